@@ -1,0 +1,238 @@
+// Teletext frames: nothing new, changes, the number of records, memory; with a plain baseline for the filling frames.
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include "packetizer/SubtitlingDataPacket.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// One thread makes frames here: plain counters do.
+std::int64_t allocations = 0;
+std::int64_t deallocations = 0;
+
+}  // namespace
+
+// Not inlined: the compiler would take the pair for a mismatch of malloc and delete.
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* const memory = std::malloc(size != 0 ? size : 1)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    deallocations += memory != nullptr ? 1 : 0;
+    std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    operator delete(memory);
+}
+
+namespace {
+
+using qlx::MediaTime;
+
+constexpr double kFrameRate = 25.0;
+
+/// `count` two-line records of `frames` frames each, without gaps: each is due from a frame of its own.
+std::vector<std::shared_ptr<QLXSubtitleRecord>> makeRecords(std::int64_t count, std::int64_t frames) {
+    std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
+    for (std::int64_t index = 0; index < count; ++index) {
+        auto record = std::make_shared<QLXSubtitleRecord>();
+        std::vector<std::shared_ptr<QLXSubtitleTextLine>> lines;
+        for (const std::uint64_t row : {10U, 11U}) {
+            auto line = std::make_shared<QLXSubtitleTextLine>();
+            line->setTextString("Où étiez-vous cette nuit-là ?");
+            line->setVerticalPosition(row);
+            lines.push_back(std::move(line));
+        }
+        record->setSubtitleLines(std::move(lines));
+        // It starts half a frame early, since a record is due only after its start.
+        record->setStartTimeInSeconds((static_cast<double>(index * frames) - 0.5) / kFrameRate);
+        record->setEndTimeInSeconds(static_cast<double>((index + 1) * frames) / kFrameRate);
+        records.push_back(std::move(record));
+    }
+    return records;
+}
+
+std::shared_ptr<qlx::SampleBuffer> makeFrame(QLXSubtitlesPacketizer& packetizer, std::int64_t frame) {
+    return packetizer.copyNextSubtitleSampleBufferAtPTS_frameDuration(MediaTime::make(frame, 25),
+                                                                      MediaTime::make(1, 25));
+}
+
+/// A filling block as a straightforward builder makes it: byte by byte.
+std::vector<std::uint8_t> makeFillingPlainly(bool oddField, std::uint16_t counter) {
+    std::vector<std::uint8_t> block;
+    constexpr std::uint8_t kStart[] = {0x51, 0x15, 0x94, 0x02};
+    constexpr std::uint8_t kRunIn[] = {0x55, 0x55, 0x27};
+    constexpr std::uint8_t kCoded[] = {8, 15, 4, 6, 9, 9, 9, 9, 9, 9};
+    for (const std::uint8_t byte : kStart) {
+        block.push_back(byte);
+    }
+    for (std::uint8_t line = 10; line < 13; ++line) {
+        block.push_back(QLXSubtitlesPacketizer::vbiPacketDescriptorWithLine_oddField(line, oddField));
+    }
+    block.push_back(0);
+    block.push_back(0);
+    for (int packet = 0; packet < 3; ++packet) {
+        for (const std::uint8_t byte : kRunIn) {
+            block.push_back(byte);
+        }
+        for (const std::uint8_t value : kCoded) {
+            block.push_back(QLXSubtitlesPacketizer::hamming84ForByte(value));
+        }
+        block.push_back(0x86);
+        for (int space = 0; space < 31; ++space) {
+            block.push_back(0x20);
+        }
+    }
+    block.push_back(0x74);
+    block.push_back(static_cast<std::uint8_t>(counter >> 8U));
+    block.push_back(static_cast<std::uint8_t>(counter & 0xFFU));
+    std::uint8_t sum = 0;
+    for (const std::uint8_t byte : block) {
+        sum = static_cast<std::uint8_t>(sum + byte);
+    }
+    block.push_back(static_cast<std::uint8_t>(0U - sum));
+    return block;
+}
+
+std::shared_ptr<qlx::SampleBuffer> makeFramePlainly(std::uint16_t& counter) {
+    auto field1 = QLXVANCPacket::OP47VANCPacketWithData_lineNumber(makeFillingPlainly(true, counter++), 12);
+    auto field2 = QLXVANCPacket::OP47VANCPacketWithData_lineNumber(makeFillingPlainly(false, counter++), 575);
+    return QLXVANCPacket::createSampleBufferWithVANCPackets_timingInfo({std::move(field1), std::move(field2)}, {});
+}
+
+bool equal(const qlx::SampleBuffer& left, const qlx::SampleBuffer& right) {
+    const auto bytes = [](const qlx::SampleBuffer& sample) {
+        return qlx::Data(sample.dataBuffer->data(), sample.dataBuffer->size());
+    };
+    return bytes(left) == bytes(right);
+}
+
+void filling(benchmark::State& state) {
+    std::uint16_t counter = 0;
+    for (bool oddField : {false, true}) {
+        for (std::uint16_t value = 0; value < 1000; ++value) {
+            if (qlx::sdp::filling(oddField, value) != makeFillingPlainly(oddField, value)) {
+                state.SkipWithError("the two builders differ");
+                return;
+            }
+        }
+    }
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(qlx::sdp::filling(true, counter++));
+    }
+}
+
+void fillingPlainly(benchmark::State& state) {
+    std::uint16_t counter = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(qlx::Data(makeFillingPlainly(true, counter++)));
+    }
+}
+
+void packetWithFilling(benchmark::State& state) {
+    std::uint16_t counter = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(
+            QLXVANCPacket::OP47VANCPacketWithData_lineNumber(qlx::sdp::filling(true, counter++), 12));
+    }
+}
+
+/// Frames while one subtitle stays: filling packets on both fields.
+void frameWithNothingNew(benchmark::State& state) {
+    const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(2, true);
+    std::uint16_t counter = 0;
+    if (!equal(*makeFrame(*packetizer, 0), *makeFramePlainly(counter))) {
+        state.SkipWithError("the two frames differ");
+        return;
+    }
+    auto records = makeRecords(state.range(0), 2);
+    records.front()->setEndTimeInSeconds(1e12);
+    packetizer->setSubtitleRecords(records);
+    std::int64_t frame = 0;
+    (void)makeFrame(*packetizer, frame++);
+    (void)makeFrame(*packetizer, frame++);
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(makeFrame(*packetizer, frame++));
+    }
+}
+
+void frameWithNothingNewPlainly(benchmark::State& state) {
+    std::uint16_t counter = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(makeFramePlainly(counter));
+    }
+}
+
+/// The two frames of a change, together: page erased, and rows sent. Every one builds four blocks or sends two.
+void bothFramesOfAChange(benchmark::State& state) {
+    const std::int64_t count = state.range(0);
+    const auto records = makeRecords(count, 2);
+    std::shared_ptr<QLXSubtitlesPacketizer> packetizer;
+    std::int64_t frame = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        if (frame % (2 * count) == 0) {
+            state.PauseTiming();
+            packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(2, true);
+            packetizer->setSubtitleRecords(records);
+            frame = 0;
+            state.ResumeTiming();
+        }
+        benchmark::DoNotOptimize(makeFrame(*packetizer, frame++));
+        benchmark::DoNotOptimize(makeFrame(*packetizer, frame++));
+        if (packetizer->lastSubtitleRecord() != records[static_cast<std::size_t>(frame / 2 - 1)]) {
+            state.SkipWithError("the timeline does not change on every second frame");
+            return;
+        }
+    }
+}
+
+/// A million frames with a change on every hundredth: what is allocated and what is left.
+void millionFrames(benchmark::State& state) {
+    constexpr std::int64_t kFrames = 1'000'000;
+    const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(2, true);
+    packetizer->setSubtitleRecords(makeRecords(kFrames / 100 + 2, 100));
+    std::int64_t frame = 0;
+    for (; frame < 10; ++frame) {
+        (void)makeFrame(*packetizer, frame);
+    }
+    for ([[maybe_unused]] auto _ : state) {
+        const std::int64_t allocated = allocations;
+        const std::int64_t living = allocations - deallocations;
+        for (; frame < 10 + kFrames; ++frame) {
+            (void)makeFrame(*packetizer, frame);
+        }
+        const std::int64_t made = allocations - allocated;
+        const std::int64_t left = allocations - deallocations - living;
+        state.counters["allocations/frame"] = static_cast<double>(made) / static_cast<double>(kFrames);
+        state.counters["blocks left"] = static_cast<double>(left);
+    }
+}
+
+BENCHMARK(filling);
+BENCHMARK(fillingPlainly);
+BENCHMARK(packetWithFilling);
+BENCHMARK(frameWithNothingNew)->Arg(10)->Arg(100000);
+BENCHMARK(frameWithNothingNewPlainly);
+BENCHMARK(bothFramesOfAChange)->Arg(1000)->Arg(100000);
+BENCHMARK(millionFrames)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,56 @@
+# Installation, in three components:
+#   Runtime      the shared library
+#   Development  headers, static library, CMake package, pkg-config module
+#   Tool         qlxcc and its manual page
+
+include(CMakePackageConfigHelpers)
+
+set(qlx_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/QLXClosedCaptionsUtilities")
+set(qlx_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+install(
+    TARGETS qlx_static qlx_shared
+    EXPORT QLXClosedCaptionsUtilitiesTargets
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
+
+install(
+    DIRECTORY "${PROJECT_SOURCE_DIR}/include/" "${PROJECT_BINARY_DIR}/include/"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+    COMPONENT Development
+    FILES_MATCHING PATTERN "*.h")
+
+install(
+    EXPORT QLXClosedCaptionsUtilitiesTargets
+    NAMESPACE QLXClosedCaptionsUtilities::
+    DESTINATION "${qlx_cmake_dir}"
+    COMPONENT Development)
+configure_package_config_file(
+    cmake/QLXClosedCaptionsUtilitiesConfig.cmake.in "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilitiesConfig.cmake"
+    INSTALL_DESTINATION "${qlx_cmake_dir}"
+    NO_SET_AND_CHECK_MACRO)
+# Before 1.0 a new minor version may break what was built against the last one.
+write_basic_package_version_file(
+    "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilitiesConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(
+    FILES "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilitiesConfig.cmake"
+          "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilitiesConfigVersion.cmake"
+    DESTINATION "${qlx_cmake_dir}"
+    COMPONENT Development)
+
+# The module finds its prefix from its own place, so that the installed tree can be moved.
+file(RELATIVE_PATH qlx_pkgconfig_to_prefix "/prefix/${qlx_pkgconfig_dir}" "/prefix")
+configure_file(cmake/QLXClosedCaptionsUtilities.pc.in "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilities.pc" @ONLY)
+install(
+    FILES "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilities.pc"
+    DESTINATION "${qlx_pkgconfig_dir}"
+    COMPONENT Development)
+
+if(TARGET qlxcc)
+    install(TARGETS qlxcc RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Tool)
+    install(
+        FILES "${PROJECT_SOURCE_DIR}/docs/qlxcc.1"
+        DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+        COMPONENT Tool)
+endif()

@@ -1,0 +1,144 @@
+// The dynamic value, array and dictionary of JSON subtitles, attachments and parameter sets.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/Export.h>
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace qlx {
+
+class Value;
+
+/// A list of values.
+using Array = std::vector<Value>;
+
+/// Values by text key, ordered by key (byte order).
+class QLX_EXPORT Dictionary {
+public:
+    struct Entry;
+
+    Dictionary() noexcept;
+    Dictionary(std::initializer_list<Entry> entries);  ///< A later entry replaces an earlier one of the same key.
+    Dictionary(const Dictionary& other);
+    Dictionary(Dictionary&& other) noexcept;
+    Dictionary& operator=(const Dictionary& other);
+    Dictionary& operator=(Dictionary&& other) noexcept;
+    ~Dictionary();
+
+    /// The value of `key`, or null; valid until the dictionary is changed.
+    [[nodiscard]] const Value* find(std::string_view key) const noexcept;
+    [[nodiscard]] bool contains(std::string_view key) const noexcept { return find(key) != nullptr; }
+
+    /// Stores `value` under `key`, replacing what stood there.
+    void set(std::string_view key, Value value);
+
+    /// Removes `key`; false when it was not there.
+    bool erase(std::string_view key);
+
+    [[nodiscard]] std::size_t size() const noexcept;
+    [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+    [[nodiscard]] const Entry* begin() const noexcept;
+    [[nodiscard]] const Entry* end() const noexcept;
+
+    friend QLX_EXPORT bool operator==(const Dictionary& left, const Dictionary& right);
+
+private:
+    std::vector<Entry> _entries;
+};
+
+/// Null, boolean, signed or unsigned 64-bit integer, double, text, byte buffer, array or dictionary.
+///
+/// The number readers are lenient: a text gives the number at its start, a boolean 0 or 1, anything else 0; a double
+/// is truncated toward zero and saturates.
+class QLX_EXPORT Value {
+public:
+    Value() noexcept = default;
+    Value(std::nullptr_t) noexcept {}
+    Value(std::same_as<bool> auto value) noexcept : _content(value) {}
+    template <std::integral T>
+    requires(!std::same_as<T, bool>) Value(T value)
+    noexcept : _content(widened(value)) {}
+    Value(double value) noexcept : _content(value) {}
+    Value(std::string value) noexcept : _content(std::move(value)) {}
+    Value(std::string_view value) : _content(std::string(value)) {}
+    /// A null pointer gives null.
+    Value(const char* value) {
+        if (value) {
+            _content = std::string(value);
+        }
+    }
+    Value(Data value) noexcept : _content(std::move(value)) {}
+    Value(Array value) noexcept : _content(std::move(value)) {}
+    Value(Dictionary value) noexcept : _content(std::move(value)) {}
+
+    [[nodiscard]] bool isNull() const noexcept { return std::holds_alternative<std::nullptr_t>(_content); }
+    [[nodiscard]] bool isBool() const noexcept { return std::holds_alternative<bool>(_content); }
+    /// True for integers and doubles (not booleans).
+    [[nodiscard]] bool isNumber() const noexcept;
+
+    /// The content when it is of that kind, else null; valid until the value is changed.
+    [[nodiscard]] const bool* boolean() const noexcept { return std::get_if<bool>(&_content); }
+    [[nodiscard]] const std::int64_t* signedInteger() const noexcept { return std::get_if<std::int64_t>(&_content); }
+    [[nodiscard]] const std::uint64_t* unsignedInteger() const noexcept {
+        return std::get_if<std::uint64_t>(&_content);
+    }
+    [[nodiscard]] const double* number() const noexcept { return std::get_if<double>(&_content); }
+    [[nodiscard]] const std::string* text() const noexcept { return std::get_if<std::string>(&_content); }
+    [[nodiscard]] const Data* data() const noexcept { return std::get_if<Data>(&_content); }
+    [[nodiscard]] const Array* array() const noexcept { return std::get_if<Array>(&_content); }
+    [[nodiscard]] const Dictionary* dictionary() const noexcept { return std::get_if<Dictionary>(&_content); }
+
+    /// The number with a sign; an unsigned number above the largest signed one gives that.
+    [[nodiscard]] std::int64_t integerValue() const noexcept;
+    /// The number without a sign; a negative one gives its low 64 bits.
+    [[nodiscard]] std::uint64_t unsignedValue() const noexcept;
+    /// True for true, a number other than 0 and the texts that boolValue() takes for true.
+    [[nodiscard]] bool boolValue() const noexcept;
+    /// The number as a double.
+    [[nodiscard]] double doubleValue() const noexcept;
+
+    /// A text as it is, a number in decimal digits, a boolean as "1" or "0"; none for the rest.
+    [[nodiscard]] std::optional<std::string> stringValue() const;
+
+    /// A readable form for messages; null prints as "(null)".
+    [[nodiscard]] std::string description() const;
+
+    /// Same kind and same content; signed and unsigned integers of the same number are equal.
+    friend QLX_EXPORT bool operator==(const Value& left, const Value& right);
+
+private:
+    using Content =
+        std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Data, Array, Dictionary>;
+
+    template <std::integral T>
+    static constexpr auto widened(T value) noexcept {
+        if constexpr (std::is_signed_v<T>) {
+            return std::int64_t{value};
+        } else {
+            return std::uint64_t{value};
+        }
+    }
+
+    Content _content{nullptr};
+};
+
+/// A key and its value.
+struct Dictionary::Entry {
+    std::string key;
+    Value value;
+
+    friend bool operator==(const Entry&, const Entry&) = default;
+};
+
+}  // namespace qlx

@@ -1,0 +1,51 @@
+// The MXF ANC data element (SMPTE ST 436-1): a 16-bit count, then for each packet
+//
+//   line 2 | wrapping 1 | sample coding 1 | sample count 2 | array count 4 | element size 4 | DID SDID DC data, padding
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace qlx::ancelement {
+
+/// A packet of an element; the data refer to somebody else's buffer.
+struct Packet {
+    std::uint64_t lineNumber = 0;
+    std::uint8_t did = 0;
+    std::uint8_t sdid = 0;
+    std::span<const std::uint8_t> userData;
+};
+
+/// Walks the packets of an element. Nothing behind its bytes is read.
+class Reader {
+public:
+    explicit Reader(std::span<const std::uint8_t> element) noexcept;
+
+    /// The next packet; none at the end, or at the first packet that cannot be read: another sample coding, no data, or
+    /// data that run past the element.
+    [[nodiscard]] std::optional<Packet> next() noexcept;
+
+private:
+    std::span<const std::uint8_t> _element;
+    std::uint64_t _position;
+    std::uint32_t _left;  ///< Packets that the count still announces.
+};
+
+/// Bytes of a packet with `dataSize` bytes of data, as writePacket() writes it.
+[[nodiscard]] std::size_t packetSize(std::size_t dataSize) noexcept;
+
+/// Writes one packet into the packetSize() bytes at `bytes`; data that do not fit this size are left out.
+void writePacket(std::uint8_t* bytes, const Packet& packet) noexcept;
+
+/// A whole element: the count (low 16 bits) and every packet.
+[[nodiscard]] Data element(std::span<const Packet> packets);
+
+/// One packet of the old form, which combines several packets of a line.
+[[nodiscard]] std::vector<std::uint8_t> combinedPacket(std::uint64_t lineNumber, std::span<const Packet> packets);
+
+}  // namespace qlx::ancelement

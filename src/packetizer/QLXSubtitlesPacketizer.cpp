@@ -1,0 +1,127 @@
+// The timeline: which record is due, and which kind of output it goes to.
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
+
+constexpr std::int32_t kModeTeletext = 2;
+
+/// A record with its start as it was when the sort began: records may be changed by another thread meanwhile.
+struct TimedRecord {
+    double start;
+    std::shared_ptr<QLXSubtitleRecord> record;
+};
+
+/// Ascending starts; a start that is not a number comes last (the order must be one, also then).
+bool startsEarlier(const TimedRecord& left, const TimedRecord& right) noexcept {
+    return left.start < right.start || (std::isnan(right.start) && !std::isnan(left.start));
+}
+
+void sortByStart(Records& records) {
+    std::vector<TimedRecord> timed;
+    timed.reserve(records.size());
+    for (std::shared_ptr<QLXSubtitleRecord>& record : records) {
+        const double start = record->startTimeInSeconds();
+        timed.push_back({start, std::move(record)});
+    }
+    if (!std::is_sorted(timed.begin(), timed.end(), startsEarlier)) {
+        std::stable_sort(timed.begin(), timed.end(), startsEarlier);
+    }
+    std::transform(timed.begin(), timed.end(), records.begin(),
+                   [](TimedRecord& entry) { return std::move(entry.record); });
+}
+
+void appendRecords(Records& list, const Records& records) {
+    list.reserve(list.size() + records.size());
+    std::copy_if(records.begin(), records.end(), std::back_inserter(list),
+                 [](const std::shared_ptr<QLXSubtitleRecord>& record) { return record != nullptr; });
+}
+
+}  // namespace
+
+QLXSubtitlesPacketizer::QLXSubtitlesPacketizer(std::int32_t subtitleMode, bool isHD) noexcept
+    : _subtitleMode(subtitleMode), _isHD(isHD) {}
+
+QLXSubtitlesPacketizer::~QLXSubtitlesPacketizer() = default;
+
+std::shared_ptr<QLXSubtitlesPacketizer> QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(std::int32_t subtitleMode,
+                                                                                          bool isHD) {
+    return std::shared_ptr<QLXSubtitlesPacketizer>(new QLXSubtitlesPacketizer(subtitleMode, isHD));
+}
+
+std::vector<std::shared_ptr<QLXSubtitleRecord>> QLXSubtitlesPacketizer::subtitleRecords() const {
+    // Nobody changes the list while this is held, and frames only read it.
+    const std::lock_guard changes(_changesMutex);
+    return _subtitleRecords;
+}
+
+// A new list is made, and the old one destroyed, while frames go on with the old one.
+
+void QLXSubtitlesPacketizer::setSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records) {
+    Records list;
+    appendRecords(list, records);
+    sortByStart(list);
+    const std::lock_guard changes(_changesMutex);
+    const std::lock_guard lock(_recordsMutex);
+    _subtitleRecords.swap(list);
+}
+
+void QLXSubtitlesPacketizer::addSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records) {
+    Records list;
+    const std::lock_guard changes(_changesMutex);
+    list.reserve(_subtitleRecords.size() + records.size());
+    list = _subtitleRecords;
+    appendRecords(list, records);
+    // Always the whole list: the times of records that are in it may have been changed since.
+    sortByStart(list);
+    const std::lock_guard lock(_recordsMutex);
+    _subtitleRecords.swap(list);
+}
+
+void QLXSubtitlesPacketizer::deleteSubtitleRecords() {
+    Records list;
+    const std::lock_guard changes(_changesMutex);
+    const std::lock_guard lock(_recordsMutex);
+    _subtitleRecords.swap(list);
+}
+
+std::shared_ptr<QLXSubtitleRecord> QLXSubtitlesPacketizer::subtitleAtIndex(std::uint64_t index) const {
+    const std::lock_guard lock(_recordsMutex);
+    return index < _subtitleRecords.size() ? _subtitleRecords[index] : nullptr;
+}
+
+std::shared_ptr<QLXSubtitleRecord> QLXSubtitlesPacketizer::subtitleForTime(double seconds) {
+    if (auto live = liveSubtitleRecordToDisplay()) {
+        return live;
+    }
+    const std::lock_guard lock(_recordsMutex);
+    const std::uint64_t count = _subtitleRecords.size();
+    const std::uint64_t index = _currentSubtitleRecordIndex;
+    // The current record is due until its end, also before its start: hosts expect the first one from the beginning.
+    if (index < count && _subtitleRecords[index]->endTimeInSeconds() > seconds) {
+        return _subtitleRecords[index];
+    }
+    const std::uint64_t next = index + 1;
+    if (next >= count || !(_subtitleRecords[next]->startTimeInSeconds() < seconds)) {
+        return nullptr;
+    }
+    _currentSubtitleRecordIndex = next;
+    return _subtitleRecords[next];
+}
+
+std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextSubtitleSampleBufferAtPTS_frameDuration(
+    const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
+    return subtitleMode() == kModeTeletext ? copyNextTeletextSampleBufferAtPTS_frameDuration(pts, frameDuration)
+                                           : nullptr;
+}

@@ -1,0 +1,223 @@
+#include <QLXClosedCaptionsUtilities/platform/Dispatch.h>
+
+#include <QLXClosedCaptionsUtilities/platform/Services.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace qlx {
+
+namespace {
+
+/// A few threads that share one list of tasks. Threads start when there is more work than idle hands.
+class WorkerPool final : public BackgroundQueue {
+public:
+    void async(Task task) override {
+        if (!task) {
+            return;
+        }
+        const std::lock_guard lock(_mutex);
+        _tasks.push_back(std::move(task));
+        if (_idle < _tasks.size() && _threads < maxThreads()) {
+            startThread();
+        }
+        _wake.notify_one();
+    }
+
+private:
+    /// A system that refuses a thread is asked again with the next task; until then the others do the work.
+    void startThread() {
+        try {
+            std::thread([this] { work(); }).detach();
+            ++_threads;
+        } catch (const std::system_error&) {
+            return;
+        }
+    }
+
+    static std::size_t maxThreads() { return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 2, 8); }
+
+    [[noreturn]] void work() {
+        std::unique_lock lock(_mutex);
+        while (true) {
+            ++_idle;
+            _wake.wait(lock, [this] { return !_tasks.empty(); });
+            --_idle;
+            Task task = std::move(_tasks.front());
+            _tasks.pop_front();
+            lock.unlock();
+            task();
+            task = nullptr;
+            lock.lock();
+        }
+    }
+
+    std::mutex _mutex;
+    std::condition_variable _wake;
+    std::deque<Task> _tasks;
+    std::size_t _threads = 0;
+    std::size_t _idle = 0;
+};
+
+}  // namespace
+
+BackgroundQueue::~BackgroundQueue() = default;
+
+BackgroundQueue& BackgroundQueue::defaultInstance() {
+    static auto* const instance = new WorkerPool;
+    return *instance;
+}
+
+/// Shared with the task that works the queue off, so that the queue may go away before its tasks.
+struct SerialQueue::State {
+    explicit State(std::string queueLabel) : label(std::move(queueLabel)) {}
+
+    /// Runs queued tasks until none is left; at most one thread is in here.
+    void work() {
+        std::unique_lock lock(mutex);
+        while (!tasks.empty()) {
+            Task task = std::move(tasks.front());
+            tasks.pop_front();
+            lock.unlock();
+            task();
+            task = nullptr;
+            lock.lock();
+            ++finished;
+            progress.notify_all();
+        }
+        working = false;
+    }
+
+    const std::string label;
+    std::mutex mutex;
+    std::condition_variable progress;
+    std::deque<Task> tasks;
+    std::uint64_t accepted = 0;
+    std::uint64_t finished = 0;
+    bool working = false;
+};
+
+SerialQueue::SerialQueue(std::string label) : _state(std::make_shared<State>(std::move(label))) {}
+SerialQueue::~SerialQueue() = default;
+
+const std::string& SerialQueue::label() const noexcept {
+    return _state->label;
+}
+
+void SerialQueue::async(Task task) {
+    if (!task) {
+        return;
+    }
+    {
+        const std::lock_guard lock(_state->mutex);
+        _state->tasks.push_back(std::move(task));
+        ++_state->accepted;
+        if (std::exchange(_state->working, true)) {
+            return;
+        }
+    }
+    try {
+        services().get<BackgroundQueue>().async([state = _state] { state->work(); });
+    } catch (...) {
+        // Nobody works the queue off: the next task asks again.
+        const std::lock_guard lock(_state->mutex);
+        _state->working = false;
+        throw;
+    }
+}
+
+void SerialQueue::waitUntilEmpty() {
+    std::unique_lock lock(_state->mutex);
+    const std::uint64_t target = _state->accepted;
+    _state->progress.wait(lock, [this, target] { return _state->finished >= target; });
+}
+
+MainQueue& MainQueue::defaultInstance() {
+    static auto* const instance = new MainQueue;
+    return *instance;
+}
+
+void MainQueue::post(Task task) {
+    if (!task) {
+        return;
+    }
+    Poster poster;
+    {
+        const std::lock_guard lock(_mutex);
+        if (!_poster) {
+            _tasks.push_back(std::move(task));
+            _wake.notify_one();
+            return;
+        }
+        poster = _poster;
+    }
+    poster(std::move(task));
+}
+
+void MainQueue::setPoster(Poster poster) {
+    std::unique_lock lock(_mutex);
+    _poster = nullptr;
+    if (!poster) {
+        return;
+    }
+    // Tasks that come while the waiting ones are handed over wait as well: none overtakes another.
+    while (std::optional<Task> task = takeTask()) {
+        lock.unlock();
+        poster(std::move(*task));
+        lock.lock();
+    }
+    _poster = std::move(poster);
+}
+
+std::optional<Task> MainQueue::takeTask() {
+    if (_tasks.empty()) {
+        return std::nullopt;
+    }
+    Task task = std::move(_tasks.front());
+    _tasks.pop_front();
+    return task;
+}
+
+std::size_t MainQueue::drain() {
+    std::unique_lock lock(_mutex);
+    const std::size_t waiting = _tasks.size();
+    std::size_t count = 0;
+    while (count < waiting) {
+        std::optional<Task> task = takeTask();
+        if (!task) {
+            break;
+        }
+        ++count;
+        lock.unlock();
+        (*task)();
+        task.reset();
+        lock.lock();
+    }
+    return count;
+}
+
+void MainQueue::run() {
+    std::unique_lock lock(_mutex);
+    while (true) {
+        _wake.wait(lock, [this] { return _stopping || !_tasks.empty(); });
+        if (std::exchange(_stopping, false)) {
+            return;
+        }
+        std::optional<Task> task = takeTask();
+        lock.unlock();
+        (*task)();
+        task.reset();
+        lock.lock();
+    }
+}
+
+void MainQueue::stop() {
+    const std::lock_guard lock(_mutex);
+    _stopping = true;
+    _wake.notify_all();
+}
+
+}  // namespace qlx

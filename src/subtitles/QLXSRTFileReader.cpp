@@ -1,0 +1,178 @@
+#include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
+
+#include "subtitles/LinePlacement.h"
+#include "subtitles/SRTTimecode.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <QLXClosedCaptionsUtilities/platform/Services.h>
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// The file's bytes as text, without a byte-order mark; none when a byte of it is not UTF-8.
+std::optional<std::string_view> textIn(const qlx::Data& file) {
+    std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
+    if (qlx::firstInvalidUTF8Byte(text)) {
+        return std::nullopt;
+    }
+    if (text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    return text;
+}
+
+}  // namespace
+
+/// Walks the lines of a file and collects its records.
+class QLXSRTFileReader::Parser {
+public:
+    Parser(std::int32_t subtitleMode, double frameDuration)
+        : _subtitleMode(subtitleMode), _frameDuration(frameDuration) {}
+
+    /// The records of `text`.
+    std::vector<std::shared_ptr<QLXSubtitleRecord>> run(std::string_view text) {
+        while (!text.empty()) {
+            const std::size_t length = std::min(text.find('\n'), text.size());
+            takeLine(withoutCarriageReturns(text.substr(0, length)));
+            text.remove_prefix(std::min(length + 1, text.size()));
+        }
+        closeBlock();
+        return std::move(_records);
+    }
+
+private:
+    /// `line` itself where possible; a carriage return can stand anywhere in it.
+    std::string_view withoutCarriageReturns(std::string_view line) {
+        while (line.ends_with('\r')) {
+            line.remove_suffix(1);
+        }
+        if (line.find('\r') == std::string_view::npos) {
+            return line;
+        }
+        _scratch = line;
+        std::erase(_scratch, '\r');
+        return _scratch;
+    }
+
+    void takeLine(std::string_view line) {
+        if (line.empty()) {
+            closeBlock();
+            return;
+        }
+        switch (_lineNumber++) {
+        case 0:
+            _index = static_cast<std::uint64_t>(qlx::integerValue(line));
+            break;
+        case 1:
+            takeTiming(line);
+            break;
+        default:
+            takeText(line);
+            break;
+        }
+    }
+
+    void takeTiming(std::string_view line) {
+        if (const auto span = qlx::srt::timeSpanFromTimingLine(line)) {
+            _span = *span;
+            _blockIsValid = _span.end > _span.start;
+        }
+    }
+
+    void takeText(std::string_view text) {
+        if (!_blockIsValid) {
+            return;
+        }
+        auto line = QLXSubtitleTextLine::initWithSRTLine(text);
+        if (!_lines.empty()) {
+            inherit(*line, *_lines.back());
+        }
+        _colorCarries = line->_colorNeedsToBeAppliedToNextLine.load(std::memory_order_relaxed);
+        _lines.push_back(std::move(line));
+    }
+
+    /// Hands on what an earlier line of the block left open: its colour, and its place unless `line` has its own.
+    void inherit(QLXSubtitleTextLine& line, const QLXSubtitleTextLine& previous) const {
+        constexpr auto kRelaxed = std::memory_order_relaxed;
+        if (_colorCarries) {
+            line._textColor.store(previous._textColor.load(kRelaxed), kRelaxed);
+        }
+        if (line._positioningType.load(kRelaxed) == 0 && line._verticalPosition.load(kRelaxed) == 0) {
+            line._positioningType.store(previous._positioningType.load(kRelaxed), kRelaxed);
+            line._alignment.store(previous._alignment.load(kRelaxed), kRelaxed);
+        }
+    }
+
+    void closeBlock() {
+        if (_blockIsValid) {
+            _records.push_back(makeRecord());
+        }
+        _lines.clear();
+        _blockIsValid = false;
+        _lineNumber = 0;
+    }
+
+    std::shared_ptr<QLXSubtitleRecord> makeRecord() {
+        auto record = std::make_shared<QLXSubtitleRecord>();
+        record->_index.store(_index, std::memory_order_relaxed);
+        record->_isValid.store(true, std::memory_order_relaxed);
+        record->_subtitleLines.assign(std::make_move_iterator(_lines.begin()), std::make_move_iterator(_lines.end()));
+        QLXSubtitleRecord::placeLines(record->_subtitleLines, _subtitleMode);
+        if (_subtitleMode == qlx::subtitles::kCEA608Mode) {
+            // The pairs are sent one a frame: start so early that the caption stands complete at its time.
+            const auto pairCount = static_cast<double>(record->numberOfCEA608Packets());
+            _span.start = std::max(0.0, _span.start - pairCount * _frameDuration);
+            _span.end = std::max(0.0, _span.end - _frameDuration);
+        }
+        record->_startTimeInSeconds.store(_span.start, std::memory_order_relaxed);
+        record->_endTimeInSeconds.store(_span.end, std::memory_order_relaxed);
+        return record;
+    }
+
+    const std::int32_t _subtitleMode;
+    const double _frameDuration;
+    std::vector<std::shared_ptr<QLXSubtitleRecord>> _records;
+
+    // The block in hand
+    std::uint64_t _lineNumber = 0;
+    std::uint64_t _index = 0;
+    qlx::srt::TimeSpan _span;
+    bool _blockIsValid = false;
+    bool _colorCarries = false;
+    std::vector<std::shared_ptr<QLXSubtitleTextLine>> _lines;
+
+    std::string _scratch;
+};
+
+std::vector<std::shared_ptr<QLXSubtitleRecord>>
+QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(const std::string& path,
+                                                                              std::int32_t subtitleMode,
+                                                                              double frameDuration) {
+    const qlx::Data file = qlx::services().get<qlx::FileReader>().contentsOfFile(path);
+    const auto text = textIn(file);
+    return text ? Parser(subtitleMode, frameDuration).run(*text) : std::vector<std::shared_ptr<QLXSubtitleRecord>>();
+}
+
+void QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration_withCompletionHandler(
+    std::string path, std::int32_t subtitleMode, double frameDuration,
+    std::function<void(std::vector<std::shared_ptr<QLXSubtitleRecord>>)> completionHandler) {
+    if (!completionHandler) {
+        return;
+    }
+    auto read = [path = std::move(path), subtitleMode, frameDuration,
+                 handler = std::move(completionHandler)]() mutable {
+        auto records = subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(path, subtitleMode, frameDuration);
+        qlx::services().get<qlx::MainQueue>().post(
+            [handler = std::move(handler), records = std::move(records)]() mutable { handler(std::move(records)); });
+    };
+    qlx::services().get<qlx::BackgroundQueue>().async(std::move(read));
+}

@@ -1,0 +1,83 @@
+#include "subtitles/SRTTimecode.h"
+
+#include "subtitles/TextEditing.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Format.h>
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace qlx::srt {
+
+namespace {
+
+constexpr double kMillisecondsPerSecond = 1000.0;
+constexpr double kSecondsPerMinute = 60.0;
+constexpr double kSecondsPerHour = 3600.0;
+
+/// The number of times that `separator` splits `text`, plus one.
+std::ptrdiff_t partCount(std::string_view text, char separator) {
+    return std::count(text.begin(), text.end(), separator) + 1;
+}
+
+/// An integer part of a timecode. As a double: hours near the limit of 64 bits must not overflow as seconds.
+double numberIn(std::string_view text) {
+    return static_cast<double>(integerValue(text));
+}
+
+/// `value` truncated toward zero, limited to 64 bits; 0 for negative values and not-a-number.
+std::uint64_t truncated(double value) {
+    if (!(value > 0)) {
+        return 0;
+    }
+    constexpr auto kMax = std::numeric_limits<std::uint64_t>::max();
+    return value >= std::ldexp(1.0, 64) ? kMax : static_cast<std::uint64_t>(value);
+}
+
+}  // namespace
+
+double secondsFromTimecode(std::string_view timecode) noexcept {
+    if (partCount(timecode, ',') != 2) {
+        return 0.0;
+    }
+    std::string_view clock = subtitles::takePart(timecode, ',');
+    if (partCount(clock, ':') != 3) {
+        return 0.0;
+    }
+    const double hours = numberIn(subtitles::takePart(clock, ':'));
+    const double minutes = numberIn(subtitles::takePart(clock, ':'));
+    const double seconds = numberIn(clock);
+    return numberIn(timecode) / kMillisecondsPerSecond +
+           (hours * kSecondsPerHour + minutes * kSecondsPerMinute + seconds);
+}
+
+std::string timecodeFromSeconds(double seconds) {
+    const double all = seconds > 0 ? seconds : 0.0;
+    const double hours = std::floor(all / kSecondsPerHour);
+    const double withinHour = all - hours * kSecondsPerHour;
+    const double minutes = std::floor(withinHour / kSecondsPerMinute);
+    const double withinMinute = withinHour - minutes * kSecondsPerMinute;
+    const double wholeSeconds = std::floor(withinMinute);
+    const double milliseconds = (withinMinute - wholeSeconds) * kMillisecondsPerSecond;
+    return formatted("%02lu:%02lu:%02lu,%03lu", truncated(hours), truncated(minutes), truncated(wholeSeconds),
+                     truncated(milliseconds));
+}
+
+std::optional<TimeSpan> timeSpanFromTimingLine(std::string_view line) noexcept {
+    constexpr std::string_view kArrow = " --> ";
+    const std::size_t arrow = line.find(kArrow);
+    if (arrow == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view end = line.substr(arrow + kArrow.size());
+    if (end.find(kArrow) != std::string_view::npos) {
+        return std::nullopt;
+    }
+    return TimeSpan{secondsFromTimecode(line.substr(0, arrow)), secondsFromTimecode(end)};
+}
+
+}  // namespace qlx::srt

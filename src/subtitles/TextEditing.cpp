@@ -1,0 +1,42 @@
+#include "subtitles/TextEditing.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace qlx::subtitles {
+
+namespace {
+
+char lowercased(char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+}  // namespace
+
+bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) noexcept {
+    return text.size() >= prefix.size() &&
+           std::equal(prefix.begin(), prefix.end(), text.begin(),
+                      [](char wanted, char found) { return wanted == lowercased(found); });
+}
+
+void removeAllIgnoringCase(std::string& text, std::string_view tag) {
+    const std::string_view whole = text;
+    std::size_t kept = 0;
+    std::size_t position = 0;
+    while (position < whole.size()) {
+        if (startsWithIgnoringCase(whole.substr(position), tag)) {
+            position += tag.size();
+        } else {
+            text[kept++] = text[position++];
+        }
+    }
+    text.resize(kept);
+}
+
+std::string_view takePart(std::string_view& rest, char separator) noexcept {
+    const std::string_view part = rest.substr(0, rest.find(separator));
+    rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+    return part;
+}
+
+}  // namespace qlx::subtitles

@@ -1,0 +1,19 @@
+// Edits of a line's text that several parsers of this folder need.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qlx::subtitles {
+
+/// Removes every occurrence of `tag` (in lower case) from `text`, letters A to Z in either case, in one pass: text that
+/// comes together by a removal is not looked at again.
+void removeAllIgnoringCase(std::string& text, std::string_view tag);
+
+/// True when `text` begins with `prefix` (in lower case), letters A to Z in either case.
+[[nodiscard]] bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) noexcept;
+
+/// Takes the text up to `separator` off the front of `rest`, together with the separator; all of it without one.
+[[nodiscard]] std::string_view takePart(std::string_view& rest, char separator) noexcept;
+
+}  // namespace qlx::subtitles

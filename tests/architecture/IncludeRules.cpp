@@ -1,0 +1,446 @@
+#include "IncludeRules.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <span>
+#include <utility>
+
+namespace architecture {
+namespace {
+
+constexpr std::size_t kMaximumLines = 500;
+constexpr std::size_t kMaximumHeavyIncluders = 2;
+constexpr std::string_view kPublicFolder = "include/QLXClosedCaptionsUtilities/";
+
+struct Arrows {
+    std::string_view from;
+    std::string_view to;  ///< Space-separated folders that `from` may include, besides itself.
+};
+
+constexpr Arrows kArrows[] = {
+    {"platform", ""},       {"anc", "platform"},          {"captions", "anc platform"},
+    {"line21", "platform"}, {"subtitles", "platform"},    {"packetizer", "captions anc subtitles platform"},
+    {"log", "platform"},    {"scte", "anc log platform"},
+};
+
+struct Owner {
+    std::string_view header;
+    std::string_view folder;
+};
+
+/// The folder that owns a class. Two classes span subsystems; their headers belong to the lowest of them.
+constexpr Owner kOwners[] = {
+    {"Export.h", "platform"},
+    {"Version.h", "platform"},
+    {"QLXVANCPacket.h", "anc"},
+    {"QLXCCUtilities.h", "anc"},
+    {"QLXCEA608To708Converter.h", "captions"},
+    {"QLXCEA608ReaderWriter.h", "line21"},
+    {"QLXSubtitleRecord.h", "subtitles"},
+    {"QLXSubtitleTextLine.h", "subtitles"},
+    {"QLXSRTFileReader.h", "subtitles"},
+    {"QLXSTLFileReader.h", "subtitles"},
+    {"QLXTeletextLineFormatter.h", "subtitles"},
+    {"QLXTeletextPageHeaderFormatter.h", "subtitles"},
+    {"QLXSubtitlesPacketizer.h", "packetizer"},
+    {"QLXSCTEUtilities.h", "scte"},
+    {"QLXSCTEOperation.h", "scte"},
+    {"QLXLogController.h", "log"},
+    {"QLXLogControllerDelegate.h", "log"},
+    {"QLXClosedCaptionsUtilities.h", "umbrella"},
+};
+
+constexpr std::string_view kSpanningHeaders[] = {
+    "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h",
+    "include/QLXClosedCaptionsUtilities/QLXCCUtilities.h",
+};
+
+constexpr std::string_view kGeneratedHeaders[] = {
+    "include/QLXClosedCaptionsUtilities/Export.h",
+    "include/QLXClosedCaptionsUtilities/Version.h",
+};
+
+/// Where the tool itself meets the system: files, streams, the terminal.
+constexpr std::string_view kToolSystemFiles[] = {
+    "tools/qlxcc/InputFile.cpp",
+    "tools/qlxcc/OutputFile.cpp",
+    "tools/qlxcc/Progress.cpp",
+};
+
+constexpr std::string_view kHeavyFolders[] = {"CLI/", "nlohmann/"};
+
+constexpr std::string_view kVectorHeaders[] = {"immintrin.h", "arm_neon.h"};
+
+/// Headers of the language and its library, as far as a portable file may use them.
+constexpr std::string_view kStandardHeaders[] = {
+    "algorithm",
+    "any",
+    "array",
+    "atomic",
+    "bit",
+    "bitset",
+    "cctype",
+    "cerrno",
+    "cfloat",
+    "charconv",
+    "chrono",
+    "cinttypes",
+    "climits",
+    "cmath",
+    "compare",
+    "complex",
+    "concepts",
+    "condition_variable",
+    "csignal",
+    "cstdarg",
+    "cstddef",
+    "cstdint",
+    "cstdio",
+    "cstdlib",
+    "cstring",
+    "ctime",
+    "cuchar",
+    "cwchar",
+    "cwctype",
+    "deque",
+    "exception",
+    "execution",
+    "filesystem",
+    "forward_list",
+    "fstream",
+    "functional",
+    "future",
+    "initializer_list",
+    "iomanip",
+    "ios",
+    "iosfwd",
+    "iostream",
+    "istream",
+    "iterator",
+    "latch",
+    "limits",
+    "list",
+    "locale",
+    "map",
+    "memory",
+    "memory_resource",
+    "mutex",
+    "new",
+    "numbers",
+    "numeric",
+    "optional",
+    "ostream",
+    "queue",
+    "random",
+    "ranges",
+    "ratio",
+    "regex",
+    "scoped_allocator",
+    "semaphore",
+    "set",
+    "shared_mutex",
+    "span",
+    "sstream",
+    "stack",
+    "stdexcept",
+    "stop_token",
+    "streambuf",
+    "string",
+    "string_view",
+    "system_error",
+    "thread",
+    "tuple",
+    "type_traits",
+    "typeindex",
+    "typeinfo",
+    "unordered_map",
+    "unordered_set",
+    "utility",
+    "valarray",
+    "variant",
+    "vector",
+    "version",
+};
+
+bool contains(std::span<const std::string_view> list, std::string_view item) {
+    return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+bool containsWord(std::string_view words, std::string_view word) {
+    while (!words.empty()) {
+        const std::size_t space = std::min(words.find(' '), words.size());
+        if (words.substr(0, space) == word) {
+            return true;
+        }
+        words.remove_prefix(std::min(space + 1, words.size()));
+    }
+    return false;
+}
+
+/// What belongs to no known folder or class is named by its path, which no rule allows.
+std::string_view folderOf(std::string_view path) {
+    if (path.starts_with("src/")) {
+        const std::string_view rest = path.substr(4);
+        return rest.substr(0, rest.find('/'));
+    }
+    if (path.starts_with("tools/")) {
+        return "tools";
+    }
+    if (path.starts_with(kPublicFolder)) {
+        const std::string_view rest = path.substr(kPublicFolder.size());
+        if (rest.starts_with("platform/")) {
+            return "platform";
+        }
+        for (const Owner& owner : kOwners) {
+            if (owner.header == rest) {
+                return owner.folder;
+            }
+        }
+    }
+    return path;
+}
+
+bool mayInclude(std::string_view from, std::string_view to) {
+    if (from == to) {
+        return true;
+    }
+    for (const Arrows& arrows : kArrows) {
+        if (arrows.from == from) {
+            return containsWord(arrows.to, to);
+        }
+    }
+    return false;
+}
+
+class Checker {
+public:
+    explicit Checker(const std::vector<SourceFile>& tree) : _tree(tree) {
+        for (const SourceFile& file : tree) {
+            _paths.insert(file.path);
+        }
+        _paths.insert(std::begin(kGeneratedHeaders), std::end(kGeneratedHeaders));
+    }
+
+    std::vector<std::string> run() {
+        for (const SourceFile& file : _tree) {
+            checkLength(file);
+            checkFolder(file);
+            for (const Include& include : includesOf(file.text)) {
+                checkInclude(file.path, include);
+            }
+        }
+        for (const auto& [folder, files] : _heavyIncluders) {
+            checkCount(folder, files);
+        }
+        return std::move(_violations);
+    }
+
+private:
+    void report(const std::string& path, std::size_t line, const std::string& message) {
+        _violations.push_back(path + ":" + std::to_string(line) + ": " + message);
+    }
+
+    void checkLength(const SourceFile& file) {
+        const auto lines = static_cast<std::size_t>(std::count(file.text.begin(), file.text.end(), '\n'));
+        if (lines > kMaximumLines && !contains(kSpanningHeaders, file.path)) {
+            report(file.path, lines, "more than " + std::to_string(kMaximumLines) + " lines");
+        }
+    }
+
+    void checkFolder(const SourceFile& file) {
+        const std::string_view folder = folderOf(file.path);
+        const bool known = folder == "tools" || folder == "umbrella" ||
+                           std::any_of(std::begin(kArrows), std::end(kArrows),
+                                       [&](const Arrows& arrows) { return arrows.from == folder; });
+        if (!known) {
+            report(file.path, 1, "belongs to no known subsystem");
+        }
+    }
+
+    void checkInclude(const std::string& path, const Include& include) {
+        if (include.path.empty()) {
+            report(path, include.line, "an include must name its file");
+            return;
+        }
+        const std::string target = resolve(path, include);
+        if (!target.empty()) {
+            checkArrow(path, include, target);
+        } else if (include.quoted || include.path.starts_with("QLXClosedCaptionsUtilities/")) {
+            report(path, include.line, "no such file: " + include.path);
+        } else {
+            checkForeign(path, include);
+        }
+    }
+
+    /// The file of the tree that an include names, or an empty text.
+    std::string resolve(const std::string& path, const Include& include) const {
+        const std::filesystem::path name(include.path);
+        std::vector<std::filesystem::path> candidates = {"src" / name, "include" / name};
+        if (include.quoted) {
+            candidates.insert(candidates.begin(), std::filesystem::path(path).parent_path() / name);
+        }
+        for (const std::filesystem::path& candidate : candidates) {
+            std::string normal = candidate.lexically_normal().generic_string();
+            if (_paths.contains(normal)) {
+                return normal;
+            }
+        }
+        return {};
+    }
+
+    void checkArrow(const std::string& path, const Include& include, const std::string& target) {
+        const std::string_view from = folderOf(path);
+        const std::string_view to = folderOf(target);
+        bool allowed = mayInclude(from, to);
+        if (from == "umbrella") {
+            allowed = target.starts_with(kPublicFolder);
+        } else if (path.starts_with(kPublicFolder)) {
+            allowed = to == "platform" && target.starts_with(kPublicFolder);
+        } else if (from == "tools") {
+            allowed = to == "tools" || target.starts_with(kPublicFolder);
+        }
+        if (!allowed) {
+            report(path, include.line, std::string(from) + " must not include " + include.path);
+        }
+    }
+
+    /// An include of something outside the tree.
+    void checkForeign(const std::string& path, const Include& include) {
+        if (contains(kStandardHeaders, include.path)) {
+            return;
+        }
+        if (contains(kVectorHeaders, include.path) && path.starts_with("src/")) {
+            return;
+        }
+        for (const std::string_view folder : kHeavyFolders) {
+            if (path.starts_with("tools/") && include.path.starts_with(folder)) {
+                _heavyIncluders[std::string(folder)].insert(path);
+                return;
+            }
+        }
+        if (!path.starts_with("src/platform/") && !contains(kToolSystemFiles, path)) {
+            report(path, include.line, "must not include " + include.path);
+        }
+    }
+
+    void checkCount(const std::string& folder, const std::set<std::string>& files) {
+        if (files.size() <= kMaximumHeavyIncluders) {
+            return;
+        }
+        for (const std::string& file : files) {
+            report(file, 1, "more than " + std::to_string(kMaximumHeavyIncluders) + " files include " + folder);
+        }
+    }
+
+    const std::vector<SourceFile>& _tree;
+    std::set<std::string, std::less<>> _paths;
+    std::vector<std::string> _violations;
+    std::map<std::string, std::set<std::string>> _heavyIncluders;
+};
+
+/// Blanks out comments, so that what stands in them is not read; the lines stay where they are.
+std::string withoutComments(std::string_view text) {
+    std::string result(text);
+    enum class State { Code, Text, LineComment, BlockComment } state = State::Code;
+    char quote = 0;
+    for (std::size_t index = 0; index < result.size(); ++index) {
+        const char character = result[index];
+        const char next = index + 1 < result.size() ? result[index + 1] : '\0';
+        switch (state) {
+        case State::Code:
+            if (character == '/' && (next == '/' || next == '*')) {
+                state = next == '/' ? State::LineComment : State::BlockComment;
+                result[index++] = ' ';
+                result[index] = ' ';
+            } else if (character == '"') {
+                state = State::Text;
+                quote = character;
+            }
+            break;
+        case State::Text:
+            if (character == '\\') {
+                ++index;
+            } else if (character == quote || character == '\n') {
+                state = State::Code;
+            }
+            break;
+        case State::LineComment:
+            state = character == '\n' ? State::Code : state;
+            result[index] = character == '\n' ? '\n' : ' ';
+            break;
+        case State::BlockComment:
+            result[index] = character == '\n' ? '\n' : ' ';
+            if (character == '*' && next == '/') {
+                result[++index] = ' ';
+                state = State::Code;
+            }
+            break;
+        }
+    }
+    return result;
+}
+
+/// Takes blanks and then `word` from the front of a line.
+bool skipWord(std::string_view& line, std::string_view word) {
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    if (!line.starts_with(word)) {
+        return false;
+    }
+    line.remove_prefix(word.size());
+    return true;
+}
+
+}  // namespace
+
+std::vector<Include> includesOf(std::string_view text) {
+    std::vector<Include> result;
+    const std::string code = withoutComments(text);
+    std::size_t number = 0;
+    for (std::size_t start = 0; start < code.size();) {
+        const std::size_t end = std::min(code.find('\n', start), code.size());
+        std::string_view line = std::string_view(code).substr(start, end - start);
+        start = end + 1;
+        ++number;
+        if (!skipWord(line, "#") || !skipWord(line, "include")) {
+            continue;
+        }
+        Include include{number, {}, false};
+        if (skipWord(line, "\"")) {
+            include.quoted = true;
+            include.path = line.substr(0, line.find('"'));
+        } else if (skipWord(line, "<")) {
+            include.path = line.substr(0, line.find('>'));
+        }
+        result.push_back(std::move(include));
+    }
+    return result;
+}
+
+std::vector<std::string> violationsIn(const std::vector<SourceFile>& tree) {
+    return Checker(tree).run();
+}
+
+std::vector<SourceFile> readTree(const std::string& root) {
+    std::vector<SourceFile> tree;
+    for (const std::string_view folder : {"src", "include", "tools"}) {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(std::filesystem::path(root) / folder)) {
+            const std::filesystem::path extension = entry.path().extension();
+            if (extension != ".h" && extension != ".cpp") {
+                continue;
+            }
+            std::ifstream stream(entry.path(), std::ios::binary);
+            std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+            tree.push_back({std::filesystem::relative(entry.path(), root).generic_string(), std::move(text)});
+        }
+    }
+    std::sort(tree.begin(), tree.end(),
+              [](const SourceFile& left, const SourceFile& right) { return left.path < right.path; });
+    return tree;
+}
+
+}  // namespace architecture

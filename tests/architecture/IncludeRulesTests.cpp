@@ -1,0 +1,183 @@
+// The checker itself, on made-up trees; and then the real tree.
+
+#include "IncludeRules.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using architecture::Include;
+using architecture::includesOf;
+using architecture::SourceFile;
+using architecture::violationsIn;
+
+using Lines = std::vector<std::string>;
+
+SourceFile header(const std::string& name, const std::string& text = {}) {
+    return {"include/QLXClosedCaptionsUtilities/" + name, text};
+}
+
+TEST(IncludesOf, ReadsBothFormsWithTheirLines) {
+    const std::vector<Include> expected = {{1, "vector", false}, {3, "anc/Parity.h", true}};
+    EXPECT_EQ(includesOf("#include <vector>\n\n  #  include \"anc/Parity.h\" // why\nint x;\n"), expected);
+}
+
+TEST(IncludesOf, SkipsCommentsButNotWhatFollowsThem) {
+    const std::vector<Include> expected = {{4, "map", false}, {6, "set", false}};
+    EXPECT_EQ(includesOf("// #include <a>\n/* #include <b>\n#include <c>\n*/ #include <map>\n"
+                         "const char* glob = \"src/*\";\n#include <set>\n"),
+              expected);
+}
+
+TEST(IncludesOf, MarksAComputedIncludeWithAnEmptyPath) {
+    const std::vector<Include> expected = {{1, "", false}};
+    EXPECT_EQ(includesOf("#include HEADER"), expected);
+}
+
+TEST(IncludeRules, AllowTheArrowsOfTheArchitecture) {
+    const std::vector<SourceFile> tree = {
+        {"src/platform/File.cpp", "#include <fcntl.h>\n#include \"platform/File.h\"\n"},
+        {"src/platform/File.h", "#include <QLXClosedCaptionsUtilities/Export.h>\n"},
+        {"src/anc/Parity.cpp", "#include \"Parity.h\"\n#include <immintrin.h>\n"},
+        {"src/anc/Parity.h", "#include \"platform/File.h\"\n#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"},
+        {"src/captions/A.cpp", "#include \"anc/Parity.h\"\n"},
+        {"src/subtitles/A.cpp", "#include <QLXClosedCaptionsUtilities/platform/Data.h>\n"},
+        {"src/packetizer/A.cpp", "#include \"anc/Parity.h\"\n"
+                                 "#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>\n"},
+        {"src/log/Log.h", ""},
+        {"src/scte/A.cpp", "#include \"log/Log.h\"\n#include \"anc/Parity.h\"\n"},
+        {"src/line21/A.cpp", "#include \"../platform/File.h\"\n"},
+        header("platform/Data.h", "#include <vector>\n"),
+        header("QLXVANCPacket.h", "#include <QLXClosedCaptionsUtilities/platform/Data.h>\n"),
+        header("QLXSubtitleRecord.h"),
+        header("QLXClosedCaptionsUtilities.h", "#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"
+                                               "#include <QLXClosedCaptionsUtilities/Version.h>\n"),
+        {"tools/qlxcc/OutputFile.cpp", "#include <unistd.h>\n"},
+        {"tools/qlxcc/main.cpp", "#include \"Arguments.h\"\n"
+                                 "#include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>\n"},
+        {"tools/qlxcc/Arguments.h", "#include <CLI/CLI.hpp>\n"},
+        {"tools/qlxcc/Json.h", "#include <nlohmann/json.hpp>\n"},
+    };
+    EXPECT_EQ(violationsIn(tree), Lines{});
+}
+
+TEST(IncludeRules, FindAnArrowThatPointsTheWrongWay) {
+    const std::vector<SourceFile> tree = {
+        {"src/anc/A.cpp", "\n#include \"packetizer/B.h\"\n"},
+        {"src/packetizer/B.h", ""},
+        {"src/subtitles/C.cpp", "#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>\n"},
+        {"src/platform/D.cpp", "#include \"../anc/E.h\"\n"},
+        {"src/anc/E.h", "#include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>\n"},
+        header("QLXCCUtilities.h"),
+        header("QLXClosedCaptionsUtilities.h"),
+    };
+    const Lines expected = {
+        "src/anc/A.cpp:2: anc must not include packetizer/B.h",
+        "src/subtitles/C.cpp:1: subtitles must not include QLXClosedCaptionsUtilities/QLXCCUtilities.h",
+        "src/platform/D.cpp:1: platform must not include ../anc/E.h",
+        "src/anc/E.h:1: anc must not include QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
+TEST(IncludeRules, FindAPublicHeaderThatIncludesMoreThanPlatform) {
+    const std::vector<SourceFile> tree = {
+        header("QLXVANCPacket.h", "#include \"QLXSubtitleRecord.h\"\n#include <anc/Parity.h>\n#include <fcntl.h>\n"),
+        header("QLXSubtitleRecord.h"),
+        header("QLXCCUtilities.h", "#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"),
+        header("platform/Data.h", "#include \"../QLXCCUtilities.h\"\n#include \"platform/Storage.h\"\n"),
+        {"src/anc/Parity.h", ""},
+        {"src/platform/Storage.h", ""},
+    };
+    const Lines expected = {
+        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:1: anc must not include QLXSubtitleRecord.h",
+        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:2: anc must not include anc/Parity.h",
+        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:3: must not include fcntl.h",
+        "include/QLXClosedCaptionsUtilities/QLXCCUtilities.h:1: anc must not include "
+        "QLXClosedCaptionsUtilities/QLXVANCPacket.h",
+        "include/QLXClosedCaptionsUtilities/platform/Data.h:1: platform must not include ../QLXCCUtilities.h",
+        "include/QLXClosedCaptionsUtilities/platform/Data.h:2: platform must not include platform/Storage.h",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
+TEST(IncludeRules, FindSystemHeadersOutsideThePlatformFolder) {
+    const std::vector<SourceFile> tree = {
+        {"src/anc/A.cpp", "#include <unistd.h>\n#include <sys/stat.h>\n#include <stdint.h>\n#include <cstdint>\n"},
+        {"tools/qlxcc/A.cpp", "#include <unistd.h>\n"},
+        {"tools/qlxcc/OutputFile.h", "#include <fcntl.h>\n"},
+    };
+    const Lines expected = {
+        "src/anc/A.cpp:1: must not include unistd.h",           "src/anc/A.cpp:2: must not include sys/stat.h",
+        "src/anc/A.cpp:3: must not include stdint.h",           "tools/qlxcc/A.cpp:1: must not include unistd.h",
+        "tools/qlxcc/OutputFile.h:1: must not include fcntl.h",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
+TEST(IncludeRules, FindTheToolReachingIntoTheLibrary) {
+    const std::vector<SourceFile> tree = {
+        {"tools/qlxcc/A.cpp", "#include \"anc/Parity.h\"\n"},
+        {"src/anc/Parity.h", ""},
+    };
+    EXPECT_EQ(violationsIn(tree), Lines{"tools/qlxcc/A.cpp:1: tools must not include anc/Parity.h"});
+}
+
+TEST(IncludeRules, FindAHeavyHeaderInMoreThanTwoFilesOrOutsideTheTool) {
+    const std::vector<SourceFile> tree = {
+        {"src/anc/A.cpp", "#include <nlohmann/json.hpp>\n"},
+        {"tools/qlxcc/A.cpp", "#include <nlohmann/json.hpp>\n#include <CLI/CLI.hpp>\n"},
+        {"tools/qlxcc/B.cpp", "#include <nlohmann/json.hpp>\n#include <CLI/App.hpp>\n"},
+        {"tools/qlxcc/C.cpp", "#include <nlohmann/json_fwd.hpp>\n"},
+    };
+    const Lines expected = {
+        "src/anc/A.cpp:1: must not include nlohmann/json.hpp",
+        "tools/qlxcc/A.cpp:1: more than 2 files include nlohmann/",
+        "tools/qlxcc/B.cpp:1: more than 2 files include nlohmann/",
+        "tools/qlxcc/C.cpp:1: more than 2 files include nlohmann/",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
+TEST(IncludeRules, FindWhatTheyCannotPlace) {
+    const std::vector<SourceFile> tree = {
+        {"src/misc/A.cpp", "#include \"Gone.h\"\n#include HEADER\n"},
+        header("QLXUnknown.h", "#include <QLXClosedCaptionsUtilities/Gone.h>\n"),
+    };
+    const Lines expected = {
+        "src/misc/A.cpp:1: belongs to no known subsystem",
+        "src/misc/A.cpp:1: no such file: Gone.h",
+        "src/misc/A.cpp:2: an include must name its file",
+        "include/QLXClosedCaptionsUtilities/QLXUnknown.h:1: belongs to no known subsystem",
+        "include/QLXClosedCaptionsUtilities/QLXUnknown.h:1: no such file: QLXClosedCaptionsUtilities/Gone.h",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
+TEST(IncludeRules, FindALongFileUnlessItsClassSpansSubsystems) {
+    const std::string atLimit(500, '\n');
+    const std::vector<SourceFile> tree = {
+        {"src/anc/Limit.cpp", atLimit},
+        {"src/anc/Long.cpp", atLimit + "\n"},
+        header("QLXVANCPacket.h", atLimit + "\n"),
+        header("QLXSubtitleRecord.h", atLimit + "\n"),
+    };
+    const Lines expected = {
+        "src/anc/Long.cpp:501: more than 500 lines",
+        "include/QLXClosedCaptionsUtilities/QLXSubtitleRecord.h:501: more than 500 lines",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
+TEST(SourceTree, KeepsTheRules) {
+    const std::vector<SourceFile> tree = architecture::readTree(QLX_SOURCE_DIR);
+    std::size_t includes = 0;
+    for (const SourceFile& file : tree) {
+        includes += includesOf(file.text).size();
+    }
+    EXPECT_GT(tree.size(), 20U) << "this is not the whole tree";
+    EXPECT_GT(includes, tree.size()) << "the includes were not read";
+    EXPECT_EQ(violationsIn(tree), Lines{});
+}
+
+}  // namespace

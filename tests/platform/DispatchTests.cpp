@@ -1,0 +1,207 @@
+#include <QLXClosedCaptionsUtilities/platform/Dispatch.h>
+
+#include <QLXClosedCaptionsUtilities/platform/Services.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <numeric>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+TEST(BackgroundQueue, RunsTasksOnAnotherThread) {
+    std::promise<std::thread::id> promise;
+    qlx::services().get<qlx::BackgroundQueue>().async([&promise] { promise.set_value(std::this_thread::get_id()); });
+    EXPECT_NE(promise.get_future().get(), std::this_thread::get_id());
+}
+
+TEST(BackgroundQueue, RunsTasksAtTheSameTime) {
+    // Each of the two waits for the other.
+    std::promise<void> first;
+    std::promise<void> second;
+    std::promise<void> done;
+    auto& queue = qlx::services().get<qlx::BackgroundQueue>();
+    queue.async([&] {
+        first.set_value();
+        second.get_future().wait();
+        done.set_value();
+    });
+    queue.async([&] {
+        first.get_future().wait();
+        second.set_value();
+    });
+    done.get_future().wait();
+}
+
+TEST(SerialQueue, KeepsTheOrderOfEachThread) {
+    qlx::SerialQueue queue("test.serial");
+    EXPECT_EQ(queue.label(), "test.serial");
+    constexpr int kTasks = 2'000;
+    constexpr int kThreads = 4;
+    std::vector<std::vector<int>> seen(kThreads);  // Touched by the queue's tasks only.
+    std::vector<std::thread> threads;
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&queue, &seen, thread] {
+            for (int task = 0; task < kTasks; ++task) {
+                queue.async([&seen, thread, task] { seen[thread].push_back(task); });
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    queue.waitUntilEmpty();
+    std::vector<int> expected(kTasks);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(seen, std::vector<std::vector<int>>(kThreads, expected));
+}
+
+TEST(SerialQueue, RunsItsTasksAfterItIsGone) {
+    std::promise<void> gate;
+    std::promise<int> result;
+    {
+        qlx::SerialQueue queue("test.gone");
+        queue.async([&gate] { gate.get_future().wait(); });
+        queue.async([&result] { result.set_value(42); });
+    }
+    gate.set_value();
+    EXPECT_EQ(result.get_future().get(), 42);
+}
+
+TEST(SerialQueue, WaitsOnlyForWhatWasQueuedBefore) {
+    qlx::SerialQueue queue("test.wait");
+    queue.waitUntilEmpty();
+    std::atomic<int> count{0};
+    for (int task = 0; task < 100; ++task) {
+        queue.async([&count] { ++count; });
+    }
+    queue.waitUntilEmpty();
+    EXPECT_EQ(count, 100);
+}
+
+TEST(MainQueue, DrainsOnTheCallersThread) {
+    qlx::MainQueue queue;
+    EXPECT_EQ(queue.drain(), 0U);
+    std::vector<int> order;
+    queue.post([&] { order.push_back(1); });
+    queue.post([&] {
+        order.push_back(2);
+        queue.post([&] { order.push_back(3); });
+    });
+    EXPECT_TRUE(order.empty());
+    EXPECT_EQ(queue.drain(), 2U);
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+    EXPECT_EQ(queue.drain(), 1U);
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(MainQueue, RunsUntilStopped) {
+    qlx::MainQueue queue;
+    std::thread::id ranOn;
+    std::thread other([&] {
+        queue.post([&] { ranOn = std::this_thread::get_id(); });
+        queue.post([&] { queue.stop(); });
+    });
+    queue.run();
+    other.join();
+    EXPECT_EQ(ranOn, std::this_thread::get_id());
+    queue.stop();
+    queue.run();  // Returns at once.
+}
+
+TEST(MainQueue, HandsTasksToAHostsPoster) {
+    qlx::MainQueue queue;
+    std::vector<qlx::Task> host;
+    int count = 0;
+    queue.post([&] { count += 1; });
+    queue.setPoster([&host](qlx::Task task) { host.push_back(std::move(task)); });
+    EXPECT_EQ(host.size(), 1U);
+    queue.post([&] { count += 10; });
+    EXPECT_EQ(host.size(), 2U);
+    EXPECT_EQ(queue.drain(), 0U);
+    for (const qlx::Task& task : host) {
+        task();
+    }
+    EXPECT_EQ(count, 11);
+    queue.setPoster(nullptr);
+    queue.post([&] { count += 100; });
+    EXPECT_EQ(queue.drain(), 1U);
+    EXPECT_EQ(count, 111);
+}
+
+TEST(MainQueue, IsAServiceLikeTheOthers) {
+    qlx::MainQueue queue;
+    const qlx::ScopedService<qlx::MainQueue> scope(queue);
+    EXPECT_EQ(&qlx::services().get<qlx::MainQueue>(), &queue);
+}
+
+TEST(MainQueue, KeepsTheOrderOfAThreadWhileAPosterIsSet) {
+    for (int round = 0; round < 200; ++round) {
+        qlx::MainQueue queue;
+        std::mutex mutex;
+        std::vector<int> order;
+        std::thread other([&] {
+            for (int task = 0; task < 20; ++task) {
+                queue.post([&order, task] { order.push_back(task); });
+            }
+        });
+        queue.setPoster([&mutex](const qlx::Task& task) {
+            const std::lock_guard lock(mutex);
+            task();
+        });
+        other.join();
+        std::vector<int> expected(20);
+        std::iota(expected.begin(), expected.end(), 0);
+        ASSERT_EQ(order, expected);
+    }
+}
+
+TEST(Queues, PassOverEmptyTasks) {
+    qlx::MainQueue main;
+    main.post({});
+    EXPECT_EQ(main.drain(), 0U);
+    qlx::SerialQueue serial("test.empty");
+    serial.async({});
+    qlx::services().get<qlx::BackgroundQueue>().async({});
+    bool ran = false;
+    serial.async([&ran] { ran = true; });
+    serial.waitUntilEmpty();
+    EXPECT_TRUE(ran);
+}
+
+TEST(SerialQueue, TriesAgainAfterTheBackgroundQueueRefused) {
+    class RefusingQueue : public qlx::BackgroundQueue {
+    public:
+        bool refuses = true;
+        void async(qlx::Task task) override {
+            if (refuses) {
+                throw std::runtime_error("no thread");
+            }
+            defaultInstance().async(std::move(task));
+        }
+    };
+    RefusingQueue background;
+    const qlx::ScopedService<qlx::BackgroundQueue> scope(background);
+    qlx::SerialQueue queue("test.refused");
+    std::vector<int> order;
+    EXPECT_THROW(queue.async([&order] { order.push_back(1); }), std::runtime_error);
+    background.refuses = false;
+    queue.async([&order] { order.push_back(2); });
+    queue.waitUntilEmpty();
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+}
+
+TEST(SerialQueue, TakesTasksFromItsOwnTasks) {
+    std::promise<int> result;
+    auto queue = std::make_shared<qlx::SerialQueue>("test.own");
+    queue->async([queue, &result]() mutable {
+        queue->async([&result] { result.set_value(7); });
+        queue.reset();  // Perhaps the last owner.
+    });
+    queue.reset();
+    EXPECT_EQ(result.get_future().get(), 7);
+}

@@ -1,0 +1,236 @@
+// Rates, times, texts and rows.
+#include "AncBytes.h"
+#include "Errors.h"
+#include "MemorySource.h"
+#include "Progress.h"
+#include "Rates.h"
+#include "RowFile.h"
+#include "Teletext.h"
+#include "TeletextBytes.h"
+#include "Text.h"
+#include "Times.h"
+
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace qlx::tool;
+using qlxtest::fromHex;
+using qlxtest::toHex;
+
+TEST(Rates, FindsTheFirstFrameAtATime) {
+    const Rate rate25 = rateNamed("25").value();
+    EXPECT_EQ(firstFrameAtOrAfter(rate25, 0.0), 0U);
+    EXPECT_EQ(firstFrameAtOrAfter(rate25, -1.0), 0U);
+    EXPECT_EQ(firstFrameAtOrAfter(rate25, 0.001), 1U);
+    EXPECT_EQ(firstFrameAtOrAfter(rate25, 0.04), 1U);
+    EXPECT_EQ(firstFrameAtOrAfter(rate25, 0.041), 2U);
+    const Rate rate2997 = rateNamed("29.97").value();
+    // Frame 30 is at 1.001 s.
+    EXPECT_EQ(firstFrameAtOrAfter(rate2997, 1.0), 30U);
+    EXPECT_EQ(firstFrameAtOrAfter(rate2997, 1.001), 30U);
+    EXPECT_EQ(firstFrameAtOrAfter(rate2997, 1.002), 31U);
+    EXPECT_FALSE(rateNamed("29.970"));
+    EXPECT_FALSE(rateNamed(""));
+}
+
+TEST(Rates, LeadAFramesOwnTimeBackToIt) {
+    for (const Rate& rate : kRates) {
+        for (std::uint64_t frame = 0;; frame = frame * 3 / 2 + 1) {
+            const double seconds = qlx::secondsFrom(rate.timeOfFrame(frame));
+            if (seconds > kLongestTimeInSeconds) {
+                EXPECT_GT(frame, 80000000U);
+                break;
+            }
+            EXPECT_EQ(firstFrameAtOrAfter(rate, seconds), frame) << rate.name;
+            EXPECT_EQ(firstFrameAtOrAfter(rate, parseTime(timecode(rate.timeOfFrame(frame))).value()), frame)
+                << rate.name;
+        }
+    }
+}
+
+TEST(Times, ReadsSecondsAndTimecodes) {
+    EXPECT_EQ(parseTime("0"), 0.0);
+    EXPECT_EQ(parseTime("10"), 10.0);
+    EXPECT_EQ(parseTime("10.5"), 10.5);
+    EXPECT_EQ(parseTime(".5"), 0.5);
+    EXPECT_EQ(parseTime("10."), 10.0);
+    EXPECT_EQ(parseTime("10.04"), 10.04);
+    EXPECT_EQ(parseTime("00:00:10,500"), 10.5);
+    EXPECT_EQ(parseTime("00:00:10,040"), 10.04);
+    EXPECT_EQ(parseTime("00:00:10"), 10.0);
+    EXPECT_EQ(parseTime("1:02:03,004"), 3723.004);
+    EXPECT_EQ(parseTime("100:00:00"), 360000.0);
+    EXPECT_EQ(parseTime("1000:00:00,000"), 3600000.0);
+    EXPECT_EQ(parseTime("3600000"), 3600000.0);
+}
+
+TEST(Times, RefusesEverythingElse) {
+    for (const std::string_view text : {"",
+                                        " ",
+                                        ".",
+                                        "-1",
+                                        "+1",
+                                        "1 ",
+                                        " 1",
+                                        "1e3",
+                                        "0x10",
+                                        "nan",
+                                        "inf",
+                                        "1,5",
+                                        "1.2.3",
+                                        "ten",
+                                        "3600000.1",
+                                        "1000:00:00,001",
+                                        "99999:00:00",
+                                        "00:10",
+                                        "00:00:10:05",
+                                        "00:60:00",
+                                        "00:00:60",
+                                        "00:0:10",
+                                        "00:00:1",
+                                        "::",
+                                        "00:00:10,5",
+                                        "00:00:10,5000",
+                                        "00:00:10.500",
+                                        "00:00:10,",
+                                        "-00:00:10",
+                                        "00:00:10,500x",
+                                        "99999999999999999999999999999999999999"}) {
+        EXPECT_FALSE(parseTime(text)) << text;
+    }
+}
+
+TEST(Times, PrintsTimecodesWithCutMilliseconds) {
+    EXPECT_EQ(timecode(qlx::MediaTime::make(0, 25)), "00:00:00,000");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(1, 24)), "00:00:00,041");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(29 * 1001, 30000)), "00:00:00,967");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(90061 * 25 + 24, 25)), "25:01:01,960");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(3600 * 1000, 1)), "1000:00:00,000");
+    EXPECT_EQ(timecode(qlx::MediaTime{}), "--:--:--,---");
+}
+
+TEST(Texts, TakeOutWhatSteersATerminal) {
+    EXPECT_EQ(printable("d\xC3\xA9j\xC3\xA0 \xE2\x82\xAC \xF0\x9F\x8E\xAC"),
+              "d\xC3\xA9j\xC3\xA0 \xE2\x82\xAC \xF0\x9F\x8E\xAC");
+    EXPECT_EQ(printable("a\nb\tc\x1b[0m\x7F\xC2\x85z"), "a b c [0m  z");
+    EXPECT_EQ(printable("a\xE2\x80\xA8z"), "a z");
+    // A byte that is no UTF-8 (file names may have it) is kept.
+    EXPECT_EQ(printable("a\xFFz"), "a\xFFz");
+    EXPECT_EQ(padded("\xC3\xA9", 3), "\xC3\xA9  ");
+    EXPECT_EQ(padded("long", 3), "long");
+    EXPECT_EQ(rightAligned(7, 3), "  7");
+    EXPECT_EQ(rightAligned(1234, 3), "1234");
+    EXPECT_EQ(counted(0, "row"), "0 rows");
+    EXPECT_EQ(counted(1, "row"), "1 row");
+    EXPECT_EQ(hex(fromHex("00ff4d")), "00ff4d");
+}
+
+TEST(ProgressText, ShowsAPercentageWhereTheTotalIsKnown) {
+    EXPECT_EQ(progressText(1, 50, 200), "qlxcc: 1 frame, 25 %");
+    EXPECT_EQ(progressText(1200, 1200, 1200), "qlxcc: 1200 frames, 100 %");
+    EXPECT_EQ(progressText(3, 10, std::nullopt), "qlxcc: 3 frames");
+    EXPECT_EQ(progressText(3, 10, 0), "qlxcc: 3 frames");
+}
+
+TEST(Teletext, IsDescribedInWords) {
+    using qlxtest::fillingPacketHex;
+    using qlxtest::pageHeaderHex;
+    const auto words = [](const std::string& packet) { return teletextInWords(fromHex(packet)); };
+    EXPECT_EQ(words(qlxtest::fillingHex(qlxtest::kOddLines, 7)), "filling");
+    EXPECT_EQ(words(qlxtest::eraseHex(0)), "page 888 erase");
+    EXPECT_EQ(words(qlxtest::closeHex(0)), "page 88F close");
+    EXPECT_EQ(words(qlxtest::bonjourHex(0)), "row 11");
+    // 0x02 and 0x5e are Hamming codes of 1 and 3: page 13 of magazine 8.
+    EXPECT_EQ(words(qlxtest::packetHex(
+                  "0a0b0c", pageHeaderHex("025e", false) + qlxtest::bonjourRowHex() + qlxtest::bonjourRowHex(), 0)),
+              "page 813, rows 11,11");
+    // One bit of the address is wrong: 159b becomes 149b.
+    std::string damaged = qlxtest::bonjourHex(0);
+    ASSERT_EQ(damaged.substr(24, 4), "159b");
+    damaged.replace(24, 4, "149b");
+    EXPECT_EQ(words(damaged), "damaged packet");
+    EXPECT_EQ(words(""), "0 bytes");
+    EXPECT_EQ(words("5115"), "2 bytes");
+    EXPECT_EQ(words(std::string(296, '0')), "148 bytes");
+    EXPECT_EQ(words(qlxtest::bonjourHex(0).substr(0, 294)), "147 bytes");
+}
+
+TEST(Rows, HaveTheSizeOfTheirFormat) {
+    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 1920), 5120U);
+    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 1280), 3456U);  // 27 x 128
+    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 720), 1920U);
+    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 48), 128U);
+    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 49), 256U);
+    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 1), 128U);
+    EXPECT_EQ(rowBytes(qlx::kPixelFormat2vuy, 1920), 3840U);
+}
+
+TEST(Rows, StartAsBlanking) {
+    std::vector<std::uint8_t> row(128);
+    fillWithBlanking(qlx::kPixelFormatV210, row);
+    EXPECT_EQ(toHex(row), toHex(qlxtest::v210Row(8, {})));
+    row.resize(6);
+    fillWithBlanking(qlx::kPixelFormat2vuy, row);
+    EXPECT_EQ(toHex(row), "801080108010");
+}
+
+/// The lines of the packets of each frame, `12 575|12`, and what was said.
+std::string readRows(std::span<const std::uint8_t> bytes, RowLayout layout) {
+    const qlxtest::ExactBuffer buffer(bytes);
+    qlxtest::MemorySource source(buffer.span());
+    RowReader reader(source, std::move(layout));
+    std::string text;
+    std::vector<std::string> problems;
+    try {
+        for (Frame frame; reader.next(frame, problems);) {
+            text += "|";
+            for (const auto& packet : frame.packets) {
+                text += " " + std::to_string(packet->lineNumber());
+            }
+        }
+    } catch (const Failure& failure) {
+        text += " ! ";
+        text += failure.what();
+    }
+    for (const std::string& problem : problems) {
+        text += " ? " + problem;
+    }
+    return text;
+}
+
+TEST(Rows, AreReadAtEveryLength) {
+    const std::vector<std::uint8_t> data{1, 2, 3};
+    auto bytes = qlxtest::v210Row(8, qlxtest::ancSamples(0x61, 0x01, data));
+    const auto blank = qlxtest::v210Row(8, {});
+    bytes.insert(bytes.end(), blank.begin(), blank.end());
+    const auto again = bytes;
+    bytes.insert(bytes.end(), again.begin(), again.end());
+    ASSERT_EQ(bytes.size(), 512U);
+    const RowLayout layout{qlx::kPixelFormatV210, 48, {9, 10}};
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+        std::string expected;
+        const std::size_t rows = length / 128;
+        if (rows > 0) {
+            expected += "| 9";
+        }
+        if (rows > 2) {
+            expected += "| 9";
+        }
+        const std::size_t rest = length % 128;
+        if (length == 0) {
+            expected += " ! memory: byte 0: the file is empty";
+        } else if (rest != 0) {
+            expected += " ! memory: byte " + std::to_string(rows * 128) +
+                        ": the last row is cut short: " + std::to_string(rest) + " of 128 bytes";
+        } else if (rows % 2 == 1) {
+            expected += " ! memory: byte " + std::to_string(rows * 128) + ": the last frame is cut short: 1 of 2 rows";
+        }
+        EXPECT_EQ(readRows(std::span(bytes).first(length), layout), expected) << length;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,60 @@
+// Runs the built qlxcc as its users do, in folders of its own.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlxtest {
+
+/// What a run left behind.
+struct ToolResult {
+    int exitCode = -1;  ///< -1 when a signal ended it.
+    int signal = 0;
+    std::string out;
+    std::string err;
+};
+
+/// The conditions of a run.
+struct ToolConditions {
+    std::string input = {};                          ///< Standard input.
+    bool outputIsClosed = false;                     ///< Nobody reads standard output.
+    std::string outputFile = {};                     ///< Standard output goes here, when not empty.
+    bool asNobody = false;                           ///< Without the rights of the superuser.
+    std::optional<std::uint64_t> greatestFile = {};  ///< Bytes that a file may have.
+    std::string waitForFileIn = {};                  ///< Send `signal` as soon as there is a file in this folder.
+    int signal = 0;
+    std::string waitForText = {};  ///< Standard error is a terminal; send `signal` when this has been shown on it.
+};
+
+[[nodiscard]] ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditions& conditions = {});
+
+/// A new empty folder that goes away with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    [[nodiscard]] std::string path(std::string_view name = {}) const;
+    std::string write(std::string_view name, std::string_view content) const;
+    std::string write(std::string_view name, std::span<const std::uint8_t> content) const;
+    [[nodiscard]] std::string read(std::string_view name) const;
+    [[nodiscard]] std::vector<std::string> names() const;
+
+private:
+    std::filesystem::path _folder;
+};
+
+/// The lines of a text; what stands behind the last line feed counts when it is not empty.
+[[nodiscard]] std::vector<std::string> linesOf(std::string_view text);
+
+/// True when `text` is one line of the form `qlxcc: ...`.
+[[nodiscard]] bool isOneMessage(std::string_view text);
+
+}  // namespace qlxtest

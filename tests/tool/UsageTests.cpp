@@ -1,0 +1,98 @@
+// Wrong usage, help and version.
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using qlxtest::isOneMessage;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+
+class WrongUsage : public ::testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(WrongUsage, EndsWithCodeTwoAndOneMessage) {
+    const auto result = runTool(GetParam());
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find("--help)"), std::string::npos) << result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLines, WrongUsage,
+    ::testing::Values(
+        std::vector<std::string>{}, std::vector<std::string>{"paly"}, std::vector<std::string>{"--nothing"},
+        std::vector<std::string>{"play"}, std::vector<std::string>{"play", "a.srt"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext"},
+        std::vector<std::string>{"play", "a.srt", "--rate", "25"},
+        std::vector<std::string>{"play", "--mode", "teletext", "--rate", "25"},
+        std::vector<std::string>{"play", "a.srt", "b.srt", "--mode", "teletext", "--rate", "25"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "telex", "--rate", "25"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "26"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--from", "soon"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--from", "-1"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--from", "00:60:00,000"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "0"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "nan"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "3600001"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--format", "2vuy"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.txt"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "-"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--width", "720"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.v210", "--width",
+                                 "0"}));
+
+INSTANTIATE_TEST_SUITE_P(ScanCommandLines, WrongUsage,
+                         ::testing::Values(std::vector<std::string>{"scan"}, std::vector<std::string>{"scan", "a.mxf"},
+                                           std::vector<std::string>{"scan", "a.v210.d/b"},
+                                           std::vector<std::string>{"scan", "-"},
+                                           std::vector<std::string>{"scan", "a.v210", "--format", "jsonl"},
+                                           std::vector<std::string>{"scan", "a.v210", "--width", "0"},
+                                           std::vector<std::string>{"scan", "a.v210", "--width", "wide"},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", "12,"},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", ""},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", "12;575"},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", "575,12"},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", "12,12"},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", "65536"},
+                                           std::vector<std::string>{"scan", "a.v210", "--lines", "-1"},
+                                           std::vector<std::string>{"scan", "a.v210", "--rows", "0"},
+                                           std::vector<std::string>{"scan", "a.v210", "--rows", "2", "--lines", "1,2"},
+                                           std::vector<std::string>{"scan", "a.klv", "--lines", "12,575"},
+                                           std::vector<std::string>{"scan", "a.klv", "--width", "720"}));
+
+TEST(Usage, HelpShowsAnExampleOfEachCommand) {
+    for (const std::string& command : std::vector<std::string>{"play", "scan"}) {
+        const auto result = runTool({command, "--help"});
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, "");
+        EXPECT_NE(result.out.find("Examples:\n  qlxcc " + command + " "), std::string::npos) << result.out;
+        for (const std::string& line : qlxtest::linesOf(result.out)) {
+            EXPECT_LE(line.size(), 120U) << line;
+        }
+    }
+    const auto whole = runTool({"--help"});
+    EXPECT_EQ(whole.exitCode, 0);
+    EXPECT_NE(whole.out.find("  play "), std::string::npos);
+    EXPECT_NE(whole.out.find("  scan "), std::string::npos);
+}
+
+TEST(Usage, VersionIsOneLine) {
+    const auto result = runTool({"--version"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(result.out.starts_with("qlxcc ")) << result.out;
+    EXPECT_EQ(qlxtest::linesOf(result.out).size(), 1U);
+}
+
+TEST(Usage, WrongUsageLeavesTheOutputAlone) {
+    const TemporaryFolder folder;
+    folder.write("old.v210", "old");
+    const auto result =
+        runTool({"play", folder.path("a.srt"), "--mode", "teletext", "--rate", "12", "-o", folder.path("old.v210")});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(folder.read("old.v210"), "old");
+}
+
+}  // namespace

@@ -1,0 +1,51 @@
+#include "Errors.h"
+
+#include "Text.h"
+
+#include <cstdio>
+#include <system_error>
+
+namespace qlx::tool {
+
+namespace {
+
+Failure failureWithPlace(std::string_view name, std::string_view unit, std::uint64_t place, std::string_view what) {
+    std::string message(name);
+    message += ": ";
+    message += unit;
+    message += ' ';
+    message += std::to_string(place);
+    message += ": ";
+    message += what;
+    return Failure(message);
+}
+
+}  // namespace
+
+Failure failureIn(std::string_view name, std::string_view what) {
+    std::string message(name);
+    message += ": ";
+    message += what;
+    return Failure(message);
+}
+
+Failure failureAtByte(std::string_view name, std::uint64_t offset, std::string_view what) {
+    return failureWithPlace(name, "byte", offset, what);
+}
+
+Failure failureAtLine(std::string_view name, std::uint64_t line, std::string_view what) {
+    return failureWithPlace(name, "line", line, what);
+}
+
+std::string systemErrorText(int error) {
+    return std::generic_category().message(error);
+}
+
+void printMessage(std::string_view message) {
+    // One write a line, so that lines of several processes in one log do not mix.
+    const std::string line = "qlxcc: " + printable(message) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fflush(stderr);
+}
+
+}  // namespace qlx::tool

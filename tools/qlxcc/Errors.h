@@ -1,0 +1,48 @@
+// How the tool fails: one line on standard error and an exit code.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace qlx::tool {
+
+inline constexpr int kExitSuccess = 0;
+inline constexpr int kExitFailure = 1;  ///< The input is broken, or the output cannot be written.
+inline constexpr int kExitUsage = 2;    ///< The command line is wrong.
+
+/// What could not be done, as one line without the program's name.
+class Failure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A command line that cannot be understood or makes no sense.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Whoever read the output has gone: no error, there is just nothing left to do.
+class ClosedPipe : public std::runtime_error {
+public:
+    ClosedPipe() : std::runtime_error("closed pipe") {}
+};
+
+/// `NAME: what`
+[[nodiscard]] Failure failureIn(std::string_view name, std::string_view what);
+
+/// `NAME: byte 5120: what`
+[[nodiscard]] Failure failureAtByte(std::string_view name, std::uint64_t offset, std::string_view what);
+
+/// `NAME: line 12: what`
+[[nodiscard]] Failure failureAtLine(std::string_view name, std::uint64_t line, std::string_view what);
+
+/// The text of an `errno` value, such as "No such file or directory".
+[[nodiscard]] std::string systemErrorText(int error);
+
+/// Prints `qlxcc: message` as one line to standard error.
+void printMessage(std::string_view message);
+
+}  // namespace qlx::tool

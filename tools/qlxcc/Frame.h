@@ -1,0 +1,51 @@
+// A frame's ancillary packets, and what reads and writes files of such frames.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+class QLXSubtitleRecord;
+class QLXVANCPacket;
+
+namespace qlx::tool {
+
+/// The packets of one frame.
+struct Frame {
+    std::uint64_t number = 0;      ///< Counted from 0.
+    std::optional<MediaTime> pts;  ///< Presentation time, where it is known.
+    std::vector<std::shared_ptr<QLXVANCPacket>> packets;
+    std::shared_ptr<QLXSubtitleRecord> subtitle;  ///< In playout: the subtitle that is on air, null in a gap.
+};
+
+/// Reads the frames of a file one after the other.
+class FrameReader {
+public:
+    FrameReader() = default;
+    FrameReader(const FrameReader&) = delete;
+    FrameReader& operator=(const FrameReader&) = delete;
+    virtual ~FrameReader() = default;
+
+    /// Reads the next frame.
+    /// @param problems Gets a line for everything in the frame that could not be read.
+    /// @return False at the end of the file.
+    /// @throws Failure when the file is broken here; frames before have been given.
+    virtual bool next(Frame& frame, std::vector<std::string>& problems) = 0;
+};
+
+/// Writes frames one after the other.
+class FrameWriter {
+public:
+    FrameWriter() = default;
+    FrameWriter(const FrameWriter&) = delete;
+    FrameWriter& operator=(const FrameWriter&) = delete;
+    virtual ~FrameWriter() = default;
+
+    virtual void write(const Frame& frame) = 0;
+};
+
+}  // namespace qlx::tool

@@ -1,0 +1,115 @@
+#include "InputFile.h"
+
+#include "Errors.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path) : _name(path) {
+    if (path == "-") {
+        _name = "standard input";
+        _descriptor = STDIN_FILENO;
+    } else {
+        _descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (_descriptor < 0) {
+            throw failureIn(_name, systemErrorText(errno));
+        }
+        _ownsDescriptor = true;
+    }
+    struct stat status {};
+    if (::fstat(_descriptor, &status) == 0) {
+        if (S_ISDIR(status.st_mode)) {
+            ::close(_descriptor);
+            throw failureIn(_name, systemErrorText(EISDIR));
+        }
+        // Some files of the system say 0 and have content all the same.
+        if (S_ISREG(status.st_mode) && status.st_size > 0 && _ownsDescriptor) {
+            _size = static_cast<std::uint64_t>(status.st_size);
+        }
+    }
+    _buffer.resize(kBufferSize);
+}
+
+InputFile::~InputFile() {
+    if (_ownsDescriptor) {
+        ::close(_descriptor);
+    }
+}
+
+std::size_t InputFile::readSome(std::uint8_t* to, std::size_t count) {
+    for (;;) {
+        const ssize_t got = ::read(_descriptor, to, count);
+        if (got >= 0) {
+            return static_cast<std::size_t>(got);
+        }
+        if (errno != EINTR) {
+            throw failureAtByte(_name, _offset, systemErrorText(errno));
+        }
+    }
+}
+
+std::size_t InputFile::takeBuffered(std::uint8_t* to, std::size_t count) {
+    const std::size_t taken = std::min(count, _bufferEnd - _bufferStart);
+    if (taken > 0 && to != nullptr) {
+        std::memcpy(to, _buffer.data() + _bufferStart, taken);
+    }
+    _bufferStart += taken;
+    _offset += taken;
+    return taken;
+}
+
+std::size_t InputFile::read(std::span<std::uint8_t> to) {
+    std::size_t done = 0;
+    while (done < to.size()) {
+        if (_bufferStart == _bufferEnd) {
+            _bufferStart = 0;
+            _bufferEnd = readSome(_buffer.data(), _buffer.size());
+            if (_bufferEnd == 0) {
+                break;
+            }
+        }
+        done += takeBuffered(to.data() + done, to.size() - done);
+    }
+    return done;
+}
+
+std::uint64_t InputFile::skip(std::uint64_t count) {
+    std::uint64_t done = 0;
+    while (done < count) {
+        if (_bufferStart < _bufferEnd) {
+            const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count - done, _buffer.size()));
+            done += takeBuffered(nullptr, wanted);
+            continue;
+        }
+        // Long stretches of a file are jumped over, up to its end and not beyond.
+        if (_size && *_size > _offset && count - done > _buffer.size()) {
+            const std::uint64_t jump = std::min(count - done, *_size - _offset);
+            if (::lseek(_descriptor, static_cast<off_t>(_offset + jump), SEEK_SET) >= 0) {
+                _offset += jump;
+                done += jump;
+                continue;
+            }
+        }
+        _bufferStart = 0;
+        _bufferEnd = readSome(_buffer.data(), _buffer.size());
+        if (_bufferEnd == 0) {
+            break;
+        }
+    }
+    return done;
+}
+
+}  // namespace qlx::tool

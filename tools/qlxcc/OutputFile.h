@@ -1,0 +1,54 @@
+// Writing a result: to a file that appears only when it is complete, or to standard output.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+/// An output. A file is written under a temporary name in its own folder and renamed by commit(); without commit(), and
+/// when a signal ends the program, the temporary file is removed and an earlier file of that name stays as it was.
+/// Standard output, pipes and devices are written directly.
+///
+/// Every operation throws Failure when the output cannot be written, and ClosedPipe when nobody reads it any more.
+/// At most one file is open at a time (the signal handler knows one name).
+class OutputFile {
+public:
+    /// @param path None or `-` is standard output.
+    explicit OutputFile(const std::optional<std::string>& path);
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    ~OutputFile();
+
+    void write(std::span<const std::uint8_t> bytes);
+    void write(std::string_view text);
+
+    /// Hands everything written so far to the system.
+    void flush();
+
+    /// Flushes and gives a file its name. Nothing may be written afterwards.
+    void commit();
+
+    [[nodiscard]] bool isStandardOutput() const { return _isStandardOutput; }
+
+private:
+    void openFile(const std::string& path);
+    void openTemporary(const std::string& target);
+
+    std::string _name;
+    std::string _target;
+    std::string _temporary;
+    int _descriptor = -1;
+    bool _isStandardOutput = false;
+    std::vector<std::uint8_t> _buffer;
+};
+
+/// Whether standard output is a terminal.
+[[nodiscard]] bool standardOutputIsTerminal();
+
+}  // namespace qlx::tool

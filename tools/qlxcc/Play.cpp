@@ -1,0 +1,153 @@
+#include "Play.h"
+
+#include "Errors.h"
+#include "Json.h"
+#include "Klv.h"
+#include "OutputFile.h"
+#include "Progress.h"
+#include "RowFile.h"
+#include "Schedule.h"
+#include "Subtitles.h"
+#include "Text.h"
+#include "Times.h"
+#include "ToolConsole.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::int32_t kTeletextMode = 2;
+constexpr double kSecondsBehindLastCue = 1.0;
+constexpr std::size_t kShownProblems = 10;
+
+// The video lines of OP-47 packets: field 1, field 2.
+constexpr std::array<std::uint64_t, 2> kLinesHD{12, 575};
+constexpr std::array<std::uint64_t, 2> kLinesSD{21, 334};
+
+/// The frames that are played: `first` to `end`, without the latter.
+struct FrameRange {
+    std::uint64_t first = 0;
+    std::uint64_t end = 0;
+};
+
+using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
+
+void reportProblems(const Subtitles& subtitles) {
+    const std::size_t shown = std::min(subtitles.problems.size(), kShownProblems);
+    for (std::size_t index = 0; index < shown; ++index) {
+        const SubtitleProblem& problem = subtitles.problems[index];
+        printMessage("warning: " + subtitles.name + ": line " + std::to_string(problem.line) +
+                     ": cue left out: " + problem.what);
+    }
+    if (subtitles.problems.size() > shown) {
+        printMessage("warning: " + subtitles.name + ": " + counted(subtitles.problems.size() - shown, "more cue") +
+                     " left out");
+    }
+}
+
+double endOfLastCue(const Records& records) {
+    double end = 0.0;
+    for (const auto& record : records) {
+        end = std::max(end, record->endTimeInSeconds());
+    }
+    return end;
+}
+
+FrameRange frameRange(const PlayOptions& options, const Subtitles& subtitles) {
+    const std::uint64_t first = firstFrameAtOrAfter(options.rate, options.fromSeconds);
+    if (options.durationSeconds) {
+        return {first, first + firstFrameAtOrAfter(options.rate, *options.durationSeconds)};
+    }
+    const double lastEnd = endOfLastCue(subtitles.records);
+    const std::string lastTimecode = QLXSubtitleRecord::SRTTimecodeFromSeconds(lastEnd);
+    if (lastEnd > kLongestTimeInSeconds) {
+        throw failureIn(subtitles.name, "the last cue ends at " + lastTimecode +
+                                            ", behind 1000 hours: say how much is to be played with --duration");
+    }
+    // Cues end on whole milliseconds; the sum is brought back to the nearest one.
+    const double end = std::round((lastEnd + kSecondsBehindLastCue) * 1000.0) / 1000.0;
+    const FrameRange range{first, firstFrameAtOrAfter(options.rate, end)};
+    if (range.first >= range.end) {
+        throw failureIn(subtitles.name, "nothing to play: the last cue ends at " + lastTimecode + ", before --from");
+    }
+    return range;
+}
+
+/// The timeline that is handed to the packetizer: the cues that end after the first frame's time, behind an empty
+/// record. The packetizer shows its first record from the beginning, whatever its start; with one in front that ended
+/// before all time, the first cue becomes due like every other: on the first frame that is later than its start.
+Records timeline(const Records& records, double firstFrameTime) {
+    auto front = QLXSubtitleRecord::initWithSubtitleMode(kTeletextMode);
+    front->setStartTimeInSeconds(-std::numeric_limits<double>::infinity());
+    front->setEndTimeInSeconds(-std::numeric_limits<double>::infinity());
+    Records result{std::move(front)};
+    std::copy_if(records.begin(), records.end(), std::back_inserter(result),
+                 [&](const auto& record) { return record->endTimeInSeconds() > firstFrameTime; });
+    return result;
+}
+
+std::string summary(const PlayOptions& options, const Subtitles& subtitles) {
+    return subtitles.name + ": " + counted(subtitles.records.size(), "cue") + " as OP-47 teletext, " +
+           std::string(options.rate.name) + " frames/s, " + (options.isHD ? "HD" : "SD");
+}
+
+std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtitles& subtitles, OutputFile& output) {
+    const std::array<std::uint64_t, 2>& lines = options.isHD ? kLinesHD : kLinesSD;
+    switch (options.format) {
+    case PlayFormat::V210:
+        return std::make_unique<V210Writer>(output,
+                                            RowLayout{kPixelFormatV210, options.width, {lines.begin(), lines.end()}});
+    case PlayFormat::Klv:
+        return std::make_unique<KlvWriter>(output);
+    case PlayFormat::Jsonl:
+        return std::make_unique<JsonlWriter>(output);
+    case PlayFormat::Schedule:
+        break;
+    }
+    auto schedule = std::make_unique<ScheduleWriter>(output, lines);
+    schedule->writeTitles(summary(options, subtitles));
+    return schedule;
+}
+
+}  // namespace
+
+int play(const PlayOptions& options) {
+    ToolConsole console;
+    const ScopedService<Console> consoleScope(console);
+
+    const MediaTime duration = options.rate.frameDuration();
+    const Subtitles subtitles = loadSubtitles(options.subtitles, kTeletextMode, secondsFrom(duration));
+    const FrameRange range = frameRange(options, subtitles);
+    reportProblems(subtitles);
+
+    const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(kTeletextMode, options.isHD);
+    packetizer->setSubtitleRecords(timeline(subtitles.records, secondsFrom(options.rate.timeOfFrame(range.first))));
+
+    OutputFile output(options.output);
+    const auto writer = makeWriter(options, subtitles, output);
+    Progress progress(range.end - range.first, output.isStandardOutput());
+    for (std::uint64_t number = range.first; number < range.end; ++number) {
+        const MediaTime pts = options.rate.timeOfFrame(number);
+        const auto sample = packetizer->copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, duration);
+        writer->write(
+            {number, pts, QLXVANCPacket::VANCPacketsWithCMSampleBuffer(sample), packetizer->lastSubtitleRecord()});
+        const std::uint64_t done = number + 1 - range.first;
+        progress.update(done, done);
+    }
+    output.commit();
+    return kExitSuccess;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,47 @@
+// Frame rates by the names that people give them.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qlx::tool {
+
+/// A frame rate: its name and the duration of a frame, `value` / `timescale` seconds.
+struct Rate {
+    std::string_view name;
+    std::int64_t value = 0;
+    std::int32_t timescale = 0;
+
+    [[nodiscard]] constexpr MediaTime frameDuration() const noexcept { return MediaTime::make(value, timescale); }
+
+    /// The presentation time of frame `frame`, counted from 0.
+    [[nodiscard]] constexpr MediaTime timeOfFrame(std::uint64_t frame) const noexcept {
+        return MediaTime::make(static_cast<std::int64_t>(frame) * value, timescale);
+    }
+};
+
+/// The rates of television and cinema; the fractional ones are the exact 1000/1001 rates that their names round.
+inline constexpr std::array<Rate, 8> kRates{{
+    {"23.976", 1001, 24000},
+    {"24", 1, 24},
+    {"25", 1, 25},
+    {"29.97", 1001, 30000},
+    {"30", 1, 30},
+    {"50", 1, 50},
+    {"59.94", 1001, 60000},
+    {"60", 1, 60},
+}};
+
+/// The rate called `name`.
+[[nodiscard]] std::optional<Rate> rateNamed(std::string_view name) noexcept;
+
+/// The number of the first frame whose time is `seconds` or later; 0 for a negative time. This is also the number of
+/// frames that begin before `seconds`.
+/// @param seconds At most kLongestTimeInSeconds.
+[[nodiscard]] std::uint64_t firstFrameAtOrAfter(const Rate& rate, double seconds) noexcept;
+
+}  // namespace qlx::tool

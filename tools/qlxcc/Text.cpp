@@ -1,0 +1,65 @@
+#include "Text.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+namespace qlx::tool {
+
+std::string printable(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        const std::string_view rest = text;
+        const char32_t character = takeCodePoint(text);
+        // C0 and C1 controls, delete, and the separators that some terminals and logs break a line at.
+        const bool isControl =
+            character < 0x20 || (character >= 0x7F && character < 0xA0) || character == 0x2028 || character == 0x2029;
+        if (isControl) {
+            result += ' ';
+        } else {
+            result += rest.substr(0, rest.size() - text.size());
+        }
+    }
+    return result;
+}
+
+std::string hex(std::span<const std::uint8_t> bytes) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string result;
+    result.reserve(bytes.size() * 2);
+    for (const std::uint8_t byte : bytes) {
+        result += kDigits[byte >> 4U];
+        result += kDigits[byte & 15U];
+    }
+    return result;
+}
+
+std::string counted(std::uint64_t count, std::string_view noun) {
+    std::string result = std::to_string(count);
+    result += ' ';
+    result += noun;
+    if (count != 1) {
+        result += 's';
+    }
+    return result;
+}
+
+std::string padded(std::string text, std::size_t width) {
+    std::size_t characters = 0;
+    for (std::string_view rest = text; !rest.empty(); ++characters) {
+        (void)takeCodePoint(rest);
+    }
+    if (characters < width) {
+        text.append(width - characters, ' ');
+    }
+    return text;
+}
+
+std::string rightAligned(std::uint64_t number, std::size_t width) {
+    std::string digits = std::to_string(number);
+    if (digits.size() < width) {
+        digits.insert(0, width - digits.size(), ' ');
+    }
+    return digits;
+}
+
+}  // namespace qlx::tool

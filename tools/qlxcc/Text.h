@@ -1,0 +1,27 @@
+// Small pieces of text that several outputs share.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace qlx::tool {
+
+/// `text` with a space in place of every control character, so that a file's content or name can neither break a line
+/// of output nor steer the terminal.
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// Lower-case hexadecimal digits without spaces.
+[[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
+
+/// `1 frame`, `2 frames`.
+[[nodiscard]] std::string counted(std::uint64_t count, std::string_view noun);
+
+/// `text` with spaces behind it up to `width` characters (code points of UTF-8).
+[[nodiscard]] std::string padded(std::string text, std::size_t width);
+
+/// `number` with spaces in front of it up to `width` characters.
+[[nodiscard]] std::string rightAligned(std::uint64_t number, std::size_t width);
+
+}  // namespace qlx::tool
