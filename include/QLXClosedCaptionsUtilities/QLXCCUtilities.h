@@ -1,16 +1,32 @@
-// Caption and ancillary data utilities: SDI rows to luma bytes and back.
+// Caption and ancillary data utilities: SDI rows, caption distribution packets, caption samples, captions in compressed
+// video, captions across frame rates, character codes.
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 class QLXVANCPacket;
 
-/// Class operations on rows of pixels. They keep no state and may be called from any thread.
+/// The sequence counter of the caption samples that the frame-rate splitter and joiner make: its low 16 bits go into
+/// each CDP, and it grows by one for each sample. Threads that split and join at the same time may repeat values.
+extern QLX_EXPORT std::uint32_t gSequenceCounter;
+
+/// Kept for clients that link it; nothing in the library reads or writes it.
+extern QLX_EXPORT std::uint32_t gCEA708PacketCounter;
+
+/// The caption triplets of `data` in words: "2 samples: fc942c fa0000". A length that is not a multiple of 3 gives the
+/// buffer's plain description.
+[[nodiscard]] QLX_EXPORT std::string descriptionForCEA708Triplets(const qlx::Data& data);
+
+/// Class operations on rows of pixels, caption packets and caption samples. They keep no state, with the exception of
+/// `gSequenceCounter`, and may be called from any thread.
 class QLX_EXPORT QLXCCUtilities {
 public:
     QLXCCUtilities() = delete;
@@ -57,4 +73,175 @@ public:
     static void fillYComponentIn8BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
         std::uint8_t* destination, const std::vector<std::shared_ptr<QLXVANCPacket>>& packets,
         std::uint64_t destinationBufferSize, std::int32_t lineNumber);
+
+    // Caption distribution packets (CDP, SMPTE ST 334-2). A frame duration's value and timescale alone count.
+
+    /// The cdp_frame_rate code of a frame duration: 1 (23.976) to 8 (60); 0 for any other rate.
+    [[nodiscard]] static std::uint8_t cdpFrameRateForFrameDuration(const qlx::MediaTime& frameDuration) noexcept;
+
+    /// Triplets of a CDP at that frame duration: 600 / frames per second, truncated, its low 8 bits; 0 for a value or
+    /// timescale of 0 or a negative quotient.
+    [[nodiscard]] static std::uint8_t ccCountForFrameDuration(const qlx::MediaTime& frameDuration) noexcept;
+
+    /// The frame-rate code of a triplet count, coarser than the above as deployed hosts expect: 1 (23.976) for 25
+    /// triplets, 7 (59.94) for 10, 4 (29.97) for any other count.
+    [[nodiscard]] static std::uint8_t cdpFrameRateForCCCount(std::uint8_t ccCount) noexcept;
+
+    /// Bytes of a CEA-708 caption sample at that frame duration: 3 a triplet and 37.
+    [[nodiscard]] static std::int32_t closedCaptionMaxSampleSizeForFrameDuration(
+        const qlx::MediaTime& frameDuration) noexcept;
+
+    /// A `clcp`/`c708` sample: an atom header and a CDP with the payload `cea608Data`.
+    /// @param cea608Data None or empty: padding only. 2 or 4 bytes: one or two field-1 pairs. 3 bytes, or another
+    ///   multiple of 3: ready triplets, each followed by an empty field-2 one. Any other length: an empty field-1
+    ///   triplet.
+    /// @return Null when the platform refuses a media object.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createCEA708SampleBufferWithSampleTimingInfo_frameDuration_sequenceCounter_cea608Data(
+        const qlx::SampleTimingInfo& timingInfo, const qlx::MediaTime& frameDuration, std::uint16_t sequenceCounter,
+        const qlx::Data& cea608Data);
+
+    /// The triplets of a CDP without a time code section: 3 bytes each. Empty when the data are no CDP or hold fewer
+    /// triplets than they say. Length byte and checksum are not verified.
+    [[nodiscard]] static qlx::Data extractCEA708TripletDataFromCCData(const qlx::Data& ccData);
+
+    /// Sorts the triplets from `offset` on by kind. The walk stops `offset` bytes before the end, as hosts expect, and
+    /// never goes over the data twice.
+    /// @param offset Bytes in front of the first triplet; 9 in a CDP. Behind the end: everything is empty.
+    /// @param cc1Data Written, may be null: the field-1 pairs.
+    /// @param cc2Data Written, may be null: the field-2 pairs.
+    /// @return The DTVCC triplets.
+    [[nodiscard]] static qlx::Data extractCaptionTripletsFromData_fromOffset_CC1Data_CC2Data(const qlx::Data& data,
+                                                                                             std::uint64_t offset,
+                                                                                             qlx::Data* cc1Data,
+                                                                                             qlx::Data* cc2Data);
+
+    // Caption samples
+
+    /// A `clcp`/`c608` sample of the null pair 80 80. The counter is not used.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createEmptyCEA608SampleBufferWithPTS_frameDuration_sequenceCounter(const qlx::MediaTime& pts,
+                                                                       const qlx::MediaTime& frameDuration,
+                                                                       std::uint16_t sequenceCounter);
+
+    /// A `clcp`/`c708` sample whose CDP holds padding only.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(const qlx::MediaTime& pts,
+                                                                       const qlx::MediaTime& frameDuration,
+                                                                       std::uint16_t sequenceCounter);
+
+    /// A `clcp`/`c708` sample of the packet's data (modulo 256 bytes) followed by 8 zero bytes, without an atom
+    /// header: deployed hosts read it so. Null for a duration of 0 or a frame duration without triplets. The counter
+    /// is not used.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createCEA708SampleBufferWithSampleTimingInfo_frameDuration_sequenceCounter_VANCPacket(
+        const qlx::SampleTimingInfo& timingInfo, const qlx::MediaTime& frameDuration, std::uint16_t sequenceCounter,
+        const std::shared_ptr<QLXVANCPacket>& packet);
+
+    /// The sample itself.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> conformSampleBufferToCEA608_frameDuration(
+        const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer, const qlx::MediaTime& frameDuration);
+
+    /// A `c608` sample as a `c708` one (counter 0), null when its timing cannot be read; any other sample itself.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> conformSampleBufferToCEA708_frameDuration(
+        const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer, const qlx::MediaTime& frameDuration);
+
+    /// The first caption or OP-47 packet of SDI lines as a sample: `clcp`/`c708` or `sbtl`/`op47`; null without one.
+    /// @param data The first line; nothing behind `size` bytes is read.
+    /// @param bytesPerRow Bytes from one line to the next; 0, or more than `size`, gives null.
+    /// @param bufferFormat `v210` or `2vuy`.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createCEA708SampleBufferFromDataBuffer_size_bytesPerRow_bufferFormat_timingInfo(
+        const std::uint8_t* data, std::uint64_t size, std::uint64_t bytesPerRow, std::uint32_t bufferFormat,
+        const qlx::SampleTimingInfo& timingInfo);
+
+    /// The same over a byte buffer.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createCEA708SampleBufferFromData_bytesPerRow_bufferFormat_timingInfo(const qlx::Data& data,
+                                                                         std::uint64_t bytesPerRow,
+                                                                         std::uint32_t bufferFormat,
+                                                                         const qlx::SampleTimingInfo& timingInfo);
+
+    /// Always null.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> createCCSampleBufferFromVANCPacket_timingInfo(
+        const std::shared_ptr<QLXVANCPacket>& packet, const qlx::SampleTimingInfo& timingInfo);
+
+    // Captions in compressed video (ATSC A/53 Part 4). Triplets as they stand in the stream, or none.
+
+    /// From one H.264 access unit: Annex B when it begins with 00 00 00 01 and has at least 5 bytes, else
+    /// length-prefixed.
+    [[nodiscard]] static qlx::Data extractCCDataFromH264Packet(const qlx::Data& packet);
+    /// From one access unit in Annex B form. Emulation prevention bytes are not removed.
+    [[nodiscard]] static qlx::Data extractCCDataFromAnnexBH264Packet(const qlx::Data& packet);
+    /// From NAL units each behind a 4-byte big-endian length. A unit that ends with the buffer is not searched, as
+    /// deployed hosts expect.
+    [[nodiscard]] static qlx::Data extractCCDataFromAVCCH264Packet(const qlx::Data& packet);
+    /// From MPEG-2 video data. The presentation time is not used.
+    [[nodiscard]] static qlx::Data extractCCDataFromMPEG2Packet_pts(const qlx::Data& packet, const qlx::MediaTime& pts);
+    /// The A/53 cc_data structure (type code, flags, em_data, triplets, marker) of a CDP's triplets; none without any.
+    [[nodiscard]] static qlx::Data a53CCDataFromCCData(const qlx::Data& ccData);
+
+    // Captions across frame rates: one sample to two at the double rate, and back
+
+    /// Spreads triplets over two frames: field 1 and at most `ccCount` - 1 DTVCC triplets to the first, field 2 and
+    /// the rest to the second, each padded to `ccCount` triplets. As deployed hosts expect, the length of the field-1
+    /// buffer decides how many field-2 pairs are taken. Nothing happens when an out-argument is null.
+    static void splitCEA708PacketData_withCC1Data_andCC2Data_toPacketData1_andPacketData2_CCCount(
+        const qlx::Data& packetData, const qlx::Data& cc1Data, const qlx::Data& cc2Data, qlx::Data* packetData1,
+        qlx::Data* packetData2, std::uint8_t ccCount);
+
+    /// Joins the triplets of two frames, padded to `ccCount` triplets and never cut; none when a triplet buffer is
+    /// none.
+    [[nodiscard]] static qlx::Data concatenatedCEA708PacketDataFromData_andData_withCC1Data_andCC2Data_CCCount(
+        const qlx::Data& first, const qlx::Data& second, const qlx::Data& cc1Data, const qlx::Data& cc2Data,
+        std::uint8_t ccCount);
+
+    /// Splits a caption sample, or a `meta`/`VANC` sample with caption packets, into two.
+    /// @param first Written: the first sample, or the input itself when a `VANC` sample holds no caption packet. Left
+    ///   untouched by a payload of another kind.
+    /// @param second Written: the second sample; null beside the input itself. Left untouched by a single byte pair
+    ///   and by a payload of another kind.
+    /// @param frameDuration The output frame duration.
+    /// @return False when an argument is null or the sample has no caption payload.
+    static bool splitSampleBuffer_toSampleBuffer_andSampleBuffer_frameDuration(
+        const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer, std::shared_ptr<qlx::SampleBuffer>* first,
+        std::shared_ptr<qlx::SampleBuffer>* second, const qlx::MediaTime& frameDuration);
+
+    /// Joins two caption samples (two CDPs, or two samples of one byte pair); null for anything else.
+    /// @param frameDuration The output frame duration; the presentation time is the first sample's.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createConcatenatedSampleBufferWithSampleBuffer_andSampleBuffer_frameDuration(
+        const std::shared_ptr<qlx::SampleBuffer>& first, const std::shared_ptr<qlx::SampleBuffer>& second,
+        const qlx::MediaTime& frameDuration);
+
+    /// The payload of a caption sample: a CDP (`c708`), byte pairs (`clcp`, any other subtype) or an MXF ANC data
+    /// element (`meta`/`VANC`); none for anything else.
+    [[nodiscard]] static qlx::Data extractCaptionsDataFromSampleBuffer(
+        const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer);
+
+    /// A `clcp`/`c708` sample of ready triplets, neither padded nor cut to the rate. Fewer than 18 bytes (a multiple
+    /// of 3) go through the `cea608Data` form. Null for a duration of 0 or a frame duration without triplets.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
+    createCEA708SampleBufferWithSampleTimingInfo_frameDuration_sequenceCounter_a53Data(
+        const qlx::SampleTimingInfo& timingInfo, const qlx::MediaTime& frameDuration, std::uint16_t sequenceCounter,
+        const qlx::Data& a53Data);
+
+    // Characters: the UTF-8 bytes of a character code, empty when the set has none
+
+    /// CEA-608 standard characters.
+    [[nodiscard]] static qlx::Data dataWith608ASCIICharacter(std::uint8_t code);
+    /// CEA-608 special characters.
+    [[nodiscard]] static qlx::Data dataWith608SpecialCharacter(std::uint8_t code);
+    /// CEA-608 extended characters, Spanish and French.
+    [[nodiscard]] static qlx::Data dataWith608ExtSpanishFrenchCharacter(std::uint8_t code);
+    /// CEA-608 extended characters, Portuguese, German and Danish.
+    [[nodiscard]] static qlx::Data dataWith608ExtPortugueseGermanDanishCharacter(std::uint8_t code);
+    /// CEA-708 G0.
+    [[nodiscard]] static qlx::Data dataWith708G0Character(std::uint8_t code);
+    /// CEA-708 G1.
+    [[nodiscard]] static qlx::Data dataWith708G1Character(std::uint8_t code);
+    /// CEA-708 G2.
+    [[nodiscard]] static qlx::Data dataWith708G2Character(std::uint8_t code);
+    /// CEA-708 G3.
+    [[nodiscard]] static qlx::Data dataWith708G3Character(std::uint8_t code);
 };

@@ -2,6 +2,11 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <QLXClosedCaptionsUtilities/QLXCEA608To708Converter.h>
+#include <QLXClosedCaptionsUtilities/QLXLogController.h>
+#include <QLXClosedCaptionsUtilities/QLXLogControllerDelegate.h>
+#include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
+#include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

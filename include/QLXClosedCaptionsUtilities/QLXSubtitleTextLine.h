@@ -49,12 +49,15 @@ public:
     [[nodiscard]] std::optional<std::string> textString() const { return _guard.load(_textString); }
     void setTextString(std::optional<std::string> value) { _guard.store(_textString, std::move(value)); }
 
+    /// `<b>` was present. Carried for clients; no output renders it.
     [[nodiscard]] bool bold() const noexcept { return _bold.load(std::memory_order_relaxed); }
     void setBold(bool value) noexcept { _bold.store(value, std::memory_order_relaxed); }
 
+    /// `<u>` was present. Carried for clients; no output renders it.
     [[nodiscard]] bool underline() const noexcept { return _underline.load(std::memory_order_relaxed); }
     void setUnderline(bool value) noexcept { _underline.store(value, std::memory_order_relaxed); }
 
+    /// `<i>` was present. Carried for clients; no output renders it.
     [[nodiscard]] bool italic() const noexcept { return _italic.load(std::memory_order_relaxed); }
     void setItalic(bool value) noexcept { _italic.store(value, std::memory_order_relaxed); }
 

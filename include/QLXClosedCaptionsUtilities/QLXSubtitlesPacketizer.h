@@ -12,13 +12,15 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 class QLXSubtitleRecord;
 class QLXSubtitleTextLine;
 
 /// Plays a timeline of subtitles frame by frame: called once a frame with its presentation time, it gives the sample to
-/// attach to that frame. Mode 2 makes OP-47 teletext packets (SMPTE RDD 8, ETSI EN 300 706) for both fields.
+/// attach to that frame. Mode 1 makes CEA-608 pop-on captions in CDPs (CTA-608, SMPTE ST 334-2), mode 2 OP-47 teletext
+/// packets (SMPTE RDD 8, ETSI EN 300 706) for both fields.
 ///
 /// Records may be added or replaced from any thread while frames are being made; frames are asked for by one thread at
 /// a time. A host that starts again from the beginning makes a new packetizer.
@@ -94,6 +96,30 @@ public:
     /// cannot be made.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> copyNextTeletextSampleBufferAtPTS_frameDuration(
         const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration);
+
+    /// The `clcp`/`c708` sample with the frame's byte pair of a pop-on caption in field 1 (CTA-608); null when there is
+    /// nothing to send, or when a media object cannot be made. A caption of n bytes takes n / 2 frames; a record that
+    /// becomes due meanwhile waits.
+    [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> copyNextCEA608SampleBufferAtPTS_frameDuration(
+        const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration);
+
+    // CEA-608 captions
+
+    /// The bytes of a record's caption, parity included: rows 12 and 13 from the first two lines, at column 0, in
+    /// white. Null, or a record without lines, gives the caption that clears the screen.
+    [[nodiscard]] static qlx::Data cea608PageDataWithSubtitleRecord(const std::shared_ptr<QLXSubtitleRecord>& record);
+
+    /// The characters of a line (UTF-8) with parity, at most 31 of them, padded to an even length.
+    [[nodiscard]] static qlx::Data cea608DataWithText(std::string_view text);
+
+    /// The code of a Unicode character without parity: high byte 0 for one of the basic set, a space for one that
+    /// CEA-608 does not hold.
+    /// @param highByte, lowByte Written; either may be null.
+    static void cea608BytesWithUTF32Character_highByte_lowByte(std::uint32_t character, std::uint8_t* highByte,
+                                                               std::uint8_t* lowByte) noexcept;
+
+    /// Bits 0 to 6 of `byte`, with bit 7 set when the number of ones among its eight bits is even.
+    [[nodiscard]] static std::uint8_t addOddParity(std::uint8_t byte) noexcept;
 
     // Subtitling data packets (SDP) of 148 bytes, for one field each. A footer takes the packetizer's running counter.
 
@@ -198,5 +224,8 @@ private:
     std::mutex _queuesMutex;  ///< Guards both queues.
     std::vector<qlx::Data> _field1PacketsToSend;
     std::vector<qlx::Data> _field2PacketsToSend;
+    std::mutex _captionMutex;  ///< Guards the caption that is being sent.
+    qlx::Data _cea608DataToSend;
+    std::uint64_t _cea608DataOffset = 0;
     qlx::Guarded _guard;
 };

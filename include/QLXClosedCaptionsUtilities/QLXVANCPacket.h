@@ -212,6 +212,87 @@ public:
     /// A camera start (true) or stop (false) packet: type 6, DID 0x52, SDID 0x4D, line 9, eleven bytes.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> cameraRecordControlPacketWithStart(bool start);
 
+    // Ad insertion: SCTE-104 messages (ANSI/SCTE 104) in ANC packets (SMPTE ST 2010), and SCTE-35 sections from them
+
+    /// An SCTE-104 packet: type 4, DID 0x41, SDID 0x07.
+    /// @param data The message, payload descriptor first.
+    [[nodiscard]] static std::shared_ptr<QLXVANCPacket> SCTE104PacketDataWithData_lineNumber(qlx::Data data,
+                                                                                             std::uint64_t lineNumber);
+
+    /// A packet of one splice request, message number 1. A value out of its range gives a packet with the 13-byte
+    /// header alone.
+    /// @param spliceType 1 to 255: 1 start, 2 start immediately, 3 end, 4 end immediately, 5 cancel.
+    /// @param spliceEventID 0 to 4294967295.
+    /// @param programUniqueID 0 to 65535.
+    /// @param duration Tenths of a second.
+    /// @param preRoll Milliseconds.
+    [[nodiscard]] static std::shared_ptr<QLXVANCPacket>
+    SCTE104VANCPacketWithSpliceType_asIndex_dpiPID_spliceEventID_programUniqueID_duration_autoReturn_preRoll_lineNumber(
+        std::int32_t spliceType, std::uint8_t asIndex, std::uint16_t dpiPID, std::uint64_t spliceEventID,
+        std::uint64_t programUniqueID, std::uint16_t duration, bool autoReturn, std::uint16_t preRoll,
+        std::uint64_t lineNumber);
+
+    /// A packet of any operations, each a whole one with opID and data_length.
+    /// @param messageNumber The low 8 bits are used.
+    [[nodiscard]] static std::shared_ptr<QLXVANCPacket>
+    SCTE104VANCPacketWithOperations_messageNumber_asIndex_dpiPID_lineNumber(const std::vector<qlx::Data>& operations,
+                                                                            std::int32_t messageNumber,
+                                                                            std::uint8_t asIndex, std::uint16_t dpiPID,
+                                                                            std::uint64_t lineNumber);
+
+    /// Always null.
+    [[nodiscard]] static std::shared_ptr<QLXVANCPacket> SCTE104PacketDataWithSCTE35Data(const qlx::Data& data) noexcept;
+
+    /// A splice_insert_type for display, such as "Start Normal"; "Unknown" for any other number.
+    [[nodiscard]] static std::string spliceTypeStringWithSpliceType(std::int32_t spliceType);
+
+    /// The SCTE-35 section (ANSI/SCTE 35, CRC included) of an SCTE-104 packet: a splice_insert() and a segmentation
+    /// descriptor. The message is read as one splice request without time stamp, whatever its header says; the break
+    /// duration is copied as it is, pre-roll and auto return are not used. Writes one line to the technical log.
+    /// @param intendedPTS When to splice, in 90 kHz ticks; the low 33 bits are used.
+    /// @return None when the packet is null, not of type 4, or has fewer than 31 bytes of data.
+    [[nodiscard]] static qlx::Data SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(
+        const std::shared_ptr<QLXVANCPacket>& packet, std::uint64_t intendedPTS);
+
+    // Closed captions
+
+    /// The cdp_frame_rate code of a frame duration; the same as QLXCCUtilities'.
+    [[nodiscard]] static std::uint8_t cdpFrameRateForFrameDuration(const qlx::MediaTime& frameDuration) noexcept;
+
+    /// Triplets of a CDP at that frame duration; the same as QLXCCUtilities'.
+    [[nodiscard]] static std::uint8_t ccCountForFrameDuration(const qlx::MediaTime& frameDuration) noexcept;
+
+    /// A CEA-708 packet whose CDP (SMPTE ST 334-2) carries one field-1 pair and padding. Its length byte is 8 short
+    /// and its checksum leaves out the first eight bytes, as deployed receivers of these packets expect.
+    /// @param lineNumber Widened with its sign.
+    /// @param cea608Bytes Two bytes with parity, or null for an empty field-1 triplet.
+    [[nodiscard]] static std::shared_ptr<QLXVANCPacket>
+    emptyCEA708VANCPacketWithFrameDuration_sequenceCounter_lineNumber_cea608Bytes(const qlx::MediaTime& frameDuration,
+                                                                                  std::uint16_t sequenceCounter,
+                                                                                  std::int32_t lineNumber,
+                                                                                  const std::uint8_t* cea608Bytes);
+
+    /// A CDP of ready triplets without service section; its length byte is 11 above the true length, as deployed
+    /// receivers expect. None when the triplets are not exactly as many as the frame duration asks for.
+    /// @param lineNumber Not used.
+    /// @param cea708Bytes 3 bytes a triplet.
+    [[nodiscard]] static qlx::Data CEA708PacketDataWithFrameDuration_sequenceCounter_lineNumber_CEA708Bytes(
+        const qlx::MediaTime& frameDuration, std::uint16_t sequenceCounter, std::int32_t lineNumber,
+        const qlx::Data& cea708Bytes);
+
+    /// The packet's data as a `clcp` sample: an atom `cdat` (type 1, CEA-608) or `ccdp` (type 2, CEA-708). Null for any
+    /// other type, or when the platform refuses a media object.
+    [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> createClosedCaptionsSampleBufferWithTimingInfo(
+        const qlx::SampleTimingInfo& timingInfo) const;
+
+    /// Makes a CEA-608 packet of a CEA-708 one: the data bytes of its first triplet (the null pair 80 80 when there are
+    /// fewer than 12 bytes), type 1, SDID 2, line 2; the DID stays.
+    void transformCEA708To608();
+
+    /// transformCEA708To608(), then the sample of the result.
+    [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> createCEA608ClosedCaptionsSampleBufferWithTimingInfo(
+        const qlx::SampleTimingInfo& timingInfo);
+
 private:
     /// A packet filled at once, as the readers and factories make it.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> make(QLXVANCPacketType type, std::uint64_t did,

@@ -2,10 +2,13 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 
+#include "subtitles/SubtitleMode.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -15,8 +18,6 @@ namespace {
 
 using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
 
-constexpr std::int32_t kModeTeletext = 2;
-
 /// A record with its start as it was when the sort began: records may be changed by another thread meanwhile.
 struct TimedRecord {
     double start;
@@ -24,8 +25,25 @@ struct TimedRecord {
 };
 
 /// Ascending starts; a start that is not a number comes last (the order must be one, also then).
+bool isEarlier(double left, double right) noexcept {
+    return left < right || (std::isnan(right) && !std::isnan(left));
+}
+
 bool startsEarlier(const TimedRecord& left, const TimedRecord& right) noexcept {
-    return left.start < right.start || (std::isnan(right.start) && !std::isnan(left.start));
+    return isEarlier(left.start, right.start);
+}
+
+/// True when the records of `list` and then those of `added` stand in order; null entries of `added` count for nothing.
+bool areInOrder(const Records& list, const Records& added) noexcept {
+    double last = -std::numeric_limits<double>::infinity();
+    const auto follows = [&last](const std::shared_ptr<QLXSubtitleRecord>& record) {
+        if (!record) {
+            return true;
+        }
+        const double start = record->startTimeInSeconds();
+        return !isEarlier(start, std::exchange(last, start));
+    };
+    return std::all_of(list.begin(), list.end(), follows) && std::all_of(added.begin(), added.end(), follows);
 }
 
 void sortByStart(Records& records) {
@@ -80,10 +98,16 @@ void QLXSubtitlesPacketizer::setSubtitleRecords(const std::vector<std::shared_pt
 void QLXSubtitlesPacketizer::addSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records) {
     Records list;
     const std::lock_guard changes(_changesMutex);
+    // Always the whole list: the times of records that are in it may have been changed since.
+    if (areInOrder(_subtitleRecords, records)) {
+        const std::lock_guard lock(_recordsMutex);
+        std::copy_if(records.begin(), records.end(), std::back_inserter(_subtitleRecords),
+                     [](const std::shared_ptr<QLXSubtitleRecord>& record) { return record != nullptr; });
+        return;
+    }
     list.reserve(_subtitleRecords.size() + records.size());
     list = _subtitleRecords;
     appendRecords(list, records);
-    // Always the whole list: the times of records that are in it may have been changed since.
     sortByStart(list);
     const std::lock_guard lock(_recordsMutex);
     _subtitleRecords.swap(list);
@@ -122,6 +146,12 @@ std::shared_ptr<QLXSubtitleRecord> QLXSubtitlesPacketizer::subtitleForTime(doubl
 
 std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextSubtitleSampleBufferAtPTS_frameDuration(
     const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
-    return subtitleMode() == kModeTeletext ? copyNextTeletextSampleBufferAtPTS_frameDuration(pts, frameDuration)
-                                           : nullptr;
+    switch (subtitleMode()) {
+    case qlx::subtitles::kCEA608Mode:
+        return copyNextCEA608SampleBufferAtPTS_frameDuration(pts, frameDuration);
+    case qlx::subtitles::kTeletextMode:
+        return copyNextTeletextSampleBufferAtPTS_frameDuration(pts, frameDuration);
+    default:
+        return nullptr;
+    }
 }

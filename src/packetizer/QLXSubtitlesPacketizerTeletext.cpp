@@ -53,7 +53,7 @@ void writeLine(std::span<std::uint8_t, teletext::kAddressAndDataSize> target, co
     }
     teletext::Row row;
     row.address = static_cast<std::uint8_t>(line.verticalPosition());
-    row.colour = static_cast<std::uint8_t>(line.textColor());
+    row.color = static_cast<std::uint8_t>(line.textColor());
     row.alignment = line.alignment();
     row.latin1 = std::span(text).first(size);
     teletext::writeRow(target, row);

@@ -47,7 +47,7 @@ void writeRow(std::span<std::uint8_t, kAddressAndDataSize> target, const Row& ro
     const auto address = addressBytes(kMagazine8, row.address);
     auto out = std::copy(address.begin(), address.end(), target.begin());
     out = std::fill_n(out, leadingSpaces(row.alignment, text.size()), kSpace);
-    for (const std::uint8_t code : {row.colour, kDoubleHeight, kStartBox, kStartBox}) {
+    for (const std::uint8_t code : {row.color, kDoubleHeight, kStartBox, kStartBox}) {
         *out++ = withOddParity(code);
     }
     out = std::transform(text.begin(), text.end(), out,

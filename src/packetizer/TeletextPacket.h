@@ -76,7 +76,7 @@ void writePageHeader(PacketSpan packet, std::uint8_t pageTens, std::uint8_t page
 /// A boxed double-height row of a subtitle page.
 struct Row {
     std::uint8_t address = 0;              ///< Packet address: the row, 1 to 24.
-    std::uint8_t colour = 7;               ///< Alphanumeric colour code.
+    std::uint8_t color = 7;                ///< Alphanumeric colour code.
     std::int32_t alignment = 0;            ///< 2 center, 3 right, anything else left.
     std::span<const std::uint8_t> latin1;  ///< The text in ISO 8859-1; what is longer than kMaximumTextSize is cut.
 };

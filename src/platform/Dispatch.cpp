@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -75,21 +76,80 @@ BackgroundQueue& BackgroundQueue::defaultInstance() {
 struct SerialQueue::State {
     explicit State(std::string queueLabel) : label(std::move(queueLabel)) {}
 
-    /// Runs queued tasks until none is left; at most one thread is in here.
+    /// Runs queued tasks until none is left; at most one thread of the background queue is in here.
     void work() {
         std::unique_lock lock(mutex);
         while (!tasks.empty()) {
-            Task task = std::move(tasks.front());
-            tasks.pop_front();
-            lock.unlock();
-            task();
-            task = nullptr;
-            lock.lock();
-            ++finished;
-            progress.notify_all();
+            if (executing) {
+                // Another thread helps itself to the tasks: runUntilEmpty().
+                progress.wait(lock, [this] { return !executing; });
+            } else {
+                execute(lock, kNever);
+            }
         }
         working = false;
     }
+
+    /// Waits until every task of before the call has run.
+    void wait() {
+        std::unique_lock lock(mutex);
+        const std::uint64_t target = accepted;
+        while (finished < target) {
+            waitFor(lock, target);
+        }
+    }
+
+    /// Runs every task of before the call here, or waits where another thread is at it.
+    void help() {
+        std::unique_lock lock(mutex);
+        const std::uint64_t target = accepted;
+        if (executing && executor == std::this_thread::get_id()) {
+            while (!tasks.empty() && finished < target) {
+                runFirst(lock);
+            }
+            return;
+        }
+        while (finished < target) {
+            if (executing) {
+                waitFor(lock, target);
+            } else {
+                execute(lock, target);
+            }
+        }
+    }
+
+    /// Blocks until a thread has let go of the tasks or has finished the one with the number `target`.
+    void waitFor(std::unique_lock<std::mutex>& lock, std::uint64_t target) {
+        wakeAt = std::min(wakeAt, target);
+        progress.wait(lock);
+    }
+
+    /// Runs tasks until none is left, or `target` of them are finished; the lock is held before and after.
+    void execute(std::unique_lock<std::mutex>& lock, std::uint64_t target) {
+        executing = true;
+        executor = std::this_thread::get_id();
+        while (!tasks.empty() && finished < target) {
+            runFirst(lock);
+        }
+        executing = false;
+        progress.notify_all();
+    }
+
+    void runFirst(std::unique_lock<std::mutex>& lock) {
+        Task task = std::move(tasks.front());
+        tasks.pop_front();
+        lock.unlock();
+        task();
+        task = nullptr;
+        lock.lock();
+        if (++finished >= wakeAt) {
+            // Those who wait for a later one say so again.
+            wakeAt = kNever;
+            progress.notify_all();
+        }
+    }
+
+    static constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
 
     const std::string label;
     std::mutex mutex;
@@ -97,7 +157,10 @@ struct SerialQueue::State {
     std::deque<Task> tasks;
     std::uint64_t accepted = 0;
     std::uint64_t finished = 0;
-    bool working = false;
+    std::uint64_t wakeAt = kNever;  ///< The first number of finished tasks that somebody waits for.
+    bool working = false;           ///< The background queue has been asked to call work().
+    bool executing = false;         ///< A thread is at the tasks.
+    std::thread::id executor;
 };
 
 SerialQueue::SerialQueue(std::string label) : _state(std::make_shared<State>(std::move(label))) {}
@@ -130,9 +193,11 @@ void SerialQueue::async(Task task) {
 }
 
 void SerialQueue::waitUntilEmpty() {
-    std::unique_lock lock(_state->mutex);
-    const std::uint64_t target = _state->accepted;
-    _state->progress.wait(lock, [this, target] { return _state->finished >= target; });
+    _state->wait();
+}
+
+void SerialQueue::runUntilEmpty() {
+    _state->help();
 }
 
 MainQueue& MainQueue::defaultInstance() {

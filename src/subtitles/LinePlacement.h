@@ -1,13 +1,12 @@
 // Where the lines of a record stand on the screen.
 #pragma once
 
+#include "subtitles/SubtitleMode.h"
+
 #include <array>
 #include <cstdint>
 
 namespace qlx::subtitles {
-
-inline constexpr std::int32_t kTeletextMode = 2;
-inline constexpr std::int32_t kCEA608Mode = 1;
 
 /// True for the numbers that a positioning tag can carry.
 [[nodiscard]] constexpr bool isPositioningType(std::int32_t type) noexcept {

@@ -2,6 +2,7 @@
 
 #include "subtitles/LinePlacement.h"
 #include "subtitles/SRTTimecode.h"
+#include "subtitles/SubtitleMode.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

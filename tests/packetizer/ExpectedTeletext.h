@@ -81,12 +81,12 @@ inline unsigned sumOf(std::span<const std::uint8_t> bytes) {
 }
 
 inline std::shared_ptr<QLXSubtitleTextLine> makeLine(const std::string& text, std::uint64_t row,
-                                                     std::int32_t alignment = 1, std::int32_t colour = 7) {
+                                                     std::int32_t alignment = 1, std::int32_t color = 7) {
     auto line = std::make_shared<QLXSubtitleTextLine>();
     line->setTextString(text);
     line->setVerticalPosition(row);
     line->setAlignment(alignment);
-    line->setTextColor(colour);
+    line->setTextColor(color);
     return line;
 }
 

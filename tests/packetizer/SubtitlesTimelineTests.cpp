@@ -88,6 +88,22 @@ TEST(SubtitlesPacketizer, KeepsTheOrderOfEqualStarts) {
     EXPECT_EQ(packetizer->subtitleRecords(), expected);
 }
 
+TEST(SubtitlesPacketizer, TakesRecordsOneByOneInAnyOrder) {
+    const auto one = makeRecord(1, 2);
+    const auto alsoOne = makeRecord(1, 9);
+    const auto two = makeRecord(2, 3);
+    const auto never = makeRecord(kNotANumber, 4);
+    const auto alsoNever = makeRecord(kNotANumber, 5);
+    const auto packetizer = makePacketizer({});
+    for (const auto& record : {one, alsoOne, never}) {
+        packetizer->addSubtitleRecords({nullptr, record});
+    }
+    EXPECT_EQ(packetizer->subtitleRecords(), (Records{one, alsoOne, never}));
+    packetizer->addSubtitleRecords({alsoNever});
+    packetizer->addSubtitleRecords({two});
+    EXPECT_EQ(packetizer->subtitleRecords(), (Records{one, alsoOne, two, never, alsoNever}));
+}
+
 TEST(SubtitlesPacketizer, SortsAgainWhenTimesWereChanged) {
     const auto one = makeRecord(1, 2);
     const auto two = makeRecord(2, 3);

@@ -85,11 +85,11 @@ TEST(TeletextRow, CountsWhatTheConversionGives) {
     EXPECT_EQ(rowOf(makeLine("中\xFF", 11, 1)), hex("159b 070d0b0b bfbf 8a8a" + spaces(32)));
 }
 
-TEST(TeletextRow, WritesTheColour) {
+TEST(TeletextRow, WritesTheColor) {
     const std::string rest = "0d0b0b c1 8a8a" + spaces(33);
     constexpr const char* kCodes[] = {"80", "01", "02", "83", "04", "85", "86", "07"};
-    for (std::int32_t colour = 0; colour < 8; ++colour) {
-        EXPECT_EQ(rowOf(makeLine("A", 11, 1, colour)), hex("159b" + (kCodes[colour] + rest)));
+    for (std::int32_t color = 0; color < 8; ++color) {
+        EXPECT_EQ(rowOf(makeLine("A", 11, 1, color)), hex("159b" + (kCodes[color] + rest)));
     }
     // Other numbers give their low 7 bits.
     EXPECT_EQ(rowOf(makeLine("A", 11, 1, 0x187)), hex("159b 07" + rest));

@@ -205,3 +205,73 @@ TEST(SerialQueue, TakesTasksFromItsOwnTasks) {
     queue.reset();
     EXPECT_EQ(result.get_future().get(), 7);
 }
+
+TEST(SerialQueue, RunsItsTasksOnTheCallerWhenNoThreadComes) {
+    class DeadQueue : public qlx::BackgroundQueue {
+    public:
+        void async(qlx::Task /*task*/) override {}
+    };
+    DeadQueue background;
+    const qlx::ScopedService<qlx::BackgroundQueue> scope(background);
+    qlx::SerialQueue queue("test.helped");
+    queue.runUntilEmpty();
+    std::vector<int> order;
+    std::thread::id ranOn;
+    for (int task = 0; task < 3; ++task) {
+        queue.async([&order, &ranOn, task] {
+            order.push_back(task);
+            ranOn = std::this_thread::get_id();
+        });
+    }
+    queue.runUntilEmpty();
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+TEST(SerialQueue, RunsTheRestFromOneOfItsOwnTasks) {
+    qlx::SerialQueue queue("test.nested");
+    std::promise<void> gate;
+    std::promise<std::vector<int>> result;
+    std::vector<int> order;
+    queue.async([&] {
+        gate.get_future().wait();
+        queue.runUntilEmpty();
+        order.push_back(1);
+        result.set_value(order);
+    });
+    queue.async([&order] { order.push_back(2); });
+    queue.async([&order] { order.push_back(3); });
+    gate.set_value();
+    EXPECT_EQ(result.get_future().get(), (std::vector<int>{2, 3, 1}));
+    queue.waitUntilEmpty();
+}
+
+TEST(SerialQueue, RunsOneTaskAtATimeWhileCallersHelp) {
+    qlx::SerialQueue queue("test.helpers");
+    constexpr int kTasks = 1'000;
+    constexpr int kThreads = 4;
+    std::vector<std::vector<int>> seen(kThreads);  // Touched by the queue's tasks only.
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&queue, &seen, &count, thread] {
+            for (int task = 0; task < kTasks; ++task) {
+                queue.async([&seen, &count, thread, task] {
+                    seen[thread].push_back(task);
+                    ++count;
+                });
+                if (task % 50 == 0) {
+                    queue.runUntilEmpty();
+                }
+            }
+            queue.runUntilEmpty();
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::vector<int> expected(kTasks);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(seen, std::vector<std::vector<int>>(kThreads, expected));
+    EXPECT_EQ(count, kThreads * kTasks);
+}

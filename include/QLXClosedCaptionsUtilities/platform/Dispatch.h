@@ -51,6 +51,10 @@ public:
     /// Blocks until every task that was queued before the call has run. Not to be called from one of its own tasks.
     void waitUntilEmpty();
 
+    /// As waitUntilEmpty(), but the calling thread runs the tasks itself, one after the other as ever: for the end of a
+    /// process, when no background thread may be left to do it. From one of its own tasks it runs those behind it.
+    void runUntilEmpty();
+
 private:
     struct State;
     std::shared_ptr<State> _state;

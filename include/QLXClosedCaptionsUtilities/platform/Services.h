@@ -4,7 +4,11 @@
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/Dispatch.h>
+#include <QLXClosedCaptionsUtilities/platform/LogFiles.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+#include <QLXClosedCaptionsUtilities/platform/NotificationCenter.h>
+#include <QLXClosedCaptionsUtilities/platform/TimeZone.h>
+#include <QLXClosedCaptionsUtilities/platform/UserDefaults.h>
 
 #include <atomic>
 #include <chrono>
@@ -110,6 +114,13 @@ private:
                    Slot<Application>,
                    Slot<FileReader>,
                    Slot<Clock>,
+                   Slot<TimeZone>,
+                   Slot<WeekdayNames>,
+                   Slot<UserDefaults>,
+                   Slot<LogFiles>,
+                   Slot<Directories>,
+                   Slot<NotificationCenter>,
+                   Slot<UUIDs>,
                    Slot<MediaFactory>,
                    Slot<BackgroundQueue>,
                    Slot<MainQueue> {};

@@ -1,0 +1,157 @@
+#include "captions/CaptionLines.h"
+
+#include "anc/AncWord.h"
+#include "anc/V210.h"
+#include "captions/CaptionSample.h"
+
+#include <algorithm>
+
+namespace qlx::captionlines {
+
+namespace {
+
+using Line = std::span<const std::uint8_t>;
+
+constexpr std::uint8_t kCaptionDID = 0x61;
+constexpr std::uint8_t kCDPSDID = 0x01;
+constexpr std::uint8_t kOP47DID = 0x43;
+constexpr std::uint8_t kOP47SDID = 0x02;
+
+/// Room for an atom header and `size` bytes of a CDP; the atom size has only its low byte.
+std::vector<std::uint8_t> atomBytes(std::size_t size) {
+    std::vector<std::uint8_t> bytes(captionsample::kAtomHeaderBytes + size);
+    captionsample::writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(bytes.size()), captionsample::kAtomCEA708);
+    return bytes;
+}
+
+/// Calls `find(line)` for each line until it finds something.
+template <class Find>
+std::optional<Payload> findInLines(Line lines, std::uint64_t bytesPerRow, std::uint64_t step, Find find) {
+    const std::uint64_t count = bytesPerRow == 0 ? 0 : lines.size() / bytesPerRow;
+    for (std::uint64_t line = 0; line < count; ++line) {
+        if (std::optional<Payload> payload = find(lines.subspan(line * step, bytesPerRow))) {
+            return payload;
+        }
+    }
+    return std::nullopt;
+}
+
+/// A line of luma bytes at odd offsets; what lies behind its end is 0.
+class Luma8 {
+public:
+    explicit Luma8(Line line) : _line(line) {}
+
+    [[nodiscard]] std::uint8_t at(std::uint64_t offset) const {
+        return offset < _line.size() ? _line[offset] : std::uint8_t{0};
+    }
+    [[nodiscard]] bool hasFlagAt(std::uint64_t position) const {
+        return position + 5 < _line.size() && at(position + 1) == 0x00 && at(position + 3) == 0xFF &&
+               at(position + 5) == 0xFF;
+    }
+    [[nodiscard]] std::uint8_t userDataWord(std::uint64_t position, std::uint64_t index) const {
+        return at(position + 13 + 2 * index);
+    }
+
+private:
+    Line _line;
+};
+
+std::optional<Payload> findInLine8(Line line) {
+    constexpr std::size_t kLengthWord = 2;
+    const Luma8 luma(line);
+    for (std::uint64_t position = 0; luma.hasFlagAt(position);) {
+        const std::uint8_t did = luma.at(position + 7);
+        const std::uint8_t sdid = luma.at(position + 9);
+        const bool cdp = did == kCaptionDID && sdid == kCDPSDID;
+        if (cdp || (did == kOP47DID && sdid == kOP47SDID)) {
+            const std::size_t size = luma.userDataWord(position, kLengthWord);
+            Payload payload{cdp ? Kind::CDP : Kind::OP47, cdp ? atomBytes(size) : std::vector<std::uint8_t>(size)};
+            const std::size_t start = payload.bytes.size() - size;
+            for (std::size_t index = 0; index < size; ++index) {
+                payload.bytes[start + index] = luma.userDataWord(position, index);
+            }
+            return payload;
+        }
+        position += 2 * std::uint64_t{luma.at(position + 11)} + 14;
+    }
+    return std::nullopt;
+}
+
+/// A line of 32-bit words; what lies behind its last whole word is 0.
+class Words10 {
+public:
+    explicit Words10(Line line) : _line(line), _count(line.size() / v210::kWordBytes) {}
+
+    [[nodiscard]] std::uint32_t at(std::uint64_t index) const {
+        return index < _count ? loadLittle32(_line.data() + index * v210::kWordBytes) : 0;
+    }
+    [[nodiscard]] bool hasFlagAt(std::uint64_t word) const {
+        return word + 1 < _count && v210::middleSample(at(word)) == 0x000 && v210::lowSample(at(word + 1)) == 0x3FF &&
+               v210::highSample(at(word + 1)) == 0x3FF;
+    }
+
+    /// Low 8 bits of user data word `index`: luma from word 4 of the line on, three samples in two words.
+    [[nodiscard]] std::uint8_t userDataWord(std::uint64_t index) const {
+        constexpr std::uint64_t kFirstWord = 4;
+        const std::uint64_t pair = kFirstWord + index / 3 * 2;
+        switch (index % 3) {
+        case 0:
+            return static_cast<std::uint8_t>(v210::middleSample(at(pair)));
+        case 1:
+            return static_cast<std::uint8_t>(v210::lowSample(at(pair + 1)));
+        default:
+            return static_cast<std::uint8_t>(v210::highSample(at(pair + 1)));
+        }
+    }
+
+private:
+    Line _line;
+    std::uint64_t _count;
+};
+
+/// The header of a 10-bit OP-47 payload: field and line of the packet, its identifiers and its data count.
+std::vector<std::uint8_t> op47Bytes(std::uint8_t dataCount) {
+    constexpr std::size_t kHeaderBytes = 19;
+    std::vector<std::uint8_t> bytes(kHeaderBytes + dataCount);
+    bytes[1] = 0x01;
+    bytes[3] = 0x0C;
+    bytes[16] = kOP47DID;
+    bytes[17] = kOP47SDID;
+    bytes[18] = dataCount;
+    return bytes;
+}
+
+std::optional<Payload> findInLine10(Line line) {
+    const Words10 words(line);
+    for (std::uint64_t word = 0; words.hasFlagAt(word);) {
+        const std::uint16_t did = v210::middleSample(words.at(word + 2));
+        const std::uint16_t sdid = v210::lowSample(words.at(word + 3));
+        const auto dataCount = static_cast<std::uint8_t>(v210::highSample(words.at(word + 3)));
+        const bool cdp = did == anc::word(kCaptionDID) && sdid == anc::word(kCDPSDID);
+        if (cdp || (did == anc::word(kOP47DID) && sdid == anc::word(kOP47SDID))) {
+            Payload payload{cdp ? Kind::CDP : Kind::OP47, cdp ? atomBytes(dataCount) : op47Bytes(dataCount)};
+            const std::size_t start = payload.bytes.size() - dataCount;
+            for (std::size_t index = 0; index < dataCount; ++index) {
+                payload.bytes[start + index] = words.userDataWord(index);
+            }
+            return payload;
+        }
+        if (dataCount == 0) {
+            break;
+        }
+        word += dataCount;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Payload> find8Bit(Line lines, std::uint64_t bytesPerRow) {
+    return findInLines(lines, bytesPerRow, bytesPerRow, findInLine8);
+}
+
+std::optional<Payload> find10Bit(Line lines, std::uint64_t bytesPerRow) {
+    return findInLines(lines, bytesPerRow, bytesPerRow / v210::kWordBytes * v210::kWordBytes, findInLine10);
+}
+
+}  // namespace qlx::captionlines

@@ -1,0 +1,212 @@
+#include <QLXClosedCaptionsUtilities/QLXLogController.h>
+
+#include "log/LogState.h"
+#include "platform/Process.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Format.h>
+#include <QLXClosedCaptionsUtilities/platform/Services.h>
+
+#include <cstdlib>
+#include <utility>
+
+namespace {
+
+constexpr std::int64_t kDefaultLevel = 2;
+
+/// The key under which a change holds the value from now on.
+constexpr std::string_view kNewValueKey = "new";
+
+}  // namespace
+
+/// The observed settings, at the service where they were found.
+struct QLXLogController::Observations {
+    qlx::UserDefaults& defaults;
+    std::uint64_t folder;
+    std::uint64_t level;
+};
+
+std::shared_ptr<QLXLogController> QLXLogController::sharedLogController() {
+    static std::int64_t creator = 0;
+    // Never destroyed: other objects may log while they are destroyed at exit.
+    static const auto* const shared = [] {
+        auto* const controller = new std::shared_ptr<QLXLogController>(std::make_shared<QLXLogController>());
+        creator = qlx::processIdentifier();
+        std::atexit([] {
+            // A forked child has none of the threads, and the parent writes the lines.
+            if (creator == qlx::processIdentifier()) {
+                sharedLogController()->_state->runQueues();
+            }
+        });
+        return controller;
+    }();
+    return *shared;
+}
+
+void QLXLogController::initialize() {
+    qlx::services().get<qlx::UserDefaults>().registerDefault(QLXTechnicalLogLevelKey, kDefaultLevel);
+}
+
+QLXLogController::QLXLogController() : _state(std::make_shared<State>()) {
+    initialize();
+    qlx::UserDefaults& defaults = qlx::services().get<qlx::UserDefaults>();
+    const auto observer = [this](const std::string& key, const qlx::Value& value) {
+        observeValueForKeyPath_ofObject_change_context(key, nullptr, {{std::string(kNewValueKey), value}}, nullptr);
+    };
+    _state->setFolder(defaults.value(QLXTechnicalLogFolderPathKey).stringValue());
+    _state->setLevel(defaults.value(QLXTechnicalLogLevelKey).integerValue());
+    _observations.reset(new Observations{defaults, defaults.addObserver(QLXTechnicalLogFolderPathKey, observer),
+                                         defaults.addObserver(QLXTechnicalLogLevelKey, observer)});
+    checkForNotificationAuthorization();
+}
+
+QLXLogController::~QLXLogController() {
+    _observations->defaults.removeObserver(_observations->folder);
+    _observations->defaults.removeObserver(_observations->level);
+}
+
+std::optional<std::string> QLXLogController::applicationBundleName() const {
+    return qlx::services().get<qlx::Application>().name();
+}
+
+void QLXLogController::setLogDelegate(const std::shared_ptr<QLXLogControllerDelegate>& delegate) {
+    _state->setDelegate(delegate);
+}
+
+void QLXLogController::setCanCleanupOldTechnicalLogFiles(bool value) {
+    _state->setCanRemoveOldFiles(value);
+}
+
+void QLXLogController::logMessageWithLevel_show_messageFormat_arguments(
+    std::int64_t level, bool show, std::string_view messageFormat, std::span<const qlx::FormatArgument> arguments) {
+    logMessage_level_show(qlx::formatText(messageFormat, arguments), level, show);
+}
+
+void QLXLogController::logMessage_level_show(std::optional<std::string> message, std::int64_t level, bool show) {
+    logMessage_level_userNotificationTitle_userNotificationCategory_show(std::move(message), level, std::nullopt,
+                                                                         std::nullopt, show);
+}
+
+void QLXLogController::logMessage_documentName_level_show_notifyRemotes(std::optional<std::string> message,
+                                                                        const std::optional<std::string>& documentName,
+                                                                        std::int64_t level, bool show,
+                                                                        bool /*notifyRemotes*/) {
+    if (documentName) {
+        message = qlx::formatted("%@ (Document: %@)", message, documentName);
+    }
+    logMessage_level_show(std::move(message), level, show);
+}
+
+void QLXLogController::logMessage_documentName_level_show(std::optional<std::string> message,
+                                                          const std::optional<std::string>& documentName,
+                                                          std::int64_t level, bool show) {
+    logMessage_documentName_level_show_notifyRemotes(std::move(message), documentName, level, show, true);
+}
+
+void QLXLogController::logMessage_level_userNotificationTitle_userNotificationCategory_show(
+    std::optional<std::string> message, std::int64_t level, std::optional<std::string> userNotificationTitle,
+    std::optional<std::string> userNotificationCategory, bool show) {
+    if (!message) {
+        return;
+    }
+    // The dictionary is made only where the delegate wants it: most messages go to the file alone.
+    qlx::log::Message entry;
+    entry.text = std::move(message);
+    entry.level = level;
+    entry.show = show;
+    entry.notificationTitle = std::move(userNotificationTitle);
+    entry.notificationCategory = std::move(userNotificationCategory);
+    _state->log(entry);
+}
+
+void QLXLogController::logWithInfoDict(const qlx::Dictionary& infoDict) {
+    _state->log(qlx::log::messageWithInfo(infoDict));
+}
+
+void QLXLogController::writeStringToTechnicalLog_isProblem_logLevel_show_logInConsole(
+    std::optional<std::string> message, bool isProblem, std::int64_t logLevel, bool show, bool /*logInConsole*/) {
+    _state->queueTechnicalLine(std::move(message), isProblem, logLevel, show);
+}
+
+void QLXLogController::writeStringToTechnicalLog_isProblem_logLevel_show(std::optional<std::string> message,
+                                                                         bool isProblem, std::int64_t logLevel,
+                                                                         bool show) {
+    writeStringToTechnicalLog_isProblem_logLevel_show_logInConsole(std::move(message), isProblem, logLevel, show, true);
+}
+
+void QLXLogController::logSimpleMessage_toFileWithName(std::string message, std::string name) {
+    _state->queueSimpleLine(std::move(message), std::move(name));
+}
+
+void QLXLogController::cleanupOldTechnicalLogFiles() {
+    _state->removeOldFiles();
+}
+
+void QLXLogController::observeValueForKeyPath_ofObject_change_context(std::string_view keyPath, const void* /*object*/,
+                                                                      const qlx::Dictionary& change,
+                                                                      void* /*context*/) {
+    const qlx::Value* const found = change.find(kNewValueKey);
+    const qlx::Value value = found ? *found : qlx::Value();
+    if (keyPath == QLXTechnicalLogFolderPathKey) {
+        _state->takeFolder(value.stringValue());
+    } else if (keyPath == QLXTechnicalLogLevelKey) {
+        _state->takeLevel(value.integerValue());
+    }
+}
+
+void QLXLogController::checkForNotificationAuthorization() {
+    _state->notifications().checkAuthorization();
+}
+
+void QLXLogController::displayNotificationWithTitle_message_categoryIdentifier(
+    const std::string& title, const std::string& message, const std::optional<std::string>& categoryIdentifier) {
+    _state->notifications().display(title, message, categoryIdentifier);
+}
+
+void QLXLogController::displayNotificationWithTitle_message(const std::string& title, const std::string& message) {
+    displayNotificationWithTitle_message_categoryIdentifier(title, message, std::nullopt);
+}
+
+void QLXLogController::waitUntilQueuesAreEmpty() {
+    _state->runQueues();
+    _state->waitForRemovals();
+}
+
+std::string QLXLogController::logPrefix() const {
+    return _state->prefix();
+}
+
+void QLXLogController::setLogPrefix(std::string value) {
+    _state->setPrefix(std::move(value));
+}
+
+std::optional<std::string> QLXLogController::lastTechnicalLogFilePath() const {
+    return _state->repeats().lastPath();
+}
+
+void QLXLogController::setLastTechnicalLogFilePath(std::optional<std::string> value) {
+    _state->repeats().setLastPath(std::move(value));
+}
+
+std::optional<std::string> QLXLogController::lastTechnicalLogMessage() const {
+    return _state->repeats().lastMessage();
+}
+
+void QLXLogController::setLastTechnicalLogMessage(std::optional<std::string> value) {
+    _state->repeats().setLastMessage(std::move(value));
+}
+
+std::optional<std::string> QLXLogController::technicalLogFolderPath() const {
+    return _state->folder();
+}
+
+void QLXLogController::setTechnicalLogFolderPath(std::optional<std::string> value) {
+    _state->setFolder(std::move(value));
+}
+
+std::int64_t QLXLogController::technicalLogLevel() const {
+    return _state->level();
+}
+
+void QLXLogController::setTechnicalLogLevel(std::int64_t value) {
+    _state->setLevel(value);
+}

@@ -1,0 +1,29 @@
+#include "log/RepeatCompression.h"
+
+#include <utility>
+
+namespace qlx::log {
+
+RepeatDecision RepeatCompression::take(const std::optional<std::string>& path,
+                                       const std::optional<std::string>& message) {
+    RepeatDecision decision;
+    std::optional<std::string> formerPath = lastPath();
+    if (path && path == formerPath) {
+        if (message && message == lastMessage()) {
+            ++_repeatCount;
+            decision.isRepeat = true;
+            return decision;
+        }
+        decision.repeatCount = std::exchange(_repeatCount, 0);
+        setLastMessage(message);
+        return decision;
+    }
+    decision.startsFile = true;
+    decision.repeatCount = std::exchange(_repeatCount, 0);
+    decision.previousPath = std::move(formerPath);
+    setLastMessage(std::nullopt);
+    setLastPath(path);
+    return decision;
+}
+
+}  // namespace qlx::log

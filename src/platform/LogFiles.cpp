@@ -1,0 +1,113 @@
+#include <QLXClosedCaptionsUtilities/platform/LogFiles.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qlx {
+
+namespace {
+
+using TimePoint = std::chrono::system_clock::time_point;
+
+constexpr mode_t kFilePermissions = 0664;
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+TimePoint timePoint(std::int64_t seconds, std::int64_t nanoseconds) {
+    return TimePoint(std::chrono::duration_cast<TimePoint::duration>(std::chrono::seconds(seconds) +
+                                                                     std::chrono::nanoseconds(nanoseconds)));
+}
+
+/// When the entry `name` of an open folder came into being; a link's own date, not that of what it names.
+std::optional<TimePoint> creationDate(int folder, const char* name) {
+#ifdef __APPLE__
+    struct stat status {};
+    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return std::nullopt;
+    }
+    return timePoint(status.st_birthtimespec.tv_sec, status.st_birthtimespec.tv_nsec);
+#else
+    struct statx status {};
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW, STATX_BTIME | STATX_MTIME, &status) != 0) {
+        return std::nullopt;
+    }
+    const auto& time = (status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_mtime;
+    return timePoint(time.tv_sec, time.tv_nsec);
+#endif
+}
+
+}  // namespace
+
+LogFiles::~LogFiles() = default;
+
+LogFiles& LogFiles::defaultInstance() {
+    static auto* const instance = new LogFiles;
+    return *instance;
+}
+
+int LogFiles::openForAppending(const char* path) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kFilePermissions);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+bool LogFiles::write(int descriptor, std::string_view bytes) {
+    ssize_t written = -1;
+    do {
+        // An interrupted call has written nothing.
+        written = ::write(descriptor, bytes.data(), bytes.size());
+    } while (written < 0 && errno == EINTR);
+    return written == static_cast<ssize_t>(bytes.size());
+}
+
+void LogFiles::close(int descriptor) {
+    ::close(descriptor);
+}
+
+Directories::~Directories() = default;
+
+Directories& Directories::defaultInstance() {
+    static auto* const instance = new Directories;
+    return *instance;
+}
+
+std::vector<Directories::Entry> Directories::entries(const std::string& path) {
+    std::vector<Entry> result;
+    if (path.find('\0') != std::string::npos) {
+        return result;
+    }
+    const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+    if (!folder) {
+        return result;
+    }
+    while (const dirent* const entry = readdir(folder.get())) {
+        std::string name = entry->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        std::optional<TimePoint> date = creationDate(dirfd(folder.get()), entry->d_name);
+        result.push_back({std::move(name), date});
+    }
+    return result;
+}
+
+bool Directories::remove(const std::string& path) {
+    if (path.find('\0') != std::string::npos) {
+        return false;
+    }
+    std::error_code error;
+    return std::filesystem::remove_all(path, error) > 0 && !error;
+}
+
+}  // namespace qlx

@@ -1,0 +1,176 @@
+// Local time, weekday names, log files, folders, notifications and identifiers: the portable defaults.
+#include <QLXClosedCaptionsUtilities/platform/Services.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::system_clock;
+
+fs::path freshFolder(const std::string& name) {
+    const fs::path path = fs::path(testing::TempDir()) / name;
+    fs::remove_all(path);
+    fs::create_directories(path);
+    return path;
+}
+
+std::string contentOf(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// Sets an environment variable for as long as it lives.
+class Environment {
+public:
+    Environment(std::string name, const char* value) : _name(std::move(name)) {
+        if (const char* const former = std::getenv(_name.c_str())) {
+            _former = former;
+        }
+        setenv(_name.c_str(), value, 1);
+    }
+    ~Environment() {
+        if (_former) {
+            setenv(_name.c_str(), _former->c_str(), 1);
+        } else {
+            unsetenv(_name.c_str());
+        }
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+private:
+    std::string _name;
+    std::optional<std::string> _former;
+};
+
+}  // namespace
+
+TEST(TimeZone, IsTheSystems) {
+    // Sunday, 15 November 2026, 00:49:42 UTC, and half a second.
+    const auto time = system_clock::time_point(std::chrono::milliseconds(1'794'703'782'500));
+    {
+        const Environment zone("TZ", "XYZ-5:30");
+        tzset();
+        EXPECT_EQ(qlx::TimeZone::defaultInstance().localTime(time), (qlx::LocalTime{2026, 11, 15, 6, 19, 42, 0}));
+    }
+    {
+        const Environment zone("TZ", "XYZ1");
+        tzset();
+        EXPECT_EQ(qlx::TimeZone::defaultInstance().localTime(time), (qlx::LocalTime{2026, 11, 14, 23, 49, 42, 6}));
+        const auto beforeTheEpoch = system_clock::time_point(std::chrono::milliseconds(-500));
+        EXPECT_EQ(qlx::TimeZone::defaultInstance().localTime(beforeTheEpoch),
+                  (qlx::LocalTime{1969, 12, 31, 22, 59, 59, 3}));
+    }
+    tzset();
+}
+
+TEST(WeekdayNames, AreThoseOfTheEnvironment) {
+    // Read once a process, at the first call: this test makes the only one.
+    const Environment locale("LC_ALL", "C");
+    qlx::WeekdayNames& names = qlx::WeekdayNames::defaultInstance();
+    EXPECT_EQ(names.name(0), "Sunday");
+    EXPECT_EQ(names.name(3), "Wednesday");
+    EXPECT_EQ(names.name(6), "Saturday");
+    EXPECT_EQ(names.name(7), "");
+}
+
+TEST(LogFiles, AppendLines) {
+    qlx::LogFiles& files = qlx::LogFiles::defaultInstance();
+    const fs::path path = freshFolder("qlx_log_files") / "a.log";
+    for (const std::string_view line : {std::string_view("one\r\n"), std::string_view("t\0o", 3)}) {
+        const int descriptor = files.openForAppending(path.c_str());
+        ASSERT_GT(descriptor, 0);
+        EXPECT_TRUE(files.write(descriptor, line));
+        files.close(descriptor);
+    }
+    EXPECT_EQ(contentOf(path), std::string("one\r\nt\0o", 8));
+}
+
+TEST(LogFiles, SayWhatFails) {
+    qlx::LogFiles& files = qlx::LogFiles::defaultInstance();
+    const fs::path folder = freshFolder("qlx_log_files_fail");
+    EXPECT_EQ(files.openForAppending((folder / "missing" / "a.log").c_str()), -1);
+    EXPECT_EQ(files.openForAppending(folder.c_str()), -1);
+    EXPECT_FALSE(files.write(-1, "x"));
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
+TEST(Directories, ListOneLevelWithCreationDates) {
+    const fs::path folder = freshFolder("qlx_directories");
+    const auto before = system_clock::now() - std::chrono::seconds(2);
+    std::ofstream(folder / "b") << "x";
+    std::ofstream(folder / ".hidden") << "x";
+    fs::create_directory(folder / "a");
+    std::ofstream(folder / "a" / "inner") << "x";
+    fs::create_symlink("nowhere", folder / "link");
+    std::vector<qlx::Directories::Entry> entries = qlx::Directories::defaultInstance().entries(folder.string());
+    std::set<std::string> names;
+    for (const auto& entry : entries) {
+        names.insert(entry.name);
+        ASSERT_TRUE(entry.creationDate) << entry.name;
+        EXPECT_LE(before, *entry.creationDate) << entry.name;
+        EXPECT_LE(*entry.creationDate, system_clock::now() + std::chrono::seconds(2)) << entry.name;
+    }
+    EXPECT_EQ(entries.size(), 4U);
+    EXPECT_EQ(names, (std::set<std::string>{".hidden", "a", "b", "link"}));
+}
+
+TEST(Directories, GiveNothingForWhatIsNoFolder) {
+    const fs::path folder = freshFolder("qlx_no_directory");
+    qlx::Directories& directories = qlx::Directories::defaultInstance();
+    std::ofstream(folder / "file") << "x";
+    EXPECT_TRUE(directories.entries((folder / "file").string()).empty());
+    EXPECT_TRUE(directories.entries((folder / "missing").string()).empty());
+    EXPECT_TRUE(directories.entries(folder.string() + std::string("\0x", 2)).empty());
+}
+
+TEST(Directories, RemoveFilesLinksAndFolders) {
+    const fs::path folder = freshFolder("qlx_remove");
+    qlx::Directories& directories = qlx::Directories::defaultInstance();
+    std::ofstream(folder / "kept") << "x";
+    fs::create_symlink(folder / "kept", folder / "link");
+    fs::create_directories(folder / "a" / "b");
+    EXPECT_TRUE(directories.remove((folder / "link").string()));
+    EXPECT_TRUE(directories.remove((folder / "a").string()));
+    EXPECT_FALSE(directories.remove((folder / "a").string()));
+    EXPECT_FALSE(directories.remove((folder / "kept").string() + std::string("\0x", 2)));
+    EXPECT_EQ(contentOf(folder / "kept"), "x");
+    EXPECT_TRUE(directories.remove((folder / "kept").string()));
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
+TEST(NotificationCenter, AuthorisesNothingByDefault) {
+    qlx::NotificationCenter& center = qlx::NotificationCenter::defaultInstance();
+    std::vector<qlx::AuthorizationStatus> statuses;
+    center.getAuthorizationStatus([&statuses](qlx::AuthorizationStatus status) { statuses.push_back(status); });
+    EXPECT_EQ(statuses, std::vector<qlx::AuthorizationStatus>{qlx::kAuthorizationDenied});
+    std::vector<bool> answers;
+    center.requestAuthorization(qlx::kNotificationAlert, [&answers](bool granted) { answers.push_back(granted); });
+    EXPECT_EQ(answers, std::vector<bool>{false});
+}
+
+TEST(UUIDs, AreRandomAndWellFormed) {
+    std::set<std::string> seen;
+    for (int round = 0; round < 100; ++round) {
+        const std::string uuid = qlx::UUIDs::defaultInstance().make();
+        ASSERT_EQ(uuid.size(), 36U);
+        for (std::size_t index = 0; index < uuid.size(); ++index) {
+            const bool isHyphen = index == 8 || index == 13 || index == 18 || index == 23;
+            const std::string_view allowed = isHyphen ? "-" : "0123456789ABCDEF";
+            EXPECT_NE(allowed.find(uuid[index]), std::string_view::npos) << uuid;
+        }
+        EXPECT_EQ(uuid[14], '4') << uuid;
+        EXPECT_NE(std::string_view("89AB").find(uuid[19]), std::string_view::npos) << uuid;
+        seen.insert(uuid);
+    }
+    EXPECT_EQ(seen.size(), 100U);
+}
