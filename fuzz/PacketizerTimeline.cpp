@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <numeric>
+#include <span>
 #include <vector>
 
 namespace {
@@ -74,10 +76,25 @@ void checkOrder(const QLXSubtitlesPacketizer& packetizer) {
     require(packetizer.subtitleAtIndex(records.size()) == nullptr);
 }
 
+std::uint8_t sumOf(std::span<const std::uint8_t> bytes) {
+    return static_cast<std::uint8_t>(std::accumulate(bytes.begin(), bytes.end(), 0U));
+}
+
+/// At 25 frames a second: an atom header and a CDP of 24 triplets, of which the first is the frame's pair.
+void checkCaption(const qlx::SampleBuffer& sample) {
+    const std::span<const std::uint8_t> bytes(sample.dataBuffer->data(), sample.dataBuffer->size());
+    require(bytes.size() == 8 + 101 && bytes[3] == bytes.size() && bytes[10] == 101);
+    require(bytes[17] == 0xFC && bytes[20] == 0xF9 && bytes[23] == 0xFA);
+    require(sumOf(bytes.subspan(8)) == 0);
+}
+
 void checkFrame(QLXSubtitlesPacketizer& packetizer, const qlx::MediaTime& pts) {
     const auto sample = packetizer.copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, {1, 25, 1, 0});
     if (packetizer.subtitleMode() != 2) {
-        require(sample == nullptr);
+        require(packetizer.subtitleMode() == 1 || sample == nullptr);
+        if (sample) {
+            checkCaption(*sample);
+        }
         return;
     }
     require(sample && sample->timingInfo && sample->timingInfo->presentationTimeStamp == pts);
@@ -88,11 +105,7 @@ void checkFrame(QLXSubtitlesPacketizer& packetizer, const qlx::MediaTime& pts) {
     for (std::size_t field = 0; field < 2; ++field) {
         const qlx::Data block = packets[field]->packetData();
         require(block.size() == 148);
-        std::uint8_t sum = 0;
-        for (const std::uint8_t byte : block) {
-            sum = static_cast<std::uint8_t>(sum + byte);
-        }
-        require(sum == 0);
+        require(sumOf(block) == 0);
         require((block[4] & 0x80) == (field == 0 ? 0x80 : 0));
     }
     require(packetizer.isSubtitleDisplayed());

@@ -1,6 +1,7 @@
 #include "anc/RowKernels.h"
 
 #include "anc/V210.h"
+#include "platform/Bytes.h"
 
 #include <cstring>
 
@@ -17,11 +18,11 @@ void reduceV210Scalar(const std::uint8_t* row, std::size_t groups, std::uint8_t*
     }
 }
 
-/// True when one of the eight bytes is 0.
-bool hasZeroByte(const std::uint8_t* bytes) {
+/// The eight bytes from `bytes` on as one word.
+std::uint64_t wordAt(const std::uint8_t* bytes) {
     std::uint64_t word = 0;
     std::memcpy(&word, bytes, sizeof word);
-    return ((word - 0x0101010101010101U) & ~word & 0x8080808080808080U) != 0;
+    return word;
 }
 
 std::size_t findDataFlagScalar(const std::uint8_t* luma, std::size_t begin, std::size_t end) {
@@ -29,7 +30,7 @@ std::size_t findDataFlagScalar(const std::uint8_t* luma, std::size_t begin, std:
     std::size_t position = begin;
     while (position < end) {
         // A flag begins with a zero byte, and blanking has none: most of a row goes by in whole words.
-        if (end - position >= kWord && !hasZeroByte(luma + position)) {
+        if (end - position >= kWord && !hasZeroByte(wordAt(luma + position))) {
             position += kWord;
             continue;
         }

@@ -1,6 +1,7 @@
 #include "captions/VideoStreamKernels.h"
 
 #include "captions/A53CaptionData.h"
+#include "platform/Bytes.h"
 
 #include <algorithm>
 #include <array>
@@ -13,11 +14,6 @@ namespace {
 constexpr std::array<std::uint8_t, 3> kStartCodePrefix{0x00, 0x00, 0x01};
 
 constexpr std::uint64_t kOnes = 0x0101010101010101U;
-
-/// True when one of the eight bytes is 0.
-bool hasZeroByte(std::uint64_t word) {
-    return ((word - kOnes) & ~word & kOnes << 7U) != 0;
-}
 
 /// True when the pattern begins at one of the eight positions from `bytes` on: each byte of the words' differences
 /// stands for a position, and is 0 where all of the pattern's bytes are equal.

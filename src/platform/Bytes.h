@@ -41,6 +41,12 @@ constexpr void storeLittle32(std::uint8_t* bytes, std::uint32_t value) noexcept 
     bytes[3] = static_cast<std::uint8_t>(value >> 24U);
 }
 
+/// True when one of the word's eight bytes is 0, whichever it is.
+[[nodiscard]] constexpr bool hasZeroByte(std::uint64_t word) noexcept {
+    constexpr std::uint64_t kOnes = 0x0101010101010101U;
+    return ((word - kOnes) & ~word & kOnes << 7U) != 0;
+}
+
 /// Reads big-endian fields one after the other. Reading past the end gives zeros (or an empty span) and sets a flag
 /// that stays set, so that a parser is a straight line with one check at its end.
 class ByteReader {

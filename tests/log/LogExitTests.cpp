@@ -39,7 +39,8 @@ struct Host {
 };
 
 std::filesystem::path exitFolder() {
-    return std::filesystem::path(testing::TempDir()) / "qlx_log_exit";
+    const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
+    return std::filesystem::path(testing::TempDir()) / (std::string("qlx_log_exit_") + test->name());
 }
 
 /// A host that logs `count` lines.

@@ -57,3 +57,13 @@ TEST(ByteReader, RefusesACountThatWouldWrap) {
     EXPECT_TRUE(reader.takeBytes(UINT64_MAX).empty());
     EXPECT_TRUE(reader.failed());
 }
+
+TEST(HasZeroByte, FindsItAtEveryPlace) {
+    for (const std::uint64_t word :
+         {0x0101010101010101U, 0x7F7F7F7F7F7F7F7FU, 0x8080808080808080U, 0xFFFFFFFFFFFFFFFFU, 0x0180010180800180U}) {
+        EXPECT_FALSE(qlx::hasZeroByte(word));
+        for (unsigned place = 0; place < 64; place += 8) {
+            EXPECT_TRUE(qlx::hasZeroByte(word & ~(std::uint64_t{0xFF} << place))) << place;
+        }
+    }
+}

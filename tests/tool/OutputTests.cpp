@@ -83,6 +83,24 @@ TEST_F(Output, NeverReplacesADevice) {
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 
+TEST_F(Output, NeverReplacesItsOwnInput) {
+    const std::string link = folder.path("link.jsonl");
+    std::filesystem::create_symlink(subtitles, link);
+    for (const std::string& target : {subtitles, link}) {
+        const ToolResult result = playTo(target, {"--format", "jsonl"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "qlxcc: " + target + ": is the input: the result would replace it\n");
+    }
+    EXPECT_EQ(inputs.read("in.srt"), kCue);
+    EXPECT_EQ(inputs.names(), std::vector<std::string>{"in.srt"});
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"link.jsonl"});
+    const std::string klv = folder.write("a.klv", "klv");
+    EXPECT_EQ(runTool({"rate", klv, "--from", "25", "--to", "50", "-o", klv}).err,
+              "qlxcc: " + klv + ": is the input: the result would replace it\n");
+    EXPECT_EQ(folder.read("a.klv"), "klv");
+}
+
 TEST_F(Output, SaysWhereItCannotWrite) {
     const ToolResult missing = playTo(folder.path("no/a.klv"));
     EXPECT_EQ(missing.exitCode, 1);

@@ -205,6 +205,17 @@ TEST(Play, PrintsTheScheduleOfWhatChanges) {
                                  "00:00:03,080        77  filling           filling           -\n");
 }
 
+TEST(Play, SaysInTheScheduleThatACueHasNoText) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", "1\n00:00:00,000 --> 00:00:02,000\n\n");
+    const ToolResult result = runTool(playArguments(file, "25"));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const auto lines = qlxtest::linesOf(result.out);
+    ASSERT_GT(lines.size(), 4U);
+    EXPECT_TRUE(lines[4].starts_with("00:00:00,040         1  ")) << lines[4];
+    EXPECT_TRUE(lines[4].ends_with("  (no text)")) << lines[4];
+}
+
 TEST(Play, KeepsControlCharactersOutOfTheSchedule) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:00,000", "00:00:02,000",

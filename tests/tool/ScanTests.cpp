@@ -23,6 +23,8 @@ using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 using qlxtest::v210Row;
 
+// Below a caption packet whose data are too short for one.
+const std::string kNoCdp = "                 no caption distribution packet (CDP)\n";
 const std::string kTitles = "   frame   line  DID/SDID  name               bytes  data\n";
 
 std::vector<std::uint8_t> concatenated(const std::vector<std::vector<std::uint8_t>>& parts) {
@@ -53,17 +55,17 @@ TEST(Scan, ListsThePacketsOfRows) {
     const ToolResult lines = runTool({"scan", file, "--format", "v210", "--width", "48", "--lines", "9,571"});
     EXPECT_EQ(lines.exitCode, 0);
     EXPECT_EQ(lines.err, "");
-    EXPECT_EQ(lines.out, kTitles + "       0      9  61/01     CEA708                 2  9669\n"
-                                   "       1    571  52/4d     Camera Start/Stop      3  2002ff\n"
-                                   "2 packets in 2 frames\n");
+    EXPECT_EQ(lines.out, kTitles + "       0      9  61/01     CEA708                 2  9669\n" + kNoCdp +
+                             "       1    571  52/4d     Camera Start/Stop      3  2002ff\n"
+                             "2 packets in 2 frames\n");
     const ToolResult rows = runTool({"scan", file, "--width", "48", "--rows", "2"});
-    EXPECT_EQ(rows.out, kTitles + "       0      0  61/01     CEA708                 2  9669\n"
-                                  "       1      1  52/4d     Camera Start/Stop      3  2002ff\n"
-                                  "2 packets in 2 frames\n");
+    EXPECT_EQ(rows.out, kTitles + "       0      0  61/01     CEA708                 2  9669\n" + kNoCdp +
+                            "       1      1  52/4d     Camera Start/Stop      3  2002ff\n"
+                            "2 packets in 2 frames\n");
     const ToolResult frames = runTool({"scan", file, "--width", "48"});
-    EXPECT_EQ(frames.out, kTitles + "       0      0  61/01     CEA708                 2  9669\n"
-                                    "       3      0  52/4d     Camera Start/Stop      3  2002ff\n"
-                                    "2 packets in 4 frames\n");
+    EXPECT_EQ(frames.out, kTitles + "       0      0  61/01     CEA708                 2  9669\n" + kNoCdp +
+                              "       3      0  52/4d     Camera Start/Stop      3  2002ff\n"
+                              "2 packets in 4 frames\n");
 }
 
 TEST(Scan, GivesAJSONLineForEveryFrame) {
@@ -126,8 +128,8 @@ TEST(Scan, ReportsAPartialRowBehindWhatItFound) {
     const std::string file = folder.write("a.v210", bytes);
     const ToolResult result = runTool({"scan", file, "--width", "48", "--lines", "9,10"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.out, kTitles + "       0      9  61/01     CEA708                 2  9669\n"
-                                    "       1      9  61/02     CEA608                 1  01\n");
+    EXPECT_EQ(result.out, kTitles + "       0      9  61/01     CEA708                 2  9669\n" + kNoCdp +
+                              "       1      9  61/02     CEA608                 1  01\n");
     EXPECT_EQ(result.err, "qlxcc: " + file + ": byte 384: the last row is cut short: 1 of 128 bytes\n");
     bytes.pop_back();
     folder.write("a.v210", bytes);
@@ -143,13 +145,24 @@ TEST(Scan, ReportsADamagedPacketWithItsPlace) {
                                                                   kBlankRow, kBlankRow, damagedRow()}));
     const ToolResult result = runTool({"scan", file, "--width", "48", "--lines", "9,10"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.out, kTitles + "       0     10  61/01     CEA708                 1  96\n"
-                                    "1 packet in 3 frames\n");
+    EXPECT_EQ(result.out, kTitles + "       0     10  61/01     CEA708                 1  96\n" + kNoCdp +
+                              "1 packet in 3 frames\n");
     const std::string message = "VANC Packet issue: Packed header defines Packet of size 80 while remaining bytes in "
                                 "buffer is 42\n";
     EXPECT_EQ(result.err, "qlxcc: " + file + ": frame 1, line 9: " + message + "qlxcc: " + file +
                               ": frame 2, line 10: " + message + "qlxcc: " + file +
                               ": 2 problems: not every packet could be read\n");
+}
+
+TEST(Scan, GivesOneLineForOneDamagedPacket) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.v210", damagedRow());
+    const ToolResult result = runTool({"scan", file, "--width", "48"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "0 packets in 1 frame\n");
+    EXPECT_EQ(result.err, "qlxcc: " + file +
+                              ": frame 0, line 0: VANC Packet issue: Packed header defines Packet of size "
+                              "80 while remaining bytes in buffer is 42\n");
 }
 
 TEST(Scan, ReportsACutTripletBehindWhatItFound) {

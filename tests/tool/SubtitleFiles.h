@@ -24,12 +24,24 @@ inline std::string srt(const std::vector<Cue>& cues) {
     return file;
 }
 
+/// `qlxcc play FILE --mode MODE --rate RATE` and more.
+inline std::vector<std::string> playArgumentsOfMode(const std::string& mode, const std::string& file,
+                                                    const std::string& rate, const std::vector<std::string>& more) {
+    std::vector<std::string> arguments{"play", file, "--mode", mode, "--rate", rate};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
 /// `qlxcc play FILE --mode teletext --rate RATE` and more.
 inline std::vector<std::string> playArguments(const std::string& file, const std::string& rate,
                                               const std::vector<std::string>& more = {}) {
-    std::vector<std::string> arguments{"play", file, "--mode", "teletext", "--rate", rate};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return arguments;
+    return playArgumentsOfMode("teletext", file, rate, more);
+}
+
+/// `qlxcc play FILE --mode cea608 --rate RATE` and more.
+inline std::vector<std::string> captionArguments(const std::string& file, const std::string& rate,
+                                                 const std::vector<std::string>& more = {}) {
+    return playArgumentsOfMode("cea608", file, rate, more);
 }
 
 }  // namespace qlxtest

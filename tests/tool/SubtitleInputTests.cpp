@@ -139,7 +139,18 @@ TEST(SubtitleInput, EndsALongListOfWarningsWithTheirNumber) {
     EXPECT_EQ(result.exitCode, 0);
     const auto lines = qlxtest::linesOf(result.err);
     ASSERT_EQ(lines.size(), 11U);
-    EXPECT_EQ(lines.back(), "qlxcc: warning: " + file + ": 15 more cues left out");
+    EXPECT_EQ(lines.back(), "qlxcc: warning: " + file + ": 15 more problems");
+}
+
+TEST(SubtitleInput, WarnsOfATimingLineInsideACue) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", "1\n00:00:01,000 --> 00:00:02,000\nfirst\n"
+                                                    "2\n00:00:03,000 --> 00:00:04,000\nsecond\n\n");
+    const ToolResult result = runTool(playArguments(file, "25"));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err,
+              "qlxcc: warning: " + file + ": line 5: a timing line inside a cue: is a blank line missing?\n");
+    EXPECT_NE(result.out.find("first"), std::string::npos);
 }
 
 /// What findSRTProblems() finds, as `line: what`.
@@ -158,6 +169,16 @@ TEST(SRTProblems, FindsNoneInAGoodFile) {
         problemLines("1\r\n00:00:01,000 --> 00:00:02,000\r\na\r\n\r\n2\r\n00:00:01,000 --> 00:00:02,000 X1:1\r\n"),
         std::vector<std::uint64_t>{});
     EXPECT_EQ(problemLines("\xEF\xBB\xBF\n\n1\n00:00:01,000 --> 00:00:02,000"), std::vector<std::uint64_t>{});
+}
+
+TEST(SRTProblems, TakesOnlyWholeTimingLinesForMissingBlankLines) {
+    const std::string cue = "1\n00:00:01,000 --> 00:00:02,000\n";
+    EXPECT_EQ(problemLines(cue + "00:00:03,000 --> 00:00:04,000\n"), std::vector<std::uint64_t>{3});
+    EXPECT_EQ(problemLines(cue + "a\n2\n00:00:03,000 --> 00:00:04,000 X1:1\n3\n00:00:05,000 --> 00:00:06,000"),
+              (std::vector<std::uint64_t>{5, 7}));
+    EXPECT_EQ(problemLines(cue + "a --> b\n00:00:03,000\n00:00:04,000 --> 00:00:03,000\n0:00:03,000 --> 0:00:04,000\n"
+                                 "at 00:00:03,000 --> 00:00:04,000\n"),
+              std::vector<std::uint64_t>{});
 }
 
 TEST(SRTProblems, NamesTheLineOfEach) {

@@ -62,8 +62,34 @@ INSTANTIATE_TEST_SUITE_P(ScanCommandLines, WrongUsage,
                                            std::vector<std::string>{"scan", "a.klv", "--lines", "12,575"},
                                            std::vector<std::string>{"scan", "a.klv", "--width", "720"}));
 
+INSTANTIATE_TEST_SUITE_P(
+    CaptionCommandLines, WrongUsage,
+    ::testing::Values(
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "29.97", "-o", "a.scc"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "25", "-o", "a.scc"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "30", "--format", "scc"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "-o", "a.klv", "--non-drop"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "-o", "a.scc", "--no-fill"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "--no-fill"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.klv", "--no-fill"},
+        std::vector<std::string>{"extract"}, std::vector<std::string>{"extract", "a.264", "--codec", "h265"},
+        std::vector<std::string>{"extract", "a.264", "--format", "cc2"}, std::vector<std::string>{"rate", "a.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "50"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "25", "-o", "b.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "25", "-o", "b.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "24", "--to", "48", "-o", "b.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "24", "--to", "23.976", "-o", "b.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "29.97", "--to", "60", "-o", "b.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "60", "--to", "29.97", "-o", "b.klv"}));
+
+TEST(Usage, SaysWhichRatesBelongTogether) {
+    const auto result = runTool({"rate", "a.klv", "--from", "24", "--to", "60", "-o", "b.klv"});
+    EXPECT_EQ(result.err, "qlxcc: no way from 24 to 60 frames/s: one rate must be the double of the other (25 and 50, "
+                          "29.97 and 59.94, 30 and 60) (see qlxcc rate --help)\n");
+}
+
 TEST(Usage, HelpShowsAnExampleOfEachCommand) {
-    for (const std::string& command : std::vector<std::string>{"play", "scan"}) {
+    for (const std::string& command : std::vector<std::string>{"play", "scan", "extract", "rate"}) {
         const auto result = runTool({command, "--help"});
         EXPECT_EQ(result.exitCode, 0);
         EXPECT_EQ(result.err, "");
@@ -74,8 +100,16 @@ TEST(Usage, HelpShowsAnExampleOfEachCommand) {
     }
     const auto whole = runTool({"--help"});
     EXPECT_EQ(whole.exitCode, 0);
-    EXPECT_NE(whole.out.find("  play "), std::string::npos);
-    EXPECT_NE(whole.out.find("  scan "), std::string::npos);
+    for (const std::string& command : std::vector<std::string>{"play", "scan", "extract", "rate"}) {
+        EXPECT_NE(whole.out.find("\n  " + command + " "), std::string::npos) << command;
+    }
+}
+
+TEST(Usage, APipeNeedsAFormat) {
+    const auto result = runTool({"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "-"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err, "qlxcc: --format is needed when writing to a pipe (see qlxcc play --help)\n");
+    EXPECT_EQ(runTool({"scan", "-"}).err, "qlxcc: --format is needed with a pipe (see qlxcc scan --help)\n");
 }
 
 TEST(Usage, VersionIsOneLine) {

@@ -1,7 +1,8 @@
 #include "CommandLine.h"
 
+#include "CommandLineTexts.h"
 #include "Errors.h"
-#include "OutputFile.h"
+#include "RawOptions.h"
 #include "Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>
@@ -9,100 +10,43 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
-#include <optional>
-#include <string_view>
+#include <iterator>
+#include <utility>
 
 namespace qlx::tool {
 
 namespace {
 
-constexpr std::uint32_t kWidthHD = 1920;
-constexpr std::uint32_t kWidthSD = 720;
 constexpr std::uint32_t kGreatestWidth = 32768;
-constexpr std::uint64_t kGreatestLine = 65535;
-
-constexpr const char* kDescription =
-    "Plays subtitles out as ancillary packets, and finds the packets in what was recorded.";
-
-constexpr const char* kFooter =
-    "Every command explains itself: qlxcc play --help, qlxcc scan --help\n"
-    "Exit codes: 0 all went well, 1 broken input or output that cannot be written, 2 wrong usage";
-
-constexpr const char* kPlayDescription = "Play a subtitle file out frame by frame";
-
-constexpr const char* kPlayFooter =
-    "Without -o and --format the schedule is printed: a line for each frame at which something changes, with what the\n"
-    "packets of both fields carry. \"erase\" is a page header that clears page 888, \"close\" the header behind its "
-    "rows.\n"
-    "\n"
-    "TIME is seconds (10.5) or HH:MM:SS,mmm (00:00:10,500). Frame n is at n frame durations, from 0. A cue goes on "
-    "air\n"
-    "with the first frame that is later than its start. The rows of a v210 file are, in every frame, those of the "
-    "lines\n"
-    "12 and 575, or 21 and 334 with --sd.\n"
-    "\n"
-    "Examples:\n"
-    "  qlxcc play film.srt --mode teletext --rate 25\n"
-    "  qlxcc play film.srt --mode teletext --rate 29.97 --from 00:10:00,000 --duration 60 -o film.v210\n"
-    "  qlxcc play film.srt --mode teletext --rate 25 --format klv | qlxcc scan - --format klv";
-
-constexpr const char* kScanDescription = "Find the ancillary packets in SDI rows or ANC frame elements";
-
-constexpr const char* kScanFooter = "v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold "
-                                    "MXF ANC frame elements, one a frame.\n"
-                                    "Each packet is listed with frame, line, DID/SDID, name, number of bytes and data. "
-                                    "What cannot be read gets a line on\n"
-                                    "standard error with its frame and place, and makes the exit code 1.\n"
-                                    "\n"
-                                    "Examples:\n"
-                                    "  qlxcc scan film.v210 --lines 12,575\n"
-                                    "  qlxcc scan vanc.2vuy --width 720 --rows 14 --json\n"
-                                    "  qlxcc scan anc.klv";
-
-/// What the options are before they have been checked against each other.
-struct RawPlay {
-    std::string subtitles;
-    std::string mode;
-    std::string rate;
-    bool isSD = false;
-    std::string from;
-    std::string duration;
-    std::optional<std::string> output;
-    std::optional<std::string> format;
-    std::optional<std::uint32_t> width;
-};
-
-struct RawScan {
-    std::string file;
-    std::optional<std::string> format;
-    std::optional<std::uint32_t> width;
-    std::optional<std::string> lines;
-    std::optional<std::uint64_t> rows;
-    bool asJson = false;
-};
 
 /// A CLI11 check: an empty text, or what is wrong.
 std::string checkTime(const std::string& text) {
     return parseTime(text) ? "" : "\"" + text + "\" is not a TIME (10.5 or 00:00:10,500; at most 1000 hours)";
 }
 
-void addPlay(CLI::App& app, RawPlay& raw) {
-    std::vector<std::string> rates;
-    std::transform(kRates.begin(), kRates.end(), std::back_inserter(rates),
+std::vector<std::string> rateNames() {
+    std::vector<std::string> names;
+    std::transform(kRates.begin(), kRates.end(), std::back_inserter(names),
                    [](const Rate& rate) { return std::string(rate.name); });
+    return names;
+}
+
+void addPlay(CLI::App& app, RawPlay& raw) {
     CLI::App& play = *app.add_subcommand("play", kPlayDescription);
     play.footer(kPlayFooter);
-    play.add_option("SUBTITLES", raw.subtitles, "An SRT file in UTF-8 (-: standard input)")->required()->type_name("");
-    play.add_option("--mode", raw.mode, "What is made of the subtitles: teletext (OP-47 on both fields)")
+    play.add_option("SUBTITLES", raw.subtitles, "An SRT file in UTF-8, or a JSON file (-: standard input)")
+        ->required()
+        ->type_name("");
+    play.add_option("--mode", raw.mode,
+                    "What is made of the cues: teletext (OP-47, both fields) or cea608 (captions, field 1)")
         ->required()
         ->type_name("MODE")
-        ->check(CLI::IsMember({"teletext"}).description(""));
+        ->check(CLI::IsMember({"teletext", "cea608"}).description(""));
     play.add_option("--rate", raw.rate, "Frames a second: 23.976, 24, 25, 29.97, 30, 50, 59.94 or 60")
         ->required()
         ->type_name("RATE")
-        ->check(CLI::IsMember(rates).description(""));
+        ->check(CLI::IsMember(rateNames()).description(""));
     play.add_flag("--sd", raw.isSD, "Standard definition: lines 21 and 334, rows of 720 pixels");
     play.add_option("--from", raw.from,
                     "Start with the first frame at or after TIME; cues that have ended by then are left out")
@@ -113,12 +57,14 @@ void addPlay(CLI::App& app, RawPlay& raw) {
         ->check(checkTime);
     play.add_option("-o,--output", raw.output, "Write to FILE, which appears when it is complete (-: standard output)")
         ->type_name("FILE");
-    play.add_option("--format", raw.format, "v210, klv or jsonl (default: by the name of FILE)")
+    play.add_option("--format", raw.format, "v210, klv, jsonl or scc (default: by the name of FILE)")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"v210", "klv", "jsonl"}).description(""));
+        ->check(CLI::IsMember({"v210", "klv", "jsonl", "scc"}).description(""));
     play.add_option("--width", raw.width, "Pixels of a v210 row (default: 1920, with --sd 720)")
         ->type_name("W")
         ->check(CLI::Range(1U, kGreatestWidth).description(""));
+    play.add_flag("--no-fill", raw.leavesFramesEmpty, "cea608: frames without a byte pair carry no packet");
+    play.add_flag("--non-drop", raw.isNonDrop, "scc: non-drop-frame timecodes (default: drop-frame)");
 }
 
 void addScan(CLI::App& app, RawScan& raw) {
@@ -138,105 +84,44 @@ void addScan(CLI::App& app, RawScan& raw) {
     scan.add_flag("--json", raw.asJson, "A JSON line for each frame in place of the list");
 }
 
-/// The part of a file name behind its last dot.
-std::string_view extension(std::string_view path) {
-    const std::size_t dot = path.find_last_of("./");
-    return dot == std::string_view::npos || path[dot] == '/' ? std::string_view() : path.substr(dot + 1);
+void addExtract(CLI::App& app, RawExtract& raw) {
+    CLI::App& extract = *app.add_subcommand("extract", kExtractDescription);
+    extract.footer(kExtractFooter);
+    extract.add_option("FILE", raw.file, "H.264 in Annex B form, or MPEG-2 video (-: standard input)")
+        ->required()
+        ->type_name("");
+    extract.add_option("--codec", raw.codec, "h264, mpeg2 or auto (default: auto, by the first start code)")
+        ->type_name("CODEC")
+        ->check(CLI::IsMember({"h264", "mpeg2", "auto"}).description(""));
+    extract.add_option("--format", raw.format, "triplets, cc1 or a53, see below (default: triplets)")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"triplets", "cc1", "a53"}).description(""));
+    extract.add_flag("--json", raw.asJson, "A JSON line for each access unit in place of the list");
 }
 
-/// The format that was given, or else the file's extension.
-std::string formatName(const std::optional<std::string>& format, const std::string& file,
-                       const std::vector<std::string_view>& known) {
-    if (format) {
-        return *format;
-    }
-    const std::string_view name = extension(file);
-    if (std::find(known.begin(), known.end(), name) == known.end()) {
-        throw UsageError("--format is needed: the name of " + (file == "-" ? "a pipe" : file) +
-                         " does not tell the format");
-    }
-    return std::string(name);
+void addRateChange(CLI::App& app, RawRateChange& raw) {
+    CLI::App& rate = *app.add_subcommand("rate", kRateDescription);
+    rate.footer(kRateFooter);
+    rate.add_option("IN", raw.file, "A klv file (-: standard input)")->required()->type_name("");
+    rate.add_option("--from", raw.from, "Frames a second of IN")
+        ->required()
+        ->type_name("RATE")
+        ->check(CLI::IsMember(rateNames()).description(""));
+    rate.add_option("--to", raw.to, "Frames a second of the result: the double, or half of it")
+        ->required()
+        ->type_name("RATE")
+        ->check(CLI::IsMember(rateNames()).description(""));
+    rate.add_option("-o,--output", raw.output, "Write to FILE, which appears when it is complete (-: standard output)")
+        ->required()
+        ->type_name("FILE");
 }
 
-PlayFormat playFormat(const RawPlay& raw) {
-    if (!raw.output && !raw.format) {
-        return PlayFormat::Schedule;
-    }
-    const std::string name = formatName(raw.format, raw.output.value_or("-"), {"v210", "klv", "jsonl"});
-    if (name == "jsonl") {
-        return PlayFormat::Jsonl;
-    }
-    if (raw.output.value_or("-") == "-" && standardOutputIsTerminal()) {
-        throw UsageError("--format " + name + " is not for a terminal: name a file with -o");
-    }
-    return name == "klv" ? PlayFormat::Klv : PlayFormat::V210;
-}
-
-PlayOptions playOptions(const RawPlay& raw) {
-    PlayOptions options;
-    options.subtitles = raw.subtitles;
-    options.rate = rateNamed(raw.rate).value();
-    options.isHD = !raw.isSD;
-    if (!raw.from.empty()) {
-        options.fromSeconds = parseTime(raw.from).value();
-    }
-    if (!raw.duration.empty()) {
-        options.durationSeconds = parseTime(raw.duration);
-        if (options.durationSeconds == 0.0) {
-            throw UsageError("--duration must be longer than 0");
-        }
-    }
-    options.output = raw.output;
-    options.format = playFormat(raw);
-    if (raw.width && options.format != PlayFormat::V210) {
-        throw UsageError("--width is for the format v210 only");
-    }
-    options.width = raw.width.value_or(raw.isSD ? kWidthSD : kWidthHD);
-    return options;
-}
-
-std::vector<std::uint64_t> lineNumbers(std::string_view text) {
-    std::vector<std::uint64_t> lines;
-    for (bool more = true; more;) {
-        const std::size_t comma = text.find(',');
-        const std::string_view item = text.substr(0, comma);
-        std::uint64_t line = 0;
-        const auto [end, error] = std::from_chars(item.data(), item.data() + item.size(), line);
-        if (error != std::errc{} || end != item.data() + item.size() || line > kGreatestLine) {
-            throw UsageError("--lines: \"" + std::string(item) + "\" is not a line number (0 to 65535)");
-        }
-        if (!lines.empty() && line <= lines.back()) {
-            throw UsageError("--lines must be ascending: the rows of a frame stand in the order of their lines");
-        }
-        lines.push_back(line);
-        more = comma != std::string_view::npos;
-        text.remove_prefix(more ? comma + 1 : text.size());
-    }
-    return lines;
-}
-
-ScanOptions scanOptions(const RawScan& raw) {
-    ScanOptions options;
-    options.file = raw.file;
-    options.asJson = raw.asJson;
-    const std::string name = formatName(raw.format, raw.file, {"v210", "2vuy", "klv"});
-    options.format = name == "klv" ? ScanFormat::Klv : name == "v210" ? ScanFormat::V210 : ScanFormat::Yuv8;
-    if (options.format == ScanFormat::Klv && (raw.width || raw.lines || raw.rows)) {
-        throw UsageError("--width, --lines and --rows are for the formats v210 and 2vuy: a klv file says its lines");
-    }
-    if (raw.lines && raw.rows) {
-        throw UsageError("--lines and --rows cannot be given together");
-    }
-    options.width = raw.width.value_or(kWidthHD);
-    if (raw.lines) {
-        options.lines = lineNumbers(*raw.lines);
-    } else {
-        options.lines.resize(static_cast<std::size_t>(raw.rows.value_or(1)));
-        for (std::size_t row = 0; row < options.lines.size(); ++row) {
-            options.lines[row] = row;
-        }
-    }
-    return options;
+void addLog(CLI::App& app, LogOptions& log) {
+    app.add_option("--log-folder", log.folder, "Write the technical log into DIR, a file a day")->type_name("DIR");
+    app.add_option("--log-level", log.level, "The most verbose level that is logged: 0 to 9 (default: 2)")
+        ->type_name("N")
+        ->needs("--log-folder")
+        ->check(CLI::Range(0, 9).description(""));
 }
 
 ExitNow usageError(const std::string& what, const CLI::App& app) {
@@ -246,29 +131,49 @@ ExitNow usageError(const std::string& what, const CLI::App& app) {
         printMessage("unknown command or option " + rest.front() + " (see qlxcc --help)");
         return {kExitUsage};
     }
-    const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
+    std::string command;
+    for (auto level = chosen; !level.empty(); level = level.front()->get_subcommands()) {
+        command += " " + level.front()->get_name();
+    }
     printMessage(what + " (see qlxcc" + command + " --help)");
     return {kExitUsage};
 }
 
 }  // namespace
 
-Command parseCommandLine(int argc, const char* const* argv) {
+Command parseCommandLine(int argc, const char* const* argv, LogOptions& log) {
     CLI::App app(kDescription, "qlxcc");
     app.footer(kFooter);
     app.set_version_flag("--version", "qlxcc " + std::string(QLXClosedCaptionsUtilitiesVersionString));
     app.set_help_flag("-h,--help", "Print this help");
     app.require_subcommand(1);
+    // The options of the log may stand in front of the command or behind it.
+    app.fallthrough();
+    addLog(app, log);
     RawPlay rawPlay;
     RawScan rawScan;
+    RawExtract rawExtract;
+    RawRateChange rawRateChange;
     addPlay(app, rawPlay);
     addScan(app, rawScan);
+    addExtract(app, rawExtract);
+    addRateChange(app, rawRateChange);
+    const ScteCommands scte(app);
     try {
         app.parse(argc, argv);
-        if (app.got_subcommand("play")) {
-            return playOptions(rawPlay);
+        if (auto command = scte.chosen()) {
+            return std::move(*command);
         }
-        return scanOptions(rawScan);
+        if (app.got_subcommand("play")) {
+            return checked(rawPlay);
+        }
+        if (app.got_subcommand("extract")) {
+            return checked(rawExtract);
+        }
+        if (app.got_subcommand("rate")) {
+            return checked(rawRateChange);
+        }
+        return checked(rawScan);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             (void)app.exit(error, std::cout, std::cerr);

@@ -2,12 +2,15 @@
 
 #include "Text.h"
 
+#include <atomic>
 #include <cstdio>
 #include <system_error>
 
 namespace qlx::tool {
 
 namespace {
+
+std::atomic<void (*)(std::string_view message)> messageListener{nullptr};
 
 Failure failureWithPlace(std::string_view name, std::string_view unit, std::uint64_t place, std::string_view what) {
     std::string message(name);
@@ -41,11 +44,22 @@ std::string systemErrorText(int error) {
     return std::generic_category().message(error);
 }
 
-void printMessage(std::string_view message) {
+void printLine(std::string_view message) {
     // One write a line, so that lines of several processes in one log do not mix.
     const std::string line = "qlxcc: " + printable(message) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
+}
+
+void setMessageListener(void (*listener)(std::string_view message)) noexcept {
+    messageListener.store(listener);
+}
+
+void printMessage(std::string_view message) {
+    printLine(message);
+    if (const auto listener = messageListener.load()) {
+        listener(printable(message));
+    }
 }
 
 }  // namespace qlx::tool

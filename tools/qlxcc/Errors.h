@@ -42,7 +42,13 @@ public:
 /// The text of an `errno` value, such as "No such file or directory".
 [[nodiscard]] std::string systemErrorText(int error);
 
-/// Prints `qlxcc: message` as one line to standard error.
+/// Prints `qlxcc: message` as one line to standard error, for nobody else.
+void printLine(std::string_view message);
+
+/// Gets every message that is printed from now on; null for nobody.
+void setMessageListener(void (*listener)(std::string_view message)) noexcept;
+
+/// Prints `qlxcc: message` as one line to standard error, and tells the listener.
 void printMessage(std::string_view message);
 
 }  // namespace qlx::tool

@@ -19,7 +19,7 @@ struct Frame {
     std::uint64_t number = 0;      ///< Counted from 0.
     std::optional<MediaTime> pts;  ///< Presentation time, where it is known.
     std::vector<std::shared_ptr<QLXVANCPacket>> packets;
-    std::shared_ptr<QLXSubtitleRecord> subtitle;  ///< In playout: the subtitle that is on air, null in a gap.
+    std::shared_ptr<QLXSubtitleRecord> subtitle;  ///< In playout: the subtitle last sent, null in a gap.
 };
 
 /// Reads the frames of a file one after the other.
@@ -46,6 +46,9 @@ public:
     virtual ~FrameWriter() = default;
 
     virtual void write(const Frame& frame) = 0;
+
+    /// Called once, behind the last frame.
+    virtual void finish() {}
 };
 
 }  // namespace qlx::tool

@@ -1,37 +1,214 @@
 #include "Json.h"
 
+#include "Cdp.h"
+#include "Errors.h"
+#include "SCTE104Message.h"
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 namespace qlx::tool {
 
-std::string jsonLine(const Frame& frame) {
-    using Json = nlohmann::ordered_json;
-    Json line;
-    line["frame"] = frame.number;
-    if (frame.pts) {
-        line["pts"]["value"] = frame.pts->value;
-        line["pts"]["timescale"] = frame.pts->timescale;
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Text that is not UTF-8 gets replacement characters; the default would throw.
+std::string line(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json cdpObject(const Cdp& cdp) {
+    Json object;
+    object["rate"] = cdp.rate.empty() ? Json() : Json(cdp.rate);
+    object["cc_count"] = cdp.ccCount ? Json(*cdp.ccCount) : Json();
+    object["counter"] = cdp.counter;
+    Json& triplets = object["triplets"] = Json::array();
+    for (const CaptionTriplet& triplet : cdp.triplets) {
+        Json entry;
+        entry["kind"] = nameOf(triplet.kind);
+        entry["data"] = hex(triplet.data);
+        triplets.push_back(std::move(entry));
     }
-    Json& packets = line["packets"] = Json::array();
+    object["length_ok"] = cdp.hasStandardLength();
+    object["checksum_ok"] = cdp.hasStandardChecksum();
+    return object;
+}
+
+Json jsonOf(const Value& value) {
+    if (const Dictionary* const dictionary = value.dictionary()) {
+        Json object = Json::object();
+        for (const auto& [key, entry] : *dictionary) {
+            object[key] = jsonOf(entry);
+        }
+        return object;
+    }
+    if (const Array* const array = value.array()) {
+        Json list = Json::array();
+        for (const Value& entry : *array) {
+            list.push_back(jsonOf(entry));
+        }
+        return list;
+    }
+    if (value.isBool()) {
+        return value.boolValue();
+    }
+    if (const std::uint64_t* const number = value.unsignedInteger()) {
+        return *number;
+    }
+    if (const std::int64_t* const number = value.signedInteger()) {
+        return *number;
+    }
+    if (const double* const number = value.number()) {
+        return *number;
+    }
+    if (const Data* const data = value.data()) {
+        return hex(*data);
+    }
+    return value.text() ? Json(*value.text()) : Json();
+}
+
+/// Builds a Value out of the events of the parser, which does not recurse; neither does this.
+class ValueBuilder final : public nlohmann::json_sax<nlohmann::json> {
+public:
+    ValueBuilder(std::string_view name, std::string_view text) : _name(name), _text(text) {}
+
+    [[nodiscard]] Value take() { return std::move(_root); }
+
+    bool null() override { return add(nullptr); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(number_integer_t value) override { return add(std::int64_t{value}); }
+    bool number_unsigned(number_unsigned_t value) override { return add(std::uint64_t{value}); }
+    bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
+    bool string(string_t& value) override { return add(std::move(value)); }
+    bool binary(binary_t& /*value*/) override { return add(nullptr); }
+    bool start_object(std::size_t /*elements*/) override { return open(true); }
+    bool start_array(std::size_t /*elements*/) override { return open(false); }
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+    bool key(string_t& value) override {
+        _open.back().key = std::move(value);
+        return true;
+    }
+    bool parse_error(std::size_t position, const std::string& /*token*/,
+                     const nlohmann::json::exception& /*error*/) override {
+        const std::size_t offset = std::min(position > 0 ? position - 1 : 0, _text.size());
+        const std::string_view before = _text.substr(0, offset);
+        const auto lineNumber = 1 + static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n'));
+        if (offset == _text.size()) {
+            throw failureAtLine(_name, lineNumber, "not JSON: the text ends too early");
+        }
+        std::string_view rest = _text.substr(offset);
+        rest = rest.substr(0, rest.find_first_of("\r\n"));
+        std::string shown;
+        constexpr std::size_t kShownCharacters = 40;
+        for (std::size_t count = 0; count < kShownCharacters && !rest.empty(); ++count) {
+            const std::string_view whole = rest;
+            (void)takeCodePoint(rest);
+            shown += whole.substr(0, whole.size() - rest.size());
+        }
+        throw failureAtLine(_name, lineNumber, "not JSON at \"" + shown + "\"");
+    }
+
+private:
+    struct Container {
+        bool isObject = false;
+        std::string key;
+        Dictionary object;
+        Array array;
+    };
+
+    bool add(Value value) {
+        if (_open.empty()) {
+            _root = std::move(value);
+        } else if (Container& container = _open.back(); container.isObject) {
+            container.object.set(container.key, std::move(value));
+        } else {
+            container.array.push_back(std::move(value));
+        }
+        return true;
+    }
+
+    bool open(bool isObject) {
+        if (_open.size() == kDeepestJson) {
+            throw failureIn(_name, "JSON nested deeper than " + std::to_string(kDeepestJson) + " levels");
+        }
+        _open.push_back({isObject, {}, {}, {}});
+        return true;
+    }
+
+    bool close() {
+        Container container = std::move(_open.back());
+        _open.pop_back();
+        return container.isObject ? add(std::move(container.object)) : add(std::move(container.array));
+    }
+
+    std::string_view _name;
+    std::string_view _text;
+    std::vector<Container> _open;
+    Value _root;
+};
+
+}  // namespace
+
+Value parseJson(std::string_view name, std::string_view text) {
+    ValueBuilder builder(name, text);
+    (void)nlohmann::json::sax_parse(text, &builder);
+    return builder.take();
+}
+
+std::string jsonLine(const Frame& frame, bool showsCaptions) {
+    Json object;
+    object["frame"] = frame.number;
+    if (frame.pts) {
+        object["pts"]["value"] = frame.pts->value;
+        object["pts"]["timescale"] = frame.pts->timescale;
+    }
+    Json& packets = object["packets"] = Json::array();
     for (const auto& packet : frame.packets) {
+        const Data data = packet->packetData();
         Json entry;
         entry["line"] = packet->lineNumber();
         entry["did"] = packet->packetDID();
         entry["sdid"] = packet->packetSDID();
         entry["type"] = QLXVANCPacket::nameOfPacketType(packet->packetType());
-        entry["data"] = hex(packet->packetData());
+        entry["data"] = hex(data);
+        if (showsCaptions && packet->packetType() == QLXVANCPacketTypeCEA708) {
+            if (const auto cdp = readCdp(data)) {
+                entry["cdp"] = cdpObject(*cdp);
+            }
+        }
+        if (showsCaptions && packet->packetType() == QLXVANCPacketTypeSCTE104) {
+            if (const Scte104Message message = readScte104(data); !message.refusal) {
+                entry["scte104"] = jsonOf(scte104Operations(message));
+            }
+        }
         packets.push_back(std::move(entry));
     }
-    // Text that is not UTF-8 gets replacement characters; the default would throw.
-    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return line(object);
+}
+
+std::string jsonText(const Value& value) {
+    return line(jsonOf(value));
+}
+
+std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data) {
+    Json object;
+    object["unit"] = unit;
+    object["offset"] = offset;
+    object["data"] = data ? Json(*data) : Json();
+    return line(object);
 }
 
 void JsonlWriter::write(const Frame& frame) {
-    _output.write(jsonLine(frame));
+    _output.write(jsonLine(frame, _showsCaptions));
     _output.write("\n");
 }
 

@@ -210,6 +210,19 @@ void OutputFile::commit() {
     }
 }
 
+void refuseInputAsOutput(const std::string& input, const std::optional<std::string>& output) {
+    if (!output || *output == "-") {
+        return;
+    }
+    struct stat in {};
+    struct stat out {};
+    const bool inputExists = (input == "-" ? ::fstat(STDIN_FILENO, &in) : ::stat(input.c_str(), &in)) == 0;
+    if (inputExists && ::stat(output->c_str(), &out) == 0 && S_ISREG(in.st_mode) && in.st_dev == out.st_dev &&
+        in.st_ino == out.st_ino) {
+        throw failureIn(*output, "is the input: the result would replace it");
+    }
+}
+
 bool standardOutputIsTerminal() {
     return ::isatty(STDOUT_FILENO) != 0;
 }

@@ -48,6 +48,10 @@ private:
     std::vector<std::uint8_t> _buffer;
 };
 
+/// Throws Failure when a file is to be written that is also the input: the result would replace it.
+/// @param input A path, `-` for standard input; it need not exist.
+void refuseInputAsOutput(const std::string& input, const std::optional<std::string>& output);
+
 /// Whether standard output is a terminal.
 [[nodiscard]] bool standardOutputIsTerminal();
 

@@ -1,5 +1,6 @@
 #include "Play.h"
 
+#include "CaptionFrames.h"
 #include "Errors.h"
 #include "Json.h"
 #include "Klv.h"
@@ -10,8 +11,8 @@
 #include "Subtitles.h"
 #include "Text.h"
 #include "Times.h"
-#include "ToolConsole.h"
 
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
@@ -22,19 +23,24 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace qlx::tool {
 
 namespace {
 
-constexpr std::int32_t kTeletextMode = 2;
 constexpr double kSecondsBehindLastCue = 1.0;
 constexpr std::size_t kShownProblems = 10;
 
 // The video lines of OP-47 packets: field 1, field 2.
 constexpr std::array<std::uint64_t, 2> kLinesHD{12, 575};
 constexpr std::array<std::uint64_t, 2> kLinesSD{21, 334};
+
+std::int32_t modeOf(const PlayOptions& options) {
+    return static_cast<std::int32_t>(options.mode);
+}
 
 /// The frames that are played: `first` to `end`, without the latter.
 struct FrameRange {
@@ -48,12 +54,11 @@ void reportProblems(const Subtitles& subtitles) {
     const std::size_t shown = std::min(subtitles.problems.size(), kShownProblems);
     for (std::size_t index = 0; index < shown; ++index) {
         const SubtitleProblem& problem = subtitles.problems[index];
-        printMessage("warning: " + subtitles.name + ": line " + std::to_string(problem.line) +
-                     ": cue left out: " + problem.what);
+        printMessage("warning: " + subtitles.name + ": " + std::string(subtitles.place) + " " +
+                     std::to_string(problem.line) + ": " + (problem.isLeftOut ? "cue left out: " : "") + problem.what);
     }
     if (subtitles.problems.size() > shown) {
-        printMessage("warning: " + subtitles.name + ": " + counted(subtitles.problems.size() - shown, "more cue") +
-                     " left out");
+        printMessage("warning: " + subtitles.name + ": " + counted(subtitles.problems.size() - shown, "more problem"));
     }
 }
 
@@ -88,8 +93,8 @@ FrameRange frameRange(const PlayOptions& options, const Subtitles& subtitles) {
 /// The timeline that is handed to the packetizer: the cues that end after the first frame's time, behind an empty
 /// record. The packetizer shows its first record from the beginning, whatever its start; with one in front that ended
 /// before all time, the first cue becomes due like every other: on the first frame that is later than its start.
-Records timeline(const Records& records, double firstFrameTime) {
-    auto front = QLXSubtitleRecord::initWithSubtitleMode(kTeletextMode);
+Records timeline(const Records& records, std::int32_t mode, double firstFrameTime) {
+    auto front = QLXSubtitleRecord::initWithSubtitleMode(mode);
     front->setStartTimeInSeconds(-std::numeric_limits<double>::infinity());
     front->setEndTimeInSeconds(-std::numeric_limits<double>::infinity());
     Records result{std::move(front)};
@@ -99,41 +104,74 @@ Records timeline(const Records& records, double firstFrameTime) {
 }
 
 std::string summary(const PlayOptions& options, const Subtitles& subtitles) {
-    return subtitles.name + ": " + counted(subtitles.records.size(), "cue") + " as OP-47 teletext, " +
-           std::string(options.rate.name) + " frames/s, " + (options.isHD ? "HD" : "SD");
+    const bool isTeletext = options.mode == PlayMode::Teletext;
+    return subtitles.name + ": " + counted(subtitles.records.size(), "cue") +
+           (isTeletext ? " as OP-47 teletext, " : " as CEA-608 captions on field 1, ") +
+           std::string(options.rate.name) + " frames/s" + (isTeletext ? options.isHD ? ", HD" : ", SD" : "");
+}
+
+std::unique_ptr<FrameWriter> makeScheduleWriter(const PlayOptions& options, const Subtitles& subtitles,
+                                                OutputFile& output) {
+    if (options.mode == PlayMode::Cea608) {
+        auto schedule = std::make_unique<CaptionScheduleWriter>(output);
+        schedule->writeTitles(summary(options, subtitles));
+        return schedule;
+    }
+    auto schedule = std::make_unique<ScheduleWriter>(output, options.isHD ? kLinesHD : kLinesSD);
+    schedule->writeTitles(summary(options, subtitles));
+    return schedule;
+}
+
+std::vector<std::uint64_t> linesOf(const PlayOptions& options) {
+    if (options.mode == PlayMode::Cea608) {
+        return {kCaptionLine};
+    }
+    const std::array<std::uint64_t, 2>& lines = options.isHD ? kLinesHD : kLinesSD;
+    return {lines.begin(), lines.end()};
 }
 
 std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtitles& subtitles, OutputFile& output) {
-    const std::array<std::uint64_t, 2>& lines = options.isHD ? kLinesHD : kLinesSD;
     switch (options.format) {
     case PlayFormat::V210:
-        return std::make_unique<V210Writer>(output,
-                                            RowLayout{kPixelFormatV210, options.width, {lines.begin(), lines.end()}});
+        return std::make_unique<V210Writer>(output, RowLayout{kPixelFormatV210, options.width, linesOf(options)});
     case PlayFormat::Klv:
         return std::make_unique<KlvWriter>(output);
     case PlayFormat::Jsonl:
         return std::make_unique<JsonlWriter>(output);
+    case PlayFormat::Scc:
+        return std::make_unique<SccWriter>(output, options.isDropFrame);
     case PlayFormat::Schedule:
         break;
     }
-    auto schedule = std::make_unique<ScheduleWriter>(output, lines);
-    schedule->writeTitles(summary(options, subtitles));
-    return schedule;
+    return makeScheduleWriter(options, subtitles, output);
+}
+
+/// The packets of a frame for which the packetizer gave `sample`.
+std::vector<std::shared_ptr<QLXVANCPacket>> packetsOf(const PlayOptions& options,
+                                                      const std::shared_ptr<SampleBuffer>& sample,
+                                                      const MediaTime& pts) {
+    if (options.mode == PlayMode::Teletext) {
+        return QLXVANCPacket::VANCPacketsWithCMSampleBuffer(sample);
+    }
+    if (sample || !options.fillsFrames) {
+        return captionPackets(sample);
+    }
+    return captionPackets(QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(
+        pts, options.rate.frameDuration(), 0));
 }
 
 }  // namespace
 
 int play(const PlayOptions& options) {
-    ToolConsole console;
-    const ScopedService<Console> consoleScope(console);
-
+    refuseInputAsOutput(options.subtitles, options.output);
     const MediaTime duration = options.rate.frameDuration();
-    const Subtitles subtitles = loadSubtitles(options.subtitles, kTeletextMode, secondsFrom(duration));
+    const Subtitles subtitles = loadSubtitles(options.subtitles, modeOf(options), secondsFrom(duration));
     const FrameRange range = frameRange(options, subtitles);
     reportProblems(subtitles);
 
-    const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(kTeletextMode, options.isHD);
-    packetizer->setSubtitleRecords(timeline(subtitles.records, secondsFrom(options.rate.timeOfFrame(range.first))));
+    const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(modeOf(options), options.isHD);
+    packetizer->setSubtitleRecords(
+        timeline(subtitles.records, modeOf(options), secondsFrom(options.rate.timeOfFrame(range.first))));
 
     OutputFile output(options.output);
     const auto writer = makeWriter(options, subtitles, output);
@@ -141,11 +179,11 @@ int play(const PlayOptions& options) {
     for (std::uint64_t number = range.first; number < range.end; ++number) {
         const MediaTime pts = options.rate.timeOfFrame(number);
         const auto sample = packetizer->copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, duration);
-        writer->write(
-            {number, pts, QLXVANCPacket::VANCPacketsWithCMSampleBuffer(sample), packetizer->lastSubtitleRecord()});
+        writer->write({number, pts, packetsOf(options, sample, pts), packetizer->lastSubtitleRecord()});
         const std::uint64_t done = number + 1 - range.first;
         progress.update(done, done);
     }
+    writer->finish();
     output.commit();
     return kExitSuccess;
 }

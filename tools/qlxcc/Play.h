@@ -9,10 +9,12 @@
 
 namespace qlx::tool {
 
-enum class PlayFormat { Schedule, V210, Klv, Jsonl };
+enum class PlayMode { Cea608 = 1, Teletext = 2 };  ///< The library's subtitle modes.
+enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc };
 
 struct PlayOptions {
     std::string subtitles;  ///< The file; `-` is standard input.
+    PlayMode mode = PlayMode::Teletext;
     Rate rate;
     bool isHD = true;
     double fromSeconds = 0.0;
@@ -20,6 +22,8 @@ struct PlayOptions {
     std::optional<std::string> output;  ///< None or `-`: standard output.
     PlayFormat format = PlayFormat::Schedule;
     std::uint32_t width = 0;  ///< Pixels of a row.
+    bool fillsFrames = true;  ///< Captions: a frame without a byte pair carries an empty caption packet.
+    bool isDropFrame = true;  ///< Scenarist caption files: how timecodes count.
 };
 
 /// Runs the subcommand; the result is the exit code.

@@ -1,5 +1,6 @@
 #include "Scan.h"
 
+#include "Cdp.h"
 #include "Errors.h"
 #include "Frame.h"
 #include "InputFile.h"
@@ -8,8 +9,8 @@
 #include "OutputFile.h"
 #include "Progress.h"
 #include "RowFile.h"
+#include "SCTE104Message.h"
 #include "Text.h"
-#include "ToolConsole.h"
 
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
@@ -26,7 +27,7 @@ constexpr std::size_t kLineWidth = 5;
 constexpr std::size_t kNameWidth = 17;
 constexpr std::size_t kSizeWidth = 5;
 
-/// Writes a line a packet, and at the end how many there were.
+/// Writes a line a packet, a second one with what a caption packet holds, and at the end how many there were.
 class ListWriter final : public FrameWriter {
 public:
     explicit ListWriter(OutputFile& output) : _output(output) {}
@@ -44,6 +45,11 @@ public:
                           hex(std::span(&sdid, 1)) + "     " +
                           padded(QLXVANCPacket::nameOfPacketType(packet->packetType()), kNameWidth) + "  " +
                           rightAligned(data.size(), kSizeWidth) + "  " + hex(data) + "\n");
+            if (packet->packetType() == QLXVANCPacketTypeCEA708) {
+                _output.write(std::string(kFrameWidth + kLineWidth + 4, ' ') + cdpInWords(data) + "\n");
+            } else if (packet->packetType() == QLXVANCPacketTypeSCTE104) {
+                _output.write(std::string(kFrameWidth + kLineWidth + 4, ' ') + scte104InWords(data) + "\n");
+            }
         }
         ++_frames;
         _packets += frame.packets.size();
@@ -96,16 +102,13 @@ std::uint64_t copyFrames(ByteSource& source, FrameReader& reader, FrameWriter& w
 }  // namespace
 
 int scan(const ScanOptions& options) {
-    ToolConsole console;
-    const ScopedService<Console> consoleScope(console);
-
     InputFile source(options.file);
     const auto reader = makeReader(options, source);
     OutputFile output(std::nullopt);
     std::unique_ptr<FrameWriter> writer;
     ListWriter* list = nullptr;
     if (options.asJson) {
-        writer = std::make_unique<JsonlWriter>(output);
+        writer = std::make_unique<JsonlWriter>(output, true);
     } else {
         auto listWriter = std::make_unique<ListWriter>(output);
         list = listWriter.get();
@@ -123,10 +126,10 @@ int scan(const ScanOptions& options) {
         list->writeSummary();
     }
     output.commit();
-    if (problemCount > 0) {
+    if (problemCount > 1) {
         throw failureIn(source.name(), counted(problemCount, "problem") + ": not every packet could be read");
     }
-    return kExitSuccess;
+    return problemCount == 0 ? kExitSuccess : kExitFailure;
 }
 
 }  // namespace qlx::tool

@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "InputFile.h"
+#include "Json.h"
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
@@ -96,6 +97,18 @@ std::optional<std::string> timingProblem(std::string_view timing) {
     return "the end " + quoted(end) + " is not later than the start " + quoted(start) + " (HH:MM:SS,mmm)";
 }
 
+/// Whether a line begins with `HH:MM:SS,mmm --> HH:MM:SS,mmm` and the end is later than the start.
+bool isTimingLine(std::string_view line) {
+    constexpr std::string_view kForm = "00:00:00,000 --> 00:00:00,000";
+    if (line.size() < kForm.size()) {
+        return false;
+    }
+    const bool hasForm = std::equal(kForm.begin(), kForm.end(), line.begin(), [](char form, char character) {
+        return form == '0' ? character >= '0' && character <= '9' : character == form;
+    });
+    return hasForm && !timingProblem(line);
+}
+
 [[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text) {
     if (text.empty()) {
         throw failureAtByte(subtitles.name, 0, "the file is empty");
@@ -108,6 +121,45 @@ std::optional<std::string> timingProblem(std::string_view timing) {
     }
     const SubtitleProblem& first = subtitles.problems.front();
     throw failureAtLine(subtitles.name, first.line, "no valid cue in the file: " + first.what);
+}
+
+/// What is wrong with an element of a JSON file; none when it has become a record that can be played.
+std::optional<std::string> recordProblem(const Value& element, const QLXSubtitleRecord* record) {
+    if (element.dictionary() == nullptr) {
+        return "no object";
+    }
+    if (record == nullptr) {
+        return "no \"text_lines\"";
+    }
+    if (!(record->endTimeInSeconds() > record->startTimeInSeconds())) {
+        return "the end is not later than the start";
+    }
+    return std::nullopt;
+}
+
+void loadJson(Subtitles& subtitles, std::string_view text, std::int32_t mode) {
+    subtitles.place = "element";
+    const Value value = parseJson(subtitles.name, text);
+    const Array* const elements = value.array();
+    if (elements == nullptr) {
+        throw failureAtLine(subtitles.name, 1, "the JSON is no array of subtitles");
+    }
+    for (std::size_t index = 0; index < elements->size(); ++index) {
+        const Value& element = (*elements)[index];
+        auto record = element.dictionary() == nullptr
+                          ? nullptr
+                          : QLXSubtitleRecord::initWithJSONDictionary_subtitleMode_error(*element.dictionary(), mode);
+        if (auto problem = recordProblem(element, record.get())) {
+            subtitles.problems.push_back({index + 1, std::move(*problem)});
+        } else {
+            subtitles.records.push_back(std::move(record));
+        }
+    }
+    if (subtitles.records.empty()) {
+        throw failureIn(subtitles.name, subtitles.problems.empty() ? "the JSON array is empty"
+                                                                   : "no valid subtitle in the file: element 1: " +
+                                                                         subtitles.problems.front().what);
+    }
 }
 
 }  // namespace
@@ -136,9 +188,27 @@ std::vector<SubtitleProblem> findSRTProblems(std::string_view text) {
             if (auto problem = timingProblem(line)) {
                 problems.push_back({lineNumber, std::move(*problem)});
             }
+        } else if (lineInBlock > 2 && isTimingLine(line)) {
+            problems.push_back({lineNumber, "a timing line inside a cue: is a blank line missing?", false});
         }
     }
     return problems;
+}
+
+bool looksLikeJson(std::string_view text) noexcept {
+    constexpr std::string_view kWhiteSpace = " \t\r\n";
+    if (text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
+    if (first == std::string_view::npos) {
+        return false;
+    }
+    const std::size_t second = text.find_first_not_of(kWhiteSpace, first + 1);
+    const char follower = second == std::string_view::npos ? '\0' : text[second];
+    // Other subtitle formats begin with such brackets as well, but not with both characters.
+    return (text[first] == '[' && (follower == '{' || follower == ']')) ||
+           (text[first] == '{' && (follower == '"' || follower == '}'));
 }
 
 Subtitles loadSubtitles(const std::string& path, std::int32_t mode, double frameDuration) {
@@ -148,6 +218,10 @@ Subtitles loadSubtitles(const std::string& path, std::int32_t mode, double frame
 
     Subtitles subtitles;
     subtitles.name = file.name();
+    if (!text.empty() && (asciiLowercased(path).ends_with(".json") || looksLikeJson(text))) {
+        loadJson(subtitles, text, mode);
+        return subtitles;
+    }
     subtitles.problems = findSRTProblems(text);
     LoadedFile contents(Data(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
     const ScopedService<FileReader> scope(contents);
@@ -161,13 +235,16 @@ Subtitles loadSubtitles(const std::string& path, std::int32_t mode, double frame
 
 std::string subtitleText(const QLXSubtitleRecord& record) {
     std::string text;
+    bool hasText = false;
     for (const auto& line : record.subtitleLines()) {
+        const std::string lineText = line->textString().value_or("");
+        hasText = hasText || !lineText.empty();
         if (!text.empty()) {
             text += " / ";
         }
-        text += line->textString().value_or("");
+        text += lineText;
     }
-    return text;
+    return hasText ? text : "(no text)";
 }
 
 }  // namespace qlx::tool

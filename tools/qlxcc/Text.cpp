@@ -33,6 +33,23 @@ std::string hex(std::span<const std::uint8_t> bytes) {
     return result;
 }
 
+std::string base64(std::span<const std::uint8_t> bytes) {
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    constexpr std::size_t kGroup = 3;
+    std::string result;
+    for (std::size_t first = 0; first < bytes.size(); first += kGroup) {
+        std::uint32_t group = 0;
+        for (std::size_t index = first; index < first + kGroup; ++index) {
+            group = group << 8U | (index < bytes.size() ? bytes[index] : 0U);
+        }
+        for (std::size_t digit = 0; digit <= kGroup; ++digit) {
+            const bool isThere = first + digit <= bytes.size();
+            result += isThere ? kDigits[group >> (18U - 6U * digit) & 63U] : '=';
+        }
+    }
+    return result;
+}
+
 std::string counted(std::uint64_t count, std::string_view noun) {
     std::string result = std::to_string(count);
     result += ' ';

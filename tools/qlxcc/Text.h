@@ -15,6 +15,9 @@ namespace qlx::tool {
 /// Lower-case hexadecimal digits without spaces.
 [[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
 
+/// Base64 (RFC 4648) with padding.
+[[nodiscard]] std::string base64(std::span<const std::uint8_t> bytes);
+
 /// `1 frame`, `2 frames`.
 [[nodiscard]] std::string counted(std::uint64_t count, std::string_view noun);
 

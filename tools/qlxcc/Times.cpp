@@ -91,4 +91,27 @@ std::string timecode(const MediaTime& time) {
     return {text, static_cast<std::size_t>(length)};
 }
 
+std::optional<std::string> timecodeAt2997(std::uint64_t frame, bool isDropFrame) {
+    constexpr std::uint64_t kRate = 30;
+    constexpr std::uint64_t kDropped = 2;
+    // A minute that drops numbers, and ten minutes, of which the first does not.
+    constexpr std::uint64_t kMinute = 60 * kRate - kDropped;
+    constexpr std::uint64_t kTenMinutes = 10 * kMinute + kDropped;
+    std::uint64_t number = frame;
+    if (isDropFrame) {
+        const std::uint64_t rest = frame % kTenMinutes;
+        number += frame / kTenMinutes * 9 * kDropped;
+        number += rest < kDropped ? 0 : (rest - kDropped) / kMinute * kDropped;
+    }
+    const std::uint64_t seconds = number / kRate;
+    if (seconds >= 24 * 3600) {
+        return std::nullopt;
+    }
+    char text[40];
+    const int length = std::snprintf(text, sizeof text, "%02u:%02u:%02u%c%02u", static_cast<unsigned>(seconds / 3600),
+                                     static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60),
+                                     isDropFrame ? ';' : ':', static_cast<unsigned>(number % kRate));
+    return std::string(text, static_cast<std::size_t>(length));
+}
+
 }  // namespace qlx::tool

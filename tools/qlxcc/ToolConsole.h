@@ -15,7 +15,7 @@ public:
         while (text.ends_with('\n')) {
             text.remove_suffix(1);
         }
-        printMessage(text);
+        printLine(text);
     }
     void log(std::string_view /*message*/) override {}
 };

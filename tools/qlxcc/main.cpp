@@ -1,12 +1,18 @@
 // qlxcc: captions, subtitles and ancillary packets on the command line.
 #include "CommandLine.h"
 #include "Errors.h"
+#include "Extract.h"
 #include "Play.h"
+#include "RateChange.h"
 #include "Scan.h"
+#include "Text.h"
+#include "ToolLog.h"
 
 #include <csignal>
 #include <exception>
 #include <new>
+#include <optional>
+#include <string>
 #include <variant>
 
 namespace {
@@ -25,14 +31,55 @@ int run(const ScanOptions& options) {
     return scan(options);
 }
 
+int run(const ExtractOptions& options) {
+    return extract(options);
+}
+
+int run(const RateChangeOptions& options) {
+    return changeRate(options);
+}
+
+int run(const Scte104BuildOptions& options) {
+    return buildScte104(options);
+}
+
+int run(const Scte104ParseOptions& options) {
+    return parseScte104(options);
+}
+
+int run(const Scte35Options& options) {
+    return convertToScte35(options);
+}
+
+int run(const ScteCommand& command) {
+    return std::visit([](const auto& options) { return run(options); }, command);
+}
+
+/// What was called, for the log.
+std::string commandLine(int argc, const char* const* argv) {
+    std::string text = "qlxcc";
+    for (int index = 1; index < argc; ++index) {
+        text += " " + printable(argv[index]);
+    }
+    return text;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     // Both then come back as errors of the write, which know what to clean up.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    std::optional<ToolLog> log;
     try {
-        return std::visit([](const auto& options) { return run(options); }, parseCommandLine(argc, argv));
+        LogOptions logOptions;
+        const Command command = parseCommandLine(argc, argv, logOptions);
+        if (const auto* const exit = std::get_if<ExitNow>(&command)) {
+            return exit->code;
+        }
+        logOptions.commandLine = commandLine(argc, argv);
+        log.emplace(logOptions);
+        return std::visit([](const auto& options) { return run(options); }, command);
     } catch (const ClosedPipe&) {
         return kExitSuccess;
     } catch (const std::bad_alloc&) {

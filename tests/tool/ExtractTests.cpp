@@ -1,0 +1,291 @@
+// qlxcc extract: access units and their caption data.
+#include "ExactBuffer.h"
+#include "MemorySource.h"
+#include "ToolRunner.h"
+#include "VideoStream.h"
+
+#include "Errors.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+namespace {
+
+using qlx::tool::AccessUnit;
+using qlx::tool::AccessUnitReader;
+using qlx::tool::VideoCodec;
+using qlxtest::fromHex;
+using qlxtest::linesOf;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+using Bytes = std::vector<std::uint8_t>;
+
+// Registered user data of 8 + 3 + 6 + 1 bytes (country B5, provider 0031, "GA94", cc_data with two triplets).
+const std::string kSei = "06 04 11 b5 0031 47413934 03 c2 ff fc942c fd8080 ff 80";
+const std::string kTriplets = "fc942cfd8080";
+const std::string kLong = "00000001";
+const std::string kShort = "000001";
+// Slices: the bit behind the header is 1 when the slice is a picture's first.
+const std::string kIdr = "65 88 80 aa";
+const std::string kSlice = "41 9a 22 bb";
+const std::string kSecondSlice = "41 5c 33 cc";
+
+struct StreamUnit {
+    std::string hex;
+    std::string data;  ///< "-" for none.
+};
+
+/// The list that is printed for a stream of `units`.
+std::string listOf(const std::vector<StreamUnit>& units, const std::string& summary) {
+    std::string text = "    unit        offset  bytes  data\n";
+    std::size_t offset = 0;
+    const auto right = [](const std::string& value, std::size_t width) {
+        return std::string(width - value.size(), ' ') + value;
+    };
+    for (std::size_t index = 0; index < units.size(); ++index) {
+        const std::string& data = units[index].data;
+        text += right(std::to_string(index), 8) + "  " + right(std::to_string(offset), 12) + "  " +
+                right(data == "-" ? "-" : std::to_string(data.size() / 2), 5) + "  " + data + "\n";
+        offset += fromHex(units[index].hex).size();
+    }
+    return text + summary + "\n";
+}
+
+Bytes streamOf(const std::vector<StreamUnit>& units) {
+    Bytes stream;
+    for (const StreamUnit& unit : units) {
+        const Bytes bytes = fromHex(unit.hex);
+        stream.insert(stream.end(), bytes.begin(), bytes.end());
+    }
+    return stream;
+}
+
+const std::vector<StreamUnit> kH264{
+    {kLong + "09f0" + kLong + "6742001e" + kLong + "68ce3880" + kShort + kSei + kShort + kIdr, kTriplets},
+    // Begins with a start code of three bytes; two slices of one picture.
+    {kShort + kSei + kShort + kSlice + kShort + kSecondSlice, kTriplets},
+    // A picture on its own, then one with a delimiter and a message of another kind.
+    {kShort + kSlice, "-"},
+    {kLong + "0930" + kShort + "06 05 01 ff 80" + kShort + kSlice + kLong + "0c ffff 80", "-"},
+    {kLong + "0930" + kShort + kSei + kLong + kSlice, kTriplets},
+};
+
+TEST(Extract, ListsTheUnitsOfAnH264Stream) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.264", streamOf(kH264));
+    const std::string expected = listOf(kH264, "5 access units of H.264, 3 with caption data");
+    for (const std::vector<std::string>& more : std::vector<std::vector<std::string>>{
+             {}, {"--codec", "auto"}, {"--codec", "h264"}, {"--codec", "h264", "--format", "triplets"}}) {
+        std::vector<std::string> arguments{"extract", file};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, "");
+        EXPECT_EQ(result.out, expected);
+    }
+    EXPECT_EQ(runTool({"extract", "-"}, {.input = folder.read("a.264")}).out, expected);
+}
+
+// A sequence header, a group header, pictures with A/53 user data and a slice. The second picture has none.
+const std::vector<StreamUnit> kMpeg2{
+    {kShort + "b3 2d01e0" + kShort + "b8 00080040" + kShort + "00 000f fff8" + kShort +
+         "b2 47413934 03 43 ff fc9420 fd8080 ff0123 ff" + kShort + "01 1234",
+     "fc9420fd8080ff0123"},
+    {kShort + "00 008f fff8" + kShort + "01 1234", "-"},
+    {kShort + "b3 2d01e0" + kShort + "00 000f fff8" + kShort + "b2 47413934 03 41 ff fc8080 ff" + kShort + "01 5678" +
+         kShort + "b7",
+     "fc8080"},
+};
+
+TEST(Extract, ListsThePicturesOfAnMPEG2Stream) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.m2v", streamOf(kMpeg2));
+    const std::string expected = listOf(kMpeg2, "3 access units of MPEG-2, 2 with caption data");
+    EXPECT_EQ(runTool({"extract", file}).out, expected);
+    EXPECT_EQ(runTool({"extract", file, "--codec", "mpeg2"}).out, expected);
+}
+
+TEST(Extract, GivesFieldOneAndA53) {
+    const TemporaryFolder folder;
+    // Null pairs behind the first pair are left out; the first stays.
+    const std::string file = folder.write(
+        "a.m2v", fromHex(kShort + "00 000f fff8" + kShort +
+                         "b2 47413934 03 45 ff fc9420 fc8080 fd1520 fcc8e9 ff0203"
+                         " ff" +
+                         kShort + "00 000f fff8" + kShort + "b2 47413934 03 41 ff fc8080 ff" + kShort + "00 000f fff8" +
+                         kShort + "b2 47413934 03 41 ff fa0000 ff" + kShort + "00 000f fff8"));
+    const auto dataOf = [&](const std::string& format) {
+        std::vector<std::string> data;
+        for (const std::string& line : linesOf(runTool({"extract", file, "--format", format, "--json"}).out)) {
+            data.push_back(line.substr(line.find("\"data\":")));
+        }
+        return data;
+    };
+    EXPECT_EQ(dataOf("triplets"),
+              (std::vector<std::string>{R"("data":"fc9420fc8080fd1520fcc8e9ff0203"})", R"("data":"fc8080"})",
+                                        R"("data":"fa0000"})", R"("data":null})"}));
+    EXPECT_EQ(dataOf("cc1"), (std::vector<std::string>{R"("data":"9420c8e9"})", R"("data":"8080"})", R"("data":""})",
+                                                       R"("data":null})"}));
+    EXPECT_EQ(dataOf("a53"), (std::vector<std::string>{R"("data":"03c5fffc9420fc8080fd1520fcc8e9ff0203ff"})",
+                                                       R"("data":"03c1fffc8080ff"})", R"("data":"03c1fffa0000ff"})",
+                                                       R"("data":null})"}));
+}
+
+TEST(Extract, GivesAJSONLineForEveryUnit) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.m2v", streamOf(kMpeg2));
+    const std::size_t second = fromHex(kMpeg2[0].hex).size();
+    const std::size_t third = second + fromHex(kMpeg2[1].hex).size();
+    EXPECT_EQ(
+        runTool({"extract", file, "--json"}).out,
+        "{\"unit\":0,\"offset\":0,\"data\":\"fc9420fd8080ff0123\"}\n{\"unit\":1,\"offset\":" + std::to_string(second) +
+            ",\"data\":null}\n{\"unit\":2,\"offset\":" + std::to_string(third) + ",\"data\":\"fc8080\"}\n");
+}
+
+TEST(Extract, TakesAllThirtyOneTriplets) {
+    std::string triplets;
+    for (int index = 0; index < 31; ++index) {
+        triplets += "fc2020";
+    }
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("a.m2v", fromHex(kShort + "00 000f fff8" + kShort + "b2 47413934 03 5f ff " + triplets + "ff"));
+    EXPECT_EQ(runTool({"extract", file, "--json"}).out, R"({"unit":0,"offset":0,"data":")" + triplets + "\"}\n");
+    std::string pairs;
+    for (int index = 0; index < 31; ++index) {
+        pairs += "2020";
+    }
+    EXPECT_EQ(runTool({"extract", file, "--json", "--format", "cc1"}).out,
+              R"({"unit":0,"offset":0,"data":")" + pairs + "\"}\n");
+}
+
+TEST(Extract, RefusesWhatIsNoVideoStream) {
+    const TemporaryFolder folder;
+    const auto refusal = [&](const Bytes& content, const std::string& message) {
+        const std::string file = folder.write("a", content);
+        const ToolResult result = runTool({"extract", file});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "qlxcc: " + file + ": " + message + "\n");
+    };
+    refusal({}, "byte 0: the file is empty");
+    refusal(fromHex("0000"),
+            "byte 0: no start code (00 00 01): this is neither H.264 in Annex B form nor MPEG-2 video");
+    refusal(Bytes(1000, 0x47),
+            "byte 0: no start code (00 00 01): this is neither H.264 in Annex B form nor MPEG-2 video");
+    refusal(fromHex("4740 00001f 000001e0 0000 8080"),
+            "byte 5: start code e0 of a transport or program stream: an elementary video stream is needed");
+    const ToolResult missing = runTool({"extract", folder.path("none.264")});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(missing.err, "qlxcc: " + folder.path("none.264") + ": No such file or directory\n");
+}
+
+/// The units that a stream is cut into.
+std::vector<Bytes> unitsOf(const Bytes& stream, std::optional<VideoCodec> codec, std::uint64_t firstOffset = 0) {
+    qlxtest::MemorySource source(stream);
+    AccessUnitReader reader(source, codec);
+    std::vector<Bytes> units;
+    AccessUnit unit;
+    std::uint64_t offset = firstOffset;
+    while (reader.next(unit)) {
+        EXPECT_EQ(unit.number, units.size());
+        EXPECT_EQ(unit.offset, offset);
+        offset += unit.bytes.size();
+        units.push_back(unit.bytes);
+    }
+    EXPECT_EQ(offset, stream.size());
+    return units;
+}
+
+TEST(AccessUnits, PassesOverWhatStandsInFrontOfTheFirst) {
+    const Bytes unit = fromHex(kLong + "09f0" + kShort + kIdr);
+    for (const std::size_t lead : {std::size_t{1}, std::size_t{3}, std::size_t{7}, std::size_t{262140},
+                                   std::size_t{262143}, std::size_t{262144}, std::size_t{300000}}) {
+        Bytes stream(lead, 0);
+        stream.insert(stream.end(), unit.begin(), unit.end());
+        EXPECT_EQ(unitsOf(stream, std::nullopt, lead), std::vector<Bytes>{unit}) << lead;
+    }
+}
+
+TEST(AccessUnits, FindsStartCodesWhereverReadingStops) {
+    // The second unit begins at every place around the end of what is read at once (256 KiB).
+    const Bytes second = fromHex(kLong + kSlice);
+    for (std::size_t size = 262144 - 8; size <= 262144 + 8; ++size) {
+        Bytes first = fromHex(kLong + kIdr);
+        first.resize(size, 0x55);
+        Bytes stream = first;
+        stream.insert(stream.end(), second.begin(), second.end());
+        EXPECT_TRUE(unitsOf(stream, std::nullopt) == (std::vector<Bytes>{first, second})) << size;
+    }
+}
+
+TEST(AccessUnits, EndsAnywhere) {
+    // What is left of a stream at every length is given whole, in order.
+    const Bytes stream = streamOf(kH264);
+    for (std::size_t size = 5; size <= stream.size(); ++size) {
+        const Bytes part(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size));
+        Bytes joined;
+        for (const Bytes& unit : unitsOf(part, std::nullopt)) {
+            EXPECT_FALSE(unit.empty());
+            joined.insert(joined.end(), unit.begin(), unit.end());
+        }
+        EXPECT_EQ(joined, part);
+    }
+}
+
+TEST(AccessUnits, TakesRandomBytesCalmly) {
+    std::mt19937 random(1);
+    for (int run = 0; run < 20; ++run) {
+        Bytes stream = fromHex("000001");
+        stream.push_back(run % 2 == 0 ? 0x65 : 0xB3);
+        for (int index = 0; index < 20000; ++index) {
+            // Few values, so that start codes are frequent.
+            stream.push_back(static_cast<std::uint8_t>(random() % 3 == 0 ? random() : random() % 2));
+        }
+        const auto units = unitsOf(stream, std::nullopt);
+        EXPECT_GT(units.size(), 1U);
+        EXPECT_EQ(unitsOf(stream, run % 2 == 0 ? VideoCodec::H264 : VideoCodec::Mpeg2), units);
+    }
+}
+
+/// A start code, and bytes without end behind it.
+class EndlessSource final : public qlx::tool::ByteSource {
+public:
+    [[nodiscard]] const std::string& name() const override { return _name; }
+    std::size_t read(std::span<std::uint8_t> to) override {
+        constexpr std::uint8_t kStart[] = {0, 0, 1, 0x65};
+        for (std::uint8_t& byte : to) {
+            byte = _offset < sizeof kStart ? kStart[_offset] : std::uint8_t{0xFF};
+            ++_offset;
+        }
+        return to.size();
+    }
+    std::uint64_t skip(std::uint64_t count) override {
+        _offset += count;
+        return count;
+    }
+    [[nodiscard]] std::uint64_t offset() const override { return _offset; }
+    [[nodiscard]] std::optional<std::uint64_t> size() const override { return std::nullopt; }
+
+private:
+    std::uint64_t _offset = 0;
+    std::string _name = "endless";
+};
+
+TEST(AccessUnits, EndsAtAUnitThatNeverEnds) {
+    EndlessSource source;
+    AccessUnitReader reader(source, std::nullopt);
+    AccessUnit unit;
+    try {
+        (void)reader.next(unit);
+        FAIL() << "a unit of " << unit.bytes.size() << " bytes";
+    } catch (const qlx::tool::Failure& failure) {
+        EXPECT_STREQ(failure.what(), "endless: byte 0: access unit of more than 64 MiB: this is no H.264 stream");
+    }
+    EXPECT_LT(source.offset(), 66U * 1024 * 1024);
+}
+
+}  // namespace

@@ -1,0 +1,125 @@
+// SCTE-104 packets in listings, and the SCTE-35 sections of splice requests.
+#include "AncBytes.h"
+#include "SCTESupport.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using qlxtest::Arguments;
+using qlxtest::build;
+using qlxtest::fromHex;
+using qlxtest::joined;
+using qlxtest::kAncKeyHex;
+using qlxtest::kSplice;
+using qlxtest::kSpliceArguments;
+using qlxtest::kSpliceNull;
+using qlxtest::outputOf;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+TEST(Scan, ListsTheOperationsOfSCTE104Packets) {
+    const std::string element =
+        outputOf(build({"splice-end-immediate", "time-signal", "--event-id", "5", "--format", "klv"}));
+    const std::string data = "08ffff00240000010000000002"
+                             "0101000e0400000005000000000000000000"
+                             "010400020000";
+    EXPECT_EQ(outputOf({"scan", "-", "--format", "klv"}, element),
+              "   frame   line  DID/SDID  name               bytes  data\n"
+              "       0     13  41/07     SCTE104               37  " +
+                  data +
+                  "\n"
+                  "                 SCTE-104: message 1, AS index 0, DPI PID 0; SpliceRequestData: spliceEndImmediate, "
+                  "event 5, program 0, pre-roll 0 ms, break 0.0 s; TimeSignalRequestData: pre-roll 0 ms\n"
+                  "1 packet in 1 frame\n");
+    EXPECT_EQ(outputOf({"scan", "-", "--format", "klv", "--json"}, element),
+              R"({"frame":0,"packets":[{"line":13,"did":65,"sdid":7,"type":"SCTE104","data":")" + data +
+                  R"(","scte104":[{"autoReturn":false,"availNum":0,"availsExpected":0,"breakDuration":0,"opID":257,)"
+                  R"("operationID":"SpliceRequestData","preRollTime":0,"spliceEventID":5,"spliceInsertType":4,)"
+                  R"("spliceInsertTypeName":"spliceEndImmediate","uniqueProgramID":0},)"
+                  R"({"opID":260,"operationID":"TimeSignalRequestData","preRollTime":0}]}]})"
+                  "\n");
+}
+
+TEST(Scan, FindsABuiltRowAgain) {
+    const std::string row = outputOf(build({"splice-null", "--format", "v210", "--line", "10"}));
+    EXPECT_EQ(outputOf({"scan", "-", "--format", "v210", "--lines", "10"}, row),
+              "   frame   line  DID/SDID  name               bytes  data\n"
+              "       0     10  41/07     SCTE104               17  " +
+                  kSpliceNull +
+                  "\n"
+                  "                 SCTE-104: message 1, AS index 0, DPI PID 0; SpliceNullRequestData\n"
+                  "1 packet in 1 frame\n");
+}
+
+TEST(Scan, SaysWhatIsWrongInAnSCTE104Packet) {
+    const auto element = joined({kAncKeyHex, "14", "0001 000d 01 04 0004 00000004 00000001 41 07 01 09"});
+    const std::string listed = outputOf({"scan", "-", "--format", "klv"}, std::string(element.begin(), element.end()));
+    EXPECT_EQ(qlxtest::linesOf(listed).at(2),
+              "                 no SCTE-104 message: it begins with 09 and not with the payload descriptor 08");
+}
+
+// Worked out by hand; the CRC is that of all bytes before it.
+const std::string kSection = "fc303600000000000000fff01405"
+                             "010203047fefff000000007e0000012c05060000"
+                             "0011020f43554549000000007f9f0000010000"
+                             "d0bbe43c";
+
+TEST(SCTE35, ConvertsASpliceRequest) {
+    const TemporaryFolder folder;
+    const std::string base64 = "/DA2AAAAAAAAAP/wFAUBAgMEf+//AAAAAH4AAAEsBQYAAAARAg9DVUVJAAAAAH+fAAABAADQu+Q8\n";
+    EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296"}), kSection + "\n");
+    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "0x100000000", "--format", "base64"}, kSplice), base64);
+    const auto section = fromHex(kSection);
+    EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296", "-o", folder.path("a.raw")}), "");
+    EXPECT_EQ(folder.read("a.raw"), std::string(section.begin(), section.end()));
+    const std::string klv = folder.path("a.klv");
+    Arguments arguments = build(kSpliceArguments);
+    arguments.insert(arguments.end(), {"-o", klv});
+    EXPECT_EQ(outputOf(arguments), "");
+    EXPECT_EQ(outputOf({"scte35", klv, "--pts", "4294967296"}), kSection + "\n");
+}
+
+TEST(SCTE35, PadsBase64) {
+    // A cancel request gives 42 bytes, an immediate one 47 or 52: remainders 0, 2 and 1.
+    const auto ending = [](const Arguments& splice) {
+        const std::string text = outputOf({"scte35", "-", "--pts", "0", "--format", "base64"}, outputOf(build(splice)));
+        return std::pair(text.size() - 1, std::count(text.begin(), text.end(), '='));
+    };
+    EXPECT_EQ(ending({"splice-cancel", "--event-id", "1"}), std::pair(std::size_t{56}, std::ptrdiff_t{0}));
+    EXPECT_EQ(ending({"splice-start-immediate", "--event-id", "1"}), std::pair(std::size_t{64}, std::ptrdiff_t{1}));
+    EXPECT_EQ(ending({"splice-start", "--event-id", "1"}), std::pair(std::size_t{72}, std::ptrdiff_t{2}));
+}
+
+TEST(SCTE35, RefusesOtherMessages) {
+    const auto refusal = [](const std::string& message) {
+        const ToolResult result = runTool({"scte35", message, "--pts", "0"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        return result.err;
+    };
+    EXPECT_EQ(refusal(kSpliceNull), "qlxcc: the message: the message begins with SpliceNullRequestData: only a "
+                                    "SpliceRequestData becomes a section\n");
+    EXPECT_EQ(refusal("08ffff000c0000010000000000"), "qlxcc: the message: the message has no operation\n");
+    EXPECT_EQ(refusal("08ffff0022000001000000020a0b0c180101"
+                      "01000e0100000001000000000000000000"),
+              "qlxcc: the message: the message has a time stamp: the section's time is that of --pts alone\n");
+    const TemporaryFolder folder;
+    const std::string packet = "000d 01 04 0014 00000014 00000001 41 07 11" + kSpliceNull;
+    const std::string two = folder.write("two", joined({kAncKeyHex, "46 0002", packet, packet}));
+    EXPECT_EQ(refusal(two), "qlxcc: " + two + ": 2 SCTE-104 packets: the time of --pts is for one\n");
+}
+
+TEST(SCTE35, WarnsOfOperationsThatAreNotConverted) {
+    const std::string message = outputOf(build({"splice-cancel", "splice-null", "--event-id", "1"}));
+    const ToolResult result = runTool({"scte35", "-", "--pts", "0"}, {.input = message});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out.substr(0, 38), "fc302700000000000000fff0050500000001ff");
+    EXPECT_EQ(result.err, "qlxcc: warning: standard input: only the first of 2 operations is converted\n");
+}
+
+}  // namespace

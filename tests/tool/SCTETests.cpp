@@ -1,0 +1,432 @@
+// qlxcc scte104 and scte35: messages from options and JSON, what they hold, and their sections.
+#include "AncBytes.h"
+#include "SCTE104Message.h"
+#include "SCTESupport.h"
+#include "ToolRunner.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using qlxtest::ancSamples;
+using qlxtest::Arguments;
+using qlxtest::build;
+using qlxtest::fromHex;
+using qlxtest::isOneMessage;
+using qlxtest::joined;
+using qlxtest::kAncKeyHex;
+using qlxtest::kSegmentation;
+using qlxtest::kSegmentationArguments;
+using qlxtest::kSplice;
+using qlxtest::kSpliceArguments;
+using qlxtest::kSpliceNull;
+using qlxtest::outputOf;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+using qlxtest::v210Row;
+
+TEST(SCTE104Build, WritesTheBytesOfASpliceRequest) {
+    EXPECT_EQ(outputOf(build(kSpliceArguments)), kSplice + "\n");
+}
+
+TEST(SCTE104Build, GivesEachSpliceItsType) {
+    const std::vector<std::pair<std::string, std::string>> types{{"splice-start", "01"},
+                                                                 {"splice-start-immediate", "02"},
+                                                                 {"splice-end", "03"},
+                                                                 {"splice-end-immediate", "04"},
+                                                                 {"splice-cancel", "05"}};
+    for (const auto& [name, type] : types) {
+        EXPECT_EQ(outputOf(build({name, "--event-id", "0xFFFFFFFF"})),
+                  "08ffff001e00000100000000010101000e" + type + "ffffffff00000000000000" + "0000\n");
+    }
+}
+
+TEST(SCTE104Build, WritesTheOtherOperations) {
+    EXPECT_EQ(outputOf(build({"splice-null"})), kSpliceNull + "\n");
+    EXPECT_EQ(outputOf(build({"splice-null", "--message-number", "255", "--as-index", "3"})),
+              "08ffff00100003ff000000000101020000\n");
+    EXPECT_EQ(outputOf(build({"time-signal", "--pre-roll", "4000"})), "08ffff0012000001000000000101040002"
+                                                                      "0fa0\n");
+    EXPECT_EQ(outputOf(build(kSegmentationArguments)), "08ffff00250000010000000001" + kSegmentation + "\n");
+}
+
+TEST(SCTE104Build, WritesEveryFieldOfASegmentationDescriptor) {
+    EXPECT_EQ(outputOf(build({"segmentation",
+                              "--event-id",
+                              "9",
+                              "--segmentation-type",
+                              "0x22",
+                              "--duration",
+                              "300",
+                              "--upid-type",
+                              "15",
+                              "--upid",
+                              "ab",
+                              "--segment",
+                              "3",
+                              "--segments",
+                              "4",
+                              "--extension-frames",
+                              "5",
+                              "--cancel",
+                              "--delivery-not-restricted",
+                              "--web-delivery-allowed",
+                              "--no-regional-blackout",
+                              "--archive-allowed",
+                              "--device-restrictions",
+                              "2"})),
+              "08ffff00240000010000000001"
+              "010b00140000000980012c0f0261622203040501010101"
+              "02\n");
+}
+
+TEST(SCTE104Build, PutsSeveralOperationsIntoOneMessage) {
+    Arguments arguments{"time-signal"};
+    arguments.insert(arguments.end(), kSegmentationArguments.begin(), kSegmentationArguments.end());
+    EXPECT_EQ(outputOf(build(arguments)), "08ffff002b0000010000000002010400020000" + kSegmentation + "\n");
+}
+
+TEST(SCTE104Build, TakesTypesByTheNamesThatListingsShow) {
+    const std::vector<std::pair<std::string, std::string>> types{{"RunoverUnplanned", "16"},
+                                                                 {"ProgramRunoverUnplanned", "16"},
+                                                                 {"DistributorPlacementOpportunityStart", "36"},
+                                                                 {"ProviderOverlayPlacementOpportunityStart", "38"},
+                                                                 {"DistributorOverlayPlacementOpportunityStart", "3a"},
+                                                                 {"NetworkEnd", "51"}};
+    for (const auto& [name, type] : types) {
+        EXPECT_EQ(outputOf(build({"segmentation", "--event-id", "1", "--segmentation-type", name})),
+                  "08ffff00220000010000000001010b001200000001000000" + std::string("0000") + type +
+                      "0000000000000003\n");
+    }
+}
+
+TEST(SCTE104Build, WritesBytesElementsAndRows) {
+    const TemporaryFolder folder;
+    const std::vector<std::uint8_t> message = fromHex(kSpliceNull);
+    const std::string raw(message.begin(), message.end());
+    EXPECT_EQ(outputOf(build({"splice-null", "-o", folder.path("a.raw")})), "");
+    EXPECT_EQ(folder.read("a.raw"), raw);
+    EXPECT_EQ(outputOf(build({"splice-null", "--format", "raw"})), raw);
+    EXPECT_EQ(outputOf(build({"splice-null", "-o", folder.path("a.hex")})), "");
+    EXPECT_EQ(folder.read("a.hex"), kSpliceNull + "\n");
+
+    // Count; line, wrapping, coding, samples, array; DID, SDID, DC, data, and padding also behind whole 4 bytes.
+    const auto element =
+        joined({kAncKeyHex, "83 000028", "0001 000d 01 04 0014 00000018 00000001 41 07 11", kSpliceNull, "00000000"});
+    EXPECT_EQ(outputOf(build({"splice-null", "--format", "klv"})), std::string(element.begin(), element.end()));
+    const auto otherLine =
+        joined({kAncKeyHex, "83 000028", "0001 0009 01 04 0014 00000018 00000001 41 07 11", kSpliceNull, "00000000"});
+    EXPECT_EQ(outputOf(build({"splice-null", "--format", "klv", "--line", "9"})),
+              std::string(otherLine.begin(), otherLine.end()));
+
+    const auto row = v210Row(8, ancSamples(0x41, 0x07, message));
+    EXPECT_EQ(outputOf(build({"splice-null", "--format", "v210", "--width", "48"})),
+              std::string(row.begin(), row.end()));
+    EXPECT_EQ(outputOf(build({"splice-null", "--format", "v210"})).size(), 5120U);
+}
+
+TEST(SCTE104Build, RefusesWhatDoesNotFitIntoAPacket) {
+    std::string operations;
+    for (int index = 0; index < 14; ++index) {
+        operations += std::string(index == 0 ? "" : ",") +
+                      R"({"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1})";
+    }
+    // 13 + 14 x 18 = 265 bytes.
+    const ToolResult packet =
+        runTool(build({"--json-file", "-", "--format", "klv"}), {.input = "[" + operations + "]"});
+    EXPECT_EQ(packet.exitCode, 1);
+    EXPECT_EQ(packet.out, "");
+    EXPECT_EQ(packet.err, "qlxcc: a message of 265 bytes does not fit into one ANC packet, which has at most 255\n");
+    EXPECT_EQ(outputOf(build({"--json-file", "-"}), "[" + operations + "]").size(), 531U);
+
+    std::string nulls = R"({"operationID":258})";
+    for (int index = 1; index < 256; ++index) {
+        nulls += R"(,{"operationID":258})";
+    }
+    const ToolResult many = runTool(build({"--json-file", "-"}), {.input = "[" + nulls + "]"});
+    EXPECT_EQ(many.exitCode, 1);
+    EXPECT_EQ(many.err, "qlxcc: 256 operations: a message has at most 255\n");
+}
+
+TEST(SCTE104Build, ReadsSeveralOperationsFromJSON) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("a.json", R"({"messageNumber":7,"asIndex":2,"dpiPID":4660,"operations":[)"
+                               R"({"operationID":"SpliceRequestData","spliceType":"spliceEndNormal",)"
+                               R"("eventID":1,"programUniqueID":2,"duration":3,"preRoll":4,)"
+                               R"("autoReturn":false},{"operationID":258},)"
+                               R"({"operationID":260,"preRollTime":5}]})");
+    const std::string operations = "0101000e03000000010002000400030000"
+                                   "00"
+                                   "01020000"
+                                   "010400020005";
+    EXPECT_EQ(outputOf(build({"--json-file", file})), "08ffff0028000207123400000"
+                                                      "3" +
+                                                          operations + "\n");
+    EXPECT_EQ(outputOf(build({"--json-file", file, "--message-number", "8", "--as-index", "0", "--dpi-pid", "1"})),
+              "08ffff00280000080001000003" + operations + "\n");
+}
+
+TEST(SCTE104Build, BuildsAgainWhatParseHasPrinted) {
+    Arguments several{"splice-start", "splice-null", "time-signal"};
+    several.insert(several.end(), kSegmentationArguments.begin(), kSegmentationArguments.end());
+    for (const Arguments& arguments :
+         std::vector<Arguments>{kSpliceArguments, kSegmentationArguments, {"splice-null"}, several}) {
+        const std::string message = outputOf(build(arguments));
+        const std::string json = outputOf({"scte104", "parse", "-", "--json"}, message);
+        EXPECT_EQ(outputOf(build({"--json-file", "-"}), json), message);
+    }
+}
+
+class BrokenJson : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
+
+TEST_P(BrokenJson, GivesOneMessageWithItsPlace) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.json", GetParam().first);
+    const ToolResult result = runTool(build({"--json-file", file, "-o", folder.path("a.klv")}));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "qlxcc: " + file + ": " + GetParam().second + "\n");
+    EXPECT_EQ(folder.names(), Arguments{"a.json"});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, BrokenJson,
+    ::testing::Values(
+        std::pair("", "byte 0: the file is empty"), std::pair("[", "line 1: not JSON: the text ends too early"),
+        std::pair("7", "the JSON is no array of operations, and has no array \"operations\""),
+        std::pair("[]", "the JSON has no operation"), std::pair("[7]", "operation 1: no object"),
+        std::pair(R"({"dpiPid":1,"operations":[]})", "unknown key \"dpiPid\""),
+        std::pair(R"({"dpiPID":65536,"operations":[]})", "\"dpiPID\" must be a whole number from 0 to 65535"),
+        std::pair(R"([{"operationID":258},{"operationID":259}])",
+                  "operation 2: this \"operationID\" cannot be built (possible: SpliceRequestData, "
+                  "SpliceNullRequestData, TimeSignalRequestData, InsertSegmentationDescriptorRequestData)"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"programUniqueID":1}])",
+                  "operation 1: Invalid or missing event ID"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1,"duratoin":1}])",
+                  "operation 1: unknown parameter \"duratoin\""),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1,"duration":70000}])",
+                  "operation 1: \"duration\" must be a whole number from 0 to 65535"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1,"duration":-1}])",
+                  "operation 1: \"duration\" must be a whole number from 0 to 65535"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1,"availNum":1}])",
+                  "operation 1: \"availNum\" must be 0"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"spliceEventID":1,"programUniqueID":1}])",
+                  "operation 1: \"eventID\" and \"spliceEventID\" are the same"),
+        std::pair(R"([{"operationID":257,"spliceType":"unknown","eventID":1,"programUniqueID":1}])",
+                  "operation 1: \"spliceType\": \"unknown\" is no name of such a type"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":"1","programUniqueID":1}])",
+                  "operation 1: \"eventID\" must be a whole number from 0 to 4294967295"),
+        std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1,"autoReturn":1}])",
+                  "operation 1: \"autoReturn\" must be true or false"),
+        std::pair(R"([{"operationID":267,"eventID":1,"segmentationType":1}])", "operation 1: UPID is missing"),
+        std::pair(R"([{"operationID":267,"eventID":1,"segmentationType":1,"UPID":"é"}])",
+                  "operation 1: \"UPID\" must be ASCII, at most 64 characters")));
+
+TEST(SCTE104Parse, SaysWhatAMessageHolds) {
+    EXPECT_EQ(outputOf({"scte104", "parse", kSplice}),
+              "message 1, AS index 0, DPI PID 4660, 1 operation, 31 bytes\n"
+              "  SpliceRequestData: spliceStartNormal, event 16909060, program 1286, pre-roll 4000 ms, break 30.0 s, "
+              "auto return\n");
+    EXPECT_EQ(outputOf({"scte104", "parse", "08ffff002b0000010000000002010400020fa0" + kSegmentation}),
+              "message 1, AS index 0, DPI PID 0, 2 operations, 44 bytes\n"
+              "  TimeSignalRequestData: pre-roll 4000 ms\n"
+              "  InsertSegmentationDescriptorRequestData: ProviderAdvertisementStart (0x30), event 1, duration 0 s, "
+              "UPID Ad-ID \"ABC\", segment 1 of 2, device restrictions 3\n");
+}
+
+TEST(SCTE104Parse, ShowsTimeStamps) {
+    const std::string tail = ", 1 operation, ";
+    EXPECT_EQ(outputOf({"scte104", "parse",
+                        "08ffff0016000001000000"
+                        "01"
+                        "4d3c2b1a01f4"
+                        "01"
+                        "01020000"}),
+              "message 1, AS index 0, DPI PID 0, UTC 1295788826 s and 500 us" + tail +
+                  "23 bytes\n  SpliceNullRequestData\n");
+    EXPECT_EQ(outputOf({"scte104", "parse",
+                        "08ffff0014000001000000"
+                        "02"
+                        "0a0b0c18"
+                        "01"
+                        "01020000"}),
+              "message 1, AS index 0, DPI PID 0, VITC 10:11:12:24" + tail + "21 bytes\n  SpliceNullRequestData\n");
+    EXPECT_EQ(outputOf({"scte104", "parse",
+                        "08ffff0012000001000000"
+                        "03"
+                        "0501"
+                        "01"
+                        "01020000"}),
+              "message 1, AS index 0, DPI PID 0, GPI 5 edge 1" + tail + "19 bytes\n  SpliceNullRequestData\n");
+}
+
+TEST(SCTE104Parse, ShowsTheDataOfOperationsWithoutFields) {
+    EXPECT_EQ(outputOf({"scte104", "parse",
+                        "08ffff00000000010000000003"
+                        "01030002aabb"
+                        "0200000"
+                        "0"
+                        "010c0001ff"}),
+              "message 1, AS index 0, DPI PID 0, 3 operations, 28 bytes\n"
+              "  StartScheduleDownloadRequestData: data aabb\n"
+              "  unknown (0x0200)\n"
+              "  ProprietaryCommandRequestData: data ff\n");
+}
+
+TEST(SCTE104Parse, ReadsFilesOfEveryFormat) {
+    const TemporaryFolder folder;
+    const std::string expected = "message 1, AS index 0, DPI PID 0, 1 operation, 17 bytes\n  SpliceNullRequestData\n";
+    const std::string hex = folder.write("a", "08FF ff00 1000\n0001000000000101020000\r\n");
+    EXPECT_EQ(outputOf({"scte104", "parse", hex}), expected);
+    EXPECT_EQ(outputOf({"scte104", "parse", "-", "--format", "hex"}, folder.read("a")), expected);
+    const std::string raw = folder.write("b", fromHex(kSpliceNull));
+    EXPECT_EQ(outputOf({"scte104", "parse", raw}), expected);
+    EXPECT_EQ(outputOf({"scte104", "parse", "-", "--format", "raw"}, folder.read("b")), expected);
+
+    // A frame without, a frame with an SCTE-104 packet and another one, and one with two.
+    const std::string packet = "000d 01 04 0014 00000014 00000001 41 07 11" + kSpliceNull;
+    const std::string other = "0009 01 04 0005 00000008 00000001 61 01 02 9669 000000";
+    const std::string file = folder.write("c", joined({kAncKeyHex, "02 0000", kAncKeyHex, "3a 0002", other, packet,
+                                                       kAncKeyHex, "46 0002", packet, packet}));
+    const std::string shown =
+        "frame 1, line 13: " + expected + "frame 2, line 13: " + expected + "frame 2, line 13: " + expected;
+    EXPECT_EQ(outputOf({"scte104", "parse", file}), shown);
+    EXPECT_EQ(outputOf({"scte104", "parse", "-"}, folder.read("c")), shown);
+    const std::string json = R"("messageNumber":1,"operations":[{"opID":258,"operationID":"SpliceNullRequestData"}]})"
+                             "\n";
+    const std::string frame1 = R"({"asIndex":0,"dpiPID":0,"frame":1,"line":13,)" + json;
+    const std::string frame2 = R"({"asIndex":0,"dpiPID":0,"frame":2,"line":13,)" + json;
+    EXPECT_EQ(outputOf({"scte104", "parse", file, "--format", "klv", "--json"}), frame1 + frame2 + frame2);
+    EXPECT_EQ(outputOf({"scte104", "parse", raw, "--json"}), R"({"asIndex":0,"dpiPID":0,)" + json);
+}
+
+class BrokenMessage : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
+
+TEST_P(BrokenMessage, GivesOneMessageWithItsByte) {
+    for (const Arguments& arguments :
+         std::vector<Arguments>{{"scte104", "parse", GetParam().first}, {"scte35", GetParam().first, "--pts", "0"}}) {
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.err, "qlxcc: the message: " + GetParam().second + "\n");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Messages, BrokenMessage,
+    ::testing::Values(
+        std::pair("0", "byte 1: an odd number of hexadecimal digits"),
+        std::pair("fc30", "byte 0: no SCTE-104 message: it begins with fc and not with the payload descriptor 08"),
+        std::pair("ffff0010",
+                  "byte 0: no SCTE-104 message: the payload descriptor 08 (SMPTE ST 2010) is missing in front"),
+        std::pair("080100", "byte 1: no multiple_operation_message: 0100 where ffff marks one (single-operation "
+                            "messages have no place in ANC packets)"),
+        std::pair("08ffff", "byte 3: SCTE-104 message cut short: 3 of the header's 13 bytes"),
+        std::pair("08ffff0016000001000000014d3c", "byte 14: SCTE-104 message cut short: 14 of the header's 19 bytes"),
+        std::pair("08ffff00100000010000000001", "byte 13: operation 1 of 1 is missing: the message ends here"),
+        std::pair("08ffff001e00000100000000010101000e0101",
+                  "byte 13: operation 1 of 1 is cut short: 2 of 14 bytes of data"),
+        std::pair("08ffff0012000001000000000101010002"
+                  "0fa0",
+                  "byte 13: operation 1 of 1: 2 bytes of data are too few for SpliceRequestData")));
+
+TEST(SCTE104Parse, ShowsWhatStandsBeforeABrokenPlace) {
+    const ToolResult result = runTool({"scte104", "parse", "08ffff001000000100000000020102000001"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "message 1, AS index 0, DPI PID 0, 2 operations, 18 bytes\n  SpliceNullRequestData\n");
+    EXPECT_EQ(result.err, "qlxcc: the message: byte 17: operation 2 of 2 is missing: the message ends here\n");
+}
+
+TEST(SCTE104Parse, SaysWhatAFileLacks) {
+    const TemporaryFolder folder;
+    const std::string empty = folder.write("empty", "");
+    EXPECT_EQ(runTool({"scte104", "parse", empty}).err, "qlxcc: " + empty + ": byte 0: the file is empty\n");
+    const std::string text = folder.write("text", "08ff\nhello");
+    EXPECT_EQ(runTool({"scte104", "parse", text}).err,
+              "qlxcc: " + text + ": byte 5: byte value 68 is no hexadecimal digit\n");
+    const std::string klv = folder.write("klv", joined({kAncKeyHex, "02 0000"}));
+    EXPECT_EQ(runTool({"scte104", "parse", klv}).err, "qlxcc: " + klv + ": no SCTE-104 packet\n");
+    const std::string cut = folder.write("cut", joined({kAncKeyHex, "02 00"}));
+    EXPECT_EQ(runTool({"scte104", "parse", cut}).err,
+              "qlxcc: " + cut + ": byte 0: KLV triplet cut short: 1 of 2 bytes of the value\n");
+    EXPECT_EQ(runTool({"scte104", "parse", folder.path("none")}).err,
+              "qlxcc: " + folder.path("none") + ": No such file or directory\n");
+    for (const std::string& name : folder.names()) {
+        EXPECT_EQ(runTool({"scte104", "parse", folder.path(name)}).exitCode, 1);
+    }
+}
+
+TEST(SCTE104Parse, FindsTheOperationsThatTheLibraryFinds) {
+    const std::vector<std::uint8_t> message = fromHex("08ffff00000000010000000004"
+                                                      "010400020fa0"
+                                                      "0101000101" +
+                                                      kSegmentation + "01020000");
+    for (std::size_t size = 0; size <= message.size(); ++size) {
+        const qlx::Data data(message.data(), size);
+        const auto found = qlx::tool::readScte104(data).operations;
+        const auto readable = std::count_if(found.begin(), found.end(),
+                                            [](const auto& operation) { return operation.parameters.has_value(); });
+        EXPECT_EQ(static_cast<std::size_t>(readable), QLXSCTEUtilities::operationsWithSCTEMessageData(data).size())
+            << size;
+    }
+}
+class WrongSCTEUsage : public ::testing::TestWithParam<Arguments> {};
+
+TEST_P(WrongSCTEUsage, EndsWithCodeTwoAndOneMessage) {
+    const ToolResult result = runTool(GetParam());
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find("(see qlxcc scte"), std::string::npos) << result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLines, WrongSCTEUsage,
+    ::testing::Values(
+        Arguments{"scte104"}, Arguments{"scte104", "bulid"}, build({}), build({"splice"}), build({"splice-start"}),
+        build({"segmentation", "--event-id", "1"}), build({"segmentation", "--segmentation-type", "1"}),
+        build({"segmentation", "--event-id", "0", "--segmentation-type", "1"}),
+        build({"segmentation", "--event-id", "1", "--segmentation-type", "Unknown"}),
+        build({"segmentation", "--event-id", "1", "--segmentation-type", "0"}),
+        build({"segmentation", "--event-id", "1", "--segmentation-type", "256"}),
+        build({"segmentation", "--event-id", "1", "--segmentation-type", "1", "--upid", std::string(65, 'a')}),
+        build({"segmentation", "--event-id", "1", "--segmentation-type", "1", "--duration", "0.5"}),
+        build({"segmentation", "--event-id", "1", "--segmentation-type", "1", "--pre-roll", "1"}),
+        build({"splice-start", "--event-id", "4294967296"}), build({"splice-start", "--event-id", "-1"}),
+        build({"splice-start", "--event-id", "1x"}),
+        build({"splice-start", "--event-id", "1", "--program-id", "65536"}),
+        build({"splice-start", "--event-id", "1", "--duration", "6553.6"}),
+        build({"splice-start", "--event-id", "1", "--duration", "1.25"}),
+        build({"splice-start", "--event-id", "1", "--duration", "1."}),
+        build({"splice-start", "--event-id", "1", "--pre-roll", "65536"}),
+        build({"splice-start", "splice-start", "--event-id", "1"}), build({"splice-null", "--event-id", "1"}),
+        build({"splice-null", "--message-number", "256"}), build({"splice-null", "--dpi-pid", "65536"}),
+        build({"splice-null", "--as-index", "256"}), build({"splice-null", "--json-file", "a.json"}),
+        build({"--json-file", "a.json", "--event-id", "1"}), build({"splice-null", "-o", "a.bin"}),
+        build({"splice-null", "--format", "jsonl"}), build({"splice-null", "--line", "9"}),
+        build({"splice-null", "--format", "klv", "--width", "720"}), Arguments{"scte104", "parse"},
+        Arguments{"scte104", "parse", "08", "--format", "v210"}, Arguments{"scte104", "parse", "08", "09"},
+        Arguments{"scte35"}, Arguments{"scte35", "08"}, Arguments{"scte35", "08", "--pts", "8589934592"},
+        Arguments{"scte35", "08", "--pts", "-1"}, Arguments{"scte35", "08", "--pts", "1.5"},
+        Arguments{"scte35", "08", "--pts", "1", "-o", "a.bin"},
+        Arguments{"scte35", "08", "--pts", "1", "--format", "klv"}));
+
+TEST(SCTEUsage, HelpShowsAnExampleOfEachCommand) {
+    for (const Arguments& command :
+         std::vector<Arguments>{{"scte104"}, {"scte104", "build"}, {"scte104", "parse"}, {"scte35"}}) {
+        Arguments arguments = command;
+        arguments.emplace_back("--help");
+        const std::string help = outputOf(arguments);
+        EXPECT_NE(help.find("Examples:\n  qlxcc " + command.front() + " "), std::string::npos) << help;
+        for (const std::string& line : qlxtest::linesOf(help)) {
+            EXPECT_LE(line.size(), 120U) << line;
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,132 @@
+// qlxcc scan: what a caption packet holds.
+#include "AncBytes.h"
+#include "CaptionBytes.h"
+#include "Cdp.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using qlx::tool::cdpInWords;
+using qlxtest::cdpHex;
+using qlxtest::fromHex;
+using qlxtest::repeated;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+std::string inWords(const std::string& hex) {
+    return cdpInWords(fromHex(hex));
+}
+
+TEST(CaptionPacket, NamesEveryKindOfTriplet) {
+    EXPECT_EQ(inWords(cdpHex(4, "fc942cfd152cff0102fe0304fe0506f88080f98080fa0000fb0000", 0x1234)),
+              "CDP: 29.97 frames/s, counter 4660, 9 triplets: field 1 942c, field 2 152c, DTVCC start 0102, DTVCC data "
+              "0304 0506, 4 padding; length and checksum as in the standard");
+    EXPECT_EQ(inWords(cdpHex(8, "fa0000fc9420fc942ffa0000")),
+              "CDP: 60 frames/s, counter 0, 4 triplets: 1 padding, field 1 9420 942f, 1 padding; length and checksum "
+              "as in the standard");
+    EXPECT_EQ(inWords(cdpHex(1, "fc4142")),
+              "CDP: 23.976 frames/s, counter 0, 1 triplet: field 1 4142; length and checksum as in the standard");
+}
+
+TEST(CaptionPacket, KnowsEveryRate) {
+    const std::vector<std::string> rates{"23.976", "24", "25", "29.97", "30", "50", "59.94", "60"};
+    for (unsigned code = 1; code <= rates.size(); ++code) {
+        EXPECT_TRUE(inWords(cdpHex(code, "fa0000")).starts_with("CDP: " + rates[code - 1] + " frames/s, ")) << code;
+    }
+    EXPECT_TRUE(inWords(cdpHex(0, "fa0000")).starts_with("CDP: rate code 0, "));
+    EXPECT_TRUE(inWords(cdpHex(9, "fa0000")).starts_with("CDP: rate code 9, "));
+}
+
+TEST(CaptionPacket, RemarksOnLengthAndChecksum) {
+    const std::string right = cdpHex(3, repeated("fa0000", 24));
+    // 101 bytes; the checksum still covers them, so that one byte more or less shows.
+    EXPECT_TRUE(inWords(cdpHex(3, repeated("fa0000", 24), 0, 93))
+                    .ends_with("; length byte 93 where the standard has 101, checksum as in the standard"));
+    // Header 96 69 65 3f 7f 00 00 72 f8, 24 x fa, the services (87b), 74: the sum ends in eb, so the checksum is 15.
+    std::string wrong = right;
+    ASSERT_EQ(wrong.substr(200), "15");
+    wrong.replace(200, 2, "16");
+    EXPECT_TRUE(inWords(wrong).ends_with("; length as in the standard, checksum 16 where the standard has 15"));
+    wrong.replace(4, 2, "64");
+    // One less in the length byte is one more in the checksum.
+    EXPECT_TRUE(inWords(wrong).ends_with("; length byte 100 where the standard has 101, checksum as in the standard"))
+        << inWords(wrong);
+    wrong.replace(200, 2, "15");
+    EXPECT_TRUE(
+        inWords(wrong).ends_with("; length byte 100 where the standard has 101, checksum 15 where the standard has 16"))
+        << inWords(wrong);
+}
+
+TEST(CaptionPacket, SaysWhatIsMissing) {
+    EXPECT_EQ(inWords(""), "no caption distribution packet (CDP)");
+    EXPECT_EQ(inWords("966907"), "no caption distribution packet (CDP)");
+    EXPECT_EQ(inWords("9769653f7f0000"), "no caption distribution packet (CDP)");
+    // The header sums to 96 + 69 + 07 + 3f + 7f = 1c4, of which the last byte is left out.
+    EXPECT_EQ(inWords("9669073f7f0000"), "CDP: 25 frames/s, counter 0, no caption data; length as in the standard, "
+                                         "checksum 00 where the standard has 3c");
+    EXPECT_EQ(inWords("96690d3f7f0000720074000050"), "CDP: 25 frames/s, counter 0, 0 triplets; length and checksum as "
+                                                     "in the standard");
+    EXPECT_TRUE(inWords("96690d3f7f000072f4fc9420fa")
+                    .starts_with("CDP: 25 frames/s, counter 0, 20 triplets (1 are there): field 1 9420; length as in "
+                                 "the standard, checksum fa"));
+    // A time code section stands in front of the triplets.
+    EXPECT_TRUE(inWords("9669193fff0000718081828372e2fc9420fd152c740000ff00")
+                    .starts_with("CDP: 25 frames/s, counter 0, 2 triplets: field 1 9420, field 2 152c; "));
+}
+
+TEST(CaptionPacket, IsReadAtEveryLength) {
+    const auto whole = fromHex(cdpHex(3, "fc942cfd152cff0102fe0304" + repeated("fa0000", 20)));
+    qlxtest::forEachTruncation(whole, [](const qlxtest::ExactBuffer& part) {
+        const auto cdp = qlx::tool::readCdp(part.span());
+        ASSERT_EQ(cdp.has_value(), part.size() >= 7);
+        if (cdp) {
+            EXPECT_EQ(cdp->triplets.size(), part.size() < 9 ? 0U : std::min<std::size_t>(24, (part.size() - 9) / 3));
+            EXPECT_FALSE(cdp->hasStandardLength());
+        }
+    });
+}
+
+TEST(ScanCaptions, ShowsThePacketBelowItsLine) {
+    const std::string cdp = cdpHex(7, "fc9420fd8080" + repeated("fa0000", 8), 3);
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("a.v210", qlxtest::v210Row(32, qlxtest::ancSamples(0x61, 0x01, fromHex(cdp))));
+    const ToolResult list = runTool({"scan", file, "--width", "192", "--lines", "9"});
+    EXPECT_EQ(list.exitCode, 0);
+    EXPECT_EQ(list.out, "   frame   line  DID/SDID  name               bytes  data\n"
+                        "       0      9  61/01     CEA708                59  " +
+                            cdp +
+                            "\n"
+                            "                 CDP: 59.94 frames/s, counter 3, 10 triplets: field 1 9420, field 2 8080, "
+                            "8 padding; length and checksum as in the standard\n"
+                            "1 packet in 1 frame\n");
+    std::string padding;
+    for (int index = 0; index < 8; ++index) {
+        padding += R"(,{"kind":"padding","data":"0000"})";
+    }
+    const ToolResult json = runTool({"scan", file, "--width", "192", "--lines", "9", "--json"});
+    EXPECT_EQ(json.out, R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":")" + cdp +
+                            R"(","cdp":{"rate":"59.94","cc_count":10,"counter":3,"triplets":[)"
+                            R"({"kind":"field 1","data":"9420"},{"kind":"field 2","data":"8080"})" +
+                            padding + R"(],"length_ok":true,"checksum_ok":true}}]})" + "\n");
+}
+
+TEST(ScanCaptions, NeverRefusesAPacket) {
+    // A reserved rate, no cc_data section, a wrong length and checksum.
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("a.v210", qlxtest::v210Row(8, qlxtest::ancSamples(0x61, 0x01, fromHex("966933af7f0102740102aa"))));
+    const ToolResult json = runTool({"scan", file, "--width", "48", "--lines", "9", "--json"});
+    EXPECT_EQ(json.exitCode, 0);
+    EXPECT_EQ(json.err, "");
+    EXPECT_EQ(json.out,
+              R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"966933af7f0102740102aa",)"
+              R"("cdp":{"rate":null,"cc_count":null,"counter":258,"triplets":[],"length_ok":false,)"
+              R"("checksum_ok":false}}]})"
+              "\n");
+}
+
+}  // namespace

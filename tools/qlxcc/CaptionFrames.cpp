@@ -1,0 +1,108 @@
+#include "CaptionFrames.h"
+
+#include "Cdp.h"
+#include "Errors.h"
+#include "Subtitles.h"
+#include "Text.h"
+#include "Times.h"
+
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include <algorithm>
+#include <array>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::size_t kTimeWidth = 12;
+constexpr std::size_t kFrameWidth = 8;
+constexpr std::size_t kPairsWidth = 5;
+
+// End of caption, which shows the caption that was loaded (CTA-608, data channel 1), with parity.
+constexpr std::array<std::uint8_t, 2> kEndOfCaption{0x94, 0x2F};
+
+/// The frame's field 1 pair; empty when it has none.
+Data pairOf(const Frame& frame) {
+    return frame.packets.empty() ? Data() : fieldOnePairs(frame.packets.front()->packetData());
+}
+
+}  // namespace
+
+std::vector<std::shared_ptr<QLXVANCPacket>> captionPackets(const std::shared_ptr<SampleBuffer>& sample) {
+    if (!sample) {
+        return {};
+    }
+    return {QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(
+        QLXCCUtilities::extractCaptionsDataFromSampleBuffer(sample), kCaptionLine)};
+}
+
+void CaptionScheduleWriter::writeTitles(const std::string& summary) {
+    _output.write(printable(summary) + "\n\n" + padded("sent from", kTimeWidth) + "     first      last  pairs  " +
+                  padded("shown at", kTimeWidth) + "  subtitle\n");
+}
+
+void CaptionScheduleWriter::writeCaption(const Frame* shown) {
+    _output.write(timecode(_firstTime) + "  " + rightAligned(_firstFrame, kFrameWidth) + "  " +
+                  rightAligned(_lastFrame, kFrameWidth) + "  " +
+                  rightAligned(_lastFrame + 1 - _firstFrame, kPairsWidth) + "  " +
+                  (shown != nullptr ? timecode(shown->pts.value_or(MediaTime{})) : padded("not yet", kTimeWidth)) +
+                  "  " + (_subtitle ? printable(subtitleText(*_subtitle)) : "-") + "\n");
+    _isSending = false;
+}
+
+void CaptionScheduleWriter::write(const Frame& frame) {
+    const Data pair = pairOf(frame);
+    if (pair.empty()) {
+        return;
+    }
+    if (!_isSending) {
+        _isSending = true;
+        _subtitle = frame.subtitle;
+        _firstTime = frame.pts.value_or(MediaTime{});
+        _firstFrame = frame.number;
+    }
+    _lastFrame = frame.number;
+    if (std::equal(pair.begin(), pair.end(), kEndOfCaption.begin(), kEndOfCaption.end())) {
+        writeCaption(&frame);
+    }
+}
+
+void CaptionScheduleWriter::finish() {
+    if (_isSending) {
+        writeCaption(nullptr);
+    }
+}
+
+SccWriter::SccWriter(OutputFile& output, bool isDropFrame) : _output(output), _isDropFrame(isDropFrame) {
+    _output.write("Scenarist_SCC V1.0\n");
+}
+
+void SccWriter::write(const Frame& frame) {
+    const Data pair = pairOf(frame);
+    if (pair.empty()) {
+        finish();
+        return;
+    }
+    if (!_isInRun) {
+        const auto start = timecodeAt2997(frame.number, _isDropFrame);
+        if (!start) {
+            throw Failure("frame " + std::to_string(frame.number) + ": a Scenarist caption file holds 24 hours only");
+        }
+        _output.write("\n" + *start + "\t");
+    } else {
+        _output.write(" ");
+    }
+    _isInRun = true;
+    _output.write(hex(pair));
+}
+
+void SccWriter::finish() {
+    if (_isInRun) {
+        _output.write("\n");
+    }
+    _isInRun = false;
+}
+
+}  // namespace qlx::tool

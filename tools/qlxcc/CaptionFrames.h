@@ -1,0 +1,61 @@
+// The CEA-608 captions of a playout: their packets, the readable schedule, and Scenarist caption files.
+#pragma once
+
+#include "Frame.h"
+#include "OutputFile.h"
+
+#include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qlx::tool {
+
+/// The video line that carries caption packets.
+inline constexpr std::uint64_t kCaptionLine = 9;
+
+/// The CDP of a caption sample as a CEA-708 packet on kCaptionLine; nothing for a null sample.
+[[nodiscard]] std::vector<std::shared_ptr<QLXVANCPacket>> captionPackets(const std::shared_ptr<SampleBuffer>& sample);
+
+/// Writes a line a caption: the time and the frames in which its byte pairs travel, how many they are, and the time and
+/// frame of the last one, with which it appears.
+class CaptionScheduleWriter final : public FrameWriter {
+public:
+    explicit CaptionScheduleWriter(OutputFile& output) : _output(output) {}
+
+    /// What is played, and the titles of the columns.
+    void writeTitles(const std::string& summary);
+
+    void write(const Frame& frame) override;
+    void finish() override;
+
+private:
+    void writeCaption(const Frame* shown);
+
+    OutputFile& _output;
+    bool _isSending = false;
+    std::shared_ptr<QLXSubtitleRecord> _subtitle;
+    MediaTime _firstTime;
+    std::uint64_t _firstFrame = 0;
+    std::uint64_t _lastFrame = 0;
+};
+
+/// Writes a Scenarist caption file for 29.97 frames a second: a line for each run of consecutive frames that carry a
+/// pair, with the timecode of its first frame and the pairs in hexadecimal digits, parity included.
+class SccWriter final : public FrameWriter {
+public:
+    /// @param isDropFrame Whether timecodes skip two numbers a minute (SMPTE ST 12-1).
+    SccWriter(OutputFile& output, bool isDropFrame);
+
+    void write(const Frame& frame) override;
+    void finish() override;
+
+private:
+    OutputFile& _output;
+    bool _isDropFrame;
+    bool _isInRun = false;
+};
+
+}  // namespace qlx::tool

@@ -1,0 +1,23 @@
+// qlxcc extract: the caption data of an elementary video stream, access unit by access unit.
+#pragma once
+
+#include "VideoStream.h"
+
+#include <optional>
+#include <string>
+
+namespace qlx::tool {
+
+enum class ExtractFormat { Triplets, FieldOne, A53 };
+
+struct ExtractOptions {
+    std::string file;                 ///< `-` is standard input.
+    std::optional<VideoCodec> codec;  ///< None: by the stream's first start code.
+    ExtractFormat format = ExtractFormat::Triplets;
+    bool asJson = false;
+};
+
+/// Runs the subcommand; the result is the exit code.
+[[nodiscard]] int extract(const ExtractOptions& options);
+
+}  // namespace qlx::tool

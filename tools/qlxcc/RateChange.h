@@ -1,0 +1,24 @@
+// qlxcc rate: caption packets from one frame rate to its double, or back.
+#pragma once
+
+#include "Rates.h"
+
+#include <string>
+
+namespace qlx::tool {
+
+struct RateChangeOptions {
+    std::string file;  ///< A KLV file; `-` is standard input.
+    Rate from;
+    Rate to;
+    std::string output;  ///< `-` is standard output.
+};
+
+/// Whether `to` is the double of `from`.
+[[nodiscard]] bool isDouble(const Rate& from, const Rate& to) noexcept;
+
+/// Runs the subcommand; the result is the exit code.
+/// @param options One of the rates must be the double of the other.
+[[nodiscard]] int changeRate(const RateChangeOptions& options);
+
+}  // namespace qlx::tool

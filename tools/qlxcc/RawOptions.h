@@ -1,0 +1,67 @@
+// What stands on the command line, before the options have been checked against each other.
+#pragma once
+
+#include "Extract.h"
+#include "Play.h"
+#include "RateChange.h"
+#include "Scan.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+inline constexpr std::uint64_t kGreatestLine = 65535;
+
+struct RawPlay {
+    std::string subtitles;
+    std::string mode;
+    std::string rate;
+    bool isSD = false;
+    std::string from;
+    std::string duration;
+    std::optional<std::string> output;
+    std::optional<std::string> format;
+    std::optional<std::uint32_t> width;
+    bool leavesFramesEmpty = false;
+    bool isNonDrop = false;
+};
+
+struct RawScan {
+    std::string file;
+    std::optional<std::string> format;
+    std::optional<std::uint32_t> width;
+    std::optional<std::string> lines;
+    std::optional<std::uint64_t> rows;
+    bool asJson = false;
+};
+
+struct RawExtract {
+    std::string file;
+    std::string codec = "auto";
+    std::string format = "triplets";
+    bool asJson = false;
+};
+
+struct RawRateChange {
+    std::string file;
+    std::string from;
+    std::string to;
+    std::string output;
+};
+
+/// The format that was given, or else the extension of the file's name (`-`: a pipe).
+/// @throws UsageError when that is none of the known ones.
+[[nodiscard]] std::string formatName(const std::optional<std::string>& format, const std::string& file,
+                                     const std::vector<std::string_view>& known);
+
+// Each gives the options that the subcommand runs with, and throws UsageError when they make no sense together.
+[[nodiscard]] PlayOptions checked(const RawPlay& raw);
+[[nodiscard]] ScanOptions checked(const RawScan& raw);
+[[nodiscard]] ExtractOptions checked(const RawExtract& raw);
+[[nodiscard]] RateChangeOptions checked(const RawRateChange& raw);
+
+}  // namespace qlx::tool

@@ -1,0 +1,206 @@
+#include "RawOptionsSCTE.h"
+
+#include "Errors.h"
+#include "OutputFile.h"
+#include "RawOptions.h"
+#include "SCTE104Message.h"
+
+#include <algorithm>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::uint32_t kUsualWidth = 1920;
+constexpr std::uint64_t kUsualLine = 13;
+constexpr std::uint64_t kGreatestTenths = 65535;
+
+const OperationName& operationNamed(std::string_view name) {
+    return *std::find_if(kOperationNames.begin(), kOperationNames.end(),
+                         [&](const OperationName& operation) { return operation.name == name; });
+}
+
+std::uint64_t numberOf(std::string_view option, const std::string& text, std::uint64_t greatest) {
+    if (const auto number = parseNumber(text, greatest)) {
+        return *number;
+    }
+    throw UsageError(std::string(option) + ": \"" + text + "\" is not a number from 0 to " + std::to_string(greatest));
+}
+
+/// The tenths of a second of `30` or `30.5`.
+std::optional<std::uint64_t> tenthsOf(const std::string& text) {
+    const std::size_t dot = text.find('.');
+    const auto seconds = parseNumber(text.substr(0, dot), kGreatestTenths);
+    const auto tenths = dot == std::string::npos ? 0 : parseNumber(text.substr(dot + 1), 9);
+    if (!seconds || !tenths || (dot != std::string::npos && text.size() != dot + 2)) {
+        return std::nullopt;
+    }
+    return *seconds * 10 + *tenths;
+}
+
+/// Tenths of a second for a splice, seconds for a segmentation descriptor.
+std::uint64_t durationOf(const OperationName& operation, const std::string& text) {
+    const auto tenths = tenthsOf(text);
+    if (operation.bit == kForSplice && tenths && *tenths <= kGreatestTenths) {
+        return *tenths;
+    }
+    if (operation.bit == kForSegmentation && tenths && *tenths % 10 == 0) {
+        return *tenths / 10;
+    }
+    throw UsageError("--duration: \"" + text + "\" is not a duration of " +
+                     (operation.bit == kForSplice ? "0 to 6553.5 seconds in steps of 0.1 (splice)"
+                                                  : "0 to 65535 whole seconds (segmentation)"));
+}
+
+/// A type by its name, or a number.
+Value valueOf(const ParameterOption& option, const std::string& text) {
+    constexpr std::uint64_t kGreatest = 0xFFFFFFFF;
+    if (option.type.empty()) {
+        return true;
+    }
+    if (option.type == "TEXT") {
+        return text;
+    }
+    if (option.type == "TYPE") {
+        const auto number = parseNumber(text, kGreatest);
+        return number ? Value(*number) : Value(text);
+    }
+    return numberOf(option.name, text, kGreatest);
+}
+
+Data operationOf(const OperationName& operation, const RawScte104Build& raw) {
+    Dictionary parameters;
+    if (operation.bit == kForSplice) {
+        parameters.set("spliceType", operation.spliceType);
+        parameters.set("programUniqueID", 0);
+    } else if (operation.bit == kForSegmentation) {
+        parameters.set("UPID", "");
+    }
+    for (const ParameterOption& option : kParameterOptions) {
+        const auto given = raw.values.find(option.name);
+        if (given == raw.values.end() || (option.operations & operation.bit) == 0) {
+            continue;
+        }
+        parameters.set(option.key, option.key == "duration" ? Value(durationOf(operation, given->second))
+                                                            : valueOf(option, given->second));
+    }
+    const bool needsEvent = operation.bit == kForSplice || operation.bit == kForSegmentation;
+    if (needsEvent && !parameters.contains("eventID")) {
+        throw UsageError(std::string(operation.name) + " needs --event-id");
+    }
+    if (operation.bit == kForSegmentation && !parameters.contains("segmentationType")) {
+        throw UsageError("segmentation needs --segmentation-type");
+    }
+    try {
+        return operationData(operation.operationID, parameters);
+    } catch (const ParameterError& error) {
+        throw UsageError(std::string(operation.name) + ": " + error.what());
+    }
+}
+
+/// The operations that take an option, in words.
+std::string takersOf(unsigned operations) {
+    std::string text;
+    for (const auto& [bit, name] : {std::pair(kForSplice, "splices"), std::pair(kForTimeSignal, "time-signal"),
+                                    std::pair(kForSegmentation, "segmentation")}) {
+        if ((operations & bit) != 0) {
+            text += (text.empty() ? "" : " and ") + std::string(name);
+        }
+    }
+    return text;
+}
+
+void checkOperations(const RawScte104Build& raw) {
+    if (raw.jsonFile && (!raw.operations.empty() || !raw.values.empty())) {
+        throw UsageError("--json-file says all operations and their parameters: none can be given beside it");
+    }
+    if (!raw.jsonFile && raw.operations.empty()) {
+        throw UsageError("an OPERATION or --json-file is needed");
+    }
+    unsigned taken = 0;
+    for (const std::string& name : raw.operations) {
+        if (std::count(raw.operations.begin(), raw.operations.end(), name) > 1) {
+            throw UsageError(name + " is given twice: use --json-file for several operations of a kind");
+        }
+        taken |= operationNamed(name).bit;
+    }
+    for (const ParameterOption& option : kParameterOptions) {
+        if (raw.values.contains(option.name) && (option.operations & taken) == 0) {
+            throw UsageError(std::string(option.name) + " is for " + takersOf(option.operations) + " only");
+        }
+    }
+}
+
+Scte104BuildFormat buildFormat(const RawScte104Build& raw) {
+    const bool isStandardOutput = raw.output.value_or("-") == "-";
+    const std::string name = isStandardOutput ? raw.format.value_or("hex")
+                                              : formatName(raw.format, *raw.output, {"hex", "raw", "klv", "v210"});
+    if (name == "hex") {
+        return Scte104BuildFormat::Hex;
+    }
+    if (isStandardOutput && standardOutputIsTerminal()) {
+        throw UsageError("--format " + name + " is not for a terminal: name a file with -o");
+    }
+    return name == "raw" ? Scte104BuildFormat::Raw : name == "klv" ? Scte104BuildFormat::Klv : Scte104BuildFormat::V210;
+}
+
+}  // namespace
+
+Scte104BuildOptions checked(const RawScte104Build& raw) {
+    checkOperations(raw);
+    Scte104BuildOptions options;
+    options.jsonFile = raw.jsonFile;
+    if (raw.messageNumber) {
+        options.messageNumber = static_cast<std::uint8_t>(numberOf("--message-number", *raw.messageNumber, 0xFF));
+    }
+    if (raw.asIndex) {
+        options.asIndex = static_cast<std::uint8_t>(numberOf("--as-index", *raw.asIndex, 0xFF));
+    }
+    if (raw.dpiPID) {
+        options.dpiPID = static_cast<std::uint16_t>(numberOf("--dpi-pid", *raw.dpiPID, 0xFFFF));
+    }
+    for (const std::string& name : raw.operations) {
+        options.request.operations.push_back(operationOf(operationNamed(name), raw));
+    }
+    options.format = buildFormat(raw);
+    const bool isPacket = options.format == Scte104BuildFormat::Klv || options.format == Scte104BuildFormat::V210;
+    if (raw.line && !isPacket) {
+        throw UsageError("--line is for the formats klv and v210 only");
+    }
+    if (raw.width && options.format != Scte104BuildFormat::V210) {
+        throw UsageError("--width is for the format v210 only");
+    }
+    options.line = raw.line.value_or(kUsualLine);
+    options.width = raw.width.value_or(kUsualWidth);
+    options.output = raw.output;
+    return options;
+}
+
+Scte104ParseOptions checked(const RawScte104Parse& raw) {
+    Scte104ParseOptions options;
+    options.input = raw.input;
+    options.asJson = raw.asJson;
+    if (raw.format) {
+        options.format = *raw.format == "klv"   ? Scte104Format::Klv
+                         : *raw.format == "raw" ? Scte104Format::Raw
+                                                : Scte104Format::Hex;
+    }
+    return options;
+}
+
+Scte35Options checked(const RawScte35& raw) {
+    Scte35Options options;
+    options.input = raw.input;
+    options.pts = numberOf("--pts", raw.pts, kGreatestPts);
+    options.output = raw.output;
+    const bool isStandardOutput = raw.output.value_or("-") == "-";
+    const std::string name =
+        isStandardOutput ? raw.format.value_or("hex") : formatName(raw.format, *raw.output, {"hex", "base64", "raw"});
+    if (name == "raw" && isStandardOutput && standardOutputIsTerminal()) {
+        throw UsageError("--format raw is not for a terminal: name a file with -o");
+    }
+    options.format = name == "hex" ? Scte35Format::Hex : name == "base64" ? Scte35Format::Base64 : Scte35Format::Raw;
+    return options;
+}
+
+}  // namespace qlx::tool

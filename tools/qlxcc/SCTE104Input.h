@@ -1,0 +1,41 @@
+// Where SCTE-104 messages come from: hexadecimal digits on the command line or in a file, a raw message, a KLV file.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+enum class Scte104Format { Hex, Raw, Klv };
+
+/// The longest text or raw message that is read; a message has at most 65,535 bytes behind its payload descriptor.
+inline constexpr std::size_t kLongestScte104Input = std::size_t{1024} * 1024;
+
+/// The data of an SCTE-104 packet, and where it was found.
+struct Scte104Packet {
+    std::string place;                   ///< For messages: the file's name, in a KLV file with frame and line.
+    std::optional<std::uint64_t> frame;  ///< In a KLV file.
+    std::uint64_t line = 0;              ///< The video line, in a KLV file.
+    Data data;
+};
+
+/// Calls `take` with each SCTE-104 packet of the input.
+/// @param input A file, `-` for standard input, or the hexadecimal digits of a message.
+/// @param format None: by the first bytes.
+/// @return What could not be read in a KLV file, a line each.
+/// @throws Failure when the input cannot be read.
+std::vector<std::string> readScte104Packets(const std::string& input, std::optional<Scte104Format> format,
+                                            const std::function<void(const Scte104Packet&)>& take);
+
+/// The bytes of hexadecimal digits; white space between them is passed over.
+/// @throws Failure with the byte at which something else stands.
+[[nodiscard]] Data bytesOfHex(std::string_view name, std::string_view text);
+
+}  // namespace qlx::tool

@@ -1,0 +1,84 @@
+#include "SCTE104Parse.h"
+
+#include "Errors.h"
+#include "Json.h"
+#include "OutputFile.h"
+#include "SCTE104Message.h"
+#include "Text.h"
+
+#include <string>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+/// A line for the message and an indented one for each operation.
+std::string inWords(const Scte104Packet& packet, const Scte104Message& message) {
+    std::string text =
+        packet.frame ? "frame " + std::to_string(*packet.frame) + ", line " + std::to_string(packet.line) + ": " : "";
+    text += headerInWords(message) + ", " + counted(message.announced, "operation") + ", " +
+            counted(message.size, "byte") + "\n";
+    for (const Scte104Operation& operation : message.operations) {
+        text += "  " + operationInWords(operation) + "\n";
+    }
+    return text;
+}
+
+std::string asJson(const Scte104Packet& packet, const Scte104Message& message) {
+    Dictionary object{{"asIndex", message.asIndex},
+                      {"dpiPID", message.dpiPID},
+                      {"messageNumber", message.messageNumber},
+                      {"operations", scte104Operations(message)}};
+    if (packet.frame) {
+        object.set("frame", *packet.frame);
+        object.set("line", packet.line);
+    }
+    return jsonText(object) + "\n";
+}
+
+void report(const std::vector<std::string>& problems) {
+    for (const std::string& problem : problems) {
+        printMessage(problem);
+    }
+}
+
+}  // namespace
+
+int parseScte104(const Scte104ParseOptions& options) {
+    OutputFile output(std::nullopt);
+    std::uint64_t messages = 0;
+    std::vector<std::string> problems;
+    const auto take = [&](const Scte104Packet& packet) {
+        ++messages;
+        const Scte104Message message = readScte104(packet.data);
+        const auto note = [&](const Scte104Problem& problem) {
+            problems.push_back(packet.place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
+        };
+        if (message.refusal) {
+            note(*message.refusal);
+            return;
+        }
+        output.write(options.asJson ? asJson(packet, message) : inWords(packet, message));
+        for (const Scte104Problem& problem : message.problems) {
+            note(problem);
+        }
+    };
+    try {
+        const auto unread = readScte104Packets(options.input, options.format, take);
+        problems.insert(problems.end(), unread.begin(), unread.end());
+    } catch (const Failure&) {
+        // What came before the broken place has been found all the same.
+        output.flush();
+        report(problems);
+        throw;
+    }
+    output.commit();
+    if (problems.empty() && messages == 0) {
+        throw failureIn(options.input, "no SCTE-104 packet");
+    }
+    report(problems);
+    return problems.empty() ? kExitSuccess : kExitFailure;
+}
+
+}  // namespace qlx::tool

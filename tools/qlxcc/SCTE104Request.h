@@ -1,0 +1,49 @@
+// What an SCTE-104 message is built from: the parameters of its operations, checked one by one.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <QLXClosedCaptionsUtilities/platform/Value.h>
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+/// Why an operation cannot be built, without its place.
+class ParameterError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A message to be built.
+struct Scte104Request {
+    std::uint8_t messageNumber = 1;
+    std::uint8_t asIndex = 0;
+    std::uint16_t dpiPID = 0;
+    std::vector<Data> operations;  ///< Whole ones, with opID and data_length.
+};
+
+/// An operation's bytes. Every parameter must be known and fit its field: a value that the library would cut or pass
+/// over is refused, because it would become another trigger than the one that was meant.
+/// @param operationID 257 (splice request), 258 (splice null), 260 (time signal) or 267 (segmentation descriptor).
+/// @param parameters The library's keys for building, or those that it gives when it parses; codes as numbers or names.
+/// @throws ParameterError
+[[nodiscard]] Data operationData(std::uint16_t operationID, const Dictionary& parameters);
+
+/// Reads `{"messageNumber":1,"asIndex":0,"dpiPID":0,"operations":[{"operationID":"SpliceRequestData",..},..]}`, what
+/// `scte104 parse --json` prints, or the array of operations alone.
+/// @param path A file, or `-` for standard input.
+/// @throws Failure
+[[nodiscard]] Scte104Request loadScte104Request(const std::string& path);
+
+/// The same from the text of a file.
+[[nodiscard]] Scte104Request readScte104Request(const std::string& name, std::string_view text);
+
+/// A number in decimal digits, or in hexadecimal ones behind 0x; none for anything else, or above `greatest`.
+[[nodiscard]] std::optional<std::uint64_t> parseNumber(std::string_view text, std::uint64_t greatest);
+
+}  // namespace qlx::tool

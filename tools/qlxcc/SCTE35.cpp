@@ -1,0 +1,91 @@
+#include "SCTE35.h"
+
+#include "Errors.h"
+#include "OutputFile.h"
+#include "SCTE104Input.h"
+#include "SCTE104Message.h"
+#include "Text.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+Scte104Packet onlyPacket(const std::string& input) {
+    std::vector<Scte104Packet> packets;
+    const auto problems =
+        readScte104Packets(input, std::nullopt, [&](const Scte104Packet& packet) { packets.push_back(packet); });
+    if (!problems.empty()) {
+        throw Failure(problems.front());
+    }
+    if (packets.size() != 1) {
+        throw failureIn(input, packets.empty()
+                                   ? "no SCTE-104 packet"
+                                   : counted(packets.size(), "SCTE-104 packet") + ": the time of --pts is for one");
+    }
+    return packets.front();
+}
+
+/// The library reads every message as one splice request without time stamp; from anything else it would make a section
+/// that nobody asked for.
+void checkSpliceRequest(const Scte104Packet& packet) {
+    const Scte104Message message = readScte104(packet.data);
+    const auto refuse = [&](const Scte104Problem& problem) {
+        throw failureAtByte(packet.place, problem.offset, problem.what);
+    };
+    if (message.refusal) {
+        refuse(*message.refusal);
+    }
+    if (!message.problems.empty()) {
+        refuse(message.problems.front());
+    }
+    if (message.operations.empty()) {
+        throw failureIn(packet.place, "the message has no operation");
+    }
+    if (message.operations.front().operationID != kSpliceRequest) {
+        throw failureIn(packet.place,
+                        "the message begins with " +
+                            QLXSCTEOperation::SCTEOperationNameWithID(message.operations.front().operationID) +
+                            ": only a SpliceRequestData becomes a section");
+    }
+    if (!message.timeStamp.empty()) {
+        throw failureIn(packet.place, "the message has a time stamp: the section's time is that of --pts alone");
+    }
+    if (message.operations.size() > 1) {
+        printMessage("warning: " + packet.place + ": only the first of " +
+                     counted(message.operations.size(), "operation") + " is converted");
+    }
+}
+
+}  // namespace
+
+int convertToScte35(const Scte35Options& options) {
+    refuseInputAsOutput(options.input, options.output);
+    const Scte104Packet packet = onlyPacket(options.input);
+    checkSpliceRequest(packet);
+    const Data section = QLXVANCPacket::SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(
+        QLXVANCPacket::SCTE104PacketDataWithData_lineNumber(packet.data, packet.line), options.pts);
+    if (!section) {
+        throw failureIn(packet.place, "the message cannot be converted");
+    }
+    OutputFile output(options.output);
+    switch (options.format) {
+    case Scte35Format::Hex:
+        output.write(hex(section) + "\n");
+        break;
+    case Scte35Format::Base64:
+        output.write(base64(section) + "\n");
+        break;
+    case Scte35Format::Raw:
+        output.write(section);
+        break;
+    }
+    output.commit();
+    return kExitSuccess;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,25 @@
+// qlxcc scte35: the SCTE-35 section of an SCTE-104 splice request.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace qlx::tool {
+
+/// The largest time of a section: 33 bits of 90 kHz ticks.
+inline constexpr std::uint64_t kGreatestPts = (std::uint64_t{1} << 33U) - 1;
+
+enum class Scte35Format { Hex, Base64, Raw };
+
+struct Scte35Options {
+    std::string input;  ///< A file, `-` for standard input, or hexadecimal digits.
+    std::uint64_t pts = 0;
+    Scte35Format format = Scte35Format::Hex;
+    std::optional<std::string> output;  ///< None or `-`: standard output.
+};
+
+/// Runs the subcommand; the result is the exit code.
+[[nodiscard]] int convertToScte35(const Scte35Options& options);
+
+}  // namespace qlx::tool
