@@ -205,6 +205,27 @@ void bothFramesOfAChange(benchmark::State& state) {
     }
 }
 
+/// Two captions in turn, so that every frame sends a pair.
+void cea608Frame(benchmark::State& state) {
+    const auto records = makeRecords(2, 2);
+    const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(1, true);
+    std::int64_t frame = 0;
+    std::size_t live = 0;
+    packetizer->setLiveSubtitleRecordToDisplay(records[live]);
+    for ([[maybe_unused]] auto _ : state) {
+        const auto sample = makeFrame(*packetizer, frame++);
+        if (!sample) {
+            state.SkipWithError("a frame without a pair");
+            return;
+        }
+        // The next caption begins as soon as this one has been sent.
+        if (packetizer->lastSubtitleRecord() == records[live]) {
+            live = 1 - live;
+            packetizer->setLiveSubtitleRecordToDisplay(records[live]);
+        }
+    }
+}
+
 /// A million frames with a change on every hundredth: what is allocated and what is left.
 void millionFrames(benchmark::State& state) {
     constexpr std::int64_t kFrames = 1'000'000;
@@ -233,6 +254,7 @@ BENCHMARK(packetWithFilling);
 BENCHMARK(frameWithNothingNew)->Arg(10)->Arg(100000);
 BENCHMARK(frameWithNothingNewPlainly);
 BENCHMARK(bothFramesOfAChange)->Arg(1000)->Arg(100000);
+BENCHMARK(cea608Frame);
 BENCHMARK(millionFrames)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -60,23 +60,27 @@ void QLXLogController::State::log(const Message& message) {
     if (!isDisplayed) {
         printLine(message.text.value_or(std::string(qlx::log::kNoMessage)));
     }
+    writeIfEnding();
     notify(message);
 }
 
 void QLXLogController::State::setDelegate(const std::shared_ptr<QLXLogControllerDelegate>& newDelegate) {
+    // A display method may take away the owner that was handed in: let go after the mutex, as in log().
+    const std::shared_ptr<QLXLogControllerDelegate> receiver = newDelegate;
     std::deque<Message> replayed;
     {
         const std::lock_guard lock(_delegateMutex);
-        _guard.store(_delegate, std::weak_ptr<QLXLogControllerDelegate>(newDelegate));
-        if (!newDelegate || !_pending) {
+        _guard.store(_delegate, std::weak_ptr<QLXLogControllerDelegate>(receiver));
+        if (!receiver || !_pending) {
             return;
         }
         replayed = std::move(*_pending);
         _pending.reset();
         for (const Message& message : replayed) {
-            display(message, *newDelegate);
+            display(message, *receiver);
         }
     }
+    writeIfEnding();
     for (const Message& message : replayed) {
         notify(message);
     }
@@ -126,6 +130,7 @@ void QLXLogController::State::queueSimpleLine(std::string message, std::string n
     _simpleQueue.async([state = shared_from_this(), message = std::move(message), name = std::move(name)] {
         state->writeSimpleLine(message, name);
     });
+    writeIfEnding();
 }
 
 void QLXLogController::State::takeFolder(std::optional<std::string> folder) {
@@ -143,6 +148,19 @@ void QLXLogController::State::takeLevel(std::int64_t level) {
 void QLXLogController::State::runQueues() {
     _technicalQueue.runUntilEmpty();
     _simpleQueue.runUntilEmpty();
+}
+
+void QLXLogController::State::end() {
+    _isEnding.store(true);
+    runQueues();
+}
+
+/// Objects that are destroyed behind the last handler may still log: the process does not wait for the queues' threads
+/// any more, so the thread that logs writes. Not called with the delegate's mutex held.
+void QLXLogController::State::writeIfEnding() {
+    if (_isEnding.load()) {
+        runQueues();
+    }
 }
 
 void QLXLogController::State::waitForRemovals() {
@@ -168,6 +186,13 @@ void QLXLogController::State::writeTechnicalLine(const TechnicalLine& line) {
     }
     const std::string stamp =
         qlx::log::technicalStamp(time, qlx::services().get<qlx::WeekdayNames>().name(time.weekday));
+    if (!path) {
+        // Without a folder the former file is ended, and none is started.
+        if (decision.repeatCount != 0) {
+            qlx::log::appendToFile(decision.previousPath, qlx::log::repeatLine(stamp, decision.repeatCount));
+        }
+        return;
+    }
     std::string text;
     if (decision.startsFile) {
         text = headOfNewFile(decision, stamp);
@@ -221,12 +246,21 @@ void QLXLogController::State::startRemoval() {
         const std::lock_guard lock(_removalsMutex);
         ++_removals;
     }
-    qlx::services().get<qlx::BackgroundQueue>().async([state = shared_from_this()] {
-        state->removeOldFiles();
-        const std::lock_guard lock(state->_removalsMutex);
-        --state->_removals;
-        state->_removalDone.notify_all();
-    });
+    // Counted down when the task has run, and also when a queue refuses or drops it.
+    struct Removal {
+        explicit Removal(std::shared_ptr<State> owner) : state(std::move(owner)) {}
+        ~Removal() {
+            const std::lock_guard lock(state->_removalsMutex);
+            --state->_removals;
+            state->_removalDone.notify_all();
+        }
+        Removal(const Removal&) = delete;
+        Removal& operator=(const Removal&) = delete;
+        std::shared_ptr<State> state;
+    };
+    auto removal = std::make_shared<Removal>(shared_from_this());
+    qlx::services().get<qlx::BackgroundQueue>().async(
+        [removal = std::move(removal)] { removal->state->removeOldFiles(); });
 }
 
 void QLXLogController::State::removeOldFiles() {

@@ -33,6 +33,10 @@ public:
 
     /// Runs what is queued, on the calling thread where no other has it in hand.
     void runQueues();
+    /// The process ends: runs what is queued, and from now on every thread writes what it logs.
+    void end();
+    /// Runs what is queued once the process ends; a thread that logs calls it behind its last lock.
+    void writeIfEnding();
     /// Waits for the removals of old files that have been started.
     void waitForRemovals();
 
@@ -83,6 +87,7 @@ private:
     std::atomic<std::int64_t> _level{0};
     std::atomic<bool> _reportsFailedOpen{true};
     std::atomic<bool> _canRemoveOldFiles{true};
+    std::atomic<bool> _isEnding{false};
 
     qlx::log::RepeatCompression _repeats;
     qlx::log::UserNotifications _notifications;

@@ -34,7 +34,7 @@ std::shared_ptr<QLXLogController> QLXLogController::sharedLogController() {
         std::atexit([] {
             // A forked child has none of the threads, and the parent writes the lines.
             if (creator == qlx::processIdentifier()) {
-                sharedLogController()->_state->runQueues();
+                sharedLogController()->_state->end();
             }
         });
         return controller;
@@ -52,10 +52,11 @@ QLXLogController::QLXLogController() : _state(std::make_shared<State>()) {
     const auto observer = [this](const std::string& key, const qlx::Value& value) {
         observeValueForKeyPath_ofObject_change_context(key, nullptr, {{std::string(kNewValueKey), value}}, nullptr);
     };
-    _state->setFolder(defaults.value(QLXTechnicalLogFolderPathKey).stringValue());
-    _state->setLevel(defaults.value(QLXTechnicalLogLevelKey).integerValue());
+    // Observed first, so that no change falls between reading and observing.
     _observations.reset(new Observations{defaults, defaults.addObserver(QLXTechnicalLogFolderPathKey, observer),
                                          defaults.addObserver(QLXTechnicalLogLevelKey, observer)});
+    _state->setFolder(defaults.value(QLXTechnicalLogFolderPathKey).stringValue());
+    _state->setLevel(defaults.value(QLXTechnicalLogLevelKey).integerValue());
     checkForNotificationAuthorization();
 }
 
@@ -125,6 +126,7 @@ void QLXLogController::logWithInfoDict(const qlx::Dictionary& infoDict) {
 void QLXLogController::writeStringToTechnicalLog_isProblem_logLevel_show_logInConsole(
     std::optional<std::string> message, bool isProblem, std::int64_t logLevel, bool show, bool /*logInConsole*/) {
     _state->queueTechnicalLine(std::move(message), isProblem, logLevel, show);
+    _state->writeIfEnding();
 }
 
 void QLXLogController::writeStringToTechnicalLog_isProblem_logLevel_show(std::optional<std::string> message,

@@ -22,7 +22,12 @@ struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 
-TimePoint timePoint(std::int64_t seconds, std::int64_t nanoseconds) {
+/// None for a time that the clock cannot hold.
+std::optional<TimePoint> timePoint(std::int64_t seconds, std::int64_t nanoseconds) {
+    constexpr std::int64_t kFarthest = 9'000'000'000;
+    if (seconds > kFarthest || seconds < -kFarthest) {
+        return std::nullopt;
+    }
     return TimePoint(std::chrono::duration_cast<TimePoint::duration>(std::chrono::seconds(seconds) +
                                                                      std::chrono::nanoseconds(nanoseconds)));
 }

@@ -148,6 +148,10 @@ void UserDefaults::notify(const std::string& key) {
 }
 
 bool UserDefaults::backWithFile(const std::string& path) {
+    // A path with a NUL byte would be cut short and name another file.
+    if (path.find('\0') != std::string::npos) {
+        return false;
+    }
     const std::lock_guard changes(_changesMutex);
     std::error_code error;
     const bool exists = std::filesystem::exists(path, error);

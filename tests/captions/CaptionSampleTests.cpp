@@ -334,7 +334,7 @@ TEST(TripletDescription, OfOtherLengthsIsThePlainOne) {
     EXPECT_EQ(descriptionForCEA708Triplets({0xFC, 0x94}), "<fc94>");
     EXPECT_EQ(descriptionForCEA708Triplets({0xFC, 0x94, 0x2C, 0xFA}), "<fc942cfa>");
     EXPECT_EQ(descriptionForCEA708Triplets({0xFC, 0x94, 0x2C, 0xFA, 0x00}), "<fc942cfa 00>");
-    EXPECT_EQ(descriptionForCEA708Triplets(Data()), Data().description());
+    EXPECT_EQ(descriptionForCEA708Triplets(Data()), "(null)");
 }
 
 TEST(CEA608To708Converter, GivesNoSample) {

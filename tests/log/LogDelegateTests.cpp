@@ -133,6 +133,20 @@ TEST_F(LogDelegate, MayRemoveItselfInItsDestructor) {
     EXPECT_EQ(sundaysFile(), "\t" + kStamp + "\t\tlast words\r\n");
 }
 
+TEST_F(LogDelegate, MayGoAwayWhileItIsShownWhatWasPending) {
+    log->logMessage_level_show("first", 2, true);
+    log->logMessage_level_show("second", 2, true);
+    int displayed = 0;
+    delegate->displayLogWithInfoDict = [this, &displayed](const qlx::Dictionary&) {
+        ++displayed;
+        delegate.reset();
+    };
+    log->setLogDelegate(delegate);
+    EXPECT_EQ(displayed, 2) << "the log holds it until everything has been shown";
+    EXPECT_EQ(delegate, nullptr);
+    EXPECT_EQ(sundaysFile(), "\t" + kStamp + "\t\tfirst\r\n\t" + kStamp + "\t\tsecond\r\n");
+}
+
 TEST_F(LogDelegate, MayLogFromItsInitialMessage) {
     delegate->initialLogMessage = [this] {
         write("asked");

@@ -60,6 +60,20 @@ Host& startHost(int count) {
     std::exit(0);
 }
 
+/// An object that is older than the log, and so is destroyed behind the log's own work at exit, logs to the last.
+[[noreturn]] void logFromADestructor() {
+    struct Late {
+        ~Late() {
+            for (int number = 0; number < kLines; ++number) {
+                QLXLogController::sharedLogController()->logMessage_level_show(std::to_string(number), 2, false);
+            }
+        }
+    };
+    static const Late late;
+    startHost(0);
+    std::exit(0);
+}
+
 /// The process ends on one of the log's own queues.
 [[noreturn]] void exitFromTheLog() {
     auto* const host = new Host;
@@ -135,6 +149,11 @@ protected:
 };
 
 }  // namespace
+
+TEST_F(LogExit, WritesWhatIsLoggedBehindItsOwnWork) {
+    EXPECT_EXIT(logFromADestructor(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(written(), expectedLines());
+}
 
 TEST_F(LogExit, WritesWhatWasAccepted) {
     EXPECT_EXIT(logAndExit(), testing::ExitedWithCode(0), "");

@@ -166,6 +166,21 @@ TEST_F(LogReliability, SurvivesAFolderThatGoesAwayAndComesBack) {
     EXPECT_EQ(console.printed(), failureText(folder.string()) + "\n");
 }
 
+TEST_F(LogReliability, StartsNoFileWithoutAFolder) {
+    int asked = 0;
+    delegate->initialLogMessage = [this, &asked] {
+        ++asked;
+        write("one more line for each");
+        return std::string("header");
+    };
+    useDelegate();
+    log->setTechnicalLogFolderPath(std::nullopt);
+    write("nowhere");
+    write("nowhere else");
+    log->waitUntilQueuesAreEmpty();
+    EXPECT_EQ(asked, 0);
+}
+
 TEST_F(LogReliability, WritesNothingWithoutAFolder) {
     useDelegate();
     write("start");

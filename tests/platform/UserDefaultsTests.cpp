@@ -117,6 +117,7 @@ TEST(UserDefaults, ReadAFileWrittenByHand) {
 TEST(UserDefaults, SayWhenTheFileFails) {
     qlx::UserDefaults defaults;
     EXPECT_FALSE(defaults.backWithFile(testing::TempDir()));
+    EXPECT_FALSE(defaults.backWithFile(testing::TempDir() + std::string("qlx\0tail", 8)));
     EXPECT_FALSE(defaults.backWithFile(freshPath("qlx_no_such_folder") + "/defaults"));
     defaults.setValue("level", 4);
     EXPECT_EQ(defaults.value("level"), qlx::Value(4));

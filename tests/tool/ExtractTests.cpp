@@ -100,6 +100,18 @@ const std::vector<StreamUnit> kMpeg2{
      "fc8080"},
 };
 
+TEST(Extract, ListsUnitsThatHoldNothingOfTheFormatWithADash) {
+    const TemporaryFolder folder;
+    // One DTVCC triplet: no pair of field 1.
+    const std::string sei = "06 04 0e b5 0031 47413934 03 41 ff fe1234 ff 80";
+    const std::string file = folder.write("a.264", fromHex(kLong + "09f0" + kShort + sei + kShort + kIdr));
+    const ToolResult result = runTool({"extract", file, "--format", "cc1"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, "    unit        offset  bytes  data\n"
+                          "       0             0      0  -\n"
+                          "1 access unit of H.264, 1 with caption data\n");
+}
+
 TEST(Extract, ListsThePicturesOfAnMPEG2Stream) {
     const TemporaryFolder folder;
     const std::string file = folder.write("a.m2v", streamOf(kMpeg2));

@@ -69,6 +69,7 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "25", "-o", "a.scc"},
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "30", "--format", "scc"},
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "-o", "a.klv", "--non-drop"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "25", "-o", "a.klv", "--sd"},
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "-o", "a.scc", "--no-fill"},
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "--no-fill"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.klv", "--no-fill"},

@@ -64,7 +64,8 @@ Data inFormat(const Data& triplets, ExtractFormat format) {
 
 std::string listLine(const AccessUnit& unit, const Data& data) {
     return rightAligned(unit.number, kUnitWidth) + "  " + rightAligned(unit.offset, kOffsetWidth) + "  " +
-           (data ? rightAligned(data.size(), kSizeWidth) + "  " + hex(data) : "    -  -") + "\n";
+           (data ? rightAligned(data.size(), kSizeWidth) : std::string(kSizeWidth - 1, ' ') + "-") + "  " +
+           (data.empty() ? "-" : hex(data)) + "\n";
 }
 
 /// Writes every access unit of the stream.
@@ -93,10 +94,10 @@ public:
 private:
     void write(const AccessUnit& unit) {
         Data data = tripletsOf(unit, _reader.codec());
+        _filled += data.empty() ? 0 : 1;
         if (data) {
             data = inFormat(data, _options.format);
         }
-        _filled += data ? 1 : 0;
         if (_options.asJson) {
             _output.write(jsonLine(unit.number, unit.offset, data ? std::optional(hex(data)) : std::nullopt) + "\n");
             return;

@@ -4,6 +4,8 @@
 #include "OutputFile.h"
 #include "Times.h"
 
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
 #include <algorithm>
 #include <charconv>
 #include <string_view>
@@ -49,6 +51,9 @@ void checkCaptionOptions(const RawPlay& raw, const PlayOptions& options) {
         throw UsageError("--format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count its "
                          "frames");
     }
+    if (raw.isSD && options.mode == PlayMode::Cea608 && options.format != PlayFormat::V210) {
+        throw UsageError("--sd with --mode cea608 is for the format v210 only: captions stand on line 9 either way");
+    }
     if (raw.isNonDrop && !isScc) {
         throw UsageError("--non-drop is for the format scc only");
     }
@@ -85,12 +90,12 @@ std::string formatName(const std::optional<std::string>& format, const std::stri
     if (format) {
         return *format;
     }
-    const std::string_view name = extension(file);
+    const std::string name = asciiLowercased(extension(file));
     if (std::find(known.begin(), known.end(), name) == known.end()) {
         throw UsageError("--format is needed" + (file == "-" ? std::string(" with a pipe")
                                                              : ": the name of " + file + " does not tell the format"));
     }
-    return std::string(name);
+    return name;
 }
 
 PlayOptions checked(const RawPlay& raw) {
@@ -158,7 +163,7 @@ ExtractOptions checked(const RawExtract& raw) {
 }
 
 RateChangeOptions checked(const RawRateChange& raw) {
-    const RateChangeOptions options{raw.file, rateNamed(raw.from).value(), rateNamed(raw.to).value(), raw.output};
+    RateChangeOptions options{raw.file, rateNamed(raw.from).value(), rateNamed(raw.to).value(), raw.output};
     if (!isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
         throw UsageError("no way from " + raw.from + " to " + raw.to +
                          " frames/s: one rate must be the double of the other (25 and 50, 29.97 and 59.94, 30 and 60)");

@@ -104,7 +104,8 @@ std::optional<std::string> timecodeAt2997(std::uint64_t frame, bool isDropFrame)
         number += rest < kDropped ? 0 : (rest - kDropped) / kMinute * kDropped;
     }
     const std::uint64_t seconds = number / kRate;
-    if (seconds >= 24 * 3600) {
+    constexpr std::uint64_t kDay = 86'400;
+    if (seconds >= kDay) {
         return std::nullopt;
     }
     char text[40];
