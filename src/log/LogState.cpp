@@ -66,6 +66,7 @@ void QLXLogController::State::log(const Message& message) {
 
 void QLXLogController::State::setDelegate(const std::shared_ptr<QLXLogControllerDelegate>& newDelegate) {
     // A display method may take away the owner that was handed in: let go after the mutex, as in log().
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const std::shared_ptr<QLXLogControllerDelegate> receiver = newDelegate;
     std::deque<Message> replayed;
     {

@@ -3,6 +3,7 @@
 
 #include "log/LogFile.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <thread>
 
@@ -322,10 +323,12 @@ TEST_F(LogReliability, WritesWhatAControllerLeavesBehind) {
     log.reset();
     const auto file = folder / "Player 2026-11-15.log";
     const std::string expected = "\t" + kStamp + "\t\tfirst\r\n\t" + kStamp + "\t\tsecond\r\n";
-    // Nobody is left to be asked when it is done; the test's time limit ends the wait.
-    while (contentOf(file) != expected) {
+    // Nobody is left to be asked when it is done.
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (contentOf(file) != expected && std::chrono::steady_clock::now() < limit) {
         std::this_thread::yield();
     }
+    EXPECT_EQ(contentOf(file), expected);
     log = std::make_shared<QLXLogController>();
 }
 

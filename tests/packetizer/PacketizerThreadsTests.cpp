@@ -79,6 +79,7 @@ TEST(PacketizerThreads, TheLiveRecordIsToggled) {
         packetizer->setIsHD(round % 5 != 0);
         packetizer->setIsSubtitleDisplayed(false);
     });
+    EXPECT_EQ(packetizer->subtitleRecords().size(), 400U) << "the timeline stays as it was";
 }
 
 TEST(PacketizerThreads, RecordsAreChangedInPlace) {

@@ -23,18 +23,18 @@ TEST(BackgroundQueue, RunsTasksAtTheSameTime) {
     // Each of the two waits for the other.
     std::promise<void> first;
     std::promise<void> second;
-    std::promise<void> done;
+    std::promise<bool> done;
     auto& queue = qlx::services().get<qlx::BackgroundQueue>();
     queue.async([&] {
         first.set_value();
         second.get_future().wait();
-        done.set_value();
+        done.set_value(true);
     });
     queue.async([&] {
         first.get_future().wait();
         second.set_value();
     });
-    done.get_future().wait();
+    EXPECT_TRUE(done.get_future().get());
 }
 
 TEST(SerialQueue, KeepsTheOrderOfEachThread) {
