@@ -90,7 +90,7 @@ std::string formatName(const std::optional<std::string>& format, const std::stri
     if (format) {
         return *format;
     }
-    const std::string name = asciiLowercased(extension(file));
+    std::string name = asciiLowercased(extension(file));
     if (std::find(known.begin(), known.end(), name) == known.end()) {
         throw UsageError("--format is needed" + (file == "-" ? std::string(" with a pipe")
                                                              : ": the name of " + file + " does not tell the format"));
