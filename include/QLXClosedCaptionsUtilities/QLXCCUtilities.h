@@ -228,20 +228,20 @@ public:
 
     // Characters: the UTF-8 bytes of a character code, empty when the set has none
 
-    /// CEA-608 standard characters.
+    /// CEA-608 basic characters, any code: ten stand for other characters, every other is the byte itself.
     [[nodiscard]] static qlx::Data dataWith608ASCIICharacter(std::uint8_t code);
-    /// CEA-608 special characters.
+    /// CEA-608 special characters, by the second byte of the pair: 0x30 to 0x3F.
     [[nodiscard]] static qlx::Data dataWith608SpecialCharacter(std::uint8_t code);
-    /// CEA-608 extended characters, Spanish and French.
+    /// CEA-608 extended characters, Spanish and French, by the second byte of the pair: 0x20 to 0x3F.
     [[nodiscard]] static qlx::Data dataWith608ExtSpanishFrenchCharacter(std::uint8_t code);
-    /// CEA-608 extended characters, Portuguese, German and Danish.
+    /// CEA-608 extended characters, Portuguese, German and Danish, by the second byte of the pair: 0x20 to 0x3B.
     [[nodiscard]] static qlx::Data dataWith608ExtPortugueseGermanDanishCharacter(std::uint8_t code);
-    /// CEA-708 G0.
+    /// CEA-708 G0: 0x20 to 0x7F.
     [[nodiscard]] static qlx::Data dataWith708G0Character(std::uint8_t code);
-    /// CEA-708 G1.
+    /// CEA-708 G1: 0xA0 to 0xFF.
     [[nodiscard]] static qlx::Data dataWith708G1Character(std::uint8_t code);
-    /// CEA-708 G2.
+    /// CEA-708 G2: the codes that have a character.
     [[nodiscard]] static qlx::Data dataWith708G2Character(std::uint8_t code);
-    /// CEA-708 G3.
+    /// CEA-708 G3: 0xA0, the caption icon.
     [[nodiscard]] static qlx::Data dataWith708G3Character(std::uint8_t code);
 };

@@ -90,6 +90,7 @@ public:
     void logMessage_documentName_level_show_notifyRemotes(std::optional<std::string> message,
                                                           const std::optional<std::string>& documentName,
                                                           std::int64_t level, bool show, bool notifyRemotes);
+    /// The same without remotes.
     void logMessage_documentName_level_show(std::optional<std::string> message,
                                             const std::optional<std::string>& documentName, std::int64_t level,
                                             bool show);
@@ -108,6 +109,7 @@ public:
     void writeStringToTechnicalLog_isProblem_logLevel_show_logInConsole(std::optional<std::string> message,
                                                                         bool isProblem, std::int64_t logLevel,
                                                                         bool show, bool logInConsole);
+    /// The same without a choice about the console.
     void writeStringToTechnicalLog_isProblem_logLevel_show(std::optional<std::string> message, bool isProblem,
                                                            std::int64_t logLevel, bool show);
 
@@ -130,6 +132,7 @@ public:
     /// Posts a notification, if they are authorised. Without a category it is "WarningNotification".
     void displayNotificationWithTitle_message_categoryIdentifier(const std::string& title, const std::string& message,
                                                                  const std::optional<std::string>& categoryIdentifier);
+    /// The same with the category "WarningNotification".
     void displayNotificationWithTitle_message(const std::string& title, const std::string& message);
 
     /// Blocks until every line that was accepted before the call is written, and the removal of old files that they

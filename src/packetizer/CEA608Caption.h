@@ -1,6 +1,7 @@
 // Pop-on captions of CEA-608 (CTA-608) for data channel 1: characters, parity and the bytes of a whole caption.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>

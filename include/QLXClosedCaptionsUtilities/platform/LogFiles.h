@@ -30,6 +30,7 @@ public:
     /// Writes `bytes` with one write call; false when not all of them were taken (a full disk).
     virtual bool write(int descriptor, std::string_view bytes);
 
+    /// Closes what openForAppending() gave.
     virtual void close(int descriptor);
 };
 
