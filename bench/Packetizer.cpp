@@ -1,8 +1,11 @@
 // Teletext frames: nothing new, changes, the number of records, memory; with a plain baseline for the filling frames.
+// The search for OP-47 packets in a captured row of 1920 pixels.
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
 #include "packetizer/SubtitlingDataPacket.h"
 
@@ -248,6 +251,69 @@ void millionFrames(benchmark::State& state) {
     }
 }
 
+constexpr std::size_t kRowPixels = 1920;
+constexpr std::size_t kBytesV210 = kRowPixels * 16 / 6;
+constexpr std::size_t kBytes2vuy = kRowPixels * 2;
+constexpr std::size_t kBlockSize = 148;
+
+std::vector<std::shared_ptr<QLXVANCPacket>> packetsOfARow(bool withOP47) {
+    std::vector<std::shared_ptr<QLXVANCPacket>> packets;
+    if (withOP47) {
+        std::vector<std::uint8_t> block(kBlockSize, 0x15);
+        block[2] = kBlockSize;
+        packets.push_back(QLXVANCPacket::OP47VANCPacketWithData_lineNumber(block, 12));
+    }
+    return packets;
+}
+
+std::vector<std::uint8_t> rowOf(std::uint32_t format, bool withOP47) {
+    if (format == qlx::kPixelFormatV210) {
+        std::vector<std::uint8_t> row(kBytesV210, 0x10);
+        QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
+            row.data(), packetsOfARow(withOP47), row.size(), 12);
+        return row;
+    }
+    // The chroma in front of the flag gives the size of the result.
+    std::vector<std::uint8_t> row(kBytes2vuy, kBlockSize);
+    QLXCCUtilities::fillYComponentIn8BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
+        row.data(), packetsOfARow(withOP47), row.size() - 2, 12);
+    return row;
+}
+
+/// Times the search in one row with or without a packet.
+void searchRow(benchmark::State& state, std::uint32_t format, bool withOP47) {
+    const std::vector<std::uint8_t> row = rowOf(format, withOP47);
+    const auto search = [&row, format] {
+        return QLXCCUtilities::op47PacketFromBuffer_size_bufferFormat_bytesPerRow_lineNumber(row.data(), row.size(),
+                                                                                             format, row.size(), 12);
+    };
+    const std::size_t header = format == qlx::kPixelFormatV210 ? 19 : 0;
+    if (search().size() != (withOP47 ? header + kBlockSize : 0)) {
+        state.SkipWithError("another packet was found");
+        return;
+    }
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(search());
+    }
+}
+
+void op47InV210(benchmark::State& state) {
+    searchRow(state, qlx::kPixelFormatV210, true);
+}
+void op47In2vuy(benchmark::State& state) {
+    searchRow(state, qlx::kPixelFormat2vuy, true);
+}
+void noOP47InV210(benchmark::State& state) {
+    searchRow(state, qlx::kPixelFormatV210, false);
+}
+void noOP47In2vuy(benchmark::State& state) {
+    searchRow(state, qlx::kPixelFormat2vuy, false);
+}
+
+BENCHMARK(op47InV210);
+BENCHMARK(op47In2vuy);
+BENCHMARK(noOP47InV210);
+BENCHMARK(noOP47In2vuy);
 BENCHMARK(filling);
 BENCHMARK(fillingPlainly);
 BENCHMARK(packetWithFilling);

@@ -1,5 +1,6 @@
-// Making subtitle records and reading SRT files, against a plain reader that makes the same records.
+// Making subtitle records and reading SRT and EBU STL files, against plain readers that make the same records.
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
+#include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
@@ -12,6 +13,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -164,6 +166,118 @@ void readSRTPlainly(benchmark::State& state) {
     readCues(state, readPlainly);
 }
 
+/// An EBU STL file of two-line blocks, two seconds apart, with one accent in each.
+std::string makeSTLFile(std::int64_t blockCount) {
+    std::string file(1024, ' ');
+    file.replace(3, 8, "STL25.01");
+    const std::string count = std::to_string(blockCount);
+    file.replace(238, count.size(), count);
+    for (std::int64_t block = 0; block < blockCount; ++block) {
+        std::string bytes(128, '\x8F');
+        const auto put = [&bytes](std::size_t offset, std::int64_t value) { bytes[offset] = static_cast<char>(value); };
+        put(1, block % 256);
+        put(2, block / 256 % 256);
+        const std::int64_t seconds = block * 2;
+        for (const std::size_t offset : {5U, 9U}) {
+            put(offset, seconds / 3600 % 256);
+            put(offset + 1, seconds / 60 % 60);
+            put(offset + 2, seconds % 60);
+            put(offset + 3, offset == 5 ? 3 : 23);
+        }
+        put(13, 20);
+        put(14, 2);
+        put(15, 0);
+        constexpr std::string_view kText =
+            "\x03\x0D\x0B\x0BWhere were you at\x8A\x0D\x0B\x0Bthe caf\xC2\x65 that night?";
+        bytes.replace(16, kText.size(), kText);
+        file += bytes;
+    }
+    return file;
+}
+
+/// The text of a line, as far as the files of these benchmarks go.
+std::string plainSTLText(const std::string& bytes) {
+    std::string text;
+    for (std::size_t index = 0; index < bytes.size(); ++index) {
+        if (bytes.substr(index, 2) == "\xC2\x65") {
+            text += "\u00E9";
+            ++index;
+        } else {
+            text += bytes[index];
+        }
+    }
+    return text;
+}
+
+/// What one writes first: each block copied out, lines by their setters.
+Records readSTLPlainly(const std::string& path) {
+    const qlx::Data data = qlx::services().get<qlx::FileReader>().contentsOfFile(path);
+    const std::string file(data.begin(), data.end());
+    Records records;
+    for (std::size_t start = 1024; start < file.size(); start += 128) {
+        const std::string block = file.substr(start, 128);
+        const auto byteAt = [&block](std::size_t offset) { return static_cast<unsigned char>(block[offset]); };
+        auto record = std::make_shared<QLXSubtitleRecord>();
+        record->setIndex(byteAt(1) + byteAt(2) * 256U);
+        record->setIsValid(true);
+        record->setStartTimeInSeconds(byteAt(5) * 3600 + byteAt(6) * 60 + byteAt(7) + byteAt(8) / 25.0);
+        record->setEndTimeInSeconds(byteAt(9) * 3600 + byteAt(10) * 60 + byteAt(11) + byteAt(12) / 25.0);
+        std::vector<std::shared_ptr<QLXSubtitleTextLine>> lines;
+        std::string text;
+        std::int32_t color = 7;
+        for (std::size_t offset = 16; offset < 127; ++offset) {
+            const unsigned char byte = byteAt(offset);
+            if (byte == 0x8A || byte == 0x8F) {
+                auto line = std::make_shared<QLXSubtitleTextLine>();
+                line->setTextString(plainSTLText(text));
+                line->setAlignment(byteAt(14));
+                line->setTextColor(color);
+                line->setVerticalPosition(lines.size() + (byteAt(13) - 1U) / 2);
+                lines.push_back(std::move(line));
+                text.clear();
+                if (byte == 0x8F) {
+                    break;
+                }
+            } else if (byte >= 0x20) {
+                text += block[offset];
+            } else if (byte < 8) {
+                color = byte;
+            }
+        }
+        record->setSubtitleLines(std::move(lines));
+        records.push_back(std::move(record));
+    }
+    return records;
+}
+
+Records readSTLWithLibrary(const std::string& path) {
+    return QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath(path);
+}
+
+/// Times `read` on a file of as many blocks as the benchmark's argument says; the records' destruction is included.
+template <class Read>
+void readBlocks(benchmark::State& state, Read read) {
+    const std::string file = makeSTLFile(state.range(0));
+    MemoryFileReader reader(file);
+    const qlx::ScopedService<qlx::FileReader> service(reader);
+    const Records records = readSTLWithLibrary("demo.stl");
+    if (records.size() != static_cast<std::size_t>(state.range(0)) || !equal(records, readSTLPlainly("demo.stl"))) {
+        state.SkipWithError("the two readers differ");
+        return;
+    }
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(read("demo.stl"));
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(file.size()));
+}
+
+void readSTL(benchmark::State& state) {
+    readBlocks(state, readSTLWithLibrary);
+}
+void readSTLWithPlainReader(benchmark::State& state) {
+    readBlocks(state, readSTLPlainly);
+}
+
 /// One record with two lines, by its setters, as a host makes it.
 void makeTwoLineRecord(benchmark::State& state) {
     for (auto _ : state) {
@@ -194,6 +308,8 @@ BENCHMARK(makeTwoLineRecord);
 BENCHMARK(makeTwoLineRecordFromMarkup);
 BENCHMARK(readSRT)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(readSRTForCEA608)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(readSTL)->Arg(1000)->Arg(10000)->Arg(99999)->Unit(benchmark::kMicrosecond);
+BENCHMARK(readSTLWithPlainReader)->Arg(1000)->Arg(10000)->Arg(99999)->Unit(benchmark::kMicrosecond);
 BENCHMARK(readSRTPlainly)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -1,7 +1,7 @@
 # Installation, in three components:
 #   Runtime      the shared library
 #   Development  headers, static library, CMake package, pkg-config module
-#   Tool         qlxcc and its manual page
+#   Tool         qlxcc, its manual pages and completions
 
 include(CMakePackageConfigHelpers)
 
@@ -50,7 +50,32 @@ install(
 if(TARGET qlxcc)
     install(TARGETS qlxcc RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Tool)
     install(
-        FILES "${PROJECT_SOURCE_DIR}/docs/qlxcc.1"
+        DIRECTORY "${PROJECT_SOURCE_DIR}/docs/"
         DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
-        COMPONENT Tool)
+        COMPONENT Tool
+        FILES_MATCHING PATTERN "*.1")
+    # The tool prints its completions itself, so where it cannot run there are none.
+    if(NOT CMAKE_CROSSCOMPILING)
+        set(qlx_completions "${PROJECT_BINARY_DIR}/completions")
+        install(
+            CODE "
+                foreach(shell IN ITEMS bash zsh)
+                    execute_process(
+                        COMMAND \"$<TARGET_FILE:qlxcc>\" completion \${shell}
+                        OUTPUT_FILE \"${qlx_completions}/qlxcc.\${shell}\"
+                        COMMAND_ERROR_IS_FATAL ANY)
+                endforeach()"
+            COMPONENT Tool)
+        file(MAKE_DIRECTORY "${qlx_completions}")
+        install(
+            FILES "${qlx_completions}/qlxcc.bash"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+            RENAME qlxcc
+            COMPONENT Tool)
+        install(
+            FILES "${qlx_completions}/qlxcc.zsh"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
+            RENAME _qlxcc
+            COMPONENT Tool)
+    endif()
 endif()

@@ -1,7 +1,8 @@
-// The tool's reader of JSON: it ends with a message or gives a value, and what it gives can be read as subtitles.
+// The tool's readers of subtitle files: they end with a message or give cues; what the reader of JSON gives can be read
+// as subtitles.
 #include "Errors.h"
 #include "Json.h"
-#include "Subtitles.h"
+#include "SubtitleReaders.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 
@@ -9,9 +10,38 @@
 
 using qlxfuzz::require;
 
+namespace {
+
+using Reader = void (*)(qlx::tool::Subtitles&, std::string_view, const qlx::tool::SubtitleRequest&,
+                        const qlx::tool::CueTaker&);
+
+void readWith(Reader reader, std::string_view text, std::int32_t mode) {
+    qlx::tool::Subtitles subtitles;
+    subtitles.name = "memory";
+    std::uint64_t cues = 0;
+    try {
+        reader(subtitles, text, {"memory", mode, 0.04}, [&](const auto& record) {
+            require(record != nullptr);
+            ++cues;
+        });
+        require(cues > 0);
+    } catch (const qlx::tool::Failure& failure) {
+        require(std::string_view(failure.what()).starts_with("memory: "));
+    }
+    require(cues == subtitles.cues);
+    require(subtitles.problems.first().size() <= subtitles.problems.count());
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     (void)qlx::tool::looksLikeJson(text);
+    for (const std::int32_t mode : {1, 2}) {
+        readWith(&qlx::tool::readSRT, text, mode);
+        readWith(&qlx::tool::readJson, text, mode);
+        readWith(&qlx::tool::readSTL, text, mode);
+    }
     try {
         const qlx::Value value = qlx::tool::parseJson("memory", text);
         if (const qlx::Array* const elements = value.array()) {

@@ -1,10 +1,12 @@
-// A capture loop: takes the ancillary rows of every frame and prints the packets in them.
+// A capture loop: takes the ancillary rows of every frame, names the packets in them and forwards them as one timed
+// sample.
 //
 // The frame is made here, so that the program runs without hardware; a host gets the same rows from its capture board.
 #include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -45,10 +47,20 @@ std::vector<std::uint8_t> capturedRows() {
     return rows;
 }
 
+/// Here a host hands the sample to its recorder, or to the next machine; false when there is none.
+bool forward(const std::shared_ptr<qlx::SampleBuffer>& sample) {
+    if (!sample || !sample->dataBuffer || !sample->timingInfo) {
+        return false;
+    }
+    std::cout << "  forwarded: " << sample->dataBuffer->size() << " bytes at "
+              << qlx::secondsFrom(sample->timingInfo->presentationTimeStamp) << " s\n";
+    return true;
+}
+
 }  // namespace
 
 int main() {
-    for (int frame = 0; frame < 2; ++frame) {
+    for (std::int64_t frame = 0; frame < 2; ++frame) {
         const std::vector<std::uint8_t> rows = capturedRows();
         std::optional<std::string> message;
         const auto packets = QLXVANCPacket::VANCPacketsWithMultilineSDIBuffer_size_bytesPerRow_bufferFormat_errorString(
@@ -60,6 +72,10 @@ int main() {
         if (message) {
             std::cerr << *message << '\n';
         }
+        const qlx::SampleTimingInfo timing{qlx::MediaTime::make(1, 25), qlx::MediaTime::make(frame, 25), {}};
+        if (!forward(QLXVANCPacket::createSampleBufferWithVANCPackets_timingInfo(packets, timing))) {
+            return EXIT_FAILURE;
+        }
     }
-    return 0;
+    return EXIT_SUCCESS;
 }

@@ -57,6 +57,8 @@ public:
 
     /// Writes the packets of `lineNumber`, in their order, into the luma of a `v210` row, each beginning at the word
     /// behind the last one's checksum (SMPTE ST 291-1 words with parity and checksum).
+    /// @param destination The row, changed in place, at any address.
+    /// @param packets Those of another line, and null entries, are passed over.
     /// @param destinationBufferSize Bytes of the row: no word behind them is written. 0: the caller vouches for the
     ///   row.
     /// @param lineNumber Widened with its sign and compared with each packet's line.
@@ -66,6 +68,7 @@ public:
 
     /// Writes the packets of `lineNumber` into the luma (odd bytes) of a `2vuy` row: flag, DID, SDID, DC and data, no
     /// checksum. Every packet begins at byte 1, so the last one overwrites the others, as deployed readers expect.
+    /// @param destination The row, changed in place, at any address.
     /// @param packets Those of another line, and null entries, are passed over.
     /// @param lineNumber Widened with its sign and compared with each packet's line.
     /// @param destinationBufferSize Data byte k is written while 11 + 2k is not greater; the last may therefore land at
@@ -92,6 +95,9 @@ public:
         const qlx::MediaTime& frameDuration) noexcept;
 
     /// A `clcp`/`c708` sample: an atom header and a CDP with the payload `cea608Data`.
+    /// @param timingInfo The sample's one timing entry.
+    /// @param frameDuration Fixes cdp_frame_rate and cc_count.
+    /// @param sequenceCounter cdp_hdr_sequence_cntr.
     /// @param cea608Data None or empty: padding only. 2 or 4 bytes: one or two field-1 pairs. 3 bytes, or another
     ///   multiple of 3: ready triplets, each followed by an empty field-2 one. Any other length: an empty field-1
     ///   triplet.
@@ -107,6 +113,7 @@ public:
 
     /// Sorts the triplets from `offset` on by kind. The walk stops `offset` bytes before the end, as hosts expect, and
     /// never goes over the data twice.
+    /// @param data A CDP, or triplets behind a header of `offset` bytes.
     /// @param offset Bytes in front of the first triplet; 9 in a CDP. Behind the end: everything is empty.
     /// @param cc1Data Written, may be null: the field-1 pairs.
     /// @param cc2Data Written, may be null: the field-2 pairs.
@@ -148,8 +155,10 @@ public:
 
     /// The first caption or OP-47 packet of SDI lines as a sample: `clcp`/`c708` or `sbtl`/`op47`; null without one.
     /// @param data The first line; nothing behind `size` bytes is read.
+    /// @param size Bytes in `data`.
     /// @param bytesPerRow Bytes from one line to the next; 0, or more than `size`, gives null.
     /// @param bufferFormat `v210` or `2vuy`.
+    /// @param timingInfo The sample's one timing entry.
     [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
     createCEA708SampleBufferFromDataBuffer_size_bytesPerRow_bufferFormat_timingInfo(
         const std::uint8_t* data, std::uint64_t size, std::uint64_t bytesPerRow, std::uint32_t bufferFormat,
@@ -165,6 +174,33 @@ public:
     /// Always null.
     [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> createCCSampleBufferFromVANCPacket_timingInfo(
         const std::shared_ptr<QLXVANCPacket>& packet, const qlx::SampleTimingInfo& timingInfo);
+
+    // OP-47 teletext (SMPTE RDD 8)
+
+    /// The first OP-47 packet (DID 0x43, SDID 0x02) of SDI lines; none without one.
+    ///
+    /// From `v210` lines: 19 + DC bytes, laid out as an MXF ANC data element (SMPTE ST 436-1) of count 2, with the line
+    /// number, DID, SDID, DC and the user data words; its other fields are 0. As deployed hosts expect, the user data
+    /// words are taken from word 4 of the row, also when other packets stand in front of this one.
+    ///
+    /// From `2vuy` lines: the user data words alone, the subtitling data packet. As deployed hosts expect, the chroma
+    /// byte in front of the flag gives the size of the result, and the packet's third user data word the number of
+    /// bytes that are copied into it; the rest is 0. A row without a flag is left at once, and the search goes on at
+    /// the same offset of the next one.
+    /// @param buffer The first line; nothing behind `size` bytes is read, bytes behind them count as 0.
+    /// @param size At least 12 (`v210`) or 18 (`2vuy`), else none.
+    /// @param bufferFormat `v210` or `2vuy`; any other gives none.
+    /// @param bytesPerRow Bytes from one line to the next; 0, or more than `size`, gives none.
+    /// @param lineNumber Written into the element of `v210` lines: the low byte of its quotient by 256, and its own.
+    [[nodiscard]] static qlx::Data op47PacketFromBuffer_size_bufferFormat_bytesPerRow_lineNumber(
+        const std::uint8_t* buffer, std::uint64_t size, std::uint32_t bufferFormat, std::uint64_t bytesPerRow,
+        std::int32_t lineNumber);
+
+    /// An `sbtl`/`op47` sample of the buffers' bytes, one behind the other.
+    /// @return Null when there is no byte or the platform refuses a media object; when it refuses the sample itself, a
+    ///   message with its status is printed on standard output.
+    [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> createOP47SampleBufferFromDataBuffers_timingInfo(
+        const std::vector<qlx::Data>& dataBuffers, const qlx::SampleTimingInfo& timingInfo);
 
     // Captions in compressed video (ATSC A/53 Part 4). Triplets as they stand in the stream, or none.
 
@@ -197,6 +233,7 @@ public:
         std::uint8_t ccCount);
 
     /// Splits a caption sample, or a `meta`/`VANC` sample with caption packets, into two.
+    /// @param sampleBuffer The input; it is not changed.
     /// @param first Written: the first sample, or the input itself when a `VANC` sample holds no caption packet. Left
     ///   untouched by a payload of another kind.
     /// @param second Written: the second sample; null beside the input itself. Left untouched by a single byte pair
@@ -208,6 +245,8 @@ public:
         std::shared_ptr<qlx::SampleBuffer>* second, const qlx::MediaTime& frameDuration);
 
     /// Joins two caption samples (two CDPs, or two samples of one byte pair); null for anything else.
+    /// @param first The earlier sample.
+    /// @param second The later sample.
     /// @param frameDuration The output frame duration; the presentation time is the first sample's.
     [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer>
     createConcatenatedSampleBufferWithSampleBuffer_andSampleBuffer_frameDuration(

@@ -2,15 +2,19 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>
 #include <QLXClosedCaptionsUtilities/QLXCEA608To708Converter.h>
 #include <QLXClosedCaptionsUtilities/QLXLogController.h>
 #include <QLXClosedCaptionsUtilities/QLXLogControllerDelegate.h>
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
+#include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
+#include <QLXClosedCaptionsUtilities/QLXTeletextLineFormatter.h>
+#include <QLXClosedCaptionsUtilities/QLXTeletextPageHeaderFormatter.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/Version.h>
 #include <QLXClosedCaptionsUtilities/platform/Platform.h>

@@ -67,7 +67,10 @@ public:
     void setCanCleanupOldTechnicalLogFiles(bool value);
 
     /// Formats the text (qlx::formatText: a missing or wrong argument prints a marker) and logs it.
+    /// @param level 0 is for everybody; the higher, the more verbose.
     /// @param show Whether the host should show it; with level 0 also a notification is raised.
+    /// @param messageFormat The text with its placeholders.
+    /// @param arguments What takes their places.
     template <class... Arguments>
     void logMessageWithLevel_show_messageFormat(std::int64_t level, bool show, std::string_view messageFormat,
                                                 const Arguments&... arguments) {
@@ -143,18 +146,23 @@ public:
 
     /// The first part of every file name: the application's name, or else the program's, and a space.
     [[nodiscard]] std::string logPrefix() const;
+    /// Sets logPrefix().
     void setLogPrefix(std::string value);
     /// The path of the technical log file last written to; none at first.
     [[nodiscard]] std::optional<std::string> lastTechnicalLogFilePath() const;
+    /// Sets lastTechnicalLogFilePath().
     void setLastTechnicalLogFilePath(std::optional<std::string> value);
     /// The message last written to it; none at first, and after the first line of a file.
     [[nodiscard]] std::optional<std::string> lastTechnicalLogMessage() const;
+    /// Sets lastTechnicalLogMessage().
     void setLastTechnicalLogMessage(std::optional<std::string> value);
     /// The folder of all log files; a change that comes from the user defaults also lets a failure be reported again.
     [[nodiscard]] std::optional<std::string> technicalLogFolderPath() const;
+    /// Sets technicalLogFolderPath().
     void setTechnicalLogFolderPath(std::optional<std::string> value);
     /// The most verbose level that is written.
     [[nodiscard]] std::int64_t technicalLogLevel() const;
+    /// Sets technicalLogLevel().
     void setTechnicalLogLevel(std::int64_t value);
 
 private:

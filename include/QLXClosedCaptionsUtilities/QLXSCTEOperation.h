@@ -27,6 +27,7 @@ public:
 
     /// The operation's opID; carried for clients. Read and written whole, from any thread.
     [[nodiscard]] std::uint16_t operationID() const noexcept { return _operationID.load(std::memory_order_relaxed); }
+    /// Sets operationID().
     void setOperationID(std::uint16_t value) noexcept { _operationID.store(value, std::memory_order_relaxed); }
 
     // Building
@@ -37,6 +38,7 @@ public:
     /// @param spliceEventID 0 to 4294967295.
     /// @param programUniqueID 0 to 65535.
     /// @param duration break_duration in tenths of a second.
+    /// @param autoReturn auto_return_flag: back to the network when the duration is over.
     /// @param preRoll pre_roll_time in milliseconds.
     /// @return None for a value out of its range.
     [[nodiscard]] static qlx::Data
@@ -74,6 +76,7 @@ public:
     /// An operation of the kind that its opID names: 257 (splice request), 258 (splice null, parameters ignored),
     /// 260 (time signal, with "preRollTime" in milliseconds, its low 16 bits) or 267 (segmentation descriptor).
     /// @param operationType The opID, compared whole.
+    /// @param parameters Those of the operation's own builder above.
     /// @param errorDescription Written on failure only; "Unsupported Operation Type" for any other opID.
     /// @return None on failure.
     [[nodiscard]] static qlx::Data SCTEOperationDataWithOperationType_parameters_errorDescription(
@@ -84,6 +87,7 @@ public:
 
     /// The parameters of an operation. "operationID" is always there and holds the operation's name; 257, 260, 264, 265
     /// and 267 add their fields.
+    /// @param operationID The opID; one that is not known gives its name alone, "unknown".
     /// @param data The operation's data, without opID and data_length; more than needed is allowed.
     /// @return None when the data are too short for the operation. A range of 264 or 265 that runs past the data, and
     ///   a text with a byte above 0x7F, give no such key.

@@ -27,7 +27,10 @@ public:
 
     /// The 13 bytes in front of the operations, payload descriptor included.
     /// @param messageSize Bytes from the reserved field on; the low 16 bits are written.
+    /// @param messageNumber message_number.
     /// @param numberOfOperations num_ops; the low 8 bits are written.
+    /// @param asIndex AS_index.
+    /// @param dpiPID DPI_PID_index.
     [[nodiscard]] static qlx::Data SCTEHeaderWithMessageSize_messageNumber_numberOfOperations_asIndex_dpiPID(
         std::uint64_t messageSize, std::uint8_t messageNumber, std::uint64_t numberOfOperations, std::uint8_t asIndex,
         std::uint16_t dpiPID);
@@ -40,9 +43,12 @@ public:
     /// A message of one splice request, message number 1: 31 bytes. A value out of its range gives the 13-byte header
     /// alone, which still announces the operation.
     /// @param spliceType 1 to 255.
+    /// @param asIndex AS_index.
+    /// @param dpiPID DPI_PID_index.
     /// @param spliceEventID 0 to 4294967295.
     /// @param programUniqueID 0 to 65535.
     /// @param duration Tenths of a second.
+    /// @param autoReturn auto_return_flag.
     /// @param preRoll Milliseconds.
     [[nodiscard]] static qlx::Data
     SCTE104SpliceInsertDataWithSpliceType_asIndex_dpiPID_spliceEventID_programUniqueID_duration_autoReturn_preRoll(
@@ -66,15 +72,19 @@ public:
 
     /// A splice_time(): 5 bytes with a time, else 1.
     /// @param pts 90 kHz ticks; the low 33 bits are used.
+    /// @param timeSpecified time_specified_flag: whether there is a time.
     [[nodiscard]] static qlx::Data SCTE35SpliceTimeDataWithPTS_timeSpecified(std::uint64_t pts, bool timeSpecified);
 
     /// A break_duration() of 5 bytes.
     /// @param duration 90 kHz ticks; the low 33 bits are used.
+    /// @param autoReturn auto_return.
     [[nodiscard]] static qlx::Data SCTE35BreakDurationDataWithDuration_autoReturn(std::uint64_t duration,
                                                                                   bool autoReturn);
 
     /// A splice_insert() of 5 (cancel), 10, 15 or 20 bytes.
     /// @param spliceType The splice_insert_type of SCTE-104: 1, 2 start, 3, 4 end (2 and 4 immediately), 5 cancel.
+    /// @param eventID splice_event_id.
+    /// @param programUID unique_program_id.
     /// @param duration Copied into break_duration() as it is, without auto_return; 0 leaves it out.
     /// @param pts 90 kHz ticks; the low 33 bits are used.
     [[nodiscard]] static qlx::Data SCTE35SpliceInsertDataWithSpliceType_eventID_programUID_duration_pts(
@@ -83,5 +93,6 @@ public:
 
     /// A segmentation_descriptor() of type 1 (content identification) without UPID: 17 bytes, or 11 with `cancel`.
     /// @param eventID The low byte of segmentation_event_id; the others are 0.
+    /// @param cancel segmentation_event_cancel_indicator.
     [[nodiscard]] static qlx::Data SCTE35SegmentationDescriptorWithEventID_cancel(std::uint8_t eventID, bool cancel);
 };

@@ -20,6 +20,7 @@ public:
     ///
     /// A missing or unreadable file, or one with a byte that is not UTF-8, gives an empty array; blocks without a
     /// well-formed timing line, or that do not end after they start, are left out. Re-entrant.
+    /// @param path The file, which the platform's file reader opens.
     /// @param subtitleMode 1: CEA-608; records start earlier by the frames that their byte pairs need and end one frame
     ///   earlier. 2: OP-47 teletext; times as in the file.
     /// @param frameDuration Seconds a frame; used in mode 1 only.

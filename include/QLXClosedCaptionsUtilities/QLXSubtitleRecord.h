@@ -39,6 +39,8 @@ public:
 
     /// A record from a JSON dictionary: times from "start_time_seconds" or "start_timecode" and their end counterparts
     /// (else 0), lines from "text_lines". Lines without text are left out. `isValid` stays false.
+    /// @param dictionary The keys and kinds of value as written above.
+    /// @param subtitleMode 1 CEA-608 captions, 2 OP-47 teletext.
     /// @param error Never written.
     /// @return Null when "text_lines" is missing, empty or not an array.
     [[nodiscard]] static std::shared_ptr<QLXSubtitleRecord> initWithJSONDictionary_subtitleMode_error(
@@ -48,14 +50,17 @@ public:
 
     /// The number that the source file gives the record.
     [[nodiscard]] std::uint64_t index() const noexcept { return _index.load(std::memory_order_relaxed); }
+    /// Sets index().
     void setIndex(std::uint64_t value) noexcept { _index.store(value, std::memory_order_relaxed); }
 
     /// 1 CEA-608 captions, 2 OP-47 teletext.
     [[nodiscard]] std::int32_t subtitleMode() const noexcept { return _subtitleMode.load(std::memory_order_relaxed); }
+    /// Sets subtitleMode().
     void setSubtitleMode(std::int32_t value) noexcept { _subtitleMode.store(value, std::memory_order_relaxed); }
 
     /// Set by the file readers for every record that they give.
     [[nodiscard]] bool isValid() const noexcept { return _isValid.load(std::memory_order_relaxed); }
+    /// Sets isValid().
     void setIsValid(bool value) noexcept { _isValid.store(value, std::memory_order_relaxed); }
 
     /// The lines, top to bottom; the record keeps its own copy of the list (the lines themselves are shared), without
@@ -63,6 +68,7 @@ public:
     [[nodiscard]] std::vector<std::shared_ptr<QLXSubtitleTextLine>> subtitleLines() const {
         return _guard.load(_subtitleLines);
     }
+    /// Sets subtitleLines().
     void setSubtitleLines(std::vector<std::shared_ptr<QLXSubtitleTextLine>> value) {
         std::erase(value, nullptr);
         _guard.store(_subtitleLines, std::move(value));
@@ -72,10 +78,12 @@ public:
     [[nodiscard]] double startTimeInSeconds() const noexcept {
         return _startTimeInSeconds.load(std::memory_order_relaxed);
     }
+    /// Sets startTimeInSeconds().
     void setStartTimeInSeconds(double value) noexcept { _startTimeInSeconds.store(value, std::memory_order_relaxed); }
 
     /// End of display, in seconds.
     [[nodiscard]] double endTimeInSeconds() const noexcept { return _endTimeInSeconds.load(std::memory_order_relaxed); }
+    /// Sets endTimeInSeconds().
     void setEndTimeInSeconds(double value) noexcept { _endTimeInSeconds.store(value, std::memory_order_relaxed); }
 
     // SRT timecodes
@@ -119,6 +127,7 @@ public:
 
 private:
     friend class QLXSRTFileReader;
+    friend class QLXSTLFileReader;
 
     using Lines = std::vector<std::shared_ptr<QLXSubtitleTextLine>>;
 

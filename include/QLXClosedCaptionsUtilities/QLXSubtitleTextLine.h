@@ -35,6 +35,7 @@ public:
     [[nodiscard]] static std::shared_ptr<QLXSubtitleTextLine> initWithSRTLine(std::string_view line);
 
     /// A line from a JSON dictionary with "text" and, optionally, "color", "alignment" and "vertical_position".
+    /// @param dictionary The keys and kinds of value as written above.
     /// @param lineIndex 0-based place of this line among the record's lines.
     /// @param lineCount Number of entries of the record's array; the last line lands on row 11.
     /// @param error Written when "text" is missing (code -50, domain the application's identifier).
@@ -47,38 +48,46 @@ public:
 
     /// The visible text without markup (UTF-8); none until set.
     [[nodiscard]] std::optional<std::string> textString() const { return _guard.load(_textString); }
+    /// Sets textString().
     void setTextString(std::optional<std::string> value) { _guard.store(_textString, std::move(value)); }
 
     /// `<b>` was present. Carried for clients; no output renders it.
     [[nodiscard]] bool bold() const noexcept { return _bold.load(std::memory_order_relaxed); }
+    /// Sets bold().
     void setBold(bool value) noexcept { _bold.store(value, std::memory_order_relaxed); }
 
     /// `<u>` was present. Carried for clients; no output renders it.
     [[nodiscard]] bool underline() const noexcept { return _underline.load(std::memory_order_relaxed); }
+    /// Sets underline().
     void setUnderline(bool value) noexcept { _underline.store(value, std::memory_order_relaxed); }
 
     /// `<i>` was present. Carried for clients; no output renders it.
     [[nodiscard]] bool italic() const noexcept { return _italic.load(std::memory_order_relaxed); }
+    /// Sets italic().
     void setItalic(bool value) noexcept { _italic.store(value, std::memory_order_relaxed); }
 
     /// 1 red, 2 green, 3 yellow, 4 blue, 5 magenta, 6 cyan, 7 white (the teletext alphanumeric colour codes).
     [[nodiscard]] std::int32_t textColor() const noexcept { return _textColor.load(std::memory_order_relaxed); }
+    /// Sets textColor().
     void setTextColor(std::int32_t value) noexcept { _textColor.store(value, std::memory_order_relaxed); }
 
     /// 0 unchanged, 1 left, 2 center, 3 right.
     [[nodiscard]] std::int32_t alignment() const noexcept { return _alignment.load(std::memory_order_relaxed); }
+    /// Sets alignment().
     void setAlignment(std::int32_t value) noexcept { _alignment.store(value, std::memory_order_relaxed); }
 
     /// The digit of an `{\anN}` tag (numeric-keypad layout), 0 for none.
     [[nodiscard]] std::int32_t positioningType() const noexcept {
         return _positioningType.load(std::memory_order_relaxed);
     }
+    /// Sets positioningType().
     void setPositioningType(std::int32_t value) noexcept { _positioningType.store(value, std::memory_order_relaxed); }
 
     /// The screen row of the line; 0: not yet placed.
     [[nodiscard]] std::uint64_t verticalPosition() const noexcept {
         return _verticalPosition.load(std::memory_order_relaxed);
     }
+    /// Sets verticalPosition().
     void setVerticalPosition(std::uint64_t value) noexcept {
         _verticalPosition.store(value, std::memory_order_relaxed);
     }
@@ -87,6 +96,7 @@ public:
     [[nodiscard]] bool colorNeedsToBeAppliedToNextLine() const noexcept {
         return _colorNeedsToBeAppliedToNextLine.load(std::memory_order_relaxed);
     }
+    /// Sets colorNeedsToBeAppliedToNextLine().
     void setColorNeedsToBeAppliedToNextLine(bool value) noexcept {
         _colorNeedsToBeAppliedToNextLine.store(value, std::memory_order_relaxed);
     }
@@ -125,6 +135,7 @@ public:
 private:
     friend class QLXSubtitleRecord;
     friend class QLXSRTFileReader;
+    friend class QLXSTLFileReader;
 
     std::optional<std::string> _textString;
     std::atomic<bool> _bold{false};

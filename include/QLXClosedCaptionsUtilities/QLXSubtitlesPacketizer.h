@@ -58,6 +58,7 @@ public:
     [[nodiscard]] std::shared_ptr<QLXSubtitleRecord> liveSubtitleRecordToDisplay() const {
         return _guard.load(_liveSubtitleRecordToDisplay);
     }
+    /// Sets liveSubtitleRecordToDisplay().
     void setLiveSubtitleRecordToDisplay(std::shared_ptr<QLXSubtitleRecord> value) {
         _guard.store(_liveSubtitleRecordToDisplay, std::move(value));
     }
@@ -66,6 +67,7 @@ public:
     [[nodiscard]] std::shared_ptr<QLXSubtitleRecord> lastSubtitleRecord() const {
         return _guard.load(_lastSubtitleRecord);
     }
+    /// Sets lastSubtitleRecord().
     void setLastSubtitleRecord(std::shared_ptr<QLXSubtitleRecord> value) {
         _guard.store(_lastSubtitleRecord, std::move(value));
     }
@@ -74,14 +76,17 @@ public:
     [[nodiscard]] bool isSubtitleDisplayed() const noexcept {
         return _isSubtitleDisplayed.load(std::memory_order_relaxed);
     }
+    /// Sets isSubtitleDisplayed().
     void setIsSubtitleDisplayed(bool value) noexcept { _isSubtitleDisplayed.store(value, std::memory_order_relaxed); }
 
     /// 1 CEA-608, 2 OP-47 teletext; a change takes effect with the next frame.
     [[nodiscard]] std::int32_t subtitleMode() const noexcept { return _subtitleMode.load(std::memory_order_relaxed); }
+    /// Sets subtitleMode().
     void setSubtitleMode(std::int32_t value) noexcept { _subtitleMode.store(value, std::memory_order_relaxed); }
 
     /// Selects the video lines of OP-47 packets; a change takes effect with the next frame.
     [[nodiscard]] bool isHD() const noexcept { return _isHD.load(std::memory_order_relaxed); }
+    /// Sets isHD().
     void setIsHD(bool value) noexcept { _isHD.store(value, std::memory_order_relaxed); }
 
     // Frames
@@ -114,6 +119,7 @@ public:
 
     /// The code of a Unicode character without parity: high byte 0 for one of the basic set, a space for one that
     /// CEA-608 does not hold.
+    /// @param character The code point.
     /// @param highByte, lowByte Written; either may be null.
     static void cea608BytesWithUTF32Character_highByte_lowByte(std::uint32_t character, std::uint8_t* highByte,
                                                                std::uint8_t* lowByte) noexcept;

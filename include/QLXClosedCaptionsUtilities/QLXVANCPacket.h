@@ -47,35 +47,43 @@ public:
 
     /// The video line that carries the packet, as its producer states it (a 1-based SDI line, or a 0-based row index).
     [[nodiscard]] std::uint64_t lineNumber() const noexcept { return _lineNumber.load(std::memory_order_relaxed); }
+    /// Sets lineNumber().
     void setLineNumber(std::uint64_t value) noexcept { _lineNumber.store(value, std::memory_order_relaxed); }
 
     /// The user data words (UDW), one byte each (bits b0 to b7); its size is the data count. DID, SDID, DC, parity
     /// bits and checksum are not in it. None when nothing was set.
     [[nodiscard]] qlx::Data packetData() const { return _guard.load(_packetData); }
+    /// Sets packetData().
     void setPacketData(qlx::Data value) { _guard.store(_packetData, std::move(value)); }
 
     /// What kind of packet this is. Never derived by the setters of DID and SDID: whoever fills those sets it too.
     [[nodiscard]] QLXVANCPacketType packetType() const noexcept { return _packetType.load(std::memory_order_relaxed); }
+    /// Sets packetType().
     void setPacketType(QLXVANCPacketType value) noexcept { _packetType.store(value, std::memory_order_relaxed); }
 
     /// The packet's timing in a media timeline; carried for clients.
     [[nodiscard]] qlx::SampleTimingInfo timingInfo() const { return _guard.load(_timingInfo); }
+    /// Sets timingInfo().
     void setTimingInfo(const qlx::SampleTimingInfo& value) { _guard.store(_timingInfo, value); }
 
     /// Data identifier (DID), 0 to 255, without parity bits.
     [[nodiscard]] std::uint64_t packetDID() const noexcept { return _packetDID.load(std::memory_order_relaxed); }
+    /// Sets packetDID().
     void setPacketDID(std::uint64_t value) noexcept { _packetDID.store(value, std::memory_order_relaxed); }
 
     /// Secondary data identifier (SDID), 0 to 255, without parity bits.
     [[nodiscard]] std::uint64_t packetSDID() const noexcept { return _packetSDID.load(std::memory_order_relaxed); }
+    /// Sets packetSDID().
     void setPacketSDID(std::uint64_t value) noexcept { _packetSDID.store(value, std::memory_order_relaxed); }
 
     /// The packet belongs in horizontal rather than vertical ancillary space; carried for clients.
     [[nodiscard]] bool inHANCSpace() const noexcept { return _inHANCSpace.load(std::memory_order_relaxed); }
+    /// Sets inHANCSpace().
     void setInHANCSpace(bool value) noexcept { _inHANCSpace.store(value, std::memory_order_relaxed); }
 
     /// A consumer under load may drop the packet; carried for clients.
     [[nodiscard]] bool canBeDropped() const noexcept { return _canBeDropped.load(std::memory_order_relaxed); }
+    /// Sets canBeDropped().
     void setCanBeDropped(bool value) noexcept { _canBeDropped.store(value, std::memory_order_relaxed); }
 
     // Text form and encoding
@@ -153,6 +161,7 @@ public:
     /// The packets of an MXF ANC data element (SMPTE ST 436-1, without key and length).
     /// @param buffer The element; null only with size 0.
     /// @param size Its bytes; nothing behind them is read.
+    /// @param bufferFormat `2vuy`; see below.
     /// @return The packets in order. The list ends at a packet with a payload coding other than 4, with data count 0,
     ///   or with data that run past
     /// `size`. Fewer than 19 bytes, or a format other than `2vuy`, give no packets.
@@ -191,6 +200,7 @@ public:
 
     /// A `meta`/`VANC` sample that carries the element of `packets`, with the attachment "VANCPacketTypes" (the packet
     /// types in order). Null when a media object cannot be made; the last step's failure is also printed.
+    /// @param packets In the order in which they shall stand.
     /// @param timingInfo The sample's one timing entry.
     [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> createSampleBufferWithVANCPackets_timingInfo(
         const std::vector<std::shared_ptr<QLXVANCPacket>>& packets, const qlx::SampleTimingInfo& timingInfo);
@@ -212,20 +222,29 @@ public:
     /// A camera start (true) or stop (false) packet: type 6, DID 0x52, SDID 0x4D, line 9, eleven bytes.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> cameraRecordControlPacketWithStart(bool start);
 
+    /// Always none: a teletext packet has no text form here. Null is allowed.
+    [[nodiscard]] static std::optional<std::string> decodedStringFromOP47VANCPacket(
+        const std::shared_ptr<QLXVANCPacket>& packet) noexcept;
+
     // Ad insertion: SCTE-104 messages (ANSI/SCTE 104) in ANC packets (SMPTE ST 2010), and SCTE-35 sections from them
 
     /// An SCTE-104 packet: type 4, DID 0x41, SDID 0x07.
     /// @param data The message, payload descriptor first.
+    /// @param lineNumber Given to the packet.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> SCTE104PacketDataWithData_lineNumber(qlx::Data data,
                                                                                              std::uint64_t lineNumber);
 
     /// A packet of one splice request, message number 1. A value out of its range gives a packet with the 13-byte
     /// header alone.
     /// @param spliceType 1 to 255: 1 start, 2 start immediately, 3 end, 4 end immediately, 5 cancel.
+    /// @param asIndex AS_index.
+    /// @param dpiPID DPI_PID_index.
     /// @param spliceEventID 0 to 4294967295.
     /// @param programUniqueID 0 to 65535.
     /// @param duration Tenths of a second.
+    /// @param autoReturn auto_return_flag.
     /// @param preRoll Milliseconds.
+    /// @param lineNumber Given to the packet.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket>
     SCTE104VANCPacketWithSpliceType_asIndex_dpiPID_spliceEventID_programUniqueID_duration_autoReturn_preRoll_lineNumber(
         std::int32_t spliceType, std::uint8_t asIndex, std::uint16_t dpiPID, std::uint64_t spliceEventID,
@@ -233,7 +252,11 @@ public:
         std::uint64_t lineNumber);
 
     /// A packet of any operations, each a whole one with opID and data_length.
+    /// @param operations Whole operations, each with opID and data_length.
     /// @param messageNumber The low 8 bits are used.
+    /// @param asIndex AS_index.
+    /// @param dpiPID DPI_PID_index.
+    /// @param lineNumber Given to the packet.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket>
     SCTE104VANCPacketWithOperations_messageNumber_asIndex_dpiPID_lineNumber(const std::vector<qlx::Data>& operations,
                                                                             std::int32_t messageNumber,
@@ -249,6 +272,7 @@ public:
     /// The SCTE-35 section (ANSI/SCTE 35, CRC included) of an SCTE-104 packet: a splice_insert() and a segmentation
     /// descriptor. The message is read as one splice request without time stamp, whatever its header says; the break
     /// duration is copied as it is, pre-roll and auto return are not used. Writes one line to the technical log.
+    /// @param packet A packet with an SCTE-104 message.
     /// @param intendedPTS When to splice, in 90 kHz ticks; the low 33 bits are used.
     /// @return None when the packet is null, not of type 4, or has fewer than 31 bytes of data.
     [[nodiscard]] static qlx::Data SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(
@@ -264,6 +288,8 @@ public:
 
     /// A CEA-708 packet whose CDP (SMPTE ST 334-2) carries one field-1 pair and padding. Its length byte is 8 short
     /// and its checksum leaves out the first eight bytes, as deployed receivers of these packets expect.
+    /// @param frameDuration Fixes cdp_frame_rate and cc_count.
+    /// @param sequenceCounter cdp_hdr_sequence_cntr.
     /// @param lineNumber Widened with its sign.
     /// @param cea608Bytes Two bytes with parity, or null for an empty field-1 triplet.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket>
@@ -274,6 +300,8 @@ public:
 
     /// A CDP of ready triplets without service section; its length byte is 11 above the true length, as deployed
     /// receivers expect. None when the triplets are not exactly as many as the frame duration asks for.
+    /// @param frameDuration Fixes cdp_frame_rate and cc_count.
+    /// @param sequenceCounter cdp_hdr_sequence_cntr.
     /// @param lineNumber Not used.
     /// @param cea708Bytes 3 bytes a triplet.
     [[nodiscard]] static qlx::Data CEA708PacketDataWithFrameDuration_sequenceCounter_lineNumber_CEA708Bytes(

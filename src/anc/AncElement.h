@@ -45,6 +45,10 @@ void writePacket(std::uint8_t* bytes, const Packet& packet) noexcept;
 /// A whole element: the count (low 16 bits) and every packet.
 [[nodiscard]] Data element(std::span<const Packet> packets);
 
+/// A count, the line number and the DID, SDID, DC and data of one packet; the other fields are 0, and nothing pads the
+/// data: the form in which an OP-47 packet is handed on.
+[[nodiscard]] Data bareElement(std::uint16_t count, const Packet& packet);
+
 /// One packet of the old form, which combines several packets of a line.
 [[nodiscard]] std::vector<std::uint8_t> combinedPacket(std::uint64_t lineNumber, std::span<const Packet> packets);
 

@@ -20,7 +20,7 @@ inline constexpr std::size_t kWordsAroundData = 7;
 }
 
 /// All 256 parity-coded words: bits 0 to 7 the byte, bit 8 its even parity, bit 9 the inverse of bit 8.
-inline constexpr std::array<std::uint16_t, 256> kWords = [] {
+inline constexpr std::array<std::uint16_t, 256> kWords = []() {
     std::array<std::uint16_t, 256> words{};
     for (std::uint32_t byte = 0; byte < words.size(); ++byte) {
         const std::uint32_t parity = static_cast<std::uint32_t>(std::popcount(byte)) & 1U;

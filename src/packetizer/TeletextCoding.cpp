@@ -11,7 +11,7 @@ constexpr unsigned kCodedBits = 24;
 constexpr std::array<unsigned, 5> kCheckPositions = {1, 2, 4, 8, 16};
 
 /// For each check bit, the positions 1 to 23 that it covers, as a mask of the coded bits.
-constexpr std::array<std::uint32_t, kCheckPositions.size()> kCoverage = [] {
+constexpr std::array<std::uint32_t, kCheckPositions.size()> kCoverage = []() {
     std::array<std::uint32_t, kCheckPositions.size()> masks{};
     for (std::size_t check = 0; check < masks.size(); ++check) {
         for (unsigned position = 1; position < kCodedBits; ++position) {
@@ -60,7 +60,7 @@ constexpr CapitalRange kAccentedCapitals[] = {
     {0xD1, 0xD1, 'N'}, {0xD2, 0xD6, 'O'}, {0xD9, 0xDC, 'U'}, {0xDD, 0xDD, 'Y'},
 };
 
-constexpr std::array<std::uint8_t, 256> kFrenchCodes = [] {
+constexpr std::array<std::uint8_t, 256> kFrenchCodes = []() {
     std::array<std::uint8_t, 256> table{};
     for (unsigned character = 0; character < table.size(); ++character) {
         table[character] = static_cast<std::uint8_t>(character & 0x7FU);

@@ -18,7 +18,7 @@ constexpr std::uint8_t hamming84(unsigned value) noexcept {
 }
 
 /// 7-bit values with bit 7 set where needed to make the number of ones odd (EN 300 706, clause 8.1).
-inline constexpr std::array<std::uint8_t, 128> kOddParity = [] {
+inline constexpr std::array<std::uint8_t, 128> kOddParity = []() {
     std::array<std::uint8_t, 128> table{};
     for (unsigned value = 0; value < table.size(); ++value) {
         const bool even = std::popcount(value) % 2 == 0;

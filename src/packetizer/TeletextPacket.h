@@ -59,7 +59,7 @@ constexpr void writeFiller(std::span<std::uint8_t> target) noexcept {
 }
 
 /// The filling packet: magazine 8, packet 31.
-inline constexpr std::array<std::uint8_t, kPacketSize> kFillingPacket = [] {
+inline constexpr std::array<std::uint8_t, kPacketSize> kFillingPacket = []() {
     constexpr std::uint8_t kStart[] = {0x55, 0x55, 0x27, 0xD0, 0xEA, 0x64, 0x38, 0xC7, 0xC7, 0xC7, 0xC7, 0xC7, 0xC7};
     std::array<std::uint8_t, kPacketSize> packet{};
     for (std::size_t index = 0; index < std::size(kStart); ++index) {

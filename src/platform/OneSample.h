@@ -24,6 +24,10 @@ struct OneSample {
 [[nodiscard]] OneSample makeOneSample(std::uint32_t mediaType, std::uint32_t mediaSubType,
                                       std::span<const std::uint8_t> bytes, const SampleTimingInfo& timingInfo);
 
+/// The same for a format description that is there already.
+[[nodiscard]] OneSample makeOneSample(std::shared_ptr<const FormatDescription> format,
+                                      std::span<const std::uint8_t> bytes, const SampleTimingInfo& timingInfo);
+
 /// The whole data of `sample`, valid while the sample lives; none when it has none or they cannot be reached.
 [[nodiscard]] std::optional<std::span<const std::uint8_t>> dataOfSample(const SampleBuffer& sample);
 

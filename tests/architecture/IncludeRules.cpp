@@ -74,6 +74,19 @@ constexpr std::string_view kToolSystemFiles[] = {
 
 constexpr std::string_view kHeavyFolders[] = {"CLI/", "nlohmann/"};
 
+struct LibraryWrapper {
+    std::string_view file;
+    std::string_view header;  ///< The beginning of what it may include.
+};
+
+/// The one file of the tool that includes a library's headers.
+constexpr LibraryWrapper kLibraryWrappers[] = {
+    {"tools/qlxcc/Container.cpp", "libav"},
+    {"tools/qlxcc/Encoding.cpp", "iconv.h"},
+    {"tools/qlxcc/PngFile.cpp", "png.h"},
+    {"tools/qlxcc/ScreenImage.cpp", "libzvbi.h"},
+};
+
 constexpr std::string_view kVectorHeaders[] = {"immintrin.h", "arm_neon.h"};
 
 /// Headers of the language and its library, as far as a portable file may use them.
@@ -96,6 +109,7 @@ constexpr std::string_view kStandardHeaders[] = {
     "complex",
     "concepts",
     "condition_variable",
+    "csetjmp",
     "csignal",
     "cstdarg",
     "cstddef",
@@ -320,6 +334,11 @@ private:
         for (const std::string_view folder : kHeavyFolders) {
             if (path.starts_with("tools/") && include.path.starts_with(folder)) {
                 _heavyIncluders[std::string(folder)].insert(path);
+                return;
+            }
+        }
+        for (const LibraryWrapper& wrapper : kLibraryWrappers) {
+            if (path == wrapper.file && include.path.starts_with(wrapper.header)) {
                 return;
             }
         }

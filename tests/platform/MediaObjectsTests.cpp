@@ -63,6 +63,24 @@ TEST(OneSample, NamesTheStageThatRefuses) {
     }
 }
 
+TEST(OneSample, TakesAFormatThatIsThereAlready) {
+    const auto format = std::make_shared<qlx::FormatDescription>(qlx::FormatDescription{kType, kSubType, {}});
+    const std::vector<std::uint8_t> bytes{1, 2, 3};
+    const qlx::OneSample result = qlx::makeOneSample(format, bytes, kTiming);
+    ASSERT_TRUE(result.sample);
+    EXPECT_EQ(result.sample->formatDescription, format);
+    EXPECT_EQ(result.sample->sampleSize, 3U);
+    EXPECT_EQ(result.sample->timingInfo, kTiming);
+    for (const SampleStage stage : {SampleStage::BlockBuffer, SampleStage::DataPointer, SampleStage::SampleBuffer}) {
+        RefusingMediaFactory factory(stage, -12731);
+        const qlx::ScopedService<qlx::MediaFactory> scope(factory);
+        const qlx::OneSample refused = qlx::makeOneSample(format, bytes, kTiming);
+        EXPECT_FALSE(refused.sample);
+        EXPECT_EQ(refused.failedStage, stage);
+        EXPECT_EQ(refused.status, -12731);
+    }
+}
+
 TEST(OneSample, KeepsASampleThatComesBesideAnError) {
     RefusingMediaFactory factory(SampleStage::SampleBuffer, 5);
     factory.givesSampleAnyway = true;

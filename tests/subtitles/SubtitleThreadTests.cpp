@@ -1,8 +1,10 @@
 // Delivery of the asynchronous reader, and properties that several threads use at once.
 #include "MemoryFiles.h"
+#include "STLFile.h"
 #include "SubtitleStates.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
+#include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
 
 #include <gtest/gtest.h>
 
@@ -125,6 +127,86 @@ TEST(QLXSRTFileReaderAsync, ReadsManyFilesAtOnce) {
     for (int call = 0; call < kCount; ++call) {
         readInBackground("a.srt", [&](const ReaderResult& records) {
             EXPECT_EQ(qlxtest::statesOf(records), expectedRecords());
+            if (++calls == kCount) {
+                mainQueue.stop();
+            }
+        });
+    }
+    mainQueue.run();
+    EXPECT_EQ(calls, kCount);
+}
+
+std::string stlFileWithOneBlock() {
+    return qlxtest::stlFile(
+        {{.text = qlxtest::stlText({'H', 'i', 0x8F}), .number = 7, .in = {0, 0, 10, 0}, .out = {0, 0, 12, 0}}});
+}
+
+Records expectedSTLRecords() {
+    return {RecordState{7, 0, true, 10.0, 12.0, {LineState{.text = "Hi", .row = 9}}}};
+}
+
+void readSTLInBackground(std::string path, std::function<void(ReaderResult)> handler) {
+    QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler(std::move(path), std::move(handler));
+}
+
+TEST(QLXSTLFileReaderAsync, DeliversOnTheMainQueue) {
+    qlxtest::MemoryFiles files;
+    files.add("a.stl", stlFileWithOneBlock());
+    qlx::MainQueue mainQueue;
+    const qlx::ScopedService<qlx::MainQueue> service(mainQueue);
+    Records received;
+    std::thread::id thread;
+    readSTLInBackground("a.stl", [&](const ReaderResult& records) {
+        received = qlxtest::statesOf(records);
+        thread = std::this_thread::get_id();
+        mainQueue.stop();
+    });
+    EXPECT_EQ(received, Records{});
+    mainQueue.run();
+    EXPECT_EQ(received, expectedSTLRecords());
+    EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST(QLXSTLFileReaderAsync, ReadsOnAQueueOfItsOwnAndThenWaitsForTheMainQueue) {
+    qlxtest::MemoryFiles files;
+    HeldQueue background;
+    const qlx::ScopedService<qlx::BackgroundQueue> backgroundService(background);
+    qlx::MainQueue mainQueue;
+    const qlx::ScopedService<qlx::MainQueue> mainService(mainQueue);
+    std::vector<Records> received;
+    auto owned = std::make_shared<int>(0);
+    const std::weak_ptr<int> handlerLives = owned;
+    const auto take = [&received](const ReaderResult& records) { received.push_back(qlxtest::statesOf(records)); };
+    readSTLInBackground("a.stl", [take, owned = std::move(owned)](const ReaderResult& records) { take(records); });
+    readSTLInBackground("missing.stl", take);
+    EXPECT_EQ(mainQueue.drain(), 0U);
+    // The file is not read before the queue gets to it.
+    files.add("a.stl", stlFileWithOneBlock());
+    EXPECT_EQ(background.runAll(), 2U);  // two queues
+    EXPECT_TRUE(received.empty());
+    EXPECT_FALSE(handlerLives.expired());
+    EXPECT_EQ(mainQueue.drain(), 2U);
+    EXPECT_EQ(received, (std::vector<Records>{expectedSTLRecords(), Records{}}));
+    EXPECT_TRUE(handlerLives.expired());
+}
+
+TEST(QLXSTLFileReaderAsync, ReadsNothingWithoutAHandler) {
+    HeldQueue background;
+    const qlx::ScopedService<qlx::BackgroundQueue> backgroundService(background);
+    readSTLInBackground("a.stl", nullptr);
+    EXPECT_EQ(background.runAll(), 0U);
+}
+
+TEST(QLXSTLFileReaderAsync, ReadsManyFilesAtOnce) {
+    constexpr int kCount = 50;
+    qlxtest::MemoryFiles files;
+    files.add("a.stl", stlFileWithOneBlock());
+    qlx::MainQueue mainQueue;
+    const qlx::ScopedService<qlx::MainQueue> service(mainQueue);
+    int calls = 0;
+    for (int call = 0; call < kCount; ++call) {
+        readSTLInBackground("a.stl", [&](const ReaderResult& records) {
+            EXPECT_EQ(qlxtest::statesOf(records), expectedSTLRecords());
             if (++calls == kCount) {
                 mainQueue.stop();
             }

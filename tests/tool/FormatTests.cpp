@@ -37,6 +37,24 @@ TEST(Rates, FindsTheFirstFrameAtATime) {
     EXPECT_FALSE(rateNamed(""));
 }
 
+TEST(Rates, HaveSeveralNames) {
+    const auto name = [](std::string_view text) {
+        const auto rate = rateNamed(text);
+        return rate ? rate->name : "none";
+    };
+    EXPECT_EQ(name("23.98"), "23.976");
+    EXPECT_EQ(name("24000/1001"), "23.976");
+    EXPECT_EQ(name("30000/1001"), "29.97");
+    EXPECT_EQ(name("60000/1001"), "59.94");
+    EXPECT_EQ(name("120000/2002"), "59.94");
+    EXPECT_EQ(name("25/1"), "25");
+    EXPECT_EQ(name("50/2"), "25");
+    for (const std::string_view text : {"", "/", "25/", "/1", "0/0", "25/0", "0/1", "-25/1", "25/-1", "2997/100", "26",
+                                        "25 ", "25/1 ", "99999999999999999999/1", "25/1/1"}) {
+        EXPECT_EQ(name(text), "none") << text;
+    }
+}
+
 TEST(Rates, LeadAFramesOwnTimeBackToIt) {
     for (const Rate& rate : kRates) {
         for (std::uint64_t frame = 0;; frame = frame * 3 / 2 + 1) {
@@ -61,6 +79,7 @@ TEST(Times, ReadsSecondsAndTimecodes) {
     EXPECT_EQ(parseTime("10.04"), 10.04);
     EXPECT_EQ(parseTime("00:00:10,500"), 10.5);
     EXPECT_EQ(parseTime("00:00:10,040"), 10.04);
+    EXPECT_EQ(parseTime("00:00:10.500"), 10.5);
     EXPECT_EQ(parseTime("00:00:10"), 10.0);
     EXPECT_EQ(parseTime("1:02:03,004"), 3723.004);
     EXPECT_EQ(parseTime("100:00:00"), 360000.0);
@@ -95,12 +114,76 @@ TEST(Times, RefusesEverythingElse) {
                                         "::",
                                         "00:00:10,5",
                                         "00:00:10,5000",
-                                        "00:00:10.500",
+                                        "00:00:10.5",
                                         "00:00:10,",
                                         "-00:00:10",
                                         "00:00:10,500x",
                                         "99999999999999999999999999999999999999"}) {
         EXPECT_FALSE(parseTime(text)) << text;
+    }
+}
+
+/// What timeInSeconds() says of a text that it refuses.
+std::string timeRefusal(std::string_view text, const char* rate) {
+    const Rate known = rateNamed(rate).value_or(Rate{});
+    try {
+        return std::to_string(timeInSeconds(text, known.timescale == 0 ? nullptr : &known));
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+}
+
+TEST(Times, NameAFrame) {
+    const auto seconds = [](std::string_view text, std::string_view rate) {
+        const Rate known = rateNamed(rate).value();
+        return timeInSeconds(text, &known);
+    };
+    EXPECT_EQ(seconds("00:00:10:12", "25"), 262.0 / 25.0);
+    EXPECT_EQ(seconds("100:00:00:24", "25"), 9000024.0 / 25.0);
+    EXPECT_EQ(seconds("00:00:10:49", "50"), 549.0 / 50.0);
+    // Non-drop-frame counting takes 30 frames a second, each of 1001/30000 s.
+    EXPECT_EQ(seconds("00:00:01:00", "29.97"), 30.0 * 1001.0 / 30000.0);
+    EXPECT_EQ(seconds("00:00:01:23", "23.976"), 47.0 * 1001.0 / 24000.0);
+    // Two numbers are left out a minute, but not of each tenth: an hour has 108000 - 54 x 2 frames.
+    EXPECT_EQ(seconds("00:00:59;29", "29.97"), 1799.0 * 1001.0 / 30000.0);
+    EXPECT_EQ(seconds("00:01:00;02", "29.97"), 1800.0 * 1001.0 / 30000.0);
+    EXPECT_EQ(seconds("00:10:00;00", "29.97"), 17982.0 * 1001.0 / 30000.0);
+    EXPECT_EQ(seconds("01:00:00;00", "29.97"), 107892.0 * 1001.0 / 30000.0);
+    EXPECT_EQ(seconds("00:01:00;04", "59.94"), 3600.0 * 1001.0 / 60000.0);
+    // The other forms do not need a rate.
+    EXPECT_EQ(timeInSeconds("00:00:10,500", nullptr), 10.5);
+    EXPECT_EQ(timeInSeconds("7", nullptr), 7.0);
+}
+
+TEST(Times, SayWhyATimecodeNamesNoFrame) {
+    EXPECT_EQ(timeRefusal("00:00:10:25", "25"),
+              "\"00:00:10:25\" is no TIME: at 25 frames/s the frames of a second are 0 to 24");
+    EXPECT_EQ(timeRefusal("00:00:10:30", "29.97"),
+              "\"00:00:10:30\" is no TIME: at 29.97 frames/s the frames of a second are 0 to 29");
+    for (const char* text : {"00:01:00;00", "00:01:00;01", "00:59:00;01"}) {
+        EXPECT_EQ(timeRefusal(text, "29.97"),
+                  "\"" + std::string(text) + "\" is no TIME: drop-frame timecodes leave this number out");
+    }
+    EXPECT_EQ(timeRefusal("00:01:00;03", "59.94"),
+              "\"00:01:00;03\" is no TIME: drop-frame timecodes leave this number out");
+    EXPECT_EQ(timeRefusal("00:01:00;10", "30"),
+              "\"00:01:00;10\" is a drop-frame timecode, which counts frames at 29.97 and 59.94 only");
+    EXPECT_EQ(timeRefusal("00:00:10:12", ""), "\"00:00:10:12\" counts frames, and there is no rate to count them at");
+    for (const char* text : {"", "00:00:10:1", "00:00:10:123", "00:60:10:12", "00:10", "9999:00:00:00", "soon"}) {
+        EXPECT_EQ(timeRefusal(text, "25"), "\"" + std::string(text) +
+                                               "\" is not a TIME (10.5, 00:00:10,500 or 00:00:10:12; at most 1000 "
+                                               "hours)");
+    }
+}
+
+TEST(Times, LeadTheTimecodeOfAFrameBackToIt) {
+    for (const Rate& rate : kRates) {
+        for (const bool isDropFrame : {false, true}) {
+            for (std::uint64_t frame = 0; frame < 250000 && (!isDropFrame || hasDropFrame(rate)); frame += 7) {
+                const double seconds = timeInSeconds(timecodeOfFrame(frame, rate, isDropFrame), &rate);
+                ASSERT_EQ(firstFrameAtOrAfter(rate, seconds), frame) << rate.name;
+            }
+        }
     }
 }
 
@@ -129,11 +212,16 @@ TEST(Texts, TakeOutWhatSteersATerminal) {
     EXPECT_EQ(hex(fromHex("00ff4d")), "00ff4d");
 }
 
-TEST(ProgressText, ShowsAPercentageWhereTheTotalIsKnown) {
-    EXPECT_EQ(progressText(1, 50, 200), "qlxcc: 1 frame, 25 %");
-    EXPECT_EQ(progressText(1200, 1200, 1200), "qlxcc: 1200 frames, 100 %");
-    EXPECT_EQ(progressText(3, 10, std::nullopt), "qlxcc: 3 frames");
-    EXPECT_EQ(progressText(3, 10, 0), "qlxcc: 3 frames");
+TEST(ProgressText, ShowsAPercentageAndTheTimeLeftWhereTheTotalIsKnown) {
+    EXPECT_EQ(progressText(1, 50, 200, 0.0), "qlxcc: 1 frame, 25 %");
+    EXPECT_EQ(progressText(1200, 600, 1200, 2.0), "qlxcc: 1200 frames, 50 %, 600 frames/s, 00:02 left");
+    // 150 of 200 parts are left, of which 50 took 30.1 s: 90.3 s.
+    EXPECT_EQ(progressText(301, 50, 200, 30.1), "qlxcc: 301 frames, 25 %, 10 frames/s, 01:31 left");
+    EXPECT_EQ(progressText(10, 1, 7201, 1.0), "qlxcc: 10 frames, 0 %, 10 frames/s, 2:00:00 left");
+    EXPECT_EQ(progressText(1200, 1200, 1200, 1.0), "qlxcc: 1200 frames, 100 %, 1200 frames/s, 00:00 left");
+    EXPECT_EQ(progressText(1200, 1300, 1200, 1.0), "qlxcc: 1200 frames, 108 %, 1200 frames/s, 00:00 left");
+    EXPECT_EQ(progressText(3, 10, std::nullopt, 0.0), "qlxcc: 3 frames");
+    EXPECT_EQ(progressText(3, 10, 0, 1.5), "qlxcc: 3 frames, 2 frames/s");
 }
 
 TEST(Teletext, IsDescribedInWords) {
@@ -148,10 +236,12 @@ TEST(Teletext, IsDescribedInWords) {
     EXPECT_EQ(words(qlxtest::packetHex(
                   "0a0b0c", pageHeaderHex("025e", false) + qlxtest::bonjourRowHex() + qlxtest::bonjourRowHex(), 0)),
               "page 813, rows 11,11");
-    // One bit of the address is wrong: 159b becomes 149b.
+    // One bit of the address is wrong, which is put right: 159b becomes 149b. Two are too many: 169b.
     std::string damaged = qlxtest::bonjourHex(0);
     ASSERT_EQ(damaged.substr(24, 4), "159b");
     damaged.replace(24, 4, "149b");
+    EXPECT_EQ(words(damaged), "row 11");
+    damaged.replace(24, 4, "169b");
     EXPECT_EQ(words(damaged), "damaged packet");
     EXPECT_EQ(words(""), "0 bytes");
     EXPECT_EQ(words("5115"), "2 bytes");

@@ -101,7 +101,7 @@ TEST(JsonSubtitles, BrokenFiles) {
     expectRefused("{}", "line 1: the JSON is no array of subtitles");
     expectRefused("[1, 2]", "no valid subtitle in the file: element 1: no object");
     expectRefused("[{\"text_lines\": []}]", "no valid subtitle in the file: element 1: no \"text_lines\"");
-    expectRefused("[\"\xFF\"]", "byte 2: not UTF-8 (line 1, byte value ff)");
+    expectRefused("[\"\xFF\"]", "line 1, byte 2: 0xFF is not UTF-8 (try --encoding ISO-8859-1)");
 }
 
 TEST(JsonSubtitles, NestingHasAnEnd) {

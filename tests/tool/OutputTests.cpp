@@ -158,10 +158,12 @@ TEST_F(Output, LeavesNothingWhenASignalEndsIt) {
 
 TEST_F(Output, ShowsProgressOnATerminal) {
     const ToolResult result = playTo("/dev/null", {"--format", "klv", "--duration", "900:00:00"},
-                                     {.signal = SIGTERM, .waitForText = " %\x1b[K"});
+                                     {.signal = SIGTERM, .waitForText = " left\x1b[K"});
     EXPECT_EQ(result.signal, SIGTERM);
     EXPECT_TRUE(result.err.starts_with("\rqlxcc: ")) << result.err;
     EXPECT_NE(result.err.find(" frames, "), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(" %, "), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(" frames/s, "), std::string::npos) << result.err;
 }
 
 TEST_F(Output, EndsQuietlyWhenNobodyReads) {

@@ -60,20 +60,22 @@ TEST(SubtitleInput, NothingButEmptyLines) {
 }
 
 TEST(SubtitleInput, NotUTF8) {
-    expectRefused("1\n00:00:01,000 --> 00:00:02,000\nd\xE9j\xE0\n\n", "byte 33: not UTF-8 (line 3, byte value e9)");
-    expectRefused("\xFF", "byte 0: not UTF-8 (line 1, byte value ff)");
+    expectRefused("1\n00:00:01,000 --> 00:00:02,000\nd\xE9j\xE0\n\n",
+                  "line 3, byte 33: 0xE9 is not UTF-8 (try --encoding ISO-8859-1)");
+    expectRefused("\xFF", "line 1, byte 0: 0xFF is not UTF-8 (try --encoding ISO-8859-1)");
     // The first bytes of a two-byte character, at the very end.
-    expectRefused("1\n00:00:01,000 --> 00:00:02,000\nd\xC3", "byte 33: not UTF-8 (line 3, byte value c3)");
+    expectRefused("1\n00:00:01,000 --> 00:00:02,000\nd\xC3",
+                  "line 3, byte 33: 0xC3 is not UTF-8 (try --encoding ISO-8859-1)");
 }
 
 TEST(SubtitleInput, UTF16) {
     using namespace std::string_view_literals;
     expectRefused("\xFF\xFE"
                   "1\0\n\0"sv,
-                  "byte 0: not UTF-8 but UTF-16 (by its byte-order mark)");
+                  "byte 0: UTF-16, by its byte-order mark, and not UTF-8 (try --encoding UTF-16)");
     expectRefused("\xFE\xFF\0"
                   "1\0\n"sv,
-                  "byte 0: not UTF-8 but UTF-16 (by its byte-order mark)");
+                  "byte 0: UTF-16, by its byte-order mark, and not UTF-8 (try --encoding UTF-16)");
 }
 
 TEST(SubtitleInput, CarriageReturnsAlone) {
@@ -157,7 +159,7 @@ TEST(SubtitleInput, WarnsOfATimingLineInsideACue) {
 std::vector<std::uint64_t> problemLines(std::string_view text) {
     std::vector<std::uint64_t> lines;
     for (const auto& problem : qlx::tool::findSRTProblems(text)) {
-        lines.push_back(problem.line);
+        lines.push_back(problem.place);
     }
     return lines;
 }

@@ -64,8 +64,8 @@ int openInput(const std::string& content) {
 }
 
 /// In the child: only calls that are safe behind fork().
-[[noreturn]] void becomeTool(int tool, char* const* arguments, const ToolConditions& conditions, int input, int output,
-                             int errors) {
+[[noreturn]] void becomeTool(int tool, char* const* arguments, char* const* environment,
+                             const ToolConditions& conditions, int input, int output, int errors) {
     ::dup2(input, STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(errors, STDERR_FILENO);
@@ -81,8 +81,30 @@ int openInput(const std::string& content) {
         (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) {
         ::_exit(126);
     }
-    ::fexecve(tool, arguments, environ);
+    ::fexecve(tool, arguments, environment);
     ::_exit(127);
+}
+
+/// The environment of the test, but for what steers colours, and what the conditions add.
+std::vector<std::string> environmentOf(const ToolConditions& conditions) {
+    std::vector<std::string> variables;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string text = *variable;
+        if (!text.starts_with("TERM=") && !text.starts_with("NO_COLOR=")) {
+            variables.push_back(text);
+        }
+    }
+    variables.insert(variables.end(), conditions.environment.begin(), conditions.environment.end());
+    return variables;
+}
+
+/// Pointers to texts, and a null behind them.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    std::transform(texts.begin(), texts.end(), std::back_inserter(pointers),
+                   [](std::string& text) { return text.data(); });
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 /// A terminal: what is written to its write end comes out at its read end.
@@ -138,10 +160,9 @@ void signalWhenFileAppears(pid_t child, const ToolConditions& conditions) {
 ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditions& conditions) {
     std::vector<std::string> texts{"qlxcc"};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers;
-    std::transform(texts.begin(), texts.end(), std::back_inserter(pointers),
-                   [](std::string& text) { return text.data(); });
-    pointers.push_back(nullptr);
+    const std::vector<char*> pointers = pointersTo(texts);
+    std::vector<std::string> variables = environmentOf(conditions);
+    const std::vector<char*> environment = pointersTo(variables);
 
     // Opened here: the child may have no right to walk the build folder.
     const int tool = ::open(kTool, O_RDONLY | O_CLOEXEC);
@@ -153,6 +174,9 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
     Pipe err;
     if (!conditions.waitForText.empty()) {
         openTerminal(err);
+    }
+    if (conditions.outputIsTerminal) {
+        openTerminal(out);
     }
     int output = out.writeEnd;
     if (!conditions.outputFile.empty()) {
@@ -166,7 +190,7 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
         throw std::runtime_error("fork failed");
     }
     if (child == 0) {
-        becomeTool(tool, pointers.data(), conditions, input, output, err.writeEnd);
+        becomeTool(tool, pointers.data(), environment.data(), conditions, input, output, err.writeEnd);
     }
     ::close(tool);
     ::close(input);
@@ -181,8 +205,10 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
     ToolResult result;
     collect(child, out, err, conditions, result);
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    rusage usage{};
+    while (::wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
     }
+    result.peakMemory = static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
     if (WIFEXITED(status)) {
         result.exitCode = WEXITSTATUS(status);
     } else {

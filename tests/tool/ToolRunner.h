@@ -17,6 +17,7 @@ struct ToolResult {
     int signal = 0;
     std::string out;
     std::string err;
+    std::uint64_t peakMemory = 0;  ///< Bytes that were in memory at once; at least those of the test itself.
 };
 
 /// The conditions of a run.
@@ -28,6 +29,8 @@ struct ToolConditions {
     std::optional<std::uint64_t> greatestFile = {};  ///< Bytes that a file may have.
     std::string waitForFileIn = {};                  ///< Send `signal` as soon as there is a file in this folder.
     int signal = 0;
+    bool outputIsTerminal = false;              ///< Standard output is a terminal, whose lines end in \r\n.
+    std::vector<std::string> environment = {};  ///< `NAME=VALUE`; TERM and NO_COLOR are not set without.
     std::string waitForText = {};  ///< Standard error is a terminal; send `signal` when this has been shown on it.
 };
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using qlxtest::isOneMessage;
@@ -36,6 +38,17 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "0"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "nan"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "3600001"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--from", "00:00:01:25"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "00:00:01;10"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "29.97", "--from", "00:01:00;00"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--duration", "00:00:00:00"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25/2"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--encoding", "latin"},
+        std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--encoding", ""},
+        std::vector<std::string>{"subs", "a.srt", "--encoding", "ASCII//TRANSLIT"},
+        std::vector<std::string>{"subs", "a.srt", "--mode", "cea608"},
+        std::vector<std::string>{"subs", "a.srt", "--mode", "telex"}, std::vector<std::string>{"subs"},
+        std::vector<std::string>{"scte104", "build", "splice-start", "--event-id", "1", "--duration", "00:00:30:00"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--format", "2vuy"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.txt"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "-"},
@@ -44,10 +57,8 @@ INSTANTIATE_TEST_SUITE_P(
                                  "0"}));
 
 INSTANTIATE_TEST_SUITE_P(ScanCommandLines, WrongUsage,
-                         ::testing::Values(std::vector<std::string>{"scan"}, std::vector<std::string>{"scan", "a.mxf"},
-                                           std::vector<std::string>{"scan", "a.v210.d/b"},
-                                           std::vector<std::string>{"scan", "-"},
-                                           std::vector<std::string>{"scan", "a.v210", "--format", "jsonl"},
+                         ::testing::Values(std::vector<std::string>{"scan"},
+                                           std::vector<std::string>{"scan", "a.v210", "--format", "srt"},
                                            std::vector<std::string>{"scan", "a.v210", "--width", "0"},
                                            std::vector<std::string>{"scan", "a.v210", "--width", "wide"},
                                            std::vector<std::string>{"scan", "a.v210", "--lines", "12,"},
@@ -89,28 +100,64 @@ TEST(Usage, SaysWhichRatesBelongTogether) {
                           "29.97 and 59.94, 30 and 60) (see qlxcc rate --help)\n");
 }
 
-TEST(Usage, HelpShowsAnExampleOfEachCommand) {
-    for (const std::string& command : std::vector<std::string>{"play", "scan", "extract", "rate"}) {
-        const auto result = runTool({command, "--help"});
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.err, "");
-        EXPECT_NE(result.out.find("Examples:\n  qlxcc " + command + " "), std::string::npos) << result.out;
-        for (const std::string& line : qlxtest::linesOf(result.out)) {
-            EXPECT_LE(line.size(), 120U) << line;
+/// The commands that a help text lists.
+std::vector<std::string> commandsIn(const std::string& help) {
+    std::vector<std::string> names;
+    bool isList = false;
+    for (const std::string& line : qlxtest::linesOf(help)) {
+        if (line == "Subcommands:") {
+            isList = true;
+        } else if (!line.starts_with("  ")) {
+            isList = false;
+        } else if (isList && line[2] != ' ') {
+            names.push_back(line.substr(2, line.find(' ', 2) - 2));
         }
     }
-    const auto whole = runTool({"--help"});
-    EXPECT_EQ(whole.exitCode, 0);
-    for (const std::string& command : std::vector<std::string>{"play", "scan", "extract", "rate"}) {
-        EXPECT_NE(whole.out.find("\n  " + command + " "), std::string::npos) << command;
+    return names;
+}
+
+/// Checks the help of a command and of those inside of it.
+/// @return How many there are.
+std::size_t checkHelp(std::vector<std::string> command) {
+    std::string called = "qlxcc";
+    for (const std::string& name : command) {
+        called += " " + name;
     }
+    command.push_back("--help");
+    const auto result = runTool(command);
+    command.pop_back();
+    EXPECT_EQ(result.exitCode, 0) << called;
+    EXPECT_EQ(result.err, "") << called;
+    std::size_t examples = 0;
+    bool areExamples = false;
+    for (const std::string& line : qlxtest::linesOf(result.out)) {
+        EXPECT_LE(line.size(), 120U) << called << ": " << line;
+        areExamples = areExamples || line == "Examples:";
+        examples += areExamples && line.find(called + " ") != std::string::npos ? 1 : 0;
+    }
+    EXPECT_GE(examples, 2U) << called;
+    std::size_t count = 1;
+    for (const std::string& inner : commandsIn(result.out)) {
+        std::vector<std::string> whole = command;
+        whole.push_back(inner);
+        count += checkHelp(whole);
+    }
+    return count;
+}
+
+TEST(Usage, HelpShowsTwoExamplesOfEachCommand) {
+    const std::vector<std::string> names = commandsIn(runTool({"--help"}).out);
+    for (const std::string& command : std::vector<std::string>{"play", "subs", "scan", "extract", "rate"}) {
+        EXPECT_NE(std::find(names.begin(), names.end(), command), names.end()) << command;
+    }
+    // The two of scte104 are inside of it.
+    EXPECT_GE(checkHelp({}), names.size() + 3);
 }
 
 TEST(Usage, APipeNeedsAFormat) {
     const auto result = runTool({"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "-"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(result.err, "qlxcc: --format is needed when writing to a pipe (see qlxcc play --help)\n");
-    EXPECT_EQ(runTool({"scan", "-"}).err, "qlxcc: --format is needed with a pipe (see qlxcc scan --help)\n");
 }
 
 TEST(Usage, VersionIsOneLine) {

@@ -30,21 +30,18 @@ TripletKind kindOf(std::uint8_t flags) {
     return (flags & 4U) == 0 ? TripletKind::Padding : kKinds[flags & 3U];
 }
 
-void readTriplets(Cdp& cdp, std::span<const std::uint8_t> section) {
+void readCaptionData(Cdp& cdp, std::span<const std::uint8_t> section) {
     if (section.size() < 2 || section[0] != kCaptionDataId) {
         return;
     }
     cdp.ccCount = static_cast<std::uint8_t>(section[1] & 0x1FU);
     section = section.subspan(2);
     const std::size_t count = std::min<std::size_t>(*cdp.ccCount, section.size() / kTripletSize);
-    for (std::size_t index = 0; index < count; ++index) {
-        const auto triplet = section.subspan(index * kTripletSize, kTripletSize);
-        cdp.triplets.push_back({kindOf(triplet[0]), {triplet[1], triplet[2]}});
-    }
+    cdp.triplets = readTriplets(section.first(count * kTripletSize));
 }
 
 /// Neighbours of one kind share its name; padding is only counted.
-std::string tripletsInWords(const std::vector<CaptionTriplet>& triplets) {
+std::string inWords(const std::vector<CaptionTriplet>& triplets) {
     std::string text;
     for (std::size_t first = 0; first < triplets.size();) {
         const TripletKind kind = triplets[first].kind;
@@ -72,7 +69,7 @@ std::string tripletsOf(const Cdp& cdp) {
     if (cdp.triplets.size() < *cdp.ccCount) {
         text += " (" + std::to_string(cdp.triplets.size()) + " are there)";
     }
-    return cdp.triplets.empty() ? text : text + ": " + tripletsInWords(cdp.triplets);
+    return cdp.triplets.empty() ? text : text + ": " + inWords(cdp.triplets);
 }
 
 std::string remarks(const Cdp& cdp) {
@@ -107,6 +104,19 @@ std::string_view nameOf(TripletKind kind) noexcept {
     return "padding";
 }
 
+std::vector<CaptionTriplet> readTriplets(std::span<const std::uint8_t> triplets) {
+    std::vector<CaptionTriplet> result;
+    for (; triplets.size() >= kTripletSize; triplets = triplets.subspan(kTripletSize)) {
+        result.push_back({kindOf(triplets[0]), {triplets[1], triplets[2]}});
+    }
+    return result;
+}
+
+std::string tripletsInWords(std::span<const std::uint8_t> triplets) {
+    const std::vector<CaptionTriplet> read = readTriplets(triplets);
+    return counted(read.size(), "triplet") + (read.empty() ? std::string() : ": " + inWords(read));
+}
+
 std::optional<Cdp> readCdp(std::span<const std::uint8_t> data) {
     if (data.size() < kHeaderSize || data[0] != 0x96 || data[1] != 0x69) {
         return std::nullopt;
@@ -125,7 +135,7 @@ std::optional<Cdp> readCdp(std::span<const std::uint8_t> data) {
         cdp.timeCodeBytes = kTimeCodeSize;
         rest = rest.subspan(kTimeCodeSize);
     }
-    readTriplets(cdp, rest);
+    readCaptionData(cdp, rest);
     return cdp;
 }
 

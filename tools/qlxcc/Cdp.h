@@ -42,6 +42,12 @@ struct Cdp {
     [[nodiscard]] bool hasStandardChecksum() const noexcept { return checksum == standardChecksum; }
 };
 
+/// The triplets of cc_data, three bytes each; what is left behind the last whole one is not looked at.
+[[nodiscard]] std::vector<CaptionTriplet> readTriplets(std::span<const std::uint8_t> triplets);
+
+/// A line: `20 triplets: field 1 942c, 19 padding`.
+[[nodiscard]] std::string tripletsInWords(std::span<const std::uint8_t> triplets);
+
 /// Reads a packet's data; none when they do not begin as a CDP does, or end inside its header.
 [[nodiscard]] std::optional<Cdp> readCdp(std::span<const std::uint8_t> data);
 

@@ -2,10 +2,14 @@
 #pragma once
 
 #include "CommandLineSCTE.h"
+#include "Completion.h"
 #include "Extract.h"
+#include "Line21.h"
 #include "Play.h"
 #include "RateChange.h"
 #include "Scan.h"
+#include "Show.h"
+#include "Subs.h"
 #include "ToolLog.h"
 
 #include <variant>
@@ -17,7 +21,8 @@ struct ExitNow {
     int code = 0;
 };
 
-using Command = std::variant<ExitNow, PlayOptions, ScanOptions, ExtractOptions, RateChangeOptions, ScteCommand>;
+using Command = std::variant<ExitNow, PlayOptions, SubsOptions, ScanOptions, ExtractOptions, RateChangeOptions,
+                             CompletionOptions, ScteCommand, Line21WriteOptions, Line21ReadOptions, ShowOptions>;
 
 /// Parses the command line. Prints help, version and usage errors itself.
 /// @param log Gets what is to be logged.

@@ -9,9 +9,17 @@ inline constexpr const char* kDescription =
 
 inline constexpr const char* kFooter =
     "Every command explains itself: qlxcc play --help, qlxcc scan --help, and so on\n"
-    "--log-folder and --log-level may stand in front of a command or behind it. Log files older than 30 days are "
-    "removed.\n"
-    "Exit codes: 0 all went well, 1 broken input or output that cannot be written, 2 wrong usage";
+    "--quiet, --log-folder and --log-level may stand in front of a command or behind it. Log files older than 30 days "
+    "are\n"
+    "removed. TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500; also with a point), or HH:MM:SS:FF with frames of "
+    "the\n"
+    "command's rate (00:00:10:12; drop-frame 00:00:10;12). RATE is 23.976, 24, 25, 29.97, 30, 50, 59.94 or 60, or a\n"
+    "quotient (30000/1001). The file - is standard input or standard output.\n"
+    "Exit codes: 0 all went well, 1 broken input or output that cannot be written, 2 wrong usage\n"
+    "\n"
+    "Examples:\n"
+    "  qlxcc play film.srt --mode teletext --rate 25\n"
+    "  qlxcc scan film.v210 --lines 12,575";
 
 inline constexpr const char* kPlayDescription = "Play a subtitle file out frame by frame";
 
@@ -24,11 +32,15 @@ inline constexpr const char* kPlayFooter =
     "last\n"
     "one makes it appear; \"-\" is a caption that clears the screen.\n"
     "\n"
-    "TIME is seconds (10.5) or HH:MM:SS,mmm (00:00:10,500). Frame n is at n frame durations, from 0. A cue is due\n"
-    "with the first frame that is later than its start; CEA-608 captions of an SRT file start earlier by the frames "
-    "that\n"
-    "their pairs take. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with\n"
-    "--sd; with CEA-608 that of line 9. A frame without a byte pair carries an empty caption packet.\n"
+    "TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame\n"
+    "00:00:10;12). Frame n is at n frame durations, from 0. A cue is due with the first frame that is later than its\n"
+    "start; CEA-608 captions of SRT and EBU STL files start earlier by the frames that their pairs take. EBU STL cues "
+    "keep\n"
+    "their times, so that a programme that begins at 10:00:00:00 needs --from, and in teletext their rows. The rows of "
+    "a\n"
+    "v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with CEA-608 that of line "
+    "9.\n"
+    "A frame without a byte pair carries an empty caption packet.\n"
     "\n"
     "Examples:\n"
     "  qlxcc play film.srt --mode teletext --rate 25\n"
@@ -36,7 +48,22 @@ inline constexpr const char* kPlayFooter =
     "  qlxcc play film.srt --mode cea608 --rate 29.97 -o film.scc\n"
     "  qlxcc play film.srt --mode teletext --rate 25 --format klv | qlxcc scan - --format klv";
 
-inline constexpr const char* kScanDescription = "Find the ancillary packets in SDI rows or ANC frame elements";
+inline constexpr const char* kSubsDescription = "List the cues of a subtitle file, and what was left out";
+
+inline constexpr const char* kSubsFooter =
+    "FILE is SRT, JSON or EBU STL, as its content says, or else its name; at most 64 MiB. Each row of a cue gets a "
+    "line:\n"
+    "number, start, end, row on the page, colour, alignment, text. Rows and times are those that play has with the "
+    "same\n"
+    "MODE. Behind the cues stand the blocks, lines or elements that were left out, or that need a look, and why.\n"
+    "\n"
+    "Examples:\n"
+    "  qlxcc subs film.stl\n"
+    "  qlxcc subs film.srt --encoding ISO-8859-1 --rate 25\n"
+    "  qlxcc subs film.stl --json -o film.json";
+
+inline constexpr const char* kScanDescription =
+    "Find the ancillary packets and captions in rows, elements, video and containers";
 
 inline constexpr const char* kScanFooter =
     "v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, one a "
@@ -44,23 +71,52 @@ inline constexpr const char* kScanFooter =
     "Each packet is listed with frame, line, DID/SDID, name, number of bytes and data; a caption packet (CEA-708) "
     "also with\n"
     "what it holds, and whether its length byte and checksum are those of the standard; an SCTE-104 packet with its\n"
-    "operations. The checksums of the ancillary packets themselves are not verified. What cannot be read gets a line "
-    "on\n"
-    "standard error with its frame and place, and makes the exit code 1.\n"
+    "operations; an OP-47 packet with its teletext pages and rows as text, on a terminal in their colours (unless "
+    "NO_COLOR\n"
+    "is set), under the row numbers that receivers use. The checksums of the ancillary packets themselves are not\n"
+    "verified. What cannot be read gets a line on standard error with its frame and place, and makes the exit code 1.\n"
+    "\n"
+    "h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are containers, of which the captions in "
+    "the\n"
+    "first H.264 or MPEG-2 video stream, the caption tracks (c608, c708) and the ANC tracks are listed, in the order "
+    "of\n"
+    "presentation and with the times of the file. Captions that come with the picture are \"in the picture\".\n"
     "\n"
     "Examples:\n"
     "  qlxcc scan film.v210 --lines 12,575\n"
+    "  qlxcc scan film.mxf\n"
     "  qlxcc scan vanc.2vuy --width 720 --rows 14 --json\n"
     "  qlxcc scan anc.klv";
 
-inline constexpr const char* kExtractDescription = "Take caption data out of an elementary video stream";
+inline constexpr const char* kShowDescription = "Show what a viewer sees: the teletext page or the captions on air";
+
+inline constexpr const char* kShowFooter =
+    "The teletext page is decoded from OP-47 packets, captions from caption packets (CEA-708), CEA-608 packets or the\n"
+    "captions that travel with coded pictures, by the rules that receivers follow. Rows have the numbers of the "
+    "screen:\n"
+    "0 to 24 of a teletext page, of which one of double height takes two, and 1 to 15 of a caption channel. A "
+    "terminal\n"
+    "gets colours unless NO_COLOR is set. Files that do not say the times of their frames (v210, 2vuy, klv, h264, "
+    "mpeg2)\n"
+    "need --rate; rows also --lines or --rows.\n"
+    "\n"
+    "With --at and nothing on air the exit code is 0, as it is with a screen.\n"
+    "\n"
+    "Examples:\n"
+    "  qlxcc show film.klv --rate 25 --at 00:00:10,500 --png screen.png\n"
+    "  qlxcc show film.v210 --lines 12,575 --rate 29.97 --all\n"
+    "  qlxcc show film.scc --all --channel CC1 --json";
+
+inline constexpr const char* kExtractDescription = "Take caption data out of video streams and containers";
 
 inline constexpr const char* kExtractFooter =
     "Each access unit (of MPEG-2: each picture with the headers in front of it) gives a line with its number from 0, "
     "its\n"
     "byte offset, and its caption data in hexadecimal digits; \"-\" where it has none. Units stand in the stream's "
     "order,\n"
-    "which is the order of decoding.\n"
+    "which is the order of decoding. Of MXF, MOV, MP4, MPEG-TS and MPEG-PS files each frame gives a line with its "
+    "time,\n"
+    "in the order of presentation: the captions of the picture, or else those of the caption or ANC tracks.\n"
     "  triplets  the cc_data triplets as they stand in the stream, three bytes each\n"
     "  cc1       the byte pairs of field 1 with their parity bits; null pairs (8080) behind the first pair are left "
     "out\n"
@@ -68,7 +124,8 @@ inline constexpr const char* kExtractFooter =
     "\n"
     "Examples:\n"
     "  qlxcc extract film.264\n"
-    "  qlxcc extract film.m2v --format cc1 --json";
+    "  qlxcc extract film.m2v --format cc1 --json\n"
+    "  qlxcc extract film.mp4 --format a53";
 
 inline constexpr const char* kRateDescription = "Bring captions from one frame rate to its double, or back";
 
@@ -82,6 +139,16 @@ inline constexpr const char* kRateFooter =
     "order.\n"
     "\n"
     "Examples:\n"
-    "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv";
+    "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv\n"
+    "  qlxcc rate anc60.klv --from 59.94 --to 29.97 -o anc30.klv";
+
+inline constexpr const char* kCompletionDescription = "Print the completion script of a shell";
+
+inline constexpr const char* kCompletionFooter =
+    "The script completes commands, options, their values and the names of files. An installed qlxcc has it in place.\n"
+    "\n"
+    "Examples:\n"
+    "  source <(qlxcc completion bash)\n"
+    "  qlxcc completion zsh >~/.zfunc/_qlxcc";
 
 }  // namespace qlx::tool

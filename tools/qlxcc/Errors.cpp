@@ -11,6 +11,13 @@ namespace qlx::tool {
 namespace {
 
 std::atomic<void (*)(std::string_view message)> messageListener{nullptr};
+std::atomic<bool> saysErrorsOnly{false};
+
+void tellListener(std::string_view message) {
+    if (const auto listener = messageListener.load()) {
+        listener(printable(message));
+    }
+}
 
 Failure failureWithPlace(std::string_view name, std::string_view unit, std::uint64_t place, std::string_view what) {
     std::string message(name);
@@ -57,9 +64,22 @@ void setMessageListener(void (*listener)(std::string_view message)) noexcept {
 
 void printMessage(std::string_view message) {
     printLine(message);
-    if (const auto listener = messageListener.load()) {
-        listener(printable(message));
+    tellListener(message);
+}
+
+void setQuiet(bool isQuiet) noexcept {
+    saysErrorsOnly.store(isQuiet);
+}
+
+bool isQuiet() noexcept {
+    return saysErrorsOnly.load();
+}
+
+void printNote(std::string_view message) {
+    if (!isQuiet()) {
+        printLine(message);
     }
+    tellListener(message);
 }
 
 }  // namespace qlx::tool

@@ -51,4 +51,11 @@ void setMessageListener(void (*listener)(std::string_view message)) noexcept;
 /// Prints `qlxcc: message` as one line to standard error, and tells the listener.
 void printMessage(std::string_view message);
 
+/// With --quiet nothing but errors is said on standard error: no progress, and no notes.
+void setQuiet(bool isQuiet) noexcept;
+[[nodiscard]] bool isQuiet() noexcept;
+
+/// Like printMessage(), for what is no error. With --quiet only the listener gets it.
+void printNote(std::string_view message);
+
 }  // namespace qlx::tool

@@ -2,16 +2,21 @@
 
 #include "Cdp.h"
 #include "Errors.h"
+#include "FrameCaptions.h"
+#include "FrameSource.h"
 #include "InputFile.h"
 #include "Json.h"
 #include "OutputFile.h"
 #include "Progress.h"
 #include "Text.h"
+#include "Times.h"
+#include "VideoCaptions.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 
 #include <algorithm>
-#include <array>
+#include <memory>
+#include <span>
 #include <vector>
 
 namespace qlx::tool {
@@ -21,22 +26,6 @@ namespace {
 constexpr std::size_t kUnitWidth = 8;
 constexpr std::size_t kOffsetWidth = 12;
 constexpr std::size_t kSizeWidth = 5;
-
-/// The triplets of an access unit, or none.
-Data tripletsOf(const AccessUnit& unit, VideoCodec codec) {
-    if (codec == VideoCodec::Mpeg2) {
-        return QLXCCUtilities::extractCCDataFromMPEG2Packet_pts(Data(unit.bytes), MediaTime{});
-    }
-    constexpr std::array<std::uint8_t, 4> kLongStartCode{0, 0, 0, 1};
-    if (unit.bytes.size() >= kLongStartCode.size() &&
-        std::equal(kLongStartCode.begin(), kLongStartCode.end(), unit.bytes.begin())) {
-        return QLXCCUtilities::extractCCDataFromH264Packet(Data(unit.bytes));
-    }
-    // Without the zero byte the library takes the unit for one with lengths in place of start codes.
-    std::vector<std::uint8_t> bytes{0};
-    bytes.insert(bytes.end(), unit.bytes.begin(), unit.bytes.end());
-    return QLXCCUtilities::extractCCDataFromH264Packet(Data(bytes));
-}
 
 /// Triplets as the cc_data section of a CDP, as far as the library's readers look at one.
 Data packetAround(const Data& triplets) {
@@ -51,19 +40,26 @@ Data packetAround(const Data& triplets) {
 
 /// What is printed of an access unit's triplets.
 Data inFormat(const Data& triplets, ExtractFormat format) {
-    switch (format) {
-    case ExtractFormat::FieldOne:
-        return fieldOnePairs(packetAround(triplets));
-    case ExtractFormat::A53:
-        return QLXCCUtilities::a53CCDataFromCCData(packetAround(triplets));
-    case ExtractFormat::Triplets:
-        break;
+    if (format == ExtractFormat::Triplets) {
+        return triplets;
     }
-    return triplets;
+    // No picture has more than 31 of them; a sample of a caption track may have those of a whole caption.
+    constexpr std::size_t kMostBytes = std::size_t{31} * 3;
+    std::vector<std::uint8_t> result;
+    for (std::size_t begin = 0; begin == 0 || begin < triplets.size(); begin += kMostBytes) {
+        const auto part =
+            std::span<const std::uint8_t>(triplets).subspan(begin, std::min(kMostBytes, triplets.size() - begin));
+        const Data packet = packetAround(Data(part));
+        const Data written =
+            format == ExtractFormat::FieldOne ? fieldOnePairs(packet) : QLXCCUtilities::a53CCDataFromCCData(packet);
+        result.insert(result.end(), written.begin(), written.end());
+    }
+    return Data(result);
 }
 
-std::string listLine(const AccessUnit& unit, const Data& data) {
-    return rightAligned(unit.number, kUnitWidth) + "  " + rightAligned(unit.offset, kOffsetWidth) + "  " +
+/// @param place Where the unit is: its byte offset or its time.
+std::string listLine(std::uint64_t unit, const std::string& place, const Data& data) {
+    return rightAligned(unit, kUnitWidth) + "  " + place + "  " +
            (data ? rightAligned(data.size(), kSizeWidth) : std::string(kSizeWidth - 1, ' ') + "-") + "  " +
            (data.empty() ? "-" : hex(data)) + "\n";
 }
@@ -93,7 +89,7 @@ public:
 
 private:
     void write(const AccessUnit& unit) {
-        Data data = tripletsOf(unit, _reader.codec());
+        Data data = captionTriplets(unit.bytes, _reader.codec());
         _filled += data.empty() ? 0 : 1;
         if (data) {
             data = inFormat(data, _options.format);
@@ -105,7 +101,7 @@ private:
         if (unit.number == 0) {
             _output.write("    unit        offset  bytes  data\n");
         }
-        _output.write(listLine(unit, data));
+        _output.write(listLine(unit.number, rightAligned(unit.offset, kOffsetWidth), data));
     }
 
     const ExtractOptions& _options;
@@ -116,20 +112,101 @@ private:
     std::uint64_t _filled = 0;
 };
 
+/// Writes every frame of a container.
+class FrameExtraction {
+public:
+    FrameExtraction(const ExtractOptions& options, InputFile& source, InputKind kind, OutputFile& output)
+        : _options(options), _source(source), _output(output) {
+        FrameSourceOptions sourceOptions;
+        sourceOptions.kind = kind;
+        _reader = openFrames(source, sourceOptions);
+    }
+
+    /// @return The number of problems that were reported.
+    std::uint64_t run() {
+        const bool isTerminal = standardOutputIsTerminal();
+        Progress progress(_source.size(), true);
+        Frame frame;
+        std::vector<std::string> problems;
+        std::uint64_t problemCount = 0;
+        for (bool more = true; more;) {
+            more = _reader->next(frame, problems);
+            if (more) {
+                write(frame);
+                progress.update(++_units, _source.offset());
+            }
+            if (isTerminal || !problems.empty()) {
+                _output.flush();
+            }
+            for (const std::string& problem : problems) {
+                progress.clear();
+                printMessage(_source.name() + ": " + problem);
+            }
+            problemCount += problems.size();
+            problems.clear();
+        }
+        if (!_options.asJson) {
+            _output.write(counted(_units, "frame") + ", " + std::to_string(_filled) + " with caption data\n");
+        }
+        return problemCount;
+    }
+
+private:
+    void write(const Frame& frame) {
+        Data data = captionTriplets(frame);
+        _filled += data.empty() ? 0 : 1;
+        if (data) {
+            data = inFormat(data, _options.format);
+        }
+        if (_options.asJson) {
+            _output.write(jsonLine(frame.number, frame.pts, data ? std::optional(hex(data)) : std::nullopt) + "\n");
+            return;
+        }
+        if (_units == 0) {
+            _output.write("    unit          time  bytes  data\n");
+        }
+        _output.write(listLine(frame.number, timecode(frame.pts.value_or(MediaTime{})), data));
+    }
+
+    const ExtractOptions& _options;
+    InputFile& _source;
+    OutputFile& _output;
+    std::unique_ptr<FrameReader> _reader;
+    std::uint64_t _units = 0;
+    std::uint64_t _filled = 0;
+};
+
+/// The kind of a container; none for what is to be read as an elementary stream.
+std::optional<InputKind> containerKind(const ExtractOptions& options, InputFile& source) {
+    if (options.codec) {
+        return std::nullopt;
+    }
+    const std::optional<InputKind> kind = inputKind(source.peek(kBytesThatTellKind), source.name());
+    return kind && (isContainer(*kind) || *kind == InputKind::Klv) ? kind : std::nullopt;
+}
+
 }  // namespace
 
 int extract(const ExtractOptions& options) {
     InputFile source(options.file);
     OutputFile output(std::nullopt);
+    std::uint64_t problemCount = 0;
     try {
-        Extraction(options, source, output).run();
+        if (const auto kind = containerKind(options, source)) {
+            problemCount = FrameExtraction(options, source, *kind, output).run();
+        } else {
+            Extraction(options, source, output).run();
+        }
     } catch (const Failure&) {
         // What came before the broken place has been found all the same.
         output.flush();
         throw;
     }
     output.commit();
-    return kExitSuccess;
+    if (problemCount > 1) {
+        throw failureIn(source.name(), counted(problemCount, "problem") + ": not everything could be read");
+    }
+    return problemCount == 0 ? kExitSuccess : kExitFailure;
 }
 
 }  // namespace qlx::tool

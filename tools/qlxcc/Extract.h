@@ -1,4 +1,4 @@
-// qlxcc extract: the caption data of an elementary video stream, access unit by access unit.
+// qlxcc extract: the caption data of an elementary video stream, access unit by access unit, or of a container's frames.
 #pragma once
 
 #include "VideoStream.h"
@@ -12,7 +12,7 @@ enum class ExtractFormat { Triplets, FieldOne, A53 };
 
 struct ExtractOptions {
     std::string file;                 ///< `-` is standard input.
-    std::optional<VideoCodec> codec;  ///< None: by the stream's first start code.
+    std::optional<VideoCodec> codec;  ///< None: by the file's content.
     ExtractFormat format = ExtractFormat::Triplets;
     bool asJson = false;
 };

@@ -1,6 +1,7 @@
 // A frame's ancillary packets, and what reads and writes files of such frames.
 #pragma once
 
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
 #include <cstdint>
@@ -19,6 +20,7 @@ struct Frame {
     std::uint64_t number = 0;      ///< Counted from 0.
     std::optional<MediaTime> pts;  ///< Presentation time, where it is known.
     std::vector<std::shared_ptr<QLXVANCPacket>> packets;
+    Data triplets;  ///< The cc_data triplets (CTA-708) that came with the picture itself, not in a packet; or none.
     std::shared_ptr<QLXSubtitleRecord> subtitle;  ///< In playout: the subtitle last sent, null in a gap.
 };
 

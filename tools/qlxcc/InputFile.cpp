@@ -86,6 +86,40 @@ std::size_t InputFile::read(std::span<std::uint8_t> to) {
     return done;
 }
 
+std::span<const std::uint8_t> InputFile::peek(std::size_t count) {
+    count = std::min(count, kLongestPeek);
+    if (_bufferEnd - _bufferStart < count) {
+        std::copy(_buffer.begin() + static_cast<std::ptrdiff_t>(_bufferStart),
+                  _buffer.begin() + static_cast<std::ptrdiff_t>(_bufferEnd), _buffer.begin());
+        _bufferEnd -= _bufferStart;
+        _bufferStart = 0;
+        // A pipe gives what there is: several reads may be needed.
+        while (_bufferEnd < count) {
+            const std::size_t got = readSome(_buffer.data() + _bufferEnd, _buffer.size() - _bufferEnd);
+            if (got == 0) {
+                break;
+            }
+            _bufferEnd += got;
+        }
+    }
+    return std::span(_buffer).subspan(_bufferStart, std::min(count, _bufferEnd - _bufferStart));
+}
+
+bool InputFile::seek(std::uint64_t offset) {
+    const std::uint64_t bufferOffset = _offset - _bufferStart;
+    if (offset >= bufferOffset && offset - bufferOffset <= _bufferEnd) {
+        _bufferStart = static_cast<std::size_t>(offset - bufferOffset);
+    } else {
+        if (!_size || offset > *_size || ::lseek(_descriptor, static_cast<off_t>(offset), SEEK_SET) < 0) {
+            return false;
+        }
+        _bufferStart = 0;
+        _bufferEnd = 0;
+    }
+    _offset = offset;
+    return true;
+}
+
 std::uint64_t InputFile::skip(std::uint64_t count) {
     std::uint64_t done = 0;
     while (done < count) {
@@ -98,6 +132,8 @@ std::uint64_t InputFile::skip(std::uint64_t count) {
         if (_size && *_size > _offset && count - done > _buffer.size()) {
             const std::uint64_t jump = std::min(count - done, *_size - _offset);
             if (::lseek(_descriptor, static_cast<off_t>(_offset + jump), SEEK_SET) >= 0) {
+                _bufferStart = 0;
+                _bufferEnd = 0;
                 _offset += jump;
                 done += jump;
                 continue;

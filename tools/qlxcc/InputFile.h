@@ -35,6 +35,9 @@ public:
     [[nodiscard]] virtual std::optional<std::uint64_t> size() const = 0;
 };
 
+/// As many bytes can be looked at in advance.
+inline constexpr std::size_t kLongestPeek = std::size_t{64} * 1024;
+
 /// A file, or standard input for the path `-`.
 class InputFile final : public ByteSource {
 public:
@@ -47,6 +50,15 @@ public:
     std::uint64_t skip(std::uint64_t count) override;
     [[nodiscard]] std::uint64_t offset() const override { return _offset; }
     [[nodiscard]] std::optional<std::uint64_t> size() const override { return _size; }
+
+    /// The next bytes, without passing over them: they are read again by read() and skip().
+    /// @param count At most kLongestPeek.
+    /// @return `count` bytes, fewer only at the end; valid until the next call of another operation.
+    [[nodiscard]] std::span<const std::uint8_t> peek(std::size_t count);
+
+    /// Goes on reading at `offset`, counted from the beginning; a file only, no pipe.
+    /// @return False when that is not possible; reading then goes on where it was.
+    bool seek(std::uint64_t offset);
 
 private:
     std::size_t readSome(std::uint8_t* to, std::size_t count);

@@ -25,18 +25,23 @@ std::string line(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+Json tripletList(const std::vector<CaptionTriplet>& triplets) {
+    Json list = Json::array();
+    for (const CaptionTriplet& triplet : triplets) {
+        Json entry;
+        entry["kind"] = nameOf(triplet.kind);
+        entry["data"] = hex(triplet.data);
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
 Json cdpObject(const Cdp& cdp) {
     Json object;
     object["rate"] = cdp.rate.empty() ? Json() : Json(cdp.rate);
     object["cc_count"] = cdp.ccCount ? Json(*cdp.ccCount) : Json();
     object["counter"] = cdp.counter;
-    Json& triplets = object["triplets"] = Json::array();
-    for (const CaptionTriplet& triplet : cdp.triplets) {
-        Json entry;
-        entry["kind"] = nameOf(triplet.kind);
-        entry["data"] = hex(triplet.data);
-        triplets.push_back(std::move(entry));
-    }
+    object["triplets"] = tripletList(cdp.triplets);
     object["length_ok"] = cdp.hasStandardLength();
     object["checksum_ok"] = cdp.hasStandardChecksum();
     return object;
@@ -80,20 +85,30 @@ class ValueBuilder final : public nlohmann::json_sax<nlohmann::json> {
 public:
     ValueBuilder(std::string_view name, std::string_view text) : _name(name), _text(text) {}
 
+    /// Hands on the elements of a list in place of keeping them; see readJsonElements().
+    ValueBuilder(std::string_view name, std::string_view text, const std::function<void(Value)>& takeElement)
+        : _name(name), _text(text), _takeElement(&takeElement) {}
+
     [[nodiscard]] Value take() { return std::move(_root); }
+
+    [[nodiscard]] bool hasList() const { return _hasList; }
 
     bool null() override { return add(nullptr); }
     bool boolean(bool value) override { return add(value); }
     bool number_integer(number_integer_t value) override { return add(std::int64_t{value}); }
     bool number_unsigned(number_unsigned_t value) override { return add(std::uint64_t{value}); }
     bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
-    bool string(string_t& value) override { return add(std::move(value)); }
+    bool string(string_t& value) override {
+        weigh(value.size());
+        return add(std::move(value));
+    }
     bool binary(binary_t& /*value*/) override { return add(nullptr); }
     bool start_object(std::size_t /*elements*/) override { return open(true); }
     bool start_array(std::size_t /*elements*/) override { return open(false); }
     bool end_object() override { return close(); }
     bool end_array() override { return close(); }
     bool key(string_t& value) override {
+        weigh(value.size());
         _open.back().key = std::move(value);
         return true;
     }
@@ -125,9 +140,27 @@ private:
         Array array;
     };
 
+    /// Whether the innermost container is the list whose elements are handed on.
+    [[nodiscard]] bool isInList() const {
+        return (_open.size() == 1 && !_open[0].isObject) ||
+               (_open.size() == 2 && _open[0].isObject && _open[0].key == kListKey && !_open[1].isObject);
+    }
+
+    void weigh(std::size_t size) {
+        _weight += size;
+        if (_takeElement != nullptr && _weight > kLargestElement) {
+            throw failureIn(_name, "element " + std::to_string(_elements + 1) + ": larger than any subtitle (1 MiB)");
+        }
+    }
+
     bool add(Value value) {
+        weigh(kWeightOfValue);
         if (_open.empty()) {
             _root = std::move(value);
+        } else if (_takeElement != nullptr && isInList()) {
+            _weight = 0;
+            ++_elements;
+            (*_takeElement)(std::move(value));
         } else if (Container& container = _open.back(); container.isObject) {
             container.object.set(container.key, std::move(value));
         } else {
@@ -141,6 +174,7 @@ private:
             throw failureIn(_name, "JSON nested deeper than " + std::to_string(kDeepestJson) + " levels");
         }
         _open.push_back({isObject, {}, {}, {}});
+        _hasList = _hasList || isInList();
         return true;
     }
 
@@ -150,11 +184,42 @@ private:
         return container.isObject ? add(std::move(container.object)) : add(std::move(container.array));
     }
 
+    static constexpr std::string_view kListKey = "cues";
+    static constexpr std::size_t kLargestElement = std::size_t{1024} * 1024;
+    static constexpr std::size_t kWeightOfValue = 64;
+
     std::string_view _name;
     std::string_view _text;
+    const std::function<void(Value)>* _takeElement = nullptr;
     std::vector<Container> _open;
+    std::size_t _weight = 0;      ///< Of the element that is read.
+    std::uint64_t _elements = 0;  ///< Those that have been handed on.
+    bool _hasList = false;
     Value _root;
 };
+
+/// Refuses a text or number longer than 1 MiB before the parser keeps it in several places.
+void checkTokens(std::string_view name, std::string_view text) {
+    constexpr std::size_t kLongestToken = std::size_t{1024} * 1024;
+    constexpr std::string_view kBetweenTokens = " \t\r\n,:[]{}";
+    std::size_t start = 0;
+    bool isString = false;
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const char character = text[place];
+        if (isString && character == '\\') {
+            ++place;
+        } else if (character == '"') {
+            isString = !isString;
+            start = place;
+        } else if (!isString && kBetweenTokens.find(character) != std::string_view::npos) {
+            start = place;
+        } else if (place - start > kLongestToken) {
+            const std::string_view before = text.substr(0, start);
+            throw failureAtLine(name, 1 + static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n')),
+                                "a JSON text longer than 1 MiB");
+        }
+    }
+}
 
 }  // namespace
 
@@ -162,6 +227,13 @@ Value parseJson(std::string_view name, std::string_view text) {
     ValueBuilder builder(name, text);
     (void)nlohmann::json::sax_parse(text, &builder);
     return builder.take();
+}
+
+bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take) {
+    checkTokens(name, text);
+    ValueBuilder builder(name, text, take);
+    (void)nlohmann::json::sax_parse(text, &builder);
+    return builder.hasList();
 }
 
 std::string jsonLine(const Frame& frame, bool showsCaptions) {
@@ -192,6 +264,12 @@ std::string jsonLine(const Frame& frame, bool showsCaptions) {
         }
         packets.push_back(std::move(entry));
     }
+    if (frame.triplets) {
+        object["captions"]["data"] = hex(frame.triplets);
+        if (showsCaptions) {
+            object["captions"]["triplets"] = tripletList(readTriplets(frame.triplets));
+        }
+    }
     return line(object);
 }
 
@@ -203,6 +281,17 @@ std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::option
     Json object;
     object["unit"] = unit;
     object["offset"] = offset;
+    object["data"] = data ? Json(*data) : Json();
+    return line(object);
+}
+
+std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts, const std::optional<std::string>& data) {
+    Json object;
+    object["unit"] = unit;
+    object["pts"] = nullptr;
+    if (pts) {
+        object["pts"] = {{"value", pts->value}, {"timescale", pts->timescale}};
+    }
     object["data"] = data ? Json(*data) : Json();
     return line(object);
 }

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,12 +23,21 @@ inline constexpr std::size_t kDeepestJson = 64;
 /// @throws Failure with the line when the text is no JSON, or nested deeper than kDeepestJson.
 [[nodiscard]] Value parseJson(std::string_view name, std::string_view text);
 
+/// Reads a JSON text that is an array, or an object with an array under `cues`, and hands on the array's elements one
+/// by one, so that a long text takes no more memory than its longest element.
+/// @return False when the text is JSON, but neither of these.
+/// @throws Failure as parseJson(), and when an element is larger than any subtitle (1 MiB; each value counts 64 bytes
+///   beside its text).
+bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take);
+
 /// `{"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}`
 /// without a line feed; `pts` only where it is known.
 /// @param showsCaptions Each packet of type CEA-708 that is a CDP gets, behind its data, `"cdp":{"rate":"29.97",
 ///   "cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],"length_ok":true,"checksum_ok":true}`;
 ///   `rate` is null for a code without one, `cc_count` without a cc_data section. Each packet of type SCTE104 that is
 ///   a message gets `"scte104":[{"opID":257,"operationID":"SpliceRequestData",..},..]`, its operations.
+/// Captions that came with the picture stand behind the packets: `"captions":{"data":"fc942c..","triplets":[..]}`, with
+/// `triplets` as those of a CDP, when `showsCaptions`.
 [[nodiscard]] std::string jsonLine(const Frame& frame, bool showsCaptions = false);
 
 /// A value as JSON without a line feed; keys in their order, byte buffers as lower-case hexadecimal digits.
@@ -35,6 +45,11 @@ inline constexpr std::size_t kDeepestJson = 64;
 
 /// `{"unit":0,"offset":0,"data":"fc942c.."}` without a line feed; `data` is null where there is none.
 [[nodiscard]] std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data);
+
+/// `{"unit":0,"pts":{"value":0,"timescale":25},"data":"fc942c.."}` without a line feed; `pts` and `data` are null where
+/// there are none.
+[[nodiscard]] std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts,
+                                   const std::optional<std::string>& data);
 
 /// Writes a JSON line a frame.
 class JsonlWriter final : public FrameWriter {

@@ -24,6 +24,23 @@ std::string ofBytes(std::uint64_t have, std::uint64_t wanted) {
 
 }  // namespace
 
+void readAncFrameElement(std::span<const std::uint8_t> element, const std::string& place, Frame& frame,
+                         std::vector<std::string>& problems) {
+    if (element.size() < 2) {
+        problems.push_back(place + ": element of " + counted(element.size(), "byte") + " without a packet count");
+        return;
+    }
+    const auto packets =
+        QLXVANCPacket::VANCPacketsWithMXFBuffer_size_bufferFormat(element.data(), element.size(), kPixelFormat2vuy);
+    frame.packets.insert(frame.packets.end(), packets.begin(), packets.end());
+    const std::uint64_t announced = std::uint64_t{element[0]} << 8U | element[1];
+    if (packets.size() < announced) {
+        problems.push_back(place + ": " + std::to_string(packets.size()) + " of " +
+                           counted(announced, "announced packet") +
+                           " read; the next one is damaged, empty or not in 8-bit luma samples");
+    }
+}
+
 /// A few words for a message when the last key is none of SMPTE's, which most probably is what is wrong.
 std::string KlvReader::keyHint() const {
     const std::size_t compared = std::min(_keyBytes, kLabelStart.size());
@@ -85,22 +102,6 @@ void KlvReader::readElement(std::uint64_t start, std::uint64_t length) {
     }
 }
 
-/// Says when an element does not give as many packets as it announces.
-void KlvReader::checkElement(const Frame& frame, std::uint64_t elementOffset,
-                             std::vector<std::string>& problems) const {
-    const std::string place = "frame " + std::to_string(frame.number) + ", byte " + std::to_string(elementOffset);
-    if (_element.size() < 2) {
-        problems.push_back(place + ": element of " + counted(_element.size(), "byte") + " without a packet count");
-        return;
-    }
-    const std::uint64_t announced = std::uint64_t{_element[0]} << 8U | _element[1];
-    if (frame.packets.size() < announced) {
-        problems.push_back(place + ": " + std::to_string(frame.packets.size()) + " of " +
-                           counted(announced, "announced packet") +
-                           " read; the next one is damaged, empty or not in 8-bit luma samples");
-    }
-}
-
 bool KlvReader::next(Frame& frame, std::vector<std::string>& problems) {
     for (;;) {
         const std::uint64_t start = _source.offset();
@@ -127,9 +128,9 @@ bool KlvReader::next(Frame& frame, std::vector<std::string>& problems) {
         readElement(start, length);
         frame = {};
         frame.number = _frames++;
-        frame.packets = QLXVANCPacket::VANCPacketsWithMXFBuffer_size_bufferFormat(_element.data(), _element.size(),
-                                                                                  kPixelFormat2vuy);
-        checkElement(frame, elementOffset, problems);
+        readAncFrameElement(_element,
+                            "frame " + std::to_string(frame.number) + ", byte " + std::to_string(elementOffset), frame,
+                            problems);
         return true;
     }
 }

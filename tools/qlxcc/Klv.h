@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,12 @@ inline constexpr std::array<std::uint8_t, 16> kAncFrameElementKey{0x06, 0x0E, 0x
 /// of an ANC frame element, and nothing is allocated for it.
 inline constexpr std::uint64_t kLongestAncFrameElement = std::uint64_t{32} * 1024 * 1024;
 
+/// Adds the packets of an ANC frame element's value to a frame.
+/// @param place Where the element is, for messages.
+/// @param problems Gets a line when the element does not give as many packets as it announces.
+void readAncFrameElement(std::span<const std::uint8_t> element, const std::string& place, Frame& frame,
+                         std::vector<std::string>& problems);
+
 /// Reads triplets; the n-th ANC frame element is frame n, triplets with other keys are passed over.
 class KlvReader final : public FrameReader {
 public:
@@ -34,7 +41,6 @@ private:
     void readElement(std::uint64_t start, std::uint64_t length);
     [[nodiscard]] std::string keyHint() const;
     [[noreturn]] void throwCutShort(std::uint64_t start, std::string_view what) const;
-    void checkElement(const Frame& frame, std::uint64_t elementOffset, std::vector<std::string>& problems) const;
 
     ByteSource& _source;
     std::array<std::uint8_t, 16> _key{};

@@ -163,6 +163,11 @@ void OutputFile::write(std::span<const std::uint8_t> bytes) {
     if (_buffer.size() + bytes.size() > kBufferSize) {
         flush();
     }
+    if (bytes.size() > kBufferSize) {
+        // A whole picture: it need not be in memory twice.
+        send(bytes);
+        return;
+    }
     _buffer.insert(_buffer.end(), bytes.begin(), bytes.end());
 }
 
@@ -171,18 +176,21 @@ void OutputFile::write(std::string_view text) {
 }
 
 void OutputFile::flush() {
-    std::size_t done = 0;
-    while (done < _buffer.size()) {
-        const ssize_t written = ::write(_descriptor, _buffer.data() + done, _buffer.size() - done);
+    send(_buffer);
+    _buffer.clear();
+}
+
+void OutputFile::send(std::span<const std::uint8_t> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(_descriptor, bytes.data(), bytes.size());
         if (written >= 0) {
-            done += static_cast<std::size_t>(written);
+            bytes = bytes.subspan(static_cast<std::size_t>(written));
         } else if (errno == EPIPE) {
             throw ClosedPipe();
         } else if (errno != EINTR) {
             throw failureIn(_name, systemErrorText(errno));
         }
     }
-    _buffer.clear();
 }
 
 void OutputFile::commit() {

@@ -34,11 +34,15 @@ public:
     /// Flushes and gives a file its name. Nothing may be written afterwards.
     void commit();
 
+    /// What to call the output in messages.
+    [[nodiscard]] const std::string& name() const { return _name; }
+
     [[nodiscard]] bool isStandardOutput() const { return _isStandardOutput; }
 
 private:
     void openFile(const std::string& path);
     void openTemporary(const std::string& target);
+    void send(std::span<const std::uint8_t> bytes);
 
     std::string _name;
     std::string _target;

@@ -14,6 +14,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
@@ -51,61 +52,109 @@ struct FrameRange {
 using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
 
 void reportProblems(const Subtitles& subtitles) {
-    const std::size_t shown = std::min(subtitles.problems.size(), kShownProblems);
-    for (std::size_t index = 0; index < shown; ++index) {
-        const SubtitleProblem& problem = subtitles.problems[index];
-        printMessage("warning: " + subtitles.name + ": " + std::string(subtitles.place) + " " +
-                     std::to_string(problem.line) + ": " + (problem.isLeftOut ? "cue left out: " : "") + problem.what);
+    std::size_t shown = 0;
+    std::uint64_t notShown = subtitles.problems.count() - subtitles.problems.first().size();
+    for (const SubtitleProblem& problem : subtitles.problems.first()) {
+        if (problem.effect == SubtitleProblem::Effect::NotASubtitle) {
+            continue;
+        }
+        if (shown == kShownProblems) {
+            ++notShown;
+            continue;
+        }
+        ++shown;
+        printNote("warning: " + problemInWords(subtitles, problem));
     }
-    if (subtitles.problems.size() > shown) {
-        printMessage("warning: " + subtitles.name + ": " + counted(subtitles.problems.size() - shown, "more problem"));
+    if (notShown > 0) {
+        printNote("warning: " + subtitles.name + ": " + counted(notShown, "more problem"));
     }
 }
 
-double endOfLastCue(const Records& records) {
-    double end = 0.0;
-    for (const auto& record : records) {
-        end = std::max(end, record->endTimeInSeconds());
+/// The cues of a playout, up to an amount that no programme has.
+class CueCollector {
+public:
+    explicit CueCollector(const PlayOptions& options)
+        : _name(options.subtitles == "-" ? "standard input" : options.subtitles),
+          _firstFrame(firstFrameAtOrAfter(options.rate, options.fromSeconds)),
+          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))) {
+        if (options.durationSeconds) {
+            _lastTime = _firstTime + *options.durationSeconds + kSecondsKeptBehindEnd;
+        }
     }
-    return end;
-}
 
-FrameRange frameRange(const PlayOptions& options, const Subtitles& subtitles) {
-    const std::uint64_t first = firstFrameAtOrAfter(options.rate, options.fromSeconds);
+    void take(std::shared_ptr<QLXSubtitleRecord> record) {
+        ++_count;
+        _endOfLastCue = std::max(_endOfLastCue, record->endTimeInSeconds());
+        if (record->endTimeInSeconds() <= _firstTime || record->startTimeInSeconds() > _lastTime) {
+            return;
+        }
+        _weight += kWeightOfCue;
+        for (const auto& line : record->subtitleLines()) {
+            _weight += kWeightOfLine + line->textString().value_or(std::string()).size();
+        }
+        if (_weight > kGreatestWeight) {
+            throw failureIn(_name, "more cues than are played at once (" + std::to_string(_count) +
+                                       " have been read): play parts of it with --from and --duration");
+        }
+        _records.push_back(std::move(record));
+    }
+
+    [[nodiscard]] std::uint64_t firstFrame() const { return _firstFrame; }
+    [[nodiscard]] double endOfLastCue() const { return _endOfLastCue; }
+
+    /// The timeline that is handed to the packetizer: the cues that end after the first frame's time, behind an empty
+    /// record. The packetizer shows its first record from the beginning, whatever its start; with one in front that
+    /// ended before all time, the first cue becomes due like every other: on the first frame that is later than its
+    /// start.
+    [[nodiscard]] Records takeTimeline(std::int32_t mode) {
+        auto front = QLXSubtitleRecord::initWithSubtitleMode(mode);
+        front->setStartTimeInSeconds(-std::numeric_limits<double>::infinity());
+        front->setEndTimeInSeconds(-std::numeric_limits<double>::infinity());
+        _records.insert(_records.begin(), std::move(front));
+        return std::move(_records);
+    }
+
+private:
+    // Bytes, with all that belongs to a cue and a line.
+    static constexpr std::size_t kWeightOfCue = 200;
+    static constexpr std::size_t kWeightOfLine = 192;
+    static constexpr std::size_t kGreatestWeight = std::size_t{112} * 1024 * 1024;
+    /// Cues behind the end of the playout that are kept all the same, in seconds.
+    static constexpr double kSecondsKeptBehindEnd = 60.0;
+
+    std::string _name;
+    std::uint64_t _firstFrame;
+    double _firstTime;
+    double _lastTime = std::numeric_limits<double>::infinity();
+    double _endOfLastCue = 0.0;
+    std::uint64_t _count = 0;
+    std::size_t _weight = 0;
+    Records _records;
+};
+
+FrameRange frameRange(const PlayOptions& options, const std::string& name, const CueCollector& cues) {
+    const std::uint64_t first = cues.firstFrame();
     if (options.durationSeconds) {
         return {first, first + firstFrameAtOrAfter(options.rate, *options.durationSeconds)};
     }
-    const double lastEnd = endOfLastCue(subtitles.records);
+    const double lastEnd = cues.endOfLastCue();
     const std::string lastTimecode = QLXSubtitleRecord::SRTTimecodeFromSeconds(lastEnd);
     if (lastEnd > kLongestTimeInSeconds) {
-        throw failureIn(subtitles.name, "the last cue ends at " + lastTimecode +
-                                            ", behind 1000 hours: say how much is to be played with --duration");
+        throw failureIn(name, "the last cue ends at " + lastTimecode +
+                                  ", behind 1000 hours: say how much is to be played with --duration");
     }
     // Cues end on whole milliseconds; the sum is brought back to the nearest one.
     const double end = std::round((lastEnd + kSecondsBehindLastCue) * 1000.0) / 1000.0;
     const FrameRange range{first, firstFrameAtOrAfter(options.rate, end)};
     if (range.first >= range.end) {
-        throw failureIn(subtitles.name, "nothing to play: the last cue ends at " + lastTimecode + ", before --from");
+        throw failureIn(name, "nothing to play: the last cue ends at " + lastTimecode + ", before --from");
     }
     return range;
 }
 
-/// The timeline that is handed to the packetizer: the cues that end after the first frame's time, behind an empty
-/// record. The packetizer shows its first record from the beginning, whatever its start; with one in front that ended
-/// before all time, the first cue becomes due like every other: on the first frame that is later than its start.
-Records timeline(const Records& records, std::int32_t mode, double firstFrameTime) {
-    auto front = QLXSubtitleRecord::initWithSubtitleMode(mode);
-    front->setStartTimeInSeconds(-std::numeric_limits<double>::infinity());
-    front->setEndTimeInSeconds(-std::numeric_limits<double>::infinity());
-    Records result{std::move(front)};
-    std::copy_if(records.begin(), records.end(), std::back_inserter(result),
-                 [&](const auto& record) { return record->endTimeInSeconds() > firstFrameTime; });
-    return result;
-}
-
 std::string summary(const PlayOptions& options, const Subtitles& subtitles) {
     const bool isTeletext = options.mode == PlayMode::Teletext;
-    return subtitles.name + ": " + counted(subtitles.records.size(), "cue") +
+    return subtitles.name + ": " + counted(subtitles.cues, "cue") +
            (isTeletext ? " as OP-47 teletext, " : " as CEA-608 captions on field 1, ") +
            std::string(options.rate.name) + " frames/s" + (isTeletext ? options.isHD ? ", HD" : ", SD" : "");
 }
@@ -165,13 +214,15 @@ std::vector<std::shared_ptr<QLXVANCPacket>> packetsOf(const PlayOptions& options
 int play(const PlayOptions& options) {
     refuseInputAsOutput(options.subtitles, options.output);
     const MediaTime duration = options.rate.frameDuration();
-    const Subtitles subtitles = loadSubtitles(options.subtitles, modeOf(options), secondsFrom(duration));
-    const FrameRange range = frameRange(options, subtitles);
+    CueCollector cues(options);
+    const Subtitles subtitles =
+        readSubtitles({options.subtitles, modeOf(options), secondsFrom(duration), options.encoding},
+                      [&](std::shared_ptr<QLXSubtitleRecord> record) { cues.take(std::move(record)); });
+    const FrameRange range = frameRange(options, subtitles.name, cues);
     reportProblems(subtitles);
 
     const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(modeOf(options), options.isHD);
-    packetizer->setSubtitleRecords(
-        timeline(subtitles.records, modeOf(options), secondsFrom(options.rate.timeOfFrame(range.first))));
+    packetizer->setSubtitleRecords(cues.takeTimeline(modeOf(options)));
 
     OutputFile output(options.output);
     const auto writer = makeWriter(options, subtitles, output);
@@ -179,7 +230,7 @@ int play(const PlayOptions& options) {
     for (std::uint64_t number = range.first; number < range.end; ++number) {
         const MediaTime pts = options.rate.timeOfFrame(number);
         const auto sample = packetizer->copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, duration);
-        writer->write({number, pts, packetsOf(options, sample, pts), packetizer->lastSubtitleRecord()});
+        writer->write({number, pts, packetsOf(options, sample, pts), {}, packetizer->lastSubtitleRecord()});
         const std::uint64_t done = number + 1 - range.first;
         progress.update(done, done);
     }

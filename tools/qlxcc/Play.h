@@ -14,6 +14,7 @@ enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc };
 
 struct PlayOptions {
     std::string subtitles;  ///< The file; `-` is standard input.
+    std::string encoding;   ///< Of an SRT or JSON file; empty for UTF-8.
     PlayMode mode = PlayMode::Teletext;
     Rate rate;
     bool isHD = true;

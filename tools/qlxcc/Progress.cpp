@@ -1,8 +1,11 @@
 #include "Progress.h"
 
+#include "Errors.h"
 #include "OutputFile.h"
 #include "Text.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include <unistd.h>
@@ -17,20 +20,41 @@ constexpr std::chrono::milliseconds kInterval{200};
 // The clock is read once in so many frames.
 constexpr std::uint32_t kFramesBetweenLooks = 64;
 
+/// `00:12`, `1:00:00` from an hour on; parts of a second count as a whole one.
+std::string minutesAndSeconds(double time) {
+    constexpr double kLongest = 99.0 * 3600.0;
+    const auto seconds = static_cast<unsigned>(std::ceil(std::min(time, kLongest)));
+    char text[40];
+    const int length = seconds < 3600 ? std::snprintf(text, sizeof text, "%02u:%02u", seconds / 60, seconds % 60)
+                                      : std::snprintf(text, sizeof text, "%u:%02u:%02u", seconds / 3600,
+                                                      seconds / 60 % 60, seconds % 60);
+    return {text, static_cast<std::size_t>(length)};
+}
+
 }  // namespace
 
-std::string progressText(std::uint64_t frames, std::uint64_t done, std::optional<std::uint64_t> total) {
+std::string progressText(std::uint64_t frames, std::uint64_t done, std::optional<std::uint64_t> total, double seconds) {
+    const bool hasTotal = total && *total > 0;
+    const bool hasRate = seconds > 0.0;
     std::string text = "qlxcc: " + counted(frames, "frame");
-    if (total && *total > 0) {
+    if (hasTotal) {
         const double percent = 100.0 * static_cast<double>(done) / static_cast<double>(*total);
         text += ", " + std::to_string(static_cast<std::uint64_t>(percent)) + " %";
+    }
+    if (hasRate) {
+        text += ", " + std::to_string(static_cast<std::uint64_t>(static_cast<double>(frames) / seconds)) + " frames/s";
+    }
+    if (hasTotal && hasRate && done > 0) {
+        const std::uint64_t rest = *total - std::min(done, *total);
+        text += ", " + minutesAndSeconds(seconds * static_cast<double>(rest) / static_cast<double>(done)) + " left";
     }
     return text;
 }
 
 Progress::Progress(std::optional<std::uint64_t> total, bool usesStandardOutput)
-    : _total(total), _isEnabled(::isatty(STDERR_FILENO) != 0 && !(usesStandardOutput && standardOutputIsTerminal())),
-      _nextTime(std::chrono::steady_clock::now() + kFirstDelay) {}
+    : _total(total),
+      _isEnabled(!isQuiet() && ::isatty(STDERR_FILENO) != 0 && !(usesStandardOutput && standardOutputIsTerminal())),
+      _startTime(std::chrono::steady_clock::now()), _nextTime(_startTime + kFirstDelay) {}
 
 void Progress::update(std::uint64_t frames, std::uint64_t done) {
     if (!_isEnabled || ++_calls % kFramesBetweenLooks != 0) {
@@ -42,7 +66,8 @@ void Progress::update(std::uint64_t frames, std::uint64_t done) {
     }
     _nextTime = now + kInterval;
     _isShown = true;
-    const std::string line = "\r" + progressText(frames, done, _total) + "\033[K";
+    const double seconds = std::chrono::duration<double>(now - _startTime).count();
+    const std::string line = "\r" + progressText(frames, done, _total, seconds) + "\033[K";
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
 }

@@ -8,11 +8,14 @@
 
 namespace qlx::tool {
 
-/// `qlxcc: 1200 frames, 48 %`; the percentage stays away where the total is not known.
-[[nodiscard]] std::string progressText(std::uint64_t frames, std::uint64_t done, std::optional<std::uint64_t> total);
+/// `qlxcc: 1200 frames, 48 %, 5210 frames/s, 00:12 left`; percentage and time stay away where the total is not known,
+/// the rate where no time has passed.
+/// @param seconds How long the run has taken.
+[[nodiscard]] std::string progressText(std::uint64_t frames, std::uint64_t done, std::optional<std::uint64_t> total,
+                                       double seconds);
 
-/// Shows progress on standard error when that is a terminal and the output does not go to one as well; otherwise it is
-/// silent. A run shorter than half a second shows nothing. The line is removed at the end.
+/// Shows progress on standard error when that is a terminal and the output does not go to one as well; otherwise, and
+/// with --quiet, it is silent. A run shorter than half a second shows nothing. The line is removed at the end.
 class Progress {
 public:
     /// @param total What `done` reaches at the end; none when unknown.
@@ -33,6 +36,7 @@ private:
     bool _isEnabled = false;
     bool _isShown = false;
     std::uint32_t _calls = 0;
+    std::chrono::steady_clock::time_point _startTime;
     std::chrono::steady_clock::time_point _nextTime;
 };
 

@@ -97,8 +97,8 @@ private:
         if (cdp->rate != _options.from.name && !_hasWarned) {
             _hasWarned = true;
             _progress.clear();
-            printMessage("warning: " + _source.name() + ": " + place + ": the caption packet is marked as one of " +
-                         (cdp->rate.empty() ? "an unknown rate" : std::string(cdp->rate) + " frames/s"));
+            printNote("warning: " + _source.name() + ": " + place + ": the caption packet is marked as one of " +
+                      (cdp->rate.empty() ? "an unknown rate" : std::string(cdp->rate) + " frames/s"));
         }
         std::vector<std::uint8_t> bytes(data.begin(), data.end());
         // The library expects the triplets at their usual place, without a time code in front of them.

@@ -36,8 +36,19 @@ inline constexpr std::array<Rate, 8> kRates{{
     {"60", 1, 60},
 }};
 
-/// The rate called `name`.
+/// The rate called `name`, which is also known by the quotient of its frames and seconds (30000/1001, 25/1) and, at
+/// 23.976, as 23.98.
 [[nodiscard]] std::optional<Rate> rateNamed(std::string_view name) noexcept;
+
+/// The frames that a timecode counts in a second: 30 at 29.97.
+[[nodiscard]] constexpr std::uint32_t nominalFrames(const Rate& rate) noexcept {
+    return static_cast<std::uint32_t>((rate.timescale + rate.value - 1) / rate.value);
+}
+
+/// Whether drop-frame timecodes (SMPTE ST 12-1) count this rate's frames: 29.97 and 59.94.
+[[nodiscard]] constexpr bool hasDropFrame(const Rate& rate) noexcept {
+    return rate.value == 1001 && rate.timescale % 30'000 == 0;
+}
 
 /// The number of the first frame whose time is `seconds` or later; 0 for a negative time. This is also the number of
 /// frames that begin before `seconds`.

@@ -1,5 +1,6 @@
 #include "RawOptions.h"
 
+#include "Encoding.h"
 #include "Errors.h"
 #include "OutputFile.h"
 #include "Times.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <numeric>
 #include <string_view>
 #include <vector>
 
@@ -22,6 +24,14 @@ constexpr std::uint32_t kWidthSD = 720;
 std::string_view extension(std::string_view path) {
     const std::size_t dot = path.find_last_of("./");
     return dot == std::string_view::npos || path[dot] == '/' ? std::string_view() : path.substr(dot + 1);
+}
+
+/// @throws UsageError when texts cannot be read in this encoding.
+std::string knownEncoding(const std::string& name) {
+    if (!name.empty() && !isKnownEncoding(name)) {
+        throw UsageError("--encoding: \"" + name + "\" is no encoding that is known here (iconv -l lists them)");
+    }
+    return name;
 }
 
 PlayFormat playFormat(const RawPlay& raw) {
@@ -85,6 +95,30 @@ std::vector<std::uint64_t> lineNumbers(std::string_view text) {
 
 }  // namespace
 
+FrameSourceOptions frameSourceOptions(const std::string& file, const std::optional<std::string>& format,
+                                      const RawRows& rows) {
+    FrameSourceOptions options;
+    if (format) {
+        options.kind = inputKindNamed(*format);
+    }
+    // The content is looked at when the file has been opened; what the name says is enough to refuse it before.
+    const std::optional<InputKind> kind = options.kind ? options.kind : inputKindOfName(file);
+    options.width = rows.width;
+    if (rows.lines && rows.rows) {
+        throw UsageError("--lines and --rows cannot be given together");
+    }
+    if (rows.lines) {
+        options.lines = lineNumbers(*rows.lines);
+    } else if (rows.rows) {
+        options.lines.emplace(static_cast<std::size_t>(*rows.rows));
+        std::iota(options.lines->begin(), options.lines->end(), std::uint64_t{0});
+    }
+    if (kind) {
+        checkRowOptions(*kind, options);
+    }
+    return options;
+}
+
 std::string formatName(const std::optional<std::string>& format, const std::string& file,
                        const std::vector<std::string_view>& known) {
     if (format) {
@@ -98,17 +132,26 @@ std::string formatName(const std::optional<std::string>& format, const std::stri
     return name;
 }
 
+double timeOption(const std::string& option, const std::string& text, const Rate* rate) {
+    try {
+        return timeInSeconds(text, rate);
+    } catch (const UsageError& error) {
+        throw UsageError(option + ": " + error.what());
+    }
+}
+
 PlayOptions checked(const RawPlay& raw) {
     PlayOptions options;
     options.subtitles = raw.subtitles;
+    options.encoding = knownEncoding(raw.encoding);
     options.mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
     options.rate = rateNamed(raw.rate).value();
     options.isHD = !raw.isSD;
     if (!raw.from.empty()) {
-        options.fromSeconds = parseTime(raw.from).value();
+        options.fromSeconds = timeOption("--from", raw.from, &options.rate);
     }
     if (!raw.duration.empty()) {
-        options.durationSeconds = parseTime(raw.duration);
+        options.durationSeconds = timeOption("--duration", raw.duration, &options.rate);
         if (options.durationSeconds == 0.0) {
             throw UsageError("--duration must be longer than 0");
         }
@@ -125,27 +168,27 @@ PlayOptions checked(const RawPlay& raw) {
     return options;
 }
 
+SubsOptions checked(const RawSubs& raw) {
+    SubsOptions options;
+    options.file = raw.file;
+    options.encoding = knownEncoding(raw.encoding);
+    const PlayMode mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
+    options.mode = static_cast<std::int32_t>(mode);
+    if (!raw.rate.empty()) {
+        options.rate = rateNamed(raw.rate);
+    } else if (mode == PlayMode::Cea608) {
+        throw UsageError("--mode cea608 needs --rate: captions are sent early by the frames that they take");
+    }
+    options.output = raw.output;
+    options.asJson = raw.asJson;
+    return options;
+}
+
 ScanOptions checked(const RawScan& raw) {
     ScanOptions options;
     options.file = raw.file;
     options.asJson = raw.asJson;
-    const std::string name = formatName(raw.format, raw.file, {"v210", "2vuy", "klv"});
-    options.format = name == "klv" ? ScanFormat::Klv : name == "v210" ? ScanFormat::V210 : ScanFormat::Yuv8;
-    if (options.format == ScanFormat::Klv && (raw.width || raw.lines || raw.rows)) {
-        throw UsageError("--width, --lines and --rows are for the formats v210 and 2vuy: a klv file says its lines");
-    }
-    if (raw.lines && raw.rows) {
-        throw UsageError("--lines and --rows cannot be given together");
-    }
-    options.width = raw.width.value_or(kWidthHD);
-    if (raw.lines) {
-        options.lines = lineNumbers(*raw.lines);
-    } else {
-        options.lines.resize(static_cast<std::size_t>(raw.rows.value_or(1)));
-        for (std::size_t row = 0; row < options.lines.size(); ++row) {
-            options.lines[row] = row;
-        }
-    }
+    options.source = frameSourceOptions(raw.file, raw.format, {raw.width, raw.lines, raw.rows});
     return options;
 }
 

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "Extract.h"
+#include "FrameSource.h"
 #include "Play.h"
 #include "RateChange.h"
 #include "Scan.h"
+#include "Subs.h"
 
 #include <cstdint>
 #include <optional>
@@ -18,6 +20,7 @@ inline constexpr std::uint64_t kGreatestLine = 65535;
 
 struct RawPlay {
     std::string subtitles;
+    std::string encoding;
     std::string mode;
     std::string rate;
     bool isSD = false;
@@ -28,6 +31,22 @@ struct RawPlay {
     std::optional<std::uint32_t> width;
     bool leavesFramesEmpty = false;
     bool isNonDrop = false;
+};
+
+struct RawSubs {
+    std::string file;
+    std::string encoding;
+    std::string mode = "teletext";
+    std::string rate;
+    std::optional<std::string> output;
+    bool asJson = false;
+};
+
+/// How the rows of a file lie, as the options --width, --lines and --rows say.
+struct RawRows {
+    std::optional<std::uint32_t> width;
+    std::optional<std::string> lines;
+    std::optional<std::uint64_t> rows;
 };
 
 struct RawScan {
@@ -58,8 +77,19 @@ struct RawRateChange {
 [[nodiscard]] std::string formatName(const std::optional<std::string>& format, const std::string& file,
                                      const std::vector<std::string_view>& known);
 
+/// How a file of frames is opened.
+/// @throws UsageError when options contradict each other, or the format or name of the file.
+[[nodiscard]] FrameSourceOptions frameSourceOptions(const std::string& file, const std::optional<std::string>& format,
+                                                    const RawRows& rows);
+
+/// The seconds of an option's TIME.
+/// @param rate Of the command; null where it has none.
+/// @throws UsageError that names the option.
+[[nodiscard]] double timeOption(const std::string& option, const std::string& text, const Rate* rate);
+
 // Each gives the options that the subcommand runs with, and throws UsageError when they make no sense together.
 [[nodiscard]] PlayOptions checked(const RawPlay& raw);
+[[nodiscard]] SubsOptions checked(const RawSubs& raw);
 [[nodiscard]] ScanOptions checked(const RawScan& raw);
 [[nodiscard]] ExtractOptions checked(const RawExtract& raw);
 [[nodiscard]] RateChangeOptions checked(const RawRateChange& raw);

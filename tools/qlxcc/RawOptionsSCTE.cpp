@@ -6,6 +6,7 @@
 #include "SCTE104Message.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace qlx::tool {
 
@@ -27,8 +28,14 @@ std::uint64_t numberOf(std::string_view option, const std::string& text, std::ui
     throw UsageError(std::string(option) + ": \"" + text + "\" is not a number from 0 to " + std::to_string(greatest));
 }
 
-/// The tenths of a second of `30` or `30.5`.
+/// The tenths of a second of `30`, `30.5` or `00:00:30,500`.
 std::optional<std::uint64_t> tenthsOf(const std::string& text) {
+    if (text.find(':') != std::string::npos) {
+        const double tenths = timeOption("--duration", text, nullptr) * 10.0;
+        constexpr double kNearlyWhole = 0.001;
+        const bool isWhole = std::abs(tenths - std::round(tenths)) < kNearlyWhole;
+        return isWhole ? std::optional(static_cast<std::uint64_t>(std::round(tenths))) : std::nullopt;
+    }
     const std::size_t dot = text.find('.');
     const auto seconds = parseNumber(text.substr(0, dot), kGreatestTenths);
     const auto tenths = dot == std::string::npos ? 0 : parseNumber(text.substr(dot + 1), 9);

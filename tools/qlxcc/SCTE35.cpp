@@ -56,8 +56,8 @@ void checkSpliceRequest(const Scte104Packet& packet) {
         throw failureIn(packet.place, "the message has a time stamp: the section's time is that of --pts alone");
     }
     if (message.operations.size() > 1) {
-        printMessage("warning: " + packet.place + ": only the first of " +
-                     counted(message.operations.size(), "operation") + " is converted");
+        printNote("warning: " + packet.place + ": only the first of " +
+                  counted(message.operations.size(), "operation") + " is converted");
     }
 }
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,28 +13,66 @@ class QLXSubtitleRecord;
 
 namespace qlx::tool {
 
-/// Something in a subtitle file that was left out.
+/// Something in a subtitle file that was left out, or that needs a look.
 struct SubtitleProblem {
-    std::uint64_t line = 0;  ///< The line, in JSON the element of the array, counted from 1.
+    enum class Effect {
+        CueLeftOut,   ///< There is one cue less.
+        None,         ///< The cue is taken all the same.
+        NotASubtitle  ///< What was left out is no cue, and need not be one.
+    };
+
+    std::uint64_t place = 0;  ///< The line, in JSON the element, in STL the TTI block; counted from 1.
     std::string what;
-    bool isLeftOut = true;  ///< False when the cue is played all the same.
+    Effect effect = Effect::CueLeftOut;
 };
 
-/// The cues of a file.
+/// What was found in a file; the first thousand are kept, the others counted.
+class SubtitleProblems {
+public:
+    void add(SubtitleProblem problem);
+
+    [[nodiscard]] const std::vector<SubtitleProblem>& first() const { return _first; }
+    [[nodiscard]] std::uint64_t count() const { return _count; }
+    [[nodiscard]] std::uint64_t leftOut() const { return _leftOut; }  ///< Those that are not of Effect::None.
+
+private:
+    std::vector<SubtitleProblem> _first;
+    std::uint64_t _count = 0;
+    std::uint64_t _leftOut = 0;
+};
+
+/// How a file is to be read.
+struct SubtitleRequest {
+    std::string path;           ///< `-`: standard input.
+    std::int32_t mode = 2;      ///< What the cues are placed for: 1 CEA-608, 2 teletext.
+    double frameDuration = 0;   ///< Seconds a frame, for mode 1.
+    std::string encoding = {};  ///< Of SRT and JSON files; empty for UTF-8.
+};
+
+/// What a file is.
 struct Subtitles {
     std::string name;                 ///< What to call the file in messages.
-    std::string_view place = "line";  ///< What the problems' numbers count.
-    std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
-    std::vector<SubtitleProblem> problems;
+    std::string format;               ///< `SRT`, `JSON`, `EBU STL, 25 frames/s`
+    std::string_view place = "line";  ///< What the problems' places count.
+    std::uint64_t cues = 0;           ///< How many there are.
+    SubtitleProblems problems;
 };
 
-/// Reads a subtitle file (`-`: standard input): JSON when its content or its name says so, else SRT. A JSON file is an
-/// array of the dictionaries that QLXSubtitleRecord reads.
-/// @param mode The subtitle mode that the cues are placed for: 1 CEA-608, 2 teletext. In mode 1 the cues of an SRT file
-///   start early, so that they appear in time; those of a JSON file keep their times.
-/// @param frameDuration Seconds a frame.
-/// @throws Failure when the file cannot be read, is not UTF-8, or has no valid cue.
-[[nodiscard]] Subtitles loadSubtitles(const std::string& path, std::int32_t mode, double frameDuration);
+using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
+
+/// Reads a subtitle file and hands on its cues one by one, so that a long file takes no more memory than its text:
+/// EBU STL, SRT, or JSON, by its content, or else by its name. A JSON file is an array of the dictionaries that
+/// QLXSubtitleRecord reads, or an object with such an array under `cues`.
+///
+/// In mode 1 the cues of SRT and STL files start early, so that they appear in time; those of a JSON file keep their
+/// times. In mode 2 the cues of an STL file keep their rows where a teletext page has them, else they are placed like
+/// those of an SRT file.
+/// @throws Failure when the file cannot be read, is longer than kLongestSubtitleFile, is not in the encoding, or has no
+///   valid cue; UsageError when an encoding is given for an STL file.
+[[nodiscard]] Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take);
+
+/// `film.srt: line 12: cue left out: no timing line`
+[[nodiscard]] std::string problemInWords(const Subtitles& subtitles, const SubtitleProblem& problem);
 
 /// The blocks of an SRT text that make no cue, and timing lines inside of cues, in order.
 [[nodiscard]] std::vector<SubtitleProblem> findSRTProblems(std::string_view text);

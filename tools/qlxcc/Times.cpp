@@ -1,5 +1,7 @@
 #include "Times.h"
 
+#include "Errors.h"
+
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -23,17 +25,8 @@ std::optional<std::uint32_t> digits(std::string_view text, std::size_t least, st
     return value;
 }
 
-/// HH:MM:SS or HH:MM:SS,mmm
-std::optional<double> parseTimecode(std::string_view text) noexcept {
-    std::uint32_t milliseconds = 0;
-    if (const std::size_t comma = text.find(','); comma != std::string_view::npos) {
-        const auto fraction = digits(text.substr(comma + 1), 3, 3);
-        if (!fraction) {
-            return std::nullopt;
-        }
-        milliseconds = *fraction;
-        text = text.substr(0, comma);
-    }
+/// HH:MM:SS, its frames not yet known
+std::optional<FrameTimecode> parseClock(std::string_view text) noexcept {
     const std::size_t first = text.find(':');
     const std::size_t second = text.find(':', first + 1);
     if (first == std::string_view::npos || second == std::string_view::npos) {
@@ -45,7 +38,25 @@ std::optional<double> parseTimecode(std::string_view text) noexcept {
     if (!hours || !minutes || !seconds || *minutes > 59 || *seconds > 59) {
         return std::nullopt;
     }
-    const std::uint64_t whole = std::uint64_t{*hours} * 3600 + std::uint64_t{*minutes} * 60 + *seconds;
+    return FrameTimecode{*hours * 60 + *minutes, *seconds, 0, false};
+}
+
+/// HH:MM:SS, HH:MM:SS,mmm or HH:MM:SS.mmm
+std::optional<double> parseTimecode(std::string_view text) noexcept {
+    std::uint32_t milliseconds = 0;
+    if (const std::size_t mark = text.find_first_of(",."); mark != std::string_view::npos) {
+        const auto fraction = digits(text.substr(mark + 1), 3, 3);
+        if (!fraction) {
+            return std::nullopt;
+        }
+        milliseconds = *fraction;
+        text = text.substr(0, mark);
+    }
+    const auto clock = parseClock(text);
+    if (!clock) {
+        return std::nullopt;
+    }
+    const std::uint64_t whole = std::uint64_t{clock->minutes} * 60 + clock->seconds;
     // One division of whole numbers: the nearest double, as a frame's time is.
     return static_cast<double>(whole * 1000 + milliseconds) / 1000.0;
 }
@@ -64,6 +75,32 @@ std::optional<double> parseSeconds(std::string_view text) noexcept {
     return value;
 }
 
+/// The numbers that drop-frame counting leaves out of a minute.
+constexpr std::uint64_t droppedFrames(const Rate& rate) noexcept {
+    return nominalFrames(rate) / 15;
+}
+
+std::uint64_t frameNumber(const std::string& shown, const FrameTimecode& time, const Rate& rate) {
+    const std::uint32_t nominal = nominalFrames(rate);
+    if (time.isDropFrame && !hasDropFrame(rate)) {
+        throw UsageError(shown + " is a drop-frame timecode, which counts frames at 29.97 and 59.94 only");
+    }
+    if (time.frames >= nominal) {
+        throw UsageError(shown + " is no TIME: at " + std::string(rate.name) +
+                         " frames/s the frames of a second are 0 "
+                         "to " +
+                         std::to_string(nominal - 1));
+    }
+    const std::uint64_t number = (std::uint64_t{time.minutes} * 60 + time.seconds) * nominal + time.frames;
+    if (!time.isDropFrame) {
+        return number;
+    }
+    if (time.seconds == 0 && time.frames < droppedFrames(rate) && time.minutes % 10 != 0) {
+        throw UsageError(shown + " is no TIME: drop-frame timecodes leave this number out");
+    }
+    return number - droppedFrames(rate) * (time.minutes - time.minutes / 10);
+}
+
 }  // namespace
 
 std::optional<double> parseTime(std::string_view text) noexcept {
@@ -73,6 +110,38 @@ std::optional<double> parseTime(std::string_view text) noexcept {
         return std::nullopt;
     }
     return seconds;
+}
+
+std::optional<FrameTimecode> parseFrameTimecode(std::string_view text) noexcept {
+    const std::size_t mark = text.find_last_of(":;");
+    if (mark == std::string_view::npos) {
+        return std::nullopt;
+    }
+    auto time = parseClock(text.substr(0, mark));
+    const auto frames = digits(text.substr(mark + 1), 2, 2);
+    if (!time || !frames) {
+        return std::nullopt;
+    }
+    time->frames = *frames;
+    time->isDropFrame = text[mark] == ';';
+    return time;
+}
+
+double timeInSeconds(std::string_view text, const Rate* rate) {
+    const std::string shown = "\"" + std::string(text) + "\"";
+    std::optional<double> seconds;
+    if (const auto time = parseFrameTimecode(text)) {
+        if (rate == nullptr) {
+            throw UsageError(shown + " counts frames, and there is no rate to count them at");
+        }
+        seconds = secondsFrom(rate->timeOfFrame(frameNumber(shown, *time, *rate)));
+    } else {
+        seconds = parseTime(text);
+    }
+    if (!seconds || *seconds > kLongestTimeInSeconds) {
+        throw UsageError(shown + " is not a TIME (10.5, 00:00:10,500 or 00:00:10:12; at most 1000 hours)");
+    }
+    return *seconds;
 }
 
 std::string timecode(const MediaTime& time) {
@@ -91,28 +160,34 @@ std::string timecode(const MediaTime& time) {
     return {text, static_cast<std::size_t>(length)};
 }
 
-std::optional<std::string> timecodeAt2997(std::uint64_t frame, bool isDropFrame) {
-    constexpr std::uint64_t kRate = 30;
-    constexpr std::uint64_t kDropped = 2;
-    // A minute that drops numbers, and ten minutes, of which the first does not.
-    constexpr std::uint64_t kMinute = 60 * kRate - kDropped;
-    constexpr std::uint64_t kTenMinutes = 10 * kMinute + kDropped;
+std::string timecodeOfFrame(std::uint64_t frame, const Rate& rate, bool isDropFrame) {
+    const std::uint64_t nominal = nominalFrames(rate);
     std::uint64_t number = frame;
     if (isDropFrame) {
-        const std::uint64_t rest = frame % kTenMinutes;
-        number += frame / kTenMinutes * 9 * kDropped;
-        number += rest < kDropped ? 0 : (rest - kDropped) / kMinute * kDropped;
+        // A minute that drops numbers, and ten minutes, of which the first does not.
+        const std::uint64_t dropped = droppedFrames(rate);
+        const std::uint64_t minute = 60 * nominal - dropped;
+        const std::uint64_t tenMinutes = 10 * minute + dropped;
+        const std::uint64_t rest = frame % tenMinutes;
+        number += frame / tenMinutes * 9 * dropped;
+        number += rest < dropped ? 0 : (rest - dropped) / minute * dropped;
     }
-    const std::uint64_t seconds = number / kRate;
-    constexpr std::uint64_t kDay = 86'400;
-    if (seconds >= kDay) {
+    const std::uint64_t seconds = number / nominal;
+    char text[64];
+    const int length =
+        std::snprintf(text, sizeof text, "%02llu:%02u:%02u%c%02u", static_cast<unsigned long long>(seconds / 3600),
+                      static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60),
+                      isDropFrame ? ';' : ':', static_cast<unsigned>(number % nominal));
+    return {text, static_cast<std::size_t>(length)};
+}
+
+std::optional<std::string> timecodeAt2997(std::uint64_t frame, bool isDropFrame) {
+    constexpr std::size_t kLengthBelowHundredHours = 11;
+    std::string text = timecodeOfFrame(frame, *rateNamed("29.97"), isDropFrame);
+    if (text.size() > kLengthBelowHundredHours || text >= "24") {
         return std::nullopt;
     }
-    char text[40];
-    const int length = std::snprintf(text, sizeof text, "%02u:%02u:%02u%c%02u", static_cast<unsigned>(seconds / 3600),
-                                     static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60),
-                                     isDropFrame ? ';' : ':', static_cast<unsigned>(number % kRate));
-    return std::string(text, static_cast<std::size_t>(length));
+    return text;
 }
 
 }  // namespace qlx::tool

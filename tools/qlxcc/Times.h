@@ -1,6 +1,8 @@
 // Times on the command line and in listings.
 #pragma once
 
+#include "Rates.h"
+
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
 #include <cstdint>
@@ -13,16 +15,38 @@ namespace qlx::tool {
 /// The longest time that the tool works with: 1000 hours. It keeps frame numbers and times exact.
 inline constexpr double kLongestTimeInSeconds = 1000.0 * 3600.0;
 
-/// The seconds of `10.5` or `00:00:10,500` (the milliseconds may be left out); none when the text is anything else, or
-/// a longer time than kLongestTimeInSeconds.
+/// The seconds of `10.5`, `00:00:10,500` or `00:00:10.500` (the milliseconds may be left out); none when the text is
+/// anything else, or a longer time than kLongestTimeInSeconds.
 [[nodiscard]] std::optional<double> parseTime(std::string_view text) noexcept;
+
+/// A timecode with frames: `00:00:10:12`, or `00:00:10;12` in drop-frame counting.
+struct FrameTimecode {
+    std::uint32_t minutes = 0;  ///< With the hours.
+    std::uint32_t seconds = 0;
+    std::uint32_t frames = 0;
+    bool isDropFrame = false;
+};
+
+/// None when the text has another form. Whether there is such a frame is the matter of timeInSeconds().
+[[nodiscard]] std::optional<FrameTimecode> parseFrameTimecode(std::string_view text) noexcept;
+
+/// The seconds of a TIME in any of its forms; a timecode with frames gives the time of the frame that it names
+/// (SMPTE ST 12-1): those of 29.97 frames a second count 30 of them in a second, so that non-drop-frame ones fall
+/// behind the clock.
+/// @param rate What the frames of a timecode are counted in; null where a command has no rate.
+/// @throws UsageError that says why the text is no TIME.
+[[nodiscard]] double timeInSeconds(std::string_view text, const Rate* rate);
 
 /// `00:00:10,500`: the form of SRT files and of parseTime(). Milliseconds are cut, so that a frame's own time, given
 /// back as a start time, leads to the same frame.
 [[nodiscard]] std::string timecode(const MediaTime& time);
 
-/// The SMPTE ST 12-1 timecode of frame `frame` at 29.97 frames a second: `00:01:00;02`, which leaves out the numbers 0
-/// and 1 of every minute but each tenth, or `00:00:59:28`, which counts on. None from 24 hours on.
+/// The SMPTE ST 12-1 timecode of a frame: `00:01:00;02` in drop-frame counting, which at 29.97 frames a second leaves
+/// out the numbers 0 and 1 of every minute but each tenth (at 59.94 those to 3), or `00:00:59:28`, which counts on.
+/// @param isDropFrame Only where hasDropFrame(rate).
+[[nodiscard]] std::string timecodeOfFrame(std::uint64_t frame, const Rate& rate, bool isDropFrame);
+
+/// The same at 29.97 frames a second; none from 24 hours on.
 [[nodiscard]] std::optional<std::string> timecodeAt2997(std::uint64_t frame, bool isDropFrame);
 
 }  // namespace qlx::tool

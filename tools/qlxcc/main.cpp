@@ -1,10 +1,14 @@
 // qlxcc: captions, subtitles and ancillary packets on the command line.
 #include "CommandLine.h"
+#include "Completion.h"
 #include "Errors.h"
 #include "Extract.h"
+#include "Line21.h"
 #include "Play.h"
 #include "RateChange.h"
 #include "Scan.h"
+#include "Show.h"
+#include "Subs.h"
 #include "Text.h"
 #include "ToolLog.h"
 
@@ -27,8 +31,16 @@ int run(const PlayOptions& options) {
     return play(options);
 }
 
+int run(const SubsOptions& options) {
+    return listSubtitles(options);
+}
+
 int run(const ScanOptions& options) {
     return scan(options);
+}
+
+int run(const ShowOptions& options) {
+    return show(options);
 }
 
 int run(const ExtractOptions& options) {
@@ -37,6 +49,18 @@ int run(const ExtractOptions& options) {
 
 int run(const RateChangeOptions& options) {
     return changeRate(options);
+}
+
+int run(const CompletionOptions& options) {
+    return printCompletion(options);
+}
+
+int run(const Line21WriteOptions& options) {
+    return writeLine21(options);
+}
+
+int run(const Line21ReadOptions& options) {
+    return readLine21(options);
 }
 
 int run(const Scte104BuildOptions& options) {
@@ -82,6 +106,10 @@ int main(int argc, char** argv) {
         return std::visit([](const auto& options) { return run(options); }, command);
     } catch (const ClosedPipe&) {
         return kExitSuccess;
+    } catch (const UsageError& error) {
+        // What only the content of a file shows.
+        printMessage(std::string(error.what()) + " (see qlxcc --help)");
+        return kExitUsage;
     } catch (const std::bad_alloc&) {
         printMessage("out of memory");
     } catch (const std::exception& error) {

@@ -37,8 +37,11 @@ public:
     /// A copy of `size` bytes from `bytes`; a null pointer is allowed when `size` is 0.
     Data(const std::uint8_t* bytes, std::size_t size) : Data(std::span<const std::uint8_t>(bytes, size)) {}
 
+    /// Shares the bytes.
     Data(const Data& other) noexcept : _storage(other._storage) { retain(); }
+    /// Takes the bytes over; `other` is none afterwards.
     Data(Data&& other) noexcept : _storage(std::exchange(other._storage, nullptr)) {}
+    /// Shares the bytes, or takes them over.
     Data& operator=(Data other) noexcept {
         std::swap(_storage, other._storage);
         return *this;
@@ -69,7 +72,9 @@ public:
     /// The first byte, valid while any copy of this buffer lives; null for none.
     [[nodiscard]] const std::uint8_t* data() const noexcept { return _storage ? bytesOf(_storage) : nullptr; }
 
+    /// The first byte, where an iteration begins.
     [[nodiscard]] const std::uint8_t* begin() const noexcept { return data(); }
+    /// Behind the last byte.
     [[nodiscard]] const std::uint8_t* end() const noexcept {
         return _storage ? bytesOf(_storage) + _storage->size : nullptr;
     }

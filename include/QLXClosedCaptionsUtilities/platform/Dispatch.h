@@ -38,11 +38,13 @@ public:
 /// the first of them arrives. Tasks that are queued when the object goes away still run. Any thread may call it.
 class QLX_EXPORT SerialQueue {
 public:
+    /// An empty queue; the label is for debuggers and logs.
     explicit SerialQueue(std::string label);
     ~SerialQueue();
     SerialQueue(const SerialQueue&) = delete;
     SerialQueue& operator=(const SerialQueue&) = delete;
 
+    /// The label that it was made with.
     [[nodiscard]] const std::string& label() const noexcept;
 
     /// Runs `task` after all tasks that were queued before it.
@@ -66,6 +68,7 @@ private:
 /// calls run() or drain() on the thread that it takes for its main thread. Any thread may post.
 class QLX_EXPORT MainQueue {
 public:
+    /// Takes a piece of work and has it called from the main loop.
     using Poster = std::function<void(Task)>;
 
     MainQueue() = default;

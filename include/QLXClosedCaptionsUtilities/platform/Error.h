@@ -14,6 +14,7 @@ struct Error {
     std::int64_t code = 0;  ///< Number within the domain.
     Dictionary userInfo;    ///< Details by key.
 
+    /// Field by field.
     friend bool operator==(const Error&, const Error&) = default;
 };
 

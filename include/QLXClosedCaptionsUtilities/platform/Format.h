@@ -22,29 +22,40 @@ class FormatArgument {
 public:
     /// An integer with the width of its own type, so that -1 prints as ffffffff when it came as 32 bits.
     struct Integer {
-        std::uint64_t bits;
-        std::uint8_t byteCount;
-        bool isSigned;
+        std::uint64_t bits;      ///< The value, widened with its sign.
+        std::uint8_t byteCount;  ///< Bytes of its type.
+        bool isSigned;           ///< Whether its type has a sign.
     };
+    /// What an argument can be.
     using Content = std::variant<std::nullptr_t, Integer, double, std::string_view, Data, Value>;
 
+    /// An integer, a boolean or a character.
     template <std::integral T>
     FormatArgument(T value) noexcept
         : _content(
               Integer{static_cast<std::uint64_t>(value), static_cast<std::uint8_t>(sizeof(T)), std::is_signed_v<T>}) {}
+    /// A double.
     FormatArgument(double value) noexcept : _content(value) {}
+    /// A text.
     FormatArgument(std::string_view value) noexcept : _content(value) {}
+    /// A text.
     FormatArgument(const std::string& value) noexcept : _content(std::string_view(value)) {}
+    /// A text; a null pointer is a null object.
     FormatArgument(const char* value) noexcept { setText(value); }
+    /// A text or a null object.
     FormatArgument(const std::optional<std::string>& value) noexcept {
         if (value) {
             _content = std::string_view(*value);
         }
     }
+    /// A null object.
     FormatArgument(std::nullptr_t) noexcept {}
+    /// A byte buffer.
     FormatArgument(const Data& value) noexcept : _content(value) {}
+    /// An object of any kind.
     FormatArgument(const Value& value) : _content(value) {}
 
+    /// What the argument is.
     [[nodiscard]] const Content& content() const noexcept { return _content; }
 
 private:

@@ -20,4 +20,16 @@ inline constexpr std::uint32_t kPixelFormatV210 = fourCC("v210");
 /// 8-bit 4:2:2 rows: bytes Cb Y Cr Y.
 inline constexpr std::uint32_t kPixelFormat2vuy = fourCC("2vuy");
 
+/// 8-bit 4:2:2 rows: bytes Y Cb Y Cr.
+inline constexpr std::uint32_t kPixelFormatYuvs = fourCC("yuvs");
+
+/// 8-bit 4:2:0 in two planes: luma, and Cb Cr pairs for two columns of two rows each.
+inline constexpr std::uint32_t kPixelFormat420v = fourCC("420v");
+
+/// 8-bit rows: bytes B G R A.
+inline constexpr std::uint32_t kPixelFormatBGRA = fourCC("BGRA");
+
+/// 8-bit rows: bytes A R G B.
+inline constexpr std::uint32_t kPixelFormatARGB = fourCC("ARGB");
+
 }  // namespace qlx

@@ -37,9 +37,11 @@ public:
 /// Lists folders and removes what is in them. Any thread may call it.
 class QLX_EXPORT Directories {
 public:
+    /// A file of a folder.
     struct Entry {
-        std::string name;
-        std::optional<std::chrono::system_clock::time_point> creationDate;
+        std::string name;  ///< Without the folder.
+        std::optional<std::chrono::system_clock::time_point>
+            creationDate;  ///< None where the platform does not know it.
     };
 
     Directories() = default;

@@ -22,12 +22,15 @@ using MediaStatus = std::int32_t;
 /// A contiguous block of bytes, zero-filled when made.
 class BlockBuffer {
 public:
+    /// A block of `size` bytes.
     explicit BlockBuffer(std::size_t size) : _bytes(size) {}
 
+    /// Bytes of the block.
     [[nodiscard]] std::size_t size() const noexcept { return _bytes.size(); }
 
     /// The first byte, valid while the block lives.
     [[nodiscard]] std::uint8_t* data() noexcept { return _bytes.data(); }
+    /// The first byte, to be read only.
     [[nodiscard]] const std::uint8_t* data() const noexcept { return _bytes.data(); }
 
 private:
@@ -38,18 +41,18 @@ private:
 struct FormatDescription {
     std::uint32_t mediaType = 0;     ///< Four-character code, such as `meta`.
     std::uint32_t mediaSubType = 0;  ///< Four-character code, such as `VANC`.
-    Dictionary extensions;
+    Dictionary extensions;           ///< Further properties by key.
 };
 
 /// One timed media sample. Any part may be missing. A sample is not locked: one thread at a time changes it.
 class SampleBuffer {
 public:
-    std::shared_ptr<BlockBuffer> dataBuffer;
-    std::shared_ptr<const FormatDescription> formatDescription;
-    std::shared_ptr<PixelBuffer> imageBuffer;
-    std::optional<SampleTimingInfo> timingInfo;
-    std::optional<std::uint64_t> sampleSize;  ///< Bytes of the sample's data.
-    Dictionary attachments;                   ///< The sample's own attachment dictionary.
+    std::shared_ptr<BlockBuffer> dataBuffer;                     ///< The sample's bytes.
+    std::shared_ptr<const FormatDescription> formatDescription;  ///< What they are.
+    std::shared_ptr<PixelBuffer> imageBuffer;                    ///< The picture of a video sample.
+    std::optional<SampleTimingInfo> timingInfo;                  ///< Its one timing entry.
+    std::optional<std::uint64_t> sampleSize;                     ///< Bytes of the sample's data.
+    Dictionary attachments;                                      ///< The sample's own attachment dictionary.
 };
 
 /// Makes and opens media objects; every step can refuse with a status. This class is the portable default; a host

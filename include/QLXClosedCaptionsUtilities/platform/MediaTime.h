@@ -9,7 +9,9 @@ namespace qlx {
 
 /// A rational time of `value` / `timescale` seconds. A default-made one is invalid (all zero).
 struct MediaTime {
+    /// Flag: this is a time.
     static constexpr std::uint32_t kValid = 1U;
+    /// Flag: a conversion did not come out even.
     static constexpr std::uint32_t kHasBeenRounded = 2U;
 
     std::int64_t value = 0;      ///< Numerator, in units of the timescale.
@@ -22,6 +24,7 @@ struct MediaTime {
         return {value, timescale, kValid, 0};
     }
 
+    /// Whether kValid is among the flags.
     [[nodiscard]] constexpr bool isValid() const noexcept { return (flags & kValid) != 0; }
 
     /// Field by field: 1/25 and 2/50 are the same instant but not equal records.
@@ -30,10 +33,11 @@ struct MediaTime {
 
 /// Duration, presentation time and decode time of a sample; a default-made record is all invalid.
 struct SampleTimingInfo {
-    MediaTime duration;
-    MediaTime presentationTimeStamp;
-    MediaTime decodeTimeStamp;
+    MediaTime duration;               ///< How long the sample lasts.
+    MediaTime presentationTimeStamp;  ///< When it is shown.
+    MediaTime decodeTimeStamp;        ///< When it is decoded, if that is another time.
 
+    /// Field by field.
     friend constexpr bool operator==(const SampleTimingInfo&, const SampleTimingInfo&) noexcept = default;
 };
 

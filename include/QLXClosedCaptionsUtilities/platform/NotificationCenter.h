@@ -23,11 +23,12 @@ inline constexpr std::uint64_t kNotificationAlert = 4;
 
 /// A message for the user.
 struct Notification {
-    std::string identifier;
-    std::string title;
-    std::string body;
-    std::string category;
+    std::string identifier;  ///< Unique among the notifications.
+    std::string title;       ///< Its first line.
+    std::string body;        ///< Its text.
+    std::string category;    ///< The kind of notification, for the host.
 
+    /// Field by field.
     friend bool operator==(const Notification&, const Notification&) = default;
 };
 

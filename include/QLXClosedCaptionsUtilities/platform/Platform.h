@@ -12,9 +12,11 @@
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <QLXClosedCaptionsUtilities/platform/NotificationCenter.h>
+#include <QLXClosedCaptionsUtilities/platform/PixelBuffers.h>
 #include <QLXClosedCaptionsUtilities/platform/Range.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <QLXClosedCaptionsUtilities/platform/TextEncoding.h>
 #include <QLXClosedCaptionsUtilities/platform/TimeZone.h>
 #include <QLXClosedCaptionsUtilities/platform/UserDefaults.h>
 #include <QLXClosedCaptionsUtilities/platform/Value.h>

@@ -7,6 +7,7 @@
 #include <QLXClosedCaptionsUtilities/platform/LogFiles.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 #include <QLXClosedCaptionsUtilities/platform/NotificationCenter.h>
+#include <QLXClosedCaptionsUtilities/platform/PixelBuffers.h>
 #include <QLXClosedCaptionsUtilities/platform/TimeZone.h>
 #include <QLXClosedCaptionsUtilities/platform/UserDefaults.h>
 
@@ -93,6 +94,7 @@ public:
 /// Reading is lock-free from any thread. Defaults are never destroyed.
 class Services {
 public:
+    /// The service that is set, else the portable default.
     template <class Service>
     [[nodiscard]] Service& get() const noexcept {
         Service* const service = slot<Service>().load(std::memory_order_acquire);
@@ -122,6 +124,7 @@ private:
                    Slot<NotificationCenter>,
                    Slot<UUIDs>,
                    Slot<MediaFactory>,
+                   Slot<PixelBufferFactory>,
                    Slot<BackgroundQueue>,
                    Slot<MainQueue> {};
 
@@ -140,6 +143,7 @@ private:
 template <class Service>
 class ScopedService {
 public:
+    /// Installs `service`.
     explicit ScopedService(Service& service) : _former(services().set<Service>(&service)) {}
     ~ScopedService() { services().set<Service>(_former); }
     ScopedService(const ScopedService&) = delete;

@@ -11,7 +11,7 @@ namespace qlx {
 
 /// A point in time as a calendar and a clock on the wall show it (Gregorian calendar).
 struct LocalTime {
-    std::int32_t year = 1970;
+    std::int32_t year = 1970;   ///< Such as 1970.
     std::uint32_t month = 1;    ///< 1 to 12
     std::uint32_t day = 1;      ///< 1 to 31
     std::uint32_t hour = 0;     ///< 0 to 23
@@ -19,6 +19,7 @@ struct LocalTime {
     std::uint32_t second = 0;   ///< 0 to 60
     std::uint32_t weekday = 4;  ///< 0 (Sunday) to 6
 
+    /// Field by field.
     friend bool operator==(const LocalTime&, const LocalTime&) = default;
 };
 

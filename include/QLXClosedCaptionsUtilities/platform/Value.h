@@ -30,14 +30,19 @@ public:
 
     Dictionary() noexcept;
     Dictionary(std::initializer_list<Entry> entries);  ///< A later entry replaces an earlier one of the same key.
+    /// A copy of all entries.
     Dictionary(const Dictionary& other);
+    /// Takes the entries over.
     Dictionary(Dictionary&& other) noexcept;
+    /// A copy of all entries.
     Dictionary& operator=(const Dictionary& other);
+    /// Takes the entries over.
     Dictionary& operator=(Dictionary&& other) noexcept;
     ~Dictionary();
 
     /// The value of `key`, or null; valid until the dictionary is changed.
     [[nodiscard]] const Value* find(std::string_view key) const noexcept;
+    /// Whether there is such a key.
     [[nodiscard]] bool contains(std::string_view key) const noexcept { return find(key) != nullptr; }
 
     /// Stores `value` under `key`, replacing what stood there.
@@ -46,11 +51,16 @@ public:
     /// Removes `key`; false when it was not there.
     bool erase(std::string_view key);
 
+    /// Number of entries.
     [[nodiscard]] std::size_t size() const noexcept;
+    /// Whether there is no entry.
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+    /// The first entry, where an iteration begins.
     [[nodiscard]] const Entry* begin() const noexcept;
+    /// Behind the last entry.
     [[nodiscard]] const Entry* end() const noexcept;
 
+    /// By keys and values.
     friend QLX_EXPORT bool operator==(const Dictionary& left, const Dictionary& right);
 
 private:
@@ -64,13 +74,19 @@ private:
 class QLX_EXPORT Value {
 public:
     Value() noexcept = default;
+    /// Null.
     Value(std::nullptr_t) noexcept {}
+    /// A boolean.
     Value(std::same_as<bool> auto value) noexcept : _content(value) {}
+    /// An integer, signed or unsigned like its type.
     template <std::integral T>
     requires(!std::same_as<T, bool>) Value(T value)
     noexcept : _content(widened(value)) {}
+    /// A double.
     Value(double value) noexcept : _content(value) {}
+    /// A text.
     Value(std::string value) noexcept : _content(std::move(value)) {}
+    /// A text.
     Value(std::string_view value) : _content(std::string(value)) {}
     /// A null pointer gives null.
     Value(const char* value) {
@@ -78,25 +94,37 @@ public:
             _content = std::string(value);
         }
     }
+    /// A byte buffer, possibly none.
     Value(Data value) noexcept : _content(std::move(value)) {}
+    /// An array.
     Value(Array value) noexcept : _content(std::move(value)) {}
+    /// A dictionary.
     Value(Dictionary value) noexcept : _content(std::move(value)) {}
 
+    /// True for null.
     [[nodiscard]] bool isNull() const noexcept { return std::holds_alternative<std::nullptr_t>(_content); }
+    /// True for a boolean.
     [[nodiscard]] bool isBool() const noexcept { return std::holds_alternative<bool>(_content); }
     /// True for integers and doubles (not booleans).
     [[nodiscard]] bool isNumber() const noexcept;
 
-    /// The content when it is of that kind, else null; valid until the value is changed.
+    /// The boolean, else null; valid until the value is changed.
     [[nodiscard]] const bool* boolean() const noexcept { return std::get_if<bool>(&_content); }
+    /// The signed integer, else null; valid until the value is changed.
     [[nodiscard]] const std::int64_t* signedInteger() const noexcept { return std::get_if<std::int64_t>(&_content); }
+    /// The unsigned integer, else null; valid until the value is changed.
     [[nodiscard]] const std::uint64_t* unsignedInteger() const noexcept {
         return std::get_if<std::uint64_t>(&_content);
     }
+    /// The double, else null; valid until the value is changed.
     [[nodiscard]] const double* number() const noexcept { return std::get_if<double>(&_content); }
+    /// The text, else null; valid until the value is changed.
     [[nodiscard]] const std::string* text() const noexcept { return std::get_if<std::string>(&_content); }
+    /// The byte buffer, else null; valid until the value is changed.
     [[nodiscard]] const Data* data() const noexcept { return std::get_if<Data>(&_content); }
+    /// The array, else null; valid until the value is changed.
     [[nodiscard]] const Array* array() const noexcept { return std::get_if<Array>(&_content); }
+    /// The dictionary, else null; valid until the value is changed.
     [[nodiscard]] const Dictionary* dictionary() const noexcept { return std::get_if<Dictionary>(&_content); }
 
     /// The number with a sign; an unsigned number above the largest signed one gives that.
@@ -121,6 +149,7 @@ private:
     using Content =
         std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string, Data, Array, Dictionary>;
 
+    /// An integer, signed or unsigned like its type.
     template <std::integral T>
     static constexpr auto widened(T value) noexcept {
         if constexpr (std::is_signed_v<T>) {
@@ -135,9 +164,10 @@ private:
 
 /// A key and its value.
 struct Dictionary::Entry {
-    std::string key;
-    Value value;
+    std::string key;  ///< UTF-8.
+    Value value;      ///< What stands under it.
 
+    /// By key and value.
     friend bool operator==(const Entry&, const Entry&) = default;
 };
 

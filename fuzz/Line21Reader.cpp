@@ -1,0 +1,33 @@
+// The line-21 reader on arbitrary pictures: any format, width, height and stride; what is drawn reads back.
+#include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>
+
+#include "FuzzPictures.h"
+
+using qlxfuzz::require;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    qlxfuzz::Input input(data, size);
+    const qlxfuzz::Shape shape = qlxfuzz::takeShape(input);
+    const std::uint8_t first = input.takeByte();
+    const std::uint8_t second = input.takeByte();
+    const qlxfuzz::FilledPicture video(shape, input.rest());
+
+    const auto sample = std::make_shared<qlx::SampleBuffer>();
+    sample->imageBuffer = video.picture;
+    QLXCEA608ReaderWriter object;
+    const auto found = object.createClosedCaptionSampleFromCEA608VideoSampleBuffer(sample);
+    require(static_cast<bool>(found) == (shape.height >= 3));
+    require(!found || found->dataBuffer->size() == 4);
+
+    object.overlayCEA608FromData_videoPixelBuffer({first, second}, video.picture);
+    const auto drawn = object.createClosedCaptionSampleFromCEA608VideoSampleBuffer(sample);
+    // The last cell is read at pixel 693; rows of more columns than that hold both bytes.
+    if (drawn && shape.width > 693) {
+        const std::uint8_t* const bytes = drawn->dataBuffer->data();
+        require(bytes[0] == first && bytes[1] == (second | 0x80U) && bytes[2] == 0x80 && bytes[3] == 0);
+    }
+    if (drawn && shape.width <= 274) {
+        require(std::equal(drawn->dataBuffer->data(), drawn->dataBuffer->data() + 4, found->dataBuffer->data()));
+    }
+    return 0;
+}

@@ -1,0 +1,108 @@
+# Recipe for Conan 2 beside the sources that it builds: conan create packaging/conan -o "&:tool=True"
+import os
+
+from conan import ConanFile
+from conan.tools.build import check_min_cppstd
+from conan.tools.cmake import CMake, CMakeDeps, CMakeToolchain, cmake_layout
+from conan.tools.files import copy, rm, rmdir
+from conan.tools.gnu import PkgConfigDeps
+
+required_conan_version = ">=2.0"
+
+
+class QLXClosedCaptionsUtilitiesConan(ConanFile):
+    name = "qlxclosedcaptionsutilities"
+    version = "0.1.0"
+    description = "Captions, subtitles and ancillary data for broadcast video software"
+    package_type = "library"
+    settings = "os", "arch", "compiler", "build_type"
+    options = {
+        "shared": [True, False],
+        "fPIC": [True, False],
+        "tool": [True, False],
+        "png": [True, False],
+        "ffmpeg": [True, False],
+    }
+    default_options = {"shared": False, "fPIC": True, "tool": False, "png": True, "ffmpeg": False}
+
+    def export_sources(self):
+        root = os.path.join(self.recipe_folder, "..", "..")
+        for pattern in (
+            "CMakeLists.txt",
+            "CHANGELOG.md",
+            "cmake/*",
+            "docs/*",
+            "include/*",
+            "packaging/debian/*",
+            "src/*",
+            "tools/*",
+        ):
+            copy(self, pattern, src=root, dst=self.export_sources_folder)
+
+    def configure(self):
+        # The objects of both libraries are always position-independent.
+        self.options.rm_safe("fPIC")
+        if not self.options.tool:
+            self.options.rm_safe("png")
+            self.options.rm_safe("ffmpeg")
+
+    def layout(self):
+        cmake_layout(self)
+
+    def requirements(self):
+        # Of the tool alone: whoever links the library needs none of them.
+        if self.options.tool:
+            private = {"headers": False, "libs": False, "visible": False}
+            self.requires("cli11/2.3.2", **{**private, "headers": True})
+            self.requires("nlohmann_json/3.11.3", **{**private, "headers": True})
+            if self.options.png:
+                self.requires("libpng/[>=1.6 <2]", visible=False)
+            if self.options.ffmpeg:
+                self.requires("ffmpeg/[>=5 <7]", visible=False)
+
+    def validate(self):
+        check_min_cppstd(self, 20)
+
+    def generate(self):
+        CMakeDeps(self).generate()
+        # The tool looks for FFmpeg's libraries with pkg-config.
+        PkgConfigDeps(self).generate()
+        toolchain = CMakeToolchain(self)
+        toolchain.cache_variables["QLX_BUILD_TESTS"] = False
+        toolchain.cache_variables["QLX_BUILD_TOOL"] = bool(self.options.tool)
+        toolchain.cache_variables["QLX_INSTALL"] = True
+        toolchain.cache_variables["QLX_TOOL_FFMPEG"] = bool(self.options.get_safe("ffmpeg"))
+        toolchain.cache_variables["QLX_TOOL_PNG"] = bool(self.options.get_safe("png"))
+        toolchain.cache_variables["QLX_TOOL_ZVBI"] = False
+        toolchain.generate()
+
+    def build(self):
+        cmake = CMake(self)
+        cmake.configure()
+        cmake.build()
+
+    def package(self):
+        copy(
+            self,
+            "copyright",
+            src=os.path.join(self.source_folder, "packaging", "debian"),
+            dst=os.path.join(self.package_folder, "licenses"),
+        )
+        CMake(self).install()
+        # Both libraries are made; a package has the one that was asked for. Conan writes the files for CMake and
+        # pkg-config itself.
+        libraries = os.path.join(self.package_folder, "lib")
+        for pattern in ("*.a",) if self.options.shared else ("*.so*", "*.dylib"):
+            rm(self, pattern, libraries)
+        rmdir(self, os.path.join(libraries, "cmake"))
+        rmdir(self, os.path.join(libraries, "pkgconfig"))
+
+    def package_info(self):
+        self.cpp_info.set_property("cmake_file_name", "QLXClosedCaptionsUtilities")
+        self.cpp_info.set_property("cmake_target_name", "QLXClosedCaptionsUtilities::QLXClosedCaptionsUtilities")
+        self.cpp_info.set_property("pkg_config_name", "QLXClosedCaptionsUtilities")
+        self.cpp_info.libs = ["QLXClosedCaptionsUtilities"]
+        if not self.options.shared:
+            self.cpp_info.defines = ["QLX_STATIC_DEFINE"]
+        if self.settings.os == "Linux":
+            self.cpp_info.system_libs = ["pthread"]

@@ -1,0 +1,178 @@
+// Containers that FFmpeg writes: the captions that were put into numbered pictures come out with the same numbers, in
+// the order of presentation, whatever the codec and the container.
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+
+namespace {
+
+using qlxtest::linesOf;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr int kPictures = 50;
+
+bool succeeds(const std::string& command) {
+    return std::system((command + " 2>/dev/null >/dev/null").c_str()) == 0;
+}
+
+bool hasTools() {
+#ifdef QLX_TOOL_FFMPEG
+    return succeeds("ffmpeg -v quiet -nostdin -h encoder=libx264 | grep -q '^Encoder libx264'") &&
+           succeeds("ffmpeg -v quiet -nostdin -h encoder=mpeg2video | grep -q '^Encoder mpeg2video'");
+#else
+    return false;
+#endif
+}
+
+constexpr const char* kNoTools = "ffmpeg with libx264 is not installed, or qlxcc was built without FFmpeg: not tested";
+
+void run(const TemporaryFolder& folder, const std::string& command) {
+    ASSERT_EQ(std::system((command + " >'" + folder.path("log") + "' 2>&1").c_str()), 0) << command << "\n"
+                                                                                         << folder.read("log");
+}
+
+/// The triplets of picture `number`: a field 1 pair with the number in it, and a null pair.
+std::string tripletsOf(int number) {
+    char text[13];
+    std::snprintf(text, sizeof text, "fc80%02xfd8080", static_cast<unsigned>(number));
+    return text;
+}
+
+/// An MPEG-2 stream of I pictures with user data (ATSC A/53) in front of each picture's first slice.
+void writeNumberedPictures(const TemporaryFolder& folder) {
+    run(folder, "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=160x120:r=25:d=2 -c:v mpeg2video -g 1 -f mpeg2video -y "
+                "'" +
+                    folder.path("plain.m2v") + "'");
+    const std::string plain = folder.read("plain.m2v");
+    std::string stream;
+    bool isInHeader = false;
+    int number = 0;
+    for (std::size_t place = 0; place < plain.size(); ++place) {
+        if (plain.compare(place, 3, std::string("\0\0\1", 3)) == 0 && place + 3 < plain.size()) {
+            const auto code = static_cast<unsigned char>(plain[place + 3]);
+            isInHeader = isInHeader || code == 0;
+            if (isInHeader && code >= 0x01 && code <= 0xAF) {
+                const char data[] = "\0\0\1\xB2GA94\x03\xC2\xFF\xFC\x80?\xFD\x80\x80\xFF";
+                std::string userData(data, sizeof data - 1);
+                userData[13] = static_cast<char>(number++);
+                stream += userData;
+                isInHeader = false;
+            }
+        }
+        stream += plain[place];
+    }
+    ASSERT_EQ(number, kPictures);
+    std::ofstream(folder.path("numbered.m2v"), std::ios::binary) << stream;
+}
+
+/// Expects every picture once, in order, with times that are as far apart as pictures are.
+void expectNumbers(const std::string& file) {
+    const ToolResult result = runTool({"scan", file});
+    EXPECT_EQ(result.exitCode, 0) << file;
+    EXPECT_EQ(result.err, "") << file;
+    const auto lines = linesOf(result.out);
+    ASSERT_EQ(lines.size(), 2U + 2 * kPictures) << file << "\n" << result.out;
+    EXPECT_EQ(lines.back(), "0 packets in 50 frames, 50 frames with captions in the picture");
+    for (int number = 0; number < kPictures; ++number) {
+        const std::string& line = lines[1 + 2 * static_cast<std::size_t>(number)];
+        EXPECT_TRUE(line.ends_with("  in the picture         6  " + tripletsOf(number))) << file << ": " << line;
+    }
+    const auto units = linesOf(runTool({"extract", file}).out);
+    ASSERT_EQ(units.size(), 2U + kPictures) << file;
+    EXPECT_EQ(units.back(), "50 frames, 50 with caption data");
+    int first = -1;
+    for (int number = 0; number < kPictures; ++number) {
+        const std::string& line = units[1 + static_cast<std::size_t>(number)];
+        EXPECT_TRUE(line.ends_with("      6  " + tripletsOf(number))) << file << ": " << line;
+        // "       0  00:00:01,480": 40 ms a picture, from the first on.
+        const int milliseconds = std::stoi(line.substr(16, 2)) * 1000 + std::stoi(line.substr(19, 3));
+        first = number == 0 ? milliseconds : first;
+        EXPECT_EQ(milliseconds - first, number * 40) << file << ": " << line;
+    }
+}
+
+class ContainerStream : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(ContainerStream, GivesBackTheCaptionsOfEveryPictureInOrder) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    const std::string source =
+        "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") + "' -a53cc 1 ";
+    const std::string extension = GetParam();
+    const std::string h264 = folder.path("h264." + extension);
+    run(folder, source + "-c:v libx264 -x264-params b-adapt=0:bframes=3:keyint=20 " +
+                    (extension == "mpg" ? "-f vob " : "") + "-y '" + h264 + "'");
+    expectNumbers(h264);
+    const std::string mpeg2 = folder.path("mpeg2." + extension);
+    run(folder, source + "-c:v mpeg2video -bf 2 -g 12 -y '" + mpeg2 + "'");
+    expectNumbers(mpeg2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ContainerStream, ::testing::Values("mp4", "mov", "ts", "mpg", "mxf"));
+
+TEST(ContainerStream, IsReadFromAPipe) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    for (const char* const name : {"a.ts", "a.mxf", "a.mpg"}) {
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                        "' -c:v mpeg2video -bf 2 -y '" + folder.path(name) + "'");
+        EXPECT_EQ(runTool({"scan", "-"}, {.input = folder.read(name)}).out, runTool({"scan", folder.path(name)}).out)
+            << name;
+    }
+}
+
+TEST(ContainerStream, IsListedUpToWhereItIsCut) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    for (const char* const name : {"a.ts", "a.mxf", "a.mpg", "a.mp4"}) {
+        const std::string whole = folder.path(name);
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                        "' -c:v mpeg2video -bf 2 -g 12 -movflags faststart -y '" + whole + "'");
+        const std::string bytes = folder.read(name);
+        // In the middle of a packet of the transport stream and of a sector of the program stream.
+        const std::size_t size = bytes.size() / 2 / 2048 * 2048 + 1001;
+        const std::string cut = folder.write(std::string("cut-") + name, std::string_view(bytes).substr(0, size));
+        const ToolResult result = runTool({"extract", cut});
+        EXPECT_EQ(result.exitCode, 1) << name;
+        EXPECT_TRUE(result.err.starts_with("qlxcc: " + cut + ": ")) << result.err;
+        const auto lines = linesOf(result.out);
+        ASSERT_GT(lines.size(), 10U) << name;
+        for (int number = 0; number < 8; ++number) {
+            EXPECT_TRUE(lines[1 + static_cast<std::size_t>(number)].ends_with(tripletsOf(number)))
+                << name << " " << lines[1 + static_cast<std::size_t>(number)];
+        }
+    }
+}
+
+TEST(ContainerStream, GivesThePairsOfACaptionTrack) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    const std::string captions = folder.write("a.scc", "Scenarist_SCC V1.0\n\n"
+                                                       "00:00:01:00\t9420 9420 94ad 94ad c8e5 ecec ef80 942f 942f\n\n"
+                                                       "00:00:03:00\t942c 942c\n\n");
+    run(folder, "ffmpeg -nostdin -v error -i '" + captions + "' -map 0 -c:s copy -y '" + folder.path("a.mov") + "'");
+    const ToolResult result = runTool({"extract", folder.path("a.mov"), "--format", "cc1"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const auto lines = linesOf(result.out);
+    ASSERT_GE(lines.size(), 2U) << result.out;
+    EXPECT_EQ(lines[1], "       0  00:00:01,000     18  9420942094ad94adc8e5ececef80942f942f");
+}
+
+}  // namespace

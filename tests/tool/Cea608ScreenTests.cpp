@@ -1,0 +1,324 @@
+// The tool's CEA-608 decoder: its two memories, its styles, its control codes, and damage.
+#include "Cea608Screen.h"
+#include "ScreenText.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+
+namespace {
+
+using namespace qlx::tool;
+using Lines = std::vector<std::string>;
+
+std::uint8_t odd(unsigned code) {
+    return static_cast<std::uint8_t>(std::popcount(code) % 2 == 1 ? code : code | 0x80U);
+}
+
+/// A receiver that is fed with codes without parity.
+class Receiver {
+public:
+    explicit Receiver(CaptionChannel channel = {}) : _screen(channel) {}
+
+    /// A control code, sent twice as broadcasters do.
+    Receiver& control(unsigned first, unsigned second) {
+        _wasChanged = _screen.receive(odd(first), odd(second));
+        EXPECT_FALSE(_screen.receive(odd(first), odd(second)));
+        return *this;
+    }
+
+    /// A pair, sent once.
+    Receiver& pair(std::uint8_t first, std::uint8_t second) {
+        _wasChanged = _screen.receive(first, second);
+        return *this;
+    }
+
+    Receiver& text(std::string text) {
+        text.resize((text.size() + 1) / 2 * 2, '\0');
+        for (std::size_t index = 0; index < text.size(); index += 2) {
+            pair(odd(static_cast<unsigned char>(text[index])), odd(static_cast<unsigned char>(text[index + 1])));
+        }
+        return *this;
+    }
+
+    Receiver& resumeLoading() { return control(0x14, 0x20); }
+    Receiver& endOfCaption() { return control(0x14, 0x2F); }
+
+    [[nodiscard]] bool wasChanged() const { return _wasChanged; }
+    [[nodiscard]] Screen screen() const { return _screen.screen(); }
+    [[nodiscard]] Lines lines() const { return screenLines(screen(), false); }
+
+    /// A cell by its column, counted from 0 without the margin.
+    [[nodiscard]] ScreenCell cell(std::size_t row, std::size_t column) const {
+        return screen().row(row - 1)[column + 1];
+    }
+
+private:
+    Cea608Screen _screen;
+    bool _wasChanged = false;
+};
+
+// Row 15, column 0, white: 0x14 0x60; row 14: 0x14 0x40; row 1: 0x11 0x40.
+
+TEST(CaptionChannels, HaveNames) {
+    EXPECT_EQ(captionChannelNamed("CC1"), (CaptionChannel{1, 1}));
+    EXPECT_EQ(captionChannelNamed("cc2"), (CaptionChannel{1, 2}));
+    EXPECT_EQ(captionChannelNamed("CC3"), (CaptionChannel{2, 1}));
+    EXPECT_EQ(captionChannelNamed("Cc4"), (CaptionChannel{2, 2}));
+    EXPECT_FALSE(captionChannelNamed("CC5"));
+    EXPECT_FALSE(captionChannelNamed(""));
+    EXPECT_EQ(nameOf(CaptionChannel{2, 2}), "CC4");
+}
+
+TEST(PopOn, AppearsWithEndOfCaption) {
+    Receiver receiver;
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x60).text("One");
+    EXPECT_FALSE(receiver.wasChanged());
+    EXPECT_EQ(receiver.lines(), Lines());
+    receiver.endOfCaption();
+    EXPECT_TRUE(receiver.wasChanged());
+    EXPECT_EQ(receiver.lines(), Lines{"  15   One"});
+    // The next one is loaded while this one is shown.
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x40).text("Two");
+    EXPECT_EQ(receiver.lines(), Lines{"  15   One"});
+    receiver.endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  14   Two"});
+    // Without erasing, the memory that was shown before is there again.
+    receiver.endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   One"});
+    receiver.control(0x14, 0x2C);
+    EXPECT_TRUE(receiver.wasChanged());
+    EXPECT_EQ(receiver.lines(), Lines());
+    receiver.control(0x14, 0x2E).endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines());
+}
+
+TEST(PopOn, ShowsWhatThisSystemSends) {
+    // Resume caption loading, erase, resume; rows 12 and 13; erase displayed memory, end of caption.
+    Receiver receiver;
+    receiver.pair(0x94, 0x20).pair(0x94, 0xAE).pair(0x94, 0x20);
+    receiver.pair(0x13, 0x40).text("First row").pair(0x13, 0xE0).text("Second");
+    receiver.pair(0x94, 0x2C).pair(0x94, 0x2F);
+    EXPECT_EQ(receiver.lines(), (Lines{"  12   First row", "  13   Second"}));
+}
+
+TEST(Preamble, SetsRowColumnAndStyle) {
+    // First byte, and 0x00 or 0x20 for the second, of the rows 1 to 15 (47 CFR 15.119).
+    constexpr std::array<std::array<unsigned, 2>, 15> kRows{{{0x11, 0x40},
+                                                             {0x11, 0x60},
+                                                             {0x12, 0x40},
+                                                             {0x12, 0x60},
+                                                             {0x15, 0x40},
+                                                             {0x15, 0x60},
+                                                             {0x16, 0x40},
+                                                             {0x16, 0x60},
+                                                             {0x17, 0x40},
+                                                             {0x17, 0x60},
+                                                             {0x10, 0x40},
+                                                             {0x13, 0x40},
+                                                             {0x13, 0x60},
+                                                             {0x14, 0x40},
+                                                             {0x14, 0x60}}};
+    Receiver receiver;
+    receiver.resumeLoading();
+    Lines expected;
+    for (std::size_t row = 0; row < kRows.size(); ++row) {
+        // Indents of 0, 4 .. 28 columns: 0x10, 0x12 .. 0x1E.
+        receiver.control(kRows[row][0], kRows[row][1] | 0x10U | static_cast<unsigned>(row % 8) << 1U).text("x");
+        const std::string number = std::to_string(row + 1);
+        expected.push_back(std::string(4 - number.size(), ' ') + number + "  " + std::string(1 + row % 8 * 4, ' ') +
+                           "x");
+    }
+    // There is no second row to 0x10.
+    receiver.control(0x10, 0x60).endOfCaption();
+    EXPECT_EQ(receiver.lines(), expected);
+    using enum ScreenColor;
+    constexpr std::array<ScreenColor, 7> kColours{White, Green, Blue, Cyan, Red, Yellow, Magenta};
+    for (unsigned style = 0; style < 8; ++style) {
+        Receiver styled;
+        styled.resumeLoading().control(0x11, 0x40 | style << 1U | 1U).text("x").endOfCaption();
+        EXPECT_EQ(styled.cell(1, 0).foreground, style < 7 ? kColours[style] : White);
+        EXPECT_EQ(styled.cell(1, 0).isItalic, style == 7);
+        EXPECT_TRUE(styled.cell(1, 0).isUnderlined);
+    }
+}
+
+TEST(MidRow, TakesASpaceAndChangesTheStyle) {
+    Receiver receiver;
+    receiver.resumeLoading().control(0x14, 0x60).text("a").control(0x11, 0x28).text("b");
+    receiver.control(0x11, 0x2F).text("c").control(0x11, 0x20).text("d").control(0x14, 0x28).text("e");
+    receiver.endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   a b c d e"});
+    EXPECT_EQ(receiver.cell(15, 0).foreground, ScreenColor::White);
+    EXPECT_EQ(receiver.cell(15, 2).foreground, ScreenColor::Red);
+    EXPECT_FALSE(receiver.cell(15, 2).isItalic);
+    // Italics leave the colour, a colour ends italics.
+    EXPECT_EQ(receiver.cell(15, 4).foreground, ScreenColor::Red);
+    EXPECT_TRUE(receiver.cell(15, 4).isItalic);
+    EXPECT_TRUE(receiver.cell(15, 4).isUnderlined);
+    EXPECT_EQ(receiver.cell(15, 6).foreground, ScreenColor::White);
+    EXPECT_FALSE(receiver.cell(15, 6).isItalic);
+    EXPECT_FALSE(receiver.cell(15, 6).isFlashing);
+    EXPECT_TRUE(receiver.cell(15, 8).isFlashing);
+}
+
+TEST(Background, TakesThePlaceOfASpace) {
+    Receiver receiver;
+    // Blue (2 x 2), then black characters underlined (0x17 0x2F).
+    receiver.resumeLoading()
+        .control(0x14, 0x60)
+        .text("a ")
+        .control(0x10, 0x24)
+        .text("b ")
+        .control(0x17, 0x2F)
+        .text("c");
+    receiver.endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   a b c"});
+    EXPECT_EQ(receiver.cell(15, 0).background, ScreenColor::Black);
+    EXPECT_EQ(receiver.cell(15, 1).background, ScreenColor::Blue);
+    EXPECT_EQ(receiver.cell(15, 4).background, ScreenColor::Blue);
+    EXPECT_EQ(receiver.cell(15, 4).foreground, ScreenColor::Black);
+    EXPECT_TRUE(receiver.cell(15, 4).isUnderlined);
+}
+
+TEST(Characters, ComeFromAllSets) {
+    Receiver receiver;
+    // Basic: 0x2A is a acute, 0x5C e acute, 0x7F the block. Special: 0x11 0x38 is a grave, 0x39 a transparent space.
+    receiver.resumeLoading().control(0x14, 0x60).text("*\\\x7F").control(0x11, 0x38).control(0x11, 0x39).text("z");
+    // Extended ones take the place of the character before: 0x12 0x30 is A grave, 0x13 0x34 sharp s.
+    receiver.control(0x14, 0x40).text("A").control(0x12, 0x30).text("ss").control(0x13, 0x34).endOfCaption();
+    EXPECT_EQ(receiver.lines(), (Lines{"  14   Àsß", "  15   áé█à z"}));
+    EXPECT_TRUE(receiver.cell(15, 3).isVisible);
+    // A solid space stands on both sides of text, also where the transparent one is.
+    EXPECT_TRUE(receiver.cell(15, 4).isVisible);
+    EXPECT_EQ(receiver.cell(15, 4).character, U' ');
+    EXPECT_FALSE(receiver.cell(15, 7).isVisible);
+}
+
+TEST(Cursor, MovesWithTabsAndBackspace) {
+    Receiver receiver;
+    receiver.resumeLoading().control(0x14, 0x60).control(0x17, 0x21).text("a").control(0x17, 0x22).text("b");
+    receiver.control(0x17, 0x23).text("c").control(0x14, 0x21).text("d").endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15    a  b   d"});
+    // Delete to end of row erases from the cursor on; in column 0 a backspace does nothing.
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x60).control(0x14, 0x21).text("abcdef");
+    receiver.control(0x14, 0x60).control(0x17, 0x22).control(0x14, 0x24).endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
+}
+
+TEST(Cursor, StaysInTheLastColumn) {
+    Receiver receiver;
+    // Indent 28, four characters, and more of them.
+    receiver.resumeLoading().control(0x14, 0x7E).text("abcdef").endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15  " + std::string(29, ' ') + "abcf"});
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x7E).text("abcd").control(0x14, 0x21).text("x");
+    receiver.control(0x12, 0x21).endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15  " + std::string(29, ' ') + "abcÉ"});
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x7E).control(0x17, 0x23).control(0x17, 0x23).text("a");
+    receiver.endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15  " + std::string(32, ' ') + "a"});
+}
+
+TEST(PaintOn, AppearsAtOnce) {
+    Receiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60).text("ab");
+    EXPECT_TRUE(receiver.wasChanged());
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
+    receiver.control(0x14, 0x40).text("cd").control(0x14, 0x21);
+    EXPECT_EQ(receiver.lines(), (Lines{"  14   c", "  15   ab"}));
+    // A carriage return is for roll-up captions only.
+    receiver.control(0x14, 0x2D);
+    EXPECT_FALSE(receiver.wasChanged());
+    EXPECT_EQ(receiver.lines(), (Lines{"  14   c", "  15   ab"}));
+}
+
+TEST(RollUp, MovesItsRows) {
+    Receiver receiver;
+    receiver.resumeLoading().control(0x11, 0x40).text("pop").endOfCaption();
+    // Two rows: the caption of another kind goes away.
+    receiver.control(0x14, 0x25);
+    EXPECT_EQ(receiver.lines(), Lines());
+    receiver.control(0x14, 0x2D).control(0x14, 0x60).text("one");
+    EXPECT_EQ(receiver.lines(), Lines{"  15   one"});
+    receiver.control(0x14, 0x2D).text("two");
+    EXPECT_EQ(receiver.lines(), (Lines{"  14   one", "  15   two"}));
+    receiver.control(0x14, 0x2D).text("three");
+    EXPECT_EQ(receiver.lines(), (Lines{"  14   two", "  15   three"}));
+    // Three rows from now on.
+    receiver.control(0x14, 0x26).control(0x14, 0x2D).text("four");
+    EXPECT_EQ(receiver.lines(), (Lines{"  13   two", "  14   three", "  15   four"}));
+    // Another base row moves all of them: row 11.
+    receiver.control(0x10, 0x40).text("FOUR");
+    EXPECT_EQ(receiver.lines(), (Lines{"   9   two", "  10   three", "  11   FOUR"}));
+    receiver.control(0x14, 0x25);
+    EXPECT_EQ(receiver.lines(), (Lines{"  10   three", "  11   FOUR"}));
+    receiver.control(0x14, 0x2C).control(0x14, 0x2D).text("five");
+    EXPECT_EQ(receiver.lines(), Lines{"  11   five"});
+}
+
+TEST(RollUp, StaysOnTheScreen) {
+    Receiver receiver;
+    receiver.control(0x14, 0x27);
+    for (const char* const word : {"one", "two", "three", "four", "five"}) {
+        receiver.control(0x14, 0x2D).text(word);
+    }
+    EXPECT_EQ(receiver.lines(), (Lines{"  12   two", "  13   three", "  14   four", "  15   five"}));
+    // Row 1 as base has no room for four.
+    receiver.control(0x11, 0x40).text("FIVE");
+    EXPECT_EQ(receiver.lines(), (Lines{"   1   two", "   2   three", "   3   four", "   4   FIVE"}));
+}
+
+TEST(ControlCode, CountsOnceWhenItComesTwice) {
+    Receiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60);
+    // Twice is once, three times are two.
+    receiver.pair(odd(0x11), odd(0x37)).pair(odd(0x11), odd(0x37)).pair(odd(0x11), odd(0x37)).text("a");
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♫♫a"});
+    // With something in between it is another one.
+    receiver.pair(odd(0x11), odd(0x37)).text("b").pair(odd(0x11), odd(0x37));
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♫♫a♫b♫"});
+}
+
+TEST(Damage, IsShownOrIgnored) {
+    Receiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60);
+    // A character with a wrong parity bit is a block; null bytes show nothing, with or without parity.
+    receiver.pair(odd('a'), odd('b') ^ 0x80U).pair(odd('c') ^ 0x80U, odd('d')).pair(0x80, 0x80).pair(0x00, 0x00);
+    EXPECT_EQ(receiver.lines(), Lines{"  15   a██d"});
+    // A control code whose second byte is wrong does nothing; its repetition counts.
+    receiver.pair(odd(0x14), odd(0x2C) ^ 0x80U);
+    EXPECT_FALSE(receiver.wasChanged());
+    receiver.pair(odd(0x14), odd(0x2C));
+    EXPECT_EQ(receiver.lines(), Lines());
+    // Codes below 0x20 and codes without a meaning show nothing.
+    receiver.text("\x01\x1F").pair(odd(0x16), odd(0x20)).pair(odd(0x14), odd(0x3F)).pair(odd(0x14), odd(0x10));
+    EXPECT_EQ(receiver.lines(), Lines());
+}
+
+TEST(Channels, AreKeptApart) {
+    Receiver first;
+    Receiver second({1, 2});
+    for (Receiver* const receiver : {&first, &second}) {
+        EXPECT_EQ(receiver->lines(), Lines());
+        // Characters before any code are for nobody.
+        receiver->text("xx").control(0x14, 0x29).control(0x14, 0x60).text("one");
+        receiver->control(0x1C, 0x29).control(0x1C, 0x60).text("two");
+        receiver->control(0x14, 0x60).control(0x17, 0x23).text("!");
+    }
+    EXPECT_EQ(first.lines(), Lines{"  15   one!"});
+    EXPECT_EQ(second.lines(), Lines{"  15   two"});
+}
+
+TEST(Channels, PassOverTextAndExtendedData) {
+    Receiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60).text("a").control(0x14, 0x2B).text("text").control(0x14, 0x2D);
+    receiver.control(0x14, 0x29).text("b");
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
+    // Field 2: a packet (here a programme's name) begins with a class and a type, and ends with 0x0F and its checksum.
+    Receiver other({2, 1});
+    other.control(0x15, 0x29).control(0x14, 0x60).text("a").pair(odd(0x01), odd(0x03)).text("NAME");
+    other.pair(odd(0x0F), odd(0x1D)).text("b").pair(odd(0x02), odd(0x03)).text("NAME").control(0x15, 0x29).text("c");
+    EXPECT_EQ(other.lines(), Lines{"  15   abc"});
+}
+
+}  // namespace

@@ -1,0 +1,268 @@
+// qlxcc play and subs with EBU STL files.
+#include "STLFiles.h"
+#include "SubtitleFiles.h"
+#include "SubtitleReaders.h"
+#include "TeletextBytes.h"
+#include "ToolRunner.h"
+
+#include "Errors.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+using qlxtest::captionArguments;
+using qlxtest::linesOf;
+using qlxtest::playArguments;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::stl;
+using qlxtest::STLCue;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+/// The first rows of `play`'s schedule that name rows, such as `rows 9,10`.
+std::vector<std::string> playedRows(const std::vector<STLCue>& blocks) {
+    const TemporaryFolder folder;
+    const ToolResult result = runTool(playArguments(folder.write("in.stl", stl(blocks)), "25"));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    std::vector<std::string> rows;
+    for (const std::string& line : linesOf(result.out)) {
+        if (const std::size_t at = line.find("  row"); at != std::string::npos) {
+            rows.push_back(line.substr(at + 2, line.find("  ", at + 2) - at - 2));
+        }
+    }
+    return rows;
+}
+
+TEST(STLSubtitles, PlayLikeTheSameSRTFile) {
+    // Vertical position 23 is row (23 - 1) / 2 = 11, on which an SRT file's only line stands.
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.stl",
+        stl({{.number = 1, .start = {0, 0, 0, 1}, .end = {0, 0, 0, 3}, .verticalPosition = 23, .text = "Bonjour"}}));
+    const ToolResult result = runTool(playArguments(file, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    ASSERT_EQ(linesOf(result.out).size(), 28U);
+    EXPECT_NE(linesOf(result.out).at(3).find(qlxtest::bonjourHex(5)), std::string::npos);
+    const std::string text = folder.write("in.srt", srt({{"00:00:00,040", "00:00:00,120", "Bonjour"}}));
+    EXPECT_EQ(result.out, runTool(playArguments(text, "25", {"--format", "jsonl"})).out);
+}
+
+TEST(STLSubtitles, AppearInTimeAsCaptionsLikeAnSRTFile) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.stl", stl({{.start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .verticalPosition = 20, .text = "Hi\x8Aok"}}));
+    const std::string text = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Hi\nok"}}));
+    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, runTool(captionArguments(text, "25", {"--format", "jsonl"})).out);
+}
+
+TEST(STLSubtitles, KeepTheirRowsWhereATeletextPageHasThem) {
+    const std::array<char, 4> start{0, 0, 1, 0};
+    const std::array<char, 4> end{0, 0, 2, 0};
+    const auto rows = [&](char position, std::string_view text) {
+        return playedRows({{.start = start, .end = end, .verticalPosition = position, .text = text}});
+    };
+    using Rows = std::vector<std::string>;
+    EXPECT_EQ(rows(20, "a\x8A"
+                       "b"),
+              Rows{"rows 9,10"});
+    EXPECT_EQ(rows(3, "a\x8A"
+                      "b"),
+              Rows{"rows 1,2"});
+    // An empty line skips a row, and takes none of the three that a packet has.
+    EXPECT_EQ(rows(14, "a\x8A\x8A"
+                       "b\x8A\x8A"
+                       "c"),
+              (Rows{"rows 6,8,10"}));
+    // Row 0 is the page's header, row 12 is behind its end: such cues stand where those of an SRT file do.
+    EXPECT_EQ(rows(1, "a"), Rows{"row 11"});
+    EXPECT_EQ(rows(22, "a\x8A\x8A"
+                       "b"),
+              Rows{"rows 10,11"});
+    EXPECT_EQ(rows(23, "a\x8A"
+                       "b"),
+              Rows{"rows 10,11"});
+}
+
+const std::vector<STLCue> kEveryKind{
+    {.number = 1, .start = {1, 0, 10, 12}, .end = {1, 0, 12, 0}, .text = "\x07Hi\x8A\x01x"},
+    {.number = 2,
+     .start = {1, 0, 13, 0},
+     .end = {1, 0, 14, 0},
+     .verticalPosition = 1,
+     .justification = 1,
+     .text = "caf\xC2"
+             "e"},
+    {.number = 3, .start = {1, 0, 13, 0}, .end = {1, 0, 14, 0}, .text = "said", .comment = 1},
+    {.number = 4, .start = {1, 0, 13, 0}, .end = {1, 0, 14, 0}, .text = "data", .extension = '\xFE'},
+    {.number = 5, .start = {1, 0, 15, 0}, .end = {1, 0, 15, 0}, .text = "weg"},
+    {.number = 6,
+     .start = {1, 0, 17, 0},
+     .end = {1, 0, 18, 0},
+     .justification = 3,
+     .text =
+         "kept\x8A"
+         "0123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890123456789012345"
+         "6"}};
+
+const std::string kListed =
+    "   cue  start         end           row  color    alignment  text\n"
+    "     1  01:00:10,480  01:00:12,000    9  white    center     Hi\n"
+    "                                     10  red      center     x\n"
+    "     2  01:00:13,000  01:00:14,000   11  white    left       caf\xC3\xA9\n"
+    "     6  01:00:17,000  01:00:18,000    9  white    right      kept\n"
+    "TTI block 3: left out: a comment\n"
+    "TTI block 4: left out: user data\n"
+    "TTI block 5: cue left out: the end is not later than the start\n"
+    "TTI block 6: remark: the text has no end mark (8F): what stands behind its last line break is lost\n";
+
+TEST(STLSubtitles, AreListedWithWhatWasLeftOutAndWhy) {
+    ASSERT_EQ(kEveryKind.back().text.size(), 112U);
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.stl", stl(kEveryKind));
+    const ToolResult result = runTool({"subs", file});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, kListed + file + " (EBU STL, 25 frames/s): 3 cues, 3 left out\n");
+}
+
+TEST(STLSubtitles, AreKnownByTheirContent) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", stl(kEveryKind));
+    EXPECT_EQ(runTool({"subs", file}).out, kListed + file + " (EBU STL, 25 frames/s): 3 cues, 3 left out\n");
+    EXPECT_EQ(runTool({"subs", "-"}, {.input = stl(kEveryKind)}).out,
+              kListed + "standard input (EBU STL, 25 frames/s): 3 cues, 3 left out\n");
+    // And the others in spite of such a name.
+    const std::string text = folder.write("a.stl", srt({{"00:00:01,000", "00:00:02,000", "Bonjour"}}));
+    EXPECT_NE(runTool({"subs", text}).out.find(" (SRT): 1 cue, 0 left out\n"), std::string::npos);
+    const std::string json = folder.write("b.stl", R"([{"end_time_seconds":1,"text_lines":[{"text":"a"}]}])");
+    EXPECT_NE(runTool({"subs", json}).out.find(" (JSON): 1 cue, 0 left out\n"), std::string::npos);
+}
+
+TEST(STLSubtitles, ShowTheirOwnTimecodes) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.stl", stl({kEveryKind.front()}));
+    EXPECT_EQ(linesOf(runTool({"subs", file, "--rate", "25"}).out).at(1),
+              "     1  01:00:10:12   01:00:12:00     9  white    center     Hi");
+}
+
+TEST(STLSubtitles, PlayWarnsOfCuesOnly) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.stl", stl(kEveryKind));
+    const ToolResult result = runTool(playArguments(file, "25", {"--from", "01:00:10:00"}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: " + file +
+                              ": TTI block 5: cue left out: the end is not later than the start\n"
+                              "qlxcc: warning: " +
+                              file +
+                              ": TTI block 6: the text has no end mark (8F): what stands behind its last line "
+                              "break is lost\n");
+}
+
+void expectRefused(const std::string& content, const std::string& message) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.stl", content);
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"subs", file, "-o", folder.path("out.txt")},
+          playArguments(file, "25", {"-o", folder.path("out.klv")})}) {
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "qlxcc: " + file + ": " + message + "\n");
+        EXPECT_EQ(folder.names(), std::vector<std::string>{"in.stl"});
+    }
+}
+
+TEST(STLSubtitles, BrokenFiles) {
+    const std::string whole = stl(kEveryKind);
+    expectRefused(whole.substr(0, 1023), "byte 1023: the file ends inside of its header of 1024 bytes");
+    expectRefused(stl(kEveryKind, 0), "byte 238: the header announces no TTI block");
+    expectRefused(stl(kEveryKind, 9), "byte 1792: the file ends behind 6 of 9 TTI blocks");
+    expectRefused(whole.substr(0, whole.size() - 1), "byte 1791: the file ends behind 5 of 6 TTI blocks");
+    expectRefused(stl({kEveryKind[2]}), "no cue in the file: TTI block 1: a comment");
+    std::string other = whole;
+    other[7] = '4';
+    expectRefused(other, "byte 3: not EBU STL: the disk format code is \"STL24.01\" and neither STL25.01 nor STL30.01");
+    expectRefused("hello", "byte 3: not EBU STL: the disk format code is \"lo\" and neither STL25.01 nor STL30.01");
+}
+
+TEST(STLSubtitles, CountWhatStandsBehindTheLastBlock) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.stl", stl({kEveryKind.front()}) + "abc");
+    EXPECT_EQ(linesOf(runTool({"subs", file}).out).at(3),
+              "TTI block 2: left out: 3 bytes behind the blocks that the header announces");
+}
+
+TEST(STLSubtitles, HaveNoEncodingOfTheCallersChoice) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", stl(kEveryKind));
+    const ToolResult result = runTool({"subs", file, "--encoding", "ISO-8859-1"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err.find("qlxcc: --encoding is for SRT and JSON files: " + file + " is EBU STL"), 0U)
+        << result.err;
+    EXPECT_TRUE(qlxtest::isOneMessage(result.err));
+}
+
+TEST(STLSubtitles, AreReadAcrossManyBlocks) {
+    // More than the reader hands to the library at once; cue n starts at second n.
+    std::vector<STLCue> blocks;
+    for (int number = 0; number < 300; ++number) {
+        const auto minute = static_cast<char>(number / 60);
+        const auto second = static_cast<char>(number % 60);
+        blocks.push_back({.number = static_cast<std::uint8_t>(number),
+                          .start = {0, minute, second, 0},
+                          .end = {0, minute, second, 10},
+                          .text = "a",
+                          .comment = static_cast<char>(number % 100 == 7)});
+    }
+    qlx::tool::Subtitles subtitles;
+    std::vector<double> starts;
+    qlx::tool::readSTL(subtitles, stl(blocks), {"memory"},
+                       [&](const auto& record) { starts.push_back(record->startTimeInSeconds()); });
+    std::vector<double> expected;
+    for (int number = 0; number < 300; ++number) {
+        if (number % 100 != 7) {
+            expected.push_back(number);
+        }
+    }
+    EXPECT_EQ(starts, expected);
+    ASSERT_EQ(subtitles.problems.count(), 3U);
+    EXPECT_EQ(subtitles.problems.first()[1].place, 108U);
+}
+
+TEST(STLSubtitles, EndCalmlyAtEveryLengthAndWithEveryByte) {
+    const std::string whole = stl(kEveryKind);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        qlx::tool::Subtitles subtitles;
+        const std::vector<char> part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_THROW(qlx::tool::readSTL(subtitles, {part.data(), part.size()}, {"memory"}, [](const auto&) {}),
+                     qlx::tool::Failure)
+            << length;
+    }
+    std::mt19937 random(1);
+    for (int round = 0; round < 200; ++round) {
+        std::string changed = whole;
+        for (std::size_t at = 1024; at < changed.size(); ++at) {
+            changed[at] = static_cast<char>(random());
+        }
+        qlx::tool::Subtitles subtitles;
+        std::uint64_t cues = 0;
+        try {
+            qlx::tool::readSTL(subtitles, changed, {"memory"}, [&](const auto&) { ++cues; });
+            EXPECT_GT(cues, 0U);
+        } catch (const qlx::tool::Failure&) {
+            EXPECT_EQ(cues, 0U);
+        }
+        EXPECT_EQ(cues, subtitles.cues);
+    }
+}
+
+}  // namespace

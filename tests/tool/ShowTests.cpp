@@ -1,0 +1,345 @@
+// qlxcc show: what is on air, decoded from files; and the rows of teletext packets in qlxcc scan.
+#include "AncBytes.h"
+#include "CaptionBytes.h"
+#include "SubtitleFiles.h"
+#include "TeletextBytes.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using qlxtest::captionArguments;
+using qlxtest::isOneMessage;
+using qlxtest::playArguments;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+const std::string kTwoCues =
+    srt({{"00:00:01,000", "00:00:02,000", "Bonjour"}, {"00:00:03,000", "00:00:04,000", "L'été\nà Nîmes"}});
+
+/// A file that play writes from two cues at 25 frames a second.
+std::string played(const TemporaryFolder& folder, const std::string& name, bool isTeletext = true) {
+    const std::string file = folder.write("in.srt", kTwoCues);
+    const std::vector<std::string> more{"-o", folder.path(name)};
+    const ToolResult result =
+        runTool(isTeletext ? playArguments(file, "25", more) : captionArguments(file, "25", more));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    return folder.path(name);
+}
+
+/// `show FILE` and more, which goes well.
+std::string shown(const std::string& file, const std::vector<std::string>& more) {
+    std::vector<std::string> arguments{"show", file};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const ToolResult result = runTool(arguments);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    return result.out;
+}
+
+std::string spaces(std::size_t count) {
+    return std::string(count, ' ');
+}
+
+// A cue is due with the first frame later than its start: 26 (1.04 s) has the header that erases, 27 the rows. It ends
+// with frame 50 (2 s), in which the page is erased. Text is centred in 34 columns behind four codes.
+const std::string kBonjour = "  22  " + spaces(17) + "Bonjour\n";
+const std::string kNimes = "  20  " + spaces(18) + "L'été\n  22  " + spaces(17) + "à Nîmes\n";
+
+TEST(Show, ShowsEveryChangeOfAPage) {
+    const TemporaryFolder folder;
+    const std::string expected = "00:00:01,080 - 00:00:02,000  teletext page 888\n" + kBonjour +
+                                 "\n00:00:03,080 - 00:00:04,000  teletext page 888\n" + kNimes;
+    EXPECT_EQ(shown(played(folder, "a.klv"), {"--rate", "25", "--all"}), expected);
+    EXPECT_EQ(shown(played(folder, "a.jsonl"), {"--all"}), expected);
+    EXPECT_EQ(shown(played(folder, "a.v210"), {"--rate", "25", "--all", "--lines", "12,575"}), expected);
+    EXPECT_EQ(shown(played(folder, "a.v210"), {"--rate", "25", "--all", "--rows", "2"}), expected);
+    // What scan lists as JSON is such a file as well, without times.
+    const ToolResult scanned = runTool({"scan", folder.path("a.klv"), "--json"});
+    EXPECT_EQ(shown(folder.write("b.jsonl", scanned.out), {"--rate", "25", "--all"}), expected);
+}
+
+TEST(Show, ShowsWhatIsOnAirAtATime) {
+    const TemporaryFolder folder;
+    const std::string file = played(folder, "a.klv");
+    const auto at = [&file](const std::string& time) { return shown(file, {"--rate", "25", "--at", time}); };
+    const std::string nothing = ": nothing on air\n";
+    EXPECT_EQ(at("0"), "teletext page 888 at 00:00:00,000" + nothing);
+    EXPECT_EQ(at("1.079"), "teletext page 888 at 00:00:01,079" + nothing);
+    EXPECT_EQ(at("1.08"), "teletext page 888 at 00:00:01,080, since 00:00:01,080 (frame 27):\n" + kBonjour);
+    EXPECT_EQ(at("00:00:01:02"), "teletext page 888 at 00:00:01,080, since 00:00:01,080 (frame 27):\n" + kBonjour);
+    EXPECT_EQ(at("1.999"), "teletext page 888 at 00:00:01,999, since 00:00:01,080 (frame 27):\n" + kBonjour);
+    EXPECT_EQ(at("2"), "teletext page 888 at 00:00:02,000" + nothing);
+    EXPECT_EQ(at("00:00:03,500"), "teletext page 888 at 00:00:03,500, since 00:00:03,080 (frame 77):\n" + kNimes);
+    // 1 s behind the last cue's end: 5 s, 125 frames.
+    EXPECT_EQ(at("5"), "teletext page 888 at 00:00:05,000: nothing on air (the last frame is at 00:00:04,960)\n");
+    EXPECT_EQ(shown(file, {"--rate", "25", "--at", "1.5", "--page", "801"}),
+              "teletext page 801 at 00:00:01,500: nothing on air (pages here: 888)\n");
+    EXPECT_EQ(shown(file, {"--rate", "25", "--at", "1.5", "--channel", "CC1"}),
+              "captions CC1 at 00:00:01,500: nothing on air\n");
+}
+
+TEST(Show, TakesATimeFromItsOwnList) {
+    // Frame 31 at 29.97 is at 1.03436 s, of which 1.034 is printed.
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues);
+    ASSERT_EQ(runTool(playArguments(file, "29.97", {"-o", folder.path("a.klv")})).exitCode, 0);
+    const std::string list = shown(folder.path("a.klv"), {"--rate", "29.97", "--all"});
+    EXPECT_TRUE(list.starts_with("00:00:01,034 - 00:00:02,002  teletext page 888\n" + kBonjour)) << list;
+    EXPECT_EQ(shown(folder.path("a.klv"), {"--rate", "29.97", "--at", "00:00:01,034"}),
+              "teletext page 888 at 00:00:01,034, since 00:00:01,034 (frame 31):\n" + kBonjour);
+}
+
+TEST(Show, ShowsCaptions) {
+    const TemporaryFolder folder;
+    const std::string all = shown(played(folder, "a.klv", false), {"--rate", "25", "--all"});
+    const std::vector<std::string> lines = qlxtest::linesOf(all);
+    ASSERT_EQ(lines.size(), 6U) << all;
+    EXPECT_TRUE(lines[0].ends_with("  captions CC1"));
+    EXPECT_EQ(lines[1], "  12   Bonjour");
+    EXPECT_EQ(lines[4], "  12   L'été");
+    // The special character falls on the second byte of a pair: receivers show what is left of it, and it is sent so.
+    EXPECT_EQ(lines[5].substr(0, 6), "  13  ");
+}
+
+TEST(Show, ReadsScenaristFiles) {
+    const TemporaryFolder folder;
+    // 942c at frame 150 is 5.005 s; row 15, "Hi", italics "you".
+    const std::string file =
+        folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:01:00\t9420 9420 9470 9470 c8e9 91ae 91ae 79ef 7580 942f "
+                              "942f\n\n00:00:05:00\t942c 942c\n");
+    // The code that shows it is the tenth pair: frame 39, 1.3013 s.
+    EXPECT_EQ(shown(file, {"--all"}), "00:00:01,301 - 00:00:05,005  captions CC1\n  15   Hi you\n");
+    EXPECT_EQ(shown(file, {"--at", "00:00:02:00"}),
+              "captions CC1 at 00:00:02,002, since 00:00:01,301 (frame 39):\n  15   Hi you\n");
+    EXPECT_EQ(shown(file, {"--at", "100"}), "captions CC1 at 00:01:40,000: nothing on air\n");
+    EXPECT_EQ(shown(file, {"--at", "0.5"}), "teletext page 888 at 00:00:00,500: nothing on air (the first frame is at "
+                                            "00:00:01,001)\ncaptions CC1 at 00:00:00,500: nothing on air (the first "
+                                            "frame is at 00:00:01,001)\n");
+    EXPECT_EQ(shown(file, {"--at", "2", "--channel", "cc3"}), "captions CC3 at 00:00:02,000: nothing on air\n");
+    EXPECT_EQ(shown(file, {"--all", "--json"}),
+              R"({"channel":"CC1","from":"00:00:01,301","from_frame":39,"rows":[{"column":1,"row":15,"runs":[)"
+              R"({"background":"black","color":"white","text":"Hi"},)"
+              R"({"background":"black","color":"white","italic":true,"text":" you"}],"text":"Hi you"}],)"
+              R"("to":"00:00:05,005","to_frame":150})"
+              "\n");
+    // Without an end it stays.
+    const std::string open = folder.write("b.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9429 9470 c8e9\n");
+    EXPECT_EQ(shown(open, {"--all"}), "00:00:00,066 - end  captions CC1\n  15   Hi\n");
+}
+
+TEST(Show, GivesAPageAsJSON) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(shown(played(folder, "a.klv"), {"--rate", "25", "--at", "1.5", "--json", "--page", "888"}),
+              R"({"at":"00:00:01,500","from":"00:00:01,080","from_frame":27,"page":"888","rows":[)"
+              R"({"column":17,"double_height":true,"row":22,"runs":[)"
+              R"({"background":"black","color":"white","text":"Bonjour"}],"text":"Bonjour"}]})"
+              "\n");
+    EXPECT_EQ(shown(folder.path("a.klv"), {"--rate", "25", "--at", "0", "--json", "--page", "888"}),
+              R"({"at":"00:00:00,000","from":null,"from_frame":null,"page":"888","rows":[]})"
+              "\n");
+}
+
+TEST(Show, ReadsPairsFromCea608Packets) {
+    // On lines 21 and 284: the field in the first byte's highest bit, then the pair. Paint-on, row 15, "Hi" and "Yo".
+    const auto frame = [](int number, const std::string& first, const std::string& second) {
+        return R"({"frame":)" + std::to_string(number) + R"(,"packets":[{"line":9,"did":97,"sdid":2,"data":"80)" +
+               first + R"("},{"line":571,"did":97,"sdid":2,"data":"00)" + second + "\"}]}\n";
+    };
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", frame(0, "9429", "1529") + frame(1, "9470", "9470") +
+                                                         frame(2, "c8e9", "d9ef") + frame(3, "942c", "152c"));
+    EXPECT_EQ(shown(file, {"--rate", "25", "--all"}), "00:00:00,080 - 00:00:00,120  captions CC1\n  15   Hi\n");
+    EXPECT_EQ(shown(file, {"--rate", "25", "--all", "--channel", "CC3"}),
+              "00:00:00,080 - 00:00:00,120  captions CC3\n  15   Yo\n");
+}
+
+TEST(Show, SaysWhenThereIsNever) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", "{\"frame\":0,\"packets\":[]}\n");
+    EXPECT_EQ(shown(file, {"--rate", "25", "--all"}),
+              "teletext page 888: never anything on air\ncaptions CC1: never anything on air\n");
+    EXPECT_EQ(shown(file, {"--rate", "25", "--at", "0"}),
+              "teletext page 888 at 00:00:00,000: nothing on air\ncaptions CC1 at 00:00:00,000: nothing on air\n");
+}
+
+TEST(Show, KnowsWrongUsage) {
+    const TemporaryFolder folder;
+    const std::string file = played(folder, "a.klv");
+    const std::string rows = folder.write("a.v210", std::string(128, '\0'));
+    const std::string scc = folder.write("a.scc", "Scenarist_SCC V1.0\n");
+    const std::vector<std::vector<std::string>> wrong{
+        {"show", file},
+        {"show", file, "--all", "--at", "1", "--rate", "25"},
+        {"show", file, "--all"},
+        {"show", file, "--at", "1"},
+        {"show", file, "--at", "00:00:01:02"},
+        {"show", file, "--at", "00:00:01:25", "--rate", "25"},
+        {"show", file, "--all", "--rate", "25", "--png", folder.path("a.png")},
+        {"show", file, "--at", "1", "--rate", "25", "--png", "-"},
+        {"show", file, "--at", "1", "--rate", "26"},
+        {"show", file, "--at", "1", "--rate", "25", "--page", "900"},
+        {"show", file, "--at", "1", "--rate", "25", "--page", "88"},
+        {"show", file, "--at", "1", "--rate", "25", "--channel", "CC5"},
+        {"show", file, "--at", "1", "--rate", "25", "--rows", "2"},
+        {"show", rows, "--at", "1", "--rate", "25"},
+        {"show", scc, "--at", "1", "--rate", "25"},
+    };
+    for (const auto& arguments : wrong) {
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 2) << arguments.back();
+        EXPECT_EQ(result.out, "") << arguments.back();
+        EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+    }
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.klv", "a.scc", "a.v210", "in.srt"}));
+}
+
+TEST(Show, ReportsBrokenFiles) {
+    const TemporaryFolder folder;
+    const std::string file = played(folder, "a.klv");
+    const std::string whole = folder.read("a.klv");
+    // Cut within the first cue's time: what was on air is shown, and then what is wrong.
+    const std::string cut = folder.write("cut.klv", whole.substr(0, whole.size() / 4));
+    const ToolResult result = runTool({"show", cut, "--rate", "25", "--all"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "00:00:01,080 - end  teletext page 888\n" + kBonjour);
+    EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+    const ToolResult behind = runTool({"show", cut, "--rate", "25", "--at", "3"});
+    EXPECT_EQ(behind.exitCode, 1);
+    EXPECT_EQ(behind.out, "");
+    for (const std::string& content : {std::string(), std::string("rubbish\n")}) {
+        for (const char* const format : {"klv", "jsonl", "scc"}) {
+            const ToolResult bad =
+                runTool({"show", folder.write("bad", content), "--format", format, "--rate", "29.97", "--all"});
+            EXPECT_EQ(bad.exitCode, 1) << format;
+            EXPECT_TRUE(isOneMessage(bad.err)) << bad.err;
+        }
+    }
+    EXPECT_EQ(runTool({"show", folder.path("none.klv"), "--rate", "25", "--all"}).exitCode, 1);
+}
+
+TEST(Show, DrawsAPicture) {
+    const TemporaryFolder folder;
+    const std::string file = played(folder, "a.klv");
+    const std::string picture = folder.path("a.ppm");
+    const ToolResult result = runTool({"show", file, "--rate", "25", "--at", "1.5", "--png", picture});
+    if (result.err.find("libzvbi-dev") != std::string::npos) {
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(isOneMessage(result.err));
+        GTEST_SKIP() << "the tool was built without libzvbi";
+    }
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    // 40 x 25 cells of 12 x 20 pixels.
+    const std::string content = folder.read("a.ppm");
+    const std::string head = "P6\n480 500\n255\n";
+    ASSERT_EQ(content.substr(0, head.size()), head);
+    ASSERT_EQ(content.size(), head.size() + 480U * 500 * 3);
+    const auto pixel = [&](std::size_t x, std::size_t y) { return content.substr(head.size() + (y * 480 + x) * 3, 3); };
+    // The box is black from column 16 to 24 in the rows 22 and 23, with white letters in it, on a grey picture.
+    const std::string black(3, '\0');
+    const std::string white(3, '\xFF');
+    const std::string grey = pixel(0, 0);
+    EXPECT_NE(grey, black);
+    std::size_t whites = 0;
+    for (std::size_t y = 0; y < 500; ++y) {
+        for (std::size_t x = 0; x < 480; ++x) {
+            const bool isInBox = x >= 16 * 12 && x < 25 * 12 && y >= 22 * 20 && y < 24 * 20;
+            const std::string colour = pixel(x, y);
+            EXPECT_TRUE(isInBox ? colour == black || colour == white : colour == grey) << x << "," << y;
+            whites += colour == white ? 1 : 0;
+        }
+    }
+    EXPECT_GT(whites, 500U);
+    // Captions: 34 x 15 cells of 16 x 26 pixels.
+    const std::string captions = folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9429 9470 c8e9 9230\n");
+    ASSERT_EQ(runTool({"show", captions, "--at", "1", "--png", picture}).exitCode, 0);
+    EXPECT_TRUE(folder.read("a.ppm").starts_with("P6\n544 390\n255\n"));
+    // An empty screen is a picture as well; the input is never replaced.
+    EXPECT_EQ(runTool({"show", file, "--rate", "25", "--at", "0", "--png", picture}).exitCode, 0);
+    EXPECT_EQ(runTool({"show", file, "--rate", "25", "--at", "1.5", "--png", file}).exitCode, 1);
+    if (runTool({"show", file, "--rate", "25", "--at", "1.5", "--png", folder.path("a.png")}).exitCode == 0) {
+        EXPECT_EQ(folder.read("a.png").substr(1, 3), "PNG");
+    }
+}
+
+TEST(Show, WritesAPictureOfOneScreenOnly) {
+    const TemporaryFolder folder;
+    // Both systems in each frame: the page's header and row, and paint-on captions.
+    const auto packet = [](int line, int sdid, int did, const std::string& data) {
+        return R"({"line":)" + std::to_string(line) + R"(,"did":)" + std::to_string(did) + R"(,"sdid":)" +
+               std::to_string(sdid) + R"(,"data":")" + data + "\"}";
+    };
+    std::string lines;
+    for (const char* const pair : {"9429", "9470", "c8e9"}) {
+        lines += R"({"frame":)" + std::to_string(qlxtest::linesOf(lines).size()) + R"(,"packets":[)" +
+                 packet(575, 2, 67, qlxtest::bonjourHex(1)) + "," + packet(12, 2, 67, qlxtest::eraseHex(0)) + "," +
+                 packet(9, 1, 97, qlxtest::pairCdpHex(3, 24, pair)) + "]}\n";
+    }
+    const std::string file = folder.write("a.jsonl", lines);
+    EXPECT_EQ(shown(file, {"--rate", "25", "--at", "0.08"}),
+              "teletext page 888 at 00:00:00,080, since 00:00:00,000 (frame 0):\n" + kBonjour +
+                  "captions CC1 at 00:00:00,080, since 00:00:00,080 (frame 2):\n  15   Hi\n");
+    const ToolResult result = runTool({"show", file, "--rate", "25", "--at", "0.08", "--png", folder.path("a.ppm")});
+    EXPECT_NE(result.exitCode, 0);
+    EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"a.jsonl"});
+}
+
+/// A terminal's line ends.
+std::string withoutReturns(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return text;
+}
+
+TEST(Show, HasColoursOnATerminalOnly) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#FFFF00\">Jaune</font>"}}));
+    ASSERT_EQ(runTool(playArguments(file, "25", {"-o", folder.path("a.klv")})).exitCode, 0);
+    const std::vector<std::string> arguments{"show", folder.path("a.klv"), "--rate", "25", "--at", "1.5"};
+    const std::string title = "teletext page 888 at 00:00:01,500, since 00:00:01,080 (frame 27):\n";
+    // 14 spaces, yellow, double height, two box codes; a space of the box stands in front of the text and behind it.
+    const std::string plain = title + "  22  " + spaces(18) + "Jaune\n";
+    const std::string coloured = title + "  22  " + spaces(17) + "\x1b[0;33;40m Jaune \x1b[0m\n";
+    EXPECT_EQ(runTool(arguments).out, plain);
+    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true}).out), coloured);
+    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR="}}).out),
+              coloured);
+    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out), plain);
+    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"TERM=dumb"}}).out), plain);
+}
+
+TEST(ScanTeletext, PrintsPagesAndRows) {
+    const TemporaryFolder folder;
+    const auto line = [](const std::string& data) {
+        return R"({"frame":0,"packets":[{"line":12,"did":67,"sdid":2,"data":")" + data + "\"}]}\n";
+    };
+    const std::string file =
+        folder.write("a.jsonl", line(qlxtest::eraseHex(0)) + line(qlxtest::bonjourHex(1)) + line(qlxtest::closeHex(2)) +
+                                    line(qlxtest::fillingHex(qlxtest::kOddLines, 3)) + line("5115"));
+    const auto listed = [&](const std::string& row) {
+        const std::string start = "       0     12  43/02     OP-47                148  ";
+        const std::string below = spaces(17);
+        return "   frame   line  DID/SDID  name               bytes  data\n" + start + qlxtest::eraseHex(0) + "\n" +
+               below + "page 888, erased, subtitle\n" + start + qlxtest::bonjourHex(1) + "\n" + below +
+               "row 22: " + row + "\n" + start + qlxtest::closeHex(2) + "\n" + below + "page 8F8, subtitle\n" + start +
+               qlxtest::fillingHex(qlxtest::kOddLines, 3) + "\n" +
+               "       0     12  43/02     OP-47                  2  5115\n" + below +
+               "no subtitling data packet\n5 packets in 5 frames\n";
+    };
+    const std::vector<std::string> arguments{"scan", file, "--format", "jsonl"};
+    const ToolResult plain = runTool(arguments);
+    EXPECT_EQ(plain.exitCode, 0) << plain.err;
+    EXPECT_EQ(plain.out, listed("Bonjour"));
+    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true}).out),
+              listed("\x1b[0;37;40mBonjour \x1b[0m"));
+    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out),
+              listed("Bonjour"));
+}
+
+}  // namespace

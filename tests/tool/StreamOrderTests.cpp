@@ -1,0 +1,365 @@
+// Putting the frames of coded streams in order, and seeing that a stream has been cut.
+#include "ExactBuffer.h"
+#include "FrameCaptions.h"
+#include "FrameOrder.h"
+#include "PictureOrder.h"
+#include "PictureTimes.h"
+#include "StreamEnd.h"
+#include "VideoCaptions.h"
+
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using qlx::Data;
+using qlx::MediaTime;
+using qlx::tool::Frame;
+using qlx::tool::FrameOrder;
+using qlx::tool::FrameSample;
+using qlx::tool::PictureOrder;
+using qlx::tool::PictureTimes;
+using qlx::tool::VideoCodec;
+using qlxtest::fromHex;
+using Bytes = std::vector<std::uint8_t>;
+
+Frame frameOf(std::uint8_t mark) {
+    Frame frame;
+    frame.triplets = Data{0xFC, 0x80, mark};
+    return frame;
+}
+
+/// The marks of all frames that are known by now.
+template <class Order>
+std::vector<int> marksOf(Order& order) {
+    std::vector<int> marks;
+    while (const std::optional<Frame> frame = order.take()) {
+        marks.push_back(frame->triplets.empty() ? -1 : frame->triplets[2]);
+    }
+    return marks;
+}
+
+/// Adds the units one after the other, marked from 0 on.
+std::vector<int> orderOf(VideoCodec codec, const std::vector<std::string>& units) {
+    PictureOrder order(codec);
+    std::uint8_t mark = 0;
+    for (const std::string& unit : units) {
+        order.add(fromHex(unit), frameOf(mark++));
+    }
+    order.finish();
+    return marksOf(order);
+}
+
+// Baseline profile, counts of 4 bits for frames and order, frames only: 1 1 1 1 010 0 1 1 1, then the stop bit.
+const std::string kParameters = "00000001 67 42001e f4f0 00000001 68 e0";
+
+/// A slice: 1 1 1 (first macroblock, type, parameters), frame number 0000, in an IDR picture 1 (its number), the order.
+std::string slice(unsigned nal, unsigned order) {
+    const bool isIdr = (nal & 0x1FU) == 5;
+    const unsigned bits = isIdr ? 0xE100U | order << 4U | 8U : 0xE000U | order << 5U | 0x10U;
+    const Bytes bytes{static_cast<std::uint8_t>(nal), static_cast<std::uint8_t>(bits >> 8U),
+                      static_cast<std::uint8_t>(bits)};
+    return "000001" + qlxtest::toHex(bytes);
+}
+
+TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
+    // I0 P8 B4 b2 b6 P16 (the count of 4 bits has turned over) b12; a new sequence: I0 P4 b2.
+    EXPECT_EQ(orderOf(VideoCodec::H264,
+                      {kParameters + slice(0x65, 0), slice(0x41, 8), slice(0x01, 4), slice(0x01, 2), slice(0x01, 6),
+                       slice(0x41, 0), slice(0x01, 12), slice(0x65, 0), slice(0x41, 4), slice(0x01, 2)}),
+              (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
+}
+
+TEST(PictureOrder, KeepsTheStreamsOrderWithoutParameters) {
+    EXPECT_EQ(orderOf(VideoCodec::H264, {slice(0x65, 0), slice(0x41, 8), slice(0x01, 4)}), (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(orderOf(VideoCodec::H264, {"", "00", "000001", "00000167", "0000016742", "00000165"}),
+              (std::vector<int>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(orderOf(VideoCodec::Mpeg2, {"", "00000100", "00000100ff", "000001b8"}), (std::vector<int>{0, 1, 2, 3}));
+}
+
+std::string picture(unsigned temporalReference, unsigned type) {
+    const Bytes bytes{static_cast<std::uint8_t>(temporalReference >> 2U),
+                      static_cast<std::uint8_t>((temporalReference & 3U) << 6U | type << 3U)};
+    return "00000100" + qlxtest::toHex(bytes);
+}
+
+TEST(PictureOrder, FollowsTheTemporalReferenceOfMPEG2) {
+    const std::string group = "000001b8 00000000";
+    // An open group: its first B pictures come before its I picture.
+    EXPECT_EQ(orderOf(VideoCodec::Mpeg2, {group + picture(0, 1), picture(3, 2), picture(1, 3), picture(2, 3),
+                                          group + picture(2, 1), picture(0, 3), picture(1, 3), picture(3, 2)}),
+              (std::vector<int>{0, 2, 3, 1, 5, 6, 4, 7}));
+    // The reference of 10 bits turns over.
+    EXPECT_EQ(orderOf(VideoCodec::Mpeg2, {picture(1021, 2), picture(0, 2), picture(1022, 3), picture(1023, 3),
+                                          picture(3, 2), picture(1, 3), picture(2, 3)}),
+              (std::vector<int>{0, 2, 3, 1, 5, 6, 4}));
+}
+
+TEST(PictureOrder, GivesPicturesBeforeTheStreamEnds) {
+    PictureOrder order(VideoCodec::Mpeg2);
+    std::size_t given = 0;
+    for (unsigned index = 0; index < 200; ++index) {
+        order.add(fromHex(picture(index, 2)), frameOf(static_cast<std::uint8_t>(index)));
+        const auto marks = marksOf(order);
+        for (std::size_t mark = 0; mark < marks.size(); ++mark) {
+            EXPECT_EQ(marks[mark], static_cast<int>(given + mark));
+        }
+        given += marks.size();
+        EXPECT_LE(index + 1 - given, PictureOrder::kLongestWait);
+    }
+    EXPECT_EQ(given, 200 - PictureOrder::kLongestWait);
+}
+
+TEST(PictureOrder, ReadsHighProfileParameters) {
+    // Profile 100, number 0 (1), 4:2:0 (010), depths 0 0 (1 1), no bypass (0), no scaling (0), frame number of 4 bits
+    // (1), order type 0 (1) with 6 bits (011), 4 reference frames (00101), no gaps (0), 2 x 2 (010 010), frames (1).
+    // 1 010 1 1 0 0 | 1 1 011 001 | 01 0 010 01 | 0 1 1(stop) 00000
+    std::uint32_t number = 9;
+    const auto sequence = qlx::tool::readH264Sequence(fromHex("64001f acd94960"), number);
+    ASSERT_TRUE(sequence);
+    EXPECT_EQ(number, 0U);
+    EXPECT_EQ(sequence->frameNumberBits, 4U);
+    EXPECT_EQ(sequence->orderType, 0U);
+    EXPECT_EQ(sequence->orderBits, 6U);
+    EXPECT_TRUE(sequence->hasFramesOnly);
+    EXPECT_FALSE(sequence->hasColourPlanes);
+    qlxtest::forEachTruncation(fromHex("64001f acd94960"), [](const qlxtest::ExactBuffer& part) {
+        std::uint32_t ignored = 0;
+        EXPECT_EQ(qlx::tool::readH264Sequence(part.span(), ignored).has_value(), part.size() == 7) << part.size();
+    });
+}
+
+Frame timed(std::uint8_t mark, std::optional<std::int64_t> time) {
+    Frame frame = frameOf(mark);
+    if (time) {
+        frame.pts = MediaTime::make(*time, 90000);
+    }
+    return frame;
+}
+
+std::vector<std::int64_t> timesOf(const std::vector<std::optional<std::int64_t>>& given, std::int64_t duration) {
+    PictureTimes times(VideoCodec::Mpeg2, duration);
+    const std::vector<std::string> units{picture(0, 1), picture(3, 2), picture(1, 3), picture(2, 3)};
+    for (std::size_t index = 0; index < units.size(); ++index) {
+        times.add(fromHex(units[index]), timed(static_cast<std::uint8_t>(index), given[index]));
+    }
+    times.finish();
+    std::vector<std::int64_t> result;
+    while (const auto frame = times.take()) {
+        result.push_back(frame->pts ? frame->pts->value : -1);
+    }
+    return result;
+}
+
+TEST(PictureTimes, AreThoseOfThePresentation) {
+    const std::vector<std::int64_t> expected{3600, 7200, 10800, 14400};
+    EXPECT_EQ(timesOf({3600, 14400, 7200, 10800}, 3600), expected);
+    // Times of decoding, in a file that gives no others.
+    EXPECT_EQ(timesOf({3600, 7200, 10800, 14400}, 3600), expected);
+    // Missing ones.
+    EXPECT_EQ(timesOf({3600, std::nullopt, std::nullopt, std::nullopt}, 3600), expected);
+    EXPECT_EQ(timesOf({3600, 14400, std::nullopt, 10800}, 3600), expected);
+    EXPECT_EQ(timesOf({std::nullopt, 14400, std::nullopt, std::nullopt}, 3600),
+              (std::vector<std::int64_t>{-1, -1, -1, 14400}));
+}
+
+TEST(PictureTimes, BeginWhereTheyAreSaidTo) {
+    PictureTimes times(VideoCodec::Mpeg2, 40, MediaTime::make(0, 1000));
+    for (const std::string& unit : {picture(0, 1), picture(1, 2), picture(2, 2)}) {
+        times.add(fromHex(unit), frameOf(0));
+    }
+    times.finish();
+    for (const std::int64_t expected : {0, 40, 80}) {
+        const auto frame = times.take();
+        ASSERT_TRUE(frame && frame->pts);
+        EXPECT_EQ(frame->pts->value, expected);
+        EXPECT_EQ(frame->pts->timescale, 1000);
+    }
+}
+
+FrameSample sampleOf(std::size_t stream, std::optional<std::int64_t> presentation, std::int64_t decoding, int mark) {
+    FrameSample sample;
+    sample.stream = stream;
+    sample.presentation = presentation;
+    sample.decoding = decoding;
+    if (mark >= 0) {
+        sample.frame = frameOf(static_cast<std::uint8_t>(mark));
+    }
+    return sample;
+}
+
+TEST(FrameOrder, PutsPicturesInOrderAsSoonAsItCan) {
+    FrameOrder order(1);
+    order.add(sampleOf(0, 20, 0, 0));
+    order.add(sampleOf(0, 50, 10, 3));
+    EXPECT_EQ(marksOf(order), std::vector<int>{});
+    order.add(sampleOf(0, 30, 20, 1));
+    EXPECT_EQ(marksOf(order), std::vector<int>{});
+    order.add(sampleOf(0, 40, 30, 2));
+    EXPECT_EQ(marksOf(order), (std::vector<int>{0}));
+    order.finish();
+    EXPECT_EQ(marksOf(order), (std::vector<int>{1, 2, 3}));
+}
+
+TEST(FrameOrder, JoinsWhatIsPresentedTogether) {
+    FrameOrder order(3);
+    FrameSample packets = sampleOf(2, 20, 20, -1);
+    packets.frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x80, 0x94, 0x2C}, 21));
+    order.add(std::move(packets));
+    order.add(sampleOf(1, 20, 20, 7));
+    order.add(sampleOf(0, 20, 0, 5));
+    order.add(sampleOf(1, 30, 30, 8));
+    order.finish();
+    const auto first = order.take();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->number, 0U);
+    EXPECT_EQ(first->packets.size(), 1U);
+    // The picture's own captions, whatever came first.
+    EXPECT_EQ(first->triplets, (Data{0xFC, 0x80, 0x05}));
+    const auto second = order.take();
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->number, 1U);
+    EXPECT_EQ(second->triplets, (Data{0xFC, 0x80, 0x08}));
+    EXPECT_FALSE(order.take());
+}
+
+TEST(FrameOrder, DoesNotWaitForEverForASilentStream) {
+    FrameOrder order(2);
+    std::size_t given = 0;
+    for (int index = 0; index < 2000; ++index) {
+        order.add(sampleOf(0, index, index, index % 200));
+        given += marksOf(order).size();
+        ASSERT_LE(static_cast<std::size_t>(index) + 1 - given, FrameOrder::kLongestWait);
+    }
+    order.finish();
+    EXPECT_EQ(given + marksOf(order).size(), 2000U);
+}
+
+TEST(FrameOrder, HoldsNoMoreThanAllowed) {
+    FrameOrder order(2);
+    for (int index = 0; index < 40; ++index) {
+        FrameSample sample = sampleOf(0, index, index, -1);
+        sample.frame.packets.push_back(
+            QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(Data(Bytes(std::size_t{1024} * 1024, 0)), 9));
+        order.add(std::move(sample));
+    }
+    // Sixteen megabytes and nothing beyond wait for the other stream: one less, as a packet takes more than its data.
+    EXPECT_EQ(marksOf(order).size(), 25U);
+}
+
+TEST(FrameOrder, BeginsAnewWhereTheTimesGoBack) {
+    FrameOrder order(1);
+    order.add(sampleOf(0, 100'000'000, 100'000'000, 0));
+    order.add(sampleOf(0, 100'040'000, 100'040'000, 1));
+    order.add(sampleOf(0, 0, 0, 2));
+    order.add(sampleOf(0, 40'000, 40'000, 3));
+    order.finish();
+    EXPECT_EQ(marksOf(order), (std::vector<int>{0, 1, 2, 3}));
+}
+
+TEST(FrameOrder, PutsWhatHasNoTimeBehindTheLast) {
+    FrameOrder order(1);
+    order.add(sampleOf(0, std::nullopt, 0, 0));
+    order.add(sampleOf(0, 40, 40, 1));
+    order.add(sampleOf(0, std::nullopt, 80, 2));
+    order.add(sampleOf(0, 120, 120, 3));
+    order.finish();
+    EXPECT_EQ(marksOf(order), (std::vector<int>{0, 1, 2, 3}));
+}
+
+TEST(FrameCaptions, AreTakenFromWhereverTheyAre) {
+    Frame frame;
+    EXPECT_FALSE(captionTriplets(frame));
+    frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x80, 0x94, 0x2C}, 21));
+    frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x00, 0x15, 0x2C}, 284));
+    frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x80, 0x94}, 21));
+    EXPECT_EQ(captionTriplets(frame), (Data{0xFC, 0x94, 0x2C, 0xFD, 0x15, 0x2C}));
+    // A packet with a time code section in front of its two triplets.
+    frame.packets.push_back(QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(
+        Data(fromHex("9669193fff0000718081828372e2fc9420f9152c740000ff00")), 9));
+    EXPECT_EQ(captionTriplets(frame), (Data{0xFC, 0x94, 0x20, 0xF9, 0x15, 0x2C}));
+    frame.triplets = Data{0xFA, 0x00, 0x00};
+    EXPECT_EQ(captionTriplets(frame), (Data{0xFA, 0x00, 0x00}));
+}
+
+// A message of user data behind its length, with two triplets, in front of a slice.
+const std::string kSei = "06 04 11 b5 0031 47413934 03 c2 ff fc942c fd8080 ff 80";
+
+TEST(VideoCaptions, AreFoundBehindLengthsOfAnySize) {
+    const Data expected(fromHex("fc942cfd8080"));
+    for (const auto& [size, lengths] : std::vector<std::pair<std::size_t, std::pair<std::string, std::string>>>{
+             {1, {"15", "03"}}, {2, {"0015", "0003"}}, {4, {"00000015", "00000003"}}}) {
+        const Bytes unit = fromHex(lengths.first + kSei + lengths.second + "658880");
+        EXPECT_EQ(qlx::tool::captionTripletsOfLengths(unit, size), expected) << size;
+        qlxtest::forEachTruncation(unit, [size = size, &expected](const qlxtest::ExactBuffer& part) {
+            const Data found = qlx::tool::captionTripletsOfLengths(part.span(), size);
+            EXPECT_TRUE(!found || found == expected);
+        });
+    }
+    for (const char* const start : {"00000001", "000001"}) {
+        EXPECT_EQ(qlx::tool::captionTriplets(fromHex(start + kSei + "000001658880"), VideoCodec::H264), expected);
+    }
+}
+
+TEST(VideoCaptions, KnowTheLengthsOfAParameterRecord) {
+    EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("01 64001f ff e1 0000")), 4U);
+    EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("01 64001f fd e1 0000")), 2U);
+    EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("00000001 6764001f")), 0U);
+    EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("01 64001f ff e1")), 0U);
+    EXPECT_EQ(qlx::tool::lengthBytesOf({}), 0U);
+}
+
+TEST(StreamEnd, SeesThatAPacketIsCut) {
+    // MPEG-2 and MPEG-1 packs, a packet of 4 bytes behind its length, padding, the end code.
+    for (const std::string pack :
+         {"000001ba 44 0004000401 000003 f8", "000001ba 44 0004000401 000003 f9 ff", "000001ba 21 00010001800001"}) {
+        const Bytes packBytes = fromHex(pack);
+        const Bytes video = fromHex("000001e0 0004 01020304");
+        const Bytes padding = fromHex("000001be 0002 ffff");
+        const Bytes last = fromHex("000001b9");
+        Bytes stream;
+        std::vector<std::size_t> ends;
+        for (const Bytes& part : {packBytes, video, packBytes, padding, last}) {
+            stream.insert(stream.end(), part.begin(), part.end());
+            ends.push_back(stream.size());
+        }
+        for (std::size_t size = 4; size <= stream.size(); ++size) {
+            const auto cut = qlx::tool::cutProgramPacket(std::span(stream).first(size));
+            const bool isWhole = std::find(ends.begin(), ends.end(), size) != ends.end();
+            ASSERT_EQ(cut.has_value(), !isWhole) << pack << " " << size;
+            if (cut) {
+                const auto end = std::upper_bound(ends.begin(), ends.end(), size);
+                EXPECT_EQ(cut->begin, end == ends.begin() ? 0 : *std::prev(end));
+                EXPECT_EQ(cut->there, size - cut->begin);
+                EXPECT_TRUE(cut->size == 0 || cut->begin + cut->size == *end);
+            }
+        }
+    }
+    EXPECT_FALSE(qlx::tool::cutProgramPacket({}));
+    EXPECT_FALSE(qlx::tool::cutProgramPacket(fromHex("010203")));
+    // What is not a packet is passed over up to the next pack.
+    EXPECT_FALSE(qlx::tool::cutProgramPacket(fromHex("ff 000001ba 21 00010001800001 ffffff")));
+}
+
+TEST(StreamEnd, SeesThatATripletsHeaderIsCut) {
+    const std::string key = "060e2b34 01020101 0d010301 17010201";
+    for (const auto& [text, size] : std::vector<std::pair<std::string, std::uint64_t>>{
+             {key + "03", 20}, {key + "8103", 21}, {key + "830000ff", 275}, {key + "880000000000000001", 26}}) {
+        const Bytes header = fromHex(text);
+        std::uint64_t found = 1;
+        EXPECT_FALSE(qlx::tool::isTripletHeaderCut(header, found));
+        EXPECT_EQ(found, size);
+        for (std::size_t length = 0; length < header.size(); ++length) {
+            EXPECT_TRUE(qlx::tool::isTripletHeaderCut(std::span(header).first(length), found)) << length;
+            EXPECT_EQ(found, 0U);
+        }
+    }
+    std::uint64_t found = 1;
+    EXPECT_FALSE(qlx::tool::isTripletHeaderCut(fromHex("0102"), found));
+    EXPECT_FALSE(qlx::tool::isTripletHeaderCut(fromHex(key + "89"), found));
+}
+
+}  // namespace

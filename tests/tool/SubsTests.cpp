@@ -1,0 +1,268 @@
+// qlxcc subs, encodings, the limits of subtitle files, and --quiet.
+#include "Errors.h"
+#include "Json.h"
+#include "SubtitleFiles.h"
+#include "SubtitleReaders.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+
+namespace {
+
+using namespace std::string_view_literals;
+using qlxtest::captionArguments;
+using qlxtest::isOneMessage;
+using qlxtest::linesOf;
+using qlxtest::playArguments;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+const std::string kTwoCues =
+    srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#ff0000\">Bonjour</font>\n{\\an8}oben"},
+         {"00:00:03,500", "00:00:04,000", "{\\an1}unten"}});
+
+TEST(Subs, ListsTheRowsOfCues) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
+    const ToolResult result = runTool({"subs", file});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, "   cue  start         end           row  color    alignment  text\n"
+                          "     1  00:00:01,000  00:00:02,000   10  red      center     Bonjour\n"
+                          "                                      2  white    center     oben\n"
+                          "     2  00:00:03,500  00:00:04,000   11  white    left       unten\n"
+                          "line 10: cue left out: cue without a timing line\n" +
+                              file + " (SRT): 2 cues, 1 left out\n");
+}
+
+TEST(Subs, ShowsTimecodesOfARate) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:03,500", "00:01:00,060", "a"}}));
+    // 3.5 s are frame 87.5 at 25/s; at 29.97 frame 104.9, and 60.06 s are frame 1800, the first one of minute 1.
+    EXPECT_EQ(linesOf(runTool({"subs", file, "--rate", "25"}).out).at(1).substr(8, 25), "00:00:03:13   00:01:00:02");
+    EXPECT_EQ(linesOf(runTool({"subs", file, "--rate", "30000/1001"}).out).at(1).substr(8, 25),
+              "00:00:03;15   00:01:00;02");
+}
+
+TEST(Subs, ShowsTheTimesAndRowsOfAMode) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Hi\nok"}}));
+    // Two lines of two characters take (2 + 2 + 2 + 2 + 4) / 2 = 6 pairs: 0.24 s; rows 13 and 14 of 15.
+    const auto lines = linesOf(runTool({"subs", file, "--mode", "cea608", "--rate", "25"}).out);
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[1], "     1  00:00:00:19   00:00:01:24    13  white    center     Hi");
+    EXPECT_EQ(lines[2], "                                     14  white    center     ok");
+}
+
+TEST(Subs, WritesJsonThatPlayReads) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
+    const std::string json = folder.path("out.json");
+    const ToolResult result = runTool({"subs", file, "--json", "-o", json});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out + result.err, "");
+    EXPECT_EQ(folder.read("out.json"),
+              "{\"cues\":[\n"
+              R"({"end_time_seconds":2.0,"end_timecode":"00:00:02,000","index":1,"start_time_seconds":1.0,)"
+              R"("start_timecode":"00:00:01,000","text_lines":[)"
+              R"({"alignment":"center","color":"#ff0000","text":"Bonjour","vertical_position":10},)"
+              R"({"alignment":"center","color":"#ffffff","text":"oben","vertical_position":2}]},)"
+              "\n"
+              R"({"end_time_seconds":4.0,"end_timecode":"00:00:04,000","index":2,"start_time_seconds":3.5,)"
+              R"("start_timecode":"00:00:03,500","text_lines":[)"
+              R"({"alignment":"left","color":"#ffffff","text":"unten","vertical_position":11}]})"
+              "\n],\n\"file\":\"" +
+                  file +
+                  "\",\n\"format\":\"SRT\",\n\"cue_count\":2,\n\"left_out\":1,\n\"problem_count\":1,\n\"problems\":[\n"
+                  R"({"effect":"cue left out","line":10,"what":"cue without a timing line"}]})"
+                  "\n");
+    const ToolResult played = runTool(playArguments(json, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(played.exitCode, 0);
+    EXPECT_EQ(played.err, "");
+    EXPECT_EQ(played.out, runTool(playArguments(file, "25", {"--format", "jsonl"})).out);
+}
+
+TEST(Subs, ShowsColoursOnATerminal) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues);
+    const std::string row = "     1  00:00:01,000  00:00:02,000   10  red      center     ";
+    EXPECT_EQ(linesOf(runTool({"subs", file}, {.outputIsTerminal = true}).out).at(1), row + "\x1b[31mBonjour\x1b[0m\r");
+    EXPECT_EQ(linesOf(runTool({"subs", file}, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out).at(1),
+              row + "Bonjour\r");
+}
+
+TEST(Subs, RefusesToWriteOverItsInput) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues);
+    const ToolResult result = runTool({"subs", file, "-o", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+    EXPECT_EQ(folder.read("in.srt"), kTwoCues);
+}
+
+TEST(Encoding, OfAFileIsNamedByTheCaller) {
+    const TemporaryFolder folder;
+    const std::string expected =
+        runTool({"subs", "-"}, {.input = srt({{"00:00:01,000", "00:00:02,000", "d\xC3\xA9j\xC3\xA0"}})}).out;
+    EXPECT_NE(expected.find("d\xC3\xA9j\xC3\xA0\n"), std::string::npos);
+    const std::string latin = srt({{"00:00:01,000", "00:00:02,000", "d\xE9j\xE0"}});
+    EXPECT_EQ(runTool({"subs", "-", "--encoding", "ISO-8859-1"}, {.input = latin}).out, expected);
+    EXPECT_EQ(runTool({"subs", "-", "--encoding", "windows-1252"}, {.input = latin}).out, expected);
+    // UTF-16, little-endian behind its mark.
+    std::string wide = "\xFF\xFE";
+    for (const char character : latin) {
+        wide += character;
+        wide += '\0';
+    }
+    EXPECT_EQ(runTool({"subs", "-", "--encoding", "UTF-16"}, {.input = wide}).out, expected);
+    const ToolResult played = runTool(playArguments("-", "25", {"--encoding", "ISO-8859-1"}), {.input = latin});
+    EXPECT_EQ(played.exitCode, 0) << played.err;
+    EXPECT_NE(played.out.find("d\xC3\xA9j\xC3\xA0\n"), std::string::npos);
+    const std::string json = "[{\"end_time_seconds\":1,\"text_lines\":[{\"text\":\"\xE9\"}]}]";
+    EXPECT_NE(runTool({"subs", "-", "--encoding", "ISO-8859-1"}, {.input = json}).out.find("  \xC3\xA9\n"),
+              std::string::npos);
+}
+
+TEST(Encoding, NamesTheByteThatItDoesNotHave) {
+    const auto refusal = [](const std::string& encoding, std::string_view content) {
+        const ToolResult result = runTool({"subs", "-", "--encoding", encoding}, {.input = std::string(content)});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        return result.err;
+    };
+    // 0x81 stands for nothing in windows-1252, 0xE9 for nothing in ASCII.
+    EXPECT_EQ(refusal("windows-1252", "1\na\x81"), "qlxcc: standard input: line 2, byte 3: 0x81 is not windows-1252\n");
+    EXPECT_EQ(refusal("ASCII", "\xE9"), "qlxcc: standard input: line 1, byte 0: 0xE9 is not ASCII\n");
+    EXPECT_EQ(refusal("UTF-8", "1\n\n\xC3("), "qlxcc: standard input: line 3, byte 3: 0xC3 is not UTF-8\n");
+    EXPECT_EQ(refusal("UTF-16LE", "1\0\n\0a"sv),
+              "qlxcc: standard input: line 2, byte 4: 0x61 is the start of a character that the file's end cuts\n");
+    // Behind more than what is converted at once: 300000 lines of 3 bytes.
+    std::string text;
+    for (int line = 0; line < 300000; ++line) {
+        text += "\xE9z\n";
+    }
+    EXPECT_EQ(refusal("windows-1252", text + "\x81"),
+              "qlxcc: standard input: line 300001, byte 900000: 0x81 is not windows-1252\n");
+}
+
+TEST(Encoding, MustBeKnown) {
+    const ToolResult result = runTool({"subs", "a.srt", "--encoding", "latin-nowhere"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err,
+              "qlxcc: --encoding: \"latin-nowhere\" is no encoding that is known here (iconv -l lists them) "
+              "(see qlxcc subs --help)\n");
+}
+
+TEST(SubtitleLimits, RefuseALongFileBeforeItIsRead) {
+    const TemporaryFolder folder;
+    for (const std::string& name : std::vector<std::string>{"a.srt", "a.stl", "a.json"}) {
+        const std::string file = folder.write(name, "1\n");
+        std::filesystem::resize_file(file, std::uintmax_t{4} << 30U);
+        for (const std::vector<std::string>& arguments :
+             {std::vector<std::string>{"subs", file}, playArguments(file, "25"), captionArguments(file, "25"),
+              std::vector<std::string>{"subs", file, "--encoding", "UTF-16"}}) {
+            const ToolResult result = runTool(arguments);
+            EXPECT_EQ(result.exitCode, 1);
+            EXPECT_EQ(result.err, "qlxcc: " + file + ": longer than 64 MiB: no subtitle file\n");
+        }
+    }
+    const ToolResult endless = runTool({"subs", "/dev/zero"});
+    EXPECT_EQ(endless.exitCode, 1);
+    EXPECT_EQ(endless.err, "qlxcc: /dev/zero: longer than 64 MiB: no subtitle file\n");
+}
+
+TEST(SubtitleLimits, RefuseTextsThatAreNoCues) {
+    const auto refusal = [](const std::string& content) {
+        const ToolResult result = runTool({"subs", "-"}, {.input = content});
+        EXPECT_EQ(result.exitCode, 1);
+        return result.err;
+    };
+    const std::string start = "1\n00:00:00,000 --> 00:00:01,000\n";
+    const std::string what = "a cue of more than 1 MiB or 10000 lines\n";
+    EXPECT_EQ(refusal("\n" + start + std::string(1U << 20U, 'a')), "qlxcc: standard input: line 2: " + what);
+    std::string lines = start;
+    for (int line = 0; line < 10000; ++line) {
+        lines += "a\n";
+    }
+    EXPECT_EQ(refusal(lines), "qlxcc: standard input: line 1: " + what);
+    const std::string texts = R"([{"end_time_seconds":1,"text_lines":[{"text":"a"}]},)"
+                              "\n"
+                              R"({"text_lines":[)";
+    EXPECT_EQ(refusal(texts + "\"" + std::string((1U << 20U) + 2, 'a') + "\"]}]"),
+              "qlxcc: standard input: line 2: a JSON text longer than 1 MiB\n");
+    std::string values;
+    for (int value = 0; value < 20000; ++value) {
+        values += "0,";
+    }
+    EXPECT_EQ(refusal(texts + values + "0]}]"), "qlxcc: standard input: element 2: larger than any subtitle (1 MiB)\n");
+}
+
+TEST(SubtitleLimits, KeepTheFirstThousandProblems) {
+    std::string content = srt({{"00:00:01,000", "00:00:02,000", "Bonjour"}});
+    for (int index = 0; index < 1003; ++index) {
+        content += "stray\n\n";
+    }
+    const auto lines = linesOf(runTool({"subs", "-"}, {.input = content}).out);
+    ASSERT_EQ(lines.size(), 1004U);
+    EXPECT_EQ(lines[2], "line 5: cue left out: cue without a timing line");
+    EXPECT_EQ(lines[1002], "and 3 more problems");
+    EXPECT_EQ(lines[1003], "standard input (SRT): 1 cue, 1003 left out");
+}
+
+TEST(SubtitlePieces, GiveTheCuesOfTheWholeFile) {
+    // More than is handed to the library at once, with blank lines of every kind between the cues.
+    std::string content = "\xEF\xBB\xBF";
+    for (int number = 0; number < 20000; ++number) {
+        content += std::to_string(number) + "\n00:00:01,000 --> 00:00:02,000\r\nBonjour " + std::to_string(number) +
+                   (number % 3 == 0   ? "\n\n"
+                    : number % 3 == 1 ? "\r\n\r\n\n\n"
+                                      : "\n\r\n");
+    }
+    qlx::tool::Subtitles subtitles;
+    int next = 0;
+    qlx::tool::readSRT(subtitles, content, {"memory"}, [&](const auto& record) {
+        ASSERT_EQ(qlx::tool::subtitleText(*record), "Bonjour " + std::to_string(next));
+        ++next;
+    });
+    EXPECT_EQ(next, 20000);
+    EXPECT_EQ(subtitles.cues, 20000U);
+    EXPECT_EQ(subtitles.problems.count(), 0U);
+}
+
+TEST(Quiet, LeavesWarningsOut) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
+    EXPECT_TRUE(isOneMessage(runTool(playArguments(file, "25")).err));
+    const std::string expected = runTool(playArguments(file, "25")).out;
+    for (const char* option : {"-q", "--quiet"}) {
+        std::vector<std::string> arguments = playArguments(file, "25", {option});
+        EXPECT_EQ(runTool(arguments).err, "");
+        EXPECT_EQ(runTool(arguments).out, expected);
+        arguments.pop_back();
+        arguments.insert(arguments.begin(), option);
+        EXPECT_EQ(runTool(arguments).err, "");
+    }
+}
+
+TEST(Quiet, StillSaysErrors) {
+    const ToolResult result = runTool({"-q", "subs", "/nowhere/a.srt"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "qlxcc: /nowhere/a.srt: No such file or directory\n");
+}
+
+TEST(Quiet, ShowsNoProgressOnATerminal) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues);
+    const ToolResult result =
+        runTool(playArguments(file, "25", {"-q", "--format", "klv", "--duration", "02:00:00", "-o", "/dev/null"}),
+                {.signal = SIGTERM, .waitForText = "frames"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+}
+
+}  // namespace

@@ -1,0 +1,361 @@
+#include "Cea608Screen.h"
+
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <algorithm>
+#include <bit>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::uint8_t kFirstControl = 0x10;
+constexpr std::uint8_t kFirstCharacter = 0x20;
+constexpr std::uint8_t kSolidBlock = 0x7F;
+constexpr std::uint8_t kChannelBit = 0x08;
+
+// Second bytes of the miscellaneous control codes.
+enum Miscellaneous : std::uint8_t {
+    kResumeCaptionLoading = 0x20,
+    kBackspace = 0x21,
+    kDeleteToEndOfRow = 0x24,
+    kRollUp2 = 0x25,
+    kRollUp4 = 0x27,
+    kFlashOn = 0x28,
+    kResumeDirectCaptioning = 0x29,
+    kTextRestart = 0x2A,
+    kResumeTextDisplay = 0x2B,
+    kEraseDisplayedMemory = 0x2C,
+    kCarriageReturn = 0x2D,
+    kEraseNonDisplayedMemory = 0x2E,
+    kEndOfCaption = 0x2F,
+};
+
+// By three bits of preamble, mid-row and background codes.
+constexpr std::array<ScreenColor, 8> kColours{ScreenColor::White,   ScreenColor::Green, ScreenColor::Blue,
+                                              ScreenColor::Cyan,    ScreenColor::Red,   ScreenColor::Yellow,
+                                              ScreenColor::Magenta, ScreenColor::Black};
+constexpr unsigned kItalicsStyle = 7;
+
+// The upper row (counted from 0) of each first byte's two; the row code 0 has only one row.
+constexpr std::array<std::uint8_t, 8> kPreambleRows{10, 0, 2, 11, 13, 4, 6, 8};
+
+bool hasOddParity(std::uint8_t byte) {
+    return std::popcount(byte) % 2 == 1;
+}
+
+/// The first character of what the library says for a code.
+char32_t characterOf(const Data& utf8) {
+    std::string_view text(reinterpret_cast<const char*>(utf8.data()), utf8.size());
+    return text.empty() ? U' ' : takeCodePoint(text);
+}
+
+}  // namespace
+
+std::string_view nameOf(CaptionChannel channel) noexcept {
+    constexpr std::array<std::string_view, 4> kNames{"CC1", "CC2", "CC3", "CC4"};
+    return kNames[(channel.field == 2 ? 2U : 0U) + (channel.channel == 2 ? 1U : 0U)];
+}
+
+std::optional<CaptionChannel> captionChannelNamed(std::string_view name) {
+    for (const CaptionChannel channel : {CaptionChannel{1, 1}, {1, 2}, {2, 1}, {2, 2}}) {
+        if (asciiLowercased(name) == asciiLowercased(nameOf(channel))) {
+            return channel;
+        }
+    }
+    return std::nullopt;
+}
+
+bool Cea608Screen::receive(std::uint8_t first, std::uint8_t second) {
+    const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
+    if (hasOddParity(first) && firstCode >= kFirstControl && firstCode < kFirstCharacter) {
+        return receiveControl(first, second);
+    }
+    _lastControl = {};
+    if (_channel.field == 2 && hasOddParity(first) && firstCode > 0 && firstCode < kFirstControl) {
+        // 0x0F ends an extended data packet, the others begin or continue one.
+        _isExtendedData = firstCode != 0x0F;
+        return false;
+    }
+    if (_isExtendedData || !_isSelected || !writes()) {
+        return false;
+    }
+    const bool isFirstShown = receiveText(firstCode, hasOddParity(first) || first == 0);
+    const bool isSecondShown =
+        receiveText(static_cast<std::uint8_t>(second & 0x7FU), hasOddParity(second) || second == 0);
+    return isFirstShown || isSecondShown;
+}
+
+/// Null, and codes without a meaning, show nothing; a byte of two zeros carries nothing even without its parity bit.
+bool Cea608Screen::receiveText(std::uint8_t code, bool isSound) {
+    if (!isSound) {
+        code = kSolidBlock;
+    }
+    return code >= kFirstCharacter && put(characterOf(QLXCCUtilities::dataWith608ASCIICharacter(code)));
+}
+
+bool Cea608Screen::receiveControl(std::uint8_t first, std::uint8_t second) {
+    const std::array<std::uint8_t, 2> pair{first, second};
+    const auto code = static_cast<std::uint8_t>(second & 0x7FU);
+    if (!hasOddParity(second) || code < kFirstCharacter) {
+        _lastControl = {};
+        return false;
+    }
+    // Captions of either channel end what extended data stood between them.
+    _isExtendedData = false;
+    _isSelected = (first & kChannelBit) == (_channel.channel == 2 ? kChannelBit : 0U);
+    if (pair == _lastControl) {
+        _lastControl = {};
+        return false;
+    }
+    _lastControl = pair;
+    return _isSelected && receiveCode(static_cast<std::uint8_t>(first & 7U), code);
+}
+
+bool Cea608Screen::receiveCode(std::uint8_t group, std::uint8_t code) {
+    if (code >= 0x40) {
+        return receivePreamble(group, code);
+    }
+    if ((group == 4 || group == 5) && code < 0x30) {
+        return receiveMiscellaneous(code);
+    }
+    if (!writes()) {
+        return false;
+    }
+    if (group == 0 && code < 0x30) {
+        return receiveBackground(kColours[code >> 1U & 7U]);
+    }
+    if (group == 1) {
+        return code < 0x30 ? receiveMidRow(code)
+                           : put(code == 0x39 ? U'\0' : characterOf(QLXCCUtilities::dataWith608SpecialCharacter(code)));
+    }
+    if (group == 2 || group == 3) {
+        return receiveExtended(group, code);
+    }
+    return group == 7 && receiveTab(code);
+}
+
+bool Cea608Screen::receiveMiscellaneous(std::uint8_t code) {
+    switch (code) {
+    case kResumeCaptionLoading:
+        start(Mode::PopOn);
+        return false;
+    case kBackspace:
+        return writes() && backspace();
+    case kDeleteToEndOfRow:
+        return writes() && deleteToEndOfRow();
+    case kFlashOn:
+        if (!writes()) {
+            return false;
+        }
+        _style.isFlashing = true;
+        return put(U' ');
+    case kResumeDirectCaptioning:
+        start(Mode::PaintOn);
+        return false;
+    case kTextRestart:
+    case kResumeTextDisplay:
+        _isText = true;
+        return false;
+    case kEraseDisplayedMemory:
+        return erase(_displayed);
+    case kCarriageReturn:
+        return writes() && _mode == Mode::RollUp && rollUp();
+    case kEraseNonDisplayedMemory:
+        (void)erase(_loaded);
+        return false;
+    case kEndOfCaption:
+        start(Mode::PopOn);
+        std::swap(_displayed, _loaded);
+        return true;
+    default:
+        break;
+    }
+    return code >= kRollUp2 && code <= kRollUp4 && startRollUp(code - kRollUp2 + std::size_t{2});
+}
+
+void Cea608Screen::start(Mode mode) {
+    _mode = mode;
+    _isText = false;
+}
+
+/// The first code of a roll-up caption erases what was there of another kind; later ones change the number of rows.
+bool Cea608Screen::startRollUp(std::size_t rows) {
+    const bool wasRollUp = _mode == Mode::RollUp;
+    start(Mode::RollUp);
+    _rollUpRows = rows;
+    if (!wasRollUp) {
+        (void)erase(_displayed);
+        (void)erase(_loaded);
+        _row = kCaptionRows - 1;
+        _column = 0;
+        _style = {};
+        return true;
+    }
+    _row = std::max(_row, rows - 1);
+    for (std::size_t row = 0; row + rows <= _row; ++row) {
+        _displayed[row] = {};
+    }
+    return true;
+}
+
+bool Cea608Screen::rollUp() {
+    const std::size_t top = _row + 1 - std::min(_rollUpRows, _row + 1);
+    for (std::size_t row = top; row < _row; ++row) {
+        _displayed[row] = _displayed[row + 1];
+    }
+    _displayed[_row] = {};
+    _column = 0;
+    _style = {};
+    return true;
+}
+
+/// Moves the rows of a roll-up caption, so that the lowest one stands in `row`.
+void Cea608Screen::moveWindow(std::size_t row) {
+    row = std::max(row, _rollUpRows - 1);
+    if (row == _row) {
+        return;
+    }
+    Memory moved{};
+    for (std::size_t line = 0; line < _rollUpRows && line <= _row; ++line) {
+        moved[row - line] = _displayed[_row - line];
+    }
+    _displayed = moved;
+    _row = row;
+}
+
+bool Cea608Screen::receiveTab(std::uint8_t code) {
+    constexpr std::uint8_t kTab1 = 0x21;
+    constexpr std::uint8_t kTab3 = 0x23;
+    constexpr std::uint8_t kTransparentBackground = 0x2D;
+    constexpr std::uint8_t kBlackCharacters = 0x2E;
+    if (code >= kTab1 && code <= kTab3) {
+        _column = std::min<std::size_t>(_column + code - kTab1 + 1, kCaptionColumns - 1);
+    } else if (code == kTransparentBackground) {
+        return receiveBackground(ScreenColor::Black);
+    } else if (code == kBlackCharacters || code == kBlackCharacters + 1) {
+        (void)backspace();
+        _style.foreground = ScreenColor::Black;
+        _style.isItalic = false;
+        _style.isUnderlined = (code & 1U) != 0;
+        return put(U' ');
+    }
+    return false;
+}
+
+bool Cea608Screen::receivePreamble(std::uint8_t group, std::uint8_t code) {
+    constexpr std::uint8_t kLowerRow = 0x20;
+    if (!writes() || (group == 0 && (code & kLowerRow) != 0)) {
+        return false;
+    }
+    const std::size_t row = kPreambleRows[group] + ((code & kLowerRow) != 0 ? 1U : 0U);
+    const unsigned style = code >> 1U & 0xFU;
+    _style = {};
+    _style.isUnderlined = (code & 1U) != 0;
+    _column = 0;
+    if (style < kItalicsStyle) {
+        _style.foreground = kColours[style];
+    } else if (style == kItalicsStyle) {
+        _style.isItalic = true;
+    } else {
+        _column = std::size_t{4} * (style - kItalicsStyle - 1);
+    }
+    if (_mode == Mode::RollUp) {
+        moveWindow(row);
+        return true;
+    }
+    _row = row;
+    return false;
+}
+
+/// A mid-row code shows as a space.
+bool Cea608Screen::receiveMidRow(std::uint8_t code) {
+    const unsigned style = code >> 1U & 7U;
+    _style.isItalic = style == kItalicsStyle;
+    if (!_style.isItalic) {
+        _style.foreground = kColours[style];
+    }
+    _style.isUnderlined = (code & 1U) != 0;
+    _style.isFlashing = false;
+    return put(U' ');
+}
+
+/// A background code takes the place of the space that is sent before it for receivers that do not know it.
+bool Cea608Screen::receiveBackground(ScreenColor colour) {
+    (void)backspace();
+    _style.background = colour;
+    return put(U' ');
+}
+
+/// An extended character takes the place of the one that is sent before it for receivers that do not know it.
+bool Cea608Screen::receiveExtended(std::uint8_t group, std::uint8_t code) {
+    const Data character = group == 2 ? QLXCCUtilities::dataWith608ExtSpanishFrenchCharacter(code)
+                                      : QLXCCUtilities::dataWith608ExtPortugueseGermanDanishCharacter(code);
+    if (character.empty()) {
+        return false;
+    }
+    (void)backspace();
+    return put(characterOf(character));
+}
+
+/// Writes at the cursor; the character 0 is a transparent space.
+bool Cea608Screen::put(char32_t character) {
+    ScreenCell cell;
+    if (character != U'\0') {
+        cell.character = character;
+        cell.foreground = _style.foreground;
+        cell.background = _style.background;
+        cell.isVisible = true;
+        cell.isItalic = _style.isItalic;
+        cell.isUnderlined = _style.isUnderlined;
+        cell.isFlashing = _style.isFlashing;
+    }
+    const std::size_t column = std::min(_column, kCaptionColumns - 1);
+    currentRow()[column] = cell;
+    _column = column + 1;
+    return writesDisplayed();
+}
+
+bool Cea608Screen::erase(Memory& memory) {
+    memory = {};
+    return &memory == &_displayed;
+}
+
+bool Cea608Screen::backspace() {
+    if (_column == 0) {
+        return false;
+    }
+    currentRow()[--_column] = {};
+    return writesDisplayed();
+}
+
+bool Cea608Screen::deleteToEndOfRow() {
+    Row& row = currentRow();
+    std::fill(row.begin() + static_cast<std::ptrdiff_t>(std::min(_column, kCaptionColumns - 1)), row.end(),
+              ScreenCell{});
+    return writesDisplayed();
+}
+
+Screen Cea608Screen::screen() const {
+    constexpr std::size_t kMargin = 1;
+    Screen screen{ScreenKind::Captions, kCaptionColumns + 2 * kMargin, 1, {}};
+    screen.cells.resize(screen.columns * kCaptionRows);
+    for (std::size_t index = 0; index < kCaptionRows; ++index) {
+        ScreenCell* const row = screen.row(index);
+        const Row& from = _displayed[index];
+        std::copy(from.begin(), from.end(), row + kMargin);
+        const auto isShown = [&from](std::size_t column) { return column < from.size() && from[column].isVisible; };
+        for (std::size_t column = 0; column < screen.columns; ++column) {
+            // Column 0 is the margin: `column` is behind the memory's `column - 1`, and wraps around harmlessly.
+            if (!row[column].isVisible && (isShown(column) || isShown(column - 2))) {
+                row[column] = {};
+                row[column].isVisible = true;
+            }
+        }
+    }
+    return screen;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,500 @@
+#include "Container.h"
+
+#include "Errors.h"
+#include "FrameOrder.h"
+#include "Klv.h"
+#include "PictureTimes.h"
+#include "StreamEnd.h"
+#include "Text.h"
+#include "VideoCaptions.h"
+
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/mathematics.h>
+}
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr int kReadBuffer = 64 * 1024;
+/// No piece of any container is longer.
+constexpr std::size_t kGreatestAllocation = std::size_t{96} * 1024 * 1024;
+/// As many remarks on damage are passed on.
+constexpr std::size_t kMostRemarks = 20;
+/// As often a reader may ask to be called again without having read anything.
+constexpr int kMostRepeats = 1000;
+constexpr AVRational kMicroseconds{1, 1'000'000};
+
+const char* demuxerOf(InputKind kind) {
+    switch (kind) {
+    case InputKind::Mxf:
+        return "mxf";
+    case InputKind::Mov:
+        return "mov";
+    case InputKind::TransportStream:
+        return "mpegts";
+    default:
+        return "mpeg";
+    }
+}
+
+std::string errorText(int error) {
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
+    (void)av_strerror(error, text.data(), text.size());
+    return text.data();
+}
+
+/// What FFmpeg's demuxers have to say of damage. Its log is one for the whole process.
+class Remarks {
+public:
+    static void listen() { av_log_set_callback(&Remarks::receive); }
+
+    static std::vector<std::string> take() {
+        const std::lock_guard lock(_mutex);
+        return std::exchange(_remarks, {});
+    }
+
+private:
+    static void receive(void* object, int level, const char* format, va_list arguments) {
+        // The decoders that look for a stream's parameters stumble over every stream that does not begin with a key
+        // frame: only what is wrong with the container counts.
+        if (level > AV_LOG_ERROR || object == nullptr) {
+            return;
+        }
+        const AVClass* const type = *static_cast<const AVClass* const*>(object);
+        if (type == nullptr || type->class_name == nullptr || std::strcmp(type->class_name, "AVFormatContext") != 0) {
+            return;
+        }
+        std::array<char, 256> text{};
+        (void)std::vsnprintf(text.data(), text.size(), format, arguments);
+        std::string line = text.data();
+        line.erase(line.find_last_not_of(" \r\n") + 1);
+        const std::lock_guard lock(_mutex);
+        if (_remarks.size() < kMostRemarks && !line.empty()) {
+            _remarks.push_back(std::move(line));
+        }
+    }
+
+    inline static std::mutex _mutex;
+    inline static std::vector<std::string> _remarks;
+};
+
+/// An InputFile as FFmpeg reads one. What the file throws waits until FFmpeg has returned.
+class ContainerInput {
+public:
+    explicit ContainerInput(InputFile& source) : _source(source) {
+        auto* const buffer = static_cast<unsigned char*>(av_malloc(kReadBuffer));
+        if (buffer == nullptr) {
+            throw std::bad_alloc();
+        }
+        _context = avio_alloc_context(buffer, kReadBuffer, 0, this, &ContainerInput::read, nullptr,
+                                      source.size() ? &ContainerInput::seek : nullptr);
+        if (_context == nullptr) {
+            av_free(buffer);
+            throw std::bad_alloc();
+        }
+        _context->seekable = source.size() ? AVIO_SEEKABLE_NORMAL : 0;
+    }
+    ~ContainerInput() {
+        // FFmpeg may have put another buffer in place of the first.
+        av_freep(&_context->buffer);
+        avio_context_free(&_context);
+    }
+    ContainerInput(const ContainerInput&) = delete;
+    ContainerInput& operator=(const ContainerInput&) = delete;
+
+    [[nodiscard]] AVIOContext* context() const { return _context; }
+
+    void rethrow() {
+        if (_error) {
+            std::rethrow_exception(std::exchange(_error, nullptr));
+        }
+    }
+
+private:
+    static int read(void* self, std::uint8_t* buffer, int size) {
+        auto& input = *static_cast<ContainerInput*>(self);
+        try {
+            const std::size_t got = input._source.read(std::span(buffer, static_cast<std::size_t>(size)));
+            return got == 0 ? AVERROR_EOF : static_cast<int>(got);
+        } catch (...) {
+            input._error = std::current_exception();
+            return AVERROR(EIO);
+        }
+    }
+
+    static std::int64_t seek(void* self, std::int64_t offset, int whence) {
+        auto& input = *static_cast<ContainerInput*>(self);
+        const auto size = static_cast<std::int64_t>(input._source.size().value_or(0));
+        switch (whence & ~AVSEEK_FORCE) {
+        case AVSEEK_SIZE:
+            return size;
+        case SEEK_SET:
+            break;
+        case SEEK_CUR:
+            offset += static_cast<std::int64_t>(input._source.offset());
+            break;
+        case SEEK_END:
+            offset += size;
+            break;
+        default:
+            return AVERROR(EINVAL);
+        }
+        const bool isDone = offset >= 0 && input._source.seek(static_cast<std::uint64_t>(offset));
+        return isDone ? offset : AVERROR(EINVAL);
+    }
+
+    InputFile& _source;
+    AVIOContext* _context = nullptr;
+    std::exception_ptr _error;
+};
+
+struct FormatCloser {
+    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+};
+
+struct PacketFreer {
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+
+enum class Content { H264, Mpeg2, Pairs, Atom, AncElement };
+
+constexpr bool isVideo(Content content) {
+    return content == Content::H264 || content == Content::Mpeg2;
+}
+
+/// What a stream holds that the tool can read; none for sound, time codes and all the rest.
+std::optional<Content> contentOf(const AVStream& stream) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    if (parameters.codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
+        if (parameters.codec_id == AV_CODEC_ID_H264) {
+            return Content::H264;
+        }
+        if (parameters.codec_id == AV_CODEC_ID_MPEG2VIDEO || parameters.codec_id == AV_CODEC_ID_MPEG1VIDEO) {
+            return Content::Mpeg2;
+        }
+        return std::nullopt;
+    }
+    if (parameters.codec_id == AV_CODEC_ID_EIA_608) {
+        return Content::Pairs;
+    }
+    if (parameters.codec_tag == MKTAG('c', '7', '0', '8')) {
+        return Content::Atom;
+    }
+    // Newer versions have a codec for it, older ones call the data by name alone.
+    const AVDictionaryEntry* const type = av_dict_get(stream.metadata, "data_type", nullptr, 0);
+    const bool isAnc = (type != nullptr && std::strcmp(type->value, "vbi_vanc_smpte_436M") == 0) ||
+                       std::strcmp(avcodec_get_name(parameters.codec_id), "smpte_436m_anc") == 0;
+    return isAnc ? std::optional(Content::AncElement) : std::nullopt;
+}
+
+/// A stream that is read.
+struct Track {
+    int index = 0;
+    Content content = Content::H264;
+    std::size_t lengthBytes =
+        0;  ///< H.264 with lengths in front of the NAL units: the bytes of one; 0 for start codes.
+};
+
+std::span<const std::uint8_t> parametersOf(const AVStream& stream) {
+    return {stream.codecpar->extradata, static_cast<std::size_t>(std::max(stream.codecpar->extradata_size, 0))};
+}
+
+std::optional<std::int64_t> microseconds(std::int64_t time, AVRational base) {
+    if (time == AV_NOPTS_VALUE) {
+        return std::nullopt;
+    }
+    return av_rescale_q(time, base, kMicroseconds);
+}
+
+std::optional<MediaTime> mediaTime(std::int64_t time, AVRational base) {
+    constexpr std::int64_t kGreatest = std::int64_t{1} << 32U;  // Times a number of 31 bits.
+    if (time == AV_NOPTS_VALUE || (base.num > 1 && (time > kGreatest || time < -kGreatest))) {
+        return std::nullopt;
+    }
+    return MediaTime::make(time * base.num, base.den);
+}
+
+class ContainerReader final : public FrameReader {
+public:
+    ContainerReader(InputFile& source, InputKind kind);
+
+    bool next(Frame& frame, std::vector<std::string>& problems) override;
+
+private:
+    void open();
+    void chooseTracks();
+    bool readPacket(std::vector<std::string>& problems);
+    void take(const Track& track, std::size_t number, std::vector<std::string>& problems);
+    void passPicturesOn();
+    void takeSample(const Track& track, Frame& frame, std::vector<std::string>& problems) const;
+    void passRemarksOn(std::vector<std::string>& problems);
+    void remark(std::string text, std::vector<std::string>& problems);
+    [[noreturn]] void fail(const std::string& what, int error);
+
+    InputFile& _source;
+    InputKind _kind;
+    std::size_t _transportPacket = 0;  ///< Bytes from one sync byte to the next, where the file begins with one.
+    ContainerInput _input;
+    std::unique_ptr<AVFormatContext, FormatCloser> _format;
+    std::unique_ptr<AVPacket, PacketFreer> _packet;
+    std::vector<Track> _tracks;
+    std::optional<FrameOrder> _order;
+    std::optional<PictureTimes> _pictures;  ///< Where the times of the first track cannot be relied on.
+    std::optional<std::string> _failure;
+    std::string _lastRemark;
+    std::uint64_t _lastPacket = 0;
+    std::size_t _remarks = 0;
+    bool _hasFrames = false;
+    bool _isAtEnd = false;
+};
+
+ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(source), _kind(kind), _input(source) {
+    if (kind == InputKind::TransportStream) {
+        _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
+    }
+    Remarks::listen();
+    av_max_alloc(kGreatestAllocation);
+    open();
+    chooseTracks();
+    _packet.reset(av_packet_alloc());
+    if (!_packet) {
+        throw std::bad_alloc();
+    }
+    _order.emplace(_tracks.size());
+    const Track& first = _tracks.front();
+    const bool isUnreliable = kind == InputKind::Mxf || kind == InputKind::ProgramStream;
+    if (isUnreliable && isVideo(first.content) && first.lengthBytes == 0) {
+        const AVStream& stream = *_format->streams[first.index];
+        const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
+        const std::int64_t duration = rate.num > 0 ? av_rescale(stream.time_base.den, rate.den, rate.num) : 0;
+        // A pipe does not give an MXF file's index, which has the times; edit units count from 0.
+        const auto firstTime = kind == InputKind::Mxf && !source.size()
+                                   ? std::optional(MediaTime::make(0, stream.time_base.den))
+                                   : std::nullopt;
+        _pictures.emplace(first.content == Content::H264 ? VideoCodec::H264 : VideoCodec::Mpeg2, duration, firstTime);
+    }
+}
+
+/// Throws what FFmpeg says, or why the file could not be read.
+void ContainerReader::fail(const std::string& what, int error) {
+    _input.rethrow();
+    if (error == AVERROR(ENOMEM)) {
+        throw std::bad_alloc();
+    }
+    const std::vector<std::string> remarks = Remarks::take();
+    std::string text = what + ": " + (remarks.empty() ? errorText(error) : remarks.back());
+    if (!_source.size() && _kind == InputKind::Mov) {
+        text += " (from a pipe only files with the index in front can be read)";
+    }
+    throw failureIn(_source.name(), text);
+}
+
+void ContainerReader::open() {
+    const AVInputFormat* const demuxer = av_find_input_format(demuxerOf(_kind));
+    AVFormatContext* context = avformat_alloc_context();
+    if (context == nullptr) {
+        throw std::bad_alloc();
+    }
+    context->pb = _input.context();
+    (void)Remarks::take();
+    // Frees the context when it fails.
+    const int error =
+        demuxer == nullptr ? AVERROR_DEMUXER_NOT_FOUND : avformat_open_input(&context, "", demuxer, nullptr);
+    _format.reset(context);
+    if (error < 0) {
+        fail("cannot be read as " + std::string(containerName(_kind)), error);
+    }
+    const int found = avformat_find_stream_info(_format.get(), nullptr);
+    if (found < 0) {
+        fail("the streams cannot be told", found);
+    }
+    _input.rethrow();
+}
+
+void ContainerReader::chooseTracks() {
+    bool hasVideo = false;
+    for (unsigned index = 0; index < _format->nb_streams; ++index) {
+        AVStream& stream = *_format->streams[index];
+        const std::optional<Content> content = contentOf(stream);
+        const bool isPicture = content && isVideo(*content);
+        if (!content || (isPicture && hasVideo)) {
+            stream.discard = AVDISCARD_ALL;
+            continue;
+        }
+        Track track;
+        track.index = static_cast<int>(index);
+        track.content = *content;
+        track.lengthBytes = content == Content::H264 ? lengthBytesOf(parametersOf(stream)) : 0;
+        // The picture comes first: what it carries goes before the tracks.
+        _tracks.insert(isPicture ? _tracks.begin() : _tracks.end(), track);
+        hasVideo = hasVideo || isPicture;
+    }
+    if (_tracks.empty()) {
+        throw failureIn(_source.name(), "no H.264 or MPEG-2 video, caption track or ANC track in it");
+    }
+}
+
+void ContainerReader::takeSample(const Track& track, Frame& frame, std::vector<std::string>& problems) const {
+    const std::span<const std::uint8_t> bytes(_packet->data, static_cast<std::size_t>(std::max(_packet->size, 0)));
+    switch (track.content) {
+    case Content::H264:
+        frame.triplets = track.lengthBytes == 0 ? captionTriplets(bytes, VideoCodec::H264)
+                                                : captionTripletsOfLengths(bytes, track.lengthBytes);
+        break;
+    case Content::Mpeg2:
+        frame.triplets = captionTriplets(bytes, VideoCodec::Mpeg2);
+        break;
+    case Content::Pairs:
+        // FFmpeg gives the pairs of both fields as triplets.
+        frame.triplets = Data(bytes.first(bytes.size() / 3 * 3));
+        break;
+    case Content::Atom:
+        if (auto packet =
+                QLXVANCPacket::VANCPacketWithQuickTimeAtomBuffer_size_lineNumber(bytes.data(), bytes.size(), 0)) {
+            frame.packets.push_back(std::move(packet));
+        } else if (!bytes.empty()) {
+            problems.push_back("byte " + std::to_string(std::max<std::int64_t>(_packet->pos, 0)) +
+                               ": caption sample of " + counted(bytes.size(), "byte") + " without a ccdp atom");
+        }
+        break;
+    case Content::AncElement:
+        readAncFrameElement(bytes, "byte " + std::to_string(std::max<std::int64_t>(_packet->pos, 0)), frame, problems);
+        break;
+    }
+}
+
+void ContainerReader::take(const Track& track, std::size_t number, std::vector<std::string>& problems) {
+    const AVRational base = _format->streams[track.index]->time_base;
+    FrameSample sample;
+    sample.stream = number;
+    sample.presentation = microseconds(_packet->pts, base);
+    sample.decoding = microseconds(_packet->dts, base);
+    sample.frame.pts = mediaTime(_packet->pts, base);
+    if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
+        remark("byte " + std::to_string(_source.offset()) + ": a damaged or cut sample ends here", problems);
+    }
+    takeSample(track, sample.frame, problems);
+    if (_pictures && number == 0) {
+        _pictures->add(std::span(_packet->data, static_cast<std::size_t>(std::max(_packet->size, 0))),
+                       std::move(sample.frame));
+        passPicturesOn();
+        return;
+    }
+    _order->add(std::move(sample));
+}
+
+void ContainerReader::passPicturesOn() {
+    while (std::optional<Frame> frame = _pictures->take()) {
+        FrameSample sample;
+        if (frame->pts) {
+            sample.presentation = microseconds(frame->pts->value, {1, frame->pts->timescale});
+            sample.decoding = sample.presentation;
+        }
+        sample.frame = std::move(*frame);
+        _order->add(std::move(sample));
+    }
+}
+
+void ContainerReader::passRemarksOn(std::vector<std::string>& problems) {
+    for (const std::string& text : Remarks::take()) {
+        remark("near byte " + std::to_string(_source.offset()) + ": " + text, problems);
+    }
+}
+
+/// Passes on what is wrong, but not the same again and again, and not for every packet of a file that is nothing but
+/// damage.
+void ContainerReader::remark(std::string text, std::vector<std::string>& problems) {
+    if (text == _lastRemark || _remarks > kMostRemarks) {
+        return;
+    }
+    _lastRemark = text;
+    problems.push_back(_remarks++ == kMostRemarks ? "more damage behind this is not listed" : std::move(text));
+}
+
+/// Reads the next packet; false at the end.
+bool ContainerReader::readPacket(std::vector<std::string>& problems) {
+    int error = 0;
+    for (int repeats = 0; repeats < kMostRepeats; ++repeats) {
+        const std::uint64_t before = _source.offset();
+        error = av_read_frame(_format.get(), _packet.get());
+        if (error != AVERROR(EAGAIN)) {
+            break;
+        }
+        repeats = _source.offset() == before ? repeats : 0;
+    }
+    _input.rethrow();
+    passRemarksOn(problems);
+    if (error < 0) {
+        if (error == AVERROR(ENOMEM)) {
+            throw std::bad_alloc();
+        }
+        if (error != AVERROR_EOF) {
+            _failure = "near byte " + std::to_string(_source.offset()) + ": " + errorText(error);
+        } else if (auto remark = remarkOnEnd(_source, _kind, _transportPacket, _lastPacket)) {
+            problems.push_back(std::move(*remark));
+        }
+        return false;
+    }
+    const auto track = std::find_if(_tracks.begin(), _tracks.end(),
+                                    [this](const Track& one) { return one.index == _packet->stream_index; });
+    _lastPacket = _packet->pos > 0 ? static_cast<std::uint64_t>(_packet->pos) : _lastPacket;
+    if (track != _tracks.end()) {
+        take(*track, static_cast<std::size_t>(track - _tracks.begin()), problems);
+    }
+    av_packet_unref(_packet.get());
+    return true;
+}
+
+bool ContainerReader::next(Frame& frame, std::vector<std::string>& problems) {
+    for (;;) {
+        if (std::optional<Frame> ready = _order->take()) {
+            frame = std::move(*ready);
+            _hasFrames = true;
+            return true;
+        }
+        if (_isAtEnd) {
+            if (!_failure && !_hasFrames) {
+                _failure = "no frame in it";
+            }
+            if (_failure) {
+                throw failureIn(_source.name(), *_failure);
+            }
+            return false;
+        }
+        if (!readPacket(problems)) {
+            _isAtEnd = true;
+            if (_pictures) {
+                _pictures->finish();
+                passPicturesOn();
+            }
+            _order->finish();
+        }
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<FrameReader> openContainer(InputFile& source, InputKind kind) {
+    return std::make_unique<ContainerReader>(source, kind);
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,329 @@
+#include "Line21.h"
+
+#include "Errors.h"
+#include "Json.h"
+#include "Line21Preview.h"
+#include "PairNames.h"
+#include "PngFile.h"
+#include "Progress.h"
+#include "Text.h"
+
+#include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>
+#include <QLXClosedCaptionsUtilities/platform/Services.h>
+
+#include <algorithm>
+#include <span>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::uint32_t kRows = 3;  // That the waveform takes.
+constexpr std::size_t kFrameWidth = 8;
+constexpr BytePair kNullPair{0x80, 0x80};
+
+Failure platformFailure(const std::string& name) {
+    return failureIn(name, "the picture cannot be converted");
+}
+
+/// The caption sample of a picture: four bytes.
+Data sampleOf(QLXCEA608ReaderWriter& reader, const std::shared_ptr<PixelBuffer>& picture) {
+    const auto video = std::make_shared<SampleBuffer>();
+    video->imageBuffer = picture;
+    const auto caption = reader.createClosedCaptionSampleFromCEA608VideoSampleBuffer(video);
+    return caption && caption->dataBuffer
+               ? Data(std::span<const std::uint8_t>(caption->dataBuffer->data(), caption->dataBuffer->size()))
+               : Data();
+}
+
+/// Rows 0 to 2 of a picture as RGBA, and what rows 1 and 2 hold by themselves.
+class RowsReader {
+public:
+    RowsReader(std::string name, std::uint32_t width)
+        : _name(std::move(name)), _rows({kPixelFormatBGRA, width, kRows}) {
+        auto& factory = services().get<PixelBufferFactory>();
+        if (factory.createTransferSession(&_session) != kPixelStatusSuccess) {
+            throw platformFailure(_name);
+        }
+        // As wide as the waveform: the reader takes what stands far to the right in a wide row for bits as well.
+        const std::array planes{PixelPlane{_rows.bytes().data(), std::size_t{width} * 4, _rows.bytes().size()}};
+        if (factory.createPixelBufferWithBytes(std::min<std::uint64_t>(width, kWaveformWidth), kRows, kPixelFormatBGRA,
+                                               planes, nullptr, &_waveform) != kPixelStatusSuccess) {
+            throw platformFailure(_name);
+        }
+    }
+
+    /// The caption bytes of one row. A picture that has the row twice gives them apart: the first from the upper
+    /// one, the second from the lower one.
+    BytePair pairIn(const std::shared_ptr<PixelBuffer>& picture, std::uint64_t row) {
+        transfer(picture, {row, 1});
+        const Data sample = sampleOf(_reader, _waveform);
+        if (sample.size() != 4) {
+            throw platformFailure(_name);
+        }
+        return {sample[0], sample[2]};
+    }
+
+    Line21View viewOf(const std::shared_ptr<PixelBuffer>& picture, std::string title) {
+        Line21View view{std::move(title), Image(_rows.buffer()->width(), kRows), {}};
+        view.pairs = {pairIn(picture, 1), pairIn(picture, 2)};
+        transfer(picture, {0, kRows});
+        copyRows(*_rows.buffer(), view.rows);
+        return view;
+    }
+
+private:
+    /// Fills the three rows with the given ones, by the rule of floor(row x source rows / 3).
+    void transfer(const std::shared_ptr<PixelBuffer>& picture, const Range& rows) {
+        std::shared_ptr<PixelBuffer> view;
+        if (services().get<PixelBufferFactory>().createView(picture, rows, &view) != kPixelStatusSuccess ||
+            _session->transferImage(*view, *_rows.buffer()) != kPixelStatusSuccess) {
+            throw platformFailure(_name);
+        }
+    }
+
+    std::string _name;
+    RawPicture _rows;
+    std::shared_ptr<PixelBuffer> _waveform;
+    std::shared_ptr<PixelTransferSession> _session;
+    QLXCEA608ReaderWriter _reader;
+};
+
+/// A picture of a PNG or PPM file, and its rows that the waveform takes.
+struct StillPicture {
+    Image image;
+    RawPicture rows;
+
+    explicit StillPicture(Image whole)
+        : image(std::move(whole)), rows({kPixelFormatBGRA, static_cast<std::uint32_t>(image.width()), kRows}) {
+        copyRows(image, *rows.buffer());
+    }
+};
+
+void checkSize(const std::string& name, std::size_t width, std::size_t height) {
+    if (width < kWaveformWidth || height < kRows) {
+        throw failureIn(name, "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
+                                  " pixels is too small: line 21 takes " + std::to_string(kWaveformWidth) + " x " +
+                                  std::to_string(kRows));
+    }
+}
+
+StillPicture readStill(const std::string& path) {
+    InputFile source(path);
+    Image image = readImage(source);
+    checkSize(source.name(), image.width(), image.height());
+    return StillPicture(std::move(image));
+}
+
+std::string titleOf(const PixelBuffer& picture) {
+    return "line 21 in rows 0 to 2, first " + std::to_string(std::min<std::size_t>(picture.width(), 738)) + " of " +
+           std::to_string(picture.width()) + " pixels";
+}
+
+/// Draws byte pairs into the pictures of a file.
+class Writing {
+public:
+    explicit Writing(const Line21WriteOptions& options) : _options(options) {}
+
+    void run() {
+        OutputFile output(_options.output);
+        if (!_options.input) {
+            drawBlack(output);
+        } else if (_options.layout) {
+            drawRaw(output);
+        } else {
+            StillPicture still = readStill(*_options.input);
+            draw(still.rows.buffer());
+            copyRows(*still.rows.buffer(), still.image);
+            writeImage(still.image, output, _options.format.value());
+        }
+        checkCount();
+        output.commit();
+        if (_preview) {
+            saveImage(*_preview, *_options.preview, _options.previewFormat);
+        }
+    }
+
+private:
+    void drawBlack(OutputFile& output) {
+        if (_options.format) {
+            Image image(_options.layout->width, _options.layout->height);
+            RawPicture rows({kPixelFormatBGRA, _options.layout->width, kRows});
+            draw(rows.buffer());
+            copyRows(*rows.buffer(), image);
+            writeImage(image, output, *_options.format);
+            return;
+        }
+        Progress progress(_options.pairs.size(), output.isStandardOutput());
+        RawPicture picture(*_options.layout);
+        while (_pictures < _options.pairs.size()) {
+            draw(picture.buffer());
+            output.write(picture.bytes());
+            progress.update(_pictures, _pictures);
+        }
+    }
+
+    void drawRaw(OutputFile& output) {
+        InputFile source(*_options.input);
+        Progress progress(source.size(), output.isStandardOutput());
+        RawPicture picture(*_options.layout);
+        while (readPicture(source, picture)) {
+            draw(picture.buffer());
+            output.write(picture.bytes());
+            progress.update(_pictures, source.offset());
+        }
+    }
+
+    void draw(const std::shared_ptr<PixelBuffer>& picture) {
+        BytePair pair = _options.pairs.front();
+        if (_options.pairs.size() > 1) {
+            pair = _pictures < _options.pairs.size() ? _options.pairs[_pictures] : kNullPair;
+        }
+        _writer.overlayCEA608FromCCBuffer_size_intoPixelBuffer(pair.data(), pair.size(), picture);
+        if (_pictures++ == 0 && _options.preview) {
+            RowsReader reader(_options.output, static_cast<std::uint32_t>(picture->width()));
+            _preview = drawLine21(reader.viewOf(picture, titleOf(*picture)));
+        }
+    }
+
+    void checkCount() const {
+        if (_options.pairs.size() > 1 && _pictures < _options.pairs.size()) {
+            throw failureIn(_options.input.value_or(_options.output),
+                            counted(_pictures, "picture") + " for " + counted(_options.pairs.size(), "byte pair"));
+        }
+    }
+
+    const Line21WriteOptions& _options;
+    QLXCEA608ReaderWriter _writer;
+    std::uint64_t _pictures = 0;
+    std::optional<Image> _preview;
+};
+
+std::string parityText(const BytePair& pair) {
+    const bool first = hasOddParity(pair[0]);
+    const bool second = hasOddParity(pair[1]);
+    if (first && second) {
+        return "parity ok";
+    }
+    return std::string("parity wrong in ") + (first ? "byte 2" : second ? "byte 1" : "both bytes");
+}
+
+/// Prints what the pictures of a file hold.
+class Reading {
+public:
+    Reading(const Line21ReadOptions& options, OutputFile& output) : _options(options), _output(output) {}
+
+    void run() {
+        if (!_options.layout) {
+            const StillPicture still = readStill(_options.file);
+            show(still.rows.buffer());
+            return;
+        }
+        InputFile source(_options.file);
+        Progress progress(source.size(), true);
+        RawPicture picture(*_options.layout);
+        const bool isTerminal = standardOutputIsTerminal();
+        while (readPicture(source, picture)) {
+            show(picture.buffer());
+            if (isTerminal) {
+                _output.flush();
+            }
+            progress.update(_pictures, source.offset());
+        }
+    }
+
+    [[nodiscard]] const std::optional<Image>& preview() const { return _preview; }
+
+private:
+    void show(const std::shared_ptr<PixelBuffer>& picture) {
+        if (!_rows) {
+            _rows.emplace(_options.file, static_cast<std::uint32_t>(picture->width()));
+            if (_options.preview) {
+                _preview = drawLine21(_rows->viewOf(picture, titleOf(*picture)));
+            }
+        }
+        const Data sample = sampleOf(_reader, picture);
+        if (!sample) {
+            throw platformFailure(_options.file);
+        }
+        const std::array pairs{_rows->pairIn(picture, 1), _rows->pairIn(picture, 2)};
+        _output.write(_options.asJson ? jsonOf(sample, pairs) : linesFor(sample, pairs));
+        ++_pictures;
+    }
+
+    [[nodiscard]] std::string linesFor(const Data& sample, std::span<const BytePair> pairs) const {
+        std::string text = _pictures == 0 ? "   frame  sample    row  pair  what\n" : "";
+        for (std::size_t index = 0; index < pairs.size(); ++index) {
+            text += index == 0 ? rightAligned(_pictures, kFrameWidth) + "  " + hex(sample)
+                               : std::string(kFrameWidth + 2 + 2 * sample.size(), ' ');
+            text += rightAligned(index + 1, 5) + "  " + hex(pairs[index]) + "  " + parityText(pairs[index]) + ", " +
+                    nameOfPair(pairs[index][0], pairs[index][1]) + "\n";
+        }
+        return text;
+    }
+
+    [[nodiscard]] std::string jsonOf(const Data& sample, std::span<const BytePair> pairs) const {
+        Array rows;
+        for (std::size_t index = 0; index < pairs.size(); ++index) {
+            const BytePair& pair = pairs[index];
+            rows.emplace_back(Dictionary{{"row", index + 1},
+                                         {"pair", hex(pair)},
+                                         {"parity_ok", Value(hasOddParity(pair[0]) && hasOddParity(pair[1]))},
+                                         {"name", nameOfPair(pair[0], pair[1])}});
+        }
+        return jsonText(Dictionary{{"frame", _pictures}, {"sample", hex(sample)}, {"rows", rows}}) + "\n";
+    }
+
+    const Line21ReadOptions& _options;
+    OutputFile& _output;
+    QLXCEA608ReaderWriter _reader;
+    std::optional<RowsReader> _rows;
+    std::uint64_t _pictures = 0;
+    std::optional<Image> _preview;
+};
+
+/// Throws Failure when a preview is asked for that cannot be written here.
+void requirePreview(const std::optional<std::string>& preview, ImageFormat format) {
+    if (preview && format == ImageFormat::Png) {
+        requirePng(*preview);
+    }
+}
+
+}  // namespace
+
+int writeLine21(const Line21WriteOptions& options) {
+    requirePreview(options.preview, options.previewFormat);
+    if (options.input) {
+        refuseInputAsOutput(*options.input, options.output);
+        refuseInputAsOutput(*options.input, options.preview);
+    }
+    for (const BytePair& pair : options.pairs) {
+        if (!hasOddParity(pair[0]) || !hasOddParity(pair[1])) {
+            printNote("byte pair " + hex(pair) + ": " + parityText(pair) + "; it is drawn as it is");
+            break;
+        }
+    }
+    Writing(options).run();
+    return kExitSuccess;
+}
+
+int readLine21(const Line21ReadOptions& options) {
+    requirePreview(options.preview, options.previewFormat);
+    refuseInputAsOutput(options.file, options.preview);
+    OutputFile output(std::nullopt);
+    Reading reading(options, output);
+    try {
+        reading.run();
+    } catch (const Failure&) {
+        // What came before the broken place has been read all the same.
+        output.flush();
+        throw;
+    }
+    output.commit();
+    if (reading.preview()) {
+        saveImage(*reading.preview(), *options.preview, options.previewFormat);
+    }
+    return kExitSuccess;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,104 @@
+#include "OnAir.h"
+
+#include "Cdp.h"
+#include "FrameCaptions.h"
+#include "TeletextPage.h"
+#include "Text.h"
+
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+class TeletextOnAir final : public OnAir {
+public:
+    explicit TeletextOnAir(std::uint16_t page) : _number(page), _page(page) {}
+
+    bool receive(const Frame& frame) override {
+        std::vector<QLXVANCPacket*> packets;
+        for (const auto& packet : frame.packets) {
+            if (packet->packetType() == QLXVANCPacketTypeOP47) {
+                packets.push_back(packet.get());
+            }
+        }
+        // Field 1 comes first, however the packets of a frame are listed.
+        std::stable_sort(packets.begin(), packets.end(), [](const QLXVANCPacket* left, const QLXVANCPacket* right) {
+            return left->lineNumber() < right->lineNumber();
+        });
+        bool isChanged = false;
+        for (const QLXVANCPacket* const packet : packets) {
+            isChanged = _page.receive(packet->packetData()) || isChanged;
+        }
+        _isCarried = _isCarried || !packets.empty();
+        return isChanged;
+    }
+
+    [[nodiscard]] Screen screen() const override { return _page.screen(); }
+    [[nodiscard]] std::string_view kind() const override { return "page"; }
+    [[nodiscard]] std::string name() const override { return teletextPageName(_number); }
+    [[nodiscard]] bool isCarried() const override { return _isCarried; }
+
+    [[nodiscard]] std::string hint() const override {
+        constexpr std::size_t kShownPages = 10;
+        const std::vector<std::uint16_t> pages = _page.otherPages();
+        std::string text;
+        for (std::size_t index = 0; index < std::min(pages.size(), kShownPages); ++index) {
+            text += (index == 0 ? "pages here: " : ", ") + teletextPageName(pages[index]);
+        }
+        return pages.size() > kShownPages ? text + " and " + std::to_string(pages.size() - kShownPages) + " more"
+                                          : text;
+    }
+
+private:
+    std::uint16_t _number;
+    TeletextPage _page;
+    bool _isCarried = false;
+};
+
+class CaptionsOnAir final : public OnAir {
+public:
+    explicit CaptionsOnAir(CaptionChannel channel) : _screen(channel) {}
+
+    bool receive(const Frame& frame) override {
+        const TripletKind wanted = _screen.channel().field == 1 ? TripletKind::Field1 : TripletKind::Field2;
+        bool isChanged = false;
+        for (const CaptionTriplet& triplet : readTriplets(captionTriplets(frame))) {
+            if (triplet.kind == wanted) {
+                isChanged = _screen.receive(triplet.data[0], triplet.data[1]) || isChanged;
+                _isCarried = true;
+            }
+        }
+        return isChanged;
+    }
+
+    [[nodiscard]] Screen screen() const override { return _screen.screen(); }
+    [[nodiscard]] std::string_view kind() const override { return "channel"; }
+    [[nodiscard]] std::string name() const override { return std::string(nameOf(_screen.channel())); }
+    [[nodiscard]] bool isCarried() const override { return _isCarried; }
+    [[nodiscard]] std::string hint() const override { return {}; }
+
+private:
+    Cea608Screen _screen;
+    bool _isCarried = false;
+};
+
+}  // namespace
+
+std::string OnAir::title() const {
+    return (kind() == "page" ? "teletext page " : "captions ") + name();
+}
+
+std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page) {
+    return std::make_unique<TeletextOnAir>(page);
+}
+
+std::unique_ptr<OnAir> captionsOnAir(CaptionChannel channel) {
+    return std::make_unique<CaptionsOnAir>(channel);
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,37 @@
+// What stands on the command line of line21, before the options have been checked against each other.
+#pragma once
+
+#include "Line21.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qlx::tool {
+
+struct RawPictures {
+    std::optional<std::string> format;
+    std::optional<std::uint32_t> width;
+    std::optional<std::uint32_t> height;
+    std::optional<std::string> preview;
+};
+
+struct RawLine21Write {
+    std::optional<std::string> input;
+    std::vector<std::string> bytes;
+    std::string output;
+    RawPictures pictures;
+};
+
+struct RawLine21Read {
+    std::string file;
+    bool asJson = false;
+    RawPictures pictures;
+};
+
+// Each gives the options that the subcommand runs with, and throws UsageError when they make no sense together.
+[[nodiscard]] Line21WriteOptions checked(const RawLine21Write& raw);
+[[nodiscard]] Line21ReadOptions checked(const RawLine21Read& raw);
+
+}  // namespace qlx::tool

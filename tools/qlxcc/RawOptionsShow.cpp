@@ -1,0 +1,44 @@
+#include "RawOptionsShow.h"
+
+#include "Errors.h"
+#include "Times.h"
+
+namespace qlx::tool {
+
+ShowOptions checked(const RawShow& raw) {
+    ShowOptions options;
+    options.file = raw.file;
+    options.asJson = raw.asJson;
+    options.source = frameSourceOptions(raw.file, raw.format, raw.rows);
+    if (raw.at.empty() && !raw.isAll) {
+        throw UsageError("--at or --all is needed: what is on air at a time, or every change");
+    }
+    if (!raw.at.empty() && raw.isAll) {
+        throw UsageError("--at and --all cannot be given together");
+    }
+    if (raw.picture && raw.isAll) {
+        throw UsageError("--png is for --at only: it is one picture");
+    }
+    if (raw.picture == "-") {
+        throw UsageError("--png needs the name of a file: standard output gets the text");
+    }
+    if (!raw.at.empty()) {
+        options.at = raw.at;
+    }
+    options.picture = raw.picture;
+    if (!raw.rate.empty()) {
+        options.source.rate = rateNamed(raw.rate);
+    }
+    if (!raw.channel.empty()) {
+        options.channel = captionChannelNamed(raw.channel);
+    }
+    if (!raw.page.empty()) {
+        options.page = teletextPageNamed(raw.page);
+        if (!options.page) {
+            throw UsageError("--page: \"" + raw.page + "\" is not a page (100 to 8FF)");
+        }
+    }
+    return options;
+}
+
+}  // namespace qlx::tool

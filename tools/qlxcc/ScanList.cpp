@@ -1,0 +1,142 @@
+#include "ScanList.h"
+
+#include "Cdp.h"
+#include "SCTE104Message.h"
+#include "ScreenText.h"
+#include "TeletextPage.h"
+#include "Text.h"
+#include "Times.h"
+
+#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+
+#include <algorithm>
+#include <span>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::size_t kFrameWidth = 8;
+constexpr std::size_t kLineWidth = 5;
+constexpr std::size_t kNameWidth = 17;
+constexpr std::size_t kSizeWidth = 5;
+
+std::string listLine(const std::string& place, const QLXVANCPacket& packet, const Data& data) {
+    const auto did = static_cast<std::uint8_t>(packet.packetDID());
+    const auto sdid = static_cast<std::uint8_t>(packet.packetSDID());
+    return place + "  " + rightAligned(packet.lineNumber(), kLineWidth) + "  " + hex(std::span(&did, 1)) + "/" +
+           hex(std::span(&sdid, 1)) + "     " +
+           padded(QLXVANCPacket::nameOfPacketType(packet.packetType()), kNameWidth) + "  " +
+           rightAligned(data.size(), kSizeWidth) + "  " + hex(data) + "\n";
+}
+
+std::string pictureLine(const std::string& place, const Data& triplets) {
+    return place + "  " + std::string(kLineWidth - 1, ' ') + "-  -         " + padded("in the picture", kNameWidth) +
+           "  " + rightAligned(triplets.size(), kSizeWidth) + "  " + hex(triplets) + "\n";
+}
+
+}  // namespace
+
+std::string TeletextList::headerLine(const TeletextPacket& packet) {
+    const auto header = readTeletextHeader(packet);
+    if (!header) {
+        return "damaged page header of magazine " + std::to_string(packet.magazine);
+    }
+    _nationalOptions[packet.magazine & 7U] = header->nationalOption;
+    std::string text = "page " + teletextPageName(header->page) + (header->erasesPage ? ", erased" : "");
+    return text + (header->isSubtitle ? ", subtitle" : "");
+}
+
+std::string TeletextList::rowLine(const TeletextPacket& packet) const {
+    std::array<std::uint8_t, kTeletextDataSize> codes;
+    codes.fill(0x20);
+    takeTeletextCodes(packet.data, codes);
+    // Without its page, whether only boxes are shown is told by the row itself.
+    constexpr std::uint8_t kStartBox = 0x0B;
+    TeletextRowStyle style;
+    style.nationalOption = _nationalOptions[packet.magazine & 7U];
+    style.showsBoxesOnly = std::find(codes.begin(), codes.end(), kStartBox) != codes.end();
+    std::array<ScreenCell, kTeletextDataSize> cells;
+    (void)drawTeletextRow(codes, style, cells);
+    const std::string text = rowText(cells, false, _inColours);
+    return "row " + std::to_string(packet.address) + ": " + (text.empty() ? "empty" : text);
+}
+
+std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> subtitlingPacket) {
+    const auto read = readSubtitlingPacket(subtitlingPacket);
+    if (!read) {
+        return {"no subtitling data packet"};
+    }
+    std::vector<std::string> lines;
+    for (const auto& packet : read->packets) {
+        if (!packet) {
+            lines.emplace_back("damaged teletext packet");
+        } else if (packet->address == 0) {
+            lines.push_back(headerLine(*packet));
+        } else if (packet->address <= kHighestTeletextRow) {
+            lines.push_back(rowLine(*packet));
+        } else if (!packet->isFilling()) {
+            lines.push_back("packet " + std::to_string(packet->address) + " of magazine " +
+                            std::to_string(packet->magazine));
+        }
+    }
+    return lines;
+}
+
+std::vector<std::string> ListWriter::detailsOf(const QLXVANCPacket& packet) {
+    const Data data = packet.packetData();
+    switch (packet.packetType()) {
+    case QLXVANCPacketTypeCEA708:
+        return {cdpInWords(data)};
+    case QLXVANCPacketTypeSCTE104:
+        return {scte104InWords(data)};
+    case QLXVANCPacketTypeOP47:
+        return _teletext.linesOf(data);
+    default:
+        return {};
+    }
+}
+
+void ListWriter::writeTitle(const Frame& frame) {
+    if (_packets > 0 || _pictures > 0) {
+        return;
+    }
+    _showsTimes = frame.pts.has_value();
+    _output.write(std::string("   frame") + (_showsTimes ? "  time        " : "") +
+                  "   line  DID/SDID  name               bytes  data\n");
+}
+
+std::string ListWriter::placeOf(const Frame& frame) const {
+    return rightAligned(frame.number, kFrameWidth) +
+           (_showsTimes ? "  " + timecode(frame.pts.value_or(MediaTime{})) : std::string());
+}
+
+void ListWriter::write(const Frame& frame) {
+    ++_frames;
+    if (frame.packets.empty() && frame.triplets.empty()) {
+        return;
+    }
+    writeTitle(frame);
+    const std::string place = placeOf(frame);
+    const std::string indent(kFrameWidth + kLineWidth + 4, ' ');
+    for (const auto& packet : frame.packets) {
+        _output.write(listLine(place, *packet, packet->packetData()));
+        for (const std::string& line : detailsOf(*packet)) {
+            _output.write(indent + line + "\n");
+        }
+    }
+    _packets += frame.packets.size();
+    if (!frame.triplets.empty()) {
+        _output.write(pictureLine(place, frame.triplets));
+        _output.write(indent + tripletsInWords(frame.triplets) + "\n");
+        ++_pictures;
+    }
+}
+
+void ListWriter::writeSummary() {
+    _output.write(
+        counted(_packets, "packet") + " in " + counted(_frames, "frame") +
+        (_pictures > 0 ? ", " + counted(_pictures, "frame") + " with captions in the picture" : std::string()) + "\n");
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,62 @@
+// The list that qlxcc scan prints.
+#pragma once
+
+#include "Frame.h"
+#include "OutputFile.h"
+#include "TeletextPacket.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace qlx::tool {
+
+/// The teletext packets of OP-47 packets, one after the other, in words: a line for each page header
+/// (`page 888, erased, subtitle`) and each row (`row 22: text`), none for what only fills its place. Rows have the
+/// numbers under which standard receivers show them.
+class TeletextList {
+public:
+    /// @param inColours Rows with the codes of a terminal for their colours.
+    explicit TeletextList(bool inColours) : _inColours(inColours) {}
+
+    [[nodiscard]] std::vector<std::string> linesOf(std::span<const std::uint8_t> subtitlingPacket);
+
+private:
+    [[nodiscard]] std::string headerLine(const TeletextPacket& packet);
+    [[nodiscard]] std::string rowLine(const TeletextPacket& packet) const;
+
+    // French until a header says another, as this system sends it.
+    static constexpr std::uint8_t kFrench = 4;
+
+    bool _inColours;
+    std::array<std::uint8_t, 8> _nationalOptions{kFrench, kFrench, kFrench, kFrench,
+                                                 kFrench, kFrench, kFrench, kFrench};  ///< Of magazine 8, 1, 2 ..
+};
+
+/// Writes a line a packet, more below it for what captions, messages and teletext packets hold; one for the captions that
+/// came with a frame's picture; and at the end how many there were. Times are shown when the first frame that is listed
+/// has one.
+class ListWriter final : public FrameWriter {
+public:
+    ListWriter(OutputFile& output, bool inColours) : _output(output), _teletext(inColours) {}
+
+    void write(const Frame& frame) override;
+
+    void writeSummary();
+
+private:
+    void writeTitle(const Frame& frame);
+    [[nodiscard]] std::string placeOf(const Frame& frame) const;
+    [[nodiscard]] std::vector<std::string> detailsOf(const QLXVANCPacket& packet);
+
+    OutputFile& _output;
+    TeletextList _teletext;
+    std::uint64_t _frames = 0;
+    std::uint64_t _packets = 0;
+    std::uint64_t _pictures = 0;  ///< That came with captions.
+    bool _showsTimes = false;
+};
+
+}  // namespace qlx::tool

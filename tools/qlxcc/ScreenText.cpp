@@ -1,0 +1,166 @@
+#include "ScreenText.h"
+
+#include "Text.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <string_view>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::size_t kRowNumberWidth = 4;
+
+constexpr std::array<std::string_view, 8> kColourNames{"black", "red",     "green", "yellow",
+                                                       "blue",  "magenta", "cyan",  "white"};
+
+std::string_view nameOf(ScreenColor colour) {
+    return kColourNames[static_cast<std::size_t>(colour) & 7U];
+}
+
+void appendUtf8(std::string& text, char32_t character) {
+    const auto tail = [character](unsigned shift) { return static_cast<char>(0x80U | (character >> shift & 0x3FU)); };
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+    } else if (character < 0x800) {
+        text += {static_cast<char>(0xC0U | character >> 6U), tail(0)};
+    } else if (character < 0x10000) {
+        text += {static_cast<char>(0xE0U | character >> 12U), tail(6), tail(0)};
+    } else {
+        text += {static_cast<char>(0xF0U | character >> 18U), tail(12), tail(6), tail(0)};
+    }
+}
+
+char32_t shownIn(const ScreenCell& cell) {
+    return cell.isVisible && cell.part != CellPart::LowerHalf && cell.character >= U' ' ? cell.character : U' ';
+}
+
+bool looksAlike(const ScreenCell& left, const ScreenCell& right) {
+    if (!left.isVisible && !right.isVisible) {
+        return true;
+    }
+    ScreenCell other = right;
+    other.character = left.character;
+    other.part = left.part;
+    return left == other;
+}
+
+/// ECMA-48: reset, then what the cell has.
+std::string codesOf(const ScreenCell& cell) {
+    if (!cell.isVisible) {
+        return "\x1b[0m";
+    }
+    std::string codes = "\x1b[0";
+    codes += cell.isItalic ? ";3" : "";
+    codes += cell.isUnderlined ? ";4" : "";
+    codes += cell.isFlashing ? ";5" : "";
+    codes += ";3" + std::to_string(static_cast<unsigned>(cell.foreground));
+    return codes + ";4" + std::to_string(static_cast<unsigned>(cell.background)) + "m";
+}
+
+/// The columns that hold what is to be seen: from the first text to the last.
+struct TextRange {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+TextRange textRange(std::span<const ScreenCell> row) {
+    const auto hasText = [](const ScreenCell& cell) { return cell.hasText(); };
+    const auto first = std::find_if(row.begin(), row.end(), hasText);
+    const auto last = std::find_if(row.rbegin(), row.rend(), hasText);
+    return first == row.end()
+               ? TextRange{}
+               : TextRange{static_cast<std::size_t>(first - row.begin()), static_cast<std::size_t>(row.rend() - last)};
+}
+
+Array runsOf(std::span<const ScreenCell> cells) {
+    Array runs;
+    for (std::size_t begin = 0; begin < cells.size();) {
+        std::size_t end = begin;
+        std::string text;
+        for (; end < cells.size() && looksAlike(cells[begin], cells[end]); ++end) {
+            appendUtf8(text, shownIn(cells[end]));
+        }
+        Dictionary run{{"text", text}};
+        const ScreenCell& cell = cells[begin];
+        if (cell.isVisible) {
+            run.set("color", nameOf(cell.foreground));
+            run.set("background", nameOf(cell.background));
+        }
+        for (const auto& [key, isSet] : {std::pair("italic", cell.isItalic), std::pair("underline", cell.isUnderlined),
+                                         std::pair("flash", cell.isFlashing)}) {
+            if (isSet) {
+                run.set(key, true);
+            }
+        }
+        runs.emplace_back(std::move(run));
+        begin = end;
+    }
+    return runs;
+}
+
+}  // namespace
+
+std::string rowText(std::span<const ScreenCell> row, bool keepsPlace, bool inColours) {
+    TextRange range = textRange(row);
+    if (range.end == 0) {
+        return {};
+    }
+    std::string text;
+    if (keepsPlace) {
+        range.begin = 0;
+    }
+    if (inColours) {
+        // The solid spaces of the box belong to what is seen.
+        while (range.end < row.size() && row[range.end].isVisible) {
+            ++range.end;
+        }
+    }
+    const ScreenCell* last = nullptr;
+    for (const ScreenCell& cell : row.subspan(range.begin, range.end - range.begin)) {
+        if (inColours && (last == nullptr ? cell.isVisible : !looksAlike(*last, cell))) {
+            text += codesOf(cell);
+        }
+        last = &cell;
+        appendUtf8(text, shownIn(cell));
+    }
+    return inColours ? text + "\x1b[0m" : text;
+}
+
+std::vector<std::string> screenLines(const Screen& screen, bool inColours) {
+    std::vector<std::string> lines;
+    for (std::size_t index = 0; index < screen.rows(); ++index) {
+        const std::string text = rowText(std::span(screen.row(index), screen.columns), true, inColours);
+        if (!text.empty()) {
+            lines.push_back(rightAligned(screen.firstRow + index, kRowNumberWidth) + "  " + text);
+        }
+    }
+    return lines;
+}
+
+Array screenRows(const Screen& screen) {
+    Array rows;
+    for (std::size_t index = 0; index < screen.rows(); ++index) {
+        const std::span<const ScreenCell> row(screen.row(index), screen.columns);
+        const TextRange range = textRange(row);
+        if (range.end == 0) {
+            continue;
+        }
+        const auto cells = row.subspan(range.begin, range.end - range.begin);
+        Dictionary entry{{"row", screen.firstRow + index},
+                         {"column", range.begin},
+                         {"text", rowText(row, false, false)},
+                         {"runs", runsOf(cells)}};
+        if (screen.kind == ScreenKind::Teletext) {
+            entry.set("double_height", std::any_of(cells.begin(), cells.end(), [](const ScreenCell& cell) {
+                          return cell.part == CellPart::UpperHalf;
+                      }));
+        }
+        rows.emplace_back(std::move(entry));
+    }
+    return rows;
+}
+
+}  // namespace qlx::tool

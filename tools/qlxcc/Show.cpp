@@ -1,0 +1,334 @@
+#include "Show.h"
+
+#include "Errors.h"
+#include "ImageFile.h"
+#include "Json.h"
+#include "OnAir.h"
+#include "OutputFile.h"
+#include "PngFile.h"
+#include "Progress.h"
+#include "ScreenImage.h"
+#include "ScreenText.h"
+#include "TeletextPage.h"
+#include "Terminal.h"
+#include "Text.h"
+#include "Times.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+/// A page or channel that is watched, and what it shows now.
+struct Watched {
+    std::unique_ptr<OnAir> onAir;
+    Screen screen;
+    MediaTime since;
+    std::uint64_t sinceFrame = 0;
+};
+
+std::vector<Watched> watchedOf(const ShowOptions& options) {
+    std::vector<std::unique_ptr<OnAir>> all;
+    if (options.page || !options.channel) {
+        all.push_back(teletextOnAir(options.page.value_or(kSubtitlePage)));
+    }
+    if (options.channel || !options.page) {
+        all.push_back(captionsOnAir(options.channel.value_or(CaptionChannel{})));
+    }
+    std::vector<Watched> watched;
+    for (auto& onAir : all) {
+        Screen screen = onAir->screen();
+        watched.push_back({std::move(onAir), std::move(screen), {}, 0});
+    }
+    return watched;
+}
+
+/// The time as timecode() writes it, in seconds: whoever takes it from there means this frame.
+double shownSeconds(const MediaTime& time) {
+    constexpr double kExact = 1e-6;
+    return std::floor(secondsFrom(time) * 1000.0 + kExact) / 1000.0;
+}
+
+Dictionary jsonOf(const Watched& watched) {
+    return {{std::string(watched.onAir->kind()), watched.onAir->name()}, {"rows", screenRows(watched.screen)}};
+}
+
+/// Reads a file's frames and writes what they show.
+class Show {
+public:
+    Show(const ShowOptions& options, InputFile& source, OutputFile& output)
+        : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
+          _watched(watchedOf(options)), _inColours(useColors()) {
+        checkKind();
+        if (options.at) {
+            const Rate sccRate = rateNamed("29.97").value();
+            const Rate* const rate = _kind == InputKind::Scc ? &sccRate
+                                     : options.source.rate   ? &*options.source.rate
+                                                             : nullptr;
+            _at = timeInSeconds(*options.at, rate);
+        }
+    }
+
+    /// @return The number of problems in the file.
+    std::uint64_t run() {
+        FrameSourceOptions sourceOptions = _options.source;
+        sourceOptions.kind = _kind;
+        const auto reader = openFrames(_source, sourceOptions);
+        std::uint64_t problemCount = 0;
+        try {
+            problemCount = readFrames(*reader);
+        } catch (const Failure&) {
+            if (!_at) {
+                endBlocks();
+                _output.flush();
+            }
+            throw;
+        }
+        if (_at) {
+            writeScreens();
+        } else {
+            endBlocks();
+            writeNothing();
+        }
+        return problemCount;
+    }
+
+    /// The screen for the picture; an empty one when nothing is on air.
+    [[nodiscard]] const Screen& pictureScreen() const {
+        const Watched* chosen = nullptr;
+        for (const Watched& watched : _watched) {
+            if (watched.screen.hasText()) {
+                if (chosen != nullptr) {
+                    throw UsageError("a teletext page and captions are on air: say with --page or --channel which one "
+                                     "the picture shows");
+                }
+                chosen = &watched;
+            }
+        }
+        for (const Watched& watched : _watched) {
+            chosen = chosen == nullptr && watched.onAir->isCarried() ? &watched : chosen;
+        }
+        return chosen != nullptr ? chosen->screen : _watched.front().screen;
+    }
+
+private:
+    void checkKind() const {
+        const FrameSourceOptions& source = _options.source;
+        if (hasRows(_kind) && !source.lines) {
+            throw UsageError("--lines or --rows is needed with " + std::string(nameOf(_kind)) +
+                             ": the rows of a frame say which time a row has");
+        }
+        if (_kind == InputKind::Scc && source.rate && source.rate->name != "29.97") {
+            throw UsageError("a Scenarist caption file counts 29.97 frames/s: --rate " +
+                             std::string(source.rate->name) + " does not go with it");
+        }
+    }
+
+    std::uint64_t readFrames(FrameReader& reader) {
+        Progress progress(_source.size(), true);
+        std::uint64_t problemCount = 0;
+        std::vector<std::string> problems;
+        Frame frame;
+        for (std::uint64_t frames = 1; reader.next(frame, problems); ++frames) {
+            if (!problems.empty()) {
+                _output.flush();
+                progress.clear();
+                for (const std::string& problem : problems) {
+                    printMessage(_source.name() + ": " + problem);
+                }
+                problemCount += problems.size();
+                problems.clear();
+            }
+            if (!frame.pts) {
+                throw UsageError("--rate is needed: " + _source.name() + " does not say the times of its frames");
+            }
+            if (_at && shownSeconds(*frame.pts) > *_at) {
+                _firstTime = _firstTime ? _firstTime : frame.pts;
+                return problemCount;
+            }
+            take(frame);
+            progress.update(frames, _source.offset());
+        }
+        _isAtEnd = true;
+        return problemCount;
+    }
+
+    void take(const Frame& frame) {
+        _firstTime = _firstTime ? _firstTime : frame.pts;
+        _timeBefore = std::exchange(_lastTime, frame.pts);
+        for (Watched& watched : _watched) {
+            if (!watched.onAir->receive(frame)) {
+                continue;
+            }
+            Screen screen = watched.onAir->screen();
+            if (screen == watched.screen) {
+                continue;
+            }
+            if (!_at) {
+                writeBlock(watched, &frame);
+            }
+            watched.screen = std::move(screen);
+            watched.since = *frame.pts;
+            watched.sinceFrame = frame.number;
+        }
+    }
+
+    /// Writes what was shown until now, when there was something to read.
+    /// @param next The frame that changed it; null at the end of the file.
+    void writeBlock(const Watched& watched, const Frame* next) {
+        if (!watched.screen.hasText()) {
+            return;
+        }
+        if (_options.asJson) {
+            Dictionary object = jsonOf(watched);
+            object.set("from", timecode(watched.since));
+            object.set("from_frame", watched.sinceFrame);
+            object.set("to", next != nullptr ? Value(timecode(*next->pts)) : Value());
+            object.set("to_frame", next != nullptr ? Value(next->number) : Value());
+            _output.write(jsonText(Value(std::move(object))) + "\n");
+        } else {
+            _output.write((_blocks == 0 ? "" : "\n") + timecode(watched.since) + " - " +
+                          (next != nullptr ? timecode(*next->pts) : "end") + "  " + watched.onAir->title() + "\n");
+            writeRows(watched.screen);
+        }
+        ++_blocks;
+        if (standardOutputIsTerminal()) {
+            _output.flush();
+        }
+    }
+
+    void writeRows(const Screen& screen) {
+        for (const std::string& line : screenLines(screen, _inColours)) {
+            _output.write(line + "\n");
+        }
+    }
+
+    void endBlocks() {
+        for (const Watched& watched : _watched) {
+            writeBlock(watched, nullptr);
+        }
+    }
+
+    /// When there was not a single block: says so.
+    void writeNothing() {
+        if (_blocks == 0 && !_options.asJson) {
+            for (const Watched& watched : _watched) {
+                _output.write(watched.onAir->title() + ": never anything on air" + inBrackets(watched.onAir->hint()) +
+                              "\n");
+            }
+        }
+    }
+
+    static std::string inBrackets(const std::string& text) { return text.empty() ? "" : " (" + text + ")"; }
+
+    /// Frames of a rate stop at the end of the file; other files say only when something changes.
+    [[nodiscard]] bool isBehindEnd() const {
+        if (!_isAtEnd || !_timeBefore || _kind == InputKind::Scc || isContainer(_kind)) {
+            return false;
+        }
+        const double last = secondsFrom(*_lastTime);
+        return *_at >= last + (last - secondsFrom(*_timeBefore));
+    }
+
+    void writeScreens() {
+        const bool isBehind = isBehindEnd();
+        std::string where;
+        if (isBehind) {
+            where = "the last frame is at " + timecode(*_lastTime);
+        } else if (!_lastTime && _firstTime) {
+            where = "the first frame is at " + timecode(*_firstTime);
+        }
+        const bool isChosen = _options.page || _options.channel;
+        const bool isAnyCarried = std::any_of(_watched.begin(), _watched.end(),
+                                              [](const Watched& watched) { return watched.onAir->isCarried(); });
+        for (Watched& watched : _watched) {
+            if (isBehind) {
+                watched.screen = Screen{watched.screen.kind, watched.screen.columns, watched.screen.firstRow,
+                                        std::vector<ScreenCell>(watched.screen.cells.size())};
+            }
+            if (isChosen || !isAnyCarried || watched.onAir->isCarried()) {
+                writeScreen(watched, where.empty() ? watched.onAir->hint() : where);
+            }
+        }
+    }
+
+    void writeScreen(const Watched& watched, const std::string& hint) {
+        const bool isOnAir = watched.screen.hasText();
+        const std::string time = timecode(MediaTime::make(std::llround(*_at * 1000.0), 1000));
+        if (_options.asJson) {
+            Dictionary object = jsonOf(watched);
+            object.set("at", time);
+            object.set("from", isOnAir ? Value(timecode(watched.since)) : Value());
+            object.set("from_frame", isOnAir ? Value(watched.sinceFrame) : Value());
+            _output.write(jsonText(Value(std::move(object))) + "\n");
+            return;
+        }
+        _output.write(
+            watched.onAir->title() + " at " + time +
+            (isOnAir ? ", since " + timecode(watched.since) + " (frame " + std::to_string(watched.sinceFrame) + "):\n"
+                     : ": nothing on air" + inBrackets(hint) + "\n"));
+        writeRows(watched.screen);
+    }
+
+    const ShowOptions& _options;
+    InputFile& _source;
+    OutputFile& _output;
+    InputKind _kind;
+    std::vector<Watched> _watched;
+    bool _inColours;
+    std::optional<double> _at;
+    std::optional<MediaTime> _firstTime;
+    std::optional<MediaTime> _timeBefore;  ///< Of the frame before the last one.
+    std::optional<MediaTime> _lastTime;
+    bool _isAtEnd = false;
+    std::uint64_t _blocks = 0;
+};
+
+}  // namespace
+
+std::optional<std::uint16_t> teletextPageNamed(std::string_view name) noexcept {
+    constexpr std::size_t kDigits = 3;
+    constexpr std::uint16_t kFirstPage = 0x100;
+    constexpr std::uint16_t kLastPage = 0x8FF;
+    std::uint16_t page = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), page, 16);
+    const bool isWhole = name.size() == kDigits && error == std::errc{} && end == name.data() + name.size();
+    return isWhole && page >= kFirstPage && page <= kLastPage ? std::optional(page) : std::nullopt;
+}
+
+int show(const ShowOptions& options) {
+    if (options.picture) {
+        requireScreenImages();
+        if (imageFormatNamed(*options.picture) != ImageFormat::Ppm) {
+            requirePng(*options.picture);
+        }
+        refuseInputAsOutput(options.file, options.picture);
+    }
+    InputFile source(options.file);
+    std::uint64_t problemCount = 0;
+    std::optional<Image> picture;
+    {
+        OutputFile output(std::nullopt);
+        Show showing(options, source, output);
+        problemCount = showing.run();
+        if (options.picture) {
+            picture = screenImage(showing.pictureScreen());
+        }
+        output.commit();
+    }
+    if (picture) {
+        saveImage(*picture, *options.picture, imageFormatNamed(*options.picture).value_or(ImageFormat::Png));
+    }
+    if (problemCount > 1) {
+        throw failureIn(source.name(), counted(problemCount, "problem") + ": not every packet could be read");
+    }
+    return problemCount == 0 ? kExitSuccess : kExitFailure;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,30 @@
+// qlxcc show: what a viewer sees at a time, or all the time, decoded from the packets.
+#pragma once
+
+#include "Cea608Screen.h"
+#include "FrameSource.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qlx::tool {
+
+struct ShowOptions {
+    std::string file;  ///< `-` is standard input.
+    FrameSourceOptions source;
+    std::optional<std::string> at;          ///< A TIME; none: every change is shown.
+    std::optional<std::string> picture;     ///< A picture file to be written.
+    std::optional<std::uint16_t> page;      ///< Teletext, hexadecimal digits. Neither page nor channel: page 888
+    std::optional<CaptionChannel> channel;  ///< and CC1.
+    bool asJson = false;
+};
+
+/// The page called `888`: magazine 1 to 8 and two hexadecimal digits.
+[[nodiscard]] std::optional<std::uint16_t> teletextPageNamed(std::string_view name) noexcept;
+
+/// Runs the subcommand; the result is the exit code.
+[[nodiscard]] int show(const ShowOptions& options);
+
+}  // namespace qlx::tool

@@ -1,0 +1,210 @@
+#include "Subs.h"
+
+#include "Errors.h"
+#include "Json.h"
+#include "OutputFile.h"
+#include "Subtitles.h"
+#include "Terminal.h"
+#include "Text.h"
+#include "Times.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+
+#include <array>
+#include <cmath>
+#include <string_view>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::size_t kNumberWidth = 6;
+constexpr std::size_t kTimeWidth = 12;
+constexpr std::size_t kRowWidth = 3;
+constexpr std::size_t kColorWidth = 7;
+constexpr std::size_t kAlignmentWidth = 9;
+
+struct ColorName {
+    std::string_view name;
+    std::string_view value;  ///< As the JSON form of subtitles has it.
+};
+
+constexpr std::size_t kWhite = 7;
+
+/// By the library's constants.
+constexpr std::array<ColorName, 8> kColors{{{"white", "#ffffff"},
+                                            {"red", "#ff0000"},
+                                            {"green", "#00ff00"},
+                                            {"yellow", "#ffff00"},
+                                            {"blue", "#0000ff"},
+                                            {"magenta", "#ff00ff"},
+                                            {"cyan", "#00ffff"},
+                                            {"white", "#ffffff"}}};
+
+constexpr std::array<std::string_view, 4> kAlignments{"unchanged", "left", "center", "right"};
+
+/// The constant of a line's colour; white for a number that is none, as it is shown.
+std::size_t colorOf(const QLXSubtitleTextLine& line) {
+    const std::int32_t color = line.textColor();
+    return color > 0 && static_cast<std::size_t>(color) < kColors.size() ? static_cast<std::size_t>(color) : kWhite;
+}
+
+std::string_view alignmentOf(const QLXSubtitleTextLine& line) {
+    const std::int32_t alignment = line.alignment();
+    const bool isKnown = alignment >= 0 && static_cast<std::size_t>(alignment) < kAlignments.size();
+    return kAlignments[isKnown ? static_cast<std::size_t>(alignment) : 0];
+}
+
+std::string effectName(SubtitleProblem::Effect effect) {
+    using Effect = SubtitleProblem::Effect;
+    return effect == Effect::CueLeftOut ? "cue left out" : effect == Effect::NotASubtitle ? "left out" : "remark";
+}
+
+/// The timecode of the frame nearest to a time.
+std::string frameTimecode(double seconds, const Rate& rate) {
+    if (!(seconds >= 0.0) || seconds > kLongestTimeInSeconds) {
+        return "-";
+    }
+    const double frame = std::round(seconds * rate.timescale / static_cast<double>(rate.value));
+    return timecodeOfFrame(static_cast<std::uint64_t>(frame), rate, hasDropFrame(rate));
+}
+
+/// Prints cues as they come, and then what was left out.
+class CueList {
+public:
+    CueList(const SubsOptions& options, OutputFile& output)
+        : _options(options), _output(output), _isColored(output.isStandardOutput() && useColors()) {}
+
+    void write(const QLXSubtitleRecord& record) {
+        if (_options.asJson) {
+            _output.write(_isEmpty ? "{\"cues\":[\n" : ",\n");
+            _output.write(jsonText(cueObject(record)));
+        } else {
+            if (_isEmpty) {
+                _output.write(padded("   cue", kNumberWidth) + "  " + padded("start", kTimeWidth) + "  " +
+                              padded("end", kTimeWidth) + "  row  " + padded("color", kColorWidth) + "  " +
+                              padded("alignment", kAlignmentWidth) + "  text\n");
+            }
+            writeRows(record);
+        }
+        _isEmpty = false;
+    }
+
+    void finish(const Subtitles& subtitles) {
+        if (_options.asJson) {
+            writeJsonEnd(subtitles);
+            return;
+        }
+        const SubtitleProblems& problems = subtitles.problems;
+        for (const SubtitleProblem& problem : problems.first()) {
+            _output.write(std::string(subtitles.place) + " " + std::to_string(problem.place) + ": " +
+                          effectName(problem.effect) + ": " + printable(problem.what) + "\n");
+        }
+        if (problems.count() > problems.first().size()) {
+            _output.write("and " + counted(problems.count() - problems.first().size(), "more problem") + "\n");
+        }
+        _output.write(printable(subtitles.name) + " (" + subtitles.format + "): " + counted(subtitles.cues, "cue") +
+                      ", " + std::to_string(problems.leftOut()) + " left out\n");
+    }
+
+private:
+    [[nodiscard]] std::string timeText(double seconds) const {
+        return _options.rate ? frameTimecode(seconds, *_options.rate)
+                             : QLXSubtitleRecord::SRTTimecodeFromSeconds(seconds);
+    }
+
+    void writeRows(const QLXSubtitleRecord& record) {
+        std::string head = rightAligned(record.index(), kNumberWidth) + "  " +
+                           padded(timeText(record.startTimeInSeconds()), kTimeWidth) + "  " +
+                           padded(timeText(record.endTimeInSeconds()), kTimeWidth) + "  ";
+        const auto lines = record.subtitleLines();
+        if (lines.empty()) {
+            _output.write(head + padded("  -", kRowWidth) + "  " + padded("-", kColorWidth) + "  " +
+                          padded("-", kAlignmentWidth) + "  (no text)\n");
+        }
+        for (const auto& line : lines) {
+            const std::size_t color = colorOf(*line);
+            const std::uint64_t row = line->verticalPosition();
+            const std::string text = printable(line->textString().value_or(std::string()));
+            _output.write(head + (row == 0 ? padded("  -", kRowWidth) : rightAligned(row, kRowWidth)) + "  " +
+                          padded(std::string(kColors[color].name), kColorWidth) + "  " +
+                          padded(std::string(alignmentOf(*line)), kAlignmentWidth) + "  " +
+                          (_isColored ? "\033[3" + std::to_string(color) + "m" + text + "\033[0m" : text) + "\n");
+            head.assign(head.size(), ' ');
+        }
+    }
+
+    /// In the form that play reads.
+    [[nodiscard]] Value cueObject(const QLXSubtitleRecord& record) const {
+        Dictionary cue{{"index", record.index()},
+                       {"start_time_seconds", record.startTimeInSeconds()},
+                       {"end_time_seconds", record.endTimeInSeconds()},
+                       {"start_timecode", QLXSubtitleRecord::SRTTimecodeFromSeconds(record.startTimeInSeconds())},
+                       {"end_timecode", QLXSubtitleRecord::SRTTimecodeFromSeconds(record.endTimeInSeconds())}};
+        if (_options.rate) {
+            cue.set("start_frame_timecode", timeText(record.startTimeInSeconds()));
+            cue.set("end_frame_timecode", timeText(record.endTimeInSeconds()));
+        }
+        Array lines;
+        for (const auto& line : record.subtitleLines()) {
+            Dictionary entry{{"text", line->textString().value_or(std::string())},
+                             {"color", kColors[colorOf(*line)].value},
+                             {"alignment", alignmentOf(*line)}};
+            if (line->verticalPosition() != 0) {
+                entry.set("vertical_position", line->verticalPosition());
+            }
+            lines.emplace_back(std::move(entry));
+        }
+        cue.set("text_lines", std::move(lines));
+        return cue;
+    }
+
+    void writeJsonEnd(const Subtitles& subtitles) {
+        const SubtitleProblems& problems = subtitles.problems;
+        _output.write("\n],\n\"file\":" + jsonText(subtitles.name) + ",\n\"format\":" + jsonText(subtitles.format) +
+                      ",\n\"cue_count\":" + std::to_string(subtitles.cues) +
+                      ",\n\"left_out\":" + std::to_string(problems.leftOut()) +
+                      ",\n\"problem_count\":" + std::to_string(problems.count()) + ",\n\"problems\":[");
+        std::string_view separator = "\n";
+        for (const SubtitleProblem& problem : problems.first()) {
+            const Dictionary entry{
+                {std::string(subtitles.place == "TTI block" ? "block" : subtitles.place), problem.place},
+                {"effect", effectName(problem.effect)},
+                {"what", problem.what}};
+            _output.write(separator);
+            _output.write(jsonText(entry));
+            separator = ",\n";
+        }
+        _output.write("]}\n");
+    }
+
+    const SubsOptions& _options;
+    OutputFile& _output;
+    bool _isColored;
+    bool _isEmpty = true;
+};
+
+}  // namespace
+
+int listSubtitles(const SubsOptions& options) {
+    refuseInputAsOutput(options.file, options.output);
+    const double frameDuration = options.rate ? secondsFrom(options.rate->frameDuration()) : 0.0;
+    OutputFile output(options.output);
+    CueList list(options, output);
+    try {
+        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding},
+                                  [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.write(*record); }));
+    } catch (const Failure&) {
+        if (output.isStandardOutput()) {
+            // What came before the broken place has been read all the same.
+            output.flush();
+        }
+        throw;
+    }
+    output.commit();
+    return kExitSuccess;
+}
+
+}  // namespace qlx::tool

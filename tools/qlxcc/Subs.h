@@ -1,0 +1,24 @@
+// qlxcc subs: the cues of a subtitle file, and what was left out.
+#pragma once
+
+#include "Rates.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace qlx::tool {
+
+struct SubsOptions {
+    std::string file;                   ///< `-` is standard input.
+    std::string encoding;               ///< Of an SRT or JSON file; empty for UTF-8.
+    std::int32_t mode = 2;              ///< What the cues are placed for: 1 CEA-608, 2 teletext.
+    std::optional<Rate> rate;           ///< Times are shown as timecodes of this rate, where it is given.
+    std::optional<std::string> output;  ///< None or `-`: standard output.
+    bool asJson = false;
+};
+
+/// Runs the subcommand; the result is the exit code.
+[[nodiscard]] int listSubtitles(const SubsOptions& options);
+
+}  // namespace qlx::tool
