@@ -187,7 +187,7 @@ public:
     /// byte in front of the flag gives the size of the result, and the packet's third user data word the number of
     /// bytes that are copied into it; the rest is 0. A row without a flag is left at once, and the search goes on at
     /// the same offset of the next one.
-    /// @param buffer The first line; nothing behind `size` bytes is read, bytes behind them count as 0.
+    /// @param buffer The first line, null gives none; nothing behind `size` bytes is read, they count as 0.
     /// @param size At least 12 (`v210`) or 18 (`2vuy`), else none.
     /// @param bufferFormat `v210` or `2vuy`; any other gives none.
     /// @param bytesPerRow Bytes from one line to the next; 0, or more than `size`, gives none.
@@ -197,8 +197,9 @@ public:
         std::int32_t lineNumber);
 
     /// An `sbtl`/`op47` sample of the buffers' bytes, one behind the other.
+    /// @param timingInfo The sample's timing record, as it is.
     /// @return Null when there is no byte or the platform refuses a media object; when it refuses the sample itself, a
-    ///   message with its status is printed on standard output.
+    ///   message with its status is printed on standard output (a sample that comes along all the same is given).
     [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> createOP47SampleBufferFromDataBuffers_timingInfo(
         const std::vector<qlx::Data>& dataBuffers, const qlx::SampleTimingInfo& timingInfo);
 

@@ -43,14 +43,15 @@ public:
     // Fields
 
     /// The seconds of a time code: one byte each of hours, minutes, seconds and frames.
-    /// @param bytes The time code; not read when `length` is another one than 4.
+    /// @param bytes The time code; null gives 0.0.
     /// @param length Must be 4, else 0.0.
     /// @param framesPerSecond Frames a second; not checked.
     [[nodiscard]] static double secondsFromSTLBytes_length_framesPerSecond(const std::uint8_t* bytes,
                                                                            std::uint64_t length,
                                                                            double framesPerSecond) noexcept;
 
-    /// The text of `length` bytes, as UTF-8; none when one of them has no character in `encoding`.
+    /// The text of `length` bytes, as UTF-8; none when one of them has no character in `encoding`, or `bytes` is null
+    /// although there should be some.
     [[nodiscard]] static std::optional<std::string> stringWithBytes_length_encoding(const std::uint8_t* bytes,
                                                                                     std::uint64_t length,
                                                                                     qlx::TextEncoding encoding);
@@ -58,7 +59,8 @@ public:
     /// The text (UTF-8) of the bytes of one line of a text field.
     ///
     /// Bytes below 0x20 are passed over, unless a diacritical mark (0xC0 to 0xCF) in front takes them as its letter; a
-    /// mark at the end is a space. None when the characters do not make well-formed UTF-8: a byte from 0x80 to 0x9F.
+    /// mark at the end is a space. None when what comes out is not well-formed UTF-8: a byte from 0x80 to 0x9F that no
+    /// mark takes, or a mark in front of 0x00.
     [[nodiscard]] static std::optional<std::string> stringWithTTIEncodedData(const qlx::Data& data);
 
     /// The one or two UTF-8 bytes of a character, the first in the low 8 bits; one byte when below 256.

@@ -28,7 +28,7 @@ qlx::Data QLXCCUtilities::op47PacketFromBuffer_size_bufferFormat_bytesPerRow_lin
                                                                                         std::uint32_t bufferFormat,
                                                                                         std::uint64_t bytesPerRow,
                                                                                         std::int32_t lineNumber) {
-    if (bytesPerRow == 0 || bytesPerRow > size) {
+    if (buffer == nullptr || bytesPerRow == 0 || bytesPerRow > size) {
         return {};
     }
     const std::span<const std::uint8_t> lines(buffer, static_cast<std::size_t>(size));

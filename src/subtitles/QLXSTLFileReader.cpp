@@ -125,7 +125,7 @@ void QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler(
 double QLXSTLFileReader::secondsFromSTLBytes_length_framesPerSecond(const std::uint8_t* bytes, std::uint64_t length,
                                                                     double framesPerSecond) noexcept {
     using qlx::stl::kTimeCodeSize;
-    return length == kTimeCodeSize
+    return bytes != nullptr && length == kTimeCodeSize
                ? qlx::stl::secondsOf(std::span<const std::uint8_t, kTimeCodeSize>(bytes, kTimeCodeSize),
                                      framesPerSecond)
                : 0.0;
@@ -134,6 +134,9 @@ double QLXSTLFileReader::secondsFromSTLBytes_length_framesPerSecond(const std::u
 std::optional<std::string> QLXSTLFileReader::stringWithBytes_length_encoding(const std::uint8_t* bytes,
                                                                              std::uint64_t length,
                                                                              qlx::TextEncoding encoding) {
+    if (bytes == nullptr && length != 0) {
+        return std::nullopt;
+    }
     return qlx::decodedText({bytes, static_cast<std::size_t>(length)}, encoding);
 }
 

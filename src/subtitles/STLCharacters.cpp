@@ -32,8 +32,8 @@ struct AccentedLetter {
 };
 
 // Marks: 1 grave, 2 acute, 3 circumflex, 4 tilde, 5 macron, 6 breve, 7 dot, 8 diaeresis, 10 ring, 11 cedilla,
-// 13 double acute, 15 caron. E with a dot, I and U with a tilde are other letters in the files that hosts exchange; it
-// is kept.
+// 13 double acute, 15 caron. Deployed hosts expect other letters for E with a dot, and for I and U with a tilde; it is
+// kept.
 constexpr std::array kAccentedLetters{
     AccentedLetter{'A', {0, u'À', u'Á', u'Â', u'Ã', u'Ā', u'Ă', u'Ȧ', u'Ä', 0, u'Å', 0, 0, 0, 0, u'Ǎ'}},
     AccentedLetter{'a', {0, u'à', u'á', u'â', u'ã', u'ā', u'ă', u'ȧ', u'ä', 0, u'å', 0, 0, 0, 0, u'ǎ'}},

@@ -185,15 +185,18 @@ TEST(OP47Search10, NeedsTheWholeFlagAndBothIdentifiersWithTheirParity) {
     EXPECT_FALSE(found(head(0x043, 0x102, 1)));
     EXPECT_FALSE(found(head(0x143, 0x202, 1)));
     EXPECT_FALSE(found(head(0x102, 0x143, 1)));
-    auto row = head(0x143, 0x102, 1);
-    row[0][1] = 0x001;
-    EXPECT_FALSE(found(row));
-    row = head(0x143, 0x102, 1);
-    row[1][0] = 0x3FE;
-    EXPECT_FALSE(found(row));
-    row = head(0x143, 0x102, 1);
-    row[1][2] = 0x3FE;
-    EXPECT_FALSE(found(row));
+    for (const std::uint16_t sample : std::initializer_list<std::uint16_t>{0x001, 0x100, 0x200}) {
+        auto row = head(0x143, 0x102, 1);
+        row[0][1] = sample;
+        EXPECT_FALSE(found(row)) << sample;
+    }
+    for (const std::uint16_t sample : std::initializer_list<std::uint16_t>{0x3FE, 0x2FF, 0x1FF, 0x0FF}) {
+        for (const std::size_t place : {0U, 2U}) {
+            auto row = head(0x143, 0x102, 1);
+            row[1][place] = sample;
+            EXPECT_FALSE(found(row)) << sample << ' ' << place;
+        }
+    }
 }
 
 TEST(OP47Search10, LeavesARowAtAForeignPacketWithoutData) {
@@ -351,6 +354,9 @@ TEST(OP47Search8, DoesNotCountRows) {
     // Rows of any size: the search goes over the bytes that are there.
     EXPECT_EQ(find8(row8(packet8(0x43, 0x02, block(4)), 4, 12), 1), block(4));
     EXPECT_EQ(find8(Bytes(1000, 0), 1), qlx::Data());
+    // A row that a foreign packet uses up leads on to that rest as well: 14 + 2 x 13 bytes are a row of 40.
+    lines = joined(row8(packet8(0x41, 0x05, block(13)), 0x80, 20), row8(packet8(0x43, 0x02, block(4)), 4, 12));
+    EXPECT_EQ(find8(lines, 40), block(4));
 }
 
 TEST(OP47Search8, StaysInsideTheBuffer) {
@@ -480,12 +486,13 @@ TEST(OP47Text, IsNeverGiven) {
     EXPECT_EQ(text(std::make_shared<QLXVANCPacket>()), std::nullopt);
     Bytes data = block();
     data[12] = 0x15;  // a row of magazine 8
-    data[13] = 0x9B;
     std::fill(data.begin() + 20, data.begin() + 40, std::uint8_t{'a'});
-    for (const std::size_t size : {0U, 3U, 4U, 14U, 148U}) {
-        const auto packet = QLXVANCPacket::OP47VANCPacketWithData_lineNumber(
-            Bytes(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size)), 12);
-        EXPECT_EQ(text(packet), std::nullopt) << size;
+    for (const std::uint8_t address : Bytes{0x9B, 0x15}) {
+        data[13] = address;
+        for (const std::size_t size : {0U, 3U, 4U, 14U, 148U}) {
+            const Bytes part(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size));
+            EXPECT_EQ(text(QLXVANCPacket::OP47VANCPacketWithData_lineNumber(part, 12)), std::nullopt) << size;
+        }
     }
     EXPECT_EQ(text(QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(data, 9)), std::nullopt);
 }

@@ -131,6 +131,14 @@ TEST(QLXSTLFileReader, LeavesCommentsAndUserDataOut) {
               (Records{helloRecord(3610.48, 3612.0), helloRecord(3610.48, 3612.0)}));
 }
 
+TEST(QLXSTLFileReader, TakesEveryOtherExtensionBlock) {
+    for (const int extension : {0x00, 0x01, 0xEF, 0xF0, 0xFD, 0xFF}) {
+        STLBlock block = hello();
+        block.extension = static_cast<std::uint8_t>(extension);
+        EXPECT_EQ(read(stlFile({block})), Records{helloRecord(3610.48, 3612.0)}) << extension;
+    }
+}
+
 TEST(QLXSTLFileReader, MakesARecordOfEachBlockInFileOrder) {
     STLBlock first = hello();
     first.extension = 0;  // the next block goes on with it
@@ -203,6 +211,12 @@ TEST(QLXSTLFileReader, PassesOverTheOtherCodes) {
     }
 }
 
+TEST(QLXSTLFileReader, KeepsTextToTheEndsOfItsRanges) {
+    const LineState expected{.text = " \x7F.", .color = 7, .alignment = 0, .row = 9};
+    EXPECT_EQ(linesOf({.text = stlText({0x20, 0x7F, '.', 0x8F}), .justification = 0}), std::vector{expected});
+    EXPECT_EQ(linesOf({.text = stlText({0xA1, 'a', 0xFF, 0x8F})}), std::vector{line("\u00A1a\u00AD")});
+}
+
 TEST(QLXSTLFileReader, StopsAtUnusedSpace) {
     EXPECT_EQ(linesOf({.text = stlText({'a', 0x8F, 'b', 0x8A, 'c', 0x8F})}), std::vector{line("a")});
     EXPECT_EQ(linesOf({.text = {}}), std::vector{line("")});
@@ -256,6 +270,7 @@ TEST(QLXSTLFileReader, ReadsTimeCodes) {
         EXPECT_EQ(seconds(kTime.data(), length, 25.0), 0.0);
     }
     EXPECT_EQ(seconds(nullptr, 0, 25.0), 0.0);
+    EXPECT_EQ(seconds(nullptr, 4, 25.0), 0.0);
 }
 
 TEST(QLXSTLFileReader, DecodesBytes) {
@@ -265,6 +280,7 @@ TEST(QLXSTLFileReader, DecodesBytes) {
     EXPECT_EQ(text(kBytes.data(), 4, qlx::TextEncoding::ASCII), std::nullopt);
     EXPECT_EQ(text(kBytes.data(), 4, qlx::TextEncoding::Latin1), std::string("A\0z\u00E9", 5));
     EXPECT_EQ(text(nullptr, 0, qlx::TextEncoding::ASCII), "");
+    EXPECT_EQ(text(nullptr, 3, qlx::TextEncoding::ASCII), std::nullopt);
 }
 
 TEST(QLXSTLFileReader, KnowsTheCharacterCodeTables) {

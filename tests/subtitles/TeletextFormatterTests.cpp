@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -159,11 +160,16 @@ TEST(TeletextPageHeaderFormatter, TakesACharacterForADigit) {
 }
 
 TEST(TeletextPageHeaderFormatter, TakesEveryText) {
-    for (const std::string& text : {std::string("15 d0 15 d0 73 49"), std::string(), std::string(999, 'f')}) {
+    const std::vector<std::pair<std::string, qlx::Data>> cases{
+        {"15 d0 15 d0 73 49", {0x15, 0xD0, 0x15, 0xD0, 0x73, 0x49}},
+        {"", std::vector<std::uint8_t>()},
+        {std::string(999, 'f'), std::vector<std::uint8_t>(499, 0xFF)},
+    };
+    for (const auto& [text, expected] : cases) {
         qlx::Value object = 42;
         std::optional<std::string> error = "untouched";
         EXPECT_TRUE(kHeaders.getObjectValue_forString_errorDescription(&object, text, &error));
-        EXPECT_EQ(object, qlx::Value(QLXTeletextPageHeaderFormatter::dataFromHex(text)));
+        EXPECT_EQ(object, qlx::Value(expected));
         EXPECT_EQ(error, "untouched");
     }
     EXPECT_TRUE(kHeaders.getObjectValue_forString_errorDescription(nullptr, "15"));

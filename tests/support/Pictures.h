@@ -76,7 +76,7 @@ struct ExactPicture {
     Picture picture;
 };
 
-/// The bytes of a whole picture's rows with their padding, and of its chroma rows.
+/// The bytes that the pixels of each row take, each row's followed by those of its chroma row; no padding.
 inline std::vector<std::uint8_t> bytesOf(const qlx::PixelBuffer& picture) {
     std::vector<std::uint8_t> bytes;
     for (std::size_t row = 0; row < picture.height(); ++row) {

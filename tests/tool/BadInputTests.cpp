@@ -7,7 +7,7 @@
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
-#include "../subtitles/STLFile.h"
+#include "STLFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,11 @@
-// EBU STL files (EBU Tech 3264) for the tests of the tool.
+// EBU STL files for the tests of the tool, their cues written as text.
 #pragma once
 
+#include "STLFile.h"
+
+#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,31 +24,24 @@ struct STLCue {
     char extension = '\xFF';
 };
 
-inline std::string stlCueBlock(const STLCue& block) {
-    std::string bytes(128, '\0');
-    bytes[1] = static_cast<char>(block.number);
-    bytes[3] = block.extension;
-    for (std::size_t index = 0; index < 4; ++index) {
-        bytes[5 + index] = block.start[index];
-        bytes[9 + index] = block.end[index];
-    }
-    bytes[13] = block.verticalPosition;
-    bytes[14] = block.justification;
-    bytes[15] = block.comment;
-    bytes.replace(16, 112, std::string(block.text) + std::string(112 - block.text.size(), '\x8F'));
-    return bytes;
+inline std::string stlCueBlock(const STLCue& cue) {
+    STLBlock block{.text = {cue.text.begin(), cue.text.end()}, .number = cue.number};
+    block.extension = static_cast<std::uint8_t>(cue.extension);
+    std::copy(cue.start.begin(), cue.start.end(), block.in.begin());
+    std::copy(cue.end.begin(), cue.end.end(), block.out.begin());
+    block.row = static_cast<std::uint8_t>(cue.verticalPosition);
+    block.justification = static_cast<std::uint8_t>(cue.justification);
+    block.comment = static_cast<std::uint8_t>(cue.comment);
+    return block.bytes();
 }
 
 /// A file of 25 frames a second.
 /// @param announced The number of blocks in the header; -1 for as many as there are.
-inline std::string stl(const std::vector<STLCue>& blocks, int announced = -1) {
-    std::string file(1024, ' ');
-    file.replace(0, 11, "850STL25.01");
-    std::array<char, 16> count{};
-    std::snprintf(count.data(), count.size(), "%05d", announced < 0 ? static_cast<int>(blocks.size()) : announced);
-    file.replace(238, 5, count.data());
-    for (const STLCue& block : blocks) {
-        file += stlCueBlock(block);
+inline std::string stl(const std::vector<STLCue>& cues, int announced = -1) {
+    std::string file =
+        stlInformation("STL25.01", stlCount(announced < 0 ? cues.size() : static_cast<std::size_t>(announced)));
+    for (const STLCue& cue : cues) {
+        file += stlCueBlock(cue);
     }
     return file;
 }
