@@ -19,13 +19,19 @@ struct Shape {
     std::size_t padding = 0;
 };
 
-/// Five bytes: format, width (two), height, padding. Up to 2048 columns and 8 rows.
+/// Five bytes: format, width (two), height, padding. Up to 2048 columns and 8 rows, or 8 columns and 720 rows, where
+/// the matrix is another one.
 inline Shape takeShape(Input& input) {
     Shape shape;
     shape.format = qlxtest::kPixelFormats[input.takeByte() % qlxtest::kPixelFormats.size()];
     const std::size_t high = input.takeByte();
     shape.width = (high * 256 + input.takeByte()) % 2048 + 1;
-    shape.height = input.takeByte() % 8 + std::size_t{1};
+    const std::uint8_t height = input.takeByte();
+    shape.height = height % 8 + std::size_t{1};
+    if (height >= 0xF0) {
+        shape.height += 712;
+        shape.width = (shape.width - 1) % 8 + 1;
+    }
     shape.padding = input.takeByte() % 40;
     return shape;
 }

@@ -20,7 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(!found || found->dataBuffer->size() == 4);
 
     object.overlayCEA608FromData_videoPixelBuffer({first, second}, video.picture);
-    const auto drawn = object.createClosedCaptionSampleFromCEA608VideoSampleBuffer(sample);
+    // Another object, whose picture of lines does not hold the bytes from the drawing.
+    const auto drawn = QLXCEA608ReaderWriter().createClosedCaptionSampleFromCEA608VideoSampleBuffer(sample);
     // The last cell is read at pixel 693; rows of more columns than that hold both bytes.
     if (drawn && shape.width > 693) {
         const std::uint8_t* const bytes = drawn->dataBuffer->data();

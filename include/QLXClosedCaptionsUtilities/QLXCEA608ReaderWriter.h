@@ -58,7 +58,8 @@ public:
     /// Draws a byte pair into row 1 of a picture, black into row 0, and the pair 0x80, 0x80 into row 2.
     ///
     /// The picture stays as it is when it has fewer than three rows or is not wider than 274 pixels, with fewer than two
-    /// bytes, or when a step fails. Bits that do not fit into the row are cut off.
+    /// bytes, or when a step fails. Bits that do not fit into the row are cut off. In a `420v` picture row 3 shares its
+    /// chroma with row 2, and loses its colour.
     /// @param ccBuffer The bytes, parity included; only the first two are used.
     /// @param size Bytes of the buffer.
     /// @param pixelBuffer The picture, changed in place.

@@ -49,11 +49,14 @@ MediaStatus PixelBufferFactory::createPixelBuffer(std::uint64_t width, std::uint
         return kPixelStatusUnsupportedFormat;
     }
     const std::size_t bytesPerRow = format->defaultBytesPerRow(static_cast<std::size_t>(width));
-    const std::size_t firstSize = bytesPerRow * static_cast<std::size_t>(height);
     const std::size_t bytesPerChromaRow =
         format->twoPlanes ? pixels::bytesOfChromaRow(static_cast<std::size_t>(width)) : 0;
-    const std::size_t secondSize = bytesPerChromaRow * pixels::chromaRows(static_cast<std::size_t>(height));
-
+    const std::size_t chromaRows = pixels::chromaRows(static_cast<std::size_t>(height));
+    if (std::uint64_t{bytesPerRow} * height + std::uint64_t{bytesPerChromaRow} * chromaRows > kMaximumPictureBytes) {
+        return kPixelStatusNoMemory;
+    }
+    const std::size_t firstSize = bytesPerRow * static_cast<std::size_t>(height);
+    const std::size_t secondSize = bytesPerChromaRow * chromaRows;
     const std::shared_ptr<std::uint8_t[]> bytes(new (std::nothrow) std::uint8_t[firstSize + secondSize]());
     if (!bytes) {
         return kPixelStatusNoMemory;

@@ -44,7 +44,10 @@ void groupToBGRA(const std::uint8_t* bytes, const ColorMatrix& matrix, std::uint
     }
 }
 
-/// The first `count` pixels of a group; its other samples stay.
+/// The words of a group that its first 0, 1, ... 5 pixels take: their luma, and the chroma of their pairs.
+constexpr std::array<std::size_t, kGroupPixels> kWordsOfPixels{0, 1, 2, 3, 3, 4};
+
+/// The first `count` pixels of a group, fewer than six; its other samples stay.
 void startOfGroupFromBGRA(const std::uint8_t* bgra, std::size_t count, const ColorMatrix& matrix, std::uint8_t* bytes) {
     Group group = loadGroup(bytes);
     for (std::size_t pixel = 0; pixel < count; pixel += 2, bgra += kPairBytes) {
@@ -57,7 +60,9 @@ void startOfGroupFromBGRA(const std::uint8_t* bgra, std::size_t count, const Col
             pair.chroma = single.chroma;
         }
     }
-    storeGroup(bytes, group);
+    std::uint8_t words[v210::kGroupBytes];
+    storeGroup(words, group);
+    std::memcpy(bytes, words, kWordsOfPixels[count] * v210::kWordBytes);
 }
 
 void groupFromBGRA(const std::uint8_t* bgra, const ColorMatrix& matrix, std::uint8_t* bytes) {

@@ -82,6 +82,21 @@ TEST(Line21Overlay, DrawsLumaOfVideoRangeWithoutColour) {
     EXPECT_EQ(Bytes(bytes.begin() + 3 * 1440, bytes.end()), Bytes(1440, 0x55));
 }
 
+TEST(Line21Overlay, LeavesTheFourthRowAloneInEveryFormat) {
+    for (const std::uint32_t format : qlxtest::kPixelFormats) {
+        QLXCEA608ReaderWriter writer;
+        const ExactPicture video(720, 4, format, 0, 0x55);
+        overlay(writer, video.picture);
+        const std::size_t rowBytes = qlxtest::bytesOfRow(format, 720);
+        EXPECT_NE(Bytes(video.picture->row(2), video.picture->row(2) + rowBytes), Bytes(rowBytes, 0x55)) << format;
+        EXPECT_EQ(Bytes(video.picture->row(3), video.picture->row(3) + rowBytes), Bytes(rowBytes, 0x55)) << format;
+        // In 420v the fourth row's chroma is the third one's, which has no colour.
+        if (const std::uint8_t* const chroma = video.picture->chromaRow(3)) {
+            EXPECT_EQ(Bytes(chroma, chroma + 720), Bytes(720, 128));
+        }
+    }
+}
+
 TEST(Line21Overlay, LeavesNarrowPicturesAlone) {
     for (const std::size_t width : {std::size_t{1}, std::size_t{100}, std::size_t{273}, std::size_t{274}}) {
         EXPECT_EQ(drawnInto(width, 4, qlx::kPixelFormatBGRA), Bytes(width * 16, 0x55)) << width;
@@ -249,6 +264,31 @@ TEST(Line21Update, TriesAgainWhatIsMissing) {
     other.updateCEA608PixelTransferSessionAndPixelBufferWithWidth(720);
     EXPECT_EQ(noSession.pictures, 1);
     EXPECT_EQ(console.logged, std::vector<std::string>(2, "CEA608:VTPixelTransferSessionCreate Error: -12903"));
+}
+
+TEST(Line21Update, KeepsNoPictureOfAFormerWidth) {
+    RefusingPixelBufferFactory factory(PixelStage::None, -6662);
+    const qlx::ScopedService<qlx::PixelBufferFactory> scope(factory);
+    QLXCEA608ReaderWriter writer;
+    overlay(writer, makePicture(1920, 4, qlx::kPixelFormatBGRA));
+    const auto former = factory.lastPicture;
+    EXPECT_FALSE(former.expired());
+    factory.refused = PixelStage::Creation;
+    const ExactPicture video(720, 4, qlx::kPixelFormatBGRA, 0, 0x55);
+    overlay(writer, video.picture);
+    EXPECT_TRUE(former.expired());
+    EXPECT_EQ(bytesOf(*video.picture), std::vector<std::uint8_t>(720 * 4 * 4, 0x55));
+    EXPECT_EQ(factory.transfers, 1);
+}
+
+TEST(Line21Update, AsksForAPictureAlsoWhenTheFirstWidthIsTheStoredOne) {
+    RefusingPixelBufferFactory factory;
+    const qlx::ScopedService<qlx::PixelBufferFactory> scope(factory);
+    QLXCEA608ReaderWriter writer;
+    writer.updateCEA608PixelTransferSessionAndPixelBufferWithWidth(0.0);
+    EXPECT_EQ(factory.pictures, 1);
+    EXPECT_EQ(factory.sessions, 1);
+    EXPECT_TRUE(factory.lastPicture.expired());
 }
 
 TEST(Line21Update, CutsTheFractionOfAWidth) {

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] bool carries(unsigned first, unsigned second) {
         const std::uint8_t pair[] = {static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(second)};
         _writer.overlayCEA608FromCCBuffer_size_intoPixelBuffer(pair, 2, _sample->imageBuffer);
-        const auto caption = _writer.createClosedCaptionSampleFromCEA608VideoSampleBuffer(_sample);
+        const auto caption = _reader.createClosedCaptionSampleFromCEA608VideoSampleBuffer(_sample);
         if (!caption || caption->dataBuffer->size() != 4) {
             return false;
         }
@@ -32,6 +32,7 @@ public:
 
 private:
     QLXCEA608ReaderWriter _writer;
+    QLXCEA608ReaderWriter _reader;  ///< Another object: it knows the pair from the picture alone.
     std::shared_ptr<qlx::SampleBuffer> _sample;
 };
 

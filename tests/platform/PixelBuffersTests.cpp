@@ -78,6 +78,17 @@ TEST(PixelBuffers, RefuseSidesAndFormatsThatCannotBe) {
     EXPECT_EQ(makePicture(qlx::kMaximumPictureSide, 1, qlx::kPixelFormatBGRA)->bytesPerRow(), 262144U);
 }
 
+TEST(PixelBuffers, RefuseMoreBytesThanAPictureMayHave) {
+    Picture picture;
+    constexpr std::uint64_t kSide = qlx::kMaximumPictureSide;
+    for (const std::uint32_t format : qlxtest::kPixelFormats) {
+        EXPECT_EQ(factory().createPixelBuffer(kSide, kSide, format, &picture), qlx::kPixelStatusNoMemory);
+    }
+    // 2 ^ 30 bytes are 2 ^ 28 pixels of BGRA: 65536 x 4096.
+    EXPECT_EQ(factory().createPixelBuffer(kSide, 4097, qlx::kPixelFormatBGRA, &picture), qlx::kPixelStatusNoMemory);
+    EXPECT_EQ(picture, nullptr);
+}
+
 TEST(PixelBuffers, TakeAHostsMemoryThatHoldsAllRows) {
     ExactBuffer bytes = ExactBuffer::filled(64, 7);
     ExactBuffer chroma = ExactBuffer::filled(16, 9);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <random>
@@ -224,6 +225,21 @@ TEST(PixelTransfer, AChromaSampleIsTheMeanOfItsPixels) {
     EXPECT_EQ(Bytes(tall->baseAddress(), tall->baseAddress() + 8), (Bytes{0, 81, 0, 0, 90, 240, 0, 0}));
 }
 
+TEST(PixelTransfer, RowsOfAViewShareChromaAsInTheirPicture) {
+    const Picture column = makePicture(1, 3, qlx::kPixelFormatBGRA);
+    std::copy(kRed.begin(), kRed.end(), column->row(0));
+    std::copy(kBlack.begin(), kBlack.end(), column->row(1));
+    std::copy(kRed.begin(), kRed.end(), column->row(2));
+    // Rows 1 to 3 of four: red alone has the first chroma row, black and red share the second.
+    const Picture lower = makePicture(1, 4, qlx::kPixelFormat420v);
+    transfer(*column, *viewOf(lower, 1, 3));
+    EXPECT_EQ(Bytes(lower->baseAddress(), lower->baseAddress() + 8), (Bytes{0, 81, 16, 81, 90, 240, 109, 184}));
+    // Rows 0 to 2: red and black share the first chroma row, red alone has the second.
+    const Picture upper = makePicture(1, 4, qlx::kPixelFormat420v);
+    transfer(*column, *viewOf(upper, 0, 3));
+    EXPECT_EQ(Bytes(upper->baseAddress(), upper->baseAddress() + 8), (Bytes{81, 16, 81, 0, 109, 184, 90, 240}));
+}
+
 TEST(PixelTransfer, AViewOnAnOddRowReadsItsOwnChroma) {
     const Picture planar = makePicture(2, 4, qlx::kPixelFormat420v);
     const Bytes bytes{81, 81, 81, 81, 41, 41, 41, 41, 90, 240, 240, 110};  // Two rows of red, two of blue (BT.601).
@@ -285,6 +301,24 @@ TEST(PixelTransfer, MatchesRowsAndColumnsByTheFloorRule) {
               (Bytes{1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 2, 1, 1, 1, 2, 1, 1, 1, 4, 3, 3, 3, 4, 3, 3, 3}));
 }
 
+TEST(PixelTransfer, MatchesColumnsOfSubsampledPictures) {
+    // Black, white, black, white, black.
+    const ExactPicture source(5, 1, qlx::kPixelFormat2vuy, 0, 128);
+    const Bytes row{128, 16, 128, 235, 128, 16, 128, 235, 128, 16, 128, 0};
+    std::copy(row.begin(), row.end(), source.picture->row(0));
+    const ExactPicture three(3, 2, qlx::kPixelFormatBGRA, 8, 0x55);
+    transfer(*source.picture, *three.picture);
+    for (std::size_t index = 0; index < 2; ++index) {
+        const std::uint8_t* const found = three.picture->row(index);
+        EXPECT_EQ(Bytes(found, found + 12), (Bytes{0, 0, 0, 255, 255, 255, 255, 255, 255, 255, 255, 255}));  // 0, 1, 3.
+    }
+    EXPECT_EQ(Bytes(three.picture->row(0) + 12, three.picture->row(1)), Bytes(8, 0x55)) << "padding of a row";
+    const ExactPicture seven(7, 1, qlx::kPixelFormat420v, 0, 0x55);
+    transfer(*source.picture, *seven.picture);
+    EXPECT_EQ(bytesOf(*seven.picture),  // Columns 0, 0, 1, 2, 2, 3, 4.
+              (Bytes{16, 16, 235, 16, 16, 235, 16, 128, 128, 128, 128, 128, 128, 128, 128}));
+}
+
 TEST(PixelTransfer, TwoRowsBecomeTheThreeLines) {
     const Picture video = makePicture(2, 2, qlx::kPixelFormat2vuy);
     const Bytes rows{128, 16, 128, 16, 128, 235, 128, 235};
@@ -309,6 +343,10 @@ TEST(PixelTransfer, TouchesNoByteOutsideThePictureAtAnyWidth) {
                     for (std::size_t byte = rowBytes; byte < rowBytes + padding; ++byte) {
                         ASSERT_EQ(video.picture->row(row)[byte], 0x55) << "padding of a row";
                     }
+                }
+                const std::uint8_t* const chroma = video.picture->chromaRow(0);
+                for (std::size_t byte = 0; chroma && byte < padding; ++byte) {
+                    ASSERT_EQ(chroma[(width + 1) / 2 * 2 + byte], 0x55) << "padding of a chroma row";
                 }
                 ExactPicture back(width, 3, qlx::kPixelFormatBGRA, padding, 0);
                 ASSERT_EQ(session.transferImage(*video.picture, *back.picture), 0);
@@ -340,6 +378,22 @@ TEST(PixelTransfer, KeepsSamplesOfAGroupThatBelongToNoPixel) {
     appendWord(expected, 0x155, 0x155, 0x155);
     expected.resize(128, 0xAA);
     EXPECT_EQ(Bytes(group->baseAddress(), group->baseAddress() + 128), expected);
+}
+
+TEST(PixelTransfer, KeepsWordsOfAGroupThatBelongToNoPixel) {
+    // Cb0 Y0 Cr0 | Y1 Cb1 Y2 | Cr1 Y3 Cb2 | Y4 Cr2 Y5: one pixel takes a word, two take two, three and four take three.
+    const std::array<std::size_t, 6> wordsOfPixels{0, 1, 2, 3, 3, 4};
+    for (std::size_t width = 1; width < wordsOfPixels.size(); ++width) {
+        const Picture group = makePicture(width, 1, qlx::kPixelFormatV210);
+        std::fill_n(group->baseAddress(), 128, std::uint8_t{0xFF});
+        const Picture white = makePicture(width, 1, qlx::kPixelFormatBGRA);
+        std::fill_n(white->baseAddress(), width * 4, std::uint8_t{255});
+        transfer(*white, *group);
+        const std::uint8_t* const bytes = group->baseAddress();
+        const std::size_t used = wordsOfPixels[width] * 4;
+        EXPECT_NE(bytes[used - 1], 0xFF) << width;
+        EXPECT_EQ(Bytes(bytes + used, bytes + 128), Bytes(128 - used, 0xFF)) << width;
+    }
 }
 
 TEST(PixelTransfer, SixDifferentPixelsTakeTheirPlacesInAGroup) {

@@ -20,10 +20,11 @@ public:
         : refused(stage), _status(status) {}
 
     PixelStage refused;
-    int locksBeforeRefusal = 0;               ///< This many locks are granted before one is refused.
-    std::optional<std::size_t> paddingOfRow;  ///< Bytes added to each row of a `BGRA` picture that is made.
-    bool dropsLastPadding = false;            ///< Such a picture ends with the last row's pixels.
-    std::uint64_t lastWidth = 0;              ///< That a picture was asked for.
+    int locksBeforeRefusal = 0;                   ///< This many locks are granted before one is refused.
+    std::optional<std::size_t> paddingOfRow;      ///< Bytes added to each row of a `BGRA` picture that is made.
+    bool dropsLastPadding = false;                ///< Such a picture ends with the last row's pixels.
+    std::uint64_t lastWidth = 0;                  ///< That a picture was asked for.
+    std::weak_ptr<qlx::PixelBuffer> lastPicture;  ///< That was made.
     int pictures = 0;
     int views = 0;
     int sessions = 0;
@@ -38,7 +39,9 @@ public:
             return _status;
         }
         if (!paddingOfRow) {
-            return PixelBufferFactory::createPixelBuffer(width, height, pixelFormat, buffer);
+            const qlx::MediaStatus status = PixelBufferFactory::createPixelBuffer(width, height, pixelFormat, buffer);
+            lastPicture = status == 0 ? *buffer : nullptr;
+            return status;
         }
         const std::size_t bytesPerRow = static_cast<std::size_t>(width) * 4 + *paddingOfRow;
         const std::size_t size =

@@ -23,6 +23,9 @@ inline constexpr MediaStatus kPixelStatusNoMemory = -3;           ///< The pictu
 /// The longest side of a picture, in pixels or rows.
 inline constexpr std::uint64_t kMaximumPictureSide = 65536;
 
+/// The most bytes that a picture is made with: far more than one of the largest video, and within every address space.
+inline constexpr std::uint64_t kMaximumPictureBytes = std::uint64_t{1} << 30U;
+
 /// The rows of one plane of a picture in memory.
 struct PixelPlane {
     std::uint8_t* bytes = nullptr;  ///< The first row; no alignment is assumed.
@@ -144,7 +147,7 @@ public:
 
     /// A picture of zero bytes in memory of its own. A row has 4 bytes a pixel (`BGRA`, `ARGB`), 128 bytes for every
     /// 48 pixels begun (`v210`), 4 bytes for every 2 pixels begun (`2vuy`, `yuvs`), or 1 byte of luma a pixel and 2 of
-    /// chroma for every 2 pixels begun (`420v`).
+    /// chroma for every 2 pixels begun (`420v`). More than kMaximumPictureBytes in all are refused.
     virtual MediaStatus createPixelBuffer(std::uint64_t width, std::uint64_t height, std::uint32_t pixelFormat,
                                           std::shared_ptr<PixelBuffer>* buffer);
 
