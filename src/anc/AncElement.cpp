@@ -99,15 +99,13 @@ Data element(std::span<const Packet> packets) {
     });
 }
 
-Data bareElement(std::uint16_t count, const Packet& packet) {
-    const std::size_t size = kCountBytes + kUserData + packet.userData.size();
-    return Data::make(size, [&](std::uint8_t* bytes) {
-        std::memset(bytes, 0, size);
-        storeBig(bytes, count);
-        bytes += kCountBytes;
-        storeBig(bytes + kLine, static_cast<std::uint16_t>(packet.lineNumber));
-        writePayload(bytes + kPayload, packet, size - kCountBytes - kPayload);
-    });
+std::vector<std::uint8_t> bareElement(std::uint16_t count, const Packet& packet) {
+    std::vector<std::uint8_t> element(kCountBytes + kUserData + packet.userData.size());
+    storeBig(element.data(), count);
+    std::uint8_t* const bytes = element.data() + kCountBytes;
+    storeBig(bytes + kLine, static_cast<std::uint16_t>(packet.lineNumber));
+    writePayload(bytes + kPayload, packet, element.size() - kCountBytes - kPayload);
+    return element;
 }
 
 std::vector<std::uint8_t> combinedPacket(std::uint64_t lineNumber, std::span<const Packet> packets) {

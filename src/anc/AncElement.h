@@ -47,7 +47,7 @@ void writePacket(std::uint8_t* bytes, const Packet& packet) noexcept;
 
 /// A count, the line number and the DID, SDID, DC and data of one packet; the other fields are 0, and nothing pads the
 /// data: the form in which an OP-47 packet is handed on.
-[[nodiscard]] Data bareElement(std::uint16_t count, const Packet& packet);
+[[nodiscard]] std::vector<std::uint8_t> bareElement(std::uint16_t count, const Packet& packet);
 
 /// One packet of the old form, which combines several packets of a line.
 [[nodiscard]] std::vector<std::uint8_t> combinedPacket(std::uint64_t lineNumber, std::span<const Packet> packets);

@@ -1,10 +1,13 @@
 #include "captions/CaptionLines.h"
 
+#include "anc/AncElement.h"
 #include "anc/AncWord.h"
 #include "anc/V210.h"
 #include "captions/CaptionSample.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 namespace qlx::captionlines {
 
@@ -17,10 +20,13 @@ constexpr std::uint8_t kCDPSDID = 0x01;
 constexpr std::uint8_t kOP47DID = 0x43;
 constexpr std::uint8_t kOP47SDID = 0x02;
 
-/// Room for an atom header and `size` bytes of a CDP; the atom size has only its low byte.
-std::vector<std::uint8_t> atomBytes(std::size_t size) {
-    std::vector<std::uint8_t> bytes(captionsample::kAtomHeaderBytes + size);
+constexpr std::size_t kMaximumDataCount = 255;
+
+/// An atom of a CDP; the atom size has only its low byte.
+std::vector<std::uint8_t> atomBytes(std::span<const std::uint8_t> packet) {
+    std::vector<std::uint8_t> bytes(captionsample::kAtomHeaderBytes + packet.size());
     captionsample::writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(bytes.size()), captionsample::kAtomCEA708);
+    std::copy(packet.begin(), packet.end(), bytes.begin() + captionsample::kAtomHeaderBytes);
     return bytes;
 }
 
@@ -65,12 +71,11 @@ std::optional<Payload> findInLine8(Line line) {
         const bool cdp = did == kCaptionDID && sdid == kCDPSDID;
         if (cdp || (did == kOP47DID && sdid == kOP47SDID)) {
             const std::size_t size = luma.userDataWord(position, kLengthWord);
-            Payload payload{cdp ? Kind::CDP : Kind::OP47, cdp ? atomBytes(size) : std::vector<std::uint8_t>(size)};
-            const std::size_t start = payload.bytes.size() - size;
+            std::vector<std::uint8_t> userData(size);
             for (std::size_t index = 0; index < size; ++index) {
-                payload.bytes[start + index] = luma.userDataWord(position, index);
+                userData[index] = luma.userDataWord(position, index);
             }
-            return payload;
+            return cdp ? Payload{Kind::CDP, atomBytes(userData)} : Payload{Kind::OP47, std::move(userData)};
         }
         position += 2 * std::uint64_t{luma.at(position + 11)} + 14;
     }
@@ -109,16 +114,10 @@ private:
     std::uint64_t _count;
 };
 
-/// The header of a 10-bit OP-47 payload: field and line of the packet, its identifiers and its data count.
-std::vector<std::uint8_t> op47Bytes(std::uint8_t dataCount) {
-    constexpr std::size_t kHeaderBytes = 19;
-    std::vector<std::uint8_t> bytes(kHeaderBytes + dataCount);
-    bytes[1] = 0x01;
-    bytes[3] = 0x0C;
-    bytes[16] = kOP47DID;
-    bytes[17] = kOP47SDID;
-    bytes[18] = dataCount;
-    return bytes;
+/// The bytes of a 10-bit OP-47 payload: an element of one packet on line 12.
+std::vector<std::uint8_t> op47Bytes(std::span<const std::uint8_t> userData) {
+    constexpr std::uint64_t kOP47Line = 12;
+    return ancelement::bareElement(1, {kOP47Line, kOP47DID, kOP47SDID, userData});
 }
 
 std::optional<Payload> findInLine10(Line line) {
@@ -129,12 +128,12 @@ std::optional<Payload> findInLine10(Line line) {
         const auto dataCount = static_cast<std::uint8_t>(v210::highSample(words.at(word + 3)));
         const bool cdp = did == anc::word(kCaptionDID) && sdid == anc::word(kCDPSDID);
         if (cdp || (did == anc::word(kOP47DID) && sdid == anc::word(kOP47SDID))) {
-            Payload payload{cdp ? Kind::CDP : Kind::OP47, cdp ? atomBytes(dataCount) : op47Bytes(dataCount)};
-            const std::size_t start = payload.bytes.size() - dataCount;
+            std::array<std::uint8_t, kMaximumDataCount> data{};
             for (std::size_t index = 0; index < dataCount; ++index) {
-                payload.bytes[start + index] = words.userDataWord(index);
+                data[index] = words.userDataWord(index);
             }
-            return payload;
+            const auto userData = std::span(data).first(dataCount);
+            return cdp ? Payload{Kind::CDP, atomBytes(userData)} : Payload{Kind::OP47, op47Bytes(userData)};
         }
         if (dataCount == 0) {
             break;
