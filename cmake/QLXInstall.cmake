@@ -53,7 +53,9 @@ if(TARGET qlxcc)
         DIRECTORY "${PROJECT_SOURCE_DIR}/docs/"
         DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
         COMPONENT Tool
-        FILES_MATCHING PATTERN "*.1")
+        FILES_MATCHING
+        PATTERN "*.1"
+        PATTERN images EXCLUDE)
     # The tool prints its completions itself, so where it cannot run there are none.
     if(NOT CMAKE_CROSSCOMPILING)
         set(qlx_completions "${PROJECT_BINARY_DIR}/completions")

@@ -197,6 +197,7 @@ public:
         std::int32_t lineNumber);
 
     /// An `sbtl`/`op47` sample of the buffers' bytes, one behind the other.
+    /// @param dataBuffers Subtitling data packets in their order; one that is none adds nothing.
     /// @param timingInfo The sample's timing record, as it is.
     /// @return Null when there is no byte or the platform refuses a media object; when it refuses the sample itself, a
     ///   message with its status is printed on standard output (a sample that comes along all the same is given).

@@ -79,11 +79,10 @@ struct LibraryWrapper {
     std::string_view header;  ///< The beginning of what it may include.
 };
 
-/// The one file of the tool that includes a library's headers.
+/// The files of the tool that include a library's headers: one, and for FFmpeg two.
 constexpr LibraryWrapper kLibraryWrappers[] = {
-    {"tools/qlxcc/Container.cpp", "libav"},
-    {"tools/qlxcc/Encoding.cpp", "iconv.h"},
-    {"tools/qlxcc/PngFile.cpp", "png.h"},
+    {"tools/qlxcc/Container.cpp", "libav"},       {"tools/qlxcc/ContainerInput.cpp", "libav"},
+    {"tools/qlxcc/Encoding.cpp", "iconv.h"},      {"tools/qlxcc/PngFile.cpp", "png.h"},
     {"tools/qlxcc/ScreenImage.cpp", "libzvbi.h"},
 };
 

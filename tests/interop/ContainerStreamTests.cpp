@@ -4,8 +4,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+
+// The sanitizers' own memory is not what is measured here.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define QLX_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define QLX_SANITIZED 1
+#endif
+#endif
 
 namespace {
 
@@ -119,6 +131,71 @@ TEST_P(ContainerStream, GivesBackTheCaptionsOfEveryPictureInOrder) {
 
 INSTANTIATE_TEST_SUITE_P(Formats, ContainerStream, ::testing::Values("mp4", "mov", "ts", "mpg", "mxf"));
 
+TEST(ElementaryStream, GivesBackTheCaptionsOfEveryPicture) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    const std::string source =
+        "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") + "' -a53cc 1 ";
+    run(folder, source + "-c:v libx264 -x264-params b-adapt=0:bframes=3:keyint=20:open-gop=0 -f h264 -y '" +
+                    folder.path("a.264") + "'");
+    run(folder, source + "-c:v mpeg2video -bf 2 -g 12 -f mpeg2video -y '" + folder.path("a.m2v") + "'");
+    for (const std::string& name : std::vector<std::string>{"a.264", "a.m2v"}) {
+        // In the order of presentation.
+        const auto lines = linesOf(runTool({"scan", folder.path(name)}).out);
+        ASSERT_EQ(lines.size(), 2U + 2 * kPictures) << name;
+        for (int number = 0; number < kPictures; ++number) {
+            const std::string& line = lines[1 + 2 * static_cast<std::size_t>(number)];
+            EXPECT_TRUE(line.ends_with("  in the picture         6  " + tripletsOf(number))) << name << ": " << line;
+        }
+        // In the order of the stream: the first P picture comes before the three or two B pictures in front of it.
+        auto units = linesOf(runTool({"extract", folder.path(name)}).out);
+        ASSERT_EQ(units.size(), 2U + kPictures) << name;
+        EXPECT_TRUE(units.back().ends_with(", 50 with caption data")) << units.back();
+        EXPECT_TRUE(units[1].ends_with("      6  " + tripletsOf(0))) << units[1];
+        EXPECT_TRUE(units[2].ends_with("      6  " + tripletsOf(name == "a.264" ? 4 : 3))) << units[2];
+        std::vector<std::string> found;
+        std::vector<std::string> expected;
+        for (int number = 0; number < kPictures; ++number) {
+            const std::string& unit = units[1 + static_cast<std::size_t>(number)];
+            found.push_back(unit.substr(unit.rfind(' ') + 1));
+            expected.push_back(tripletsOf(number));
+        }
+        std::sort(found.begin(), found.end());
+        EXPECT_EQ(found, expected) << name;
+    }
+}
+
+// At 30000/1001 pictures a second picture n is at n durations, whatever the container counts in.
+TEST(ContainerStream, DoesNotDrift) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    for (const char* const name : {"a.ts", "a.mxf", "a.mpg", "a.mp4"}) {
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -r 30000/1001 -i '" + folder.path("numbered.m2v") +
+                        "' -c:v mpeg2video -bf 2 -g 12 -y '" + folder.path(name) + "'");
+        const auto lines = linesOf(runTool({"extract", folder.path(name), "--json"}).out);
+        ASSERT_EQ(lines.size(), static_cast<std::size_t>(kPictures)) << name;
+        std::vector<double> seconds;
+        for (const std::string& line : lines) {
+            long long value = 0;
+            long long timescale = 0;
+            const std::string time = line.substr(line.find(R"("pts":)"));
+            ASSERT_EQ(std::sscanf(time.c_str(), R"("pts":{"value":%lld,"timescale":%lld})", &value, &timescale), 2);
+            seconds.push_back(static_cast<double>(value) / static_cast<double>(timescale));
+        }
+        for (int number = 0; number < kPictures; ++number) {
+            // A tick of 90 kHz on either side.
+            EXPECT_NEAR(seconds[static_cast<std::size_t>(number)] - seconds[0], number * 1001 / 30000.0, 2 / 90000.0)
+                << name << " " << number;
+        }
+    }
+}
+
 TEST(ContainerStream, IsReadFromAPipe) {
     if (!hasTools()) {
         GTEST_SKIP() << kNoTools;
@@ -131,6 +208,41 @@ TEST(ContainerStream, IsReadFromAPipe) {
         EXPECT_EQ(runTool({"scan", "-"}, {.input = folder.read(name)}).out, runTool({"scan", folder.path(name)}).out)
             << name;
     }
+}
+
+TEST(ContainerStream, DoesNotPassOverALongGapSilently) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    const std::string file = folder.path("a.mpg");
+    run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                    "' -c:v mpeg2video -y '" + file + "'");
+    std::filesystem::resize_file(file, 100'000'000);
+    const ToolResult result = runTool({"extract", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(qlxtest::isOneMessage(result.err)) << result.err;
+    EXPECT_NE(result.err.find(": no picture that can be read in "), std::string::npos) << result.err;
+    EXPECT_EQ(linesOf(result.out).back(), "50 frames, 50 with caption data");
+}
+
+TEST(ContainerStream, TakesLittleMemoryForGreatPictures) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.ts");
+    run(folder,
+        "ffmpeg -nostdin -v error -f lavfi -i color=s=7680x4320:r=25:d=0.12 -c:v libx264 -preset ultrafast -y '" +
+            file + "'");
+    const ToolResult result = runTool({"extract", file});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(linesOf(result.out).back(), "3 frames, 0 with caption data");
+#ifndef QLX_SANITIZED
+    // One decoded picture of three would take half of it.
+    EXPECT_LT(result.peakMemory, 100'000'000U);
+#endif
 }
 
 TEST(ContainerStream, IsListedUpToWhereItIsCut) {

@@ -90,6 +90,9 @@ if ((EUID == 0)); then
     expect "version on an empty root" "qlxcc $version" "$(chroot "$root" /usr/bin/qlxcc --version)"
 fi
 [[ $(gzip -dc "$root/usr/share/man/man1/qlxcc.1.gz") == ".TH QLXCC 1 "* ]] || fail "no manual page"
+for page in "$here"/../../docs/*.1; do
+    gzip -t "$root/usr/share/man/man1/$(basename "$page").gz" || fail "no manual page $(basename "$page")"
+done
 [[ -s $root/usr/share/bash-completion/completions/qlxcc ]] || fail "no completion for bash"
 [[ $(head -n 1 "$root/usr/share/zsh/vendor-completions/_qlxcc") == "#compdef qlxcc" ]] || fail "no completion for zsh"
 for package in "$library" "$development" qlxcc; do

@@ -64,6 +64,36 @@ TEST(PlayCaptions, GivesEveryByteOfEveryFrame) {
     EXPECT_EQ(result.out, jsonLines(expectedPackets(emptyCdpHex(3, 24))));
 }
 
+TEST(PlayCaptions, SaysWhatHasNoPlaceInACaption) {
+    const TemporaryFolder folder;
+    const std::string longest(31, 'x');
+    const std::string file =
+        folder.write("in.srt", srt({{"00:00:04,000", "00:00:05,000", longest + "\n" + longest},
+                                    {"00:00:06,000", "00:00:07,000", "one\ntwo\nthree"},
+                                    {"00:00:08,000", "00:00:09,000", longest + "yz\n\xC3\xA9" + longest},
+                                    {"00:00:10,000", "00:00:11,000", longest + "y\ntwo\nthree\nfour"}}));
+    const std::string begin = "qlxcc: warning: " + file + ": cue ";
+    const std::string end = " left out: a caption has 2 rows of 31 characters\n";
+    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err,
+              begin + "2: 1 row" + end + begin + "3: 3 characters" + end + begin + "4: 2 rows and 1 character" + end);
+    EXPECT_EQ(runTool(captionArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");
+    // Only of what is played.
+    EXPECT_EQ(runTool(captionArguments(file, "25", {"--format", "jsonl", "--from", "9.5"})).err,
+              begin + "4: 2 rows and 1 character" + end);
+}
+
+TEST(PlayCaptions, DoesNotRepeatItselfForEveryCue) {
+    std::vector<qlxtest::Cue> cues(13, {"00:00:04,000", "00:00:05,000", "one\ntwo\nthree"});
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt(cues));
+    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(linesOf(result.err).size(), 11U);
+    EXPECT_EQ(linesOf(result.err).back(), "qlxcc: warning: " + file + ": 3 more cues cut as well");
+}
+
 TEST(PlayCaptions, LeavesFramesEmptyOnRequest) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoLines);

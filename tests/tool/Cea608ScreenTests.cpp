@@ -195,6 +195,19 @@ TEST(Characters, ComeFromAllSets) {
     EXPECT_FALSE(receiver.cell(15, 7).isVisible);
 }
 
+TEST(Characters, AreThoseOfAScreen) {
+    Receiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60).control(0x11, 0x37);
+    // Each takes the place of the letter that is sent before it for receivers that do not know it.
+    for (const unsigned code : {0x26U, 0x29U, 0x2AU, 0x2EU, 0x2FU}) {
+        receiver.text("x").control(0x12, code);
+    }
+    for (const unsigned code : {0x36U, 0x3CU, 0x3DU, 0x3EU, 0x3FU}) {
+        receiver.text("x").control(0x13, code);
+    }
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪‘'—“”¤┌┐└┘"});
+}
+
 TEST(Cursor, MovesWithTabsAndBackspace) {
     Receiver receiver;
     receiver.resumeLoading().control(0x14, 0x60).control(0x17, 0x21).text("a").control(0x17, 0x22).text("b");
@@ -273,10 +286,22 @@ TEST(ControlCode, CountsOnceWhenItComesTwice) {
     receiver.control(0x14, 0x29).control(0x14, 0x60);
     // Twice is once, three times are two.
     receiver.pair(odd(0x11), odd(0x37)).pair(odd(0x11), odd(0x37)).pair(odd(0x11), odd(0x37)).text("a");
-    EXPECT_EQ(receiver.lines(), Lines{"  15   ♫♫a"});
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪♪a"});
     // With something in between it is another one.
     receiver.pair(odd(0x11), odd(0x37)).text("b").pair(odd(0x11), odd(0x37));
-    EXPECT_EQ(receiver.lines(), Lines{"  15   ♫♫a♫b♫"});
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪♪a♪b♪"});
+}
+
+TEST(ControlCode, IsNoRepetitionBehindAGap) {
+    Cea608Screen screen;
+    for (const std::uint8_t code : {std::uint8_t{0x29}, std::uint8_t{0x60}}) {
+        (void)screen.receive(odd(0x14), odd(code));
+    }
+    EXPECT_TRUE(screen.receive(odd(0x11), odd(0x37)));
+    screen.expectNoRepetition();
+    EXPECT_TRUE(screen.receive(odd(0x11), odd(0x37)));
+    EXPECT_FALSE(screen.receive(odd(0x11), odd(0x37)));
+    EXPECT_EQ(screenLines(screen.screen(), false), Lines{"  15   ♪♪"});
 }
 
 TEST(Damage, IsShownOrIgnored) {
@@ -293,6 +318,19 @@ TEST(Damage, IsShownOrIgnored) {
     // Codes below 0x20 and codes without a meaning show nothing.
     receiver.text("\x01\x1F").pair(odd(0x16), odd(0x20)).pair(odd(0x14), odd(0x3F)).pair(odd(0x14), odd(0x10));
     EXPECT_EQ(receiver.lines(), Lines());
+}
+
+TEST(Damage, OfARepetitionIsIgnored) {
+    Receiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60);
+    // The first byte is wrong and the second is the one that is expected: nothing is shown, and nothing comes again.
+    receiver.pair(odd(0x11), odd(0x37)).pair(odd(0x11) ^ 0x80U, odd(0x37)).text("a");
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪a"});
+    receiver.pair(odd(0x11), odd(0x37)).pair(odd(0x11) ^ 0x80U, odd(0x37)).pair(odd(0x11), odd(0x37));
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪a♪♪"});
+    // Another second byte is a character.
+    receiver.text("b").pair(odd(0x11), odd(0x37)).pair(odd(0x11) ^ 0x80U, odd('8'));
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪a♪♪b♪█8"});
 }
 
 TEST(Channels, AreKeptApart) {
@@ -314,6 +352,9 @@ TEST(Channels, PassOverTextAndExtendedData) {
     receiver.control(0x14, 0x29).control(0x14, 0x60).text("a").control(0x14, 0x2B).text("text").control(0x14, 0x2D);
     receiver.control(0x14, 0x29).text("b");
     EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
+    // Field 1 has no extended data; a pair that looks like it shows nothing, and what follows is text again.
+    receiver.pair(odd(0x01), odd('x')).text("c");
+    EXPECT_EQ(receiver.lines(), Lines{"  15   abc"});
     // Field 2: a packet (here a programme's name) begins with a class and a type, and ends with 0x0F and its checksum.
     Receiver other({2, 1});
     other.control(0x15, 0x29).control(0x14, 0x60).text("a").pair(odd(0x01), odd(0x03)).text("NAME");

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 
@@ -172,6 +174,43 @@ TEST(Extract, TakesAllThirtyOneTriplets) {
     }
     EXPECT_EQ(runTool({"extract", file, "--json", "--format", "cc1"}).out,
               R"({"unit":0,"offset":0,"data":")" + pairs + "\"}\n");
+}
+
+TEST(Extract, WritesToAFile) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.264", streamOf(kH264));
+    const ToolResult result = runTool({"extract", file, "-o", folder.path("list")});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(folder.read("list"), listOf(kH264, "5 access units of H.264, 3 with caption data"));
+    EXPECT_EQ(runTool({"extract", file, "-o", file}).exitCode, 1);
+    EXPECT_EQ(runTool({"extract", folder.write("none", Bytes(100, 1)), "-o", folder.path("other")}).exitCode, 1);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.264", "list", "none"}));
+}
+
+TEST(Extract, SearchesForTheFirstStartCodeAWhile) {
+    const TemporaryFolder folder;
+    const std::size_t most = std::size_t{64} << 20U;
+    const std::string file = folder.write("a.264", "");
+    const auto put = [&](std::size_t place) {
+        std::filesystem::resize_file(file, 0);
+        std::filesystem::resize_file(file, place);
+        std::ofstream stream(file, std::ios::binary | std::ios::app);
+        const Bytes unit = fromHex(kLong + "09f0" + kShort + kSei + kShort + kIdr);
+        stream.write(reinterpret_cast<const char*>(unit.data()), static_cast<std::streamsize>(unit.size()));
+    };
+    put(most - 4);
+    ToolResult result = runTool({"extract", file});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(result.out.ends_with("1 access unit of H.264, 1 with caption data\n")) << result.out;
+    put(4 * most);
+    result = runTool({"extract", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err,
+              "qlxcc: " + file +
+                  ": byte 0: no start code (00 00 01) in the first 64 MiB: this is neither H.264 in Annex B "
+                  "form nor MPEG-2 video\n");
 }
 
 TEST(Extract, RefusesWhatIsNoVideoStream) {

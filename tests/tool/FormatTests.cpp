@@ -230,12 +230,12 @@ TEST(Teletext, IsDescribedInWords) {
     const auto words = [](const std::string& packet) { return teletextInWords(fromHex(packet)); };
     EXPECT_EQ(words(qlxtest::fillingHex(qlxtest::kOddLines, 7)), "filling");
     EXPECT_EQ(words(qlxtest::eraseHex(0)), "page 888 erase");
-    EXPECT_EQ(words(qlxtest::closeHex(0)), "page 88F close");
+    EXPECT_EQ(words(qlxtest::closeHex(0)), "page 8F8 close");
     EXPECT_EQ(words(qlxtest::bonjourHex(0)), "row 11");
-    // 0x02 and 0x5e are Hamming codes of 1 and 3: page 13 of magazine 8.
+    // 0x02 and 0x5e are Hamming codes of 1 and 3, units in front: page 31 of magazine 8 (ETSI EN 300 706).
     EXPECT_EQ(words(qlxtest::packetHex(
                   "0a0b0c", pageHeaderHex("025e", false) + qlxtest::bonjourRowHex() + qlxtest::bonjourRowHex(), 0)),
-              "page 813, rows 11,11");
+              "page 831, rows 11,11");
     // One bit of the address is wrong, which is put right: 159b becomes 149b. Two are too many: 169b.
     std::string damaged = qlxtest::bonjourHex(0);
     ASSERT_EQ(damaged.substr(24, 4), "159b");

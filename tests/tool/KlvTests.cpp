@@ -72,8 +72,8 @@ TEST(Klv, RefusesLengthsThatAreNone) {
               "memory: byte 16: KLV length of 9 bytes (at most 8 are possible)");
     EXPECT_EQ(readAll(joined({kAncKeyHex, "ff", kCaptionElementHex})).failure,
               "memory: byte 16: KLV length of 127 bytes (at most 8 are possible)");
-    EXPECT_EQ(readAll(joined({"11111111111111111111111111111111", "ff"})).failure,
-              "memory: byte 16: KLV length of 127 bytes (at most 8 are possible) "
+    EXPECT_EQ(readAll(joined({kOtherKeyHex, "00", "11111111111111111111111111111111", "ff"})).failure,
+              "memory: byte 33: KLV length of 127 bytes (at most 8 are possible) "
               "(no SMPTE key here: is this a KLV file?)");
 }
 
@@ -141,8 +141,33 @@ TEST(Klv, SaysHowMuchOfACutTripletIsThere) {
     EXPECT_EQ(failure(18), "memory: byte 0: KLV triplet cut short: 1 of 3 bytes of the length");
     EXPECT_EQ(failure(20), "memory: byte 0: KLV triplet cut short: 0 of 24 bytes of the value");
     EXPECT_EQ(failure(43), "memory: byte 0: KLV triplet cut short: 23 of 24 bytes of the value");
-    EXPECT_EQ(readAll(fromHex("aa")).failure, "memory: byte 0: KLV triplet cut short: 1 of 16 bytes of the key "
-                                              "(no SMPTE key here: is this a KLV file?)");
+    EXPECT_EQ(readAll(joined({kOtherKeyHex, "00", "aa"})).failure,
+              "memory: byte 17: KLV triplet cut short: 1 of 16 bytes of the key "
+              "(no SMPTE key here: is this a KLV file?)");
+}
+
+TEST(Klv, RefusesAFileThatBeginsWithNoLabelAtOnce) {
+    const std::string message = "memory: byte 0: no SMPTE key (06 0E 2B 34 ...): this is no KLV file";
+    EXPECT_EQ(readAll(fromHex("aa")).failure, message);
+    EXPECT_EQ(readAll(std::vector<std::uint8_t>(1000, 0)).failure, message);
+    EXPECT_EQ(
+        readAll(joined({"11111111111111111111111111111111", "01", "00", kAncKeyHex, "18", kCaptionElementHex})).failure,
+        message);
+}
+
+TEST(Klv, WalksOnlyAWhileWithoutLabels) {
+    // Zeros are triplets of 17 bytes without a value. Behind the first one (17 bytes) 1000 of them are passed over.
+    std::vector<std::uint8_t> bytes = joined({kOtherKeyHex, "00"});
+    bytes.resize(17 + 1000 * 17);
+    const auto element = joined({kAncKeyHex, "18", kCaptionElementHex});
+    bytes.insert(bytes.end(), element.begin(), element.end());
+    const Reading reading = readAll(bytes);
+    EXPECT_EQ(reading.failure, "");
+    ASSERT_EQ(reading.frames.size(), 1U);
+    expectCaption(reading.frames.front(), 0);
+    bytes.resize(17 + 1000 * 17);
+    bytes.resize(100000);
+    EXPECT_EQ(readAll(bytes).failure, "memory: byte 17017: no SMPTE key (06 0E 2B 34 ...) in 1000 triplets");
 }
 
 TEST(Klv, SaysWhenAnElementGivesFewerPacketsThanItAnnounces) {

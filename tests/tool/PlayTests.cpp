@@ -193,15 +193,15 @@ TEST(Play, PrintsTheScheduleOfWhatChanges) {
                                  "time             frame  F1 line 12        F2 line 575       subtitle\n"
                                  "00:00:00,000         0  filling           filling           -\n"
                                  "00:00:01,040        26  filling           page 888 erase    Bonjour / \xC3\xA0 tous\n"
-                                 "00:00:01,080        27  rows 10,2         page 88F close    Bonjour / \xC3\xA0 tous\n"
+                                 "00:00:01,080        27  rows 10,2         page 8F8 close    Bonjour / \xC3\xA0 tous\n"
                                  "00:00:01,120        28  filling           filling           Bonjour / \xC3\xA0 tous\n"
                                  "00:00:02,000        50  filling           page 888 erase    -\n"
-                                 "00:00:02,040        51  filling           page 88F close    -\n"
+                                 "00:00:02,040        51  filling           page 8F8 close    -\n"
                                  "00:00:02,080        52  filling           page 888 erase    En haut\n"
-                                 "00:00:02,120        53  row 1             page 88F close    En haut\n"
+                                 "00:00:02,120        53  row 1             page 8F8 close    En haut\n"
                                  "00:00:02,160        54  filling           filling           En haut\n"
                                  "00:00:03,000        75  filling           page 888 erase    -\n"
-                                 "00:00:03,040        76  filling           page 88F close    -\n"
+                                 "00:00:03,040        76  filling           page 8F8 close    -\n"
                                  "00:00:03,080        77  filling           filling           -\n");
 }
 

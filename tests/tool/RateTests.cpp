@@ -202,6 +202,19 @@ TEST(RateChange, WarnsOnceOfPacketsOfAnotherRate) {
                                                                  {captionHex(madeCdp(6, kSecondHalf, 3))}})));
 }
 
+TEST(RateChange, WarnsOnceOfPacketsThatContradictThemselves) {
+    const TemporaryFolder folder;
+    std::string cdp = kWholeCdp;
+    ASSERT_EQ(cdp.substr(14, 4), "72f8");
+    cdp.replace(16, 2, "f7");
+    folder.write("a.klv", fromHex(klvHex({{captionHex(cdp)}, {captionHex(cdp)}})));
+    const ToolResult result = runRate(folder, "a.klv", "25", "50", "b.klv");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.klv") +
+                              ": frame 0, line 9: the caption packet contradicts itself: cc_count 23, behind which fa "
+                              "begins no section\n");
+}
+
 TEST(RateChange, RefusesBrokenInputAndLeavesNoFile) {
     const TemporaryFolder folder;
     const auto refusal = [&](const std::string& hex, const std::string& message) {

@@ -70,11 +70,41 @@ TEST(CaptionPacket, SaysWhatIsMissing) {
     EXPECT_EQ(inWords("96690d3f7f0000720074000050"), "CDP: 25 frames/s, counter 0, 0 triplets; length and checksum as "
                                                      "in the standard");
     EXPECT_TRUE(inWords("96690d3f7f000072f4fc9420fa")
-                    .starts_with("CDP: 25 frames/s, counter 0, 20 triplets (1 are there): field 1 9420; length as in "
+                    .starts_with("CDP: 25 frames/s, counter 0, 1 triplet (cc_count 20, of which 1 is there): field 1 "
+                                 "9420; length as in "
                                  "the standard, checksum fa"));
     // A time code section stands in front of the triplets.
     EXPECT_TRUE(inWords("9669193fff0000718081828372e2fc9420fd152c740000ff00")
                     .starts_with("CDP: 25 frames/s, counter 0, 2 triplets: field 1 9420, field 2 152c; "));
+}
+
+TEST(CaptionPacket, SaysWhereItContradictsItself) {
+    const std::string right = cdpHex(3, "fc942cfd8080fa0000");
+    ASSERT_EQ(right.substr(14, 4), "72e3");
+    const auto beginning = [](const std::string& words) { return "CDP: 25 frames/s, counter 0, " + words; };
+    EXPECT_TRUE(inWords(right).starts_with(beginning("3 triplets: field 1 942c, field 2 8080, 1 padding; ")));
+    // One triplet less than there are: fa, the third one's first byte, stands where a section would begin.
+    std::string wrong = right;
+    wrong.replace(16, 2, "e2");
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning(
+        "2 triplets (cc_count 2, behind which fa begins no section): field 1 942c, field 2 8080; length as in the ")))
+        << inWords(wrong);
+    // One more: 73 f2 e0, with which the services begin, are taken for a triplet, and 20 follows.
+    wrong.replace(16, 2, "e4");
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning("4 triplets (cc_count 4, behind which 20 begins no section): ")))
+        << inWords(wrong);
+    // Far too many: 38 bytes are there, of which 9 stand in front of the triplets; 29 bytes are 9 triplets and 2 bytes.
+    wrong.replace(16, 2, "ff");
+    ASSERT_EQ(wrong.size(), 2U * 38);
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning("9 triplets (cc_count 31, of which 9 are there): ")))
+        << inWords(wrong);
+    // Announced by the flags (40), but not there.
+    wrong = right;
+    wrong.replace(14, 2, "55");
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning("no caption data (section 55 where cc_data (72) is announced); ")))
+        << inWords(wrong);
+    wrong.replace(8, 2, "3f");
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning("no caption data; "))) << inWords(wrong);
 }
 
 TEST(CaptionPacket, IsReadAtEveryLength) {

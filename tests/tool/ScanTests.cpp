@@ -165,6 +165,51 @@ TEST(Scan, GivesOneLineForOneDamagedPacket) {
                               "80 while remaining bytes in buffer is 42\n");
 }
 
+TEST(Scan, WritesToAFile) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.klv", joined({kAncKeyHex, "18", kCaptionElementHex}));
+    for (const std::string& option : std::vector<std::string>{"-o", "--output"}) {
+        for (const bool isJson : {false, true}) {
+            std::vector<std::string> arguments{"scan", file};
+            if (isJson) {
+                arguments.emplace_back("--json");
+            }
+            const std::string printed = runTool(arguments).out;
+            EXPECT_NE(printed, "");
+            arguments.insert(arguments.end(), {option, folder.path("list")});
+            const ToolResult result = runTool(arguments);
+            EXPECT_EQ(result.exitCode, 0);
+            EXPECT_EQ(result.out + result.err, "");
+            EXPECT_EQ(folder.read("list"), printed);
+        }
+    }
+    const ToolResult refused = runTool({"scan", file, "-o", file});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(qlxtest::isOneMessage(refused.err)) << refused.err;
+    EXPECT_EQ(folder.read("a.klv").size(), 41U);
+}
+
+TEST(Scan, WritesNoFileThatMissesSomething) {
+    const TemporaryFolder folder;
+    const std::string list = folder.path("list");
+    const std::string damaged = folder.write("a.v210", damagedRow());
+    ToolResult result = runTool({"scan", damaged, "--width", "48", "-o", list, "--quiet"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "qlxcc: " + damaged +
+                              ": frame 0, line 0: VANC Packet issue: Packed header defines Packet of size "
+                              "80 while remaining bytes in buffer is 42\n"
+                              "qlxcc: " +
+                              damaged + ": 1 problem: not every packet could be read; " + list + " is not written\n");
+    auto bytes = joined({kAncKeyHex, "18", kCaptionElementHex, kAncKeyHex, "83000018", kCaptionElementHex});
+    bytes.pop_back();
+    const std::string cut = folder.write("a.klv", bytes);
+    result = runTool({"scan", cut, "-o", list});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "qlxcc: " + cut + ": byte 41: KLV triplet cut short: 23 of 24 bytes of the value\n");
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.klv", "a.v210"}));
+}
+
 TEST(Scan, ReportsACutTripletBehindWhatItFound) {
     const TemporaryFolder folder;
     auto bytes = joined({kAncKeyHex, "18", kCaptionElementHex, kAncKeyHex, "83000018", kCaptionElementHex});

@@ -133,6 +133,33 @@ TEST(Show, ReadsScenaristFiles) {
     EXPECT_EQ(shown(open, {"--all"}), "00:00:00,066 - end  captions CC1\n  15   Hi\n");
 }
 
+TEST(Show, TakesCodesOfDistantFramesAsTwo) {
+    const TemporaryFolder folder;
+    // Two rows that roll up, each code sent once: the return at the end of a line and the one that begins the next.
+    const std::string file =
+        folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9425 9470 c8e9 94ad\n\n00:00:02:00\t94ad\n");
+    // Frames 2 and 3 show the text and move it to row 14; frame 60 (2.002 s) moves it out.
+    EXPECT_EQ(shown(file, {"--all"}), "00:00:00,066 - 00:00:00,100  captions CC1\n  15   Hi\n"
+                                      "\n00:00:00,100 - 00:00:02,002  captions CC1\n  14   Hi\n");
+    // A pair that travels in every other frame has its repetition there.
+    const auto frame = [](int number, const std::string& pair) {
+        return R"({"frame":)" + std::to_string(number) + R"(,"packets":[{"line":9,"did":97,"sdid":2,"data":"80)" +
+               pair + "\"}]}\n";
+    };
+    const std::string fast = folder.write("a.jsonl", frame(0, "9425") + frame(2, "9470") + frame(4, "c8e9") +
+                                                         frame(6, "94ad") + frame(8, "94ad") + frame(11, "94ad"));
+    EXPECT_EQ(shown(fast, {"--rate", "50", "--all"}), "00:00:00,080 - 00:00:00,120  captions CC1\n  15   Hi\n"
+                                                      "\n00:00:00,120 - 00:00:00,220  captions CC1\n  14   Hi\n");
+}
+
+TEST(Show, SaysTheTimeOfAFrameAsItsListDoes) {
+    const TemporaryFolder folder;
+    // Frame 32 at 29.97 is at 1.06773 s.
+    const std::string file = folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:01:00\t9429 9470 c8e9\n");
+    EXPECT_EQ(shown(file, {"--at", "00:00:01:02"}),
+              "captions CC1 at 00:00:01,067, since 00:00:01,067 (frame 32):\n  15   Hi\n");
+}
+
 TEST(Show, GivesAPageAsJSON) {
     const TemporaryFolder folder;
     EXPECT_EQ(shown(played(folder, "a.klv"), {"--rate", "25", "--at", "1.5", "--json", "--page", "888"}),
@@ -265,6 +292,35 @@ TEST(Show, DrawsAPicture) {
     if (runTool({"show", file, "--rate", "25", "--at", "1.5", "--png", folder.path("a.png")}).exitCode == 0) {
         EXPECT_EQ(folder.read("a.png").substr(1, 3), "PNG");
     }
+}
+
+TEST(Show, DrawsTheSignsOfCaptions) {
+    // Left of row 15, in cells of 16 x 26 pixels: the characters of the codes 0x12 and 0x13, and basic ones.
+    const TemporaryFolder folder;
+    const auto drawn = [&folder](const std::string& pairs) {
+        const std::string file = folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9429 9470 " + pairs + "\n");
+        if (runTool({"show", file, "--at", "1", "--png", folder.path("a.ppm")}).exitCode != 0) {
+            return std::string();
+        }
+        const std::string content = folder.read("a.ppm");
+        const std::size_t head = content.size() - std::size_t{544} * 390 * 3;
+        std::string cell;
+        for (std::size_t y = 14 * 26; y < 15 * 26; ++y) {
+            cell += content.substr(head + (y * 544 + 16) * 3, std::size_t{16} * 3);
+        }
+        return cell;
+    };
+    const std::string cedilla = drawn("fb80");
+    if (cedilla.empty()) {
+        GTEST_SKIP() << "the tool was built without libzvbi";
+    }
+    // The left brace (13 29) has the ASCII code that CEA-608 gives to this letter; so has the asterisk (12 28) to a acute.
+    EXPECT_NE(drawn("1329"), cedilla);
+    EXPECT_NE(drawn("92a8"), drawn("2a80"));
+    // Neither a bullet (12 2d) nor a corner (13 bc) is what is drawn for an unknown character (12 2c, the service mark).
+    const std::string unknown = drawn("922c");
+    EXPECT_NE(drawn("92ad"), unknown);
+    EXPECT_EQ(drawn("13bc"), drawn("ab80"));
 }
 
 TEST(Show, WritesAPictureOfOneScreenOnly) {

@@ -73,6 +73,12 @@ TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
               (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
 }
 
+TEST(PictureOrder, TakesStartCodesWithoutAUnitBehind) {
+    EXPECT_EQ(orderOf(VideoCodec::H264, {"000001000001000001", kParameters + "000001 000001" + slice(0x65, 0),
+                                         slice(0x41, 4), slice(0x01, 2)}),
+              (std::vector<int>{0, 1, 3, 2}));
+}
+
 TEST(PictureOrder, KeepsTheStreamsOrderWithoutParameters) {
     EXPECT_EQ(orderOf(VideoCodec::H264, {slice(0x65, 0), slice(0x41, 8), slice(0x01, 4)}), (std::vector<int>{0, 1, 2}));
     EXPECT_EQ(orderOf(VideoCodec::H264, {"", "00", "000001", "00000167", "0000016742", "00000165"}),
@@ -248,6 +254,31 @@ TEST(FrameOrder, HoldsNoMoreThanAllowed) {
     }
     // Sixteen megabytes and nothing beyond wait for the other stream: one less, as a packet takes more than its data.
     EXPECT_EQ(marksOf(order).size(), 25U);
+}
+
+TEST(FrameOrder, ForgetsWhatItDidNotKeep) {
+    // The same captions in the picture and in a track; together the sets that are not kept are more than may wait.
+    FrameOrder order(2);
+    constexpr std::int64_t kFrame = 40'000;
+    const Data triplets(std::vector<std::uint8_t>(std::size_t{64} * 1024, 0xFC));
+    const std::int64_t count = static_cast<std::int64_t>(2 * FrameOrder::kMostBytes / triplets.size());
+    for (std::int64_t index = 0; index < count; ++index) {
+        for (const std::size_t stream : {std::size_t{0}, std::size_t{1}}) {
+            Frame frame;
+            frame.triplets = triplets;
+            order.add({stream, index * kFrame, index * kFrame, frame});
+        }
+        while (order.take()) {
+        }
+    }
+    // Two pictures out of order are still put in order.
+    order.add({0, (count + 1) * kFrame, count * kFrame, frameOf(2)});
+    order.add({0, count * kFrame, count * kFrame, frameOf(1)});
+    order.finish();
+    std::vector<int> marks = marksOf(order);
+    ASSERT_GE(marks.size(), 2U);
+    EXPECT_EQ(marks[marks.size() - 2], 1);
+    EXPECT_EQ(marks.back(), 2);
 }
 
 TEST(FrameOrder, BeginsAnewWhereTheTimesGoBack) {

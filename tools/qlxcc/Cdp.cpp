@@ -18,7 +18,11 @@ constexpr std::size_t kFirstTriplet = 9;
 
 constexpr std::uint8_t kTimeCodeFlag = 0x80;
 constexpr std::uint8_t kTimeCodeId = 0x71;
+constexpr std::uint8_t kCaptionDataFlag = 0x40;
 constexpr std::uint8_t kCaptionDataId = 0x72;
+// Service information, the footer, and those that are to come.
+constexpr std::uint8_t kFirstLaterId = 0x73;
+constexpr std::uint8_t kLastLaterId = 0xEF;
 
 // By cdp_frame_rate; the other codes are reserved.
 constexpr std::array<std::string_view, 9> kRateNames{"", "23.976", "24", "25", "29.97", "30", "50", "59.94", "60"};
@@ -30,7 +34,10 @@ TripletKind kindOf(std::uint8_t flags) {
     return (flags & 4U) == 0 ? TripletKind::Padding : kKinds[flags & 3U];
 }
 
-void readCaptionData(Cdp& cdp, std::span<const std::uint8_t> section) {
+void readCaptionData(Cdp& cdp, std::span<const std::uint8_t> section, bool isAnnounced) {
+    if (isAnnounced && !section.empty() && section[0] != kCaptionDataId) {
+        cdp.otherSection = section[0];
+    }
     if (section.size() < 2 || section[0] != kCaptionDataId) {
         return;
     }
@@ -38,6 +45,11 @@ void readCaptionData(Cdp& cdp, std::span<const std::uint8_t> section) {
     section = section.subspan(2);
     const std::size_t count = std::min<std::size_t>(*cdp.ccCount, section.size() / kTripletSize);
     cdp.triplets = readTriplets(section.first(count * kTripletSize));
+    section = section.subspan(count * kTripletSize);
+    const bool isWhole = count == *cdp.ccCount && !section.empty();
+    if (isWhole && (section[0] < kFirstLaterId || section[0] > kLastLaterId)) {
+        cdp.behindTriplets = section[0];
+    }
 }
 
 /// Neighbours of one kind share its name; padding is only counted.
@@ -62,13 +74,12 @@ std::string inWords(const std::vector<CaptionTriplet>& triplets) {
 }
 
 std::string tripletsOf(const Cdp& cdp) {
+    const std::string contradiction = contradictionIn(cdp);
+    const std::string remark = contradiction.empty() ? "" : " (" + contradiction + ")";
     if (!cdp.ccCount) {
-        return "no caption data";
+        return "no caption data" + remark;
     }
-    std::string text = counted(*cdp.ccCount, "triplet");
-    if (cdp.triplets.size() < *cdp.ccCount) {
-        text += " (" + std::to_string(cdp.triplets.size()) + " are there)";
-    }
+    const std::string text = counted(cdp.triplets.size(), "triplet") + remark;
     return cdp.triplets.empty() ? text : text + ": " + inWords(cdp.triplets);
 }
 
@@ -135,8 +146,25 @@ std::optional<Cdp> readCdp(std::span<const std::uint8_t> data) {
         cdp.timeCodeBytes = kTimeCodeSize;
         rest = rest.subspan(kTimeCodeSize);
     }
-    readCaptionData(cdp, rest);
+    readCaptionData(cdp, rest, (data[4] & kCaptionDataFlag) != 0);
     return cdp;
+}
+
+std::string contradictionIn(const Cdp& cdp) {
+    if (cdp.otherSection) {
+        return "section " + hex(std::span(&*cdp.otherSection, 1)) + " where cc_data (72) is announced";
+    }
+    if (!cdp.ccCount) {
+        return "";
+    }
+    const std::string count = "cc_count " + std::to_string(*cdp.ccCount);
+    if (cdp.triplets.size() < *cdp.ccCount) {
+        return count + ", of which " + std::to_string(cdp.triplets.size()) +
+               (cdp.triplets.size() == 1 ? " is there" : " are there");
+    }
+    return cdp.behindTriplets
+               ? count + ", behind which " + hex(std::span(&*cdp.behindTriplets, 1)) + " begins no section"
+               : "";
 }
 
 std::string cdpInWords(std::span<const std::uint8_t> data) {

@@ -28,9 +28,13 @@ struct CaptionTriplet {
 /// A CDP. What is not there, or not as the standard has it, is said and never refused.
 struct Cdp {
     std::uint8_t rateCode = 0;
-    std::string_view rate;                 ///< The rate of `rateCode`, such as "29.97"; empty for a code without one.
-    std::uint16_t counter = 0;             ///< The header's sequence counter.
-    std::optional<std::uint8_t> ccCount;   ///< None without a cc_data section.
+    std::string_view rate;                ///< The rate of `rateCode`, such as "29.97"; empty for a code without one.
+    std::uint16_t counter = 0;            ///< The header's sequence counter.
+    std::optional<std::uint8_t> ccCount;  ///< None without a cc_data section.
+    /// What follows the header and time code, where the header announces cc_data and this is another section.
+    std::optional<std::uint8_t> otherSection;
+    /// What follows as many triplets as `ccCount` says, where that begins no section: there are more of them, or fewer.
+    std::optional<std::uint8_t> behindTriplets;
     std::vector<CaptionTriplet> triplets;  ///< As many whole ones as there are, at most `ccCount`.
     std::size_t timeCodeBytes = 0;         ///< Size of the time code section: 0 or 5.
     std::size_t size = 0;
@@ -50,6 +54,10 @@ struct Cdp {
 
 /// Reads a packet's data; none when they do not begin as a CDP does, or end inside its header.
 [[nodiscard]] std::optional<Cdp> readCdp(std::span<const std::uint8_t> data);
+
+/// What contradicts itself in a packet's cc_data section: `cc_count 20, of which 1 is there`, `cc_count 2, behind which fa
+/// begins no section`, `section 55 where cc_data (72) is announced`. Empty without a contradiction.
+[[nodiscard]] std::string contradictionIn(const Cdp& cdp);
 
 /// A line: `CDP: 29.97 frames/s, counter 0, 20 triplets: field 1 942c, 19 padding; length and checksum as in the
 /// standard`.

@@ -52,6 +52,38 @@ char32_t characterOf(const Data& utf8) {
     return text.empty() ? U' ' : takeCodePoint(text);
 }
 
+struct StandardCharacter {
+    std::uint8_t group;  ///< The low three bits of the first byte.
+    std::uint8_t code;
+    char32_t character;
+};
+
+/// What a screen shows where the library's tables have another character, or none, for their hosts: the note, the
+/// opening and double quotation marks, the long dash, the currency sign and the corners.
+constexpr std::array<StandardCharacter, 10> kStandardCharacters{{{1, 0x37, U'\u266A'},
+                                                                 {2, 0x26, U'\u2018'},
+                                                                 {2, 0x2A, U'\u2014'},
+                                                                 {2, 0x2E, U'\u201C'},
+                                                                 {2, 0x2F, U'\u201D'},
+                                                                 {3, 0x36, U'\u00A4'},
+                                                                 {3, 0x3C, U'\u250C'},
+                                                                 {3, 0x3D, U'\u2510'},
+                                                                 {3, 0x3E, U'\u2514'},
+                                                                 {3, 0x3F, U'\u2518'}}};
+
+/// The special (group 1) or extended (groups 2 and 3) character of a code from 0x20 or 0x30 to 0x3F.
+char32_t characterOf(std::uint8_t group, std::uint8_t code) {
+    const auto* const standard =
+        std::find_if(kStandardCharacters.begin(), kStandardCharacters.end(),
+                     [=](const StandardCharacter& entry) { return entry.group == group && entry.code == code; });
+    if (standard != kStandardCharacters.end()) {
+        return standard->character;
+    }
+    return characterOf(group == 1   ? QLXCCUtilities::dataWith608SpecialCharacter(code)
+                       : group == 2 ? QLXCCUtilities::dataWith608ExtSpanishFrenchCharacter(code)
+                                    : QLXCCUtilities::dataWith608ExtPortugueseGermanDanishCharacter(code));
+}
+
 }  // namespace
 
 std::string_view nameOf(CaptionChannel channel) noexcept {
@@ -70,19 +102,24 @@ std::optional<CaptionChannel> captionChannelNamed(std::string_view name) {
 
 bool Cea608Screen::receive(std::uint8_t first, std::uint8_t second) {
     const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
-    if (hasOddParity(first) && firstCode >= kFirstControl && firstCode < kFirstCharacter) {
+    const bool isFirstSound = hasOddParity(first);
+    if (isFirstSound && firstCode >= kFirstControl && firstCode < kFirstCharacter) {
         return receiveControl(first, second);
     }
-    _lastControl = {};
-    if (_channel.field == 2 && hasOddParity(first) && firstCode > 0 && firstCode < kFirstControl) {
-        // 0x0F ends an extended data packet, the others begin or continue one.
-        _isExtendedData = firstCode != 0x0F;
+    const bool isDamagedRepetition = !isFirstSound && second == _lastControl[1] && second != 0;
+    expectNoRepetition();
+    if (isDamagedRepetition) {
+        return false;
+    }
+    if (isFirstSound && firstCode > 0 && firstCode < kFirstControl) {
+        // Field 2: 0x0F ends an extended data packet, the others begin or continue one.
+        _isExtendedData = _channel.field == 2 && firstCode != 0x0F;
         return false;
     }
     if (_isExtendedData || !_isSelected || !writes()) {
         return false;
     }
-    const bool isFirstShown = receiveText(firstCode, hasOddParity(first) || first == 0);
+    const bool isFirstShown = receiveText(firstCode, isFirstSound || first == 0);
     const bool isSecondShown =
         receiveText(static_cast<std::uint8_t>(second & 0x7FU), hasOddParity(second) || second == 0);
     return isFirstShown || isSecondShown;
@@ -128,8 +165,7 @@ bool Cea608Screen::receiveCode(std::uint8_t group, std::uint8_t code) {
         return receiveBackground(kColours[code >> 1U & 7U]);
     }
     if (group == 1) {
-        return code < 0x30 ? receiveMidRow(code)
-                           : put(code == 0x39 ? U'\0' : characterOf(QLXCCUtilities::dataWith608SpecialCharacter(code)));
+        return code < 0x30 ? receiveMidRow(code) : put(code == 0x39 ? U'\0' : characterOf(group, code));
     }
     if (group == 2 || group == 3) {
         return receiveExtended(group, code);
@@ -291,13 +327,8 @@ bool Cea608Screen::receiveBackground(ScreenColor colour) {
 
 /// An extended character takes the place of the one that is sent before it for receivers that do not know it.
 bool Cea608Screen::receiveExtended(std::uint8_t group, std::uint8_t code) {
-    const Data character = group == 2 ? QLXCCUtilities::dataWith608ExtSpanishFrenchCharacter(code)
-                                      : QLXCCUtilities::dataWith608ExtPortugueseGermanDanishCharacter(code);
-    if (character.empty()) {
-        return false;
-    }
     (void)backspace();
-    return put(characterOf(character));
+    return put(characterOf(group, code));
 }
 
 /// Writes at the cursor; the character 0 is a transparent space.

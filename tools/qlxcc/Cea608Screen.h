@@ -30,8 +30,9 @@ struct CaptionChannel {
 
 /// The displayed and the non-displayed memory of one caption channel.
 ///
-/// A control code counts once when it comes twice in a row. A pair whose control code has a parity error is ignored; a
-/// printing character with one becomes a solid block. Text mode and extended data services are passed over.
+/// A control code counts once when it comes twice in a row, also when the first byte of the second one has a parity
+/// error. A pair whose control code has one in its second byte is ignored; a printing character with one becomes a solid
+/// block. Text mode and extended data services are passed over.
 class Cea608Screen {
 public:
     explicit Cea608Screen(CaptionChannel channel = {}) : _channel(channel) {}
@@ -39,6 +40,9 @@ public:
     /// Takes a byte pair of the channel's field, with parity bits.
     /// @return Whether the screen may look different now.
     bool receive(std::uint8_t first, std::uint8_t second);
+
+    /// The next pair is not the one behind the last pair: frames without a pair stood between them.
+    void expectNoRepetition() noexcept { _lastControl = {}; }
 
     /// What is shown now: 15 rows of 34 columns, as text has a solid space on both sides.
     [[nodiscard]] Screen screen() const;

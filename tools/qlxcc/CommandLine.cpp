@@ -125,6 +125,7 @@ void addScan(CLI::App& app, RawScan& raw) {
     scan.add_option("--rows", raw.rows, "Rows in a frame, numbered from 0 (default: one row is a frame)")
         ->type_name("N")
         ->check(CLI::Range(std::uint64_t{1}, kGreatestLine + 1).description(""));
+    scan.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
     scan.add_flag("--json", raw.asJson, "A JSON line for each frame in place of the list");
 }
 
@@ -172,6 +173,7 @@ void addExtract(CLI::App& app, RawExtract& raw) {
     extract.add_option("--format", raw.format, "triplets, cc1 or a53, see below (default: triplets)")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"triplets", "cc1", "a53"}).description(""));
+    extract.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
     extract.add_flag("--json", raw.asJson, "A JSON line for each access unit in place of the list");
 }
 
@@ -314,6 +316,45 @@ CompletionCommand described(CLI::App& app, const std::vector<CompletionOption>& 
     return command;
 }
 
+/// What stands on the command line of the commands that are not of a family.
+struct RawCommands {
+    RawPlay play;
+    RawSubs subs;
+    RawScan scan;
+    RawShow show;
+    RawExtract extract;
+    RawRateChange rate;
+};
+
+void addCommands(CLI::App& app, RawCommands& raw) {
+    addPlay(app, raw.play);
+    addSubs(app, raw.subs);
+    addScan(app, raw.scan);
+    addShow(app, raw.show);
+    addExtract(app, raw.extract);
+    addRateChange(app, raw.rate);
+}
+
+/// The one of them that was given.
+Command givenCommand(const CLI::App& app, const RawCommands& raw) {
+    if (app.got_subcommand("play")) {
+        return checked(raw.play);
+    }
+    if (app.got_subcommand("subs")) {
+        return checked(raw.subs);
+    }
+    if (app.got_subcommand("show")) {
+        return checked(raw.show);
+    }
+    if (app.got_subcommand("extract")) {
+        return checked(raw.extract);
+    }
+    if (app.got_subcommand("rate")) {
+        return checked(raw.rate);
+    }
+    return checked(raw.scan);
+}
+
 ExitNow usageError(const std::string& what, const CLI::App& app) {
     const auto chosen = app.get_subcommands();
     const auto rest = app.remaining();
@@ -342,18 +383,8 @@ Command parseCommandLine(int argc, const char* const* argv, LogOptions& log) {
     addLog(app, log);
     bool isQuiet = false;
     app.add_flag("-q,--quiet", isQuiet, "Say nothing but errors on standard error: no progress, no warnings");
-    RawPlay rawPlay;
-    RawSubs rawSubs;
-    RawScan rawScan;
-    RawShow rawShow;
-    RawExtract rawExtract;
-    RawRateChange rawRateChange;
-    addPlay(app, rawPlay);
-    addSubs(app, rawSubs);
-    addScan(app, rawScan);
-    addShow(app, rawShow);
-    addExtract(app, rawExtract);
-    addRateChange(app, rawRateChange);
+    RawCommands raw;
+    addCommands(app, raw);
     RawLine21 rawLine21;
     const CLI::App& line21 = addLine21(app, rawLine21);
     const ScteCommands scte(app);
@@ -374,22 +405,7 @@ Command parseCommandLine(int argc, const char* const* argv, LogOptions& log) {
         if (completion.parsed()) {
             return CompletionOptions{completionScript(shell, described(app))};
         }
-        if (app.got_subcommand("play")) {
-            return checked(rawPlay);
-        }
-        if (app.got_subcommand("subs")) {
-            return checked(rawSubs);
-        }
-        if (app.got_subcommand("show")) {
-            return checked(rawShow);
-        }
-        if (app.got_subcommand("extract")) {
-            return checked(rawExtract);
-        }
-        if (app.got_subcommand("rate")) {
-            return checked(rawRateChange);
-        }
-        return checked(rawScan);
+        return givenCommand(app, raw);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             (void)app.exit(error, std::cout, std::cerr);

@@ -1,5 +1,6 @@
 #include "Container.h"
 
+#include "ContainerInput.h"
 #include "Errors.h"
 #include "FrameOrder.h"
 #include "Klv.h"
@@ -11,12 +12,9 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdarg>
-#include <cstdio>
+#include <cstdint>
 #include <cstring>
-#include <exception>
-#include <mutex>
+#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -34,9 +32,24 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr int kReadBuffer = 64 * 1024;
-/// No piece of any container is longer.
-constexpr std::size_t kGreatestAllocation = std::size_t{96} * 1024 * 1024;
+constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
+/// No table of any container is longer.
+constexpr std::size_t kGreatestTable = 96 * kMegabyte;
+
+/// The greatest piece of memory that reading packets may take. There are several copies of a picture for a moment, and
+/// damage may make one of a whole file.
+std::size_t greatestPiece(InputKind kind) {
+    switch (kind) {
+    case InputKind::Mov:
+        // The tables of a file in fragments grow while it is read.
+        return kGreatestTable;
+    case InputKind::Mxf:
+        // Pictures may be uncompressed.
+        return 32 * kMegabyte;
+    default:
+        return 16 * kMegabyte;
+    }
+}
 /// As many remarks on damage are passed on.
 constexpr std::size_t kMostRemarks = 20;
 /// As often a reader may ask to be called again without having read anything.
@@ -55,117 +68,6 @@ const char* demuxerOf(InputKind kind) {
         return "mpeg";
     }
 }
-
-std::string errorText(int error) {
-    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-    (void)av_strerror(error, text.data(), text.size());
-    return text.data();
-}
-
-/// What FFmpeg's demuxers have to say of damage. Its log is one for the whole process.
-class Remarks {
-public:
-    static void listen() { av_log_set_callback(&Remarks::receive); }
-
-    static std::vector<std::string> take() {
-        const std::lock_guard lock(_mutex);
-        return std::exchange(_remarks, {});
-    }
-
-private:
-    static void receive(void* object, int level, const char* format, va_list arguments) {
-        // The decoders that look for a stream's parameters stumble over every stream that does not begin with a key
-        // frame: only what is wrong with the container counts.
-        if (level > AV_LOG_ERROR || object == nullptr) {
-            return;
-        }
-        const AVClass* const type = *static_cast<const AVClass* const*>(object);
-        if (type == nullptr || type->class_name == nullptr || std::strcmp(type->class_name, "AVFormatContext") != 0) {
-            return;
-        }
-        std::array<char, 256> text{};
-        (void)std::vsnprintf(text.data(), text.size(), format, arguments);
-        std::string line = text.data();
-        line.erase(line.find_last_not_of(" \r\n") + 1);
-        const std::lock_guard lock(_mutex);
-        if (_remarks.size() < kMostRemarks && !line.empty()) {
-            _remarks.push_back(std::move(line));
-        }
-    }
-
-    inline static std::mutex _mutex;
-    inline static std::vector<std::string> _remarks;
-};
-
-/// An InputFile as FFmpeg reads one. What the file throws waits until FFmpeg has returned.
-class ContainerInput {
-public:
-    explicit ContainerInput(InputFile& source) : _source(source) {
-        auto* const buffer = static_cast<unsigned char*>(av_malloc(kReadBuffer));
-        if (buffer == nullptr) {
-            throw std::bad_alloc();
-        }
-        _context = avio_alloc_context(buffer, kReadBuffer, 0, this, &ContainerInput::read, nullptr,
-                                      source.size() ? &ContainerInput::seek : nullptr);
-        if (_context == nullptr) {
-            av_free(buffer);
-            throw std::bad_alloc();
-        }
-        _context->seekable = source.size() ? AVIO_SEEKABLE_NORMAL : 0;
-    }
-    ~ContainerInput() {
-        // FFmpeg may have put another buffer in place of the first.
-        av_freep(&_context->buffer);
-        avio_context_free(&_context);
-    }
-    ContainerInput(const ContainerInput&) = delete;
-    ContainerInput& operator=(const ContainerInput&) = delete;
-
-    [[nodiscard]] AVIOContext* context() const { return _context; }
-
-    void rethrow() {
-        if (_error) {
-            std::rethrow_exception(std::exchange(_error, nullptr));
-        }
-    }
-
-private:
-    static int read(void* self, std::uint8_t* buffer, int size) {
-        auto& input = *static_cast<ContainerInput*>(self);
-        try {
-            const std::size_t got = input._source.read(std::span(buffer, static_cast<std::size_t>(size)));
-            return got == 0 ? AVERROR_EOF : static_cast<int>(got);
-        } catch (...) {
-            input._error = std::current_exception();
-            return AVERROR(EIO);
-        }
-    }
-
-    static std::int64_t seek(void* self, std::int64_t offset, int whence) {
-        auto& input = *static_cast<ContainerInput*>(self);
-        const auto size = static_cast<std::int64_t>(input._source.size().value_or(0));
-        switch (whence & ~AVSEEK_FORCE) {
-        case AVSEEK_SIZE:
-            return size;
-        case SEEK_SET:
-            break;
-        case SEEK_CUR:
-            offset += static_cast<std::int64_t>(input._source.offset());
-            break;
-        case SEEK_END:
-            offset += size;
-            break;
-        default:
-            return AVERROR(EINVAL);
-        }
-        const bool isDone = offset >= 0 && input._source.seek(static_cast<std::uint64_t>(offset));
-        return isDone ? offset : AVERROR(EINVAL);
-    }
-
-    InputFile& _source;
-    AVIOContext* _context = nullptr;
-    std::exception_ptr _error;
-};
 
 struct FormatCloser {
     void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
@@ -210,27 +112,46 @@ std::optional<Content> contentOf(const AVStream& stream) {
 struct Track {
     int index = 0;
     Content content = Content::H264;
-    std::size_t lengthBytes =
-        0;  ///< H.264 with lengths in front of the NAL units: the bytes of one; 0 for start codes.
+    /// H.264 with lengths in front of the NAL units: the bytes of one; 0 for start codes.
+    std::size_t lengthBytes = 0;
 };
 
 std::span<const std::uint8_t> parametersOf(const AVStream& stream) {
     return {stream.codecpar->extradata, static_cast<std::size_t>(std::max(stream.codecpar->extradata_size, 0))};
 }
 
+/// Times beyond are damage. What remains leaves room for counting on.
+constexpr std::int64_t kGreatestTime = std::int64_t{1} << 60U;
+
+bool isTime(std::int64_t time) {
+    return time != AV_NOPTS_VALUE && time <= kGreatestTime && time >= -kGreatestTime;
+}
+
 std::optional<std::int64_t> microseconds(std::int64_t time, AVRational base) {
-    if (time == AV_NOPTS_VALUE) {
+    if (!isTime(time)) {
         return std::nullopt;
     }
-    return av_rescale_q(time, base, kMicroseconds);
+    const std::int64_t result = av_rescale_q(time, base, kMicroseconds);
+    return isTime(result) ? std::optional(result) : std::nullopt;
 }
 
 std::optional<MediaTime> mediaTime(std::int64_t time, AVRational base) {
-    constexpr std::int64_t kGreatest = std::int64_t{1} << 32U;  // Times a number of 31 bits.
-    if (time == AV_NOPTS_VALUE || (base.num > 1 && (time > kGreatest || time < -kGreatest))) {
+    const std::int64_t greatest = kGreatestTime / std::max(base.num, 1);
+    if (!isTime(time) || time > greatest || time < -greatest) {
         return std::nullopt;
     }
     return MediaTime::make(time * base.num, base.den);
+}
+
+/// The duration of a stream's frames in the timescale of its times; 0 when it is not known, or none that video has.
+std::int64_t frameDuration(const AVStream& stream) {
+    constexpr std::int64_t kLongest = 10;  // Seconds.
+    const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
+    if (rate.num <= 0 || rate.den <= 0) {
+        return 0;
+    }
+    const std::int64_t duration = av_rescale(stream.time_base.den, rate.den, rate.num);
+    return duration > 0 && duration <= kLongest * stream.time_base.den ? duration : 0;
 }
 
 class ContainerReader final : public FrameReader {
@@ -247,6 +168,7 @@ private:
     void passPicturesOn();
     void takeSample(const Track& track, Frame& frame, std::vector<std::string>& problems) const;
     void passRemarksOn(std::vector<std::string>& problems);
+    void remarkOnGap(std::uint64_t begin, std::vector<std::string>& problems);
     void remark(std::string text, std::vector<std::string>& problems);
     [[noreturn]] void fail(const std::string& what, int error);
 
@@ -271,9 +193,11 @@ ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(so
     if (kind == InputKind::TransportStream) {
         _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
     }
-    Remarks::listen();
-    av_max_alloc(kGreatestAllocation);
+    listenToDemuxers();
+    // An MXF file's index is read when it is opened.
+    av_max_alloc(kind == InputKind::Mxf ? kGreatestTable : greatestPiece(kind));
     open();
+    av_max_alloc(greatestPiece(kind));
     chooseTracks();
     _packet.reset(av_packet_alloc());
     if (!_packet) {
@@ -284,13 +208,12 @@ ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(so
     const bool isUnreliable = kind == InputKind::Mxf || kind == InputKind::ProgramStream;
     if (isUnreliable && isVideo(first.content) && first.lengthBytes == 0) {
         const AVStream& stream = *_format->streams[first.index];
-        const AVRational rate = stream.avg_frame_rate.num > 0 ? stream.avg_frame_rate : stream.r_frame_rate;
-        const std::int64_t duration = rate.num > 0 ? av_rescale(stream.time_base.den, rate.den, rate.num) : 0;
         // A pipe does not give an MXF file's index, which has the times; edit units count from 0.
         const auto firstTime = kind == InputKind::Mxf && !source.size()
                                    ? std::optional(MediaTime::make(0, stream.time_base.den))
                                    : std::nullopt;
-        _pictures.emplace(first.content == Content::H264 ? VideoCodec::H264 : VideoCodec::Mpeg2, duration, firstTime);
+        _pictures.emplace(first.content == Content::H264 ? VideoCodec::H264 : VideoCodec::Mpeg2, frameDuration(stream),
+                          firstTime);
     }
 }
 
@@ -298,10 +221,10 @@ ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(so
 void ContainerReader::fail(const std::string& what, int error) {
     _input.rethrow();
     if (error == AVERROR(ENOMEM)) {
-        throw std::bad_alloc();
+        throw failureIn(_source.name(), what + ": it asks for more memory than any such file needs");
     }
-    const std::vector<std::string> remarks = Remarks::take();
-    std::string text = what + ": " + (remarks.empty() ? errorText(error) : remarks.back());
+    const std::vector<std::string> remarks = takeDemuxerRemarks();
+    std::string text = what + ": " + (remarks.empty() ? demuxerErrorText(error) : remarks.back());
     if (!_source.size() && _kind == InputKind::Mov) {
         text += " (from a pipe only files with the index in front can be read)";
     }
@@ -315,7 +238,13 @@ void ContainerReader::open() {
         throw std::bad_alloc();
     }
     context->pb = _input.context();
-    (void)Remarks::take();
+    // No picture is decoded: only parsers look at the streams, which takes little memory whatever they hold.
+    context->codec_whitelist = av_strdup("none");
+    if (context->codec_whitelist == nullptr) {
+        avformat_free_context(context);
+        throw std::bad_alloc();
+    }
+    (void)takeDemuxerRemarks();
     // Frees the context when it fails.
     const int error =
         demuxer == nullptr ? AVERROR_DEMUXER_NOT_FOUND : avformat_open_input(&context, "", demuxer, nullptr);
@@ -415,8 +344,20 @@ void ContainerReader::passPicturesOn() {
 }
 
 void ContainerReader::passRemarksOn(std::vector<std::string>& problems) {
-    for (const std::string& text : Remarks::take()) {
+    for (const std::string& text : takeDemuxerRemarks()) {
         remark("near byte " + std::to_string(_source.offset()) + ": " + text, problems);
+    }
+}
+
+/// FFmpeg says nothing of what it passes over while it looks for the next packet of a multiplex.
+/// @param begin Where that began.
+void ContainerReader::remarkOnGap(std::uint64_t begin, std::vector<std::string>& problems) {
+    constexpr std::uint64_t kLongestGap = 64 * kMegabyte;
+    const bool isMultiplex = _kind == InputKind::TransportStream || _kind == InputKind::ProgramStream;
+    const std::uint64_t end = _source.offset();
+    if (isMultiplex && end > begin && end - begin > kLongestGap) {
+        remark("byte " + std::to_string(begin) + ": no picture that can be read in " + counted(end - begin, "byte"),
+               problems);
     }
 }
 
@@ -433,6 +374,7 @@ void ContainerReader::remark(std::string text, std::vector<std::string>& problem
 /// Reads the next packet; false at the end.
 bool ContainerReader::readPacket(std::vector<std::string>& problems) {
     int error = 0;
+    const std::uint64_t begin = _source.offset();
     for (int repeats = 0; repeats < kMostRepeats; ++repeats) {
         const std::uint64_t before = _source.offset();
         error = av_read_frame(_format.get(), _packet.get());
@@ -443,12 +385,12 @@ bool ContainerReader::readPacket(std::vector<std::string>& problems) {
     }
     _input.rethrow();
     passRemarksOn(problems);
+    remarkOnGap(begin, problems);
     if (error < 0) {
         if (error == AVERROR(ENOMEM)) {
-            throw std::bad_alloc();
-        }
-        if (error != AVERROR_EOF) {
-            _failure = "near byte " + std::to_string(_source.offset()) + ": " + errorText(error);
+            _failure = "near byte " + std::to_string(_source.offset()) + ": a piece that takes too much memory";
+        } else if (error != AVERROR_EOF) {
+            _failure = "near byte " + std::to_string(_source.offset()) + ": " + demuxerErrorText(error);
         } else if (auto remark = remarkOnEnd(_source, _kind, _transportPacket, _lastPacket)) {
             problems.push_back(std::move(*remark));
         }

@@ -3,6 +3,7 @@
 #include "Cdp.h"
 #include "Errors.h"
 #include "FrameCaptions.h"
+#include "FrameLoop.h"
 #include "FrameSource.h"
 #include "InputFile.h"
 #include "Json.h"
@@ -71,8 +72,8 @@ public:
         : _options(options), _source(source), _output(output), _reader(source, options.codec) {}
 
     void run() {
-        const bool isTerminal = standardOutputIsTerminal();
-        Progress progress(_source.size(), true);
+        const bool isTerminal = _output.isStandardOutput() && standardOutputIsTerminal();
+        Progress progress(_source.size(), _output.isStandardOutput());
         AccessUnit unit;
         while (_reader.next(unit)) {
             write(unit);
@@ -124,31 +125,14 @@ public:
 
     /// @return The number of problems that were reported.
     std::uint64_t run() {
-        const bool isTerminal = standardOutputIsTerminal();
-        Progress progress(_source.size(), true);
-        Frame frame;
-        std::vector<std::string> problems;
-        std::uint64_t problemCount = 0;
-        for (bool more = true; more;) {
-            more = _reader->next(frame, problems);
-            if (more) {
-                write(frame);
-                progress.update(++_units, _source.offset());
-            }
-            if (isTerminal || !problems.empty()) {
-                _output.flush();
-            }
-            for (const std::string& problem : problems) {
-                progress.clear();
-                printMessage(_source.name() + ": " + problem);
-            }
-            problemCount += problems.size();
-            problems.clear();
-        }
+        const std::uint64_t problems = readFrames(_source, *_reader, _output, [this](const Frame& frame) {
+            write(frame);
+            ++_units;
+        });
         if (!_options.asJson) {
             _output.write(counted(_units, "frame") + ", " + std::to_string(_filled) + " with caption data\n");
         }
-        return problemCount;
+        return problems;
     }
 
 private:
@@ -188,25 +172,24 @@ std::optional<InputKind> containerKind(const ExtractOptions& options, InputFile&
 }  // namespace
 
 int extract(const ExtractOptions& options) {
+    refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
-    OutputFile output(std::nullopt);
-    std::uint64_t problemCount = 0;
+    OutputFile output(options.output);
+    if (const auto kind = containerKind(options, source)) {
+        const std::uint64_t problems = FrameExtraction(options, source, *kind, output).run();
+        return finishFrames(source, output, problems, "not everything could be read");
+    }
     try {
-        if (const auto kind = containerKind(options, source)) {
-            problemCount = FrameExtraction(options, source, *kind, output).run();
-        } else {
-            Extraction(options, source, output).run();
-        }
+        Extraction(options, source, output).run();
     } catch (const Failure&) {
-        // What came before the broken place has been found all the same.
-        output.flush();
+        if (output.isStandardOutput()) {
+            // What came before the broken place has been found all the same.
+            output.flush();
+        }
         throw;
     }
     output.commit();
-    if (problemCount > 1) {
-        throw failureIn(source.name(), counted(problemCount, "problem") + ": not everything could be read");
-    }
-    return problemCount == 0 ? kExitSuccess : kExitFailure;
+    return kExitSuccess;
 }
 
 }  // namespace qlx::tool

@@ -14,6 +14,7 @@ struct ExtractOptions {
     std::string file;                 ///< `-` is standard input.
     std::optional<VideoCodec> codec;  ///< None: by the file's content.
     ExtractFormat format = ExtractFormat::Triplets;
+    std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;
 };
 

@@ -24,7 +24,7 @@ constexpr std::size_t kTripletSize = 3;
 }  // namespace
 
 Data captionTriplets(const Frame& frame) {
-    if (frame.triplets) {
+    if (!frame.triplets.empty()) {
         return frame.triplets;
     }
     std::vector<std::uint8_t> pairs;
@@ -43,7 +43,7 @@ Data captionTriplets(const Frame& frame) {
             pairs.insert(pairs.end(), {flags, data[1], data[2]});
         }
     }
-    return pairs.empty() ? Data() : Data(pairs);
+    return pairs.empty() ? frame.triplets : Data(pairs);
 }
 
 }  // namespace qlx::tool

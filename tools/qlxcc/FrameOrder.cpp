@@ -49,12 +49,15 @@ void FrameOrder::add(FrameSample sample) {
     constexpr std::int64_t kFirst = std::numeric_limits<std::int64_t>::min() / 2;
     const std::int64_t moment = sample.presentation.value_or(stream.last ? *stream.last + 1 : kFirst);
     stream.last = moment;
-    _waitingBytes += bytesOf(sample.frame);
     const auto place = _waiting.find(moment);
     if (place == _waiting.end()) {
+        _waitingBytes += bytesOf(sample.frame);
         _waiting.emplace(moment, Moment{std::move(sample.frame), sample.stream});
     } else {
+        // What is joined may be less than the sum: of two sets of triplets one is kept.
+        _waitingBytes -= bytesOf(place->second.frame);
         join(place->second, std::move(sample));
+        _waitingBytes += bytesOf(place->second.frame);
     }
     release(false);
 }
@@ -73,7 +76,7 @@ void FrameOrder::release(bool all) {
         if (!all && !isFull && !isSettled(first->first)) {
             break;
         }
-        _waitingBytes -= std::min(_waitingBytes, bytesOf(first->second.frame));
+        _waitingBytes -= bytesOf(first->second.frame);
         _ready.push_back(std::move(first->second.frame));
         _waiting.erase(first);
     }

@@ -22,8 +22,7 @@ struct FrameSample {
 
 /// Collects the samples of all streams into frames: one for each moment of presentation, with the packets of all streams
 /// and the triplets of the first stream that has some (the same captions may be in the picture and in a track). A frame
-/// is given as soon as no
-/// stream can have anything earlier, or when too much waits for a stream that is silent.
+/// is given as soon as no stream can have anything earlier, or when too much waits for a stream that is silent.
 class FrameOrder {
 public:
     /// As many frames wait at most.

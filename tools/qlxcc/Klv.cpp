@@ -41,12 +41,32 @@ void readAncFrameElement(std::span<const std::uint8_t> element, const std::strin
     }
 }
 
+/// Refuses a file that begins with anything but a universal label, and one of which nothing follows but other bytes: they
+/// can be walked as triplets all the same, of 17 bytes each where they are zeros.
+void KlvReader::checkKey(std::uint64_t start) {
+    constexpr std::uint64_t kMostForeignKeys = 1000;
+    if (isLabel()) {
+        _foreignKeys = 0;
+        return;
+    }
+    if (start == 0) {
+        throw failureAtByte(_source.name(), 0, "no SMPTE key (06 0E 2B 34 ...): this is no KLV file");
+    }
+    if (++_foreignKeys > kMostForeignKeys) {
+        throw failureAtByte(_source.name(), start,
+                            "no SMPTE key (06 0E 2B 34 ...) in " + counted(kMostForeignKeys, "triplet"));
+    }
+}
+
+/// Whether as much as there is of the last key begins a universal label.
+bool KlvReader::isLabel() const {
+    const std::size_t compared = std::min(_keyBytes, kLabelStart.size());
+    return std::equal(_key.begin(), _key.begin() + static_cast<std::ptrdiff_t>(compared), kLabelStart.begin());
+}
+
 /// A few words for a message when the last key is none of SMPTE's, which most probably is what is wrong.
 std::string KlvReader::keyHint() const {
-    const std::size_t compared = std::min(_keyBytes, kLabelStart.size());
-    const bool isLabel =
-        std::equal(_key.begin(), _key.begin() + static_cast<std::ptrdiff_t>(compared), kLabelStart.begin());
-    return isLabel ? "" : " (no SMPTE key here: is this a KLV file?)";
+    return isLabel() ? "" : " (no SMPTE key here: is this a KLV file?)";
 }
 
 void KlvReader::throwCutShort(std::uint64_t start, std::string_view what) const {
@@ -113,6 +133,7 @@ bool KlvReader::next(Frame& frame, std::vector<std::string>& problems) {
             }
             return false;
         }
+        checkKey(start);
         if (_keyBytes < _key.size()) {
             throwCutShort(start, ofBytes(_keyBytes, _key.size()) + " of the key");
         }

@@ -39,6 +39,8 @@ public:
 private:
     std::uint64_t readLength(std::uint64_t start);
     void readElement(std::uint64_t start, std::uint64_t length);
+    void checkKey(std::uint64_t start);
+    [[nodiscard]] bool isLabel() const;
     [[nodiscard]] std::string keyHint() const;
     [[noreturn]] void throwCutShort(std::uint64_t start, std::string_view what) const;
 
@@ -46,6 +48,7 @@ private:
     std::array<std::uint8_t, 16> _key{};
     std::size_t _keyBytes = 0;
     std::vector<std::uint8_t> _element;
+    std::uint64_t _foreignKeys = 0;  ///< In a row, up to the last one.
     std::uint64_t _frames = 0;
 };
 

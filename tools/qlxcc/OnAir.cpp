@@ -66,9 +66,15 @@ public:
 
     bool receive(const Frame& frame) override {
         const TripletKind wanted = _screen.channel().field == 1 ? TripletKind::Field1 : TripletKind::Field2;
+        // At 50 and 60 frames a second a field has a pair in every other frame.
+        constexpr std::uint64_t kLongestStep = 2;
         bool isChanged = false;
         for (const CaptionTriplet& triplet : readTriplets(captionTriplets(frame))) {
             if (triplet.kind == wanted) {
+                if (_isCarried && frame.number - _lastFrame > kLongestStep) {
+                    _screen.expectNoRepetition();
+                }
+                _lastFrame = frame.number;
                 isChanged = _screen.receive(triplet.data[0], triplet.data[1]) || isChanged;
                 _isCarried = true;
             }
@@ -85,6 +91,7 @@ public:
 private:
     Cea608Screen _screen;
     bool _isCarried = false;
+    std::uint64_t _lastFrame = 0;  ///< The one with the last pair.
 };
 
 }  // namespace

@@ -250,7 +250,7 @@ std::int64_t PictureOrder::h264Order(std::span<const std::uint8_t> unit) {
     for (std::size_t place = findStartCode(unit, 0); place < unit.size();) {
         const std::size_t end = findStartCode(unit, place + kStartCode);
         const auto nal = unit.subspan(place + kStartCode, end - place - kStartCode);
-        const unsigned type = nal[0] & 0x1FU;
+        const unsigned type = nal.empty() ? 0 : nal.front() & 0x1FU;
         if (type == kSequenceParameters || type == kPictureParameters) {
             readParameters(nal.subspan(1), type);
         } else if (type == kSlice || type == kIdrSlice) {

@@ -1,6 +1,7 @@
 #include "PictureTimes.h"
 
 #include <cstdlib>
+#include <limits>
 
 namespace qlx::tool {
 
@@ -20,7 +21,8 @@ std::optional<Frame> PictureTimes::take() {
     if (_first && !_last) {
         frame->pts = _first;
     }
-    if (_last && _frameDuration > 0) {
+    // Nothing is counted on from a time that can only be damage.
+    if (_last && _frameDuration > 0 && _last->value < std::numeric_limits<std::int64_t>::max() / 4) {
         const std::int64_t expected = _last->value + _frameDuration;
         if (!frame->pts || !isBelieved(frame->pts->value, expected)) {
             frame->pts = MediaTime::make(expected, _last->timescale);

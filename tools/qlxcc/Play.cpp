@@ -25,6 +25,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -76,7 +77,7 @@ public:
     explicit CueCollector(const PlayOptions& options)
         : _name(options.subtitles == "-" ? "standard input" : options.subtitles),
           _firstFrame(firstFrameAtOrAfter(options.rate, options.fromSeconds)),
-          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))) {
+          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))), _isCaption(options.mode == PlayMode::Cea608) {
         if (options.durationSeconds) {
             _lastTime = _firstTime + *options.durationSeconds + kSecondsKeptBehindEnd;
         }
@@ -96,7 +97,20 @@ public:
             throw failureIn(_name, "more cues than are played at once (" + std::to_string(_count) +
                                        " have been read): play parts of it with --from and --duration");
         }
+        if (_isCaption) {
+            noteWhatIsLeftOut(*record);
+        }
         _records.push_back(std::move(record));
+    }
+
+    /// Says which rows and characters of the cues have no place in a caption, a line a cue.
+    void report(const std::string& name) const {
+        for (const std::string& note : _notes) {
+            printNote("warning: " + name + ": " + note);
+        }
+        if (_cuesCut > _notes.size()) {
+            printNote("warning: " + name + ": " + counted(_cuesCut - _notes.size(), "more cue") + " cut as well");
+        }
     }
 
     [[nodiscard]] std::uint64_t firstFrame() const { return _firstFrame; }
@@ -115,6 +129,34 @@ public:
     }
 
 private:
+    void noteWhatIsLeftOut(const QLXSubtitleRecord& record) {
+        constexpr std::size_t kRows = 2;
+        constexpr std::size_t kColumns = 31;
+        const auto lines = record.subtitleLines();
+        std::size_t characters = 0;
+        for (std::size_t row = 0; row < std::min(lines.size(), kRows); ++row) {
+            const std::size_t length = charactersIn(lines[row]->textString().value_or(std::string()));
+            characters += length - std::min(length, kColumns);
+        }
+        const std::size_t rows = lines.size() - std::min(lines.size(), kRows);
+        if (rows == 0 && characters == 0) {
+            return;
+        }
+        if (++_cuesCut <= kShownProblems) {
+            const std::string left = rows > 0 ? counted(rows, "row") : "";
+            const std::string right = characters > 0 ? counted(characters, "character") : "";
+            _notes.push_back("cue " + std::to_string(record.index()) + ": " + left +
+                             (left.empty() || right.empty() ? "" : " and ") + right +
+                             " left out: a caption has 2 rows of 31 characters");
+        }
+    }
+
+    /// Of a text in UTF-8.
+    static std::size_t charactersIn(std::string_view text) {
+        return static_cast<std::size_t>(
+            std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+    }
+
     // Bytes, with all that belongs to a cue and a line.
     static constexpr std::size_t kWeightOfCue = 200;
     static constexpr std::size_t kWeightOfLine = 192;
@@ -129,6 +171,9 @@ private:
     double _endOfLastCue = 0.0;
     std::uint64_t _count = 0;
     std::size_t _weight = 0;
+    bool _isCaption;
+    std::vector<std::string> _notes;
+    std::uint64_t _cuesCut = 0;
     Records _records;
 };
 
@@ -220,6 +265,7 @@ int play(const PlayOptions& options) {
                       [&](std::shared_ptr<QLXSubtitleRecord> record) { cues.take(std::move(record)); });
     const FrameRange range = frameRange(options, subtitles.name, cues);
     reportProblems(subtitles);
+    cues.report(subtitles.name);
 
     const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(modeOf(options), options.isHD);
     packetizer->setSubtitleRecords(cues.takeTimeline(modeOf(options)));

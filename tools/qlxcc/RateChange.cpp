@@ -100,6 +100,12 @@ private:
             printNote("warning: " + _source.name() + ": " + place + ": the caption packet is marked as one of " +
                       (cdp->rate.empty() ? "an unknown rate" : std::string(cdp->rate) + " frames/s"));
         }
+        if (const std::string contradiction = contradictionIn(*cdp); !contradiction.empty() && !_hasWarnedOfCount) {
+            _hasWarnedOfCount = true;
+            _progress.clear();
+            printNote("warning: " + _source.name() + ": " + place +
+                      ": the caption packet contradicts itself: " + contradiction);
+        }
         std::vector<std::uint8_t> bytes(data.begin(), data.end());
         // The library expects the triplets at their usual place, without a time code in front of them.
         const auto timeCode = bytes.begin() + kHeaderSize;
@@ -188,6 +194,7 @@ private:
     Progress _progress;
     std::uint64_t _framesWritten = 0;
     bool _hasWarned = false;
+    bool _hasWarnedOfCount = false;
 };
 
 }  // namespace

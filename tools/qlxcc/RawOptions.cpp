@@ -187,6 +187,7 @@ SubsOptions checked(const RawSubs& raw) {
 ScanOptions checked(const RawScan& raw) {
     ScanOptions options;
     options.file = raw.file;
+    options.output = raw.output;
     options.asJson = raw.asJson;
     options.source = frameSourceOptions(raw.file, raw.format, {raw.width, raw.lines, raw.rows});
     return options;
@@ -195,6 +196,7 @@ ScanOptions checked(const RawScan& raw) {
 ExtractOptions checked(const RawExtract& raw) {
     ExtractOptions options;
     options.file = raw.file;
+    options.output = raw.output;
     options.asJson = raw.asJson;
     if (raw.codec != "auto") {
         options.codec = raw.codec == "h264" ? VideoCodec::H264 : VideoCodec::Mpeg2;

@@ -55,6 +55,7 @@ struct RawScan {
     std::optional<std::uint32_t> width;
     std::optional<std::string> lines;
     std::optional<std::uint64_t> rows;
+    std::optional<std::string> output;
     bool asJson = false;
 };
 
@@ -62,6 +63,7 @@ struct RawExtract {
     std::string file;
     std::string codec = "auto";
     std::string format = "triplets";
+    std::optional<std::string> output;
     bool asJson = false;
 };
 

@@ -3,6 +3,7 @@
 
 #include "FrameSource.h"
 
+#include <optional>
 #include <string>
 
 namespace qlx::tool {
@@ -10,6 +11,7 @@ namespace qlx::tool {
 struct ScanOptions {
     std::string file;  ///< `-` is standard input.
     FrameSourceOptions source;
+    std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;
 };
 

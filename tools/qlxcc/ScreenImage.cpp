@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace qlx::tool {
@@ -47,6 +48,16 @@ unsigned libraryCharacter(char32_t character) {
     return static_cast<unsigned>(character);
 }
 
+/// Neither font has bullets and corners: the characters nearest to them.
+unsigned captionCharacter(char32_t character) {
+    constexpr char32_t kBullet = U'\u2022';
+    constexpr std::u32string_view kCorners = U"\u250C\u2510\u2514\u2518";
+    if (character == kBullet) {
+        return U'\u00B7';
+    }
+    return kCorners.find(character) != std::u32string_view::npos ? U'+' : character;
+}
+
 vbi_char libraryCell(const ScreenCell& cell, ScreenKind kind) {
     vbi_char result{};
     const bool isBlank = !cell.isVisible;
@@ -58,10 +69,8 @@ vbi_char libraryCell(const ScreenCell& cell, ScreenKind kind) {
     result.size = cell.part == CellPart::UpperHalf   ? VBI_DOUBLE_HEIGHT
                   : cell.part == CellPart::LowerHalf ? VBI_DOUBLE_HEIGHT2
                                                      : VBI_NORMAL_SIZE;
-    // The fonts have a single note only.
-    const char32_t character = cell.character == U'\u266B' ? U'\u266A' : cell.character;
     const unsigned wanted =
-        kind == ScreenKind::Teletext ? libraryCharacter(character) : static_cast<unsigned>(character);
+        kind == ScreenKind::Teletext ? libraryCharacter(cell.character) : captionCharacter(cell.character);
     result.unicode = static_cast<std::uint16_t>(isBlank ? ' ' : wanted);
     return result;
 }
@@ -107,12 +116,17 @@ Glyph teletextGlyph(vbi_page& page, std::size_t column, std::size_t row) {
     return glyph;
 }
 
-/// The caption font draws a block for what it does not have, such as accented capitals; the teletext font has them.
+/// The caption font draws a block for what it does not have, such as accented capitals, and letters for the signs whose
+/// ASCII codes CEA-608 gives to letters; the teletext font has them all.
 Glyph glyphOf(vbi_page& page, std::size_t column, std::size_t row) {
+    constexpr std::string_view kSigns = "*\\^_`{|}~";
     constexpr std::uint16_t kNoCharacter = 0xFFFF;
     constexpr char32_t kFullBlock = U'\u2588';
     vbi_char& cell = page.text[row * static_cast<std::size_t>(page.columns) + column];
     const auto character = static_cast<std::uint16_t>(cell.unicode);
+    if (character < 0x80 && kSigns.find(static_cast<char>(character)) != std::string_view::npos) {
+        return teletextGlyph(page, column, row);
+    }
     Glyph glyph = captionGlyph(page, column, row);
     cell.unicode = kNoCharacter;
     const bool isMissing = character != kFullBlock && glyph == captionGlyph(page, column, row);

@@ -49,10 +49,15 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
     return watched;
 }
 
+/// The whole milliseconds of a time, as timecode() writes it.
+std::int64_t shownMilliseconds(double seconds) {
+    constexpr double kExact = 1e-6;
+    return static_cast<std::int64_t>(std::floor(seconds * 1000.0 + kExact));
+}
+
 /// The time as timecode() writes it, in seconds: whoever takes it from there means this frame.
 double shownSeconds(const MediaTime& time) {
-    constexpr double kExact = 1e-6;
-    return std::floor(secondsFrom(time) * 1000.0 + kExact) / 1000.0;
+    return static_cast<double>(shownMilliseconds(secondsFrom(time))) / 1000.0;
 }
 
 Dictionary jsonOf(const Watched& watched) {
@@ -260,7 +265,7 @@ private:
 
     void writeScreen(const Watched& watched, const std::string& hint) {
         const bool isOnAir = watched.screen.hasText();
-        const std::string time = timecode(MediaTime::make(std::llround(*_at * 1000.0), 1000));
+        const std::string time = timecode(MediaTime::make(shownMilliseconds(*_at), 1000));
         if (_options.asJson) {
             Dictionary object = jsonOf(watched);
             object.set("at", time);

@@ -20,8 +20,8 @@ constexpr std::uint8_t kEraseFlag = 8;
 /// `page 888 erase` for a page header, none when the two bytes of the page number are none.
 std::optional<std::string> pageInWords(std::uint8_t magazine, std::span<const std::uint8_t> data) {
     constexpr char kDigits[] = "0123456789ABCDEF";
-    const auto tens = nibbleOf(data[0]);
-    const auto units = nibbleOf(data[1]);
+    const auto units = nibbleOf(data[0]);
+    const auto tens = nibbleOf(data[1]);
     if (!tens || !units) {
         return std::nullopt;
     }

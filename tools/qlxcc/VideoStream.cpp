@@ -3,7 +3,7 @@
 #include "Errors.h"
 #include "Text.h"
 
-#include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace qlx::tool {
@@ -14,6 +14,10 @@ constexpr std::size_t kReadChunk = std::size_t{256} * 1024;
 constexpr std::size_t kStartCode = 3;
 // A start code, the byte behind it that says what it is, and the one in which an H.264 slice header begins.
 constexpr std::size_t kLookAhead = kStartCode + 2;
+
+/// A stream that was cut out of something else may begin anywhere; what is longer than this without a start code is none.
+constexpr std::uint64_t kLongestBeginning = std::uint64_t{64} * 1024 * 1024;
+constexpr std::string_view kNoVideo = "this is neither H.264 in Annex B form nor MPEG-2 video";
 
 // MPEG-2 start codes (ISO/IEC 13818-2).
 constexpr std::uint8_t kPicture = 0x00;
@@ -44,6 +48,10 @@ bool AccessUnitReader::fill() {
         return false;
     }
     if (!_isInUnit) {
+        if (_source.offset() > kLongestBeginning) {
+            throw failureAtByte(_source.name(), 0,
+                                "no start code (00 00 01) in the first 64 MiB: " + std::string(kNoVideo));
+        }
         // Nothing is kept of what stands in front of the first unit but what may be the beginning of a start code.
         _begin = _position > 0 ? _position - 1 : 0;
     }
@@ -66,14 +74,19 @@ bool AccessUnitReader::fill() {
 std::optional<std::size_t> AccessUnitReader::findStartCode() {
     const std::size_t needed = _isAtEnd ? kStartCode + 1 : kLookAhead;
     while (_position + needed <= _bytes.size()) {
-        const std::uint8_t third = _bytes[_position + 2];
-        if (third > 1) {
-            _position += kStartCode;
-        } else if (third == 1 && _bytes[_position] == 0 && _bytes[_position + 1] == 0) {
-            return _position;
-        } else {
-            ++_position;
+        // Ones are rare enough to be looked for by what looks at many bytes at once.
+        const std::uint8_t* const begin = _bytes.data() + _position + 2;
+        const std::size_t count = _bytes.size() - needed - _position + 1;
+        const void* const one = std::memchr(begin, 1, count);
+        if (one == nullptr) {
+            _position += count;
+            break;
         }
+        _position += static_cast<std::size_t>(static_cast<const std::uint8_t*>(one) - begin);
+        if (_bytes[_position] == 0 && _bytes[_position + 1] == 0) {
+            return _position;
+        }
+        ++_position;
     }
     return std::nullopt;
 }
@@ -133,8 +146,7 @@ bool AccessUnitReader::next(AccessUnit& unit) {
             if (!_isInUnit) {
                 throw failureAtByte(_source.name(), 0,
                                     _source.offset() == 0 ? "the file is empty"
-                                                          : "no start code (00 00 01): this is neither H.264 in Annex "
-                                                            "B form nor MPEG-2 video");
+                                                          : "no start code (00 00 01): " + std::string(kNoVideo));
             }
             if (_begin == _bytes.size()) {
                 return false;

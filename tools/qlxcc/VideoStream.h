@@ -29,7 +29,7 @@ struct AccessUnit {
 
 /// Reads the access units of an H.264 byte stream (ITU-T H.264 Annex B, cut as its 7.4.1.2.3 says) or an MPEG-2 video
 /// stream (ISO/IEC 13818-2: a picture with the sequence and group headers in front of it). Bytes in front of the first
-/// start code are passed over. Memory holds one access unit and what was read ahead.
+/// start code are passed over, up to 64 MiB of them. Memory holds one access unit and what was read ahead.
 class AccessUnitReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.
@@ -38,7 +38,7 @@ public:
 
     /// Reads the next access unit.
     /// @return False at the end of the stream.
-    /// @throws Failure when there is no start code, or an access unit is longer than kLongestAccessUnit.
+    /// @throws Failure when there is no start code there, or an access unit is longer than kLongestAccessUnit.
     bool next(AccessUnit& unit);
 
     /// What the stream is, known once next() has given a unit.

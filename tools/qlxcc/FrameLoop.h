@@ -1,0 +1,29 @@
+// Going through a file's frames and saying what could not be read.
+#pragma once
+
+#include "Frame.h"
+#include "InputFile.h"
+#include "OutputFile.h"
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+namespace qlx::tool {
+
+/// Hands on every frame of a file, with progress on a terminal. Every problem gets a line on standard error, behind what
+/// has been written for the frames before it.
+/// @return The number of problems.
+/// @throws Failure when the file is broken; what was found before goes to standard output all the same.
+std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
+                         const std::function<void(const Frame&)>& take);
+
+/// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
+/// does not appear.
+/// @param what What the problems kept from being done: `not every packet could be read`.
+/// @return The exit code.
+/// @throws Failure when there is more to say than the problems' own lines did.
+[[nodiscard]] int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems,
+                               std::string_view what);
+
+}  // namespace qlx::tool
