@@ -57,9 +57,10 @@ Bytes element(std::uint8_t lineHigh, std::uint8_t lineLow, const Bytes& data) {
     return bytes;
 }
 
-Bytes joined(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
+Bytes joined(const Bytes& left, const Bytes& right) {
+    Bytes bytes(left.size() + right.size());
+    std::copy(right.begin(), right.end(), std::copy(left.begin(), left.end(), bytes.begin()));
+    return bytes;
 }
 
 // 10-bit lines
@@ -266,10 +267,8 @@ Bytes row8(const Bytes& luma, std::uint8_t chroma = 0x80, std::size_t pixels = 2
 }
 
 Bytes packet8(std::uint8_t did, std::uint8_t sdid, const Bytes& data) {
-    Bytes luma{0x00, 0xFF, 0xFF, did, sdid, static_cast<std::uint8_t>(data.size())};
-    luma.insert(luma.end(), data.begin(), data.end());
-    luma.push_back(0xEE);  // the checksum
-    return luma;
+    const Bytes head{0x00, 0xFF, 0xFF, did, sdid, static_cast<std::uint8_t>(data.size())};
+    return joined(joined(head, data), Bytes{0xEE});  // with a checksum
 }
 
 constexpr std::size_t kRowBytes8 = 400;

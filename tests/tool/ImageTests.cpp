@@ -90,11 +90,8 @@ Image smallImage() {
     return image;
 }
 
-const PictureBytes kSmallPpm = [] {
-    PictureBytes file = bytesOf("P6\n2 2\n255\n");
-    file.insert(file.end(), {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255});
-    return file;
-}();
+const PictureBytes kSmallPpm =
+    bytesOf(std::string("P6\n2 2\n255\n") + std::string("\xFF\0\0\0\xFF\0\0\0\xFF\xFF\xFF\xFF", 12));
 
 TEST(ImageFile, WritesAndReadsPng) {
     REQUIRE_PNG();

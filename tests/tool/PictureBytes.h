@@ -1,6 +1,8 @@
 // PNG files put together by hand (ISO/IEC 15948), so that what the tool reads was not written by the tool.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <span>
@@ -43,14 +45,15 @@ inline void appendChunk(PictureBytes& to, std::string_view type, std::span<const
 inline PictureBytes stored(std::span<const std::uint8_t> data) {
     const auto size = static_cast<std::uint16_t>(data.size());
     const auto inverse = static_cast<std::uint16_t>(~size);
-    PictureBytes stream{0x78,
-                        0x01,
-                        0x01,
-                        static_cast<std::uint8_t>(size),
-                        static_cast<std::uint8_t>(size >> 8U),
-                        static_cast<std::uint8_t>(inverse),
-                        static_cast<std::uint8_t>(inverse >> 8U)};
-    stream.insert(stream.end(), data.begin(), data.end());
+    const std::array<std::uint8_t, 7> head{0x78,
+                                           0x01,
+                                           0x01,
+                                           static_cast<std::uint8_t>(size),
+                                           static_cast<std::uint8_t>(size >> 8U),
+                                           static_cast<std::uint8_t>(inverse),
+                                           static_cast<std::uint8_t>(inverse >> 8U)};
+    PictureBytes stream(head.size() + data.size());
+    std::copy(data.begin(), data.end(), std::copy(head.begin(), head.end(), stream.begin()));
     std::uint32_t low = 1;
     std::uint32_t high = 0;
     for (const std::uint8_t byte : data) {

@@ -3,7 +3,6 @@
 
 #include "STLFile.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <string>
@@ -15,8 +14,8 @@ namespace qlxtest {
 /// A Text and Timing Information block.
 struct STLCue {
     std::uint8_t number = 0;
-    std::array<char, 4> start{};  ///< Hours, minutes, seconds, frames.
-    std::array<char, 4> end{};
+    std::array<std::uint8_t, 4> start{};  ///< Hours, minutes, seconds, frames.
+    std::array<std::uint8_t, 4> end{};
     char verticalPosition = 20;
     char justification = 2;
     std::string_view text;  ///< Unused space (8F) is added behind it, up to 112 bytes.
@@ -27,8 +26,8 @@ struct STLCue {
 inline std::string stlCueBlock(const STLCue& cue) {
     STLBlock block{.text = {cue.text.begin(), cue.text.end()}, .number = cue.number};
     block.extension = static_cast<std::uint8_t>(cue.extension);
-    std::copy(cue.start.begin(), cue.start.end(), block.in.begin());
-    std::copy(cue.end.begin(), cue.end.end(), block.out.begin());
+    block.in = cue.start;
+    block.out = cue.end;
     block.row = static_cast<std::uint8_t>(cue.verticalPosition);
     block.justification = static_cast<std::uint8_t>(cue.justification);
     block.comment = static_cast<std::uint8_t>(cue.comment);

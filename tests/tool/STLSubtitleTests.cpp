@@ -65,8 +65,8 @@ TEST(STLSubtitles, AppearInTimeAsCaptionsLikeAnSRTFile) {
 }
 
 TEST(STLSubtitles, KeepTheirRowsWhereATeletextPageHasThem) {
-    const std::array<char, 4> start{0, 0, 1, 0};
-    const std::array<char, 4> end{0, 0, 2, 0};
+    const std::array<std::uint8_t, 4> start{0, 0, 1, 0};
+    const std::array<std::uint8_t, 4> end{0, 0, 2, 0};
     const auto rows = [&](char position, std::string_view text) {
         return playedRows({{.start = start, .end = end, .verticalPosition = position, .text = text}});
     };
@@ -215,8 +215,8 @@ TEST(STLSubtitles, AreReadAcrossManyBlocks) {
     // More than the reader hands to the library at once; cue n starts at second n.
     std::vector<STLCue> blocks;
     for (int number = 0; number < 300; ++number) {
-        const auto minute = static_cast<char>(number / 60);
-        const auto second = static_cast<char>(number % 60);
+        const auto minute = static_cast<std::uint8_t>(number / 60);
+        const auto second = static_cast<std::uint8_t>(number % 60);
         blocks.push_back({.number = static_cast<std::uint8_t>(number),
                           .start = {0, minute, second, 0},
                           .end = {0, minute, second, 10},

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 
@@ -34,9 +35,11 @@ struct Control {
 
 /// Run-in, framing code, address and 40 bytes of data.
 std::vector<std::uint8_t> packet(unsigned magazine, unsigned row, const std::vector<std::uint8_t>& data) {
-    std::vector<std::uint8_t> bytes{0x55, 0x55, 0x27, kHamming[magazine | (row & 1U) << 3U], kHamming[row >> 1U]};
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    bytes.resize(45, 0x20);
+    const std::array<std::uint8_t, 5> head{0x55, 0x55, 0x27, kHamming[magazine | (row & 1U) << 3U],
+                                           kHamming[row >> 1U]};
+    std::vector<std::uint8_t> bytes(45, 0x20);
+    std::copy_n(data.begin(), std::min<std::size_t>(data.size(), 40),
+                std::copy(head.begin(), head.end(), bytes.begin()));
     return bytes;
 }
 

@@ -128,6 +128,7 @@ public:
         const std::uint64_t problems = readFrames(_source, *_reader, _output, [this](const Frame& frame) {
             write(frame);
             ++_units;
+            return true;
         });
         if (!_options.asJson) {
             _output.write(counted(_units, "frame") + ", " + std::to_string(_filled) + " with caption data\n");

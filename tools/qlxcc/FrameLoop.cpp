@@ -10,7 +10,7 @@
 namespace qlx::tool {
 
 std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
-                         const std::function<void(const Frame&)>& take) {
+                         const std::function<bool(const Frame&)>& take) {
     const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
     Progress progress(source.size(), output.isStandardOutput());
     std::uint64_t problemCount = 0;
@@ -33,8 +33,11 @@ std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& ou
     };
     try {
         for (std::uint64_t frames = 1; reader.next(frame, problems); ++frames) {
-            take(frame);
+            const bool wantsMore = take(frame);
             report();
+            if (!wantsMore) {
+                return problemCount;
+            }
             if (isTerminal) {
                 output.flush();
             }

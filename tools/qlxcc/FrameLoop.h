@@ -13,10 +13,11 @@ namespace qlx::tool {
 
 /// Hands on every frame of a file, with progress on a terminal. Every problem gets a line on standard error, behind what
 /// has been written for the frames before it.
+/// @param take Returns false when it needs no further frame.
 /// @return The number of problems.
 /// @throws Failure when the file is broken; what was found before goes to standard output all the same.
 std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
-                         const std::function<void(const Frame&)>& take);
+                         const std::function<bool(const Frame&)>& take);
 
 /// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
 /// does not appear.

@@ -29,8 +29,10 @@ int scan(const ScanOptions& options) {
         list = listWriter.get();
         writer = std::move(listWriter);
     }
-    const std::uint64_t problems =
-        readFrames(source, *reader, output, [&](const Frame& frame) { writer->write(frame); });
+    const std::uint64_t problems = readFrames(source, *reader, output, [&](const Frame& frame) {
+        writer->write(frame);
+        return true;
+    });
     if (list != nullptr) {
         list->writeSummary();
     }

@@ -1,12 +1,12 @@
 #include "Show.h"
 
 #include "Errors.h"
+#include "FrameLoop.h"
 #include "ImageFile.h"
 #include "Json.h"
 #include "OnAir.h"
 #include "OutputFile.h"
 #include "PngFile.h"
-#include "Progress.h"
 #include "ScreenImage.h"
 #include "ScreenText.h"
 #include "TeletextPage.h"
@@ -87,7 +87,7 @@ public:
         const auto reader = openFrames(_source, sourceOptions);
         std::uint64_t problemCount = 0;
         try {
-            problemCount = readFrames(*reader);
+            problemCount = readFrames(_source, *reader, _output, [this](const Frame& frame) { return wants(frame); });
         } catch (const Failure&) {
             if (!_at) {
                 endBlocks();
@@ -135,33 +135,18 @@ private:
         }
     }
 
-    std::uint64_t readFrames(FrameReader& reader) {
-        Progress progress(_source.size(), true);
-        std::uint64_t problemCount = 0;
-        std::vector<std::string> problems;
-        Frame frame;
-        for (std::uint64_t frames = 1; reader.next(frame, problems); ++frames) {
-            if (!problems.empty()) {
-                _output.flush();
-                progress.clear();
-                for (const std::string& problem : problems) {
-                    printMessage(_source.name() + ": " + problem);
-                }
-                problemCount += problems.size();
-                problems.clear();
-            }
-            if (!frame.pts) {
-                throw UsageError("--rate is needed: " + _source.name() + " does not say the times of its frames");
-            }
-            if (_at && shownSeconds(*frame.pts) > *_at) {
-                _firstTime = _firstTime ? _firstTime : frame.pts;
-                return problemCount;
-            }
-            take(frame);
-            progress.update(frames, _source.offset());
+    /// @return False for a frame behind the time that is asked for.
+    bool wants(const Frame& frame) {
+        if (!frame.pts) {
+            throw UsageError("--rate is needed: " + _source.name() + " does not say the times of its frames");
         }
-        _isAtEnd = true;
-        return problemCount;
+        if (_at && shownSeconds(*frame.pts) > *_at) {
+            _firstTime = _firstTime ? _firstTime : frame.pts;
+            _isAtEnd = false;
+            return false;
+        }
+        take(frame);
+        return true;
     }
 
     void take(const Frame& frame) {
@@ -291,7 +276,7 @@ private:
     std::optional<MediaTime> _firstTime;
     std::optional<MediaTime> _timeBefore;  ///< Of the frame before the last one.
     std::optional<MediaTime> _lastTime;
-    bool _isAtEnd = false;
+    bool _isAtEnd = true;  ///< The file has been read to its end.
     std::uint64_t _blocks = 0;
 };
 
