@@ -105,11 +105,12 @@ public:
 
     /// Says which rows and characters of the cues have no place in a caption, a line a cue.
     void report(const std::string& name) const {
+        const std::string place = "warning: " + name + ": ";
         for (const std::string& note : _notes) {
-            printNote("warning: " + name + ": " + note);
+            printNote(place + note);
         }
         if (_cuesCut > _notes.size()) {
-            printNote("warning: " + name + ": " + counted(_cuesCut - _notes.size(), "more cue") + " cut as well");
+            printNote(place + counted(_cuesCut - _notes.size(), "more cue") + " cut as well");
         }
     }
 
