@@ -14,6 +14,16 @@ bool isSide(std::uint64_t side) {
     return side >= 1 && side <= kMaximumPictureSide;
 }
 
+/// The format of a picture, or why there can be none.
+MediaStatus formatOfPicture(std::uint64_t width, std::uint64_t height, std::uint32_t pixelFormat,
+                            const pixels::Format** format) {
+    if (!isSide(width) || !isSide(height)) {
+        return kPixelStatusBadParameter;
+    }
+    *format = pixels::formatOf(pixelFormat);
+    return *format ? kPixelStatusSuccess : kPixelStatusUnsupportedFormat;
+}
+
 /// True when `plane` holds `rows` rows of `bytesOfRow` bytes; the padding of the last one may be missing.
 bool holdsRows(const PixelPlane& plane, std::size_t rows, std::size_t bytesOfRow) {
     return plane.bytes && plane.bytesPerRow >= bytesOfRow && plane.size >= bytesOfRow &&
@@ -41,12 +51,10 @@ PixelBufferFactory& PixelBufferFactory::defaultInstance() {
 
 MediaStatus PixelBufferFactory::createPixelBuffer(std::uint64_t width, std::uint64_t height, std::uint32_t pixelFormat,
                                                   std::shared_ptr<PixelBuffer>* buffer) {
-    if (!isSide(width) || !isSide(height)) {
-        return kPixelStatusBadParameter;
-    }
-    const pixels::Format* const format = pixels::formatOf(pixelFormat);
-    if (!format) {
-        return kPixelStatusUnsupportedFormat;
+    const pixels::Format* format = nullptr;
+    if (const MediaStatus status = formatOfPicture(width, height, pixelFormat, &format);
+        status != kPixelStatusSuccess) {
+        return status;
     }
     const std::size_t bytesPerRow = format->defaultBytesPerRow(static_cast<std::size_t>(width));
     const std::size_t bytesPerChromaRow =
@@ -73,12 +81,10 @@ MediaStatus PixelBufferFactory::createPixelBufferWithBytes(std::uint64_t width, 
                                                            std::span<const PixelPlane> planes,
                                                            std::shared_ptr<void> owner,
                                                            std::shared_ptr<PixelBuffer>* buffer) {
-    if (!isSide(width) || !isSide(height)) {
-        return kPixelStatusBadParameter;
-    }
-    const pixels::Format* const format = pixels::formatOf(pixelFormat);
-    if (!format) {
-        return kPixelStatusUnsupportedFormat;
+    const pixels::Format* format = nullptr;
+    if (const MediaStatus status = formatOfPicture(width, height, pixelFormat, &format);
+        status != kPixelStatusSuccess) {
+        return status;
     }
     const auto columns = static_cast<std::size_t>(width);
     const auto rows = static_cast<std::size_t>(height);

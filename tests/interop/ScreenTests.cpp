@@ -88,6 +88,11 @@ std::string textOf(const std::vector<Seen>& row) {
     return text;
 }
 
+/// What differs in a row of two screens; empty when nothing does.
+std::string difference(std::size_t row, const std::vector<Seen>& ours, const std::vector<Seen>& theirs) {
+    return ours == theirs ? "" : "row " + std::to_string(row) + "\n" + textOf(ours) + "\n" + textOf(theirs) + "\n";
+}
+
 // Teletext
 
 using Bytes = std::array<std::uint8_t, 42>;
@@ -119,8 +124,9 @@ Bytes headerPacket(unsigned page, bool isSubtitle, unsigned nationalOption) {
     return bytes;
 }
 
-/// Feeds both decoders with page 888 and compares the rows from 1 on.
-void comparePages(const std::vector<Bytes>& rows, bool isSubtitle, unsigned nationalOption, const std::string& what) {
+/// Feeds both decoders with page 888.
+/// @return What differs in the rows from 1 on.
+std::string pageDifferences(const std::vector<Bytes>& rows, bool isSubtitle, unsigned nationalOption) {
     std::vector<Bytes> packets{headerPacket(0x88, isSubtitle, nationalOption)};
     packets.insert(packets.end(), rows.begin(), rows.end());
     packets.push_back(headerPacket(0xFF, false, 0));
@@ -142,8 +148,11 @@ void comparePages(const std::vector<Bytes>& rows, bool isSubtitle, unsigned nati
         (void)page.receive(sdp);
     }
     auto fetched = std::make_unique<vbi_page>();
-    ASSERT_TRUE(vbi_fetch_vt_page(decoder.get(), fetched.get(), 0x888, VBI_ANY_SUBNO, VBI_WST_LEVEL_1, 25, FALSE));
+    if (!vbi_fetch_vt_page(decoder.get(), fetched.get(), 0x888, VBI_ANY_SUBNO, VBI_WST_LEVEL_1, 25, FALSE)) {
+        return "the library has no page";
+    }
     const Screen screen = page.screen();
+    std::string differences;
     for (std::size_t row = 1; row < 25; ++row) {
         std::vector<Seen> ours;
         std::vector<Seen> theirs;
@@ -151,9 +160,10 @@ void comparePages(const std::vector<Bytes>& rows, bool isSubtitle, unsigned nati
             ours.push_back(seenOf(screen.row(row)[column]));
             theirs.push_back(seenOf(fetched->text[row * static_cast<std::size_t>(fetched->columns) + column]));
         }
-        EXPECT_TRUE(ours == theirs) << what << ", row " << row << "\n" << textOf(ours) << "\n" << textOf(theirs);
+        differences += difference(row, ours, theirs);
     }
     vbi_unref_page(fetched.get());
+    return differences;
 }
 
 TEST(VbiScreens, ShowTheSameNationalLetters) {
@@ -166,7 +176,7 @@ TEST(VbiScreens, ShowTheSameNationalLetters) {
         const std::vector<Bytes> rows{rowPacket(1, {codes.begin(), codes.begin() + 40}),
                                       rowPacket(2, {codes.begin() + 40, codes.begin() + 80}),
                                       rowPacket(3, {codes.begin() + 80, codes.end()})};
-        comparePages(rows, false, option, "option " + std::to_string(option));
+        EXPECT_EQ(pageDifferences(rows, false, option), "") << "option " << option;
     }
 }
 
@@ -192,16 +202,13 @@ TEST(VbiScreens, ShowTheSameRowsOfRandomCodes) {
             }
             rows.push_back(rowPacket(row, codes));
         }
-        comparePages(rows, round % 2 == 0, 4, "round " + std::to_string(round));
-        if (HasFailure()) {
-            return;
-        }
+        ASSERT_EQ(pageDifferences(rows, round % 2 == 0, 4), "") << "round " << round;
     }
 }
 
 // Captions
 
-/// Feeds both with the same pairs, and compares their screens behind each.
+/// Feeds both with the same pairs, and compares their screens.
 class CaptionPair {
 public:
     CaptionPair() : _decoder(vbi_decoder_new(), &vbi_decoder_delete) {
@@ -232,12 +239,14 @@ public:
         }
     }
 
-    void compare(const std::string& what) {
+    /// What differs now.
+    [[nodiscard]] std::string differences() {
         auto page = std::make_unique<vbi_page>();
-        ASSERT_TRUE(vbi_fetch_cc_page(_decoder.get(), page.get(), 1, TRUE));
+        if (!vbi_fetch_cc_page(_decoder.get(), page.get(), 1, TRUE) || page->columns != 34 || page->rows != 15) {
+            return "the library has no screen of 15 rows and 34 columns";
+        }
         const Screen screen = _screen.screen();
-        ASSERT_EQ(page->columns, 34);
-        ASSERT_EQ(page->rows, 15);
+        std::string found;
         for (std::size_t row = 0; row < 15; ++row) {
             std::vector<Seen> ours;
             std::vector<Seen> theirs;
@@ -245,11 +254,10 @@ public:
                 ours.push_back(readable(seenOf(screen.row(row)[column])));
                 theirs.push_back(readable(seenOf(page->text[row * 34 + column])));
             }
-            EXPECT_TRUE(ours == theirs) << what << ", row " << row + 1 << "\n"
-                                        << textOf(ours) << "\n"
-                                        << textOf(theirs);
+            found += difference(row + 1, ours, theirs);
         }
         vbi_unref_page(page.get());
+        return found;
     }
 
 private:
@@ -283,18 +291,18 @@ TEST(VbiScreens, ShowTheSamePopOnCaptions) {
     pair.control(0x11, 0x37);
     pair.control(0x14, 0x21);
     pair.text("!");
-    pair.compare("while loading");
+    EXPECT_EQ(pair.differences(), "") << "while loading";
     pair.control(0x14, 0x2F);
-    pair.compare("shown");
+    EXPECT_EQ(pair.differences(), "") << "shown";
     pair.control(0x14, 0x20);
     pair.control(0x14, 0x2E);
     pair.control(0x14, 0x70);
     pair.text("Second");
-    pair.compare("while loading the second");
+    EXPECT_EQ(pair.differences(), "") << "while loading the second";
     pair.control(0x14, 0x2F);
-    pair.compare("the second");
+    EXPECT_EQ(pair.differences(), "") << "the second";
     pair.control(0x14, 0x2C);
-    pair.compare("erased");
+    EXPECT_EQ(pair.differences(), "") << "erased";
 }
 
 TEST(VbiScreens, ShowTheSameRollUpAndPaintOnCaptions) {
@@ -305,7 +313,7 @@ TEST(VbiScreens, ShowTheSameRollUpAndPaintOnCaptions) {
     for (const char* const word : {"one", "two", "three", "four", "five"}) {
         // The library shows a word when it is over.
         pair.text(std::string(word) + " ");
-        pair.compare(word);
+        EXPECT_EQ(pair.differences(), "") << word;
         pair.control(0x14, 0x2D);
     }
     pair.control(0x14, 0x2C);
@@ -317,7 +325,7 @@ TEST(VbiScreens, ShowTheSameRollUpAndPaintOnCaptions) {
     pair.text("on");
     pair.control(0x14, 0x24);
     pair.text(" ");
-    pair.compare("painted on");
+    EXPECT_EQ(pair.differences(), "") << "painted on";
 }
 
 TEST(VbiScreens, ShowEveryCharacterTheSame) {
@@ -338,7 +346,7 @@ TEST(VbiScreens, ShowEveryCharacterTheSame) {
         }
     }
     pair.text(" ");
-    pair.compare("characters");
+    EXPECT_EQ(pair.differences(), "") << "characters";
 }
 
 }  // namespace
