@@ -1,5 +1,5 @@
 // Teletext frames: nothing new, changes, the number of records, memory; with a plain baseline for the filling frames.
-// The search for OP-47 packets in a captured row of 1920 pixels.
+// The search for OP-47 packets in a captured row of 1920 pixels, with a plain baseline that takes the luma out first.
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
@@ -310,8 +310,58 @@ void noOP47In2vuy(benchmark::State& state) {
     searchRow(state, qlx::kPixelFormat2vuy, false);
 }
 
+/// The luma of a row, whole, before anything is looked for.
+std::vector<std::uint16_t> lumaOf(const std::vector<std::uint8_t>& row, std::uint32_t format) {
+    std::vector<std::uint16_t> luma;
+    if (format == qlx::kPixelFormat2vuy) {
+        for (std::size_t index = 1; index < row.size(); index += 2) {
+            luma.push_back(row[index]);
+        }
+        return luma;
+    }
+    for (std::size_t word = 0; word + 8 <= row.size(); word += 8) {
+        luma.push_back(static_cast<std::uint16_t>((row[word + 1] >> 2U | row[word + 2] << 6U) & 0x3FFU));
+        luma.push_back(static_cast<std::uint16_t>((row[word + 4] | row[word + 5] << 8U) & 0x3FFU));
+        luma.push_back(static_cast<std::uint16_t>((row[word + 6] >> 4U | row[word + 7] << 4U) & 0x3FFU));
+    }
+    return luma;
+}
+
+/// The user data of a packet at the row's beginning, found in luma that was taken out of the row before.
+std::vector<std::uint8_t> searchPlainly(const std::vector<std::uint8_t>& row, std::uint32_t format) {
+    const std::vector<std::uint16_t> luma = lumaOf(row, format);
+    const std::uint16_t all = format == qlx::kPixelFormat2vuy ? 0xFF : 0x3FF;
+    std::vector<std::uint8_t> data;
+    if (luma[0] == 0 && luma[1] == all && luma[2] == all && (luma[3] & 0xFFU) == 0x43 && (luma[4] & 0xFFU) == 0x02) {
+        for (std::size_t index = 0; index < (luma[5] & 0xFFU); ++index) {
+            data.push_back(static_cast<std::uint8_t>(luma[6 + index]));
+        }
+    }
+    return data;
+}
+
+void searchRowPlainly(benchmark::State& state, std::uint32_t format) {
+    const std::vector<std::uint8_t> row = rowOf(format, true);
+    if (searchPlainly(row, format).size() != kBlockSize) {
+        state.SkipWithError("another packet was found");
+        return;
+    }
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(searchPlainly(row, format));
+    }
+}
+
+void op47InV210Plainly(benchmark::State& state) {
+    searchRowPlainly(state, qlx::kPixelFormatV210);
+}
+void op47In2vuyPlainly(benchmark::State& state) {
+    searchRowPlainly(state, qlx::kPixelFormat2vuy);
+}
+
 BENCHMARK(op47InV210);
+BENCHMARK(op47InV210Plainly);
 BENCHMARK(op47In2vuy);
+BENCHMARK(op47In2vuyPlainly);
 BENCHMARK(noOP47InV210);
 BENCHMARK(noOP47In2vuy);
 BENCHMARK(filling);

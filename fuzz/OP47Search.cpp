@@ -18,6 +18,24 @@ qlx::Data find(const qlxtest::ExactBuffer& lines, std::uint32_t format, std::uin
                                                                                          format, bytesPerRow, line);
 }
 
+/// Rows of any few bytes, those of 720 and 1920 pixels in both formats, or one row of all bytes.
+std::uint64_t bytesOfRow(std::uint8_t choice, std::size_t size) {
+    switch (choice) {
+    case 251:
+        return 1440;
+    case 252:
+        return 1920;
+    case 253:
+        return 3840;
+    case 254:
+        return 5120;
+    case 255:
+        return size;
+    default:
+        return choice;
+    }
+}
+
 void checkElement(const qlx::Data& element, std::uint8_t line) {
     require(element.size() >= 19 && element.size() == 19U + element[18]);
     require(element[0] == 0 && element[1] == 2 && element[2] == 0 && element[3] == line);
@@ -47,11 +65,10 @@ void checkSample(const qlx::Data& first, const qlx::Data& second) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const qlxfuzz::SilentConsole console;
     qlxfuzz::Input input(data, size);
-    const std::uint64_t rowSize = input.takeByte();
+    const std::uint8_t rowSize = input.takeByte();
     const std::uint8_t line = input.takeByte();
     const qlxtest::ExactBuffer lines(input.rest());
-    // 255 stands for one row of all bytes.
-    const std::uint64_t bytesPerRow = rowSize == 255 ? lines.size() : rowSize;
+    const std::uint64_t bytesPerRow = bytesOfRow(rowSize, lines.size());
 
     const qlx::Data element = find(lines, qlx::kPixelFormatV210, bytesPerRow, line);
     if (element) {

@@ -49,11 +49,11 @@ void checkRecord(const QLXSubtitleRecord& record) {
     require(!record.description().empty());
 }
 
-/// A file of as many whole blocks as the input has.
+/// A file of as many whole blocks as the input has, at either rate.
 std::vector<std::uint8_t> fileOf(const std::uint8_t* data, std::size_t size) {
     const std::size_t blocks = size / kBlockSize;
     std::string head(kInformationSize, ' ');
-    head.replace(3, 8, "STL25.01");
+    head.replace(3, 8, size % 2 == 0 ? "STL25.01" : "STL30.01");
     std::string count = std::to_string(blocks);
     head.replace(238, count.size(), count);
     std::vector<std::uint8_t> file(head.begin(), head.end());

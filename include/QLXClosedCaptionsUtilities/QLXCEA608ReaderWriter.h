@@ -49,20 +49,22 @@ public:
     /// Its four bytes are those of row 1, 0, 0, with those of row 2 ORed in from the second byte on: a picture that
     /// overlayCEA608FromCCBuffer:size:intoPixelBuffer: has drawn the pair a, b into gives a, b | 0x80, 0x80, 0. Cells
     /// that lie outside a narrow picture count as 0. Rows of more than 1368 pixels hold a further run of eight cells
-    /// (the 41st to the 48th), which are ORed into the row's second byte: hosts rely on these bytes.
-    /// @return Null when the picture has fewer than three rows or a step fails; a refused session, transfer or sample
-    ///         is reported to the system log.
+    /// (the 41st to the 48th), and still wider ones another after every 32 cells (from pixels 2232, 3096 ... on), which
+    /// are ORed into the row's second byte: hosts rely on these bytes.
+    /// @param sampleBuffer A sample with a picture.
+    /// @return Null without a sample or picture, when the picture has fewer than three rows, or when a step fails; a
+    ///         refused session, transfer or sample is reported to the system log.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> createClosedCaptionSampleFromCEA608VideoSampleBuffer(
         const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer);
 
     /// Draws a byte pair into row 1 of a picture, black into row 0, and the pair 0x80, 0x80 into row 2.
     ///
     /// The picture stays as it is when it has fewer than three rows or is not wider than 274 pixels, with fewer than two
-    /// bytes, or when a step fails. Bits that do not fit into the row are cut off. In a `420v` picture row 3 shares its
+    /// bytes or none (null), or when a step fails. Bits that do not fit into the row are cut off. In a `420v` picture row 3 shares its
     /// chroma with row 2, and loses its colour.
     /// @param ccBuffer The bytes, parity included; only the first two are used.
     /// @param size Bytes of the buffer.
-    /// @param pixelBuffer The picture, changed in place.
+    /// @param pixelBuffer The picture, changed in place; without one nothing happens.
     void overlayCEA608FromCCBuffer_size_intoPixelBuffer(const std::uint8_t* ccBuffer, std::uint64_t size,
                                                         const std::shared_ptr<qlx::PixelBuffer>& pixelBuffer);
 

@@ -1,6 +1,10 @@
 // Line 21 put together for tests, pixel by pixel from the rule.
 #pragma once
 
+#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+
+#include "../anc/RowBuilder.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -34,13 +38,49 @@ inline std::vector<std::uint8_t> pairLevels(std::size_t width, std::uint8_t firs
     return levels;
 }
 
-/// Opaque greys as BGRA.
-inline std::vector<std::uint8_t> greysAsBGRA(const std::vector<std::uint8_t>& levels) {
+/// Y' of a grey in video range, rounded: in eight bits black is 16 and white 219 above it; each bit more doubles that.
+inline unsigned lumaOf(std::uint8_t level, unsigned bits) {
+    return (((16U * 255 + 219U * level) << (bits - 8)) + 127) / 255;
+}
+
+/// Greys in one of the formats; those of `420v` are followed by their chroma row.
+inline std::vector<std::uint8_t> greysAs(std::uint32_t format, const std::vector<std::uint8_t>& levels) {
     std::vector<std::uint8_t> bytes;
+    if (format == qlx::kPixelFormatV210) {
+        std::vector<std::uint16_t> luma;
+        for (const std::uint8_t level : levels) {
+            luma.push_back(static_cast<std::uint16_t>(lumaOf(level, 10)));
+        }
+        return v210Row(levels.size() / 6, luma);
+    }
     for (const std::uint8_t level : levels) {
-        bytes.insert(bytes.end(), {level, level, level, 255});
+        const auto luma = static_cast<std::uint8_t>(lumaOf(level, 8));
+        switch (format) {
+        case qlx::kPixelFormatBGRA:
+            bytes.insert(bytes.end(), {level, level, level, 255});
+            break;
+        case qlx::kPixelFormatARGB:
+            bytes.insert(bytes.end(), {255, level, level, level});
+            break;
+        case qlx::kPixelFormat2vuy:
+            bytes.insert(bytes.end(), {128, luma});
+            break;
+        case qlx::kPixelFormatYuvs:
+            bytes.insert(bytes.end(), {luma, 128});
+            break;
+        default:
+            bytes.push_back(luma);
+        }
+    }
+    if (format == qlx::kPixelFormat420v) {
+        bytes.insert(bytes.end(), levels.size(), 128);
     }
     return bytes;
+}
+
+/// Opaque greys as BGRA.
+inline std::vector<std::uint8_t> greysAsBGRA(const std::vector<std::uint8_t>& levels) {
+    return greysAs(qlx::kPixelFormatBGRA, levels);
 }
 
 /// The three BGRA rows that a pair is drawn as.

@@ -69,31 +69,21 @@ TEST(Line21Overlay, UsesOnlyTwoBytes) {
     EXPECT_EQ(drawnInto(720, 4, qlx::kPixelFormatBGRA, {}), untouched);
 }
 
-TEST(Line21Overlay, DrawsLumaOfVideoRangeWithoutColour) {
-    // Y' of grey g is 16 + 219 g / 255: 125 for 127.
-    const Bytes levels = qlxtest::pairLevels(720, kPair[0], kPair[1]);
-    const Bytes bytes = drawnInto(720, 4, qlx::kPixelFormat2vuy);
-    for (std::size_t x = 0; x < 720; ++x) {
-        ASSERT_EQ(bytes[2 * x], 128);
-        ASSERT_EQ(bytes[2 * x + 1], 16);
-        ASSERT_EQ(bytes[1440 + 2 * x], 128);
-        ASSERT_EQ(bytes[1440 + 2 * x + 1], (16 * 255 + 219 * levels[x] + 127) / 255) << x;
-    }
-    EXPECT_EQ(Bytes(bytes.begin() + 3 * 1440, bytes.end()), Bytes(1440, 0x55));
-}
-
-TEST(Line21Overlay, LeavesTheFourthRowAloneInEveryFormat) {
+TEST(Line21Overlay, DrawsTheSameGreysInEveryFormatAndLeavesTheFourthRowAlone) {
     for (const std::uint32_t format : qlxtest::kPixelFormats) {
-        QLXCEA608ReaderWriter writer;
-        const ExactPicture video(720, 4, format, 0, 0x55);
-        overlay(writer, video.picture);
-        const std::size_t rowBytes = qlxtest::bytesOfRow(format, 720);
-        EXPECT_NE(Bytes(video.picture->row(2), video.picture->row(2) + rowBytes), Bytes(rowBytes, 0x55)) << format;
-        EXPECT_EQ(Bytes(video.picture->row(3), video.picture->row(3) + rowBytes), Bytes(rowBytes, 0x55)) << format;
-        // In 420v the fourth row's chroma is the third one's, which has no colour.
-        if (const std::uint8_t* const chroma = video.picture->chromaRow(3)) {
-            EXPECT_EQ(Bytes(chroma, chroma + 720), Bytes(720, 128));
+        Bytes expected;
+        for (const Bytes& levels :
+             {Bytes(720, 0), qlxtest::pairLevels(720, kPair[0], kPair[1]), qlxtest::pairLevels(720, 0x80, 0x80)}) {
+            const Bytes row = qlxtest::greysAs(format, levels);
+            expected.insert(expected.end(), row.begin(), row.end());
         }
+        const std::size_t rowBytes = qlxtest::bytesOfRow(format, 720);
+        expected.insert(expected.end(), rowBytes, 0x55);
+        if (format == qlx::kPixelFormat420v) {
+            // The fourth row's chroma is the third one's, which has no colour.
+            expected.insert(expected.end(), 720, 128);
+        }
+        EXPECT_EQ(drawnInto(720, 4, format), expected) << format;
     }
 }
 

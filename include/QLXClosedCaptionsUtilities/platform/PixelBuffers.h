@@ -122,6 +122,10 @@ public:
     /// the mean of the pixels of its row that it stands for, and in `420v` the mean of that of its two rows; where one
     /// of them lies outside the destination, the other decides. In an odd column at the row's end the missing neighbour
     /// does not count. From Y'CbCr the alpha is 255. Bytes that belong to no pixel of the destination stay as they are.
+    /// @param source Any picture or view, of any of the six formats.
+    /// @param destination Another one, changed in place; it may have another format, width and height.
+    /// @return kPixelStatusSuccess, always, from the portable session. A host's session gives any other status when it
+    ///         refuses; what the destination then holds is undefined, and the library's operations fail with it.
     virtual MediaStatus transferImage(const PixelBuffer& source, PixelBuffer& destination);
 
 private:
