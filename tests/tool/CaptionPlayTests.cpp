@@ -91,7 +91,8 @@ TEST(PlayCaptions, DoesNotRepeatItselfForEveryCue) {
     const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(linesOf(result.err).size(), 11U);
-    EXPECT_EQ(linesOf(result.err).back(), "qlxcc: warning: " + file + ": 3 more cues cut as well");
+    EXPECT_EQ(linesOf(result.err).back(),
+              "qlxcc: warning: " + file + ": 3 more cues not shown as written (see qlxcc subs --mode cea608)");
 }
 
 TEST(PlayCaptions, LeavesFramesEmptyOnRequest) {

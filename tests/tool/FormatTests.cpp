@@ -15,6 +15,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace {
 
 using namespace qlx::tool;
@@ -168,7 +170,8 @@ TEST(Times, SayWhyATimecodeNamesNoFrame) {
               "\"00:01:00;03\" is no TIME: drop-frame timecodes leave this number out");
     EXPECT_EQ(timeRefusal("00:01:00;10", "30"),
               "\"00:01:00;10\" is a drop-frame timecode, which counts frames at 29.97 and 59.94 only");
-    EXPECT_EQ(timeRefusal("00:00:10:12", ""), "\"00:00:10:12\" counts frames, and there is no rate to count them at");
+    EXPECT_EQ(timeRefusal("00:00:10:12", ""),
+              "\"00:00:10:12\" counts frames: --rate is needed, which says how many a second has");
     for (const char* text : {"", "00:00:10:1", "00:00:10:123", "00:60:10:12", "00:10", "9999:00:00:00", "soon"}) {
         EXPECT_EQ(timeRefusal(text, "25"), "\"" + std::string(text) +
                                                "\" is not a TIME (10.5, 00:00:10,500 or 00:00:10:12; at most 1000 "
@@ -194,6 +197,27 @@ TEST(Times, PrintsTimecodesWithCutMilliseconds) {
     EXPECT_EQ(timecode(qlx::MediaTime::make(90061 * 25 + 24, 25)), "25:01:01,960");
     EXPECT_EQ(timecode(qlx::MediaTime::make(3600 * 1000, 1)), "1000:00:00,000");
     EXPECT_EQ(timecode(qlx::MediaTime{}), "--:--:--,---");
+}
+
+TEST(Times, HaveASignInFrontOfZero) {
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-150150, 30000)), "-00:00:05,005");
+    // Cut to the earlier millisecond.
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-1001, 30000)), "-00:00:00,034");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-1, 90000)), "-00:00:00,001");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-89999, 90000)), "-00:00:01,000");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-3600 * 25, 25)), "-01:00:00,000");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(std::numeric_limits<std::int64_t>::min(), 1)),
+              "-2562047788015215:30:08,000");
+    EXPECT_EQ(timecodeColumn(qlx::MediaTime::make(-1001, 30000)), "-00:00:00,034");
+    EXPECT_EQ(timecodeColumn(qlx::MediaTime::make(1001, 30000)), " 00:00:00,033");
+    EXPECT_EQ(timecodeColumn(std::nullopt), " --:--:--,---");
+    EXPECT_EQ(signedTimeInSeconds("-00:00:05,005", nullptr), -5.005);
+    EXPECT_EQ(signedTimeInSeconds("-1.5", nullptr), -1.5);
+    EXPECT_EQ(signedTimeInSeconds("1.5", nullptr), 1.5);
+    const Rate rate = rateNamed("25").value();
+    EXPECT_EQ(signedTimeInSeconds("-00:00:01:05", &rate), -1.2);
+    EXPECT_THROW((void)signedTimeInSeconds("--1", nullptr), UsageError);
+    EXPECT_THROW((void)signedTimeInSeconds("-", nullptr), UsageError);
 }
 
 TEST(Texts, TakeOutWhatSteersATerminal) {

@@ -4,6 +4,7 @@
 #include "JsonlReader.h"
 #include "MemorySource.h"
 #include "SccReader.h"
+#include "ToolRunner.h"
 
 #include "ExactBuffer.h"
 
@@ -138,6 +139,67 @@ TEST(SccFile, GivesAPairAFrame) {
               (Lines{"0:fc9420", "1:fc9420", "2:fc9420", "3:fc942f"}));
     EXPECT_EQ(pairsOf("Scenarist_SCC V1.0\n\n"), Lines());
     EXPECT_EQ(pairsOf("Scenarist_SCC V1.0\n00:00:00:00\n"), Lines());
+}
+
+/// What is said of the lines of a file, without `line `.
+Lines remarksOn(std::string_view text) {
+    const auto bytes = bytesOf("Scenarist_SCC V1.0\n\n" + std::string(text));
+    qlxtest::MemorySource source(bytes);
+    SccReader reader(source);
+    Lines remarks;
+    std::vector<std::string> problems;
+    for (Frame frame; reader.next(frame, problems);) {
+        for (const std::string& remark : reader.takeRemarks()) {
+            remarks.push_back(remark.substr(remark.find(' ') + 1));
+        }
+    }
+    EXPECT_EQ(problems, Lines());
+    return remarks;
+}
+
+TEST(SccFile, SaysWhichLinesAreLate) {
+    const std::string three = "9420 9420 9420\n";
+    EXPECT_EQ(remarksOn("00:00:00:00 " + three + "00:00:00:03 " + three + "00:00:00:06 942f"), Lines());
+    EXPECT_EQ(remarksOn("00:00:00:00 " + three + "00:00:00:02 " + three),
+              Lines{"4: the timecode 00:00:00:02 comes before the pairs of line 3 are through: the line's pairs follow "
+                    "those, from 00:00:00:03 on"});
+    // Pairs 0 to 2, 60 to 62, and then 63 to 65 in place of 30 to 32; the line behind is not hurt by that.
+    const std::string text = "00:00:00;00 " + three + "\n00:00:02;00 " + three + "00:00:01;00 " + three;
+    EXPECT_EQ(remarksOn(text + "00:00:02;06 " + three),
+              Lines{"6: the timecode 00:00:01;00 is earlier than that of line 5: the line's pairs follow those, from "
+                    "00:00:02;03 on"});
+    EXPECT_EQ(pairsOf("Scenarist_SCC V1.0\n\n" + text).back(), "65:fc9420");
+    // Behind a line that is late itself: 63 to 65 are taken, 64 is wanted.
+    EXPECT_EQ(
+        remarksOn(text + "00:00:02;04 " + three).back(),
+        "7: the timecode 00:00:02;04 comes before the pairs of line 6 are through: the line's pairs follow those, "
+        "from 00:00:02;06 on");
+    // A line without pairs moves nothing.
+    EXPECT_EQ(remarksOn("00:00:00:00 " + three + "00:00:00:01\n00:00:00:03 " + three), Lines());
+}
+
+TEST(SccFile, IsWarnedOfWhereItIsRead) {
+    const qlxtest::TemporaryFolder folder;
+    std::string text = "Scenarist_SCC V1.0\n\n00:00:10:00\t9420\n";
+    for (int line = 0; line < 13; ++line) {
+        text += "00:00:09:00\t9420\n";
+    }
+    const std::string file = folder.write("a.scc", text);
+    const std::string start = "qlxcc: warning: " + file + ": ";
+    for (const Lines& arguments : {Lines{"scan", file}, Lines{"show", file, "--all"}, Lines{"scan", file, "--json"}}) {
+        const qlxtest::ToolResult result = qlxtest::runTool(arguments);
+        EXPECT_EQ(result.exitCode, 0);
+        const Lines lines = qlxtest::linesOf(result.err);
+        ASSERT_EQ(lines.size(), 11U);
+        EXPECT_EQ(lines[0], start + "line 4: the timecode 00:00:09:00 is earlier than that of line 3: the line's pairs "
+                                    "follow those, from 00:00:10:01 on");
+        EXPECT_EQ(lines[1], start + "line 5: the timecode 00:00:09:00 comes before the pairs of line 4 are through: "
+                                    "the line's pairs follow those, from 00:00:10:02 on");
+        EXPECT_EQ(lines[10], start + "3 more warnings");
+        Lines quiet = arguments;
+        quiet.emplace_back("--quiet");
+        EXPECT_EQ(qlxtest::runTool(quiet).err, "");
+    }
 }
 
 TEST(SccFile, SaysWhatIsWrong) {

@@ -14,13 +14,32 @@ namespace qlxtest {
 class MovFile {
 public:
     /// @param samples The samples of the track in hexadecimal digits, one a frame at 25 frames a second.
-    static std::vector<std::uint8_t> withCaptionTrack(const std::vector<std::string>& samples) {
+    /// @param isIndexInFront The index (moov) stands in front of the samples, not behind them.
+    static std::vector<std::uint8_t> withCaptionTrack(const std::vector<std::string>& samples,
+                                                      bool isIndexInFront = false) {
         const std::string first = atom("ftyp", type("qt  ") + number(0) + type("qt  "));
-        std::string sizes = number(0) + number(0) + number(samples.size());
         std::string data;
         for (const std::string& sample : samples) {
-            sizes += number(sample.size() / 2);
             data += sample;
+        }
+        const std::size_t place = first.size() / 2 + 8;
+        if (!isIndexInFront) {
+            return fromHex(first + atom("mdat", data) + index(samples, place));
+        }
+        // The index is as long whatever the places in it are.
+        return fromHex(first + index(samples, place + index(samples, 0).size() / 2) + atom("mdat", data));
+    }
+
+    static std::string atom(std::string_view name, const std::string& content) {
+        return number(content.size() / 2 + 8) + type(name) + content;
+    }
+
+private:
+    /// @param place The byte at which the first sample begins.
+    static std::string index(const std::vector<std::string>& samples, std::size_t place) {
+        std::string sizes = number(0) + number(0) + number(samples.size());
+        for (const std::string& sample : samples) {
+            sizes += number(sample.size() / 2);
         }
         const std::string count = number(samples.size());
         const std::string entry = atom("c708", number(0) + "00000001");
@@ -28,7 +47,7 @@ public:
             atom("stbl", atom("stsd", number(0) + number(1) + entry) +
                              atom("stts", number(0) + number(1) + count + number(1)) +
                              atom("stsc", number(0) + number(1) + number(1) + count + number(1)) + atom("stsz", sizes) +
-                             atom("stco", number(0) + number(1) + number(first.size() / 2 + 8)));
+                             atom("stco", number(0) + number(1) + number(place)));
         const std::string information = atom("minf", atom("nmhd", number(0)) + table);
         const std::string header = number(0) + number(0) + number(0) + number(25) + count;
         const std::string media = atom("mdia", atom("mdhd", header + number(0)) +
@@ -38,14 +57,9 @@ public:
         const std::string track =
             atom("trak",
                  atom("tkhd", number(1) + number(0) + number(0) + number(1) + number(0) + count + zeros(60)) + media);
-        return fromHex(first + atom("mdat", data) + atom("moov", atom("mvhd", header + zeros(80)) + track));
+        return atom("moov", atom("mvhd", header + zeros(80)) + track);
     }
 
-    static std::string atom(std::string_view name, const std::string& content) {
-        return number(content.size() / 2 + 8) + type(name) + content;
-    }
-
-private:
     static std::string number(std::uint64_t value) {
         char text[17];
         std::snprintf(text, sizeof text, "%08llx", static_cast<unsigned long long>(value));

@@ -12,8 +12,14 @@ namespace qlxtest {
 
 class MxfFile {
 public:
+    /// What the header says of the whole file.
+    struct Header {
+        std::uint64_t footer = 0;   ///< The byte at which the footer begins; 0: it does not say.
+        const char* status = "04";  ///< 01 open and incomplete, 02 closed and incomplete, 03 open, 04 closed.
+    };
+
     /// @param elements The values of the ANC frame elements, in hexadecimal digits, one a frame at 25 frames a second.
-    static std::vector<std::uint8_t> withAncFrames(const std::vector<std::string>& elements) {
+    static std::vector<std::uint8_t> withAncFrames(const std::vector<std::string>& elements, const Header& header) {
         const std::string frames = number(elements.size(), 8);
         const std::string material = std::string(kUmid) + repeat("11", 16);
         const std::string source = std::string(kUmid) + repeat("22", 16);
@@ -33,11 +39,31 @@ public:
                         item("1102", number(0, 4)));
         sets += set("5c", "0a",
                     item("3001", "0000001900000001") + item("3004", kAncContainer) + item("3006", number(1, 4)));
-        std::string file = triplet("060e2b34020501010d01020101020400", partition(sets.size() / 2)) + sets;
+        std::string file = triplet("060e2b34020501010d01020101"
+                                   "02" +
+                                       std::string(header.status) + "00",
+                                   partition(0, header.footer, sets.size() / 2)) +
+                           sets;
         for (const std::string& element : elements) {
             file += triplet("060e2b34010201010d01030117010201", toHex(fromHex(element)));
         }
         return fromHex(file);
+    }
+
+    static std::vector<std::uint8_t> withAncFrames(const std::vector<std::string>& elements) {
+        return withAncFrames(elements, Header());
+    }
+
+    /// A partition pack of a footer without anything in it.
+    static std::vector<std::uint8_t> emptyFooter(std::uint64_t place) {
+        return fromHex(triplet("060e2b34020501010d01020101040400", partition(place, place, 0)));
+    }
+
+    /// A random index pack (SMPTE ST 377-1), which ends a file and says where its partitions are.
+    static std::vector<std::uint8_t> randomIndex(std::uint64_t footer) {
+        // Key and length, twice a stream and the place of a partition, the length of all of it.
+        return fromHex(triplet("060e2b34020501010d01020101110100", number(1, 4) + number(0, 8) + number(0, 4) +
+                                                                       number(footer, 8) + number(20 + 24 + 4, 4)));
     }
 
 private:
@@ -92,9 +118,9 @@ private:
                item("4803", reference(sequence));
     }
 
-    /// A header partition that the essence follows.
-    static std::string partition(std::uint64_t headerBytes) {
-        return number(1, 2) + number(2, 2) + number(1, 4) + number(0, 8) + number(0, 8) + number(0, 8) +
+    /// A partition that begins at `place`.
+    static std::string partition(std::uint64_t place, std::uint64_t footer, std::uint64_t headerBytes) {
+        return number(1, 2) + number(2, 2) + number(1, 4) + number(place, 8) + number(0, 8) + number(footer, 8) +
                number(headerBytes, 8) + number(0, 8) + number(0, 4) + number(0, 8) + number(1, 4) +
                kOperationalPattern + number(1, 4) + number(16, 4) + kAncContainer;
     }

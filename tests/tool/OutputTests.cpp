@@ -200,4 +200,50 @@ TEST_F(Output, ReportsAFullStandardOutput) {
     EXPECT_EQ(scan.err, "qlxcc: standard output: No space left on device\n");
 }
 
+TEST_F(Output, ReportsThatAnAnswerCannotBePrinted) {
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"--help"},
+                                                                                           {"--version"},
+                                                                                           {"show", "--help"},
+                                                                                           {"line21", "read", "-h"},
+                                                                                           {"completion", "bash"},
+                                                                                           {"completion", "zsh"}}) {
+        const ToolResult full = runTool(arguments, {.outputFile = "/dev/full"});
+        EXPECT_EQ(full.exitCode, 1) << arguments.front();
+        EXPECT_EQ(full.err, "qlxcc: standard output: No space left on device\n") << arguments.front();
+        const ToolResult unread = runTool(arguments, {.outputIsClosed = true});
+        EXPECT_EQ(unread.exitCode, 0) << arguments.front();
+        EXPECT_EQ(unread.err, "") << arguments.front();
+    }
+}
+
+TEST_F(Output, ListsGoToFilesWhenEverythingCouldBeRead) {
+    ASSERT_EQ(playTo(inputs.path("a.klv")).exitCode, 0);
+    const std::string whole = inputs.read("a.klv");
+    const std::string cut = inputs.write("cut.klv", std::string_view(whole).substr(0, whole.size() - 1));
+    const std::string list = folder.path("list");
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"scan"}, {"show", "--all", "--rate", "25"}}) {
+        const auto outputOf = [&](const std::string& file, const std::vector<std::string>& more) {
+            std::vector<std::string> arguments = command;
+            arguments.push_back(file);
+            arguments.insert(arguments.end(), more.begin(), more.end());
+            return runTool(arguments);
+        };
+        const std::string expected = outputOf(inputs.path("a.klv"), {}).out;
+        EXPECT_NE(expected, "");
+        const ToolResult written = outputOf(inputs.path("a.klv"), {"-o", list});
+        EXPECT_EQ(written.exitCode, 0);
+        EXPECT_EQ(written.out + written.err, "");
+        EXPECT_EQ(folder.read("list"), expected);
+        EXPECT_EQ(outputOf(inputs.path("a.klv"), {"--output", "-"}).out, expected);
+        std::filesystem::remove(list);
+        const ToolResult broken = outputOf(cut, {"-o", list});
+        EXPECT_EQ(broken.exitCode, 1);
+        EXPECT_EQ(broken.out, "");
+        EXPECT_TRUE(qlxtest::isOneMessage(broken.err)) << broken.err;
+        EXPECT_EQ(outputOf(cut, {"-o", cut}).err, "qlxcc: " + cut + ": is the input: the result would replace it\n");
+        EXPECT_EQ(folder.names(), std::vector<std::string>{});
+    }
+}
+
 }  // namespace

@@ -95,6 +95,39 @@ TEST(SCTE35, PadsBase64) {
     EXPECT_EQ(ending({"splice-start", "--event-id", "1"}), std::pair(std::size_t{72}, std::ptrdiff_t{2}));
 }
 
+TEST(SCTE104Parse, WritesToAFileWhenEverythingCouldBeRead) {
+    const TemporaryFolder folder;
+    const std::string list = folder.path("list");
+    EXPECT_EQ(outputOf({"scte104", "parse", kSpliceNull, "-o", list}), "");
+    EXPECT_EQ(folder.read("list"),
+              "message 1, AS index 0, DPI PID 0, 1 operation, 17 bytes\n  SpliceNullRequestData\n");
+    EXPECT_EQ(outputOf({"scte104", "parse", kSpliceNull, "--output", "-"}), folder.read("list"));
+    EXPECT_EQ(outputOf({"scte104", "parse", kSpliceNull, "--json", "-o", list}), "");
+    EXPECT_EQ(folder.read("list"), outputOf({"scte104", "parse", kSpliceNull, "--json"}));
+    EXPECT_EQ(outputOf({"scte104", "build", "--json-file", list}), kSpliceNull + "\n");
+
+    // A message that is broken behind one that is not, none at all, and the end in the middle: an earlier list stays.
+    const std::string packet = "000d 01 04 0014 00000014 00000001 41 07 11" + kSpliceNull;
+    const std::string other = "0009 01 04 0005 00000008 00000001 61 01 02 9669 000000";
+    const std::string broken = "000d 01 04 0014 00000014 00000001 41 07 11 08fffe0010000001000000000101020000";
+    const std::string earlier = folder.read("list");
+    const auto refusal = [&](const std::vector<std::string_view>& content) {
+        const ToolResult result = runTool({"scte104", "parse", folder.write("a.klv", joined(content)), "-o", list});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(folder.read("list"), earlier);
+        return result.err;
+    };
+    const std::string file = "qlxcc: " + folder.path("a.klv");
+    EXPECT_EQ(qlxtest::linesOf(refusal({kAncKeyHex, "46 0002", packet, broken})).back(),
+              "qlxcc: " + list + ": is not written: not everything could be read");
+    EXPECT_EQ(refusal({kAncKeyHex, "18 0001", other}), file + ": no SCTE-104 packet\n");
+    EXPECT_TRUE(refusal({kAncKeyHex, "24 0001", packet, kAncKeyHex, "24 0001"}).starts_with(file + ": byte "));
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.klv", "list"}));
+    EXPECT_EQ(runTool({"scte104", "parse", folder.path("a.klv"), "-o", folder.path("a.klv")}).err,
+              file + ": is the input: the result would replace it\n");
+}
+
 TEST(SCTE35, RefusesOtherMessages) {
     const auto refusal = [](const std::string& message) {
         const ToolResult result = runTool({"scte35", message, "--pts", "0"});

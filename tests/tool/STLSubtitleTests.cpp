@@ -143,7 +143,8 @@ TEST(STLSubtitles, AreKnownByTheirContent) {
     // And the others in spite of such a name.
     const std::string text = folder.write("a.stl", srt({{"00:00:01,000", "00:00:02,000", "Bonjour"}}));
     EXPECT_NE(runTool({"subs", text}).out.find(" (SRT): 1 cue, 0 left out\n"), std::string::npos);
-    const std::string json = folder.write("b.stl", R"([{"end_time_seconds":1,"text_lines":[{"text":"a"}]}])");
+    const std::string json =
+        folder.write("b.stl", R"([{"start_time_seconds":0,"end_time_seconds":1,"text_lines":[{"text":"a"}]}])");
     EXPECT_NE(runTool({"subs", json}).out.find(" (JSON): 1 cue, 0 left out\n"), std::string::npos);
 }
 
@@ -188,10 +189,89 @@ TEST(STLSubtitles, BrokenFiles) {
     expectRefused(stl(kEveryKind, 9), "byte 1792: the file ends behind 6 of 9 TTI blocks");
     expectRefused(whole.substr(0, whole.size() - 1), "byte 1791: the file ends behind 5 of 6 TTI blocks");
     expectRefused(stl({kEveryKind[2]}), "no cue in the file: TTI block 1: a comment");
+    expectRefused(stl({kEveryKind[2]}).replace(12, 2, "01"), "no cue in the file: TTI block 1: a comment");
     std::string other = whole;
     other[7] = '4';
     expectRefused(other, "byte 3: not EBU STL: the disk format code is \"STL24.01\" and neither STL25.01 nor STL30.01");
     expectRefused("hello", "byte 3: not EBU STL: the disk format code is \"lo\" and neither STL25.01 nor STL30.01");
+}
+
+const std::vector<STLCue> kOneCue{{.number = 1, .start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "a"}};
+
+/// A file of one cue whose header has `field` at `offset`.
+std::string stlWithField(std::size_t offset, std::string_view field) {
+    return stl(kOneCue).replace(offset, field.size(), field);
+}
+
+TEST(STLSubtitles, SayThatTheirTextIsReadAsLatin) {
+    const TemporaryFolder folder;
+    for (const auto& [table, named] :
+         std::vector<std::pair<std::string_view, std::string>>{{"01", "\"01\" (Latin/Cyrillic)"},
+                                                               {"02", "\"02\" (Latin/Arabic)"},
+                                                               {"03", "\"03\" (Latin/Greek)"},
+                                                               {"04", "\"04\" (Latin/Hebrew)"},
+                                                               {"05", "\"05\" (undefined)"},
+                                                               {"07", "\"07\" (undefined)"},
+                                                               {"  ", "\"  \" (undefined)"},
+                                                               {"\x01\xFF", "01ff (undefined)"}}) {
+        const std::string file = folder.write("in.stl", stlWithField(12, table));
+        const std::string remark = "the character code table is " + named + ": the text is read as Latin all the same";
+        EXPECT_EQ(linesOf(runTool({"subs", file}).out).at(2), "remark: " + remark);
+        EXPECT_EQ(linesOf(runTool({"subs", file}).out).at(3), file + " (EBU STL, 25 frames/s): 1 cue, 0 left out");
+        const ToolResult played = runTool(playArguments(file, "25"));
+        EXPECT_EQ(played.exitCode, 0);
+        EXPECT_EQ(played.err, "qlxcc: warning: " + file + ": " + remark + "\n");
+    }
+    const std::string json = runTool({"subs", "-", "--json"}, {.input = stlWithField(12, "01")}).out;
+    EXPECT_NE(json.find("\"left_out\":0,\n\"problem_count\":1,\n\"problems\":[\n{\"effect\":\"remark\",\"what\":\"the "
+                        "character code table is \\\"01\\\" (Latin/Cyrillic): the text is read as Latin all the "
+                        "same\"}]}"),
+              std::string::npos)
+        << json;
+    EXPECT_EQ(linesOf(runTool({"subs", "-"}, {.input = stl(kOneCue)}).out).size(), 3U);
+}
+
+TEST(STLSubtitles, SayWhichFactsOfTheHeaderAreNotObserved) {
+    const auto remark = [](const std::string& content) {
+        const auto lines = linesOf(runTool({"subs", "-"}, {.input = content}).out);
+        return lines.size() == 4 ? lines[2] : "no remark";
+    };
+    EXPECT_EQ(remark(stlWithField(255, "0")),
+              "remark: the time codes are marked as not intended for use: they are used all the same");
+    EXPECT_EQ(remark(stlWithField(255, "1")), "no remark");
+    std::string open = stlWithField(11, "0").replace(253, 2, "11");
+    EXPECT_EQ(
+        remark(open),
+        "remark: the rows are those of open subtitling, \"11\" on the screen: they are read as the 23 of teletext");
+    EXPECT_EQ(remark(open.replace(253, 2, "23")), "no remark");
+    EXPECT_EQ(remark(open.replace(253, 2, "11").replace(11, 1, "1")), "no remark");
+}
+
+TEST(STLSubtitles, NameTheTimeCodesThatThereAreNot) {
+    // 30 frames at 25 a second are 1.2 s.
+    const std::string content = stl({{.number = 1, .start = {0, 0, 1, 30}, .end = {0, 0, 4, 0}, .text = "frame"},
+                                     {.number = 2, .start = {0, 75, 0, 0}, .end = {1, 16, 0, 25}, .text = "both"},
+                                     {.number = 3, .start = {24, 0, 0, 0}, .end = {0, 0, 60, 0}, .text = "weg"},
+                                     {.number = 4, .start = {0, 0, 8, 30}, .end = {0, 0, 9, 5}, .text = "same"},
+                                     {.number = 5, .start = {23, 59, 59, 23}, .end = {23, 59, 59, 24}, .text = "ok"}});
+    const std::string none = "no such time code at 25 frames/s: ";
+    const std::vector<std::string> expected{
+        "TTI block 1: remark: " + none + "in 00:00:01:30 (read as 00:00:02,200)",
+        "TTI block 2: remark: " + none +
+            "in 00:75:00:00 (read as 01:15:00,000), out 01:16:00:25 (read as "
+            "01:16:01,000)",
+        "TTI block 3: cue left out: the end is not later than the start; " + none +
+            "in 24:00:00:00 (read as 24:00:00,000), out 00:00:60:00 (read as 00:01:00,000)",
+        "TTI block 4: cue left out: the end is not later than the start; " + none +
+            "in 00:00:08:30 (read as 00:00:09,200)",
+        "standard input (EBU STL, 25 frames/s): 3 cues, 2 left out"};
+    const auto lines = linesOf(runTool({"subs", "-"}, {.input = content}).out);
+    ASSERT_EQ(lines.size(), 9U);
+    EXPECT_EQ(std::vector<std::string>(lines.begin() + 4, lines.end()), expected);
+    // At 30 frames a second there are 30 of them.
+    const std::string other = stl({{.number = 1, .start = {0, 0, 1, 29}, .end = {0, 0, 4, 30}, .text = "a"}});
+    EXPECT_EQ(linesOf(runTool({"subs", "-"}, {.input = std::string(other).replace(3, 8, "STL30.01")}).out).at(2),
+              "TTI block 1: remark: no such time code at 30 frames/s: out 00:00:04:30 (read as 00:00:05,000)");
 }
 
 TEST(STLSubtitles, CountWhatStandsBehindTheLastBlock) {

@@ -145,18 +145,44 @@ TEST(ScanCaptions, ShowsThePacketBelowItsLine) {
 }
 
 TEST(ScanCaptions, NeverRefusesAPacket) {
-    // A reserved rate, no cc_data section, a wrong length and checksum.
+    // A reserved rate, a footer (74) where the flags announce cc_data, a wrong length and checksum.
     const TemporaryFolder folder;
     const std::string file =
         folder.write("a.v210", qlxtest::v210Row(8, qlxtest::ancSamples(0x61, 0x01, fromHex("966933af7f0102740102aa"))));
     const ToolResult json = runTool({"scan", file, "--width", "48", "--lines", "9", "--json"});
     EXPECT_EQ(json.exitCode, 0);
     EXPECT_EQ(json.err, "");
+    EXPECT_EQ(
+        json.out,
+        R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"966933af7f0102740102aa",)"
+        R"("cdp":{"rate":null,"cc_count":null,"counter":258,"triplets":[],)"
+        R"("contradiction":"section 74 where cc_data (72) is announced","length_ok":false,"checksum_ok":false}}]})"
+        "\n");
+}
+
+TEST(ScanCaptions, SaysInJsonWhereAPacketContradictsItself) {
+    const TemporaryFolder folder;
+    // 20 triplets are announced (f4), and one is there; then a section 55 where the flags announce cc_data.
+    const std::string data = "96690d3f7f000072f4fc9420fa";
+    const std::string other = "9669093f7f00005500";
+    const std::string file =
+        folder.write("a.jsonl", R"({"frame":0,"packets":[)"
+                                R"({"line":9,"did":97,"sdid":1,"type":"CEA708","data":")" +
+                                    data + R"("},)" + R"({"line":9,"did":97,"sdid":1,"type":"CEA708","data":")" +
+                                    other + R"("}]})" + "\n");
+    const ToolResult json = runTool({"scan", file, "--json"});
+    EXPECT_EQ(json.exitCode, 0);
+    EXPECT_EQ(json.err, "");
     EXPECT_EQ(json.out,
-              R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"966933af7f0102740102aa",)"
-              R"("cdp":{"rate":null,"cc_count":null,"counter":258,"triplets":[],"length_ok":false,)"
-              R"("checksum_ok":false}}]})"
-              "\n");
+              R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":")" + data +
+                  R"(","cdp":{"rate":"25","cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"9420"}],)"
+                  R"("contradiction":"cc_count 20, of which 1 is there","length_ok":true,"checksum_ok":false}},)"
+                  R"({"line":9,"did":97,"sdid":1,"type":"CEA708","data":")" +
+                  other +
+                  R"(","cdp":{"rate":"25","cc_count":null,"counter":0,"triplets":[],)"
+                  R"("contradiction":"section 55 where cc_data (72) is announced","length_ok":true,)"
+                  R"("checksum_ok":false}}]})"
+                  "\n");
 }
 
 }  // namespace

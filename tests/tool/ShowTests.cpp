@@ -95,6 +95,42 @@ TEST(Show, TakesATimeFromItsOwnList) {
               "teletext page 888 at 00:00:01,034, since 00:00:01,034 (frame 31):\n" + kBonjour);
 }
 
+TEST(Show, TakesATimeInFrontOfZeroFromItsOwnList) {
+    // Frames at 29.97 of which the fifth is at 0: the third, with the text, is at -0.06673 s.
+    const std::vector<std::string> pairs{"9429", "9470", "c8e9", "8080", "8080", "942c"};
+    std::string lines;
+    for (int frame = 0; frame < 6; ++frame) {
+        lines += R"({"frame":)" + std::to_string(frame) + R"(,"pts":{"value":)" + std::to_string((frame - 4) * 1001) +
+                 R"(,"timescale":30000},"packets":[{"line":9,"did":97,"sdid":2,"data":"80)" +
+                 pairs[static_cast<std::size_t>(frame)] + "\"}]}\n";
+    }
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", lines);
+    EXPECT_EQ(shown(file, {"--all"}), "-00:00:00,067 - 00:00:00,033  captions CC1\n  15   Hi\n");
+    const std::string since = ", since -00:00:00,067 (frame 2):\n  15   Hi\n";
+    EXPECT_EQ(shown(file, {"--at", "-00:00:00,067"}), "captions CC1 at -00:00:00,067" + since);
+    EXPECT_EQ(shown(file, {"--at=-0.04"}), "captions CC1 at -00:00:00,040" + since);
+    EXPECT_EQ(shown(file, {"--at", "-00:00:00:01", "--rate", "25"}), "captions CC1 at -00:00:00,040" + since);
+    EXPECT_EQ(shown(file, {"--at", "0"}), "captions CC1 at 00:00:00,000" + since);
+    EXPECT_EQ(shown(file, {"--at", "-0.068"}), "captions CC1 at -00:00:00,068: nothing on air\n");
+    EXPECT_TRUE(shown(file, {"--at", "0", "--json"}).find(R"("from":"-00:00:00,067")") != std::string::npos);
+    const std::vector<std::string> list = qlxtest::linesOf(runTool({"scan", file}).out);
+    ASSERT_GT(list.size(), 5U);
+    EXPECT_TRUE(list[1].starts_with("       0 -00:00:00,134      9  61/02 ")) << list[1];
+    EXPECT_TRUE(list[5].starts_with("       4  00:00:00,000      9  61/02 ")) << list[5];
+}
+
+TEST(Show, SaysWhichOptionATimeWithFramesNeeds) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[]})"
+                                                     "\n");
+    const ToolResult result = runTool({"show", file, "--at", "00:00:10:00"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.err.substr(0, result.err.find(" (see")),
+              "qlxcc: \"00:00:10:00\" counts frames: --rate is needed, which says how many a second has");
+    EXPECT_EQ(runTool({"show", file, "--at", "00:00:10:00", "--rate", "29.97"}).exitCode, 0);
+}
+
 TEST(Show, ShowsCaptions) {
     const TemporaryFolder folder;
     const std::string all = shown(played(folder, "a.klv", false), {"--rate", "25", "--all"});
@@ -288,7 +324,28 @@ TEST(Show, DrawsAPicture) {
     EXPECT_TRUE(folder.read("a.ppm").starts_with("P6\n544 390\n255\n"));
     // An empty screen is a picture as well; the input is never replaced.
     EXPECT_EQ(runTool({"show", file, "--rate", "25", "--at", "0", "--png", picture}).exitCode, 0);
-    EXPECT_EQ(runTool({"show", file, "--rate", "25", "--at", "1.5", "--png", file}).exitCode, 1);
+    const std::string input = folder.write("input", folder.read("a.klv"));
+    EXPECT_EQ(runTool({"show", input, "--rate", "25", "--at", "1.5", "--png", input}).err,
+              "qlxcc: " + input + ": is the input: the result would replace it\n");
+    // Beside a list in a file there is a picture when the list is whole, and else neither of them.
+    const auto toFiles = [&](const std::string& name) {
+        return runTool({"show", folder.path(name), "--rate", "25", "--at", "0", "-o", folder.path(name + ".txt"),
+                        "--png", folder.path(name + ".ppm")});
+    };
+    EXPECT_EQ(toFiles("a.klv").exitCode, 0);
+    EXPECT_EQ(folder.read("a.klv.txt"), "teletext page 888 at 00:00:00,000: nothing on air\n");
+    EXPECT_TRUE(folder.read("a.klv.ppm").starts_with("P6\n480 500\n"));
+    // An element that announces two packets and has one.
+    folder.write("bad.klv", qlxtest::joined({qlxtest::kAncKeyHex, "18 0002",
+                                             "0015 01 04 0006 00000008 00000001 61 02 03 8094ae 0000"}));
+    const ToolResult bad = toFiles("bad.klv");
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_EQ(bad.out, "");
+    EXPECT_TRUE(bad.err.ends_with(": 1 problem: not every packet could be read; " + folder.path("bad.klv.txt") +
+                                  " is not written\n"))
+        << bad.err;
+    EXPECT_FALSE(std::filesystem::exists(folder.path("bad.klv.txt")));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("bad.klv.ppm")));
     if (runTool({"show", file, "--rate", "25", "--at", "1.5", "--png", folder.path("a.png")}).exitCode == 0) {
         EXPECT_EQ(folder.read("a.png").substr(1, 3), "PNG");
     }
@@ -368,6 +425,10 @@ TEST(Show, HasColoursOnATerminalOnly) {
               coloured);
     EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out), plain);
     EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"TERM=dumb"}}).out), plain);
+    std::vector<std::string> toFile = arguments;
+    toFile.insert(toFile.end(), {"-o", folder.path("screen")});
+    EXPECT_EQ(runTool(toFile, {.outputIsTerminal = true}).out, "");
+    EXPECT_EQ(folder.read("screen"), plain);
 }
 
 TEST(ScanTeletext, PrintsPagesAndRows) {

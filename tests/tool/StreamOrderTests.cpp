@@ -168,8 +168,36 @@ TEST(PictureTimes, AreThoseOfThePresentation) {
     // Missing ones.
     EXPECT_EQ(timesOf({3600, std::nullopt, std::nullopt, std::nullopt}, 3600), expected);
     EXPECT_EQ(timesOf({3600, 14400, std::nullopt, 10800}, 3600), expected);
-    EXPECT_EQ(timesOf({std::nullopt, 14400, std::nullopt, std::nullopt}, 3600),
+    // Counted back from the first one, if only it is known how far.
+    EXPECT_EQ(timesOf({std::nullopt, 14400, std::nullopt, std::nullopt}, 3600), expected);
+    EXPECT_EQ(timesOf({std::nullopt, std::nullopt, std::nullopt, 10800}, 3600), expected);
+    EXPECT_EQ(timesOf({std::nullopt, 14400, std::nullopt, std::nullopt}, 0),
               (std::vector<std::int64_t>{-1, -1, -1, 14400}));
+    EXPECT_EQ(timesOf({std::nullopt, std::nullopt, std::nullopt, std::nullopt}, 3600),
+              (std::vector<std::int64_t>{-1, -1, -1, -1}));
+}
+
+TEST(PictureTimes, DoNotWaitForEverForTheFirst) {
+    PictureTimes times(VideoCodec::Mpeg2, 40);
+    std::vector<int> marks;
+    const std::size_t count = 3 * PictureOrder::kLongestWait;
+    for (std::size_t index = 0; index < count; ++index) {
+        times.add(fromHex(picture(static_cast<unsigned>(index), 2)), frameOf(static_cast<std::uint8_t>(index)));
+        while (const auto frame = times.take()) {
+            EXPECT_FALSE(frame->pts);
+            marks.push_back(frame->triplets[2]);
+        }
+        // As many wait to be put in order, and as many for a time.
+        ASSERT_LT(index + 1, marks.size() + 2 * PictureOrder::kLongestWait);
+    }
+    times.finish();
+    while (const auto frame = times.take()) {
+        marks.push_back(frame->triplets[2]);
+    }
+    ASSERT_EQ(marks.size(), count);
+    for (std::size_t index = 0; index < count; ++index) {
+        EXPECT_EQ(marks[index], static_cast<int>(index));
+    }
 }
 
 TEST(PictureTimes, BeginWhereTheyAreSaidTo) {
@@ -184,6 +212,11 @@ TEST(PictureTimes, BeginWhereTheyAreSaidTo) {
         EXPECT_EQ(frame->pts->value, expected);
         EXPECT_EQ(frame->pts->timescale, 1000);
     }
+    // The first one's own time goes before.
+    PictureTimes own(VideoCodec::Mpeg2, 3600, MediaTime::make(0, 90000));
+    own.add(fromHex(picture(0, 1)), timed(0, 7200));
+    own.finish();
+    EXPECT_EQ(own.take().value().pts.value().value, 7200);
 }
 
 FrameSample sampleOf(std::size_t stream, std::optional<std::int64_t> presentation, std::int64_t decoding, int mark) {
@@ -373,6 +406,61 @@ TEST(StreamEnd, SeesThatAPacketIsCut) {
     EXPECT_FALSE(qlx::tool::cutProgramPacket(fromHex("010203")));
     // What is not a packet is passed over up to the next pack.
     EXPECT_FALSE(qlx::tool::cutProgramPacket(fromHex("ff 000001ba 21 00010001800001 ffffff")));
+}
+
+/// Packets of a transport stream with a sync byte each.
+Bytes transportStream(std::size_t packets, std::size_t size, std::size_t sync) {
+    Bytes stream(packets * size, 0x11);
+    for (std::size_t place = sync; place < stream.size(); place += size) {
+        stream[place] = 0x47;
+    }
+    return stream;
+}
+
+TEST(StreamEnd, SeesThatATransportPacketIsCut) {
+    // Packets alone, with a time in front, with parity behind.
+    for (const auto& [size, sync] : std::vector<std::pair<std::size_t, std::size_t>>{{188, 0}, {192, 4}, {204, 0}}) {
+        const Bytes stream = transportStream(9, size, sync);
+        for (const std::size_t first : {std::size_t{0}, std::size_t{100}, size - 1}) {
+            for (std::size_t end = 8 * size; end <= stream.size(); ++end) {
+                const Bytes tail(stream.begin() + static_cast<std::ptrdiff_t>(first),
+                                 stream.begin() + static_cast<std::ptrdiff_t>(end));
+                for (const std::size_t known : {std::size_t{0}, size}) {
+                    const qlxtest::ExactBuffer exact(tail);
+                    const auto cut = qlx::tool::cutTransportPacket(exact.span(), known);
+                    ASSERT_EQ(cut.has_value(), end % size != 0) << size << " from " << first << " to " << end;
+                    if (cut) {
+                        EXPECT_EQ(cut->begin, end / size * size - first);
+                        EXPECT_EQ(cut->there, end % size);
+                        EXPECT_EQ(cut->size, size);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(StreamEnd, CountsTransportPacketsFromTheLastDamage) {
+    Bytes stream = transportStream(10, 188, 0);
+    const Bytes junk(1000, 0x22);
+    stream.insert(stream.begin() + 3 * 188 + 50, junk.begin(), junk.end());
+    EXPECT_FALSE(qlx::tool::cutTransportPacket(stream, 188));
+    stream.resize(stream.size() - 24);
+    const auto cut = qlx::tool::cutTransportPacket(stream, 188);
+    ASSERT_TRUE(cut);
+    EXPECT_EQ(cut->begin, 9U * 188 + 1000);
+    EXPECT_EQ(cut->there, 164U);
+}
+
+TEST(StreamEnd, SaysNothingOfWhatHasNoPackets) {
+    EXPECT_FALSE(qlx::tool::cutTransportPacket({}, 188));
+    EXPECT_FALSE(qlx::tool::cutTransportPacket(fromHex("47"), 188));
+    EXPECT_FALSE(qlx::tool::cutTransportPacket(Bytes(4096, 0x11), 0));
+    // Damage in the last packets: too few of them are left to tell.
+    Bytes stream = transportStream(12, 188, 0);
+    stream.insert(stream.end() - 4 * 188, 500, 0x22);
+    stream.resize(stream.size() - 24);
+    EXPECT_FALSE(qlx::tool::cutTransportPacket(std::span(stream).last(2000), 188));
 }
 
 TEST(StreamEnd, SeesThatATripletsHeaderIsCut) {

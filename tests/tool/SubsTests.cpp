@@ -52,11 +52,12 @@ TEST(Subs, ShowsTimecodesOfARate) {
 TEST(Subs, ShowsTheTimesAndRowsOfAMode) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Hi\nok"}}));
-    // Two lines of two characters take (2 + 2 + 2 + 2 + 4) / 2 = 6 pairs: 0.24 s; rows 13 and 14 of 15.
+    // Two lines of two characters take (2 + 2 + 2 + 2 + 4) / 2 = 6 pairs: 0.24 s; captions are sent to rows 12 and 13.
     const auto lines = linesOf(runTool({"subs", file, "--mode", "cea608", "--rate", "25"}).out);
     ASSERT_EQ(lines.size(), 4U);
-    EXPECT_EQ(lines[1], "     1  00:00:00:19   00:00:01:24    13  white    center     Hi");
-    EXPECT_EQ(lines[2], "                                     14  white    center     ok");
+    EXPECT_EQ(lines[1], "     1  00:00:00:19   00:00:01:24    12  white    center     Hi");
+    EXPECT_EQ(lines[2], "                                     13  white    center     ok");
+    EXPECT_EQ(lines[3], file + " (SRT): 1 cue, 0 left out, 0 not shown as written");
 }
 
 TEST(Subs, WritesJsonThatPlayReads) {
@@ -123,7 +124,7 @@ TEST(Encoding, OfAFileIsNamedByTheCaller) {
     const ToolResult played = runTool(playArguments("-", "25", {"--encoding", "ISO-8859-1"}), {.input = latin});
     EXPECT_EQ(played.exitCode, 0) << played.err;
     EXPECT_NE(played.out.find("d\xC3\xA9j\xC3\xA0\n"), std::string::npos);
-    const std::string json = "[{\"end_time_seconds\":1,\"text_lines\":[{\"text\":\"\xE9\"}]}]";
+    const std::string json = "[{\"start_time_seconds\":0,\"end_time_seconds\":1,\"text_lines\":[{\"text\":\"\xE9\"}]}]";
     EXPECT_NE(runTool({"subs", "-", "--encoding", "ISO-8859-1"}, {.input = json}).out.find("  \xC3\xA9\n"),
               std::string::npos);
 }
@@ -190,7 +191,7 @@ TEST(SubtitleLimits, RefuseTextsThatAreNoCues) {
         lines += "a\n";
     }
     EXPECT_EQ(refusal(lines), "qlxcc: standard input: line 1: " + what);
-    const std::string texts = R"([{"end_time_seconds":1,"text_lines":[{"text":"a"}]},)"
+    const std::string texts = R"([{"start_time_seconds":0,"end_time_seconds":1,"text_lines":[{"text":"a"}]},)"
                               "\n"
                               R"({"text_lines":[)";
     EXPECT_EQ(refusal(texts + "\"" + std::string((1U << 20U) + 2, 'a') + "\"]}]"),

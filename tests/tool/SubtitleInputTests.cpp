@@ -150,8 +150,10 @@ TEST(SubtitleInput, WarnsOfATimingLineInsideACue) {
                                                     "2\n00:00:03,000 --> 00:00:04,000\nsecond\n\n");
     const ToolResult result = runTool(playArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err,
-              "qlxcc: warning: " + file + ": line 5: a timing line inside a cue: is a blank line missing?\n");
+    EXPECT_EQ(result.err, "qlxcc: warning: " + file +
+                              ": line 5: a timing line inside a cue: is a blank line missing?\n"
+                              "qlxcc: warning: " +
+                              file + ": cue 1: 1 row left out: a teletext subtitle has 3 rows of 34 characters\n");
     EXPECT_NE(result.out.find("first"), std::string::npos);
 }
 

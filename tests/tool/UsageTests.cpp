@@ -1,4 +1,5 @@
 // Wrong usage, help and version.
+#include "STLFiles.h"
 #include "ToolRunner.h"
 
 #include <gtest/gtest.h>
@@ -152,6 +153,87 @@ TEST(Usage, HelpShowsTwoExamplesOfEachCommand) {
     }
     // The two of scte104 are inside of it.
     EXPECT_GE(checkHelp({}), names.size() + 3);
+}
+
+/// Gives every command, by its words, what it does not know, and collects those that do not refer to their own help.
+/// @return How many commands there are.
+std::size_t checkRefusal(const std::vector<std::string>& command, std::vector<std::string>& others) {
+    std::string called = "qlxcc";
+    for (const std::string& name : command) {
+        called += " " + name;
+    }
+    std::vector<std::string> arguments = command;
+    arguments.emplace_back("--what-nobody-knows");
+    const std::string problem = runTool(arguments).err;
+    if (!isOneMessage(problem) || !problem.ends_with(" (see " + called + " --help)\n")) {
+        others.push_back(called + ": " + problem);
+    }
+    arguments.back() = "--help";
+    std::size_t count = 1;
+    for (const std::string& inner : commandsIn(runTool(arguments).out)) {
+        arguments.back() = inner;
+        count += checkRefusal(arguments, others);
+    }
+    return count;
+}
+
+TEST(Usage, EveryCommandRefersToItsOwnHelp) {
+    std::vector<std::string> others;
+    // qlxcc, its ten commands, and two each of scte104 and line21.
+    EXPECT_EQ(checkRefusal({}, others), 15U);
+    EXPECT_EQ(others, std::vector<std::string>{});
+}
+
+TEST(Usage, RefersToTheCommandsHelpForWhatOnlyAFileShows) {
+    const TemporaryFolder folder;
+    const std::string srt = folder.write("film.txt", "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n");
+    const std::string rubbish = folder.write("rubbish", std::string(5000, '\x55'));
+    const std::string rows = folder.write("a.v210", std::string(128, '\0'));
+    const std::string timeless = folder.write("a.jsonl", "{\"frame\":0,\"packets\":[]}\n");
+    const std::string stl = folder.write("film.bin", qlxtest::stl({{.text = "Bonjour"}}));
+    const std::vector<std::pair<std::vector<std::string>, std::string>> wrong{
+        {{"scan", srt}, "scan"},
+        {{"scan", rubbish}, "scan"},
+        {{"scan", folder.write("lines", "{\"frame\":0}\n"), "--rows", "2"}, "scan"},
+        {{"show", srt, "--all"}, "show"},
+        {{"show", rubbish, "--all"}, "show"},
+        {{"show", timeless, "--all"}, "show"},
+        {{"show", rows, "--all", "--rate", "25"}, "show"},
+        {{"show", timeless, "--rate", "25", "--at", "00:00:01:25"}, "show"},
+        {{"play", stl, "--mode", "teletext", "--rate", "25", "--encoding", "UTF-8"}, "play"},
+        {{"subs", stl, "--encoding", "UTF-8"}, "subs"},
+        {{"line21", "read", srt}, "line21 read"},
+        {{"line21", "read", rubbish}, "line21 read"},
+        {{"line21", "write", rubbish, "--bytes", "942c", "-o", folder.path("out")}, "line21 write"},
+    };
+    for (const auto& [arguments, command] : wrong) {
+        const auto result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 2) << command << " " << arguments[1];
+        EXPECT_TRUE(isOneMessage(result.err)) << result.err;
+        EXPECT_TRUE(result.err.ends_with(" (see qlxcc " + command + " --help)\n")) << result.err;
+    }
+}
+
+TEST(Usage, WhatSaysWhatAFileHoldsHasJsonAndAllCommandsHaveAnOutput) {
+    const std::vector<std::pair<std::vector<std::string>, bool>> commands{
+        {{"play"}, false},
+        {{"subs"}, true},
+        {{"scan"}, true},
+        {{"show"}, true},
+        {{"extract"}, true},
+        {{"rate"}, false},
+        {{"scte104", "build"}, false},
+        {{"scte104", "parse"}, true},
+        {{"scte35"}, false},
+        {{"line21", "write"}, false},
+        {{"line21", "read"}, true},
+    };
+    for (auto [command, hasJson] : commands) {
+        command.emplace_back("--help");
+        const std::string help = runTool(command).out;
+        EXPECT_EQ(help.find("\n  --json ") != std::string::npos, hasJson) << help;
+        EXPECT_NE(help.find("\n  -o,--output FILE "), std::string::npos) << help;
+    }
 }
 
 TEST(Usage, APipeNeedsAFormat) {

@@ -80,6 +80,8 @@ expect cea608,teletext play film.srt --mode =
 contain 29.97 play film.srt --mode teletext --rate 29
 contain v210 play film.srt --format v
 contain klv scte104 build time-signal --format k
+expect ProviderAdvertisementEnd,ProviderAdvertisementStart scte104 build segmentation --segmentation-type ProviderA
+expect UMID,URI,Undefined,UserDefined scte104 build segmentation --upid-type U
 expect "" play film.srt --width ""
 expect bash,zsh completion ""
 expect splice-cancel,splice-end,splice-end-immediate,splice-null,splice-start,splice-start-immediate scte104 build sp
@@ -122,10 +124,12 @@ answer $'fpath=($PWD $fpath); autoload -Uz compinit; compinit -u -D; PS1=; print
 answer $'qlxcc() { print -r -- "<<${(j:|:)@}>>"; }; print -r DON""E\n' DONE
 answer $'qlxcc pl\tfilm.s\t--mo\tte\t--ra\t29\t-o rus\t\n' '>>'
 answer $'qlxcc scte104 bu\ttime\t--js\tfilm.s\t\n' '>>'
+answer $'qlxcc scte104 build seg\t--segmentation-t\tNetworkS\t--upid-t\tEI\t\n' '>>'
 zpty -d shell
 END
     for expected in 'play|film.srt|--mode=teletext|--rate=29.97|-o|rushes' \
-        'scte104|build|time-signal|--json-file=film.srt'; do
+        'scte104|build|time-signal|--json-file=film.srt' \
+        'scte104|build|segmentation|--segmentation-type=NetworkStart|--upid-type=EIDR'; do
         grep -Fq "<<$expected>>" zsh.txt || fail "zsh: $expected is missing in: $(cat -v zsh.txt)"
     done
 fi

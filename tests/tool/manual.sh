@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The manual pages against the help of qlxcc: every command has its page, every option of a command stands in the
-# options of its page, and no page names an option that there is not.
+# options of its page, once, and no page names an option that there is not.
 #   manual.sh QLXCC PAGES-FOLDER
 set -euo pipefail
 
@@ -33,6 +33,20 @@ named() {
 # The options of a page that stand in front of their descriptions.
 described() {
     plain "$1" | awk '/^\.TP/ { tag = 1; next } tag && !/^\./ { tag = 0 } tag { print; tag = 0 }' | named
+}
+
+# repeated PAGE: what stands twice: "the synopsis -o", "OPTIONS -o". A command in a synopsis and a section of options
+# have theirs for themselves.
+repeated() {
+    plain "$1" | awk '
+        /^\.SH/ { section = substr($0, 5) }
+        section == "SYNOPSIS" && /^\.B qlxcc/ { ++part }
+        section == "SYNOPSIS" && /^\.[BR]+ .*\[ -/ { print "synopsis " part, $3 }
+        /^\.TP/ { tag = 1; next }
+        tag && !/^\./ { tag = 0 }
+        tag { tag = 0; while (match($0, /(^|[^a-zA-Z0-9-])--?[a-zA-Z][a-zA-Z0-9-]*/)) {
+            option = substr($0, RSTART, RLENGTH); sub(/^[^-]*/, "", option)
+            print section, option; $0 = substr($0, RSTART + RLENGTH) } }' | sort | uniq -d
 }
 
 # missing FILE-1 FILE-2: the lines of the first that the second has not.
@@ -79,6 +93,9 @@ for page in "$pages"/*.1; do
     if [[ $name != qlxcc ]] && ! grep -Fxq "${name#qlxcc-}" <<<"$all_commands"; then
         fail "$page: there is no command ${name#qlxcc-}"
     fi
+    while IFS= read -r option; do
+        fail "$page has this twice: $option"
+    done < <(repeated "$page")
     # `iconv -l` is somebody else's.
     for option in $(missing "$(plain "$page" | grep -v '^\.B iconv -l$' | named)" "$everything"); do
         fail "$page names $option, which no command takes"

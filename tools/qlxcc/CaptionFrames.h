@@ -6,6 +6,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -15,6 +16,10 @@ namespace qlx::tool {
 
 /// The video line that carries caption packets.
 inline constexpr std::uint64_t kCaptionLine = 9;
+
+/// The screen rows that the lines of a cue are sent to.
+inline constexpr std::size_t kFirstSentCaptionRow = 12;
+inline constexpr std::size_t kSentCaptionRows = 2;
 
 /// The CDP of a caption sample as a CEA-708 packet on kCaptionLine; nothing for a null sample.
 [[nodiscard]] std::vector<std::shared_ptr<QLXVANCPacket>> captionPackets(const std::shared_ptr<SampleBuffer>& sample);

@@ -4,6 +4,7 @@
 #include "Completion.h"
 #include "Errors.h"
 #include "Line21Texts.h"
+#include "OutputFile.h"
 #include "RawOptions.h"
 #include "RawOptionsLine21.h"
 #include "RawOptionsShow.h"
@@ -14,8 +15,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <iterator>
+#include <sstream>
 #include <utility>
 
 namespace qlx::tool {
@@ -32,6 +33,11 @@ std::string checkTime(const std::string& text) {
     return parseTime(text) || parseFrameTimecode(text)
                ? ""
                : "\"" + text + "\" is not a TIME (10.5, 00:00:10,500 or 00:00:10:12; at most 1000 hours)";
+}
+
+/// The same of a time in front of a file's beginning as well.
+std::string checkSignedTime(const std::string& text) {
+    return text.starts_with('-') && checkTime(text.substr(1)).empty() ? "" : checkTime(text);
 }
 
 /// A CLI11 check.
@@ -133,7 +139,7 @@ void addShow(CLI::App& app, RawShow& raw) {
     CLI::App& show = *app.add_subcommand("show", kShowDescription);
     show.footer(kShowFooter);
     show.add_option("FILE", raw.file, "What is decoded (-: standard input)")->required()->type_name("");
-    show.add_option("--at", raw.at, "Show what is on air at TIME")->type_name("TIME")->check(checkTime);
+    show.add_option("--at", raw.at, "Show what is on air at TIME")->type_name("TIME")->check(checkSignedTime);
     show.add_flag("--all", raw.isAll, "Show every screen with the time from which and to which it is on air");
     show.add_option("--png", raw.picture, "With --at: write the screen to FILE as a picture (PNG, or PPM by its name)")
         ->type_name("FILE");
@@ -142,7 +148,8 @@ void addShow(CLI::App& app, RawShow& raw) {
     show.add_option("--channel", raw.channel, "CC1, CC2, CC3 or CC4 (default: CC1, unless --page is given)")
         ->type_name("CHANNEL")
         ->check(CLI::IsMember({"CC1", "CC2", "CC3", "CC4"}, CLI::ignore_case).description(""));
-    show.add_option("--rate", raw.rate, "Frames a second, for a file that does not say the times of its frames")
+    show.add_option("--rate", raw.rate,
+                    "Frames a second, for files that do not say the times of their frames, and TIME with frames")
         ->type_name("RATE")
         ->check(checkRate);
     show.add_option("--format", raw.format,
@@ -157,6 +164,7 @@ void addShow(CLI::App& app, RawShow& raw) {
     show.add_option("--rows", raw.rows.rows, "v210, 2vuy: rows in a frame, numbered from 0")
         ->type_name("N")
         ->check(CLI::Range(std::uint64_t{1}, kGreatestLine + 1).description(""));
+    show.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
     show.add_flag("--json", raw.asJson, "A JSON line for each screen in place of the text");
 }
 
@@ -164,7 +172,8 @@ void addExtract(CLI::App& app, RawExtract& raw) {
     CLI::App& extract = *app.add_subcommand("extract", kExtractDescription);
     extract.footer(kExtractFooter);
     extract
-        .add_option("FILE", raw.file, "H.264 or MPEG-2 video, or an MXF, MOV, MP4, TS or PS file (-: standard input)")
+        .add_option("FILE", raw.file,
+                    "H.264 or MPEG-2 video, or an MXF, MOV, MP4, TS, PS or klv file (-: standard input)")
         ->required()
         ->type_name("");
     extract.add_option("--codec", raw.codec, "h264, mpeg2 or auto (default: auto, by the content)")
@@ -189,8 +198,9 @@ void addRateChange(CLI::App& app, RawRateChange& raw) {
     rate.add_option("-o,--output", raw.output, kOutputHelp)->required()->type_name("FILE");
 }
 
-void addPictures(CLI::App& app, RawPictures& raw) {
-    app.add_option("--format", raw.format, "bgra, argb, v210, 2vuy, yuvs, 420v, png or ppm (default: by the name)")
+void addPictures(CLI::App& app, PictureOptions& raw, std::optional<std::string>& preview) {
+    app.add_option("--format", raw.format,
+                   "bgra, argb, v210, 2vuy, yuvs, 420v, png or ppm (default: by content or name)")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"bgra", "argb", "v210", "2vuy", "yuvs", "420v", "png", "ppm"}).description(""));
     app.add_option("--width", raw.width, "Pixels of a row of a raw picture")
@@ -199,7 +209,8 @@ void addPictures(CLI::App& app, RawPictures& raw) {
     app.add_option("--height", raw.height, "Rows of a raw picture")
         ->type_name("H")
         ->check(CLI::Range(1U, kGreatestWidth).description(""));
-    app.add_option("--preview", raw.preview, "Draw the first picture's waveform, enlarged, into FILE (.png or .ppm)")
+    app.add_option("--preview", preview,
+                   "Draw the first picture's waveform, enlarged, into FILE (PNG, or PPM by its name)")
         ->type_name("FILE");
 }
 
@@ -222,12 +233,13 @@ CLI::App& addLine21(CLI::App& app, RawLine21& raw) {
         ->expected(1)
         ->take_all();
     write.add_option("-o,--output", raw.write.output, kOutputHelp)->required()->type_name("FILE");
-    addPictures(write, raw.write.pictures);
+    addPictures(write, raw.write.pictures, raw.write.preview);
     CLI::App& read = *line21.add_subcommand("read", kLine21ReadDescription);
     read.footer(kLine21ReadFooter);
     read.add_option("FILE", raw.read.file, "The pictures (-: standard input)")->required()->type_name("");
+    read.add_option("-o,--output", raw.read.output, kOutputHelp)->type_name("FILE");
     read.add_flag("--json", raw.read.asJson, "A JSON line for each picture in place of the list");
-    addPictures(read, raw.read.pictures);
+    addPictures(read, raw.read.pictures, raw.read.preview);
     return line21;
 }
 
@@ -272,6 +284,8 @@ CompletionValue valueOf(CLI::Option& option, const std::string& typeName, std::v
     values = allowedValues(option);
     if (values.empty() && typeName == "RATE") {
         values = rateNames();
+    } else if (values.empty()) {
+        values = typeNames(option.get_name());
     }
     if (!values.empty()) {
         return CompletionValue::OneOf;
@@ -355,25 +369,33 @@ Command givenCommand(const CLI::App& app, const RawCommands& raw) {
     return checked(raw.scan);
 }
 
-ExitNow usageError(const std::string& what, const CLI::App& app) {
-    const auto chosen = app.get_subcommands();
+/// What was called: `qlxcc`, or `qlxcc line21 read`.
+std::string calledName(const CLI::App& app) {
+    std::string name = app.get_name();
+    for (auto level = app.get_subcommands(); !level.empty(); level = level.front()->get_subcommands()) {
+        name += " " + level.front()->get_name();
+    }
+    return name;
+}
+
+std::string problemOf(const CLI::ParseError& error, const CLI::App& app) {
     const auto rest = app.remaining();
-    if (chosen.empty() && !rest.empty()) {
-        printMessage("unknown command or option " + rest.front() + " (see qlxcc --help)");
-        return {kExitUsage};
-    }
-    std::string command;
-    for (auto level = chosen; !level.empty(); level = level.front()->get_subcommands()) {
-        command += " " + level.front()->get_name();
-    }
-    printMessage(what + " (see qlxcc" + command + " --help)");
-    return {kExitUsage};
+    return app.get_subcommands().empty() && !rest.empty() ? "unknown command or option " + rest.front() : error.what();
+}
+
+/// Prints the help or the version that was asked for.
+void printAnswer(const CLI::ParseError& request, const CLI::App& app) {
+    std::ostringstream answer;
+    (void)app.exit(request, answer, answer);
+    OutputFile output(std::nullopt);
+    output.write(answer.str());
+    output.commit();
 }
 
 }  // namespace
 
-Command parseCommandLine(int argc, const char* const* argv, LogOptions& log) {
-    CLI::App app(kDescription, "qlxcc");
+Command parseCommandLine(int argc, const char* const* argv, LogOptions& log, std::string& called) {
+    CLI::App app(kDescription, called);
     app.footer(kFooter);
     app.set_version_flag("--version", "qlxcc " + std::string(QLXClosedCaptionsUtilitiesVersionString));
     app.set_help_flag("-h,--help", "Print this help");
@@ -392,30 +414,29 @@ Command parseCommandLine(int argc, const char* const* argv, LogOptions& log) {
     CLI::App& completion = addCompletion(app, shell);
     try {
         app.parse(argc, argv);
-        setQuiet(isQuiet);
-        if (auto command = scte.chosen()) {
-            return std::move(*command);
-        }
-        if (line21.parsed()) {
-            if (line21.got_subcommand("write")) {
-                return checked(rawLine21.write);
-            }
-            return checked(rawLine21.read);
-        }
-        if (completion.parsed()) {
-            return CompletionOptions{completionScript(shell, described(app))};
-        }
-        return givenCommand(app, raw);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-            (void)app.exit(error, std::cout, std::cerr);
-            std::cout.flush();
-            return ExitNow{kExitSuccess};
+        called = calledName(app);
+        if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+            throw UsageError(problemOf(error, app));
         }
-        return usageError(error.what(), app);
-    } catch (const UsageError& error) {
-        return usageError(error.what(), app);
+        printAnswer(error, app);
+        return ExitNow{};
     }
+    called = calledName(app);
+    setQuiet(isQuiet);
+    if (auto command = scte.chosen()) {
+        return std::move(*command);
+    }
+    if (line21.parsed()) {
+        if (line21.got_subcommand("write")) {
+            return checked(rawLine21.write);
+        }
+        return checked(rawLine21.read);
+    }
+    if (completion.parsed()) {
+        return CompletionOptions{completionScript(shell, described(app))};
+    }
+    return givenCommand(app, raw);
 }
 
 }  // namespace qlx::tool

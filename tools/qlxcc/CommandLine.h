@@ -12,20 +12,22 @@
 #include "Subs.h"
 #include "ToolLog.h"
 
+#include <string>
 #include <variant>
 
 namespace qlx::tool {
 
-/// Nothing is left to do (help or version was printed, or the usage was wrong): end with this code.
-struct ExitNow {
-    int code = 0;
-};
+/// Nothing is left to do: help or version was printed.
+struct ExitNow {};
 
 using Command = std::variant<ExitNow, PlayOptions, SubsOptions, ScanOptions, ExtractOptions, RateChangeOptions,
                              CompletionOptions, ScteCommand, Line21WriteOptions, Line21ReadOptions, ShowOptions>;
 
-/// Parses the command line. Prints help, version and usage errors itself.
+/// Parses the command line. Prints help and version itself.
 /// @param log Gets what is to be logged.
-[[nodiscard]] Command parseCommandLine(int argc, const char* const* argv, LogOptions& log);
+/// @param called The program's name; gets those of the commands behind it (`qlxcc line21 read`), whose help says how they
+///   are used, also when the command line is wrong.
+/// @throws UsageError; Failure when help or version cannot be printed.
+[[nodiscard]] Command parseCommandLine(int argc, const char* const* argv, LogOptions& log, std::string& called);
 
 }  // namespace qlx::tool

@@ -129,6 +129,7 @@ void ScteCommands::addParse(CLI::App& scte104) {
     parse.add_option("--format", _rawParse.format, "hex, raw or klv (default: by the first bytes)")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"hex", "raw", "klv"}).description(""));
+    parse.add_option("-o,--output", _rawParse.output, kOutputDescription)->type_name("FILE");
     parse.add_flag("--json", _rawParse.asJson, "A JSON line for each message in place of the text");
 }
 

@@ -1,6 +1,8 @@
 #include "Container.h"
 
+#include "ContainerIndex.h"
 #include "ContainerInput.h"
+#include "ContainerRemarks.h"
 #include "Errors.h"
 #include "FrameOrder.h"
 #include "Klv.h"
@@ -50,8 +52,6 @@ std::size_t greatestPiece(InputKind kind) {
         return 16 * kMegabyte;
     }
 }
-/// As many remarks on damage are passed on.
-constexpr std::size_t kMostRemarks = 20;
 /// As often a reader may ask to be called again without having read anything.
 constexpr int kMostRepeats = 1000;
 constexpr AVRational kMicroseconds{1, 1'000'000};
@@ -167,9 +167,14 @@ private:
     void take(const Track& track, std::size_t number, std::vector<std::string>& problems);
     void passPicturesOn();
     void takeSample(const Track& track, Frame& frame, std::vector<std::string>& problems) const;
-    void passRemarksOn(std::vector<std::string>& problems);
-    void remarkOnGap(std::uint64_t begin, std::vector<std::string>& problems);
-    void remark(std::string text, std::vector<std::string>& problems);
+    void checkIndex();
+    [[nodiscard]] bool isMultiplex() const {
+        return _kind == InputKind::TransportStream || _kind == InputKind::ProgramStream;
+    }
+    void remarkOnDamagedSample(std::vector<std::string>& problems);
+    void endWith(int error, std::vector<std::string>& problems);
+    [[nodiscard]] std::string nearHere() const { return "near byte " + std::to_string(_source.offset()); }
+    void failWithoutIndex();
     [[noreturn]] void fail(const std::string& what, int error);
 
     InputFile& _source;
@@ -180,11 +185,14 @@ private:
     std::unique_ptr<AVPacket, PacketFreer> _packet;
     std::vector<Track> _tracks;
     std::optional<FrameOrder> _order;
-    std::optional<PictureTimes> _pictures;  ///< Where the times of the first track cannot be relied on.
+    std::optional<PictureTimes> _pictures;     ///< Where the times of the first track cannot be relied on.
+    std::optional<std::string> _missingIndex;  ///< What is to be said of it.
+    std::optional<MxfFooter> _footer;
     std::optional<std::string> _failure;
-    std::string _lastRemark;
     std::uint64_t _lastPacket = 0;
-    std::size_t _remarks = 0;
+    std::optional<std::uint64_t> _lastDamage;  ///< Where the last sample ends that FFmpeg calls damaged.
+    ContainerRemarks _remarks;
+    bool _hasBegun = false;
     bool _hasFrames = false;
     bool _isAtEnd = false;
 };
@@ -193,6 +201,7 @@ ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(so
     if (kind == InputKind::TransportStream) {
         _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
     }
+    checkIndex();
     listenToDemuxers();
     // An MXF file's index is read when it is opened.
     av_max_alloc(kind == InputKind::Mxf ? kGreatestTable : greatestPiece(kind));
@@ -208,27 +217,50 @@ ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(so
     const bool isUnreliable = kind == InputKind::Mxf || kind == InputKind::ProgramStream;
     if (isUnreliable && isVideo(first.content) && first.lengthBytes == 0) {
         const AVStream& stream = *_format->streams[first.index];
-        // A pipe does not give an MXF file's index, which has the times; edit units count from 0.
-        const auto firstTime = kind == InputKind::Mxf && !source.size()
-                                   ? std::optional(MediaTime::make(0, stream.time_base.den))
-                                   : std::nullopt;
+        // Without an MXF file's index, which a pipe does not give either, its pictures are edit units from 0 on.
+        const auto firstTime =
+            kind == InputKind::Mxf ? std::optional(MediaTime::make(0, stream.time_base.den)) : std::nullopt;
         _pictures.emplace(first.content == Content::H264 ? VideoCodec::H264 : VideoCodec::Mpeg2, frameDuration(stream),
                           firstTime);
     }
 }
 
-/// Throws what FFmpeg says, or why the file could not be read.
+/// Looks whether the index can be read that the frames are found or timed with.
+/// @throws Failure when there is no way without it.
+void ContainerReader::checkIndex() {
+    if (_kind == InputKind::Mov && !_source.size() && isIndexBehindMedia(_source.peek(kLongestPeek))) {
+        throw failureIn(_source.name(),
+                        "the index (moov) stands behind the media data, which a pipe does not give again: "
+                        "the file must be named, not piped");
+    }
+    if (_kind != InputKind::Mxf) {
+        return;
+    }
+    _footer = mxfFooter(_source.peek(kLongestPeek));
+    _missingIndex = remarkOnFooter(_source);
+    if (_missingIndex) {
+        // FFmpeg would go and look for it.
+        _input.forbidSeeking();
+    }
+}
+
+/// Throws when the reason why there is nothing to read may be that the index is not all there.
+void ContainerReader::failWithoutIndex() {
+    if (const auto reason = _kind == InputKind::Mov ? remarkOnAtoms(_source) : _missingIndex) {
+        throw failureIn(_source.name(), *reason);
+    }
+}
+
+/// Throws why the file cannot be read, with FFmpeg's words where nothing better is known.
 void ContainerReader::fail(const std::string& what, int error) {
     _input.rethrow();
     if (error == AVERROR(ENOMEM)) {
         throw failureIn(_source.name(), what + ": it asks for more memory than any such file needs");
     }
+    failWithoutIndex();
     const std::vector<std::string> remarks = takeDemuxerRemarks();
-    std::string text = what + ": " + (remarks.empty() ? demuxerErrorText(error) : remarks.back());
-    if (!_source.size() && _kind == InputKind::Mov) {
-        text += " (from a pipe only files with the index in front can be read)";
-    }
-    throw failureIn(_source.name(), text);
+    throw failureIn(_source.name(), what + ": the file is cut short or damaged (" +
+                                        (remarks.empty() ? demuxerErrorText(error) : remarks.back()) + ")");
 }
 
 void ContainerReader::open() {
@@ -240,6 +272,10 @@ void ContainerReader::open() {
     context->pb = _input.context();
     // No picture is decoded: only parsers look at the streams, which takes little memory whatever they hold.
     context->codec_whitelist = av_strdup("none");
+    if (_kind == InputKind::Mxf) {
+        // What has no time in the index has none: FFmpeg would think up one from that of its neighbours in the stream.
+        context->flags |= AVFMT_FLAG_NOFILLIN;
+    }
     if (context->codec_whitelist == nullptr) {
         avformat_free_context(context);
         throw std::bad_alloc();
@@ -278,6 +314,7 @@ void ContainerReader::chooseTracks() {
         hasVideo = hasVideo || isPicture;
     }
     if (_tracks.empty()) {
+        failWithoutIndex();
         throw failureIn(_source.name(), "no H.264 or MPEG-2 video, caption track or ANC track in it");
     }
 }
@@ -319,7 +356,7 @@ void ContainerReader::take(const Track& track, std::size_t number, std::vector<s
     sample.decoding = microseconds(_packet->dts, base);
     sample.frame.pts = mediaTime(_packet->pts, base);
     if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
-        remark("byte " + std::to_string(_source.offset()) + ": a damaged or cut sample ends here", problems);
+        remarkOnDamagedSample(problems);
     }
     takeSample(track, sample.frame, problems);
     if (_pictures && number == 0) {
@@ -343,32 +380,49 @@ void ContainerReader::passPicturesOn() {
     }
 }
 
-void ContainerReader::passRemarksOn(std::vector<std::string>& problems) {
-    for (const std::string& text : takeDemuxerRemarks()) {
-        remark("near byte " + std::to_string(_source.offset()) + ": " + text, problems);
-    }
-}
-
-/// FFmpeg says nothing of what it passes over while it looks for the next packet of a multiplex.
-/// @param begin Where that began.
-void ContainerReader::remarkOnGap(std::uint64_t begin, std::vector<std::string>& problems) {
-    constexpr std::uint64_t kLongestGap = 64 * kMegabyte;
-    const bool isMultiplex = _kind == InputKind::TransportStream || _kind == InputKind::ProgramStream;
-    const std::uint64_t end = _source.offset();
-    if (isMultiplex && end > begin && end - begin > kLongestGap) {
-        remark("byte " + std::to_string(begin) + ": no picture that can be read in " + counted(end - begin, "byte"),
-               problems);
-    }
-}
-
-/// Passes on what is wrong, but not the same again and again, and not for every packet of a file that is nothing but
-/// damage.
-void ContainerReader::remark(std::string text, std::vector<std::string>& problems) {
-    if (text == _lastRemark || _remarks > kMostRemarks) {
+void ContainerReader::remarkOnDamagedSample(std::vector<std::string>& problems) {
+    if (isMultiplex()) {
+        // More has been read than what belongs to the sample.
+        _remarks.add(nearHere() + ": a damaged or cut sample", problems);
         return;
     }
-    _lastRemark = text;
-    problems.push_back(_remarks++ == kMostRemarks ? "more damage behind this is not listed" : std::move(text));
+    _lastDamage = _source.offset();
+    // What there is to say of the end of a file may say it better.
+    if (_source.offset() != _source.size()) {
+        _remarks.addDamagedSample(*_lastDamage, problems);
+    }
+}
+
+/// Says why nothing more can be read.
+void ContainerReader::endWith(int error, std::vector<std::string>& problems) {
+    const std::vector<std::string> remarks = takeDemuxerRemarks();
+    const std::string place = nearHere();
+    if (error == AVERROR(ENOMEM)) {
+        _failure = place + ": a piece that takes too much memory";
+        return;
+    }
+    if (error != AVERROR_EOF) {
+        _remarks.addForeign(place, remarks, problems);
+        _failure = place + ": the rest cannot be read: " + demuxerErrorText(error);
+        return;
+    }
+    const std::uint64_t end = _source.offset();
+    if (_missingIndex) {
+        // It has been said what the rest is missing for.
+        return;
+    }
+    std::optional<std::string> ending = remarkOnEnd(_source, _kind, _input.lastBytes(), _transportPacket, _lastPacket);
+    if (_footer && !_source.size()) {
+        ending = remarkOnMissingFooter(*_footer, end);
+    }
+    if (ending) {
+        problems.push_back(std::move(*ending));
+    } else if (_lastDamage == end) {
+        // What FFmpeg says of the end is about this sample.
+        _remarks.addDamagedSample(end, problems);
+    } else {
+        _remarks.addForeign(place, remarks, problems);
+    }
 }
 
 /// Reads the next packet; false at the end.
@@ -384,18 +438,14 @@ bool ContainerReader::readPacket(std::vector<std::string>& problems) {
         repeats = _source.offset() == before ? repeats : 0;
     }
     _input.rethrow();
-    passRemarksOn(problems);
-    remarkOnGap(begin, problems);
+    if (isMultiplex()) {
+        _remarks.addGap(begin, _source.offset(), problems);
+    }
     if (error < 0) {
-        if (error == AVERROR(ENOMEM)) {
-            _failure = "near byte " + std::to_string(_source.offset()) + ": a piece that takes too much memory";
-        } else if (error != AVERROR_EOF) {
-            _failure = "near byte " + std::to_string(_source.offset()) + ": " + demuxerErrorText(error);
-        } else if (auto remark = remarkOnEnd(_source, _kind, _transportPacket, _lastPacket)) {
-            problems.push_back(std::move(*remark));
-        }
+        endWith(error, problems);
         return false;
     }
+    _remarks.addForeign(nearHere(), takeDemuxerRemarks(), problems);
     const auto track = std::find_if(_tracks.begin(), _tracks.end(),
                                     [this](const Track& one) { return one.index == _packet->stream_index; });
     _lastPacket = _packet->pos > 0 ? static_cast<std::uint64_t>(_packet->pos) : _lastPacket;
@@ -407,6 +457,10 @@ bool ContainerReader::readPacket(std::vector<std::string>& problems) {
 }
 
 bool ContainerReader::next(Frame& frame, std::vector<std::string>& problems) {
+    if (_missingIndex && !_hasBegun) {
+        problems.push_back(*_missingIndex + "; times are counted from 0 at the file's edit rate");
+    }
+    _hasBegun = true;
     for (;;) {
         if (std::optional<Frame> ready = _order->take()) {
             frame = std::move(*ready);

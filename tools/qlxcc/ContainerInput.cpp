@@ -1,12 +1,12 @@
 #include "ContainerInput.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <span>
 #include <utility>
 
 extern "C" {
@@ -90,6 +90,18 @@ ContainerInput::~ContainerInput() {
     avio_context_free(&_context);
 }
 
+void ContainerInput::forbidSeeking() noexcept {
+    _context->seek = nullptr;
+    _context->seekable = 0;
+}
+
+void ContainerInput::keepLast(std::span<const std::uint8_t> bytes) {
+    bytes = bytes.last(std::min(bytes.size(), kKeptBytes));
+    const std::size_t kept = std::min(_lastBytes.size(), kKeptBytes - bytes.size());
+    _lastBytes.erase(_lastBytes.begin(), _lastBytes.end() - static_cast<std::ptrdiff_t>(kept));
+    _lastBytes.insert(_lastBytes.end(), bytes.begin(), bytes.end());
+}
+
 void ContainerInput::rethrow() {
     if (_error) {
         std::rethrow_exception(std::exchange(_error, nullptr));
@@ -103,6 +115,7 @@ int ContainerInput::read(void* self, std::uint8_t* buffer, int size) noexcept {
     }
     try {
         const std::size_t got = input._source.read(std::span(buffer, static_cast<std::size_t>(size)));
+        input.keepLast(std::span(buffer, got));
         return got == 0 ? AVERROR_EOF : static_cast<int>(got);
     } catch (...) {
         input._error = std::current_exception();
@@ -122,6 +135,7 @@ std::int64_t ContainerInput::seek(void* self, std::int64_t offset, int whence) n
         // FFmpeg counts everything else from the beginning before it asks.
         return AVERROR(EINVAL);
     }
+    input._lastBytes.clear();
     const bool isDone = offset >= 0 && input._source.seek(static_cast<std::uint64_t>(offset));
     return isDone ? offset : AVERROR(EINVAL);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,15 +24,24 @@ public:
 
     [[nodiscard]] AVIOContext* context() const { return _context; }
 
+    /// Makes FFmpeg read a file from front to back, as it does a pipe.
+    void forbidSeeking() noexcept;
+
+    /// The last bytes that have been read in one go: `kKeptBytes` of them, or fewer.
+    [[nodiscard]] std::span<const std::uint8_t> lastBytes() const noexcept { return _lastBytes; }
+    static constexpr std::size_t kKeptBytes = 4096;
+
     /// Throws what reading the file has thrown, if anything.
     void rethrow();
 
 private:
     static int read(void* self, std::uint8_t* buffer, int size) noexcept;
+    void keepLast(std::span<const std::uint8_t> bytes);
     static std::int64_t seek(void* self, std::int64_t offset, int whence) noexcept;
 
     InputFile& _source;
     AVIOContext* _context = nullptr;
+    std::vector<std::uint8_t> _lastBytes;
     std::exception_ptr _error;
 };
 

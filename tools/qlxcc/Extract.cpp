@@ -25,7 +25,7 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::size_t kUnitWidth = 8;
-constexpr std::size_t kOffsetWidth = 12;
+constexpr std::size_t kOffsetWidth = 13;
 constexpr std::size_t kSizeWidth = 5;
 
 /// Triplets as the cc_data section of a CDP, as far as the library's readers look at one.
@@ -58,9 +58,9 @@ Data inFormat(const Data& triplets, ExtractFormat format) {
     return Data(result);
 }
 
-/// @param place Where the unit is: its byte offset or its time.
+/// @param place Where the unit is: its byte offset or its time, 13 characters.
 std::string listLine(std::uint64_t unit, const std::string& place, const Data& data) {
-    return rightAligned(unit, kUnitWidth) + "  " + place + "  " +
+    return rightAligned(unit, kUnitWidth) + " " + place + "  " +
            (data ? rightAligned(data.size(), kSizeWidth) : std::string(kSizeWidth - 1, ' ') + "-") + "  " +
            (data.empty() ? "-" : hex(data)) + "\n";
 }
@@ -150,7 +150,7 @@ private:
         if (_units == 0) {
             _output.write("    unit          time  bytes  data\n");
         }
-        _output.write(listLine(frame.number, timecode(frame.pts.value_or(MediaTime{})), data));
+        _output.write(listLine(frame.number, timecodeColumn(frame.pts), data));
     }
 
     const ExtractOptions& _options;
@@ -162,11 +162,19 @@ private:
 };
 
 /// The kind of a container; none for what is to be read as an elementary stream.
+/// @throws UsageError when the file is of a kind that holds no video.
 std::optional<InputKind> containerKind(const ExtractOptions& options, InputFile& source) {
     if (options.codec) {
         return std::nullopt;
     }
-    const std::optional<InputKind> kind = inputKind(source.peek(kBytesThatTellKind), source.name());
+    const auto first = source.peek(kBytesThatTellKind);
+    refuseOtherKinds(
+        first, source.name(),
+        [](InputKind kind) {
+            return isContainer(kind) || kind == InputKind::Klv || kind == InputKind::H264 || kind == InputKind::Mpeg2;
+        },
+        "which holds no video");
+    const std::optional<InputKind> kind = inputKind(first, source.name());
     return kind && (isContainer(*kind) || *kind == InputKind::Klv) ? kind : std::nullopt;
 }
 

@@ -37,6 +37,9 @@ public:
     /// @return False at the end of the file.
     /// @throws Failure when the file is broken here; frames before have been given.
     virtual bool next(Frame& frame, std::vector<std::string>& problems) = 0;
+
+    /// What needs a look in the frames given since the last call, though all of it could be read; a line each.
+    [[nodiscard]] virtual std::vector<std::string> takeRemarks() { return {}; }
 };
 
 /// Writes frames one after the other.

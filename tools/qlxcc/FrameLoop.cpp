@@ -9,34 +9,79 @@
 
 namespace qlx::tool {
 
+namespace {
+
+/// Says what a reader finds beside its frames: every problem, and the first of its remarks.
+class Findings {
+public:
+    Findings(const ByteSource& source, FrameReader& reader, OutputFile& output, Progress& progress)
+        : _source(source), _reader(reader), _output(output), _progress(progress) {}
+
+    /// Says what is new.
+    void report() {
+        const std::vector<std::string> remarks = _reader.takeRemarks();
+        if (problems.empty() && remarks.empty()) {
+            return;
+        }
+        makeRoom();
+        for (const std::string& problem : problems) {
+            printMessage(_source.name() + ": " + problem);
+        }
+        _problemCount += problems.size();
+        problems.clear();
+        for (const std::string& remark : remarks) {
+            if (++_remarkCount <= kShownRemarks) {
+                printNote("warning: " + _source.name() + ": " + remark);
+            }
+        }
+    }
+
+    /// Says what is new, and how many remarks have not been shown.
+    /// @return The number of problems.
+    std::uint64_t finish() {
+        report();
+        if (_remarkCount > kShownRemarks) {
+            makeRoom();
+            printNote("warning: " + _source.name() + ": " + counted(_remarkCount - kShownRemarks, "more warning"));
+        }
+        return _problemCount;
+    }
+
+    std::vector<std::string> problems;  ///< Those that have not been reported.
+
+private:
+    /// The list so far comes first, so that both are in order where they go to one place.
+    void makeRoom() {
+        if (_output.isStandardOutput()) {
+            _output.flush();
+        }
+        _progress.clear();
+    }
+
+    static constexpr std::uint64_t kShownRemarks = 10;
+
+    const ByteSource& _source;
+    FrameReader& _reader;
+    OutputFile& _output;
+    Progress& _progress;
+    std::uint64_t _problemCount = 0;
+    std::uint64_t _remarkCount = 0;
+};
+
+}  // namespace
+
 std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take) {
     const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
     Progress progress(source.size(), output.isStandardOutput());
-    std::uint64_t problemCount = 0;
+    Findings findings(source, reader, output, progress);
     Frame frame;
-    std::vector<std::string> problems;
-    const auto report = [&] {
-        if (problems.empty()) {
-            return;
-        }
-        // The list so far comes first, so that both are in order where they go to one place.
-        if (output.isStandardOutput()) {
-            output.flush();
-        }
-        progress.clear();
-        for (const std::string& problem : problems) {
-            printMessage(source.name() + ": " + problem);
-        }
-        problemCount += problems.size();
-        problems.clear();
-    };
     try {
-        for (std::uint64_t frames = 1; reader.next(frame, problems); ++frames) {
+        for (std::uint64_t frames = 1; reader.next(frame, findings.problems); ++frames) {
             const bool wantsMore = take(frame);
-            report();
+            findings.report();
             if (!wantsMore) {
-                return problemCount;
+                break;
             }
             if (isTerminal) {
                 output.flush();
@@ -44,21 +89,24 @@ std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& ou
             progress.update(frames, source.offset());
         }
     } catch (const Failure&) {
-        report();
+        (void)findings.finish();
         if (output.isStandardOutput()) {
             // What came before the broken place has been found all the same.
             output.flush();
         }
         throw;
     }
-    // What only the end shows.
-    report();
-    return problemCount;
+    // What only the end shows comes here.
+    return findings.finish();
 }
 
-int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems, std::string_view what) {
+int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems, std::string_view what,
+                 const std::function<void()>& writeMore) {
     if (problems == 0 || output.isStandardOutput()) {
         output.commit();
+        if (writeMore) {
+            writeMore();
+        }
     }
     const std::string notWritten = output.isStandardOutput() ? "" : "; " + output.name() + " is not written";
     if (problems > 1 || (problems == 1 && !notWritten.empty())) {

@@ -22,9 +22,10 @@ std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& ou
 /// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
 /// does not appear.
 /// @param what What the problems kept from being done: `not every packet could be read`.
+/// @param writeMore Writes what stands beside the output, when that is complete; may be empty.
 /// @return The exit code.
 /// @throws Failure when there is more to say than the problems' own lines did.
 [[nodiscard]] int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems,
-                               std::string_view what);
+                               std::string_view what, const std::function<void()>& writeMore = {});
 
 }  // namespace qlx::tool

@@ -35,6 +35,8 @@ public:
         return true;
     }
 
+    [[nodiscard]] std::vector<std::string> takeRemarks() override { return _reader->takeRemarks(); }
+
 private:
     std::unique_ptr<FrameReader> _reader;
     Rate _rate;
@@ -89,8 +91,7 @@ std::unique_ptr<FrameReader> openKind(InputFile& source, InputKind kind, const F
     case InputKind::Ppm:
         break;
     }
-    throw UsageError(source.name() + " is a " + std::string(nameOf(kind)) +
-                     " file, which has no frames with packets or captions");
+    throw otherKind(source.name(), kind, "which has no frames with packets or captions");
 }
 
 }  // namespace

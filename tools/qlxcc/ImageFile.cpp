@@ -1,9 +1,9 @@
 #include "ImageFile.h"
 
 #include "Errors.h"
+#include "InputKind.h"
 #include "PngFile.h"
-
-#include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include "Text.h"
 
 #include <algorithm>
 #include <array>
@@ -15,6 +15,11 @@ namespace {
 constexpr std::array<std::uint8_t, 2> kPpmMagic{'P', '6'};
 constexpr std::size_t kChannels = 3;
 constexpr std::uint32_t kGreatestPpmValue = 65535;
+
+/// What the names of picture files end in that are not written, raw pictures included.
+constexpr std::string_view kOtherPictures[] = {"420v", "argb", "avif", "bgra", "bmp",  "dpx",  "exr", "gif",
+                                               "heic", "jp2",  "jpeg", "jpg",  "jxl",  "pbm",  "pdf", "pgm",
+                                               "pnm",  "svg",  "tga",  "tif",  "tiff", "webp", "yuvs"};
 
 bool isWhiteSpace(std::uint8_t byte) {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -146,14 +151,26 @@ std::optional<ImageFormat> imageFormatOf(std::span<const std::uint8_t> start) {
 }
 
 std::optional<ImageFormat> imageFormatNamed(std::string_view path) {
-    const std::string name = asciiLowercased(path);
-    if (name.ends_with(".png")) {
+    const std::string extension = extensionOf(path);
+    if (extension == "png") {
         return ImageFormat::Png;
     }
-    if (name.ends_with(".ppm")) {
+    if (extension == "ppm") {
         return ImageFormat::Ppm;
     }
     return std::nullopt;
+}
+
+ImageFormat imageFormatFor(std::string_view option, const std::string& path) {
+    if (path == "-") {
+        throw UsageError(std::string(option) + " needs the name of a file");
+    }
+    const auto format = imageFormatNamed(path);
+    if (!format && (inputKindOfName(path) ||
+                    std::ranges::find(kOtherPictures, extensionOf(path)) != std::ranges::end(kOtherPictures))) {
+        throw UsageError(std::string(option) + ": the name of " + path + " must end in .png or .ppm");
+    }
+    return format.value_or(ImageFormat::Png);
 }
 
 Image readImage(ByteSource& source) {

@@ -25,6 +25,10 @@ inline constexpr std::uint32_t kGreatestImageSide = 32768;
 /// What a file is by its name (`.png`, `.ppm`), or none.
 [[nodiscard]] std::optional<ImageFormat> imageFormatNamed(std::string_view path);
 
+/// The format of a picture that is written to a file which an option names: what the name ends in, or else PNG.
+/// @throws UsageError that names the option, for standard output and for the name of another kind of file.
+[[nodiscard]] ImageFormat imageFormatFor(std::string_view option, const std::string& path);
+
 /// Reads a picture: a PNG file of any kind, brought to 8 bits a component, or a binary PPM file (P6) of 8 bits.
 /// @param source Read from its start.
 /// @throws Failure when it is no picture, broken, cut off, too large, or when PNG files cannot be read here.

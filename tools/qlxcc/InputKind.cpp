@@ -31,6 +31,32 @@ constexpr NamedKind kKindNames[] = {
     {"ppm", InputKind::Ppm},
 };
 
+/// What to call a file of a kind in sentences, and the commands that read it.
+struct KindInWords {
+    InputKind kind;
+    std::string_view file;
+    std::string_view commands;
+};
+
+constexpr KindInWords kKindsInWords[] = {
+    {InputKind::V210, "a v210 file", "scan and show"},
+    {InputKind::Yuv8, "a 2vuy file", "scan and show"},
+    {InputKind::Klv, "a KLV file", "scan, show, extract, rate and scte104 parse"},
+    {InputKind::Jsonl, "a file of a JSON line a frame", "scan and show"},
+    {InputKind::Scc, "a Scenarist caption file", "scan and show"},
+    {InputKind::Srt, "an SRT file", "subs and play"},
+    {InputKind::Stl, "an EBU STL file", "subs and play"},
+    {InputKind::Json, "a JSON file", "subs and play, or scte104 build"},
+    {InputKind::H264, "an H.264 stream", "scan, show and extract"},
+    {InputKind::Mpeg2, "an MPEG-2 stream", "scan, show and extract"},
+    {InputKind::Mxf, "an MXF file", "scan, show and extract"},
+    {InputKind::Mov, "a MOV or MP4 file", "scan, show and extract"},
+    {InputKind::TransportStream, "an MPEG-TS file", "scan, show and extract"},
+    {InputKind::ProgramStream, "an MPEG-PS file", "scan, show and extract"},
+    {InputKind::Png, "a PNG picture", "line21"},
+    {InputKind::Ppm, "a PPM picture", "line21"},
+};
+
 /// Extensions that differ from the names of the kinds.
 constexpr NamedKind kMoreExtensions[] = {
     {"264", InputKind::H264},
@@ -296,6 +322,22 @@ std::optional<InputKind> inputKind(std::span<const std::uint8_t> first, std::str
     }
     const std::optional<InputKind> told = inputKindOfBytes(first);
     return told ? told : named;
+}
+
+UsageError otherKind(std::string_view name, InputKind kind, std::string_view what, bool isByName) {
+    const KindInWords& words = *std::find_if(std::begin(kKindsInWords), std::end(kKindsInWords),
+                                             [kind](const KindInWords& each) { return each.kind == kind; });
+    return UsageError(std::string(name) + " is " + std::string(words.file) + (isByName ? " by its name, " : ", ") +
+                      std::string(what) + ": such files are for qlxcc " + std::string(words.commands));
+}
+
+void refuseOtherKinds(std::span<const std::uint8_t> first, std::string_view name, bool (*reads)(InputKind),
+                      std::string_view what) {
+    const std::optional<InputKind> told = inputKindOfBytes(first);
+    const std::optional<InputKind> kind = told || first.empty() ? told : inputKindOfName(name);
+    if (kind && !reads(*kind)) {
+        throw otherKind(name, *kind, what, !told);
+    }
 }
 
 }  // namespace qlx::tool

@@ -1,6 +1,8 @@
 // What a file is, told by its first bytes or its name.
 #pragma once
 
+#include "Errors.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -60,9 +62,26 @@ inline constexpr std::size_t kBytesThatTellKind = 4096;
 /// that were captured may begin anywhere. True for other kinds.
 [[nodiscard]] bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcept;
 
+/// What to say of a file of a kind that a command does not read, and which commands do: `film.ts is an MPEG-TS file,
+/// WHAT: such files are for qlxcc scan, show and extract`.
+/// @param isByName That it is one has been told by its name alone: `film.ts is an MPEG-TS file by its name, ...`.
+[[nodiscard]] UsageError otherKind(std::string_view name, InputKind kind, std::string_view what, bool isByName = false);
+
+/// Refuses a file that begins with `first` when its bytes, or its name where they do not tell, say that it is of a kind
+/// that a command does not read. Unknown ones are let through.
+/// @param reads Whether the command reads files of a kind.
+/// @throws UsageError as otherKind() says.
+void refuseOtherKinds(std::span<const std::uint8_t> first, std::string_view name, bool (*reads)(InputKind),
+                      std::string_view what);
+
 /// Whether a file of this kind holds SDI rows, which must be described on the command line.
 [[nodiscard]] constexpr bool hasRows(InputKind kind) noexcept {
     return kind == InputKind::V210 || kind == InputKind::Yuv8;
+}
+
+/// Whether a file of this kind holds subtitles as a text.
+[[nodiscard]] constexpr bool isSubtitles(InputKind kind) noexcept {
+    return kind == InputKind::Srt || kind == InputKind::Stl || kind == InputKind::Json;
 }
 
 /// Whether a file of this kind is a multiplex of streams with times.

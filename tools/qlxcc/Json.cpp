@@ -42,6 +42,9 @@ Json cdpObject(const Cdp& cdp) {
     object["cc_count"] = cdp.ccCount ? Json(*cdp.ccCount) : Json();
     object["counter"] = cdp.counter;
     object["triplets"] = tripletList(cdp.triplets);
+    if (std::string contradiction = contradictionIn(cdp); !contradiction.empty()) {
+        object["contradiction"] = std::move(contradiction);
+    }
     object["length_ok"] = cdp.hasStandardLength();
     object["checksum_ok"] = cdp.hasStandardChecksum();
     return object;

@@ -34,8 +34,10 @@ bool readJsonElements(std::string_view name, std::string_view text, const std::f
 /// without a line feed; `pts` only where it is known.
 /// @param showsCaptions Each packet of type CEA-708 that is a CDP gets, behind its data, `"cdp":{"rate":"29.97",
 ///   "cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],"length_ok":true,"checksum_ok":true}`;
-///   `rate` is null for a code without one, `cc_count` without a cc_data section. Each packet of type SCTE104 that is
-///   a message gets `"scte104":[{"opID":257,"operationID":"SpliceRequestData",..},..]`, its operations.
+///   `rate` is null for a code without one, `cc_count` without a cc_data section; a packet that contradicts itself has
+///   `"contradiction":"cc_count 20, of which 1 is there"` behind its triplets, see contradictionIn(). Each packet of
+///   type SCTE104 that is a message gets `"scte104":[{"opID":257,"operationID":"SpliceRequestData",..},..]`, its
+///   operations.
 /// Captions that came with the picture stand behind the packets: `"captions":{"data":"fc942c..","triplets":[..]}`, with
 /// `triplets` as those of a CDP, when `showsCaptions`.
 [[nodiscard]] std::string jsonLine(const Frame& frame, bool showsCaptions = false);

@@ -82,6 +82,12 @@ MediaTime timeOf(const Value& value) {
         throw BadLine("\"timescale\" must be above 0");
     }
     constexpr auto kGreatestValue = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max() / 2);
+    // Frames that an edit list leaves out are in front of 0.
+    const Value* const number = object->find("value");
+    const std::int64_t* const early = number != nullptr ? number->signedInteger() : nullptr;
+    if (early != nullptr && *early < 0 && *early >= -static_cast<std::int64_t>(kGreatestValue)) {
+        return MediaTime::make(*early, timescale);
+    }
     return MediaTime::make(static_cast<std::int64_t>(numberOf(*object, "value", kGreatestValue)), timescale);
 }
 

@@ -18,7 +18,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::uint32_t kRows = 3;  // That the waveform takes.
 constexpr std::size_t kFrameWidth = 8;
 constexpr BytePair kNullPair{0x80, 0x80};
 
@@ -40,15 +39,15 @@ Data sampleOf(QLXCEA608ReaderWriter& reader, const std::shared_ptr<PixelBuffer>&
 class RowsReader {
 public:
     RowsReader(std::string name, std::uint32_t width)
-        : _name(std::move(name)), _rows({kPixelFormatBGRA, width, kRows}) {
+        : _name(std::move(name)), _rows({kPixelFormatBGRA, width, kLine21Rows}) {
         auto& factory = services().get<PixelBufferFactory>();
         if (factory.createTransferSession(&_session) != kPixelStatusSuccess) {
             throw platformFailure(_name);
         }
         // As wide as the waveform: the reader takes what stands far to the right in a wide row for bits as well.
         const std::array planes{PixelPlane{_rows.bytes().data(), std::size_t{width} * 4, _rows.bytes().size()}};
-        if (factory.createPixelBufferWithBytes(std::min<std::uint64_t>(width, kWaveformWidth), kRows, kPixelFormatBGRA,
-                                               planes, nullptr, &_waveform) != kPixelStatusSuccess) {
+        if (factory.createPixelBufferWithBytes(std::min<std::uint64_t>(width, kWaveformWidth), kLine21Rows,
+                                               kPixelFormatBGRA, planes, nullptr, &_waveform) != kPixelStatusSuccess) {
             throw platformFailure(_name);
         }
     }
@@ -65,9 +64,9 @@ public:
     }
 
     Line21View viewOf(const std::shared_ptr<PixelBuffer>& picture, std::string title) {
-        Line21View view{std::move(title), Image(_rows.buffer()->width(), kRows), {}};
+        Line21View view{std::move(title), Image(_rows.buffer()->width(), kLine21Rows), {}};
         view.pairs = {pairIn(picture, 1), pairIn(picture, 2)};
-        transfer(picture, {0, kRows});
+        transfer(picture, {0, kLine21Rows});
         copyRows(*_rows.buffer(), view.rows);
         return view;
     }
@@ -95,23 +94,14 @@ struct StillPicture {
     RawPicture rows;
 
     explicit StillPicture(Image whole)
-        : image(std::move(whole)), rows({kPixelFormatBGRA, static_cast<std::uint32_t>(image.width()), kRows}) {
+        : image(std::move(whole)), rows({kPixelFormatBGRA, static_cast<std::uint32_t>(image.width()), kLine21Rows}) {
         copyRows(image, *rows.buffer());
     }
 };
 
-void checkSize(const std::string& name, std::size_t width, std::size_t height) {
-    if (width < kWaveformWidth || height < kRows) {
-        throw failureIn(name, "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
-                                  " pixels is too small: line 21 takes " + std::to_string(kWaveformWidth) + " x " +
-                                  std::to_string(kRows));
-    }
-}
-
-StillPicture readStill(const std::string& path) {
-    InputFile source(path);
+StillPicture readStill(ByteSource& source) {
     Image image = readImage(source);
-    checkSize(source.name(), image.width(), image.height());
+    checkPictureSize(source.name(), image.width(), image.height());
     return StillPicture(std::move(image));
 }
 
@@ -120,22 +110,52 @@ std::string titleOf(const PixelBuffer& picture) {
            std::to_string(picture.width()) + " pixels";
 }
 
+std::string parityText(const BytePair& pair) {
+    const bool first = hasOddParity(pair[0]);
+    const bool second = hasOddParity(pair[1]);
+    if (first && second) {
+        return "parity ok";
+    }
+    return std::string("parity wrong in ") + (first ? "byte 2" : second ? "byte 1" : "both bytes");
+}
+
+/// Pairs with wrong parity may be wanted, for a test; the first one is named.
+void sayWrongParity(std::span<const BytePair> pairs) {
+    const auto wrong = std::ranges::find_if(
+        pairs, [](const BytePair& pair) { return !hasOddParity(pair[0]) || !hasOddParity(pair[1]); });
+    if (wrong != pairs.end()) {
+        printNote("byte pair " + hex(*wrong) + ": " + parityText(*wrong) + "; it is drawn as it is");
+    }
+}
+
 /// Draws byte pairs into the pictures of a file.
 class Writing {
 public:
     explicit Writing(const Line21WriteOptions& options) : _options(options) {}
 
     void run() {
+        std::optional<InputFile> source;
+        if (_options.input) {
+            source.emplace(*_options.input);
+        }
+        const PictureKind kind = source ? pictureKindOf(*source, _options.pictures) : _options.made;
+        const std::optional<ImageFormat> format = outputFormat(_options.output, kind);
+        if (format && _options.pairs.size() > 1) {
+            throw UsageError("a PNG or PPM file is one picture: it takes one byte pair");
+        }
+        sayWrongParity(_options.pairs);
         OutputFile output(_options.output);
-        if (!_options.input) {
-            drawBlack(output);
-        } else if (_options.layout) {
-            drawRaw(output);
-        } else {
-            StillPicture still = readStill(*_options.input);
+        if (source && format) {
+            StillPicture still = readStill(*source);
             draw(still.rows.buffer());
             copyRows(*still.rows.buffer(), still.image);
-            writeImage(still.image, output, _options.format.value());
+            writeImage(still.image, output, *format);
+        } else if (source) {
+            drawRaw(*source, kind.layout.value(), output);
+        } else if (format) {
+            drawBlack(kind.layout.value(), *format, output);
+        } else {
+            drawBlackPictures(kind.layout.value(), output);
         }
         checkCount();
         output.commit();
@@ -145,17 +165,17 @@ public:
     }
 
 private:
-    void drawBlack(OutputFile& output) {
-        if (_options.format) {
-            Image image(_options.layout->width, _options.layout->height);
-            RawPicture rows({kPixelFormatBGRA, _options.layout->width, kRows});
-            draw(rows.buffer());
-            copyRows(*rows.buffer(), image);
-            writeImage(image, output, *_options.format);
-            return;
-        }
+    void drawBlack(const PictureLayout& layout, ImageFormat format, OutputFile& output) {
+        Image image(layout.width, layout.height);
+        RawPicture rows({kPixelFormatBGRA, layout.width, kLine21Rows});
+        draw(rows.buffer());
+        copyRows(*rows.buffer(), image);
+        writeImage(image, output, format);
+    }
+
+    void drawBlackPictures(const PictureLayout& layout, OutputFile& output) {
         Progress progress(_options.pairs.size(), output.isStandardOutput());
-        RawPicture picture(*_options.layout);
+        RawPicture picture(layout);
         while (_pictures < _options.pairs.size()) {
             draw(picture.buffer());
             output.write(picture.bytes());
@@ -163,10 +183,9 @@ private:
         }
     }
 
-    void drawRaw(OutputFile& output) {
-        InputFile source(*_options.input);
+    void drawRaw(ByteSource& source, const PictureLayout& layout, OutputFile& output) {
         Progress progress(source.size(), output.isStandardOutput());
-        RawPicture picture(*_options.layout);
+        RawPicture picture(layout);
         while (readPicture(source, picture)) {
             draw(picture.buffer());
             output.write(picture.bytes());
@@ -199,36 +218,27 @@ private:
     std::optional<Image> _preview;
 };
 
-std::string parityText(const BytePair& pair) {
-    const bool first = hasOddParity(pair[0]);
-    const bool second = hasOddParity(pair[1]);
-    if (first && second) {
-        return "parity ok";
-    }
-    return std::string("parity wrong in ") + (first ? "byte 2" : second ? "byte 1" : "both bytes");
-}
-
 /// Prints what the pictures of a file hold.
 class Reading {
 public:
-    Reading(const Line21ReadOptions& options, OutputFile& output) : _options(options), _output(output) {}
+    Reading(const Line21ReadOptions& options, ByteSource& source, OutputFile& output)
+        : _options(options), _source(source), _output(output) {}
 
-    void run() {
-        if (!_options.layout) {
-            const StillPicture still = readStill(_options.file);
+    void run(const PictureKind& kind) {
+        if (kind.file) {
+            const StillPicture still = readStill(_source);
             show(still.rows.buffer());
             return;
         }
-        InputFile source(_options.file);
-        Progress progress(source.size(), true);
-        RawPicture picture(*_options.layout);
-        const bool isTerminal = standardOutputIsTerminal();
-        while (readPicture(source, picture)) {
+        Progress progress(_source.size(), _output.isStandardOutput());
+        RawPicture picture(kind.layout.value());
+        const bool isTerminal = _output.isStandardOutput() && standardOutputIsTerminal();
+        while (readPicture(_source, picture)) {
             show(picture.buffer());
             if (isTerminal) {
                 _output.flush();
             }
-            progress.update(_pictures, source.offset());
+            progress.update(_pictures, _source.offset());
         }
     }
 
@@ -237,14 +247,14 @@ public:
 private:
     void show(const std::shared_ptr<PixelBuffer>& picture) {
         if (!_rows) {
-            _rows.emplace(_options.file, static_cast<std::uint32_t>(picture->width()));
+            _rows.emplace(_source.name(), static_cast<std::uint32_t>(picture->width()));
             if (_options.preview) {
                 _preview = drawLine21(_rows->viewOf(picture, titleOf(*picture)));
             }
         }
         const Data sample = sampleOf(_reader, picture);
         if (!sample) {
-            throw platformFailure(_options.file);
+            throw platformFailure(_source.name());
         }
         const std::array pairs{_rows->pairIn(picture, 1), _rows->pairIn(picture, 2)};
         _output.write(_options.asJson ? jsonOf(sample, pairs) : linesFor(sample, pairs));
@@ -275,6 +285,7 @@ private:
     }
 
     const Line21ReadOptions& _options;
+    ByteSource& _source;
     OutputFile& _output;
     QLXCEA608ReaderWriter _reader;
     std::optional<RowsReader> _rows;
@@ -297,26 +308,25 @@ int writeLine21(const Line21WriteOptions& options) {
         refuseInputAsOutput(*options.input, options.output);
         refuseInputAsOutput(*options.input, options.preview);
     }
-    for (const BytePair& pair : options.pairs) {
-        if (!hasOddParity(pair[0]) || !hasOddParity(pair[1])) {
-            printNote("byte pair " + hex(pair) + ": " + parityText(pair) + "; it is drawn as it is");
-            break;
-        }
-    }
     Writing(options).run();
     return kExitSuccess;
 }
 
 int readLine21(const Line21ReadOptions& options) {
     requirePreview(options.preview, options.previewFormat);
+    refuseInputAsOutput(options.file, options.output);
     refuseInputAsOutput(options.file, options.preview);
-    OutputFile output(std::nullopt);
-    Reading reading(options, output);
+    InputFile source(options.file);
+    const PictureKind kind = pictureKindOf(source, options.pictures);
+    OutputFile output(options.output);
+    Reading reading(options, source, output);
     try {
-        reading.run();
+        reading.run(kind);
     } catch (const Failure&) {
-        // What came before the broken place has been read all the same.
-        output.flush();
+        if (output.isStandardOutput()) {
+            // What came before the broken place has been read all the same.
+            output.flush();
+        }
         throw;
     }
     output.commit();

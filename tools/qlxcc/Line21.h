@@ -1,7 +1,7 @@
 // qlxcc line21: CEA-608 byte pairs as the waveform of line 21 in the first rows of pictures.
 #pragma once
 
-#include "Pictures.h"
+#include "Line21Pictures.h"
 
 #include <array>
 #include <cstdint>
@@ -14,18 +14,19 @@ namespace qlx::tool {
 using BytePair = std::array<std::uint8_t, 2>;
 
 struct Line21WriteOptions {
-    std::optional<std::string> input;     ///< None: black pictures. `-` is standard input.
-    std::optional<PictureLayout> layout;  ///< Of raw pictures, and of black ones; none for a PNG or PPM file.
-    std::optional<ImageFormat> format;    ///< Of the output when it is no raw file.
-    std::vector<BytePair> pairs;          ///< One for all pictures, or one for each.
-    std::string output;                   ///< `-` is standard output.
-    std::optional<std::string> preview;   ///< Gets the waveform of the first picture.
+    std::optional<std::string> input;    ///< None: black pictures. `-` is standard input.
+    PictureOptions pictures;             ///< Of the input.
+    PictureKind made;                    ///< The black ones.
+    std::vector<BytePair> pairs;         ///< One for all pictures, or one for each.
+    std::string output;                  ///< `-` is standard output.
+    std::optional<std::string> preview;  ///< Gets the waveform of the first picture.
     ImageFormat previewFormat = ImageFormat::Png;
 };
 
 struct Line21ReadOptions {
-    std::string file;                     ///< `-` is standard input.
-    std::optional<PictureLayout> layout;  ///< None for a PNG or PPM file.
+    std::string file;  ///< `-` is standard input.
+    PictureOptions pictures;
+    std::optional<std::string> output;  ///< None or `-`: standard output.
     bool asJson = false;
     std::optional<std::string> preview;  ///< Gets the waveform of the first picture.
     ImageFormat previewFormat = ImageFormat::Png;

@@ -1,42 +1,74 @@
 #include "PictureTimes.h"
 
 #include <cstdlib>
+#include <iterator>
 #include <limits>
+#include <utility>
 
 namespace qlx::tool {
 
 std::optional<Frame> PictureTimes::take() {
-    std::optional<Frame> frame = _order.take();
-    if (!frame) {
+    while (!_last && _early.size() < PictureOrder::kLongestWait) {
+        std::optional<Frame> frame = _order.take();
+        if (!frame) {
+            break;
+        }
+        setTime(*frame);
+        _early.push_back(std::move(*frame));
+        countBack();
+    }
+    if (!_early.empty()) {
+        const bool isKnown = _last || _isAtEnd || _early.size() == PictureOrder::kLongestWait;
+        if (!isKnown) {
+            return std::nullopt;
+        }
+        std::optional<Frame> frame = std::move(_early.front());
+        _early.pop_front();
         return frame;
     }
-    if (frame->pts) {
+    std::optional<Frame> frame = _order.take();
+    if (frame) {
+        setTime(*frame);
+    }
+    return frame;
+}
+
+/// Gives the pictures in front of the first one with a time theirs.
+void PictureTimes::countBack() {
+    if (!_last || _frameDuration <= 0) {
+        return;
+    }
+    std::int64_t time = _last->value;
+    for (auto frame = std::next(_early.rbegin()); frame != _early.rend(); ++frame) {
+        time -= _frameDuration;
+        frame->pts = MediaTime::make(time, _last->timescale);
+    }
+}
+
+void PictureTimes::setTime(Frame& frame) {
+    if (frame.pts) {
         // Where every picture has a time, the first one in order has the first one of them.
-        const auto time = _isComplete ? _times.begin() : _times.find(frame->pts->value);
-        frame->pts->value = time == _times.end() ? frame->pts->value : *time;
+        const auto time = _isComplete ? _times.begin() : _times.find(frame.pts->value);
+        frame.pts->value = time == _times.end() ? frame.pts->value : *time;
         if (time != _times.end()) {
             _times.erase(time);
         }
     }
-    if (_first && !_last) {
-        frame->pts = _first;
+    if (!frame.pts && !_last) {
+        frame.pts = _first;
     }
     // Nothing is counted on from a time that can only be damage.
     if (_last && _frameDuration > 0 && _last->value < std::numeric_limits<std::int64_t>::max() / 4) {
         const std::int64_t expected = _last->value + _frameDuration;
-        if (!frame->pts || !isBelieved(frame->pts->value, expected)) {
-            frame->pts = MediaTime::make(expected, _last->timescale);
+        if (!frame.pts || !isBelieved(frame.pts->value, expected)) {
+            frame.pts = MediaTime::make(expected, _last->timescale);
         }
     }
-    _last = frame->pts ? frame->pts : _last;
-    return frame;
+    _last = frame.pts ? frame.pts : _last;
 }
 
 /// Whether a picture's time is taken over and not counted on from the last one.
 bool PictureTimes::isBelieved(std::int64_t time, std::int64_t expected) const {
-    if (_first) {
-        return false;
-    }
     if (_isComplete) {
         return time > expected - _frameDuration;
     }

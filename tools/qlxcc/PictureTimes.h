@@ -6,6 +6,7 @@
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <set>
 #include <span>
@@ -18,7 +19,7 @@ namespace qlx::tool {
 class PictureTimes {
 public:
     /// @param frameDuration In the timescale of the times; 0 when it is not known.
-    /// @param first When given, the pictures are timed from here on, whatever times they have.
+    /// @param first The time of the first picture when it has none of its own.
     PictureTimes(VideoCodec codec, std::int64_t frameDuration, std::optional<MediaTime> first = std::nullopt)
         : _order(codec), _frameDuration(frameDuration), _first(first) {}
 
@@ -30,12 +31,18 @@ public:
         _order.add(unit, std::move(frame));
     }
 
-    void finish() noexcept { _order.finish(); }
+    void finish() noexcept {
+        _order.finish();
+        _isAtEnd = true;
+    }
 
-    /// The next frame in the order of presentation, its time later than that of the last one.
+    /// The next frame in the order of presentation, its time later than that of the last one. Those in front of the first
+    /// one with a time wait for it, and are counted back from there.
     [[nodiscard]] std::optional<Frame> take();
 
 private:
+    void setTime(Frame& frame);
+    void countBack();
     [[nodiscard]] bool isBelieved(std::int64_t time, std::int64_t expected) const;
 
     PictureOrder _order;
@@ -44,6 +51,8 @@ private:
     bool _isComplete = true;
     std::multiset<std::int64_t> _times;
     std::optional<MediaTime> _last;
+    std::deque<Frame> _early;  ///< At the beginning: what has been taken out and not given yet.
+    bool _isAtEnd = false;
 };
 
 }  // namespace qlx::tool

@@ -1,6 +1,7 @@
 #include "Play.h"
 
 #include "CaptionFrames.h"
+#include "CueLosses.h"
 #include "Errors.h"
 #include "Json.h"
 #include "Klv.h"
@@ -25,7 +26,6 @@
 #include <limits>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -77,18 +77,26 @@ public:
     explicit CueCollector(const PlayOptions& options)
         : _name(options.subtitles == "-" ? "standard input" : options.subtitles),
           _firstFrame(firstFrameAtOrAfter(options.rate, options.fromSeconds)),
-          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))), _isCaption(options.mode == PlayMode::Cea608) {
+          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))), _mode(options.mode),
+          _losses(modeOf(options)) {
         if (options.durationSeconds) {
-            _lastTime = _firstTime + *options.durationSeconds + kSecondsKeptBehindEnd;
+            const std::uint64_t frames = firstFrameAtOrAfter(options.rate, *options.durationSeconds);
+            _lastTime = secondsFrom(options.rate.timeOfFrame(_firstFrame + frames - 1));
         }
     }
 
     void take(std::shared_ptr<QLXSubtitleRecord> record) {
         ++_count;
         _endOfLastCue = std::max(_endOfLastCue, record->endTimeInSeconds());
-        if (record->endTimeInSeconds() <= _firstTime || record->startTimeInSeconds() > _lastTime) {
+        if (record->endTimeInSeconds() <= _firstTime) {
             return;
         }
+        _firstStart = std::min(_firstStart, record->startTimeInSeconds());
+        // A cue is due with the first frame that is later than its start.
+        if (!(record->startTimeInSeconds() < _lastTime)) {
+            return;
+        }
+        ++_playedCues;
         _weight += kWeightOfCue;
         for (const auto& line : record->subtitleLines()) {
             _weight += kWeightOfLine + line->textString().value_or(std::string()).size();
@@ -97,20 +105,21 @@ public:
             throw failureIn(_name, "more cues than are played at once (" + std::to_string(_count) +
                                        " have been read): play parts of it with --from and --duration");
         }
-        if (_isCaption) {
-            noteWhatIsLeftOut(*record);
-        }
+        noteLosses(record);
         _records.push_back(std::move(record));
     }
 
-    /// Says which rows and characters of the cues have no place in a caption, a line a cue.
+    /// Says what a viewer will not see as it is written, a line a cue.
     void report(const std::string& name) const {
         const std::string place = "warning: " + name + ": ";
+        reportFilling(place);
         for (const std::string& note : _notes) {
             printNote(place + note);
         }
-        if (_cuesCut > _notes.size()) {
-            printNote(place + counted(_cuesCut - _notes.size(), "more cue") + " cut as well");
+        if (_cuesWithLosses > _notes.size()) {
+            printNote(place + counted(_cuesWithLosses - _notes.size(), "more cue") +
+                      " not shown as written (see qlxcc subs --mode " +
+                      (_mode == PlayMode::Cea608 ? "cea608" : "teletext") + ")");
         }
     }
 
@@ -130,51 +139,47 @@ public:
     }
 
 private:
-    void noteWhatIsLeftOut(const QLXSubtitleRecord& record) {
-        constexpr std::size_t kRows = 2;
-        constexpr std::size_t kColumns = 31;
-        const auto lines = record.subtitleLines();
-        std::size_t characters = 0;
-        for (std::size_t row = 0; row < std::min(lines.size(), kRows); ++row) {
-            const std::size_t length = charactersIn(lines[row]->textString().value_or(std::string()));
-            characters += length - std::min(length, kColumns);
-        }
-        const std::size_t rows = lines.size() - std::min(lines.size(), kRows);
-        if (rows == 0 && characters == 0) {
-            return;
-        }
-        if (++_cuesCut <= kShownProblems) {
-            const std::string left = rows > 0 ? counted(rows, "row") : "";
-            const std::string right = characters > 0 ? counted(characters, "character") : "";
-            _notes.push_back("cue " + std::to_string(record.index()) + ": " + left +
-                             (left.empty() || right.empty() ? "" : " and ") + right +
-                             " left out: a caption has 2 rows of 31 characters");
+    void noteLosses(const std::shared_ptr<QLXSubtitleRecord>& record) {
+        std::string lost = _losses.of(record);
+        if (!lost.empty() && ++_cuesWithLosses <= kShownProblems) {
+            _notes.push_back("cue " + std::to_string(record->index()) + ": " + std::move(lost));
         }
     }
 
-    /// Of a text in UTF-8.
-    static std::size_t charactersIn(std::string_view text) {
-        return static_cast<std::size_t>(
-            std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+    /// Says when there is nothing but filling, or very much of it.
+    void reportFilling(const std::string& place) const {
+        if (_playedCues == 0) {
+            printNote(place + "no cue falls into what is played: " +
+                      (std::isfinite(_firstStart) ? "the next one begins at " + timecodeOf(_firstStart)
+                                                  : "the last one ends at " + timecodeOf(_endOfLastCue)));
+        } else if (_firstStart - _firstTime > kLongWait) {
+            printNote(place + "the first cue begins at " + timecodeOf(_firstStart) +
+                      ", more than an hour behind the first frame: is --from missing?");
+        }
     }
+
+    static std::string timecodeOf(double seconds) { return QLXSubtitleRecord::SRTTimecodeFromSeconds(seconds); }
 
     // Bytes, with all that belongs to a cue and a line.
     static constexpr std::size_t kWeightOfCue = 200;
     static constexpr std::size_t kWeightOfLine = 192;
     static constexpr std::size_t kGreatestWeight = std::size_t{112} * 1024 * 1024;
-    /// Cues behind the end of the playout that are kept all the same, in seconds.
-    static constexpr double kSecondsKeptBehindEnd = 60.0;
+    /// Seconds of filling in front of the first cue that nobody may have wanted.
+    static constexpr double kLongWait = 3600.0;
 
     std::string _name;
     std::uint64_t _firstFrame;
     double _firstTime;
-    double _lastTime = std::numeric_limits<double>::infinity();
+    double _lastTime = std::numeric_limits<double>::infinity();    ///< Of the last frame.
+    double _firstStart = std::numeric_limits<double>::infinity();  ///< Of the cues that end behind the first frame.
     double _endOfLastCue = 0.0;
     std::uint64_t _count = 0;
     std::size_t _weight = 0;
-    bool _isCaption;
+    std::uint64_t _playedCues = 0;
+    PlayMode _mode;
+    CueLosses _losses;
     std::vector<std::string> _notes;
-    std::uint64_t _cuesCut = 0;
+    std::uint64_t _cuesWithLosses = 0;
     Records _records;
 };
 

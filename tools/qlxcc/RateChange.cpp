@@ -3,6 +3,7 @@
 #include "Cdp.h"
 #include "Errors.h"
 #include "InputFile.h"
+#include "InputKind.h"
 #include "Klv.h"
 #include "OutputFile.h"
 #include "Progress.h"
@@ -206,6 +207,9 @@ bool isDouble(const Rate& from, const Rate& to) noexcept {
 int changeRate(const RateChangeOptions& options) {
     refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
+    refuseOtherKinds(
+        source.peek(kBytesThatTellKind), source.name(),
+        [](InputKind kind) { return kind == InputKind::Klv || kind == InputKind::Mxf; }, "which is no KLV file");
     OutputFile output(options.output);
     RateChange(options, source, output).run();
     output.commit();

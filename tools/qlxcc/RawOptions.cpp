@@ -3,9 +3,8 @@
 #include "Encoding.h"
 #include "Errors.h"
 #include "OutputFile.h"
+#include "Text.h"
 #include "Times.h"
-
-#include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
 #include <charconv>
@@ -19,12 +18,6 @@ namespace {
 
 constexpr std::uint32_t kWidthHD = 1920;
 constexpr std::uint32_t kWidthSD = 720;
-
-/// The part of a file name behind its last dot.
-std::string_view extension(std::string_view path) {
-    const std::size_t dot = path.find_last_of("./");
-    return dot == std::string_view::npos || path[dot] == '/' ? std::string_view() : path.substr(dot + 1);
-}
 
 /// @throws UsageError when texts cannot be read in this encoding.
 std::string knownEncoding(const std::string& name) {
@@ -124,7 +117,7 @@ std::string formatName(const std::optional<std::string>& format, const std::stri
     if (format) {
         return *format;
     }
-    std::string name = asciiLowercased(extension(file));
+    std::string name = extensionOf(file);
     if (std::find(known.begin(), known.end(), name) == known.end()) {
         throw UsageError("--format is needed" + (file == "-" ? std::string(" with a pipe")
                                                              : ": the name of " + file + " does not tell the format"));
@@ -174,6 +167,7 @@ SubsOptions checked(const RawSubs& raw) {
     options.encoding = knownEncoding(raw.encoding);
     const PlayMode mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
     options.mode = static_cast<std::int32_t>(mode);
+    options.namesLosses = !raw.mode.empty();
     if (!raw.rate.empty()) {
         options.rate = rateNamed(raw.rate);
     } else if (mode == PlayMode::Cea608) {

@@ -36,7 +36,7 @@ struct RawPlay {
 struct RawSubs {
     std::string file;
     std::string encoding;
-    std::string mode = "teletext";
+    std::string mode;
     std::string rate;
     std::optional<std::string> output;
     bool asJson = false;

@@ -3,31 +3,26 @@
 
 #include "Line21.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace qlx::tool {
 
-struct RawPictures {
-    std::optional<std::string> format;
-    std::optional<std::uint32_t> width;
-    std::optional<std::uint32_t> height;
-    std::optional<std::string> preview;
-};
-
 struct RawLine21Write {
     std::optional<std::string> input;
     std::vector<std::string> bytes;
     std::string output;
-    RawPictures pictures;
+    PictureOptions pictures;
+    std::optional<std::string> preview;
 };
 
 struct RawLine21Read {
     std::string file;
+    std::optional<std::string> output;
     bool asJson = false;
-    RawPictures pictures;
+    PictureOptions pictures;
+    std::optional<std::string> preview;
 };
 
 // Each gives the options that the subcommand runs with, and throws UsageError when they make no sense together.

@@ -5,6 +5,8 @@
 #include "RawOptions.h"
 #include "SCTE104Message.h"
 
+#include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -153,6 +155,16 @@ Scte104BuildFormat buildFormat(const RawScte104Build& raw) {
 
 }  // namespace
 
+std::vector<std::string> typeNames(std::string_view option) {
+    const auto* const found = std::find_if(kParameterOptions.begin(), kParameterOptions.end(),
+                                           [&](const ParameterOption& known) { return known.name == option; });
+    if (found == kParameterOptions.end() || found->type != "TYPE") {
+        return {};
+    }
+    return found->key == "UPIDType" ? QLXSCTEOperation::SCTE35UPIDTypeNames()
+                                    : QLXSCTEOperation::segmentationDescriptorTypeNames();
+}
+
 Scte104BuildOptions checked(const RawScte104Build& raw) {
     checkOperations(raw);
     Scte104BuildOptions options;
@@ -186,6 +198,7 @@ Scte104BuildOptions checked(const RawScte104Build& raw) {
 Scte104ParseOptions checked(const RawScte104Parse& raw) {
     Scte104ParseOptions options;
     options.input = raw.input;
+    options.output = raw.output;
     options.asJson = raw.asJson;
     if (raw.format) {
         options.format = *raw.format == "klv"   ? Scte104Format::Klv

@@ -85,6 +85,7 @@ struct RawScte104Build {
 struct RawScte104Parse {
     std::string input;
     std::optional<std::string> format;
+    std::optional<std::string> output;
     bool asJson = false;
 };
 
@@ -94,6 +95,9 @@ struct RawScte35 {
     std::optional<std::string> format;
     std::optional<std::string> output;
 };
+
+/// The names that stand for the numbers of an option's TYPE; none for any other option.
+[[nodiscard]] std::vector<std::string> typeNames(std::string_view option);
 
 // Each gives the options that the subcommand runs with, and throws UsageError when they make no sense together.
 [[nodiscard]] Scte104BuildOptions checked(const RawScte104Build& raw);

@@ -19,13 +19,17 @@ ShowOptions checked(const RawShow& raw) {
     if (raw.picture && raw.isAll) {
         throw UsageError("--png is for --at only: it is one picture");
     }
-    if (raw.picture == "-") {
-        throw UsageError("--png needs the name of a file: standard output gets the text");
-    }
     if (!raw.at.empty()) {
         options.at = raw.at;
     }
-    options.picture = raw.picture;
+    options.output = raw.output;
+    if (raw.picture) {
+        options.picture = *raw.picture;
+        options.pictureFormat = imageFormatFor("--png", *raw.picture);
+        if (raw.output == raw.picture) {
+            throw UsageError("-o and --png name the same file");
+        }
+    }
     if (!raw.rate.empty()) {
         options.source.rate = rateNamed(raw.rate);
     }

@@ -19,6 +19,7 @@ struct RawShow {
     RawRows rows;
     std::string channel;
     std::string page;
+    std::optional<std::string> output;
     bool asJson = false;
 };
 

@@ -3,6 +3,7 @@
 #include "Errors.h"
 #include "Frame.h"
 #include "InputFile.h"
+#include "InputKind.h"
 #include "Klv.h"
 #include "Text.h"
 
@@ -19,37 +20,6 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\r\n";
-constexpr std::size_t kSniffedBytes = 4;
-
-/// A source whose first bytes have been looked at.
-class PeekedSource final : public ByteSource {
-public:
-    explicit PeekedSource(ByteSource& source) : _source(source), _first(kSniffedBytes) {
-        _first.resize(_source.read(_first));
-    }
-
-    [[nodiscard]] std::span<const std::uint8_t> first() const { return _first; }
-
-    [[nodiscard]] const std::string& name() const override { return _source.name(); }
-    std::size_t read(std::span<std::uint8_t> to) override {
-        const std::size_t taken = std::min(to.size(), _first.size() - _taken);
-        std::copy_n(_first.begin() + static_cast<std::ptrdiff_t>(_taken), taken, to.begin());
-        _taken += taken;
-        return taken + _source.read(to.subspan(taken));
-    }
-    std::uint64_t skip(std::uint64_t count) override {
-        const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(count, _first.size() - _taken));
-        _taken += taken;
-        return taken + _source.skip(count - taken);
-    }
-    [[nodiscard]] std::uint64_t offset() const override { return _source.offset() - (_first.size() - _taken); }
-    [[nodiscard]] std::optional<std::uint64_t> size() const override { return _source.size(); }
-
-private:
-    ByteSource& _source;
-    std::vector<std::uint8_t> _first;
-    std::size_t _taken = 0;
-};
 
 int digitOf(char character) {
     if (character >= '0' && character <= '9') {
@@ -79,13 +49,26 @@ std::vector<std::uint8_t> readWhole(ByteSource& source) {
     return bytes;
 }
 
-Scte104Format formatOf(std::span<const std::uint8_t> first) {
+/// What an input is by its first bytes.
+/// @throws UsageError when it is a file of another kind.
+Scte104Format formatOf(InputFile& file) {
     constexpr std::uint8_t kPayloadDescriptor = 0x08;
-    if (first.size() == kSniffedBytes && std::equal(first.begin(), first.end(), kAncFrameElementKey.begin())) {
+    constexpr std::size_t kUniversalLabelSize = 4;
+    const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
+    if (first.size() >= kUniversalLabelSize &&
+        std::equal(first.begin(), first.begin() + kUniversalLabelSize, kAncFrameElementKey.begin())) {
         return Scte104Format::Klv;
     }
     // What is a digit in a text is above 0x2F.
-    return !first.empty() && first[0] == kPayloadDescriptor ? Scte104Format::Raw : Scte104Format::Hex;
+    if (!first.empty() && first[0] == kPayloadDescriptor) {
+        return Scte104Format::Raw;
+    }
+    if (!isHexText({reinterpret_cast<const char*>(first.data()), first.size()})) {
+        refuseOtherKinds(
+            first, file.name(), [](InputKind kind) { return kind == InputKind::Klv; },
+            "in which no SCTE-104 message is looked for");
+    }
+    return Scte104Format::Hex;
 }
 
 std::vector<std::string> readKlv(ByteSource& source, const std::function<void(const Scte104Packet&)>& take) {
@@ -148,9 +131,8 @@ std::vector<std::string> readScte104Packets(const std::string& input, std::optio
         take({name, std::nullopt, 0, bytesOfHex(name, input)});
         return {};
     }
-    InputFile file(input);
-    PeekedSource source(file);
-    switch (format.value_or(formatOf(source.first()))) {
+    InputFile source(input);
+    switch (format ? *format : formatOf(source)) {
     case Scte104Format::Klv:
         return readKlv(source, take);
     case Scte104Format::Raw:

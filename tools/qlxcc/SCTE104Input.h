@@ -30,7 +30,7 @@ struct Scte104Packet {
 /// @param input A file, `-` for standard input, or the hexadecimal digits of a message.
 /// @param format None: by the first bytes.
 /// @return What could not be read in a KLV file, a line each.
-/// @throws Failure when the input cannot be read.
+/// @throws Failure when the input cannot be read; UsageError when it is a file of another kind.
 std::vector<std::string> readScte104Packets(const std::string& input, std::optional<Scte104Format> format,
                                             const std::function<void(const Scte104Packet&)>& take);
 

@@ -46,7 +46,8 @@ void report(const std::vector<std::string>& problems) {
 }  // namespace
 
 int parseScte104(const Scte104ParseOptions& options) {
-    OutputFile output(std::nullopt);
+    refuseInputAsOutput(options.input, options.output);
+    OutputFile output(options.output);
     std::uint64_t messages = 0;
     std::vector<std::string> problems;
     const auto take = [&](const Scte104Packet& packet) {
@@ -68,16 +69,23 @@ int parseScte104(const Scte104ParseOptions& options) {
         const auto unread = readScte104Packets(options.input, options.format, take);
         problems.insert(problems.end(), unread.begin(), unread.end());
     } catch (const Failure&) {
-        // What came before the broken place has been found all the same.
-        output.flush();
+        if (output.isStandardOutput()) {
+            // What came before the broken place has been found all the same.
+            output.flush();
+        }
         report(problems);
         throw;
     }
-    output.commit();
     if (problems.empty() && messages == 0) {
         throw failureIn(options.input, "no SCTE-104 packet");
     }
+    if (problems.empty() || output.isStandardOutput()) {
+        output.commit();
+    }
     report(problems);
+    if (!problems.empty() && !output.isStandardOutput()) {
+        throw failureIn(output.name(), "is not written: not everything could be read");
+    }
     return problems.empty() ? kExitSuccess : kExitFailure;
 }
 

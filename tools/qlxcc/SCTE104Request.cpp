@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "InputFile.h"
+#include "InputKind.h"
 #include "Json.h"
 #include "SCTE104Input.h"
 #include "SCTE104Message.h"
@@ -197,6 +198,9 @@ Scte104Request requestHeader(const Dictionary& message) {
 std::string readText(const std::string& path, std::string& name) {
     InputFile file(path);
     name = file.name();
+    refuseOtherKinds(
+        file.peek(kBytesThatTellKind), name,
+        [](InputKind kind) { return kind == InputKind::Json || kind == InputKind::Jsonl; }, "which holds no messages");
     std::string text(kLongestScte104Input + 1, '\0');
     text.resize(file.read(std::span(reinterpret_cast<std::uint8_t*>(text.data()), text.size())));
     if (text.size() > kLongestScte104Input) {

@@ -107,8 +107,7 @@ void ListWriter::writeTitle(const Frame& frame) {
 }
 
 std::string ListWriter::placeOf(const Frame& frame) const {
-    return rightAligned(frame.number, kFrameWidth) +
-           (_showsTimes ? "  " + timecode(frame.pts.value_or(MediaTime{})) : std::string());
+    return rightAligned(frame.number, kFrameWidth) + (_showsTimes ? " " + timecodeColumn(frame.pts) : std::string());
 }
 
 void ListWriter::write(const Frame& frame) {

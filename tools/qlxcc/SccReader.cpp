@@ -33,6 +33,23 @@ std::optional<std::uint64_t> frameOf(std::string_view timecode, const Rate& rate
 
 }  // namespace
 
+/// Gives the line in hand its place: `frame`, which its timecode names, or else behind the pairs before.
+void SccReader::place(std::uint64_t frame, std::string_view timecode) {
+    _remark.clear();
+    if (frame < _nextFrame) {
+        const Rate rate = rateNamed("29.97").value();
+        const bool isDropFrame = timecode.find(';') != std::string_view::npos;
+        const std::string before = std::to_string(_lineNumber);
+        _remark = "line " + std::to_string(_lines.number()) + ": the timecode " + std::string(timecode) +
+                  (frame < _lineFrame ? " is earlier than that of line " + before
+                                      : " comes before the pairs of line " + before + " are through") +
+                  ": the line's pairs follow those, from " + timecodeOfFrame(_nextFrame, rate, isDropFrame) + " on";
+    }
+    _nextFrame = std::max(_nextFrame, frame);
+    _lineFrame = frame;
+    _lineNumber = _lines.number();
+}
+
 /// Reads the next line with pairs.
 bool SccReader::readLine() {
     const std::string& name = _lines.source().name();
@@ -54,11 +71,12 @@ bool SccReader::readLine() {
             continue;
         }
         const std::size_t end = std::min(_line.find_first_of(kBlanks, begin), _line.size());
-        const auto frame = frameOf(std::string_view(_line).substr(begin, end - begin), rate);
+        const std::string_view timecode = std::string_view(_line).substr(begin, end - begin);
+        const auto frame = frameOf(timecode, rate);
         if (!frame) {
             throw failureAtLine(name, _lines.number(), "no timecode of 29.97 frames a second at the line's beginning");
         }
-        _nextFrame = std::max(_nextFrame, *frame);
+        place(*frame, timecode);
         _place = end;
         return true;
     }
@@ -82,6 +100,9 @@ bool SccReader::next(Frame& frame, std::vector<std::string>& /*problems*/) {
                             "a byte pair must be four hexadecimal digits, at character " + std::to_string(begin + 1));
     }
     _place = end;
+    if (!_remark.empty()) {
+        _remarks.push_back(std::exchange(_remark, {}));
+    }
     constexpr std::uint8_t kFieldOne = 0xFC;
     const std::array<std::uint8_t, 3> triplet{kFieldOne, static_cast<std::uint8_t>(pair >> 8U),
                                               static_cast<std::uint8_t>(pair)};

@@ -20,19 +20,6 @@ std::string_view nameOf(ScreenColor colour) {
     return kColourNames[static_cast<std::size_t>(colour) & 7U];
 }
 
-void appendUtf8(std::string& text, char32_t character) {
-    const auto tail = [character](unsigned shift) { return static_cast<char>(0x80U | (character >> shift & 0x3FU)); };
-    if (character < 0x80) {
-        text += static_cast<char>(character);
-    } else if (character < 0x800) {
-        text += {static_cast<char>(0xC0U | character >> 6U), tail(0)};
-    } else if (character < 0x10000) {
-        text += {static_cast<char>(0xE0U | character >> 12U), tail(6), tail(0)};
-    } else {
-        text += {static_cast<char>(0xF0U | character >> 18U), tail(12), tail(6), tail(0)};
-    }
-}
-
 char32_t shownIn(const ScreenCell& cell) {
     return cell.isVisible && cell.part != CellPart::LowerHalf && cell.character >= U' ' ? cell.character : U' ';
 }

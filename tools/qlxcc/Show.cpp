@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -69,14 +70,14 @@ class Show {
 public:
     Show(const ShowOptions& options, InputFile& source, OutputFile& output)
         : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
-          _watched(watchedOf(options)), _inColours(useColors()) {
+          _watched(watchedOf(options)), _inColours(output.isStandardOutput() && useColors()) {
         checkKind();
         if (options.at) {
             const Rate sccRate = rateNamed("29.97").value();
             const Rate* const rate = _kind == InputKind::Scc ? &sccRate
                                      : options.source.rate   ? &*options.source.rate
                                                              : nullptr;
-            _at = timeInSeconds(*options.at, rate);
+            _at = signedTimeInSeconds(*options.at, rate);
         }
     }
 
@@ -89,7 +90,7 @@ public:
         try {
             problemCount = readFrames(_source, *reader, _output, [this](const Frame& frame) { return wants(frame); });
         } catch (const Failure&) {
-            if (!_at) {
+            if (!_at && _output.isStandardOutput()) {
                 endBlocks();
                 _output.flush();
             }
@@ -188,7 +189,7 @@ private:
             writeRows(watched.screen);
         }
         ++_blocks;
-        if (standardOutputIsTerminal()) {
+        if (_output.isStandardOutput() && standardOutputIsTerminal()) {
             _output.flush();
         }
     }
@@ -295,30 +296,23 @@ std::optional<std::uint16_t> teletextPageNamed(std::string_view name) noexcept {
 int show(const ShowOptions& options) {
     if (options.picture) {
         requireScreenImages();
-        if (imageFormatNamed(*options.picture) != ImageFormat::Ppm) {
+        if (options.pictureFormat == ImageFormat::Png) {
             requirePng(*options.picture);
         }
         refuseInputAsOutput(options.file, options.picture);
     }
+    refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
-    std::uint64_t problemCount = 0;
-    std::optional<Image> picture;
-    {
-        OutputFile output(std::nullopt);
-        Show showing(options, source, output);
-        problemCount = showing.run();
-        if (options.picture) {
-            picture = screenImage(showing.pictureScreen());
-        }
-        output.commit();
+    OutputFile output(options.output);
+    Show showing(options, source, output);
+    const std::uint64_t problems = showing.run();
+    std::function<void()> savePicture;
+    if (options.picture) {
+        savePicture = [&, picture = screenImage(showing.pictureScreen())] {
+            saveImage(picture, *options.picture, options.pictureFormat);
+        };
     }
-    if (picture) {
-        saveImage(*picture, *options.picture, imageFormatNamed(*options.picture).value_or(ImageFormat::Png));
-    }
-    if (problemCount > 1) {
-        throw failureIn(source.name(), counted(problemCount, "problem") + ": not every packet could be read");
-    }
-    return problemCount == 0 ? kExitSuccess : kExitFailure;
+    return finishFrames(source, output, problems, "not every packet could be read", savePicture);
 }
 
 }  // namespace qlx::tool

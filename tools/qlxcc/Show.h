@@ -3,6 +3,7 @@
 
 #include "Cea608Screen.h"
 #include "FrameSource.h"
+#include "ImageFile.h"
 
 #include <cstdint>
 #include <optional>
@@ -14,10 +15,12 @@ namespace qlx::tool {
 struct ShowOptions {
     std::string file;  ///< `-` is standard input.
     FrameSourceOptions source;
-    std::optional<std::string> at;          ///< A TIME; none: every change is shown.
-    std::optional<std::string> picture;     ///< A picture file to be written.
+    std::optional<std::string> at;       ///< A TIME; none: every change is shown.
+    std::optional<std::string> picture;  ///< A picture file to be written.
+    ImageFormat pictureFormat = ImageFormat::Png;
     std::optional<std::uint16_t> page;      ///< Teletext, hexadecimal digits. Neither page nor channel: page 888
     std::optional<CaptionChannel> channel;  ///< and CC1.
+    std::optional<std::string> output;      ///< None or `-`: standard output.
     bool asJson = false;
 };
 

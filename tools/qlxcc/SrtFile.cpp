@@ -1,57 +1,25 @@
 // SRT files, piece by piece.
 #include "Errors.h"
 #include "SubtitleReaders.h"
-#include "Text.h"
+#include "SubtitleTimes.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
-#include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
-#include <optional>
 #include <utility>
+#include <vector>
 
 namespace qlx::tool {
 
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kArrow = " --> ";
-constexpr std::size_t kQuotedCharacters = 40;
 
 // A piece is what the library gets at once. Cues beyond any use would need much more memory than their text.
 constexpr std::size_t kPiece = std::size_t{256} * 1024;
 constexpr std::size_t kLongestCue = std::size_t{1024} * 1024;
 constexpr std::uint64_t kMostLinesOfCue = 10'000;
-
-/// The start of a text between quotation marks.
-std::string quoted(std::string_view text) {
-    std::string result = "\"";
-    for (std::size_t count = 0; !text.empty(); ++count) {
-        if (count == kQuotedCharacters) {
-            result += "...";
-            break;
-        }
-        const std::string_view rest = text;
-        (void)takeCodePoint(text);
-        result += rest.substr(0, rest.size() - text.size());
-    }
-    return result + "\"";
-}
-
-/// What is wrong with a timing line; none when it is right.
-std::optional<std::string> timingProblem(std::string_view timing) {
-    const std::size_t arrow = timing.find(kArrow);
-    if (arrow == std::string_view::npos || timing.find(kArrow, arrow + kArrow.size()) != std::string_view::npos) {
-        return quoted(timing) + " is not a timing line (HH:MM:SS,mmm --> HH:MM:SS,mmm)";
-    }
-    const std::string_view start = timing.substr(0, arrow);
-    const std::string_view end = timing.substr(arrow + kArrow.size());
-    if (QLXSubtitleRecord::secondsFromSRTTimecode(end) > QLXSubtitleRecord::secondsFromSRTTimecode(start)) {
-        return std::nullopt;
-    }
-    return "the end " + quoted(end) + " is not later than the start " + quoted(start) + " (HH:MM:SS,mmm)";
-}
 
 /// Whether a line begins with `HH:MM:SS,mmm --> HH:MM:SS,mmm` and the end is later than the start.
 bool isTimingLine(std::string_view line) {
@@ -62,7 +30,7 @@ bool isTimingLine(std::string_view line) {
     const bool hasForm = std::equal(kForm.begin(), kForm.end(), line.begin(), [](char form, char character) {
         return form == '0' ? character >= '0' && character <= '9' : character == form;
     });
-    return hasForm && !timingProblem(line);
+    return hasForm && !leaveCueOut(timingLineProblems(0, line));
 }
 
 /// Walks the lines of a text, block by block.
@@ -108,8 +76,8 @@ private:
             return;
         }
         if (++_lineInBlock == 2) {
-            if (auto problem = timingProblem(_line)) {
-                report({_lineNumber, std::move(*problem), Effect::CueLeftOut});
+            for (SubtitleProblem& problem : timingLineProblems(_lineNumber, _line)) {
+                report(std::move(problem));
             }
         } else if (_lineInBlock > 2 && isTimingLine(_line)) {
             report({_lineNumber, "a timing line inside a cue: is a blank line missing?", Effect::None});
@@ -150,9 +118,13 @@ void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
     subtitles.format = "SRT";
     SRTWalk walk(text);
     std::string_view rest = text;  // what the library has not had
-    const auto handOn = [&] {
-        const std::string_view piece = rest.substr(0, rest.size() - walk.rest().size());
-        rest = walk.rest();
+    // Gives the library everything up to `behind` bytes before the text's end.
+    const auto handOn = [&](std::size_t behind) {
+        const std::string_view piece = rest.substr(0, rest.size() - behind);
+        rest.remove_prefix(piece.size());
+        if (piece.empty()) {
+            return;
+        }
         const LoadedFile file(Data(reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()));
         for (auto& record : QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(
                  request.path, request.mode, request.frameDuration)) {
@@ -162,17 +134,28 @@ void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
     };
     std::size_t before = walk.rest().size();
     std::uint64_t linesBefore = 0;
-    while (walk.takeBlock([&](SubtitleProblem problem) { subtitles.problems.add(std::move(problem)); })) {
+    bool isLeftOut = false;
+    const auto report = [&](SubtitleProblem problem) {
+        isLeftOut = isLeftOut || problem.effect == SubtitleProblem::Effect::CueLeftOut;
+        subtitles.problems.add(std::move(problem));
+    };
+    while (walk.takeBlock(report)) {
         if (before - walk.rest().size() > kLongestCue || walk.lines() - linesBefore > kMostLinesOfCue) {
             throw failureAtLine(subtitles.name, linesBefore + 1, "a cue of more than 1 MiB or 10000 lines");
+        }
+        if (isLeftOut) {
+            // The library would take a time that it cannot read for 0.
+            handOn(before);
+            rest = walk.rest();
+            isLeftOut = false;
         }
         before = walk.rest().size();
         linesBefore = walk.lines();
         if (rest.size() - before >= kPiece) {
-            handOn();
+            handOn(before);
         }
     }
-    handOn();
+    handOn(0);
     if (subtitles.cues == 0) {
         throwNoCue(subtitles, text);
     }

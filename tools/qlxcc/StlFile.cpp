@@ -1,6 +1,7 @@
 // EBU STL files (EBU Tech 3264), piece by piece.
 #include "Errors.h"
 #include "SubtitleReaders.h"
+#include "SubtitleTimes.h"
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
@@ -9,10 +10,14 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -25,15 +30,24 @@ using Lines = std::vector<std::shared_ptr<QLXSubtitleTextLine>>;
 constexpr std::size_t kInformationSize = 1024;
 constexpr std::size_t kFormatCode = 3;
 constexpr std::size_t kFormatCodeSize = 8;
+constexpr std::size_t kDisplayStandard = 11;
+constexpr std::size_t kCharacterTable = 12;
+constexpr std::size_t kCharacterTableSize = 2;
 constexpr std::size_t kBlockCount = 238;
 constexpr std::size_t kBlockCountSize = 5;
+constexpr std::size_t kRowCount = 253;
+constexpr std::size_t kRowCountSize = 2;
+constexpr std::size_t kTimeCodeStatus = 255;
 constexpr std::size_t kBlockSize = 128;
 
 // In a TTI block.
 constexpr std::size_t kExtensionNumber = 3;
+constexpr std::size_t kTimeCodeIn = 5;
+constexpr std::size_t kTimeCodeOut = 9;
 constexpr std::size_t kCommentFlag = 15;
 constexpr std::size_t kText = 16;
 constexpr std::size_t kTextSize = 111;
+constexpr std::size_t kTimeCodeSize = 4;
 constexpr char kUserData = '\xFE';
 constexpr char kLineBreak = '\x8A';
 constexpr char kEndMark = '\x8F';
@@ -68,6 +82,36 @@ std::optional<std::string> notACue(std::string_view block) {
         return "a comment";
     }
     return block[kExtensionNumber] == kUserData ? std::optional<std::string>("user data") : std::nullopt;
+}
+
+/// `00:00:01:30`
+std::string timeCodeText(std::string_view field) {
+    std::string text;
+    for (const char byte : field) {
+        const std::string number = std::to_string(static_cast<std::uint8_t>(byte));
+        text += (text.empty() ? "" : ":") + std::string(number.size() < 2 ? "0" : "") + number;
+    }
+    return text;
+}
+
+/// Which time codes of a block count what there is not: `no such time code at 25 frames/s: in 00:00:01:30 (read as
+/// 00:00:02,200)`; empty when there are none. The library adds their numbers up all the same.
+std::string impossibleTimeCodes(std::string_view block, const QLXSubtitleRecord& record, std::uint8_t frames) {
+    const std::array<std::uint8_t, kTimeCodeSize> limits{24, 60, 60, frames};
+    std::string text;
+    const auto check = [&](std::string_view name, std::size_t offset, double seconds) {
+        const std::string_view field = block.substr(offset, kTimeCodeSize);
+        const bool isPossible = std::equal(field.begin(), field.end(), limits.begin(), [](char byte, std::uint8_t end) {
+            return static_cast<std::uint8_t>(byte) < end;
+        });
+        if (!isPossible) {
+            text += (text.empty() ? "no such time code at " + std::to_string(frames) + " frames/s: " : ", ") +
+                    std::string(name) + " " + timeCodeText(field) + " (read as " + timeInWords(seconds) + ")";
+        }
+    };
+    check("in", kTimeCodeIn, record.startTimeInSeconds());
+    check("out", kTimeCodeOut, record.endTimeInSeconds());
+    return text;
 }
 
 /// Takes out the lines that are there only to skip a row, and the zero bytes that stand in front of some characters.
@@ -111,11 +155,16 @@ void placeLines(QLXSubtitleRecord& record, std::int32_t mode) {
     }
 }
 
-/// Starts a caption so early that it appears in time, and ends it a frame early, as with SRT files.
+/// Starts a caption early, by an estimate of its pairs, and ends it a frame early, as with SRT files.
 void moveAsCaption(QLXSubtitleRecord& record, double frameDuration) {
     const auto pairs = static_cast<double>(record.numberOfCEA608Packets());
     record.setStartTimeInSeconds(std::max(0.0, record.startTimeInSeconds() - pairs * frameDuration));
     record.setEndTimeInSeconds(std::max(0.0, record.endTimeInSeconds() - frameDuration));
+}
+
+/// As the disk format code says.
+std::uint8_t framesPerSecond(std::string_view bytes) {
+    return bytes[kFormatCode + 3] == '2' ? 25 : 30;
 }
 
 /// Reads the blocks of a file whose header has been checked.
@@ -134,7 +183,7 @@ public:
             if (auto reason = notACue(block)) {
                 _subtitles.problems.add({index + 1, std::move(*reason), Effect::NotASubtitle});
             } else if (next < records.size()) {
-                handOn(std::move(records[next++]), index + 1, block.substr(kText, kTextSize));
+                handOn(std::move(records[next++]), index + 1, block);
             }
         }
     }
@@ -157,12 +206,17 @@ private:
         });
     }
 
-    void handOn(std::shared_ptr<QLXSubtitleRecord> record, std::uint64_t place, std::string_view text) {
+    void handOn(std::shared_ptr<QLXSubtitleRecord> record, std::uint64_t place, std::string_view block) {
+        std::string timeCodes = impossibleTimeCodes(block, *record, framesPerSecond(_bytes));
         if (!(record->endTimeInSeconds() > record->startTimeInSeconds())) {
-            _subtitles.problems.add({place, "the end is not later than the start"});
+            _subtitles.problems.add(
+                {place, "the end is not later than the start" + (timeCodes.empty() ? "" : "; " + timeCodes)});
             return;
         }
-        if (losesText(text)) {
+        if (!timeCodes.empty()) {
+            _subtitles.problems.add({place, std::move(timeCodes), Effect::None});
+        }
+        if (losesText(block.substr(kText, kTextSize))) {
             _subtitles.problems.add(
                 {place, "the text has no end mark (8F): what stands behind its last line break is lost", Effect::None});
         }
@@ -213,6 +267,46 @@ std::uint64_t announcedBlocks(const std::string& name, std::string_view bytes) {
     return blocks;
 }
 
+/// A character code table that is not Latin.
+struct CharacterTable {
+    std::string_view code;
+    std::string_view script;
+};
+
+constexpr std::array kOtherTables{CharacterTable{"01", "Latin/Cyrillic"}, CharacterTable{"02", "Latin/Arabic"},
+                                  CharacterTable{"03", "Latin/Greek"}, CharacterTable{"04", "Latin/Hebrew"}};
+
+/// The code of a header field between quotation marks, in hexadecimal digits when it is no text.
+std::string fieldText(std::string_view field) {
+    const bool isText = std::all_of(field.begin(), field.end(), [](char byte) { return byte >= 0x20 && byte < 0x7F; });
+    return isText ? "\"" + std::string(field) + "\""
+                  : hex(std::span(reinterpret_cast<const std::uint8_t*>(field.data()), field.size()));
+}
+
+/// What the header says of the whole file and the library does not take into account.
+std::vector<std::string> headerRemarks(std::string_view bytes) {
+    constexpr std::string_view kLatin = "00";
+    constexpr std::string_view kTeletextRows = "23";
+    std::vector<std::string> remarks;
+    const std::string_view table = bytes.substr(kCharacterTable, kCharacterTableSize);
+    if (table != kLatin) {
+        const auto known = std::find_if(kOtherTables.begin(), kOtherTables.end(),
+                                        [&](const CharacterTable& each) { return each.code == table; });
+        remarks.push_back("the character code table is " + fieldText(table) + " (" +
+                          (known == kOtherTables.end() ? "undefined" : std::string(known->script)) +
+                          "): the text is read as Latin all the same");
+    }
+    const std::string_view rows = bytes.substr(kRowCount, kRowCountSize);
+    if (bytes[kDisplayStandard] == '0' && rows != kTeletextRows) {
+        remarks.push_back("the rows are those of open subtitling, " + fieldText(rows) +
+                          " on the screen: they are read as the 23 of teletext");
+    }
+    if (bytes[kTimeCodeStatus] == '0') {
+        remarks.emplace_back("the time codes are marked as not intended for use: they are used all the same");
+    }
+    return remarks;
+}
+
 }  // namespace
 
 bool looksLikeSTL(std::string_view bytes) noexcept {
@@ -222,7 +316,10 @@ bool looksLikeSTL(std::string_view bytes) noexcept {
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTaker& take) {
     subtitles.place = "TTI block";
     const std::uint64_t blocks = announcedBlocks(subtitles.name, bytes);
-    subtitles.format = std::string("EBU STL, ") + (bytes[kFormatCode + 3] == '2' ? "25" : "30") + " frames/s";
+    subtitles.format = "EBU STL, " + std::to_string(framesPerSecond(bytes)) + " frames/s";
+    for (std::string& remark : headerRemarks(bytes)) {
+        subtitles.problems.add({0, std::move(remark), Effect::None});
+    }
     STLBlocks reader(subtitles, bytes, request, take);
     for (std::uint64_t first = 0; first < blocks; first += kPiece) {
         reader.read(first, std::min(first + kPiece, blocks));
@@ -233,9 +330,10 @@ void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest
             {blocks + 1, counted(rest, "byte") + " behind the blocks that the header announces", Effect::NotASubtitle});
     }
     if (subtitles.cues == 0) {
-        const SubtitleProblem& first = subtitles.problems.first().front();
-        throw failureIn(subtitles.name,
-                        "no cue in the file: TTI block " + std::to_string(first.place) + ": " + first.what);
+        const auto& problems = subtitles.problems.first();
+        const auto first = std::find_if(problems.begin(), problems.end(),
+                                        [](const SubtitleProblem& problem) { return problem.place != 0; });
+        throw failureIn(subtitles.name, "no cue in the file: " + placeInWords(subtitles, *first) + first->what);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "StreamEnd.h"
 
+#include "ContainerIndex.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -109,7 +110,11 @@ std::optional<std::string> remarkOnTriplets(InputFile& source, std::uint64_t pla
         if (isTripletHeaderCut(rest, size)) {
             return "byte " + std::to_string(place) + ": the last triplet is cut short: " + counted(rest.size(), "byte");
         }
-        if (size == 0 || size > end - place) {
+        if (size > end - place) {
+            return "byte " + std::to_string(place) + ": the last triplet is cut short: " + std::to_string(end - place) +
+                   " of " + counted(size, "byte");
+        }
+        if (size == 0) {
             break;
         }
         place += size;
@@ -119,31 +124,94 @@ std::optional<std::string> remarkOnTriplets(InputFile& source, std::uint64_t pla
 
 }  // namespace
 
-std::optional<std::string> remarkOnEnd(InputFile& source, InputKind kind, std::size_t transportPacket,
-                                       std::uint64_t lastPacket) {
+namespace {
+
+/// How the packets of a transport stream follow each other.
+struct TransportLayout {
+    std::size_t size = 0;   ///< From one sync byte to the next.
+    std::size_t first = 0;  ///< Bytes of a packet in front of its sync byte: a time.
+};
+
+constexpr std::array<TransportLayout, 3> kTransportLayouts{{{188, 0}, {192, 4}, {204, 0}}};
+
+/// Sync bytes, one a packet, with which a stream ends.
+struct SyncRun {
+    std::size_t count = 0;
+    std::size_t last = 0;  ///< Where the last one is.
+};
+
+SyncRun longestSyncRun(std::span<const std::uint8_t> tail, std::size_t packetSize) {
+    constexpr std::uint8_t kSyncByte = 0x47;
+    constexpr std::size_t kFewest = 5;
+    SyncRun longest;
+    for (std::size_t back = 1; back <= std::min(packetSize, tail.size()); ++back) {
+        SyncRun run{0, tail.size() - back};
+        std::size_t next = run.last + 1;
+        while (next > 0 && tail[next - 1] == kSyncByte) {
+            ++run.count;
+            next = next > packetSize ? next - packetSize : 0;
+        }
+        // A short stream has fewer of them, but no other byte in between.
+        const bool isEnough = run.count >= kFewest || (run.count >= 2 && next == 0);
+        longest = isEnough && run.count > longest.count ? run : longest;
+    }
+    return longest;
+}
+
+}  // namespace
+
+std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail, std::size_t packetSize) noexcept {
+    SyncRun run;
+    TransportLayout layout;
+    for (const TransportLayout& one : kTransportLayouts) {
+        const SyncRun found = packetSize == 0 || packetSize == one.size ? longestSyncRun(tail, one.size) : SyncRun{};
+        if (found.count > run.count) {
+            run = found;
+            layout = one;
+        }
+    }
+    if (run.count == 0 || run.last < layout.first) {
+        return std::nullopt;
+    }
+    std::size_t begin = run.last - layout.first;
+    if (tail.size() - begin > layout.size) {
+        begin += layout.size;
+    }
+    const std::size_t there = tail.size() - begin;
+    return there < layout.size ? std::optional(CutPacket{begin, there, layout.size}) : std::nullopt;
+}
+
+namespace {
+
+std::string remarkOnCut(const CutPacket& cut, std::uint64_t tailBegin) {
+    return "byte " + std::to_string(tailBegin + cut.begin) + ": the last packet is cut short: " +
+           (cut.size == 0 ? counted(cut.there, "byte")
+                          : std::to_string(cut.there) + " of " + counted(cut.size, "byte"));
+}
+
+}  // namespace
+
+std::optional<std::string> remarkOnEnd(InputFile& source, InputKind kind, std::span<const std::uint8_t> tail,
+                                       std::size_t transportPacket, std::uint64_t lastPacket) {
     if (kind == InputKind::Mxf) {
         return remarkOnTriplets(source, lastPacket);
     }
-    const std::uint64_t end = source.offset();
-    if (kind == InputKind::TransportStream && transportPacket > 0 && end % transportPacket != 0) {
-        const std::uint64_t rest = end % transportPacket;
-        return "byte " + std::to_string(end - rest) + ": the last packet is cut short: " + std::to_string(rest) +
-               " of " + counted(transportPacket, "byte");
+    if (kind == InputKind::Mov) {
+        return remarkOnAtoms(source);
+    }
+    if (kind == InputKind::TransportStream) {
+        const std::optional<CutPacket> cut = cutTransportPacket(tail, transportPacket);
+        return cut ? std::optional(remarkOnCut(*cut, source.offset() - tail.size())) : std::nullopt;
     }
     const std::uint64_t size = source.size().value_or(0);
     const std::uint64_t begin = size - std::min(size, kTail);
     if (kind != InputKind::ProgramStream || size == 0 || !source.seek(begin)) {
         return std::nullopt;
     }
-    std::vector<std::uint8_t> tail(static_cast<std::size_t>(size - begin));
-    tail.resize(source.read(tail));
-    const std::optional<CutPacket> cut = cutProgramPacket(tail);
-    if (!cut) {
-        return std::nullopt;
-    }
-    return "byte " + std::to_string(begin + cut->begin) + ": the last packet is cut short: " +
-           (cut->size == 0 ? counted(cut->there, "byte")
-                           : std::to_string(cut->there) + " of " + counted(cut->size, "byte"));
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size - begin));
+    bytes.resize(source.read(bytes));
+    const std::optional<CutPacket> cut = cutProgramPacket(bytes);
+    return cut ? std::optional(remarkOnCut(*cut, begin)) : std::nullopt;
 }
 
 }  // namespace qlx::tool

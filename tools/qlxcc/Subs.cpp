@@ -1,5 +1,7 @@
 #include "Subs.h"
 
+#include "CaptionFrames.h"
+#include "CueLosses.h"
 #include "Errors.h"
 #include "Json.h"
 #include "OutputFile.h"
@@ -13,12 +15,16 @@
 
 #include <array>
 #include <cmath>
+#include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 namespace qlx::tool {
 
 namespace {
+
+constexpr std::int32_t kCea608 = 1;
 
 constexpr std::size_t kNumberWidth = 6;
 constexpr std::size_t kTimeWidth = 12;
@@ -75,8 +81,40 @@ std::string frameTimecode(double seconds, const Rate& rate) {
 class CueList {
 public:
     CueList(const SubsOptions& options, OutputFile& output)
-        : _options(options), _output(output), _isColored(output.isStandardOutput() && useColors()) {}
+        : _options(options), _output(output), _isColored(output.isStandardOutput() && useColors()) {
+        if (options.namesLosses) {
+            _losses.emplace(options.mode);
+        }
+    }
 
+    void take(const std::shared_ptr<QLXSubtitleRecord>& record) {
+        write(*record);
+        std::string lost = _losses ? _losses->of(record) : std::string();
+        if (!lost.empty()) {
+            _remarks.add({record->index(), std::move(lost), SubtitleProblem::Effect::None});
+        }
+    }
+
+    void finish(const Subtitles& subtitles) {
+        if (_options.asJson) {
+            writeJsonEnd(subtitles);
+            return;
+        }
+        const SubtitleProblems& problems = subtitles.problems;
+        for (const SubtitleProblem& problem : problems.first()) {
+            writeProblem(placeInWords(subtitles, problem), problem);
+        }
+        writeNumberOfOthers(problems, "problem");
+        for (const SubtitleProblem& remark : _remarks.first()) {
+            writeProblem("cue " + std::to_string(remark.place) + ": ", remark);
+        }
+        writeNumberOfOthers(_remarks, "remark");
+        _output.write(printable(subtitles.name) + " (" + subtitles.format + "): " + counted(subtitles.cues, "cue") +
+                      ", " + std::to_string(problems.leftOut()) + " left out" +
+                      (_losses ? ", " + std::to_string(_remarks.count()) + " not shown as written" : "") + "\n");
+    }
+
+private:
     void write(const QLXSubtitleRecord& record) {
         if (_options.asJson) {
             _output.write(_isEmpty ? "{\"cues\":[\n" : ",\n");
@@ -92,27 +130,29 @@ public:
         _isEmpty = false;
     }
 
-    void finish(const Subtitles& subtitles) {
-        if (_options.asJson) {
-            writeJsonEnd(subtitles);
-            return;
-        }
-        const SubtitleProblems& problems = subtitles.problems;
-        for (const SubtitleProblem& problem : problems.first()) {
-            _output.write(std::string(subtitles.place) + " " + std::to_string(problem.place) + ": " +
-                          effectName(problem.effect) + ": " + printable(problem.what) + "\n");
-        }
-        if (problems.count() > problems.first().size()) {
-            _output.write("and " + counted(problems.count() - problems.first().size(), "more problem") + "\n");
-        }
-        _output.write(printable(subtitles.name) + " (" + subtitles.format + "): " + counted(subtitles.cues, "cue") +
-                      ", " + std::to_string(problems.leftOut()) + " left out\n");
+    void writeProblem(const std::string& place, const SubtitleProblem& problem) {
+        _output.write(place + effectName(problem.effect) + ": " + printable(problem.what) + "\n");
     }
 
-private:
+    /// Of those that are counted only.
+    void writeNumberOfOthers(const SubtitleProblems& problems, std::string_view noun) {
+        if (problems.count() > problems.first().size()) {
+            _output.write("and " + counted(problems.count() - problems.first().size(), "more " + std::string(noun)) +
+                          "\n");
+        }
+    }
+
     [[nodiscard]] std::string timeText(double seconds) const {
         return _options.rate ? frameTimecode(seconds, *_options.rate)
                              : QLXSubtitleRecord::SRTTimecodeFromSeconds(seconds);
+    }
+
+    /// The row that `play` sends the line with this index to; 0 for none.
+    [[nodiscard]] std::uint64_t rowOf(const QLXSubtitleTextLine& line, std::size_t index) const {
+        if (_options.mode != kCea608) {
+            return line.verticalPosition();
+        }
+        return index < kSentCaptionRows ? kFirstSentCaptionRow + index : 0;
     }
 
     void writeRows(const QLXSubtitleRecord& record) {
@@ -124,9 +164,10 @@ private:
             _output.write(head + padded("  -", kRowWidth) + "  " + padded("-", kColorWidth) + "  " +
                           padded("-", kAlignmentWidth) + "  (no text)\n");
         }
+        std::size_t index = 0;
         for (const auto& line : lines) {
             const std::size_t color = colorOf(*line);
-            const std::uint64_t row = line->verticalPosition();
+            const std::uint64_t row = rowOf(*line, index++);
             const std::string text = printable(line->textString().value_or(std::string()));
             _output.write(head + (row == 0 ? padded("  -", kRowWidth) : rightAligned(row, kRowWidth)) + "  " +
                           padded(std::string(kColors[color].name), kColorWidth) + "  " +
@@ -136,7 +177,7 @@ private:
         }
     }
 
-    /// In the form that play reads.
+    /// In the form that play reads. The rows of captions are not the cue's own.
     [[nodiscard]] Value cueObject(const QLXSubtitleRecord& record) const {
         Dictionary cue{{"index", record.index()},
                        {"start_time_seconds", record.startTimeInSeconds()},
@@ -152,7 +193,7 @@ private:
             Dictionary entry{{"text", line->textString().value_or(std::string())},
                              {"color", kColors[colorOf(*line)].value},
                              {"alignment", alignmentOf(*line)}};
-            if (line->verticalPosition() != 0) {
+            if (line->verticalPosition() != 0 && _options.mode != kCea608) {
                 entry.set("vertical_position", line->verticalPosition());
             }
             lines.emplace_back(std::move(entry));
@@ -165,25 +206,33 @@ private:
         const SubtitleProblems& problems = subtitles.problems;
         _output.write("\n],\n\"file\":" + jsonText(subtitles.name) + ",\n\"format\":" + jsonText(subtitles.format) +
                       ",\n\"cue_count\":" + std::to_string(subtitles.cues) +
-                      ",\n\"left_out\":" + std::to_string(problems.leftOut()) +
-                      ",\n\"problem_count\":" + std::to_string(problems.count()) + ",\n\"problems\":[");
+                      ",\n\"left_out\":" + std::to_string(problems.leftOut()) + ",\n\"problem_count\":" +
+                      std::to_string(problems.count() + _remarks.count()) + ",\n\"problems\":[");
         std::string_view separator = "\n";
+        writeJsonProblems(subtitles.place == "TTI block" ? "block" : subtitles.place, problems, separator);
+        writeJsonProblems("cue", _remarks, separator);
+        _output.write("]}\n");
+    }
+
+    /// @param separator What stands in front of the next entry.
+    void writeJsonProblems(std::string_view place, const SubtitleProblems& problems, std::string_view& separator) {
         for (const SubtitleProblem& problem : problems.first()) {
-            const Dictionary entry{
-                {std::string(subtitles.place == "TTI block" ? "block" : subtitles.place), problem.place},
-                {"effect", effectName(problem.effect)},
-                {"what", problem.what}};
+            Dictionary entry{{"effect", effectName(problem.effect)}, {"what", problem.what}};
+            if (problem.place != 0) {
+                entry.set(place, problem.place);
+            }
             _output.write(separator);
             _output.write(jsonText(entry));
             separator = ",\n";
         }
-        _output.write("]}\n");
     }
 
     const SubsOptions& _options;
     OutputFile& _output;
     bool _isColored;
     bool _isEmpty = true;
+    std::optional<CueLosses> _losses;
+    SubtitleProblems _remarks;  ///< Of the cues, by their numbers.
 };
 
 }  // namespace
@@ -195,7 +244,7 @@ int listSubtitles(const SubsOptions& options) {
     CueList list(options, output);
     try {
         list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding},
-                                  [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.write(*record); }));
+                                  [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
         if (output.isStandardOutput()) {
             // What came before the broken place has been read all the same.

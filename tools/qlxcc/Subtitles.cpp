@@ -4,7 +4,6 @@
 #include "Errors.h"
 #include "InputFile.h"
 #include "InputKind.h"
-#include "Json.h"
 #include "SubtitleReaders.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
@@ -20,23 +19,21 @@ namespace {
 constexpr std::size_t kKeptProblems = 1000;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// What is wrong with an element of a JSON file; none when it has become a record that can be played.
-std::optional<std::string> recordProblem(const Value& element, const QLXSubtitleRecord* record) {
-    if (element.dictionary() == nullptr) {
-        return "no object";
-    }
-    if (record == nullptr) {
-        return "no \"text_lines\"";
-    }
-    if (!(record->endTimeInSeconds() > record->startTimeInSeconds())) {
-        return "the end is not later than the start";
-    }
-    return std::nullopt;
-}
-
 /// Whether a text has a line like those between the times of SRT cues, near its start.
 bool looksLikeSRT(std::string_view text) {
     return text.substr(0, kBytesThatTellKind).find(" --> ") != std::string_view::npos;
+}
+
+/// Refuses a file of another kind, by its first bytes, or by its name where they do not tell.
+/// @param isEncoded A text in an encoding of the caller's choice, in whose bytes cues cannot be looked for.
+void checkKind(const InputFile& file, std::span<const std::uint8_t> first, bool isEncoded) {
+    const std::string_view text(reinterpret_cast<const char*>(first.data()), first.size());
+    const bool isUTF16 = text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
+    const bool isList = looksLikeJson(text) && text.find("\"cues\"") != std::string_view::npos;
+    const bool isOpaque = (isEncoded || isUTF16) && !inputKindOfBytes(first);
+    if (!isOpaque && !isList && !looksLikeSRT(text) && !looksLikeSTL(text)) {
+        refuseOtherKinds(first, file.name(), &isSubtitles, "which is no subtitle file");
+    }
 }
 
 /// What a file is that is not EBU STL by its content.
@@ -59,40 +56,17 @@ void SubtitleProblems::add(SubtitleProblem problem) {
     }
 }
 
+std::string placeInWords(const Subtitles& subtitles, const SubtitleProblem& problem) {
+    return problem.place == 0 ? std::string()
+                              : std::string(subtitles.place) + " " + std::to_string(problem.place) + ": ";
+}
+
 std::string problemInWords(const Subtitles& subtitles, const SubtitleProblem& problem) {
     using Effect = SubtitleProblem::Effect;
     const std::string_view effect = problem.effect == Effect::CueLeftOut     ? "cue left out: "
                                     : problem.effect == Effect::NotASubtitle ? "left out: "
                                                                              : "";
-    return subtitles.name + ": " + std::string(subtitles.place) + " " + std::to_string(problem.place) + ": " +
-           std::string(effect) + problem.what;
-}
-
-void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
-    subtitles.format = "JSON";
-    subtitles.place = "element";
-    std::uint64_t elements = 0;
-    const bool hasList = readJsonElements(subtitles.name, text, [&](const Value& element) {
-        ++elements;
-        auto record =
-            element.dictionary() == nullptr
-                ? nullptr
-                : QLXSubtitleRecord::initWithJSONDictionary_subtitleMode_error(*element.dictionary(), request.mode);
-        if (auto problem = recordProblem(element, record.get())) {
-            subtitles.problems.add({elements, std::move(*problem)});
-            return;
-        }
-        ++subtitles.cues;
-        take(std::move(record));
-    });
-    if (!hasList) {
-        throw failureAtLine(subtitles.name, 1, "the JSON is no array of subtitles");
-    }
-    if (subtitles.cues == 0) {
-        throw failureIn(subtitles.name, elements == 0 ? "the JSON array is empty"
-                                                      : "no valid subtitle in the file: element 1: " +
-                                                            subtitles.problems.first().front().what);
-    }
+    return subtitles.name + ": " + placeInWords(subtitles, problem) + std::string(effect) + problem.what;
 }
 
 bool looksLikeJson(std::string_view text) noexcept {
@@ -120,6 +94,7 @@ Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take) {
     if (isSTL && !request.encoding.empty()) {
         throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
     }
+    checkKind(file, first, !request.encoding.empty());
     const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
     const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
     if (kind == InputKind::Stl) {

@@ -21,7 +21,8 @@ struct SubtitleProblem {
         NotASubtitle  ///< What was left out is no cue, and need not be one.
     };
 
-    std::uint64_t place = 0;  ///< The line, in JSON the element, in STL the TTI block; counted from 1.
+    /// The line, in JSON the element, in STL the TTI block; counted from 1. 0: the file as a whole.
+    std::uint64_t place = 0;
     std::string what;
     Effect effect = Effect::CueLeftOut;
 };
@@ -64,17 +65,21 @@ using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
 /// EBU STL, SRT, or JSON, by its content, or else by its name. A JSON file is an array of the dictionaries that
 /// QLXSubtitleRecord reads, or an object with such an array under `cues`.
 ///
-/// In mode 1 the cues of SRT and STL files start early, so that they appear in time; those of a JSON file keep their
+/// In mode 1 the cues of SRT and STL files start early, by an estimate of their pairs; those of a JSON file keep their
 /// times. In mode 2 the cues of an STL file keep their rows where a teletext page has them, else they are placed like
 /// those of an SRT file.
 /// @throws Failure when the file cannot be read, is longer than kLongestSubtitleFile, is not in the encoding, or has no
-///   valid cue; UsageError when an encoding is given for an STL file.
+///   valid cue; UsageError when an encoding is given for an STL file, or the file is of another kind.
 [[nodiscard]] Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take);
+
+/// `line 12: `; empty for the file as a whole.
+[[nodiscard]] std::string placeInWords(const Subtitles& subtitles, const SubtitleProblem& problem);
 
 /// `film.srt: line 12: cue left out: no timing line`
 [[nodiscard]] std::string problemInWords(const Subtitles& subtitles, const SubtitleProblem& problem);
 
-/// The blocks of an SRT text that make no cue, and timing lines inside of cues, in order.
+/// The blocks of an SRT text that make no cue, times of another form than usual, and timing lines inside of cues, in
+/// order.
 [[nodiscard]] std::vector<SubtitleProblem> findSRTProblems(std::string_view text);
 
 /// Whether a subtitle text is JSON: an array of objects, or an object, by its first characters.

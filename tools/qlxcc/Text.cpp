@@ -22,6 +22,19 @@ std::string printable(std::string_view text) {
     return result;
 }
 
+void appendUtf8(std::string& text, char32_t character) {
+    const auto tail = [character](unsigned shift) { return static_cast<char>(0x80U | (character >> shift & 0x3FU)); };
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+    } else if (character < 0x800) {
+        text += {static_cast<char>(0xC0U | character >> 6U), tail(0)};
+    } else if (character < 0x10000) {
+        text += {static_cast<char>(0xE0U | character >> 12U), tail(6), tail(0)};
+    } else {
+        text += {static_cast<char>(0xF0U | character >> 18U), tail(12), tail(6), tail(0)};
+    }
+}
+
 std::string hex(std::span<const std::uint8_t> bytes) {
     constexpr std::string_view kDigits = "0123456789abcdef";
     std::string result;
@@ -48,6 +61,11 @@ std::string base64(std::span<const std::uint8_t> bytes) {
         }
     }
     return result;
+}
+
+std::string extensionOf(std::string_view path) {
+    const std::size_t dot = path.find_last_of("./");
+    return dot == std::string_view::npos || path[dot] == '/' ? std::string() : asciiLowercased(path.substr(dot + 1));
 }
 
 std::string counted(std::uint64_t count, std::string_view noun) {

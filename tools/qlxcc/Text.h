@@ -12,11 +12,17 @@ namespace qlx::tool {
 /// of output nor steer the terminal.
 [[nodiscard]] std::string printable(std::string_view text);
 
+/// Appends a character in UTF-8.
+void appendUtf8(std::string& text, char32_t character);
+
 /// Lower-case hexadecimal digits without spaces.
 [[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
 
 /// Base64 (RFC 4648) with padding.
 [[nodiscard]] std::string base64(std::span<const std::uint8_t> bytes);
+
+/// The part of a file's name behind its last dot, in lower case; empty for a name without one.
+[[nodiscard]] std::string extensionOf(std::string_view path);
 
 /// `1 frame`, `2 frames`.
 [[nodiscard]] std::string counted(std::uint64_t count, std::string_view noun);

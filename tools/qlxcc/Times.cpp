@@ -132,7 +132,7 @@ double timeInSeconds(std::string_view text, const Rate* rate) {
     std::optional<double> seconds;
     if (const auto time = parseFrameTimecode(text)) {
         if (rate == nullptr) {
-            throw UsageError(shown + " counts frames, and there is no rate to count them at");
+            throw UsageError(shown + " counts frames: --rate is needed, which says how many a second has");
         }
         seconds = secondsFrom(rate->timeOfFrame(frameNumber(shown, *time, *rate)));
     } else {
@@ -144,20 +144,33 @@ double timeInSeconds(std::string_view text, const Rate* rate) {
     return *seconds;
 }
 
+double signedTimeInSeconds(std::string_view text, const Rate* rate) {
+    return text.starts_with('-') ? -timeInSeconds(text.substr(1), rate) : timeInSeconds(text, rate);
+}
+
 std::string timecode(const MediaTime& time) {
-    if (!time.isValid() || time.timescale <= 0 || time.value < 0) {
+    if (!time.isValid() || time.timescale <= 0) {
         return "--:--:--,---";
     }
-    const auto value = static_cast<std::uint64_t>(time.value);
+    const bool isNegative = time.value < 0;
+    const auto value = isNegative ? 0 - static_cast<std::uint64_t>(time.value) : static_cast<std::uint64_t>(time.value);
     const auto timescale = static_cast<std::uint64_t>(time.timescale);
-    const std::uint64_t seconds = value / timescale;
-    const std::uint64_t milliseconds = value % timescale * 1000 / timescale;
+    const std::uint64_t thousandths = value % timescale * 1000;
+    // In front of 0 the earlier millisecond is the one with the greater number.
+    const std::uint64_t shown = (thousandths + (isNegative ? timescale - 1 : 0)) / timescale;
+    const std::uint64_t seconds = value / timescale + shown / 1000;
+    const std::uint64_t milliseconds = shown % 1000;
     char text[40];
     const int length =
-        std::snprintf(text, sizeof text, "%02llu:%02u:%02u,%03u", static_cast<unsigned long long>(seconds / 3600),
-                      static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60),
-                      static_cast<unsigned>(milliseconds));
+        std::snprintf(text, sizeof text, "%s%02llu:%02u:%02u,%03u", isNegative ? "-" : "",
+                      static_cast<unsigned long long>(seconds / 3600), static_cast<unsigned>(seconds / 60 % 60),
+                      static_cast<unsigned>(seconds % 60), static_cast<unsigned>(milliseconds));
     return {text, static_cast<std::size_t>(length)};
+}
+
+std::string timecodeColumn(const std::optional<MediaTime>& time) {
+    const std::string text = timecode(time.value_or(MediaTime{}));
+    return time && time->value < 0 ? text : " " + text;
 }
 
 std::string timecodeOfFrame(std::uint64_t frame, const Rate& rate, bool isDropFrame) {

@@ -33,13 +33,19 @@ struct FrameTimecode {
 /// The seconds of a TIME in any of its forms; a timecode with frames gives the time of the frame that it names
 /// (SMPTE ST 12-1): those of 29.97 frames a second count 30 of them in a second, so that non-drop-frame ones fall
 /// behind the clock.
-/// @param rate What the frames of a timecode are counted in; null where a command has no rate.
+/// @param rate What the frames of a timecode are counted in; null where none is given.
 /// @throws UsageError that says why the text is no TIME.
 [[nodiscard]] double timeInSeconds(std::string_view text, const Rate* rate);
 
-/// `00:00:10,500`: the form of SRT files and of parseTime(). Milliseconds are cut, so that a frame's own time, given
-/// back as a start time, leads to the same frame.
+/// The same of a TIME that may have a `-` in front: files may have frames in front of the one at 0.
+[[nodiscard]] double signedTimeInSeconds(std::string_view text, const Rate* rate);
+
+/// `00:00:10,500`: the form of SRT files and of parseTime(); `-00:00:10,500` in front of 0. Milliseconds are cut to the
+/// earlier one, so that a frame's own time, given back as a start time, leads to the same frame.
 [[nodiscard]] std::string timecode(const MediaTime& time);
+
+/// The same in a column of a list, where every time has room for its sign.
+[[nodiscard]] std::string timecodeColumn(const std::optional<MediaTime>& time);
 
 /// The SMPTE ST 12-1 timecode of a frame: `00:01:00;02` in drop-frame counting, which at 29.97 frames a second leaves
 /// out the numbers 0 and 1 of every minute but each tenth (at 59.94 those to 3), or `00:00:59:28`, which counts on.

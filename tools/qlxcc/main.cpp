@@ -23,8 +23,8 @@ namespace {
 
 using namespace qlx::tool;
 
-int run(ExitNow exit) {
-    return exit.code;
+int run(ExitNow /*nothingToDo*/) {
+    return kExitSuccess;
 }
 
 int run(const PlayOptions& options) {
@@ -95,11 +95,12 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     std::optional<ToolLog> log;
+    std::string called = "qlxcc";
     try {
         LogOptions logOptions;
-        const Command command = parseCommandLine(argc, argv, logOptions);
-        if (const auto* const exit = std::get_if<ExitNow>(&command)) {
-            return exit->code;
+        const Command command = parseCommandLine(argc, argv, logOptions, called);
+        if (std::holds_alternative<ExitNow>(command)) {
+            return kExitSuccess;
         }
         logOptions.commandLine = commandLine(argc, argv);
         log.emplace(logOptions);
@@ -107,8 +108,7 @@ int main(int argc, char** argv) {
     } catch (const ClosedPipe&) {
         return kExitSuccess;
     } catch (const UsageError& error) {
-        // What only the content of a file shows.
-        printMessage(std::string(error.what()) + " (see qlxcc --help)");
+        printMessage(std::string(error.what()) + " (see " + called + " --help)");
         return kExitUsage;
     } catch (const std::bad_alloc&) {
         printMessage("out of memory");

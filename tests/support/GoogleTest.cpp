@@ -1,0 +1,1 @@
+// A target needs a source before it can have a precompiled header.

@@ -1,0 +1,278 @@
+// What qlxcc play and subs say of what a viewer will not see as it is written.
+#include "CueLosses.h"
+#include "STLFiles.h"
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <utility>
+
+namespace {
+
+using qlx::tool::CueLosses;
+using qlxtest::captionArguments;
+using qlxtest::linesOf;
+using qlxtest::playArguments;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+constexpr std::int32_t kCaptions = 1;
+constexpr std::int32_t kTeletext = 2;
+
+struct Row {
+    std::string text;
+    std::uint64_t position = 0;
+};
+
+/// What is lost of a cue with these rows.
+std::string lossesOf(std::int32_t mode, const std::vector<Row>& rows) {
+    std::vector<std::shared_ptr<QLXSubtitleTextLine>> lines;
+    for (const Row& row : rows) {
+        auto line = std::make_shared<QLXSubtitleTextLine>();
+        line->setTextString(row.text);
+        line->setVerticalPosition(row.position != 0 ? row.position : lines.size() + 1);
+        lines.push_back(std::move(line));
+    }
+    auto cue = QLXSubtitleRecord::initWithSubtitleMode(mode);
+    cue->setSubtitleLines(std::move(lines));
+    return CueLosses(mode).of(cue);
+}
+
+TEST(TeletextLosses, AreNoneInFrenchText) {
+    EXPECT_EQ(lossesOf(kTeletext, {{"\u00C0 b\u00F4rd"}}), "\u00C0 as A");
+    EXPECT_EQ(
+        lossesOf(kTeletext, {{"\u00E0\u00E2\u00E7\u00E8\u00E9\u00EA\u00EB\u00EE\u00EF\u00F4\u00F9\u00FB # 'Az\" 09"},
+                             {""},
+                             {std::string(34, 'x')}}),
+        "");
+    // Spaces of every kind are spaces, and accents may follow their letters.
+    EXPECT_EQ(lossesOf(kTeletext, {{"Qui\u00A0? Lui\u202F!\tVoil\u0061\u0300, c\u0327a, Noe\u0308l"}}), "");
+}
+
+TEST(TeletextLosses, NameCharactersThatAreSentAsOthers) {
+    // The codes are the lower seven bits: F1 71 q; A3 23, DF 5F, FC 7C, which are e acute, # and o circumflex in the
+    // French set. So are 40 and 7E, a grave and c cedilla.
+    EXPECT_EQ(lossesOf(kTeletext, {{"Se\u00F1or stra\u00DFe \u00FCber 5 \u00A3"}}),
+              "\u00F1 as q; \u00DF as #; \u00FC as \u00F4; \u00A3 as \u00E9");
+    EXPECT_EQ(lossesOf(kTeletext, {{"a@b ~"}}), "@ as \u00E0; ~ as \u00E7");
+    EXPECT_EQ(lossesOf(kTeletext, {{"\u2019 \u2026 \u0152 \u20AC"}}),
+              "\u2019 as '; \u2026 as ...; \u0152 as OE; \u20AC as ?");
+    // With an accent that the letter cannot have, and with one that makes a letter which the set lacks.
+    EXPECT_EQ(lossesOf(kTeletext, {{"e\u0303 n\u0303"}}), "e\u0303 as e; n\u0303 as q");
+    EXPECT_EQ(lossesOf(kTeletext, {{"\u200Fa"}}), "U+200F as ?");
+}
+
+TEST(TeletextLosses, NameEveryCharacterOnceAndTwelveAtMost) {
+    EXPECT_EQ(lossesOf(kTeletext, {{"\u043F\u0440\u0438\u043F"}, {"\u0440\u0434"}}),
+              "\u043F, \u0440, \u0438, \u0434 as ?");
+    EXPECT_EQ(
+        lossesOf(kTeletext,
+                 {{"\u0430\u0431\u0432\u0433\u0434\u0435\u0436\u0437\u0438\u043A\u043B\u043C\u043D\u043E\u00F1"}}),
+        "\u0430, \u0431, \u0432, \u0433, \u0434, \u0435, \u0436, \u0437, \u0438, \u043A, \u043B, \u043C as ?; "
+        "3 more characters as others");
+}
+
+TEST(TeletextLosses, CountWhatIsLeftOut) {
+    const std::string end = " left out: a teletext subtitle has 3 rows of 34 characters";
+    EXPECT_EQ(lossesOf(kTeletext, {{"a"}, {"b"}, {"c"}, {"d"}, {"e"}, {"f"}, {"g"}}), "4 rows" + end);
+    EXPECT_EQ(lossesOf(kTeletext, {{"a"}, {"b"}, {"c"}, {" "}, {""}}), "");
+    EXPECT_EQ(lossesOf(kTeletext, {{std::string(34, 'x') + "y"}}), "1 character" + end);
+    EXPECT_EQ(lossesOf(kTeletext, {{std::string(34, 'x') + "  "}}), "");
+    EXPECT_EQ(lossesOf(kTeletext, {{"a"}, {"b"}, {std::string(34, 'x') + " yz"}, {"d"}}),
+              "1 row and 3 characters" + end);
+    // An ellipsis takes three of the 34.
+    EXPECT_EQ(lossesOf(kTeletext, {{"\u2026" + std::string(31, 'x') + "\u00F1y"}}),
+              "2 characters" + end + "; \u2026 as ...");
+}
+
+TEST(TeletextLosses, NameRowsThatThePageDoesNotShow) {
+    const std::string what = " not shown: no place on the page";
+    // Receivers read row n as row 2 n from 1 to 12, and 16 + n as 2 n + 1; there are 24.
+    EXPECT_EQ(lossesOf(kTeletext, {{"a", 12}}), "");
+    EXPECT_EQ(lossesOf(kTeletext, {{"a", 13}}), "1 row" + what);
+    EXPECT_EQ(lossesOf(kTeletext, {{"a", 16 + 4}}), "");
+    // The lower half of row 8 hides row 9, and the second of two rows in one place hides the first.
+    EXPECT_EQ(lossesOf(kTeletext, {{"a", 4}, {"b", 16 + 4}}), "1 row" + what);
+    EXPECT_EQ(lossesOf(kTeletext, {{"a", 4}, {"b", 4}}), "1 row" + what);
+    // Row 0 is taken for a page header, which is none, so that the rows behind it are no part of the page.
+    EXPECT_EQ(lossesOf(kTeletext, {{"a", 32}, {"b", 1}, {"c", 2}}), "3 rows" + what);
+}
+
+TEST(TeletextLosses, QuoteRowsThatControlCodesChange) {
+    // 0x18 conceals what follows.
+    EXPECT_EQ(lossesOf(kTeletext, {{"ab\x18"
+                                    "cd"}}),
+              "its row 1 is shown as \"ab\"; U+0018 as a space");
+}
+
+TEST(CaptionLosses, AreNoneInWhatTheCodesHave) {
+    EXPECT_EQ(lossesOf(kCaptions, {{"Se\u00F1or \u00E1\u00E9\u00ED\u00F3\u00FA\u00F7\u00D1 \u2588 '\"#@[]"},
+                                   {std::string(31, 'x')}}),
+              "");
+    // Special characters on even columns.
+    EXPECT_EQ(
+        lossesOf(kCaptions, {{"\u00E0\u00E8ab\u00AE\u00B0\u00BD\u00BF\u00A2\u00A3\u00E2\u00EA\u00EE\u00F4\u00FB"}}),
+        "");
+}
+
+TEST(CaptionLosses, NameCharactersThatAreSentAsOthers) {
+    EXPECT_EQ(lossesOf(kCaptions, {{"\u00E7a \u2019 \u266A \u00F9"}}), "\u00E7, \u2019, \u266A, \u00F9 as a space");
+    // 5C, 2A, 7B and 7E are letters in the basic set; E acute has the code of the small letter.
+    EXPECT_EQ(lossesOf(kCaptions, {{"\\*{~ \u00C9"}}), "\\, \u00C9 as \u00E9; * as \u00E1; { as \u00E7; ~ as \u00F1");
+    EXPECT_EQ(lossesOf(kCaptions, {{"\U0001F3B5"}}), "\U0001F3B5 as \u266A");
+    EXPECT_EQ(lossesOf(kCaptions, {{"e\u0301"}}), "U+0301 as a space");
+}
+
+TEST(CaptionLosses, CountWhatIsLeftOut) {
+    const std::string end = " left out: a caption has 2 rows of 31 characters";
+    EXPECT_EQ(lossesOf(kCaptions, {{"a"}, {"b"}, {"c"}, {""}, {"d"}}), "2 rows" + end);
+    EXPECT_EQ(lossesOf(kCaptions, {{"\u00E9" + std::string(31, 'x')}, {"a"}, {"b"}}), "1 row and 1 character" + end);
+    EXPECT_EQ(lossesOf(kCaptions, {{std::string(31, 'x') + " "}}), "");
+}
+
+TEST(CaptionLosses, QuoteRowsWithSplitCharacters) {
+    // The pairs are p e, u 11, 38 space, p e, u: the second one is u and nothing, the third one 8 and a space.
+    EXPECT_EQ(lossesOf(kCaptions, {{"a"}, {"peu\u00E0 peu"}}),
+              "its row 2 is shown as \"peu8 peu\" (\u00E0 split over two pairs)");
+    // a 11, 38 b, 11 3A, 5C 11, 38 80: only the e with grave stands in a pair.
+    EXPECT_EQ(lossesOf(kCaptions, {{"a\u00E0b\u00E8\u00E9\u00E0"}}),
+              "its row 1 is shown as \"a8b\u00E8\u00E98\" (\u00E0 split over two pairs)");
+    // Receivers take a control pair that comes twice in a row once.
+    EXPECT_EQ(lossesOf(kCaptions, {{"\u00E0\u00E0b"}}), "its row 1 is shown as \"\u00E0b\"");
+}
+
+TEST(CaptionLosses, QuoteRowsThatControlCodesChange) {
+    // The pair 09 b is no text.
+    EXPECT_EQ(lossesOf(kCaptions, {{"aa\tbc"}}), "its row 1 is shown as \"aac\"; U+0009 as nothing");
+}
+
+const std::string kLossy = srt({{"00:00:04,000", "00:00:05,000", "rien"},
+                                {"00:00:06,000", "00:00:07,000", "Se\u00F1or"},
+                                {"00:00:08,000", "00:00:09,000", "a\nb\nc\nd"}});
+
+TEST(Losses, AreWarningsOfPlay) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kLossy);
+    const std::string cue = "qlxcc: warning: " + file + ": cue ";
+    const ToolResult teletext = runTool(playArguments(file, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(teletext.exitCode, 0);
+    EXPECT_EQ(teletext.err,
+              cue + "2: \u00F1 as q\n" + cue + "3: 1 row left out: a teletext subtitle has 3 rows of 34 characters\n");
+    const ToolResult captions = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    EXPECT_EQ(captions.exitCode, 0);
+    EXPECT_EQ(captions.err, cue + "3: 2 rows left out: a caption has 2 rows of 31 characters\n");
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");
+    // Only of what is played: frame 200 is at 8 s, where cue 3 is not yet due.
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "jsonl", "--duration", "8.04"})).err,
+              cue + "2: \u00F1 as q\n");
+    EXPECT_EQ(linesOf(runTool(playArguments(file, "25", {"--format", "jsonl", "--duration", "8.08"})).err).size(), 2U);
+}
+
+TEST(Losses, AreRemarksOfSubsWithAMode) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kLossy + "stray\n");
+    const auto plain = linesOf(runTool({"subs", file}).out);
+    EXPECT_EQ(plain.back(), file + " (SRT): 3 cues, 1 left out");
+    ASSERT_EQ(plain.size(), 9U);
+    const auto teletext = linesOf(runTool({"subs", file, "--mode", "teletext"}).out);
+    ASSERT_EQ(teletext.size(), 11U);
+    EXPECT_EQ(std::vector<std::string>(teletext.begin(), teletext.begin() + 8),
+              std::vector<std::string>(plain.begin(), plain.begin() + 8));
+    EXPECT_EQ(teletext[8], "cue 2: remark: \u00F1 as q");
+    EXPECT_EQ(teletext[9], "cue 3: remark: 1 row left out: a teletext subtitle has 3 rows of 34 characters");
+    EXPECT_EQ(teletext[10], file + " (SRT): 3 cues, 1 left out, 2 not shown as written");
+    const auto captions = linesOf(runTool({"subs", file, "--mode", "cea608", "--rate", "25"}).out);
+    ASSERT_EQ(captions.size(), 10U);
+    EXPECT_EQ(captions[4], "                                     13  white    center     b");
+    EXPECT_EQ(captions[5], "                                      -  white    center     c");
+    EXPECT_EQ(captions[8], "cue 3: remark: 2 rows left out: a caption has 2 rows of 31 characters");
+    EXPECT_EQ(captions[9], file + " (SRT): 3 cues, 1 left out, 1 not shown as written");
+}
+
+TEST(Losses, StandInTheJsonOfSubs) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Se\u00F1or"}}) + "stray\n");
+    const std::string json = runTool({"subs", file, "--mode", "teletext", "--json"}).out;
+    EXPECT_NE(json.find("\"left_out\":1,\n\"problem_count\":2,\n\"problems\":[\n"
+                        R"({"effect":"cue left out","line":5,"what":"cue without a timing line"},)"
+                        "\n"
+                        R"({"cue":1,"effect":"remark","what":")"
+                        "\u00F1 as q\"}]}\n"),
+              std::string::npos)
+        << json;
+    EXPECT_NE(json.find(R"("vertical_position":11)"), std::string::npos) << json;
+    const std::string captions = runTool({"subs", file, "--mode", "cea608", "--rate", "25", "--json"}).out;
+    EXPECT_EQ(captions.find("vertical_position"), std::string::npos) << captions;
+}
+
+TEST(Losses, NameElementsOfJsonFiles) {
+    const TemporaryFolder folder;
+    const std::string cue = R"({"start_time_seconds":1,"end_time_seconds":2,"text_lines":[{"text":")";
+    const std::string file = folder.write("in.json", "[7," + cue + "a\"}]}," + cue + "[\"}]}]");
+    EXPECT_EQ(linesOf(runTool(playArguments(file, "25", {"--format", "jsonl"})).err).back(),
+              "qlxcc: warning: " + file + ": cue 3: [ as \u00EB");
+}
+
+TEST(Losses, KeepTheFirstThousandRemarks) {
+    const std::vector<qlxtest::Cue> cues(1003, {"00:00:04,000", "00:00:05,000", "["});
+    const auto lines = linesOf(runTool({"subs", "-", "--mode", "teletext"}, {.input = srt(cues)}).out);
+    ASSERT_EQ(lines.size(), 1U + 1003U + 1000U + 2U);
+    EXPECT_EQ(lines[2004], "and 3 more remarks");
+    EXPECT_EQ(lines[2005], "standard input (SRT): 1003 cues, 0 left out, 1003 not shown as written");
+}
+
+TEST(Losses, AreOneShortLineForAnyText) {
+    // Letters, accents, controls, special characters of CEA-608, other planes.
+    const std::vector<std::string> characters{"a",    " ",      "\u0301", "\u0327", "\x01",   std::string(1, '\0'),
+                                              "\x0A", "\x0B",   "\x0D",   "\x11",   "\x14",   "\x18",
+                                              ",",    "\u00E0", "\u2026", "\u0416", "\u2028", "\U0001F3B5"};
+    std::mt19937 random(1);
+    for (const std::int32_t mode : {kCaptions, kTeletext}) {
+        CueLosses losses(mode);
+        for (int round = 0; round < 500; ++round) {
+            std::vector<std::shared_ptr<QLXSubtitleTextLine>> lines(random() % 5);
+            for (auto& line : lines) {
+                std::string text;
+                for (auto count = random() % 60; count > 0; --count) {
+                    text += characters[random() % characters.size()];
+                }
+                line = std::make_shared<QLXSubtitleTextLine>();
+                line->setTextString(std::move(text));
+                line->setVerticalPosition(random() % 40);
+            }
+            auto cue = QLXSubtitleRecord::initWithSubtitleMode(mode);
+            cue->setSubtitleLines(std::move(lines));
+            const std::string what = losses.of(cue);
+            EXPECT_EQ(what.find_first_of("\n\x1b"), std::string::npos) << what;
+            EXPECT_LT(what.size(), 1000U);
+            EXPECT_EQ(what, losses.of(cue));
+        }
+    }
+}
+
+TEST(PlayWarnings, OfAProgrammeThatBeginsLater) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.stl", qlxtest::stl({{.start = {1, 0, 1, 0}, .end = {1, 0, 2, 0}, .verticalPosition = 20, .text = "Hi"}}));
+    const std::string warning = "qlxcc: warning: " + file + ": ";
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "klv", "-o", "/dev/null"})).err,
+              warning + "the first cue begins at 01:00:01,000, more than an hour behind the first frame: is --from "
+                        "missing?\n");
+    // An hour is not more than one.
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "1", "--format", "klv", "-o", "/dev/null"})).err, "");
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:00:00"})).err, "");
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--duration", "5"})).err,
+              warning + "no cue falls into what is played: the next one begins at 01:00:01,000\n");
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:02:00", "--duration", "5"})).err,
+              warning + "no cue falls into what is played: the last one ends at 01:00:02,000\n");
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:01:24", "--duration", "5"})).err, "");
+}
+
+}  // namespace

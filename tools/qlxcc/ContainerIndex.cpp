@@ -1,0 +1,192 @@
+#include "ContainerIndex.h"
+
+#include "Text.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::array<std::uint8_t, 13> kPartitionPack{0x06, 0x0E, 0x2B, 0x34, 0x02, 0x05, 0x01,
+                                                      0x01, 0x0D, 0x01, 0x02, 0x01, 0x01};
+constexpr std::array<std::uint8_t, 16> kRandomIndexPack{0x06, 0x0E, 0x2B, 0x34, 0x02, 0x05, 0x01, 0x01,
+                                                        0x0D, 0x01, 0x02, 0x01, 0x01, 0x11, 0x01, 0x00};
+constexpr std::size_t kKey = 16;
+
+std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
+    std::uint64_t value = 0;
+    for (const std::uint8_t byte : bytes) {
+        value = value << 8U | byte;
+    }
+    return value;
+}
+
+/// Up to N bytes of a file from a place on; fewer at its end.
+template <std::size_t N>
+std::span<const std::uint8_t> readAt(InputFile& source, std::uint64_t place, std::array<std::uint8_t, N>& bytes) {
+    return source.seek(place) ? std::span<const std::uint8_t>(bytes).first(source.read(bytes))
+                              : std::span<const std::uint8_t>();
+}
+
+template <std::size_t N>
+bool beginsWith(std::span<const std::uint8_t> bytes, const std::array<std::uint8_t, N>& start) {
+    return bytes.size() >= N && std::equal(start.begin(), start.end(), bytes.begin());
+}
+
+/// Whether a random index pack ends the file, which says where its partitions are.
+bool hasRandomIndex(InputFile& source, std::uint64_t size) {
+    std::array<std::uint8_t, 4> length{};
+    const std::uint64_t packSize = size < length.size() ? 0 : bigEndian(readAt(source, size - length.size(), length));
+    std::array<std::uint8_t, kKey> key{};
+    return packSize >= kKey && packSize <= size && beginsWith(readAt(source, size - packSize, key), kRandomIndexPack);
+}
+
+}  // namespace
+
+std::optional<MxfFooter> mxfFooter(std::span<const std::uint8_t> first) noexcept {
+    constexpr std::size_t kKind = 13;
+    constexpr std::uint8_t kHeader = 0x02;
+    constexpr std::size_t kStatus = 14;
+    constexpr std::uint8_t kOpenIncomplete = 0x01;
+    constexpr std::uint8_t kOpenComplete = 0x03;
+    // Behind two version numbers, the grid, and the places of this partition and the one before.
+    constexpr std::size_t kFooterPlace = 2 + 2 + 4 + 8 + 8;
+    constexpr std::size_t kPlaceSize = 8;
+    const auto found = std::search(first.begin(), first.end(), kPartitionPack.begin(), kPartitionPack.end());
+    const auto begin = static_cast<std::size_t>(found - first.begin());
+    const auto pack = first.subspan(begin);
+    if (pack.size() <= kKey || pack[kKind] != kHeader) {
+        return std::nullopt;
+    }
+    // A length of one byte, or the number of its bytes and those.
+    const std::size_t lengthBytes = 1 + (pack[kKey] < 0x80 ? 0U : pack[kKey] & 0x7FU);
+    if (pack.size() < kKey + lengthBytes + kFooterPlace + kPlaceSize) {
+        return std::nullopt;
+    }
+    const std::uint64_t place = bigEndian(pack.subspan(kKey + lengthBytes + kFooterPlace, kPlaceSize));
+    // Places are counted from the header on; one beyond all files is damage, and tells nothing.
+    constexpr std::uint64_t kGreatestPlace = std::uint64_t{1} << 60U;
+    MxfFooter footer;
+    footer.place = place == 0 || place > kGreatestPlace ? 0 : begin + place;
+    footer.isHeaderOpen = pack[kStatus] == kOpenIncomplete || pack[kStatus] == kOpenComplete;
+    return footer;
+}
+
+std::optional<std::string> remarkOnMissingFooter(const MxfFooter& footer, std::uint64_t end) {
+    if (footer.place < end) {
+        return std::nullopt;
+    }
+    return "byte " + std::to_string(end) + ": the file is cut short: its footer with the index, at byte " +
+           std::to_string(footer.place) + ", is missing";
+}
+
+std::optional<std::string> remarkOnFooter(InputFile& source) {
+    const std::optional<MxfFooter> footer = mxfFooter(source.peek(kLongestPeek));
+    const std::uint64_t size = source.size().value_or(0);
+    if (!footer || size == 0) {
+        return std::nullopt;
+    }
+    std::optional<std::string> remark = remarkOnMissingFooter(*footer, size);
+    std::array<std::uint8_t, kKey> key{};
+    if (footer->place == 0 && footer->isHeaderOpen && !hasRandomIndex(source, size)) {
+        remark = "byte " + std::to_string(size) +
+                 ": the file has not been finished, or is cut short: its footer with the index is missing";
+    } else if (!remark && footer->place > 0 && !beginsWith(readAt(source, footer->place, key), kPartitionPack)) {
+        remark = "byte " + std::to_string(footer->place) +
+                 ": the file is damaged: its footer with the index should stand here, and does not";
+    }
+    (void)source.seek(0);
+    return remark;
+}
+
+namespace {
+
+constexpr std::string_view kIndex = "moov";
+constexpr std::string_view kMedia = "mdat";
+
+struct Atom {
+    std::uint64_t size = 0;  ///< 0: up to the end.
+    std::string_view type;   ///< In the bytes that it was read from.
+};
+
+constexpr std::size_t kLongestHeader = 16;
+
+/// What an atom at the end of a file is in words; nothing of one that may be something else than an atom.
+std::string_view partCalled(std::string_view type) {
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kParts{{{kIndex, "index (moov)"},
+                                                                                   {kMedia, "media data (mdat)"},
+                                                                                   {"moof", "fragment (moof)"},
+                                                                                   {"mfra", "fragments' list (mfra)"}}};
+    const auto* const part =
+        std::find_if(kParts.begin(), kParts.end(), [type](const auto& one) { return one.first == type; });
+    return part == kParts.end() ? std::string_view() : part->second;
+}
+
+/// @param header The first bytes of an atom, kLongestHeader of them or all that there are.
+/// @return None of what is no atom.
+std::optional<Atom> atomOf(std::span<const std::uint8_t> header) {
+    constexpr std::size_t kHeader = 8;
+    if (header.size() < kHeader) {
+        return std::nullopt;
+    }
+    Atom atom{bigEndian(header.first(4)), {reinterpret_cast<const char*>(header.data()) + 4, 4}};
+    if (atom.size == 1) {
+        atom.size = header.size() < kLongestHeader ? 1 : bigEndian(header.subspan(kHeader, 8));
+        return atom.size < kLongestHeader ? std::nullopt : std::optional(atom);
+    }
+    return atom.size == 0 || atom.size >= kHeader ? std::optional(atom) : std::nullopt;
+}
+
+}  // namespace
+
+bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept {
+    bool hasMedia = false;
+    while (const std::optional<Atom> atom = atomOf(first.first(std::min(first.size(), kLongestHeader)))) {
+        if (atom->type == kIndex) {
+            return hasMedia && atom->size > first.size();
+        }
+        hasMedia = hasMedia || atom->type == kMedia;
+        if (atom->size == 0 || atom->size > first.size()) {
+            break;
+        }
+        first = first.subspan(static_cast<std::size_t>(atom->size));
+    }
+    return hasMedia;
+}
+
+std::optional<std::string> remarkOnAtoms(InputFile& source) {
+    // A file in fragments has two for each of them.
+    constexpr std::size_t kMostAtoms = 200'000;
+    const std::uint64_t size = source.size().value_or(0);
+    const std::string end = "byte " + std::to_string(size) + ": ";
+    bool hasIndex = false;
+    std::uint64_t place = 0;
+    for (std::size_t count = 0; count < kMostAtoms && place < size; ++count) {
+        std::array<std::uint8_t, kLongestHeader> header{};
+        const std::optional<Atom> atom = atomOf(readAt(source, place, header));
+        if (!atom) {
+            break;
+        }
+        hasIndex = hasIndex || atom->type == kIndex;
+        const std::uint64_t rest = size - place;
+        if (atom->size == 0 || atom->size > rest) {
+            const std::string_view part = partCalled(atom->type);
+            if (!hasIndex || atom->size == 0 || part.empty()) {
+                break;
+            }
+            return end + "the file is cut short: " + std::to_string(rest) + " of " + counted(atom->size, "byte") +
+                   " of the " + std::string(part) + " are there";
+        }
+        place += atom->size;
+    }
+    if (hasIndex || size == 0) {
+        return std::nullopt;
+    }
+    return end + "the index (moov) is missing: the file is cut short, or its recording has not been finished";
+}
+
+}  // namespace qlx::tool
