@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 // The sanitizers' own memory is not what is measured here.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -216,15 +217,20 @@ TEST(ContainerStream, DoesNotPassOverALongGapSilently) {
     }
     const TemporaryFolder folder;
     writeNumberedPictures(folder);
-    const std::string file = folder.path("a.mpg");
-    run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
-                    "' -c:v mpeg2video -y '" + file + "'");
-    std::filesystem::resize_file(file, 100'000'000);
-    const ToolResult result = runTool({"extract", file});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(qlxtest::isOneMessage(result.err)) << result.err;
-    EXPECT_NE(result.err.find(": no picture that can be read in "), std::string::npos) << result.err;
-    EXPECT_EQ(linesOf(result.out).back(), "50 frames, 50 with caption data");
+    const std::map<std::string, std::string> files{{"a.mpg", ": not part of any packet: "},
+                                                   {"a.ts", ": no picture that can be read in "}};
+    for (const auto& [name, what] : files) {
+        const std::string file = folder.path(name);
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                        "' -c:v mpeg2video -y '" + file + "'");
+        std::filesystem::resize_file(file, 100'000'000);
+        const ToolResult result = runTool({"extract", file});
+        EXPECT_EQ(result.exitCode, 1);
+        // Of a transport stream FFmpeg says as well where it has given up looking for a sync byte.
+        EXPECT_TRUE(name == "a.ts" || qlxtest::isOneMessage(result.err)) << result.err;
+        EXPECT_NE(result.err.find(what), std::string::npos) << result.err;
+        EXPECT_EQ(linesOf(result.out).back(), "50 frames, 50 with caption data");
+    }
 }
 
 TEST(ContainerStream, TakesLittleMemoryForGreatPictures) {

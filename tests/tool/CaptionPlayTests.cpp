@@ -92,7 +92,11 @@ TEST(PlayCaptions, DoesNotRepeatItselfForEveryCue) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(linesOf(result.err).size(), 11U);
     EXPECT_EQ(linesOf(result.err).back(),
-              "qlxcc: warning: " + file + ": 3 more cues not shown as written (see qlxcc subs --mode cea608)");
+              "qlxcc: warning: " + file +
+                  ": 3 more cues not shown as written (see qlxcc subs --mode cea608 --rate 25)");
+    const ToolResult more = runTool({"subs", file, "--mode", "cea608", "--rate", "25"});
+    EXPECT_EQ(more.exitCode, 0) << more.err;
+    EXPECT_EQ(linesOf(more.out).back(), file + " (SRT): 13 cues, 0 left out, 13 not shown as written");
 }
 
 TEST(PlayCaptions, LeavesFramesEmptyOnRequest) {

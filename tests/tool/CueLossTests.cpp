@@ -2,6 +2,7 @@
 #include "CueLosses.h"
 #include "STLFiles.h"
 #include "SubtitleFiles.h"
+#include "Text.h"
 #include "ToolRunner.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
@@ -9,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
+#include <limits>
 #include <random>
 #include <utility>
 
@@ -31,8 +34,7 @@ struct Row {
     std::uint64_t position = 0;
 };
 
-/// What is lost of a cue with these rows.
-std::string lossesOf(std::int32_t mode, const std::vector<Row>& rows) {
+std::shared_ptr<QLXSubtitleRecord> cueOf(std::int32_t mode, const std::vector<Row>& rows) {
     std::vector<std::shared_ptr<QLXSubtitleTextLine>> lines;
     for (const Row& row : rows) {
         auto line = std::make_shared<QLXSubtitleTextLine>();
@@ -42,7 +44,12 @@ std::string lossesOf(std::int32_t mode, const std::vector<Row>& rows) {
     }
     auto cue = QLXSubtitleRecord::initWithSubtitleMode(mode);
     cue->setSubtitleLines(std::move(lines));
-    return CueLosses(mode).of(cue);
+    return cue;
+}
+
+/// What is lost of a cue with these rows.
+std::string lossesOf(std::int32_t mode, const std::vector<Row>& rows) {
+    return CueLosses(mode).of(cueOf(mode, rows));
 }
 
 TEST(TeletextLosses, AreNoneInFrenchText) {
@@ -254,6 +261,50 @@ TEST(Losses, AreOneShortLineForAnyText) {
             EXPECT_LT(what.size(), 1000U);
             EXPECT_EQ(what, losses.of(cue));
         }
+    }
+}
+
+/// The processor's time for looking at these cues: the least of three runs, since other programs disturb each of them.
+std::clock_t timeFor(std::int32_t mode, const std::vector<std::shared_ptr<QLXSubtitleRecord>>& cues) {
+    std::clock_t least = std::numeric_limits<std::clock_t>::max();
+    for (int run = 0; run < 3; ++run) {
+        CueLosses losses(mode);
+        const std::clock_t start = std::clock();
+        for (const auto& cue : cues) {
+            EXPECT_FALSE(losses.of(cue).empty());
+        }
+        least = std::min(least, std::clock() - start);
+    }
+    return least;
+}
+
+TEST(Losses, AreFoundFastWhateverTheCharacters) {
+    constexpr int kCues = 500;
+    constexpr std::size_t kRow = 30;
+    constexpr std::clock_t kMostTimes = 10;
+    for (const std::int32_t mode : {kCaptions, kTeletext}) {
+        std::vector<std::shared_ptr<QLXSubtitleRecord>> equal;
+        std::vector<std::shared_ptr<QLXSubtitleRecord>> different;
+        std::vector<std::shared_ptr<QLXSubtitleRecord>> accented;
+        char32_t character = 0x20000;
+        std::mt19937 random(1);
+        for (int count = 0; count < kCues; ++count) {
+            std::string fresh;
+            std::string marked;
+            for (std::size_t column = 0; column < kRow; ++column) {
+                qlx::tool::appendUtf8(fresh, character++);
+                marked += 'a';
+                for (int accents = 0; accents < 8; ++accents) {
+                    qlx::tool::appendUtf8(marked, static_cast<char32_t>(0x0300 + random() % 0x70));
+                }
+            }
+            equal.push_back(cueOf(mode, {{std::string(kRow, '~')}}));
+            different.push_back(cueOf(mode, {{fresh}}));
+            accented.push_back(cueOf(mode, {{marked}}));
+        }
+        const std::clock_t usual = timeFor(mode, equal);
+        EXPECT_LT(timeFor(mode, different), kMostTimes * usual) << mode;
+        EXPECT_LT(timeFor(mode, accented), kMostTimes * usual) << mode;
     }
 }
 

@@ -1,10 +1,9 @@
-// Putting the frames of coded streams in order, and seeing that a stream has been cut.
+// Putting the frames of coded streams in order, with their times and captions.
 #include "ExactBuffer.h"
 #include "FrameCaptions.h"
 #include "FrameOrder.h"
 #include "PictureOrder.h"
 #include "PictureTimes.h"
-#include "StreamEnd.h"
 #include "VideoCaptions.h"
 
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
@@ -175,6 +174,52 @@ TEST(PictureTimes, AreThoseOfThePresentation) {
               (std::vector<std::int64_t>{-1, -1, -1, 14400}));
     EXPECT_EQ(timesOf({std::nullopt, std::nullopt, std::nullopt, std::nullopt}, 3600),
               (std::vector<std::int64_t>{-1, -1, -1, -1}));
+}
+
+/// The times of pictures that are presented as they stand, a frame of 3600 each, after the given ones.
+std::vector<std::int64_t> timesInTurn(const std::vector<std::optional<std::int64_t>>& given) {
+    PictureTimes times(VideoCodec::Mpeg2, 3600);
+    std::vector<std::int64_t> result;
+    const auto take = [&] {
+        while (const auto frame = times.take()) {
+            EXPECT_EQ(frame->triplets[2], result.size());
+            result.push_back(frame->pts ? frame->pts->value : -1);
+        }
+    };
+    for (std::size_t index = 0; index < given.size(); ++index) {
+        const auto mark = static_cast<std::uint8_t>(index);
+        times.add(fromHex(picture(mark, 2)), timed(mark, given[index]));
+        take();
+    }
+    times.finish();
+    take();
+    return result;
+}
+
+TEST(PictureTimes, GoOnBehindAGap) {
+    constexpr auto kNone = std::nullopt;
+    // Three frames are missing, which two times say.
+    EXPECT_EQ(timesInTurn({0, kNone, 7200, 21600, kNone, 28800, kNone}),
+              (std::vector<std::int64_t>{0, 3600, 7200, 21600, 25200, 28800, 32400}));
+    // One time alone is that of another picture, be it later or earlier.
+    EXPECT_EQ(timesInTurn({0, kNone, 10800, kNone, 14400, 14400, 21600}),
+              (std::vector<std::int64_t>{0, 3600, 7200, 10800, 14400, 18000, 21600}));
+    // Two that do not agree.
+    EXPECT_EQ(timesInTurn({0, kNone, 10800, 21600, 14400}), (std::vector<std::int64_t>{0, 3600, 7200, 10800, 14400}));
+    // At the end there is no other picture that it may belong to.
+    EXPECT_EQ(timesInTurn({0, kNone, 7200, 18000}), (std::vector<std::int64_t>{0, 3600, 7200, 18000}));
+    EXPECT_EQ(timesInTurn({0, kNone, 7200, 18000, kNone}), (std::vector<std::int64_t>{0, 3600, 7200, 18000, 21600}));
+}
+
+TEST(PictureTimes, DoNotWaitForEverForASecondTime) {
+    std::vector<std::optional<std::int64_t>> given(200);
+    given[0] = 0;
+    given[2] = 14400;
+    const std::vector<std::int64_t> times = timesInTurn(given);
+    ASSERT_EQ(times.size(), given.size());
+    for (std::size_t index = 0; index < times.size(); ++index) {
+        EXPECT_EQ(times[index], static_cast<std::int64_t>(index) * 3600);
+    }
 }
 
 TEST(PictureTimes, DoNotWaitForEverForTheFirst) {
@@ -368,117 +413,29 @@ TEST(VideoCaptions, AreFoundBehindLengthsOfAnySize) {
     }
 }
 
+TEST(VideoCaptions, KnowWhetherTheLengthsFit) {
+    const auto fits = [](const std::string& unit, std::size_t bytes) {
+        const qlxtest::ExactBuffer exact(fromHex(unit));
+        return qlx::tool::hasWholeUnits(exact.span(), bytes);
+    };
+    EXPECT_TRUE(fits("00000002 0910 00000003 658880", 4));
+    EXPECT_TRUE(fits("02 0910 03 658880", 1));
+    EXPECT_TRUE(fits("", 4));
+    EXPECT_TRUE(fits("000001658880", 0));
+    // Some writers fill samples up.
+    EXPECT_TRUE(fits("00000002 0910 0000", 4));
+    EXPECT_FALSE(fits("00000002 0910 00000004 658880", 4));
+    EXPECT_FALSE(fits("00000002 0910 ffffffff 658880", 4));
+    EXPECT_FALSE(fits("658880 000000 0000", 4));
+    EXPECT_FALSE(fits("00000000 000000 0000", 4));
+}
+
 TEST(VideoCaptions, KnowTheLengthsOfAParameterRecord) {
     EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("01 64001f ff e1 0000")), 4U);
     EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("01 64001f fd e1 0000")), 2U);
     EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("00000001 6764001f")), 0U);
     EXPECT_EQ(qlx::tool::lengthBytesOf(fromHex("01 64001f ff e1")), 0U);
     EXPECT_EQ(qlx::tool::lengthBytesOf({}), 0U);
-}
-
-TEST(StreamEnd, SeesThatAPacketIsCut) {
-    // MPEG-2 and MPEG-1 packs, a packet of 4 bytes behind its length, padding, the end code.
-    for (const std::string pack :
-         {"000001ba 44 0004000401 000003 f8", "000001ba 44 0004000401 000003 f9 ff", "000001ba 21 00010001800001"}) {
-        const Bytes packBytes = fromHex(pack);
-        const Bytes video = fromHex("000001e0 0004 01020304");
-        const Bytes padding = fromHex("000001be 0002 ffff");
-        const Bytes last = fromHex("000001b9");
-        Bytes stream;
-        std::vector<std::size_t> ends;
-        for (const Bytes& part : {packBytes, video, packBytes, padding, last}) {
-            stream.insert(stream.end(), part.begin(), part.end());
-            ends.push_back(stream.size());
-        }
-        for (std::size_t size = 4; size <= stream.size(); ++size) {
-            const auto cut = qlx::tool::cutProgramPacket(std::span(stream).first(size));
-            const bool isWhole = std::find(ends.begin(), ends.end(), size) != ends.end();
-            ASSERT_EQ(cut.has_value(), !isWhole) << pack << " " << size;
-            if (cut) {
-                const auto end = std::upper_bound(ends.begin(), ends.end(), size);
-                EXPECT_EQ(cut->begin, end == ends.begin() ? 0 : *std::prev(end));
-                EXPECT_EQ(cut->there, size - cut->begin);
-                EXPECT_TRUE(cut->size == 0 || cut->begin + cut->size == *end);
-            }
-        }
-    }
-    EXPECT_FALSE(qlx::tool::cutProgramPacket({}));
-    EXPECT_FALSE(qlx::tool::cutProgramPacket(fromHex("010203")));
-    // What is not a packet is passed over up to the next pack.
-    EXPECT_FALSE(qlx::tool::cutProgramPacket(fromHex("ff 000001ba 21 00010001800001 ffffff")));
-}
-
-/// Packets of a transport stream with a sync byte each.
-Bytes transportStream(std::size_t packets, std::size_t size, std::size_t sync) {
-    Bytes stream(packets * size, 0x11);
-    for (std::size_t place = sync; place < stream.size(); place += size) {
-        stream[place] = 0x47;
-    }
-    return stream;
-}
-
-TEST(StreamEnd, SeesThatATransportPacketIsCut) {
-    // Packets alone, with a time in front, with parity behind.
-    for (const auto& [size, sync] : std::vector<std::pair<std::size_t, std::size_t>>{{188, 0}, {192, 4}, {204, 0}}) {
-        const Bytes stream = transportStream(9, size, sync);
-        for (const std::size_t first : {std::size_t{0}, std::size_t{100}, size - 1}) {
-            for (std::size_t end = 8 * size; end <= stream.size(); ++end) {
-                const Bytes tail(stream.begin() + static_cast<std::ptrdiff_t>(first),
-                                 stream.begin() + static_cast<std::ptrdiff_t>(end));
-                for (const std::size_t known : {std::size_t{0}, size}) {
-                    const qlxtest::ExactBuffer exact(tail);
-                    const auto cut = qlx::tool::cutTransportPacket(exact.span(), known);
-                    ASSERT_EQ(cut.has_value(), end % size != 0) << size << " from " << first << " to " << end;
-                    if (cut) {
-                        EXPECT_EQ(cut->begin, end / size * size - first);
-                        EXPECT_EQ(cut->there, end % size);
-                        EXPECT_EQ(cut->size, size);
-                    }
-                }
-            }
-        }
-    }
-}
-
-TEST(StreamEnd, CountsTransportPacketsFromTheLastDamage) {
-    Bytes stream = transportStream(10, 188, 0);
-    const Bytes junk(1000, 0x22);
-    stream.insert(stream.begin() + 3 * 188 + 50, junk.begin(), junk.end());
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(stream, 188));
-    stream.resize(stream.size() - 24);
-    const auto cut = qlx::tool::cutTransportPacket(stream, 188);
-    ASSERT_TRUE(cut);
-    EXPECT_EQ(cut->begin, 9U * 188 + 1000);
-    EXPECT_EQ(cut->there, 164U);
-}
-
-TEST(StreamEnd, SaysNothingOfWhatHasNoPackets) {
-    EXPECT_FALSE(qlx::tool::cutTransportPacket({}, 188));
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(fromHex("47"), 188));
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(Bytes(4096, 0x11), 0));
-    // Damage in the last packets: too few of them are left to tell.
-    Bytes stream = transportStream(12, 188, 0);
-    stream.insert(stream.end() - 4 * 188, 500, 0x22);
-    stream.resize(stream.size() - 24);
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(std::span(stream).last(2000), 188));
-}
-
-TEST(StreamEnd, SeesThatATripletsHeaderIsCut) {
-    const std::string key = "060e2b34 01020101 0d010301 17010201";
-    for (const auto& [text, size] : std::vector<std::pair<std::string, std::uint64_t>>{
-             {key + "03", 20}, {key + "8103", 21}, {key + "830000ff", 275}, {key + "880000000000000001", 26}}) {
-        const Bytes header = fromHex(text);
-        std::uint64_t found = 1;
-        EXPECT_FALSE(qlx::tool::isTripletHeaderCut(header, found));
-        EXPECT_EQ(found, size);
-        for (std::size_t length = 0; length < header.size(); ++length) {
-            EXPECT_TRUE(qlx::tool::isTripletHeaderCut(std::span(header).first(length), found)) << length;
-            EXPECT_EQ(found, 0U);
-        }
-    }
-    std::uint64_t found = 1;
-    EXPECT_FALSE(qlx::tool::isTripletHeaderCut(fromHex("0102"), found));
-    EXPECT_FALSE(qlx::tool::isTripletHeaderCut(fromHex(key + "89"), found));
 }
 
 }  // namespace

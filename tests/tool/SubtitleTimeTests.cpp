@@ -99,9 +99,10 @@ TEST(SubtitleTimes, LeaveOutTheSRTCuesWhoseTimesAreNone) {
 TEST(SubtitleTimes, KeepTheSRTCuesWhoseTimesAreWrittenInAnotherWay) {
     EXPECT_EQ(listed(srt({{"0:00:01,000", "0:00:02,000", "short"},
                           {" 00:00:02,000", " 00:00:03,000 ", "blanks"},
-                          {"00:00:03,000", "00:00:04,000 X1:117 X2:612", "place"}})),
-              (Lines{"00:00:01,000 short", "00:00:02,000 blanks", "00:00:03,000 place",
-                     "standard input (SRT): 3 cues, 0 left out"}));
+                          {"00:00:03,000", "00:00:04,000 X1:117 X2:612", "place"},
+                          {"00:00:04,000", "00:00:05,000\u00A0", "unbroken"}})),
+              (Lines{"00:00:01,000 short", "00:00:02,000 blanks", "00:00:03,000 place", "00:00:04,000 unbroken",
+                     "standard input (SRT): 4 cues, 0 left out"}));
 }
 
 TEST(SubtitleTimes, SayHowSRTTimesBeyondAClockAreRead) {

@@ -179,7 +179,7 @@ private:
 
     InputFile& _source;
     InputKind _kind;
-    std::size_t _transportPacket = 0;  ///< Bytes from one sync byte to the next, where the file begins with one.
+    StreamCheck _check;
     ContainerInput _input;
     std::unique_ptr<AVFormatContext, FormatCloser> _format;
     std::unique_ptr<AVPacket, PacketFreer> _packet;
@@ -189,7 +189,6 @@ private:
     std::optional<std::string> _missingIndex;  ///< What is to be said of it.
     std::optional<MxfFooter> _footer;
     std::optional<std::string> _failure;
-    std::uint64_t _lastPacket = 0;
     std::optional<std::uint64_t> _lastDamage;  ///< Where the last sample ends that FFmpeg calls damaged.
     ContainerRemarks _remarks;
     bool _hasBegun = false;
@@ -197,15 +196,15 @@ private:
     bool _isAtEnd = false;
 };
 
-ContainerReader::ContainerReader(InputFile& source, InputKind kind) : _source(source), _kind(kind), _input(source) {
-    if (kind == InputKind::TransportStream) {
-        _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
-    }
+ContainerReader::ContainerReader(InputFile& source, InputKind kind)
+    : _source(source), _kind(kind), _check(source, kind), _input(source) {
+    _input.follow(_check);
     checkIndex();
     listenToDemuxers();
     // An MXF file's index is read when it is opened.
     av_max_alloc(kind == InputKind::Mxf ? kGreatestTable : greatestPiece(kind));
     open();
+    _check.beginReading();
     av_max_alloc(greatestPiece(kind));
     chooseTracks();
     _packet.reset(av_packet_alloc());
@@ -246,7 +245,7 @@ void ContainerReader::checkIndex() {
 
 /// Throws when the reason why there is nothing to read may be that the index is not all there.
 void ContainerReader::failWithoutIndex() {
-    if (const auto reason = _kind == InputKind::Mov ? remarkOnAtoms(_source) : _missingIndex) {
+    if (const auto reason = _kind == InputKind::Mov ? _check.remarkOnIndex() : _missingIndex) {
         throw failureIn(_source.name(), *reason);
     }
 }
@@ -355,13 +354,15 @@ void ContainerReader::take(const Track& track, std::size_t number, std::vector<s
     sample.presentation = microseconds(_packet->pts, base);
     sample.decoding = microseconds(_packet->dts, base);
     sample.frame.pts = mediaTime(_packet->pts, base);
+    const std::span<const std::uint8_t> bytes(_packet->data, static_cast<std::size_t>(std::max(_packet->size, 0)));
     if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
         remarkOnDamagedSample(problems);
+    } else if (track.lengthBytes > 0 && !hasWholeUnits(bytes, track.lengthBytes)) {
+        _remarks.addDamagedUnits(std::max<std::int64_t>(_packet->pos, 0), problems);
     }
     takeSample(track, sample.frame, problems);
     if (_pictures && number == 0) {
-        _pictures->add(std::span(_packet->data, static_cast<std::size_t>(std::max(_packet->size, 0))),
-                       std::move(sample.frame));
+        _pictures->add(bytes, std::move(sample.frame));
         passPicturesOn();
         return;
     }
@@ -411,7 +412,7 @@ void ContainerReader::endWith(int error, std::vector<std::string>& problems) {
         // It has been said what the rest is missing for.
         return;
     }
-    std::optional<std::string> ending = remarkOnEnd(_source, _kind, _input.lastBytes(), _transportPacket, _lastPacket);
+    std::optional<std::string> ending = _check.remarkOnEnd(_input.lastBytes());
     if (_footer && !_source.size()) {
         ending = remarkOnMissingFooter(*_footer, end);
     }
@@ -438,7 +439,11 @@ bool ContainerReader::readPacket(std::vector<std::string>& problems) {
         repeats = _source.offset() == before ? repeats : 0;
     }
     _input.rethrow();
-    if (isMultiplex()) {
+    for (std::string& remark : _check.takeRemarks()) {
+        _remarks.add(std::move(remark), problems);
+    }
+    if (_kind == InputKind::TransportStream) {
+        // What stands between the packets of other streams has been said.
         _remarks.addGap(begin, _source.offset(), problems);
     }
     if (error < 0) {
@@ -448,7 +453,6 @@ bool ContainerReader::readPacket(std::vector<std::string>& problems) {
     _remarks.addForeign(nearHere(), takeDemuxerRemarks(), problems);
     const auto track = std::find_if(_tracks.begin(), _tracks.end(),
                                     [this](const Track& one) { return one.index == _packet->stream_index; });
-    _lastPacket = _packet->pos > 0 ? static_cast<std::uint64_t>(_packet->pos) : _lastPacket;
     if (track != _tracks.end()) {
         take(*track, static_cast<std::size_t>(track - _tracks.begin()), problems);
     }

@@ -107,19 +107,29 @@ namespace {
 
 constexpr std::string_view kIndex = "moov";
 constexpr std::string_view kMedia = "mdat";
+constexpr std::string_view kFragment = "moof";
 
 struct Atom {
     std::uint64_t size = 0;  ///< 0: up to the end.
     std::string_view type;   ///< In the bytes that it was read from.
 };
 
+constexpr std::size_t kShortestHeader = 8;
 constexpr std::size_t kLongestHeader = 16;
+
+/// Types are four characters; those of QuickTime may have a copyright sign in front.
+bool isType(std::string_view type) {
+    constexpr char kCopyright = '\xA9';
+    return std::all_of(type.begin(), type.end(), [](char character) {
+        return (character >= ' ' && character <= '~') || character == kCopyright;
+    });
+}
 
 /// What an atom at the end of a file is in words; nothing of one that may be something else than an atom.
 std::string_view partCalled(std::string_view type) {
     constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kParts{{{kIndex, "index (moov)"},
                                                                                    {kMedia, "media data (mdat)"},
-                                                                                   {"moof", "fragment (moof)"},
+                                                                                   {kFragment, "fragment (moof)"},
                                                                                    {"mfra", "fragments' list (mfra)"}}};
     const auto* const part =
         std::find_if(kParts.begin(), kParts.end(), [type](const auto& one) { return one.first == type; });
@@ -129,16 +139,15 @@ std::string_view partCalled(std::string_view type) {
 /// @param header The first bytes of an atom, kLongestHeader of them or all that there are.
 /// @return None of what is no atom.
 std::optional<Atom> atomOf(std::span<const std::uint8_t> header) {
-    constexpr std::size_t kHeader = 8;
-    if (header.size() < kHeader) {
+    if (header.size() < kShortestHeader) {
         return std::nullopt;
     }
     Atom atom{bigEndian(header.first(4)), {reinterpret_cast<const char*>(header.data()) + 4, 4}};
     if (atom.size == 1) {
-        atom.size = header.size() < kLongestHeader ? 1 : bigEndian(header.subspan(kHeader, 8));
+        atom.size = header.size() < kLongestHeader ? 1 : bigEndian(header.subspan(kShortestHeader, 8));
         return atom.size < kLongestHeader ? std::nullopt : std::optional(atom);
     }
-    return atom.size == 0 || atom.size >= kHeader ? std::optional(atom) : std::nullopt;
+    return atom.size == 0 || atom.size >= kShortestHeader ? std::optional(atom) : std::nullopt;
 }
 
 }  // namespace
@@ -158,35 +167,62 @@ bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept {
     return hasMedia;
 }
 
+std::optional<std::uint64_t> AtomWalk::add(std::uint64_t place, std::span<const std::uint8_t> header) {
+    header = header.first(std::min(header.size(), kLongestHeader));
+    const bool hasLongSize = header.size() >= 4 && bigEndian(header.first(4)) == 1;
+    if (header.size() < (hasLongSize ? kLongestHeader : kShortestHeader)) {
+        return 0;
+    }
+    const std::optional<Atom> atom = atomOf(header);
+    if (!atom || !isType(atom->type)) {
+        _damagedAt = place;
+        return std::nullopt;
+    }
+    _hasIndex = _hasIndex || atom->type == kIndex;
+    _hasFragments = _hasFragments || atom->type == kFragment;
+    _place = place;
+    _size = atom->size;
+    _part = partCalled(atom->type);
+    return atom->size == 0 ? std::nullopt : std::optional(atom->size);
+}
+
+std::optional<std::string> AtomWalk::remark(std::uint64_t end) const {
+    const std::string place = "byte " + std::to_string(end) + ": ";
+    if (!_hasIndex) {
+        return end == 0 ? std::nullopt
+                        : std::optional(place + "the index (moov) is missing: the file is cut short, or its recording "
+                                                "has not been finished");
+    }
+    const std::uint64_t rest = end - std::min(end, _place);
+    const bool isCut = _size > rest;
+    if (isCut && !_part.empty()) {
+        return place + "the file is cut short: " + std::to_string(rest) + " of " + counted(_size, "byte") + " of the " +
+               std::string(_part) + " are there";
+    }
+    // What stands behind the atoms of a file without fragments does no harm.
+    const std::optional<std::uint64_t> damagedAt = isCut ? std::optional(_place) : _damagedAt;
+    if (!damagedAt || !_hasFragments) {
+        return std::nullopt;
+    }
+    return "byte " + std::to_string(*damagedAt) +
+           ": the file is damaged: an atom should begin here, and does not; what follows cannot be read";
+}
+
 std::optional<std::string> remarkOnAtoms(InputFile& source) {
     // A file in fragments has two for each of them.
     constexpr std::size_t kMostAtoms = 200'000;
     const std::uint64_t size = source.size().value_or(0);
-    const std::string end = "byte " + std::to_string(size) + ": ";
-    bool hasIndex = false;
+    AtomWalk walk;
     std::uint64_t place = 0;
     for (std::size_t count = 0; count < kMostAtoms && place < size; ++count) {
         std::array<std::uint8_t, kLongestHeader> header{};
-        const std::optional<Atom> atom = atomOf(readAt(source, place, header));
-        if (!atom) {
+        const std::uint64_t atomSize = walk.add(place, readAt(source, place, header)).value_or(0);
+        if (atomSize == 0 || atomSize > size - place) {
             break;
         }
-        hasIndex = hasIndex || atom->type == kIndex;
-        const std::uint64_t rest = size - place;
-        if (atom->size == 0 || atom->size > rest) {
-            const std::string_view part = partCalled(atom->type);
-            if (!hasIndex || atom->size == 0 || part.empty()) {
-                break;
-            }
-            return end + "the file is cut short: " + std::to_string(rest) + " of " + counted(atom->size, "byte") +
-                   " of the " + std::string(part) + " are there";
-        }
-        place += atom->size;
+        place += atomSize;
     }
-    if (hasIndex || size == 0) {
-        return std::nullopt;
-    }
-    return end + "the index (moov) is missing: the file is cut short, or its recording has not been finished";
+    return walk.remark(size);
 }
 
 }  // namespace qlx::tool

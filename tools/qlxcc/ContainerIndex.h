@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace qlx::tool {
 
@@ -34,7 +35,28 @@ struct MxfFooter {
 /// @param first The file's first bytes; an index that is wholly in them counts as known.
 [[nodiscard]] bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept;
 
-/// Follows the atoms of a QuickTime or MP4 file to its end.
+/// Follows the atoms of a QuickTime or MP4 file.
+class AtomWalk {
+public:
+    /// @param header The first bytes of an atom, at most 16 are looked at.
+    /// @return The atom's size; 0 when more of its bytes are needed; none when there is none, or the file is followed no
+    ///   further.
+    std::optional<std::uint64_t> add(std::uint64_t place, std::span<const std::uint8_t> header);
+
+    /// @param end The bytes of the file.
+    /// @return What is missing or damaged; none when the file is whole, or nobody can tell.
+    [[nodiscard]] std::optional<std::string> remark(std::uint64_t end) const;
+
+private:
+    bool _hasIndex = false;
+    bool _hasFragments = false;
+    std::optional<std::uint64_t> _damagedAt;
+    std::uint64_t _place = 0;  ///< Of the last atom.
+    std::uint64_t _size = 0;   ///< 0: up to the end.
+    std::string_view _part;    ///< What it is in words, where it is surely an atom.
+};
+
+/// The same of a whole file.
 /// @param source Stands anywhere afterwards.
 /// @return What is missing; none when the file is whole, or nobody can tell, as of a pipe.
 [[nodiscard]] std::optional<std::string> remarkOnAtoms(InputFile& source);

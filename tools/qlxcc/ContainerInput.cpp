@@ -114,8 +114,12 @@ int ContainerInput::read(void* self, std::uint8_t* buffer, int size) noexcept {
         return AVERROR(EINVAL);
     }
     try {
+        const std::uint64_t place = input._source.offset();
         const std::size_t got = input._source.read(std::span(buffer, static_cast<std::size_t>(size)));
         input.keepLast(std::span(buffer, got));
+        if (input._check != nullptr) {
+            input._check->take(place, std::span(buffer, got));
+        }
         return got == 0 ? AVERROR_EOF : static_cast<int>(got);
     } catch (...) {
         input._error = std::current_exception();

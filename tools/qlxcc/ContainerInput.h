@@ -2,6 +2,7 @@
 #pragma once
 
 #include "InputFile.h"
+#include "StreamEnd.h"
 
 #include <cstdint>
 #include <exception>
@@ -22,6 +23,9 @@ public:
     ContainerInput(const ContainerInput&) = delete;
     ContainerInput& operator=(const ContainerInput&) = delete;
 
+    /// @param check Gets whatever is read from now on; must outlive this.
+    void follow(StreamCheck& check) noexcept { _check = &check; }
+
     [[nodiscard]] AVIOContext* context() const { return _context; }
 
     /// Makes FFmpeg read a file from front to back, as it does a pipe.
@@ -40,6 +44,7 @@ private:
     static std::int64_t seek(void* self, std::int64_t offset, int whence) noexcept;
 
     InputFile& _source;
+    StreamCheck* _check = nullptr;
     AVIOContext* _context = nullptr;
     std::vector<std::uint8_t> _lastBytes;
     std::exception_ptr _error;

@@ -26,6 +26,10 @@ void ContainerRemarks::addDamagedSample(std::uint64_t end, std::vector<std::stri
     add("byte " + std::to_string(end) + ": a damaged or cut sample ends here", problems);
 }
 
+void ContainerRemarks::addDamagedUnits(std::int64_t begin, std::vector<std::string>& problems) {
+    add("byte " + std::to_string(begin) + ": a damaged sample: its NAL units do not fit into it", problems);
+}
+
 void ContainerRemarks::addGap(std::uint64_t begin, std::uint64_t end, std::vector<std::string>& problems) {
     constexpr std::uint64_t kLongest = std::uint64_t{64} * 1024 * 1024;
     if (end > begin && end - begin > kLongest) {

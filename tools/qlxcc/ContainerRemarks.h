@@ -25,6 +25,9 @@ public:
     /// @param end The byte behind what is there of the sample.
     void addDamagedSample(std::uint64_t end, std::vector<std::string>& problems);
 
+    /// @param begin The first byte of a sample whose NAL units are not where their lengths say.
+    void addDamagedUnits(std::int64_t begin, std::vector<std::string>& problems);
+
     /// For a long stretch without a packet that is read: a demuxer says nothing of what it passes over while it looks for
     /// the next one.
     void addGap(std::uint64_t begin, std::uint64_t end, std::vector<std::string>& problems);

@@ -277,12 +277,24 @@ const std::u32string& CueLosses::shownFor(std::string_view character) {
     if (_shown.size() >= kKnownCharacters) {
         _shown.clear();
     }
-    std::u32string shown = shownRow(*_transmission, text + std::string(kOthers));
+    std::u32string shown = receivedRow(text + std::string(kOthers));
     shown.resize(shown.size() - std::min(shown.size(), kOthers.size()));
     if (text.size() > kLongestKnownCharacter) {
         text.clear();
     }
     return _shown[text] = std::move(shown);
+}
+
+/// What is shown of a row with this text and no other.
+const std::u32string& CueLosses::receivedRow(std::string text) {
+    if (_received.size() >= kKnownCharacters) {
+        _received.clear();
+    }
+    const auto [row, isNew] = _received.try_emplace(_transmission->bytesOf(text));
+    if (isNew) {
+        row->second = shownRow(*_transmission, std::move(text));
+    }
+    return row->second;
 }
 
 std::string CueLosses::inWords(const Findings& findings) const {

@@ -33,11 +33,14 @@ private:
 
     void compareRow(std::string_view text, const std::u32string& received, std::size_t number, Findings& findings);
     const std::u32string& shownFor(std::string_view character);
+    const std::u32string& receivedRow(std::string text);
     [[nodiscard]] std::string inWords(const Findings& findings) const;
 
     std::unique_ptr<CueTransmission> _transmission;
-    std::size_t _greatestLength;  ///< Characters of a row that are sent.
-    std::unordered_map<std::string, std::u32string> _shown;
+    std::size_t _greatestLength;                                ///< Characters of a row that are sent.
+    std::unordered_map<std::string, std::u32string> _shown;     ///< By character.
+    std::unordered_map<std::string, std::u32string> _received;  ///< By the bytes of a row: most characters have none
+                                                                ///< of their own, and drawing a row takes long.
 };
 
 }  // namespace qlx::tool

@@ -48,6 +48,10 @@ std::string_view takeOne(std::string_view& text) {
     return whole.substr(0, whole.size() - text.size());
 }
 
+std::string asString(const Data& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
 class TeletextTransmission final : public CueTransmission {
 public:
     TeletextTransmission()
@@ -78,6 +82,12 @@ public:
             }
         }
         return shown;
+    }
+
+    [[nodiscard]] std::string bytesOf(const std::string& text) override {
+        const auto line = std::make_shared<QLXSubtitleTextLine>();
+        line->setTextString(text);
+        return asString(_packetizer->teletextLineDataWithSubtitleLine(line));
     }
 
     /// With the accents that are composed with it.
@@ -134,6 +144,10 @@ public:
             shown[index] = textInBox({screen.row(row), screen.columns}).value_or(std::u32string());
         }
         return shown;
+    }
+
+    [[nodiscard]] std::string bytesOf(const std::string& text) override {
+        return asString(QLXSubtitlesPacketizer::cea608DataWithText(text));
     }
 
     [[nodiscard]] std::string_view takeCharacter(std::string_view& text) const override { return takeOne(text); }

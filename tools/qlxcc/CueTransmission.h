@@ -32,6 +32,9 @@ public:
     /// @param cue Not null.
     [[nodiscard]] virtual ShownRows shown(const std::shared_ptr<QLXSubtitleRecord>& cue) = 0;
 
+    /// The bytes of a row's text on the way: rows with the same ones are shown alike.
+    [[nodiscard]] virtual std::string bytesOf(const std::string& text) = 0;
+
     /// Takes what makes one character of the row off the front of `text`, which is not empty.
     [[nodiscard]] virtual std::string_view takeCharacter(std::string_view& text) const = 0;
 

@@ -26,11 +26,60 @@ std::optional<Frame> PictureTimes::take() {
         _early.pop_front();
         return frame;
     }
-    std::optional<Frame> frame = _order.take();
-    if (frame) {
-        setTime(*frame);
+    while (_settled.empty()) {
+        if (std::optional<Frame> next = _order.take()) {
+            place(std::move(*next));
+        } else if (_isAtEnd && !_doubtful.empty()) {
+            // Nothing is presented behind the last one, so that its time is no other's.
+            settle(true);
+        } else {
+            return std::nullopt;
+        }
     }
+    std::optional<Frame> frame = std::move(_settled.front());
+    _settled.pop_front();
     return frame;
+}
+
+void PictureTimes::place(Frame frame) {
+    if (!_doubtful.empty()) {
+        if (!frame.pts && _doubtful.size() < PictureOrder::kLongestWait) {
+            _doubtful.push_back(std::move(frame));
+            return;
+        }
+        const auto behind = static_cast<std::int64_t>(_doubtful.size()) + 1;
+        settle(frame.pts &&
+               std::abs(frame.pts->value - (_last->value + behind * _frameDuration) - _step) <= _frameDuration / 2);
+    }
+    if (isDoubtful(frame)) {
+        _step = frame.pts->value - (_last->value + _frameDuration);
+        _doubtful.push_back(std::move(frame));
+        return;
+    }
+    setTime(frame);
+    _settled.push_back(std::move(frame));
+}
+
+/// Whether a picture's time may be that of a neighbour, or pictures in front of it are missing: the next time tells.
+bool PictureTimes::isDoubtful(const Frame& frame) const {
+    if (_isComplete || !frame.pts || !_last || _frameDuration <= 0) {
+        return false;
+    }
+    const std::int64_t difference = frame.pts->value - (_last->value + _frameDuration);
+    return difference > 0 && !isBelieved(frame.pts->value, _last->value + _frameDuration);
+}
+
+/// Gives the doubtful pictures their times.
+/// @param isStep Pictures are missing in front of them.
+void PictureTimes::settle(bool isStep) {
+    std::int64_t time = _last->value + (isStep ? _step : 0);
+    for (Frame& frame : _doubtful) {
+        time += _frameDuration;
+        frame.pts = MediaTime::make(time, _last->timescale);
+        _settled.push_back(std::move(frame));
+    }
+    _doubtful.clear();
+    _last = _settled.back().pts;
 }
 
 /// Gives the pictures in front of the first one with a time theirs.

@@ -25,7 +25,7 @@ public:
 
     void add(std::span<const std::uint8_t> unit, Frame frame) {
         _isComplete = _isComplete && frame.pts;
-        if (frame.pts) {
+        if (frame.pts && _isComplete) {
             _times.insert(frame.pts->value);
         }
         _order.add(unit, std::move(frame));
@@ -37,12 +37,16 @@ public:
     }
 
     /// The next frame in the order of presentation, its time later than that of the last one. Those in front of the first
-    /// one with a time wait for it, and are counted back from there.
+    /// one with a time wait for it, and are counted back from there. Where pictures are missing the times go on behind the
+    /// gap, as soon as two of them say so.
     [[nodiscard]] std::optional<Frame> take();
 
 private:
     void setTime(Frame& frame);
     void countBack();
+    void place(Frame frame);
+    void settle(bool isStep);
+    [[nodiscard]] bool isDoubtful(const Frame& frame) const;
     [[nodiscard]] bool isBelieved(std::int64_t time, std::int64_t expected) const;
 
     PictureOrder _order;
@@ -51,7 +55,10 @@ private:
     bool _isComplete = true;
     std::multiset<std::int64_t> _times;
     std::optional<MediaTime> _last;
-    std::deque<Frame> _early;  ///< At the beginning: what has been taken out and not given yet.
+    std::deque<Frame> _early;     ///< At the beginning: what has been taken out and not given yet.
+    std::deque<Frame> _doubtful;  ///< Behind _last: one whose time is not sure, and those without a time behind it.
+    std::int64_t _step = 0;       ///< By which the time of the first one differs.
+    std::deque<Frame> _settled;   ///< What has not been given yet.
     bool _isAtEnd = false;
 };
 

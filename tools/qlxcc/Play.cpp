@@ -77,8 +77,9 @@ public:
     explicit CueCollector(const PlayOptions& options)
         : _name(options.subtitles == "-" ? "standard input" : options.subtitles),
           _firstFrame(firstFrameAtOrAfter(options.rate, options.fromSeconds)),
-          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))), _mode(options.mode),
-          _losses(modeOf(options)) {
+          _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))), _losses(modeOf(options)),
+          _subsOptions(options.mode == PlayMode::Cea608 ? "cea608 --rate " + std::string(options.rate.name)
+                                                        : "teletext") {
         if (options.durationSeconds) {
             const std::uint64_t frames = firstFrameAtOrAfter(options.rate, *options.durationSeconds);
             _lastTime = secondsFrom(options.rate.timeOfFrame(_firstFrame + frames - 1));
@@ -118,8 +119,7 @@ public:
         }
         if (_cuesWithLosses > _notes.size()) {
             printNote(place + counted(_cuesWithLosses - _notes.size(), "more cue") +
-                      " not shown as written (see qlxcc subs --mode " +
-                      (_mode == PlayMode::Cea608 ? "cea608" : "teletext") + ")");
+                      " not shown as written (see qlxcc subs --mode " + _subsOptions + ")");
         }
     }
 
@@ -176,8 +176,8 @@ private:
     std::uint64_t _count = 0;
     std::size_t _weight = 0;
     std::uint64_t _playedCues = 0;
-    PlayMode _mode;
     CueLosses _losses;
+    std::string _subsOptions;  ///< The mode, and what belongs to it, for `subs` to say more.
     std::vector<std::string> _notes;
     std::uint64_t _cuesWithLosses = 0;
     Records _records;

@@ -1,35 +1,43 @@
 #include "StreamEnd.h"
 
-#include "ContainerIndex.h"
 #include "Text.h"
 
 #include <algorithm>
 #include <array>
-#include <vector>
 
 namespace qlx::tool {
 
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kPackStart{0x00, 0x00, 0x01, 0xBA};
+constexpr std::array<std::uint8_t, 4> kTripletStart{0x06, 0x0E, 0x2B, 0x34};
 constexpr std::size_t kStartCode = 4;
-/// Three of the longest packets, so that a pack begins in it.
-constexpr std::uint64_t kTail = std::uint64_t{192} * 1024;
-
-std::size_t findPack(std::span<const std::uint8_t> bytes, std::size_t from) {
-    const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(from, bytes.size()));
-    return static_cast<std::size_t>(std::search(begin, bytes.end(), kPackStart.begin(), kPackStart.end()) -
-                                    bytes.begin());
+/// A pack header up to the number of stuffing bytes: the longest piece whose size is not known yet.
+constexpr std::size_t kLongPack = 14;
+/// Zero bytes in front of a start code, as Video CDs have 20 of them behind a packet of sound.
+std::optional<std::uint64_t> stuffingSize(std::span<const std::uint8_t> bytes, std::size_t zeros) {
+    constexpr std::size_t kMost = 32;
+    const std::size_t size = zeros - 2;
+    if (size > kMost) {
+        return std::nullopt;
+    }
+    return zeros == bytes.size() ? std::optional<std::uint64_t>(0)
+           : bytes[zeros] == 1   ? std::optional<std::uint64_t>(size)
+                                 : std::nullopt;
 }
 
 /// The size of what begins with a start code of a program stream: 0 when not enough of it is there, none when it is no
 /// such start code.
-std::optional<std::size_t> packetSize(std::span<const std::uint8_t> bytes) {
+std::optional<std::uint64_t> programPacketSize(std::span<const std::uint8_t> bytes) {
     constexpr std::uint8_t kPack = 0xBA;
     constexpr std::uint8_t kEnd = 0xB9;
-    constexpr std::size_t kLongPack = 14;
     constexpr std::size_t kShortPack = 12;
     constexpr std::size_t kLengthEnd = 6;
+    const auto zeros = static_cast<std::size_t>(
+        std::find_if(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte != 0; }) - bytes.begin());
+    if (zeros > 2) {
+        return stuffingSize(bytes, zeros);
+    }
     if (!std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(bytes.size(), 3)),
                     kPackStart.begin())) {
         return std::nullopt;
@@ -56,27 +64,11 @@ std::optional<std::size_t> packetSize(std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-std::optional<CutPacket> cutProgramPacket(std::span<const std::uint8_t> tail) noexcept {
-    for (std::size_t place = findPack(tail, 0); place < tail.size();) {
-        const std::size_t rest = tail.size() - place;
-        const std::optional<std::size_t> size = packetSize(tail.subspan(place));
-        if (!size) {
-            place = findPack(tail, place + 1);
-        } else if (*size == 0 || *size > rest) {
-            return CutPacket{place, rest, *size};
-        } else {
-            place += *size;
-        }
-    }
-    return std::nullopt;
-}
-
 bool isTripletHeaderCut(std::span<const std::uint8_t> rest, std::uint64_t& size) noexcept {
-    constexpr std::array<std::uint8_t, 4> kLabel{0x06, 0x0E, 0x2B, 0x34};
     constexpr std::size_t kKey = 16;
     size = 0;
-    const auto compared = static_cast<std::ptrdiff_t>(std::min(rest.size(), kLabel.size()));
-    if (!std::equal(kLabel.begin(), kLabel.begin() + compared, rest.begin())) {
+    const auto compared = static_cast<std::ptrdiff_t>(std::min(rest.size(), kTripletStart.size()));
+    if (!std::equal(kTripletStart.begin(), kTripletStart.begin() + compared, rest.begin())) {
         return false;
     }
     if (rest.size() <= kKey) {
@@ -94,35 +86,9 @@ bool isTripletHeaderCut(std::span<const std::uint8_t> rest, std::uint64_t& size)
     for (std::size_t index = 0; index < count; ++index) {
         length = length << 8U | rest[kKey + 1 + index];
     }
-    size = kKey + 1 + count + length;
+    size = length > StreamWalk::kGreatestSize ? 0 : kKey + 1 + count + length;
     return false;
 }
-
-namespace {
-
-/// Follows the triplets from the last one that is known to the end.
-std::optional<std::string> remarkOnTriplets(InputFile& source, std::uint64_t place) {
-    const std::uint64_t end = source.size().value_or(0);
-    while (place < end && source.seek(place)) {
-        std::array<std::uint8_t, 25> header{};
-        const auto rest = std::span(header).first(source.read(header));
-        std::uint64_t size = 0;
-        if (isTripletHeaderCut(rest, size)) {
-            return "byte " + std::to_string(place) + ": the last triplet is cut short: " + counted(rest.size(), "byte");
-        }
-        if (size > end - place) {
-            return "byte " + std::to_string(place) + ": the last triplet is cut short: " + std::to_string(end - place) +
-                   " of " + counted(size, "byte");
-        }
-        if (size == 0) {
-            break;
-        }
-        place += size;
-    }
-    return std::nullopt;
-}
-
-}  // namespace
 
 namespace {
 
@@ -183,35 +149,82 @@ std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail, 
 
 namespace {
 
-std::string remarkOnCut(const CutPacket& cut, std::uint64_t tailBegin) {
-    return "byte " + std::to_string(tailBegin + cut.begin) + ": the last packet is cut short: " +
+std::optional<std::uint64_t> tripletSize(std::span<const std::uint8_t> bytes) {
+    std::uint64_t size = 0;
+    const bool isCut = isTripletHeaderCut(bytes, size);
+    return isCut || size > 0 ? std::optional(size) : std::nullopt;
+}
+
+std::string remarkOnCut(std::string_view piece, const CutPiece& cut) {
+    return "byte " + std::to_string(cut.begin) + ": the last " + std::string(piece) + " is cut short: " +
            (cut.size == 0 ? counted(cut.there, "byte")
                           : std::to_string(cut.there) + " of " + counted(cut.size, "byte"));
 }
 
+std::string remarkOnStray(std::string_view piece, const Stray& stray) {
+    return "byte " + std::to_string(stray.begin) + ": not part of any " + std::string(piece) + ": " +
+           counted(stray.size, "byte");
+}
+
 }  // namespace
 
-std::optional<std::string> remarkOnEnd(InputFile& source, InputKind kind, std::span<const std::uint8_t> tail,
-                                       std::size_t transportPacket, std::uint64_t lastPacket) {
-    if (kind == InputKind::Mxf) {
-        return remarkOnTriplets(source, lastPacket);
-    }
-    if (kind == InputKind::Mov) {
-        return remarkOnAtoms(source);
-    }
+StreamCheck::StreamCheck(InputFile& source, InputKind kind) : _source(source), _kind(kind) {
     if (kind == InputKind::TransportStream) {
-        const std::optional<CutPacket> cut = cutTransportPacket(tail, transportPacket);
-        return cut ? std::optional(remarkOnCut(*cut, source.offset() - tail.size())) : std::nullopt;
+        _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
+    } else if (kind == InputKind::ProgramStream) {
+        _piece = "packet";
+        _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return programPacketSize(bytes); }, kPackStart);
+    } else if (kind == InputKind::Mxf) {
+        _piece = "triplet";
+        _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return tripletSize(bytes); }, kTripletStart);
+    } else if (!source.size()) {
+        _walk.emplace([this](std::uint64_t place, auto bytes) { return _atoms.add(place, bytes); },
+                      std::span<const std::uint8_t>());
     }
-    const std::uint64_t size = source.size().value_or(0);
-    const std::uint64_t begin = size - std::min(size, kTail);
-    if (kind != InputKind::ProgramStream || size == 0 || !source.seek(begin)) {
+}
+
+std::vector<std::string> StreamCheck::takeRemarks() {
+    std::vector<std::string> remarks;
+    for (const Stray& stray : _walk ? _walk->takeStrays() : std::vector<Stray>()) {
+        remarks.push_back(remarkOnStray(_piece, stray));
+    }
+    return remarks;
+}
+
+std::optional<std::string> StreamCheck::remarkOnIndex() {
+    if (_kind != InputKind::Mov) {
         return std::nullopt;
     }
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size - begin));
-    bytes.resize(source.read(bytes));
-    const std::optional<CutPacket> cut = cutProgramPacket(bytes);
-    return cut ? std::optional(remarkOnCut(*cut, begin)) : std::nullopt;
+    if (_source.size()) {
+        return remarkOnAtoms(_source);
+    }
+    return _source.peek(1).empty() ? _atoms.remark(_source.offset()) : std::nullopt;
+}
+
+std::optional<std::string> StreamCheck::remarkOnEnd(std::span<const std::uint8_t> tail) {
+    if (_kind == InputKind::Mov) {
+        return remarkOnIndex();
+    }
+    if (_kind == InputKind::TransportStream) {
+        const std::optional<CutPacket> cut = cutTransportPacket(tail, _transportPacket);
+        return cut ? std::optional(
+                         remarkOnCut("packet", {_source.offset() - tail.size() + cut->begin, cut->there, cut->size}))
+                   : std::nullopt;
+    }
+    const std::uint64_t end = _source.size().value_or(_source.offset());
+    const std::optional<CutPiece> cut = _walk->cutAt(end);
+    if (_kind == InputKind::ProgramStream) {
+        // Behind the end code may be what fills up a medium, and behind any packet a few zero bytes.
+        const bool isFilled = cut && cut->size == 0 && cut->there >= kLongPack;
+        if (isFilled || (_walk->last() && _walk->last()->size == kStartCode)) {
+            return std::nullopt;
+        }
+    }
+    if (cut) {
+        return remarkOnCut(_piece, *cut);
+    }
+    const std::optional<Stray> stray = _kind == InputKind::ProgramStream ? _walk->strayAt(end) : std::nullopt;
+    return stray ? std::optional(remarkOnStray(_piece, *stray)) : std::nullopt;
 }
 
 }  // namespace qlx::tool

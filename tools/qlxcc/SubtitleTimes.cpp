@@ -65,7 +65,9 @@ std::string_view withoutCoordinates(std::string_view end) {
     const std::size_t comma = std::min(end.find(','), end.size());
     const std::size_t number = std::min(end.find_first_not_of(kBlanks, comma + 1), end.size());
     const std::size_t rest = std::min(end.find_first_not_of(kDigits, number), end.size());
-    const bool isApart = rest > number && rest < end.size() && kBlanks.find(end[rest]) != std::string_view::npos;
+    // Blanks of other kinds, such as one without a break, end the number as well.
+    const bool isApart = rest > number && rest < end.size() &&
+                         (kBlanks.find(end[rest]) != std::string_view::npos || (end[rest] & '\x80') != 0);
     // With another comma in it the library does not read the timecode.
     return isApart && end.find(',', rest) == std::string_view::npos ? end.substr(0, rest) : end;
 }

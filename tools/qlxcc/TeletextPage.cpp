@@ -150,6 +150,10 @@ private:
     bool _isConcealed = false;
 };
 
+bool isBlank(TeletextBytes codes) {
+    return std::all_of(codes.begin(), codes.end(), [](std::uint8_t code) { return code == kSpace; });
+}
+
 /// What the row below one of double height shows: the lower halves, and the background elsewhere.
 void drawLowerHalf(std::span<const ScreenCell> upper, std::span<ScreenCell> lower) {
     for (std::size_t column = 0; column < lower.size(); ++column) {
@@ -245,6 +249,9 @@ Screen TeletextPage::screen() const {
     const bool showsHeader = !_header.suppressesHeader && !style.showsBoxesOnly;
     for (std::size_t row = showsHeader ? 0 : 1; row < _rows.size(); ++row) {
         style.allowsDoubleHeight = row > 0 && row <= kLastDoubleHeightRow;
+        if (style.showsBoxesOnly && isBlank(_rows[row])) {
+            continue;  // without a box, as the cells are already
+        }
         const std::span<ScreenCell, kTeletextDataSize> cells(screen.row(row), kTeletextDataSize);
         if (drawTeletextRow(_rows[row], style, cells)) {
             ++row;

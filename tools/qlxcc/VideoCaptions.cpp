@@ -10,15 +10,20 @@ namespace qlx::tool {
 
 namespace {
 
+/// The length in front of a NAL unit.
+std::size_t leadingLength(std::span<const std::uint8_t> unit, std::size_t bytes) noexcept {
+    std::size_t length = 0;
+    for (const std::uint8_t byte : unit.first(bytes)) {
+        length = length << 8U | byte;
+    }
+    return length;
+}
+
 /// An access unit with lengths of `bytes` bytes as the same one with lengths of 4.
 std::vector<std::uint8_t> withLongLengths(std::span<const std::uint8_t> unit, std::size_t bytes) {
     std::vector<std::uint8_t> result;
     while (unit.size() > bytes) {
-        std::size_t length = 0;
-        for (std::size_t index = 0; index < bytes; ++index) {
-            length = length << 8U | unit[index];
-        }
-        length = std::min(length, unit.size() - bytes);
+        const std::size_t length = std::min(leadingLength(unit, bytes), unit.size() - bytes);
         for (unsigned shift = 32; shift > 0; shift -= 8) {
             result.push_back(static_cast<std::uint8_t>(length >> (shift - 8)));
         }
@@ -51,6 +56,20 @@ Data captionTripletsOfLengths(std::span<const std::uint8_t> unit, std::size_t le
     constexpr std::size_t kUsualLengthBytes = 4;
     return QLXCCUtilities::extractCCDataFromAVCCH264Packet(
         lengthBytes == kUsualLengthBytes ? Data(unit) : Data(withLongLengths(unit, lengthBytes)));
+}
+
+bool hasWholeUnits(std::span<const std::uint8_t> unit, std::size_t lengthBytes) noexcept {
+    if (unit.size() > lengthBytes && leadingLength(unit, lengthBytes) == 0) {
+        return lengthBytes == 0;
+    }
+    while (lengthBytes > 0 && unit.size() > lengthBytes) {
+        const std::size_t length = leadingLength(unit, lengthBytes);
+        if (length > unit.size() - lengthBytes) {
+            return false;
+        }
+        unit = unit.subspan(lengthBytes + length);
+    }
+    return true;
 }
 
 std::size_t lengthBytesOf(std::span<const std::uint8_t> parameters) noexcept {

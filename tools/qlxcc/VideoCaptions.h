@@ -22,6 +22,9 @@ namespace qlx::tool {
 /// The same of an H.264 access unit whose NAL units stand behind lengths (ISO/IEC 14496-15) of `lengthBytes` bytes.
 [[nodiscard]] Data captionTripletsOfLengths(std::span<const std::uint8_t> unit, std::size_t lengthBytes);
 
+/// Whether such an access unit begins with a NAL unit, and the lengths lead to its end.
+[[nodiscard]] bool hasWholeUnits(std::span<const std::uint8_t> unit, std::size_t lengthBytes) noexcept;
+
 /// The bytes of a length in front of the NAL units of an H.264 stream, as its parameter record (ISO/IEC 14496-15) says; 0
 /// for other bytes, which are those of a stream with start codes.
 [[nodiscard]] std::size_t lengthBytesOf(std::span<const std::uint8_t> parameters) noexcept;
