@@ -2,10 +2,14 @@
 #include "InputKind.h"
 #include "PictureOrder.h"
 #include "StreamEnd.h"
+#include "StreamWalk.h"
 #include "VideoCaptions.h"
 
 #include "FuzzSupport.h"
 
+#include <algorithm>
+#include <array>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -33,12 +37,53 @@ void checkKinds(std::span<const std::uint8_t> bytes) {
 }
 
 void checkEnds(std::span<const std::uint8_t> bytes) {
-    if (const auto cut = qlx::tool::cutProgramPacket(bytes)) {
-        require(cut->begin + cut->there == bytes.size() && cut->there > 0);
-        require(cut->size == 0 || cut->size > cut->there);
+    for (const std::size_t packetSize : {0U, 188U, 192U, 204U}) {
+        if (const auto cut = qlx::tool::cutTransportPacket(bytes, packetSize)) {
+            require(cut->begin + cut->there == bytes.size() && cut->there < cut->size);
+            require(packetSize == 0 || cut->size == packetSize);
+        }
     }
     std::uint64_t size = 0;
     require(!qlx::tool::isTripletHeaderCut(bytes, size) || bytes.size() < 25);
+}
+
+/// What a walk over pieces of a start byte, a size and as many bytes finds.
+struct Findings {
+    std::vector<qlx::tool::Stray> strays;
+    std::optional<qlx::tool::CutPiece> cut;
+};
+
+/// @param step Bytes that are handed over at once.
+Findings walk(std::span<const std::uint8_t> bytes, std::size_t step) {
+    constexpr std::uint8_t kStart = 0x47;
+    const auto measure = [](std::uint64_t /*place*/, std::span<const std::uint8_t> rest) {
+        if (rest.empty() || (rest[0] == kStart && rest.size() < 2)) {
+            return std::optional<std::uint64_t>(0);
+        }
+        return rest[0] == kStart ? std::optional<std::uint64_t>(2U + rest[1]) : std::nullopt;
+    };
+    qlx::tool::StreamWalk pieces(measure, std::array{kStart});
+    Findings findings;
+    for (std::size_t place = 0; place < bytes.size(); place += step) {
+        pieces.take(place, bytes.subspan(place, std::min(step, bytes.size() - place)));
+        for (const qlx::tool::Stray& stray : pieces.takeStrays()) {
+            require(stray.size > 0 && stray.begin + stray.size <= bytes.size());
+            findings.strays.push_back(stray);
+        }
+    }
+    findings.cut = pieces.cutAt(bytes.size());
+    return findings;
+}
+
+/// A stream gives the same however it comes in.
+void checkWalk(std::span<const std::uint8_t> bytes) {
+    const Findings whole = walk(bytes, std::max<std::size_t>(bytes.size(), 1));
+    const Findings single = walk(bytes, 1);
+    const std::size_t common = std::min(whole.strays.size(), single.strays.size());
+    require(std::equal(whole.strays.begin(), whole.strays.begin() + static_cast<std::ptrdiff_t>(common),
+                       single.strays.begin()));
+    require(whole.cut == single.cut);
+    require(!whole.cut || whole.cut->begin + whole.cut->there == bytes.size());
 }
 
 /// Every picture that goes in comes out, numbered one after the other.
@@ -70,6 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<std::uint8_t> bytes(data, data + size);
     checkKinds(bytes);
     checkEnds(bytes);
+    checkWalk(bytes);
     checkOrder(bytes, qlx::tool::VideoCodec::H264);
     checkOrder(bytes, qlx::tool::VideoCodec::Mpeg2);
     for (std::size_t lengthBytes = 1; lengthBytes <= 4; ++lengthBytes) {
