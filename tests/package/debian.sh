@@ -9,9 +9,9 @@ build=$1 work=$2 version=$3 soversion=$4 compiler=$5
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 subtitles=$here/../../examples/data/demo.srt
 
-for needed in dpkg dpkg-deb dpkg-shlibdeps gzip; do
+for needed in dpkg dpkg-deb dpkg-shlibdeps file gzip; do
     if ! command -v "$needed" >/dev/null; then
-        echo "skipped: $needed is not installed (Debian package dpkg-dev)"
+        echo "skipped: $needed is not installed (Debian packages dpkg-dev and file)"
         exit 77
     fi
 done
