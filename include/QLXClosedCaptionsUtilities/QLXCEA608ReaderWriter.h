@@ -43,8 +43,8 @@ public:
     [[nodiscard]] std::shared_ptr<qlx::PixelBuffer> pixelBufferWithRows_fromSampleBuffer(
         const qlx::Range& rows, const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer);
 
-    /// The `clcp`/`c608` sample of what is drawn in rows 1 and 2 of the sample's picture, with that sample's timing (all
-    /// zero if it has none).
+    /// The `clcp`/`c608` sample of what is drawn in rows 1 and 2 of the sample's picture, with that sample's timing
+    /// (all zero if it has none).
     ///
     /// Its four bytes are those of row 1, 0, 0, with those of row 2 ORed in from the second byte on: a picture that
     /// overlayCEA608FromCCBuffer:size:intoPixelBuffer: has drawn the pair a, b into gives a, b | 0x80, 0x80, 0. Cells
@@ -59,9 +59,9 @@ public:
 
     /// Draws a byte pair into row 1 of a picture, black into row 0, and the pair 0x80, 0x80 into row 2.
     ///
-    /// The picture stays as it is when it has fewer than three rows or is not wider than 274 pixels, with fewer than two
-    /// bytes or none (null), or when a step fails. Bits that do not fit into the row are cut off. In a `420v` picture row 3 shares its
-    /// chroma with row 2, and loses its colour.
+    /// The picture stays as it is when it has fewer than three rows or is not wider than 274 pixels, with fewer than
+    /// two bytes or none (null), or when a step fails. Bits that do not fit into the row are cut off. In a `420v` picture
+    /// row 3 shares its chroma with row 2, and loses its colour.
     /// @param ccBuffer The bytes, parity included; only the first two are used.
     /// @param size Bytes of the buffer.
     /// @param pixelBuffer The picture, changed in place; without one nothing happens.

@@ -11,8 +11,9 @@
 /// setLogDelegate() and not changed from then on.
 ///
 /// The display methods are called on the thread that logs, one message at a time; they must not log themselves, set the
-/// delegate, wait for the log, or end the process. No method may throw. A file that cannot be opened is reported, and initialLogMessage asked for, on the log's
-/// own queue, where both are allowed; such a report may come while another message is displayed.
+/// delegate, wait for the log, or end the process. No method may throw. A file that cannot be opened is reported, and
+/// initialLogMessage asked for, on the log's own queue, where both are allowed; such a report may come while another
+/// message is displayed.
 struct QLXLogControllerDelegate {
     /// The entry for messages to display; see QLXLogController for the dictionary's keys.
     std::function<void(const qlx::Dictionary& info)> displayLogWithInfoDict;

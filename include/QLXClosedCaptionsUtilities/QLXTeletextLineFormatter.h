@@ -20,7 +20,8 @@ public:
     /// digits count: "0x0D" stays text.
     /// @param object Written with the row when it has at most 39 characters (UTF-16 code units); may be null.
     /// @param string The printable form.
-    /// @param errorDescription Written with "String too long (max. 39 characters)" when the row is too long; may be null.
+    /// @param errorDescription Written with "String too long (max. 39 characters)" when the row is too long; may be
+    ///        null.
     /// @return False when the row is too long.
     bool getObjectValue_forString_errorDescription(qlx::Value* object, std::string_view string,
                                                    std::optional<std::string>* errorDescription = nullptr) const;

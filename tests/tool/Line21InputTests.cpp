@@ -170,7 +170,7 @@ TEST_F(WrongLine21Input, OutputIsOfThePicturesOwnKind) {
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.ppm", "a.v210"}));
 }
 
-// --- pictures that options name: --preview of line21, --png of show ---------------------------------------------------
+// --- pictures that options name: --preview of line21, --png of show
 
 TEST(PictureName, MustNotBeThatOfAnotherKindOfFile) {
     const TemporaryFolder folder;

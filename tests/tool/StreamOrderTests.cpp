@@ -10,6 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
+#include <optional>
 #include <string>
 
 namespace {
@@ -209,6 +212,15 @@ TEST(PictureTimes, GoOnBehindAGap) {
     // At the end there is no other picture that it may belong to.
     EXPECT_EQ(timesInTurn({0, kNone, 7200, 18000}), (std::vector<std::int64_t>{0, 3600, 7200, 18000}));
     EXPECT_EQ(timesInTurn({0, kNone, 7200, 18000, kNone}), (std::vector<std::int64_t>{0, 3600, 7200, 18000, 21600}));
+}
+
+TEST(PictureTimes, TakeWhatCanOnlyBeDamageForNone) {
+    constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    const std::vector<std::int64_t> expected{0, 3600, 7200, 10800, 14400};
+    EXPECT_EQ(timesInTurn({0, kGreatest, std::nullopt, kLeast, std::nullopt}), expected);
+    EXPECT_EQ(timesInTurn({0, kGreatest, kLeast, kGreatest / 4 + 1, -kGreatest / 4 - 1}), expected);
+    EXPECT_EQ(timesInTurn({kLeast, kGreatest, 7200, std::nullopt, std::nullopt}), expected);
 }
 
 TEST(PictureTimes, DoNotWaitForEverForASecondTime) {

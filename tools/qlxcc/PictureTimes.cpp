@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <iterator>
-#include <limits>
 #include <utility>
 
 namespace qlx::tool {
@@ -106,8 +105,7 @@ void PictureTimes::setTime(Frame& frame) {
     if (!frame.pts && !_last) {
         frame.pts = _first;
     }
-    // Nothing is counted on from a time that can only be damage.
-    if (_last && _frameDuration > 0 && _last->value < std::numeric_limits<std::int64_t>::max() / 4) {
+    if (_last && _frameDuration > 0) {
         const std::int64_t expected = _last->value + _frameDuration;
         if (!frame.pts || !isBelieved(frame.pts->value, expected)) {
             frame.pts = MediaTime::make(expected, _last->timescale);

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <optional>
 #include <set>
 #include <span>
@@ -23,7 +24,11 @@ public:
     PictureTimes(VideoCodec codec, std::int64_t frameDuration, std::optional<MediaTime> first = std::nullopt)
         : _order(codec), _frameDuration(frameDuration), _first(first) {}
 
+    /// A time that can only be damage counts as none, so that nothing is counted on from it.
     void add(std::span<const std::uint8_t> unit, Frame frame) {
+        if (frame.pts && (frame.pts->value > kGreatestTime || frame.pts->value < -kGreatestTime)) {
+            frame.pts.reset();
+        }
         _isComplete = _isComplete && frame.pts;
         if (frame.pts && _isComplete) {
             _times.insert(frame.pts->value);
@@ -42,6 +47,8 @@ public:
     [[nodiscard]] std::optional<Frame> take();
 
 private:
+    static constexpr std::int64_t kGreatestTime = std::numeric_limits<std::int64_t>::max() / 4;
+
     void setTime(Frame& frame);
     void countBack();
     void place(Frame frame);
