@@ -1,7 +1,7 @@
 # Installation, in three components:
 #   Runtime      the shared library
 #   Development  headers, static library, CMake package, pkg-config module
-#   Tool         qlxcc, its manual pages and completions
+#   Tool         qlxcc, its modules, manual pages and completions
 
 include(CMakePackageConfigHelpers)
 
@@ -49,6 +49,10 @@ install(
 
 if(TARGET qlxcc)
     install(TARGETS qlxcc RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Tool)
+    get_property(qlxcc_modules GLOBAL PROPERTY QLXCC_MODULES)
+    if(qlxcc_modules)
+        install(TARGETS ${qlxcc_modules} LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/qlxcc" COMPONENT Tool)
+    endif()
     install(
         DIRECTORY "${PROJECT_SOURCE_DIR}/docs/"
         DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"

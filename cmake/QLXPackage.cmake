@@ -60,6 +60,8 @@ sections.
 This package contains the headers, the static library, and the files for
 CMake and pkg-config.")
 
+# Its modules are its own: nothing of them is for ldconfig.
+set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA "${qlx_debian}/none/postinst;${qlx_debian}/none/postrm")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME qlxcc)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)

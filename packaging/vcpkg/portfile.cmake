@@ -36,6 +36,10 @@ vcpkg_cmake_config_fixup(PACKAGE_NAME QLXClosedCaptionsUtilities CONFIG_PATH lib
 vcpkg_fixup_pkgconfig()
 if("tool" IN_LIST FEATURES)
     vcpkg_copy_tools(TOOL_NAMES qlxcc AUTO_CLEAN)
+    # A tool of vcpkg looks for libraries in its own folder.
+    file(GLOB MODULES "${CURRENT_PACKAGES_DIR}/lib/qlxcc/*.so")
+    file(COPY ${MODULES} DESTINATION "${CURRENT_PACKAGES_DIR}/tools/${PORT}")
+    file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/lib/qlxcc" "${CURRENT_PACKAGES_DIR}/debug/lib/qlxcc")
 endif()
 
 file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/include" "${CURRENT_PACKAGES_DIR}/debug/share")

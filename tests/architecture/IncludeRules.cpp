@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t kMaximumLines = 500;
 constexpr std::size_t kMaximumHeavyIncluders = 2;
+constexpr std::string_view kToolFolder = "tools/qlxcc/";
 constexpr std::string_view kPublicFolder = "include/QLXClosedCaptionsUtilities/";
 
 struct Arrows {
@@ -68,6 +69,7 @@ constexpr std::string_view kGeneratedHeaders[] = {
 /// Where the tool itself meets the system: files, streams, the terminal.
 constexpr std::string_view kToolSystemFiles[] = {
     "tools/qlxcc/InputFile.cpp",
+    "tools/qlxcc/Module.cpp",
     "tools/qlxcc/OutputFile.cpp",
     "tools/qlxcc/Progress.cpp",
 };
@@ -79,11 +81,12 @@ struct LibraryWrapper {
     std::string_view header;  ///< The beginning of what it may include.
 };
 
-/// The files of the tool that include a library's headers: one, and for FFmpeg two.
+/// The files of the tool that include a library's headers, one each.
 constexpr LibraryWrapper kLibraryWrappers[] = {
-    {"tools/qlxcc/Container.cpp", "libav"},       {"tools/qlxcc/ContainerInput.cpp", "libav"},
-    {"tools/qlxcc/Encoding.cpp", "iconv.h"},      {"tools/qlxcc/PngFile.cpp", "png.h"},
-    {"tools/qlxcc/ScreenImage.cpp", "libzvbi.h"},
+    {"tools/qlxcc/Encoding.cpp", "iconv.h"},
+    {"tools/qlxcc/modules/FFmpegDemuxer.cpp", "libav"},
+    {"tools/qlxcc/modules/LibpngCodec.cpp", "png.h"},
+    {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},
 };
 
 constexpr std::string_view kVectorHeaders[] = {"immintrin.h", "arm_neon.h"};
@@ -294,6 +297,9 @@ private:
     std::string resolve(const std::string& path, const Include& include) const {
         const std::filesystem::path name(include.path);
         std::vector<std::filesystem::path> candidates = {"src" / name, "include" / name};
+        if (path.starts_with(kToolFolder)) {
+            candidates.push_back(std::filesystem::path(kToolFolder) / name);
+        }
         if (include.quoted) {
             candidates.insert(candidates.begin(), std::filesystem::path(path).parent_path() / name);
         }

@@ -151,8 +151,9 @@ TEST(Container, SaysWhatIsMissing) {
     const ToolResult result = runTool({"scan", file});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err, "qlxcc: " + file +
-                              ": this qlxcc was built without FFmpeg's libraries, which mxf files need (Debian: "
-                              "libavformat-dev); --format klv finds the ANC packets in it\n");
+                              ": MXF files need FFmpeg's libraries, which are not there: qlxcc-containers.so: cannot "
+                              "open shared object file: No such file or directory; --format klv finds the ANC packets "
+                              "in it\n");
 }
 
 #endif

@@ -228,7 +228,7 @@ TEST(Line21, WorksOnPngFilesAndDrawsAPreview) {
     } catch (const std::exception&) {
         const ToolResult result = runTool({"line21", "write", "--bytes", "942c", "-o", folder.path("a.png")});
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_NE(result.err.find("libpng-dev"), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find("libpng"), std::string::npos) << result.err;
         GTEST_SKIP() << "built without PNG files";
     }
     ASSERT_EQ(

@@ -1,35 +1,34 @@
-// The seam to FFmpeg's libraries: a file as they read one, and what they have to say.
+// A file as a demuxer reads it, with what the tool keeps of it to say what is wrong with it.
 #pragma once
 
+#include "Demuxer.h"
 #include "InputFile.h"
 #include "StreamEnd.h"
 
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <span>
-#include <string>
 #include <vector>
-
-struct AVIOContext;
 
 namespace qlx::tool {
 
-/// An InputFile as FFmpeg reads one. What the file throws waits until FFmpeg, which is C, has returned.
-class ContainerInput {
+/// An InputFile for a demuxer. What the file throws waits until the demuxer, which may be C, has returned.
+class ContainerInput final : public DemuxerInput {
 public:
     /// @param source Must outlive this.
-    explicit ContainerInput(InputFile& source);
-    ~ContainerInput();
-    ContainerInput(const ContainerInput&) = delete;
-    ContainerInput& operator=(const ContainerInput&) = delete;
+    /// @param check Gets whatever is read; must outlive this.
+    ContainerInput(InputFile& source, StreamCheck& check) : _source(source), _check(check) {}
 
-    /// @param check Gets whatever is read from now on; must outlive this.
-    void follow(StreamCheck& check) noexcept { _check = &check; }
+    std::optional<std::size_t> read(std::span<std::uint8_t> to) noexcept override;
+    bool seek(std::uint64_t offset) noexcept override;
+    [[nodiscard]] std::uint64_t offset() const noexcept override { return _source.offset(); }
+    [[nodiscard]] std::optional<std::uint64_t> size() const noexcept override {
+        return _canSeek ? _source.size() : std::nullopt;
+    }
 
-    [[nodiscard]] AVIOContext* context() const { return _context; }
-
-    /// Makes FFmpeg read a file from front to back, as it does a pipe.
-    void forbidSeeking() noexcept;
+    /// Makes a file to be read from front to back, as a pipe is; before the demuxer is made.
+    void forbidSeeking() noexcept { _canSeek = false; }
 
     /// The last bytes that have been read in one go: `kKeptBytes` of them, or fewer.
     [[nodiscard]] std::span<const std::uint8_t> lastBytes() const noexcept { return _lastBytes; }
@@ -39,25 +38,13 @@ public:
     void rethrow();
 
 private:
-    static int read(void* self, std::uint8_t* buffer, int size) noexcept;
     void keepLast(std::span<const std::uint8_t> bytes);
-    static std::int64_t seek(void* self, std::int64_t offset, int whence) noexcept;
 
     InputFile& _source;
-    StreamCheck* _check = nullptr;
-    AVIOContext* _context = nullptr;
+    StreamCheck& _check;
+    bool _canSeek = true;
     std::vector<std::uint8_t> _lastBytes;
     std::exception_ptr _error;
 };
-
-/// Makes FFmpeg keep what its demuxers have to say of damage, in place of printing it. Its log is one for the whole
-/// process.
-void listenToDemuxers();
-
-/// What has been said since the last call; the first 20 remarks.
-[[nodiscard]] std::vector<std::string> takeDemuxerRemarks();
-
-/// An error code of FFmpeg in words.
-[[nodiscard]] std::string demuxerErrorText(int error);
 
 }  // namespace qlx::tool

@@ -26,7 +26,7 @@ void ContainerRemarks::addDamagedSample(std::uint64_t end, std::vector<std::stri
     add("byte " + std::to_string(end) + ": a damaged or cut sample ends here", problems);
 }
 
-void ContainerRemarks::addDamagedUnits(std::int64_t begin, std::vector<std::string>& problems) {
+void ContainerRemarks::addDamagedUnits(std::uint64_t begin, std::vector<std::string>& problems) {
     add("byte " + std::to_string(begin) + ": a damaged sample: its NAL units do not fit into it", problems);
 }
 

@@ -26,7 +26,7 @@ public:
     void addDamagedSample(std::uint64_t end, std::vector<std::string>& problems);
 
     /// @param begin The first byte of a sample whose NAL units are not where their lengths say.
-    void addDamagedUnits(std::int64_t begin, std::vector<std::string>& problems);
+    void addDamagedUnits(std::uint64_t begin, std::vector<std::string>& problems);
 
     /// For a long stretch without a packet that is read: a demuxer says nothing of what it passes over while it looks for
     /// the next one.

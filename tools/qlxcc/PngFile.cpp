@@ -2,216 +2,46 @@
 
 #include "Errors.h"
 #include "ImageFile.h"
+#include "Module.h"
+#include "PngCodec.h"
 
-#include <png.h>
-
-#include <csetjmp>
-#include <exception>
-#include <new>
+#include <span>
 #include <string>
+#include <utility>
 
 namespace qlx::tool {
 
-namespace {
-
-// libpng reports an error by jumping out of its calls, over every frame in between. So the functions that set the jump's
-// target hold nothing that needs destroying, and what the callbacks throw is kept and thrown again outside.
-
-/// What one reading or writing keeps beside libpng's own state.
-struct PngState {
-    ByteSource* source = nullptr;
-    OutputFile* output = nullptr;
-    std::exception_ptr thrown;  ///< By the source or the output.
-    std::string problem;        ///< libpng's own words.
-    bool isCutOff = false;
-};
-
-PngState& stateOf(png_voidp pointer) {
-    return *static_cast<PngState*>(pointer);
-}
-
-extern "C" {
-
-[[noreturn]] static void failed(png_structp png, png_const_charp message) {
-    stateOf(png_get_error_ptr(png)).problem = message;
-    png_longjmp(png, 1);
-}
-
-static void warned(png_structp /*png*/, png_const_charp /*message*/) {
-    // What libpng can live with is no reason to bother anyone.
-}
-
-static void readBytes(png_structp png, png_bytep to, png_size_t count) {
-    PngState& state = stateOf(png_get_io_ptr(png));
+void requirePng(std::string_view name) {
     try {
-        state.isCutOff = state.source->read(std::span(to, count)) < count;
-    } catch (...) {
-        state.thrown = std::current_exception();
-    }
-    if (state.thrown || state.isCutOff) {
-        png_error(png, "cut off");
+        (void)module<PngCodec>();
+    } catch (const Failure& failure) {
+        throw failureIn(name, std::string("PNG files need libpng, which is not there: ") + failure.what() +
+                                  "; a .ppm file needs no library");
     }
 }
-
-static void writeBytes(png_structp png, png_bytep from, png_size_t count) {
-    PngState& state = stateOf(png_get_io_ptr(png));
-    try {
-        state.output->write(std::span<const std::uint8_t>(from, count));
-    } catch (...) {
-        state.thrown = std::current_exception();
-    }
-    if (state.thrown) {
-        png_error(png, "not written");
-    }
-}
-
-static void flushNothing(png_structp /*png*/) {}
-
-}  // extern "C"
-
-/// libpng's objects for one reading.
-class PngReader {
-public:
-    explicit PngReader(PngState& state) : _png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &state, failed, warned)) {
-        if (_png != nullptr) {
-            _info = png_create_info_struct(_png);
-        }
-        if (_info == nullptr) {
-            png_destroy_read_struct(&_png, nullptr, nullptr);
-            throw std::bad_alloc();
-        }
-        png_set_read_fn(_png, &state, readBytes);
-    }
-    ~PngReader() { png_destroy_read_struct(&_png, &_info, nullptr); }
-    PngReader(const PngReader&) = delete;
-    PngReader& operator=(const PngReader&) = delete;
-
-    /// Reads up to the picture and asks for RGBA.
-    bool readHeader() {
-        if (setjmp(png_jmpbuf(_png)) != 0) {
-            return false;
-        }
-        png_set_sig_bytes(_png, static_cast<int>(kPngSignature.size()));
-        png_set_user_limits(_png, kGreatestImageSide, kGreatestImageSide);
-        png_set_chunk_malloc_max(_png, kGreatestChunk);
-        png_read_info(_png, _info);
-        png_set_expand(_png);
-        png_set_scale_16(_png);
-        png_set_gray_to_rgb(_png);
-        png_set_add_alpha(_png, 0xFF, PNG_FILLER_AFTER);
-        _passes = png_set_interlace_handling(_png);
-        png_read_update_info(_png, _info);
-        return png_get_rowbytes(_png, _info) == std::size_t{4} * width();
-    }
-
-    /// Reads all rows, and what stands behind them.
-    bool readRows(Image& image) {
-        if (setjmp(png_jmpbuf(_png)) != 0) {
-            return false;
-        }
-        for (int pass = 0; pass < _passes; ++pass) {
-            for (std::size_t y = 0; y < image.height(); ++y) {
-                png_read_row(_png, image.row(y).data()->data(), nullptr);
-            }
-        }
-        png_read_end(_png, nullptr);
-        return true;
-    }
-
-    [[nodiscard]] std::uint32_t width() const { return png_get_image_width(_png, _info); }
-    [[nodiscard]] std::uint32_t height() const { return png_get_image_height(_png, _info); }
-
-private:
-    /// Bytes that a text or a colour profile may unpack to; none of them is used.
-    static constexpr png_alloc_size_t kGreatestChunk = 4'000'000;
-
-    png_structp _png = nullptr;
-    png_infop _info = nullptr;
-    int _passes = 1;
-};
-
-/// libpng's objects for one writing.
-class PngWriter {
-public:
-    explicit PngWriter(PngState& state) : _png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &state, failed, warned)) {
-        if (_png != nullptr) {
-            _info = png_create_info_struct(_png);
-        }
-        if (_info == nullptr) {
-            png_destroy_write_struct(&_png, nullptr);
-            throw std::bad_alloc();
-        }
-        png_set_write_fn(_png, &state, writeBytes, flushNothing);
-    }
-    ~PngWriter() { png_destroy_write_struct(&_png, &_info); }
-    PngWriter(const PngWriter&) = delete;
-    PngWriter& operator=(const PngWriter&) = delete;
-
-    bool write(const Image& image, bool hasAlpha) {
-        if (setjmp(png_jmpbuf(_png)) != 0) {
-            return false;
-        }
-        png_set_IHDR(_png, _info, static_cast<png_uint_32>(image.width()), static_cast<png_uint_32>(image.height()), 8,
-                     hasAlpha ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-        png_write_info(_png, _info);
-        if (!hasAlpha) {
-            png_set_filler(_png, 0, PNG_FILLER_AFTER);
-        }
-        for (std::size_t y = 0; y < image.height(); ++y) {
-            png_write_row(_png, image.row(y).data()->data());
-        }
-        png_write_end(_png, _info);
-        return true;
-    }
-
-private:
-    png_structp _png = nullptr;
-    png_infop _info = nullptr;
-};
-
-[[noreturn]] void throwReadFailure(const PngState& state) {
-    if (state.thrown) {
-        std::rethrow_exception(state.thrown);
-    }
-    const std::string& name = state.source->name();
-    if (state.isCutOff) {
-        throw failureAtByte(name, state.source->offset(), "the PNG file ends in the middle");
-    }
-    throw failureAtByte(name, state.source->offset(), "the PNG file is broken: " + state.problem);
-}
-
-}  // namespace
-
-void requirePng(std::string_view /*name*/) {}
 
 Image readPngBehindSignature(ByteSource& source) {
-    PngState state;
-    state.source = &source;
-    PngReader reader(state);
-    if (!reader.readHeader()) {
-        throwReadFailure(state);
+    requirePng(source.name());
+    PngResult result = module<PngCodec>().read(source, kGreatestImagePixels);
+    if (result.image) {
+        return std::move(*result.image);
     }
-    if (std::uint64_t{reader.width()} * reader.height() > kGreatestImagePixels) {
-        throw failureIn(source.name(), "the picture has " + std::to_string(reader.width()) + " x " +
-                                           std::to_string(reader.height()) + " pixels; at most 7680 x 4320 are read");
+    if (result.isCutOff) {
+        throw failureAtByte(source.name(), source.offset(), "the PNG file ends in the middle");
     }
-    Image image(reader.width(), reader.height());
-    if (!reader.readRows(image)) {
-        throwReadFailure(state);
+    if (!result.problem.empty()) {
+        throw failureAtByte(source.name(), source.offset(), "the PNG file is broken: " + result.problem);
     }
-    return image;
+    throw failureIn(source.name(), "the picture has " + std::to_string(result.width) + " x " +
+                                       std::to_string(result.height) + " pixels; at most 7680 x 4320 are read");
 }
 
 void writePng(const Image& image, OutputFile& output) {
-    PngState state;
-    state.output = &output;
-    PngWriter writer(state);
-    if (!writer.write(image, !image.isOpaque())) {
-        if (state.thrown) {
-            std::rethrow_exception(state.thrown);
-        }
-        throw failureIn(output.name(), "the PNG file cannot be made: " + state.problem);
+    requirePng(output.name());
+    const PngResult result =
+        module<PngCodec>().write(image, [&output](std::span<const std::uint8_t> bytes) { output.write(bytes); });
+    if (!result.isDone) {
+        throw failureIn(output.name(), "the PNG file cannot be made: " + result.problem);
     }
 }
 

@@ -1,5 +1,4 @@
-// PNG files. The library that knows them is included by this module's source alone; a build without it has a source that
-// says so in its place.
+// PNG files, which a module of the tool reads and writes.
 #pragma once
 
 #include "Image.h"
@@ -20,7 +19,7 @@ inline constexpr std::array<std::uint8_t, 8> kPngSignature{0x89, 'P', 'N', 'G', 
 
 void writePng(const Image& image, OutputFile& output);
 
-/// Throws Failure, before anything is read or written, in a build without PNG files.
+/// Throws Failure, before anything is read or written, where the module is not there.
 void requirePng(std::string_view name);
 
 }  // namespace qlx::tool

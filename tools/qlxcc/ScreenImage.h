@@ -1,4 +1,4 @@
-// Screens as pictures, drawn with the fonts of the VBI library where it is there.
+// Screens as pictures, which a module of the tool draws.
 #pragma once
 
 #include "Image.h"

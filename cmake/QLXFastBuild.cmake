@@ -1,0 +1,66 @@
+# What makes building faster where the machine has it, and changes nothing of what is built.
+
+option(QLX_FAST_BUILD "Compile through ccache, and link what clang builds with lld, where they are there" OFF)
+
+if(QLX_FAST_BUILD)
+    find_program(QLX_CCACHE ccache)
+    if(QLX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+        set(CMAKE_CXX_COMPILER_LAUNCHER "${PROJECT_SOURCE_DIR}/scripts/compiler-launcher")
+    endif()
+    find_program(QLX_LLD ld.lld)
+    if(QLX_LLD AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        add_link_options(-fuse-ld=lld)
+    endif()
+endif()
+
+# qlx_precompile(<name> OPTIONS <option>... HEADERS <header>...)
+#
+# Has headers of the system read once for all sources of the targets that qlx_use_precompiled() names with <name>.
+# OPTIONS are those that the targets have beside the project's own.
+#
+# CMake's own precompiled headers are made from a file in the build folder, and clang wants to find that again: what one
+# checkout has compiled would be of no use to another. So clang reads them from a header of the system, for which any
+# will do.
+function(qlx_precompile name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "OPTIONS;HEADERS")
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        add_library(${name} OBJECT "${PROJECT_SOURCE_DIR}/cmake/Precompiled.cpp")
+        qlx_configure_target(${name})
+        target_compile_options(${name} PRIVATE ${arg_OPTIONS})
+        list(TRANSFORM arg_HEADERS REPLACE "(.+)" "<\\1>")
+        target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
+        return()
+    endif()
+    string(TOUPPER "${CMAKE_BUILD_TYPE}" type)
+    separate_arguments(flags NATIVE_COMMAND "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${type}}")
+    foreach(header IN LISTS arg_HEADERS)
+        list(APPEND includes -include ${header})
+    endforeach()
+    set(precompiled "${CMAKE_CURRENT_BINARY_DIR}/${name}.pch")
+    add_custom_command(
+        OUTPUT "${precompiled}"
+        COMMAND
+            ${CMAKE_CXX_COMPILER_LAUNCHER} ${CMAKE_CXX_COMPILER} ${flags} ${CMAKE_CXX20_STANDARD_COMPILE_OPTION}
+            ${qlx_compile_options} ${arg_OPTIONS} -Xclang -fno-pch-timestamp ${includes} -MD -MF "${precompiled}.d" -x
+            c++-header /usr/include/stdint.h -o "${precompiled}"
+        DEPFILE "${precompiled}.d"
+        COMMENT "Precompiling ${name}"
+        VERBATIM)
+    add_custom_target(${name} DEPENDS "${precompiled}")
+    set_target_properties(${name} PROPERTIES QLX_PRECOMPILED "${precompiled}")
+endfunction()
+
+# qlx_use_precompiled(<target> <name>)
+function(qlx_use_precompiled target name)
+    get_target_property(precompiled ${name} QLX_PRECOMPILED)
+    if(NOT precompiled)
+        target_precompile_headers(${target} REUSE_FROM ${name})
+        # Without it ccache does not know what a source that has been preprocessed stands on.
+        target_compile_options(${target} PRIVATE -fpch-preprocess)
+        return()
+    endif()
+    add_dependencies(${target} ${name})
+    target_compile_options(${target} PRIVATE -include-pch "${precompiled}")
+    get_target_property(sources ${target} SOURCES)
+    set_property(SOURCE ${sources} APPEND PROPERTY OBJECT_DEPENDS "${precompiled}")
+endfunction()

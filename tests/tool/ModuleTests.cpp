@@ -1,0 +1,80 @@
+// The parts of the tool that stand on large libraries, and are loaded when they are needed.
+
+#include "Demuxer.h"
+#include "Errors.h"
+#include "Module.h"
+#include "PngCodec.h"
+#include "ScreenPainter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using qlx::tool::DemuxerModule;
+using qlx::tool::Failure;
+using qlx::tool::PngCodec;
+using qlx::tool::ScreenPainter;
+
+/// Why a module cannot be loaded; empty when it can.
+template <class Interface>
+std::string obstacle() {
+    try {
+        (void)qlx::tool::module<Interface>();
+        return {};
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+}
+
+std::string missing(const char* name) {
+    return std::string(name) + ".so: cannot open shared object file: No such file or directory";
+}
+
+struct Nowhere {
+    static constexpr const char* kModule = "qlxcc-nowhere";
+};
+
+// Other tests pass over what a module is missing for: here it is told whether one should be there.
+
+TEST(Modules, ContainersAreThereWhenTheyWereBuilt) {
+#ifdef QLX_TOOL_FFMPEG
+    EXPECT_EQ(obstacle<DemuxerModule>(), "");
+#else
+    EXPECT_EQ(obstacle<DemuxerModule>(), missing("qlxcc-containers"));
+#endif
+}
+
+TEST(Modules, PngIsThereWhenItWasBuilt) {
+#ifdef QLX_TOOL_PNG
+    EXPECT_EQ(obstacle<PngCodec>(), "");
+#else
+    EXPECT_EQ(obstacle<PngCodec>(), missing("qlxcc-png"));
+#endif
+}
+
+TEST(Modules, ScreensAreThereWhenTheyWereBuilt) {
+#ifdef QLX_TOOL_ZVBI
+    EXPECT_EQ(obstacle<ScreenPainter>(), "");
+#else
+    EXPECT_EQ(obstacle<ScreenPainter>(), missing("qlxcc-screens"));
+#endif
+}
+
+TEST(Modules, SayWhatIsMissingEachTime) {
+    EXPECT_EQ(obstacle<Nowhere>(), missing("qlxcc-nowhere"));
+    EXPECT_EQ(obstacle<Nowhere>(), missing("qlxcc-nowhere"));
+}
+
+TEST(Modules, OneOfAnotherVersionIsNotTaken) {
+    try {
+        (void)qlx::tool::loadModule("qlxcc-another-version");
+        FAIL() << "taken";
+    } catch (const Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("undefined symbol: qlxccModule_"), std::string::npos)
+            << failure.what();
+    }
+}
+
+}  // namespace
