@@ -3,9 +3,9 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
-#include "anc/LumaPackets.h"
 #include "anc/RowKernels.h"
-#include "anc/V210.h"
+#include "facade/LumaPackets.h"
+#include "v210/V210.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,8 +4,8 @@
 
 #include "FuzzSupport.h"
 #include "LiteralCaptionExtractors.h"
-#include "captions/A53CaptionData.h"
-#include "captions/MPEG2CaptionExtractor.h"
+#include "cc/A53CaptionData.h"
+#include "video/MPEG2CaptionExtractor.h"
 
 using qlxfuzz::require;
 

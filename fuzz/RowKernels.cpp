@@ -2,7 +2,7 @@
 #include "anc/RowKernels.h"
 
 #include "FuzzSupport.h"
-#include "anc/V210.h"
+#include "v210/V210.h"
 
 using qlxfuzz::require;
 

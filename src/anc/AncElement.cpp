@@ -1,6 +1,6 @@
 #include "anc/AncElement.h"
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
 
 #include <algorithm>
 #include <cstring>

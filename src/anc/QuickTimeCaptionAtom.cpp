@@ -2,7 +2,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
 
 namespace qlx::captionatom {
 

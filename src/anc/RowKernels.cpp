@@ -1,7 +1,7 @@
 #include "anc/RowKernels.h"
 
-#include "anc/V210.h"
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
+#include "v210/V210.h"
 
 #include <cstring>
 

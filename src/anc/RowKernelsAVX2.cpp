@@ -1,6 +1,6 @@
 #include "anc/RowKernels.h"
 
-#include "anc/V210.h"
+#include "v210/V210.h"
 
 #if defined(__x86_64__) && defined(__GNUC__)
 

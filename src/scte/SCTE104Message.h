@@ -7,7 +7,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "scte/SCTE104Operation.h"
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
 
 #include <algorithm>
 

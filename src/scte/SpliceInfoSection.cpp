@@ -1,7 +1,7 @@
 #include "scte/SpliceInfoSection.h"
 
-#include "platform/Bytes.h"
-#include "scte/MPEGCRC32.h"
+#include "base/Bytes.h"
+#include "base/MPEGCRC32.h"
 
 #include <algorithm>
 #include <array>

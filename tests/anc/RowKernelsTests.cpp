@@ -1,7 +1,7 @@
 #include "anc/RowKernels.h"
 
 #include "ExactBuffer.h"
-#include "anc/V210.h"
+#include "v210/V210.h"
 
 #include <gtest/gtest.h>
 

@@ -38,15 +38,14 @@ TEST(IncludeRules, AllowTheArrowsOfTheArchitecture) {
     const std::vector<SourceFile> tree = {
         {"src/platform/File.cpp", "#include <fcntl.h>\n#include \"platform/File.h\"\n"},
         {"src/platform/File.h", "#include <QLXClosedCaptionsUtilities/Export.h>\n"},
+        {"src/base/Bytes.h", ""},
         {"src/anc/Parity.cpp", "#include \"Parity.h\"\n#include <immintrin.h>\n"},
-        {"src/anc/Parity.h", "#include \"platform/File.h\"\n#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"},
-        {"src/captions/A.cpp", "#include \"anc/Parity.h\"\n"},
-        {"src/subtitles/A.cpp", "#include <QLXClosedCaptionsUtilities/platform/Data.h>\n"},
-        {"src/packetizer/A.cpp", "#include \"anc/Parity.h\"\n"
-                                 "#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>\n"},
-        {"src/log/Log.h", ""},
-        {"src/scte/A.cpp", "#include \"log/Log.h\"\n#include \"anc/Parity.h\"\n"},
-        {"src/line21/A.cpp", "#include \"../platform/File.h\"\n"},
+        {"src/anc/Parity.h", "#include \"base/Bytes.h\"\n"},
+        {"src/cc/A.cpp", "#include \"anc/Parity.h\"\n"},
+        {"src/subtitles/A.cpp", "#include <QLXClosedCaptionsUtilities/platform/Data.h>\n#include \"anc/Parity.h\"\n"},
+        {"src/facade/A.cpp", "#include \"anc/Parity.h\"\n#include \"log/Log.h\"\n#include \"platform/File.h\"\n"
+                             "#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>\n"},
+        {"src/log/Log.h", "#include \"../platform/File.h\"\n"},
         header("platform/Data.h", "#include <vector>\n"),
         header("QLXVANCPacket.h", "#include <QLXClosedCaptionsUtilities/platform/Data.h>\n"),
         header("QLXSubtitleRecord.h"),
@@ -57,25 +56,32 @@ TEST(IncludeRules, AllowTheArrowsOfTheArchitecture) {
                                  "#include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>\n"},
         {"tools/qlxcc/Arguments.h", "#include <CLI/CLI.hpp>\n"},
         {"tools/qlxcc/Json.h", "#include <nlohmann/json.hpp>\n"},
+        {"tools/qlxcc/modules/Module.cpp", "#include \"Json.h\"\n"},
     };
     EXPECT_EQ(violationsIn(tree), Lines{});
 }
 
 TEST(IncludeRules, FindAnArrowThatPointsTheWrongWay) {
     const std::vector<SourceFile> tree = {
-        {"src/anc/A.cpp", "\n#include \"packetizer/B.h\"\n"},
-        {"src/packetizer/B.h", ""},
+        {"src/anc/A.cpp", "\n#include \"facade/B.h\"\n"},
+        {"src/facade/B.h", ""},
         {"src/subtitles/C.cpp", "#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>\n"},
-        {"src/platform/D.cpp", "#include \"../anc/E.h\"\n"},
+        {"src/base/D.cpp", "#include \"../anc/E.h\"\n"},
         {"src/anc/E.h", "#include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>\n"},
+        // Neighbours, and what a room might reach through them.
+        {"src/scte/F.h", "#include \"cc/G.h\"\n"},
+        {"src/cc/G.h", ""},
+        {"src/video/H.h", "#include \"scte/F.h\"\n"},
         header("QLXCCUtilities.h"),
         header("QLXClosedCaptionsUtilities.h"),
     };
     const Lines expected = {
-        "src/anc/A.cpp:2: anc must not include packetizer/B.h",
+        "src/anc/A.cpp:2: anc must not include facade/B.h",
         "src/subtitles/C.cpp:1: subtitles must not include QLXClosedCaptionsUtilities/QLXCCUtilities.h",
-        "src/platform/D.cpp:1: platform must not include ../anc/E.h",
+        "src/base/D.cpp:1: base must not include ../anc/E.h",
         "src/anc/E.h:1: anc must not include QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h",
+        "src/scte/F.h:1: scte must not include cc/G.h",
+        "src/video/H.h:1: video must not include scte/F.h",
     };
     EXPECT_EQ(violationsIn(tree), expected);
 }
@@ -85,18 +91,22 @@ TEST(IncludeRules, FindAPublicHeaderThatIncludesMoreThanPlatform) {
         header("QLXVANCPacket.h", "#include \"QLXSubtitleRecord.h\"\n#include <anc/Parity.h>\n#include <fcntl.h>\n"),
         header("QLXSubtitleRecord.h"),
         header("QLXCCUtilities.h", "#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"),
-        header("platform/Data.h", "#include \"../QLXCCUtilities.h\"\n#include \"platform/Storage.h\"\n"),
+        header("platform/Data.h", "#include \"../QLXCCUtilities.h\"\n#include \"platform/Storage.h\"\n"
+                                  "#include <QLXClosedCaptionsUtilities/platform/Services.h>\n"),
+        header("platform/Services.h", "#include <QLXClosedCaptionsUtilities/platform/Data.h>\n"),
         {"src/anc/Parity.h", ""},
         {"src/platform/Storage.h", ""},
     };
     const Lines expected = {
-        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:1: anc must not include QLXSubtitleRecord.h",
-        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:2: anc must not include anc/Parity.h",
+        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:1: facade must not include QLXSubtitleRecord.h",
+        "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:2: facade must not include anc/Parity.h",
         "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h:3: must not include fcntl.h",
-        "include/QLXClosedCaptionsUtilities/QLXCCUtilities.h:1: anc must not include "
+        "include/QLXClosedCaptionsUtilities/QLXCCUtilities.h:1: facade must not include "
         "QLXClosedCaptionsUtilities/QLXVANCPacket.h",
-        "include/QLXClosedCaptionsUtilities/platform/Data.h:1: platform must not include ../QLXCCUtilities.h",
-        "include/QLXClosedCaptionsUtilities/platform/Data.h:2: platform must not include platform/Storage.h",
+        "include/QLXClosedCaptionsUtilities/platform/Data.h:1: base must not include ../QLXCCUtilities.h",
+        "include/QLXClosedCaptionsUtilities/platform/Data.h:2: base must not include platform/Storage.h",
+        "include/QLXClosedCaptionsUtilities/platform/Data.h:3: base must not include "
+        "QLXClosedCaptionsUtilities/platform/Services.h",
     };
     EXPECT_EQ(violationsIn(tree), expected);
 }
@@ -142,14 +152,14 @@ TEST(IncludeRules, FindAHeavyHeaderInMoreThanTwoFilesOrOutsideTheTool) {
 TEST(IncludeRules, FindWhatTheyCannotPlace) {
     const std::vector<SourceFile> tree = {
         {"src/misc/A.cpp", "#include \"Gone.h\"\n#include HEADER\n"},
-        header("QLXUnknown.h", "#include <QLXClosedCaptionsUtilities/Gone.h>\n"),
+        {"include/other/B.h", "#include <QLXClosedCaptionsUtilities/Gone.h>\n"},
     };
     const Lines expected = {
-        "src/misc/A.cpp:1: belongs to no known subsystem",
+        "src/misc/A.cpp:1: belongs to no known room",
         "src/misc/A.cpp:1: no such file: Gone.h",
         "src/misc/A.cpp:2: an include must name its file",
-        "include/QLXClosedCaptionsUtilities/QLXUnknown.h:1: belongs to no known subsystem",
-        "include/QLXClosedCaptionsUtilities/QLXUnknown.h:1: no such file: QLXClosedCaptionsUtilities/Gone.h",
+        "include/other/B.h:1: belongs to no known room",
+        "include/other/B.h:1: no such file: QLXClosedCaptionsUtilities/Gone.h",
     };
     EXPECT_EQ(violationsIn(tree), expected);
 }

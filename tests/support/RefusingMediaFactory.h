@@ -3,7 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 
-#include "platform/OneSample.h"
+#include "facade/OneSample.h"
 
 #include <optional>
 

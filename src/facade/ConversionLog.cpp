@@ -1,0 +1,17 @@
+#include "facade/ConversionLog.h"
+
+#include <QLXClosedCaptionsUtilities/QLXLogController.h>
+
+#include "scte/SCTENames.h"
+
+namespace qlx::scte {
+
+void logConvertedRequest(const scte104::SpliceRequest& request) {
+    constexpr std::int64_t kLevel = 2;
+    QLXLogController::sharedLogController()->logMessageWithLevel_show_messageFormat(
+        kLevel, true, "SCTE Packet read: type: %@, eventID: %u programUID: %d duration: %d",
+        spliceTypeDisplayName(request.spliceInsertType), request.spliceEventID, request.uniqueProgramID,
+        request.breakDuration);
+}
+
+}  // namespace qlx::scte

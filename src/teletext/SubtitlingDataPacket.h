@@ -1,0 +1,108 @@
+// The subtitling data packet (SDP) of SMPTE RDD 8: header, three teletext packets, footer, checksum.
+#pragma once
+
+#include "teletext/TeletextPacket.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace qlx::sdp {
+
+inline constexpr std::size_t kPacketCount = 3;
+inline constexpr std::size_t kHeaderSize = 9;
+inline constexpr std::size_t kFooterSize = 3;
+inline constexpr std::size_t kChecksumSize = 1;
+inline constexpr std::size_t kPacketsEnd = kHeaderSize + kPacketCount * teletext::kPacketSize;
+/// Bytes of a whole SDP.
+inline constexpr std::size_t kSize = kPacketsEnd + kFooterSize + kChecksumSize;
+static_assert(kSize == 148);
+
+/// Bytes of a test packet: the header and one teletext packet.
+inline constexpr std::size_t kTestPacketSize = kHeaderSize + teletext::kPacketSize;
+
+/// First VBI line of the page headers and filling packets.
+inline constexpr std::uint8_t kFirstLine = 10;
+
+/// VBI packet descriptor: bit 7 odd (first) field, bits 0 to 4 the line.
+constexpr std::uint8_t descriptor(unsigned line, bool oddField) noexcept {
+    return static_cast<std::uint8_t>((oddField ? 0x80U : 0U) | (line & 31U));
+}
+
+/// Identifier, length of the whole packet, format code, and descriptors for three lines (two stay unused).
+constexpr std::array<std::uint8_t, kHeaderSize> header(std::uint8_t firstLine, bool oddField) noexcept {
+    return {0x51,
+            0x15,
+            kSize,
+            0x02,
+            descriptor(firstLine, oddField),
+            descriptor(firstLine + 1U, oddField),
+            descriptor(firstLine + 2U, oddField),
+            0,
+            0};
+}
+
+constexpr std::array<std::uint8_t, kFooterSize> footer(std::uint16_t counter) noexcept {
+    return {0x74, static_cast<std::uint8_t>(counter >> 8U), static_cast<std::uint8_t>(counter & 0xFFU)};
+}
+
+/// The byte that makes the sum of `bytes` and itself 0 modulo 256.
+constexpr std::uint8_t checksum(std::span<const std::uint8_t> bytes) noexcept {
+    unsigned sum = 0;
+    for (const std::uint8_t byte : bytes) {
+        sum += byte;
+    }
+    return static_cast<std::uint8_t>(0U - sum);
+}
+
+using Block = std::array<std::uint8_t, kSize>;
+
+/// The SDP of three filling packets of one field, with counter 0.
+constexpr Block fillingBlock(bool oddField) noexcept {
+    Block block{};
+    std::size_t position = 0;
+    const auto put = [&block, &position](const auto& bytes) {
+        for (const std::uint8_t byte : bytes) {
+            block[position++] = byte;
+        }
+    };
+    put(header(kFirstLine, oddField));
+    for (std::size_t index = 0; index < kPacketCount; ++index) {
+        put(teletext::kFillingPacket);
+    }
+    put(footer(0));
+    block[position] = checksum(std::span(block).first(position));
+    return block;
+}
+
+/// Filling blocks of the even [0] and the odd [1] field: what every other block starts from.
+inline constexpr std::array<Block, 2> kFillingBlocks = {fillingBlock(false), fillingBlock(true)};
+
+/// An SDP being built: filling packets until they are replaced.
+class Builder {
+public:
+    Builder(std::uint8_t firstLine, bool oddField) noexcept;
+
+    /// The place of teletext packet `index` (0 to 2).
+    [[nodiscard]] teletext::PacketSpan packet(std::size_t index) noexcept {
+        return teletext::PacketSpan(_block.data() + kHeaderSize + index * teletext::kPacketSize, teletext::kPacketSize);
+    }
+
+    /// The SDP, with its footer and checksum.
+    [[nodiscard]] Data finish(std::uint16_t counter);
+
+private:
+    Block _block;
+};
+
+/// The whole SDP of three filling packets.
+[[nodiscard]] Data filling(bool oddField, std::uint16_t counter);
+
+/// A test packet. Its length byte, 0x3A, counts a footer and a checksum that are not there; line test set-ups expect
+/// it so, and it is kept.
+[[nodiscard]] Data testPacket(std::span<const std::uint8_t, teletext::kPacketSize> packet);
+
+}  // namespace qlx::sdp

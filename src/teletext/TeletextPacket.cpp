@@ -1,0 +1,60 @@
+#include "teletext/TeletextPacket.h"
+
+#include <algorithm>
+
+namespace qlx::teletext {
+
+namespace {
+
+// Spacing attributes (EN 300 706, clause 12.2).
+constexpr std::uint8_t kEndBox = 0x0A;
+constexpr std::uint8_t kStartBox = 0x0B;
+constexpr std::uint8_t kDoubleHeight = 0x0D;
+constexpr std::uint8_t kSpace = 0x20;
+
+constexpr std::int32_t kAlignmentCenter = 2;
+constexpr std::int32_t kAlignmentRight = 3;
+
+static_assert(kMaximumTextSize + 6 == kDataSize, "four codes before the text and two behind it fill a row");
+
+std::size_t leadingSpaces(std::int32_t alignment, std::size_t textSize) noexcept {
+    const std::size_t room = kMaximumTextSize - textSize;
+    switch (alignment) {
+    case kAlignmentCenter:
+        return room / 2;
+    case kAlignmentRight:
+        return room;
+    default:
+        return 0;
+    }
+}
+
+}  // namespace
+
+void writePageHeader(PacketSpan packet, std::uint8_t pageTens, std::uint8_t pageUnits, std::uint8_t packetAddress,
+                     bool erasePage) noexcept {
+    auto out = packet.begin();
+    const auto put = [&out](const auto& bytes) { out = std::copy(bytes.begin(), bytes.end(), out); };
+    put(kRunInAndFramingCode);
+    put(addressBytes(kMagazine8, packetAddress));
+    put(pageNumberBytes(pageUnits, pageTens));
+    put(pageControlBytes(erasePage));
+    writeFiller(std::span<std::uint8_t>(out, packet.end()));
+}
+
+void writeRow(std::span<std::uint8_t, kAddressAndDataSize> target, const Row& row) noexcept {
+    const std::span<const std::uint8_t> text = row.latin1.first(std::min(row.latin1.size(), kMaximumTextSize));
+    const auto address = addressBytes(kMagazine8, row.address);
+    auto out = std::copy(address.begin(), address.end(), target.begin());
+    out = std::fill_n(out, leadingSpaces(row.alignment, text.size()), kSpace);
+    for (const std::uint8_t code : {row.color, kDoubleHeight, kStartBox, kStartBox}) {
+        *out++ = withOddParity(code);
+    }
+    out = std::transform(text.begin(), text.end(), out,
+                         [](std::uint8_t character) { return withOddParity(frenchCode(character)); });
+    *out++ = withOddParity(kEndBox);
+    *out++ = withOddParity(kEndBox);
+    std::fill(out, target.end(), kSpace);
+}
+
+}  // namespace qlx::teletext

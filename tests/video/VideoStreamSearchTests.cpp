@@ -1,0 +1,225 @@
+// The fast searches against the same searches written out byte by byte.
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+
+#include "ExactBuffer.h"
+#include "LiteralCaptionExtractors.h"
+#include "video/H264CaptionExtractor.h"
+#include "video/MPEG2CaptionExtractor.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+using qlx::videostream::Kernels;
+using qlxtest::ExactBuffer;
+using qlxtest::LiteralTriplets;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// Both sets on this machine; only the plain one where there is no AVX2.
+std::vector<const Kernels*> allKernels() {
+    std::vector<const Kernels*> all{&qlx::videostream::scalarKernels()};
+    if (qlx::videostream::avx2Kernels()) {
+        all.push_back(qlx::videostream::avx2Kernels());
+    }
+    return all;
+}
+
+LiteralTriplets literally(const qlx::Data& data) {
+    return data ? LiteralTriplets(Bytes(data.begin(), data.end())) : std::nullopt;
+}
+
+/// Checks all the searches on one input and gives the number of them that found something.
+int checkSearches(const Bytes& bytes) {
+    const ExactBuffer exact(bytes);
+    const LiteralTriplets annexB = qlxtest::literalAnnexB(exact.span());
+    const LiteralTriplets lengthPrefixed = qlxtest::literalLengthPrefixed(exact.span());
+    const LiteralTriplets mpeg2 = qlxtest::literalMPEG2(exact.span());
+    for (const Kernels* kernels : allKernels()) {
+        EXPECT_EQ(literally(qlx::h264::tripletsInAnnexB(exact.span(), *kernels)), annexB);
+        EXPECT_EQ(literally(qlx::h264::tripletsInLengthPrefixed(exact.span(), *kernels)), lengthPrefixed);
+        EXPECT_EQ(literally(qlx::mpeg2::captionTriplets(exact.span(), *kernels)), mpeg2);
+    }
+    EXPECT_EQ(literally(QLXCCUtilities::extractCCDataFromH264Packet(bytes)), qlxtest::literalH264(exact.span()));
+    if (testing::Test::HasFailure()) {
+        ADD_FAILURE() << qlxtest::toHex(bytes);
+    }
+    return (annexB ? 1 : 0) + (lengthPrefixed ? 1 : 0) + (mpeg2 ? 1 : 0);
+}
+
+void append(Bytes& bytes, const Bytes& more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+Bytes randomFragments(std::mt19937& random) {
+    static const Bytes kFragments[] = {
+        {0x00},
+        {0x01},
+        {0x06},
+        {0x26},
+        {0x65},
+        {0xFF},
+        {'G'},
+        {'4'},
+        {0x40},
+        {0x03},
+        {0x00, 0x00, 0x01},
+        {0x00, 0x00, 0x01, 0x06},
+        {0x00, 0x00, 0x00, 0x01, 0x26},
+        {0x00, 0x00, 0x01, 0x65},
+        {'G', 'A', '9'},
+        {'G', 'A', '9', '4'},
+        {'G', 'A', '9', '4', 0x03, 0x42},
+        {'G', 'A', '9', '4', 0x03, 0xC1, 0xFF},
+        {'G', 'A', '9', '4', 0x03, 0x80},
+        {'G', 'A', '9', '4', 0x04, 0xC1},
+        {0x06, 0x04, 0x11, 0xB5, 0x00, 0x31},
+    };
+    Bytes bytes = random() % 2 == 0 ? Bytes{0x00, 0x00, 0x00, 0x01} : Bytes();
+    if (random() % 4 != 0) {
+        bytes.push_back(0x06);
+    }
+    for (std::size_t count = random() % 14; count > 0; --count) {
+        append(bytes, kFragments[random() % std::size(kFragments)]);
+        if (random() % 4 == 0) {
+            bytes.resize(bytes.size() + random() % 80, static_cast<std::uint8_t>(random()));
+        }
+    }
+    return bytes;
+}
+
+/// Units behind lengths that are mostly right.
+Bytes randomLengthPrefixed(std::mt19937& random) {
+    Bytes bytes;
+    for (std::size_t count = 1 + random() % 4; count > 0; --count) {
+        Bytes unit = randomFragments(random);
+        if (random() % 2 == 0) {
+            unit.insert(unit.begin(), 0x06);
+        }
+        const std::size_t error = random() % 8 == 0 ? random() % 5 : 2;
+        const auto length = static_cast<std::uint32_t>(unit.size() + error - 2);
+        append(bytes, {static_cast<std::uint8_t>(length >> 24U), static_cast<std::uint8_t>(length >> 16U),
+                       static_cast<std::uint8_t>(length >> 8U), static_cast<std::uint8_t>(length)});
+        append(bytes, unit);
+    }
+    return bytes;
+}
+
+constexpr std::size_t kMegabyte = 1U << 20U;
+
+/// `pattern` again and again, behind `begin`.
+Bytes repeated(Bytes begin, const Bytes& pattern) {
+    while (begin.size() < kMegabyte) {
+        append(begin, pattern);
+    }
+    return begin;
+}
+
+using Find = std::size_t (*)(const std::uint8_t*, std::size_t, std::size_t);
+
+/// Checks a search for a pattern at every position of a buffer that holds it once.
+void checkEveryPlace(Find Kernels::*find, const Bytes& pattern, std::uint8_t filler) {
+    constexpr std::size_t kSize = 150;
+    const std::size_t last = kSize - pattern.size() + 1;
+    for (std::size_t place = 0; place < last; ++place) {
+        ExactBuffer bytes = ExactBuffer::filled(kSize, filler);
+        std::memcpy(bytes.data() + place, pattern.data(), pattern.size());
+        for (const Kernels* kernels : allKernels()) {
+            for (const std::size_t begin : {std::size_t{0}, std::size_t{1}, place / 2, place, place + 1, kSize}) {
+                for (const std::size_t end : {last, place, place + 1}) {
+                    const std::size_t expected = begin <= place && place < end ? place : end;
+                    ASSERT_EQ((kernels->*find)(bytes.data(), begin, end), expected) << place << " from " << begin;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+TEST(VideoStreamKernels, FindAStartCodeAtEveryPosition) {
+    for (const std::uint8_t filler : Bytes{0x40, 0x01, 0x02, 0xFF}) {
+        checkEveryPlace(&Kernels::findStartCode, {0x00, 0x00, 0x01}, filler);
+    }
+}
+
+TEST(VideoStreamKernels, FindAnIdentifierAtEveryPosition) {
+    for (const std::uint8_t filler : Bytes{0x00, 'G', 'A', '9', '4'}) {
+        checkEveryPlace(&Kernels::findUserIdentifier, {'G', 'A', '9', '4'}, filler);
+    }
+}
+
+TEST(VideoStreamKernels, FindAlikeAmongNearMisses) {
+    std::mt19937 random(3);
+    constexpr std::uint8_t kCodeAlphabet[] = {0x00, 0x00, 0x01, 0x02};
+    constexpr std::uint8_t kLetterAlphabet[] = {'G', 'A', '9', '4'};
+    for (int round = 0; round < 4'000; ++round) {
+        const bool code = round % 2 == 0;
+        const std::size_t width = code ? 3 : 4;
+        Bytes bytes(width + random() % 150);
+        for (std::uint8_t& byte : bytes) {
+            // Mostly the letter that follows the last one, so that long parts of the identifier occur.
+            byte = code ? kCodeAlphabet[random() % 4] : kLetterAlphabet[(random() % 8 ? &byte - bytes.data() : 2) % 4];
+        }
+        const ExactBuffer exact(bytes);
+        const std::size_t end = exact.size() - width + 1;
+        const std::size_t begin = random() % (end + 1);
+        const char* const pattern = code ? "\0\0\1" : "GA94";
+        std::size_t expected = begin;
+        while (expected < end && std::memcmp(exact.data() + expected, pattern, width) != 0) {
+            ++expected;
+        }
+        for (const Kernels* kernels : allKernels()) {
+            const auto find = code ? kernels->findStartCode : kernels->findUserIdentifier;
+            ASSERT_EQ(find(exact.data(), begin, end), expected) << qlxtest::toHex(bytes);
+        }
+    }
+}
+
+TEST(VideoStreamSearches, EqualTheLiteralOnesOnFragments) {
+    std::mt19937 random(4);
+    int found = 0;
+    for (int round = 0; round < 40'000 && !HasFailure(); ++round) {
+        found += checkSearches(randomFragments(random));
+    }
+    EXPECT_GT(found, 4'000);
+}
+
+TEST(VideoStreamSearches, EqualTheLiteralOnesOnUnitsBehindLengths) {
+    std::mt19937 random(5);
+    int found = 0;
+    for (int round = 0; round < 40'000 && !HasFailure(); ++round) {
+        found += checkSearches(randomLengthPrefixed(random));
+    }
+    EXPECT_GT(found, 4'000);
+}
+
+TEST(VideoStreamSearches, EqualTheLiteralOnesOnRandomBytes) {
+    std::mt19937 random(6);
+    for (std::size_t size = 0; size < 600 && !HasFailure(); ++size) {
+        Bytes bytes(size);
+        for (std::uint8_t& byte : bytes) {
+            byte = static_cast<std::uint8_t>(random());
+        }
+        checkSearches(bytes);
+        if (size >= 4) {
+            std::memcpy(bytes.data(), "\0\0\0\1", 4);
+            checkSearches(bytes);
+        }
+    }
+}
+
+TEST(VideoStreamSearches, TakeLinearTimeOnInputsMadeToSlowThem) {
+    // A search that began again at each start code, or at each identifier, would take hours here.
+    const Bytes startCode{0x00, 0x00, 0x00, 0x01};
+    EXPECT_EQ(checkSearches(repeated(startCode, {0x00, 0x00, 0x01})), 0);
+    EXPECT_EQ(checkSearches(repeated(startCode, {0x06, 0x00, 0x00, 0x01})), 0);
+    EXPECT_EQ(checkSearches(repeated({0x00, 0x00, 0x00, 0x01, 0x06}, {0x00})), 0);
+    EXPECT_EQ(checkSearches(repeated({0x00, 0x00, 0x00, 0x01, 0x06}, {'G'})), 0);
+    EXPECT_EQ(checkSearches(repeated({0x00, 0x00, 0x00, 0x01, 0x06}, {'G', 'A', '9', '4', 0x03, 0x3F})), 0);
+    EXPECT_EQ(checkSearches(repeated({0x06, 0x00, 0x00, 0x00, 0x06}, {'G', 'A', '9', '4', 0x03, 0x3F})), 0);
+    EXPECT_EQ(checkSearches(repeated({}, {0x00})), 0);
+}
