@@ -16,6 +16,9 @@ namespace {
 constexpr std::size_t kMaximumLines = 500;
 constexpr std::size_t kMaximumHeavyIncluders = 2;
 constexpr std::string_view kToolFolder = "tools/qlxcc/";
+/// The core's public headers: a folder a room.
+constexpr std::string_view kCoreFolder = "include/qlx/";
+constexpr std::string_view kCoreUmbrella = "include/qlx/qlx.h";
 constexpr std::string_view kPublicFolder = "include/QLXClosedCaptionsUtilities/";
 
 struct Arrows {
@@ -224,6 +227,13 @@ std::string_view folderOf(std::string_view path) {
     if (path.starts_with("tools/")) {
         return "tools";
     }
+    if (path == kCoreUmbrella) {
+        return "umbrella";
+    }
+    if (path.starts_with(kCoreFolder)) {
+        const std::string_view rest = path.substr(kCoreFolder.size());
+        return rest.substr(0, rest.find('/'));
+    }
     if (path.starts_with(kPublicFolder)) {
         const std::string_view rest = path.substr(kPublicFolder.size());
         for (const Owner& owner : kOwners) {
@@ -301,7 +311,8 @@ private:
         const std::string target = resolve(path, include);
         if (!target.empty()) {
             checkArrow(path, include, target);
-        } else if (include.quoted || include.path.starts_with("QLXClosedCaptionsUtilities/")) {
+        } else if (include.quoted || include.path.starts_with("QLXClosedCaptionsUtilities/") ||
+                   include.path.starts_with("qlx/")) {
             report(path, include.line, "no such file: " + include.path);
         } else {
             checkForeign(path, include);
@@ -332,11 +343,13 @@ private:
         const std::string_view to = folderOf(target);
         bool allowed = mayInclude(from, to);
         if (from == "umbrella") {
-            allowed = target.starts_with(kPublicFolder);
+            allowed = target.starts_with("include/");
+        } else if (path.starts_with(kCoreFolder)) {
+            allowed = allowed && target.starts_with("include/");
         } else if (path.starts_with(kPublicFolder)) {
             allowed = allowed && target.starts_with(kPublicFolder) && to != "facade" && to != "log";
         } else if (from == "tools") {
-            allowed = to == "tools" || target.starts_with(kPublicFolder);
+            allowed = to == "tools" || target.starts_with("include/");
         }
         if (!allowed) {
             report(path, include.line, std::string(from) + " must not include " + include.path);

@@ -111,6 +111,25 @@ TEST(IncludeRules, FindAPublicHeaderThatIncludesMoreThanPlatform) {
     EXPECT_EQ(violationsIn(tree), expected);
 }
 
+TEST(IncludeRules, HoldForThePublicHeadersOfTheCore) {
+    const std::vector<SourceFile> tree = {
+        {"include/qlx/base/finding.h", "#include <QLXClosedCaptionsUtilities/Export.h>\n"},
+        {"include/qlx/anc/row.h", "#include <qlx/base/finding.h>\n#include <qlx/cc/cdp.h>\n"},
+        {"include/qlx/cc/cdp.h", "#include <qlx/anc/row.h>\n#include \"anc/Parity.h\"\n#include <qlx/gone.h>\n"},
+        {"include/qlx/qlx.h", "#include <qlx/anc/row.h>\n#include <qlx/cc/cdp.h>\n"},
+        {"src/anc/Parity.h", "#include <qlx/anc/row.h>\n"},
+        {"src/anc/B.cpp", "#include <qlx/qlx.h>\n"},
+        {"tools/qlxcc/A.cpp", "#include <qlx/cc/cdp.h>\n"},
+    };
+    const Lines expected = {
+        "include/qlx/anc/row.h:2: anc must not include qlx/cc/cdp.h",
+        "include/qlx/cc/cdp.h:2: cc must not include anc/Parity.h",
+        "include/qlx/cc/cdp.h:3: no such file: qlx/gone.h",
+        "src/anc/B.cpp:1: anc must not include qlx/qlx.h",
+    };
+    EXPECT_EQ(violationsIn(tree), expected);
+}
+
 TEST(IncludeRules, FindSystemHeadersOutsideThePlatformFolder) {
     const std::vector<SourceFile> tree = {
         {"src/anc/A.cpp", "#include <unistd.h>\n#include <sys/stat.h>\n#include <stdint.h>\n#include <cstdint>\n"},

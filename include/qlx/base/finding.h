@@ -1,0 +1,127 @@
+// What a reader or writer has to say of something that is wrong, was left out, or needs a look.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/Export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace qlx {
+
+/// How much a finding matters.
+enum class Severity : std::uint8_t {
+    Remark,   ///< Worth knowing; nothing is wrong.
+    Warning,  ///< Something is wrong and was used all the same.
+    Error,    ///< Something was left out, or could not be used.
+};
+
+/// What was found: a block of 0x1'0000 numbers for each room. A number keeps its meaning. The two numbers of a finding
+/// are named behind each code.
+enum class FindingCode : std::uint32_t {
+    None = 0,
+
+    // base
+    OutputTooSmall = 0x1'0001,  ///< The caller's room: bytes needed, bytes there.
+
+    // anc (SMPTE ST 291-1)
+    AncChecksumWrong = 0x2'0001,  ///< Word (or byte) there, word that is right.
+    AncHeaderParityWrong,         ///< Word there, word that is right.
+    AncChecksumNotCarried,        ///< Byte there, byte that would be right.
+    AncPacketCut,                 ///< Words announced, words there.
+    AncPacketNotAtStart,          ///< Sample at which the packet begins.
+    AncRowTooShort,               ///< Bytes needed, bytes there.
+    AncPacketDoesNotFit,          ///< Words needed, words free.
+    AncTooManyUserDataWords,      ///< Words given, greatest count.
+    AncRowFormatUnknown,          ///< No numbers.
+
+    // cc (SMPTE ST 334-2, CTA-708)
+    CdpTooShort = 0x3'0001,      ///< Bytes needed, bytes there.
+    CdpIdentifierWrong,          ///< Identifier there, the right one.
+    CdpLengthWrong,              ///< cdp_length there, bytes of the packet.
+    CdpChecksumWrong,            ///< Byte there, byte that is right.
+    CdpFrameRateUnknown,         ///< cdp_frame_rate there.
+    CdpFlagsContradictSections,  ///< Flags there, flags of the sections that are there.
+    CdpCountUnlikeRate,          ///< cc_count there, cc_count of the frame rate.
+    CdpCountBeyondData,          ///< cc_count there, triplets that are there.
+    CdpCounterUnlikeFooter,      ///< Counter of the header, counter of the footer.
+    CdpCounterJumped,            ///< Counter there, counter that was expected.
+    CdpSectionCut,               ///< Section identifier, bytes that are there.
+    CdpSectionRepeated,          ///< Section identifier.
+    CdpSectionUnknown,           ///< Section identifier, bytes of it.
+    CdpFooterMissing,            ///< No numbers.
+    CdpBytesBehindFooter,        ///< Bytes behind the footer.
+    CdpReservedBitsWrong,        ///< Byte there, byte with the bits as they should be.
+    CdpTimeCodeInvalid,          ///< Four bytes of the time code as a number.
+    CdpTooManyTriplets,          ///< Triplets given, greatest count.
+    CdpTooLong,                  ///< Bytes needed, greatest length.
+    CdpServiceCountWrong,        ///< svc_count there, services that are there.
+};
+
+/// One thing that was found. Small and trivially copyable: its words are made on demand.
+struct Finding {
+    FindingCode code = FindingCode::None;
+    Severity severity = Severity::Error;
+    std::uint64_t offset = 0;  ///< Byte at which it stands, counted from the beginning of the input; or its line.
+    std::int64_t first = 0;    ///< As FindingCode says.
+    std::int64_t second = 0;   ///< The same.
+
+    [[nodiscard]] friend constexpr bool operator==(const Finding&, const Finding&) noexcept = default;
+
+    /// One line in English, without the place: "checksum 1a2, but 2a3 is right".
+    [[nodiscard]] QLX_EXPORT std::string text() const;
+};
+
+/// Takes findings one by one. What reads and writes gets a pointer to one, which may be null.
+class FindingSink {
+public:
+    FindingSink() = default;
+    virtual ~FindingSink() = default;
+
+    virtual void add(const Finding& finding) = 0;
+
+protected:
+    FindingSink(const FindingSink&) = default;
+    FindingSink& operator=(const FindingSink&) = default;
+};
+
+/// Keeps findings, up to a number, and counts the rest.
+class Findings final : public FindingSink {
+public:
+    /// As many are kept unless another number is asked for.
+    static constexpr std::size_t kUsualLimit = 1000;
+
+    explicit Findings(std::size_t limit = kUsualLimit) noexcept : _limit(limit) {}
+
+    void add(const Finding& finding) override {
+        if (_kept.size() < _limit) {
+            _kept.push_back(finding);
+        } else {
+            ++_rest;
+        }
+    }
+
+    [[nodiscard]] std::span<const Finding> kept() const noexcept { return _kept; }
+    [[nodiscard]] auto begin() const noexcept { return _kept.begin(); }
+    [[nodiscard]] auto end() const noexcept { return _kept.end(); }
+    [[nodiscard]] bool empty() const noexcept { return _kept.empty(); }
+    [[nodiscard]] std::size_t size() const noexcept { return _kept.size(); }
+    [[nodiscard]] const Finding& operator[](std::size_t index) const noexcept { return _kept[index]; }
+
+    /// How many more there were than are kept.
+    [[nodiscard]] std::uint64_t rest() const noexcept { return _rest; }
+
+    void clear() noexcept {
+        _kept.clear();
+        _rest = 0;
+    }
+
+private:
+    std::size_t _limit;
+    std::vector<Finding> _kept;
+    std::uint64_t _rest = 0;
+};
+
+}  // namespace qlx

@@ -1,0 +1,90 @@
+#include <qlx/base/finding.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <iterator>
+#include <string_view>
+
+namespace qlx {
+
+namespace {
+
+struct Text {
+    FindingCode code;
+    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2x}`: the same as hexadecimal digits.
+};
+
+using enum FindingCode;
+
+constexpr Text kTexts[] = {
+    {None, "nothing"},
+    {OutputTooSmall, "{1} bytes do not fit into {2}"},
+    {AncChecksumWrong, "checksum {1x}, but {2x} is right"},
+    {AncHeaderParityWrong, "header word {1x} with wrong parity, {2x} is right"},
+    {AncChecksumNotCarried, "no checksum: byte {1x} in its place, {2x} would be right"},
+    {AncPacketCut, "packet of {1} words, of which {2} are on the row"},
+    {AncPacketNotAtStart, "packet behind sample {1}, not at the beginning of the row"},
+    {AncRowTooShort, "row of {2} bytes, {1} are needed"},
+    {AncPacketDoesNotFit, "packet of {1} words does not fit: {2} are free"},
+    {AncTooManyUserDataWords, "{1} user data words, a packet has at most {2}"},
+    {AncRowFormatUnknown, "unknown row format"},
+    {CdpTooShort, "caption packet of {2} bytes, {1} are needed"},
+    {CdpIdentifierWrong, "identifier {1x} in place of {2x}"},
+    {CdpLengthWrong, "length {1} in a caption packet of {2} bytes"},
+    {CdpChecksumWrong, "caption packet checksum {1x}, but {2x} is right"},
+    {CdpFrameRateUnknown, "unknown frame rate code {1}"},
+    {CdpFlagsContradictSections, "flags {1x}, but the sections say {2x}"},
+    {CdpCountUnlikeRate, "{1} triplets, the frame rate has {2}"},
+    {CdpCountBeyondData, "{1} triplets announced, {2} are there"},
+    {CdpCounterUnlikeFooter, "counter {1}, but {2} in the footer"},
+    {CdpCounterJumped, "counter {1} where {2} was expected"},
+    {CdpSectionCut, "section {1x} is cut: {2} bytes are there"},
+    {CdpSectionRepeated, "section {1x} once more"},
+    {CdpSectionUnknown, "unknown section {1x} of {2} bytes"},
+    {CdpFooterMissing, "no footer"},
+    {CdpBytesBehindFooter, "{1} bytes behind the footer"},
+    {CdpReservedBitsWrong, "reserved bits: {1x}, should be {2x}"},
+    {CdpTimeCodeInvalid, "impossible time code {1x}"},
+    {CdpTooManyTriplets, "{1} triplets, a caption packet has at most {2}"},
+    {CdpTooLong, "{1} bytes, a caption packet has at most {2}"},
+    {CdpServiceCountWrong, "{1} services announced, {2} are there"},
+};
+
+/// Writes a number in place of a placeholder such as `{2x}`.
+void appendNumber(std::string& text, std::int64_t number, bool isHex) {
+    std::array<char, 24> digits{};
+    const auto result =
+        isHex ? std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<std::uint64_t>(number), 16)
+              : std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    const std::string_view written(digits.data(), static_cast<std::size_t>(result.ptr - digits.data()));
+    // A byte has two digits.
+    if (isHex && written.size() == 1) {
+        text += '0';
+    }
+    text += written;
+}
+
+}  // namespace
+
+std::string Finding::text() const {
+    const auto* const entry =
+        std::find_if(std::begin(kTexts), std::end(kTexts), [this](const Text& one) { return one.code == code; });
+    if (entry == std::end(kTexts)) {
+        return "finding " + std::to_string(static_cast<std::uint32_t>(code));
+    }
+    std::string text;
+    const std::string_view pattern = entry->pattern;
+    for (std::size_t index = 0; index < pattern.size(); ++index) {
+        if (pattern[index] != '{') {
+            text += pattern[index];
+            continue;
+        }
+        const std::size_t close = pattern.find('}', index);
+        appendNumber(text, pattern[index + 1] == '1' ? first : second, pattern[close - 1] == 'x');
+        index = close;
+    }
+    return text;
+}
+
+}  // namespace qlx
