@@ -134,16 +134,34 @@ void QLXLogController::State::queueSimpleLine(std::string message, std::string n
     writeIfEnding();
 }
 
+void QLXLogController::State::beginWith(std::optional<std::string> folder, std::int64_t level) {
+    const std::lock_guard lock(_changesMutex);
+    if (!_hasTakenFolder) {
+        setFolder(std::move(folder));
+    }
+    if (!_hasTakenLevel) {
+        setLevel(level);
+    }
+}
+
 void QLXLogController::State::takeFolder(std::optional<std::string> folder) {
     std::string text = qlx::formatted("New technical log path %@", folder);
-    setFolder(std::move(folder));
+    {
+        const std::lock_guard lock(_changesMutex);
+        _hasTakenFolder = true;
+        setFolder(std::move(folder));
+    }
     _reportsFailedOpen.store(true);
     printLine(std::move(text));
 }
 
 void QLXLogController::State::takeLevel(std::int64_t level) {
-    setLevel(level);
-    printLine(qlx::formatted("New Technical log level %li", level));
+    {
+        const std::lock_guard lock(_changesMutex);
+        _hasTakenLevel = true;
+        setLevel(level);
+    }
+    printLine(qlx::formatted("New Technical Log level %li", level));
 }
 
 void QLXLogController::State::runQueues() {

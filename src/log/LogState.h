@@ -40,6 +40,8 @@ public:
     /// Waits for the removals of old files that have been started.
     void waitForRemovals();
 
+    /// What holds when the log is made. A change that another thread has announced meanwhile is newer, and stays.
+    void beginWith(std::optional<std::string> folder, std::int64_t level);
     void takeFolder(std::optional<std::string> folder);
     void takeLevel(std::int64_t level);
 
@@ -85,6 +87,9 @@ private:
     std::string _prefix;
     std::optional<std::string> _folder;
     std::atomic<std::int64_t> _level{0};
+    std::mutex _changesMutex;      ///< Taken by a change of a setting.
+    bool _hasTakenFolder = false;  ///< A change has come.
+    bool _hasTakenLevel = false;   ///< The same.
     std::atomic<bool> _reportsFailedOpen{true};
     std::atomic<bool> _canRemoveOldFiles{true};
     std::atomic<bool> _isEnding{false};

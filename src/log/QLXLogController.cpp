@@ -55,8 +55,8 @@ QLXLogController::QLXLogController() : _state(std::make_shared<State>()) {
     // Observed first, so that no change falls between reading and observing.
     _observations.reset(new Observations{defaults, defaults.addObserver(QLXTechnicalLogFolderPathKey, observer),
                                          defaults.addObserver(QLXTechnicalLogLevelKey, observer)});
-    _state->setFolder(defaults.value(QLXTechnicalLogFolderPathKey).stringValue());
-    _state->setLevel(defaults.value(QLXTechnicalLogLevelKey).integerValue());
+    _state->beginWith(defaults.value(QLXTechnicalLogFolderPathKey).stringValue(),
+                      defaults.value(QLXTechnicalLogLevelKey).integerValue());
     checkForNotificationAuthorization();
 }
 

@@ -269,14 +269,14 @@ TEST_F(LogSettings, FollowsTheLevel) {
     log->waitUntilQueuesAreEmpty();
     defaults.setValue("technicalLogLevel", 5);
     EXPECT_EQ(log->technicalLogLevel(), 5);
-    EXPECT_EQ(console.printed(), "New Technical log level 5\n");
+    EXPECT_EQ(console.printed(), "New Technical Log level 5\n");
     write("after", 5);
     EXPECT_EQ(sundaysFile(), "\t" + kStamp + "\t\tafter\r\n");
     defaults.setValue("technicalLogLevel", "-3 or so");
     EXPECT_EQ(log->technicalLogLevel(), -3);
     defaults.setValue("technicalLogLevel", nullptr);
     EXPECT_EQ(log->technicalLogLevel(), 2);
-    EXPECT_EQ(console.printed(), "New Technical log level 5\nNew Technical log level -3\nNew Technical log level 2\n");
+    EXPECT_EQ(console.printed(), "New Technical Log level 5\nNew Technical Log level -3\nNew Technical Log level 2\n");
 }
 
 TEST_F(LogSettings, FollowsTheFolder) {
@@ -298,18 +298,50 @@ TEST_F(LogSettings, FollowsTheFolder) {
     EXPECT_EQ(console.printed(), "New technical log path " + other + "\nNew technical log path (null)\n");
 }
 
+/// Settings of which one is changed as soon as it has been read, as another thread may do.
+class HastyDefaults : public qlx::UserDefaults {
+public:
+    HastyDefaults(std::string key, qlx::Value next) : _key(std::move(key)), _next(std::move(next)) {}
+
+    qlx::Value value(std::string_view key) override {
+        qlx::Value now = UserDefaults::value(key);
+        if (key == _key && !_next.isNull()) {
+            setValue(key, std::exchange(_next, qlx::Value()));
+        }
+        return now;
+    }
+
+private:
+    std::string _key;
+    qlx::Value _next;
+};
+
+TEST_F(LogSettings, ChangeWhileAControllerIsBeingMade) {
+    {
+        HastyDefaults hasty("technicalLogLevel", 5);
+        const qlx::ScopedService<qlx::UserDefaults> scope(hasty);
+        EXPECT_EQ(QLXLogController().technicalLogLevel(), 5);
+    }
+    HastyDefaults hasty("technicalLogFolderPath", "/new");
+    const qlx::ScopedService<qlx::UserDefaults> scope(hasty);
+    hasty.setValue("technicalLogLevel", 3);
+    const QLXLogController controller;
+    EXPECT_EQ(controller.technicalLogFolderPath(), "/new");
+    EXPECT_EQ(controller.technicalLogLevel(), 3);
+}
+
 TEST_F(LogSettings, PassesOverOtherKeys) {
     log->observeValueForKeyPath_ofObject_change_context("volume", nullptr, {{"new", 7}}, nullptr);
     log->observeValueForKeyPath_ofObject_change_context("technicalLogLevel", nullptr, {{"new", 7}}, nullptr);
     EXPECT_EQ(log->technicalLogLevel(), 7);
-    EXPECT_EQ(console.printed(), "New Technical log level 7\n");
+    EXPECT_EQ(console.printed(), "New Technical Log level 7\n");
 }
 
 TEST_F(LogSettings, AreNotObservedAfterTheController) {
     auto other = std::make_unique<QLXLogController>();
     defaults.setValue("technicalLogLevel", 4);
-    EXPECT_EQ(console.printed(), "New Technical log level 4\nNew Technical log level 4\n");
+    EXPECT_EQ(console.printed(), "New Technical Log level 4\nNew Technical Log level 4\n");
     other.reset();
     defaults.setValue("technicalLogLevel", 6);
-    EXPECT_EQ(console.printed(), "New Technical log level 4\nNew Technical log level 4\nNew Technical log level 6\n");
+    EXPECT_EQ(console.printed(), "New Technical Log level 4\nNew Technical Log level 4\nNew Technical Log level 6\n");
 }

@@ -20,6 +20,7 @@ using qlx::tool::inputKind;
 using qlx::tool::inputKindOfBytes;
 using qlx::tool::inputKindOfName;
 using qlxtest::fromHex;
+using qlxtest::linesOf;
 using qlxtest::runTool;
 using qlxtest::TemporaryFolder;
 using Bytes = std::vector<std::uint8_t>;
@@ -198,6 +199,17 @@ TEST(InputKind, TellsScanWhatAFileIs) {
     const auto rows = runTool({"scan", folder.write("klv", klv), "--width", "720"});
     EXPECT_EQ(rows.exitCode, 2);
     EXPECT_TRUE(rows.err.find("a klv file says its lines") != std::string::npos) << rows.err;
+}
+
+TEST(InputKind, SaysThatTheCaptionsOfAFileAreInNoPicture) {
+    const TemporaryFolder folder;
+    const auto result =
+        runTool({"scan", folder.write("a.scc", std::string_view("Scenarist_SCC V1.0\n\n00:00:00:00\t94ae 94ae\n"))});
+    const auto lines = linesOf(result.out);
+    ASSERT_GE(lines.size(), 3U) << result.out;
+    EXPECT_NE(lines[1].find("  caption track          3  fc94ae"), std::string::npos) << lines[1];
+    EXPECT_EQ(lines.back(), "0 packets in 2 frames, 2 frames with captions in a track");
+    EXPECT_EQ(result.out.find("picture"), std::string::npos) << result.out;
 }
 
 TEST(InputKind, GivesThePicturesOfAnElementaryStreamInOrder) {

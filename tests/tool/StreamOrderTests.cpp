@@ -322,6 +322,42 @@ TEST(FrameOrder, JoinsWhatIsPresentedTogether) {
     EXPECT_FALSE(order.take());
 }
 
+TEST(FrameOrder, TakesTimesThatDifferByRoundingForOneMoment) {
+    // Pictures at 29.97 frames a second on a clock of 1/30000 s, their captions on one of 1/1000 s.
+    FrameOrder order(2);
+    const std::vector<std::int64_t> pictures{0, 33367, 66733, 100100};
+    const std::vector<std::int64_t> captions{0, 33000, 67000, 100000};
+    for (std::size_t index = 0; index < pictures.size(); ++index) {
+        FrameSample picture = sampleOf(0, pictures[index], pictures[index], static_cast<int>(index));
+        picture.tolerance = 33;
+        FrameSample packets = sampleOf(1, captions[index], captions[index], -1);
+        packets.tolerance = 1000;
+        packets.frame.packets.push_back(std::make_shared<QLXVANCPacket>());
+        // Either may come first.
+        order.add(std::move(index % 2 == 0 ? picture : packets));
+        order.add(std::move(index % 2 == 0 ? packets : picture));
+    }
+    order.finish();
+    for (int index = 0; index < 4; ++index) {
+        const std::optional<Frame> frame = order.take();
+        ASSERT_TRUE(frame) << index;
+        EXPECT_EQ(frame->triplets, (Data{0xFC, 0x80, static_cast<std::uint8_t>(index)}));
+        EXPECT_EQ(frame->packets.size(), 1U) << index;
+    }
+    EXPECT_FALSE(order.take());
+}
+
+TEST(FrameOrder, KeepsTheSamplesOfOneStreamApart) {
+    FrameOrder order(1);
+    for (int index = 0; index < 3; ++index) {
+        FrameSample sample = sampleOf(0, index, index, index);
+        sample.tolerance = 1000;
+        order.add(std::move(sample));
+    }
+    order.finish();
+    EXPECT_EQ(marksOf(order), (std::vector<int>{0, 1, 2}));
+}
+
 TEST(FrameOrder, DoesNotWaitForEverForASilentStream) {
     FrameOrder order(2);
     std::size_t given = 0;

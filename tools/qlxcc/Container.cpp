@@ -36,6 +36,12 @@ struct Track {
     std::size_t lengthBytes = 0;
     std::int32_t timescale = 1;
     std::int64_t frameDuration = 0;
+
+    /// Microseconds by which its clock may round a time; far below the shortest frame, however coarse it is.
+    [[nodiscard]] std::int64_t tolerance() const {
+        constexpr std::int64_t kGreatest = 4000;
+        return std::min(1'000'000 / std::max<std::int64_t>(timescale, 1), kGreatest);
+    }
 };
 
 constexpr bool isVideo(StreamContent content) {
@@ -213,6 +219,7 @@ void ContainerReader::takeSample(const Track& track, Frame& frame, std::vector<s
     case StreamContent::Pairs:
         // FFmpeg gives the pairs of both fields as triplets.
         frame.triplets = Data(bytes.first(bytes.size() / 3 * 3));
+        frame.captionPlace = CaptionPlace::Track;
         break;
     case StreamContent::Atom:
         if (auto packet =
@@ -232,6 +239,7 @@ void ContainerReader::takeSample(const Track& track, Frame& frame, std::vector<s
 void ContainerReader::take(const Track& track, std::size_t number, std::vector<std::string>& problems) {
     FrameSample sample;
     sample.stream = number;
+    sample.tolerance = track.tolerance();
     if (_packet.time) {
         sample.frame.pts = MediaTime::make(*_packet.time, track.timescale);
         sample.presentation = microseconds(*sample.frame.pts);
@@ -260,6 +268,7 @@ void ContainerReader::passPicturesOn() {
             sample.presentation = microseconds(*frame->pts);
             sample.decoding = sample.presentation;
         }
+        sample.tolerance = _tracks.front().tolerance();
         sample.frame = std::move(*frame);
         _order->add(std::move(sample));
     }

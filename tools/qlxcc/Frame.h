@@ -15,13 +15,20 @@ class QLXVANCPacket;
 
 namespace qlx::tool {
 
+/// Where captions come from that are in no packet.
+enum class CaptionPlace : std::uint8_t {
+    Picture,  ///< In the coded picture.
+    Track,    ///< In a caption track beside it, or a caption file.
+};
+
 /// The packets of one frame.
 struct Frame {
     std::uint64_t number = 0;      ///< Counted from 0.
     std::optional<MediaTime> pts;  ///< Presentation time, where it is known.
     std::vector<std::shared_ptr<QLXVANCPacket>> packets;
-    Data triplets;  ///< The cc_data triplets (CTA-708) that came with the picture itself, not in a packet; or none.
+    Data triplets;                                ///< The cc_data triplets (CTA-708) that are in no packet; or none.
     std::shared_ptr<QLXSubtitleRecord> subtitle;  ///< In playout: the subtitle last sent, null in a gap.
+    CaptionPlace captionPlace = CaptionPlace::Picture;  ///< Of the triplets.
 };
 
 /// Reads the frames of a file one after the other.

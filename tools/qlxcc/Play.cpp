@@ -9,6 +9,7 @@
 #include "Progress.h"
 #include "RowFile.h"
 #include "Schedule.h"
+#include "SubtitleTimes.h"
 #include "Subtitles.h"
 #include "Text.h"
 #include "Times.h"
@@ -158,7 +159,7 @@ private:
         }
     }
 
-    static std::string timecodeOf(double seconds) { return QLXSubtitleRecord::SRTTimecodeFromSeconds(seconds); }
+    static std::string timecodeOf(double seconds) { return timeInWords(seconds); }
 
     // Bytes, with all that belongs to a cue and a line.
     static constexpr std::size_t kWeightOfCue = 200;
@@ -189,7 +190,7 @@ FrameRange frameRange(const PlayOptions& options, const std::string& name, const
         return {first, first + firstFrameAtOrAfter(options.rate, *options.durationSeconds)};
     }
     const double lastEnd = cues.endOfLastCue();
-    const std::string lastTimecode = QLXSubtitleRecord::SRTTimecodeFromSeconds(lastEnd);
+    const std::string lastTimecode = timeInWords(lastEnd);
     if (lastEnd > kLongestTimeInSeconds) {
         throw failureIn(name, "the last cue ends at " + lastTimecode +
                                   ", behind 1000 hours: say how much is to be played with --duration");

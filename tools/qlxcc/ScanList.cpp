@@ -30,9 +30,10 @@ std::string listLine(const std::string& place, const QLXVANCPacket& packet, cons
            rightAligned(data.size(), kSizeWidth) + "  " + hex(data) + "\n";
 }
 
-std::string pictureLine(const std::string& place, const Data& triplets) {
-    return place + "  " + std::string(kLineWidth - 1, ' ') + "-  -         " + padded("in the picture", kNameWidth) +
-           "  " + rightAligned(triplets.size(), kSizeWidth) + "  " + hex(triplets) + "\n";
+std::string captionLine(const std::string& place, const Frame& frame) {
+    const std::string_view where = frame.captionPlace == CaptionPlace::Picture ? "in the picture" : "caption track";
+    return place + "  " + std::string(kLineWidth - 1, ' ') + "-  -         " + padded(std::string(where), kNameWidth) +
+           "  " + rightAligned(frame.triplets.size(), kSizeWidth) + "  " + hex(frame.triplets) + "\n";
 }
 
 }  // namespace
@@ -98,7 +99,7 @@ std::vector<std::string> ListWriter::detailsOf(const QLXVANCPacket& packet) {
 }
 
 void ListWriter::writeTitle(const Frame& frame) {
-    if (_packets > 0 || _pictures > 0) {
+    if (_packets > 0 || _pictures > 0 || _trackFrames > 0) {
         return;
     }
     _showsTimes = frame.pts.has_value();
@@ -126,16 +127,18 @@ void ListWriter::write(const Frame& frame) {
     }
     _packets += frame.packets.size();
     if (!frame.triplets.empty()) {
-        _output.write(pictureLine(place, frame.triplets));
+        _output.write(captionLine(place, frame));
         _output.write(indent + tripletsInWords(frame.triplets) + "\n");
-        ++_pictures;
+        ++(frame.captionPlace == CaptionPlace::Picture ? _pictures : _trackFrames);
     }
 }
 
 void ListWriter::writeSummary() {
     _output.write(
         counted(_packets, "packet") + " in " + counted(_frames, "frame") +
-        (_pictures > 0 ? ", " + counted(_pictures, "frame") + " with captions in the picture" : std::string()) + "\n");
+        (_pictures > 0 ? ", " + counted(_pictures, "frame") + " with captions in the picture" : std::string()) +
+        (_trackFrames > 0 ? ", " + counted(_trackFrames, "frame") + " with captions in a track" : std::string()) +
+        "\n");
 }
 
 }  // namespace qlx::tool

@@ -55,7 +55,8 @@ private:
     TeletextList _teletext;
     std::uint64_t _frames = 0;
     std::uint64_t _packets = 0;
-    std::uint64_t _pictures = 0;  ///< That came with captions.
+    std::uint64_t _pictures = 0;     ///< That came with captions.
+    std::uint64_t _trackFrames = 0;  ///< With captions in a track.
     bool _showsTimes = false;
 };
 

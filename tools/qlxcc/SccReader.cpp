@@ -110,6 +110,7 @@ bool SccReader::next(Frame& frame, std::vector<std::string>& /*problems*/) {
     frame.number = _nextFrame++;
     frame.pts = rateNamed("29.97").value().timeOfFrame(frame.number);
     frame.triplets = Data(triplet);
+    frame.captionPlace = CaptionPlace::Track;
     return true;
 }
 

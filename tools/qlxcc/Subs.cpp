@@ -5,6 +5,7 @@
 #include "Errors.h"
 #include "Json.h"
 #include "OutputFile.h"
+#include "SubtitleTimes.h"
 #include "Subtitles.h"
 #include "Terminal.h"
 #include "Text.h"
@@ -143,8 +144,7 @@ private:
     }
 
     [[nodiscard]] std::string timeText(double seconds) const {
-        return _options.rate ? frameTimecode(seconds, *_options.rate)
-                             : QLXSubtitleRecord::SRTTimecodeFromSeconds(seconds);
+        return _options.rate ? frameTimecode(seconds, *_options.rate) : timeInWords(seconds);
     }
 
     /// The row that `play` sends the line with this index to; 0 for none.
@@ -182,8 +182,8 @@ private:
         Dictionary cue{{"index", record.index()},
                        {"start_time_seconds", record.startTimeInSeconds()},
                        {"end_time_seconds", record.endTimeInSeconds()},
-                       {"start_timecode", QLXSubtitleRecord::SRTTimecodeFromSeconds(record.startTimeInSeconds())},
-                       {"end_timecode", QLXSubtitleRecord::SRTTimecodeFromSeconds(record.endTimeInSeconds())}};
+                       {"start_timecode", timeInWords(record.startTimeInSeconds())},
+                       {"end_timecode", timeInWords(record.endTimeInSeconds())}};
         if (_options.rate) {
             cue.set("start_frame_timecode", timeText(record.startTimeInSeconds()));
             cue.set("end_frame_timecode", timeText(record.endTimeInSeconds()));
