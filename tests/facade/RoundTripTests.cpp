@@ -2,6 +2,7 @@
 #include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>
 
 #include "Pictures.h"
+#include "Sanitized.h"
 
 #include <gtest/gtest.h>
 
@@ -52,7 +53,8 @@ std::string nameOf(const testing::TestParamInfo<Line21RoundTrip::ParamType>& inf
 
 TEST_P(Line21RoundTrip, CarriesEveryPair) {
     Line line(std::get<0>(GetParam()), std::get<1>(GetParam()));
-    for (unsigned pair = 0; pair < 0x10000; ++pair) {
+    // Under the sanitizers still every value of either byte: the step is odd and shorter than 256.
+    for (unsigned pair = 0; pair < 0x10000; pair += qlxtest::countFor(1U, 61U)) {
         ASSERT_TRUE(line.carries(pair >> 8U, pair & 0xFFU)) << "pair " << pair;
     }
 }

@@ -1,4 +1,5 @@
 #include "ExactBuffer.h"
+#include "Sanitized.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 
@@ -102,7 +103,8 @@ TEST(TeletextCoding, IgnoresTheHighSixBitsOfATriplet) {
 
 TEST(TeletextCoding, CodesEveryTripletAsTheStandardStates) {
     std::uint8_t triplet[3];
-    for (std::uint32_t data = 0; data < 1U << 18; ++data) {
+    // Under the sanitizers each few bits still have all their states.
+    for (std::uint32_t data = 0; data < 1U << 18; data += qlxtest::countFor(1U, 7U)) {
         for (unsigned index = 0; index < 3; ++index) {
             triplet[index] = static_cast<std::uint8_t>(data >> 8 * index & 0xFF);
         }

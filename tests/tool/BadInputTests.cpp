@@ -4,6 +4,7 @@
 #include "ExactBuffer.h"
 #include "PictureBytes.h"
 #include "PngFile.h"
+#include "Sanitized.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
@@ -17,22 +18,7 @@
 #include <ostream>
 #include <random>
 
-// The sanitizers' own memory is not what is measured here.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QLX_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define QLX_SANITIZED 1
-#endif
-#endif
-
 namespace {
-
-#ifdef QLX_SANITIZED
-constexpr bool kIsSanitized = true;
-#else
-constexpr bool kIsSanitized = false;
-#endif
 
 using qlxtest::fromHex;
 using qlxtest::isOneMessage;
@@ -43,6 +29,7 @@ using qlxtest::ToolConditions;
 using qlxtest::ToolResult;
 
 constexpr std::uint64_t kMegabyte = 1'000'000;
+/// Of a run; the sanitizers' own memory is not what is measured here.
 constexpr std::uint64_t kGreatestMemory = 200 * kMegabyte;
 
 // What a good file consists of.
@@ -154,7 +141,7 @@ std::string movFile() {
 
 /// Commands that stream take time for every byte: their files of zeros are just larger than the memory they may take,
 /// or smaller where that is not measured.
-constexpr std::uint64_t kZerosToStream = (kIsSanitized ? 32 : 256) * kMegabyte;
+constexpr std::uint64_t kZerosToStream = qlxtest::countFor(256, 32) * kMegabyte;
 constexpr std::uint64_t kZerosToRefuse = std::uint64_t{4} << 30U;
 
 struct Command {
@@ -333,7 +320,7 @@ TEST_P(BadInput, ZerosNeedLittleMemory) {
     EXPECT_EQ(result.signal, 0);
     EXPECT_TRUE(result.exitCode == 0 || isOneMessage(result.err)) << result.err.substr(0, 1000);
     EXPECT_EQ(folder.names(), std::vector<std::string>{"in"});
-    if (!kIsSanitized) {
+    if (!qlxtest::kIsSanitized) {
         EXPECT_LT(result.peakMemory, kGreatestMemory);
     }
 }
@@ -363,7 +350,7 @@ TEST(GreatestPicture, NeedsLittleMemory) {
         const ToolResult result = runTool({"line21", "write", "--bytes", "942c", "--format", format, "--width", "7680",
                                            "--height", "4320", "-o", "/dev/null"});
         EXPECT_EQ(result.exitCode, 0) << result.err;
-        if (!kIsSanitized) {
+        if (!qlxtest::kIsSanitized) {
             EXPECT_LT(result.peakMemory, kGreatestMemory) << format;
         }
     }

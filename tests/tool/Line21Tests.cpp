@@ -4,6 +4,7 @@
 #include "MemorySource.h"
 #include "PairNames.h"
 #include "PngFile.h"
+#include "Sanitized.h"
 #include "SmallFont.h"
 #include "ToolRunner.h"
 
@@ -99,7 +100,10 @@ TEST(Line21, DrawsThreeRowsAndLeavesTheRest) {
 
 TEST(Line21, ReadsWhatItHasDrawnInEveryFormat) {
     const TemporaryFolder folder;
-    for (const std::string& width : std::vector<std::string>{"706", "720", "1281", "1920"}) {
+    // The narrowest picture and one with an odd width first: the sanitizers are content with these two.
+    std::vector<std::string> widths{"706", "1281", "720", "1920"};
+    widths.resize(qlxtest::countFor(widths.size(), std::size_t{2}));
+    for (const std::string& width : widths) {
         for (const std::string& format : std::vector<std::string>{"bgra", "argb", "v210", "2vuy", "yuvs", "420v"}) {
             SCOPED_TRACE(format + " " + width);
             const std::string file = folder.path("a." + format);

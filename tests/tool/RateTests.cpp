@@ -1,6 +1,7 @@
 // qlxcc rate: captions from one frame rate to its double, and back.
 #include "AncBytes.h"
 #include "CaptionBytes.h"
+#include "Sanitized.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
@@ -162,7 +163,9 @@ TEST(RateChange, KeepsEveryPairOnTheWayThereAndBack) {
     };
     // The cue of 9 pairs starts 6 frames before 1.01 s and the playout ends one second behind its end, a frame before
     // 2.01 s: 0.770 s and 2.970 s, 0.810 and 2.977, 0.810 and 2.977.
-    const std::vector<Expected> all{{"25", "50", 75, 20}, {"29.97", "59.94", 90, 25}, {"30", "60", 90, 25}};
+    std::vector<Expected> all{{"25", "50", 75, 20}, {"29.97", "59.94", 90, 25}, {"30", "60", 90, 25}};
+    // 29.97 and 30 frames/s go the same way: under the sanitizers one of them does.
+    all.resize(qlxtest::countFor(all.size(), std::size_t{2}));
     for (const Expected& expected : all) {
         for (const std::vector<std::string>& more : std::vector<std::vector<std::string>>{{}, {"--no-fill"}}) {
             const TemporaryFolder folder;
