@@ -216,8 +216,9 @@ TEST(STLSubtitles, SayThatTheirTextIsReadAsLatin) {
                                                                {"\x01\xFF", "01ff (undefined)"}}) {
         const std::string file = folder.write("in.stl", stlWithField(12, table));
         const std::string remark = "the character code table is " + named + ": the text is read as Latin all the same";
-        EXPECT_EQ(linesOf(runTool({"subs", file}).out).at(2), "remark: " + remark);
-        EXPECT_EQ(linesOf(runTool({"subs", file}).out).at(3), file + " (EBU STL, 25 frames/s): 1 cue, 0 left out");
+        const auto listed = linesOf(runTool({"subs", file}).out);
+        EXPECT_EQ(listed.at(2), "remark: " + remark);
+        EXPECT_EQ(listed.at(3), file + " (EBU STL, 25 frames/s): 1 cue, 0 left out");
         const ToolResult played = runTool(playArguments(file, "25"));
         EXPECT_EQ(played.exitCode, 0);
         EXPECT_EQ(played.err, "qlxcc: warning: " + file + ": " + remark + "\n");

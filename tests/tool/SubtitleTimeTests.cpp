@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -131,16 +132,20 @@ TEST(SubtitleTimes, PlayNoSRTCueFromTheBeginningWhoseStartIsNoTime) {
     EXPECT_NE(result.out.find("da"), std::string::npos);
 }
 
-/// What `subs` says of an element with these keys, behind `element 2: `; and that the cue in front of it is there alone.
-std::string saidOf(const std::string& keys) {
-    const Lines lines = listed(R"([{"start_time_seconds":1,"end_time_seconds":2,"text_lines":[{"text":"ok"}]},{)" +
-                               keys + R"(,"text_lines":[{"text":"x"}]}])");
-    const std::string place = "element 2: cue left out: ";
-    if (lines.size() != 3 || lines[0] != "00:00:01,000 ok" || !lines[1].starts_with(place) ||
-        lines[2] != "standard input (JSON): 1 cue, 1 left out") {
-        return "not left out";
+/// The keys of an element, and what `subs` says of it when it leaves it out.
+using LeftOut = std::vector<std::pair<std::string, std::string>>;
+
+/// Checks that elements behind a good cue are left out, each with its remark, and that the cue is there.
+void expectLeftOut(const LeftOut& elements) {
+    std::string file = R"([{"start_time_seconds":1,"end_time_seconds":2,"text_lines":[{"text":"ok"}]})";
+    Lines expected{"00:00:01,000 ok"};
+    std::size_t number = 1;
+    for (const auto& [keys, said] : elements) {
+        file += ",{" + keys + R"(,"text_lines":[{"text":"x"}]})";
+        expected.push_back("element " + std::to_string(++number) + ": cue left out: " + said);
     }
-    return lines[1].substr(place.size());
+    expected.push_back("standard input (JSON): 1 cue, " + std::to_string(elements.size()) + " left out");
+    EXPECT_EQ(listed(file + "]"), expected);
 }
 
 TEST(SubtitleTimes, LeaveOutTheJsonCuesWhoseTimecodesAreNone) {
@@ -157,40 +162,44 @@ TEST(SubtitleTimes, LeaveOutTheJsonCuesWhoseTimecodesAreNone) {
                                           "true",
                                           "[]",
                                           "{}"};
+    LeftOut elements;
     for (const std::string& value : values) {
-        EXPECT_EQ(saidOf(R"("start_timecode":)" + value + R"(,"end_timecode":"00:00:09,000")"),
-                  R"("start_timecode" is no time (HH:MM:SS,mmm): )" + value);
-        EXPECT_EQ(saidOf(R"("start_timecode":"00:00:01,000","end_timecode":)" + value),
-                  R"("end_timecode" is no time (HH:MM:SS,mmm): )" + value);
+        elements.push_back({R"("start_timecode":)" + value + R"(,"end_timecode":"00:00:09,000")",
+                            R"("start_timecode" is no time (HH:MM:SS,mmm): )" + value});
+        elements.push_back({R"("start_timecode":"00:00:01,000","end_timecode":)" + value,
+                            R"("end_timecode" is no time (HH:MM:SS,mmm): )" + value});
     }
-    EXPECT_EQ(saidOf(R"("start_timecode":"00:00:01.500","end_timecode":"00:00:03.250")"),
-              R"("start_timecode" is no time (HH:MM:SS,mmm): "00:00:01.500")");
-    EXPECT_EQ(saidOf(R"("start_timecode":")" + std::string(60, 'x') + R"(","end_timecode":"00:00:09,000")"),
-              R"("start_timecode" is no time (HH:MM:SS,mmm): ")" + std::string(39, 'x') + "...");
+    elements.push_back({R"("start_timecode":"00:00:01.500","end_timecode":"00:00:03.250")",
+                        R"("start_timecode" is no time (HH:MM:SS,mmm): "00:00:01.500")"});
+    elements.push_back({R"("start_timecode":")" + std::string(60, 'x') + R"(","end_timecode":"00:00:09,000")",
+                        R"("start_timecode" is no time (HH:MM:SS,mmm): ")" + std::string(39, 'x') + "..."});
+    expectLeftOut(elements);
 }
 
 TEST(SubtitleTimes, LeaveOutTheJsonCuesWhoseSecondsAreNone) {
     const std::vector<std::string> values{R"("abc")", R"("NaN")", R"("inf")", R"("")",      R"("-1")",
                                           R"("1,5")", R"("1 s")", R"("1:5")", R"("1e999")", "-1",
                                           "-0.5",     "true",     "false",    "[1]",        R"({"a":1})"};
+    LeftOut elements;
     for (const std::string& value : values) {
         // The library reads a timecode only where there are no seconds.
-        EXPECT_EQ(
-            saidOf(R"("start_time_seconds":)" + value + R"(,"start_timecode":"00:00:01,000","end_time_seconds":9)"),
-            R"("start_time_seconds" is no time in seconds: )" + value);
-        EXPECT_EQ(saidOf(R"("start_time_seconds":1,"end_time_seconds":)" + value),
-                  R"("end_time_seconds" is no time in seconds: )" + value);
+        elements.push_back(
+            {R"("start_time_seconds":)" + value + R"(,"start_timecode":"00:00:01,000","end_time_seconds":9)",
+             R"("start_time_seconds" is no time in seconds: )" + value});
+        elements.push_back({R"("start_time_seconds":1,"end_time_seconds":)" + value,
+                            R"("end_time_seconds" is no time in seconds: )" + value});
     }
+    expectLeftOut(elements);
 }
 
 TEST(SubtitleTimes, LeaveOutTheJsonCuesThatLackATime) {
     const std::string noStart = R"(no start: neither "start_time_seconds" nor "start_timecode")";
     const std::string noEnd = R"(no end: neither "end_time_seconds" nor "end_timecode")";
-    EXPECT_EQ(saidOf(R"("end_time_seconds":9)"), noStart);
-    EXPECT_EQ(saidOf(R"("start_time_seconds":null,"start_timecode":null,"end_time_seconds":9)"), noStart);
-    EXPECT_EQ(saidOf(R"("start_frame_timecode":"00:00:01:00","end_time_seconds":9)"), noStart);
-    EXPECT_EQ(saidOf(R"("start_time_seconds":1)"), noEnd);
-    EXPECT_EQ(saidOf(R"("start_time_seconds":1,"end_timecode":null)"), noEnd);
+    expectLeftOut({{R"("end_time_seconds":9)", noStart},
+                   {R"("start_time_seconds":null,"start_timecode":null,"end_time_seconds":9)", noStart},
+                   {R"("start_frame_timecode":"00:00:01:00","end_time_seconds":9)", noStart},
+                   {R"("start_time_seconds":1)", noEnd},
+                   {R"("start_time_seconds":1,"end_timecode":null)", noEnd}});
 }
 
 TEST(SubtitleTimes, KeepTheJsonCuesWhoseTimesAreThere) {
