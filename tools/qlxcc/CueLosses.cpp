@@ -209,8 +209,10 @@ struct CueLosses::Findings {
     Replacements replacements;
 };
 
-CueLosses::CueLosses(std::int32_t mode)
-    : _transmission(makeTransmission(mode)), _greatestLength(greatestLength(*_transmission)) {}
+CueLosses::CueLosses(std::int32_t mode) : CueLosses(makeTransmission(mode)) {}
+
+CueLosses::CueLosses(std::unique_ptr<CueTransmission> transmission)
+    : _transmission(std::move(transmission)), _greatestLength(greatestLength(*_transmission)) {}
 
 CueLosses::~CueLosses() = default;
 

@@ -20,6 +20,9 @@ class CueLosses {
 public:
     /// @param mode 1 CEA-608, 2 teletext.
     explicit CueLosses(std::int32_t mode);
+
+    /// With another way to the viewer.
+    explicit CueLosses(std::unique_ptr<CueTransmission> transmission);
     ~CueLosses();
     CueLosses(const CueLosses&) = delete;
     CueLosses& operator=(const CueLosses&) = delete;
