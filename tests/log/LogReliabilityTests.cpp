@@ -5,7 +5,7 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <thread>
+#include <future>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -317,18 +317,36 @@ TEST_F(LogReliability, NeverLetsAThreadWaitForTheDisk) {
 }
 
 TEST_F(LogReliability, WritesWhatAControllerLeavesBehind) {
+    const std::string expected = "\t" + kStamp + "\t\tfirst\r\n\t" + kStamp + "\t\tsecond\r\n";
+    // No controller is left to be asked when it is done: the files themselves tell.
+    class CountingFiles : public qlx::LogFiles {
+    public:
+        explicit CountingFiles(std::size_t expected) : _missing(expected) {}
+        bool write(int descriptor, std::string_view bytes) override {
+            _missing -= std::min(bytes.size(), _missing);
+            return LogFiles::write(descriptor, bytes);
+        }
+        void close(int descriptor) override {
+            LogFiles::close(descriptor);
+            if (_missing == 0) {
+                _done.set_value();
+            }
+        }
+        void waitUntilWritten() { _done.get_future().wait(); }
+
+    private:
+        std::size_t _missing;  ///< Bytes; touched by the log's work only.
+        std::promise<void> _done;
+    } files(expected.size());
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
     useDelegate();
+    // A removal of old files would come on another queue, perhaps when this test is over.
+    log->setCanCleanupOldTechnicalLogFiles(false);
     write("first");
     write("second");
     log.reset();
-    const auto file = folder / "Player 2026-11-15.log";
-    const std::string expected = "\t" + kStamp + "\t\tfirst\r\n\t" + kStamp + "\t\tsecond\r\n";
-    // Nobody is left to be asked when it is done.
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (contentOf(file) != expected && std::chrono::steady_clock::now() < limit) {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(contentOf(file), expected);
+    files.waitUntilWritten();
+    EXPECT_EQ(contentOf(folder / "Player 2026-11-15.log"), expected);
     log = std::make_shared<QLXLogController>();
 }
 
@@ -379,15 +397,18 @@ TEST_F(LogRemoval, RemovesFilesOlderThanThirtyDays) {
 }
 
 TEST_F(LogRemoval, RemovesFromTheDisk) {
-    const auto now =
-        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch());
-    for (const char* name : {"Player old.log", "Player old_asrun.log", "Keeper.log"}) {
-        std::ofstream(folder / name) << "x";
+    // One file with three names: they have one date, which only the file itself tells for certain.
+    std::ofstream(folder / "Keeper.log") << "x";
+    for (const char* name : {"Player old.log", "Player old_asrun.log"}) {
+        std::filesystem::create_hard_link(folder / "Keeper.log", folder / name);
     }
-    clock.seconds = now.count() + 29 * kDay;
+    const auto entries = qlx::services().get<qlx::Directories>().entries(folder.string());
+    ASSERT_TRUE(!entries.empty() && entries.front().creationDate);
+    const auto created = std::chrono::floor<std::chrono::seconds>(entries.front().creationDate->time_since_epoch());
+    clock.seconds = created.count() + 29 * kDay;
     log->cleanupOldTechnicalLogFiles();
     EXPECT_EQ(namesIn(folder), (std::vector<std::string>{"Keeper.log", "Player old.log", "Player old_asrun.log"}));
-    clock.seconds = now.count() + 31 * kDay;
+    clock.seconds = created.count() + 31 * kDay;
     log->cleanupOldTechnicalLogFiles();
     EXPECT_EQ(namesIn(folder), std::vector<std::string>{"Keeper.log"});
 }
