@@ -20,6 +20,7 @@ using qlxtest::playArguments;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
+using qlxtest::ToolConditions;
 using qlxtest::ToolResult;
 
 const std::string kTwoCues =
@@ -259,9 +260,18 @@ TEST(Quiet, StillSaysErrors) {
 TEST(Quiet, ShowsNoProgressOnATerminal) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoCues);
-    const ToolResult result =
-        runTool(playArguments(file, "25", {"-q", "--format", "klv", "--duration", "02:00:00", "-o", "/dev/null"}),
-                {.signal = SIGTERM, .waitForText = "frames"});
+    // The frames in front of the rest are more than what is read to tell the kind of file.
+    const std::string klv =
+        runTool(playArguments(file, "25", {"--format", "klv", "--duration", "00:03:00", "-o", "-"})).out;
+    const ToolConditions conditions{.input = klv, .inputRestsAt = klv.size() / 2, .waitForText = "frames"};
+    ASSERT_GT(klv.size(), 1'500'000U);
+    const std::vector<std::string> arguments{"scan", "-", "--format", "klv", "-o", "/dev/null"};
+    const ToolResult usual = runTool(arguments, conditions);
+    EXPECT_EQ(usual.exitCode, 0);
+    EXPECT_NE(usual.err.find(" frames, "), std::string::npos) << usual.err;
+    std::vector<std::string> quiet{"-q"};
+    quiet.insert(quiet.end(), arguments.begin(), arguments.end());
+    const ToolResult result = runTool(quiet, conditions);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
 }

@@ -25,7 +25,8 @@ namespace {
 
 constexpr const char* kTool = QLXCC_PATH;
 constexpr unsigned kNobody = 65534;
-constexpr std::chrono::seconds kPatience{60};
+/// Longer than the half second behind which a run shows its progress.
+constexpr std::chrono::milliseconds kRest{700};
 
 struct Pipe {
     int readEnd = -1;
@@ -61,6 +62,31 @@ int openInput(const std::string& content) {
     std::fclose(file);
     ::lseek(descriptor, 0, SEEK_SET);
     return descriptor;
+}
+
+/// Until the program reads no more.
+void writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR) {
+            return;
+        }
+        bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+}
+
+/// Writes the input to a pipe, with a rest in the middle; on a thread of its own, since the program writes meanwhile.
+std::thread feed(Pipe& pipe, std::string_view input, std::size_t restsAt) {
+    return std::thread([&end = pipe.writeEnd, input, restsAt] {
+        sigset_t closedPipe;
+        ::sigemptyset(&closedPipe);
+        ::sigaddset(&closedPipe, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &closedPipe, nullptr);
+        writeAll(end, input.substr(0, restsAt));
+        std::this_thread::sleep_for(kRest);
+        writeAll(end, input.substr(restsAt));
+        Pipe::closeEnd(end);
+    });
 }
 
 /// In the child: only calls that are safe behind fork().
@@ -147,12 +173,30 @@ void collect(pid_t child, Pipe& out, Pipe& err, const ToolConditions& conditions
     }
 }
 
+/// Whether the program is still at work; its end stays to be waited for.
+bool isRunning(pid_t child) {
+    siginfo_t ended{};
+    return ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == 0;
+}
+
 void signalWhenFileAppears(pid_t child, const ToolConditions& conditions) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
-    while (std::filesystem::is_empty(conditions.waitForFileIn) && std::chrono::steady_clock::now() < end) {
+    while (std::filesystem::is_empty(conditions.waitForFileIn) && isRunning(child)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     ::kill(child, conditions.signal);
+}
+
+void awaitEnd(pid_t child, ToolResult& result) {
+    int status = 0;
+    rusage usage{};
+    while (::wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
+    }
+    result.peakMemory = static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+    if (WIFEXITED(status)) {
+        result.exitCode = WEXITSTATUS(status);
+    } else {
+        result.signal = WTERMSIG(status);
+    }
 }
 
 }  // namespace
@@ -169,7 +213,11 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
     if (tool < 0) {
         throw std::runtime_error(std::string("not there: ") + kTool);
     }
-    const int input = openInput(conditions.input);
+    Pipe in;
+    if (conditions.inputRestsAt == 0) {
+        Pipe::closeEnd(in.readEnd);
+        in.readEnd = openInput(conditions.input);
+    }
     Pipe out;
     Pipe err;
     if (!conditions.waitForText.empty()) {
@@ -190,10 +238,10 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
         throw std::runtime_error("fork failed");
     }
     if (child == 0) {
-        becomeTool(tool, pointers.data(), environment.data(), conditions, input, output, err.writeEnd);
+        becomeTool(tool, pointers.data(), environment.data(), conditions, in.readEnd, output, err.writeEnd);
     }
     ::close(tool);
-    ::close(input);
+    Pipe::closeEnd(in.readEnd);
     if (output != out.writeEnd) {
         ::close(output);
     }
@@ -202,17 +250,15 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
     if (!conditions.waitForFileIn.empty()) {
         signalWhenFileAppears(child, conditions);
     }
+    std::thread feeder;
+    if (conditions.inputRestsAt != 0) {
+        feeder = feed(in, conditions.input, conditions.inputRestsAt);
+    }
     ToolResult result;
     collect(child, out, err, conditions, result);
-    int status = 0;
-    rusage usage{};
-    while (::wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
-    }
-    result.peakMemory = static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
-    if (WIFEXITED(status)) {
-        result.exitCode = WEXITSTATUS(status);
-    } else {
-        result.signal = WTERMSIG(status);
+    awaitEnd(child, result);
+    if (feeder.joinable()) {
+        feeder.join();
     }
     return result;
 }

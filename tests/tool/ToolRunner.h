@@ -23,6 +23,8 @@ struct ToolResult {
 /// The conditions of a run.
 struct ToolConditions {
     std::string input = {};                          ///< Standard input.
+    std::size_t inputRestsAt = 0;                    ///< When not 0, `input` comes through a pipe and rests behind so
+                                                     ///< many bytes, longer than a run goes on without a progress line.
     bool outputIsClosed = false;                     ///< Nobody reads standard output.
     std::string outputFile = {};                     ///< Standard output goes here, when not empty.
     bool asNobody = false;                           ///< Without the rights of the superuser.
