@@ -15,65 +15,11 @@ namespace {
 
 constexpr std::size_t kMaximumLines = 500;
 constexpr std::size_t kMaximumHeavyIncluders = 2;
+constexpr std::string_view kPublicFolder = "include/";
+/// The public headers of the fixed operations, and those that their signatures need.
+constexpr std::string_view kFixedFolder = "include/QLXClosedCaptionsUtilities/";
+constexpr std::string_view kPlatformFolder = "include/QLXClosedCaptionsUtilities/platform/";
 constexpr std::string_view kToolFolder = "tools/qlxcc/";
-/// The core's public headers: a folder a room.
-constexpr std::string_view kCoreFolder = "include/qlx/";
-constexpr std::string_view kCoreUmbrella = "include/qlx/qlx.h";
-constexpr std::string_view kPublicFolder = "include/QLXClosedCaptionsUtilities/";
-
-struct Arrows {
-    std::string_view from;
-    std::string_view
-        to;  ///< Space-separated rooms that `from` may include, with what they may; and base, as every room.
-};
-
-constexpr Arrows kArrows[] = {
-    {"base", ""},
-    {"v210", ""},
-    {"screen", ""},
-    {"anc", "v210"},
-    {"cc", "anc"},
-    {"cea608", "screen cc"},
-    {"cea708", "screen cc"},
-    {"teletext", "screen anc"},
-    {"scte", "anc"},
-    {"video", "cc"},
-    {"klv", "anc"},
-    {"subtitles", "teletext screen"},
-    {"media", "v210"},
-    {"line21", "media cea608"},
-    {"playout", "cea608 cea708 teletext scte video klv subtitles"},
-    {"platform", "media"},
-    {"log", "platform"},
-    {"facade", "playout line21 log"},
-};
-
-struct Owner {
-    std::string_view header;
-    std::string_view folder;
-};
-
-/// The rooms that own the public headers of the fixed operations; the facade has those that are not named here.
-constexpr Owner kOwners[] = {
-    {"Export.h", "base"},
-    {"Version.h", "base"},
-    {"QLXLogController.h", "log"},
-    {"QLXLogControllerDelegate.h", "log"},
-    {"QLXClosedCaptionsUtilities.h", "umbrella"},
-    {"platform/AttributedString.h", "base"},
-    {"platform/Data.h", "base"},
-    {"platform/Error.h", "base"},
-    {"platform/Format.h", "base"},
-    {"platform/FourCC.h", "base"},
-    {"platform/Guarded.h", "base"},
-    {"platform/MediaTime.h", "base"},
-    {"platform/Range.h", "base"},
-    {"platform/Text.h", "base"},
-    {"platform/TextEncoding.h", "base"},
-    {"platform/Value.h", "base"},
-    {"platform/MediaObjects.h", "media"},
-    {"platform/PixelBuffers.h", "media"},
-};
 
 constexpr std::string_view kSpanningHeaders[] = {
     "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h",
@@ -206,61 +152,9 @@ bool contains(std::span<const std::string_view> list, std::string_view item) {
     return std::find(list.begin(), list.end(), item) != list.end();
 }
 
-template <class Test>
-bool anyWord(std::string_view words, Test test) {
-    while (!words.empty()) {
-        const std::size_t space = std::min(words.find(' '), words.size());
-        if (test(words.substr(0, space))) {
-            return true;
-        }
-        words.remove_prefix(std::min(space + 1, words.size()));
-    }
-    return false;
-}
-
-/// What belongs to no known folder or class is named by its path, which no rule allows.
-std::string_view folderOf(std::string_view path) {
-    if (path.starts_with("src/")) {
-        const std::string_view rest = path.substr(4);
-        return rest.substr(0, rest.find('/'));
-    }
-    if (path.starts_with("tools/")) {
-        return "tools";
-    }
-    if (path == kCoreUmbrella) {
-        return "umbrella";
-    }
-    if (path.starts_with(kCoreFolder)) {
-        const std::string_view rest = path.substr(kCoreFolder.size());
-        return rest.substr(0, rest.find('/'));
-    }
-    if (path.starts_with(kPublicFolder)) {
-        const std::string_view rest = path.substr(kPublicFolder.size());
-        for (const Owner& owner : kOwners) {
-            if (owner.header == rest) {
-                return owner.folder;
-            }
-        }
-        return rest.starts_with("platform/") ? "platform" : "facade";
-    }
-    return path;
-}
-
-bool mayInclude(std::string_view from, std::string_view to) {
-    if (from == to || to == "base") {
-        return true;
-    }
-    for (const Arrows& arrows : kArrows) {
-        if (arrows.from == from) {
-            return anyWord(arrows.to, [to](std::string_view room) { return mayInclude(room, to); });
-        }
-    }
-    return false;
-}
-
 class Checker {
 public:
-    explicit Checker(const std::vector<SourceFile>& tree) : _tree(tree) {
+    Checker(const Rooms& rooms, const std::vector<SourceFile>& tree) : _rooms(rooms), _tree(tree) {
         for (const SourceFile& file : tree) {
             _paths.insert(file.path);
         }
@@ -270,7 +164,7 @@ public:
     std::vector<std::string> run() {
         for (const SourceFile& file : _tree) {
             checkLength(file);
-            checkFolder(file);
+            checkRoom(file);
             for (const Include& include : includesOf(file.text)) {
                 checkInclude(file.path, include);
             }
@@ -293,12 +187,8 @@ private:
         }
     }
 
-    void checkFolder(const SourceFile& file) {
-        const std::string_view folder = folderOf(file.path);
-        const bool known = folder == "tools" || folder == "umbrella" ||
-                           std::any_of(std::begin(kArrows), std::end(kArrows),
-                                       [&](const Arrows& arrows) { return arrows.from == folder; });
-        if (!known) {
+    void checkRoom(const SourceFile& file) {
+        if (!_rooms.contains(_rooms.roomOf(file.path))) {
             report(file.path, 1, "belongs to no known room");
         }
     }
@@ -339,17 +229,17 @@ private:
     }
 
     void checkArrow(const std::string& path, const Include& include, const std::string& target) {
-        const std::string_view from = folderOf(path);
-        const std::string_view to = folderOf(target);
-        bool allowed = mayInclude(from, to);
-        if (from == "umbrella") {
-            allowed = target.starts_with("include/");
-        } else if (path.starts_with(kCoreFolder)) {
-            allowed = allowed && target.starts_with("include/");
+        const std::string_view from = _rooms.roomOf(path);
+        const std::string_view to = _rooms.roomOf(target);
+        const bool toPublic = target.starts_with(kPublicFolder);
+        bool allowed = _rooms.mayInclude(from, to);
+        if (toPublic && _rooms.mayInclude(from, "public")) {
+            allowed = true;
+        } else if (path.starts_with(kFixedFolder)) {
+            // Of what its room may include: value types and services.
+            allowed = allowed && (target.starts_with(kPlatformFolder) || contains(kGeneratedHeaders, target));
         } else if (path.starts_with(kPublicFolder)) {
-            allowed = allowed && target.starts_with(kPublicFolder) && to != "facade" && to != "log";
-        } else if (from == "tools") {
-            allowed = to == "tools" || target.starts_with("include/");
+            allowed = allowed && toPublic;
         }
         if (!allowed) {
             report(path, include.line, std::string(from) + " must not include " + include.path);
@@ -389,6 +279,7 @@ private:
         }
     }
 
+    const Rooms& _rooms;
     const std::vector<SourceFile>& _tree;
     std::set<std::string, std::less<>> _paths;
     std::vector<std::string> _violations;
@@ -473,14 +364,20 @@ std::vector<Include> includesOf(std::string_view text) {
     return result;
 }
 
-std::vector<std::string> violationsIn(const std::vector<SourceFile>& tree) {
-    return Checker(tree).run();
+std::vector<std::string> violationsIn(const Rooms& rooms, const std::vector<SourceFile>& tree) {
+    return Checker(rooms, tree).run();
 }
 
-std::vector<SourceFile> readTree(const std::string& root) {
+std::vector<SourceFile> readTree(const std::string& root, const Rooms& rooms) {
     std::vector<SourceFile> tree;
-    for (const std::string_view folder : {"src", "include", "tools"}) {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(std::filesystem::path(root) / folder)) {
+    std::set<std::string> folders = rooms.firstFolders();
+    folders.insert({"src", "include"});
+    for (const std::string& folder : folders) {
+        const std::filesystem::path path = std::filesystem::path(root) / folder;
+        if (!std::filesystem::is_directory(path)) {
+            continue;
+        }
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
             const std::filesystem::path extension = entry.path().extension();
             if (extension != ".h" && extension != ".cpp") {
                 continue;

@@ -1,5 +1,7 @@
-// The rules of the source tree: which folder may include what. docs/ARCHITECTURE.md draws the same arrows.
+// The rules of the source tree: which file may include what. docs/ARCHITECTURE.md draws the arrows between its rooms.
 #pragma once
+
+#include "Rooms.h"
 
 #include <cstddef>
 #include <string>
@@ -8,7 +10,7 @@
 
 namespace architecture {
 
-/// A file of src/, include/ or tools/; the path is relative to the project's root, with slashes.
+/// A source or header; the path is relative to the project's root, with slashes.
 struct SourceFile {
     std::string path;
     std::string text;
@@ -27,9 +29,9 @@ struct Include {
 std::vector<Include> includesOf(std::string_view text);
 
 /// Everything in the tree that breaks a rule, one line each: `path:line: what is wrong`. Empty when all is well.
-std::vector<std::string> violationsIn(const std::vector<SourceFile>& tree);
+std::vector<std::string> violationsIn(const Rooms& rooms, const std::vector<SourceFile>& tree);
 
-/// Reads the `.h` and `.cpp` files below the folders src, include and tools of a project.
-std::vector<SourceFile> readTree(const std::string& root);
+/// Reads the `.h` and `.cpp` files below src/ and include/ of a project, and below the other folders that have rooms.
+std::vector<SourceFile> readTree(const std::string& root, const Rooms& rooms);
 
 }  // namespace architecture
