@@ -1,0 +1,99 @@
+#!/usr/bin/env bash
+# scripts/lint in a made-up project: what it passes over, and that it finds whatever a change brings in.
+#   lint.sh SOURCE-FOLDER WORKING-FOLDER
+set -euo pipefail
+
+source=$1 work=$2
+failures=0
+export XDG_CACHE_HOME=$work/cache
+
+# expect RESULT KNOWN [KNOWN]: lints; RESULT is `passes` or `fails`, KNOWN how many of the two sources clang-tidy knows
+# (and cppcheck, when it knows another number).
+expect() {
+    local printed result=passes
+    printed=$(scripts/lint build 2>&1) || result=fails
+    if [[ $result != "$1" || $printed != "clang-tidy: 2 sources, $2 of them known
+cppcheck: 2 sources, ${3-$2} of them known"* ]]; then
+        printf 'line %s: expected %s; it %s:\n%s\n' "${BASH_LINENO[0]}" "$*" "$result" "$printed" >&2
+        failures=$((failures + 1))
+    fi
+}
+
+# entry SOURCE: of the database of compile commands, as CMake writes it: a path with blanks stands in quotes.
+entry() {
+    local quote=''
+    if [[ $PWD == *' '* ]]; then
+        quote='\"'
+    fi
+    printf '{\n  "directory": "%s",\n' "$PWD/build"
+    printf '  "command": "/usr/bin/clang++ -DTEXT=%s %s -std=c++20 -o A.o -c %s",\n' \
+        '\\\"a\\\"' "$quote-I$PWD/src$quote" "$quote$PWD/$1$quote"
+    printf '  "file": "%s"\n' "$PWD/$1"
+}
+
+# sources: the two of them, without a defect
+sources() {
+    printf '%s\n' '#pragma once' 'void halve(int* value);' 'inline int half(int value) {' '    return value / 2;' '}' \
+        >src/room/Half.h
+    printf '%s\n' '#include "room/Half.h"' 'void halve(int* value) {' '    *value = half(*value);' '}' \
+        >src/room/Halve.cpp
+    printf '%s\n' '#include "room/Half.h"' 'int quarter(int value) {' '    int* none = 0; // NOLINT' \
+        '    halve(none == &value ? none : &value);' '    return half(value);' '}' >tools/Quarter.cpp
+}
+
+project() {
+    mkdir -p scripts src/room tools build include
+    cp "$source"/scripts/{lint,fingerprint.sh,lib.sh} scripts
+    cp "$source"/{.clang-tidy,.cppcheck-suppressions} .
+    printf '[\n%s\n},\n%s\n}\n]\n' "$(entry src/room/Halve.cpp)" "$(entry tools/Quarter.cpp)" \
+        >build/compile_commands.json
+    sources
+}
+
+rm -rf "$work"
+mkdir -p "$work/first" "$work/another place"
+cd "$work/another place"
+project
+expect passes 0
+cd "$work/first"
+project
+expect passes 2
+
+# A comment is all that keeps a defect from being found; clang-tidy forgets no defect, cppcheck has found none.
+sed -i 's|// NOLINT||' tools/Quarter.cpp
+expect fails 1
+expect fails 1 2
+sources
+expect passes 2
+
+# In a header of both.
+echo 'inline int* nothing() { return 0; }' >>src/room/Half.h
+expect fails 0
+sources
+echo '// A comment.' >>src/room/Half.h
+expect passes 0
+sources
+expect passes 2
+
+# What only cppcheck finds, in one source and from one to the other, of which only one has changed.
+echo 'int last() { const int two[2] = {0, 0}; return two[2]; }' >>tools/Quarter.cpp
+expect fails 1
+expect fails 2 1
+sources
+echo 'void crash() { halve(nullptr); }' >>tools/Quarter.cpp
+expect fails 1
+expect fails 2 1
+sources
+expect passes 2
+
+# The configuration and the flags.
+echo '# A comment.' >>.cppcheck-suppressions
+expect passes 2 0
+sed -i 's/modernize-use-nullptr,/&\n  modernize-use-trailing-return-type,/' .clang-tidy
+expect fails 0 2
+cp "$source/.clang-tidy" .
+expect passes 2
+sed -i 's/-std=c++20/& -DMORE/' build/compile_commands.json
+expect passes 0
+
+exit $((failures > 0 ? 1 : 0))
