@@ -4,8 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -272,10 +275,51 @@ TEST(IncludeRules, FindALongFileUnlessItsClassSpansSubsystems) {
     EXPECT_EQ(violationsIn(tree), expected);
 }
 
+std::string contentOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+struct Step {
+    std::string from;
+    std::string to;
+};
+
+/// The lines `FROM -> TO` below a heading of a page.
+std::vector<Step> stepsBelow(const std::string& page, const std::string& heading) {
+    std::vector<Step> steps;
+    std::istringstream stream(page.substr(page.find(heading) + heading.size()));
+    for (std::string line; std::getline(stream, line) && !line.starts_with("## ");) {
+        std::istringstream words(line);
+        Step step;
+        std::string arrow;
+        if (words >> step.from >> arrow >> step.to && arrow == "->" && line.starts_with("    ")) {
+            steps.push_back(step);
+        }
+    }
+    return steps;
+}
+
+TEST(SourceTree, HasTheWalksOfThePage) {
+    const std::string root = QLX_SOURCE_DIR "/";
+    const Rooms rooms(contentOf(root + "tests/architecture/rooms.txt"));
+    const std::vector<Step> steps = stepsBelow(contentOf(root + "docs/ARCHITECTURE.md"), "\n## Three walks\n");
+    ASSERT_GE(steps.size(), 10U) << "the walks were not read";
+    for (const Step& step : steps) {
+        EXPECT_TRUE(std::filesystem::is_regular_file(root + step.to)) << step.to;
+        EXPECT_TRUE(rooms.mayInclude(rooms.roomOf(step.from), rooms.roomOf(step.to))) << step.from << ", " << step.to;
+        const std::vector<Include> includes = includesOf(contentOf(root + step.from));
+        EXPECT_TRUE(std::any_of(includes.begin(), includes.end(),
+                                [&step](const Include& include) {
+                                    return "src/" + include.path == step.to || "include/" + include.path == step.to;
+                                }))
+            << step.from << " does not include " << step.to;
+    }
+}
+
 TEST(SourceTree, KeepsTheRules) {
     const std::string root = QLX_SOURCE_DIR;
-    std::ifstream stream(root + "/tests/architecture/rooms.txt");
-    const Rooms rooms(std::string{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()});
+    const Rooms rooms(contentOf(root + "/tests/architecture/rooms.txt"));
     EXPECT_EQ(rooms.mistakes(), Lines{});
     const std::vector<SourceFile> tree = architecture::readTree(root, rooms);
     std::size_t includes = 0;
