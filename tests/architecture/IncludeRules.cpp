@@ -54,6 +54,15 @@ constexpr LibraryWrapper kLibraryWrappers[] = {
     {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},
 };
 
+/// The rooms of src/ that may print, log, wait and read files; all others are functions and values.
+constexpr std::string_view kActingRooms[] = {"facade", "log", "platform"};
+
+/// What it takes to do so, or to depend on the process's locale.
+constexpr std::string_view kActingHeaders[] = {
+    "chrono",  "condition_variable", "cstdio",  "filesystem", "fstream", "future", "iostream", "locale", "mutex",
+    "ostream", "shared_mutex",       "sstream", "stop_token", "thread",
+};
+
 constexpr std::string_view kVectorHeaders[] = {"immintrin.h", "arm_neon.h"};
 
 /// Headers of the language and its library, as far as a portable file may use them.
@@ -249,6 +258,10 @@ private:
     /// An include of something outside the tree.
     void checkForeign(const std::string& path, const Include& include) {
         if (contains(kStandardHeaders, include.path)) {
+            const bool isPure = path.starts_with("src/") && !contains(kActingRooms, _rooms.roomOf(path));
+            if (isPure && contains(kActingHeaders, include.path)) {
+                report(path, include.line, "a room of values must not include " + include.path);
+            }
             return;
         }
         if (contains(kVectorHeaders, include.path) && path.starts_with("src/")) {

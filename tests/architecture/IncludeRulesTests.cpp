@@ -173,6 +173,22 @@ TEST(IncludeRules, FindAPublicHeaderThatIncludesMoreThanPlatform) {
     EXPECT_EQ(violationsIn(tree), expected);
 }
 
+TEST(IncludeRules, FindARoomOfValuesThatActs) {
+    const Rooms rooms("anc:\nlog:\nplatform:\nfacade: anc log platform\n");
+    const std::vector<SourceFile> tree = {
+        {"src/anc/A.cpp", "#include <cstdio>\n#include <iostream>\n#include <thread>\n#include <vector>\n"},
+        {"src/log/B.cpp", "#include <cstdio>\n#include <mutex>\n"},
+        {"src/facade/C.cpp", "#include <mutex>\n"},
+        {"src/platform/D.cpp", "#include <iostream>\n"},
+    };
+    const Lines expected = {
+        "src/anc/A.cpp:1: a room of values must not include cstdio",
+        "src/anc/A.cpp:2: a room of values must not include iostream",
+        "src/anc/A.cpp:3: a room of values must not include thread",
+    };
+    EXPECT_EQ(architecture::violationsIn(rooms, tree), expected);
+}
+
 TEST(IncludeRules, FollowArrowsFromRoomToRoom) {
     const Rooms rooms("base:\nv210: base\nanc: v210\ncc: anc\nscte: anc\n");
     const std::vector<SourceFile> tree = {
