@@ -26,9 +26,11 @@ public:
 
     /// The 274 `BGRA` pixels (1096 bytes) before the data bits: 13 black ones, seven cycles of the clock between black
     /// and grey 127, and the start bits 0, 0 (46 pixels) and 1 (26 pixels). Re-entrant.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data generateCEA608RunIn();
 
     /// The 27 `BGRA` pixels (108 bytes) of one bit: grey 127 for a 1, black for a 0. Re-entrant.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data generateCEA608BitWithValue(bool value);
 
     /// Makes the picture of lines anew when `width` differs from that of the call before, and whatever of picture and
@@ -51,6 +53,7 @@ public:
     /// that lie outside a narrow picture count as 0. Rows of more than 1368 pixels hold a further run of eight cells
     /// (the 41st to the 48th), and still wider ones another after every 32 cells (from pixels 2232, 3096 ... on), which
     /// are ORed into the row's second byte: hosts rely on these bytes.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     /// @param sampleBuffer A sample with a picture.
     /// @return Null without a sample or picture, when the picture has fewer than three rows, or when a step fails; a
     ///         refused session, transfer or sample is reported to the system log.
@@ -62,6 +65,7 @@ public:
     /// The picture stays as it is when it has fewer than three rows or is not wider than 274 pixels, with fewer than
     /// two bytes or none (null), or when a step fails. Bits that do not fit into the row are cut off. In a `420v` picture
     /// row 3 shares its chroma with row 2, and loses its colour.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     /// @param ccBuffer The bytes, parity included; only the first two are used.
     /// @param size Bytes of the buffer.
     /// @param pixelBuffer The picture, changed in place; without one nothing happens.
@@ -69,10 +73,12 @@ public:
                                                         const std::shared_ptr<qlx::PixelBuffer>& pixelBuffer);
 
     /// The same with the bytes of `data`; none is no byte.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     void overlayCEA608FromData_videoPixelBuffer(const qlx::Data& data,
                                                 const std::shared_ptr<qlx::PixelBuffer>& pixelBuffer);
 
     /// The same with the bytes of `blockBuffer`; nothing is drawn when they cannot be reached.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     void overlayCEA608FromBlockBuffer_videoPixelBuffer(const std::shared_ptr<qlx::BlockBuffer>& blockBuffer,
                                                        const std::shared_ptr<qlx::PixelBuffer>& pixelBuffer);
 

@@ -3,6 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <QLXClosedCaptionsUtilities/platform/Deprecated.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
@@ -17,7 +18,9 @@ public:
     QLXCEA608To708Converter(const QLXCEA608To708Converter&) = delete;
     QLXCEA608To708Converter& operator=(const QLXCEA608To708Converter&) = delete;
 
-    /// Always null, whatever the input: hosts expect no sample from here.
+    /// Null, whatever the input: hosts expect no sample from here.
+    /// @deprecated Always gives null: see docs/COMPATIBILITY.md.
+    QLX_DEPRECATED_OPERATION("Always gives null: see docs/COMPATIBILITY.md")
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer>
     cea708SampleBufferWithPTS_frameDuration_sequenceCounter_fromCEA608Bytes(const qlx::MediaTime& pts,
                                                                             const qlx::MediaTime& frameDuration,

@@ -90,10 +90,11 @@ public:
     void logMessage_level_show(std::optional<std::string> message, std::int64_t level, bool show);
 
     /// Logs "message (Document: name)", or the message alone without a name. `notifyRemotes` is not passed on.
+    /// An argument has no effect: see docs/COMPATIBILITY.md.
     void logMessage_documentName_level_show_notifyRemotes(std::optional<std::string> message,
                                                           const std::optional<std::string>& documentName,
                                                           std::int64_t level, bool show, bool notifyRemotes);
-    /// The same without remotes.
+    /// The same without a choice about remotes.
     void logMessage_documentName_level_show(std::optional<std::string> message,
                                             const std::optional<std::string>& documentName, std::int64_t level,
                                             bool show);
@@ -109,6 +110,7 @@ public:
 
     /// Queues one line for the technical log file, stamped with the time of the call; the level is compared when the
     /// line's turn comes. `logInConsole` has no effect.
+    /// An argument has no effect: see docs/COMPATIBILITY.md.
     void writeStringToTechnicalLog_isProblem_logLevel_show_logInConsole(std::optional<std::string> message,
                                                                         bool isProblem, std::int64_t logLevel,
                                                                         bool show, bool logInConsole);

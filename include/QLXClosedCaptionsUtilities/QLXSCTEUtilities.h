@@ -37,11 +37,13 @@ public:
 
     /// A message of one splice null operation, message number 1: 17 bytes. Its messageSize is 4, the operation's
     /// length, as deployed receivers expect.
+    /// Departs from ANSI/SCTE 104: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data SCTE104SpliceNullRequestDataWithASIndex_dpiPID(std::uint8_t asIndex,
                                                                                   std::uint16_t dpiPID);
 
     /// A message of one splice request, message number 1: 31 bytes. A value out of its range gives the 13-byte header
     /// alone, which still announces the operation.
+    /// Departs from ANSI/SCTE 104: see docs/COMPATIBILITY.md.
     /// @param spliceType 1 to 255.
     /// @param asIndex AS_index.
     /// @param dpiPID DPI_PID_index.
@@ -57,6 +59,7 @@ public:
 
     /// A message of any operations, each a whole one with opID and data_length. num_ops is at most 255, but all
     /// operations are appended.
+    /// Departs from ANSI/SCTE 104: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data SCTE104MultiMessageDataWithOperations_messageNumber_asIndex_dpiPID(
         const std::vector<qlx::Data>& operations, std::uint8_t messageNumber, std::uint8_t asIndex,
         std::uint16_t dpiPID);
@@ -64,6 +67,7 @@ public:
     /// The operations of a message, each as its parameters with "asIndex", "dpiPID" and "messageNumber" added. Time
     /// stamps are passed over. Operations that cannot be parsed are left out; one that runs past the buffer ends the
     /// list. messageSize and the protocol versions are not examined.
+    /// Departs from ANSI/SCTE 104 and SMPTE ST 2010: see docs/COMPATIBILITY.md.
     /// @param messageData A whole message, payload descriptor first; one without it, or below 14 bytes, gives an empty
     ///   list.
     [[nodiscard]] static std::vector<qlx::Dictionary> operationsWithSCTEMessageData(const qlx::Data& messageData);
@@ -82,6 +86,7 @@ public:
                                                                                   bool autoReturn);
 
     /// A splice_insert() of 5 (cancel), 10, 15 or 20 bytes.
+    /// Departs from ANSI/SCTE 35: see docs/COMPATIBILITY.md.
     /// @param spliceType The splice_insert_type of SCTE-104: 1, 2 start, 3, 4 end (2 and 4 immediately), 5 cancel.
     /// @param eventID splice_event_id.
     /// @param programUID unique_program_id.
@@ -92,6 +97,7 @@ public:
         std::uint64_t pts);
 
     /// A segmentation_descriptor() of type 1 (content identification) without UPID: 17 bytes, or 11 with `cancel`.
+    /// Departs from ANSI/SCTE 35: see docs/COMPATIBILITY.md.
     /// @param eventID The low byte of segmentation_event_id; the others are 0.
     /// @param cancel segmentation_event_cancel_indicator.
     [[nodiscard]] static qlx::Data SCTE35SegmentationDescriptorWithEventID_cancel(std::uint8_t eventID, bool cancel);

@@ -30,6 +30,7 @@ public:
     /// block, or is shorter than its blocks gives an empty array. Comment and user-data blocks are left out; every
     /// other block is a record of its own, extension blocks too. Text is read as ISO 6937 Latin whatever the
     /// file's character code table says.
+    /// Departs from EBU Tech 3264: see docs/COMPATIBILITY.md.
     /// @return The records in block order: valid, of no subtitle mode, times in seconds, lines with text, colour,
     ///   alignment and row.
     [[nodiscard]] static std::vector<std::shared_ptr<QLXSubtitleRecord>> subtitleRecordsFromSTLFileAtPath(
@@ -37,6 +38,7 @@ public:
 
     /// The same on a serial queue of its own; `completionHandler` gets the result on the main queue, never on the
     /// caller's thread before this operation returns. Without a handler nothing is read.
+    /// Departs from EBU Tech 3264: see docs/COMPATIBILITY.md.
     static void subtitleRecordsFromSTLFileAtPath_withCompletionHandler(
         std::string path, std::function<void(std::vector<std::shared_ptr<QLXSubtitleRecord>>)> completionHandler);
 
@@ -61,17 +63,20 @@ public:
     /// Bytes below 0x20 are passed over, unless a diacritical mark (0xC0 to 0xCF) in front takes them as its letter; a
     /// mark at the end is a space. None when what comes out is not well-formed UTF-8: a byte from 0x80 to 0x9F that no
     /// mark takes, or a mark in front of 0x00.
+    /// Departs from EBU Tech 3264: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::optional<std::string> stringWithTTIEncodedData(const qlx::Data& data);
 
     /// The one or two UTF-8 bytes of a character, the first in the low 8 bits; one byte when below 256.
     ///
     /// What has no letter gives 0x00 and a letter or space: deployed hosts expect the pair.
+    /// Departs from EBU Tech 3264: see docs/COMPATIBILITY.md.
     /// @param byte1 The character, or a diacritical mark (0xC0 to 0xCF) of ISO 6937.
     /// @param byte2 The letter under the mark; 0 when there is no second byte.
     [[nodiscard]] static std::uint16_t UTF8CharacterWithByte1_byte2(std::uint8_t byte1, std::uint8_t byte2) noexcept;
 
     /// The encoding of a character code table number: 1 ISO 8859-5, 2 ISO 8859-6, 3 ISO 8859-7, 4 ISO 8859-8, any
     /// other ISO 8859-1. The reader does not use it.
+    /// Departs from EBU Tech 3264: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::TextEncoding stringEncodingWithCharacterCodeTable(std::int32_t table) noexcept;
 
     /// The value of hexadecimal digits in either case, its low 32 bits; any other character (UTF-16 code unit) is a

@@ -39,6 +39,7 @@ public:
 
     /// A record from a JSON dictionary: times from "start_time_seconds" or "start_timecode" and their end counterparts
     /// (else 0), lines from "text_lines". Lines without text are left out. `isValid` stays false.
+    /// An argument has no effect: see docs/COMPATIBILITY.md.
     /// @param dictionary The keys and kinds of value as written above.
     /// @param subtitleMode 1 CEA-608 captions, 2 OP-47 teletext.
     /// @param error Never written.
@@ -94,16 +95,19 @@ public:
 
     /// "HH:MM:SS,mmm", milliseconds truncated; hours may have more than two digits. A negative or not-a-number value
     /// gives "00:00:00,000".
+    /// See docs/COMPATIBILITY.md.
     [[nodiscard]] static std::string SRTTimecodeFromSeconds(double seconds);
 
     // Other forms
 
     /// "start_timecode", "end_time_seconds", "end_timecode" and "text_lines"; never "start_time_seconds", which
     /// clients of this form do not expect.
+    /// See docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Dictionary JSONDictionary() const;
 
     /// A copy made through the JSON form: milliseconds, text and alignment survive; index, validity, colour and style
     /// do not, and rows are computed anew. Null for a record without lines.
+    /// See docs/COMPATIBILITY.md.
     [[nodiscard]] std::shared_ptr<QLXSubtitleRecord> copyWithZone() const;
 
     /// The lines, each behind a line feed, then a line with start and end seconds.
@@ -119,10 +123,12 @@ public:
 
     /// Gives every unplaced line its row and every line its alignment from its positioning tag. Rows count from the
     /// bottom of 12 (mode 2, teletext) or 15 (any other mode) rows.
+    /// See docs/COMPATIBILITY.md.
     void updatePositioningForSubtitleMode(std::int32_t subtitleMode);
 
     /// An estimate of the CEA-608 byte pairs, one a frame, that the record takes: (sum of UTF-16 lengths + 2 a line
     /// + 4) / 2.
+    /// See docs/COMPATIBILITY.md.
     [[nodiscard]] std::uint64_t numberOfCEA608Packets() const;
 
 private:

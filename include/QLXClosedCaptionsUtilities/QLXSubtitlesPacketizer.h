@@ -50,6 +50,7 @@ public:
     [[nodiscard]] std::shared_ptr<QLXSubtitleRecord> subtitleAtIndex(std::uint64_t index) const;
     /// The record due at `seconds`, or null in a gap. Moves at most one record on a call and never back. The first
     /// record is due from the beginning, whatever its start; a later one from the frame after its start.
+    /// See docs/COMPATIBILITY.md.
     [[nodiscard]] std::shared_ptr<QLXSubtitleRecord> subtitleForTime(double seconds);
 
     // Properties
@@ -92,6 +93,7 @@ public:
     // Frames
 
     /// The sample for the frame at `pts`, by mode; null when there is nothing to send or the mode gives no output.
+    /// Departs from CTA-608 and SMPTE RDD 8: see docs/COMPATIBILITY.md.
     /// @param pts Presentation time; also the sample's.
     /// @param frameDuration The sample's duration.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> copyNextSubtitleSampleBufferAtPTS_frameDuration(
@@ -99,12 +101,14 @@ public:
 
     /// The `meta`/`VANC` sample with the OP-47 packets of both fields, field 1 first. Null only when a media object
     /// cannot be made.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> copyNextTeletextSampleBufferAtPTS_frameDuration(
         const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration);
 
     /// The `clcp`/`c708` sample with the frame's byte pair of a pop-on caption in field 1 (CTA-608); null when there is
     /// nothing to send, or when a media object cannot be made. A caption of n bytes takes n / 2 frames; a record that
     /// becomes due meanwhile waits.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> copyNextCEA608SampleBufferAtPTS_frameDuration(
         const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration);
 
@@ -112,29 +116,35 @@ public:
 
     /// The bytes of a record's caption, parity included: rows 12 and 13 from the first two lines, at column 0, in
     /// white. Null, or a record without lines, gives the caption that clears the screen.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data cea608PageDataWithSubtitleRecord(const std::shared_ptr<QLXSubtitleRecord>& record);
 
     /// The characters of a line (UTF-8) with parity, at most 31 of them, padded to an even length.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data cea608DataWithText(std::string_view text);
 
     /// The code of a Unicode character without parity: high byte 0 for one of the basic set, a space for one that
     /// CEA-608 does not hold.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     /// @param character The code point.
     /// @param highByte, lowByte Written; either may be null.
     static void cea608BytesWithUTF32Character_highByte_lowByte(std::uint32_t character, std::uint8_t* highByte,
                                                                std::uint8_t* lowByte) noexcept;
 
     /// Bits 0 to 6 of `byte`, with bit 7 set when the number of ones among its eight bits is even.
+    /// Departs from CTA-608: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::uint8_t addOddParity(std::uint8_t byte) noexcept;
 
     // Subtitling data packets (SDP) of 148 bytes, for one field each. A footer takes the packetizer's running counter.
 
     /// Page header and two filling packets.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data pageHeaderPacketForPageTens_pageUnits_packetAddress_firstLineNumber_oddField_erasePage(
         std::uint8_t pageTens, std::uint8_t pageUnits, std::uint8_t packetAddress, std::uint8_t firstLineNumber,
         bool oddField, bool erasePage);
 
     /// Two filling packets and a page header. The descriptors are always for line 10: `firstLineNumber` is not used.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data
     fillerAndPageHeaderPacketForPageTens_pageUnits_packetAddress_firstLineNumber_oddField_erasePage(
         std::uint8_t pageTens, std::uint8_t pageUnits, std::uint8_t packetAddress, std::uint8_t firstLineNumber,
@@ -142,6 +152,7 @@ public:
 
     /// One row packet for each of the first three lines, then filling packets. The descriptors start at the first
     /// line's row, or at line 0 without lines. Null entries are passed over.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data linesPacketWithLines_oddField(
         const std::vector<std::shared_ptr<QLXSubtitleTextLine>>& lines, bool oddField);
 
@@ -154,32 +165,40 @@ public:
     /// The 42 bytes of a row packet behind its run-in: address and 40 bytes of data. The text, as ISO 8859-1 (what that
     /// lacks becomes a plain neighbour or '?'), is cut to 34 characters and sent in the French national option subset.
     /// None for a null line: a row without a place must not be taken for a page header.
+    /// Departs from ETSI EN 300 706: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data teletextLineDataWithSubtitleLine(const std::shared_ptr<QLXSubtitleTextLine>& line) const;
 
     /// Appends the footer with the running counter (then increased) and the checksum over all of `packet`.
     void appendFooterWithChecksumToPacket(std::vector<std::uint8_t>& packet);
 
     /// The 7-bit teletext code of an ISO 8859-1 character in the French national option subset (ETSI EN 300 706).
+    /// Departs from ETSI EN 300 706: see docs/COMPATIBILITY.md.
     [[nodiscard]] std::uint8_t convertedFrenchCharacter(std::uint8_t character) const noexcept;
 
     // Test packets for line tests: the SDP header for line 10 of the odd field with the length byte 0x3A, and a single
     // teletext packet; 54 bytes without footer and checksum.
 
     /// The erasing page header of page 888.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data op47TestHeaderPacket() const;
     /// A centred white subtitle on row 20: "OP-47 TEST".
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data op47TestSubtitlePacket() const;
     /// A filling packet.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data op47TestFillingPacket() const;
 
     // Teletext coding
 
     /// Magazine (0 stands for 8) and packet address, Hamming 8/4 coded: 2 bytes.
+    /// Departs from ETSI EN 300 706: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data dataWithMagazine_packetAddress(std::uint8_t magazine, std::uint8_t packetAddress);
     /// Page tens, then page units, Hamming 8/4 coded: 2 bytes.
+    /// Departs from ETSI EN 300 706: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data dataWithPageNumberUnits_pageNumberTens(std::uint8_t units, std::uint8_t tens);
     /// The 6 control bytes of a page header: subcode 0, subtitle, header suppressed, French subset, erase page if
     /// asked.
+    /// Departs from ETSI EN 300 706: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data pageHeaderDataWithErasePage(bool erasePage);
     /// 0x86 followed by spaces, `length` bytes in all.
     [[nodiscard]] static qlx::Data fillerDataWithLength(std::uint64_t length);
@@ -187,6 +206,7 @@ public:
     [[nodiscard]] static qlx::Data runInAndFramingCode();
     /// The 9-byte SDP header with three descriptors from `firstLineNumber` on. The count is not used: a packet of this
     /// system always has three descriptors and the length 0x94.
+    /// Departs from SMPTE RDD 8: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data packetHeaderDataWithPacketsCount_firstLineNumber_oddField(
         std::uint64_t packetsCount, std::uint8_t firstLineNumber, bool oddField);
     /// The 3-byte SDP footer.

@@ -18,6 +18,7 @@ public:
 
     /// The reverse: "0x00" to "0x1f" become control characters, one code after the other from 0 on. Only lower-case
     /// digits count: "0x0D" stays text.
+    /// Departs from ETSI EN 300 706: see docs/COMPATIBILITY.md.
     /// @param object Written with the row when it has at most 39 characters (UTF-16 code units); may be null.
     /// @param string The printable form.
     /// @param errorDescription Written with "String too long (max. 39 characters)" when the row is too long; may be

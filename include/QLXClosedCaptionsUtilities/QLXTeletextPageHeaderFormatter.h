@@ -18,6 +18,7 @@ public:
     [[nodiscard]] std::optional<std::string> stringForObjectValue(const qlx::Value& object) const;
 
     /// The bytes of a hexadecimal text, of any length, as dataFromHex() reads them.
+    /// An argument has no effect: see docs/COMPATIBILITY.md.
     /// @param object Written with a byte buffer; may be null.
     /// @param string The text.
     /// @param errorDescription Never written.

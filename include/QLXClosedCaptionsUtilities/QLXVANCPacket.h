@@ -3,6 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <QLXClosedCaptionsUtilities/platform/Deprecated.h>
 #include <QLXClosedCaptionsUtilities/platform/Guarded.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
@@ -100,9 +101,11 @@ public:
     // Classification
 
     /// The type of a DID/SDID pair, compared whole (values that carry parity bits match nothing); 0 when unknown.
+    /// Departs from SMPTE ST 291-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static QLXVANCPacketType packetTypeWithDID_SDID(std::uint64_t did, std::uint64_t sdid) noexcept;
 
     /// The name of a packet type, such as "OP-47"; "Unknown" for any other number.
+    /// Departs from the SMPTE register of DIDs: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::string nameOfPacketType(QLXVANCPacketType type);
 
     /// The line numbers of `packets`, each once, ascending. Null entries are passed over.
@@ -112,6 +115,7 @@ public:
     // Reading SDI rows
 
     /// Finds the packets in consecutive rows of a frame's blanking area.
+    /// Departs from SMPTE ST 291-1: see docs/COMPATIBILITY.md.
     /// @param buffer The first row.
     /// @param size Bytes in `buffer`.
     /// @param bytesPerRow Bytes from one row to the next; a remainder behind the last whole row is not looked at.
@@ -128,6 +132,7 @@ public:
     /// Finds the packets of one row whose first ancillary data flag stands near its start: at byte offsets 0 to 5
     /// (`2vuy`) or word positions 0 to 5 (`v210`). Parity bits and checksums are not verified (SMPTE ST 291-1).
     /// A `2vuy` row is reduced to its even bytes, the chroma positions, as deployed capture hosts expect.
+    /// Departs from SMPTE ST 291-1: see docs/COMPATIBILITY.md.
     /// @param buffer The row, at any address; null only with size 0.
     /// @param size Bytes of the row; nothing behind them is read.
     /// @param bufferFormat `v210` or `2vuy`; any other code gives no packets.
@@ -143,6 +148,7 @@ public:
     /// Cuts the packets out of a luma buffer: one byte a sample, the low 8 bits of each 10-bit word. A packet whose
     /// data run past the end is dropped with a message, which also goes to the system log; one whose checksum alone
     /// is missing is kept.
+    /// Departs from SMPTE ST 291-1: see docs/COMPATIBILITY.md.
     /// @param buffer The luma bytes; null only with size 0.
     /// @param size Their number; fewer than 8 hold no packet.
     /// @param lineNumber Given to every packet.
@@ -155,10 +161,12 @@ public:
     // MXF, QuickTime and samples
 
     /// The packets of an MXF ANC data element (SMPTE ST 436-1) with 8-bit samples; see the next operation.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::vector<std::shared_ptr<QLXVANCPacket>> VANCPacketsWithMXFData_bufferFormat(
         const qlx::Data& data, std::uint32_t bufferFormat);
 
     /// The packets of an MXF ANC data element (SMPTE ST 436-1, without key and length).
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     /// @param buffer The element; null only with size 0.
     /// @param size Its bytes; nothing behind them is read.
     /// @param bufferFormat `2vuy`; see below.
@@ -171,6 +179,7 @@ public:
     /// The packet of a QuickTime caption atom: `cdat` (CEA-608 pairs) in a buffer below 10 bytes, `ccdp` (a CEA-708
     /// CDP) in a longer one. Null for any other type, an atom size above `size` or below 8, or a buffer below 8
     /// bytes.
+    /// Departs from the QuickTime File Format: see docs/COMPATIBILITY.md.
     /// @param buffer The atom, header included; null only with size 0.
     /// @param size Bytes in `buffer`; the atom may be shorter.
     /// @param lineNumber Given to the packet, widened with its sign.
@@ -178,28 +187,34 @@ public:
         const std::uint8_t* buffer, std::uint64_t size, std::int32_t lineNumber);
 
     /// The packets of a `meta`/`VANC` sample; none for any other subtype or a sample without data.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::vector<std::shared_ptr<QLXVANCPacket>> VANCPacketsWithCMSampleBuffer(
         const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer);
 
     /// One packet of an MXF ANC data element: 14-byte header, DID, SDID, DC, data, padding. DC is the low 8 bits of
     /// the data's length and fixes the size; data that do not fit it are left out. A null packet gives none.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data ANCPacketWithVANCPacket(const std::shared_ptr<QLXVANCPacket>& packet);
 
     /// All packets of `lineNumber` combined into one packet of the element's old form; a 17-byte header when there are
     /// none. Readers of that form expect the packets to overlap as they do here.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data ANCPacketWithVANCPackets_lineNumber(
         const std::vector<std::shared_ptr<QLXVANCPacket>>& packets, std::uint64_t lineNumber);
 
     /// The MXF ANC data element (SMPTE ST 436-1) of `packets`, in their order: a 16-bit count and the packets.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data MXFDataPacketWithVANCPackets(
         const std::vector<std::shared_ptr<QLXVANCPacket>>& packets);
 
     /// The element in its old form: a 16-bit count of distinct lines and one combined packet a line, ascending.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] static qlx::Data MXFDataPacketWithVANCPacketsOld(
         const std::vector<std::shared_ptr<QLXVANCPacket>>& packets);
 
     /// A `meta`/`VANC` sample that carries the element of `packets`, with the attachment "VANCPacketTypes" (the packet
     /// types in order). Null when a media object cannot be made; the last step's failure is also printed.
+    /// Departs from SMPTE ST 436-1: see docs/COMPATIBILITY.md.
     /// @param packets In the order in which they shall stand.
     /// @param timingInfo The sample's one timing entry.
     [[nodiscard]] static std::shared_ptr<qlx::SampleBuffer> createSampleBufferWithVANCPackets_timingInfo(
@@ -222,13 +237,16 @@ public:
     /// A camera start (true) or stop (false) packet: type 6, DID 0x52, SDID 0x4D, line 9, eleven bytes.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> cameraRecordControlPacketWithStart(bool start);
 
-    /// Always none: a teletext packet has no text form here. Null is allowed.
+    /// None: a teletext packet has no text form here. Null is allowed.
+    /// @deprecated Always gives none: see docs/COMPATIBILITY.md.
+    QLX_DEPRECATED_OPERATION("Always gives none: see docs/COMPATIBILITY.md")
     [[nodiscard]] static std::optional<std::string> decodedStringFromOP47VANCPacket(
         const std::shared_ptr<QLXVANCPacket>& packet) noexcept;
 
     // Ad insertion: SCTE-104 messages (ANSI/SCTE 104) in ANC packets (SMPTE ST 2010), and SCTE-35 sections from them
 
     /// An SCTE-104 packet: type 4, DID 0x41, SDID 0x07.
+    /// Departs from ANSI/SCTE 104 and SMPTE ST 2010: see docs/COMPATIBILITY.md.
     /// @param data The message, payload descriptor first.
     /// @param lineNumber Given to the packet.
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> SCTE104PacketDataWithData_lineNumber(qlx::Data data,
@@ -236,6 +254,7 @@ public:
 
     /// A packet of one splice request, message number 1. A value out of its range gives a packet with the 13-byte
     /// header alone.
+    /// Departs from ANSI/SCTE 104 and SMPTE ST 2010: see docs/COMPATIBILITY.md.
     /// @param spliceType 1 to 255: 1 start, 2 start immediately, 3 end, 4 end immediately, 5 cancel.
     /// @param asIndex AS_index.
     /// @param dpiPID DPI_PID_index.
@@ -252,6 +271,7 @@ public:
         std::uint64_t lineNumber);
 
     /// A packet of any operations, each a whole one with opID and data_length.
+    /// Departs from ANSI/SCTE 104 and SMPTE ST 2010: see docs/COMPATIBILITY.md.
     /// @param operations Whole operations, each with opID and data_length.
     /// @param messageNumber The low 8 bits are used.
     /// @param asIndex AS_index.
@@ -263,7 +283,9 @@ public:
                                                                             std::uint8_t asIndex, std::uint16_t dpiPID,
                                                                             std::uint64_t lineNumber);
 
-    /// Always null.
+    /// Null: no SCTE-104 message is made of an SCTE-35 section.
+    /// @deprecated Always gives null: see docs/COMPATIBILITY.md.
+    QLX_DEPRECATED_OPERATION("Always gives null: see docs/COMPATIBILITY.md")
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> SCTE104PacketDataWithSCTE35Data(const qlx::Data& data) noexcept;
 
     /// A splice_insert_type for display, such as "Start Normal"; "Unknown" for any other number.
@@ -272,6 +294,7 @@ public:
     /// The SCTE-35 section (ANSI/SCTE 35, CRC included) of an SCTE-104 packet: a splice_insert() and a segmentation
     /// descriptor. The message is read as one splice request without time stamp, whatever its header says; the break
     /// duration is copied as it is, pre-roll and auto return are not used. Writes one line to the technical log.
+    /// Departs from ANSI/SCTE 35: see docs/COMPATIBILITY.md.
     /// @param packet A packet with an SCTE-104 message.
     /// @param intendedPTS When to splice, in 90 kHz ticks; the low 33 bits are used.
     /// @return None when the packet is null, not of type 4, or has fewer than 31 bytes of data.
@@ -281,13 +304,16 @@ public:
     // Closed captions
 
     /// The cdp_frame_rate code of a frame duration; the same as QLXCCUtilities'.
+    /// Departs from SMPTE ST 334-2: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::uint8_t cdpFrameRateForFrameDuration(const qlx::MediaTime& frameDuration) noexcept;
 
     /// Triplets of a CDP at that frame duration; the same as QLXCCUtilities'.
+    /// Departs from SMPTE ST 334-2: see docs/COMPATIBILITY.md.
     [[nodiscard]] static std::uint8_t ccCountForFrameDuration(const qlx::MediaTime& frameDuration) noexcept;
 
     /// A CEA-708 packet whose CDP (SMPTE ST 334-2) carries one field-1 pair and padding. Its length byte is 8 short
     /// and its checksum leaves out the first eight bytes, as deployed receivers of these packets expect.
+    /// Departs from SMPTE ST 334-2: see docs/COMPATIBILITY.md.
     /// @param frameDuration Fixes cdp_frame_rate and cc_count.
     /// @param sequenceCounter cdp_hdr_sequence_cntr.
     /// @param lineNumber Widened with its sign.
@@ -300,6 +326,7 @@ public:
 
     /// A CDP of ready triplets without service section; its length byte is 11 above the true length, as deployed
     /// receivers expect. None when the triplets are not exactly as many as the frame duration asks for.
+    /// Departs from SMPTE ST 334-2: see docs/COMPATIBILITY.md.
     /// @param frameDuration Fixes cdp_frame_rate and cc_count.
     /// @param sequenceCounter cdp_hdr_sequence_cntr.
     /// @param lineNumber Not used.
@@ -310,14 +337,17 @@ public:
 
     /// The packet's data as a `clcp` sample: an atom `cdat` (type 1, CEA-608) or `ccdp` (type 2, CEA-708). Null for any
     /// other type, or when the platform refuses a media object.
+    /// Departs from SMPTE ST 334-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> createClosedCaptionsSampleBufferWithTimingInfo(
         const qlx::SampleTimingInfo& timingInfo) const;
 
     /// Makes a CEA-608 packet of a CEA-708 one: the data bytes of its first triplet (the null pair 80 80 when there are
     /// fewer than 12 bytes), type 1, SDID 2, line 2; the DID stays.
+    /// Departs from SMPTE ST 334-1: see docs/COMPATIBILITY.md.
     void transformCEA708To608();
 
     /// transformCEA708To608(), then the sample of the result.
+    /// Departs from SMPTE ST 334-1: see docs/COMPATIBILITY.md.
     [[nodiscard]] std::shared_ptr<qlx::SampleBuffer> createCEA608ClosedCaptionsSampleBufferWithTimingInfo(
         const qlx::SampleTimingInfo& timingInfo);
 
