@@ -30,12 +30,12 @@ enum class FindingCode : std::uint32_t {
     AncChecksumWrong = 0x2'0001,  ///< Word (or byte) there, word that is right.
     AncHeaderParityWrong,         ///< Word there, word that is right.
     AncChecksumNotCarried,        ///< Byte there, byte that would be right.
-    AncPacketCut,                 ///< Words announced, words there.
-    AncPacketNotAtStart,          ///< Sample at which the packet begins.
+    AncPacketCut,                 ///< Words announced (7 where the data count is cut off), words there.
+    AncPacketNotContiguous,       ///< Word of the channel at which the packet begins, word behind the one before it.
+    AncFlagInsidePacket,          ///< Words announced, words there up to the row's end.
     AncRowTooShort,               ///< Bytes needed, bytes there.
     AncPacketDoesNotFit,          ///< Words needed, words free.
     AncTooManyUserDataWords,      ///< Words given, greatest count.
-    AncRowFormatUnknown,          ///< No numbers.
 
     // cc (SMPTE ST 334-2, CTA-708)
     CdpTooShort = 0x3'0001,      ///< Bytes needed, bytes there.

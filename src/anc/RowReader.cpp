@@ -1,0 +1,290 @@
+#include <qlx/anc/row.h>
+
+#include "anc/AncWord.h"
+#include "anc/FlagKernels.h"
+#include "anc/RowWords.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace qlx::anc {
+
+using detail::byteOf;
+using detail::sampleOf;
+
+namespace {
+
+constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t kFlagWords = kDataFlag.size();
+constexpr std::size_t kHeaderWords = 3;  ///< DID, SDID or DBN, data count.
+
+/// The byte of an 8-bit row's sample where there is no picture and no packet.
+constexpr std::uint16_t blanking8(std::size_t sample) noexcept {
+    return sample % 2 == 0 ? 0x80 : 0x10;
+}
+
+}  // namespace
+
+struct PacketIterator::Reading {
+    Channel channel = Channel::Luma;
+    std::size_t there = 0;   ///< Words from the flag to the row's end.
+    std::size_t length = 0;  ///< Words of the packet as its data count says; the least there is where that is cut off.
+    std::array<std::uint16_t, kHeaderWords> header{};
+    std::uint16_t checksum = 0;       ///< As it stands on the row.
+    std::uint16_t rightChecksum = 0;  ///< As it should.
+    Status status = Status::Wrong;    ///< Of the checksum.
+
+    [[nodiscard]] bool isCut() const noexcept { return length > there; }
+};
+
+PacketIterator::PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
+                               FindingSink* findings)
+    : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line), _atEnd(false) {
+    if (stride == 0 && !rows.empty()) {
+        report(FindingCode::AncRowTooShort, Severity::Error, 0,
+               detail::leastRowBytes(options.format, std::max<std::size_t>(options.width, 1)), 0);
+    }
+    if (openRow()) {
+        advance();
+    } else {
+        _atEnd = true;
+    }
+}
+
+void PacketIterator::advance() {
+    while (!searchRow()) {
+        ++_line;
+        if (!openRow()) {
+            _atEnd = true;
+            return;
+        }
+    }
+}
+
+/// Goes to the beginning of the next row; false when there is none.
+bool PacketIterator::openRow() {
+    if (_stride == 0 || _nextRowOffset >= _rows.size()) {
+        return false;
+    }
+    const std::size_t bytes = std::min(_stride, _rows.size() - _nextRowOffset);
+    _rowOffset = _nextRowOffset;
+    _nextRowOffset += bytes;
+    _samples = detail::samplesOf(_options.format, bytes, _options.width);
+    _sample = 0;
+    const Progress atStart{0, _options.extent == Extent::WholeRow ? kUnlimited : kNearWords, 0, 0};
+    _progress.fill(atStart);
+    const std::size_t needed = detail::leastRowBytes(_options.format, _options.width);
+    if (bytes < needed) {
+        report(FindingCode::AncRowTooShort, Severity::Warning, 0, needed, bytes);
+    }
+    return true;
+}
+
+/// Goes to the next packet of the row; false when there is none.
+bool PacketIterator::searchRow() {
+    while ((_sample = findFlag(_sample)) < _samples) {
+        if (take(_sample++)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The first sample from `from` on at which a flag of a searched channel begins; `_samples` when there is none.
+std::size_t PacketIterator::findFlag(std::size_t from) const noexcept {
+    const std::size_t behind = (kFlagWords - 1) * step();
+    const std::size_t stop = std::max(_progress[0].stop, _progress[1].stop);
+    std::size_t starts = _samples > behind ? _samples - behind : 0;
+    if (stop != kUnlimited) {
+        starts = std::min(starts, stop * step());
+    }
+    if (from >= starts) {
+        return _samples;
+    }
+    return _options.format == RowFormat::V210 ? findFlagOfV210(from, starts) : findFlagOfTwoVuy(from, starts);
+}
+
+/// The same among the samples from `from` up to, not including, `starts`.
+std::size_t PacketIterator::findFlagOfV210(std::size_t from, std::size_t starts) const noexcept {
+    constexpr std::size_t kOfWord = v210::kSamplesOfWord;
+    const detail::FindOuterOnes find = detail::findOuterOnes();
+    const std::uint32_t around =
+        _options.protectedFlags ? detail::kAroundProtectedSamples : detail::kAroundOuterSamples;
+    const std::size_t behind = (kFlagWords - 1) * step();
+    const std::size_t words = (starts + behind + kOfWord - 1) / kOfWord;
+    while (from < starts) {
+        // No flag has both its second and its third word in front of what is found: one of the two would be found.
+        const std::size_t word = find(row(), (from + step()) / kOfWord, words, around);
+        if (word == words) {
+            break;
+        }
+        const std::size_t sample = word * kOfWord;
+        const std::size_t next = sample + kOfWord - step();
+        for (from = std::max(from, sample - std::min(sample, behind)); from < std::min(next, starts); ++from) {
+            if (isFlag(from)) {
+                return from;
+            }
+        }
+        from = next;
+    }
+    return _samples;
+}
+
+std::size_t PacketIterator::findFlagOfTwoVuy(std::size_t from, std::size_t starts) const noexcept {
+    while (from < starts) {
+        const std::size_t second = from + step();
+        const void* const found = std::memchr(row() + second, 0xFF, starts + step() - second);
+        if (!found) {
+            break;
+        }
+        from = static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - row()) - step();
+        if (isFlag(from)) {
+            return from;
+        }
+        ++from;
+    }
+    return _samples;
+}
+
+bool PacketIterator::isFlag(std::size_t sample) const noexcept {
+    const bool isLuma = sample % 2 != 0;
+    if ((_options.channels == Channels::Luma && !isLuma) || (_options.channels == Channels::Chroma && isLuma)) {
+        return false;
+    }
+    const std::size_t second = sample + step();
+    const std::size_t third = second + step();
+    if (_options.format == RowFormat::TwoVuy) {
+        return row()[sample] == 0x00 && row()[second] == 0xFF && row()[third] == 0xFF;
+    }
+    using Words = v210::Samples<v210::Stream::All>;
+    const unsigned others = _options.protectedFlags ? 0x3FC : 0x3FF;
+    return (Words::at(row(), sample) & others) == 0 && (Words::at(row(), second) & others) == others &&
+           (Words::at(row(), third) & others) == others;
+}
+
+/// Looks at the flag that begins at `sample`; true when a packet is given.
+bool PacketIterator::take(std::size_t sample) {
+    const bool isMultiplex = _options.channels == Channels::SdMultiplex;
+    const bool isLuma = !isMultiplex && sample % 2 != 0;
+    const std::size_t index = sample / step();
+    Progress& progress = _progress[isLuma ? 1 : 0];
+    if (index < progress.next || index >= progress.stop) {
+        return false;
+    }
+    const Reading reading = read(isMultiplex ? Channel::SdMultiplex : isLuma ? Channel::Luma : Channel::Chroma, index);
+    if (reading.isCut() || (index < progress.damagedEnd && reading.status != Status::Right)) {
+        pass(progress, sample, index, reading);
+        return false;
+    }
+    give(progress, sample, index, reading);
+    return true;
+}
+
+PacketIterator::Reading PacketIterator::read(Channel channel, std::size_t index) const noexcept {
+    Reading reading;
+    reading.channel = channel;
+    reading.there = detail::wordsOf(channel, _samples) - index;
+    reading.length = packetWords(0);
+    if (reading.there < kFlagWords + kHeaderWords) {
+        return reading;
+    }
+    detail::withWords(_options.format, channel, [&](auto words) {
+        const std::size_t header = index + kFlagWords;
+        reading.header = {words.at(row(), header), words.at(row(), header + 1), words.at(row(), header + 2)};
+        reading.length = packetWords(reading.header[2] & 0xFFU);
+        if (reading.isCut()) {
+            return;
+        }
+        const std::size_t last = index + reading.length - 1;
+        std::uint32_t sum = 0;
+        words.each(row(), header, last, [&sum](std::uint16_t word) { sum += word; });
+        const bool is8Bit = _options.format == RowFormat::TwoVuy;
+        reading.checksum = words.at(row(), last);
+        reading.rightChecksum = is8Bit ? static_cast<std::uint16_t>(sum & 0xFFU) : checksumWord(sum);
+        if (reading.checksum == reading.rightChecksum) {
+            reading.status = Status::Right;
+        } else if (is8Bit && reading.checksum == blanking8(sampleOf(channel, last))) {
+            reading.status = Status::NotCarried;
+        }
+    });
+    return reading;
+}
+
+/// Leaves out what a flag begins, and goes on behind the flag.
+void PacketIterator::pass(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading) {
+    const std::size_t byte = byteOf(_options.format, sample);
+    if (index < progress.damagedEnd) {
+        report(FindingCode::AncFlagInsidePacket, Severity::Remark, byte, reading.length, reading.there);
+    } else {
+        report(FindingCode::AncPacketCut, Severity::Error, byte, reading.length, reading.there);
+        progress.damagedEnd = index + reading.there;
+    }
+    progress.next = index + kFlagWords;
+}
+
+void PacketIterator::give(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading) {
+    const auto& header = reading.header;
+    const bool isRight = std::all_of(header.begin(), header.end(),
+                                     [](std::uint16_t one) { return one == word(static_cast<std::uint8_t>(one)); });
+    _packet._row = row();
+    _packet._line = _line;
+    _packet._index = static_cast<std::uint32_t>(index);
+    _packet._format = _options.format;
+    _packet._channel = reading.channel;
+    _packet._did = static_cast<std::uint8_t>(header[0]);
+    _packet._sdid = static_cast<std::uint8_t>(header[1]);
+    _packet._dataCount = static_cast<std::uint8_t>(header[2]);
+    _packet._checksum = reading.status;
+    _packet._parity = _options.format == RowFormat::TwoVuy ? Status::NotCarried
+                      : isRight                            ? Status::Right
+                                                           : Status::Wrong;
+    if (_findings) {
+        reportPacket(sample, index, progress, reading);
+    }
+    progress.end = index + reading.length;
+    progress.next = progress.end;
+    if (reading.status == Status::Wrong) {
+        progress.next = index + kFlagWords;
+        progress.damagedEnd = progress.end;
+    }
+    if (progress.stop != kUnlimited) {
+        progress.stop = std::max(progress.stop, progress.end + kNearWords);
+    }
+}
+
+/// Says what is wrong with a packet that is given.
+void PacketIterator::reportPacket(std::size_t sample, std::size_t index, const Progress& progress,
+                                  const Reading& reading) const {
+    const auto byteOfWord = [&](std::size_t word) {
+        return byteOf(_options.format, sampleOf(reading.channel, index + word));
+    };
+    if (index > progress.end && index >= progress.damagedEnd) {
+        report(FindingCode::AncPacketNotContiguous, Severity::Remark, byteOf(_options.format, sample), index,
+               progress.end);
+    }
+    for (std::size_t place = 0; place < kHeaderWords && _packet._parity == Status::Wrong; ++place) {
+        const std::uint16_t there = reading.header[place];
+        const std::uint16_t right = word(static_cast<std::uint8_t>(there));
+        if (there != right) {
+            report(FindingCode::AncHeaderParityWrong, Severity::Warning, byteOfWord(kFlagWords + place), there, right);
+        }
+    }
+    if (reading.status != Status::Right) {
+        const bool isWrong = reading.status == Status::Wrong;
+        report(isWrong ? FindingCode::AncChecksumWrong : FindingCode::AncChecksumNotCarried,
+               isWrong ? Severity::Warning : Severity::Remark, byteOfWord(reading.length - 1), reading.checksum,
+               reading.rightChecksum);
+    }
+}
+
+/// `byte` counts from the beginning of the row.
+void PacketIterator::report(FindingCode code, Severity severity, std::size_t byte, std::size_t first,
+                            std::size_t second) const {
+    if (_findings) {
+        _findings->add(
+            {code, severity, _rowOffset + byte, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});
+    }
+}
+
+}  // namespace qlx::anc
