@@ -19,9 +19,10 @@ inline constexpr std::size_t kGreatestPacketWords = 3 + 3 + kGreatestUserData + 
 /// DID and SDID of a packet. A type 1 packet (DID from 80h on) has a data block number in place of the SDID, which
 /// does not say what it is: its SDID is 0 here.
 struct PacketId {
-    std::uint8_t did = 0;
-    std::uint8_t sdid = 0;
+    std::uint8_t did = 0;   ///< Data identifier.
+    std::uint8_t sdid = 0;  ///< Secondary data identifier.
 
+    /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const PacketId&, const PacketId&) noexcept = default;
 };
 
@@ -61,24 +62,28 @@ enum class Status : std::uint8_t {
 
 /// What a packet says. The user data are somebody else's bytes.
 struct PacketContentView {
-    std::uint8_t did = 0;
-    std::uint8_t sdid = 0;  ///< DBN for type 1.
-    std::span<const std::uint8_t> userData;
+    std::uint8_t did = 0;                    ///< Data identifier.
+    std::uint8_t sdid = 0;                   ///< DBN for type 1.
+    std::span<const std::uint8_t> userData;  ///< At most kGreatestUserData bytes.
 };
 
 /// A packet with its own user data, and the place where it was.
 struct Packet {
-    std::uint8_t did = 0;
-    std::uint8_t sdid = 0;  ///< DBN for type 1.
-    std::vector<std::uint8_t> userData;
-    std::uint32_t line = 0;
+    std::uint8_t did = 0;                ///< Data identifier.
+    std::uint8_t sdid = 0;               ///< DBN for type 1.
+    std::vector<std::uint8_t> userData;  ///< At most kGreatestUserData bytes.
+    std::uint32_t line = 0;              ///< Line number.
     std::uint32_t horizontalOffset = 0;  ///< Words of the channel in front of the flag.
-    Channel channel = Channel::Luma;
+    Channel channel = Channel::Luma;     ///< The stream of words that it stood in.
 
+    /// What the packet is.
     [[nodiscard]] PacketId id() const noexcept { return packetId(did, sdid); }
+    /// What it says, without its place.
     [[nodiscard]] PacketContentView content() const noexcept { return {did, sdid, userData}; }
+    /// The same, where a content is wanted.
     operator PacketContentView() const noexcept { return content(); }
 
+    /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const Packet&, const Packet&) = default;
 };
 

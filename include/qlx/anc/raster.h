@@ -22,14 +22,16 @@ struct BlankingPlace {
     std::uint8_t field = 1;   ///< The field whose picture follows, 1 or 2; 1 in a progressive raster.
     std::uint16_t index = 0;  ///< Lines of this blanking in front of it.
 
+    /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const BlankingPlace&, const BlankingPlace&) noexcept = default;
 };
 
 /// Lines from `first` to `last`.
 struct LineRange {
-    std::uint16_t first = 0;
-    std::uint16_t last = 0;
+    std::uint16_t first = 0;  ///< A line number, from 1 on.
+    std::uint16_t last = 0;   ///< The same.
 
+    /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const LineRange&, const LineRange&) noexcept = default;
 };
 

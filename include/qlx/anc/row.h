@@ -39,10 +39,10 @@ inline constexpr std::size_t kNearWords = 8;
 
 /// How rows are read.
 struct RowOptions {
-    RowFormat format = RowFormat::V210;
-    std::uint32_t line = 0;  ///< Line number of the first row; each row counts one more.
-    Channels channels = Channels::Both;
-    Extent extent = Extent::WholeRow;
+    RowFormat format = RowFormat::V210;  ///< How the samples are packed.
+    std::uint32_t line = 0;              ///< Line number of the first row; each row counts one more.
+    Channels channels = Channels::Both;  ///< What is searched.
+    Extent extent = Extent::WholeRow;    ///< How far.
     /// Takes 000-003 and 3FC-3FF for the words of a flag, not 000 and 3FF only: equipment of 8 bits leaves the two low
     /// bits as they come. `v210` only, a `2vuy` row has the other eight bits.
     bool protectedFlags = false;
@@ -54,20 +54,25 @@ class PacketView {
 public:
     PacketView() = default;
 
+    /// The stream of words that it stands in.
     [[nodiscard]] Channel channel() const noexcept { return _channel; }
+    /// The line number of its row.
     [[nodiscard]] std::uint32_t line() const noexcept { return _line; }
 
     /// Words of the channel between the beginning of the row and the flag.
     [[nodiscard]] std::uint32_t horizontalOffset() const noexcept { return _index; }
 
+    /// The data identifier.
     [[nodiscard]] std::uint8_t did() const noexcept { return _did; }
     /// SDID; the data block number of a type 1 packet.
     [[nodiscard]] std::uint8_t sdid() const noexcept { return _sdid; }
+    /// What the packet is.
     [[nodiscard]] PacketId id() const noexcept { return packetId(_did, _sdid); }
 
     /// User data words, 0 to 255.
     [[nodiscard]] std::size_t dataCount() const noexcept { return _dataCount; }
 
+    /// Whether the checksum is right.
     [[nodiscard]] Status checksum() const noexcept { return _checksum; }
     /// Of DID, SDID (or DBN) and data count together.
     [[nodiscard]] Status parity() const noexcept { return _parity; }
@@ -101,10 +106,15 @@ private:
 /// Walks the packets of rows in the order in which they begin. A search that reads the rows once and allocates nothing.
 class PacketIterator {
 public:
+    /// An input iterator: there is one place at a time.
     using iterator_category = std::input_iterator_tag;
+    /// A packet's place.
     using value_type = PacketView;
+    /// As every iterator has it.
     using difference_type = std::ptrdiff_t;
+    /// The packet is the iterator's own.
     using pointer = const PacketView*;
+    /// The same.
     using reference = const PacketView&;
 
     PacketIterator() = default;
@@ -113,14 +123,19 @@ public:
     QLX_EXPORT PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
                               FindingSink* findings);
 
+    /// The packet; valid until the next step.
     [[nodiscard]] const PacketView& operator*() const noexcept { return _packet; }
+    /// The same.
     [[nodiscard]] const PacketView* operator->() const noexcept { return &_packet; }
+    /// Goes to the next packet.
     PacketIterator& operator++() {
         advance();
         return *this;
     }
+    /// The same.
     void operator++(int) { advance(); }
 
+    /// Whether there is no packet any more.
     [[nodiscard]] friend bool operator==(const PacketIterator& iterator, std::default_sentinel_t) noexcept {
         return iterator._atEnd;
     }
@@ -171,11 +186,14 @@ private:
 /// The packets of rows, to be walked with a `for` loop. Each walk searches anew, and says its findings anew.
 class PacketRange {
 public:
+    /// What packets() and packetsOfRows() make.
     PacketRange(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
                 FindingSink* findings) noexcept
         : _rows(rows), _stride(stride), _options(options), _findings(findings) {}
 
+    /// Begins a search.
     [[nodiscard]] PacketIterator begin() const { return {_rows, _stride, _options, _findings}; }
+    /// Where every search ends.
     [[nodiscard]] std::default_sentinel_t end() const noexcept { return {}; }
 
 private:
@@ -215,10 +233,10 @@ private:
 
 /// How packets are put on a row.
 struct RowWriteOptions {
-    RowFormat format = RowFormat::V210;
-    Channel channel = Channel::Luma;
-    std::size_t width = 0;        ///< As in RowOptions.
-    bool protectedFlags = false;  ///< As in RowOptions, for the packets that are there.
+    RowFormat format = RowFormat::V210;  ///< How the samples are packed.
+    Channel channel = Channel::Luma;     ///< Where the packets go.
+    std::size_t width = 0;               ///< As in RowOptions.
+    bool protectedFlags = false;         ///< As in RowOptions, for the packets that are there.
 };
 
 /// Puts packets on a row, one behind the other and behind the last one that is there in the channel. A damaged packet

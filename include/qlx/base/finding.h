@@ -62,12 +62,13 @@ enum class FindingCode : std::uint32_t {
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.
 struct Finding {
-    FindingCode code = FindingCode::None;
-    Severity severity = Severity::Error;
+    FindingCode code = FindingCode::None;  ///< What was found.
+    Severity severity = Severity::Error;   ///< How much it matters.
     std::uint64_t offset = 0;  ///< Byte at which it stands, counted from the beginning of the input; or its line.
     std::int64_t first = 0;    ///< As FindingCode says.
     std::int64_t second = 0;   ///< The same.
 
+    /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const Finding&, const Finding&) noexcept = default;
 
     /// One line in English, without the place: "checksum 1a2, but 2a3 is right".
@@ -80,10 +81,13 @@ public:
     FindingSink() = default;
     virtual ~FindingSink() = default;
 
+    /// Takes the next finding, in the order in which a reader or writer comes to them.
     virtual void add(const Finding& finding) = 0;
 
 protected:
+    /// Only as a part of what is copied.
     FindingSink(const FindingSink&) = default;
+    /// The same.
     FindingSink& operator=(const FindingSink&) = default;
 };
 
@@ -93,8 +97,10 @@ public:
     /// As many are kept unless another number is asked for.
     static constexpr std::size_t kUsualLimit = 1000;
 
+    /// Keeps none yet, and later at most `limit`.
     explicit Findings(std::size_t limit = kUsualLimit) noexcept : _limit(limit) {}
 
+    /// Keeps the finding, or counts it.
     void add(const Finding& finding) override {
         if (_kept.size() < _limit) {
             _kept.push_back(finding);
@@ -103,16 +109,23 @@ public:
         }
     }
 
+    /// Those that are kept; valid until the next change.
     [[nodiscard]] std::span<const Finding> kept() const noexcept { return _kept; }
+    /// The first one that is kept.
     [[nodiscard]] auto begin() const noexcept { return _kept.begin(); }
+    /// Behind the last one that is kept.
     [[nodiscard]] auto end() const noexcept { return _kept.end(); }
-    [[nodiscard]] bool empty() const noexcept { return _kept.empty(); }
+    /// Whether there was none.
+    [[nodiscard]] bool empty() const noexcept { return _kept.empty() && _rest == 0; }
+    /// How many are kept.
     [[nodiscard]] std::size_t size() const noexcept { return _kept.size(); }
+    /// One that is kept; `index` is below size().
     [[nodiscard]] const Finding& operator[](std::size_t index) const noexcept { return _kept[index]; }
 
     /// How many more there were than are kept.
     [[nodiscard]] std::uint64_t rest() const noexcept { return _rest; }
 
+    /// Forgets all of them.
     void clear() noexcept {
         _kept.clear();
         _rest = 0;

@@ -12,21 +12,28 @@ namespace qlx {
 template <class T>
 class [[nodiscard]] Result {
 public:
+    /// Holds the value.
     Result(T value) : _state(std::in_place_index<0>, std::move(value)) {}
+    /// Holds why there is no value.
     Result(const Finding& error) : _state(std::in_place_index<1>, error) {}
 
-    [[nodiscard]] explicit operator bool() const noexcept { return _state.index() == 0; }
+    /// Whether there is a value.
     [[nodiscard]] bool hasValue() const noexcept { return _state.index() == 0; }
+    /// The same.
+    [[nodiscard]] explicit operator bool() const noexcept { return hasValue(); }
 
-    [[nodiscard]] const T& value() const& noexcept { return *std::get_if<0>(&_state); }
-    [[nodiscard]] T& value() & noexcept { return *std::get_if<0>(&_state); }
-    [[nodiscard]] T&& value() && noexcept { return std::move(*std::get_if<0>(&_state)); }
-    [[nodiscard]] const T& operator*() const& noexcept { return value(); }
-    [[nodiscard]] T& operator*() & noexcept { return value(); }
-    [[nodiscard]] T&& operator*() && noexcept { return std::move(*this).value(); }
+    /// The value, which must be there.
+    [[nodiscard]] const T& operator*() const& noexcept { return *std::get_if<0>(&_state); }
+    /// The same.
+    [[nodiscard]] T& operator*() & noexcept { return *std::get_if<0>(&_state); }
+    /// The same, to be moved out.
+    [[nodiscard]] T&& operator*() && noexcept { return std::move(*std::get_if<0>(&_state)); }
+    /// A part of the value, which must be there.
     [[nodiscard]] const T* operator->() const noexcept { return std::get_if<0>(&_state); }
+    /// The same.
     [[nodiscard]] T* operator->() noexcept { return std::get_if<0>(&_state); }
 
+    /// Why there is no value; there must be none.
     [[nodiscard]] const Finding& error() const noexcept { return *std::get_if<1>(&_state); }
 
 private:
