@@ -38,26 +38,37 @@ enum class FindingCode : std::uint32_t {
     AncTooManyUserDataWords,      ///< Words given, greatest count.
 
     // cc (SMPTE ST 334-2, CTA-708)
-    CdpTooShort = 0x3'0001,      ///< Bytes needed, bytes there.
-    CdpIdentifierWrong,          ///< Identifier there, the right one.
-    CdpLengthWrong,              ///< cdp_length there, bytes of the packet.
-    CdpChecksumWrong,            ///< Byte there, byte that is right.
-    CdpFrameRateUnknown,         ///< cdp_frame_rate there.
-    CdpFlagsContradictSections,  ///< Flags there, flags of the sections that are there.
-    CdpCountUnlikeRate,          ///< cc_count there, cc_count of the frame rate.
-    CdpCountBeyondData,          ///< cc_count there, triplets that are there.
-    CdpCounterUnlikeFooter,      ///< Counter of the header, counter of the footer.
-    CdpCounterJumped,            ///< Counter there, counter that was expected.
-    CdpSectionCut,               ///< Section identifier, bytes that are there.
-    CdpSectionRepeated,          ///< Section identifier.
-    CdpSectionUnknown,           ///< Section identifier, bytes of it.
-    CdpFooterMissing,            ///< No numbers.
-    CdpBytesBehindFooter,        ///< Bytes behind the footer.
-    CdpReservedBitsWrong,        ///< Byte there, byte with the bits as they should be.
-    CdpTimeCodeInvalid,          ///< Four bytes of the time code as a number.
-    CdpTooManyTriplets,          ///< Triplets given, greatest count.
-    CdpTooLong,                  ///< Bytes needed, greatest length.
-    CdpServiceCountWrong,        ///< svc_count there, services that are there.
+    CdpTooShort = 0x3'0001,       ///< Bytes needed, bytes there.
+    CdpIdentifierWrong,           ///< Identifier there, the right one.
+    CdpLengthWrong,               ///< cdp_length there, bytes of the packet.
+    CdpChecksumWrong,             ///< Byte there, byte that is right.
+    CdpFrameRateUnknown,          ///< cdp_frame_rate there.
+    CdpFlagsContradictSections,   ///< Flags there, flags of the sections that are there.
+    CdpCountUnlikeRate,           ///< cc_count there, cc_count of the frame rate.
+    CdpCountWrong,                ///< cc_count there, triplets that are there.
+    CdpCounterUnlikeFooter,       ///< Counter of the header, counter of the footer.
+    CdpCounterJumped,             ///< Counter there, counter that was expected.
+    CdpSectionCut,                ///< Section identifier, bytes that are there.
+    CdpSectionOutOfOrder,         ///< Section identifier, identifier of the section before it.
+    CdpSectionRepeated,           ///< Section identifier, bytes of it.
+    CdpSectionUnknown,            ///< Section identifier, bytes of it.
+    CdpFooterMissing,             ///< No numbers.
+    CdpBytesBehindFooter,         ///< Bytes behind the footer.
+    CdpReservedBitsWrong,         ///< Byte there, byte with the bits as they should be.
+    CdpTimeCodeInvalid,           ///< Four bytes of the time code as a number.
+    CdpServiceCountWrong,         ///< svc_count there, services that are there.
+    CdpServiceNumberContradicts,  ///< Number in front of the service's entry, number in it.
+    CdpTooManyTriplets,           ///< Triplets given, greatest count.
+    CdpTooManyServices,           ///< Services given, greatest count.
+    CdpTooLong,                   ///< Bytes needed or there, greatest length.
+    A53TooShort = 0x3'0101,       ///< Bytes needed, bytes there.
+    A53TypeCodeWrong,             ///< user_data_type_code there, the right one.
+    A53CountWrong,                ///< cc_count there, triplets that are there.
+    A53MarkerWrong,               ///< Byte in the place of the marker bits, the right one.
+    A53MarkerMissing,             ///< No numbers.
+    A53ReservedBitsWrong,         ///< Byte there, byte with the bits as they should be.
+    A53BytesBehindMarker,         ///< Bytes behind the marker bits.
+    A53TooManyTriplets,           ///< Triplets given, greatest count.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.

@@ -14,6 +14,10 @@ class [[nodiscard]] Result {
 public:
     /// Holds the value.
     Result(T value) : _state(std::in_place_index<0>, std::move(value)) {}
+    /// Holds a value made in its place, where copying one would cost more than making it.
+    template <class... Arguments>
+    explicit Result(std::in_place_t, Arguments&&... arguments)
+        : _state(std::in_place_index<0>, std::forward<Arguments>(arguments)...) {}
     /// Holds why there is no value.
     Result(const Finding& error) : _state(std::in_place_index<1>, error) {}
 
