@@ -21,6 +21,11 @@ install(
     COMPONENT Development
     FILES_MATCHING PATTERN "*.h")
 
+# The headers point to it.
+install(
+    FILES "${PROJECT_SOURCE_DIR}/docs/COMPATIBILITY.md"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    COMPONENT Development)
 install(
     EXPORT QLXClosedCaptionsUtilitiesTargets
     NAMESPACE QLXClosedCaptionsUtilities::

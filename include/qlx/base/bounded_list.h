@@ -19,15 +19,22 @@ class BoundedList {
 public:
     BoundedList() noexcept {}
 
+    /// Most items.
     [[nodiscard]] static constexpr std::size_t capacity() noexcept { return Capacity; }
 
+    /// Items that it holds.
     [[nodiscard]] std::size_t size() const noexcept { return _size; }
+    /// Whether it holds none.
     [[nodiscard]] bool empty() const noexcept { return _size == 0; }
+    /// The items; valid until the next change.
     [[nodiscard]] std::span<const T> items() const noexcept {
         return {std::launder(reinterpret_cast<const T*>(_room)), _size};
     }
+    /// The first item.
     [[nodiscard]] auto begin() const noexcept { return items().begin(); }
+    /// Behind the last item.
     [[nodiscard]] auto end() const noexcept { return items().end(); }
+    /// One item; `index` is below size().
     [[nodiscard]] const T& operator[](std::size_t index) const noexcept { return items()[index]; }
 
     /// The items as they stand in memory.
@@ -57,8 +64,10 @@ public:
         return true;
     }
 
+    /// Holds none from now on.
     void clear() noexcept { _size = 0; }
 
+    /// Whether both hold equal items.
     [[nodiscard]] friend bool operator==(const BoundedList& left, const BoundedList& right) noexcept {
         if (left._size != right._size) {
             return false;

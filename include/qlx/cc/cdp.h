@@ -56,6 +56,7 @@ public:
     [[nodiscard]] std::optional<FrameRate> frameRate() const noexcept { return frameRateOfCdpCode(frameRateCode()); }
     /// cdp_frame_rate as it stands in the packet, 0 to 15.
     [[nodiscard]] std::uint8_t frameRateCode() const noexcept { return static_cast<std::uint8_t>(_rateByte >> 4U); }
+    /// Sets cdp_frame_rate.
     void setFrameRate(FrameRate rate) noexcept { setFrameRateCode(cdpFrameRateCode(rate)); }
     /// Low 4 bits.
     void setFrameRateCode(std::uint8_t code) noexcept {
@@ -64,22 +65,27 @@ public:
 
     /// cdp_hdr_sequence_cntr, and cdp_ftr_sequence_cntr of what is written.
     [[nodiscard]] std::uint16_t sequenceCounter() const noexcept { return _sequenceCounter; }
+    /// Sets both counters.
     void setSequenceCounter(std::uint16_t counter) noexcept { _sequenceCounter = counter; }
 
     /// caption_service_active
     [[nodiscard]] bool captionServiceActive() const noexcept { return _captionServiceActive; }
+    /// Sets caption_service_active.
     void setCaptionServiceActive(bool isActive) noexcept { _captionServiceActive = isActive; }
 
     /// The time code, where there is one.
     [[nodiscard]] const std::optional<CdpTimeCode>& timeCode() const noexcept { return _timeCode; }
+    /// Sets the time code, or takes it away.
     void setTimeCode(const std::optional<CdpTimeCode>& timeCode) noexcept { _timeCode = timeCode; }
 
     /// Whether there is a section of triplets, with or without any.
     [[nodiscard]] bool hasCcData() const noexcept { return _hasCcData; }
+    /// The triplets, in their order.
     [[nodiscard]] std::span<const Triplet> triplets() const noexcept { return _triplets.items(); }
     /// Makes the section of triplets anew and gives their number. More than kGreatestTriplets: CdpTooManyTriplets, and
     /// nothing is changed.
     QLX_EXPORT Result<std::size_t> setTriplets(std::span<const Triplet> triplets);
+    /// Takes the section of triplets away.
     void removeCcData() noexcept {
         _hasCcData = false;
         _ccDataReserved = kCcDataReserved;
@@ -88,6 +94,7 @@ public:
 
     /// Whether there is a section of service information, with or without a service.
     [[nodiscard]] bool hasServiceInformation() const noexcept { return _hasServiceInformation; }
+    /// The services, in their order.
     [[nodiscard]] std::span<const CaptionService> services() const noexcept { return _services.items(); }
     /// All false where there is no service information.
     [[nodiscard]] ServiceInformationFlags serviceInformationFlags() const noexcept { return _serviceFlags; }
@@ -95,6 +102,7 @@ public:
     /// CdpTooManyServices, and nothing is changed.
     QLX_EXPORT Result<std::size_t> setServices(std::span<const CaptionService> services,
                                                const ServiceInformationFlags& flags = {});
+    /// Takes the section of service information away.
     void removeServiceInformation() noexcept {
         _hasServiceInformation = false;
         _serviceReserved = kServiceReserved;
@@ -102,10 +110,12 @@ public:
         _services.clear();
     }
 
+    /// Sections that the standard leaves to later ones; valid until the next change.
     [[nodiscard]] FutureSectionsView futureSections() const noexcept { return FutureSectionsView(_future.items()); }
     /// Adds a section of an identifier from 75h to EFh and gives the bytes of all of them. Another identifier:
     /// CdpSectionUnknown; no room: CdpTooLong; nothing is changed then.
     QLX_EXPORT Result<std::size_t> addFutureSection(std::uint8_t id, std::span<const std::uint8_t> data);
+    /// Takes them away.
     void removeFutureSections() noexcept { _future.clear(); }
 
     /// Bytes of the packet that is written; more than kGreatestCdpBytes are refused.
@@ -167,6 +177,7 @@ public:
     /// Takes any counter next.
     void reset() noexcept { _expected.reset(); }
 
+    /// Whether all fields are equal.
     friend bool operator==(const CounterCheck&, const CounterCheck&) noexcept = default;
 
 private:

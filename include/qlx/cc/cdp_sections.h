@@ -29,6 +29,7 @@ struct TimeCodeFields {
     bool fieldFlag = false;    ///< tc_field_flag
     bool dropFrame = false;    ///< drop_frame_flag
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const TimeCodeFields&, const TimeCodeFields&) noexcept = default;
 };
 
@@ -38,9 +39,11 @@ struct TimeCodeFields {
 ///     const CdpTimeCode time = CdpTimeCode::make({.hours = 10, .minutes = 59, .seconds = 30, .frames = 24});
 class CdpTimeCode {
 public:
+    /// Bytes of it in a packet.
     static constexpr std::size_t kBytes = 4;
 
     constexpr CdpTimeCode() noexcept = default;
+    /// As its bytes stand in a packet.
     constexpr explicit CdpTimeCode(const std::array<std::uint8_t, kBytes>& bytes) noexcept : _bytes(bytes) {}
 
     /// Each number has two decimal digits on the wire; what does not fit into its bits loses its upper ones.
@@ -52,6 +55,7 @@ public:
              static_cast<std::uint8_t>((fields.dropFrame ? 0x80U : 0U) | (digits(fields.frames) & 0x3FU))});
     }
 
+    /// The fields as numbers.
     [[nodiscard]] constexpr TimeCodeFields fields() const noexcept {
         return {number(_bytes[0] & 0x3FU), number(_bytes[1] & 0x7FU), number(_bytes[2] & 0x7FU),
                 number(_bytes[3] & 0x3FU), (_bytes[2] & 0x80U) != 0,  (_bytes[3] & 0x80U) != 0};
@@ -60,6 +64,7 @@ public:
     /// The bytes behind the section's identifier.
     [[nodiscard]] constexpr const std::array<std::uint8_t, kBytes>& bytes() const noexcept { return _bytes; }
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const CdpTimeCode&, const CdpTimeCode&) noexcept = default;
 
 private:
@@ -73,20 +78,23 @@ private:
 
 /// What a caption service is besides its number and language.
 struct CaptionServiceAttributes {
-    bool easyReader = false;
-    bool wideAspectRatio = false;
+    bool easyReader = false;       ///< For beginning readers.
+    bool wideAspectRatio = false;  ///< For 16:9 pictures.
 };
 
 /// A caption service as the service information names it: its number, and its entry of the caption service descriptor
 /// (ATSC A/65, table 6.26). A default-made one is CEA-608 on field 1 without a language.
 class CaptionService {
 public:
+    /// Bytes of it in a packet.
     static constexpr std::size_t kBytes = 7;
+    /// Greatest service number.
     static constexpr std::uint8_t kGreatestNumber = 63;
 
     using Language = std::array<char, 3>;  ///< ISO 639.2/B
 
     constexpr CaptionService() noexcept = default;
+    /// As its bytes stand in a packet.
     constexpr explicit CaptionService(const std::array<std::uint8_t, kBytes>& bytes) noexcept : _bytes(bytes) {}
 
     /// A digital service, 1 to 63: `CaptionService::digital(1, {'e', 'n', 'g'})`.
@@ -116,6 +124,7 @@ public:
     [[nodiscard]] constexpr std::uint8_t descriptorNumber() const noexcept {
         return isDigital() ? static_cast<std::uint8_t>(_bytes[4] & kNumberBits) : std::uint8_t{0};
     }
+    /// ISO 639-2 code of three letters.
     [[nodiscard]] constexpr Language language() const noexcept {
         return {static_cast<char>(_bytes[1]), static_cast<char>(_bytes[2]), static_cast<char>(_bytes[3])};
     }
@@ -123,7 +132,9 @@ public:
     [[nodiscard]] constexpr bool isDigital() const noexcept { return (_bytes[4] & kDigital) != 0; }
     /// line21_field, which only CEA-608 has.
     [[nodiscard]] constexpr bool isOnField2() const noexcept { return !isDigital() && (_bytes[4] & kField2) != 0; }
+    /// Whether the text is for beginning readers.
     [[nodiscard]] constexpr bool easyReader() const noexcept { return (_bytes[5] & kEasyReader) != 0; }
+    /// Whether it is made for 16:9 pictures.
     [[nodiscard]] constexpr bool wideAspectRatio() const noexcept { return (_bytes[5] & kWideAspectRatio) != 0; }
 
     /// The entry as it stands on the wire.
@@ -147,6 +158,7 @@ public:
                (_bytes[5] & kReservedBehind) == kReservedBehind && _bytes[6] == 0xFF;
     }
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const CaptionService&, const CaptionService&) noexcept = default;
 
 private:
@@ -181,41 +193,53 @@ struct ServiceInformationFlags {
     bool change = false;   ///< svc_info_change: they differ from what was sent before.
     bool complete = true;  ///< svc_info_complete: they end in this packet.
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const ServiceInformationFlags&, const ServiceInformationFlags&) noexcept = default;
 };
 
 /// A section of a kind that the standard keeps for the future; it points into the packet's value.
 struct FutureSectionView {
-    std::uint8_t id = 0;  ///< 75h to EFh
-    std::span<const std::uint8_t> data;
+    std::uint8_t id = 0;                 ///< 75h to EFh
+    std::span<const std::uint8_t> data;  ///< Behind identifier and length.
 };
 
 /// The future sections of a packet, one behind the other.
 class FutureSectionsView {
 public:
+    /// Walks the parts in their order.
     class iterator {
     public:
+        /// As every iterator has it.
         using iterator_category = std::input_iterator_tag;
+        /// The same.
         using value_type = FutureSectionView;
+        /// The same.
         using difference_type = std::ptrdiff_t;
+        /// The same.
         using pointer = void;
+        /// The same.
         using reference = FutureSectionView;
 
         constexpr iterator() noexcept = default;
+        /// Begins there.
         constexpr explicit iterator(const std::uint8_t* next) noexcept : _next(next) {}
 
+        /// The part.
         [[nodiscard]] constexpr FutureSectionView operator*() const noexcept {
             return {_next[0], {_next + 2, _next[1]}};
         }
+        /// Goes to the next one.
         constexpr iterator& operator++() noexcept {
             _next += std::size_t{2} + _next[1];
             return *this;
         }
+        /// The same.
         constexpr iterator operator++(int) noexcept {
             const iterator before = *this;
             ++*this;
             return before;
         }
+        /// Whether all fields are equal.
         friend constexpr bool operator==(const iterator&, const iterator&) noexcept = default;
 
     private:
@@ -225,8 +249,11 @@ public:
     /// Whole sections.
     constexpr explicit FutureSectionsView(std::span<const std::uint8_t> bytes) noexcept : _bytes(bytes) {}
 
+    /// The first section.
     [[nodiscard]] constexpr iterator begin() const noexcept { return iterator(_bytes.data()); }
+    /// Behind the last section.
     [[nodiscard]] constexpr iterator end() const noexcept { return iterator(_bytes.data() + _bytes.size()); }
+    /// Whether there is none.
     [[nodiscard]] constexpr bool empty() const noexcept { return _bytes.empty(); }
     /// All of them as they stand on the wire.
     [[nodiscard]] constexpr std::span<const std::uint8_t> bytes() const noexcept { return _bytes; }

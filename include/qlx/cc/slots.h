@@ -17,6 +17,7 @@ struct Slots {
     std::uint8_t greatestDtvcc = 0;  ///< How many of them may be DTVCC.
     bool fieldsAlternate = false;    ///< One pair a frame: field 1 on even frames, field 2 on odd ones.
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const Slots&, const Slots&) noexcept = default;
 };
 
@@ -35,9 +36,10 @@ struct Slots {
 
 /// The fields of which a frame carries a pair.
 struct FrameFields {
-    bool field1 = false;
-    bool field2 = false;
+    bool field1 = false;  ///< A pair of field 1.
+    bool field2 = false;  ///< A pair of field 2.
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const FrameFields&, const FrameFields&) noexcept = default;
 };
 

@@ -28,21 +28,28 @@ struct Triplet {
     std::uint8_t first = 0;      ///< cc_data_1
     std::uint8_t second = 0;     ///< cc_data_2
 
+    /// A triplet with its marker bits.
     [[nodiscard]] static constexpr Triplet make(CcType type, std::uint8_t first, std::uint8_t second,
                                                 bool valid = true) noexcept {
         const unsigned header = unsigned{kMarkerBits} | (valid ? kValidBit : 0U) | static_cast<unsigned>(type);
         return {static_cast<std::uint8_t>(header), first, second};
     }
 
+    /// cc_valid
     [[nodiscard]] constexpr bool valid() const noexcept { return (header & kValidBit) != 0; }
+    /// cc_type
     [[nodiscard]] constexpr CcType type() const noexcept { return static_cast<CcType>(header & kTypeBits); }
+    /// Whether it is for CEA-608, whatever its field.
     [[nodiscard]] constexpr bool is608() const noexcept { return (header & 0x02U) == 0; }
+    /// Whether it is for DTVCC.
     [[nodiscard]] constexpr bool isDtvcc() const noexcept { return !is608(); }
+    /// Whether the five marker bits are ones.
     [[nodiscard]] constexpr bool hasMarkerBits() const noexcept { return (header & kMarkerBits) == kMarkerBits; }
 
     /// True when both bytes are null, with their parity bit (80h) or without: no content of CEA-608.
     [[nodiscard]] constexpr bool isNullPair() const noexcept { return ((first | second) & 0x7FU) == 0; }
 
+    /// Whether all fields are equal.
     friend constexpr bool operator==(const Triplet&, const Triplet&) noexcept = default;
 };
 
@@ -51,28 +58,39 @@ static_assert(sizeof(Triplet) == 3, "triplets are read and written as they stand
 /// Some triplets of a span, walked without a copy: those whose header has, under a mask, a value.
 class TripletFilterView {
 public:
+    /// Walks the triplets that are not left out.
     class iterator {
     public:
+        /// As every iterator has it.
         using iterator_category = std::forward_iterator_tag;
+        /// The same.
         using value_type = Triplet;
+        /// The same.
         using difference_type = std::ptrdiff_t;
+        /// The same.
         using pointer = const Triplet*;
+        /// The same.
         using reference = const Triplet&;
 
         constexpr iterator() noexcept = default;
 
+        /// The triplet.
         [[nodiscard]] constexpr reference operator*() const noexcept { return *_next; }
+        /// The same.
         [[nodiscard]] constexpr pointer operator->() const noexcept { return _next; }
+        /// Goes to the next one.
         constexpr iterator& operator++() noexcept {
             ++_next;
             skip();
             return *this;
         }
+        /// The same.
         constexpr iterator operator++(int) noexcept {
             const iterator before = *this;
             ++*this;
             return before;
         }
+        /// Whether both are at the same place.
         [[nodiscard]] friend constexpr bool operator==(const iterator& left, const iterator& right) noexcept {
             return left._next == right._next;
         }
@@ -97,16 +115,20 @@ public:
         std::uint8_t _value = 0;
     };
 
+    /// What the functions below make.
     constexpr TripletFilterView(std::span<const Triplet> triplets, std::uint8_t mask, std::uint8_t value) noexcept
         : _triplets(triplets), _mask(mask), _value(value) {}
 
+    /// The first one.
     [[nodiscard]] constexpr iterator begin() const noexcept {
         return {_triplets.data(), _triplets.data() + _triplets.size(), _mask, _value};
     }
+    /// Behind the last one.
     [[nodiscard]] constexpr iterator end() const noexcept {
         const Triplet* const last = _triplets.data() + _triplets.size();
         return {last, last, _mask, _value};
     }
+    /// Whether there is none.
     [[nodiscard]] constexpr bool empty() const noexcept { return begin() == end(); }
 
 private:

@@ -1,0 +1,14 @@
+// The core, all of it: formats as functions and values, by their standards.
+#pragma once
+
+#include <qlx/anc/packet.h>
+#include <qlx/anc/raster.h>
+#include <qlx/anc/row.h>
+#include <qlx/base/bounded_list.h>
+#include <qlx/base/finding.h>
+#include <qlx/base/frame_rate.h>
+#include <qlx/base/result.h>
+#include <qlx/cc/cdp.h>
+#include <qlx/cc/cdp_sections.h>
+#include <qlx/cc/slots.h>
+#include <qlx/cc/triplet.h>
