@@ -119,6 +119,13 @@ std::uint64_t readOnly(const std::uint8_t* bytes, std::size_t size) {
     return sum;
 }
 
+/// A copy of a row at a multiple of 64 bytes, as capture cards give them: one place, so that all are read alike.
+std::span<const std::uint8_t> placed(const Row& row) {
+    alignas(64) static std::array<std::uint8_t, rowBytes(RowFormat::V210, kWidth)> place;
+    std::copy(row.begin(), row.end(), place.begin());
+    return {place.data(), row.size()};
+}
+
 /// Searches rows and unpacks what is there; gives the number of packets.
 std::size_t search(std::span<const std::uint8_t> rows, std::size_t stride, RowFormat format) {
     std::array<std::uint8_t, kGreatestUserData> room;
@@ -131,7 +138,8 @@ std::size_t search(std::span<const std::uint8_t> rows, std::size_t stride, RowFo
     return count;
 }
 
-void timeSearch(benchmark::State& state, const Row& row, RowFormat format, std::size_t packetsThere) {
+void timeSearch(benchmark::State& state, std::span<const std::uint8_t> row, RowFormat format,
+                std::size_t packetsThere) {
     const std::size_t before = allocations;
     require(search(row, row.size(), format) == packetsThere, "the packets are not found");
     require(allocations == before, "the search allocates");
@@ -141,7 +149,7 @@ void timeSearch(benchmark::State& state, const Row& row, RowFormat format, std::
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(row.size()));
 }
 
-void timeReading(benchmark::State& state, const Row& row) {
+void timeReading(benchmark::State& state, std::span<const std::uint8_t> row) {
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(readOnly(row.data(), row.size()));
     }
@@ -149,42 +157,42 @@ void timeReading(benchmark::State& state, const Row& row) {
 }
 
 void v210RowRead(benchmark::State& state) {
-    timeReading(state, blank(RowFormat::V210));
+    timeReading(state, placed(blank(RowFormat::V210)));
 }
 BENCHMARK(v210RowRead);
 
 void v210RowBlank(benchmark::State& state) {
-    timeSearch(state, blank(RowFormat::V210), RowFormat::V210, 0);
+    timeSearch(state, placed(blank(RowFormat::V210)), RowFormat::V210, 0);
 }
 BENCHMARK(v210RowBlank);
 
 void v210RowRandomVideo(benchmark::State& state) {
-    timeSearch(state, randomVideo(RowFormat::V210), RowFormat::V210, 0);
+    timeSearch(state, placed(randomVideo(RowFormat::V210)), RowFormat::V210, 0);
 }
 BENCHMARK(v210RowRandomVideo);
 
 void v210RowWithCdp(benchmark::State& state) {
-    timeSearch(state, rowWithCdp(RowFormat::V210), RowFormat::V210, 1);
+    timeSearch(state, placed(rowWithCdp(RowFormat::V210)), RowFormat::V210, 1);
 }
 BENCHMARK(v210RowWithCdp);
 
 void twoVuyRowRead(benchmark::State& state) {
-    timeReading(state, blank(RowFormat::TwoVuy));
+    timeReading(state, placed(blank(RowFormat::TwoVuy)));
 }
 BENCHMARK(twoVuyRowRead);
 
 void twoVuyRowBlank(benchmark::State& state) {
-    timeSearch(state, blank(RowFormat::TwoVuy), RowFormat::TwoVuy, 0);
+    timeSearch(state, placed(blank(RowFormat::TwoVuy)), RowFormat::TwoVuy, 0);
 }
 BENCHMARK(twoVuyRowBlank);
 
 void twoVuyRowRandomVideo(benchmark::State& state) {
-    timeSearch(state, randomVideo(RowFormat::TwoVuy), RowFormat::TwoVuy, 0);
+    timeSearch(state, placed(randomVideo(RowFormat::TwoVuy)), RowFormat::TwoVuy, 0);
 }
 BENCHMARK(twoVuyRowRandomVideo);
 
 void twoVuyRowWithCdp(benchmark::State& state) {
-    timeSearch(state, rowWithCdp(RowFormat::TwoVuy), RowFormat::TwoVuy, 1);
+    timeSearch(state, placed(rowWithCdp(RowFormat::TwoVuy)), RowFormat::TwoVuy, 1);
 }
 BENCHMARK(twoVuyRowWithCdp);
 

@@ -45,8 +45,8 @@ QLX_TARGET_AVX2 inline bool mayHaveOnes(const std::uint8_t* row, std::size_t wor
     return (static_cast<std::uint32_t>(_mm256_movemask_epi8(reached)) & kOuterBytes) != 0;
 }
 
-/// The same for certain, and with the bits of `around`.
-QLX_TARGET_AVX2 inline bool hasOnes(const std::uint8_t* row, std::size_t word, __m256i around) {
+/// The same for certain, and with the bits of `around`. Not inline, or the step above would keep its vectors for this one.
+__attribute__((noinline)) QLX_TARGET_AVX2 bool hasOnes(const std::uint8_t* row, std::size_t word, __m256i around) {
     __m256i even = _mm256_or_si256(vectorAt(row, word), around);
     __m256i odd = _mm256_or_si256(vectorAt(row, word + kWordsOfVector), around);
     for (std::size_t vector = 2; vector < kVectorsOfBlock; vector += 2) {
@@ -66,6 +66,13 @@ inline std::size_t wordOf(std::uint32_t bytes) {
 QLX_TARGET_AVX2 std::size_t findWithAVX2(const std::uint8_t* row, std::size_t first, std::size_t end,
                                          std::uint32_t around) {
     const __m256i aroundAll = _mm256_set1_epi32(static_cast<int>(around));
+    if (end - first >= kWordsOfVector) {
+        // A search that goes on behind a flag's first word finds its other ones next: no block is read for them.
+        const std::uint32_t found = ones(vectorAt(row, first), aroundAll);
+        if (found != 0) {
+            return first + wordOf(found);
+        }
+    }
     while (end - first >= kWordsOfBlock && !(mayHaveOnes(row, first) && hasOnes(row, first, aroundAll))) {
         first += kWordsOfBlock;
     }

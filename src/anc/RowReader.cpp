@@ -38,12 +38,10 @@ struct PacketIterator::Reading {
     [[nodiscard]] bool isCut() const noexcept { return length > there; }
 };
 
-PacketIterator::PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
-                               FindingSink* findings)
-    : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line), _atEnd(false) {
-    if (stride == 0 && !rows.empty()) {
+void PacketIterator::start() {
+    if (_stride == 0 && !_rows.empty()) {
         report(FindingCode::AncRowTooShort, Severity::Error, 0,
-               detail::leastRowBytes(options.format, std::max<std::size_t>(options.width, 1)), 0);
+               detail::leastRowBytes(_options.format, std::max<std::size_t>(_options.width, 1)), 0);
     }
     if (openRow()) {
         advance();
@@ -197,8 +195,7 @@ PacketIterator::Reading PacketIterator::read(Channel channel, std::size_t index)
             return;
         }
         const std::size_t last = index + reading.length - 1;
-        std::uint32_t sum = 0;
-        words.each(row(), header, last, [&sum](std::uint16_t word) { sum += word; });
+        const std::uint32_t sum = words.sum(row(), header, last);
         const bool is8Bit = _options.format == RowFormat::TwoVuy;
         reading.checksum = words.at(row(), last);
         reading.rightChecksum = is8Bit ? static_cast<std::uint16_t>(sum & 0xFFU) : checksumWord(sum);

@@ -25,9 +25,14 @@ struct BytesOfRow {
             take(at(row, first));
         }
     }
+    [[nodiscard]] static std::uint32_t sum(const std::uint8_t* row, std::size_t first, std::size_t end) noexcept {
+        std::uint32_t sum = 0;
+        each(row, first, end, [&sum](std::uint16_t word) { sum += word; });
+        return sum;
+    }
 };
 
-/// Calls `use(words)` with the class that reads and writes the words of such a row's channel (at, set, each).
+/// Calls `use(words)` with the class that reads and writes the words of such a row's channel (at, set, each, sum).
 template <class Use>
 decltype(auto) withWords(RowFormat format, Channel channel, Use use) {
     if (format == RowFormat::V210) {

@@ -67,7 +67,30 @@ struct Samples {
         }
     }
 
+    /// The sum of the samples from `first` up to, not including, `end`, modulo 4096. For at most 3072 of them: what the
+    /// sum of the first samples carries would get among the third ones.
+    [[nodiscard]] static constexpr std::uint32_t sum(const std::uint8_t* row, std::size_t first,
+                                                     std::size_t end) noexcept {
+        std::uint32_t middle = 0;
+        std::uint32_t outer = 0;  // Of first samples from bit 0 on, of third ones from bit 20 on.
+        for (; first < end && first % kOfUnit != 0; ++first) {
+            middle += at(row, first);
+        }
+        for (; end - first >= kOfUnit; first += kOfUnit) {
+            const std::uint8_t* const unit = row + first / kOfUnit * kUnitBytes;
+            middle += middleSample(loadLittle32(unit + kMiddleWord * kWordBytes));
+            outer += loadLittle32(unit + kOuterWord * kWordBytes) & 0x3FF0'03FFU;
+        }
+        for (; first < end; ++first) {
+            middle += at(row, first);
+        }
+        return (middle + (outer & 0xF'FFFFU) + (outer >> 20U)) & 0xFFFU;
+    }
+
 private:
+    static constexpr std::size_t kMiddleWord = stream == Stream::Chroma ? 1 : 0;
+    static constexpr std::size_t kOuterWord = stream == Stream::Luma ? 1 : 0;
+
     [[nodiscard]] static constexpr std::uint16_t inUnit(const std::uint8_t* unit, Place place) noexcept {
         return static_cast<std::uint16_t>(loadLittle32(unit + place.word * kWordBytes) >> place.shift & 0x3FFU);
     }

@@ -120,8 +120,11 @@ public:
     PacketIterator() = default;
 
     /// Goes to the first packet of the rows of `stride` bytes each.
-    QLX_EXPORT PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
-                              FindingSink* findings);
+    PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
+                   FindingSink* findings)
+        : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line), _atEnd(false) {
+        start();
+    }
 
     /// The packet; valid until the next step.
     [[nodiscard]] const PacketView& operator*() const noexcept { return _packet; }
@@ -153,6 +156,7 @@ private:
     /// What stands in front of a packet's user data, and its checksum.
     struct Reading;
 
+    QLX_EXPORT void start();
     QLX_EXPORT void advance();
     bool openRow();
     bool searchRow();
