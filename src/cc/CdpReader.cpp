@@ -194,7 +194,7 @@ void CdpReader::readCcData(std::size_t offset, std::size_t size) {
 
 void CdpReader::checkCcData(std::size_t offset, Bytes triplets) {
     const std::size_t announced = _bytes[offset + 1] & kCcCountBits;
-    const std::size_t count = triplets.size() / sizeof(Triplet);
+    const std::size_t count = _cdp._triplets.size();
     checkReserved(offset + 1, _bytes[offset + 1] | kCcDataReservedBits);
     if (announced != count) {
         add(FindingCode::CdpCountWrong, Severity::Warning, offset + 1, announced, count);
@@ -202,12 +202,11 @@ void CdpReader::checkCcData(std::size_t offset, Bytes triplets) {
     if (const auto rate = _cdp.frameRate(); rate && slotsOf(*rate).ccCount != announced) {
         add(FindingCode::CdpCountUnlikeRate, Severity::Warning, offset + 1, announced, slotsOf(*rate).ccCount);
     }
-    unsigned allHeaders = Triplet::kMarkerBits;
-    for (std::size_t first = 0; first < triplets.size(); first += sizeof(Triplet)) {
-        allHeaders &= triplets[first];
+    if (std::all_of(_cdp._triplets.begin(), _cdp._triplets.end(),
+                    [](const Triplet& triplet) { return triplet.hasMarkerBits(); })) {
+        return;
     }
-    for (std::size_t first = 0; allHeaders != Triplet::kMarkerBits && first < triplets.size();
-         first += sizeof(Triplet)) {
+    for (std::size_t first = 0; first < triplets.size(); first += sizeof(Triplet)) {
         checkReserved(offset + kSectionHeadBytes + first, triplets[first] | Triplet::kMarkerBits);
     }
 }

@@ -111,7 +111,7 @@ TEST(Cdp, WithEverySectionIsWritten) {
 
 TEST(Cdp, OfNothingIsHeaderAndFooter) {
     // 96 + 69 + 0b + 4f + 03 + 74 = 1d0
-    EXPECT_EQ(toHex(written(Cdp())), "96690b4f0300007400000030");
+    EXPECT_EQ(toHex(written(Cdp())), "96690b4f03000074000030");
 }
 
 TEST(Cdp, SectionsWithoutContentAreKept) {
@@ -120,7 +120,7 @@ TEST(Cdp, SectionsWithoutContentAreKept) {
     EXPECT_EQ(*cdp.setServices({}, {.start = false, .change = true, .complete = false}), 0U);
     EXPECT_EQ(*cdp.addFutureSection(0xEF, {}), 2U);
     const Bytes bytes = written(cdp);
-    EXPECT_EQ(toHex(bytes).substr(0, 26), "9669114f6b000072e073a0ef0074");
+    EXPECT_EQ(toHex(bytes).substr(0, 28), "9669114f6b000072e073a0ef0074");
     EXPECT_EQ(*read(bytes).cdp, cdp);
     cdp.removeCcData();
     cdp.removeServiceInformation();
