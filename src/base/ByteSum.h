@@ -10,9 +10,10 @@ namespace qlx {
 
 /// All bytes added up, modulo 256.
 [[nodiscard]] inline std::uint8_t byteSum(std::span<const std::uint8_t> bytes) noexcept {
-    // Eight bytes at a time, two into each of four lanes of 16 bits: a lane has room for 128 words of 2 x 255.
+    // Eight bytes at a time, two into each of four lanes of 16 bits. The lanes are added by a multiplication, in which
+    // three of them must have room where one is: 3 x 32 words of 2 x 255 do.
     constexpr std::uint64_t kLanes = 0x00FF00FF00FF00FFU;
-    constexpr std::size_t kWordsBetween = 128;
+    constexpr std::size_t kWordsBetween = 32;
     const std::uint8_t* next = bytes.data();
     std::size_t left = bytes.size();
     std::uint64_t total = 0;

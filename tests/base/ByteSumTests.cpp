@@ -22,8 +22,8 @@ TEST(ByteSum, EqualsThePlainSumForEverySize) {
 }
 
 TEST(ByteSum, DoesNotOverflowItsLanes) {
-    // 128 words are one lane's room.
-    for (const std::size_t size : {1016U, 1024U, 1032U, 2048U, 100'003U}) {
+    // Lanes are added up after 32 words, 256 bytes; 42 words are the most that would not overflow.
+    for (const std::size_t size : {248U, 255U, 256U, 257U, 264U, 336U, 344U, 512U, 1024U, 2048U, 100'003U}) {
         const ExactBuffer buffer = ExactBuffer::filled(size, 0xFF);
         EXPECT_EQ(qlx::byteSum(buffer.span()), size * 255 % 256) << size;
     }

@@ -37,7 +37,8 @@ TEST(FrameRate, IsFoundFromADurationInAnyTerms) {
         const MediaTime one = qlx::frameDuration(rate);
         EXPECT_EQ(qlx::frameRateOfDuration(one), rate);
         EXPECT_EQ(qlx::frameRateOfDuration(MediaTime::make(one.value * 7, one.timescale * 7)), rate);
-        EXPECT_FALSE(qlx::frameRateOfDuration(MediaTime::make(one.value * 1000 + 1, one.timescale * 1000)));
+        // Longer by 3/1000: by 1/1000 it would be that of the fractional rate.
+        EXPECT_FALSE(qlx::frameRateOfDuration(MediaTime::make(one.value * 1000 + 3, one.timescale * 1000)));
     }
     EXPECT_FALSE(qlx::frameRateOfDuration(MediaTime{}));
     EXPECT_FALSE(qlx::frameRateOfDuration(MediaTime{1, 25, 0, 0})) << "not valid";
