@@ -43,6 +43,9 @@ Result<std::size_t> writeWords(const PacketContentView& packet, std::span<std::u
 }
 
 std::span<std::uint8_t> PacketView::userData(std::span<std::uint8_t> room) const noexcept {
+    if (!_row) {
+        return {};
+    }
     const std::size_t first = _index + kUserDataOffset;
     const std::size_t end = first + std::min<std::size_t>(_dataCount, room.size());
     std::uint8_t* out = room.data();
@@ -65,8 +68,10 @@ std::span<std::uint8_t> PacketView::userData(std::span<std::uint8_t> room) const
 }
 
 std::span<std::uint16_t> PacketView::words(std::span<std::uint16_t> room) const noexcept {
-    // A view that was only default-made has no row.
-    const std::size_t count = _row ? std::min(packetWords(_dataCount), room.size()) : 0;
+    if (!_row) {
+        return {};
+    }
+    const std::size_t count = std::min(packetWords(_dataCount), room.size());
     detail::withWords(_format, _channel, [&](auto words) {
         std::uint16_t* out = room.data();
         words.each(_row, _index, _index + count, [&out](std::uint16_t one) { *out++ = one; });

@@ -73,8 +73,14 @@ QLX_TARGET_AVX2 std::size_t findWithAVX2(const std::uint8_t* row, std::size_t fi
             return first + wordOf(found);
         }
     }
-    while (end - first >= kWordsOfBlock && !(mayHaveOnes(row, first) && hasOnes(row, first, aroundAll))) {
+    const auto isWithout = [row, aroundAll](std::size_t word)
+                               QLX_TARGET_AVX2 { return !mayHaveOnes(row, word) || !hasOnes(row, word, aroundAll); };
+    while (end - first >= kWordsOfBlock && isWithout(first)) {
         first += kWordsOfBlock;
+    }
+    // The last block begins among words that have been looked at.
+    if (end - first < kWordsOfBlock && end >= kWordsOfBlock && (first == end || isWithout(end - kWordsOfBlock))) {
+        return end;
     }
     for (; end - first >= kWordsOfVector; first += kWordsOfVector) {
         const std::uint32_t found = ones(vectorAt(row, first), aroundAll);
@@ -85,7 +91,7 @@ QLX_TARGET_AVX2 std::size_t findWithAVX2(const std::uint8_t* row, std::size_t fi
     if (first == end || end < kWordsOfVector) {
         return findOuterOnesScalar(row, first, end, around);
     }
-    // The last vector begins among words that have been looked at.
+    // So does the last vector.
     const std::size_t last = end - kWordsOfVector;
     const std::uint32_t found = ones(vectorAt(row, last), aroundAll) >> (first - last) * v210::kWordBytes;
     return found != 0 ? first + wordOf(found) : end;

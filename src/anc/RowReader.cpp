@@ -70,11 +70,15 @@ bool PacketIterator::openRow() {
     _nextRowOffset += bytes;
     _samples = detail::samplesOf(_options.format, bytes, _options.width);
     _sample = 0;
-    const Progress atStart{0, _options.extent == Extent::WholeRow ? kUnlimited : kNearWords, 0, 0};
-    _progress.fill(atStart);
-    const std::size_t needed = detail::leastRowBytes(_options.format, _options.width);
-    if (bytes < needed) {
-        report(FindingCode::AncRowTooShort, Severity::Warning, 0, needed, bytes);
+    for (Progress& progress : _progress) {
+        progress = {};
+        progress.stop = _options.extent == Extent::WholeRow ? kUnlimited : kNearWords;
+    }
+    if (_options.width != 0) {
+        const std::size_t needed = detail::leastRowBytes(_options.format, _options.width);
+        if (bytes < needed) {
+            report(FindingCode::AncRowTooShort, Severity::Warning, 0, needed, bytes);
+        }
     }
     return true;
 }
