@@ -43,16 +43,11 @@ void PacketIterator::start() {
         report(FindingCode::AncRowTooShort, Severity::Error, 0,
                detail::leastRowBytes(_options.format, std::max<std::size_t>(_options.width, 1)), 0);
     }
-    if (openRow()) {
-        advance();
-    } else {
-        _atEnd = true;
-    }
+    advance();
 }
 
 void PacketIterator::advance() {
     while (!searchRow()) {
-        ++_line;
         if (!openRow()) {
             _atEnd = true;
             return;
@@ -68,6 +63,7 @@ bool PacketIterator::openRow() {
     const std::size_t bytes = std::min(_stride, _rows.size() - _nextRowOffset);
     _rowOffset = _nextRowOffset;
     _nextRowOffset += bytes;
+    ++_line;
     _samples = detail::samplesOf(_options.format, bytes, _options.width);
     _sample = 0;
     for (Progress& progress : _progress) {

@@ -122,7 +122,7 @@ public:
     /// Goes to the first packet of the rows of `stride` bytes each.
     PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
                    FindingSink* findings)
-        : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line), _atEnd(false) {
+        : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line - 1), _atEnd(false) {
         start();
     }
 
@@ -179,7 +179,7 @@ private:
     FindingSink* _findings = nullptr;
     std::size_t _rowOffset = 0;           ///< Of the row that is read, in `_rows`.
     std::size_t _nextRowOffset = 0;       ///< Of the one behind it.
-    std::uint32_t _line = 0;              ///< Of the row that is read.
+    std::uint32_t _line = 0;              ///< Of the row that is read; one less before the first.
     std::size_t _samples = 0;             ///< Of the row, luma and chroma.
     std::size_t _sample = 0;              ///< Where the search goes on.
     std::array<Progress, 2> _progress{};  ///< Of chroma, or the multiplex, and of luma.
