@@ -141,25 +141,6 @@ std::optional<std::size_t> footerBehind(Bytes bytes, std::size_t from) noexcept 
 
 }  // namespace
 
-std::size_t sectionSize(Bytes section, const SectionCounts& counts) noexcept {
-    const std::uint8_t id = section[0];
-    if (isSection(id, CdpSection::TimeCode)) {
-        return kTimeCodeSectionBytes;
-    }
-    if (section.size() < kSectionHeadBytes) {
-        return 0;
-    }
-    if (isSection(id, CdpSection::CcData)) {
-        const std::size_t announced = section[1] & kCcCountBits;
-        return kSectionHeadBytes + counts.triplets.value_or(announced) * sizeof(Triplet);
-    }
-    if (isSection(id, CdpSection::ServiceInformation)) {
-        const std::size_t announced = section[1] & kServiceCountBits;
-        return kSectionHeadBytes + counts.services.value_or(announced) * CaptionService::kBytes;
-    }
-    return isFutureSection(id) ? kSectionHeadBytes + section[1] : 0;
-}
-
 CdpStructure structureOf(Bytes all) noexcept {
     const Bytes bytes = all.first(std::min(all.size(), kGreatestCdpBytes));
     const Walk announced = walk(bytes, {});

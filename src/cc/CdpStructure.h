@@ -36,7 +36,25 @@ struct CdpStructure {
 
 /// Bytes of the section that begins here, its identifier included, also when there are fewer. 0 when the identifier, or
 /// a missing byte behind it, does not tell.
-[[nodiscard]] std::size_t sectionSize(std::span<const std::uint8_t> section, const SectionCounts& counts) noexcept;
+[[nodiscard]] inline std::size_t sectionSize(std::span<const std::uint8_t> section,
+                                             const SectionCounts& counts) noexcept {
+    const std::uint8_t id = section[0];
+    if (isSection(id, CdpSection::TimeCode)) {
+        return kTimeCodeSectionBytes;
+    }
+    if (section.size() < kSectionHeadBytes) {
+        return 0;
+    }
+    if (isSection(id, CdpSection::CcData)) {
+        const std::size_t announced = section[1] & kCcCountBits;
+        return kSectionHeadBytes + counts.triplets.value_or(announced) * sizeof(Triplet);
+    }
+    if (isSection(id, CdpSection::ServiceInformation)) {
+        const std::size_t announced = section[1] & kServiceCountBits;
+        return kSectionHeadBytes + counts.services.value_or(announced) * CaptionService::kBytes;
+    }
+    return isFutureSection(id) ? kSectionHeadBytes + section[1] : 0;
+}
 
 /// The structure of a packet whose header is whole. Of two readings the one is taken that leads to a footer: with the
 /// counts that are announced, else with another count of triplets or services, else the last four bytes, if they are
