@@ -156,12 +156,12 @@ void CdpReader::readTimeCode(std::size_t offset) {
     std::array<std::uint8_t, CdpTimeCode::kBytes> bytes{};
     std::copy_n(&_bytes[offset + 1], bytes.size(), bytes.begin());
     _cdp._timeCode = CdpTimeCode(bytes);
-    checkReserved(offset + 1, bytes[0] | kHoursReserved);
-    checkReserved(offset + 2, bytes[1] | kMinutesReserved);
-    checkReserved(offset + 4, bytes[3] & ~unsigned{kTimeCodeZeroBit});
     if (!isPossible(*_cdp._timeCode)) {
         add(FindingCode::CdpTimeCodeInvalid, Severity::Warning, offset + 1, loadBig<std::uint32_t>(bytes.data()));
     }
+    checkReserved(offset + 1, bytes[0] | kHoursReserved);
+    checkReserved(offset + 2, bytes[1] | kMinutesReserved);
+    checkReserved(offset + 4, bytes[3] & ~unsigned{kTimeCodeZeroBit});
 }
 
 bool CdpReader::isPossible(const CdpTimeCode& timeCode) const noexcept {

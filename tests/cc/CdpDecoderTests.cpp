@@ -46,6 +46,34 @@ protected:
     }
 };
 
+/// The content of triplets as digits, kind by kind. The decoder may pair the fields of neighbouring frames anew, with
+/// null pairs for what it has not got yet; neither these nor padding are content.
+struct Content {
+    std::string field1;
+    std::string field2;
+    std::string dtvcc;
+
+    friend bool operator==(const Content&, const Content&) = default;
+    friend void PrintTo(const Content& content, std::ostream* out) {
+        *out << "\n1 " << content.field1 << "\n2 " << content.field2 << "\n708 " << content.dtvcc;
+    }
+};
+
+Content contentOf(const Bytes& triplets) {
+    Content content;
+    for (std::size_t offset = 0; offset + 3 <= triplets.size(); offset += 3) {
+        const std::string digits = toHex(std::span(triplets).subspan(offset, 3));
+        if (digits.starts_with("fc") && digits != "fc8080") {
+            content.field1 += digits;
+        } else if (digits.starts_with("fd") && digits != "fd8080") {
+            content.field2 += digits;
+        } else if (digits.starts_with("fe") || digits.starts_with("ff")) {
+            content.dtvcc += digits;
+        }
+    }
+    return content;
+}
+
 TEST_F(CdpDecoder, ReadsEveryTripletAtEveryRate) {
     constexpr unsigned kFrames = 40;
     const CaptionService services[] = {CaptionService::line21(false), CaptionService::digital(1, {'e', 'n', 'g'})};
@@ -83,7 +111,7 @@ TEST_F(CdpDecoder, ReadsEveryTripletAtEveryRate) {
             size = packet.size();
             packets.insert(packets.end(), packet.begin(), packet.end());
         }
-        EXPECT_EQ(toHex(decoded(packets, size, rate)), toHex(expected)) << "rate " << static_cast<int>(rate);
+        EXPECT_EQ(contentOf(decoded(packets, size, rate)), contentOf(expected)) << "rate " << static_cast<int>(rate);
     }
 }
 
@@ -92,8 +120,9 @@ TEST_F(CdpDecoder, RefusesAWrongLength) {
     Bytes packet = packetOf(kTenTriplets);
     packet[2] = static_cast<std::uint8_t>(packet[2] - 8);
     setChecksum(packet);
-    EXPECT_EQ(toHex(decoded(packet, packet.size(), FrameRate::Fps60)), "");
-    EXPECT_EQ(toHex(decoded(packetOf(kTenTriplets), packet.size(), FrameRate::Fps60)).substr(0, 6), "fc942c");
+    EXPECT_EQ(contentOf(decoded(packet, packet.size(), FrameRate::Fps60)), Content{});
+    EXPECT_EQ(contentOf(decoded(packetOf(kTenTriplets), packet.size(), FrameRate::Fps60)),
+              contentOf(fromHex(kTenTriplets.substr(4))));
 }
 
 }  // namespace
