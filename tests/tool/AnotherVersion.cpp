@@ -7,4 +7,4 @@ int anything = 0;
 
 }  // namespace
 
-QLXCC_DEFINE_MODULE(int, anything)
+QLXCC_DEFINE_MODULE(anything)

@@ -22,7 +22,7 @@ public:
 
     std::optional<std::size_t> read(std::span<std::uint8_t> to) noexcept override;
     bool seek(std::uint64_t offset) noexcept override;
-    [[nodiscard]] std::uint64_t offset() const noexcept override { return _source.offset(); }
+    [[nodiscard]] std::uint64_t offset() noexcept override { return _source.offset(); }
     [[nodiscard]] std::optional<std::uint64_t> size() const noexcept override {
         return _canSeek ? _source.size() : std::nullopt;
     }

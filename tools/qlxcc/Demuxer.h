@@ -27,7 +27,8 @@ public:
     /// Goes on reading at `offset`; false when that is not possible.
     virtual bool seek(std::uint64_t offset) noexcept = 0;
 
-    [[nodiscard]] virtual std::uint64_t offset() const noexcept = 0;
+    /// Bytes read so far, or passed over.
+    [[nodiscard]] virtual std::uint64_t offset() noexcept = 0;
 
     /// Bytes in all; none where it can only be read from front to back.
     [[nodiscard]] virtual std::optional<std::uint64_t> size() const noexcept = 0;

@@ -20,10 +20,10 @@ template <class Interface>
 
 }  // namespace qlx::tool
 
-/// Defines the entry function of a module, which gives `object` as an `Interface`. Its name carries the tool's version:
-/// a module of another one is not taken for this tool's.
-#define QLXCC_DEFINE_MODULE(Interface, object)                                                                         \
+/// Defines the entry function of a module, which gives `object`, an object of the interface's type. Its name carries the
+/// tool's version: a module of another one is not taken for this tool's.
+#define QLXCC_DEFINE_MODULE(object)                                                                                    \
     extern "C" __attribute__((visibility("default"))) void* QLXCC_MODULE_ENTRY();                                      \
     extern "C" void* QLXCC_MODULE_ENTRY() {                                                                            \
-        return static_cast<Interface*>(&(object));                                                                     \
+        return &(object);                                                                                              \
     }

@@ -339,10 +339,11 @@ public:
     }
 };
 
-Module theModule;
+Module implementation;
+DemuxerModule& theModule = implementation;
 
 }  // namespace
 
 }  // namespace qlx::tool
 
-QLXCC_DEFINE_MODULE(qlx::tool::DemuxerModule, qlx::tool::theModule)
+QLXCC_DEFINE_MODULE(qlx::tool::theModule)

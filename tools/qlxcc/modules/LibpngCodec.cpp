@@ -222,10 +222,11 @@ public:
     }
 };
 
-LibpngCodec codec;
+LibpngCodec implementation;
+PngCodec& codec = implementation;
 
 }  // namespace
 
 }  // namespace qlx::tool
 
-QLXCC_DEFINE_MODULE(qlx::tool::PngCodec, qlx::tool::codec)
+QLXCC_DEFINE_MODULE(qlx::tool::codec)

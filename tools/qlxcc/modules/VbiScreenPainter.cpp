@@ -176,10 +176,11 @@ public:
     }
 };
 
-VbiScreenPainter painter;
+VbiScreenPainter implementation;
+ScreenPainter& painter = implementation;
 
 }  // namespace
 
 }  // namespace qlx::tool
 
-QLXCC_DEFINE_MODULE(qlx::tool::ScreenPainter, qlx::tool::painter)
+QLXCC_DEFINE_MODULE(qlx::tool::painter)
