@@ -52,14 +52,6 @@ constexpr Text kTexts[] = {
     {CdpTooManyTriplets, "{1} triplets, a caption packet has at most {2}"},
     {CdpTooManyServices, "{1} services, a caption packet has at most {2}"},
     {CdpTooLong, "{1} bytes, a caption packet has at most {2}"},
-    {A53TooShort, "caption user data of {2} bytes, {1} are needed"},
-    {A53TypeCodeWrong, "user data of type {1x} in place of {2x}"},
-    {A53CountWrong, "{1} triplets announced, {2} are there"},
-    {A53MarkerWrong, "marker bits {1x} in place of {2x}"},
-    {A53MarkerMissing, "no marker bits"},
-    {A53ReservedBitsWrong, "reserved bits: {1x}, should be {2x}"},
-    {A53BytesBehindMarker, "{1} bytes behind the marker bits"},
-    {A53TooManyTriplets, "{1} triplets, caption user data has at most {2}"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`.

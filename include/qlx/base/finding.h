@@ -61,14 +61,6 @@ enum class FindingCode : std::uint32_t {
     CdpTooManyTriplets,           ///< Triplets given, greatest count.
     CdpTooManyServices,           ///< Services given, greatest count.
     CdpTooLong,                   ///< Bytes needed or there, greatest length.
-    A53TooShort = 0x3'0101,       ///< Bytes needed, bytes there.
-    A53TypeCodeWrong,             ///< user_data_type_code there, the right one.
-    A53CountWrong,                ///< cc_count there, triplets that are there.
-    A53MarkerWrong,               ///< Byte in the place of the marker bits, the right one.
-    A53MarkerMissing,             ///< No numbers.
-    A53ReservedBitsWrong,         ///< Byte there, byte with the bits as they should be.
-    A53BytesBehindMarker,         ///< Bytes behind the marker bits.
-    A53TooManyTriplets,           ///< Triplets given, greatest count.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.
