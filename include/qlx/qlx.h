@@ -12,3 +12,4 @@
 #include <qlx/cc/cdp_sections.h>
 #include <qlx/cc/slots.h>
 #include <qlx/cc/triplet.h>
+#include <qlx/facade/packet.h>

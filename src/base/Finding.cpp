@@ -52,6 +52,7 @@ constexpr Text kTexts[] = {
     {CdpTooManyTriplets, "{1} triplets, a caption packet has at most {2}"},
     {CdpTooManyServices, "{1} services, a caption packet has at most {2}"},
     {CdpTooLong, "{1} bytes, a caption packet has at most {2}"},
+    {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`.

@@ -61,6 +61,9 @@ enum class FindingCode : std::uint32_t {
     CdpTooManyTriplets,           ///< Triplets given, greatest count.
     CdpTooManyServices,           ///< Services given, greatest count.
     CdpTooLong,                   ///< Bytes needed or there, greatest length.
+
+    // facade
+    VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.
