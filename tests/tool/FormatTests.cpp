@@ -10,7 +10,6 @@
 #include "Text.h"
 #include "Times.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
 #include <gtest/gtest.h>
@@ -303,7 +302,7 @@ std::string readRows(std::span<const std::uint8_t> bytes, RowLayout layout) {
         for (Frame frame; reader.next(frame, problems);) {
             text += "|";
             for (const auto& packet : frame.packets) {
-                text += " " + std::to_string(packet->lineNumber());
+                text += " " + std::to_string(packet.line);
             }
         }
     } catch (const Failure& failure) {

@@ -8,8 +8,6 @@
 
 #include "ExactBuffer.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <gtest/gtest.h>
 
 namespace {

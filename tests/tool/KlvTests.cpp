@@ -4,8 +4,6 @@
 #include "Klv.h"
 #include "MemorySource.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -46,12 +44,11 @@ void expectCaption(const Frame& frame, std::uint64_t number) {
     EXPECT_EQ(frame.number, number);
     EXPECT_FALSE(frame.pts);
     ASSERT_EQ(frame.packets.size(), 1U);
-    const QLXVANCPacket& packet = *frame.packets.front();
-    EXPECT_EQ(packet.lineNumber(), 21U);
-    EXPECT_EQ(packet.packetDID(), 0x61U);
-    EXPECT_EQ(packet.packetSDID(), 0x02U);
-    EXPECT_EQ(packet.packetType(), QLXVANCPacketTypeCEA608);
-    EXPECT_EQ(packet.packetData(), qlx::Data({0x80, 0x94, 0xAE}));
+    const qlx::anc::Packet& packet = frame.packets.front();
+    EXPECT_EQ(packet.line, 21U);
+    EXPECT_EQ(packet.did, 0x61U);
+    EXPECT_EQ(packet.sdid, 0x02U);
+    EXPECT_EQ(packet.userData, (std::vector<std::uint8_t>{0x80, 0x94, 0xAE}));
 }
 
 TEST(Klv, ReadsEveryFormOfLength) {

@@ -2,11 +2,10 @@
 #include "ExactBuffer.h"
 #include "FrameCaptions.h"
 #include "FrameOrder.h"
+#include "PacketNames.h"
 #include "PictureOrder.h"
 #include "PictureTimes.h"
 #include "VideoCaptions.h"
-
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <gtest/gtest.h>
 
@@ -22,6 +21,7 @@ using qlx::MediaTime;
 using qlx::tool::Frame;
 using qlx::tool::FrameOrder;
 using qlx::tool::FrameSample;
+using qlx::tool::packetOf;
 using qlx::tool::PictureOrder;
 using qlx::tool::PictureTimes;
 using qlx::tool::VideoCodec;
@@ -303,7 +303,7 @@ TEST(FrameOrder, PutsPicturesInOrderAsSoonAsItCan) {
 TEST(FrameOrder, JoinsWhatIsPresentedTogether) {
     FrameOrder order(3);
     FrameSample packets = sampleOf(2, 20, 20, -1);
-    packets.frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x80, 0x94, 0x2C}, 21));
+    packets.frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x80, 0x94, 0x2C}, 21));
     order.add(std::move(packets));
     order.add(sampleOf(1, 20, 20, 7));
     order.add(sampleOf(0, 20, 0, 5));
@@ -332,7 +332,7 @@ TEST(FrameOrder, TakesTimesThatDifferByRoundingForOneMoment) {
         picture.tolerance = 33;
         FrameSample packets = sampleOf(1, captions[index], captions[index], -1);
         packets.tolerance = 1000;
-        packets.frame.packets.push_back(std::make_shared<QLXVANCPacket>());
+        packets.frame.packets.push_back(qlx::anc::Packet{});
         // Either may come first.
         order.add(std::move(index % 2 == 0 ? picture : packets));
         order.add(std::move(index % 2 == 0 ? packets : picture));
@@ -374,8 +374,7 @@ TEST(FrameOrder, HoldsNoMoreThanAllowed) {
     FrameOrder order(2);
     for (int index = 0; index < 40; ++index) {
         FrameSample sample = sampleOf(0, index, index, -1);
-        sample.frame.packets.push_back(
-            QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(Data(Bytes(std::size_t{1024} * 1024, 0)), 9));
+        sample.frame.packets.push_back(packetOf(qlx::anc::ids::kCdp, Data(Bytes(std::size_t{1024} * 1024, 0)), 9));
         order.add(std::move(sample));
     }
     // Sixteen megabytes and nothing beyond wait for the other stream: one less, as a packet takes more than its data.
@@ -430,13 +429,13 @@ TEST(FrameOrder, PutsWhatHasNoTimeBehindTheLast) {
 TEST(FrameCaptions, AreTakenFromWhereverTheyAre) {
     Frame frame;
     EXPECT_FALSE(captionTriplets(frame));
-    frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x80, 0x94, 0x2C}, 21));
-    frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x00, 0x15, 0x2C}, 284));
-    frame.packets.push_back(QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(Data{0x80, 0x94}, 21));
+    frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x80, 0x94, 0x2C}, 21));
+    frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x00, 0x15, 0x2C}, 284));
+    frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x80, 0x94}, 21));
     EXPECT_EQ(captionTriplets(frame), (Data{0xFC, 0x94, 0x2C, 0xFD, 0x15, 0x2C}));
     // A packet with a time code section in front of its two triplets.
-    frame.packets.push_back(QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(
-        Data(fromHex("9669193fff0000718081828372e2fc9420f9152c740000ff00")), 9));
+    frame.packets.push_back(
+        packetOf(qlx::anc::ids::kCdp, Data(fromHex("9669193fff0000718081828372e2fc9420f9152c740000ff00")), 9));
     EXPECT_EQ(captionTriplets(frame), (Data{0xFC, 0x94, 0x20, 0xF9, 0x15, 0x2C}));
     frame.triplets = Data{0xFA, 0x00, 0x00};
     EXPECT_EQ(captionTriplets(frame), (Data{0xFA, 0x00, 0x00}));

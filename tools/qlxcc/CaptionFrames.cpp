@@ -2,12 +2,11 @@
 
 #include "Cdp.h"
 #include "Errors.h"
-#include "Subtitles.h"
+#include "PacketNames.h"
 #include "Text.h"
 #include "Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <algorithm>
 #include <array>
@@ -25,17 +24,17 @@ constexpr std::array<std::uint8_t, 2> kEndOfCaption{0x94, 0x2F};
 
 /// The frame's field 1 pair; empty when it has none.
 Data pairOf(const Frame& frame) {
-    return frame.packets.empty() ? Data() : fieldOnePairs(frame.packets.front()->packetData());
+    return frame.packets.empty() ? Data() : fieldOnePairs(Data(frame.packets.front().userData));
 }
 
 }  // namespace
 
-std::vector<std::shared_ptr<QLXVANCPacket>> captionPackets(const std::shared_ptr<SampleBuffer>& sample) {
+std::vector<anc::Packet> captionPackets(const std::shared_ptr<SampleBuffer>& sample) {
     if (!sample) {
         return {};
     }
-    return {QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(
-        QLXCCUtilities::extractCaptionsDataFromSampleBuffer(sample), kCaptionLine)};
+    const Data cdp = QLXCCUtilities::extractCaptionsDataFromSampleBuffer(sample);
+    return {packetOf(anc::ids::kCdp, cdp, kCaptionLine)};
 }
 
 void CaptionScheduleWriter::writeTitles(const std::string& summary) {
@@ -48,7 +47,7 @@ void CaptionScheduleWriter::writeCaption(const Frame* shown) {
                   rightAligned(_lastFrame, kFrameWidth) + "  " +
                   rightAligned(_lastFrame + 1 - _firstFrame, kPairsWidth) + "  " +
                   (shown != nullptr ? timecode(shown->pts.value_or(MediaTime{})) : padded("not yet", kTimeWidth)) +
-                  "  " + (_subtitle ? printable(subtitleText(*_subtitle)) : "-") + "\n");
+                  "  " + (_subtitle ? printable(*_subtitle) : "-") + "\n");
     _isSending = false;
 }
 

@@ -22,7 +22,7 @@ inline constexpr std::size_t kFirstSentCaptionRow = 12;
 inline constexpr std::size_t kSentCaptionRows = 2;
 
 /// The CDP of a caption sample as a CEA-708 packet on kCaptionLine; nothing for a null sample.
-[[nodiscard]] std::vector<std::shared_ptr<QLXVANCPacket>> captionPackets(const std::shared_ptr<SampleBuffer>& sample);
+[[nodiscard]] std::vector<anc::Packet> captionPackets(const std::shared_ptr<SampleBuffer>& sample);
 
 /// Writes a line a caption: the time and the frames in which its byte pairs travel, how many they are, and the time and
 /// frame of the last one, with which it appears.
@@ -41,7 +41,7 @@ private:
 
     OutputFile& _output;
     bool _isSending = false;
-    std::shared_ptr<QLXSubtitleRecord> _subtitle;
+    std::shared_ptr<const std::string> _subtitle;
     MediaTime _firstTime;
     std::uint64_t _firstFrame = 0;
     std::uint64_t _lastFrame = 0;

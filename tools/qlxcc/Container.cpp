@@ -8,6 +8,7 @@
 #include "FrameOrder.h"
 #include "Klv.h"
 #include "Module.h"
+#include "PacketNames.h"
 #include "PictureTimes.h"
 #include "StreamEnd.h"
 #include "Text.h"
@@ -222,9 +223,11 @@ void ContainerReader::takeSample(const Track& track, Frame& frame, std::vector<s
         frame.captionPlace = CaptionPlace::Track;
         break;
     case StreamContent::Atom:
-        if (auto packet =
+        if (const auto packet =
                 QLXVANCPacket::VANCPacketWithQuickTimeAtomBuffer_size_lineNumber(bytes.data(), bytes.size(), 0)) {
-            frame.packets.push_back(std::move(packet));
+            frame.packets.push_back(packetOf(
+                {static_cast<std::uint8_t>(packet->packetDID()), static_cast<std::uint8_t>(packet->packetSDID())},
+                packet->packetData(), 0));
         } else if (!bytes.empty()) {
             problems.push_back("byte " + std::to_string(_packet.place) + ": caption sample of " +
                                counted(bytes.size(), "byte") + " without a ccdp atom");

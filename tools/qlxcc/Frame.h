@@ -4,14 +4,13 @@
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
+#include <qlx/anc/packet.h>
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-class QLXSubtitleRecord;
-class QLXVANCPacket;
 
 namespace qlx::tool {
 
@@ -25,9 +24,11 @@ enum class CaptionPlace : std::uint8_t {
 struct Frame {
     std::uint64_t number = 0;      ///< Counted from 0.
     std::optional<MediaTime> pts;  ///< Presentation time, where it is known.
-    std::vector<std::shared_ptr<QLXVANCPacket>> packets;
-    Data triplets;                                ///< The cc_data triplets (CTA-708) that are in no packet; or none.
-    std::shared_ptr<QLXSubtitleRecord> subtitle;  ///< In playout: the subtitle last sent, null in a gap.
+    std::vector<anc::Packet> packets;
+    Data triplets;  ///< The cc_data triplets (CTA-708) that are in no packet; or none.
+    /// In playout: the text of the subtitle last sent, null in a gap. Another subtitle is another object, whatever it
+    /// says.
+    std::shared_ptr<const std::string> subtitle;
     CaptionPlace captionPlace = CaptionPlace::Picture;  ///< Of the triplets.
 };
 

@@ -2,8 +2,6 @@
 
 #include "Cdp.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -29,16 +27,16 @@ Data captionTriplets(const Frame& frame) {
     }
     std::vector<std::uint8_t> pairs;
     for (const auto& packet : frame.packets) {
-        const Data data = packet->packetData();
-        if (packet->packetType() == QLXVANCPacketTypeCEA708) {
+        const std::span<const std::uint8_t> data = packet.userData;
+        if (packet.id() == anc::ids::kCdp) {
             if (const auto cdp = readCdp(data); cdp && cdp->ccCount) {
-                return Data(std::span<const std::uint8_t>(data).subspan(kBytesBeforeTriplets + cdp->timeCodeBytes,
-                                                                        cdp->triplets.size() * kTripletSize));
+                return Data(
+                    data.subspan(kBytesBeforeTriplets + cdp->timeCodeBytes, cdp->triplets.size() * kTripletSize));
             }
         }
         // SMPTE ST 334-1: the highest bit of the first byte is set for field 1; then the pair.
         constexpr std::size_t kPairPacket = 3;
-        if (packet->packetType() == QLXVANCPacketTypeCEA608 && data.size() >= kPairPacket) {
+        if (packet.id() == anc::ids::kCea608 && data.size() >= kPairPacket) {
             const std::uint8_t flags = (data[0] & 0x80U) != 0 ? kField1 : kField2;
             pairs.insert(pairs.end(), {flags, data[1], data[2]});
         }

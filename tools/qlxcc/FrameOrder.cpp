@@ -1,7 +1,5 @@
 #include "FrameOrder.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -16,7 +14,7 @@ std::size_t bytesOf(const Frame& frame) {
     constexpr std::size_t kPacketBytes = 256;
     std::size_t bytes = frame.triplets.size();
     for (const auto& packet : frame.packets) {
-        bytes += kPacketBytes + packet->packetData().size();
+        bytes += kPacketBytes + packet.userData.size();
     }
     return bytes;
 }
@@ -28,7 +26,7 @@ void FrameOrder::join(Moment& moment, FrameSample sample) {
     Frame& frame = moment.frame;
     moment.tolerance = std::max(moment.tolerance, sample.tolerance);
     moment.streams.push_back(sample.stream);
-    frame.packets.insert(frame.packets.end(), sample.frame.packets.begin(), sample.frame.packets.end());
+    std::move(sample.frame.packets.begin(), sample.frame.packets.end(), std::back_inserter(frame.packets));
     if (!sample.frame.triplets.empty()) {
         if (frame.triplets.empty() || sample.stream < moment.tripletStream) {
             frame.triplets = std::move(sample.frame.triplets);

@@ -2,10 +2,10 @@
 
 #include "Cdp.h"
 #include "Errors.h"
+#include "PacketNames.h"
 #include "SCTE104Message.h"
 #include "Text.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <nlohmann/json.hpp>
@@ -248,20 +248,19 @@ std::string jsonLine(const Frame& frame, bool showsCaptions) {
     }
     Json& packets = object["packets"] = Json::array();
     for (const auto& packet : frame.packets) {
-        const Data data = packet->packetData();
         Json entry;
-        entry["line"] = packet->lineNumber();
-        entry["did"] = packet->packetDID();
-        entry["sdid"] = packet->packetSDID();
-        entry["type"] = QLXVANCPacket::nameOfPacketType(packet->packetType());
-        entry["data"] = hex(data);
-        if (showsCaptions && packet->packetType() == QLXVANCPacketTypeCEA708) {
-            if (const auto cdp = readCdp(data)) {
+        entry["line"] = packet.line;
+        entry["did"] = packet.did;
+        entry["sdid"] = packet.sdid;
+        entry["type"] = packetName(packet);
+        entry["data"] = hex(packet.userData);
+        if (showsCaptions && packet.id() == anc::ids::kCdp) {
+            if (const auto cdp = readCdp(packet.userData)) {
                 entry["cdp"] = cdpObject(*cdp);
             }
         }
-        if (showsCaptions && packet->packetType() == QLXVANCPacketTypeSCTE104) {
-            if (const Scte104Message message = readScte104(data); !message.refusal) {
+        if (showsCaptions && packet.id() == anc::ids::kScte104) {
+            if (const Scte104Message message = readScte104(packet.userData); !message.refusal) {
                 entry["scte104"] = jsonOf(scte104Operations(message));
             }
         }

@@ -3,7 +3,6 @@
 #include "Errors.h"
 #include "Json.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 
 #include <limits>
@@ -26,7 +25,7 @@ std::optional<std::uint8_t> digitOf(char character) {
     return place == std::string_view::npos ? std::nullopt : std::optional(static_cast<std::uint8_t>(place & 15U));
 }
 
-Data bytesOf(const Dictionary& object, std::string_view key) {
+std::vector<std::uint8_t> bytesOf(const Dictionary& object, std::string_view key) {
     const Value* const value = object.find(key);
     const std::string* const text = value != nullptr ? value->text() : nullptr;
     if (text == nullptr || text->size() % 2 != 0) {
@@ -42,7 +41,7 @@ Data bytesOf(const Dictionary& object, std::string_view key) {
         }
         bytes.push_back(static_cast<std::uint8_t>(*high << 4U | *low));
     }
-    return Data(bytes);
+    return bytes;
 }
 
 std::uint64_t numberOf(const Dictionary& object, std::string_view key, std::uint64_t greatest) {
@@ -54,20 +53,17 @@ std::uint64_t numberOf(const Dictionary& object, std::string_view key, std::uint
     return *number;
 }
 
-std::shared_ptr<QLXVANCPacket> packetOf(const Value& value) {
+anc::Packet packetOf(const Value& value) {
     const Dictionary* const object = value.dictionary();
     if (object == nullptr) {
         throw BadLine("a packet must be an object");
     }
     constexpr std::uint64_t kGreatestWord = 65535;
-    const std::uint64_t did = numberOf(*object, "did", 255);
-    const std::uint64_t sdid = numberOf(*object, "sdid", 255);
-    auto packet = std::make_shared<QLXVANCPacket>();
-    packet->setPacketDID(did);
-    packet->setPacketSDID(sdid);
-    packet->setPacketType(QLXVANCPacket::packetTypeWithDID_SDID(did, sdid));
-    packet->setLineNumber(numberOf(*object, "line", kGreatestWord));
-    packet->setPacketData(bytesOf(*object, "data"));
+    anc::Packet packet;
+    packet.did = static_cast<std::uint8_t>(numberOf(*object, "did", 255));
+    packet.sdid = static_cast<std::uint8_t>(numberOf(*object, "sdid", 255));
+    packet.line = static_cast<std::uint32_t>(numberOf(*object, "line", kGreatestWord));
+    packet.userData = bytesOf(*object, "data");
     return packet;
 }
 
@@ -109,7 +105,7 @@ Frame frameOf(const Value& value) {
         if (captions->dictionary() == nullptr) {
             throw BadLine("\"captions\" must be an object");
         }
-        frame.triplets = bytesOf(*captions->dictionary(), "data");
+        frame.triplets = Data(bytesOf(*captions->dictionary(), "data"));
     }
     return frame;
 }

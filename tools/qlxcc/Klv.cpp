@@ -6,6 +6,8 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
+#include <qlx/facade/packet.h>
+
 #include <algorithm>
 #include <span>
 
@@ -30,8 +32,8 @@ void readAncFrameElement(std::span<const std::uint8_t> element, const std::strin
         problems.push_back(place + ": element of " + counted(element.size(), "byte") + " without a packet count");
         return;
     }
-    const auto packets =
-        QLXVANCPacket::VANCPacketsWithMXFBuffer_size_bufferFormat(element.data(), element.size(), kPixelFormat2vuy);
+    const auto packets = facade::toAncPackets(
+        QLXVANCPacket::VANCPacketsWithMXFBuffer_size_bufferFormat(element.data(), element.size(), kPixelFormat2vuy));
     frame.packets.insert(frame.packets.end(), packets.begin(), packets.end());
     const std::uint64_t announced = std::uint64_t{element[0]} << 8U | element[1];
     if (packets.size() < announced) {
@@ -157,7 +159,7 @@ bool KlvReader::next(Frame& frame, std::vector<std::string>& problems) {
 }
 
 void KlvWriter::write(const Frame& frame) {
-    const Data element = QLXVANCPacket::MXFDataPacketWithVANCPackets(frame.packets);
+    const Data element = QLXVANCPacket::MXFDataPacketWithVANCPackets(facade::toVANCPackets(frame.packets));
     const std::size_t length = element.size();
     if (length > 0xFFFFFF) {
         throw Failure("frame " + std::to_string(frame.number) + ": too many packets for a KLV triplet");

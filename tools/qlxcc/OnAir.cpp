@@ -5,8 +5,6 @@
 #include "TeletextPage.h"
 #include "Text.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -20,19 +18,18 @@ public:
     explicit TeletextOnAir(std::uint16_t page) : _number(page), _page(page) {}
 
     bool receive(const Frame& frame) override {
-        std::vector<QLXVANCPacket*> packets;
+        std::vector<const anc::Packet*> packets;
         for (const auto& packet : frame.packets) {
-            if (packet->packetType() == QLXVANCPacketTypeOP47) {
-                packets.push_back(packet.get());
+            if (packet.id() == anc::ids::kOp47) {
+                packets.push_back(&packet);
             }
         }
         // Field 1 comes first, however the packets of a frame are listed.
-        std::stable_sort(packets.begin(), packets.end(), [](const QLXVANCPacket* left, const QLXVANCPacket* right) {
-            return left->lineNumber() < right->lineNumber();
-        });
+        std::stable_sort(packets.begin(), packets.end(),
+                         [](const anc::Packet* left, const anc::Packet* right) { return left->line < right->line; });
         bool isChanged = false;
-        for (const QLXVANCPacket* const packet : packets) {
-            isChanged = _page.receive(packet->packetData()) || isChanged;
+        for (const anc::Packet* const packet : packets) {
+            isChanged = _page.receive(packet->userData) || isChanged;
         }
         _isCarried = _isCarried || !packets.empty();
         return isChanged;

@@ -21,6 +21,8 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
+#include <qlx/facade/packet.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -248,11 +250,10 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtit
 }
 
 /// The packets of a frame for which the packetizer gave `sample`.
-std::vector<std::shared_ptr<QLXVANCPacket>> packetsOf(const PlayOptions& options,
-                                                      const std::shared_ptr<SampleBuffer>& sample,
-                                                      const MediaTime& pts) {
+std::vector<anc::Packet> packetsOf(const PlayOptions& options, const std::shared_ptr<SampleBuffer>& sample,
+                                   const MediaTime& pts) {
     if (options.mode == PlayMode::Teletext) {
-        return QLXVANCPacket::VANCPacketsWithCMSampleBuffer(sample);
+        return facade::toAncPackets(QLXVANCPacket::VANCPacketsWithCMSampleBuffer(sample));
     }
     if (sample || !options.fillsFrames) {
         return captionPackets(sample);
@@ -260,6 +261,22 @@ std::vector<std::shared_ptr<QLXVANCPacket>> packetsOf(const PlayOptions& options
     return captionPackets(QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(
         pts, options.rate.frameDuration(), 0));
 }
+
+/// The text of the subtitle last sent, made when it changes.
+class SentSubtitle {
+public:
+    std::shared_ptr<const std::string> textOf(const std::shared_ptr<QLXSubtitleRecord>& record) {
+        if (record != _record) {
+            _record = record;
+            _text = record ? std::make_shared<const std::string>(subtitleText(*record)) : nullptr;
+        }
+        return _text;
+    }
+
+private:
+    std::shared_ptr<QLXSubtitleRecord> _record;
+    std::shared_ptr<const std::string> _text;
+};
 
 }  // namespace
 
@@ -279,11 +296,13 @@ int play(const PlayOptions& options) {
 
     OutputFile output(options.output);
     const auto writer = makeWriter(options, subtitles, output);
+    SentSubtitle sent;
     Progress progress(range.end - range.first, output.isStandardOutput());
     for (std::uint64_t number = range.first; number < range.end; ++number) {
         const MediaTime pts = options.rate.timeOfFrame(number);
         const auto sample = packetizer->copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, duration);
-        writer->write({number, pts, packetsOf(options, sample, pts), {}, packetizer->lastSubtitleRecord()});
+        writer->write(
+            {number, pts, packetsOf(options, sample, pts), {}, sent.textOf(packetizer->lastSubtitleRecord())});
         const std::uint64_t done = number + 1 - range.first;
         progress.update(done, done);
     }

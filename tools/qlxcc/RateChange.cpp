@@ -6,10 +6,10 @@
 #include "InputKind.h"
 #include "Klv.h"
 #include "OutputFile.h"
+#include "PacketNames.h"
 #include "Progress.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 
@@ -24,14 +24,14 @@ namespace qlx::tool {
 
 namespace {
 
-using Packet = std::shared_ptr<QLXVANCPacket>;
+using anc::Packet;
 using Sample = std::shared_ptr<SampleBuffer>;
 
 constexpr std::size_t kHeaderSize = 7;
 constexpr std::size_t kSmallestPacket = 10;
 
 bool isCaptionPacket(const Packet& packet) {
-    return packet->packetType() == QLXVANCPacketTypeCEA708;
+    return packet.id() == anc::ids::kCdp;
 }
 
 /// `data` as the one sample of a `clcp`/`c708` stream: an atom header and the CDP.
@@ -88,9 +88,8 @@ private:
 
     /// A packet's CDP as a sample of the rate that the file has.
     Sample sampleOf(const Frame& frame, const Packet& packet) {
-        const Data data = packet->packetData();
-        const std::string place =
-            "frame " + std::to_string(frame.number) + ", line " + std::to_string(packet->lineNumber());
+        const std::span<const std::uint8_t> data = packet.userData;
+        const std::string place = "frame " + std::to_string(frame.number) + ", line " + std::to_string(packet.line);
         const std::optional<Cdp> cdp = readCdp(data);
         if (!cdp || data.size() < kSmallestPacket) {
             throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");
@@ -124,7 +123,7 @@ private:
         if (!data) {
             throw failureIn(_source.name(), "a caption packet could not be converted");
         }
-        return QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(data, model->lineNumber());
+        return packetOf(anc::ids::kCdp, data, model.line);
     }
 
     void write(std::vector<Packet> packets) {

@@ -1,11 +1,14 @@
 #include "RowFile.h"
 
 #include "Errors.h"
+#include "PacketNames.h"
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+
+#include <qlx/facade/packet.h>
 
 #include <algorithm>
 #include <array>
@@ -57,8 +60,9 @@ RowReader::RowReader(ByteSource& source, RowLayout layout) : _source(source), _l
 
 void RowReader::readRow(Frame& frame, std::uint64_t line, std::vector<std::string>& problems) const {
     std::optional<std::string> problem;
-    const auto packets = QLXVANCPacket::VANCPacketsWithSDIBuffer_size_bufferFormat_lineNumber_errorString(
-        _row.data(), _row.size(), _layout.pixelFormat, line, &problem);
+    const auto packets =
+        facade::toAncPackets(QLXVANCPacket::VANCPacketsWithSDIBuffer_size_bufferFormat_lineNumber_errorString(
+            _row.data(), _row.size(), _layout.pixelFormat, line, &problem));
     frame.packets.insert(frame.packets.end(), packets.begin(), packets.end());
     if (problem) {
         problems.push_back("frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": " +
@@ -109,26 +113,27 @@ void V210Writer::checkFit(const Frame& frame, std::uint64_t line) const {
     const std::uint64_t available = (std::uint64_t{_layout.width} * 2 + 2) / 3;
     std::uint64_t used = 0;
     for (const auto& packet : frame.packets) {
-        if (packet->lineNumber() != line) {
+        if (packet.line != line) {
             continue;
         }
-        const std::uint64_t dataBytes = packet->packetData().size();
+        const std::uint64_t dataBytes = packet.userData.size();
         used += wordsOfPacket(dataBytes);
         if (used > available) {
             throw Failure("frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": a row of " +
-                          counted(_layout.width, "pixel") + " is too narrow for the " +
-                          QLXVANCPacket::nameOfPacketType(packet->packetType()) + " packet, which takes " +
-                          counted(dataBytes + kPacketOverhead, "luma sample") + ": give a greater --width");
+                          counted(_layout.width, "pixel") + " is too narrow for the " + packetName(packet) +
+                          " packet, which takes " + counted(dataBytes + kPacketOverhead, "luma sample") +
+                          ": give a greater --width");
         }
     }
 }
 
 void V210Writer::write(const Frame& frame) {
+    const auto packets = facade::toVANCPackets(frame.packets);
     for (const std::uint64_t line : _layout.lines) {
         checkFit(frame, line);
         _row = _blankRow;
         QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
-            _row.data(), frame.packets, _row.size(), static_cast<std::int32_t>(line));
+            _row.data(), packets, _row.size(), static_cast<std::int32_t>(line));
         _output.write(_row);
     }
 }

@@ -4,11 +4,11 @@
 #include "Frame.h"
 #include "Klv.h"
 #include "OutputFile.h"
+#include "PacketNames.h"
 #include "RowFile.h"
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
 #include <memory>
@@ -45,7 +45,7 @@ Data messageOf(const Scte104Request& request) {
 
 void writePacket(const Scte104BuildOptions& options, const Data& message, OutputFile& output) {
     Frame frame;
-    frame.packets.push_back(QLXVANCPacket::SCTE104PacketDataWithData_lineNumber(message, options.line));
+    frame.packets.push_back(packetOf(anc::ids::kScte104, message, options.line));
     if (options.format == Scte104BuildFormat::Klv) {
         KlvWriter(output).write(frame);
     } else {

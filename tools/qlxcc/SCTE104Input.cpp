@@ -7,8 +7,6 @@
 #include "Klv.h"
 #include "Text.h"
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <span>
@@ -77,10 +75,10 @@ std::vector<std::string> readKlv(ByteSource& source, const std::function<void(co
     Frame frame;
     while (reader.next(frame, problems)) {
         for (const auto& packet : frame.packets) {
-            if (packet->packetType() == QLXVANCPacketTypeSCTE104) {
-                const std::string place = source.name() + ": frame " + std::to_string(frame.number) + ", line " +
-                                          std::to_string(packet->lineNumber());
-                take({place, frame.number, packet->lineNumber(), packet->packetData()});
+            if (packet.id() == anc::ids::kScte104) {
+                const std::string place =
+                    source.name() + ": frame " + std::to_string(frame.number) + ", line " + std::to_string(packet.line);
+                take({place, frame.number, packet.line, Data(packet.userData)});
             }
         }
     }

@@ -1,13 +1,12 @@
 #include "ScanList.h"
 
 #include "Cdp.h"
+#include "PacketNames.h"
 #include "SCTE104Message.h"
 #include "ScreenText.h"
 #include "TeletextPage.h"
 #include "Text.h"
 #include "Times.h"
-
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <algorithm>
 #include <span>
@@ -21,13 +20,10 @@ constexpr std::size_t kLineWidth = 5;
 constexpr std::size_t kNameWidth = 17;
 constexpr std::size_t kSizeWidth = 5;
 
-std::string listLine(const std::string& place, const QLXVANCPacket& packet, const Data& data) {
-    const auto did = static_cast<std::uint8_t>(packet.packetDID());
-    const auto sdid = static_cast<std::uint8_t>(packet.packetSDID());
-    return place + "  " + rightAligned(packet.lineNumber(), kLineWidth) + "  " + hex(std::span(&did, 1)) + "/" +
-           hex(std::span(&sdid, 1)) + "     " +
-           padded(QLXVANCPacket::nameOfPacketType(packet.packetType()), kNameWidth) + "  " +
-           rightAligned(data.size(), kSizeWidth) + "  " + hex(data) + "\n";
+std::string listLine(const std::string& place, const anc::Packet& packet) {
+    return place + "  " + rightAligned(packet.line, kLineWidth) + "  " + hex(std::span(&packet.did, 1)) + "/" +
+           hex(std::span(&packet.sdid, 1)) + "     " + padded(packetName(packet), kNameWidth) + "  " +
+           rightAligned(packet.userData.size(), kSizeWidth) + "  " + hex(packet.userData) + "\n";
 }
 
 std::string captionLine(const std::string& place, const Frame& frame) {
@@ -84,18 +80,18 @@ std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> sub
     return lines;
 }
 
-std::vector<std::string> ListWriter::detailsOf(const QLXVANCPacket& packet) {
-    const Data data = packet.packetData();
-    switch (packet.packetType()) {
-    case QLXVANCPacketTypeCEA708:
-        return {cdpInWords(data)};
-    case QLXVANCPacketTypeSCTE104:
-        return {scte104InWords(data)};
-    case QLXVANCPacketTypeOP47:
-        return _teletext.linesOf(data);
-    default:
-        return {};
+std::vector<std::string> ListWriter::detailsOf(const anc::Packet& packet) {
+    const anc::PacketId id = packet.id();
+    if (id == anc::ids::kCdp) {
+        return {cdpInWords(packet.userData)};
     }
+    if (id == anc::ids::kScte104) {
+        return {scte104InWords(packet.userData)};
+    }
+    if (id == anc::ids::kOp47) {
+        return _teletext.linesOf(packet.userData);
+    }
+    return {};
 }
 
 void ListWriter::writeTitle(const Frame& frame) {
@@ -120,8 +116,8 @@ void ListWriter::write(const Frame& frame) {
     const std::string place = placeOf(frame);
     const std::string indent(kFrameWidth + kLineWidth + 4, ' ');
     for (const auto& packet : frame.packets) {
-        _output.write(listLine(place, *packet, packet->packetData()));
-        for (const std::string& line : detailsOf(*packet)) {
+        _output.write(listLine(place, packet));
+        for (const std::string& line : detailsOf(packet)) {
             _output.write(indent + line + "\n");
         }
     }

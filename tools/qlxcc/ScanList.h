@@ -49,7 +49,7 @@ public:
 private:
     void writeTitle(const Frame& frame);
     [[nodiscard]] std::string placeOf(const Frame& frame) const;
-    [[nodiscard]] std::vector<std::string> detailsOf(const QLXVANCPacket& packet);
+    [[nodiscard]] std::vector<std::string> detailsOf(const anc::Packet& packet);
 
     OutputFile& _output;
     TeletextList _teletext;

@@ -1,11 +1,8 @@
 #include "Schedule.h"
 
-#include "Subtitles.h"
 #include "Teletext.h"
 #include "Text.h"
 #include "Times.h"
-
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <utility>
 
@@ -32,8 +29,8 @@ void ScheduleWriter::writeTitles(const std::string& summary) {
 
 std::string ScheduleWriter::fieldText(const Frame& frame, std::uint64_t line) const {
     for (const auto& packet : frame.packets) {
-        if (packet->lineNumber() == line) {
-            return teletextInWords(packet->packetData());
+        if (packet.line == line) {
+            return teletextInWords(packet.userData);
         }
     }
     return "nothing";
@@ -45,7 +42,7 @@ void ScheduleWriter::write(const Frame& frame) {
         return;
     }
     if (_isFirst || frame.subtitle != _subtitle) {
-        _subtitleText = frame.subtitle ? printable(subtitleText(*frame.subtitle)) : "-";
+        _subtitleText = frame.subtitle ? printable(*frame.subtitle) : "-";
     }
     _isFirst = false;
     _fields = std::move(fields);

@@ -28,7 +28,7 @@ private:
     OutputFile& _output;
     std::array<std::uint64_t, 2> _lines;
     std::array<std::string, 2> _fields;
-    std::shared_ptr<QLXSubtitleRecord> _subtitle;
+    std::shared_ptr<const std::string> _subtitle;
     std::string _subtitleText;
     bool _isFirst = true;
 };
