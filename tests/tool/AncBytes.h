@@ -54,25 +54,52 @@ inline std::vector<std::uint16_t> ancSamples(std::uint8_t did, std::uint8_t sdid
     return samples;
 }
 
-/// A v210 row of `groups` groups of six pixels: the luma samples, then blanking; chroma is blanking.
-inline std::vector<std::uint8_t> v210Row(std::size_t groups, std::span<const std::uint16_t> luma) {
+/// Blank samples in the order of a row: Cb Y Cr Y.
+inline std::vector<std::uint16_t> blankSamples(std::size_t pixels) {
+    std::vector<std::uint16_t> samples;
+    for (std::size_t sample = 0; sample < pixels * 2; ++sample) {
+        samples.push_back(sample % 2 == 0 ? 0x200 : 0x040);
+    }
+    return samples;
+}
+
+/// Puts words on samples: the first one at `first`, each of the others `step` samples behind the one before it.
+inline void place(std::vector<std::uint16_t>& samples, std::size_t first, std::size_t step,
+                  std::span<const std::uint16_t> words) {
+    for (const std::uint16_t word : words) {
+        samples.at(first) = word;
+        first += step;
+    }
+}
+
+/// A v210 row: three samples make a word.
+inline std::vector<std::uint8_t> v210Bytes(std::span<const std::uint16_t> samples) {
     std::vector<std::uint8_t> row;
-    // Chroma and luma alternate, Cb first; three samples make a word.
-    for (std::size_t word = 0; word < groups * 4; ++word) {
-        std::uint32_t bits = 0;
-        for (std::size_t place = 0; place < 3; ++place) {
-            const std::size_t sample = word * 3 + place;
-            std::uint32_t value = 0x200;
-            if (sample % 2 == 1) {
-                value = sample / 2 < luma.size() ? luma[sample / 2] : 0x040;
-            }
-            bits |= value << (10 * place);
-        }
+    for (std::size_t first = 0; first + 2 < samples.size(); first += 3) {
+        const std::uint32_t bits = samples[first] | static_cast<std::uint32_t>(samples[first + 1]) << 10U |
+                                   static_cast<std::uint32_t>(samples[first + 2]) << 20U;
         for (unsigned byte = 0; byte < 4; ++byte) {
             row.push_back(static_cast<std::uint8_t>(bits >> (8 * byte)));
         }
     }
     return row;
+}
+
+/// A 2vuy row: the low eight bits of what belongs to a packet, the high ones of what is blank.
+inline std::vector<std::uint8_t> yuv8Bytes(std::span<const std::uint16_t> samples) {
+    std::vector<std::uint8_t> row;
+    for (std::size_t sample = 0; sample < samples.size(); ++sample) {
+        const bool isBlank = samples[sample] == (sample % 2 == 0 ? 0x200 : 0x040);
+        row.push_back(static_cast<std::uint8_t>(isBlank ? samples[sample] >> 2U : samples[sample]));
+    }
+    return row;
+}
+
+/// A v210 row of `groups` groups of six pixels: the luma samples, then blanking; chroma is blanking.
+inline std::vector<std::uint8_t> v210Row(std::size_t groups, std::span<const std::uint16_t> luma) {
+    std::vector<std::uint16_t> samples = blankSamples(groups * 6);
+    place(samples, 1, 2, luma);
+    return v210Bytes(samples);
 }
 
 }  // namespace qlxtest

@@ -272,25 +272,6 @@ TEST(Teletext, IsDescribedInWords) {
     EXPECT_EQ(words(qlxtest::bonjourHex(0).substr(0, 294)), "147 bytes");
 }
 
-TEST(Rows, HaveTheSizeOfTheirFormat) {
-    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 1920), 5120U);
-    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 1280), 3456U);  // 27 x 128
-    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 720), 1920U);
-    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 48), 128U);
-    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 49), 256U);
-    EXPECT_EQ(rowBytes(qlx::kPixelFormatV210, 1), 128U);
-    EXPECT_EQ(rowBytes(qlx::kPixelFormat2vuy, 1920), 3840U);
-}
-
-TEST(Rows, StartAsBlanking) {
-    std::vector<std::uint8_t> row(128);
-    fillWithBlanking(qlx::kPixelFormatV210, row);
-    EXPECT_EQ(toHex(row), toHex(qlxtest::v210Row(8, {})));
-    row.resize(6);
-    fillWithBlanking(qlx::kPixelFormat2vuy, row);
-    EXPECT_EQ(toHex(row), "801080108010");
-}
-
 /// The lines of the packets of each frame, `12 575|12`, and what was said.
 std::string readRows(std::span<const std::uint8_t> bytes, RowLayout layout) {
     const qlxtest::ExactBuffer buffer(bytes);

@@ -410,10 +410,12 @@ INSTANTIATE_TEST_SUITE_P(
         build({"--json-file", "a.json", "--event-id", "1"}), build({"splice-null", "-o", "a.bin"}),
         build({"splice-null", "--format", "jsonl"}), build({"splice-null", "--line", "9"}),
         build({"splice-null", "--format", "klv", "--width", "720"}), Arguments{"scte104", "parse"},
-        Arguments{"scte104", "parse", "08", "--format", "v210"}, Arguments{"scte104", "parse", "08", "09"},
-        Arguments{"scte35"}, Arguments{"scte35", "08"}, Arguments{"scte35", "08", "--pts", "8589934592"},
-        Arguments{"scte35", "08", "--pts", "-1"}, Arguments{"scte35", "08", "--pts", "1.5"},
-        Arguments{"scte35", "08", "--pts", "1", "-o", "a.bin"},
+        Arguments{"scte104", "parse", "08", "--format", "jsonl"}, Arguments{"scte104", "parse", "08", "--width", "720"},
+        Arguments{"scte35", "08", "--pts", "1", "--near-start"}, Arguments{"scte104", "parse", "a.klv", "--near-start"},
+        Arguments{"scte104", "parse", "a.v210", "--lines", "1", "--rows", "1"},
+        Arguments{"scte104", "parse", "08", "09"}, Arguments{"scte35"}, Arguments{"scte35", "08"},
+        Arguments{"scte35", "08", "--pts", "8589934592"}, Arguments{"scte35", "08", "--pts", "-1"},
+        Arguments{"scte35", "08", "--pts", "1.5"}, Arguments{"scte35", "08", "--pts", "1", "-o", "a.bin"},
         Arguments{"scte35", "08", "--pts", "1", "--format", "klv"}));
 
 TEST(SCTEUsage, HelpShowsAnExampleOfEachCommand) {

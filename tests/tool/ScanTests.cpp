@@ -99,7 +99,7 @@ TEST(Scan, ReadsElements) {
     EXPECT_EQ(runTool({"scan", "-", "--format", "klv", "--json"}, {.input = folder.read("a.klv")}).out, json);
 }
 
-TEST(Scan, ReadsEightBitRowsAtTheirEvenBytes) {
+TEST(Scan, ReadsEightBitRowsNearTheStartAtTheirEvenBytes) {
     // 16 pixels: the packet in the even bytes, blanking luma in the odd ones.
     std::vector<std::uint8_t> row;
     for (const std::uint8_t byte : qlxtest::fromHex("00ffff 4105 03 aabbcc ff 808080808080")) {
@@ -108,7 +108,7 @@ TEST(Scan, ReadsEightBitRowsAtTheirEvenBytes) {
     }
     const TemporaryFolder folder;
     const std::string file = folder.write("a.2vuy", row);
-    const ToolResult result = runTool({"scan", file, "--width", "16", "--lines", "11"});
+    const ToolResult result = runTool({"scan", file, "--width", "16", "--lines", "11", "--near-start"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, kTitles + "       0     11  41/05     AFD/Bar Data           3  aabbcc\n"
                                     "1 packet in 1 frame\n");
@@ -144,15 +144,22 @@ TEST(Scan, ReportsADamagedPacketWithItsPlace) {
     const TemporaryFolder folder;
     const std::string file = folder.write("a.v210", concatenated({kBlankRow, rowWith(0x61, 0x01, {0x96}), damagedRow(),
                                                                   kBlankRow, kBlankRow, damagedRow()}));
+    const std::string list =
+        kTitles + "       0     10  61/01     CEA708                 1  96\n" + kNoCdp + "1 packet in 3 frames\n";
+    const auto problems = [&file](const std::string& where, const std::string& message) {
+        return "qlxcc: " + file + ": frame 1, line 9" + where + message + "qlxcc: " + file + ": frame 2, line 10" +
+               where + message + "qlxcc: " + file + ": 2 problems: not every packet could be read\n";
+    };
     const ToolResult result = runTool({"scan", file, "--width", "48", "--lines", "9,10"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.out, kTitles + "       0     10  61/01     CEA708                 1  96\n" + kNoCdp +
-                              "1 packet in 3 frames\n");
-    const std::string message = "VANC Packet issue: Packed header defines Packet of size 80 while remaining bytes in "
-                                "buffer is 42\n";
-    EXPECT_EQ(result.err, "qlxcc: " + file + ": frame 1, line 9: " + message + "qlxcc: " + file +
-                              ": frame 2, line 10: " + message + "qlxcc: " + file +
-                              ": 2 problems: not every packet could be read\n");
+    EXPECT_EQ(result.out, list);
+    EXPECT_EQ(result.err, problems(", byte 0 of the row: ", "packet of 87 words, of which 48 are on the row\n"));
+    const ToolResult nearStart = runTool({"scan", file, "--width", "48", "--lines", "9,10", "--near-start"});
+    EXPECT_EQ(nearStart.exitCode, 1);
+    EXPECT_EQ(nearStart.out, list);
+    EXPECT_EQ(nearStart.err,
+              problems(": ", "VANC Packet issue: Packed header defines Packet of size 80 while remaining bytes in "
+                             "buffer is 42\n"));
 }
 
 TEST(Scan, GivesOneLineForOneDamagedPacket) {
@@ -162,8 +169,7 @@ TEST(Scan, GivesOneLineForOneDamagedPacket) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.out, "0 packets in 1 frame\n");
     EXPECT_EQ(result.err, "qlxcc: " + file +
-                              ": frame 0, line 0: VANC Packet issue: Packed header defines Packet of size "
-                              "80 while remaining bytes in buffer is 42\n");
+                              ": frame 0, line 0, byte 0 of the row: packet of 87 words, of which 48 are on the row\n");
 }
 
 TEST(Scan, WritesToAFile) {
@@ -198,8 +204,7 @@ TEST(Scan, WritesNoFileThatMissesSomething) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "qlxcc: " + damaged +
-                              ": frame 0, line 0: VANC Packet issue: Packed header defines Packet of size "
-                              "80 while remaining bytes in buffer is 42\n"
+                              ": frame 0, line 0, byte 0 of the row: packet of 87 words, of which 48 are on the row\n"
                               "qlxcc: " +
                               damaged + ": 1 problem: not every packet could be read; " + list + " is not written\n");
     auto bytes = joined({kAncKeyHex, "18", kCaptionElementHex, kAncKeyHex, "83000018", kCaptionElementHex});

@@ -57,22 +57,31 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.v210", "--width",
                                  "0"}));
 
-INSTANTIATE_TEST_SUITE_P(ScanCommandLines, WrongUsage,
-                         ::testing::Values(std::vector<std::string>{"scan"},
-                                           std::vector<std::string>{"scan", "a.v210", "--format", "srt"},
-                                           std::vector<std::string>{"scan", "a.v210", "--width", "0"},
-                                           std::vector<std::string>{"scan", "a.v210", "--width", "wide"},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", "12,"},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", ""},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", "12;575"},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", "575,12"},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", "12,12"},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", "65536"},
-                                           std::vector<std::string>{"scan", "a.v210", "--lines", "-1"},
-                                           std::vector<std::string>{"scan", "a.v210", "--rows", "0"},
-                                           std::vector<std::string>{"scan", "a.v210", "--rows", "2", "--lines", "1,2"},
-                                           std::vector<std::string>{"scan", "a.klv", "--lines", "12,575"},
-                                           std::vector<std::string>{"scan", "a.klv", "--width", "720"}));
+INSTANTIATE_TEST_SUITE_P(
+    ScanCommandLines, WrongUsage,
+    ::testing::Values(
+        std::vector<std::string>{"scan"}, std::vector<std::string>{"scan", "a.v210", "--format", "srt"},
+        std::vector<std::string>{"scan", "a.v210", "--width", "0"},
+        std::vector<std::string>{"scan", "a.v210", "--width", "wide"},
+        std::vector<std::string>{"scan", "a.v210", "--lines", "12,"},
+        std::vector<std::string>{"scan", "a.v210", "--lines", ""},
+        std::vector<std::string>{"scan", "a.v210", "--lines", "12;575"},
+        std::vector<std::string>{"scan", "a.v210", "--lines", "575,12"},
+        std::vector<std::string>{"scan", "a.v210", "--lines", "12,12"},
+        std::vector<std::string>{"scan", "a.v210", "--lines", "65536"},
+        std::vector<std::string>{"scan", "a.v210", "--lines", "-1"},
+        std::vector<std::string>{"scan", "a.v210", "--rows", "0"},
+        std::vector<std::string>{"scan", "a.v210", "--rows", "2", "--lines", "1,2"},
+        std::vector<std::string>{"scan", "a.klv", "--lines", "12,575"},
+        std::vector<std::string>{"scan", "a.klv", "--near-start"},
+        std::vector<std::string>{"scan", "a.v210", "--from-format", "srt"},
+        std::vector<std::string>{"extract", "a.h264", "--rows", "2"},
+        std::vector<std::string>{"extract", "a.h264", "--near-start"},
+        std::vector<std::string>{"extract", "a", "--codec", "h264", "--from-format", "v210"},
+        std::vector<std::string>{"extract", "a", "--from-format", "srt"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "50", "-o", "b.klv", "--lines", "9"},
+        std::vector<std::string>{"rate", "a", "--from", "25", "--to", "50", "-o", "b.klv", "--from-format", "scc"},
+        std::vector<std::string>{"scan", "a.klv", "--width", "720"}));
 
 INSTANTIATE_TEST_SUITE_P(
     CaptionCommandLines, WrongUsage,

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "CommandLineRows.h"
 #include "CommandLineTexts.h"
 #include "Completion.h"
 #include "Errors.h"
@@ -66,6 +67,22 @@ std::vector<std::string> frameFormats() {
     return {"v210", "2vuy", "klv", "jsonl", "scc", "h264", "mpeg2", "mxf", "mov", "ts", "ps"};
 }
 
+/// `v210, 2vuy or klv`
+std::string inWords(const std::vector<std::string>& values) {
+    std::string text;
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        text += (index == 0 ? "" : index + 1 < values.size() ? ", " : " or ") + values[index];
+    }
+    return text;
+}
+
+void addFromFormat(CLI::App& command, std::optional<std::string>& format, const char* names,
+                   const std::vector<std::string>& formats) {
+    command.add_option(names, format, inWords(formats) + " (default: by content or name)")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(formats).description(""));
+}
+
 void addPlay(CLI::App& app, RawPlay& raw) {
     CLI::App& play = *app.add_subcommand("play", kPlayDescription);
     play.footer(kPlayFooter);
@@ -120,17 +137,8 @@ void addScan(CLI::App& app, RawScan& raw) {
     CLI::App& scan = *app.add_subcommand("scan", kScanDescription);
     scan.footer(kScanFooter);
     scan.add_option("FILE", raw.file, "What is searched (-: standard input)")->required()->type_name("");
-    scan.add_option("--format", raw.format,
-                    "v210, 2vuy, klv, jsonl, scc, h264, mpeg2, mxf, mov, ts or ps (default: by content or name)")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(frameFormats()).description(""));
-    scan.add_option("--width", raw.width, "Pixels of a row (default: 1920)")
-        ->type_name("W")
-        ->check(CLI::Range(1U, kGreatestWidth).description(""));
-    scan.add_option("--lines", raw.lines, "The line numbers of a frame's rows, ascending")->type_name("L1,L2,...");
-    scan.add_option("--rows", raw.rows, "Rows in a frame, numbered from 0 (default: one row is a frame)")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{1}, kGreatestLine + 1).description(""));
+    addFromFormat(scan, raw.format, "--from-format,--format", frameFormats());
+    addRows(scan, raw.rows);
     scan.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
     scan.add_flag("--json", raw.asJson, "A JSON line for each frame in place of the list");
 }
@@ -152,18 +160,8 @@ void addShow(CLI::App& app, RawShow& raw) {
                     "Frames a second, for files that do not say the times of their frames, and TIME with frames")
         ->type_name("RATE")
         ->check(checkRate);
-    show.add_option("--format", raw.format,
-                    "v210, 2vuy, klv, jsonl, scc, h264, mpeg2, mxf, mov, ts or ps (default: by content or name)")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(frameFormats()).description(""));
-    show.add_option("--width", raw.rows.width, "v210, 2vuy: pixels of a row (default: 1920)")
-        ->type_name("W")
-        ->check(CLI::Range(1U, kGreatestWidth).description(""));
-    show.add_option("--lines", raw.rows.lines, "v210, 2vuy: the line numbers of a frame's rows, ascending")
-        ->type_name("L1,L2,...");
-    show.add_option("--rows", raw.rows.rows, "v210, 2vuy: rows in a frame, numbered from 0")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{1}, kGreatestLine + 1).description(""));
+    addFromFormat(show, raw.format, "--from-format,--format", frameFormats());
+    addRows(show, raw.rows);
     show.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
     show.add_flag("--json", raw.asJson, "A JSON line for each screen in place of the text");
 }
@@ -173,7 +171,7 @@ void addExtract(CLI::App& app, RawExtract& raw) {
     extract.footer(kExtractFooter);
     extract
         .add_option("FILE", raw.file,
-                    "H.264 or MPEG-2 video, or an MXF, MOV, MP4, TS, PS or klv file (-: standard input)")
+                    "Video, a container, or a file of rows, elements or JSON lines (-: standard input)")
         ->required()
         ->type_name("");
     extract.add_option("--codec", raw.codec, "h264, mpeg2 or auto (default: auto, by the content)")
@@ -182,6 +180,8 @@ void addExtract(CLI::App& app, RawExtract& raw) {
     extract.add_option("--format", raw.format, "triplets, cc1 or a53, see below (default: triplets)")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"triplets", "cc1", "a53"}).description(""));
+    addFromFormat(extract, raw.fromFormat, "--from-format", frameFormats());
+    addRows(extract, raw.rows);
     extract.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
     extract.add_flag("--json", raw.asJson, "A JSON line for each access unit in place of the list");
 }
@@ -189,12 +189,14 @@ void addExtract(CLI::App& app, RawExtract& raw) {
 void addRateChange(CLI::App& app, RawRateChange& raw) {
     CLI::App& rate = *app.add_subcommand("rate", kRateDescription);
     rate.footer(kRateFooter);
-    rate.add_option("IN", raw.file, "A klv file (-: standard input)")->required()->type_name("");
+    rate.add_option("IN", raw.file, "A klv, v210, 2vuy or jsonl file (-: standard input)")->required()->type_name("");
     rate.add_option("--from", raw.from, "Frames a second of IN")->required()->type_name("RATE")->check(checkRate);
     rate.add_option("--to", raw.to, "Frames a second of the result: the double, or half of it")
         ->required()
         ->type_name("RATE")
         ->check(checkRate);
+    addFromFormat(rate, raw.fromFormat, "--from-format", {"v210", "2vuy", "klv", "jsonl"});
+    addRows(rate, raw.rows);
     rate.add_option("-o,--output", raw.output, kOutputHelp)->required()->type_name("FILE");
 }
 
@@ -393,6 +395,19 @@ void printAnswer(const CLI::ParseError& request, const CLI::App& app) {
 }
 
 }  // namespace
+
+void addRows(CLI::App& command, RawRows& rows) {
+    command.add_option("--width", rows.width, "v210, 2vuy: pixels of a row (default: 1920)")
+        ->type_name("W")
+        ->check(CLI::Range(1U, kGreatestWidth).description(""));
+    command.add_option("--lines", rows.lines, "v210, 2vuy: the line numbers of a frame's rows, ascending")
+        ->type_name("L1,L2,...");
+    command.add_option("--rows", rows.rows, "v210, 2vuy: rows in a frame, numbered from 0 (default: one, numbered 0)")
+        ->type_name("N")
+        ->check(CLI::Range(std::uint64_t{1}, kGreatestLine + 1).description(""));
+    command.add_flag("--near-start", rows.nearStart,
+                     "v210, 2vuy: look for packets near a row's start only, and verify nothing");
+}
 
 Command parseCommandLine(int argc, const char* const* argv, LogOptions& log, std::string& called) {
     CLI::App app(kDescription, called);

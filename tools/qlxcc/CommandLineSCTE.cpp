@@ -1,5 +1,6 @@
 #include "CommandLineSCTE.h"
 
+#include "CommandLineRows.h"
 #include "RawOptions.h"
 
 #include <CLI/CLI.hpp>
@@ -47,9 +48,9 @@ constexpr const char* kBuildFooter =
 constexpr const char* kParseDescription = "Say what messages hold";
 
 constexpr const char* kParseFooter =
-    "INPUT is a file, or the hexadecimal digits of a message. Of a klv file every SCTE-104 packet is shown. What "
-    "cannot be\n"
-    "read gets a line on standard error with its byte offset, and makes the exit code 1.\n"
+    "INPUT is a file, or the hexadecimal digits of a message. Of a file of elements or rows every SCTE-104 packet "
+    "is\n"
+    "shown. What cannot be read gets a line on standard error with its byte offset, and makes the exit code 1.\n"
     "\n"
     "Examples:\n"
     "  qlxcc scte104 parse 08ffff0010000001000000000101020000\n"
@@ -58,17 +59,28 @@ constexpr const char* kParseFooter =
 constexpr const char* kScte35Description = "Turn an SCTE-104 splice request into an SCTE-35 section";
 
 constexpr const char* kScte35Footer =
-    "INPUT is as for scte104 parse; a klv file must have one SCTE-104 packet. The section is a splice_info_section "
-    "with a\n"
-    "splice_insert() at the time of --pts, a segmentation descriptor and the CRC. The break duration is carried over "
-    "as it\n"
-    "is, in tenths of a second; pre-roll and auto return are not used.\n"
+    "INPUT is as for scte104 parse; a file of elements or rows must have one SCTE-104 packet. The section is a\n"
+    "splice_info_section with a splice_insert() at the time of --pts, a segmentation descriptor and the CRC. The "
+    "break\n"
+    "duration is carried over as it is, in tenths of a second; pre-roll and auto return are not used.\n"
     "\n"
     "Examples:\n"
     "  qlxcc scte35 start.klv --pts 900000\n"
     "  qlxcc scte104 build splice-start --event-id 1 | qlxcc scte35 - --pts 900000 --format base64";
 
 constexpr const char* kOutputDescription = "Write to FILE, which appears when it is complete (-: standard output)";
+
+void addSource(CLI::App& command, RawScte104Source& source, const char* formatNames) {
+    command.add_option("INPUT", source.input, "A file (-: standard input), or hexadecimal digits")
+        ->required()
+        ->type_name("");
+    command
+        .add_option(formatNames, source.format,
+                    "hex, raw, klv, v210 or 2vuy (default: by the first bytes, or the name)")
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"hex", "raw", "klv", "v210", "2vuy"}).description(""));
+    addRows(command, source.rows);
+}
 
 }  // namespace
 
@@ -123,12 +135,7 @@ void ScteCommands::addParse(CLI::App& scte104) {
     CLI::App& parse = *scte104.add_subcommand("parse", kParseDescription);
     _parse = &parse;
     parse.footer(kParseFooter);
-    parse.add_option("INPUT", _rawParse.input, "A file (-: standard input), or hexadecimal digits")
-        ->required()
-        ->type_name("");
-    parse.add_option("--format", _rawParse.format, "hex, raw or klv (default: by the first bytes)")
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"hex", "raw", "klv"}).description(""));
+    addSource(parse, _rawParse.source, "--from-format,--format");
     parse.add_option("-o,--output", _rawParse.output, kOutputDescription)->type_name("FILE");
     parse.add_flag("--json", _rawParse.asJson, "A JSON line for each message in place of the text");
 }
@@ -137,9 +144,7 @@ void ScteCommands::addScte35(CLI::App& app) {
     CLI::App& scte35 = *app.add_subcommand("scte35", kScte35Description);
     _scte35 = &scte35;
     scte35.footer(kScte35Footer);
-    scte35.add_option("INPUT", _rawScte35.input, "A file (-: standard input), or hexadecimal digits")
-        ->required()
-        ->type_name("");
+    addSource(scte35, _rawScte35.source, "--from-format");
     scte35.add_option("--pts", _rawScte35.pts, "When to splice, in 90 kHz ticks: 0 to 8589934591")
         ->required()
         ->type_name("N");

@@ -79,8 +79,12 @@ inline constexpr const char* kScanFooter =
     "what it holds, and whether its length byte and checksum are those of the standard; an SCTE-104 packet with its\n"
     "operations; an OP-47 packet with its teletext pages and rows as text, on a terminal in their colours (unless "
     "NO_COLOR\n"
-    "is set), under the row numbers that receivers use. The checksums of the ancillary packets themselves are not\n"
-    "verified. What cannot be read gets a line on standard error with its frame and place, and makes the exit code 1.\n"
+    "is set), under the row numbers that receivers use. Rows are searched from end to end, luma and chroma, of 2vuy as "
+    "of\n"
+    "v210; those of at most 720 pixels also with all samples as one stream (multiplex). What cannot be read, a wrong\n"
+    "checksum or wrong parity gets a line on standard error with its frame and place, and makes the exit code 1; a "
+    "packet\n"
+    "in an unusual place or without a checksum gets a warning.\n"
     "\n"
     "h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are containers, of which the captions in "
     "the\n"
@@ -120,9 +124,11 @@ inline constexpr const char* kExtractFooter =
     "its\n"
     "byte offset, and its caption data in hexadecimal digits; \"-\" where it has none. Units stand in the stream's "
     "order,\n"
-    "which is the order of decoding. Of MXF, MOV, MP4, MPEG-TS, MPEG-PS and klv files each frame gives a line with its "
-    "time,\n"
-    "in the order of presentation: the captions of the picture, or else those of the caption or ANC tracks.\n"
+    "which is the order of decoding. Of all other files (MXF, MOV, MP4, MPEG-TS, MPEG-PS, klv, v210, 2vuy, jsonl) each "
+    "frame\n"
+    "gives a line with its time, in the order of presentation: the captions of the picture, or else those of the "
+    "caption or\n"
+    "ANC tracks.\n"
     "  triplets  the cc_data triplets as they stand in the stream, three bytes each\n"
     "  cc1       the byte pairs of field 1 with their parity bits; null pairs (8080) behind the first pair are left "
     "out\n"
@@ -135,18 +141,17 @@ inline constexpr const char* kExtractFooter =
 
 inline constexpr const char* kRateDescription = "Bring captions from one frame rate to its double, or back";
 
-inline constexpr const char* kRateFooter =
-    "IN is a klv file of one ANC frame element a frame. From a rate to its double (25 to 50, 29.97 to 59.94, 30 to "
-    "60) each\n"
-    "caption packet is split into those of two frames, and all other packets go to the first one. The other way two "
-    "frames\n"
-    "become one: their caption packets are joined, a missing one counting as empty, and all other packets are kept, "
-    "in\n"
-    "order.\n"
-    "\n"
-    "Examples:\n"
-    "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv\n"
-    "  qlxcc rate anc60.klv --from 59.94 --to 29.97 -o anc30.klv";
+inline constexpr const char* kRateFooter = "IN has elements, rows or JSON lines; the result has elements (klv), one a "
+                                           "frame. From a rate to its double (25 to 50,\n"
+                                           "29.97 to 59.94, 30 to 60) each caption packet is split into those of two "
+                                           "frames, and all other packets go to the first\n"
+                                           "one. The other way two frames become one: their caption packets are "
+                                           "joined, a missing one counting as empty, and all\n"
+                                           "other packets are kept, in order.\n"
+                                           "\n"
+                                           "Examples:\n"
+                                           "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv\n"
+                                           "  qlxcc rate anc60.klv --from 59.94 --to 29.97 -o anc30.klv";
 
 inline constexpr const char* kCompletionDescription = "Print the completion script of a shell";
 

@@ -113,12 +113,12 @@ private:
     std::uint64_t _filled = 0;
 };
 
-/// Writes every frame of a container.
+/// Writes every frame of a file of frames.
 class FrameExtraction {
 public:
     FrameExtraction(const ExtractOptions& options, InputFile& source, InputKind kind, OutputFile& output)
         : _options(options), _source(source), _output(output) {
-        FrameSourceOptions sourceOptions;
+        FrameSourceOptions sourceOptions = options.source;
         sourceOptions.kind = kind;
         _reader = openFrames(source, sourceOptions);
     }
@@ -161,21 +161,27 @@ private:
     std::uint64_t _filled = 0;
 };
 
-/// The kind of a container; none for what is to be read as an elementary stream.
-/// @throws UsageError when the file is of a kind that holds no video.
-std::optional<InputKind> containerKind(const ExtractOptions& options, InputFile& source) {
+/// Whether a file has frames that are no coded pictures.
+bool hasFrames(InputKind kind) {
+    return isContainer(kind) || hasRows(kind) || kind == InputKind::Klv || kind == InputKind::Jsonl;
+}
+
+/// The kind of a file of frames; none for what is to be read as an elementary stream.
+/// @throws UsageError when the file is of a kind that holds no captions.
+std::optional<InputKind> frameFileKind(const ExtractOptions& options, InputFile& source) {
     if (options.codec) {
         return std::nullopt;
+    }
+    if (options.source.kind) {
+        return options.source.kind;
     }
     const auto first = source.peek(kBytesThatTellKind);
     refuseOtherKinds(
         first, source.name(),
-        [](InputKind kind) {
-            return isContainer(kind) || kind == InputKind::Klv || kind == InputKind::H264 || kind == InputKind::Mpeg2;
-        },
+        [](InputKind kind) { return hasFrames(kind) || kind == InputKind::H264 || kind == InputKind::Mpeg2; },
         "which holds no video");
     const std::optional<InputKind> kind = inputKind(first, source.name());
-    return kind && (isContainer(*kind) || *kind == InputKind::Klv) ? kind : std::nullopt;
+    return kind && hasFrames(*kind) ? kind : std::nullopt;
 }
 
 }  // namespace
@@ -184,10 +190,11 @@ int extract(const ExtractOptions& options) {
     refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
     OutputFile output(options.output);
-    if (const auto kind = containerKind(options, source)) {
+    if (const auto kind = frameFileKind(options, source)) {
         const std::uint64_t problems = FrameExtraction(options, source, *kind, output).run();
         return finishFrames(source, output, problems, "not everything could be read");
     }
+    checkRowOptions(InputKind::H264, options.source);
     try {
         Extraction(options, source, output).run();
     } catch (const Failure&) {

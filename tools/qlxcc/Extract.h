@@ -1,6 +1,7 @@
-// qlxcc extract: the caption data of an elementary video stream, access unit by access unit, or of a container's frames.
+// qlxcc extract: the caption data of an elementary video stream, access unit by access unit, or of a file of frames.
 #pragma once
 
+#include "FrameSource.h"
 #include "VideoStream.h"
 
 #include <optional>
@@ -13,6 +14,7 @@ enum class ExtractFormat { Triplets, FieldOne, A53 };
 struct ExtractOptions {
     std::string file;                 ///< `-` is standard input.
     std::optional<VideoCodec> codec;  ///< None: by the file's content.
+    FrameSourceOptions source;        ///< Of a file of frames.
     ExtractFormat format = ExtractFormat::Triplets;
     std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;

@@ -15,7 +15,7 @@ namespace {
 class Findings {
 public:
     Findings(const ByteSource& source, FrameReader& reader, OutputFile& output, Progress& progress)
-        : _source(source), _reader(reader), _output(output), _progress(progress) {}
+        : _source(source), _reader(reader), _output(output), _progress(progress), _remarks(source) {}
 
     /// Says what is new.
     void report() {
@@ -29,20 +29,16 @@ public:
         }
         _problemCount += problems.size();
         problems.clear();
-        for (const std::string& remark : remarks) {
-            if (++_remarkCount <= kShownRemarks) {
-                printNote("warning: " + _source.name() + ": " + remark);
-            }
-        }
+        _remarks.say(remarks);
     }
 
     /// Says what is new, and how many remarks have not been shown.
     /// @return The number of problems.
     std::uint64_t finish() {
         report();
-        if (_remarkCount > kShownRemarks) {
+        if (_remarks.hasMore()) {
             makeRoom();
-            printNote("warning: " + _source.name() + ": " + counted(_remarkCount - kShownRemarks, "more warning"));
+            _remarks.sayHowManyMore();
         }
         return _problemCount;
     }
@@ -58,17 +54,27 @@ private:
         _progress.clear();
     }
 
-    static constexpr std::uint64_t kShownRemarks = 10;
-
     const ByteSource& _source;
     FrameReader& _reader;
     OutputFile& _output;
     Progress& _progress;
     std::uint64_t _problemCount = 0;
-    std::uint64_t _remarkCount = 0;
+    RemarkNotes _remarks;
 };
 
 }  // namespace
+
+void RemarkNotes::say(const std::vector<std::string>& remarks) {
+    for (const std::string& remark : remarks) {
+        if (++_count <= kShown) {
+            printNote("warning: " + _source.name() + ": " + remark);
+        }
+    }
+}
+
+void RemarkNotes::sayHowManyMore() const {
+    printNote("warning: " + _source.name() + ": " + counted(_count - kShown, "more warning"));
+}
 
 std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take) {

@@ -7,7 +7,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -18,6 +20,22 @@ namespace qlx::tool {
 /// @throws Failure when the file is broken; what was found before goes to standard output all the same.
 std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take);
+
+/// Says what needs a look in a file: the first ten remarks, and in the end how many more there were.
+class RemarkNotes {
+public:
+    explicit RemarkNotes(const ByteSource& source) : _source(source) {}
+
+    void say(const std::vector<std::string>& remarks);
+    [[nodiscard]] bool hasMore() const noexcept { return _count > kShown; }
+    void sayHowManyMore() const;
+
+private:
+    static constexpr std::uint64_t kShown = 10;
+
+    const ByteSource& _source;
+    std::uint64_t _count = 0;
+};
 
 /// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
 /// does not appear.

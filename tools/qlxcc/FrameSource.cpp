@@ -47,7 +47,8 @@ std::unique_ptr<FrameReader> openRows(InputFile& source, InputKind kind, const F
     layout.pixelFormat = kind == InputKind::V210 ? kPixelFormatV210 : kPixelFormat2vuy;
     layout.width = options.width.value_or(kUsualWidth);
     layout.lines = options.lines.value_or(std::vector<std::uint64_t>{0});
-    return std::make_unique<RowReader>(source, std::move(layout));
+    return std::make_unique<RowReader>(source, std::move(layout),
+                                       options.nearStart ? RowSearch::NearStart : RowSearch::WholeRow);
 }
 
 /// Looks at the beginning first, so that a long file of something else is refused before all of it is searched.
@@ -115,6 +116,10 @@ void checkRowOptions(InputKind kind, const FrameSourceOptions& options) {
     if (!hasRows(kind) && (options.width || options.lines)) {
         throw UsageError("--width, --lines and --rows are for the formats v210 and 2vuy: a " +
                          std::string(nameOf(kind)) + " file says its lines");
+    }
+    if (!hasRows(kind) && options.nearStart) {
+        throw UsageError("--near-start is for the formats v210 and 2vuy: a " + std::string(nameOf(kind)) +
+                         " file has no rows to search");
     }
 }
 

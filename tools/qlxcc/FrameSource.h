@@ -18,6 +18,7 @@ struct FrameSourceOptions {
     std::optional<InputKind> kind;                    ///< None: the content tells, or else the name.
     std::optional<std::uint32_t> width;               ///< v210, 2vuy: pixels of a row. None: 1920.
     std::optional<std::vector<std::uint64_t>> lines;  ///< v210, 2vuy: the line of each row of a frame. None: one, 0.
+    bool nearStart = false;                           ///< v210, 2vuy: search as the fixed operation does.
     std::optional<Rate> rate;                         ///< Gives frames without a time of their own one, from 0.
 };
 

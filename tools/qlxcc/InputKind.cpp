@@ -39,10 +39,10 @@ struct KindInWords {
 };
 
 constexpr KindInWords kKindsInWords[] = {
-    {InputKind::V210, "a v210 file", "scan and show"},
-    {InputKind::Yuv8, "a 2vuy file", "scan and show"},
+    {InputKind::V210, "a v210 file", "scan, show, extract, rate and scte104 parse"},
+    {InputKind::Yuv8, "a 2vuy file", "scan, show, extract, rate and scte104 parse"},
     {InputKind::Klv, "a KLV file", "scan, show, extract, rate and scte104 parse"},
-    {InputKind::Jsonl, "a file of a JSON line a frame", "scan and show"},
+    {InputKind::Jsonl, "a file of a JSON line a frame", "scan, show, extract and rate"},
     {InputKind::Scc, "a Scenarist caption file", "scan and show"},
     {InputKind::Srt, "an SRT file", "subs and play"},
     {InputKind::Stl, "an EBU STL file", "subs and play"},

@@ -252,6 +252,12 @@ std::string jsonLine(const Frame& frame, bool showsCaptions) {
         entry["line"] = packet.line;
         entry["did"] = packet.did;
         entry["sdid"] = packet.sdid;
+        if (packet.channel != anc::Channel::Luma) {
+            entry["channel"] = channelName(packet.channel);
+        }
+        if (packet.horizontalOffset != 0) {
+            entry["horizontalOffset"] = packet.horizontalOffset;
+        }
         entry["type"] = packetName(packet);
         entry["data"] = hex(packet.userData);
         if (showsCaptions && packet.id() == anc::ids::kCdp) {

@@ -31,7 +31,8 @@ inline constexpr std::size_t kDeepestJson = 64;
 bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take);
 
 /// `{"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}`
-/// without a line feed; `pts` only where it is known.
+/// without a line feed; `pts` only where it is known. A packet that is not in luma has `"channel":"chroma"` (or
+/// `"multiplex"`) behind its SDID, and one that does not begin its row `"horizontalOffset":12`, in words of the channel.
 /// @param showsCaptions Each packet of type CEA-708 that is a CDP gets, behind its data, `"cdp":{"rate":"29.97",
 ///   "cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],"length_ok":true,"checksum_ok":true}`;
 ///   `rate` is null for a code without one, `cc_count` without a cc_data section; a packet that contradicts itself has

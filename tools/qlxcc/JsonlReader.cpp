@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "Json.h"
+#include "PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 
@@ -53,6 +54,19 @@ std::uint64_t numberOf(const Dictionary& object, std::string_view key, std::uint
     return *number;
 }
 
+anc::Channel channelOf(const Dictionary& object) {
+    const Value* const value = object.find("channel");
+    if (value == nullptr) {
+        return anc::Channel::Luma;
+    }
+    const std::string* const name = value->text();
+    const std::optional<anc::Channel> channel = name != nullptr ? channelNamed(*name) : std::nullopt;
+    if (!channel) {
+        throw BadLine("\"channel\" must be \"luma\", \"chroma\" or \"multiplex\"");
+    }
+    return *channel;
+}
+
 anc::Packet packetOf(const Value& value) {
     const Dictionary* const object = value.dictionary();
     if (object == nullptr) {
@@ -64,6 +78,10 @@ anc::Packet packetOf(const Value& value) {
     packet.sdid = static_cast<std::uint8_t>(numberOf(*object, "sdid", 255));
     packet.line = static_cast<std::uint32_t>(numberOf(*object, "line", kGreatestWord));
     packet.userData = bytesOf(*object, "data");
+    packet.channel = channelOf(*object);
+    if (object->find("horizontalOffset") != nullptr) {
+        packet.horizontalOffset = static_cast<std::uint32_t>(numberOf(*object, "horizontalOffset", kGreatestWord));
+    }
     return packet;
 }
 

@@ -7,7 +7,7 @@
 #include "Klv.h"
 #include "OutputFile.h"
 #include "Progress.h"
-#include "RowFile.h"
+#include "RowWriter.h"
 #include "Schedule.h"
 #include "SubtitleTimes.h"
 #include "Subtitles.h"

@@ -2,6 +2,7 @@
 
 #include "Cdp.h"
 #include "Errors.h"
+#include "FrameLoop.h"
 #include "InputFile.h"
 #include "InputKind.h"
 #include "Klv.h"
@@ -55,9 +56,9 @@ Sample captionSample(std::span<const std::uint8_t> data, const SampleTimingInfo&
 /// Changes the rate of a file's frames.
 class RateChange {
 public:
-    RateChange(const RateChangeOptions& options, ByteSource& source, OutputFile& output)
-        : _options(options), _source(source), _reader(source), _writer(output),
-          _progress(source.size(), output.isStandardOutput()) {}
+    RateChange(const RateChangeOptions& options, InputFile& source, OutputFile& output)
+        : _options(options), _source(source), _reader(openFrames(source, options.source)), _writer(output),
+          _remarks(source), _progress(source.size(), output.isStandardOutput()) {}
 
     void run() {
         Frame frame;
@@ -70,13 +71,20 @@ public:
                 join(frame, hasSecond ? &second : nullptr);
             }
         }
+        if (_remarks.hasMore()) {
+            _remarks.sayHowManyMore();
+        }
     }
 
 private:
     bool read(Frame& frame) {
         std::vector<std::string> problems;
-        if (!_reader.next(frame, problems)) {
+        if (!_reader->next(frame, problems)) {
             return false;
+        }
+        if (const std::vector<std::string> remarks = _reader->takeRemarks(); !remarks.empty()) {
+            _progress.clear();
+            _remarks.say(remarks);
         }
         // A packet that cannot be read would be missing from the result.
         if (!problems.empty()) {
@@ -189,13 +197,33 @@ private:
 
     const RateChangeOptions& _options;
     ByteSource& _source;
-    KlvReader _reader;
+    std::unique_ptr<FrameReader> _reader;
     KlvWriter _writer;
+    RemarkNotes _remarks;
     Progress _progress;
     std::uint64_t _framesWritten = 0;
     bool _hasWarned = false;
     bool _hasWarnedOfCount = false;
 };
+
+bool hasPackets(InputKind kind) {
+    return kind == InputKind::Klv || kind == InputKind::Jsonl || hasRows(kind);
+}
+
+/// What a file of frames with packets is: what the options say, or else its content and name.
+/// @throws UsageError when it is of another kind.
+InputKind kindOfFrames(InputFile& source, const FrameSourceOptions& options) {
+    if (options.kind) {
+        return *options.kind;
+    }
+    const auto first = source.peek(kBytesThatTellKind);
+    // An MXF file can be walked as triplets.
+    refuseOtherKinds(
+        first, source.name(), [](InputKind kind) { return hasPackets(kind) || kind == InputKind::Mxf; },
+        "which has no frames with packets");
+    const std::optional<InputKind> kind = inputKind(first, source.name());
+    return kind && hasPackets(*kind) ? *kind : InputKind::Klv;
+}
 
 }  // namespace
 
@@ -206,11 +234,10 @@ bool isDouble(const Rate& from, const Rate& to) noexcept {
 int changeRate(const RateChangeOptions& options) {
     refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
-    refuseOtherKinds(
-        source.peek(kBytesThatTellKind), source.name(),
-        [](InputKind kind) { return kind == InputKind::Klv || kind == InputKind::Mxf; }, "which is no KLV file");
+    RateChangeOptions changed = options;
+    changed.source.kind = kindOfFrames(source, options.source);
     OutputFile output(options.output);
-    RateChange(options, source, output).run();
+    RateChange(changed, source, output).run();
     output.commit();
     return kExitSuccess;
 }

@@ -1,6 +1,7 @@
 // qlxcc rate: caption packets from one frame rate to its double, or back.
 #pragma once
 
+#include "FrameSource.h"
 #include "Rates.h"
 
 #include <string>
@@ -8,7 +9,8 @@
 namespace qlx::tool {
 
 struct RateChangeOptions {
-    std::string file;  ///< A KLV file; `-` is standard input.
+    std::string file;  ///< A file of frames with packets; `-` is standard input.
+    FrameSourceOptions source;
     Rate from;
     Rate to;
     std::string output;  ///< `-` is standard output.

@@ -97,6 +97,7 @@ FrameSourceOptions frameSourceOptions(const std::string& file, const std::option
     // The content is looked at when the file has been opened; what the name says is enough to refuse it before.
     const std::optional<InputKind> kind = options.kind ? options.kind : inputKindOfName(file);
     options.width = rows.width;
+    options.nearStart = rows.nearStart;
     if (rows.lines && rows.rows) {
         throw UsageError("--lines and --rows cannot be given together");
     }
@@ -183,7 +184,7 @@ ScanOptions checked(const RawScan& raw) {
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
-    options.source = frameSourceOptions(raw.file, raw.format, {raw.width, raw.lines, raw.rows});
+    options.source = frameSourceOptions(raw.file, raw.format, raw.rows);
     return options;
 }
 
@@ -192,6 +193,10 @@ ExtractOptions checked(const RawExtract& raw) {
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
+    options.source = frameSourceOptions(raw.file, raw.fromFormat, raw.rows);
+    if (raw.fromFormat && raw.codec != "auto") {
+        throw UsageError("--codec and --from-format cannot be given together");
+    }
     if (raw.codec != "auto") {
         options.codec = raw.codec == "h264" ? VideoCodec::H264 : VideoCodec::Mpeg2;
     }
@@ -202,7 +207,8 @@ ExtractOptions checked(const RawExtract& raw) {
 }
 
 RateChangeOptions checked(const RawRateChange& raw) {
-    RateChangeOptions options{raw.file, rateNamed(raw.from).value(), rateNamed(raw.to).value(), raw.output};
+    RateChangeOptions options{raw.file, frameSourceOptions(raw.file, raw.fromFormat, raw.rows),
+                              rateNamed(raw.from).value(), rateNamed(raw.to).value(), raw.output};
     if (!isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
         throw UsageError("no way from " + raw.from + " to " + raw.to +
                          " frames/s: one rate must be the double of the other (25 and 50, 29.97 and 59.94, 30 and 60)");

@@ -42,25 +42,26 @@ struct RawSubs {
     bool asJson = false;
 };
 
-/// How the rows of a file lie, as the options --width, --lines and --rows say.
+/// How the rows of a file lie and are searched, as the options --width, --lines, --rows and --near-start say.
 struct RawRows {
     std::optional<std::uint32_t> width;
     std::optional<std::string> lines;
     std::optional<std::uint64_t> rows;
+    bool nearStart = false;
 };
 
 struct RawScan {
     std::string file;
     std::optional<std::string> format;
-    std::optional<std::uint32_t> width;
-    std::optional<std::string> lines;
-    std::optional<std::uint64_t> rows;
+    RawRows rows;
     std::optional<std::string> output;
     bool asJson = false;
 };
 
 struct RawExtract {
     std::string file;
+    std::optional<std::string> fromFormat;
+    RawRows rows;
     std::string codec = "auto";
     std::string format = "triplets";
     std::optional<std::string> output;
@@ -69,6 +70,8 @@ struct RawExtract {
 
 struct RawRateChange {
     std::string file;
+    std::optional<std::string> fromFormat;
+    RawRows rows;
     std::string from;
     std::string to;
     std::string output;

@@ -8,7 +8,9 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 
 namespace qlx::tool {
 
@@ -153,6 +155,23 @@ Scte104BuildFormat buildFormat(const RawScte104Build& raw) {
     return name == "raw" ? Scte104BuildFormat::Raw : name == "klv" ? Scte104BuildFormat::Klv : Scte104BuildFormat::V210;
 }
 
+Scte104Source sourceOf(const RawScte104Source& raw) {
+    constexpr std::array<std::pair<std::string_view, Scte104Format>, 5> kFormats{{{"hex", Scte104Format::Hex},
+                                                                                  {"raw", Scte104Format::Raw},
+                                                                                  {"klv", Scte104Format::Klv},
+                                                                                  {"v210", Scte104Format::V210},
+                                                                                  {"2vuy", Scte104Format::Yuv8}}};
+    Scte104Source source;
+    source.input = raw.input;
+    if (raw.format) {
+        source.format = std::find_if(kFormats.begin(), kFormats.end(), [&](const auto& known) {
+                            return known.first == *raw.format;
+                        })->second;
+    }
+    source.rows = frameSourceOptions(raw.input, raw.format, raw.rows);
+    return source;
+}
+
 }  // namespace
 
 std::vector<std::string> typeNames(std::string_view option) {
@@ -197,20 +216,15 @@ Scte104BuildOptions checked(const RawScte104Build& raw) {
 
 Scte104ParseOptions checked(const RawScte104Parse& raw) {
     Scte104ParseOptions options;
-    options.input = raw.input;
+    options.source = sourceOf(raw.source);
     options.output = raw.output;
     options.asJson = raw.asJson;
-    if (raw.format) {
-        options.format = *raw.format == "klv"   ? Scte104Format::Klv
-                         : *raw.format == "raw" ? Scte104Format::Raw
-                                                : Scte104Format::Hex;
-    }
     return options;
 }
 
 Scte35Options checked(const RawScte35& raw) {
     Scte35Options options;
-    options.input = raw.input;
+    options.source = sourceOf(raw.source);
     options.pts = numberOf("--pts", raw.pts, kGreatestPts);
     options.output = raw.output;
     const bool isStandardOutput = raw.output.value_or("-") == "-";

@@ -1,6 +1,7 @@
 // What stands on the command line of scte104 and scte35, before the options have been checked against each other.
 #pragma once
 
+#include "RawOptions.h"
 #include "SCTE104Build.h"
 #include "SCTE104Parse.h"
 #include "SCTE35.h"
@@ -82,15 +83,21 @@ struct RawScte104Build {
     std::optional<std::string> output;
 };
 
-struct RawScte104Parse {
+/// Where messages are looked for.
+struct RawScte104Source {
     std::string input;
     std::optional<std::string> format;
+    RawRows rows;
+};
+
+struct RawScte104Parse {
+    RawScte104Source source;
     std::optional<std::string> output;
     bool asJson = false;
 };
 
 struct RawScte35 {
-    std::string input;
+    RawScte104Source source;
     std::string pts;
     std::optional<std::string> format;
     std::optional<std::string> output;

@@ -1,73 +1,152 @@
 #include "RowFile.h"
 
 #include "Errors.h"
-#include "PacketNames.h"
 #include "Text.h"
 
-#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
 #include <qlx/facade/packet.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace qlx::tool {
 
 namespace {
 
-// A v210 group of six pixels: four words of three 10-bit samples, Cb Y Cr, Y Cb Y, Cr Y Cb, Y Cr Y. In blanking all
-// luma is 0x040 and all chroma 0x200, so that two kinds of word alternate: C Y C = 20010200, Y C Y = 04080040.
-constexpr std::array<std::uint8_t, 8> kBlankingV210{0x00, 0x02, 0x01, 0x20, 0x40, 0x00, 0x08, 0x04};
-constexpr std::array<std::uint8_t, 2> kBlanking2vuy{0x80, 0x10};
-
-// Samples of a packet beside its data: the flag (3), DID, SDID, data count and checksum.
-constexpr std::uint64_t kPacketOverhead = 7;
-
-/// The 32-bit words of a v210 row from the one that holds a packet's first luma sample to the one that holds its last.
-constexpr std::uint64_t wordsOfPacket(std::uint64_t dataBytes) {
-    constexpr std::array<std::uint64_t, 6> kWordOfSample{0, 1, 1, 2, 3, 3};
-    const std::uint64_t last = dataBytes + kPacketOverhead - 1;
-    return last / 6 * 4 + kWordOfSample[last % 6] + 1;
+/// `frame 3, line 9`
+std::string placeOf(const Frame& frame, std::uint64_t line) {
+    return "frame " + std::to_string(frame.number) + ", line " + std::to_string(line);
 }
 
-void repeat(std::span<const std::uint8_t> pattern, std::span<std::uint8_t> row) {
-    for (std::size_t index = 0; index < row.size(); ++index) {
-        row[index] = pattern[index % pattern.size()];
-    }
+/// The bytes of a row from a packet's first sample to its last.
+struct Extent {
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
+
+    [[nodiscard]] bool holds(std::uint64_t byte) const { return first <= byte && byte <= last; }
+};
+
+Extent extentOf(anc::RowFormat format, anc::Channel channel, std::uint64_t offset, std::size_t dataCount) {
+    const auto byteOf = [&](std::uint64_t word) {
+        const std::uint64_t sample = channel == anc::Channel::SdMultiplex ? word
+                                     : channel == anc::Channel::Luma      ? word * 2 + 1
+                                                                          : word * 2;
+        return format == anc::RowFormat::V210 ? sample / 3 * 4 : sample;
+    };
+    return {byteOf(offset), byteOf(offset + anc::packetWords(dataCount) - 1)};
 }
+
+/// A packet and the bytes that it takes.
+struct Hit {
+    anc::Packet packet;
+    Extent extent;
+    anc::Status checksum = anc::Status::Right;
+};
 
 }  // namespace
 
-std::size_t rowBytes(std::uint32_t pixelFormat, std::uint32_t width) {
-    const std::size_t pixels = width;
-    return pixelFormat == kPixelFormatV210 ? (pixels + 47) / 48 * 128 : pixels * 2;
-}
+/// What one search of a row gives.
+struct RowReader::Found {
+    std::vector<Hit> hits;
+    std::vector<Finding> findings;
 
-void fillWithBlanking(std::uint32_t pixelFormat, std::span<std::uint8_t> row) {
-    if (pixelFormat == kPixelFormatV210) {
-        repeat(kBlankingV210, row);
-    } else {
-        repeat(kBlanking2vuy, row);
+    /// Leaves out the packets that begin inside those of another search of which more is right: in 8 bits data can look
+    /// like a flag of other channels.
+    void leaveOutInside(const std::vector<Hit>& others) {
+        std::erase_if(hits, [&](const Hit& hit) {
+            return std::any_of(others.begin(), others.end(), [&](const Hit& other) {
+                return rankOf(other.checksum) > rankOf(hit.checksum) && other.extent.holds(hit.extent.first);
+            });
+        });
     }
-}
 
-RowReader::RowReader(ByteSource& source, RowLayout layout) : _source(source), _layout(std::move(layout)) {
-    _row.resize(rowBytes(_layout.pixelFormat, _layout.width));
-}
+    /// Leaves out what was found inside the packets of another search: it is no business of this one.
+    void leaveOutFindingsInside(const std::vector<Hit>& others) {
+        std::erase_if(findings, [&](const Finding& finding) {
+            return std::any_of(others.begin(), others.end(), [&](const Hit& other) {
+                return other.checksum != anc::Status::Wrong && other.extent.holds(finding.offset);
+            });
+        });
+    }
 
-void RowReader::readRow(Frame& frame, std::uint64_t line, std::vector<std::string>& problems) const {
+private:
+    static int rankOf(anc::Status checksum) {
+        return checksum == anc::Status::Right ? 2 : checksum == anc::Status::NotCarried ? 1 : 0;
+    }
+};
+
+RowReader::RowReader(ByteSource& source, RowLayout layout, RowSearch search)
+    : _source(source), _layout(std::move(layout)), _search(search),
+      _row(anc::rowBytes(_layout.format(), _layout.width)) {}
+
+void RowReader::readNearStart(Frame& frame, std::uint64_t line, std::vector<std::string>& problems) const {
     std::optional<std::string> problem;
     const auto packets =
         facade::toAncPackets(QLXVANCPacket::VANCPacketsWithSDIBuffer_size_bufferFormat_lineNumber_errorString(
             _row.data(), _row.size(), _layout.pixelFormat, line, &problem));
     frame.packets.insert(frame.packets.end(), packets.begin(), packets.end());
     if (problem) {
-        problems.push_back("frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": " +
-                           *problem);
+        problems.push_back(placeOf(frame, line) + ": " + *problem);
     }
+}
+
+RowReader::Found RowReader::find(anc::Channels channels, std::uint64_t line) const {
+    /// Keeps everything: a row has only so many places.
+    class AllFindings final : public FindingSink {
+    public:
+        explicit AllFindings(std::vector<Finding>& to) : _to(to) {}
+        void add(const Finding& finding) override { _to.push_back(finding); }
+
+    private:
+        std::vector<Finding>& _to;
+    };
+    Found found;
+    AllFindings findings(found.findings);
+    const anc::RowFormat format = _layout.format();
+    const anc::RowOptions options{
+        .format = format, .line = static_cast<std::uint32_t>(line), .channels = channels, .width = _layout.width};
+    for (const anc::PacketView packet : anc::packets(_row, options, &findings)) {
+        found.hits.push_back({packet.toPacket(),
+                              extentOf(format, packet.channel(), packet.horizontalOffset(), packet.dataCount()),
+                              packet.checksum()});
+    }
+    return found;
+}
+
+void RowReader::take(Frame& frame, std::uint64_t line, Found found, std::vector<std::string>& problems) {
+    for (Hit& hit : found.hits) {
+        frame.packets.push_back(std::move(hit.packet));
+    }
+    for (const Finding& finding : found.findings) {
+        auto& lines = finding.severity == Severity::Remark ? _remarks : problems;
+        lines.push_back(placeOf(frame, line) + ", byte " + std::to_string(finding.offset) +
+                        " of the row: " + finding.text());
+    }
+}
+
+void RowReader::readRow(Frame& frame, std::uint64_t line, std::vector<std::string>& problems) {
+    if (_search == RowSearch::NearStart) {
+        readNearStart(frame, line, problems);
+        return;
+    }
+    Found apart = find(anc::Channels::Both, line);
+    if (_layout.width <= kWidestMultiplex) {
+        Found together = find(anc::Channels::SdMultiplex, line);
+        const std::vector<Hit> ofBoth = apart.hits;
+        apart.leaveOutInside(together.hits);
+        together.leaveOutInside(ofBoth);
+        apart.leaveOutFindingsInside(together.hits);
+        together.leaveOutFindingsInside(apart.hits);
+        take(frame, line, std::move(apart), problems);
+        take(frame, line, std::move(together), problems);
+        return;
+    }
+    take(frame, line, std::move(apart), problems);
+}
+
+std::vector<std::string> RowReader::takeRemarks() {
+    return std::exchange(_remarks, {});
 }
 
 bool RowReader::next(Frame& frame, std::vector<std::string>& problems) {
@@ -101,41 +180,6 @@ bool RowReader::next(Frame& frame, std::vector<std::string>& problems) {
         ++_frames;
     }
     return rows > 0;
-}
-
-V210Writer::V210Writer(OutputFile& output, RowLayout layout) : _output(output), _layout(std::move(layout)) {
-    _blankRow.resize(rowBytes(_layout.pixelFormat, _layout.width));
-    fillWithBlanking(_layout.pixelFormat, _blankRow);
-}
-
-/// A packet that ends behind the picture's width would be lost on the way: the row must hold all of them.
-void V210Writer::checkFit(const Frame& frame, std::uint64_t line) const {
-    const std::uint64_t available = (std::uint64_t{_layout.width} * 2 + 2) / 3;
-    std::uint64_t used = 0;
-    for (const auto& packet : frame.packets) {
-        if (packet.line != line) {
-            continue;
-        }
-        const std::uint64_t dataBytes = packet.userData.size();
-        used += wordsOfPacket(dataBytes);
-        if (used > available) {
-            throw Failure("frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": a row of " +
-                          counted(_layout.width, "pixel") + " is too narrow for the " + packetName(packet) +
-                          " packet, which takes " + counted(dataBytes + kPacketOverhead, "luma sample") +
-                          ": give a greater --width");
-        }
-    }
-}
-
-void V210Writer::write(const Frame& frame) {
-    const auto packets = facade::toVANCPackets(frame.packets);
-    for (const std::uint64_t line : _layout.lines) {
-        checkFit(frame, line);
-        _row = _blankRow;
-        QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
-            _row.data(), packets, _row.size(), static_cast<std::int32_t>(line));
-        _output.write(_row);
-    }
 }
 
 }  // namespace qlx::tool

@@ -5,7 +5,7 @@
 #include "Klv.h"
 #include "OutputFile.h"
 #include "PacketNames.h"
-#include "RowFile.h"
+#include "RowWriter.h"
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>

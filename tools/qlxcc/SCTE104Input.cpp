@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "Frame.h"
+#include "FrameLoop.h"
 #include "InputFile.h"
 #include "InputKind.h"
 #include "Klv.h"
@@ -57,23 +58,37 @@ Scte104Format formatOf(InputFile& file) {
         std::equal(first.begin(), first.begin() + kUniversalLabelSize, kAncFrameElementKey.begin())) {
         return Scte104Format::Klv;
     }
-    // What is a digit in a text is above 0x2F.
+    if (isHexText({reinterpret_cast<const char*>(first.data()), first.size()})) {
+        return Scte104Format::Hex;
+    }
+    const std::optional<InputKind> named = inputKindOfName(file.name());
+    if (named && hasRows(*named)) {
+        return *named == InputKind::V210 ? Scte104Format::V210 : Scte104Format::Yuv8;
+    }
     if (!first.empty() && first[0] == kPayloadDescriptor) {
         return Scte104Format::Raw;
     }
-    if (!isHexText({reinterpret_cast<const char*>(first.data()), first.size()})) {
-        refuseOtherKinds(
-            first, file.name(), [](InputKind kind) { return kind == InputKind::Klv; },
-            "in which no SCTE-104 message is looked for");
-    }
+    refuseOtherKinds(
+        first, file.name(), [](InputKind other) { return other == InputKind::Klv; },
+        "in which no SCTE-104 message is looked for");
     return Scte104Format::Hex;
 }
 
-std::vector<std::string> readKlv(ByteSource& source, const std::function<void(const Scte104Packet&)>& take) {
+InputKind kindOf(Scte104Format format) {
+    return format == Scte104Format::V210   ? InputKind::V210
+           : format == Scte104Format::Yuv8 ? InputKind::Yuv8
+                                           : InputKind::Klv;
+}
+
+std::vector<std::string> readFrames(InputFile& source, FrameSourceOptions options, Scte104Format format,
+                                    const std::function<void(const Scte104Packet&)>& take) {
+    options.kind = kindOf(format);
+    const auto reader = openFrames(source, options);
+    RemarkNotes remarks(source);
     std::vector<std::string> problems;
-    KlvReader reader(source);
     Frame frame;
-    while (reader.next(frame, problems)) {
+    while (reader->next(frame, problems)) {
+        remarks.say(reader->takeRemarks());
         for (const auto& packet : frame.packets) {
             if (packet.id() == anc::ids::kScte104) {
                 const std::string place =
@@ -82,10 +97,21 @@ std::vector<std::string> readKlv(ByteSource& source, const std::function<void(co
             }
         }
     }
+    if (remarks.hasMore()) {
+        remarks.sayHowManyMore();
+    }
     for (std::string& problem : problems) {
         problem.insert(0, source.name() + ": ");
     }
     return problems;
+}
+
+void checkNoRowOptions(const FrameSourceOptions& options) {
+    if (options.width || options.lines || options.nearStart) {
+        throw UsageError(
+            "--width, --lines, --rows and --near-start are for the formats v210 and 2vuy: a message has no "
+            "rows");
+    }
 }
 
 /// Whether the digits of a message were given in place of a file.
@@ -122,21 +148,27 @@ Data bytesOfHex(std::string_view name, std::string_view text) {
     return bytes;
 }
 
-std::vector<std::string> readScte104Packets(const std::string& input, std::optional<Scte104Format> format,
+std::vector<std::string> readScte104Packets(const Scte104Source& from,
                                             const std::function<void(const Scte104Packet&)>& take) {
-    if (isMessageOnCommandLine(input, format)) {
+    if (isMessageOnCommandLine(from.input, from.format)) {
         const std::string name = "the message";
-        take({name, std::nullopt, 0, bytesOfHex(name, input)});
+        checkNoRowOptions(from.rows);
+        take({name, std::nullopt, 0, bytesOfHex(name, from.input)});
         return {};
     }
-    InputFile source(input);
-    switch (format ? *format : formatOf(source)) {
+    InputFile source(from.input);
+    const Scte104Format format = from.format ? *from.format : formatOf(source);
+    switch (format) {
     case Scte104Format::Klv:
-        return readKlv(source, take);
+    case Scte104Format::V210:
+    case Scte104Format::Yuv8:
+        return readFrames(source, from.rows, format, take);
     case Scte104Format::Raw:
+        checkNoRowOptions(from.rows);
         take({source.name(), std::nullopt, 0, Data(readWhole(source))});
         break;
     case Scte104Format::Hex: {
+        checkNoRowOptions(from.rows);
         const std::vector<std::uint8_t> text = readWhole(source);
         const std::string_view digits(reinterpret_cast<const char*>(text.data()), text.size());
         take({source.name(), std::nullopt, 0, bytesOfHex(source.name(), digits)});

@@ -1,6 +1,8 @@
 // Where SCTE-104 messages come from: hexadecimal digits on the command line or in a file, a raw message, a KLV file.
 #pragma once
 
+#include "FrameSource.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 
 #include <cstddef>
@@ -13,25 +15,31 @@
 
 namespace qlx::tool {
 
-enum class Scte104Format { Hex, Raw, Klv };
+enum class Scte104Format { Hex, Raw, Klv, V210, Yuv8 };
 
 /// The longest text or raw message that is read; a message has at most 65,535 bytes behind its payload descriptor.
 inline constexpr std::size_t kLongestScte104Input = std::size_t{1024} * 1024;
 
+/// Where messages are looked for.
+struct Scte104Source {
+    std::string input;                    ///< A file, `-` for standard input, or the hexadecimal digits of a message.
+    std::optional<Scte104Format> format;  ///< None: by the first bytes, or else the name.
+    FrameSourceOptions rows;              ///< How the rows of a file lie and are searched.
+};
+
 /// The data of an SCTE-104 packet, and where it was found.
 struct Scte104Packet {
-    std::string place;                   ///< For messages: the file's name, in a KLV file with frame and line.
-    std::optional<std::uint64_t> frame;  ///< In a KLV file.
-    std::uint64_t line = 0;              ///< The video line, in a KLV file.
+    std::string place;                   ///< For messages: the file's name, in a file of frames with frame and line.
+    std::optional<std::uint64_t> frame;  ///< In a file of frames.
+    std::uint64_t line = 0;              ///< The video line, in a file of frames.
     Data data;
 };
 
 /// Calls `take` with each SCTE-104 packet of the input.
-/// @param input A file, `-` for standard input, or the hexadecimal digits of a message.
-/// @param format None: by the first bytes.
-/// @return What could not be read in a KLV file, a line each.
-/// @throws Failure when the input cannot be read; UsageError when it is a file of another kind.
-std::vector<std::string> readScte104Packets(const std::string& input, std::optional<Scte104Format> format,
+/// @return What could not be read in a file of frames, a line each.
+/// @throws Failure when the input cannot be read; UsageError when it is a file of another kind, or has no rows and there
+///   are options for them.
+std::vector<std::string> readScte104Packets(const Scte104Source& from,
                                             const std::function<void(const Scte104Packet&)>& take);
 
 /// The bytes of hexadecimal digits; white space between them is passed over.

@@ -46,7 +46,7 @@ void report(const std::vector<std::string>& problems) {
 }  // namespace
 
 int parseScte104(const Scte104ParseOptions& options) {
-    refuseInputAsOutput(options.input, options.output);
+    refuseInputAsOutput(options.source.input, options.output);
     OutputFile output(options.output);
     std::uint64_t messages = 0;
     std::vector<std::string> problems;
@@ -66,7 +66,7 @@ int parseScte104(const Scte104ParseOptions& options) {
         }
     };
     try {
-        const auto unread = readScte104Packets(options.input, options.format, take);
+        const auto unread = readScte104Packets(options.source, take);
         problems.insert(problems.end(), unread.begin(), unread.end());
     } catch (const Failure&) {
         if (output.isStandardOutput()) {
@@ -77,7 +77,7 @@ int parseScte104(const Scte104ParseOptions& options) {
         throw;
     }
     if (problems.empty() && messages == 0) {
-        throw failureIn(options.input, "no SCTE-104 packet");
+        throw failureIn(options.source.input, "no SCTE-104 packet");
     }
     if (problems.empty() || output.isStandardOutput()) {
         output.commit();

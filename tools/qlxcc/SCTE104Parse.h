@@ -9,8 +9,7 @@
 namespace qlx::tool {
 
 struct Scte104ParseOptions {
-    std::string input;  ///< A file, `-` for standard input, or hexadecimal digits.
-    std::optional<Scte104Format> format;
+    Scte104Source source;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     bool asJson = false;
 };

@@ -15,17 +15,16 @@ namespace qlx::tool {
 
 namespace {
 
-Scte104Packet onlyPacket(const std::string& input) {
+Scte104Packet onlyPacket(const Scte104Source& source) {
     std::vector<Scte104Packet> packets;
-    const auto problems =
-        readScte104Packets(input, std::nullopt, [&](const Scte104Packet& packet) { packets.push_back(packet); });
+    const auto problems = readScte104Packets(source, [&](const Scte104Packet& packet) { packets.push_back(packet); });
     if (!problems.empty()) {
         throw Failure(problems.front());
     }
     if (packets.size() != 1) {
-        throw failureIn(input, packets.empty()
-                                   ? "no SCTE-104 packet"
-                                   : counted(packets.size(), "SCTE-104 packet") + ": the time of --pts is for one");
+        throw failureIn(source.input, packets.empty() ? "no SCTE-104 packet"
+                                                      : counted(packets.size(), "SCTE-104 packet") +
+                                                            ": the time of --pts is for one");
     }
     return packets.front();
 }
@@ -64,8 +63,8 @@ void checkSpliceRequest(const Scte104Packet& packet) {
 }  // namespace
 
 int convertToScte35(const Scte35Options& options) {
-    refuseInputAsOutput(options.input, options.output);
-    const Scte104Packet packet = onlyPacket(options.input);
+    refuseInputAsOutput(options.source.input, options.output);
+    const Scte104Packet packet = onlyPacket(options.source);
     checkSpliceRequest(packet);
     const Data section = QLXVANCPacket::SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(
         QLXVANCPacket::SCTE104PacketDataWithData_lineNumber(packet.data, packet.line), options.pts);

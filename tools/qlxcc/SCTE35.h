@@ -1,6 +1,8 @@
 // qlxcc scte35: the SCTE-35 section of an SCTE-104 splice request.
 #pragma once
 
+#include "SCTE104Input.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,7 +15,7 @@ inline constexpr std::uint64_t kGreatestPts = (std::uint64_t{1} << 33U) - 1;
 enum class Scte35Format { Hex, Base64, Raw };
 
 struct Scte35Options {
-    std::string input;  ///< A file, `-` for standard input, or hexadecimal digits.
+    Scte104Source source;
     std::uint64_t pts = 0;
     Scte35Format format = Scte35Format::Hex;
     std::optional<std::string> output;  ///< None or `-`: standard output.

@@ -26,6 +26,22 @@ std::string listLine(const std::string& place, const anc::Packet& packet) {
            rightAligned(packet.userData.size(), kSizeWidth) + "  " + hex(packet.userData) + "\n";
 }
 
+/// `chroma, word 12`: where a packet is on its row, as far as that is not in luma and at the beginning or right behind
+/// the packet before it.
+std::string unusualPlace(const anc::Packet& packet, const anc::Packet* before) {
+    const bool isBehind =
+        before != nullptr && before->line == packet.line && before->channel == packet.channel &&
+        packet.horizontalOffset == before->horizontalOffset + anc::packetWords(before->userData.size());
+    std::string text;
+    if (packet.channel != anc::Channel::Luma) {
+        text = channelName(packet.channel);
+    }
+    if (packet.horizontalOffset != 0 && !isBehind) {
+        text += (text.empty() ? "luma" : "") + std::string(", word ") + std::to_string(packet.horizontalOffset);
+    }
+    return text;
+}
+
 std::string captionLine(const std::string& place, const Frame& frame) {
     const std::string_view where = frame.captionPlace == CaptionPlace::Picture ? "in the picture" : "caption track";
     return place + "  " + std::string(kLineWidth - 1, ' ') + "-  -         " + padded(std::string(where), kNameWidth) +
@@ -115,8 +131,13 @@ void ListWriter::write(const Frame& frame) {
     writeTitle(frame);
     const std::string place = placeOf(frame);
     const std::string indent(kFrameWidth + kLineWidth + 4, ' ');
+    const anc::Packet* before = nullptr;
     for (const auto& packet : frame.packets) {
         _output.write(listLine(place, packet));
+        if (const std::string unusual = unusualPlace(packet, before); !unusual.empty()) {
+            _output.write(indent + unusual + "\n");
+        }
+        before = &packet;
         for (const std::string& line : detailsOf(packet)) {
             _output.write(indent + line + "\n");
         }
