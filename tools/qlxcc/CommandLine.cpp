@@ -83,6 +83,16 @@ void addFromFormat(CLI::App& command, std::optional<std::string>& format, const 
         ->check(CLI::IsMember(formats).description(""));
 }
 
+void addToFormat(CLI::App& command, std::optional<std::string>& format, const char* help) {
+    command.add_option("--to-format", format, help)
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember({"v210", "klv", "jsonl"}).description(""));
+}
+
+void addAsDeployed(CLI::App& command, bool& asDeployed) {
+    command.add_flag("--as-deployed", asDeployed, "v210, klv: the bytes that the library's fixed operations write");
+}
+
 void addPlay(CLI::App& app, RawPlay& raw) {
     CLI::App& play = *app.add_subcommand("play", kPlayDescription);
     play.footer(kPlayFooter);
@@ -107,12 +117,13 @@ void addPlay(CLI::App& app, RawPlay& raw) {
         ->type_name("TIME")
         ->check(checkTime);
     play.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
-    play.add_option("--format", raw.format, "v210, klv, jsonl or scc (default: by the name of FILE)")
+    play.add_option("--to-format,--format", raw.format, "v210, klv, jsonl or scc (default: by the name of FILE)")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"v210", "klv", "jsonl", "scc"}).description(""));
     play.add_option("--width", raw.width, "Pixels of a v210 row (default: 1920, with --sd 720)")
         ->type_name("W")
         ->check(CLI::Range(1U, kGreatestWidth).description(""));
+    addAsDeployed(play, raw.asDeployed);
     addEncoding(play, raw.encoding);
     play.add_flag("--no-fill", raw.leavesFramesEmpty, "cea608: frames without a byte pair carry no packet");
     play.add_flag("--non-drop", raw.isNonDrop, "scc: non-drop-frame timecodes (default: drop-frame)");
@@ -140,6 +151,8 @@ void addScan(CLI::App& app, RawScan& raw) {
     addFromFormat(scan, raw.format, "--from-format,--format", frameFormats());
     addRows(scan, raw.rows);
     scan.add_option("-o,--output", raw.output, kOutputHelp)->type_name("FILE");
+    addToFormat(scan, raw.toFormat, "Write frames as v210, klv or jsonl (default: by the name of FILE, or a list)");
+    addAsDeployed(scan, raw.asDeployed);
     scan.add_flag("--json", raw.asJson, "A JSON line for each frame in place of the list");
 }
 
@@ -198,6 +211,8 @@ void addRateChange(CLI::App& app, RawRateChange& raw) {
     addFromFormat(rate, raw.fromFormat, "--from-format", {"v210", "2vuy", "klv", "jsonl"});
     addRows(rate, raw.rows);
     rate.add_option("-o,--output", raw.output, kOutputHelp)->required()->type_name("FILE");
+    addToFormat(rate, raw.toFormat, "v210, klv or jsonl (default: by the name of FILE, or klv)");
+    addAsDeployed(rate, raw.asDeployed);
 }
 
 void addPictures(CLI::App& app, PictureOptions& raw, std::optional<std::string>& preview) {

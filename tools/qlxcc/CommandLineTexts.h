@@ -92,8 +92,14 @@ inline constexpr const char* kScanFooter =
     "of\n"
     "presentation and with the times of the file. Captions that come with the picture are \"in the picture\".\n"
     "\n"
+    "With a FILE in .v210, .klv or .jsonl, or --to-format, the frames are written in that form in place of a list. "
+    "Rows "
+    "are\n"
+    "written as they are read; of other files --lines or --rows says which there are.\n"
+    "\n"
     "Examples:\n"
     "  qlxcc scan film.v210 --lines 12,575\n"
+    "  qlxcc scan film.v210 --lines 12,575 -o film.klv\n"
     "  qlxcc scan film.mxf\n"
     "  qlxcc scan vanc.2vuy --width 720 --rows 14 --json\n"
     "  qlxcc scan anc.klv";
@@ -141,17 +147,17 @@ inline constexpr const char* kExtractFooter =
 
 inline constexpr const char* kRateDescription = "Bring captions from one frame rate to its double, or back";
 
-inline constexpr const char* kRateFooter = "IN has elements, rows or JSON lines; the result has elements (klv), one a "
-                                           "frame. From a rate to its double (25 to 50,\n"
-                                           "29.97 to 59.94, 30 to 60) each caption packet is split into those of two "
-                                           "frames, and all other packets go to the first\n"
-                                           "one. The other way two frames become one: their caption packets are "
-                                           "joined, a missing one counting as empty, and all\n"
-                                           "other packets are kept, in order.\n"
-                                           "\n"
-                                           "Examples:\n"
-                                           "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv\n"
-                                           "  qlxcc rate anc60.klv --from 59.94 --to 29.97 -o anc30.klv";
+inline constexpr const char* kRateFooter =
+    "IN has elements, rows or JSON lines; the result is klv, or what its name says. From a rate to its double (25 to "
+    "50,\n"
+    "29.97 to 59.94, 30 to 60) each caption packet is split into those of two frames, and all other packets go to the\n"
+    "first one. The other way two frames become one: their caption packets are joined, a missing one counting as "
+    "empty,\n"
+    "and all other packets are kept, in order.\n"
+    "\n"
+    "Examples:\n"
+    "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv\n"
+    "  qlxcc rate anc60.klv --from 59.94 --to 29.97 -o anc30.klv";
 
 inline constexpr const char* kCompletionDescription = "Print the completion script of a shell";
 

@@ -7,7 +7,6 @@
 #include "Klv.h"
 #include "OutputFile.h"
 #include "Progress.h"
-#include "RowWriter.h"
 #include "Schedule.h"
 #include "SubtitleTimes.h"
 #include "Subtitles.h"
@@ -236,7 +235,8 @@ std::vector<std::uint64_t> linesOf(const PlayOptions& options) {
 std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtitles& subtitles, OutputFile& output) {
     switch (options.format) {
     case PlayFormat::V210:
-        return std::make_unique<V210Writer>(output, RowLayout{kPixelFormatV210, options.width, linesOf(options)});
+        return std::make_unique<V210Writer>(output, RowLayout{kPixelFormatV210, options.width, linesOf(options)},
+                                            options.rowForm);
     case PlayFormat::Klv:
         return std::make_unique<KlvWriter>(output);
     case PlayFormat::Jsonl:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Rates.h"
+#include "RowWriter.h"
 
 #include <cstdint>
 #include <optional>
@@ -22,6 +23,7 @@ struct PlayOptions {
     std::optional<double> durationSeconds;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     PlayFormat format = PlayFormat::Schedule;
+    RowForm rowForm = RowForm::Contiguous;
     std::uint32_t width = 0;  ///< Pixels of a row.
     bool fillsFrames = true;  ///< Captions: a frame without a byte pair carries an empty caption packet.
     bool isDropFrame = true;  ///< Scenarist caption files: how timecodes count.

@@ -5,7 +5,6 @@
 #include "FrameLoop.h"
 #include "InputFile.h"
 #include "InputKind.h"
-#include "Klv.h"
 #include "OutputFile.h"
 #include "PacketNames.h"
 #include "Progress.h"
@@ -57,8 +56,9 @@ Sample captionSample(std::span<const std::uint8_t> data, const SampleTimingInfo&
 class RateChange {
 public:
     RateChange(const RateChangeOptions& options, InputFile& source, OutputFile& output)
-        : _options(options), _source(source), _reader(openFrames(source, options.source)), _writer(output),
-          _remarks(source), _progress(source.size(), output.isStandardOutput()) {}
+        : _options(options), _source(source), _reader(openFrames(source, options.source)),
+          _writer(makeFrameWriter(output, options.frames)), _remarks(source),
+          _progress(source.size(), output.isStandardOutput()) {}
 
     void run() {
         Frame frame;
@@ -74,6 +74,7 @@ public:
         if (_remarks.hasMore()) {
             _remarks.sayHowManyMore();
         }
+        _writer->finish();
     }
 
 private:
@@ -137,8 +138,9 @@ private:
     void write(std::vector<Packet> packets) {
         Frame frame;
         frame.number = _framesWritten++;
+        frame.pts = _options.to.timeOfFrame(frame.number);
         frame.packets = std::move(packets);
-        _writer.write(frame);
+        _writer->write(frame);
     }
 
     void split(const Frame& frame) {
@@ -198,7 +200,7 @@ private:
     const RateChangeOptions& _options;
     ByteSource& _source;
     std::unique_ptr<FrameReader> _reader;
-    KlvWriter _writer;
+    std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;
     Progress _progress;
     std::uint64_t _framesWritten = 0;
@@ -236,6 +238,7 @@ int changeRate(const RateChangeOptions& options) {
     InputFile source(options.file);
     RateChangeOptions changed = options;
     changed.source.kind = kindOfFrames(source, options.source);
+    settleRows(*changed.source.kind, changed.source, changed.frames);
     OutputFile output(options.output);
     RateChange(changed, source, output).run();
     output.commit();

@@ -1,6 +1,7 @@
 // qlxcc rate: caption packets from one frame rate to its double, or back.
 #pragma once
 
+#include "FrameOutput.h"
 #include "FrameSource.h"
 #include "Rates.h"
 
@@ -14,6 +15,7 @@ struct RateChangeOptions {
     Rate from;
     Rate to;
     std::string output;  ///< `-` is standard output.
+    FrameOutputOptions frames;
 };
 
 /// Whether `to` is the double of `from`.

@@ -86,10 +86,49 @@ std::vector<std::uint64_t> lineNumbers(std::string_view text) {
     return lines;
 }
 
+/// @throws UsageError when the fixed operations have no bytes for a format.
+RowForm rowForm(bool asDeployed, FrameFormat format) {
+    if (asDeployed && format == FrameFormat::Jsonl) {
+        throw UsageError("--as-deployed is for the formats v210 and klv only");
+    }
+    return asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
+}
+
+void refuseTerminal(const std::string& output, FrameFormat format) {
+    if (format != FrameFormat::Jsonl && output == "-" && standardOutputIsTerminal()) {
+        throw UsageError("a " + std::string(format == FrameFormat::Klv ? "klv" : "v210") +
+                         " file is not for a terminal: name a file with -o");
+    }
+}
+
+/// How scan writes frames; none when it lists what it finds.
+std::optional<FrameOutputOptions> frameOutputOptions(const RawScan& raw) {
+    const std::optional<FrameFormat> named = frameFormatNamed(extensionOf(raw.output.value_or("-")));
+    // With --json a name in .jsonl is as good as any other.
+    const bool isJsonList = raw.asJson && !raw.toFormat && named == FrameFormat::Jsonl;
+    const std::optional<FrameFormat> format = raw.toFormat ? frameFormatNamed(*raw.toFormat) : named;
+    if (!format || isJsonList) {
+        if (raw.asDeployed) {
+            throw UsageError("--as-deployed is for the formats v210 and klv only: say them with --to-format");
+        }
+        return std::nullopt;
+    }
+    if (raw.asJson) {
+        throw UsageError(raw.toFormat
+                             ? "--json and --to-format cannot be given together"
+                             : "--json goes into no v210 or klv file, as the name of " + *raw.output + " says it is");
+    }
+    refuseTerminal(raw.output.value_or("-"), *format);
+    FrameOutputOptions options;
+    options.format = *format;
+    options.form = rowForm(raw.asDeployed, *format);
+    return options;
+}
+
 }  // namespace
 
 FrameSourceOptions frameSourceOptions(const std::string& file, const std::optional<std::string>& format,
-                                      const RawRows& rows) {
+                                      const RawRows& rows, bool isForRowsWritten) {
     FrameSourceOptions options;
     if (format) {
         options.kind = inputKindNamed(*format);
@@ -107,7 +146,7 @@ FrameSourceOptions frameSourceOptions(const std::string& file, const std::option
         options.lines.emplace(static_cast<std::size_t>(*rows.rows));
         std::iota(options.lines->begin(), options.lines->end(), std::uint64_t{0});
     }
-    if (kind) {
+    if (kind && !(isForRowsWritten && !hasRows(*kind) && !options.nearStart)) {
         checkRowOptions(*kind, options);
     }
     return options;
@@ -157,6 +196,10 @@ PlayOptions checked(const RawPlay& raw) {
     }
     options.width = raw.width.value_or(raw.isSD ? kWidthSD : kWidthHD);
     checkCaptionOptions(raw, options);
+    if (raw.asDeployed && options.format != PlayFormat::V210 && options.format != PlayFormat::Klv) {
+        throw UsageError("--as-deployed is for the formats v210 and klv only");
+    }
+    options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
     options.fillsFrames = !raw.leavesFramesEmpty;
     options.isDropFrame = !raw.isNonDrop;
     return options;
@@ -184,7 +227,9 @@ ScanOptions checked(const RawScan& raw) {
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
-    options.source = frameSourceOptions(raw.file, raw.format, raw.rows);
+    options.frames = frameOutputOptions(raw);
+    const bool writesRows = options.frames && options.frames->format == FrameFormat::V210;
+    options.source = frameSourceOptions(raw.file, raw.format, raw.rows, writesRows);
     return options;
 }
 
@@ -207,15 +252,19 @@ ExtractOptions checked(const RawExtract& raw) {
 }
 
 RateChangeOptions checked(const RawRateChange& raw) {
-    RateChangeOptions options{raw.file, frameSourceOptions(raw.file, raw.fromFormat, raw.rows),
-                              rateNamed(raw.from).value(), rateNamed(raw.to).value(), raw.output};
+    RateChangeOptions options;
+    options.file = raw.file;
+    options.from = rateNamed(raw.from).value();
+    options.to = rateNamed(raw.to).value();
+    options.output = raw.output;
+    options.frames.format = frameFormatNamed(raw.toFormat.value_or(extensionOf(raw.output))).value_or(FrameFormat::Klv);
+    options.frames.form = rowForm(raw.asDeployed, options.frames.format);
+    options.source = frameSourceOptions(raw.file, raw.fromFormat, raw.rows, options.frames.format == FrameFormat::V210);
     if (!isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
         throw UsageError("no way from " + raw.from + " to " + raw.to +
                          " frames/s: one rate must be the double of the other (25 and 50, 29.97 and 59.94, 30 and 60)");
     }
-    if (raw.output == "-" && standardOutputIsTerminal()) {
-        throw UsageError("a klv file is not for a terminal: name a file with -o");
-    }
+    refuseTerminal(raw.output, options.frames.format);
     return options;
 }
 

@@ -31,6 +31,7 @@ struct RawPlay {
     std::optional<std::uint32_t> width;
     bool leavesFramesEmpty = false;
     bool isNonDrop = false;
+    bool asDeployed = false;
 };
 
 struct RawSubs {
@@ -55,6 +56,8 @@ struct RawScan {
     std::optional<std::string> format;
     RawRows rows;
     std::optional<std::string> output;
+    std::optional<std::string> toFormat;
+    bool asDeployed = false;
     bool asJson = false;
 };
 
@@ -75,6 +78,8 @@ struct RawRateChange {
     std::string from;
     std::string to;
     std::string output;
+    std::optional<std::string> toFormat;
+    bool asDeployed = false;
 };
 
 /// The format that was given, or else the extension of the file's name (`-`: a pipe).
@@ -83,9 +88,10 @@ struct RawRateChange {
                                      const std::vector<std::string_view>& known);
 
 /// How a file of frames is opened.
+/// @param isForRowsWritten Whether the options may be about rows that are written.
 /// @throws UsageError when options contradict each other, or the format or name of the file.
 [[nodiscard]] FrameSourceOptions frameSourceOptions(const std::string& file, const std::optional<std::string>& format,
-                                                    const RawRows& rows);
+                                                    const RawRows& rows, bool isForRowsWritten = false);
 
 /// The seconds of an option's TIME.
 /// @param rate Of the command; null where it has none.

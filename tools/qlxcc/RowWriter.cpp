@@ -8,6 +8,7 @@
 
 #include <qlx/facade/packet.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
@@ -29,37 +30,90 @@ std::vector<std::uint8_t> wholeBlankRow(std::size_t width) {
     return anc::blankRow(anc::RowFormat::V210, (width + kWithoutPadding - 1) / kWithoutPadding * kWithoutPadding);
 }
 
+/// `frame 3, line 9: `
+std::string placeOf(const Frame& frame, std::uint64_t line) {
+    return "frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": ";
+}
+
 }  // namespace
 
-V210Writer::V210Writer(OutputFile& output, RowLayout layout)
-    : _output(output), _layout(std::move(layout)), _blankRow(wholeBlankRow(_layout.width)) {}
+V210Writer::V210Writer(OutputFile& output, RowLayout layout, RowForm form)
+    : _output(output), _layout(std::move(layout)), _form(form), _blankRow(wholeBlankRow(_layout.width)) {}
 
-/// A packet that ends behind the picture's width would be lost on the way: the row must hold all of them.
-void V210Writer::checkFit(const Frame& frame, std::uint64_t line) const {
-    const std::uint64_t available = (std::uint64_t{_layout.width} * 2 + 2) / 3;
-    std::uint64_t used = 0;
+void V210Writer::throwTooNarrow(const Frame& frame, const anc::Packet& packet) const {
+    throw Failure(
+        placeOf(frame, packet.line) + "a row of " + counted(_layout.width, "pixel") + " is too narrow for the " +
+        packetName(packet) + " packet, which takes " +
+        counted(anc::packetWords(packet.userData.size()), std::string(channelName(packet.channel)) + " sample") +
+        ": give a greater --width");
+}
+
+/// A packet without a row would be lost on the way.
+void V210Writer::checkLines(const Frame& frame) const {
     for (const auto& packet : frame.packets) {
-        if (packet.line != line) {
-            continue;
-        }
-        const std::uint64_t dataBytes = packet.userData.size();
-        used += wordsOfPacket(dataBytes);
-        if (used > available) {
-            throw Failure("frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": a row of " +
-                          counted(_layout.width, "pixel") + " is too narrow for the " + packetName(packet) +
-                          " packet, which takes " + counted(anc::packetWords(dataBytes), "luma sample") +
-                          ": give a greater --width");
+        if (std::find(_layout.lines.begin(), _layout.lines.end(), packet.line) == _layout.lines.end()) {
+            throw Failure(placeOf(frame, packet.line) + "there is no row for the " + packetName(packet) +
+                          " packet: name its line with --lines");
         }
     }
 }
 
+/// A packet that ends behind the picture's width would be lost as well: the row must hold all of them.
+void V210Writer::checkFit(const Frame& frame, std::uint64_t line) const {
+    const std::uint64_t available = (std::uint64_t{_layout.width} * 2 + 2) / 3;
+    std::uint64_t used = 0;
+    for (const auto& packet : frame.packets) {
+        used += packet.line == line ? wordsOfPacket(packet.userData.size()) : 0;
+        if (used > available) {
+            throwTooNarrow(frame, packet);
+        }
+    }
+}
+
+void V210Writer::fillAsDeployed(const Frame& frame, std::uint64_t line) {
+    checkFit(frame, line);
+    QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
+        _row.data(), facade::toVANCPackets(frame.packets), _row.size(), static_cast<std::int32_t>(line));
+}
+
+void V210Writer::put(const Frame& frame, const anc::Packet& packet) {
+    const anc::RowWriteOptions options{
+        .format = anc::RowFormat::V210, .channel = packet.channel, .width = _layout.width};
+    const Result<std::size_t> place = anc::appendPacket(_row, packet, options);
+    if (place) {
+        return;
+    }
+    if (place.error().code == FindingCode::AncPacketDoesNotFit) {
+        throwTooNarrow(frame, packet);
+    }
+    throw Failure(placeOf(frame, packet.line) + place.error().text());
+}
+
+void V210Writer::fill(const Frame& frame, std::uint64_t line) {
+    bool isMultiplex = false;
+    bool isApart = false;
+    for (const auto& packet : frame.packets) {
+        if (packet.line != line) {
+            continue;
+        }
+        (packet.channel == anc::Channel::SdMultiplex ? isMultiplex : isApart) = true;
+        if (isMultiplex && isApart) {
+            throw Failure(placeOf(frame, line) +
+                          "packets of the multiplex have no place beside those of luma or chroma");
+        }
+        put(frame, packet);
+    }
+}
+
 void V210Writer::write(const Frame& frame) {
-    const auto packets = facade::toVANCPackets(frame.packets);
+    checkLines(frame);
     for (const std::uint64_t line : _layout.lines) {
-        checkFit(frame, line);
         _row = _blankRow;
-        QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
-            _row.data(), packets, _row.size(), static_cast<std::int32_t>(line));
+        if (_form == RowForm::AsDeployed) {
+            fillAsDeployed(frame, line);
+        } else {
+            fill(frame, line);
+        }
         _output.write(_row);
     }
 }

@@ -18,11 +18,19 @@ namespace qlx::tool {
 int scan(const ScanOptions& options) {
     refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
-    const auto reader = openFrames(source, options.source);
+    FrameSourceOptions sourceOptions = options.source;
+    std::optional<FrameOutputOptions> frames = options.frames;
+    if (frames) {
+        sourceOptions.kind = kindOf(source, sourceOptions.kind);
+        settleRows(*sourceOptions.kind, sourceOptions, *frames);
+    }
+    const auto reader = openFrames(source, sourceOptions);
     OutputFile output(options.output);
     std::unique_ptr<FrameWriter> writer;
     ListWriter* list = nullptr;
-    if (options.asJson) {
+    if (frames) {
+        writer = makeFrameWriter(output, *frames);
+    } else if (options.asJson) {
         writer = std::make_unique<JsonlWriter>(output, true);
     } else {
         auto listWriter = std::make_unique<ListWriter>(output, output.isStandardOutput() && useColors());
@@ -33,6 +41,7 @@ int scan(const ScanOptions& options) {
         writer->write(frame);
         return true;
     });
+    writer->finish();
     if (list != nullptr) {
         list->writeSummary();
     }

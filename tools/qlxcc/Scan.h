@@ -1,6 +1,7 @@
 // qlxcc scan: the ancillary packets and captions of a file's frames.
 #pragma once
 
+#include "FrameOutput.h"
 #include "FrameSource.h"
 
 #include <optional>
@@ -13,6 +14,7 @@ struct ScanOptions {
     FrameSourceOptions source;
     std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;
+    std::optional<FrameOutputOptions> frames;  ///< Writes frames in place of the list.
 };
 
 /// Runs the subcommand; the result is the exit code.

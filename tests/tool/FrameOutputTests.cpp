@@ -1,0 +1,256 @@
+// Writing frames: qlxcc scan with a name in .klv, .jsonl or .v210, qlxcc rate, and how packets are put on rows.
+#include "AncBytes.h"
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+
+#include <qlx/anc/row.h>
+#include <qlx/facade/packet.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using qlxtest::ancSamples;
+using qlxtest::blankSamples;
+using qlxtest::place;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+using qlxtest::v210Bytes;
+
+using Arguments = std::vector<std::string>;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t kWidth = 768;  ///< Pixels of a row without padding.
+
+/// Two packets of these sizes in luma, one right behind the other, as samples.
+std::vector<std::uint16_t> samplesOf(const std::vector<std::size_t>& sizes, std::size_t firstSample = 1) {
+    std::vector<std::uint16_t> samples = blankSamples(kWidth);
+    for (const std::size_t size : sizes) {
+        const auto packet = ancSamples(0x41, 0x05, Bytes(size, static_cast<std::uint8_t>(size)));
+        place(samples, firstSample, 2, packet);
+        firstSample += packet.size() * 2;
+    }
+    return samples;
+}
+
+/// The JSON lines of frames with these packets on line 9.
+std::string jsonOf(const std::vector<std::size_t>& sizes, const std::string& more = "") {
+    std::string text = R"({"frame":0,"packets":[)";
+    for (std::size_t index = 0; index < sizes.size(); ++index) {
+        const Bytes data(sizes[index], static_cast<std::uint8_t>(sizes[index]));
+        text += std::string(index == 0 ? "" : ",") + R"({"line":9,"did":65,"sdid":5,)" + more +
+                R"("type":"AFD/Bar Data","data":")" + qlxtest::toHex(data) + "\"}";
+    }
+    return text + "]}\n";
+}
+
+std::string bytesAsText(const Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+ToolResult run(Arguments arguments, const Arguments& more = {}) {
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+}
+
+const Arguments kRows{"--lines", "9", "--width", "768"};
+
+TEST(FrameOutput, IsChosenByTheNameOrByAnOption) {
+    const TemporaryFolder folder;
+    const std::string rows = folder.write("a.v210", v210Bytes(samplesOf({3})));
+    const std::string json = jsonOf({3});
+    for (const auto& [name, format] : std::vector<std::pair<std::string, std::string>>{
+             {"b.klv", ""}, {"b.jsonl", ""}, {"b.v210", ""}, {"b.KLV", ""}, {"b.txt", "klv"}, {"b.klv", "jsonl"}}) {
+        const std::string file = folder.path(name);
+        const ToolResult written = run({"scan", rows, "-o", file}, kRows);
+        ASSERT_EQ(written.out + written.err, "") << name;
+        Arguments again{"scan", file, "--json"};
+        if (!format.empty()) {
+            ASSERT_EQ(run({"scan", rows, "-o", file, "--to-format", format}, kRows).exitCode, 0);
+            again.insert(again.end(), {"--from-format", format});
+        }
+        EXPECT_EQ(run(again, name == "b.v210" ? kRows : Arguments()).out, json) << name << " " << format;
+    }
+    EXPECT_EQ(folder.read("b.v210"), folder.read("a.v210"));
+    EXPECT_EQ(run({"scan", rows, "--to-format", "jsonl"}, kRows).out, json);
+    EXPECT_EQ(run({"scan", rows, "--to-format", "v210", "-o", "-"}, kRows).out, folder.read("a.v210"));
+    // Any other name has the list.
+    EXPECT_EQ(run({"scan", rows, "-o", folder.path("c.txt")}, kRows).exitCode, 0);
+    EXPECT_EQ(folder.read("c.txt"), run({"scan", rows}, kRows).out);
+    // JSON lines with what the packets hold may have a name in .jsonl.
+    EXPECT_EQ(run({"scan", rows, "--json", "-o", folder.path("c.jsonl")}, kRows).exitCode, 0);
+    EXPECT_EQ(folder.read("c.jsonl"), json);
+}
+
+TEST(FrameOutput, KeepsEveryFrame) {
+    const TemporaryFolder folder;
+    const std::string json = jsonOf({3}) + R"({"frame":1,"packets":[]})" + "\n" +
+                             R"({"frame":2,"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51"}]})" +
+                             "\n";
+    const std::string file = folder.write("a.jsonl", json);
+    const Arguments rows{"--lines", "9,12", "--width", "768"};
+    ASSERT_EQ(run({"scan", file, "-o", folder.path("b.v210")}, rows).err, "");
+    EXPECT_EQ(folder.read("b.v210").size(), 3U * 2 * 2048);
+    ASSERT_EQ(run({"scan", folder.path("b.v210"), "-o", folder.path("c.klv")}, rows).err, "");
+    EXPECT_EQ(runTool({"scan", folder.path("c.klv"), "--json"}).out, json);
+}
+
+TEST(FrameOutput, PutsPacketsOneBehindTheOther) {
+    const TemporaryFolder folder;
+    for (std::size_t first = 0; first < 14; ++first) {
+        const std::string file = folder.write("a.jsonl", jsonOf({first, 5, 0}));
+        const std::string target = folder.path("a.v210");
+        ASSERT_EQ(run({"scan", file, "-o", target}, kRows).err, "");
+        EXPECT_EQ(folder.read("a.v210"), bytesAsText(v210Bytes(samplesOf({first, 5, 0})))) << first;
+    }
+}
+
+TEST(FrameOutput, GivesTheBytesOfTheFixedOperationWhenAsked) {
+    const TemporaryFolder folder;
+    for (std::size_t first = 0; first < 14; ++first) {
+        std::vector<qlx::anc::Packet> packets;
+        for (const std::size_t size : {first, std::size_t{5}}) {
+            packets.emplace_back();
+            packets.back().did = 0x41;
+            packets.back().sdid = 0x05;
+            packets.back().line = 9;
+            packets.back().userData.assign(size, static_cast<std::uint8_t>(size));
+        }
+        Bytes row = v210Bytes(blankSamples(kWidth));
+        QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
+            row.data(), qlx::facade::toVANCPackets(packets), row.size(), 9);
+        const std::string file = folder.write("a.jsonl", jsonOf({first, 5}));
+        ASSERT_EQ(run({"scan", file, "-o", folder.path("a.v210"), "--as-deployed"}, kRows).err, "");
+        EXPECT_EQ(folder.read("a.v210"), bytesAsText(row)) << first;
+    }
+    // One packet on a row is the same either way.
+    const std::string srt = folder.write("a.srt", qlxtest::srt({{"00:00:00,000", "00:00:00,200", "Bonjour"}}));
+    for (const char* const name : {"b.v210", "b.klv"}) {
+        ASSERT_EQ(runTool(qlxtest::playArguments(srt, "25", {"-o", folder.path(name)})).exitCode, 0);
+        const std::string plain = folder.read(name);
+        ASSERT_EQ(runTool(qlxtest::playArguments(srt, "25", {"-o", folder.path(name), "--as-deployed"})).exitCode, 0);
+        EXPECT_EQ(folder.read(name), plain);
+    }
+}
+
+TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {
+    const TemporaryFolder folder;
+    const std::string chroma = jsonOf({3}, R"("channel":"chroma",)");
+    const std::string file = folder.write("a.jsonl", chroma);
+    const std::string rows = folder.path("a.v210");
+    ASSERT_EQ(run({"scan", file, "-o", rows}, kRows).err, "");
+    EXPECT_EQ(folder.read("a.v210"), bytesAsText(v210Bytes(samplesOf({3}, 0))));
+    EXPECT_EQ(run({"scan", rows, "--json"}, kRows).out, chroma);
+    const std::string multiplex = folder.write("m.jsonl", jsonOf({3}, R"("channel":"multiplex",)"));
+    const Arguments narrow{"--lines", "9", "--width", "48"};
+    ASSERT_EQ(run({"scan", multiplex, "-o", folder.path("m.v210")}, narrow).err, "");
+    EXPECT_EQ(run({"scan", folder.path("m.v210"), "--json"}, narrow).out, folder.read("m.jsonl"));
+    for (const Arguments& target : {Arguments{"-o", folder.path("b.klv")},
+                                    Arguments{"-o", folder.path("b.v210"), "--as-deployed", "--lines", "9"}}) {
+        const ToolResult lossy = run({"scan", file}, target);
+        EXPECT_EQ(lossy.exitCode, 0);
+        EXPECT_EQ(lossy.err,
+                  "qlxcc: warning: " + target[1] + ": written as luma: 1 packet of chroma or the multiplex\n");
+    }
+    EXPECT_EQ(runTool({"scan", folder.path("b.klv"), "--json"}).out, jsonOf({3}));
+}
+
+TEST(FrameOutput, SaysHowManyCaptionsAreInNoPacket) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9420 94ae\n");
+    for (const Arguments& target :
+         {Arguments{"-o", folder.path("a.klv")}, Arguments{"-o", folder.path("a.v210"), "--rows", "1"}}) {
+        const ToolResult result = run({"scan", file}, target);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err,
+                  "qlxcc: warning: " + target[1] + ": left out: the captions of 2 frames that are in no packet\n");
+        EXPECT_EQ(run({"scan", file, "--quiet"}, target).err, "");
+    }
+    // JSON lines have them.
+    ASSERT_EQ(runTool({"scan", file, "-o", folder.path("a.jsonl")}).err, "");
+    EXPECT_NE(folder.read("a.jsonl").find(R"("captions":{"data":"fc9420"})"), std::string::npos);
+}
+
+TEST(FrameOutput, RefusesPacketsWithoutAPlace) {
+    const TemporaryFolder folder;
+    const std::string target = folder.path("b.v210");
+    const auto message = [&](const std::string& json, const Arguments& more) {
+        const ToolResult result = run({"scan", folder.write("a.jsonl", json), "-o", target}, more);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(folder.names(), Arguments{"a.jsonl"});
+        return result.err;
+    };
+    EXPECT_EQ(message(jsonOf({3}), {"--lines", "8,10"}),
+              "qlxcc: frame 0, line 9: there is no row for the AFD/Bar Data packet: name its line with --lines\n");
+    for (const Arguments& form : {Arguments{}, Arguments{"--as-deployed"}}) {
+        Arguments narrow{"--lines", "9", "--width", "20"};
+        narrow.insert(narrow.end(), form.begin(), form.end());
+        EXPECT_EQ(
+            message(jsonOf({3, 5}), narrow),
+            "qlxcc: frame 0, line 9: a row of 20 pixels is too narrow for the AFD/Bar Data packet, which takes 12 "
+            "luma samples: give a greater --width\n");
+    }
+    EXPECT_EQ(message(jsonOf({256}), {"--lines", "9"}),
+              "qlxcc: frame 0, line 9: 256 user data words, a packet has at most 255\n");
+    std::string both = jsonOf({3, 5});
+    both.insert(both.rfind("\"type\""), R"("channel":"multiplex",)");
+    EXPECT_EQ(message(both, {"--lines", "9"}),
+              "qlxcc: frame 0, line 9: packets of the multiplex have no place beside those of luma or chroma\n");
+}
+
+TEST(FrameOutput, OfARateHasTheFormOfItsName) {
+    const TemporaryFolder folder;
+    const std::string rows = folder.write("a.v210", v210Bytes(samplesOf({3})));
+    const auto rate = [&](const std::string& name, const Arguments& more = {}) {
+        Arguments arguments{"rate", rows, "--from", "25", "--to", "50", "-o", folder.path(name)};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const ToolResult result = run(arguments, kRows);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.out + result.err, "");
+        return folder.read(name);
+    };
+    const Bytes blank = v210Bytes(blankSamples(kWidth));
+    EXPECT_EQ(rate("b.v210"), folder.read("a.v210") + bytesAsText(blank));
+    std::string json = jsonOf({3});
+    json.insert(json.find("\"packets\""), R"("pts":{"value":0,"timescale":50},)");
+    json += R"({"frame":1,"pts":{"value":1,"timescale":50},"packets":[]})"
+            "\n";
+    EXPECT_EQ(rate("b.jsonl"), json);
+    EXPECT_EQ(rate("b.bin", {"--to-format", "jsonl"}), json);
+    EXPECT_EQ(rate("b.klv"), rate("c.bin"));
+    EXPECT_EQ(rate("b.klv"), rate("c.bin", {"--as-deployed"}));
+    const ToolResult needed =
+        runTool({"rate", folder.path("b.klv"), "--from", "50", "--to", "25", "-o", folder.path("d.v210")});
+    EXPECT_EQ(needed.exitCode, 2);
+    EXPECT_TRUE(needed.err.starts_with(
+        "qlxcc: --lines or --rows is needed to write v210: a row stands for the same line in every frame"))
+        << needed.err;
+}
+
+TEST(FrameOutput, RefusesWhatDoesNotGoTogether) {
+    const TemporaryFolder folder;
+    const std::string json = folder.write("a.jsonl", jsonOf({3}));
+    const std::string klv = folder.path("b.klv");
+    for (const Arguments& arguments :
+         {Arguments{"scan", json, "--json", "-o", klv}, Arguments{"scan", json, "--json", "--to-format", "jsonl"},
+          Arguments{"scan", json, "--as-deployed"}, Arguments{"scan", json, "--to-format", "jsonl", "--as-deployed"},
+          Arguments{"scan", json, "--json", "--as-deployed", "-o", folder.path("b.jsonl")},
+          Arguments{"scan", json, "--to-format", "scc"}, Arguments{"scan", json, "-o", folder.path("b.v210")},
+          Arguments{"scan", json, "-o", klv, "--lines", "9"}, Arguments{"scan", json, "-o", klv, "--near-start"},
+          Arguments{"scan", json, "-o", folder.path("b.v210"), "--lines", "9", "--near-start"},
+          Arguments{"rate", json, "--from", "25", "--to", "50", "-o", folder.path("b.jsonl"), "--as-deployed"},
+          Arguments{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--as-deployed"},
+          Arguments{"play", "a.srt", "--mode", "teletext", "--rate", "25", "--as-deployed", "-o", "b.jsonl"}}) {
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 2) << arguments.back();
+        EXPECT_EQ(result.out, "");
+        EXPECT_TRUE(qlxtest::isOneMessage(result.err)) << result.err;
+    }
+    EXPECT_EQ(folder.names(), Arguments{"a.jsonl"});
+}
+
+}  // namespace
