@@ -8,8 +8,10 @@
 #include <qlx/base/finding.h>
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/result.h>
+#include <qlx/base/ring.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/cdp_sections.h>
+#include <qlx/cc/rate.h>
 #include <qlx/cc/slots.h>
 #include <qlx/cc/triplet.h>
 #include <qlx/facade/packet.h>

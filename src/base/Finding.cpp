@@ -52,6 +52,12 @@ constexpr Text kTexts[] = {
     {CdpTooManyTriplets, "{1} triplets, a caption packet has at most {2}"},
     {CdpTooManyServices, "{1} services, a caption packet has at most {2}"},
     {CdpTooLong, "{1} bytes, a caption packet has at most {2}"},
+    {RateFrameOutOfOrder, "frame {1} behind frame {2}, taken as part of it"},
+    {RateUnlikePacket, "caption packet marked with frame rate code {1} in frames of code {2}"},
+    {RateTimeCodeImpossible, "time code {1x} is left out: it is none at frame rate code {2}"},
+    {RateSentLate, "cc_type {1} sent after {2} ms"},
+    {RateWaitsAtEnd, "cc_type {1}: {2} triplets are sent behind the last frame"},
+    {RateSectionDoesNotFit, "section {1x} of {2} bytes is left out: the packets of the new rate have no room for it"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
 };
 

@@ -6,6 +6,7 @@
 #include "base/Bytes.h"
 #include "cc/CdpLayout.h"
 #include "cc/CdpStructure.h"
+#include "cc/TimeCodeCount.h"
 
 #include <algorithm>
 #include <utility>
@@ -35,7 +36,6 @@ private:
     void readSection(std::size_t offset, std::size_t size);
     [[nodiscard]] bool isRepeated(std::uint8_t id) const noexcept;
     void readTimeCode(std::size_t offset);
-    [[nodiscard]] bool isPossible(const CdpTimeCode& timeCode) const noexcept;
     void readCcData(std::size_t offset, std::size_t size);
     void checkCcData(std::size_t offset, Bytes triplets);
     void readServices(std::size_t offset, std::size_t size);
@@ -156,27 +156,12 @@ void CdpReader::readTimeCode(std::size_t offset) {
     std::array<std::uint8_t, CdpTimeCode::kBytes> bytes{};
     std::copy_n(&_bytes[offset + 1], bytes.size(), bytes.begin());
     _cdp._timeCode = CdpTimeCode(bytes);
-    if (!isPossible(*_cdp._timeCode)) {
+    if (!isPossible(*_cdp._timeCode, _cdp.frameRate())) {
         add(FindingCode::CdpTimeCodeInvalid, Severity::Warning, offset + 1, loadBig<std::uint32_t>(bytes.data()));
     }
     checkReserved(offset + 1, bytes[0] | kHoursReserved);
     checkReserved(offset + 2, bytes[1] | kMinutesReserved);
     checkReserved(offset + 4, bytes[3] & ~unsigned{kTimeCodeZeroBit});
-}
-
-bool CdpReader::isPossible(const CdpTimeCode& timeCode) const noexcept {
-    const auto hasDecimalUnits = [](unsigned digits) { return (digits & 0x0FU) <= 9; };
-    if (!std::all_of(timeCode.bytes().begin(), timeCode.bytes().end(), hasDecimalUnits)) {
-        return false;
-    }
-    const TimeCodeFields fields = timeCode.fields();
-    // Above 30 frames a second the number counts pairs of frames.
-    constexpr unsigned kGreatestCountedRate = 30;
-    const auto rate = _cdp.frameRate();
-    const unsigned nominal = rate ? nominalFramesPerSecond(*rate) : kGreatestCountedRate;
-    const unsigned frames = nominal > kGreatestCountedRate ? nominal / 2 : nominal;
-    const bool isDropped = fields.dropFrame && fields.frames < 2 && fields.seconds == 0 && fields.minutes % 10 != 0;
-    return fields.hours < 24 && fields.minutes < 60 && fields.seconds < 60 && fields.frames < frames && !isDropped;
 }
 
 /// `size`: the bytes that are there, at least the head.

@@ -47,4 +47,21 @@ TEST(FrameRate, IsFoundFromADurationInAnyTerms) {
     EXPECT_FALSE(qlx::frameRateOfDuration(MediaTime::make(INT64_MAX, 25)));
 }
 
+TEST(FrameRate, FindsTheFirstFrameAtOrAfterAnother) {
+    using qlx::firstFrameAtOrAfter;
+    // Ticks of 1/120000 s in a frame, in the order of the codes.
+    const std::uint64_t ticks[] = {5005, 5000, 4800, 4004, 4000, 2400, 2002, 2000};
+    for (const FrameRate from : qlx::kFrameRates) {
+        for (const FrameRate to : qlx::kFrameRates) {
+            const std::uint64_t one = ticks[static_cast<std::size_t>(from) - 1];
+            const std::uint64_t other = ticks[static_cast<std::size_t>(to) - 1];
+            // The last ones are those of 24 hours and of some centuries at 60.
+            for (const std::uint64_t frame : {0ULL, 1ULL, 2ULL, 3ULL, 1001ULL, 5'184'000ULL, 1'000'000'000'007ULL}) {
+                EXPECT_EQ(firstFrameAtOrAfter(from, frame, to), (frame * one + other - 1) / other)
+                    << static_cast<int>(from) << " to " << static_cast<int>(to) << ", frame " << frame;
+            }
+        }
+    }
+}
+
 }  // namespace

@@ -62,6 +62,14 @@ enum class FindingCode : std::uint32_t {
     CdpTooManyServices,           ///< Services given, greatest count.
     CdpTooLong,                   ///< Bytes needed or there, greatest length.
 
+    // cc, change of the rate; the offset is the number of a frame
+    RateFrameOutOfOrder,     ///< Frame that came, frame that it is taken as.
+    RateUnlikePacket,        ///< cdp_frame_rate there, that of the frames.
+    RateTimeCodeImpossible,  ///< Four bytes of the time code as a number, cdp_frame_rate of the frames.
+    RateSentLate,            ///< cc_type, milliseconds that it has waited.
+    RateWaitsAtEnd,          ///< cc_type, triplets that go out behind the last frame of the input.
+    RateSectionDoesNotFit,   ///< Section identifier, bytes of it.
+
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };

@@ -73,4 +73,17 @@ inline constexpr std::array<FrameRate, 8> kFrameRates{FrameRate::Fps23976, Frame
     return std::nullopt;
 }
 
+/// The first frame of the rate `to` that begins when frame `frame` of the rate `from` does, or later; frames are counted
+/// from 0, and both begin with frame 0 at the same moment. Exact: nothing adds up over the hours.
+///
+///     firstFrameAtOrAfter(FrameRate::Fps25, 1, FrameRate::Fps30);   // 2: 40 ms lie between frames 1 and 2
+[[nodiscard]] constexpr std::uint64_t firstFrameAtOrAfter(FrameRate from, std::uint64_t frame, FrameRate to) noexcept {
+    const MediaTime one = frameDuration(from);
+    const MediaTime other = frameDuration(to);
+    const auto numerator = static_cast<std::uint64_t>(one.value) * static_cast<std::uint64_t>(other.timescale);
+    const auto denominator = static_cast<std::uint64_t>(one.timescale) * static_cast<std::uint64_t>(other.value);
+    const std::uint64_t whole = frame / denominator * numerator;
+    return whole + (frame % denominator * numerator + denominator - 1) / denominator;
+}
+
 }  // namespace qlx

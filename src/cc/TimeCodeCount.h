@@ -1,0 +1,53 @@
+// Time codes as numbers of frames.
+#pragma once
+
+#include <qlx/base/frame_rate.h>
+#include <qlx/cc/cdp_sections.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace qlx::cc::detail {
+
+/// Whether a rate may count with dropped numbers (SMPTE ST 12-1): 29.97 and 59.94.
+[[nodiscard]] constexpr bool mayDropFrames(FrameRate rate) noexcept {
+    return isFractional(rate) && nominalFramesPerSecond(rate) % 30 == 0;
+}
+
+/// Whether all digits are decimal and a time code of the rate has them. Without a rate, that of the greatest count.
+[[nodiscard]] bool isPossible(const CdpTimeCode& timeCode, std::optional<FrameRate> rate) noexcept;
+
+/// The number that a time code shows, as if none were dropped: (hours, minutes, seconds) times the rate, and frames.
+struct FrameLabel {
+    std::uint32_t seconds = 0;  ///< Since midnight.
+    std::uint32_t frame = 0;    ///< In its second; above 30 frames a second both frames of a pair count.
+};
+
+/// What a possible time code shows.
+[[nodiscard]] FrameLabel labelOf(const CdpTimeCode& timeCode, FrameRate rate) noexcept;
+
+/// Counts the frames of a rate from midnight to midnight, with dropped numbers or without.
+class FrameCount {
+public:
+    constexpr FrameCount(FrameRate rate, bool dropsFrames) noexcept
+        : _nominal(nominalFramesPerSecond(rate)), _dropped(dropsFrames ? _nominal / 30 * 2 : 0) {}
+
+    /// Frames of a day.
+    [[nodiscard]] constexpr std::uint32_t ofDay() const noexcept { return 24 * 6 * ofTenMinutes(); }
+
+    /// The frames in front of the one with a label; of the next one where it is dropped. A frame behind the second's last
+    /// one is of the next second.
+    [[nodiscard]] std::uint32_t ofLabel(FrameLabel label) const noexcept;
+
+    /// The time code of a frame, counted from midnight on; behind the last frame of a day comes the first one.
+    [[nodiscard]] CdpTimeCode timeCodeOf(std::uint64_t frame) const noexcept;
+
+private:
+    [[nodiscard]] constexpr std::uint32_t ofMinute() const noexcept { return 60 * _nominal - _dropped; }
+    [[nodiscard]] constexpr std::uint32_t ofTenMinutes() const noexcept { return 10 * ofMinute() + _dropped; }
+
+    std::uint32_t _nominal;
+    std::uint32_t _dropped;  ///< Numbers left out at the beginning of each minute but every tenth.
+};
+
+}  // namespace qlx::cc::detail
