@@ -3,6 +3,7 @@
 
 #include <qlx/anc/packet.h>
 #include <qlx/anc/raster.h>
+#include <qlx/anc/rate.h>
 #include <qlx/anc/row.h>
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/finding.h>

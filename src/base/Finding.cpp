@@ -29,6 +29,7 @@ constexpr Text kTexts[] = {
     {AncRowTooShort, "row of {2} bytes, {1} are needed"},
     {AncPacketDoesNotFit, "packets of {1} words do not fit: {2} are free"},
     {AncTooManyUserDataWords, "{1} user data words, a packet has at most {2}"},
+    {AncPacketDropped, "packet {1x}/{2x} is left out: it counts the frames of the old rate"},
     {CdpTooShort, "caption packet of {2} bytes, {1} are needed"},
     {CdpIdentifierWrong, "identifier {1x} in place of {2x}"},
     {CdpLengthWrong, "length {1} in a caption packet of {2} bytes"},

@@ -43,6 +43,7 @@ inline constexpr PacketId kCea608{0x61, 0x02};      ///< One CEA-608 pair (SMPTE
 inline constexpr PacketId kOp47{0x43, 0x02};        ///< Subtitling distribution packet (SMPTE RDD 8).
 inline constexpr PacketId kScte104{0x41, 0x07};     ///< SCTE-104 message (SMPTE ST 2010).
 inline constexpr PacketId kAfdBarData{0x41, 0x05};  ///< Active format description and bar data (SMPTE ST 2016-3).
+inline constexpr PacketId kPanScan{0x41, 0x06};     ///< Pan-scan information (SMPTE ST 2016-4).
 inline constexpr PacketId kAtc{0x60, 0x60};         ///< Ancillary time code (SMPTE ST 12-2).
 }  // namespace ids
 

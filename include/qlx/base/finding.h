@@ -36,6 +36,7 @@ enum class FindingCode : std::uint32_t {
     AncRowTooShort,               ///< Bytes needed, bytes there.
     AncPacketDoesNotFit,          ///< Words needed, words free.
     AncTooManyUserDataWords,      ///< Words given, greatest count.
+    AncPacketDropped,             ///< DID, SDID; the offset is the number of its frame.
 
     // cc (SMPTE ST 334-2, CTA-708)
     CdpTooShort = 0x3'0001,       ///< Bytes needed, bytes there.
