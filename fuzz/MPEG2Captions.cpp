@@ -4,7 +4,7 @@
 
 #include "FuzzSupport.h"
 #include "LiteralCaptionExtractors.h"
-#include "cc/A53CaptionData.h"
+#include "cc/A53Layout.h"
 #include "video/MPEG2CaptionExtractor.h"
 
 using qlxfuzz::require;

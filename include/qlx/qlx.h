@@ -10,6 +10,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/result.h>
 #include <qlx/base/ring.h>
+#include <qlx/cc/a53.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/cdp_sections.h>
 #include <qlx/cc/rate.h>

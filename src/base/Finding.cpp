@@ -59,6 +59,12 @@ constexpr Text kTexts[] = {
     {RateSentLate, "cc_type {1} sent after {2} ms"},
     {RateWaitsAtEnd, "cc_type {1}: {2} triplets are sent behind the last frame"},
     {RateSectionDoesNotFit, "section {1x} of {2} bytes is left out: the packets of the new rate have no room for it"},
+    {UserDataTooShort, "user data of {2} bytes, {1} are needed"},
+    {UserDataUnlikeCaptions, "no captions: byte {1x} in place of {2x}"},
+    {UserDataCut, "{1} triplets announced, {2} are there"},
+    {UserDataMarkerBitsWrong, "marker bits: {1x}, should be {2x}"},
+    {UserDataMarkerBitsMissing, "no marker bits behind the triplets"},
+    {UserDataBytesBehind, "{1} bytes behind the captions"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
 };
 

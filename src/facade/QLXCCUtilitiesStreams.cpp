@@ -1,6 +1,6 @@
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <qlx/cc/a53.h>
 
-#include "cc/A53CaptionData.h"
 #include "facade/CaptionDistributionPacket.h"
 #include "video/H264CaptionExtractor.h"
 #include "video/MPEG2CaptionExtractor.h"
@@ -24,5 +24,10 @@ qlx::Data QLXCCUtilities::extractCCDataFromMPEG2Packet_pts(const qlx::Data& pack
 
 qlx::Data QLXCCUtilities::a53CCDataFromCCData(const qlx::Data& ccData) {
     const auto triplets = qlx::cdp::triplets(ccData);
-    return triplets.empty() ? qlx::Data() : qlx::a53::ccData(triplets);
+    qlx::cc::CaptionUserData captions;
+    // They come out of a packet, which has no more of them than there is room for.
+    if (triplets.empty() || !captions.triplets.appendBytes(triplets)) {
+        return {};
+    }
+    return writeCaptionUserData(captions, qlx::cc::UserDataForm::TypeCode);
 }

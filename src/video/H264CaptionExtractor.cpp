@@ -1,7 +1,7 @@
 #include "video/H264CaptionExtractor.h"
 
 #include "base/Bytes.h"
-#include "cc/A53CaptionData.h"
+#include "cc/A53Layout.h"
 
 #include <algorithm>
 #include <array>

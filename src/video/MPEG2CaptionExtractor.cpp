@@ -1,6 +1,6 @@
 #include "video/MPEG2CaptionExtractor.h"
 
-#include "cc/A53CaptionData.h"
+#include "cc/A53Layout.h"
 
 namespace qlx::mpeg2 {
 

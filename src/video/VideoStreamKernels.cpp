@@ -1,7 +1,7 @@
 #include "video/VideoStreamKernels.h"
 
 #include "base/Bytes.h"
-#include "cc/A53CaptionData.h"
+#include "cc/A53Layout.h"
 
 #include <algorithm>
 #include <array>

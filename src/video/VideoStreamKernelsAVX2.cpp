@@ -1,6 +1,6 @@
 #include "video/VideoStreamKernels.h"
 
-#include "cc/A53CaptionData.h"
+#include "cc/A53Layout.h"
 
 #if defined(__x86_64__) && defined(__GNUC__)
 

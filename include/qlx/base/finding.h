@@ -71,6 +71,14 @@ enum class FindingCode : std::uint32_t {
     RateWaitsAtEnd,          ///< cc_type, triplets that go out behind the last frame of the input.
     RateSectionDoesNotFit,   ///< Section identifier, bytes of it.
 
+    // cc, captions in coded pictures (ATSC A/53 Part 4)
+    UserDataTooShort,           ///< Bytes needed, bytes there.
+    UserDataUnlikeCaptions,     ///< Byte there, byte that is right.
+    UserDataCut,                ///< cc_count there, triplets that are there.
+    UserDataMarkerBitsWrong,    ///< Byte there, byte that is right.
+    UserDataMarkerBitsMissing,  ///< No numbers.
+    UserDataBytesBehind,        ///< Bytes behind the marker bits.
+
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };
