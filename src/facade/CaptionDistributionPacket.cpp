@@ -1,6 +1,6 @@
 #include "facade/CaptionDistributionPacket.h"
 
-#include "cc/CaptionTriplet.h"
+#include "facade/CaptionTriplet.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #include "facade/CaptionSample.h"
 
 #include "base/Bytes.h"
-#include "cc/CaptionRate.h"
-#include "cc/CaptionTriplet.h"
+#include "facade/CaptionRate.h"
+#include "facade/CaptionTriplet.h"
 
 #include <algorithm>
 #include <array>

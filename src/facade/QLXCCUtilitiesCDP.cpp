@@ -1,8 +1,8 @@
 // QLXCCUtilities: caption distribution packets.
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 
-#include "cc/CaptionRate.h"
 #include "facade/CaptionDistributionPacket.h"
+#include "facade/CaptionRate.h"
 #include "facade/CaptionSample.h"
 
 #include <utility>

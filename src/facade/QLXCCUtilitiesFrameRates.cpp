@@ -5,11 +5,11 @@
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
-#include "cc/CaptionFrameRates.h"
-#include "cc/CaptionRate.h"
-#include "cc/CaptionTriplet.h"
 #include "facade/CaptionDistributionPacket.h"
+#include "facade/CaptionFrameRates.h"
+#include "facade/CaptionRate.h"
 #include "facade/CaptionSample.h"
+#include "facade/CaptionTriplet.h"
 #include "facade/SequenceCounter.h"
 
 namespace {

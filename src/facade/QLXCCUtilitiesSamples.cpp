@@ -7,10 +7,10 @@
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
 #include "base/Bytes.h"
-#include "cc/CaptionRate.h"
-#include "cc/CaptionTriplet.h"
 #include "facade/CaptionLines.h"
+#include "facade/CaptionRate.h"
 #include "facade/CaptionSample.h"
+#include "facade/CaptionTriplet.h"
 #include "facade/OneSample.h"
 
 #include <algorithm>

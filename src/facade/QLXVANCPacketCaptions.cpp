@@ -1,10 +1,10 @@
 // QLXVANCPacket: caption packets and their samples.
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
-#include "cc/CaptionRate.h"
-#include "cc/CaptionTriplet.h"
 #include "facade/CaptionDistributionPacket.h"
+#include "facade/CaptionRate.h"
 #include "facade/CaptionSample.h"
+#include "facade/CaptionTriplet.h"
 
 std::uint8_t QLXVANCPacket::cdpFrameRateForFrameDuration(const qlx::MediaTime& frameDuration) noexcept {
     return qlx::captionrate::frameRateCode(frameDuration);

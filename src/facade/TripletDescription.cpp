@@ -4,7 +4,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 
 #include "base/Hex.h"
-#include "cc/CaptionTriplet.h"
+#include "facade/CaptionTriplet.h"
 
 std::string descriptionForCEA708Triplets(const qlx::Data& data) {
     if (!data || data.size() % qlx::triplet::kBytes != 0) {

@@ -1,6 +1,6 @@
-#include "cc/CaptionFrameRates.h"
+#include "facade/CaptionFrameRates.h"
 
-#include "cc/CaptionTriplet.h"
+#include "facade/CaptionTriplet.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "cc/CaptionRate.h"
+#include "facade/CaptionRate.h"
 
 #include <array>
 #include <cmath>
