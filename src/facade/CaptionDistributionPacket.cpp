@@ -1,5 +1,7 @@
 #include "facade/CaptionDistributionPacket.h"
 
+#include "base/Bytes.h"
+#include "cc/CdpLayout.h"
 #include "facade/CaptionTriplet.h"
 
 #include <algorithm>
@@ -12,17 +14,32 @@ namespace {
 
 using triplet::Triplet;
 
-constexpr std::uint8_t kIdentifier0 = 0x96;
-constexpr std::uint8_t kIdentifier1 = 0x69;
+using cc::CaptionService;
+using cc::CdpSection;
+namespace layout = cc::detail;
+
+constexpr std::size_t kSectionOffset = layout::kHeaderBytes;
+constexpr std::size_t kCountOffset = kSectionOffset + 1;
+static_assert(kTripletsOffset == kSectionOffset + layout::kSectionHeadBytes);
+
+/// Everything but a time code and a change of the services, whatever the packet has: deployed receivers know no other.
 constexpr std::uint8_t kFlags = 0x7F;
-constexpr std::uint8_t kCCDataSection = 0x72;
-constexpr std::uint8_t kFooter = 0x74;
-constexpr std::size_t kCountOffset = 8;
-constexpr std::size_t kFooterBytes = 3;
+constexpr std::size_t kServiceInformationBytes = layout::kSectionHeadBytes + 2 * CaptionService::kBytes;
 
 /// Two services: line 21 (analog) on field 1 without language, and digital service 1 in English.
-constexpr std::array<std::uint8_t, 16> kServiceInformation{0x73, 0xF2, 0xE0, 0x20, 0x20, 0x20, 0x7E, 0x3F,
-                                                           0xFF, 0xE1, 0x65, 0x6E, 0x67, 0xC1, 0x3F, 0xFF};
+constexpr auto kServiceInformation = [] {
+    constexpr std::array kServices{CaptionService::line21(false), CaptionService::digital(1, {'e', 'n', 'g'})};
+    std::array<std::uint8_t, kServiceInformationBytes> bytes{static_cast<std::uint8_t>(CdpSection::ServiceInformation),
+                                                             layout::kServiceReservedBit | layout::kServiceFlagBits |
+                                                                 kServices.size()};
+    std::size_t next = layout::kSectionHeadBytes;
+    for (const CaptionService& service : kServices) {
+        for (const std::uint8_t byte : service.bytes()) {
+            bytes[next++] = byte;
+        }
+    }
+    return bytes;
+}();
 
 /// Writes into a packet whose size may have been taken modulo 256: what does not fit is left out.
 class Writer {
@@ -43,29 +60,28 @@ public:
     }
 
     void putTriplet(std::size_t index, const Triplet& triplet) {
-        put(kTripletsOffset + index * triplet::kBytes, triplet);
+        put(kTripletsOffset + index * triplet::kBytes, std::array{triplet.header, triplet.first, triplet.second});
     }
 
     void putHeader(const Header& header, std::size_t length, std::size_t ccCount) {
-        const std::array<std::uint8_t, kTripletsOffset> bytes{
-            kIdentifier0,
-            kIdentifier1,
-            static_cast<std::uint8_t>(length),
-            static_cast<std::uint8_t>(unsigned{header.frameRateCode} << 4U | 0x0FU),
-            kFlags,
-            static_cast<std::uint8_t>(header.sequenceCounter >> 8U),
-            static_cast<std::uint8_t>(header.sequenceCounter),
-            kCCDataSection,
-            static_cast<std::uint8_t>(0xE0U | ccCount)};
+        std::array<std::uint8_t, kTripletsOffset> bytes{};
+        storeBig(bytes.data(), cc::kCdpIdentifier);
+        bytes[layout::kLengthOffset] = static_cast<std::uint8_t>(length);
+        bytes[layout::kRateOffset] =
+            static_cast<std::uint8_t>(unsigned{header.frameRateCode} << 4U | layout::kRateReserved);
+        bytes[layout::kFlagsOffset] = kFlags;
+        storeBig(&bytes[layout::kCounterOffset], header.sequenceCounter);
+        bytes[kSectionOffset] = static_cast<std::uint8_t>(CdpSection::CcData);
+        bytes[kCountOffset] = static_cast<std::uint8_t>(layout::kCcDataReservedBits | ccCount);
         put(0, bytes);
     }
 
     /// The footer at `offset`, and behind it the checksum over the bytes from `firstSummed` on.
     void putFooter(std::size_t offset, const Header& header, std::size_t firstSummed) {
-        put(offset, kFooter);
+        put(offset, static_cast<std::uint8_t>(CdpSection::Footer));
         put(offset + 1, static_cast<std::uint8_t>(header.sequenceCounter >> 8U));
         put(offset + 2, static_cast<std::uint8_t>(header.sequenceCounter));
-        const std::size_t end = offset + kFooterBytes;
+        const std::size_t end = offset + layout::kFooterBytes - 1;
         if (end < _bytes.size()) {
             const auto first = _bytes.begin() + static_cast<std::ptrdiff_t>(firstSummed);
             const auto last = _bytes.begin() + static_cast<std::ptrdiff_t>(end);
@@ -196,14 +212,14 @@ void writeTripletPacket(std::span<std::uint8_t> bytes, const Header& header, std
 
 bool isPacket(std::span<const std::uint8_t> bytes) noexcept {
     constexpr std::size_t kMinBytes = 10;
-    return bytes.size() >= kMinBytes && bytes[0] == kIdentifier0 && bytes[1] == kIdentifier1;
+    return bytes.size() >= kMinBytes && loadBig<std::uint16_t>(bytes.data()) == cc::kCdpIdentifier;
 }
 
 std::span<const std::uint8_t> triplets(std::span<const std::uint8_t> bytes) noexcept {
     if (!isPacket(bytes)) {
         return {};
     }
-    const std::size_t tripletBytes = (bytes[kCountOffset] & 0x1FU) * triplet::kBytes;
+    const std::size_t tripletBytes = (bytes[kCountOffset] & layout::kCcCountBits) * triplet::kBytes;
     return bytes.size() - kTripletsOffset < tripletBytes ? std::span<const std::uint8_t>()
                                                          : bytes.subspan(kTripletsOffset, tripletBytes);
 }

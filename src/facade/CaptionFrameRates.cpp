@@ -14,7 +14,7 @@ class Triplets {
 public:
     explicit Triplets(std::size_t room) { _bytes.reserve(room * triplet::kBytes); }
 
-    void add(const triplet::Triplet& one) { _bytes.insert(_bytes.end(), one.begin(), one.end()); }
+    void add(const triplet::Triplet& one) { _bytes.insert(_bytes.end(), {one.header, one.first, one.second}); }
     void add(Bytes triplets) { _bytes.insert(_bytes.end(), triplets.begin(), triplets.end()); }
 
     /// The pairs whose offset is below `bound`; half a pair at the end is left out.

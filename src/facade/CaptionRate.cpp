@@ -1,5 +1,7 @@
 #include "facade/CaptionRate.h"
 
+#include <qlx/base/frame_rate.h>
+
 #include <array>
 #include <cmath>
 
@@ -15,14 +17,15 @@ double framesPerSecond(const MediaTime& frameDuration) {
     return static_cast<double>(frameDuration.timescale) / static_cast<double>(frameDuration.value);
 }
 
-/// A rate in hundredths of a frame per second, truncated, and its code.
-struct RateCode {
-    std::int32_t hundredths;
-    std::uint8_t code;
-};
-
-constexpr std::array<RateCode, 8> kRateCodes{
-    {{2397, 1}, {2400, 2}, {2500, 3}, {2997, 4}, {3000, 5}, {5000, 6}, {5994, 7}, {6000, 8}}};
+/// The standard's rates in hundredths of a frame per second, truncated.
+constexpr auto kHundredths = [] {
+    std::array<std::int64_t, kFrameRates.size()> hundredths{};
+    for (const FrameRate rate : kFrameRates) {
+        const MediaTime duration = frameDuration(rate);
+        hundredths[cdpFrameRateCode(rate) - 1] = std::int64_t{duration.timescale} * 100 / duration.value;
+    }
+    return hundredths;
+}();
 
 constexpr double kTripletsPerSecond = 600.0;
 
@@ -37,25 +40,27 @@ std::uint8_t ccCount(const MediaTime& frameDuration) noexcept {
 }
 
 std::uint8_t frameRateCode(const MediaTime& frameDuration) noexcept {
+    // Hosts give rates that are only near the standard's: 23.979 has a code, 23.98 has none.
     const double hundredths = std::trunc(framesPerSecond(frameDuration) * 100.0);
-    for (const RateCode& entry : kRateCodes) {
-        if (hundredths == entry.hundredths) {
-            return entry.code;
+    for (const FrameRate rate : kFrameRates) {
+        const std::uint8_t code = cdpFrameRateCode(rate);
+        if (hundredths == static_cast<double>(kHundredths[code - 1])) {
+            return code;
         }
     }
     return 0;
 }
 
 std::uint8_t frameRateCodeOfCount(std::uint8_t ccCount) noexcept {
-    constexpr std::uint8_t kCodeOtherwise = 4;
+    constexpr std::uint8_t kCodeOtherwise = cdpFrameRateCode(FrameRate::Fps2997);
     if (ccCount == 0) {
         return kCodeOtherwise;
     }
     switch (static_cast<std::uint8_t>(600 / ccCount)) {
     case 24:
-        return 1;
+        return cdpFrameRateCode(FrameRate::Fps23976);
     case 60:
-        return 7;
+        return cdpFrameRateCode(FrameRate::Fps5994);
     default:
         return kCodeOtherwise;
     }

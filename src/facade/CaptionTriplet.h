@@ -1,33 +1,37 @@
-// The cc_data construct of CTA-708: a byte of marker bits, cc_valid and cc_type, then two data bytes.
+// What the fixed operations make of the cc_data construct of CTA-708 (<qlx/cc/triplet.h>).
 #pragma once
 
-#include <array>
+#include <qlx/cc/slots.h>
+#include <qlx/cc/triplet.h>
+
 #include <cstddef>
 #include <cstdint>
 
 namespace qlx::triplet {
 
-inline constexpr std::size_t kBytes = 3;
+using cc::CcType;
+using cc::Triplet;
+
+inline constexpr std::size_t kBytes = sizeof(Triplet);
 inline constexpr std::size_t kPairBytes = 2;
 
-/// First bytes (marker bits all ones).
-inline constexpr std::uint8_t kField1 = 0xFC;             ///< Valid CEA-608 pair of field 1.
-inline constexpr std::uint8_t kField2 = 0xFD;             ///< Valid CEA-608 pair of field 2.
-inline constexpr std::uint8_t kDTVCCData = 0xFE;          ///< Valid DTVCC packet data.
-inline constexpr std::uint8_t kDTVCCStart = 0xFF;         ///< Valid DTVCC packet start.
-inline constexpr std::uint8_t kInvalidField1 = 0xF8;      ///< Not valid, field 1.
-inline constexpr std::uint8_t kInvalidField2 = 0xF9;      ///< Not valid, field 2.
-inline constexpr std::uint8_t kInvalidDTVCCData = 0xFA;   ///< Not valid, DTVCC packet data: padding.
-inline constexpr std::uint8_t kInvalidDTVCCStart = 0xFB;  ///< Not valid, DTVCC packet start.
+/// First byte of a triplet.
+[[nodiscard]] constexpr std::uint8_t header(CcType type) noexcept {
+    return Triplet::make(type, 0, 0).header;
+}
 
+inline constexpr std::uint8_t kField1 = header(CcType::Field1);
+inline constexpr std::uint8_t kField2 = header(CcType::Field2);
+inline constexpr std::uint8_t kDTVCCData = header(CcType::DtvccData);
+inline constexpr std::uint8_t kDTVCCStart = header(CcType::DtvccStart);
+
+inline constexpr Triplet kNullField2 = cc::idlePair(CcType::Field2);
 /// A CEA-608 null byte with its parity bit.
-inline constexpr std::uint8_t kNull608 = 0x80;
+inline constexpr std::uint8_t kNull608 = kNullField2.first;
 
-using Triplet = std::array<std::uint8_t, kBytes>;
-
-inline constexpr Triplet kEmptyField1{kInvalidField1, kNull608, kNull608};
-inline constexpr Triplet kEmptyField2{kInvalidField2, kNull608, kNull608};
-inline constexpr Triplet kNullField2{kField2, kNull608, kNull608};
-inline constexpr Triplet kPadding{kInvalidDTVCCData, 0x00, 0x00};
+/// A field without a pair is not valid in the packets of the fixed operations; the core's are null pairs.
+inline constexpr Triplet kEmptyField1 = Triplet::make(CcType::Field1, kNull608, kNull608, false);
+inline constexpr Triplet kEmptyField2 = Triplet::make(CcType::Field2, kNull608, kNull608, false);
+inline constexpr Triplet kPadding{};
 
 }  // namespace qlx::triplet

@@ -1,5 +1,7 @@
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <qlx/base/frame_rate.h>
+#include <qlx/cc/slots.h>
 
 #include <gtest/gtest.h>
 
@@ -97,6 +99,14 @@ TEST(CaptionRate, FixesTheSampleSize) {
     EXPECT_EQ(Utilities::closedCaptionMaxSampleSizeForFrameDuration(MediaTime{}), 37);
     // 255 and a half six hundredths of a second: the largest size, not taken modulo 256.
     EXPECT_EQ(Utilities::closedCaptionMaxSampleSizeForFrameDuration(MediaTime::make(511, 1200)), 802);
+}
+
+TEST(CaptionRate, IsThatOfTheCoreForItsRates) {
+    for (const qlx::FrameRate rate : qlx::kFrameRates) {
+        const MediaTime duration = qlx::frameDuration(rate);
+        EXPECT_EQ(Utilities::ccCountForFrameDuration(duration), qlx::cc::slotsOf(rate).ccCount);
+        EXPECT_EQ(Utilities::cdpFrameRateForFrameDuration(duration), qlx::cdpFrameRateCode(rate));
+    }
 }
 
 TEST(CaptionRate, OfACountKnowsThreeCodes) {
