@@ -11,6 +11,8 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <utility>
 #include <vector>
 
@@ -224,6 +226,50 @@ void checkTokens(std::string_view name, std::string_view text) {
     }
 }
 
+template <class Number>
+void appendNumber(std::string& text, Number number) {
+    std::array<char, 24> digits{};
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    text.append(digits.data(), result.ptr);
+}
+
+/// What a packet is and holds, without the braces around it.
+void appendPacket(std::string& text, const anc::Packet& packet, bool showsCaptions) {
+    text += "\"line\":";
+    appendNumber(text, packet.line);
+    text += ",\"did\":";
+    appendNumber(text, unsigned{packet.did});
+    text += ",\"sdid\":";
+    appendNumber(text, unsigned{packet.sdid});
+    if (packet.channel != anc::Channel::Luma) {
+        text += ",\"channel\":\"";
+        text += channelName(packet.channel);
+        text += '"';
+    }
+    if (packet.horizontalOffset != 0) {
+        text += ",\"horizontalOffset\":";
+        appendNumber(text, packet.horizontalOffset);
+    }
+    text += ",\"type\":\"";
+    text += packetName(packet);
+    text += "\",\"data\":\"";
+    appendHex(text, packet.userData);
+    text += '"';
+    if (!showsCaptions) {
+        return;
+    }
+    if (packet.id() == anc::ids::kCdp) {
+        if (const auto cdp = readCdp(packet.userData)) {
+            text += ",\"cdp\":" + line(cdpObject(*cdp));
+        }
+    }
+    if (packet.id() == anc::ids::kScte104) {
+        if (const Scte104Message message = readScte104(packet.userData); !message.refusal) {
+            text += ",\"scte104\":" + line(jsonOf(scte104Operations(message)));
+        }
+    }
+}
+
 }  // namespace
 
 Value parseJson(std::string_view name, std::string_view text) {
@@ -239,46 +285,40 @@ bool readJsonElements(std::string_view name, std::string_view text, const std::f
     return builder.hasList();
 }
 
-std::string jsonLine(const Frame& frame, bool showsCaptions) {
-    Json object;
-    object["frame"] = frame.number;
+void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions) {
+    // Nothing in it needs an escape, so that only what packets hold is left to the JSON library.
+    text += "{\"frame\":";
+    appendNumber(text, frame.number);
     if (frame.pts) {
-        object["pts"]["value"] = frame.pts->value;
-        object["pts"]["timescale"] = frame.pts->timescale;
+        text += ",\"pts\":{\"value\":";
+        appendNumber(text, frame.pts->value);
+        text += ",\"timescale\":";
+        appendNumber(text, frame.pts->timescale);
+        text += '}';
     }
-    Json& packets = object["packets"] = Json::array();
+    text += ",\"packets\":[";
     for (const auto& packet : frame.packets) {
-        Json entry;
-        entry["line"] = packet.line;
-        entry["did"] = packet.did;
-        entry["sdid"] = packet.sdid;
-        if (packet.channel != anc::Channel::Luma) {
-            entry["channel"] = channelName(packet.channel);
-        }
-        if (packet.horizontalOffset != 0) {
-            entry["horizontalOffset"] = packet.horizontalOffset;
-        }
-        entry["type"] = packetName(packet);
-        entry["data"] = hex(packet.userData);
-        if (showsCaptions && packet.id() == anc::ids::kCdp) {
-            if (const auto cdp = readCdp(packet.userData)) {
-                entry["cdp"] = cdpObject(*cdp);
-            }
-        }
-        if (showsCaptions && packet.id() == anc::ids::kScte104) {
-            if (const Scte104Message message = readScte104(packet.userData); !message.refusal) {
-                entry["scte104"] = jsonOf(scte104Operations(message));
-            }
-        }
-        packets.push_back(std::move(entry));
+        text += &packet == frame.packets.data() ? "{" : ",{";
+        appendPacket(text, packet, showsCaptions);
+        text += '}';
     }
+    text += ']';
     if (frame.triplets) {
-        object["captions"]["data"] = hex(frame.triplets);
+        text += ",\"captions\":{\"data\":\"";
+        appendHex(text, frame.triplets);
+        text += '"';
         if (showsCaptions) {
-            object["captions"]["triplets"] = tripletList(readTriplets(frame.triplets));
+            text += ",\"triplets\":" + line(tripletList(readTriplets(frame.triplets)));
         }
+        text += '}';
     }
-    return line(object);
+    text += '}';
+}
+
+std::string jsonLine(const Frame& frame, bool showsCaptions) {
+    std::string text;
+    appendJsonLine(text, frame, showsCaptions);
+    return text;
 }
 
 std::string jsonText(const Value& value) {
@@ -305,8 +345,10 @@ std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts, co
 }
 
 void JsonlWriter::write(const Frame& frame) {
-    _output.write(jsonLine(frame, _showsCaptions));
-    _output.write("\n");
+    _line.clear();
+    appendJsonLine(_line, frame, _showsCaptions);
+    _line += '\n';
+    _output.write(_line);
 }
 
 }  // namespace qlx::tool

@@ -43,6 +43,9 @@ bool readJsonElements(std::string_view name, std::string_view text, const std::f
 /// `triplets` as those of a CDP, when `showsCaptions`.
 [[nodiscard]] std::string jsonLine(const Frame& frame, bool showsCaptions = false);
 
+/// Puts the same behind a text.
+void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions);
+
 /// A value as JSON without a line feed; keys in their order, byte buffers as lower-case hexadecimal digits.
 [[nodiscard]] std::string jsonText(const Value& value);
 
@@ -65,6 +68,7 @@ public:
 private:
     OutputFile& _output;
     bool _showsCaptions;
+    std::string _line;
 };
 
 }  // namespace qlx::tool

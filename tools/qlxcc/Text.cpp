@@ -2,6 +2,9 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
+#include <array>
+#include <cstring>
+
 namespace qlx::tool {
 
 std::string printable(std::string_view text) {
@@ -36,14 +39,27 @@ void appendUtf8(std::string& text, char32_t character) {
 }
 
 std::string hex(std::span<const std::uint8_t> bytes) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
     std::string result;
-    result.reserve(bytes.size() * 2);
-    for (const std::uint8_t byte : bytes) {
-        result += kDigits[byte >> 4U];
-        result += kDigits[byte & 15U];
-    }
+    appendHex(result, bytes);
     return result;
+}
+
+void appendHex(std::string& text, std::span<const std::uint8_t> bytes) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    constexpr auto kPairs = [&kDigits] {
+        std::array<std::array<char, 2>, 256> pairs{};
+        for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
+            pairs[byte] = {kDigits[byte >> 4U], kDigits[byte & 15U]};
+        }
+        return pairs;
+    }();
+    const std::size_t before = text.size();
+    text.resize(before + bytes.size() * 2);
+    char* digits = text.data() + before;
+    for (const std::uint8_t byte : bytes) {
+        std::memcpy(digits, kPairs[byte].data(), 2);
+        digits += 2;
+    }
 }
 
 std::string base64(std::span<const std::uint8_t> bytes) {

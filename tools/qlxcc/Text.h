@@ -18,6 +18,9 @@ void appendUtf8(std::string& text, char32_t character);
 /// Lower-case hexadecimal digits without spaces.
 [[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
 
+/// Puts the same behind a text.
+void appendHex(std::string& text, std::span<const std::uint8_t> bytes);
+
 /// Base64 (RFC 4648) with padding.
 [[nodiscard]] std::string base64(std::span<const std::uint8_t> bytes);
 
