@@ -1,7 +1,7 @@
 #include "facade/CaptionLines.h"
 
-#include "anc/AncElement.h"
 #include "anc/AncWord.h"
+#include "facade/AncElement.h"
 #include "facade/CaptionSample.h"
 #include "v210/V210.h"
 

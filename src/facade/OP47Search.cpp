@@ -1,7 +1,7 @@
 #include "facade/OP47Search.h"
 
-#include "anc/AncElement.h"
 #include "anc/AncWord.h"
+#include "facade/AncElement.h"
 #include "v210/V210.h"
 
 #include <algorithm>

@@ -5,9 +5,9 @@
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
-#include "anc/AncElement.h"
 #include "anc/QuickTimeCaptionAtom.h"
 #include "base/Bytes.h"
+#include "facade/AncElement.h"
 #include "facade/OneSample.h"
 
 #include <map>

@@ -1,4 +1,4 @@
-#include "anc/AncElement.h"
+#include "facade/AncElement.h"
 
 #include "base/Bytes.h"
 
