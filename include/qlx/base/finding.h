@@ -38,6 +38,20 @@ enum class FindingCode : std::uint32_t {
     AncTooManyUserDataWords,      ///< Words given, greatest count.
     AncPacketDropped,             ///< DID, SDID; the offset is the number of its frame.
 
+    // anc (SMPTE ST 436-1)
+    AncElementCut = 0x2'0101,    ///< Bytes needed (from the count or the packet's line number on), bytes there.
+    AncElementCountWrong,        ///< Packets announced, packets that begin.
+    AncElementTrailingBytes,     ///< Bytes behind the last packet, packets announced.
+    AncElementWrappingUnknown,   ///< Wrapping type there.
+    AncElementCodingUnknown,     ///< Payload sample coding there, bytes of the packet's array.
+    AncElementParityError,       ///< Payload sample coding there.
+    AncElementSampleCountWrong,  ///< Payload sample count there, count that the samples have.
+    AncElementArrayLengthWrong,  ///< Length of the array's elements there, 1.
+    AncElementArrayTooShort,     ///< Samples needed, samples there.
+    AncElementSpareBitsSet,      ///< Word with the bits that belong to no sample.
+    AncElementTooManyPackets,    ///< Packets given, greatest count.
+    AncElementLineTooGreat,      ///< Line number given, greatest one.
+
     // cc (SMPTE ST 334-2, CTA-708)
     CdpTooShort = 0x3'0001,       ///< Bytes needed, bytes there.
     CdpIdentifierWrong,           ///< Identifier there, the right one.
