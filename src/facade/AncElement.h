@@ -1,6 +1,5 @@
-// The MXF ANC data element (SMPTE ST 436-1): a 16-bit count, then for each packet
-//
-//   line 2 | wrapping 1 | sample coding 1 | sample count 2 | array count 4 | element size 4 | DID SDID DC data, padding
+// The MXF ANC data element (SMPTE ST 436-1) in the forms that the fixed operations read and write; qlx/anc/element.h has
+// the standard's.
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
