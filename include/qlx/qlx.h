@@ -18,3 +18,6 @@
 #include <qlx/cc/slots.h>
 #include <qlx/cc/triplet.h>
 #include <qlx/facade/packet.h>
+#include <qlx/klv/keys.h>
+#include <qlx/klv/klv.h>
+#include <qlx/klv/partition.h>

@@ -78,6 +78,18 @@ constexpr Text kTexts[] = {
     {UserDataMarkerBitsMissing, "no marker bits behind the triplets"},
     {UserDataBytesBehind, "{1} bytes behind the captions"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
+    {KlvKeyWrong, "no key begins with {1x}"},
+    {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},
+    {KlvLengthTooLong, "length of {1} bytes (at most {2} are possible)"},
+    {KlvLengthTooGreat, "length {1}, the greatest for this key is {2}"},
+    {KlvLengthLeadsNowhere, "length {1} leads to no other triplet"},
+    {KlvSkipped, "{1} bytes skipped"},
+    {KlvCut, "triplet of {1} bytes, of which {2} are there"},
+    {KlvLengthDoesNotFit, "length {1} does not fit into {2} bytes"},
+    {MxfPartitionTooShort, "partition pack of {2} bytes, {1} are needed"},
+    {MxfListCut, "{1} items announced, {2} are there"},
+    {MxfListItemLengthWrong, "items of {1} bytes, not {2}"},
+    {MxfTrailingBytes, "{1} bytes behind the last field"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`.

@@ -95,6 +95,21 @@ enum class FindingCode : std::uint32_t {
 
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
+    // klv (SMPTE ST 336)
+    KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
+    KlvLengthIndefinite,     ///< No numbers.
+    KlvLengthTooLong,        ///< Bytes announced for the length, most that are possible.
+    KlvLengthTooGreat,       ///< Length there, greatest one for such a key.
+    KlvLengthLeadsNowhere,   ///< Length there.
+    KlvSkipped,              ///< Bytes skipped.
+    KlvCut,                  ///< Bytes needed from the key (or length) on, as far as that is known; bytes there.
+    KlvLengthDoesNotFit,     ///< Length given, bytes given for it.
+
+    // klv (SMPTE ST 377-1)
+    MxfPartitionTooShort = 0x9'0101,  ///< Bytes needed, bytes there.
+    MxfListCut,                       ///< Items announced, items there.
+    MxfListItemLengthWrong,           ///< Length of an item there, the right one.
+    MxfTrailingBytes,                 ///< Bytes behind the last field.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.

@@ -1,0 +1,221 @@
+#include <qlx/klv/klv.h>
+
+#include <algorithm>
+
+namespace qlx::klv {
+
+void Reader::push(std::span<const std::uint8_t> bytes) {
+    drop(_given);
+    _given = 0;
+    if (_state == State::Passing && _begin == _buffer.size()) {
+        // What is not kept need not be copied.
+        const std::size_t passed = static_cast<std::size_t>(std::min<std::uint64_t>(_left, bytes.size()));
+        _left -= passed;
+        _offset += passed;
+        bytes = bytes.subspan(passed);
+    }
+    // Bytes are moved at most as often as they were pushed: only when no more than half of the buffer stays.
+    if (_begin > 0 && _begin >= _buffer.size() - _begin) {
+        _buffer.erase(_buffer.begin(), _buffer.begin() + static_cast<std::ptrdiff_t>(_begin));
+        _begin = 0;
+    }
+    _buffer.insert(_buffer.end(), bytes.begin(), bytes.end());
+}
+
+std::optional<TripletView> Reader::next() {
+    drop(_given);
+    _given = 0;
+    for (;;) {
+        Step step = Step::Wait;
+        switch (_state) {
+        case State::AtTriplet:
+            step = readTriplet();
+            break;
+        case State::Searching:
+            step = search();
+            break;
+        case State::Passing:
+            step = passValue();
+            break;
+        }
+        if (step == Step::Give) {
+            return _triplet;
+        }
+        if (step == Step::Wait) {
+            return std::nullopt;
+        }
+    }
+}
+
+Reader::Step Reader::readTriplet() {
+    const auto bytes = rest();
+    // What is wrong with a key is said of its first four bytes, however they come.
+    if (bytes.empty() || (bytes.size() < kLabelStart.size() && !_isFinished)) {
+        return Step::Wait;
+    }
+    const Result<TripletHeader> header = parseTripletHeader(bytes);
+    if (!header) {
+        if (header.error().code != FindingCode::KlvCut) {
+            doubt(header.error());
+            return Step::Again;
+        }
+        if (_isFinished) {
+            endWithCut(static_cast<std::uint64_t>(header.error().first), bytes.size());
+        }
+        return Step::Wait;
+    }
+    const std::uint64_t length = header->length.value;
+    if (isAncFrameElement(header->key) && length > kGreatestAncFrameElement) {
+        doubt({FindingCode::KlvLengthTooGreat, Severity::Warning, header->key.size(), static_cast<std::int64_t>(length),
+               static_cast<std::int64_t>(kGreatestAncFrameElement)});
+        return Step::Again;
+    }
+    if (length > _options.greatestValue) {
+        _triplet = {*header, _offset, {}, false};
+        _left = length;
+        _state = State::Passing;
+        drop(header->size());
+        return Step::Again;
+    }
+    switch (leadsOn(0)) {
+    case Leads::On:
+        return give(*header, true);
+    case Leads::Unknown:
+        return Step::Wait;
+    case Leads::Nowhere:
+        break;
+    }
+    return readDoubtful(*header);
+}
+
+/// Reads a triplet behind which no key stands: its length may be wrong, or the key behind it.
+Reader::Step Reader::readDoubtful(const TripletHeader& header) {
+    const std::size_t there = rest().size();
+    const std::uint64_t size = header.size() + header.length.value;
+    switch (searchInside(static_cast<std::size_t>(std::min<std::uint64_t>(size, there)))) {
+    case Leads::Unknown:
+        return Step::Wait;
+    case Leads::On:
+        report(FindingCode::KlvLengthLeadsNowhere, Severity::Warning, _offset, header.length.value, 0);
+        report(FindingCode::KlvSkipped, Severity::Error, _offset, _searched, 0);
+        drop(_searched);
+        return Step::Again;
+    case Leads::Nowhere:
+        break;
+    }
+    if (there < size) {
+        endWithCut(size, there);
+        return Step::Wait;
+    }
+    return give(header, true);
+}
+
+Reader::Step Reader::give(const TripletHeader& header, bool isValueKept) {
+    const auto length = static_cast<std::size_t>(header.length.value);
+    _triplet = {header, _offset, rest().subspan(header.size(), length), isValueKept};
+    _given = header.size() + length;
+    return Step::Give;
+}
+
+Reader::Step Reader::passValue() {
+    const auto passed = static_cast<std::size_t>(std::min<std::uint64_t>(_left, rest().size()));
+    drop(passed);
+    _left -= passed;
+    if (_left == 0) {
+        _state = State::AtTriplet;
+        return Step::Give;
+    }
+    if (_isFinished) {
+        const std::uint64_t size = _triplet.header.size() + _triplet.header.length.value;
+        report(FindingCode::KlvCut, Severity::Error, _triplet.offset, size, size - _left);
+        _state = State::AtTriplet;
+    }
+    return Step::Wait;
+}
+
+/// Looks for the next triplet that leads on, behind damage.
+Reader::Step Reader::search() {
+    const Leads found = searchInside(rest().size());
+    if (found == Leads::Unknown) {
+        drop(_searched);
+        return Step::Wait;
+    }
+    drop(_searched);
+    if (found == Leads::Nowhere && !_isFinished) {
+        return Step::Wait;
+    }
+    report(FindingCode::KlvSkipped, Severity::Error, _damageAt, _offset - _damageAt, 0);
+    _state = State::AtTriplet;
+    return Step::Again;
+}
+
+/// Goes from `_searched` on to the first triplet that begins before `end` and leads on. Where that is not known yet it
+/// stays in front of the triplet, or of what may begin one.
+Reader::Leads Reader::searchInside(std::size_t end) {
+    const auto bytes = rest();
+    while (_searched < end) {
+        const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(_searched);
+        const auto found = std::find(from, bytes.begin() + static_cast<std::ptrdiff_t>(end), kLabelStart.front());
+        _searched = static_cast<std::size_t>(found - bytes.begin());
+        if (_searched == end) {
+            break;
+        }
+        const Leads leads = leadsOn(_searched);
+        if (leads != Leads::Nowhere) {
+            return leads;
+        }
+        ++_searched;
+    }
+    return Leads::Nowhere;
+}
+
+/// Whether a triplet begins here behind which another key stands, or the end of the stream.
+Reader::Leads Reader::leadsOn(std::size_t at) const {
+    const Leads unlessMore = _isFinished ? Leads::Nowhere : Leads::Unknown;
+    const auto bytes = rest().subspan(at);
+    const Result<TripletHeader> header = parseTripletHeader(bytes);
+    if (!header) {
+        return header.error().code == FindingCode::KlvCut ? unlessMore : Leads::Nowhere;
+    }
+    if (header->length.value > _options.greatestValue) {
+        return Leads::Nowhere;
+    }
+    const std::uint64_t size = header->size() + header->length.value;
+    if (size > bytes.size()) {
+        return unlessMore;
+    }
+    const auto behind = bytes.subspan(static_cast<std::size_t>(size));
+    if (!beginsLabel(behind)) {
+        return Leads::Nowhere;
+    }
+    return behind.size() >= kLabelStart.size() || _isFinished ? Leads::On : Leads::Unknown;
+}
+
+/// Says what is wrong here, and begins to look for the next triplet.
+void Reader::doubt(const Finding& why) {
+    report(why.code, Severity::Warning, _offset + why.offset, static_cast<std::uint64_t>(why.first),
+           static_cast<std::uint64_t>(why.second));
+    _damageAt = _offset;
+    _searched = 1;
+    _state = State::Searching;
+}
+
+void Reader::endWithCut(std::uint64_t needed, std::uint64_t there) {
+    report(FindingCode::KlvCut, Severity::Error, _offset, needed, there);
+    drop(rest().size());
+}
+
+void Reader::drop(std::size_t count) noexcept {
+    _begin += count;
+    _offset += count;
+    _searched = _searched > count ? _searched - count : 0;
+}
+
+void Reader::report(FindingCode code, Severity severity, std::uint64_t offset, std::uint64_t first,
+                    std::uint64_t second) {
+    if (_findings != nullptr) {
+        _findings->add({code, severity, offset, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});
+    }
+}
+
+}  // namespace qlx::klv
