@@ -2,6 +2,9 @@
 
 #include "Text.h"
 
+#include <qlx/klv/klv.h>
+#include <qlx/klv/partition.h>
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -10,12 +13,6 @@
 namespace qlx::tool {
 
 namespace {
-
-constexpr std::array<std::uint8_t, 13> kPartitionPack{0x06, 0x0E, 0x2B, 0x34, 0x02, 0x05, 0x01,
-                                                      0x01, 0x0D, 0x01, 0x02, 0x01, 0x01};
-constexpr std::array<std::uint8_t, 16> kRandomIndexPack{0x06, 0x0E, 0x2B, 0x34, 0x02, 0x05, 0x01, 0x01,
-                                                        0x0D, 0x01, 0x02, 0x01, 0x01, 0x11, 0x01, 0x00};
-constexpr std::size_t kKey = 16;
 
 std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
     std::uint64_t value = 0;
@@ -41,38 +38,36 @@ bool beginsWith(std::span<const std::uint8_t> bytes, const std::array<std::uint8
 bool hasRandomIndex(InputFile& source, std::uint64_t size) {
     std::array<std::uint8_t, 4> length{};
     const std::uint64_t packSize = size < length.size() ? 0 : bigEndian(readAt(source, size - length.size(), length));
-    std::array<std::uint8_t, kKey> key{};
-    return packSize >= kKey && packSize <= size && beginsWith(readAt(source, size - packSize, key), kRandomIndexPack);
+    klv::Key key{};
+    return packSize >= key.size() && packSize <= size &&
+           beginsWith(readAt(source, size - packSize, key), klv::kRandomIndexPackKey);
 }
 
 }  // namespace
 
 std::optional<MxfFooter> mxfFooter(std::span<const std::uint8_t> first) noexcept {
-    constexpr std::size_t kKind = 13;
-    constexpr std::uint8_t kHeader = 0x02;
-    constexpr std::size_t kStatus = 14;
-    constexpr std::uint8_t kOpenIncomplete = 0x01;
-    constexpr std::uint8_t kOpenComplete = 0x03;
-    // Behind two version numbers, the grid, and the places of this partition and the one before.
-    constexpr std::size_t kFooterPlace = 2 + 2 + 4 + 8 + 8;
-    constexpr std::size_t kPlaceSize = 8;
-    const auto found = std::search(first.begin(), first.end(), kPartitionPack.begin(), kPartitionPack.end());
+    const auto found = std::search(first.begin(), first.end(), klv::kPackKeyStart.begin(), klv::kPackKeyStart.end());
     const auto begin = static_cast<std::size_t>(found - first.begin());
-    const auto pack = first.subspan(begin);
-    if (pack.size() <= kKey || pack[kKind] != kHeader) {
+    const Result<klv::TripletHeader> header = klv::parseTripletHeader(first.subspan(begin));
+    const auto partition = header ? klv::partitionKey(header->key) : std::nullopt;
+    if (!partition || partition->kind != klv::PartitionKind::Header) {
         return std::nullopt;
     }
-    // A length of one byte, or the number of its bytes and those.
-    const std::size_t lengthBytes = 1 + (pack[kKey] < 0x80 ? 0U : pack[kKey] & 0x7FU);
-    if (pack.size() < kKey + lengthBytes + kFooterPlace + kPlaceSize) {
+    // What stands behind the places of partitions does not matter here, nor need it be there.
+    constexpr std::size_t kPlacesEnd = 32;
+    std::array<std::uint8_t, klv::partitionPackSize()> fields{};
+    const auto value = first.subspan(begin + header->size());
+    if (value.size() < kPlacesEnd) {
         return std::nullopt;
     }
-    const std::uint64_t place = bigEndian(pack.subspan(kKey + lengthBytes + kFooterPlace, kPlaceSize));
+    std::copy_n(value.begin(), kPlacesEnd, fields.begin());
+    const std::uint64_t place = klv::parsePartitionPack(fields)->footerPartition;
     // Places are counted from the header on; one beyond all files is damage, and tells nothing.
     constexpr std::uint64_t kGreatestPlace = std::uint64_t{1} << 60U;
     MxfFooter footer;
     footer.place = place == 0 || place > kGreatestPlace ? 0 : begin + place;
-    footer.isHeaderOpen = pack[kStatus] == kOpenIncomplete || pack[kStatus] == kOpenComplete;
+    footer.isHeaderOpen = partition->status == klv::PartitionStatus::OpenIncomplete ||
+                          partition->status == klv::PartitionStatus::OpenComplete;
     return footer;
 }
 
@@ -91,11 +86,11 @@ std::optional<std::string> remarkOnFooter(InputFile& source) {
         return std::nullopt;
     }
     std::optional<std::string> remark = remarkOnMissingFooter(*footer, size);
-    std::array<std::uint8_t, kKey> key{};
+    klv::Key key{};
     if (footer->place == 0 && footer->isHeaderOpen && !hasRandomIndex(source, size)) {
         remark = "byte " + std::to_string(size) +
                  ": the file has not been finished, or is cut short: its footer with the index is missing";
-    } else if (!remark && footer->place > 0 && !beginsWith(readAt(source, footer->place, key), kPartitionPack)) {
+    } else if (!remark && footer->place > 0 && !beginsWith(readAt(source, footer->place, key), klv::kPackKeyStart)) {
         remark = "byte " + std::to_string(footer->place) +
                  ": the file is damaged: its footer with the index should stand here, and does not";
     }

@@ -1,5 +1,7 @@
 #include "InputKind.h"
 
+#include <qlx/klv/keys.h>
+
 #include <algorithm>
 #include <array>
 
@@ -75,10 +77,6 @@ constexpr NamedKind kMoreExtensions[] = {
     {"vob", InputKind::ProgramStream},
 };
 
-constexpr std::array<std::uint8_t, 4> kUniversalLabel{0x06, 0x0E, 0x2B, 0x34};
-/// A partition pack's key (SMPTE ST 377-1) up to its last fixed byte, which is followed by the kind of partition.
-constexpr std::array<std::uint8_t, 13> kPartitionPack{0x06, 0x0E, 0x2B, 0x34, 0x02, 0x05, 0x01,
-                                                      0x01, 0x0D, 0x01, 0x02, 0x01, 0x01};
 constexpr std::array<std::uint8_t, 8> kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
@@ -269,7 +267,7 @@ bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcep
     constexpr std::array<std::uint8_t, 4> kPack{0x00, 0x00, 0x01, 0xBA};
     switch (kind) {
     case InputKind::Mxf:
-        return holds(first, kPartitionPack);
+        return holds(first, klv::kPackKeyStart);
     case InputKind::Mov:
         return isMov(first);
     case InputKind::ProgramStream:
@@ -288,10 +286,10 @@ bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcep
 
 std::optional<InputKind> inputKindOfBytes(std::span<const std::uint8_t> first) noexcept {
     first = first.first(std::min(first.size(), kBytesThatTellKind));
-    if (beginsWith(first, kPartitionPack)) {
+    if (beginsWith(first, klv::kPackKeyStart)) {
         return InputKind::Mxf;
     }
-    if (beginsWith(first, kUniversalLabel)) {
+    if (beginsWith(first, klv::kLabelStart)) {
         return InputKind::Klv;
     }
     if (beginsWith(first, kPng)) {

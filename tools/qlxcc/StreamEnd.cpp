@@ -2,6 +2,8 @@
 
 #include "Text.h"
 
+#include <qlx/klv/klv.h>
+
 #include <algorithm>
 #include <array>
 
@@ -10,7 +12,6 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kPackStart{0x00, 0x00, 0x01, 0xBA};
-constexpr std::array<std::uint8_t, 4> kTripletStart{0x06, 0x0E, 0x2B, 0x34};
 constexpr std::size_t kStartCode = 4;
 /// A pack header up to the number of stuffing bytes: the longest piece whose size is not known yet.
 constexpr std::size_t kLongPack = 14;
@@ -65,28 +66,13 @@ std::optional<std::uint64_t> programPacketSize(std::span<const std::uint8_t> byt
 }  // namespace
 
 bool isTripletHeaderCut(std::span<const std::uint8_t> rest, std::uint64_t& size) noexcept {
-    constexpr std::size_t kKey = 16;
     size = 0;
-    const auto compared = static_cast<std::ptrdiff_t>(std::min(rest.size(), kTripletStart.size()));
-    if (!std::equal(kTripletStart.begin(), kTripletStart.begin() + compared, rest.begin())) {
-        return false;
+    const Result<klv::TripletHeader> header = klv::parseTripletHeader(rest);
+    if (!header) {
+        return header.error().code == FindingCode::KlvCut;
     }
-    if (rest.size() <= kKey) {
-        return true;
-    }
-    const std::uint8_t first = rest[kKey];
-    const std::size_t count = first < 0x80 ? 0 : first & 0x7FU;
-    if (count > sizeof(std::uint64_t)) {
-        return false;
-    }
-    if (rest.size() < kKey + 1 + count) {
-        return true;
-    }
-    std::uint64_t length = first < 0x80 ? first : 0;
-    for (std::size_t index = 0; index < count; ++index) {
-        length = length << 8U | rest[kKey + 1 + index];
-    }
-    size = length > StreamWalk::kGreatestSize ? 0 : kKey + 1 + count + length;
+    const std::uint64_t length = header->length.value;
+    size = length > StreamWalk::kGreatestSize ? 0 : header->size() + length;
     return false;
 }
 
@@ -176,7 +162,7 @@ StreamCheck::StreamCheck(InputFile& source, InputKind kind) : _source(source), _
         _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return programPacketSize(bytes); }, kPackStart);
     } else if (kind == InputKind::Mxf) {
         _piece = "triplet";
-        _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return tripletSize(bytes); }, kTripletStart);
+        _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return tripletSize(bytes); }, klv::kLabelStart);
     } else if (!source.size()) {
         _walk.emplace([this](std::uint64_t place, auto bytes) { return _atoms.add(place, bytes); },
                       std::span<const std::uint8_t>());
