@@ -17,6 +17,25 @@ std::uint16_t tenBitSample(const std::uint8_t* array, std::size_t index) noexcep
     return static_cast<std::uint16_t>(word >> layout::tenBitShift(index) & 0x3FFU);
 }
 
+/// Calls `take` with the samples from `first` to `end`, word by word.
+template <class Take>
+void eachTenBitSample(const std::uint8_t* array, std::size_t first, std::size_t end, Take take) {
+    for (; first < end && first % layout::kTenBitWordSamples != 0; ++first) {
+        take(tenBitSample(array, first));
+    }
+    const std::uint8_t* bytes = array + layout::tenBitBytes(first);
+    for (; end - first >= layout::kTenBitWordSamples && first < end; first += layout::kTenBitWordSamples) {
+        const auto word = loadBig<std::uint32_t>(bytes);
+        take(static_cast<std::uint16_t>(word >> layout::tenBitShift(0)));
+        take(static_cast<std::uint16_t>(word >> layout::tenBitShift(1) & 0x3FFU));
+        take(static_cast<std::uint16_t>(word >> layout::tenBitShift(2) & 0x3FFU));
+        bytes += layout::kTenBitWordBytes;
+    }
+    for (; first < end; ++first) {
+        take(tenBitSample(array, first));
+    }
+}
+
 /// Samples that `bytes` of an array hold.
 std::size_t samplesIn(SampleCoding coding, std::size_t bytes) noexcept {
     return isTenBit(coding) ? bytes / layout::kTenBitWordBytes * layout::kTenBitWordSamples : bytes;
@@ -44,9 +63,9 @@ std::span<std::uint8_t> ElementPacketView::userData(std::span<std::uint8_t> room
         std::copy_n(_array.begin() + layout::kSamplesInFront, count, room.begin());
         return room.first(count);
     }
-    for (std::size_t index = 0; index < count; ++index) {
-        room[index] = static_cast<std::uint8_t>(tenBitSample(_array.data(), layout::kSamplesInFront + index));
-    }
+    std::uint8_t* out = room.data();
+    eachTenBitSample(_array.data(), layout::kSamplesInFront, layout::kSamplesInFront + count,
+                     [&out](std::uint16_t one) { *out++ = static_cast<std::uint8_t>(one); });
     return room.first(count);
 }
 
@@ -59,9 +78,8 @@ std::span<std::uint16_t> ElementPacketView::samples(std::span<std::uint16_t> roo
         std::copy_n(_array.begin(), count, room.begin());
         return room.first(count);
     }
-    for (std::size_t index = 0; index < count; ++index) {
-        room[index] = tenBitSample(_array.data(), index);
-    }
+    std::uint16_t* out = room.data();
+    eachTenBitSample(_array.data(), 0, count, [&out](std::uint16_t one) { *out++ = one; });
     return room.first(count);
 }
 
@@ -217,8 +235,11 @@ bool ElementIterator::readPayload() {
     if (there < layout::kSamplesInFront) {
         return false;
     }
-    std::array<std::uint16_t, layout::kSamplesInFront> front{};
-    _packet.samples(front);
+    const std::uint8_t* const array = _packet._array.data();
+    const bool isTenBits = isTenBit(_packet._coding);
+    const std::array<std::uint16_t, layout::kSamplesInFront> front =
+        isTenBits ? std::array{tenBitSample(array, 0), tenBitSample(array, 1), tenBitSample(array, 2)}
+                  : std::array<std::uint16_t, layout::kSamplesInFront>{array[0], array[1], array[2]};
     _packet._did = static_cast<std::uint8_t>(front[0]);
     _packet._sdid = static_cast<std::uint8_t>(front[1]);
     _packet._dataCount = static_cast<std::uint8_t>(front[2]);
@@ -226,7 +247,7 @@ bool ElementIterator::readPayload() {
     if (there < samples) {
         return false;
     }
-    if (!isTenBit(_packet._coding)) {
+    if (!isTenBits) {
         _packet._parity = hasParityError(_packet._coding) ? Status::Wrong : Status::NotCarried;
         return true;
     }
@@ -244,9 +265,8 @@ bool ElementIterator::readPayload() {
 /// The checksum that the words of the packet should have.
 std::uint16_t ElementIterator::rightChecksum() const noexcept {
     std::uint32_t sum = 0;
-    for (std::size_t index = 0; index < layout::kSamplesInFront + _packet._dataCount; ++index) {
-        sum += tenBitSample(_packet._array.data(), index);
-    }
+    eachTenBitSample(_packet._array.data(), 0, layout::kSamplesInFront + _packet._dataCount,
+                     [&sum](std::uint16_t one) { sum += one; });
     return checksumWord(sum);
 }
 
@@ -289,11 +309,11 @@ void ElementIterator::checkPayload(bool isUsable, bool isCut) const {
 /// Says where bits are set that belong to no sample.
 void ElementIterator::checkSpareBits() const {
     const std::size_t samples = _packet.usedSamples();
-    const std::size_t words = bytesOf(_packet._coding, samples) / layout::kTenBitWordBytes;
+    const std::size_t words = layout::tenBitBytes(samples) / layout::kTenBitWordBytes;
     for (std::size_t index = 0; index < words; ++index) {
         const std::size_t used = std::min(samples - index * layout::kTenBitWordSamples, layout::kTenBitWordSamples);
         const std::size_t at = index * layout::kTenBitWordBytes;
-        const auto spare = loadBig<std::uint32_t>(&_packet._array[at]) & (0xFFFF'FFFFU >> used * 10);
+        const auto spare = loadBig<std::uint32_t>(_packet._array.data() + at) & (0xFFFF'FFFFU >> used * 10);
         if (spare != 0) {
             report(FindingCode::AncElementSpareBitsSet, Severity::Remark, _packet._offset + layout::kArray + at, spare,
                    0);

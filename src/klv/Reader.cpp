@@ -77,7 +77,7 @@ Reader::Step Reader::readTriplet() {
         drop(header->size());
         return Step::Again;
     }
-    switch (leadsOn(0)) {
+    switch (leadsOn(*header, bytes)) {
     case Leads::On:
         return give(*header, true);
     case Leads::Unknown:
@@ -171,18 +171,23 @@ Reader::Leads Reader::searchInside(std::size_t end) {
 
 /// Whether a triplet begins here behind which another key stands, or the end of the stream.
 Reader::Leads Reader::leadsOn(std::size_t at) const {
-    const Leads unlessMore = _isFinished ? Leads::Nowhere : Leads::Unknown;
     const auto bytes = rest().subspan(at);
-    const Result<TripletHeader> header = parseTripletHeader(bytes);
-    if (!header) {
-        return header.error().code == FindingCode::KlvCut ? unlessMore : Leads::Nowhere;
-    }
-    if (header->length.value > _options.greatestValue) {
+    // Most bytes of damage are no label.
+    if (!beginsLabel(bytes)) {
         return Leads::Nowhere;
     }
-    const std::uint64_t size = header->size() + header->length.value;
+    const Result<TripletHeader> header = parseTripletHeader(bytes);
+    if (!header) {
+        return header.error().code == FindingCode::KlvCut && !_isFinished ? Leads::Unknown : Leads::Nowhere;
+    }
+    return header->length.value > _options.greatestValue ? Leads::Nowhere : leadsOn(*header, bytes);
+}
+
+/// The same of a triplet whose key and length have been read.
+Reader::Leads Reader::leadsOn(const TripletHeader& header, std::span<const std::uint8_t> bytes) const {
+    const std::uint64_t size = header.size() + header.length.value;
     if (size > bytes.size()) {
-        return unlessMore;
+        return _isFinished ? Leads::Nowhere : Leads::Unknown;
     }
     const auto behind = bytes.subspan(static_cast<std::size_t>(size));
     if (!beginsLabel(behind)) {

@@ -146,6 +146,7 @@ private:
     Step search();
     [[nodiscard]] Leads searchInside(std::size_t end);
     [[nodiscard]] Leads leadsOn(std::size_t at) const;
+    [[nodiscard]] Leads leadsOn(const TripletHeader& header, std::span<const std::uint8_t> bytes) const;
     Step give(const TripletHeader& header, bool isValueKept);
     void doubt(const Finding& why);
     void endWithCut(std::uint64_t needed, std::uint64_t there);
