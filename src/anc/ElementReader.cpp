@@ -24,7 +24,7 @@ void eachTenBitSample(const std::uint8_t* array, std::size_t first, std::size_t 
         take(tenBitSample(array, first));
     }
     const std::uint8_t* bytes = array + layout::tenBitBytes(first);
-    for (; end - first >= layout::kTenBitWordSamples && first < end; first += layout::kTenBitWordSamples) {
+    for (; first + layout::kTenBitWordSamples <= end; first += layout::kTenBitWordSamples) {
         const auto word = loadBig<std::uint32_t>(bytes);
         take(static_cast<std::uint16_t>(word >> layout::tenBitShift(0)));
         take(static_cast<std::uint16_t>(word >> layout::tenBitShift(1) & 0x3FFU));

@@ -106,7 +106,7 @@ TEST(AncElementReader, ReadsTenBitSamplesWithChecksum) {
 TEST(AncElementReader, ReadsEveryCodingAndWrapping) {
     const std::array channels{Channel::Luma, Channel::Chroma, Channel::SdMultiplex};
     for (unsigned coding = 0; coding < 256; ++coding) {
-        for (unsigned wrapping = 0; wrapping < 256; ++wrapping) {
+        for (unsigned wrapping = 0; wrapping < 0x20; ++wrapping) {
             auto bytes = fromHex("0002" + (coding >= 7 && coding <= 9 ? kTen : kEight) + kOther);
             bytes[4] = static_cast<std::uint8_t>(wrapping);
             bytes[5] = static_cast<std::uint8_t>(coding);
