@@ -56,7 +56,8 @@ Found read(std::span<const std::uint8_t> bytes, std::size_t piece, std::uint64_t
     require(reader.offset() == bytes.size());
     for (const qlx::Finding& finding : findings) {
         found.bytes += finding.code == FindingCode::KlvSkipped ? static_cast<std::uint64_t>(finding.first) : 0;
-        found.bytes += finding.code == FindingCode::KlvCut ? static_cast<std::uint64_t>(finding.second) : 0;
+        const bool isCut = finding.code == FindingCode::KlvCut || finding.code == FindingCode::KlvValueCut;
+        found.bytes += isCut ? bytes.size() - finding.offset : 0;
     }
     found.findings.assign(findings.begin(), findings.end());
     require(findings.rest() > 0 || found.bytes == bytes.size());

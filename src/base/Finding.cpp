@@ -12,7 +12,7 @@ namespace {
 
 struct Text {
     FindingCode code;
-    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2x}`: the same as hexadecimal digits.
+    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`: in hexadecimal, without a sign.
 };
 
 using enum FindingCode;
@@ -81,23 +81,27 @@ constexpr Text kTexts[] = {
     {KlvKeyWrong, "no key begins with {1x}"},
     {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},
     {KlvLengthTooLong, "length of {1} bytes (at most {2} are possible)"},
-    {KlvLengthTooGreat, "length {1}, the greatest for this key is {2}"},
-    {KlvLengthLeadsNowhere, "length {1} leads to no other triplet"},
+    {KlvLengthTooGreat, "length {1u}, the greatest for this key is {2}"},
+    {KlvLengthLeadsNowhere, "length {1u} leads to no other triplet"},
     {KlvSkipped, "{1} bytes skipped"},
-    {KlvCut, "triplet of {1} bytes, of which {2} are there"},
-    {KlvLengthDoesNotFit, "length {1} does not fit into {2} bytes"},
+    {KlvCut, "{1} bytes of key and length, of which {2} are there"},
+    {KlvValueCut, "value of {1u} bytes, of which {2u} are there"},
+    {KlvLengthDoesNotFit, "length {1u} does not fit into {2} bytes"},
     {MxfPartitionTooShort, "partition pack of {2} bytes, {1} are needed"},
     {MxfListCut, "{1} items announced, {2} are there"},
     {MxfListItemLengthWrong, "items of {1} bytes, not {2}"},
     {MxfTrailingBytes, "{1} bytes behind the last field"},
 };
 
-/// Writes a number in place of a placeholder such as `{2x}`.
-void appendNumber(std::string& text, std::int64_t number, bool isHex) {
+/// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
+void appendNumber(std::string& text, std::int64_t number, char form) {
     std::array<char, 24> digits{};
-    const auto result =
-        isHex ? std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<std::uint64_t>(number), 16)
-              : std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    char* const end = digits.data() + digits.size();
+    const bool isHex = form == 'x';
+    const bool hasSign = !isHex && form != 'u';
+    const auto result = hasSign
+                            ? std::to_chars(digits.data(), end, number)
+                            : std::to_chars(digits.data(), end, static_cast<std::uint64_t>(number), isHex ? 16 : 10);
     const std::string_view written(digits.data(), static_cast<std::size_t>(result.ptr - digits.data()));
     // A byte has two digits.
     if (isHex && written.size() == 1) {
@@ -122,7 +126,7 @@ std::string Finding::text() const {
             continue;
         }
         const std::size_t close = pattern.find('}', index);
-        appendNumber(text, pattern[index + 1] == '1' ? first : second, pattern[close - 1] == 'x');
+        appendNumber(text, pattern[index + 1] == '1' ? first : second, pattern[close - 1]);
         index = close;
     }
     return text;

@@ -60,7 +60,9 @@ Reader::Step Reader::readTriplet() {
             return Step::Again;
         }
         if (_isFinished) {
-            endWithCut(static_cast<std::uint64_t>(header.error().first), bytes.size());
+            report(FindingCode::KlvCut, Severity::Error, _offset, static_cast<std::uint64_t>(header.error().first),
+                   bytes.size());
+            drop(bytes.size());
         }
         return Step::Wait;
     }
@@ -104,7 +106,8 @@ Reader::Step Reader::readDoubtful(const TripletHeader& header) {
         break;
     }
     if (there < size) {
-        endWithCut(size, there);
+        report(FindingCode::KlvValueCut, Severity::Error, _offset, header.length.value, there - header.size());
+        drop(there);
         return Step::Wait;
     }
     return give(header, true);
@@ -126,8 +129,8 @@ Reader::Step Reader::passValue() {
         return Step::Give;
     }
     if (_isFinished) {
-        const std::uint64_t size = _triplet.header.size() + _triplet.header.length.value;
-        report(FindingCode::KlvCut, Severity::Error, _triplet.offset, size, size - _left);
+        const std::uint64_t length = _triplet.header.length.value;
+        report(FindingCode::KlvValueCut, Severity::Error, _triplet.offset, length, length - _left);
         _state = State::AtTriplet;
     }
     return Step::Wait;
@@ -203,11 +206,6 @@ void Reader::doubt(const Finding& why) {
     _damageAt = _offset;
     _searched = 1;
     _state = State::Searching;
-}
-
-void Reader::endWithCut(std::uint64_t needed, std::uint64_t there) {
-    report(FindingCode::KlvCut, Severity::Error, _offset, needed, there);
-    drop(rest().size());
 }
 
 void Reader::drop(std::size_t count) noexcept {

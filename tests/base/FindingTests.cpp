@@ -24,6 +24,9 @@ TEST(Finding, SaysItsNumbersInDecimalOrHexadecimal) {
               "checksum 1a2, but 2a3 is right");
     EXPECT_EQ((Finding{FindingCode::CdpChecksumWrong, Severity::Warning, 0, 0x05, 0xFB}).text(),
               "caption packet checksum 05, but fb is right");
+    // A length may be greater than a number with a sign.
+    EXPECT_EQ((Finding{FindingCode::KlvValueCut, Severity::Error, 0, -1, 24}).text(),
+              "value of 18446744073709551615 bytes, of which 24 are there");
 }
 
 TEST(Finding, SaysTheNumberOfACodeThatIsNotKnown) {

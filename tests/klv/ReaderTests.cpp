@@ -196,6 +196,17 @@ TEST(KlvReader, PassesOverKeysThatLeadNowhereWhenItLooksForOne) {
                      {warning(FindingCode::KlvKeyWrong, 0, 0xFF06'0E2B), error(FindingCode::KlvSkipped, 0, 19)}}));
 }
 
+TEST(KlvReader, TakesNoLengthForMemory) {
+    const std::string greatest = key("01") + "88ffffffffffffffff aaaa";
+    EXPECT_EQ(readInPieces(greatest + kSecond, {UINT64_MAX}), readInPieces(greatest + kSecond));
+    EXPECT_EQ(readInPieces(greatest), (Found{{}, {error(FindingCode::KlvValueCut, 0, -1, 2)}}));
+    // What can be kept is looked into.
+    EXPECT_EQ(
+        readInPieces(key("01") + "8400ffffff aaaa" + kSecond),
+        (Found{{"23 02 2 bbbbbb"},
+               {warning(FindingCode::KlvLengthLeadsNowhere, 0, 0xFF'FFFF), error(FindingCode::KlvSkipped, 0, 23)}}));
+}
+
 TEST(KlvReader, SaysThatNothingIsThere) {
     EXPECT_EQ(readInPieces("00112233445566778899"),
               (Found{{}, {warning(FindingCode::KlvKeyWrong, 0, 0x0011'2233), error(FindingCode::KlvSkipped, 0, 10)}}));
@@ -216,13 +227,14 @@ TEST(KlvReader, GivesWhatIsWholeOfEveryShorterStream) {
                 EXPECT_TRUE(found.findings.empty());
                 continue;
             }
-            // Key and first byte of length; the length of two bytes; all of the triplet.
+            // Key and first byte of length; the length of two bytes; the value.
+            const std::size_t header = *last == 19 ? 18 : 17;
             const std::size_t size = *(last + 1) - *last;
-            const std::size_t needed = there <= 16 ? 17 : there == 17 && *last == 19 ? 18 : size;
-            EXPECT_EQ(found.findings,
-                      (std::vector<Finding>{error(FindingCode::KlvCut, *last, static_cast<std::int64_t>(needed),
-                                                  static_cast<std::int64_t>(there))}))
-                << cut.size();
+            const Finding expected =
+                there < header ? error(FindingCode::KlvCut, *last, there <= 16 ? 17 : 18, static_cast<int>(there))
+                               : error(FindingCode::KlvValueCut, *last, static_cast<int>(size - header),
+                                       static_cast<int>(there - header));
+            EXPECT_EQ(found.findings, std::vector<Finding>{expected}) << cut.size();
         }
     });
 }
@@ -235,7 +247,7 @@ TEST(KlvReader, GivesLongTripletsWithoutTheirValues) {
               (Found{{"0 01 1 aaaa", "19 02 2 3 bytes", "41 03 1 cc"},
                      {warning(FindingCode::KlvKeyWrong, 40, 0x0006'0E2B), error(FindingCode::KlvSkipped, 40, 1)}}));
     EXPECT_EQ(readInPieces(kFirst + key("02") + "8103 bbbb", options),
-              (Found{{"0 01 1 aaaa"}, {error(FindingCode::KlvCut, 19, 21, 20)}}));
+              (Found{{"0 01 1 aaaa"}, {error(FindingCode::KlvValueCut, 19, 3, 2)}}));
     // Behind damage such a triplet is not believed.
     EXPECT_EQ(readInPieces("00" + kSecond + kThird, options),
               (Found{{"22 03 1 cc"},

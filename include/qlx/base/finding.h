@@ -102,7 +102,8 @@ enum class FindingCode : std::uint32_t {
     KlvLengthTooGreat,       ///< Length there, greatest one for such a key.
     KlvLengthLeadsNowhere,   ///< Length there.
     KlvSkipped,              ///< Bytes skipped.
-    KlvCut,                  ///< Bytes needed from the key (or length) on, as far as that is known; bytes there.
+    KlvCut,                  ///< Key or length: bytes needed from the key on (or of the length alone), bytes there.
+    KlvValueCut,             ///< Bytes of the value, bytes there.
     KlvLengthDoesNotFit,     ///< Length given, bytes given for it.
 
     // klv (SMPTE ST 377-1)

@@ -7,6 +7,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -117,7 +118,10 @@ public:
     /// Reads from the beginning of a stream. `findings` is told what is wrong, with the byte offset in the stream; it may
     /// be null, else it must outlive this.
     explicit Reader(const ReaderOptions& options = {}, FindingSink* findings = nullptr)
-        : _options(options), _findings(findings) {}
+        : _options(options), _findings(findings) {
+        // A triplet's size stays a number.
+        _options.greatestValue = std::min(_options.greatestValue, UINT64_MAX / 2);
+    }
 
     /// Takes the next bytes of the stream. Triplets that were given before are no longer valid.
     QLX_EXPORT void push(std::span<const std::uint8_t> bytes);
@@ -149,7 +153,6 @@ private:
     [[nodiscard]] Leads leadsOn(const TripletHeader& header, std::span<const std::uint8_t> bytes) const;
     Step give(const TripletHeader& header, bool isValueKept);
     void doubt(const Finding& why);
-    void endWithCut(std::uint64_t needed, std::uint64_t there);
     void drop(std::size_t count) noexcept;
     void report(FindingCode code, Severity severity, std::uint64_t offset, std::uint64_t first, std::uint64_t second);
     [[nodiscard]] std::span<const std::uint8_t> rest() const noexcept {
