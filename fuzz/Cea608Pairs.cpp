@@ -7,13 +7,14 @@
 
 using qlxfuzz::require;
 using namespace qlx::tool;
+namespace screen = qlx::screen;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kMostBytes = 256;
     size = std::min(size, kMostBytes);
     for (const CaptionChannel channel : {CaptionChannel{1, 1}, {1, 2}, {2, 1}, {2, 2}}) {
         Cea608Screen decoder(channel);
-        Screen screen = decoder.screen();
+        screen::Screen screen = decoder.screen();
         for (std::size_t index = 0; index + 1 < size; index += 2) {
             if (decoder.receive(data[index], data[index + 1])) {
                 screen = decoder.screen();

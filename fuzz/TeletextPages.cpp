@@ -8,6 +8,7 @@
 
 using qlxfuzz::require;
 using namespace qlx::tool;
+namespace screen = qlx::screen;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     qlxfuzz::Input input(data, size);
@@ -17,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     bytes.resize(std::min(bytes.size(), kMostBytes));
     TeletextPage page;
     TeletextList list(size % 2 == 0);
-    Screen screen = page.screen();
+    screen::Screen screen = page.screen();
     for (std::size_t begin = 0; begin < bytes.size();) {
         const std::size_t length = std::min<std::size_t>(bytes[begin], bytes.size() - begin - 1);
         const std::vector<std::uint8_t> packet(bytes.begin() + static_cast<std::ptrdiff_t>(begin + 1),

@@ -21,3 +21,4 @@
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
+#include <qlx/screen/screen.h>

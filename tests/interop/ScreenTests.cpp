@@ -26,6 +26,7 @@ TEST(VbiScreens, NeedLibzvbi) {
 namespace {
 
 using namespace qlx::tool;
+namespace screen = qlx::screen;
 
 // EN 300 706, clause 8.2.
 constexpr std::array<std::uint8_t, 16> kHamming{0x15, 0x02, 0x49, 0x5E, 0x64, 0x73, 0x38, 0x2F,
@@ -57,9 +58,10 @@ Seen seen(unsigned character, unsigned foreground, unsigned background, bool isV
     return {isBlank ? ' ' : character, isBlank ? 0 : foreground, background, true, part};
 }
 
-Seen seenOf(const ScreenCell& cell) {
-    return seen(static_cast<unsigned>(cell.character), static_cast<unsigned>(cell.foreground),
-                static_cast<unsigned>(cell.background), cell.isVisible, static_cast<int>(cell.part));
+Seen seenOf(const screen::Cell& cell) {
+    return seen(
+        static_cast<unsigned>(cell.shownCharacter()), static_cast<unsigned>(screen::basicIndex(cell.foreground)),
+        static_cast<unsigned>(screen::basicIndex(cell.background)), cell.isVisible, static_cast<int>(cell.part));
 }
 
 Seen seenOf(const vbi_char& cell) {
@@ -151,7 +153,7 @@ std::string pageDifferences(const std::vector<Bytes>& rows, bool isSubtitle, uns
     if (!vbi_fetch_vt_page(decoder.get(), fetched.get(), 0x888, VBI_ANY_SUBNO, VBI_WST_LEVEL_1, 25, FALSE)) {
         return "the library has no page";
     }
-    const Screen screen = page.screen();
+    const screen::Screen screen = page.screen();
     std::string differences;
     for (std::size_t row = 1; row < 25; ++row) {
         std::vector<Seen> ours;
@@ -245,7 +247,7 @@ public:
         if (!vbi_fetch_cc_page(_decoder.get(), page.get(), 1, TRUE) || page->columns != 34 || page->rows != 15) {
             return "the library has no screen of 15 rows and 34 columns";
         }
-        const Screen screen = _screen.screen();
+        const screen::Screen screen = _screen.screen();
         std::string found;
         for (std::size_t row = 0; row < 15; ++row) {
             std::vector<Seen> ours;

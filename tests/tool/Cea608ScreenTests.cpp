@@ -9,6 +9,7 @@
 namespace {
 
 using namespace qlx::tool;
+namespace screen = qlx::screen;
 using Lines = std::vector<std::string>;
 
 std::uint8_t odd(unsigned code) {
@@ -45,11 +46,11 @@ public:
     Receiver& endOfCaption() { return control(0x14, 0x2F); }
 
     [[nodiscard]] bool wasChanged() const { return _wasChanged; }
-    [[nodiscard]] Screen screen() const { return _screen.screen(); }
+    [[nodiscard]] screen::Screen screen() const { return _screen.screen(); }
     [[nodiscard]] Lines lines() const { return screenLines(screen(), false); }
 
     /// A cell by its column, counted from 0 without the margin.
-    [[nodiscard]] ScreenCell cell(std::size_t row, std::size_t column) const {
+    [[nodiscard]] screen::Cell cell(std::size_t row, std::size_t column) const {
         return screen().row(row - 1)[column + 1];
     }
 
@@ -132,8 +133,8 @@ TEST(Preamble, SetsRowColumnAndStyle) {
     // There is no second row to 0x10.
     receiver.control(0x10, 0x60).endOfCaption();
     EXPECT_EQ(receiver.lines(), expected);
-    using enum ScreenColor;
-    constexpr std::array<ScreenColor, 7> kColours{White, Green, Blue, Cyan, Red, Yellow, Magenta};
+    using enum screen::Color;
+    constexpr std::array<screen::Color, 7> kColours{White, Green, Blue, Cyan, Red, Yellow, Magenta};
     for (unsigned style = 0; style < 8; ++style) {
         Receiver styled;
         styled.resumeLoading().control(0x11, 0x40 | style << 1U | 1U).text("x").endOfCaption();
@@ -149,14 +150,14 @@ TEST(MidRow, TakesASpaceAndChangesTheStyle) {
     receiver.control(0x11, 0x2F).text("c").control(0x11, 0x20).text("d").control(0x14, 0x28).text("e");
     receiver.endOfCaption();
     EXPECT_EQ(receiver.lines(), Lines{"  15   a b c d e"});
-    EXPECT_EQ(receiver.cell(15, 0).foreground, ScreenColor::White);
-    EXPECT_EQ(receiver.cell(15, 2).foreground, ScreenColor::Red);
+    EXPECT_EQ(receiver.cell(15, 0).foreground, screen::Color::White);
+    EXPECT_EQ(receiver.cell(15, 2).foreground, screen::Color::Red);
     EXPECT_FALSE(receiver.cell(15, 2).isItalic);
     // Italics leave the colour, a colour ends italics.
-    EXPECT_EQ(receiver.cell(15, 4).foreground, ScreenColor::Red);
+    EXPECT_EQ(receiver.cell(15, 4).foreground, screen::Color::Red);
     EXPECT_TRUE(receiver.cell(15, 4).isItalic);
     EXPECT_TRUE(receiver.cell(15, 4).isUnderlined);
-    EXPECT_EQ(receiver.cell(15, 6).foreground, ScreenColor::White);
+    EXPECT_EQ(receiver.cell(15, 6).foreground, screen::Color::White);
     EXPECT_FALSE(receiver.cell(15, 6).isItalic);
     EXPECT_FALSE(receiver.cell(15, 6).isFlashing);
     EXPECT_TRUE(receiver.cell(15, 8).isFlashing);
@@ -174,10 +175,10 @@ TEST(Background, TakesThePlaceOfASpace) {
         .text("c");
     receiver.endOfCaption();
     EXPECT_EQ(receiver.lines(), Lines{"  15   a b c"});
-    EXPECT_EQ(receiver.cell(15, 0).background, ScreenColor::Black);
-    EXPECT_EQ(receiver.cell(15, 1).background, ScreenColor::Blue);
-    EXPECT_EQ(receiver.cell(15, 4).background, ScreenColor::Blue);
-    EXPECT_EQ(receiver.cell(15, 4).foreground, ScreenColor::Black);
+    EXPECT_EQ(receiver.cell(15, 0).background, screen::Color::Black);
+    EXPECT_EQ(receiver.cell(15, 1).background, screen::Color::Blue);
+    EXPECT_EQ(receiver.cell(15, 4).background, screen::Color::Blue);
+    EXPECT_EQ(receiver.cell(15, 4).foreground, screen::Color::Black);
     EXPECT_TRUE(receiver.cell(15, 4).isUnderlined);
 }
 

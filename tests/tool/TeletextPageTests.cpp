@@ -13,6 +13,7 @@
 namespace {
 
 using namespace qlx::tool;
+namespace screen = qlx::screen;
 using qlxtest::fromHex;
 using Lines = std::vector<std::string>;
 
@@ -79,7 +80,7 @@ std::vector<std::uint8_t> sdp(const std::vector<std::vector<std::uint8_t>>& pack
 }
 
 /// Page 888 with rows, on one page header.
-Screen screenWith(const std::vector<std::vector<std::uint8_t>>& rows, const Control& control = {}) {
+screen::Screen screenWith(const std::vector<std::vector<std::uint8_t>>& rows, const Control& control = {}) {
     TeletextPage page;
     (void)page.receive(sdp({header(0x88, control)}));
     for (const auto& packet : rows) {
@@ -88,7 +89,7 @@ Screen screenWith(const std::vector<std::vector<std::uint8_t>>& rows, const Cont
     return page.screen();
 }
 
-Lines linesOf(const Screen& screen) {
+Lines linesOf(const screen::Screen& screen) {
     return screenLines(screen, false);
 }
 
@@ -176,21 +177,21 @@ TEST(TeletextPage, ShowsWhatThisSystemSends) {
     EXPECT_TRUE(page.receive(fromHex(qlxtest::eraseHex(1))));
     EXPECT_FALSE(page.screen().hasText());
     EXPECT_TRUE(page.receive(fromHex(qlxtest::bonjourHex(2))));
-    const Screen screen = page.screen();
+    const screen::Screen screen = page.screen();
     // Row 11 of the subtitle is 22 for a receiver. 13 spaces, four codes of which the last is in the box, the text.
     EXPECT_EQ(linesOf(screen), Lines{"  22  " + std::string(17, ' ') + "Bonjour"});
-    const ScreenCell* const upper = screen.row(22);
-    const ScreenCell* const lower = screen.row(23);
+    const auto upper = screen.row(22);
+    const auto lower = screen.row(23);
     for (std::size_t column = 0; column < 40; ++column) {
         const bool isInBox = column >= 16 && column <= 24;
         EXPECT_EQ(upper[column].isVisible, isInBox) << column;
         EXPECT_EQ(lower[column].isVisible, isInBox) << column;
         if (isInBox) {
-            EXPECT_EQ(upper[column].part, CellPart::UpperHalf);
-            EXPECT_EQ(lower[column].part, CellPart::LowerHalf);
+            EXPECT_EQ(upper[column].part, screen::CellPart::UpperHalf);
+            EXPECT_EQ(lower[column].part, screen::CellPart::LowerHalf);
             EXPECT_EQ(lower[column].character, upper[column].character);
-            EXPECT_EQ(upper[column].foreground, ScreenColor::White);
-            EXPECT_EQ(upper[column].background, ScreenColor::Black);
+            EXPECT_EQ(upper[column].foreground, screen::Color::White);
+            EXPECT_EQ(upper[column].background, screen::Color::Black);
         }
     }
     EXPECT_EQ(upper[17].character, U'B');
@@ -272,17 +273,18 @@ TEST(TeletextPage, LivesWithDamage) {
 }
 
 TEST(TeletextRow, TakesColoursFromTheNextCharacterOn) {
-    const Screen screen = screenWith({row(10, "\x0B\x0B\x01r\x02g\x03y\x04"
-                                              "b\x05m\x06"
-                                              "c\x07w\x1D\x04i\x1Cn\x0A\x0A")});
-    const ScreenCell* const cells = screen.row(10);
+    const screen::Screen screen = screenWith({row(10, "\x0B\x0B\x01r\x02g\x03y\x04"
+                                                      "b\x05m\x06"
+                                                      "c\x07w\x1D\x04i\x1Cn\x0A\x0A")});
+    const auto cells = screen.row(10);
     EXPECT_EQ(linesOf(screen), Lines{"  10     r g y b m c w  i n"});
-    const auto expect = [&](std::size_t column, char32_t character, ScreenColor foreground, ScreenColor background) {
+    const auto expect = [&](std::size_t column, char32_t character, screen::Color foreground,
+                            screen::Color background) {
         EXPECT_EQ(cells[column].character, character) << column;
         EXPECT_EQ(cells[column].foreground, foreground) << column;
         EXPECT_EQ(cells[column].background, background) << column;
     };
-    using enum ScreenColor;
+    using enum screen::Color;
     expect(2, U' ', White, Black);
     expect(3, U'r', Red, Black);
     expect(4, U' ', Red, Black);
@@ -308,16 +310,16 @@ TEST(TeletextRow, ShowsOnlyTheBoxesOfASubtitlePage) {
 }
 
 TEST(TeletextRow, HidesTheRowBelowDoubleHeight) {
-    const Screen screen = screenWith({row(10, "\x0B\x0Bsmall\x0D"
-                                              "high\x0Csmall\x0A\x0A"),
-                                      row(11, "\x0B\x0Bhidden\x0A\x0A"), row(12, "\x0B\x0Bshown\x0A\x0A")});
+    const screen::Screen screen = screenWith({row(10, "\x0B\x0Bsmall\x0D"
+                                                      "high\x0Csmall\x0A\x0A"),
+                                              row(11, "\x0B\x0Bhidden\x0A\x0A"), row(12, "\x0B\x0Bshown\x0A\x0A")});
     EXPECT_EQ(linesOf(screen), (Lines{"  10    small high small", "  12    shown"}));
-    EXPECT_EQ(screen.row(10)[2].part, CellPart::Whole);
+    EXPECT_EQ(screen.row(10)[2].part, screen::CellPart::Whole);
     EXPECT_EQ(screen.row(11)[2].character, U' ');
     EXPECT_TRUE(screen.row(11)[2].isVisible);
     EXPECT_EQ(screen.row(11)[8].character, U'h');
-    EXPECT_EQ(screen.row(11)[8].part, CellPart::LowerHalf);
-    EXPECT_EQ(screen.row(10)[13].part, CellPart::Whole);
+    EXPECT_EQ(screen.row(11)[8].part, screen::CellPart::LowerHalf);
+    EXPECT_EQ(screen.row(10)[13].part, screen::CellPart::Whole);
     // Rows 23 and 24 have none.
     EXPECT_EQ(linesOf(screenWith({row(23, "\x0B\x0B\x0D"
                                           "A\x0A\x0A"),
@@ -327,19 +329,19 @@ TEST(TeletextRow, HidesTheRowBelowDoubleHeight) {
 }
 
 TEST(TeletextRow, ConcealsFlashesAndHoldsMosaics) {
-    const Screen screen = screenWith({row(10, "\x0B\x0B"
-                                              "a\x18xx\x07"
-                                              "b\x08"
-                                              "c\x09"
-                                              "d\x0A\x0A"),
-                                      row(11, "\x0B\x0B\x11\x7F\x1E\x12\x21\x41\x1F\x13\x0A\x0A")});
+    const screen::Screen screen = screenWith({row(10, "\x0B\x0B"
+                                                      "a\x18xx\x07"
+                                                      "b\x08"
+                                                      "c\x09"
+                                                      "d\x0A\x0A"),
+                                              row(11, "\x0B\x0B\x11\x7F\x1E\x12\x21\x41\x1F\x13\x0A\x0A")});
     EXPECT_EQ(linesOf(screen), (Lines{"  10    a    b c d", "  11     ███🬀A🬀"}));
     // Both the code that holds mosaics and the colour behind it show the full block again, and so does the release
     // the last mosaic, which the letter in between is not.
     EXPECT_FALSE(screen.row(10)[8].isFlashing);
     EXPECT_TRUE(screen.row(10)[9].isFlashing);
     EXPECT_FALSE(screen.row(10)[10].isFlashing);
-    EXPECT_EQ(screen.row(11)[4].foreground, ScreenColor::Red);
+    EXPECT_EQ(screen.row(11)[4].foreground, screen::Color::Red);
 }
 
 TEST(TeletextPage, ShowsTheHeaderOfAnOrdinaryPage) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <span>
 #include <utility>
 
 namespace qlx::tool {
@@ -34,9 +35,9 @@ enum Miscellaneous : std::uint8_t {
 };
 
 // By three bits of preamble, mid-row and background codes.
-constexpr std::array<ScreenColor, 8> kColours{ScreenColor::White,   ScreenColor::Green, ScreenColor::Blue,
-                                              ScreenColor::Cyan,    ScreenColor::Red,   ScreenColor::Yellow,
-                                              ScreenColor::Magenta, ScreenColor::Black};
+constexpr std::array<screen::Color, 8> kColours{screen::Color::White,   screen::Color::Green, screen::Color::Blue,
+                                                screen::Color::Cyan,    screen::Color::Red,   screen::Color::Yellow,
+                                                screen::Color::Magenta, screen::Color::Black};
 constexpr unsigned kItalicsStyle = 7;
 
 // The upper row (counted from 0) of each first byte's two; the row code 0 has only one row.
@@ -270,10 +271,10 @@ bool Cea608Screen::receiveTab(std::uint8_t code) {
     if (code >= kTab1 && code <= kTab3) {
         _column = std::min<std::size_t>(_column + code - kTab1 + 1, kCaptionColumns - 1);
     } else if (code == kTransparentBackground) {
-        return receiveBackground(ScreenColor::Black);
+        return receiveBackground(screen::Color::Black);
     } else if (code == kBlackCharacters || code == kBlackCharacters + 1) {
         (void)backspace();
-        _style.foreground = ScreenColor::Black;
+        _style.foreground = screen::Color::Black;
         _style.isItalic = false;
         _style.isUnderlined = (code & 1U) != 0;
         return put(U' ');
@@ -319,7 +320,7 @@ bool Cea608Screen::receiveMidRow(std::uint8_t code) {
 }
 
 /// A background code takes the place of the space that is sent before it for receivers that do not know it.
-bool Cea608Screen::receiveBackground(ScreenColor colour) {
+bool Cea608Screen::receiveBackground(screen::Color colour) {
     (void)backspace();
     _style.background = colour;
     return put(U' ');
@@ -333,7 +334,7 @@ bool Cea608Screen::receiveExtended(std::uint8_t group, std::uint8_t code) {
 
 /// Writes at the cursor; the character 0 is a transparent space.
 bool Cea608Screen::put(char32_t character) {
-    ScreenCell cell;
+    screen::Cell cell;
     if (character != U'\0') {
         cell.character = character;
         cell.foreground = _style.foreground;
@@ -365,18 +366,18 @@ bool Cea608Screen::backspace() {
 bool Cea608Screen::deleteToEndOfRow() {
     Row& row = currentRow();
     std::fill(row.begin() + static_cast<std::ptrdiff_t>(std::min(_column, kCaptionColumns - 1)), row.end(),
-              ScreenCell{});
+              screen::Cell{});
     return writesDisplayed();
 }
 
-Screen Cea608Screen::screen() const {
+screen::Screen Cea608Screen::screen() const {
     constexpr std::size_t kMargin = 1;
-    Screen screen{ScreenKind::Captions, kCaptionColumns + 2 * kMargin, 1, {}};
-    screen.cells.resize(screen.columns * kCaptionRows);
+    screen::Screen screen =
+        screen::Screen::blank(screen::System::Cea608, kCaptionRows, kCaptionColumns + 2 * kMargin, 1);
     for (std::size_t index = 0; index < kCaptionRows; ++index) {
-        ScreenCell* const row = screen.row(index);
+        const std::span<screen::Cell> row = screen.row(index);
         const Row& from = _displayed[index];
-        std::copy(from.begin(), from.end(), row + kMargin);
+        std::copy(from.begin(), from.end(), row.begin() + kMargin);
         const auto isShown = [&from](std::size_t column) { return column < from.size() && from[column].isVisible; };
         for (std::size_t column = 0; column < screen.columns; ++column) {
             // Column 0 is the margin: `column` is behind the memory's `column - 1`, and wraps around harmlessly.

@@ -1,7 +1,7 @@
 // A caption channel of line 21 as a receiver shows it (CTA-608), decoded from its byte pairs.
 #pragma once
 
-#include "Screen.h"
+#include <qlx/screen/screen.h>
 
 #include <array>
 #include <cstddef>
@@ -45,7 +45,7 @@ public:
     void expectNoRepetition() noexcept { _lastControl = {}; }
 
     /// What is shown now: 15 rows of 34 columns, as text has a solid space on both sides.
-    [[nodiscard]] Screen screen() const;
+    [[nodiscard]] screen::Screen screen() const;
 
     [[nodiscard]] CaptionChannel channel() const noexcept { return _channel; }
 
@@ -53,14 +53,14 @@ private:
     enum class Mode : std::uint8_t { None, PopOn, PaintOn, RollUp };
 
     struct Style {
-        ScreenColor foreground = ScreenColor::White;
-        ScreenColor background = ScreenColor::Black;
+        screen::Color foreground = screen::Color::White;
+        screen::Color background = screen::Color::Black;
         bool isItalic = false;
         bool isUnderlined = false;
         bool isFlashing = false;
     };
 
-    using Row = std::array<ScreenCell, kCaptionColumns>;
+    using Row = std::array<screen::Cell, kCaptionColumns>;
     using Memory = std::array<Row, kCaptionRows>;
 
     bool receiveControl(std::uint8_t first, std::uint8_t second);
@@ -69,7 +69,7 @@ private:
     bool receiveTab(std::uint8_t code);
     bool receivePreamble(std::uint8_t group, std::uint8_t code);
     bool receiveMidRow(std::uint8_t code);
-    bool receiveBackground(ScreenColor colour);
+    bool receiveBackground(screen::Color colour);
     bool receiveExtended(std::uint8_t group, std::uint8_t code);
     bool receiveText(std::uint8_t code, bool isSound);
     void start(Mode mode);

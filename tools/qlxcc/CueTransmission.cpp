@@ -2,7 +2,6 @@
 
 #include "CaptionFrames.h"
 #include "Cea608Screen.h"
-#include "Screen.h"
 #include "TeletextPacket.h"
 #include "TeletextPage.h"
 
@@ -27,16 +26,16 @@ constexpr std::uint8_t kFirstLine = 10;
 
 /// The characters between the two cells that a row's box, or the solid space around a caption, has on its sides; none
 /// when nothing of the row is to be seen.
-std::optional<std::u32string> textInBox(std::span<const ScreenCell> row) {
-    const auto isVisible = [](const ScreenCell& cell) { return cell.isVisible; };
+std::optional<std::u32string> textInBox(std::span<const screen::Cell> row) {
+    const auto isVisible = [](const screen::Cell& cell) { return cell.isVisible; };
     const auto first = std::find_if(row.begin(), row.end(), isVisible);
     const auto last = std::find_if(row.rbegin(), row.rend(), isVisible).base();
-    if (first == row.end() || first->part == CellPart::LowerHalf) {
+    if (first == row.end() || first->part == screen::CellPart::LowerHalf) {
         return std::nullopt;
     }
     std::u32string text;
     for (auto cell = first + 1; cell + 1 < last; ++cell) {
-        text += cell->isVisible ? cell->character : U' ';
+        text += cell->isVisible ? cell->shownCharacter() : U' ';
     }
     return text;
 }
@@ -69,7 +68,7 @@ public:
         const Data rows = _packetizer->linesPacketWithLines_oddField(lines, true);
         (void)_page.receive(_header);
         (void)_page.receive(rows);
-        const Screen screen = _page.screen();
+        const screen::Screen screen = _page.screen();
         const auto packets = packetsOf(rows).packets;
         ShownRows shown(std::min(lines.size(), packets.size()));
         for (std::size_t index = 0; index < shown.size(); ++index) {
@@ -78,7 +77,7 @@ public:
             const bool isOverwritten =
                 std::any_of(later.begin(), later.end(), [row](const auto& packet) { return addressOf(packet) == row; });
             if (row < screen.rows() && !isOverwritten) {
-                shown[index] = textInBox({screen.row(row), screen.columns});
+                shown[index] = textInBox(screen.row(row));
             }
         }
         return shown;
@@ -137,11 +136,11 @@ public:
         for (std::size_t offset = 0; offset + 1 < caption.size(); offset += 2) {
             (void)receiver.receive(caption[offset], caption[offset + 1]);
         }
-        const Screen screen = receiver.screen();
+        const screen::Screen screen = receiver.screen();
         ShownRows shown(std::min(cue->subtitleLines().size(), kSentCaptionRows));
         for (std::size_t index = 0; index < shown.size(); ++index) {
             const std::size_t row = kFirstSentCaptionRow - screen.firstRow + index;
-            shown[index] = textInBox({screen.row(row), screen.columns}).value_or(std::u32string());
+            shown[index] = textInBox(screen.row(row)).value_or(std::u32string());
         }
         return shown;
     }

@@ -35,7 +35,7 @@ public:
         return isChanged;
     }
 
-    [[nodiscard]] Screen screen() const override { return _page.screen(); }
+    [[nodiscard]] screen::Screen screen() const override { return _page.screen(); }
     [[nodiscard]] std::string_view kind() const override { return "page"; }
     [[nodiscard]] std::string name() const override { return teletextPageName(_number); }
     [[nodiscard]] bool isCarried() const override { return _isCarried; }
@@ -79,7 +79,7 @@ public:
         return isChanged;
     }
 
-    [[nodiscard]] Screen screen() const override { return _screen.screen(); }
+    [[nodiscard]] screen::Screen screen() const override { return _screen.screen(); }
     [[nodiscard]] std::string_view kind() const override { return "channel"; }
     [[nodiscard]] std::string name() const override { return std::string(nameOf(_screen.channel())); }
     [[nodiscard]] bool isCarried() const override { return _isCarried; }

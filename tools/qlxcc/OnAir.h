@@ -3,7 +3,8 @@
 
 #include "Cea608Screen.h"
 #include "Frame.h"
-#include "Screen.h"
+
+#include <qlx/screen/screen.h>
 
 #include <cstdint>
 #include <memory>
@@ -24,7 +25,7 @@ public:
     /// @return Whether the screen may look different now.
     virtual bool receive(const Frame& frame) = 0;
 
-    [[nodiscard]] virtual Screen screen() const = 0;
+    [[nodiscard]] virtual screen::Screen screen() const = 0;
 
     /// `page`, `channel`.
     [[nodiscard]] virtual std::string_view kind() const = 0;

@@ -69,7 +69,7 @@ std::string TeletextList::rowLine(const TeletextPacket& packet) const {
     TeletextRowStyle style;
     style.nationalOption = _nationalOptions[packet.magazine & 7U];
     style.showsBoxesOnly = std::find(codes.begin(), codes.end(), kStartBox) != codes.end();
-    std::array<ScreenCell, kTeletextDataSize> cells;
+    std::array<screen::Cell, kTeletextDataSize> cells;
     (void)drawTeletextRow(codes, style, cells);
     const std::string text = rowText(cells, false, _inColours);
     return "row " + std::to_string(packet.address) + ": " + (text.empty() ? "empty" : text);

@@ -19,7 +19,7 @@ void requireScreenImages() {
     }
 }
 
-Image screenImage(const Screen& screen) {
+Image screenImage(const screen::Screen& screen) {
     requireScreenImages();
     return module<ScreenPainter>().paint(screen, [](std::uint8_t code) { return teletextMosaic(code); });
 }

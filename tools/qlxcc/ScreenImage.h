@@ -2,7 +2,8 @@
 #pragma once
 
 #include "Image.h"
-#include "Screen.h"
+
+#include <qlx/screen/screen.h>
 
 namespace qlx::tool {
 
@@ -11,6 +12,6 @@ void requireScreenImages();
 
 /// Draws a screen over a grey picture.
 /// @throws Failure when pictures of screens cannot be drawn here.
-[[nodiscard]] Image screenImage(const Screen& screen);
+[[nodiscard]] Image screenImage(const screen::Screen& screen);
 
 }  // namespace qlx::tool

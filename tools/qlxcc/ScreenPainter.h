@@ -2,7 +2,8 @@
 #pragma once
 
 #include "Image.h"
-#include "Screen.h"
+
+#include <qlx/screen/screen.h>
 
 #include <cstdint>
 
@@ -14,7 +15,7 @@ public:
 
     /// Draws a screen over a grey picture.
     /// @param mosaic The character of a teletext mosaic code.
-    [[nodiscard]] virtual Image paint(const Screen& screen, char32_t (*mosaic)(std::uint8_t code)) = 0;
+    [[nodiscard]] virtual Image paint(const screen::Screen& screen, char32_t (*mosaic)(std::uint8_t code)) = 0;
 
 protected:
     ~ScreenPainter() = default;

@@ -16,26 +16,31 @@ constexpr std::size_t kRowNumberWidth = 4;
 constexpr std::array<std::string_view, 8> kColourNames{"black", "red",     "green", "yellow",
                                                        "blue",  "magenta", "cyan",  "white"};
 
-std::string_view nameOf(ScreenColor colour) {
-    return kColourNames[static_cast<std::size_t>(colour) & 7U];
+std::string_view nameOf(screen::Color colour) {
+    return kColourNames[screen::basicIndex(colour)];
 }
 
-char32_t shownIn(const ScreenCell& cell) {
-    return cell.isVisible && cell.part != CellPart::LowerHalf && cell.character >= U' ' ? cell.character : U' ';
+char32_t shownIn(const screen::Cell& cell) {
+    return cell.isVisible && cell.part != screen::CellPart::LowerHalf && cell.shownCharacter() >= U' '
+               ? cell.shownCharacter()
+               : U' ';
 }
 
-bool looksAlike(const ScreenCell& left, const ScreenCell& right) {
+bool looksAlike(const screen::Cell& left, const screen::Cell& right) {
     if (!left.isVisible && !right.isVisible) {
         return true;
     }
-    ScreenCell other = right;
+    screen::Cell other = right;
     other.character = left.character;
     other.part = left.part;
+    other.side = left.side;
+    other.isConcealed = left.isConcealed;
+    other.backgroundOpacity = left.backgroundOpacity;
     return left == other;
 }
 
 /// ECMA-48: reset, then what the cell has.
-std::string codesOf(const ScreenCell& cell) {
+std::string codesOf(const screen::Cell& cell) {
     if (!cell.isVisible) {
         return "\x1b[0m";
     }
@@ -43,8 +48,8 @@ std::string codesOf(const ScreenCell& cell) {
     codes += cell.isItalic ? ";3" : "";
     codes += cell.isUnderlined ? ";4" : "";
     codes += cell.isFlashing ? ";5" : "";
-    codes += ";3" + std::to_string(static_cast<unsigned>(cell.foreground));
-    return codes + ";4" + std::to_string(static_cast<unsigned>(cell.background)) + "m";
+    codes += ";3" + std::to_string(screen::basicIndex(cell.foreground));
+    return codes + ";4" + std::to_string(screen::basicIndex(cell.background)) + "m";
 }
 
 /// The columns that hold what is to be seen: from the first text to the last.
@@ -53,8 +58,8 @@ struct TextRange {
     std::size_t end = 0;
 };
 
-TextRange textRange(std::span<const ScreenCell> row) {
-    const auto hasText = [](const ScreenCell& cell) { return cell.hasText(); };
+TextRange textRange(std::span<const screen::Cell> row) {
+    const auto hasText = [](const screen::Cell& cell) { return cell.hasText(); };
     const auto first = std::find_if(row.begin(), row.end(), hasText);
     const auto last = std::find_if(row.rbegin(), row.rend(), hasText);
     return first == row.end()
@@ -62,7 +67,7 @@ TextRange textRange(std::span<const ScreenCell> row) {
                : TextRange{static_cast<std::size_t>(first - row.begin()), static_cast<std::size_t>(row.rend() - last)};
 }
 
-Array runsOf(std::span<const ScreenCell> cells) {
+Array runsOf(std::span<const screen::Cell> cells) {
     Array runs;
     for (std::size_t begin = 0; begin < cells.size();) {
         std::size_t end = begin;
@@ -71,7 +76,7 @@ Array runsOf(std::span<const ScreenCell> cells) {
             appendUtf8(text, shownIn(cells[end]));
         }
         Dictionary run{{"text", text}};
-        const ScreenCell& cell = cells[begin];
+        const screen::Cell& cell = cells[begin];
         if (cell.isVisible) {
             run.set("color", nameOf(cell.foreground));
             run.set("background", nameOf(cell.background));
@@ -90,7 +95,7 @@ Array runsOf(std::span<const ScreenCell> cells) {
 
 }  // namespace
 
-std::string rowText(std::span<const ScreenCell> row, bool keepsPlace, bool inColours) {
+std::string rowText(std::span<const screen::Cell> row, bool keepsPlace, bool inColours) {
     TextRange range = textRange(row);
     if (range.end == 0) {
         return {};
@@ -105,8 +110,8 @@ std::string rowText(std::span<const ScreenCell> row, bool keepsPlace, bool inCol
             ++range.end;
         }
     }
-    const ScreenCell* last = nullptr;
-    for (const ScreenCell& cell : row.subspan(range.begin, range.end - range.begin)) {
+    const screen::Cell* last = nullptr;
+    for (const screen::Cell& cell : row.subspan(range.begin, range.end - range.begin)) {
         if (inColours && (last == nullptr ? cell.isVisible : !looksAlike(*last, cell))) {
             text += codesOf(cell);
         }
@@ -116,10 +121,10 @@ std::string rowText(std::span<const ScreenCell> row, bool keepsPlace, bool inCol
     return inColours ? text + "\x1b[0m" : text;
 }
 
-std::vector<std::string> screenLines(const Screen& screen, bool inColours) {
+std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours) {
     std::vector<std::string> lines;
     for (std::size_t index = 0; index < screen.rows(); ++index) {
-        const std::string text = rowText(std::span(screen.row(index), screen.columns), true, inColours);
+        const std::string text = rowText(screen.row(index), true, inColours);
         if (!text.empty()) {
             lines.push_back(rightAligned(screen.firstRow + index, kRowNumberWidth) + "  " + text);
         }
@@ -127,10 +132,10 @@ std::vector<std::string> screenLines(const Screen& screen, bool inColours) {
     return lines;
 }
 
-Array screenRows(const Screen& screen) {
+Array screenRows(const screen::Screen& screen) {
     Array rows;
     for (std::size_t index = 0; index < screen.rows(); ++index) {
-        const std::span<const ScreenCell> row(screen.row(index), screen.columns);
+        const std::span<const screen::Cell> row = screen.row(index);
         const TextRange range = textRange(row);
         if (range.end == 0) {
             continue;
@@ -140,9 +145,9 @@ Array screenRows(const Screen& screen) {
                          {"column", range.begin},
                          {"text", rowText(row, false, false)},
                          {"runs", runsOf(cells)}};
-        if (screen.kind == ScreenKind::Teletext) {
-            entry.set("double_height", std::any_of(cells.begin(), cells.end(), [](const ScreenCell& cell) {
-                          return cell.part == CellPart::UpperHalf;
+        if (screen.system == screen::System::Teletext) {
+            entry.set("double_height", std::any_of(cells.begin(), cells.end(), [](const screen::Cell& cell) {
+                          return cell.part == screen::CellPart::UpperHalf;
                       }));
         }
         rows.emplace_back(std::move(entry));

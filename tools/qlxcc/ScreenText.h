@@ -1,9 +1,8 @@
 // Screens as text: for the terminal, with colours where it has them, and as runs of text for other programs.
 #pragma once
 
-#include "Screen.h"
-
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
+#include <qlx/screen/screen.h>
 
 #include <cstddef>
 #include <span>
@@ -15,13 +14,13 @@ namespace qlx::tool {
 /// The visible text of a row, without the spaces at its end.
 /// @param keepsPlace Spaces stand for what is in front of the text, so that rows stand below each other as on a screen.
 /// @param inColours With the codes of ECMA-48 for colours, italics and underlines, and reset at the end.
-[[nodiscard]] std::string rowText(std::span<const ScreenCell> row, bool keepsPlace, bool inColours);
+[[nodiscard]] std::string rowText(std::span<const screen::Cell> row, bool keepsPlace, bool inColours);
 
 /// A line for each row with text: its number and its text in its place.
-[[nodiscard]] std::vector<std::string> screenLines(const Screen& screen, bool inColours);
+[[nodiscard]] std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours);
 
 /// For each row with text `{"row":22,"column":13,"double_height":true,"text":"..","runs":[{"text":"..","color":"white",
 /// "background":"black"}]}`, with `italic`, `underline` and `flash` in the runs that have them.
-[[nodiscard]] Array screenRows(const Screen& screen);
+[[nodiscard]] Array screenRows(const screen::Screen& screen);
 
 }  // namespace qlx::tool

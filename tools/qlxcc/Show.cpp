@@ -29,7 +29,7 @@ namespace {
 /// A page or channel that is watched, and what it shows now.
 struct Watched {
     std::unique_ptr<OnAir> onAir;
-    Screen screen;
+    screen::Screen screen;
     MediaTime since;
     std::uint64_t sinceFrame = 0;
 };
@@ -44,7 +44,7 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
     }
     std::vector<Watched> watched;
     for (auto& onAir : all) {
-        Screen screen = onAir->screen();
+        screen::Screen screen = onAir->screen();
         watched.push_back({std::move(onAir), std::move(screen), {}, 0});
     }
     return watched;
@@ -106,7 +106,7 @@ public:
     }
 
     /// The screen for the picture; an empty one when nothing is on air.
-    [[nodiscard]] const Screen& pictureScreen() const {
+    [[nodiscard]] const screen::Screen& pictureScreen() const {
         const Watched* chosen = nullptr;
         for (const Watched& watched : _watched) {
             if (watched.screen.hasText()) {
@@ -157,7 +157,7 @@ private:
             if (!watched.onAir->receive(frame)) {
                 continue;
             }
-            Screen screen = watched.onAir->screen();
+            screen::Screen screen = watched.onAir->screen();
             if (screen == watched.screen) {
                 continue;
             }
@@ -194,7 +194,7 @@ private:
         }
     }
 
-    void writeRows(const Screen& screen) {
+    void writeRows(const screen::Screen& screen) {
         for (const std::string& line : screenLines(screen, _inColours)) {
             _output.write(line + "\n");
         }
@@ -240,8 +240,8 @@ private:
                                               [](const Watched& watched) { return watched.onAir->isCarried(); });
         for (Watched& watched : _watched) {
             if (isBehind) {
-                watched.screen = Screen{watched.screen.kind, watched.screen.columns, watched.screen.firstRow,
-                                        std::vector<ScreenCell>(watched.screen.cells.size())};
+                watched.screen = screen::Screen::blank(watched.screen.system, watched.screen.rows(),
+                                                       watched.screen.columns, watched.screen.firstRow);
             }
             if (isChosen || !isAnyCarried || watched.onAir->isCarried()) {
                 writeScreen(watched, where.empty() ? watched.onAir->hint() : where);

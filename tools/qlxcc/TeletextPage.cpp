@@ -30,8 +30,8 @@ enum Attribute : std::uint8_t {
     kReleaseMosaics = 0x1F,
 };
 
-ScreenColor colourOf(std::uint8_t code) {
-    return static_cast<ScreenColor>(code & 7U);
+screen::Color colourOf(std::uint8_t code) {
+    return screen::kBasicColors[code & 7U];
 }
 
 /// The state of a receiver that goes along a row.
@@ -39,15 +39,16 @@ class RowPainter {
 public:
     RowPainter(TeletextBytes codes, const TeletextRowStyle& style) : _codes(codes), _style(style) {}
 
-    ScreenCell paint(std::size_t column) {
+    screen::Cell paint(std::size_t column) {
         const std::uint8_t code = _codes[column];
         applyAtOnce(code);
-        ScreenCell cell;
+        screen::Cell cell;
         cell.foreground = _foreground;
         cell.background = _background;
-        cell.part = _isDouble ? CellPart::UpperHalf : CellPart::Whole;
+        cell.part = _isDouble ? screen::CellPart::UpperHalf : screen::CellPart::Whole;
         cell.isVisible = _isBoxed || !_style.showsBoxesOnly;
         cell.isFlashing = _isFlashing;
+        cell.isConcealed = _isConcealed;
         cell.character = characterOf(code);
         applyBehind(code, column);
         return cell;
@@ -66,7 +67,7 @@ private:
         } else {
             character = teletextCharacter(code, _style.nationalOption);
         }
-        return _isConcealed ? U' ' : character;
+        return character;
     }
 
     /// Attributes that already count for their own cell.
@@ -82,7 +83,7 @@ private:
             _isConcealed = true;
             break;
         case kBlackBackground:
-            _background = ScreenColor::Black;
+            _background = screen::Color::Black;
             break;
         case kNewBackground:
             _background = _foreground;
@@ -138,8 +139,8 @@ private:
 
     TeletextBytes _codes;
     const TeletextRowStyle& _style;
-    ScreenColor _foreground = ScreenColor::White;
-    ScreenColor _background = ScreenColor::Black;
+    screen::Color _foreground = screen::Color::White;
+    screen::Color _background = screen::Color::Black;
     char32_t _held = U' ';
     bool _isMosaic = false;
     bool _isHolding = false;
@@ -155,11 +156,11 @@ bool isBlank(TeletextBytes codes) {
 }
 
 /// What the row below one of double height shows: the lower halves, and the background elsewhere.
-void drawLowerHalf(std::span<const ScreenCell> upper, std::span<ScreenCell> lower) {
+void drawLowerHalf(std::span<const screen::Cell> upper, std::span<screen::Cell> lower) {
     for (std::size_t column = 0; column < lower.size(); ++column) {
         lower[column] = upper[column];
-        if (upper[column].part == CellPart::UpperHalf) {
-            lower[column].part = CellPart::LowerHalf;
+        if (upper[column].part == screen::CellPart::UpperHalf) {
+            lower[column].part = screen::CellPart::LowerHalf;
         } else {
             lower[column].character = U' ';
         }
@@ -168,7 +169,8 @@ void drawLowerHalf(std::span<const ScreenCell> upper, std::span<ScreenCell> lowe
 
 }  // namespace
 
-bool drawTeletextRow(TeletextBytes codes, const TeletextRowStyle& style, std::span<ScreenCell, kTeletextDataSize> row) {
+bool drawTeletextRow(TeletextBytes codes, const TeletextRowStyle& style,
+                     std::span<screen::Cell, kTeletextDataSize> row) {
     RowPainter painter(codes, style);
     for (std::size_t column = 0; column < row.size(); ++column) {
         row[column] = painter.paint(column);
@@ -239,9 +241,8 @@ bool TeletextPage::receiveHeader(const TeletextPacket& packet) {
     return true;
 }
 
-Screen TeletextPage::screen() const {
-    Screen screen{ScreenKind::Teletext, kTeletextDataSize, 0, {}};
-    screen.cells.resize(_rows.size() * kTeletextDataSize);
+screen::Screen TeletextPage::screen() const {
+    screen::Screen screen = screen::Screen::blank(screen::System::Teletext, _rows.size(), kTeletextDataSize, 0);
     if (!_isKnown || _header.inhibitsDisplay) {
         return screen;
     }
@@ -252,10 +253,10 @@ Screen TeletextPage::screen() const {
         if (style.showsBoxesOnly && isBlank(_rows[row])) {
             continue;  // without a box, as the cells are already
         }
-        const std::span<ScreenCell, kTeletextDataSize> cells(screen.row(row), kTeletextDataSize);
+        const auto cells = screen.row(row).first<kTeletextDataSize>();
         if (drawTeletextRow(_rows[row], style, cells)) {
             ++row;
-            drawLowerHalf(cells, std::span(screen.row(row), kTeletextDataSize));
+            drawLowerHalf(cells, screen.row(row));
         }
     }
     return screen;

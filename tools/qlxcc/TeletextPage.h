@@ -1,8 +1,9 @@
 // A teletext page as a receiver of level 1 shows it (ETSI EN 300 706), decoded from OP-47 packets.
 #pragma once
 
-#include "Screen.h"
 #include "TeletextPacket.h"
+
+#include <qlx/screen/screen.h>
 
 #include <array>
 #include <bitset>
@@ -25,7 +26,8 @@ struct TeletextRowStyle {
 /// Draws a row: its spacing attributes (EN 300 706, clause 12.2) take effect on the cells.
 /// @param codes Seven bits each.
 /// @return Whether the row has characters of double height, so that the row below it is hidden.
-bool drawTeletextRow(TeletextBytes codes, const TeletextRowStyle& style, std::span<ScreenCell, kTeletextDataSize> row);
+bool drawTeletextRow(TeletextBytes codes, const TeletextRowStyle& style,
+                     std::span<screen::Cell, kTeletextDataSize> row);
 
 /// The codes of a row's packet; a byte with a parity error leaves what stands there.
 void takeTeletextCodes(std::span<const std::uint8_t> data, std::span<std::uint8_t, kTeletextDataSize> codes);
@@ -44,7 +46,7 @@ public:
     bool receive(const TeletextPacket& packet);
 
     /// What is shown now: 25 rows of 40 columns; nothing is visible before the page's first header.
-    [[nodiscard]] Screen screen() const;
+    [[nodiscard]] screen::Screen screen() const;
 
     /// Pages that receivers can show whose headers have been seen, except this one, ascending.
     [[nodiscard]] std::vector<std::uint16_t> otherPages() const;

@@ -60,24 +60,24 @@ unsigned captionCharacter(char32_t character) {
     return kCorners.find(character) != std::u32string_view::npos ? U'+' : character;
 }
 
-vbi_char libraryCell(const ScreenCell& cell, ScreenKind kind, Mosaic mosaic) {
+vbi_char libraryCell(const screen::Cell& cell, screen::System system, Mosaic mosaic) {
     vbi_char result{};
     const bool isBlank = !cell.isVisible;
     result.underline = cell.isUnderlined ? 1U : 0U;
     result.italic = cell.isItalic ? 1U : 0U;
     result.opacity = isBlank ? VBI_TRANSPARENT_SPACE : VBI_OPAQUE;
-    result.foreground = isBlank ? kPictureColour : static_cast<std::uint8_t>(cell.foreground);
-    result.background = isBlank ? kPictureColour : static_cast<std::uint8_t>(cell.background);
-    result.size = cell.part == CellPart::UpperHalf   ? VBI_DOUBLE_HEIGHT
-                  : cell.part == CellPart::LowerHalf ? VBI_DOUBLE_HEIGHT2
-                                                     : VBI_NORMAL_SIZE;
-    const unsigned wanted =
-        kind == ScreenKind::Teletext ? libraryCharacter(cell.character, mosaic) : captionCharacter(cell.character);
+    result.foreground = isBlank ? kPictureColour : static_cast<std::uint8_t>(screen::basicIndex(cell.foreground));
+    result.background = isBlank ? kPictureColour : static_cast<std::uint8_t>(screen::basicIndex(cell.background));
+    result.size = cell.part == screen::CellPart::UpperHalf   ? VBI_DOUBLE_HEIGHT
+                  : cell.part == screen::CellPart::LowerHalf ? VBI_DOUBLE_HEIGHT2
+                                                             : VBI_NORMAL_SIZE;
+    const unsigned wanted = system == screen::System::Teletext ? libraryCharacter(cell.shownCharacter(), mosaic)
+                                                               : captionCharacter(cell.shownCharacter());
     result.unicode = static_cast<std::uint16_t>(isBlank ? ' ' : wanted);
     return result;
 }
 
-std::unique_ptr<vbi_page> libraryPage(const Screen& screen, Mosaic mosaic) {
+std::unique_ptr<vbi_page> libraryPage(const screen::Screen& screen, Mosaic mosaic) {
     auto page = std::make_unique<vbi_page>();
     page->rows = static_cast<int>(screen.rows());
     page->columns = static_cast<int>(screen.columns);
@@ -88,7 +88,7 @@ std::unique_ptr<vbi_page> libraryPage(const Screen& screen, Mosaic mosaic) {
     page->color_map[kPictureColour] = rgba(kPicture);
     const std::size_t count = std::min(screen.cells.size(), std::size(page->text));
     std::transform(screen.cells.begin(), screen.cells.begin() + static_cast<std::ptrdiff_t>(count), page->text,
-                   [&](const ScreenCell& cell) { return libraryCell(cell, screen.kind, mosaic); });
+                   [&](const screen::Cell& cell) { return libraryCell(cell, screen.system, mosaic); });
     return page;
 }
 
@@ -136,7 +136,7 @@ Glyph glyphOf(vbi_page& page, std::size_t column, std::size_t row) {
     return isMissing ? teletextGlyph(page, column, row) : glyph;
 }
 
-Image captionImage(const Screen& screen, vbi_page& page) {
+Image captionImage(const screen::Screen& screen, vbi_page& page) {
     Image image(screen.columns * kCaptionCellWidth, screen.rows() * kCaptionCellHeight, kPicture);
     for (std::size_t row = 0; row < screen.rows(); ++row) {
         for (std::size_t column = 0; column < screen.columns; ++column) {
@@ -162,9 +162,9 @@ Image scaled(const std::vector<Pixel>& pixels, std::size_t width, std::size_t he
 
 class VbiScreenPainter final : public ScreenPainter {
 public:
-    Image paint(const Screen& screen, Mosaic mosaic) override {
+    Image paint(const screen::Screen& screen, Mosaic mosaic) override {
         const auto page = libraryPage(screen, mosaic);
-        if (screen.kind == ScreenKind::Captions) {
+        if (screen.system == screen::System::Cea608) {
             return captionImage(screen, *page);
         }
         const std::size_t width = screen.columns * kTeletextCellWidth;
