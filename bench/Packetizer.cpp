@@ -7,7 +7,7 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
-#include "teletext/SubtitlingDataPacket.h"
+#include "facade/SubtitlingDataPacket.h"
 
 #include <benchmark/benchmark.h>
 

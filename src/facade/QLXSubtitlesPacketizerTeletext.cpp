@@ -1,8 +1,8 @@
 // OP-47 teletext: the blocks and the schedule of frames.
 #include "base/Latin1.h"
-#include "teletext/SubtitlingDataPacket.h"
+#include "facade/SubtitlingDataPacket.h"
+#include "facade/TeletextPacket.h"
 #include "teletext/TeletextCoding.h"
-#include "teletext/TeletextPacket.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

@@ -1,4 +1,4 @@
-#include "teletext/TeletextPacket.h"
+#include "facade/TeletextPacket.h"
 
 #include <algorithm>
 

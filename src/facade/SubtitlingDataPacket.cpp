@@ -1,4 +1,4 @@
-#include "teletext/SubtitlingDataPacket.h"
+#include "facade/SubtitlingDataPacket.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // The subtitling data packet (SDP) of SMPTE RDD 8: header, three teletext packets, footer, checksum.
 #pragma once
 
-#include "teletext/TeletextPacket.h"
+#include "facade/TeletextPacket.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 
