@@ -133,14 +133,14 @@ void filling(benchmark::State& state) {
     std::uint16_t counter = 0;
     for (bool oddField : {false, true}) {
         for (std::uint16_t value = 0; value < 1000; ++value) {
-            if (qlx::sdp::filling(oddField, value) != makeFillingPlainly(oddField, value)) {
+            if (qlx::facade::sdp::filling(oddField, value) != makeFillingPlainly(oddField, value)) {
                 state.SkipWithError("the two builders differ");
                 return;
             }
         }
     }
     for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(qlx::sdp::filling(true, counter++));
+        benchmark::DoNotOptimize(qlx::facade::sdp::filling(true, counter++));
     }
 }
 
@@ -155,7 +155,7 @@ void packetWithFilling(benchmark::State& state) {
     std::uint16_t counter = 0;
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(
-            QLXVANCPacket::OP47VANCPacketWithData_lineNumber(qlx::sdp::filling(true, counter++), 12));
+            QLXVANCPacket::OP47VANCPacketWithData_lineNumber(qlx::facade::sdp::filling(true, counter++), 12));
     }
 }
 

@@ -12,6 +12,7 @@
 #include <qlx/base/result.h>
 #include <qlx/base/ring.h>
 #include <qlx/cc/a53.h>
+#include <qlx/base/utf8.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/cdp_sections.h>
 #include <qlx/cc/rate.h>
@@ -22,3 +23,8 @@
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
 #include <qlx/screen/screen.h>
+#include <qlx/teletext/characters.h>
+#include <qlx/teletext/coding.h>
+#include <qlx/teletext/packet.h>
+#include <qlx/teletext/page.h>
+#include <qlx/teletext/sdp.h>

@@ -1,13 +1,15 @@
 // OP-47 teletext: the blocks and the schedule of frames.
 #include "base/Latin1.h"
+#include "facade/FrenchTeletext.h"
 #include "facade/SubtitlingDataPacket.h"
 #include "facade/TeletextPacket.h"
-#include "teletext/TeletextCoding.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <qlx/teletext/coding.h>
+#include <qlx/teletext/sdp.h>
 
 #include <array>
 #include <cstddef>
@@ -18,7 +20,8 @@
 #include <utility>
 #include <vector>
 
-namespace sdp = qlx::sdp;
+namespace facade = qlx::facade;
+namespace sdp = qlx::facade::sdp;
 namespace teletext = qlx::teletext;
 
 namespace {
@@ -45,18 +48,18 @@ qlx::Data dataOf(const Bytes& bytes) {
     return qlx::Data(bytes.data(), bytes.size());
 }
 
-void writeLine(std::span<std::uint8_t, teletext::kAddressAndDataSize> target, const QLXSubtitleTextLine& line) {
-    std::array<std::uint8_t, teletext::kMaximumTextSize> text;
+void writeLine(std::span<std::uint8_t, teletext::kPacketBytes> target, const QLXSubtitleTextLine& line) {
+    std::array<std::uint8_t, facade::kMaximumTextSize> text;
     std::size_t size = 0;
     if (const auto string = line.textString()) {
         size = qlx::latin1::convertLossy(*string, text);
     }
-    teletext::Row row;
+    facade::Row row;
     row.address = static_cast<std::uint8_t>(line.verticalPosition());
     row.color = static_cast<std::uint8_t>(line.textColor());
     row.alignment = line.alignment();
     row.latin1 = std::span(text).first(size);
-    teletext::writeRow(target, row);
+    facade::writeRow(target, row);
 }
 
 /// Takes the first block of a queue, if there is one.
@@ -89,12 +92,12 @@ qlx::Data QLXSubtitlesPacketizer::startTeletextOutput(const std::shared_ptr<QLXS
     }
     // Blocks take their counters as they are built, in this order.
     qlx::Data erasingHeader = pageHeaderPacketForPageTens_pageUnits_packetAddress_firstLineNumber_oddField_erasePage(
-        kSubtitlePageTens, kSubtitlePageUnits, teletext::kHeaderAddress, sdp::kFirstLine, kEvenField, true);
+        kSubtitlePageTens, kSubtitlePageUnits, facade::kHeaderAddress, sdp::kFirstLine, kEvenField, true);
     qlx::Data rows = subtitle ? linesPacketWithLines_oddField(subtitle->subtitleLines(), kOddField)
                               : sdp::filling(kOddField, takePacketCounter());
     qlx::Data closingHeader =
         fillerAndPageHeaderPacketForPageTens_pageUnits_packetAddress_firstLineNumber_oddField_erasePage(
-            kSubtitlePageTens, kClosingPageUnits, teletext::kHeaderAddress, sdp::kFirstLine, kEvenField, false);
+            kSubtitlePageTens, kClosingPageUnits, facade::kHeaderAddress, sdp::kFirstLine, kEvenField, false);
     const std::lock_guard lock(_queuesMutex);
     _field1PacketsToSend.push_back(std::move(rows));
     _field2PacketsToSend.push_back(std::move(closingHeader));
@@ -133,7 +136,7 @@ QLXSubtitlesPacketizer::pageHeaderPacketForPageTens_pageUnits_packetAddress_firs
     std::uint8_t pageTens, std::uint8_t pageUnits, std::uint8_t packetAddress, std::uint8_t firstLineNumber,
     bool oddField, bool erasePage) {
     sdp::Builder block(firstLineNumber, oddField);
-    teletext::writePageHeader(block.packet(0), pageTens, pageUnits, packetAddress, erasePage);
+    facade::writePageHeader(block.packet(0), pageTens, pageUnits, packetAddress, erasePage);
     return block.finish(takePacketCounter());
 }
 
@@ -142,7 +145,7 @@ QLXSubtitlesPacketizer::fillerAndPageHeaderPacketForPageTens_pageUnits_packetAdd
     std::uint8_t pageTens, std::uint8_t pageUnits, std::uint8_t packetAddress, std::uint8_t /*firstLineNumber*/,
     bool oddField, bool erasePage) {
     sdp::Builder block(sdp::kFirstLine, oddField);
-    teletext::writePageHeader(block.packet(2), pageTens, pageUnits, packetAddress, erasePage);
+    facade::writePageHeader(block.packet(2), pageTens, pageUnits, packetAddress, erasePage);
     return block.finish(takePacketCounter());
 }
 
@@ -158,7 +161,7 @@ qlx::Data QLXSubtitlesPacketizer::linesPacketWithLines_oddField(
     const std::uint64_t firstLine = count != 0 ? rows[0]->verticalPosition() : 0;
     sdp::Builder block(static_cast<std::uint8_t>(firstLine), oddField);
     for (std::size_t index = 0; index < count; ++index) {
-        writeLine(block.packet(index).last<teletext::kAddressAndDataSize>(), *rows[index]);
+        writeLine(block.packet(index).last<teletext::kPacketBytes>(), *rows[index]);
     }
     return block.finish(takePacketCounter());
 }
@@ -166,7 +169,7 @@ qlx::Data QLXSubtitlesPacketizer::linesPacketWithLines_oddField(
 qlx::Data QLXSubtitlesPacketizer::teletextFillingHeaderForOddField_beginWithPacketHeader_endWithPacketFooter(
     bool oddField, bool beginWithPacketHeader, bool endWithPacketFooter) {
     using Bytes = std::span<const std::uint8_t>;
-    const Bytes start = Bytes(sdp::kFillingBlocks[oddField ? 1 : 0]).first<sdp::kHeaderSize + teletext::kPacketSize>();
+    const Bytes start = Bytes(sdp::kFillingBlocks[oddField ? 1 : 0]).first<sdp::kHeaderSize + teletext::kLineBytes>();
     if (!endWithPacketFooter) {
         return beginWithPacketHeader ? dataOf(start) : dataOf(start.subspan<sdp::kHeaderSize>());
     }
@@ -177,7 +180,7 @@ qlx::Data QLXSubtitlesPacketizer::teletextFillingHeaderForOddField_beginWithPack
     }
     // The end of a whole SDP, with the checksum of all of it.
     const qlx::Data whole = sdp::filling(oddField, takePacketCounter());
-    constexpr std::size_t kEndSize = teletext::kPacketSize + sdp::kFooterSize + sdp::kChecksumSize;
+    constexpr std::size_t kEndSize = teletext::kLineBytes + sdp::kFooterSize + sdp::kChecksumSize;
     return dataOf(Bytes(whole).last<kEndSize>());
 }
 
@@ -186,7 +189,7 @@ qlx::Data QLXSubtitlesPacketizer::teletextLineDataWithSubtitleLine(
     if (!line) {
         return {};
     }
-    std::array<std::uint8_t, teletext::kAddressAndDataSize> bytes;
+    std::array<std::uint8_t, teletext::kPacketBytes> bytes;
     writeLine(bytes, *line);
     return dataOf(bytes);
 }
@@ -198,48 +201,48 @@ void QLXSubtitlesPacketizer::appendFooterWithChecksumToPacket(std::vector<std::u
 }
 
 std::uint8_t QLXSubtitlesPacketizer::convertedFrenchCharacter(std::uint8_t character) const noexcept {
-    return teletext::frenchCode(character);
+    return facade::frenchCode(character);
 }
 
 // Test packets
 
 qlx::Data QLXSubtitlesPacketizer::op47TestHeaderPacket() const {
-    std::array<std::uint8_t, teletext::kPacketSize> packet;
-    teletext::writePageHeader(packet, kSubtitlePageTens, kSubtitlePageUnits, teletext::kHeaderAddress, true);
+    std::array<std::uint8_t, teletext::kLineBytes> packet;
+    facade::writePageHeader(packet, kSubtitlePageTens, kSubtitlePageUnits, facade::kHeaderAddress, true);
     return sdp::testPacket(packet);
 }
 
 qlx::Data QLXSubtitlesPacketizer::op47TestSubtitlePacket() const {
     constexpr std::array<std::uint8_t, 10> kText = {'O', 'P', '-', '4', '7', ' ', 'T', 'E', 'S', 'T'};
-    teletext::Row row;
+    facade::Row row;
     row.address = 20;
     row.alignment = 2;
     row.latin1 = kText;
-    auto packet = teletext::kFillingPacket;
-    teletext::writeRow(std::span(packet).last<teletext::kAddressAndDataSize>(), row);
+    auto packet = facade::kFillingPacket;
+    facade::writeRow(std::span(packet).last<teletext::kPacketBytes>(), row);
     return sdp::testPacket(packet);
 }
 
 qlx::Data QLXSubtitlesPacketizer::op47TestFillingPacket() const {
-    return sdp::testPacket(teletext::kFillingPacket);
+    return sdp::testPacket(facade::kFillingPacket);
 }
 
 // Teletext coding
 
 qlx::Data QLXSubtitlesPacketizer::dataWithMagazine_packetAddress(std::uint8_t magazine, std::uint8_t packetAddress) {
-    return dataOf(teletext::addressBytes(magazine, packetAddress));
+    return dataOf(facade::deployedAddressBytes(magazine, packetAddress));
 }
 
 qlx::Data QLXSubtitlesPacketizer::dataWithPageNumberUnits_pageNumberTens(std::uint8_t units, std::uint8_t tens) {
-    return dataOf(teletext::pageNumberBytes(units, tens));
+    return dataOf(facade::deployedPageNumberBytes(units, tens));
 }
 
 qlx::Data QLXSubtitlesPacketizer::pageHeaderDataWithErasePage(bool erasePage) {
-    return dataOf(teletext::pageControlBytes(erasePage));
+    return dataOf(facade::pageControlBytes(erasePage));
 }
 
 qlx::Data QLXSubtitlesPacketizer::fillerDataWithLength(std::uint64_t length) {
-    return qlx::Data::make(length, [length](std::uint8_t* bytes) { teletext::writeFiller({bytes, length}); });
+    return qlx::Data::make(length, [length](std::uint8_t* bytes) { facade::writeFiller({bytes, length}); });
 }
 
 qlx::Data QLXSubtitlesPacketizer::runInAndFramingCode() {
@@ -279,5 +282,5 @@ std::uint8_t QLXSubtitlesPacketizer::byteWithParity(std::uint8_t byte) noexcept 
 }
 
 std::uint8_t QLXSubtitlesPacketizer::vbiPacketDescriptorWithLine_oddField(std::uint8_t line, bool oddField) noexcept {
-    return sdp::descriptor(line, oddField);
+    return teletext::sdpDescriptor(line, oddField);
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace qlx::sdp {
+namespace qlx::facade::sdp {
 
 namespace {
 
@@ -36,7 +36,7 @@ Data filling(bool oddField, std::uint16_t counter) {
     });
 }
 
-Data testPacket(std::span<const std::uint8_t, teletext::kPacketSize> packet) {
+Data testPacket(std::span<const std::uint8_t, teletext::kLineBytes> packet) {
     return Data::make(kTestPacketSize, [packet](std::uint8_t* bytes) {
         const auto start = header(kFirstLine, true);
         auto* const end = std::copy(start.begin(), start.end(), bytes);
@@ -45,4 +45,4 @@ Data testPacket(std::span<const std::uint8_t, teletext::kPacketSize> packet) {
     });
 }
 
-}  // namespace qlx::sdp
+}  // namespace qlx::facade::sdp

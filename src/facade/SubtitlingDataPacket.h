@@ -4,49 +4,48 @@
 #include "facade/TeletextPacket.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <qlx/teletext/sdp.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
-namespace qlx::sdp {
+namespace qlx::facade::sdp {
 
+/// Packets of a block, used or not.
 inline constexpr std::size_t kPacketCount = 3;
-inline constexpr std::size_t kHeaderSize = 9;
+inline constexpr std::size_t kHeaderSize = teletext::kSdpHeaderBytes;
 inline constexpr std::size_t kFooterSize = 3;
 inline constexpr std::size_t kChecksumSize = 1;
-inline constexpr std::size_t kPacketsEnd = kHeaderSize + kPacketCount * teletext::kPacketSize;
+static_assert(kFooterSize + kChecksumSize == teletext::kSdpFooterBytes);
+inline constexpr std::size_t kPacketsEnd = kHeaderSize + kPacketCount * teletext::kLineBytes;
 /// Bytes of a whole SDP.
-inline constexpr std::size_t kSize = kPacketsEnd + kFooterSize + kChecksumSize;
+inline constexpr std::size_t kSize = teletext::sdpSize(kPacketCount);
 static_assert(kSize == 148);
 
 /// Bytes of a test packet: the header and one teletext packet.
-inline constexpr std::size_t kTestPacketSize = kHeaderSize + teletext::kPacketSize;
+inline constexpr std::size_t kTestPacketSize = kHeaderSize + teletext::kLineBytes;
 
 /// First VBI line of the page headers and filling packets.
 inline constexpr std::uint8_t kFirstLine = 10;
 
-/// VBI packet descriptor: bit 7 odd (first) field, bits 0 to 4 the line.
-constexpr std::uint8_t descriptor(unsigned line, bool oddField) noexcept {
-    return static_cast<std::uint8_t>((oddField ? 0x80U : 0U) | (line & 31U));
-}
-
 /// Identifier, length of the whole packet, format code, and descriptors for three lines (two stay unused).
 constexpr std::array<std::uint8_t, kHeaderSize> header(std::uint8_t firstLine, bool oddField) noexcept {
-    return {0x51,
-            0x15,
+    return {teletext::kSdpIdentifier >> 8U,
+            teletext::kSdpIdentifier & 0xFFU,
             kSize,
-            0x02,
-            descriptor(firstLine, oddField),
-            descriptor(firstLine + 1U, oddField),
-            descriptor(firstLine + 2U, oddField),
+            teletext::kSdpTeletextFormat,
+            teletext::sdpDescriptor(firstLine, oddField),
+            teletext::sdpDescriptor(firstLine + 1U, oddField),
+            teletext::sdpDescriptor(firstLine + 2U, oddField),
             0,
             0};
 }
 
 constexpr std::array<std::uint8_t, kFooterSize> footer(std::uint16_t counter) noexcept {
-    return {0x74, static_cast<std::uint8_t>(counter >> 8U), static_cast<std::uint8_t>(counter & 0xFFU)};
+    return {teletext::kSdpFooterIdentifier, static_cast<std::uint8_t>(counter >> 8U),
+            static_cast<std::uint8_t>(counter & 0xFFU)};
 }
 
 /// The byte that makes the sum of `bytes` and itself 0 modulo 256.
@@ -71,7 +70,7 @@ constexpr Block fillingBlock(bool oddField) noexcept {
     };
     put(header(kFirstLine, oddField));
     for (std::size_t index = 0; index < kPacketCount; ++index) {
-        put(teletext::kFillingPacket);
+        put(kFillingPacket);
     }
     put(footer(0));
     block[position] = checksum(std::span(block).first(position));
@@ -87,8 +86,8 @@ public:
     Builder(std::uint8_t firstLine, bool oddField) noexcept;
 
     /// The place of teletext packet `index` (0 to 2).
-    [[nodiscard]] teletext::PacketSpan packet(std::size_t index) noexcept {
-        return teletext::PacketSpan(_block.data() + kHeaderSize + index * teletext::kPacketSize, teletext::kPacketSize);
+    [[nodiscard]] PacketSpan packet(std::size_t index) noexcept {
+        return PacketSpan(_block.data() + kHeaderSize + index * teletext::kLineBytes, teletext::kLineBytes);
     }
 
     /// The SDP, with its footer and checksum.
@@ -103,6 +102,6 @@ private:
 
 /// A test packet. Its length byte, 0x3A, counts a footer and a checksum that are not there; line test set-ups expect
 /// it so, and it is kept.
-[[nodiscard]] Data testPacket(std::span<const std::uint8_t, teletext::kPacketSize> packet);
+[[nodiscard]] Data testPacket(std::span<const std::uint8_t, teletext::kLineBytes> packet);
 
-}  // namespace qlx::sdp
+}  // namespace qlx::facade::sdp

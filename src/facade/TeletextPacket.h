@@ -1,23 +1,17 @@
-// The 45-byte teletext packet (ETSI EN 300 706, clause 7.1) as subtitles use it: page header, row, filling packet.
+// The teletext packets that the packetizer sends: page header, row, filling packet. Where they depart from ETSI EN 300
+// 706, deployed receivers of this system expect it so, and it is kept.
 #pragma once
 
-#include "teletext/TeletextCoding.h"
+#include "facade/FrenchTeletext.h"
+
+#include <qlx/teletext/packet.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <span>
 
-namespace qlx::teletext {
-
-/// Clock run-in and framing code.
-inline constexpr std::array<std::uint8_t, 3> kRunInAndFramingCode = {0x55, 0x55, 0x27};
-
-inline constexpr std::size_t kAddressSize = 2;
-inline constexpr std::size_t kDataSize = 40;
-inline constexpr std::size_t kAddressAndDataSize = kAddressSize + kDataSize;
-inline constexpr std::size_t kPacketSize = kRunInAndFramingCode.size() + kAddressAndDataSize;
+namespace qlx::facade {
 
 /// Magazine 8, the only one in use.
 inline constexpr std::uint8_t kMagazine8 = 0;
@@ -27,24 +21,24 @@ inline constexpr std::uint8_t kHeaderAddress = 0;
 /// Longest text of a row: its 40 bytes also hold colour, size and the box codes.
 inline constexpr std::size_t kMaximumTextSize = 34;
 
-using PacketSpan = std::span<std::uint8_t, kPacketSize>;
+using PacketSpan = std::span<std::uint8_t, teletext::kLineBytes>;
 
 /// Magazine and packet address. The highest of the address's five bits goes into the first byte and the low four into
-/// the second, where the standard sends the lowest bit first: deployed receivers of this system expect it, and it is
-/// kept. For the addresses 0 and 31 both are the same.
-constexpr std::array<std::uint8_t, kAddressSize> addressBytes(std::uint8_t magazine,
-                                                              std::uint8_t packetAddress) noexcept {
-    return {hamming84((magazine & 7U) | (packetAddress & 0x10U) >> 1U), hamming84(packetAddress)};
+/// the second, where the standard sends the lowest bit first. For the addresses 0 and 31 both are the same.
+constexpr std::array<std::uint8_t, teletext::kAddressBytes> deployedAddressBytes(std::uint8_t magazine,
+                                                                                 std::uint8_t packetAddress) noexcept {
+    return teletext::addressBytes(magazine, (packetAddress & 0x0FU) << 1U | (packetAddress >> 4U & 1U));
 }
 
-/// Page number, tens first: receivers of this system expect the digits in this order.
-constexpr std::array<std::uint8_t, 2> pageNumberBytes(std::uint8_t units, std::uint8_t tens) noexcept {
-    return {hamming84(tens), hamming84(units)};
+/// Page number, tens first, where the standard sends the units first.
+constexpr std::array<std::uint8_t, 2> deployedPageNumberBytes(std::uint8_t units, std::uint8_t tens) noexcept {
+    return {teletext::hamming84(tens), teletext::hamming84(units)};
 }
 
 /// Subcode and control bits of a page header: subcode 0, C4 erase page, C6 subtitle, C7 suppress header, C9 interrupted
 /// sequence, and the French character subset.
 constexpr std::array<std::uint8_t, 6> pageControlBytes(bool erasePage) noexcept {
+    using teletext::hamming84;
     return {hamming84(0), hamming84(erasePage ? 8 : 0), hamming84(0), hamming84(8), hamming84(5), hamming84(2)};
 }
 
@@ -58,14 +52,19 @@ constexpr void writeFiller(std::span<std::uint8_t> target) noexcept {
     }
 }
 
-/// The filling packet: magazine 8, packet 31.
-inline constexpr std::array<std::uint8_t, kPacketSize> kFillingPacket = []() {
-    constexpr std::uint8_t kStart[] = {0x55, 0x55, 0x27, 0xD0, 0xEA, 0x64, 0x38, 0xC7, 0xC7, 0xC7, 0xC7, 0xC7, 0xC7};
-    std::array<std::uint8_t, kPacketSize> packet{};
-    for (std::size_t index = 0; index < std::size(kStart); ++index) {
-        packet[index] = kStart[index];
-    }
-    writeFiller(std::span(packet).subspan(std::size(kStart)));
+/// The filling packet: magazine 8, packet 31. What stands behind its address is nobody's, and is kept as it is.
+inline constexpr std::array<std::uint8_t, teletext::kLineBytes> kFillingPacket = []() {
+    std::array<std::uint8_t, teletext::kLineBytes> packet{};
+    std::size_t position = 0;
+    const auto put = [&packet, &position](const auto& bytes) {
+        for (const std::uint8_t byte : bytes) {
+            packet[position++] = byte;
+        }
+    };
+    put(teletext::kRunInAndFramingCode);
+    put(teletext::addressBytes(kMagazine8, teletext::kIndependentData));
+    put(std::array<std::uint8_t, 8>{0x64, 0x38, 0xC7, 0xC7, 0xC7, 0xC7, 0xC7, 0xC7});
+    writeFiller(std::span(packet).subspan(position));
     return packet;
 }();
 
@@ -82,6 +81,6 @@ struct Row {
 };
 
 /// Address and data of `row`, without run-in.
-void writeRow(std::span<std::uint8_t, kAddressAndDataSize> target, const Row& row) noexcept;
+void writeRow(std::span<std::uint8_t, teletext::kPacketBytes> target, const Row& row) noexcept;
 
-}  // namespace qlx::teletext
+}  // namespace qlx::facade

@@ -1,6 +1,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+#include <qlx/base/utf8.h>
 
 #include <gtest/gtest.h>
 
@@ -124,6 +125,14 @@ TEST(FirstInvalidUTF8Byte, PointsAtTheFirstBadSequence) {
         EXPECT_EQ(qlx::firstInvalidUTF8Byte(sequence), 0U);
         EXPECT_EQ(qlx::firstInvalidUTF8Byte("123456789" + std::string(sequence) + "tail of the text"), 9U);
     }
+}
+
+TEST(AppendUtf8, GoesTheOtherWay) {
+    std::string text;
+    for (const char32_t character : {U'a', U'\u00E9', U'\u20AC', U'\U0001F3B5', char32_t{0xD800}, char32_t{0x110000}}) {
+        qlx::appendUtf8(text, character);
+    }
+    EXPECT_EQ(text, "a\u00E9\u20AC\U0001F3B5\uFFFD\uFFFD");
 }
 
 TEST(TakeCodePoint, TakesOneCharacterAtATime) {

@@ -1,4 +1,4 @@
-// The tool's decoders beside libzvbi's: the same teletext packets and the same caption pairs give the same screens.
+// The receivers beside libzvbi's: the same teletext packets and the same caption pairs give the same screens.
 #include <gtest/gtest.h>
 
 #ifndef QLX_HAVE_LIBZVBI
@@ -10,8 +10,8 @@ TEST(VbiScreens, NeedLibzvbi) {
 #else
 
 #include "Cea608Screen.h"
-#include "TeletextPacket.h"
-#include "TeletextPage.h"
+
+#include <qlx/teletext/page.h>
 
 #include <libzvbi.h>
 
@@ -69,7 +69,7 @@ Seen seenOf(const vbi_char& cell) {
     unsigned character = cell.unicode;
     // Contiguous mosaics are in the private range by their codes.
     if (character >= 0xEE20 && character < 0xEE80) {
-        character = static_cast<unsigned>(teletextMosaic(static_cast<std::uint8_t>(character - 0xEE00)));
+        character = static_cast<unsigned>(qlx::teletext::mosaic(static_cast<std::uint8_t>(character - 0xEE00)));
     }
     return seen(character, cell.foreground, cell.background, cell.opacity != VBI_TRANSPARENT_SPACE, part);
 }
@@ -136,7 +136,7 @@ std::string pageDifferences(const std::vector<Bytes>& rows, bool isSubtitle, uns
     // Teletext is decoded for those who want its pages.
     (void)vbi_event_handler_register(
         decoder.get(), VBI_EVENT_TTX_PAGE, [](vbi_event*, void*) {}, nullptr);
-    TeletextPage page;
+    qlx::teletext::PageReader page;
     double time = 0.0;
     for (const Bytes& bytes : packets) {
         vbi_sliced sliced{};
@@ -144,10 +144,9 @@ std::string pageDifferences(const std::vector<Bytes>& rows, bool isSubtitle, uns
         sliced.line = 10;
         std::copy(bytes.begin(), bytes.end(), sliced.data);
         vbi_decode(decoder.get(), &sliced, 1, time += 0.04);
-        // An SDP of one packet.
-        std::vector<std::uint8_t> sdp{0x51, 0x15, 58, 0x02, 0x8A, 0, 0, 0, 0, 0x55, 0x55, 0x27};
-        sdp.insert(sdp.end(), bytes.begin(), bytes.end());
-        (void)page.receive(sdp);
+        const auto packet = qlx::teletext::parsePacket(bytes);
+        EXPECT_TRUE(packet);
+        (void)page.receive(*packet);
     }
     auto fetched = std::make_unique<vbi_page>();
     if (!vbi_fetch_vt_page(decoder.get(), fetched.get(), 0x888, VBI_ANY_SUBNO, VBI_WST_LEVEL_1, 25, FALSE)) {

@@ -8,6 +8,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <qlx/base/utf8.h>
 
 #include <gtest/gtest.h>
 
@@ -308,10 +309,10 @@ TEST(Losses, AreFoundFastWhateverTheCharacters) {
     std::mt19937 random(1);
     for (std::size_t cue = 0; cue < kCues; ++cue) {
         for (std::size_t column = 0; column < kRow; ++column) {
-            qlx::tool::appendUtf8(different[cue], character++);
+            qlx::appendUtf8(different[cue], character++);
             accented[cue] += 'a';
             for (int accents = 0; accents < 8; ++accents) {
-                qlx::tool::appendUtf8(accented[cue], static_cast<char32_t>(0x0300 + random() % 0x70));
+                qlx::appendUtf8(accented[cue], static_cast<char32_t>(0x0300 + random() % 0x70));
             }
         }
     }

@@ -6,6 +6,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 #include <array>

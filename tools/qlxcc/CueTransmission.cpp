@@ -2,13 +2,12 @@
 
 #include "CaptionFrames.h"
 #include "Cea608Screen.h"
-#include "TeletextPacket.h"
-#include "TeletextPage.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 #include <span>
@@ -57,7 +56,7 @@ public:
         : _packetizer(QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(kTeletext, true)),
           _header(_packetizer->pageHeaderPacketForPageTens_pageUnits_packetAddress_firstLineNumber_oddField_erasePage(
               kPageTens, kPageUnits, 0, kFirstLine, false, true)),
-          _rows(packetsOf(_packetizer->linesPacketWithLines_oddField({}, true)).packets.size()) {}
+          _rows(packetsOf(_packetizer->linesPacketWithLines_oddField({}, true)).lines.size()) {}
 
     [[nodiscard]] std::string_view name() const override { return "a teletext subtitle"; }
     [[nodiscard]] std::size_t rows() const override { return _rows; }
@@ -66,16 +65,17 @@ public:
     [[nodiscard]] ShownRows shown(const std::shared_ptr<QLXSubtitleRecord>& cue) override {
         const auto lines = cue->subtitleLines();
         const Data rows = _packetizer->linesPacketWithLines_oddField(lines, true);
-        (void)_page.receive(_header);
-        (void)_page.receive(rows);
+        const teletext::Sdp packet = packetsOf(rows);
+        (void)_page.receive(packetsOf(_header));
+        (void)_page.receive(packet);
         const screen::Screen screen = _page.screen();
-        const auto packets = packetsOf(rows).packets;
+        const std::span<const teletext::SdpLine> packets = packet.lines.items();
         ShownRows shown(std::min(lines.size(), packets.size()));
         for (std::size_t index = 0; index < shown.size(); ++index) {
             const std::size_t row = addressOf(packets[index]);
-            const auto later = std::span(packets).subspan(index + 1, shown.size() - index - 1);
-            const bool isOverwritten =
-                std::any_of(later.begin(), later.end(), [row](const auto& packet) { return addressOf(packet) == row; });
+            const auto later = packets.subspan(index + 1, shown.size() - index - 1);
+            const bool isOverwritten = std::any_of(
+                later.begin(), later.end(), [row](const teletext::SdpLine& line) { return addressOf(line) == row; });
             if (row < screen.rows() && !isOverwritten) {
                 shown[index] = textInBox(screen.row(row));
             }
@@ -109,19 +109,21 @@ public:
 
 private:
     /// The library makes whole packets only.
-    static SubtitlingPacket packetsOf(const Data& bytes) {
-        return readSubtitlingPacket(bytes).value_or(SubtitlingPacket());
+    static teletext::Sdp packetsOf(const Data& bytes) {
+        const auto sdp = teletext::parseSdp(bytes);
+        return sdp ? *sdp : teletext::Sdp();
     }
 
     /// The row that receivers take a packet for.
-    static std::size_t addressOf(const std::optional<TeletextPacket>& packet) {
-        return packet ? packet->address : std::size_t{kHighestTeletextRow} + 1;
+    static std::size_t addressOf(const teletext::SdpLine& line) {
+        const auto packet = teletext::parsePacket(line.bytes);
+        return packet ? packet->number : teletext::PageReader::kRows;
     }
 
     std::shared_ptr<QLXSubtitlesPacketizer> _packetizer;
     Data _header;
     std::size_t _rows;
-    TeletextPage _page;
+    teletext::PageReader _page;
 };
 
 class CaptionTransmission final : public CueTransmission {

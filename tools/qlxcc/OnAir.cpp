@@ -2,8 +2,9 @@
 
 #include "Cdp.h"
 #include "FrameCaptions.h"
-#include "TeletextPage.h"
 #include "Text.h"
+
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 #include <array>
@@ -29,7 +30,8 @@ public:
                          [](const anc::Packet* left, const anc::Packet* right) { return left->line < right->line; });
         bool isChanged = false;
         for (const anc::Packet* const packet : packets) {
-            isChanged = _page.receive(packet->userData) || isChanged;
+            const auto sdp = teletext::parseSdp(packet->userData);
+            isChanged = (sdp && _page.receive(*sdp)) || isChanged;
         }
         _isCarried = _isCarried || !packets.empty();
         return isChanged;
@@ -37,7 +39,7 @@ public:
 
     [[nodiscard]] screen::Screen screen() const override { return _page.screen(); }
     [[nodiscard]] std::string_view kind() const override { return "page"; }
-    [[nodiscard]] std::string name() const override { return teletextPageName(_number); }
+    [[nodiscard]] std::string name() const override { return teletext::pageName(_number); }
     [[nodiscard]] bool isCarried() const override { return _isCarried; }
 
     [[nodiscard]] std::string hint() const override {
@@ -45,7 +47,7 @@ public:
         const std::vector<std::uint16_t> pages = _page.otherPages();
         std::string text;
         for (std::size_t index = 0; index < std::min(pages.size(), kShownPages); ++index) {
-            text += (index == 0 ? "pages here: " : ", ") + teletextPageName(pages[index]);
+            text += (index == 0 ? "pages here: " : ", ") + teletext::pageName(pages[index]);
         }
         return pages.size() > kShownPages ? text + " and " + std::to_string(pages.size() - kShownPages) + " more"
                                           : text;
@@ -53,7 +55,7 @@ public:
 
 private:
     std::uint16_t _number;
-    TeletextPage _page;
+    teletext::PageReader _page;
     bool _isCarried = false;
 };
 

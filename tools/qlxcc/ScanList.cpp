@@ -4,9 +4,10 @@
 #include "PacketNames.h"
 #include "SCTE104Message.h"
 #include "ScreenText.h"
-#include "TeletextPage.h"
 #include "Text.h"
 #include "Times.h"
+
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 #include <span>
@@ -50,46 +51,47 @@ std::string captionLine(const std::string& place, const Frame& frame) {
 
 }  // namespace
 
-std::string TeletextList::headerLine(const TeletextPacket& packet) {
-    const auto header = readTeletextHeader(packet);
+std::string TeletextList::headerLine(const teletext::Packet& packet) {
+    const auto header = teletext::parseHeader(packet);
     if (!header) {
         return "damaged page header of magazine " + std::to_string(packet.magazine);
     }
     _nationalOptions[packet.magazine & 7U] = header->nationalOption;
-    std::string text = "page " + teletextPageName(header->page) + (header->erasesPage ? ", erased" : "");
+    std::string text = "page " + teletext::pageName(header->page) + (header->erasesPage ? ", erased" : "");
     return text + (header->isSubtitle ? ", subtitle" : "");
 }
 
-std::string TeletextList::rowLine(const TeletextPacket& packet) const {
-    std::array<std::uint8_t, kTeletextDataSize> codes;
+std::string TeletextList::rowLine(const teletext::Packet& packet) const {
+    std::array<std::uint8_t, teletext::kDataBytes> codes;
     codes.fill(0x20);
-    takeTeletextCodes(packet.data, codes);
+    (void)teletext::takeCodes(packet.data, codes);
     // Without its page, whether only boxes are shown is told by the row itself.
-    constexpr std::uint8_t kStartBox = 0x0B;
-    TeletextRowStyle style;
-    style.nationalOption = _nationalOptions[packet.magazine & 7U];
+    constexpr std::uint8_t kStartBox = codeOf(teletext::SpacingAttribute::StartBox);
+    teletext::RowStyle style;
+    style.nationalOption = teletext::westernOption(_nationalOptions[packet.magazine & 7U]);
     style.showsBoxesOnly = std::find(codes.begin(), codes.end(), kStartBox) != codes.end();
-    std::array<screen::Cell, kTeletextDataSize> cells;
-    (void)drawTeletextRow(codes, style, cells);
+    std::array<screen::Cell, teletext::kDataBytes> cells;
+    (void)teletext::drawRow(codes, style, cells);
     const std::string text = rowText(cells, false, _inColours);
-    return "row " + std::to_string(packet.address) + ": " + (text.empty() ? "empty" : text);
+    return "row " + std::to_string(packet.number) + ": " + (text.empty() ? "empty" : text);
 }
 
 std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> subtitlingPacket) {
-    const auto read = readSubtitlingPacket(subtitlingPacket);
-    if (!read) {
+    const auto sdp = teletext::parseSdp(subtitlingPacket);
+    if (!sdp) {
         return {"no subtitling data packet"};
     }
     std::vector<std::string> lines;
-    for (const auto& packet : read->packets) {
+    for (const teletext::SdpLine& line : sdp->lines) {
+        const auto packet = teletext::parsePacket(line.bytes);
         if (!packet) {
             lines.emplace_back("damaged teletext packet");
-        } else if (packet->address == 0) {
+        } else if (packet->isHeader()) {
             lines.push_back(headerLine(*packet));
-        } else if (packet->address <= kHighestTeletextRow) {
+        } else if (packet->isRow()) {
             lines.push_back(rowLine(*packet));
         } else if (!packet->isFilling()) {
-            lines.push_back("packet " + std::to_string(packet->address) + " of magazine " +
+            lines.push_back("packet " + std::to_string(packet->number) + " of magazine " +
                             std::to_string(packet->magazine));
         }
     }

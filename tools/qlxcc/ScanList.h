@@ -3,7 +3,8 @@
 
 #include "Frame.h"
 #include "OutputFile.h"
-#include "TeletextPacket.h"
+
+#include <qlx/teletext/packet.h>
 
 #include <array>
 #include <cstdint>
@@ -24,8 +25,8 @@ public:
     [[nodiscard]] std::vector<std::string> linesOf(std::span<const std::uint8_t> subtitlingPacket);
 
 private:
-    [[nodiscard]] std::string headerLine(const TeletextPacket& packet);
-    [[nodiscard]] std::string rowLine(const TeletextPacket& packet) const;
+    [[nodiscard]] std::string headerLine(const teletext::Packet& packet);
+    [[nodiscard]] std::string rowLine(const teletext::Packet& packet) const;
 
     // French until a header says another, as this system sends it.
     static constexpr std::uint8_t kFrench = 4;

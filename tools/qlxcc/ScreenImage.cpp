@@ -3,7 +3,8 @@
 #include "Errors.h"
 #include "Module.h"
 #include "ScreenPainter.h"
-#include "TeletextPacket.h"
+
+#include <qlx/teletext/characters.h>
 
 #include <cstdint>
 #include <string>
@@ -21,7 +22,7 @@ void requireScreenImages() {
 
 Image screenImage(const screen::Screen& screen) {
     requireScreenImages();
-    return module<ScreenPainter>().paint(screen, [](std::uint8_t code) { return teletextMosaic(code); });
+    return module<ScreenPainter>().paint(screen, [](std::uint8_t code) { return teletext::mosaic(code); });
 }
 
 }  // namespace qlx::tool

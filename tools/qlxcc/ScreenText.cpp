@@ -2,6 +2,8 @@
 
 #include "Text.h"
 
+#include <qlx/base/utf8.h>
+
 #include <algorithm>
 #include <array>
 #include <iterator>

@@ -9,10 +9,11 @@
 #include "PngFile.h"
 #include "ScreenImage.h"
 #include "ScreenText.h"
-#include "TeletextPage.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "Times.h"
+
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 #include <charconv>
@@ -37,7 +38,7 @@ struct Watched {
 std::vector<Watched> watchedOf(const ShowOptions& options) {
     std::vector<std::unique_ptr<OnAir>> all;
     if (options.page || !options.channel) {
-        all.push_back(teletextOnAir(options.page.value_or(kSubtitlePage)));
+        all.push_back(teletextOnAir(options.page.value_or(teletext::kSubtitlePage)));
     }
     if (options.channel || !options.page) {
         all.push_back(captionsOnAir(options.channel.value_or(CaptionChannel{})));

@@ -1,7 +1,8 @@
 #include "Teletext.h"
 
-#include "TeletextPacket.h"
 #include "Text.h"
+
+#include <qlx/teletext/sdp.h>
 
 #include <cstddef>
 #include <optional>
@@ -12,26 +13,24 @@ namespace qlx::tool {
 namespace {
 
 // The packet of three teletext packets that this system sends.
-constexpr std::size_t kPacketSize = 148;
+constexpr std::size_t kPacketSize = teletext::sdpSize(3);
 
 constexpr std::uint8_t kFillingAddress = 31;
 constexpr std::uint8_t kEraseFlag = 8;
 
 /// `page 888 erase` for a page header, none when the two bytes of the page number are none.
-std::optional<std::string> pageInWords(std::uint8_t magazine, std::span<const std::uint8_t> data) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    const auto units = nibbleOf(data[0]);
-    const auto tens = nibbleOf(data[1]);
+std::optional<std::string> pageInWords(const teletext::Packet& packet) {
+    const auto units = teletext::decodeHamming84(packet.data[0]);
+    const auto tens = teletext::decodeHamming84(packet.data[1]);
     if (!tens || !units) {
         return std::nullopt;
     }
-    std::string text = "page ";
-    text += kDigits[magazine];
-    text += kDigits[*tens];
-    text += kDigits[*units];
-    if (*tens > 9 || *units > 9) {
+    const teletext::PageHeader header{
+        .page = static_cast<std::uint16_t>(packet.magazine << 8U | tens.value << 4U | units.value)};
+    std::string text = "page " + teletext::pageName(header.page);
+    if (!header.isCallable()) {
         text += " close";
-    } else if (nibbleOf(data[3]) == kEraseFlag) {
+    } else if (teletext::decodeHamming84(packet.data[3]).value == kEraseFlag) {
         text += " erase";
     }
     return text;
@@ -45,23 +44,24 @@ void append(std::string& text, std::string_view words) {
 }  // namespace
 
 std::string teletextInWords(std::span<const std::uint8_t> packet) {
-    const auto read = packet.size() == kPacketSize ? readSubtitlingPacket(packet) : std::nullopt;
-    if (!read) {
+    const auto sdp = teletext::parseSdp(packet);
+    if (packet.size() != kPacketSize || !sdp) {
         return counted(packet.size(), "byte");
     }
     std::string pages;
     std::vector<std::string> rows;
-    for (const auto& teletext : read->packets) {
-        if (!teletext) {
+    for (const teletext::SdpLine& line : sdp->lines) {
+        const auto inside = teletext::parsePacket(line.bytes);
+        if (!inside) {
             append(pages, "damaged packet");
             continue;
         }
         // This system sends the high bit of the packet address first, behind the three bits of the magazine.
-        const auto address = static_cast<std::uint8_t>((teletext->firstAddress >> 3U) << 4U | teletext->lastAddress);
+        const auto address = static_cast<std::uint8_t>((inside->number & 1U) << 4U | inside->number >> 1U);
         if (address == kFillingAddress) {
             continue;
         }
-        const auto page = address == 0 ? pageInWords(teletext->magazine, teletext->data) : std::nullopt;
+        const auto page = address == 0 ? pageInWords(*inside) : std::nullopt;
         if (page) {
             append(pages, *page);
         } else {

@@ -12,9 +12,6 @@ namespace qlx::tool {
 /// of output nor steer the terminal.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// Appends a character in UTF-8.
-void appendUtf8(std::string& text, char32_t character);
-
 /// Lower-case hexadecimal digits without spaces.
 [[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
 

@@ -111,6 +111,27 @@ enum class FindingCode : std::uint32_t {
     MxfListCut,                       ///< Items announced, items there.
     MxfListItemLengthWrong,           ///< Length of an item there, the right one.
     MxfTrailingBytes,                 ///< Bytes behind the last field.
+    // teletext (ETSI EN 300 706, SMPTE RDD 8)
+    TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.
+    TeletextRunInWrong,                  ///< Byte there, byte that is right.
+    TeletextFramingCodeWrong,            ///< Byte there, byte that is right.
+    TeletextByteCorrected,               ///< Byte there, byte that is right.
+    TeletextByteWrong,                   ///< Byte there.
+    TeletextTripletCorrected,            ///< 24 bits there, 24 bits that are right.
+    TeletextTripletWrong,                ///< 24 bits there.
+    TeletextNotThatPacket,               ///< Packet number there, (first) number that it should be.
+    TeletextFieldTooGreat,               ///< Number given, greatest number.
+    SdpTooShort,                         ///< Bytes needed, bytes there.
+    SdpIdentifierWrong,                  ///< Identifier there, the right one.
+    SdpFormatUnknown,                    ///< Format code there, that of teletext.
+    SdpLengthWrong,                      ///< Length byte there, bytes of the packet.
+    SdpDescriptorUnused,                 ///< Its place, 0 to 4.
+    SdpLineCut,                          ///< Teletext packets announced, those that are there.
+    SdpFooterMissing,                    ///< Byte in place of the footer's identifier, 0 behind the end.
+    SdpFooterCut,                        ///< Bytes there, bytes needed.
+    SdpChecksumWrong,                    ///< Byte there, byte that is right.
+    SdpBytesBehindFooter,                ///< Bytes behind the footer.
+    SdpCounterJumped,                    ///< Counter there, counter that was expected.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.

@@ -1,8 +1,8 @@
-// The tool's teletext decoder: subtitling data packets, rows, spacing attributes, the life of a page.
-#include "ScreenText.h"
+// The receiver of a page: rows, spacing attributes, the life of a page.
+#include "ScreenLines.h"
 #include "TeletextBytes.h"
-#include "TeletextPacket.h"
-#include "TeletextPage.h"
+
+#include <qlx/teletext/page.h>
 
 #include <gtest/gtest.h>
 
@@ -12,9 +12,10 @@
 
 namespace {
 
-using namespace qlx::tool;
+using namespace qlx::teletext;
 namespace screen = qlx::screen;
 using qlxtest::fromHex;
+using qlxtest::linesOf;
 using Lines = std::vector<std::string>;
 
 // EN 300 706, clause 8.2.
@@ -79,9 +80,21 @@ std::vector<std::uint8_t> sdp(const std::vector<std::vector<std::uint8_t>>& pack
     return bytes;
 }
 
+/// Page 888, fed with the bytes of SDPs.
+class Page : public PageReader {
+public:
+    using PageReader::PageReader;
+    using PageReader::receive;
+
+    bool receive(std::span<const std::uint8_t> bytes) {
+        const auto sdp = parseSdp(bytes);
+        return sdp && receive(*sdp);
+    }
+};
+
 /// Page 888 with rows, on one page header.
 screen::Screen screenWith(const std::vector<std::vector<std::uint8_t>>& rows, const Control& control = {}) {
-    TeletextPage page;
+    Page page;
     (void)page.receive(sdp({header(0x88, control)}));
     for (const auto& packet : rows) {
         (void)page.receive(sdp({packet}));
@@ -89,81 +102,14 @@ screen::Screen screenWith(const std::vector<std::vector<std::uint8_t>>& rows, co
     return page.screen();
 }
 
-Lines linesOf(const screen::Screen& screen) {
-    return screenLines(screen, false);
-}
-
-TEST(TeletextCode, PutsOneWrongBitRight) {
-    for (unsigned value = 0; value < 16; ++value) {
-        EXPECT_EQ(nibbleOf(kHamming[value]), value);
-        for (unsigned bit = 0; bit < 8; ++bit) {
-            EXPECT_EQ(nibbleOf(static_cast<std::uint8_t>(kHamming[value] ^ 1U << bit)), value);
-            for (unsigned other = bit + 1; other < 8; ++other) {
-                EXPECT_EQ(nibbleOf(static_cast<std::uint8_t>(kHamming[value] ^ 1U << bit ^ 1U << other)), std::nullopt);
-            }
-        }
-    }
-    EXPECT_EQ(withoutParity(0xC2), 'B');
-    EXPECT_EQ(withoutParity(0x42), std::nullopt);
-    EXPECT_EQ(withoutParity(0x20), ' ');
-}
-
-TEST(TeletextCode, KnowsTheFrenchLetters) {
-    const auto text = [](std::string_view codes, std::uint8_t option) {
-        std::u32string characters;
-        for (const char code : codes) {
-            characters += teletextCharacter(static_cast<std::uint8_t>(code), option);
-        }
-        return characters;
-    };
-    constexpr std::string_view kCodes = "#$@[\\]^_`{|}~";
-    EXPECT_EQ(text(kCodes, 4), U"éïàëêùî#èâôûç");
-    EXPECT_EQ(text(kCodes, 0), U"£$@←½→↑#—¼‖¾÷");
-    EXPECT_EQ(text(kCodes, 1), U"#$§ÄÖÜ^_°äöüß");
-    EXPECT_EQ(text(kCodes, 2), U"#¤ÉÄÖÅÜ_éäöåü");
-    EXPECT_EQ(text(kCodes, 3), U"£$é°ç→↑#ùàòèì");
-    EXPECT_EQ(text(kCodes, 5), U"ç$¡áéíóú¿üñèà");
-    EXPECT_EQ(text(kCodes, 6), U"#ůčťžýířéáěúš");
-    EXPECT_EQ(text("A z0\x7F", 4), U"A z0■");
-    // The upper left, all, the left half, the right half.
-    EXPECT_EQ(teletextMosaic(0x21), U'\U0001FB00');
-    EXPECT_EQ(teletextMosaic(0x7F), U'█');
-    EXPECT_EQ(teletextMosaic(0x35), U'▌');
-    EXPECT_EQ(teletextMosaic(0x6A), U'▐');
-    EXPECT_EQ(teletextMosaic(0x20), U' ');
-    // The last sextant is the one of all but the upper left.
-    EXPECT_EQ(teletextMosaic(0x7E), U'\U0001FB3B');
-}
-
-TEST(SubtitlingPacket, HoldsAsManyPacketsAsItsDescriptorsSay) {
-    std::vector<std::vector<std::uint8_t>> packets;
-    for (unsigned count = 1; count <= 5; ++count) {
-        packets.push_back(row(count, "A"));
-        const auto bytes = sdp(packets);
-        const auto read = readSubtitlingPacket(bytes);
-        ASSERT_TRUE(read);
-        ASSERT_EQ(read->packets.size(), count);
-        for (unsigned index = 0; index < count; ++index) {
-            ASSERT_TRUE(read->packets[index]);
-            EXPECT_EQ(read->packets[index]->address, index + 1);
-            EXPECT_EQ(read->packets[index]->magazine, 8);
-            EXPECT_EQ(read->packets[index]->data[0], 0xC1);
-        }
-    }
-    EXPECT_EQ(readSubtitlingPacket(fromHex("511594020a0b0c0000"))->packets.size(), 0U);
-    EXPECT_FALSE(readSubtitlingPacket(fromHex("511594020a0b0c00")));
-    EXPECT_FALSE(readSubtitlingPacket(fromHex("511594030a0b0c0000")));
-    EXPECT_FALSE(readSubtitlingPacket(fromHex("521594020a0b0c0000")));
-}
-
-TEST(SubtitlingPacket, ReadsNothingBehindItsEnd) {
+TEST(TeletextPage, ReadsNothingBehindTheEndOfItsPackets) {
     const auto whole = sdp({header(0x88, {}),
                             row(20, "\x0B\x0B"
                                     "A\x0A\x0A"),
                             row(22, "\x0B\x0B"
                                     "B\x0A\x0A")});
     qlxtest::forEachTruncation(whole, [](const qlxtest::ExactBuffer& bytes) {
-        TeletextPage page;
+        Page page;
         (void)page.receive(bytes.span());
         const std::size_t packets = bytes.size() < 9 ? 0 : (bytes.size() - 9) / 45;
         EXPECT_EQ(linesOf(page.screen()).size(), packets < 2 ? 0 : std::min<std::size_t>(packets - 1, 2));
@@ -171,7 +117,7 @@ TEST(SubtitlingPacket, ReadsNothingBehindItsEnd) {
 }
 
 TEST(TeletextPage, ShowsWhatThisSystemSends) {
-    TeletextPage page;
+    Page page;
     EXPECT_FALSE(page.screen().hasText());
     EXPECT_FALSE(page.receive(fromHex(qlxtest::fillingHex(qlxtest::kOddLines, 0))));
     EXPECT_TRUE(page.receive(fromHex(qlxtest::eraseHex(1))));
@@ -204,7 +150,7 @@ TEST(TeletextPage, ShowsWhatThisSystemSends) {
 }
 
 TEST(TeletextPage, TakesRowsOnlyBehindItsOwnHeader) {
-    TeletextPage page;
+    Page page;
     const auto text = row(20, "\x0B\x0B"
                               "A\x0A\x0A");
     EXPECT_FALSE(page.receive(sdp({text})));
@@ -227,7 +173,7 @@ TEST(TeletextPage, TakesRowsOnlyBehindItsOwnHeader) {
 }
 
 TEST(TeletextPage, KeepsRowsUntilAHeaderErasesThem) {
-    TeletextPage page;
+    Page page;
     (void)page.receive(sdp({header(0x88, {}),
                             row(20, "\x0B\x0B"
                                     "A\x0A\x0A"),
@@ -245,7 +191,7 @@ TEST(TeletextPage, KeepsRowsUntilAHeaderErasesThem) {
 }
 
 TEST(TeletextPage, LivesWithDamage) {
-    TeletextPage page;
+    Page page;
     auto text = row(20, "\x0B\x0B"
                         "ABC\x0A\x0A");
     auto pageHeader = header(0x88, {});
@@ -345,10 +291,69 @@ TEST(TeletextRow, ConcealsFlashesAndHoldsMosaics) {
 }
 
 TEST(TeletextPage, ShowsTheHeaderOfAnOrdinaryPage) {
-    TeletextPage page(0x100);
+    Page page(0x100);
     const Control control{.isSubtitle = false, .c7ToC10 = 0, .c11ToC14 = 0, .magazine = 1};
     (void)page.receive(sdp({header(0x00, control, "P100"), row(1, "Text #", 1)}));
     EXPECT_EQ(linesOf(page.screen()), (Lines{"   0          P100", "   1  Text £"}));
+}
+
+TEST(TeletextPage, ReadsPacketsOneByOneAndCountsDamage) {
+    PageReader page(0x123);
+    const PageHeader own{.page = 0x123, .isNewsflash = true, .nationalOption = 1};
+    const std::vector<std::uint8_t> codes{0x0B, 0x0B, '[', 0x0A, 0x0A};
+    Packet damagedHeader = *packetOf(own);
+    damagedHeader.data[1] ^= 0x10U;
+    qlx::Findings findings;
+    EXPECT_TRUE(page.receive(damagedHeader, &findings, 7));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, qlx::FindingCode::TeletextByteCorrected);
+    EXPECT_EQ(findings[0].offset, 8U);
+    EXPECT_TRUE(page.isReceiving());
+    EXPECT_EQ(page.header(), own);
+    Packet damagedRow = *rowPacket(1, 3, codes);
+    damagedRow.data[30] ^= 0x01U;
+    EXPECT_TRUE(page.receive(damagedRow));
+    EXPECT_EQ(linesOf(page.screen()), Lines{"   3    Ä"});
+    EXPECT_EQ(page.counts(), (ProtectionCounts{1, 0, 1}));
+    // What is for higher levels changes nothing, and neither does a row of another magazine.
+    EXPECT_FALSE(page.receive(*packetOf(TripletPacket{.magazine = 1})));
+    EXPECT_FALSE(page.receive(*rowPacket(2, 3, codes)));
+    // A lost header ends reception.
+    damagedHeader.data[1] ^= 0x20U;
+    EXPECT_FALSE(page.receive(damagedHeader, &findings));
+    EXPECT_EQ(findings[1].code, qlx::FindingCode::TeletextByteWrong);
+    EXPECT_FALSE(page.isReceiving());
+    EXPECT_FALSE(page.receive(*rowPacket(1, 3, codes)));
+    EXPECT_EQ(page.counts(), (ProtectionCounts{1, 1, 1}));
+}
+
+TEST(TeletextPage, TellsWhichPacketOfASubtitlingPacketIsLost) {
+    PageReader page;
+    Sdp packets;
+    const std::vector<std::uint8_t> codes{0x0B, 0x0B, 'A', 0x0A, 0x0A};
+    ASSERT_TRUE(packets.add(*packetOf(PageHeader{.page = 0x888, .isSubtitle = true}), 10, true));
+    ASSERT_TRUE(packets.add(*rowPacket(8, 20, codes), 11, true));
+    ASSERT_TRUE(packets.add(*rowPacket(8, 22, codes), 12, true));
+    auto bytes = *writeSdp(packets);
+    std::vector<std::uint8_t> damaged(bytes.begin(), bytes.end());
+    damaged[9 + 45 + 2] = 0x26;  // the framing code of the second packet
+    damaged[9 + 90 + 3] ^= 0x01U;
+    qlx::Findings findings;
+    EXPECT_TRUE(page.receive(*parseSdp(damaged), &findings));
+    EXPECT_EQ(linesOf(page.screen()), Lines{"  22    A"});
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].code, qlx::FindingCode::TeletextFramingCodeWrong);
+    EXPECT_EQ(findings[0].offset, 56U);
+    EXPECT_EQ(findings[1].code, qlx::FindingCode::TeletextByteCorrected);
+    EXPECT_EQ(findings[1].offset, 102U);
+    EXPECT_EQ(page.counts(), (ProtectionCounts{1, 1, 0}));
+}
+
+TEST(TeletextRow, KeepsWhatIsConcealed) {
+    const screen::Screen screen = screenWith({row(10, "\x0B\x0B\x18x\x0A\x0A")});
+    EXPECT_EQ(screen.row(10)[3].character, U'x');
+    EXPECT_TRUE(screen.row(10)[3].isConcealed);
+    EXPECT_FALSE(screen.hasText());
 }
 
 }  // namespace

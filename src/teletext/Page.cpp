@@ -1,8 +1,9 @@
-#include "TeletextPage.h"
+// Draws rows and follows the life of a page.
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 
-namespace qlx::tool {
+namespace qlx::teletext {
 
 namespace {
 
@@ -12,23 +13,7 @@ constexpr std::size_t kHeaderTextStart = 8;
 // Double height is for rows that have one below them which is no service row.
 constexpr std::size_t kLastDoubleHeightRow = 22;
 
-// Spacing attributes (EN 300 706, table 26).
-enum Attribute : std::uint8_t {
-    kLastAlphaColour = 0x07,
-    kFlash = 0x08,
-    kSteady = 0x09,
-    kEndBox = 0x0A,
-    kStartBox = 0x0B,
-    kNormalSize = 0x0C,
-    kDoubleHeight = 0x0D,
-    kFirstMosaicColour = 0x10,
-    kLastMosaicColour = 0x17,
-    kConceal = 0x18,
-    kBlackBackground = 0x1C,
-    kNewBackground = 0x1D,
-    kHoldMosaics = 0x1E,
-    kReleaseMosaics = 0x1F,
-};
+using RowCodes = std::span<const std::uint8_t, kDataBytes>;
 
 screen::Color colourOf(std::uint8_t code) {
     return screen::kBasicColors[code & 7U];
@@ -37,7 +22,7 @@ screen::Color colourOf(std::uint8_t code) {
 /// The state of a receiver that goes along a row.
 class RowPainter {
 public:
-    RowPainter(TeletextBytes codes, const TeletextRowStyle& style) : _codes(codes), _style(style) {}
+    RowPainter(RowCodes codes, const RowStyle& style) : _codes(codes), _style(style) {}
 
     screen::Cell paint(std::size_t column) {
         const std::uint8_t code = _codes[column];
@@ -62,33 +47,33 @@ private:
         if (code < kSpace) {
             character = _isMosaic && _isHolding ? _held : U' ';
         } else if (_isMosaic && (code & 0x20U) != 0) {
-            _held = teletextMosaic(code);
+            _held = mosaic(code);
             character = _held;
         } else {
-            character = teletextCharacter(code, _style.nationalOption);
+            character = latinG0(code, _style.nationalOption);
         }
         return character;
     }
 
     /// Attributes that already count for their own cell.
     void applyAtOnce(std::uint8_t code) {
-        switch (code) {
-        case kSteady:
+        switch (static_cast<SpacingAttribute>(code)) {
+        case SpacingAttribute::Steady:
             _isFlashing = false;
             break;
-        case kNormalSize:
+        case SpacingAttribute::NormalSize:
             setDouble(false);
             break;
-        case kConceal:
+        case SpacingAttribute::Conceal:
             _isConcealed = true;
             break;
-        case kBlackBackground:
+        case SpacingAttribute::BlackBackground:
             _background = screen::Color::Black;
             break;
-        case kNewBackground:
+        case SpacingAttribute::NewBackground:
             _background = _foreground;
             break;
-        case kHoldMosaics:
+        case SpacingAttribute::HoldMosaics:
             _isHolding = true;
             break;
         default:
@@ -98,27 +83,28 @@ private:
 
     /// Attributes that count from the next cell on.
     void applyBehind(std::uint8_t code, std::size_t column) {
-        if (code <= kLastMosaicColour && (code <= kLastAlphaColour || code >= kFirstMosaicColour)) {
-            setMosaic(code >= kFirstMosaicColour);
+        const bool isMosaicColour = code >= codeOf(SpacingAttribute::FirstMosaicColor);
+        if (code <= codeOf(isMosaicColour ? SpacingAttribute::LastMosaicColor : SpacingAttribute::LastAlphaColor)) {
+            setMosaic(isMosaicColour);
             _foreground = colourOf(code);
             _isConcealed = false;
         }
         // A box begins and ends between two equal codes, so that one wrong byte cannot do it.
         const bool isPair = column + 1 < _codes.size() && _codes[column + 1] == code;
-        switch (code) {
-        case kFlash:
+        switch (static_cast<SpacingAttribute>(code)) {
+        case SpacingAttribute::Flash:
             _isFlashing = true;
             break;
-        case kEndBox:
+        case SpacingAttribute::EndBox:
             _isBoxed = _isBoxed && !isPair;
             break;
-        case kStartBox:
+        case SpacingAttribute::StartBox:
             _isBoxed = _isBoxed || isPair;
             break;
-        case kDoubleHeight:
+        case SpacingAttribute::DoubleHeight:
             setDouble(_style.allowsDoubleHeight);
             break;
-        case kReleaseMosaics:
+        case SpacingAttribute::ReleaseMosaics:
             _isHolding = false;
             break;
         default:
@@ -137,8 +123,8 @@ private:
         _isMosaic = isMosaic;
     }
 
-    TeletextBytes _codes;
-    const TeletextRowStyle& _style;
+    RowCodes _codes;
+    const RowStyle& _style;
     screen::Color _foreground = screen::Color::White;
     screen::Color _background = screen::Color::Black;
     char32_t _held = U' ';
@@ -151,7 +137,7 @@ private:
     bool _isConcealed = false;
 };
 
-bool isBlank(TeletextBytes codes) {
+bool isBlank(RowCodes codes) {
     return std::all_of(codes.begin(), codes.end(), [](std::uint8_t code) { return code == kSpace; });
 }
 
@@ -169,8 +155,7 @@ void drawLowerHalf(std::span<const screen::Cell> upper, std::span<screen::Cell> 
 
 }  // namespace
 
-bool drawTeletextRow(TeletextBytes codes, const TeletextRowStyle& style,
-                     std::span<screen::Cell, kTeletextDataSize> row) {
+bool drawRow(RowCodes codes, const RowStyle& style, std::span<screen::Cell, kDataBytes> row) {
     RowPainter painter(codes, style);
     for (std::size_t column = 0; column < row.size(); ++column) {
         row[column] = painter.paint(column);
@@ -178,51 +163,63 @@ bool drawTeletextRow(TeletextBytes codes, const TeletextRowStyle& style,
     return painter.hasDoubleHeight();
 }
 
-void takeTeletextCodes(std::span<const std::uint8_t> data, std::span<std::uint8_t, kTeletextDataSize> codes) {
-    for (std::size_t column = 0; column < std::min(data.size(), codes.size()); ++column) {
-        codes[column] = withoutParity(data[column]).value_or(codes[column]);
-    }
+PageReader::PageReader(std::uint16_t page) noexcept : _page(page) {
+    erase();
 }
 
-void TeletextPage::erase() {
+void PageReader::erase() noexcept {
     for (Codes& row : _rows) {
         row.fill(kSpace);
     }
 }
 
-bool TeletextPage::receive(std::span<const std::uint8_t> subtitlingPacket) {
-    const auto read = readSubtitlingPacket(subtitlingPacket);
+bool PageReader::receive(const Sdp& sdp, FindingSink* findings) {
+    constexpr std::size_t kAddress = kRunInAndFramingCode.size();
     bool isChanged = false;
-    if (read) {
-        for (const auto& packet : read->packets) {
-            if (packet && receive(*packet)) {
-                isChanged = true;
+    std::uint64_t offset = kSdpHeaderBytes;
+    for (const SdpLine& line : sdp.lines) {
+        const auto packet = parsePacket(line.bytes, findings, offset);
+        if (packet) {
+            _counts.count(decodeHamming84(line.bytes[kAddress]).protection);
+            _counts.count(decodeHamming84(line.bytes[kAddress + 1]).protection);
+            isChanged = receive(*packet, findings, offset + kAddress + kAddressBytes) || isChanged;
+        } else {
+            _counts.count(Protection::Wrong);
+            if (findings != nullptr) {
+                findings->add(packet.error());
             }
         }
+        offset += kLineBytes;
     }
     return isChanged;
 }
 
-bool TeletextPage::receive(const TeletextPacket& packet) {
-    if (packet.address == 0) {
-        return receiveHeader(packet);
+bool PageReader::receive(const Packet& packet, FindingSink* findings, std::uint64_t offset) {
+    if (packet.isHeader()) {
+        return receiveHeader(packet, findings, offset);
     }
-    if (!_isReceiving || packet.magazine != _page >> 8U || packet.address > kHighestTeletextRow) {
+    if (!_isReceiving || packet.magazine != _page >> 8U || !packet.isRow()) {
         return false;
     }
-    takeTeletextCodes(packet.data, _rows[packet.address]);
+    _counts.parityWrong += takeCodes(packet.data, _rows[packet.number]);
     return true;
 }
 
-bool TeletextPage::receiveHeader(const TeletextPacket& packet) {
+bool PageReader::receiveHeader(const Packet& packet, FindingSink* findings, std::uint64_t offset) {
     const bool isOwnMagazine = packet.magazine == _page >> 8U;
-    const auto header = readTeletextHeader(packet);
+    for (const std::uint8_t byte : std::span(packet.data).first<kHeaderTextStart>()) {
+        _counts.count(decodeHamming84(byte).protection);
+    }
+    const auto header = parseHeader(packet, findings, offset);
     if (!header) {
         // Rows that follow may be another page's.
         _isReceiving = _isReceiving && !isOwnMagazine;
+        if (findings != nullptr) {
+            findings->add(header.error());
+        }
         return false;
     }
-    if ((header->page & 0xFU) <= 9 && (header->page >> 4U & 0xFU) <= 9) {
+    if (header->isCallable()) {
         _pages.set(header->page);
     }
     if (header->page != _page) {
@@ -235,26 +232,30 @@ bool TeletextPage::receiveHeader(const TeletextPacket& packet) {
     _header = *header;
     _isReceiving = true;
     _isKnown = true;
-    takeTeletextCodes(packet.data, _rows[0]);
-    // The first bytes are the protected ones.
-    std::fill_n(_rows[0].begin(), kHeaderTextStart, kSpace);
+    // The first bytes are the protected ones, and no characters.
+    const auto shown = std::span(packet.data).subspan<kHeaderTextStart>();
+    Codes codes = _rows[0];
+    std::rotate(codes.begin(), codes.begin() + kHeaderTextStart, codes.end());
+    _counts.parityWrong += takeCodes(shown, codes);
+    std::rotate(codes.rbegin(), codes.rbegin() + kHeaderTextStart, codes.rend());
+    _rows[0] = codes;
     return true;
 }
 
-screen::Screen TeletextPage::screen() const {
-    screen::Screen screen = screen::Screen::blank(screen::System::Teletext, _rows.size(), kTeletextDataSize, 0);
+screen::Screen PageReader::screen() const {
+    screen::Screen screen = screen::Screen::blank(screen::System::Teletext, kRows, kDataBytes, 0);
     if (!_isKnown || _header.inhibitsDisplay) {
         return screen;
     }
-    TeletextRowStyle style{_header.nationalOption, _header.isSubtitle || _header.isNewsflash, false};
+    RowStyle style{westernOption(_header.nationalOption), _header.isSubtitle || _header.isNewsflash, false};
     const bool showsHeader = !_header.suppressesHeader && !style.showsBoxesOnly;
-    for (std::size_t row = showsHeader ? 0 : 1; row < _rows.size(); ++row) {
+    for (std::size_t row = showsHeader ? 0 : 1; row < kRows; ++row) {
         style.allowsDoubleHeight = row > 0 && row <= kLastDoubleHeightRow;
         if (style.showsBoxesOnly && isBlank(_rows[row])) {
             continue;  // without a box, as the cells are already
         }
-        const auto cells = screen.row(row).first<kTeletextDataSize>();
-        if (drawTeletextRow(_rows[row], style, cells)) {
+        const auto cells = screen.row(row).first<kDataBytes>();
+        if (drawRow(_rows[row], style, cells)) {
             ++row;
             drawLowerHalf(cells, screen.row(row));
         }
@@ -262,7 +263,7 @@ screen::Screen TeletextPage::screen() const {
     return screen;
 }
 
-std::vector<std::uint16_t> TeletextPage::otherPages() const {
+std::vector<std::uint16_t> PageReader::otherPages() const {
     std::vector<std::uint16_t> pages;
     for (std::size_t page = 0; page < _pages.size(); ++page) {
         if (_pages.test(page) && page != _page) {
@@ -272,4 +273,4 @@ std::vector<std::uint16_t> TeletextPage::otherPages() const {
     return pages;
 }
 
-}  // namespace qlx::tool
+}  // namespace qlx::teletext
