@@ -44,9 +44,10 @@ inline constexpr std::array<NationalOption, kNationalOptions> kAllNationalOption
 inline constexpr std::array<std::uint8_t, 13> kNationalCodes{0x23, 0x24, 0x40, 0x5B, 0x5C, 0x5D, 0x5E,
                                                              0x5F, 0x60, 0x7B, 0x7C, 0x7D, 0x7E};
 
-/// The characters of each sub-set, in the order of kNationalCodes. Two that are drawn in a way of their own are given
-/// as the letters that texts have: the Polish Z with a stroke as the one with a dot above, and the Turkish currency
-/// sign, the letters TL, as the sign of the lira.
+/// The characters of each sub-set, in the order of kNationalCodes. Where the standard draws a letter in a way of its own,
+/// they are the letters that texts of the language have: Polish Z with a dot (drawn with a stroke), Rumanian A with a
+/// breve and I with a circumflex (a caron, an acute accent), Lithuanian e with an ogonek (a cedilla), and the sign of the
+/// Turkish lira (the letters TL).
 inline constexpr std::array<std::u32string_view, kNationalOptions> kNationalCharacters{
     U"#\u016F\u010D\u0165\u017E\u00FD\u00ED\u0159\u00E9\u00E1\u011B\u00FA\u0161",
     U"\u00A3$@\u2190\u00BD\u2192\u2191#\u2014\u00BC\u2016\u00BE\u00F7",

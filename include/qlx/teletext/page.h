@@ -82,11 +82,15 @@ public:
 
     /// Takes the next packet of the stream, of whatever page. Codes that had to be put right, and a header that is lost,
     /// are given to `findings`.
+    /// @param packet As parsePacket() gives it.
+    /// @param findings May be null.
     /// @param offset Of the packet's first data byte, for the findings.
     /// @return Whether the page may look different now.
     QLX_EXPORT bool receive(const Packet& packet, FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
     /// Takes all teletext packets of a subtitling distribution packet; one that cannot be used is a finding.
+    /// @param sdp As parseSdp() gives it.
+    /// @param findings May be null.
     /// @return Whether the page may look different now.
     QLX_EXPORT bool receive(const Sdp& sdp, FindingSink* findings = nullptr);
 

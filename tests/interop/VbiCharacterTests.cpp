@@ -1,0 +1,165 @@
+// The character sets of the core beside those of libzvbi: packets that the core makes, decoded by the library.
+#include <gtest/gtest.h>
+
+#ifndef QLX_HAVE_LIBZVBI
+
+TEST(VbiCharacters, NeedLibzvbi) {
+    GTEST_SKIP() << "libzvbi was not found when the tests were configured: the package is libzvbi-dev";
+}
+
+#else
+
+#include <qlx/teletext/characters.h>
+#include <qlx/teletext/packet.h>
+
+#include <libzvbi.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace qlx::teletext;
+
+/// The library as the receiver of page 100, its default sets those of a region.
+class Receiver {
+public:
+    explicit Receiver(unsigned region) : _decoder(vbi_decoder_new(), &vbi_decoder_delete) {
+        // Teletext is decoded for those who want its pages.
+        (void)vbi_event_handler_register(
+            _decoder.get(), VBI_EVENT_TTX_PAGE, [](vbi_event*, void*) {}, nullptr);
+        vbi_teletext_set_default_region(_decoder.get(), static_cast<int>(region));
+    }
+
+    void take(const qlx::Result<Packet>& packet) {
+        ASSERT_TRUE(packet);
+        vbi_sliced sliced{};
+        sliced.id = VBI_SLICED_TELETEXT_B;
+        sliced.line = 10;
+        const auto size = writePacket(*packet, std::span(sliced.data).first<kPacketBytes>(), PacketForm::Address);
+        ASSERT_TRUE(size && *size == kPacketBytes);
+        vbi_decode(_decoder.get(), &sliced, 1, _time += 0.04);
+    }
+
+    /// The first `count` characters of a row.
+    std::u32string row(std::size_t row, std::size_t count, vbi_wst_level level) {
+        auto page = std::make_unique<vbi_page>();
+        if (!vbi_fetch_vt_page(_decoder.get(), page.get(), 0x100, VBI_ANY_SUBNO, level, 25, FALSE)) {
+            return U"no page";
+        }
+        std::u32string text;
+        for (std::size_t column = 0; column < count; ++column) {
+            text += static_cast<char32_t>(page->text[row * static_cast<std::size_t>(page->columns) + column].unicode);
+        }
+        vbi_unref_page(page.get());
+        return text;
+    }
+
+private:
+    std::unique_ptr<vbi_decoder, decltype(&vbi_decoder_delete)> _decoder;
+    double _time = 0.0;
+};
+
+PageHeader pageHeader(unsigned option) {
+    return {.page = 0x100, .subcode = 0, .erasesPage = true, .nationalOption = static_cast<std::uint8_t>(option)};
+}
+
+const qlx::Result<Packet> kEnd = packetOf(PageHeader{.page = 0x1FF});
+
+using DrawnLetters = std::map<char32_t, char32_t>;
+
+/// Letters of an option that the library names after the way in which the standard draws them, where no text of the
+/// language has such a letter: a Z with a stroke, the ligature of T and L (in its private range), an A with a caron, an I
+/// with an acute accent, an eth, an e with a cedilla.
+DrawnLetters drawnLetters(NationalOption option) {
+    switch (option) {
+    case NationalOption::Polish:
+        return {{U'\u017B', U'\u01B5'}};
+    case NationalOption::Turkish:
+        return {{U'\u20BA', U'\uE800'}};
+    case NationalOption::Rumanian:
+        return {{U'\u0102', U'\u01CD'}, {U'\u0103', U'\u01CE'}, {U'\u00CE', U'\u00CD'}};
+    case NationalOption::SerbianCroatianSlovenian:
+        return {{U'\u0110', U'\u00D0'}, {U'\u0111', U'\u00F0'}};
+    case NationalOption::LettishLithuanian:
+        return {{U'\u0119', U'\u0229'}};
+    default:
+        return {};
+    }
+}
+
+TEST(VbiCharacters, AreTheSameInEachNationalOption) {
+    std::set<NationalOption> seen;
+    for (unsigned designation = 0; designation < 128; ++designation) {
+        const auto option = nationalOptionOf(static_cast<std::uint8_t>(designation));
+        if (!option) {
+            continue;
+        }
+        seen.insert(*option);
+        Receiver receiver(designation & ~7U);
+        receiver.take(packetOf(pageHeader(designation & 7U)));
+        receiver.take(rowPacket(1, 1, kNationalCodes));
+        receiver.take(kEnd);
+        std::u32string expected(nationalCharacters(*option));
+        for (const auto& [letter, drawn] : drawnLetters(*option)) {
+            std::replace(expected.begin(), expected.end(), letter, drawn);
+        }
+        EXPECT_EQ(receiver.row(1, kNationalCodes.size(), VBI_WST_LEVEL_1), expected) << "designation " << designation;
+    }
+    EXPECT_EQ(seen.size(), kNationalOptions);
+}
+
+TEST(VbiCharacters, AreTheSameInG2) {
+    // Twelve characters a packet, each packet's in a row of its own.
+    constexpr std::size_t kInRow = TripletPacket::kTriplets - 1;
+    constexpr unsigned kFirstRowAddress = 40;
+    constexpr unsigned kSetActivePosition = 0x04;
+    constexpr unsigned kG2Character = 0x0F;
+    Receiver receiver(0);
+    receiver.take(packetOf(pageHeader(0)));
+    const std::vector<std::uint8_t> letters(kDataBytes, 'x');
+    for (std::uint8_t row = 1; row <= 8; ++row) {
+        receiver.take(rowPacket(1, row, letters));
+    }
+    for (std::uint8_t row = 1; row <= 8; ++row) {
+        TripletPacket packet{.magazine = 1, .designation = static_cast<std::uint8_t>(row - 1)};
+        packet.triplets[0] = Triplet::make(kFirstRowAddress + row, kSetActivePosition, 0);
+        for (unsigned column = 0; column < kInRow; ++column) {
+            const unsigned code = 0x20 + (row - 1U) * static_cast<unsigned>(kInRow) + column;
+            packet.triplets[column + 1] = Triplet::make(column, kG2Character, code);
+        }
+        receiver.take(packetOf(packet));
+    }
+    receiver.take(kEnd);
+    std::map<unsigned, std::pair<char32_t, char32_t>> differences;
+    for (std::uint8_t row = 1; row <= 8; ++row) {
+        const std::u32string theirs = receiver.row(row, kInRow, VBI_WST_LEVEL_1p5);
+        for (std::size_t column = 0; column < kInRow; ++column) {
+            const auto code =
+                static_cast<std::uint8_t>(0x20 + (row - 1) * static_cast<int>(kInRow) + static_cast<int>(column));
+            if (latinG2(code) != theirs[column]) {
+                differences[code] = {latinG2(code), theirs[column]};
+            }
+        }
+    }
+    // The library has the marks as characters of their own, spaces where there is nothing, and takes other characters of
+    // the same form for the horizontal bar, the alpha and the D with a stroke.
+    const std::map<unsigned, std::pair<char32_t, char32_t>> expected{
+        {0x40, {U'\0', U' '}},          {0x41, {U'\u0300', U'\u02CB'}}, {0x42, {U'\u0301', U'\u02CA'}},
+        {0x43, {U'\u0302', U'\u02C6'}}, {0x44, {U'\u0303', U'\u02DC'}}, {0x45, {U'\u0304', U'\u02C9'}},
+        {0x46, {U'\u0306', U'\u02D8'}}, {0x47, {U'\u0307', U'\u02D9'}}, {0x48, {U'\u0308', U'\u00A8'}},
+        {0x49, {U'\u0323', U'.'}},      {0x4A, {U'\u030A', U'\u02DA'}}, {0x4B, {U'\u0327', U'\u02CF'}},
+        {0x4C, {U'\u0332', U'\u02CD'}}, {0x4D, {U'\u030B', U'\u02DD'}}, {0x4E, {U'\u0328', U'\u02DB'}},
+        {0x4F, {U'\u030C', U'\u02C7'}}, {0x50, {U'\u2015', U'\u2014'}}, {0x58, {U'\u03B1', U'\u0251'}},
+        {0x59, {U'\0', U' '}},          {0x5A, {U'\0', U' '}},          {0x5B, {U'\0', U' '}},
+        {0x62, {U'\u0110', U'\u00D0'}}, {0x65, {U'\0', U' '}}};
+    EXPECT_EQ(differences, expected);
+}
+
+}  // namespace
+
+#endif
