@@ -1,6 +1,6 @@
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 
-#include "cea608/CaptionCharacters.h"
+#include "facade/CaptionCharacters.h"
 
 using qlx::captioncharacters::Set;
 using qlx::captioncharacters::utf8;

@@ -4,7 +4,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 
-#include "cea608/CEA608Caption.h"
+#include "facade/CEA608Caption.h"
 #include "facade/CaptionSample.h"
 
 #include <span>

@@ -1,4 +1,4 @@
-#include "cea608/CaptionCharacters.h"
+#include "facade/CaptionCharacters.h"
 
 #include <array>
 #include <cstddef>

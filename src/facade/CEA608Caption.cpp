@@ -1,4 +1,4 @@
-#include "cea608/CEA608Caption.h"
+#include "facade/CEA608Caption.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
