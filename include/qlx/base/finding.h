@@ -132,6 +132,40 @@ enum class FindingCode : std::uint32_t {
     SdpChecksumWrong,                    ///< Byte there, byte that is right.
     SdpBytesBehindFooter,                ///< Bytes behind the footer.
     SdpCounterJumped,                    ///< Counter there, counter that was expected.
+    // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
+    ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
+    ScteMessageCut,                   ///< Bytes needed, bytes there.
+    ScteMessageSizeWrong,             ///< messageSize there, bytes of the message.
+    ScteOperationsMissing,            ///< num_ops there, operations that are there.
+    ScteOperationCut,                 ///< data_length there, bytes that are there.
+    ScteOperationTooShort,            ///< opID, bytes of its data.
+    ScteOperationUnknown,             ///< opID, bytes of its data.
+    ScteBytesBehindOperation,         ///< opID, bytes behind its fields.
+    ScteBytesBehindMessage,           ///< Bytes behind the last operation.
+    ScteNumberWrong,                  ///< Number there, greatest that is defined.
+    ScteValueTooLarge,                ///< Number or count given, greatest that the field holds.
+    ScteTooLong,                      ///< Bytes needed or there, greatest length.
+    ScteReservedBitsWrong,            ///< Bits there, the right ones.
+    SctePacketEmpty,                  ///< No numbers.
+    SctePacketVersionUnknown,         ///< Payload descriptor there, one of the version that is known.
+    SctePacketDescriptorReserved,     ///< Payload descriptor there, the same with reserved bits 0.
+    SctePieceMissing,                 ///< Payload descriptor that came (0 at the frame's end), bytes that are left out.
+    ScteTableIdWrong,                 ///< table_id there, FCh.
+    ScteSectionCut,                   ///< Bytes needed, bytes there.
+    ScteSectionTooLong,               ///< section_length there or needed, greatest one.
+    ScteSectionCrcWrong,              ///< CRC_32 there, the right one.
+    ScteSectionEncrypted,             ///< encryption_algorithm, bytes that are encrypted.
+    ScteBytesBehindSection,           ///< Bytes behind the section.
+    ScteCommandLengthWrong,           ///< splice_command_length there, bytes of the command (0 where that is unknown).
+    ScteCommandTooShort,              ///< splice_command_type, bytes of the command.
+    ScteCommandUnknown,               ///< splice_command_type, bytes of the command.
+    ScteBytesBehindCommand,           ///< splice_command_type, bytes behind its fields.
+    ScteDescriptorLoopCut,            ///< descriptor_loop_length there, bytes that are there.
+    ScteDescriptorCut,                ///< splice_descriptor_tag, bytes that are there.
+    ScteDescriptorTooShort,           ///< splice_descriptor_tag, bytes behind its identifier.
+    ScteBytesBehindDescriptor,        ///< splice_descriptor_tag, bytes behind its fields.
+    ScteSubSegmentsUnexpected,        ///< segmentation_type_id, which has no sub-segments.
+    ScteTextWrong,                    ///< Character (Unicode) there, characters that are there.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.
