@@ -32,3 +32,7 @@
 #include <qlx/scte/scte104_operations.h>
 #include <qlx/scte/scte104_packets.h>
 #include <qlx/scte/scte104_system.h>
+#include <qlx/scte/scte35.h>
+#include <qlx/scte/scte35_commands.h>
+#include <qlx/scte/scte35_descriptors.h>
+#include <qlx/scte/scte35_text.h>

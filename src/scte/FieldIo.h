@@ -147,6 +147,11 @@ public:
         }
     }
 
+    /// Bit `index`, from the highest on, of the byte that is next; it is not taken. False at the end.
+    [[nodiscard]] bool nextBit(unsigned index = 0) const noexcept {
+        return remaining() > 0 && (_bytes[_at] & 0x80U >> index) != 0;
+    }
+
     [[nodiscard]] std::size_t remaining() const noexcept { return _bytes.size() - _at; }
     [[nodiscard]] std::size_t consumed() const noexcept { return _at; }
     [[nodiscard]] bool hasFailed() const noexcept { return _hasFailed; }
@@ -313,5 +318,12 @@ void countedBytes(Io& io, Bytes& bytes) {
         io.template list<Count>(bytes, [&io](const std::uint8_t& byte) { io.number(byte); });
     }
 }
+
+// What has no fields.
+template <class Value>
+concept IsEmpty = std::is_empty_v<Value>;
+
+template <class Io, IsEmpty Value>
+void walk(Io&, Value&) {}
 
 }  // namespace qlx::scte::detail

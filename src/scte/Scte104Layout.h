@@ -7,13 +7,6 @@
 
 namespace qlx::scte::detail {
 
-// What has no fields.
-template <class Value>
-concept IsEmpty = std::is_empty_v<Value>;
-
-template <class Io, IsEmpty Value>
-void walk(Io&, Value&) {}
-
 template <class Io, Is<InjectSectionDataRequest> Value>
 void walk(Io& io, Value& value) {
     // The length stands in front of two fields that it does not count.

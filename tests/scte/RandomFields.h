@@ -72,6 +72,8 @@ public:
         }
     }
 
+    bool nextBit(unsigned = 0) { return below(1) != 0; }
+
 private:
     std::mt19937_64 _random;
 };
@@ -80,7 +82,12 @@ private:
 
 namespace qlxtest {
 
+// The sanitizers take ten times as long.
+#ifdef QLX_SANITIZED
+inline constexpr unsigned kRandomRounds = 2000;
+#else
 inline constexpr unsigned kRandomRounds = 20000;
+#endif
 
 /// 0, or what --gtest_random_seed=N says, in steps of the rounds.
 inline unsigned firstSeed() {
