@@ -14,14 +14,19 @@ endif()
 if(QLX_SANITIZERS)
     list(APPEND qlx_compile_options -fsanitize=${QLX_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
 endif()
+set(qlx_coverage_options "")
 if(QLX_BUILD_FUZZERS)
     # Coverage instrumentation only: the fuzz targets add the engine with its main function.
-    list(APPEND qlx_compile_options -fsanitize=fuzzer-no-link)
+    set(qlx_coverage_options -fsanitize=fuzzer-no-link)
 endif()
 
-# qlx_configure_target(<target>): C++20 without extensions, the project's warnings, the chosen sanitizers.
-# All of it is private: a project that embeds the library keeps its own flags.
+# qlx_configure_target(<target> [NO_COVERAGE]): C++20 without extensions, the project's warnings, the chosen sanitizers,
+# and what the fuzzing engine follows. All of it is private: a project that embeds the library keeps its own flags.
 function(qlx_configure_target target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "NO_COVERAGE" "" "")
+    if(NOT arg_NO_COVERAGE)
+        target_compile_options(${target} PRIVATE ${qlx_coverage_options})
+    endif()
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
     target_compile_options(${target} PRIVATE ${qlx_compile_options})

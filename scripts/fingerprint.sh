@@ -4,10 +4,16 @@
 
 declare -A entries=() # what compile_commands.json says of a file: one object or several, each with a comma behind it
 
-# read_database: fills `entries`. CMake writes each key on a line of its own.
+# read_database: fills `entries`. CMake writes each key on a line of its own. What is looked at is each source with its
+# own includes: precompiled headers are left out.
 read_database() {
-    local line entry='' file=''
+    local line entry='' file='' rest
     while IFS= read -r line; do
+        if [[ $line == *' -include-pch '* ]]; then
+            rest=${line#* -include-pch }
+            rest=${rest#*.pch}
+            line=${line%% -include-pch *}${rest#\\\"}
+        fi
         case $line in
         '{') entry=$line ;;
         '}'*) entries[$file]+=$entry$'\n},' ;;
