@@ -1,4 +1,4 @@
-// qlxcc rate: captions from one frame rate to its double, and back.
+// qlxcc rate --as-deployed: captions from one frame rate to its double, and back.
 #include "AncBytes.h"
 #include "CaptionBytes.h"
 #include "Sanitized.h"
@@ -61,7 +61,7 @@ std::string withoutSpaces(std::string text) {
 
 ToolResult runRate(const TemporaryFolder& folder, const std::string& in, const std::string& from, const std::string& to,
                    const std::string& out) {
-    return runTool({"rate", folder.path(in), "--from", from, "--to", to, "-o", folder.path(out)});
+    return runTool({"rate", folder.path(in), "--from", from, "--to", to, "-o", folder.path(out), "--as-deployed"});
 }
 
 // One frame at 25/s: both fields, a DTVCC packet's start and data.
@@ -80,7 +80,7 @@ std::string madeCdp(unsigned rateCode, const std::string& triplets, unsigned cou
 const std::string kFirstHalf = "fc942cff0102fe0304" + repeated("fa0000", 9);
 const std::string kSecondHalf = "fd152c" + repeated("fa0000", 11);
 
-TEST(RateChange, SplitsAFrameInTwo) {
+TEST(RateAsDeployed, SplitsAFrameInTwo) {
     const TemporaryFolder folder;
     folder.write("a.klv", fromHex(klvHex({{kAfd, captionHex(kWholeCdp), kOther}, {}})));
     const ToolResult result = runRate(folder, "a.klv", "25", "50", "b.klv");
@@ -93,7 +93,7 @@ TEST(RateChange, SplitsAFrameInTwo) {
                                                                  {}})));
 }
 
-TEST(RateChange, JoinsTwoFramesInOne) {
+TEST(RateAsDeployed, JoinsTwoFramesInOne) {
     const TemporaryFolder folder;
     folder.write("a.klv", fromHex(klvHex({{captionHex(cdpHex(6, kFirstHalf)), kAfd},
                                           {kOther, captionHex(cdpHex(6, kSecondHalf)), kAfd}})));
@@ -105,7 +105,7 @@ TEST(RateChange, JoinsTwoFramesInOne) {
         withoutSpaces(klvHex({{captionHex(madeCdp(3, kWhole + repeated("fa0000", 20), 0)), kAfd, kOther, kAfd}})));
 }
 
-TEST(RateChange, TakesAMissingPartnerForAnEmptyOne) {
+TEST(RateAsDeployed, TakesAMissingPartnerForAnEmptyOne) {
     const TemporaryFolder folder;
     // Only the first, only the second, none, and an odd frame at the end. A join without field 2 gets a null pair.
     folder.write("a.klv", fromHex(klvHex({{captionHex(cdpHex(6, kFirstHalf))},
@@ -124,7 +124,7 @@ TEST(RateChange, TakesAMissingPartnerForAnEmptyOne) {
                                                                  {captionHex(madeCdp(3, first, 2))}})));
 }
 
-TEST(RateChange, LeavesATimeCodeSectionOut) {
+TEST(RateAsDeployed, LeavesATimeCodeSectionOut) {
     // Behind the header stand 71 and four bytes of time code; the flags say so (FF in place of 7F).
     std::string cdp = kWholeCdp;
     cdp.replace(8, 2, "ff");
@@ -154,7 +154,7 @@ std::vector<std::string> fieldOneOfFrames(const std::string& file) {
     return pairs;
 }
 
-TEST(RateChange, KeepsEveryPairOnTheWayThereAndBack) {
+TEST(RateAsDeployed, KeepsEveryPairOnTheWayThereAndBack) {
     struct Expected {
         std::string low;
         std::string high;
@@ -191,7 +191,7 @@ TEST(RateChange, KeepsEveryPairOnTheWayThereAndBack) {
     }
 }
 
-TEST(RateChange, WarnsOnceOfPacketsOfAnotherRate) {
+TEST(RateAsDeployed, WarnsOnceOfPacketsOfAnotherRate) {
     const TemporaryFolder folder;
     const std::string frame = captionHex(cdpHex(4, kWhole + repeated("fa0000", 16)));
     folder.write("a.klv", fromHex(klvHex({{frame}, {frame}})));
@@ -205,7 +205,7 @@ TEST(RateChange, WarnsOnceOfPacketsOfAnotherRate) {
                                                                  {captionHex(madeCdp(6, kSecondHalf, 3))}})));
 }
 
-TEST(RateChange, WarnsOnceOfPacketsThatContradictThemselves) {
+TEST(RateAsDeployed, WarnsOnceOfPacketsThatContradictThemselves) {
     const TemporaryFolder folder;
     std::string cdp = kWholeCdp;
     ASSERT_EQ(cdp.substr(14, 4), "72f8");
@@ -218,7 +218,7 @@ TEST(RateChange, WarnsOnceOfPacketsThatContradictThemselves) {
                               "begins no section\n");
 }
 
-TEST(RateChange, RefusesBrokenInputAndLeavesNoFile) {
+TEST(RateAsDeployed, RefusesBrokenInputAndLeavesNoFile) {
     const TemporaryFolder folder;
     const auto refusal = [&](const std::string& hex, const std::string& message) {
         folder.write("a.klv", fromHex(hex));
@@ -239,11 +239,11 @@ TEST(RateChange, RefusesBrokenInputAndLeavesNoFile) {
             "samples");
 }
 
-TEST(RateChange, WritesToStandardOutput) {
+TEST(RateAsDeployed, WritesToStandardOutput) {
     const TemporaryFolder folder;
     folder.write("a.klv", fromHex(klvHex({{captionHex(kWholeCdp)}})));
-    const ToolResult result =
-        runTool({"rate", "-", "--from", "25", "--to", "50", "-o", "-"}, {.input = folder.read("a.klv")});
+    const ToolResult result = runTool({"rate", "-", "--from", "25", "--to", "50", "-o", "-", "--as-deployed"},
+                                      {.input = folder.read("a.klv")});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(hexOf(result.out), withoutSpaces(klvHex({{captionHex(madeCdp(6, kFirstHalf, 0))},
                                                        {captionHex(madeCdp(6, kSecondHalf, 1))}})));

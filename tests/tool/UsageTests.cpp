@@ -98,16 +98,18 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"extract", "a.264", "--format", "cc2"}, std::vector<std::string>{"rate", "a.klv"},
         std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "50"},
         std::vector<std::string>{"rate", "a.klv", "--from", "25", "-o", "b.klv"},
-        std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "25", "-o", "b.klv"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "25", "-o", "b.klv", "--as-deployed"},
         std::vector<std::string>{"rate", "a.klv", "--from", "24", "--to", "48", "-o", "b.klv"},
-        std::vector<std::string>{"rate", "a.klv", "--from", "24", "--to", "23.976", "-o", "b.klv"},
-        std::vector<std::string>{"rate", "a.klv", "--from", "29.97", "--to", "60", "-o", "b.klv"},
-        std::vector<std::string>{"rate", "a.klv", "--from", "60", "--to", "29.97", "-o", "b.klv"}));
+        std::vector<std::string>{"rate", "a.klv", "--from", "24", "--to", "23.976", "-o", "b.klv", "--as-deployed"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "29.97", "--to", "60", "-o", "b.klv", "--as-deployed"},
+        std::vector<std::string>{"rate", "a.klv", "--from", "60", "--to", "29.97", "-o", "b.klv", "--as-deployed"}));
 
 TEST(Usage, SaysWhichRatesBelongTogether) {
-    const auto result = runTool({"rate", "a.klv", "--from", "24", "--to", "60", "-o", "b.klv"});
-    EXPECT_EQ(result.err, "qlxcc: no way from 24 to 60 frames/s: one rate must be the double of the other (25 and 50, "
-                          "29.97 and 59.94, 30 and 60) (see qlxcc rate --help)\n");
+    const auto result = runTool({"rate", "a.klv", "--from", "24", "--to", "60", "-o", "b.klv", "--as-deployed"});
+    EXPECT_EQ(
+        result.err,
+        "qlxcc: no way from 24 to 60 frames/s with --as-deployed: one rate must be the double of the other (25 and 50, "
+        "29.97 and 59.94, 30 and 60) (see qlxcc rate --help)\n");
 }
 
 /// The commands that a help text lists.

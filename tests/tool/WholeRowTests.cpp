@@ -263,7 +263,7 @@ TEST(WholeRows, AreReadByEveryCommandThatReadsElements) {
     const ToolResult shown =
         runTool({"show", file, "--all", "--lines", "9", "--rate", "25", "--width", "768", "--near-start"});
     EXPECT_EQ(shown.out, "teletext page 888: never anything on air\ncaptions CC1: never anything on air\n");
-    // Rows become elements of twice the rate; --near-start finds nothing to put into them.
+    // Rows become elements of twice the rate: two caption packets, AFD twice, one SCTE-104; --near-start finds nothing to put into them.
     const auto rate = [&](const std::vector<std::string>& more) {
         std::vector<std::string> arguments{"rate",  file,      "--from", "29.97", "--to",
                                            "59.94", "--lines", "9",      "-o",    folder.path("b.klv")};
@@ -272,7 +272,7 @@ TEST(WholeRows, AreReadByEveryCommandThatReadsElements) {
         return runTool({"scan", folder.path("b.klv")}).out;
     };
     EXPECT_EQ(rate({"--near-start"}), "0 packets in 2 frames\n");
-    EXPECT_TRUE(rate({}).ends_with("\n4 packets in 2 frames\n"));
+    EXPECT_TRUE(rate({}).ends_with("\n5 packets in 2 frames\n"));
 }
 
 TEST(WholeRows, WithADamagedPacketAreNotConverted) {

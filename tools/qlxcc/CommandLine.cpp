@@ -203,8 +203,11 @@ void addRateChange(CLI::App& app, RawRateChange& raw) {
     CLI::App& rate = *app.add_subcommand("rate", kRateDescription);
     rate.footer(kRateFooter);
     rate.add_option("IN", raw.file, "A klv, v210, 2vuy or jsonl file (-: standard input)")->required()->type_name("");
-    rate.add_option("--from", raw.from, "Frames a second of IN")->required()->type_name("RATE")->check(checkRate);
-    rate.add_option("--to", raw.to, "Frames a second of the result: the double, or half of it")
+    rate.add_option("--from-rate,--from", raw.from, "Frames a second of IN")
+        ->required()
+        ->type_name("RATE")
+        ->check(checkRate);
+    rate.add_option("--to-rate,--to", raw.to, "Frames a second of the result")
         ->required()
         ->type_name("RATE")
         ->check(checkRate);

@@ -145,19 +145,23 @@ inline constexpr const char* kExtractFooter =
     "  qlxcc extract film.m2v --format cc1 --json\n"
     "  qlxcc extract film.mp4 --format a53";
 
-inline constexpr const char* kRateDescription = "Bring captions from one frame rate to its double, or back";
+inline constexpr const char* kRateDescription = "Bring captions from one frame rate to another";
 
 inline constexpr const char* kRateFooter =
-    "IN has elements, rows or JSON lines; the result is klv, or what its name says. From a rate to its double (25 to "
+    "IN has elements, rows or JSON lines; the result is klv, or what its name says. RATE is 23.976, 24, 25, 29.97, 30, "
     "50,\n"
-    "29.97 to 59.94, 30 to 60) each caption packet is split into those of two frames, and all other packets go to the\n"
-    "first one. The other way two frames become one: their caption packets are joined, a missing one counting as "
-    "empty,\n"
-    "and all other packets are kept, in order.\n"
+    "59.94 or 60. Captions keep their time: a frame carries what has come when it begins, in as many pairs and "
+    "triplets as\n"
+    "its rate has; the rest follows, and what is more than two seconds late is counted. Packets of other kinds go to "
+    "the\n"
+    "first frame at their time or later, once; AFD and pan-scan are repeated or passed over with the frames, and so "
+    "are "
+    "time\n"
+    "codes where both rates count alike. Warnings name the first ten of a kind and count the rest.\n"
     "\n"
     "Examples:\n"
-    "  qlxcc rate anc25.klv --from 25 --to 50 -o anc50.klv\n"
-    "  qlxcc rate anc60.klv --from 59.94 --to 29.97 -o anc30.klv";
+    "  qlxcc rate anc25.klv --from-rate 25 --to-rate 59.94 -o anc60.klv\n"
+    "  qlxcc rate film.v210 --lines 9,12 --from-rate 59.94 --to-rate 25 -o film.jsonl";
 
 inline constexpr const char* kCompletionDescription = "Print the completion script of a shell";
 

@@ -1,20 +1,24 @@
 #include "RateChange.h"
 
-#include "Cdp.h"
 #include "Errors.h"
+#include "FindingNotes.h"
 #include "FrameLoop.h"
 #include "InputFile.h"
 #include "InputKind.h"
 #include "OutputFile.h"
 #include "PacketNames.h"
 #include "Progress.h"
+#include "RateHalves.h"
 
-#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
-#include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+#include <qlx/anc/rate.h>
+#include <qlx/base/frame_rate.h>
+#include <qlx/cc/cdp.h>
+#include <qlx/cc/rate.h>
 
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <list>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -25,52 +29,55 @@ namespace qlx::tool {
 namespace {
 
 using anc::Packet;
-using Sample = std::shared_ptr<SampleBuffer>;
 
-constexpr std::size_t kHeaderSize = 7;
-constexpr std::size_t kSmallestPacket = 10;
+/// Where captions stand: in the packets of a line and channel, or in no packet.
+struct StreamPlace {
+    bool isInPackets = false;
+    std::uint32_t line = 0;
+    anc::Channel channel = anc::Channel::Luma;
 
-bool isCaptionPacket(const Packet& packet) {
-    return packet.id() == anc::ids::kCdp;
-}
+    friend bool operator==(const StreamPlace&, const StreamPlace&) = default;
+};
 
-/// `data` as the one sample of a `clcp`/`c708` stream: an atom header and the CDP.
-Sample captionSample(std::span<const std::uint8_t> data, const SampleTimingInfo& timing) {
-    constexpr std::array<std::uint8_t, 4> kAtomType{'c', 'c', 'd', 'p'};
-    const std::size_t size = data.size() + 8;
-    auto block = std::make_shared<BlockBuffer>(size);
-    block->data()[2] = static_cast<std::uint8_t>(size >> 8U);
-    block->data()[3] = static_cast<std::uint8_t>(size);
-    std::copy(kAtomType.begin(), kAtomType.end(), block->data() + 4);
-    std::copy(data.begin(), data.end(), block->data() + 8);
-    auto sample = std::make_shared<SampleBuffer>();
-    sample->dataBuffer = std::move(block);
-    sample->formatDescription =
-        std::make_shared<FormatDescription>(FormatDescription{fourCC("clcp"), fourCC("c708"), {}});
-    sample->timingInfo = timing;
-    sample->sampleSize = size;
-    return sample;
-}
+/// Captions that belong together.
+struct CaptionStream {
+    CaptionStream(const StreamPlace& streamPlace, const cc::RateOptions& options)
+        : place(streamPlace), change(options) {}
+
+    StreamPlace place;
+    std::uint32_t horizontalOffset = 0;  ///< Of the last packet.
+    CaptionPlace captionPlace = CaptionPlace::Picture;
+    cc::RateChange change;
+    std::optional<cc::RateFrame> next;  ///< What goes out next.
+    std::uint64_t framesFed = 0;        ///< Frames of the input that it has got, up to the last one.
+};
 
 /// Changes the rate of a file's frames.
-class RateChange {
+class AnyRateChange {
 public:
-    RateChange(const RateChangeOptions& options, InputFile& source, OutputFile& output)
-        : _options(options), _source(source), _reader(openFrames(source, options.source)),
-          _writer(makeFrameWriter(output, options.frames)), _remarks(source),
-          _progress(source.size(), output.isStandardOutput()) {}
+    AnyRateChange(const RateChangeOptions& options, InputFile& source, OutputFile& output)
+        : _options(options), _from(frameRateOfDuration(options.from.frameDuration()).value()),
+          _to(frameRateOfDuration(options.to.frameDuration()).value()), _source(source),
+          _reader(openFrames(source, options.source)), _writer(makeFrameWriter(output, options.frames)),
+          _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
+          _packets(_from, _to) {}
 
     void run() {
         Frame frame;
         while (read(frame)) {
-            if (isDouble(_options.from, _options.to)) {
-                split(frame);
-            } else {
-                Frame second;
-                const bool hasSecond = read(second);
-                join(frame, hasSecond ? &second : nullptr);
+            take(frame);
+            while (!isWaiting()) {
+                writeNext();
             }
         }
+        for (CaptionStream& stream : _streams) {
+            stream.change.finish();
+        }
+        while (hasMore()) {
+            writeNext();
+        }
+        _progress.clear();
+        _notes.finish();
         if (_remarks.hasMore()) {
             _remarks.sayHowManyMore();
         }
@@ -95,117 +102,159 @@ private:
         return true;
     }
 
-    /// A packet's CDP as a sample of the rate that the file has.
-    Sample sampleOf(const Frame& frame, const Packet& packet) {
-        const std::span<const std::uint8_t> data = packet.userData;
-        const std::string place = "frame " + std::to_string(frame.number) + ", line " + std::to_string(packet.line);
-        const std::optional<Cdp> cdp = readCdp(data);
-        if (!cdp || data.size() < kSmallestPacket) {
+    void take(Frame& frame) {
+        checkNumber(frame.number);
+        if (frame.pts && !_begin) {
+            const auto before = -static_cast<std::int64_t>(frame.number);
+            _begin = add(*frame.pts, MediaTime::make(before * _options.from.value, _options.from.timescale));
+        }
+        // What was counted before is taken as part of the last frame: time does not go back.
+        const std::uint64_t number = std::max(frame.number, _framesRead == 0 ? 0 : _framesRead - 1);
+        _notes.setPlace("frame " + std::to_string(frame.number));
+        for (Packet& packet : frame.packets) {
+            if (packet.id() == anc::ids::kCdp) {
+                takeCaptions(frame.number, packet);
+            } else {
+                _packets.feed(number, std::move(packet), &_notes);
+            }
+        }
+        if (!frame.triplets.empty()) {
+            takeTriplets(frame);
+        }
+        _framesRead = number + 1;
+        for (CaptionStream& stream : _streams) {
+            if (stream.framesFed < _framesRead) {
+                stream.change.feed(number, std::span<const cc::Triplet>(), &_notes);
+                stream.framesFed = _framesRead;
+            }
+        }
+    }
+
+    /// Frames are written for those that are missing; a number that is wrong must not make a file of millions of them.
+    void checkNumber(std::uint64_t number) const {
+        constexpr std::uint64_t kSecondsOfDay = 86'400;
+        const std::uint64_t greatestGap = kSecondsOfDay * nominalFrames(_options.from);
+        if (number > _framesRead + greatestGap) {
+            throw failureIn(_source.name(),
+                            "frame " + std::to_string(number) + " behind frame " +
+                                (_framesRead == 0 ? std::string("0") : std::to_string(_framesRead - 1)) +
+                                ": more than a day is missing");
+        }
+    }
+
+    void takeCaptions(std::uint64_t frame, const Packet& packet) {
+        const std::string place = "frame " + std::to_string(frame) + ", line " + std::to_string(packet.line);
+        _notes.setPlace(place);
+        const Result<cc::Cdp> cdp = cc::parseCdp(packet.userData, &_notes);
+        if (!cdp) {
             throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");
         }
-        if (cdp->rate != _options.from.name && !_hasWarned) {
-            _hasWarned = true;
-            _progress.clear();
-            printNote("warning: " + _source.name() + ": " + place + ": the caption packet is marked as one of " +
-                      (cdp->rate.empty() ? "an unknown rate" : std::string(cdp->rate) + " frames/s"));
-        }
-        if (const std::string contradiction = contradictionIn(*cdp); !contradiction.empty() && !_hasWarnedOfCount) {
-            _hasWarnedOfCount = true;
-            _progress.clear();
-            printNote("warning: " + _source.name() + ": " + place +
-                      ": the caption packet contradicts itself: " + contradiction);
-        }
-        std::vector<std::uint8_t> bytes(data.begin(), data.end());
-        // The library expects the triplets at their usual place, without a time code in front of them.
-        const auto timeCode = bytes.begin() + kHeaderSize;
-        bytes.erase(timeCode, timeCode + static_cast<std::ptrdiff_t>(cdp->timeCodeBytes));
-        return captionSample(bytes, timingOf(frame.number));
+        CaptionStream& stream = streamAt({true, packet.line, packet.channel});
+        stream.horizontalOffset = packet.horizontalOffset;
+        stream.change.feed(frame, *cdp, &_notes);
+        stream.framesFed = std::max(stream.framesFed, frame + 1);
+        _notes.setPlace("frame " + std::to_string(frame));
     }
 
-    [[nodiscard]] SampleTimingInfo timingOf(std::uint64_t frame) const {
-        return {_options.from.frameDuration(), _options.from.timeOfFrame(frame), {}};
-    }
-
-    /// A packet like `model` with the CDP of `sample`.
-    Packet packetWith(const Packet& model, const Sample& sample) const {
-        const Data data = QLXCCUtilities::extractCaptionsDataFromSampleBuffer(sample);
-        if (!data) {
-            throw failureIn(_source.name(), "a caption packet could not be converted");
+    void takeTriplets(const Frame& frame) {
+        if (frame.triplets.size() % sizeof(cc::Triplet) != 0) {
+            throw failureIn(_source.name(),
+                            "frame " + std::to_string(frame.number) + ": the captions are no whole triplets");
         }
-        return packetOf(anc::ids::kCdp, data, model.line);
+        std::vector<cc::Triplet> triplets(frame.triplets.size() / sizeof(cc::Triplet));
+        std::memcpy(triplets.data(), frame.triplets.data(), frame.triplets.size());
+        CaptionStream& stream = streamAt({});
+        stream.captionPlace = frame.captionPlace;
+        stream.change.feed(frame.number, triplets, &_notes);
+        stream.framesFed = std::max(stream.framesFed, frame.number + 1);
     }
 
-    void write(std::vector<Packet> packets) {
+    CaptionStream& streamAt(const StreamPlace& place) {
+        const auto found = std::find_if(_streams.begin(), _streams.end(),
+                                        [&place](const CaptionStream& stream) { return stream.place == place; });
+        return found != _streams.end() ? *found
+                                       : _streams.emplace_back(place, cc::RateOptions{.from = _from, .to = _to});
+    }
+
+    /// Whether a stream has the frame that is written next.
+    bool hasNext(CaptionStream& stream) {
+        _notes.setPlace("frame " + std::to_string(_framesWritten) + " of the result");
+        cc::RateFrame frame;
+        while (!stream.next || stream.next->number < _framesWritten) {
+            if (!stream.change.next(frame, &_notes)) {
+                return false;
+            }
+            stream.next = frame;
+        }
+        return true;
+    }
+
+    /// Whether the next frame depends on frames to come.
+    bool isWaiting() {
+        return _framesWritten >= firstFrameAtOrAfter(_from, _framesRead, _to) ||
+               !std::all_of(_streams.begin(), _streams.end(),
+                            [this](CaptionStream& stream) { return hasNext(stream); });
+    }
+
+    /// Behind the last frame of the input: whether there is a frame to be written. All streams take it.
+    bool hasMore() {
+        const auto count =
+            std::count_if(_streams.begin(), _streams.end(), [this](CaptionStream& stream) { return hasNext(stream); });
+        return count > 0 || _packets.waiting() > 0 || _framesWritten < firstFrameAtOrAfter(_from, _framesRead, _to);
+    }
+
+    void writeNext() {
         Frame frame;
-        frame.number = _framesWritten++;
-        frame.pts = _options.to.timeOfFrame(frame.number);
-        frame.packets = std::move(packets);
+        frame.number = _framesWritten;
+        frame.pts = _options.to.timeOfFrame(_framesWritten);
+        if (_begin && _begin->isValid()) {
+            frame.pts = add(*_begin, *frame.pts);
+        }
+        for (const CaptionStream& stream : _streams) {
+            if (stream.next && stream.next->number == _framesWritten && stream.next->isCarried) {
+                put(stream, frame);
+            }
+        }
+        for (Packet& packet : _packets.packetsOf(_framesWritten)) {
+            frame.packets.push_back(std::move(packet));
+        }
+        std::stable_sort(frame.packets.begin(), frame.packets.end(),
+                         [](const Packet& left, const Packet& right) { return left.line < right.line; });
         _writer->write(frame);
+        ++_framesWritten;
     }
 
-    void split(const Frame& frame) {
-        std::vector<Packet> first;
-        std::vector<Packet> second;
-        for (const Packet& packet : frame.packets) {
-            if (!isCaptionPacket(packet)) {
-                first.push_back(packet);
-                continue;
-            }
-            std::array<Sample, 2> halves;
-            (void)QLXCCUtilities::splitSampleBuffer_toSampleBuffer_andSampleBuffer_frameDuration(
-                sampleOf(frame, packet), &halves[0], &halves[1], _options.to.frameDuration());
-            first.push_back(packetWith(packet, halves[0]));
-            second.push_back(packetWith(packet, halves[1]));
+    static void put(const CaptionStream& stream, Frame& frame) {
+        const cc::Cdp& cdp = stream.next->cdp;
+        if (!stream.place.isInPackets) {
+            const std::span<const cc::Triplet> triplets = cdp.triplets();
+            frame.triplets = Data(reinterpret_cast<const std::uint8_t*>(triplets.data()), triplets.size_bytes());
+            frame.captionPlace = stream.captionPlace;
+            return;
         }
-        write(std::move(first));
-        write(std::move(second));
-    }
-
-    /// The n-th caption packets of both frames are joined, at the place of the first; a missing one counts as empty.
-    void join(const Frame& first, const Frame* second) {
-        std::vector<Packet> captions;
-        std::vector<Packet> others;
-        if (second != nullptr) {
-            std::partition_copy(second->packets.begin(), second->packets.end(), std::back_inserter(captions),
-                                std::back_inserter(others), isCaptionPacket);
-        }
-        std::vector<Packet> joined;
-        std::size_t used = 0;
-        for (const Packet& packet : first.packets) {
-            if (!isCaptionPacket(packet)) {
-                joined.push_back(packet);
-                continue;
-            }
-            const bool hasPartner = used < captions.size();
-            joined.push_back(packetWith(
-                packet, join(sampleOf(first, packet), hasPartner ? sampleOf(*second, captions[used++]) : empty())));
-        }
-        for (; used < captions.size(); ++used) {
-            joined.push_back(packetWith(captions[used], join(empty(), sampleOf(*second, captions[used]))));
-        }
-        joined.insert(joined.end(), others.begin(), others.end());
-        write(std::move(joined));
-    }
-
-    [[nodiscard]] Sample join(const Sample& first, const Sample& second) const {
-        return QLXCCUtilities::createConcatenatedSampleBufferWithSampleBuffer_andSampleBuffer_frameDuration(
-            first, second, _options.to.frameDuration());
-    }
-
-    [[nodiscard]] Sample empty() const {
-        return QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(
-            MediaTime::make(0, _options.from.timescale), _options.from.frameDuration(), 0);
+        std::array<std::uint8_t, cc::kGreatestCdpBytes> room{};
+        // A packet that the change gives fits.
+        const std::size_t size = *cc::writeCdp(cdp, room);
+        Packet packet = packetOf(anc::ids::kCdp, std::span(room).first(size), stream.place.line);
+        packet.channel = stream.place.channel;
+        packet.horizontalOffset = stream.horizontalOffset;
+        frame.packets.push_back(std::move(packet));
     }
 
     const RateChangeOptions& _options;
+    FrameRate _from;
+    FrameRate _to;
     ByteSource& _source;
     std::unique_ptr<FrameReader> _reader;
     std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;
     Progress _progress;
+    FindingNotes _notes;
+    anc::PacketRateChange _packets;
+    std::list<CaptionStream> _streams;
+    std::optional<MediaTime> _begin;  ///< The time of frame 0, where the file says times.
+    std::uint64_t _framesRead = 0;    ///< Up to the last one; those that the file leaves out count as well.
     std::uint64_t _framesWritten = 0;
-    bool _hasWarned = false;
-    bool _hasWarnedOfCount = false;
 };
 
 bool hasPackets(InputKind kind) {
@@ -240,7 +289,11 @@ int changeRate(const RateChangeOptions& options) {
     changed.source.kind = kindOfFrames(source, options.source);
     settleRows(*changed.source.kind, changed.source, changed.frames);
     OutputFile output(options.output);
-    RateChange(changed, source, output).run();
+    if (options.asDeployed) {
+        changeToHalves(changed, source, output);
+    } else {
+        AnyRateChange(changed, source, output).run();
+    }
     output.commit();
     return kExitSuccess;
 }

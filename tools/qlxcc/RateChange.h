@@ -1,4 +1,4 @@
-// qlxcc rate: caption packets from one frame rate to its double, or back.
+// qlxcc rate: frames with packets from one frame rate to another.
 #pragma once
 
 #include "FrameOutput.h"
@@ -16,13 +16,14 @@ struct RateChangeOptions {
     Rate to;
     std::string output;  ///< `-` is standard output.
     FrameOutputOptions frames;
+    bool asDeployed = false;  ///< With the fixed operations, which know a rate's double and half only.
 };
 
 /// Whether `to` is the double of `from`.
 [[nodiscard]] bool isDouble(const Rate& from, const Rate& to) noexcept;
 
 /// Runs the subcommand; the result is the exit code.
-/// @param options One of the rates must be the double of the other.
+/// @param options With `asDeployed` one of the rates must be the double of the other.
 [[nodiscard]] int changeRate(const RateChangeOptions& options);
 
 }  // namespace qlx::tool

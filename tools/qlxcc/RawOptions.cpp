@@ -260,9 +260,11 @@ RateChangeOptions checked(const RawRateChange& raw) {
     options.frames.format = frameFormatNamed(raw.toFormat.value_or(extensionOf(raw.output))).value_or(FrameFormat::Klv);
     options.frames.form = rowForm(raw.asDeployed, options.frames.format);
     options.source = frameSourceOptions(raw.file, raw.fromFormat, raw.rows, options.frames.format == FrameFormat::V210);
-    if (!isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
+    options.asDeployed = raw.asDeployed;
+    if (raw.asDeployed && !isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
         throw UsageError("no way from " + raw.from + " to " + raw.to +
-                         " frames/s: one rate must be the double of the other (25 and 50, 29.97 and 59.94, 30 and 60)");
+                         " frames/s with --as-deployed: one rate must be the double of the other (25 and 50, 29.97 and "
+                         "59.94, 30 and 60)");
     }
     refuseTerminal(raw.output, options.frames.format);
     return options;

@@ -1,0 +1,33 @@
+#include "FindingNotes.h"
+
+#include "Errors.h"
+
+namespace qlx::tool {
+
+void FindingNotes::add(const Finding& finding) {
+    if (finding.severity == Severity::Remark) {
+        return;
+    }
+    Kind& kind = _kinds[finding.code];
+    if (++kind.count > kShown) {
+        return;
+    }
+    const std::string text = finding.text();
+    if (kind.count == 1) {
+        kind.text = text;
+    }
+    _progress.clear();
+    printNote("warning: " + _name + ": " + _place + ": " + text);
+}
+
+void FindingNotes::finish() {
+    for (const auto& [code, kind] : _kinds) {
+        if (kind.count > kShown) {
+            _progress.clear();
+            printNote("warning: " + _name + ": " + std::to_string(kind.count - kShown) + " more like \"" + kind.text +
+                      "\"");
+        }
+    }
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,42 @@
+// Saying what was found in a file, some of each kind.
+#pragma once
+
+#include "Progress.h"
+
+#include <qlx/base/finding.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace qlx::tool {
+
+/// Says the first ten findings of a kind, and in the end how many more there were. Remarks are not said.
+class FindingNotes final : public FindingSink {
+public:
+    /// @param name Of the file.
+    FindingNotes(std::string name, Progress& progress) : _name(std::move(name)), _progress(progress) {}
+
+    /// Where the next findings are: `frame 3, line 9`.
+    void setPlace(std::string place) { _place = std::move(place); }
+
+    void add(const Finding& finding) override;
+
+    /// Called behind the last one.
+    void finish();
+
+private:
+    static constexpr std::uint64_t kShown = 10;
+
+    struct Kind {
+        std::uint64_t count = 0;
+        std::string text;  ///< Of the first one.
+    };
+
+    std::string _name;
+    Progress& _progress;
+    std::string _place;
+    std::map<FindingCode, Kind> _kinds;
+};
+
+}  // namespace qlx::tool

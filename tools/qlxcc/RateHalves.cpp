@@ -1,0 +1,214 @@
+#include "RateHalves.h"
+
+#include "Cdp.h"
+#include "Errors.h"
+#include "FrameLoop.h"
+#include "PacketNames.h"
+#include "Progress.h"
+
+#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+#include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+using anc::Packet;
+using Sample = std::shared_ptr<SampleBuffer>;
+
+constexpr std::size_t kHeaderSize = 7;
+constexpr std::size_t kSmallestPacket = 10;
+
+bool isCaptionPacket(const Packet& packet) {
+    return packet.id() == anc::ids::kCdp;
+}
+
+/// `data` as the one sample of a `clcp`/`c708` stream: an atom header and the CDP.
+Sample captionSample(std::span<const std::uint8_t> data, const SampleTimingInfo& timing) {
+    constexpr std::array<std::uint8_t, 4> kAtomType{'c', 'c', 'd', 'p'};
+    const std::size_t size = data.size() + 8;
+    auto block = std::make_shared<BlockBuffer>(size);
+    block->data()[2] = static_cast<std::uint8_t>(size >> 8U);
+    block->data()[3] = static_cast<std::uint8_t>(size);
+    std::copy(kAtomType.begin(), kAtomType.end(), block->data() + 4);
+    std::copy(data.begin(), data.end(), block->data() + 8);
+    auto sample = std::make_shared<SampleBuffer>();
+    sample->dataBuffer = std::move(block);
+    sample->formatDescription =
+        std::make_shared<FormatDescription>(FormatDescription{fourCC("clcp"), fourCC("c708"), {}});
+    sample->timingInfo = timing;
+    sample->sampleSize = size;
+    return sample;
+}
+
+/// Changes the rate of a file's frames.
+class Halves {
+public:
+    Halves(const RateChangeOptions& options, InputFile& source, OutputFile& output)
+        : _options(options), _source(source), _reader(openFrames(source, options.source)),
+          _writer(makeFrameWriter(output, options.frames)), _remarks(source),
+          _progress(source.size(), output.isStandardOutput()) {}
+
+    void run() {
+        Frame frame;
+        while (read(frame)) {
+            if (isDouble(_options.from, _options.to)) {
+                split(frame);
+            } else {
+                Frame second;
+                const bool hasSecond = read(second);
+                join(frame, hasSecond ? &second : nullptr);
+            }
+        }
+        if (_remarks.hasMore()) {
+            _remarks.sayHowManyMore();
+        }
+        _writer->finish();
+    }
+
+private:
+    bool read(Frame& frame) {
+        std::vector<std::string> problems;
+        if (!_reader->next(frame, problems)) {
+            return false;
+        }
+        if (const std::vector<std::string> remarks = _reader->takeRemarks(); !remarks.empty()) {
+            _progress.clear();
+            _remarks.say(remarks);
+        }
+        // A packet that cannot be read would be missing from the result.
+        if (!problems.empty()) {
+            throw failureIn(_source.name(), problems.front());
+        }
+        _progress.update(frame.number + 1, _source.offset());
+        return true;
+    }
+
+    /// A packet's CDP as a sample of the rate that the file has.
+    Sample sampleOf(const Frame& frame, const Packet& packet) {
+        const std::span<const std::uint8_t> data = packet.userData;
+        const std::string place = "frame " + std::to_string(frame.number) + ", line " + std::to_string(packet.line);
+        const std::optional<Cdp> cdp = readCdp(data);
+        if (!cdp || data.size() < kSmallestPacket) {
+            throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");
+        }
+        if (cdp->rate != _options.from.name && !_hasWarned) {
+            _hasWarned = true;
+            _progress.clear();
+            printNote("warning: " + _source.name() + ": " + place + ": the caption packet is marked as one of " +
+                      (cdp->rate.empty() ? "an unknown rate" : std::string(cdp->rate) + " frames/s"));
+        }
+        if (const std::string contradiction = contradictionIn(*cdp); !contradiction.empty() && !_hasWarnedOfCount) {
+            _hasWarnedOfCount = true;
+            _progress.clear();
+            printNote("warning: " + _source.name() + ": " + place +
+                      ": the caption packet contradicts itself: " + contradiction);
+        }
+        std::vector<std::uint8_t> bytes(data.begin(), data.end());
+        // The library expects the triplets at their usual place, without a time code in front of them.
+        const auto timeCode = bytes.begin() + kHeaderSize;
+        bytes.erase(timeCode, timeCode + static_cast<std::ptrdiff_t>(cdp->timeCodeBytes));
+        return captionSample(bytes, timingOf(frame.number));
+    }
+
+    [[nodiscard]] SampleTimingInfo timingOf(std::uint64_t frame) const {
+        return {_options.from.frameDuration(), _options.from.timeOfFrame(frame), {}};
+    }
+
+    /// A packet like `model` with the CDP of `sample`.
+    Packet packetWith(const Packet& model, const Sample& sample) const {
+        const Data data = QLXCCUtilities::extractCaptionsDataFromSampleBuffer(sample);
+        if (!data) {
+            throw failureIn(_source.name(), "a caption packet could not be converted");
+        }
+        return packetOf(anc::ids::kCdp, data, model.line);
+    }
+
+    void write(std::vector<Packet> packets) {
+        Frame frame;
+        frame.number = _framesWritten++;
+        frame.pts = _options.to.timeOfFrame(frame.number);
+        frame.packets = std::move(packets);
+        _writer->write(frame);
+    }
+
+    void split(const Frame& frame) {
+        std::vector<Packet> first;
+        std::vector<Packet> second;
+        for (const Packet& packet : frame.packets) {
+            if (!isCaptionPacket(packet)) {
+                first.push_back(packet);
+                continue;
+            }
+            std::array<Sample, 2> halves;
+            (void)QLXCCUtilities::splitSampleBuffer_toSampleBuffer_andSampleBuffer_frameDuration(
+                sampleOf(frame, packet), &halves[0], &halves[1], _options.to.frameDuration());
+            first.push_back(packetWith(packet, halves[0]));
+            second.push_back(packetWith(packet, halves[1]));
+        }
+        write(std::move(first));
+        write(std::move(second));
+    }
+
+    /// The n-th caption packets of both frames are joined, at the place of the first; a missing one counts as empty.
+    void join(const Frame& first, const Frame* second) {
+        std::vector<Packet> captions;
+        std::vector<Packet> others;
+        if (second != nullptr) {
+            std::partition_copy(second->packets.begin(), second->packets.end(), std::back_inserter(captions),
+                                std::back_inserter(others), isCaptionPacket);
+        }
+        std::vector<Packet> joined;
+        std::size_t used = 0;
+        for (const Packet& packet : first.packets) {
+            if (!isCaptionPacket(packet)) {
+                joined.push_back(packet);
+                continue;
+            }
+            const bool hasPartner = used < captions.size();
+            joined.push_back(packetWith(
+                packet, join(sampleOf(first, packet), hasPartner ? sampleOf(*second, captions[used++]) : empty())));
+        }
+        for (; used < captions.size(); ++used) {
+            joined.push_back(packetWith(captions[used], join(empty(), sampleOf(*second, captions[used]))));
+        }
+        joined.insert(joined.end(), others.begin(), others.end());
+        write(std::move(joined));
+    }
+
+    [[nodiscard]] Sample join(const Sample& first, const Sample& second) const {
+        return QLXCCUtilities::createConcatenatedSampleBufferWithSampleBuffer_andSampleBuffer_frameDuration(
+            first, second, _options.to.frameDuration());
+    }
+
+    [[nodiscard]] Sample empty() const {
+        return QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(
+            MediaTime::make(0, _options.from.timescale), _options.from.frameDuration(), 0);
+    }
+
+    const RateChangeOptions& _options;
+    ByteSource& _source;
+    std::unique_ptr<FrameReader> _reader;
+    std::unique_ptr<FrameWriter> _writer;
+    RemarkNotes _remarks;
+    Progress _progress;
+    std::uint64_t _framesWritten = 0;
+    bool _hasWarned = false;
+    bool _hasWarnedOfCount = false;
+};
+
+}  // namespace
+
+void changeToHalves(const RateChangeOptions& options, InputFile& source, OutputFile& output) {
+    Halves(options, source, output).run();
+}
+
+}  // namespace qlx::tool
