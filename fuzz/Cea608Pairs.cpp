@@ -1,7 +1,9 @@
-// The tool's CEA-608 decoder: whatever pairs come, all four channels have a screen of their size that can be printed.
-#include "Cea608Screen.h"
+// The CEA-608 receiver: whatever pairs come, all four channels have a screen of their size that can be printed, and
+// each pair has a meaning that gives it back, and a name.
 #include "FuzzSupport.h"
 #include "ScreenText.h"
+
+#include <qlx/cea608/receiver.h>
 
 #include <algorithm>
 
@@ -12,8 +14,16 @@ namespace screen = qlx::screen;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kMostBytes = 256;
     size = std::min(size, kMostBytes);
-    for (const CaptionChannel channel : {CaptionChannel{1, 1}, {1, 2}, {2, 1}, {2, 2}}) {
-        Cea608Screen decoder(channel);
+    for (std::size_t index = 0; index + 1 < size; index += 2) {
+        const qlx::cea608::Code code = qlx::cea608::codeOf(data[index], data[index + 1]);
+        const auto pair = qlx::cea608::pairOf(code);
+        require(pair.has_value() == (code.kind >= qlx::cea608::CodeKind::Control));
+        require(!pair || qlx::cea608::withOddParity(*pair) ==
+                             qlx::cea608::withOddParity(qlx::cea608::Pair{data[index], data[index + 1]}));
+        require(!qlx::cea608::nameOfPair(data[index], data[index + 1]).empty());
+    }
+    for (const qlx::cea608::Channel channel : qlx::cea608::kChannels) {
+        qlx::cea608::Receiver decoder(channel);
         screen::Screen screen = decoder.screen();
         for (std::size_t index = 0; index + 1 < size; index += 2) {
             if (decoder.receive(data[index], data[index + 1])) {

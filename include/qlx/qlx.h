@@ -9,6 +9,7 @@
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/finding.h>
 #include <qlx/base/frame_rate.h>
+#include <qlx/base/parity.h>
 #include <qlx/base/result.h>
 #include <qlx/base/ring.h>
 #include <qlx/cc/a53.h>
@@ -22,6 +23,9 @@
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
+#include <qlx/cea608/characters.h>
+#include <qlx/cea608/codes.h>
+#include <qlx/cea608/receiver.h>
 #include <qlx/screen/screen.h>
 #include <qlx/teletext/characters.h>
 #include <qlx/teletext/coding.h>

@@ -1,5 +1,7 @@
 #include "facade/CaptionCharacters.h"
 
+#include <qlx/cea608/characters.h>
+
 #include <array>
 #include <cstddef>
 
@@ -15,32 +17,22 @@ struct Entry {
     char16_t character;
 };
 
-constexpr Entry kBasic[] = {
-    {0x2A, u'\u00E1'}, {0x5C, u'\u00E9'}, {0x5E, u'\u00ED'}, {0x5F, u'\u00F3'}, {0x60, u'\u00FA'},
-    {0x7B, u'\u00E7'}, {0x7C, u'\u00F7'}, {0x7D, u'\u00D1'}, {0x7E, u'\u00F1'}, {0x7F, u'\u2588'},
-};
+// Where the sets of CEA-608 depart from the core's; 0 for a code that is left out.
 
 constexpr Entry kSpecial[] = {
-    {0x30, u'\u00AE'}, {0x31, u'\u00B0'}, {0x32, u'\u00BD'}, {0x33, u'\u00BF'}, {0x34, u'\u2122'}, {0x35, u'\u00A2'},
-    {0x36, u'\u00A3'}, {0x37, u'\u266B'}, {0x38, u'\u00E0'}, {0x39, u'\u00A0'}, {0x3A, u'\u00E8'}, {0x3B, u'\u00E2'},
-    {0x3C, u'\u00EA'}, {0x3D, u'\u00EE'}, {0x3E, u'\u00F4'}, {0x3F, u'\u00FB'},
+    {0x37, u'\u266B'},
+    {0x39, u'\u00A0'},
 };
 
 constexpr Entry kSpanishFrench[] = {
-    {0x20, u'\u00C1'}, {0x21, u'\u00C9'}, {0x22, u'\u00D3'}, {0x23, u'\u00DA'}, {0x24, u'\u00DC'}, {0x25, u'\u00FC'},
-    {0x26, u'\u00B4'}, {0x27, u'\u00A1'}, {0x28, u'*'},      {0x29, u'\''},     {0x2A, u'-'},      {0x2B, u'\u00A9'},
-    {0x2C, u'\u2120'}, {0x2D, u'\u2022'}, {0x2E, u'"'},      {0x2F, u'"'},      {0x30, u'\u00C0'}, {0x31, u'\u00C2'},
-    {0x32, u'\u00C7'}, {0x33, u'\u00C8'}, {0x34, u'\u00CA'}, {0x35, u'\u00CB'}, {0x36, u'\u00EB'}, {0x37, u'\u00CE'},
-    {0x38, u'\u00CF'}, {0x39, u'\u00EF'}, {0x3A, u'\u00D4'}, {0x3B, u'\u00D9'}, {0x3C, u'\u00F9'}, {0x3D, u'\u00DB'},
-    {0x3E, u'\u00AB'}, {0x3F, u'\u00BB'},
+    {0x26, u'\u00B4'},
+    {0x2A, u'-'},
+    {0x2E, u'"'},
+    {0x2F, u'"'},
 };
 
 constexpr Entry kPortugueseGermanDanish[] = {
-    {0x20, u'\u00C3'}, {0x21, u'\u00E3'}, {0x22, u'\u00CD'}, {0x23, u'\u00CC'}, {0x24, u'\u00EC'}, {0x25, u'\u00D2'},
-    {0x26, u'\u00F2'}, {0x27, u'\u00D5'}, {0x28, u'\u00F5'}, {0x29, u'{'},      {0x2A, u'}'},      {0x2B, u'\\'},
-    {0x2C, u'^'},      {0x2D, u'_'},      {0x2E, u'|'},      {0x2F, u'~'},      {0x30, u'\u00C4'}, {0x31, u'\u00E4'},
-    {0x32, u'\u00D6'}, {0x33, u'\u00F6'}, {0x34, u'\u00DF'}, {0x35, u'\u00A5'}, {0x36, u' '},      {0x37, u'\u00A6'},
-    {0x38, u'\u00C5'}, {0x39, u'\u00E5'}, {0x3A, u'\u00D8'}, {0x3B, u'\u00F8'},
+    {0x36, u' '}, {0x3C, u'\0'}, {0x3D, u'\0'}, {0x3E, u'\0'}, {0x3F, u'\0'},
 };
 
 constexpr Entry kG0[] = {
@@ -91,7 +83,17 @@ using Table = std::array<UTF8Character, kCodes>;
 template <std::size_t count>
 constexpr Table withEntries(const Entry (&entries)[count], Table table = {}) {
     for (const Entry& entry : entries) {
-        table[entry.code] = encoded(entry.character);
+        table[entry.code] = entry.character == u'\0' ? UTF8Character{} : encoded(entry.character);
+    }
+    return table;
+}
+
+/// A set of CEA-608 as the standard has it.
+constexpr Table standardCharacters(cea608::CharacterSet set, Table table = {}) {
+    for (std::size_t code = 0; code < kCodes; ++code) {
+        if (const auto character = cea608::characterOf(set, static_cast<std::uint8_t>(code))) {
+            table[code] = encoded(static_cast<char16_t>(*character));
+        }
     }
     return table;
 }
@@ -116,10 +118,10 @@ constexpr Table ownBytes() {
 
 /// In the order of Set.
 constexpr Table kTables[] = {
-    withEntries(kBasic, ownBytes()),
-    withEntries(kSpecial),
-    withEntries(kSpanishFrench),
-    withEntries(kPortugueseGermanDanish),
+    standardCharacters(cea608::CharacterSet::Basic, ownBytes()),
+    withEntries(kSpecial, standardCharacters(cea608::CharacterSet::Special)),
+    withEntries(kSpanishFrench, standardCharacters(cea608::CharacterSet::SpanishFrench)),
+    withEntries(kPortugueseGermanDanish, standardCharacters(cea608::CharacterSet::PortugueseGerman)),
     withEntries(kG0, ownCharacters(0x20, 0x7E)),
     withEntries(kG1, ownCharacters(0xA0, 0xFF)),
     withEntries(kG2),

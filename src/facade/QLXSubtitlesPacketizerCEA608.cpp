@@ -11,8 +11,6 @@
 #include <utility>
 #include <vector>
 
-namespace cea608 = qlx::cea608;
-
 std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextCEA608SampleBufferAtPTS_frameDuration(
     const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
     constexpr std::uint64_t kPairBytes = 2;
@@ -38,29 +36,29 @@ std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextCEA608SampleB
 
 qlx::Data QLXSubtitlesPacketizer::cea608PageDataWithSubtitleRecord(const std::shared_ptr<QLXSubtitleRecord>& record) {
     std::vector<std::uint8_t> caption;
-    cea608::appendBeginning(caption);
+    qlx::facade::appendBeginning(caption);
     if (record) {
         std::size_t row = 0;
         for (const auto& line : record->subtitleLines()) {
-            if (line && row < cea608::kMaxRows) {
-                cea608::appendRow(caption, row++, line->textString().value_or(std::string()));
+            if (line && row < qlx::facade::kMaxRows) {
+                qlx::facade::appendRow(caption, row++, line->textString().value_or(std::string()));
             }
         }
     }
-    cea608::appendEnd(caption);
+    qlx::facade::appendEnd(caption);
     return caption;
 }
 
 qlx::Data QLXSubtitlesPacketizer::cea608DataWithText(std::string_view text) {
     std::vector<std::uint8_t> data;
-    cea608::appendText(data, text);
+    qlx::facade::appendText(data, text);
     return data;
 }
 
 void QLXSubtitlesPacketizer::cea608BytesWithUTF32Character_highByte_lowByte(std::uint32_t character,
                                                                             std::uint8_t* highByte,
                                                                             std::uint8_t* lowByte) noexcept {
-    const cea608::CharacterCode code = cea608::codeOf(character);
+    const qlx::facade::SentCharacter code = qlx::facade::sentCharacter(character);
     if (highByte) {
         *highByte = code.high;
     }
@@ -70,5 +68,5 @@ void QLXSubtitlesPacketizer::cea608BytesWithUTF32Character_highByte_lowByte(std:
 }
 
 std::uint8_t QLXSubtitlesPacketizer::addOddParity(std::uint8_t byte) noexcept {
-    return cea608::withOddParity(byte);
+    return qlx::facade::deployedOddParity(byte);
 }

@@ -9,8 +9,7 @@ TEST(VbiScreens, NeedLibzvbi) {
 
 #else
 
-#include "Cea608Screen.h"
-
+#include <qlx/cea608/receiver.h>
 #include <qlx/teletext/page.h>
 
 #include <libzvbi.h>
@@ -25,7 +24,6 @@ TEST(VbiScreens, NeedLibzvbi) {
 
 namespace {
 
-using namespace qlx::tool;
 namespace screen = qlx::screen;
 
 // EN 300 706, clause 8.2.
@@ -272,7 +270,7 @@ private:
     }
 
     Decoder _decoder;
-    Cea608Screen _screen;
+    qlx::cea608::Receiver _screen;
     double _time = 0.0;
 };
 

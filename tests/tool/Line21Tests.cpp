@@ -2,11 +2,12 @@
 #include "ImageFile.h"
 #include "Line21Preview.h"
 #include "MemorySource.h"
-#include "PairNames.h"
 #include "PngFile.h"
 #include "Sanitized.h"
 #include "SmallFont.h"
 #include "ToolRunner.h"
+
+#include <qlx/cea608/codes.h>
 
 #include <gtest/gtest.h>
 
@@ -119,7 +120,7 @@ TEST(Line21, ReadsWhatItHasDrawnInEveryFormat) {
                 // The sample's second byte has bit 7 of the null pair in row 2 as well.
                 expected += std::string(8 - number.size(), ' ') + number + "  " +
                             pairText(first, static_cast<std::uint8_t>(second | 0x80U)) + "8000    1  " + pair +
-                            "  parity ok, " + qlx::tool::nameOfPair(first, second) + "\n" +
+                            "  parity ok, " + qlx::cea608::nameOfPair(first, second) + "\n" +
                             "                      2  8080  parity ok, null\n";
             }
             const ToolResult written = runTool(arguments);
@@ -291,34 +292,6 @@ TEST(SmallFont, DrawsDotsWithinThePicture) {
     EXPECT_EQ(image, expected);
     EXPECT_EQ(qlx::tool::textWidth("abc", 2), 34U);
     EXPECT_EQ(qlx::tool::textWidth("", 2), 0U);
-}
-
-TEST(PairNames, FollowTheStandard) {
-    const std::vector<std::pair<unsigned, std::string>> names{
-        {0x8080, "null"},
-        {0x0000, "nothing"},
-        {0x9420, "resume caption loading"},
-        {0x1C2F, "end of caption (channel 2)"},
-        {0x152C, "erase displayed memory"},
-        {0x9723, "tab offset 3"},
-        {0x91A2, "mid-row code"},
-        {0x1140, "preamble row 1"},
-        {0x1060, "preamble row 11"},
-        {0x1470, "preamble row 15"},
-        {0x1770, "preamble row 10"},
-        {0x1130, "special character \"\u00AE\""},
-        {0x1220, "extended character \"\u00C1\""},
-        {0x1320, "extended character \"\u00C3\""},
-        {0x4869, "text \"Hi\""},
-        {0x4880, "text \"H\""},
-        {0x2A5C, "text \"\u00E1\u00E9\""},
-        {0x0103, "extended data services"},
-        {0x1400, "unknown control code"},
-    };
-    for (const auto& [pair, name] : names) {
-        EXPECT_EQ(qlx::tool::nameOfPair(static_cast<std::uint8_t>(pair >> 8U), static_cast<std::uint8_t>(pair)), name)
-            << std::hex << pair;
-    }
 }
 
 TEST(Line21, HelpShowsTwoExamplesOfEach) {

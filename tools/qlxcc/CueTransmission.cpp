@@ -1,12 +1,12 @@
 #include "CueTransmission.h"
 
 #include "CaptionFrames.h"
-#include "Cea608Screen.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/cea608/receiver.h>
 #include <qlx/teletext/page.h>
 
 #include <algorithm>
@@ -134,7 +134,7 @@ public:
 
     [[nodiscard]] ShownRows shown(const std::shared_ptr<QLXSubtitleRecord>& cue) override {
         const Data caption = QLXSubtitlesPacketizer::cea608PageDataWithSubtitleRecord(cue);
-        Cea608Screen receiver;
+        cea608::Receiver receiver;
         for (std::size_t offset = 0; offset + 1 < caption.size(); offset += 2) {
             (void)receiver.receive(caption[offset], caption[offset + 1]);
         }

@@ -3,10 +3,10 @@
 #include "Errors.h"
 #include "Json.h"
 #include "Line21Preview.h"
-#include "PairNames.h"
 #include "PngFile.h"
 #include "Progress.h"
 #include "Text.h"
+#include <qlx/cea608/codes.h>
 
 #include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
@@ -267,7 +267,7 @@ private:
             text += index == 0 ? rightAligned(_pictures, kFrameWidth) + "  " + hex(sample)
                                : std::string(kFrameWidth + 2 + 2 * sample.size(), ' ');
             text += rightAligned(index + 1, 5) + "  " + hex(pairs[index]) + "  " + parityText(pairs[index]) + ", " +
-                    nameOfPair(pairs[index][0], pairs[index][1]) + "\n";
+                    cea608::nameOfPair(pairs[index][0], pairs[index][1]) + "\n";
         }
         return text;
     }
@@ -279,7 +279,7 @@ private:
             rows.emplace_back(Dictionary{{"row", index + 1},
                                          {"pair", hex(pair)},
                                          {"parity_ok", Value(hasOddParity(pair[0]) && hasOddParity(pair[1]))},
-                                         {"name", nameOfPair(pair[0], pair[1])}});
+                                         {"name", cea608::nameOfPair(pair[0], pair[1])}});
         }
         return jsonText(Dictionary{{"frame", _pictures}, {"sample", hex(sample)}, {"rows", rows}}) + "\n";
     }

@@ -1,8 +1,8 @@
 #include "Line21Preview.h"
 
-#include "PairNames.h"
 #include "SmallFont.h"
 #include "Text.h"
+#include <qlx/base/parity.h>
 
 #include <algorithm>
 #include <string_view>

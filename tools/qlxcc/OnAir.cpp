@@ -61,7 +61,7 @@ private:
 
 class CaptionsOnAir final : public OnAir {
 public:
-    explicit CaptionsOnAir(CaptionChannel channel) : _screen(channel) {}
+    explicit CaptionsOnAir(cea608::Channel channel) : _screen(channel) {}
 
     bool receive(const Frame& frame) override {
         const TripletKind wanted = _screen.channel().field == 1 ? TripletKind::Field1 : TripletKind::Field2;
@@ -88,7 +88,7 @@ public:
     [[nodiscard]] std::string hint() const override { return {}; }
 
 private:
-    Cea608Screen _screen;
+    cea608::Receiver _screen;
     bool _isCarried = false;
     std::uint64_t _lastFrame = 0;  ///< The one with the last pair.
 };
@@ -103,7 +103,7 @@ std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page) {
     return std::make_unique<TeletextOnAir>(page);
 }
 
-std::unique_ptr<OnAir> captionsOnAir(CaptionChannel channel) {
+std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel) {
     return std::make_unique<CaptionsOnAir>(channel);
 }
 

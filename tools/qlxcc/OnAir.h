@@ -1,9 +1,9 @@
 // What is on air: the screens that the packets of a file's frames make, one after the other.
 #pragma once
 
-#include "Cea608Screen.h"
 #include "Frame.h"
 
+#include <qlx/cea608/receiver.h>
 #include <qlx/screen/screen.h>
 
 #include <cstdint>
@@ -44,6 +44,6 @@ public:
 };
 
 [[nodiscard]] std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page);
-[[nodiscard]] std::unique_ptr<OnAir> captionsOnAir(CaptionChannel channel);
+[[nodiscard]] std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel);
 
 }  // namespace qlx::tool

@@ -34,7 +34,7 @@ ShowOptions checked(const RawShow& raw) {
         options.source.rate = rateNamed(raw.rate);
     }
     if (!raw.channel.empty()) {
-        options.channel = captionChannelNamed(raw.channel);
+        options.channel = cea608::channelNamed(raw.channel);
     }
     if (!raw.page.empty()) {
         options.page = teletextPageNamed(raw.page);

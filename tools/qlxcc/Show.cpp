@@ -41,7 +41,7 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
         all.push_back(teletextOnAir(options.page.value_or(teletext::kSubtitlePage)));
     }
     if (options.channel || !options.page) {
-        all.push_back(captionsOnAir(options.channel.value_or(CaptionChannel{})));
+        all.push_back(captionsOnAir(options.channel.value_or(cea608::kCC1)));
     }
     std::vector<Watched> watched;
     for (auto& onAir : all) {

@@ -1,9 +1,10 @@
 // qlxcc show: what a viewer sees at a time, or all the time, decoded from the packets.
 #pragma once
 
-#include "Cea608Screen.h"
 #include "FrameSource.h"
 #include "ImageFile.h"
+
+#include <qlx/cea608/receiver.h>
 
 #include <cstdint>
 #include <optional>
@@ -18,9 +19,9 @@ struct ShowOptions {
     std::optional<std::string> at;       ///< A TIME; none: every change is shown.
     std::optional<std::string> picture;  ///< A picture file to be written.
     ImageFormat pictureFormat = ImageFormat::Png;
-    std::optional<std::uint16_t> page;      ///< Teletext, hexadecimal digits. Neither page nor channel: page 888
-    std::optional<CaptionChannel> channel;  ///< and CC1.
-    std::optional<std::string> output;      ///< None or `-`: standard output.
+    std::optional<std::uint16_t> page;       ///< Teletext, hexadecimal digits. Neither page nor channel: page 888
+    std::optional<cea608::Channel> channel;  ///< and CC1.
+    std::optional<std::string> output;       ///< None or `-`: standard output.
     bool asJson = false;
 };
 

@@ -61,7 +61,7 @@ struct ColorParts {
 /// The place in kBasicColors of the colour, or of the one that is nearest to it.
 [[nodiscard]] constexpr std::size_t basicIndex(Color color) noexcept {
     const ColorParts parts = partsOf(color);
-    return (parts.red >> 1U) | (parts.green >> 1U) << 1U | (parts.blue >> 1U) << 2U;
+    return std::size_t{parts.red} >> 1U | std::size_t{parts.green} >> 1U << 1U | std::size_t{parts.blue} >> 1U << 2U;
 }
 
 /// How much of the picture shows through, in the order of CTA-708.

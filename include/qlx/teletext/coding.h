@@ -2,9 +2,9 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
+#include <qlx/base/parity.h>
 
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -81,24 +81,8 @@ inline constexpr std::array<Decoded<std::uint8_t>, 256> kHamming84Values = []() 
 /// The 18 bits of 24 coded ones; one wrong bit is put right, two are found out. Bits above the 24 are not looked at.
 [[nodiscard]] QLX_EXPORT Decoded<std::uint32_t> decodeHamming2418(std::uint32_t coded) noexcept;
 
-/// Whether the number of ones is odd, as it is in every byte with parity (EN 300 706, clause 8.1).
-[[nodiscard]] constexpr bool hasOddParity(std::uint8_t byte) noexcept {
-    return std::popcount(byte) % 2 == 1;
-}
-
-/// 7-bit values with bit 7 set where needed to make the number of ones odd.
-inline constexpr std::array<std::uint8_t, 128> kOddParity = []() {
-    std::array<std::uint8_t, 128> table{};
-    for (unsigned value = 0; value < table.size(); ++value) {
-        table[value] = static_cast<std::uint8_t>(std::popcount(value) % 2 == 0 ? value | 0x80U : value);
-    }
-    return table;
-}();
-
-/// The low 7 bits with odd parity.
-[[nodiscard]] constexpr std::uint8_t withOddParity(unsigned value) noexcept {
-    return kOddParity[value & 0x7FU];
-}
+using qlx::hasOddParity;   // EN 300 706, clause 8.1
+using qlx::withOddParity;  // The same.
 
 /// The seven bits of a byte with odd parity; wrong when the parity is even. Nothing is ever put right.
 [[nodiscard]] constexpr Decoded<std::uint8_t> withoutParity(std::uint8_t byte) noexcept {

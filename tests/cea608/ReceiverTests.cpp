@@ -1,40 +1,39 @@
-// The tool's CEA-608 decoder: its two memories, its styles, its control codes, and damage.
-#include "Cea608Screen.h"
-#include "ScreenText.h"
+// The receiver of a caption channel: its two memories, its styles, its control codes, and damage.
+#include "ScreenLines.h"
+
+#include <qlx/cea608/receiver.h>
 
 #include <gtest/gtest.h>
 
-#include <bit>
-
 namespace {
 
-using namespace qlx::tool;
+using namespace qlx::cea608;
 namespace screen = qlx::screen;
 using Lines = std::vector<std::string>;
 
 std::uint8_t odd(unsigned code) {
-    return static_cast<std::uint8_t>(std::popcount(code) % 2 == 1 ? code : code | 0x80U);
+    return qlx::withOddParity(code);
 }
 
 /// A receiver that is fed with codes without parity.
-class Receiver {
+class FedReceiver {
 public:
-    explicit Receiver(CaptionChannel channel = {}) : _screen(channel) {}
+    explicit FedReceiver(Channel channel = kCC1) : _screen(channel) {}
 
     /// A control code, sent twice as broadcasters do.
-    Receiver& control(unsigned first, unsigned second) {
+    FedReceiver& control(unsigned first, unsigned second) {
         _wasChanged = _screen.receive(odd(first), odd(second));
         EXPECT_FALSE(_screen.receive(odd(first), odd(second)));
         return *this;
     }
 
     /// A pair, sent once.
-    Receiver& pair(std::uint8_t first, std::uint8_t second) {
+    FedReceiver& pair(std::uint8_t first, std::uint8_t second) {
         _wasChanged = _screen.receive(first, second);
         return *this;
     }
 
-    Receiver& text(std::string text) {
+    FedReceiver& text(std::string text) {
         text.resize((text.size() + 1) / 2 * 2, '\0');
         for (std::size_t index = 0; index < text.size(); index += 2) {
             pair(odd(static_cast<unsigned char>(text[index])), odd(static_cast<unsigned char>(text[index + 1])));
@@ -42,12 +41,12 @@ public:
         return *this;
     }
 
-    Receiver& resumeLoading() { return control(0x14, 0x20); }
-    Receiver& endOfCaption() { return control(0x14, 0x2F); }
+    FedReceiver& resumeLoading() { return control(0x14, 0x20); }
+    FedReceiver& endOfCaption() { return control(0x14, 0x2F); }
 
     [[nodiscard]] bool wasChanged() const { return _wasChanged; }
     [[nodiscard]] screen::Screen screen() const { return _screen.screen(); }
-    [[nodiscard]] Lines lines() const { return screenLines(screen(), false); }
+    [[nodiscard]] Lines lines() const { return qlxtest::linesOf(screen()); }
 
     /// A cell by its column, counted from 0 without the margin.
     [[nodiscard]] screen::Cell cell(std::size_t row, std::size_t column) const {
@@ -55,24 +54,24 @@ public:
     }
 
 private:
-    Cea608Screen _screen;
+    Receiver _screen;
     bool _wasChanged = false;
 };
 
 // Row 15, column 0, white: 0x14 0x60; row 14: 0x14 0x40; row 1: 0x11 0x40.
 
 TEST(CaptionChannels, HaveNames) {
-    EXPECT_EQ(captionChannelNamed("CC1"), (CaptionChannel{1, 1}));
-    EXPECT_EQ(captionChannelNamed("cc2"), (CaptionChannel{1, 2}));
-    EXPECT_EQ(captionChannelNamed("CC3"), (CaptionChannel{2, 1}));
-    EXPECT_EQ(captionChannelNamed("Cc4"), (CaptionChannel{2, 2}));
-    EXPECT_FALSE(captionChannelNamed("CC5"));
-    EXPECT_FALSE(captionChannelNamed(""));
-    EXPECT_EQ(nameOf(CaptionChannel{2, 2}), "CC4");
+    EXPECT_EQ(channelNamed("CC1"), (Channel{1, 1}));
+    EXPECT_EQ(channelNamed("cc2"), (Channel{1, 2}));
+    EXPECT_EQ(channelNamed("CC3"), (Channel{2, 1}));
+    EXPECT_EQ(channelNamed("Cc4"), (Channel{2, 2}));
+    EXPECT_FALSE(channelNamed("CC5"));
+    EXPECT_FALSE(channelNamed(""));
+    EXPECT_EQ(nameOf(Channel{2, 2}), "CC4");
 }
 
 TEST(PopOn, AppearsWithEndOfCaption) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x60).text("One");
     EXPECT_FALSE(receiver.wasChanged());
     EXPECT_EQ(receiver.lines(), Lines());
@@ -96,7 +95,7 @@ TEST(PopOn, AppearsWithEndOfCaption) {
 
 TEST(PopOn, ShowsWhatThisSystemSends) {
     // Resume caption loading, erase, resume; rows 12 and 13; erase displayed memory, end of caption.
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.pair(0x94, 0x20).pair(0x94, 0xAE).pair(0x94, 0x20);
     receiver.pair(0x13, 0x40).text("First row").pair(0x13, 0xE0).text("Second");
     receiver.pair(0x94, 0x2C).pair(0x94, 0x2F);
@@ -120,7 +119,7 @@ TEST(Preamble, SetsRowColumnAndStyle) {
                                                              {0x13, 0x60},
                                                              {0x14, 0x40},
                                                              {0x14, 0x60}}};
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.resumeLoading();
     Lines expected;
     for (std::size_t row = 0; row < kRows.size(); ++row) {
@@ -136,7 +135,7 @@ TEST(Preamble, SetsRowColumnAndStyle) {
     using enum screen::Color;
     constexpr std::array<screen::Color, 7> kColours{White, Green, Blue, Cyan, Red, Yellow, Magenta};
     for (unsigned style = 0; style < 8; ++style) {
-        Receiver styled;
+        FedReceiver styled;
         styled.resumeLoading().control(0x11, 0x40 | style << 1U | 1U).text("x").endOfCaption();
         EXPECT_EQ(styled.cell(1, 0).foreground, style < 7 ? kColours[style] : White);
         EXPECT_EQ(styled.cell(1, 0).isItalic, style == 7);
@@ -145,7 +144,7 @@ TEST(Preamble, SetsRowColumnAndStyle) {
 }
 
 TEST(MidRow, TakesASpaceAndChangesTheStyle) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.resumeLoading().control(0x14, 0x60).text("a").control(0x11, 0x28).text("b");
     receiver.control(0x11, 0x2F).text("c").control(0x11, 0x20).text("d").control(0x14, 0x28).text("e");
     receiver.endOfCaption();
@@ -164,7 +163,7 @@ TEST(MidRow, TakesASpaceAndChangesTheStyle) {
 }
 
 TEST(Background, TakesThePlaceOfASpace) {
-    Receiver receiver;
+    FedReceiver receiver;
     // Blue (2 x 2), then black characters underlined (0x17 0x2F).
     receiver.resumeLoading()
         .control(0x14, 0x60)
@@ -183,7 +182,7 @@ TEST(Background, TakesThePlaceOfASpace) {
 }
 
 TEST(Characters, ComeFromAllSets) {
-    Receiver receiver;
+    FedReceiver receiver;
     // Basic: 0x2A is a acute, 0x5C e acute, 0x7F the block. Special: 0x11 0x38 is a grave, 0x39 a transparent space.
     receiver.resumeLoading().control(0x14, 0x60).text("*\\\x7F").control(0x11, 0x38).control(0x11, 0x39).text("z");
     // Extended ones take the place of the character before: 0x12 0x30 is A grave, 0x13 0x34 sharp s.
@@ -197,7 +196,7 @@ TEST(Characters, ComeFromAllSets) {
 }
 
 TEST(Characters, AreThoseOfAScreen) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60).control(0x11, 0x37);
     // Each takes the place of the letter that is sent before it for receivers that do not know it.
     for (const unsigned code : {0x26U, 0x29U, 0x2AU, 0x2EU, 0x2FU}) {
@@ -210,7 +209,7 @@ TEST(Characters, AreThoseOfAScreen) {
 }
 
 TEST(Cursor, MovesWithTabsAndBackspace) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.resumeLoading().control(0x14, 0x60).control(0x17, 0x21).text("a").control(0x17, 0x22).text("b");
     receiver.control(0x17, 0x23).text("c").control(0x14, 0x21).text("d").endOfCaption();
     EXPECT_EQ(receiver.lines(), Lines{"  15    a  b   d"});
@@ -221,7 +220,7 @@ TEST(Cursor, MovesWithTabsAndBackspace) {
 }
 
 TEST(Cursor, StaysInTheLastColumn) {
-    Receiver receiver;
+    FedReceiver receiver;
     // Indent 28, four characters, and more of them.
     receiver.resumeLoading().control(0x14, 0x7E).text("abcdef").endOfCaption();
     EXPECT_EQ(receiver.lines(), Lines{"  15  " + std::string(29, ' ') + "abcf"});
@@ -234,7 +233,7 @@ TEST(Cursor, StaysInTheLastColumn) {
 }
 
 TEST(PaintOn, AppearsAtOnce) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60).text("ab");
     EXPECT_TRUE(receiver.wasChanged());
     EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
@@ -247,7 +246,7 @@ TEST(PaintOn, AppearsAtOnce) {
 }
 
 TEST(RollUp, MovesItsRows) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.resumeLoading().control(0x11, 0x40).text("pop").endOfCaption();
     // Two rows: the caption of another kind goes away.
     receiver.control(0x14, 0x25);
@@ -271,7 +270,7 @@ TEST(RollUp, MovesItsRows) {
 }
 
 TEST(RollUp, StaysOnTheScreen) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x27);
     for (const char* const word : {"one", "two", "three", "four", "five"}) {
         receiver.control(0x14, 0x2D).text(word);
@@ -283,7 +282,7 @@ TEST(RollUp, StaysOnTheScreen) {
 }
 
 TEST(ControlCode, CountsOnceWhenItComesTwice) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60);
     // Twice is once, three times are two.
     receiver.pair(odd(0x11), odd(0x37)).pair(odd(0x11), odd(0x37)).pair(odd(0x11), odd(0x37)).text("a");
@@ -294,7 +293,7 @@ TEST(ControlCode, CountsOnceWhenItComesTwice) {
 }
 
 TEST(ControlCode, IsNoRepetitionBehindAGap) {
-    Cea608Screen screen;
+    Receiver screen;
     for (const std::uint8_t code : {std::uint8_t{0x29}, std::uint8_t{0x60}}) {
         (void)screen.receive(odd(0x14), odd(code));
     }
@@ -302,11 +301,11 @@ TEST(ControlCode, IsNoRepetitionBehindAGap) {
     screen.expectNoRepetition();
     EXPECT_TRUE(screen.receive(odd(0x11), odd(0x37)));
     EXPECT_FALSE(screen.receive(odd(0x11), odd(0x37)));
-    EXPECT_EQ(screenLines(screen.screen(), false), Lines{"  15   ♪♪"});
+    EXPECT_EQ(qlxtest::linesOf(screen.screen()), Lines{"  15   ♪♪"});
 }
 
 TEST(Damage, IsShownOrIgnored) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60);
     // A character with a wrong parity bit is a block; null bytes show nothing, with or without parity.
     receiver.pair(odd('a'), odd('b') ^ 0x80U).pair(odd('c') ^ 0x80U, odd('d')).pair(0x80, 0x80).pair(0x00, 0x00);
@@ -322,7 +321,7 @@ TEST(Damage, IsShownOrIgnored) {
 }
 
 TEST(Damage, OfARepetitionIsIgnored) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60);
     // The first byte is wrong and the second is the one that is expected: nothing is shown, and nothing comes again.
     receiver.pair(odd(0x11), odd(0x37)).pair(odd(0x11) ^ 0x80U, odd(0x37)).text("a");
@@ -335,9 +334,9 @@ TEST(Damage, OfARepetitionIsIgnored) {
 }
 
 TEST(Channels, AreKeptApart) {
-    Receiver first;
-    Receiver second({1, 2});
-    for (Receiver* const receiver : {&first, &second}) {
+    FedReceiver first;
+    FedReceiver second({1, 2});
+    for (FedReceiver* const receiver : {&first, &second}) {
         EXPECT_EQ(receiver->lines(), Lines());
         // Characters before any code are for nobody.
         receiver->text("xx").control(0x14, 0x29).control(0x14, 0x60).text("one");
@@ -349,7 +348,7 @@ TEST(Channels, AreKeptApart) {
 }
 
 TEST(Channels, PassOverTextAndExtendedData) {
-    Receiver receiver;
+    FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60).text("a").control(0x14, 0x2B).text("text").control(0x14, 0x2D);
     receiver.control(0x14, 0x29).text("b");
     EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
@@ -357,10 +356,23 @@ TEST(Channels, PassOverTextAndExtendedData) {
     receiver.pair(odd(0x01), odd('x')).text("c");
     EXPECT_EQ(receiver.lines(), Lines{"  15   abc"});
     // Field 2: a packet (here a programme's name) begins with a class and a type, and ends with 0x0F and its checksum.
-    Receiver other({2, 1});
+    FedReceiver other({2, 1});
     other.control(0x15, 0x29).control(0x14, 0x60).text("a").pair(odd(0x01), odd(0x03)).text("NAME");
     other.pair(odd(0x0F), odd(0x1D)).text("b").pair(odd(0x02), odd(0x03)).text("NAME").control(0x15, 0x29).text("c");
     EXPECT_EQ(other.lines(), Lines{"  15   abc"});
+}
+
+TEST(Background, MayLetThePictureThrough) {
+    FedReceiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60).text("a ").control(0x10, 0x25).text("b ").control(0x17, 0x2D);
+    receiver.text("c ").control(0x10, 0x24).text("d");
+    using qlx::screen::Opacity;
+    EXPECT_EQ(receiver.cell(15, 0).backgroundOpacity, Opacity::Solid);
+    EXPECT_EQ(receiver.cell(15, 2).backgroundOpacity, Opacity::Translucent);
+    EXPECT_EQ(receiver.cell(15, 2).background, screen::Color::Blue);
+    EXPECT_EQ(receiver.cell(15, 4).backgroundOpacity, Opacity::Transparent);
+    EXPECT_EQ(receiver.cell(15, 6).backgroundOpacity, Opacity::Solid);
+    EXPECT_EQ(receiver.lines(), Lines{"  15   a b c d"});
 }
 
 }  // namespace

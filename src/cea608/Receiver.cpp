@@ -1,0 +1,313 @@
+// Decodes the byte pairs of a caption channel.
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/cea608/receiver.h>
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+namespace qlx::cea608 {
+
+namespace {
+
+constexpr std::uint8_t kFirstControl = 0x10;
+constexpr std::uint8_t kFirstCharacter = 0x20;
+constexpr std::uint8_t kSolidBlock = 0x7F;
+constexpr std::uint8_t kEndOfExtendedData = 0x0F;
+constexpr std::uint8_t kChannelBit = 0x08;
+
+}  // namespace
+
+std::string_view nameOf(Channel channel) noexcept {
+    constexpr std::array<std::string_view, 4> kNames{"CC1", "CC2", "CC3", "CC4"};
+    return kNames[(channel.field == 2 ? 2U : 0U) + (channel.channel == 2 ? 1U : 0U)];
+}
+
+std::optional<Channel> channelNamed(std::string_view name) {
+    const auto* const channel = std::find_if(kChannels.begin(), kChannels.end(), [name](const Channel& one) {
+        return asciiLowercased(name) == asciiLowercased(nameOf(one));
+    });
+    return channel == kChannels.end() ? std::nullopt : std::optional(*channel);
+}
+
+bool Receiver::receive(std::uint8_t first, std::uint8_t second) {
+    const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
+    const bool isFirstSound = hasOddParity(first);
+    if (isFirstSound && firstCode >= kFirstControl && firstCode < kFirstCharacter) {
+        return receiveControl(first, second);
+    }
+    const bool isDamagedRepetition = !isFirstSound && second == _lastControl.second && second != 0;
+    expectNoRepetition();
+    if (isDamagedRepetition) {
+        return false;
+    }
+    if (isFirstSound && firstCode > 0 && firstCode < kFirstControl) {
+        // Field 2: 0x0F ends an extended data packet, the others begin or continue one.
+        _isExtendedData = _channel.field == 2 && firstCode != kEndOfExtendedData;
+        return false;
+    }
+    if (_isExtendedData || !_isSelected || !writes()) {
+        return false;
+    }
+    const bool isFirstShown = receiveText(firstCode, isFirstSound || first == 0);
+    const bool isSecondShown =
+        receiveText(static_cast<std::uint8_t>(second & 0x7FU), hasOddParity(second) || second == 0);
+    return isFirstShown || isSecondShown;
+}
+
+/// Null, and codes without a meaning, show nothing; a byte of two zeros carries nothing even without its parity bit.
+bool Receiver::receiveText(std::uint8_t code, bool isSound) {
+    if (!isSound) {
+        code = kSolidBlock;
+    }
+    const auto character = characterOf(CharacterSet::Basic, code);
+    return character && put(*character);
+}
+
+bool Receiver::receiveControl(std::uint8_t first, std::uint8_t second) {
+    const Pair pair{first, second};
+    const auto code = static_cast<std::uint8_t>(second & 0x7FU);
+    if (!hasOddParity(second) || code < kFirstCharacter) {
+        _lastControl = {};
+        return false;
+    }
+    // Captions of either channel end what extended data stood between them.
+    _isExtendedData = false;
+    _isSelected = (first & kChannelBit) == (_channel.channel == 2 ? kChannelBit : 0U);
+    if (pair == _lastControl) {
+        _lastControl = {};
+        return false;
+    }
+    _lastControl = pair;
+    return _isSelected && receiveCode(codeOf(first, second));
+}
+
+bool Receiver::receiveCode(const Code& code) {
+    if (code.kind == CodeKind::Control) {
+        return receiveMiscellaneous(code.control);
+    }
+    if (!writes()) {
+        return false;
+    }
+    switch (code.kind) {
+    case CodeKind::Preamble:
+        return receivePreamble(code);
+    case CodeKind::MidRow:
+        return receiveMidRow(code);
+    case CodeKind::Background:
+        return receiveBackground(code);
+    case CodeKind::Foreground:
+        return receiveForeground(code);
+    case CodeKind::Tab:
+        _column = std::min<std::size_t>(_column + code.columns, kColumns - 1);
+        return false;
+    case CodeKind::Special:
+        return put(characterOf(code.character.set, code.character.code).value_or(U' '));
+    case CodeKind::Extended:
+        return receiveExtended(code.character);
+    default:
+        return false;
+    }
+}
+
+bool Receiver::receiveMiscellaneous(Control control) {
+    switch (control) {
+    case Control::ResumeCaptionLoading:
+        start(Mode::PopOn);
+        return false;
+    case Control::Backspace:
+        return writes() && backspace();
+    case Control::DeleteToEndOfRow:
+        return writes() && deleteToEndOfRow();
+    case Control::RollUp2:
+    case Control::RollUp3:
+    case Control::RollUp4:
+        return startRollUp(static_cast<std::size_t>(control) - static_cast<std::size_t>(Control::RollUp2) + 2);
+    case Control::FlashOn:
+        if (!writes()) {
+            return false;
+        }
+        _style.isFlashing = true;
+        return put(U' ');
+    case Control::ResumeDirectCaptioning:
+        start(Mode::PaintOn);
+        return false;
+    case Control::TextRestart:
+    case Control::ResumeTextDisplay:
+        _isText = true;
+        return false;
+    case Control::EraseDisplayedMemory:
+        return erase(_displayed);
+    case Control::CarriageReturn:
+        return writes() && _mode == Mode::RollUp && rollUp();
+    case Control::EraseNonDisplayedMemory:
+        (void)erase(_loaded);
+        return false;
+    case Control::EndOfCaption:
+        start(Mode::PopOn);
+        std::swap(_displayed, _loaded);
+        return true;
+    case Control::AlarmOff:
+    case Control::AlarmOn:
+        break;
+    }
+    return false;
+}
+
+void Receiver::start(Mode mode) {
+    _mode = mode;
+    _isText = false;
+}
+
+/// The first code of a roll-up caption erases what was there of another kind; later ones change the number of rows.
+bool Receiver::startRollUp(std::size_t rows) {
+    const bool wasRollUp = _mode == Mode::RollUp;
+    start(Mode::RollUp);
+    _rollUpRows = rows;
+    if (!wasRollUp) {
+        (void)erase(_displayed);
+        (void)erase(_loaded);
+        _row = kRows - 1;
+        _column = 0;
+        _style = {};
+        return true;
+    }
+    _row = std::max(_row, rows - 1);
+    for (std::size_t row = 0; row + rows <= _row; ++row) {
+        _displayed[row] = {};
+    }
+    return true;
+}
+
+bool Receiver::rollUp() {
+    const std::size_t top = _row + 1 - std::min(_rollUpRows, _row + 1);
+    for (std::size_t row = top; row < _row; ++row) {
+        _displayed[row] = _displayed[row + 1];
+    }
+    _displayed[_row] = {};
+    _column = 0;
+    _style = {};
+    return true;
+}
+
+/// Moves the rows of a roll-up caption, so that the lowest one stands in `row`.
+void Receiver::moveWindow(std::size_t row) {
+    row = std::max(row, _rollUpRows - 1);
+    if (row == _row) {
+        return;
+    }
+    Memory moved{};
+    for (std::size_t line = 0; line < _rollUpRows && line <= _row; ++line) {
+        moved[row - line] = _displayed[_row - line];
+    }
+    _displayed = moved;
+    _row = row;
+}
+
+bool Receiver::receivePreamble(const Code& code) {
+    _style = {};
+    _style.foreground = code.color;
+    _style.isItalic = code.isItalic;
+    _style.isUnderlined = code.isUnderlined;
+    _column = code.columns;
+    const std::size_t row = code.row - std::size_t{1};
+    if (_mode == Mode::RollUp) {
+        moveWindow(row);
+        return true;
+    }
+    _row = row;
+    return false;
+}
+
+/// A mid-row code shows as a space; italics keep the colour.
+bool Receiver::receiveMidRow(const Code& code) {
+    _style.isItalic = code.isItalic;
+    if (!code.isItalic) {
+        _style.foreground = code.color;
+    }
+    _style.isUnderlined = code.isUnderlined;
+    _style.isFlashing = false;
+    return put(U' ');
+}
+
+/// A background code takes the place of the space that is sent before it for receivers that do not know it.
+bool Receiver::receiveBackground(const Code& code) {
+    (void)backspace();
+    _style.background = code.color;
+    _style.backgroundOpacity = code.opacity;
+    return put(U' ');
+}
+
+/// So does black.
+bool Receiver::receiveForeground(const Code& code) {
+    (void)backspace();
+    _style.foreground = code.color;
+    _style.isItalic = false;
+    _style.isUnderlined = code.isUnderlined;
+    return put(U' ');
+}
+
+/// An extended character takes the place of the one that is sent before it for receivers that do not know it.
+bool Receiver::receiveExtended(const CharacterCode& character) {
+    (void)backspace();
+    return put(characterOf(character.set, character.code).value_or(U' '));
+}
+
+/// Writes at the cursor; a transparent space shows the picture.
+bool Receiver::put(char32_t character) {
+    screen::Cell cell;
+    if (character != kTransparentSpace) {
+        cell.character = character;
+        cell.foreground = _style.foreground;
+        cell.background = _style.background;
+        cell.backgroundOpacity = _style.backgroundOpacity;
+        cell.isVisible = true;
+        cell.isItalic = _style.isItalic;
+        cell.isUnderlined = _style.isUnderlined;
+        cell.isFlashing = _style.isFlashing;
+    }
+    const std::size_t column = std::min(_column, kColumns - 1);
+    currentRow()[column] = cell;
+    _column = column + 1;
+    return writesDisplayed();
+}
+
+bool Receiver::erase(Memory& memory) {
+    memory = {};
+    return &memory == &_displayed;
+}
+
+bool Receiver::backspace() {
+    if (_column == 0) {
+        return false;
+    }
+    currentRow()[--_column] = {};
+    return writesDisplayed();
+}
+
+bool Receiver::deleteToEndOfRow() {
+    Row& row = currentRow();
+    std::fill(row.begin() + static_cast<std::ptrdiff_t>(std::min(_column, kColumns - 1)), row.end(), screen::Cell{});
+    return writesDisplayed();
+}
+
+screen::Screen Receiver::screen() const {
+    constexpr std::size_t kMargin = 1;
+    screen::Screen screen = screen::Screen::blank(screen::System::Cea608, kRows, kColumns + 2 * kMargin, 1);
+    for (std::size_t index = 0; index < kRows; ++index) {
+        const std::span<screen::Cell> row = screen.row(index);
+        const Row& from = _displayed[index];
+        std::copy(from.begin(), from.end(), row.begin() + kMargin);
+        const auto isShown = [&from](std::size_t column) { return column < from.size() && from[column].isVisible; };
+        for (std::size_t column = 0; column < screen.columns; ++column) {
+            // Column 0 is the margin: `column` is behind the memory's `column - 1`, and wraps around harmlessly.
+            if (!row[column].isVisible && (isShown(column) || isShown(column - 2))) {
+                row[column] = {};
+                row[column].isVisible = true;
+            }
+        }
+    }
+    return screen;
+}
+
+}  // namespace qlx::cea608
