@@ -261,8 +261,11 @@ public:
         unsigned shift = 8 * Bytes;
         ((shift -= parts.width, word |= (static_cast<std::uint64_t>(parts.value) & greatestOf(parts.width)) << shift),
          ...);
-        for (std::size_t index = Bytes; index-- > 0;) {
-            *_next++ = static_cast<std::uint8_t>(word >> 8U * index);
+        // The bytes could be those of the place itself, for all that the compiler knows.
+        std::uint8_t* const place = _next;
+        _next = place + Bytes;
+        for (std::size_t index = 0; index < Bytes; ++index) {
+            place[index] = static_cast<std::uint8_t>(word >> 8U * (Bytes - 1 - index));
         }
     }
 

@@ -1,67 +1,54 @@
 #include "scte/SCTE104Message.h"
 
-#include <array>
+#include <qlx/scte/scte104_packets.h>
+
+#include "scte/Scte104Layout.h"
 
 namespace qlx::scte104 {
 
 namespace {
 
-constexpr std::uint8_t kPayloadDescriptor = 0x08;
-constexpr std::uint16_t kReserved = 0xFFFF;
-
 /// The fewest bytes of a message with operations; hosts take a bare header for no message.
 constexpr std::size_t kMinMessageBytes = 14;
 
-constexpr std::size_t kTimeTypeOffset = 11;
+/// time_type of a message that is carried out at once.
+constexpr std::uint8_t kNoTimeStamp = 0;
 
-/// Bytes of time stamp behind each time_type: none, UTC, VITC, GPI. Any other type counts as none.
-constexpr std::array<std::size_t, 4> kTimeStampBytes{0, 6, 4, 2};
+/// What there is to walk in data that are no message.
+scte::MultipleOperationView viewOf(std::span<const std::uint8_t> message) {
+    if (message.size() < kMinMessageBytes || message[0] != scte::PayloadDescriptor().byte()) {
+        return {};
+    }
+    const auto view = scte::MultipleOperationView::of(message.subspan(1));
+    return view ? *view : scte::MultipleOperationView();
+}
 
 }  // namespace
 
 void writeHeader(std::uint8_t* bytes, const Header& header) noexcept {
-    bytes[0] = kPayloadDescriptor;
-    storeBig(bytes + 1, kReserved);
-    storeBig(bytes + 3, static_cast<std::uint16_t>(header.messageSize));
-    bytes[5] = 0;  // protocol_version
-    bytes[6] = header.asIndex;
-    bytes[7] = header.messageNumber;
-    storeBig(bytes + 8, header.dpiPID);
-    bytes[10] = 0;  // SCTE35_protocol_version
-    bytes[kTimeTypeOffset] = 0;
-    bytes[12] = static_cast<std::uint8_t>(header.numberOfOperations);
+    scte::MultipleOperationView fields;
+    fields.asIndex = header.asIndex;
+    fields.messageNumber = header.messageNumber;
+    fields.dpiPidIndex = header.dpiPID;
+    scte::detail::FieldWriter writer(bytes);
+    writer.number(scte::PayloadDescriptor().byte());
+    writer.number(scte::kMultipleOperationMark);
+    const auto messageSize = static_cast<std::uint16_t>(header.messageSize);
+    scte::detail::walkHeader(writer, fields, messageSize);
+    writer.number(kNoTimeStamp);
+    writer.number(static_cast<std::uint8_t>(header.numberOfOperations));
 }
 
-MessageReader::MessageReader(std::span<const std::uint8_t> message) noexcept {
-    if (message.size() < kMinMessageBytes || message[0] != kPayloadDescriptor ||
-        loadBig<std::uint16_t>(message.data() + 1) != kReserved) {
-        return;
-    }
-    ByteReader reader(message);
-    reader.skip(6);  // payload descriptor, reserved, messageSize, protocol_version
-    _asIndex = reader.take<std::uint8_t>();
-    _messageNumber = reader.take<std::uint8_t>();
-    _dpiPID = reader.take<std::uint16_t>();
-    reader.skip(1);  // SCTE35_protocol_version
-    const std::uint8_t timeType = reader.take<std::uint8_t>();
-    reader.skip(timeType < kTimeStampBytes.size() ? kTimeStampBytes[timeType] : 0);
-    _left = reader.take<std::uint8_t>();
-    _operations = reader;
-}
+MessageReader::MessageReader(std::span<const std::uint8_t> message) : _view(viewOf(message)) {}
 
 std::optional<Operation> MessageReader::next() noexcept {
-    if (_left == 0) {
+    const auto operation = _view.next();
+    if (!operation || operation->isCut()) {
+        // Nothing is read behind an operation that is cut.
+        _view = {};
         return std::nullopt;
     }
-    --_left;
-    Operation operation;
-    operation.operationID = _operations.take<std::uint16_t>();
-    operation.data = _operations.takeBytes(_operations.take<std::uint16_t>());
-    if (_operations.failed()) {
-        _left = 0;
-        return std::nullopt;
-    }
-    return operation;
+    return Operation{operation->opId, operation->data};
 }
 
 }  // namespace qlx::scte104

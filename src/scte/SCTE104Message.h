@@ -5,9 +5,7 @@
 //   SCTE35_protocol_version 1 | time_type 1 | time stamp | num_ops 1 | operations
 #pragma once
 
-#include <QLXClosedCaptionsUtilities/platform/Data.h>
-
-#include "base/Bytes.h"
+#include <qlx/scte/scte104.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -44,22 +42,18 @@ struct Operation {
 class MessageReader {
 public:
     /// A message that is too short, or does not begin with descriptor and reserved field, has no operations.
-    explicit MessageReader(std::span<const std::uint8_t> message) noexcept;
+    explicit MessageReader(std::span<const std::uint8_t> message);
 
     /// The next operation; none at the end, or when its header or data run past the message.
     [[nodiscard]] std::optional<Operation> next() noexcept;
 
     // Valid when next() has given an operation.
-    [[nodiscard]] std::uint8_t asIndex() const noexcept { return _asIndex; }
-    [[nodiscard]] std::uint8_t messageNumber() const noexcept { return _messageNumber; }
-    [[nodiscard]] std::uint16_t dpiPID() const noexcept { return _dpiPID; }
+    [[nodiscard]] std::uint8_t asIndex() const noexcept { return _view.asIndex; }
+    [[nodiscard]] std::uint8_t messageNumber() const noexcept { return _view.messageNumber; }
+    [[nodiscard]] std::uint16_t dpiPID() const noexcept { return _view.dpiPidIndex; }
 
 private:
-    ByteReader _operations{{}};
-    std::uint8_t _left = 0;  ///< Operations that num_ops still announces.
-    std::uint8_t _asIndex = 0;
-    std::uint8_t _messageNumber = 0;
-    std::uint16_t _dpiPID = 0;
+    scte::MultipleOperationView _view;
 };
 
 }  // namespace qlx::scte104

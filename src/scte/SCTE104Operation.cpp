@@ -1,16 +1,35 @@
 #include "scte/SCTE104Operation.h"
 
-#include "base/Bytes.h"
+#include "scte/Scte104Layout.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace qlx::scte104 {
 
 namespace {
 
-void writeOperationHeader(std::uint8_t* bytes, std::uint16_t operationID, std::size_t dataBytes) noexcept {
-    storeBig(bytes, operationID);
-    storeBig(bytes + 2, static_cast<std::uint16_t>(dataBytes));
+using scte::detail::FieldReader;
+using scte::detail::FieldWriter;
+
+/// An operation whose data come to `dataBytes` bytes.
+template <class Value>
+void writeOperation(std::uint8_t* bytes, const Value& value, std::size_t dataBytes) noexcept {
+    FieldWriter writer(bytes);
+    writer.number(Value::kOpId);
+    writer.number(static_cast<std::uint16_t>(dataBytes));
+    walk(writer, value);
+}
+
+/// None when there are too few data.
+template <class Value>
+std::optional<Value> readData(std::span<const std::uint8_t> data) {
+    FieldReader reader(data, {});
+    std::optional<Value> value(std::in_place);
+    walk(reader, *value);
+    if (reader.hasFailed()) {
+        value.reset();
+    }
+    return value;
 }
 
 /// Deployed receivers look at the top bit of the cancel byte, and take any byte but 0 for true.
@@ -19,45 +38,46 @@ constexpr std::uint8_t kCancelled = 0x80;
 }  // namespace
 
 void SpliceRequest::write(std::uint8_t* bytes) const noexcept {
-    writeOperationHeader(bytes, kSpliceRequestID, kDataBytes);
-    std::uint8_t* const data = bytes + kOperationHeaderBytes;
-    data[0] = spliceInsertType;
-    storeBig(data + 1, spliceEventID);
-    storeBig(data + 5, uniqueProgramID);
-    storeBig(data + 7, preRollTime);
-    storeBig(data + 9, breakDuration);
-    data[11] = availNum;
-    data[12] = availsExpected;
-    data[13] = autoReturn ? 1 : 0;
+    scte::SpliceRequest request;
+    request.type = static_cast<scte::SpliceInsertType>(spliceInsertType);
+    request.eventId = spliceEventID;
+    request.uniqueProgramId = uniqueProgramID;
+    request.preRollMilliseconds = preRollTime;
+    request.breakDurationTenths = breakDuration;
+    request.availNum = availNum;
+    request.availsExpected = availsExpected;
+    request.autoReturn = autoReturn ? 1 : 0;
+    writeOperation(bytes, request, kDataBytes);
 }
 
 std::optional<SpliceRequest> SpliceRequest::read(std::span<const std::uint8_t> data) noexcept {
-    ByteReader reader(data);
-    SpliceRequest request;
-    request.spliceInsertType = reader.take<std::uint8_t>();
-    request.spliceEventID = reader.take<std::uint32_t>();
-    request.uniqueProgramID = reader.take<std::uint16_t>();
-    request.preRollTime = reader.take<std::uint16_t>();
-    request.breakDuration = reader.take<std::uint16_t>();
-    request.availNum = reader.take<std::uint8_t>();
-    request.availsExpected = reader.take<std::uint8_t>();
-    request.autoReturn = reader.take<std::uint8_t>() != 0;
-    return reader.failed() ? std::nullopt : std::optional(request);
+    const auto request = readData<scte::SpliceRequest>(data);
+    if (!request) {
+        return std::nullopt;
+    }
+    SpliceRequest result;
+    result.spliceInsertType = static_cast<std::uint8_t>(request->type);
+    result.spliceEventID = request->eventId;
+    result.uniqueProgramID = request->uniqueProgramId;
+    result.preRollTime = request->preRollMilliseconds;
+    result.breakDuration = request->breakDurationTenths;
+    result.availNum = request->availNum;
+    result.availsExpected = request->availsExpected;
+    result.autoReturn = request->autoReturn != 0;
+    return result;
 }
 
 void SpliceNull::write(std::uint8_t* bytes) noexcept {
-    writeOperationHeader(bytes, kSpliceNullID, 0);
+    writeOperation(bytes, scte::SpliceNullRequest(), 0);
 }
 
 void TimeSignal::write(std::uint8_t* bytes) const noexcept {
-    writeOperationHeader(bytes, kTimeSignalID, kDataBytes);
-    storeBig(bytes + kOperationHeaderBytes, preRollTime);
+    writeOperation(bytes, scte::TimeSignalRequest{preRollTime}, kDataBytes);
 }
 
 std::optional<TimeSignal> TimeSignal::read(std::span<const std::uint8_t> data) noexcept {
-    ByteReader reader(data);
-    const TimeSignal signal{reader.take<std::uint16_t>()};
-    return reader.failed() ? std::nullopt : std::optional(signal);
+    const auto request = readData<scte::TimeSignalRequest>(data);
+    return request ? std::optional(TimeSignal{request->preRollMilliseconds}) : std::nullopt;
 }
 
 std::optional<InsertDescriptor> InsertDescriptor::read(std::span<const std::uint8_t> data) noexcept {
@@ -88,46 +108,46 @@ std::optional<InsertDTMFDescriptor> InsertDTMFDescriptor::read(std::span<const s
     return result;
 }
 
-void SegmentationDescriptor::write(std::uint8_t* bytes) const noexcept {
-    writeOperationHeader(bytes, kInsertSegmentationDescriptorID, kDataBytesWithoutUPID + upid.size());
-    std::uint8_t* const data = bytes + kOperationHeaderBytes;
-    storeBig(data, eventID);
-    data[4] = cancel ? kCancelled : 0;
-    storeBig(data + 5, duration);
-    data[7] = upidType;
-    data[8] = static_cast<std::uint8_t>(upid.size());
-    std::uint8_t* const rest = std::copy(upid.begin(), upid.end(), data + 9);
-    rest[0] = segmentationType;
-    rest[1] = segmentNumber;
-    rest[2] = segmentsExpected;
-    rest[3] = durationExtensionFrames;
-    rest[4] = deliveryNotRestricted ? 1 : 0;
-    rest[5] = webDeliveryAllowed ? 1 : 0;
-    rest[6] = noRegionalBlackout ? 1 : 0;
-    rest[7] = archiveAllowed ? 1 : 0;
-    rest[8] = deviceRestrictions;
+void SegmentationDescriptor::write(std::uint8_t* bytes) const {
+    scte::InsertSegmentationDescriptorRequest request;
+    request.eventId = eventID;
+    request.cancel = cancel ? kCancelled : std::uint8_t{0};
+    request.durationSeconds = duration;
+    request.upidType = upidType;
+    request.upid.assign(upid.begin(), upid.end());
+    request.typeId = segmentationType;
+    request.segmentNum = segmentNumber;
+    request.segmentsExpected = segmentsExpected;
+    request.durationExtensionFrames = durationExtensionFrames;
+    request.deliveryNotRestricted = deliveryNotRestricted ? 1 : 0;
+    request.webDeliveryAllowed = webDeliveryAllowed ? 1 : 0;
+    request.noRegionalBlackout = noRegionalBlackout ? 1 : 0;
+    request.archiveAllowed = archiveAllowed ? 1 : 0;
+    request.deviceRestrictions = deviceRestrictions;
+    writeOperation(bytes, request, kDataBytesWithoutUPID + upid.size());
 }
 
 std::optional<SegmentationDescriptor> SegmentationDescriptor::read(std::span<const std::uint8_t> data) {
-    ByteReader reader(data);
-    const auto takeFlag = [&reader] { return reader.take<std::uint8_t>() != 0; };
+    const auto request = readData<scte::InsertSegmentationDescriptorRequest>(data);
+    if (!request) {
+        return std::nullopt;
+    }
     SegmentationDescriptor result;
-    result.eventID = reader.take<std::uint32_t>();
-    result.cancel = takeFlag();
-    result.duration = reader.take<std::uint16_t>();
-    result.upidType = reader.take<std::uint8_t>();
-    const auto upidBytes = reader.takeBytes(reader.take<std::uint8_t>());
-    result.upid.assign(upidBytes.begin(), upidBytes.end());
-    result.segmentationType = reader.take<std::uint8_t>();
-    result.segmentNumber = reader.take<std::uint8_t>();
-    result.segmentsExpected = reader.take<std::uint8_t>();
-    result.durationExtensionFrames = reader.take<std::uint8_t>();
-    result.deliveryNotRestricted = takeFlag();
-    result.webDeliveryAllowed = takeFlag();
-    result.noRegionalBlackout = takeFlag();
-    result.archiveAllowed = takeFlag();
-    result.deviceRestrictions = reader.take<std::uint8_t>();
-    return reader.failed() ? std::nullopt : std::optional(std::move(result));
+    result.eventID = request->eventId;
+    result.cancel = request->cancel != 0;
+    result.duration = request->durationSeconds;
+    result.upidType = request->upidType;
+    result.upid.assign(request->upid.begin(), request->upid.end());
+    result.segmentationType = request->typeId;
+    result.segmentNumber = request->segmentNum;
+    result.segmentsExpected = request->segmentsExpected;
+    result.durationExtensionFrames = request->durationExtensionFrames;
+    result.deliveryNotRestricted = request->deliveryNotRestricted != 0;
+    result.webDeliveryAllowed = request->webDeliveryAllowed != 0;
+    result.noRegionalBlackout = request->noRegionalBlackout != 0;
+    result.archiveAllowed = request->archiveAllowed != 0;
+    result.deviceRestrictions = request->deviceRestrictions;
+    return result;
 }
 
 }  // namespace qlx::scte104

@@ -1,6 +1,8 @@
 // The operations of a multiple_operation_message (ANSI/SCTE 104): opID 2 | data_length 2 | data, big-endian.
 #pragma once
 
+#include <qlx/scte/scte104_operations.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,12 +11,12 @@
 
 namespace qlx::scte104 {
 
-inline constexpr std::uint16_t kSpliceRequestID = 0x0101;
-inline constexpr std::uint16_t kSpliceNullID = 0x0102;
-inline constexpr std::uint16_t kTimeSignalID = 0x0104;
-inline constexpr std::uint16_t kInsertDescriptorID = 0x0108;
-inline constexpr std::uint16_t kInsertDTMFDescriptorID = 0x0109;
-inline constexpr std::uint16_t kInsertSegmentationDescriptorID = 0x010B;
+inline constexpr std::uint16_t kSpliceRequestID = scte::SpliceRequest::kOpId;
+inline constexpr std::uint16_t kSpliceNullID = scte::SpliceNullRequest::kOpId;
+inline constexpr std::uint16_t kTimeSignalID = scte::TimeSignalRequest::kOpId;
+inline constexpr std::uint16_t kInsertDescriptorID = scte::InsertDescriptorRequest::kOpId;
+inline constexpr std::uint16_t kInsertDTMFDescriptorID = scte::InsertDtmfDescriptorRequest::kOpId;
+inline constexpr std::uint16_t kInsertSegmentationDescriptorID = scte::InsertSegmentationDescriptorRequest::kOpId;
 
 /// opID and data_length.
 inline constexpr std::size_t kOperationHeaderBytes = 4;
@@ -101,7 +103,7 @@ struct SegmentationDescriptor {
     [[nodiscard]] std::size_t size() const noexcept {
         return kOperationHeaderBytes + kDataBytesWithoutUPID + upid.size();
     }
-    void write(std::uint8_t* bytes) const noexcept;
+    void write(std::uint8_t* bytes) const;
     [[nodiscard]] static std::optional<SegmentationDescriptor> read(std::span<const std::uint8_t> data);
 };
 

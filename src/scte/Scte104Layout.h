@@ -251,4 +251,15 @@ void walk(Io& io, Value& value) {
     io.number(value.edge);
 }
 
+/// The header of a multiple_operation_message up to its timestamp.
+template <class Io, class Value, class Size>
+void walkHeader(Io& io, Value& value, Size& messageSize) {
+    io.number(messageSize);
+    io.number(value.protocolVersion);
+    io.number(value.asIndex);
+    io.number(value.messageNumber);
+    io.number(value.dpiPidIndex);
+    io.number(value.scte35ProtocolVersion);
+}
+
 }  // namespace qlx::scte::detail

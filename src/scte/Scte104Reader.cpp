@@ -28,8 +28,8 @@ Finding cut(std::size_t needed, std::size_t there) {
 }
 
 Finding wrongMark(Bytes message) {
-    const std::uint16_t mark = message.size() < 2 ? std::uint16_t{0} : loadBig<std::uint16_t>(message.data());
-    return {FindingCode::ScteMessageMarkWrong, Severity::Error, 0, mark, kMultipleOperationMark};
+    return {FindingCode::ScteMessageMarkWrong, Severity::Error, 0, loadBig<std::uint16_t>(message.data()),
+            kMultipleOperationMark};
 }
 
 /// Says when a number is greater than what is defined for it.
@@ -223,15 +223,10 @@ Result<MultipleOperationView> MultipleOperationView::of(std::span<const std::uin
     MultipleOperationView view;
     std::uint16_t mark = 0;
     reader.number(mark);
-    if (mark != kMultipleOperationMark) {
+    if (mark != kMultipleOperationMark && !reader.hasFailed()) {
         return detail::wrongMark(message);
     }
-    reader.number(view.statedSize);
-    reader.number(view.protocolVersion);
-    reader.number(view.asIndex);
-    reader.number(view.messageNumber);
-    reader.number(view.dpiPidIndex);
-    reader.number(view.scte35ProtocolVersion);
+    detail::walkHeader(reader, view, view.statedSize);
     detail::readTimeStamp(view.timeStamp, reader);
     reader.number(view.statedCount);
     if (reader.hasFailed()) {

@@ -56,12 +56,7 @@ template <class Io>
 void walkMessage(Io& io, const MultipleOperationMessage& message, std::size_t size) {
     const auto messageSize = message.statedSize.value_or(static_cast<std::uint16_t>(size));
     io.number(kMultipleOperationMark);
-    io.number(messageSize);
-    io.number(message.protocolVersion);
-    io.number(message.asIndex);
-    io.number(message.messageNumber);
-    io.number(message.dpiPidIndex);
-    io.number(message.scte35ProtocolVersion);
+    walkHeader(io, message, messageSize);
     walkTimeStamp(io, message.timeStamp);
     const std::size_t count = message.statedCount ? *message.statedCount : message.operations.size();
     io.template pack<1>(bits(count, 8));

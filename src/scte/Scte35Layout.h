@@ -207,6 +207,8 @@ void walk(Io& io, Value& value) {
     });
 }
 
+inline constexpr std::size_t kDescriptorHeadBytes = 2;
+
 /// The lengths that the header of a section has.
 struct SectionLengths {
     bool isEncrypted = false;

@@ -20,7 +20,6 @@ constexpr std::size_t kCommandLengthOffset = 11;
 constexpr std::size_t kCommandTypeOffset = 13;
 constexpr std::size_t kLoopLengthBytes = 2;
 constexpr std::size_t kCrcBytes = 4;
-constexpr std::size_t kDescriptorHeadBytes = 2;
 constexpr std::size_t kIdentifierBytes = 4;
 
 constexpr std::size_t kFewestEncryptedBytes = kCommandTypeOffset + kCrcBytes;

@@ -2,20 +2,16 @@
 
 #include "base/Bytes.h"
 #include "base/MPEGCRC32.h"
+#include "scte/Scte35Layout.h"
 
-#include <algorithm>
-#include <array>
 #include <span>
 
 namespace qlx::scte35 {
 
 namespace {
 
-constexpr std::uint8_t kTableID = 0xFC;
-constexpr std::uint8_t kSpliceInsertCommand = 0x05;
-
-/// section_syntax_indicator 0, private_indicator 0, sap_type 3.
-constexpr std::uint8_t kSectionFlags = 0x30;
+using scte::detail::FieldMeasure;
+using scte::detail::FieldWriter;
 
 /// Bytes up to and with section_length, which counts what follows them.
 constexpr std::size_t kUncountedBytes = 3;
@@ -25,111 +21,117 @@ constexpr std::size_t kBytesBeforeCommand = 14;
 constexpr std::size_t kLoopLengthBytes = 2;
 constexpr std::size_t kCRCBytes = 4;
 
-/// splice_event_id, the cancel indicator and, unless cancelled, flags, unique_program_id, avail_num, avails_expected.
-constexpr std::size_t kCancelBytes = 5;
-constexpr std::size_t kFixedInsertBytes = 10;
+// The layouts are those of the core. What is put into them is what hosts expect.
 
-constexpr std::uint8_t kCancelled = 0xFF;
-constexpr std::uint8_t kNotCancelled = 0x7F;
+/// The low 33 bits, which is what a field of time holds.
+[[nodiscard]] std::uint64_t ticksOf(std::uint64_t time) noexcept {
+    return time & scte::kGreatestTicks;
+}
 
-/// A splice time's or duration's five bytes: flags and reserved bits, then the low 33 bits.
-std::uint8_t* writeTime(std::uint8_t* bytes, std::uint8_t flags, std::uint64_t time) noexcept {
-    bytes[0] = static_cast<std::uint8_t>(flags | (time >> 32U & 1U));
-    storeBig(bytes + 1, static_cast<std::uint32_t>(time));
-    return bytes + 5;
+[[nodiscard]] scte::SpliceTime valueOf(const SpliceTime& time) noexcept {
+    scte::SpliceTime value;
+    if (time.timeSpecified) {
+        value.ticks90k = ticksOf(time.pts);
+    }
+    return value;
+}
+
+[[nodiscard]] scte::BreakDuration valueOf(const BreakDuration& duration) noexcept {
+    scte::BreakDuration value;
+    value.autoReturn = duration.autoReturn;
+    value.ticks90k = ticksOf(duration.duration);
+    return value;
+}
+
+[[nodiscard]] scte::SpliceInsert valueOf(const SpliceInsert& insert) noexcept {
+    scte::SpliceInsert value;
+    value.eventId = insert.eventID;
+    value.cancel = insert.spliceType == 5;
+    if (value.cancel) {
+        // Its reserved bits are set, as all of the standard's are.
+        return value;
+    }
+    value.outOfNetwork = insert.spliceType == 1 || insert.spliceType == 2;
+    value.immediate = insert.spliceType == 2 || insert.spliceType == 4;
+    value.time = valueOf(SpliceTime{insert.pts, true});
+    if (insert.duration != 0) {
+        // The number of SCTE-104 as it is, not in 90 kHz ticks, and without auto_return: hosts adjust it themselves.
+        value.breakDuration = valueOf(BreakDuration{insert.duration, false});
+    }
+    value.uniqueProgramId = insert.programUID;
+    return value;
+}
+
+[[nodiscard]] scte::SegmentationDescriptor valueOf(const SegmentationDescriptor& descriptor) noexcept {
+    scte::SegmentationDescriptor value;
+    value.eventId = descriptor.eventID;
+    value.cancel = descriptor.cancel;
+    if (!value.cancel) {
+        // Content identification, 0 of 0: program-wide, web delivery, no blackout, archive and every device allowed.
+        value.restrictions.emplace();
+        value.typeId = 0x01;
+    }
+    return value;
+}
+
+template <class Value>
+[[nodiscard]] std::size_t sizeOf(const Value& value) noexcept {
+    FieldMeasure measure;
+    walk(measure, value);
+    return measure.size();
+}
+
+template <class Value>
+std::uint8_t* writeValue(const Value& value, std::uint8_t* bytes) noexcept {
+    FieldWriter writer(bytes);
+    walk(writer, value);
+    return writer.next();
 }
 
 }  // namespace
 
 std::uint8_t* SpliceTime::write(std::uint8_t* bytes) const noexcept {
-    if (timeSpecified) {
-        return writeTime(bytes, 0xFE, pts);
-    }
-    bytes[0] = 0x7F;
-    return bytes + 1;
+    return writeValue(valueOf(*this), bytes);
 }
 
 std::uint8_t* BreakDuration::write(std::uint8_t* bytes) const noexcept {
-    return writeTime(bytes, autoReturn ? 0xFE : 0x7E, duration);
-}
-
-bool SpliceInsert::cancels() const noexcept {
-    return spliceType == 5;
-}
-
-bool SpliceInsert::isImmediate() const noexcept {
-    return spliceType == 2 || spliceType == 4;
-}
-
-bool SpliceInsert::leavesNetwork() const noexcept {
-    return spliceType == 1 || spliceType == 2;
+    return writeValue(valueOf(*this), bytes);
 }
 
 std::size_t SpliceInsert::size() const noexcept {
-    if (cancels()) {
-        return kCancelBytes;
-    }
-    return kFixedInsertBytes + (isImmediate() ? 0 : SpliceTime{pts, true}.size()) +
-           (duration == 0 ? 0 : BreakDuration::size());
+    return sizeOf(valueOf(*this));
 }
 
 std::uint8_t* SpliceInsert::write(std::uint8_t* bytes) const noexcept {
-    storeBig(bytes, eventID);
-    bytes[4] = cancels() ? kCancelled : kNotCancelled;
-    if (cancels()) {
-        return bytes + kCancelBytes;
-    }
-    // program_splice_flag and the reserved bits are always set.
-    bytes[5] = static_cast<std::uint8_t>((leavesNetwork() ? 0x80U : 0U) | 0x40U | (duration != 0 ? 0x20U : 0U) |
-                                         (isImmediate() ? 0x10U : 0U) | 0x0FU);
-    std::uint8_t* place = bytes + 6;
-    if (!isImmediate()) {
-        place = SpliceTime{pts, true}.write(place);
-    }
-    if (duration != 0) {
-        // The number of SCTE-104 as it is, not in 90 kHz ticks, and without auto_return: hosts adjust it themselves.
-        place = BreakDuration{duration, false}.write(place);
-    }
-    storeBig(place, programUID);
-    place[2] = 0;  // avail_num
-    place[3] = 0;  // avails_expected
-    return place + 4;
+    return writeValue(valueOf(*this), bytes);
 }
 
 std::uint8_t* SegmentationDescriptor::write(std::uint8_t* bytes) const noexcept {
-    constexpr std::array<std::uint8_t, 7> kIdentifierAndUpperEventID{'C', 'U', 'E', 'I', 0, 0, 0};
-    // Program-wide, no duration, web delivery, no blackout, archive and every device allowed; no UPID; type 1, 0 of 0.
-    constexpr std::array<std::uint8_t, 6> kContentIdentification{0x9F, 0x00, 0x00, 0x01, 0x00, 0x00};
-    bytes[0] = 0x02;
-    bytes[1] = static_cast<std::uint8_t>(size() - 2);
-    std::uint8_t* place = std::copy(kIdentifierAndUpperEventID.begin(), kIdentifierAndUpperEventID.end(), bytes + 2);
-    place[0] = eventID;
-    place[1] = cancel ? kCancelled : kNotCancelled;
-    place += 2;
-    return cancel ? place : std::copy(kContentIdentification.begin(), kContentIdentification.end(), place);
+    const scte::SegmentationDescriptor value = valueOf(*this);
+    FieldWriter writer(bytes);
+    writer.number(scte::SegmentationDescriptor::kTag);
+    writer.number(static_cast<std::uint8_t>(size() - scte::detail::kDescriptorHeadBytes));
+    writer.number(scte::kCueIdentifier);
+    walk(writer, value);
+    return writer.next();
 }
 
 Data section(const SpliceInsert& command, const SegmentationDescriptor& descriptor) {
-    const std::size_t commandBytes = command.size();
-    const std::size_t descriptorBytes = descriptor.size();
+    const scte::SpliceInsert insert = valueOf(command);
+    const std::size_t commandBytes = sizeOf(insert);
     const std::size_t sectionBytes =
-        kBytesBeforeCommand + commandBytes + kLoopLengthBytes + descriptorBytes + kCRCBytes;
+        kBytesBeforeCommand + commandBytes + kLoopLengthBytes + descriptor.size() + kCRCBytes;
     return Data::make(sectionBytes, [&](std::uint8_t* bytes) {
-        const std::size_t sectionLength = sectionBytes - kUncountedBytes;
-        bytes[0] = kTableID;
-        bytes[1] = static_cast<std::uint8_t>(kSectionFlags | sectionLength >> 8U);
-        bytes[2] = static_cast<std::uint8_t>(sectionLength);
-        // protocol_version, encryption, pts_adjustment, cw_index
-        std::fill(bytes + 3, bytes + 10, std::uint8_t{0});
-        // A tier of all ones reaches every receiver.
-        bytes[10] = 0xFF;
-        bytes[11] = static_cast<std::uint8_t>(0xF0U | commandBytes >> 8U);
-        bytes[12] = static_cast<std::uint8_t>(commandBytes);
-        bytes[13] = kSpliceInsertCommand;
-        std::uint8_t* place = command.write(bytes + kBytesBeforeCommand);
-        storeBig(place, static_cast<std::uint16_t>(descriptorBytes));
-        place = descriptor.write(place + kLoopLengthBytes);
-        storeBig(place, sectionCRC32(std::span<const std::uint8_t>(bytes, place)));
+        const scte::SpliceInfoSection header;
+        const scte::detail::SectionLengths lengths{false, static_cast<std::uint16_t>(sectionBytes - kUncountedBytes),
+                                                   static_cast<std::uint16_t>(commandBytes)};
+        FieldWriter writer(bytes);
+        walkHeader(writer, header, lengths);
+        writer.number(scte::SpliceInsert::kCommandType);
+        walk(writer, insert);
+        writer.number(static_cast<std::uint16_t>(descriptor.size()));
+        std::uint8_t* const end = descriptor.write(writer.next());
+        storeBig(end, sectionCRC32(std::span<const std::uint8_t>(bytes, end)));
     });
 }
 

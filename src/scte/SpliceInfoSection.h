@@ -39,11 +39,6 @@ struct SpliceInsert {
 
     [[nodiscard]] std::size_t size() const noexcept;
     std::uint8_t* write(std::uint8_t* bytes) const noexcept;
-
-private:
-    [[nodiscard]] bool cancels() const noexcept;
-    [[nodiscard]] bool isImmediate() const noexcept;
-    [[nodiscard]] bool leavesNetwork() const noexcept;
 };
 
 /// segmentation_descriptor() of content identification, without UPID and duration.

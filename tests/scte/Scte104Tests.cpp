@@ -87,8 +87,7 @@ TEST(Scte104, KeepsAMessageThatEndsAnywhere) {
             constexpr std::size_t kHeaderBytes = 12;
             ASSERT_EQ(message.hasValue(), cut.size() >= kHeaderBytes) << one.opId << ' ' << cut.size();
             if (!message) {
-                EXPECT_EQ(message.error().code,
-                          cut.size() < 2 ? FindingCode::ScteMessageMarkWrong : FindingCode::ScteMessageCut);
+                EXPECT_EQ(message.error().code, FindingCode::ScteMessageCut);
                 return;
             }
             // The size is wrong in each of them.

@@ -128,6 +128,58 @@ TEST(SCTE104Parse, WritesToAFileWhenEverythingCouldBeRead) {
               file + ": is the input: the result would replace it\n");
 }
 
+/// A number of some bytes.
+std::string digitsOf(std::size_t number, int bytes) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    std::string text;
+    for (int digit = 2 * bytes; digit-- > 0;) {
+        text += kDigits[number >> (4 * digit) & 15U];
+    }
+    return text;
+}
+
+/// An SCTE-104 packet of line 13 in an element.
+std::string packetDigits(const std::string& data) {
+    const std::size_t count = data.size() / 2;
+    const std::size_t padded = (3 + count + 3) / 4 * 4;
+    return "000d0104" + digitsOf(3 + count, 2) + digitsOf(padded, 4) + "00000001" + "4107" + digitsOf(count, 1) + data +
+           std::string(2 * (padded - 3 - count), '0');
+}
+
+std::vector<std::uint8_t> elementOf(const std::vector<std::string>& packets) {
+    std::string value = digitsOf(packets.size(), 2);
+    for (const std::string& packet : packets) {
+        value += packetDigits(packet);
+    }
+    return joined({kAncKeyHex, "83" + digitsOf(value.size() / 2, 3), value});
+}
+
+TEST(SCTE104Parse, JoinsAMessageOfSeveralPackets) {
+    const TemporaryFolder folder;
+    // 12 bytes of header and 70 operations of 4: 292 bytes, of which the first packet has 254.
+    std::string message = "ffff01240000010000000046";
+    std::string listed;
+    for (int index = 0; index < 70; ++index) {
+        message += "01020000";
+        listed += "  SpliceNullRequestData\n";
+    }
+    ASSERT_EQ(message.size(), 2 * 292U);
+    const std::string first = "0c" + message.substr(0, 2 * 254);
+    const std::string last = "0a" + message.substr(2 * 254);
+    const std::string file = folder.write("a.klv", elementOf({first, last}));
+    EXPECT_EQ(outputOf({"scte104", "parse", file}),
+              "frame 0, line 13: message 1, AS index 0, DPI PID 0, 70 operations, 293 bytes\n" + listed);
+
+    const std::string cut = folder.write("b.klv", elementOf({first, kSpliceNull}));
+    const ToolResult result = runTool({"scte104", "parse", cut});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "frame 0, line 13: message 1, AS index 0, DPI PID 0, 1 operation, 17 bytes\n"
+                          "  SpliceNullRequestData\n");
+    EXPECT_EQ(result.err, "qlxcc: " + cut +
+                              ": frame 0, line 13: a piece of the message is missing at payload descriptor 00: "
+                              "254 bytes are left out\n");
+}
+
 TEST(SCTE35, RefusesOtherMessages) {
     const auto refusal = [](const std::string& message) {
         const ToolResult result = runTool({"scte35", message, "--pts", "0"});

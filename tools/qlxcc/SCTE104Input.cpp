@@ -8,6 +8,8 @@
 #include "Klv.h"
 #include "Text.h"
 
+#include <qlx/scte/scte104_packets.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <span>
@@ -51,7 +53,6 @@ std::vector<std::uint8_t> readWhole(ByteSource& source) {
 /// What an input is by its first bytes.
 /// @throws UsageError when it is a file of another kind.
 Scte104Format formatOf(InputFile& file) {
-    constexpr std::uint8_t kPayloadDescriptor = 0x08;
     constexpr std::size_t kUniversalLabelSize = 4;
     const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
     if (first.size() >= kUniversalLabelSize &&
@@ -65,7 +66,7 @@ Scte104Format formatOf(InputFile& file) {
     if (named && hasRows(*named)) {
         return *named == InputKind::V210 ? Scte104Format::V210 : Scte104Format::Yuv8;
     }
-    if (!first.empty() && first[0] == kPayloadDescriptor) {
+    if (!first.empty() && first[0] == scte::PayloadDescriptor().byte()) {
         return Scte104Format::Raw;
     }
     refuseOtherKinds(
@@ -80,28 +81,69 @@ InputKind kindOf(Scte104Format format) {
                                            : InputKind::Klv;
 }
 
+/// The messages of a file's frames. What came in one packet is handed on as it is; what came in several ones is
+/// joined, behind the payload descriptor of a whole message.
+class FrameMessages {
+public:
+    FrameMessages(const std::string& file, const std::function<void(const Scte104Packet&)>& take)
+        : _file(file), _take(take) {}
+
+    void read(const Frame& frame, std::vector<std::string>& problems) {
+        qlx::Findings findings;
+        std::uint64_t line = 0;
+        for (const auto& packet : frame.packets) {
+            if (packet.id() == anc::ids::kScte104) {
+                line = packet.line;
+                readPacket(frame.number, line, Data(packet.userData), findings);
+            }
+        }
+        _joiner.endFrame(&findings, line);
+        for (const qlx::Finding& finding : findings) {
+            problems.push_back("frame " + std::to_string(frame.number) + ", line " + std::to_string(finding.offset) +
+                               ": " + finding.text());
+        }
+    }
+
+private:
+    void readPacket(std::uint64_t frame, std::uint64_t line, const Data& data, qlx::Findings& findings) {
+        const scte::PayloadDescriptor descriptor(data.empty() ? std::uint8_t{0} : data[0]);
+        if (!descriptor.hasKnownVersion() || (!descriptor.isContinued() && !descriptor.isFollowing())) {
+            give(frame, line, data);
+        } else if (const auto message = _joiner.push(data, &findings, line)) {
+            std::vector<std::uint8_t> whole{scte::PayloadDescriptor().byte()};
+            whole.insert(whole.end(), message->bytes.begin(), message->bytes.end());
+            give(frame, line, whole);
+        }
+    }
+
+    void give(std::uint64_t frame, std::uint64_t line, const Data& data) const {
+        const std::string place = _file + ": frame " + std::to_string(frame) + ", line " + std::to_string(line);
+        _take({place, frame, line, data});
+    }
+
+    const std::string& _file;
+    const std::function<void(const Scte104Packet&)>& _take;
+    scte::MessageJoiner _joiner;
+};
+
 std::vector<std::string> readFrames(InputFile& source, FrameSourceOptions options, Scte104Format format,
                                     const std::function<void(const Scte104Packet&)>& take) {
     options.kind = kindOf(format);
     const auto reader = openFrames(source, options);
     RemarkNotes remarks(source);
     std::vector<std::string> problems;
+    const std::string name = source.name();
+    FrameMessages messages(name, take);
     Frame frame;
     while (reader->next(frame, problems)) {
         remarks.say(reader->takeRemarks());
-        for (const auto& packet : frame.packets) {
-            if (packet.id() == anc::ids::kScte104) {
-                const std::string place =
-                    source.name() + ": frame " + std::to_string(frame.number) + ", line " + std::to_string(packet.line);
-                take({place, frame.number, packet.line, Data(packet.userData)});
-            }
-        }
+        messages.read(frame, problems);
     }
     if (remarks.hasMore()) {
         remarks.sayHowManyMore();
     }
     for (std::string& problem : problems) {
-        problem.insert(0, source.name() + ": ");
+        problem.insert(0, name + ": ");
     }
     return problems;
 }

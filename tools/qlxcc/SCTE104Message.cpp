@@ -3,6 +3,7 @@
 #include "Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
+#include <qlx/scte/scte104_packets.h>
 
 #include <algorithm>
 #include <array>
@@ -14,20 +15,8 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::uint8_t kPayloadDescriptor = 0x08;
-constexpr std::size_t kTimeTypeOffset = 11;
-constexpr std::size_t kOperationHeader = 4;
-
-// Bytes of time stamp by time_type: none, UTC, VITC, GPI. Other types count as none.
-constexpr std::array<std::size_t, 4> kTimeStampBytes{0, 6, 4, 2};
-
-std::uint64_t big(std::span<const std::uint8_t> bytes) {
-    std::uint64_t value = 0;
-    for (const std::uint8_t byte : bytes) {
-        value = value << 8U | byte;
-    }
-    return value;
-}
+/// The payload descriptor stands in front of the message.
+constexpr std::size_t kDescriptorBytes = 1;
 
 std::string twoDigits(std::uint8_t number) {
     return (number < 10 ? "0" : "") + std::to_string(number);
@@ -66,7 +55,7 @@ std::optional<Scte104Problem> refusalOf(std::span<const std::uint8_t> data) {
     if (data.size() >= 2 && data[0] == 0xFF && data[1] == 0xFF) {
         return Scte104Problem{0, "no SCTE-104 message: the payload descriptor 08 (SMPTE ST 2010) is missing in front"};
     }
-    if (data[0] != kPayloadDescriptor) {
+    if (data[0] != scte::PayloadDescriptor().byte()) {
         return Scte104Problem{0, "no SCTE-104 message: it begins with " + hex(data.first(1)) +
                                      " and not with the payload descriptor 08"};
     }
@@ -85,29 +74,28 @@ Scte104Message refused(std::size_t size, Scte104Problem problem) {
     return message;
 }
 
-void readOperations(Scte104Message& message, std::span<const std::uint8_t> data, std::size_t offset) {
+void readOperations(Scte104Message& message, scte::MultipleOperationView& view) {
     for (unsigned number = 1; number <= message.announced; ++number) {
         const std::string name = "operation " + std::to_string(number) + " of " + std::to_string(message.announced);
-        if (data.size() - offset < kOperationHeader) {
-            message.problems.push_back({offset, name + " is missing: the message ends here"});
+        const auto operation = view.next();
+        if (!operation) {
+            message.problems.push_back({kDescriptorBytes + view.offset(), name + " is missing: the message ends here"});
             return;
         }
-        const auto operationID = static_cast<std::uint16_t>(big(data.subspan(offset, 2)));
-        const auto length = static_cast<std::size_t>(big(data.subspan(offset + 2, 2)));
-        const auto rest = data.subspan(offset + kOperationHeader);
-        if (rest.size() < length) {
-            message.problems.push_back({offset, name + " is cut short: " + std::to_string(rest.size()) + " of " +
-                                                    counted(length, "byte") + " of data"});
+        const std::size_t offset = kDescriptorBytes + operation->offset;
+        if (operation->isCut()) {
+            message.problems.push_back({offset, name + " is cut short: " + std::to_string(operation->data.size()) +
+                                                    " of " + counted(operation->statedLength, "byte") + " of data"});
             return;
         }
-        Data contents(rest.first(length));
-        auto parameters = QLXSCTEOperation::parametersOfSCTEOperationWithID_data(operationID, contents);
+        Data contents(operation->data);
+        auto parameters = QLXSCTEOperation::parametersOfSCTEOperationWithID_data(operation->opId, contents);
         if (!parameters) {
-            message.problems.push_back({offset, name + ": " + counted(length, "byte") + " of data are too few for " +
-                                                    QLXSCTEOperation::SCTEOperationNameWithID(operationID)});
+            message.problems.push_back({offset, name + ": " + counted(contents.size(), "byte") +
+                                                    " of data are too few for " +
+                                                    QLXSCTEOperation::SCTEOperationNameWithID(operation->opId)});
         }
-        message.operations.push_back({operationID, std::move(contents), std::move(parameters)});
-        offset += kOperationHeader + length;
+        message.operations.push_back({operation->opId, std::move(contents), std::move(parameters)});
     }
 }
 
@@ -166,21 +154,23 @@ bool hasFields(const Scte104Operation& operation) {
     return operation.parameters && operation.parameters->size() > 1;
 }
 
-std::string timeStampInWords(const Scte104Message& message) {
-    const Data& stamp = message.timeStamp;
-    switch (message.timeType) {
-    case 1:
-        return ", UTC " + std::to_string(big(std::span(stamp.data(), 4))) + " s and " +
-               std::to_string(big(std::span(stamp.data() + 4, 2))) + " us";
-    case 2:
-        return ", VITC " + twoDigits(stamp[0]) + ":" + twoDigits(stamp[1]) + ":" + twoDigits(stamp[2]) + ":" +
-               twoDigits(stamp[3]);
-    case 3:
-        return ", GPI " + std::to_string(stamp[0]) + " edge " + std::to_string(stamp[1]);
-    default:
-        return message.timeType == 0 ? "" : ", time type " + std::to_string(message.timeType);
+/// `, UTC 1295788826 s and 500 us`; nothing for a message that is carried out at once.
+struct TimeStampWords {
+    std::string operator()(const std::monostate&) const { return {}; }
+    std::string operator()(const scte::UtcTimeStamp& stamp) const {
+        return ", UTC " + std::to_string(stamp.seconds) + " s and " + std::to_string(stamp.microseconds) + " us";
     }
-}
+    std::string operator()(const scte::VitcTimeStamp& stamp) const {
+        return ", VITC " + twoDigits(stamp.hours) + ":" + twoDigits(stamp.minutes) + ":" + twoDigits(stamp.seconds) +
+               ":" + twoDigits(stamp.frames);
+    }
+    std::string operator()(const scte::GpiTimeStamp& stamp) const {
+        return ", GPI " + std::to_string(stamp.number) + " edge " + std::to_string(stamp.edge);
+    }
+    std::string operator()(const scte::UnknownTimeType& stamp) const {
+        return ", time type " + std::to_string(stamp.timeType);
+    }
+};
 
 }  // namespace
 
@@ -189,22 +179,21 @@ Scte104Message readScte104(const Data& data) {
     if (auto problem = refusalOf(bytes)) {
         return refused(bytes.size(), std::move(*problem));
     }
-    const std::uint8_t timeType = bytes.size() > kTimeTypeOffset ? bytes[kTimeTypeOffset] : std::uint8_t{0};
-    const std::size_t stampBytes = timeType < kTimeStampBytes.size() ? kTimeStampBytes[timeType] : 0;
-    const std::size_t countOffset = kTimeTypeOffset + 1 + stampBytes;
-    if (bytes.size() <= countOffset) {
+    auto view = scte::MultipleOperationView::of(bytes.subspan(kDescriptorBytes));
+    if (!view) {
+        // It is cut, and its first number is how long the header is: another mark is refused above.
+        const auto needed = kDescriptorBytes + static_cast<std::size_t>(view.error().first);
         return refused(bytes.size(), {bytes.size(), "SCTE-104 message cut short: " + std::to_string(bytes.size()) +
-                                                        " of the header's " + counted(countOffset + 1, "byte")});
+                                                        " of the header's " + counted(needed, "byte")});
     }
     Scte104Message message;
     message.size = bytes.size();
-    message.asIndex = bytes[6];
-    message.messageNumber = bytes[7];
-    message.dpiPID = static_cast<std::uint16_t>(big(bytes.subspan(8, 2)));
-    message.timeType = timeType;
-    message.timeStamp = Data(bytes.subspan(kTimeTypeOffset + 1, stampBytes));
-    message.announced = bytes[countOffset];
-    readOperations(message, bytes, countOffset + 1);
+    message.asIndex = view->asIndex;
+    message.messageNumber = view->messageNumber;
+    message.dpiPID = view->dpiPidIndex;
+    message.timeStamp = view->timeStamp;
+    message.announced = view->statedCount;
+    readOperations(message, *view);
     return message;
 }
 
@@ -232,7 +221,7 @@ std::string operationInWords(const Scte104Operation& operation) {
 
 std::string headerInWords(const Scte104Message& message) {
     return "message " + std::to_string(message.messageNumber) + ", AS index " + std::to_string(message.asIndex) +
-           ", DPI PID " + std::to_string(message.dpiPID) + timeStampInWords(message);
+           ", DPI PID " + std::to_string(message.dpiPID) + std::visit(TimeStampWords{}, message.timeStamp);
 }
 
 std::string scte104InWords(const Data& data) {

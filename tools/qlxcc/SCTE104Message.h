@@ -3,6 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
+#include <qlx/scte/scte104.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -12,10 +13,10 @@
 
 namespace qlx::tool {
 
-inline constexpr std::uint16_t kSpliceRequest = 0x0101;
-inline constexpr std::uint16_t kSpliceNullRequest = 0x0102;
-inline constexpr std::uint16_t kTimeSignalRequest = 0x0104;
-inline constexpr std::uint16_t kSegmentationDescriptorRequest = 0x010B;
+inline constexpr std::uint16_t kSpliceRequest = scte::SpliceRequest::kOpId;
+inline constexpr std::uint16_t kSpliceNullRequest = scte::SpliceNullRequest::kOpId;
+inline constexpr std::uint16_t kTimeSignalRequest = scte::TimeSignalRequest::kOpId;
+inline constexpr std::uint16_t kSegmentationDescriptorRequest = scte::InsertSegmentationDescriptorRequest::kOpId;
 
 struct Scte104Operation {
     std::uint16_t operationID = 0;
@@ -34,8 +35,7 @@ struct Scte104Message {
     std::uint8_t messageNumber = 0;
     std::uint8_t asIndex = 0;
     std::uint16_t dpiPID = 0;
-    std::uint8_t timeType = 0;
-    Data timeStamp;
+    scte::TimeStamp timeStamp;
     std::uint8_t announced = 0;  ///< num_ops.
     std::vector<Scte104Operation> operations;
     std::optional<Scte104Problem> refusal;  ///< Why this is no message; then nothing else is set.

@@ -9,6 +9,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
+#include <variant>
 #include <vector>
 
 namespace qlx::tool {
@@ -27,6 +28,12 @@ Scte104Packet onlyPacket(const Scte104Source& source) {
                                                             ": the time of --pts is for one");
     }
     return packets.front();
+}
+
+/// One of the types that are defined: any other has no bytes.
+bool hasTimeStamp(const scte::TimeStamp& timeStamp) {
+    return !std::holds_alternative<std::monostate>(timeStamp) &&
+           !std::holds_alternative<scte::UnknownTimeType>(timeStamp);
 }
 
 /// The library reads every message as one splice request without time stamp; from anything else it would make a section
@@ -51,7 +58,7 @@ void checkSpliceRequest(const Scte104Packet& packet) {
                             QLXSCTEOperation::SCTEOperationNameWithID(message.operations.front().operationID) +
                             ": only a SpliceRequestData becomes a section");
     }
-    if (!message.timeStamp.empty()) {
+    if (hasTimeStamp(message.timeStamp)) {
         throw failureIn(packet.place, "the message has a time stamp: the section's time is that of --pts alone");
     }
     if (message.operations.size() > 1) {
