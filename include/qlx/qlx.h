@@ -32,6 +32,7 @@
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/sdp.h>
+#include <qlx/scte/conversion.h>
 #include <qlx/scte/scte104.h>
 #include <qlx/scte/scte104_operations.h>
 #include <qlx/scte/scte104_packets.h>

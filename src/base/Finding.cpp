@@ -144,6 +144,13 @@ constexpr Text kTexts[] = {
     {ScteBytesBehindDescriptor, "{2} bytes behind the fields of descriptor {1x}"},
     {ScteSubSegmentsUnexpected, "sub-segments in segmentation type {1x}, which has none"},
     {ScteTextWrong, "character {1x} is neither hexadecimal nor base64 in its place ({2} characters)"},
+    {ScteMakesNoSection, "operation {1x} makes no section"},
+    {ScteSupplementAlone, "operation {1x} adds to another one, which is not there"},
+    {ScteMomentMissing, "time stamp of type {1}: its moment in the stream is not known"},
+    {ScteRateMissing, "{1} extension frames: the frame rate is not known"},
+    {SctePreRollIgnored, "pre-roll of {1} ms is ignored: the splice is immediate"},
+    {ScteBreakDurationIgnored, "break duration of {1} tenths of a second is ignored: no break starts"},
+    {ScteSpliceIsImmediate, "splice of type {1} without pre-roll is immediate"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.

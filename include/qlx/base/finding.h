@@ -166,6 +166,13 @@ enum class FindingCode : std::uint32_t {
     ScteBytesBehindDescriptor,        ///< splice_descriptor_tag, bytes behind its fields.
     ScteSubSegmentsUnexpected,        ///< segmentation_type_id, which has no sub-segments.
     ScteTextWrong,                    ///< Character (Unicode) there, characters that are there.
+    ScteMakesNoSection,               ///< opID of what SCTE 35 has no section for; its offset counts operations from 0.
+    ScteSupplementAlone,              ///< opID of what adds to another operation, which is not there; the same.
+    ScteMomentMissing,                ///< time_type; the moment of the time stamp in the stream is needed.
+    ScteRateMissing,                  ///< duration_extension_frames; the frame rate is needed.
+    SctePreRollIgnored,               ///< Milliseconds of pre-roll that an immediate splice has no use for.
+    ScteBreakDurationIgnored,         ///< Tenths of a second that only the start of a break has a use for.
+    ScteSpliceIsImmediate,            ///< splice_insert_type of a splice without pre-roll, which is immediate.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.

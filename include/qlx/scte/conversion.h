@@ -1,0 +1,49 @@
+// The sections of SCTE 35 that a message of SCTE 104 asks for.
+//
+//     qlx::Findings findings;
+//     const auto sections = qlx::scte::sectionsOf(message, {.framePts90k = pts}, &findings);
+//     if (!sections) { report(sections.error().text()); }
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/Export.h>
+#include <qlx/base/frame_rate.h>
+#include <qlx/base/result.h>
+#include <qlx/scte/scte104.h>
+#include <qlx/scte/scte35.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace qlx::scte {
+
+/// Where a message stands in its stream.
+struct ConversionOptions {
+    /// PTS of the frame that carries the message: pre-rolls count from it, in a message without a time stamp.
+    std::uint64_t framePts90k = 0;
+    /// PTS of the splice itself, whatever the pre-roll says.
+    std::optional<std::uint64_t> splicePts90k = std::nullopt;
+    /// PTS of the moment that the time stamp of the message names: pre-rolls count from it.
+    std::optional<std::uint64_t> timeStampPts90k = std::nullopt;
+    /// The frames of duration_extension_frames.
+    std::optional<FrameRate> frameRate = std::nullopt;
+};
+
+/// The sections that a message asks for, in the order of its operations (ANSI/SCTE 104, 8.3.1): one for each splice
+/// request, splice null, time signal, section to inject, and schedule that is transmitted; what adds to an operation
+/// (component mode, descriptors, DTMF, avails, segmentation, tier, time) is in its section. No descriptor is made that
+/// was not asked for, and no avail descriptor without an identifier.
+///
+/// Times are modulo 2^33: the frame's (or the time stamp's) PTS and 90 ticks for each millisecond of pre-roll. A break
+/// has 9000 ticks for each tenth of a second, at its start only. A normal splice without pre-roll is immediate, as the
+/// standard has it, unless the PTS of the splice is given (a Remark says so); an immediate one has no time.
+///
+/// Fails for the whole message when an operation makes no section or cannot be added to one (ScteMakesNoSection: control
+/// words, encryption, audio descriptors, proprietary commands, a schedule that is not transmitted, unknown ones;
+/// ScteSupplementAlone), and when a time stamp's moment or a frame rate is needed and not given (ScteMomentMissing,
+/// ScteRateMissing). The offset of these findings is the number of the operation, from 0.
+[[nodiscard]] QLX_EXPORT Result<std::vector<SpliceInfoSection>> sectionsOf(const MultipleOperationMessage& message,
+                                                                           const ConversionOptions& options,
+                                                                           FindingSink* findings = nullptr);
+
+}  // namespace qlx::scte

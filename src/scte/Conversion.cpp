@@ -1,0 +1,332 @@
+// Sections of SCTE 35 from a message of SCTE 104.
+#include <qlx/scte/conversion.h>
+
+#include "scte/FieldIo.h"
+
+#include <utility>
+
+namespace qlx::scte {
+
+namespace detail {
+
+namespace {
+
+constexpr std::uint64_t kTicksPerMillisecond = 90;
+constexpr std::uint64_t kTicksPerTenth = 9000;
+constexpr std::uint64_t kTicksPerSecond = 90000;
+
+/// Reads the operations one by one. Each visit gives the finding that ends the conversion, or one without a code.
+class Converter {
+public:
+    Converter(const ConversionOptions& options, const Report& report) : _options(options), _report(report) {}
+
+    [[nodiscard]] Finding convert(const MultipleOperationMessage& message) {
+        const std::uint8_t timeType = timeTypeOf(message.timeStamp);
+        const bool hasTimeStamp = timeType != 0;
+        if (hasTimeStamp && !_options.timeStampPts90k && !_options.splicePts90k) {
+            return {FindingCode::ScteMomentMissing, Severity::Error, 0, timeType, 0};
+        }
+        _base = hasTimeStamp ? _options.timeStampPts90k.value_or(0) : _options.framePts90k;
+        for (const Operation& operation : message.operations) {
+            const Finding wrong = std::visit(
+                [&](const auto& value) {
+                    return take(value) ? std::exchange(_wrong, {}) : refuse(FindingCode::ScteMakesNoSection, operation);
+                },
+                operation.data);
+            if (wrong.code != FindingCode::None) {
+                return wrong;
+            }
+            ++_number;
+        }
+        if (_schedule) {
+            return {FindingCode::ScteMakesNoSection, Severity::Error, _scheduleNumber,
+                    StartScheduleDownloadRequest::kOpId, 0};
+        }
+        return {};
+    }
+
+    [[nodiscard]] std::vector<SpliceInfoSection> sections() && { return std::move(_sections); }
+
+private:
+    [[nodiscard]] Finding refuse(FindingCode code, const Operation& operation) const {
+        return {code, Severity::Error, _number, operation.opId(), 0};
+    }
+
+    /// The section that is added to; none, and it is said, when there is none.
+    template <class Value>
+    [[nodiscard]] SpliceInfoSection* openSection() {
+        if (_schedule) {
+            return &*_schedule;
+        }
+        if (_sections.empty()) {
+            _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId, 0};
+            return nullptr;
+        }
+        return &_sections.back();
+    }
+
+    template <class Value>
+    bool addDescriptor(SpliceDescriptorData data) {
+        if (SpliceInfoSection* const section = openSection<Value>()) {
+            section->descriptors.push_back({std::move(data), {}});
+        }
+        return true;
+    }
+
+    [[nodiscard]] std::uint64_t ticksOf(std::uint64_t preRollMilliseconds) const noexcept {
+        const std::uint64_t ticks =
+            _options.splicePts90k ? *_options.splicePts90k : _base + preRollMilliseconds * kTicksPerMillisecond;
+        return ticks & kGreatestTicks;
+    }
+
+    void remark(FindingCode code, std::uint64_t number) const { _report.add(code, Severity::Remark, _number, number); }
+
+    // take() is false for what makes no section.
+
+    template <class Value>
+    bool take(const Value&) {
+        return false;
+    }
+
+    bool take(const InjectSectionDataRequest& request) {
+        SpliceInfoSection& section = _sections.emplace_back();
+        section.protocolVersion = request.protocolVersion;
+        section.command = VerbatimCommand{request.commandType, request.command};
+        return true;
+    }
+
+    bool take(const SpliceRequest& request) {
+        SpliceInsert insert;
+        insert.eventId = request.eventId;
+        insert.cancel = request.type == SpliceInsertType::Cancel;
+        if (request.type == SpliceInsertType{0} || request.type > SpliceInsertType::Cancel) {
+            return false;
+        }
+        if (!insert.cancel) {
+            fillSplice(insert, request);
+        }
+        _sections.emplace_back().command = std::move(insert);
+        return true;
+    }
+
+    void fillSplice(SpliceInsert& insert, const SpliceRequest& request) const {
+        const bool isStart =
+            request.type == SpliceInsertType::StartNormal || request.type == SpliceInsertType::StartImmediate;
+        const bool isNormal =
+            request.type == SpliceInsertType::StartNormal || request.type == SpliceInsertType::EndNormal;
+        insert.outOfNetwork = isStart;
+        insert.immediate = !isNormal || (request.preRollMilliseconds == 0 && !_options.splicePts90k);
+        if (!insert.immediate) {
+            insert.time.ticks90k = ticksOf(request.preRollMilliseconds);
+        } else if (isNormal) {
+            remark(FindingCode::ScteSpliceIsImmediate, static_cast<std::uint8_t>(request.type));
+        } else if (request.preRollMilliseconds != 0) {
+            remark(FindingCode::SctePreRollIgnored, request.preRollMilliseconds);
+        }
+        if (request.breakDurationTenths != 0 && isStart) {
+            insert.breakDuration.emplace();
+            insert.breakDuration->autoReturn = request.autoReturn != 0;
+            insert.breakDuration->ticks90k = request.breakDurationTenths * kTicksPerTenth;
+        } else if (request.breakDurationTenths != 0) {
+            remark(FindingCode::ScteBreakDurationIgnored, request.breakDurationTenths);
+        }
+        insert.uniqueProgramId = request.uniqueProgramId;
+        insert.availNum = request.availNum;
+        insert.availsExpected = request.availsExpected;
+    }
+
+    bool take(const SpliceNullRequest&) {
+        _sections.emplace_back();
+        return true;
+    }
+
+    bool take(const TimeSignalRequest& request) {
+        TimeSignal signal;
+        signal.time.ticks90k = ticksOf(request.preRollMilliseconds);
+        _sections.emplace_back().command = signal;
+        return true;
+    }
+
+    bool take(const StartScheduleDownloadRequest& request) {
+        _scheduleNumber = _number;
+        _schedule.emplace().command = SpliceSchedule{};
+        for (const std::uint32_t id : request.providerAvailIds) {
+            _schedule->descriptors.push_back({AvailDescriptor{id}, {}});
+        }
+        return true;
+    }
+
+    bool take(const ScheduleDefinition& definition) {
+        if (!_schedule) {
+            _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, ScheduleDefinition::kOpId, 0};
+            return true;
+        }
+        ScheduledSplice event;
+        event.eventId = definition.eventId;
+        event.cancel = definition.command == SpliceScheduleCommand::Cancel;
+        if (!event.cancel) {
+            event.outOfNetwork = definition.command == SpliceScheduleCommand::Insert;
+            event.gpsSeconds = definition.gpsSeconds;
+            if (definition.breakDurationTenths != 0) {
+                event.breakDuration.emplace();
+                event.breakDuration->autoReturn = definition.autoReturn != 0;
+                event.breakDuration->ticks90k = definition.breakDurationTenths * kTicksPerTenth;
+            }
+            event.uniqueProgramId = definition.uniqueProgramId;
+            event.availNum = definition.availNum;
+            event.availsExpected = definition.availsExpected;
+        }
+        std::get<SpliceSchedule>(_schedule->command).events.push_back(std::move(event));
+        return true;
+    }
+
+    bool take(const ScheduleComponentModeRequest& request) {
+        auto* const schedule = _schedule ? &std::get<SpliceSchedule>(_schedule->command) : nullptr;
+        if (schedule == nullptr || schedule->events.empty()) {
+            _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, ScheduleComponentModeRequest::kOpId,
+                      0};
+            return true;
+        }
+        ScheduledSplice& event = schedule->events.back();
+        event.programSplice = false;
+        event.gpsSeconds = 0;
+        for (const ScheduledComponentTime& component : request.components) {
+            event.components.push_back({component.componentTag, component.gpsSeconds});
+        }
+        return true;
+    }
+
+    bool take(const TransmitScheduleRequest& request) {
+        if (!_schedule) {
+            return false;
+        }
+        if (request.cancel == 0) {
+            _sections.push_back(*std::move(_schedule));
+        }
+        _schedule.reset();
+        return true;
+    }
+
+    /// Only a splice has streams of its own.
+    bool take(const ComponentModeRequest& request) {
+        SpliceInfoSection* const section = openSection<ComponentModeRequest>();
+        if (section == nullptr) {
+            return true;
+        }
+        auto* const insert = std::get_if<SpliceInsert>(&section->command);
+        if (insert == nullptr || insert->cancel) {
+            return false;
+        }
+        insert->programSplice = false;
+        insert->time = {};
+        for (const ComponentPreRoll& component : request.components) {
+            SpliceComponent& stream = insert->components.emplace_back();
+            stream.componentTag = component.componentTag;
+            if (!insert->immediate) {
+                stream.time.ticks90k = ticksOf(component.preRollMilliseconds);
+            }
+        }
+        return true;
+    }
+
+    bool take(const InsertDescriptorRequest& request) {
+        for (const DescriptorImage& image : request.descriptors) {
+            addDescriptor<InsertDescriptorRequest>(VerbatimDescriptor{image.tag, image.data});
+        }
+        return true;
+    }
+
+    bool take(const InsertDtmfDescriptorRequest& request) {
+        DtmfDescriptor descriptor;
+        descriptor.preRollTenths = request.preRollTenths;
+        descriptor.characters = request.characters;
+        return addDescriptor<InsertDtmfDescriptorRequest>(std::move(descriptor));
+    }
+
+    bool take(const InsertAvailDescriptorRequest& request) {
+        for (const std::uint32_t id : request.providerAvailIds) {
+            addDescriptor<InsertAvailDescriptorRequest>(AvailDescriptor{id});
+        }
+        return true;
+    }
+
+    bool take(const InsertSegmentationDescriptorRequest& request) {
+        SegmentationDescriptor descriptor;
+        descriptor.eventId = request.eventId;
+        descriptor.cancel = request.cancel != 0;
+        if (!descriptor.cancel && !fillSegmentation(descriptor, request)) {
+            return true;
+        }
+        return addDescriptor<InsertSegmentationDescriptorRequest>(std::move(descriptor));
+    }
+
+    /// False, and it is said, when a frame rate is needed.
+    bool fillSegmentation(SegmentationDescriptor& descriptor, const InsertSegmentationDescriptorRequest& request) {
+        if (request.deliveryNotRestricted == 0) {
+            descriptor.restrictions =
+                DeliveryRestrictions{request.webDeliveryAllowed != 0, request.noRegionalBlackout != 0,
+                                     request.archiveAllowed != 0, request.deviceRestrictions};
+        }
+        if (request.durationSeconds != 0) {
+            const std::uint64_t frames = request.durationExtensionFrames;
+            if (frames != 0 && !_options.frameRate) {
+                _wrong = {FindingCode::ScteRateMissing, Severity::Error, _number, static_cast<std::int64_t>(frames), 0};
+                return false;
+            }
+            std::uint64_t ticks = request.durationSeconds * kTicksPerSecond;
+            if (frames != 0) {
+                // To the nearest tick: two frames of 59.94 are 3003.
+                const MediaTime frame = frameDuration(*_options.frameRate);
+                const auto scale = static_cast<std::uint64_t>(frame.timescale);
+                ticks += (frames * static_cast<std::uint64_t>(frame.value) * kTicksPerSecond + scale / 2) / scale;
+            }
+            descriptor.duration90k = ticks;
+        }
+        descriptor.upid = {static_cast<UpidType>(request.upidType), request.upid};
+        descriptor.typeId = request.typeId;
+        descriptor.segmentNum = request.segmentNum;
+        descriptor.segmentsExpected = request.segmentsExpected;
+        if (request.subSegments && request.subSegments->insert != 0) {
+            descriptor.subSegment =
+                SubSegment{request.subSegments->subSegmentNum, request.subSegments->subSegmentsExpected};
+        }
+        return true;
+    }
+
+    bool take(const InsertTierRequest& request) {
+        if (SpliceInfoSection* const section = openSection<InsertTierRequest>()) {
+            section->tier = request.tier;
+        }
+        return true;
+    }
+
+    bool take(const InsertTimeDescriptorRequest& request) {
+        return addDescriptor<InsertTimeDescriptorRequest>(
+            TimeDescriptor{request.taiSeconds, request.taiNanoseconds, request.utcOffset});
+    }
+
+    const ConversionOptions& _options;
+    Report _report;
+    std::uint64_t _base = 0;    ///< What pre-rolls count from.
+    std::uint64_t _number = 0;  ///< Of the operation.
+    Finding _wrong;             ///< What take() has to say.
+    std::vector<SpliceInfoSection> _sections;
+    std::optional<SpliceInfoSection> _schedule;  ///< One that is not transmitted yet.
+    std::uint64_t _scheduleNumber = 0;
+};
+
+}  // namespace
+
+}  // namespace detail
+
+Result<std::vector<SpliceInfoSection>> sectionsOf(const MultipleOperationMessage& message,
+                                                  const ConversionOptions& options, FindingSink* findings) {
+    detail::Converter converter(options, detail::Report{findings});
+    const Finding wrong = converter.convert(message);
+    if (wrong.code != FindingCode::None) {
+        return wrong;
+    }
+    return std::move(converter).sections();
+}
+
+}  // namespace qlx::scte

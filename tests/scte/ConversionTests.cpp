@@ -1,0 +1,228 @@
+// Messages of SCTE 104 as sections of SCTE 35, worked out by hand from table 9-7 of ANSI/SCTE 104.
+#include "Scte35Bytes.h"
+
+#include <qlx/scte/conversion.h>
+
+namespace {
+
+using namespace qlxtest;
+using namespace qlx::scte;
+
+using qlx::Finding;
+using qlx::FindingCode;
+using qlx::Severity;
+
+constexpr std::uint64_t kFrame = 900000;
+
+MultipleOperationMessage messageOf(std::vector<OperationData> operations) {
+    MultipleOperationMessage message;
+    for (OperationData& data : operations) {
+        message.operations.push_back({std::move(data), {}, {}});
+    }
+    return message;
+}
+
+struct Converted {
+    std::vector<SpliceInfoSection> sections;
+    Finding error;
+    FindingList findings;
+};
+
+Converted convert(const MultipleOperationMessage& message, const ConversionOptions& options = {.framePts90k = kFrame}) {
+    qlx::Findings findings;
+    const auto sections = sectionsOf(message, options, &findings);
+    if (!sections) {
+        return {{}, sections.error(), listOf(findings)};
+    }
+    for (const SpliceInfoSection& section : *sections) {
+        EXPECT_TRUE(writeSpliceInfoSection(section));
+    }
+    return {*sections, {}, listOf(findings)};
+}
+
+SpliceRequest splice(SpliceInsertType type, std::uint16_t preRoll, std::uint16_t tenths) {
+    return {type, 7, 0x0506, preRoll, tenths, 1, 2, 1, std::nullopt};
+}
+
+TEST(Conversion, StartsABreak) {
+    const Converted converted = convert(messageOf({splice(SpliceInsertType::StartNormal, 4000, 300)}));
+    SpliceInsert insert;
+    insert.eventId = 7;
+    insert.outOfNetwork = true;
+    insert.time.ticks90k = kFrame + 360000;
+    insert.breakDuration = BreakDuration{true, 2700000, 0x3F};
+    insert.uniqueProgramId = 0x0506;
+    insert.availNum = 1;
+    insert.availsExpected = 2;
+    SpliceInfoSection expected;
+    expected.command = insert;
+    EXPECT_EQ(converted.sections, std::vector<SpliceInfoSection>{expected});
+    EXPECT_EQ(converted.findings, FindingList{});
+}
+
+TEST(Conversion, TimesAreModulo33Bits) {
+    const auto timeOf = [](const ConversionOptions& options) {
+        const Converted converted = convert(messageOf({TimeSignalRequest{1000}}), options);
+        return std::get<TimeSignal>(converted.sections.at(0).command).time.ticks90k;
+    };
+    EXPECT_EQ(timeOf({.framePts90k = kGreatestTicks}), 89999U);
+    EXPECT_EQ(timeOf({.framePts90k = kFrame, .splicePts90k = 5}), 5U);
+}
+
+TEST(Conversion, GivesEachSpliceItsFlags) {
+    const auto insertOf = [](SpliceInsertType type, std::uint16_t preRoll, std::uint16_t tenths) {
+        const Converted converted = convert(messageOf({splice(type, preRoll, tenths)}));
+        return std::pair(std::get<SpliceInsert>(converted.sections.at(0).command), converted.findings);
+    };
+    const auto remark = [](FindingCode code, std::int64_t number) {
+        return FindingList{{code, Severity::Remark, 0, number, 0}};
+    };
+    const auto [start, startFindings] = insertOf(SpliceInsertType::StartImmediate, 4000, 10);
+    EXPECT_TRUE(start.outOfNetwork && start.immediate && start.breakDuration == BreakDuration({true, 90000, 0x3F}));
+    EXPECT_EQ(start.time, SpliceTime{});
+    EXPECT_EQ(startFindings, remark(FindingCode::SctePreRollIgnored, 4000));
+    const auto [end, endFindings] = insertOf(SpliceInsertType::EndNormal, 4000, 10);
+    EXPECT_TRUE(!end.outOfNetwork && !end.immediate && !end.breakDuration);
+    EXPECT_EQ(end.time.ticks90k, kFrame + 360000);
+    EXPECT_EQ(endFindings, remark(FindingCode::ScteBreakDurationIgnored, 10));
+    const auto [now, nowFindings] = insertOf(SpliceInsertType::EndImmediate, 0, 0);
+    EXPECT_TRUE(!now.outOfNetwork && now.immediate && !now.breakDuration);
+    EXPECT_EQ(nowFindings, FindingList{});
+    const auto [none, noneFindings] = insertOf(SpliceInsertType::StartNormal, 0, 0);
+    EXPECT_TRUE(none.immediate && none.time == SpliceTime{});
+    EXPECT_EQ(noneFindings, remark(FindingCode::ScteSpliceIsImmediate, 1));
+    SpliceInsert cancelled;
+    cancelled.eventId = 7;
+    cancelled.cancel = true;
+    EXPECT_EQ(insertOf(SpliceInsertType::Cancel, 1, 1), std::pair(cancelled, FindingList{}));
+}
+
+TEST(Conversion, AddsWhatFollowsANormalOperation) {
+    InsertSegmentationDescriptorRequest request;
+    request.eventId = 9;
+    request.durationSeconds = 30;
+    request.durationExtensionFrames = 15;
+    request.upidType = 3;
+    request.upid = fromHex("414243");
+    request.typeId = 0x34;
+    request.segmentNum = 1;
+    request.segmentsExpected = 2;
+    request.noRegionalBlackout = 1;
+    request.deviceRestrictions = 1;
+    request.subSegments = SubSegmentRequest{1, 3, 4};
+    const auto message = messageOf({TimeSignalRequest{0}, request, InsertAvailDescriptorRequest{{0x135}},
+                                    InsertDtmfDescriptorRequest{50, {'1', '*'}}, InsertTierRequest{0x123},
+                                    InsertTimeDescriptorRequest{1, 2, 37},
+                                    InsertDescriptorRequest{{{0x80, fromHex("4142434401")}}}, SpliceNullRequest{}});
+    const Converted converted = convert(message, {.framePts90k = kFrame, .frameRate = qlx::FrameRate::Fps2997});
+    SegmentationDescriptor segmentation;
+    segmentation.eventId = 9;
+    segmentation.restrictions = DeliveryRestrictions{false, true, false, 1};
+    // 15 frames of 3003 ticks.
+    segmentation.duration90k = 2700000 + 45045;
+    segmentation.upid = {UpidType::AdId, fromHex("414243")};
+    segmentation.typeId = 0x34;
+    segmentation.segmentNum = 1;
+    segmentation.segmentsExpected = 2;
+    segmentation.subSegment = SubSegment{3, 4};
+    SpliceInfoSection first;
+    first.command = TimeSignal{{kFrame, 0x7F}};
+    first.tier = 0x123;
+    first.descriptors = {{segmentation, {}},
+                         {AvailDescriptor{0x135}, {}},
+                         {DtmfDescriptor{50, 0x1F, {'1', '*'}}, {}},
+                         {TimeDescriptor{1, 2, 37}, {}},
+                         {VerbatimDescriptor{0x80, fromHex("4142434401")}, {}}};
+    EXPECT_EQ(converted.sections, (std::vector<SpliceInfoSection>{first, SpliceInfoSection{}}));
+    EXPECT_EQ(convert(message).error, (Finding{FindingCode::ScteRateMissing, Severity::Error, 1, 15, 0}));
+}
+
+TEST(Conversion, SplicesComponents) {
+    const Converted converted = convert(messageOf(
+        {splice(SpliceInsertType::StartNormal, 4000, 0), ComponentModeRequest{{{0x10, 1000}, {0x20, 2000}}}}));
+    const auto& insert = std::get<SpliceInsert>(converted.sections.at(0).command);
+    EXPECT_FALSE(insert.programSplice);
+    EXPECT_EQ(insert.time, SpliceTime{});
+    EXPECT_EQ(insert.components,
+              (std::vector<SpliceComponent>{{0x10, {kFrame + 90000, 0x7F}}, {0x20, {kFrame + 180000, 0x7F}}}));
+}
+
+TEST(Conversion, TransmitsASchedule) {
+    const Converted converted = convert(messageOf(
+        {StartScheduleDownloadRequest{{0x135}},
+         ScheduleDefinition{SpliceScheduleCommand::Insert, 1, 100, 2, 1, 300, 3, 4},
+         ScheduleDefinition{SpliceScheduleCommand::Return, 5, 200, 6, 0, 0, 0, 0},
+         ScheduleComponentModeRequest{{{0x10, 201}}},
+         ScheduleDefinition{SpliceScheduleCommand::Cancel, 7, 0, 0, 0, 0, 0, 0}, TransmitScheduleRequest{0}}));
+    ScheduledSplice away;
+    away.eventId = 1;
+    away.outOfNetwork = true;
+    away.gpsSeconds = 100;
+    away.breakDuration = BreakDuration{true, 2700000, 0x3F};
+    away.uniqueProgramId = 2;
+    away.availNum = 3;
+    away.availsExpected = 4;
+    ScheduledSplice back;
+    back.eventId = 5;
+    back.programSplice = false;
+    back.components = {{0x10, 201}};
+    back.uniqueProgramId = 6;
+    ScheduledSplice cancelled;
+    cancelled.eventId = 7;
+    cancelled.cancel = true;
+    SpliceInfoSection expected;
+    expected.command = SpliceSchedule{{away, back, cancelled}};
+    expected.descriptors = {{AvailDescriptor{0x135}, {}}};
+    EXPECT_EQ(converted.sections, std::vector<SpliceInfoSection>{expected});
+    EXPECT_EQ(convert(messageOf({StartScheduleDownloadRequest{}, TransmitScheduleRequest{1}})).sections,
+              std::vector<SpliceInfoSection>{});
+    EXPECT_EQ(convert(messageOf({SpliceNullRequest{}, StartScheduleDownloadRequest{}})).error,
+              (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x0103, 0}));
+}
+
+TEST(Conversion, InjectsASection) {
+    const Converted converted = convert(messageOf({InjectSectionDataRequest{1, 6, fromHex("ff12345678")}}));
+    ASSERT_EQ(converted.sections.size(), 1U);
+    Bytes expected = sectionOf("06 ff12345678");
+    expected[3] = 1;
+    close(expected);
+    EXPECT_EQ(writtenSection(converted.sections[0]), expected);
+}
+
+TEST(Conversion, CountsFromTheMomentOfATimeStamp) {
+    MultipleOperationMessage message = messageOf({TimeSignalRequest{1000}});
+    message.timeStamp = VitcTimeStamp{1, 2, 3, 4};
+    EXPECT_EQ(convert(message).error, (Finding{FindingCode::ScteMomentMissing, Severity::Error, 0, 2, 0}));
+    const Converted converted = convert(message, {.framePts90k = kFrame, .timeStampPts90k = 1000});
+    EXPECT_EQ(std::get<TimeSignal>(converted.sections.at(0).command).time.ticks90k, 91000U);
+}
+
+TEST(Conversion, NamesWhatHasNoSection) {
+    const std::vector<OperationData> none{DeleteControlWord{},           UpdateControlWord{},
+                                          EncryptedDpiRequest{},         InsertAudioDescriptorRequest{},
+                                          ProprietaryCommandRequest{},   TransmitScheduleRequest{},
+                                          VerbatimOperation{0xC001, {}}, splice(static_cast<SpliceInsertType>(6), 0, 0),
+                                          ComponentModeRequest{}};
+    for (const OperationData& data : none) {
+        const MultipleOperationMessage message = messageOf({TimeSignalRequest{}, data});
+        EXPECT_EQ(convert(message).error,
+                  (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, message.operations[1].opId(), 0}));
+    }
+    const std::vector<OperationData> alone{ComponentModeRequest{},
+                                           InsertDescriptorRequest{{{0, {}}}},
+                                           InsertDtmfDescriptorRequest{},
+                                           InsertAvailDescriptorRequest{{1}},
+                                           InsertSegmentationDescriptorRequest{},
+                                           InsertTierRequest{},
+                                           InsertTimeDescriptorRequest{},
+                                           ScheduleDefinition{},
+                                           ScheduleComponentModeRequest{}};
+    for (const OperationData& data : alone) {
+        const MultipleOperationMessage message = messageOf({data});
+        EXPECT_EQ(convert(message).error,
+                  (Finding{FindingCode::ScteSupplementAlone, Severity::Error, 0, message.operations[0].opId(), 0}));
+    }
+    EXPECT_EQ(convert(messageOf({})).sections, std::vector<SpliceInfoSection>{});
+}
+
+}  // namespace
