@@ -31,7 +31,7 @@ constexpr Text kTexts[] = {
     {AncTooManyUserDataWords, "{1} user data words, a packet has at most {2}"},
     {AncPacketDropped, "packet {1x}/{2x} is left out: it counts the frames of the old rate"},
     {AncElementCut, "{1} bytes of the element, of which {2} are there"},
-    {AncElementCountWrong, "{1} packets announced, {2} are there"},
+    {AncElementCountWrong, "packet count {1}, but {2} are there"},
     {AncElementTrailingBytes, "{1} bytes behind the last of {2} packets"},
     {AncElementWrappingUnknown, "unknown wrapping type {1x}"},
     {AncElementCodingUnknown, "sample coding {1} is none of packets"},

@@ -47,6 +47,19 @@ std::optional<TripletView> Reader::next() {
     }
 }
 
+std::uint64_t Reader::wanted() const {
+    if (_state == State::Passing) {
+        return _left;
+    }
+    const auto bytes = rest().subspan(std::min(_searched + _given, rest().size()));
+    const Result<TripletHeader> header = parseTripletHeader(bytes);
+    const std::uint64_t needed = header ? header->size() + header->length.value + kLabelStart.size()
+                                 : header.error().code == FindingCode::KlvCut
+                                     ? static_cast<std::uint64_t>(header.error().first)
+                                     : 0;
+    return needed > bytes.size() ? needed - bytes.size() : 1;
+}
+
 Reader::Step Reader::readTriplet() {
     const auto bytes = rest();
     // What is wrong with a key is said of its first four bytes, however they come.

@@ -136,6 +136,26 @@ TEST(KlvReader, GivesATripletWhenTheNextOneOrTheEndIsSeen) {
     EXPECT_FALSE(reader.next());
 }
 
+TEST(KlvReader, SaysHowManyBytesItNeedsAtLeast) {
+    const auto bytes = fromHex(kFirst + kSecond + "00" + kThird);
+    Reader reader;
+    std::vector<std::uint64_t> wanted;
+    std::size_t given = 0;
+    for (std::size_t done = 0; done < bytes.size();) {
+        wanted.push_back(reader.wanted());
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(wanted.back(), bytes.size() - done));
+        reader.push(std::span(bytes).subspan(done, count));
+        done += count;
+        while (reader.next()) {
+            ++given;
+        }
+    }
+    // Key and length; value and the next key's beginning; the rest of key and length, a second byte of it, value and the
+    // next key's beginning, which is none; what may begin one; the rest of it; value and, in vain, a next beginning.
+    EXPECT_EQ(wanted, (std::vector<std::uint64_t>{17, 6, 13, 1, 7, 14, 5}));
+    EXPECT_EQ(given, 2U);
+}
+
 TEST(KlvReader, GoesOnBehindADamagedKey) {
     EXPECT_EQ(readInPieces(kFirst + "07" + kSecond.substr(2) + kThird),
               (Found{{"0 01 1 aaaa", "40 03 1 cc"},

@@ -62,23 +62,35 @@ TEST(Klv, ReadsEveryFormOfLength) {
     }
 }
 
-TEST(Klv, RefusesLengthsThatAreNone) {
-    EXPECT_EQ(readAll(joined({kAncKeyHex, "80", kCaptionElementHex, "0000"})).failure,
-              "memory: byte 16: KLV triplet of indefinite length (80), which has no end");
-    EXPECT_EQ(readAll(joined({kAncKeyHex, "89000000000000000018", kCaptionElementHex})).failure,
-              "memory: byte 16: KLV length of 9 bytes (at most 8 are possible)");
-    EXPECT_EQ(readAll(joined({kAncKeyHex, "ff", kCaptionElementHex})).failure,
-              "memory: byte 16: KLV length of 127 bytes (at most 8 are possible)");
-    EXPECT_EQ(readAll(joined({kOtherKeyHex, "00", "11111111111111111111111111111111", "ff"})).failure,
-              "memory: byte 33: KLV length of 127 bytes (at most 8 are possible) "
-              "(no SMPTE key here: is this a KLV file?)");
+TEST(Klv, SkipsLengthsThatAreNone) {
+    using Lines = std::vector<std::string>;
+    const std::string atEnd = ": the file ends without an ANC frame element";
+    const Reading indefinite = readAll(joined({kAncKeyHex, "80", kCaptionElementHex, "0000"}));
+    EXPECT_EQ(indefinite.problems,
+              (Lines{"byte 16: triplet of indefinite length (80), which has no end", "byte 0: 43 bytes skipped"}));
+    EXPECT_EQ(indefinite.failure, "memory: byte 43" + atEnd);
+    const Reading nine = readAll(joined({kAncKeyHex, "89000000000000000018", kCaptionElementHex}));
+    EXPECT_EQ(nine.problems,
+              (Lines{"byte 16: length of 9 bytes (at most 8 are possible)", "byte 0: 50 bytes skipped"}));
+    EXPECT_EQ(nine.failure, "memory: byte 50" + atEnd);
+    const Reading many = readAll(joined({kAncKeyHex, "ff", kCaptionElementHex, kAncKeyHex, "18", kCaptionElementHex}));
+    EXPECT_EQ(many.problems,
+              (Lines{"byte 16: length of 127 bytes (at most 8 are possible)", "byte 0: 41 bytes skipped"}));
+    EXPECT_EQ(many.failure, "");
+    ASSERT_EQ(many.frames.size(), 1U);
+    expectCaption(many.frames.front(), 0);
+    const Reading noKey = readAll(joined({kOtherKeyHex, "00", "11111111111111111111111111111111", "ff"}));
+    EXPECT_EQ(noKey.problems, (Lines{"byte 17: no key begins with 11111111", "byte 17: 17 bytes skipped"}));
+    EXPECT_EQ(noKey.failure, "memory: byte 34" + atEnd);
 }
 
 TEST(Klv, NeitherTakesMemoryForALengthNorRunsPastTheEnd) {
-    EXPECT_EQ(readAll(joined({kAncKeyHex, "88ffffffffffffffff", kCaptionElementHex})).failure,
-              "memory: byte 0: ANC frame element of 18446744073709551615 bytes: no frame has that much");
-    EXPECT_EQ(readAll(joined({kAncKeyHex, "8402000001", kCaptionElementHex})).failure,
-              "memory: byte 0: ANC frame element of 33554433 bytes: no frame has that much");
+    EXPECT_EQ(readAll(joined({kAncKeyHex, "88ffffffffffffffff", kCaptionElementHex})).problems,
+              (std::vector<std::string>{"byte 16: length 18446744073709551615, the greatest for this key is 33554432",
+                                        "byte 0: 49 bytes skipped"}));
+    EXPECT_EQ(readAll(joined({kAncKeyHex, "8402000001", kCaptionElementHex})).problems,
+              (std::vector<std::string>{"byte 16: length 33554433, the greatest for this key is 33554432",
+                                        "byte 0: 45 bytes skipped"}));
     EXPECT_EQ(readAll(joined({kAncKeyHex, "8402000000", kCaptionElementHex})).failure,
               "memory: byte 0: KLV triplet cut short: 24 of 33554432 bytes of the value");
     EXPECT_EQ(readAll(joined({kOtherKeyHex, "88ffffffffffffffff", kCaptionElementHex})).failure,
@@ -92,9 +104,21 @@ TEST(Klv, PassesOverOtherKeys) {
                 "8102", "0001", kAncKeyHex, "820018", kCaptionElementHex, kOtherKeyHex, "00"});
     const Reading reading = readAll(bytes);
     EXPECT_EQ(reading.failure, "");
+    EXPECT_EQ(reading.problems,
+              (std::vector<std::string>{"byte 61: no key begins with 11111111", "byte 61: 20 bytes skipped"}));
     ASSERT_EQ(reading.frames.size(), 2U);
     expectCaption(reading.frames[0], 0);
     expectCaption(reading.frames[1], 1);
+}
+
+TEST(Klv, TakesElementsOfEveryTrackCountAndNumber) {
+    std::vector<std::uint8_t> bytes = joined({kAncKeyHex, "18", kCaptionElementHex});
+    bytes[13] = 3;
+    bytes[15] = 2;
+    const Reading reading = readAll(bytes);
+    EXPECT_EQ(reading.failure, "");
+    ASSERT_EQ(reading.frames.size(), 1U);
+    expectCaption(reading.frames.front(), 0);
 }
 
 TEST(Klv, KeepsAFrameWithoutPackets) {
@@ -138,9 +162,8 @@ TEST(Klv, SaysHowMuchOfACutTripletIsThere) {
     EXPECT_EQ(failure(18), "memory: byte 0: KLV triplet cut short: 1 of 3 bytes of the length");
     EXPECT_EQ(failure(20), "memory: byte 0: KLV triplet cut short: 0 of 24 bytes of the value");
     EXPECT_EQ(failure(43), "memory: byte 0: KLV triplet cut short: 23 of 24 bytes of the value");
-    EXPECT_EQ(readAll(joined({kOtherKeyHex, "00", "aa"})).failure,
-              "memory: byte 17: KLV triplet cut short: 1 of 16 bytes of the key "
-              "(no SMPTE key here: is this a KLV file?)");
+    EXPECT_EQ(readAll(joined({kOtherKeyHex, "00", "06"})).failure,
+              "memory: byte 17: KLV triplet cut short: 1 of 16 bytes of the key");
 }
 
 TEST(Klv, RefusesAFileThatBeginsWithNoLabelAtOnce) {
@@ -152,38 +175,50 @@ TEST(Klv, RefusesAFileThatBeginsWithNoLabelAtOnce) {
         message);
 }
 
-TEST(Klv, WalksOnlyAWhileWithoutLabels) {
-    // Zeros are triplets of 17 bytes without a value. Behind the first one (17 bytes) 1000 of them are passed over.
+TEST(Klv, GoesOnBehindWhatIsNoTriplet) {
     std::vector<std::uint8_t> bytes = joined({kOtherKeyHex, "00"});
-    bytes.resize(17 + 1000 * 17);
+    bytes.resize(17 + 100'000);
     const auto element = joined({kAncKeyHex, "18", kCaptionElementHex});
     bytes.insert(bytes.end(), element.begin(), element.end());
     const Reading reading = readAll(bytes);
+    const std::vector<std::string> problems{"byte 17: no key begins with 00", "byte 17: 100000 bytes skipped"};
     EXPECT_EQ(reading.failure, "");
+    EXPECT_EQ(reading.problems, problems);
     ASSERT_EQ(reading.frames.size(), 1U);
     expectCaption(reading.frames.front(), 0);
-    bytes.resize(17 + 1000 * 17);
-    bytes.resize(100000);
-    EXPECT_EQ(readAll(bytes).failure, "memory: byte 17017: no SMPTE key (06 0E 2B 34 ...) in 1000 triplets");
+    bytes.resize(17 + 100'000);
+    const Reading none = readAll(bytes);
+    EXPECT_EQ(none.problems, problems);
+    EXPECT_EQ(none.failure, "memory: byte 100017: the file ends without an ANC frame element");
 }
 
-TEST(Klv, SaysWhenAnElementGivesFewerPacketsThanItAnnounces) {
-    // The second packet has 10-bit samples (coding 5), which end the list.
-    const auto bytes = joined({kAncKeyHex, "2a", "0002 0015 01 04 0006 00000008 00000001 61 02 03 8094ae 0000",
-                               "0015 01 05 0001 00000004 00000001 61 02 00 00", kAncKeyHex, "00", kAncKeyHex, "01",
-                               "00", kAncKeyHex, "18", kCaptionElementHex});
+TEST(Klv, GoesOnInsideATripletWhoseLengthLeadsNowhere) {
+    // The first length is 19, not 18: it leads to the second byte of the next key.
+    const Reading reading =
+        readAll(joined({kAncKeyHex, "19", kCaptionElementHex, kAncKeyHex, "18", kCaptionElementHex}));
+    EXPECT_EQ(reading.failure, "");
+    EXPECT_EQ(reading.problems,
+              (std::vector<std::string>{"byte 0: length 25 leads to no other triplet", "byte 0: 41 bytes skipped"}));
+    ASSERT_EQ(reading.frames.size(), 1U);
+    expectCaption(reading.frames.front(), 0);
+}
+
+TEST(Klv, PassesOverPacketsThatCannotBeUsed) {
+    // The second packet has samples of one bit, which lines have; the third one is read.
+    const std::string caption = "0015 01 04 0006 00000008 00000001 61 02 03 8094ae 0000";
+    const auto bytes =
+        joined({kAncKeyHex, "40", "0003" + caption + "0015 01 01 0001 00000004 00000001 61 02 00 00" + caption,
+                kAncKeyHex, "00", kAncKeyHex, "01", "00", kAncKeyHex, "18", kCaptionElementHex});
     const Reading reading = readAll(bytes);
     EXPECT_EQ(reading.failure, "");
     ASSERT_EQ(reading.frames.size(), 4U);
-    expectCaption(reading.frames[0], 0);
+    ASSERT_EQ(reading.frames[0].packets.size(), 2U);
+    EXPECT_EQ(reading.frames[0].packets[0], reading.frames[0].packets[1]);
     expectCaption(reading.frames[3], 3);
-    EXPECT_EQ(
-        reading.problems,
-        (std::vector<std::string>{
-            "frame 0, byte 17: 1 of 2 announced packets read; the next one is damaged, empty or not in 8-bit luma "
-            "samples",
-            "frame 1, byte 76: element of 0 bytes without a packet count",
-            "frame 2, byte 93: element of 1 byte without a packet count"}));
+    EXPECT_EQ(reading.problems,
+              (std::vector<std::string>{"frame 0, byte 17: byte 27 of the element: sample coding 1 is none of packets",
+                                        "frame 1, byte 98: element of 0 bytes without a packet count",
+                                        "frame 2, byte 115: element of 1 byte without a packet count"}));
 }
 
 }  // namespace

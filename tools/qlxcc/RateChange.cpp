@@ -87,9 +87,7 @@ public:
 private:
     bool read(Frame& frame) {
         std::vector<std::string> problems;
-        if (!_reader->next(frame, problems)) {
-            return false;
-        }
+        const bool hasFrame = _reader->next(frame, problems);
         if (const std::vector<std::string> remarks = _reader->takeRemarks(); !remarks.empty()) {
             _progress.clear();
             _remarks.say(remarks);
@@ -98,8 +96,10 @@ private:
         if (!problems.empty()) {
             throw failureIn(_source.name(), problems.front());
         }
-        _progress.update(frame.number + 1, _source.offset());
-        return true;
+        if (hasFrame) {
+            _progress.update(frame.number + 1, _source.offset());
+        }
+        return hasFrame;
     }
 
     void take(Frame& frame) {

@@ -8,6 +8,7 @@
 #include "Klv.h"
 #include "Text.h"
 
+#include <qlx/klv/keys.h>
 #include <qlx/scte/scte104_packets.h>
 
 #include <algorithm>
@@ -53,10 +54,8 @@ std::vector<std::uint8_t> readWhole(ByteSource& source) {
 /// What an input is by its first bytes.
 /// @throws UsageError when it is a file of another kind.
 Scte104Format formatOf(InputFile& file) {
-    constexpr std::size_t kUniversalLabelSize = 4;
     const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
-    if (first.size() >= kUniversalLabelSize &&
-        std::equal(first.begin(), first.begin() + kUniversalLabelSize, kAncFrameElementKey.begin())) {
+    if (first.size() >= klv::kLabelStart.size() && klv::beginsLabel(first)) {
         return Scte104Format::Klv;
     }
     if (isHexText({reinterpret_cast<const char*>(first.data()), first.size()})) {

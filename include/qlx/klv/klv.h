@@ -132,6 +132,9 @@ public:
     /// The next triplet; none when more bytes are needed, or at the end.
     [[nodiscard]] QLX_EXPORT std::optional<TripletView> next();
 
+    /// The fewest bytes with which next() may have more to give, when it has given none.
+    [[nodiscard]] QLX_EXPORT std::uint64_t wanted() const;
+
     /// Bytes of the stream in front of what is read next.
     [[nodiscard]] std::uint64_t offset() const noexcept { return _offset + _given; }
 
