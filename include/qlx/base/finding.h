@@ -93,24 +93,6 @@ enum class FindingCode : std::uint32_t {
     UserDataMarkerBitsMissing,  ///< No numbers.
     UserDataBytesBehind,        ///< Bytes behind the marker bits.
 
-    // facade
-    VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
-    // klv (SMPTE ST 336)
-    KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
-    KlvLengthIndefinite,     ///< No numbers.
-    KlvLengthTooLong,        ///< Bytes announced for the length, most that are possible.
-    KlvLengthTooGreat,       ///< Length there, greatest one for such a key.
-    KlvLengthLeadsNowhere,   ///< Length there.
-    KlvSkipped,              ///< Bytes skipped.
-    KlvCut,                  ///< Key or length: bytes needed from the key on (or of the length alone), bytes there.
-    KlvValueCut,             ///< Bytes of the value, bytes there.
-    KlvLengthDoesNotFit,     ///< Length given, bytes given for it.
-
-    // klv (SMPTE ST 377-1)
-    MxfPartitionTooShort = 0x9'0101,  ///< Bytes needed, bytes there.
-    MxfListCut,                       ///< Items announced, items there.
-    MxfListItemLengthWrong,           ///< Length of an item there, the right one.
-    MxfTrailingBytes,                 ///< Bytes behind the last field.
     // teletext (ETSI EN 300 706, SMPTE RDD 8)
     TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.
     TeletextRunInWrong,                  ///< Byte there, byte that is right.
@@ -132,6 +114,7 @@ enum class FindingCode : std::uint32_t {
     SdpChecksumWrong,                    ///< Byte there, byte that is right.
     SdpBytesBehindFooter,                ///< Bytes behind the footer.
     SdpCounterJumped,                    ///< Counter there, counter that was expected.
+
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
     ScteMessageCut,                   ///< Bytes needed, bytes there.
@@ -173,6 +156,26 @@ enum class FindingCode : std::uint32_t {
     SctePreRollIgnored,               ///< Milliseconds of pre-roll that an immediate splice has no use for.
     ScteBreakDurationIgnored,         ///< Tenths of a second that only the start of a break has a use for.
     ScteSpliceIsImmediate,            ///< splice_insert_type of a splice without pre-roll, which is immediate.
+
+    // klv (SMPTE ST 336)
+    KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
+    KlvLengthIndefinite,     ///< No numbers.
+    KlvLengthTooLong,        ///< Bytes announced for the length, most that are possible.
+    KlvLengthTooGreat,       ///< Length there, greatest one for such a key.
+    KlvLengthLeadsNowhere,   ///< Length there.
+    KlvSkipped,              ///< Bytes skipped.
+    KlvCut,                  ///< Key or length: bytes needed from the key on (or of the length alone), bytes there.
+    KlvValueCut,             ///< Bytes of the value, bytes there.
+    KlvLengthDoesNotFit,     ///< Length given, bytes given for it.
+
+    // klv (SMPTE ST 377-1)
+    MxfPartitionTooShort = 0x9'0101,  ///< Bytes needed, bytes there.
+    MxfListCut,                       ///< Items announced, items there.
+    MxfListItemLengthWrong,           ///< Length of an item there, the right one.
+    MxfTrailingBytes,                 ///< Bytes behind the last field.
+
+    // facade
+    VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };
 
 /// One thing that was found. Small and trivially copyable: its words are made on demand.
