@@ -151,6 +151,7 @@ constexpr Text kTexts[] = {
     {SctePreRollIgnored, "pre-roll of {1} ms is ignored: the splice is immediate"},
     {ScteBreakDurationIgnored, "break duration of {1} tenths of a second is ignored: no break starts"},
     {ScteSpliceIsImmediate, "splice of type {1} without pre-roll is immediate"},
+    {ScteComponentsMissing, "operation {1x} names no component: the splice stays one of the whole program"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.

@@ -38,6 +38,7 @@ public:
             }
             ++_number;
         }
+        closeOperation();
         if (_schedule) {
             return {FindingCode::ScteMakesNoSection, Severity::Error, _scheduleNumber,
                     StartScheduleDownloadRequest::kOpId, 0};
@@ -48,21 +49,53 @@ public:
     [[nodiscard]] std::vector<SpliceInfoSection> sections() && { return std::move(_sections); }
 
 private:
+    /// What the normal operation just before makes, and supplements add to.
+    enum class Target : std::uint8_t {
+        None,
+        Section,   ///< The last section.
+        Schedule,  ///< The one that is not transmitted yet.
+    };
+
     [[nodiscard]] Finding refuse(FindingCode code, const Operation& operation) const {
         return {code, Severity::Error, _number, operation.opId(), 0};
+    }
+
+    /// What supplements add to; null when there is nothing.
+    [[nodiscard]] SpliceInfoSection* target() {
+        if (_target == Target::Schedule) {
+            return &*_schedule;
+        }
+        return _target == Target::Section ? &_sections.back() : nullptr;
+    }
+
+    template <class Value>
+    void leaveAlone() {
+        _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId, 0};
     }
 
     /// The section that is added to; none, and it is said, when there is none.
     template <class Value>
     [[nodiscard]] SpliceInfoSection* openSection() {
-        if (_schedule) {
-            return &*_schedule;
+        SpliceInfoSection* const section = target();
+        if (section == nullptr) {
+            leaveAlone<Value>();
         }
-        if (_sections.empty()) {
-            _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId, 0};
-            return nullptr;
+        return section;
+    }
+
+    /// A normal operation has all its supplements when the next one begins.
+    void closeOperation() {
+        if (_immediateType) {
+            _report.add(FindingCode::ScteSpliceIsImmediate, Severity::Remark, _immediateNumber, *_immediateType);
+            _immediateType.reset();
         }
-        return &_sections.back();
+        _target = Target::None;
+    }
+
+    [[nodiscard]] SpliceInfoSection& beginSection() {
+        closeOperation();
+        _target = Target::Section;
+        return _sections.emplace_back();
     }
 
     template <class Value>
@@ -89,27 +122,26 @@ private:
     }
 
     bool take(const InjectSectionDataRequest& request) {
-        SpliceInfoSection& section = _sections.emplace_back();
+        SpliceInfoSection& section = beginSection();
         section.protocolVersion = request.protocolVersion;
         section.command = VerbatimCommand{request.commandType, request.command};
         return true;
     }
 
     bool take(const SpliceRequest& request) {
-        SpliceInsert insert;
-        insert.eventId = request.eventId;
-        insert.cancel = request.type == SpliceInsertType::Cancel;
         if (request.type == SpliceInsertType{0} || request.type > SpliceInsertType::Cancel) {
             return false;
         }
+        auto& insert = beginSection().command.emplace<SpliceInsert>();
+        insert.eventId = request.eventId;
+        insert.cancel = request.type == SpliceInsertType::Cancel;
         if (!insert.cancel) {
             fillSplice(insert, request);
         }
-        _sections.emplace_back().command = std::move(insert);
         return true;
     }
 
-    void fillSplice(SpliceInsert& insert, const SpliceRequest& request) const {
+    void fillSplice(SpliceInsert& insert, const SpliceRequest& request) {
         const bool isStart =
             request.type == SpliceInsertType::StartNormal || request.type == SpliceInsertType::StartImmediate;
         const bool isNormal =
@@ -119,7 +151,9 @@ private:
         if (!insert.immediate) {
             insert.time.ticks90k = ticksOf(request.preRollMilliseconds);
         } else if (isNormal) {
-            remark(FindingCode::ScteSpliceIsImmediate, static_cast<std::uint8_t>(request.type));
+            // Unless component mode follows, which has pre-rolls of its own.
+            _immediateType = static_cast<std::uint8_t>(request.type);
+            _immediateNumber = _number;
         } else if (request.preRollMilliseconds != 0) {
             remark(FindingCode::SctePreRollIgnored, request.preRollMilliseconds);
         }
@@ -136,18 +170,20 @@ private:
     }
 
     bool take(const SpliceNullRequest&) {
-        _sections.emplace_back();
+        beginSection().command = SpliceNull{};
         return true;
     }
 
     bool take(const TimeSignalRequest& request) {
         TimeSignal signal;
         signal.time.ticks90k = ticksOf(request.preRollMilliseconds);
-        _sections.emplace_back().command = signal;
+        beginSection().command = signal;
         return true;
     }
 
     bool take(const StartScheduleDownloadRequest& request) {
+        closeOperation();
+        _target = Target::Schedule;
         _scheduleNumber = _number;
         _schedule.emplace().command = SpliceSchedule{};
         for (const std::uint32_t id : request.providerAvailIds) {
@@ -158,9 +194,16 @@ private:
 
     bool take(const ScheduleDefinition& definition) {
         if (!_schedule) {
-            _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, ScheduleDefinition::kOpId, 0};
+            leaveAlone<ScheduleDefinition>();
             return true;
         }
+        if (definition.command != SpliceScheduleCommand::Insert &&
+            definition.command != SpliceScheduleCommand::Return &&
+            definition.command != SpliceScheduleCommand::Cancel) {
+            return false;
+        }
+        closeOperation();
+        _target = Target::Schedule;
         ScheduledSplice event;
         event.eventId = definition.eventId;
         event.cancel = definition.command == SpliceScheduleCommand::Cancel;
@@ -181,10 +224,12 @@ private:
     }
 
     bool take(const ScheduleComponentModeRequest& request) {
-        auto* const schedule = _schedule ? &std::get<SpliceSchedule>(_schedule->command) : nullptr;
+        auto* const schedule = _target == Target::Schedule ? &std::get<SpliceSchedule>(_schedule->command) : nullptr;
         if (schedule == nullptr || schedule->events.empty()) {
-            _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, ScheduleComponentModeRequest::kOpId,
-                      0};
+            leaveAlone<ScheduleComponentModeRequest>();
+            return true;
+        }
+        if (isEmpty(request)) {
             return true;
         }
         ScheduledSplice& event = schedule->events.back();
@@ -200,11 +245,22 @@ private:
         if (!_schedule) {
             return false;
         }
+        closeOperation();
         if (request.cancel == 0) {
+            _target = Target::Section;
             _sections.push_back(*std::move(_schedule));
         }
         _schedule.reset();
         return true;
+    }
+
+    /// Whether a list names no component, and so changes nothing: a splice of no component at all has no time.
+    template <class Value>
+    [[nodiscard]] bool isEmpty(const Value& request) const {
+        if (request.components.empty()) {
+            _report.add(FindingCode::ScteComponentsMissing, Severity::Warning, _number, Value::kOpId);
+        }
+        return request.components.empty();
     }
 
     /// Only a splice has streams of its own.
@@ -216,6 +272,13 @@ private:
         auto* const insert = std::get_if<SpliceInsert>(&section->command);
         if (insert == nullptr || insert->cancel) {
             return false;
+        }
+        if (isEmpty(request)) {
+            return true;
+        }
+        if (_immediateType) {
+            _immediateType.reset();
+            insert->immediate = false;
         }
         insert->programSplice = false;
         insert->time = {};
@@ -313,6 +376,9 @@ private:
     std::vector<SpliceInfoSection> _sections;
     std::optional<SpliceInfoSection> _schedule;  ///< One that is not transmitted yet.
     std::uint64_t _scheduleNumber = 0;
+    Target _target = Target::None;
+    std::optional<std::uint8_t> _immediateType;  ///< Of a normal splice that only component mode would give times.
+    std::uint64_t _immediateNumber = 0;          ///< Of its operation.
 };
 
 }  // namespace

@@ -147,6 +147,106 @@ TEST(Conversion, SplicesComponents) {
               (std::vector<SpliceComponent>{{0x10, {kFrame + 90000, 0x7F}}, {0x20, {kFrame + 180000, 0x7F}}}));
 }
 
+TEST(Conversion, TimesComponentsOfASpliceWithoutPreRoll) {
+    const SpliceRequest request = splice(SpliceInsertType::StartNormal, 0, 0);
+    const ComponentModeRequest streams{{{0x10, 1000}, {0x20, 0}}};
+    SpliceInsert expected;
+    expected.eventId = 7;
+    expected.outOfNetwork = true;
+    expected.programSplice = false;
+    expected.components = {{0x10, {kFrame + 90000, 0x7F}}, {0x20, {kFrame, 0x7F}}};
+    expected.uniqueProgramId = 0x0506;
+    expected.availNum = 1;
+    expected.availsExpected = 2;
+    const Converted timed = convert(messageOf({request, InsertTierRequest{1}, streams}));
+    ASSERT_EQ(timed.sections.size(), 1U);
+    EXPECT_EQ(timed.sections[0].command, SpliceCommand(expected));
+    EXPECT_EQ(timed.findings, FindingList{});
+    // The streams of one splice say nothing about the one before it, or about one that is immediate by its type.
+    const Converted three =
+        convert(messageOf({request, request, streams, splice(SpliceInsertType::StartImmediate, 0, 0), streams}));
+    ASSERT_EQ(three.sections.size(), 3U);
+    const auto& first = std::get<SpliceInsert>(three.sections[0].command);
+    EXPECT_TRUE(first.programSplice && first.immediate && first.time == SpliceTime{});
+    EXPECT_EQ(three.sections[1].command, SpliceCommand(expected));
+    expected.immediate = true;
+    expected.components = {{0x10, {}}, {0x20, {}}};
+    EXPECT_EQ(three.sections[2].command, SpliceCommand(expected));
+    EXPECT_EQ(three.findings, (FindingList{{FindingCode::ScteSpliceIsImmediate, Severity::Remark, 0, 1, 0}}));
+}
+
+TEST(Conversion, SplicesTheProgramWhereNoComponentIsNamed) {
+    const auto insertOf = [](std::uint16_t preRoll) {
+        const Converted converted =
+            convert(messageOf({splice(SpliceInsertType::EndNormal, preRoll, 0), ComponentModeRequest{}}));
+        return std::pair(std::get<SpliceInsert>(converted.sections.at(0).command), converted.findings);
+    };
+    const Finding missing{FindingCode::ScteComponentsMissing, Severity::Warning, 1, 0x0106, 0};
+    const auto [timed, timedFindings] = insertOf(4000);
+    EXPECT_TRUE(timed.programSplice && !timed.immediate && timed.components.empty());
+    EXPECT_EQ(timed.time.ticks90k, kFrame + 360000);
+    EXPECT_EQ(timedFindings, FindingList{missing});
+    const auto [immediate, immediateFindings] = insertOf(0);
+    EXPECT_TRUE(immediate.programSplice && immediate.immediate && immediate.components.empty());
+    EXPECT_EQ(immediateFindings,
+              (FindingList{missing, {FindingCode::ScteSpliceIsImmediate, Severity::Remark, 0, 3, 0}}));
+    const Converted schedule = convert(messageOf(
+        {StartScheduleDownloadRequest{}, ScheduleDefinition{SpliceScheduleCommand::Insert, 1, 100, 2, 0, 0, 3, 4},
+         ScheduleComponentModeRequest{}, TransmitScheduleRequest{0}}));
+    ASSERT_EQ(schedule.sections.size(), 1U);
+    const auto& event = std::get<SpliceSchedule>(schedule.sections[0].command).events.at(0);
+    EXPECT_TRUE(event.programSplice && event.gpsSeconds == 100);
+    EXPECT_EQ(schedule.findings, (FindingList{{FindingCode::ScteComponentsMissing, Severity::Warning, 2, 0x010D, 0}}));
+}
+
+TEST(Conversion, RefusesAScheduledCommandThatIsReserved) {
+    for (const int command : {0, 2, 4, 6, 255}) {
+        ScheduleDefinition definition;
+        definition.command = static_cast<SpliceScheduleCommand>(command);
+        EXPECT_EQ(convert(messageOf({StartScheduleDownloadRequest{}, definition, TransmitScheduleRequest{0}})).error,
+                  (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x010E, 0}))
+            << command;
+    }
+}
+
+TEST(Conversion, AddsToTheOperationJustBefore) {
+    const ScheduleDefinition definition{SpliceScheduleCommand::Insert, 1, 100, 2, 0, 0, 3, 4};
+    const Converted converted = convert(messageOf(
+        {StartScheduleDownloadRequest{}, InsertTierRequest{0x111}, definition, TimeSignalRequest{0},
+         InsertTierRequest{0x222}, splice(SpliceInsertType::StartNormal, 1, 0), ComponentModeRequest{{{0x10, 1000}}},
+         TransmitScheduleRequest{0}, InsertAvailDescriptorRequest{{0x135}}}));
+    ASSERT_EQ(converted.sections.size(), 3U);
+    SpliceInfoSection signal;
+    signal.command = TimeSignal{{kFrame, 0x7F}};
+    signal.tier = 0x222;
+    EXPECT_EQ(converted.sections[0], signal);
+    EXPECT_EQ(std::get<SpliceInsert>(converted.sections[1].command).components,
+              (std::vector<SpliceComponent>{{0x10, {kFrame + 90000, 0x7F}}}));
+    ScheduledSplice event;
+    event.eventId = 1;
+    event.outOfNetwork = true;
+    event.gpsSeconds = 100;
+    event.uniqueProgramId = 2;
+    event.availNum = 3;
+    event.availsExpected = 4;
+    SpliceInfoSection schedule;
+    schedule.command = SpliceSchedule{{event}};
+    schedule.tier = 0x111;
+    schedule.descriptors = {{AvailDescriptor{0x135}, {}}};
+    EXPECT_EQ(converted.sections[2], schedule);
+    const auto alone = [](std::uint64_t number, std::int64_t opId) {
+        return Finding{FindingCode::ScteSupplementAlone, Severity::Error, number, opId, 0};
+    };
+    EXPECT_EQ(convert(messageOf({TimeSignalRequest{}, StartScheduleDownloadRequest{}, TransmitScheduleRequest{1},
+                                 InsertTierRequest{1}}))
+                  .error,
+              alone(3, 0x010F));
+    EXPECT_EQ(convert(messageOf({StartScheduleDownloadRequest{}, definition, TimeSignalRequest{},
+                                 ScheduleComponentModeRequest{{{0x10, 101}}}, TransmitScheduleRequest{0}}))
+                  .error,
+              alone(3, 0x010D));
+}
+
 TEST(Conversion, TransmitsASchedule) {
     const Converted converted = convert(messageOf(
         {StartScheduleDownloadRequest{{0x135}},

@@ -156,6 +156,7 @@ enum class FindingCode : std::uint32_t {
     SctePreRollIgnored,               ///< Milliseconds of pre-roll that an immediate splice has no use for.
     ScteBreakDurationIgnored,         ///< Tenths of a second that only the start of a break has a use for.
     ScteSpliceIsImmediate,            ///< splice_insert_type of a splice without pre-roll, which is immediate.
+    ScteComponentsMissing,            ///< opID of a list of components that has none; the splice stays the program's.
 
     // klv (SMPTE ST 336)
     KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.

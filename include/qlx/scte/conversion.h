@@ -32,14 +32,18 @@ struct ConversionOptions {
 /// The sections that a message asks for, in the order of its operations (ANSI/SCTE 104, 8.3.1): one for each splice
 /// request, splice null, time signal, section to inject, and schedule that is transmitted; what adds to an operation
 /// (component mode, descriptors, DTMF, avails, segmentation, tier, time) is in its section. No descriptor is made that
-/// was not asked for, and no avail descriptor without an identifier.
+/// was not asked for, and no avail descriptor without an identifier. What adds goes to the normal operation just before
+/// it: to a schedule between its start and the next one, and again behind a definition and behind its transmission. A
+/// list without a component leaves a splice to the whole program (ScteComponentsMissing).
 ///
 /// Times are modulo 2^33: the frame's (or the time stamp's) PTS and 90 ticks for each millisecond of pre-roll. A break
 /// has 9000 ticks for each tenth of a second, at its start only. A normal splice without pre-roll is immediate, as the
-/// standard has it, unless the PTS of the splice is given (a Remark says so); an immediate one has no time.
+/// standard has it, unless component mode is in use or the PTS of the splice is given (a Remark says so); an immediate
+/// one has no time.
 ///
 /// Fails for the whole message when an operation makes no section or cannot be added to one (ScteMakesNoSection: control
-/// words, encryption, audio descriptors, proprietary commands, a schedule that is not transmitted, unknown ones;
+/// words, encryption, audio descriptors, proprietary commands, a schedule that is not transmitted, unknown ones, reserved
+/// types;
 /// ScteSupplementAlone), and when a time stamp's moment or a frame rate is needed and not given (ScteMomentMissing,
 /// ScteRateMissing). The offset of these findings is the number of the operation, from 0.
 [[nodiscard]] QLX_EXPORT Result<std::vector<SpliceInfoSection>> sectionsOf(const MultipleOperationMessage& message,
