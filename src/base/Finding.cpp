@@ -152,6 +152,7 @@ constexpr Text kTexts[] = {
     {ScteBreakDurationIgnored, "break duration of {1} tenths of a second is ignored: no break starts"},
     {ScteSpliceIsImmediate, "splice of type {1} without pre-roll is immediate"},
     {ScteComponentsMissing, "operation {1x} names no component: the splice stays one of the whole program"},
+    {ScteScheduleReplaced, "schedule of {1} events is left out: another one begins before it is transmitted"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.

@@ -54,6 +54,7 @@ private:
         None,
         Section,   ///< The last section.
         Schedule,  ///< The one that is not transmitted yet.
+        Skipped,   ///< Nothing, and its supplements are skipped too.
     };
 
     [[nodiscard]] Finding refuse(FindingCode code, const Operation& operation) const {
@@ -68,8 +69,13 @@ private:
         return _target == Target::Section ? &_sections.back() : nullptr;
     }
 
+    /// Says that there is nothing to add to: skips what belongs to a skipped operation, and ends the conversion otherwise.
     template <class Value>
     void leaveAlone() {
+        if (_target == Target::Skipped) {
+            _report.add(FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId);
+            return;
+        }
         _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId, 0};
     }
 
@@ -106,6 +112,18 @@ private:
         return true;
     }
 
+    /// Goes on behind an operation that says nothing about any other.
+    bool skip(std::uint16_t opId) {
+        closeOperation();
+        _target = Target::Skipped;
+        _report.add(FindingCode::ScteMakesNoSection, Severity::Error, _number, opId);
+        return true;
+    }
+
+    [[nodiscard]] std::size_t scheduledEvents() const {
+        return std::get<SpliceSchedule>(_schedule->command).events.size();
+    }
+
     [[nodiscard]] std::uint64_t ticksOf(std::uint64_t preRollMilliseconds) const noexcept {
         const std::uint64_t ticks =
             _options.splicePts90k ? *_options.splicePts90k : _base + preRollMilliseconds * kTicksPerMillisecond;
@@ -114,11 +132,28 @@ private:
 
     void remark(FindingCode code, std::uint64_t number) const { _report.add(code, Severity::Remark, _number, number); }
 
-    // take() is false for what makes no section.
+    // take() is false for what makes no section, and without which the others would not be what was asked for.
 
     template <class Value>
+    requires Is<Value, EncryptedDpiRequest> || Is<Value, InsertAudioDescriptorRequest>
     bool take(const Value&) {
-        return false;
+        if (_target != Target::Skipped) {
+            return false;
+        }
+        leaveAlone<Value>();
+        return true;
+    }
+
+    template <class Value>
+    requires Is<Value, ProprietaryCommandRequest> || Is<Value, DeleteControlWord> || Is<Value, UpdateControlWord>
+    bool take(const Value&) { return skip(Value::kOpId); }
+
+    bool take(const VerbatimOperation& operation) {
+        // One that is known and cut could add to the one before it, or make a section that others add to.
+        const bool isKnown = operation.opId >= InjectSectionDataRequest::kOpId &&
+                             operation.opId <= InsertAudioDescriptorRequest::kOpId &&
+                             operation.opId != ProprietaryCommandRequest::kOpId;
+        return !isKnown && skip(operation.opId);
     }
 
     bool take(const InjectSectionDataRequest& request) {
@@ -183,6 +218,9 @@ private:
 
     bool take(const StartScheduleDownloadRequest& request) {
         closeOperation();
+        if (_schedule) {
+            _report.add(FindingCode::ScteScheduleReplaced, Severity::Error, _scheduleNumber, scheduledEvents());
+        }
         _target = Target::Schedule;
         _scheduleNumber = _number;
         _schedule.emplace().command = SpliceSchedule{};
@@ -293,8 +331,10 @@ private:
     }
 
     bool take(const InsertDescriptorRequest& request) {
-        for (const DescriptorImage& image : request.descriptors) {
-            addDescriptor<InsertDescriptorRequest>(VerbatimDescriptor{image.tag, image.data});
+        if (SpliceInfoSection* const section = openSection<InsertDescriptorRequest>()) {
+            for (const DescriptorImage& image : request.descriptors) {
+                section->descriptors.push_back({VerbatimDescriptor{image.tag, image.data}, {}});
+            }
         }
         return true;
     }
@@ -307,20 +347,23 @@ private:
     }
 
     bool take(const InsertAvailDescriptorRequest& request) {
-        for (const std::uint32_t id : request.providerAvailIds) {
-            addDescriptor<InsertAvailDescriptorRequest>(AvailDescriptor{id});
+        if (SpliceInfoSection* const section = openSection<InsertAvailDescriptorRequest>()) {
+            for (const std::uint32_t id : request.providerAvailIds) {
+                section->descriptors.push_back({AvailDescriptor{id}, {}});
+            }
         }
         return true;
     }
 
     bool take(const InsertSegmentationDescriptorRequest& request) {
+        SpliceInfoSection* const section = openSection<InsertSegmentationDescriptorRequest>();
         SegmentationDescriptor descriptor;
         descriptor.eventId = request.eventId;
         descriptor.cancel = request.cancel != 0;
-        if (!descriptor.cancel && !fillSegmentation(descriptor, request)) {
-            return true;
+        if (section != nullptr && (descriptor.cancel || fillSegmentation(descriptor, request))) {
+            section->descriptors.push_back({std::move(descriptor), {}});
         }
-        return addDescriptor<InsertSegmentationDescriptorRequest>(std::move(descriptor));
+        return true;
     }
 
     /// False, and it is said, when a frame rate is needed.

@@ -280,6 +280,52 @@ TEST(Conversion, TransmitsASchedule) {
               (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x0103, 0}));
 }
 
+TEST(Conversion, SaysThatAScheduleIsNotTransmitted) {
+    const ScheduleDefinition definition{SpliceScheduleCommand::Insert, 1, 100, 2, 0, 0, 3, 4};
+    const Converted replaced =
+        convert(messageOf({SpliceNullRequest{}, StartScheduleDownloadRequest{}, definition, definition,
+                           StartScheduleDownloadRequest{}, definition, TransmitScheduleRequest{0}}));
+    ASSERT_EQ(replaced.sections.size(), 2U);
+    EXPECT_EQ(std::get<SpliceSchedule>(replaced.sections[1].command).events.size(), 1U);
+    EXPECT_EQ(replaced.findings, (FindingList{{FindingCode::ScteScheduleReplaced, Severity::Error, 1, 2, 0}}));
+}
+
+TEST(Conversion, SkipsAnOperationThatIsNotUnderstood) {
+    const std::vector<OperationData> strange{DeleteControlWord{}, UpdateControlWord{}, ProprietaryCommandRequest{},
+                                             VerbatimOperation{0xC001, {1}}, VerbatimOperation{0x0112, {}}};
+    for (const OperationData& data : strange) {
+        const MultipleOperationMessage message =
+            messageOf({TimeSignalRequest{1000}, data, InsertTierRequest{1}, InsertAvailDescriptorRequest{{1, 2}},
+                       ComponentModeRequest{{{1, 1}}}, InsertAudioDescriptorRequest{}, SpliceNullRequest{},
+                       InsertTierRequest{2}});
+        const Converted converted = convert(message);
+        SpliceInfoSection signal;
+        signal.command = TimeSignal{{kFrame + 90000, 0x7F}};
+        SpliceInfoSection null;
+        null.tier = 2;
+        EXPECT_EQ(converted.sections, (std::vector<SpliceInfoSection>{signal, null}));
+        EXPECT_EQ(converted.findings,
+                  (FindingList{
+                      {FindingCode::ScteMakesNoSection, Severity::Error, 1, message.operations[1].opId(), 0},
+                      {FindingCode::ScteSupplementAlone, Severity::Error, 2, 0x010F, 0},
+                      {FindingCode::ScteSupplementAlone, Severity::Error, 3, 0x010A, 0},
+                      {FindingCode::ScteSupplementAlone, Severity::Error, 4, 0x0106, 0},
+                      {FindingCode::ScteSupplementAlone, Severity::Error, 5, 0x0111, 0},
+                  }));
+    }
+    // A schedule goes on behind it.
+    const ScheduleDefinition definition{SpliceScheduleCommand::Insert, 1, 100, 2, 0, 0, 3, 4};
+    const Converted schedule =
+        convert(messageOf({StartScheduleDownloadRequest{}, definition, VerbatimOperation{0xC001, {}},
+                           ScheduleComponentModeRequest{{{1, 101}}}, definition, TransmitScheduleRequest{0}}));
+    ASSERT_EQ(schedule.sections.size(), 1U);
+    const auto& events = std::get<SpliceSchedule>(schedule.sections[0].command).events;
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_TRUE(events[0].programSplice && events[0] == events[1]);
+    EXPECT_EQ(schedule.findings, (FindingList{{FindingCode::ScteMakesNoSection, Severity::Error, 2, 0xC001, 0},
+                                              {FindingCode::ScteSupplementAlone, Severity::Error, 3, 0x010D, 0}}));
+}
+
 TEST(Conversion, InjectsASection) {
     const Converted converted = convert(messageOf({InjectSectionDataRequest{1, 6, fromHex("ff12345678")}}));
     ASSERT_EQ(converted.sections.size(), 1U);
@@ -298,10 +344,10 @@ TEST(Conversion, CountsFromTheMomentOfATimeStamp) {
 }
 
 TEST(Conversion, NamesWhatHasNoSection) {
-    const std::vector<OperationData> none{DeleteControlWord{},           UpdateControlWord{},
-                                          EncryptedDpiRequest{},         InsertAudioDescriptorRequest{},
-                                          ProprietaryCommandRequest{},   TransmitScheduleRequest{},
-                                          VerbatimOperation{0xC001, {}}, splice(static_cast<SpliceInsertType>(6), 0, 0),
+    // A known operation that is cut could be one that adds to the one before it.
+    const std::vector<OperationData> none{EncryptedDpiRequest{},         InsertAudioDescriptorRequest{},
+                                          TransmitScheduleRequest{},     VerbatimOperation{0x0100, {}},
+                                          VerbatimOperation{0x0110, {}}, splice(static_cast<SpliceInsertType>(6), 0, 0),
                                           ComponentModeRequest{}};
     for (const OperationData& data : none) {
         const MultipleOperationMessage message = messageOf({TimeSignalRequest{}, data});
@@ -309,9 +355,9 @@ TEST(Conversion, NamesWhatHasNoSection) {
                   (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, message.operations[1].opId(), 0}));
     }
     const std::vector<OperationData> alone{ComponentModeRequest{},
-                                           InsertDescriptorRequest{{{0, {}}}},
+                                           InsertDescriptorRequest{},
                                            InsertDtmfDescriptorRequest{},
-                                           InsertAvailDescriptorRequest{{1}},
+                                           InsertAvailDescriptorRequest{},
                                            InsertSegmentationDescriptorRequest{},
                                            InsertTierRequest{},
                                            InsertTimeDescriptorRequest{},

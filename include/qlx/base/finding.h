@@ -157,6 +157,7 @@ enum class FindingCode : std::uint32_t {
     ScteBreakDurationIgnored,         ///< Tenths of a second that only the start of a break has a use for.
     ScteSpliceIsImmediate,            ///< splice_insert_type of a splice without pre-roll, which is immediate.
     ScteComponentsMissing,            ///< opID of a list of components that has none; the splice stays the program's.
+    ScteScheduleReplaced,             ///< Events of a schedule that another one replaces before it is transmitted.
 
     // klv (SMPTE ST 336)
     KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
