@@ -153,6 +153,8 @@ constexpr Text kTexts[] = {
     {ScteSpliceIsImmediate, "splice of type {1} without pre-roll is immediate"},
     {ScteComponentsMissing, "operation {1x} names no component: the splice stays one of the whole program"},
     {ScteScheduleReplaced, "schedule of {1} events is left out: another one begins before it is transmitted"},
+    {ScteScheduleCancelled, "schedule of {1} events is cancelled, and makes no section"},
+    {ScteMessageEmpty, "message without operations makes no section"},
 };
 
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.

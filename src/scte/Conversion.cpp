@@ -27,12 +27,18 @@ public:
             return {FindingCode::ScteMomentMissing, Severity::Error, 0, timeType, 0};
         }
         _base = hasTimeStamp ? _options.timeStampPts90k.value_or(0) : _options.framePts90k;
+        if (message.operations.empty()) {
+            _report.add(FindingCode::ScteMessageEmpty, Severity::Warning, 0);
+        }
         for (const Operation& operation : message.operations) {
-            const Finding wrong = std::visit(
+            Finding wrong = std::visit(
                 [&](const auto& value) {
                     return take(value) ? std::exchange(_wrong, {}) : refuse(FindingCode::ScteMakesNoSection, operation);
                 },
                 operation.data);
+            if (wrong.code == FindingCode::None) {
+                wrong = unwritable();
+            }
             if (wrong.code != FindingCode::None) {
                 return wrong;
             }
@@ -102,6 +108,21 @@ private:
         closeOperation();
         _target = Target::Section;
         return _sections.emplace_back();
+    }
+
+    /// Why the section that the operation made or added to cannot be written; a finding without a code if it can.
+    [[nodiscard]] Finding unwritable() {
+        const SpliceInfoSection* const section = target();
+        if (section == nullptr) {
+            return {};
+        }
+        // There is no room at all: it is too small for what can be written.
+        Finding wrong = writeSpliceInfoSection(*section, {}).error();
+        if (wrong.code == FindingCode::OutputTooSmall) {
+            return {};
+        }
+        wrong.offset = _number;
+        return wrong;
     }
 
     template <class Value>
@@ -287,6 +308,8 @@ private:
         if (request.cancel == 0) {
             _target = Target::Section;
             _sections.push_back(*std::move(_schedule));
+        } else {
+            remark(FindingCode::ScteScheduleCancelled, scheduledEvents());
         }
         _schedule.reset();
         return true;

@@ -274,8 +274,6 @@ TEST(Conversion, TransmitsASchedule) {
     expected.command = SpliceSchedule{{away, back, cancelled}};
     expected.descriptors = {{AvailDescriptor{0x135}, {}}};
     EXPECT_EQ(converted.sections, std::vector<SpliceInfoSection>{expected});
-    EXPECT_EQ(convert(messageOf({StartScheduleDownloadRequest{}, TransmitScheduleRequest{1}})).sections,
-              std::vector<SpliceInfoSection>{});
     EXPECT_EQ(convert(messageOf({SpliceNullRequest{}, StartScheduleDownloadRequest{}})).error,
               (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x0103, 0}));
 }
@@ -343,6 +341,57 @@ TEST(Conversion, CountsFromTheMomentOfATimeStamp) {
     EXPECT_EQ(std::get<TimeSignal>(converted.sections.at(0).command).time.ticks90k, 91000U);
 }
 
+TEST(Conversion, RefusesWhatASectionCannotHold) {
+    const auto errorOf = [](OperationData data) {
+        return convert(messageOf({SpliceNullRequest{}, TimeSignalRequest{}, std::move(data)})).error;
+    };
+    const auto tooLarge = [](std::int64_t value, std::int64_t greatest) {
+        return Finding{FindingCode::ScteValueTooLarge, Severity::Error, 2, value, greatest};
+    };
+    EXPECT_EQ(errorOf(InsertDtmfDescriptorRequest{0, Bytes(7, '1')}), Finding{});
+    EXPECT_EQ(errorOf(InsertDtmfDescriptorRequest{0, Bytes(8, '1')}), tooLarge(8, 7));
+    EXPECT_EQ(errorOf(InsertTierRequest{0x0FFF}), Finding{});
+    EXPECT_EQ(errorOf(InsertTierRequest{0x1000}), tooLarge(0x1000, 0x0FFF));
+    EXPECT_EQ(errorOf(InsertTimeDescriptorRequest{0x1'0000'0000'0000, 0, 0}),
+              tooLarge(0x1'0000'0000'0000, 0xFFFF'FFFF'FFFF));
+    InsertSegmentationDescriptorRequest request;
+    request.deviceRestrictions = 4;
+    EXPECT_EQ(errorOf(request), tooLarge(4, 3));
+    // Fifteen bytes of a segmentation descriptor are not its UPID's: identifier, event, two of flags, type and length
+    // of the UPID, the type, and two numbers of segments.
+    request.deviceRestrictions = 3;
+    request.upid = Bytes(240, 0);
+    EXPECT_EQ(errorOf(request), Finding{});
+    request.upid = Bytes(241, 0);
+    EXPECT_EQ(errorOf(request), tooLarge(256, 255));
+    // A section of 4096 bytes: 14 of the header, the command, 2 for the descriptors' length, 4 for the CRC.
+    EXPECT_EQ(convert(messageOf({SpliceNullRequest{}, InjectSectionDataRequest{0, 6, Bytes(4076, 0)}})).error,
+              Finding{});
+    EXPECT_EQ(convert(messageOf({SpliceNullRequest{}, InjectSectionDataRequest{0, 6, Bytes(4077, 0)}})).error,
+              (Finding{FindingCode::ScteSectionTooLong, Severity::Error, 1, 4094, 4093}));
+    // The operation that is too much.
+    const InsertDescriptorRequest descriptors{std::vector<DescriptorImage>(8, {0x80, Bytes(254, 0)})};
+    EXPECT_EQ(convert(messageOf({SpliceNullRequest{}, descriptors, descriptors, InsertTierRequest{1}})).error,
+              (Finding{FindingCode::ScteSectionTooLong, Severity::Error, 2, 4113, 4093}));
+    std::vector<OperationData> events(257, ScheduleDefinition{});
+    events[0] = StartScheduleDownloadRequest{};
+    events.emplace_back(TransmitScheduleRequest{1});
+    EXPECT_EQ(convert(messageOf(events)).error,
+              (Finding{FindingCode::ScteValueTooLarge, Severity::Error, 256, 256, 255}));
+}
+
+TEST(Conversion, SaysWhyThereIsNoSection) {
+    const Converted none = convert(messageOf({}));
+    EXPECT_EQ(none.sections, std::vector<SpliceInfoSection>{});
+    EXPECT_EQ(none.error, Finding{});
+    EXPECT_EQ(none.findings, (FindingList{{FindingCode::ScteMessageEmpty, Severity::Warning, 0, 0, 0}}));
+    const Converted cancelled =
+        convert(messageOf({StartScheduleDownloadRequest{}, ScheduleDefinition{}, TransmitScheduleRequest{1}}));
+    EXPECT_EQ(cancelled.sections, std::vector<SpliceInfoSection>{});
+    EXPECT_EQ(cancelled.error, Finding{});
+    EXPECT_EQ(cancelled.findings, (FindingList{{FindingCode::ScteScheduleCancelled, Severity::Remark, 2, 1, 0}}));
+}
+
 TEST(Conversion, NamesWhatHasNoSection) {
     // A known operation that is cut could be one that adds to the one before it.
     const std::vector<OperationData> none{EncryptedDpiRequest{},         InsertAudioDescriptorRequest{},
@@ -368,7 +417,6 @@ TEST(Conversion, NamesWhatHasNoSection) {
         EXPECT_EQ(convert(message).error,
                   (Finding{FindingCode::ScteSupplementAlone, Severity::Error, 0, message.operations[0].opId(), 0}));
     }
-    EXPECT_EQ(convert(messageOf({})).sections, std::vector<SpliceInfoSection>{});
 }
 
 }  // namespace

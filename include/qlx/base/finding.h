@@ -158,6 +158,8 @@ enum class FindingCode : std::uint32_t {
     ScteSpliceIsImmediate,            ///< splice_insert_type of a splice without pre-roll, which is immediate.
     ScteComponentsMissing,            ///< opID of a list of components that has none; the splice stays the program's.
     ScteScheduleReplaced,             ///< Events of a schedule that another one replaces before it is transmitted.
+    ScteScheduleCancelled,            ///< Events of a schedule that is not transmitted because it is cancelled.
+    ScteMessageEmpty,                 ///< No numbers; a message without operations.
 
     // klv (SMPTE ST 336)
     KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
