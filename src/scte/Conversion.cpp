@@ -75,7 +75,7 @@ private:
         return _target == Target::Section ? &_sections.back() : nullptr;
     }
 
-    /// Says that there is nothing to add to: skips what belongs to a skipped operation, and ends the conversion otherwise.
+    /// Says that there is nothing to add to. What belongs to a skipped operation is skipped too.
     template <class Value>
     void leaveAlone() {
         if (_target == Target::Skipped) {
@@ -292,6 +292,9 @@ private:
             return true;
         }
         ScheduledSplice& event = schedule->events.back();
+        if (event.cancel) {
+            return false;
+        }
         event.programSplice = false;
         event.gpsSeconds = 0;
         for (const ScheduledComponentTime& component : request.components) {
@@ -348,6 +351,8 @@ private:
             stream.componentTag = component.componentTag;
             if (!insert->immediate) {
                 stream.time.ticks90k = ticksOf(component.preRollMilliseconds);
+            } else if (component.preRollMilliseconds != 0) {
+                remark(FindingCode::SctePreRollIgnored, component.preRollMilliseconds);
             }
         }
         return true;

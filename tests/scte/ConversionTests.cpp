@@ -172,7 +172,8 @@ TEST(Conversion, TimesComponentsOfASpliceWithoutPreRoll) {
     expected.immediate = true;
     expected.components = {{0x10, {}}, {0x20, {}}};
     EXPECT_EQ(three.sections[2].command, SpliceCommand(expected));
-    EXPECT_EQ(three.findings, (FindingList{{FindingCode::ScteSpliceIsImmediate, Severity::Remark, 0, 1, 0}}));
+    EXPECT_EQ(three.findings, (FindingList{{FindingCode::ScteSpliceIsImmediate, Severity::Remark, 0, 1, 0},
+                                           {FindingCode::SctePreRollIgnored, Severity::Remark, 4, 1000, 0}}));
 }
 
 TEST(Conversion, SplicesTheProgramWhereNoComponentIsNamed) {
@@ -207,6 +208,17 @@ TEST(Conversion, RefusesAScheduledCommandThatIsReserved) {
                   (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x010E, 0}))
             << command;
     }
+}
+
+TEST(Conversion, RefusesComponentsOfAnEventThatIsCancelled) {
+    EXPECT_EQ(convert(messageOf({splice(SpliceInsertType::Cancel, 0, 0), ComponentModeRequest{{{0x10, 1}}}})).error,
+              (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x0106, 0}));
+    ScheduleDefinition definition;
+    definition.command = SpliceScheduleCommand::Cancel;
+    EXPECT_EQ(convert(messageOf({StartScheduleDownloadRequest{}, definition, ScheduleComponentModeRequest{{{0x10, 1}}},
+                                 TransmitScheduleRequest{0}}))
+                  .error,
+              (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 2, 0x010D, 0}));
 }
 
 TEST(Conversion, AddsToTheOperationJustBefore) {
