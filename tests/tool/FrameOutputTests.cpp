@@ -126,7 +126,7 @@ TEST(FrameOutput, GivesTheBytesOfTheFixedOperationWhenAsked) {
         ASSERT_EQ(run({"scan", file, "-o", folder.path("a.v210"), "--as-deployed"}, kRows).err, "");
         EXPECT_EQ(folder.read("a.v210"), bytesAsText(row)) << first;
     }
-    // One packet on a row is the same either way.
+    // One packet on a row is the same either way, and so is an element whose packets need padding.
     const std::string srt = folder.write("a.srt", qlxtest::srt({{"00:00:00,000", "00:00:00,200", "Bonjour"}}));
     for (const char* const name : {"b.v210", "b.klv"}) {
         ASSERT_EQ(runTool(qlxtest::playArguments(srt, "25", {"-o", folder.path(name)})).exitCode, 0);
@@ -134,6 +134,43 @@ TEST(FrameOutput, GivesTheBytesOfTheFixedOperationWhenAsked) {
         ASSERT_EQ(runTool(qlxtest::playArguments(srt, "25", {"-o", folder.path(name), "--as-deployed"})).exitCode, 0);
         EXPECT_EQ(folder.read(name), plain);
     }
+}
+
+TEST(FrameOutput, WritesElementsByTheStandardOrAsTheFixedOperation) {
+    const TemporaryFolder folder;
+    const auto expect = [&](const std::string& name, const std::vector<std::string_view>& parts) {
+        EXPECT_EQ(folder.read(name), bytesAsText(qlxtest::joined(parts))) << name;
+    };
+    // DID, SDID, data count and five bytes are a multiple of four, behind which the fixed operation has four zeros.
+    const std::string_view core = "0008 00000008 00000001 410505 0505050505";
+    const std::string_view fixed = "0008 0000000c 00000001 410505 0505050505 00000000";
+    const std::string luma = folder.write("a.jsonl", jsonOf({5}));
+    const std::string chroma = folder.write("c.jsonl", jsonOf({5}, R"("channel":"chroma",)"));
+    ASSERT_EQ(runTool({"scan", luma, "-o", folder.path("a.klv")}).err, "");
+    expect("a.klv", {qlxtest::kAncKeyHex, "83000018 0001 0009 01 04", core});
+    ASSERT_EQ(runTool({"scan", chroma, "-o", folder.path("c.klv")}).err, "");
+    expect("c.klv", {qlxtest::kAncKeyHex, "83000018 0001 0009 01 05", core});
+    ASSERT_EQ(runTool({"scan", luma, "-o", folder.path("d.klv"), "--as-deployed"}).err, "");
+    expect("d.klv", {qlxtest::kAncKeyHex, "8300001c 0001 0009 01 04", fixed});
+    // All three hold the same packet.
+    EXPECT_EQ(runTool({"scan", folder.path("a.klv"), "--json"}).out, jsonOf({5}));
+    EXPECT_EQ(runTool({"scan", folder.path("c.klv"), "--json"}).out, folder.read("c.jsonl"));
+    EXPECT_EQ(runTool({"scan", folder.path("d.klv"), "--json"}).out, jsonOf({5}));
+}
+
+TEST(FrameOutput, PlaysTheSamePacketsInEitherElement) {
+    const TemporaryFolder folder;
+    const std::string srt = folder.write("a.srt", qlxtest::srt({{"00:00:00,000", "00:00:00,400", "Bonjour"}}));
+    const auto played = [&](const std::string& name, const Arguments& more) {
+        Arguments arguments = qlxtest::captionArguments(srt, "25", {"-o", folder.path(name)});
+        EXPECT_EQ(run(arguments, more).exitCode, 0);
+        return runTool({"scan", folder.path(name), "--json"}).out;
+    };
+    const std::string packets = played("a.klv", {});
+    EXPECT_EQ(qlxtest::linesOf(packets).size(), qlxtest::linesOf(played("a.jsonl", {})).size());
+    EXPECT_EQ(played("b.klv", {"--as-deployed"}), packets);
+    // DID, SDID, data count and 101 bytes of a caption packet are a multiple of four.
+    EXPECT_EQ(folder.read("b.klv").size() - folder.read("a.klv").size(), qlxtest::linesOf(packets).size() * 4);
 }
 
 TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {
@@ -148,7 +185,12 @@ TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {
     const Arguments narrow{"--lines", "9", "--width", "48"};
     ASSERT_EQ(run({"scan", multiplex, "-o", folder.path("m.v210")}, narrow).err, "");
     EXPECT_EQ(run({"scan", folder.path("m.v210"), "--json"}, narrow).out, folder.read("m.jsonl"));
-    for (const Arguments& target : {Arguments{"-o", folder.path("b.klv")},
+    for (const std::string& kept : {chroma, folder.read("m.jsonl")}) {
+        const std::string from = folder.write("k.jsonl", kept);
+        ASSERT_EQ(runTool({"scan", from, "-o", folder.path("k.klv")}).err, "");
+        EXPECT_EQ(runTool({"scan", folder.path("k.klv"), "--json"}).out, kept);
+    }
+    for (const Arguments& target : {Arguments{"-o", folder.path("b.klv"), "--as-deployed"},
                                     Arguments{"-o", folder.path("b.v210"), "--as-deployed", "--lines", "9"}}) {
         const ToolResult lossy = run({"scan", file}, target);
         EXPECT_EQ(lossy.exitCode, 0);
@@ -196,10 +238,27 @@ TEST(FrameOutput, RefusesPacketsWithoutAPlace) {
     }
     EXPECT_EQ(message(jsonOf({256}), {"--lines", "9"}),
               "qlxcc: frame 0, line 9: 256 user data words, a packet has at most 255\n");
+    EXPECT_EQ(message(jsonOf({3, 256}), {"--lines", "9", "--as-deployed"}),
+              "qlxcc: frame 0, line 9: 256 user data words, a packet has at most 255\n");
     std::string both = jsonOf({3, 5});
     both.insert(both.rfind("\"type\""), R"("channel":"multiplex",)");
     EXPECT_EQ(message(both, {"--lines", "9"}),
               "qlxcc: frame 0, line 9: packets of the multiplex have no place beside those of luma or chroma\n");
+}
+
+TEST(FrameOutput, RefusesPacketsThatAnElementHasNoPlaceFor) {
+    const TemporaryFolder folder;
+    const std::string target = folder.path("b.klv");
+    for (const Arguments& form : {Arguments{}, Arguments{"--as-deployed"}}) {
+        const auto message = [&](const std::vector<std::size_t>& sizes) {
+            const ToolResult result = run({"scan", folder.write("a.jsonl", jsonOf(sizes)), "-o", target}, form);
+            EXPECT_EQ(result.exitCode, 1);
+            EXPECT_EQ(result.out, "");
+            EXPECT_EQ(folder.names(), Arguments{"a.jsonl"});
+            return result.err;
+        };
+        EXPECT_EQ(message({3, 256, 5}), "qlxcc: frame 0, line 9: 256 user data words, a packet has at most 255\n");
+    }
 }
 
 TEST(FrameOutput, OfARateHasTheFormOfItsName) {

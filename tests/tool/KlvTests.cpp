@@ -3,6 +3,8 @@
 #include "Errors.h"
 #include "Klv.h"
 #include "MemorySource.h"
+#include "OutputFile.h"
+#include "ToolRunner.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +13,8 @@ namespace {
 using qlx::tool::Failure;
 using qlx::tool::Frame;
 using qlx::tool::KlvReader;
+using qlx::tool::KlvWriter;
+using qlx::tool::OutputFile;
 using qlxtest::ExactBuffer;
 using qlxtest::fromHex;
 using qlxtest::joined;
@@ -219,6 +223,30 @@ TEST(Klv, PassesOverPacketsThatCannotBeUsed) {
               (std::vector<std::string>{"frame 0, byte 17: byte 27 of the element: sample coding 1 is none of packets",
                                         "frame 1, byte 98: element of 0 bytes without a packet count",
                                         "frame 2, byte 115: element of 1 byte without a packet count"}));
+}
+
+TEST(Klv, WritesAsManyPacketsAsAnElementCounts) {
+    const qlxtest::TemporaryFolder folder;
+    Frame frame;
+    frame.number = 7;
+    frame.packets.resize(65'535);
+    for (const bool asDeployed : {false, true}) {
+        OutputFile output(folder.path("a.klv"));
+        KlvWriter(output, asDeployed).write(frame);
+        output.commit();
+        // The count, and of each packet 14 bytes and DID, SDID, data count and padding.
+        EXPECT_EQ(folder.read("a.klv").size(), 16U + 4 + 2 + 65'535U * (14 + 4));
+    }
+    frame.packets.emplace_back();
+    for (const bool asDeployed : {false, true}) {
+        OutputFile output(folder.path("b.klv"));
+        try {
+            KlvWriter(output, asDeployed).write(frame);
+            ADD_FAILURE() << asDeployed;
+        } catch (const Failure& failure) {
+            EXPECT_EQ(std::string(failure.what()), "frame 7: 65536 packets, an element has at most 65535");
+        }
+    }
 }
 
 }  // namespace

@@ -115,12 +115,12 @@ TEST(SCTE104Build, WritesBytesElementsAndRows) {
     EXPECT_EQ(outputOf(build({"splice-null", "-o", folder.path("a.hex")})), "");
     EXPECT_EQ(folder.read("a.hex"), kSpliceNull + "\n");
 
-    // Count; line, wrapping, coding, samples, array; DID, SDID, DC, data, and padding also behind whole 4 bytes.
+    // Count; line, wrapping, coding, samples, array; DID, SDID, DC and data, which are whole 4 bytes.
     const auto element =
-        joined({kAncKeyHex, "83 000028", "0001 000d 01 04 0014 00000018 00000001 41 07 11", kSpliceNull, "00000000"});
+        joined({kAncKeyHex, "83 000024", "0001 000d 01 04 0014 00000014 00000001 41 07 11", kSpliceNull});
     EXPECT_EQ(outputOf(build({"splice-null", "--format", "klv"})), std::string(element.begin(), element.end()));
     const auto otherLine =
-        joined({kAncKeyHex, "83 000028", "0001 0009 01 04 0014 00000018 00000001 41 07 11", kSpliceNull, "00000000"});
+        joined({kAncKeyHex, "83 000024", "0001 0009 01 04 0014 00000014 00000001 41 07 11", kSpliceNull});
     EXPECT_EQ(outputOf(build({"splice-null", "--format", "klv", "--line", "9"})),
               std::string(otherLine.begin(), otherLine.end()));
 

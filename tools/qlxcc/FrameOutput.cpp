@@ -88,7 +88,8 @@ std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutp
     case FrameFormat::Klv:
         break;
     }
-    return std::make_unique<LossyWriter>(std::make_unique<KlvWriter>(output), output.name(), false);
+    const bool asDeployed = options.form == RowForm::AsDeployed;
+    return std::make_unique<LossyWriter>(std::make_unique<KlvWriter>(output, asDeployed), output.name(), !asDeployed);
 }
 
 }  // namespace qlx::tool

@@ -23,6 +23,14 @@ std::string ofBytes(std::uint64_t have, std::uint64_t wanted) {
     return std::to_string(have) + " of " + counted(wanted, "byte");
 }
 
+/// Says why the core makes no element of a frame.
+[[noreturn]] void throwRefused(const Frame& frame, const Finding& why) {
+    const bool isOfPacket = why.code != FindingCode::AncElementTooManyPackets;
+    const std::string line =
+        isOfPacket ? ", line " + std::to_string(frame.packets.at(static_cast<std::size_t>(why.offset)).line) : "";
+    throw Failure("frame " + std::to_string(frame.number) + line + ": " + why.text());
+}
+
 }  // namespace
 
 void readAncFrameElement(std::span<const std::uint8_t> element, const std::string& place, Frame& frame,
@@ -116,9 +124,24 @@ bool KlvReader::next(Frame& frame, std::vector<std::string>& problems) {
     }
 }
 
+Data KlvWriter::elementOf(const Frame& frame) const {
+    if (_asDeployed) {
+        // The fixed operation would cut what has no place. Without room the core says nothing else of what has one.
+        const Result<std::size_t> size = anc::writeElement(frame.packets, std::span<std::uint8_t>());
+        if (!size && size.error().code != FindingCode::OutputTooSmall) {
+            throwRefused(frame, size.error());
+        }
+        return QLXVANCPacket::MXFDataPacketWithVANCPackets(facade::toVANCPackets(frame.packets));
+    }
+    const Result<Data> element = anc::writeElement(frame.packets);
+    if (!element) {
+        throwRefused(frame, element.error());
+    }
+    return *element;
+}
+
 void KlvWriter::write(const Frame& frame) {
-    const Data element = QLXVANCPacket::MXFDataPacketWithVANCPackets(facade::toVANCPackets(frame.packets));
-    const Result<Data> triplet = klv::writeTriplet(klv::ancFrameElementKey(), element);
+    const Result<Data> triplet = klv::writeTriplet(klv::ancFrameElementKey(), elementOf(frame));
     if (!triplet) {
         throw Failure("frame " + std::to_string(frame.number) + ": too many packets for a KLV triplet");
     }

@@ -51,12 +51,17 @@ private:
 /// Writes a triplet a frame: the ANC frame element key, the length as 83 and three bytes, the frame's element.
 class KlvWriter final : public FrameWriter {
 public:
-    explicit KlvWriter(OutputFile& output) : _output(output) {}
+    /// @param asDeployed Whether the elements are those of the fixed operation, which has all packets in luma.
+    explicit KlvWriter(OutputFile& output, bool asDeployed = false) : _output(output), _asDeployed(asDeployed) {}
 
+    /// @throws Failure when an element has no place for a packet, or for so many.
     void write(const Frame& frame) override;
 
 private:
+    [[nodiscard]] Data elementOf(const Frame& frame) const;
+
     OutputFile& _output;
+    bool _asDeployed;
 };
 
 }  // namespace qlx::tool

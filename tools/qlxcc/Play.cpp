@@ -238,7 +238,7 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtit
         return std::make_unique<V210Writer>(output, RowLayout{kPixelFormatV210, options.width, linesOf(options)},
                                             options.rowForm);
     case PlayFormat::Klv:
-        return std::make_unique<KlvWriter>(output);
+        return std::make_unique<KlvWriter>(output, options.rowForm == RowForm::AsDeployed);
     case PlayFormat::Jsonl:
         return std::make_unique<JsonlWriter>(output);
     case PlayFormat::Scc:

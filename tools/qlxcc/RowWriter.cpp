@@ -71,6 +71,15 @@ void V210Writer::checkFit(const Frame& frame, std::uint64_t line) const {
 }
 
 void V210Writer::fillAsDeployed(const Frame& frame, std::uint64_t line) {
+    for (const auto& packet : frame.packets) {
+        // The fixed operation would count them in eight bits.
+        if (packet.userData.size() > anc::kGreatestUserData) {
+            const Finding tooMany{FindingCode::AncTooManyUserDataWords, Severity::Error, 0,
+                                  static_cast<std::int64_t>(packet.userData.size()),
+                                  static_cast<std::int64_t>(anc::kGreatestUserData)};
+            throw Failure(placeOf(frame, packet.line) + tooMany.text());
+        }
+    }
     checkFit(frame, line);
     QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
         _row.data(), facade::toVANCPackets(frame.packets), _row.size(), static_cast<std::int32_t>(line));
