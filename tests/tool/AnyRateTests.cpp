@@ -284,6 +284,46 @@ TEST(AnyRate, KeepsCaptionsOfSeveralLinesApart) {
                         time(0, 25)));
 }
 
+TEST(AnyRate, KeepsCaptionsThatComeBehindTheirFrame) {
+    const TemporaryFolder folder;
+    const std::string name = "qlxcc: warning: " + folder.path("a.jsonl") + ": ";
+    // The frame has been written when its second line comes, and the stream is new.
+    const std::string whole = "fc4141fd8080" + repeated("fa0000", 22);
+    folder.write("a.jsonl", frameJson(0, {}) + frameJson(0, {captionJson(bareCdp(3, whole, 7))}));
+    ToolResult result = runRate(folder, "a.jsonl", "25", "25", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, name + "frame 0, line 9: frame 0 behind frame 1, taken as part of it\n");
+    EXPECT_EQ(folder.read("b.jsonl"),
+              frameJson(0, {}, time(0, 25)) + frameJson(1, {captionJson(bareCdp(3, whole, 7))}, time(1, 25)));
+    // Three frames back, in no packet.
+    std::string in;
+    std::string expected;
+    for (const unsigned frame : {0U, 1U, 2U, 3U, 1U, 4U}) {
+        const bool isBehind = in.size() > 3 * frameJson(0, {}).size() && frame == 1;
+        in += frameJson(frame, {}, "", isBehind ? R"(,"captions":{"data":"fc4141"})" : "");
+    }
+    for (unsigned frame = 0; frame < 10; ++frame) {
+        const std::string captions = (frame == 8 ? "fc4141" : "fd8080") + repeated("fa0000", 11);
+        expected +=
+            frameJson(frame, {}, time(frame, 50), frame < 8 ? "" : R"(,"captions":{"data":")" + captions + R"("})");
+    }
+    folder.write("a.jsonl", in);
+    result = runRate(folder, "a.jsonl", "25", "50", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, name + "frame 1: frame 1 behind frame 4, taken as part of it\n");
+    EXPECT_EQ(folder.read("b.jsonl"), expected);
+    // A stream that is there already, said once.
+    in.clear();
+    for (const unsigned frame : {0U, 1U, 0U, 2U, 3U}) {
+        const std::string pair = frame < 3 ? "fc41" + byteHex(static_cast<unsigned>(in.size()) | 0x80U) : "fa0000";
+        in += frameJson(frame, {captionJson(bareCdp(3, pair + repeated("fa0000", 23), frame))});
+    }
+    folder.write("a.jsonl", in);
+    result = runRate(folder, "a.jsonl", "25", "25", "b.jsonl");
+    EXPECT_EQ(result.err, name + "frame 0, line 9: frame 0 behind frame 1, taken as part of it\n");
+    EXPECT_EQ(carriedBy(folder.read("b.jsonl")).kinds[0], carriedBy(in).kinds[0]);
+}
+
 TEST(AnyRate, RefusesWhatItCannotUseAndLeavesNoFile) {
     const TemporaryFolder folder;
     const auto refusal = [&](const std::string& in, const std::string& message) {

@@ -113,13 +113,13 @@ private:
         _notes.setPlace("frame " + std::to_string(frame.number));
         for (Packet& packet : frame.packets) {
             if (packet.id() == anc::ids::kCdp) {
-                takeCaptions(frame.number, packet);
+                takeCaptions(frame.number, number, packet);
             } else {
                 _packets.feed(number, std::move(packet), &_notes);
             }
         }
         if (!frame.triplets.empty()) {
-            takeTriplets(frame);
+            takeTriplets(frame, number);
         }
         _framesRead = number + 1;
         for (CaptionStream& stream : _streams) {
@@ -142,7 +142,23 @@ private:
         }
     }
 
-    void takeCaptions(std::uint64_t frame, const Packet& packet) {
+    /// The frame of the input that a stream's captions are taken as part of: what has been written stays as it is.
+    /// @param there The frame that they came with.
+    /// @param number The same, or the last one that came: time does not go back.
+    std::uint64_t frameOf(const CaptionStream& stream, std::uint64_t there, std::uint64_t number) {
+        number = std::max(number, stream.framesFed == 0 ? 0 : stream.framesFed - 1);
+        // Where there is a stream, nothing is written that depends on more captions of the last frame.
+        while (stream.framesFed == 0 && firstFrameAtOrAfter(_from, number, _to) < _framesWritten) {
+            ++number;
+        }
+        if (number != there) {
+            _notes.add({FindingCode::RateFrameOutOfOrder, Severity::Warning, there, static_cast<std::int64_t>(there),
+                        static_cast<std::int64_t>(number)});
+        }
+        return number;
+    }
+
+    void takeCaptions(std::uint64_t frame, std::uint64_t number, const Packet& packet) {
         const std::string place = "frame " + std::to_string(frame) + ", line " + std::to_string(packet.line);
         _notes.setPlace(place);
         const Result<cc::Cdp> cdp = cc::parseCdp(packet.userData, &_notes);
@@ -151,12 +167,13 @@ private:
         }
         CaptionStream& stream = streamAt({true, packet.line, packet.channel});
         stream.horizontalOffset = packet.horizontalOffset;
-        stream.change.feed(frame, *cdp, &_notes);
-        stream.framesFed = std::max(stream.framesFed, frame + 1);
+        const std::uint64_t taken = frameOf(stream, frame, number);
+        stream.change.feed(taken, *cdp, &_notes);
+        stream.framesFed = taken + 1;
         _notes.setPlace("frame " + std::to_string(frame));
     }
 
-    void takeTriplets(const Frame& frame) {
+    void takeTriplets(const Frame& frame, std::uint64_t number) {
         if (frame.triplets.size() % sizeof(cc::Triplet) != 0) {
             throw failureIn(_source.name(),
                             "frame " + std::to_string(frame.number) + ": the captions are no whole triplets");
@@ -165,8 +182,9 @@ private:
         std::memcpy(triplets.data(), frame.triplets.data(), frame.triplets.size());
         CaptionStream& stream = streamAt({});
         stream.captionPlace = frame.captionPlace;
-        stream.change.feed(frame.number, triplets, &_notes);
-        stream.framesFed = std::max(stream.framesFed, frame.number + 1);
+        const std::uint64_t taken = frameOf(stream, frame.number, number);
+        stream.change.feed(taken, triplets, &_notes);
+        stream.framesFed = taken + 1;
     }
 
     CaptionStream& streamAt(const StreamPlace& place) {
