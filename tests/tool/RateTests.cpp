@@ -218,6 +218,27 @@ TEST(RateAsDeployed, WarnsOnceOfPacketsThatContradictThemselves) {
                               "begins no section\n");
 }
 
+TEST(RateAsDeployed, SaysThatCaptionsInNoPacketAreLeftOut) {
+    const TemporaryFolder folder;
+    const auto lineOf = [](int frame, bool hasCaptions) {
+        return R"({"frame":)" + std::to_string(frame) + R"(,"packets":[])" +
+               (hasCaptions ? R"(,"captions":{"data":"fc942c"})" : "") + "}\n";
+    };
+    const std::string message =
+        "qlxcc: warning: " + folder.path("b.klv") + ": left out: the captions of 2 frames that are in no packet\n";
+    folder.write("a.jsonl", lineOf(0, true) + lineOf(1, false) + lineOf(2, true));
+    const ToolResult split = runRate(folder, "a.jsonl", "25", "50", "b.klv");
+    EXPECT_EQ(split.exitCode, 0);
+    EXPECT_EQ(split.err, message);
+    // Of frames that are joined those of either one.
+    folder.write("a.jsonl", lineOf(0, true) + lineOf(1, false) + lineOf(2, false) + lineOf(3, false) +
+                                lineOf(4, false) + lineOf(5, true) + lineOf(6, false));
+    const ToolResult joined = runRate(folder, "a.jsonl", "50", "25", "b.klv");
+    EXPECT_EQ(joined.exitCode, 0);
+    EXPECT_EQ(joined.err, message);
+    EXPECT_EQ(hexOf(folder.read("b.klv")), withoutSpaces(klvHex({{}, {}, {}, {}})));
+}
+
 TEST(RateAsDeployed, RefusesBrokenInputAndLeavesNoFile) {
     const TemporaryFolder folder;
     const auto refusal = [&](const std::string& hex, const std::string& message) {

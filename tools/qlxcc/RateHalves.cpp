@@ -132,11 +132,13 @@ private:
         return packetOf(anc::ids::kCdp, data, model.line);
     }
 
-    void write(std::vector<Packet> packets) {
+    /// @param triplets The fixed operations have no place for them, and neither have the formats: the writer says so.
+    void write(std::vector<Packet> packets, const Data& triplets) {
         Frame frame;
         frame.number = _framesWritten++;
         frame.pts = _options.to.timeOfFrame(frame.number);
         frame.packets = std::move(packets);
+        frame.triplets = triplets;
         _writer->write(frame);
     }
 
@@ -154,8 +156,8 @@ private:
             first.push_back(packetWith(packet, halves[0]));
             second.push_back(packetWith(packet, halves[1]));
         }
-        write(std::move(first));
-        write(std::move(second));
+        write(std::move(first), frame.triplets);
+        write(std::move(second), {});
     }
 
     /// The n-th caption packets of both frames are joined, at the place of the first; a missing one counts as empty.
@@ -181,7 +183,7 @@ private:
             joined.push_back(packetWith(captions[used], join(empty(), sampleOf(*second, captions[used]))));
         }
         joined.insert(joined.end(), others.begin(), others.end());
-        write(std::move(joined));
+        write(std::move(joined), first.triplets.empty() && second != nullptr ? second->triplets : first.triplets);
     }
 
     [[nodiscard]] Sample join(const Sample& first, const Sample& second) const {
