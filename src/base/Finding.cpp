@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <iterator>
+#include <span>
 #include <string_view>
 
 namespace qlx {
@@ -157,6 +157,19 @@ constexpr Text kTexts[] = {
     {ScteMessageEmpty, "message without operations makes no section"},
 };
 
+/// The same where the first number is the identifier of a caption packet's section, and no cc_type, which has two bits.
+constexpr Text kSectionTexts[] = {
+    {RateSentLate, "section {1x} sent {2} ms behind its time"},
+    {RateWaitsAtEnd, "sections {1x} behind the last frame: {2}"},
+};
+constexpr std::int64_t kGreatestCcType = 3;
+
+/// Null where there is none.
+const Text* textOf(std::span<const Text> texts, FindingCode code) noexcept {
+    const auto entry = std::find_if(texts.begin(), texts.end(), [code](const Text& one) { return one.code == code; });
+    return entry == texts.end() ? nullptr : &*entry;
+}
+
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
 void appendNumber(std::string& text, std::int64_t number, char form) {
     std::array<char, 24> digits{};
@@ -177,9 +190,11 @@ void appendNumber(std::string& text, std::int64_t number, char form) {
 }  // namespace
 
 std::string Finding::text() const {
-    const auto* const entry =
-        std::find_if(std::begin(kTexts), std::end(kTexts), [this](const Text& one) { return one.code == code; });
-    if (entry == std::end(kTexts)) {
+    const Text* entry = first > kGreatestCcType ? textOf(kSectionTexts, code) : nullptr;
+    if (entry == nullptr) {
+        entry = textOf(kTexts, code);
+    }
+    if (entry == nullptr) {
         return "finding " + std::to_string(static_cast<std::uint32_t>(code));
     }
     std::string text;

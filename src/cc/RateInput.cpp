@@ -47,6 +47,10 @@ bool WaitingSections::isLike(const WaitingSections& other) const noexcept {
            future == other.future;
 }
 
+std::uint8_t WaitingSections::id() const noexcept {
+    return hasServices ? static_cast<std::uint8_t>(CdpSection::ServiceInformation) : future.items().front();
+}
+
 }  // namespace detail
 
 RateChange::RateChange(const RateOptions& options) : _options(options), _counter(options.firstCounter) {}
@@ -71,7 +75,7 @@ void RateChange::feed(std::uint64_t frame, const Cdp& cdp, FindingSink* findings
     if (cdp.timeCode()) {
         takeTimeCode(frame, *cdp.timeCode(), findings);
     }
-    takeSections(cdp);
+    takeSections(frame, cdp);
     takeTriplets(frame, cdp.triplets());
 }
 
@@ -172,11 +176,12 @@ void RateChange::takeDtvcc(WaitingTriplet triplet) {
     _dtvcc.push(triplet);
 }
 
-void RateChange::takeSections(const Cdp& cdp) {
+void RateChange::takeSections(std::uint64_t frame, const Cdp& cdp) {
     if (!cdp.hasServiceInformation() && cdp.futureSections().empty()) {
         return;
     }
     WaitingSections sections;
+    sections.inputFrame = frame;
     sections.firstFrame = _inputFrames.back().firstFrame;
     sections.hasServices = cdp.hasServiceInformation();
     sections.flags = cdp.serviceInformationFlags();

@@ -49,7 +49,7 @@ bool RateChange::next(RateFrame& frame, FindingSink* findings) {
     }
     for (std::size_t index = 0; index < *dtvcc; ++index) {
         const WaitingTriplet triplet = _dtvcc.pop();
-        countLate(triplet, findings);
+        countLate(triplet.inputFrame, static_cast<std::uint8_t>(triplet.triplet.type()), findings);
         triplets[count++] = triplet.triplet;
     }
     static_cast<void>(frame.cdp.setTriplets(std::span(triplets).first(slotsOf(_options.to).ccCount)));
@@ -68,15 +68,22 @@ bool RateChange::isAtEnd(FindingSink* findings) {
         return true;
     }
     if (!_saidWaiting && findings != nullptr) {
-        const auto say = [this, findings](CcType type, std::size_t count) {
+        const auto say = [this, findings](std::size_t what, std::size_t count) {
             if (count > 0) {
-                findings->add({FindingCode::RateWaitsAtEnd, Severity::Warning, _next, static_cast<std::int64_t>(type),
+                findings->add({FindingCode::RateWaitsAtEnd, Severity::Warning, _next, static_cast<std::int64_t>(what),
                                static_cast<std::int64_t>(count)});
             }
         };
-        say(CcType::Field1, _fields[0].pairs.size());
-        say(CcType::Field2, _fields[1].pairs.size());
-        say(CcType::DtvccStart, _dtvcc.size());
+        say(static_cast<std::size_t>(CcType::Field1), _fields[0].pairs.size());
+        say(static_cast<std::size_t>(CcType::Field2), _fields[1].pairs.size());
+        say(static_cast<std::size_t>(CcType::DtvccStart), _dtvcc.size());
+        std::array<std::size_t, 256> sections{};
+        for (std::size_t index = 0; index < _sections.size(); ++index) {
+            ++sections[_sections[index].id()];
+        }
+        for (std::size_t id = 0; id < sections.size(); ++id) {
+            say(id, sections[id]);
+        }
     }
     _saidWaiting = true;
     return false;
@@ -135,13 +142,14 @@ Triplet RateChange::nextPair(CcType type, FindingSink* findings) {
     }
     const WaitingTriplet pair = field.pairs.pop();
     field.lastOutput = _next;
-    countLate(pair, findings);
+    countLate(pair.inputFrame, static_cast<std::uint8_t>(type), findings);
     return pair.triplet;
 }
 
-void RateChange::countLate(const WaitingTriplet& triplet, FindingSink* findings) {
+/// @param what cc_type, or the identifier of a section.
+void RateChange::countLate(std::uint64_t inputFrame, std::uint8_t what, FindingSink* findings) {
     constexpr std::uint64_t kSeconds = 2;
-    const detail::PartsOfSecond waited = detail::timeBetween(_options.from, triplet.inputFrame, _options.to, _next);
+    const detail::PartsOfSecond waited = detail::timeBetween(_options.from, inputFrame, _options.to, _next);
     if (waited.parts <= kSeconds * waited.inSecond) {
         return;
     }
@@ -149,8 +157,8 @@ void RateChange::countLate(const WaitingTriplet& triplet, FindingSink* findings)
     if (findings != nullptr) {
         const std::uint64_t milliseconds =
             waited.parts / waited.inSecond * 1000 + waited.parts % waited.inSecond * 1000 / waited.inSecond;
-        findings->add({FindingCode::RateSentLate, Severity::Warning, _next,
-                       static_cast<std::int64_t>(triplet.triplet.type()), static_cast<std::int64_t>(milliseconds)});
+        findings->add(
+            {FindingCode::RateSentLate, Severity::Warning, _next, what, static_cast<std::int64_t>(milliseconds)});
     }
 }
 
@@ -160,13 +168,12 @@ bool RateChange::putSections(Cdp& cdp, FindingSink* findings) {
         return false;
     }
     const detail::WaitingSections sections = _sections.pop();
-    // A slower rate has no packet for each of them: those that say the same, and could go out now, do so with this one.
-    for (std::size_t left = _sections.size(); left > 0; --left) {
-        const detail::WaitingSections other = _sections.pop();
-        if (other.firstFrame > _next || !other.isLike(sections)) {
-            _sections.push(other);
-        }
+    // A slower rate has no packet for each of them: those right behind that say the same, and could go out now, do so
+    // with this one. In front of others they stay: the last one that a receiver gets is the last one that came.
+    while (!_sections.empty() && _sections.front().firstFrame <= _next && _sections.front().isLike(sections)) {
+        static_cast<void>(_sections.pop());
     }
+    countLate(sections.inputFrame, sections.id(), findings);
     if (sections.hasServices) {
         static_cast<void>(cdp.setServices(sections.services.items(), sections.flags));
     }

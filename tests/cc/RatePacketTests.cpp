@@ -225,6 +225,43 @@ TEST(RateChangePacket, KeepsNoQueueOfEqualServiceInformation) {
     }
 }
 
+TEST(RateChangePacket, KeepsTheOrderOfServiceInformationAndSaysWhatIsLate) {
+    constexpr std::size_t kCount = 300;
+    std::vector<Cdp> input(kCount, packetWith(FrameRate::Fps60));
+    for (std::size_t number = 0; number < kCount; ++number) {
+        const std::array service{CaptionService::digital(number % 2 == 0 ? 1 : 2, {'e', 'n', 'g'})};
+        ASSERT_TRUE(input[number].setServices(service));
+    }
+    RateChange change({.from = FrameRate::Fps60, .to = FrameRate::Fps24});
+    Findings findings(1000);
+    RateFrame frame;
+    for (std::size_t number = 0; number < kCount; ++number) {
+        change.feed(number, input[number], &findings);
+    }
+    change.finish();
+    // Number k, of k / 60 s, goes out with frame k.
+    std::size_t number = 0;
+    for (; change.next(frame, &findings); ++number) {
+        ASSERT_LT(number, kCount);
+        ASSERT_TRUE(std::equal(frame.cdp.services().begin(), frame.cdp.services().end(),
+                               input[number].services().begin(), input[number].services().end()))
+            << number;
+    }
+    EXPECT_EQ(number, kCount);
+    FindingList expected;
+    for (std::uint64_t late = 81; late < kCount; ++late) {
+        if (late == 120) {
+            // Frames 0 to 119 are those of the input's five seconds.
+            expected.push_back({FindingCode::RateWaitsAtEnd, Severity::Warning, 120, 0x73, kCount - 120});
+        }
+        expected.push_back(
+            {FindingCode::RateSentLate, Severity::Warning, late, 0x73, static_cast<std::int64_t>(late * 25)});
+    }
+    EXPECT_EQ(FindingList(findings.begin(), findings.end()), expected);
+    EXPECT_EQ(change.sentLate(), kCount - 81);
+    EXPECT_EQ(expected.front().text(), "section 73 sent 2025 ms behind its time");
+}
+
 TEST(RateChangePacket, CarriesFutureSectionsThatFit) {
     Cdp packet = packetWith(FrameRate::Fps60);
     const std::vector<std::uint8_t> large(180, 0x11);

@@ -324,6 +324,34 @@ TEST(AnyRate, KeepsCaptionsThatComeBehindTheirFrame) {
     EXPECT_EQ(carriedBy(folder.read("b.jsonl")).kinds[0], carriedBy(in).kinds[0]);
 }
 
+TEST(AnyRate, KeepsTheOrderOfServiceInformation) {
+    const TemporaryFolder folder;
+    const auto languages = [](const std::string& text) {
+        std::string found;
+        for (const std::string& line : linesOf(text)) {
+            found += line.find("656e67") != std::string::npos   ? "A"
+                     : line.find("676e65") != std::string::npos ? "B"
+                                                                : "-";
+        }
+        return found;
+    };
+    std::string in;
+    for (unsigned frame = 0; frame < 6; ++frame) {
+        std::string cdp = bareCdp(8, repeated("fa0000", 10), frame, true);
+        if (frame % 2 == 1) {
+            // The sum of the bytes stays.
+            cdp.replace(cdp.find("656e67"), 6, "676e65");
+        }
+        in += frameJson(frame, {captionJson(cdp)});
+    }
+    folder.write("a.jsonl", in);
+    const ToolResult result = runRate(folder, "a.jsonl", "60", "24", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.jsonl") +
+                              ": frame 3 of the result: sections 73 behind the last frame: 3\n");
+    EXPECT_EQ(languages(folder.read("b.jsonl")), "ABABAB");
+}
+
 TEST(AnyRate, RefusesWhatItCannotUseAndLeavesNoFile) {
     const TemporaryFolder folder;
     const auto refusal = [&](const std::string& in, const std::string& message) {

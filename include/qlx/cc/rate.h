@@ -49,6 +49,7 @@ struct WaitingField {
 
 /// Sections that go out once.
 struct WaitingSections {
+    std::uint64_t inputFrame = 0;                             ///< The frame that they came with.
     std::uint64_t firstFrame = 0;                             ///< The first frame that they may go out with.
     bool hasServices = false;                                 ///< Whether there is service information.
     ServiceInformationFlags flags;                            ///< Of the service information.
@@ -57,6 +58,9 @@ struct WaitingSections {
 
     /// Whether both say the same, whenever they may go out.
     [[nodiscard]] QLX_EXPORT bool isLike(const WaitingSections& other) const noexcept;
+
+    /// The identifier of the first one.
+    [[nodiscard]] QLX_EXPORT std::uint8_t id() const noexcept;
 };
 
 /// What is known of a frame of the input besides its triplets.
@@ -107,15 +111,18 @@ struct RateFrame {
 /// codes that were apart stay apart (by a null pair), and a DTVCC packet is not begun before the rest of it can follow
 /// without padding in between.
 ///
-/// Service information, and sections that the standard keeps for the future, go out once for each that came; those that
-/// say the same and could go out with the same packet do so as one. The time code is counted on from the first one that came, in
-/// the new rate's frames, and anew after each jump; at 29.97 and 59.94 with dropped numbers, unless the input has one of
-/// these rates and does not drop any. An impossible one is left out (RateTimeCodeImpossible).
+/// Service information, and sections that the standard keeps for the future, go out in their order, once for each that
+/// came; those that came one behind the other, say the same and could go out with the same packet do so as one. The
+/// time code is counted on from the first one that came, in the new rate's frames, and anew after each jump; at 29.97
+/// and 59.94 with dropped numbers, unless the input has one of these rates and does not drop any. An impossible one is
+/// left out (RateTimeCodeImpossible).
 ///
-/// Nothing is lost: what waits longer than two seconds is sent nevertheless (RateSentLate, one for each triplet), and
-/// what has no place in front of the input's end goes out behind it (RateWaitsAtEnd). What waits is kept in memory, 24
-/// bytes a triplet. Input that keeps to the slots of its own rate makes this grow by less than 30 triplets a second; a
-/// host that has to live with worse for days looks at waiting(). In a steady course nothing is allocated.
+/// Nothing is lost: what waits longer than two seconds is sent nevertheless (RateSentLate, one for each triplet and for
+/// the sections of each packet), and what has no place in front of the input's end goes out behind it (RateWaitsAtEnd).
+/// Of sections both have the identifier of the first one in place of the cc_type. What waits is kept in memory, 24
+/// bytes a triplet and 400 the sections of a packet. Input that keeps to the slots of its own rate makes this grow by
+/// less than 30 triplets a second; a host that has to live with worse for days looks at waiting(). In a steady course
+/// nothing is allocated.
 ///
 /// For one thread at a time.
 class RateChange {
@@ -145,7 +152,7 @@ public:
     [[nodiscard]] std::size_t waiting() const noexcept {
         return _fields[0].pairs.size() + _fields[1].pairs.size() + _dtvcc.size();
     }
-    /// Triplets that were sent after more than two seconds.
+    /// Triplets, and sections of a packet, that were sent after more than two seconds.
     [[nodiscard]] std::uint64_t sentLate() const noexcept { return _sentLate; }
 
 private:
@@ -153,7 +160,7 @@ private:
     void takeTriplets(std::uint64_t frame, std::span<const Triplet> triplets);
     void takePair(const detail::WaitingTriplet& pair);
     void takeDtvcc(detail::WaitingTriplet triplet);
-    void takeSections(const Cdp& cdp);
+    void takeSections(std::uint64_t frame, const Cdp& cdp);
     void takeTimeCode(std::uint64_t frame, const CdpTimeCode& timeCode, FindingSink* findings);
 
     [[nodiscard]] std::optional<std::size_t> dtvccOfFrame() const noexcept;
@@ -161,7 +168,7 @@ private:
     [[nodiscard]] bool isAtEnd(FindingSink* findings);
     bool leaveInputFrames();
     [[nodiscard]] Triplet nextPair(CcType field, FindingSink* findings);
-    void countLate(const detail::WaitingTriplet& triplet, FindingSink* findings);
+    void countLate(std::uint64_t inputFrame, std::uint8_t what, FindingSink* findings);
     bool putSections(Cdp& cdp, FindingSink* findings);
 
     RateOptions _options;
