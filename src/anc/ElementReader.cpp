@@ -130,6 +130,8 @@ void ElementIterator::advance() {
         }
     }
     checkEnd();
+    // What could not be used is not seen through an iterator at its end.
+    _packet = {};
     _atEnd = true;
 }
 
