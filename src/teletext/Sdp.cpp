@@ -143,6 +143,10 @@ void write(const Sdp& sdp, std::uint8_t* bytes) noexcept {
 }  // namespace
 
 bool Sdp::add(const Packet& packet, unsigned line, bool isOddField) {
+    constexpr unsigned kGreatestLine = 31;
+    if (line > kGreatestLine) {
+        return false;
+    }
     SdpLine entry{sdpDescriptor(line, isOddField), {}};
     return entry.descriptor != 0 && writePacket(packet, entry.bytes).hasValue() && lines.append({&entry, 1});
 }

@@ -112,6 +112,8 @@ TEST(Sdp, IsBuiltOfUpToFivePackets) {
     EXPECT_EQ(sdp.lines.size(), 5U);
     Sdp other;
     EXPECT_FALSE(other.add(Packet(), 0, false));
+    EXPECT_FALSE(other.add(Packet(), 32, true));
+    EXPECT_FALSE(other.add(Packet(), 334, false));
     EXPECT_TRUE(other.add(Packet(), 0, true));
     Packet wrong;
     wrong.magazine = 0;

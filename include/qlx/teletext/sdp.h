@@ -63,8 +63,8 @@ struct Sdp {
     std::uint16_t counter = 0;                      ///< Footer sequence counter.
     BoundedList<SdpLine, kGreatestSdpLines> lines;  ///< In their order.
 
-    /// Adds a packet; false, and nothing is changed, when there are five, or it cannot be written, or the descriptor
-    /// would be 0 (line 0 of the even field).
+    /// Adds a packet; false, and nothing is changed, when there are five, or it cannot be written, or the line
+    /// is above 31 (a field counts its own lines), or the descriptor would be 0 (line 0 of the even field).
     [[nodiscard]] QLX_EXPORT bool add(const Packet& packet, unsigned line, bool isOddField);
 
     /// Whether all fields are equal.
