@@ -1,8 +1,8 @@
 // Ancillary packets of one frame rate as those of another; for captions there is qlx/cc/rate.h.
 //
 //     qlx::anc::PacketRateChange change(FrameRate::Fps25, FrameRate::Fps50);
-//     change.feed(frame, packet);                     // every packet but the caption distribution packets
-//     std::vector<qlx::anc::Packet> packets = change.packetsOf(outputFrame, &findings);
+//     change.feed(frame, packet, &findings);          // every packet but the caption distribution packets
+//     std::vector<qlx::anc::Packet> packets = change.packetsOf(outputFrame);
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -81,8 +81,8 @@ enum class FindingCode : std::uint32_t {
     RateFrameOutOfOrder,     ///< Frame that came, frame that it is taken as.
     RateUnlikePacket,        ///< cdp_frame_rate there, that of the frames.
     RateTimeCodeImpossible,  ///< Four bytes of the time code as a number, cdp_frame_rate of the frames.
-    RateSentLate,            ///< cc_type, milliseconds that it has waited.
-    RateWaitsAtEnd,          ///< cc_type, triplets that go out behind the last frame of the input.
+    RateSentLate,            ///< cc_type or identifier of a section (71h and above), milliseconds that it has waited.
+    RateWaitsAtEnd,          ///< The same; triplets or sections that go out behind the last frame of the input.
     RateSectionDoesNotFit,   ///< Section identifier, bytes of it.
 
     // cc, captions in coded pictures (ATSC A/53 Part 4)

@@ -19,7 +19,7 @@
 
 namespace qlx::scte {
 
-/// The first user data word of a packet (SMPTE ST 2010, 5.2).
+/// The first user data word of a packet (SMPTE ST 2010).
 class PayloadDescriptor {
 public:
     static constexpr std::uint8_t kVersionBits = 0x18;   ///< The version of the mapping.
