@@ -203,7 +203,9 @@ void RateChange::takeTimeCode(std::uint64_t frame, const CdpTimeCode& timeCode, 
     }
     const bool mayDrop = detail::mayDropFrames(_options.from);
     const bool inputDrops = mayDrop && timeCode.fields().dropFrame;
-    const bool outputDrops = detail::mayDropFrames(_options.to) && (inputDrops || !mayDrop);
+    // 23.976 counts 24 frames in the time in which 29.97 counts 30: its labels stay right without dropped ones.
+    const bool mustDrop = !mayDrop && _options.from != FrameRate::Fps23976;
+    const bool outputDrops = detail::mayDropFrames(_options.to) && (inputDrops || mustDrop);
     const detail::FrameCount inputCount(_options.from, inputDrops);
     const detail::FrameCount outputCount(_options.to, outputDrops);
     const detail::FrameLabel label = detail::labelOf(timeCode, _options.from);

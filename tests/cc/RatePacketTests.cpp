@@ -135,6 +135,17 @@ TEST(RateChangePacket, DropsNumbersAsTheInputDoes) {
               (Texts{"00:00:59:29", "00:01:00:00", "00:01:00:01"}));
 }
 
+TEST(RateChangePacket, KeepsTheLabelsOfTheSameSpeedWithoutDroppedNumbers) {
+    // 24 frames of 23.976 take as long as 30 of 29.97, and 60 of 59.94: a second by the label is the same.
+    const std::vector<Cdp> input{
+        packetWith(FrameRate::Fps23976, TimeCodeFields{.hours = 1, .seconds = 59, .frames = 23}),
+        packetWith(FrameRate::Fps23976, TimeCodeFields{.hours = 1, .minutes = 1})};
+    EXPECT_EQ(timeCodes(changed(input, FrameRate::Fps23976, FrameRate::Fps2997)),
+              (Texts{"01:00:59:29", "01:01:00:00", "01:01:00:01"}));
+    EXPECT_EQ(timeCodes(changed(input, FrameRate::Fps23976, FrameRate::Fps5994)),
+              (Texts{"01:00:59:28*", "01:00:59:29", "01:00:59:29*", "01:01:00:00", "01:01:00:00*"}));
+}
+
 /// The time codes of the output for an input whose time code counts from 0 on, without dropped numbers.
 Texts timeCodesFromMidnight(FrameRate from, FrameRate to, unsigned frames) {
     std::vector<Cdp> input;

@@ -114,8 +114,8 @@ struct RateFrame {
 /// Service information, and sections that the standard keeps for the future, go out in their order, once for each that
 /// came; those that came one behind the other, say the same and could go out with the same packet do so as one. The
 /// time code is counted on from the first one that came, in the new rate's frames, and anew after each jump; at 29.97
-/// and 59.94 with dropped numbers, unless the input has one of these rates and does not drop any. An impossible one is
-/// left out (RateTimeCodeImpossible).
+/// and 59.94 with dropped numbers, unless the input has one of these rates and does not drop any, or 23.976, whose
+/// labels are right without. An impossible one is left out (RateTimeCodeImpossible).
 ///
 /// Nothing is lost: what waits longer than two seconds is sent nevertheless (RateSentLate, one for each triplet and for
 /// the sections of each packet), and what has no place in front of the input's end goes out behind it (RateWaitsAtEnd).
