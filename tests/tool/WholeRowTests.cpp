@@ -218,6 +218,20 @@ TEST(WholeRows, TakeNoDataOfAnotherStreamForADamagedPacket) {
     }
 }
 
+TEST(WholeRows, WithPacketsOfBothChannelsAtOnePlaceAreNoStream) {
+    // The two flags taken as one stream are 000 000 3FF 3FF 3FF 3FF, in which 000 3FF 3FF stands as well.
+    const TemporaryFolder folder;
+    const Samples row = rowWith(kNarrow, [](Samples& samples) {
+        putLuma(samples, 0, afd());
+        putChroma(samples, 0, afd({1}));
+    });
+    const ToolResult result = scanned(folder.write("a.v210", v210Bytes(row)), kNarrow);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, kTitles + "       0      9  41/05     AFD/Bar Data           1  01\n" + kIndent + "chroma\n" +
+                              "       0      9  41/05     AFD/Bar Data           3  aabbcc\n2 packets in 1 frame\n");
+}
+
 TEST(WholeRows, OfOddWidthAreWholePairs) {
     // 47 pixels: 48 of them are there.
     const TemporaryFolder folder;

@@ -54,11 +54,19 @@ struct RowReader::Found {
     /// Leaves out the packets that begin inside those of another search of which more is right: in 8 bits data can look
     /// like a flag of other channels.
     void leaveOutInside(const std::vector<Hit>& others) {
-        std::erase_if(hits, [&](const Hit& hit) {
-            return std::any_of(others.begin(), others.end(), [&](const Hit& other) {
+        const auto leftOut = std::stable_partition(hits.begin(), hits.end(), [&](const Hit& hit) {
+            return std::none_of(others.begin(), others.end(), [&](const Hit& other) {
                 return rankOf(other.checksum) > rankOf(hit.checksum) && other.extent.holds(hit.extent.first);
             });
         });
+        // What is wrong with them may stand behind the others' end.
+        const auto isOfOne = [](auto first, auto last, const Finding& finding) {
+            return std::any_of(first, last, [&](const Hit& hit) { return hit.extent.holds(finding.offset); });
+        };
+        std::erase_if(findings, [&](const Finding& finding) {
+            return isOfOne(leftOut, hits.end(), finding) && !isOfOne(hits.begin(), leftOut, finding);
+        });
+        hits.erase(leftOut, hits.end());
     }
 
     /// Leaves out what was found inside the packets of another search: it is no business of this one.
