@@ -106,6 +106,22 @@ std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& ou
     return findings.finish();
 }
 
+bool readWhole(const ByteSource& source, FrameReader& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
+    std::vector<std::string> problems;
+    const bool hasFrame = reader.next(frame, problems);
+    if (const std::vector<std::string> news = reader.takeRemarks(); !news.empty()) {
+        progress.clear();
+        remarks.say(news);
+    }
+    if (!problems.empty()) {
+        throw failureIn(source.name(), problems.front());
+    }
+    if (hasFrame) {
+        progress.update(frame.number + 1, source.offset());
+    }
+    return hasFrame;
+}
+
 int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems, std::string_view what,
                  const std::function<void()>& writeMore) {
     if (problems == 0 || output.isStandardOutput()) {

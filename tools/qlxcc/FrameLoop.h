@@ -13,6 +13,8 @@
 
 namespace qlx::tool {
 
+class Progress;
+
 /// Hands on every frame of a file, with progress on a terminal. Every problem gets a line on standard error, behind what
 /// has been written for the frames before it.
 /// @param take Returns false when it needs no further frame.
@@ -36,6 +38,12 @@ private:
     const ByteSource& _source;
     std::uint64_t _count = 0;
 };
+
+/// Reads the next frame of a file that is made into another one: what cannot be read would be missing from that.
+/// @return False at the end of the file.
+/// @throws Failure when something of the frame cannot be read.
+[[nodiscard]] bool readWhole(const ByteSource& source, FrameReader& reader, RemarkNotes& remarks, Progress& progress,
+                             Frame& frame);
 
 /// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
 /// does not appear.

@@ -85,22 +85,7 @@ public:
     }
 
 private:
-    bool read(Frame& frame) {
-        std::vector<std::string> problems;
-        const bool hasFrame = _reader->next(frame, problems);
-        if (const std::vector<std::string> remarks = _reader->takeRemarks(); !remarks.empty()) {
-            _progress.clear();
-            _remarks.say(remarks);
-        }
-        // A packet that cannot be read would be missing from the result.
-        if (!problems.empty()) {
-            throw failureIn(_source.name(), problems.front());
-        }
-        if (hasFrame) {
-            _progress.update(frame.number + 1, _source.offset());
-        }
-        return hasFrame;
-    }
+    bool read(Frame& frame) { return readWhole(_source, *_reader, _remarks, _progress, frame); }
 
     void take(Frame& frame) {
         checkNumber(frame.number);
