@@ -106,7 +106,17 @@ public:
 private:
     void readPacket(std::uint64_t frame, std::uint64_t line, const Data& data, qlx::Findings& findings) {
         const scte::PayloadDescriptor descriptor(data.empty() ? std::uint8_t{0} : data[0]);
-        if (!descriptor.hasKnownVersion() || (!descriptor.isContinued() && !descriptor.isFollowing())) {
+        if (!descriptor.hasKnownVersion()) {
+            give(frame, line, data);
+        } else if (!descriptor.isContinued() && !descriptor.isFollowing()) {
+            // It ends one whose last piece has not come; what is wrong with it itself is said where it is read.
+            qlx::Findings own;
+            (void)_joiner.push(data, &own, line);
+            for (const qlx::Finding& finding : own) {
+                if (finding.code == FindingCode::SctePieceMissing) {
+                    findings.add(finding);
+                }
+            }
             give(frame, line, data);
         } else if (const auto message = _joiner.push(data, &findings, line)) {
             std::vector<std::uint8_t> whole{scte::PayloadDescriptor().byte()};
