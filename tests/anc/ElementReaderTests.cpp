@@ -276,7 +276,7 @@ TEST(AncElementReader, GivesNothingFromAViewOfNoElement) {
     // An element whose only packet announces more data than it has: nothing of that is seen at the end.
     const ExactBuffer element(fromHex("0001 0009 01 04 0103 00000004 00000001 61 02 ff 00"));
     std::array<std::uint8_t, 255> room{};
-    const auto packets = elementPackets(element);
+    const auto packets = elementPackets(element.span());
     EXPECT_TRUE(packets.begin() == packets.end());
     EXPECT_TRUE((*packets.begin()).userData(room).empty());
 }

@@ -136,14 +136,15 @@ TEST(RateChangePacket, DropsNumbersAsTheInputDoes) {
 }
 
 TEST(RateChangePacket, KeepsTheLabelsOfTheSameSpeedWithoutDroppedNumbers) {
-    // 24 frames of 23.976 take as long as 30 of 29.97, and 60 of 59.94: a second by the label is the same.
+    // 24 frames of 23.976 take as long as 30 of 29.97, and 60 of 59.94: a second by the label is the same,
+    // and frame 23 of it is frame 28.75, and frame 57.5: the nearest ones are 29 and, half a frame up, 58.
     const std::vector<Cdp> input{
         packetWith(FrameRate::Fps23976, TimeCodeFields{.hours = 1, .seconds = 59, .frames = 23}),
         packetWith(FrameRate::Fps23976, TimeCodeFields{.hours = 1, .minutes = 1})};
     EXPECT_EQ(timeCodes(changed(input, FrameRate::Fps23976, FrameRate::Fps2997)),
               (Texts{"01:00:59:29", "01:01:00:00", "01:01:00:01"}));
     EXPECT_EQ(timeCodes(changed(input, FrameRate::Fps23976, FrameRate::Fps5994)),
-              (Texts{"01:00:59:28*", "01:00:59:29", "01:00:59:29*", "01:01:00:00", "01:01:00:00*"}));
+              (Texts{"01:00:59:29", "01:00:59:29*", "01:01:00:00", "01:01:00:00*", "01:01:00:01"}));
 }
 
 /// The time codes of the output for an input whose time code counts from 0 on, without dropped numbers.

@@ -176,7 +176,7 @@ TEST(SCTE104Parse, JoinsAMessageOfSeveralPackets) {
     EXPECT_EQ(result.out, "frame 0, line 13: message 1, AS index 0, DPI PID 0, 1 operation, 17 bytes\n"
                           "  SpliceNullRequestData\n");
     EXPECT_EQ(result.err, "qlxcc: " + cut +
-                              ": frame 0, line 13: a piece of the message is missing at payload descriptor 00: "
+                              ": frame 0, line 13: a piece of the message is missing at payload descriptor 08: "
                               "254 bytes are left out\n");
 }
 
