@@ -38,14 +38,14 @@ sources() {
     printf '%s\n' '#include "room/Half.h"' 'void halve(int* value) {' '    *value = half(*value);' '}' \
         >src/room/Halve.cpp
     printf '%s\n' '#include "room/Half.h"' 'int quarter(int value) {' '    int* none = 0; // NOLINT' \
-        '    halve(none == &value ? none : &value);' '    return half(value);' '}' >tools/Quarter.cpp
+        '    halve(none == &value ? none : &value);' '    return half(value);' '}' >src/room/Quarter.cpp
 }
 
 project() {
     mkdir -p scripts src/room tools build include
     cp "$source"/scripts/{lint,fingerprint.sh,lib.sh} scripts
     cp "$source"/{.clang-tidy,.cppcheck-suppressions} .
-    printf '[\n%s\n},\n%s\n}\n]\n' "$(entry src/room/Halve.cpp)" "$(entry tools/Quarter.cpp)" \
+    printf '[\n%s\n},\n%s\n}\n]\n' "$(entry src/room/Halve.cpp)" "$(entry src/room/Quarter.cpp)" \
         >build/compile_commands.json
     sources
 }
@@ -60,7 +60,7 @@ project
 expect passes 2
 
 # A comment is all that keeps a defect from being found; clang-tidy forgets no defect, cppcheck has found none.
-sed -i 's|// NOLINT||' tools/Quarter.cpp
+sed -i 's|// NOLINT||' src/room/Quarter.cpp
 expect fails 1
 expect fails 1 2
 sources
@@ -76,13 +76,31 @@ sources
 expect passes 2
 
 # What only cppcheck finds, in one source and from one to the other, of which only one has changed.
-echo 'int last() { const int two[2] = {0, 0}; return two[2]; }' >>tools/Quarter.cpp
+echo 'int last() { const int two[2] = {0, 0}; return two[2]; }' >>src/room/Quarter.cpp
 expect fails 1
 expect fails 2 1
 sources
-echo 'void crash() { halve(nullptr); }' >>tools/Quarter.cpp
+echo 'void crash() { halve(nullptr); }' >>src/room/Quarter.cpp
 expect fails 1
 expect fails 2 1
+sources
+expect passes 2
+
+# A name that both sources have for themselves: they cannot be looked at as one text.
+for file in src/room/Halve.cpp src/room/Quarter.cpp; do
+    printf '%s\n' 'namespace {' 'int one() {' '    return 1;' '}' '} // namespace' >>$file
+done
+printf '%s\n' 'int two() {' '    return 2 * one();' '}' >>src/room/Halve.cpp
+printf '%s\n' 'int three() {' '    return 3 * one();' '}' >>src/room/Quarter.cpp
+expect passes 0
+expect passes 2
+
+# A name taken from elsewhere that only the other source uses.
+sources
+echo 'namespace other { int six(); }' >>src/room/Half.h
+echo 'using other::six;' >>src/room/Halve.cpp
+printf '%s\n' 'using other::six;' 'int seven() {' '    return six() + 1;' '}' >>src/room/Quarter.cpp
+expect fails 0
 sources
 expect passes 2
 
