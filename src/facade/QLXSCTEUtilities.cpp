@@ -33,7 +33,7 @@ qlx::Data messageWith(const scte104::Header& header, const Operation& operation)
 }
 
 template <class Piece>
-qlx::Data bytesOf(const Piece& piece) {
+qlx::Data pieceBytes(const Piece& piece) {
     return qlx::Data::make(piece.size(), [&piece](std::uint8_t* bytes) { piece.write(bytes); });
 }
 
@@ -106,19 +106,19 @@ std::vector<qlx::Dictionary> QLXSCTEUtilities::operationsWithSCTEMessageData(con
 }
 
 qlx::Data QLXSCTEUtilities::SCTE35SpliceTimeDataWithPTS_timeSpecified(std::uint64_t pts, bool timeSpecified) {
-    return bytesOf(scte35::SpliceTime{pts, timeSpecified});
+    return pieceBytes(scte35::SpliceTime{pts, timeSpecified});
 }
 
 qlx::Data QLXSCTEUtilities::SCTE35BreakDurationDataWithDuration_autoReturn(std::uint64_t duration, bool autoReturn) {
-    return bytesOf(scte35::BreakDuration{duration, autoReturn});
+    return pieceBytes(scte35::BreakDuration{duration, autoReturn});
 }
 
 qlx::Data QLXSCTEUtilities::SCTE35SpliceInsertDataWithSpliceType_eventID_programUID_duration_pts(
     std::int32_t spliceType, std::uint32_t eventID, std::uint16_t programUID, std::uint16_t duration,
     std::uint64_t pts) {
-    return bytesOf(scte35::SpliceInsert{spliceType, eventID, programUID, duration, pts});
+    return pieceBytes(scte35::SpliceInsert{spliceType, eventID, programUID, duration, pts});
 }
 
 qlx::Data QLXSCTEUtilities::SCTE35SegmentationDescriptorWithEventID_cancel(std::uint8_t eventID, bool cancel) {
-    return bytesOf(scte35::SegmentationDescriptor{eventID, cancel});
+    return pieceBytes(scte35::SegmentationDescriptor{eventID, cancel});
 }

@@ -9,6 +9,10 @@ namespace qlx::scte::detail {
 
 inline constexpr unsigned kTickBits = 33;
 
+/// Bytes of a section up to and with section_length, which counts what follows them.
+inline constexpr std::size_t kUncountedBytes = 3;
+inline constexpr std::size_t kCrcBytes = 4;
+
 template <class Io, Is<SpliceTime> Value>
 void walk(Io& io, Value& value) {
     bool hasTime = value.ticks90k.has_value();

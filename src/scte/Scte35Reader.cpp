@@ -15,11 +15,9 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::size_t kUncountedBytes = 3;  ///< Up to section_length.
 constexpr std::size_t kCommandLengthOffset = 11;
 constexpr std::size_t kCommandTypeOffset = 13;
 constexpr std::size_t kLoopLengthBytes = 2;
-constexpr std::size_t kCrcBytes = 4;
 constexpr std::size_t kIdentifierBytes = 4;
 
 constexpr std::size_t kFewestEncryptedBytes = kCommandTypeOffset + kCrcBytes;

@@ -11,9 +11,6 @@ namespace detail {
 
 namespace {
 
-constexpr std::size_t kUncountedBytes = 3;
-constexpr std::size_t kCrcBytes = 4;
-
 /// A descriptor behind its length.
 template <class Io>
 void walkDescriptorData(Io& io, const SpliceDescriptor& descriptor) {

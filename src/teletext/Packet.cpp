@@ -9,7 +9,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t kSpace = 0x20;
+constexpr std::uint8_t kFillingSpace = 0x20;
 
 Finding tooGreat(std::size_t given, std::size_t greatest) {
     return {FindingCode::TeletextFieldTooGreat, Severity::Error, 0, static_cast<std::int64_t>(given),
@@ -212,7 +212,7 @@ Result<Packet> rowPacket(std::uint8_t magazine, std::uint8_t row, Bytes codes) {
     }
     Packet packet{magazine, row, {}};
     auto* const rest = std::transform(codes.begin(), codes.end(), packet.data.begin(), withOddParity);
-    std::fill(rest, packet.data.end(), kSpace);
+    std::fill(rest, packet.data.end(), kFillingSpace);
     return packet;
 }
 
