@@ -1,8 +1,8 @@
 // The tool's reader of KLV files: it ends with a message or at the end of the input, and what it finds can be printed.
-#include "Errors.h"
 #include "Json.h"
 #include "Klv.h"
 #include "MemorySource.h"
+#include "io/Errors.h"
 
 #include "FuzzSupport.h"
 

@@ -1,7 +1,7 @@
 // Picture files of any content: PNG and PPM.
-#include "Errors.h"
 #include "ImageFile.h"
 #include "MemorySource.h"
+#include "io/Errors.h"
 
 #include "FuzzSupport.h"
 

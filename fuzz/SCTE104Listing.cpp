@@ -2,7 +2,7 @@
 // JSON, and says so when some are missing.
 #include "Json.h"
 #include "SCTE104Message.h"
-#include "Text.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 

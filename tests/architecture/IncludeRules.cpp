@@ -33,10 +33,10 @@ constexpr std::string_view kGeneratedHeaders[] = {
 
 /// Where the tool itself meets the system: files, streams, the terminal.
 constexpr std::string_view kToolSystemFiles[] = {
-    "tools/qlxcc/InputFile.cpp",
-    "tools/qlxcc/Module.cpp",
-    "tools/qlxcc/OutputFile.cpp",
-    "tools/qlxcc/Progress.cpp",
+    "tools/qlxcc/io/InputFile.cpp",
+    "tools/qlxcc/io/Module.cpp",
+    "tools/qlxcc/io/OutputFile.cpp",
+    "tools/qlxcc/io/Progress.cpp",
 };
 
 constexpr std::string_view kHeavyFolders[] = {"CLI/", "nlohmann/"};

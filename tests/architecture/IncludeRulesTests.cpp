@@ -120,7 +120,7 @@ TEST(IncludeRules, AllowTheArrows) {
         header("QLXSubtitleRecord.h"),
         header("QLXClosedCaptionsUtilities.h", "#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"
                                                "#include <QLXClosedCaptionsUtilities/Version.h>\n"),
-        {"tools/qlxcc/OutputFile.cpp", "#include <unistd.h>\n"},
+        {"tools/qlxcc/io/OutputFile.cpp", "#include <unistd.h>\n"},
         {"tools/qlxcc/main.cpp", "#include \"Arguments.h\"\n"
                                  "#include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>\n"},
         {"tools/qlxcc/Arguments.h", "#include <CLI/CLI.hpp>\n"},
@@ -227,12 +227,14 @@ TEST(IncludeRules, FindSystemHeadersOutsideThePlatformFolder) {
     const std::vector<SourceFile> tree = {
         {"src/anc/A.cpp", "#include <unistd.h>\n#include <sys/stat.h>\n#include <stdint.h>\n#include <cstdint>\n"},
         {"tools/qlxcc/A.cpp", "#include <unistd.h>\n"},
-        {"tools/qlxcc/OutputFile.h", "#include <fcntl.h>\n"},
+        {"tools/qlxcc/io/OutputFile.h", "#include <fcntl.h>\n"},
     };
     const Lines expected = {
-        "src/anc/A.cpp:1: must not include unistd.h",           "src/anc/A.cpp:2: must not include sys/stat.h",
-        "src/anc/A.cpp:3: must not include stdint.h",           "tools/qlxcc/A.cpp:1: must not include unistd.h",
-        "tools/qlxcc/OutputFile.h:1: must not include fcntl.h",
+        "src/anc/A.cpp:1: must not include unistd.h",
+        "src/anc/A.cpp:2: must not include sys/stat.h",
+        "src/anc/A.cpp:3: must not include stdint.h",
+        "tools/qlxcc/A.cpp:1: must not include unistd.h",
+        "tools/qlxcc/io/OutputFile.h:1: must not include fcntl.h",
     };
     EXPECT_EQ(violationsIn(tree), expected);
 }

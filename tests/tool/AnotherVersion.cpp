@@ -1,5 +1,5 @@
 // A module as another version of the tool would have it.
-#include "Module.h"
+#include "io/Module.h"
 
 namespace {
 

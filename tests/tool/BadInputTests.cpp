@@ -1,12 +1,12 @@
 // Every command against files that are not what it expects: it ends, says what is wrong in one line, leaves nothing
 // behind and stays small.
-#include "Errors.h"
 #include "ExactBuffer.h"
 #include "PictureBytes.h"
 #include "PngFile.h"
 #include "Sanitized.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
+#include "io/Errors.h"
 
 #include "STLFile.h"
 

@@ -2,8 +2,8 @@
 #include "AncBytes.h"
 #include "CaptionBytes.h"
 #include "SubtitleFiles.h"
-#include "Times.h"
 #include "ToolRunner.h"
+#include "io/Times.h"
 
 #include <gtest/gtest.h>
 

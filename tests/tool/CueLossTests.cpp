@@ -3,8 +3,8 @@
 #include "CueTransmission.h"
 #include "STLFiles.h"
 #include "SubtitleFiles.h"
-#include "Text.h"
 #include "ToolRunner.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

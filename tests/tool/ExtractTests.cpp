@@ -4,7 +4,7 @@
 #include "ToolRunner.h"
 #include "VideoStream.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,14 @@
 // Rates, times, texts and rows.
 #include "AncBytes.h"
-#include "Errors.h"
 #include "MemorySource.h"
-#include "Progress.h"
-#include "Rates.h"
 #include "RowFile.h"
 #include "Teletext.h"
 #include "TeletextBytes.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/Progress.h"
+#include "io/Rates.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 

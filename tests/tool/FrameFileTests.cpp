@@ -1,10 +1,10 @@
 // Files of frames that are texts: JSON lines and Scenarist captions.
-#include "Errors.h"
 #include "Json.h"
 #include "JsonlReader.h"
 #include "MemorySource.h"
 #include "SccReader.h"
 #include "ToolRunner.h"
+#include "io/Errors.h"
 
 #include "ExactBuffer.h"
 

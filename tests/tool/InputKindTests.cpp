@@ -4,8 +4,8 @@
 #include "AncBytes.h"
 #include "ExactBuffer.h"
 #include "FrameSource.h"
-#include "InputFile.h"
 #include "ToolRunner.h"
+#include "io/InputFile.h"
 
 #include <gtest/gtest.h>
 

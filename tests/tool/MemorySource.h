@@ -1,7 +1,7 @@
 // Bytes in memory where the tool reads a file.
 #pragma once
 
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <algorithm>
 #include <cstring>

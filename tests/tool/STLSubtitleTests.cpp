@@ -5,7 +5,7 @@
 #include "TeletextBytes.h"
 #include "ToolRunner.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 

@@ -1,9 +1,9 @@
 // qlxcc subs, encodings, the limits of subtitle files, and --quiet.
-#include "Errors.h"
 #include "Json.h"
 #include "SubtitleFiles.h"
 #include "SubtitleReaders.h"
 #include "ToolRunner.h"
+#include "io/Errors.h"
 
 #include <gtest/gtest.h>
 

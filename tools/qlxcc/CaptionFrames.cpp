@@ -1,10 +1,10 @@
 #include "CaptionFrames.h"
 
 #include "Cdp.h"
-#include "Errors.h"
 #include "PacketNames.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 

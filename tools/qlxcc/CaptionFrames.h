@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Frame.h"
-#include "OutputFile.h"
+#include "io/OutputFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 

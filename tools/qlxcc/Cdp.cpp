@@ -1,6 +1,6 @@
 #include "Cdp.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 

@@ -3,13 +3,13 @@
 #include "CommandLineRows.h"
 #include "CommandLineTexts.h"
 #include "Completion.h"
-#include "Errors.h"
 #include "Line21Texts.h"
-#include "OutputFile.h"
 #include "RawOptions.h"
 #include "RawOptionsLine21.h"
 #include "RawOptionsShow.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>
 

@@ -10,7 +10,7 @@
 #include "Scan.h"
 #include "Show.h"
 #include "Subs.h"
-#include "ToolLog.h"
+#include "io/ToolLog.h"
 
 #include <string>
 #include <variant>

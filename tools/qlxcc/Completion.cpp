@@ -1,7 +1,7 @@
 #include "Completion.h"
 
-#include "Errors.h"
-#include "OutputFile.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
 
 #include <optional>
 

@@ -4,15 +4,15 @@
 #include "ContainerInput.h"
 #include "ContainerRemarks.h"
 #include "Demuxer.h"
-#include "Errors.h"
 #include "FrameOrder.h"
 #include "Klv.h"
-#include "Module.h"
 #include "PacketNames.h"
 #include "PictureTimes.h"
 #include "StreamEnd.h"
-#include "Text.h"
 #include "VideoCaptions.h"
+#include "io/Errors.h"
+#include "io/Module.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 

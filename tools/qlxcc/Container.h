@@ -3,8 +3,8 @@
 #pragma once
 
 #include "Frame.h"
-#include "InputFile.h"
 #include "InputKind.h"
+#include "io/InputFile.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #include "ContainerIndex.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>

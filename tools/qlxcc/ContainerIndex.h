@@ -2,7 +2,7 @@
 // that is cut short, or still being recorded, has none.
 #pragma once
 
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <cstdint>
 #include <optional>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Demuxer.h"
-#include "InputFile.h"
 #include "StreamEnd.h"
+#include "io/InputFile.h"
 
 #include <cstdint>
 #include <exception>

@@ -1,6 +1,6 @@
 #include "ContainerRemarks.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <utility>
 

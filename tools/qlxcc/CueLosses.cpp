@@ -1,7 +1,7 @@
 #include "CueLosses.h"
 
 #include "CueTransmission.h"
-#include "Text.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

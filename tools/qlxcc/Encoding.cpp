@@ -1,7 +1,7 @@
 #include "Encoding.h"
 
-#include "Errors.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 

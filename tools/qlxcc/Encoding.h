@@ -1,7 +1,7 @@
 // Text files: how much of one is read, and the character encoding that it is in.
 #pragma once
 
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,17 +1,17 @@
 #include "Extract.h"
 
 #include "Cdp.h"
-#include "Errors.h"
 #include "FrameCaptions.h"
 #include "FrameLoop.h"
 #include "FrameSource.h"
-#include "InputFile.h"
 #include "Json.h"
-#include "OutputFile.h"
-#include "Progress.h"
-#include "Text.h"
-#include "Times.h"
 #include "VideoCaptions.h"
+#include "io/Errors.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
+#include "io/Progress.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 

@@ -1,8 +1,8 @@
 #include "FrameLoop.h"
 
-#include "Errors.h"
-#include "Progress.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Progress.h"
+#include "io/Text.h"
 
 #include <string>
 #include <vector>

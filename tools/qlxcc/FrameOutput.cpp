@@ -1,9 +1,9 @@
 #include "FrameOutput.h"
 
-#include "Errors.h"
 #include "Json.h"
 #include "Klv.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "FrameSource.h"
-#include "OutputFile.h"
 #include "RowWriter.h"
+#include "io/OutputFile.h"
 
 #include <cstdint>
 #include <memory>

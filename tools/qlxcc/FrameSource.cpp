@@ -1,13 +1,13 @@
 #include "FrameSource.h"
 
 #include "Container.h"
-#include "Errors.h"
 #include "JsonlReader.h"
 #include "Klv.h"
 #include "RowFile.h"
 #include "SccReader.h"
-#include "Text.h"
 #include "VideoCaptions.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 

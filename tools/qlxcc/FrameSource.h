@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Frame.h"
-#include "InputFile.h"
 #include "InputKind.h"
-#include "Rates.h"
+#include "io/InputFile.h"
+#include "io/Rates.h"
 
 #include <cstdint>
 #include <memory>

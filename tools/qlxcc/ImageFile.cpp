@@ -1,9 +1,9 @@
 #include "ImageFile.h"
 
-#include "Errors.h"
 #include "InputKind.h"
 #include "PngFile.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <algorithm>
 #include <array>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Image.h"
-#include "InputFile.h"
-#include "OutputFile.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 // What a file is, told by its first bytes or its name.
 #pragma once
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <cstddef>
 #include <cstdint>

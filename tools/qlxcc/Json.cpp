@@ -1,10 +1,10 @@
 #include "Json.h"
 
 #include "Cdp.h"
-#include "Errors.h"
 #include "PacketNames.h"
 #include "SCTE104Message.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 

@@ -1,8 +1,8 @@
 // JSON subtitle files, element by element.
-#include "Errors.h"
 #include "Json.h"
 #include "SubtitleReaders.h"
 #include "SubtitleTimes.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 

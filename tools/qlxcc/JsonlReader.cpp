@@ -1,8 +1,8 @@
 #include "JsonlReader.h"
 
-#include "Errors.h"
 #include "Json.h"
 #include "PacketNames.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 

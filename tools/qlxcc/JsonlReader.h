@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Frame.h"
-#include "LineReader.h"
+#include "io/LineReader.h"
 
 #include <string>
 #include <vector>

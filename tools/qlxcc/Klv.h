@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Frame.h"
-#include "InputFile.h"
-#include "OutputFile.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
 
 #include <qlx/base/finding.h>
 #include <qlx/klv/klv.h>

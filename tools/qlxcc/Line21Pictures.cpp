@@ -1,9 +1,9 @@
 #include "Line21Pictures.h"
 
-#include "Errors.h"
 #include "InputKind.h"
 #include "Line21Preview.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <algorithm>
 #include <string>

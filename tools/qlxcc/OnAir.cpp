@@ -2,7 +2,7 @@
 
 #include "Cdp.h"
 #include "FrameCaptions.h"
-#include "Text.h"
+#include "io/Text.h"
 
 #include <qlx/teletext/page.h>
 

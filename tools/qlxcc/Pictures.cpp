@@ -1,6 +1,6 @@
 #include "Pictures.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 

@@ -3,8 +3,8 @@
 
 #include "Image.h"
 #include "ImageFile.h"
-#include "InputFile.h"
-#include "OutputFile.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/PixelBuffers.h>
 

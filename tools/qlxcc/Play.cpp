@@ -2,16 +2,16 @@
 
 #include "CaptionFrames.h"
 #include "CueLosses.h"
-#include "Errors.h"
 #include "Json.h"
 #include "Klv.h"
-#include "OutputFile.h"
-#include "Progress.h"
 #include "Schedule.h"
 #include "SubtitleTimes.h"
 #include "Subtitles.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Progress.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

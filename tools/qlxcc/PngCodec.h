@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Image.h"
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,9 +1,9 @@
 #include "PngFile.h"
 
-#include "Errors.h"
 #include "ImageFile.h"
-#include "Module.h"
 #include "PngCodec.h"
+#include "io/Errors.h"
+#include "io/Module.h"
 
 #include <span>
 #include <string>

@@ -1,14 +1,14 @@
 #include "RateChange.h"
 
-#include "Errors.h"
-#include "FindingNotes.h"
 #include "FrameLoop.h"
-#include "InputFile.h"
 #include "InputKind.h"
-#include "OutputFile.h"
 #include "PacketNames.h"
-#include "Progress.h"
 #include "RateHalves.h"
+#include "io/Errors.h"
+#include "io/FindingNotes.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
+#include "io/Progress.h"
 
 #include <qlx/anc/rate.h>
 #include <qlx/base/frame_rate.h>

@@ -3,7 +3,7 @@
 
 #include "FrameOutput.h"
 #include "FrameSource.h"
-#include "Rates.h"
+#include "io/Rates.h"
 
 #include <string>
 

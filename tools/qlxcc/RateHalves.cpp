@@ -1,10 +1,10 @@
 #include "RateHalves.h"
 
 #include "Cdp.h"
-#include "Errors.h"
 #include "FrameLoop.h"
 #include "PacketNames.h"
-#include "Progress.h"
+#include "io/Errors.h"
+#include "io/Progress.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>

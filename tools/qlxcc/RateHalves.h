@@ -1,9 +1,9 @@
 // Frames of one rate as those of its double, or half, with the bytes that the library's fixed operations give.
 #pragma once
 
-#include "InputFile.h"
-#include "OutputFile.h"
 #include "RateChange.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
 
 namespace qlx::tool {
 

@@ -1,10 +1,10 @@
 #include "RawOptions.h"
 
 #include "Encoding.h"
-#include "Errors.h"
-#include "OutputFile.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <algorithm>
 #include <charconv>

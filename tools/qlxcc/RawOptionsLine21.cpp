@@ -1,7 +1,7 @@
 #include "RawOptionsLine21.h"
 
-#include "Errors.h"
 #include "RawOptions.h"
+#include "io/Errors.h"
 
 #include <charconv>
 #include <string_view>

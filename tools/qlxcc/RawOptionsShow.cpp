@@ -1,7 +1,7 @@
 #include "RawOptionsShow.h"
 
-#include "Errors.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/Times.h"
 
 namespace qlx::tool {
 

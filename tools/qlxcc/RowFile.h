@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Frame.h"
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 

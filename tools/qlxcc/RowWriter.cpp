@@ -1,8 +1,8 @@
 #include "RowWriter.h"
 
-#include "Errors.h"
 #include "PacketNames.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 

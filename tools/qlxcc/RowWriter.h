@@ -1,8 +1,8 @@
 // Writing files of SDI rows.
 #pragma once
 
-#include "OutputFile.h"
 #include "RowFile.h"
+#include "io/OutputFile.h"
 
 #include <cstdint>
 #include <vector>

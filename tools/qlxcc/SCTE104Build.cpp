@@ -1,12 +1,12 @@
 #include "SCTE104Build.h"
 
-#include "Errors.h"
 #include "Frame.h"
 #include "Klv.h"
-#include "OutputFile.h"
 #include "PacketNames.h"
 #include "RowWriter.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>

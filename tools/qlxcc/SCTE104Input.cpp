@@ -1,12 +1,12 @@
 #include "SCTE104Input.h"
 
-#include "Errors.h"
 #include "Frame.h"
 #include "FrameLoop.h"
-#include "InputFile.h"
 #include "InputKind.h"
 #include "Klv.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/InputFile.h"
+#include "io/Text.h"
 
 #include <qlx/klv/keys.h>
 #include <qlx/scte/scte104_packets.h>

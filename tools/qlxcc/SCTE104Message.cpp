@@ -1,6 +1,6 @@
 #include "SCTE104Message.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <qlx/scte/scte104_packets.h>

@@ -1,10 +1,10 @@
 #include "SCTE104Parse.h"
 
-#include "Errors.h"
 #include "Json.h"
-#include "OutputFile.h"
 #include "SCTE104Message.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Text.h"
 
 #include <string>
 #include <vector>

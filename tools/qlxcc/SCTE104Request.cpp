@@ -1,12 +1,12 @@
 #include "SCTE104Request.h"
 
-#include "Errors.h"
-#include "InputFile.h"
 #include "InputKind.h"
 #include "Json.h"
 #include "SCTE104Input.h"
 #include "SCTE104Message.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/InputFile.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 

@@ -3,11 +3,11 @@
 #include "Frame.h"
 #include "FrameLoop.h"
 #include "FrameSource.h"
-#include "InputFile.h"
 #include "Json.h"
-#include "OutputFile.h"
 #include "ScanList.h"
-#include "Terminal.h"
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
+#include "io/Terminal.h"
 
 #include <cstdint>
 #include <memory>

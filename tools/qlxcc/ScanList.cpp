@@ -4,8 +4,8 @@
 #include "PacketNames.h"
 #include "SCTE104Message.h"
 #include "ScreenText.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <qlx/teletext/page.h>
 

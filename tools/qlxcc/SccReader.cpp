@@ -1,8 +1,8 @@
 #include "SccReader.h"
 
-#include "Errors.h"
-#include "Rates.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/Rates.h"
+#include "io/Times.h"
 
 #include <algorithm>
 #include <array>

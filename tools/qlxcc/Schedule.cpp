@@ -1,8 +1,8 @@
 #include "Schedule.h"
 
 #include "Teletext.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 #include "ScreenImage.h"
 
-#include "Errors.h"
-#include "Module.h"
 #include "ScreenPainter.h"
+#include "io/Errors.h"
+#include "io/Module.h"
 
 #include <qlx/teletext/characters.h>
 

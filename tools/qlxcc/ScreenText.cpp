@@ -1,6 +1,6 @@
 #include "ScreenText.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <qlx/base/utf8.h>
 

@@ -1,17 +1,17 @@
 #include "Show.h"
 
-#include "Errors.h"
 #include "FrameLoop.h"
 #include "ImageFile.h"
 #include "Json.h"
 #include "OnAir.h"
-#include "OutputFile.h"
 #include "PngFile.h"
 #include "ScreenImage.h"
 #include "ScreenText.h"
-#include "Terminal.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Terminal.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <qlx/teletext/page.h>
 

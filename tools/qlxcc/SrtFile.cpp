@@ -1,7 +1,7 @@
 // SRT files, piece by piece.
-#include "Errors.h"
 #include "SubtitleReaders.h"
 #include "SubtitleTimes.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

@@ -1,8 +1,8 @@
 // EBU STL files (EBU Tech 3264), piece by piece.
-#include "Errors.h"
 #include "SubtitleReaders.h"
 #include "SubtitleTimes.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

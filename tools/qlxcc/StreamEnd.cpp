@@ -1,6 +1,6 @@
 #include "StreamEnd.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <qlx/klv/klv.h>
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "ContainerIndex.h"
-#include "InputFile.h"
 #include "InputKind.h"
 #include "StreamWalk.h"
+#include "io/InputFile.h"
 
 #include <cstddef>
 #include <cstdint>

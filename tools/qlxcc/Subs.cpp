@@ -2,14 +2,14 @@
 
 #include "CaptionFrames.h"
 #include "CueLosses.h"
-#include "Errors.h"
 #include "Json.h"
-#include "OutputFile.h"
 #include "SubtitleTimes.h"
 #include "Subtitles.h"
-#include "Terminal.h"
-#include "Text.h"
-#include "Times.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Terminal.h"
+#include "io/Text.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

@@ -1,7 +1,7 @@
 // qlxcc subs: the cues of a subtitle file, and what was left out.
 #pragma once
 
-#include "Rates.h"
+#include "io/Rates.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Teletext.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <qlx/teletext/sdp.h>
 

@@ -1,7 +1,7 @@
 #include "VideoStream.h"
 
-#include "Errors.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/Text.h"
 
 #include <cstring>
 #include <string>

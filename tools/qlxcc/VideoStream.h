@@ -1,7 +1,7 @@
 // Cutting an elementary video stream into access units.
 #pragma once
 
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <cstddef>
 #include <cstdint>

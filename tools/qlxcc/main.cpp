@@ -1,7 +1,6 @@
 // qlxcc: captions, subtitles and ancillary packets on the command line.
 #include "CommandLine.h"
 #include "Completion.h"
-#include "Errors.h"
 #include "Extract.h"
 #include "Line21.h"
 #include "Play.h"
@@ -9,8 +8,9 @@
 #include "Scan.h"
 #include "Show.h"
 #include "Subs.h"
-#include "Text.h"
-#include "ToolLog.h"
+#include "io/Errors.h"
+#include "io/Text.h"
+#include "io/ToolLog.h"
 
 #include <csignal>
 #include <exception>

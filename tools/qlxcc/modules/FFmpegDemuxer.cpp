@@ -1,6 +1,6 @@
 // The module qlxcc-containers: FFmpeg's libraries, which nothing else of the tool includes.
 #include "Demuxer.h"
-#include "Module.h"
+#include "io/Module.h"
 
 #include <algorithm>
 #include <array>

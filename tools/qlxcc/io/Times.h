@@ -1,7 +1,7 @@
 // Times on the command line and in listings.
 #pragma once
 
-#include "Rates.h"
+#include "io/Rates.h"
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 

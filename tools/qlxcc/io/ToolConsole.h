@@ -1,7 +1,7 @@
 // Where the library's own messages go in a command-line program.
 #pragma once
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 

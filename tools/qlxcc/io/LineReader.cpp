@@ -1,6 +1,6 @@
-#include "LineReader.h"
+#include "io/LineReader.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <algorithm>
 

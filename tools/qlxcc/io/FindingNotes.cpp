@@ -1,6 +1,6 @@
-#include "FindingNotes.h"
+#include "io/FindingNotes.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 namespace qlx::tool {
 

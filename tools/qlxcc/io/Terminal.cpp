@@ -1,6 +1,6 @@
-#include "Terminal.h"
+#include "io/Terminal.h"
 
-#include "OutputFile.h"
+#include "io/OutputFile.h"
 
 #include <cstdlib>
 #include <string_view>

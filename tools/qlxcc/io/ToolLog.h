@@ -1,7 +1,7 @@
 // The technical log of a run, and where the library's own messages go.
 #pragma once
 
-#include "ToolConsole.h"
+#include "io/ToolConsole.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 // Reading a text line by line, in bounded memory.
 #pragma once
 
-#include "InputFile.h"
+#include "io/InputFile.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Saying what was found in a file, some of each kind.
 #pragma once
 
-#include "Progress.h"
+#include "io/Progress.h"
 
 #include <qlx/base/finding.h>
 

@@ -1,6 +1,6 @@
-#include "OutputFile.h"
+#include "io/OutputFile.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "Text.h"
+#include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 

@@ -1,8 +1,8 @@
-#include "Progress.h"
+#include "io/Progress.h"
 
-#include "Errors.h"
-#include "OutputFile.h"
-#include "Text.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Text.h"
 
 #include <algorithm>
 #include <cmath>

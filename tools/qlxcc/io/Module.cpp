@@ -1,6 +1,6 @@
-#include "Module.h"
+#include "io/Module.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "Rates.h"
+#include "io/Rates.h"
 
 #include <charconv>
 #include <cmath>

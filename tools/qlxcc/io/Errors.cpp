@@ -1,6 +1,6 @@
-#include "Errors.h"
+#include "io/Errors.h"
 
-#include "Text.h"
+#include "io/Text.h"
 
 #include <atomic>
 #include <cstdio>

@@ -1,6 +1,6 @@
-#include "ToolLog.h"
+#include "io/ToolLog.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>
 

@@ -1,6 +1,6 @@
-#include "InputFile.h"
+#include "io/InputFile.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <algorithm>
 #include <cerrno>

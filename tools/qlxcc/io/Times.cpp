@@ -1,6 +1,6 @@
-#include "Times.h"
+#include "io/Times.h"
 
-#include "Errors.h"
+#include "io/Errors.h"
 
 #include <charconv>
 #include <cstdint>
