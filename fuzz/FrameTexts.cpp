@@ -1,10 +1,10 @@
 // The tool's readers of JSON lines and Scenarist captions: they end with a message or at the end of the input.
 #include "FuzzSupport.h"
-#include "Json.h"
-#include "JsonlReader.h"
 #include "MemorySource.h"
-#include "SccReader.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
+#include "streams/JsonlReader.h"
+#include "streams/SccReader.h"
 
 #include <string_view>
 

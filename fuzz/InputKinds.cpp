@@ -1,9 +1,9 @@
 // Telling what a file is, the headers that order pictures, and the ends of streams: any bytes give an answer that fits.
-#include "InputKind.h"
-#include "PictureOrder.h"
-#include "StreamEnd.h"
-#include "StreamWalk.h"
-#include "VideoCaptions.h"
+#include "streams/InputKind.h"
+#include "streams/PictureOrder.h"
+#include "streams/StreamEnd.h"
+#include "streams/StreamWalk.h"
+#include "streams/VideoCaptions.h"
 
 #include "FuzzSupport.h"
 

@@ -1,8 +1,8 @@
 // The tool's reader of KLV files: it ends with a message or at the end of the input, and what it finds can be printed.
-#include "Json.h"
-#include "Klv.h"
 #include "MemorySource.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
+#include "streams/Klv.h"
 
 #include "FuzzSupport.h"
 

@@ -1,9 +1,9 @@
 // The tool's reader of rows: it gives a frame for each whole one, says what is wrong with its place, and what it finds can
 // be printed. Width, format, lines and search are in the first byte.
-#include "RowFile.h"
-#include "Json.h"
+#include "streams/RowFile.h"
 #include "MemorySource.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
 
 #include "FuzzSupport.h"
 

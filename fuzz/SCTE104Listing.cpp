@@ -1,8 +1,8 @@
 // The tool's listing of SCTE-104 messages: it finds the operations that the library finds, in words on one line and as
 // JSON, and says so when some are missing.
-#include "Json.h"
-#include "SCTE104Message.h"
 #include "io/Text.h"
+#include "streams/Json.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 

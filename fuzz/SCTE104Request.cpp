@@ -1,7 +1,7 @@
 // The tool's reader of JSON messages: it ends with a message, or gives operations that can be read back.
 #include "SCTE104Request.h"
-#include "SCTE104Message.h"
 #include "io/Errors.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 

@@ -1,8 +1,8 @@
 // The tool's readers of subtitle files: they end with a message or give cues; what the reader of JSON gives can be read
 // as subtitles.
-#include "Json.h"
 #include "SubtitleReaders.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 

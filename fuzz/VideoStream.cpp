@@ -1,8 +1,8 @@
 // The tool's cutting of video streams: the units are the stream without a gap, and each begins with a start code.
-#include "VideoStream.h"
-#include "Cdp.h"
+#include "streams/VideoStream.h"
 #include "MemorySource.h"
 #include "io/Errors.h"
+#include "streams/Cdp.h"
 
 #include "FuzzSupport.h"
 

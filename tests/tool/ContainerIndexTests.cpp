@@ -1,11 +1,11 @@
 // qlxcc scan and extract: containers that are cut short, damaged or not finished.
 #include "AncBytes.h"
 #include "CaptionBytes.h"
-#include "ContainerIndex.h"
 #include "ExactBuffer.h"
 #include "MovBytes.h"
 #include "MxfBytes.h"
 #include "ToolRunner.h"
+#include "streams/ContainerIndex.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "ExactBuffer.h"
 #include "MemorySource.h"
 #include "ToolRunner.h"
-#include "VideoStream.h"
+#include "streams/VideoStream.h"
 
 #include "io/Errors.h"
 

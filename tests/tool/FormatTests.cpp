@@ -1,7 +1,6 @@
 // Rates, times, texts and rows.
 #include "AncBytes.h"
 #include "MemorySource.h"
-#include "RowFile.h"
 #include "Teletext.h"
 #include "TeletextBytes.h"
 #include "io/Errors.h"
@@ -9,6 +8,7 @@
 #include "io/Rates.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/RowFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 

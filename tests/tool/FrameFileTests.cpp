@@ -1,10 +1,10 @@
 // Files of frames that are texts: JSON lines and Scenarist captions.
-#include "Json.h"
-#include "JsonlReader.h"
 #include "MemorySource.h"
-#include "SccReader.h"
 #include "ToolRunner.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
+#include "streams/JsonlReader.h"
+#include "streams/SccReader.h"
 
 #include "ExactBuffer.h"
 

@@ -1,11 +1,11 @@
 // What a file is, and reading it from its beginning after that has been looked at.
-#include "InputKind.h"
+#include "streams/InputKind.h"
 
 #include "AncBytes.h"
 #include "ExactBuffer.h"
-#include "FrameSource.h"
 #include "ToolRunner.h"
 #include "io/InputFile.h"
+#include "streams/FrameSource.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // qlxcc play with JSON subtitle files.
-#include "Json.h"
 #include "SubtitleFiles.h"
 #include "Subtitles.h"
 #include "TeletextBytes.h"
 #include "ToolRunner.h"
+#include "streams/Json.h"
 
 #include <gtest/gtest.h>
 

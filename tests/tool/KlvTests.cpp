@@ -1,10 +1,10 @@
 // Reading triplets.
 #include "AncBytes.h"
-#include "Klv.h"
 #include "MemorySource.h"
 #include "ToolRunner.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
+#include "streams/Klv.h"
 
 #include <gtest/gtest.h>
 

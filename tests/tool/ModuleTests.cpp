@@ -1,10 +1,10 @@
 // The parts of the tool that stand on large libraries, and are loaded when they are needed.
 
-#include "Demuxer.h"
 #include "PngCodec.h"
 #include "ScreenPainter.h"
 #include "io/Errors.h"
 #include "io/Module.h"
+#include "streams/Demuxer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
 // Files of a kind that a command does not read: what is said of them, and that nothing else is taken for one.
 #include "AncBytes.h"
 #include "ExactBuffer.h"
-#include "InputKind.h"
 #include "SCTESupport.h"
 #include "STLFiles.h"
 #include "Sanitized.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
+#include "streams/InputKind.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // qlxcc scte104 and scte35: messages from options and JSON, what they hold, and their sections.
 #include "AncBytes.h"
-#include "SCTE104Message.h"
 #include "SCTESupport.h"
 #include "ToolRunner.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 

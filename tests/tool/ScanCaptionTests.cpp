@@ -1,8 +1,8 @@
 // qlxcc scan: what a caption packet holds.
 #include "AncBytes.h"
 #include "CaptionBytes.h"
-#include "Cdp.h"
 #include "ToolRunner.h"
+#include "streams/Cdp.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // Putting the frames of coded streams in order, with their times and captions.
 #include "ExactBuffer.h"
-#include "FrameCaptions.h"
-#include "FrameOrder.h"
-#include "PacketNames.h"
-#include "PictureOrder.h"
-#include "PictureTimes.h"
-#include "VideoCaptions.h"
+#include "streams/FrameCaptions.h"
+#include "streams/FrameOrder.h"
+#include "streams/PacketNames.h"
+#include "streams/PictureOrder.h"
+#include "streams/PictureTimes.h"
+#include "streams/VideoCaptions.h"
 
 #include <gtest/gtest.h>
 

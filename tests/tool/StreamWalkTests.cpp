@@ -1,10 +1,10 @@
 // Following the pieces of a container while it is read: what stands between them, and whether the last one is whole.
 #include "ExactBuffer.h"
 #include "MovBytes.h"
-#include "StreamEnd.h"
-#include "StreamWalk.h"
 #include "ToolRunner.h"
 #include "io/InputFile.h"
+#include "streams/StreamEnd.h"
+#include "streams/StreamWalk.h"
 
 #include <gtest/gtest.h>
 

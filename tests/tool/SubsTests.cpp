@@ -1,9 +1,9 @@
 // qlxcc subs, encodings, the limits of subtitle files, and --quiet.
-#include "Json.h"
 #include "SubtitleFiles.h"
 #include "SubtitleReaders.h"
 #include "ToolRunner.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
 
 #include <gtest/gtest.h>
 

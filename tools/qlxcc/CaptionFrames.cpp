@@ -1,10 +1,10 @@
 #include "CaptionFrames.h"
 
-#include "Cdp.h"
-#include "PacketNames.h"
 #include "io/Errors.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/Cdp.h"
+#include "streams/PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 

@@ -1,17 +1,17 @@
 #include "Extract.h"
 
-#include "Cdp.h"
-#include "FrameCaptions.h"
-#include "FrameLoop.h"
-#include "FrameSource.h"
-#include "Json.h"
-#include "VideoCaptions.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/Cdp.h"
+#include "streams/FrameCaptions.h"
+#include "streams/FrameLoop.h"
+#include "streams/FrameSource.h"
+#include "streams/Json.h"
+#include "streams/VideoCaptions.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 

@@ -1,8 +1,8 @@
 // qlxcc extract: the caption data of an elementary video stream, access unit by access unit, or of a file of frames.
 #pragma once
 
-#include "FrameSource.h"
-#include "VideoStream.h"
+#include "streams/FrameSource.h"
+#include "streams/VideoStream.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,9 @@
 #include "ImageFile.h"
 
-#include "InputKind.h"
 #include "PngFile.h"
 #include "io/Errors.h"
 #include "io/Text.h"
+#include "streams/InputKind.h"
 
 #include <algorithm>
 #include <array>

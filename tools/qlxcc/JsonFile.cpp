@@ -1,8 +1,8 @@
 // JSON subtitle files, element by element.
-#include "Json.h"
 #include "SubtitleReaders.h"
 #include "SubtitleTimes.h"
 #include "io/Errors.h"
+#include "streams/Json.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 

@@ -1,11 +1,11 @@
 #include "Line21.h"
 
-#include "Json.h"
 #include "Line21Preview.h"
 #include "PngFile.h"
 #include "io/Errors.h"
 #include "io/Progress.h"
 #include "io/Text.h"
+#include "streams/Json.h"
 #include <qlx/cea608/codes.h>
 
 #include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>

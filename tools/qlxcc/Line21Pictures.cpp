@@ -1,9 +1,9 @@
 #include "Line21Pictures.h"
 
-#include "InputKind.h"
 #include "Line21Preview.h"
 #include "io/Errors.h"
 #include "io/Text.h"
+#include "streams/InputKind.h"
 
 #include <algorithm>
 #include <string>

@@ -2,8 +2,6 @@
 
 #include "CaptionFrames.h"
 #include "CueLosses.h"
-#include "Json.h"
-#include "Klv.h"
 #include "Schedule.h"
 #include "SubtitleTimes.h"
 #include "Subtitles.h"
@@ -12,6 +10,8 @@
 #include "io/Progress.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/Json.h"
+#include "streams/Klv.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

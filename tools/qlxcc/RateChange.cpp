@@ -1,14 +1,14 @@
 #include "RateChange.h"
 
-#include "FrameLoop.h"
-#include "InputKind.h"
-#include "PacketNames.h"
 #include "RateHalves.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
+#include "streams/FrameLoop.h"
+#include "streams/InputKind.h"
+#include "streams/PacketNames.h"
 
 #include <qlx/anc/rate.h>
 #include <qlx/base/frame_rate.h>

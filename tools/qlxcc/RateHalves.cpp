@@ -1,10 +1,10 @@
 #include "RateHalves.h"
 
-#include "Cdp.h"
-#include "FrameLoop.h"
-#include "PacketNames.h"
 #include "io/Errors.h"
 #include "io/Progress.h"
+#include "streams/Cdp.h"
+#include "streams/FrameLoop.h"
+#include "streams/PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "Extract.h"
-#include "FrameSource.h"
 #include "Play.h"
 #include "RateChange.h"
 #include "Scan.h"
 #include "Subs.h"
+#include "streams/FrameSource.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,9 +1,9 @@
 #include "RawOptionsSCTE.h"
 
 #include "RawOptions.h"
-#include "SCTE104Message.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 

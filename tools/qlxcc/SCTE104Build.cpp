@@ -1,12 +1,12 @@
 #include "SCTE104Build.h"
 
-#include "Frame.h"
-#include "Klv.h"
-#include "PacketNames.h"
-#include "RowWriter.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
+#include "streams/Frame.h"
+#include "streams/Klv.h"
+#include "streams/PacketNames.h"
+#include "streams/RowWriter.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>

@@ -1,12 +1,12 @@
 #include "SCTE104Input.h"
 
-#include "Frame.h"
-#include "FrameLoop.h"
-#include "InputKind.h"
-#include "Klv.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
 #include "io/Text.h"
+#include "streams/Frame.h"
+#include "streams/FrameLoop.h"
+#include "streams/InputKind.h"
+#include "streams/Klv.h"
 
 #include <qlx/klv/keys.h>
 #include <qlx/scte/scte104_packets.h>

@@ -1,10 +1,10 @@
 #include "SCTE104Parse.h"
 
-#include "Json.h"
-#include "SCTE104Message.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
+#include "streams/Json.h"
+#include "streams/SCTE104Message.h"
 
 #include <string>
 #include <vector>

@@ -1,12 +1,12 @@
 #include "SCTE104Request.h"
 
-#include "InputKind.h"
-#include "Json.h"
 #include "SCTE104Input.h"
-#include "SCTE104Message.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
 #include "io/Text.h"
+#include "streams/InputKind.h"
+#include "streams/Json.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 

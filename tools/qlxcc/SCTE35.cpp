@@ -1,10 +1,10 @@
 #include "SCTE35.h"
 
 #include "SCTE104Input.h"
-#include "SCTE104Message.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>

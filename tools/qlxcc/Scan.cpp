@@ -1,13 +1,13 @@
 #include "Scan.h"
 
-#include "Frame.h"
-#include "FrameLoop.h"
-#include "FrameSource.h"
-#include "Json.h"
 #include "ScanList.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Terminal.h"
+#include "streams/Frame.h"
+#include "streams/FrameLoop.h"
+#include "streams/FrameSource.h"
+#include "streams/Json.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 // qlxcc scan: the ancillary packets and captions of a file's frames.
 #pragma once
 
-#include "FrameOutput.h"
-#include "FrameSource.h"
+#include "streams/FrameOutput.h"
+#include "streams/FrameSource.h"
 
 #include <optional>
 #include <string>

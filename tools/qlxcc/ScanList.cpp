@@ -1,11 +1,11 @@
 #include "ScanList.h"
 
-#include "Cdp.h"
-#include "PacketNames.h"
-#include "SCTE104Message.h"
 #include "ScreenText.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/Cdp.h"
+#include "streams/PacketNames.h"
+#include "streams/SCTE104Message.h"
 
 #include <qlx/teletext/page.h>
 

@@ -1,9 +1,6 @@
 #include "Show.h"
 
-#include "FrameLoop.h"
 #include "ImageFile.h"
-#include "Json.h"
-#include "OnAir.h"
 #include "PngFile.h"
 #include "ScreenImage.h"
 #include "ScreenText.h"
@@ -12,6 +9,9 @@
 #include "io/Terminal.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/FrameLoop.h"
+#include "streams/Json.h"
+#include "streams/OnAir.h"
 
 #include <qlx/teletext/page.h>
 

@@ -2,7 +2,6 @@
 
 #include "CaptionFrames.h"
 #include "CueLosses.h"
-#include "Json.h"
 #include "SubtitleTimes.h"
 #include "Subtitles.h"
 #include "io/Errors.h"
@@ -10,6 +9,7 @@
 #include "io/Terminal.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/Json.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

@@ -1,7 +1,7 @@
 #include "SubtitleTimes.h"
 
-#include "Json.h"
 #include "io/Times.h"
+#include "streams/Json.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>

@@ -1,10 +1,10 @@
 #include "Subtitles.h"
 
 #include "Encoding.h"
-#include "InputKind.h"
 #include "SubtitleReaders.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
+#include "streams/InputKind.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

@@ -1,6 +1,6 @@
 // The module qlxcc-containers: FFmpeg's libraries, which nothing else of the tool includes.
-#include "Demuxer.h"
 #include "io/Module.h"
+#include "streams/Demuxer.h"
 
 #include <algorithm>
 #include <array>

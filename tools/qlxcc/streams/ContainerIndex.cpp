@@ -1,0 +1,223 @@
+#include "streams/ContainerIndex.h"
+
+#include "io/Text.h"
+
+#include <qlx/klv/klv.h>
+#include <qlx/klv/partition.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
+    std::uint64_t value = 0;
+    for (const std::uint8_t byte : bytes) {
+        value = value << 8U | byte;
+    }
+    return value;
+}
+
+/// Up to N bytes of a file from a place on; fewer at its end.
+template <std::size_t N>
+std::span<const std::uint8_t> readAt(InputFile& source, std::uint64_t place, std::array<std::uint8_t, N>& bytes) {
+    return source.seek(place) ? std::span<const std::uint8_t>(bytes).first(source.read(bytes))
+                              : std::span<const std::uint8_t>();
+}
+
+template <std::size_t N>
+bool beginsWith(std::span<const std::uint8_t> bytes, const std::array<std::uint8_t, N>& start) {
+    return bytes.size() >= N && std::equal(start.begin(), start.end(), bytes.begin());
+}
+
+/// Whether a random index pack ends the file, which says where its partitions are.
+bool hasRandomIndex(InputFile& source, std::uint64_t size) {
+    std::array<std::uint8_t, 4> length{};
+    const std::uint64_t packSize = size < length.size() ? 0 : bigEndian(readAt(source, size - length.size(), length));
+    klv::Key key{};
+    return packSize >= key.size() && packSize <= size &&
+           beginsWith(readAt(source, size - packSize, key), klv::kRandomIndexPackKey);
+}
+
+}  // namespace
+
+std::optional<MxfFooter> mxfFooter(std::span<const std::uint8_t> first) noexcept {
+    const auto found = std::search(first.begin(), first.end(), klv::kPackKeyStart.begin(), klv::kPackKeyStart.end());
+    const auto begin = static_cast<std::size_t>(found - first.begin());
+    const Result<klv::TripletHeader> header = klv::parseTripletHeader(first.subspan(begin));
+    const auto partition = header ? klv::partitionKey(header->key) : std::nullopt;
+    if (!partition || partition->kind != klv::PartitionKind::Header) {
+        return std::nullopt;
+    }
+    // What stands behind the places of partitions does not matter here, nor need it be there.
+    constexpr std::size_t kPlacesEnd = 32;
+    std::array<std::uint8_t, klv::partitionPackSize()> fields{};
+    const auto value = first.subspan(begin + header->size());
+    if (value.size() < kPlacesEnd) {
+        return std::nullopt;
+    }
+    std::copy_n(value.begin(), kPlacesEnd, fields.begin());
+    const std::uint64_t place = klv::parsePartitionPack(fields)->footerPartition;
+    // Places are counted from the header on; one beyond all files is damage, and tells nothing.
+    constexpr std::uint64_t kGreatestPlace = std::uint64_t{1} << 60U;
+    MxfFooter footer;
+    footer.place = place == 0 || place > kGreatestPlace ? 0 : begin + place;
+    footer.isHeaderOpen = partition->status == klv::PartitionStatus::OpenIncomplete ||
+                          partition->status == klv::PartitionStatus::OpenComplete;
+    return footer;
+}
+
+std::optional<std::string> remarkOnMissingFooter(const MxfFooter& footer, std::uint64_t end) {
+    if (footer.place < end) {
+        return std::nullopt;
+    }
+    return "byte " + std::to_string(end) + ": the file is cut short: its footer with the index, at byte " +
+           std::to_string(footer.place) + ", is missing";
+}
+
+std::optional<std::string> remarkOnFooter(InputFile& source) {
+    const std::optional<MxfFooter> footer = mxfFooter(source.peek(kLongestPeek));
+    const std::uint64_t size = source.size().value_or(0);
+    if (!footer || size == 0) {
+        return std::nullopt;
+    }
+    std::optional<std::string> remark = remarkOnMissingFooter(*footer, size);
+    klv::Key key{};
+    if (footer->place == 0 && footer->isHeaderOpen && !hasRandomIndex(source, size)) {
+        remark = "byte " + std::to_string(size) +
+                 ": the file has not been finished, or is cut short: its footer with the index is missing";
+    } else if (!remark && footer->place > 0 && !beginsWith(readAt(source, footer->place, key), klv::kPackKeyStart)) {
+        remark = "byte " + std::to_string(footer->place) +
+                 ": the file is damaged: its footer with the index should stand here, and does not";
+    }
+    (void)source.seek(0);
+    return remark;
+}
+
+namespace {
+
+constexpr std::string_view kIndex = "moov";
+constexpr std::string_view kMedia = "mdat";
+constexpr std::string_view kFragment = "moof";
+
+struct Atom {
+    std::uint64_t size = 0;  ///< 0: up to the end.
+    std::string_view type;   ///< In the bytes that it was read from.
+};
+
+constexpr std::size_t kShortestHeader = 8;
+constexpr std::size_t kLongestHeader = 16;
+
+/// Types are four characters; those of QuickTime may have a copyright sign in front.
+bool isType(std::string_view type) {
+    constexpr char kCopyright = '\xA9';
+    return std::all_of(type.begin(), type.end(), [](char character) {
+        return (character >= ' ' && character <= '~') || character == kCopyright;
+    });
+}
+
+/// What an atom at the end of a file is in words; nothing of one that may be something else than an atom.
+std::string_view partCalled(std::string_view type) {
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kParts{{{kIndex, "index (moov)"},
+                                                                                   {kMedia, "media data (mdat)"},
+                                                                                   {kFragment, "fragment (moof)"},
+                                                                                   {"mfra", "fragments' list (mfra)"}}};
+    const auto* const part =
+        std::find_if(kParts.begin(), kParts.end(), [type](const auto& one) { return one.first == type; });
+    return part == kParts.end() ? std::string_view() : part->second;
+}
+
+/// @param header The first bytes of an atom, kLongestHeader of them or all that there are.
+/// @return None of what is no atom.
+std::optional<Atom> atomOf(std::span<const std::uint8_t> header) {
+    if (header.size() < kShortestHeader) {
+        return std::nullopt;
+    }
+    Atom atom{bigEndian(header.first(4)), {reinterpret_cast<const char*>(header.data()) + 4, 4}};
+    if (atom.size == 1) {
+        atom.size = header.size() < kLongestHeader ? 1 : bigEndian(header.subspan(kShortestHeader, 8));
+        return atom.size < kLongestHeader ? std::nullopt : std::optional(atom);
+    }
+    return atom.size == 0 || atom.size >= kShortestHeader ? std::optional(atom) : std::nullopt;
+}
+
+}  // namespace
+
+bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept {
+    bool hasMedia = false;
+    while (const std::optional<Atom> atom = atomOf(first.first(std::min(first.size(), kLongestHeader)))) {
+        if (atom->type == kIndex) {
+            return hasMedia && atom->size > first.size();
+        }
+        hasMedia = hasMedia || atom->type == kMedia;
+        if (atom->size == 0 || atom->size > first.size()) {
+            break;
+        }
+        first = first.subspan(static_cast<std::size_t>(atom->size));
+    }
+    return hasMedia;
+}
+
+std::optional<std::uint64_t> AtomWalk::add(std::uint64_t place, std::span<const std::uint8_t> header) {
+    header = header.first(std::min(header.size(), kLongestHeader));
+    const bool hasLongSize = header.size() >= 4 && bigEndian(header.first(4)) == 1;
+    if (header.size() < (hasLongSize ? kLongestHeader : kShortestHeader)) {
+        return 0;
+    }
+    const std::optional<Atom> atom = atomOf(header);
+    if (!atom || !isType(atom->type)) {
+        _damagedAt = place;
+        return std::nullopt;
+    }
+    _hasIndex = _hasIndex || atom->type == kIndex;
+    _hasFragments = _hasFragments || atom->type == kFragment;
+    _place = place;
+    _size = atom->size;
+    _part = partCalled(atom->type);
+    return atom->size == 0 ? std::nullopt : std::optional(atom->size);
+}
+
+std::optional<std::string> AtomWalk::remark(std::uint64_t end) const {
+    const std::string place = "byte " + std::to_string(end) + ": ";
+    if (!_hasIndex) {
+        return end == 0 ? std::nullopt
+                        : std::optional(place + "the index (moov) is missing: the file is cut short, or its recording "
+                                                "has not been finished");
+    }
+    const std::uint64_t rest = end - std::min(end, _place);
+    const bool isCut = _size > rest;
+    if (isCut && !_part.empty()) {
+        return place + "the file is cut short: " + std::to_string(rest) + " of " + counted(_size, "byte") + " of the " +
+               std::string(_part) + " are there";
+    }
+    // What stands behind the atoms of a file without fragments does no harm.
+    const std::optional<std::uint64_t> damagedAt = isCut ? std::optional(_place) : _damagedAt;
+    if (!damagedAt || !_hasFragments) {
+        return std::nullopt;
+    }
+    return "byte " + std::to_string(*damagedAt) +
+           ": the file is damaged: an atom should begin here, and does not; what follows cannot be read";
+}
+
+std::optional<std::string> remarkOnAtoms(InputFile& source) {
+    // A file in fragments has two for each of them.
+    constexpr std::size_t kMostAtoms = 200'000;
+    const std::uint64_t size = source.size().value_or(0);
+    AtomWalk walk;
+    std::uint64_t place = 0;
+    for (std::size_t count = 0; count < kMostAtoms && place < size; ++count) {
+        std::array<std::uint8_t, kLongestHeader> header{};
+        const std::uint64_t atomSize = walk.add(place, readAt(source, place, header)).value_or(0);
+        if (atomSize == 0 || atomSize > size - place) {
+            break;
+        }
+        place += atomSize;
+    }
+    return walk.remark(size);
+}
+
+}  // namespace qlx::tool

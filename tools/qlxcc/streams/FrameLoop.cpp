@@ -1,0 +1,140 @@
+#include "streams/FrameLoop.h"
+
+#include "io/Errors.h"
+#include "io/Progress.h"
+#include "io/Text.h"
+
+#include <string>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+/// Says what a reader finds beside its frames: every problem, and the first of its remarks.
+class Findings {
+public:
+    Findings(const ByteSource& source, FrameReader& reader, OutputFile& output, Progress& progress)
+        : _source(source), _reader(reader), _output(output), _progress(progress), _remarks(source) {}
+
+    /// Says what is new.
+    void report() {
+        const std::vector<std::string> remarks = _reader.takeRemarks();
+        if (problems.empty() && remarks.empty()) {
+            return;
+        }
+        makeRoom();
+        for (const std::string& problem : problems) {
+            printMessage(_source.name() + ": " + problem);
+        }
+        _problemCount += problems.size();
+        problems.clear();
+        _remarks.say(remarks);
+    }
+
+    /// Says what is new, and how many remarks have not been shown.
+    /// @return The number of problems.
+    std::uint64_t finish() {
+        report();
+        if (_remarks.hasMore()) {
+            makeRoom();
+            _remarks.sayHowManyMore();
+        }
+        return _problemCount;
+    }
+
+    std::vector<std::string> problems;  ///< Those that have not been reported.
+
+private:
+    /// The list so far comes first, so that both are in order where they go to one place.
+    void makeRoom() {
+        if (_output.isStandardOutput()) {
+            _output.flush();
+        }
+        _progress.clear();
+    }
+
+    const ByteSource& _source;
+    FrameReader& _reader;
+    OutputFile& _output;
+    Progress& _progress;
+    std::uint64_t _problemCount = 0;
+    RemarkNotes _remarks;
+};
+
+}  // namespace
+
+void RemarkNotes::say(const std::vector<std::string>& remarks) {
+    for (const std::string& remark : remarks) {
+        if (++_count <= kShown) {
+            printNote("warning: " + _source.name() + ": " + remark);
+        }
+    }
+}
+
+void RemarkNotes::sayHowManyMore() const {
+    printNote("warning: " + _source.name() + ": " + counted(_count - kShown, "more warning"));
+}
+
+std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
+                         const std::function<bool(const Frame&)>& take) {
+    const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
+    Progress progress(source.size(), output.isStandardOutput());
+    Findings findings(source, reader, output, progress);
+    Frame frame;
+    try {
+        for (std::uint64_t frames = 1; reader.next(frame, findings.problems); ++frames) {
+            const bool wantsMore = take(frame);
+            findings.report();
+            if (!wantsMore) {
+                break;
+            }
+            if (isTerminal) {
+                output.flush();
+            }
+            progress.update(frames, source.offset());
+        }
+    } catch (const Failure&) {
+        (void)findings.finish();
+        if (output.isStandardOutput()) {
+            // What came before the broken place has been found all the same.
+            output.flush();
+        }
+        throw;
+    }
+    // What only the end shows comes here.
+    return findings.finish();
+}
+
+bool readWhole(const ByteSource& source, FrameReader& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
+    std::vector<std::string> problems;
+    const bool hasFrame = reader.next(frame, problems);
+    if (const std::vector<std::string> news = reader.takeRemarks(); !news.empty()) {
+        progress.clear();
+        remarks.say(news);
+    }
+    if (!problems.empty()) {
+        throw failureIn(source.name(), problems.front());
+    }
+    if (hasFrame) {
+        progress.update(frame.number + 1, source.offset());
+    }
+    return hasFrame;
+}
+
+int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems, std::string_view what,
+                 const std::function<void()>& writeMore) {
+    if (problems == 0 || output.isStandardOutput()) {
+        output.commit();
+        if (writeMore) {
+            writeMore();
+        }
+    }
+    const std::string notWritten = output.isStandardOutput() ? "" : "; " + output.name() + " is not written";
+    if (problems > 1 || (problems == 1 && !notWritten.empty())) {
+        throw failureIn(source.name(), counted(problems, "problem") + ": " + std::string(what) + notWritten);
+    }
+    return problems == 0 ? kExitSuccess : kExitFailure;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,57 @@
+// Going through a file's frames and saying what could not be read.
+#pragma once
+
+#include "io/InputFile.h"
+#include "io/OutputFile.h"
+#include "streams/Frame.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+class Progress;
+
+/// Hands on every frame of a file, with progress on a terminal. Every problem gets a line on standard error, behind what
+/// has been written for the frames before it.
+/// @param take Returns false when it needs no further frame.
+/// @return The number of problems.
+/// @throws Failure when the file is broken; what was found before goes to standard output all the same.
+std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
+                         const std::function<bool(const Frame&)>& take);
+
+/// Says what needs a look in a file: the first ten remarks, and in the end how many more there were.
+class RemarkNotes {
+public:
+    explicit RemarkNotes(const ByteSource& source) : _source(source) {}
+
+    void say(const std::vector<std::string>& remarks);
+    [[nodiscard]] bool hasMore() const noexcept { return _count > kShown; }
+    void sayHowManyMore() const;
+
+private:
+    static constexpr std::uint64_t kShown = 10;
+
+    const ByteSource& _source;
+    std::uint64_t _count = 0;
+};
+
+/// Reads the next frame of a file that is made into another one: what cannot be read would be missing from that.
+/// @return False at the end of the file.
+/// @throws Failure when something of the frame cannot be read.
+[[nodiscard]] bool readWhole(const ByteSource& source, FrameReader& reader, RemarkNotes& remarks, Progress& progress,
+                             Frame& frame);
+
+/// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
+/// does not appear.
+/// @param what What the problems kept from being done: `not every packet could be read`.
+/// @param writeMore Writes what stands beside the output, when that is complete; may be empty.
+/// @return The exit code.
+/// @throws Failure when there is more to say than the problems' own lines did.
+[[nodiscard]] int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems,
+                               std::string_view what, const std::function<void()>& writeMore = {});
+
+}  // namespace qlx::tool

@@ -1,0 +1,354 @@
+#include "streams/Json.h"
+
+#include "io/Errors.h"
+#include "io/Text.h"
+#include "streams/Cdp.h"
+#include "streams/PacketNames.h"
+#include "streams/SCTE104Message.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Text that is not UTF-8 gets replacement characters; the default would throw.
+std::string line(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json tripletList(const std::vector<CaptionTriplet>& triplets) {
+    Json list = Json::array();
+    for (const CaptionTriplet& triplet : triplets) {
+        Json entry;
+        entry["kind"] = nameOf(triplet.kind);
+        entry["data"] = hex(triplet.data);
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+Json cdpObject(const Cdp& cdp) {
+    Json object;
+    object["rate"] = cdp.rate.empty() ? Json() : Json(cdp.rate);
+    object["cc_count"] = cdp.ccCount ? Json(*cdp.ccCount) : Json();
+    object["counter"] = cdp.counter;
+    object["triplets"] = tripletList(cdp.triplets);
+    if (std::string contradiction = contradictionIn(cdp); !contradiction.empty()) {
+        object["contradiction"] = std::move(contradiction);
+    }
+    object["length_ok"] = cdp.hasStandardLength();
+    object["checksum_ok"] = cdp.hasStandardChecksum();
+    return object;
+}
+
+Json jsonOf(const Value& value) {
+    if (const Dictionary* const dictionary = value.dictionary()) {
+        Json object = Json::object();
+        for (const auto& [key, entry] : *dictionary) {
+            object[key] = jsonOf(entry);
+        }
+        return object;
+    }
+    if (const Array* const array = value.array()) {
+        Json list = Json::array();
+        for (const Value& entry : *array) {
+            list.push_back(jsonOf(entry));
+        }
+        return list;
+    }
+    if (value.isBool()) {
+        return value.boolValue();
+    }
+    if (const std::uint64_t* const number = value.unsignedInteger()) {
+        return *number;
+    }
+    if (const std::int64_t* const number = value.signedInteger()) {
+        return *number;
+    }
+    if (const double* const number = value.number()) {
+        return *number;
+    }
+    if (const Data* const data = value.data()) {
+        return hex(*data);
+    }
+    return value.text() ? Json(*value.text()) : Json();
+}
+
+/// Builds a Value out of the events of the parser, which does not recurse; neither does this.
+class ValueBuilder final : public nlohmann::json_sax<nlohmann::json> {
+public:
+    ValueBuilder(std::string_view name, std::string_view text) : _name(name), _text(text) {}
+
+    /// Hands on the elements of a list in place of keeping them; see readJsonElements().
+    ValueBuilder(std::string_view name, std::string_view text, const std::function<void(Value)>& takeElement)
+        : _name(name), _text(text), _takeElement(&takeElement) {}
+
+    [[nodiscard]] Value take() { return std::move(_root); }
+
+    [[nodiscard]] bool hasList() const { return _hasList; }
+
+    bool null() override { return add(nullptr); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(number_integer_t value) override { return add(std::int64_t{value}); }
+    bool number_unsigned(number_unsigned_t value) override { return add(std::uint64_t{value}); }
+    bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
+    bool string(string_t& value) override {
+        weigh(value.size());
+        return add(std::move(value));
+    }
+    bool binary(binary_t& /*value*/) override { return add(nullptr); }
+    bool start_object(std::size_t /*elements*/) override { return open(true); }
+    bool start_array(std::size_t /*elements*/) override { return open(false); }
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+    bool key(string_t& value) override {
+        weigh(value.size());
+        _open.back().key = std::move(value);
+        return true;
+    }
+    bool parse_error(std::size_t position, const std::string& /*token*/,
+                     const nlohmann::json::exception& /*error*/) override {
+        const std::size_t offset = std::min(position > 0 ? position - 1 : 0, _text.size());
+        const std::string_view before = _text.substr(0, offset);
+        const auto lineNumber = 1 + static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n'));
+        if (offset == _text.size()) {
+            throw failureAtLine(_name, lineNumber, "not JSON: the text ends too early");
+        }
+        std::string_view rest = _text.substr(offset);
+        rest = rest.substr(0, rest.find_first_of("\r\n"));
+        std::string shown;
+        constexpr std::size_t kShownCharacters = 40;
+        for (std::size_t count = 0; count < kShownCharacters && !rest.empty(); ++count) {
+            const std::string_view whole = rest;
+            (void)takeCodePoint(rest);
+            shown += whole.substr(0, whole.size() - rest.size());
+        }
+        throw failureAtLine(_name, lineNumber, "not JSON at \"" + shown + "\"");
+    }
+
+private:
+    struct Container {
+        bool isObject = false;
+        std::string key;
+        Dictionary object;
+        Array array;
+    };
+
+    /// Whether the innermost container is the list whose elements are handed on.
+    [[nodiscard]] bool isInList() const {
+        return (_open.size() == 1 && !_open[0].isObject) ||
+               (_open.size() == 2 && _open[0].isObject && _open[0].key == kListKey && !_open[1].isObject);
+    }
+
+    void weigh(std::size_t size) {
+        _weight += size;
+        if (_takeElement != nullptr && _weight > kLargestElement) {
+            throw failureIn(_name, "element " + std::to_string(_elements + 1) + ": larger than any subtitle (1 MiB)");
+        }
+    }
+
+    bool add(Value value) {
+        weigh(kWeightOfValue);
+        if (_open.empty()) {
+            _root = std::move(value);
+        } else if (_takeElement != nullptr && isInList()) {
+            _weight = 0;
+            ++_elements;
+            (*_takeElement)(std::move(value));
+        } else if (Container& container = _open.back(); container.isObject) {
+            container.object.set(container.key, std::move(value));
+        } else {
+            container.array.push_back(std::move(value));
+        }
+        return true;
+    }
+
+    bool open(bool isObject) {
+        if (_open.size() == kDeepestJson) {
+            throw failureIn(_name, "JSON nested deeper than " + std::to_string(kDeepestJson) + " levels");
+        }
+        _open.push_back({isObject, {}, {}, {}});
+        _hasList = _hasList || isInList();
+        return true;
+    }
+
+    bool close() {
+        Container container = std::move(_open.back());
+        _open.pop_back();
+        return container.isObject ? add(std::move(container.object)) : add(std::move(container.array));
+    }
+
+    static constexpr std::string_view kListKey = "cues";
+    static constexpr std::size_t kLargestElement = std::size_t{1024} * 1024;
+    static constexpr std::size_t kWeightOfValue = 64;
+
+    std::string_view _name;
+    std::string_view _text;
+    const std::function<void(Value)>* _takeElement = nullptr;
+    std::vector<Container> _open;
+    std::size_t _weight = 0;      ///< Of the element that is read.
+    std::uint64_t _elements = 0;  ///< Those that have been handed on.
+    bool _hasList = false;
+    Value _root;
+};
+
+/// Refuses a text or number longer than 1 MiB before the parser keeps it in several places.
+void checkTokens(std::string_view name, std::string_view text) {
+    constexpr std::size_t kLongestToken = std::size_t{1024} * 1024;
+    constexpr std::string_view kBetweenTokens = " \t\r\n,:[]{}";
+    std::size_t start = 0;
+    bool isString = false;
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const char character = text[place];
+        if (isString && character == '\\') {
+            ++place;
+        } else if (character == '"') {
+            isString = !isString;
+            start = place;
+        } else if (!isString && kBetweenTokens.find(character) != std::string_view::npos) {
+            start = place;
+        } else if (place - start > kLongestToken) {
+            const std::string_view before = text.substr(0, start);
+            throw failureAtLine(name, 1 + static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n')),
+                                "a JSON text longer than 1 MiB");
+        }
+    }
+}
+
+template <class Number>
+void appendNumber(std::string& text, Number number) {
+    std::array<char, 24> digits{};
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    text.append(digits.data(), result.ptr);
+}
+
+/// What a packet is and holds, without the braces around it.
+void appendPacket(std::string& text, const anc::Packet& packet, bool showsCaptions) {
+    text += "\"line\":";
+    appendNumber(text, packet.line);
+    text += ",\"did\":";
+    appendNumber(text, unsigned{packet.did});
+    text += ",\"sdid\":";
+    appendNumber(text, unsigned{packet.sdid});
+    if (packet.channel != anc::Channel::Luma) {
+        text += ",\"channel\":\"";
+        text += channelName(packet.channel);
+        text += '"';
+    }
+    if (packet.horizontalOffset != 0) {
+        text += ",\"horizontalOffset\":";
+        appendNumber(text, packet.horizontalOffset);
+    }
+    text += ",\"type\":\"";
+    text += packetName(packet);
+    text += "\",\"data\":\"";
+    appendHex(text, packet.userData);
+    text += '"';
+    if (!showsCaptions) {
+        return;
+    }
+    if (packet.id() == anc::ids::kCdp) {
+        if (const auto cdp = readCdp(packet.userData)) {
+            text += ",\"cdp\":" + line(cdpObject(*cdp));
+        }
+    }
+    if (packet.id() == anc::ids::kScte104) {
+        if (const Scte104Message message = readScte104(packet.userData); !message.refusal) {
+            text += ",\"scte104\":" + line(jsonOf(scte104Operations(message)));
+        }
+    }
+}
+
+}  // namespace
+
+Value parseJson(std::string_view name, std::string_view text) {
+    ValueBuilder builder(name, text);
+    (void)nlohmann::json::sax_parse(text, &builder);
+    return builder.take();
+}
+
+bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take) {
+    checkTokens(name, text);
+    ValueBuilder builder(name, text, take);
+    (void)nlohmann::json::sax_parse(text, &builder);
+    return builder.hasList();
+}
+
+void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions) {
+    // Nothing in it needs an escape, so that only what packets hold is left to the JSON library.
+    text += "{\"frame\":";
+    appendNumber(text, frame.number);
+    if (frame.pts) {
+        text += ",\"pts\":{\"value\":";
+        appendNumber(text, frame.pts->value);
+        text += ",\"timescale\":";
+        appendNumber(text, frame.pts->timescale);
+        text += '}';
+    }
+    text += ",\"packets\":[";
+    for (const auto& packet : frame.packets) {
+        text += &packet == frame.packets.data() ? "{" : ",{";
+        appendPacket(text, packet, showsCaptions);
+        text += '}';
+    }
+    text += ']';
+    if (frame.triplets) {
+        text += ",\"captions\":{\"data\":\"";
+        appendHex(text, frame.triplets);
+        text += '"';
+        if (showsCaptions) {
+            text += ",\"triplets\":" + line(tripletList(readTriplets(frame.triplets)));
+        }
+        text += '}';
+    }
+    text += '}';
+}
+
+std::string jsonLine(const Frame& frame, bool showsCaptions) {
+    std::string text;
+    appendJsonLine(text, frame, showsCaptions);
+    return text;
+}
+
+std::string jsonText(const Value& value) {
+    return line(jsonOf(value));
+}
+
+std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data) {
+    Json object;
+    object["unit"] = unit;
+    object["offset"] = offset;
+    object["data"] = data ? Json(*data) : Json();
+    return line(object);
+}
+
+std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts, const std::optional<std::string>& data) {
+    Json object;
+    object["unit"] = unit;
+    object["pts"] = nullptr;
+    if (pts) {
+        object["pts"] = {{"value", pts->value}, {"timescale", pts->timescale}};
+    }
+    object["data"] = data ? Json(*data) : Json();
+    return line(object);
+}
+
+void JsonlWriter::write(const Frame& frame) {
+    _line.clear();
+    appendJsonLine(_line, frame, _showsCaptions);
+    _line += '\n';
+    _output.write(_line);
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,74 @@
+// JSON: lines of results, and subtitle files. The JSON library is included by this module's source alone.
+#pragma once
+
+#include "io/OutputFile.h"
+#include "streams/Frame.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Value.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qlx::tool {
+
+/// Arrays and objects may stand in each other this deep, far more than any subtitle file needs.
+inline constexpr std::size_t kDeepestJson = 64;
+
+/// Reads a JSON text.
+/// @param name What to call the file in messages.
+/// @throws Failure with the line when the text is no JSON, or nested deeper than kDeepestJson.
+[[nodiscard]] Value parseJson(std::string_view name, std::string_view text);
+
+/// Reads a JSON text that is an array, or an object with an array under `cues`, and hands on the array's elements one
+/// by one, so that a long text takes no more memory than its longest element.
+/// @return False when the text is JSON, but neither of these.
+/// @throws Failure as parseJson(), and when an element is larger than any subtitle (1 MiB; each value counts 64 bytes
+///   beside its text).
+bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take);
+
+/// `{"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}`
+/// without a line feed; `pts` only where it is known. A packet that is not in luma has `"channel":"chroma"` (or
+/// `"multiplex"`) behind its SDID, and one that does not begin its row `"horizontalOffset":12`, in words of the channel.
+/// @param showsCaptions Each packet of type CEA-708 that is a CDP gets, behind its data, `"cdp":{"rate":"29.97",
+///   "cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],"length_ok":true,"checksum_ok":true}`;
+///   `rate` is null for a code without one, `cc_count` without a cc_data section; a packet that contradicts itself has
+///   `"contradiction":"cc_count 20, of which 1 is there"` behind its triplets, see contradictionIn(). Each packet of
+///   type SCTE104 that is a message gets `"scte104":[{"opID":257,"operationID":"SpliceRequestData",..},..]`, its
+///   operations.
+/// Captions that came with the picture stand behind the packets: `"captions":{"data":"fc942c..","triplets":[..]}`, with
+/// `triplets` as those of a CDP, when `showsCaptions`.
+[[nodiscard]] std::string jsonLine(const Frame& frame, bool showsCaptions = false);
+
+/// Puts the same behind a text.
+void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions);
+
+/// A value as JSON without a line feed; keys in their order, byte buffers as lower-case hexadecimal digits.
+[[nodiscard]] std::string jsonText(const Value& value);
+
+/// `{"unit":0,"offset":0,"data":"fc942c.."}` without a line feed; `data` is null where there is none.
+[[nodiscard]] std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data);
+
+/// `{"unit":0,"pts":{"value":0,"timescale":25},"data":"fc942c.."}` without a line feed; `pts` and `data` are null where
+/// there are none.
+[[nodiscard]] std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts,
+                                   const std::optional<std::string>& data);
+
+/// Writes a JSON line a frame.
+class JsonlWriter final : public FrameWriter {
+public:
+    explicit JsonlWriter(OutputFile& output, bool showsCaptions = false)
+        : _output(output), _showsCaptions(showsCaptions) {}
+
+    void write(const Frame& frame) override;
+
+private:
+    OutputFile& _output;
+    bool _showsCaptions;
+    std::string _line;
+};
+
+}  // namespace qlx::tool

@@ -1,0 +1,216 @@
+#include "streams/StreamEnd.h"
+
+#include "io/Text.h"
+
+#include <qlx/klv/klv.h>
+
+#include <algorithm>
+#include <array>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::array<std::uint8_t, 4> kPackStart{0x00, 0x00, 0x01, 0xBA};
+constexpr std::size_t kStartCode = 4;
+/// A pack header up to the number of stuffing bytes: the longest piece whose size is not known yet.
+constexpr std::size_t kLongPack = 14;
+/// Zero bytes in front of a start code, as Video CDs have 20 of them behind a packet of sound.
+std::optional<std::uint64_t> stuffingSize(std::span<const std::uint8_t> bytes, std::size_t zeros) {
+    constexpr std::size_t kMost = 32;
+    const std::size_t size = zeros - 2;
+    if (size > kMost) {
+        return std::nullopt;
+    }
+    return zeros == bytes.size() ? std::optional<std::uint64_t>(0)
+           : bytes[zeros] == 1   ? std::optional<std::uint64_t>(size)
+                                 : std::nullopt;
+}
+
+/// The size of what begins with a start code of a program stream: 0 when not enough of it is there, none when it is no
+/// such start code.
+std::optional<std::uint64_t> programPacketSize(std::span<const std::uint8_t> bytes) {
+    constexpr std::uint8_t kPack = 0xBA;
+    constexpr std::uint8_t kEnd = 0xB9;
+    constexpr std::size_t kShortPack = 12;
+    constexpr std::size_t kLengthEnd = 6;
+    const auto zeros = static_cast<std::size_t>(
+        std::find_if(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte != 0; }) - bytes.begin());
+    if (zeros > 2) {
+        return stuffingSize(bytes, zeros);
+    }
+    if (!std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(bytes.size(), 3)),
+                    kPackStart.begin())) {
+        return std::nullopt;
+    }
+    if (bytes.size() < kStartCode) {
+        return 0;
+    }
+    const std::uint8_t code = bytes[3];
+    if (code < kEnd) {
+        return std::nullopt;
+    }
+    if (code == kEnd) {
+        return kStartCode;
+    }
+    if (code == kPack) {
+        if (bytes.size() < kShortPack) {
+            return 0;
+        }
+        const bool isLong = bytes[4] >> 6U == 1;
+        return !isLong ? kShortPack : bytes.size() < kLongPack ? 0 : kLongPack + (bytes[kLongPack - 1] & 7U);
+    }
+    return bytes.size() < kLengthEnd ? 0 : kLengthEnd + (std::size_t{bytes[4]} << 8U | bytes[5]);
+}
+
+}  // namespace
+
+bool isTripletHeaderCut(std::span<const std::uint8_t> rest, std::uint64_t& size) noexcept {
+    size = 0;
+    const Result<klv::TripletHeader> header = klv::parseTripletHeader(rest);
+    if (!header) {
+        return header.error().code == FindingCode::KlvCut;
+    }
+    const std::uint64_t length = header->length.value;
+    size = length > StreamWalk::kGreatestSize ? 0 : header->size() + length;
+    return false;
+}
+
+namespace {
+
+/// How the packets of a transport stream follow each other.
+struct TransportLayout {
+    std::size_t size = 0;   ///< From one sync byte to the next.
+    std::size_t first = 0;  ///< Bytes of a packet in front of its sync byte: a time.
+};
+
+constexpr std::array<TransportLayout, 3> kTransportLayouts{{{188, 0}, {192, 4}, {204, 0}}};
+
+/// Sync bytes, one a packet, with which a stream ends.
+struct SyncRun {
+    std::size_t count = 0;
+    std::size_t last = 0;  ///< Where the last one is.
+};
+
+SyncRun longestSyncRun(std::span<const std::uint8_t> tail, std::size_t packetSize) {
+    constexpr std::uint8_t kSyncByte = 0x47;
+    constexpr std::size_t kFewest = 5;
+    SyncRun longest;
+    for (std::size_t back = 1; back <= std::min(packetSize, tail.size()); ++back) {
+        SyncRun run{0, tail.size() - back};
+        std::size_t next = run.last + 1;
+        while (next > 0 && tail[next - 1] == kSyncByte) {
+            ++run.count;
+            next = next > packetSize ? next - packetSize : 0;
+        }
+        // A short stream has fewer of them, but no other byte in between.
+        const bool isEnough = run.count >= kFewest || (run.count >= 2 && next == 0);
+        longest = isEnough && run.count > longest.count ? run : longest;
+    }
+    return longest;
+}
+
+}  // namespace
+
+std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail, std::size_t packetSize) noexcept {
+    SyncRun run;
+    TransportLayout layout;
+    for (const TransportLayout& one : kTransportLayouts) {
+        const SyncRun found = packetSize == 0 || packetSize == one.size ? longestSyncRun(tail, one.size) : SyncRun{};
+        if (found.count > run.count) {
+            run = found;
+            layout = one;
+        }
+    }
+    if (run.count == 0 || run.last < layout.first) {
+        return std::nullopt;
+    }
+    std::size_t begin = run.last - layout.first;
+    if (tail.size() - begin > layout.size) {
+        begin += layout.size;
+    }
+    const std::size_t there = tail.size() - begin;
+    return there < layout.size ? std::optional(CutPacket{begin, there, layout.size}) : std::nullopt;
+}
+
+namespace {
+
+std::optional<std::uint64_t> tripletSize(std::span<const std::uint8_t> bytes) {
+    std::uint64_t size = 0;
+    const bool isCut = isTripletHeaderCut(bytes, size);
+    return isCut || size > 0 ? std::optional(size) : std::nullopt;
+}
+
+std::string remarkOnCut(std::string_view piece, const CutPiece& cut) {
+    return "byte " + std::to_string(cut.begin) + ": the last " + std::string(piece) + " is cut short: " +
+           (cut.size == 0 ? counted(cut.there, "byte")
+                          : std::to_string(cut.there) + " of " + counted(cut.size, "byte"));
+}
+
+std::string remarkOnStray(std::string_view piece, const Stray& stray) {
+    return "byte " + std::to_string(stray.begin) + ": not part of any " + std::string(piece) + ": " +
+           counted(stray.size, "byte");
+}
+
+}  // namespace
+
+StreamCheck::StreamCheck(InputFile& source, InputKind kind) : _source(source), _kind(kind) {
+    if (kind == InputKind::TransportStream) {
+        _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
+    } else if (kind == InputKind::ProgramStream) {
+        _piece = "packet";
+        _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return programPacketSize(bytes); }, kPackStart);
+    } else if (kind == InputKind::Mxf) {
+        _piece = "triplet";
+        _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return tripletSize(bytes); }, klv::kLabelStart);
+    } else if (!source.size()) {
+        _walk.emplace([this](std::uint64_t place, auto bytes) { return _atoms.add(place, bytes); },
+                      std::span<const std::uint8_t>());
+    }
+}
+
+std::vector<std::string> StreamCheck::takeRemarks() {
+    std::vector<std::string> remarks;
+    for (const Stray& stray : _walk ? _walk->takeStrays() : std::vector<Stray>()) {
+        remarks.push_back(remarkOnStray(_piece, stray));
+    }
+    return remarks;
+}
+
+std::optional<std::string> StreamCheck::remarkOnIndex() {
+    if (_kind != InputKind::Mov) {
+        return std::nullopt;
+    }
+    if (_source.size()) {
+        return remarkOnAtoms(_source);
+    }
+    return _source.peek(1).empty() ? _atoms.remark(_source.offset()) : std::nullopt;
+}
+
+std::optional<std::string> StreamCheck::remarkOnEnd(std::span<const std::uint8_t> tail) {
+    if (_kind == InputKind::Mov) {
+        return remarkOnIndex();
+    }
+    if (_kind == InputKind::TransportStream) {
+        const std::optional<CutPacket> cut = cutTransportPacket(tail, _transportPacket);
+        return cut ? std::optional(
+                         remarkOnCut("packet", {_source.offset() - tail.size() + cut->begin, cut->there, cut->size}))
+                   : std::nullopt;
+    }
+    const std::uint64_t end = _source.size().value_or(_source.offset());
+    const std::optional<CutPiece> cut = _walk->cutAt(end);
+    if (_kind == InputKind::ProgramStream) {
+        // Behind the end code may be what fills up a medium, and behind any packet a few zero bytes.
+        const bool isFilled = cut && cut->size == 0 && cut->there >= kLongPack;
+        if (isFilled || (_walk->last() && _walk->last()->size == kStartCode)) {
+            return std::nullopt;
+        }
+    }
+    if (cut) {
+        return remarkOnCut(_piece, *cut);
+    }
+    const std::optional<Stray> stray = _kind == InputKind::ProgramStream ? _walk->strayAt(end) : std::nullopt;
+    return stray ? std::optional(remarkOnStray(_piece, *stray)) : std::nullopt;
+}
+
+}  // namespace qlx::tool
