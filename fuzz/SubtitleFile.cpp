@@ -1,6 +1,6 @@
 // The tool's readers of subtitle files: they end with a message or give cues; what the reader of JSON gives can be read
 // as subtitles.
-#include "SubtitleReaders.h"
+#include "cues/SubtitleReaders.h"
 #include "io/Errors.h"
 #include "streams/Json.h"
 

@@ -48,7 +48,7 @@ struct LibraryWrapper {
 
 /// The files of the tool that include a library's headers, one each.
 constexpr LibraryWrapper kLibraryWrappers[] = {
-    {"tools/qlxcc/Encoding.cpp", "iconv.h"},
+    {"tools/qlxcc/cues/Encoding.cpp", "iconv.h"},
     {"tools/qlxcc/modules/FFmpegDemuxer.cpp", "libav"},
     {"tools/qlxcc/modules/LibpngCodec.cpp", "png.h"},
     {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},

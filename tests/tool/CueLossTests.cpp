@@ -1,9 +1,9 @@
 // What qlxcc play and subs say of what a viewer will not see as it is written.
-#include "CueLosses.h"
-#include "CueTransmission.h"
 #include "STLFiles.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
+#include "cues/CueLosses.h"
+#include "cues/CueTransmission.h"
 #include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

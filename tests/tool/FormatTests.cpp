@@ -1,8 +1,8 @@
 // Rates, times, texts and rows.
 #include "AncBytes.h"
 #include "MemorySource.h"
-#include "Teletext.h"
 #include "TeletextBytes.h"
+#include "cues/Teletext.h"
 #include "io/Errors.h"
 #include "io/Progress.h"
 #include "io/Rates.h"

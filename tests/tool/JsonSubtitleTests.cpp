@@ -1,8 +1,8 @@
 // qlxcc play with JSON subtitle files.
 #include "SubtitleFiles.h"
-#include "Subtitles.h"
 #include "TeletextBytes.h"
 #include "ToolRunner.h"
+#include "cues/Subtitles.h"
 #include "streams/Json.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // qlxcc play and subs with EBU STL files.
 #include "STLFiles.h"
 #include "SubtitleFiles.h"
-#include "SubtitleReaders.h"
 #include "TeletextBytes.h"
 #include "ToolRunner.h"
+#include "cues/SubtitleReaders.h"
 
 #include "io/Errors.h"
 

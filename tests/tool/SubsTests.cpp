@@ -1,7 +1,7 @@
 // qlxcc subs, encodings, the limits of subtitle files, and --quiet.
 #include "SubtitleFiles.h"
-#include "SubtitleReaders.h"
 #include "ToolRunner.h"
+#include "cues/SubtitleReaders.h"
 #include "io/Errors.h"
 #include "streams/Json.h"
 

@@ -1,7 +1,7 @@
 // What qlxcc play says about subtitle files that it cannot use.
 #include "SubtitleFiles.h"
-#include "Subtitles.h"
 #include "ToolRunner.h"
+#include "cues/Subtitles.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The times of SRT and JSON files that are none, or are read as something else than they look like.
-#include "SubtitleTimes.h"
+#include "cues/SubtitleTimes.h"
 
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"

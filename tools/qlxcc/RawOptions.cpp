@@ -1,6 +1,6 @@
 #include "RawOptions.h"
 
-#include "Encoding.h"
+#include "cues/Encoding.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"

@@ -1,9 +1,9 @@
 #include "Subs.h"
 
-#include "CaptionFrames.h"
-#include "CueLosses.h"
-#include "SubtitleTimes.h"
-#include "Subtitles.h"
+#include "cues/CaptionFrames.h"
+#include "cues/CueLosses.h"
+#include "cues/SubtitleTimes.h"
+#include "cues/Subtitles.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Terminal.h"

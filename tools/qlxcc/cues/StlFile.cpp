@@ -1,6 +1,6 @@
 // EBU STL files (EBU Tech 3264), piece by piece.
-#include "SubtitleReaders.h"
-#include "SubtitleTimes.h"
+#include "cues/SubtitleReaders.h"
+#include "cues/SubtitleTimes.h"
 #include "io/Errors.h"
 #include "io/Text.h"
 

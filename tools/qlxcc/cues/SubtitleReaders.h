@@ -1,7 +1,7 @@
 // The readers of the single subtitle formats, behind readSubtitles().
 #pragma once
 
-#include "Subtitles.h"
+#include "cues/Subtitles.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>

@@ -1,6 +1,6 @@
 // JSON subtitle files, element by element.
-#include "SubtitleReaders.h"
-#include "SubtitleTimes.h"
+#include "cues/SubtitleReaders.h"
+#include "cues/SubtitleTimes.h"
 #include "io/Errors.h"
 #include "streams/Json.h"
 

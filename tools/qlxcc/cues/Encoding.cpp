@@ -1,4 +1,4 @@
-#include "Encoding.h"
+#include "cues/Encoding.h"
 
 #include "io/Errors.h"
 #include "io/Text.h"

@@ -1,7 +1,7 @@
-#include "Subtitles.h"
+#include "cues/Subtitles.h"
 
-#include "Encoding.h"
-#include "SubtitleReaders.h"
+#include "cues/Encoding.h"
+#include "cues/SubtitleReaders.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
 #include "streams/InputKind.h"

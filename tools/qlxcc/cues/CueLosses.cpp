@@ -1,6 +1,6 @@
-#include "CueLosses.h"
+#include "cues/CueLosses.h"
 
-#include "CueTransmission.h"
+#include "cues/CueTransmission.h"
 #include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

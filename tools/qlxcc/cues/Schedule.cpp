@@ -1,6 +1,6 @@
-#include "Schedule.h"
+#include "cues/Schedule.h"
 
-#include "Teletext.h"
+#include "cues/Teletext.h"
 #include "io/Text.h"
 #include "io/Times.h"
 

@@ -1,7 +1,7 @@
 // The times of subtitle files: whether they are what the library takes them for.
 #pragma once
 
-#include "Subtitles.h"
+#include "cues/Subtitles.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 

@@ -1,4 +1,4 @@
-#include "Teletext.h"
+#include "cues/Teletext.h"
 
 #include "io/Text.h"
 

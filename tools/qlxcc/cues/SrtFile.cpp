@@ -1,6 +1,6 @@
 // SRT files, piece by piece.
-#include "SubtitleReaders.h"
-#include "SubtitleTimes.h"
+#include "cues/SubtitleReaders.h"
+#include "cues/SubtitleTimes.h"
 #include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>

@@ -1,4 +1,4 @@
-#include "CaptionFrames.h"
+#include "cues/CaptionFrames.h"
 
 #include "io/Errors.h"
 #include "io/Text.h"

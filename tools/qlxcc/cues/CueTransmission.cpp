@@ -1,6 +1,6 @@
-#include "CueTransmission.h"
+#include "cues/CueTransmission.h"
 
-#include "CaptionFrames.h"
+#include "cues/CaptionFrames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>

@@ -1,4 +1,4 @@
-#include "SubtitleTimes.h"
+#include "cues/SubtitleTimes.h"
 
 #include "io/Times.h"
 #include "streams/Json.h"
