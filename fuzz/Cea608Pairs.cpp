@@ -1,7 +1,7 @@
 // The CEA-608 receiver: whatever pairs come, all four channels have a screen of their size that can be printed, and
 // each pair has a meaning that gives it back, and a name.
 #include "FuzzSupport.h"
-#include "ScreenText.h"
+#include "pictures/ScreenText.h"
 
 #include <qlx/cea608/receiver.h>
 

@@ -1,7 +1,7 @@
 // Picture files of any content: PNG and PPM.
-#include "ImageFile.h"
 #include "MemorySource.h"
 #include "io/Errors.h"
+#include "pictures/ImageFile.h"
 
 #include "FuzzSupport.h"
 

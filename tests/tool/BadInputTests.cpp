@@ -2,11 +2,11 @@
 // behind and stays small.
 #include "ExactBuffer.h"
 #include "PictureBytes.h"
-#include "PngFile.h"
 #include "Sanitized.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 #include "io/Errors.h"
+#include "pictures/PngFile.h"
 
 #include "STLFile.h"
 

@@ -1,10 +1,10 @@
 // Picture files: PNG and PPM, good and hostile ones.
-#include "ImageFile.h"
 #include "MemorySource.h"
 #include "PictureBytes.h"
-#include "PngFile.h"
 #include "ToolRunner.h"
 #include "io/Errors.h"
+#include "pictures/ImageFile.h"
+#include "pictures/PngFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // qlxcc line21: how it finds out what the pictures are, and where its results go.
-#include "ImageFile.h"
 #include "ToolRunner.h"
+#include "pictures/ImageFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // qlxcc line21: byte pairs drawn into pictures and read from them.
-#include "ImageFile.h"
 #include "Line21Preview.h"
 #include "MemorySource.h"
-#include "PngFile.h"
 #include "Sanitized.h"
-#include "SmallFont.h"
 #include "ToolRunner.h"
+#include "pictures/ImageFile.h"
+#include "pictures/PngFile.h"
+#include "pictures/SmallFont.h"
 
 #include <qlx/cea608/codes.h>
 

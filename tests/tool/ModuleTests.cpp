@@ -1,9 +1,9 @@
 // The parts of the tool that stand on large libraries, and are loaded when they are needed.
 
-#include "PngCodec.h"
-#include "ScreenPainter.h"
 #include "io/Errors.h"
 #include "io/Module.h"
+#include "pictures/PngCodec.h"
+#include "pictures/ScreenPainter.h"
 #include "streams/Demuxer.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 #include "Line21.h"
 
 #include "Line21Preview.h"
-#include "PngFile.h"
 #include "io/Errors.h"
 #include "io/Progress.h"
 #include "io/Text.h"
+#include "pictures/PngFile.h"
 #include "streams/Json.h"
 #include <qlx/cea608/codes.h>
 

@@ -1,7 +1,7 @@
 // What the pictures are that line21 reads, writes or makes.
 #pragma once
 
-#include "Pictures.h"
+#include "pictures/Pictures.h"
 
 #include <cstdint>
 #include <optional>

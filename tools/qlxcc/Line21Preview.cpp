@@ -1,7 +1,7 @@
 #include "Line21Preview.h"
 
-#include "SmallFont.h"
 #include "io/Text.h"
+#include "pictures/SmallFont.h"
 #include <qlx/base/parity.h>
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The waveform of line 21 as a picture for people.
 #pragma once
 
-#include "Image.h"
+#include "pictures/Image.h"
 
 #include <array>
 #include <cstddef>

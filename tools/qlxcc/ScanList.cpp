@@ -1,8 +1,8 @@
 #include "ScanList.h"
 
-#include "ScreenText.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "pictures/ScreenText.h"
 #include "streams/Cdp.h"
 #include "streams/PacketNames.h"
 #include "streams/SCTE104Message.h"

@@ -1,7 +1,7 @@
 // qlxcc show: what a viewer sees at a time, or all the time, decoded from the packets.
 #pragma once
 
-#include "ImageFile.h"
+#include "pictures/ImageFile.h"
 #include "streams/FrameSource.h"
 
 #include <qlx/cea608/receiver.h>

@@ -1,8 +1,8 @@
 // The module qlxcc-png: libpng, which nothing else of the tool includes.
-#include "ImageFile.h"
-#include "PngCodec.h"
-#include "PngFile.h"
 #include "io/Module.h"
+#include "pictures/ImageFile.h"
+#include "pictures/PngCodec.h"
+#include "pictures/PngFile.h"
 
 #include <png.h>
 

@@ -1,6 +1,6 @@
 // The module qlxcc-screens: libzvbi, which nothing else of the tool includes.
-#include "ScreenPainter.h"
 #include "io/Module.h"
+#include "pictures/ScreenPainter.h"
 
 #include <libzvbi.h>
 

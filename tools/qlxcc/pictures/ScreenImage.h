@@ -1,7 +1,7 @@
 // Screens as pictures, which a module of the tool draws.
 #pragma once
 
-#include "Image.h"
+#include "pictures/Image.h"
 
 #include <qlx/screen/screen.h>
 

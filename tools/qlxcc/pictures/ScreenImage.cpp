@@ -1,8 +1,8 @@
-#include "ScreenImage.h"
+#include "pictures/ScreenImage.h"
 
-#include "ScreenPainter.h"
 #include "io/Errors.h"
 #include "io/Module.h"
+#include "pictures/ScreenPainter.h"
 
 #include <qlx/teletext/characters.h>
 

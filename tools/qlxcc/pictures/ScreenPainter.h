@@ -1,7 +1,7 @@
 // Drawing screens: what the tool asks of the module that does it (qlxcc-screens, with the fonts of libzvbi).
 #pragma once
 
-#include "Image.h"
+#include "pictures/Image.h"
 
 #include <qlx/screen/screen.h>
 

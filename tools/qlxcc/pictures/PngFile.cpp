@@ -1,9 +1,9 @@
-#include "PngFile.h"
+#include "pictures/PngFile.h"
 
-#include "ImageFile.h"
-#include "PngCodec.h"
 #include "io/Errors.h"
 #include "io/Module.h"
+#include "pictures/ImageFile.h"
+#include "pictures/PngCodec.h"
 
 #include <span>
 #include <string>

@@ -1,9 +1,9 @@
 // PNG files, which a module of the tool reads and writes.
 #pragma once
 
-#include "Image.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
+#include "pictures/Image.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "SmallFont.h"
+#include "pictures/SmallFont.h"
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Letters, digits and signs of 5 x 7 dots for labels in pictures; lower-case letters look like upper-case ones.
 #pragma once
 
-#include "Image.h"
+#include "pictures/Image.h"
 
 #include <cstddef>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "Pictures.h"
+#include "pictures/Pictures.h"
 
 #include "io/Errors.h"
 

@@ -1,10 +1,10 @@
 // Files of whole pictures: raw frames in one of the pixel formats, or one PNG or PPM picture.
 #pragma once
 
-#include "Image.h"
-#include "ImageFile.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
+#include "pictures/Image.h"
+#include "pictures/ImageFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/PixelBuffers.h>
 

@@ -1,4 +1,4 @@
-#include "ScreenText.h"
+#include "pictures/ScreenText.h"
 
 #include "io/Text.h"
 

@@ -1,9 +1,9 @@
 // Picture files: PNG and PPM.
 #pragma once
 
-#include "Image.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
+#include "pictures/Image.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,8 +1,8 @@
-#include "ImageFile.h"
+#include "pictures/ImageFile.h"
 
-#include "PngFile.h"
 #include "io/Errors.h"
 #include "io/Text.h"
+#include "pictures/PngFile.h"
 #include "streams/InputKind.h"
 
 #include <algorithm>

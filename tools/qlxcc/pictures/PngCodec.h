@@ -1,8 +1,8 @@
 // PNG files: what the tool asks of the module that knows them (qlxcc-png, with libpng).
 #pragma once
 
-#include "Image.h"
 #include "io/InputFile.h"
+#include "pictures/Image.h"
 
 #include <cstdint>
 #include <functional>
