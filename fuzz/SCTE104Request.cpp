@@ -1,5 +1,5 @@
 // The tool's reader of JSON messages: it ends with a message, or gives operations that can be read back.
-#include "SCTE104Request.h"
+#include "commands/scte/SCTE104Request.h"
 #include "io/Errors.h"
 #include "streams/SCTE104Message.h"
 

@@ -1,6 +1,6 @@
 // The teletext receiver and the tool's list of it: whatever packets come, a page has its size, and what it shows can be drawn and printed.
 #include "FuzzSupport.h"
-#include "ScanList.h"
+#include "commands/scan/ScanList.h"
 #include "pictures/ScreenText.h"
 
 #include <qlx/teletext/page.h>

@@ -1,8 +1,8 @@
 // qlxcc line21: byte pairs drawn into pictures and read from them.
-#include "Line21Preview.h"
 #include "MemorySource.h"
 #include "Sanitized.h"
 #include "ToolRunner.h"
+#include "commands/line21/Line21Preview.h"
 #include "pictures/ImageFile.h"
 #include "pictures/PngFile.h"
 #include "pictures/SmallFont.h"

@@ -3,13 +3,13 @@
 
 #include "CommandLineSCTE.h"
 #include "Completion.h"
-#include "Extract.h"
-#include "Line21.h"
-#include "Play.h"
-#include "RateChange.h"
-#include "Scan.h"
-#include "Show.h"
-#include "Subs.h"
+#include "commands/extract/Extract.h"
+#include "commands/line21/Line21.h"
+#include "commands/play/Play.h"
+#include "commands/rate/RateChange.h"
+#include "commands/scan/Scan.h"
+#include "commands/show/Show.h"
+#include "commands/subs/Subs.h"
 #include "io/ToolLog.h"
 
 #include <string>

@@ -1,11 +1,11 @@
 // What stands on the command line, before the options have been checked against each other.
 #pragma once
 
-#include "Extract.h"
-#include "Play.h"
-#include "RateChange.h"
-#include "Scan.h"
-#include "Subs.h"
+#include "commands/extract/Extract.h"
+#include "commands/play/Play.h"
+#include "commands/rate/RateChange.h"
+#include "commands/scan/Scan.h"
+#include "commands/subs/Subs.h"
 #include "streams/FrameSource.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // What stands on the command line of line21, before the options have been checked against each other.
 #pragma once
 
-#include "Line21.h"
+#include "commands/line21/Line21.h"
 
 #include <optional>
 #include <string>

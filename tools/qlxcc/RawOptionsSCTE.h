@@ -2,9 +2,9 @@
 #pragma once
 
 #include "RawOptions.h"
-#include "SCTE104Build.h"
-#include "SCTE104Parse.h"
-#include "SCTE35.h"
+#include "commands/scte/SCTE104Build.h"
+#include "commands/scte/SCTE104Parse.h"
+#include "commands/scte/SCTE35.h"
 
 #include <array>
 #include <cstdint>

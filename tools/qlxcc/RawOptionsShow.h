@@ -2,7 +2,7 @@
 #pragma once
 
 #include "RawOptions.h"
-#include "Show.h"
+#include "commands/show/Show.h"
 
 #include <optional>
 #include <string>

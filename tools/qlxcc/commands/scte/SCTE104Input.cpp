@@ -1,4 +1,4 @@
-#include "SCTE104Input.h"
+#include "commands/scte/SCTE104Input.h"
 
 #include "io/Errors.h"
 #include "io/InputFile.h"

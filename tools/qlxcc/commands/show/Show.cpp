@@ -1,4 +1,4 @@
-#include "Show.h"
+#include "commands/show/Show.h"
 
 #include "io/Errors.h"
 #include "io/OutputFile.h"

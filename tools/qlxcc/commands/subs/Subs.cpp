@@ -1,4 +1,4 @@
-#include "Subs.h"
+#include "commands/subs/Subs.h"
 
 #include "cues/CaptionFrames.h"
 #include "cues/CueLosses.h"

@@ -1,4 +1,4 @@
-#include "SCTE104Parse.h"
+#include "commands/scte/SCTE104Parse.h"
 
 #include "io/Errors.h"
 #include "io/OutputFile.h"

@@ -1,6 +1,6 @@
-#include "SCTE35.h"
+#include "commands/scte/SCTE35.h"
 
-#include "SCTE104Input.h"
+#include "commands/scte/SCTE104Input.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"

@@ -1,4 +1,4 @@
-#include "RateHalves.h"
+#include "commands/rate/RateHalves.h"
 
 #include "io/Errors.h"
 #include "io/Progress.h"

@@ -1,6 +1,6 @@
-#include "RateChange.h"
+#include "commands/rate/RateChange.h"
 
-#include "RateHalves.h"
+#include "commands/rate/RateHalves.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
 #include "io/InputFile.h"

@@ -1,7 +1,7 @@
 // Frames of one rate as those of its double, or half, with the bytes that the library's fixed operations give.
 #pragma once
 
-#include "RateChange.h"
+#include "commands/rate/RateChange.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 

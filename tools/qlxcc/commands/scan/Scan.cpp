@@ -1,6 +1,6 @@
-#include "Scan.h"
+#include "commands/scan/Scan.h"
 
-#include "ScanList.h"
+#include "commands/scan/ScanList.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Terminal.h"

@@ -1,6 +1,6 @@
-#include "Line21Pictures.h"
+#include "commands/line21/Line21Pictures.h"
 
-#include "Line21Preview.h"
+#include "commands/line21/Line21Preview.h"
 #include "io/Errors.h"
 #include "io/Text.h"
 #include "streams/InputKind.h"

@@ -1,6 +1,6 @@
-#include "Line21.h"
+#include "commands/line21/Line21.h"
 
-#include "Line21Preview.h"
+#include "commands/line21/Line21Preview.h"
 #include "io/Errors.h"
 #include "io/Progress.h"
 #include "io/Text.h"

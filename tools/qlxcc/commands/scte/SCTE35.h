@@ -1,7 +1,7 @@
 // qlxcc scte35: the SCTE-35 section of an SCTE-104 splice request.
 #pragma once
 
-#include "SCTE104Input.h"
+#include "commands/scte/SCTE104Input.h"
 
 #include <cstdint>
 #include <optional>

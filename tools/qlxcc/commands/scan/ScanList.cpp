@@ -1,4 +1,4 @@
-#include "ScanList.h"
+#include "commands/scan/ScanList.h"
 
 #include "io/Text.h"
 #include "io/Times.h"

@@ -1,4 +1,4 @@
-#include "Extract.h"
+#include "commands/extract/Extract.h"
 
 #include "io/Errors.h"
 #include "io/InputFile.h"

@@ -1,7 +1,7 @@
 // qlxcc scte104 build: an SCTE-104 message as digits, bytes, or an ANC packet in an element or a row.
 #pragma once
 
-#include "SCTE104Request.h"
+#include "commands/scte/SCTE104Request.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "Play.h"
+#include "commands/play/Play.h"
 
 #include "cues/CaptionFrames.h"
 #include "cues/CueLosses.h"

@@ -1,4 +1,4 @@
-#include "SCTE104Build.h"
+#include "commands/scte/SCTE104Build.h"
 
 #include "io/Errors.h"
 #include "io/OutputFile.h"

@@ -1,7 +1,7 @@
 // qlxcc scte104 parse: what SCTE-104 messages hold.
 #pragma once
 
-#include "SCTE104Input.h"
+#include "commands/scte/SCTE104Input.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // qlxcc line21: CEA-608 byte pairs as the waveform of line 21 in the first rows of pictures.
 #pragma once
 
-#include "Line21Pictures.h"
+#include "commands/line21/Line21Pictures.h"
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "SCTE104Request.h"
+#include "commands/scte/SCTE104Request.h"
 
-#include "SCTE104Input.h"
+#include "commands/scte/SCTE104Input.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
 #include "io/Text.h"

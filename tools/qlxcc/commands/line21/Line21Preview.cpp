@@ -1,4 +1,4 @@
-#include "Line21Preview.h"
+#include "commands/line21/Line21Preview.h"
 
 #include "io/Text.h"
 #include "pictures/SmallFont.h"
