@@ -1,6 +1,6 @@
-#include "RawOptionsSCTE.h"
+#include "cli/RawOptionsSCTE.h"
 
-#include "RawOptions.h"
+#include "cli/RawOptions.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "streams/SCTE104Message.h"

@@ -1,6 +1,6 @@
 // qlxcc: captions, subtitles and ancillary packets on the command line.
-#include "CommandLine.h"
-#include "Completion.h"
+#include "cli/CommandLine.h"
+#include "cli/Completion.h"
 #include "commands/extract/Extract.h"
 #include "commands/line21/Line21.h"
 #include "commands/play/Play.h"

@@ -1,7 +1,7 @@
 // What stands on the command line of show, before the options have been checked against each other.
 #pragma once
 
-#include "RawOptions.h"
+#include "cli/RawOptions.h"
 #include "commands/show/Show.h"
 
 #include <optional>

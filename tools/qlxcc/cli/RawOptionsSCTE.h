@@ -1,7 +1,7 @@
 // What stands on the command line of scte104 and scte35, before the options have been checked against each other.
 #pragma once
 
-#include "RawOptions.h"
+#include "cli/RawOptions.h"
 #include "commands/scte/SCTE104Build.h"
 #include "commands/scte/SCTE104Parse.h"
 #include "commands/scte/SCTE35.h"

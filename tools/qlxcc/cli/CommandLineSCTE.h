@@ -1,7 +1,7 @@
 // The commands scte104 and scte35 on the command line.
 #pragma once
 
-#include "RawOptionsSCTE.h"
+#include "cli/RawOptionsSCTE.h"
 
 #include <optional>
 #include <variant>

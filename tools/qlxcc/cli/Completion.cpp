@@ -1,4 +1,4 @@
-#include "Completion.h"
+#include "cli/Completion.h"
 
 #include "io/Errors.h"
 #include "io/OutputFile.h"

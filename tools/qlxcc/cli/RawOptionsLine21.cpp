@@ -1,6 +1,6 @@
-#include "RawOptionsLine21.h"
+#include "cli/RawOptionsLine21.h"
 
-#include "RawOptions.h"
+#include "cli/RawOptions.h"
 #include "io/Errors.h"
 
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "RawOptionsShow.h"
+#include "cli/RawOptionsShow.h"
 
 #include "io/Errors.h"
 #include "io/Times.h"

@@ -1,7 +1,7 @@
-#include "CommandLineSCTE.h"
+#include "cli/CommandLineSCTE.h"
 
-#include "CommandLineRows.h"
-#include "RawOptions.h"
+#include "cli/CommandLineRows.h"
+#include "cli/RawOptions.h"
 
 #include <CLI/CLI.hpp>
 

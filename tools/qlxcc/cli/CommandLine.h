@@ -1,8 +1,8 @@
 // The command line. The library that parses it is included by this module's source and CommandLineSCTE.cpp alone.
 #pragma once
 
-#include "CommandLineSCTE.h"
-#include "Completion.h"
+#include "cli/CommandLineSCTE.h"
+#include "cli/Completion.h"
 #include "commands/extract/Extract.h"
 #include "commands/line21/Line21.h"
 #include "commands/play/Play.h"

@@ -1,4 +1,4 @@
-#include "RawOptions.h"
+#include "cli/RawOptions.h"
 
 #include "cues/Encoding.h"
 #include "io/Errors.h"
