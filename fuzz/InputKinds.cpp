@@ -1,11 +1,13 @@
 // Telling what a file is, the headers that order pictures, and the ends of streams: any bytes give an answer that fits.
-#include "streams/InputKind.h"
 #include "streams/PictureOrder.h"
 #include "streams/StreamEnd.h"
-#include "streams/StreamWalk.h"
 #include "streams/VideoCaptions.h"
 
 #include "FuzzSupport.h"
+
+#include <qlx/streams/input_kind.h>
+#include <qlx/streams/stream_walk.h>
+#include <qlx/streams/transport_stream.h>
 
 #include <algorithm>
 #include <array>
@@ -13,32 +15,32 @@
 #include <string_view>
 #include <vector>
 
-using qlx::tool::InputKind;
+using qlx::streams::InputKind;
 using qlxfuzz::require;
 
 namespace {
 
 void checkKinds(std::span<const std::uint8_t> bytes) {
-    const auto told = qlx::tool::inputKindOfBytes(bytes);
+    const auto told = qlx::streams::inputKindOfBytes(bytes);
     // What a longer file begins with tells the same, as no more is looked at.
-    if (bytes.size() > qlx::tool::kBytesThatTellKind) {
-        require(told == qlx::tool::inputKindOfBytes(bytes.first(qlx::tool::kBytesThatTellKind)));
+    if (bytes.size() > qlx::streams::kBytesThatTellKind) {
+        require(told == qlx::streams::inputKindOfBytes(bytes.first(qlx::streams::kBytesThatTellKind)));
     }
-    require(!told || !qlx::tool::hasRows(*told));
-    require(told != InputKind::Mxf || qlx::tool::hasBeginningOf(InputKind::Mxf, bytes));
-    require(told != InputKind::Mov || qlx::tool::hasBeginningOf(InputKind::Mov, bytes));
-    require(told != InputKind::TransportStream || qlx::tool::hasBeginningOf(InputKind::TransportStream, bytes));
-    (void)qlx::tool::hasBeginningOf(InputKind::ProgramStream, bytes);
+    require(!told || !qlx::streams::hasRows(*told));
+    require(told != InputKind::Mxf || qlx::streams::hasBeginningOf(InputKind::Mxf, bytes));
+    require(told != InputKind::Mov || qlx::streams::hasBeginningOf(InputKind::Mov, bytes));
+    require(told != InputKind::TransportStream || qlx::streams::hasBeginningOf(InputKind::TransportStream, bytes));
+    (void)qlx::streams::hasBeginningOf(InputKind::ProgramStream, bytes);
     const std::string_view name(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    const auto named = qlx::tool::inputKindOfName(name);
-    require(!named || qlx::tool::inputKindNamed(qlx::tool::nameOf(*named)) == named);
-    require(qlx::tool::inputKind(bytes, "a.v210") == InputKind::V210);
-    require(qlx::tool::inputKind(bytes, "a") == told);
+    const auto named = qlx::streams::inputKindOfName(name);
+    require(!named || qlx::streams::inputKindNamed(qlx::streams::nameOf(*named)) == named);
+    require(qlx::streams::inputKind(bytes, "a.v210") == InputKind::V210);
+    require(qlx::streams::inputKind(bytes, "a") == told);
 }
 
 void checkEnds(std::span<const std::uint8_t> bytes) {
     for (const std::size_t packetSize : {0U, 188U, 192U, 204U}) {
-        if (const auto cut = qlx::tool::cutTransportPacket(bytes, packetSize)) {
+        if (const auto cut = qlx::streams::cutTransportPacket(bytes, packetSize)) {
             require(cut->begin + cut->there == bytes.size() && cut->there < cut->size);
             require(packetSize == 0 || cut->size == packetSize);
         }
@@ -49,8 +51,8 @@ void checkEnds(std::span<const std::uint8_t> bytes) {
 
 /// What a walk over pieces of a start byte, a size and as many bytes finds.
 struct Findings {
-    std::vector<qlx::tool::Stray> strays;
-    std::optional<qlx::tool::CutPiece> cut;
+    std::vector<qlx::streams::Stray> strays;
+    std::optional<qlx::streams::CutPiece> cut;
 };
 
 /// @param step Bytes that are handed over at once.
@@ -62,11 +64,11 @@ Findings walk(std::span<const std::uint8_t> bytes, std::size_t step) {
         }
         return rest[0] == kStart ? std::optional<std::uint64_t>(2U + rest[1]) : std::nullopt;
     };
-    qlx::tool::StreamWalk pieces(measure, std::array{kStart});
+    qlx::streams::StreamWalk pieces(measure, std::array{kStart});
     Findings findings;
     for (std::size_t place = 0; place < bytes.size(); place += step) {
         pieces.take(place, bytes.subspan(place, std::min(step, bytes.size() - place)));
-        for (const qlx::tool::Stray& stray : pieces.takeStrays()) {
+        for (const qlx::streams::Stray& stray : pieces.takeStrays()) {
             require(stray.size > 0 && stray.begin + stray.size <= bytes.size());
             findings.strays.push_back(stray);
         }

@@ -16,6 +16,8 @@ namespace {
 constexpr std::size_t kMaximumLines = 500;
 constexpr std::size_t kMaximumHeavyIncluders = 2;
 constexpr std::string_view kPublicFolder = "include/";
+constexpr std::string_view kSourceFolder = "src/";
+constexpr std::string_view kStreamsFolder = "streams/";
 /// The public headers of the fixed operations, and those that their signatures need.
 constexpr std::string_view kFixedFolder = "include/QLXClosedCaptionsUtilities/";
 constexpr std::string_view kPlatformFolder = "include/QLXClosedCaptionsUtilities/platform/";
@@ -29,6 +31,7 @@ constexpr std::string_view kSpanningHeaders[] = {
 constexpr std::string_view kGeneratedHeaders[] = {
     "include/QLXClosedCaptionsUtilities/Export.h",
     "include/QLXClosedCaptionsUtilities/Version.h",
+    "include/qlx/streams/export.h",
 };
 
 /// Where the tool itself meets the system: files, streams, the terminal.
@@ -54,7 +57,7 @@ constexpr LibraryWrapper kLibraryWrappers[] = {
     {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},
 };
 
-/// The rooms of src/ that may print, log, wait and read files; all others are functions and values.
+/// The rooms of src/ that may print, log, wait and read files; all others, and streams/, are functions and values.
 constexpr std::string_view kActingRooms[] = {"facade", "log", "platform"};
 
 /// What it takes to do so, or to depend on the process's locale.
@@ -249,6 +252,9 @@ private:
             allowed = allowed && (target.starts_with(kPlatformFolder) || contains(kGeneratedHeaders, target));
         } else if (path.starts_with(kPublicFolder)) {
             allowed = allowed && toPublic;
+        } else if (!path.starts_with(kSourceFolder)) {
+            // What stands on the library sees of its rooms what is public.
+            allowed = allowed && !target.starts_with(kSourceFolder);
         }
         if (!allowed) {
             report(path, include.line, std::string(from) + " must not include " + include.path);
@@ -258,13 +264,14 @@ private:
     /// An include of something outside the tree.
     void checkForeign(const std::string& path, const Include& include) {
         if (contains(kStandardHeaders, include.path)) {
-            const bool isPure = path.starts_with("src/") && !contains(kActingRooms, _rooms.roomOf(path));
+            const bool isPure = (path.starts_with(kSourceFolder) && !contains(kActingRooms, _rooms.roomOf(path))) ||
+                                path.starts_with(kStreamsFolder);
             if (isPure && contains(kActingHeaders, include.path)) {
                 report(path, include.line, "a room of values must not include " + include.path);
             }
             return;
         }
-        if (contains(kVectorHeaders, include.path) && path.starts_with("src/")) {
+        if (contains(kVectorHeaders, include.path) && path.starts_with(kSourceFolder)) {
             return;
         }
         for (const std::string_view folder : kHeavyFolders) {

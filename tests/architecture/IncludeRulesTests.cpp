@@ -125,7 +125,7 @@ TEST(IncludeRules, AllowTheArrows) {
                                  "#include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>\n"},
         {"tools/qlxcc/Arguments.h", "#include <CLI/CLI.hpp>\n"},
         {"tools/qlxcc/Json.h", "#include <nlohmann/json.hpp>\n"},
-        {"streams/Klv.cpp", "#include \"Klv.h\"\n#include \"anc/Parity.h\"\n"},
+        {"streams/Klv.cpp", "#include \"Klv.h\"\n#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"},
         {"streams/Klv.h", ""},
         {"tools/io/A.cpp", "#include \"../../streams/Klv.h\"\n"
                            "#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"},
@@ -245,6 +245,28 @@ TEST(IncludeRules, FindTheToolReachingIntoTheLibrary) {
         {"src/anc/Parity.h", ""},
     };
     EXPECT_EQ(violationsIn(tree), Lines{"tools/qlxcc/A.cpp:1: tools must not include anc/Parity.h"});
+}
+
+TEST(IncludeRules, FindTheSecondLibraryReachingIntoTheFirst) {
+    const Rooms rooms("anc:\nlog: anc\nstreams: anc\ntools/io: public\ntools/cli: tools/io\nqlx.h: anc\n");
+    const std::vector<SourceFile> tree = {
+        {"include/qlx/anc/row.h", ""},
+        {"include/qlx/streams/frame.h", "#include <qlx/anc/row.h>\n#include \"anc/Parity.h\"\n"},
+        {"src/anc/Parity.h", "#include <qlx/streams/frame.h>\n"},
+        {"src/log/Log.h", ""},
+        {"streams/A.cpp", "#include <qlx/streams/frame.h>\n#include <qlx/anc/row.h>\n#include \"anc/Parity.h\"\n"},
+        {"streams/B.cpp", "#include \"log/Log.h\"\n#include <cstdio>\n#include <vector>\n"},
+        {"tools/io/A.h", "#include <qlx/streams/frame.h>\n#include <cstdio>\n"},
+        {"tools/cli/A.cpp", "#include \"../io/A.h\"\n"},
+    };
+    const Lines expected = {
+        "include/qlx/streams/frame.h:2: streams must not include anc/Parity.h",
+        "src/anc/Parity.h:1: anc must not include qlx/streams/frame.h",
+        "streams/A.cpp:3: streams must not include anc/Parity.h",
+        "streams/B.cpp:1: streams must not include log/Log.h",
+        "streams/B.cpp:2: a room of values must not include cstdio",
+    };
+    EXPECT_EQ(architecture::violationsIn(rooms, tree), expected);
 }
 
 TEST(IncludeRules, FindAHeavyHeaderInMoreThanTwoFilesOrOutsideTheTool) {

@@ -42,7 +42,7 @@ sources() {
 }
 
 project() {
-    mkdir -p scripts src/room tools build include
+    mkdir -p scripts src/room streams tools build include
     cp "$source"/scripts/{lint,fingerprint.sh,lib.sh} scripts
     cp "$source"/{.clang-tidy,.cppcheck-suppressions} .
     printf '[\n%s\n},\n%s\n}\n]\n' "$(entry src/room/Halve.cpp)" "$(entry src/room/Quarter.cpp)" \

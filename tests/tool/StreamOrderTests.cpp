@@ -1,6 +1,5 @@
 // Putting the frames of coded streams in order, with their times and captions.
 #include "ExactBuffer.h"
-#include "streams/FrameCaptions.h"
 #include "streams/FrameOrder.h"
 #include "streams/PacketNames.h"
 #include "streams/PictureOrder.h"
@@ -424,21 +423,6 @@ TEST(FrameOrder, PutsWhatHasNoTimeBehindTheLast) {
     order.add(sampleOf(0, 120, 120, 3));
     order.finish();
     EXPECT_EQ(marksOf(order), (std::vector<int>{0, 1, 2, 3}));
-}
-
-TEST(FrameCaptions, AreTakenFromWhereverTheyAre) {
-    Frame frame;
-    EXPECT_FALSE(captionTriplets(frame));
-    frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x80, 0x94, 0x2C}, 21));
-    frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x00, 0x15, 0x2C}, 284));
-    frame.packets.push_back(packetOf(qlx::anc::ids::kCea608, Data{0x80, 0x94}, 21));
-    EXPECT_EQ(captionTriplets(frame), (Data{0xFC, 0x94, 0x2C, 0xFD, 0x15, 0x2C}));
-    // A packet with a time code section in front of its two triplets.
-    frame.packets.push_back(
-        packetOf(qlx::anc::ids::kCdp, Data(fromHex("9669193fff0000718081828372e2fc9420f9152c740000ff00")), 9));
-    EXPECT_EQ(captionTriplets(frame), (Data{0xFC, 0x94, 0x20, 0xF9, 0x15, 0x2C}));
-    frame.triplets = Data{0xFA, 0x00, 0x00};
-    EXPECT_EQ(captionTriplets(frame), (Data{0xFA, 0x00, 0x00}));
 }
 
 // A message of user data behind its length, with two triplets, in front of a slice.

@@ -1,10 +1,9 @@
-// Following the pieces of a container while it is read: what stands between them, and whether the last one is whole.
+// What is said of a container whose pieces do not stand one behind the other, or whose last one is not whole.
 #include "ExactBuffer.h"
 #include "MovBytes.h"
 #include "ToolRunner.h"
 #include "io/InputFile.h"
 #include "streams/StreamEnd.h"
-#include "streams/StreamWalk.h"
 
 #include <gtest/gtest.h>
 
@@ -13,10 +12,7 @@
 
 namespace {
 
-using qlx::tool::CutPiece;
 using qlx::tool::InputKind;
-using qlx::tool::Stray;
-using qlx::tool::StreamWalk;
 using qlxtest::fromHex;
 using qlxtest::linesOf;
 using qlxtest::MovFile;
@@ -24,102 +20,6 @@ using qlxtest::runTool;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 using Bytes = std::vector<std::uint8_t>;
-
-/// Pieces that begin with A5 and their size.
-StreamWalk walkOfPieces() {
-    constexpr std::uint8_t kStart[] = {0xA5};
-    return {[](std::uint64_t /*place*/, std::span<const std::uint8_t> bytes) -> std::optional<std::uint64_t> {
-                if (!bytes.empty() && bytes[0] != 0xA5) {
-                    return std::nullopt;
-                }
-                return bytes.size() < 2 ? 0 : bytes[1];
-            },
-            kStart};
-}
-
-void feed(StreamWalk& walk, const Bytes& bytes, std::size_t step) {
-    for (std::size_t place = 0; place < bytes.size(); place += step) {
-        const qlxtest::ExactBuffer part(
-            std::span<const std::uint8_t>(bytes).subspan(place, std::min(step, bytes.size() - place)));
-        walk.take(place, part.span());
-    }
-}
-
-TEST(StreamWalk, FindsWhatIsNoPiece) {
-    // Three bytes in front of the first piece, which are passed over, two behind it and one behind the third.
-    const Bytes bytes = fromHex("010203 a503ff 0405 a502 a504ffff 06 a502");
-    for (std::size_t step = 1; step <= bytes.size(); ++step) {
-        StreamWalk walk = walkOfPieces();
-        feed(walk, bytes, step);
-        EXPECT_EQ(walk.takeStrays(), (std::vector<Stray>{{6, 2}, {14, 1}})) << step;
-        EXPECT_EQ(walk.takeStrays(), std::vector<Stray>{});
-        EXPECT_FALSE(walk.cutAt(bytes.size()));
-        EXPECT_FALSE(walk.strayAt(bytes.size()));
-    }
-}
-
-TEST(StreamWalk, SeesThatAPieceIsCut) {
-    const Bytes bytes = fromHex("a503ff a504ffff 0102");
-    // The first piece is one when its size is known.
-    const std::vector<std::optional<CutPiece>> expected{
-        std::nullopt,      std::nullopt,      CutPiece{0, 2, 3}, std::nullopt, CutPiece{3, 1, 0},
-        CutPiece{3, 2, 4}, CutPiece{3, 3, 4}, std::nullopt,      std::nullopt, std::nullopt};
-    for (std::size_t size = 0; size <= bytes.size(); ++size) {
-        for (const std::size_t step : {std::size_t{1}, std::size_t{4}, bytes.size()}) {
-            StreamWalk walk = walkOfPieces();
-            feed(walk, Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)), step);
-            EXPECT_EQ(walk.cutAt(size), expected[size]) << size << " in steps of " << step;
-            EXPECT_EQ(walk.strayAt(size), size > 7 ? std::optional(Stray{7, size - 7}) : std::nullopt);
-        }
-    }
-}
-
-TEST(StreamWalk, PassesGapsWhenItIsToldTo) {
-    const Bytes bytes = fromHex("a502 a504ffff a502 09 a502 a502");
-    const auto part = [&bytes](std::size_t begin, std::size_t size) { return std::span(bytes).subspan(begin, size); };
-    // The end is looked at first, and then what is in front of it.
-    StreamWalk patient = walkOfPieces();
-    patient.take(0, part(0, 2));
-    patient.take(9, part(9, 4));
-    patient.take(2, part(2, 11));
-    EXPECT_EQ(patient.takeStrays(), (std::vector<Stray>{{8, 1}}));
-    // What has been taken is passed over.
-    patient.take(0, part(0, 13));
-    EXPECT_EQ(patient.takeStrays(), std::vector<Stray>{});
-    StreamWalk going = walkOfPieces();
-    going.passGaps();
-    going.take(0, part(0, 4));
-    // In the second piece there is nothing to be seen.
-    going.take(6, part(6, 3));
-    // What is missing here may have been anything.
-    going.take(10, part(10, 3));
-    EXPECT_EQ(going.takeStrays(), (std::vector<Stray>{{8, 1}}));
-    EXPECT_FALSE(going.cutAt(13));
-}
-
-TEST(StreamWalk, KeepsTheFirstStraysOnly) {
-    StreamWalk walk = walkOfPieces();
-    std::uint64_t place = 0;
-    for (int index = 0; index < 1000; ++index) {
-        const Bytes bytes = fromHex("a502 00");
-        walk.take(place, bytes);
-        place += bytes.size();
-    }
-    const std::vector<Stray> strays = walk.takeStrays();
-    ASSERT_EQ(strays.size(), StreamWalk::kMostStrays);
-    EXPECT_EQ(strays.front(), (Stray{2, 1}));
-    EXPECT_EQ(strays.back(), (Stray{StreamWalk::kMostStrays * 3 - 1, 1}));
-}
-
-TEST(StreamWalk, EndsWithoutAStartToLookFor) {
-    StreamWalk walk(
-        [](std::uint64_t place, auto /*bytes*/) { return place == 0 ? std::optional<std::uint64_t>(2) : std::nullopt; },
-        {});
-    feed(walk, fromHex("00010203"), 1);
-    EXPECT_EQ(walk.takeStrays(), std::vector<Stray>{});
-    EXPECT_FALSE(walk.cutAt(4));
-    EXPECT_FALSE(walk.strayAt(4));
-}
 
 /// What is said of a whole file, all remarks one after the other.
 std::vector<std::string> remarksOn(InputKind kind, const Bytes& bytes) {
@@ -202,61 +102,6 @@ TEST(StreamCheck, KnowsTripletsOfAnyLength) {
     // A length that no file has.
     EXPECT_EQ(remarksOn(InputKind::Mxf, fromHex(key + "01 ff" + key + "88fffffffffffffff0" + key + "00")),
               std::vector<std::string>{"byte 18: not part of any triplet: 25 bytes"});
-}
-
-/// Packets of a transport stream with a sync byte each.
-Bytes transportStream(std::size_t packets, std::size_t size, std::size_t sync) {
-    Bytes stream(packets * size, 0x11);
-    for (std::size_t place = sync; place < stream.size(); place += size) {
-        stream[place] = 0x47;
-    }
-    return stream;
-}
-
-TEST(StreamEnd, SeesThatATransportPacketIsCut) {
-    // Packets alone, with a time in front, with parity behind.
-    for (const auto& [size, sync] : std::vector<std::pair<std::size_t, std::size_t>>{{188, 0}, {192, 4}, {204, 0}}) {
-        const Bytes stream = transportStream(9, size, sync);
-        for (const std::size_t first : {std::size_t{0}, std::size_t{100}, size - 1}) {
-            for (std::size_t end = 8 * size; end <= stream.size(); ++end) {
-                const Bytes tail(stream.begin() + static_cast<std::ptrdiff_t>(first),
-                                 stream.begin() + static_cast<std::ptrdiff_t>(end));
-                for (const std::size_t known : {std::size_t{0}, size}) {
-                    const qlxtest::ExactBuffer exact(tail);
-                    const auto cut = qlx::tool::cutTransportPacket(exact.span(), known);
-                    ASSERT_EQ(cut.has_value(), end % size != 0) << size << " from " << first << " to " << end;
-                    if (cut) {
-                        EXPECT_EQ(cut->begin, end / size * size - first);
-                        EXPECT_EQ(cut->there, end % size);
-                        EXPECT_EQ(cut->size, size);
-                    }
-                }
-            }
-        }
-    }
-}
-
-TEST(StreamEnd, CountsTransportPacketsFromTheLastDamage) {
-    Bytes stream = transportStream(10, 188, 0);
-    const Bytes junk(1000, 0x22);
-    stream.insert(stream.begin() + 3 * 188 + 50, junk.begin(), junk.end());
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(stream, 188));
-    stream.resize(stream.size() - 24);
-    const auto cut = qlx::tool::cutTransportPacket(stream, 188);
-    ASSERT_TRUE(cut);
-    EXPECT_EQ(cut->begin, 9U * 188 + 1000);
-    EXPECT_EQ(cut->there, 164U);
-}
-
-TEST(StreamEnd, SaysNothingOfWhatHasNoPackets) {
-    EXPECT_FALSE(qlx::tool::cutTransportPacket({}, 188));
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(fromHex("47"), 188));
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(Bytes(4096, 0x11), 0));
-    // Damage in the last packets: too few of them are left to tell.
-    Bytes stream = transportStream(12, 188, 0);
-    stream.insert(stream.end() - 4 * 188, 500, 0x22);
-    stream.resize(stream.size() - 24);
-    EXPECT_FALSE(qlx::tool::cutTransportPacket(std::span(stream).last(2000), 188));
 }
 
 TEST(StreamEnd, SeesThatATripletsHeaderIsCut) {

@@ -1,35 +1,21 @@
 // A frame's ancillary packets, and what reads and writes files of such frames.
 #pragma once
 
-#include <QLXClosedCaptionsUtilities/platform/Data.h>
-#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+#include <qlx/streams/frame.h>
 
-#include <qlx/anc/packet.h>
-
-#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace qlx::tool {
 
-/// Where captions come from that are in no packet.
-enum class CaptionPlace : std::uint8_t {
-    Picture,  ///< In the coded picture.
-    Track,    ///< In a caption track beside it, or a caption file.
-};
+using streams::CaptionPlace;
 
-/// The packets of one frame.
-struct Frame {
-    std::uint64_t number = 0;      ///< Counted from 0.
-    std::optional<MediaTime> pts;  ///< Presentation time, where it is known.
-    std::vector<anc::Packet> packets;
-    Data triplets;  ///< The cc_data triplets (CTA-708) that are in no packet; or none.
+/// A frame, and in playout its subtitle.
+struct Frame : streams::Frame {
     /// In playout: the text of the subtitle last sent, null in a gap. Another subtitle is another object, whatever it
     /// says.
     std::shared_ptr<const std::string> subtitle;
-    CaptionPlace captionPlace = CaptionPlace::Picture;  ///< Of the triplets.
 };
 
 /// Reads the frames of a file one after the other.

@@ -1,66 +1,26 @@
-// What a file is, told by its first bytes or its name.
+// What a file is, and which commands read it.
 #pragma once
 
 #include "io/Errors.h"
 
-#include <cstddef>
+#include <qlx/streams/input_kind.h>
+
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string_view>
 
 namespace qlx::tool {
 
-enum class InputKind {
-    V210,             ///< SDI rows of 10-bit samples.
-    Yuv8,             ///< SDI rows of 8-bit samples (`2vuy`).
-    Klv,              ///< SMPTE ST 336 triplets with ANC frame elements.
-    Jsonl,            ///< A JSON line a frame, as the tool writes them.
-    Scc,              ///< Scenarist closed captions.
-    Srt,              ///< Subtitles: SubRip.
-    Stl,              ///< Subtitles: EBU Tech 3264.
-    Json,             ///< Subtitles: a JSON text.
-    H264,             ///< An H.264 byte stream (Annex B).
-    Mpeg2,            ///< An MPEG-2 video stream.
-    Mxf,              ///< Material exchange format (SMPTE ST 377-1).
-    Mov,              ///< QuickTime and MP4 (ISO/IEC 14496-12).
-    TransportStream,  ///< MPEG-TS (ISO/IEC 13818-1), also with 4 bytes of time or 16 of parity a packet.
-    ProgramStream,    ///< MPEG-PS (ISO/IEC 13818-1).
-    Png,
-    Ppm,
-};
-
-/// As many first bytes as are looked at.
-inline constexpr std::size_t kBytesThatTellKind = 4096;
-
-/// The name of a kind on the command line: `v210`, `2vuy`, `klv`, `jsonl`, `scc`, `srt`, `stl`, `json`, `h264`, `mpeg2`,
-/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`.
-[[nodiscard]] std::string_view nameOf(InputKind kind) noexcept;
-
-/// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`.
-[[nodiscard]] std::string_view containerName(InputKind kind) noexcept;
-
-/// The kind called `name`.
-[[nodiscard]] std::optional<InputKind> inputKindNamed(std::string_view name) noexcept;
-
-/// The kind that the extension of a file's name says, in whichever case; none for any other name.
-[[nodiscard]] std::optional<InputKind> inputKindOfName(std::string_view path) noexcept;
-
-/// The kind that a file's first bytes say; none for any other content. Rows have no first bytes of their own.
-/// @param first The file's first kBytesThatTellKind bytes, or all when it is shorter.
-[[nodiscard]] std::optional<InputKind> inputKindOfBytes(std::span<const std::uint8_t> first) noexcept;
-
-/// The kind of the file called `path` that begins with `first`: what its bytes say, or else its name. A name that says
-/// `v210` or `2vuy` is believed, as any bytes can be samples.
-[[nodiscard]] std::optional<InputKind> inputKind(std::span<const std::uint8_t> first, std::string_view path) noexcept;
-
-/// The distance of the sync bytes of a transport stream that begins with a whole packet: 188, 192 or 204; 0 for other
-/// bytes.
-[[nodiscard]] std::size_t transportPacketSize(std::span<const std::uint8_t> first) noexcept;
-
-/// Whether something that begins a container of this kind is anywhere in `first`: MXF may have a run-in, and streams
-/// that were captured may begin anywhere. True for other kinds.
-[[nodiscard]] bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcept;
+using streams::hasBeginningOf;
+using streams::hasRows;
+using streams::InputKind;
+using streams::inputKind;
+using streams::inputKindNamed;
+using streams::inputKindOfBytes;
+using streams::inputKindOfName;
+using streams::isContainer;
+using streams::isSubtitles;
+using streams::kBytesThatTellKind;
 
 /// What to say of a file of a kind that a command does not read, and which commands do: `film.ts is an MPEG-TS file,
 /// WHAT: such files are for qlxcc scan, show and extract`.
@@ -73,21 +33,5 @@ inline constexpr std::size_t kBytesThatTellKind = 4096;
 /// @throws UsageError as otherKind() says.
 void refuseOtherKinds(std::span<const std::uint8_t> first, std::string_view name, bool (*reads)(InputKind),
                       std::string_view what);
-
-/// Whether a file of this kind holds SDI rows, which must be described on the command line.
-[[nodiscard]] constexpr bool hasRows(InputKind kind) noexcept {
-    return kind == InputKind::V210 || kind == InputKind::Yuv8;
-}
-
-/// Whether a file of this kind holds subtitles as a text.
-[[nodiscard]] constexpr bool isSubtitles(InputKind kind) noexcept {
-    return kind == InputKind::Srt || kind == InputKind::Stl || kind == InputKind::Json;
-}
-
-/// Whether a file of this kind is a multiplex of streams with times.
-[[nodiscard]] constexpr bool isContainer(InputKind kind) noexcept {
-    return kind == InputKind::Mxf || kind == InputKind::Mov || kind == InputKind::TransportStream ||
-           kind == InputKind::ProgramStream;
-}
 
 }  // namespace qlx::tool

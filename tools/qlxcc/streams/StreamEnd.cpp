@@ -3,6 +3,7 @@
 #include "io/Text.h"
 
 #include <qlx/klv/klv.h>
+#include <qlx/streams/transport_stream.h>
 
 #include <algorithm>
 #include <array>
@@ -78,63 +79,6 @@ bool isTripletHeaderCut(std::span<const std::uint8_t> rest, std::uint64_t& size)
 
 namespace {
 
-/// How the packets of a transport stream follow each other.
-struct TransportLayout {
-    std::size_t size = 0;   ///< From one sync byte to the next.
-    std::size_t first = 0;  ///< Bytes of a packet in front of its sync byte: a time.
-};
-
-constexpr std::array<TransportLayout, 3> kTransportLayouts{{{188, 0}, {192, 4}, {204, 0}}};
-
-/// Sync bytes, one a packet, with which a stream ends.
-struct SyncRun {
-    std::size_t count = 0;
-    std::size_t last = 0;  ///< Where the last one is.
-};
-
-SyncRun longestSyncRun(std::span<const std::uint8_t> tail, std::size_t packetSize) {
-    constexpr std::uint8_t kSyncByte = 0x47;
-    constexpr std::size_t kFewest = 5;
-    SyncRun longest;
-    for (std::size_t back = 1; back <= std::min(packetSize, tail.size()); ++back) {
-        SyncRun run{0, tail.size() - back};
-        std::size_t next = run.last + 1;
-        while (next > 0 && tail[next - 1] == kSyncByte) {
-            ++run.count;
-            next = next > packetSize ? next - packetSize : 0;
-        }
-        // A short stream has fewer of them, but no other byte in between.
-        const bool isEnough = run.count >= kFewest || (run.count >= 2 && next == 0);
-        longest = isEnough && run.count > longest.count ? run : longest;
-    }
-    return longest;
-}
-
-}  // namespace
-
-std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail, std::size_t packetSize) noexcept {
-    SyncRun run;
-    TransportLayout layout;
-    for (const TransportLayout& one : kTransportLayouts) {
-        const SyncRun found = packetSize == 0 || packetSize == one.size ? longestSyncRun(tail, one.size) : SyncRun{};
-        if (found.count > run.count) {
-            run = found;
-            layout = one;
-        }
-    }
-    if (run.count == 0 || run.last < layout.first) {
-        return std::nullopt;
-    }
-    std::size_t begin = run.last - layout.first;
-    if (tail.size() - begin > layout.size) {
-        begin += layout.size;
-    }
-    const std::size_t there = tail.size() - begin;
-    return there < layout.size ? std::optional(CutPacket{begin, there, layout.size}) : std::nullopt;
-}
-
-namespace {
-
 std::optional<std::uint64_t> tripletSize(std::span<const std::uint8_t> bytes) {
     std::uint64_t size = 0;
     const bool isCut = isTripletHeaderCut(bytes, size);
@@ -156,7 +100,7 @@ std::string remarkOnStray(std::string_view piece, const Stray& stray) {
 
 StreamCheck::StreamCheck(InputFile& source, InputKind kind) : _source(source), _kind(kind) {
     if (kind == InputKind::TransportStream) {
-        _transportPacket = transportPacketSize(source.peek(kBytesThatTellKind));
+        _transportPacket = streams::transportPacketSize(source.peek(kBytesThatTellKind));
     } else if (kind == InputKind::ProgramStream) {
         _piece = "packet";
         _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return programPacketSize(bytes); }, kPackStart);
@@ -192,7 +136,7 @@ std::optional<std::string> StreamCheck::remarkOnEnd(std::span<const std::uint8_t
         return remarkOnIndex();
     }
     if (_kind == InputKind::TransportStream) {
-        const std::optional<CutPacket> cut = cutTransportPacket(tail, _transportPacket);
+        const std::optional<streams::CutPacket> cut = streams::cutTransportPacket(tail, _transportPacket);
         return cut ? std::optional(
                          remarkOnCut("packet", {_source.offset() - tail.size() + cut->begin, cut->there, cut->size}))
                    : std::nullopt;

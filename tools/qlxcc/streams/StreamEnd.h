@@ -4,7 +4,8 @@
 #include "io/InputFile.h"
 #include "streams/ContainerIndex.h"
 #include "streams/InputKind.h"
-#include "streams/StreamWalk.h"
+
+#include <qlx/streams/stream_walk.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -16,22 +17,13 @@
 
 namespace qlx::tool {
 
-struct CutPacket {
-    std::size_t begin = 0;  ///< Where it begins.
-    std::size_t there = 0;  ///< Bytes that are there.
-    std::size_t size = 0;   ///< Bytes that it would have; 0 when its length is not there either.
-};
+using streams::CutPiece;
+using streams::Stray;
+using streams::StreamWalk;
 
 /// Whether a triplet's key or length is cut off at the end of `rest`, which begins with it. What is no triplet is not cut.
 /// @param size Gets the bytes of the whole triplet, 0 when they are not known.
 [[nodiscard]] bool isTripletHeaderCut(std::span<const std::uint8_t> rest, std::uint64_t& size) noexcept;
-
-/// The last packet of a transport stream when its end is missing. The sync bytes in front of it tell where it begins,
-/// wherever the stream itself does.
-/// @param tail The stream's last bytes: all of it, or those of twenty packets or so.
-/// @param packetSize The distance of the sync bytes; 0 when it is not known.
-[[nodiscard]] std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail,
-                                                          std::size_t packetSize) noexcept;
 
 /// Looks at the structure of a container while it is read: whether its packets (ISO/IEC 13818-1, ISO/IEC 11172-1), triplets
 /// (SMPTE ST 336) or atoms (ISO/IEC 14496-12) stand one behind the other, and whether the last one is whole.

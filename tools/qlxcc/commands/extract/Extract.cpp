@@ -7,13 +7,13 @@
 #include "io/Text.h"
 #include "io/Times.h"
 #include "streams/Cdp.h"
-#include "streams/FrameCaptions.h"
 #include "streams/FrameLoop.h"
 #include "streams/FrameSource.h"
 #include "streams/Json.h"
 #include "streams/VideoCaptions.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <qlx/streams/captions.h>
 
 #include <algorithm>
 #include <memory>

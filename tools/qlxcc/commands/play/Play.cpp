@@ -302,7 +302,7 @@ int play(const PlayOptions& options) {
         const MediaTime pts = options.rate.timeOfFrame(number);
         const auto sample = packetizer->copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, duration);
         writer->write(
-            {number, pts, packetsOf(options, sample, pts), {}, sent.textOf(packetizer->lastSubtitleRecord())});
+            {{number, pts, packetsOf(options, sample, pts), {}}, sent.textOf(packetizer->lastSubtitleRecord())});
         const std::uint64_t done = number + 1 - range.first;
         progress.update(done, done);
     }

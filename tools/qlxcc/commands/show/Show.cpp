@@ -11,8 +11,8 @@
 #include "pictures/ScreenText.h"
 #include "streams/FrameLoop.h"
 #include "streams/Json.h"
-#include "streams/OnAir.h"
 
+#include <qlx/streams/on_air.h>
 #include <qlx/teletext/page.h>
 
 #include <algorithm>
@@ -29,19 +29,19 @@ namespace {
 
 /// A page or channel that is watched, and what it shows now.
 struct Watched {
-    std::unique_ptr<OnAir> onAir;
+    std::unique_ptr<streams::OnAir> onAir;
     screen::Screen screen;
     MediaTime since;
     std::uint64_t sinceFrame = 0;
 };
 
 std::vector<Watched> watchedOf(const ShowOptions& options) {
-    std::vector<std::unique_ptr<OnAir>> all;
+    std::vector<std::unique_ptr<streams::OnAir>> all;
     if (options.page || !options.channel) {
-        all.push_back(teletextOnAir(options.page.value_or(teletext::kSubtitlePage)));
+        all.push_back(streams::teletextOnAir(options.page.value_or(teletext::kSubtitlePage)));
     }
     if (options.channel || !options.page) {
-        all.push_back(captionsOnAir(options.channel.value_or(cea608::kCC1)));
+        all.push_back(streams::captionsOnAir(options.channel.value_or(cea608::kCC1)));
     }
     std::vector<Watched> watched;
     for (auto& onAir : all) {
@@ -62,8 +62,28 @@ double shownSeconds(const MediaTime& time) {
     return static_cast<double>(shownMilliseconds(secondsFrom(time))) / 1000.0;
 }
 
+bool isPage(const streams::OnAir& onAir) {
+    return onAir.kind() == streams::OnAirKind::TeletextPage;
+}
+
+/// `teletext page 888`, `captions CC1`.
+std::string titleOf(const streams::OnAir& onAir) {
+    return (isPage(onAir) ? "teletext page " : "captions ") + onAir.name();
+}
+
+/// What may help when nothing is shown: `pages here: 801, 802`; or empty.
+std::string hintOf(const streams::OnAir& onAir) {
+    constexpr std::size_t kShownPages = 10;
+    const std::vector<std::uint16_t> pages = onAir.otherPages();
+    std::string text;
+    for (std::size_t index = 0; index < std::min(pages.size(), kShownPages); ++index) {
+        text += (index == 0 ? "pages here: " : ", ") + teletext::pageName(pages[index]);
+    }
+    return pages.size() > kShownPages ? text + " and " + std::to_string(pages.size() - kShownPages) + " more" : text;
+}
+
 Dictionary jsonOf(const Watched& watched) {
-    return {{std::string(watched.onAir->kind()), watched.onAir->name()}, {"rows", screenRows(watched.screen)}};
+    return {{isPage(*watched.onAir) ? "page" : "channel", watched.onAir->name()}, {"rows", screenRows(watched.screen)}};
 }
 
 /// Reads a file's frames and writes what they show.
@@ -186,7 +206,7 @@ private:
             _output.write(jsonText(Value(std::move(object))) + "\n");
         } else {
             _output.write((_blocks == 0 ? "" : "\n") + timecode(watched.since) + " - " +
-                          (next != nullptr ? timecode(*next->pts) : "end") + "  " + watched.onAir->title() + "\n");
+                          (next != nullptr ? timecode(*next->pts) : "end") + "  " + titleOf(*watched.onAir) + "\n");
             writeRows(watched.screen);
         }
         ++_blocks;
@@ -211,7 +231,7 @@ private:
     void writeNothing() {
         if (_blocks == 0 && !_options.asJson) {
             for (const Watched& watched : _watched) {
-                _output.write(watched.onAir->title() + ": never anything on air" + inBrackets(watched.onAir->hint()) +
+                _output.write(titleOf(*watched.onAir) + ": never anything on air" + inBrackets(hintOf(*watched.onAir)) +
                               "\n");
             }
         }
@@ -245,7 +265,7 @@ private:
                                                        watched.screen.columns, watched.screen.firstRow);
             }
             if (isChosen || !isAnyCarried || watched.onAir->isCarried()) {
-                writeScreen(watched, where.empty() ? watched.onAir->hint() : where);
+                writeScreen(watched, where.empty() ? hintOf(*watched.onAir) : where);
             }
         }
     }
@@ -262,7 +282,7 @@ private:
             return;
         }
         _output.write(
-            watched.onAir->title() + " at " + time +
+            titleOf(*watched.onAir) + " at " + time +
             (isOnAir ? ", since " + timecode(watched.since) + " (frame " + std::to_string(watched.sinceFrame) + "):\n"
                      : ": nothing on air" + inBrackets(hint) + "\n"));
         writeRows(watched.screen);

@@ -1,16 +1,15 @@
-#include "streams/OnAir.h"
+#include <qlx/streams/on_air.h>
 
-#include "io/Text.h"
-#include "streams/Cdp.h"
-#include "streams/FrameCaptions.h"
-
+#include <qlx/anc/packet.h>
+#include <qlx/cc/triplet.h>
+#include <qlx/streams/captions.h>
 #include <qlx/teletext/page.h>
+#include <qlx/teletext/sdp.h>
 
 #include <algorithm>
-#include <array>
-#include <vector>
+#include <cstddef>
 
-namespace qlx::tool {
+namespace qlx::streams {
 
 namespace {
 
@@ -38,20 +37,10 @@ public:
     }
 
     [[nodiscard]] screen::Screen screen() const override { return _page.screen(); }
-    [[nodiscard]] std::string_view kind() const override { return "page"; }
+    [[nodiscard]] OnAirKind kind() const noexcept override { return OnAirKind::TeletextPage; }
     [[nodiscard]] std::string name() const override { return teletext::pageName(_number); }
-    [[nodiscard]] bool isCarried() const override { return _isCarried; }
-
-    [[nodiscard]] std::string hint() const override {
-        constexpr std::size_t kShownPages = 10;
-        const std::vector<std::uint16_t> pages = _page.otherPages();
-        std::string text;
-        for (std::size_t index = 0; index < std::min(pages.size(), kShownPages); ++index) {
-            text += (index == 0 ? "pages here: " : ", ") + teletext::pageName(pages[index]);
-        }
-        return pages.size() > kShownPages ? text + " and " + std::to_string(pages.size() - kShownPages) + " more"
-                                          : text;
-    }
+    [[nodiscard]] bool isCarried() const noexcept override { return _isCarried; }
+    [[nodiscard]] std::vector<std::uint16_t> otherPages() const override { return _page.otherPages(); }
 
 private:
     std::uint16_t _number;
@@ -64,28 +53,30 @@ public:
     explicit CaptionsOnAir(cea608::Channel channel) : _screen(channel) {}
 
     bool receive(const Frame& frame) override {
-        const TripletKind wanted = _screen.channel().field == 1 ? TripletKind::Field1 : TripletKind::Field2;
+        const cc::CcType wanted = _screen.channel().field == 1 ? cc::CcType::Field1 : cc::CcType::Field2;
         // At 50 and 60 frames a second a field has a pair in every other frame.
         constexpr std::uint64_t kLongestStep = 2;
         bool isChanged = false;
-        for (const CaptionTriplet& triplet : readTriplets(captionTriplets(frame))) {
-            if (triplet.kind == wanted) {
-                if (_isCarried && frame.number - _lastFrame > kLongestStep) {
-                    _screen.expectNoRepetition();
-                }
-                _lastFrame = frame.number;
-                isChanged = _screen.receive(triplet.data[0], triplet.data[1]) || isChanged;
-                _isCarried = true;
+        const Data triplets = captionTriplets(frame);
+        for (std::size_t place = 0; place + sizeof(cc::Triplet) <= triplets.size(); place += sizeof(cc::Triplet)) {
+            const cc::Triplet triplet{triplets[place], triplets[place + 1], triplets[place + 2]};
+            if (!triplet.valid() || triplet.type() != wanted) {
+                continue;
             }
+            if (_isCarried && frame.number - _lastFrame > kLongestStep) {
+                _screen.expectNoRepetition();
+            }
+            _lastFrame = frame.number;
+            isChanged = _screen.receive(triplet.first, triplet.second) || isChanged;
+            _isCarried = true;
         }
         return isChanged;
     }
 
     [[nodiscard]] screen::Screen screen() const override { return _screen.screen(); }
-    [[nodiscard]] std::string_view kind() const override { return "channel"; }
+    [[nodiscard]] OnAirKind kind() const noexcept override { return OnAirKind::CaptionChannel; }
     [[nodiscard]] std::string name() const override { return std::string(nameOf(_screen.channel())); }
-    [[nodiscard]] bool isCarried() const override { return _isCarried; }
-    [[nodiscard]] std::string hint() const override { return {}; }
+    [[nodiscard]] bool isCarried() const noexcept override { return _isCarried; }
 
 private:
     cea608::Receiver _screen;
@@ -95,10 +86,6 @@ private:
 
 }  // namespace
 
-std::string OnAir::title() const {
-    return (kind() == "page" ? "teletext page " : "captions ") + name();
-}
-
 std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page) {
     return std::make_unique<TeletextOnAir>(page);
 }
@@ -107,4 +94,4 @@ std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel) {
     return std::make_unique<CaptionsOnAir>(channel);
 }
 
-}  // namespace qlx::tool
+}  // namespace qlx::streams

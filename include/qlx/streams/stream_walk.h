@@ -1,5 +1,18 @@
 // Following the pieces of a container, which stand one behind the other, while its bytes are read.
+//
+//     qlx::streams::StreamWalk walk(sizeOfTriplet, qlx::klv::kLabelStart);
+//     while (more(piece)) {
+//         walk.take(place, piece);
+//         for (const qlx::streams::Stray& stray : walk.takeStrays()) {
+//             report(stray.begin, stray.size);
+//         }
+//     }
+//     if (const auto cut = walk.cutAt(place)) {
+//         report(cut->begin, cut->there);
+//     }
 #pragma once
+
+#include <qlx/streams/export.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -8,26 +21,34 @@
 #include <span>
 #include <vector>
 
-namespace qlx::tool {
+namespace qlx::streams {
 
 /// Bytes between two pieces, where nothing should be.
 struct Stray {
-    std::uint64_t begin = 0;
-    std::uint64_t size = 0;
-    bool operator==(const Stray&) const = default;
+    std::uint64_t begin = 0;  ///< Byte of the stream at which they begin.
+    std::uint64_t size = 0;   ///< How many they are.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const Stray&, const Stray&) noexcept = default;
 };
 
+/// A piece that has begun.
 struct Piece {
-    std::uint64_t begin = 0;
-    std::uint64_t size = 0;
+    std::uint64_t begin = 0;  ///< Byte of the stream at which it begins.
+    std::uint64_t size = 0;   ///< Bytes that it has.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const Piece&, const Piece&) noexcept = default;
 };
 
 /// A piece whose end is missing.
 struct CutPiece {
-    std::uint64_t begin = 0;
+    std::uint64_t begin = 0;  ///< Byte of the stream at which it begins.
     std::uint64_t there = 0;  ///< Bytes that are there.
     std::uint64_t size = 0;   ///< Bytes that it would have; 0 when its length is not there either.
-    bool operator==(const CutPiece&) const = default;
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const CutPiece&, const CutPiece&) noexcept = default;
 };
 
 /// Goes from piece to piece, and finds what stands between them and whether the last one is whole.
@@ -41,14 +62,15 @@ public:
     /// No piece is longer: places stay far from the greatest number.
     static constexpr std::uint64_t kGreatestSize = std::uint64_t{1} << 60U;
 
+    /// Begins at byte 0 of a stream.
     /// @param measure Needs no more than a few dozen bytes.
     /// @param start With what pieces begin, which is looked for behind damage, and at the beginning. Empty: the first
     ///   piece is at 0, and behind damage nothing is followed.
-    StreamWalk(Measure measure, std::span<const std::uint8_t> start);
+    QLX_STREAMS_EXPORT StreamWalk(Measure measure, std::span<const std::uint8_t> start);
 
     /// Takes bytes that have been read. What has been taken before is passed over, and so is what stands behind a gap in
     /// which a piece may begin.
-    void take(std::uint64_t place, std::span<const std::uint8_t> bytes);
+    QLX_STREAMS_EXPORT void take(std::uint64_t place, std::span<const std::uint8_t> bytes);
 
     /// From now on the next piece is looked for behind a gap: nobody goes back to what is in it.
     void passGaps() noexcept { _passesGaps = true; }
@@ -57,15 +79,17 @@ public:
     static constexpr std::size_t kMostStrays = 32;
 
     /// What has been found since the last call, up to the next piece; the first kMostStrays.
-    [[nodiscard]] std::vector<Stray> takeStrays();
+    [[nodiscard]] QLX_STREAMS_EXPORT std::vector<Stray> takeStrays();
 
+    /// Whether the stream ends within a piece.
     /// @param end The bytes of the whole stream.
     /// @return The last piece when it is cut; none when it is whole, or nobody can tell.
-    [[nodiscard]] std::optional<CutPiece> cutAt(std::uint64_t end) const;
+    [[nodiscard]] QLX_STREAMS_EXPORT std::optional<CutPiece> cutAt(std::uint64_t end) const;
 
+    /// Whether the stream ends with something else than a piece.
     /// @param end The bytes of the whole stream.
     /// @return What stands behind the last piece; none when nothing does, or the last piece is cut.
-    [[nodiscard]] std::optional<Stray> strayAt(std::uint64_t end) const;
+    [[nodiscard]] QLX_STREAMS_EXPORT std::optional<Stray> strayAt(std::uint64_t end) const;
 
     /// The last piece that has begun.
     [[nodiscard]] const std::optional<Piece>& last() const noexcept { return _last; }
@@ -86,4 +110,4 @@ private:
     std::vector<Stray> _strays;
 };
 
-}  // namespace qlx::tool
+}  // namespace qlx::streams

@@ -1,0 +1,33 @@
+// A frame as files and streams have it: its ancillary packets, its captions and its time.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+
+#include <qlx/anc/packet.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace qlx::streams {
+
+/// Where captions come from that are in no packet.
+enum class CaptionPlace : std::uint8_t {
+    Picture,  ///< In the coded picture.
+    Track,    ///< In a caption track beside it, or a caption file.
+};
+
+/// The packets of one frame.
+struct Frame {
+    std::uint64_t number = 0;          ///< Counted from 0.
+    std::optional<MediaTime> pts;      ///< Presentation time, where it is known.
+    std::vector<anc::Packet> packets;  ///< In the order in which they were found.
+    Data triplets;                     ///< The cc_data triplets (CTA-708) that are in no packet; or none.
+    CaptionPlace captionPlace = CaptionPlace::Picture;  ///< Of the triplets.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const Frame&, const Frame&) = default;
+};
+
+}  // namespace qlx::streams

@@ -1,0 +1,48 @@
+#include <qlx/streams/captions.h>
+
+#include <qlx/anc/packet.h>
+#include <qlx/cc/cdp.h>
+#include <qlx/cc/triplet.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace qlx::streams {
+
+namespace {
+
+void append(std::vector<std::uint8_t>& bytes, const cc::Triplet& triplet) {
+    bytes.insert(bytes.end(), {triplet.header, triplet.first, triplet.second});
+}
+
+}  // namespace
+
+Data captionTriplets(const Frame& frame) {
+    if (!frame.triplets.empty()) {
+        return frame.triplets;
+    }
+    std::vector<std::uint8_t> bytes;
+    for (const anc::Packet& packet : frame.packets) {
+        const std::span<const std::uint8_t> data = packet.userData;
+        if (packet.id() == anc::ids::kCdp) {
+            if (const Result<cc::Cdp> cdp = cc::parseCdp(data); cdp && cdp->hasCcData()) {
+                bytes.clear();
+                for (const cc::Triplet& triplet : cdp->triplets()) {
+                    append(bytes, triplet);
+                }
+                return Data(bytes);
+            }
+        }
+        // SMPTE ST 334-1: the highest bit of the first byte is set for field 1; then the pair.
+        constexpr std::size_t kPairPacket = 3;
+        if (packet.id() == anc::ids::kCea608 && data.size() >= kPairPacket) {
+            const cc::CcType field = (data[0] & 0x80U) != 0 ? cc::CcType::Field1 : cc::CcType::Field2;
+            append(bytes, cc::Triplet::make(field, data[1], data[2]));
+        }
+    }
+    return bytes.empty() ? frame.triplets : Data(bytes);
+}
+
+}  // namespace qlx::streams

@@ -1,0 +1,124 @@
+// What is on air in the frames of a stream: a teletext page, a channel of captions.
+#include "ExactBuffer.h"
+#include "ScreenLines.h"
+#include "StreamFrames.h"
+#include "TeletextBytes.h"
+
+#include <qlx/streams/on_air.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+namespace ids = qlx::anc::ids;
+using qlx::Data;
+using qlx::streams::Frame;
+using qlx::streams::OnAir;
+using qlx::streams::OnAirKind;
+using qlxtest::fromHex;
+using qlxtest::packetOf;
+using Lines = std::vector<std::string>;
+
+/// A frame whose captions came with the picture.
+Frame withTriplets(std::uint64_t number, std::string_view triplets) {
+    Frame frame;
+    frame.number = number;
+    frame.triplets = Data(fromHex(triplets));
+    return frame;
+}
+
+/// A frame with the pair of a field in a packet of its own (SMPTE ST 334-1).
+Frame withPair(std::uint64_t number, std::string_view packet) {
+    Frame frame;
+    frame.number = number;
+    frame.packets.push_back(packetOf(ids::kCea608, fromHex(packet), 9));
+    return frame;
+}
+
+Lines shownBy(const OnAir& onAir) {
+    return qlxtest::linesOf(onAir.screen());
+}
+
+TEST(OnAir, ShowsTheChannelOfItsField) {
+    const auto first = qlx::streams::captionsOnAir(qlx::cea608::kCC1);
+    const auto third = qlx::streams::captionsOnAir(qlx::cea608::kCC3);
+    EXPECT_EQ(first->kind(), OnAirKind::CaptionChannel);
+    EXPECT_EQ(first->name(), "CC1");
+    EXPECT_EQ(third->name(), "CC3");
+    EXPECT_FALSE(first->isCarried());
+    // Resume caption loading, row 15, A and B, end of caption, each in field 1; a frame's second triplet is padding.
+    std::uint64_t number = 0;
+    for (const char* const triplets : {"fc9420 fa0000", "fc9470 fa0000", "fcc1c2 fa0000"}) {
+        EXPECT_FALSE(first->receive(withTriplets(number, triplets)));
+        EXPECT_FALSE(third->receive(withTriplets(number++, triplets)));
+    }
+    EXPECT_EQ(shownBy(*first), Lines{});
+    EXPECT_TRUE(first->receive(withTriplets(number++, "fc942f fa0000")));
+    EXPECT_EQ(shownBy(*first), Lines{"  15   AB"});
+    EXPECT_TRUE(first->isCarried());
+    EXPECT_FALSE(third->isCarried());
+    EXPECT_TRUE(first->otherPages().empty());
+    // The same for CC3 in field 2, in packets of a pair.
+    for (const char* const packet : {"001520", "009470", "00c1c2", "00152f"}) {
+        EXPECT_FALSE(first->receive(withPair(number, packet)));
+        (void)third->receive(withPair(number++, packet));
+    }
+    EXPECT_EQ(shownBy(*third), Lines{"  15   AB"});
+    // Erase displayed memory, in a triplet that is not valid and then in one that is.
+    EXPECT_FALSE(first->receive(withTriplets(number++, "f8942c")));
+    EXPECT_EQ(shownBy(*first), Lines{"  15   AB"});
+    EXPECT_TRUE(first->receive(withTriplets(number++, "fc942c")));
+    EXPECT_EQ(shownBy(*first), Lines{});
+    EXPECT_EQ(shownBy(*third), Lines{"  15   AB"});
+}
+
+TEST(OnAir, TakesACodeOfALaterFrameForAnotherOne) {
+    // A code twice in a row is one, also with a frame in between, as at 60 frames a second: a carriage return moves the
+    // row of a caption that rolls up in two of them once. With more frames in between it is another one.
+    const auto shownAfter = [](std::uint64_t frames) {
+        const auto onAir = qlx::streams::captionsOnAir(qlx::cea608::kCC1);
+        std::uint64_t number = 0;
+        for (const char* const triplet : {"fc9425", "fcc1c2", "fc94ad"}) {
+            (void)onAir->receive(withTriplets(++number, triplet));
+        }
+        EXPECT_EQ(shownBy(*onAir), Lines{"  14   AB"});
+        (void)onAir->receive(withTriplets(number + frames, "fc94ad"));
+        return shownBy(*onAir);
+    };
+    EXPECT_EQ(shownAfter(1), Lines{"  14   AB"});
+    EXPECT_EQ(shownAfter(2), Lines{"  14   AB"});
+    EXPECT_EQ(shownAfter(3), Lines{});
+}
+
+TEST(OnAir, ShowsATeletextPageAndKnowsTheOthers) {
+    const auto onAir = qlx::streams::teletextOnAir(0x888);
+    EXPECT_EQ(onAir->kind(), OnAirKind::TeletextPage);
+    EXPECT_EQ(onAir->name(), "888");
+    Frame frame;
+    // A page that is not watched: tens and units 0 and 1.
+    const std::string other = qlxtest::pageHeaderHex("0215", true);
+    const std::string filling = qlxtest::fillingPacketHex();
+    frame.packets.push_back(
+        packetOf(ids::kOp47, fromHex(qlxtest::packetHex(qlxtest::kEvenLines, other + filling + filling, 0)), 12));
+    EXPECT_FALSE(onAir->receive(frame));
+    EXPECT_TRUE(onAir->isCarried());
+    EXPECT_EQ(onAir->otherPages(), std::vector<std::uint16_t>{0x801});
+    // The row is listed first, and stands behind the header of its page all the same.
+    frame.packets.clear();
+    frame.packets.push_back(packetOf(ids::kOp47, fromHex(qlxtest::bonjourHex(2)), 575));
+    frame.packets.push_back(packetOf(ids::kOp47, fromHex(qlxtest::eraseHex(1)), 12));
+    EXPECT_TRUE(onAir->receive(frame));
+    // The bytes 15 and 9B number packet 22 of magazine 8.
+    EXPECT_EQ(shownBy(*onAir), Lines{"  22  " + std::string(17, ' ') + "Bonjour"});
+    frame.packets.clear();
+    frame.packets.push_back(packetOf(ids::kOp47, fromHex(qlxtest::eraseHex(3)), 12));
+    EXPECT_TRUE(onAir->receive(frame));
+    EXPECT_EQ(shownBy(*onAir), Lines{});
+}
+
+}  // namespace
