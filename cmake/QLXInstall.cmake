@@ -1,6 +1,6 @@
 # Installation, in three components:
-#   Runtime      the shared library
-#   Development  headers, static library, CMake package, pkg-config module
+#   Runtime      the shared libraries
+#   Development  headers, static libraries, CMake package, pkg-config modules
 #   Tool         qlxcc, its modules, manual pages and completions
 
 include(CMakePackageConfigHelpers)
@@ -9,7 +9,7 @@ set(qlx_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/QLXClosedCaptionsUtilities")
 set(qlx_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
 install(
-    TARGETS qlx_static qlx_shared
+    TARGETS qlx_static qlx_shared qlx_streams_static qlx_streams_shared
     EXPORT QLXClosedCaptionsUtilitiesTargets
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
@@ -44,13 +44,15 @@ install(
     DESTINATION "${qlx_cmake_dir}"
     COMPONENT Development)
 
-# The module finds its prefix from its own place, so that the installed tree can be moved.
+# The modules find their prefix from their own place, so that the installed tree can be moved.
 file(RELATIVE_PATH qlx_pkgconfig_to_prefix "/prefix/${qlx_pkgconfig_dir}" "/prefix")
-configure_file(cmake/QLXClosedCaptionsUtilities.pc.in "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilities.pc" @ONLY)
-install(
-    FILES "${PROJECT_BINARY_DIR}/QLXClosedCaptionsUtilities.pc"
-    DESTINATION "${qlx_pkgconfig_dir}"
-    COMPONENT Development)
+foreach(module IN ITEMS QLXClosedCaptionsUtilities QLXClosedCaptionsUtilitiesStreams)
+    configure_file(cmake/${module}.pc.in "${PROJECT_BINARY_DIR}/${module}.pc" @ONLY)
+    install(
+        FILES "${PROJECT_BINARY_DIR}/${module}.pc"
+        DESTINATION "${qlx_pkgconfig_dir}"
+        COMPONENT Development)
+endforeach()
 
 if(TARGET qlxcc)
     install(TARGETS qlxcc RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Tool)

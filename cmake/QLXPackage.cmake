@@ -1,5 +1,5 @@
 # Debian packages, by `cpack` in the build folder: one for each component of the installation.
-#   libqlxclosedcaptionsutilities<SOVERSION>   Runtime      the shared library, named after its SONAME
+#   libqlxclosedcaptionsutilities<SOVERSION>   Runtime      the shared libraries, named after the first one's SONAME
 #   libqlxclosedcaptionsutilities-dev          Development  all that a program is built with
 #   qlxcc                                      Tool         the tool, its manual pages and completions
 
@@ -46,7 +46,8 @@ rows, MXF elements, QuickTime atoms and timed samples; CEA-608/708
 captions; subtitles as OP-47 teletext; SCTE-104 messages and SCTE-35
 sections.
 .
-This package contains the shared library.")
+This package contains the shared library, and that for files and
+streams of frames, which stands on it.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqlxclosedcaptionsutilities-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -57,7 +58,7 @@ rows, MXF elements, QuickTime atoms and timed samples; CEA-608/708
 captions; subtitles as OP-47 teletext; SCTE-104 messages and SCTE-35
 sections.
 .
-This package contains the headers, the static library, and the files for
+This package contains the headers, the static libraries, and the files for
 CMake and pkg-config.")
 
 # Its modules are its own: nothing of them is for ldconfig.

@@ -35,6 +35,7 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
             "include/*",
             "packaging/debian/*",
             "src/*",
+            "streams/*",
             "tools/*",
         ):
             copy(self, pattern, src=root, dst=self.export_sources_folder)
@@ -89,7 +90,7 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
             dst=os.path.join(self.package_folder, "licenses"),
         )
         CMake(self).install()
-        # Both libraries are made; a package has the one that was asked for. Conan writes the files for CMake and
+        # Both forms of the libraries are made; a package has the one that was asked for. Conan writes the files for CMake and
         # pkg-config itself.
         libraries = os.path.join(self.package_folder, "lib")
         for pattern in ("*.a",) if self.options.shared else ("*.so*", "*.dylib"):
@@ -101,8 +102,9 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         self.cpp_info.set_property("cmake_file_name", "QLXClosedCaptionsUtilities")
         self.cpp_info.set_property("cmake_target_name", "QLXClosedCaptionsUtilities::QLXClosedCaptionsUtilities")
         self.cpp_info.set_property("pkg_config_name", "QLXClosedCaptionsUtilities")
-        self.cpp_info.libs = ["QLXClosedCaptionsUtilities"]
+        # The second one stands on the first.
+        self.cpp_info.libs = ["QLXClosedCaptionsUtilitiesStreams", "QLXClosedCaptionsUtilities"]
         if not self.options.shared:
-            self.cpp_info.defines = ["QLX_STATIC_DEFINE"]
+            self.cpp_info.defines = ["QLX_STATIC_DEFINE", "QLX_STREAMS_STATIC_DEFINE"]
         if self.settings.os == "Linux":
             self.cpp_info.system_libs = ["pthread"]

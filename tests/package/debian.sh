@@ -55,7 +55,8 @@ expect "section of the library" libs "$(field "${files[0]}" Section)"
 expect "section of -dev" libdevel "$(field "${files[1]}" Section)"
 expect "trigger of the library" "activate-noawait ldconfig" "$(control "${files[0]}" triggers)"
 expect "shlibs of the library" \
-    "libQLXClosedCaptionsUtilities $soversion $library (>= $version-1)" "$(control "${files[0]}" shlibs)"
+    "libQLXClosedCaptionsUtilities $soversion $library (>= $version-1)
+libQLXClosedCaptionsUtilitiesStreams $soversion $library (>= $version-1)" "$(control "${files[0]}" shlibs | sort)"
 expect "dependencies of -dev" "$library (= $version-1)" "$(field "${files[1]}" Depends)"
 [[ $(field "${files[0]}" Depends) == *libc6* ]] || fail "the library depends on no libc6"
 [[ $(field "${files[2]}" Depends) == *libc6* ]] || fail "the tool depends on no libc6"
