@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -18,8 +17,14 @@ using qlx::streams::transportPacketSize;
 using qlxtest::fromHex;
 using Bytes = std::vector<std::uint8_t>;
 
-/// Packets alone, with a time in front, with parity behind: bytes of each, and in front of its sync byte.
-const std::vector<std::pair<std::size_t, std::size_t>> kLayouts{{188, 0}, {192, 4}, {204, 0}};
+/// How packets lie: bytes of each, and in front of its sync byte.
+struct Layout {
+    std::size_t size;
+    std::size_t sync;
+};
+
+/// Packets alone, with a time in front, with parity behind.
+constexpr Layout kLayouts[] = {{188, 0}, {192, 4}, {204, 0}};
 
 /// Packets of a transport stream with a sync byte each.
 Bytes transportStream(std::size_t packets, std::size_t size, std::size_t sync) {
@@ -31,7 +36,9 @@ Bytes transportStream(std::size_t packets, std::size_t size, std::size_t sync) {
 }
 
 TEST(TransportStream, IsToldByTheDistanceOfItsSyncBytes) {
-    for (const auto& [size, sync] : kLayouts) {
+    for (const Layout& layout : kLayouts) {
+        const std::size_t size = layout.size;
+        const std::size_t sync = layout.sync;
         const Bytes stream = transportStream(4, size, sync);
         qlxtest::forEachTruncation(stream, [&](const qlxtest::ExactBuffer& part) {
             // Two sync bytes tell it, wherever the second packet ends.
