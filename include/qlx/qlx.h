@@ -22,6 +22,11 @@
 #include <qlx/cea608/characters.h>
 #include <qlx/cea608/codes.h>
 #include <qlx/cea608/receiver.h>
+#include <qlx/cea708/characters.h>
+#include <qlx/cea708/commands.h>
+#include <qlx/cea708/packet.h>
+#include <qlx/cea708/receiver.h>
+#include <qlx/cea708/window.h>
 #include <qlx/facade/packet.h>
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>

@@ -93,6 +93,31 @@ enum class FindingCode : std::uint32_t {
     UserDataMarkerBitsMissing,  ///< No numbers.
     UserDataBytesBehind,        ///< Bytes behind the marker bits.
 
+    // cea708 (CTA-708)
+    Cea708DataOutsidePacket = 0x5'0001,  ///< Two bytes as a number, the first of those that stand together.
+    Cea708PacketLost,                    ///< Sequence number there, that expected.
+    Cea708PacketCut,                     ///< Bytes announced, bytes there.
+    Cea708BytesBehindPacket,             ///< Bytes behind the packet.
+    Cea708BlockCut,                      ///< Bytes needed, bytes there.
+    Cea708BytesBehindNullBlock,          ///< Bytes behind the zeros of the null block.
+    Cea708ServiceWrong,                  ///< Service there or given, bytes of its block.
+    Cea708ReservedBitsWrong,             ///< Byte there, byte that is right.
+    Cea708BlockTooLong,                  ///< Bytes given, greatest count.
+    Cea708PacketFull,                    ///< Bytes needed, bytes free.
+    Cea708CommandCut,                    ///< Bytes needed, bytes there.
+    Cea708CommandUnknown,                ///< Code (1000h and the second byte behind EXT1), bytes of it.
+    Cea708NumberUndefined,               ///< Code of the command, number there.
+    Cea708ValueTooGreat,                 ///< Number given, greatest one.
+    Cea708CommandsDropped,               ///< Bytes of a command whose rest is lost.
+    Cea708CharacterUnknown,              ///< Code of the character that is shown as an underscore.
+    Cea708NoCurrentWindow,               ///< Code of the command, or the first of some characters, that needs one.
+    Cea708WindowUndefined,               ///< Window that is to be the current one.
+    Cea708WindowTooLarge,                ///< Rows or columns there, greatest number.
+    Cea708WindowOutside,                 ///< Anchor or edge of the window there, greatest or right one.
+    Cea708LocationOutside,               ///< Row or column there, greatest of the window.
+    Cea708RowFull,                       ///< Character that is left out, columns of the row.
+    Cea708DelayFull,                     ///< Bytes that wait, milliseconds that were left.
+
     // teletext (ETSI EN 300 706, SMPTE RDD 8)
     TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.
     TeletextRunInWrong,                  ///< Byte there, byte that is right.

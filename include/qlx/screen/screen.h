@@ -78,6 +78,27 @@ enum class CellPart : std::uint8_t { Whole, UpperHalf, LowerHalf };
 /// The part of a character of double width that a cell shows.
 enum class CellSide : std::uint8_t { Whole, LeftHalf, RightHalf };
 
+/// What surrounds the strokes of a character, numbered as in CTA-708.
+enum class Edge : std::uint8_t { None, Raised, Depressed, Uniform, LeftDropShadow, RightDropShadow };
+
+/// The font that is asked for, numbered as in CTA-708.
+enum class Font : std::uint8_t {
+    Default,
+    MonospacedSerif,
+    ProportionalSerif,
+    MonospacedSansSerif,
+    ProportionalSansSerif,
+    Casual,
+    Cursive,
+    SmallCapitals,
+};
+
+/// The size that is asked for, numbered as in CTA-708.
+enum class FontSize : std::uint8_t { Small, Standard, Large };
+
+/// Whether a character stands on the line, numbered as in CTA-708.
+enum class Offset : std::uint8_t { Subscript, Normal, Superscript };
+
 /// One place of the grid. A default-made one shows the picture.
 struct Cell {
     char32_t character = U' ';                   ///< Unicode; a space where there is none.
@@ -91,6 +112,12 @@ struct Cell {
     bool isUnderlined = false;                   ///< With a line below.
     bool isFlashing = false;                     ///< On and off in turn.
     bool isConcealed = false;                    ///< Shown as a space until the viewer reveals it.
+    Opacity foregroundOpacity = Opacity::Solid;  ///< Of the character.
+    Edge edge = Edge::None;                      ///< Around the character.
+    Color edgeColor = Color::Black;              ///< Of the edge.
+    Font font = Font::Default;                   ///< Its font.
+    FontSize size = FontSize::Standard;          ///< Its size; it takes one cell whatever that is.
+    Offset offset = Offset::Normal;              ///< Above or below the line.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const Cell&, const Cell&) noexcept = default;
