@@ -193,7 +193,7 @@ private:
     }
 };
 
-Receiver::Receiver(std::uint8_t service, ReceiverOptions options) : _service(service), _options(std::move(options)) {}
+Receiver::Receiver(std::uint8_t service, const ReceiverOptions& options) : _service(service), _options(options) {}
 
 bool Receiver::receive(const ReceivedPacket& packet, FindingSink* findings, std::uint64_t offset) {
     if (packet.isBehindLoss) {
@@ -319,6 +319,9 @@ std::size_t Receiver::interpret(std::span<const std::uint8_t> bytes, const Sink&
     std::size_t used = 0;
     while (used < bytes.size() && !_isDelayed) {
         const std::span<const std::uint8_t> rest = bytes.subspan(used);
+        if (rest[0] != kP16) {
+            endSurrogate(sink);
+        }
         if (isText(rest[0])) {
             used += interpretText(rest, sink);
             continue;
@@ -357,16 +360,13 @@ void Receiver::put(char32_t character, const Sink& sink) {
 
 void Receiver::putWide(std::uint16_t code, const Sink& sink) {
     char32_t character = code;
-    const char32_t high = std::exchange(_highSurrogate, std::uint16_t{0});
     if (_options.wideCharacter) {
         character = _options.wideCharacter(code);
-    } else if (high != 0 && isLowSurrogate(code)) {
+    } else if (_highSurrogate != 0 && isLowSurrogate(code)) {
+        const char32_t high = std::exchange(_highSurrogate, std::uint16_t{0});
         character = 0x10000 + ((high & 0x3FFU) << 10U) + (code & 0x3FFU);
     } else {
-        if (high != 0) {
-            sink(FindingCode::Cea708CharacterUnknown, Severity::Warning, high, 0);
-            put(kReplacement, sink);
-        }
+        endSurrogate(sink);
         if (isHighSurrogate(code)) {
             _highSurrogate = code;
             return;
@@ -378,6 +378,15 @@ void Receiver::putWide(std::uint16_t code, const Sink& sink) {
         character = kReplacement;
     }
     put(character, sink);
+}
+
+/// The first half of a pair whose second half does not come.
+void Receiver::endSurrogate(const Sink& sink) {
+    if (_highSurrogate != 0) {
+        sink(FindingCode::Cea708CharacterUnknown, Severity::Warning, std::exchange(_highSurrogate, std::uint16_t{0}),
+             0);
+        put(kReplacement, sink);
+    }
 }
 
 Window* Receiver::current(int command, const Sink& sink) {

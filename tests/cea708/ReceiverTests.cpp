@@ -36,7 +36,7 @@ struct Fed {
     qlx::Findings findings;
     bool wasChanged = false;
 
-    explicit Fed(ReceiverOptions options = {}) : receiver(1, std::move(options)) {}
+    explicit Fed(const ReceiverOptions& options = {}) : receiver(1, options) {}
 
     Fed& feed(const Parts& parts) {
         const qlxtest::ExactBuffer bytes(bytesOf(parts));
@@ -266,12 +266,13 @@ TEST(CaptionService, ShowsCharactersOfAllSets) {
     fed.feed({kShown, "7f", "e9", "1039", "10a0", "1040", "10ff", "18ac00", "18d83d18de00"});
     EXPECT_EQ(fed.lines(), Lines{"  14  ♪é™㏄__가😀"});
     // Halves of a pair that stand alone.
-    fed.feed({"0c", "18d83d", "18ac00", "18de00"});
-    EXPECT_EQ(fed.lines(), Lines{"  14  _가_"});
+    fed.feed({"0c", "18d83d", "18ac00", "18de00", "18d83d", "'a"});
+    EXPECT_EQ(fed.lines(), Lines{"  14  _가__a"});
     EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708CharacterUnknown, Severity::Warning, 0, 0x1040, 0},
                                                  {Cea708CharacterUnknown, Severity::Warning, 0, 0x10FF, 0},
                                                  {Cea708CharacterUnknown, Severity::Warning, 0, 0xD83D, 0},
-                                                 {Cea708CharacterUnknown, Severity::Warning, 0, 0xDE00, 0}}));
+                                                 {Cea708CharacterUnknown, Severity::Warning, 0, 0xDE00, 0},
+                                                 {Cea708CharacterUnknown, Severity::Warning, 0, 0xD83D, 0}}));
     ReceiverOptions options;
     options.wideCharacter = [](std::uint16_t code) { return code == 0xB0A1 ? U'\uAC00' : U'\0'; };
     Fed korean(options);

@@ -19,7 +19,7 @@ enum class CharacterSet : std::uint8_t {
 inline constexpr char32_t kTransparentSpace = U'\0';
 /// The same where no row may be broken (G2 21h).
 inline constexpr char32_t kNonBreakingTransparentSpace = U'\uFEFF';
-/// What is shown for a code that has no character (47 CFR 79.102).
+/// What is shown for a code that has no character.
 inline constexpr char32_t kReplacement = U'_';
 /// The icon of closed captions (G3 A0h), which Unicode does not have: its square CC looks like it.
 inline constexpr char32_t kClosedCaptionIcon = U'\u33C4';

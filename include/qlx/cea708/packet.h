@@ -35,7 +35,7 @@ inline constexpr std::uint8_t kFirstExtendedService = 7;
 
 /// Bytes of packet data that a packet_size_code stands for: 127 for 0, otherwise one less than twice the code.
 [[nodiscard]] constexpr std::size_t packetDataSize(std::uint8_t sizeCode) noexcept {
-    return sizeCode == 0 ? kGreatestPacketData : 2 * std::size_t{sizeCode} - 1;
+    return sizeCode == 0 ? kGreatestPacketData : 2 * std::size_t{sizeCode} - 1U;
 }
 
 /// A service block of a packet: a view into it.
@@ -176,6 +176,7 @@ struct ReceivedPacket {
 class PacketReader {
 public:
     /// Takes the next triplet.
+    /// @param triplet Of whatever type.
     /// @param findings Gets what is wrong with the packet, a jump of its number, data outside of packets; may be null.
     /// @param offset The place of all these findings.
     /// @return The packets that have ended with it, none to two; valid until the next call.

@@ -39,15 +39,17 @@ struct ReceiverOptions {
 /// before in their place.
 class Receiver {
 public:
-    /// Bytes that wait at most for the end of a delay (47 CFR 79.102).
+    /// Bytes that wait at most for the end of a delay.
     static constexpr std::size_t kWaitingBytes = 128;
 
     /// Shows nothing yet.
     /// @param service 1 to 63.
-    QLX_EXPORT explicit Receiver(std::uint8_t service = 1, ReceiverOptions options = {});
+    /// @param options Kept.
+    QLX_EXPORT explicit Receiver(std::uint8_t service = 1, const ReceiverOptions& options = {});
 
     /// Takes the next packet of the channel: its service blocks of this service. Behind a loss a command that is not
     /// complete is dropped first; windows stay as they are.
+    /// @param packet As PacketReader gives it.
     /// @param findings Gets what is wrong; may be null.
     /// @param offset The place of all these findings.
     /// @return Whether the screen may look different now.
@@ -96,6 +98,7 @@ private:
     void lookForEnd() noexcept;
     void put(char32_t character, const Sink& sink);
     void putWide(std::uint16_t code, const Sink& sink);
+    void endSurrogate(const Sink& sink);
     [[nodiscard]] Window* current(int command, const Sink& sink);
     void completeRow() noexcept;
 
@@ -103,9 +106,9 @@ private:
     ReceiverOptions _options;
     std::array<Window, kWindows> _windows;
     std::optional<std::uint8_t> _current;
-    bool _wasToldNoWindow = false;  ///< Once for the characters that stand together.
-    bool _isChanged = false;        ///< Since the call began.
-    std::uint16_t _highSurrogate = 0;
+    bool _wasToldNoWindow = false;     ///< Once for the characters that stand together.
+    bool _isChanged = false;           ///< Since the call began.
+    std::uint16_t _highSurrogate = 0;  ///< 0 where none waits for its other half.
     bool _isDelayed = false;
     std::int64_t _delay = 0;                             ///< Time that is left, below zero for what is over.
     std::array<std::uint8_t, kWaitingBytes> _waiting{};  ///< Behind a delay, or of a command that is not complete.

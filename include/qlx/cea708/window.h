@@ -84,7 +84,7 @@ public:
     void remove() noexcept { _isDefined = false; }
     /// DSW, HDW, TGW
     void setVisible(bool isVisible) noexcept { _definition.isVisible = isVisible; }
-    /// SWA. Another justification erases the text (47 CFR 79.102).
+    /// SWA. Another justification erases the text.
     QLX_EXPORT void setAttributes(const WindowAttributes& attributes);
     /// SPA and SPC.
     QLX_EXPORT void setPen(const Pen& pen) noexcept;
@@ -104,7 +104,7 @@ public:
     /// FF
     QLX_EXPORT void formFeed() noexcept;
     /// Something has come that ends a row of text: ETX, CR, any command but SPA, SPC, and SPL in the same row. A further
-    /// character in a row of a visible window that is not justified to the left begins that row anew (47 CFR 79.102).
+    /// character in a row of a visible window that is not justified to the left begins that row anew.
     void completeRow() noexcept {
         if (_row >= 0 && _row < static_cast<int>(kRows)) {
             _completeRows = static_cast<std::uint16_t>(_completeRows | 1U << static_cast<unsigned>(_row));
