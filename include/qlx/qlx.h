@@ -19,6 +19,7 @@
 #include <qlx/cc/rate.h>
 #include <qlx/cc/slots.h>
 #include <qlx/cc/triplet.h>
+#include <qlx/cea608/caption.h>
 #include <qlx/cea608/characters.h>
 #include <qlx/cea608/codes.h>
 #include <qlx/cea608/receiver.h>
@@ -27,6 +28,7 @@
 #include <qlx/cea708/packet.h>
 #include <qlx/cea708/receiver.h>
 #include <qlx/cea708/window.h>
+#include <qlx/cea608/writer.h>
 #include <qlx/facade/packet.h>
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>

@@ -12,7 +12,8 @@ namespace {
 
 struct Text {
     FindingCode code;
-    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`: in hexadecimal, without a sign.
+    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`, `{1p}`: in hexadecimal,
+                               ///< without a sign, as a place of a caption.
 };
 
 using enum FindingCode;
@@ -77,6 +78,23 @@ constexpr Text kTexts[] = {
     {UserDataMarkerBitsWrong, "marker bits: {1x}, should be {2x}"},
     {UserDataMarkerBitsMissing, "no marker bits behind the triplets"},
     {UserDataBytesBehind, "{1} bytes behind the captions"},
+    {Cea608CaptionEmpty, "caption without text is left out"},
+    {Cea608TimesWrong, "caption from frame {1} to {2} is left out: it has no duration, or begins before the last one"},
+    {Cea608CaptionOverlaps, "caption begins at frame {1}, before the one in front of it ends at {2}"},
+    {Cea608RowMoved, "text of {1p} is shown at {2p}"},
+    {Cea608RowBroken, "row is broken at {1p}, {2} spaces are left out"},
+    {Cea608RowCut, "row is cut: {2} columns from {1p} on are left out"},
+    {Cea608RowLeftOut, "{2} columns from {1p} on are left out: the caption has its four rows"},
+    {Cea608CharacterReplaced, "character {1x} is sent as {2x}"},
+    {Cea608ColorReplaced, "colour {1x} is sent as {2x}"},
+    {Cea608ColorLate, "{2} columns from {1p} on keep the colour before them"},
+    {Cea608ItalicsLate, "{2} columns from {1p} on keep or lose their italics"},
+    {Cea608UnderlineLate, "{2} columns from {1p} on keep or lose their underline"},
+    {Cea608BackgroundLate, "{2} columns from {1p} on keep the background before them"},
+    {Cea608BackgroundEarly, "{2} columns from {1p} on have the background behind them"},
+    {Cea608FlashLeftOut, "{2} columns from {1p} on do not flash"},
+    {Cea608ShownLate, "caption is shown {1} frames late, {2} pairs short"},
+    {Cea608EndLate, "caption is shown {1} frames too long"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
     {KlvKeyWrong, "no key begins with {1x}"},
     {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},
@@ -195,6 +213,11 @@ const Text* textOf(std::span<const Text> texts, FindingCode code) noexcept {
 
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
 void appendNumber(std::string& text, std::int64_t number, char form) {
+    if (form == 'p') {
+        constexpr std::int64_t kColumns = 1000;
+        text += "row " + std::to_string(number / kColumns) + ", column " + std::to_string(number % kColumns);
+        return;
+    }
     std::array<char, 24> digits{};
     char* const end = digits.data() + digits.size();
     const bool isHex = form == 'x';

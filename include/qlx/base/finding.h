@@ -117,6 +117,24 @@ enum class FindingCode : std::uint32_t {
     Cea708LocationOutside,               ///< Row or column there, greatest of the window.
     Cea708RowFull,                       ///< Character that is left out, columns of the row.
     Cea708DelayFull,                     ///< Bytes that wait, milliseconds that were left.
+    // cea608 (CTA-608-E), captions to pairs; the offset is the number of the caption, a place is qlx::cea608::placeOf()
+    Cea608CaptionEmpty = 0x4'0001,  ///< No numbers; left out.
+    Cea608TimesWrong,               ///< Frame of its start, frame of its end: left out.
+    Cea608CaptionOverlaps,  ///< Frame of its start, frame of the end of the caption before it, which ends at the start.
+    Cea608RowMoved,         ///< Place in the caption (its row there, cell of that row), place on the screen.
+    Cea608RowBroken,        ///< Place in the caption, spaces from there on that the break takes.
+    Cea608RowCut,           ///< Place in the caption, columns from there on that are left out.
+    Cea608RowLeftOut,       ///< Place in the caption, columns: the caption has its four rows.
+    Cea608CharacterReplaced,  ///< Unicode character there, one that is sent for it.
+    Cea608ColorReplaced,      ///< Number of the colour there, of the one that is sent for it.
+    Cea608ColorLate,    ///< Place, columns whose letters have the colour of what is before them (white at a beginning).
+    Cea608ItalicsLate,  ///< Place, columns whose letters have italics, or have none, in spite of what is asked for.
+    Cea608UnderlineLate,    ///< Place, columns whose letters have an underline, or have none, the same.
+    Cea608BackgroundLate,   ///< Place, columns with the background of the one before them (black at a beginning).
+    Cea608BackgroundEarly,  ///< Place, columns with the background of the one behind them.
+    Cea608FlashLeftOut,     ///< Place, columns that do not flash.
+    Cea608ShownLate,        ///< Frames that it is late, pairs that it is short of.
+    Cea608EndLate,          ///< Frames that it is shown too long.
 
     // teletext (ETSI EN 300 706, SMPTE RDD 8)
     TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.

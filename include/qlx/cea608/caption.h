@@ -1,0 +1,94 @@
+// A caption of CEA-608 (CTA-608-E; 47 CFR 15.119) as rows of styled characters, and the byte pairs that write it.
+//
+//     qlx::cea608::Caption caption;
+//     caption.rows.push_back({15, 4, cells});
+//     std::vector<qlx::cea608::CodePair> pairs;
+//     qlx::cea608::encodeCaption(caption, {}, pairs);
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/Export.h>
+#include <qlx/base/finding.h>
+#include <qlx/cea608/codes.h>
+#include <qlx/cea608/receiver.h>
+#include <qlx/screen/screen.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace qlx::cea608 {
+
+/// Rows that a caption has at most.
+inline constexpr std::size_t kGreatestCaptionRows = 4;
+
+/// How captions come to the screen.
+enum class CaptionStyle : std::uint8_t {
+    PopOn,    ///< Loaded unseen, and shown at once.
+    RollUp,   ///< Written letter by letter into the lowest of some rows, which move up for it.
+    PaintOn,  ///< Written letter by letter where it stands.
+};
+
+/// A row of a caption. Of a cell its character, colours, opacity and background, its italics, its underline and whether
+/// it is visible are used; the picture shows through cells that are not. Of a space only the background counts: it has
+/// the other attributes of a character beside it.
+struct CaptionRow {
+    std::uint8_t row = kRows;           ///< 1 to 15.
+    std::uint8_t column = 0;            ///< Of the first cell, 0 to 31.
+    std::vector<screen::Cell> cells{};  ///< One a column.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const CaptionRow&, const CaptionRow&) = default;
+};
+
+/// What is shown for a while.
+struct Caption {
+    std::uint64_t start = 0;                   ///< The frame from which on it is shown.
+    std::uint64_t end = 0;                     ///< The frame from which on it is not, behind `start`.
+    Channel channel = kCC1;                    ///< Where it is sent.
+    CaptionStyle style = CaptionStyle::PopOn;  ///< How it comes to the screen.
+    std::uint8_t rollUpRows = 2;     ///< RollUp: 2 to 4. Its lowest row stands where the last one of `rows` does.
+    std::vector<CaptionRow> rows{};  ///< From the top down, at most four.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const Caption&, const Caption&) = default;
+};
+
+/// A pair to be sent, without parity bits.
+struct CodePair {
+    Pair pair;              ///< Its bytes.
+    bool isJoined = false;  ///< Nothing else of its field may stand between the pair before it and this one.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const CodePair&, const CodePair&) noexcept = default;
+};
+
+/// How captions are encoded.
+struct EncodeOptions {
+    bool doublesCodes = true;          ///< Each pair whose first byte is 10h to 1Fh is sent twice.
+    std::uint64_t findingsOffset = 0;  ///< What findings have as their offset.
+};
+
+/// A place in a caption as findings name it: the row, and the column in three digits.
+[[nodiscard]] constexpr std::int64_t placeOf(std::size_t row, std::size_t column) noexcept {
+    constexpr std::size_t kGreatestColumn = 999;
+    return static_cast<std::int64_t>(row * (kGreatestColumn + 1) +
+                                     (column < kGreatestColumn ? column : kGreatestColumn));
+}
+
+/// The code that begins a caption of a style, and takes up again what another channel interrupted: RCL, RU2 to RU4 (of
+/// any other number of rows the nearest), RDC.
+[[nodiscard]] QLX_EXPORT Code modeCode(Channel channel, CaptionStyle style, std::uint8_t rollUpRows) noexcept;
+
+/// Appends the pairs of a caption: its mode code; in pop-on captions the one that erases the memory which is not shown;
+/// then its rows. Those that show a pop-on caption (EOC) and erase it (EDM) are not among them: they have times.
+///
+/// A change of style takes the place of a space in front of it, or of the columns in front of text that begins behind
+/// the third one. Where there are too few columns italics give way first, then the background, then the colour, and the
+/// old style stays up to the next space. Characters of the two extended sets have one of the basic set in front of them
+/// for receivers that do not know them. Rows of more than 32 columns are broken at spaces.
+/// @param pairs Where they are appended; nothing is when no cell is visible.
+/// @param findings What is not shown as it was asked for; may be null.
+QLX_EXPORT void encodeCaption(const Caption& caption, const EncodeOptions& options, std::vector<CodePair>& pairs,
+                              FindingSink* findings = nullptr);
+
+}  // namespace qlx::cea608

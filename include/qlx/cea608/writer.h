@@ -1,0 +1,131 @@
+// Captions of all four channels of line 21 (CTA-608-E; 47 CFR 15.119) as the byte pairs of each frame.
+//
+//     qlx::cea608::Writer writer(qlx::FrameRate::Fps5994);
+//     writer.add(caption, &findings);
+//     for (std::uint64_t frame = 0; !writer.isDone(); ++frame) {
+//         const qlx::cea608::FramePairs pairs = writer.next(&findings);
+//         if (pairs.field1) { send(pairs.field1->first, pairs.field1->second); }
+//     }
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/Export.h>
+#include <qlx/base/finding.h>
+#include <qlx/base/frame_rate.h>
+#include <qlx/base/ring.h>
+#include <qlx/cea608/caption.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace qlx::cea608 {
+
+/// How a writer sends.
+struct WriterOptions {
+    bool doublesCodes = true;  ///< Each pair whose first byte is 10h to 1Fh is sent twice.
+    std::uint32_t clearAfter =
+        4;  ///< Seconds: rows of a roll-up caption whose next one begins later are erased at its end.
+};
+
+/// What a frame carries, with parity bits; none of a field of which it has no pair (qlx::cc::fieldsOfFrame).
+struct FramePairs {
+    std::optional<Pair> field1;  ///< Of field 1; kNullPair where nothing is to be sent.
+    std::optional<Pair> field2;  ///< The same of field 2.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const FramePairs&, const FramePairs&) noexcept = default;
+};
+
+/// Takes captions, those of a channel in their order, and gives frame after frame.
+///
+/// A pop-on caption is loaded while the one before it is shown, as soon as it has been added. It fits when the pairs of
+/// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
+/// a gap; then its EOC begins at the first pair of its field at or after its start. Otherwise it is shown as soon as it
+/// is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at once. Roll-up and
+/// paint-on captions are written from their start on; a roll-up one is erased at its end only when the next begins much
+/// later.
+///
+/// What is due (EOC, EDM) goes first, then the first channel of a field, then the second; a channel that goes on behind
+/// another one sends its mode code. What the writer does not know yet when the pair is due does not count: a caption is
+/// added at the latest before the end of the one before it, and for it to fit before that one is shown.
+///
+/// The offset of findings is the number of the caption, counted by add() from 0.
+class Writer {
+public:
+    /// Has nothing to send yet; the next frame is number 0.
+    QLX_EXPORT explicit Writer(FrameRate rate, const WriterOptions& options = {});
+
+    /// Takes a caption.
+    /// @return False, with a finding, when it is left out: nothing of it is visible, it does not end behind its start,
+    /// or it does not start behind the start of the caption before it in its channel.
+    QLX_EXPORT bool add(const Caption& caption, FindingSink* findings = nullptr);
+
+    /// The pairs of the next frame.
+    [[nodiscard]] QLX_EXPORT FramePairs next(FindingSink* findings = nullptr);
+
+    /// The number of the next frame.
+    [[nodiscard]] std::uint64_t frame() const noexcept { return _frame; }
+    /// How many captions of a channel are not yet on the screen as a whole.
+    [[nodiscard]] std::size_t waiting(Channel channel) const noexcept { return lane(channel).cues.size(); }
+    /// Whether all was sent, and nothing stays on the screen.
+    [[nodiscard]] QLX_EXPORT bool isDone() const noexcept;
+
+private:
+    struct Cue {
+        std::uint64_t number = 0;
+        std::uint64_t start = 0;  ///< Slot of its field, as all times of a lane.
+        std::uint64_t end = 0;
+        std::size_t pairs = 0;  ///< Not sent yet, EOC apart.
+        Code mode;
+        CaptionStyle style = CaptionStyle::PopOn;
+        bool isBegun = false;
+    };
+
+    /// A channel.
+    struct Lane {
+        Ring<Cue> cues;
+        Ring<CodePair> pairs;
+        std::optional<Cue> shown;
+        std::uint64_t lastStart = 0;  ///< Frame.
+        std::uint64_t lastEnd = 0;    ///< The same.
+        std::uint64_t notBefore = 0;  ///< Behind the EDM.
+        bool hasStarted = false;      ///< A caption was added.
+    };
+
+    /// A field: its two channels, and pairs that are sent one behind the other.
+    struct Field {
+        std::array<Lane, 2> lanes;
+        std::vector<Pair> burst;
+        std::size_t sent = 0;      ///< Of `burst`.
+        std::size_t selected = 2;  ///< The lane whose text may follow without a mode code; 2 for none.
+    };
+
+    [[nodiscard]] const Lane& lane(Channel channel) const noexcept {
+        return _fields[channel.field == 2 ? 1U : 0U].lanes[channel.channel == 2 ? 1U : 0U];
+    }
+    [[nodiscard]] std::uint64_t slotAtOrAfter(std::size_t field, std::uint64_t frame) const noexcept;
+    [[nodiscard]] std::uint64_t frameOfSlot(std::size_t field, std::uint64_t slot) const noexcept;
+    [[nodiscard]] std::size_t codeLength() const noexcept { return _options.doublesCodes ? 2 : 1; }
+    Pair nextPair(std::size_t field, std::uint64_t slot, FindingSink* findings);
+    bool sendDue(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
+    bool sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
+    [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
+    [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
+    void push(Field& field, const Code& code) const;
+    void reportStart(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot,
+                     FindingSink* findings) const;
+    void reportEnd(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings) const;
+
+    FrameRate _rate;
+    WriterOptions _options;
+    bool _fieldsAlternate;
+    std::uint64_t _clearAfter;  ///< Slots.
+    std::uint64_t _frame = 0;
+    std::uint64_t _added = 0;
+    std::array<Field, 2> _fields;
+    std::vector<CodePair> _encoded;
+};
+
+}  // namespace qlx::cea608

@@ -1,0 +1,248 @@
+// Sends captions: which pair each frame carries.
+#include <qlx/cc/slots.h>
+#include <qlx/cea608/writer.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace qlx::cea608 {
+
+namespace {
+
+constexpr std::size_t kNone = 2;
+
+void addTo(FindingSink* findings, const Finding& finding) {
+    if (findings != nullptr) {
+        findings->add(finding);
+    }
+}
+
+std::int64_t number(std::uint64_t value) noexcept {
+    return static_cast<std::int64_t>(value);
+}
+
+}  // namespace
+
+Writer::Writer(FrameRate rate, const WriterOptions& options)
+    : _rate(rate), _options(options), _fieldsAlternate(cc::slotsOf(rate).fieldsAlternate),
+      _clearAfter(std::uint64_t{options.clearAfter} * nominalFramesPerSecond(rate) / (_fieldsAlternate ? 2 : 1)) {}
+
+/// Alternating fields: field 1 on even frames, field 2 on odd ones.
+std::uint64_t Writer::slotAtOrAfter(std::size_t field, std::uint64_t frame) const noexcept {
+    return _fieldsAlternate ? frame / 2 + (field == 0 ? frame % 2 : 0) : frame;
+}
+
+std::uint64_t Writer::frameOfSlot(std::size_t field, std::uint64_t slot) const noexcept {
+    return _fieldsAlternate ? 2 * slot + field : slot;
+}
+
+bool Writer::add(const Caption& caption, FindingSink* findings) {
+    const std::size_t field = caption.channel.field == 2 ? 1 : 0;
+    Lane& lane = _fields[field].lanes[caption.channel.channel == 2 ? 1 : 0];
+    const std::uint64_t ordinal = _added++;
+    if (caption.end <= caption.start || (lane.hasStarted && caption.start <= lane.lastStart)) {
+        addTo(findings,
+              {FindingCode::Cea608TimesWrong, Severity::Error, ordinal, number(caption.start), number(caption.end)});
+        return false;
+    }
+    _encoded.clear();
+    encodeCaption(caption, {.doublesCodes = _options.doublesCodes, .findingsOffset = ordinal}, _encoded, findings);
+    if (_encoded.empty()) {
+        addTo(findings, {FindingCode::Cea608CaptionEmpty, Severity::Remark, ordinal, 0, 0});
+        return false;
+    }
+    const std::uint64_t start = slotAtOrAfter(field, caption.start);
+    if (lane.hasStarted && lane.lastEnd > caption.start) {
+        addTo(findings, {FindingCode::Cea608CaptionOverlaps, Severity::Warning, ordinal, number(caption.start),
+                         number(lane.lastEnd)});
+        if (!lane.cues.empty()) {
+            lane.cues.back().end = start;
+        }
+        if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
+            lane.shown->end = start;
+        }
+    }
+    lane.hasStarted = true;
+    lane.lastStart = caption.start;
+    lane.lastEnd = caption.end;
+    lane.cues.push({.number = ordinal,
+                    .start = start,
+                    .end = slotAtOrAfter(field, caption.end),
+                    .pairs = _encoded.size(),
+                    .mode = modeCode(caption.channel, caption.style, caption.rollUpRows),
+                    .style = caption.style});
+    for (const CodePair& pair : _encoded) {
+        lane.pairs.push(pair);
+    }
+    return true;
+}
+
+FramePairs Writer::next(FindingSink* findings) {
+    const cc::FrameFields fields = cc::fieldsOfFrame(_rate, _frame);
+    const std::uint64_t slot = _fieldsAlternate ? _frame / 2 : _frame;
+    ++_frame;
+    FramePairs pairs;
+    if (fields.field1) {
+        pairs.field1 = withOddParity(nextPair(0, slot, findings));
+    }
+    if (fields.field2) {
+        pairs.field2 = withOddParity(nextPair(1, slot, findings));
+    }
+    return pairs;
+}
+
+bool Writer::isDone() const noexcept {
+    return std::all_of(_fields.begin(), _fields.end(), [](const Field& field) {
+        const auto isLaneDone = [](const Lane& lane) { return lane.cues.empty() && !lane.shown; };
+        return field.sent == field.burst.size() && std::all_of(field.lanes.begin(), field.lanes.end(), isLaneDone);
+    });
+}
+
+/// What is due goes first, then the channels in their order.
+Pair Writer::nextPair(std::size_t field, std::uint64_t slot, FindingSink* findings) {
+    Field& sender = _fields[field];
+    if (sender.sent == sender.burst.size()) {
+        sender.burst.clear();
+        sender.sent = 0;
+        (void)(sendDue(field, 0, slot, findings) || sendDue(field, 1, slot, findings) ||
+               sendPairs(field, 0, slot, findings) || sendPairs(field, 1, slot, findings));
+    }
+    return sender.sent < sender.burst.size() ? sender.burst[sender.sent++] : Pair{};
+}
+
+/// EOC or EDM of a channel; false when none of them is due.
+bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings) {
+    Field& sender = _fields[field];
+    Lane& lane = sender.lanes[channel];
+    const auto control = [&](Control which) {
+        push(sender, controlCode(which, static_cast<std::uint8_t>(channel + 1), field == 1));
+        sender.selected = sender.selected == channel ? channel : kNone;
+    };
+    if (!lane.cues.empty()) {
+        const Cue& cue = lane.cues.front();
+        if (cue.style == CaptionStyle::PopOn && cue.pairs == 0 && cue.start <= slot) {
+            control(Control::EndOfCaption);
+            reportEnd(field, lane, slot, findings);
+            reportStart(field, cue, cue.start, slot, findings);
+            lane.shown = lane.cues.pop();
+            return true;
+        }
+    }
+    if (!lane.shown || lane.shown->end > slot || !isErased(sender, channel, slot)) {
+        return false;
+    }
+    control(Control::EraseDisplayedMemory);
+    reportEnd(field, lane, slot, findings);
+    lane.shown.reset();
+    lane.notBefore = slot + codeLength();
+    return true;
+}
+
+/// Whether what is shown needs an EDM at its end. It needs none when what comes next takes its place within the time of
+/// one.
+bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept {
+    const Lane& lane = field.lanes[channel];
+    if (lane.cues.empty()) {
+        return true;
+    }
+    const Cue& next = lane.cues.front();
+    const std::uint64_t atOnce = slot + codeLength() - 1;
+    switch (next.style) {
+    case CaptionStyle::PopOn: {
+        const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
+        const std::uint64_t loaded = slot + next.pairs + (isInterrupted ? codeLength() : 0);
+        return std::max(next.start, loaded) > atOnce;
+    }
+    case CaptionStyle::RollUp:
+        if (next.isBegun) {
+            return false;
+        }
+        return lane.shown->style == CaptionStyle::RollUp ? next.start > lane.shown->end + _clearAfter
+                                                         : next.start > atOnce;
+    case CaptionStyle::PaintOn:
+        return !next.isBegun;
+    }
+    return true;
+}
+
+/// Pairs of a channel that stand side by side; false when it has none to send yet.
+bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings) {
+    Field& sender = _fields[field];
+    Lane& lane = sender.lanes[channel];
+    if (lane.cues.empty()) {
+        return false;
+    }
+    Cue& cue = lane.cues.front();
+    const bool isPopOn = cue.style == CaptionStyle::PopOn;
+    if (cue.pairs == 0 || (!isPopOn && !cue.isBegun && cue.start > slot)) {
+        return false;
+    }
+    std::size_t count = 1;
+    while (count < cue.pairs && lane.pairs[count].isJoined) {
+        ++count;
+    }
+    const bool isResumed = cue.isBegun && sender.selected != channel;
+    if (slot + count + (isResumed ? codeLength() : 0) > nextDue(sender, slot)) {
+        return true;
+    }
+    if (isResumed) {
+        push(sender, cue.mode);
+    }
+    for (std::size_t index = 0; index < count; ++index) {
+        sender.burst.push_back(lane.pairs.pop().pair);
+    }
+    sender.selected = channel;
+    cue.pairs -= count;
+    if (!cue.isBegun && !isPopOn) {
+        if (lane.shown && lane.shown->style != CaptionStyle::RollUp) {
+            reportEnd(field, lane, slot, findings);
+        }
+        reportStart(field, cue, std::max(cue.start, lane.notBefore), slot, findings);
+        lane.shown = cue;
+    }
+    cue.isBegun = true;
+    if (!isPopOn && cue.pairs == 0) {
+        (void)lane.cues.pop();
+    }
+    return true;
+}
+
+/// The slot behind `slot` that is kept for a code which has its time.
+std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noexcept {
+    std::uint64_t due = std::numeric_limits<std::uint64_t>::max();
+    const auto keep = [&due, slot](std::uint64_t time) { due = time > slot ? std::min(due, time) : due; };
+    for (const Lane& lane : field.lanes) {
+        const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
+        const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
+        const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
+        if (lane.shown && !isBeingWritten) {
+            keep(lane.shown->end);
+        }
+        if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {
+            keep(cue->start);
+        }
+    }
+    return due;
+}
+
+void Writer::push(Field& field, const Code& code) const {
+    const Pair pair = pairOf(code).value_or(Pair{});
+    field.burst.insert(field.burst.end(), codeLength(), pair);
+}
+
+void Writer::reportStart(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot,
+                         FindingSink* findings) const {
+    if (slot > due) {
+        addTo(findings, {FindingCode::Cea608ShownLate, Severity::Warning, cue.number,
+                         number(frameOfSlot(field, slot) - frameOfSlot(field, due)), number(slot - due)});
+    }
+}
+
+void Writer::reportEnd(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings) const {
+    if (lane.shown && slot > lane.shown->end) {
+        addTo(findings, {FindingCode::Cea608EndLate, Severity::Warning, lane.shown->number,
+                         number(frameOfSlot(field, slot) - frameOfSlot(field, lane.shown->end)), 0});
+    }
+}
+
+}  // namespace qlx::cea608

@@ -1,0 +1,183 @@
+// When the pairs of captions are sent.
+#include "CaptionRows.h"
+
+#include <qlx/cea608/writer.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qlx::cea608;
+using qlx::Finding;
+using qlx::FindingCode;
+using qlx::FrameRate;
+using qlxtest::cellsOf;
+using enum CaptionStyle;
+
+Caption captionOf(std::uint64_t start, std::uint64_t end, std::u32string_view text, Channel channel = kCC1,
+                  CaptionStyle style = PopOn) {
+    return {.start = start, .end = end, .channel = channel, .style = style, .rows = {{15, 0, cellsOf(text)}}};
+}
+
+/// All pairs of a field that are no nulls: a line for each run of them, behind the number of the first one's frame.
+std::string sent(Writer& writer, std::size_t field, std::uint64_t frames, qlx::Findings& findings) {
+    std::string text;
+    bool isBehindPair = false;
+    while (writer.frame() < frames) {
+        const std::uint64_t frame = writer.frame();
+        const FramePairs pairs = writer.next(&findings);
+        const auto& pair = field == 1 ? pairs.field1 : pairs.field2;
+        if (!pair) {
+            continue;
+        }
+        const bool isSent = *pair != kNullPair;
+        if (isSent && !isBehindPair) {
+            text += (text.empty() ? "" : "\n") + std::to_string(frame) + ":";
+        }
+        text += isSent ? " " + qlxtest::textOf(*pair) : "";
+        isBehindPair = isSent;
+    }
+    return text;
+}
+
+struct Sent {
+    std::string pairs;
+    std::vector<std::string> findings;
+};
+
+Sent sentOf(const std::vector<Caption>& captions, std::size_t field = 1, FrameRate rate = FrameRate::Fps2997,
+            bool doublesCodes = false) {
+    Writer writer(rate, {.doublesCodes = doublesCodes});
+    qlx::Findings findings;
+    for (const Caption& caption : captions) {
+        (void)writer.add(caption, &findings);
+    }
+    Sent result;
+    result.pairs = sent(writer, field, 1000, findings);
+    EXPECT_TRUE(writer.isDone());
+    for (const Finding& finding : findings) {
+        result.findings.push_back(std::to_string(finding.offset) + ": " + finding.text());
+    }
+    return result;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(PopOnCaptions, AreLoadedWhileTheOneBeforeIsShown) {
+    const Sent result = sentOf({captionOf(20, 40, U"Hi"), captionOf(60, 80, U"yo"), captionOf(80, 90, U"!")});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142e 1460 796f\n40: 142c\n"
+                            "60: 142f 1420 142e 1460 2100\n80: 142f\n90: 142c");
+    EXPECT_EQ(result.findings, Texts());
+}
+
+TEST(PopOnCaptions, AreDoubled) {
+    const Sent result = sentOf({captionOf(20, 40, U"Hi")}, 1, FrameRate::Fps30, true);
+    EXPECT_EQ(result.pairs, "0: 1420 1420 142e 142e 1460 1460 4869\n20: 142f 142f\n40: 142c 142c");
+}
+
+TEST(PopOnCaptions, MoveToTheSlotsOfTheirField) {
+    for (const FrameRate rate : {FrameRate::Fps50, FrameRate::Fps5994, FrameRate::Fps60}) {
+        // Field 1 has the even frames, field 2 the odd ones.
+        EXPECT_EQ(sentOf({captionOf(21, 40, U"Hi")}, 1, rate).pairs, "0: 1420 142e 1460 4869\n22: 142f\n40: 142c");
+        EXPECT_EQ(sentOf({captionOf(20, 41, U"Hi", kCC3)}, 2, rate).pairs,
+                  "1: 1520 152e 1460 4869\n21: 152f\n41: 152c");
+    }
+    for (const FrameRate rate : qlx::kFrameRates) {
+        EXPECT_EQ(sentOf({captionOf(20, 40, U"Hi")}, 2, rate).pairs, "");
+        EXPECT_EQ(sentOf({captionOf(20, 40, U"Hi")}, 1, rate).pairs.substr(23), "20: 142f\n40: 142c");
+    }
+}
+
+TEST(PopOnCaptions, AreShownWhenTheyAreLoaded) {
+    // Four pairs and an EDM do not fit between frames 21 and 24: EOC follows three frames late.
+    Sent result = sentOf({captionOf(20, 22, U"Hi"), captionOf(23, 40, U"yo")});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142c 142e 1460 796f 142f\n40: 142c");
+    EXPECT_EQ(result.findings, Texts{"1: caption is shown 3 frames late, 3 pairs short"});
+    result = sentOf({captionOf(2, 22, U"Hi")}, 1, FrameRate::Fps60);
+    EXPECT_EQ(result.findings, Texts{"0: caption is shown 6 frames late, 3 pairs short"});
+    // Just in time.
+    result = sentOf({captionOf(20, 22, U"Hi"), captionOf(26, 40, U"yo")});
+    EXPECT_EQ(result.findings, Texts());
+    result = sentOf({captionOf(20, 25, U"Hi"), captionOf(25, 40, U"yo")});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142e 1460 796f 142f\n40: 142c");
+    EXPECT_EQ(result.findings, Texts());
+}
+
+TEST(PopOnCaptions, AreNotErasedWhenTheNextFollowsAtOnce) {
+    // Between frames 40 and 41 there is no room for both EDM.
+    Sent result = sentOf({captionOf(20, 40, U"Hi"), captionOf(41, 60, U"yo")}, 1, FrameRate::Fps25, true);
+    EXPECT_NE(result.pairs.find("796f\n41: 142f 142f\n60: 142c 142c"), std::string::npos) << result.pairs;
+    EXPECT_EQ(result.findings, Texts{"0: caption is shown 1 frames too long"});
+    result = sentOf({captionOf(20, 40, U"Hi"), captionOf(42, 60, U"yo")}, 1, FrameRate::Fps25, true);
+    EXPECT_NE(result.pairs.find("40: 142c 142c 142f 142f\n60: 142c 142c"), std::string::npos) << result.pairs;
+    EXPECT_EQ(result.findings, Texts());
+}
+
+TEST(PopOnCaptions, KeepJoinedPairsTogether) {
+    // The pair of `A`, and its code twice, would reach into the EDM of frame 24 that is due while they are loaded.
+    const Sent result = sentOf({captionOf(20, 29, U"Hi"), captionOf(60, 80, U"\u00C0")}, 1, FrameRate::Fps24, true);
+    EXPECT_NE(result.pairs.find("20: 142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 4100 1230 1230\n60:"),
+              std::string::npos)
+        << result.pairs;
+}
+
+TEST(Captions, AreRefusedWhenTheirTimesAreWrong) {
+    const Sent result = sentOf({captionOf(20, 20, U"a"), captionOf(20, 40, U"b"), captionOf(20, 50, U"c"),
+                                captionOf(30, 50, U"~"), captionOf(30, 50, U"d")});
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption from frame 20 to 20 is left out: it has no duration, or begins before the last one",
+                     "2: caption from frame 20 to 50 is left out: it has no duration, or begins before the last one",
+                     "3: caption without text is left out",
+                     "4: caption begins at frame 30, before the one in front of it ends at 40"}));
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 6200\n20: 142f 1420 142e 1460 6400\n30: 142f\n50: 142c");
+}
+
+TEST(RollUpCaptions, AreWrittenFromTheirStartOn) {
+    const auto rollUp = [](std::uint64_t start, std::uint64_t end, std::u32string_view text) {
+        return captionOf(start, end, text, kCC1, RollUp);
+    };
+    // Four seconds are 120 frames.
+    const Sent result = sentOf({rollUp(10, 20, U"Hi"), rollUp(140, 200, U"yo"), rollUp(321, 330, U"!")});
+    EXPECT_EQ(result.pairs, "10: 1425 142d 1460 4869\n140: 1425 142d 1460 796f\n200: 142c\n"
+                            "321: 1425 142d 1460 2100\n330: 142c");
+    EXPECT_EQ(result.findings, Texts());
+    // What is still being written makes the next one late.
+    EXPECT_EQ(sentOf({rollUp(10, 11, U"Hi"), rollUp(11, 20, U"yo")}).findings,
+              Texts{"1: caption is shown 3 frames late, 3 pairs short"});
+}
+
+TEST(PaintOnCaptions, AreErasedAtTheirEnd) {
+    const auto paintOn = [](std::uint64_t start, std::uint64_t end, std::u32string_view text) {
+        return captionOf(start, end, text, kCC2, PaintOn);
+    };
+    const Sent result = sentOf({paintOn(10, 20, U"Hi"), paintOn(20, 30, U"yo")});
+    EXPECT_EQ(result.pairs, "10: 1c29 1c60 4869\n20: 1c2c 1c29 1c60 796f\n30: 1c2c");
+    EXPECT_EQ(result.findings, Texts());
+}
+
+TEST(Captions, OfTwoChannelsShareAField) {
+    // CC2 goes on with its mode code; what is due goes first.
+    const Sent result = sentOf({captionOf(6, 20, U"Hi", kCC2), captionOf(4, 20, U"yo"), captionOf(50, 60, U"a"),
+                                captionOf(50, 60, U"b", kCC2)});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 796f 142f 1420 142e 1460 6100 1c20 1c2e 1c60 4869 1c2f 1c20 1c2e 1c60 "
+                            "6200\n20: 142c 1c2c\n50: 142f 1c2f\n60: 142c 1c2c");
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption is shown 7 frames late, 7 pairs short", "0: caption is shown 1 frames too long",
+                     "3: caption is shown 1 frames late, 1 pairs short", "3: caption is shown 1 frames too long"}));
+}
+
+TEST(Captions, OfAnInterruptedChannelGoOnBehindItsModeCode) {
+    Writer writer(FrameRate::Fps2997, {.doublesCodes = false});
+    ASSERT_TRUE(writer.add(captionOf(100, 200, U"abcdef", kCC4)));
+    qlx::Findings findings;
+    EXPECT_EQ(sent(writer, 2, 4, findings), "0: 1d20 1d2e 1c60 6162");
+    ASSERT_TRUE(writer.add(captionOf(50, 60, U"x", kCC3)));
+    EXPECT_EQ(sent(writer, 2, 300, findings), "4: 1520 152e 1460 7800 1d20 6364 6566\n50: 152f\n60: 152c\n"
+                                              "100: 1d2f\n200: 1d2c");
+    EXPECT_TRUE(findings.empty());
+}
+
+}  // namespace
