@@ -172,7 +172,8 @@ bool Receiver::startRollUp(std::size_t rows) {
         _style = {};
         return true;
     }
-    _row = std::max(_row, rows - 1);
+    // The rows of a window that is too near to the upper edge move down together.
+    moveWindow(_row);
     for (std::size_t row = 0; row + rows <= _row; ++row) {
         _displayed[row] = {};
     }

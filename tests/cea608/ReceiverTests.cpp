@@ -281,6 +281,17 @@ TEST(RollUp, StaysOnTheScreen) {
     EXPECT_EQ(receiver.lines(), (Lines{"   1   two", "   2   three", "   3   four", "   4   FIVE"}));
 }
 
+TEST(RollUp, MovesDownWhenMoreRowsNeedRoom) {
+    FedReceiver receiver;
+    // Two rows whose lowest is row 2; four rows need row 4.
+    receiver.control(0x14, 0x25).control(0x14, 0x2D).control(0x11, 0x60).text("one").control(0x14, 0x2D).text("two");
+    EXPECT_EQ(receiver.lines(), (Lines{"   1   one", "   2   two"}));
+    receiver.control(0x14, 0x27);
+    EXPECT_EQ(receiver.lines(), (Lines{"   3   one", "   4   two"}));
+    receiver.control(0x14, 0x2D).text("three");
+    EXPECT_EQ(receiver.lines(), (Lines{"   2   one", "   3   two", "   4   three"}));
+}
+
 TEST(ControlCode, CountsOnceWhenItComesTwice) {
     FedReceiver receiver;
     receiver.control(0x14, 0x29).control(0x14, 0x60);
