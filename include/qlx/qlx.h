@@ -43,6 +43,9 @@
 #include <qlx/scte/scte35_commands.h>
 #include <qlx/scte/scte35_descriptors.h>
 #include <qlx/scte/scte35_text.h>
+#include <qlx/subtitles/cue.h>
+#include <qlx/subtitles/srt.h>
+#include <qlx/subtitles/stl.h>
 #include <qlx/teletext/characters.h>
 #include <qlx/teletext/coding.h>
 #include <qlx/teletext/packet.h>

@@ -2,6 +2,7 @@
 
 #include "subtitles/LinePlacement.h"
 #include "subtitles/SRTTimecode.h"
+#include "subtitles/SrtCue.h"
 #include "subtitles/SubtitleMode.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
@@ -17,16 +18,14 @@
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 /// The file's bytes as text, without a byte-order mark; none when a byte of it is not UTF-8.
 std::optional<std::string_view> textIn(const qlx::Data& file) {
     std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
     if (qlx::firstInvalidUTF8Byte(text)) {
         return std::nullopt;
     }
-    if (text.starts_with(kByteOrderMark)) {
-        text.remove_prefix(kByteOrderMark.size());
+    if (text.starts_with(qlx::srt::kByteOrderMark)) {
+        text.remove_prefix(qlx::srt::kByteOrderMark.size());
     }
     return text;
 }
@@ -43,7 +42,7 @@ public:
     std::vector<std::shared_ptr<QLXSubtitleRecord>> run(std::string_view text) {
         while (!text.empty()) {
             const std::size_t length = std::min(text.find('\n'), text.size());
-            takeLine(withoutCarriageReturns(text.substr(0, length)));
+            takeLine(qlx::srt::withoutCarriageReturns(text.substr(0, length), _scratch));
             text.remove_prefix(std::min(length + 1, text.size()));
         }
         closeBlock();
@@ -51,32 +50,19 @@ public:
     }
 
 private:
-    /// `line` itself where possible; a carriage return can stand anywhere in it.
-    std::string_view withoutCarriageReturns(std::string_view line) {
-        while (line.ends_with('\r')) {
-            line.remove_suffix(1);
-        }
-        if (line.find('\r') == std::string_view::npos) {
-            return line;
-        }
-        _scratch = line;
-        std::erase(_scratch, '\r');
-        return _scratch;
-    }
-
     void takeLine(std::string_view line) {
-        if (line.empty()) {
+        using enum qlx::srt::LineKind;
+        switch (qlx::srt::kindOfLine(line, _linesOfBlock++)) {
+        case Empty:
             closeBlock();
-            return;
-        }
-        switch (_lineNumber++) {
-        case 0:
+            break;
+        case Number:
             _index = static_cast<std::uint64_t>(qlx::integerValue(line));
             break;
-        case 1:
+        case Timing:
             takeTiming(line);
             break;
-        default:
+        case Text:
             takeText(line);
             break;
         }
@@ -107,7 +93,7 @@ private:
         if (_colorCarries) {
             line._textColor.store(previous._textColor.load(kRelaxed), kRelaxed);
         }
-        if (line._positioningType.load(kRelaxed) == 0 && line._verticalPosition.load(kRelaxed) == 0) {
+        if (qlx::srt::inheritsPlace(line._positioningType.load(kRelaxed), line._verticalPosition.load(kRelaxed))) {
             line._positioningType.store(previous._positioningType.load(kRelaxed), kRelaxed);
             line._alignment.store(previous._alignment.load(kRelaxed), kRelaxed);
         }
@@ -119,7 +105,7 @@ private:
         }
         _lines.clear();
         _blockIsValid = false;
-        _lineNumber = 0;
+        _linesOfBlock = 0;
     }
 
     std::shared_ptr<QLXSubtitleRecord> makeRecord() {
@@ -144,7 +130,7 @@ private:
     std::vector<std::shared_ptr<QLXSubtitleRecord>> _records;
 
     // The block in hand
-    std::uint64_t _lineNumber = 0;
+    std::uint64_t _linesOfBlock = 0;
     std::uint64_t _index = 0;
     qlx::srt::TimeSpan _span;
     bool _blockIsValid = false;

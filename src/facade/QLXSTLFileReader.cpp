@@ -1,14 +1,16 @@
 #include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
 
 #include "base/Hex.h"
-#include "subtitles/STLBlocks.h"
 #include "subtitles/STLCharacters.h"
+#include "subtitles/StlText.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
+#include <qlx/subtitles/stl.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <span>
@@ -16,13 +18,26 @@
 
 namespace {
 
-constexpr std::string_view kQueueName = ".STLFileReader.readingQueue";
-constexpr std::string_view kBlanks = " \t";
+using qlx::subtitles::StlTimeCode;
+using qlx::subtitles::Tti;
 
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+constexpr std::string_view kQueueName = ".STLFileReader.readingQueue";
+constexpr std::size_t kTimeCodeSize = 4;
+
+/// The frames of a second; 0 for a format that these operations do not know.
+double framesPerSecondOf(const qlx::subtitles::Gsi& gsi) noexcept {
+    const auto rate = gsi.rate();
+    const bool isKnown = rate == qlx::FrameRate::Fps25 || rate == qlx::FrameRate::Fps30;
+    return isKnown ? qlx::nominalFramesPerSecond(*rate) : 0.0;
+}
+
+/// How many blocks the file announces; 0 for a field that is not ASCII, or no number.
+std::uint64_t announcedBlocks(const qlx::subtitles::Gsi& gsi) noexcept {
+    const auto& field = gsi.blockCount.characters;
+    const bool isAscii =
+        std::all_of(field.begin(), field.end(), [](char byte) { return static_cast<std::uint8_t>(byte) < 0x80; });
+    const std::int64_t count = gsi.blockCount.number();
+    return isAscii && count > 0 ? static_cast<std::uint64_t>(count) : 0;
 }
 
 }  // namespace
@@ -30,47 +45,31 @@ std::string_view trimmed(std::string_view text) {
 /// Makes the record of one text and timing block.
 class QLXSTLFileReader::BlockReader {
 public:
-    explicit BlockReader(qlx::stl::Block block) : _block(block) {}
+    explicit BlockReader(const Tti& block) : _block(block), _firstRow(qlx::stl::firstRow(block.verticalPosition)) {}
 
     std::shared_ptr<QLXSubtitleRecord> run(double framesPerSecond) {
         constexpr auto kRelaxed = std::memory_order_relaxed;
-        readText();
+        // Text that no line break or unused space follows is not shown.
+        (void)qlx::stl::walkText(_block.text, *this);
         auto record = std::make_shared<QLXSubtitleRecord>();
-        record->_index.store(_block.subtitleNumber(), kRelaxed);
+        record->_index.store(_block.number, kRelaxed);
         record->_isValid.store(true, kRelaxed);
-        record->_startTimeInSeconds.store(qlx::stl::secondsOf(_block.timeCodeIn(), framesPerSecond), kRelaxed);
-        record->_endTimeInSeconds.store(qlx::stl::secondsOf(_block.timeCodeOut(), framesPerSecond), kRelaxed);
+        record->_startTimeInSeconds.store(_block.timeCodeIn.inSeconds(framesPerSecond), kRelaxed);
+        record->_endTimeInSeconds.store(_block.timeCodeOut.inSeconds(framesPerSecond), kRelaxed);
         record->_subtitleLines = std::move(_lines);
         return record;
     }
 
-private:
-    /// Text that no line break or unused space follows is not shown.
-    void readText() {
-        for (const std::uint8_t byte : _block.text()) {
-            if (byte < 0x20) {
-                if (const std::int32_t color = qlx::stl::colorOfCode(byte); color != 0) {
-                    _color = color;
-                }
-            } else if (byte < 0x80 || byte > 0xA0) {
-                _buffer[_used++] = byte;
-            } else if (byte == qlx::stl::kLineBreak) {
-                closeLine();
-                ++_lineNumber;
-            } else if (byte == qlx::stl::kUnusedSpace) {
-                closeLine();
-                return;
-            }
-        }
-    }
-
-    void closeLine() {
+    void color(std::int32_t constant) noexcept { _color = constant; }
+    void character(std::uint8_t byte) noexcept { _buffer[_used++] = byte; }
+    void passed(std::uint8_t /*code*/) noexcept {}
+    void lineEnd() {
         constexpr auto kRelaxed = std::memory_order_relaxed;
         auto text = qlx::stl::decodedLine(std::span(_buffer).first(_used));
         _used = 0;
-        const std::int32_t alignment = _block.justification();
+        const auto alignment = static_cast<std::int32_t>(_block.justification);
         if (text && alignment != 0) {
-            if (const std::string_view inner = trimmed(*text); inner.size() != text->size()) {
+            if (const std::string_view inner = qlx::stl::trimmed(*text); inner.size() != text->size()) {
                 text = std::string(inner);
             }
         }
@@ -78,30 +77,36 @@ private:
         line->_textString = std::move(text);
         line->_alignment.store(alignment, kRelaxed);
         line->_textColor.store(_color, kRelaxed);
-        line->_verticalPosition.store(_lineNumber + _block.firstRow(), kRelaxed);
+        line->_verticalPosition.store(_firstRow + _lines.size(), kRelaxed);
         _lines.push_back(std::move(line));
     }
 
-    const qlx::stl::Block _block;
+private:
+    const Tti& _block;
+    const std::uint64_t _firstRow;
     std::vector<std::shared_ptr<QLXSubtitleTextLine>> _lines;
-    std::uint64_t _lineNumber = 0;
-    std::int32_t _color = 7;
-    std::array<std::uint8_t, qlx::stl::kTextSize> _buffer{};
+    std::int32_t _color = qlx::stl::kWhite;
+    std::array<std::uint8_t, qlx::subtitles::kTtiTextBytes> _buffer{};
     std::size_t _used = 0;
 };
 
 std::vector<std::shared_ptr<QLXSubtitleRecord>> QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath(
     const std::string& path) {
     std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
-    const qlx::Data file = qlx::services().get<qlx::FileReader>().contentsOfFile(path);
-    const auto information = qlx::stl::readInformation(file);
-    if (!information || (file.size() - qlx::stl::kInformationSize) / qlx::stl::kBlockSize < information->blockCount) {
+    const qlx::Data contents = qlx::services().get<qlx::FileReader>().contentsOfFile(path);
+    const auto file = qlx::subtitles::parseStl(contents);
+    if (!file) {
         return records;
     }
-    records.reserve(static_cast<std::size_t>(information->blockCount));
-    for (std::uint64_t index = 0; index < information->blockCount; ++index) {
-        if (const auto block = qlx::stl::blockAt(file, index); block.isSubtitle()) {
-            records.push_back(BlockReader(block).run(information->framesPerSecond));
+    const double framesPerSecond = framesPerSecondOf(file->gsi);
+    const std::uint64_t blocks = announcedBlocks(file->gsi);
+    if (framesPerSecond == 0.0 || file->blocks() < blocks) {
+        return records;
+    }
+    records.reserve(static_cast<std::size_t>(blocks));
+    for (std::size_t index = 0; index < blocks; ++index) {
+        if (const Tti block = file->block(index); block.isSubtitle()) {
+            records.push_back(BlockReader(block).run(framesPerSecond));
         }
     }
     return records;
@@ -124,11 +129,10 @@ void QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler(
 
 double QLXSTLFileReader::secondsFromSTLBytes_length_framesPerSecond(const std::uint8_t* bytes, std::uint64_t length,
                                                                     double framesPerSecond) noexcept {
-    using qlx::stl::kTimeCodeSize;
-    return bytes != nullptr && length == kTimeCodeSize
-               ? qlx::stl::secondsOf(std::span<const std::uint8_t, kTimeCodeSize>(bytes, kTimeCodeSize),
-                                     framesPerSecond)
-               : 0.0;
+    if (bytes == nullptr || length != kTimeCodeSize) {
+        return 0.0;
+    }
+    return StlTimeCode{bytes[0], bytes[1], bytes[2], bytes[3]}.inSeconds(framesPerSecond);
 }
 
 std::optional<std::string> QLXSTLFileReader::stringWithBytes_length_encoding(const std::uint8_t* bytes,

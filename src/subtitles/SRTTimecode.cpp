@@ -1,9 +1,11 @@
 #include "subtitles/SRTTimecode.h"
 
+#include "subtitles/SrtCue.h"
 #include "subtitles/TextEditing.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/subtitles/srt.h>
 
 #include <algorithm>
 #include <cmath>
@@ -68,16 +70,13 @@ std::string timecodeFromSeconds(double seconds) {
 }
 
 std::optional<TimeSpan> timeSpanFromTimingLine(std::string_view line) noexcept {
-    constexpr std::string_view kArrow = " --> ";
-    const std::size_t arrow = line.find(kArrow);
-    if (arrow == std::string_view::npos) {
+    const auto parts = subtitles::splitSrtTiming(line);
+    if (!parts) {
         return std::nullopt;
     }
-    const std::string_view end = line.substr(arrow + kArrow.size());
-    if (end.find(kArrow) != std::string_view::npos) {
-        return std::nullopt;
-    }
-    return TimeSpan{secondsFromTimecode(line.substr(0, arrow)), secondsFromTimecode(end)};
+    // What stands behind the end is a part of it here.
+    const std::string_view end = line.substr(parts->start.size() + kArrow.size());
+    return TimeSpan{secondsFromTimecode(parts->start), secondsFromTimecode(end)};
 }
 
 }  // namespace qlx::srt

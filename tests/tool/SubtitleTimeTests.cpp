@@ -1,6 +1,4 @@
 // The times of SRT and JSON files that are none, or are read as something else than they look like.
-#include "cues/SubtitleTimes.h"
-
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
@@ -13,9 +11,6 @@
 
 namespace {
 
-using namespace std::string_view_literals;
-using qlx::tool::formOfTimecode;
-using qlx::tool::TimecodeForm;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -23,43 +18,6 @@ using qlxtest::srt;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 using Lines = std::vector<std::string>;
-
-TEST(SubtitleTimes, KnowATimecode) {
-    for (const std::string_view text : {"00:00:01,500", "0:00:01,500", "0:0:1,500", "100:59:59,999", "99999:00:00,000",
-                                        " 00:00:01,500\t", "00: 0: 1,500", "00 :00:01 , 500"}) {
-        EXPECT_EQ(formOfTimecode(text), TimecodeForm::Usual) << text;
-    }
-    for (const std::string_view text : {"00:60:00,000", "00:00:60,000", "00:00:01,5", "00:00:01,50", "00:00:01,1000",
-                                        "00:99999999999999999999:01,000"}) {
-        EXPECT_EQ(formOfTimecode(text), TimecodeForm::Other) << text;
-    }
-    for (const std::string_view text : {""sv,
-                                        " "sv,
-                                        "abc"sv,
-                                        "NaN"sv,
-                                        "1.5"sv,
-                                        "00:00:01"sv,
-                                        "00:00:01.500"sv,
-                                        "00:00:01:12"sv,
-                                        "00:00:01;12"sv,
-                                        "00:01,500"sv,
-                                        "00:00:01,"sv,
-                                        "::,"sv,
-                                        "00::01,500"sv,
-                                        ":00:01,500"sv,
-                                        "-00:00:01,500"sv,
-                                        "00:00:01,-500"sv,
-                                        "+0:00:01,500"sv,
-                                        "00:00:01,500x"sv,
-                                        "x0:00:01,500"sv,
-                                        "00:00:01,500,1"sv,
-                                        "00:00:00:01,500"sv,
-                                        "00:0 0:01,500"sv,
-                                        "00:00:01,500\0"sv,
-                                        "0x:00:01,500"sv}) {
-        EXPECT_EQ(formOfTimecode(text), TimecodeForm::None) << text;
-    }
-}
 
 /// The lines of `subs` behind the title: the cues as `start text`, and what was left out.
 Lines listed(const std::string& content) {

@@ -221,6 +221,36 @@ enum class FindingCode : std::uint32_t {
     MxfListItemLengthWrong,           ///< Length of an item there, the right one.
     MxfTrailingBytes,                 ///< Bytes behind the last field.
 
+    // subtitles
+    SubtitleTextNotUtf8 = 0xA'0001,  ///< First byte that is no UTF-8, how many there are in the row.
+
+    // subtitles, SubRip; the offset is the number of a line, counted from 1
+    SrtNumberWrong = 0xA'0101,  ///< No numbers.
+    SrtTimingMissing,           ///< No numbers; the line is the cue's number, or what stands in its place.
+    SrtTimingWrong,             ///< No numbers.
+    SrtTimeWrong,               ///< 1 for the start, 2 for the end.
+    SrtTimeUnusual,             ///< The same, milliseconds that it is read as.
+    SrtEndNotLater,             ///< Milliseconds of the start, of the end.
+    SrtBytesBehindTimes,        ///< Bytes behind the times.
+    SrtTimingInsideCue,         ///< No numbers.
+    SrtCueTooLong,              ///< Greatest size in bytes, most lines of a cue.
+
+    // subtitles (EBU Tech 3264)
+    StlTooShort = 0xA'0201,      ///< Bytes needed, bytes there.
+    StlDiskFormatUnknown,        ///< The eight characters as a number.
+    StlFieldUnknown,             ///< The characters of the field, three at most, as a number; its size.
+    StlNumberWrong,              ///< The first character that is no digit, size of the field.
+    StlTimeCodeWrong,            ///< Its four numbers as a number of four bytes, frames in a second (0: not known).
+    StlBlockCountWrong,          ///< Text and timing blocks announced, those that are there.
+    StlBlockCut,                 ///< Bytes of a block, bytes there.
+    StlExtensionNumberReserved,  ///< Extension block number there.
+    StlStatusUnknown,            ///< Cumulative status there, greatest that is defined.
+    StlJustificationUnknown,     ///< Justification code there, greatest that is defined.
+    StlCommentFlagUnknown,       ///< Comment flag there, greatest that is defined.
+    StlEndNotLater,              ///< The four numbers of the time code in as a number of four bytes, of that out.
+    StlTextUnended,              ///< Characters behind the last line break, which are left out.
+    StlCodesPassed,              ///< The first code that is passed over, how many there are.
+
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };

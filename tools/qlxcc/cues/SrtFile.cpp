@@ -3,8 +3,8 @@
 #include "cues/SubtitleTimes.h"
 #include "io/Errors.h"
 
-#include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <qlx/subtitles/srt.h>
 
 #include <algorithm>
 #include <utility>
@@ -14,80 +14,84 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+using Effect = SubtitleProblem::Effect;
 
-// A piece is what the library gets at once. Cues beyond any use would need much more memory than their text.
+// What the reader gets at once, so that the file is in memory only once.
 constexpr std::size_t kPiece = std::size_t{256} * 1024;
-constexpr std::size_t kLongestCue = std::size_t{1024} * 1024;
-constexpr std::uint64_t kMostLinesOfCue = 10'000;
 
-/// Whether a line begins with `HH:MM:SS,mmm --> HH:MM:SS,mmm` and the end is later than the start.
-bool isTimingLine(std::string_view line) {
-    constexpr std::string_view kForm = "00:00:00,000 --> 00:00:00,000";
-    if (line.size() < kForm.size()) {
-        return false;
-    }
-    const bool hasForm = std::equal(kForm.begin(), kForm.end(), line.begin(), [](char form, char character) {
-        return form == '0' ? character >= '0' && character <= '9' : character == form;
-    });
-    return hasForm && !leaveCueOut(timingLineProblems(0, line));
-}
-
-/// Walks the lines of a text, block by block.
-class SRTWalk {
+/// Gives the lines of a text that are asked for, in their order.
+class Lines {
 public:
-    explicit SRTWalk(std::string_view text) : _text(text) {
-        if (_text.starts_with(kByteOrderMark)) {
-            _text.remove_prefix(kByteOrderMark.size());
-        }
-    }
+    explicit Lines(std::string_view text) : _rest(text) {}
 
-    /// Takes the lines up to an empty one, with that.
-    /// @return False at the end of the text.
-    template <class Report>
-    bool takeBlock(const Report& report) {
-        if (_text.empty() && _lineInBlock == 0) {
-            return false;
+    /// A line without carriage returns; valid until the next call.
+    /// @param number Counted from 1, never below that of the call before.
+    std::string_view at(std::uint64_t number) {
+        for (; _number < number; ++_number) {
+            const std::size_t end = std::min(_rest.find('\n'), _rest.size());
+            _line = _rest.substr(0, end);
+            _rest.remove_prefix(std::min(end + 1, _rest.size()));
         }
-        do {
-            // Behind the last line stands an empty one, which closes the last block.
-            const std::size_t end = std::min(_text.find('\n'), _text.size());
-            _line = _text.substr(0, end);
-            _text.remove_prefix(std::min(end + 1, _text.size()));
-            ++_lineNumber;
-            std::erase(_line, '\r');
-            takeLine(report);
-        } while (_lineInBlock > 0);
-        return true;
+        std::erase(_line, '\r');
+        return _line;
     }
-
-    [[nodiscard]] std::string_view rest() const { return _text; }
-    [[nodiscard]] std::uint64_t lines() const { return _lineNumber; }
 
 private:
-    template <class Report>
-    void takeLine(const Report& report) {
-        using Effect = SubtitleProblem::Effect;
-        if (_line.empty()) {
-            if (_lineInBlock == 1) {
-                report({_lineNumber - 1, "cue without a timing line", Effect::CueLeftOut});
-            }
-            _lineInBlock = 0;
-            return;
-        }
-        if (++_lineInBlock == 2) {
-            for (SubtitleProblem& problem : timingLineProblems(_lineNumber, _line)) {
-                report(std::move(problem));
-            }
-        } else if (_lineInBlock > 2 && isTimingLine(_line)) {
-            report({_lineNumber, "a timing line inside a cue: is a blank line missing?", Effect::None});
+    std::string_view _rest;
+    std::uint64_t _number = 0;
+    std::string _line;
+};
+
+/// Puts what the reader finds into words.
+class Findings final : public FindingSink {
+public:
+    explicit Findings(std::string_view text) : _lines(text) {}
+
+    void add(const Finding& finding) override {
+        const std::uint64_t line = finding.offset;
+        switch (finding.code) {
+        case FindingCode::SrtTimingMissing:
+            _problems.push_back({line, "cue without a timing line", Effect::CueLeftOut});
+            break;
+        case FindingCode::SrtTimingInsideCue:
+            _problems.push_back({line, "a timing line inside a cue: is a blank line missing?", Effect::None});
+            break;
+        case FindingCode::SrtTimingWrong:
+        case FindingCode::SrtTimeWrong:
+        case FindingCode::SrtTimeUnusual:
+        case FindingCode::SrtEndNotLater:
+            addTiming(line);
+            break;
+        case FindingCode::SrtCueTooLong:
+            _longCue = _longCue == 0 ? line : _longCue;
+            break;
+        default:
+            // Numbers that are none, and coordinates behind the times, make no difference here.
+            break;
         }
     }
 
-    std::string_view _text;
-    std::uint64_t _lineNumber = 0;
-    std::uint64_t _lineInBlock = 0;
-    std::string _line;
+    /// What has been found since the last call.
+    [[nodiscard]] std::vector<SubtitleProblem> take() { return std::exchange(_problems, {}); }
+
+    /// The first line of a cue that is too long; 0 when there is none.
+    [[nodiscard]] std::uint64_t longCue() const { return _longCue; }
+
+private:
+    /// All that is wrong with a timing line is said at once.
+    void addTiming(std::uint64_t line) {
+        if (std::exchange(_timingLine, line) == line) {
+            return;
+        }
+        for (SubtitleProblem& problem : timingLineProblems(line, _lines.at(line))) {
+            _problems.push_back(std::move(problem));
+        }
+    }
+
+    Lines _lines;
+    std::uint64_t _timingLine = 0;
+    std::uint64_t _longCue = 0;
+    std::vector<SubtitleProblem> _problems;
 };
 
 [[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text) {
@@ -104,58 +108,57 @@ private:
     throw failureAtLine(subtitles.name, first.place, "no valid cue in the file: " + first.what);
 }
 
+/// Reads a text, and hands on its cues and, behind each piece, what was found.
+template <class TakeCue, class TakeFound>
+void walk(std::string_view text, Findings& findings, const TakeCue& takeCue, const TakeFound& takeFound) {
+    subtitles::SrtReader reader({}, &findings);
+    const auto read = [&] {
+        while (const subtitles::Cue* const cue = reader.next()) {
+            takeCue(*cue);
+        }
+        takeFound();
+    };
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, kPiece);
+        text.remove_prefix(piece.size());
+        reader.push({reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()});
+        read();
+    }
+    reader.finish();
+    read();
+}
+
 }  // namespace
 
 std::vector<SubtitleProblem> findSRTProblems(std::string_view text) {
-    std::vector<SubtitleProblem> problems;
-    SRTWalk walk(text);
-    while (walk.takeBlock([&](SubtitleProblem problem) { problems.push_back(std::move(problem)); })) {
-    }
-    return problems;
+    Findings findings(text);
+    walk(
+        text, findings, [](const subtitles::Cue&) {}, [] {});
+    return findings.take();
 }
 
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
+    constexpr std::int32_t kCea608 = 1;
     subtitles.format = "SRT";
-    SRTWalk walk(text);
-    std::string_view rest = text;  // what the library has not had
-    // Gives the library everything up to `behind` bytes before the text's end.
-    const auto handOn = [&](std::size_t behind) {
-        const std::string_view piece = rest.substr(0, rest.size() - behind);
-        rest.remove_prefix(piece.size());
-        if (piece.empty()) {
-            return;
+    Findings findings(text);
+    const auto takeCue = [&](const subtitles::Cue& cue) {
+        auto record = recordOf(cue);
+        record->updatePositioningForSubtitleMode(request.mode);
+        if (request.mode == kCea608) {
+            moveAsCaption(*record, request.frameDuration);
         }
-        const LoadedFile file(Data(reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()));
-        for (auto& record : QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(
-                 request.path, request.mode, request.frameDuration)) {
-            ++subtitles.cues;
-            take(std::move(record));
+        ++subtitles.cues;
+        take(std::move(record));
+    };
+    const auto takeFound = [&] {
+        if (findings.longCue() != 0) {
+            throw failureAtLine(subtitles.name, findings.longCue(), "a cue of more than 1 MiB or 10000 lines");
+        }
+        for (SubtitleProblem& problem : findings.take()) {
+            subtitles.problems.add(std::move(problem));
         }
     };
-    std::size_t before = walk.rest().size();
-    std::uint64_t linesBefore = 0;
-    bool isLeftOut = false;
-    const auto report = [&](SubtitleProblem problem) {
-        isLeftOut = isLeftOut || problem.effect == SubtitleProblem::Effect::CueLeftOut;
-        subtitles.problems.add(std::move(problem));
-    };
-    while (walk.takeBlock(report)) {
-        if (before - walk.rest().size() > kLongestCue || walk.lines() - linesBefore > kMostLinesOfCue) {
-            throw failureAtLine(subtitles.name, linesBefore + 1, "a cue of more than 1 MiB or 10000 lines");
-        }
-        if (isLeftOut) {
-            // The library would take a time that it cannot read for 0.
-            handOn(before);
-            rest = walk.rest();
-            isLeftOut = false;
-        }
-        before = walk.rest().size();
-        linesBefore = walk.lines();
-        if (rest.size() - before >= kPiece) {
-            handOn(before);
-        }
-    }
-    handOn(0);
+    walk(text, findings, takeCue, takeFound);
     if (subtitles.cues == 0) {
         throwNoCue(subtitles, text);
     }

@@ -3,25 +3,19 @@
 
 #include "cues/Subtitles.h"
 
-#include <QLXClosedCaptionsUtilities/platform/Data.h>
-#include <QLXClosedCaptionsUtilities/platform/Services.h>
+#include <qlx/subtitles/cue.h>
 
-#include <string>
+#include <memory>
 #include <string_view>
-#include <utility>
 
 namespace qlx::tool {
 
-/// Gives the library bytes that have been read already, whatever file it asks for.
-class LoadedFile final : public FileReader {
-public:
-    explicit LoadedFile(Data contents) : _contents(std::move(contents)) {}
-    Data contentsOfFile(const std::string& /*path*/) override { return _contents; }
+/// The record of a cue, valid, with rows and times as the cue has them.
+[[nodiscard]] std::shared_ptr<QLXSubtitleRecord> recordOf(const subtitles::Cue& cue);
 
-private:
-    Data _contents;
-    ScopedService<FileReader> _scope{*this};
-};
+/// Starts a caption early, by an estimate of its pairs, and ends it a frame early: the pairs are sent one a frame, and
+/// then it stands complete at its time.
+void moveAsCaption(QLXSubtitleRecord& record, double frameDuration);
 
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 

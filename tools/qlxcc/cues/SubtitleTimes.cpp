@@ -5,6 +5,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/subtitles/srt.h>
 
 #include <algorithm>
 #include <array>
@@ -19,9 +20,7 @@ namespace {
 
 using Effect = SubtitleProblem::Effect;
 
-constexpr std::string_view kArrow = " --> ";
 constexpr std::string_view kBlanks = " \t";
-constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kForm = "(HH:MM:SS,mmm)";
 constexpr std::size_t kShownCharacters = 40;
 
@@ -46,30 +45,6 @@ std::string quoted(std::string_view text) {
 std::string_view trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-/// Takes the part of a text in front of `separator`, with that; all of it when there is none.
-std::string_view takePart(std::string_view& text, char separator) {
-    const std::size_t length = std::min(text.find(separator), text.size());
-    const std::string_view part = trimmed(text.substr(0, length));
-    text.remove_prefix(std::min(length + 1, text.size()));
-    return part;
-}
-
-bool isNumber(std::string_view text) {
-    return !text.empty() && text.find_first_not_of(kDigits) == std::string_view::npos;
-}
-
-/// The timecode of an SRT cue's end without the coordinates that may stand behind it.
-std::string_view withoutCoordinates(std::string_view end) {
-    const std::size_t comma = std::min(end.find(','), end.size());
-    const std::size_t number = std::min(end.find_first_not_of(kBlanks, comma + 1), end.size());
-    const std::size_t rest = std::min(end.find_first_not_of(kDigits, number), end.size());
-    // Blanks of other kinds, such as one without a break, end the number as well.
-    const bool isApart = rest > number && rest < end.size() &&
-                         (kBlanks.find(end[rest]) != std::string_view::npos || (end[rest] & '\x80') != 0);
-    // With another comma in it the library does not read the timecode.
-    return isApart && end.find(',', rest) == std::string_view::npos ? end.substr(0, rest) : end;
 }
 
 std::string readAs(std::string_view timecode) {
@@ -130,34 +105,17 @@ std::optional<SubtitleProblem> timeProblem(std::uint64_t element, const Dictiona
                                             key(keys.timecode)};
     }
     const std::string* const text = timecode->text();
-    switch (text != nullptr ? formOfTimecode(*text) : TimecodeForm::None) {
-    case TimecodeForm::None:
+    const auto time = text != nullptr ? subtitles::parseSrtTime(*text) : std::nullopt;
+    if (!time) {
         return SubtitleProblem{element, key(keys.timecode) + " is no time " + std::string(kForm) + ": " +
                                             shortened(jsonText(*timecode))};
-    case TimecodeForm::Other:
-        return SubtitleProblem{element, key(keys.timecode) + " " + quoted(*text) + readAs(*text), Effect::None};
-    case TimecodeForm::Usual:
-        break;
     }
-    return std::nullopt;
+    return time->isUsual ? std::nullopt
+                         : std::optional(SubtitleProblem{
+                               element, key(keys.timecode) + " " + quoted(*text) + readAs(*text), Effect::None});
 }
 
 }  // namespace
-
-TimecodeForm formOfTimecode(std::string_view text) noexcept {
-    constexpr std::int64_t kSixty = 60;
-    constexpr std::size_t kMillisecondDigits = 3;
-    const std::string_view hours = takePart(text, ':');
-    const std::string_view minutes = takePart(text, ':');
-    const std::string_view seconds = takePart(text, ',');
-    const std::string_view milliseconds = trimmed(text);
-    if (!isNumber(hours) || !isNumber(minutes) || !isNumber(seconds) || !isNumber(milliseconds)) {
-        return TimecodeForm::None;
-    }
-    const bool isUsual =
-        integerValue(minutes) < kSixty && integerValue(seconds) < kSixty && milliseconds.size() == kMillisecondDigits;
-    return isUsual ? TimecodeForm::Usual : TimecodeForm::Other;
-}
 
 std::string timeInWords(double seconds) {
     constexpr double kMost = 1e12;  // far beyond every programme, and exact in milliseconds
@@ -166,29 +124,31 @@ std::string timeInWords(double seconds) {
 }
 
 std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_view timing) {
-    const std::size_t arrow = timing.find(kArrow);
-    if (arrow == std::string_view::npos || timing.find(kArrow, arrow + kArrow.size()) != std::string_view::npos) {
+    const auto parts = subtitles::splitSrtTiming(timing);
+    if (!parts) {
         return {{line, quoted(timing) + " is not a timing line (HH:MM:SS,mmm --> HH:MM:SS,mmm)"}};
     }
-    const std::string_view start = timing.substr(0, arrow);
-    const std::string_view end = withoutCoordinates(timing.substr(arrow + kArrow.size()));
     std::vector<SubtitleProblem> remarks;
-    for (const auto& [what, time] : {std::pair("start ", start), std::pair("end ", end)}) {
-        const std::string named = std::string("the ") + what + quoted(time);
-        const TimecodeForm form = formOfTimecode(time);
-        if (form == TimecodeForm::None) {
+    std::array<std::int64_t, 2> milliseconds{};
+    std::size_t index = 0;
+    for (const auto& [what, text] : {std::pair("start ", parts->start), std::pair("end ", parts->end)}) {
+        const std::string named = std::string("the ") + what + quoted(text);
+        const auto time = subtitles::parseSrtTime(text);
+        if (!time) {
             return {{line, named + " is no time " + std::string(kForm)}};
         }
-        if (form == TimecodeForm::Other) {
-            remarks.push_back({line, named + readAs(time), Effect::None});
+        if (!time->isUsual) {
+            remarks.push_back({line, named + readAs(text), Effect::None});
         }
+        milliseconds[index++] = time->time.value;
     }
-    if (QLXSubtitleRecord::secondsFromSRTTimecode(end) > QLXSubtitleRecord::secondsFromSRTTimecode(start)) {
+    if (milliseconds[1] > milliseconds[0]) {
         return remarks;
     }
-    return {notLater(
-        line, "the end " + quoted(end) + " is not later than the start " + quoted(start) + " " + std::string(kForm),
-        remarks)};
+    return {notLater(line,
+                     "the end " + quoted(parts->end) + " is not later than the start " + quoted(parts->start) + " " +
+                         std::string(kForm),
+                     remarks)};
 }
 
 std::vector<SubtitleProblem> elementTimeProblems(std::uint64_t element, const Dictionary& values,

@@ -11,19 +11,10 @@
 
 namespace qlx::tool {
 
-/// What a text is that stands where a timecode of an SRT or JSON file should. The library gives a time for any text.
-enum class TimecodeForm {
-    None,   ///< No timecode: the library's time would be 0, or that of a part of the text.
-    Other,  ///< Read as the sum of its numbers, but not in the form HH:MM:SS,mmm: `00:75:00,5`.
-    Usual
-};
-
-[[nodiscard]] TimecodeForm formOfTimecode(std::string_view text) noexcept;
-
 /// `00:00:10,500`, to the nearest millisecond.
 [[nodiscard]] std::string timeInWords(double seconds);
 
-/// What is wrong with the timing line of an SRT cue: why it is left out, or remarks; empty when it is right.
+/// What is wrong with the timing line of an SRT cue, in words: why it is left out, or remarks; empty when it is right.
 [[nodiscard]] std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_view timing);
 
 /// The same for the times of an element of a JSON file, under the keys that the library reads.
