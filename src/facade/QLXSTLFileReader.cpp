@@ -3,6 +3,7 @@
 #include "base/Hex.h"
 #include "subtitles/STLCharacters.h"
 #include "subtitles/StlText.h"
+#include "subtitles/TextEditing.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
@@ -69,7 +70,7 @@ public:
         _used = 0;
         const auto alignment = static_cast<std::int32_t>(_block.justification);
         if (text && alignment != 0) {
-            if (const std::string_view inner = qlx::stl::trimmed(*text); inner.size() != text->size()) {
+            if (const std::string_view inner = qlx::subtitles::trimmed(*text); inner.size() != text->size()) {
                 text = std::string(inner);
             }
         }

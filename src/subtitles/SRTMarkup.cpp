@@ -14,15 +14,9 @@ namespace {
 
 using subtitles::removeAllIgnoringCase;
 using subtitles::startsWithIgnoringCase;
+using subtitles::trimmed;
 
 constexpr auto kNotFound = std::string_view::npos;
-
-std::string_view trimmed(std::string_view line) {
-    constexpr std::string_view kBlanks = " \t";
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
-    line.remove_suffix(line.size() - std::min(line.find_last_not_of(kBlanks) + 1, line.size()));
-    return line;
-}
 
 /// A style tag; only the lower-case opening tag switches the style on and lets both tags be removed, in either case.
 bool takeStyle(std::string& text, std::string_view opening, std::string_view closing) {

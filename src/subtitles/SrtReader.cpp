@@ -25,11 +25,6 @@ constexpr std::int64_t kSixty = 60;
 constexpr std::int64_t kStart = 1;
 constexpr std::int64_t kEnd = 2;
 
-std::string_view trimmed(std::string_view text) noexcept {
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
 bool isNumber(std::string_view text) noexcept {
     return !text.empty() && text.find_first_not_of(kDigits) == std::string_view::npos;
 }

@@ -2,6 +2,7 @@
 
 #include "subtitles/STLCharacters.h"
 #include "subtitles/StlText.h"
+#include "subtitles/TextEditing.h"
 
 #include <cstring>
 #include <string>
@@ -183,9 +184,10 @@ void checkNumbers(const Tti& tti, FindingSink& findings, std::uint64_t offset) {
 }
 
 void writeTo(const Gsi& gsi, std::uint8_t* bytes) noexcept {
-    walk(gsi, [&bytes](const auto& field, Content) {
-        std::memcpy(bytes, field.characters.data(), field.characters.size());
-        bytes += field.characters.size();
+    std::size_t offset = 0;
+    walk(gsi, [&](const auto& field, Content) {
+        std::memcpy(bytes + offset, field.characters.data(), field.characters.size());
+        offset += field.characters.size();
     });
 }
 
@@ -229,7 +231,7 @@ public:
         std::string text = stl::decodedLine(std::span(_line).first(_used)).value_or(std::string());
         _used = 0;
         if (_tti.justification != Alignment::Unchanged) {
-            text = std::string(stl::trimmed(text));
+            text = std::string(trimmed(text));
         }
         // Some characters have a zero byte in front of them, as deployed hosts expect.
         std::erase(text, '\0');

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string_view>
 
 namespace qlx::stl {
 
@@ -29,14 +28,6 @@ inline constexpr std::int32_t kWhite = 7;
 [[nodiscard]] constexpr std::uint64_t firstRow(std::uint8_t verticalPosition) noexcept {
     // A position of 0 wraps around to the largest row.
     return ((verticalPosition - 1U) & 0xFFU) / 2;
-}
-
-/// Without the blanks at its ends.
-[[nodiscard]] constexpr std::string_view trimmed(std::string_view text) noexcept {
-    constexpr std::string_view kBlanks = " \t";
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 /// Whether unused space ends a text.

@@ -33,6 +33,12 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag) {
     text.resize(kept);
 }
 
+std::string_view trimmed(std::string_view text) noexcept {
+    constexpr std::string_view kBlanks = " \t";
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
 std::string_view takePart(std::string_view& rest, char separator) noexcept {
     const std::string_view part = rest.substr(0, rest.find(separator));
     rest.remove_prefix(std::min(part.size() + 1, rest.size()));

@@ -13,6 +13,9 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag);
 /// True when `text` begins with `prefix` (in lower case), letters A to Z in either case.
 [[nodiscard]] bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) noexcept;
 
+/// Without the blanks and tabs at its ends.
+[[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
+
 /// Takes the text up to `separator` off the front of `rest`, together with the separator; all of it without one.
 [[nodiscard]] std::string_view takePart(std::string_view& rest, char separator) noexcept;
 

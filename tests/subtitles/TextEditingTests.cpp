@@ -37,6 +37,13 @@ TEST(TextEditing, ComparesWholePrefixes) {
     EXPECT_TRUE(startsWithIgnoringCase("", ""));
 }
 
+TEST(TextEditing, TrimsBlanksAndTabsOnly) {
+    EXPECT_EQ(trimmed(" \ta b\t "), "a b");
+    EXPECT_EQ(trimmed("\ra\u00A0"), "\ra\u00A0");
+    EXPECT_EQ(trimmed(" \t "), "");
+    EXPECT_EQ(trimmed(""), "");
+}
+
 TEST(TextEditing, TakesPartsUpToTheSeparator) {
     std::string_view rest = "a,,b";
     EXPECT_EQ(takePart(rest, ','), "a");

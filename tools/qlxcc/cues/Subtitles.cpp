@@ -49,8 +49,8 @@ InputKind kindOfText(const std::string& path, std::string_view text) {
 
 /// The whole seconds and the rest are added up, as they are where timecodes are read.
 double secondsOf(const MediaTime& time) {
-    return static_cast<double>(time.value % time.timescale) / time.timescale +
-           static_cast<double>(time.value / time.timescale);
+    const std::int64_t whole = time.value / time.timescale;
+    return static_cast<double>(time.value % time.timescale) / time.timescale + static_cast<double>(whole);
 }
 
 std::shared_ptr<QLXSubtitleTextLine> lineOf(const subtitles::Row& row) {
