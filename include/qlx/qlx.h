@@ -33,6 +33,7 @@
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
+#include <qlx/playout/timeline.h>
 #include <qlx/screen/screen.h>
 #include <qlx/scte/conversion.h>
 #include <qlx/scte/scte104.h>

@@ -1,11 +1,11 @@
 // The timeline: which record is due, and which kind of output it goes to.
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
+#include <qlx/playout/timeline.h>
 
 #include "subtitles/SubtitleMode.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <limits>
@@ -18,19 +18,8 @@ namespace {
 
 using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
 
-/// A record with its start as it was when the sort began: records may be changed by another thread meanwhile.
-struct TimedRecord {
-    double start;
-    std::shared_ptr<QLXSubtitleRecord> record;
-};
-
-/// Ascending starts; a start that is not a number comes last (the order must be one, also then).
-bool isEarlier(double left, double right) noexcept {
-    return left < right || (std::isnan(right) && !std::isnan(left));
-}
-
-bool startsEarlier(const TimedRecord& left, const TimedRecord& right) noexcept {
-    return isEarlier(left.start, right.start);
+double startOf(const std::shared_ptr<QLXSubtitleRecord>& record) noexcept {
+    return record->startTimeInSeconds();
 }
 
 /// True when the records of `list` and then those of `added` stand in order; null entries of `added` count for nothing.
@@ -40,24 +29,10 @@ bool areInOrder(const Records& list, const Records& added) noexcept {
         if (!record) {
             return true;
         }
-        const double start = record->startTimeInSeconds();
-        return !isEarlier(start, std::exchange(last, start));
+        const double start = startOf(record);
+        return !qlx::playout::isEarlier(start, std::exchange(last, start));
     };
     return std::all_of(list.begin(), list.end(), follows) && std::all_of(added.begin(), added.end(), follows);
-}
-
-void sortByStart(Records& records) {
-    std::vector<TimedRecord> timed;
-    timed.reserve(records.size());
-    for (std::shared_ptr<QLXSubtitleRecord>& record : records) {
-        const double start = record->startTimeInSeconds();
-        timed.push_back({start, std::move(record)});
-    }
-    if (!std::is_sorted(timed.begin(), timed.end(), startsEarlier)) {
-        std::stable_sort(timed.begin(), timed.end(), startsEarlier);
-    }
-    std::transform(timed.begin(), timed.end(), records.begin(),
-                   [](TimedRecord& entry) { return std::move(entry.record); });
 }
 
 void appendRecords(Records& list, const Records& records) {
@@ -89,7 +64,7 @@ std::vector<std::shared_ptr<QLXSubtitleRecord>> QLXSubtitlesPacketizer::subtitle
 void QLXSubtitlesPacketizer::setSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records) {
     Records list;
     appendRecords(list, records);
-    sortByStart(list);
+    qlx::playout::sortByStart(list, startOf);
     const std::lock_guard changes(_changesMutex);
     const std::lock_guard lock(_recordsMutex);
     _subtitleRecords.swap(list);
@@ -108,7 +83,7 @@ void QLXSubtitlesPacketizer::addSubtitleRecords(const std::vector<std::shared_pt
     list.reserve(_subtitleRecords.size() + records.size());
     list = _subtitleRecords;
     appendRecords(list, records);
-    sortByStart(list);
+    qlx::playout::sortByStart(list, startOf);
     const std::lock_guard lock(_recordsMutex);
     _subtitleRecords.swap(list);
 }
