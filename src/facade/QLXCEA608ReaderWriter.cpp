@@ -3,8 +3,8 @@
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
+#include "facade/Line21Picture.h"
 #include "facade/OneSample.h"
-#include "line21/Line21Waveform.h"
 
 #include <array>
 #include <cstring>
@@ -69,11 +69,11 @@ std::uint64_t pixelsOfWidth(double width) {
 
 /// True when the picture's memory holds all lines, whoever made it.
 bool holdsLines(const qlx::PixelBuffer& lines) {
-    return lines.bytesPerRow() <= lines.dataSize() / qlx::line21::kRows;
+    return lines.bytesPerRow() <= lines.dataSize() / qlx::facade::line21::kRows;
 }
 
 /// The bytes that are drawn in rows 1 and 2 of the picture of lines; none when it is not as large as it should be.
-std::optional<std::array<std::uint8_t, qlx::line21::kSampleBytes>> readLines(qlx::PixelBuffer& lines) {
+std::optional<std::array<std::uint8_t, qlx::facade::line21::kSampleBytes>> readLines(qlx::PixelBuffer& lines) {
     const std::uint8_t* base = nullptr;
     {
         const Lock lock(lines, PixelAccess::ReadOnly);
@@ -84,9 +84,9 @@ std::optional<std::array<std::uint8_t, qlx::line21::kSampleBytes>> readLines(qlx
     }
     // The bytes are read after the unlock: nobody else has this picture.
     const std::size_t bytesPerRow = lines.bytesPerRow();
-    std::array<std::uint8_t, qlx::line21::kSampleBytes> bytes{};
-    for (std::size_t row = 1; row < qlx::line21::kRows; ++row) {
-        qlx::line21::readCells({base + row * bytesPerRow, bytesPerRow}, std::span(bytes).subspan(row - 1));
+    std::array<std::uint8_t, qlx::facade::line21::kSampleBytes> bytes{};
+    for (std::size_t row = 1; row < qlx::facade::line21::kRows; ++row) {
+        qlx::facade::line21::readCells({base + row * bytesPerRow, bytesPerRow}, std::span(bytes).subspan(row - 1));
     }
     return bytes;
 }
@@ -100,11 +100,11 @@ QLXCEA608ReaderWriter::QLXCEA608ReaderWriter()
 QLXCEA608ReaderWriter::~QLXCEA608ReaderWriter() = default;
 
 qlx::Data QLXCEA608ReaderWriter::generateCEA608RunIn() {
-    return qlx::line21::runIn();
+    return qlx::facade::line21::runIn();
 }
 
 qlx::Data QLXCEA608ReaderWriter::generateCEA608BitWithValue(bool value) {
-    return qlx::line21::cell(value);
+    return qlx::facade::line21::cell(value);
 }
 
 void QLXCEA608ReaderWriter::updateCEA608PixelTransferSessionAndPixelBufferWithWidth(double width) {
@@ -114,8 +114,8 @@ void QLXCEA608ReaderWriter::updateCEA608PixelTransferSessionAndPixelBufferWithWi
     }
     if (!_cea608LinesPixelBuffer) {
         std::shared_ptr<qlx::PixelBuffer> lines;
-        if (pictures().createPixelBuffer(pixelsOfWidth(width), qlx::line21::kRows, qlx::kPixelFormatBGRA, &lines) ==
-            0) {
+        if (pictures().createPixelBuffer(pixelsOfWidth(width), qlx::facade::line21::kRows, qlx::kPixelFormatBGRA,
+                                         &lines) == 0) {
             _cea608LinesPixelBuffer = std::move(lines);
         }
     }
@@ -179,7 +179,7 @@ std::shared_ptr<qlx::SampleBuffer> QLXCEA608ReaderWriter::createClosedCaptionSam
 void QLXCEA608ReaderWriter::overlayCEA608FromCCBuffer_size_intoPixelBuffer(
     const std::uint8_t* ccBuffer, std::uint64_t size, const std::shared_ptr<qlx::PixelBuffer>& pixelBuffer) {
     constexpr std::uint8_t kNullWithParity = 0x80;
-    constexpr qlx::Range kLines{0, qlx::line21::kRows};
+    constexpr qlx::Range kLines{0, qlx::facade::line21::kRows};
     if (!pixelBuffer) {
         return;
     }
@@ -193,10 +193,10 @@ void QLXCEA608ReaderWriter::overlayCEA608FromCCBuffer_size_intoPixelBuffer(
     if (!linesLock || !ccBuffer || size < 2 || !holdsLines(lines) || _cea608RunInData.size() >= bytesPerRow) {
         return;
     }
-    const qlx::line21::Parts parts{_cea608RunInData, _cea608BitOnOneData, _cea608BitOnZeroData};
-    qlx::line21::drawBlack({lines.row(0), bytesPerRow});
-    qlx::line21::drawPair({lines.row(1), bytesPerRow}, parts, ccBuffer[0], ccBuffer[1]);
-    qlx::line21::drawPair({lines.row(2), bytesPerRow}, parts, kNullWithParity, kNullWithParity);
+    const qlx::facade::line21::Parts parts{_cea608RunInData, _cea608BitOnOneData, _cea608BitOnZeroData};
+    qlx::facade::line21::drawBlack({lines.row(0), bytesPerRow});
+    qlx::facade::line21::drawPair({lines.row(1), bytesPerRow}, parts, ccBuffer[0], ccBuffer[1]);
+    qlx::facade::line21::drawPair({lines.row(2), bytesPerRow}, parts, kNullWithParity, kNullWithParity);
 
     const Lock videoLock(*pixelBuffer, PixelAccess::ReadWrite);
     if (!videoLock) {

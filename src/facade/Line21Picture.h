@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace qlx::line21 {
+namespace qlx::facade::line21 {
 
 inline constexpr std::size_t kPixelBytes = 4;
 inline constexpr std::size_t kCellPixels = 27;  ///< One bit, and one cycle of the clock, at 13.5 MHz.
@@ -43,4 +43,4 @@ inline constexpr std::size_t kSampleBytes = 4;
 /// @param bytes At least two.
 void readCells(std::span<const std::uint8_t> row, std::span<std::uint8_t> bytes) noexcept;
 
-}  // namespace qlx::line21
+}  // namespace qlx::facade::line21

@@ -1,4 +1,4 @@
-#include "line21/Line21Waveform.h"
+#include "facade/Line21Picture.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <initializer_list>
 
-namespace qlx::line21 {
+namespace qlx::facade::line21 {
 
 namespace {
 
@@ -97,4 +97,4 @@ void readCells(std::span<const std::uint8_t> row, std::span<std::uint8_t> bytes)
     }
 }
 
-}  // namespace qlx::line21
+}  // namespace qlx::facade::line21
