@@ -34,6 +34,7 @@
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
 #include <qlx/playout/timeline.h>
+#include <qlx/line21/line21.h>
 #include <qlx/screen/screen.h>
 #include <qlx/scte/conversion.h>
 #include <qlx/scte/scte104.h>

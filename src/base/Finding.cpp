@@ -220,6 +220,13 @@ constexpr Text kTexts[] = {
     {StlEndNotLater, "time code out {2x} is not later than time code in {1x}"},
     {StlTextUnended, "text without an end mark: {1} characters behind its last line break are left out"},
     {StlCodesPassed, "code {1x} is passed over ({2} such codes in the text)"},
+    {Line21FormatUnknown, "unknown pixel format {1x}"},
+    {Line21RowTooShort, "row of {2} bytes, {1} are needed"},
+    {Line21RowTooNarrow, "row of {2} pixels, {1} are needed"},
+    {Line21RowCut, "{2} of {1} bits are in the row"},
+    {Line21RunInMissing, "no clock run-in"},
+    {Line21StartBitsMissing, "no start bits behind the clock run-in"},
+    {Line21ParityWrong, "byte {2} of the pair with wrong parity: {1x}"},
 };
 
 /// The same where the first number is the identifier of a caption packet's section, and no cc_type, which has two bits.

@@ -1,16 +1,14 @@
 #include "facade/Line21Picture.h"
 
+#include "line21/Waveform.h"
+
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
-#include <initializer_list>
 
 namespace qlx::facade::line21 {
 
 namespace {
-
-constexpr std::uint8_t kHigh = 127;  ///< Grey of a 1: about half of white, the amplitude that CTA-608 asks for.
 
 using Pixel = std::array<std::uint8_t, kPixelBytes>;
 
@@ -35,29 +33,18 @@ std::span<std::uint8_t> copied(std::span<const std::uint8_t> part, std::span<std
 }  // namespace
 
 std::vector<std::uint8_t> runIn() {
-    constexpr std::size_t kLeadPixels = 13;
-    constexpr std::size_t kCycles = 7;
-    constexpr double kStep = 0.23271056693257727;  // One 27th of a turn.
-    constexpr std::size_t kZeroBitsPixels = 46;    // Two start bits, shortened.
-    constexpr std::size_t kOneBitPixels = 26;
     std::vector<std::uint8_t> pixels;
     pixels.reserve(kRunInBytes);
-    append(pixels, kLeadPixels, 0);
-    for (std::size_t cycle = 0; cycle < kCycles; ++cycle) {
-        for (std::size_t pixel = 0; pixel < kCellPixels; ++pixel) {
-            const double level = (std::sin(static_cast<double>(pixel) * kStep) + 1.0) * 0.5 * 127.0;
-            append(pixels, 1, static_cast<std::uint8_t>(level));
-        }
+    for (const std::uint8_t level : qlx::line21::detail::runInLevels()) {
+        append(pixels, 1, level);
     }
-    append(pixels, kZeroBitsPixels, 0);
-    append(pixels, kOneBitPixels, kHigh);
     return pixels;
 }
 
 std::vector<std::uint8_t> cell(bool value) {
     std::vector<std::uint8_t> pixels;
     pixels.reserve(kCellBytes);
-    append(pixels, kCellPixels, value ? kHigh : 0);
+    append(pixels, kCellPixels, qlx::line21::detail::levelOf(value));
     return pixels;
 }
 
@@ -80,15 +67,15 @@ void drawPair(std::span<std::uint8_t> row, const Parts& parts, std::uint8_t firs
 }
 
 void readCells(std::span<const std::uint8_t> row, std::span<std::uint8_t> bytes) noexcept {
-    constexpr std::size_t kFirstSample = 288 * kPixelBytes;  // The middle of the first cell, its blue.
-    constexpr std::uint8_t kThreshold = 48;
+    // The middle of the first cell, its blue.
+    constexpr std::size_t kFirstSample = (qlx::line21::kDataBits + qlx::line21::kCellSample) * kPixelBytes;
     constexpr std::size_t kBits = 8;
     // Deployed readers shift by the cell's number modulo 32, so that cells 40 to 47 of a very wide row meet the second
     // byte again; kept.
     constexpr std::size_t kShiftModulus = 32;
     std::size_t cellNumber = 0;
     for (std::size_t offset = kFirstSample; offset < row.size(); offset += kCellBytes, ++cellNumber) {
-        const unsigned bit = row[offset] > kThreshold ? 1U : 0U;
+        const unsigned bit = row[offset] > qlx::line21::kGreatestZero ? 1U : 0U;
         const std::size_t shift = cellNumber < kBits ? cellNumber : (cellNumber - kBits) % kShiftModulus;
         if (shift < kBits) {
             std::uint8_t& byte = bytes[cellNumber < kBits ? 0 : 1];

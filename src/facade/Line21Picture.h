@@ -2,6 +2,8 @@
 // them.
 #pragma once
 
+#include <qlx/line21/line21.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -10,9 +12,9 @@
 namespace qlx::facade::line21 {
 
 inline constexpr std::size_t kPixelBytes = 4;
-inline constexpr std::size_t kCellPixels = 27;  ///< One bit, and one cycle of the clock, at 13.5 MHz.
+inline constexpr std::size_t kCellPixels = qlx::line21::kCellPixels;
 inline constexpr std::size_t kCellBytes = kCellPixels * kPixelBytes;
-inline constexpr std::size_t kRunInPixels = 274;
+inline constexpr std::size_t kRunInPixels = qlx::line21::kDataBits;
 inline constexpr std::size_t kRunInBytes = kRunInPixels * kPixelBytes;
 inline constexpr std::size_t kRows = 3;  ///< Of the picture of lines.
 

@@ -250,6 +250,14 @@ enum class FindingCode : std::uint32_t {
     StlEndNotLater,              ///< The four numbers of the time code in as a number of four bytes, of that out.
     StlTextUnended,              ///< Characters behind the last line break, which are left out.
     StlCodesPassed,              ///< The first code that is passed over, how many there are.
+    // line21 (CTA-608-E); the offset is a pixel of the row
+    Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.
+    Line21RowTooShort,               ///< Bytes needed, bytes there.
+    Line21RowTooNarrow,              ///< Pixels needed, pixels there.
+    Line21RowCut,                    ///< Bits of a pair, bits that are in the row.
+    Line21RunInMissing,              ///< No numbers.
+    Line21StartBitsMissing,          ///< No numbers.
+    Line21ParityWrong,               ///< Byte there, 1 or 2: the first or the second of the pair.
 
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.

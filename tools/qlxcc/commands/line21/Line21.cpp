@@ -7,6 +7,7 @@
 #include "pictures/PngFile.h"
 #include "streams/Json.h"
 #include <qlx/cea608/codes.h>
+#include <qlx/line21/line21.h>
 
 #include <QLXClosedCaptionsUtilities/QLXCEA608ReaderWriter.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
@@ -35,58 +36,38 @@ Data sampleOf(QLXCEA608ReaderWriter& reader, const std::shared_ptr<PixelBuffer>&
                : Data();
 }
 
-/// Rows 0 to 2 of a picture as RGBA, and what rows 1 and 2 hold by themselves.
-class RowsReader {
-public:
-    RowsReader(std::string name, std::uint32_t width)
-        : _name(std::move(name)), _rows({kPixelFormatBGRA, width, kLine21Rows}) {
-        auto& factory = services().get<PixelBufferFactory>();
-        if (factory.createTransferSession(&_session) != kPixelStatusSuccess) {
-            throw platformFailure(_name);
-        }
-        // As wide as the waveform: the reader takes what stands far to the right in a wide row for bits as well.
-        const std::array planes{PixelPlane{_rows.bytes().data(), std::size_t{width} * 4, _rows.bytes().size()}};
-        if (factory.createPixelBufferWithBytes(std::min<std::uint64_t>(width, kWaveformWidth), kLine21Rows,
-                                               kPixelFormatBGRA, planes, nullptr, &_waveform) != kPixelStatusSuccess) {
-            throw platformFailure(_name);
-        }
+/// The caption bytes of one row, wherever its waveform stands in front of them: what the pixels in their places say.
+BytePair pairIn(const PixelBuffer& picture, std::size_t row) {
+    const line21::RowLayout layout{picture.pixelFormat(), picture.width(), picture.pictureHeight()};
+    line21::RowView view{{picture.row(row), picture.bytesPerRow()}, {}};
+    if (const std::uint8_t* const chroma = picture.chromaRow(row)) {
+        view.chroma = {chroma, (picture.width() + 1) / 2 * 2};
     }
+    // The tool's pictures hold their rows.
+    const cea608::Pair pair = *line21::readPair(view, layout, nullptr, {.sampling = line21::Sampling::Fixed});
+    return {pair.first, pair.second};
+}
 
-    /// The caption bytes of one row. A picture that has the row twice gives them apart: the first from the upper
-    /// one, the second from the lower one.
-    BytePair pairIn(const std::shared_ptr<PixelBuffer>& picture, std::uint64_t row) {
-        transfer(picture, {row, 1});
-        const Data sample = sampleOf(_reader, _waveform);
-        if (sample.size() != 4) {
-            throw platformFailure(_name);
-        }
-        return {sample[0], sample[2]};
+/// What rows 1 and 2 hold.
+std::array<BytePair, 2> pairsIn(const PixelBuffer& picture) {
+    return {pairIn(picture, 1), pairIn(picture, 2)};
+}
+
+/// Rows 0 to 2 of a picture to be shown.
+Line21View viewOf(const std::string& name, const std::shared_ptr<PixelBuffer>& picture, std::string title) {
+    auto& factory = services().get<PixelBufferFactory>();
+    const RawPicture rows({kPixelFormatBGRA, static_cast<std::uint32_t>(picture->width()), kLine21Rows});
+    std::shared_ptr<PixelTransferSession> session;
+    std::shared_ptr<PixelBuffer> first;
+    if (factory.createTransferSession(&session) != kPixelStatusSuccess ||
+        factory.createView(picture, {0, kLine21Rows}, &first) != kPixelStatusSuccess ||
+        session->transferImage(*first, *rows.buffer()) != kPixelStatusSuccess) {
+        throw platformFailure(name);
     }
-
-    Line21View viewOf(const std::shared_ptr<PixelBuffer>& picture, std::string title) {
-        Line21View view{std::move(title), Image(_rows.buffer()->width(), kLine21Rows), {}};
-        view.pairs = {pairIn(picture, 1), pairIn(picture, 2)};
-        transfer(picture, {0, kLine21Rows});
-        copyRows(*_rows.buffer(), view.rows);
-        return view;
-    }
-
-private:
-    /// Fills the three rows with the given ones, by the rule of floor(row x source rows / 3).
-    void transfer(const std::shared_ptr<PixelBuffer>& picture, const Range& rows) {
-        std::shared_ptr<PixelBuffer> view;
-        if (services().get<PixelBufferFactory>().createView(picture, rows, &view) != kPixelStatusSuccess ||
-            _session->transferImage(*view, *_rows.buffer()) != kPixelStatusSuccess) {
-            throw platformFailure(_name);
-        }
-    }
-
-    std::string _name;
-    RawPicture _rows;
-    std::shared_ptr<PixelBuffer> _waveform;
-    std::shared_ptr<PixelTransferSession> _session;
-    QLXCEA608ReaderWriter _reader;
-};
+    Line21View view{std::move(title), Image(picture->width(), kLine21Rows), pairsIn(*picture)};
+    copyRows(*rows.buffer(), view.rows);
+    return view;
+}
 
 /// A picture of a PNG or PPM file, and its rows that the waveform takes.
 struct StillPicture {
@@ -200,8 +181,7 @@ private:
         }
         _writer.overlayCEA608FromCCBuffer_size_intoPixelBuffer(pair.data(), pair.size(), picture);
         if (_pictures++ == 0 && _options.preview) {
-            RowsReader reader(_options.output, static_cast<std::uint32_t>(picture->width()));
-            _preview = drawLine21(reader.viewOf(picture, titleOf(*picture)));
+            _preview = drawLine21(viewOf(_options.output, picture, titleOf(*picture)));
         }
     }
 
@@ -246,17 +226,14 @@ public:
 
 private:
     void show(const std::shared_ptr<PixelBuffer>& picture) {
-        if (!_rows) {
-            _rows.emplace(_source.name(), static_cast<std::uint32_t>(picture->width()));
-            if (_options.preview) {
-                _preview = drawLine21(_rows->viewOf(picture, titleOf(*picture)));
-            }
+        if (_pictures == 0 && _options.preview) {
+            _preview = drawLine21(viewOf(_source.name(), picture, titleOf(*picture)));
         }
         const Data sample = sampleOf(_reader, picture);
         if (!sample) {
             throw platformFailure(_source.name());
         }
-        const std::array pairs{_rows->pairIn(picture, 1), _rows->pairIn(picture, 2)};
+        const std::array<BytePair, 2> pairs = pairsIn(*picture);
         _output.write(_options.asJson ? jsonOf(sample, pairs) : linesFor(sample, pairs));
         ++_pictures;
     }
@@ -288,7 +265,6 @@ private:
     ByteSource& _source;
     OutputFile& _output;
     QLXCEA608ReaderWriter _reader;
-    std::optional<RowsReader> _rows;
     std::uint64_t _pictures = 0;
     std::optional<Image> _preview;
 };

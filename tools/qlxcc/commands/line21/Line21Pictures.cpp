@@ -1,9 +1,10 @@
 #include "commands/line21/Line21Pictures.h"
 
-#include "commands/line21/Line21Preview.h"
 #include "io/Errors.h"
 #include "io/Text.h"
 #include "streams/InputKind.h"
+
+#include <qlx/line21/line21.h>
 
 #include <algorithm>
 #include <string>
@@ -28,12 +29,12 @@ std::string nameOf(ImageFormat format) {
 
 std::string smallness(std::size_t width, std::size_t height) {
     return "a picture of " + std::to_string(width) + " x " + std::to_string(height) +
-           " pixels is too small: line 21 takes " + std::to_string(kWaveformWidth) + " x " +
+           " pixels is too small: line 21 takes " + std::to_string(line21::kWaveformPixels) + " x " +
            std::to_string(kLine21Rows);
 }
 
 PictureLayout layoutOf(std::uint32_t pixelFormat, std::uint32_t width, std::uint32_t height) {
-    if (width < kWaveformWidth || height < kLine21Rows) {
+    if (width < line21::kWaveformPixels || height < kLine21Rows) {
         throw UsageError(smallness(width, height));
     }
     if (std::uint64_t{width} * height > kGreatestImagePixels) {
@@ -121,7 +122,7 @@ std::optional<ImageFormat> outputFormat(const std::string& output, const Picture
 }
 
 void checkPictureSize(std::string_view name, std::size_t width, std::size_t height) {
-    if (width < kWaveformWidth || height < kLine21Rows) {
+    if (width < line21::kWaveformPixels || height < kLine21Rows) {
         throw failureIn(name, smallness(width, height));
     }
 }

@@ -3,6 +3,7 @@
 #include "io/Text.h"
 #include "pictures/SmallFont.h"
 #include <qlx/base/parity.h>
+#include <qlx/line21/line21.h>
 
 #include <algorithm>
 #include <string_view>
@@ -34,7 +35,14 @@ constexpr std::size_t kStripHeight = 26;
 constexpr std::size_t kGraphHeight = 192;  // For the levels 0 to 255.
 constexpr std::size_t kPanelHeight = kGraphHeight + 4 * kLineHeight;
 constexpr std::size_t kShownPixels = 738;  // A little more than the waveform.
-constexpr std::size_t kBits = 16;
+using line21::kBits;
+using line21::kCellPixels;
+using line21::kCellSample;
+using line21::kDataBits;
+using line21::kGreatestZero;
+using line21::kRunInStart;
+using line21::kStartBits;
+using line21::kWaveformPixels;
 
 constexpr std::size_t kStripsTop = kTop + kLineHeight + 8;
 constexpr std::size_t kPanelsTop = kStripsTop + 3 * (kStripHeight + 2) + 14;
@@ -107,7 +115,7 @@ private:
             const bool isGood = hasOddParity(pair[index]);
             const std::string words = "byte " + std::to_string(index + 1) + ": " + digitsOf(pair[index]) +
                                       (isGood ? "  parity ok" : "  parity wrong");
-            centredText(columnOf(kDataBits + (2 * index + 1) * 4 * kCellWidth), top, words, isGood ? kInk : kBad);
+            centredText(columnOf(kDataBits + (2 * index + 1) * 4 * kCellPixels), top, words, isGood ? kInk : kBad);
         }
     }
 
@@ -115,16 +123,16 @@ private:
     void drawCells(std::size_t top) {
         const std::size_t bottom = top + kGraphHeight;
         for (std::size_t bit = 0; bit < kBits; bit += 2) {
-            fillPixels(kDataBits + bit * kCellWidth, kCellWidth, top, kGraphHeight, kBand);
+            fillPixels(kDataBits + bit * kCellPixels, kCellPixels, top, kGraphHeight, kBand);
         }
         for (std::size_t cycle = 1; cycle < 7; ++cycle) {
-            fillLine(kRunInStart + cycle * kCellWidth, top, kGraphHeight, kGrid);
+            fillLine(kRunInStart + cycle * kCellPixels, top, kGraphHeight, kGrid);
         }
         for (std::size_t bit = 1; bit < kBits; ++bit) {
-            fillLine(kDataBits + bit * kCellWidth, top, kGraphHeight + 4, kCellBorder);
+            fillLine(kDataBits + bit * kCellPixels, top, kGraphHeight + 4, kCellBorder);
         }
         for (const std::size_t pixel :
-             {kRunInStart, kStartBits, kDataBits, kDataBits + 8 * kCellWidth, kWaveformWidth}) {
+             {kRunInStart, kStartBits, kDataBits, kDataBits + 8 * kCellPixels, kWaveformPixels}) {
             fillLine(pixel, top - kLineHeight, kGraphHeight + kLineHeight + 8, kByteBorder);
             centredText(columnOf(pixel), bottom + 12, std::to_string(pixel), kFaint);
         }
@@ -160,9 +168,9 @@ private:
 
     /// A bit's value over its cell, and the point at which it is read.
     void drawBit(std::size_t row, std::size_t bit, bool value, std::size_t bitsTop, std::size_t graphTop) {
-        const std::size_t cell = kDataBits + bit * kCellWidth;
+        const std::size_t cell = kDataBits + bit * kCellPixels;
         const Pixel colour = value ? kSampleOne : kSampleZero;
-        centredText(columnOf(cell) + kCellWidth * kScale / 2, bitsTop, value ? "1" : "0", colour);
+        centredText(columnOf(cell) + kCellPixels * kScale / 2, bitsTop, value ? "1" : "0", colour);
         const std::size_t pixel = cell + kCellSample;
         if (pixel < _pixels) {
             _image.fill(columnOf(pixel) - 3, rowOf(graphTop, levelAt(row, pixel)) - 3, 8, 8, colour);

@@ -1,0 +1,73 @@
+#include <qlx/line21/line21.h>
+
+#include "base/Bytes.h"
+#include "line21/RowPixels.h"
+#include "line21/Waveform.h"
+
+#include <array>
+
+namespace qlx::line21 {
+
+namespace {
+
+Finding failure(FindingCode code, std::size_t first, std::size_t second) noexcept {
+    return {code, Severity::Error, 0, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)};
+}
+
+/// The waveform of one pair.
+class Levels {
+public:
+    explicit Levels(const cea608::Pair& pair)
+        : _runIn(detail::runInLevels()), _bits(unsigned{pair.first} | unsigned{pair.second} << 8U) {}
+
+    [[nodiscard]] std::uint8_t at(std::size_t pixel) const noexcept {
+        if (pixel < kDataBits) {
+            return _runIn[pixel];
+        }
+        return detail::levelOf(pixel < kWaveformPixels && (_bits >> (pixel - kDataBits) / kCellPixels & 1U) != 0);
+    }
+
+private:
+    std::array<std::uint8_t, kDataBits> _runIn;
+    unsigned _bits;
+};
+
+}  // namespace
+
+Result<std::size_t> writePair(const cea608::Pair& pair, const RowLayout& layout, const RowRoom& room) {
+    const pixels::Format* const format = pixels::formatOf(layout.pixelFormat);
+    if (format == nullptr) {
+        return failure(FindingCode::Line21FormatUnknown, layout.pixelFormat, 0);
+    }
+    if (layout.width < kWaveformPixels) {
+        return failure(FindingCode::Line21RowTooNarrow, kWaveformPixels, layout.width);
+    }
+    // No format has less than a byte a pixel: sizes stay numbers.
+    if (room.samples.size() < layout.width) {
+        return failure(FindingCode::OutputTooSmall, layout.width, room.samples.size());
+    }
+    const std::size_t size = format->bytesOfRow(layout.width);
+    const std::size_t chromaSize = format->twoPlanes ? pixels::bytesOfChromaRow(layout.width) : 0;
+    if (room.samples.size() < size) {
+        return failure(FindingCode::OutputTooSmall, size, room.samples.size());
+    }
+    if (!room.chroma.empty() && room.chroma.size() < chromaSize) {
+        return failure(FindingCode::OutputTooSmall, chromaSize, room.chroma.size());
+    }
+    const Levels levels(pair);
+    const pixels::ColorMatrix& matrix = pixels::matrixForRows(layout.pictureRows);
+    std::array<std::uint8_t, detail::kChunkPixels * pixels::kBGRABytes> bgra{};
+    std::array<std::uint8_t, detail::kChunkPixels> unusedChroma{};
+    for (std::size_t first = 0; first < layout.width; first += detail::kChunkPixels) {
+        const std::size_t count = detail::pixelsOfChunk(first, layout.width);
+        for (std::size_t pixel = 0; pixel < count; ++pixel) {
+            const std::uint8_t level = levels.at(first + pixel);
+            storeLittle32(bgra.data() + pixel * pixels::kBGRABytes, 0xFF000000U | level * 0x010101U);
+        }
+        std::uint8_t* const chroma = room.chroma.empty() ? unusedChroma.data() : room.chroma.data() + first;
+        format->fromBGRA(bgra.data(), count, matrix, {room.samples.data() + format->bytesOfRow(first), chroma, false});
+    }
+    return size;
+}
+
+}  // namespace qlx::line21
