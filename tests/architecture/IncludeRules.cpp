@@ -14,7 +14,6 @@ namespace architecture {
 namespace {
 
 constexpr std::size_t kMaximumLines = 500;
-constexpr std::size_t kMaximumHeavyIncluders = 2;
 constexpr std::string_view kPublicFolder = "include/";
 constexpr std::string_view kSourceFolder = "src/";
 constexpr std::string_view kStreamsFolder = "streams/";
@@ -42,7 +41,12 @@ constexpr std::string_view kToolSystemFiles[] = {
     "tools/qlxcc/io/Progress.cpp",
 };
 
-constexpr std::string_view kHeavyFolders[] = {"CLI/", "nlohmann/"};
+struct HeavyLibrary {
+    std::string_view folder;
+    std::size_t files;  ///< How many of the tool may include it.
+};
+
+constexpr HeavyLibrary kHeavyLibraries[] = {{"CLI/", 1}, {"nlohmann/", 2}};
 
 struct LibraryWrapper {
     std::string_view file;
@@ -181,8 +185,8 @@ public:
                 checkInclude(file.path, include);
             }
         }
-        for (const auto& [folder, files] : _heavyIncluders) {
-            checkCount(folder, files);
+        for (const HeavyLibrary& library : kHeavyLibraries) {
+            checkCount(library, _heavyIncluders[std::string(library.folder)]);
         }
         return std::move(_violations);
     }
@@ -274,9 +278,9 @@ private:
         if (contains(kVectorHeaders, include.path) && path.starts_with(kSourceFolder)) {
             return;
         }
-        for (const std::string_view folder : kHeavyFolders) {
-            if (path.starts_with("tools/") && include.path.starts_with(folder)) {
-                _heavyIncluders[std::string(folder)].insert(path);
+        for (const HeavyLibrary& library : kHeavyLibraries) {
+            if (path.starts_with("tools/") && include.path.starts_with(library.folder)) {
+                _heavyIncluders[std::string(library.folder)].insert(path);
                 return;
             }
         }
@@ -290,12 +294,14 @@ private:
         }
     }
 
-    void checkCount(const std::string& folder, const std::set<std::string>& files) {
-        if (files.size() <= kMaximumHeavyIncluders) {
+    void checkCount(const HeavyLibrary& library, const std::set<std::string>& files) {
+        if (files.size() <= library.files) {
             return;
         }
         for (const std::string& file : files) {
-            report(file, 1, "more than " + std::to_string(kMaximumHeavyIncluders) + " files include " + folder);
+            report(file, 1,
+                   "includes " + std::string(library.folder) + ", as " + std::to_string(files.size()) +
+                       " files do and no more than " + std::to_string(library.files) + " may");
         }
     }
 

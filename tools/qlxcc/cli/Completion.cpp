@@ -2,8 +2,10 @@
 
 #include "io/Errors.h"
 #include "io/OutputFile.h"
+#include "cli/OptionTable.h"
 
 #include <optional>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -42,22 +44,44 @@ std::string joined(const std::vector<std::string>& words) {
     return result;
 }
 
+/// The options of a command in the order of its help; without its arguments, and with those of the program behind them.
+std::vector<const OptionRow*> optionsOf(const CommandRow& command) {
+    std::vector<const OptionRow*> options;
+    if (&command == &kProgram) {
+        options.push_back(&kVersionOption);
+    }
+    options.push_back(&kHelpOption);
+    for (const OptionRow& row : command.options) {
+        if (!isArgument(row)) {
+            options.push_back(&row);
+        }
+    }
+    if (&command != &kProgram) {
+        for (const OptionRow& row : kProgram.options) {
+            options.push_back(&row);
+        }
+    }
+    return options;
+}
+
+std::vector<const OptionRow*> argumentsOf(const CommandRow& command) {
+    std::vector<const OptionRow*> arguments;
+    for (const OptionRow& row : command.options) {
+        if (isArgument(row)) {
+            arguments.push_back(&row);
+        }
+    }
+    return arguments;
+}
+
 // --- bash ------------------------------------------------------------------------------------------------------------
 
-/// How a word of this kind is completed, as assignments; empty when it cannot be.
-std::string bashAction(CompletionValue value, const std::vector<std::string>& values) {
-    switch (value) {
-    case CompletionValue::OneOf:
-        return "words=" + quoted(joined(values));
-    case CompletionValue::File:
-        return "files=-f";
-    case CompletionValue::Folder:
-        return "files=-d";
-    case CompletionValue::None:
-    case CompletionValue::Any:
-        break;
+/// How the value of an option is completed, as assignments; empty when it cannot be.
+std::string bashAction(const OptionRow& row) {
+    if (const std::vector<std::string> words = wordsOf(row); !words.empty()) {
+        return "words=" + quoted(joined(words));
     }
-    return {};
+    return row.kind == ValueKind::File ? "files=-f" : row.kind == ValueKind::Folder ? "files=-d" : "";
 }
 
 /// The three tables of the script: what belongs to a command, to an option, to a positional argument.
@@ -73,37 +97,39 @@ void addBashArm(std::string& table, const std::string& pattern, const std::strin
     }
 }
 
-void describeForBash(const CompletionCommand& command, const std::string& path, BashTables& tables) {
+void describeForBash(const CommandRow& command, const std::string& path, BashTables& tables) {
     std::vector<std::string> commands;
     std::vector<std::string> options;
     std::vector<std::string> valued;
-    for (const CompletionCommand& next : command.commands) {
-        commands.push_back(next.name);
+    for (const CommandRow* const next : command.commands) {
+        commands.emplace_back(next->name);
     }
-    for (const CompletionOption& option : command.options) {
-        options.insert(options.end(), option.names.begin(), option.names.end());
-        if (option.value == CompletionValue::None) {
+    for (const OptionRow* const row : optionsOf(command)) {
+        const std::vector<std::string> names = namesOf(*row);
+        options.insert(options.end(), names.begin(), names.end());
+        if (row->kind == ValueKind::Flag) {
             continue;
         }
-        valued.insert(valued.end(), option.names.begin(), option.names.end());
+        valued.insert(valued.end(), names.begin(), names.end());
         std::string pattern;
-        for (const std::string& name : option.names) {
+        for (const std::string& name : names) {
             pattern += pattern.empty() ? "" : " | ";
             pattern += quoted(std::string(path).append(" ").append(name));
         }
-        addBashArm(tables.options, pattern, bashAction(option.value, option.values));
+        addBashArm(tables.options, pattern, bashAction(*row));
     }
-    for (std::size_t index = 0; index < command.arguments.size(); ++index) {
-        const CompletionArgument& argument = command.arguments[index];
+    std::size_t index = 0;
+    for (const OptionRow* const row : argumentsOf(command)) {
         const std::string pattern =
-            argument.repeats ? quoted(path + " ") + "*" : quoted(path + " " + std::to_string(index));
-        addBashArm(tables.arguments, pattern, bashAction(argument.value, argument.values));
+            isRepeated(*row) ? quoted(path + " ") + "*" : quoted(path + " " + std::to_string(index));
+        addBashArm(tables.arguments, pattern, bashAction(*row));
+        ++index;
     }
     tables.commands += "    " + quoted(path) + ")\n        commands=" + quoted(joined(commands)) +
                        "\n        options=" + quoted(joined(options)) + "\n        valued=" + quoted(joined(valued)) +
                        "\n        ;;\n";
-    for (const CompletionCommand& next : command.commands) {
-        describeForBash(next, path + " " + next.name, tables);
+    for (const CommandRow* const next : command.commands) {
+        describeForBash(*next, std::string(path).append(" ").append(next->name), tables);
     }
 }
 
@@ -184,75 +210,72 @@ complete -F _qlxcc qlxcc
 
 // --- zsh -------------------------------------------------------------------------------------------------------------
 
-std::string zshAction(CompletionValue value, const std::vector<std::string>& values) {
-    switch (value) {
-    case CompletionValue::OneOf:
-        return "(" + joined(values) + ")";
-    case CompletionValue::File:
-        return "_files";
-    case CompletionValue::Folder:
-        return "_files -/";
-    case CompletionValue::None:
-    case CompletionValue::Any:
-        break;
+std::string zshAction(const OptionRow& row) {
+    if (const std::vector<std::string> words = wordsOf(row); !words.empty()) {
+        return "(" + joined(words) + ")";
     }
-    return " ";
+    return row.kind == ValueKind::File ? "_files" : row.kind == ValueKind::Folder ? "_files -/" : " ";
 }
 
 /// What _arguments is told of an option: a text for each of its names, which exclude one another.
-void addZshOption(std::string& script, const CompletionOption& option) {
-    const std::string others = option.names.size() > 1 ? "(" + joined(option.names) + ")" : "";
-    for (const std::string& name : option.names) {
+void addZshOption(std::string& script, const OptionRow& row) {
+    const std::vector<std::string> names = namesOf(row);
+    const std::string others = names.size() > 1 ? "(" + joined(names) + ")" : "";
+    for (const std::string& name : names) {
         std::string text = others + name;
-        if (option.value != CompletionValue::None) {
+        if (row.kind != ValueKind::Flag) {
             text += name.starts_with("--") ? "=" : "+";
         }
-        text += "[" + escaped(option.description, "[]") + "]";
-        if (option.value != CompletionValue::None) {
-            text += ":" + escaped(option.valueName, ":") + ":" + zshAction(option.value, option.values);
+        text += "[" + escaped(helpOf(row), "[]") + "]";
+        if (row.kind != ValueKind::Flag) {
+            text += ":" + escaped(row.value, ":") + ":" + zshAction(row);
         }
         script += " \\\n        " + quoted(text);
     }
 }
 
-void describeForZsh(const CompletionCommand& command, const std::string& function, std::string& script) {
-    for (const CompletionCommand& next : command.commands) {
-        describeForZsh(next, function + "_" + next.name, script);
+/// The lines of a function that complete the commands inside of a command.
+void addZshCommands(std::string& script, const CommandRow& command, const std::string& function) {
+    script += " \\\n        '1:command:->command' \\\n        '*::argument:->argument' && return\n"
+              "    case $state in\n    command)\n        local -a subcommands=(\n";
+    for (const CommandRow* const next : command.commands) {
+        script += "            " + quoted(std::string(next->name).append(":").append(next->summary)) + "\n";
+    }
+    script += "        )\n        _describe -t commands command subcommands\n        ;;\n    argument)\n"
+              "        case $words[1] in\n";
+    for (const CommandRow* const next : command.commands) {
+        script.append("        ").append(next->name).append(") ").append(function).append("_").append(next->name);
+        script += " ;;\n";
+    }
+    script += "        esac\n        ;;\n    esac\n}\n";
+}
+
+void describeForZsh(const CommandRow& command, const std::string& function, std::string& script) {
+    for (const CommandRow* const next : command.commands) {
+        describeForZsh(*next, std::string(function).append("_").append(next->name), script);
     }
     script += "\n" + function + "() {\n";
     if (!command.commands.empty()) {
         script += "    local curcontext=$curcontext state state_descr line\n    typeset -A opt_args\n";
     }
     script += command.commands.empty() ? "    _arguments -s" : "    _arguments -s -C";
-    for (const CompletionOption& option : command.options) {
-        addZshOption(script, option);
+    for (const OptionRow* const row : optionsOf(command)) {
+        addZshOption(script, *row);
     }
-    for (const CompletionArgument& argument : command.arguments) {
-        const std::string text = ":" + escaped(argument.name, ":") + ":" + zshAction(argument.value, argument.values);
-        script += " \\\n        " + quoted((argument.repeats ? "*" : "") + text);
+    for (const OptionRow* const row : argumentsOf(command)) {
+        const std::string text = ":" + escaped(row->names, ":") + ":" + zshAction(*row);
+        script += " \\\n        " + quoted((isRepeated(*row) ? "*" : "") + text);
     }
     if (command.commands.empty()) {
         script += "\n}\n";
-        return;
+    } else {
+        addZshCommands(script, command, function);
     }
-    script += " \\\n        '1:command:->command' \\\n        '*::argument:->argument' && return\n"
-              "    case $state in\n    command)\n        local -a subcommands=(\n";
-    for (const CompletionCommand& next : command.commands) {
-        script += "            " + quoted(next.name + ":" + next.description) + "\n";
-    }
-    script += "        )\n        _describe -t commands command subcommands\n        ;;\n    argument)\n"
-              "        case $words[1] in\n";
-    for (const CompletionCommand& next : command.commands) {
-        script += "        " + next.name + ") " + function + "_" + next.name + " ;;\n";
-    }
-    script += "        esac\n        ;;\n    esac\n}\n";
 }
 
-}  // namespace
-
-std::string bashCompletion(const CompletionCommand& program) {
+std::string bashCompletion() {
     BashTables tables;
-    describeForBash(program, program.name, tables);
+    describeForBash(kProgram, std::string(kProgram.name), tables);
     std::string script(kBashHead);
     script += tables.commands;
     script += kBashWalk;
@@ -263,21 +286,23 @@ std::string bashCompletion(const CompletionCommand& program) {
     return script;
 }
 
-std::string zshCompletion(const CompletionCommand& program) {
+std::string zshCompletion() {
     std::string script = "#compdef qlxcc\n# Completion of qlxcc for zsh, as printed by: qlxcc completion zsh\n";
-    describeForZsh(program, "_qlxcc", script);
+    describeForZsh(kProgram, "_qlxcc", script);
     // Found through the search path the file is the function's body; read by `source` it registers the function.
     script += "\nif [[ $funcstack[1] == _qlxcc ]]; then\n    _qlxcc \"$@\"\nelse\n    compdef _qlxcc qlxcc\nfi\n";
     return script;
 }
 
-std::string completionScript(std::string_view shell, const CompletionCommand& program) {
-    return shell == "zsh" ? zshCompletion(program) : bashCompletion(program);
+}  // namespace
+
+std::string completionScript(std::string_view shell) {
+    return shell == "zsh" ? zshCompletion() : bashCompletion();
 }
 
-int printCompletion(const CompletionOptions& options) {
+int printCompletion(std::string_view shell) {
     OutputFile output(std::nullopt);
-    output.write(options.script);
+    output.write(completionScript(shell));
     output.commit();
     return kExitSuccess;
 }

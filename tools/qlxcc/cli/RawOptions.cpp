@@ -2,7 +2,13 @@
 
 #include "cues/Encoding.h"
 #include "io/Errors.h"
+#include "commands/extract/Extract.h"
+#include "streams/FrameSource.h"
 #include "io/OutputFile.h"
+#include "commands/play/Play.h"
+#include "commands/rate/RateChange.h"
+#include "commands/scan/Scan.h"
+#include "commands/subs/Subs.h"
 #include "io/Text.h"
 #include "io/Times.h"
 
@@ -27,14 +33,14 @@ std::string knownEncoding(const std::string& name) {
     return name;
 }
 
-PlayFormat playFormat(const RawPlay& raw) {
-    if (!raw.output && !raw.format) {
+PlayFormat playFormat(const RawOptions& raw) {
+    if (!raw.output && !raw.toFormat) {
         return PlayFormat::Schedule;
     }
-    if (!raw.format && raw.output == "-") {
+    if (!raw.toFormat && raw.output == "-") {
         throw UsageError("--format is needed when writing to a pipe");
     }
-    const std::string name = formatName(raw.format, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc"});
+    const std::string name = formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc"});
     if (name == "jsonl" || name == "scc") {
         return name == "jsonl" ? PlayFormat::Jsonl : PlayFormat::Scc;
     }
@@ -45,7 +51,7 @@ PlayFormat playFormat(const RawPlay& raw) {
 }
 
 /// The options that are for captions alone.
-void checkCaptionOptions(const RawPlay& raw, const PlayOptions& options) {
+void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
     const bool isScc = options.format == PlayFormat::Scc;
     if (isScc && options.mode != PlayMode::Cea608) {
         throw UsageError("--format scc is for --mode cea608 only");
@@ -102,7 +108,7 @@ void refuseTerminal(const std::string& output, FrameFormat format) {
 }
 
 /// How scan writes frames; none when it lists what it finds.
-std::optional<FrameOutputOptions> frameOutputOptions(const RawScan& raw) {
+std::optional<FrameOutputOptions> frameOutputOptions(const RawOptions& raw) {
     const std::optional<FrameFormat> named = frameFormatNamed(extensionOf(raw.output.value_or("-")));
     // With --json a name in .jsonl is as good as any other.
     const bool isJsonList = raw.asJson && !raw.toFormat && named == FrameFormat::Jsonl;
@@ -127,29 +133,32 @@ std::optional<FrameOutputOptions> frameOutputOptions(const RawScan& raw) {
 
 }  // namespace
 
-FrameSourceOptions frameSourceOptions(const std::string& file, const std::optional<std::string>& format,
-                                      const RawRows& rows, bool isForRowsWritten) {
+FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritten) {
     FrameSourceOptions options;
-    if (format) {
-        options.kind = inputKindNamed(*format);
+    if (raw.fromFormat) {
+        options.kind = inputKindNamed(*raw.fromFormat);
     }
     // The content is looked at when the file has been opened; what the name says is enough to refuse it before.
-    const std::optional<InputKind> kind = options.kind ? options.kind : inputKindOfName(file);
-    options.width = rows.width;
-    options.nearStart = rows.nearStart;
-    if (rows.lines && rows.rows) {
+    const std::optional<InputKind> kind = options.kind ? options.kind : inputKindOfName(raw.file);
+    options.width = pixels(raw.width);
+    options.nearStart = raw.nearStart;
+    if (raw.lines && raw.rows) {
         throw UsageError("--lines and --rows cannot be given together");
     }
-    if (rows.lines) {
-        options.lines = lineNumbers(*rows.lines);
-    } else if (rows.rows) {
-        options.lines.emplace(static_cast<std::size_t>(*rows.rows));
+    if (raw.lines) {
+        options.lines = lineNumbers(*raw.lines);
+    } else if (raw.rows) {
+        options.lines.emplace(static_cast<std::size_t>(*raw.rows));
         std::iota(options.lines->begin(), options.lines->end(), std::uint64_t{0});
     }
     if (kind && !(isForRowsWritten && !hasRows(*kind) && !options.nearStart)) {
         checkRowOptions(*kind, options);
     }
     return options;
+}
+
+std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size) {
+    return size ? std::optional(static_cast<std::uint32_t>(*size)) : std::nullopt;
 }
 
 std::string formatName(const std::optional<std::string>& format, const std::string& file,
@@ -173,9 +182,9 @@ double timeOption(const std::string& option, const std::string& text, const Rate
     }
 }
 
-PlayOptions checked(const RawPlay& raw) {
+Action checkedPlay(const RawOptions& raw) {
     PlayOptions options;
-    options.subtitles = raw.subtitles;
+    options.subtitles = raw.file;
     options.encoding = knownEncoding(raw.encoding);
     options.mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
     options.rate = rateNamed(raw.rate).value();
@@ -194,7 +203,7 @@ PlayOptions checked(const RawPlay& raw) {
     if (raw.width && options.format != PlayFormat::V210) {
         throw UsageError("--width is for the format v210 only");
     }
-    options.width = raw.width.value_or(raw.isSD ? kWidthSD : kWidthHD);
+    options.width = pixels(raw.width).value_or(raw.isSD ? kWidthSD : kWidthHD);
     checkCaptionOptions(raw, options);
     if (raw.asDeployed && options.format != PlayFormat::V210 && options.format != PlayFormat::Klv) {
         throw UsageError("--as-deployed is for the formats v210 and klv only");
@@ -202,10 +211,10 @@ PlayOptions checked(const RawPlay& raw) {
     options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
     options.fillsFrames = !raw.leavesFramesEmpty;
     options.isDropFrame = !raw.isNonDrop;
-    return options;
+    return [options] { return play(options); };
 }
 
-SubsOptions checked(const RawSubs& raw) {
+Action checkedSubs(const RawOptions& raw) {
     SubsOptions options;
     options.file = raw.file;
     options.encoding = knownEncoding(raw.encoding);
@@ -219,55 +228,56 @@ SubsOptions checked(const RawSubs& raw) {
     }
     options.output = raw.output;
     options.asJson = raw.asJson;
-    return options;
+    return [options] { return listSubtitles(options); };
 }
 
-ScanOptions checked(const RawScan& raw) {
+Action checkedScan(const RawOptions& raw) {
     ScanOptions options;
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
     options.frames = frameOutputOptions(raw);
     const bool writesRows = options.frames && options.frames->format == FrameFormat::V210;
-    options.source = frameSourceOptions(raw.file, raw.format, raw.rows, writesRows);
-    return options;
+    options.source = frameSourceOptions(raw, writesRows);
+    return [options] { return scan(options); };
 }
 
-ExtractOptions checked(const RawExtract& raw) {
+Action checkedExtract(const RawOptions& raw) {
     ExtractOptions options;
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
-    options.source = frameSourceOptions(raw.file, raw.fromFormat, raw.rows);
+    options.source = frameSourceOptions(raw);
     if (raw.fromFormat && raw.codec != "auto") {
         throw UsageError("--codec and --from-format cannot be given together");
     }
     if (raw.codec != "auto") {
         options.codec = raw.codec == "h264" ? VideoCodec::H264 : VideoCodec::Mpeg2;
     }
-    if (raw.format != "triplets") {
+    if (raw.format.value_or("triplets") != "triplets") {
         options.format = raw.format == "cc1" ? ExtractFormat::FieldOne : ExtractFormat::A53;
     }
-    return options;
+    return [options] { return extract(options); };
 }
 
-RateChangeOptions checked(const RawRateChange& raw) {
+Action checkedRateChange(const RawOptions& raw) {
     RateChangeOptions options;
     options.file = raw.file;
-    options.from = rateNamed(raw.from).value();
-    options.to = rateNamed(raw.to).value();
-    options.output = raw.output;
-    options.frames.format = frameFormatNamed(raw.toFormat.value_or(extensionOf(raw.output))).value_or(FrameFormat::Klv);
+    options.from = rateNamed(raw.fromRate).value();
+    options.to = rateNamed(raw.toRate).value();
+    options.output = raw.output.value_or("");
+    options.frames.format =
+        frameFormatNamed(raw.toFormat.value_or(extensionOf(options.output))).value_or(FrameFormat::Klv);
     options.frames.form = rowForm(raw.asDeployed, options.frames.format);
-    options.source = frameSourceOptions(raw.file, raw.fromFormat, raw.rows, options.frames.format == FrameFormat::V210);
+    options.source = frameSourceOptions(raw, options.frames.format == FrameFormat::V210);
     options.asDeployed = raw.asDeployed;
     if (raw.asDeployed && !isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
-        throw UsageError("no way from " + raw.from + " to " + raw.to +
+        throw UsageError("no way from " + raw.fromRate + " to " + raw.toRate +
                          " frames/s with --as-deployed: one rate must be the double of the other (25 and 50, 29.97 and "
                          "59.94, 30 and 60)");
     }
-    refuseTerminal(raw.output, options.frames.format);
-    return options;
+    refuseTerminal(options.output, options.frames.format);
+    return [options] { return changeRate(options); };
 }
 
 }  // namespace qlx::tool

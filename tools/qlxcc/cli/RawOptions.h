@@ -1,14 +1,9 @@
 // What stands on the command line, before the options have been checked against each other.
 #pragma once
 
-#include "commands/extract/Extract.h"
-#include "commands/play/Play.h"
-#include "commands/rate/RateChange.h"
-#include "commands/scan/Scan.h"
-#include "commands/subs/Subs.h"
-#include "streams/FrameSource.h"
-
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,93 +11,101 @@
 
 namespace qlx::tool {
 
+struct FrameSourceOptions;
+struct Rate;
+
 inline constexpr std::uint64_t kGreatestLine = 65535;
 
-struct RawPlay {
-    std::string subtitles;
+/// The values of all options. Only one command is given, so what means the same in several of them stands here once.
+struct RawOptions {
+    // Of every command.
+    bool isQuiet = false;
+    std::optional<std::string> logFolder;
+    std::int64_t logLevel = 2;
+
+    // What is read and written.
+    std::string file;
+    std::optional<std::string> optionalFile;  ///< Of a command that can do without one.
+    std::optional<std::string> output;
+    std::optional<std::string> fromFormat;
+    std::optional<std::string> toFormat;
+    std::optional<std::string> format;  ///< Of what is neither frames that are read nor frames that are written.
+    bool asJson = false;
+    bool asDeployed = false;
     std::string encoding;
-    std::string mode;
+
+    // Rates and times.
     std::string rate;
-    bool isSD = false;
+    std::string fromRate;
+    std::string toRate;
     std::string from;
     std::string duration;
-    std::optional<std::string> output;
-    std::optional<std::string> format;
-    std::optional<std::uint32_t> width;
-    bool leavesFramesEmpty = false;
-    bool isNonDrop = false;
-    bool asDeployed = false;
-};
+    std::string at;
 
-struct RawSubs {
-    std::string file;
-    std::string encoding;
-    std::string mode;
-    std::string rate;
-    std::optional<std::string> output;
-    bool asJson = false;
-};
-
-/// How the rows of a file lie and are searched, as the options --width, --lines, --rows and --near-start say.
-struct RawRows {
-    std::optional<std::uint32_t> width;
+    // Rows and pictures.
+    std::optional<std::uint64_t> width;
+    std::optional<std::uint64_t> height;
     std::optional<std::string> lines;
     std::optional<std::uint64_t> rows;
     bool nearStart = false;
-};
+    std::optional<std::string> picture;  ///< That is drawn.
 
-struct RawScan {
-    std::string file;
-    std::optional<std::string> format;
-    RawRows rows;
-    std::optional<std::string> output;
-    std::optional<std::string> toFormat;
-    bool asDeployed = false;
-    bool asJson = false;
-};
-
-struct RawExtract {
-    std::string file;
-    std::optional<std::string> fromFormat;
-    RawRows rows;
+    // Cues and captions.
+    std::string mode;
+    bool isSD = false;
+    bool leavesFramesEmpty = false;
+    bool isNonDrop = false;
+    bool isAll = false;
+    std::string channel;
+    std::string page;
     std::string codec = "auto";
-    std::string format = "triplets";
-    std::optional<std::string> output;
-    bool asJson = false;
+    std::vector<std::string> bytes;
+
+    // Ad insertion messages.
+    std::vector<std::string> operations;
+    std::map<std::string_view, std::string> parameters;  ///< By the option's name; flags have an empty text.
+    std::optional<std::string> jsonFile;
+    std::optional<std::string> messageNumber;
+    std::optional<std::string> asIndex;
+    std::optional<std::string> dpiPID;
+    std::optional<std::uint64_t> line;
+    std::string pts;
+
+    std::string shell;
 };
 
-struct RawRateChange {
-    std::string file;
-    std::optional<std::string> fromFormat;
-    RawRows rows;
-    std::string from;
-    std::string to;
-    std::string output;
-    std::optional<std::string> toFormat;
-    bool asDeployed = false;
-};
+/// What a command does; gives the exit code.
+using Action = std::function<int()>;
+
+// Each gives what its command does with these options, and throws UsageError when they make no sense together.
+[[nodiscard]] Action checkedPlay(const RawOptions& raw);
+[[nodiscard]] Action checkedSubs(const RawOptions& raw);
+[[nodiscard]] Action checkedScan(const RawOptions& raw);
+[[nodiscard]] Action checkedShow(const RawOptions& raw);
+[[nodiscard]] Action checkedExtract(const RawOptions& raw);
+[[nodiscard]] Action checkedRateChange(const RawOptions& raw);
+[[nodiscard]] Action checkedLine21Write(const RawOptions& raw);
+[[nodiscard]] Action checkedLine21Read(const RawOptions& raw);
+[[nodiscard]] Action checkedScte104Build(const RawOptions& raw);
+[[nodiscard]] Action checkedScte104Parse(const RawOptions& raw);
+[[nodiscard]] Action checkedScte35(const RawOptions& raw);
 
 /// The format that was given, or else the extension of the file's name (`-`: a pipe).
 /// @throws UsageError when that is none of the known ones.
 [[nodiscard]] std::string formatName(const std::optional<std::string>& format, const std::string& file,
                                      const std::vector<std::string_view>& known);
 
-/// How a file of frames is opened.
+/// A width or height for those who count in 32 bits.
+[[nodiscard]] std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size);
+
+/// How the file is opened, as one of frames.
 /// @param isForRowsWritten Whether the options may be about rows that are written.
 /// @throws UsageError when options contradict each other, or the format or name of the file.
-[[nodiscard]] FrameSourceOptions frameSourceOptions(const std::string& file, const std::optional<std::string>& format,
-                                                    const RawRows& rows, bool isForRowsWritten = false);
+[[nodiscard]] FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritten = false);
 
 /// The seconds of an option's TIME.
 /// @param rate Of the command; null where it has none.
 /// @throws UsageError that names the option.
 [[nodiscard]] double timeOption(const std::string& option, const std::string& text, const Rate* rate);
-
-// Each gives the options that the subcommand runs with, and throws UsageError when they make no sense together.
-[[nodiscard]] PlayOptions checked(const RawPlay& raw);
-[[nodiscard]] SubsOptions checked(const RawSubs& raw);
-[[nodiscard]] ScanOptions checked(const RawScan& raw);
-[[nodiscard]] ExtractOptions checked(const RawExtract& raw);
-[[nodiscard]] RateChangeOptions checked(const RawRateChange& raw);
 
 }  // namespace qlx::tool

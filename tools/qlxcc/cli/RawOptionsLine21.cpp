@@ -1,7 +1,6 @@
-#include "cli/RawOptionsLine21.h"
-
-#include "cli/RawOptions.h"
 #include "io/Errors.h"
+#include "commands/line21/Line21.h"
+#include "cli/RawOptions.h"
 
 #include <charconv>
 #include <string_view>
@@ -13,6 +12,10 @@ namespace {
 const std::vector<std::string_view>& knownFormats() {
     static const std::vector<std::string_view> names{"bgra", "argb", "v210", "2vuy", "yuvs", "420v", "png", "ppm"};
     return names;
+}
+
+PictureOptions pictureOptions(const RawOptions& raw) {
+    return {raw.format, pixels(raw.width), pixels(raw.height)};
 }
 
 void appendPairs(std::string_view text, std::vector<BytePair>& pairs) {
@@ -46,33 +49,33 @@ void takePreview(const std::optional<std::string>& preview, Options& options) {
 
 }  // namespace
 
-Line21WriteOptions checked(const RawLine21Write& raw) {
+Action checkedLine21Write(const RawOptions& raw) {
     Line21WriteOptions options;
-    options.input = raw.input;
-    options.output = raw.output;
-    takePreview(raw.preview, options);
+    options.input = raw.optionalFile;
+    options.output = raw.output.value_or("");
+    takePreview(raw.picture, options);
     for (const std::string& text : raw.bytes) {
         appendPairs(text, options.pairs);
     }
-    if (raw.input) {
-        options.pictures = raw.pictures;
+    if (options.input) {
+        options.pictures = pictureOptions(raw);
     } else {
-        options.made = madePictures(formatName(raw.pictures.format, raw.output, knownFormats()), raw.pictures);
+        options.made = madePictures(formatName(raw.format, options.output, knownFormats()), pictureOptions(raw));
     }
     if (options.output == "-" && standardOutputIsTerminal()) {
         throw UsageError("pictures are not for a terminal: name a file with -o");
     }
-    return options;
+    return [options] { return writeLine21(options); };
 }
 
-Line21ReadOptions checked(const RawLine21Read& raw) {
+Action checkedLine21Read(const RawOptions& raw) {
     Line21ReadOptions options;
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
-    options.pictures = raw.pictures;
-    takePreview(raw.preview, options);
-    return options;
+    options.pictures = pictureOptions(raw);
+    takePreview(raw.picture, options);
+    return [options] { return readLine21(options); };
 }
 
 }  // namespace qlx::tool

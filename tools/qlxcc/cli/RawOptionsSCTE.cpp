@@ -1,9 +1,12 @@
 #include "cli/RawOptionsSCTE.h"
 
-#include "cli/RawOptions.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
+#include "cli/RawOptions.h"
+#include "commands/scte/SCTE104Build.h"
 #include "streams/SCTE104Message.h"
+#include "commands/scte/SCTE104Parse.h"
+#include "commands/scte/SCTE35.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 
@@ -66,20 +69,20 @@ std::uint64_t durationOf(const OperationName& operation, const std::string& text
 /// A type by its name, or a number.
 Value valueOf(const ParameterOption& option, const std::string& text) {
     constexpr std::uint64_t kGreatest = 0xFFFFFFFF;
-    if (option.type.empty()) {
+    if (option.kind == ParameterKind::Flag) {
         return true;
     }
-    if (option.type == "TEXT") {
+    if (option.kind == ParameterKind::Text) {
         return text;
     }
-    if (option.type == "TYPE") {
+    if (option.kind == ParameterKind::Type) {
         const auto number = parseNumber(text, kGreatest);
         return number ? Value(*number) : Value(text);
     }
     return numberOf(option.name, text, kGreatest);
 }
 
-Data operationOf(const OperationName& operation, const RawScte104Build& raw) {
+Data operationOf(const OperationName& operation, const RawOptions& raw) {
     Dictionary parameters;
     if (operation.bit == kForSplice) {
         parameters.set("spliceType", operation.spliceType);
@@ -88,8 +91,8 @@ Data operationOf(const OperationName& operation, const RawScte104Build& raw) {
         parameters.set("UPID", "");
     }
     for (const ParameterOption& option : kParameterOptions) {
-        const auto given = raw.values.find(option.name);
-        if (given == raw.values.end() || (option.operations & operation.bit) == 0) {
+        const auto given = raw.parameters.find(option.name);
+        if (given == raw.parameters.end() || (option.operations & operation.bit) == 0) {
             continue;
         }
         parameters.set(option.key, option.key == "duration" ? Value(durationOf(operation, given->second))
@@ -121,8 +124,8 @@ std::string takersOf(unsigned operations) {
     return text;
 }
 
-void checkOperations(const RawScte104Build& raw) {
-    if (raw.jsonFile && (!raw.operations.empty() || !raw.values.empty())) {
+void checkOperations(const RawOptions& raw) {
+    if (raw.jsonFile && (!raw.operations.empty() || !raw.parameters.empty())) {
         throw UsageError("--json-file says all operations and their parameters: none can be given beside it");
     }
     if (!raw.jsonFile && raw.operations.empty()) {
@@ -136,13 +139,13 @@ void checkOperations(const RawScte104Build& raw) {
         taken |= operationNamed(name).bit;
     }
     for (const ParameterOption& option : kParameterOptions) {
-        if (raw.values.contains(option.name) && (option.operations & taken) == 0) {
+        if (raw.parameters.contains(option.name) && (option.operations & taken) == 0) {
             throw UsageError(std::string(option.name) + " is for " + takersOf(option.operations) + " only");
         }
     }
 }
 
-Scte104BuildFormat buildFormat(const RawScte104Build& raw) {
+Scte104BuildFormat buildFormat(const RawOptions& raw) {
     const bool isStandardOutput = raw.output.value_or("-") == "-";
     const std::string name = isStandardOutput ? raw.format.value_or("hex")
                                               : formatName(raw.format, *raw.output, {"hex", "raw", "klv", "v210"});
@@ -155,36 +158,34 @@ Scte104BuildFormat buildFormat(const RawScte104Build& raw) {
     return name == "raw" ? Scte104BuildFormat::Raw : name == "klv" ? Scte104BuildFormat::Klv : Scte104BuildFormat::V210;
 }
 
-Scte104Source sourceOf(const RawScte104Source& raw) {
+Scte104Source sourceOf(const RawOptions& raw) {
     constexpr std::array<std::pair<std::string_view, Scte104Format>, 5> kFormats{{{"hex", Scte104Format::Hex},
                                                                                   {"raw", Scte104Format::Raw},
                                                                                   {"klv", Scte104Format::Klv},
                                                                                   {"v210", Scte104Format::V210},
                                                                                   {"2vuy", Scte104Format::Yuv8}}};
     Scte104Source source;
-    source.input = raw.input;
-    if (raw.format) {
+    source.input = raw.file;
+    if (raw.fromFormat) {
         source.format = std::find_if(kFormats.begin(), kFormats.end(), [&](const auto& known) {
-                            return known.first == *raw.format;
+                            return known.first == *raw.fromFormat;
                         })->second;
     }
-    source.rows = frameSourceOptions(raw.input, raw.format, raw.rows);
+    source.rows = frameSourceOptions(raw);
     return source;
 }
 
 }  // namespace
 
-std::vector<std::string> typeNames(std::string_view option) {
-    const auto* const found = std::find_if(kParameterOptions.begin(), kParameterOptions.end(),
-                                           [&](const ParameterOption& known) { return known.name == option; });
-    if (found == kParameterOptions.end() || found->type != "TYPE") {
-        return {};
-    }
-    return found->key == "UPIDType" ? QLXSCTEOperation::SCTE35UPIDTypeNames()
-                                    : QLXSCTEOperation::segmentationDescriptorTypeNames();
+std::vector<std::string> segmentationTypeNames() {
+    return QLXSCTEOperation::segmentationDescriptorTypeNames();
 }
 
-Scte104BuildOptions checked(const RawScte104Build& raw) {
+std::vector<std::string> upidTypeNames() {
+    return QLXSCTEOperation::SCTE35UPIDTypeNames();
+}
+
+Action checkedScte104Build(const RawOptions& raw) {
     checkOperations(raw);
     Scte104BuildOptions options;
     options.jsonFile = raw.jsonFile;
@@ -209,22 +210,22 @@ Scte104BuildOptions checked(const RawScte104Build& raw) {
         throw UsageError("--width is for the format v210 only");
     }
     options.line = raw.line.value_or(kUsualLine);
-    options.width = raw.width.value_or(kUsualWidth);
+    options.width = pixels(raw.width).value_or(kUsualWidth);
     options.output = raw.output;
-    return options;
+    return [options] { return buildScte104(options); };
 }
 
-Scte104ParseOptions checked(const RawScte104Parse& raw) {
+Action checkedScte104Parse(const RawOptions& raw) {
     Scte104ParseOptions options;
-    options.source = sourceOf(raw.source);
+    options.source = sourceOf(raw);
     options.output = raw.output;
     options.asJson = raw.asJson;
-    return options;
+    return [options] { return parseScte104(options); };
 }
 
-Scte35Options checked(const RawScte35& raw) {
+Action checkedScte35(const RawOptions& raw) {
     Scte35Options options;
-    options.source = sourceOf(raw.source);
+    options.source = sourceOf(raw);
     options.pts = numberOf("--pts", raw.pts, kGreatestPts);
     options.output = raw.output;
     const bool isStandardOutput = raw.output.value_or("-") == "-";
@@ -234,7 +235,7 @@ Scte35Options checked(const RawScte35& raw) {
         throw UsageError("--format raw is not for a terminal: name a file with -o");
     }
     options.format = name == "hex" ? Scte35Format::Hex : name == "base64" ? Scte35Format::Base64 : Scte35Format::Raw;
-    return options;
+    return [options] { return convertToScte35(options); };
 }
 
 }  // namespace qlx::tool

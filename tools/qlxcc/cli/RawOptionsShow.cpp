@@ -1,15 +1,15 @@
-#include "cli/RawOptionsShow.h"
-
 #include "io/Errors.h"
+#include "cli/RawOptions.h"
+#include "commands/show/Show.h"
 #include "io/Times.h"
 
 namespace qlx::tool {
 
-ShowOptions checked(const RawShow& raw) {
+Action checkedShow(const RawOptions& raw) {
     ShowOptions options;
     options.file = raw.file;
     options.asJson = raw.asJson;
-    options.source = frameSourceOptions(raw.file, raw.format, raw.rows);
+    options.source = frameSourceOptions(raw);
     if (raw.at.empty() && !raw.isAll) {
         throw UsageError("--at or --all is needed: what is on air at a time, or every change");
     }
@@ -42,7 +42,7 @@ ShowOptions checked(const RawShow& raw) {
             throw UsageError("--page: \"" + raw.page + "\" is not a page (100 to 8FF)");
         }
     }
-    return options;
+    return [options] { return show(options); };
 }
 
 }  // namespace qlx::tool

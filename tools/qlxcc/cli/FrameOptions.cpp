@@ -1,0 +1,218 @@
+// The options of the commands that read frames: scan, show, extract and rate.
+#include "cli/SharedOptions.h"
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::string_view kChannels[] = {"CC1", "CC2", "CC3", "CC4"};
+constexpr std::string_view kCodecs[] = {"h264", "mpeg2", "auto"};
+constexpr std::string_view kExtractFormats[] = {"triplets", "cc1", "a53"};
+constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl"};
+
+constexpr std::string_view kScanNotes =
+    R"(v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, one a frame.
+Each packet is listed with frame, line, DID/SDID, name, number of bytes and data; a caption packet (CEA-708) also with
+what it holds, and whether its length byte and checksum are those of the standard; an SCTE-104 packet with its
+operations; an OP-47 packet with its teletext pages and rows as text, on a terminal in their colours (unless NO_COLOR
+is set), under the row numbers that receivers use. Rows are searched from end to end, luma and chroma, of 2vuy as of
+v210; those of at most 720 pixels also with all samples as one stream (multiplex). What cannot be read, a wrong
+checksum or wrong parity gets a line on standard error with its frame and place, and makes the exit code 1; a packet
+in an unusual place or without a checksum gets a warning.
+
+h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are containers, of which the captions in the
+first H.264 or MPEG-2 video stream, the caption tracks (c608, c708) and the ANC tracks are listed, in the order of
+presentation and with the times of the file. Captions that come with the picture are "in the picture".
+
+With a FILE in .v210, .klv or .jsonl, or --to-format, the frames are written in that form in place of a list. Rows are
+written as they are read; of other files --lines or --rows says which there are.
+
+Examples:
+  qlxcc scan film.v210 --lines 12,575
+  qlxcc scan film.v210 --lines 12,575 -o film.klv
+  qlxcc scan film.mxf
+  qlxcc scan vanc.2vuy --width 720 --rows 14 --json
+  qlxcc scan anc.klv)";
+
+constexpr OptionRow kScanOptions[] = {
+    fileArgument("FILE", "What is searched (-: standard input)"),
+    fromFormat(kFrameFormats, "--format", "{} (default: by content or name)",
+               "Rows (`v210`, `2vuy`) are told by the name alone, as any bytes can be samples. `mov` is also the form "
+               "of MP4 files."),
+    kRowWidth,
+    kLines,
+    kRowCount,
+    kNearStart,
+    kListOutput,
+    toFormat("Write frames as {} (default: by the name of FILE, or a list)",
+             "Rows are written as they are read (of 2vuy rows the packets); of files without rows --lines or --rows "
+             "says which are written, and --width how wide. A packet for which there is no row ends the command. What "
+             "a form does not carry is named: captions that are in no packet and, of what is written as deployed, "
+             "channels other than luma."),
+    kAsDeployed,
+    asJson("A JSON line for each frame in place of the list", "See `jsonl` in qlxcc(1)."),
+};
+
+constexpr std::string_view kShowNotes =
+    R"(The teletext page is decoded from OP-47 packets, captions from caption packets (CEA-708), CEA-608 packets or the
+captions that travel with coded pictures, by the rules that receivers follow. Rows have the numbers of the screen:
+0 to 24 of a teletext page, of which one of double height takes two, and 1 to 15 of a caption channel. A terminal
+gets colours unless NO_COLOR is set. Files that do not say the times of their frames (v210, 2vuy, klv, h264, mpeg2)
+need --rate; rows also --lines or --rows.
+
+With --at and nothing on air the exit code is 0, as it is with a screen.
+
+Examples:
+  qlxcc show film.klv --rate 25 --at 00:00:10,500 --png screen.png
+  qlxcc show film.v210 --lines 12,575 --rate 29.97 --all
+  qlxcc show film.scc --all --channel CC1 --json)";
+
+constexpr OptionRow kShowOptions[] = {
+    fileArgument("FILE", "What is decoded (-: standard input)"),
+    {.names = "--at",
+     .value = "TIME",
+     .kind = ValueKind::SignedTime,
+     .field = &RawOptions::at,
+     .help = "Show what is on air at TIME",
+     .more = "Of a file with times of its own it is one of those; of all others it is counted from 0. A `-` in front "
+             "of it leads to what is in front of the time 0."},
+    {.names = "--all",
+     .field = &RawOptions::isAll,
+     .help = "Show every screen with the time from which and to which it is on air"},
+    {.names = "--png",
+     .value = "FILE",
+     .kind = ValueKind::File,
+     .field = &RawOptions::picture,
+     .help = "With --at: write the screen to FILE as a picture (PNG, or PPM by its name)",
+     .more = "It has 480 x 500 pixels of teletext or 544 x 390 of captions. The name of another kind of file, such as "
+             "screen.gif, is refused. This needs the module `qlxcc-screens`, which draws with the fonts of libzvbi."},
+    {.names = "--page",
+     .value = "PAGE",
+     .kind = ValueKind::Text,
+     .field = &RawOptions::page,
+     .help = "The teletext page (default: 888, unless --channel is given)",
+     .more = "Pages are numbered from 100 to 8FF."},
+    {.names = "--channel",
+     .value = "CHANNEL",
+     .kind = ValueKind::WordOfAnyCase,
+     .words = kChannels,
+     .field = &RawOptions::channel,
+     .help = "{} (default: CC1, unless --page is given)"},
+    rateOption("--rate", {}, &RawOptions::rate,
+               "Frames a second, for files that do not say the times of their frames, and TIME with frames",
+               "Such files are v210, 2vuy, klv, h264 and mpeg2, and jsonl without `pts`; a TIME with frames "
+               "(00:00:10:12) needs it also of other files."),
+    fromFormat(kFrameFormats, "--format"),
+    kRowWidth,
+    saying(kLines, "There are as many rows in a frame as there are lines. Of v210 and 2vuy files --lines or --rows "
+                   "must be given, as the rows of a frame make its time."),
+    kRowCount,
+    kNearStart,
+    kListOutput,
+    asJson("A JSON line for each screen in place of the text",
+           "It has page or channel, times (`at`, `from`, `to`, null where there is none), frames, and rows with row, "
+           "column, text and runs of text with their colours."),
+};
+
+constexpr std::string_view kExtractNotes =
+    R"(Each access unit (of MPEG-2: each picture with the headers in front of it) gives a line with its number from 0, its
+byte offset, and its caption data in hexadecimal digits; "-" where it has none. Units stand in the stream's order,
+which is the order of decoding. Of all other files (MXF, MOV, MP4, MPEG-TS, MPEG-PS, klv, v210, 2vuy, jsonl) each frame
+gives a line with its time, in the order of presentation: the captions of the picture, or else those of the caption or
+ANC tracks.
+  triplets  the cc_data triplets as they stand in the stream, three bytes each
+  cc1       the byte pairs of field 1 with their parity bits; null pairs (8080) behind the first pair are left out
+  a53       the triplets in an A/53 cc_data structure: type code 03, flags and count, ff, triplets, ff
+
+Examples:
+  qlxcc extract film.264
+  qlxcc extract film.m2v --format cc1 --json
+  qlxcc extract film.mp4 --format a53)";
+
+constexpr OptionRow kExtractOptions[] = {
+    fileArgument("FILE", "Video, a container, or a file of rows, elements or JSON lines (-: standard input)",
+                 "Video is H.264 in Annex B form or MPEG-2; containers are MXF, MOV, MP4, MPEG-TS and MPEG-PS."),
+    {.names = "--codec",
+     .value = "CODEC",
+     .kind = ValueKind::Word,
+     .words = kCodecs,
+     .field = &RawOptions::codec,
+     .help = "{} (default: auto, by the content)",
+     .more = "The first start code of an elementary stream tells what it is."},
+    otherFormat(kExtractFormats, "{}, see below (default: triplets)",
+                "`triplets`: the cc_data triplets as they stand in the stream, three bytes each; emulation prevention "
+                "bytes are not removed. `cc1`: the CEA-608 byte pairs of field 1, with their parity bits; null pairs "
+                "(8080) behind the first pair are left out. `a53`: the triplets in an ATSC A/53 cc_data structure, "
+                "which is 03, the flags C0 with the number of triplets, FF, the triplets, FF."),
+    fromFormat(kFrameFormats, {}),
+    kRowWidth,
+    kLines,
+    kRowCount,
+    kNearStart,
+    kListOutput,
+    asJson("A JSON line for each access unit in place of the list", R"(    {"unit":0,"offset":0,"data":"fc942c..."}
+`data` is null where there are none. A frame of a container has `"pts":{"value":3600,"timescale":90000}`, or null, in )"
+                                                                    R"(place of the offset.)"),
+};
+
+constexpr std::string_view kRateNotes =
+    R"(IN has elements, rows or JSON lines; the result is klv, or what its name says. RATE is 23.976, 24, 25, 29.97, 30, 50,
+59.94 or 60. Captions keep their time: a frame carries what has come when it begins, in as many pairs and triplets as
+its rate has; the rest follows, and what is more than two seconds late is counted. Packets of other kinds go to the
+first frame at their time or later, once; AFD and pan-scan are repeated or passed over with the frames, and so are time
+codes where both rates count alike. Warnings name the first ten of a kind and count the rest.
+
+Examples:
+  qlxcc rate anc25.klv --from-rate 25 --to-rate 59.94 -o anc60.klv
+  qlxcc rate film.v210 --lines 9,12 --from-rate 59.94 --to-rate 25 -o film.jsonl)";
+
+constexpr OptionRow kRateOptions[] = {
+    fileArgument("IN", "A klv, v210, 2vuy or jsonl file (-: standard input)"),
+    required(rateOption("--from-rate", "--from", &RawOptions::fromRate, "Frames a second of IN")),
+    required(rateOption("--to-rate", "--to", &RawOptions::toRate, "Frames a second of the result")),
+    fromFormat(kRateChangeFormats, {}),
+    kRowWidth,
+    kLines,
+    kRowCount,
+    kNearStart,
+    required(kOutput),
+    toFormat("{} (default: by the name of FILE, or klv)",
+             "Rows are written as they are read; of files without rows --lines or --rows says which are written."),
+    saying(kAsDeployed,
+           "One rate must be the double of the other then: to the double each caption packet is split into those of "
+           "two frames, and all other packets go to the first of them; back from it two caption packets are joined, a "
+           "missing one counting as empty, and the other packets of both frames are kept, in order. Time code "
+           "sections are left out. A warning names the first caption packet that is marked with another rate, and the "
+           "first one that contradicts itself. Packets are all in luma, those of a row each at the next 32-bit word "
+           "of its row behind the one before it; without this option they stand one right behind the other, each in "
+           "its channel. Captions that are in no packet are left out, which is said."),
+};
+
+}  // namespace
+
+constexpr CommandRow kScanCommand{.name = "scan",
+                                  .summary =
+                                      "Find the ancillary packets and captions in rows, elements, video and containers",
+                                  .notes = kScanNotes,
+                                  .options = kScanOptions,
+                                  .check = checkedScan};
+
+constexpr CommandRow kShowCommand{.name = "show",
+                                  .summary = "Show what a viewer sees: the teletext page or the captions on air",
+                                  .notes = kShowNotes,
+                                  .options = kShowOptions,
+                                  .check = checkedShow};
+
+constexpr CommandRow kExtractCommand{.name = "extract",
+                                     .summary = "Take caption data out of video streams and containers",
+                                     .notes = kExtractNotes,
+                                     .options = kExtractOptions,
+                                     .check = checkedExtract};
+
+constexpr CommandRow kRateCommand{.name = "rate",
+                                  .summary = "Bring captions from one frame rate to another",
+                                  .notes = kRateNotes,
+                                  .options = kRateOptions,
+                                  .check = checkedRateChange};
+
+}  // namespace qlx::tool

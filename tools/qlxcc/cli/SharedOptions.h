@@ -1,0 +1,151 @@
+// Options that several commands have.
+#pragma once
+
+#include "io/Rates.h"
+#include "cli/OptionTable.h"
+
+namespace qlx::tool {
+
+inline constexpr std::uint64_t kGreatestWidth = 32768;
+
+/// The files that have frames.
+inline constexpr std::string_view kFrameFormats[] = {"v210",  "2vuy", "klv", "jsonl", "scc", "h264",
+                                                     "mpeg2", "mxf",  "mov", "ts",    "ps"};
+
+/// Those of them that frames are written in.
+inline constexpr std::string_view kWrittenFormats[] = {"v210", "klv", "jsonl"};
+
+/// What cues are made into.
+inline constexpr std::string_view kModes[] = {"teletext", "cea608"};
+
+[[nodiscard]] constexpr OptionRow required(OptionRow row) {
+    row.isRequired = true;
+    return row;
+}
+
+/// The same option with what the manual of a command says more of it.
+[[nodiscard]] constexpr OptionRow saying(OptionRow row, std::string_view more) {
+    row.more = more;
+    return row;
+}
+
+/// The command's file. `name` is what its help calls it.
+[[nodiscard]] constexpr OptionRow fileArgument(std::string_view name, std::string_view help,
+                                               std::string_view more = {}) {
+    return {.names = name,
+            .kind = ValueKind::File,
+            .isRequired = true,
+            .field = &RawOptions::file,
+            .help = help,
+            .more = more};
+}
+
+inline constexpr OptionRow kSubtitleFile =
+    fileArgument("FILE", "An SRT, JSON or EBU STL file (-: standard input)",
+                 "Its content tells which, or else its name; at most 64 MiB. See the formats in qlxcc(1).");
+
+[[nodiscard]] constexpr OptionRow fromFormat(std::span<const std::string_view> words, std::string_view older,
+                                             std::string_view help = "{} (default: by content or name)",
+                                             std::string_view more = {}) {
+    return {.names = "--from-format",
+            .older = older,
+            .value = "FORMAT",
+            .kind = ValueKind::Word,
+            .words = words,
+            .field = &RawOptions::fromFormat,
+            .help = help,
+            .more = more};
+}
+
+[[nodiscard]] constexpr OptionRow toFormat(std::string_view help, std::string_view more) {
+    return {.names = "--to-format",
+            .value = "FORMAT",
+            .kind = ValueKind::Word,
+            .words = kWrittenFormats,
+            .field = &RawOptions::toFormat,
+            .help = help,
+            .more = more};
+}
+
+/// --format where it says what something else than frames is.
+[[nodiscard]] constexpr OptionRow otherFormat(std::span<const std::string_view> words, std::string_view help,
+                                              std::string_view more = {}) {
+    return {.names = "--format",
+            .value = "FORMAT",
+            .kind = ValueKind::Word,
+            .words = words,
+            .field = &RawOptions::format,
+            .help = help,
+            .more = more};
+}
+
+inline constexpr OptionRow kOutput{.names = "-o,--output",
+                                   .value = "FILE",
+                                   .kind = ValueKind::File,
+                                   .field = &RawOptions::output,
+                                   .help = "Write to FILE, which appears when it is complete (-: standard output)"};
+
+/// The same of what else goes to standard output.
+inline constexpr OptionRow kListOutput = saying(kOutput, "Without this option standard output is written.");
+
+[[nodiscard]] constexpr OptionRow asJson(std::string_view help, std::string_view more = {}) {
+    return {.names = "--json", .field = &RawOptions::asJson, .help = help, .more = more};
+}
+
+[[nodiscard]] constexpr OptionRow width(std::string_view help, std::string_view more = {}) {
+    return {.names = "--width",
+            .value = "W",
+            .kind = ValueKind::Number,
+            .least = 1,
+            .greatest = kGreatestWidth,
+            .field = &RawOptions::width,
+            .help = help,
+            .more = more};
+}
+
+[[nodiscard]] constexpr OptionRow rateOption(std::string_view names, std::string_view older,
+                                             std::string RawOptions::*field, std::string_view help,
+                                             std::string_view more = {}) {
+    return {.names = names,
+            .older = older,
+            .value = "RATE",
+            .kind = ValueKind::Rate,
+            .field = field,
+            .help = help,
+            .more = more};
+}
+
+// How the rows of a file lie and are searched.
+inline constexpr OptionRow kRowWidth =
+    width("v210, 2vuy: pixels of a row (default: 1920)",
+          "An odd number counts as the next even one in 2vuy rows, which have whole pairs of pixels.");
+inline constexpr OptionRow kLines{.names = "--lines",
+                                  .value = "L1,L2,...",
+                                  .kind = ValueKind::Text,
+                                  .field = &RawOptions::lines,
+                                  .help = "v210, 2vuy: the line numbers of a frame's rows, ascending",
+                                  .more = "There are as many rows in a frame as there are lines."};
+inline constexpr OptionRow kRowCount{.names = "--rows",
+                                     .value = "N",
+                                     .kind = ValueKind::Number,
+                                     .least = 1,
+                                     .greatest = kGreatestLine + 1,
+                                     .field = &RawOptions::rows,
+                                     .help = "v210, 2vuy: rows in a frame, numbered from 0 (default: one, numbered 0)",
+                                     .more = "It cannot be given together with --lines."};
+inline constexpr OptionRow kNearStart{
+    .names = "--near-start",
+    .field = &RawOptions::nearStart,
+    .help = "v210, 2vuy: look for packets near a row's start only, and verify nothing",
+    .more = "Versions before 0.2 did so, and `QLXVANCPacket` does: only in luma, of 2vuy rows in the even bytes, which "
+            "are chroma; neither parity nor checksum is looked at."};
+
+inline constexpr OptionRow kAsDeployed{
+    .names = "--as-deployed",
+    .field = &RawOptions::asDeployed,
+    .help = "v210, klv: the bytes that the library's fixed operations write",
+    .more = "All packets are in luma then, those of a row each at the next 32-bit word of its row behind the one "
+            "before it, those of a klv file with padding also behind whole four bytes. Without this option they stand "
+            "one right behind the other, each in its channel, padded to whole four bytes."};
+
+}  // namespace qlx::tool
