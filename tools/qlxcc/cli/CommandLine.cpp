@@ -63,9 +63,11 @@ public:
 
     CLI::Option& operator()(std::map<std::string_view, std::string> RawOptions::*field) const {
         const auto keep = [&values = _raw.*field, name = _row.names](const std::string& text) { values[name] = text; };
-        return _row.kind == ValueKind::Flag ? *_command.add_flag_callback(
-                                                  _names, [keep] { keep(""); }, _help)
-                                            : *_command.add_option_function<std::string>(_names, keep, _help);
+        if (_row.kind == ValueKind::Flag) {
+            const auto keepFlag = [keep] { keep(""); };
+            return *_command.add_flag_callback(_names, keepFlag, _help);
+        }
+        return *_command.add_option_function<std::string>(_names, keep, _help);
     }
 
     template <typename Value>

@@ -1,6 +1,6 @@
 // Writes the option sections of the manual pages as the table of options has them; the rest of a page stays.
 //   qlxcc_manual [--check] FOLDER
-#include "OptionTable.h"
+#include "cli/OptionTable.h"
 
 #include <algorithm>
 #include <exception>
