@@ -161,6 +161,26 @@ StlTimeCode timeCodeAt(const std::uint8_t* bytes) noexcept {
     return {bytes[0], bytes[1], bytes[2], bytes[3]};
 }
 
+std::array<std::uint8_t, kTtiTextBytes> textAt(const std::uint8_t* bytes) noexcept {
+    std::array<std::uint8_t, kTtiTextBytes> text;
+    std::memcpy(text.data(), bytes, text.size());
+    return text;
+}
+
+/// Made in one go: a file has many blocks.
+Tti ttiAt(const std::uint8_t* bytes) noexcept {
+    return {.group = bytes[kGroup],
+            .number = static_cast<std::uint16_t>(bytes[kNumber] | bytes[kNumber + 1] << 8U),
+            .extensionNumber = bytes[kExtensionNumber],
+            .status = static_cast<StlStatus>(bytes[kStatus]),
+            .timeCodeIn = timeCodeAt(bytes + kTimeCodeIn),
+            .timeCodeOut = timeCodeAt(bytes + kTimeCodeOut),
+            .verticalPosition = bytes[kVerticalPosition],
+            .justification = static_cast<Alignment>(bytes[kJustification]),
+            .commentFlag = bytes[kCommentFlag],
+            .text = textAt(bytes + kText)};
+}
+
 void storeTimeCode(const StlTimeCode& timeCode, std::uint8_t* bytes) noexcept {
     bytes[0] = timeCode.hours;
     bytes[1] = timeCode.minutes;
@@ -330,17 +350,7 @@ Result<Tti> parseTti(std::span<const std::uint8_t> bytes, FindingSink* findings,
     if (bytes.size() < kTtiBytes) {
         return tooShort(offset, kTtiBytes, bytes.size());
     }
-    Tti tti;
-    tti.group = bytes[kGroup];
-    tti.number = static_cast<std::uint16_t>(bytes[kNumber] | bytes[kNumber + 1] << 8U);
-    tti.extensionNumber = bytes[kExtensionNumber];
-    tti.status = static_cast<StlStatus>(bytes[kStatus]);
-    tti.timeCodeIn = timeCodeAt(bytes.data() + kTimeCodeIn);
-    tti.timeCodeOut = timeCodeAt(bytes.data() + kTimeCodeOut);
-    tti.verticalPosition = bytes[kVerticalPosition];
-    tti.justification = static_cast<Alignment>(bytes[kJustification]);
-    tti.commentFlag = bytes[kCommentFlag];
-    std::memcpy(tti.text.data(), bytes.data() + kText, tti.text.size());
+    const Tti tti = ttiAt(bytes.data());
     if (findings != nullptr) {
         checkNumbers(tti, *findings, offset);
     }
@@ -382,6 +392,14 @@ Cue cueOf(const Tti& tti, FrameRate rate, FindingSink* findings, std::uint64_t o
     }
     rows.report(*findings, offset);
     return cue;
+}
+
+Tti StlView::block(std::size_t index, FindingSink* findings) const {
+    Tti tti = ttiAt(behind.subspan(index * kTtiBytes, kTtiBytes).data());
+    if (findings != nullptr) {
+        checkNumbers(tti, *findings, offsetOf(index));
+    }
+    return tti;
 }
 
 Result<StlView> parseStl(std::span<const std::uint8_t> bytes, FindingSink* findings) {

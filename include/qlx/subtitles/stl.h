@@ -237,9 +237,7 @@ struct StlView {
         return kGsiBytes + std::uint64_t{index} * kTtiBytes;
     }
     /// A block; `index` is below blocks().
-    [[nodiscard]] Tti block(std::size_t index, FindingSink* findings = nullptr) const {
-        return *parseTti(behind.subspan(index * kTtiBytes, kTtiBytes), findings, offsetOf(index));
-    }
+    [[nodiscard]] QLX_EXPORT Tti block(std::size_t index, FindingSink* findings = nullptr) const;
 };
 
 /// Reads a file's GSI block; the TTI blocks are read one by one. Fails with StlTooShort. Another count of blocks than is
