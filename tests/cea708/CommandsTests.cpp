@@ -5,6 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace {
 
 using namespace qlx::cea708;

@@ -6,6 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace {
 
 using namespace qlx::cea708;
@@ -472,6 +479,26 @@ TEST(CaptionPackets, AreReadToScreens) {
     }
     EXPECT_EQ(fed.lines(), Lines{"  14  yesABCD"});
     EXPECT_EQ(fed.findings.size(), 4U);
+}
+
+TEST(CaptionPackets, AreReadUpToEveryLength) {
+    // Where each character comes, and nothing else, is one more to be read; what is cut waits.
+    const std::vector<std::uint8_t> bytes = bytesOf({kShown, "'a", "90051f", "'b", "1039", "18ac00", "917c833f", "'c"});
+    constexpr std::array<std::size_t, 5> kEnds{8, 12, 14, 17, 22};
+    qlxtest::forEachTruncation(bytes, [&](const qlxtest::ExactBuffer& part) {
+        Receiver receiver;
+        qlx::Findings findings;
+        (void)receiver.receive(std::span<const std::uint8_t>(part.data(), part.size()), &findings);
+        const screen::Screen seen = receiver.screen();
+        const auto count = std::count_if(seen.cells.begin(), seen.cells.end(),
+                                         [](const screen::Cell& cell) { return cell.hasText(); });
+        EXPECT_EQ(count,
+                  std::count_if(kEnds.begin(), kEnds.end(), [&](std::size_t end) { return part.size() >= end; }));
+        EXPECT_TRUE(findings.empty());
+        // The rest completes it.
+        (void)receiver.receive(std::span<const std::uint8_t>(bytes).subspan(part.size()), &findings);
+        EXPECT_EQ(qlxtest::linesOf(receiver.screen()), Lines{"  14  ab™가c"});
+    });
 }
 
 TEST(CaptionPackets, AreReadAlikeInWhateverPieces) {
