@@ -1,0 +1,455 @@
+// Random captions written and received: what fits comes back as it is, anything else as its findings say.
+#include "RandomCaptions.h"
+#include "Sanitized.h"
+
+#include <qlx/cea608/writer.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <optional>
+
+namespace {
+
+using namespace qlxtest;
+using qlx::Finding;
+using qlx::FindingCode;
+using qlx::FrameRate;
+
+/// Applies what was found to a caption: what of it must be shown.
+class Applied {
+public:
+    Applied(const Caption& caption, const std::vector<Finding>& findings) : _findings(findings) {
+        for (const CaptionRow& row : caption.rows) {
+            place(row);
+        }
+        for (CaptionRow& row : _rows) {
+            showLooks(row);
+        }
+    }
+
+    [[nodiscard]] const std::vector<CaptionRow>& rows() const { return _rows; }
+
+private:
+    [[nodiscard]] const Finding* find(FindingCode code, std::int64_t first) const {
+        const auto found = std::find_if(_findings.begin(), _findings.end(), [&](const Finding& finding) {
+            return finding.code == code && finding.first == first;
+        });
+        return found == _findings.end() ? nullptr : &*found;
+    }
+
+    /// Whether a place on the screen is among the columns of a finding.
+    [[nodiscard]] bool has(FindingCode code, const CaptionRow& row, std::size_t index) const {
+        const std::int64_t place = placeOf(row.row, row.column + index);
+        return std::any_of(_findings.begin(), _findings.end(), [&](const Finding& finding) {
+            return finding.code == code && place >= finding.first && place < finding.first + finding.second;
+        });
+    }
+
+    void place(const CaptionRow& row) {
+        std::size_t first = 0;
+        while (first < row.cells.size() && !row.cells[first].isVisible) {
+            ++first;
+        }
+        CaptionRow piece{row.row, static_cast<std::uint8_t>(row.column + first), {}};
+        for (std::size_t index = first; index < row.cells.size();) {
+            const std::int64_t place = placeOf(row.row, index);
+            if (const Finding* const cut = find(FindingCode::Cea608RowCut, place)) {
+                index += static_cast<std::size_t>(cut->second);
+            } else if (const Finding* const broken = find(FindingCode::Cea608RowBroken, place)) {
+                push(row.row, first, piece);
+                index += static_cast<std::size_t>(broken->second);
+                first = index;
+                piece.cells.clear();
+            } else {
+                piece.cells.push_back(replaced(row.cells[index++]));
+            }
+        }
+        push(row.row, first, piece);
+    }
+
+    void push(std::size_t row, std::size_t first, CaptionRow piece) {
+        const std::int64_t place = placeOf(row, first);
+        if (piece.cells.empty() || find(FindingCode::Cea608RowLeftOut, place) != nullptr) {
+            return;
+        }
+        if (const Finding* const moved = find(FindingCode::Cea608RowMoved, place)) {
+            piece.row = static_cast<std::uint8_t>(moved->second / 1000);
+            piece.column = static_cast<std::uint8_t>(moved->second % 1000);
+        }
+        while (!piece.cells.empty() && !piece.cells.back().isVisible) {
+            piece.cells.pop_back();
+        }
+        if (piece.cells.empty()) {
+            return;
+        }
+        _rows.push_back(std::move(piece));
+    }
+
+    [[nodiscard]] Cell replaced(Cell cell) const {
+        const auto color = [this](Color asked) {
+            const Finding* const found = find(FindingCode::Cea608ColorReplaced, static_cast<std::int64_t>(asked));
+            return found != nullptr ? static_cast<Color>(found->second) : asked;
+        };
+        cell.foreground = color(cell.foreground);
+        cell.background = cell.backgroundOpacity == Opacity::Transparent ? Color::Black : color(cell.background);
+        if (const Finding* const found =
+                find(FindingCode::Cea608CharacterReplaced, static_cast<std::int64_t>(cell.character))) {
+            cell.character = static_cast<char32_t>(found->second);
+        }
+        return cell;
+    }
+
+    void showLooks(CaptionRow& row) const {
+        for (std::size_t index = 0; index < row.cells.size(); ++index) {
+            Cell& cell = row.cells[index];
+            if (has(FindingCode::Cea608FlashLeftOut, row, index)) {
+                cell.isFlashing = false;
+                cell.backgroundOpacity =
+                    cell.backgroundOpacity == Opacity::Flash ? Opacity::Solid : cell.backgroundOpacity;
+            }
+            cell.isItalic = cell.isItalic != has(FindingCode::Cea608ItalicsLate, row, index);
+            cell.isUnderlined = cell.isUnderlined != has(FindingCode::Cea608UnderlineLate, row, index);
+        }
+        showEarly(row);
+        const Cell first;
+        Color foreground = first.foreground;
+        const Cell* before = &first;
+        for (std::size_t index = 0; index < row.cells.size(); ++index) {
+            Cell& cell = row.cells[index];
+            if (!cell.isVisible || cell.character == kMarginSpace) {
+                before = cell.isVisible ? &cell : &first;
+                foreground = first.foreground;
+                continue;
+            }
+            if (has(FindingCode::Cea608BackgroundLate, row, index)) {
+                cell.background = before->background;
+                cell.backgroundOpacity = before->backgroundOpacity;
+            }
+            if (cell.hasText()) {
+                foreground = has(FindingCode::Cea608ColorLate, row, index) ? foreground : cell.foreground;
+                cell.foreground = foreground;
+            }
+            before = &cell;
+        }
+    }
+
+    /// Backgrounds that begin early, also in front of the row.
+    void showEarly(CaptionRow& row) const {
+        if (row.column > 0) {
+            --row.column;
+            row.cells.insert(row.cells.begin(), Cell());
+        }
+        for (std::size_t index = row.cells.size() - 1; index-- > 0;) {
+            if (has(FindingCode::Cea608BackgroundEarly, row, index)) {
+                const bool isAdded = !row.cells[index].isVisible;
+                row.cells[index] = space(row.cells[index + 1]);
+                row.cells[index].character = isAdded ? kMarginSpace : U' ';
+            }
+        }
+    }
+
+    const std::vector<Finding>& _findings;
+    std::vector<CaptionRow> _rows;
+};
+
+/// The frames of a field.
+struct FieldFrames {
+    FrameRate rate = FrameRate::Fps2997;
+    std::size_t field = 1;
+
+    /// From one pair to the next.
+    [[nodiscard]] std::uint64_t step() const { return rate >= FrameRate::Fps50 ? 2 : 1; }
+    /// The first frame from this one on that has a pair of the field.
+    [[nodiscard]] std::uint64_t atOrAfter(std::uint64_t frame) const {
+        return step() == 2 && frame % 2 != field - 1 ? frame + 1 : frame;
+    }
+};
+
+/// What is shown from a frame on.
+struct Change {
+    std::uint64_t frame = 0;
+    Screen screen;
+};
+
+/// What a receiver shows of captions of one channel, of which the writer never
+/// knows more than two.
+std::vector<Change> received(const std::vector<Caption>& captions, FrameRate rate, bool doublesCodes,
+                             qlx::Findings& findings) {
+    const Channel channel = captions.front().channel;
+    Writer writer(rate, {.doublesCodes = doublesCodes});
+    Receiver receiver(channel);
+    std::vector<Change> changes;
+    std::size_t added = 0;
+    while (added < captions.size() || !writer.isDone()) {
+        while (added < captions.size() && writer.waiting(channel) < 2) {
+            (void)writer.add(captions[added++], &findings);
+        }
+        const std::uint64_t frame = writer.frame();
+        const FramePairs pairs = writer.next(&findings);
+        const auto& pair = channel.field == 1 ? pairs.field1 : pairs.field2;
+        if (pair && receiver.receive(pair->first, pair->second)) {
+            changes.push_back({frame, receiver.screen()});
+        }
+    }
+    return changes;
+}
+
+/// What must be shown by the standard and the findings.
+std::vector<Change> expectedChanges(const std::vector<Caption>& captions, const FieldFrames& frames,
+                                    const qlx::Findings& findings) {
+    std::map<std::uint64_t, std::vector<Finding>> ofCaptions;
+    for (const Finding& finding : findings) {
+        ofCaptions[finding.offset].push_back(finding);
+    }
+    const auto amount = [&ofCaptions](std::size_t index, FindingCode code) {
+        std::uint64_t sum = 0;
+        for (const Finding& finding : ofCaptions[index]) {
+            sum += finding.code == code ? static_cast<std::uint64_t>(finding.first) : 0;
+        }
+        return sum;
+    };
+    std::vector<Change> changes;
+    std::optional<std::uint64_t> end;
+    for (std::size_t index = 0; index < captions.size(); ++index) {
+        const Applied applied(captions[index], ofCaptions[index]);
+        if (applied.rows().empty()) {
+            EXPECT_EQ(ofCaptions[index].back().code, FindingCode::Cea608CaptionEmpty);
+            continue;
+        }
+        const std::uint64_t start =
+            frames.atOrAfter(captions[index].start) + amount(index, FindingCode::Cea608ShownLate);
+        if (end && *end < start) {
+            changes.push_back({*end, screenOf({})});
+        }
+        changes.push_back({start, screenOf(applied.rows())});
+        end = frames.atOrAfter(captions[index].end) + amount(index, FindingCode::Cea608EndLate);
+    }
+    if (end) {
+        changes.push_back({*end, screenOf({})});
+    }
+    return changes;
+}
+
+void expectSame(const std::vector<Change>& expected, const std::vector<Change>& shown) {
+    for (std::size_t index = 0; index < std::min(expected.size(), shown.size()); ++index) {
+        ASSERT_EQ(shown[index].frame, expected[index].frame) << "change " << index;
+        ASSERT_EQ(difference(expected[index].screen, shown[index].screen), "")
+            << "change " << index << " at frame " << shown[index].frame;
+    }
+    EXPECT_EQ(shown.size(), expected.size());
+}
+
+/// Captions that fit: the pairs behind the EOC of the one before hold them.
+std::vector<Caption> fittingCaptions(Random& random, Channel channel, const FieldFrames& frames, bool doublesCodes,
+                                     std::size_t count) {
+    const std::uint64_t code = doublesCodes ? 2 : 1;
+    std::vector<Caption> captions;
+    std::vector<CodePair> pairs;
+    std::uint64_t free = frames.field - 1;
+    while (captions.size() < count) {
+        Caption caption{.channel = channel, .rows = fittingRows(random)};
+        pairs.clear();
+        encodeCaption(caption, {.doublesCodes = doublesCodes}, pairs);
+        const bool isBehindGap = !captions.empty() && isTrue(random, 50);
+        // With an EDM two pairs may stay unused, as up to three stand side by side.
+        const std::uint64_t needed = pairs.size() + (isBehindGap ? code + 2 : 0);
+        caption.start = free + needed * frames.step() + below(random, 2) * below(random, 30);
+        if (!captions.empty()) {
+            const std::uint64_t gap = code * frames.step() + below(random, 4);
+            captions.back().end = isBehindGap ? caption.start - gap : caption.start;
+        }
+        caption.end = caption.start + 100;
+        free = frames.atOrAfter(caption.start) + code * frames.step();
+        captions.push_back(std::move(caption));
+    }
+    return captions;
+}
+
+/// Captions of a set at one of the eight rates: 10,000 in all.
+constexpr std::size_t kCaptionsOfRate = countFor<std::size_t>(1250, 150);
+
+/// A part of each set for each rate.
+class RoundTrip : public testing::TestWithParam<std::size_t> {};
+
+TEST_P(RoundTrip, GivesBackWhatFits) {
+    const std::size_t index = GetParam();
+    Random random(static_cast<unsigned>(608 + index));
+    const Channel channel = kChannels[index % 4];
+    const FieldFrames frames{qlx::kFrameRates[index], channel.field};
+    const bool doublesCodes = index % 3 != 0;
+    const auto captions = fittingCaptions(random, channel, frames, doublesCodes, kCaptionsOfRate);
+    qlx::Findings findings;
+    const auto changes = received(captions, frames.rate, doublesCodes, findings);
+    EXPECT_TRUE(findings.empty()) << findings[0].offset << ": " << findings[0].text();
+    expectSame(expectedChanges(captions, frames, findings), changes);
+}
+
+TEST_P(RoundTrip, ExplainsWhatDoesNotFit) {
+    const std::size_t index = GetParam();
+    Random random(static_cast<unsigned>(15 + index));
+    const Channel channel = kChannels[index % 4];
+    const FieldFrames frames{qlx::kFrameRates[index], channel.field};
+    std::vector<Caption> captions;
+    for (std::uint64_t start = 0; captions.size() < kCaptionsOfRate;) {
+        start += 1 + below(random, 400);
+        captions.push_back({.start = start, .channel = channel, .rows = anyRows(random)});
+        start += 1 + below(random, 50);
+        captions.back().end = start;
+    }
+    qlx::Findings findings(1'000'000);
+    const auto changes = received(captions, frames.rate, index % 3 != 0, findings);
+    EXPECT_FALSE(findings.empty());
+    expectSame(expectedChanges(captions, frames, findings), changes);
+}
+
+/// Rows that roll-up captions have left on the screen, the lowest one last.
+class Window {
+public:
+    void add(const Caption& caption) {
+        for (const CaptionRow& row : caption.rows) {
+            _rows.push_back(row);
+        }
+        const std::size_t count = caption.rollUpRows;
+        if (_rows.size() > count) {
+            _rows.erase(_rows.begin(), _rows.end() - static_cast<std::ptrdiff_t>(count));
+        }
+        for (std::size_t index = 0; index < _rows.size(); ++index) {
+            _rows[index].row = static_cast<std::uint8_t>(caption.rows.back().row + index + 1 - _rows.size());
+        }
+    }
+    void clear() { _rows.clear(); }
+    [[nodiscard]] Screen screen() const { return screenOf(_rows); }
+
+private:
+    std::vector<CaptionRow> _rows;
+};
+
+/// Captions that are written on the screen, and what must be there when each is complete, and in front of the next one.
+struct Script {
+    std::vector<Caption> captions;
+    std::vector<Change> checks;
+};
+
+Script writtenCaptions(Random& random, Channel channel, CaptionStyle style, const FieldFrames& frames,
+                       std::size_t count) {
+    Script script;
+    Window window;
+    std::vector<CodePair> pairs;
+    std::uint64_t free = 10;
+    for (std::size_t index = 0; index < count; ++index) {
+        Caption caption{.channel = channel, .style = style, .rows = fittingRows(random)};
+        if (style == CaptionStyle::RollUp) {
+            caption.rollUpRows = static_cast<std::uint8_t>(2 + below(random, 3));
+            caption.rows.resize(std::min<std::size_t>(caption.rows.size(), 2));
+            CaptionRow& last = caption.rows.back();
+            last.row = std::max(isTrue(random, 70) ? std::uint8_t{kRows} : last.row, caption.rollUpRows);
+        }
+        pairs.clear();
+        encodeCaption(caption, {}, pairs);
+        caption.start = free + below(random, 30);
+        const std::uint64_t written = frames.atOrAfter(caption.start) + (pairs.size() - 1) * frames.step();
+        caption.end = written + frames.step() + below(random, 30);
+        const bool isErased = style == CaptionStyle::PaintOn || isTrue(random, 30);
+        // Four seconds, and the EDM twice.
+        constexpr std::uint64_t kMuchLater = 4 * 60 + 4;
+        const std::uint64_t gap = style == CaptionStyle::PaintOn ? 4 : kMuchLater;
+        free = caption.end + (isErased ? gap : 0) + frames.step();
+        if (style == CaptionStyle::PaintOn) {
+            window.clear();
+            script.checks.push_back({written, screenOf(caption.rows)});
+        } else {
+            window.add(caption);
+            script.checks.push_back({written, window.screen()});
+        }
+        script.captions.push_back(std::move(caption));
+        if (isErased) {
+            window.clear();
+        }
+        script.checks.push_back({free - 1, isErased || index + 1 == count ? screenOf({}) : window.screen()});
+    }
+    return script;
+}
+
+void expectWritten(CaptionStyle style, std::size_t index) {
+    Random random(static_cast<unsigned>(1429 + index));
+    const Channel channel = kChannels[index % 4];
+    const FieldFrames frames{qlx::kFrameRates[index], channel.field};
+    const Script script = writtenCaptions(random, channel, style, frames, countFor<std::size_t>(200, 50));
+    Writer writer(frames.rate);
+    Receiver receiver(channel);
+    qlx::Findings findings;
+    std::size_t added = 0;
+    for (const Change& check : script.checks) {
+        while (writer.frame() <= check.frame) {
+            while (added < script.captions.size() && writer.waiting(channel) < 2) {
+                ASSERT_TRUE(writer.add(script.captions[added++], &findings));
+            }
+            const FramePairs pairs = writer.next(&findings);
+            const auto& pair = channel.field == 1 ? pairs.field1 : pairs.field2;
+            if (pair) {
+                (void)receiver.receive(pair->first, pair->second);
+            }
+        }
+        ASSERT_EQ(difference(check.screen, receiver.screen()), "") << "frame " << check.frame;
+    }
+    EXPECT_TRUE(findings.empty()) << findings[0].offset << ": " << findings[0].text();
+}
+
+TEST_P(RoundTrip, RollsUpWhatFits) {
+    expectWritten(CaptionStyle::RollUp, GetParam());
+}
+
+TEST_P(RoundTrip, PaintsOnWhatFits) {
+    expectWritten(CaptionStyle::PaintOn, GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(AtRate, RoundTrip, testing::Range<std::size_t>(0, qlx::kFrameRates.size()));
+
+TEST(FourChannels, AreKeptApart) {
+    Random random(4);
+    for (const FrameRate rate : {FrameRate::Fps2997, FrameRate::Fps5994}) {
+        const std::uint64_t step = FieldFrames{rate, 1}.step();
+        std::array<std::vector<Caption>, kChannels.size()> captions;
+        std::array<std::vector<Change>, kChannels.size()> changes;
+        std::vector<Receiver> receivers;
+        for (std::size_t index = 0; index < kChannels.size(); ++index) {
+            receivers.emplace_back(kChannels[index]);
+            // Room for all that both channels of a field load; no two codes are due at once.
+            for (std::uint64_t start = 1400; captions[index].size() < 40; start += 1400) {
+                captions[index].push_back({.start = (start + 40 * index + below(random, 20)) * step,
+                                           .end = (start + 300 * index + 150) * step,
+                                           .channel = kChannels[index],
+                                           .rows = fittingRows(random)});
+            }
+        }
+        Writer writer(rate);
+        qlx::Findings findings;
+        std::array<std::size_t, kChannels.size()> added{};
+        for (bool isMore = true; isMore || !writer.isDone();) {
+            isMore = false;
+            for (std::size_t index = 0; index < kChannels.size(); ++index) {
+                while (added[index] < captions[index].size() && writer.waiting(kChannels[index]) < 2) {
+                    ASSERT_TRUE(writer.add(captions[index][added[index]++], &findings));
+                }
+                isMore = isMore || added[index] < captions[index].size();
+            }
+            const std::uint64_t frame = writer.frame();
+            const FramePairs pairs = writer.next(&findings);
+            for (std::size_t index = 0; index < kChannels.size(); ++index) {
+                const auto& pair = kChannels[index].field == 1 ? pairs.field1 : pairs.field2;
+                if (pair && receivers[index].receive(pair->first, pair->second)) {
+                    changes[index].push_back({frame, receivers[index].screen()});
+                }
+            }
+        }
+        ASSERT_TRUE(findings.empty()) << findings[0].offset << ": " << findings[0].text();
+        for (std::size_t index = 0; index < kChannels.size(); ++index) {
+            SCOPED_TRACE(nameOf(kChannels[index]));
+            expectSame(expectedChanges(captions[index], {rate, kChannels[index].field}, findings), changes[index]);
+        }
+    }
+}
+
+}  // namespace
