@@ -1,0 +1,198 @@
+// Captions of all four channels as the writer sends them, read by a decoder that is not from here: libzvbi.
+//
+// It is not asked for what it cannot judge: extended sets, which it does not have, background codes, and italics of
+// another colour than white. In field 2 it takes both of a code that is sent twice: those are sent once here, and no
+// special character stands beside its like, which must be sent twice in any case.
+#include <gtest/gtest.h>
+
+#ifdef QLX_HAVE_LIBZVBI
+
+#include "CaptionRows.h"
+
+#include <qlx/base/utf8.h>
+#include <qlx/cea608/writer.h>
+
+#include <libzvbi.h>
+
+#include <array>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qlx::cea608;
+using qlx::screen::Cell;
+using qlx::screen::Color;
+
+struct DeleteDecoder {
+    void operator()(vbi_decoder* decoder) const { vbi_decoder_delete(decoder); }
+};
+
+/// The colours of both are in one order. A line a row: what is read, and behind it the colour and style of each letter.
+std::string lineOf(std::size_t row, const std::vector<Cell>& cells, std::size_t column) {
+    std::string text;
+    std::string styles;
+    for (const Cell& cell : cells) {
+        qlx::appendUtf8(text, cell.hasText() ? cell.character : U' ');
+        styles += cell.hasText() ? static_cast<char>('0' + qlx::screen::basicIndex(cell.foreground)) : ' ';
+        styles += !cell.hasText() ? "" : cell.isItalic ? "i" : "";
+        styles += !cell.hasText() ? "" : cell.isUnderlined ? "u" : "";
+    }
+    const std::size_t end = text.find_last_not_of(' ');
+    if (end == std::string::npos) {
+        return {};
+    }
+    return std::to_string(row) + ": " + std::string(column, ' ') + text.substr(0, end + 1) + " | " +
+           std::string(column, ' ') + styles.substr(0, styles.find_last_not_of(' ') + 1) + "\n";
+}
+
+std::string linesOf(const Caption& caption) {
+    std::string lines;
+    for (const CaptionRow& row : caption.rows) {
+        lines += lineOf(row.row, row.cells, row.column);
+    }
+    return lines;
+}
+
+class Judge {
+public:
+    explicit Judge(Channel channel) : _channel(channel) {}
+
+    void take(const FramePairs& pairs) {
+        std::array<vbi_sliced, 2> sliced{};
+        int count = 0;
+        const auto add = [&](const Pair& pair, std::uint32_t service, std::uint32_t line) {
+            vbi_sliced& one = sliced[static_cast<std::size_t>(count++)];
+            one.id = service;
+            one.line = line;
+            one.data[0] = pair.first;
+            one.data[1] = pair.second;
+        };
+        add(pairs.field1.value_or(kNullPair), VBI_SLICED_CAPTION_525_F1, 21);
+        add(pairs.field2.value_or(kNullPair), VBI_SLICED_CAPTION_525_F2, 284);
+        vbi_decode(_decoder.get(), sliced.data(), count, static_cast<double>(_frame++) * 1001 / 30000);
+    }
+
+    [[nodiscard]] std::string lines() {
+        vbi_page page{};
+        const int number = (_channel.field - 1) * 2 + _channel.channel;
+        if (!vbi_fetch_cc_page(_decoder.get(), &page, number, TRUE)) {
+            return "no page\n";
+        }
+        std::string lines;
+        for (int row = 0; row < page.rows; ++row) {
+            std::vector<Cell> cells;
+            for (int column = 1; column < page.columns; ++column) {
+                const vbi_char& from = page.text[row * page.columns + column];
+                Cell cell;
+                cell.isVisible = from.opacity != VBI_TRANSPARENT_SPACE && from.unicode > 0x20;
+                cell.character = from.unicode;
+                cell.foreground = qlx::screen::kBasicColors[from.foreground & 7U];
+                cell.isItalic = from.italic != 0;
+                cell.isUnderlined = from.underline != 0;
+                cells.push_back(cell);
+            }
+            lines += lineOf(static_cast<std::size_t>(row) + 1, cells, 0);
+        }
+        return lines;
+    }
+
+private:
+    Channel _channel;
+    std::unique_ptr<vbi_decoder, DeleteDecoder> _decoder{vbi_decoder_new()};
+    std::uint64_t _frame = 0;
+};
+
+using Random = std::mt19937;
+
+std::vector<Cell> textOf(Random& random, std::size_t column) {
+    constexpr std::u32string_view kLetters = U"ABCXYZabcxyz0189.,!?áéíóúçÑñ®°½¿¢£♪àèâêîôû";
+    std::vector<Cell> cells;
+    Cell look{.isVisible = true};
+    while (column + cells.size() < kColumns && random() % 8 != 0) {
+        if (random() % 3 == 0) {
+            look.foreground = qlx::screen::kBasicColors[1 + random() % 7];
+            look.isItalic = look.foreground == Color::White && random() % 2 != 0;
+            look.isUnderlined = random() % 4 == 0;
+        }
+        // A change of style has a space, and the two codes that lead to white italics have two.
+        const std::size_t spaces = cells.empty() && column <= 3 ? 0 : 2;
+        const std::size_t length = spaces + 1 + random() % 5;
+        for (std::size_t index = 0; index < length; ++index) {
+            const char32_t letter = kLetters[random() % kLetters.size()];
+            const bool isBesideItsLike = !cells.empty() && cells.back().character == letter;
+            look.character = index < spaces ? U' ' : isBesideItsLike ? U'x' : letter;
+            if (column + cells.size() < kColumns) {
+                cells.push_back(look);
+            }
+        }
+    }
+    return cells;
+}
+
+Caption captionOf(Random& random, Channel channel, std::uint64_t start) {
+    Caption caption{.start = start, .end = start + 30, .channel = channel};
+    for (std::size_t row = 1 + random() % 9; row <= kRows && caption.rows.size() < 4; row += 1 + random() % 5) {
+        const std::size_t column = random() % 28;
+        std::vector<Cell> cells = textOf(random, column);
+        if (!cells.empty()) {
+            caption.rows.push_back({static_cast<std::uint8_t>(row), static_cast<std::uint8_t>(column), cells});
+        }
+    }
+    if (caption.rows.empty()) {
+        caption.rows.push_back({15, 0, qlxtest::cellsOf(U"x")});
+    }
+    return caption;
+}
+
+/// Plays captions that fit and compares what is shown in front of each start, from there on, and behind each end.
+void expectCaptionsToBeRead(Channel channel) {
+    constexpr std::uint64_t kPeriod = 600;
+    constexpr std::size_t kCount = 60;
+    Random random(channel.field * 10U + channel.channel);
+    Writer writer(qlx::FrameRate::Fps2997, {.doublesCodes = channel.field == 1});
+    Judge judge(channel);
+    qlx::Findings findings;
+    for (std::size_t index = 1; index <= kCount; ++index) {
+        const Caption caption = captionOf(random, channel, index * kPeriod);
+        ASSERT_TRUE(writer.add(caption, &findings));
+        while (writer.frame() <= caption.end) {
+            const std::uint64_t frame = writer.frame();
+            judge.take(writer.next(&findings));
+            if (frame + 1 == caption.start || frame == caption.end) {
+                ASSERT_EQ(judge.lines(), "") << "caption " << index;
+            } else if (frame == caption.start || frame + 1 == caption.end) {
+                ASSERT_EQ(judge.lines(), linesOf(caption)) << "caption " << index;
+            }
+        }
+    }
+    EXPECT_TRUE(findings.empty()) << findings[0].text();
+}
+
+}  // namespace
+
+TEST(VbiCaptions, OfChannel1AreRead) {
+    expectCaptionsToBeRead(kCC1);
+}
+
+TEST(VbiCaptions, OfChannel2AreRead) {
+    expectCaptionsToBeRead(kCC2);
+}
+
+TEST(VbiCaptions, OfChannel3AreRead) {
+    expectCaptionsToBeRead(kCC3);
+}
+
+TEST(VbiCaptions, OfChannel4AreRead) {
+    expectCaptionsToBeRead(kCC4);
+}
+
+#else
+
+TEST(VbiCaptions, AreRead) {
+    GTEST_SKIP() << "libzvbi is missing: install libzvbi-dev and configure again";
+}
+
+#endif
