@@ -13,6 +13,7 @@
 #include <qlx/base/result.h>
 #include <qlx/base/ring.h>
 #include <qlx/base/utf8.h>
+#include <qlx/base/walk.h>
 #include <qlx/cc/a53.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/cdp_sections.h>
@@ -53,3 +54,11 @@
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/sdp.h>
+#include <qlx/video/access_unit.h>
+#include <qlx/video/captions.h>
+#include <qlx/video/h264.h>
+#include <qlx/video/mpeg2.h>
+#include <qlx/video/nal.h>
+#include <qlx/video/order.h>
+#include <qlx/video/sei.h>
+#include <qlx/video/start_code.h>

@@ -1,6 +1,7 @@
 #include <qlx/base/parity.h>
 #include <qlx/line21/line21.h>
 
+#include "base/MakeFinding.h"
 #include "line21/RowPixels.h"
 
 #include <algorithm>
@@ -11,10 +12,6 @@
 namespace qlx::line21 {
 
 namespace {
-
-Finding failure(FindingCode code, std::size_t offset, std::size_t first, std::size_t second) noexcept {
-    return {code, Severity::Error, offset, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)};
-}
 
 /// The levels of a row. Very wide ones, whose cycles are wide as well, are looked at every few pixels.
 class Levels {
@@ -143,7 +140,7 @@ std::optional<Clock> findClock(const Levels& levels) noexcept {
 
 /// Whether two bits of 0 and one of 1 stand behind the clock, whose rise is the border between them.
 bool hasStartBits(const Levels& levels, const Clock& clock) noexcept {
-    constexpr double kNearest = 2.4;  // Cycles behind the clock's last rise; 3 by the standard.
+    constexpr double kNearest = 2.2;  // Cycles behind the clock's last rise; 2.5 to 3 are seen.
     constexpr double kFarthest = 3.6;
     const double distance = clock.next - clock.last;
     if (distance < kNearest * clock.cycle || distance > kFarthest * clock.cycle) {
@@ -175,17 +172,17 @@ Result<cea608::Pair> readByClock(detail::RowPixels& pixels, std::size_t width, F
     const Levels levels(pixels, width);
     const std::optional<Clock> clock = findClock(levels);
     if (!clock) {
-        return failure(FindingCode::Line21RunInMissing, 0, 0, 0);
+        return makeFinding(FindingCode::Line21RunInMissing, Severity::Error, 0);
     }
     if (!hasStartBits(levels, *clock)) {
-        return failure(FindingCode::Line21StartBitsMissing, levels.pixelOf(clock->last), 0, 0);
+        return makeFinding(FindingCode::Line21StartBitsMissing, Severity::Error, levels.pixelOf(clock->last));
     }
     const auto middleOf = [&](unsigned bit) { return clock->next + (1.5 + bit) * clock->cycle; };
     unsigned bits = 0;
     for (unsigned bit = 0; bit < kBits; ++bit) {
         const std::optional<double> level = levels.around(middleOf(bit), clock->cycle);
         if (!level) {
-            return failure(FindingCode::Line21RowCut, width, kBits, bit);
+            return makeFinding(FindingCode::Line21RowCut, Severity::Error, width, kBits, bit);
         }
         bits |= (*level > clock->middle ? 1U : 0U) << bit;
     }
@@ -213,16 +210,17 @@ Result<cea608::Pair> readPair(const RowView& row, const RowLayout& layout, Findi
                               const ReadOptions& options) {
     const pixels::Format* const format = pixels::formatOf(layout.pixelFormat);
     if (format == nullptr) {
-        return failure(FindingCode::Line21FormatUnknown, 0, layout.pixelFormat, 0);
+        return makeFinding(FindingCode::Line21FormatUnknown, Severity::Error, 0, layout.pixelFormat, 0);
     }
     // No format has less than a byte a pixel: sizes stay numbers.
     if (row.samples.size() < layout.width) {
-        return failure(FindingCode::Line21RowTooShort, 0, layout.width, row.samples.size());
+        return makeFinding(FindingCode::Line21RowTooShort, Severity::Error, 0, layout.width, row.samples.size());
     }
     const std::size_t chromaSize = row.chroma.empty() ? 0 : pixels::bytesOfChromaRow(layout.width);
     const std::size_t size = format->bytesOfRow(layout.width);
     if (row.samples.size() < size || row.chroma.size() < chromaSize) {
-        return failure(FindingCode::Line21RowTooShort, 0, size + chromaSize, row.samples.size() + row.chroma.size());
+        return makeFinding(FindingCode::Line21RowTooShort, Severity::Error, 0, size + chromaSize,
+                           row.samples.size() + row.chroma.size());
     }
     detail::RowPixels pixels(row, layout, *format);
     return options.sampling == Sampling::Fixed ? Result<cea608::Pair>(readInPlace(pixels, layout.width, findings))

@@ -1,6 +1,7 @@
 #include <qlx/line21/line21.h>
 
 #include "base/Bytes.h"
+#include "base/MakeFinding.h"
 #include "line21/RowPixels.h"
 #include "line21/Waveform.h"
 
@@ -9,10 +10,6 @@
 namespace qlx::line21 {
 
 namespace {
-
-Finding failure(FindingCode code, std::size_t first, std::size_t second) noexcept {
-    return {code, Severity::Error, 0, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)};
-}
 
 /// The waveform of one pair.
 class Levels {
@@ -37,22 +34,22 @@ private:
 Result<std::size_t> writePair(const cea608::Pair& pair, const RowLayout& layout, const RowRoom& room) {
     const pixels::Format* const format = pixels::formatOf(layout.pixelFormat);
     if (format == nullptr) {
-        return failure(FindingCode::Line21FormatUnknown, layout.pixelFormat, 0);
+        return makeFinding(FindingCode::Line21FormatUnknown, Severity::Error, 0, layout.pixelFormat);
     }
     if (layout.width < kWaveformPixels) {
-        return failure(FindingCode::Line21RowTooNarrow, kWaveformPixels, layout.width);
+        return makeFinding(FindingCode::Line21RowTooNarrow, Severity::Error, 0, kWaveformPixels, layout.width);
     }
     // No format has less than a byte a pixel: sizes stay numbers.
     if (room.samples.size() < layout.width) {
-        return failure(FindingCode::OutputTooSmall, layout.width, room.samples.size());
+        return makeFinding(FindingCode::OutputTooSmall, Severity::Error, 0, layout.width, room.samples.size());
     }
     const std::size_t size = format->bytesOfRow(layout.width);
     const std::size_t chromaSize = format->twoPlanes ? pixels::bytesOfChromaRow(layout.width) : 0;
     if (room.samples.size() < size) {
-        return failure(FindingCode::OutputTooSmall, size, room.samples.size());
+        return makeFinding(FindingCode::OutputTooSmall, Severity::Error, 0, size, room.samples.size());
     }
     if (!room.chroma.empty() && room.chroma.size() < chromaSize) {
-        return failure(FindingCode::OutputTooSmall, chromaSize, room.chroma.size());
+        return makeFinding(FindingCode::OutputTooSmall, Severity::Error, 0, chromaSize, room.chroma.size());
     }
     const Levels levels(pair);
     const pixels::ColorMatrix& matrix = pixels::matrixForRows(layout.pictureRows);

@@ -55,6 +55,7 @@ struct Signal {
     double black = 0;
     double one = 127;
     double noise = 0;
+    double lead = 7;         ///< Cycles in front of the start bits.
     unsigned startBits = 4;  ///< Least significant first: 0, 0, 1.
 };
 
@@ -66,10 +67,10 @@ Bytes levelsOf(const Signal& signal, std::size_t width, const Pair& pair) {
     for (std::size_t pixel = 0; pixel < width; ++pixel) {
         const double place = (static_cast<double>(pixel) - signal.start) / signal.cycle;
         double height = 0;
-        if (place >= 0 && place < 7) {
+        if (place >= 0 && place < signal.lead) {
             height = (std::sin(place * 2 * std::acos(-1.0)) + 1) / 2;
-        } else if (place >= 7 && place < 26) {
-            height = bits >> static_cast<unsigned>(place - 7) & 1U;
+        } else if (place >= signal.lead && place < signal.lead + 19) {
+            height = bits >> static_cast<unsigned>(place - signal.lead) & 1U;
         }
         const double noise = signal.noise * (static_cast<double>(random() % 2001) / 1000.0 - 1.0);
         levels.push_back(static_cast<std::uint8_t>(
@@ -176,6 +177,7 @@ TEST(Line21Reader, FollowsTheClockOfAnyWidth) {
         {7680, {.start = 210.7, .cycle = 858.0 / 3}},
         {352, {.start = 5.9, .cycle = 858.0 / 64}},
         {720, {.start = -8}},
+        {720, {.noise = 5, .lead = 6.5}},
         {720, {.black = 20, .one = 110, .noise = 12}},
         {720, {.black = 0, .one = 60}},
         {720, {.black = 40, .one = 250, .noise = 20}},

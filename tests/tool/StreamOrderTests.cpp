@@ -43,100 +43,24 @@ std::vector<int> marksOf(Order& order) {
     return marks;
 }
 
-/// Adds the units one after the other, marked from 0 on.
-std::vector<int> orderOf(VideoCodec codec, const std::vector<std::string>& units) {
-    PictureOrder order(codec);
-    std::uint8_t mark = 0;
-    for (const std::string& unit : units) {
-        order.add(fromHex(unit), frameOf(mark++));
-    }
-    order.finish();
-    return marksOf(order);
-}
-
-// Baseline profile, counts of 4 bits for frames and order, frames only: 1 1 1 1 010 0 1 1 1, then the stop bit.
-const std::string kParameters = "00000001 67 42001e f4f0 00000001 68 e0";
-
-/// A slice: 1 1 1 (first macroblock, type, parameters), frame number 0000, in an IDR picture 1 (its number), the order.
-std::string slice(unsigned nal, unsigned order) {
-    const bool isIdr = (nal & 0x1FU) == 5;
-    const unsigned bits = isIdr ? 0xE100U | order << 4U | 8U : 0xE000U | order << 5U | 0x10U;
-    const Bytes bytes{static_cast<std::uint8_t>(nal), static_cast<std::uint8_t>(bits >> 8U),
-                      static_cast<std::uint8_t>(bits)};
-    return "000001" + qlxtest::toHex(bytes);
-}
-
-TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
-    // I0 P8 B4 b2 b6 P16 (the count of 4 bits has turned over) b12; a new sequence: I0 P4 b2.
-    EXPECT_EQ(orderOf(VideoCodec::H264,
-                      {kParameters + slice(0x65, 0), slice(0x41, 8), slice(0x01, 4), slice(0x01, 2), slice(0x01, 6),
-                       slice(0x41, 0), slice(0x01, 12), slice(0x65, 0), slice(0x41, 4), slice(0x01, 2)}),
-              (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
-}
-
-TEST(PictureOrder, TakesStartCodesWithoutAUnitBehind) {
-    EXPECT_EQ(orderOf(VideoCodec::H264, {"000001000001000001", kParameters + "000001 000001" + slice(0x65, 0),
-                                         slice(0x41, 4), slice(0x01, 2)}),
-              (std::vector<int>{0, 1, 3, 2}));
-}
-
-TEST(PictureOrder, KeepsTheStreamsOrderWithoutParameters) {
-    EXPECT_EQ(orderOf(VideoCodec::H264, {slice(0x65, 0), slice(0x41, 8), slice(0x01, 4)}), (std::vector<int>{0, 1, 2}));
-    EXPECT_EQ(orderOf(VideoCodec::H264, {"", "00", "000001", "00000167", "0000016742", "00000165"}),
-              (std::vector<int>{0, 1, 2, 3, 4, 5}));
-    EXPECT_EQ(orderOf(VideoCodec::Mpeg2, {"", "00000100", "00000100ff", "000001b8"}), (std::vector<int>{0, 1, 2, 3}));
-}
-
 std::string picture(unsigned temporalReference, unsigned type) {
     const Bytes bytes{static_cast<std::uint8_t>(temporalReference >> 2U),
                       static_cast<std::uint8_t>((temporalReference & 3U) << 6U | type << 3U)};
     return "00000100" + qlxtest::toHex(bytes);
 }
 
-TEST(PictureOrder, FollowsTheTemporalReferenceOfMPEG2) {
-    const std::string group = "000001b8 00000000";
-    // An open group: its first B pictures come before its I picture.
-    EXPECT_EQ(orderOf(VideoCodec::Mpeg2, {group + picture(0, 1), picture(3, 2), picture(1, 3), picture(2, 3),
-                                          group + picture(2, 1), picture(0, 3), picture(1, 3), picture(3, 2)}),
-              (std::vector<int>{0, 2, 3, 1, 5, 6, 4, 7}));
-    // The reference of 10 bits turns over.
-    EXPECT_EQ(orderOf(VideoCodec::Mpeg2, {picture(1021, 2), picture(0, 2), picture(1022, 3), picture(1023, 3),
-                                          picture(3, 2), picture(1, 3), picture(2, 3)}),
-              (std::vector<int>{0, 2, 3, 1, 5, 6, 4}));
-}
-
-TEST(PictureOrder, GivesPicturesBeforeTheStreamEnds) {
+TEST(PictureOrder, CountsTheFramesOfPresentation) {
     PictureOrder order(VideoCodec::Mpeg2);
-    std::size_t given = 0;
-    for (unsigned index = 0; index < 200; ++index) {
-        order.add(fromHex(picture(index, 2)), frameOf(static_cast<std::uint8_t>(index)));
-        const auto marks = marksOf(order);
-        for (std::size_t mark = 0; mark < marks.size(); ++mark) {
-            EXPECT_EQ(marks[mark], static_cast<int>(given + mark));
-        }
-        given += marks.size();
-        EXPECT_LE(index + 1 - given, PictureOrder::kLongestWait);
+    std::uint8_t mark = 0;
+    for (const std::string& unit : {picture(0, 1), picture(2, 2), picture(1, 3)}) {
+        order.add(fromHex(unit), frameOf(mark++));
     }
-    EXPECT_EQ(given, 200 - PictureOrder::kLongestWait);
-}
-
-TEST(PictureOrder, ReadsHighProfileParameters) {
-    // Profile 100, number 0 (1), 4:2:0 (010), depths 0 0 (1 1), no bypass (0), no scaling (0), frame number of 4 bits
-    // (1), order type 0 (1) with 6 bits (011), 4 reference frames (00101), no gaps (0), 2 x 2 (010 010), frames (1).
-    // 1 010 1 1 0 0 | 1 1 011 001 | 01 0 010 01 | 0 1 1(stop) 00000
-    std::uint32_t number = 9;
-    const auto sequence = qlx::tool::readH264Sequence(fromHex("64001f acd94960"), number);
-    ASSERT_TRUE(sequence);
-    EXPECT_EQ(number, 0U);
-    EXPECT_EQ(sequence->frameNumberBits, 4U);
-    EXPECT_EQ(sequence->orderType, 0U);
-    EXPECT_EQ(sequence->orderBits, 6U);
-    EXPECT_TRUE(sequence->hasFramesOnly);
-    EXPECT_FALSE(sequence->hasColourPlanes);
-    qlxtest::forEachTruncation(fromHex("64001f acd94960"), [](const qlxtest::ExactBuffer& part) {
-        std::uint32_t ignored = 0;
-        EXPECT_EQ(qlx::tool::readH264Sequence(part.span(), ignored).has_value(), part.size() == 7) << part.size();
-    });
+    order.finish();
+    std::vector<std::pair<std::uint64_t, int>> frames;
+    while (const auto frame = order.take()) {
+        frames.emplace_back(frame->number, frame->triplets[2]);
+    }
+    EXPECT_EQ(frames, (std::vector<std::pair<std::uint64_t, int>>{{0, 0}, {1, 2}, {2, 1}}));
 }
 
 Frame timed(std::uint8_t mark, std::optional<std::int64_t> time) {

@@ -204,6 +204,20 @@ enum class FindingCode : std::uint32_t {
     ScteScheduleCancelled,            ///< Events of a schedule that is not transmitted because it is cancelled.
     ScteMessageEmpty,                 ///< No numbers; a message without operations.
 
+    // video (ITU-T H.264, ITU-T H.265, ISO/IEC 13818-2); the offset is a byte of the unit, picture or stream
+    VideoUnitTooShort = 0x8'0001,  ///< Bytes needed, bytes there.
+    VideoConfigurationWrong,       ///< Version there, 1.
+    VideoParametersWrong,          ///< nal_unit_type, bytes of the parameter set.
+    VideoLengthCut,                ///< Bytes of a length, bytes at the end that are no unit.
+    VideoUnitCut,                  ///< Length there, bytes there.
+    VideoUnitEmpty,                ///< No numbers; a length of 0.
+    VideoSeiReferenced,            ///< nal_ref_idc there, 0.
+    VideoSeiCut,                   ///< payloadSize there (0 where it is cut itself), bytes there.
+    VideoSeiTrailingBits,          ///< No numbers; the unit does not end with 80h.
+    VideoStartCodeMissing,         ///< Bytes without one, most that are looked at.
+    VideoSystemStartCode,          ///< Byte behind the start code.
+    VideoUnitTooLong,              ///< Bytes of the access unit so far, most that it may have.
+
     // klv (SMPTE ST 336)
     KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
     KlvLengthIndefinite,     ///< No numbers.

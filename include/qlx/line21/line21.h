@@ -80,7 +80,8 @@ struct ReadOptions {
                                                        FindingSink* findings = nullptr,
                                                        const ReadOptions& options = {});
 
-/// Writes the waveform of a pair, as it stands with its parity bits, and black up to the row's end; gives the bytes of
+/// Writes the waveform of a pair, as it stands with its parity bits, and black up to the row's end, with bits of
+/// kCellPixels, within 0.7 % of 1/32 of a line at 13.5 MHz, whatever the width of the row; gives the bytes of
 /// `samples` that the pixels take. What no pixel of the row has a part in stays as it is. Allocates nothing.
 ///
 /// Nothing is written, and a Finding says why, for a format that is not known (Line21FormatUnknown), a row of fewer than

@@ -1,6 +1,7 @@
 #include "streams/VideoCaptions.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <qlx/video/nal.h>
 
 #include <algorithm>
 #include <array>
@@ -10,26 +11,20 @@ namespace qlx::tool {
 
 namespace {
 
-/// The length in front of a NAL unit.
-std::size_t leadingLength(std::span<const std::uint8_t> unit, std::size_t bytes) noexcept {
-    std::size_t length = 0;
-    for (const std::uint8_t byte : unit.first(bytes)) {
-        length = length << 8U | byte;
-    }
-    return length;
-}
+/// Notes a unit whose length leads behind the end.
+struct CutUnits final : FindingSink {
+    void add(const Finding& finding) override { any = any || finding.code == FindingCode::VideoUnitCut; }
+    bool any = false;
+};
 
 /// An access unit with lengths of `bytes` bytes as the same one with lengths of 4.
 std::vector<std::uint8_t> withLongLengths(std::span<const std::uint8_t> unit, std::size_t bytes) {
     std::vector<std::uint8_t> result;
-    while (unit.size() > bytes) {
-        const std::size_t length = std::min(leadingLength(unit, bytes), unit.size() - bytes);
+    for (const video::UnitView& nal : video::LengthPrefixedUnits(unit, bytes)) {
         for (unsigned shift = 32; shift > 0; shift -= 8) {
-            result.push_back(static_cast<std::uint8_t>(length >> (shift - 8)));
+            result.push_back(static_cast<std::uint8_t>(nal.bytes.size() >> (shift - 8)));
         }
-        const auto nal = unit.subspan(bytes, length);
-        result.insert(result.end(), nal.begin(), nal.end());
-        unit = unit.subspan(bytes + length);
+        result.insert(result.end(), nal.bytes.begin(), nal.bytes.end());
     }
     return result;
 }
@@ -59,26 +54,21 @@ Data captionTripletsOfLengths(std::span<const std::uint8_t> unit, std::size_t le
 }
 
 bool hasWholeUnits(std::span<const std::uint8_t> unit, std::size_t lengthBytes) noexcept {
-    if (unit.size() > lengthBytes && leadingLength(unit, lengthBytes) == 0) {
+    CutUnits cut;
+    video::LengthPrefixedWalker units(unit, lengthBytes, &cut);
+    video::UnitView nal;
+    const bool beginsEmpty = units.next(nal) && nal.bytes.empty();
+    if (lengthBytes == 0 || beginsEmpty) {
         return lengthBytes == 0;
     }
-    while (lengthBytes > 0 && unit.size() > lengthBytes) {
-        const std::size_t length = leadingLength(unit, lengthBytes);
-        if (length > unit.size() - lengthBytes) {
-            return false;
-        }
-        unit = unit.subspan(lengthBytes + length);
+    while (units.next(nal)) {
     }
-    return true;
+    return !cut.any;
 }
 
 std::size_t lengthBytesOf(std::span<const std::uint8_t> parameters) noexcept {
-    constexpr std::size_t kRecordHeader = 7;
-    constexpr std::uint8_t kVersion = 1;
-    if (parameters.size() < kRecordHeader || parameters[0] != kVersion) {
-        return 0;
-    }
-    return 1 + (parameters[4] & 3U);
+    const Result<std::size_t> bytes = video::parseLengthBytes(parameters, VideoCodec::H264);
+    return bytes ? *bytes : 0;
 }
 
 bool VideoFrameReader::next(Frame& frame, std::vector<std::string>& /*problems*/) {

@@ -1,0 +1,29 @@
+// Headers of H.264 (ITU-T H.264), as far as the order of pictures needs them.
+#pragma once
+
+#include <qlx/base/result.h>
+#include <qlx/video/nal.h>
+
+#include <cstdint>
+#include <span>
+
+namespace qlx::video {
+
+/// What of a sequence parameter set (7.3.2.1.1) is needed to read a slice's place in the order.
+struct H264Sequence {
+    std::uint32_t number = 0;           ///< seq_parameter_set_id
+    bool hasColourPlanes = false;       ///< separate_colour_plane_flag
+    std::uint32_t frameNumberBits = 0;  ///< log2_max_frame_num
+    std::uint32_t orderType = 0;        ///< pic_order_cnt_type
+    std::uint32_t orderBits = 0;        ///< log2_max_pic_order_cnt_lsb; 0 unless the type is 0.
+    bool hasFramesOnly = false;         ///< frame_mbs_only_flag
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const H264Sequence&, const H264Sequence&) noexcept = default;
+};
+
+/// Reads a sequence parameter set, from the byte behind its NAL unit header on. Fails with VideoParametersWrong when it
+/// ends too early or makes no sense.
+[[nodiscard]] QLX_EXPORT Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload);
+
+}  // namespace qlx::video

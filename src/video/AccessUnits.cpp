@@ -1,0 +1,165 @@
+#include <qlx/video/access_unit.h>
+#include <qlx/video/mpeg2.h>
+
+#include "base/MakeFinding.h"
+
+#include <algorithm>
+
+namespace qlx::video {
+
+namespace {
+
+// A start code, a header of up to two bytes that says what it is, and the byte in which a slice header begins.
+constexpr std::size_t kLookAhead = kStartCodeBytes + 3;
+// At the end of the stream a start code needs one byte behind it.
+constexpr std::size_t kFewestAtEnd = kStartCodeBytes + 1;
+
+}  // namespace
+
+void AccessUnitReader::fail(FindingCode code, std::uint64_t offset, std::uint64_t first, std::uint64_t second) {
+    _error = makeFinding(code, Severity::Error, offset, first, second);
+}
+
+void AccessUnitReader::push(std::span<const std::uint8_t> bytes) {
+    if (_error) {
+        return;
+    }
+    if (!_isInUnit) {
+        // Nothing is kept of what stands in front of the first unit but what may be the beginning of a start code.
+        _begin = _position > 0 ? _position - 1 : 0;
+    }
+    const std::uint64_t offset = offsetOf(_begin);
+    if (_isInUnit ? _bytes.size() - _begin > _options.greatest : offsetOf(_bytes.size()) > _options.greatest) {
+        fail(_isInUnit ? FindingCode::VideoUnitTooLong : FindingCode::VideoStartCodeMissing, _isInUnit ? offset : 0,
+             offsetOf(_bytes.size()) - (_isInUnit ? offset : 0), _options.greatest);
+        return;
+    }
+    _bytes.erase(_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(_begin));
+    _offset = offset;
+    _position -= _begin;
+    _begin = 0;
+    _bytes.insert(_bytes.end(), bytes.begin(), bytes.end());
+}
+
+/// The next start code of which enough is there to tell what it begins; none at the end of what there is.
+std::optional<std::size_t> AccessUnitReader::nextStartCode() {
+    const std::size_t needed = _isFinished ? kFewestAtEnd : kLookAhead;
+    if (_position + needed > _bytes.size()) {
+        return std::nullopt;
+    }
+    // Only start codes with as many bytes from them on are looked for.
+    const auto searched = std::span<const std::uint8_t>(_bytes).first(_bytes.size() - needed + kStartCodeBytes);
+    const std::size_t place = findStartCode(searched, _position);
+    if (place < searched.size()) {
+        return place;
+    }
+    _position = searched.size() - kStartCodeBytes + 1;
+    return std::nullopt;
+}
+
+/// Whether the stream is one that is read.
+bool AccessUnitReader::chooseCodec(std::size_t startCode) {
+    if (!_codec) {
+        const std::uint8_t code = byteAt(startCode + kStartCodeBytes);
+        _codec = codecOfStartCode(code);
+        if (!_codec) {
+            fail(FindingCode::VideoSystemStartCode, offsetOf(startCode), code, 0);
+        }
+    }
+    return _codec.has_value();
+}
+
+bool AccessUnitReader::beginsH264(std::size_t startCode) {
+    constexpr unsigned kFirstReserved = 15;
+    constexpr unsigned kLastReserved = 18;
+    const unsigned type = nalUnitType(byteAt(startCode + kStartCodeBytes), Codec::H264);
+    const bool hadPicture = _hasPicture;
+    if (type >= kH264Slice && type <= kH264IdrSlice) {
+        _hasPicture = true;
+        // first_mb_in_slice is 0, which one set bit codes: a new picture. Partitions B and C go with their A.
+        const bool isFirstSlice = (byteAt(startCode + kStartCodeBytes + 1) & 0x80U) != 0;
+        return hadPicture && isFirstSlice && (type == kH264Slice || type == kH264PartitionA || type == kH264IdrSlice);
+    }
+    const bool canBegin =
+        (type >= kH264Sei && type <= kH264PictureParameters) || (type >= kFirstReserved && type <= kLastReserved);
+    const bool begins = type == kH264AccessUnitDelimiter || (canBegin && hadPicture);
+    _hasPicture = hadPicture && !begins;
+    return begins;
+}
+
+bool AccessUnitReader::beginsH265(std::size_t startCode) {
+    constexpr unsigned kFirstReserved = 41;
+    constexpr unsigned kLastReserved = 44;
+    constexpr unsigned kFirstUnspecified = 48;
+    constexpr unsigned kLastUnspecified = 55;
+    const unsigned type = nalUnitType(byteAt(startCode + kStartCodeBytes), Codec::H265);
+    const bool hadPicture = _hasPicture;
+    if (type <= kH265LastSlice) {
+        _hasPicture = true;
+        // first_slice_segment_in_pic_flag
+        return hadPicture && (byteAt(startCode + kStartCodeBytes + 2) & 0x80U) != 0;
+    }
+    const bool canBegin = (type >= kH265VideoParameters && type <= kH265AccessUnitDelimiter) ||
+                          type == kH265PrefixSei || (type >= kFirstReserved && type <= kLastReserved) ||
+                          (type >= kFirstUnspecified && type <= kLastUnspecified);
+    const bool begins = canBegin && hadPicture;
+    _hasPicture = hadPicture && !begins;
+    return begins;
+}
+
+/// Whether a new access unit begins with the start code at `startCode`; also notes pictures.
+bool AccessUnitReader::beginsUnit(std::size_t startCode) {
+    if (_codec == Codec::H264) {
+        return beginsH264(startCode);
+    }
+    if (_codec == Codec::H265) {
+        return beginsH265(startCode);
+    }
+    const std::uint8_t code = byteAt(startCode + kStartCodeBytes);
+    const bool hadPicture = _hasPicture;
+    const bool canBegin = code == kMpeg2Picture || code == kMpeg2Sequence || code == kMpeg2Group;
+    _hasPicture = code == kMpeg2Picture || (hadPicture && !canBegin);
+    return canBegin && hadPicture;
+}
+
+/// Gives the current unit, which ends in front of `end`, where the next one begins.
+AccessUnitView AccessUnitReader::give(std::size_t end) {
+    const AccessUnitView unit{_units++, offsetOf(_begin),
+                              std::span<const std::uint8_t>(_bytes).subspan(_begin, end - _begin)};
+    _begin = end;
+    return unit;
+}
+
+std::optional<AccessUnitView> AccessUnitReader::next() {
+    while (!_error) {
+        const std::optional<std::size_t> startCode = nextStartCode();
+        if (!startCode) {
+            break;
+        }
+        _position = *startCode + kStartCodeBytes;
+        // The zero byte that may stand in front of a start code belongs to it.
+        const std::size_t begin = *startCode > _begin && _bytes[*startCode - 1] == 0 ? *startCode - 1 : *startCode;
+        if (!_isInUnit) {
+            if (!chooseCodec(*startCode)) {
+                break;
+            }
+            _isInUnit = true;
+            _begin = begin;
+            (void)beginsUnit(*startCode);
+        } else if (beginsUnit(*startCode)) {
+            return give(begin);
+        }
+    }
+    if (_error || !_isFinished) {
+        return std::nullopt;
+    }
+    if (_isInUnit && _begin < _bytes.size()) {
+        return give(_bytes.size());
+    }
+    if (!_isInUnit && offsetOf(_bytes.size()) > 0) {
+        fail(FindingCode::VideoStartCodeMissing, 0, offsetOf(_bytes.size()), _options.greatest);
+    }
+    return std::nullopt;
+}
+
+}  // namespace qlx::video

@@ -1,0 +1,199 @@
+#include <qlx/video/mpeg2.h>
+#include <qlx/video/order.h>
+
+#include "base/MakeFinding.h"
+#include "video/BitReader.h"
+
+#include <algorithm>
+#include <array>
+
+namespace qlx::video {
+
+namespace {
+
+constexpr std::int64_t kTemporalReferences = 1024;
+constexpr std::uint32_t kSequences = 32;
+constexpr std::uint32_t kPictures = 256;
+
+void skipScalingList(BitReader& reader, unsigned size) {
+    std::int64_t last = 8;
+    std::int64_t next = 8;
+    for (unsigned index = 0; index < size && !reader.hasFailed(); ++index) {
+        if (next != 0) {
+            next = (last + reader.signedNumber() + 256) % 256;
+        }
+        last = next == 0 ? last : next;
+    }
+}
+
+/// The part that only the high profiles have.
+void readHighProfile(BitReader& reader, H264Sequence& sequence) {
+    constexpr std::uint32_t kAllColours = 3;
+    const std::uint32_t chromaFormat = reader.number();
+    if (chromaFormat == kAllColours) {
+        sequence.hasColourPlanes = reader.bits(1) != 0;
+    }
+    reader.skipNumber();
+    reader.skipNumber();
+    reader.skip(1);
+    if (reader.bits(1) != 0) {
+        const unsigned lists = chromaFormat == kAllColours ? 12 : 8;
+        for (unsigned list = 0; list < lists; ++list) {
+            if (reader.bits(1) != 0) {
+                skipScalingList(reader, list < 6 ? 16 : 64);
+            }
+        }
+    }
+}
+
+constexpr std::array<std::uint32_t, 13> kHighProfiles{100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
+
+}  // namespace
+
+Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload) {
+    constexpr std::uint32_t kMostBits = 16;
+    BitReader reader(payload);
+    H264Sequence sequence;
+    const std::uint32_t profile = reader.bits(8);
+    reader.skip(16);
+    sequence.number = reader.number();
+    if (std::find(kHighProfiles.begin(), kHighProfiles.end(), profile) != kHighProfiles.end()) {
+        readHighProfile(reader, sequence);
+    }
+    sequence.frameNumberBits = reader.number() + 4;
+    sequence.orderType = reader.number();
+    if (sequence.orderType == 0) {
+        sequence.orderBits = reader.number() + 4;
+    } else if (sequence.orderType == 1) {
+        reader.skip(1);
+        reader.skipNumber();
+        reader.skipNumber();
+        for (std::uint32_t count = reader.number(); count > 0 && !reader.hasFailed(); --count) {
+            reader.skipNumber();
+        }
+    }
+    reader.skipNumber();
+    reader.skip(1);
+    reader.skipNumber();
+    reader.skipNumber();
+    sequence.hasFramesOnly = reader.bits(1) != 0;
+    if (reader.hasFailed() || sequence.frameNumberBits > kMostBits || sequence.orderBits > kMostBits ||
+        sequence.number >= kSequences) {
+        return makeFinding(FindingCode::VideoParametersWrong, Severity::Error, 0, kH264SequenceParameters,
+                           payload.size());
+    }
+    return sequence;
+}
+
+void PictureCount::beginAnew() noexcept {
+    _base = _greatest + 1;
+    _high = 0;
+    _low = 0;
+}
+
+std::int64_t PictureCount::temporalPlace(std::int64_t reference) {
+    if (reference < _low - kTemporalReferences / 2) {
+        _high += kTemporalReferences;
+    } else if (reference > _low + kTemporalReferences / 2 && _high > 0) {
+        return _base + _high - kTemporalReferences + reference;
+    }
+    _low = reference;
+    return _base + _high + reference;
+}
+
+std::optional<std::int64_t> PictureCount::mpeg2Place(std::span<const std::uint8_t> unit) {
+    for (const UnitView& part : StartCodeUnits(unit)) {
+        if (part.bytes[0] == kMpeg2Group) {
+            beginAnew();
+        } else if (part.bytes[0] == kMpeg2Picture) {
+            if (const Result<Mpeg2PictureHeader> header = parseMpeg2Picture(part.bytes)) {
+                return temporalPlace(header->temporalReference);
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+void PictureCount::readPictureParameters(std::span<const std::uint8_t> payload) {
+    BitReader reader(payload);
+    const std::uint32_t picture = reader.number();
+    const std::uint32_t sequence = reader.number();
+    if (!reader.hasFailed() && picture < kPictures) {
+        _sequenceOfPicture[picture] = sequence;
+    }
+}
+
+/// A slice's picture order count in its sequence; none where the pictures are presented as they stand, or the parameters
+/// are missing.
+/// @param slice With the NAL unit header.
+std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_t> slice) {
+    const bool isIdr = nalUnitType(slice[0], Codec::H264) == kH264IdrSlice;
+    if (isIdr) {
+        beginAnew();
+    }
+    BitReader reader(slice.subspan(1));
+    reader.skipNumber();
+    reader.skipNumber();
+    const auto picture = _sequenceOfPicture.find(reader.number());
+    const auto found = picture == _sequenceOfPicture.end() ? _sequences.end() : _sequences.find(picture->second);
+    if (found == _sequences.end() || found->second.orderType != 0) {
+        return std::nullopt;
+    }
+    const H264Sequence& sequence = found->second;
+    reader.skip(sequence.hasColourPlanes ? 2 : 0);
+    reader.skip(sequence.frameNumberBits);
+    if (!sequence.hasFramesOnly && reader.bits(1) != 0) {
+        reader.skip(1);
+    }
+    if (isIdr) {
+        reader.skipNumber();
+    }
+    const std::int64_t low = reader.bits(sequence.orderBits);
+    if (reader.hasFailed()) {
+        return std::nullopt;
+    }
+    const std::int64_t turn = std::int64_t{1} << sequence.orderBits;
+    std::int64_t high = _high;
+    if (low < _low && _low - low >= turn / 2) {
+        high += turn;
+    } else if (low > _low && low - _low > turn / 2) {
+        high -= turn;
+    }
+    if (nalRefIdc(slice[0]) != 0) {
+        _high = high;
+        _low = low;
+    }
+    return _base + high + low;
+}
+
+template <class Units>
+std::optional<std::int64_t> PictureCount::h264Place(const Units& units) {
+    for (const UnitView& unit : units) {
+        const unsigned type = unit.bytes.empty() ? 0 : nalUnitType(unit.bytes[0], Codec::H264);
+        if (type == kH264SequenceParameters) {
+            if (const Result<H264Sequence> sequence = parseH264Sequence(unit.bytes.subspan(1))) {
+                _sequences[sequence->number] = *sequence;
+            }
+        } else if (type == kH264PictureParameters) {
+            readPictureParameters(unit.bytes.subspan(1));
+        } else if (type == kH264Slice || type == kH264IdrSlice) {
+            return slicePlace(unit.bytes);
+        }
+    }
+    return std::nullopt;
+}
+
+std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {
+    std::optional<std::int64_t> place;
+    if (_form.codec == Codec::Mpeg2) {
+        place = mpeg2Place(unit);
+    } else if (_form.codec == Codec::H264) {
+        place = _form.lengthBytes == 0 ? h264Place(StartCodeUnits(unit))
+                                       : h264Place(LengthPrefixedUnits(unit, _form.lengthBytes));
+    }
+    const std::int64_t found = place.value_or(_greatest + 1);
+    _greatest = std::max(_greatest, found);
+    return found;
+}
+
+}  // namespace qlx::video

@@ -1,0 +1,201 @@
+// Pictures in the order of presentation, and streams cut into them.
+#include <qlx/video/access_unit.h>
+#include <qlx/video/order.h>
+
+#include "ExactBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace {
+
+using qlx::FindingCode;
+using qlx::video::AccessUnitReader;
+using qlx::video::Codec;
+using qlx::video::PictureOrder;
+using qlxtest::fromHex;
+using Bytes = std::vector<std::uint8_t>;
+
+/// All that is known by now.
+template <class Item>
+std::vector<Item> marksOf(PictureOrder<Item>& order) {
+    std::vector<Item> marks;
+    while (const std::optional<Item> mark = order.take()) {
+        marks.push_back(*mark);
+    }
+    return marks;
+}
+
+/// Adds the units one after the other, marked from 0 on.
+std::vector<int> orderOf(Codec codec, const std::vector<std::string>& units) {
+    PictureOrder<int> order({codec});
+    int mark = 0;
+    for (const std::string& unit : units) {
+        order.add(fromHex(unit), mark++);
+    }
+    order.finish();
+    return marksOf(order);
+}
+
+// Baseline profile, counts of 4 bits for frames and order, frames only: 1 1 1 1 010 0 1 1 1, then the stop bit.
+const std::string kParameters = "00000001 67 42001e f4f0 00000001 68 e0";
+
+/// A slice: 1 1 1 (first macroblock, type, parameters), frame number 0000, in an IDR picture 1 (its number), the order.
+std::string slice(unsigned nal, unsigned order) {
+    const bool isIdr = (nal & 0x1FU) == 5;
+    const unsigned bits = isIdr ? 0xE100U | order << 4U | 8U : 0xE000U | order << 5U | 0x10U;
+    const Bytes bytes{static_cast<std::uint8_t>(nal), static_cast<std::uint8_t>(bits >> 8U),
+                      static_cast<std::uint8_t>(bits)};
+    return "000001" + qlxtest::toHex(bytes);
+}
+
+TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
+    // I0 P8 B4 b2 b6 P16 (the count of 4 bits has turned over) b12; a new sequence: I0 P4 b2.
+    EXPECT_EQ(orderOf(Codec::H264,
+                      {kParameters + slice(0x65, 0), slice(0x41, 8), slice(0x01, 4), slice(0x01, 2), slice(0x01, 6),
+                       slice(0x41, 0), slice(0x01, 12), slice(0x65, 0), slice(0x41, 4), slice(0x01, 2)}),
+              (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
+}
+
+TEST(PictureOrder, TakesStartCodesWithoutAUnitBehind) {
+    EXPECT_EQ(orderOf(Codec::H264, {"000001000001000001", kParameters + "000001 000001" + slice(0x65, 0),
+                                    slice(0x41, 4), slice(0x01, 2)}),
+              (std::vector<int>{0, 1, 3, 2}));
+}
+
+TEST(PictureOrder, KeepsTheStreamsOrderWithoutParameters) {
+    EXPECT_EQ(orderOf(Codec::H264, {slice(0x65, 0), slice(0x41, 8), slice(0x01, 4)}), (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(orderOf(Codec::H264, {"", "00", "000001", "00000167", "0000016742", "00000165"}),
+              (std::vector<int>{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(orderOf(Codec::Mpeg2, {"", "00000100", "00000100ff", "000001b8"}), (std::vector<int>{0, 1, 2, 3}));
+}
+
+std::string picture(unsigned temporalReference, unsigned type) {
+    const Bytes bytes{static_cast<std::uint8_t>(temporalReference >> 2U),
+                      static_cast<std::uint8_t>((temporalReference & 3U) << 6U | type << 3U)};
+    return "00000100" + qlxtest::toHex(bytes);
+}
+
+TEST(PictureOrder, FollowsTheTemporalReferenceOfMPEG2) {
+    const std::string group = "000001b8 00000000";
+    // An open group: its first B pictures come before its I picture.
+    EXPECT_EQ(orderOf(Codec::Mpeg2, {group + picture(0, 1), picture(3, 2), picture(1, 3), picture(2, 3),
+                                     group + picture(2, 1), picture(0, 3), picture(1, 3), picture(3, 2)}),
+              (std::vector<int>{0, 2, 3, 1, 5, 6, 4, 7}));
+    // The reference of 10 bits turns over.
+    EXPECT_EQ(orderOf(Codec::Mpeg2, {picture(1021, 2), picture(0, 2), picture(1022, 3), picture(1023, 3), picture(3, 2),
+                                     picture(1, 3), picture(2, 3)}),
+              (std::vector<int>{0, 2, 3, 1, 5, 6, 4}));
+}
+
+TEST(PictureOrder, GivesPicturesBeforeTheStreamEnds) {
+    PictureOrder<unsigned> order({Codec::Mpeg2});
+    std::size_t given = 0;
+    for (unsigned index = 0; index < 200; ++index) {
+        order.add(fromHex(picture(index, 2)), index);
+        const auto marks = marksOf(order);
+        for (std::size_t mark = 0; mark < marks.size(); ++mark) {
+            EXPECT_EQ(marks[mark], given + mark);
+        }
+        given += marks.size();
+        EXPECT_LE(index + 1 - given, qlx::video::kLongestPictureWait);
+    }
+    EXPECT_EQ(given, 200 - qlx::video::kLongestPictureWait);
+}
+
+TEST(PictureOrder, ReadsHighProfileParameters) {
+    // Profile 100, number 0 (1), 4:2:0 (010), depths 0 0 (1 1), no bypass (0), no scaling (0), frame number of 4 bits
+    // (1), order type 0 (1) with 6 bits (011), 4 reference frames (00101), no gaps (0), 2 x 2 (010 010), frames (1).
+    // 1 010 1 1 0 0 | 1 1 011 001 | 01 0 010 01 | 0 1 1(stop) 00000
+    const auto sequence = qlx::video::parseH264Sequence(fromHex("64001f acd94960"));
+    ASSERT_TRUE(sequence);
+    EXPECT_EQ(*sequence, (qlx::video::H264Sequence{.number = 0,
+                                                   .hasColourPlanes = false,
+                                                   .frameNumberBits = 4,
+                                                   .orderType = 0,
+                                                   .orderBits = 6,
+                                                   .hasFramesOnly = true}));
+    qlxtest::forEachTruncation(fromHex("64001f acd94960"), [](const qlxtest::ExactBuffer& part) {
+        const auto cut = qlx::video::parseH264Sequence(part.span());
+        ASSERT_FALSE(cut);
+        EXPECT_EQ(cut.error(), (qlx::Finding{qlx::FindingCode::VideoParametersWrong, qlx::Severity::Error, 0, 7,
+                                             static_cast<std::int64_t>(part.size())}));
+    });
+}
+
+TEST(PictureOrder, IsTheSameBehindLengths) {
+    PictureOrder<int> order({Codec::H264, 2});
+    int mark = 0;
+    for (const char* unit : {"0006 6742001e f4f0 0002 68e0 0003 65e108", "0003 41e090", "0003 01e050"}) {
+        order.add(fromHex(unit), mark++);
+    }
+    order.finish();
+    EXPECT_EQ(marksOf(order), (std::vector<int>{0, 2, 1}));
+}
+
+/// The units of a stream pushed in pieces, separated by bars; then the error.
+std::string cut(const std::string& hex, std::size_t step, std::optional<Codec> codec = std::nullopt,
+                std::size_t greatest = 1000) {
+    const Bytes stream = fromHex(hex);
+    AccessUnitReader reader({.codec = codec, .greatest = greatest});
+    std::string text;
+    std::uint64_t number = 0;
+    const auto take = [&] {
+        while (const auto unit = reader.next()) {
+            EXPECT_EQ(unit->number, number++);
+            EXPECT_TRUE(std::equal(unit->bytes.begin(), unit->bytes.end(),
+                                   stream.begin() + static_cast<std::ptrdiff_t>(unit->offset)));
+            text += std::to_string(unit->offset) + ":" + qlxtest::toHex(unit->bytes) + " ";
+        }
+    };
+    for (std::size_t place = 0; place < stream.size(); place += step) {
+        const qlxtest::ExactBuffer piece(
+            std::span<const std::uint8_t>(stream).subspan(place, std::min(step, stream.size() - place)));
+        reader.push(piece.span());
+        take();
+    }
+    reader.finish();
+    take();
+    return text + (reader.error() ? "@" + std::to_string(reader.error()->offset) + " " + reader.error()->text() : "");
+}
+
+void expectCut(const std::string& hex, const std::string& expected, std::optional<Codec> codec = std::nullopt) {
+    for (const std::size_t step : {1U, 2U, 3U, 5U, 7U, 1000U}) {
+        EXPECT_EQ(cut(hex, step, codec), expected) << step;
+    }
+}
+
+TEST(AccessUnits, BeginWithTheFirstUnitOfAPicture) {
+    // Delimiter, parameters, message, two slices of one picture; a slice of the next one; a message of another.
+    expectCut(
+        "00000001 09f0 00000001 67 42 000001 68 ce 000001 06 05 000001 65 88 000001 65 22 00000001 41 9a 000001 06 05 "
+        "000001 41 e0",
+        "0:0000000109f000000001674200000168ce000001060500000165880000016522 "
+        "32:00000001419a 38:000001060500000141e0 ");
+    // Sequence, group, picture, slice; a picture; a group with a picture.
+    expectCut(
+        "000001b3 16 000001b8 00 000001 00 0008 000001 01 22 000001 00 0050 000001 01 33 000001b8 01 000001 00 0008",
+        "0:000001b316000001b8000000010000080000010122 21:0000010000500000010133 32:000001b801000001000008 ");
+    // H.265: parameter sets 32 to 34, prefix SEI, a first and a second slice segment, suffix SEI; a delimiter; a slice.
+    expectCut(
+        "00000001 4001 0c 000001 4201 01 000001 4401 c1 000001 4e01 01 000001 2601 af 000001 2601 20 000001 5001 01 "
+        "000001 4601 10 000001 0201 d0 000001 0201 e0",
+        "0:0000000140010c0000014201010000014401c10000014e01010000012601af000001260120000001500101 "
+        "43:0000014601100000010201d0 55:0000010201e0 ",
+        Codec::H265);
+}
+
+TEST(AccessUnits, SayWhyNoneIsThere) {
+    expectCut("", "");
+    expectCut("0000", "@0 no start code in 2 bytes");
+    expectCut("ff 000001", "@0 no start code in 4 bytes");
+    expectCut("ffff 000001ba 44", "@2 start code ba of a transport or program stream");
+    expectCut("ff 00000001 65 88", "1:000000016588 ");
+    EXPECT_EQ(cut("000001 65" + std::string(60, 'f'), 10, std::nullopt, 20),
+              "@0 access unit of 30 bytes and more, at most 20 are read");
+    EXPECT_EQ(cut(std::string(80, 'f'), 10, std::nullopt, 20), "@0 no start code in 30 bytes");
+}
+
+}  // namespace
