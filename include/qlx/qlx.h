@@ -1,6 +1,7 @@
 // The core, all of it: formats as functions and values, by their standards.
 #pragma once
 
+#include <qlx/anc/atom.h>
 #include <qlx/anc/element.h>
 #include <qlx/anc/packet.h>
 #include <qlx/anc/raster.h>

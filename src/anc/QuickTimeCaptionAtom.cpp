@@ -2,30 +2,31 @@
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
-#include "base/Bytes.h"
+#include <qlx/anc/atom.h>
+
+#include <algorithm>
 
 namespace qlx::captionatom {
 
 namespace {
 
-constexpr std::size_t kHeaderBytes = 8;
-constexpr std::size_t kTypeOffset = 4;
 constexpr std::size_t kFirstCEA708Size = 10;
 
 }  // namespace
 
 std::optional<Atom> parse(std::span<const std::uint8_t> buffer) noexcept {
-    if (buffer.size() < kHeaderBytes) {
+    constexpr std::uint64_t kGreatestSize = INT32_MAX;  // Sizes have a sign for deployed hosts.
+    const Result<anc::AtomHeader> header = anc::parseAtomHeader(buffer);
+    if (!header || header->headerBytes != anc::kAtomHeaderBytes) {
         return std::nullopt;
     }
     const Kind kind = buffer.size() < kFirstCEA708Size ? Kind::CEA608 : Kind::CEA708;
     const std::uint32_t wantedType = kind == Kind::CEA608 ? fourCC("cdat") : fourCC("ccdp");
-    const auto atomSize = static_cast<std::int32_t>(loadBig<std::uint32_t>(buffer.data()));
-    if (loadBig<std::uint32_t>(buffer.data() + kTypeOffset) != wantedType || atomSize < std::int32_t{kHeaderBytes} ||
-        static_cast<std::size_t>(atomSize) > buffer.size()) {
+    if (header->type != wantedType || header->size == 0 ||
+        header->size > std::min<std::uint64_t>(buffer.size(), kGreatestSize)) {
         return std::nullopt;
     }
-    return Atom{kind, buffer.subspan(kHeaderBytes, static_cast<std::size_t>(atomSize) - kHeaderBytes)};
+    return Atom{kind, buffer.first(static_cast<std::size_t>(header->size)).subspan(header->headerBytes)};
 }
 
 }  // namespace qlx::captionatom

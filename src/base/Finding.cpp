@@ -43,6 +43,8 @@ constexpr Text kTexts[] = {
     {AncElementSpareBitsSet, "bits set that belong to no sample: {1x}"},
     {AncElementTooManyPackets, "{1} packets, an element has at most {2}"},
     {AncElementLineTooGreat, "line {1}, the greatest is {2}"},
+    {AtomCut, "atom header of {2} bytes, {1} are needed"},
+    {AtomSizeWrong, "atom of {1} bytes, the least is {2}"},
     {CdpTooShort, "caption packet of {2} bytes, {1} are needed"},
     {CdpIdentifierWrong, "identifier {1x} in place of {2x}"},
     {CdpLengthWrong, "length {1} in a caption packet of {2} bytes"},

@@ -52,6 +52,10 @@ enum class FindingCode : std::uint32_t {
     AncElementTooManyPackets,    ///< Packets given, greatest count.
     AncElementLineTooGreat,      ///< Line number given, greatest one.
 
+    // anc (ISO/IEC 14496-12)
+    AtomCut = 0x2'0201,  ///< Bytes of the header needed, bytes there.
+    AtomSizeWrong,       ///< Size there, least one.
+
     // cc (SMPTE ST 334-2, CTA-708)
     CdpTooShort = 0x3'0001,       ///< Bytes needed, bytes there.
     CdpIdentifierWrong,           ///< Identifier there, the right one.

@@ -2,6 +2,8 @@
 
 #include "io/Text.h"
 
+#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+#include <qlx/anc/atom.h>
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
 
@@ -100,56 +102,39 @@ std::optional<std::string> remarkOnFooter(InputFile& source) {
 
 namespace {
 
-constexpr std::string_view kIndex = "moov";
-constexpr std::string_view kMedia = "mdat";
-constexpr std::string_view kFragment = "moof";
-
-struct Atom {
-    std::uint64_t size = 0;  ///< 0: up to the end.
-    std::string_view type;   ///< In the bytes that it was read from.
-};
-
-constexpr std::size_t kShortestHeader = 8;
-constexpr std::size_t kLongestHeader = 16;
+constexpr std::uint32_t kIndex = fourCC("moov");
+constexpr std::uint32_t kMedia = fourCC("mdat");
+constexpr std::uint32_t kFragment = fourCC("moof");
 
 /// Types are four characters; those of QuickTime may have a copyright sign in front.
-bool isType(std::string_view type) {
-    constexpr char kCopyright = '\xA9';
-    return std::all_of(type.begin(), type.end(), [](char character) {
-        return (character >= ' ' && character <= '~') || character == kCopyright;
-    });
+bool isType(std::uint32_t type) {
+    constexpr std::uint8_t kCopyright = 0xA9;
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+        const auto character = static_cast<std::uint8_t>(type >> shift);
+        if ((character < ' ' || character > '~') && character != kCopyright) {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// What an atom at the end of a file is in words; nothing of one that may be something else than an atom.
-std::string_view partCalled(std::string_view type) {
-    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kParts{{{kIndex, "index (moov)"},
-                                                                                   {kMedia, "media data (mdat)"},
-                                                                                   {kFragment, "fragment (moof)"},
-                                                                                   {"mfra", "fragments' list (mfra)"}}};
+std::string_view partCalled(std::uint32_t type) {
+    constexpr std::array<std::pair<std::uint32_t, std::string_view>, 4> kParts{
+        {{kIndex, "index (moov)"},
+         {kMedia, "media data (mdat)"},
+         {kFragment, "fragment (moof)"},
+         {fourCC("mfra"), "fragments' list (mfra)"}}};
     const auto* const part =
         std::find_if(kParts.begin(), kParts.end(), [type](const auto& one) { return one.first == type; });
     return part == kParts.end() ? std::string_view() : part->second;
-}
-
-/// @param header The first bytes of an atom, kLongestHeader of them or all that there are.
-/// @return None of what is no atom.
-std::optional<Atom> atomOf(std::span<const std::uint8_t> header) {
-    if (header.size() < kShortestHeader) {
-        return std::nullopt;
-    }
-    Atom atom{bigEndian(header.first(4)), {reinterpret_cast<const char*>(header.data()) + 4, 4}};
-    if (atom.size == 1) {
-        atom.size = header.size() < kLongestHeader ? 1 : bigEndian(header.subspan(kShortestHeader, 8));
-        return atom.size < kLongestHeader ? std::nullopt : std::optional(atom);
-    }
-    return atom.size == 0 || atom.size >= kShortestHeader ? std::optional(atom) : std::nullopt;
 }
 
 }  // namespace
 
 bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept {
     bool hasMedia = false;
-    while (const std::optional<Atom> atom = atomOf(first.first(std::min(first.size(), kLongestHeader)))) {
+    while (const Result<anc::AtomHeader> atom = anc::parseAtomHeader(first)) {
         if (atom->type == kIndex) {
             return hasMedia && atom->size > first.size();
         }
@@ -163,12 +148,10 @@ bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept {
 }
 
 std::optional<std::uint64_t> AtomWalk::add(std::uint64_t place, std::span<const std::uint8_t> header) {
-    header = header.first(std::min(header.size(), kLongestHeader));
-    const bool hasLongSize = header.size() >= 4 && bigEndian(header.first(4)) == 1;
-    if (header.size() < (hasLongSize ? kLongestHeader : kShortestHeader)) {
+    const Result<anc::AtomHeader> atom = anc::parseAtomHeader(header);
+    if (!atom && atom.error().code == FindingCode::AtomCut) {
         return 0;
     }
-    const std::optional<Atom> atom = atomOf(header);
     if (!atom || !isType(atom->type)) {
         _damagedAt = place;
         return std::nullopt;
@@ -210,7 +193,7 @@ std::optional<std::string> remarkOnAtoms(InputFile& source) {
     AtomWalk walk;
     std::uint64_t place = 0;
     for (std::size_t count = 0; count < kMostAtoms && place < size; ++count) {
-        std::array<std::uint8_t, kLongestHeader> header{};
+        std::array<std::uint8_t, anc::kLongAtomHeaderBytes> header{};
         const std::uint64_t atomSize = walk.add(place, readAt(source, place, header)).value_or(0);
         if (atomSize == 0 || atomSize > size - place) {
             break;
