@@ -1,11 +1,11 @@
 // The library that parses command lines is included here alone.
 #include "cli/CommandLine.h"
 
+#include "cli/OptionTable.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Rates.h"
 #include "io/Times.h"
-#include "cli/OptionTable.h"
 
 #include <QLXClosedCaptionsUtilities/QLXClosedCaptionsUtilities.h>
 

@@ -1,8 +1,8 @@
 #include "cli/Completion.h"
 
+#include "cli/OptionTable.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
-#include "cli/OptionTable.h"
 
 #include <optional>
 #include <vector>

@@ -1,16 +1,16 @@
 #include "cli/RawOptions.h"
 
-#include "cues/Encoding.h"
-#include "io/Errors.h"
 #include "commands/extract/Extract.h"
-#include "streams/FrameSource.h"
-#include "io/OutputFile.h"
 #include "commands/play/Play.h"
 #include "commands/rate/RateChange.h"
 #include "commands/scan/Scan.h"
 #include "commands/subs/Subs.h"
+#include "cues/Encoding.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
 #include "io/Text.h"
 #include "io/Times.h"
+#include "streams/FrameSource.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
-#include "io/Errors.h"
-#include "commands/line21/Line21.h"
 #include "cli/RawOptions.h"
+#include "commands/line21/Line21.h"
+#include "io/Errors.h"
 
 #include <charconv>
 #include <string_view>

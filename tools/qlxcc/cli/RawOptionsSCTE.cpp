@@ -1,12 +1,12 @@
 #include "cli/RawOptionsSCTE.h"
 
-#include "io/Errors.h"
-#include "io/OutputFile.h"
 #include "cli/RawOptions.h"
 #include "commands/scte/SCTE104Build.h"
-#include "streams/SCTE104Message.h"
 #include "commands/scte/SCTE104Parse.h"
 #include "commands/scte/SCTE35.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 

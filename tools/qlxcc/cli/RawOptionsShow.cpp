@@ -1,6 +1,6 @@
-#include "io/Errors.h"
 #include "cli/RawOptions.h"
 #include "commands/show/Show.h"
+#include "io/Errors.h"
 #include "io/Times.h"
 
 namespace qlx::tool {

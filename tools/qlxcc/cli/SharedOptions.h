@@ -1,8 +1,8 @@
 // Options that several commands have.
 #pragma once
 
-#include "io/Rates.h"
 #include "cli/OptionTable.h"
+#include "io/Rates.h"
 
 namespace qlx::tool {
 
