@@ -12,7 +12,7 @@ namespace qlx::tool {
 namespace {
 
 /// `text` as one word of a shell, in single quotes.
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string result = "'";
     for (const char character : text) {
         if (character == '\'') {
@@ -79,7 +79,7 @@ std::vector<const OptionRow*> argumentsOf(const CommandRow& command) {
 /// How the value of an option is completed, as assignments; empty when it cannot be.
 std::string bashAction(const OptionRow& row) {
     if (const std::vector<std::string> words = wordsOf(row); !words.empty()) {
-        return "words=" + quoted(joined(words));
+        return "words=" + inQuotes(joined(words));
     }
     return row.kind == ValueKind::File ? "files=-f" : row.kind == ValueKind::Folder ? "files=-d" : "";
 }
@@ -114,20 +114,20 @@ void describeForBash(const CommandRow& command, const std::string& path, BashTab
         std::string pattern;
         for (const std::string& name : names) {
             pattern += pattern.empty() ? "" : " | ";
-            pattern += quoted(std::string(path).append(" ").append(name));
+            pattern += inQuotes(std::string(path).append(" ").append(name));
         }
         addBashArm(tables.options, pattern, bashAction(*row));
     }
     std::size_t index = 0;
     for (const OptionRow* const row : argumentsOf(command)) {
         const std::string pattern =
-            isRepeated(*row) ? quoted(path + " ") + "*" : quoted(path + " " + std::to_string(index));
+            isRepeated(*row) ? inQuotes(path + " ") + "*" : inQuotes(path + " " + std::to_string(index));
         addBashArm(tables.arguments, pattern, bashAction(*row));
         ++index;
     }
-    tables.commands += "    " + quoted(path) + ")\n        commands=" + quoted(joined(commands)) +
-                       "\n        options=" + quoted(joined(options)) + "\n        valued=" + quoted(joined(valued)) +
-                       "\n        ;;\n";
+    tables.commands += "    " + inQuotes(path) + ")\n        commands=" + inQuotes(joined(commands)) +
+                       "\n        options=" + inQuotes(joined(options)) +
+                       "\n        valued=" + inQuotes(joined(valued)) + "\n        ;;\n";
     for (const CommandRow* const next : command.commands) {
         describeForBash(*next, std::string(path).append(" ").append(next->name), tables);
     }
@@ -230,7 +230,7 @@ void addZshOption(std::string& script, const OptionRow& row) {
         if (row.kind != ValueKind::Flag) {
             text += ":" + escaped(row.value, ":") + ":" + zshAction(row);
         }
-        script += " \\\n        " + quoted(text);
+        script += " \\\n        " + inQuotes(text);
     }
 }
 
@@ -239,7 +239,7 @@ void addZshCommands(std::string& script, const CommandRow& command, const std::s
     script += " \\\n        '1:command:->command' \\\n        '*::argument:->argument' && return\n"
               "    case $state in\n    command)\n        local -a subcommands=(\n";
     for (const CommandRow* const next : command.commands) {
-        script += "            " + quoted(std::string(next->name).append(":").append(next->summary)) + "\n";
+        script += "            " + inQuotes(std::string(next->name).append(":").append(next->summary)) + "\n";
     }
     script += "        )\n        _describe -t commands command subcommands\n        ;;\n    argument)\n"
               "        case $words[1] in\n";
@@ -264,7 +264,7 @@ void describeForZsh(const CommandRow& command, const std::string& function, std:
     }
     for (const OptionRow* const row : argumentsOf(command)) {
         const std::string text = ":" + escaped(row->names, ":") + ":" + zshAction(*row);
-        script += " \\\n        " + quoted((isRepeated(*row) ? "*" : "") + text);
+        script += " \\\n        " + inQuotes((isRepeated(*row) ? "*" : "") + text);
     }
     if (command.commands.empty()) {
         script += "\n}\n";

@@ -96,7 +96,7 @@ constexpr CommandRow kReadCommand{.name = "read",
                                   .options = kReadOptions,
                                   .check = checkedLine21Read};
 
-constexpr const CommandRow* kCommands[] = {&kWriteCommand, &kReadCommand};
+constexpr const CommandRow* kLine21Commands[] = {&kWriteCommand, &kReadCommand};
 
 constexpr std::string_view kLine21Notes =
     R"(Each explains itself: qlxcc line21 write --help, qlxcc line21 read --help
@@ -111,6 +111,6 @@ constexpr CommandRow kLine21Command{.name = "line21",
                                     .summary =
                                         "Draw captions into the first rows of pictures as line 21, and read them",
                                     .notes = kLine21Notes,
-                                    .commands = kCommands};
+                                    .commands = kLine21Commands};
 
 }  // namespace qlx::tool

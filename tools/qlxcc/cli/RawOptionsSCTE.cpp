@@ -6,6 +6,7 @@
 #include "commands/scte/SCTE35.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
+#include "streams/RowFile.h"
 #include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
@@ -19,7 +20,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::uint32_t kUsualWidth = 1920;
 constexpr std::uint64_t kUsualLine = 13;
 constexpr std::uint64_t kGreatestTenths = 65535;
 
@@ -210,7 +210,7 @@ Action checkedScte104Build(const RawOptions& raw) {
         throw UsageError("--width is for the format v210 only");
     }
     options.line = raw.line.value_or(kUsualLine);
-    options.width = pixels(raw.width).value_or(kUsualWidth);
+    options.width = pixels(raw.width).value_or(kUsualRowWidth);
     options.output = raw.output;
     return [options] { return buildScte104(options); };
 }

@@ -196,7 +196,7 @@ constexpr CommandRow kParseCommand{.name = "parse",
                                    .options = kParseOptions,
                                    .check = checkedScte104Parse};
 
-constexpr const CommandRow* kCommands[] = {&kBuildCommand, &kParseCommand};
+constexpr const CommandRow* kScteCommands[] = {&kBuildCommand, &kParseCommand};
 
 constexpr std::string_view kScte104Notes =
     R"(Each explains itself: qlxcc scte104 build --help, qlxcc scte104 parse --help
@@ -210,7 +210,7 @@ Examples:
 constexpr CommandRow kScte104Command{.name = "scte104",
                                      .summary = "Build SCTE-104 messages, and say what they hold",
                                      .notes = kScte104Notes,
-                                     .commands = kCommands};
+                                     .commands = kScteCommands};
 
 constexpr CommandRow kScte35Command{.name = "scte35",
                                     .summary = "Turn an SCTE-104 splice request into an SCTE-35 section",

@@ -1,5 +1,6 @@
 #include "cues/CaptionFrames.h"
 
+#include "cues/Schedule.h"
 #include "io/Errors.h"
 #include "io/Text.h"
 #include "io/Times.h"
@@ -15,8 +16,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::size_t kTimeWidth = 12;
-constexpr std::size_t kFrameWidth = 8;
 constexpr std::size_t kPairsWidth = 5;
 
 // End of caption, which shows the caption that was loaded (CTA-608, data channel 1), with parity.

@@ -1,6 +1,7 @@
 #include "cues/CueTransmission.h"
 
 #include "cues/CaptionFrames.h"
+#include "cues/Subtitles.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
@@ -16,7 +17,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::int32_t kCea608 = 1;
 constexpr std::int32_t kTeletext = 2;
 
 constexpr std::uint8_t kPageTens = 8;
@@ -177,7 +177,7 @@ public:
 }  // namespace
 
 std::unique_ptr<CueTransmission> makeTransmission(std::int32_t mode) {
-    if (mode == kCea608) {
+    if (mode == kCea608Mode) {
         return std::make_unique<CaptionTransmission>();
     }
     return std::make_unique<TeletextTransmission>();

@@ -10,8 +10,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::size_t kTimeWidth = 12;
-constexpr std::size_t kFrameWidth = 8;
 constexpr std::size_t kFieldWidth = 16;
 
 /// `F1 line 12`

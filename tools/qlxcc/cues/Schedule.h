@@ -10,6 +10,10 @@
 
 namespace qlx::tool {
 
+// Columns of what is listed of a schedule.
+inline constexpr std::size_t kTimeWidth = 12;
+inline constexpr std::size_t kFrameWidth = 8;
+
 /// Writes a line for each frame at which something changes: its time, its number, what each field carries, the
 /// subtitle.
 class ScheduleWriter final : public FrameWriter {

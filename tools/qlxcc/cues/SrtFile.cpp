@@ -43,9 +43,9 @@ private:
 };
 
 /// Puts what the reader finds into words.
-class Findings final : public FindingSink {
+class CueFindings final : public FindingSink {
 public:
-    explicit Findings(std::string_view text) : _lines(text) {}
+    explicit CueFindings(std::string_view text) : _lines(text) {}
 
     void add(const Finding& finding) override {
         const std::uint64_t line = finding.offset;
@@ -110,7 +110,7 @@ private:
 
 /// Reads a text, and hands on its cues and, behind each piece, what was found.
 template <class TakeCue, class TakeFound>
-void walk(std::string_view text, Findings& findings, const TakeCue& takeCue, const TakeFound& takeFound) {
+void walk(std::string_view text, CueFindings& findings, const TakeCue& takeCue, const TakeFound& takeFound) {
     subtitles::SrtReader reader({}, &findings);
     const auto read = [&] {
         while (const subtitles::Cue* const cue = reader.next()) {
@@ -131,20 +131,19 @@ void walk(std::string_view text, Findings& findings, const TakeCue& takeCue, con
 }  // namespace
 
 std::vector<SubtitleProblem> findSRTProblems(std::string_view text) {
-    Findings findings(text);
+    CueFindings findings(text);
     walk(
         text, findings, [](const subtitles::Cue&) {}, [] {});
     return findings.take();
 }
 
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
-    constexpr std::int32_t kCea608 = 1;
     subtitles.format = "SRT";
-    Findings findings(text);
+    CueFindings findings(text);
     const auto takeCue = [&](const subtitles::Cue& cue) {
         auto record = recordOf(cue);
         record->updatePositioningForSubtitleMode(request.mode);
-        if (request.mode == kCea608) {
+        if (request.mode == kCea608Mode) {
             moveAsCaption(*record, request.frameDuration);
         }
         ++subtitles.cues;

@@ -34,8 +34,6 @@ constexpr std::size_t kCodeSize = 8;
 constexpr std::uint64_t kFirstRow = 1;
 constexpr std::uint64_t kLastRow = 11;
 
-constexpr std::int32_t kCea608 = 1;
-
 /// Why a block is no cue; none when it is one.
 std::optional<std::string> notACue(const Tti& block) {
     if (block.commentFlag != 0) {
@@ -139,7 +137,7 @@ private:
         record->setEndTimeInSeconds(end);
         record->setSubtitleMode(_request.mode);
         placeLines(*record, _request.mode);
-        if (_request.mode == kCea608) {
+        if (_request.mode == kCea608Mode) {
             moveAsCaption(*record, _request.frameDuration);
         }
         ++_subtitles.cues;

@@ -13,6 +13,10 @@ class QLXSubtitleRecord;
 
 namespace qlx::tool {
 
+// The library's subtitle modes.
+inline constexpr std::int32_t kCea608Mode = 1;
+inline constexpr std::int32_t kTeletextMode = 2;
+
 /// Something in a subtitle file that was left out, or that needs a look.
 struct SubtitleProblem {
     enum class Effect {
@@ -44,10 +48,10 @@ private:
 
 /// How a file is to be read.
 struct SubtitleRequest {
-    std::string path;           ///< `-`: standard input.
-    std::int32_t mode = 2;      ///< What the cues are placed for: 1 CEA-608, 2 teletext.
-    double frameDuration = 0;   ///< Seconds a frame, for mode 1.
-    std::string encoding = {};  ///< Of SRT and JSON files; empty for UTF-8.
+    std::string path;                   ///< `-`: standard input.
+    std::int32_t mode = kTeletextMode;  ///< What the cues are placed for.
+    double frameDuration = 0;           ///< Seconds a frame, for mode 1.
+    std::string encoding = {};          ///< Of SRT and JSON files; empty for UTF-8.
 };
 
 /// What a file is.

@@ -14,7 +14,7 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+constexpr std::size_t kReadAhead = std::size_t{256} * 1024;
 
 }  // namespace
 
@@ -40,7 +40,7 @@ InputFile::InputFile(const std::string& path) : _name(path) {
             _size = static_cast<std::uint64_t>(status.st_size);
         }
     }
-    _buffer.resize(kBufferSize);
+    _buffer.resize(kReadAhead);
 }
 
 InputFile::~InputFile() {

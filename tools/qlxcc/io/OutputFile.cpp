@@ -19,7 +19,7 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::size_t kBufferSize = std::size_t{128} * 1024;
+constexpr std::size_t kWriteBehind = std::size_t{128} * 1024;
 
 // The signals by which people and systems end a program.
 constexpr std::array<int, 4> kEndingSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
@@ -79,7 +79,7 @@ void rememberTemporary(const std::string& name) {
 }  // namespace
 
 OutputFile::OutputFile(const std::optional<std::string>& path) {
-    _buffer.reserve(kBufferSize);
+    _buffer.reserve(kWriteBehind);
     if (!path || *path == "-") {
         _name = "standard output";
         _descriptor = STDOUT_FILENO;
@@ -160,10 +160,10 @@ void OutputFile::openTemporary(const std::string& target) {
 }
 
 void OutputFile::write(std::span<const std::uint8_t> bytes) {
-    if (_buffer.size() + bytes.size() > kBufferSize) {
+    if (_buffer.size() + bytes.size() > kWriteBehind) {
         flush();
     }
-    if (bytes.size() > kBufferSize) {
+    if (bytes.size() > kWriteBehind) {
         // A whole picture: it need not be in memory twice.
         send(bytes);
         return;

@@ -3,6 +3,7 @@
 
 #include <qlx/streams/frame.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,11 @@ struct Frame : streams::Frame {
     /// says.
     std::shared_ptr<const std::string> subtitle;
 };
+
+/// `frame 3, line 9`
+[[nodiscard]] inline std::string placeOf(std::uint64_t frame, std::uint64_t line) {
+    return "frame " + std::to_string(frame) + ", line " + std::to_string(line);
+}
 
 /// Reads the frames of a file one after the other.
 class FrameReader {

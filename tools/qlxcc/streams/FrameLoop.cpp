@@ -12,9 +12,9 @@ namespace qlx::tool {
 namespace {
 
 /// Says what a reader finds beside its frames: every problem, and the first of its remarks.
-class Findings {
+class FindingLines {
 public:
-    Findings(const ByteSource& source, FrameReader& reader, OutputFile& output, Progress& progress)
+    FindingLines(const ByteSource& source, FrameReader& reader, OutputFile& output, Progress& progress)
         : _source(source), _reader(reader), _output(output), _progress(progress), _remarks(source) {}
 
     /// Says what is new.
@@ -80,7 +80,7 @@ std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& ou
                          const std::function<bool(const Frame&)>& take) {
     const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
     Progress progress(source.size(), output.isStandardOutput());
-    Findings findings(source, reader, output, progress);
+    FindingLines findings(source, reader, output, progress);
     Frame frame;
     try {
         for (std::uint64_t frames = 1; reader.next(frame, findings.problems); ++frames) {

@@ -4,6 +4,7 @@
 #include "io/Text.h"
 #include "streams/Json.h"
 #include "streams/Klv.h"
+#include "streams/RowFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
@@ -13,8 +14,6 @@
 namespace qlx::tool {
 
 namespace {
-
-constexpr std::uint32_t kUsualWidth = 1920;
 
 /// Hands frames on, and says what was lost on the way.
 class LossyWriter final : public FrameWriter {
@@ -70,7 +69,7 @@ void settleRows(InputKind input, FrameSourceOptions& source, FrameOutputOptions&
         throw UsageError("--lines or --rows is needed to write v210: a row stands for the same line in every frame");
     }
     output.layout.pixelFormat = kPixelFormatV210;
-    output.layout.width = source.width.value_or(kUsualWidth);
+    output.layout.width = source.width.value_or(kUsualRowWidth);
     output.layout.lines = source.lines.value_or(std::vector<std::uint64_t>{0});
     if (!hasRows(input)) {
         source.width.reset();

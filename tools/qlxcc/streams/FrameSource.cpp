@@ -18,8 +18,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::uint32_t kUsualWidth = 1920;
-
 /// Gives the frames of a reader that knows no times those of a rate.
 class TimedReader final : public FrameReader {
 public:
@@ -45,7 +43,7 @@ private:
 std::unique_ptr<FrameReader> openRows(InputFile& source, InputKind kind, const FrameSourceOptions& options) {
     RowLayout layout;
     layout.pixelFormat = kind == InputKind::V210 ? kPixelFormatV210 : kPixelFormat2vuy;
-    layout.width = options.width.value_or(kUsualWidth);
+    layout.width = options.width.value_or(kUsualRowWidth);
     layout.lines = options.lines.value_or(std::vector<std::uint64_t>{0});
     return std::make_unique<RowReader>(source, std::move(layout),
                                        options.nearStart ? RowSearch::NearStart : RowSearch::WholeRow);

@@ -14,11 +14,6 @@ namespace qlx::tool {
 
 namespace {
 
-/// `frame 3, line 9`
-std::string placeOf(const Frame& frame, std::uint64_t line) {
-    return "frame " + std::to_string(frame.number) + ", line " + std::to_string(line);
-}
-
 /// The bytes of a row from a packet's first sample to its last.
 struct Extent {
     std::uint64_t first = 0;
@@ -95,7 +90,7 @@ void RowReader::readNearStart(Frame& frame, std::uint64_t line, std::vector<std:
             _row.data(), _row.size(), _layout.pixelFormat, line, &problem));
     frame.packets.insert(frame.packets.end(), packets.begin(), packets.end());
     if (problem) {
-        problems.push_back(placeOf(frame, line) + ": " + *problem);
+        problems.push_back(placeOf(frame.number, line) + ": " + *problem);
     }
 }
 
@@ -128,7 +123,7 @@ void RowReader::take(Frame& frame, std::uint64_t line, Found found, std::vector<
     }
     for (const Finding& finding : found.findings) {
         auto& lines = finding.severity == Severity::Remark ? _remarks : problems;
-        lines.push_back(placeOf(frame, line) + ", byte " + std::to_string(finding.offset) +
+        lines.push_back(placeOf(frame.number, line) + ", byte " + std::to_string(finding.offset) +
                         " of the row: " + finding.text());
     }
 }

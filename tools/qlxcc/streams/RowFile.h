@@ -16,6 +16,8 @@
 
 namespace qlx::tool {
 
+inline constexpr std::uint32_t kUsualRowWidth = 1920;
+
 /// How the rows of a file lie.
 struct RowLayout {
     std::uint32_t pixelFormat = 0;     ///< kPixelFormatV210 or kPixelFormat2vuy.

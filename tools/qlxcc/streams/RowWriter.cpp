@@ -30,11 +30,6 @@ std::vector<std::uint8_t> wholeBlankRow(std::size_t width) {
     return anc::blankRow(anc::RowFormat::V210, (width + kWithoutPadding - 1) / kWithoutPadding * kWithoutPadding);
 }
 
-/// `frame 3, line 9: `
-std::string placeOf(const Frame& frame, std::uint64_t line) {
-    return "frame " + std::to_string(frame.number) + ", line " + std::to_string(line) + ": ";
-}
-
 }  // namespace
 
 V210Writer::V210Writer(OutputFile& output, RowLayout layout, RowForm form)
@@ -42,8 +37,8 @@ V210Writer::V210Writer(OutputFile& output, RowLayout layout, RowForm form)
 
 void V210Writer::throwTooNarrow(const Frame& frame, const anc::Packet& packet) const {
     throw Failure(
-        placeOf(frame, packet.line) + "a row of " + counted(_layout.width, "pixel") + " is too narrow for the " +
-        packetName(packet) + " packet, which takes " +
+        placeOf(frame.number, packet.line) + ": a row of " + counted(_layout.width, "pixel") +
+        " is too narrow for the " + packetName(packet) + " packet, which takes " +
         counted(anc::packetWords(packet.userData.size()), std::string(channelName(packet.channel)) + " sample") +
         ": give a greater --width");
 }
@@ -52,7 +47,7 @@ void V210Writer::throwTooNarrow(const Frame& frame, const anc::Packet& packet) c
 void V210Writer::checkLines(const Frame& frame) const {
     for (const auto& packet : frame.packets) {
         if (std::find(_layout.lines.begin(), _layout.lines.end(), packet.line) == _layout.lines.end()) {
-            throw Failure(placeOf(frame, packet.line) + "there is no row for the " + packetName(packet) +
+            throw Failure(placeOf(frame.number, packet.line) + ": there is no row for the " + packetName(packet) +
                           " packet: name its line with --lines");
         }
     }
@@ -77,7 +72,7 @@ void V210Writer::fillAsDeployed(const Frame& frame, std::uint64_t line) {
             const Finding tooMany{FindingCode::AncTooManyUserDataWords, Severity::Error, 0,
                                   static_cast<std::int64_t>(packet.userData.size()),
                                   static_cast<std::int64_t>(anc::kGreatestUserData)};
-            throw Failure(placeOf(frame, packet.line) + tooMany.text());
+            throw Failure(placeOf(frame.number, packet.line) + ": " + tooMany.text());
         }
     }
     checkFit(frame, line);
@@ -95,7 +90,7 @@ void V210Writer::put(const Frame& frame, const anc::Packet& packet) {
     if (place.error().code == FindingCode::AncPacketDoesNotFit) {
         throwTooNarrow(frame, packet);
     }
-    throw Failure(placeOf(frame, packet.line) + place.error().text());
+    throw Failure(placeOf(frame.number, packet.line) + ": " + place.error().text());
 }
 
 void V210Writer::fill(const Frame& frame, std::uint64_t line) {
@@ -107,8 +102,8 @@ void V210Writer::fill(const Frame& frame, std::uint64_t line) {
         }
         (packet.channel == anc::Channel::SdMultiplex ? isMultiplex : isApart) = true;
         if (isMultiplex && isApart) {
-            throw Failure(placeOf(frame, line) +
-                          "packets of the multiplex have no place beside those of luma or chroma");
+            throw Failure(placeOf(frame.number, line) +
+                          ": packets of the multiplex have no place beside those of luma or chroma");
         }
         put(frame, packet);
     }

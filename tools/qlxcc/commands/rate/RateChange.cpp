@@ -144,7 +144,7 @@ private:
     }
 
     void takeCaptions(std::uint64_t frame, std::uint64_t number, const Packet& packet) {
-        const std::string place = "frame " + std::to_string(frame) + ", line " + std::to_string(packet.line);
+        const std::string place = placeOf(frame, packet.line);
         _notes.setPlace(place);
         const Result<cc::Cdp> cdp = cc::parseCdp(packet.userData, &_notes);
         if (!cdp) {

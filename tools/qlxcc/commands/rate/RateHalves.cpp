@@ -80,7 +80,7 @@ private:
     /// A packet's CDP as a sample of the rate that the file has.
     Sample sampleOf(const Frame& frame, const Packet& packet) {
         const std::span<const std::uint8_t> data = packet.userData;
-        const std::string place = "frame " + std::to_string(frame.number) + ", line " + std::to_string(packet.line);
+        const std::string place = placeOf(frame.number, packet.line);
         const std::optional<Cdp> cdp = readCdp(data);
         if (!cdp || data.size() < kSmallestPacket) {
             throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");

@@ -98,8 +98,7 @@ public:
         }
         _joiner.endFrame(&findings, line);
         for (const qlx::Finding& finding : findings) {
-            problems.push_back("frame " + std::to_string(frame.number) + ", line " + std::to_string(finding.offset) +
-                               ": " + finding.text());
+            problems.push_back(placeOf(frame.number, finding.offset) + ": " + finding.text());
         }
     }
 
@@ -126,7 +125,7 @@ private:
     }
 
     void give(std::uint64_t frame, std::uint64_t line, const Data& data) const {
-        const std::string place = _file + ": frame " + std::to_string(frame) + ", line " + std::to_string(line);
+        const std::string place = _file + ": " + placeOf(frame, line);
         _take({place, frame, line, data});
     }
 

@@ -3,6 +3,7 @@
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
+#include "streams/Frame.h"
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
 
@@ -15,8 +16,7 @@ namespace {
 
 /// A line for the message and an indented one for each operation.
 std::string inWords(const Scte104Packet& packet, const Scte104Message& message) {
-    std::string text =
-        packet.frame ? "frame " + std::to_string(*packet.frame) + ", line " + std::to_string(packet.line) + ": " : "";
+    std::string text = packet.frame ? placeOf(*packet.frame, packet.line) + ": " : "";
     text += headerInWords(message) + ", " + counted(message.announced, "operation") + ", " +
             counted(message.size, "byte") + "\n";
     for (const Scte104Operation& operation : message.operations) {

@@ -25,8 +25,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::int32_t kCea608 = 1;
-
 constexpr std::size_t kNumberWidth = 6;
 constexpr std::size_t kTimeWidth = 12;
 constexpr std::size_t kRowWidth = 3;
@@ -149,7 +147,7 @@ private:
 
     /// The row that `play` sends the line with this index to; 0 for none.
     [[nodiscard]] std::uint64_t rowOf(const QLXSubtitleTextLine& line, std::size_t index) const {
-        if (_options.mode != kCea608) {
+        if (_options.mode != kCea608Mode) {
             return line.verticalPosition();
         }
         return index < kSentCaptionRows ? kFirstSentCaptionRow + index : 0;
@@ -193,7 +191,7 @@ private:
             Dictionary entry{{"text", line->textString().value_or(std::string())},
                              {"color", kColors[colorOf(*line)].value},
                              {"alignment", alignmentOf(*line)}};
-            if (line->verticalPosition() != 0 && _options.mode != kCea608) {
+            if (line->verticalPosition() != 0 && _options.mode != kCea608Mode) {
                 entry.set("vertical_position", line->verticalPosition());
             }
             lines.emplace_back(std::move(entry));
