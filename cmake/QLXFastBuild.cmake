@@ -1,6 +1,6 @@
-# What makes building faster where the machine has it, and changes nothing of what is built.
+# What makes building faster where the machine has it, and changes nothing of the libraries and the tool.
 
-option(QLX_FAST_BUILD "Compile through ccache, and link what clang builds with lld, where they are there" OFF)
+option(QLX_FAST_BUILD "Compile through ccache, link what clang builds with lld, and compile tests together" OFF)
 
 if(QLX_FAST_BUILD)
     find_program(QLX_CCACHE ccache)
@@ -70,12 +70,12 @@ function(qlx_use_precompiled target name)
     endforeach()
 endfunction()
 
-# qlx_together(<variable> <source>...)
+# qlx_together(<variable> <target> <source>...)
 #
 # Sets the variable to texts that include eight of the sources each: what these include is read once. So they must not
 # have the same name for different things, not even in namespaces without a name. Sources with properties of their own
 # are not for it. g++ takes what stands in a namespace without a name for a header's: -Wno-subobject-linkage.
-function(qlx_together variable)
+function(qlx_together variable target)
     set(texts "")
     set(content "")
     set(count 0)
@@ -89,7 +89,7 @@ function(qlx_together variable)
         math(EXPR count "${count} + 1")
         list(GET ARGN -1 last)
         if(count EQUAL 8 OR source STREQUAL last)
-            set(text "${CMAKE_CURRENT_BINARY_DIR}/together/${first}.cpp")
+            set(text "${CMAKE_CURRENT_BINARY_DIR}/together/${target}-${first}.cpp")
             file(CONFIGURE OUTPUT "${text}" CONTENT "${content}" @ONLY)
             list(APPEND texts "${text}")
             set(content "")

@@ -90,8 +90,8 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
             dst=os.path.join(self.package_folder, "licenses"),
         )
         CMake(self).install()
-        # Both forms of the libraries are made; a package has the one that was asked for. Conan writes the files for CMake and
-        # pkg-config itself.
+        # Both forms of the libraries are made; a package has the one that was asked for. Conan writes the files for
+        # CMake and pkg-config itself.
         libraries = os.path.join(self.package_folder, "lib")
         for pattern in ("*.a",) if self.options.shared else ("*.so*", "*.dylib"):
             rm(self, pattern, libraries)
@@ -100,11 +100,17 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
 
     def package_info(self):
         self.cpp_info.set_property("cmake_file_name", "QLXClosedCaptionsUtilities")
-        self.cpp_info.set_property("cmake_target_name", "QLXClosedCaptionsUtilities::QLXClosedCaptionsUtilities")
-        self.cpp_info.set_property("pkg_config_name", "QLXClosedCaptionsUtilities")
-        # The second one stands on the first.
-        self.cpp_info.libs = ["QLXClosedCaptionsUtilitiesStreams", "QLXClosedCaptionsUtilities"]
+        core = self.cpp_info.components["core"]
+        core.set_property("cmake_target_name", "QLXClosedCaptionsUtilities::QLXClosedCaptionsUtilities")
+        core.set_property("pkg_config_name", "QLXClosedCaptionsUtilities")
+        core.libs = ["QLXClosedCaptionsUtilities"]
+        streams = self.cpp_info.components["streams"]
+        streams.set_property("cmake_target_name", "QLXClosedCaptionsUtilities::Streams")
+        streams.set_property("pkg_config_name", "QLXClosedCaptionsUtilitiesStreams")
+        streams.libs = ["QLXClosedCaptionsUtilitiesStreams"]
+        streams.requires = ["core"]
         if not self.options.shared:
-            self.cpp_info.defines = ["QLX_STATIC_DEFINE", "QLX_STREAMS_STATIC_DEFINE"]
+            core.defines = ["QLX_STATIC_DEFINE"]
+            streams.defines = ["QLX_STREAMS_STATIC_DEFINE"]
         if self.settings.os == "Linux":
-            self.cpp_info.system_libs = ["pthread"]
+            core.system_libs = ["pthread"]

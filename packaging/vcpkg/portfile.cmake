@@ -2,7 +2,7 @@
 #   vcpkg install 'qlxclosedcaptionsutilities[tool]' --overlay-ports=packaging/vcpkg
 get_filename_component(SOURCE_PATH "${CMAKE_CURRENT_LIST_DIR}/../.." ABSOLUTE)
 
-# Both libraries are always made, from the same objects; BUILD_SHARED_LIBS says which one the plain target is.
+# Both forms of each library are always made, from the same objects; BUILD_SHARED_LIBS says which one a plain target is.
 set(VCPKG_POLICY_DLLS_IN_STATIC_LIBRARY enabled)
 
 vcpkg_check_features(

@@ -55,6 +55,7 @@ expect all include/Package/base/Data.h
 expect all include/Package/All.h
 expect all include/Package/Unknown.h
 expect all src/CMakeLists.txt
+expect all streams/CMakeLists.txt
 expect all src/new/A.cpp
 expect all CMakeLists.txt
 expect all scripts/test

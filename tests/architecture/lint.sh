@@ -114,4 +114,15 @@ expect passes 2
 sed -i 's/-std=c++20/& -DMORE/' build/compile_commands.json
 expect passes 0
 
+# What stands in the other folders is looked at as well.
+from=src/room
+for folder in streams tools; do
+    mkdir -p $folder
+    mv $from/Quarter.cpp $folder
+    sed -i "s|$from/Quarter|$folder/Quarter|" build/compile_commands.json
+    sed -i 's|int\* none = 0;.*|int* none = 0;|' $folder/Quarter.cpp
+    expect fails 1
+    from=$folder
+done
+
 exit $((failures > 0 ? 1 : 0))

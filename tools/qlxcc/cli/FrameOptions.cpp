@@ -106,7 +106,7 @@ constexpr OptionRow kShowOptions[] = {
     kRowWidth,
     saying(kLines, "There are as many rows in a frame as there are lines. Of v210 and 2vuy files --lines or --rows "
                    "must be given, as the rows of a frame make its time."),
-    kRowCount,
+    helping(kRowCount, "v210, 2vuy: rows in a frame, numbered from 0"),
     kNearStart,
     kListOutput,
     asJson("A JSON line for each screen in place of the text",

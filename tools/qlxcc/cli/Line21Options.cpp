@@ -52,8 +52,8 @@ constexpr OptionRow kWriteOptions[] = {
      .kind = ValueKind::Text,
      .isRequired = true,
      .field = &RawOptions::bytes,
-     .help = "What is drawn, see below; may be repeated",
-     .more = "Four hexadecimal digits, parity bits included; several are separated by commas, or the option is "
+     .help = "What is drawn, four hexadecimal digits; may be repeated",
+     .more = "Parity bits are included; several are separated by commas, or the option is "
              "repeated."},
     saying(required(kOutput), "The pictures are written in the format in which they are read."),
     saying(kPictureFormat, "PNG and PPM files are told by their content; a name of raw pictures is believed. Without "

@@ -77,7 +77,7 @@ Examples:
 }  // namespace
 
 constexpr OptionRow kHelpOption{.names = "-h,--help", .help = "Print this help"};
-constexpr OptionRow kVersionOption{.names = "--version", .help = "Display program version information and exit"};
+constexpr OptionRow kVersionOption{.names = "--version", .help = "Print the version"};
 
 constexpr CommandRow kProgram{
     .name = "qlxcc",

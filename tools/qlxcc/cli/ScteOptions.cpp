@@ -87,7 +87,7 @@ constexpr OptionRow kBuildOptions[] = {
      .help = "Read the operations from FILE (-: standard input)",
      .more = "It is in place of OPERATION and of all that is for it; see the JSON messages in qlxcc(1)."},
     parameter("--event-id", "N", "The event's number; every event needs one",
-              "For splices and segmentation, which needs another one than 0."),
+              "For splices and segmentation; that of segmentation must not be 0."),
     parameter("--program-id", "N", "unique_program_id (default: 0)", "For splices."),
     parameter("--pre-roll", "MS", "Milliseconds ahead of the event (default: 0)", "For splices and time-signal."),
     parameter("--duration", "S", "Seconds, in steps of 0.1; segmentation: whole ones (default: 0)",

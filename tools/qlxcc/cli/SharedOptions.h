@@ -29,6 +29,12 @@ inline constexpr std::string_view kModes[] = {"teletext", "cea608"};
     return row;
 }
 
+/// The same option with a help of its own in a command.
+[[nodiscard]] constexpr OptionRow helping(OptionRow row, std::string_view help) {
+    row.help = help;
+    return row;
+}
+
 /// The command's file. `name` is what its help calls it.
 [[nodiscard]] constexpr OptionRow fileArgument(std::string_view name, std::string_view help,
                                                std::string_view more = {}) {

@@ -106,7 +106,7 @@ constexpr OptionRow kSubsOptions[] = {
                "They are those of the nearest frames, at 29.97 and 59.94 in drop-frame counting."),
     kEncoding,
     kListOutput,
-    asJson("A JSON object that play can read in place of the list",
+    asJson("In place of the list a JSON object, which play can read",
            "It has the `cues` in the form of JSON subtitles (see qlxcc(1)), and `file`, `format`, `cue_count`, "
            "`left_out`, `problem_count` and `problems`, of which the first thousand are listed, and as many of the "
            "remarks of --mode, which have the number of their `cue`. The rows of captions are not written."),
