@@ -12,9 +12,9 @@ namespace qlx::line21 {
 namespace {
 
 /// The waveform of one pair.
-class Levels {
+class Waveform {
 public:
-    explicit Levels(const cea608::Pair& pair)
+    explicit Waveform(const cea608::Pair& pair)
         : _runIn(detail::runInLevels()), _bits(unsigned{pair.first} | unsigned{pair.second} << 8U) {}
 
     [[nodiscard]] std::uint8_t at(std::size_t pixel) const noexcept {
@@ -51,14 +51,14 @@ Result<std::size_t> writePair(const cea608::Pair& pair, const RowLayout& layout,
     if (!room.chroma.empty() && room.chroma.size() < chromaSize) {
         return makeFinding(FindingCode::OutputTooSmall, Severity::Error, 0, chromaSize, room.chroma.size());
     }
-    const Levels levels(pair);
+    const Waveform waveform(pair);
     const pixels::ColorMatrix& matrix = pixels::matrixForRows(layout.pictureRows);
     std::array<std::uint8_t, detail::kChunkPixels * pixels::kBGRABytes> bgra{};
     std::array<std::uint8_t, detail::kChunkPixels> unusedChroma{};
     for (std::size_t first = 0; first < layout.width; first += detail::kChunkPixels) {
         const std::size_t count = detail::pixelsOfChunk(first, layout.width);
         for (std::size_t pixel = 0; pixel < count; ++pixel) {
-            const std::uint8_t level = levels.at(first + pixel);
+            const std::uint8_t level = waveform.at(first + pixel);
             storeLittle32(bgra.data() + pixel * pixels::kBGRABytes, 0xFF000000U | level * 0x010101U);
         }
         std::uint8_t* const chroma = room.chroma.empty() ? unusedChroma.data() : room.chroma.data() + first;
