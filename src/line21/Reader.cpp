@@ -216,13 +216,14 @@ Result<cea608::Pair> readPair(const RowView& row, const RowLayout& layout, Findi
     if (row.samples.size() < layout.width) {
         return makeFinding(FindingCode::Line21RowTooShort, Severity::Error, 0, layout.width, row.samples.size());
     }
-    const std::size_t chromaSize = row.chroma.empty() ? 0 : pixels::bytesOfChromaRow(layout.width);
+    const auto chroma = format->twoPlanes ? row.chroma : std::span<const std::uint8_t>();
+    const std::size_t chromaSize = chroma.empty() ? 0 : pixels::bytesOfChromaRow(layout.width);
     const std::size_t size = format->bytesOfRow(layout.width);
-    if (row.samples.size() < size || row.chroma.size() < chromaSize) {
+    if (row.samples.size() < size || chroma.size() < chromaSize) {
         return makeFinding(FindingCode::Line21RowTooShort, Severity::Error, 0, size + chromaSize,
-                           row.samples.size() + row.chroma.size());
+                           row.samples.size() + chroma.size());
     }
-    detail::RowPixels pixels(row, layout, *format);
+    detail::RowPixels pixels({row.samples, chroma}, layout, *format);
     return options.sampling == Sampling::Fixed ? Result<cea608::Pair>(readInPlace(pixels, layout.width, findings))
                                                : readByClock(pixels, layout.width, findings);
 }

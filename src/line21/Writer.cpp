@@ -61,7 +61,8 @@ Result<std::size_t> writePair(const cea608::Pair& pair, const RowLayout& layout,
             const std::uint8_t level = waveform.at(first + pixel);
             storeLittle32(bgra.data() + pixel * pixels::kBGRABytes, 0xFF000000U | level * 0x010101U);
         }
-        std::uint8_t* const chroma = room.chroma.empty() ? unusedChroma.data() : room.chroma.data() + first;
+        std::uint8_t* const chroma =
+            room.chroma.empty() || !format->twoPlanes ? unusedChroma.data() : room.chroma.data() + first;
         format->fromBGRA(bgra.data(), count, matrix, {room.samples.data() + format->bytesOfRow(first), chroma, false});
     }
     return size;

@@ -193,6 +193,24 @@ TEST(Line21Reader, FollowsTheClockOfAnyWidth) {
     }
 }
 
+TEST(Line21Reader, NeedsChromaOnlyOfFormatsWithTwoPlanes) {
+    for (const std::uint32_t format : qlxtest::kPixelFormats) {
+        Row row(format, 720, 0);
+        ASSERT_TRUE(row.write(kPair));
+        const ExactBuffer chroma = ExactBuffer::filled(1, 0x80);
+        const auto pair = readPair({row.samples.span(), chroma.span()}, row.layout);
+        if (format == qlx::kPixelFormat420v) {
+            ASSERT_FALSE(pair);
+            EXPECT_EQ(pair.error(), (Finding{FindingCode::Line21RowTooShort, Severity::Error, 0, 1440, 721}));
+        } else {
+            EXPECT_EQ(hexOf(pair), "942c") << format;
+            const auto cut = readPair({row.samples.span().first(row.samples.size() - 1), chroma.span()}, row.layout);
+            ASSERT_FALSE(cut);
+            EXPECT_EQ(cut.error().second, static_cast<std::int64_t>(row.samples.size() - 1));
+        }
+    }
+}
+
 TEST(Line21Reader, SaysWhichByteHasWrongParity) {
     Row row(qlx::kPixelFormatV210, 720, 0);
     ASSERT_TRUE(row.write({0x14, 0xAC}));
