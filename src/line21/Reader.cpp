@@ -53,8 +53,9 @@ private:
 
 /// The clock of a row.
 struct Clock {
-    double cycle = 0;   ///< Its width.
-    double last = 0;    ///< Where its last cycle rises through the middle.
+    double cycle = 0;             ///< Its width.
+    std::optional<double> first;  ///< Where its first cycle rises through the middle.
+    double last = 0;              ///< Where its last cycle does.
     double next = 0;    ///< The next rise behind it, which should be that of the start bit; 0 when there is none.
     double middle = 0;  ///< Level.
 };
@@ -95,42 +96,51 @@ private:
     bool _isHigh = true;  ///< Until it has been low.
 };
 
-/// The first cycles of equal width. Data bits never rise so often in a row at the width of a cycle.
-std::optional<Clock> findClock(const Levels& levels) noexcept {
-    constexpr int kLeastSwing = 24;        // Of 219: far below the half of white that it should be.
+/// The lowest and the highest level of a part of a row.
+struct Swing {
+    int lowest = 0;
+    int highest = 0;
+
+    [[nodiscard]] bool isGreatEnough() const noexcept {
+        constexpr int kLeast = 24;  // Of 219: far below the half of white that it should be.
+        return highest - lowest >= kLeast;
+    }
+    [[nodiscard]] friend bool operator==(const Swing&, const Swing&) noexcept = default;
+};
+
+Swing swingOf(std::span<const std::uint8_t> levels) noexcept {
+    if (levels.empty()) {
+        return {};
+    }
+    const auto [lowest, highest] = std::minmax_element(levels.begin(), levels.end());
+    return {*lowest, *highest};
+}
+
+/// The first cycles of equal width and of that swing. Data bits never rise so often in a row at the width of a cycle.
+std::optional<Clock> findClock(std::span<const std::uint8_t> levels, const Swing& swing) noexcept {
     constexpr double kNarrowest = 6;       // Cycles, in pixels.
     constexpr double kTolerance = 0.15;    // Of a cycle.
     constexpr unsigned kFewestCycles = 5;  // Of seven; the first may be cut off or still rising.
-    const auto all = levels.all();
-    if (all.empty()) {
-        return std::nullopt;
-    }
-    const auto [lowest, highest] = std::minmax_element(all.begin(), all.end());
-    const int swing = *highest - *lowest;
-    if (swing < kLeastSwing) {
-        return std::nullopt;
-    }
     Clock clock;
-    clock.middle = (*highest + *lowest) / 2.0;
-    Rises rises(all, clock.middle, swing);
+    clock.middle = (swing.highest + swing.lowest) / 2.0;
+    Rises rises(levels, clock.middle, swing.highest - swing.lowest);
     unsigned cycles = 0;
-    std::optional<double> first;
     while (const std::optional<double> rise = rises.next()) {
         const double width = *rise - clock.last;
-        if (first && width >= kNarrowest &&
+        if (clock.first && width >= kNarrowest &&
             (cycles == 0 || std::abs(width - clock.cycle) <= kTolerance * clock.cycle)) {
             ++cycles;
-            clock.cycle = (*rise - *first) / cycles;
+            clock.cycle = (*rise - *clock.first) / cycles;
         } else if (cycles >= kFewestCycles) {
             clock.next = *rise;
             return clock;
         } else if (cycles > 0 && width >= kNarrowest) {
             // The width of the cycle before may have been the wrong one.
-            first = clock.last;
+            clock.first = clock.last;
             cycles = 1;
             clock.cycle = width;
         } else {
-            first = rise;
+            clock.first = rise;
             cycles = 0;
         }
         clock.last = *rise;
@@ -152,6 +162,49 @@ bool hasStartBits(const Levels& levels, const Clock& clock) noexcept {
     return before && zero && one && *before < clock.middle && *zero<clock.middle&& * one> clock.middle;
 }
 
+/// The clock whose levels swing as those of some part of the row, measured again by its own cycles: what is brighter or
+/// darker elsewhere in the row says nothing about it.
+std::optional<Clock> findClockOfPart(const Levels& levels, const Swing& swing) noexcept {
+    const auto all = levels.all();
+    const std::optional<Clock> clock = swing.isGreatEnough() ? findClock(all, swing) : std::nullopt;
+    if (!clock) {
+        return std::nullopt;
+    }
+    const auto first = static_cast<std::size_t>(std::max(clock->first.value_or(0), 0.0));
+    const auto last = static_cast<std::size_t>(std::max(clock->last, 0.0));
+    const Swing own = swingOf(all.subspan(first, last - first));
+    const std::optional<Clock> again = own == swing ? std::nullopt : findClock(all, own);
+    return again && hasStartBits(levels, *again) ? again : clock;
+}
+
+/// The first clock with start bits behind it; without one, the first clock.
+std::optional<Clock> findClockAndStartBits(const Levels& levels) noexcept {
+    // A part of a row that was scaled to any width is longer than a cycle, which is a 26th of it.
+    constexpr std::size_t kParts = 16;
+    const auto all = levels.all();
+    const Swing whole = swingOf(all);
+    const std::optional<Clock> first = findClockOfPart(levels, whole);
+    if ((first && hasStartBits(levels, *first)) || !whole.isGreatEnough()) {
+        return first;
+    }
+    std::optional<Clock> found = first;
+    Swing former = whole;
+    for (std::size_t part = 0; part < kParts; ++part) {
+        const std::size_t begin = all.size() * part / kParts;
+        const Swing swing = swingOf(all.subspan(begin, all.size() * (part + 1) / kParts - begin));
+        if (swing == whole || swing == former) {
+            continue;
+        }
+        former = swing;
+        const std::optional<Clock> clock = findClockOfPart(levels, swing);
+        if (clock && hasStartBits(levels, *clock)) {
+            return clock;
+        }
+        found = found ? found : clock;
+    }
+    return found;
+}
+
 cea608::Pair pairOfBits(unsigned bits) noexcept {
     return {static_cast<std::uint8_t>(bits), static_cast<std::uint8_t>(bits >> 8U)};
 }
@@ -170,7 +223,7 @@ void checkParity(const cea608::Pair& pair, std::size_t firstBit, std::size_t sec
 
 Result<cea608::Pair> readByClock(detail::RowPixels& pixels, std::size_t width, FindingSink* findings) {
     const Levels levels(pixels, width);
-    const std::optional<Clock> clock = findClock(levels);
+    const std::optional<Clock> clock = findClockAndStartBits(levels);
     if (!clock) {
         return makeFinding(FindingCode::Line21RunInMissing, Severity::Error, 0);
     }

@@ -187,10 +187,33 @@ TEST(Line21Reader, FollowsTheClockOfAnyWidth) {
              {Pair{0x94, 0x2C}, Pair{0x80, 0x80}, Pair{0x15, 0x2A}, Pair{0xFE, 0x7F}, Pair{0xD5, 0xD5}}) {
             Findings findings;
             EXPECT_EQ(hexOf(readLevels(levelsOf(signal, width, pair), &findings)), hexOf(pair)) << width;
+            Bytes bright = levelsOf(signal, width, pair);
+            bright.front() = 255;
+            bright.back() = 255;
+            EXPECT_EQ(hexOf(readLevels(bright)), hexOf(pair)) << width << " between bright pixels";
             const bool isWrong = !qlx::hasOddParity(pair.first) || !qlx::hasOddParity(pair.second);
             EXPECT_EQ(findings.empty(), !isWrong) << hexOf(pair);
         }
     }
+}
+
+TEST(Line21Reader, IsNotMisledByBrightPixels) {
+    // Luma of the signal 16 to 125, of white 235. One white pixel in the quarter of a 0 that is read, of 7 pixels, makes
+    // their mean (6 x 16 + 235) / 7 = 47, below the middle of 70.
+    const auto readWithWhite = [](std::size_t first, std::size_t count, std::size_t width) {
+        Row row(qlx::kPixelFormatBGRA, width, 0);
+        EXPECT_TRUE(row.write(kPair));
+        std::fill_n(row.samples.data() + first * 4, count * 4, std::uint8_t{255});
+        return hexOf(readPair(row.view(), row.layout));
+    };
+    for (std::size_t pixel = 0; pixel < 720; ++pixel) {
+        if (pixel < qlx::line21::kRunInStart || pixel >= qlx::line21::kDataBits) {
+            EXPECT_EQ(readWithWhite(pixel, 1, 720), "942c") << pixel;
+        }
+    }
+    EXPECT_EQ(readWithWhite(0, 12, 720), "942c");
+    EXPECT_EQ(readWithWhite(706, 14, 720), "942c");
+    EXPECT_EQ(readWithWhite(706, 3134, 3840), "942c");
 }
 
 TEST(Line21Reader, NeedsChromaOnlyOfFormatsWithTwoPlanes) {

@@ -59,7 +59,7 @@ struct RowRoom {
 enum class Sampling : std::uint8_t {
     /// By the clock run-in, wherever it begins and however wide its cycles are: rows of 704 to 720 pixels and what they
     /// were scaled to. A level is the mean of the luma around the middle of a bit, and half of the clock's swing is the
-    /// border.
+    /// border, whatever is brighter or darker beside the waveform.
     Clock,
     /// Where writePair() puts them, each by one pixel's blue and kGreatestZero, whatever stands in front of them. Bits
     /// behind the end of the row are 0.
