@@ -1,6 +1,7 @@
 #include <qlx/video/nal.h>
 
 #include "base/MakeFinding.h"
+#include "video/EmulationPrevention.h"
 #include "video/VideoStreamKernels.h"
 
 namespace qlx::video {
@@ -28,20 +29,14 @@ bool StartCodeWalker::next(UnitView& unit) noexcept {
 
 std::span<std::uint8_t> withoutEmulationPrevention(std::span<const std::uint8_t> unit,
                                                    std::span<std::uint8_t> room) noexcept {
-    constexpr std::uint8_t kPrevention = 3;
     std::size_t size = 0;
-    unsigned zeros = 0;
-    for (const std::uint8_t byte : unit) {
-        if (zeros >= 2 && byte == kPrevention) {
-            zeros = 0;
-            continue;
-        }
+    forEachWithoutPrevention(unit, [&](std::uint8_t byte) {
         if (size == room.size()) {
-            break;
+            return false;
         }
-        zeros = byte == 0 ? zeros + 1 : 0;
         room[size++] = byte;
-    }
+        return true;
+    });
     return room.first(size);
 }
 

@@ -1,6 +1,7 @@
 #include <qlx/video/sei.h>
 
 #include "base/MakeFinding.h"
+#include "video/EmulationPrevention.h"
 
 #include <algorithm>
 
@@ -17,6 +18,7 @@ SeiWalker::SeiWalker(std::span<const std::uint8_t> unit, Codec codec, std::span<
     : _header(std::min(nalHeaderBytes(codec), unit.size())), _findings(findings), _isAtEnd(false) {
     unit = withoutTrailingZeros(unit);
     const auto payload = unit.subspan(std::min(_header, unit.size()));
+    const std::size_t size = payload.size() <= room.size() ? 0 : sizeWithoutEmulationPrevention(payload);
     _bytes = withoutEmulationPrevention(payload, room);
     if (findings == nullptr) {
         return;
@@ -24,8 +26,8 @@ SeiWalker::SeiWalker(std::span<const std::uint8_t> unit, Codec codec, std::span<
     if (codec == Codec::H264 && !unit.empty() && nalRefIdc(unit.front()) != 0) {
         findings->add(makeFinding(FindingCode::VideoSeiReferenced, Severity::Remark, 0, nalRefIdc(unit.front()), 0));
     }
-    if (_bytes.size() == room.size() && payload.size() > room.size()) {
-        findings->add(makeFinding(FindingCode::OutputTooSmall, Severity::Error, _header, payload.size(), room.size()));
+    if (size > room.size()) {
+        findings->add(makeFinding(FindingCode::OutputTooSmall, Severity::Error, _header, size, room.size()));
     }
 }
 

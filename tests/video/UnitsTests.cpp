@@ -182,6 +182,22 @@ TEST(SeiMessages, SayWhatIsWrong) {
     EXPECT_EQ(codesOf(findings), "@1 7 bytes do not fit into 3; @4 no trailing bits behind the last SEI message; ");
 }
 
+TEST(SeiMessages, NeedNoRoomForEmulationPrevention) {
+    // Behind the header 04 03 00 00 00 80: six bytes, and one to prevent emulation.
+    const Bytes unit = fromHex("06 0403 000003 00 80");
+    for (std::size_t size = 0; size < 9; ++size) {
+        Findings findings;
+        ExactBuffer room = ExactBuffer::filled(size, 0);
+        std::string text;
+        for (const auto& message : SeiMessages(unit, Codec::H264, room.span(), &findings)) {
+            text += toHex(message.payload);
+        }
+        EXPECT_EQ(text, size < 5 ? "" : "000000") << size;
+        EXPECT_EQ(codesOf(findings).find("6 bytes do not fit into") != std::string::npos, size < 6) << size;
+        EXPECT_EQ(findings.empty(), size >= 6) << codesOf(findings);
+    }
+}
+
 namespace {
 
 // country B5, provider 0031, "GA94", type 03, flags, em_data, triplets, marker.
