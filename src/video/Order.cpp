@@ -46,12 +46,18 @@ void readHighProfile(BitReader& reader, H264Sequence& sequence) {
     }
 }
 
+constexpr std::uint32_t kMostCounterBits = 16;
+
+/// How wide a counter is, coded less 4; a number that is wrong gives more than kMostCounterBits.
+std::uint32_t readCounterBits(BitReader& reader) {
+    return std::min(reader.number(), kMostCounterBits) + 4;
+}
+
 constexpr std::array<std::uint32_t, 13> kHighProfiles{100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
 
 }  // namespace
 
 Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload) {
-    constexpr std::uint32_t kMostBits = 16;
     BitReader reader(payload);
     H264Sequence sequence;
     const std::uint32_t profile = reader.bits(8);
@@ -60,10 +66,10 @@ Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload) {
     if (std::find(kHighProfiles.begin(), kHighProfiles.end(), profile) != kHighProfiles.end()) {
         readHighProfile(reader, sequence);
     }
-    sequence.frameNumberBits = reader.number() + 4;
+    sequence.frameNumberBits = readCounterBits(reader);
     sequence.orderType = reader.number();
     if (sequence.orderType == 0) {
-        sequence.orderBits = reader.number() + 4;
+        sequence.orderBits = readCounterBits(reader);
     } else if (sequence.orderType == 1) {
         reader.skip(1);
         reader.skipNumber();
@@ -77,7 +83,7 @@ Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload) {
     reader.skipNumber();
     reader.skipNumber();
     sequence.hasFramesOnly = reader.bits(1) != 0;
-    if (reader.hasFailed() || sequence.frameNumberBits > kMostBits || sequence.orderBits > kMostBits ||
+    if (reader.hasFailed() || sequence.frameNumberBits > kMostCounterBits || sequence.orderBits > kMostCounterBits ||
         sequence.number >= kSequences) {
         return makeFinding(FindingCode::VideoParametersWrong, Severity::Error, 0, kH264SequenceParameters,
                            payload.size());

@@ -125,6 +125,22 @@ TEST(PictureOrder, ReadsHighProfileParameters) {
     });
 }
 
+TEST(PictureOrder, RefusesCountersThatAreTooWide) {
+    // kParameters with a number of 12 (0001101), 13 (0001110) or FFFFFFFEh (31 zeros, 32 ones) for a counter's bits
+    // less 4, where 16 bits are the most: 1 n 1 1 010 0 1 1 1 1 for frames, 1 1 1 n 010 0 1 1 1 1 for the order.
+    const auto parse = [](const char* hex) { return qlx::video::parseH264Sequence(fromHex(hex)); };
+    ASSERT_TRUE(parse("42001e 8dd3 c0"));
+    EXPECT_EQ(parse("42001e 8dd3 c0")->frameNumberBits, 16U);
+    ASSERT_TRUE(parse("42001e e353 c0"));
+    EXPECT_EQ(parse("42001e e353 c0")->orderBits, 16U);
+    for (const char* hex :
+         {"42001e 8ed3 c0", "42001e e393 c0", "42001e 80000003 00ffffff ffd3 c0", "42001e e0000003 003fffff ffd3 c0"}) {
+        const auto sequence = parse(hex);
+        ASSERT_FALSE(sequence) << hex;
+        EXPECT_EQ(sequence.error().code, FindingCode::VideoParametersWrong);
+    }
+}
+
 TEST(PictureOrder, IsTheSameBehindLengths) {
     PictureOrder<int> order({Codec::H264, 2});
     int mark = 0;
