@@ -182,7 +182,8 @@ std::optional<std::int64_t> PictureCount::h264Place(const Units& units) {
             }
         } else if (type == kH264PictureParameters) {
             readPictureParameters(unit.bytes.subspan(1));
-        } else if (type == kH264Slice || type == kH264IdrSlice) {
+        } else if (type == kH264Slice || type == kH264PartitionA || type == kH264IdrSlice) {
+            // All of them begin with a slice header; partitions B and C do not.
             return slicePlace(unit.bytes);
         }
     }

@@ -59,6 +59,14 @@ TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
               (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
 }
 
+TEST(PictureOrder, ReadsTheHeadersOfPartitions) {
+    // Partition A (2) begins with a slice header as a slice (1) does; B and C (3, 4) do not: I0 P8 b4 b2 b6.
+    const std::string others = "000001 43 ff 000001 44 ff";
+    EXPECT_EQ(orderOf(Codec::H264, {kParameters + slice(0x65, 0), slice(0x42, 8) + others, slice(0x02, 4) + others,
+                                    slice(0x02, 2) + others, slice(0x02, 6) + others}),
+              (std::vector<int>{0, 3, 2, 4, 1}));
+}
+
 TEST(PictureOrder, TakesStartCodesWithoutAUnitBehind) {
     EXPECT_EQ(orderOf(Codec::H264, {"000001000001000001", kParameters + "000001 000001" + slice(0x65, 0),
                                     slice(0x41, 4), slice(0x01, 2)}),
