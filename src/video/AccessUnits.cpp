@@ -28,17 +28,22 @@ void AccessUnitReader::push(std::span<const std::uint8_t> bytes) {
         // Nothing is kept of what stands in front of the first unit but what may be the beginning of a start code.
         _begin = _position > 0 ? _position - 1 : 0;
     }
-    const std::uint64_t offset = offsetOf(_begin);
-    if (_isInUnit ? _bytes.size() - _begin > _options.greatest : offsetOf(_bytes.size()) > _options.greatest) {
-        fail(_isInUnit ? FindingCode::VideoUnitTooLong : FindingCode::VideoStartCodeMissing, _isInUnit ? offset : 0,
-             offsetOf(_bytes.size()) - (_isInUnit ? offset : 0), _options.greatest);
-        return;
-    }
+    _offset = offsetOf(_begin);
     _bytes.erase(_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(_begin));
-    _offset = offset;
     _position -= _begin;
     _begin = 0;
     _bytes.insert(_bytes.end(), bytes.begin(), bytes.end());
+}
+
+/// Whether what is read may end at `end`, or behind it; what is too long is told the same however it was pushed.
+bool AccessUnitReader::allows(std::size_t end) {
+    const std::uint64_t begin = _isInUnit ? offsetOf(_begin) : 0;
+    if (offsetOf(end) - begin <= _options.greatest) {
+        return true;
+    }
+    fail(_isInUnit ? FindingCode::VideoUnitTooLong : FindingCode::VideoStartCodeMissing, begin,
+         std::uint64_t{_options.greatest} + 1, _options.greatest);
+    return false;
 }
 
 /// The next start code of which enough is there to tell what it begins; none at the end of what there is.
@@ -134,23 +139,28 @@ std::optional<AccessUnitView> AccessUnitReader::next() {
     while (!_error) {
         const std::optional<std::size_t> startCode = nextStartCode();
         if (!startCode) {
+            // The next one may begin with the zero byte in front of what has not been searched.
+            (void)allows(std::max(_position, _begin + 1) - 1);
             break;
         }
         _position = *startCode + kStartCodeBytes;
         // The zero byte that may stand in front of a start code belongs to it.
         const std::size_t begin = *startCode > _begin && _bytes[*startCode - 1] == 0 ? *startCode - 1 : *startCode;
         if (!_isInUnit) {
-            if (!chooseCodec(*startCode)) {
+            if (!allows(begin) || !chooseCodec(*startCode)) {
                 break;
             }
             _isInUnit = true;
             _begin = begin;
             (void)beginsUnit(*startCode);
         } else if (beginsUnit(*startCode)) {
-            return give(begin);
+            return allows(begin) ? std::optional(give(begin)) : std::nullopt;
         }
     }
     if (_error || !_isFinished) {
+        return std::nullopt;
+    }
+    if (_begin < _bytes.size() && !allows(_bytes.size())) {
         return std::nullopt;
     }
     if (_isInUnit && _begin < _bytes.size()) {

@@ -159,11 +159,11 @@ TEST(PictureOrder, IsTheSameBehindLengths) {
     EXPECT_EQ(marksOf(order), (std::vector<int>{0, 2, 1}));
 }
 
-/// The units of a stream pushed in pieces, separated by bars; then the error.
-std::string cut(const std::string& hex, std::size_t step, std::optional<Codec> codec = std::nullopt,
-                std::size_t greatest = 1000) {
-    const Bytes stream = fromHex(hex);
-    AccessUnitReader reader({.codec = codec, .greatest = greatest});
+/// The units of a stream, pushed in pieces that end where `endsAt` says; then the error.
+template <class EndsAt>
+std::string unitsOf(const Bytes& stream, const qlx::video::AccessUnitOptions& options, bool takesBetween,
+                    const EndsAt& endsAt) {
+    AccessUnitReader reader(options);
     std::string text;
     std::uint64_t number = 0;
     const auto take = [&] {
@@ -174,15 +174,26 @@ std::string cut(const std::string& hex, std::size_t step, std::optional<Codec> c
             text += std::to_string(unit->offset) + ":" + qlxtest::toHex(unit->bytes) + " ";
         }
     };
-    for (std::size_t place = 0; place < stream.size(); place += step) {
-        const qlxtest::ExactBuffer piece(
-            std::span<const std::uint8_t>(stream).subspan(place, std::min(step, stream.size() - place)));
-        reader.push(piece.span());
-        take();
+    std::size_t begin = 0;
+    for (std::size_t end = 1; end <= stream.size(); ++end) {
+        if (end == stream.size() || endsAt(end)) {
+            const qlxtest::ExactBuffer piece(std::span<const std::uint8_t>(stream).subspan(begin, end - begin));
+            reader.push(piece.span());
+            begin = end;
+            if (takesBetween) {
+                take();
+            }
+        }
     }
     reader.finish();
     take();
     return text + (reader.error() ? "@" + std::to_string(reader.error()->offset) + " " + reader.error()->text() : "");
+}
+
+std::string cut(const std::string& hex, std::size_t step, std::optional<Codec> codec = std::nullopt,
+                std::size_t greatest = 1000) {
+    return unitsOf(fromHex(hex), {.codec = codec, .greatest = greatest}, true,
+                   [step](std::size_t place) { return place % step == 0; });
 }
 
 void expectCut(const std::string& hex, const std::string& expected, std::optional<Codec> codec = std::nullopt) {
@@ -218,8 +229,52 @@ TEST(AccessUnits, SayWhyNoneIsThere) {
     expectCut("ffff 000001ba 44", "@2 start code ba of a transport or program stream");
     expectCut("ff 00000001 65 88", "1:000000016588 ");
     EXPECT_EQ(cut("000001 65" + std::string(60, 'f'), 10, std::nullopt, 20),
-              "@0 access unit of 30 bytes and more, at most 20 are read");
-    EXPECT_EQ(cut(std::string(80, 'f'), 10, std::nullopt, 20), "@0 no start code in 30 bytes");
+              "@0 access unit of 21 bytes and more, at most 20 are read");
+    EXPECT_EQ(cut(std::string(80, 'f'), 10, std::nullopt, 20), "@0 no start code in 21 bytes");
+}
+
+TEST(AccessUnits, AreTheSameHoweverTheStreamIsPushed) {
+    struct Case {
+        std::string stream;
+        std::size_t greatest;
+        std::string expected;
+    };
+    const std::string unit = "0000016588";
+    const std::string tooLong = "access unit of 6 bytes and more, at most 5 are read";
+    const Case cases[] = {
+        {unit + unit, 5, "0:0000016588 5:0000016588 "},
+        {unit + unit, 4, "@0 access unit of 5 bytes and more, at most 4 are read"},
+        {unit + "ff", 5, "@0 " + tooLong},
+        {unit + unit + "ffff", 5, "0:0000016588 @5 " + tooLong},
+        {unit + "00" + unit, 5, "0:0000016588 @5 " + tooLong},
+        {unit + "00" + unit, 6, "0:0000016588 5:000000016588 "},
+        {"ffffffffff" + unit, 5, "5:0000016588 "},
+        {"ffffffffffff" + unit, 5, "@0 no start code in 6 bytes"},
+        {"ffffffffffff 000001ba44", 5, "@0 no start code in 6 bytes"},
+        {"ffff 000001ba44", 5, "@2 start code ba of a transport or program stream"},
+        {"ffffff", 2, "@0 no start code in 3 bytes"},
+        {"ffffff", 3, "@0 no start code in 3 bytes"},
+    };
+    for (const Case& one : cases) {
+        const Bytes stream = fromHex(one.stream);
+        // A bit for each place between two bytes, and one for whether units are taken before the stream has ended.
+        for (std::size_t mask = 0; mask < std::size_t{1} << stream.size(); ++mask) {
+            ASSERT_EQ(unitsOf(stream, {.codec = std::nullopt, .greatest = one.greatest}, mask % 2 != 0,
+                              [mask](std::size_t place) { return (mask >> place & 1U) != 0; }),
+                      one.expected)
+                << one.stream << " " << one.greatest << " " << mask;
+        }
+    }
+    // What waits in whole is no longer than its units, and a long one is long in one piece as well.
+    std::string six;
+    for (int index = 0; index < 6; ++index) {
+        six += unit;
+    }
+    EXPECT_EQ(unitsOf(fromHex(six), {.codec = std::nullopt, .greatest = 20}, false,
+                      [](std::size_t place) { return place % 5 == 0; }),
+              "0:0000016588 5:0000016588 10:0000016588 15:0000016588 20:0000016588 25:0000016588 ");
+    EXPECT_EQ(cut(unit + std::string(130, 'f'), 70, std::nullopt, 20),
+              "@0 access unit of 21 bytes and more, at most 20 are read");
 }
 
 }  // namespace

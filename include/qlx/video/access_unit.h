@@ -49,7 +49,8 @@ struct AccessUnitOptions {
 ///     reader.finish();
 ///     while (const auto unit = reader.next()) { use(unit->bytes); }
 ///
-/// Bytes in front of the first start code are passed over. Memory holds one access unit and the longest piece.
+/// Bytes in front of the first start code are passed over. Memory holds one access unit and what is pushed
+/// between two calls of next(); what comes out does not depend on how the stream is cut into pieces.
 class AccessUnitReader {
 public:
     /// Reads from the beginning of a stream.
@@ -73,6 +74,7 @@ public:
 
 private:
     [[nodiscard]] std::optional<std::size_t> nextStartCode();
+    [[nodiscard]] bool allows(std::size_t end);
     [[nodiscard]] bool chooseCodec(std::size_t startCode);
     [[nodiscard]] bool beginsUnit(std::size_t startCode);
     [[nodiscard]] bool beginsH264(std::size_t startCode);

@@ -31,7 +31,7 @@ void AccessUnitReader::fail(const Finding& why) const {
         throw failureAtByte(name, place,
                             "access unit of more than 64 MiB: this is no " + std::string(nameOf(codec())) + " stream");
     }
-    const std::string_view where = _isAtEnd ? "" : " in the first 64 MiB";
+    const std::string_view where = why.first <= why.second ? "" : " in the first 64 MiB";
     throw failureAtByte(name, 0, "no start code (00 00 01)" + std::string(where) + ": " + std::string(kNoVideo));
 }
 
