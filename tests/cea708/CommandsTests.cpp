@@ -1,5 +1,6 @@
 // The codes of a caption service: bytes worked out by hand, all codes by their lengths, random ones there and back.
 #include "ExactBuffer.h"
+#include "FindingList.h"
 
 #include <qlx/cea708/commands.h>
 
@@ -22,6 +23,7 @@ using qlx::Findings;
 using qlx::Severity;
 using qlxtest::ExactBuffer;
 using qlxtest::fromHex;
+using qlxtest::listOf;
 using qlxtest::toHex;
 
 std::string written(const Command& command) {
@@ -34,10 +36,6 @@ ReservedCommand reserved(const std::string& hex) {
     ReservedCommand command;
     EXPECT_TRUE(command.bytes.assign(fromHex(hex)));
     return command;
-}
-
-std::vector<Finding> listOf(const Findings& findings) {
-    return {findings.begin(), findings.end()};
 }
 
 TEST(CaptionCommands, AreTheBytesOfTheStandard) {

@@ -1,5 +1,6 @@
 // Caption channel packets: bytes worked out by hand, round trips, damage.
 #include "ExactBuffer.h"
+#include "FindingList.h"
 
 #include <qlx/cea708/packet.h>
 
@@ -23,6 +24,7 @@ using qlx::cc::CcType;
 using qlx::cc::Triplet;
 using qlxtest::ExactBuffer;
 using qlxtest::fromHex;
+using qlxtest::listOf;
 using qlxtest::toHex;
 using Blocks = std::vector<std::pair<int, std::string>>;
 
@@ -48,10 +50,6 @@ std::string written(const Packet& packet) {
     const auto size = writePacket(packet, room.span());
     EXPECT_TRUE(size && *size == packet.size());
     return toHex(room.span());
-}
-
-std::vector<Finding> listOf(const Findings& findings) {
-    return {findings.begin(), findings.end()};
 }
 
 std::vector<Triplet> tripletsOf(const Packet& packet) {

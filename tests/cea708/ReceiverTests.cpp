@@ -1,16 +1,12 @@
-// The receiver of a service: windows and their places, pens, directions, delays, damage.
-#include "ExactBuffer.h"
-#include "ScreenLines.h"
+// The receiver of a service: windows and their places, pens, directions, characters.
+#include "FedReceiver.h"
 
 #include <qlx/cea708/receiver.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
-#include <random>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -18,49 +14,13 @@ namespace {
 using namespace qlx::cea708;
 namespace screen = qlx::screen;
 using qlx::Finding;
-using qlx::FindingCode;
-using qlx::FrameRate;
 using qlx::Severity;
-using Lines = std::vector<std::string>;
-using Parts = std::vector<std::string>;
-using enum FindingCode;
-
-/// Bytes of hexadecimal digits, or, behind an apostrophe, of text.
-std::vector<std::uint8_t> bytesOf(const Parts& parts) {
-    std::vector<std::uint8_t> bytes;
-    for (const std::string& part : parts) {
-        const bool isText = part.starts_with('\'');
-        const std::vector<std::uint8_t> some =
-            isText ? std::vector<std::uint8_t>(part.begin() + 1, part.end()) : qlxtest::fromHex(part);
-        bytes.insert(bytes.end(), some.begin(), some.end());
-    }
-    return bytes;
-}
-
-/// A receiver, and what it found.
-struct Fed {
-    Receiver receiver;
-    qlx::Findings findings;
-    bool wasChanged = false;
-
-    explicit Fed(const ReceiverOptions& options = {}) : receiver(1, options) {}
-
-    Fed& feed(const Parts& parts) {
-        const qlxtest::ExactBuffer bytes(bytesOf(parts));
-        wasChanged = receiver.receive(std::span<const std::uint8_t>(bytes.data(), bytes.size()), &findings);
-        return *this;
-    }
-    [[nodiscard]] Lines lines() const { return qlxtest::linesOf(receiver.screen()); }
-    [[nodiscard]] screen::Cell cell(std::size_t row, std::size_t column) const {
-        const screen::Screen seen = receiver.screen();
-        return seen.row(row)[column];
-    }
-    [[nodiscard]] std::vector<Finding> found() const { return {findings.begin(), findings.end()}; }
-};
-
-// Window 0 at row 14, 2 rows of 32 columns, styles 1 and 1: hidden, and shown.
-const std::string kHidden = "98184100011f09";
-const std::string kShown = "98384100011f09";
+using qlxtest::Fed;
+using qlxtest::kHidden;
+using qlxtest::kShown;
+using qlxtest::Lines;
+using qlxtest::Parts;
+using enum qlx::FindingCode;
 
 TEST(CaptionService, PopsOnByTwoWindowsInTurn) {
     Fed fed;
@@ -362,180 +322,6 @@ TEST(WindowPlaces, AreForWindowsThatFit) {
     EXPECT_EQ(fed.receiver.screen().system, screen::System::Cea708);
     EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708WindowTooLarge, Severity::Warning, 0, 16, 15},
                                                  {Cea708WindowTooLarge, Severity::Warning, 0, 64, 32}}));
-}
-
-TEST(CaptionDelays, EndByTime) {
-    // A second, in frames that last 1/24 s or 1001/24000 s ...: 24 of 23.976 are 1.001 s.
-    constexpr std::array<int, 8> kFrames{24, 24, 25, 30, 30, 50, 60, 60};
-    for (const FrameRate rate : qlx::kFrameRates) {
-        Fed fed;
-        fed.feed({kShown, "8d0a", "'x"});
-        int frames = 0;
-        do {
-            ++frames;
-            EXPECT_TRUE(fed.receiver.isDelayed());
-            EXPECT_EQ(fed.lines(), Lines());
-        } while (!fed.receiver.nextFrame(rate, &fed.findings) && frames < 100);
-        EXPECT_EQ(frames, kFrames[static_cast<std::size_t>(rate) - 1]);
-        EXPECT_FALSE(fed.receiver.isDelayed());
-        EXPECT_EQ(fed.lines(), Lines{"  14  x"});
-        EXPECT_TRUE(fed.findings.empty());
-    }
-}
-
-TEST(CaptionDelays, FollowOneAnother) {
-    Fed fed;
-    // 0.1 s each: of 25 frames a second the third one ends the first, the fifth one the second.
-    fed.feed({kShown, "8d01", "'a", "8d01", "'b", "8d00", "'c"});
-    std::vector<Lines> seen;
-    for (int frame = 0; frame < 6; ++frame) {
-        fed.receiver.nextFrame(FrameRate::Fps25);
-        seen.push_back(fed.lines());
-    }
-    const Lines a{"  14  a"};
-    const Lines abc{"  14  abc"};
-    EXPECT_EQ(seen, (std::vector<Lines>{{}, {}, a, a, abc, abc}));
-}
-
-TEST(CaptionDelays, EndByCommandAndByAFullBuffer) {
-    Fed fed;
-    // What looks like DLC and RST in a character of 16 bits is none.
-    fed.feed({kShown}).feed({"8dff", "'ab", "188e8f"});
-    EXPECT_FALSE(fed.wasChanged);
-    EXPECT_TRUE(fed.receiver.isDelayed());
-    fed.feed({"8dff", "'c"});
-    EXPECT_FALSE(fed.wasChanged);
-    // Of both delays.
-    fed.feed({"8e", "'d"});
-    EXPECT_TRUE(fed.wasChanged);
-    EXPECT_FALSE(fed.receiver.isDelayed());
-    EXPECT_EQ(fed.lines(), Lines{"  14  ab\u8E8Fcd"});
-    // RST takes the windows that came before it.
-    fed.feed({"8dff", "'e", "8f", kHidden, "8901", "'f"});
-    EXPECT_FALSE(fed.receiver.isDelayed());
-    EXPECT_EQ(fed.lines(), Lines{"  14  f"});
-    EXPECT_TRUE(fed.findings.empty());
-    // 25.5 s, of which a second is over; 127 bytes wait, and one more.
-    fed.feed({"0c", "8dff"});
-    for (int frame = 0; frame < 25; ++frame) {
-        EXPECT_FALSE(fed.receiver.nextFrame(FrameRate::Fps25));
-    }
-    for (int count = 0; count < 127; ++count) {
-        EXPECT_FALSE(fed.feed({"00"}).wasChanged);
-    }
-    EXPECT_TRUE(fed.receiver.isDelayed());
-    EXPECT_TRUE(fed.feed({"'g"}).wasChanged);
-    EXPECT_FALSE(fed.receiver.isDelayed());
-    EXPECT_EQ(fed.lines(), Lines{"  14  g"});
-    EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708DelayFull, Severity::Warning, 0, 128, 24500}}));
-}
-
-TEST(CaptionDelays, EndWithAReset) {
-    Fed fed;
-    fed.feed({kShown, "'a", "8dff", "'b", "18"});
-    EXPECT_TRUE(fed.receiver.reset());
-    EXPECT_FALSE(fed.receiver.isDelayed());
-    EXPECT_EQ(fed.feed({kShown, "'c"}).lines(), Lines{"  14  c"});
-    EXPECT_TRUE(fed.findings.empty());
-}
-
-TEST(CaptionPackets, AreReadToScreens) {
-    PacketReader packets;
-    Fed fed;
-    std::uint64_t place = 0;
-    const auto send = [&](unsigned number, const std::vector<std::pair<int, Parts>>& blocks) {
-        Packet packet;
-        packet.setSequenceNumber(number);
-        for (const auto& [service, parts] : blocks) {
-            EXPECT_TRUE(packet.addBlock(static_cast<std::uint8_t>(service), bytesOf(parts)));
-        }
-        std::array<qlx::cc::Triplet, 64> room{};
-        const std::size_t count = *writeTriplets(packet, room);
-        bool isChanged = false;
-        ++place;
-        for (const qlx::cc::Triplet& triplet : std::span(room).first(count)) {
-            for (const ReceivedPacket& received : packets.receive(triplet, &fed.findings, place)) {
-                isChanged = fed.receiver.receive(received, &fed.findings, place) || isChanged;
-            }
-        }
-        return isChanged;
-    };
-    // A command in two blocks, with another service between them.
-    EXPECT_FALSE(send(0, {{1, {"983841"}}, {2, {kShown, "'no"}}, {63, {"'no"}}}));
-    EXPECT_TRUE(send(1, {{1, {"00011f09", "'yes", "90"}}}));
-    EXPECT_EQ(fed.lines(), Lines{"  14  yes"});
-    EXPECT_TRUE(fed.findings.empty());
-    // Number 2 is lost, and with it the rest of the command; not the window.
-    EXPECT_TRUE(send(3, {{1, {"'AB"}}}));
-    EXPECT_EQ(fed.lines(), Lines{"  14  yesAB"});
-    EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708PacketLost, Severity::Warning, 3, 3, 2},
-                                                 {Cea708CommandsDropped, Severity::Error, 3, 1, 0}}));
-    // Of what waits for a delay, too, only that.
-    EXPECT_FALSE(send(0, {{1, {"8d01", "'C", "98"}}}));
-    EXPECT_FALSE(send(2, {{1, {"'D"}}}));
-    EXPECT_TRUE(fed.receiver.isDelayed());
-    for (int frame = 0; frame < 6; ++frame) {
-        fed.receiver.nextFrame(FrameRate::Fps5994);
-    }
-    EXPECT_EQ(fed.lines(), Lines{"  14  yesABCD"});
-    EXPECT_EQ(fed.findings.size(), 4U);
-}
-
-TEST(CaptionPackets, AreReadUpToEveryLength) {
-    // Where each character comes, and nothing else, is one more to be read; what is cut waits.
-    const std::vector<std::uint8_t> bytes = bytesOf({kShown, "'a", "90051f", "'b", "1039", "18ac00", "917c833f", "'c"});
-    constexpr std::array<std::size_t, 5> kEnds{8, 12, 14, 17, 22};
-    qlxtest::forEachTruncation(bytes, [&](const qlxtest::ExactBuffer& part) {
-        Receiver receiver;
-        qlx::Findings findings;
-        (void)receiver.receive(std::span<const std::uint8_t>(part.data(), part.size()), &findings);
-        const screen::Screen seen = receiver.screen();
-        const auto count = std::count_if(seen.cells.begin(), seen.cells.end(),
-                                         [](const screen::Cell& cell) { return cell.hasText(); });
-        EXPECT_EQ(count,
-                  std::count_if(kEnds.begin(), kEnds.end(), [&](std::size_t end) { return part.size() >= end; }));
-        EXPECT_TRUE(findings.empty());
-        // The rest completes it.
-        (void)receiver.receive(std::span<const std::uint8_t>(bytes).subspan(part.size()), &findings);
-        EXPECT_EQ(qlxtest::linesOf(receiver.screen()), Lines{"  14  ab™가c"});
-    });
-}
-
-TEST(CaptionPackets, AreReadAlikeInWhateverPieces) {
-    std::mt19937 random(708);
-    for (int run = 0; run < 60; ++run) {
-        std::vector<std::uint8_t> bytes;
-        for (int count = 0; count < 60; ++count) {
-            // Any window, any command, text.
-            constexpr std::array<std::string_view, 12> kCommands{"9a2a30500412", "8f", "8d01", "8e", "97", "90",
-                                                                 "91",           "92", "18",   "10", "0d", "8b"};
-            const auto more = [&](std::size_t size) {
-                for (std::size_t index = 0; index < size; ++index) {
-                    bytes.push_back(static_cast<std::uint8_t>(random()));
-                }
-            };
-            if (random() % 4 == 0) {
-                const std::vector<std::uint8_t> start = qlxtest::fromHex("9838000005");
-                bytes.insert(bytes.end(), start.begin(), start.end());
-                more(2);
-            }
-            const std::vector<std::uint8_t> command =
-                qlxtest::fromHex(kCommands[static_cast<std::size_t>(random()) % kCommands.size()]);
-            bytes.insert(bytes.end(), command.begin(), command.end());
-            more(static_cast<std::size_t>(random()) % 6);
-        }
-        Receiver whole;
-        Receiver single;
-        qlx::Findings ofWhole;
-        qlx::Findings ofSingle;
-        (void)whole.receive(bytes, &ofWhole);
-        for (const std::uint8_t byte : bytes) {
-            (void)single.receive(std::span(&byte, 1), &ofSingle);
-        }
-        ASSERT_EQ(whole.screen(), single.screen());
-        ASSERT_EQ(whole.isDelayed(), single.isDelayed());
-        ASSERT_TRUE(std::equal(ofWhole.begin(), ofWhole.end(), ofSingle.begin(), ofSingle.end()));
-    }
 }
 
 }  // namespace
