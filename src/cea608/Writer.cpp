@@ -133,8 +133,8 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
     }
     control(Control::EraseDisplayedMemory);
     reportEnd(field, lane, slot, findings);
+    lane.notBefore = lane.shown->end + codeLength();
     lane.shown.reset();
-    lane.notBefore = slot + codeLength();
     return true;
 }
 
@@ -230,11 +230,12 @@ void Writer::push(Field& field, const Code& code) const {
     field.burst.insert(field.burst.end(), codeLength(), pair);
 }
 
+/// `due`: the first slot that it could have begun at.
 void Writer::reportStart(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot,
                          FindingSink* findings) const {
     if (slot > due) {
         addTo(findings, {FindingCode::Cea608ShownLate, Severity::Warning, cue.number,
-                         number(frameOfSlot(field, slot) - frameOfSlot(field, due)), number(slot - due)});
+                         number(frameOfSlot(field, slot) - frameOfSlot(field, cue.start)), number(slot - due)});
     }
 }
 

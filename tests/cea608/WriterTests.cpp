@@ -170,6 +170,32 @@ TEST(PaintOnCaptions, AreErasedAtTheirEnd) {
     EXPECT_EQ(result.findings, Texts());
 }
 
+TEST(PaintOnCaptions, SayHowLateTheyAre) {
+    const auto pairsOfLetters = [](std::size_t count) {
+        std::string text;
+        while (count-- > 0) {
+            text += " 6161";
+        }
+        return text;
+    };
+    // 20 pairs from frame 10 on, EDM at frame 30, RDC at 32: with an EDM at the end, frame 12, it would be at 14.
+    Sent result =
+        sentOf({captionOf(10, 12, std::u32string(32, U'a'), kCC1, PaintOn), captionOf(12, 80, U"yo", kCC1, PaintOn)}, 1,
+               FrameRate::Fps2997, true);
+    EXPECT_EQ(result.pairs,
+              "10: 1429 1429 1460 1460" + pairsOfLetters(16) + " 142c 142c 1429 1429 1460 1460 796f\n80: 142c 142c");
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption is shown 18 frames too long", "1: caption is shown 20 frames late, 18 pairs short"}));
+    // 20 pairs from frame 0 on, EOC at frame 20, EDM at 22, RDC at 24: it could be at 5.
+    result = sentOf({captionOf(0, 3, std::u32string(28, U'a')), captionOf(3, 80, U"yo", kCC1, PaintOn)}, 1,
+                    FrameRate::Fps2997, true);
+    EXPECT_EQ(result.pairs, "0: 1420 1420 142e 142e 1460 1460" + pairsOfLetters(14) +
+                                " 142f 142f 142c 142c 1429 1429 1460 1460 796f\n80: 142c 142c");
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption is shown 19 frames too long",
+                     "1: caption is shown 21 frames late, 19 pairs short"}));
+}
+
 TEST(Captions, OfTwoChannelsShareAField) {
     // CC2 goes on with its mode code; what is due goes first.
     const Sent result = sentOf({captionOf(6, 20, U"Hi", kCC2), captionOf(4, 20, U"yo"), captionOf(50, 60, U"a"),

@@ -90,7 +90,7 @@ private:
         std::optional<Cue> shown;
         std::uint64_t lastStart = 0;  ///< Frame.
         std::uint64_t lastEnd = 0;    ///< The same.
-        std::uint64_t notBefore = 0;  ///< Behind the EDM.
+        std::uint64_t notBefore = 0;  ///< Behind the EDM, had it stood at its time.
         bool hasStarted = false;      ///< A caption was added.
     };
 
