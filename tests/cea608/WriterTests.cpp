@@ -118,11 +118,18 @@ TEST(PopOnCaptions, AreShownWhenTheyAreLoaded) {
     EXPECT_EQ(result.findings, Texts());
 }
 
+TEST(PopOnCaptions, EndLateWhenTheyAreShownLate) {
+    // 20 pairs, then EOC at frame 20 and EDM at 22: on the screen for the two frames asked for, both ends 20 late.
+    const Sent result = sentOf({captionOf(0, 2, std::u32string(28, U'a'))}, 1, FrameRate::Fps2997, true);
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption ends 20 frames late"}));
+}
+
 TEST(PopOnCaptions, AreNotErasedWhenTheNextFollowsAtOnce) {
     // Between frames 40 and 41 there is no room for both EDM.
     Sent result = sentOf({captionOf(20, 40, U"Hi"), captionOf(41, 60, U"yo")}, 1, FrameRate::Fps25, true);
     EXPECT_NE(result.pairs.find("796f\n41: 142f 142f\n60: 142c 142c"), std::string::npos) << result.pairs;
-    EXPECT_EQ(result.findings, Texts{"0: caption is shown 1 frames too long"});
+    EXPECT_EQ(result.findings, Texts{"0: caption ends 1 frames late"});
     result = sentOf({captionOf(20, 40, U"Hi"), captionOf(42, 60, U"yo")}, 1, FrameRate::Fps25, true);
     EXPECT_NE(result.pairs.find("40: 142c 142c 142f 142f\n60: 142c 142c"), std::string::npos) << result.pairs;
     EXPECT_EQ(result.findings, Texts());
@@ -185,14 +192,14 @@ TEST(PaintOnCaptions, SayHowLateTheyAre) {
     EXPECT_EQ(result.pairs,
               "10: 1429 1429 1460 1460" + pairsOfLetters(16) + " 142c 142c 1429 1429 1460 1460 796f\n80: 142c 142c");
     EXPECT_EQ(result.findings,
-              (Texts{"0: caption is shown 18 frames too long", "1: caption is shown 20 frames late, 18 pairs short"}));
+              (Texts{"0: caption ends 18 frames late", "1: caption is shown 20 frames late, 18 pairs short"}));
     // 20 pairs from frame 0 on, EOC at frame 20, EDM at 22, RDC at 24: it could be at 5.
     result = sentOf({captionOf(0, 3, std::u32string(28, U'a')), captionOf(3, 80, U"yo", kCC1, PaintOn)}, 1,
                     FrameRate::Fps2997, true);
     EXPECT_EQ(result.pairs, "0: 1420 1420 142e 142e 1460 1460" + pairsOfLetters(14) +
                                 " 142f 142f 142c 142c 1429 1429 1460 1460 796f\n80: 142c 142c");
     EXPECT_EQ(result.findings,
-              (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption is shown 19 frames too long",
+              (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption ends 19 frames late",
                      "1: caption is shown 21 frames late, 19 pairs short"}));
 }
 
@@ -203,8 +210,8 @@ TEST(Captions, OfTwoChannelsShareAField) {
     EXPECT_EQ(result.pairs, "0: 1420 142e 1460 796f 142f 1420 142e 1460 6100 1c20 1c2e 1c60 4869 1c2f 1c20 1c2e 1c60 "
                             "6200\n20: 142c 1c2c\n50: 142f 1c2f\n60: 142c 1c2c");
     EXPECT_EQ(result.findings,
-              (Texts{"0: caption is shown 7 frames late, 7 pairs short", "0: caption is shown 1 frames too long",
-                     "3: caption is shown 1 frames late, 1 pairs short", "3: caption is shown 1 frames too long"}));
+              (Texts{"0: caption is shown 7 frames late, 7 pairs short", "0: caption ends 1 frames late",
+                     "3: caption is shown 1 frames late, 1 pairs short", "3: caption ends 1 frames late"}));
 }
 
 TEST(Captions, OfAnInterruptedChannelGoOnBehindItsModeCode) {
