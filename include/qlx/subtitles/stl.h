@@ -6,7 +6,8 @@
 //         for (std::size_t index = 0; index < file->blocks(); ++index) {
 //             const qlx::subtitles::Tti block = file->block(index, &findings);
 //             if (block.isSubtitle()) {
-//                 use(qlx::subtitles::cueOf(block, *file->gsi.rate(), &findings));
+//                 const std::uint64_t offset = qlx::subtitles::StlView::offsetOf(index);
+//                 use(qlx::subtitles::cueOf(block, *file->gsi.rate(), &findings, offset));
 //             }
 //         }
 //     }
@@ -55,7 +56,7 @@ struct StlField {
     [[nodiscard]] constexpr bool isBlank() const noexcept {
         return text().find_first_not_of(' ') == std::string_view::npos;
     }
-    /// The number that it begins with, behind spaces; 0 without digits.
+    /// The number that it begins with, behind spaces and a sign; 0 when no digit stands there.
     [[nodiscard]] std::int64_t number() const noexcept { return integerValue(text()); }
 
     /// Takes a number, with zeros in front of it; false, and nothing is changed, when it has too many digits.
