@@ -12,6 +12,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <vector>
 
 using qlxfuzz::require;
 using namespace qlx::subtitles;
@@ -33,9 +34,12 @@ void checkSame(const qlx::Data& written, std::span<const std::uint8_t> bytes) {
     require(std::equal(written.begin(), written.end(), bytes.begin(), bytes.end()));
 }
 
-void checkRecord(const QLXSubtitleRecord& record, const Cue& cue) {
+/// @param mayEndLate Whether the last byte of the block's text field can end a row.
+void checkRecord(const QLXSubtitleRecord& record, const Cue& cue, bool mayEndLate) {
     const auto lines = record.subtitleLines();
-    require(record.index() == cue.number && lines.size() == cue.rows.size());
+    // A row that the field's last byte ends is one of the core's alone.
+    require(record.index() == cue.number);
+    require(lines.size() == cue.rows.size() || (mayEndLate && lines.size() + 1 == cue.rows.size()));
     require(std::abs(record.startTimeInSeconds() - qlx::secondsFrom(cue.start)) < 0.0005);
     require(std::abs(record.endTimeInSeconds() - qlx::secondsFrom(cue.end)) < 0.0005);
     for (std::size_t index = 0; index < lines.size(); ++index) {
@@ -61,6 +65,7 @@ void readFile(const std::vector<std::uint8_t>& bytes) {
     }
     checkSame(writeGsi(file->gsi), std::span(bytes).first(kGsiBytes));
     std::vector<Cue> cues;
+    std::vector<bool> mayEndLate;
     const auto rate = file->gsi.rate();
     for (std::size_t index = 0; index < file->blocks(); ++index) {
         const Tti block = file->block(index, &findings);
@@ -68,6 +73,7 @@ void readFile(const std::vector<std::uint8_t>& bytes) {
         const Cue cue = cueOf(block, rate.value_or(qlx::FrameRate::Fps25), &findings, StlView::offsetOf(index));
         if (block.isSubtitle()) {
             cues.push_back(cue);
+            mayEndLate.push_back(block.text.back() == 0x8A || block.text.back() == 0x8F);
         }
     }
     for (const qlx::Finding& finding : findings) {
@@ -84,7 +90,7 @@ void readFile(const std::vector<std::uint8_t>& bytes) {
     }
     require(records.size() == cues.size());
     for (std::size_t index = 0; index < records.size(); ++index) {
-        checkRecord(*records[index], cues[index]);
+        checkRecord(*records[index], cues[index], mayEndLate[index]);
     }
 }
 

@@ -239,7 +239,7 @@ public:
     RowMaker(const Tti& tti, std::vector<Row>& rows) : _tti(tti), _rows(rows) {}
 
     void run() {
-        const stl::TextEnd end = stl::walkText(_tti.text, *this);
+        const stl::TextEnd end = stl::walkBytes(_tti.text, *this);
         _unshown = end == stl::TextEnd::Missing ? _used : 0;
     }
 

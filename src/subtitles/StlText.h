@@ -33,14 +33,13 @@ inline constexpr std::int32_t kWhite = 7;
 /// Whether unused space ends a text.
 enum class TextEnd : std::uint8_t { Marked, Missing };
 
-/// Hands on what a text field holds: color(constant), character(byte), lineEnd() and passed(code) for all other codes.
-/// The last byte of the field is always unused space: it is not part of the text.
+/// Hands on what a text holds: color(constant), character(byte), lineEnd() and passed(code) for all other codes.
 template <class Taker>
-TextEnd walkText(std::span<const std::uint8_t> field, Taker& taker) {
+TextEnd walkBytes(std::span<const std::uint8_t> text, Taker& taker) {
     constexpr std::uint8_t kFirstCharacter = 0x20;
     constexpr std::uint8_t kFirstCode = 0x80;
     constexpr std::uint8_t kLastCode = 0xA0;
-    for (const std::uint8_t byte : field.first(field.size() - 1)) {
+    for (const std::uint8_t byte : text) {
         if (byte < kFirstCharacter) {
             if (const std::int32_t color = colorOfCode(byte); color != 0) {
                 taker.color(color);
@@ -59,6 +58,12 @@ TextEnd walkText(std::span<const std::uint8_t> field, Taker& taker) {
         }
     }
     return TextEnd::Missing;
+}
+
+/// The same for a text field as deployed hosts read it: they take its last byte for unused space, whatever it is.
+template <class Taker>
+TextEnd walkText(std::span<const std::uint8_t> field, Taker& taker) {
+    return walkBytes(field.first(field.size() - 1), taker);
 }
 
 }  // namespace qlx::stl

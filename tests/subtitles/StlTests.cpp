@@ -355,8 +355,32 @@ TEST(StlCue, TellsWhatIsPassedOver) {
               (Found{{row("ab", 9)}, {{StlCodesPassed, Severity::Remark, 1016, 0x0B, 5}}}));
     Bytes unended = ttiBytes({'a', 0x8A});
     std::fill(unended.begin() + 18, unended.end(), std::uint8_t{'b'});
-    // 112 bytes, of which one is unused and two are taken.
-    EXPECT_EQ(found(unended), (Found{{row("a", 9)}, {{StlTextUnended, Severity::Warning, 1016, 109, 0}}}));
+    // 112 bytes, of which two are taken.
+    EXPECT_EQ(found(unended), (Found{{row("a", 9)}, {{StlTextUnended, Severity::Warning, 1016, 110, 0}}}));
+}
+
+/// A field of as many letters b as go in front of these bytes, which are its last.
+Bytes fullBlock(std::initializer_list<std::uint8_t> last) {
+    Bytes bytes = ttiBytes({});
+    std::fill(bytes.begin() + 16, bytes.end(), std::uint8_t{'b'});
+    std::copy(last.begin(), last.end(), bytes.end() - static_cast<std::ptrdiff_t>(last.size()));
+    return bytes;
+}
+
+TEST(StlCue, ReadsAFieldUpToItsLastByte) {
+    using enum FindingCode;
+    const auto lost = [](std::int64_t characters) {
+        return FindingList{{StlTextUnended, Severity::Warning, 1016, characters, 0}};
+    };
+    EXPECT_EQ(found(fullBlock({})), (Found{{}, lost(112)}));
+    const Row of110 = row(std::string(110, 'b'), 9);
+    EXPECT_EQ(found(fullBlock({0x8A, 'b'})), (Found{{of110}, lost(1)}));
+    EXPECT_EQ(found(fullBlock({0x8F, 'b'})), (Found{{of110}, {}}));
+    // The last byte ends the text as well, or is a code.
+    const Row of111 = row(std::string(111, 'b'), 9);
+    EXPECT_EQ(found(fullBlock({0x8F})), (Found{{of111}, {}}));
+    EXPECT_EQ(found(fullBlock({0x8A})), (Found{{of111}, {}}));
+    EXPECT_EQ(found(fullBlock({0x8A, 0x81})), (Found{{of110}, {{StlCodesPassed, Severity::Remark, 1016, 0x81, 1}}}));
 }
 
 TEST(StlCue, TellsOfTimesThatAreNone) {

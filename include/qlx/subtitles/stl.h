@@ -216,8 +216,8 @@ private:
 
 /// The cue of a block that is a subtitle; blocks of one subtitle are not joined.
 ///
-/// A row ends at a line break (8Ah) or at the unused space (8Fh) behind the text; what stands behind the last of them,
-/// and in the field's last byte, is not shown. It is of one colour, the last that its codes name; black is read as white.
+/// A row ends at a line break (8Ah) or at the unused space (8Fh) behind the text, each of which may be the field's last
+/// byte; what stands behind the last of them is not shown. A row is of one colour, the last that its codes name; black is read as white.
 /// Its number is that of the double-height rows of a teletext page, with the vertical position on the upper half of the
 /// first. Characters are read as Latin (code table 00), with the letters that deployed hosts know.
 ///
