@@ -153,6 +153,8 @@ constexpr std::size_t kJustification = 14;
 constexpr std::size_t kCommentFlag = 15;
 constexpr std::size_t kText = 16;
 
+constexpr std::uint8_t kGreatestVerticalPosition = 23;  // of teletext
+constexpr std::uint64_t kGreatestRow = 11;
 constexpr std::uint8_t kGreatestStatus = 3;
 constexpr std::uint8_t kGreatestJustification = 3;
 constexpr std::uint8_t kGreatestCommentFlag = 1;
@@ -257,7 +259,8 @@ public:
         std::erase(text, '\0');
         row.runs.push_back({std::move(text), {}});
         row.runs.front().style.foreground = screen::kBasicColors[static_cast<std::size_t>(_color)];
-        row.number = stl::firstRow(_tti.verticalPosition) + _rows.size();
+        row.number = rowAt(_rows.size());
+        _offPage += row.number == 0 && !row.runs.front().text.empty() ? 1 : 0;
         row.alignment = _tti.justification;
         _rows.push_back(std::move(row));
     }
@@ -266,12 +269,22 @@ public:
         if (_passed > 0) {
             findings.add({StlCodesPassed, Severity::Remark, offset + kText, _firstPassed, _passed});
         }
+        if (_offPage > 0) {
+            findings.add(
+                {StlRowsOffPage, Severity::Warning, offset + kVerticalPosition, _tti.verticalPosition, _offPage});
+        }
         if (_unshown > 0) {
             findings.add({StlTextUnended, Severity::Warning, offset + kText, static_cast<std::int64_t>(_unshown), 0});
         }
     }
 
 private:
+    /// The row on the page; 0 when it has none such.
+    [[nodiscard]] std::uint64_t rowAt(std::size_t index) const noexcept {
+        const std::uint64_t row = stl::firstRow(_tti.verticalPosition) + index;
+        return _tti.verticalPosition <= kGreatestVerticalPosition && row <= kGreatestRow ? row : 0;
+    }
+
     const Tti& _tti;
     std::vector<Row>& _rows;
     std::array<std::uint8_t, kTtiTextBytes> _line{};
@@ -280,6 +293,7 @@ private:
     std::int32_t _color = stl::kWhite;
     std::uint8_t _firstPassed = 0;
     std::int64_t _passed = 0;
+    std::int64_t _offPage = 0;
 };
 
 }  // namespace

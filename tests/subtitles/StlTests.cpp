@@ -334,6 +334,33 @@ TEST(StlCue, HasNumberTimesAndRows) {
                         {row("Hi", 9), row("x\u00E9", 10, Color::Red)}}));
 }
 
+TEST(StlCue, NumbersTheRowsOfATeletextPage) {
+    // Two positions a row, 1 and 2 for the header's; 23 is the last.
+    const auto check = [](std::uint8_t position, const std::vector<std::uint64_t>& rows, std::int64_t lost) {
+        Bytes block = ttiBytes({'a', 0x8A, 'b', 0x8F});
+        block[13] = position;
+        FindingList findings;
+        if (lost > 0) {
+            findings = {{FindingCode::StlRowsOffPage, Severity::Warning, 1013, position, lost}};
+        }
+        EXPECT_EQ(found(block), (Found{{row("a", rows[0]), row("b", rows[1])}, findings})) << +position;
+    };
+    check(0, {0, 0}, 2);
+    check(1, {0, 1}, 1);
+    check(2, {0, 1}, 1);
+    check(3, {1, 2}, 0);
+    check(4, {1, 2}, 0);
+    check(5, {2, 3}, 0);
+    check(22, {10, 11}, 0);
+    check(23, {11, 0}, 1);
+    check(24, {0, 0}, 2);
+    check(255, {0, 0}, 2);
+    // An empty row misses no place.
+    Bytes empty = ttiBytes({'a', 0x8A, 0x8F});
+    empty[13] = 23;
+    EXPECT_EQ(found(empty), (Found{{row("a", 11), row("", 0)}, {}}));
+}
+
 TEST(StlCue, ReadsColorsOfARow) {
     // Both sets of colours; black is white; the last one counts.
     EXPECT_EQ(found(ttiBytes({0x02, 'a', 0x16, 0x8A, 'b', 0x8A, 0x00, 'c', 0x8F})),

@@ -51,7 +51,8 @@ struct Run {
 /// A row of a cue. It may have no text, and then keeps a row of the screen free.
 struct Row {
     std::vector<Run> runs;  ///< From left to right.
-    /// On the screen, from the top, in rows as high as the text: 1 to 11 on a teletext page; 0: none is given.
+    /// On the screen, from the top, in rows as high as the text: 1 to 11 on a teletext page; 0: none is given, or none
+    /// that there is.
     std::uint64_t number = 0;
     /// The place of the cue that the row belongs to, as on a numeric keypad: 1 bottom left, 5 middle, 9 top right; 0:
     /// none is given.

@@ -218,10 +218,12 @@ private:
 ///
 /// A row ends at a line break (8Ah) or at the unused space (8Fh) behind the text, each of which may be the field's last
 /// byte; what stands behind the last of them is not shown. A row is of one colour, the last that its codes name; black is read as white.
-/// Its number is that of the double-height rows of a teletext page, with the vertical position on the upper half of the
-/// first. Characters are read as Latin (code table 00), with the letters that deployed hosts know.
+/// Its number is that of the double-height rows of a teletext page: 1 for vertical position 3 or 4, up to 11 for 23; the
+/// rows behind the first follow. A row outside of them, and all of a vertical position above 23, has none. Characters
+/// are read as Latin (code table 00), with the letters that deployed hosts know.
 ///
-/// Impossible time codes are findings, as are codes that have no effect and text that is not shown.
+/// Impossible time codes are findings, as are codes that have no effect, text that is not shown and rows of text without
+/// a number.
 /// @param offset Of the block, for the findings.
 [[nodiscard]] QLX_EXPORT Cue cueOf(const Tti& tti, FrameRate rate, FindingSink* findings = nullptr,
                                    std::uint64_t offset = 0);
