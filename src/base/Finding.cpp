@@ -223,6 +223,7 @@ constexpr Text kTexts[] = {
     {StlTextUnended, "text without an end mark: {1} characters behind its last line break are left out"},
     {StlCodesPassed, "code {1x} is passed over ({2} such codes in the text)"},
     {StlRowsOffPage, "vertical position {1}: {2} rows of text have no place on a teletext page"},
+    {StlTableNotRead, "the text is in character code table {1}: it is read as Latin, table 0"},
     {VideoUnitTooShort, "{2} bytes, {1} are needed"},
     {VideoConfigurationWrong, "configuration record of version {1}, not {2}"},
     {VideoParametersWrong, "parameter set of type {1} with {2} bytes cannot be used"},

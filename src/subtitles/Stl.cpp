@@ -16,7 +16,7 @@ using enum FindingCode;
 using Bytes = std::span<const std::uint8_t>;
 
 /// What a field of the GSI block holds.
-enum class Content : std::uint8_t { Text, Number, TimeCode, CodePage, DiskFormat, Standard, Table, Status };
+enum class Content : std::uint8_t { Text, Number, TimeCode, CodePage, DiskFormat, Standard, Table, Language, Status };
 
 /// Walks the fields in their order.
 template <class Take, class Fields>
@@ -25,7 +25,7 @@ constexpr void walk(Fields& gsi, Take&& take) {
     take(gsi.diskFormatCode, Content::DiskFormat);
     take(gsi.displayStandard, Content::Standard);
     take(gsi.characterTable, Content::Table);
-    take(gsi.languageCode, Content::Text);
+    take(gsi.languageCode, Content::Language);
     take(gsi.originalProgrammeTitle, Content::Text);
     take(gsi.originalEpisodeTitle, Content::Text);
     take(gsi.translatedProgrammeTitle, Content::Text);
@@ -68,6 +68,7 @@ constexpr std::size_t sizeInFrontOf(const Gsi& gsi, const void* wanted) {
 constexpr Gsi kUsual;
 static_assert(sizeInFrontOf(kUsual, nullptr) == kGsiBytes);
 static_assert(sizeInFrontOf(kUsual, &kUsual.diskFormatCode) == kDiskFormatOffset);
+static_assert(sizeInFrontOf(kUsual, &kUsual.characterTable) == kCharacterTableOffset);
 static_assert(sizeInFrontOf(kUsual, &kUsual.blockCount) == kBlockCountOffset);
 
 struct DiskFormat {
@@ -81,6 +82,10 @@ constexpr std::array kDiskFormats{DiskFormat{"STL23.01", FrameRate::Fps23976}, D
 
 bool isDigit(char character) noexcept {
     return character >= '0' && character <= '9';
+}
+
+bool isHexDigit(char character) noexcept {
+    return isDigit(character) || (character >= 'A' && character <= 'F') || (character >= 'a' && character <= 'f');
 }
 
 /// The codes that a field can have, each as long as the field; none for a field without codes.
@@ -124,6 +129,9 @@ Finding wrongIn(const StlField<Size>& field, Content content, std::uint8_t frame
     if (const std::string_view codes = codesOf(content); !codes.empty()) {
         return isOneOf(codes, field.text()) ? Finding{}
                                             : Finding{StlFieldUnknown, severity, 0, bigEndian(field.text()), size};
+    }
+    if (content == Content::Language && !std::all_of(field.characters.begin(), field.characters.end(), &isHexDigit)) {
+        return {StlFieldUnknown, severity, 0, bigEndian(field.text()), size};
     }
     if (content == Content::Number || content == Content::TimeCode) {
         const auto wrong = std::find_if_not(field.characters.begin(), field.characters.end(), &isDigit);
@@ -423,6 +431,11 @@ Result<StlView> parseStl(std::span<const std::uint8_t> bytes, FindingSink* findi
     }
     const StlView view{*gsi, bytes.subspan(kGsiBytes)};
     if (findings != nullptr) {
+        // Another code than those that are defined is one of parseGsi's findings.
+        const std::int64_t table = gsi->characterTable.number();
+        if (table != 0 && isOneOf(codesOf(Content::Table), gsi->characterTable.text())) {
+            findings->add({StlTableNotRead, Severity::Warning, kCharacterTableOffset, table, 0});
+        }
         const std::int64_t announced = gsi->blockCount.number();
         const auto there = static_cast<std::int64_t>(view.blocks());
         if (announced != there) {

@@ -166,6 +166,9 @@ TEST(Gsi, TellsWhatIsWrongInAField) {
     EXPECT_EQ(findingsOfGsi(changed(good, 11, " ")), FindingList{});
     // Each code as a whole: "40" stands between two of them.
     EXPECT_EQ(findingsOfGsi(changed(good, 12, "10")), (FindingList{{StlFieldUnknown, kWarning, 12, 0x3130, 2}}));
+    EXPECT_EQ(findingsOfGsi(changed(good, 14, "ZZ")), (FindingList{{StlFieldUnknown, kWarning, 14, 0x5A5A, 2}}));
+    EXPECT_EQ(findingsOfGsi(changed(good, 14, "7f")), FindingList{});
+    EXPECT_EQ(findingsOfGsi(changed(good, 14, "7G")), (FindingList{{StlFieldUnknown, kWarning, 14, 0x3747, 2}}));
     EXPECT_EQ(findingsOfGsi(changed(good, 238, "0003x")), (FindingList{{StlNumberWrong, kWarning, 238, 'x', 5}}));
     EXPECT_EQ(findingsOfGsi(changed(good, 243, "     ")),
               (FindingList{{StlNumberWrong, Severity::Remark, 243, ' ', 5}}));
@@ -175,6 +178,21 @@ TEST(Gsi, TellsWhatIsWrongInAField) {
               (FindingList{{StlTimeCodeWrong, kWarning, 264, 0x0A00021E, 30}}));
     EXPECT_EQ(findingsOfGsi(changed(good, 264, "24000000")),
               (FindingList{{StlTimeCodeWrong, kWarning, 264, 0x18000000, 30}}));
+}
+
+TEST(Gsi, HasRemarksOnWhatANewOneLeavesToItsMaker) {
+    using enum FindingCode;
+    const qlx::Data written = writeGsi(Gsi{});
+    // LC at 14, CD at 224, RD at 230.
+    EXPECT_EQ(findingsOfGsi({written.begin(), written.end()}),
+              (FindingList{{StlFieldUnknown, Severity::Remark, 14, 0x2020, 2},
+                           {StlNumberWrong, Severity::Remark, 224, ' ', 6},
+                           {StlNumberWrong, Severity::Remark, 230, ' ', 6}}));
+    Gsi gsi;
+    gsi.languageCode = "0F";
+    gsi.creationDate = gsi.revisionDate = "261122";
+    const qlx::Data whole = writeGsi(gsi);
+    EXPECT_EQ(findingsOfGsi({whole.begin(), whole.end()}), FindingList{});
 }
 
 TEST(Gsi, IsRefusedAtEveryShorterLength) {
@@ -418,8 +436,21 @@ TEST(StlCue, TellsOfTimesThatAreNone) {
               (FindingList{{StlEndNotLater, Severity::Warning, 1009, 0x0A000102, 0x0A000102}}));
 }
 
+TEST(StlView, TellsOfTablesThatAreNotRead) {
+    const auto findingsOf = [](std::string_view table) {
+        Findings findings;
+        EXPECT_TRUE(parseStl(changed(changed(gsiBytes(), 12, table), 238, "00000"), &findings));
+        return FindingList(findings.begin(), findings.end());
+    };
+    EXPECT_EQ(findingsOf("00"), FindingList{});
+    EXPECT_EQ(findingsOf("01"), (FindingList{{FindingCode::StlTableNotRead, Severity::Warning, 12, 1, 0}}));
+    EXPECT_EQ(findingsOf("04"), (FindingList{{FindingCode::StlTableNotRead, Severity::Warning, 12, 4, 0}}));
+    // It is not defined, and that is said.
+    EXPECT_EQ(findingsOf("05"), (FindingList{{FindingCode::StlFieldUnknown, Severity::Warning, 12, 0x3035, 2}}));
+}
+
 TEST(StlView, WalksTheBlocksThatAreThere) {
-    Bytes bytes = changed(gsiBytes(), 238, "00002");
+    Bytes bytes = changed(changed(gsiBytes(), 12, "00"), 238, "00002");
     const Bytes first = ttiBytes({'a', 0x8F});
     const Bytes second = changed(ttiBytes({'b', 0x8F}), 4, "\5");
     bytes.insert(bytes.end(), first.begin(), first.end());

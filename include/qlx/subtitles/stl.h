@@ -35,8 +35,9 @@ inline constexpr std::size_t kGsiBytes = 1024;     ///< Of the information block
 inline constexpr std::size_t kTtiBytes = 128;      ///< Of a text and timing block.
 inline constexpr std::size_t kTtiTextBytes = 112;  ///< Of its text field.
 
-inline constexpr std::size_t kDiskFormatOffset = 3;    ///< Of the disk format code (DFC) in the GSI block.
-inline constexpr std::size_t kBlockCountOffset = 238;  ///< Of the number of TTI blocks (TNB) in it.
+inline constexpr std::size_t kDiskFormatOffset = 3;       ///< Of the disk format code (DFC) in the GSI block.
+inline constexpr std::size_t kBlockCountOffset = 238;     ///< Of the number of TTI blocks (TNB) in it.
+inline constexpr std::size_t kCharacterTableOffset = 12;  ///< Of the character code table (CCT) in it.
 
 /// A field of characters, kept as they stand in the file, in its code page.
 template <std::size_t Size>
@@ -116,7 +117,8 @@ struct StlTimeCode {
 /// The time code of eight digits; none when one is something else.
 [[nodiscard]] QLX_EXPORT std::optional<StlTimeCode> timeCodeOf(const StlField<8>& field) noexcept;
 
-/// The GSI block: the whole file's properties. Its fields stand in their order.
+/// The GSI block: the whole file's properties. Its fields stand in their order. In a new one the language and the two
+/// dates are blank, which the caller alone knows: until they are given, parseGsi() has a remark on each.
 struct Gsi {
     StlField<3> codePageNumber{"850"};         ///< CPN: of the other fields' text: 437, 850, 860, 863, 865.
     StlField<8> diskFormatCode{"STL25.01"};    ///< DFC: the frame rate.
@@ -244,7 +246,7 @@ struct StlView {
 };
 
 /// Reads a file's GSI block; the TTI blocks are read one by one. Fails with StlTooShort. Another count of blocks than is
-/// announced, and a block that is cut, are findings.
+/// announced, a block that is cut, and a character code table other than Latin, which cueOf() does not read, are findings.
 [[nodiscard]] QLX_EXPORT Result<StlView> parseStl(std::span<const std::uint8_t> bytes, FindingSink* findings = nullptr);
 
 }  // namespace qlx::subtitles
