@@ -12,6 +12,7 @@ namespace qlx::srt {
 
 namespace {
 
+using subtitles::isWholeNumber;
 using subtitles::removeAllIgnoringCase;
 using subtitles::startsWithIgnoringCase;
 using subtitles::trimmed;
@@ -87,6 +88,9 @@ void takeColor(MarkedLine& line) {
 void takeRow(MarkedLine& line) {
     if (const auto match = findTag(line.text, "<line=\"")) {
         line.row = static_cast<std::uint64_t>(integerValue(match->value));
+        if (line.row == 0 || !isWholeNumber(match->value)) {
+            line.wrongRow = match->value.size();
+        }
         line.text.erase(match->position, match->length);
     }
 }

@@ -3,7 +3,9 @@
 
 #include "subtitles/SubtitleColor.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,6 +21,8 @@ struct MarkedLine {
     std::int32_t color = subtitles::kWhite;
     std::int32_t positioningType = 0;  ///< N of `{\anN}`, 0 for none.
     std::uint64_t row = 0;             ///< The value of `<line="...">`, 0 for none.
+    /// The bytes of a value that is no row: something else than digits, 0, or too great. Hosts take `row` all the same.
+    std::optional<std::size_t> wrongRow;
 };
 
 /// Understands and removes `<b>`, `<i>`, `<u>`, one `<font color="...">`, one `<line="...">` and one `{\anN}`; anything

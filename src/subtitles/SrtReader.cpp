@@ -180,11 +180,17 @@ bool SrtReader::closeCue() {
 }
 
 void SrtReader::takeNumber(std::string_view line) {
-    _cue.number = static_cast<std::uint64_t>(integerValue(line));
+    const std::int64_t number = std::max(integerValue(line), std::int64_t{0});
+    _cue.number = static_cast<std::uint64_t>(number);
     _rows = 0;
     _isColorOpen = false;
-    if (!isNumber(trimmed(line)) && !_isPassed) {
+    if (_isPassed) {
+        return;
+    }
+    if (!isNumber(trimmed(line))) {
         report(SrtNumberWrong, Severity::Remark);
+    } else if (!isWholeNumber(trimmed(line))) {
+        report(SrtNumberTooGreat, Severity::Warning, number);
     }
 }
 
@@ -252,6 +258,10 @@ void SrtReader::takeText(std::string_view line) {
                                ? before->runs.front().style.foreground
                                : screen::kBasicColors[static_cast<std::size_t>(marked.color)];
     _isColorOpen = marked.colorStaysOpen;
+    if (marked.wrongRow) {
+        report(SrtRowWrong, Severity::Warning, static_cast<std::int64_t>(*marked.wrongRow));
+        marked.row = 0;
+    }
     row.number = marked.row;
     row.anchor = before != nullptr && srt::inheritsPlace(marked.positioningType, marked.row)
                      ? before->anchor

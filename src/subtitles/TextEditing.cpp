@@ -39,6 +39,15 @@ std::string_view trimmed(std::string_view text) noexcept {
     return text.substr(0, text.find_last_not_of(kBlanks) + 1);
 }
 
+bool isWholeNumber(std::string_view text) noexcept {
+    constexpr std::string_view kGreatest = "9223372036854775807";
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
+        return false;
+    }
+    text.remove_prefix(std::min(text.find_first_not_of('0'), text.size()));
+    return text.size() < kGreatest.size() || (text.size() == kGreatest.size() && text <= kGreatest);
+}
+
 std::string_view takePart(std::string_view& rest, char separator) noexcept {
     const std::string_view part = rest.substr(0, rest.find(separator));
     rest.remove_prefix(std::min(part.size() + 1, rest.size()));

@@ -16,6 +16,9 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag);
 /// Without the blanks and tabs at its ends.
 [[nodiscard]] std::string_view trimmed(std::string_view text) noexcept;
 
+/// True for digits alone, of a number that integerValue() gives as it stands.
+[[nodiscard]] bool isWholeNumber(std::string_view text) noexcept;
+
 /// Takes the text up to `separator` off the front of `rest`, together with the separator; all of it without one.
 [[nodiscard]] std::string_view takePart(std::string_view& rest, char separator) noexcept;
 

@@ -205,6 +205,49 @@ TEST(SrtReader, LetsAPlaceGoOn) {
                                 placed("e", 3, Alignment::Right)}));
 }
 
+TEST(SrtReader, TellsOfNumbersThatAreNone) {
+    using enum FindingCode;
+    constexpr std::int64_t kGreatest = 9'223'372'036'854'775'807;
+    const auto check = [](std::string_view line, std::uint64_t number, const std::vector<Finding>& findings) {
+        const Read result = read(std::string(line) + "\n" + std::string(kTimes) + "a\n");
+        EXPECT_EQ(result.findings, findings) << line;
+        ASSERT_EQ(result.cues.size(), 1U);
+        EXPECT_EQ(result.cues[0].number, number) << line;
+    };
+    check("9223372036854775807", kGreatest, {});
+    check(" 00000000000000000000000012\t", 12, {});
+    for (const std::string_view line : {"9223372036854775808", "99999999999999999999"}) {
+        check(line, kGreatest, {{SrtNumberTooGreat, Severity::Warning, 1, kGreatest, 0}});
+    }
+    check("-1", 0, {{SrtNumberWrong, Severity::Remark, 1, 0, 0}});
+    check("7a", 7, {{SrtNumberWrong, Severity::Remark, 1, 0, 0}});
+}
+
+TEST(SrtReader, TellsOfRowsThatAreNone) {
+    struct Known {
+        std::string_view value;
+        std::uint64_t row;
+    };
+    for (const Known& known :
+         std::initializer_list<Known>{{"1", 1}, {"012", 12}, {"9223372036854775807", 9'223'372'036'854'775'807}}) {
+        const Read result = read(cueOfRows("{\\an7}a\n<line=\"" + std::string(known.value) + "\">b\n"));
+        EXPECT_EQ(result.findings, std::vector<Finding>{});
+        EXPECT_EQ(result.cues.at(0).rows.at(1).number, known.row);
+        EXPECT_EQ(result.cues.at(0).rows.at(1).anchor, 0);
+    }
+    for (const std::string_view value :
+         {"", "0", "-1", "+1", " 1", "abc", "50%", "1.5", "9223372036854775808", "99999999999999999999"}) {
+        const Read result = read(cueOfRows("{\\an7}a\n<line=\"" + std::string(value) + "\">b\n"));
+        EXPECT_EQ(result.findings, (std::vector<Finding>{{FindingCode::SrtRowWrong, Severity::Warning, 4,
+                                                          static_cast<std::int64_t>(value.size()), 0}}))
+            << value;
+        // It has no row, and stands where the one before it does.
+        EXPECT_EQ(result.cues.at(0).rows.at(1).text(), "b");
+        EXPECT_EQ(result.cues.at(0).rows.at(1).number, 0U) << value;
+        EXPECT_EQ(result.cues.at(0).rows.at(1).anchor, 7) << value;
+    }
+}
+
 TEST(SrtReader, TellsWhatMakesNoCue) {
     using enum FindingCode;
     constexpr auto kError = Severity::Error;

@@ -252,6 +252,8 @@ enum class FindingCode : std::uint32_t {
     SrtBytesBehindTimes,        ///< Bytes behind the times.
     SrtTimingInsideCue,         ///< No numbers.
     SrtCueTooLong,              ///< Greatest size in bytes, most lines of a cue.
+    SrtNumberTooGreat,          ///< The greatest number, which it is read as.
+    SrtRowWrong,                ///< Size of the value in bytes.
 
     // subtitles (EBU Tech 3264)
     StlTooShort = 0xA'0201,      ///< Bytes needed, bytes there.
