@@ -210,6 +210,7 @@ constexpr Text kTexts[] = {
     {SrtCueTooLong, "cue of more than {1} bytes or {2} lines"},
     {SrtNumberTooGreat, "number of a cue that is too great: it is read as {1}"},
     {SrtRowWrong, "no row in a value of {1} bytes"},
+    {SrtColorUnknown, "no colour in a value of {2} bytes: it is read as colour {1} of teletext"},
     {StlTooShort, "information block of {2} bytes, {1} are needed"},
     {StlDiskFormatUnknown, "unknown disk format code {1x}"},
     {StlFieldUnknown, "unknown code {1x} in a field of {2} characters"},

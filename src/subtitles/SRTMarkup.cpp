@@ -75,6 +75,9 @@ std::optional<TagMatch> findTag(std::string_view text, std::string_view opening)
 void takeColor(MarkedLine& line) {
     if (const auto match = findTag(line.text, "<font color=\"")) {
         line.color = subtitles::colorFromText(match->value);
+        if (!subtitles::isColorText(match->value)) {
+            line.wrongColor = match->value.size();
+        }
         line.colorStaysOpen = true;
         line.text.erase(match->position, match->length);
     }

@@ -19,6 +19,8 @@ struct MarkedLine {
     bool underline = false;
     bool colorStaysOpen = false;  ///< A `<font color>` that was not closed on the line.
     std::int32_t color = subtitles::kWhite;
+    /// The bytes of a value that is none of the known forms of a colour. Hosts take `color` all the same.
+    std::optional<std::size_t> wrongColor;
     std::int32_t positioningType = 0;  ///< N of `{\anN}`, 0 for none.
     std::uint64_t row = 0;             ///< The value of `<line="...">`, 0 for none.
     /// The bytes of a value that is no row: something else than digits, 0, or too great. Hosts take `row` all the same.

@@ -257,6 +257,9 @@ void SrtReader::takeText(std::string_view line) {
     run.style.foreground = before != nullptr && _isColorOpen
                                ? before->runs.front().style.foreground
                                : screen::kBasicColors[static_cast<std::size_t>(marked.color)];
+    if (marked.wrongColor) {
+        report(SrtColorUnknown, Severity::Warning, marked.color, static_cast<std::int64_t>(*marked.wrongColor));
+    }
     _isColorOpen = marked.colorStaysOpen;
     if (marked.wrongRow) {
         report(SrtRowWrong, Severity::Warning, static_cast<std::int64_t>(*marked.wrongRow));

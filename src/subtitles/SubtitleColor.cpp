@@ -123,6 +123,34 @@ std::int32_t colorFromText(std::string_view text) {
     return characters.count() == 6 ? characters.colorAt(0) : kWhite;
 }
 
+bool isColorText(std::string_view text) {
+    constexpr std::size_t kHexDigits = 6;
+    constexpr std::size_t kComponents = 3;
+    constexpr std::int64_t kGreatestComponent = 255;
+    const std::string value = asciiLowercased(text);
+    std::string_view rest = value;
+    if (!rest.starts_with("rgb")) {
+        rest.remove_prefix(rest.starts_with('#') ? 1 : 0);
+        return rest.size() == kHexDigits && rest.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+    }
+    const bool hasAlpha = rest.starts_with("rgba(");
+    if ((!hasAlpha && !rest.starts_with("rgb(")) || !rest.ends_with(')')) {
+        return false;
+    }
+    rest = rest.substr(rest.find('(') + 1);
+    rest.remove_suffix(1);
+    if (std::count(rest.begin(), rest.end(), ',') != (hasAlpha ? 3 : 2)) {
+        return false;
+    }
+    for (std::size_t index = 0; index < kComponents; ++index) {
+        const std::string_view component = trimmed(takePart(rest, ','));
+        if (!isWholeNumber(component) || integerValue(component) > kGreatestComponent) {
+            return false;
+        }
+    }
+    return true;
+}
+
 Color displayColor(std::int32_t constant) noexcept {
     return constant >= 1 && constant <= kWhite ? kDisplayColors[static_cast<std::size_t>(constant) - 1]
                                                : kDisplayColors.back();

@@ -18,6 +18,9 @@ inline constexpr std::int32_t kWhite = 7;
 /// (which nobody could read) and for anything else.
 [[nodiscard]] std::int32_t colorFromText(std::string_view text);
 
+/// True for a text in one of these forms, of hexadecimal digits and of numbers up to 255.
+[[nodiscard]] bool isColorText(std::string_view text);
+
 /// How a colour constant is displayed; white for a number that is none.
 [[nodiscard]] Color displayColor(std::int32_t constant) noexcept;
 

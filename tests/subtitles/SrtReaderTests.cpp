@@ -248,6 +248,24 @@ TEST(SrtReader, TellsOfRowsThatAreNone) {
     }
 }
 
+TEST(SrtReader, TellsOfColorsThatAreNone) {
+    for (const std::string_view value : {"#ff0000", "FF0000", "rgb(255, 0,\t0)", "RGBA(255,0,0,0.5)"}) {
+        EXPECT_EQ(findingsOf(cueOfRows("<font color=\"" + std::string(value) + "\">a</font>\n")),
+                  std::vector<Finding>{})
+            << value;
+    }
+    // Six letters are digits, 0 where they are none: "0ra0ge" is 00h, A0h, 0Eh, which is green, number 2.
+    EXPECT_EQ(findingsOf(cueOfRows("<font color=\"orange\">a</font>\n")),
+              (std::vector<Finding>{{FindingCode::SrtColorUnknown, Severity::Warning, 3, 2, 6}}));
+    for (const std::string_view value : {"", "red", "#f00", "#ff000g", "ff00000", "rgb(255,0)", "rgb(255,0,0",
+                                         "rgb(256,0,0,1)", "rgb(,,)", "rgb(-1,-1,-1)", "rgbx"}) {
+        const auto findings = findingsOf(cueOfRows("<font color=\"" + std::string(value) + "\">a</font>\n"));
+        ASSERT_EQ(findings.size(), 1U) << value;
+        EXPECT_EQ(findings[0].code, FindingCode::SrtColorUnknown) << value;
+        EXPECT_EQ(findings[0].second, static_cast<std::int64_t>(value.size())) << value;
+    }
+}
+
 TEST(SrtReader, TellsWhatMakesNoCue) {
     using enum FindingCode;
     constexpr auto kError = Severity::Error;

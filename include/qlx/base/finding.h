@@ -254,6 +254,7 @@ enum class FindingCode : std::uint32_t {
     SrtCueTooLong,              ///< Greatest size in bytes, most lines of a cue.
     SrtNumberTooGreat,          ///< The greatest number, which it is read as.
     SrtRowWrong,                ///< Size of the value in bytes.
+    SrtColorUnknown,            ///< Teletext number of the colour that it is read as, size of the value in bytes.
 
     // subtitles (EBU Tech 3264)
     StlTooShort = 0xA'0201,      ///< Bytes needed, bytes there.
