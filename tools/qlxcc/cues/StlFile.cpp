@@ -66,6 +66,19 @@ std::string impossibleTimeCodes(const Tti& block, std::uint8_t frames) {
     return text;
 }
 
+/// What of a block's text is lost; empty for a finding of something else.
+std::string lossInText(const Finding& finding) {
+    if (finding.code == FindingCode::StlTextUnended) {
+        return "the text has no end mark (8F): what stands behind its last line break is lost";
+    }
+    if (finding.code == FindingCode::StlCodesPassed) {
+        const std::array first{static_cast<std::uint8_t>(finding.first)};
+        return "the text has " + counted(static_cast<std::uint64_t>(finding.second), "code") +
+               " that nothing is made of (first " + hex(first) + "): italics, underline, boxes and the like are lost";
+    }
+    return {};
+}
+
 /// Whether a row is there only to skip one.
 bool isEmpty(const subtitles::Row& row) {
     return row.text().find_first_not_of(' ') == std::string::npos;
@@ -126,10 +139,10 @@ private:
         }
         Findings findings;
         subtitles::Cue cue = subtitles::cueOf(block, _rate, &findings);
-        if (std::any_of(findings.begin(), findings.end(),
-                        [](const Finding& finding) { return finding.code == FindingCode::StlTextUnended; })) {
-            _subtitles.problems.add(
-                {place, "the text has no end mark (8F): what stands behind its last line break is lost", Effect::None});
+        for (const Finding& finding : findings) {
+            if (std::string loss = lossInText(finding); !loss.empty()) {
+                _subtitles.problems.add({place, std::move(loss), Effect::None});
+            }
         }
         std::erase_if(cue.rows, &isEmpty);
         auto record = recordOf(cue);
