@@ -4,8 +4,18 @@
 //     00:00:01,000 --> 00:00:02,500
 //     <i>Hello</i>
 //
-// The format has no standard. Read are `<b>`, `<i>`, `<u>`, `<font color="...">`, `<line="...">` and `{\anN}`, of which a
-// row has one each; other markup stays in the text.
+// The format has no standard. Read are `<b>`, `<i>`, `<u>`, `<font color="...">`, `<line="...">` and `{\anN}`, as
+// deployed readers do:
+//
+// - A row has one style. `<b>`, `<i>` or `<u>`, in lower case, anywhere on it holds for all of it, and for no other
+//   row; both tags go. A closing tag without such an opening one stays in the text.
+// - A row has one colour, white without a tag. A value is `#RRGGBB`, `RRGGBB`, `rgb(r, g, b)` or `rgba(r, g, b, a)`,
+//   and becomes the nearest of the seven colours of teletext. Any other, such as a name, is a finding, and white as a
+//   rule; one of six characters is read as digits all the same. A colour that is not closed on its row goes on to the next
+//   row, whatever colour that one names, and no further unless that one leaves a colour open as well.
+// - A row takes the first `<font color="`, the first `<line="` and the first `{\anN}`. A value goes up to the last `">`
+//   of the row: with another tag that ends so behind it, all between them belongs to it, and is lost with it. A second
+//   tag, a tag in another form (`<font color=red>`, `<font face="..." color="...">`) and other markup stay in the text.
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

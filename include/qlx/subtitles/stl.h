@@ -219,13 +219,22 @@ private:
 /// The cue of a block that is a subtitle; blocks of one subtitle are not joined.
 ///
 /// A row ends at a line break (8Ah) or at the unused space (8Fh) behind the text, each of which may be the field's last
-/// byte; what stands behind the last of them is not shown. A row is of one colour, the last that its codes name; black is read as white.
-/// Its number is that of the double-height rows of a teletext page: 1 for vertical position 3 or 4, up to 11 for 23; the
-/// rows behind the first follow. A row outside of them, and all of a vertical position above 23, has none. Characters
-/// are read as Latin (code table 00), with the letters that deployed hosts know.
+/// byte; what stands behind the last of them is not shown.
 ///
-/// Impossible time codes are findings, as are codes that have no effect, text that is not shown and rows of text without
-/// a number.
+/// A row has one run and one colour: the last that its codes name, for all of it. Without one it has the colour of the
+/// row before, the first row white; black is read as white. Italics, underline, boxes, flashing and double height have
+/// no effect.
+///
+/// Characters are read as Latin (code table 00), whatever table the file names, and as deployed readers know them, not
+/// as all of ISO/IEC 6937: characters and letters with a mark that these do not know become a space or the letter
+/// without its mark, and some become others, without a finding. `docs/COMPATIBILITY.md` lists them
+/// (QLXSTLFileReader::stringWithTTIEncodedData).
+///
+/// A row's number is that of the double-height rows of a teletext page: 1 for vertical position 3 or 4, up to 11 for
+/// 23; the rows behind the first follow. A row outside of them, and all of a vertical position above 23, has none.
+///
+/// Impossible time codes are findings, as are codes that have no effect, text that is not shown and rows of text
+/// without a number.
 /// @param offset Of the block, for the findings.
 [[nodiscard]] QLX_EXPORT Cue cueOf(const Tti& tti, FrameRate rate, FindingSink* findings = nullptr,
                                    std::uint64_t offset = 0);
@@ -246,7 +255,8 @@ struct StlView {
 };
 
 /// Reads a file's GSI block; the TTI blocks are read one by one. Fails with StlTooShort. Another count of blocks than is
-/// announced, a block that is cut, and a character code table other than Latin, which cueOf() does not read, are findings.
+/// announced, a block that is cut, and a character code table other than Latin, which cueOf() does not read, are
+/// findings.
 [[nodiscard]] QLX_EXPORT Result<StlView> parseStl(std::span<const std::uint8_t> bytes, FindingSink* findings = nullptr);
 
 }  // namespace qlx::subtitles
