@@ -75,9 +75,15 @@ namespace detail {
 /// Takes the service blocks of a packet that are whole and sound.
 class BlockReader {
 public:
-    /// `data` is what is there of the `announced` bytes behind the header.
-    static Packet read(std::uint8_t header, std::span<const std::uint8_t> data, FindingSink* findings) {
+    struct Blocks {
         Packet packet;
+        bool isCut = false;  ///< The last one is not whole, and left out.
+    };
+
+    /// `data` is what is there of the `announced` bytes behind the header.
+    static Blocks read(std::uint8_t header, std::span<const std::uint8_t> data, FindingSink* findings) {
+        Blocks blocks;
+        Packet& packet = blocks.packet;
         packet.setSequenceNumber(unsigned{header} >> kSequenceShift);
         const std::size_t announced = packetDataSize(header & kSizeCodeBits);
         std::size_t offset = 0;
@@ -91,13 +97,14 @@ public:
             if (block.isExtensionCut || block.wholeSize() > there) {
                 tell(findings, {FindingCode::Cea708BlockCut, Severity::Error, offset + 1,
                                 static_cast<std::int64_t>(block.wholeSize()), static_cast<std::int64_t>(there)});
+                blocks.isCut = true;
                 break;
             }
             take(packet, block, data.subspan(offset, block.wholeSize()), offset + 1, findings);
             offset += block.wholeSize();
         }
         packet._dataSize = announced;
-        return packet;
+        return blocks;
     }
 
 private:
@@ -169,10 +176,10 @@ void Packet::growTo(std::size_t dataSize) noexcept {
     _dataSize = std::max(_dataSize, sizeThatHolds(dataSize));
 }
 
-Result<Packet> parsePacket(std::span<const std::uint8_t> bytes, FindingSink* findings) {
-    if (bytes.empty()) {
-        return Finding{FindingCode::Cea708PacketCut, Severity::Error, 0, 2, 0};
-    }
+namespace {
+
+/// Reads a packet of which the header, at least, is there.
+detail::BlockReader::Blocks readPacket(std::span<const std::uint8_t> bytes, FindingSink* findings) {
     const std::size_t announced = packetDataSize(bytes[0] & kSizeCodeBits);
     std::span<const std::uint8_t> data = bytes.subspan(1);
     if (data.size() < announced) {
@@ -184,6 +191,15 @@ Result<Packet> parsePacket(std::span<const std::uint8_t> bytes, FindingSink* fin
         data = data.first(announced);
     }
     return detail::BlockReader::read(bytes[0], data, findings);
+}
+
+}  // namespace
+
+Result<Packet> parsePacket(std::span<const std::uint8_t> bytes, FindingSink* findings) {
+    if (bytes.empty()) {
+        return Finding{FindingCode::Cea708PacketCut, Severity::Error, 0, 2, 0};
+    }
+    return readPacket(bytes, findings).packet;
 }
 
 Result<std::size_t> writePacket(const Packet& packet, std::span<std::uint8_t> room) {
@@ -262,9 +278,9 @@ void PacketReader::end(FindingSink* findings, std::uint64_t offset) {
     _expected = static_cast<std::uint8_t>((number + 1U) % 4);
     received.isBehindLoss = _isBehindLoss;
     received.isCut = _size < _needed;
-    _isBehindLoss = received.isCut;
-    // There is a header, so there is a packet.
-    received.packet = *parsePacket(std::span(_bytes).first(_size), &placed);
+    const detail::BlockReader::Blocks read = readPacket(std::span(_bytes).first(_size), &placed);
+    received.packet = read.packet;
+    _isBehindLoss = received.isCut || read.isCut;
     _size = 0;
 }
 

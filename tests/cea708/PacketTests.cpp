@@ -298,4 +298,27 @@ TEST(PacketReader, TellsLossesAndUsesWhatIsWhole) {
                                                       {Cea708BlockCut, Severity::Error, 5, 4, 1}}));
 }
 
+TEST(PacketReader, IsBehindALossWhereABlockIsCut) {
+    PacketReader reader;
+    Findings findings;
+    std::vector<Seen> seen;
+    // Whole packets: the last block of 1 says 31 bytes and has two, that of 3 ends within its header.
+    const std::vector<std::string> packets{"02214100", "423f4142", "82214300", "c22144e1", "02214500", "42214600"};
+    for (std::size_t place = 0; place < packets.size(); ++place) {
+        const std::vector<std::uint8_t> bytes = fromHex(packets[place]);
+        for (std::size_t index = 0; index + 1 < bytes.size(); index += 2) {
+            const CcType type = index == 0 ? CcType::DtvccStart : CcType::DtvccData;
+            take(seen, reader.receive(Triplet::make(type, bytes[index], bytes[index + 1]), &findings, place));
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<Seen>{{0, false, false, {{1, "41"}}},
+                                       {1, false, false, {}},
+                                       {2, true, false, {{1, "43"}}},
+                                       {3, false, false, {{1, "44"}}},
+                                       {0, true, false, {{1, "45"}}},
+                                       {1, false, false, {{1, "46"}}}}));
+    EXPECT_EQ(listOf(findings), (std::vector<Finding>{{FindingCode::Cea708BlockCut, Severity::Error, 1, 32, 3},
+                                                      {FindingCode::Cea708BlockCut, Severity::Error, 3, 3, 1}}));
+}
+
 }  // namespace

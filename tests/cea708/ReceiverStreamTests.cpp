@@ -146,6 +146,28 @@ TEST(CaptionPackets, AreReadToScreens) {
     EXPECT_EQ(fed.findings.size(), 4U);
 }
 
+TEST(CaptionPackets, DropWhatABlockThatIsCutWasToComplete) {
+    PacketReader packets;
+    Fed fed;
+    std::uint64_t place = 0;
+    // A window, "ab" and the code of SPC; a block of 31 bytes, of which two are there; "hello".
+    for (const Parts& parts : {Parts{"062a", kShown, "'ab", "91"}, Parts{"423f4142"}, Parts{"8425", "'hello", "00"}}) {
+        const std::vector<std::uint8_t> bytes = bytesOf(parts);
+        ++place;
+        for (std::size_t index = 0; index < bytes.size(); index += 2) {
+            const auto type = index == 0 ? qlx::cc::CcType::DtvccStart : qlx::cc::CcType::DtvccData;
+            const auto triplet = qlx::cc::Triplet::make(type, bytes[index], bytes[index + 1]);
+            for (const ReceivedPacket& received : packets.receive(triplet, &fed.findings, place)) {
+                (void)fed.receiver.receive(received, &fed.findings, place);
+            }
+        }
+    }
+    EXPECT_EQ(fed.lines(), Lines{"  14  abhello"});
+    EXPECT_EQ(fed.cell(13, 2).foreground, kPenWhite);
+    EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708BlockCut, Severity::Error, 2, 32, 3},
+                                                 {Cea708CommandsDropped, Severity::Error, 3, 1, 0}}));
+}
+
 TEST(CaptionPackets, AreReadUpToEveryLength) {
     // Where each character comes, and nothing else, is one more to be read; what is cut waits.
     const std::vector<std::uint8_t> bytes = bytesOf({kShown, "'a", "90051f", "'b", "1039", "18ac00", "917c833f", "'c"});

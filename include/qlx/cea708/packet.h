@@ -164,8 +164,8 @@ private:
 /// A packet that was received, and what was around it.
 struct ReceivedPacket {
     Packet packet;              ///< Its whole service blocks.
-    bool isBehindLoss = false;  ///< Something between it and the packet before it is lost.
-    bool isCut = false;         ///< Its end is lost.
+    bool isBehindLoss = false;  ///< Lost are packets in front of it, or the end of the last one or of its last block.
+    bool isCut = false;         ///< Its end is lost: its header announces more than has come.
 
     /// Whether all fields are equal.
     friend bool operator==(const ReceivedPacket&, const ReceivedPacket&) noexcept = default;
