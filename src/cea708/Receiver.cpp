@@ -196,10 +196,7 @@ private:
 Receiver::Receiver(std::uint8_t service, const ReceiverOptions& options) : _service(service), _options(options) {}
 
 bool Receiver::receive(const ReceivedPacket& packet, FindingSink* findings, std::uint64_t offset) {
-    if (packet.isBehindLoss) {
-        expectLoss(findings, offset);
-    }
-    bool isChanged = false;
+    bool isChanged = packet.isBehindLoss && expectLoss(findings, offset);
     for (const ServiceBlockView& block : packet.packet.blocks()) {
         if (block.service == _service) {
             isChanged = receive(block.data, findings, offset) || isChanged;
@@ -234,19 +231,22 @@ bool Receiver::nextFrame(FrameRate rate, FindingSink* findings, std::uint64_t of
     return _isChanged;
 }
 
-void Receiver::expectLoss(FindingSink* findings, std::uint64_t offset) {
+bool Receiver::expectLoss(FindingSink* findings, std::uint64_t offset) {
+    const Sink sink{findings, offset};
+    _isChanged = false;
+    endSurrogate(sink);
     const std::size_t kept = _isDelayed ? _seen : 0;
     if (_waitingSize > kept) {
-        Sink{findings, offset}(FindingCode::Cea708CommandsDropped, Severity::Error,
-                               static_cast<std::int64_t>(_waitingSize - kept), 0);
+        sink(FindingCode::Cea708CommandsDropped, Severity::Error, static_cast<std::int64_t>(_waitingSize - kept), 0);
         _waitingSize = kept;
     }
-    _highSurrogate = 0;
+    return _isChanged;
 }
 
 bool Receiver::reset() noexcept {
     _isChanged = false;
     removeWindows();
+    _highSurrogate = 0;
     _isDelayed = false;
     _delay = 0;
     _waitingSize = 0;
@@ -261,7 +261,6 @@ void Receiver::removeWindows() noexcept {
     }
     _current.reset();
     _wasToldNoWindow = false;
-    _highSurrogate = 0;
 }
 
 /// Puts as many bytes as there is room for behind those that wait, and goes on with them where nothing holds them.

@@ -146,6 +146,29 @@ TEST(CaptionPackets, AreReadToScreens) {
     EXPECT_EQ(fed.findings.size(), 4U);
 }
 
+TEST(CaptionPackets, EndAPairOfHalvesBehindALoss) {
+    Fed fed;
+    const ReceivedPacket behindLoss{{}, true, false};
+    // The half is shown as what is unknown at once; what comes is no other half of it.
+    fed.feed({kShown, "18d83d"});
+    EXPECT_TRUE(fed.receiver.receive(behindLoss, &fed.findings, 1));
+    EXPECT_EQ(fed.feed({"'b", "18d83d", "18de"}).lines(), Lines{"  14  _b"});
+    EXPECT_TRUE(fed.receiver.receive(behindLoss, &fed.findings, 2));
+    EXPECT_EQ(fed.feed({"18de00", "'c"}).lines(), Lines{"  14  _b__c"});
+    // Where there is no half nothing changes.
+    EXPECT_FALSE(fed.receiver.receive(behindLoss, &fed.findings, 3));
+    // RST says it as well; what the host asks for does not.
+    fed.feed({"18d83d", "8f", kShown, "18d83d"});
+    EXPECT_TRUE(fed.receiver.reset());
+    EXPECT_EQ(fed.feed({kShown, "18de00"}).lines(), Lines{"  14  _"});
+    EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708CharacterUnknown, Severity::Warning, 1, 0xD83D, 0},
+                                                 {Cea708CharacterUnknown, Severity::Warning, 2, 0xD83D, 0},
+                                                 {Cea708CommandsDropped, Severity::Error, 2, 2, 0},
+                                                 {Cea708CharacterUnknown, Severity::Warning, 0, 0xDE00, 0},
+                                                 {Cea708CharacterUnknown, Severity::Warning, 0, 0xD83D, 0},
+                                                 {Cea708CharacterUnknown, Severity::Warning, 0, 0xDE00, 0}}));
+}
+
 TEST(CaptionPackets, DropWhatABlockThatIsCutWasToComplete) {
     PacketReader packets;
     Fed fed;

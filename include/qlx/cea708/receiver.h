@@ -64,10 +64,13 @@ public:
     /// @return Whether the screen may look different now.
     QLX_EXPORT bool nextFrame(FrameRate rate, FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
-    /// Something is lost: a command that is not complete is dropped. The windows and a delay stay.
-    QLX_EXPORT void expectLoss(FindingSink* findings = nullptr, std::uint64_t offset = 0);
+    /// Something is lost: a command that is not complete is dropped, and the first half of a UTF-16 pair whose other half
+    /// has not come is shown as a code that has no character. The windows and a delay stay.
+    /// @return Whether the screen may look different now.
+    QLX_EXPORT bool expectLoss(FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
-    /// RST: deletes all windows, ends a delay, and drops all that waits.
+    /// RST, as the host asks for it: deletes all windows, ends a delay, and drops without a finding all that waits, also
+    /// half a UTF-16 pair.
     /// @return Whether the screen may look different now.
     QLX_EXPORT bool reset() noexcept;
 
