@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -245,6 +246,34 @@ TEST(CaptionService, ShowsCharactersOfAllSets) {
     Fed korean(options);
     EXPECT_EQ(korean.feed({kShown, "18b0a1", "180001"}).lines(), Lines{"  14  가_"});
     EXPECT_EQ(korean.found(), (std::vector<Finding>{{Cea708CharacterUnknown, Severity::Warning, 0, 1, 0}}));
+}
+
+TEST(CaptionService, ShowsNoControls) {
+    const auto unknown = [](std::initializer_list<int> codes) {
+        std::vector<Finding> findings;
+        for (const int code : codes) {
+            findings.push_back({Cea708CharacterUnknown, Severity::Warning, 0, code, 0});
+        }
+        return findings;
+    };
+    Fed fed;
+    fed.feed(
+        {kShown, "180007", "18001b", "18001f", "18007f", "180080", "18009f", "18fdd0", "18feff", "18fffe", "18ffff"});
+    // 1FFFE.
+    fed.feed({"18d83f", "18dffe"});
+    // What stands beside them is shown.
+    fed.feed({"18007e", "1800a1", "18fdcf", "18fdf0", "18ff00", "18fffd"});
+    EXPECT_EQ(fed.lines(), Lines{"  14  ___________~\u00A1\uFDCF\uFDF0\uFF00\uFFFD"});
+    EXPECT_EQ(fed.found(), unknown({0x07, 0x1B, 0x1F, 0x7F, 0x80, 0x9F, 0xFDD0, 0xFEFF, 0xFFFE, 0xFFFF, 0xDFFE}));
+    ReceiverOptions options;
+    options.wideCharacter = [](std::uint16_t code) {
+        constexpr std::array<char32_t, 8> kCharacters{0, 0x1B, 0x9B, 0xD800, 0xDFFF, 0xFEFF, 0x110000, 0x10FFFD};
+        return kCharacters[code];
+    };
+    Fed turned(options);
+    turned.feed({kShown, "180000", "180001", "180002", "180003", "180004", "180005", "180006", "180007"});
+    EXPECT_EQ(turned.lines(), Lines{"  14  _______\U0010FFFD"});
+    EXPECT_EQ(turned.found(), unknown({0, 1, 2, 3, 4, 5, 6}));
 }
 
 TEST(WindowPlaces, FollowTheirAnchors) {

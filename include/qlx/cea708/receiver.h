@@ -29,6 +29,7 @@ namespace qlx::cea708 {
 struct ReceiverOptions {
     AspectRatio aspectRatio = AspectRatio::Wide;  ///< Of the picture: it says how many columns there are.
     /// Turns the code of a P16 into a character of Unicode, 0 where it has none. Where it is empty the codes are UTF-16.
+    /// Either way what no screen shows (controls, single halves of a pair, noncharacters, U+FEFF) is a code that has none.
     std::function<char32_t(std::uint16_t code)> wideCharacter;
 };
 
