@@ -77,6 +77,8 @@ public:
 
     /// What is shown now: 15 rows, counted from 1, of 42 columns, or of 32 at 4:3. A window in front of others hides
     /// what is behind it, also with a translucent fill; of one whose fill is transparent only the characters are drawn.
+    /// Of the attributes of a window its border and the border's colour, and its display effect with direction and speed,
+    /// reach no cell; window(n).attributes() has them. Rows with full justification stand as those justified to the left.
     [[nodiscard]] QLX_EXPORT screen::Screen screen() const;
     /// The same into a screen that is there already, without an allocation where it has the size.
     QLX_EXPORT void drawScreen(screen::Screen& screen) const;
