@@ -165,6 +165,25 @@ Command reservedCommand(std::span<const std::uint8_t> bytes, const Tell& tell) {
     return reserved;
 }
 
+constexpr bool isDefined(Control control) noexcept {
+    switch (control) {
+    case Control::Null:
+    case Control::EndOfText:
+    case Control::Backspace:
+    case Control::FormFeed:
+    case Control::CarriageReturn:
+    case Control::HorizontalCarriageReturn:
+    case Control::DelayCancel:
+    case Control::Reset:
+        return true;
+    }
+    return false;
+}
+
+constexpr bool isDefined(WindowsAction action) noexcept {
+    return action >= WindowsAction::Clear && action <= WindowsAction::Delete;
+}
+
 Command parseC0(std::span<const std::uint8_t> bytes, const Tell& tell) {
     const std::uint8_t code = bytes[0];
     if (code == kP16) {
@@ -176,17 +195,8 @@ Command parseC0(std::span<const std::uint8_t> bytes, const Tell& tell) {
     if (code == kExt1 && isCodeOf(CharacterSet::G3, bytes[1])) {
         return CharacterCode{CharacterSet::G3, bytes[1]};
     }
-    switch (static_cast<Control>(code)) {
-    case Control::Null:
-    case Control::EndOfText:
-    case Control::Backspace:
-    case Control::FormFeed:
-    case Control::CarriageReturn:
-    case Control::HorizontalCarriageReturn:
-        return static_cast<Control>(code);
-    default:
-        return reservedCommand(bytes, tell);
-    }
+    const auto control = static_cast<Control>(code);
+    return isDefined(control) ? Command(control) : reservedCommand(bytes, tell);
 }
 
 Command parseC1(std::span<const std::uint8_t> bytes, const Tell& tell) {
@@ -236,11 +246,9 @@ public:
         return value;
     }
 
-    void operator()(Control control) { byte(static_cast<std::size_t>(control)); }
+    void operator()(Control control) { byte(defined(static_cast<unsigned>(control), isDefined(control))); }
     void operator()(CharacterCode character) {
-        if (!isCodeOf(character.set, character.code)) {
-            (void)fitting(std::max<unsigned>(character.code, 1), 0);
-        }
+        (void)defined(character.code, isCodeOf(character.set, character.code));
         if (character.set == CharacterSet::G2 || character.set == CharacterSet::G3) {
             byte(kExt1);
         }
@@ -248,7 +256,9 @@ public:
     }
     void operator()(WideCharacter character) { byte(kP16).byte(character.code >> 8U).byte(character.code & 0xFFU); }
     void operator()(SetCurrentWindow current) { byte(kFirstC1 + fitting(current.window, kWindows - 1)); }
-    void operator()(WindowsCommand command) { byte(static_cast<std::size_t>(command.action)).byte(command.windows); }
+    void operator()(WindowsCommand command) {
+        byte(defined(static_cast<unsigned>(command.action), isDefined(command.action))).byte(command.windows);
+    }
     void operator()(Delay delay) { byte(kDelay).byte(delay.tenths); }
     void operator()(const PenAttributes& pen) {
         byte(kSetPenAttributes);
@@ -296,6 +306,14 @@ public:
     [[nodiscard]] std::span<const std::uint8_t> bytes() const { return std::span(_bytes).first(_size); }
 
 private:
+    /// A code that must be one of some.
+    unsigned defined(unsigned code, bool isOne) {
+        if (!isOne) {
+            (void)fitting(std::max(code, 1U), 0);
+        }
+        return code;
+    }
+
     /// Rows and columns stand in their fields less one.
     unsigned countField(std::uint8_t count, std::size_t greatest) {
         return fitting((count + 0xFFU) & 0xFFU, static_cast<unsigned>(greatest - 1));

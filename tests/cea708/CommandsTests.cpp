@@ -225,6 +225,21 @@ TEST(CaptionCommands, AreRefusedWhereTheyDoNotFit) {
     EXPECT_EQ(writeCommand(PenColor(), room).error(), (Finding{FindingCode::OutputTooSmall, Severity::Error, 0, 4, 2}));
 }
 
+TEST(CaptionCommands, AreRefusedWhereTheyAreNone) {
+    constexpr std::array<unsigned, 8> kControls{0x00, 0x03, 0x08, 0x0C, 0x0D, 0x0E, 0x8E, 0x8F};
+    for (unsigned code = 0; code < 256; ++code) {
+        std::array<std::uint8_t, 2> room{};
+        const auto isRefused = [&room](const Command& command) {
+            const auto size = writeCommand(command, room);
+            return !size && size.error().code == FindingCode::Cea708ValueTooGreat;
+        };
+        const bool isControl = std::find(kControls.begin(), kControls.end(), code) != kControls.end();
+        EXPECT_EQ(isRefused(static_cast<Control>(code)), !isControl) << code;
+        const bool isAction = code >= 0x88 && code <= 0x8C;
+        EXPECT_EQ(isRefused(WindowsCommand{static_cast<WindowsAction>(code), 1}), !isAction) << code;
+    }
+}
+
 TEST(CaptionCommands, ComeBackFromRandomBytes) {
     std::mt19937 random(708);
     std::size_t exact = 0;

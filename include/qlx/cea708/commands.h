@@ -225,8 +225,8 @@ struct SizedCommand {
                                                            FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
 /// Writes the command and gives its bytes. Cea708ValueTooGreat for a number that its field cannot hold (a character
-/// whose code is none of its set, an empty ReservedCommand too), OutputTooSmall for a room that is smaller; nothing is
-/// written then. Allocates nothing.
+/// whose code is none of its set, a Control or WindowsAction that is none, an empty ReservedCommand too), OutputTooSmall
+/// for a room that is smaller; nothing is written then. Allocates nothing.
 [[nodiscard]] QLX_EXPORT Result<std::size_t> writeCommand(const Command& command, std::span<std::uint8_t> room);
 
 /// The window attributes of a predefined style, 1 to 7; those of style 1 for any other number.
