@@ -97,6 +97,7 @@ constexpr Text kTexts[] = {
     {Cea608FlashLeftOut, "{2} columns from {1p} on do not flash"},
     {Cea608ShownLate, "caption is shown {1} frames late, {2} pairs short"},
     {Cea608EndLate, "caption ends {1} frames late"},
+    {Cea608OpacityLeftOut, "{2} columns from {1p} on have solid letters"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
     {KlvKeyWrong, "no key begins with {1x}"},
     {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},

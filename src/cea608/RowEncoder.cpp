@@ -13,7 +13,7 @@ namespace {
 /// Behind these columns only a white preamble brings the cursor without many tab offsets.
 constexpr std::size_t kGreatestTab = 3;
 
-enum RunKind : std::size_t { kColorRun, kItalicsRun, kUnderlineRun, kBackgroundRun, kFlashRun };
+enum RunKind : std::size_t { kColorRun, kItalicsRun, kUnderlineRun, kBackgroundRun, kFlashRun, kOpacityRun };
 
 /// The codes that lead from one foreground to another; their number is given back.
 std::size_t foregroundCodes(const Look& from, const Look& to, std::array<Code, 2>& codes) {
@@ -313,8 +313,12 @@ void RowEncoder::reportColors(std::size_t column) {
     if (from.backgroundOpacity != screen::Opacity::Transparent) {
         replaced(from.background);
     }
-    if ((from.hasText() && from.isFlashing) || from.backgroundOpacity == screen::Opacity::Flash) {
+    const bool hasFlashingText = from.isFlashing || from.foregroundOpacity == screen::Opacity::Flash;
+    if ((from.hasText() && hasFlashingText) || from.backgroundOpacity == screen::Opacity::Flash) {
         report(kFlashRun, FindingCode::Cea608FlashLeftOut, column);
+    }
+    if (from.hasText() && from.foregroundOpacity >= screen::Opacity::Translucent) {
+        report(kOpacityRun, FindingCode::Cea608OpacityLeftOut, column);
     }
 }
 

@@ -203,6 +203,17 @@ TEST(CaptionFindings, SayWhereAStyleIsLate) {
     EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608FlashLeftOut, 15000, 1}}));
 }
 
+TEST(CaptionFindings, SayWhichLettersAreSolid) {
+    using enum FindingCode;
+    const Encoded result = changed(joined({cellsOf(U"a"), cellsOf(U"bc ", {.foregroundOpacity = Opacity::Transparent}),
+                                           cellsOf(U"d", {.foregroundOpacity = Opacity::Translucent}),
+                                           cellsOf(U"e", {.foregroundOpacity = Opacity::Flash})}));
+    EXPECT_EQ(result.pairs, "1460 6162 6320 6465");
+    EXPECT_EQ(result.findings,
+              (std::vector<Found>{
+                  {Cea608OpacityLeftOut, 15001, 2}, {Cea608FlashLeftOut, 15005, 1}, {Cea608OpacityLeftOut, 15004, 1}}));
+}
+
 TEST(CaptionFindings, SayWhatIsReplaced) {
     using enum FindingCode;
     Encoded result = changed(cellsOf(U"a\u2019Жe\u0142"));

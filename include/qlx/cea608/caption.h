@@ -31,9 +31,10 @@ enum class CaptionStyle : std::uint8_t {
     PaintOn,  ///< Written letter by letter where it stands.
 };
 
-/// A row of a caption. Of a cell its character, colours, opacity and background, its italics, its underline and whether
-/// it is visible are used; the picture shows through cells that are not. Of a space only the background counts: it has
-/// the other attributes of a character beside it.
+/// A row of a caption. Of a cell its character, both colours, the opacity of its background, its italics, its underline
+/// and whether it is visible are used; the picture shows through cells that are not. Letters are solid and do not flash:
+/// there is a finding where something else is asked for. Of a space only the background counts: it has the other
+/// attributes of a character beside it.
 struct CaptionRow {
     std::uint8_t row = kRows;           ///< 1 to 15.
     std::uint8_t column = 0;            ///< Of the first cell, 0 to 31.
