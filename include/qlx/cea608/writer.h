@@ -51,6 +51,8 @@ struct FramePairs {
 /// another one sends its mode code. What the writer does not know yet when the pair is due does not count: a caption is
 /// added at the latest before the end of the one before it, and for it to fit before that one is shown.
 ///
+/// Only CC1 to CC4 are written: neither text mode (T1 to T4) nor XDS.
+///
 /// The offset of findings is the number of the caption, counted by add() from 0.
 class Writer {
 public:
