@@ -226,6 +226,7 @@ constexpr Text kTexts[] = {
     {StlEndNotLater, "time code out {2x} is not later than time code in {1x}"},
     {StlTextUnended, "text without an end mark: {1} characters behind its last line break are left out"},
     {StlCodesPassed, "code {1x} is passed over ({2} such codes in the text)"},
+    {StlStylesPassed, "italics, underline or box (code {1x}) is passed over ({2} such codes in the text)"},
     {StlRowsOffPage, "vertical position {1}: {2} rows of text have no place on a teletext page"},
     {StlTableNotRead, "the text is in character code table {1}: it is read as Latin, table 0"},
     {VideoUnitTooShort, "{2} bytes, {1} are needed"},

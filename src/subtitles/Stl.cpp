@@ -243,6 +243,10 @@ Finding tooShort(std::uint64_t offset, std::size_t needed, std::size_t there) no
     return {StlTooShort, Severity::Error, offset, static_cast<std::int64_t>(needed), static_cast<std::int64_t>(there)};
 }
 
+// Italics, underline and boxes of open subtitling, on and off.
+constexpr std::uint8_t kFirstStyle = 0x80;
+constexpr std::uint8_t kLastStyle = 0x85;
+
 /// Makes the rows of a text field.
 class RowMaker {
 public:
@@ -255,7 +259,10 @@ public:
 
     void color(std::int32_t constant) noexcept { _color = constant; }
     void character(std::uint8_t byte) noexcept { _line[_used++] = byte; }
-    void passed(std::uint8_t code) noexcept { _firstPassed = _passed++ == 0 ? code : _firstPassed; }
+    void passed(std::uint8_t code) noexcept {
+        Passed& codes = code >= kFirstStyle && code <= kLastStyle ? _styles : _layout;
+        codes.first = codes.count++ == 0 ? code : codes.first;
+    }
     void lineEnd() {
         Row row;
         std::string text = stl::decodedLine(std::span(_line).first(_used)).value_or(std::string());
@@ -274,9 +281,13 @@ public:
     }
 
     void report(FindingSink& findings, std::uint64_t offset) const {
-        if (_passed > 0) {
-            findings.add({StlCodesPassed, Severity::Remark, offset + kText, _firstPassed, _passed});
-        }
+        const auto report = [&](FindingCode code, const Passed& codes) {
+            if (codes.count > 0) {
+                findings.add({code, Severity::Remark, offset + kText, codes.first, codes.count});
+            }
+        };
+        report(StlCodesPassed, _layout);
+        report(StlStylesPassed, _styles);
         if (_offPage > 0) {
             findings.add(
                 {StlRowsOffPage, Severity::Warning, offset + kVerticalPosition, _tti.verticalPosition, _offPage});
@@ -299,8 +310,14 @@ private:
     std::size_t _used = 0;
     std::size_t _unshown = 0;
     std::int32_t _color = stl::kWhite;
-    std::uint8_t _firstPassed = 0;
-    std::int64_t _passed = 0;
+    /// Codes that nothing is made of.
+    struct Passed {
+        std::uint8_t first = 0;
+        std::int64_t count = 0;
+    };
+
+    Passed _layout;  ///< Boxes, heights and the like of teletext.
+    Passed _styles;  ///< Italics, underline and boxes of open subtitling.
     std::int64_t _offPage = 0;
 };
 

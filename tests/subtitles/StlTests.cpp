@@ -397,7 +397,9 @@ TEST(StlCue, TellsWhatIsPassedOver) {
     using enum FindingCode;
     // Boxes, italics and a code without a meaning.
     EXPECT_EQ(found(ttiBytes({0x0B, 0x0B, 'a', 0x80, 'b', 0x81, 0x9F, 0x8F})),
-              (Found{{row("ab", 9)}, {{StlCodesPassed, Severity::Remark, 1016, 0x0B, 5}}}));
+              (Found{{row("ab", 9)},
+                     {{StlCodesPassed, Severity::Remark, 1016, 0x0B, 3},
+                      {StlStylesPassed, Severity::Remark, 1016, 0x80, 2}}}));
     Bytes unended = ttiBytes({'a', 0x8A});
     std::fill(unended.begin() + 18, unended.end(), std::uint8_t{'b'});
     // 112 bytes, of which two are taken.
@@ -425,7 +427,7 @@ TEST(StlCue, ReadsAFieldUpToItsLastByte) {
     const Row of111 = row(std::string(111, 'b'), 9);
     EXPECT_EQ(found(fullBlock({0x8F})), (Found{{of111}, {}}));
     EXPECT_EQ(found(fullBlock({0x8A})), (Found{{of111}, {}}));
-    EXPECT_EQ(found(fullBlock({0x8A, 0x81})), (Found{{of110}, {{StlCodesPassed, Severity::Remark, 1016, 0x81, 1}}}));
+    EXPECT_EQ(found(fullBlock({0x8A, 0x81})), (Found{{of110}, {{StlStylesPassed, Severity::Remark, 1016, 0x81, 1}}}));
 }
 
 TEST(StlCue, TellsOfTimesThatAreNone) {

@@ -271,9 +271,10 @@ enum class FindingCode : std::uint32_t {
     StlCommentFlagUnknown,       ///< Comment flag there, greatest that is defined.
     StlEndNotLater,              ///< The four numbers of the time code in as a number of four bytes, of that out.
     StlTextUnended,              ///< Characters behind the last line break, which are left out.
-    StlCodesPassed,              ///< The first code that is passed over, how many there are.
-    StlRowsOffPage,              ///< Vertical position there, rows with text that are on no row of a teletext page.
-    StlTableNotRead,             ///< Number of the character code table.
+    StlCodesPassed,   ///< The first code that is passed over and is none of 80h to 85h, how many such there are.
+    StlStylesPassed,  ///< The first of the codes 80h to 85h, how many there are.
+    StlRowsOffPage,   ///< Vertical position there, rows with text that are on no row of a teletext page.
+    StlTableNotRead,  ///< Number of the character code table.
     // line21 (CTA-608-E); the offset is a pixel of the row
     Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.
     Line21RowTooShort,               ///< Bytes needed, bytes there.

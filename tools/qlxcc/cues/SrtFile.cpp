@@ -65,6 +65,10 @@ public:
         case FindingCode::SrtCueTooLong:
             _longCue = _longCue == 0 ? line : _longCue;
             break;
+        case FindingCode::SrtRowWrong:
+        case FindingCode::SrtColorUnknown:
+            _problems.push_back({line, finding.text(), Effect::None});
+            break;
         default:
             // Numbers that are none, and coordinates behind the times, make no difference here.
             break;

@@ -71,10 +71,11 @@ std::string lossInText(const Finding& finding) {
     if (finding.code == FindingCode::StlTextUnended) {
         return "the text has no end mark (8F): what stands behind its last line break is lost";
     }
-    if (finding.code == FindingCode::StlCodesPassed) {
+    // Boxes and heights of teletext are made anew.
+    if (finding.code == FindingCode::StlStylesPassed) {
         const std::array first{static_cast<std::uint8_t>(finding.first)};
         return "the text has " + counted(static_cast<std::uint64_t>(finding.second), "code") +
-               " that nothing is made of (first " + hex(first) + "): italics, underline, boxes and the like are lost";
+               " that nothing is made of (first " + hex(first) + "): italics, underline and boxes are lost";
     }
     return {};
 }
