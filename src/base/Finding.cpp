@@ -98,6 +98,7 @@ constexpr Text kTexts[] = {
     {Cea608ShownLate, "caption is shown {1} frames late, {2} pairs short"},
     {Cea608EndLate, "caption ends {1} frames late"},
     {Cea608OpacityLeftOut, "{2} columns from {1p} on have solid letters"},
+    {Cea608TextLeftOut, "{2} columns from {1p} on are sent as spaces: concealed, or second halves of letters"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
     {KlvKeyWrong, "no key begins with {1x}"},
     {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},

@@ -13,7 +13,7 @@ namespace {
 /// Behind these columns only a white preamble brings the cursor without many tab offsets.
 constexpr std::size_t kGreatestTab = 3;
 
-enum RunKind : std::size_t { kColorRun, kItalicsRun, kUnderlineRun, kBackgroundRun, kFlashRun, kOpacityRun };
+enum RunKind : std::size_t { kColorRun, kItalicsRun, kUnderlineRun, kBackgroundRun, kFlashRun, kOpacityRun, kTextRun };
 
 /// The codes that lead from one foreground to another; their number is given back.
 std::size_t foregroundCodes(const Look& from, const Look& to, std::array<Code, 2>& codes) {
@@ -319,6 +319,9 @@ void RowEncoder::reportColors(std::size_t column) {
     }
     if (from.hasText() && from.foregroundOpacity >= screen::Opacity::Translucent) {
         report(kOpacityRun, FindingCode::Cea608OpacityLeftOut, column);
+    }
+    if (!from.hasText() && from.character != U' ' && from.character != U'\u00A0') {
+        report(kTextRun, FindingCode::Cea608TextLeftOut, column);
     }
 }
 

@@ -113,7 +113,7 @@ private:
     std::uint64_t _offset;
     Piece _piece;
     Look _look;
-    std::array<Run, 6> _runs{};
+    std::array<Run, 7> _runs{};
 };
 
 /// Whether a cell is more than a place through which the picture shows.

@@ -214,6 +214,18 @@ TEST(CaptionFindings, SayWhichLettersAreSolid) {
                   {Cea608OpacityLeftOut, 15001, 2}, {Cea608FlashLeftOut, 15005, 1}, {Cea608OpacityLeftOut, 15004, 1}}));
 }
 
+TEST(CaptionFindings, SayWhatIsSentAsSpaces) {
+    using enum FindingCode;
+    using enum qlx::screen::CellSide;
+    // Letters of double width, then a lower half and a concealed letter.
+    const Encoded result = changed(joined({cellsOf(U"H", {.side = LeftHalf}), cellsOf(U"H", {.side = RightHalf}),
+                                           cellsOf(U"i", {.side = LeftHalf}), cellsOf(U"i", {.side = RightHalf}),
+                                           cellsOf(U"j", {.part = qlx::screen::CellPart::LowerHalf}),
+                                           cellsOf(U"k ", {.isConcealed = true}), cellsOf(U"l")}));
+    EXPECT_EQ(result.pairs, "1460 4820 6920 2020 206c");
+    EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608TextLeftOut, 15001, 1}, {Cea608TextLeftOut, 15003, 3}}));
+}
+
 TEST(CaptionFindings, SayWhatIsReplaced) {
     using enum FindingCode;
     Encoded result = changed(cellsOf(U"a\u2019Жe\u0142"));

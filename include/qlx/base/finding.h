@@ -140,6 +140,7 @@ enum class FindingCode : std::uint32_t {
     Cea608ShownLate,        ///< Frames that it is late, pairs that it is short of.
     Cea608EndLate,          ///< Frames that its end is late.
     Cea608OpacityLeftOut,   ///< Place, columns whose letters are solid, and not translucent or transparent.
+    Cea608TextLeftOut,      ///< Place, columns that are spaces: second halves of letters, and concealed ones.
 
     // teletext (ETSI EN 300 706, SMPTE RDD 8)
     TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.

@@ -33,7 +33,8 @@ enum class CaptionStyle : std::uint8_t {
 
 /// A row of a caption. Of a cell its character, both colours, the opacity of its background, its italics, its underline
 /// and whether it is visible are used; the picture shows through cells that are not. Letters are solid and do not flash:
-/// there is a finding where something else is asked for. Of a space only the background counts: it has the other
+/// there is a finding where something else is asked for. Second halves of letters of double width or height, and concealed
+/// letters, are spaces, with a finding. Of a space only the background counts: it has the other
 /// attributes of a character beside it.
 struct CaptionRow {
     std::uint8_t row = kRows;           ///< 1 to 15.
