@@ -43,10 +43,11 @@ struct FramePairs {
 /// A pop-on caption is loaded while the one before it is shown, as soon as it has been added. It fits when the pairs of
 /// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
 /// a gap; then its EOC begins at the first pair of its field at or after its start. Pairs that stand together are not
-/// sent across the time of that EDM: up to two pairs in front of it may stay unused, and do not count. Otherwise it is shown as soon as it
-/// is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at once. Roll-up and
-/// paint-on captions are written from their start on; a roll-up one is erased at its end only when the next begins much
-/// later. In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,
+/// sent across the time of that EDM: up to two pairs in front of it may stay unused, and do not count. Otherwise it is
+/// shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at
+/// once. Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the
+/// next begins much later.
+/// In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,
 /// begins behind that EDM, so up to two pairs late (one where codes are sent once), without a finding for these.
 ///
 /// What is due (EOC, EDM) goes first, then the first channel of a field, then the second; a channel that goes on behind
