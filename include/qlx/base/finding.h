@@ -285,6 +285,11 @@ enum class FindingCode : std::uint32_t {
     Line21StartBitsMissing,          ///< No numbers.
     Line21ParityWrong,               ///< Byte there, 1 or 2: the first or the second of the pair.
 
+    // streams; the offset is what the reader's placeUnit() says
+    StreamReadFailed = 0x1F'0001,  ///< The system's error number; 0: not known.
+    StreamWriteFailed,             ///< The same.
+    StreamLibraryRemark,           ///< No numbers; FrameReader::takeLibraryTexts() has the words.
+
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };
