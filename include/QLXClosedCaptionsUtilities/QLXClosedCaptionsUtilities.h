@@ -21,8 +21,8 @@
 
 #include <string_view>
 
-/// The library's version as a number: major and minor, such as 0.1.
+/// The library's version as a number: major and minor, such as 0.2.
 inline constexpr double QLXClosedCaptionsUtilitiesVersionNumber = QLX_VERSION_NUMBER;
 
-/// The library's whole version, such as "0.1.0".
+/// The library's whole version, such as "0.2.0".
 inline constexpr std::string_view QLXClosedCaptionsUtilitiesVersionString = QLX_VERSION_STRING;

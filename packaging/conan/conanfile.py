@@ -12,7 +12,7 @@ required_conan_version = ">=2.0"
 
 class QLXClosedCaptionsUtilitiesConan(ConanFile):
     name = "qlxclosedcaptionsutilities"
-    version = "0.1.0"
+    version = "0.2.0"
     description = "Captions, subtitles and ancillary data for broadcast video software"
     package_type = "library"
     settings = "os", "arch", "compiler", "build_type"
