@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qlx/anc/atom.h>
+#include <qlx/anc/caption_atom.h>
 #include <qlx/anc/element.h>
 #include <qlx/anc/packet.h>
 #include <qlx/anc/raster.h>

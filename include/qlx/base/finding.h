@@ -55,6 +55,9 @@ enum class FindingCode : std::uint32_t {
     // anc (ISO/IEC 14496-12)
     AtomCut = 0x2'0201,  ///< Bytes of the header needed, bytes there.
     AtomSizeWrong,       ///< Size there, least one.
+    AtomContentCut,      ///< Bytes of the atom announced, bytes there.
+    AtomTypeUnknown,     ///< Its four characters as a number, bytes of the atom; passed over.
+    AtomPairHalf,        ///< Bytes of the pairs there; the last one is left out.
 
     // cc (SMPTE ST 334-2, CTA-708)
     CdpTooShort = 0x3'0001,       ///< Bytes needed, bytes there.
