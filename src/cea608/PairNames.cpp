@@ -1,6 +1,9 @@
-// What pairs are called.
+// What pairs and channels are called.
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
 #include <qlx/cea608/codes.h>
+
+#include <algorithm>
 
 namespace qlx::cea608 {
 
@@ -74,6 +77,18 @@ std::string controlName(const Code& code) {
 
 std::string_view nameOf(Control control) noexcept {
     return kControlNames[static_cast<std::size_t>(control) & 0xFU];
+}
+
+std::string_view nameOf(Channel channel) noexcept {
+    constexpr std::array<std::string_view, 4> kNames{"CC1", "CC2", "CC3", "CC4"};
+    return kNames[(channel.field == 2 ? 2U : 0U) + (channel.channel == 2 ? 1U : 0U)];
+}
+
+std::optional<Channel> channelNamed(std::string_view name) {
+    const auto* const channel = std::find_if(kChannels.begin(), kChannels.end(), [name](const Channel& one) {
+        return asciiLowercased(name) == asciiLowercased(nameOf(one));
+    });
+    return channel == kChannels.end() ? std::nullopt : std::optional(*channel);
 }
 
 std::string nameOfPair(std::uint8_t first, std::uint8_t second) {

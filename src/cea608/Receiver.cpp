@@ -18,18 +18,6 @@ constexpr std::uint8_t kChannelBit = 0x08;
 
 }  // namespace
 
-std::string_view nameOf(Channel channel) noexcept {
-    constexpr std::array<std::string_view, 4> kNames{"CC1", "CC2", "CC3", "CC4"};
-    return kNames[(channel.field == 2 ? 2U : 0U) + (channel.channel == 2 ? 1U : 0U)];
-}
-
-std::optional<Channel> channelNamed(std::string_view name) {
-    const auto* const channel = std::find_if(kChannels.begin(), kChannels.end(), [name](const Channel& one) {
-        return asciiLowercased(name) == asciiLowercased(nameOf(one));
-    });
-    return channel == kChannels.end() ? std::nullopt : std::optional(*channel);
-}
-
 bool Receiver::receive(std::uint8_t first, std::uint8_t second) {
     const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
     const bool isFirstSound = hasOddParity(first);

@@ -64,4 +64,16 @@ TEST(FrameRate, FindsTheFirstFrameAtOrAfterAnother) {
     }
 }
 
+TEST(FrameRate, FindsTheFirstFrameAtOrAfterATime) {
+    using qlx::firstFrameAtOrAfter;
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(0, 600), FrameRate::Fps2997), 0U);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(1001, 1000), FrameRate::Fps2997), 30U);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(1002, 1000), FrameRate::Fps2997), 31U);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(1, 50), FrameRate::Fps25), 1U);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(2'000'000'000'000, 1000), FrameRate::Fps60), 120'000'000'000U);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(INT64_MAX, 1), FrameRate::Fps60), std::nullopt);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(-1, 25), FrameRate::Fps25), std::nullopt);
+    EXPECT_EQ(firstFrameAtOrAfter(MediaTime(), FrameRate::Fps25), std::nullopt);
+}
+
 }  // namespace

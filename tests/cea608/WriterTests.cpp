@@ -66,18 +66,6 @@ Sent sentOf(const std::vector<Caption>& captions, std::size_t field = 1, FrameRa
 
 using Texts = std::vector<std::string>;
 
-TEST(CaptionTimes, AreFramesThatBeginThenOrLater) {
-    using qlx::MediaTime;
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(0, 600), FrameRate::Fps2997), 0U);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(1001, 1000), FrameRate::Fps2997), 30U);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(1002, 1000), FrameRate::Fps2997), 31U);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(1, 50), FrameRate::Fps25), 1U);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(2'000'000'000'000, 1000), FrameRate::Fps60), 120'000'000'000U);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(INT64_MAX, 1), FrameRate::Fps60), std::nullopt);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime::make(-1, 25), FrameRate::Fps25), std::nullopt);
-    EXPECT_EQ(firstFrameAtOrAfter(MediaTime(), FrameRate::Fps25), std::nullopt);
-}
-
 TEST(PopOnCaptions, AreLoadedWhileTheOneBeforeIsShown) {
     const Sent result = sentOf({captionOf(20, 40, U"Hi"), captionOf(60, 80, U"yo"), captionOf(80, 90, U"!")});
     EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142e 1460 796f\n40: 142c\n"

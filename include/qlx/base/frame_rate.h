@@ -86,4 +86,23 @@ inline constexpr std::array<FrameRate, 8> kFrameRates{FrameRate::Fps23976, Frame
     return whole + (frame % denominator * numerator + denominator - 1) / denominator;
 }
 
+/// The first frame that begins at a time or later, counted from 0; none for what is no time, is negative, or has no
+/// number of a frame.
+///
+///     firstFrameAtOrAfter(qlx::MediaTime::make(1000, 1000), qlx::FrameRate::Fps2997);   // 30, at 1.001 s
+[[nodiscard]] constexpr std::optional<std::uint64_t> firstFrameAtOrAfter(const MediaTime& time,
+                                                                         FrameRate rate) noexcept {
+    if (!time.isValid() || time.value < 0 || time.timescale <= 0) {
+        return std::nullopt;
+    }
+    const MediaTime frame = frameDuration(rate);
+    const std::int64_t denominator = std::int64_t{time.timescale} * frame.value;
+    const std::int64_t whole = time.value / denominator;
+    if (whole >= INT64_MAX / frame.timescale) {
+        return std::nullopt;
+    }
+    const std::int64_t rest = (time.value % denominator * frame.timescale + denominator - 1) / denominator;
+    return static_cast<std::uint64_t>(whole * frame.timescale + rest);
+}
+
 }  // namespace qlx

@@ -7,16 +7,12 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
-#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <qlx/base/finding.h>
-#include <qlx/base/frame_rate.h>
 #include <qlx/cea608/codes.h>
-#include <qlx/cea608/receiver.h>
 #include <qlx/screen/screen.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 namespace qlx::cea608 {
@@ -78,25 +74,6 @@ struct EncodeOptions {
     constexpr std::size_t kGreatestColumn = 999;
     return static_cast<std::int64_t>(row * (kGreatestColumn + 1) +
                                      (column < kGreatestColumn ? column : kGreatestColumn));
-}
-
-/// The first frame that begins at a time or later, counted from 0; none for what is no time, is negative, or has no
-/// number of a frame.
-///
-///     firstFrameAtOrAfter(qlx::MediaTime::make(1000, 1000), qlx::FrameRate::Fps2997);   // 30, at 1.001 s
-[[nodiscard]] constexpr std::optional<std::uint64_t> firstFrameAtOrAfter(const MediaTime& time,
-                                                                         FrameRate rate) noexcept {
-    if (!time.isValid() || time.value < 0 || time.timescale <= 0) {
-        return std::nullopt;
-    }
-    const MediaTime frame = frameDuration(rate);
-    const std::int64_t denominator = std::int64_t{time.timescale} * frame.value;
-    const std::int64_t whole = time.value / denominator;
-    if (whole >= INT64_MAX / frame.timescale) {
-        return std::nullopt;
-    }
-    const std::int64_t rest = (time.value % denominator * frame.timescale + denominator - 1) / denominator;
-    return static_cast<std::uint64_t>(whole * frame.timescale + rest);
 }
 
 /// The code that begins a caption of a style, and takes up again what another channel interrupted: RCL, RU2 to RU4 (of

@@ -13,32 +13,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <string_view>
 
 namespace qlx::cea608 {
-
-/// A caption channel: CC1 and CC2 travel in field 1, CC3 and CC4 in field 2.
-struct Channel {
-    std::uint8_t field = 1;    ///< 1 or 2.
-    std::uint8_t channel = 1;  ///< The data channel in the field: 1 or 2.
-
-    /// Whether all fields are equal.
-    [[nodiscard]] friend constexpr bool operator==(const Channel&, const Channel&) noexcept = default;
-};
-
-inline constexpr Channel kCC1{1, 1};  ///< Field 1, data channel 1.
-inline constexpr Channel kCC2{1, 2};  ///< Field 1, data channel 2.
-inline constexpr Channel kCC3{2, 1};  ///< Field 2, data channel 1.
-inline constexpr Channel kCC4{2, 2};  ///< Field 2, data channel 2.
-/// All of them in their order.
-inline constexpr std::array<Channel, 4> kChannels{kCC1, kCC2, kCC3, kCC4};
-
-/// `CC1`.
-[[nodiscard]] QLX_EXPORT std::string_view nameOf(Channel channel) noexcept;
-
-/// The channel called `CC1` to `CC4`, in capital or small letters; none for any other name.
-[[nodiscard]] QLX_EXPORT std::optional<Channel> channelNamed(std::string_view name);
 
 /// The displayed and the non-displayed memory of one caption channel.
 ///
