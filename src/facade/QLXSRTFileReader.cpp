@@ -1,8 +1,8 @@
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 
 #include "subtitles/LinePlacement.h"
-#include "subtitles/SRTTimecode.h"
 #include "subtitles/SrtCue.h"
+#include "subtitles/SrtTimecode.h"
 #include "subtitles/SubtitleMode.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>

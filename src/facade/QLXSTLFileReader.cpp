@@ -1,7 +1,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSTLFileReader.h>
 
 #include "base/Hex.h"
-#include "subtitles/STLCharacters.h"
+#include "subtitles/StlCharacters.h"
 #include "subtitles/StlText.h"
 #include "subtitles/TextEditing.h"
 

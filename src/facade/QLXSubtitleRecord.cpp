@@ -1,7 +1,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 
 #include "subtitles/LinePlacement.h"
-#include "subtitles/SRTTimecode.h"
+#include "subtitles/SrtTimecode.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/platform/Format.h>

@@ -1,6 +1,6 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 
-#include "subtitles/SRTMarkup.h"
+#include "subtitles/SrtMarkup.h"
 #include "subtitles/SubtitleColor.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Services.h>

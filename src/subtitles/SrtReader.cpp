@@ -1,8 +1,8 @@
 #include <qlx/subtitles/srt.h>
 
 #include "subtitles/LinePlacement.h"
-#include "subtitles/SRTMarkup.h"
 #include "subtitles/SrtCue.h"
+#include "subtitles/SrtMarkup.h"
 #include "subtitles/TextEditing.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>

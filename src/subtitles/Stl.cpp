@@ -1,6 +1,6 @@
 #include <qlx/subtitles/stl.h>
 
-#include "subtitles/STLCharacters.h"
+#include "subtitles/StlCharacters.h"
 #include "subtitles/StlText.h"
 #include "subtitles/TextEditing.h"
 

@@ -1,4 +1,4 @@
-#include "subtitles/STLCharacters.h"
+#include "subtitles/StlCharacters.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 

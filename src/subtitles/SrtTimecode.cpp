@@ -1,4 +1,4 @@
-#include "subtitles/SRTTimecode.h"
+#include "subtitles/SrtTimecode.h"
 
 #include "subtitles/SrtCue.h"
 #include "subtitles/TextEditing.h"

@@ -1,4 +1,4 @@
-#include "subtitles/SRTTimecode.h"
+#include "subtitles/SrtTimecode.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 

@@ -1,4 +1,4 @@
-#include "subtitles/SRTMarkup.h"
+#include "subtitles/SrtMarkup.h"
 
 #include "subtitles/TextEditing.h"
 
