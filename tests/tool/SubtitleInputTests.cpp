@@ -1,7 +1,8 @@
 // What qlxcc play says about subtitle files that it cannot use.
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
-#include "cues/Subtitles.h"
+#include "cues/SubtitleReaders.h"
+#include "io/Errors.h"
 
 #include <gtest/gtest.h>
 
@@ -157,10 +158,16 @@ TEST(SubtitleInput, WarnsOfATimingLineInsideACue) {
     EXPECT_NE(result.out.find("first"), std::string::npos);
 }
 
-/// What findSRTProblems() finds, as `line: what`.
+/// The lines at which readSRT() finds something, also in a text without a cue.
 std::vector<std::uint64_t> problemLines(std::string_view text) {
+    qlx::tool::Subtitles subtitles;
+    try {
+        qlx::tool::readSRT(subtitles, text, {}, [](const auto& /*record*/) {});
+    } catch (const qlx::tool::Failure&) {
+        EXPECT_EQ(subtitles.cues, 0U);
+    }
     std::vector<std::uint64_t> lines;
-    for (const auto& problem : qlx::tool::findSRTProblems(text)) {
+    for (const auto& problem : subtitles.problems.first()) {
         lines.push_back(problem.place);
     }
     return lines;

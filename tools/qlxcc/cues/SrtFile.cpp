@@ -134,13 +134,6 @@ void walk(std::string_view text, CueFindings& findings, const TakeCue& takeCue, 
 
 }  // namespace
 
-std::vector<SubtitleProblem> findSRTProblems(std::string_view text) {
-    CueFindings findings(text);
-    walk(
-        text, findings, [](const subtitles::Cue&) {}, [] {});
-    return findings.take();
-}
-
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
     subtitles.format = "SRT";
     CueFindings findings(text);

@@ -82,10 +82,6 @@ using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
 /// `film.srt: line 12: cue left out: no timing line`
 [[nodiscard]] std::string problemInWords(const Subtitles& subtitles, const SubtitleProblem& problem);
 
-/// The blocks of an SRT text that make no cue, times of another form than usual, and timing lines inside of cues, in
-/// order.
-[[nodiscard]] std::vector<SubtitleProblem> findSRTProblems(std::string_view text);
-
 /// Whether a subtitle text is JSON: an array of objects, or an object, by its first characters.
 [[nodiscard]] bool looksLikeJson(std::string_view text) noexcept;
 
