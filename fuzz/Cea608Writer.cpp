@@ -81,16 +81,23 @@ public:
         require(code.kind != CodeKind::Control || code.isOfField2 == (_field == 2));
         const bool isExtended =
             code.kind == CodeKind::Extended || code.kind == CodeKind::Background || code.kind == CodeKind::Foreground;
-        require(!_expected || *_expected == pair);
-        require(!isExtended || _expected || _isBehindText);
+        // One that is loaded beside an EDM may be sent once.
+        const bool isRepetition = _expected && *_expected == pair;
+        require(!_expected || isRepetition || mayStandAlone(*_expected));
+        require(!isExtended || isRepetition || _isBehindText);
         _isBehindText = code.kind == CodeKind::Text;
-        if (_doublesCodes && code.kind >= CodeKind::Control) {
-            _expected = _expected ? std::nullopt : std::optional(pair);
-        }
+        _expected =
+            _doublesCodes && code.kind >= CodeKind::Control && !isRepetition ? std::optional(pair) : std::nullopt;
     }
     void finish() const { require(!_expected); }
 
 private:
+    static bool mayStandAlone(const Pair& pair) {
+        const Code code = codeOf(pair.first, pair.second);
+        return code.kind != CodeKind::Control || code.control == Control::ResumeCaptionLoading ||
+               code.control == Control::EraseNonDisplayedMemory;
+    }
+
     std::size_t _field;
     bool _doublesCodes;
     bool _isBehindText = false;

@@ -182,7 +182,19 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         ++count;
     }
     const bool isResumed = cue.isBegun && sender.selected != channel;
-    if (slot + count + (isResumed ? codeLength() : 0) > nextDue(sender, slot)) {
+    const std::uint64_t begin = slot + (isResumed ? codeLength() : 0);
+    const std::uint64_t due = nextDue(sender, slot);
+    // Pairs that would come too late, below 0 those to spare.
+    const std::int64_t missing =
+        isPopOn ? number(begin + cue.pairs + dueCodes(sender, slot, cue.start)) - number(cue.start) : 0;
+    const bool isOnceEnough =
+        isPopOn && _options.doublesCodes && count > 1 && lane.pairs[count - 1].pair == lane.pairs[count - 2].pair;
+    const bool crosses = begin + count > due;
+    const bool isLateUnlessFilled = missing <= 0 && missing + number(due - slot) > 0;
+    const bool isSentOnce =
+        isOnceEnough && (crosses ? begin + count - 1 == due && isLateUnlessFilled : cue.hasWaited && missing > 0);
+    if (crosses && !isSentOnce) {
+        cue.hasWaited = cue.hasWaited || missing <= 0;
         return true;
     }
     if (isResumed) {
@@ -190,6 +202,9 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
     }
     for (std::size_t index = 0; index < count; ++index) {
         sender.burst.push_back(lane.pairs.pop().pair);
+    }
+    if (isSentOnce) {
+        sender.burst.pop_back();
     }
     sender.selected = channel;
     cue.pairs -= count;
@@ -223,6 +238,22 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         }
     }
     return due;
+}
+
+/// Slots behind `slot` and in front of `end` that are known to go to codes which have their time.
+std::uint64_t Writer::dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept {
+    std::uint64_t slots = 0;
+    const auto count = [&](std::uint64_t time) { slots += time > slot && time < end ? codeLength() : 0; };
+    for (const Lane& lane : field.lanes) {
+        const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
+        if (lane.shown && (cue == nullptr || cue->start >= lane.shown->end + codeLength())) {
+            count(lane.shown->end);
+        }
+        if (cue != nullptr && cue->style == CaptionStyle::PopOn && cue->pairs == 0) {
+            count(cue->start);
+        }
+    }
+    return slots;
 }
 
 void Writer::push(Field& field, const Code& code) const {

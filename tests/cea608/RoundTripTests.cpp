@@ -253,8 +253,8 @@ std::vector<Caption> fittingCaptions(Random& random, Channel channel, const Fiel
         pairs.clear();
         encodeCaption(caption, {.doublesCodes = doublesCodes}, pairs);
         const bool isBehindGap = !captions.empty() && isTrue(random, 50);
-        // With an EDM two pairs may stay unused, as up to three stand side by side.
-        const std::uint64_t needed = pairs.size() + (isBehindGap ? code + 2 : 0);
+        // Where codes are sent once, two pairs that belong together may leave the one in front of EDM unused.
+        const std::uint64_t needed = pairs.size() + (isBehindGap ? code + (doublesCodes ? 0 : 1) : 0);
         caption.start = free + needed * frames.step() + below(random, 2) * below(random, 30);
         if (!captions.empty()) {
             const std::uint64_t gap = code * frames.step() + below(random, 4);

@@ -131,6 +131,20 @@ TEST(PopOnCaptions, KeepJoinedPairsTogether) {
         << result.pairs;
 }
 
+TEST(PopOnCaptions, AreOnTimeWhenTheyFitToThePair) {
+    // Nine pairs and an EDM between frames 22 and 33: where a pair is left in front of EDM, a code is sent once.
+    const auto pairsOf = [](std::uint64_t end) {
+        const Sent result =
+            sentOf({captionOf(20, end, U"Hi"), captionOf(33, 80, U"\u00C0")}, 1, FrameRate::Fps24, true);
+        EXPECT_EQ(result.findings, Texts());
+        return result.pairs.substr(result.pairs.find("20: ") + 4);
+    };
+    EXPECT_EQ(pairsOf(27), "142f 142f 1420 1420 142e 142e 1460 142c 142c 4100 1230 1230\n33: 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(pairsOf(29), "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 4100 1230 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(pairsOf(30), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 142c 142c\n33: 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(pairsOf(31), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 1230 142c 142c 142f 142f\n80: 142c 142c");
+}
+
 TEST(Captions, AreRefusedWhenTheirTimesAreWrong) {
     const Sent result = sentOf({captionOf(20, 20, U"a"), captionOf(20, 40, U"b"), captionOf(20, 50, U"c"),
                                 captionOf(30, 50, U"~"), captionOf(30, 50, U"d")});

@@ -42,9 +42,10 @@ struct FramePairs {
 ///
 /// A pop-on caption is loaded while the one before it is shown, as soon as it has been added. It fits when the pairs of
 /// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
-/// a gap; then its EOC begins at the first pair of its field at or after its start. Pairs that stand together are not
-/// sent across the time of that EDM: up to two pairs in front of it may stay unused, and do not count. Otherwise it is
-/// shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at
+/// a gap; then its EOC begins at the first pair of its field at or after its start. EDM has its time within the load,
+/// which it does not end, and pairs that belong together are not sent across it: where the pairs that this leaves unused
+/// would make the caption late, a code beside them is sent once (where all codes are, a pair in front of EDM may stay
+/// unused and does not count). A caption that does not fit is shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at
 /// once. Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the
 /// next begins much later.
 /// In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,
@@ -86,6 +87,7 @@ private:
         Code mode;
         CaptionStyle style = CaptionStyle::PopOn;
         bool isBegun = false;
+        bool hasWaited = false;  ///< Slots in front of a code that was due stayed unused.
     };
 
     /// A channel.
@@ -118,6 +120,7 @@ private:
     bool sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
+    [[nodiscard]] std::uint64_t dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept;
     void push(Field& field, const Code& code) const;
     void reportStart(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot,
                      FindingSink* findings) const;
