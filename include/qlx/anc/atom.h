@@ -1,4 +1,11 @@
 // The atoms of QuickTime files, which are the boxes of ISO/IEC 14496-12 (4.2): a size, a type, and what they hold.
+//
+//     while (!bytes.empty()) {
+//         const qlx::Result<qlx::anc::AtomHeader> atom = qlx::anc::parseAtomHeader(bytes);
+//         if (!atom || atom->size > bytes.size()) { break; }
+//         use(atom->type, bytes.first(atom->size).subspan(atom->headerBytes));
+//         bytes = bytes.subspan(atom->size);
+//     }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -1,7 +1,7 @@
 // Ancillary packets as MXF files carry them: the ANC frame element of SMPTE ST 436-1, read and written.
 //
 //   packet count 2 | for each packet:
-//     line 2 | wrapping 1 | sample coding 1 | sample count 2 | array count 4 | array element length 4 | array
+//   line 2 | wrapping 1 | sample coding 1 | sample count 2 | array count 4 | array element length 4 | array
 //
 // The array holds the samples of the packet from DID on, and padding.
 #pragma once

@@ -1,4 +1,9 @@
 // The ancillary data packet of SMPTE ST 291-1: what it is called, and the value that owns its contents.
+//
+//     const qlx::anc::Packet packet{.did = 0x61, .sdid = 0x01, .userData = {0x96, 0x69}, .line = 9};
+//     std::array<std::uint16_t, qlx::anc::kGreatestPacketWords> words;
+//     const qlx::Result<std::size_t> count = qlx::anc::writeWords(packet, words);
+//     if (count) { use(std::span(words).first(*count)); }
 #pragma once
 
 #include <qlx/base/result.h>

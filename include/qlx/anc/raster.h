@@ -1,4 +1,7 @@
 // The lines of the rasters that ancillary packets travel in, as the interfaces number them from 1 on.
+//
+//     const auto place = qlx::anc::blankingPlace(qlx::anc::Raster::Hd1080i, 9);   // {field 1, index 10}
+//     const auto line = qlx::anc::blankingLine(qlx::anc::Raster::Hd1080p, *place);
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -1,6 +1,6 @@
 // Ancillary packets of one frame rate as those of another; for captions there is qlx/cc/rate.h.
 //
-//     qlx::anc::PacketRateChange change(FrameRate::Fps25, FrameRate::Fps50);
+//     qlx::anc::PacketRateChange change(qlx::FrameRate::Fps25, qlx::FrameRate::Fps50);
 //     change.feed(frame, packet, &findings);          // every packet but the caption distribution packets
 //     std::vector<qlx::anc::Packet> packets = change.packetsOf(outputFrame);
 #pragma once

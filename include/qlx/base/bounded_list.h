@@ -1,4 +1,8 @@
 // A list with a fixed room: a value that never allocates.
+//
+//     qlx::BoundedList<std::uint8_t, 4> list;
+//     if (!list.append(bytes)) { report("more than four bytes"); }
+//     for (const std::uint8_t byte : list) { use(byte); }
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,9 @@
 // What a reader or writer has to say of something that is wrong, was left out, or needs a look.
+//
+//     qlx::Findings findings(10);   // keeps ten, and counts the rest
+//     const auto cdp = qlx::cc::parseCdp(userData, &findings);
+//     for (const qlx::Finding& finding : findings) { report(finding.offset, finding.text()); }
+//     if (findings.rest() != 0) { report(findings.rest()); }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -76,7 +76,8 @@ inline constexpr std::array<FrameRate, 8> kFrameRates{FrameRate::Fps23976, Frame
 /// The first frame of the rate `to` that begins when frame `frame` of the rate `from` does, or later; frames are counted
 /// from 0, and both begin with frame 0 at the same moment. Exact: nothing adds up over the hours.
 ///
-///     firstFrameAtOrAfter(FrameRate::Fps25, 1, FrameRate::Fps30);   // 2: 40 ms lie between frames 1 and 2
+///     const auto frame = qlx::firstFrameAtOrAfter(qlx::FrameRate::Fps25, 1, qlx::FrameRate::Fps30);
+///     // 2: 40 ms lie between frames 1 and 2
 [[nodiscard]] constexpr std::uint64_t firstFrameAtOrAfter(FrameRate from, std::uint64_t frame, FrameRate to) noexcept {
     const MediaTime one = frameDuration(from);
     const MediaTime other = frameDuration(to);

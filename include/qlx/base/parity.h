@@ -1,4 +1,7 @@
 // Odd parity: what CEA-608 and teletext protect their seven-bit codes with.
+//
+//     const std::uint8_t sent = qlx::withOddParity(0x2C);   // ACh
+//     if (qlx::hasOddParity(sent)) { use(sent & 0x7FU); }
 #pragma once
 
 #include <array>

@@ -1,4 +1,8 @@
 // A value, or the finding that says why there is none.
+//
+//     const qlx::Result<qlx::cc::Cdp> cdp = qlx::cc::parseCdp(userData);
+//     if (!cdp) { report(cdp.error().offset, cdp.error().text()); }
+//     else { use(cdp->sequenceCounter()); }
 #pragma once
 
 #include <qlx/base/finding.h>

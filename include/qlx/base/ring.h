@@ -1,4 +1,8 @@
 // A queue in one piece of memory.
+//
+//     qlx::Ring<qlx::cc::Triplet> queue;
+//     queue.push(qlx::cc::Triplet::make(qlx::cc::CcType::Field1, 0x94, 0x2C));
+//     while (!queue.empty()) { use(queue.pop()); }
 #pragma once
 
 #include <algorithm>

@@ -1,4 +1,7 @@
 // Unicode characters as UTF-8.
+//
+//     std::string text;
+//     qlx::appendUtf8(text, U'\u266A');   // three bytes
 #pragma once
 
 #include <string>

@@ -1,4 +1,11 @@
 // Walking through what a reader gives one by one.
+//
+//     struct Countdown {
+//         using Value = int;
+//         int left = 0;
+//         bool next(int& value) { value = left; return left-- > 0; }
+//     };
+//     for (const int value : qlx::Walk<Countdown>(Countdown{3})) { use(value); }   // 3, 2, 1
 #pragma once
 
 #include <concepts>

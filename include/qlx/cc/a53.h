@@ -4,7 +4,7 @@
 //     qlx::Findings findings;
 //     const auto captions = qlx::cc::parseCaptionUserData(payload, qlx::cc::UserDataForm::ItuT35, &findings);
 //     if (captions && captions->processCcData) {
-//         for (const qlx::cc::Triplet& triplet : captions->triplets) { ... }
+//         for (const qlx::cc::Triplet& triplet : captions->triplets) { use(triplet); }
 //     }
 #pragma once
 

@@ -4,7 +4,7 @@
 //     qlx::Findings findings;
 //     const qlx::Result<qlx::cc::Cdp> cdp = qlx::cc::parseCdp(userData, &findings);
 //     if (cdp) {
-//         for (const qlx::cc::Triplet& triplet : cdp->triplets()) { ... }
+//         for (const qlx::cc::Triplet& triplet : cdp->triplets()) { use(triplet); }
 //         std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room;
 //         const qlx::Result<std::size_t> size = qlx::cc::writeCdp(*cdp, room);
 //     }
@@ -43,8 +43,8 @@ inline constexpr std::size_t kGreatestFutureBytes = kGreatestCdpBytes - 7 - 4;
 /// checked when a packet is read, and made when one is written. A default-made one has no section but the footer, at
 /// 29.97 frames a second, and says that a caption service is active.
 ///
-///     Cdp cdp;
-///     cdp.setFrameRate(FrameRate::Fps25);
+///     qlx::cc::Cdp cdp;
+///     cdp.setFrameRate(qlx::FrameRate::Fps25);
 ///     cdp.setSequenceCounter(counter++);
 ///     if (const auto count = cdp.setTriplets(triplets); !count) report(count.error().text());
 class Cdp {
@@ -164,7 +164,8 @@ private:
 
 /// Follows the counters of the packets of a stream: each is one more than the one before, and 0 follows 65535.
 ///
-///     counters.receive(cdp->sequenceCounter(), &findings);
+///     qlx::cc::CounterCheck counters;
+///     for (const qlx::cc::Cdp& cdp : cdps) { counters.receive(cdp.sequenceCounter(), &findings); }
 class CounterCheck {
 public:
     /// Takes the counter of the next packet. A jump is given to `findings` (CdpCounterJumped, a Warning, at `offset`),

@@ -36,7 +36,7 @@ struct TimeCodeFields {
 /// The time code of a CDP. For rates above 30 a frame's number counts pairs of frames, and the field flag tells the two
 /// apart. A default-made one is 00:00:00:00.
 ///
-///     const CdpTimeCode time = CdpTimeCode::make({.hours = 10, .minutes = 59, .seconds = 30, .frames = 24});
+///     const auto time = qlx::cc::CdpTimeCode::make({.hours = 10, .minutes = 59, .seconds = 30, .frames = 24});
 class CdpTimeCode {
 public:
     /// Bytes of it in a packet.

@@ -1,6 +1,6 @@
 // The captions of one frame rate as those of another: 23.976 to 60, any to any.
 //
-//     qlx::cc::RateChange change({.from = FrameRate::Fps25, .to = FrameRate::Fps5994});
+//     qlx::cc::RateChange change({.from = qlx::FrameRate::Fps25, .to = qlx::FrameRate::Fps5994});
 //     qlx::cc::RateFrame out;
 //     for (std::uint64_t frame = 0; reader.read(cdp); ++frame) {
 //         change.feed(frame, cdp, &findings);

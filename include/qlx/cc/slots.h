@@ -45,7 +45,7 @@ struct FrameFields {
 
 /// The fields of a frame, counted from 0.
 ///
-///     if (fieldsOfFrame(FrameRate::Fps5994, 7).field2) { ... }   // an odd frame: field 2
+///     if (qlx::cc::fieldsOfFrame(qlx::FrameRate::Fps5994, 7).field2) { use(pair); }   // an odd frame: field 2
 [[nodiscard]] constexpr FrameFields fieldsOfFrame(FrameRate rate, std::uint64_t frame) noexcept {
     if (!slotsOf(rate).fieldsAlternate) {
         return {true, true};

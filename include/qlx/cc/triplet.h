@@ -18,7 +18,7 @@ enum class CcType : std::uint8_t {
 
 /// One triplet. A default-made one is the padding of a packet: DTVCC data that is not valid.
 ///
-///     const Triplet pair = Triplet::make(CcType::Field1, 0x94, 0x2C);   // fc 94 2c
+///     const auto pair = qlx::cc::Triplet::make(qlx::cc::CcType::Field1, 0x94, 0x2C);   // fc 94 2c
 struct Triplet {
     static constexpr std::uint8_t kMarkerBits = 0xF8;  ///< Five marker bits, all ones.
     static constexpr std::uint8_t kValidBit = 0x04;    ///< cc_valid.
@@ -139,7 +139,9 @@ private:
 
 /// The valid pairs of a field, in their order (also null pairs).
 ///
-///     for (const Triplet& pair : fieldPairs(cdp.triplets(), CcType::Field1)) decoder.receive(pair.first, pair.second);
+///     for (const qlx::cc::Triplet& pair : qlx::cc::fieldPairs(cdp.triplets(), qlx::cc::CcType::Field1)) {
+///         receiver.receive(pair.first, pair.second);
+///     }
 [[nodiscard]] constexpr TripletFilterView fieldPairs(std::span<const Triplet> triplets, CcType field) noexcept {
     return {triplets, Triplet::kValidBit | Triplet::kTypeBits,
             static_cast<std::uint8_t>(Triplet::kValidBit | static_cast<unsigned>(field))};

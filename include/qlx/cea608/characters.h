@@ -1,4 +1,7 @@
 // The characters of CEA-608 (CTA-608-E, tables of the basic, special and extended sets) as Unicode and back.
+//
+//     const auto code = qlx::cea608::characterCode(U'\u266A');   // 37h of the special set
+//     if (code) { use(qlx::cea608::characterOf(code->set, code->code)); }
 #pragma once
 
 #include <array>

@@ -1,7 +1,9 @@
 // The byte pairs of CEA-608 (CTA-608-E; 47 CFR 15.119): what each means, and the pair of each meaning.
 //
 //     const qlx::cea608::Code code = qlx::cea608::codeOf(0x14, 0x2F);
-//     if (code.kind == qlx::cea608::CodeKind::Control && code.control == qlx::cea608::Control::EndOfCaption) { ... }
+//     if (code.kind == qlx::cea608::CodeKind::Control && code.control == qlx::cea608::Control::EndOfCaption) {
+//         use(code.channel);
+//     }
 //     const auto pair = qlx::cea608::pairOf(qlx::cea608::preamble(15, 4));
 #pragma once
 

@@ -1,4 +1,7 @@
 // The characters of CTA-708's four graphic sets as Unicode and back.
+//
+//     const auto code = qlx::cea708::characterCode(U'\u2026');   // 25h of G2: EXT1 goes in front of it
+//     if (code) { use(qlx::cea708::characterOf(*code)); }
 #pragma once
 
 #include <array>

@@ -4,7 +4,7 @@
 //     while (!data.empty()) {
 //         const qlx::Result<qlx::cea708::SizedCommand> next = qlx::cea708::parseCommand(data, &findings);
 //         if (!next) break;   // its rest is in the next service block
-//         std::visit(..., next->command);
+//         std::visit([](const auto& command) { use(command); }, next->command);
 //         data = data.subspan(next->size);
 //     }
 #pragma once

@@ -3,7 +3,9 @@
 //     qlx::cea708::PacketReader reader;
 //     for (const qlx::cc::Triplet& triplet : qlx::cc::dtvccTriplets(cdp.triplets())) {
 //         for (const qlx::cea708::ReceivedPacket& received : reader.receive(triplet, &findings)) {
-//             for (const qlx::cea708::ServiceBlockView block : received.packet.blocks()) { ... }
+//             for (const qlx::cea708::ServiceBlockView block : received.packet.blocks()) {
+//                 use(block.service, block.data);
+//             }
 //         }
 //     }
 #pragma once
@@ -104,7 +106,7 @@ private:
 /// A caption channel packet as a value: its sequence number, its service blocks, and how long it is. Allocates nothing.
 /// A default-made one has no block and the least size, a header and one byte.
 ///
-///     Packet packet;
+///     qlx::cea708::Packet packet;
 ///     packet.setSequenceNumber(number++);
 ///     if (const auto size = packet.addBlock(1, text); !size) report(size.error().text());
 class Packet {

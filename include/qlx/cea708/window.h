@@ -1,4 +1,10 @@
 // A window of a caption service (CTA-708): its text, its pen, and where it stands on the screen.
+//
+//     qlx::cea708::Window window;
+//     window.define({.isVisible = true, .rows = 2, .columns = 32}, qlx::cea708::AspectRatio::Wide, &findings);
+//     for (const char32_t character : U"Hello") { window.put(character, &findings); }
+//     qlx::screen::Screen screen = receiver.screen();   // of a receiver at 16:9
+//     window.draw(screen);
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -1,4 +1,7 @@
 // Keys of KLV triplets: the universal labels of SMPTE ST 298 that MXF files and their ancillary data use.
+//
+//     if (const auto partition = qlx::klv::partitionKey(key)) { use(partition->kind, partition->status); }
+//     else if (qlx::klv::isAncFrameElement(key)) { use(key[15]); }   // the number of the element
 #pragma once
 
 #include <algorithm>

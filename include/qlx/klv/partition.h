@@ -1,4 +1,10 @@
 // Partition packs of MXF files (SMPTE ST 377-1): what begins each part of a file.
+//
+//     const qlx::Result<qlx::klv::PartitionPack> pack = qlx::klv::parsePartitionPack(value, &findings);
+//     if (pack) {
+//         for (const qlx::klv::Key& container : pack->essenceContainers) { use(container); }
+//         const qlx::Data same = qlx::klv::writePartitionPack(*pack);
+//     }
 #pragma once
 
 #include <qlx/base/finding.h>

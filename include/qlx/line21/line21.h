@@ -3,7 +3,7 @@
 //     qlx::Findings findings;
 //     const qlx::line21::RowLayout layout{.pixelFormat = qlx::kPixelFormatV210, .width = 720};
 //     const auto pair = qlx::line21::readPair({row, {}}, layout, &findings);
-//     if (pair && findings.empty()) { receiver.receive(*pair); }
+//     if (pair && findings.empty()) { receiver.receive(pair->first, pair->second); }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -4,7 +4,7 @@
 //     const qlx::screen::Screen seen = page.screen();
 //     for (std::size_t row = 0; row < seen.rows(); ++row) {
 //         for (const qlx::screen::Cell& cell : seen.row(row)) {
-//             if (cell.hasText()) { ... }
+//             if (cell.hasText()) { use(cell); }
 //         }
 //     }
 #pragma once

@@ -5,7 +5,7 @@
 //     const auto message = qlx::scte::parseMultipleOperationMessage(bytes, &findings);
 //     if (message) {
 //         for (const qlx::scte::Operation& operation : message->operations) {
-//             if (const auto* splice = std::get_if<qlx::scte::SpliceRequest>(&operation.data)) { ... }
+//             if (const auto* splice = std::get_if<qlx::scte::SpliceRequest>(&operation.data)) { use(*splice); }
 //         }
 //         const qlx::Result<qlx::Data> same = qlx::scte::writeMessage(*message);
 //     }
@@ -148,8 +148,8 @@ struct OperationView {
 
 /// The header of a multiple_operation_message and the place of its operations, walked without an allocation.
 ///
-///     if (const auto view = MultipleOperationView::of(bytes)) {
-///         for (auto walk = *view; const auto operation = walk.next();) { ... }
+///     if (const auto view = qlx::scte::MultipleOperationView::of(bytes)) {
+///         for (auto walk = *view; const auto operation = walk.next();) { use(operation->data); }
 ///     }
 class MultipleOperationView {
 public:

@@ -2,6 +2,13 @@
 //
 // Names are the standard's. A field of one byte that is a flag holds the byte, because a message may carry any: 0 is
 // false, all others are true.
+//
+//     qlx::scte::MultipleOperationMessage message;
+//     qlx::scte::SpliceRequest request;
+//     request.eventId = 7;
+//     request.preRollMilliseconds = 4000;
+//     message.operations.emplace_back().data = request;
+//     const qlx::Result<qlx::Data> bytes = qlx::scte::writeMessage(message);
 #pragma once
 
 #include <array>

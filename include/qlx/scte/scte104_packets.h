@@ -2,8 +2,11 @@
 // or a piece of it.
 //
 //     qlx::scte::MessageJoiner joiner;
-//     for (each packet 41/07 of the frame) {
-//         if (const auto message = joiner.push(userData, &findings)) { parseMessage(message->bytes, &findings); }
+//     for (const qlx::anc::Packet& packet : frame.packets) {
+//         if (packet.id() != qlx::anc::ids::kScte104) { continue; }
+//         if (const auto joined = joiner.push(packet.userData, &findings)) {
+//             use(qlx::scte::parseMessage(joined->bytes, &findings));
+//         }
 //     }
 //     joiner.endFrame(&findings);
 #pragma once
@@ -57,8 +60,9 @@ inline constexpr std::size_t kGreatestPieceBytes = 254;  ///< Bytes of message i
 /// A message cut into packets, walked without an allocation: 08 and a whole message, or 0C first, 0E in the middle and
 /// 0A last, each with kGreatestPieceBytes bytes but the last.
 ///
+///     const qlx::scte::MessagePieces pieces(message);
 ///     for (std::size_t index = 0; index < pieces.count(); ++index) {
-///         const auto size = pieces.write(index, room);
+///         const qlx::Result<std::size_t> size = pieces.write(index, room);
 ///     }
 class MessagePieces {
 public:

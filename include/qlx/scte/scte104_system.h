@@ -1,5 +1,10 @@
 // The operations of a single_operation_message (ANSI/SCTE 104 2023, table 8-3), each as a value: what an automation
 // system, an injector and a provisioning system say to each other about their connection.
+//
+//     const auto message = qlx::scte::parseSingleOperationMessage(bytes, &findings);
+//     if (message) {
+//         if (const auto* alive = std::get_if<qlx::scte::AliveRequest>(&message->operation)) { use(alive->time); }
+//     }
 #pragma once
 
 #include <qlx/scte/scte104_operations.h>

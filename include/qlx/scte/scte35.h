@@ -3,7 +3,7 @@
 //     qlx::Findings findings;
 //     const auto section = qlx::scte::parseSpliceInfoSection(bytes, &findings);
 //     if (section) {
-//         if (const auto* insert = std::get_if<qlx::scte::SpliceInsert>(&section->command)) { ... }
+//         if (const auto* insert = std::get_if<qlx::scte::SpliceInsert>(&section->command)) { use(insert->eventId); }
 //         const qlx::Result<qlx::Data> same = qlx::scte::writeSpliceInfoSection(*section);
 //     }
 //

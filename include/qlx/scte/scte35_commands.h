@@ -1,5 +1,9 @@
 // The splice commands of ANSI/SCTE 35 (2023r1, 9.7), each as a value. Times are 33 bits of 90 kHz ticks. Reserved bits are
 // kept as they are: all ones, unless what was read has others.
+//
+//     qlx::scte::SpliceInfoSection section;
+//     section.command = qlx::scte::TimeSignal{.time = {.ticks90k = 900'000}};   // ten seconds
+//     const qlx::Result<qlx::Data> bytes = qlx::scte::writeSpliceInfoSection(section);
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,10 @@
 // The splice descriptors of ANSI/SCTE 35 (2023r1, 10.3), each as a value.
+//
+//     for (const qlx::scte::SpliceDescriptor& descriptor : section.descriptors) {
+//         if (const auto* segment = std::get_if<qlx::scte::SegmentationDescriptor>(&descriptor.data)) {
+//             use(segment->typeId, segment->upid);
+//         }
+//     }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

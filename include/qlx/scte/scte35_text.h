@@ -17,7 +17,7 @@ namespace qlx::scte {
 /// "/" in the other, which tells them apart; a text that begins otherwise is hexadecimal when all its characters are.
 /// ScteTextWrong with the place of the first character that is wrong there, or of the end where one is missing.
 ///
-///     const auto bytes = spliceInfoBytes("/DARAAAAAAAAAP/wAAAAAHpPv/8=");
+///     const auto bytes = qlx::scte::spliceInfoBytes("/DARAAAAAAAAAP/wAAAAAHpPv/8=");
 [[nodiscard]] QLX_EXPORT Result<std::vector<std::uint8_t>> spliceInfoBytes(std::string_view text);
 
 /// In base64, with = at the end where it needs them.

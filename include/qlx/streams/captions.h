@@ -1,4 +1,7 @@
 // The captions of a frame, wherever they are.
+//
+//     const qlx::Data triplets = qlx::streams::captionTriplets(frame);
+//     if (triplets) { use(triplets.size() / 3); }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>

@@ -1,4 +1,9 @@
 // A frame as files and streams have it: its ancillary packets, its captions and its time.
+//
+//     qlx::streams::Frame frame;
+//     frame.number = 12;
+//     frame.pts = qlx::MediaTime::make(12 * 1001, 30000);
+//     frame.packets.push_back({.did = 0x61, .sdid = 0x01, .userData = {0x96, 0x69}, .line = 9});
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>

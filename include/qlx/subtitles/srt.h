@@ -1,8 +1,8 @@
 // SubRip files (SRT): cues of a number, a line of times and rows of marked-up text, with an empty line behind each.
 //
-//     1
-//     00:00:01,000 --> 00:00:02,500
-//     <i>Hello</i>
+//   1
+//   00:00:01,000 --> 00:00:02,500
+//   <i>Hello</i>
 //
 // The format has no standard. Read are `<b>`, `<i>`, `<u>`, `<font color="...">`, `<line="...">` and `{\anN}`, as
 // deployed readers do:

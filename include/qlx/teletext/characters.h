@@ -1,5 +1,9 @@
 // The Latin character sets of teletext (ETSI EN 300 706, clause 15): G0 with its national options, G2, and the block
 // mosaics of G1, as Unicode and back.
+//
+//     const auto option = qlx::teletext::NationalOption::German;
+//     const char32_t letter = qlx::teletext::latinG0(0x5B, option);           // A with diaeresis
+//     const auto code = qlx::teletext::latinG0Code(U'\u00DF', option);        // 7Eh
 #pragma once
 
 #include <algorithm>

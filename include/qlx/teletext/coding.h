@@ -1,4 +1,9 @@
 // The codes that protect teletext bytes (ETSI EN 300 706, clause 8): odd parity, Hamming 8/4 and Hamming 24/18.
+//
+//     const auto magazine = qlx::teletext::decodeHamming84(byte);
+//     if (!magazine) { report("more than one bit is wrong"); }
+//     else { use(magazine.value & 7U); }
+//     const auto letter = qlx::teletext::withoutParity(byte);
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

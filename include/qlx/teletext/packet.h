@@ -3,7 +3,7 @@
 //     const qlx::Result<qlx::teletext::Packet> packet = qlx::teletext::parsePacket(bytes, &findings);
 //     if (packet && packet->isHeader()) {
 //         const auto header = qlx::teletext::parseHeader(*packet, &findings);
-//         if (header && header->page == 0x888 && header->isSubtitle) { ... }
+//         if (header && header->page == 0x888 && header->isSubtitle) { use(*header); }
 //     }
 #pragma once
 

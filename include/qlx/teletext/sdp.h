@@ -6,7 +6,7 @@
 //     if (sdp) {
 //         for (const qlx::teletext::SdpLine& line : sdp->lines) {
 //             const auto packet = qlx::teletext::parsePacket(line.bytes, &findings);
-//             ...
+//             if (packet) { use(packet->number); }
 //         }
 //     }
 #pragma once

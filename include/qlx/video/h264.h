@@ -1,4 +1,11 @@
 // Headers of H.264 (ITU-T H.264), as far as the order of pictures needs them.
+//
+//     for (const qlx::video::UnitView& unit : qlx::video::StartCodeUnits(picture)) {
+//         std::vector<std::uint8_t> room(unit.bytes.size());
+//         const auto payload = qlx::video::withoutEmulationPrevention(unit.bytes, room);
+//         const auto sequence = qlx::video::parseH264Sequence(payload.subspan(1));
+//         if (sequence) { use(sequence->orderType); }
+//     }
 #pragma once
 
 #include <qlx/base/result.h>

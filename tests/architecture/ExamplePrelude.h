@@ -1,0 +1,147 @@
+// What the examples of the headers' comments leave to their reader: names that a host has anyway. Each example is a
+// function in a namespace that is named after its header, inside of this one: what a name means to the examples of one
+// header alone stands in that namespace. Nothing is defined: examples are compiled, and do not run.
+#pragma once
+
+#include <qlx/qlx.h>
+#include <qlx/streams/captions.h>
+#include <qlx/streams/frame.h>
+#include <qlx/streams/input_kind.h>
+#include <qlx/streams/on_air.h>
+#include <qlx/streams/stream_walk.h>
+#include <qlx/streams/transport_stream.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace example {
+
+// What a host does with what it got.
+template <class... T>
+void use(const T&... values);
+template <class... T>
+void report(const T&... values);
+template <class... T>
+void show(const T&... values);
+template <class... T>
+void send(const T&... values);
+template <class... T>
+void draw(const T&... values);
+template <class... T>
+void write(const T&... values);
+
+// Bytes that it has, and pieces of a file.
+extern std::span<const std::uint8_t> bytes, data, element, firstBytes, lastBytes, picture, piece, row, stream, userData,
+    value;
+extern std::uint8_t byte;
+bool more(std::span<const std::uint8_t>& piece);
+
+// What it has read.
+extern qlx::Findings findings;
+extern qlx::FrameRate rate;
+extern qlx::streams::Frame frame;
+extern qlx::cc::Cdp cdp;
+extern std::span<const qlx::cc::Triplet> triplets;
+extern qlx::cea608::Receiver receiver;
+extern qlx::klv::Key key;
+extern qlx::scte::SpliceInfoSection section;
+
+namespace anc_rate {
+extern qlx::anc::Packet packet;
+extern std::uint64_t frame, outputFrame;
+}  // namespace anc_rate
+
+namespace cc_a53 {
+extern std::span<const std::uint8_t> payload;
+}
+namespace cc_cdp {
+extern std::uint16_t counter;
+extern std::vector<qlx::cc::Cdp> cdps;
+}  // namespace cc_cdp
+namespace cc_rate {
+struct CdpSource {
+    bool read(qlx::cc::Cdp& cdp);
+};
+extern CdpSource reader;
+}  // namespace cc_rate
+namespace cc_slots {
+extern qlx::cea608::Pair pair;
+}
+
+namespace cea608_caption {
+extern std::vector<qlx::screen::Cell> cells;
+}
+namespace cea608_writer {
+extern qlx::cea608::Caption caption;
+}
+
+namespace cea708_packet {
+extern std::uint8_t number;
+extern std::span<const std::uint8_t> text;
+}  // namespace cea708_packet
+namespace cea708_receiver {
+extern std::uint64_t frame;
+}
+namespace cea708_window {
+extern qlx::cea708::Receiver receiver;
+}
+
+namespace facade_packet {
+extern std::shared_ptr<QLXVANCPacket> packet;
+}
+
+namespace playout_timeline {
+extern std::shared_ptr<const qlx::subtitles::Cue> cue;
+extern std::int64_t frames;
+}  // namespace playout_timeline
+
+namespace screen_screen {
+extern qlx::teletext::PageReader page;
+}
+
+namespace scte_conversion {
+extern qlx::scte::MultipleOperationMessage message;
+extern std::uint64_t pts;
+}  // namespace scte_conversion
+namespace scte_scte104_packets {
+extern std::span<const std::uint8_t> message;
+extern std::array<std::uint8_t, qlx::anc::kGreatestUserData> room;
+}  // namespace scte_scte104_packets
+
+namespace streams_input_kind {
+void openContainer();
+}
+namespace streams_on_air {
+extern std::vector<qlx::streams::Frame> frames;
+}
+namespace streams_stream_walk {
+std::optional<std::uint64_t> sizeOfTriplet(std::uint64_t place, std::span<const std::uint8_t> head);
+extern std::uint64_t place;
+}  // namespace streams_stream_walk
+
+namespace subtitles_cue {
+extern qlx::subtitles::Cue cue;
+}
+
+namespace teletext_page {
+extern qlx::Result<qlx::teletext::Sdp> sdp;
+}
+
+namespace video_nal {
+extern qlx::video::UnitView unit;
+}
+namespace video_order {
+using Captions = std::vector<qlx::cc::Triplet>;
+extern std::optional<qlx::video::UnitView> unit;
+Captions captionsOf(const qlx::video::UnitView& unit);
+}  // namespace video_order
+namespace video_sei {
+extern qlx::video::UnitView unit;
+}
+
+}  // namespace example
