@@ -27,6 +27,7 @@
 #include <qlx/cea608/codes.h>
 #include <qlx/cea608/receiver.h>
 #include <qlx/cea608/writer.h>
+#include <qlx/cea608/xds.h>
 #include <qlx/cea708/characters.h>
 #include <qlx/cea708/commands.h>
 #include <qlx/cea708/packet.h>

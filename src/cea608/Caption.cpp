@@ -176,6 +176,33 @@ Code modeCode(Channel channel, CaptionStyle style, std::uint8_t rollUpRows) noex
     return controlCode(control, channel.channel, channel.field == 2);
 }
 
+Code textCode(Channel channel) noexcept {
+    return controlCode(Control::ResumeTextDisplay, channel.channel, channel.field == 2);
+}
+
+void encodeText(const TextMessage& text, const EncodeOptions& options, std::vector<CodePair>& pairs,
+                FindingSink* findings) {
+    PairBuilder out(pairs, text.channel, options.doublesCodes);
+    out.control(text.restarts ? Control::TextRestart : Control::ResumeTextDisplay);
+    RowEncoder encoder(out, findings, options.findingsOffset);
+    bool isAtTop = text.restarts;
+    for (const CaptionRow& row : text.rows) {
+        // Text has one row after the other, as roll-up captions have.
+        Caption one{.style = CaptionStyle::RollUp, .rows = {row}};
+        one.rows.front().row = kRows;
+        const Layout pieces(one, findings, options.findingsOffset);
+        for (std::size_t index = 0; index < std::max<std::size_t>(pieces.size(), 1); ++index) {
+            if (!isAtTop) {
+                out.control(Control::CarriageReturn);
+            }
+            isAtTop = false;
+            if (index < pieces.size()) {
+                encoder.encode(pieces[index]);
+            }
+        }
+    }
+}
+
 void encodeCaption(const Caption& caption, const EncodeOptions& options, std::vector<CodePair>& pairs,
                    FindingSink* findings) {
     const Layout rows(caption, findings, options.findingsOffset);

@@ -80,15 +80,19 @@ std::string_view nameOf(Control control) noexcept {
 }
 
 std::string_view nameOf(Channel channel) noexcept {
-    constexpr std::array<std::string_view, 4> kNames{"CC1", "CC2", "CC3", "CC4"};
-    return kNames[(channel.field == 2 ? 2U : 0U) + (channel.channel == 2 ? 1U : 0U)];
+    constexpr std::array<std::string_view, 8> kNames{"CC1", "CC2", "CC3", "CC4", "T1", "T2", "T3", "T4"};
+    return kNames[(channel.isText ? 4U : 0U) + (channel.field == 2 ? 2U : 0U) + (channel.channel == 2 ? 1U : 0U)];
 }
 
 std::optional<Channel> channelNamed(std::string_view name) {
-    const auto* const channel = std::find_if(kChannels.begin(), kChannels.end(), [name](const Channel& one) {
-        return asciiLowercased(name) == asciiLowercased(nameOf(one));
-    });
-    return channel == kChannels.end() ? std::nullopt : std::optional(*channel);
+    for (const auto& channels : {kChannels, kTextChannels}) {
+        for (const Channel channel : channels) {
+            if (asciiLowercased(name) == asciiLowercased(nameOf(channel))) {
+                return channel;
+            }
+        }
+    }
+    return std::nullopt;
 }
 
 std::string nameOfPair(std::uint8_t first, std::uint8_t second) {

@@ -149,6 +149,22 @@ enum class FindingCode : std::uint32_t {
     Cea608EndLate,          ///< Frames that its end is late.
     Cea608OpacityLeftOut,   ///< Place, columns whose letters are solid, and not translucent or transparent.
     Cea608TextLeftOut,      ///< Place, columns that are spaces: second halves of letters, and concealed ones.
+    // cea608, pairs to the screen; the offset is what the caller says
+    Cea608ParityWrong = 0x4'0101,  ///< The two bytes as a number, 0.
+    Cea608NoParity,                ///< Pairs that have no parity bit (told once), 0.
+    Cea608CodeUnknown,             ///< The two bytes as a number, 0.
+    Cea608BegunInside,             ///< Place: text without a code in front of it that says how it is shown; 0.
+    Cea608BackgroundMoved,         ///< Place of a background code that takes no column, 0.
+    Cea608ColumnFull,              ///< Place of a letter, letter that it replaces.
+    // cea608, extended data services; a packet is class and type as one number
+    Cea608XdsChecksumWrong = 0x4'0201,  ///< Byte there, byte that is right.
+    Cea608XdsDamaged,                   ///< Packet, bytes of it.
+    Cea608XdsTooLong,                   ///< Packet, greatest number of bytes.
+    Cea608XdsCut,                       ///< Packet that has no end, bytes of it.
+    Cea608XdsNotBegun,                  ///< Code there, byte behind it: the packet has no beginning.
+    Cea608XdsValueWrong,                ///< Packet, bytes of it: none of its type.
+    Cea608XdsTextCut,                   ///< Characters of a text, greatest number.
+    Cea608XdsNotCarried,                ///< Place of the value among those of packets; a number of it has no room.
 
     // teletext (ETSI EN 300 706, SMPTE RDD 8)
     TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.

@@ -45,13 +45,24 @@ struct CaptionRow {
 struct Caption {
     std::uint64_t start = 0;                   ///< The frame from which on it is shown.
     std::uint64_t end = 0;                     ///< The frame from which on it is not, behind `start`.
-    Channel channel = kCC1;                    ///< Where it is sent.
+    Channel channel = kCC1;                    ///< Where it is sent, whether or not it is that of text.
     CaptionStyle style = CaptionStyle::PopOn;  ///< How it comes to the screen.
     std::uint8_t rollUpRows = 2;     ///< RollUp: 2 to 4. Its lowest row stands where the last one of `rows` does.
     std::vector<CaptionRow> rows{};  ///< From the top down, at most four.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const Caption&, const Caption&) = default;
+};
+
+/// Rows for the text mode of a channel. Each begins a row of the box, and of a row only the column and cells count.
+struct TextMessage {
+    std::uint64_t start = 0;         ///< The frame from which on it is sent, when there is room.
+    Channel channel = kT1;           ///< Where, whether or not it is that of captions.
+    bool restarts = true;            ///< It begins at the top of an empty box (TR), and not below what is there (RTD).
+    std::vector<CaptionRow> rows{};  ///< As many as there are; one without a visible cell stays blank.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const TextMessage&, const TextMessage&) = default;
 };
 
 /// A pair to be sent, without parity bits.
@@ -69,16 +80,17 @@ struct EncodeOptions {
     std::uint64_t findingsOffset = 0;  ///< What findings have as their offset.
 };
 
-/// A place in a caption as findings name it: the row, and the column in three digits.
-[[nodiscard]] constexpr std::int64_t placeOf(std::size_t row, std::size_t column) noexcept {
-    constexpr std::size_t kGreatestColumn = 999;
-    return static_cast<std::int64_t>(row * (kGreatestColumn + 1) +
-                                     (column < kGreatestColumn ? column : kGreatestColumn));
-}
-
 /// The code that begins a caption of a style, and takes up again what another channel interrupted: RCL, RU2 to RU4 (of
 /// any other number of rows the nearest), RDC.
 [[nodiscard]] QLX_EXPORT Code modeCode(Channel channel, CaptionStyle style, std::uint8_t rollUpRows) noexcept;
+
+/// The code behind which a text goes on that something else has interrupted: RTD.
+[[nodiscard]] QLX_EXPORT Code textCode(Channel channel) noexcept;
+
+/// Appends the pairs of a text: TR or RTD, then its rows, each but the first one behind TR with CR in front of it. Rows
+/// are encoded as those of captions. A row of a finding's place is 15 for all of them.
+QLX_EXPORT void encodeText(const TextMessage& text, const EncodeOptions& options, std::vector<CodePair>& pairs,
+                           FindingSink* findings = nullptr);
 
 /// Appends the pairs of a caption: its mode code; in pop-on captions the one that erases the memory which is not shown;
 /// then its rows. Those that show a pop-on caption (EOC) and erase it (EDM) are not among them: they have times.

@@ -25,6 +25,13 @@ namespace qlx::cea608 {
 inline constexpr std::size_t kRows = 15;     ///< Rows of captions, counted from 1.
 inline constexpr std::size_t kColumns = 32;  ///< Columns of captions, counted from 0.
 
+/// A place in a caption or on the screen as findings name it: the row, and the column in three digits.
+[[nodiscard]] constexpr std::int64_t placeOf(std::size_t row, std::size_t column) noexcept {
+    constexpr std::size_t kGreatestColumn = 999;
+    return static_cast<std::int64_t>(row * (kGreatestColumn + 1) +
+                                     (column < kGreatestColumn ? column : kGreatestColumn));
+}
+
 /// Two bytes of a field, with or without parity bits as it is said.
 struct Pair {
     std::uint8_t first = 0;   ///< Sent first.
@@ -46,6 +53,7 @@ inline constexpr Pair kNullPair{0x80, 0x80};
 struct Channel {
     std::uint8_t field = 1;    ///< 1 or 2.
     std::uint8_t channel = 1;  ///< The data channel in the field: 1 or 2.
+    bool isText = false;       ///< Its text (T1 to T4), and not its captions.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const Channel&, const Channel&) noexcept = default;
@@ -55,13 +63,20 @@ inline constexpr Channel kCC1{1, 1};  ///< Field 1, data channel 1.
 inline constexpr Channel kCC2{1, 2};  ///< Field 1, data channel 2.
 inline constexpr Channel kCC3{2, 1};  ///< Field 2, data channel 1.
 inline constexpr Channel kCC4{2, 2};  ///< Field 2, data channel 2.
-/// All of them in their order.
+/// Those of captions in their order.
 inline constexpr std::array<Channel, 4> kChannels{kCC1, kCC2, kCC3, kCC4};
+
+inline constexpr Channel kT1{1, 1, true};  ///< Text of field 1, data channel 1.
+inline constexpr Channel kT2{1, 2, true};  ///< Text of field 1, data channel 2.
+inline constexpr Channel kT3{2, 1, true};  ///< Text of field 2, data channel 1.
+inline constexpr Channel kT4{2, 2, true};  ///< Text of field 2, data channel 2.
+/// Those of text in their order.
+inline constexpr std::array<Channel, 4> kTextChannels{kT1, kT2, kT3, kT4};
 
 /// `CC1`.
 [[nodiscard]] QLX_EXPORT std::string_view nameOf(Channel channel) noexcept;
 
-/// The channel called `CC1` to `CC4`, in capital or small letters; none for any other name.
+/// The channel called `CC1` to `CC4` or `T1` to `T4`, in capital or small letters; none for any other name.
 [[nodiscard]] QLX_EXPORT std::optional<Channel> channelNamed(std::string_view name);
 
 /// What a pair is.

@@ -1,0 +1,160 @@
+// Packets of extended data services out of pairs, and back into pairs.
+#include <qlx/cea608/xds.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace qlx::cea608 {
+
+namespace {
+
+constexpr std::uint8_t kEnd = 0x0F;
+constexpr std::uint8_t kFirstControl = 0x10;
+constexpr std::uint8_t kFirstCharacter = 0x20;
+
+std::uint8_t startCode(const XdsPacket& packet) noexcept {
+    return static_cast<std::uint8_t>(2 * static_cast<unsigned>(packet.xdsClass) + 1);
+}
+
+std::int64_t nameOfPacket(const XdsPacket& packet) noexcept {
+    return startCode(packet) << 8U | packet.type;
+}
+
+bool isType(std::uint8_t type) noexcept {
+    return type > 0 && type < 0x80;
+}
+
+}  // namespace
+
+std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t second, FindingSink* findings,
+                                            std::uint64_t place) {
+    const auto code = static_cast<std::uint8_t>(first & 0x7FU);
+    const bool isFirstSound = hasOddParity(first) || first == 0;
+    const bool isSecondSound = hasOddParity(second) || second == 0;
+    if (isFirstSound && code >= kFirstControl && code < kFirstCharacter) {
+        _open = kNone;
+        return std::nullopt;
+    }
+    if (isFirstSound && code == kEnd) {
+        return end(second, isSecondSound, findings, place);
+    }
+    if (isFirstSound && code > 0 && code < kEnd) {
+        _open = kNone;
+        if (isSecondSound && isType(second & 0x7FU)) {
+            begin(code, second & 0x7FU, findings, place);
+        }
+        return std::nullopt;
+    }
+    if (_open == kNone) {
+        return std::nullopt;
+    }
+    Begun& open = _packets[_open];
+    open.isDamaged = open.isDamaged || !isFirstSound || !isSecondSound;
+    take(code, second & 0x7FU);
+    return std::nullopt;
+}
+
+/// Odd codes begin a packet, even ones go on with one.
+void XdsReader::begin(std::uint8_t code, std::uint8_t type, FindingSink* findings, std::uint64_t place) {
+    const bool isStart = code % 2 != 0;
+    const auto xdsClass = static_cast<XdsClass>((code - 1) / 2);
+    const auto cut = [&](const Begun& begun) {
+        if (begun.isUsed && findings != nullptr) {
+            findings->add({FindingCode::Cea608XdsCut, Severity::Warning, place, nameOfPacket(begun.packet),
+                           static_cast<std::int64_t>(begun.packet.bytes.size())});
+        }
+    };
+    std::size_t found = 0;
+    while (found < _packets.size() && !(_packets[found].isUsed && _packets[found].packet.xdsClass == xdsClass &&
+                                        _packets[found].packet.type == type)) {
+        ++found;
+    }
+    if (!isStart) {
+        _open = found;
+        if (found == kNone && findings != nullptr) {
+            findings->add({FindingCode::Cea608XdsNotBegun, Severity::Error, place, code, type});
+        }
+        return;
+    }
+    if (found == kNone) {
+        const auto older = [](const Begun& left, const Begun& right) {
+            return left.isUsed != right.isUsed ? !left.isUsed : left.age < right.age;
+        };
+        found = static_cast<std::size_t>(std::min_element(_packets.begin(), _packets.end(), older) - _packets.begin());
+    }
+    cut(_packets[found]);
+    _packets[found] = {};
+    Begun& begun = _packets[found];
+    begun.packet.xdsClass = xdsClass;
+    begun.packet.type = type;
+    begun.sum = static_cast<std::uint8_t>(code + type);
+    begun.isUsed = true;
+    begun.age = ++_begun;
+    _open = found;
+}
+
+/// Nulls fill.
+void XdsReader::take(std::uint8_t first, std::uint8_t second) {
+    Begun& open = _packets[_open];
+    for (const std::uint8_t byte : {first, second}) {
+        if (byte == 0) {
+            continue;
+        }
+        open.sum = static_cast<std::uint8_t>(open.sum + byte);
+        open.isDamaged = open.isDamaged || byte < kFirstCharacter;
+        open.isTooLong = !open.packet.bytes.append(std::span(&byte, 1)) || open.isTooLong;
+    }
+}
+
+std::optional<XdsPacket> XdsReader::end(std::uint8_t checksum, bool isSound, FindingSink* findings,
+                                        std::uint64_t place) {
+    const auto add = [&](FindingCode code, std::int64_t first, std::int64_t second) {
+        if (findings != nullptr) {
+            findings->add({code, Severity::Error, place, first, second});
+        }
+    };
+    if (_open == kNone) {
+        add(FindingCode::Cea608XdsNotBegun, kEnd, checksum & 0x7FU);
+        return std::nullopt;
+    }
+    const Begun begun = _packets[_open];
+    _packets[_open] = {};
+    _open = kNone;
+    const std::int64_t name = nameOfPacket(begun.packet);
+    if (begun.isDamaged || !isSound) {
+        add(FindingCode::Cea608XdsDamaged, name, static_cast<std::int64_t>(begun.packet.bytes.size()));
+        return std::nullopt;
+    }
+    if (((begun.sum + kEnd + checksum) & 0x7F) != 0) {
+        add(FindingCode::Cea608XdsChecksumWrong, checksum & 0x7F, -(begun.sum + kEnd) & 0x7F);
+        return std::nullopt;
+    }
+    if (begun.isTooLong) {
+        add(FindingCode::Cea608XdsTooLong, name, kGreatestXdsBytes);
+        return std::nullopt;
+    }
+    return begun.packet;
+}
+
+void appendXdsPairs(const XdsPacket& packet, std::vector<Pair>& pairs) {
+    const bool canBeSent = isType(packet.type) && packet.xdsClass <= XdsClass::PrivateData &&
+                           std::all_of(packet.bytes.begin(), packet.bytes.end(),
+                                       [](std::uint8_t byte) { return byte >= kFirstCharacter && byte < 0x80; });
+    if (!canBeSent) {
+        return;
+    }
+    pairs.push_back({startCode(packet), packet.type});
+    for (std::size_t index = 0; index < packet.bytes.size(); index += 2) {
+        pairs.push_back(
+            {packet.bytes[index], index + 1 < packet.bytes.size() ? packet.bytes[index + 1] : std::uint8_t{0}});
+    }
+    const unsigned sum =
+        std::accumulate(packet.bytes.begin(), packet.bytes.end(), unsigned{startCode(packet)} + packet.type + kEnd);
+    pairs.push_back({kEnd, static_cast<std::uint8_t>(-sum & 0x7FU)});
+}
+
+Pair xdsContinuePair(const XdsPacket& packet) noexcept {
+    return {static_cast<std::uint8_t>(startCode(packet) + 1), packet.type};
+}
+
+}  // namespace qlx::cea608
