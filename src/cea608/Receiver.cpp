@@ -15,14 +15,61 @@ constexpr std::uint8_t kFirstCharacter = 0x20;
 constexpr std::uint8_t kSolidBlock = 0x7F;
 constexpr std::uint8_t kEndOfExtendedData = 0x0F;
 constexpr std::uint8_t kChannelBit = 0x08;
+constexpr std::uint8_t kPairsWithoutParity = 64;
 
 }  // namespace
 
-bool Receiver::receive(std::uint8_t first, std::uint8_t second) {
+bool Receiver::receive(std::uint8_t first, std::uint8_t second, FindingSink* findings, std::uint64_t place) {
+    _findings = findings;
+    _place = place;
+    if (_options.ignoresParity) {
+        first = qlx::withOddParity(first & 0x7FU);
+        second = qlx::withOddParity(second & 0x7FU);
+    } else {
+        checkParity(first, second);
+    }
+    const bool isChanged = receiveSound(first, second);
+    _findings = nullptr;
+    return isChanged;
+}
+
+void Receiver::report(FindingCode code, std::int64_t first, std::int64_t second) {
+    if (_findings != nullptr) {
+        _findings->add({code, Severity::Warning, _place, first, second});
+    }
+}
+
+/// Of a stream that has no parity bits that is said once.
+void Receiver::reportParity(std::uint8_t first, std::uint8_t second) {
+    if (_pairsWithoutParity < kPairsWithoutParity) {
+        report(FindingCode::Cea608ParityWrong, first << 8U | second);
+    }
+}
+
+/// Two bytes of 0 say nothing of it.
+void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
+    if (((first | second) & 0x80U) != 0) {
+        _pairsWithoutParity = _pairsWithoutParity < kPairsWithoutParity ? std::uint8_t{0} : _pairsWithoutParity;
+    } else if ((first | second) != 0 && _pairsWithoutParity < kPairsWithoutParity) {
+        if (++_pairsWithoutParity == kPairsWithoutParity) {
+            report(FindingCode::Cea608NoParity, kPairsWithoutParity);
+        }
+    }
+}
+
+bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
     const bool isFirstSound = hasOddParity(first);
     if (isFirstSound && firstCode >= kFirstControl && firstCode < kFirstCharacter) {
         return receiveControl(first, second);
+    }
+    const bool isNull = Pair{first, second} == kNullPair || (first == 0 && second == 0);
+    if (isNull) {
+        if (_isBehindNull) {
+            expectNoRepetition();
+        }
+        _isBehindNull = true;
+        return false;
     }
     const bool isDamagedRepetition = !isFirstSound && second == _lastControl.second && second != 0;
     expectNoRepetition();
@@ -36,6 +83,11 @@ bool Receiver::receive(std::uint8_t first, std::uint8_t second) {
     }
     if (_isExtendedData || !_isSelected || !writes()) {
         return false;
+    }
+    _isBehindPreamble = false;
+    const bool isSound = (isFirstSound || first == 0) && (hasOddParity(second) || second == 0);
+    if (!isSound) {
+        reportParity(first, second);
     }
     const bool isFirstShown = receiveText(firstCode, isFirstSound || first == 0);
     const bool isSecondShown =
@@ -55,24 +107,40 @@ bool Receiver::receiveText(std::uint8_t code, bool isSound) {
 bool Receiver::receiveControl(std::uint8_t first, std::uint8_t second) {
     const Pair pair{first, second};
     const auto code = static_cast<std::uint8_t>(second & 0x7FU);
+    const bool isSelected = (first & kChannelBit) == (_channel.channel == 2 ? kChannelBit : 0U);
     if (!hasOddParity(second) || code < kFirstCharacter) {
         _lastControl = {};
+        if (isSelected && !hasOddParity(second)) {
+            reportParity(first, second);
+        } else if (isSelected) {
+            report(FindingCode::Cea608CodeUnknown, (first & 0x7F) << 8U | code);
+        }
         return false;
     }
     // Captions of either channel end what extended data stood between them.
     _isExtendedData = false;
-    _isSelected = (first & kChannelBit) == (_channel.channel == 2 ? kChannelBit : 0U);
+    _isSelected = isSelected;
     if (pair == _lastControl) {
         _lastControl = {};
         return false;
     }
     _lastControl = pair;
+    _isBehindNull = false;
     return _isSelected && receiveCode(codeOf(first, second));
 }
 
 bool Receiver::receiveCode(const Code& code) {
+    const bool isBehindPreamble = std::exchange(_isBehindPreamble, false);
     if (code.kind == CodeKind::Control) {
         return receiveMiscellaneous(code.control);
+    }
+    if (code.kind == CodeKind::Unknown) {
+        report(FindingCode::Cea608CodeUnknown, (_lastControl.first & 0x7F) << 8U | (_lastControl.second & 0x7F));
+        return false;
+    }
+    if (code.kind == CodeKind::Preamble && !_channel.isText && !_isText && _mode == Mode::None) {
+        start(Mode::PopOn);
+        _isModeAssumed = true;
     }
     if (!writes()) {
         return false;
@@ -83,10 +151,12 @@ bool Receiver::receiveCode(const Code& code) {
     case CodeKind::MidRow:
         return receiveMidRow(code);
     case CodeKind::Background:
+        _mayFreeColumn = isBehindPreamble && _column == 0;
         return receiveBackground(code);
     case CodeKind::Foreground:
         return receiveForeground(code);
     case CodeKind::Tab:
+        _isBehindPreamble = isBehindPreamble;
         _column = std::min<std::size_t>(_column + code.columns, kColumns - 1);
         return false;
     case CodeKind::Special:
@@ -100,51 +170,67 @@ bool Receiver::receiveCode(const Code& code) {
 
 bool Receiver::receiveMiscellaneous(Control control) {
     switch (control) {
-    case Control::ResumeCaptionLoading:
-        start(Mode::PopOn);
-        return false;
     case Control::Backspace:
         return writes() && backspace();
     case Control::DeleteToEndOfRow:
         return writes() && deleteToEndOfRow();
-    case Control::RollUp2:
-    case Control::RollUp3:
-    case Control::RollUp4:
-        return startRollUp(static_cast<std::size_t>(control) - static_cast<std::size_t>(Control::RollUp2) + 2);
     case Control::FlashOn:
         if (!writes()) {
             return false;
         }
         _style.isFlashing = true;
         return put(U' ');
-    case Control::ResumeDirectCaptioning:
-        start(Mode::PaintOn);
-        return false;
-    case Control::TextRestart:
-    case Control::ResumeTextDisplay:
-        _isText = true;
-        return false;
-    case Control::EraseDisplayedMemory:
-        return erase(_displayed);
     case Control::CarriageReturn:
-        return writes() && _mode == Mode::RollUp && rollUp();
+        if (!writes()) {
+            return false;
+        }
+        return _channel.isText ? rollText() : _mode == Mode::RollUp && rollUp();
+    case Control::EraseDisplayedMemory:
+        return !_channel.isText && erase(_displayed);
     case Control::EraseNonDisplayedMemory:
         (void)erase(_loaded);
+        return false;
+    case Control::AlarmOff:
+    case Control::AlarmOn:
+        return false;
+    default:
+        return receiveMode(control);
+    }
+}
+
+/// Codes that say what the letters behind them are for.
+bool Receiver::receiveMode(Control control) {
+    _isText = control == Control::TextRestart || control == Control::ResumeTextDisplay;
+    if (_isText || _channel.isText) {
+        const bool isBegun = _channel.isText && control == Control::TextRestart;
+        if (isBegun) {
+            (void)erase(_displayed);
+            _row = 0;
+            _column = 0;
+            _style = {};
+        }
+        return isBegun;
+    }
+    switch (control) {
+    case Control::ResumeCaptionLoading:
+        start(Mode::PopOn);
+        return false;
+    case Control::ResumeDirectCaptioning:
+        start(Mode::PaintOn);
         return false;
     case Control::EndOfCaption:
         start(Mode::PopOn);
         std::swap(_displayed, _loaded);
         return true;
-    case Control::AlarmOff:
-    case Control::AlarmOn:
-        break;
+    default:
+        return startRollUp(static_cast<std::size_t>(control) - static_cast<std::size_t>(Control::RollUp2) + 2);
     }
-    return false;
 }
 
 void Receiver::start(Mode mode) {
     _mode = mode;
     _isText = false;
+    _isModeAssumed = false;
 }
 
 /// The first code of a roll-up caption erases what was there of another kind; later ones change the number of rows.
@@ -176,7 +262,23 @@ bool Receiver::rollUp() {
     _displayed[_row] = {};
     _column = 0;
     _style = {};
+    _mayFreeColumn = false;
     return true;
+}
+
+/// To the next row of text; the last one moves up for it.
+bool Receiver::rollText() {
+    const bool isLast = _row + 1 == kRows;
+    if (isLast) {
+        std::rotate(_displayed.begin(), _displayed.begin() + 1, _displayed.end());
+        _displayed.back() = {};
+    } else {
+        ++_row;
+    }
+    _column = 0;
+    _style = {};
+    _mayFreeColumn = false;
+    return isLast;
 }
 
 /// Moves the rows of a roll-up caption, so that the lowest one stands in `row`.
@@ -199,6 +301,11 @@ bool Receiver::receivePreamble(const Code& code) {
     _style.isItalic = code.isItalic;
     _style.isUnderlined = code.isUnderlined;
     _column = code.columns;
+    _isBehindPreamble = true;
+    _mayFreeColumn = false;
+    if (_channel.isText) {
+        return false;
+    }
     const std::size_t row = code.row - std::size_t{1};
     if (_mode == Mode::RollUp) {
         moveWindow(row);
@@ -255,14 +362,33 @@ bool Receiver::put(char32_t character) {
         cell.isUnderlined = _style.isUnderlined;
         cell.isFlashing = _style.isFlashing;
     }
+    if (std::exchange(_isModeAssumed, false)) {
+        report(FindingCode::Cea608BegunInside, placeOf(_row + 1, _column));
+    }
+    if (_column == kColumns && !freeColumn()) {
+        report(FindingCode::Cea608ColumnFull, placeOf(_row + 1, kColumns - 1),
+               static_cast<std::int64_t>(currentRow().back().character));
+    }
     const std::size_t column = std::min(_column, kColumns - 1);
     currentRow()[column] = cell;
     _column = column + 1;
     return writesDisplayed();
 }
 
+/// A background code behind a preamble gives its column to a row of 32 letters.
+bool Receiver::freeColumn() {
+    if (!std::exchange(_mayFreeColumn, false)) {
+        return false;
+    }
+    Row& row = currentRow();
+    std::rotate(row.begin(), row.begin() + 1, row.end());
+    report(FindingCode::Cea608BackgroundMoved, placeOf(_row + 1, 0));
+    return true;
+}
+
 bool Receiver::erase(Memory& memory) {
     memory = {};
+    _mayFreeColumn = false;
     return &memory == &_displayed;
 }
 

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace {
 
 using namespace qlx::cea608;
@@ -18,18 +20,18 @@ std::uint8_t odd(unsigned code) {
 /// A receiver that is fed with codes without parity.
 class FedReceiver {
 public:
-    explicit FedReceiver(Channel channel = kCC1) : _screen(channel) {}
+    explicit FedReceiver(Channel channel = kCC1, const ReceiverOptions& options = {}) : _screen(channel, options) {}
 
     /// A control code, sent twice as broadcasters do.
     FedReceiver& control(unsigned first, unsigned second) {
-        _wasChanged = _screen.receive(odd(first), odd(second));
-        EXPECT_FALSE(_screen.receive(odd(first), odd(second)));
+        _wasChanged = _screen.receive(odd(first), odd(second), &_findings, 1);
+        EXPECT_FALSE(_screen.receive(odd(first), odd(second), &_findings, 2));
         return *this;
     }
 
     /// A pair, sent once.
     FedReceiver& pair(std::uint8_t first, std::uint8_t second) {
-        _wasChanged = _screen.receive(first, second);
+        _wasChanged = _screen.receive(first, second, &_findings, 1);
         return *this;
     }
 
@@ -44,6 +46,23 @@ public:
     FedReceiver& resumeLoading() { return control(0x14, 0x20); }
     FedReceiver& endOfCaption() { return control(0x14, 0x2F); }
 
+    FedReceiver& nulls(std::size_t count) {
+        while (count-- > 0) {
+            pair(0x80, 0x80);
+        }
+        return *this;
+    }
+
+    /// What was found since the last call.
+    [[nodiscard]] Lines findings() {
+        Lines texts;
+        for (const qlx::Finding& finding : std::exchange(_findings, qlx::Findings())) {
+            EXPECT_EQ(finding.offset, 1U);
+            texts.push_back(finding.text());
+        }
+        return texts;
+    }
+
     [[nodiscard]] bool wasChanged() const { return _wasChanged; }
     [[nodiscard]] screen::Screen screen() const { return _screen.screen(); }
     [[nodiscard]] Lines lines() const { return qlxtest::linesOf(screen()); }
@@ -55,6 +74,7 @@ public:
 
 private:
     Receiver _screen;
+    qlx::Findings _findings;
     bool _wasChanged = false;
 };
 
@@ -65,6 +85,8 @@ TEST(CaptionChannels, HaveNames) {
     EXPECT_EQ(channelNamed("cc2"), (Channel{1, 2}));
     EXPECT_EQ(channelNamed("CC3"), (Channel{2, 1}));
     EXPECT_EQ(channelNamed("Cc4"), (Channel{2, 2}));
+    EXPECT_EQ(channelNamed("t3"), kT3);
+    EXPECT_EQ(nameOf(kT4), "T4");
     EXPECT_FALSE(channelNamed("CC5"));
     EXPECT_FALSE(channelNamed(""));
     EXPECT_EQ(nameOf(Channel{2, 2}), "CC4");
@@ -313,6 +335,125 @@ TEST(ControlCode, IsNoRepetitionBehindAGap) {
     EXPECT_TRUE(screen.receive(odd(0x11), odd(0x37)));
     EXPECT_FALSE(screen.receive(odd(0x11), odd(0x37)));
     EXPECT_EQ(qlxtest::linesOf(screen.screen()), Lines{"  15   ♪♪"});
+}
+
+TEST(ControlCode, CountsOnceWithOneNullPairBetween) {
+    // In departure from the standard, as real streams have it.
+    FedReceiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60);
+    const auto note = [&] { receiver.pair(odd(0x11), odd(0x37)); };
+    note();
+    receiver.nulls(1);
+    note();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪"});
+    // A third one is new, and so is one behind two null pairs, of which a null may have no parity bits.
+    note();
+    receiver.nulls(1).pair(0x00, 0x00);
+    note();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪♪♪"});
+    // Behind letters, and behind another code.
+    receiver.nulls(1).text("a");
+    note();
+    receiver.control(0x11, 0x30);
+    note();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   ♪♪♪a♪®♪"});
+    EXPECT_EQ(receiver.findings(), Lines());
+}
+
+TEST(Background, InTheFirstColumnGivesWayTo32Letters) {
+    FedReceiver receiver;
+    // Blue behind a preamble takes the first column; 31 letters have room behind it.
+    receiver.resumeLoading().control(0x14, 0x60).control(0x10, 0x24).text(std::string(31, 'a')).endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15    " + std::string(31, 'a')});
+    EXPECT_EQ(receiver.cell(15, 0).background, screen::Color::Blue);
+    EXPECT_EQ(receiver.findings(), Lines());
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x60).control(0x10, 0x24);
+    receiver.text("b" + std::string(30, 'a') + "c").endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   b" + std::string(30, 'a') + "c"});
+    EXPECT_EQ(receiver.findings(), Lines{"background code at row 15, column 0 takes no column"});
+    // The 33rd letter takes the place of the last one, and so does the 32nd where the code has the place of a space.
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x60).control(0x10, 0x24);
+    receiver.text("b" + std::string(31, 'a') + "cc").endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   b" + std::string(30, 'a') + "c"});
+    EXPECT_EQ(receiver.findings().size(), 3U);
+    receiver.resumeLoading().control(0x14, 0x2E).control(0x14, 0x60).text(" ").control(0x10, 0x24);
+    receiver.text(std::string(31, 'a') + "c").endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15    " + std::string(30, 'a') + "c"});
+    EXPECT_EQ(receiver.findings(), Lines{"letter at row 15, column 31 takes the place of 61"});
+}
+
+TEST(Stream, MayBeginInsideACaption) {
+    FedReceiver receiver;
+    receiver.text("lost").control(0x14, 0x60).text("one");
+    EXPECT_EQ(receiver.lines(), Lines());
+    EXPECT_EQ(receiver.findings(), Lines{"text at row 15, column 0 begins inside a caption: it is taken as one that is "
+                                         "being loaded"});
+    receiver.endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   one"});
+    EXPECT_EQ(receiver.findings(), Lines());
+    // Where a code says the mode before there is a letter, nothing is assumed.
+    FedReceiver painted;
+    painted.control(0x14, 0x60).control(0x14, 0x29).text("two");
+    EXPECT_EQ(painted.lines(), Lines{"  15   two"});
+    EXPECT_EQ(painted.findings(), Lines());
+    // The other channel's preamble is none of this one's.
+    FedReceiver other;
+    other.control(0x1C, 0x60).text("x").control(0x14, 0x2F);
+    EXPECT_EQ(other.lines(), Lines());
+}
+
+TEST(Parity, IsMissedOnce) {
+    FedReceiver receiver;
+    FedReceiver reading(kCC1, {.ignoresParity = true});
+    // 14 29, 14 60, and 61 pairs of letters without parity bits; nulls say nothing.
+    std::vector<Pair> pairs{{0x14, 0x29}, {0x14, 0x60}, {0, 0}};
+    pairs.insert(pairs.end(), 61, {0x08, 0x41});
+    pairs.push_back({'H', 'i'});
+    for (const Pair& pair : pairs) {
+        receiver.pair(pair.first, pair.second);
+        reading.pair(pair.first, pair.second);
+    }
+    EXPECT_EQ(receiver.findings(), Lines{"no parity bit in 64 pairs"});
+    receiver.pair('H', 'i');
+    EXPECT_EQ(receiver.findings(), Lines());
+    EXPECT_EQ(receiver.lines(), Lines());
+    EXPECT_EQ(reading.lines(), Lines{"  15   Hi"});
+    EXPECT_EQ(reading.findings(), Lines());
+}
+
+TEST(Text, HasAScreenOfItsOwn) {
+    FedReceiver receiver(kT1);
+    FedReceiver captions;
+    for (FedReceiver* const one : {&receiver, &captions}) {
+        // Captions, then text from its top on; of a preamble its indent and colour count, and not its row.
+        one->control(0x14, 0x29).control(0x14, 0x60).text("cc").control(0x14, 0x2A).text("one");
+        one->control(0x14, 0x2D).control(0x11, 0x52).text("two").control(0x14, 0x2D).control(0x11, 0x48).text("red");
+        // Back to captions, whose codes do not touch the text, and once more to where it was.
+        one->control(0x14, 0x29).text("!").control(0x14, 0x2C).control(0x14, 0x2E).control(0x14, 0x2B).text("?");
+    }
+    EXPECT_EQ(receiver.lines(), (Lines{"   1   one", "   2       two", "   3   red?"}));
+    EXPECT_EQ(receiver.cell(3, 3).foreground, screen::Color::Red);
+    EXPECT_EQ(captions.lines(), Lines());
+    EXPECT_EQ(receiver.findings(), Lines());
+    // The 16th row rolls up the first; TR begins anew.
+    for (int row = 4; row <= 16; ++row) {
+        receiver.control(0x14, 0x2D).text("x");
+    }
+    EXPECT_EQ(receiver.lines().front(), "   1       two");
+    EXPECT_EQ(receiver.lines().back(), "  15   x");
+    receiver.control(0x14, 0x2A);
+    EXPECT_TRUE(receiver.wasChanged());
+    EXPECT_EQ(receiver.lines(), Lines());
+}
+
+TEST(Damage, IsSaid) {
+    FedReceiver receiver;
+    receiver.control(0x14, 0x29).control(0x14, 0x60);
+    receiver.pair(odd('a'), odd('b') ^ 0x80U).pair(odd(0x14), odd(0x2C) ^ 0x80U).pair(odd(0x16), odd(0x20));
+    // 61 E2 with its bit turned, 2C the same; the other channel's damage is its own.
+    receiver.pair(odd(0x1C), odd(0x2C) ^ 0x80U);
+    EXPECT_EQ(receiver.findings(),
+              (Lines{"wrong parity in pair 61e2", "wrong parity in pair 94ac", "code 1620 has no meaning"}));
 }
 
 TEST(Damage, IsShownOrIgnored) {
