@@ -1,8 +1,10 @@
-// The CEA-608 writer: whatever captions it is given, each of its pairs has a meaning, no pair is torn from what it
+// The CEA-608 writer: whatever captions, texts and extended data it is given, each of its pairs has a meaning, no pair is torn from what it
 // belongs to, all is sent within a bounded time, and nothing stays on the screen.
 #include "FuzzSupport.h"
 
+#include <qlx/cea608/receiver.h>
 #include <qlx/cea608/writer.h>
+#include <qlx/cea608/xds.h>
 
 #include <algorithm>
 #include <array>
@@ -45,6 +47,19 @@ std::vector<Cell> takeCells(qlxfuzz::Input& input) {
     return cells;
 }
 
+std::vector<XdsPacket> takePackets(qlxfuzz::Input& input) {
+    std::vector<XdsPacket> packets(input.takeByte() % 3);
+    for (XdsPacket& packet : packets) {
+        packet.xdsClass = static_cast<XdsClass>(input.takeByte() % 7);
+        packet.type = input.takeByte();
+        std::vector<std::uint8_t> bytes(input.takeByte() % 33);
+        std::generate(bytes.begin(), bytes.end(),
+                      [&input]() { return static_cast<std::uint8_t>(input.takeByte() | 0x20U); });
+        require(packet.bytes.assign(bytes));
+    }
+    return packets;
+}
+
 std::vector<Caption> takeCaptions(qlxfuzz::Input& input) {
     std::vector<Caption> captions;
     std::uint64_t start = 0;
@@ -52,6 +67,7 @@ std::vector<Caption> takeCaptions(qlxfuzz::Input& input) {
         const std::uint8_t kind = input.takeByte();
         Caption caption;
         caption.channel = kChannels[kind & 3U];
+        caption.channel.isText = (kind & 0x0CU) == 0x0CU;
         caption.style = static_cast<CaptionStyle>((kind >> 2U) % 3);
         caption.rollUpRows = kind >> 5U;
         start += input.takeByte();
@@ -77,7 +93,7 @@ public:
     void take(const Pair& pair) {
         require(pair == withOddParity(pair));
         const Code code = codeOf(pair.first, pair.second);
-        require(code.kind != CodeKind::Unknown && code.kind != CodeKind::ExtendedData);
+        require(code.kind != CodeKind::Unknown && (code.kind != CodeKind::ExtendedData || _field == 2));
         require(code.kind != CodeKind::Control || code.isOfField2 == (_field == 2));
         const bool isExtended =
             code.kind == CodeKind::Extended || code.kind == CodeKind::Background || code.kind == CodeKind::Foreground;
@@ -111,12 +127,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t options = input.takeByte();
     const qlx::FrameRate rate = qlx::kFrameRates[options & 7U];
     const bool doublesCodes = (options & 8U) != 0;
+    const std::vector<XdsPacket> packets = (options & 0x10U) != 0 ? takePackets(input) : std::vector<XdsPacket>();
     const std::vector<Caption> captions = takeCaptions(input);
     Writer writer(rate, {.doublesCodes = doublesCodes, .clearAfter = options / 64U});
     qlx::Findings findings;
+    writer.setXds(packets, 1);
     for (const Caption& caption : captions) {
-        (void)writer.add(caption, &findings);
+        if (caption.channel.isText) {
+            writer.addText({caption.start, caption.channel, (caption.end & 1U) != 0, caption.rows}, &findings);
+        } else {
+            (void)writer.add(caption, &findings);
+        }
     }
+    XdsReader reader;
+    qlx::Findings damage;
     std::array<FieldChecker, 2> fields{FieldChecker(1, doublesCodes), FieldChecker(2, doublesCodes)};
     std::array<Receiver, 4> receivers{Receiver(kCC1), Receiver(kCC2), Receiver(kCC3), Receiver(kCC4)};
     // Captions of 600 pairs each, twice a frame, and their times.
@@ -128,6 +152,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const auto& pair = field == 0 ? pairs.field1 : pairs.field2;
             if (pair) {
                 fields[field].take(*pair);
+                const auto packet = field == 1 ? reader.receive(pair->first, pair->second, &damage) : std::nullopt;
+                require(!packet || std::find(packets.begin(), packets.end(), *packet) != packets.end());
                 (void)receivers[2 * field].receive(pair->first, pair->second);
                 (void)receivers[2 * field + 1].receive(pair->first, pair->second);
             }
@@ -136,6 +162,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const FieldChecker& field : fields) {
         field.finish();
     }
+    require(damage.empty());
     for (const Receiver& receiver : receivers) {
         require(!receiver.screen().hasText());
     }

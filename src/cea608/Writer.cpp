@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <span>
+#include <utility>
 
 namespace qlx::cea608 {
 
 namespace {
-
-constexpr std::size_t kNone = 2;
 
 void addTo(FindingSink* findings, const Finding& finding) {
     if (findings != nullptr) {
@@ -77,6 +77,32 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
     return true;
 }
 
+void Writer::addText(const TextMessage& text, FindingSink* findings) {
+    const std::size_t field = text.channel.field == 2 ? 1 : 0;
+    Lane& lane = _fields[field].lanes[kCaptionLanes + (text.channel.channel == 2 ? 1 : 0)];
+    const std::uint64_t ordinal = _added++;
+    _encoded.clear();
+    encodeText(text, {.doublesCodes = _options.doublesCodes, .findingsOffset = ordinal}, _encoded, findings);
+    const std::uint64_t start = slotAtOrAfter(field, text.start);
+    lane.cues.push({.number = ordinal,
+                    .start = start,
+                    .end = start,
+                    .pairs = _encoded.size(),
+                    .mode = textCode(text.channel),
+                    .style = CaptionStyle::RollUp,
+                    .isText = true});
+    for (const CodePair& pair : _encoded) {
+        lane.pairs.push(pair);
+    }
+}
+
+void Writer::setXds(std::vector<XdsPacket> packets, std::uint32_t every) {
+    _xds.packets = std::move(packets);
+    _xds.next = 0;
+    _xds.again = 0;
+    _xds.period = std::uint64_t{std::max(every, 1U)} * nominalFramesPerSecond(_rate) / (_fieldsAlternate ? 2 : 1);
+}
+
 FramePairs Writer::next(FindingSink* findings) {
     const cc::FrameFields fields = cc::fieldsOfFrame(_rate, _frame);
     const std::uint64_t slot = _fieldsAlternate ? _frame / 2 : _frame;
@@ -92,10 +118,11 @@ FramePairs Writer::next(FindingSink* findings) {
 }
 
 bool Writer::isDone() const noexcept {
-    return std::all_of(_fields.begin(), _fields.end(), [](const Field& field) {
-        const auto isLaneDone = [](const Lane& lane) { return lane.cues.empty() && !lane.shown; };
-        return field.sent == field.burst.size() && std::all_of(field.lanes.begin(), field.lanes.end(), isLaneDone);
-    });
+    return _xds.sent == _xds.pairs.size() && std::all_of(_fields.begin(), _fields.end(), [](const Field& field) {
+               const auto isLaneDone = [](const Lane& lane) { return lane.cues.empty() && !lane.shown; };
+               return field.sent == field.burst.size() &&
+                      std::all_of(field.lanes.begin(), field.lanes.end(), isLaneDone);
+           });
 }
 
 /// What is due goes first, then the channels in their order.
@@ -104,8 +131,13 @@ Pair Writer::nextPair(std::size_t field, std::uint64_t slot, FindingSink* findin
     if (sender.sent == sender.burst.size()) {
         sender.burst.clear();
         sender.sent = 0;
-        (void)(sendDue(field, 0, slot, findings) || sendDue(field, 1, slot, findings) ||
-               sendPairs(field, 0, slot, findings) || sendPairs(field, 1, slot, findings));
+        bool isSent = sendDue(field, 0, slot, findings) || sendDue(field, 1, slot, findings);
+        for (std::size_t channel = 0; channel < kLanes && !isSent; ++channel) {
+            isSent = sendPairs(field, channel, slot, findings);
+        }
+        if (field == 1 && (isSent || !sendXds(slot))) {
+            _xds.isInterrupted = _xds.isInterrupted || !sender.burst.empty();
+        }
     }
     return sender.sent < sender.burst.size() ? sender.burst[sender.sent++] : Pair{};
 }
@@ -116,7 +148,7 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
     Lane& lane = sender.lanes[channel];
     const auto control = [&](Control which) {
         push(sender, controlCode(which, static_cast<std::uint8_t>(channel + 1), field == 1));
-        sender.selected = sender.selected == channel ? channel : kNone;
+        sender.selected = sender.selected == channel ? channel : kLanes;
     };
     if (!lane.cues.empty()) {
         const Cue& cue = lane.cues.front();
@@ -208,7 +240,7 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
     }
     sender.selected = channel;
     cue.pairs -= count;
-    if (!cue.isBegun && !isPopOn) {
+    if (!cue.isBegun && !isPopOn && !cue.isText) {
         if (lane.shown && lane.shown->style != CaptionStyle::RollUp) {
             reportEnd(field, lane, slot, findings);
         }
@@ -222,11 +254,41 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
     return true;
 }
 
+/// A packet's next pair, or the code behind which it goes on.
+bool Writer::sendXds(std::uint64_t slot) {
+    Field& sender = _fields[1];
+    const bool isOpen = _xds.sent < _xds.pairs.size();
+    if (isOpen && _xds.isInterrupted && _xds.sent > 0) {
+        sender.burst.push_back(xdsContinuePair(_xds.current));
+    } else {
+        if (!isOpen) {
+            if (_xds.next == _xds.packets.size() && slot >= _xds.again) {
+                _xds.next = 0;
+            }
+            if (_xds.next == _xds.packets.size()) {
+                return false;
+            }
+            _xds.again = _xds.next == 0 ? (slot / _xds.period + 1) * _xds.period : _xds.again;
+            _xds.current = _xds.packets[_xds.next++];
+            _xds.pairs.clear();
+            _xds.sent = 0;
+            appendXdsPairs(_xds.current, _xds.pairs);
+            if (_xds.pairs.empty()) {
+                return false;
+            }
+        }
+        sender.burst.push_back(_xds.pairs[_xds.sent++]);
+    }
+    _xds.isInterrupted = false;
+    sender.selected = kLanes;
+    return true;
+}
+
 /// The slot behind `slot` that is kept for a code which has its time.
 std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noexcept {
     std::uint64_t due = std::numeric_limits<std::uint64_t>::max();
     const auto keep = [&due, slot](std::uint64_t time) { due = time > slot ? std::min(due, time) : due; };
-    for (const Lane& lane : field.lanes) {
+    for (const Lane& lane : std::span(field.lanes).first(kCaptionLanes)) {
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
@@ -244,7 +306,7 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
 std::uint64_t Writer::dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept {
     std::uint64_t slots = 0;
     const auto count = [&](std::uint64_t time) { slots += time > slot && time < end ? codeLength() : 0; };
-    for (const Lane& lane : field.lanes) {
+    for (const Lane& lane : std::span(field.lanes).first(kCaptionLanes)) {
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         if (lane.shown && (cue == nullptr || cue->start >= lane.shown->end + codeLength())) {
             count(lane.shown->end);

@@ -1,4 +1,5 @@
-// Captions of all four channels of line 21 (CTA-608-E; 47 CFR 15.119) as the byte pairs of each frame.
+// Captions and text of all channels of line 21, and extended data services (CTA-608-E; 47 CFR 15.119), as the byte pairs
+// of each frame.
 //
 //     qlx::cea608::Writer writer(qlx::FrameRate::Fps5994);
 //     writer.add(caption, &findings);
@@ -13,6 +14,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/ring.h>
 #include <qlx/cea608/caption.h>
+#include <qlx/cea608/xds.h>
 
 #include <array>
 #include <cstddef>
@@ -51,13 +53,12 @@ struct FramePairs {
 /// In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,
 /// begins behind that EDM, so up to two pairs late (one where codes are sent once), without a finding for these.
 ///
-/// What is due (EOC, EDM) goes first, then the first channel of a field, then the second; a channel that goes on behind
-/// another one sends its mode code. What the writer does not know yet when the pair is due does not count: a caption is
+/// What is due (EOC, EDM) goes first, then captions of the first channel of a field, of the second, then text in the same
+/// order, and in field 2 extended data; what goes on behind something else sends its mode code, a packet its continue
+/// code. What the writer does not know yet when the pair is due does not count: a caption is
 /// added at the latest before the end of the one before it, and for it to fit before that one is shown.
 ///
-/// Only CC1 to CC4 are written: neither text mode (T1 to T4) nor XDS.
-///
-/// The offset of findings is the number of the caption, counted by add() from 0.
+/// The offset of findings is the number of the caption or text, counted by add() and addText() from 0.
 class Writer {
 public:
     /// Has nothing to send yet; the next frame is number 0.
@@ -68,14 +69,23 @@ public:
     /// or it does not start behind the start of the caption before it in its channel.
     QLX_EXPORT bool add(const Caption& caption, FindingSink* findings = nullptr);
 
+    /// Takes a text. It is sent from its start on as fast as captions let it, behind those of its channel that were added
+    /// before.
+    QLX_EXPORT void addText(const TextMessage& text, FindingSink* findings = nullptr);
+
+    /// Takes packets of extended data in place of those before. They are sent one behind the other, and all of them once
+    /// more as often as it is said.
+    /// @param every Seconds, at least one.
+    QLX_EXPORT void setXds(std::vector<XdsPacket> packets, std::uint32_t every = 10);
+
     /// The pairs of the next frame.
     [[nodiscard]] QLX_EXPORT FramePairs next(FindingSink* findings = nullptr);
 
     /// The number of the next frame.
     [[nodiscard]] std::uint64_t frame() const noexcept { return _frame; }
-    /// How many captions of a channel are not yet on the screen as a whole.
+    /// How many captions or texts of a channel are not yet on the screen as a whole.
     [[nodiscard]] std::size_t waiting(Channel channel) const noexcept { return lane(channel).cues.size(); }
-    /// Whether all was sent, and nothing stays on the screen.
+    /// Whether all was sent, no caption stays on the screen, and no packet of extended data lacks its end.
     [[nodiscard]] QLX_EXPORT bool isDone() const noexcept;
 
 private:
@@ -86,11 +96,12 @@ private:
         std::size_t pairs = 0;  ///< Not sent yet, EOC apart.
         Code mode;
         CaptionStyle style = CaptionStyle::PopOn;
+        bool isText = false;
         bool isBegun = false;
         bool hasWaited = false;  ///< Slots in front of a code that was due stayed unused.
     };
 
-    /// A channel.
+    /// A channel, or its text.
     struct Lane {
         Ring<Cue> cues;
         Ring<CodePair> pairs;
@@ -101,16 +112,32 @@ private:
         bool hasStarted = false;      ///< A caption was added.
     };
 
-    /// A field: its two channels, and pairs that are sent one behind the other.
+    static constexpr std::size_t kCaptionLanes = 2;
+    static constexpr std::size_t kLanes = 4;
+
+    /// A field: captions and texts of its two channels, and pairs that are sent one behind the other.
     struct Field {
-        std::array<Lane, 2> lanes;
+        std::array<Lane, kLanes> lanes;
         std::vector<Pair> burst;
-        std::size_t sent = 0;      ///< Of `burst`.
-        std::size_t selected = 2;  ///< The lane whose text may follow without a mode code; 2 for none.
+        std::size_t sent = 0;           ///< Of `burst`.
+        std::size_t selected = kLanes;  ///< The lane whose text may follow without a mode code; kLanes for none.
+    };
+
+    /// Extended data.
+    struct Xds {
+        std::vector<XdsPacket> packets;
+        std::size_t next = 0;  ///< The next one of them.
+        XdsPacket current;
+        std::vector<Pair> pairs;  ///< Of `current`.
+        std::size_t sent = 0;     ///< Of `pairs`.
+        bool isInterrupted = false;
+        std::uint64_t again = 0;   ///< The slot from which on all of them are sent once more.
+        std::uint64_t period = 0;  ///< Slots.
     };
 
     [[nodiscard]] const Lane& lane(Channel channel) const noexcept {
-        return _fields[channel.field == 2 ? 1U : 0U].lanes[channel.channel == 2 ? 1U : 0U];
+        return _fields[channel.field == 2 ? 1U : 0U]
+            .lanes[(channel.isText ? kCaptionLanes : 0U) + (channel.channel == 2 ? 1U : 0U)];
     }
     [[nodiscard]] std::uint64_t slotAtOrAfter(std::size_t field, std::uint64_t frame) const noexcept;
     [[nodiscard]] std::uint64_t frameOfSlot(std::size_t field, std::uint64_t slot) const noexcept;
@@ -118,6 +145,7 @@ private:
     Pair nextPair(std::size_t field, std::uint64_t slot, FindingSink* findings);
     bool sendDue(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
+    bool sendXds(std::uint64_t slot);
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept;
@@ -133,6 +161,7 @@ private:
     std::uint64_t _frame = 0;
     std::uint64_t _added = 0;
     std::array<Field, 2> _fields;
+    Xds _xds;
     std::vector<CodePair> _encoded;
 };
 
