@@ -29,10 +29,20 @@ void readPartition(std::span<const std::uint8_t> value) {
     }
 }
 
-Found read(std::span<const std::uint8_t> bytes, std::size_t piece, std::uint64_t greatestValue) {
+Found read(std::span<const std::uint8_t> bytes, std::size_t piece, std::uint64_t greatestValue,
+           bool isSeekable = false) {
     Found found;
     qlx::Findings findings;
-    qlx::klv::Reader reader({greatestValue}, &findings);
+    qlx::klv::ReaderOptions options{greatestValue};
+    if (isSeekable) {
+        options.lookAhead = [bytes](std::uint64_t place, std::span<std::uint8_t> room) {
+            const auto behind = bytes.subspan(static_cast<std::size_t>(std::min<std::uint64_t>(place, bytes.size())));
+            const std::size_t count = std::min(room.size(), behind.size());
+            std::copy_n(behind.begin(), count, room.begin());
+            return count;
+        };
+    }
+    qlx::klv::Reader reader(options, &findings);
     const auto take = [&] {
         while (const auto triplet = reader.next()) {
             require(triplet->isValueKept == (triplet->header.length.value <= greatestValue));
@@ -76,6 +86,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Found inPieces = read(bytes, piece, 1000);
     require(whole.written == inPieces.written && whole.findings == inPieces.findings);
     require(!whole.findings.empty() || whole.written == bytes);
-    read(bytes, piece, greatestValue);
+    for (const bool isSeekable : {false, true}) {
+        const Found small = read(bytes, bytes.size() + 1, greatestValue, isSeekable);
+        const Found smallInPieces = read(bytes, piece, greatestValue, isSeekable);
+        require(small.written == smallInPieces.written && small.findings == smallInPieces.findings);
+    }
     return 0;
 }

@@ -194,6 +194,7 @@ bool ElementIterator::readPacket() {
     if (isCodingKnown) {
         checkPayload(isUsable, isCut);
     }
+    passPadding();
     return isUsable;
 }
 
@@ -229,6 +230,22 @@ bool ElementIterator::leadsOn(std::uint64_t bytes) const noexcept {
     }
     const layout::Header header = layout::loadHeader(behind.data());
     return isKnown(static_cast<Wrapping>(header.wrapping)) && isKnown(static_cast<SampleCoding>(header.coding));
+}
+
+/// Goes behind zeros that fill an array up and that its count leaves out: the next packet's header is behind them then,
+/// and none in front of them.
+void ElementIterator::passPadding() {
+    const std::size_t bytes = _next - _packet._offset - layout::kArray;
+    const std::size_t padding = (layout::kAlignment - bytes % layout::kAlignment) % layout::kAlignment;
+    if (padding == 0 || _begun >= _count || padding >= _element.size() - _next || leadsOn(bytes) ||
+        !leadsOn(bytes + padding)) {
+        return;
+    }
+    const auto zeros = _element.subspan(_next, padding);
+    if (std::all_of(zeros.begin(), zeros.end(), [](std::uint8_t byte) { return byte == 0; })) {
+        report(FindingCode::AncElementPaddingUncounted, Severity::Remark, _next, padding, bytes);
+        _next += padding;
+    }
 }
 
 /// Reads what stands in the array; whether the user data are there.

@@ -1,13 +1,14 @@
 #include <qlx/klv/klv.h>
 
 #include <algorithm>
+#include <array>
 
 namespace qlx::klv {
 
 void Reader::push(std::span<const std::uint8_t> bytes) {
     drop(_given);
     _given = 0;
-    if (_state == State::Passing && _begin == _buffer.size()) {
+    if (_state == State::Passing && !_isInDoubt && _begin == _buffer.size()) {
         // What is not kept need not be copied.
         const std::size_t passed = static_cast<std::size_t>(std::min<std::uint64_t>(_left, bytes.size()));
         _left -= passed;
@@ -48,7 +49,7 @@ std::optional<TripletView> Reader::next() {
 }
 
 std::uint64_t Reader::wanted() const {
-    if (_state == State::Passing) {
+    if (_state == State::Passing && (!_isInDoubt || rest().empty())) {
         return _left;
     }
     const auto bytes = rest().subspan(std::min(_searched + _given, rest().size()));
@@ -90,6 +91,7 @@ Reader::Step Reader::readTriplet() {
         _left = length;
         _state = State::Passing;
         drop(header->size());
+        _isInDoubt = !endsAtKey(_offset + length);
         return Step::Again;
     }
     switch (leadsOn(*header, bytes)) {
@@ -133,10 +135,38 @@ Reader::Step Reader::give(const TripletHeader& header, bool isValueKept) {
     return Step::Give;
 }
 
+/// Whether a value that is not kept, and ends there, is seen to end in front of a key or at the end of the stream.
+bool Reader::endsAtKey(std::uint64_t end) const {
+    if (!_options.lookAhead) {
+        return false;
+    }
+    // With its last byte: what ends behind the end is not there.
+    std::array<std::uint8_t, 1 + kLabelStart.size()> room{};
+    const std::size_t there = end < _offset ? 0 : _options.lookAhead(end - 1, room);
+    return there > 0 && beginsLabel(std::span(room).first(std::min(there, room.size())).subspan(1));
+}
+
+/// Goes through a value that is not kept, up to a triplet that leads on where its length is in doubt.
 Reader::Step Reader::passValue() {
-    const auto passed = static_cast<std::size_t>(std::min<std::uint64_t>(_left, rest().size()));
+    auto passed = static_cast<std::size_t>(std::min<std::uint64_t>(_left, rest().size()));
+    const Leads found = _isInDoubt ? searchInside(passed) : Leads::Nowhere;
+    if (found == Leads::On) {
+        const std::uint64_t place = _offset + _searched;
+        report(FindingCode::KlvValueHoldsTriplets, Severity::Warning, _triplet.offset, _triplet.header.length.value,
+               place);
+        report(FindingCode::KlvSkipped, Severity::Error, _triplet.offset, place - _triplet.offset, 0);
+        drop(_searched);
+        _state = State::AtTriplet;
+        return Step::Again;
+    }
+    if (found == Leads::Unknown) {
+        passed = _searched;
+    }
     drop(passed);
     _left -= passed;
+    if (found == Leads::Unknown) {
+        return Step::Wait;
+    }
     if (_left == 0) {
         _state = State::AtTriplet;
         return Step::Give;

@@ -235,6 +235,24 @@ TEST(AncElementReader, SaysWhatStandsBehindThePackets) {
     EXPECT_EQ(findingsOf("0000 01", {}), just(FindingCode::AncElementTrailingBytes, Severity::Error, 2, 1, 0));
 }
 
+TEST(AncElementReader, GoesBehindPaddingThatAnArrayDoesNotCount) {
+    // Six bytes counted, two of padding behind them; then one of three, and the last one's, which has none.
+    const std::string six = "0009 01 04 0006 00000006 00000001 610103 966903";
+    const std::string five = "000c 04 05 0005 00000005 00000001 430202 aabb";
+    const Packet other{0x43, 0x02, {0xAA, 0xBB}, 12, 0, Channel::Chroma};
+    const auto padding = [](std::uint64_t offset, std::int64_t zeros, std::int64_t bytes) {
+        return Finding{FindingCode::AncElementPaddingUncounted, Severity::Remark, offset, zeros, bytes};
+    };
+    EXPECT_EQ(findingsOf("0003" + six + "0000" + five + "000000" + six, {usual(), other, usual()}),
+              (std::vector<Finding>{padding(22, 2, 6), padding(43, 3, 5)}));
+    // Without padding, and with some that is counted.
+    EXPECT_TRUE(findingsOf("0003" + six + five + kEight, {usual(), other, usual()}).empty());
+    // What is no zero is no padding.
+    Findings findings;
+    EXPECT_EQ(read(fromHex("0002" + six + "0100" + five), findings), std::vector<Packet>{usual()});
+    EXPECT_FALSE(findings.empty());
+}
+
 TEST(AncElementReader, GivesWhatIsWholeOfEveryShorterElement) {
     const auto whole = fromHex("0003" + kEight + kTen + kOther);
     const std::array ends{std::size_t{2 + 22}, std::size_t{2 + 22 + 26}, whole.size()};

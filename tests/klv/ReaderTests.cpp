@@ -220,6 +220,9 @@ TEST(KlvReader, TakesNoLengthForMemory) {
     const std::string greatest = key("01") + "88ffffffffffffffff aaaa";
     EXPECT_EQ(readInPieces(greatest + kSecond, {UINT64_MAX}), readInPieces(greatest + kSecond));
     EXPECT_EQ(readInPieces(greatest), (Found{{}, {error(FindingCode::KlvValueCut, 0, -1, 2)}}));
+    EXPECT_EQ(readInPieces(greatest + kSecond),
+              (Found{{"27 02 2 bbbbbb"},
+                     {warning(FindingCode::KlvValueHoldsTriplets, 0, -1, 27), error(FindingCode::KlvSkipped, 0, 27)}}));
     // What can be kept is looked into.
     EXPECT_EQ(
         readInPieces(key("01") + "8400ffffff aaaa" + kSecond),
@@ -272,6 +275,57 @@ TEST(KlvReader, GivesLongTripletsWithoutTheirValues) {
     EXPECT_EQ(readInPieces("00" + kSecond + kThird, options),
               (Found{{"22 03 1 cc"},
                      {warning(FindingCode::KlvKeyWrong, 0, 0x0006'0E2B), error(FindingCode::KlvSkipped, 0, 22)}}));
+}
+
+TEST(KlvReader, LooksThroughLongValuesWhereTheirEndIsNotKnown) {
+    const ReaderOptions options{2};
+    const auto holds = [](std::int64_t length, std::int64_t place) {
+        return std::vector<Finding>{warning(FindingCode::KlvValueHoldsTriplets, 19, length, place),
+                                    error(FindingCode::KlvSkipped, 19, place - 19)};
+    };
+    // A length that ends in the next triplet, behind it, behind the end. The beginnings of keys in it lead nowhere.
+    const std::string value = "06 060e 060e2b34";
+    for (const auto& [digits, length] : {std::pair("09", 9), std::pair("23", 35), std::pair("7f", 127)}) {
+        EXPECT_EQ(readInPieces(kFirst + key("04") + digits + value + kFirst + kThird, options),
+                  (Found{{"0 01 1 aaaa", "43 01 1 aaaa", "62 03 1 cc"}, holds(length, 43)}))
+            << digits;
+    }
+    // The last triplet leads to the end.
+    EXPECT_EQ(readInPieces(kFirst + key("04") + "8400ffffff" + value + kThird, options),
+              (Found{{"0 01 1 aaaa", "47 03 1 cc"}, holds(0xFF'FFFF, 47)}));
+    // One whose length ends where the next triplet begins is not seen to be another's value.
+    EXPECT_EQ(readInPieces(kFirst + key("04") + "07" + value + kThird, options),
+              (Found{{"0 01 1 aaaa", "19 04 1 7 bytes", "43 03 1 cc"}, {}}));
+}
+
+TEST(KlvReader, LooksAheadToTheEndOfALongValue) {
+    // The value is another file: only what stands behind it tells that it is one.
+    const std::string inner = kFirst + kThird;
+    const auto look = [](const std::vector<std::uint8_t>& bytes) {
+        return [&bytes](std::uint64_t place, std::span<std::uint8_t> room) {
+            const std::size_t begin = static_cast<std::size_t>(std::min<std::uint64_t>(place, bytes.size()));
+            const std::size_t count = std::min(room.size(), bytes.size() - begin);
+            std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(begin), count, room.begin());
+            return count;
+        };
+    };
+    const auto found = [&](const std::string& digits) {
+        const auto bytes = fromHex(digits);
+        return readInPieces(digits, {2, look(bytes)});
+    };
+    const std::string foreign = key("04") + "25" + inner;
+    EXPECT_EQ(found(foreign + kFirst), (Found{{"0 04 1 37 bytes", "54 01 1 aaaa"}, {}}));
+    EXPECT_EQ(found(foreign), (Found{{"0 04 1 37 bytes"}, {}}));
+    EXPECT_EQ(found(foreign + "060e"), (Found{{"0 04 1 37 bytes"}, {error(FindingCode::KlvCut, 54, 17, 2)}}));
+    // Too long by a byte, too long for the file, and too long for any: the same triplets are read in all of them.
+    for (const auto& [digits, length] : {std::pair("26", 38LL), std::pair("7f", 127LL)}) {
+        EXPECT_EQ(found(key("04") + digits + inner + kFirst),
+                  (Found{{"17 01 1 aaaa", "36 03 1 cc", "54 01 1 aaaa"},
+                         {warning(FindingCode::KlvValueHoldsTriplets, 0, length, 17),
+                          error(FindingCode::KlvSkipped, 0, 17)}}));
+    }
+    EXPECT_EQ(found(key("04") + "88ffffffffffffffff" + inner).triplets,
+              (std::vector<std::string>{"25 01 1 aaaa", "44 03 1 cc"}));
 }
 
 TEST(KlvReader, GivesBackEveryByteOfARandomStream) {
@@ -374,7 +428,7 @@ TEST(KlvReader, ReadsLongHostileStreams) {
                            key("01") + "8800000000003ffff0",
                            kFirst + "00",
                            key("01") + "7f" + kThird + kThird};
-    for (const std::string& part : parts) {
+    const auto readParts = [&](const std::string& part, std::uint64_t greatestValue) {
         for (const std::size_t size : {kSize, 2 * kSize, 4 * kSize}) {
             auto bytes = fromHex("ff");
             const auto rest = repeated(part, size);
@@ -382,7 +436,7 @@ TEST(KlvReader, ReadsLongHostileStreams) {
             std::uint64_t told = 0;
             for (const std::size_t piece : {std::size_t{4099}, bytes.size()}) {
                 Findings findings(1);
-                Reader reader({}, &findings);
+                Reader reader({greatestValue}, &findings);
                 std::uint64_t given = 0;
                 const auto take = [&] {
                     while (const auto triplet = reader.next()) {
@@ -402,5 +456,10 @@ TEST(KlvReader, ReadsLongHostileStreams) {
                 told = given;
             }
         }
+    };
+    for (const std::string& part : parts) {
+        // All values are kept, and hardly any.
+        readParts(part, ReaderOptions().greatestValue);
+        readParts(part, 4);
     }
 }

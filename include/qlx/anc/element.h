@@ -221,6 +221,7 @@ private:
     void readHeader();
     [[nodiscard]] std::uint64_t arrayBytes() const noexcept;
     [[nodiscard]] bool leadsOn(std::uint64_t bytes) const noexcept;
+    void passPadding();
     bool readPayload();
     [[nodiscard]] std::uint16_t rightChecksum() const noexcept;
     void checkSampleCount() const;
@@ -265,7 +266,8 @@ private:
 ///     }
 ///
 /// A packet that cannot be used (a coding that packets do not have, user data that are not there) is passed over with a
-/// finding, and the next one is read behind its array. `findings` is told what is wrong, with the byte offset in the
+/// finding, and the next one is read behind its array, and behind zeros that fill the array up to a multiple of four
+/// bytes without being counted. `findings` is told what is wrong, with the byte offset in the
 /// element; bad input of any kind gives findings.
 [[nodiscard]] inline ElementRange elementPackets(std::span<const std::uint8_t> element,
                                                  FindingSink* findings = nullptr) noexcept {

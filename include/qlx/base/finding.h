@@ -56,6 +56,7 @@ enum class FindingCode : std::uint32_t {
     AncElementSpareBitsSet,      ///< Word with the bits that belong to no sample.
     AncElementTooManyPackets,    ///< Packets given, greatest count.
     AncElementLineTooGreat,      ///< Line number given, greatest one.
+    AncElementPaddingUncounted,  ///< Zeros behind an array that does not count them, bytes of the array.
 
     // anc (ISO/IEC 14496-12)
     AtomCut = 0x2'0201,  ///< Bytes of the header needed, bytes there.
@@ -96,6 +97,8 @@ enum class FindingCode : std::uint32_t {
     RateSentLate,            ///< cc_type or identifier of a section (71h and above), milliseconds that it has waited.
     RateWaitsAtEnd,          ///< The same; triplets or sections that go out behind the last frame of the input.
     RateSectionDoesNotFit,   ///< Section identifier, bytes of it.
+    RateTooManyStreams,      ///< Line of the captions, most lines and channels with captions.
+    RateFramesMissing,       ///< Frame that came, frames in front of it that did not.
 
     // cc, captions in coded pictures (ATSC A/53 Part 4)
     UserDataTooShort,           ///< Bytes needed, bytes there.
@@ -233,6 +236,10 @@ enum class FindingCode : std::uint32_t {
     ScteScheduleReplaced,             ///< Events of a schedule that another one replaces before it is transmitted.
     ScteScheduleCancelled,            ///< Events of a schedule that is not transmitted because it is cancelled.
     ScteMessageEmpty,                 ///< No numbers; a message without operations.
+    ScteProtocolVersionUnknown,       ///< protocol_version there, the known one.
+    ScteSectionIndicatorSet,          ///< 1: section_syntax_indicator, 2: private_indicator, 3: both; each should be 0.
+    ScteDescriptorTooLong,            ///< descriptor_length there, the greatest one.
+    ScteUpidLengthWrong,              ///< segmentation_upid_type, bytes of the UPID.
 
     // video (ITU-T H.264, ITU-T H.265, ISO/IEC 13818-2); the offset is a byte of the unit, picture or stream
     VideoUnitTooShort = 0x8'0001,  ///< Bytes needed, bytes there.
@@ -258,6 +265,7 @@ enum class FindingCode : std::uint32_t {
     KlvCut,                  ///< Key or length: bytes needed from the key on (or of the length alone), bytes there.
     KlvValueCut,             ///< Bytes of the value, bytes there.
     KlvLengthDoesNotFit,     ///< Length given, bytes given for it.
+    KlvValueHoldsTriplets,   ///< Length there, byte of the stream at which a triplet inside the value leads on.
 
     // klv (SMPTE ST 377-1)
     MxfPartitionTooShort = 0x9'0101,  ///< Bytes needed, bytes there.

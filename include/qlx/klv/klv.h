@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -86,6 +87,10 @@ struct TripletView {
 struct ReaderOptions {
     /// Longer values are passed over: their triplets are given without them.
     std::uint64_t greatestValue = std::uint64_t{32} * 1024 * 1024;
+    /// Of a stream that can be looked at where it has not been pushed yet, as a file can: copies what is there from byte
+    /// `place` of the stream on into `room`, and gives how many bytes that are; 0 at the end and behind it. It is asked
+    /// where a value that is not kept ends.
+    std::function<std::size_t(std::uint64_t place, std::span<std::uint8_t> room)> lookAhead = nullptr;
 };
 
 /// The longest value of an ANC frame element: 65,535 packets of the longest size, with room to spare.
@@ -111,7 +116,9 @@ inline constexpr std::uint64_t kGreatestAncFrameElement = std::uint64_t{32} * 10
 /// A triplet is given when it is known that another key, or the end of the stream, stands behind it. Where that is not
 /// so its length is in doubt: when a triplet that leads on stands inside it, reading goes on there, and otherwise it is
 /// given as it is. Where no key with a length is, the next one is looked for that leads to another key or to the end.
-/// What was skipped is a finding, with its place and size. Reading takes linear time whatever the bytes are, and memory
+/// A value that is longer than is kept is believed when ReaderOptions::lookAhead() shows another key, or the end, behind
+/// it. Otherwise it is looked through while it passes: where a triplet that leads on stands inside it, reading goes on
+/// there. What was skipped is a finding, with its place and size. Reading takes linear time whatever the bytes are, and memory
 /// for two of the longest values that are kept and the longest piece.
 class Reader {
 public:
@@ -132,7 +139,8 @@ public:
     /// The next triplet; none when more bytes are needed, or at the end.
     [[nodiscard]] QLX_EXPORT std::optional<TripletView> next();
 
-    /// The fewest bytes with which next() may have more to give, when it has given none.
+    /// The fewest bytes with which next() may have more to give, when it has given none; in a value that is not kept,
+    /// those up to its end.
     [[nodiscard]] QLX_EXPORT std::uint64_t wanted() const;
 
     /// Bytes of the stream in front of what is read next.
@@ -152,6 +160,7 @@ private:
     Step passValue();
     Step search();
     [[nodiscard]] Leads searchInside(std::size_t end);
+    [[nodiscard]] bool endsAtKey(std::uint64_t end) const;
     [[nodiscard]] Leads leadsOn(std::size_t at) const;
     [[nodiscard]] Leads leadsOn(const TripletHeader& header, std::span<const std::uint8_t> bytes) const;
     Step give(const TripletHeader& header, bool isValueKept);
@@ -173,6 +182,7 @@ private:
     std::uint64_t _left = 0;      ///< Of a value that is not kept.
     TripletView _triplet;
     State _state = State::AtTriplet;
+    bool _isInDoubt = false;  ///< Of a value that is not kept: it is looked through.
     bool _isFinished = false;
 };
 
