@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -59,9 +60,19 @@ TEST(PacketRateChange, KnowsWhatDescribesAFrame) {
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kAfdBarData), RateUse::EachFrame);
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kPanScan), RateUse::EachFrame);
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kAtc), RateUse::EachCountedFrame);
+    // ST 2068, ST 2108-1, ST 2108-2, wide-screen signalling.
+    for (const PacketId id : {PacketId{0x41, 0x0A}, PacketId{0x41, 0x0C}, PacketId{0x41, 0x0D}, PacketId{0x50, 0x01}}) {
+        EXPECT_EQ(qlx::anc::rateUseOf(id), RateUse::EachFrame);
+    }
+    EXPECT_EQ(qlx::anc::rateUseOf({0x64, 0x64}), RateUse::EachCountedFrame);
+    EXPECT_EQ(qlx::anc::rateUseOf({0x64, 0x7F}), RateUse::EachCountedFrame);
+    // ST 352, the two-frame marker, the time code of ST 12-3.
+    for (const PacketId id : {PacketId{0x41, 0x01}, PacketId{0x46, 0x01}, PacketId{0x60, 0x61}}) {
+        EXPECT_EQ(qlx::anc::rateUseOf(id), RateUse::EachFrameOfItsRate);
+    }
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kOp47), RateUse::Once);
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kScte104), RateUse::Once);
-    EXPECT_EQ(qlx::anc::rateUseOf({0x50, 0x01}), RateUse::Once);
+    EXPECT_EQ(qlx::anc::rateUseOf({0x41, 0x0B}), RateUse::Once);
 }
 
 TEST(PacketRateChange, KnowsWhichRatesCountAlike) {
@@ -98,6 +109,35 @@ TEST(PacketRateChange, RepeatsWhatDescribesAFrame) {
     course.feed(2, ids::kAfdBarData, 5);
     EXPECT_EQ(course.taken(7),
               (Packets{{0, " 67/3 65/1 96/2"}, {1, " 65/1 96/2"}, {4, " 65/4 65/5"}, {5, " 65/4 65/5"}}));
+}
+
+TEST(PacketRateChange, DropsWhatNamesAnotherRate) {
+    Course same(FrameRate::Fps50, FrameRate::Fps50);
+    same.feed(0, ids::kPayloadIdentifier, 1);
+    EXPECT_EQ(same.taken(2), (Packets{{0, " 65/1"}}));
+    EXPECT_TRUE(same.findings.empty());
+    Course other(FrameRate::Fps25, FrameRate::Fps50);
+    other.feed(0, ids::kPayloadIdentifier, 1);
+    other.feed(0, ids::kHdrMetadata, 2);
+    EXPECT_EQ(other.taken(2), (Packets{{0, " 65/2"}, {1, " 65/2"}}));
+    ASSERT_EQ(other.findings.size(), 1U);
+    EXPECT_EQ(other.findings[0], (Finding{FindingCode::AncPacketDropped, Severity::Warning, 0, 0x41, 0x01}));
+}
+
+// A step for each pair of packets would take many seconds.
+TEST(PacketRateChange, TakesManyPacketsOfAFrame) {
+    constexpr unsigned kPackets = 20'000;
+    PacketRateChange change(FrameRate::Fps50, FrameRate::Fps25);
+    for (unsigned frame = 0; frame < 3; ++frame) {
+        for (unsigned index = 0; index < kPackets; ++index) {
+            change.feed(frame, packet(index % 2 == 0 ? ids::kAfdBarData : ids::kPanScan, frame));
+        }
+    }
+    EXPECT_EQ(change.packetsOf(0).size(), kPackets);
+    const std::vector<Packet> packets = change.packetsOf(1);
+    ASSERT_EQ(packets.size(), kPackets);
+    EXPECT_TRUE(std::all_of(packets.begin(), packets.end(),
+                            [](const Packet& one) { return one.userData == std::vector<std::uint8_t>{2}; }));
 }
 
 TEST(PacketRateChange, TakesTheLastOfThoseThatDescribeAFrame) {

@@ -28,6 +28,8 @@ enum class RateUse : std::uint8_t {
     /// The same, and it counts frames: it is dropped where the new rate counts them otherwise (24 to 30, for instance).
     /// Two rates count alike when one is the other, or the double of the other, whose time code counts pairs of frames.
     EachCountedFrame,
+    /// As EachFrame, and it says which rate the frames have: it is dropped where that is another one.
+    EachFrameOfItsRate,
 };
 
 /// A row of the table.
@@ -36,10 +38,21 @@ struct RateUseOfPacket {
     RateUse use = RateUse::Once;  ///< What becomes of it.
 };
 
-/// The packets that do not go out once.
-inline constexpr std::array<RateUseOfPacket, 3> kRateUses{{{ids::kAfdBarData, RateUse::EachFrame},
-                                                           {ids::kPanScan, RateUse::EachFrame},
-                                                           {ids::kAtc, RateUse::EachCountedFrame}}};
+/// The packets that do not go out once, as the register of SMPTE ST 291-1 names them.
+inline constexpr std::array<RateUseOfPacket, 12> kRateUses{{
+    {ids::kAfdBarData, RateUse::EachFrame},
+    {ids::kPanScan, RateUse::EachFrame},
+    {ids::kStereoscopic, RateUse::EachFrame},
+    {ids::kHdrMetadata, RateUse::EachFrame},
+    {ids::kHdrMetadataKlv, RateUse::EachFrame},
+    {ids::kWideScreenSignalling, RateUse::EachFrame},
+    {ids::kAtc, RateUse::EachCountedFrame},
+    {ids::kTimeCodeOfHanc, RateUse::EachCountedFrame},
+    {ids::kVitcOfHanc, RateUse::EachCountedFrame},
+    {ids::kPayloadIdentifier, RateUse::EachFrameOfItsRate},
+    {ids::kTwoFrameMarker, RateUse::EachFrameOfItsRate},
+    {ids::kHighFrameRateTimeCode, RateUse::EachFrameOfItsRate},
+}};
 
 /// What becomes of a packet.
 [[nodiscard]] constexpr RateUse rateUseOf(PacketId id) noexcept {
@@ -68,7 +81,8 @@ public:
     QLX_EXPORT PacketRateChange(FrameRate from, FrameRate to);
 
     /// Takes a packet of a frame, counted from 0. Frames come in their order; a packet of a frame behind a later one is
-    /// taken as one of that. AncPacketDropped, with the frame as the offset, for one that counts frames otherwise.
+    /// taken as one of that. AncPacketDropped, with the frame as the offset, for one that counts frames otherwise or
+    /// names another rate.
     QLX_EXPORT void feed(std::uint64_t frame, Packet packet, FindingSink* findings = nullptr);
 
     /// The packets of a frame of the new rate. Frames are asked for in their order, each when all frames of the input
@@ -79,6 +93,8 @@ public:
     [[nodiscard]] std::size_t waiting() const noexcept { return _once.size(); }
 
 private:
+    void takeDescribing(std::uint64_t frame);
+
     struct Waiting {
         std::uint64_t inputFrame = 0;
         std::uint64_t firstFrame = 0;  ///< The first frame of the new rate that begins with it or later.
