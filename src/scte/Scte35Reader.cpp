@@ -19,6 +19,7 @@ constexpr std::size_t kCommandLengthOffset = 11;
 constexpr std::size_t kCommandTypeOffset = 13;
 constexpr std::size_t kLoopLengthBytes = 2;
 constexpr std::size_t kIdentifierBytes = 4;
+constexpr std::size_t kGreatestDescriptorLength = 254;
 
 constexpr std::size_t kFewestEncryptedBytes = kCommandTypeOffset + kCrcBytes;
 constexpr std::size_t kFewestBytes = kCommandTypeOffset + 1 + kLoopLengthBytes + kCrcBytes;
@@ -70,6 +71,7 @@ public:
         FieldReader reader(_bytes.first(kCommandTypeOffset), _report);
         SectionLengths lengths;
         walkHeader(reader, _section, lengths);
+        checkHeader();
         const std::size_t end = _bytes.size() - kCrcBytes;
         checkCrc(end);
         if (lengths.isEncrypted) {
@@ -87,6 +89,20 @@ public:
     }
 
 private:
+    void checkHeader() const {
+        constexpr std::size_t kIndicatorsOffset = 1;
+        constexpr std::size_t kVersionOffset = 3;
+        constexpr std::uint8_t kKnownVersion = 0;
+        const unsigned indicators = (_section.sectionSyntaxIndicator ? 1U : 0U) | (_section.privateIndicator ? 2U : 0U);
+        if (indicators != 0) {
+            _report.add(FindingCode::ScteSectionIndicatorSet, Severity::Warning, kIndicatorsOffset, indicators);
+        }
+        if (_section.protocolVersion != kKnownVersion) {
+            _report.add(FindingCode::ScteProtocolVersionUnknown, Severity::Warning, kVersionOffset,
+                        _section.protocolVersion, kKnownVersion);
+        }
+    }
+
     void checkCrc(std::size_t end) {
         const auto stated = loadBig<std::uint32_t>(&_bytes[end]);
         const std::uint32_t right = sectionCRC32(_bytes.first(end));
@@ -195,6 +211,10 @@ private:
                 _section.descriptorTrailing.assign(loop.begin(), loop.end());
                 return;
             }
+            if (length > kGreatestDescriptorLength) {
+                _report.add(FindingCode::ScteDescriptorTooLong, Severity::Warning, offset + 1, length,
+                            kGreatestDescriptorLength);
+            }
             readDescriptor(loop[0], loop.subspan(kDescriptorHeadBytes, length),
                            _report.behind(offset + kDescriptorHeadBytes));
             loop = loop.subspan(size);
@@ -221,11 +241,27 @@ private:
         descriptor.data = VerbatimDescriptor{tag, {data.begin(), data.end()}};
     }
 
+    /// What stands behind a UPID has a known size.
+    static void checkUpid(const SegmentationDescriptor& segmentation, const FieldReader& reader) {
+        const Upid& upid = segmentation.upid;
+        const bool isRight = upid.type == UpidType::Mid
+                                 ? upidsOfMid(upid.bytes).hasValue()
+                                 : upidBytes(upid.type).value_or(upid.bytes.size()) == upid.bytes.size();
+        if (!isRight) {
+            const std::size_t behind = upid.bytes.size() + 3 + (segmentation.subSegment ? 2 : 0);
+            reader.report().add(FindingCode::ScteUpidLengthWrong, Severity::Warning, reader.consumed() - behind - 1,
+                                static_cast<std::uint8_t>(upid.type), upid.bytes.size());
+        }
+    }
+
     static void finishDescriptor(SpliceDescriptor& descriptor, std::uint8_t tag, FieldReader& reader) {
         const auto* const segmentation = std::get_if<SegmentationDescriptor>(&descriptor.data);
         if (segmentation != nullptr && segmentation->subSegment && !hasSubSegments(segmentation->typeId)) {
             reader.report().add(FindingCode::ScteSubSegmentsUnexpected, Severity::Remark, reader.consumed() - 2,
                                 segmentation->typeId);
+        }
+        if (segmentation != nullptr && !segmentation->cancel) {
+            checkUpid(*segmentation, reader);
         }
         if (reader.remaining() > 0) {
             reader.report().add(FindingCode::ScteBytesBehindDescriptor, Severity::Warning, reader.consumed(), tag,

@@ -68,6 +68,7 @@ std::string uuidText(Bytes bytes) {
 /// A UPID that holds no others.
 std::string plainText(const Upid& upid) {
     const Bytes bytes = upid.bytes;
+    const bool isWhole = bytes.size() == upidBytes(upid.type);
     switch (upid.type) {
     case UpidType::UserDefined:
     case UpidType::Isci:
@@ -79,15 +80,15 @@ std::string plainText(const Upid& upid) {
     case UpidType::Scr:
         return isPrintable(bytes) ? std::string(bytes.begin(), bytes.end()) : digitsOf(bytes);
     case UpidType::Umid:
-        return bytes.size() == 32 ? grouped(bytes, 4, '.') : digitsOf(bytes);
+        return isWhole ? grouped(bytes, 4, '.') : digitsOf(bytes);
     case UpidType::IsanDeprecated:
-        return bytes.size() == 8 ? grouped(bytes, 2, '-') : digitsOf(bytes);
+        return isWhole ? grouped(bytes, 2, '-') : digitsOf(bytes);
     case UpidType::Isan:
-        return bytes.size() == 12 ? grouped(bytes, 2, '-') : digitsOf(bytes);
+        return isWhole ? grouped(bytes, 2, '-') : digitsOf(bytes);
     case UpidType::Eidr:
-        return bytes.size() == 12 ? eidrText(bytes) : digitsOf(bytes);
+        return isWhole ? eidrText(bytes) : digitsOf(bytes);
     case UpidType::Uuid:
-        return bytes.size() == 16 ? uuidText(bytes) : digitsOf(bytes);
+        return isWhole ? uuidText(bytes) : digitsOf(bytes);
     default:
         return digitsOf(bytes);
     }

@@ -1,6 +1,9 @@
 // Everything that can be wrong in a section of ANSI/SCTE 35, provoked once and compared wholly.
 #include "Scte35Bytes.h"
 
+#include <array>
+#include <map>
+
 namespace {
 
 using namespace qlxtest;
@@ -88,6 +91,57 @@ TEST(Scte35Findings, RemarkReservedBits) {
     EXPECT_EQ(findingsOf(sectionOf("00", "04 05 43554549 00")), reserved(22, 0, 0x0F));
     EXPECT_EQ(findingsOf(sectionOf("00", "02 09 43554549 00000001 80")), reserved(26, 0, 0x3F));
     EXPECT_EQ(findingsOf(sectionOf("00", "02 0f 43554549 00000001 7f a0 00 00 10 00 00")), reserved(27, 0, 0x1F));
+}
+
+TEST(Scte35Findings, NameAHeaderThatIsNone) {
+    Bytes version = sectionOf("00");
+    version[3] = 1;
+    close(version);
+    EXPECT_EQ(findingsOf(version), (FindingList{{FindingCode::ScteProtocolVersionUnknown, kWarning, 3, 1, 0}}));
+    for (unsigned indicators = 1; indicators < 4; ++indicators) {
+        Bytes bytes = sectionOf("00");
+        // section_syntax_indicator is the highest bit.
+        bytes[1] = static_cast<std::uint8_t>(bytes[1] | (indicators & 1U) << 7U | (indicators & 2U) << 5U);
+        close(bytes);
+        EXPECT_EQ(findingsOf(bytes), (FindingList{{FindingCode::ScteSectionIndicatorSet, kWarning, 1, indicators, 0}}));
+    }
+}
+
+TEST(Scte35Findings, NameADescriptorThatIsTooLong) {
+    std::string data = "41424344";
+    while (data.size() < 2 * 254) {
+        data += "00";
+    }
+    EXPECT_TRUE(findingsOf(sectionOf("00", "80 fe" + data)).empty());
+    EXPECT_EQ(findingsOf(sectionOf("00", "80 ff" + data + "00")),
+              (FindingList{{FindingCode::ScteDescriptorTooLong, kWarning, 17, 255, 254}}));
+}
+
+TEST(Scte35Findings, NameAUpidThatIsNotAsLongAsItsType) {
+    // segmentation_upid_length is the byte at 16 + 2 + 4 + 4 + 1 + 1 + 1.
+    const auto findings = [](unsigned type, std::size_t bytes, const std::string& behind = "10 00 00") {
+        const auto byte = [](std::size_t value) { return toHex(std::array{static_cast<std::uint8_t>(value)}); };
+        const std::string data =
+            "43554549 00000001 7f bf" + byte(type) + byte(bytes) + std::string(2 * bytes, '0') + behind;
+        return findingsOf(sectionOf("00", "02" + byte(fromHex(data).size()) + data));
+    };
+    const std::map<unsigned, std::size_t> lengths{{0x00, 0},  {0x02, 8},  {0x03, 12}, {0x04, 32}, {0x05, 8},
+                                                  {0x06, 12}, {0x07, 12}, {0x08, 8},  {0x0A, 12}, {0x10, 16}};
+    for (unsigned type = 0; type < 0x14; ++type) {
+        const auto length = lengths.find(type);
+        if (length == lengths.end()) {
+            // The UPIDs of a MID are two bytes and more: of type 0 and no bytes here.
+            EXPECT_TRUE(findings(type, 6).empty()) << type;
+            continue;
+        }
+        EXPECT_TRUE(findings(type, length->second).empty()) << type;
+        EXPECT_EQ(findings(type, length->second + 1),
+                  (FindingList{{FindingCode::ScteUpidLengthWrong, kWarning, 29, type,
+                                static_cast<std::int64_t>(length->second + 1)}}));
+    }
+    EXPECT_EQ(findings(0x08, 7, "34 00 00 01 02"),
+              (FindingList{{FindingCode::ScteUpidLengthWrong, kWarning, 29, 8, 7}}));
+    EXPECT_EQ(findings(0x0D, 1), (FindingList{{FindingCode::ScteUpidLengthWrong, kWarning, 29, 13, 1}}));
 }
 
 TEST(Scte35Findings, NameALengthOfTheCommandThatIsWrong) {

@@ -71,6 +71,29 @@ enum class UpidType : std::uint8_t {
     Scr = 0x11,             ///< SCTE registered text.
 };
 
+/// Bytes that a UPID of this type has (ANSI/SCTE 35, 10.3.3.1); none where there may be any number.
+[[nodiscard]] constexpr std::optional<std::size_t> upidBytes(UpidType type) noexcept {
+    switch (type) {
+    case UpidType::NotUsed:
+        return 0;
+    case UpidType::Isci:
+    case UpidType::IsanDeprecated:
+    case UpidType::Ti:
+        return 8;
+    case UpidType::AdId:
+    case UpidType::Isan:
+    case UpidType::Tid:
+    case UpidType::Eidr:
+        return 12;
+    case UpidType::Umid:
+        return 32;
+    case UpidType::Uuid:
+        return 16;
+    default:
+        return std::nullopt;
+    }
+}
+
 /// A UPID: its type and its bytes.
 struct Upid {
     UpidType type = UpidType::NotUsed;  ///< segmentation_upid_type
