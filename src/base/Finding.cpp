@@ -12,8 +12,8 @@ namespace {
 
 struct Text {
     FindingCode code;
-    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`, `{1p}`: in hexadecimal,
-                               ///< without a sign, as a place of a caption.
+    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`, `{1p}`, `{2t}`: in hexadecimal,
+                               ///< without a sign, as a place of a caption, as a time code; `{1s}`: `s` unless it is 1.
 };
 
 using enum FindingCode;
@@ -122,6 +122,39 @@ constexpr Text kTexts[] = {
     {Cea608XdsValueWrong, "extended data: {2} bytes are none of packet {1x}"},
     {Cea608XdsTextCut, "extended data: text of {1} characters, {2} are sent"},
     {Cea608XdsNotCarried, "extended data: a number has no room in its packet (value {1})"},
+    {StreamEmpty, "the file is empty"},
+    {StreamKindWithoutFrames, "files of this kind have no frames with packets or captions"},
+    {StreamMoreFindings, "{1} more finding{1s} in the frame"},
+    {RowFileRowCut, "the last row is cut short: {1} of {2} byte{2s}"},
+    {RowFileFrameCut, "the last frame is cut short: {1} of {2} row{2s}"},
+    {RowFileLineMissing, "there is no row for the packet of line {1}"},
+    {RowFileChannelsMixed, "packets of the multiplex have no place beside those of luma or chroma"},
+    {KlvFileKeyMissing, "no SMPTE key (06 0E 2B 34 ...): this is no KLV file"},
+    {KlvFileFrameMissing, "the file ends without an ANC frame element"},
+    {TextLineTooLong, "the line is longer than {1} MiB"},
+    {JsonlNotJson, "not JSON at character {1}"},
+    {JsonlCut, "not JSON: the text ends too early"},
+    {JsonlTooDeep, "JSON nested deeper than {1} levels"},
+    {JsonlNoFrame, "no frame: an object with \"frame\" and \"packets\" is expected"},
+    {JsonlPacketWrong, "a packet must be an object"},
+    {JsonlPtsWrong, "\"pts\" must be an object"},
+    {JsonlCaptionsWrong, "\"captions\" must be an object"},
+    {JsonlChannelWrong, "\"channel\" must be \"luma\", \"chroma\" or \"multiplex\""},
+    {JsonlDataWrong, "\"data\" must be pairs of hexadecimal digits"},
+    {JsonlFrameWrong, "\"frame\" must be a whole number, at most {1}"},
+    {JsonlLineWrong, "\"line\" must be a whole number, at most {1}"},
+    {JsonlDidWrong, "\"did\" must be a whole number, at most {1}"},
+    {JsonlSdidWrong, "\"sdid\" must be a whole number, at most {1}"},
+    {JsonlHorizontalOffsetWrong, "\"horizontalOffset\" must be a whole number, at most {1}"},
+    {JsonlValueWrong, "\"value\" must be a whole number, at most {1}"},
+    {JsonlTimescaleWrong, "\"timescale\" must be a whole number, at most {1}"},
+    {JsonlTimescaleZero, "\"timescale\" must be above 0"},
+    {SccTitleMissing, "no Scenarist caption file: \"Scenarist_SCC V1.0\" is expected"},
+    {SccTimecodeWrong, "no timecode of 29.97 frames a second at the line's beginning"},
+    {SccPairWrong, "a byte pair must be four hexadecimal digits, at character {1}"},
+    {SccTimecodeEarlier, "the timecode is earlier than that of line {1}: the line's pairs follow those, from {2t} on"},
+    {SccTimecodeOverlaps,
+     "the timecode comes before the pairs of line {1} are through: the line's pairs follow those, from {2t} on"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
     {KlvKeyWrong, "no key begins with {1x}"},
     {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},
@@ -129,8 +162,8 @@ constexpr Text kTexts[] = {
     {KlvLengthTooGreat, "length {1u}, the greatest for this key is {2}"},
     {KlvLengthLeadsNowhere, "length {1u} leads to no other triplet"},
     {KlvSkipped, "{1} bytes skipped"},
-    {KlvCut, "{1} bytes of key and length, of which {2} are there"},
-    {KlvValueCut, "value of {1u} bytes, of which {2u} are there"},
+    {KlvCut, "KLV triplet cut short: {2} of {1} byte{1s} of key and length"},
+    {KlvValueCut, "KLV triplet cut short: {2u} of {1u} byte{1s} of the value"},
     {KlvLengthDoesNotFit, "length {1u} does not fit into {2} bytes"},
     {KlvValueHoldsTriplets, "length {1u}, but a triplet at byte {2u} leads on"},
     {MxfPartitionTooShort, "partition pack of {2} bytes, {1} are needed"},
@@ -292,8 +325,29 @@ const Text* textOf(std::span<const Text> texts, FindingCode code) noexcept {
     return entry == texts.end() ? nullptr : &*entry;
 }
 
+/// Writes the four bytes of a time code; the highest bit is set in drop-frame counting.
+void appendTimeCode(std::string& text, std::int64_t bytes) {
+    constexpr std::int64_t kDropFrame = 0x8000'0000;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const std::int64_t number = (bytes & ~kDropFrame) >> shift & 0xFF;
+        text += number < 10 ? "0" : "";
+        text += std::to_string(number);
+        if (shift > 0) {
+            text += shift == 8 && (bytes & kDropFrame) != 0 ? ';' : ':';
+        }
+    }
+}
+
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
 void appendNumber(std::string& text, std::int64_t number, char form) {
+    if (form == 's') {
+        text += number == 1 ? "" : "s";
+        return;
+    }
+    if (form == 't') {
+        appendTimeCode(text, number);
+        return;
+    }
     if (form == 'p') {
         constexpr std::int64_t kColumns = 1000;
         text += "row " + std::to_string(number / kColumns) + ", column " + std::to_string(number % kColumns);

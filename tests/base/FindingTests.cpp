@@ -26,7 +26,18 @@ TEST(Finding, SaysItsNumbersInDecimalOrHexadecimal) {
               "caption packet checksum 05, but fb is right");
     // A length may be greater than a number with a sign.
     EXPECT_EQ((Finding{FindingCode::KlvValueCut, Severity::Error, 0, -1, 24}).text(),
-              "value of 18446744073709551615 bytes, of which 24 are there");
+              "KLV triplet cut short: 24 of 18446744073709551615 bytes of the value");
+}
+
+TEST(Finding, HasNounsInTheirNumberAndTimeCodesWithTheirMark) {
+    EXPECT_EQ((Finding{FindingCode::RowFileFrameCut, Severity::Error, 0, 0, 1}).text(),
+              "the last frame is cut short: 0 of 1 row");
+    EXPECT_EQ((Finding{FindingCode::RowFileFrameCut, Severity::Error, 0, 1, 2}).text(),
+              "the last frame is cut short: 1 of 2 rows");
+    EXPECT_EQ((Finding{FindingCode::SccTimecodeEarlier, Severity::Remark, 6, 5, 0x0A3B'0203}).text(),
+              "the timecode is earlier than that of line 5: the line's pairs follow those, from 10:59:02:03 on");
+    EXPECT_EQ((Finding{FindingCode::SccTimecodeEarlier, Severity::Remark, 6, 5, 0x8100'1E1D}).text(),
+              "the timecode is earlier than that of line 5: the line's pairs follow those, from 01:00:30;29 on");
 }
 
 TEST(Finding, SaysTheNumberOfACodeThatIsNotKnown) {

@@ -322,6 +322,41 @@ enum class FindingCode : std::uint32_t {
     StreamWriteFailed,             ///< The same.
     StreamLibraryRemark,           ///< No numbers; FrameReader::takeLibraryTexts() has the words.
 
+    // streams, files of frames
+    StreamEmpty = 0x1F'0101,     ///< No numbers.
+    StreamKindWithoutFrames,     ///< Number of the kind (qlx::streams::InputKind).
+    StreamMoreFindings,          ///< How many more there are of the frame.
+    RowFileRowCut,               ///< Bytes of the last row there, bytes of a row.
+    RowFileFrameCut,             ///< Rows of the last frame there, rows of a frame.
+    RowFileLineMissing,          ///< Line number of a packet for which there is no row.
+    RowFileChannelsMixed,        ///< Line number of packets of the multiplex beside others.
+    KlvFileKeyMissing,           ///< No numbers; the file does not begin with a label.
+    KlvFileFrameMissing,         ///< No numbers; no triplet is an ANC frame element.
+    TextLineTooLong,             ///< Greatest size in MiB.
+    JsonlNotJson,                ///< Character of the line, counted from 1.
+    JsonlCut,                    ///< No numbers; the line ends too early.
+    JsonlTooDeep,                ///< Most levels.
+    JsonlNoFrame,                ///< No numbers.
+    JsonlPacketWrong,            ///< No numbers; a packet that is no object.
+    JsonlPtsWrong,               ///< No numbers; a time that is no object.
+    JsonlCaptionsWrong,          ///< No numbers; captions that are no object.
+    JsonlChannelWrong,           ///< No numbers.
+    JsonlDataWrong,              ///< No numbers.
+    JsonlFrameWrong,             ///< Greatest number.
+    JsonlLineWrong,              ///< The same.
+    JsonlDidWrong,               ///< The same.
+    JsonlSdidWrong,              ///< The same.
+    JsonlHorizontalOffsetWrong,  ///< The same.
+    JsonlValueWrong,             ///< The same.
+    JsonlTimescaleWrong,         ///< The same.
+    JsonlTimescaleZero,          ///< No numbers.
+    SccTitleMissing,             ///< No numbers.
+    SccTimecodeWrong,            ///< No numbers.
+    SccPairWrong,                ///< Character of the line at which it begins, counted from 1.
+    SccTimecodeEarlier,  ///< Line whose timecode is later; four bytes of the timecode from which on the pairs are sent,
+                         ///< as a number, and 8000'0000h in drop-frame counting.
+    SccTimecodeOverlaps,  ///< Line whose pairs are not through; the same.
+
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };

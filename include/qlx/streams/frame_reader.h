@@ -25,8 +25,17 @@ namespace qlx::streams {
 /// What the offset of a finding counts.
 enum class PlaceUnit : std::uint8_t {
     Byte,      ///< Bytes of the file, from 0.
-    TextLine,  ///< Lines of a text, from 1.
-    Row,       ///< The line number of a row; Frame::number, which is set in front of any finding, says of which frame.
+    TextLine,  ///< Lines of a text, from 1; 0 for the text as a whole.
+};
+
+/// Where something is, as people look for it; what is not known, or makes no sense in such a file, is missing.
+struct Place {
+    std::optional<std::uint64_t> frame;  ///< Number of the frame.
+    std::optional<std::uint64_t> line;   ///< Line of a text, from 1; in a file of rows the line number of the row.
+    std::optional<std::uint64_t> byte;   ///< Byte of the file, from 0; in a file of rows that of the row.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const Place&, const Place&) noexcept = default;
 };
 
 /// Reads the frames of a file one after the other.
@@ -46,6 +55,14 @@ public:
     /// What the offsets of this reader's findings count.
     [[nodiscard]] virtual PlaceUnit placeUnit() const noexcept = 0;
 
+    /// Where a finding of the last call of next() is, in the words of such a file.
+    [[nodiscard]] virtual Place placeOf(const Finding& finding) const {
+        if (placeUnit() == PlaceUnit::Byte) {
+            return {.frame = {}, .line = {}, .byte = finding.offset};
+        }
+        return {.frame = {}, .line = finding.offset == 0 ? std::nullopt : std::optional(finding.offset), .byte = {}};
+    }
+
     /// What a library that takes the file apart has said in its own words: a text for each finding with
     /// FindingCode::StreamLibraryRemark that has been given since the last call, in their order.
     [[nodiscard]] virtual std::vector<std::string> takeLibraryTexts() { return {}; }
@@ -60,8 +77,9 @@ public:
     virtual ~FrameWriter() = default;
 
     /// Writes the next frame.
-    /// @param findings Gets what the form does not carry, though the rest is written; may be null.
-    /// @return Why the frame cannot be written; none when it is.
+    /// @param findings Gets what the form does not carry, though the rest is written; may be null. The offset of a finding
+    ///   is the number of the packet in the frame, counted from 0, or the number of packets where it is about none.
+    /// @return Why the frame cannot be written, the same; none when it is.
     [[nodiscard]] virtual std::optional<Finding> write(const Frame& frame, FindingSink* findings) = 0;
 
     /// Called once, behind the last frame.
