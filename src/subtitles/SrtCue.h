@@ -1,7 +1,9 @@
 // What the lines of a cue are in an SRT file, and what a row hands on to the next.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,6 +11,23 @@ namespace qlx::srt {
 
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 inline constexpr std::string_view kArrow = " --> ";
+
+/// What stands in front of an arrow and behind it.
+struct SidesOfArrow {
+    std::string_view before;
+    std::string_view behind;
+};
+
+/// Takes a line apart in which the arrow stands once; none for any other.
+[[nodiscard]] constexpr std::optional<SidesOfArrow> sidesOfArrow(std::string_view line) noexcept {
+    const std::size_t arrow = line.find(kArrow);
+    if (arrow == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view behind = line.substr(arrow + kArrow.size());
+    return behind.find(kArrow) == std::string_view::npos ? std::optional(SidesOfArrow{line.substr(0, arrow), behind})
+                                                         : std::nullopt;
+}
 
 enum class LineKind : std::uint8_t { Empty, Number, Timing, Text };
 

@@ -72,11 +72,11 @@ std::optional<TagMatch> findTag(std::string_view text, std::string_view opening)
     return std::nullopt;
 }
 
-void takeColor(MarkedLine& line) {
+void takeColor(MarkedLine& line, WrongValues* wrong) {
     if (const auto match = findTag(line.text, "<font color=\"")) {
         line.color = subtitles::colorFromText(match->value);
-        if (!subtitles::isColorText(match->value)) {
-            line.wrongColor = match->value.size();
+        if (wrong != nullptr && !subtitles::isColorText(match->value)) {
+            wrong->color = match->value.size();
         }
         line.colorStaysOpen = true;
         line.text.erase(match->position, match->length);
@@ -88,11 +88,11 @@ void takeColor(MarkedLine& line) {
     }
 }
 
-void takeRow(MarkedLine& line) {
+void takeRow(MarkedLine& line, WrongValues* wrong) {
     if (const auto match = findTag(line.text, "<line=\"")) {
         line.row = static_cast<std::uint64_t>(integerValue(match->value));
-        if (line.row == 0 || !isWholeNumber(match->value)) {
-            line.wrongRow = match->value.size();
+        if (wrong != nullptr && (line.row == 0 || !isWholeNumber(match->value))) {
+            wrong->row = match->value.size();
         }
         line.text.erase(match->position, match->length);
     }
@@ -134,15 +134,15 @@ void takePositioning(MarkedLine& line) {
 
 }  // namespace
 
-MarkedLine parseMarkup(std::string_view line) {
+MarkedLine parseMarkup(std::string_view line, WrongValues* wrong) {
     MarkedLine result;
     result.text = trimmed(line);
     if (result.text.find('<') != kNotFound) {
         result.bold = takeStyle(result.text, "<b>", "</b>");
         result.italic = takeStyle(result.text, "<i>", "</i>");
         result.underline = takeStyle(result.text, "<u>", "</u>");
-        takeColor(result);
-        takeRow(result);
+        takeColor(result, wrong);
+        takeRow(result, wrong);
     }
     if (result.text.find('{') != kNotFound) {
         takePositioning(result);

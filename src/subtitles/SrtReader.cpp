@@ -16,7 +16,6 @@ namespace qlx::subtitles {
 namespace {
 
 using enum FindingCode;
-using srt::kArrow;
 
 constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kDigits = "0123456789";
@@ -90,13 +89,12 @@ std::optional<SrtTime> parseSrtTime(std::string_view text) noexcept {
 }
 
 std::optional<SrtTimingView> splitSrtTiming(std::string_view line) noexcept {
-    const std::size_t arrow = line.find(kArrow);
-    if (arrow == std::string_view::npos || line.find(kArrow, arrow + kArrow.size()) != std::string_view::npos) {
+    const auto sides = srt::sidesOfArrow(line);
+    if (!sides) {
         return std::nullopt;
     }
-    const std::string_view behind = line.substr(arrow + kArrow.size());
-    const std::size_t size = sizeOfTime(behind);
-    return SrtTimingView{line.substr(0, arrow), behind.substr(0, size), behind.substr(size)};
+    const std::size_t size = sizeOfTime(sides->behind);
+    return SrtTimingView{sides->before, sides->behind.substr(0, size), sides->behind.substr(size)};
 }
 
 void SrtReader::push(std::span<const std::uint8_t> bytes) {
@@ -240,7 +238,8 @@ void SrtReader::takeText(std::string_view line) {
     if (!_isCue) {
         return;
     }
-    srt::MarkedLine marked = srt::parseMarkup(validated(line));
+    srt::WrongValues wrong;
+    srt::MarkedLine marked = srt::parseMarkup(validated(line), &wrong);
     if (_rows == _cue.rows.size()) {
         _cue.rows.emplace_back();
     }
@@ -257,12 +256,12 @@ void SrtReader::takeText(std::string_view line) {
     run.style.foreground = before != nullptr && _isColorOpen
                                ? before->runs.front().style.foreground
                                : screen::kBasicColors[static_cast<std::size_t>(marked.color)];
-    if (marked.wrongColor) {
-        report(SrtColorUnknown, Severity::Warning, marked.color, static_cast<std::int64_t>(*marked.wrongColor));
+    if (wrong.color) {
+        report(SrtColorUnknown, Severity::Warning, marked.color, static_cast<std::int64_t>(*wrong.color));
     }
     _isColorOpen = marked.colorStaysOpen;
-    if (marked.wrongRow) {
-        report(SrtRowWrong, Severity::Warning, static_cast<std::int64_t>(*marked.wrongRow));
+    if (wrong.row) {
+        report(SrtRowWrong, Severity::Warning, static_cast<std::int64_t>(*wrong.row));
         marked.row = 0;
     }
     row.number = marked.row;

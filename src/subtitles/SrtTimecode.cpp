@@ -5,7 +5,6 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
-#include <qlx/subtitles/srt.h>
 
 #include <algorithm>
 #include <cmath>
@@ -70,13 +69,12 @@ std::string timecodeFromSeconds(double seconds) {
 }
 
 std::optional<TimeSpan> timeSpanFromTimingLine(std::string_view line) noexcept {
-    const auto parts = subtitles::splitSrtTiming(line);
-    if (!parts) {
+    const auto sides = sidesOfArrow(line);
+    if (!sides) {
         return std::nullopt;
     }
     // What stands behind the end is a part of it here.
-    const std::string_view end = line.substr(parts->start.size() + kArrow.size());
-    return TimeSpan{secondsFromTimecode(parts->start), secondsFromTimecode(end)};
+    return TimeSpan{secondsFromTimecode(sides->before), secondsFromTimecode(sides->behind)};
 }
 
 }  // namespace qlx::srt

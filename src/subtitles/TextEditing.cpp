@@ -33,12 +33,6 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag) {
     text.resize(kept);
 }
 
-std::string_view trimmed(std::string_view text) noexcept {
-    constexpr std::string_view kBlanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
 bool isWholeNumber(std::string_view text) noexcept {
     constexpr std::string_view kGreatest = "9223372036854775807";
     if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
