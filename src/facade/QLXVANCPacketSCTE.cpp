@@ -63,7 +63,7 @@ qlx::Data QLXVANCPacket::SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(const
         return {};
     }
     qlx::scte::logConvertedRequest(*request);
-    return qlx::scte35::section({request->spliceInsertType, request->spliceEventID, request->uniqueProgramID,
-                                 request->breakDuration, intendedPTS},
+    return qlx::scte35::section({static_cast<std::uint8_t>(request->type), request->eventId, request->uniqueProgramId,
+                                 request->breakDurationTenths, intendedPTS},
                                 {0, false});
 }

@@ -2,6 +2,7 @@
 
 #include "scte/Scte104Layout.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qlx::scte104 {
@@ -38,33 +39,13 @@ constexpr std::uint8_t kCancelled = 0x80;
 }  // namespace
 
 void SpliceRequest::write(std::uint8_t* bytes) const noexcept {
-    scte::SpliceRequest request;
-    request.type = static_cast<scte::SpliceInsertType>(spliceInsertType);
-    request.eventId = spliceEventID;
-    request.uniqueProgramId = uniqueProgramID;
-    request.preRollMilliseconds = preRollTime;
-    request.breakDurationTenths = breakDuration;
-    request.availNum = availNum;
-    request.availsExpected = availsExpected;
-    request.autoReturn = autoReturn ? 1 : 0;
-    writeOperation(bytes, request, kDataBytes);
+    writeOperation<scte::SpliceRequest>(bytes, *this, kDataBytes);
 }
 
 std::optional<SpliceRequest> SpliceRequest::read(std::span<const std::uint8_t> data) noexcept {
-    const auto request = readData<scte::SpliceRequest>(data);
-    if (!request) {
-        return std::nullopt;
-    }
-    SpliceRequest result;
-    result.spliceInsertType = static_cast<std::uint8_t>(request->type);
-    result.spliceEventID = request->eventId;
-    result.uniqueProgramID = request->uniqueProgramId;
-    result.preRollTime = request->preRollMilliseconds;
-    result.breakDuration = request->breakDurationTenths;
-    result.availNum = request->availNum;
-    result.availsExpected = request->availsExpected;
-    result.autoReturn = request->autoReturn != 0;
-    return result;
+    // Behind auto_return_flag nothing is read, so that size() holds for what is read as well.
+    const auto request = readData<scte::SpliceRequest>(data.first(std::min(data.size(), kDataBytes)));
+    return request ? std::optional(SpliceRequest{*request}) : std::nullopt;
 }
 
 void SpliceNull::write(std::uint8_t* bytes) noexcept {

@@ -24,21 +24,12 @@ inline constexpr std::size_t kOperationHeaderBytes = 4;
 // Each write() fills size() bytes, opID and data_length included. Each read() takes the data alone, of which there may
 // be more than needed, and gives none when there are too few.
 
-/// splice_request_data:
+/// splice_request_data, written without not_an_entry_flag:
 ///
 ///   splice_insert_type 1 | splice_event_id 4 | unique_program_id 2 | pre_roll_time 2 | break_duration 2 |
 ///   avail_num 1 | avails_expected 1 | auto_return_flag 1
-struct SpliceRequest {
+struct SpliceRequest : scte::SpliceRequest {
     static constexpr std::size_t kDataBytes = 14;
-
-    std::uint8_t spliceInsertType = 0;
-    std::uint32_t spliceEventID = 0;
-    std::uint16_t uniqueProgramID = 0;
-    std::uint16_t preRollTime = 0;    ///< Milliseconds.
-    std::uint16_t breakDuration = 0;  ///< Tenths of a second.
-    std::uint8_t availNum = 0;
-    std::uint8_t availsExpected = 0;
-    bool autoReturn = false;
 
     [[nodiscard]] static constexpr std::size_t size() noexcept { return kOperationHeaderBytes + kDataBytes; }
     void write(std::uint8_t* bytes) const noexcept;

@@ -72,16 +72,16 @@ bool addSpliceRequest(Dictionary& parameters, std::span<const std::uint8_t> data
     if (!request) {
         return false;
     }
-    parameters.set("autoReturn", request->autoReturn);
+    parameters.set("autoReturn", request->autoReturn != 0);
     parameters.set("availNum", request->availNum);
     parameters.set("availsExpected", request->availsExpected);
-    parameters.set("breakDuration", request->breakDuration);
+    parameters.set("breakDuration", request->breakDurationTenths);
     parameters.set("operationID", operationName(scte104::kSpliceRequestID));
-    parameters.set("preRollTime", request->preRollTime);
-    parameters.set("spliceEventID", request->spliceEventID);
-    parameters.set("spliceInsertType", request->spliceInsertType);
-    parameters.set("spliceInsertTypeName", spliceInsertModeName(request->spliceInsertType));
-    parameters.set("uniqueProgramID", request->uniqueProgramID);
+    parameters.set("preRollTime", request->preRollMilliseconds);
+    parameters.set("spliceEventID", request->eventId);
+    parameters.set("spliceInsertType", static_cast<std::uint8_t>(request->type));
+    parameters.set("spliceInsertTypeName", spliceInsertModeName(static_cast<std::uint8_t>(request->type)));
+    parameters.set("uniqueProgramID", request->uniqueProgramId);
     return true;
 }
 
@@ -150,25 +150,6 @@ bool addSegmentationDescriptor(Dictionary& parameters, std::span<const std::uint
 }
 
 }  // namespace
-
-std::string_view checkSpliceRequest(const SpliceRequestValues& values, scte104::SpliceRequest& result) noexcept {
-    if (values.spliceType == 0 || values.spliceType > kMaxByte) {
-        return "Invalid or missing splice Type";
-    }
-    if (values.eventID > kMaxUInt32) {
-        return "Invalid or missing event ID";
-    }
-    if (values.programUniqueID > kMaxUInt16) {
-        return "Invalid or missing program unique ID";
-    }
-    result.spliceInsertType = static_cast<std::uint8_t>(values.spliceType);
-    result.spliceEventID = static_cast<std::uint32_t>(values.eventID);
-    result.uniqueProgramID = static_cast<std::uint16_t>(values.programUniqueID);
-    result.preRollTime = values.preRoll;
-    result.breakDuration = values.duration;
-    result.autoReturn = values.autoReturn;
-    return {};
-}
 
 std::string_view readSpliceRequest(const Dictionary& parameters, scte104::SpliceRequest& result) {
     SpliceRequestValues values;

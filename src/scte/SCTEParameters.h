@@ -9,6 +9,7 @@
 #include <limits>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace qlx::scte {
 
@@ -27,8 +28,26 @@ struct SpliceRequestValues {
 
 // Each of these fills `result` and gives an empty text, or gives the error.
 
-[[nodiscard]] std::string_view checkSpliceRequest(const SpliceRequestValues& values,
-                                                  scte104::SpliceRequest& result) noexcept;
+[[nodiscard]] inline std::string_view checkSpliceRequest(const SpliceRequestValues& values,
+                                                         scte104::SpliceRequest& result) noexcept {
+    if (values.spliceType == 0 || !std::in_range<std::uint8_t>(values.spliceType)) {
+        return "Invalid or missing splice Type";
+    }
+    if (!std::in_range<std::uint32_t>(values.eventID)) {
+        return "Invalid or missing event ID";
+    }
+    if (!std::in_range<std::uint16_t>(values.programUniqueID)) {
+        return "Invalid or missing program unique ID";
+    }
+    result.type = static_cast<SpliceInsertType>(values.spliceType);
+    result.eventId = static_cast<std::uint32_t>(values.eventID);
+    result.uniqueProgramId = static_cast<std::uint16_t>(values.programUniqueID);
+    result.preRollMilliseconds = values.preRoll;
+    result.breakDurationTenths = values.duration;
+    result.autoReturn = values.autoReturn ? 1 : 0;
+    return {};
+}
+
 [[nodiscard]] std::string_view readSpliceRequest(const Dictionary& parameters, scte104::SpliceRequest& result);
 [[nodiscard]] std::string_view readSegmentationDescriptor(const Dictionary& parameters,
                                                           scte104::SegmentationDescriptor& result);
