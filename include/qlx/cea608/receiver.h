@@ -43,6 +43,8 @@ public:
         : _channel(channel), _options(options), _row(channel.isText ? 0 : kRows - 1) {}
 
     /// Takes a byte pair of the channel's field, with parity bits. Frames that have no slot of the field do not count.
+    /// @param first Its first byte.
+    /// @param second Its second byte.
     /// @param findings Damage, codes without a meaning, and what is taken in another way than the standard says.
     /// @param place The offset of findings.
     /// @return Whether the screen may look different now.

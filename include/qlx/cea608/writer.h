@@ -75,6 +75,7 @@ public:
 
     /// Takes packets of extended data in place of those before. They are sent one behind the other, and all of them once
     /// more as often as it is said.
+    /// @param packets In their order; those that cannot be sent are passed over (appendXdsPairs).
     /// @param every Seconds, at least one.
     QLX_EXPORT void setXds(std::vector<XdsPacket> packets, std::uint32_t every = 10);
 

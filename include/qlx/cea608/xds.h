@@ -271,6 +271,8 @@ QLX_EXPORT void appendXdsPairs(const XdsPacket& packet, std::vector<Pair>& pairs
 class XdsReader {
 public:
     /// Takes a pair of field 2, with parity bits.
+    /// @param first Its first byte.
+    /// @param second Its second byte.
     /// @param findings A packet with a wrong checksum or parity, too long, cut, or continued without a beginning.
     /// @param place The offset of findings.
     /// @return The packet that it ends; none for all other pairs.
