@@ -21,6 +21,7 @@
 #include <qlx/cc/cdp_sections.h>
 #include <qlx/cc/rate.h>
 #include <qlx/cc/slots.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/cc/triplet.h>
 #include <qlx/cea608/caption.h>
 #include <qlx/cea608/characters.h>

@@ -1,12 +1,12 @@
 // Reads a caption distribution packet: first where its sections are, then each of them, in the order of the bytes.
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/slots.h>
+#include <qlx/cc/time_code.h>
 
 #include "base/ByteSum.h"
 #include "base/Bytes.h"
 #include "cc/CdpLayout.h"
 #include "cc/CdpStructure.h"
-#include "cc/TimeCodeCount.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,9 +1,9 @@
 // What a change of the frame rate takes in.
 #include <qlx/cc/rate.h>
+#include <qlx/cc/time_code.h>
 
 #include "base/Bytes.h"
 #include "cc/RateTime.h"
-#include "cc/TimeCodeCount.h"
 
 #include <algorithm>
 #include <array>
@@ -192,7 +192,7 @@ void RateChange::takeSections(std::uint64_t frame, const Cdp& cdp) {
 }
 
 void RateChange::takeTimeCode(std::uint64_t frame, const CdpTimeCode& timeCode, FindingSink* findings) {
-    if (!detail::isPossible(timeCode, _options.from)) {
+    if (!isPossible(timeCode, _options.from)) {
         if (findings != nullptr) {
             findings->add({FindingCode::RateTimeCodeImpossible, Severity::Warning, frame,
                            loadBig<std::uint32_t>(timeCode.bytes().data()), cdpFrameRateCode(_options.from)});
@@ -201,21 +201,21 @@ void RateChange::takeTimeCode(std::uint64_t frame, const CdpTimeCode& timeCode, 
         _anchor.reset();
         return;
     }
-    const bool mayDrop = detail::mayDropFrames(_options.from);
+    const bool mayDrop = mayDropFrames(_options.from);
     const bool inputDrops = mayDrop && timeCode.fields().dropFrame;
     // 23.976 counts 24 frames in the time in which 29.97 counts 30: its labels stay right without dropped ones.
     const bool mustDrop = !mayDrop && _options.from != FrameRate::Fps23976;
-    const bool outputDrops = detail::mayDropFrames(_options.to) && (inputDrops || mustDrop);
-    const detail::FrameCount inputCount(_options.from, inputDrops);
-    const detail::FrameCount outputCount(_options.to, outputDrops);
-    const detail::FrameLabel label = detail::labelOf(timeCode, _options.from);
+    const bool outputDrops = mayDropFrames(_options.to) && (inputDrops || mustDrop);
+    const FrameCount inputCount(_options.from, inputDrops);
+    const FrameCount outputCount(_options.to, outputDrops);
+    const FrameLabel label = labelOf(timeCode, _options.from);
     const std::uint32_t count = inputCount.ofLabel(label);
     InputFrameState& state = _inputFrames.back();
 
     const bool goesOn = _anchor && _anchor->inputDropsFrames == inputDrops &&
                         (_anchor->inputCount + (frame - _anchor->inputFrame)) % inputCount.ofDay() == count;
     if (!goesOn) {
-        const detail::FrameLabel shown = detail::labelAt(label, _options, frame);
+        const FrameLabel shown = detail::labelAt(label, _options, frame);
         _anchor = {frame, count, inputDrops, state.firstFrame, outputCount.ofLabel(shown)};
     }
     state.hasTimeCode = true;

@@ -1,9 +1,9 @@
 // What a change of the frame rate gives.
 #include <qlx/cc/rate.h>
+#include <qlx/cc/time_code.h>
 
 #include "cc/CdpLayout.h"
 #include "cc/RateTime.h"
-#include "cc/TimeCodeCount.h"
 
 #include <algorithm>
 #include <array>
@@ -33,7 +33,7 @@ bool RateChange::next(RateFrame& frame, FindingSink* findings) {
     frame.cdp.setFrameRate(_options.to);
     frame.cdp.setCaptionServiceActive(_state.isActive);
     if (_state.hasTimeCode && _next < _state.endFrame) {
-        const detail::FrameCount count(_options.to, _state.dropsFrames);
+        const FrameCount count(_options.to, _state.dropsFrames);
         frame.cdp.setTimeCode(count.timeCodeOf(_state.timeCodeCount + (_next - _state.firstFrame)));
     }
     frame.isCarried = putSections(frame.cdp, findings) || frame.isCarried;

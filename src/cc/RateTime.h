@@ -4,8 +4,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/cc/rate.h>
 #include <qlx/cc/slots.h>
-
-#include "cc/TimeCodeCount.h"
+#include <qlx/cc/time_code.h>
 
 #include <cstdint>
 

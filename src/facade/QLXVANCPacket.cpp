@@ -4,6 +4,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include "anc/AncWord.h"
+#include "anc/PacketKinds.h"
 
 #include <algorithm>
 #include <array>
@@ -11,25 +12,8 @@
 
 namespace {
 
-struct PacketKind {
-    QLXVANCPacketType type;
-    std::uint64_t did;
-    std::uint64_t sdid;
-    std::string_view name;
-};
-
-constexpr std::array<PacketKind, 10> kPacketKinds{{
-    {QLXVANCPacketTypeCEA608, 0x61, 0x02, "CEA608"},
-    {QLXVANCPacketTypeCEA708, 0x61, 0x01, "CEA708"},
-    {QLXVANCPacketTypeOP47, 0x43, 0x02, "OP-47"},
-    {QLXVANCPacketTypeSCTE104, 0x41, 0x07, "SCTE104"},
-    {QLXVANCPacketTypeArriMetadata, 0x44, 0x04, "Arri Metadata"},
-    {QLXVANCPacketTypeCameraStartStop, 0x52, 0x4D, "Camera Start/Stop"},
-    {QLXVANCPacketTypeTimecode, 0x60, 0x60, "Timecode"},
-    {QLXVANCPacketTypeAFDBarData, 0x41, 0x05, "AFD/Bar Data"},
-    {QLXVANCPacketTypeSonyMetadata, 0xF4, 0x68, "Sony Metadata"},
-    {QLXVANCPacketTypeAppleMetadata, 0x50, 0x02, "Apple Metadata"},
-}};
+using qlx::anc::detail::kPacketKinds;
+using qlx::anc::detail::PacketKind;
 
 /// Bytes in front of the text of an Apple Metadata packet, and the fewest that a packet with text has.
 constexpr std::size_t kMetadataHeaderBytes = 8;
@@ -87,14 +71,16 @@ qlx::Data QLXVANCPacket::packetDataWithEncodedBytes() const {
 }
 
 QLXVANCPacketType QLXVANCPacket::packetTypeWithDID_SDID(std::uint64_t did, std::uint64_t sdid) noexcept {
+    // The table's rows stand in the order of the type numbers, which begin with 1.
     const auto* const kind = std::find_if(kPacketKinds.begin(), kPacketKinds.end(),
                                           [=](const PacketKind& one) { return one.did == did && one.sdid == sdid; });
-    return kind == kPacketKinds.end() ? QLXVANCPacketTypeUnknown : kind->type;
+    return kind == kPacketKinds.end() ? QLXVANCPacketTypeUnknown
+                                      : static_cast<QLXVANCPacketType>(kind - kPacketKinds.begin() + 1);
 }
 
 std::string QLXVANCPacket::nameOfPacketType(QLXVANCPacketType type) {
-    // The table's rows stand in the order of the type numbers, which begin with 1.
-    return std::string(type >= 1 && type <= kPacketKinds.size() ? kPacketKinds[type - 1].name : "Unknown");
+    return std::string(type >= 1 && type <= kPacketKinds.size() ? kPacketKinds[type - 1].name
+                                                                : qlx::anc::detail::kUnknownKind);
 }
 
 std::set<std::uint64_t> QLXVANCPacket::linesInVANCPackets(const std::vector<std::shared_ptr<QLXVANCPacket>>& packets) {

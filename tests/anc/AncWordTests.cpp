@@ -1,5 +1,7 @@
 #include "anc/AncWord.h"
 
+#include <qlx/anc/packet.h>
+
 #include <gtest/gtest.h>
 
 namespace anc = qlx::anc;
@@ -32,4 +34,12 @@ TEST(AncChecksum, IsTheLowNineBitsWithTheInverseOfBit8) {
     EXPECT_EQ(anc::checksumWord(0x1FF), 0x1FF);
     EXPECT_EQ(anc::checksumWord(0x200), 0x200);
     EXPECT_EQ(anc::checksumWord(0), 0x200);
+}
+
+TEST(PacketKind, HasANameByItsTwoWords) {
+    EXPECT_EQ(anc::kindName(0x43, 0x02), "OP-47");
+    EXPECT_EQ(anc::kindName(0x61, 0x01), "CEA708");
+    EXPECT_EQ(anc::kindName(0xF4, 0x68), "Sony Metadata");  // no SDID, and it names the kind all the same
+    EXPECT_EQ(anc::kindName(0xF4, 0x00), "Unknown");
+    EXPECT_EQ(anc::kindName(0x02, 0x43), "Unknown");
 }

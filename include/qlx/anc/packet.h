@@ -10,7 +10,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace qlx::anc {
@@ -61,12 +63,31 @@ inline constexpr PacketId kTimeCodeOfHanc{0x64, 0x64};         ///< Time code in
 inline constexpr PacketId kVitcOfHanc{0x64, 0x7F};             ///< VITC in horizontal data (SMPTE RP 196).
 }  // namespace ids
 
+/// What people call packets with these two words (the second one as it stands there, also of type 1): `CEA608`, `CEA708`,
+/// `OP-47`, `SCTE104`, `Timecode`, `AFD/Bar Data` ...; `Unknown` for others.
+[[nodiscard]] QLX_EXPORT std::string_view kindName(std::uint8_t did, std::uint8_t sdidOrDbn) noexcept;
+
 /// The stream of words that a packet stands in.
 enum class Channel : std::uint8_t {
     Luma,         ///< Y samples.
     Chroma,       ///< Cb and Cr samples in turn.
     SdMultiplex,  ///< All samples as one stream (Cb Y Cr Y ...), as in standard definition.
 };
+
+/// The name of a stream of words: `luma`, `chroma`, `multiplex`.
+[[nodiscard]] constexpr std::string_view nameOf(Channel channel) noexcept {
+    return channel == Channel::Luma ? "luma" : channel == Channel::Chroma ? "chroma" : "multiplex";
+}
+
+/// The stream of words with that name; none with any other.
+[[nodiscard]] constexpr std::optional<Channel> channelNamed(std::string_view name) noexcept {
+    for (const Channel channel : {Channel::Luma, Channel::Chroma, Channel::SdMultiplex}) {
+        if (nameOf(channel) == name) {
+            return channel;
+        }
+    }
+    return std::nullopt;
+}
 
 /// What is known of a packet's check bits.
 enum class Status : std::uint8_t {

@@ -1,8 +1,8 @@
-#include "cc/TimeCodeCount.h"
+#include <qlx/cc/time_code.h>
 
 #include <algorithm>
 
-namespace qlx::cc::detail {
+namespace qlx::cc {
 
 namespace {
 
@@ -59,4 +59,4 @@ CdpTimeCode FrameCount::timeCodeOf(std::uint64_t frame) const noexcept {
                               .dropFrame = _dropped != 0});
 }
 
-}  // namespace qlx::cc::detail
+}  // namespace qlx::cc
