@@ -1,40 +1,44 @@
-// The tool's readers of JSON lines and Scenarist captions: they end with a message or at the end of the input.
+// The readers of JSON lines and Scenarist captions: they end with a finding or at the end of the input, and the frames of
+// JSON lines are written and read again.
+#include "FrameFiles.h"
 #include "FuzzSupport.h"
-#include "MemorySource.h"
-#include "io/Errors.h"
-#include "streams/Json.h"
-#include "streams/JsonlReader.h"
-#include "streams/SccReader.h"
 
-#include <string_view>
+#include <qlx/streams/jsonl.h>
+#include <qlx/streams/scc.h>
 
 using qlxfuzz::require;
-using namespace qlx::tool;
+using namespace qlx::streams;
 
 namespace {
 
 template <typename Reader>
-void readAll(const std::vector<std::uint8_t>& bytes) {
-    qlxtest::MemorySource source(bytes);
+std::vector<Frame> readAll(const std::vector<std::uint8_t>& bytes) {
+    MemorySource source(bytes);
     Reader reader(source);
-    std::size_t frames = 0;
-    std::vector<std::string> problems;
-    try {
-        for (Frame frame; reader.next(frame, problems); ++frames) {
-            require(!jsonLine(frame).empty());
-        }
-        require(source.offset() == bytes.size());
-    } catch (const Failure& failure) {
-        require(std::string_view(failure.what()).starts_with("memory: "));
-    }
-    require(frames <= bytes.size() && problems.empty());
+    const qlxtest::FrameReading reading = qlxtest::readAll(reader);
+    require(reading.failure.empty() ? source.offset() == bytes.size() : reading.failure.starts_with("line "));
+    require(reading.frames.size() <= bytes.size() && reading.problems.empty());
+    Frame frame;
+    const auto again = reader.next(frame, nullptr);
+    require(again.hasValue() == reading.failure.empty() && (!again || !*again));
+    return reading.frames;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::vector<std::uint8_t> bytes(data, data + size);
-    readAll<JsonlReader>(bytes);
-    readAll<SccReader>(bytes);
+    const std::vector<Frame> frames = readAll<JsonlReader>(bytes);
+    qlxtest::MemorySink sink;
+    JsonlWriter writer(sink);
+    for (const Frame& frame : frames) {
+        require(!writer.write(frame, nullptr));
+    }
+    if (!frames.empty()) {
+        require(readAll<JsonlReader>(sink.bytes) == frames);
+    }
+    for (const Frame& frame : readAll<SccReader>(bytes)) {
+        require(frame.triplets.size() == 3 && frame.pts.has_value());
+    }
     return 0;
 }

@@ -51,11 +51,11 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         cmake_layout(self)
 
     def requirements(self):
-        # Of the tool alone: whoever links the library needs none of them.
+        # Needed to build them alone: whoever links the libraries needs none.
+        private = {"headers": False, "libs": False, "visible": False}
+        self.requires("nlohmann_json/3.11.3", **{**private, "headers": True})
         if self.options.tool:
-            private = {"headers": False, "libs": False, "visible": False}
             self.requires("cli11/2.3.2", **{**private, "headers": True})
-            self.requires("nlohmann_json/3.11.3", **{**private, "headers": True})
             if self.options.png:
                 self.requires("libpng/[>=1.6 <2]", visible=False)
             if self.options.ffmpeg:

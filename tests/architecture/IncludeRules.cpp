@@ -46,15 +46,16 @@ struct HeavyLibrary {
     std::size_t files;  ///< How many of the tool may include it.
 };
 
-constexpr HeavyLibrary kHeavyLibraries[] = {{"CLI/", 1}, {"nlohmann/", 2}};
+constexpr HeavyLibrary kHeavyLibraries[] = {{"CLI/", 1}, {"nlohmann/", 1}};
 
 struct LibraryWrapper {
     std::string_view file;
     std::string_view header;  ///< The beginning of what it may include.
 };
 
-/// The files of the tool that include a library's headers, one each.
+/// The files of the tool and of streams/ that include a library's headers, one each.
 constexpr LibraryWrapper kLibraryWrappers[] = {
+    {"streams/JsonFrame.cpp", "nlohmann/"},
     {"tools/qlxcc/cues/Encoding.cpp", "iconv.h"},
     {"tools/qlxcc/modules/FFmpegDemuxer.cpp", "libav"},
     {"tools/qlxcc/modules/LibpngCodec.cpp", "png.h"},

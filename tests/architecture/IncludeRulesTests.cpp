@@ -127,6 +127,7 @@ TEST(IncludeRules, AllowTheArrows) {
         {"tools/qlxcc/Json.h", "#include <nlohmann/json.hpp>\n"},
         {"streams/Klv.cpp", "#include \"Klv.h\"\n#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"},
         {"streams/Klv.h", ""},
+        {"streams/JsonFrame.cpp", "#include <nlohmann/json.hpp>\n"},
         {"tools/io/A.cpp", "#include \"../../streams/Klv.h\"\n"
                            "#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>\n"},
     };
@@ -272,17 +273,19 @@ TEST(IncludeRules, FindTheSecondLibraryReachingIntoTheFirst) {
 TEST(IncludeRules, FindAHeavyHeaderInTooManyFilesOrOutsideTheTool) {
     const std::vector<SourceFile> tree = {
         {"src/anc/A.cpp", "#include <nlohmann/json.hpp>\n"},
+        {"streams/A.cpp", "#include <nlohmann/json.hpp>\n"},
         {"tools/qlxcc/A.cpp", "#include <nlohmann/json.hpp>\n#include <CLI/CLI.hpp>\n"},
         {"tools/qlxcc/B.cpp", "#include <nlohmann/json.hpp>\n#include <CLI/App.hpp>\n"},
         {"tools/qlxcc/C.cpp", "#include <nlohmann/json_fwd.hpp>\n"},
     };
     const Lines expected = {
         "src/anc/A.cpp:1: must not include nlohmann/json.hpp",
+        "streams/A.cpp:1: must not include nlohmann/json.hpp",
         "tools/qlxcc/A.cpp:1: includes CLI/, as 2 files do and no more than 1 may",
         "tools/qlxcc/B.cpp:1: includes CLI/, as 2 files do and no more than 1 may",
-        "tools/qlxcc/A.cpp:1: includes nlohmann/, as 3 files do and no more than 2 may",
-        "tools/qlxcc/B.cpp:1: includes nlohmann/, as 3 files do and no more than 2 may",
-        "tools/qlxcc/C.cpp:1: includes nlohmann/, as 3 files do and no more than 2 may",
+        "tools/qlxcc/A.cpp:1: includes nlohmann/, as 3 files do and no more than 1 may",
+        "tools/qlxcc/B.cpp:1: includes nlohmann/, as 3 files do and no more than 1 may",
+        "tools/qlxcc/C.cpp:1: includes nlohmann/, as 3 files do and no more than 1 may",
     };
     EXPECT_EQ(violationsIn(tree), expected);
 }

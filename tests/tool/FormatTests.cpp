@@ -1,6 +1,4 @@
 // Rates, times, texts and rows.
-#include "AncBytes.h"
-#include "MemorySource.h"
 #include "TeletextBytes.h"
 #include "cues/Teletext.h"
 #include "io/Errors.h"
@@ -8,9 +6,6 @@
 #include "io/Rates.h"
 #include "io/Text.h"
 #include "io/Times.h"
-#include "streams/RowFile.h"
-
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
 #include <gtest/gtest.h>
 
@@ -270,61 +265,6 @@ TEST(Teletext, IsDescribedInWords) {
     EXPECT_EQ(words("5115"), "2 bytes");
     EXPECT_EQ(words(std::string(296, '0')), "148 bytes");
     EXPECT_EQ(words(qlxtest::bonjourHex(0).substr(0, 294)), "147 bytes");
-}
-
-/// The lines of the packets of each frame, `12 575|12`, and what was said.
-std::string readRows(std::span<const std::uint8_t> bytes, RowLayout layout) {
-    const qlxtest::ExactBuffer buffer(bytes);
-    qlxtest::MemorySource source(buffer.span());
-    RowReader reader(source, std::move(layout));
-    std::string text;
-    std::vector<std::string> problems;
-    try {
-        for (Frame frame; reader.next(frame, problems);) {
-            text += "|";
-            for (const auto& packet : frame.packets) {
-                text += " " + std::to_string(packet.line);
-            }
-        }
-    } catch (const Failure& failure) {
-        text += " ! ";
-        text += failure.what();
-    }
-    for (const std::string& problem : problems) {
-        text += " ? " + problem;
-    }
-    return text;
-}
-
-TEST(Rows, AreReadAtEveryLength) {
-    const std::vector<std::uint8_t> data{1, 2, 3};
-    auto bytes = qlxtest::v210Row(8, qlxtest::ancSamples(0x61, 0x01, data));
-    const auto blank = qlxtest::v210Row(8, {});
-    bytes.insert(bytes.end(), blank.begin(), blank.end());
-    const auto again = bytes;
-    bytes.insert(bytes.end(), again.begin(), again.end());
-    ASSERT_EQ(bytes.size(), 512U);
-    const RowLayout layout{qlx::kPixelFormatV210, 48, {9, 10}};
-    for (std::size_t length = 0; length <= bytes.size(); ++length) {
-        std::string expected;
-        const std::size_t rows = length / 128;
-        if (rows > 0) {
-            expected += "| 9";
-        }
-        if (rows > 2) {
-            expected += "| 9";
-        }
-        const std::size_t rest = length % 128;
-        if (length == 0) {
-            expected += " ! memory: byte 0: the file is empty";
-        } else if (rest != 0) {
-            expected += " ! memory: byte " + std::to_string(rows * 128) +
-                        ": the last row is cut short: " + std::to_string(rest) + " of 128 bytes";
-        } else if (rows % 2 == 1) {
-            expected += " ! memory: byte " + std::to_string(rows * 128) + ": the last frame is cut short: 1 of 2 rows";
-        }
-        EXPECT_EQ(readRows(std::span(bytes).first(length), layout), expected) << length;
-    }
 }
 
 }  // namespace

@@ -257,8 +257,7 @@ TEST(RateAsDeployed, RefusesBrokenInputAndLeavesNoFile) {
     refusal(good.substr(0, good.size() - 2), "byte 0: KLV triplet cut short: 123 of 124 bytes of the value");
     // Behind the last frame as well.
     refusal(good + "ff", "byte " + std::to_string(fromHex(good).size()) + ": no key begins with ff");
-    refusal(klvHex({}) + std::string(kAncKeyHex) + "02" + "0001",
-            "frame 0, byte 17: byte 2 of the element: packet count 1, but 0 are there");
+    refusal(klvHex({}) + std::string(kAncKeyHex) + "02" + "0001", "frame 0, byte 19: packet count 1, but 0 are there");
 }
 
 TEST(RateAsDeployed, WritesToStandardOutput) {

@@ -185,4 +185,30 @@ TEST(ScanCaptions, SaysInJsonWhereAPacketContradictsItself) {
                   "\n");
 }
 
+TEST(SccFile, IsWarnedOfWhereItIsRead) {
+    const qlxtest::TemporaryFolder folder;
+    std::string text = "Scenarist_SCC V1.0\n\n00:00:10:00\t9420\n";
+    for (int line = 0; line < 13; ++line) {
+        text += "00:00:09:00\t9420\n";
+    }
+    const std::string file = folder.write("a.scc", text);
+    const std::string start = "qlxcc: warning: " + file + ": ";
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"scan", file}, std::vector<std::string>{"show", file, "--all"},
+          std::vector<std::string>{"scan", file, "--json"}}) {
+        const qlxtest::ToolResult result = qlxtest::runTool(arguments);
+        EXPECT_EQ(result.exitCode, 0);
+        const std::vector<std::string> lines = qlxtest::linesOf(result.err);
+        ASSERT_EQ(lines.size(), 11U);
+        EXPECT_EQ(lines[0], start + "line 4: the timecode is earlier than that of line 3: the line's pairs "
+                                    "follow those, from 00:00:10:01 on");
+        EXPECT_EQ(lines[1], start + "line 5: the timecode comes before the pairs of line 4 are through: "
+                                    "the line's pairs follow those, from 00:00:10:02 on");
+        EXPECT_EQ(lines[10], start + "3 more warnings");
+        std::vector<std::string> quiet = arguments;
+        quiet.emplace_back("--quiet");
+        EXPECT_EQ(qlxtest::runTool(quiet).err, "");
+    }
+}
+
 }  // namespace

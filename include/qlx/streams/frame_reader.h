@@ -47,6 +47,7 @@ public:
     virtual ~FrameReader() = default;
 
     /// Reads the next frame.
+    /// @param frame Becomes that frame; at the end of the file it may be anything.
     /// @param findings Gets what could not be read (errors, warnings) and what only needs a look (remarks); may be null.
     /// @return False at the end of the file. A finding when the file is broken here, or its source has failed
     ///   (FindingCode::StreamReadFailed): nothing more can be read; frames before have been given.
@@ -77,6 +78,7 @@ public:
     virtual ~FrameWriter() = default;
 
     /// Writes the next frame.
+    /// @param frame As it is; its number is not written where the form has no numbers.
     /// @param findings Gets what the form does not carry, though the rest is written; may be null. The offset of a finding
     ///   is the number of the packet in the frame, counted from 0, or the number of packets where it is about none.
     /// @return Why the frame cannot be written, the same; none when it is.

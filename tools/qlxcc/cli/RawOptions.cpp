@@ -7,10 +7,11 @@
 #include "commands/subs/Subs.h"
 #include "cues/Encoding.h"
 #include "io/Errors.h"
+#include "io/FrameSource.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
 #include "io/Times.h"
-#include "streams/FrameSource.h"
+#include "streams/InputKind.h"
 
 #include <algorithm>
 #include <charconv>

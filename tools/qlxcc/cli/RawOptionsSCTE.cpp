@@ -5,8 +5,8 @@
 #include "commands/scte/SCTE104Parse.h"
 #include "commands/scte/SCTE35.h"
 #include "io/Errors.h"
+#include "io/FrameSource.h"
 #include "io/OutputFile.h"
-#include "streams/RowFile.h"
 #include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>

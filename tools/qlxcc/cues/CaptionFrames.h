@@ -1,8 +1,8 @@
 // The CEA-608 captions of a playout: their packets, the readable schedule, and Scenarist caption files.
 #pragma once
 
+#include "io/Frame.h"
 #include "io/OutputFile.h"
-#include "streams/Frame.h"
 
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
 

@@ -1,8 +1,8 @@
 // The readable schedule of a playout.
 #pragma once
 
+#include "io/Frame.h"
 #include "io/OutputFile.h"
-#include "streams/Frame.h"
 
 #include <array>
 #include <cstdint>

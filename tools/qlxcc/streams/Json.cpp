@@ -3,7 +3,6 @@
 #include "io/Errors.h"
 #include "io/Text.h"
 #include "streams/Cdp.h"
-#include "streams/PacketNames.h"
 #include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
@@ -11,8 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <utility>
 #include <vector>
 
@@ -226,50 +223,6 @@ void checkTokens(std::string_view name, std::string_view text) {
     }
 }
 
-template <class Number>
-void appendNumber(std::string& text, Number number) {
-    std::array<char, 24> digits{};
-    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-    text.append(digits.data(), result.ptr);
-}
-
-/// What a packet is and holds, without the braces around it.
-void appendPacket(std::string& text, const anc::Packet& packet, bool showsCaptions) {
-    text += "\"line\":";
-    appendNumber(text, packet.line);
-    text += ",\"did\":";
-    appendNumber(text, unsigned{packet.did});
-    text += ",\"sdid\":";
-    appendNumber(text, unsigned{packet.sdid});
-    if (packet.channel != anc::Channel::Luma) {
-        text += ",\"channel\":\"";
-        text += channelName(packet.channel);
-        text += '"';
-    }
-    if (packet.horizontalOffset != 0) {
-        text += ",\"horizontalOffset\":";
-        appendNumber(text, packet.horizontalOffset);
-    }
-    text += ",\"type\":\"";
-    text += packetName(packet);
-    text += "\",\"data\":\"";
-    appendHex(text, packet.userData);
-    text += '"';
-    if (!showsCaptions) {
-        return;
-    }
-    if (packet.id() == anc::ids::kCdp) {
-        if (const auto cdp = readCdp(packet.userData)) {
-            text += ",\"cdp\":" + line(cdpObject(*cdp));
-        }
-    }
-    if (packet.id() == anc::ids::kScte104) {
-        if (const Scte104Message message = readScte104(packet.userData); !message.refusal) {
-            text += ",\"scte104\":" + line(jsonOf(scte104Operations(message)));
-        }
-    }
-}
-
 }  // namespace
 
 Value parseJson(std::string_view name, std::string_view text) {
@@ -285,40 +238,21 @@ bool readJsonElements(std::string_view name, std::string_view text, const std::f
     return builder.hasList();
 }
 
-void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions) {
-    // Nothing in it needs an escape, so that only what packets hold is left to the JSON library.
-    text += "{\"frame\":";
-    appendNumber(text, frame.number);
-    if (frame.pts) {
-        text += ",\"pts\":{\"value\":";
-        appendNumber(text, frame.pts->value);
-        text += ",\"timescale\":";
-        appendNumber(text, frame.pts->timescale);
-        text += '}';
-    }
-    text += ",\"packets\":[";
-    for (const auto& packet : frame.packets) {
-        text += &packet == frame.packets.data() ? "{" : ",{";
-        appendPacket(text, packet, showsCaptions);
-        text += '}';
-    }
-    text += ']';
-    if (frame.triplets) {
-        text += ",\"captions\":{\"data\":\"";
-        appendHex(text, frame.triplets);
-        text += '"';
-        if (showsCaptions) {
-            text += ",\"triplets\":" + line(tripletList(readTriplets(frame.triplets)));
+void CaptionMembers::appendOfPacket(std::string& text, const anc::Packet& packet) const {
+    if (packet.id() == anc::ids::kCdp) {
+        if (const auto cdp = readCdp(packet.userData)) {
+            text += ",\"cdp\":" + line(cdpObject(*cdp));
         }
-        text += '}';
     }
-    text += '}';
+    if (packet.id() == anc::ids::kScte104) {
+        if (const Scte104Message message = readScte104(packet.userData); !message.refusal) {
+            text += ",\"scte104\":" + line(jsonOf(scte104Operations(message)));
+        }
+    }
 }
 
-std::string jsonLine(const Frame& frame, bool showsCaptions) {
-    std::string text;
-    appendJsonLine(text, frame, showsCaptions);
-    return text;
+void CaptionMembers::appendOfCaptions(std::string& text, const Data& triplets) const {
+    text += ",\"triplets\":" + line(tripletList(readTriplets(triplets)));
 }
 
 std::string jsonText(const Value& value) {
@@ -342,13 +276,6 @@ std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts, co
     }
     object["data"] = data ? Json(*data) : Json();
     return line(object);
-}
-
-void JsonlWriter::write(const Frame& frame) {
-    _line.clear();
-    appendJsonLine(_line, frame, _showsCaptions);
-    _line += '\n';
-    _output.write(_line);
 }
 
 }  // namespace qlx::tool

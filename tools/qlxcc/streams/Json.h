@@ -1,10 +1,12 @@
 // JSON: lines of results, and subtitle files. The JSON library is included by this module's source alone.
 #pragma once
 
-#include "io/OutputFile.h"
-#include "streams/Frame.h"
-
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
+
+#include <qlx/anc/packet.h>
+#include <qlx/streams/jsonl.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -30,21 +32,18 @@ inline constexpr std::size_t kDeepestJson = 64;
 ///   beside its text).
 bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take);
 
-/// `{"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}`
-/// without a line feed; `pts` only where it is known. A packet that is not in luma has `"channel":"chroma"` (or
-/// `"multiplex"`) behind its SDID, and one that does not begin its row `"horizontalOffset":12`, in words of the channel.
-/// @param showsCaptions Each packet of type CEA-708 that is a CDP gets, behind its data, `"cdp":{"rate":"29.97",
-///   "cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],"length_ok":true,"checksum_ok":true}`;
-///   `rate` is null for a code without one, `cc_count` without a cc_data section; a packet that contradicts itself has
-///   `"contradiction":"cc_count 20, of which 1 is there"` behind its triplets, see contradictionIn(). Each packet of
-///   type SCTE104 that is a message gets `"scte104":[{"opID":257,"operationID":"SpliceRequestData",..},..]`, its
-///   operations.
-/// Captions that came with the picture stand behind the packets: `"captions":{"data":"fc942c..","triplets":[..]}`, with
-/// `triplets` as those of a CDP, when `showsCaptions`.
-[[nodiscard]] std::string jsonLine(const Frame& frame, bool showsCaptions = false);
-
-/// Puts the same behind a text.
-void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions);
+/// What scan --json says of frames beside what a reader needs. Each packet of type CEA-708 that is a CDP gets, behind its
+/// data, `"cdp":{"rate":"29.97","cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],
+/// "length_ok":true,"checksum_ok":true}`; `rate` is null for a code without one, `cc_count` without a cc_data section; a
+/// packet that contradicts itself has `"contradiction":"cc_count 20, of which 1 is there"` behind its triplets, see
+/// contradictionIn(). Each packet of type SCTE104 that is a message gets `"scte104":[{"opID":257,
+/// "operationID":"SpliceRequestData",..},..]`, its operations. Captions that are in no packet get `"triplets":[..]` as
+/// those of a CDP.
+class CaptionMembers final : public streams::JsonlMembers {
+public:
+    void appendOfPacket(std::string& text, const anc::Packet& packet) const override;
+    void appendOfCaptions(std::string& text, const Data& triplets) const override;
+};
 
 /// A value as JSON without a line feed; keys in their order, byte buffers as lower-case hexadecimal digits.
 [[nodiscard]] std::string jsonText(const Value& value);
@@ -56,19 +55,5 @@ void appendJsonLine(std::string& text, const Frame& frame, bool showsCaptions);
 /// there are none.
 [[nodiscard]] std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts,
                                    const std::optional<std::string>& data);
-
-/// Writes a JSON line a frame.
-class JsonlWriter final : public FrameWriter {
-public:
-    explicit JsonlWriter(OutputFile& output, bool showsCaptions = false)
-        : _output(output), _showsCaptions(showsCaptions) {}
-
-    void write(const Frame& frame) override;
-
-private:
-    OutputFile& _output;
-    bool _showsCaptions;
-    std::string _line;
-};
 
 }  // namespace qlx::tool

@@ -1,36 +1,17 @@
 // What packets are called, and packets of one kind.
 #pragma once
 
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
-
 #include <qlx/anc/packet.h>
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
-#include <string_view>
 
 namespace qlx::tool {
 
 /// The name of a packet's kind, such as "OP-47"; "Unknown" for one without.
 [[nodiscard]] inline std::string packetName(const anc::Packet& packet) {
-    return QLXVANCPacket::nameOfPacketType(QLXVANCPacket::packetTypeWithDID_SDID(packet.did, packet.sdid));
-}
-
-/// The name of a stream of words: "luma", "chroma", "multiplex".
-[[nodiscard]] inline std::string_view channelName(anc::Channel channel) noexcept {
-    return channel == anc::Channel::Luma ? "luma" : channel == anc::Channel::Chroma ? "chroma" : "multiplex";
-}
-
-/// The stream of words with that name.
-[[nodiscard]] inline std::optional<anc::Channel> channelNamed(std::string_view name) noexcept {
-    for (const anc::Channel channel : {anc::Channel::Luma, anc::Channel::Chroma, anc::Channel::SdMultiplex}) {
-        if (channelName(channel) == name) {
-            return channel;
-        }
-    }
-    return std::nullopt;
+    return std::string(anc::kindName(packet.did, packet.sdid));
 }
 
 /// A packet with these bytes.

@@ -1,14 +1,15 @@
 #include "commands/extract/Extract.h"
 
 #include "io/Errors.h"
+#include "io/FrameLoop.h"
+#include "io/FrameSource.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
 #include "io/Text.h"
 #include "io/Times.h"
 #include "streams/Cdp.h"
-#include "streams/FrameLoop.h"
-#include "streams/FrameSource.h"
+#include "streams/InputKind.h"
 #include "streams/Json.h"
 #include "streams/VideoCaptions.h"
 
@@ -156,7 +157,7 @@ private:
     const ExtractOptions& _options;
     InputFile& _source;
     OutputFile& _output;
-    std::unique_ptr<FrameReader> _reader;
+    std::unique_ptr<FrameInput> _reader;
     std::uint64_t _units = 0;
     std::uint64_t _filled = 0;
 };

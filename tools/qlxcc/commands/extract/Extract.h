@@ -1,7 +1,7 @@
 // qlxcc extract: the caption data of an elementary video stream, access unit by access unit, or of a file of frames.
 #pragma once
 
-#include "streams/FrameSource.h"
+#include "io/FrameSource.h"
 #include "streams/VideoStream.h"
 
 #include <optional>

@@ -11,7 +11,6 @@
 #include "io/Text.h"
 #include "io/Times.h"
 #include "streams/Json.h"
-#include "streams/Klv.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
@@ -235,12 +234,13 @@ std::vector<std::uint64_t> linesOf(const PlayOptions& options) {
 std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtitles& subtitles, OutputFile& output) {
     switch (options.format) {
     case PlayFormat::V210:
-        return std::make_unique<V210Writer>(output, RowLayout{kPixelFormatV210, options.width, linesOf(options)},
-                                            options.rowForm);
+        return makeFrameFile(output, {.format = FrameFormat::V210,
+                                      .form = options.rowForm,
+                                      .layout = {.width = options.width, .lines = linesOf(options)}});
     case PlayFormat::Klv:
-        return std::make_unique<KlvWriter>(output, options.rowForm == RowForm::AsDeployed);
+        return makeFrameFile(output, {.format = FrameFormat::Klv, .form = options.rowForm, .layout = {}});
     case PlayFormat::Jsonl:
-        return std::make_unique<JsonlWriter>(output);
+        return makeFrameFile(output, {.format = FrameFormat::Jsonl, .form = {}, .layout = {}});
     case PlayFormat::Scc:
         return std::make_unique<SccWriter>(output, options.isDropFrame);
     case PlayFormat::Schedule:

@@ -1,8 +1,8 @@
 // qlxcc play: subtitles, frame by frame, as ancillary packets.
 #pragma once
 
+#include "io/FrameOutput.h"
 #include "io/Rates.h"
-#include "streams/RowWriter.h"
 
 #include <cstdint>
 #include <optional>

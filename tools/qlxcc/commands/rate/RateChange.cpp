@@ -3,10 +3,10 @@
 #include "commands/rate/RateHalves.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
+#include "io/FrameLoop.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
-#include "streams/FrameLoop.h"
 #include "streams/InputKind.h"
 #include "streams/PacketNames.h"
 
@@ -248,7 +248,7 @@ private:
     FrameRate _from;
     FrameRate _to;
     ByteSource& _source;
-    std::unique_ptr<FrameReader> _reader;
+    std::unique_ptr<FrameInput> _reader;
     std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;
     Progress _progress;

@@ -1,9 +1,9 @@
 // qlxcc rate: frames with packets from one frame rate to another.
 #pragma once
 
+#include "io/FrameOutput.h"
+#include "io/FrameSource.h"
 #include "io/Rates.h"
-#include "streams/FrameOutput.h"
-#include "streams/FrameSource.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
 #include "commands/rate/RateHalves.h"
 
 #include "io/Errors.h"
+#include "io/FrameLoop.h"
 #include "io/Progress.h"
 #include "streams/Cdp.h"
-#include "streams/FrameLoop.h"
 #include "streams/PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
@@ -183,7 +183,7 @@ private:
 
     const RateChangeOptions& _options;
     ByteSource& _source;
-    std::unique_ptr<FrameReader> _reader;
+    std::unique_ptr<FrameInput> _reader;
     std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;
     Progress _progress;

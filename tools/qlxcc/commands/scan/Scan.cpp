@@ -1,12 +1,12 @@
 #include "commands/scan/Scan.h"
 
 #include "commands/scan/ScanList.h"
+#include "io/Frame.h"
+#include "io/FrameLoop.h"
+#include "io/FrameSource.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Terminal.h"
-#include "streams/Frame.h"
-#include "streams/FrameLoop.h"
-#include "streams/FrameSource.h"
 #include "streams/Json.h"
 
 #include <cstdint>
@@ -26,12 +26,15 @@ int scan(const ScanOptions& options) {
     }
     const auto reader = openFrames(source, sourceOptions);
     OutputFile output(options.output);
+    const CaptionMembers members;
     std::unique_ptr<FrameWriter> writer;
     ListWriter* list = nullptr;
     if (frames) {
         writer = makeFrameWriter(output, *frames);
     } else if (options.asJson) {
-        writer = std::make_unique<JsonlWriter>(output, true);
+        writer = std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
+            return std::make_unique<streams::JsonlWriter>(sink, &members);
+        });
     } else {
         auto listWriter = std::make_unique<ListWriter>(output, output.isStandardOutput() && useColors());
         list = listWriter.get();

@@ -1,8 +1,8 @@
 // qlxcc scan: the ancillary packets and captions of a file's frames.
 #pragma once
 
-#include "streams/FrameOutput.h"
-#include "streams/FrameSource.h"
+#include "io/FrameOutput.h"
+#include "io/FrameSource.h"
 
 #include <optional>
 #include <string>

@@ -35,7 +35,7 @@ std::string unusualPlace(const anc::Packet& packet, const anc::Packet* before) {
         packet.horizontalOffset == before->horizontalOffset + anc::packetWords(before->userData.size());
     std::string text;
     if (packet.channel != anc::Channel::Luma) {
-        text = channelName(packet.channel);
+        text = nameOf(packet.channel);
     }
     if (packet.horizontalOffset != 0 && !isBehind) {
         text += (text.empty() ? "luma" : "") + std::string(", word ") + std::to_string(packet.horizontalOffset);

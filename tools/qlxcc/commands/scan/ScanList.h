@@ -1,8 +1,8 @@
 // The list that qlxcc scan prints.
 #pragma once
 
+#include "io/Frame.h"
 #include "io/OutputFile.h"
-#include "streams/Frame.h"
 
 #include <qlx/teletext/packet.h>
 

@@ -1,12 +1,11 @@
 #include "commands/scte/SCTE104Build.h"
 
 #include "io/Errors.h"
+#include "io/Frame.h"
+#include "io/FrameOutput.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
-#include "streams/Frame.h"
-#include "streams/Klv.h"
 #include "streams/PacketNames.h"
-#include "streams/RowWriter.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
@@ -46,11 +45,9 @@ Data messageOf(const Scte104Request& request) {
 void writePacket(const Scte104BuildOptions& options, const Data& message, OutputFile& output) {
     Frame frame;
     frame.packets.push_back(packetOf(anc::ids::kScte104, message, options.line));
-    if (options.format == Scte104BuildFormat::Klv) {
-        KlvWriter(output).write(frame);
-    } else {
-        V210Writer(output, RowLayout{kPixelFormatV210, options.width, {options.line}}).write(frame);
-    }
+    const FrameFormat format = options.format == Scte104BuildFormat::Klv ? FrameFormat::Klv : FrameFormat::V210;
+    makeFrameFile(output, {.format = format, .form = {}, .layout = {.width = options.width, .lines = {options.line}}})
+        ->write(frame);
 }
 
 }  // namespace

@@ -1,12 +1,11 @@
 #include "commands/scte/SCTE104Input.h"
 
 #include "io/Errors.h"
+#include "io/Frame.h"
+#include "io/FrameLoop.h"
 #include "io/InputFile.h"
 #include "io/Text.h"
-#include "streams/Frame.h"
-#include "streams/FrameLoop.h"
 #include "streams/InputKind.h"
-#include "streams/Klv.h"
 
 #include <qlx/klv/keys.h>
 #include <qlx/scte/scte104_packets.h>

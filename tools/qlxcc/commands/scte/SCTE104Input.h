@@ -1,7 +1,7 @@
 // Where SCTE-104 messages come from: hexadecimal digits on the command line or in a file, a raw message, a KLV file.
 #pragma once
 
-#include "streams/FrameSource.h"
+#include "io/FrameSource.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 

@@ -1,9 +1,9 @@
 #include "commands/scte/SCTE104Parse.h"
 
 #include "io/Errors.h"
+#include "io/Frame.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
-#include "streams/Frame.h"
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
 

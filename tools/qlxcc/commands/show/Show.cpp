@@ -1,6 +1,7 @@
 #include "commands/show/Show.h"
 
 #include "io/Errors.h"
+#include "io/FrameLoop.h"
 #include "io/OutputFile.h"
 #include "io/Terminal.h"
 #include "io/Text.h"
@@ -9,7 +10,6 @@
 #include "pictures/PngFile.h"
 #include "pictures/ScreenImage.h"
 #include "pictures/ScreenText.h"
-#include "streams/FrameLoop.h"
 #include "streams/Json.h"
 
 #include <qlx/streams/on_air.h>

@@ -1,8 +1,8 @@
 // qlxcc show: what a viewer sees at a time, or all the time, decoded from the packets.
 #pragma once
 
+#include "io/FrameSource.h"
 #include "pictures/ImageFile.h"
-#include "streams/FrameSource.h"
 
 #include <qlx/cea608/receiver.h>
 

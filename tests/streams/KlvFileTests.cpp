@@ -1,47 +1,34 @@
-// Reading triplets.
+// Files of KLV triplets: a frame for each ANC frame element, and what is wrong with them.
+#include <qlx/streams/klv.h>
+
 #include "AncBytes.h"
-#include "MemorySource.h"
-#include "ToolRunner.h"
-#include "io/Errors.h"
-#include "io/OutputFile.h"
-#include "streams/Klv.h"
+#include "FrameFiles.h"
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace {
 
-using qlx::tool::Failure;
-using qlx::tool::Frame;
-using qlx::tool::KlvReader;
-using qlx::tool::KlvWriter;
-using qlx::tool::OutputFile;
+using qlx::FindingCode;
+using qlx::streams::Frame;
+using qlx::streams::KlvReader;
+using qlx::streams::KlvWriter;
 using qlxtest::ExactBuffer;
 using qlxtest::fromHex;
 using qlxtest::joined;
 using qlxtest::kAncKeyHex;
 using qlxtest::kCaptionElementHex;
 using qlxtest::kOtherKeyHex;
-
-/// Everything that a reader gives.
-struct Reading {
-    std::vector<Frame> frames;
-    std::vector<std::string> problems;
-    std::string failure;
-};
+using Reading = qlxtest::FrameReading;
 
 Reading readAll(std::span<const std::uint8_t> bytes) {
     const ExactBuffer buffer(bytes);
-    qlxtest::MemorySource source(buffer.span());
+    qlx::streams::MemorySource source(buffer.span());
     KlvReader reader(source);
-    Reading reading;
-    try {
-        for (Frame frame; reader.next(frame, reading.problems);) {
-            reading.frames.push_back(frame);
-        }
-    } catch (const Failure& failure) {
-        reading.failure = failure.what();
-    }
-    return reading;
+    return qlxtest::readAll(reader);
 }
 
 void expectCaption(const Frame& frame, std::uint64_t number) {
@@ -55,7 +42,7 @@ void expectCaption(const Frame& frame, std::uint64_t number) {
     EXPECT_EQ(packet.userData, (std::vector<std::uint8_t>{0x80, 0x94, 0xAE}));
 }
 
-TEST(Klv, ReadsEveryFormOfLength) {
+TEST(KlvFile, ReadsEveryFormOfLength) {
     for (const std::string_view length : {"18", "8118", "820018", "83000018", "8400000018", "850000000018",
                                           "86000000000018", "8700000000000018", "880000000000000018"}) {
         const Reading reading = readAll(joined({kAncKeyHex, length, kCaptionElementHex}));
@@ -66,17 +53,17 @@ TEST(Klv, ReadsEveryFormOfLength) {
     }
 }
 
-TEST(Klv, SkipsLengthsThatAreNone) {
+TEST(KlvFile, SkipsLengthsThatAreNone) {
     using Lines = std::vector<std::string>;
     const std::string atEnd = ": the file ends without an ANC frame element";
     const Reading indefinite = readAll(joined({kAncKeyHex, "80", kCaptionElementHex, "0000"}));
     EXPECT_EQ(indefinite.problems,
               (Lines{"byte 16: triplet of indefinite length (80), which has no end", "byte 0: 43 bytes skipped"}));
-    EXPECT_EQ(indefinite.failure, "memory: byte 43" + atEnd);
+    EXPECT_EQ(indefinite.failure, "byte 43" + atEnd);
     const Reading nine = readAll(joined({kAncKeyHex, "89000000000000000018", kCaptionElementHex}));
     EXPECT_EQ(nine.problems,
               (Lines{"byte 16: length of 9 bytes (at most 8 are possible)", "byte 0: 50 bytes skipped"}));
-    EXPECT_EQ(nine.failure, "memory: byte 50" + atEnd);
+    EXPECT_EQ(nine.failure, "byte 50" + atEnd);
     const Reading many = readAll(joined({kAncKeyHex, "ff", kCaptionElementHex, kAncKeyHex, "18", kCaptionElementHex}));
     EXPECT_EQ(many.problems,
               (Lines{"byte 16: length of 127 bytes (at most 8 are possible)", "byte 0: 41 bytes skipped"}));
@@ -85,10 +72,10 @@ TEST(Klv, SkipsLengthsThatAreNone) {
     expectCaption(many.frames.front(), 0);
     const Reading noKey = readAll(joined({kOtherKeyHex, "00", "11111111111111111111111111111111", "ff"}));
     EXPECT_EQ(noKey.problems, (Lines{"byte 17: no key begins with 11111111", "byte 17: 17 bytes skipped"}));
-    EXPECT_EQ(noKey.failure, "memory: byte 34" + atEnd);
+    EXPECT_EQ(noKey.failure, "byte 34" + atEnd);
 }
 
-TEST(Klv, NeitherTakesMemoryForALengthNorRunsPastTheEnd) {
+TEST(KlvFile, NeitherTakesMemoryForALengthNorRunsPastTheEnd) {
     EXPECT_EQ(readAll(joined({kAncKeyHex, "88ffffffffffffffff", kCaptionElementHex})).problems,
               (std::vector<std::string>{"byte 16: length 18446744073709551615, the greatest for this key is 33554432",
                                         "byte 0: 49 bytes skipped"}));
@@ -96,12 +83,12 @@ TEST(Klv, NeitherTakesMemoryForALengthNorRunsPastTheEnd) {
               (std::vector<std::string>{"byte 16: length 33554433, the greatest for this key is 33554432",
                                         "byte 0: 45 bytes skipped"}));
     EXPECT_EQ(readAll(joined({kAncKeyHex, "8402000000", kCaptionElementHex})).failure,
-              "memory: byte 0: KLV triplet cut short: 24 of 33554432 bytes of the value");
+              "byte 0: KLV triplet cut short: 24 of 33554432 bytes of the value");
     EXPECT_EQ(readAll(joined({kOtherKeyHex, "88ffffffffffffffff", kCaptionElementHex})).failure,
-              "memory: byte 0: KLV triplet cut short: 24 of 18446744073709551615 bytes of the value");
+              "byte 0: KLV triplet cut short: 24 of 18446744073709551615 bytes of the value");
 }
 
-TEST(Klv, PassesOverOtherKeys) {
+TEST(KlvFile, PassesOverOtherKeys) {
     // A filler key before, a key that is no universal label between, an empty value behind.
     const auto bytes =
         joined({kOtherKeyHex, "03", "aabbcc", kAncKeyHex, "18", kCaptionElementHex, "11111111111111111111111111111111",
@@ -115,7 +102,7 @@ TEST(Klv, PassesOverOtherKeys) {
     expectCaption(reading.frames[1], 1);
 }
 
-TEST(Klv, TakesElementsOfEveryTrackCountAndNumber) {
+TEST(KlvFile, TakesElementsOfEveryTrackCountAndNumber) {
     std::vector<std::uint8_t> bytes = joined({kAncKeyHex, "18", kCaptionElementHex});
     bytes[13] = 3;
     bytes[15] = 2;
@@ -125,7 +112,7 @@ TEST(Klv, TakesElementsOfEveryTrackCountAndNumber) {
     expectCaption(reading.frames.front(), 0);
 }
 
-TEST(Klv, KeepsAFrameWithoutPackets) {
+TEST(KlvFile, KeepsAFrameWithoutPackets) {
     const Reading reading = readAll(joined({kAncKeyHex, "02", "0000", kAncKeyHex, "18", kCaptionElementHex}));
     EXPECT_EQ(reading.failure, "");
     EXPECT_TRUE(reading.problems.empty());
@@ -134,7 +121,7 @@ TEST(Klv, KeepsAFrameWithoutPackets) {
     expectCaption(reading.frames[1], 1);
 }
 
-TEST(Klv, SaysWhereATripletIsCutShort) {
+TEST(KlvFile, SaysWhereATripletIsCutShort) {
     const auto bytes = joined({kOtherKeyHex, "03", "aabbcc", kAncKeyHex, "83000018", kCaptionElementHex, kAncKeyHex,
                                "83000018", kCaptionElementHex});
     ASSERT_EQ(bytes.size(), 20U + 44 + 44);
@@ -144,34 +131,34 @@ TEST(Klv, SaysWhereATripletIsCutShort) {
         const std::size_t frames = length < 64 ? 0 : length < 108 ? 1 : 2;
         EXPECT_EQ(reading.frames.size(), frames) << length;
         if (length == 0) {
-            EXPECT_EQ(reading.failure, "memory: byte 0: the file is empty");
+            EXPECT_EQ(reading.failure, "byte 0: the file is empty");
         } else if (length == 20) {
-            EXPECT_EQ(reading.failure, "memory: byte 20: the file ends without an ANC frame element");
+            EXPECT_EQ(reading.failure, "byte 20: the file ends without an ANC frame element");
         } else if (length == 64 || length == 108) {
             EXPECT_EQ(reading.failure, "") << length;
         } else {
             const std::string start = length < 20 ? "0" : length < 64 ? "20" : "64";
-            EXPECT_TRUE(reading.failure.starts_with("memory: byte " + start + ": KLV triplet cut short: "))
+            EXPECT_TRUE(reading.failure.starts_with("byte " + start + ": KLV triplet cut short: "))
                 << length << " " << reading.failure;
         }
     }
 }
 
-TEST(Klv, SaysHowMuchOfACutTripletIsThere) {
+TEST(KlvFile, SaysHowMuchOfACutTripletIsThere) {
     const auto bytes = joined({kAncKeyHex, "83000018", kCaptionElementHex});
     const auto failure = [&](std::size_t length) { return readAll(std::span(bytes).first(length)).failure; };
-    EXPECT_EQ(failure(1), "memory: byte 0: KLV triplet cut short: 1 of 16 bytes of the key");
-    EXPECT_EQ(failure(15), "memory: byte 0: KLV triplet cut short: 15 of 16 bytes of the key");
-    EXPECT_EQ(failure(16), "memory: byte 0: KLV triplet cut short: no length behind the key");
-    EXPECT_EQ(failure(18), "memory: byte 0: KLV triplet cut short: 1 of 3 bytes of the length");
-    EXPECT_EQ(failure(20), "memory: byte 0: KLV triplet cut short: 0 of 24 bytes of the value");
-    EXPECT_EQ(failure(43), "memory: byte 0: KLV triplet cut short: 23 of 24 bytes of the value");
+    EXPECT_EQ(failure(1), "byte 0: KLV triplet cut short: 1 of 17 bytes of key and length");
+    EXPECT_EQ(failure(15), "byte 0: KLV triplet cut short: 15 of 17 bytes of key and length");
+    EXPECT_EQ(failure(16), "byte 0: KLV triplet cut short: 16 of 17 bytes of key and length");
+    EXPECT_EQ(failure(18), "byte 0: KLV triplet cut short: 18 of 20 bytes of key and length");
+    EXPECT_EQ(failure(20), "byte 0: KLV triplet cut short: 0 of 24 bytes of the value");
+    EXPECT_EQ(failure(43), "byte 0: KLV triplet cut short: 23 of 24 bytes of the value");
     EXPECT_EQ(readAll(joined({kOtherKeyHex, "00", "06"})).failure,
-              "memory: byte 17: KLV triplet cut short: 1 of 16 bytes of the key");
+              "byte 17: KLV triplet cut short: 1 of 17 bytes of key and length");
 }
 
-TEST(Klv, RefusesAFileThatBeginsWithNoLabelAtOnce) {
-    const std::string message = "memory: byte 0: no SMPTE key (06 0E 2B 34 ...): this is no KLV file";
+TEST(KlvFile, RefusesAFileThatBeginsWithNoLabelAtOnce) {
+    const std::string message = "byte 0: no SMPTE key (06 0E 2B 34 ...): this is no KLV file";
     EXPECT_EQ(readAll(fromHex("aa")).failure, message);
     EXPECT_EQ(readAll(std::vector<std::uint8_t>(1000, 0)).failure, message);
     EXPECT_EQ(
@@ -179,7 +166,7 @@ TEST(Klv, RefusesAFileThatBeginsWithNoLabelAtOnce) {
         message);
 }
 
-TEST(Klv, GoesOnBehindWhatIsNoTriplet) {
+TEST(KlvFile, GoesOnBehindWhatIsNoTriplet) {
     std::vector<std::uint8_t> bytes = joined({kOtherKeyHex, "00"});
     bytes.resize(17 + 100'000);
     const auto element = joined({kAncKeyHex, "18", kCaptionElementHex});
@@ -193,10 +180,10 @@ TEST(Klv, GoesOnBehindWhatIsNoTriplet) {
     bytes.resize(17 + 100'000);
     const Reading none = readAll(bytes);
     EXPECT_EQ(none.problems, problems);
-    EXPECT_EQ(none.failure, "memory: byte 100017: the file ends without an ANC frame element");
+    EXPECT_EQ(none.failure, "byte 100017: the file ends without an ANC frame element");
 }
 
-TEST(Klv, GoesOnInsideATripletWhoseLengthLeadsNowhere) {
+TEST(KlvFile, GoesOnInsideATripletWhoseLengthLeadsNowhere) {
     // The first length is 19, not 18: it leads to the second byte of the next key.
     const Reading reading =
         readAll(joined({kAncKeyHex, "19", kCaptionElementHex, kAncKeyHex, "18", kCaptionElementHex}));
@@ -207,7 +194,7 @@ TEST(Klv, GoesOnInsideATripletWhoseLengthLeadsNowhere) {
     expectCaption(reading.frames.front(), 0);
 }
 
-TEST(Klv, PassesOverPacketsThatCannotBeUsed) {
+TEST(KlvFile, PassesOverPacketsThatCannotBeUsed) {
     // The second packet has samples of one bit, which lines have; the third one is read.
     const std::string caption = "0015 01 04 0006 00000008 00000001 61 02 03 8094ae 0000";
     const auto bytes =
@@ -219,34 +206,93 @@ TEST(Klv, PassesOverPacketsThatCannotBeUsed) {
     ASSERT_EQ(reading.frames[0].packets.size(), 2U);
     EXPECT_EQ(reading.frames[0].packets[0], reading.frames[0].packets[1]);
     expectCaption(reading.frames[3], 3);
-    EXPECT_EQ(reading.problems,
-              (std::vector<std::string>{"frame 0, byte 17: byte 27 of the element: sample coding 1 is none of packets",
-                                        "frame 1, byte 98: element of 0 bytes without a packet count",
-                                        "frame 2, byte 115: element of 1 byte without a packet count"}));
+    EXPECT_EQ(reading.problems, (std::vector<std::string>{"frame 0, byte 44: sample coding 1 is none of packets",
+                                                          "frame 1, byte 98: element cut short: 0 of 2 bytes",
+                                                          "frame 2, byte 115: element cut short: 1 of 2 bytes"}));
 }
 
-TEST(Klv, WritesAsManyPacketsAsAnElementCounts) {
-    const qlxtest::TemporaryFolder folder;
+TEST(KlvFile, GivesTenFindingsOfAnElementAndCountsTheRest) {
+    // Twelve packets of a coding that is none of packets.
+    std::string element = "000c";
+    for (int packet = 0; packet < 12; ++packet) {
+        element += "0015 01 01 0001 00000004 00000001 61 02 00 00";
+    }
+    const Reading reading = readAll(joined({kAncKeyHex, "8200da", element}));
+    ASSERT_EQ(reading.problems.size(), 11U);
+    EXPECT_EQ(reading.problems[9],
+              "frame 0, byte " + std::to_string(19 + 2 + 9 * 18 + 3) + ": sample coding 1 is none of packets");
+    EXPECT_EQ(reading.problems[10], "frame 0, byte 19: 2 more findings in the frame");
+}
+
+TEST(KlvFile, BeginsWhereTheSourceStands) {
+    const auto bytes = joined({"ffff", kAncKeyHex, "18", kCaptionElementHex, kAncKeyHex, "01", "00"});
+    qlx::streams::MemorySource source(bytes);
+    EXPECT_EQ(source.skip(2), 2U);
+    KlvReader reader(source);
+    const Reading reading = qlxtest::readAll(reader);
+    ASSERT_EQ(reading.frames.size(), 2U);
+    expectCaption(reading.frames[0], 0);
+    ASSERT_EQ(reading.problems.size(), 1U);
+    EXPECT_TRUE(reading.problems[0].starts_with("frame 1, byte 60: ")) << reading.problems[0];
+}
+
+TEST(KlvFile, EndsWhereItsSourceFails) {
+    const auto bytes = joined({kAncKeyHex, "18", kCaptionElementHex, kAncKeyHex, "18", kCaptionElementHex});
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+        qlxtest::FailingSource source{std::span(bytes).first(length)};
+        KlvReader reader(source);
+        const Reading reading = qlxtest::readAll(reader);
+        EXPECT_EQ(reading.failure, "byte " + std::to_string(length) + ": cannot be read (error 5)");
+        EXPECT_EQ(reading.problems, std::vector<std::string>()) << length;
+        Frame frame;
+        const auto again = reader.next(frame, nullptr);
+        ASSERT_FALSE(again);
+        EXPECT_EQ(again.error().code, FindingCode::StreamReadFailed);
+    }
+}
+
+TEST(KlvFile, WritesAsManyPacketsAsAnElementCounts) {
     Frame frame;
-    frame.number = 7;
     frame.packets.resize(65'535);
-    for (const bool asDeployed : {false, true}) {
-        OutputFile output(folder.path("a.klv"));
-        KlvWriter(output, asDeployed).write(frame);
-        output.commit();
-        // The count, and of each packet 14 bytes and DID, SDID, data count and padding.
-        EXPECT_EQ(folder.read("a.klv").size(), 16U + 4 + 2 + 65'535U * (14 + 4));
-    }
+    qlxtest::MemorySink sink;
+    KlvWriter writer(sink);
+    EXPECT_FALSE(writer.write(frame, nullptr));
+    // The count, and of each packet 14 bytes and DID, SDID, data count and padding.
+    EXPECT_EQ(sink.bytes.size(), 16U + 4 + 2 + 65'535U * (14 + 4));
+    const Reading reading = readAll(sink.bytes);
+    ASSERT_EQ(reading.frames.size(), 1U);
+    EXPECT_EQ(reading.frames[0], frame);
     frame.packets.emplace_back();
-    for (const bool asDeployed : {false, true}) {
-        OutputFile output(folder.path("b.klv"));
-        try {
-            KlvWriter(output, asDeployed).write(frame);
-            ADD_FAILURE() << asDeployed;
-        } catch (const Failure& failure) {
-            EXPECT_EQ(std::string(failure.what()), "frame 7: 65536 packets, an element has at most 65535");
-        }
+    const auto tooMany = writer.write(frame, nullptr);
+    ASSERT_TRUE(tooMany);
+    EXPECT_EQ(tooMany->text(), "65536 packets, an element has at most 65535");
+    EXPECT_EQ(tooMany->offset, 65'536U);  // about none of them
+    // More than a length of three bytes says.
+    frame.packets.resize(65'535);
+    for (qlx::anc::Packet& packet : frame.packets) {
+        packet.userData.resize(255);
     }
+    const auto tooLong = writer.write(frame, nullptr);
+    ASSERT_TRUE(tooLong);
+    EXPECT_EQ(tooLong->code, FindingCode::KlvLengthDoesNotFit);
+    EXPECT_EQ(tooLong->offset, 65'535U);
+}
+
+TEST(KlvFile, SaysWhichPacketAnElementHasNoPlaceFor) {
+    Frame frame;
+    frame.packets.resize(2);
+    frame.packets[1].userData.resize(256);
+    qlxtest::MemorySink sink;
+    const auto failure = KlvWriter(sink).write(frame, nullptr);
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->code, FindingCode::AncTooManyUserDataWords);
+    EXPECT_EQ(failure->offset, 1U);
+    EXPECT_TRUE(sink.bytes.empty());
+    frame.packets.pop_back();
+    qlxtest::MemorySink full(39);
+    const auto unwritten = KlvWriter(full).write(frame, nullptr);
+    ASSERT_TRUE(unwritten);
+    EXPECT_EQ(unwritten->code, FindingCode::StreamWriteFailed);
 }
 
 }  // namespace

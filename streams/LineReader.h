@@ -1,17 +1,19 @@
 // Reading a text line by line, in bounded memory.
 #pragma once
 
-#include "io/InputFile.h"
+#include <qlx/base/result.h>
+#include <qlx/streams/byte_source.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-namespace qlx::tool {
+namespace qlx::streams::detail {
 
 /// The longest line that is read.
-inline constexpr std::size_t kLongestLine = std::size_t{2} * 1024 * 1024;
+inline constexpr std::size_t kMostMebibytesOfALine = 2;
+inline constexpr std::size_t kLongestLine = kMostMebibytesOfALine * 1024 * 1024;
 
 class LineReader {
 public:
@@ -19,16 +21,21 @@ public:
     explicit LineReader(ByteSource& source) : _source(source) {}
 
     /// Reads the next line, without its end (a line feed, behind a carriage return or not).
-    /// @return False at the end.
-    /// @throws Failure when the line is longer than kLongestLine.
-    bool next(std::string& line);
+    /// @return False at the end. A finding, with the number of the line, when the line is longer than kLongestLine or the
+    ///   source has failed.
+    Result<bool> next(std::string& line);
 
     /// The number of the last line, counted from 1.
     [[nodiscard]] std::uint64_t number() const noexcept { return _number; }
 
-    [[nodiscard]] ByteSource& source() const noexcept { return _source; }
+    /// What is wrong with the last line.
+    [[nodiscard]] Finding error(FindingCode code, std::uint64_t first = 0) const noexcept {
+        return {code, Severity::Error, _number, static_cast<std::int64_t>(first), 0};
+    }
 
 private:
+    [[nodiscard]] bool fill();
+
     ByteSource& _source;
     std::vector<std::uint8_t> _buffer;
     std::size_t _begin = 0;
@@ -36,4 +43,4 @@ private:
     std::uint64_t _number = 0;
 };
 
-}  // namespace qlx::tool
+}  // namespace qlx::streams::detail

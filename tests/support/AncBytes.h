@@ -1,4 +1,4 @@
-// ANC frame elements and SDI rows, put together by hand, for the tests of the tool.
+// ANC frame elements and SDI rows, put together by hand.
 #pragma once
 
 #include "ExactBuffer.h"

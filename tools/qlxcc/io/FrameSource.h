@@ -1,10 +1,13 @@
 // Opening whatever has frames.
 #pragma once
 
+#include "io/FrameInput.h"
 #include "io/InputFile.h"
 #include "io/Rates.h"
-#include "streams/Frame.h"
-#include "streams/InputKind.h"
+
+#include <qlx/anc/row.h>
+#include <qlx/streams/input_kind.h>
+#include <qlx/streams/rows.h>
 
 #include <cstdint>
 #include <memory>
@@ -12,6 +15,10 @@
 #include <vector>
 
 namespace qlx::tool {
+
+using streams::InputKind;
+using streams::kUsualRowWidth;
+using streams::RowLayout;
 
 /// What is known of a file of frames beside its content.
 struct FrameSourceOptions {
@@ -29,10 +36,13 @@ struct FrameSourceOptions {
 /// @throws UsageError when there are options for rows and a file of this kind has none.
 void checkRowOptions(InputKind kind, const FrameSourceOptions& options);
 
+/// How the rows of a file of this kind lie.
+[[nodiscard]] RowLayout rowLayoutOf(InputKind kind, const FrameSourceOptions& options);
+
 /// Opens a file for reading its frames: packets, the captions that came with the picture, or both.
 /// @param source Read from where it stands; must outlive the reader.
 /// @throws UsageError when the kind is unknown, has no frames or does not go with the options; Failure when the file is
 ///   broken at its beginning.
-[[nodiscard]] std::unique_ptr<FrameReader> openFrames(InputFile& source, const FrameSourceOptions& options);
+[[nodiscard]] std::unique_ptr<FrameInput> openFrames(InputFile& source, const FrameSourceOptions& options);
 
 }  // namespace qlx::tool

@@ -1,9 +1,10 @@
 // Going through a file's frames and saying what could not be read.
 #pragma once
 
+#include "io/Frame.h"
+#include "io/FrameInput.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
-#include "streams/Frame.h"
 
 #include <cstdint>
 #include <functional>
@@ -20,7 +21,7 @@ class Progress;
 /// @param take Returns false when it needs no further frame.
 /// @return The number of problems.
 /// @throws Failure when the file is broken; what was found before goes to standard output all the same.
-std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
+std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take);
 
 /// Says what needs a look in a file: the first ten remarks, and in the end how many more there were.
@@ -42,7 +43,7 @@ private:
 /// Reads the next frame of a file that is made into another one: what cannot be read would be missing from that.
 /// @return False at the end of the file.
 /// @throws Failure when something of the frame cannot be read.
-[[nodiscard]] bool readWhole(const ByteSource& source, FrameReader& reader, RemarkNotes& remarks, Progress& progress,
+[[nodiscard]] bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress,
                              Frame& frame);
 
 /// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file

@@ -1,4 +1,4 @@
-#include "streams/FrameLoop.h"
+#include "io/FrameLoop.h"
 
 #include "io/Errors.h"
 #include "io/Progress.h"
@@ -14,7 +14,7 @@ namespace {
 /// Says what a reader finds beside its frames: every problem, and the first of its remarks.
 class FindingLines {
 public:
-    FindingLines(const ByteSource& source, FrameReader& reader, OutputFile& output, Progress& progress)
+    FindingLines(const ByteSource& source, FrameInput& reader, OutputFile& output, Progress& progress)
         : _source(source), _reader(reader), _output(output), _progress(progress), _remarks(source) {}
 
     /// Says what is new.
@@ -55,7 +55,7 @@ private:
     }
 
     const ByteSource& _source;
-    FrameReader& _reader;
+    FrameInput& _reader;
     OutputFile& _output;
     Progress& _progress;
     std::uint64_t _problemCount = 0;
@@ -76,7 +76,7 @@ void RemarkNotes::sayHowManyMore() const {
     printNote("warning: " + _source.name() + ": " + counted(_count - kShown, "more warning"));
 }
 
-std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& output,
+std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take) {
     const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
     Progress progress(source.size(), output.isStandardOutput());
@@ -106,7 +106,7 @@ std::uint64_t readFrames(ByteSource& source, FrameReader& reader, OutputFile& ou
     return findings.finish();
 }
 
-bool readWhole(const ByteSource& source, FrameReader& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
+bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
     std::vector<std::string> problems;
     const bool hasFrame = reader.next(frame, problems);
     if (const std::vector<std::string> news = reader.takeRemarks(); !news.empty()) {

@@ -1,0 +1,83 @@
+// Files of SMPTE ST 336 triplets (key, length, value) that carry SMPTE ST 436-1 ANC frame elements, one a frame.
+//
+//     qlx::streams::KlvReader reader(source);
+//     qlx::streams::KlvWriter writer(sink);
+//     qlx::streams::Frame frame;
+//     for (auto more = reader.next(frame, &findings); more && *more; more = reader.next(frame, &findings)) {
+//         if (const auto failure = writer.write(frame, nullptr)) {
+//             return failure;
+//         }
+//     }
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
+
+#include <qlx/base/finding.h>
+#include <qlx/base/result.h>
+#include <qlx/klv/klv.h>
+#include <qlx/streams/byte_source.h>
+#include <qlx/streams/export.h>
+#include <qlx/streams/frame_reader.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace qlx::streams {
+
+/// As many findings of a frame's element are given; StreamMoreFindings counts the rest.
+inline constexpr std::size_t kMostElementFindings = 10;
+
+/// Adds the packets of an ANC frame element's value to a frame; those that cannot be used are passed over, with a finding.
+/// @param place Byte of the file at which the value begins: findings have places in the file.
+QLX_STREAMS_EXPORT void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t place, Frame& frame,
+                                            FindingSink* findings);
+
+/// Reads triplets; the n-th ANC frame element is frame n, triplets with other keys are passed over. Behind damage it
+/// goes on with the next triplet that leads to another one: what was skipped is a finding.
+class QLX_STREAMS_EXPORT KlvReader final : public FrameReader {
+public:
+    /// @param source Read from where it stands; must outlive the reader.
+    explicit KlvReader(ByteSource& source);
+
+    Result<bool> next(Frame& frame, FindingSink* findings) override;
+    [[nodiscard]] PlaceUnit placeUnit() const noexcept override { return PlaceUnit::Byte; }
+    /// With the number of the frame where the finding is in its element.
+    [[nodiscard]] Place placeOf(const Finding& finding) const override;
+
+private:
+    Result<bool> read(Frame& frame, FindingSink* findings);
+    [[nodiscard]] std::optional<Finding> fill();
+    [[nodiscard]] std::optional<Finding> report(FindingSink* findings);
+
+    ByteSource& _source;
+    std::uint64_t _start;  ///< Where the file begins in it.
+    Findings _findings;    ///< Of the triplets.
+    klv::Reader _reader;
+    std::vector<std::uint8_t> _piece;
+    std::uint64_t _frames = 0;
+    bool _isAtEnd = false;
+    std::optional<Finding> _failure;
+};
+
+/// Writes a triplet a frame: the ANC frame element key, the length as 83h and three bytes, the frame's element. Captions
+/// that are in no packet have no place in it.
+class QLX_STREAMS_EXPORT KlvWriter : public FrameWriter {
+public:
+    /// @param sink Must outlive the writer.
+    explicit KlvWriter(ByteSink& sink) : _sink(sink) {}
+
+    /// Fails when an element has no place for a packet (AncTooManyUserDataWords, AncElementLineTooGreat), for so many
+    /// (AncElementTooManyPackets) or for so much (KlvLengthDoesNotFit).
+    [[nodiscard]] std::optional<Finding> write(const Frame& frame, FindingSink* findings) override;
+
+protected:
+    /// The element of a frame, for writers of another form.
+    [[nodiscard]] virtual Result<Data> elementOf(const Frame& frame) const;
+
+private:
+    ByteSink& _sink;
+};
+
+}  // namespace qlx::streams

@@ -1,0 +1,53 @@
+#include <qlx/streams/jsonl.h>
+
+#include "JsonFrame.h"
+#include "LineReader.h"
+
+#include <string>
+
+namespace qlx::streams {
+
+/// The lines of a file.
+class JsonlReader::Lines {
+public:
+    explicit Lines(ByteSource& source) : _lines(source) {}
+
+    Result<bool> next(Frame& frame) {
+        if (_failure) {
+            return *_failure;
+        }
+        const Result<bool> result = read(frame);
+        if (!result) {
+            _failure = result.error();
+        }
+        return result;
+    }
+
+private:
+    Result<bool> read(Frame& frame) {
+        do {
+            const Result<bool> hasLine = _lines.next(_line);
+            if (!hasLine) {
+                return hasLine;
+            }
+            if (!*hasLine) {
+                return _lines.number() == 0 ? Result<bool>(_lines.error(FindingCode::StreamEmpty)) : false;
+            }
+        } while (_line.find_first_not_of(" \t") == std::string::npos);
+        const std::optional<Finding> wrong = detail::readJsonFrame(_line, frame);
+        return wrong ? _lines.error(wrong->code, static_cast<std::uint64_t>(wrong->first)) : Result<bool>(true);
+    }
+
+    detail::LineReader _lines;
+    std::string _line;
+    std::optional<Finding> _failure;
+};
+
+JsonlReader::JsonlReader(ByteSource& source) : _lines(std::make_unique<Lines>(source)) {}
+JsonlReader::~JsonlReader() = default;
+
+Result<bool> JsonlReader::next(Frame& frame, FindingSink* /*findings*/) {
+    return _lines->next(frame);
+}
+
+}  // namespace qlx::streams

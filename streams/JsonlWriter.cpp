@@ -1,0 +1,112 @@
+#include <qlx/streams/jsonl.h>
+
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace qlx::streams {
+
+namespace {
+
+/// The two digits of each byte.
+constexpr auto kHexDigits = [] {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::array<std::array<char, 2>, 256> digits{};
+    for (std::size_t byte = 0; byte < digits.size(); ++byte) {
+        digits[byte] = {kDigits[byte >> 4U], kDigits[byte & 15U]};
+    }
+    return digits;
+}();
+
+void appendHex(std::string& text, std::span<const std::uint8_t> bytes) {
+    const std::size_t size = text.size();
+    text.resize(size + bytes.size() * 2);
+    char* to = text.data() + size;
+    for (const std::uint8_t byte : bytes) {
+        *to++ = kHexDigits[byte][0];
+        *to++ = kHexDigits[byte][1];
+    }
+}
+
+template <class Number>
+void appendNumber(std::string& text, Number number) {
+    std::array<char, 24> digits{};
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+    text.append(digits.data(), result.ptr);
+}
+
+/// What a packet is and holds, without the braces around it.
+void appendPacket(std::string& text, const anc::Packet& packet) {
+    text += "\"line\":";
+    appendNumber(text, packet.line);
+    text += ",\"did\":";
+    appendNumber(text, unsigned{packet.did});
+    text += ",\"sdid\":";
+    appendNumber(text, unsigned{packet.sdid});
+    if (packet.channel != anc::Channel::Luma) {
+        text += ",\"channel\":\"";
+        text += nameOf(packet.channel);
+        text += '"';
+    }
+    if (packet.horizontalOffset != 0) {
+        text += ",\"horizontalOffset\":";
+        appendNumber(text, packet.horizontalOffset);
+    }
+    text += ",\"type\":\"";
+    text += anc::kindName(packet.did, packet.sdid);
+    text += "\",\"data\":\"";
+    appendHex(text, packet.userData);
+    text += '"';
+}
+
+}  // namespace
+
+void appendJsonLine(std::string& text, const Frame& frame, const JsonlMembers* members) {
+    // Nothing in it needs an escape.
+    text += "{\"frame\":";
+    appendNumber(text, frame.number);
+    if (frame.pts) {
+        text += ",\"pts\":{\"value\":";
+        appendNumber(text, frame.pts->value);
+        text += ",\"timescale\":";
+        appendNumber(text, frame.pts->timescale);
+        text += '}';
+    }
+    text += ",\"packets\":[";
+    for (const anc::Packet& packet : frame.packets) {
+        text += &packet == frame.packets.data() ? "{" : ",{";
+        appendPacket(text, packet);
+        if (members != nullptr) {
+            members->appendOfPacket(text, packet);
+        }
+        text += '}';
+    }
+    text += ']';
+    if (frame.triplets) {
+        text += ",\"captions\":{\"data\":\"";
+        appendHex(text, frame.triplets);
+        text += '"';
+        if (members != nullptr) {
+            members->appendOfCaptions(text, frame.triplets);
+        }
+        text += '}';
+    }
+    text += '}';
+}
+
+std::string jsonLine(const Frame& frame, const JsonlMembers* members) {
+    std::string text;
+    appendJsonLine(text, frame, members);
+    return text;
+}
+
+std::optional<Finding> JsonlWriter::write(const Frame& frame, FindingSink* /*findings*/) {
+    _line.clear();
+    appendJsonLine(_line, frame, _members);
+    _line += '\n';
+    return _sink.write({reinterpret_cast<const std::uint8_t*>(_line.data()), _line.size()});
+}
+
+}  // namespace qlx::streams

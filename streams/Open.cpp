@@ -1,0 +1,71 @@
+#include <qlx/streams/open.h>
+
+#include <qlx/streams/jsonl.h>
+#include <qlx/streams/klv.h>
+#include <qlx/streams/scc.h>
+
+#include <utility>
+
+namespace qlx::streams {
+
+namespace {
+
+/// Gives the frames of a reader that knows no times those of a rate.
+class TimedReader final : public FrameReader {
+public:
+    TimedReader(std::unique_ptr<FrameReader> reader, FrameRate rate)
+        : _reader(std::move(reader)), _duration(frameDuration(rate)) {}
+
+    Result<bool> next(Frame& frame, FindingSink* findings) override {
+        const Result<bool> hasFrame = _reader->next(frame, findings);
+        if (hasFrame && *hasFrame && !frame.pts) {
+            frame.pts = MediaTime::make(static_cast<std::int64_t>(frame.number) * _duration.value, _duration.timescale);
+        }
+        return hasFrame;
+    }
+
+    [[nodiscard]] PlaceUnit placeUnit() const noexcept override { return _reader->placeUnit(); }
+    [[nodiscard]] Place placeOf(const Finding& finding) const override { return _reader->placeOf(finding); }
+    [[nodiscard]] std::vector<std::string> takeLibraryTexts() override { return _reader->takeLibraryTexts(); }
+
+private:
+    std::unique_ptr<FrameReader> _reader;
+    MediaTime _duration;
+};
+
+/// Null for kinds without frames.
+std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const OpenOptions& options) {
+    switch (kind) {
+    case InputKind::V210:
+    case InputKind::Yuv8:
+        return std::make_unique<RowReader>(
+            source, RowLayout{.format = kind == InputKind::V210 ? anc::RowFormat::V210 : anc::RowFormat::TwoVuy,
+                              .width = options.width,
+                              .lines = options.lines});
+    case InputKind::Klv:
+        return std::make_unique<KlvReader>(source);
+    case InputKind::Jsonl:
+        return std::make_unique<JsonlReader>(source);
+    case InputKind::Scc:
+        return std::make_unique<SccReader>(source);
+    default:
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+Result<std::unique_ptr<FrameReader>> openFrames(ByteSource& source, InputKind kind, const OpenOptions& options) {
+    std::unique_ptr<FrameReader> reader = readerOf(source, kind, options);
+    if (!reader) {
+        return Finding{FindingCode::StreamKindWithoutFrames, Severity::Error, source.offset(),
+                       static_cast<std::int64_t>(kind), 0};
+    }
+    return options.rate ? withTimes(std::move(reader), *options.rate) : std::move(reader);
+}
+
+std::unique_ptr<FrameReader> withTimes(std::unique_ptr<FrameReader> reader, FrameRate rate) {
+    return std::make_unique<TimedReader>(std::move(reader), rate);
+}
+
+}  // namespace qlx::streams

@@ -1,0 +1,103 @@
+#include <qlx/streams/rows.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace qlx::streams {
+
+namespace {
+
+/// A blank row whose padding is blank as well: 48 pixels of `v210` have no padding.
+std::vector<std::uint8_t> wholeBlankRow(anc::RowFormat format, std::size_t width) {
+    constexpr std::size_t kWithoutPadding = 48;
+    const bool isPadded = format == anc::RowFormat::V210;
+    return anc::blankRow(format, isPadded ? (width + kWithoutPadding - 1) / kWithoutPadding * kWithoutPadding : width);
+}
+
+Finding aboutPacket(const Frame& frame, const anc::Packet& packet, FindingCode code, std::int64_t first,
+                    std::int64_t second = 0) {
+    return {code, Severity::Error, static_cast<std::uint64_t>(&packet - frame.packets.data()), first, second};
+}
+
+}  // namespace
+
+RowWriter::RowWriter(ByteSink& sink, RowLayout layout)
+    : _sink(sink), _layout(std::move(layout)), _blankRow(wholeBlankRow(_layout.format, _layout.width)) {}
+
+/// A packet without a row would be lost on the way.
+std::optional<Finding> RowWriter::checkLines(const Frame& frame) const {
+    for (const anc::Packet& packet : frame.packets) {
+        if (std::ranges::find(_layout.lines, packet.line) == _layout.lines.end()) {
+            return aboutPacket(frame, packet, FindingCode::RowFileLineMissing, packet.line);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Finding> RowWriter::checkChannels(const Frame& frame, std::uint64_t line) const {
+    bool isMultiplex = false;
+    bool isApart = false;
+    for (const anc::Packet& packet : frame.packets) {
+        if (packet.line != line) {
+            continue;
+        }
+        (packet.channel == anc::Channel::SdMultiplex ? isMultiplex : isApart) = true;
+        if (isMultiplex && isApart) {
+            return aboutPacket(frame, packet, FindingCode::RowFileChannelsMixed, packet.line);
+        }
+    }
+    return std::nullopt;
+}
+
+/// Fills a row until a packet has no place on it, and says which one that is.
+std::optional<Finding> RowWriter::fillOneByOne(std::span<std::uint8_t> row, const Frame& frame,
+                                               std::uint64_t line) const {
+    for (const anc::Packet& packet : frame.packets) {
+        if (packet.line != line) {
+            continue;
+        }
+        const anc::RowWriteOptions options{.format = _layout.format, .channel = packet.channel, .width = _layout.width};
+        if (const auto place = anc::appendPacket(row, packet, options); !place) {
+            return aboutPacket(frame, packet, place.error().code, place.error().first, place.error().second);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Finding> RowWriter::fill(std::span<std::uint8_t> row, const Frame& frame, std::uint64_t line) {
+    if (const auto mixed = checkChannels(frame, line)) {
+        return mixed;
+    }
+    for (const anc::Channel channel : {anc::Channel::Luma, anc::Channel::Chroma, anc::Channel::SdMultiplex}) {
+        _contents.clear();
+        for (const anc::Packet& packet : frame.packets) {
+            if (packet.line == line && packet.channel == channel) {
+                _contents.push_back(packet);
+            }
+        }
+        const anc::RowWriteOptions options{.format = _layout.format, .channel = channel, .width = _layout.width};
+        if (!_contents.empty() && !anc::appendPackets(row, _contents, options)) {
+            _row = _blankRow;
+            return fillOneByOne(_row, frame, line);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Finding> RowWriter::write(const Frame& frame, FindingSink* /*findings*/) {
+    if (const auto missing = checkLines(frame)) {
+        return missing;
+    }
+    for (const std::uint64_t line : _layout.lines) {
+        _row = _blankRow;
+        if (const auto failure = fill(_row, frame, line)) {
+            return failure;
+        }
+        if (const auto failure = _sink.write(_row)) {
+            return failure;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace qlx::streams
