@@ -53,9 +53,9 @@ struct Samples {
         for (; first < end && first % kOfUnit != 0; ++first) {
             take(at(row, first));
         }
-        for (; end - first >= kOfUnit; first += kOfUnit) {
+        const std::uint8_t* unit = row + first / kOfUnit * kUnitBytes;
+        for (; end - first >= kOfUnit; first += kOfUnit, unit += kUnitBytes) {
             // All three are read before the first is given away: what takes it may write bytes.
-            const std::uint8_t* const unit = row + first / kOfUnit * kUnitBytes;
             const std::array<std::uint16_t, kOfUnit> samples{inUnit(unit, kPlaces[0]), inUnit(unit, kPlaces[1]),
                                                              inUnit(unit, kPlaces[2])};
             take(samples[0]);
@@ -76,8 +76,8 @@ struct Samples {
         for (; first < end && first % kOfUnit != 0; ++first) {
             middle += at(row, first);
         }
-        for (; end - first >= kOfUnit; first += kOfUnit) {
-            const std::uint8_t* const unit = row + first / kOfUnit * kUnitBytes;
+        const std::uint8_t* unit = row + first / kOfUnit * kUnitBytes;
+        for (; end - first >= kOfUnit; first += kOfUnit, unit += kUnitBytes) {
             middle += middleSample(loadLittle32(unit + kMiddleWord * kWordBytes));
             outer += loadLittle32(unit + kOuterWord * kWordBytes) & 0x3FF0'03FFU;
         }
