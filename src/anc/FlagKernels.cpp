@@ -16,9 +16,4 @@ std::size_t findOuterOnesScalar(const std::uint8_t* row, std::size_t first, std:
     return end;
 }
 
-FindOuterOnes findOuterOnes() noexcept {
-    static const FindOuterOnes chosen = findOuterOnesAVX2() ? findOuterOnesAVX2() : findOuterOnesScalar;
-    return chosen;
-}
-
 }  // namespace qlx::anc::detail

@@ -29,6 +29,9 @@ using FindOuterOnes = std::size_t (*)(const std::uint8_t* row, std::size_t first
 [[nodiscard]] FindOuterOnes findOuterOnesAVX2() noexcept;
 
 /// The fastest one that this processor runs.
-[[nodiscard]] FindOuterOnes findOuterOnes() noexcept;
+[[nodiscard]] inline FindOuterOnes findOuterOnes() noexcept {
+    static const FindOuterOnes chosen = findOuterOnesAVX2() ? findOuterOnesAVX2() : findOuterOnesScalar;
+    return chosen;
+}
 
 }  // namespace qlx::anc::detail

@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kFlagWords = kDataFlag.size();
+constexpr std::size_t kOfWord = v210::kSamplesOfWord;
 constexpr std::size_t kHeaderWords = 3;  ///< DID, SDID or DBN, data count.
 
 /// The byte of an 8-bit row's sample where there is no picture and no packet.
@@ -38,14 +39,6 @@ struct PacketIterator::Reading {
     [[nodiscard]] bool isCut() const noexcept { return length > there; }
 };
 
-void PacketIterator::start() {
-    if (_stride == 0 && !_rows.empty()) {
-        report(FindingCode::AncRowTooShort, Severity::Error, 0,
-               detail::leastRowBytes(_options.format, std::max<std::size_t>(_options.width, 1)), 0);
-    }
-    advance();
-}
-
 void PacketIterator::advance() {
     while (!searchRow()) {
         if (!openRow()) {
@@ -57,7 +50,12 @@ void PacketIterator::advance() {
 
 /// Goes to the beginning of the next row; false when there is none.
 bool PacketIterator::openRow() {
-    if (_stride == 0 || _nextRowOffset >= _rows.size()) {
+    if (_nextRowOffset >= _rows.size()) {
+        return false;
+    }
+    if (_stride == 0) {
+        report(FindingCode::AncRowTooShort, Severity::Error, 0,
+               detail::leastRowBytes(_options.format, std::max<std::size_t>(_options.width, 1)), 0);
         return false;
     }
     const std::size_t bytes = std::min(_stride, _rows.size() - _nextRowOffset);
@@ -70,19 +68,25 @@ bool PacketIterator::openRow() {
         progress = {};
         progress.stop = _options.extent == Extent::WholeRow ? kUnlimited : kNearWords;
     }
-    if (_options.width != 0) {
-        const std::size_t needed = detail::leastRowBytes(_options.format, _options.width);
-        if (bytes < needed) {
-            report(FindingCode::AncRowTooShort, Severity::Warning, 0, needed, bytes);
-        }
+    if (_findings && _options.width != 0) {
+        reportShortRow(bytes);
     }
     return true;
 }
 
+/// Says when a row is shorter than its width.
+[[gnu::noinline]] void PacketIterator::reportShortRow(std::size_t bytes) const {
+    const std::size_t needed = detail::leastRowBytes(_options.format, _options.width);
+    if (bytes < needed) {
+        report(FindingCode::AncRowTooShort, Severity::Warning, 0, needed, bytes);
+    }
+}
+
 /// Goes to the next packet of the row; false when there is none.
 bool PacketIterator::searchRow() {
-    while ((_sample = findFlag(_sample)) < _samples) {
-        if (take(_sample++)) {
+    while (_sample < _samples) {
+        _sample = findFlag(_sample);
+        if (_sample < _samples && take(_sample++)) {
             return true;
         }
     }
@@ -105,31 +109,41 @@ std::size_t PacketIterator::findFlag(std::size_t from) const noexcept {
 
 /// The same among the samples from `from` up to, not including, `starts`.
 std::size_t PacketIterator::findFlagOfV210(std::size_t from, std::size_t starts) const noexcept {
-    constexpr std::size_t kOfWord = v210::kSamplesOfWord;
-    const detail::FindOuterOnes find = detail::findOuterOnes();
-    const std::uint32_t around =
-        _options.protectedFlags ? detail::kAroundProtectedSamples : detail::kAroundOuterSamples;
+    const std::size_t words = (starts + (kFlagWords - 1) * step() + kOfWord - 1) / kOfWord;
+    const std::size_t word = findOuterOnes(from, words);
+    return word == words ? _samples : findFlagAround(word, from, starts, words);
+}
+
+/// The first of the words up to, not including, `words` in which a flag that begins at `from` or behind has its second
+/// or its third word, whichever comes first: no flag has both in front of what is found, as one of the two would be.
+std::size_t PacketIterator::findOuterOnes(std::size_t from, std::size_t words) const noexcept {
+    return detail::findOuterOnes()(row(), (from + step()) / kOfWord, words,
+                                   _options.protectedFlags ? detail::kAroundProtectedSamples
+                                                           : detail::kAroundOuterSamples);
+}
+
+/// Goes on with findFlagOfV210() at what findOuterOnes() has found. Not inline: most rows have nothing for it.
+[[gnu::noinline]] std::size_t PacketIterator::findFlagAround(std::size_t word, std::size_t from, std::size_t starts,
+                                                             std::size_t words) const noexcept {
     const std::size_t behind = (kFlagWords - 1) * step();
-    const std::size_t words = (starts + behind + kOfWord - 1) / kOfWord;
-    while (from < starts) {
-        // No flag has both its second and its third word in front of what is found: one of the two would be found.
-        const std::size_t word = find(row(), (from + step()) / kOfWord, words, around);
-        if (word == words) {
-            break;
-        }
+    while (word != words) {
         const std::size_t sample = word * kOfWord;
-        const std::size_t next = sample + kOfWord - step();
-        for (from = std::max(from, sample - std::min(sample, behind)); from < std::min(next, starts); ++from) {
+        const std::size_t next = std::min(sample + kOfWord - step(), starts);
+        for (from = std::max(from, sample - std::min(sample, behind)); from < next; ++from) {
             if (isFlag(from)) {
                 return from;
             }
         }
+        if (next == starts) {
+            break;
+        }
         from = next;
+        word = findOuterOnes(from, words);
     }
     return _samples;
 }
 
-std::size_t PacketIterator::findFlagOfTwoVuy(std::size_t from, std::size_t starts) const noexcept {
+[[gnu::noinline]] std::size_t PacketIterator::findFlagOfTwoVuy(std::size_t from, std::size_t starts) const noexcept {
     while (from < starts) {
         const std::size_t second = from + step();
         const void* const found = std::memchr(row() + second, 0xFF, starts + step() - second);
@@ -276,8 +290,8 @@ void PacketIterator::reportPacket(std::size_t sample, std::size_t index, const P
 }
 
 /// `byte` counts from the beginning of the row.
-void PacketIterator::report(FindingCode code, Severity severity, std::size_t byte, std::size_t first,
-                            std::size_t second) const {
+[[gnu::noinline]] void PacketIterator::report(FindingCode code, Severity severity, std::size_t byte, std::size_t first,
+                                              std::size_t second) const {
     if (_findings) {
         _findings->add(
             {code, severity, _rowOffset + byte, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});

@@ -123,7 +123,7 @@ public:
     PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
                    FindingSink* findings)
         : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line - 1), _atEnd(false) {
-        start();
+        advance();
     }
 
     /// The packet; valid until the next step.
@@ -156,7 +156,6 @@ private:
     /// What stands in front of a packet's user data, and its checksum.
     struct Reading;
 
-    QLX_EXPORT void start();
     QLX_EXPORT void advance();
     bool openRow();
     bool searchRow();
@@ -164,10 +163,14 @@ private:
     void pass(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading);
     void give(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading);
     void reportPacket(std::size_t sample, std::size_t index, const Progress& progress, const Reading& reading) const;
+    void reportShortRow(std::size_t bytes) const;
     void report(FindingCode code, Severity severity, std::size_t byte, std::size_t first, std::size_t second) const;
     [[nodiscard]] std::size_t findFlag(std::size_t from) const noexcept;
     [[nodiscard]] std::size_t findFlagOfV210(std::size_t from, std::size_t starts) const noexcept;
     [[nodiscard]] std::size_t findFlagOfTwoVuy(std::size_t from, std::size_t starts) const noexcept;
+    [[nodiscard]] std::size_t findOuterOnes(std::size_t from, std::size_t words) const noexcept;
+    [[nodiscard]] std::size_t findFlagAround(std::size_t word, std::size_t from, std::size_t starts,
+                                             std::size_t words) const noexcept;
     [[nodiscard]] bool isFlag(std::size_t sample) const noexcept;
     [[nodiscard]] Reading read(Channel channel, std::size_t index) const noexcept;
     [[nodiscard]] std::size_t step() const noexcept { return _options.channels == Channels::SdMultiplex ? 1 : 2; }
