@@ -24,7 +24,8 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag) {
     std::size_t kept = 0;
     std::size_t position = 0;
     while (position < whole.size()) {
-        if (startsWithIgnoringCase(whole.substr(position), tag)) {
+        // Few characters are the tag's first one: for the others that is all that is looked at.
+        if (lowercased(whole[position]) == tag.front() && startsWithIgnoringCase(whole.substr(position), tag)) {
             position += tag.size();
         } else {
             text[kept++] = text[position++];
