@@ -4,12 +4,7 @@
 #pragma once
 
 #include <qlx/qlx.h>
-#include <qlx/streams/captions.h>
 #include <qlx/streams/frame.h>
-#include <qlx/streams/input_kind.h>
-#include <qlx/streams/on_air.h>
-#include <qlx/streams/stream_walk.h>
-#include <qlx/streams/transport_stream.h>
 
 #include <array>
 #include <cstddef>
@@ -32,6 +27,8 @@ template <class... T>
 void send(const T&... values);
 template <class... T>
 void draw(const T&... values);
+template <class... T>
+void take(const T&... values);
 template <class... T>
 void write(const T&... values);
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Has a compiler read the examples in the comments of the core's public headers, each in a function of its own behind
-# ExamplePrelude.h; fails when one does not compile, or when a header has none.
+# all of them and ExamplePrelude.h; fails when one does not compile, or when a header has none.
 #   examples.sh SOURCE-TO-MAKE COMPILER OPTION..., from the project's root
 # An example is what is indented by five blanks or more behind // or ///. What is no C++ is indented by less.
 set -euo pipefail
@@ -18,7 +18,14 @@ mkdir -p "$(dirname "$source")"
 # Blocks of one comment belong together; the compiler is told where each line stands.
 awk -v folder="$folder" '
     function close_block() { if (open) { print "}\n}"; open = 0 }; empty = 0 }
-    BEGIN { print "#include \"" folder "/ExamplePrelude.h\"" }
+    BEGIN {
+        for (number = 1; number < ARGC; ++number) {
+            name = ARGV[number]
+            sub(/^include\//, "", name)
+            print "#include <" name ">"
+        }
+        print "#include \"" folder "/ExamplePrelude.h\""
+    }
     FNR == 1 {
         close_block()
         space = FILENAME
