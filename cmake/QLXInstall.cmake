@@ -1,9 +1,14 @@
-# Installation, in three components:
+# Installation, in four components:
 #   Runtime      the shared libraries
+#   Containers   the module of the second library that stands on FFmpeg's libraries, where it is built
 #   Development  headers, static libraries, CMake package, pkg-config modules
 #   Tool         qlxcc, its modules, manual pages and completions
 
 include(CMakePackageConfigHelpers)
+
+get_property(qlx_streams_modules_folder GLOBAL PROPERTY QLX_STREAMS_MODULES_FOLDER)
+get_filename_component(qlx_streams_folder "${qlx_streams_modules_folder}" NAME)
+list(TRANSFORM CMAKE_DL_LIBS PREPEND -l OUTPUT_VARIABLE qlx_streams_private_libraries)
 
 set(qlx_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/QLXClosedCaptionsUtilities")
 set(qlx_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
@@ -14,6 +19,12 @@ install(
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
+
+if(TARGET qlx_streams_containers)
+    install(
+        TARGETS qlx_streams_containers
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/${qlx_streams_folder}" COMPONENT Containers)
+endif()
 
 install(
     DIRECTORY "${PROJECT_SOURCE_DIR}/include/" "${PROJECT_BINARY_DIR}/include/"

@@ -1,5 +1,6 @@
 # Debian packages, by `cpack` in the build folder: one for each component of the installation.
 #   libqlxclosedcaptionsutilities<SOVERSION>   Runtime      the shared libraries, named after the first one's SONAME
+#   libqlxclosedcaptionsutilities<SOVERSION>-containers  Containers  what the second library loads to open containers
 #   libqlxclosedcaptionsutilities-dev          Development  all that a program is built with
 #   qlxcc                                      Tool         the tool, its manual pages and completions
 
@@ -16,6 +17,9 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_COMPONENTS_ALL Runtime Development)
+if(TARGET qlx_streams_containers)
+    list(APPEND CPACK_COMPONENTS_ALL Containers)
+endif()
 if(TARGET qlxcc)
     list(APPEND CPACK_COMPONENTS_ALL Tool)
 endif()
@@ -48,6 +52,26 @@ sections.
 .
 This package contains the shared library, and that for files and
 streams of frames, which stands on it.")
+
+# FFmpeg's libraries come with this one alone: all else works without them. Nothing of it is for ldconfig.
+set(CPACK_DEBIAN_CONTAINERS_PACKAGE_CONTROL_EXTRA "${qlx_debian}/none/postinst;${qlx_debian}/none/postrm")
+set(CPACK_DEBIAN_CONTAINERS_PACKAGE_NAME "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME}-containers")
+set(CPACK_DEBIAN_CONTAINERS_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_CONTAINERS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_CONTAINERS_DESCRIPTION
+    "captions, subtitles and ancillary data for broadcast video (containers)
+This library handles video frame by frame: ancillary data packets in SDI
+rows, MXF elements, QuickTime atoms and timed samples; CEA-608/708
+captions; subtitles as OP-47 teletext; SCTE-104 messages and SCTE-35
+sections.
+.
+This package contains the module with which the library opens MXF, MOV,
+MP4, MPEG-TS and MPEG-PS files. It stands on FFmpeg's libraries.")
+if(TARGET qlx_streams_containers)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "${CPACK_DEBIAN_CONTAINERS_PACKAGE_NAME}")
+    set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS
+        "${CPACK_DEBIAN_CONTAINERS_PACKAGE_NAME} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+endif()
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqlxclosedcaptionsutilities-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -1,13 +1,13 @@
 // Telling what a file is, the headers that order pictures, and the ends of streams: any bytes give an answer that fits.
-#include "streams/PictureOrder.h"
-#include "streams/StreamEnd.h"
-#include "streams/VideoCaptions.h"
+#include "streams/PictureTimes.h"
+#include "streams/StreamCheck.h"
 
 #include "FuzzSupport.h"
 
 #include <qlx/streams/input_kind.h>
 #include <qlx/streams/stream_walk.h>
 #include <qlx/streams/transport_stream.h>
+#include <qlx/streams/video.h>
 
 #include <algorithm>
 #include <array>
@@ -46,7 +46,7 @@ void checkEnds(std::span<const std::uint8_t> bytes) {
         }
     }
     std::uint64_t size = 0;
-    require(!qlx::tool::isTripletHeaderCut(bytes, size) || bytes.size() < 25);
+    require(!qlx::streams::detail::isTripletHeaderCut(bytes, size) || bytes.size() < 25);
 }
 
 /// What a walk over pieces of a start byte, a size and as many bytes finds.
@@ -89,8 +89,8 @@ void checkWalk(std::span<const std::uint8_t> bytes) {
 }
 
 /// Every picture that goes in comes out, numbered one after the other.
-void checkOrder(std::span<const std::uint8_t> bytes, qlx::tool::VideoCodec codec) {
-    qlx::tool::PictureOrder order(codec);
+void checkOrder(std::span<const std::uint8_t> bytes, qlx::video::Codec codec) {
+    qlx::streams::detail::PictureOrder order({codec, 0});
     std::uint64_t added = 0;
     std::uint64_t given = 0;
     const auto take = [&] {
@@ -104,7 +104,7 @@ void checkOrder(std::span<const std::uint8_t> bytes, qlx::tool::VideoCodec codec
         order.add(unit, {});
         ++added;
         take();
-        require(added - given <= qlx::tool::PictureOrder::kLongestWait);
+        require(added - given <= qlx::streams::detail::PictureOrder::kLongestWait);
     }
     order.finish();
     take();
@@ -118,10 +118,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkKinds(bytes);
     checkEnds(bytes);
     checkWalk(bytes);
-    checkOrder(bytes, qlx::tool::VideoCodec::H264);
-    checkOrder(bytes, qlx::tool::VideoCodec::Mpeg2);
+    checkOrder(bytes, qlx::video::Codec::H264);
+    checkOrder(bytes, qlx::video::Codec::Mpeg2);
     for (std::size_t lengthBytes = 1; lengthBytes <= 4; ++lengthBytes) {
-        require(qlx::tool::captionTripletsOfLengths(bytes, lengthBytes).size() <= size);
+        require(qlx::streams::captionTriplets(bytes, {qlx::video::Codec::H264, lengthBytes}).size() <= size);
     }
     return 0;
 }

@@ -1,6 +1,7 @@
 // The tool's listing of SCTE-104 messages: it finds the operations that the library finds, in words on one line and as
 // JSON, and says so when some are missing.
 #include "io/Text.h"
+#include "streams/Cdp.h"
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
 
@@ -25,5 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string words = qlx::tool::scte104InWords(message);
     require(!words.empty() && qlx::tool::printable(words) == words);
     require(qlx::tool::jsonText(qlx::tool::scte104Operations(read)).starts_with('['));
+    // Whatever the bytes are, they can be described as a caption packet as well.
+    require(!qlx::tool::cdpInWords(message).empty());
     return 0;
 }

@@ -1,8 +1,10 @@
 #include <qlx/streams/open.h>
 
+#include <qlx/streams/container.h>
 #include <qlx/streams/jsonl.h>
 #include <qlx/streams/klv.h>
 #include <qlx/streams/scc.h>
+#include <qlx/streams/video.h>
 
 #include <utility>
 
@@ -48,6 +50,15 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
         return std::make_unique<JsonlReader>(source);
     case InputKind::Scc:
         return std::make_unique<SccReader>(source);
+    case InputKind::H264:
+        return std::make_unique<VideoReader>(source, video::Codec::H264);
+    case InputKind::Mpeg2:
+        return std::make_unique<VideoReader>(source, video::Codec::Mpeg2);
+    case InputKind::Mxf:
+    case InputKind::Mov:
+    case InputKind::TransportStream:
+    case InputKind::ProgramStream:
+        return std::make_unique<ContainerReader>(source, kind);
     default:
         return nullptr;
     }

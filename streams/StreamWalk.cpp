@@ -79,12 +79,18 @@ void StreamWalk::follow() {
 void StreamWalk::endStray(std::uint64_t end) {
     if (_damagedAt && _strays.size() < kMostStrays) {
         _strays.push_back({*_damagedAt, end - *_damagedAt});
+    } else if (_damagedAt) {
+        ++_straysLeftOut;
     }
     _damagedAt.reset();
 }
 
 std::vector<Stray> StreamWalk::takeStrays() {
     return std::exchange(_strays, {});
+}
+
+std::uint64_t StreamWalk::takeStraysLeftOut() noexcept {
+    return std::exchange(_straysLeftOut, 0);
 }
 
 std::optional<CutPiece> StreamWalk::cutAt(std::uint64_t end) const {

@@ -45,7 +45,6 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         self.options.rm_safe("fPIC")
         if not self.options.tool:
             self.options.rm_safe("png")
-            self.options.rm_safe("ffmpeg")
 
     def layout(self):
         cmake_layout(self)
@@ -54,25 +53,27 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         # Needed to build them alone: whoever links the libraries needs none.
         private = {"headers": False, "libs": False, "visible": False}
         self.requires("nlohmann_json/3.11.3", **{**private, "headers": True})
+        # Of the second library's module alone, which is loaded at run time.
+        if self.options.ffmpeg:
+            self.requires("ffmpeg/[>=5 <7]", visible=False)
+        # Of the tool alone: whoever links the library needs none of them.
         if self.options.tool:
             self.requires("cli11/2.3.2", **{**private, "headers": True})
             if self.options.png:
                 self.requires("libpng/[>=1.6 <2]", visible=False)
-            if self.options.ffmpeg:
-                self.requires("ffmpeg/[>=5 <7]", visible=False)
 
     def validate(self):
         check_min_cppstd(self, 20)
 
     def generate(self):
         CMakeDeps(self).generate()
-        # The tool looks for FFmpeg's libraries with pkg-config.
+        # FFmpeg's libraries are looked for with pkg-config.
         PkgConfigDeps(self).generate()
         toolchain = CMakeToolchain(self)
         toolchain.cache_variables["QLX_BUILD_TESTS"] = False
         toolchain.cache_variables["QLX_BUILD_TOOL"] = bool(self.options.tool)
         toolchain.cache_variables["QLX_INSTALL"] = True
-        toolchain.cache_variables["QLX_TOOL_FFMPEG"] = bool(self.options.get_safe("ffmpeg"))
+        toolchain.cache_variables["QLX_STREAMS_FFMPEG"] = bool(self.options.ffmpeg)
         toolchain.cache_variables["QLX_TOOL_PNG"] = bool(self.options.get_safe("png"))
         toolchain.cache_variables["QLX_TOOL_ZVBI"] = False
         toolchain.generate()
@@ -114,3 +115,4 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
             streams.defines = ["QLX_STREAMS_STATIC_DEFINE"]
         if self.settings.os == "Linux":
             core.system_libs = ["pthread"]
+            streams.system_libs = ["dl"]

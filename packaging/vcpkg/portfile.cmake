@@ -10,9 +10,9 @@ vcpkg_check_features(
     FEATURES
         tool QLX_BUILD_TOOL
         png QLX_TOOL_PNG
-        ffmpeg QLX_TOOL_FFMPEG)
+        ffmpeg QLX_STREAMS_FFMPEG)
 
-# The tool looks for FFmpeg's libraries with pkg-config.
+# FFmpeg's libraries are looked for with pkg-config.
 set(PKGCONFIG_OPTIONS "")
 if("ffmpeg" IN_LIST FEATURES)
     vcpkg_find_acquire_program(PKGCONFIG)
@@ -28,7 +28,6 @@ vcpkg_cmake_configure(
         -DQLX_INSTALL=ON
         -DQLX_TOOL_ZVBI=OFF
     MAYBE_UNUSED_VARIABLES
-        QLX_TOOL_FFMPEG
         QLX_TOOL_PNG
         QLX_TOOL_ZVBI)
 vcpkg_cmake_install()
@@ -38,7 +37,13 @@ if("tool" IN_LIST FEATURES)
     vcpkg_copy_tools(TOOL_NAMES qlxcc AUTO_CLEAN)
     # A tool of vcpkg looks for libraries in its own folder.
     file(GLOB MODULES "${CURRENT_PACKAGES_DIR}/lib/qlxcc/*.so")
-    file(COPY ${MODULES} DESTINATION "${CURRENT_PACKAGES_DIR}/tools/${PORT}")
+    if(MODULES)
+        file(COPY ${MODULES} DESTINATION "${CURRENT_PACKAGES_DIR}/tools/${PORT}")
+    endif()
+    file(GLOB MODULES "${CURRENT_PACKAGES_DIR}/lib/QLXClosedCaptionsUtilitiesStreams/*.so")
+    if(MODULES)
+        file(COPY ${MODULES} DESTINATION "${CURRENT_PACKAGES_DIR}/tools/${PORT}")
+    endif()
     file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/lib/qlxcc" "${CURRENT_PACKAGES_DIR}/debug/lib/qlxcc")
 endif()
 

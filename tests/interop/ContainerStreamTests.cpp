@@ -27,7 +27,7 @@ bool succeeds(const std::string& command) {
 }
 
 bool hasTools() {
-#ifdef QLX_TOOL_FFMPEG
+#ifdef QLX_STREAMS_FFMPEG
     return succeeds("ffmpeg -v quiet -nostdin -h encoder=libx264 | grep -q '^Encoder libx264'") &&
            succeeds("ffmpeg -v quiet -nostdin -h encoder=mpeg2video | grep -q '^Encoder mpeg2video'");
 #else

@@ -35,7 +35,12 @@ library=libqlxclosedcaptionsutilities$soversion
 development=libqlxclosedcaptionsutilities-dev
 architecture=$(dpkg --print-architecture)
 files=()
-for package in "$library" "$development" qlxcc; do
+packages=("$library" "$development" qlxcc)
+containers=$library-containers
+if grep -q "CPACK_COMPONENTS_ALL.*Containers" "$build/CPackConfig.cmake"; then
+    packages+=("$containers")
+fi
+for package in "${packages[@]}"; do
     file=$work/packages/${package}_$version-1_$architecture.deb
     [[ -f $file ]] || fail "no package $file: $(ls "$work/packages")"
     files+=("$file")
@@ -61,6 +66,15 @@ expect "dependencies of -dev" "$library (= $version-1)" "$(field "${files[1]}" D
 [[ $(field "${files[0]}" Depends) == *libc6* ]] || fail "the library depends on no libc6"
 [[ $(field "${files[2]}" Depends) == *libc6* ]] || fail "the tool depends on no libc6"
 [[ $(field "${files[2]}" Depends) != *libqlx* ]] || fail "the tool depends on the shared library"
+# FFmpeg's libraries come with the module alone.
+for file in "${files[@]:0:3}"; do
+    [[ $(field "$file" Depends) != *libav* ]] || fail "$file depends on FFmpeg's libraries"
+done
+if ((${#packages[@]} > 3)); then
+    [[ $(field "${files[3]}" Depends) == *libavformat* ]] || fail "$containers depends on no libavformat"
+    expect "recommendations of the tool" "$containers (= $version-1)" "$(field "${files[2]}" Recommends)"
+    expect "suggestions of the library" "$containers" "$(field "${files[0]}" Suggests)"
+fi
 
 # On an empty root nothing else is installed, hence the unmet dependencies.
 root=$work/root
@@ -69,7 +83,7 @@ touch "$root/var/lib/dpkg/status"
 if ((EUID == 0)); then
     dpkg --root="$root" --log=/dev/null --force-depends --install "${files[@]}" >"$work/dpkg.txt" 2>&1 ||
         fail "$(cat "$work/dpkg.txt")"
-    for package in "$library" "$development" qlxcc; do
+    for package in "${packages[@]}"; do
         expect "state of $package" "ii " "$(dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${db:Status-Abbrev}' "$package")"
     done
     expect "changed files" "" "$(dpkg --root="$root" --verify)"
@@ -96,7 +110,7 @@ for page in "$here"/../../docs/*.1; do
 done
 [[ -s $root/usr/share/bash-completion/completions/qlxcc ]] || fail "no completion for bash"
 [[ $(head -n 1 "$root/usr/share/zsh/vendor-completions/_qlxcc") == "#compdef qlxcc" ]] || fail "no completion for zsh"
-for package in "$library" "$development" qlxcc; do
+for package in "${packages[@]}"; do
     [[ -s $root/usr/share/doc/$package/copyright ]] || fail "no copyright file in $package"
 done
 
@@ -110,4 +124,4 @@ cmake --build "$work/consumer" >"$work/consumer.txt" 2>&1 || fail "$(cat "$work/
 modules=$(dirname "$(find "$root/usr/lib" -name QLXClosedCaptionsUtilities.pc)")
 "$here/pkg-config.sh" shared "$compiler" "$modules" "$(dirname "$modules")" "$work/pkg_config"
 
-echo "three packages: installed, run and built with"
+echo "${#packages[@]} packages: installed, run and built with"

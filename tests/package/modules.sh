@@ -37,8 +37,12 @@ expect() {
 
 for module in "$@"; do
     file=$prefix/$libraries/qlxcc/qlxcc-$module.so
+    if [[ $module == containers ]]; then
+        # It is the library's.
+        file=$(echo "$prefix/$libraries"/QLXClosedCaptionsUtilitiesStreams/QLXClosedCaptionsUtilitiesStreams-containers-*.so)
+    fi
     [[ -f $file ]] || fail "not installed: $file"
-    missing="qlxcc-$module.so: cannot open shared object file"
+    missing="$(basename "$file"): cannot open shared object file"
     case $module in
     containers)
         expect moved "cut short or damaged" scan "$work/a.mxf"

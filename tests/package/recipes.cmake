@@ -42,7 +42,7 @@ list(SORT used)
 expect("features of the port" "${features}" "${used}")
 
 # Options: what the recipes name must be defined.
-set(lists "${SOURCE}/CMakeLists.txt" "${SOURCE}/tools/qlxcc/CMakeLists.txt")
+set(lists "${SOURCE}/CMakeLists.txt" "${SOURCE}/streams/CMakeLists.txt" "${SOURCE}/tools/qlxcc/CMakeLists.txt")
 set(options "")
 foreach(list_file IN LISTS lists)
     file(READ "${list_file}" text)

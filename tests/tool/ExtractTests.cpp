@@ -1,10 +1,6 @@
 // qlxcc extract: access units and their caption data.
 #include "ExactBuffer.h"
-#include "MemorySource.h"
 #include "ToolRunner.h"
-#include "streams/VideoStream.h"
-
-#include "io/Errors.h"
 
 #include <gtest/gtest.h>
 
@@ -15,9 +11,6 @@
 
 namespace {
 
-using qlx::tool::AccessUnit;
-using qlx::tool::AccessUnitReader;
-using qlx::tool::VideoCodec;
 using qlxtest::fromHex;
 using qlxtest::linesOf;
 using qlxtest::runTool;
@@ -232,111 +225,6 @@ TEST(Extract, RefusesWhatIsNoVideoStream) {
     const ToolResult missing = runTool({"extract", folder.path("none.264")});
     EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.err, "qlxcc: " + folder.path("none.264") + ": No such file or directory\n");
-}
-
-/// The units that a stream is cut into.
-std::vector<Bytes> unitsOf(const Bytes& stream, std::optional<VideoCodec> codec, std::uint64_t firstOffset = 0) {
-    qlxtest::MemorySource source(stream);
-    AccessUnitReader reader(source, codec);
-    std::vector<Bytes> units;
-    AccessUnit unit;
-    std::uint64_t offset = firstOffset;
-    while (reader.next(unit)) {
-        EXPECT_EQ(unit.number, units.size());
-        EXPECT_EQ(unit.offset, offset);
-        offset += unit.bytes.size();
-        units.push_back(unit.bytes);
-    }
-    EXPECT_EQ(offset, stream.size());
-    return units;
-}
-
-TEST(AccessUnits, PassesOverWhatStandsInFrontOfTheFirst) {
-    const Bytes unit = fromHex(kLong + "09f0" + kShort + kIdr);
-    for (const std::size_t lead : {std::size_t{1}, std::size_t{3}, std::size_t{7}, std::size_t{262140},
-                                   std::size_t{262143}, std::size_t{262144}, std::size_t{300000}}) {
-        Bytes stream(lead, 0);
-        stream.insert(stream.end(), unit.begin(), unit.end());
-        EXPECT_EQ(unitsOf(stream, std::nullopt, lead), std::vector<Bytes>{unit}) << lead;
-    }
-}
-
-TEST(AccessUnits, FindsStartCodesWhereverReadingStops) {
-    // The second unit begins at every place around the end of what is read at once (256 KiB).
-    const Bytes second = fromHex(kLong + kSlice);
-    for (std::size_t size = 262144 - 8; size <= 262144 + 8; ++size) {
-        Bytes first = fromHex(kLong + kIdr);
-        first.resize(size, 0x55);
-        Bytes stream = first;
-        stream.insert(stream.end(), second.begin(), second.end());
-        EXPECT_TRUE(unitsOf(stream, std::nullopt) == (std::vector<Bytes>{first, second})) << size;
-    }
-}
-
-TEST(AccessUnits, EndsAnywhere) {
-    // What is left of a stream at every length is given whole, in order.
-    const Bytes stream = streamOf(kH264);
-    for (std::size_t size = 5; size <= stream.size(); ++size) {
-        const Bytes part(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(size));
-        Bytes joined;
-        for (const Bytes& unit : unitsOf(part, std::nullopt)) {
-            EXPECT_FALSE(unit.empty());
-            joined.insert(joined.end(), unit.begin(), unit.end());
-        }
-        EXPECT_EQ(joined, part);
-    }
-}
-
-TEST(AccessUnits, TakesRandomBytesCalmly) {
-    std::mt19937 random(1);
-    for (int run = 0; run < 20; ++run) {
-        Bytes stream = fromHex("000001");
-        stream.push_back(run % 2 == 0 ? 0x65 : 0xB3);
-        for (int index = 0; index < 20000; ++index) {
-            // Few values, so that start codes are frequent.
-            stream.push_back(static_cast<std::uint8_t>(random() % 3 == 0 ? random() : random() % 2));
-        }
-        const auto units = unitsOf(stream, std::nullopt);
-        EXPECT_GT(units.size(), 1U);
-        EXPECT_EQ(unitsOf(stream, run % 2 == 0 ? VideoCodec::H264 : VideoCodec::Mpeg2), units);
-    }
-}
-
-/// A start code, and bytes without end behind it.
-class EndlessSource final : public qlx::tool::ByteSource {
-public:
-    [[nodiscard]] const std::string& name() const override { return _name; }
-    std::size_t read(std::span<std::uint8_t> to) override {
-        constexpr std::uint8_t kStart[] = {0, 0, 1, 0x65};
-        for (std::uint8_t& byte : to) {
-            byte = _offset < sizeof kStart ? kStart[_offset] : std::uint8_t{0xFF};
-            ++_offset;
-        }
-        return to.size();
-    }
-    std::uint64_t skip(std::uint64_t count) override {
-        _offset += count;
-        return count;
-    }
-    [[nodiscard]] std::uint64_t offset() const override { return _offset; }
-    [[nodiscard]] std::optional<std::uint64_t> size() const override { return std::nullopt; }
-
-private:
-    std::uint64_t _offset = 0;
-    std::string _name = "endless";
-};
-
-TEST(AccessUnits, EndsAtAUnitThatNeverEnds) {
-    EndlessSource source;
-    AccessUnitReader reader(source, std::nullopt);
-    AccessUnit unit;
-    try {
-        (void)reader.next(unit);
-        FAIL() << "a unit of " << unit.bytes.size() << " bytes";
-    } catch (const qlx::tool::Failure& failure) {
-        EXPECT_STREQ(failure.what(), "endless: byte 0: access unit of more than 64 MiB: this is no H.264 stream");
-    }
-    EXPECT_LT(source.offset(), 66U * 1024 * 1024);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include "io/Module.h"
 #include "pictures/PngCodec.h"
 #include "pictures/ScreenPainter.h"
-#include "streams/Demuxer.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +11,6 @@
 
 namespace {
 
-using qlx::tool::DemuxerModule;
 using qlx::tool::Failure;
 using qlx::tool::PngCodec;
 using qlx::tool::ScreenPainter;
@@ -37,14 +35,6 @@ struct Nowhere {
 };
 
 // Other tests pass over what a module is missing for: here it is told whether one should be there.
-
-TEST(Modules, ContainersAreThereWhenTheyWereBuilt) {
-#ifdef QLX_TOOL_FFMPEG
-    EXPECT_EQ(obstacle<DemuxerModule>(), "");
-#else
-    EXPECT_EQ(obstacle<DemuxerModule>(), missing("qlxcc-containers"));
-#endif
-}
 
 TEST(Modules, PngIsThereWhenItWasBuilt) {
 #ifdef QLX_TOOL_PNG

@@ -356,6 +356,43 @@ enum class FindingCode : std::uint32_t {
     SccTimecodeEarlier,  ///< Line whose timecode is later; four bytes of the timecode from which on the pairs are sent,
                          ///< as a number, and 8000'0000h in drop-frame counting.
     SccTimecodeOverlaps,  ///< Line whose pairs are not through; the same.
+    // streams: coded video
+    StreamCaptionsUnused = 0x1F'0201,  ///< Triplets of a message that says that they are not to be used.
+
+    // streams: containers
+    ContainerLibraryMissing = 0x1F'0211,  ///< No numbers; what is missing is in FrameReader::takeLibraryTexts().
+    ContainerNotReadable,                 ///< No numbers; the library's words are in the same place.
+    ContainerStreamsUnknown,              ///< The same.
+    ContainerTooMuchMemory,     ///< 1 where it is opened, 2 where its streams are told, 3 where packets are read.
+    ContainerWithoutTracks,     ///< No numbers.
+    ContainerWithoutFrames,     ///< No numbers.
+    ContainerRestLost,          ///< No numbers; the library's words are in FrameReader::takeLibraryTexts().
+    ContainerIndexBehindMedia,  ///< No numbers; of a pipe.
+    ContainerTimesCounted,      ///< No numbers; times are those of the edit rate, from 0.
+    ContainerPacketStray,       ///< Bytes that belong to no packet (ISO/IEC 13818-1).
+    ContainerTripletStray,      ///< Bytes that belong to no triplet (SMPTE ST 336).
+    ContainerStraysLeftOut,     ///< Such places that are not told one by one.
+    ContainerPacketCut,         ///< Bytes there, bytes of the packet.
+    ContainerPacketHeaderCut,   ///< Bytes there.
+    ContainerTripletCut,        ///< Bytes there, bytes of the triplet.
+    ContainerTripletHeaderCut,  ///< Bytes there.
+    ContainerSampleDamaged,     ///< No numbers; the offset is near it.
+    ContainerSampleCut,         ///< No numbers; the offset is its end.
+    ContainerUnitsWrong,        ///< No numbers; the lengths of its NAL units do not fit into the sample.
+    ContainerGap,               ///< Bytes without a packet of what is read.
+    ContainerAtomMissing,       ///< Bytes of a caption sample without a ccdp atom.
+    ContainerDamageLeftOut,     ///< No numbers; more of the same is not told.
+
+    // streams: the index of a container
+    MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.
+    MxfNotFinished,                ///< No numbers; the same.
+    MxfFooterMoved,                ///< No numbers; the offset is where the footer should be.
+    MovIndexMissing,               ///< No numbers; the offset is the file's end, as in the next ones.
+    MovIndexCut,                   ///< Bytes there, bytes of the index.
+    MovMediaCut,                   ///< Bytes there, bytes of the media data.
+    MovFragmentCut,                ///< Bytes there, bytes of the fragment.
+    MovFragmentListCut,            ///< Bytes there, bytes of the fragments' list.
+    MovAtomWrong,                  ///< No numbers; the offset is where an atom should begin.
 
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.

@@ -33,10 +33,18 @@ struct Place {
     std::optional<std::uint64_t> frame;  ///< Number of the frame.
     std::optional<std::uint64_t> line;   ///< Line of a text, from 1; in a file of rows the line number of the row.
     std::optional<std::uint64_t> byte;   ///< Byte of the file, from 0; in a file of rows that of the row.
+    bool isNearby = false;               ///< Only near that byte: what takes the file apart reads ahead.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const Place&, const Place&) noexcept = default;
 };
+
+/// Whether there are words of a library for a finding with this code, in FrameReader::takeLibraryTexts().
+[[nodiscard]] constexpr bool hasLibraryText(FindingCode code) noexcept {
+    return code == FindingCode::StreamLibraryRemark || code == FindingCode::ContainerLibraryMissing ||
+           code == FindingCode::ContainerNotReadable || code == FindingCode::ContainerStreamsUnknown ||
+           code == FindingCode::ContainerRestLost;
+}
 
 /// Reads the frames of a file one after the other.
 class FrameReader {
@@ -64,8 +72,8 @@ public:
         return {.frame = {}, .line = finding.offset == 0 ? std::nullopt : std::optional(finding.offset), .byte = {}};
     }
 
-    /// What a library that takes the file apart has said in its own words: a text for each finding with
-    /// FindingCode::StreamLibraryRemark that has been given since the last call, in their order.
+    /// What a library that takes the file apart has said in its own words: a text for each finding that hasLibraryText()
+    /// and has been given since the last call, in their order.
     [[nodiscard]] virtual std::vector<std::string> takeLibraryTexts() { return {}; }
 };
 

@@ -81,6 +81,9 @@ public:
     /// What has been found since the last call, up to the next piece; the first kMostStrays.
     [[nodiscard]] QLX_STREAMS_EXPORT std::vector<Stray> takeStrays();
 
+    /// How many more have been found since the last call of this, and are not kept.
+    [[nodiscard]] QLX_STREAMS_EXPORT std::uint64_t takeStraysLeftOut() noexcept;
+
     /// Whether the stream ends within a piece.
     /// @param end The bytes of the whole stream.
     /// @return The last piece when it is cut; none when it is whole, or nobody can tell.
@@ -108,6 +111,7 @@ private:
     std::optional<std::uint64_t> _damagedAt;  ///< Where no piece began; none while the first one is looked for.
     std::optional<Piece> _last;
     std::vector<Stray> _strays;
+    std::uint64_t _straysLeftOut = 0;
 };
 
 }  // namespace qlx::streams

@@ -253,7 +253,7 @@ Action checkedExtract(const RawOptions& raw) {
         throw UsageError("--codec and --from-format cannot be given together");
     }
     if (raw.codec != "auto") {
-        options.codec = raw.codec == "h264" ? VideoCodec::H264 : VideoCodec::Mpeg2;
+        options.codec = raw.codec == "h264" ? video::Codec::H264 : video::Codec::Mpeg2;
     }
     if (raw.format.value_or("triplets") != "triplets") {
         options.format = raw.format == "cc1" ? ExtractFormat::FieldOne : ExtractFormat::A53;

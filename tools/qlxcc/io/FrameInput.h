@@ -2,13 +2,16 @@
 #pragma once
 
 #include "io/Frame.h"
+#include "io/FrameFindings.h"
 #include "io/InputFile.h"
 #include "io/StreamBytes.h"
 
 #include <qlx/base/finding.h>
 #include <qlx/streams/frame_reader.h>
+#include <qlx/streams/input_kind.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,7 +28,8 @@ public:
     [[nodiscard]] streams::ByteSource& bytes() noexcept { return _bytes; }
 
     /// Before the first frame is read.
-    void setReader(std::unique_ptr<streams::FrameReader> reader) { _reader = std::move(reader); }
+    /// @param kind What the file is.
+    void setReader(std::unique_ptr<streams::FrameReader> reader, streams::InputKind kind);
 
     /// Reads the next frame.
     /// @param problems Gets a line for everything in the frame that could not be read.
@@ -36,6 +40,9 @@ public:
     /// What needs a look in the frames given since the last call, though all of it could be read; a line each.
     [[nodiscard]] std::vector<std::string> takeRemarks() { return std::exchange(_remarks, {}); }
 
+    /// Throws what ends the reading: what the file has thrown, else a finding in words.
+    [[noreturn]] void fail(const Finding& why);
+
 private:
     /// Keeps everything that one call gives.
     class AllFindings final : public FindingSink {
@@ -45,11 +52,11 @@ private:
     };
 
     void sayFindings(std::vector<std::string>& problems);
-    [[noreturn]] void fail(const Finding& why);
 
     std::string _name;
     InputBytes _bytes;
     std::unique_ptr<streams::FrameReader> _reader;
+    std::optional<FrameFindings> _words;  ///< Once there is a reader.
     AllFindings _findings;
     std::vector<std::string> _remarks;
 };

@@ -1,7 +1,6 @@
-// Opening whatever has frames.
+// What is known of a file of frames beside its content.
 #pragma once
 
-#include "io/FrameInput.h"
 #include "io/InputFile.h"
 #include "io/Rates.h"
 
@@ -10,7 +9,6 @@
 #include <qlx/streams/rows.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -38,11 +36,5 @@ void checkRowOptions(InputKind kind, const FrameSourceOptions& options);
 
 /// How the rows of a file of this kind lie.
 [[nodiscard]] RowLayout rowLayoutOf(InputKind kind, const FrameSourceOptions& options);
-
-/// Opens a file for reading its frames: packets, the captions that came with the picture, or both.
-/// @param source Read from where it stands; must outlive the reader.
-/// @throws UsageError when the kind is unknown, has no frames or does not go with the options; Failure when the file is
-///   broken at its beginning.
-[[nodiscard]] std::unique_ptr<FrameInput> openFrames(InputFile& source, const FrameSourceOptions& options);
 
 }  // namespace qlx::tool

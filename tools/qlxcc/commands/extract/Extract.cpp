@@ -1,20 +1,23 @@
 #include "commands/extract/Extract.h"
 
 #include "io/Errors.h"
+#include "io/FrameFindings.h"
 #include "io/FrameLoop.h"
 #include "io/FrameSource.h"
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
+#include "io/StreamBytes.h"
 #include "io/Text.h"
 #include "io/Times.h"
 #include "streams/Cdp.h"
 #include "streams/InputKind.h"
 #include "streams/Json.h"
-#include "streams/VideoCaptions.h"
+#include "streams/OpenFrames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 #include <qlx/streams/captions.h>
+#include <qlx/streams/video.h>
 
 #include <algorithm>
 #include <memory>
@@ -69,29 +72,33 @@ std::string listLine(std::uint64_t unit, const std::string& place, const Data& d
 /// Writes every access unit of the stream.
 class Extraction {
 public:
-    Extraction(const ExtractOptions& options, ByteSource& source, OutputFile& output)
-        : _options(options), _source(source), _output(output), _reader(source, options.codec) {}
+    Extraction(const ExtractOptions& options, InputFile& source, OutputFile& output)
+        : _options(options), _source(source), _output(output), _bytes(source), _units(_bytes, options.codec) {}
 
     void run() {
         const bool isTerminal = _output.isStandardOutput() && standardOutputIsTerminal();
         Progress progress(_source.size(), _output.isStandardOutput());
-        AccessUnit unit;
-        while (_reader.next(unit)) {
-            write(unit);
+        auto unit = _units.next();
+        for (; unit && *unit; unit = _units.next()) {
+            write(**unit);
             if (isTerminal) {
                 _output.flush();
             }
-            progress.update(++_units, _source.offset());
+            progress.update(++_count, _source.offset());
+        }
+        if (!unit) {
+            _bytes.rethrow();
+            throw videoFailure(_source.name(), _units.codec(), unit.error());
         }
         if (!_options.asJson) {
-            _output.write(counted(_units, "access unit") + " of " + std::string(nameOf(_reader.codec())) + ", " +
-                          std::to_string(_filled) + " with caption data\n");
+            _output.write(counted(_count, "access unit") + " of " + std::string(streams::nameOf(_units.codec())) +
+                          ", " + std::to_string(_filled) + " with caption data\n");
         }
     }
 
 private:
-    void write(const AccessUnit& unit) {
-        Data data = captionTriplets(unit.bytes, _reader.codec());
+    void write(const video::AccessUnitView& unit) {
+        Data data = streams::captionTriplets(unit.bytes, {_units.codec(), 0});
         _filled += data.empty() ? 0 : 1;
         if (data) {
             data = inFormat(data, _options.format);
@@ -107,10 +114,11 @@ private:
     }
 
     const ExtractOptions& _options;
-    ByteSource& _source;
+    InputFile& _source;
     OutputFile& _output;
-    AccessUnitReader _reader;
-    std::uint64_t _units = 0;
+    InputBytes _bytes;
+    streams::VideoUnits _units;
+    std::uint64_t _count = 0;
     std::uint64_t _filled = 0;
 };
 

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "io/FrameSource.h"
-#include "streams/VideoStream.h"
+
+#include <qlx/video/nal.h>
 
 #include <optional>
 #include <string>
@@ -12,9 +13,9 @@ namespace qlx::tool {
 enum class ExtractFormat { Triplets, FieldOne, A53 };
 
 struct ExtractOptions {
-    std::string file;                 ///< `-` is standard input.
-    std::optional<VideoCodec> codec;  ///< None: by the file's content.
-    FrameSourceOptions source;        ///< Of a file of frames.
+    std::string file;                   ///< `-` is standard input.
+    std::optional<video::Codec> codec;  ///< None: by the file's content.
+    FrameSourceOptions source;          ///< Of a file of frames.
     ExtractFormat format = ExtractFormat::Triplets;
     std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;

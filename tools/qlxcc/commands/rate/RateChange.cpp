@@ -8,6 +8,7 @@
 #include "io/OutputFile.h"
 #include "io/Progress.h"
 #include "streams/InputKind.h"
+#include "streams/OpenFrames.h"
 #include "streams/PacketNames.h"
 
 #include <qlx/anc/rate.h>

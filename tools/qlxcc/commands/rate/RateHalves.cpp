@@ -4,6 +4,7 @@
 #include "io/FrameLoop.h"
 #include "io/Progress.h"
 #include "streams/Cdp.h"
+#include "streams/OpenFrames.h"
 #include "streams/PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>

@@ -8,6 +8,7 @@
 #include "io/OutputFile.h"
 #include "io/Terminal.h"
 #include "streams/Json.h"
+#include "streams/OpenFrames.h"
 
 #include <cstdint>
 #include <memory>

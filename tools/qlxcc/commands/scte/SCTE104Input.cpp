@@ -6,6 +6,7 @@
 #include "io/InputFile.h"
 #include "io/Text.h"
 #include "streams/InputKind.h"
+#include "streams/OpenFrames.h"
 
 #include <qlx/klv/keys.h>
 #include <qlx/scte/scte104_packets.h>

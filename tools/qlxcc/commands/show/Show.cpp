@@ -11,6 +11,7 @@
 #include "pictures/ScreenImage.h"
 #include "pictures/ScreenText.h"
 #include "streams/Json.h"
+#include "streams/OpenFrames.h"
 
 #include <qlx/streams/on_air.h>
 #include <qlx/teletext/page.h>

@@ -1,0 +1,501 @@
+#include <qlx/streams/container.h>
+
+#include "ContainerFindings.h"
+#include "ContainerIndex.h"
+#include "ContainerInput.h"
+#include "Demuxer.h"
+#include "FrameOrder.h"
+#include "Module.h"
+#include "PictureTimes.h"
+#include "SampleUnits.h"
+#include "StreamCheck.h"
+
+#include <qlx/anc/caption_atom.h>
+#include <qlx/cc/triplet.h>
+#include <qlx/streams/klv.h>
+#include <qlx/streams/video.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qlx::streams {
+
+using detail::Demuxer;
+using detail::DemuxStatus;
+using detail::StreamContent;
+
+namespace {
+
+/// A stream that is read.
+struct Track {
+    std::size_t index = 0;  ///< Of the demuxer's streams.
+    StreamContent content = StreamContent::Other;
+    video::StreamForm form;  ///< Of a stream of pictures.
+    std::int32_t timescale = 1;
+    std::int64_t frameDuration = 0;
+
+    /// Microseconds by which its clock may round a time; far below the shortest frame, however coarse it is.
+    [[nodiscard]] std::int64_t tolerance() const {
+        constexpr std::int64_t kGreatest = 4000;
+        return std::min(1'000'000 / std::max<std::int64_t>(timescale, 1), kGreatest);
+    }
+};
+
+/// The codec of a stream of pictures.
+constexpr std::optional<video::Codec> codecOf(StreamContent content) {
+    return content == StreamContent::H264    ? std::optional(video::Codec::H264)
+           : content == StreamContent::Mpeg2 ? std::optional(video::Codec::Mpeg2)
+                                             : std::nullopt;
+}
+
+constexpr Finding errorOf(FindingCode code, std::uint64_t offset = 0, std::int64_t first = 0) {
+    return {code, Severity::Error, offset, first, 0};
+}
+
+/// Where the memory was asked for, as ContainerTooMuchMemory says.
+enum class Stage : std::int64_t { Opening = 1, TellingStreams, Reading };
+
+/// In microseconds; none where they are out of range, which only damage is.
+std::optional<std::int64_t> microseconds(const MediaTime& time) {
+    constexpr std::int64_t kGreatest = std::int64_t{1} << 60U;
+    const MediaTime result = convertScale(time, 1'000'000, RoundingMethod::RoundHalfAwayFromZero);
+    return result.isValid() && std::abs(result.value) <= kGreatest ? std::optional(result.value) : std::nullopt;
+}
+
+}  // namespace
+
+class ContainerReader::Reading {
+public:
+    Reading(ByteSource& source, InputKind kind, const ContainerOptions& options)
+        : _source(source), _kind(kind), _options(options), _check(source, kind), _input(source, _check) {}
+
+    std::optional<Finding> open();
+    Result<bool> next(Frame& frame, FindingSink* findings);
+    [[nodiscard]] std::vector<std::string> takeWords() { return _findings.takeWords(); }
+
+private:
+    std::optional<Finding> begin();
+    std::optional<Finding> checkIndex();
+    [[nodiscard]] std::optional<Finding> missingIndex();
+    std::optional<Finding> obstacle(DemuxStatus status, Stage stage);
+    std::optional<Finding> chooseTracks();
+    void preparePictures();
+    bool readPacket();
+    void take(const Track& track, std::size_t number);
+    void passPicturesOn();
+    void takeSample(const Track& track, Frame& frame);
+    void takeAtoms(Frame& frame);
+    void takeElement(Frame& frame);
+    [[nodiscard]] bool isMultiplex() const {
+        return _kind == InputKind::TransportStream || _kind == InputKind::ProgramStream;
+    }
+    void reportDamagedSample();
+    void endWith(DemuxStatus status);
+
+    ByteSource& _source;
+    InputKind _kind;
+    ContainerOptions _options;
+    detail::StreamCheck _check;
+    detail::ContainerInput _input;
+    std::unique_ptr<Demuxer> _demuxer;
+    detail::DemuxedPacket _packet;
+    std::vector<Track> _tracks;
+    std::optional<detail::FrameOrder> _order;
+    std::optional<detail::PictureTimes> _pictures;  ///< Where the times of the first track cannot be relied on.
+    std::optional<Finding> _missingIndex;           ///< What is to be said of it.
+    std::optional<detail::MxfFooter> _footer;
+    std::optional<Finding> _failure;
+    std::optional<std::uint64_t> _lastDamage;  ///< Where the last sample ends that FFmpeg calls damaged.
+    detail::ContainerFindings _findings;
+    bool _isOpen = false;
+    bool _hasBegun = false;
+    bool _hasFrames = false;
+    bool _isAtEnd = false;
+    bool _hasEnded = false;  ///< It has been said that nothing follows.
+};
+
+std::optional<Finding> ContainerReader::Reading::open() {
+    if (!_isOpen) {
+        _isOpen = true;
+        _failure = begin();
+        _isAtEnd = _failure.has_value();
+    }
+    return _isAtEnd && !_hasBegun ? _failure : std::nullopt;
+}
+
+std::optional<Finding> ContainerReader::Reading::begin() {
+    std::string reason;
+    detail::DemuxerModule* const takesApart = detail::loadDemuxers(&reason);
+    if (takesApart == nullptr) {
+        _findings.keepWords(std::move(reason));
+        return errorOf(FindingCode::ContainerLibraryMissing);
+    }
+    if (const std::optional<Finding> error = checkIndex()) {
+        return error;
+    }
+    _demuxer = takesApart->demuxer(_input, _kind, _options.ownsLibrarySettings);
+    if (const std::optional<Finding> error = obstacle(_demuxer->open(), Stage::Opening)) {
+        return error;
+    }
+    if (const std::optional<Finding> error = obstacle(_demuxer->findStreams(), Stage::TellingStreams)) {
+        return error;
+    }
+    if (_source.error()) {
+        return _source.error();
+    }
+    _check.beginReading();
+    if (const std::optional<Finding> error = chooseTracks()) {
+        return error;
+    }
+    _order.emplace(_tracks.size());
+    preparePictures();
+    return std::nullopt;
+}
+
+void ContainerReader::Reading::preparePictures() {
+    const Track& first = _tracks.front();
+    const bool isUnreliable = _kind == InputKind::Mxf || _kind == InputKind::ProgramStream;
+    if (isUnreliable && codecOf(first.content) && first.form.lengthBytes == 0) {
+        // Without an MXF file's index, which a pipe does not give either, its pictures are edit units from 0 on.
+        const auto firstTime =
+            _kind == InputKind::Mxf ? std::optional(MediaTime::make(0, first.timescale)) : std::nullopt;
+        _pictures.emplace(first.form, first.frameDuration, firstTime);
+    }
+}
+
+/// Looks whether the index can be read that the frames are found or timed with.
+/// @return Why there is no way without it.
+std::optional<Finding> ContainerReader::Reading::checkIndex() {
+    if (_kind == InputKind::Mov && !_source.size() && detail::isIndexBehindMedia(_source.peek(kLongestPeek))) {
+        return errorOf(FindingCode::ContainerIndexBehindMedia);
+    }
+    if (_kind != InputKind::Mxf) {
+        return std::nullopt;
+    }
+    _footer = detail::mxfFooter(_source.peek(kLongestPeek));
+    _missingIndex = detail::lookForFooter(_source);
+    if (_missingIndex) {
+        // FFmpeg would go and look for it.
+        _input.forbidSeeking();
+    }
+    return std::nullopt;
+}
+
+/// Why there may be nothing to read: the index is not all there.
+std::optional<Finding> ContainerReader::Reading::missingIndex() {
+    return _kind == InputKind::Mov ? _check.missingIndex() : _missingIndex;
+}
+
+/// Why the file cannot be read when it cannot, with FFmpeg's words where nothing better is known.
+std::optional<Finding> ContainerReader::Reading::obstacle(DemuxStatus status, Stage stage) {
+    if (status == DemuxStatus::Done) {
+        return std::nullopt;
+    }
+    if (_source.error()) {
+        return _source.error();
+    }
+    if (status == DemuxStatus::OutOfMemory) {
+        return errorOf(FindingCode::ContainerTooMuchMemory, 0, static_cast<std::int64_t>(stage));
+    }
+    if (const std::optional<Finding> missing = missingIndex()) {
+        return missing;
+    }
+    const std::vector<std::string> remarks = _demuxer->takeRemarks();
+    _findings.keepWords(remarks.empty() ? _demuxer->errorText() : remarks.back());
+    return errorOf(stage == Stage::Opening ? FindingCode::ContainerNotReadable : FindingCode::ContainerStreamsUnknown);
+}
+
+std::optional<Finding> ContainerReader::Reading::chooseTracks() {
+    bool hasVideo = false;
+    const std::vector<detail::DemuxedStream> streams = _demuxer->streams();
+    for (std::size_t index = 0; index < streams.size(); ++index) {
+        const detail::DemuxedStream& stream = streams[index];
+        const std::optional<video::Codec> codec = codecOf(stream.content);
+        if (stream.content == StreamContent::Other || (codec && hasVideo)) {
+            _demuxer->discard(index);
+            continue;
+        }
+        Track track;
+        track.index = index;
+        track.content = stream.content;
+        if (codec) {
+            const bool hasLengths = *codec != video::Codec::Mpeg2;
+            track.form = {*codec, hasLengths ? detail::lengthBytesOf(stream.parameters, *codec) : 0};
+        }
+        track.timescale = stream.timescale;
+        track.frameDuration = stream.frameDuration;
+        // The picture comes first: what it carries goes before the tracks.
+        _tracks.insert(codec ? _tracks.begin() : _tracks.end(), track);
+        hasVideo = hasVideo || codec;
+    }
+    if (!_tracks.empty()) {
+        return std::nullopt;
+    }
+    const std::optional<Finding> missing = missingIndex();
+    return missing ? missing : errorOf(FindingCode::ContainerWithoutTracks);
+}
+
+/// The CDP of a `ccdp` as a packet, and the pairs of both fields as triplets.
+void ContainerReader::Reading::takeAtoms(Frame& frame) {
+    detail::FindingsAt findings(_findings, _packet.place);
+    std::vector<std::uint8_t> triplets;
+    bool isKnown = _packet.bytes.empty();
+    for (const anc::CaptionAtomView& atom : anc::captionAtoms(_packet.bytes, &findings)) {
+        isKnown = true;
+        if (atom.type == anc::kCdpAtom) {
+            anc::Packet packet;
+            packet.did = anc::ids::kCdp.did;
+            packet.sdid = anc::ids::kCdp.sdid;
+            packet.userData.assign(atom.content.begin(), atom.content.end());
+            frame.packets.push_back(std::move(packet));
+            continue;
+        }
+        const cc::CcType field = atom.type == anc::kFieldOneAtom ? cc::CcType::Field1 : cc::CcType::Field2;
+        for (std::size_t place = 0; place + 1 < atom.content.size(); place += 2) {
+            const cc::Triplet triplet = cc::Triplet::make(field, atom.content[place], atom.content[place + 1]);
+            triplets.insert(triplets.end(), {triplet.header, triplet.first, triplet.second});
+        }
+    }
+    if (!triplets.empty()) {
+        frame.triplets = Data(triplets);
+        frame.captionPlace = CaptionPlace::Track;
+    }
+    if (!isKnown) {
+        _findings.addAlways(
+            errorOf(FindingCode::ContainerAtomMissing, _packet.place, static_cast<std::int64_t>(_packet.bytes.size())));
+    }
+}
+
+void ContainerReader::Reading::takeElement(Frame& frame) {
+    detail::FindingsAt findings(_findings, _packet.place);
+    readAncFrameElement(_packet.bytes, 0, frame, &findings);
+}
+
+void ContainerReader::Reading::takeSample(const Track& track, Frame& frame) {
+    const std::span<const std::uint8_t> bytes = _packet.bytes;
+    switch (track.content) {
+    case StreamContent::Other:
+        break;
+    case StreamContent::H264:
+    case StreamContent::Mpeg2:
+        frame.triplets = captionTriplets(bytes, track.form, _packet.place, &_findings);
+        break;
+    case StreamContent::Pairs:
+        // FFmpeg gives the pairs of both fields as triplets.
+        frame.triplets = Data(bytes.first(bytes.size() / 3 * 3));
+        frame.captionPlace = CaptionPlace::Track;
+        break;
+    case StreamContent::Atom:
+        takeAtoms(frame);
+        break;
+    case StreamContent::AncElement:
+        takeElement(frame);
+        break;
+    }
+}
+
+void ContainerReader::Reading::take(const Track& track, std::size_t number) {
+    detail::FrameSample sample;
+    sample.stream = number;
+    sample.tolerance = track.tolerance();
+    if (_packet.time) {
+        sample.frame.pts = MediaTime::make(*_packet.time, track.timescale);
+        sample.presentation = microseconds(*sample.frame.pts);
+    }
+    if (_packet.decodingTime) {
+        sample.decoding = microseconds(MediaTime::make(*_packet.decodingTime, track.timescale));
+    }
+    if (_packet.isDamaged) {
+        reportDamagedSample();
+    } else if (track.form.lengthBytes > 0 && !detail::hasWholeUnits(_packet.bytes, track.form.lengthBytes)) {
+        _findings.add(errorOf(FindingCode::ContainerUnitsWrong, _packet.place));
+    }
+    takeSample(track, sample.frame);
+    if (_pictures && number == 0) {
+        _pictures->add(_packet.bytes, std::move(sample.frame));
+        passPicturesOn();
+        return;
+    }
+    _order->add(std::move(sample));
+}
+
+void ContainerReader::Reading::passPicturesOn() {
+    while (std::optional<Frame> frame = _pictures->take()) {
+        detail::FrameSample sample;
+        if (frame->pts) {
+            sample.presentation = microseconds(*frame->pts);
+            sample.decoding = sample.presentation;
+        }
+        sample.tolerance = _tracks.front().tolerance();
+        sample.frame = std::move(*frame);
+        _order->add(std::move(sample));
+    }
+}
+
+void ContainerReader::Reading::reportDamagedSample() {
+    const std::uint64_t here = _source.offset();
+    if (isMultiplex()) {
+        // More has been read than what belongs to the sample.
+        _findings.add(errorOf(FindingCode::ContainerSampleDamaged, here));
+        return;
+    }
+    _lastDamage = here;
+    // What there is to say of the end of a file may say it better.
+    if (here != _source.size()) {
+        _findings.add(errorOf(FindingCode::ContainerSampleCut, here));
+    }
+}
+
+/// Says why nothing more can be read.
+void ContainerReader::Reading::endWith(DemuxStatus status) {
+    const std::vector<std::string> remarks = _demuxer->takeRemarks();
+    const std::uint64_t end = _source.offset();
+    if (status == DemuxStatus::OutOfMemory) {
+        _failure = errorOf(FindingCode::ContainerTooMuchMemory, end, static_cast<std::int64_t>(Stage::Reading));
+        return;
+    }
+    if (status != DemuxStatus::End) {
+        _findings.addForeign(end, remarks);
+        _failure = errorOf(FindingCode::ContainerRestLost, end);
+        return;
+    }
+    if (_missingIndex) {
+        // It has been said what the rest is missing for.
+        return;
+    }
+    std::optional<Finding> ending = _check.wrongEnd(_input.lastBytes());
+    if (_footer && !_source.size()) {
+        ending = detail::missingFooter(*_footer, end);
+    }
+    if (ending) {
+        _findings.addAlways(*ending);
+    } else if (_lastDamage == end) {
+        // What FFmpeg says of the end is about this sample.
+        _findings.add(errorOf(FindingCode::ContainerSampleCut, end));
+    } else {
+        _findings.addForeign(end, remarks);
+    }
+}
+
+/// Reads the next packet; false at the end.
+bool ContainerReader::Reading::readPacket() {
+    const std::uint64_t begin = _source.offset();
+    const DemuxStatus status = _demuxer->read(_packet);
+    _check.report(_findings);
+    if (_kind == InputKind::TransportStream) {
+        // What stands between the packets of other streams has been said.
+        _findings.addGap(begin, _source.offset());
+    }
+    if (_source.error()) {
+        _failure = _source.error();
+        return false;
+    }
+    if (status != DemuxStatus::Done) {
+        endWith(status);
+        return false;
+    }
+    _findings.addForeign(_source.offset(), _demuxer->takeRemarks());
+    const auto track =
+        std::find_if(_tracks.begin(), _tracks.end(), [this](const Track& one) { return one.index == _packet.stream; });
+    if (track != _tracks.end()) {
+        take(*track, static_cast<std::size_t>(track - _tracks.begin()));
+    }
+    return true;
+}
+
+Result<bool> ContainerReader::Reading::next(Frame& frame, FindingSink* findings) {
+    if (const std::optional<Finding> error = open()) {
+        return *error;
+    }
+    _findings.setSink(findings);
+    if (_missingIndex && !_hasBegun) {
+        _findings.addAlways(*_missingIndex);
+        _findings.addAlways({FindingCode::ContainerTimesCounted, Severity::Remark, _missingIndex->offset, 0, 0});
+    }
+    _hasBegun = true;
+    for (;;) {
+        if (std::optional<Frame> ready = _order->take()) {
+            frame = std::move(*ready);
+            _hasFrames = true;
+            return true;
+        }
+        if (_isAtEnd) {
+            if (!_failure && !_hasFrames) {
+                _failure = errorOf(FindingCode::ContainerWithoutFrames);
+            }
+            if (_failure && _failure->code == FindingCode::ContainerRestLost && !_hasEnded) {
+                _findings.keepWords(_demuxer->errorText());
+            }
+            _hasEnded = true;
+            return _failure ? Result<bool>(*_failure) : Result<bool>(false);
+        }
+        if (!readPacket()) {
+            _isAtEnd = true;
+            if (_pictures) {
+                _pictures->finish();
+                passPicturesOn();
+            }
+            _order->finish();
+        }
+    }
+}
+
+ContainerReader::ContainerReader(ByteSource& source, InputKind kind, const ContainerOptions& options)
+    : _reading(std::make_unique<Reading>(source, kind, options)) {}
+ContainerReader::~ContainerReader() = default;
+
+std::optional<Finding> ContainerReader::open() {
+    return _reading->open();
+}
+
+Result<bool> ContainerReader::next(Frame& frame, FindingSink* findings) {
+    return _reading->next(frame, findings);
+}
+
+Place ContainerReader::placeOf(const Finding& finding) const {
+    using enum FindingCode;
+    const bool isWhileReading = finding.first == static_cast<std::int64_t>(Stage::Reading);
+    Place place;
+    switch (finding.code) {
+    case ContainerLibraryMissing:
+    case ContainerNotReadable:
+    case ContainerStreamsUnknown:
+    case ContainerWithoutTracks:
+    case ContainerWithoutFrames:
+    case ContainerIndexBehindMedia:
+    case ContainerDamageLeftOut:
+        return place;
+    case ContainerTooMuchMemory:
+        if (!isWhileReading) {
+            return place;
+        }
+        place.isNearby = true;
+        break;
+    case StreamLibraryRemark:
+    case ContainerSampleDamaged:
+    case ContainerRestLost:
+        place.isNearby = true;
+        break;
+    default:
+        break;
+    }
+    place.byte = finding.offset;
+    return place;
+}
+
+std::vector<std::string> ContainerReader::takeLibraryTexts() {
+    return _reading->takeWords();
+}
+
+std::optional<std::string> containerObstacle() {
+    std::string reason;
+    return detail::loadDemuxers(&reason) == nullptr ? std::optional(std::move(reason)) : std::nullopt;
+}
+
+}  // namespace qlx::streams

@@ -1,0 +1,142 @@
+#include <qlx/streams/video.h>
+
+#include "PictureTimes.h"
+
+#include <qlx/video/captions.h>
+
+#include <utility>
+
+namespace qlx::streams {
+
+namespace {
+
+constexpr std::size_t kReadChunk = std::size_t{256} * 1024;
+
+/// Passes on what was wrong in a picture, with its place in the stream.
+class PictureSink final : public FindingSink {
+public:
+    PictureSink(FindingSink* sink, std::uint64_t begin) noexcept : _sink(sink), _begin(begin) {}
+
+    void add(const Finding& finding) override {
+        // How units lie in their lengths is no matter of captions, nor is what is only remarkable.
+        const bool isOfLengths = finding.code == FindingCode::VideoLengthCut ||
+                                 finding.code == FindingCode::VideoUnitCut ||
+                                 finding.code == FindingCode::VideoUnitEmpty;
+        if (isOfLengths || finding.severity == Severity::Remark) {
+            return;
+        }
+        Finding placed = finding;
+        placed.offset += _begin;
+        _sink->add(placed);
+    }
+
+private:
+    FindingSink* _sink;
+    std::uint64_t _begin;
+};
+
+}  // namespace
+
+std::string_view nameOf(video::Codec codec) noexcept {
+    return codec == video::Codec::H264 ? "H.264" : codec == video::Codec::H265 ? "H.265" : "MPEG-2";
+}
+
+Data captionTriplets(std::span<const std::uint8_t> picture, const video::StreamForm& form, std::uint64_t offset,
+                     FindingSink* findings) {
+    PictureSink sink(findings, offset);
+    video::CaptionMessages messages(picture, form, findings == nullptr ? nullptr : &sink);
+    std::vector<std::uint8_t> bytes;
+    bool isCarried = false;
+    while (const std::optional<video::CaptionMessage> message = messages.next()) {
+        const auto& triplets = message->captions.triplets;
+        if (!message->captions.processCcData) {
+            if (findings != nullptr && !triplets.empty()) {
+                findings->add({FindingCode::StreamCaptionsUnused, Severity::Remark, offset + message->offset,
+                               static_cast<std::int64_t>(triplets.size()), 0});
+            }
+            continue;
+        }
+        isCarried = true;
+        for (const cc::Triplet& triplet : triplets) {
+            bytes.insert(bytes.end(), {triplet.header, triplet.first, triplet.second});
+        }
+    }
+    return isCarried ? Data(bytes) : Data();
+}
+
+VideoUnits::VideoUnits(ByteSource& source, std::optional<video::Codec> codec)
+    : _source(source), _begin(source.offset()), _reader({.codec = codec}) {}
+
+Result<std::optional<video::AccessUnitView>> VideoUnits::next() {
+    for (;;) {
+        if (std::optional<video::AccessUnitView> found = _reader.next()) {
+            found->offset += _begin;
+            return found;
+        }
+        if (_reader.error()) {
+            Finding error = *_reader.error();
+            error.offset += _begin;
+            return error;
+        }
+        if (_isAtEnd) {
+            if (_source.offset() == _begin) {
+                return Finding{FindingCode::StreamEmpty, Severity::Error, _begin, 0, 0};
+            }
+            return std::optional<video::AccessUnitView>();
+        }
+        _piece.resize(kReadChunk);
+        const std::size_t got = _source.read(_piece);
+        if (const std::optional<Finding> error = _source.error()) {
+            return *error;
+        }
+        _reader.push(std::span<const std::uint8_t>(_piece).first(got));
+        if (got < kReadChunk) {
+            _isAtEnd = true;
+            _reader.finish();
+        }
+    }
+}
+
+/// Waiting for the order of presentation.
+class VideoReader::Order final : public detail::PictureOrder {
+public:
+    using PictureOrder::PictureOrder;
+};
+
+VideoReader::VideoReader(ByteSource& source, std::optional<video::Codec> codec) : _units(source, codec) {}
+VideoReader::~VideoReader() = default;
+
+Result<bool> VideoReader::next(Frame& frame, FindingSink* findings) {
+    for (;;) {
+        if (std::optional<Frame> ready = _order ? _order->take() : std::nullopt) {
+            frame = std::move(*ready);
+            return true;
+        }
+        if (_isAtEnd) {
+            if (_error) {
+                return *_error;
+            }
+            return false;
+        }
+        const Result<std::optional<video::AccessUnitView>> unit = _units.next();
+        if (unit && *unit) {
+            const video::StreamForm form{_units.codec(), 0};
+            if (!_order) {
+                _order = std::make_unique<Order>(form);
+            }
+            Frame picture;
+            picture.triplets = captionTriplets((*unit)->bytes, form, (*unit)->offset, findings);
+            _order->add((*unit)->bytes, std::move(picture));
+            continue;
+        }
+        _isAtEnd = true;
+        if (!unit) {
+            _error = unit.error();
+        }
+        if (_order) {
+            _order->finish();
+        }
+    }
+}
+
+}  // namespace qlx::streams

@@ -1,0 +1,135 @@
+// The captions of coded pictures, alone and as the frames of a stream.
+#include "ExactBuffer.h"
+#include "streams/SampleUnits.h"
+
+#include <gtest/gtest.h>
+
+#include <qlx/streams/video.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using qlx::Data;
+using qlx::FindingCode;
+using qlx::streams::captionTriplets;
+using qlx::streams::detail::lengthBytesOf;
+using qlx::video::Codec;
+using qlxtest::fromHex;
+using Bytes = std::vector<std::uint8_t>;
+
+// A message of user data behind its length, with two triplets, in front of a slice.
+const std::string kSei = "06 04 11 b5 0031 47413934 03 c2 ff fc942c fd8080 ff 80";
+
+TEST(VideoCaptions, AreFoundBehindLengthsOfAnySize) {
+    const Data expected(fromHex("fc942cfd8080"));
+    for (const auto& [size, lengths] : std::vector<std::pair<std::size_t, std::pair<std::string, std::string>>>{
+             {1, {"15", "03"}}, {2, {"0015", "0003"}}, {4, {"00000015", "00000003"}}}) {
+        const Bytes unit = fromHex(lengths.first + kSei + lengths.second + "658880");
+        EXPECT_EQ(captionTriplets(unit, {Codec::H264, size}), expected) << size;
+        qlxtest::forEachTruncation(unit, [size = size, &expected](const qlxtest::ExactBuffer& part) {
+            const Data found = captionTriplets(part.span(), {Codec::H264, size});
+            EXPECT_TRUE(!found || found == expected);
+        });
+    }
+    for (const char* const start : {"00000001", "000001"}) {
+        EXPECT_EQ(captionTriplets(fromHex(start + kSei + "000001658880"), {Codec::H264, 0}), expected);
+    }
+}
+
+TEST(VideoCaptions, KnowWhetherTheLengthsFit) {
+    const auto fits = [](const std::string& unit, std::size_t bytes) {
+        const qlxtest::ExactBuffer exact(fromHex(unit));
+        return qlx::streams::detail::hasWholeUnits(exact.span(), bytes);
+    };
+    EXPECT_TRUE(fits("00000002 0910 00000003 658880", 4));
+    EXPECT_TRUE(fits("02 0910 03 658880", 1));
+    EXPECT_TRUE(fits("", 4));
+    EXPECT_TRUE(fits("000001658880", 0));
+    // Some writers fill samples up.
+    EXPECT_TRUE(fits("00000002 0910 0000", 4));
+    EXPECT_FALSE(fits("00000002 0910 00000004 658880", 4));
+    EXPECT_FALSE(fits("00000002 0910 ffffffff 658880", 4));
+    EXPECT_FALSE(fits("658880 000000 0000", 4));
+    EXPECT_FALSE(fits("00000000 000000 0000", 4));
+}
+
+TEST(VideoCaptions, KnowTheLengthsOfAParameterRecord) {
+    EXPECT_EQ(lengthBytesOf(fromHex("01 64001f ff e1 0000"), Codec::H264), 4U);
+    EXPECT_EQ(lengthBytesOf(fromHex("01 64001f fd e1 0000"), Codec::H264), 2U);
+    EXPECT_EQ(lengthBytesOf(fromHex("00000001 6764001f"), Codec::H264), 0U);
+    EXPECT_EQ(lengthBytesOf(fromHex("01 64001f ff e1"), Codec::H264), 0U);
+    EXPECT_EQ(lengthBytesOf({}, Codec::H264), 0U);
+}
+
+/// The triplets of an MPEG-2 picture with two messages behind its header.
+TEST(VideoCaptions, AreThoseOfAllMessages) {
+    const std::string message = "000001b2 47413934 03 c1 ff fc942c ff";
+    const std::string second = "000001b2 47413934 03 c1 ff fd8080 ff";
+    const Bytes picture = fromHex("00000100 0008" + message + second + "00000101 00");
+    EXPECT_EQ(captionTriplets(picture, {Codec::Mpeg2, 0}), Data(fromHex("fc942cfd8080")));
+    // In every SEI unit, whatever nal_ref_idc is, and in H.265.
+    const std::string sei = "04 0e b5 0031 47413934 03 c1 ff fc942c ff 80";
+    const Bytes two = fromHex("00000001 06" + sei + "000001 66" + sei + "000001 658880");
+    EXPECT_EQ(captionTriplets(two, {Codec::H264, 0}), Data(fromHex("fc942cfc942c")));
+    EXPECT_EQ(captionTriplets(fromHex("00000001 4e01" + sei), {Codec::H265, 0}), Data(fromHex("fc942c")));
+    // A message without triplets is one; a picture without a message has none.
+    EXPECT_EQ(captionTriplets(fromHex("000001b2 47413934 03 c0 ff ff"), {Codec::Mpeg2, 0}), Data(Bytes{}));
+    EXPECT_FALSE(captionTriplets(fromHex("00000100 0008"), {Codec::Mpeg2, 0}));
+}
+
+TEST(VideoCaptions, SayWhatIsWrongWithThem) {
+    qlx::Findings findings;
+    // Two are announced and one is there, at byte 100 of the stream.
+    EXPECT_EQ(captionTriplets(fromHex("000001b2 47413934 03 c2 ff fc942c"), {Codec::Mpeg2, 0}, 100, &findings),
+              Data(fromHex("fc942c")));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::UserDataCut);
+    EXPECT_EQ(findings[0].offset, 100U + 14);
+    findings.clear();
+    // Not meant to be used.
+    EXPECT_FALSE(captionTriplets(fromHex("000001b2 47413934 03 81 ff fc942c ff"), {Codec::Mpeg2, 0}, 100, &findings));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::StreamCaptionsUnused, qlx::Severity::Remark, 103, 1, 0}));
+}
+
+/// What a reader gives: the third byte of the first triplet of each frame, -1 without any; and how it ends.
+std::vector<int> marksIn(const Bytes& stream, std::optional<Codec> codec, std::optional<FindingCode>& error) {
+    qlx::streams::MemorySource source(stream);
+    qlx::streams::VideoReader reader(source, codec);
+    qlx::streams::Frame frame;
+    std::vector<int> marks;
+    for (;;) {
+        const qlx::Result<bool> more = reader.next(frame, nullptr);
+        if (!more || !*more) {
+            error = more ? std::nullopt : std::optional(more.error().code);
+            return marks;
+        }
+        EXPECT_EQ(frame.number, marks.size());
+        marks.push_back(frame.triplets.empty() ? -1 : frame.triplets[2]);
+    }
+}
+
+std::string mpeg2Picture(unsigned temporalReference, const std::string& mark) {
+    const Bytes reference{static_cast<std::uint8_t>(temporalReference >> 2U),
+                          static_cast<std::uint8_t>((temporalReference & 3U) << 6U | 2U << 3U)};
+    return "00000100" + qlxtest::toHex(reference) + "000001b2 47413934 03 c1 ff fc80" + mark + "ff 00000101 00";
+}
+
+TEST(VideoReader, GivesThePicturesInTheOrderOfPresentation) {
+    const Bytes stream = fromHex(mpeg2Picture(0, "01") + mpeg2Picture(2, "03") + mpeg2Picture(1, "02"));
+    std::optional<FindingCode> error;
+    EXPECT_EQ(marksIn(stream, std::nullopt, error), (std::vector<int>{1, 2, 3}));
+    EXPECT_FALSE(error);
+    EXPECT_EQ(marksIn({}, Codec::Mpeg2, error), std::vector<int>{});
+    EXPECT_EQ(error, FindingCode::StreamEmpty);
+    EXPECT_EQ(marksIn(Bytes(100, 0xFF), Codec::Mpeg2, error), std::vector<int>{});
+    EXPECT_EQ(error, FindingCode::VideoStartCodeMissing);
+    EXPECT_EQ(marksIn(fromHex("000001ba 44"), std::nullopt, error), std::vector<int>{});
+    EXPECT_EQ(error, FindingCode::VideoSystemStartCode);
+}
+
+}  // namespace
