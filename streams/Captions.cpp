@@ -1,5 +1,7 @@
 #include <qlx/streams/captions.h>
 
+#include "LineSink.h"
+
 #include <qlx/anc/packet.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/triplet.h>
@@ -19,7 +21,7 @@ void append(std::vector<std::uint8_t>& bytes, const cc::Triplet& triplet) {
 
 }  // namespace
 
-Data captionTriplets(const Frame& frame) {
+Data captionTriplets(const Frame& frame, FindingSink* findings) {
     if (!frame.triplets.empty()) {
         return frame.triplets;
     }
@@ -27,7 +29,11 @@ Data captionTriplets(const Frame& frame) {
     for (const anc::Packet& packet : frame.packets) {
         const std::span<const std::uint8_t> data = packet.userData;
         if (packet.id() == anc::ids::kCdp) {
-            if (const Result<cc::Cdp> cdp = cc::parseCdp(data); cdp && cdp->hasCcData()) {
+            detail::LineSink sink(findings, packet.line);
+            const Result<cc::Cdp> cdp = cc::parseCdp(data, findings == nullptr ? nullptr : &sink);
+            if (!cdp) {
+                sink.add(cdp.error());
+            } else if (cdp->hasCcData()) {
                 bytes.clear();
                 for (const cc::Triplet& triplet : cdp->triplets()) {
                     append(bytes, triplet);

@@ -1,5 +1,7 @@
 #include <qlx/streams/on_air.h>
 
+#include "LineSink.h"
+
 #include <qlx/anc/packet.h>
 #include <qlx/cc/triplet.h>
 #include <qlx/streams/captions.h>
@@ -15,9 +17,11 @@ namespace {
 
 class TeletextOnAir final : public OnAir {
 public:
+    using OnAir::receive;
+
     explicit TeletextOnAir(std::uint16_t page) : _number(page), _page(page) {}
 
-    bool receive(const Frame& frame) override {
+    bool receive(const Frame& frame, FindingSink* findings) override {
         std::vector<const anc::Packet*> packets;
         for (const auto& packet : frame.packets) {
             if (packet.id() == anc::ids::kOp47) {
@@ -29,8 +33,14 @@ public:
                          [](const anc::Packet* left, const anc::Packet* right) { return left->line < right->line; });
         bool isChanged = false;
         for (const anc::Packet* const packet : packets) {
-            const auto sdp = teletext::parseSdp(packet->userData);
-            isChanged = (sdp && _page.receive(*sdp)) || isChanged;
+            detail::LineSink sink(findings, packet->line);
+            FindingSink* const told = findings == nullptr ? nullptr : &sink;
+            const auto sdp = teletext::parseSdp(packet->userData, told);
+            if (!sdp) {
+                sink.add(sdp.error());
+                continue;
+            }
+            isChanged = _page.receive(*sdp, told) || isChanged;
         }
         _isCarried = _isCarried || !packets.empty();
         return isChanged;
@@ -50,14 +60,16 @@ private:
 
 class CaptionsOnAir final : public OnAir {
 public:
+    using OnAir::receive;
+
     explicit CaptionsOnAir(cea608::Channel channel) : _screen(channel) {}
 
-    bool receive(const Frame& frame) override {
+    bool receive(const Frame& frame, FindingSink* findings) override {
         const cc::CcType wanted = _screen.channel().field == 1 ? cc::CcType::Field1 : cc::CcType::Field2;
         // At 50 and 60 frames a second a field has a pair in every other frame.
         constexpr std::uint64_t kLongestStep = 2;
         bool isChanged = false;
-        const Data triplets = captionTriplets(frame);
+        const Data triplets = captionTriplets(frame, findings);
         for (std::size_t place = 0; place + sizeof(cc::Triplet) <= triplets.size(); place += sizeof(cc::Triplet)) {
             const cc::Triplet triplet{triplets[place], triplets[place + 1], triplets[place + 2]};
             if (!triplet.valid() || triplet.type() != wanted) {

@@ -63,4 +63,28 @@ TEST(Captions, AreReadAsFarAsAPacketGoes) {
     });
 }
 
+TEST(Captions, SayOnWhichLineAPacketIsWrong) {
+    Frame frame;
+    // One that is no CDP, and one whose checksum should be eb.
+    frame.packets.push_back(packetOf(ids::kCdp, fromHex("9668103f43000072e1fc9420740000e0"), 9));
+    frame.packets.push_back(packetOf(ids::kCdp, fromHex("9669133f43000072e2fc942cfd8080740000ea"), 572));
+    qlx::Findings findings;
+    EXPECT_EQ(captionTriplets(frame, &findings), Data(fromHex("fc942cfd8080")));
+    ASSERT_GE(findings.size(), 2U);
+    EXPECT_EQ(findings[0].code, qlx::FindingCode::CdpIdentifierWrong);
+    EXPECT_EQ(findings[0].offset, 9U);
+    bool isChecksumTold = false;
+    for (const qlx::Finding& finding : findings.kept().subspan(1)) {
+        EXPECT_EQ(finding.offset, 572U);
+        isChecksumTold = isChecksumTold || (finding.code == qlx::FindingCode::CdpChecksumWrong &&
+                                            finding.first == 0xEA && finding.second == 0xEB);
+    }
+    EXPECT_TRUE(isChecksumTold);
+    // What comes with the picture goes before them, and they are not looked into.
+    findings.clear();
+    frame.triplets = Data{0xFA, 0x00, 0x00};
+    (void)captionTriplets(frame, &findings);
+    EXPECT_TRUE(findings.empty());
+}
+
 }  // namespace

@@ -121,4 +121,27 @@ TEST(OnAir, ShowsATeletextPageAndKnowsTheOthers) {
     EXPECT_EQ(shownBy(*onAir), Lines{});
 }
 
+TEST(OnAir, SaysOnWhichLineAPacketIsWrong) {
+    Frame frame;
+    std::vector<std::uint8_t> damaged = fromHex(qlxtest::eraseHex(1));
+    damaged.back() ^= 1U;
+    frame.packets.push_back(packetOf(ids::kOp47, fromHex("00000000000000000000"), 575));
+    frame.packets.push_back(packetOf(ids::kOp47, damaged, 12));
+    qlx::Findings findings;
+    EXPECT_FALSE(qlx::streams::captionsOnAir(qlx::cea608::kCC1)->receive(frame, &findings));
+    EXPECT_TRUE(findings.empty());
+    (void)qlx::streams::teletextOnAir(0x888)->receive(frame, &findings);
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].code, qlx::FindingCode::SdpChecksumWrong);
+    EXPECT_EQ(findings[0].offset, 12U);
+    EXPECT_EQ(findings[1].severity, qlx::Severity::Error);
+    EXPECT_EQ(findings[1].offset, 575U);
+    // Pairs in a caption packet.
+    frame.packets.assign(1, packetOf(ids::kCdp, fromHex("9668"), 9));
+    findings.clear();
+    (void)qlx::streams::captionsOnAir(qlx::cea608::kCC1)->receive(frame, &findings);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].offset, 9U);
+}
+
 }  // namespace

@@ -1,11 +1,15 @@
 // The captions of a frame, wherever they are.
 //
-//     const qlx::Data triplets = qlx::streams::captionTriplets(frame);
-//     if (triplets) { use(triplets.size() / 3); }
+//     qlx::Findings findings;
+//     const qlx::Data triplets = qlx::streams::captionTriplets(frame, &findings);
+//     for (const qlx::Finding& finding : findings) {
+//         report(frame.number, finding.offset, finding.text());  // The offset is the line of the packet.
+//     }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 
+#include <qlx/base/finding.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/frame.h>
 
@@ -13,6 +17,8 @@ namespace qlx::streams {
 
 /// The cc_data triplets of a frame: those that came with the picture, else those of its first CDP (SMPTE ST 334-2) with
 /// caption data, else the pairs of its CEA-608 packets (SMPTE ST 334-1) as triplets. None without any.
-[[nodiscard]] QLX_STREAMS_EXPORT Data captionTriplets(const Frame& frame);
+/// @param findings Gets what is wrong with the CDPs that are looked into, with the line of the packet as the offset; may be
+///   null.
+[[nodiscard]] QLX_STREAMS_EXPORT Data captionTriplets(const Frame& frame, FindingSink* findings = nullptr);
 
 }  // namespace qlx::streams

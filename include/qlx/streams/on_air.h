@@ -2,12 +2,13 @@
 //
 //     const auto onAir = qlx::streams::captionsOnAir(qlx::cea608::kCC1);
 //     for (const qlx::streams::Frame& frame : frames) {
-//         if (onAir->receive(frame)) {
+//         if (onAir->receive(frame, &findings)) {
 //             show(onAir->screen());
 //         }
 //     }
 #pragma once
 
+#include <qlx/base/finding.h>
 #include <qlx/cea608/receiver.h>
 #include <qlx/screen/screen.h>
 #include <qlx/streams/export.h>
@@ -35,8 +36,13 @@ public:
     virtual ~OnAir() = default;
 
     /// Takes a frame.
+    /// @param findings Gets what is wrong with the packets that are decoded, with the line of the packet as the offset; may
+    ///   be null.
     /// @return Whether the screen may look different now.
-    virtual bool receive(const Frame& frame) = 0;
+    virtual bool receive(const Frame& frame, FindingSink* findings) = 0;
+
+    /// The same without findings.
+    bool receive(const Frame& frame) { return receive(frame, nullptr); }
 
     /// What is shown now.
     [[nodiscard]] virtual screen::Screen screen() const = 0;

@@ -1,8 +1,10 @@
 #include "commands/show/Show.h"
 
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/FrameLoop.h"
 #include "io/OutputFile.h"
+#include "io/Progress.h"
 #include "io/Terminal.h"
 #include "io/Text.h"
 #include "io/Times.h"
@@ -92,7 +94,8 @@ class Show {
 public:
     Show(const ShowOptions& options, InputFile& source, OutputFile& output)
         : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
-          _watched(watchedOf(options)), _inColours(output.isStandardOutput() && useColors()) {
+          _watched(watchedOf(options)), _inColours(output.isStandardOutput() && useColors()),
+          _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress) {
         checkKind();
         if (options.at) {
             const Rate sccRate = rateNamed("29.97").value();
@@ -118,6 +121,7 @@ public:
             }
             throw;
         }
+        _notes.finish();
         if (_at) {
             writeScreens();
         } else {
@@ -176,7 +180,10 @@ private:
         _firstTime = _firstTime ? _firstTime : frame.pts;
         _timeBefore = std::exchange(_lastTime, frame.pts);
         for (Watched& watched : _watched) {
-            if (!watched.onAir->receive(frame)) {
+            Findings findings;
+            const bool isChanged = watched.onAir->receive(frame, &findings);
+            note(frame, findings);
+            if (!isChanged) {
                 continue;
             }
             screen::Screen screen = watched.onAir->screen();
@@ -189,6 +196,14 @@ private:
             watched.screen = std::move(screen);
             watched.since = *frame.pts;
             watched.sinceFrame = frame.number;
+        }
+    }
+
+    /// Says what is wrong with packets that are decoded.
+    void note(const Frame& frame, const Findings& findings) {
+        for (const Finding& finding : findings) {
+            _notes.setPlace(placeOf(frame.number, finding.offset));
+            _notes.add(finding);
         }
     }
 
@@ -295,6 +310,8 @@ private:
     InputKind _kind;
     std::vector<Watched> _watched;
     bool _inColours;
+    Progress _progress;  ///< Of no run of its own: readFrames() has one.
+    FindingNotes _notes;
     std::optional<double> _at;
     std::optional<MediaTime> _firstTime;
     std::optional<MediaTime> _timeBefore;  ///< Of the frame before the last one.
