@@ -39,7 +39,7 @@ struct Digits {
 
 constexpr std::uint8_t kNoDigit = 16;
 
-constexpr auto kDigitOf = [] {
+constexpr std::array<std::uint8_t, 256> makeDigitTable() {
     std::array<std::uint8_t, 256> digits{};
     digits.fill(kNoDigit);
     constexpr std::string_view kDigits = "0123456789abcdef0123456789ABCDEF";
@@ -47,7 +47,9 @@ constexpr auto kDigitOf = [] {
         digits[static_cast<std::uint8_t>(kDigits[place])] = static_cast<std::uint8_t>(place & 15U);
     }
     return digits;
-}();
+}
+
+constexpr std::array<std::uint8_t, 256> kDigitOf = makeDigitTable();
 
 Digits digitsOf(std::string_view text) {
     Digits digits;

@@ -10,15 +10,19 @@ namespace qlx::streams {
 
 namespace {
 
+using HexDigits = std::array<std::array<char, 2>, 256>;
+
 /// The two digits of each byte.
-constexpr auto kHexDigits = [] {
+constexpr HexDigits makeHexDigits() {
     constexpr std::string_view kDigits = "0123456789abcdef";
-    std::array<std::array<char, 2>, 256> digits{};
+    HexDigits digits{};
     for (std::size_t byte = 0; byte < digits.size(); ++byte) {
         digits[byte] = {kDigits[byte >> 4U], kDigits[byte & 15U]};
     }
     return digits;
-}();
+}
+
+constexpr HexDigits kHexDigits = makeHexDigits();
 
 void appendHex(std::string& text, std::span<const std::uint8_t> bytes) {
     const std::size_t size = text.size();

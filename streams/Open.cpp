@@ -72,7 +72,10 @@ Result<std::unique_ptr<FrameReader>> openFrames(ByteSource& source, InputKind ki
         return Finding{FindingCode::StreamKindWithoutFrames, Severity::Error, source.offset(),
                        static_cast<std::int64_t>(kind), 0};
     }
-    return options.rate ? withTimes(std::move(reader), *options.rate) : std::move(reader);
+    if (options.rate) {
+        reader = withTimes(std::move(reader), *options.rate);
+    }
+    return reader;
 }
 
 std::unique_ptr<FrameReader> withTimes(std::unique_ptr<FrameReader> reader, FrameRate rate) {
