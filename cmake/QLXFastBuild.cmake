@@ -1,6 +1,7 @@
 # What makes building faster where the machine has it, and changes nothing of the libraries and the tool.
 
 option(QLX_FAST_BUILD "Compile through ccache, link what clang builds with lld, and compile tests together" OFF)
+option(QLX_SOURCES_TOGETHER "Compile the sources of a folder of the libraries and the tool as one text" OFF)
 
 if(QLX_FAST_BUILD)
     find_program(QLX_CCACHE ccache)
@@ -70,31 +71,82 @@ function(qlx_use_precompiled target name)
     endforeach()
 endfunction()
 
-# qlx_together(<variable> <target> <source>...)
+# qlx_together(<variable> <folder> <count> <source>...)
 #
-# Sets the variable to texts that include eight of the sources each: what these include is read once. So they must not
-# have the same name for different things, not even in namespaces without a name. Sources with properties of their own
-# are not for it. g++ takes what stands in a namespace without a name for a header's: -Wno-subobject-linkage.
-function(qlx_together variable target)
+# Sets the variable to texts of about as many of the sources each, with what stands in them one behind the other: what
+# they include is read once. The sources stand in one folder, named from the root of the project. They must not have the
+# same name for different things, not even in namespaces without a name. Sources with properties of their own are not
+# for it. g++ takes what stands in a namespace without a name for a header's: -Wno-subobject-linkage.
+function(qlx_together variable folder count)
+    list(LENGTH ARGN left)
+    math(EXPR pieces "(${left} + ${count} - 1) / ${count}")
     set(texts "")
-    set(content "")
-    set(count 0)
-    foreach(source IN LISTS ARGN)
-        file(RELATIVE_PATH path "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
-        string(APPEND content "#include \"${path}\"\n")
-        get_filename_component(name "${source}" NAME_WE)
-        if(count EQUAL 0)
-            set(first ${name})
-        endif()
-        math(EXPR count "${count} + 1")
-        list(GET ARGN -1 last)
-        if(count EQUAL 8 OR source STREQUAL last)
-            set(text "${CMAKE_CURRENT_BINARY_DIR}/together/${target}-${first}.cpp")
-            file(CONFIGURE OUTPUT "${text}" CONTENT "${content}" @ONLY)
-            list(APPEND texts "${text}")
-            set(content "")
-            set(count 0)
+    while(left GREATER 0)
+        math(EXPR size "(${left} + ${pieces} - 1) / ${pieces}")
+        set(members "")
+        foreach(index RANGE 1 ${size})
+            list(POP_FRONT ARGN source)
+            get_filename_component(name "${source}" NAME)
+            list(APPEND members "${folder}/${name}")
+        endforeach()
+        list(GET members 0 first)
+        set(text "${PROJECT_BINARY_DIR}/together/${first}")
+        get_filename_component(text_folder "${text}" DIRECTORY)
+        file(MAKE_DIRECTORY "${text_folder}")
+        list(TRANSFORM members PREPEND "${PROJECT_SOURCE_DIR}/" OUTPUT_VARIABLE needed)
+        add_custom_command(
+            OUTPUT "${text}"
+            COMMAND "${PROJECT_SOURCE_DIR}/scripts/join-sources" "${text}" ${members}
+            DEPENDS ${needed} "${PROJECT_SOURCE_DIR}/scripts/join-sources"
+            WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}"
+            COMMENT "Joining sources of ${folder}"
+            VERBATIM)
+        set_source_files_properties("${text}" PROPERTIES COMPILE_OPTIONS "-iquote;${PROJECT_SOURCE_DIR}/${folder}")
+        list(APPEND texts "${text}")
+        math(EXPR left "${left} - ${size}")
+        math(EXPR pieces "${pieces} - 1")
+    endwhile()
+    set(${variable} ${texts} PARENT_SCOPE)
+endfunction()
+
+# qlx_sources_together(<target> [ALONE <source>...])
+#
+# With QLX_SOURCES_TOGETHER, has the sources of the target compiled together, folder by folder, but for those of ALONE.
+# How each is compiled by itself is still told in compile_commands.json (scripts/lint reads that): the target
+# <target>_alone, which nothing needs, has them so.
+function(qlx_sources_together target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ALONE")
+    if(NOT QLX_SOURCES_TOGETHER)
+        return()
+    endif()
+    get_target_property(sources ${target} SOURCES)
+    list(REMOVE_ITEM sources ${arg_ALONE})
+    add_library(${target}_alone OBJECT EXCLUDE_FROM_ALL ${sources})
+    foreach(
+        property IN
+        ITEMS COMPILE_DEFINITIONS COMPILE_FEATURES COMPILE_OPTIONS CXX_EXTENSIONS CXX_STANDARD_REQUIRED
+              CXX_VISIBILITY_PRESET INCLUDE_DIRECTORIES LINK_LIBRARIES POSITION_INDEPENDENT_CODE
+              VISIBILITY_INLINES_HIDDEN)
+        get_target_property(value ${target} ${property})
+        if(NOT value STREQUAL "value-NOTFOUND")
+            set_target_properties(${target}_alone PROPERTIES ${property} "${value}")
         endif()
     endforeach()
-    set(${variable} ${texts} PARENT_SCOPE)
+
+    set(folders "")
+    foreach(source IN LISTS sources)
+        get_filename_component(source "${source}" ABSOLUTE)
+        file(RELATIVE_PATH path "${PROJECT_SOURCE_DIR}" "${source}")
+        get_filename_component(folder "${path}" DIRECTORY)
+        list(APPEND folders "${folder}")
+        list(APPEND members_${folder} "${source}")
+    endforeach()
+    list(REMOVE_DUPLICATES folders)
+    set(compiled ${arg_ALONE})
+    foreach(folder IN LISTS folders)
+        qlx_together(texts "${folder}" 16 ${members_${folder}})
+        list(APPEND compiled ${texts})
+    endforeach()
+    set_property(TARGET ${target} PROPERTY SOURCES ${compiled})
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
