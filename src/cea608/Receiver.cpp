@@ -413,6 +413,9 @@ screen::Screen Receiver::screen() const {
         const std::span<screen::Cell> row = screen.row(index);
         const Row& from = _displayed[index];
         std::copy(from.begin(), from.end(), row.begin() + kMargin);
+        if (std::none_of(from.begin(), from.end(), [](const screen::Cell& cell) { return cell.isVisible; })) {
+            continue;
+        }
         const auto isShown = [&from](std::size_t column) { return column < from.size() && from[column].isVisible; };
         for (std::size_t column = 0; column < screen.columns; ++column) {
             // Column 0 is the margin: `column` is behind the memory's `column - 1`, and wraps around harmlessly.
