@@ -22,7 +22,7 @@ cppcheck: 2 sources, ${3-$2} of them known"* ]]; then
 # entry SOURCE: of the database of compile commands, as CMake writes it: a path with blanks stands in quotes.
 entry() {
     local quote=''
-    if [[ $PWD == *' '* ]]; then
+    if [[ $PWD/$1 == *' '* ]]; then
         quote='\"'
     fi
     printf '{\n  "directory": "%s",\n' "$PWD/build"
@@ -124,5 +124,14 @@ for folder in streams tools; do
     expect fails 1
     from=$folder
 done
+
+# A name with a blank.
+mv tools/Quarter.cpp 'tools/Last Quarter.cpp'
+printf '[\n%s\n},\n%s\n}\n]\n' "$(entry src/room/Halve.cpp)" "$(entry 'tools/Last Quarter.cpp')" \
+    >build/compile_commands.json
+expect fails 1
+sed -i 's|int\* none = 0;|& // NOLINT|' 'tools/Last Quarter.cpp'
+expect passes 1
+expect passes 2
 
 exit $((failures > 0 ? 1 : 0))
