@@ -36,6 +36,7 @@ public:
     virtual ~OnAir() = default;
 
     /// Takes a frame.
+    /// @param frame The next one of the stream.
     /// @param findings Gets what is wrong with the packets that are decoded, with the line of the packet as the offset; may
     ///   be null.
     /// @return Whether the screen may look different now.
