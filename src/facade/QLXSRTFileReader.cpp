@@ -11,6 +11,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
 #include <optional>
 #include <string_view>
@@ -157,7 +158,13 @@ void QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDurati
     }
     auto read = [path = std::move(path), subtitleMode, frameDuration,
                  handler = std::move(completionHandler)]() mutable {
-        auto records = subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(path, subtitleMode, frameDuration);
+        std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
+        try {
+            records = subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(path, subtitleMode, frameDuration);
+        } catch (const std::exception&) {
+            // Memory has run out. What waits for the records is told that there are none.
+            records.clear();
+        }
         qlx::services().get<qlx::MainQueue>().post(
             [handler = std::move(handler), records = std::move(records)]() mutable { handler(std::move(records)); });
     };

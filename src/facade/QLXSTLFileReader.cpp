@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <exception>
 #include <span>
 #include <utility>
 
@@ -119,7 +120,13 @@ void QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler(
         return;
     }
     auto read = [path = std::move(path), handler = std::move(completionHandler)]() mutable {
-        auto records = subtitleRecordsFromSTLFileAtPath(path);
+        std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
+        try {
+            records = subtitleRecordsFromSTLFileAtPath(path);
+        } catch (const std::exception&) {
+            // Memory has run out. What waits for the records is told that there are none.
+            records.clear();
+        }
         qlx::services().get<qlx::MainQueue>().post(
             [handler = std::move(handler), records = std::move(records)]() mutable { handler(std::move(records)); });
     };

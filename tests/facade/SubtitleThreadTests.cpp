@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <new>
 #include <thread>
 
 namespace {
@@ -91,6 +92,27 @@ TEST(QLXSRTFileReaderAsync, ReadsOnTheBackgroundQueueAndThenWaitsForTheMainQueue
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(received, expectedRecords());
     EXPECT_TRUE(handlerLives.expired());
+}
+
+TEST(AsyncReaders, DeliverAnEmptyArrayWhenMemoryRunsOut) {
+    class HugeFiles : public qlx::FileReader {
+    public:
+        qlx::Data contentsOfFile(const std::string& /*path*/) override { throw std::bad_alloc(); }
+    } files;
+    const qlx::ScopedService<qlx::FileReader> filesService(files);
+    qlx::MainQueue mainQueue;
+    const qlx::ScopedService<qlx::MainQueue> service(mainQueue);
+    int calls = 0;
+    const auto handler = [&](const ReaderResult& records) {
+        EXPECT_TRUE(records.empty());
+        ++calls;
+        mainQueue.stop();
+    };
+    readInBackground("a.srt", handler);
+    mainQueue.run();
+    QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler("a.stl", handler);
+    mainQueue.run();
+    EXPECT_EQ(calls, 2);
 }
 
 TEST(QLXSRTFileReaderAsync, DeliversAnEmptyArrayForAMissingFile) {

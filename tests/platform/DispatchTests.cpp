@@ -275,3 +275,148 @@ TEST(SerialQueue, RunsOneTaskAtATimeWhileCallersHelp) {
     EXPECT_EQ(seen, std::vector<std::vector<int>>(kThreads, expected));
     EXPECT_EQ(count, kThreads * kTasks);
 }
+
+namespace {
+
+/// Keeps what is said to the system log.
+class ListeningConsole : public qlx::Console {
+public:
+    void log(std::string_view message) override {
+        const std::lock_guard lock(_mutex);
+        _messages.emplace_back(message);
+    }
+    std::vector<std::string> messages() {
+        const std::lock_guard lock(_mutex);
+        return _messages;
+    }
+
+private:
+    std::mutex _mutex;
+    std::vector<std::string> _messages;
+};
+
+}  // namespace
+
+TEST(SerialQueue, GoesOnBehindATaskThatThrows) {
+    ListeningConsole console;
+    const qlx::ScopedService<qlx::Console> scope(console);
+    qlx::SerialQueue queue("test.throws");
+    std::promise<void> gate;
+    queue.async([&gate] { gate.get_future().wait(); });
+    std::vector<int> order;
+    queue.async([] { throw std::runtime_error("no text"); });
+    queue.async([&order] { order.push_back(1); });
+    queue.async([] { throw 5; });
+    queue.async([&order] { order.push_back(2); });
+    gate.set_value();
+    queue.runUntilEmpty();
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+    EXPECT_EQ(console.messages(),
+              (std::vector<std::string>{"Error: A task of a queue has ended with an exception: no text",
+                                        "Error: A task of a queue has ended with an exception: of an unknown type"}));
+}
+
+TEST(SerialQueue, CountsATaskThatThrowsAsFinishedOnTheCaller) {
+    class DeadQueue : public qlx::BackgroundQueue {
+    public:
+        void async(qlx::Task /*task*/) override {}
+    };
+    ListeningConsole console;
+    const qlx::ScopedService<qlx::Console> consoleScope(console);
+    DeadQueue background;
+    const qlx::ScopedService<qlx::BackgroundQueue> scope(background);
+    qlx::SerialQueue queue("test.throws.helped");
+    bool ran = false;
+    queue.async([] { throw std::bad_alloc(); });
+    queue.async([&ran] { ran = true; });
+    EXPECT_NO_THROW(queue.runUntilEmpty());
+    queue.waitUntilEmpty();
+    EXPECT_TRUE(ran);
+    EXPECT_EQ(console.messages().size(), 1U);
+}
+
+TEST(BackgroundQueue, OutlivesATaskThatThrows) {
+    ListeningConsole console;
+    const qlx::ScopedService<qlx::Console> scope(console);
+    std::promise<void> unwound;
+    struct Teller {
+        explicit Teller(std::promise<void>& promise) : _promise(promise) {}
+        ~Teller() { _promise.set_value(); }
+        std::promise<void>& _promise;
+    };
+    auto teller = std::make_shared<Teller>(unwound);
+    qlx::services().get<qlx::BackgroundQueue>().async([teller = std::move(teller)] { throw std::bad_alloc(); });
+    unwound.get_future().wait();  // Printed before the task is let go.
+    EXPECT_EQ(console.messages().size(), 1U);
+}
+
+TEST(MainQueue, LetsAnExceptionThroughAndGoesOn) {
+    qlx::MainQueue queue;
+    std::vector<int> order;
+    queue.post([] { throw std::runtime_error("host"); });
+    queue.post([&order] { order.push_back(1); });
+    EXPECT_THROW(queue.drain(), std::runtime_error);
+    EXPECT_EQ(queue.drain(), 1U);
+    queue.post([] { throw std::runtime_error("host"); });
+    queue.post([&] {
+        order.push_back(2);
+        queue.stop();
+    });
+    EXPECT_THROW(queue.run(), std::runtime_error);
+    queue.run();
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+
+    // A poster that throws is not set; the next one gets what is left.
+    queue.post([&order] { order.push_back(3); });
+    queue.post([&order] { order.push_back(4); });
+    EXPECT_THROW(queue.setPoster([](const qlx::Task&) { throw std::runtime_error("loop"); }), std::runtime_error);
+    queue.setPoster([](const qlx::Task& task) { task(); });
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 4}));
+}
+
+TEST(MainQueue, HandsOverToOnePosterAfterTheOther) {
+    qlx::MainQueue queue;
+    constexpr int kTasks = 100;
+    for (int task = 0; task < kTasks; ++task) {
+        queue.post([] {});
+    }
+    // The second one is set while the first gets its first task.
+    std::promise<void> firstBegins;
+    std::atomic<bool> isFirstDone{false};
+    std::atomic<int> firstCount{0};
+    std::atomic<int> secondCount{0};
+    std::atomic<int> early{0};
+    std::thread other([&] {
+        firstBegins.get_future().wait();
+        queue.setPoster([&](const qlx::Task&) { secondCount += isFirstDone ? 1 : 1000; });
+        early += isFirstDone ? 0 : 1;
+    });
+    queue.setPoster([&](const qlx::Task&) {
+        if (firstCount == 0) {
+            firstBegins.set_value();
+        }
+        std::this_thread::yield();
+        isFirstDone = ++firstCount == kTasks;
+    });
+    other.join();
+    EXPECT_EQ(firstCount, kTasks);
+    EXPECT_EQ(early, 0);
+    queue.post([] {});
+    EXPECT_EQ(secondCount, 1) << "the second call came second";
+}
+
+TEST(MainQueue, LetsAPosterSetAnother) {
+    qlx::MainQueue queue;
+    for (int task = 0; task < 3; ++task) {
+        queue.post([] {});
+    }
+    int first = 0;
+    int second = 0;
+    queue.setPoster([&](const qlx::Task&) {
+        ++first;
+        queue.setPoster([&](const qlx::Task&) { ++second; });
+    });
+    queue.post([] {});
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 3);
+}

@@ -3,14 +3,10 @@
 
 #include <QLXClosedCaptionsUtilities/Export.h>
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 
 namespace qlx {
@@ -19,7 +15,9 @@ namespace qlx {
 using Task = std::function<void()>;
 
 /// A concurrent queue for work of background priority. The default runs a few threads that start with the first task
-/// and never end; a host with a pool of its own replaces it. Any thread may call async().
+/// and never end; a host with a pool of its own replaces it. An exception that leaves a task of the default queue ends
+/// that task alone and is printed. Where the system refuses every thread, the one that calls async() does the work, once
+/// it holds no lock of the library. A child of fork() has new threads, and none of the tasks. Any thread may call async().
 class QLX_EXPORT BackgroundQueue {
 public:
     BackgroundQueue() = default;
@@ -35,7 +33,8 @@ public:
 };
 
 /// Runs its tasks one after the other, in the order in which they came, on the background queue that is current when
-/// the first of them arrives. Tasks that are queued when the object goes away still run. Any thread may call it.
+/// the first of them arrives. Tasks that are queued when the object goes away still run. An exception that leaves a task
+/// ends that task alone and is printed. A child of fork() has the queue without its tasks. Any thread may call it.
 class QLX_EXPORT SerialQueue {
 public:
     /// An empty queue; the label is for debuggers and logs.
@@ -65,13 +64,17 @@ private:
 /// The queue on which completion handlers are called.
 ///
 /// A host with a main loop hands it a poster once (`setPoster`), and every task goes there; a program without one
-/// calls run() or drain() on the thread that it takes for its main thread. Any thread may post.
+/// calls run() or drain() on the thread that it takes for its main thread. An exception that leaves a task or a poster
+/// comes out of the call that ran it, and the queue goes on with what is behind it. A child of fork() has the queue with
+/// its poster and without its tasks. Any thread may post.
 class QLX_EXPORT MainQueue {
 public:
     /// Takes a piece of work and has it called from the main loop.
     using Poster = std::function<void(Task)>;
 
-    MainQueue() = default;
+    /// A queue without tasks and without a poster.
+    MainQueue();
+    ~MainQueue();
     MainQueue(const MainQueue&) = delete;
     MainQueue& operator=(const MainQueue&) = delete;
 
@@ -81,8 +84,9 @@ public:
     /// Hands `task` to the poster, or keeps it for drain() and run().
     void post(Task task);
 
-    /// Hands the tasks that wait to `poster`, and from then on every task. An empty poster switches back; a call that
-    /// another thread has begun may still reach the former poster.
+    /// Hands the tasks that wait to `poster`, and from then on every task. An empty poster switches back; a task that
+    /// another thread posts at that moment may still reach the former poster. A call while another thread's poster gets
+    /// the waiting tasks waits until it has them all; a poster that calls this gets none of the rest.
     void setPoster(Poster poster);
 
     /// Runs the tasks that wait now, on the calling thread, and gives their number.
@@ -95,14 +99,8 @@ public:
     void stop();
 
 private:
-    /// The first waiting task; called with the lock held.
-    std::optional<Task> takeTask();
-
-    std::mutex _mutex;
-    std::condition_variable _wake;
-    std::deque<Task> _tasks;
-    Poster _poster;
-    bool _stopping = false;
+    struct State;
+    std::unique_ptr<State> _state;
 };
 
 }  // namespace qlx
