@@ -30,10 +30,18 @@ inline constexpr std::string_view QLXTechnicalLogLevelKey = "technicalLogLevel";
 /// The settings are the user defaults "technicalLogFolderPath" (without one, or with an empty one, nothing is written)
 /// and "technicalLogLevel"; changes are seen while the program runs.
 ///
-/// Any thread may log. The file work runs on queues of its own: a thread that logs never waits for a disk. When the
-/// process ends normally (a return from main, or exit()), the shared controller first writes what it has accepted; a
+/// Any thread may log. The file work runs on queues of its own, with threads of their own unless the host has set a
+/// background queue: a thread that logs never waits for a disk. When the process ends normally (a return from main, or
+/// exit()), the shared controller first writes what it has accepted, unless a write does not come back for 2 seconds; a
 /// pending repeat count is not written. A host that takes its platform services away before that calls
 /// waitUntilQueuesAreEmpty() first.
+///
+/// A file that does not take a line whole gets the rest, and the lines behind it, before any other line, once it takes
+/// bytes again; <qlx/log/status.h> tells of such outages and of lines lost. What does not get away from a write that
+/// hangs waits in memory, up to 64 MB.
+///
+/// A child of fork() has its parent's delegate and settings, and a log of its own: what the parent had not written yet
+/// is left to the parent.
 ///
 /// The dictionary of logWithInfoDict() and of the delegate holds "message", "level", "show" (true: the host should
 /// show it), "origin" (7), "notifyRemotes", "source_unique_id", and "userNotificationTitle" and
@@ -168,7 +176,7 @@ public:
     void setTechnicalLogLevel(std::int64_t value);
 
 private:
-    struct Observations;
+    class Observations;
     class State;
     std::shared_ptr<State> _state;
     std::unique_ptr<Observations> _observations;

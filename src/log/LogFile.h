@@ -1,6 +1,10 @@
-// Appending to one log file.
+// Appending to log files.
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <deque>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,12 +15,51 @@ namespace qlx::log {
 inline constexpr std::size_t kPathCapacity = 1024;
 
 enum class AppendResult {
-    Opened,     ///< The line was handed to the file, in one write call.
-    Skipped,    ///< No path, or one that no file can have.
-    OpenFailed  ///< The line is lost.
+    Written,     ///< The file took the text, and everything that waited for it.
+    Skipped,     ///< No path, or one that no file can have.
+    OpenFailed,  ///< The text is lost.
+    Waits,       ///< The file did not take all: the rest waits, or the text is lost for want of room.
+    WaitsFirst   ///< The same for the first time in this outage.
 };
 
-/// Opens the file, writes `text` with one call, and closes it.
-AppendResult appendToFile(const std::optional<std::string>& path, std::string_view text);
+/// Appends texts to files, which are opened for each, and keeps what a file does not take: that is the first thing
+/// written to it once it takes bytes again. Used by one thread at a time.
+class Appender {
+public:
+    Appender() = default;
+    /// What waits is lost.
+    ~Appender();
+    Appender(const Appender&) = delete;
+    Appender& operator=(const Appender&) = delete;
+
+    /// Opens the file, writes `text` with one call (and what the file did not take with further ones, as long as it
+    /// takes any), and closes it. Other files for which something waits are tried as well.
+    AppendResult append(const std::optional<std::string>& path, std::string_view text);
+
+    /// Tries every file for which something waits.
+    void retry();
+
+    /// Whether something waits. Any thread may ask.
+    [[nodiscard]] bool hasWaiting() const noexcept { return _waiting.load(std::memory_order_relaxed) != 0; }
+
+private:
+    class OpenFile;
+
+    /// What is known of a file that failed last time.
+    struct Failure {
+        std::string waiting;            ///< What it is to get first.
+        std::deque<std::size_t> sizes;  ///< The bytes of each text in it; of the first one those that are left.
+        bool hasReported = false;       ///< WaitsFirst has been given.
+    };
+
+    void loseText(const std::string& path, int error);
+    AppendResult keep(const std::string& path, std::string_view rest, bool isTorn, int error);
+    /// True when nothing waits any more.
+    bool writeWaiting(Failure& failure, OpenFile& file);
+    void tryOthers(const std::string* path);
+
+    std::map<std::string, Failure> _failures;
+    std::atomic<std::size_t> _waiting{0};  ///< Bytes for all files.
+};
 
 }  // namespace qlx::log

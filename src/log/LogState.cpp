@@ -1,15 +1,17 @@
 #include "log/LogState.h"
 
-#include "log/LogFile.h"
 #include "log/LogText.h"
 #include "log/OldFiles.h"
+#include "log/Outages.h"
+#include "platform/Workers.h"
 
 #include <QLXClosedCaptionsUtilities/QLXLogControllerDelegate.h>
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
+#include <system_error>
+#include <thread>
 #include <utility>
-#include <vector>
 
 using qlx::log::Message;
 
@@ -19,6 +21,11 @@ namespace {
 constexpr std::size_t kMaxPending = 20;
 
 constexpr std::string_view kDefaultTitle = "Critical Error";
+
+/// What a message takes in memory beside its text, about.
+constexpr std::size_t kBytesOfMessage = 256;
+
+std::atomic<std::chrono::milliseconds> patienceAtEnd{qlx::log::kPatienceAtEnd};
 
 void printLine(std::string text) {
     // One call, so that lines of several threads do not mix.
@@ -37,9 +44,32 @@ std::string applicationPrefix() {
 
 }  // namespace
 
+void qlx::log::setPatienceAtEnd(std::chrono::milliseconds patience) {
+    patienceAtEnd.store(patience);
+}
+
+bool QLXLogController::State::Lane::admit(std::size_t bytes) {
+    if (queuedBytes.fetch_add(bytes, std::memory_order_relaxed) + bytes <= qlx::log::kMaxQueued) {
+        return true;
+    }
+    queuedBytes.fetch_sub(bytes, std::memory_order_relaxed);
+    qlx::log::loseLines(1);
+    return false;
+}
+
+/// What a task of the queues has counted as waiting waits no longer.
+struct QLXLogController::State::Admission {
+    Admission(Lane& owner, std::size_t size) noexcept : lane(owner), bytes(size) {}
+    ~Admission() { lane.queuedBytes.fetch_sub(bytes, std::memory_order_relaxed); }
+    Admission(const Admission&) = delete;
+    Admission& operator=(const Admission&) = delete;
+    Lane& lane;
+    const std::size_t bytes;
+};
+
 QLXLogController::State::State()
-    : _prefix(applicationPrefix()), _technicalQueue(queueLabel("technicalLog")),
-      _simpleQueue(queueLabel("simpleLogWriterQueue")) {}
+    : _prefix(applicationPrefix()), _technicalQueue(queueLabel("technicalLog"), qlx::logWorkers),
+      _simpleQueue(queueLabel("simpleLogWriterQueue"), qlx::logWorkers) {}
 
 // On the thread that logs
 
@@ -48,12 +78,13 @@ void QLXLogController::State::log(const Message& message) {
     {
         // Let go after the mutex: this may be the delegate's last owner, and its destructor may remove it from the log.
         std::shared_ptr<QLXLogControllerDelegate> receiver;
-        const std::lock_guard lock(_delegateMutex);
+        const qlx::WorkHold hold;
+        const std::lock_guard lock(_lanes.get().delegateMutex);
         receiver = delegate();
         isDisplayed = receiver != nullptr;
         if (receiver) {
             display(message, *receiver);
-        } else if (_pending) {
+        } else {
             keep(message);
         }
     }
@@ -68,21 +99,24 @@ void QLXLogController::State::setDelegate(const std::shared_ptr<QLXLogController
     // A display method may take away the owner that was handed in: let go after the mutex, as in log().
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const std::shared_ptr<QLXLogControllerDelegate> receiver = newDelegate;
-    std::deque<Message> replayed;
+    std::optional<std::deque<Message>> replayed;
     {
-        const std::lock_guard lock(_delegateMutex);
-        _guard.store(_delegate, std::weak_ptr<QLXLogControllerDelegate>(receiver));
-        if (!receiver || !_pending) {
+        const qlx::WorkHold hold;
+        const std::lock_guard lock(_lanes.get().delegateMutex);
+        store(_delegate, std::weak_ptr<QLXLogControllerDelegate>(receiver));
+        if (receiver) {
+            const qlx::ForkedValuesLock values;
+            replayed.swap(_pending);
+        }
+        if (!replayed) {
             return;
         }
-        replayed = std::move(*_pending);
-        _pending.reset();
-        for (const Message& message : replayed) {
+        for (const Message& message : *replayed) {
             display(message, *receiver);
         }
     }
     writeIfEnding();
-    for (const Message& message : replayed) {
+    for (const Message& message : *replayed) {
         notify(message);
     }
 }
@@ -104,13 +138,17 @@ void QLXLogController::State::keep(const Message& message) {
     if (!message.text) {
         return;
     }
-    if (_pending->size() >= kMaxPending) {
-        _pending->pop_front();
-    }
     Message kept;
     kept.text = message.text;
     kept.level = message.level;
     kept.show = message.show;
+    const qlx::ForkedValuesLock lock;
+    if (!_pending) {
+        return;
+    }
+    if (_pending->size() >= kMaxPending) {
+        _pending->pop_front();
+    }
     _pending->push_back(std::move(kept));
 }
 
@@ -123,21 +161,40 @@ void QLXLogController::State::notify(const Message& message) {
 
 void QLXLogController::State::queueTechnicalLine(std::optional<std::string> message, bool isProblem, std::int64_t level,
                                                  bool show) {
-    TechnicalLine line{qlx::services().get<qlx::Clock>().now(), std::move(message), level, isProblem, show};
-    _technicalQueue.async([state = shared_from_this(), line = std::move(line)] { state->writeTechnicalLine(line); });
+    Lane& lane = _lanes.get();
+    const std::size_t bytes = kBytesOfMessage + (message ? message->size() : 0);
+    if (!lane.admit(bytes)) {
+        return;
+    }
+    qlx::Clock& clock = qlx::services().get<qlx::Clock>();
+    // The time is read with the queue held: no line stands in front of one with an earlier stamp.
+    _technicalQueue.asyncMade([&]() -> qlx::Task {
+        TechnicalLine line{clock.now(), std::move(message), level, isProblem, show};
+        return [state = shared_from_this(), &lane, bytes, line = std::move(line)] {
+            const Admission admission(lane, bytes);
+            state->writeTechnicalLine(lane, line);
+        };
+    });
 }
 
 void QLXLogController::State::queueSimpleLine(std::string message, std::string name) {
-    _simpleQueue.async([state = shared_from_this(), message = std::move(message), name = std::move(name)] {
-        state->writeSimpleLine(message, name);
-    });
+    Lane& lane = _lanes.get();
+    const std::size_t bytes = kBytesOfMessage + message.size() + name.size();
+    if (!lane.admit(bytes)) {
+        return;
+    }
+    _simpleQueue.async(
+        [state = shared_from_this(), &lane, bytes, message = std::move(message), name = std::move(name)] {
+            const Admission admission(lane, bytes);
+            state->writeSimpleLine(lane, message, name);
+        });
     writeIfEnding();
 }
 
 void QLXLogController::State::beginWith(std::optional<std::string> folder, std::int64_t level) {
-    const std::lock_guard lock(_changesMutex);
+    const qlx::ForkedValuesLock lock;
     if (!_hasTakenFolder) {
-        setFolder(std::move(folder));
+        _folder.swap(folder);
     }
     if (!_hasTakenLevel) {
         setLevel(level);
@@ -147,9 +204,9 @@ void QLXLogController::State::beginWith(std::optional<std::string> folder, std::
 void QLXLogController::State::takeFolder(std::optional<std::string> folder) {
     std::string text = qlx::formatted("New technical log path %@", folder);
     {
-        const std::lock_guard lock(_changesMutex);
+        const qlx::ForkedValuesLock lock;
         _hasTakenFolder = true;
-        setFolder(std::move(folder));
+        _folder.swap(folder);
     }
     _reportsFailedOpen.store(true);
     printLine(std::move(text));
@@ -157,49 +214,124 @@ void QLXLogController::State::takeFolder(std::optional<std::string> folder) {
 
 void QLXLogController::State::takeLevel(std::int64_t level) {
     {
-        const std::lock_guard lock(_changesMutex);
+        const qlx::ForkedValuesLock lock;
         _hasTakenLevel = true;
         setLevel(level);
     }
     printLine(qlx::formatted("New Technical Log level %li", level));
 }
 
+void QLXLogController::State::takeSetting(std::string_view key, const qlx::Value& value) {
+    if (key == QLXTechnicalLogFolderPathKey) {
+        takeFolder(value.stringValue());
+    } else if (key == QLXTechnicalLogLevelKey) {
+        takeLevel(value.integerValue());
+    }
+}
+
 void QLXLogController::State::runQueues() {
-    _technicalQueue.runUntilEmpty();
-    _simpleQueue.runUntilEmpty();
+    retryWaiting();
+    _technicalQueue.help();
+    _simpleQueue.help();
 }
 
 void QLXLogController::State::end() {
     _isEnding.store(true);
-    runQueues();
+    // This may be one of the queues' own threads.
+    _technicalQueue.leaveTaskInHand();
+    _simpleQueue.leaveTaskInHand();
+    retryWaiting();
+    finishQueues();
+}
+
+/// What a file did not take is tried again, behind what is queued.
+void QLXLogController::State::retryWaiting() {
+    Lane& lane = _lanes.get();
+    if (lane.technicalFiles.hasWaiting()) {
+        _technicalQueue.async([state = shared_from_this(), &lane] { lane.technicalFiles.retry(); });
+    }
+    if (lane.simpleFiles.hasWaiting()) {
+        _simpleQueue.async([state = shared_from_this(), &lane] { lane.simpleFiles.retry(); });
+    }
 }
 
 /// Objects that are destroyed behind the last handler may still log: the process does not wait for the queues' threads
-/// any more, so the thread that logs writes. Not called with the delegate's mutex held.
+/// any more, so the thread that logs waits. Not called with the delegate's mutex held.
 void QLXLogController::State::writeIfEnding() {
     if (_isEnding.load()) {
-        runQueues();
+        finishQueues();
+    }
+}
+
+bool QLXLogController::State::isBusy() {
+    return _technicalQueue.isBusy() || _simpleQueue.isBusy();
+}
+
+/// Waits until the queues are empty, unless a write does not come back. A thread of its own does the work, since no
+/// other may be left.
+void QLXLogController::State::finishQueues() {
+    if (!isBusy() || _technicalQueue.isMine() || _simpleQueue.isMine() || _hasGivenUp.load()) {
+        return;
+    }
+    struct Work {
+        std::mutex mutex;
+        std::condition_variable hasEnded;
+        bool isDone = false;
+    };
+    const auto work = std::make_shared<Work>();
+    std::thread helper;
+    try {
+        helper = std::thread([state = shared_from_this(), work] {
+            state->_technicalQueue.help();
+            state->_simpleQueue.help();
+            const std::lock_guard lock(work->mutex);
+            work->isDone = true;
+            work->hasEnded.notify_all();
+        });
+    } catch (const std::system_error&) {
+        _technicalQueue.help();
+        _simpleQueue.help();
+        return;
+    }
+    // As long as lines come to their end the process waits for the next.
+    constexpr int kLooks = 8;
+    std::uint64_t finished = 0;
+    bool isDone = false;
+    for (int look = 0; look < kLooks && !isDone; ++look) {
+        const std::uint64_t now = _technicalQueue.finished() + _simpleQueue.finished();
+        if (std::exchange(finished, now) != now) {
+            look = 0;
+        }
+        std::unique_lock lock(work->mutex);
+        isDone = work->hasEnded.wait_for(lock, patienceAtEnd.load() / kLooks, [&work] { return work->isDone; });
+    }
+    if (isDone) {
+        helper.join();
+    } else {
+        _hasGivenUp.store(true);
+        helper.detach();
     }
 }
 
 void QLXLogController::State::waitForRemovals() {
-    std::unique_lock lock(_removalsMutex);
-    _removalDone.wait(lock, [this] { return _removals == 0; });
+    Lane& lane = _lanes.get();
+    std::unique_lock lock(lane.removalsMutex);
+    lane.removalDone.wait(lock, [&lane] { return lane.removals == 0; });
 }
 
 // On the queues
 
-void QLXLogController::State::writeTechnicalLine(const TechnicalLine& line) {
+void QLXLogController::State::writeTechnicalLine(Lane& lane, const TechnicalLine& line) {
     if (line.level > level()) {
         return;
     }
     const qlx::LocalTime time = qlx::services().get<qlx::TimeZone>().localTime(line.time);
-    const std::optional<std::string> folder = usableFolder();
+    const auto [folder, prefix] = usableFolderAndPrefix();
     std::optional<std::string> path;
     if (folder) {
-        path = qlx::log::pathInFolder(*folder, qlx::log::technicalFileName(prefix(), time));
+        path = qlx::log::pathInFolder(*folder, qlx::log::technicalFileName(prefix, time));
     }
-    const qlx::log::RepeatDecision decision = _repeats.take(path, line.message);
+    const qlx::log::RepeatDecision decision = lane.repeats.take(path, line.message);
     if (decision.isRepeat) {
         return;
     }
@@ -208,26 +340,37 @@ void QLXLogController::State::writeTechnicalLine(const TechnicalLine& line) {
     if (!path) {
         // Without a folder the former file is ended, and none is started.
         if (decision.repeatCount != 0) {
-            qlx::log::appendToFile(decision.previousPath, qlx::log::repeatLine(stamp, decision.repeatCount));
+            lane.technicalFiles.append(decision.previousPath, qlx::log::repeatLine(stamp, decision.repeatCount));
         }
         return;
     }
     std::string text;
     if (decision.startsFile) {
-        text = headOfNewFile(decision, stamp);
+        text = headOfNewFile(lane, decision, stamp);
     } else if (decision.repeatCount != 0) {
         text = qlx::log::repeatLine(stamp, decision.repeatCount);
     }
+    if (&lane != &_lanes.get()) {
+        return;  // The host has forked: the line is the parent's.
+    }
     text += qlx::log::messageLine(line.isProblem, stamp, line.message ? *line.message : qlx::log::kNoMessage);
-    if (qlx::log::appendToFile(path, text) == qlx::log::AppendResult::OpenFailed) {
+    switch (lane.technicalFiles.append(path, text)) {
+    case qlx::log::AppendResult::OpenFailed:
         reportFailedOpen(*folder, line.show);
+        break;
+    case qlx::log::AppendResult::WaitsFirst:
+        report(qlx::formatted("Error: Technical log could not be written to '%@'", folder), line.show);
+        break;
+    default:
+        break;
     }
 }
 
 /// Ends the former file, starts the removal of old ones, and gives what stands in front of the file's first message.
-std::string QLXLogController::State::headOfNewFile(const qlx::log::RepeatDecision& decision, const std::string& stamp) {
+std::string QLXLogController::State::headOfNewFile(Lane& lane, const qlx::log::RepeatDecision& decision,
+                                                   const std::string& stamp) {
     if (decision.repeatCount != 0) {
-        qlx::log::appendToFile(decision.previousPath, qlx::log::repeatLine(stamp, decision.repeatCount));
+        lane.technicalFiles.append(decision.previousPath, qlx::log::repeatLine(stamp, decision.repeatCount));
     }
     std::string initialMessage;
     if (const auto receiver = delegate(); receiver && receiver->initialLogMessage) {
@@ -239,21 +382,24 @@ std::string QLXLogController::State::headOfNewFile(const qlx::log::RepeatDecisio
     return initialMessage.empty() ? std::string() : qlx::log::initialLine(stamp, initialMessage);
 }
 
-void QLXLogController::State::writeSimpleLine(const std::string& message, const std::string& name) {
-    const std::optional<std::string> folder = usableFolder();
+void QLXLogController::State::writeSimpleLine(Lane& lane, const std::string& message, const std::string& name) {
+    const auto [folder, prefix] = usableFolderAndPrefix();
     if (!folder) {
         return;
     }
     const qlx::LocalTime time = qlx::services().get<qlx::TimeZone>().localTime(qlx::services().get<qlx::Clock>().now());
-    qlx::log::appendToFile(qlx::log::pathInFolder(*folder, qlx::log::simpleFileName(prefix(), time, name)),
-                           qlx::log::simpleLine(qlx::log::simpleStamp(time), message));
+    lane.simpleFiles.append(qlx::log::pathInFolder(*folder, qlx::log::simpleFileName(prefix, time, name)),
+                            qlx::log::simpleLine(qlx::log::simpleStamp(time), message));
 }
 
 void QLXLogController::State::reportFailedOpen(const std::string& folder, bool show) {
     if (!_reportsFailedOpen.exchange(false)) {
         return;
     }
-    const std::string text = qlx::formatted("Error: Failed to write technical logs to '%@'", folder);
+    report(qlx::formatted("Error: Failed to write technical logs to '%@'", folder), show);
+}
+
+void QLXLogController::State::report(const std::string& text, bool show) {
     printLine(text);
     if (const auto receiver = delegate(); receiver && receiver->displayLogWithInfoDict) {
         receiver->displayLogWithInfoDict(qlx::log::failureInfo(text, show));
@@ -261,37 +407,38 @@ void QLXLogController::State::reportFailedOpen(const std::string& folder, bool s
 }
 
 void QLXLogController::State::startRemoval() {
-    {
-        const std::lock_guard lock(_removalsMutex);
-        ++_removals;
-    }
     // Counted down when the task has run, and also when a queue refuses or drops it.
     struct Removal {
-        explicit Removal(std::shared_ptr<State> owner) : state(std::move(owner)) {}
+        Removal(std::shared_ptr<State> owner, Lane& ownersLane) : state(std::move(owner)), lane(ownersLane) {
+            const std::lock_guard lock(lane.removalsMutex);
+            ++lane.removals;
+        }
         ~Removal() {
-            const std::lock_guard lock(state->_removalsMutex);
-            --state->_removals;
-            state->_removalDone.notify_all();
+            if (&lane != &state->_lanes.get()) {
+                return;  // Forked: nobody waits.
+            }
+            const std::lock_guard lock(lane.removalsMutex);
+            --lane.removals;
+            lane.removalDone.notify_all();
         }
         Removal(const Removal&) = delete;
         Removal& operator=(const Removal&) = delete;
         std::shared_ptr<State> state;
+        Lane& lane;
     };
-    auto removal = std::make_shared<Removal>(shared_from_this());
-    qlx::services().get<qlx::BackgroundQueue>().async(
-        [removal = std::move(removal)] { removal->state->removeOldFiles(); });
+    auto removal = std::make_shared<Removal>(shared_from_this(), _lanes.get());
+    qlx::logWorkers().async([removal = std::move(removal)] { removal->state->removeOldFiles(); });
 }
 
 void QLXLogController::State::removeOldFiles() {
-    if (const std::optional<std::string> folder = usableFolder()) {
-        qlx::log::removeOldFiles(*folder, prefix());
+    const auto [folder, prefix] = usableFolderAndPrefix();
+    if (folder) {
+        qlx::log::removeOldFiles(*folder, prefix);
     }
 }
 
-std::optional<std::string> QLXLogController::State::usableFolder() const {
-    std::optional<std::string> result = folder();
-    if (result && result->empty()) {
-        result.reset();
-    }
-    return result;
+std::pair<std::optional<std::string>, std::string> QLXLogController::State::usableFolderAndPrefix() const {
+    const qlx::ForkedValuesLock lock;
+    const bool isUsable = _folder && !_folder->empty();
+    return {isUsable ? _folder : std::nullopt, _prefix};
 }

@@ -1,13 +1,14 @@
 // The controller's variables and the work on its queues.
 #pragma once
 
+#include "log/LogFile.h"
 #include "log/LogMessage.h"
 #include "log/RepeatCompression.h"
 #include "log/UserNotifications.h"
+#include "platform/Process.h"
+#include "platform/TaskQueue.h"
 
 #include <QLXClosedCaptionsUtilities/QLXLogController.h>
-#include <QLXClosedCaptionsUtilities/platform/Dispatch.h>
-#include <QLXClosedCaptionsUtilities/platform/Guarded.h>
 
 #include <atomic>
 #include <chrono>
@@ -18,8 +19,23 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+
+namespace qlx::log {
+
+/// How long the end of the process waits for a write that does not come back.
+inline constexpr std::chrono::milliseconds kPatienceAtEnd{2'000};
+
+/// Sets another one, for tests.
+void setPatienceAtEnd(std::chrono::milliseconds patience);
+
+}  // namespace qlx::log
 
 /// Shared with the queued work, so that a controller may go away before its lines are written.
+///
+/// A forked child goes on with the settings, the delegate and what is kept for it. Everything else belongs to the
+/// threads of one process, and the child has it anew: queues, locks, the file and its last message, what waits.
 class QLXLogController::State : public std::enable_shared_from_this<State> {
 public:
     State();
@@ -33,9 +49,9 @@ public:
 
     /// Runs what is queued, on the calling thread where no other has it in hand.
     void runQueues();
-    /// The process ends: runs what is queued, and from now on every thread writes what it logs.
+    /// The process ends: has what is queued written, and from now on every thread waits for what it logs.
     void end();
-    /// Runs what is queued once the process ends; a thread that logs calls it behind its last lock.
+    /// Has what is queued written once the process ends; a thread that logs calls it behind its last lock.
     void writeIfEnding();
     /// Waits for the removals of old files that have been started.
     void waitForRemovals();
@@ -44,19 +60,47 @@ public:
     void beginWith(std::optional<std::string> folder, std::int64_t level);
     void takeFolder(std::optional<std::string> folder);
     void takeLevel(std::int64_t level);
+    /// Takes the new value of one of the two settings; other keys are passed over.
+    void takeSetting(std::string_view key, const qlx::Value& value);
 
-    [[nodiscard]] std::string prefix() const { return _guard.load(_prefix); }
-    void setPrefix(std::string value) { _guard.store(_prefix, std::move(value)); }
-    [[nodiscard]] std::optional<std::string> folder() const { return _guard.load(_folder); }
-    void setFolder(std::optional<std::string> value) { _guard.store(_folder, std::move(value)); }
+    [[nodiscard]] std::string prefix() const { return load(_prefix); }
+    void setPrefix(std::string value) { store(_prefix, std::move(value)); }
+    [[nodiscard]] std::optional<std::string> folder() const { return load(_folder); }
+    void setFolder(std::optional<std::string> value) { store(_folder, std::move(value)); }
     [[nodiscard]] std::int64_t level() const { return _level.load(std::memory_order_relaxed); }
     void setLevel(std::int64_t value) { _level.store(value, std::memory_order_relaxed); }
     void setCanRemoveOldFiles(bool value) { _canRemoveOldFiles.store(value, std::memory_order_relaxed); }
 
-    [[nodiscard]] qlx::log::RepeatCompression& repeats() { return _repeats; }
+    [[nodiscard]] qlx::log::RepeatCompression& repeats() { return _lanes.get().repeats; }
     [[nodiscard]] qlx::log::UserNotifications& notifications() { return _notifications; }
 
 private:
+    /// What belongs to the threads of one process.
+    struct Lane {
+        /// Counts a message that is to wait in memory; false when there are too many.
+        [[nodiscard]] bool admit(std::size_t bytes);
+
+        /// Taken by a message on its way to the delegate or to the pending ones, and by a change of the delegate:
+        /// messages of a thread stay in order, and none falls between the old delegate and the new one. Never taken on
+        /// the queues.
+        std::mutex delegateMutex;
+
+        // What threads of their own use is kept apart from it, and from each other.
+        static constexpr std::size_t kApart = 64;
+        alignas(kApart) std::atomic<std::size_t> queuedBytes{0};  ///< Of the messages that wait in memory.
+
+        // Of the technical log's work
+        alignas(kApart) qlx::log::RepeatCompression repeats;
+        qlx::log::Appender technicalFiles;
+        // Of the simple logs' work
+        alignas(kApart) qlx::log::Appender simpleFiles;
+
+        std::mutex removalsMutex;
+        std::condition_variable removalDone;
+        std::size_t removals = 0;  ///< Started and not done.
+    };
+
+    struct Admission;
     struct TechnicalLine {
         std::chrono::system_clock::time_point time;
         std::optional<std::string> message;
@@ -65,41 +109,51 @@ private:
         bool show;
     };
 
-    [[nodiscard]] std::shared_ptr<QLXLogControllerDelegate> delegate() const { return _guard.load(_delegate).lock(); }
-    /// The folder, unless there is none or an empty one.
-    [[nodiscard]] std::optional<std::string> usableFolder() const;
+    [[nodiscard]] std::shared_ptr<QLXLogControllerDelegate> delegate() const { return load(_delegate).lock(); }
+    /// The folder, unless there is none or an empty one, and what the names of its files begin with.
+    [[nodiscard]] std::pair<std::optional<std::string>, std::string> usableFolderAndPrefix() const;
     void display(const qlx::log::Message& message, const QLXLogControllerDelegate& delegate);
     void keep(const qlx::log::Message& message);
     void notify(const qlx::log::Message& message);
-    void writeTechnicalLine(const TechnicalLine& line);
-    [[nodiscard]] std::string headOfNewFile(const qlx::log::RepeatDecision& decision, const std::string& stamp);
-    void writeSimpleLine(const std::string& message, const std::string& name);
+    void writeTechnicalLine(Lane& lane, const TechnicalLine& line);
+    [[nodiscard]] std::string headOfNewFile(Lane& lane, const qlx::log::RepeatDecision& decision,
+                                            const std::string& stamp);
+    void writeSimpleLine(Lane& lane, const std::string& message, const std::string& name);
     void startRemoval();
     void reportFailedOpen(const std::string& folder, bool show);
+    void report(const std::string& text, bool show);
+    [[nodiscard]] bool isBusy();
+    void retryWaiting();
+    void finishQueues();
 
-    /// Taken by a message on its way to the delegate or to the pending ones, and by a change of the delegate: messages
-    /// of a thread stay in order, and none falls between the old delegate and the new one. Never taken on the queues.
-    std::mutex _delegateMutex;
+    template <class T>
+    [[nodiscard]] T load(const T& member) const {
+        const qlx::ForkedValuesLock lock;
+        return member;
+    }
+    template <class T>
+    void store(T& member, T value) {
+        using std::swap;
+        const qlx::ForkedValuesLock lock;
+        swap(member, value);
+    }
+
+    // Guarded by the forked values' lock
     std::optional<std::deque<qlx::log::Message>> _pending{std::in_place};  ///< None once a delegate has been set.
-
-    qlx::Guarded _guard;
     std::weak_ptr<QLXLogControllerDelegate> _delegate;
     std::string _prefix;
     std::optional<std::string> _folder;
-    std::atomic<std::int64_t> _level{0};
-    std::mutex _changesMutex;      ///< Taken by a change of a setting.
     bool _hasTakenFolder = false;  ///< A change has come.
     bool _hasTakenLevel = false;   ///< The same.
+
+    std::atomic<std::int64_t> _level{0};
     std::atomic<bool> _reportsFailedOpen{true};
     std::atomic<bool> _canRemoveOldFiles{true};
     std::atomic<bool> _isEnding{false};
+    std::atomic<bool> _hasGivenUp{false};  ///< A write hangs at the end of the process.
 
-    qlx::log::RepeatCompression _repeats;
     qlx::log::UserNotifications _notifications;
-    qlx::SerialQueue _technicalQueue;
-    qlx::SerialQueue _simpleQueue;
-
-    std::mutex _removalsMutex;
-    std::condition_variable _removalDone;
-    std::size_t _removals = 0;  ///< Started and not done.
+    qlx::TaskQueue _technicalQueue;
+    qlx::TaskQueue _simpleQueue;
+    qlx::PerProcess<Lane> _lanes;
 };

@@ -1,13 +1,13 @@
 #include <QLXClosedCaptionsUtilities/QLXLogController.h>
 
 #include "log/LogState.h"
-#include "platform/Process.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
 #include <cstdlib>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -19,24 +19,33 @@ constexpr std::string_view kNewValueKey = "new";
 }  // namespace
 
 /// The observed settings, at the service where they were found.
-struct QLXLogController::Observations {
-    qlx::UserDefaults& defaults;
-    std::uint64_t folder;
-    std::uint64_t level;
+class QLXLogController::Observations {
+public:
+    explicit Observations(qlx::UserDefaults& defaults) : _defaults(defaults) {}
+    ~Observations() {
+        for (const std::uint64_t number : _numbers) {
+            _defaults.removeObserver(number);
+        }
+    }
+    Observations(const Observations&) = delete;
+    Observations& operator=(const Observations&) = delete;
+
+    void add(std::string_view key, const qlx::UserDefaults::Observer& observer) {
+        _numbers.reserve(_numbers.size() + 1);
+        _numbers.push_back(_defaults.addObserver(key, observer));
+    }
+
+private:
+    qlx::UserDefaults& _defaults;
+    std::vector<std::uint64_t> _numbers;
 };
 
 std::shared_ptr<QLXLogController> QLXLogController::sharedLogController() {
-    static std::int64_t creator = 0;
-    // Never destroyed: other objects may log while they are destroyed at exit.
+    // Never destroyed: other objects may log while they are destroyed at exit. A forked child writes what it has logged
+    // itself; what its parent has is the parent's.
     static const auto* const shared = [] {
         auto* const controller = new std::shared_ptr<QLXLogController>(std::make_shared<QLXLogController>());
-        creator = qlx::processIdentifier();
-        std::atexit([] {
-            // A forked child has none of the threads, and the parent writes the lines.
-            if (creator == qlx::processIdentifier()) {
-                sharedLogController()->_state->end();
-            }
-        });
+        std::atexit([] { sharedLogController()->_state->end(); });
         return controller;
     }();
     return *shared;
@@ -49,21 +58,22 @@ void QLXLogController::initialize() {
 QLXLogController::QLXLogController() : _state(std::make_shared<State>()) {
     initialize();
     qlx::UserDefaults& defaults = qlx::services().get<qlx::UserDefaults>();
-    const auto observer = [this](const std::string& key, const qlx::Value& value) {
-        observeValueForKeyPath_ofObject_change_context(key, nullptr, {{std::string(kNewValueKey), value}}, nullptr);
+    // A call may be under way when the controller goes away from within it.
+    const auto observer = [state = std::weak_ptr<State>(_state)](const std::string& key, const qlx::Value& value) {
+        if (const std::shared_ptr<State> held = state.lock()) {
+            held->takeSetting(key, value);
+        }
     };
     // Observed first, so that no change falls between reading and observing.
-    _observations.reset(new Observations{defaults, defaults.addObserver(QLXTechnicalLogFolderPathKey, observer),
-                                         defaults.addObserver(QLXTechnicalLogLevelKey, observer)});
+    _observations = std::make_unique<Observations>(defaults);
+    _observations->add(QLXTechnicalLogFolderPathKey, observer);
+    _observations->add(QLXTechnicalLogLevelKey, observer);
     _state->beginWith(defaults.value(QLXTechnicalLogFolderPathKey).stringValue(),
                       defaults.value(QLXTechnicalLogLevelKey).integerValue());
     checkForNotificationAuthorization();
 }
 
-QLXLogController::~QLXLogController() {
-    _observations->defaults.removeObserver(_observations->folder);
-    _observations->defaults.removeObserver(_observations->level);
-}
+QLXLogController::~QLXLogController() = default;
 
 std::optional<std::string> QLXLogController::applicationBundleName() const {
     return qlx::services().get<qlx::Application>().name();
@@ -147,12 +157,7 @@ void QLXLogController::observeValueForKeyPath_ofObject_change_context(std::strin
                                                                       const qlx::Dictionary& change,
                                                                       void* /*context*/) {
     const qlx::Value* const found = change.find(kNewValueKey);
-    const qlx::Value value = found ? *found : qlx::Value();
-    if (keyPath == QLXTechnicalLogFolderPathKey) {
-        _state->takeFolder(value.stringValue());
-    } else if (keyPath == QLXTechnicalLogLevelKey) {
-        _state->takeLevel(value.integerValue());
-    }
+    _state->takeSetting(keyPath, found ? *found : qlx::Value());
 }
 
 void QLXLogController::checkForNotificationAuthorization() {

@@ -18,6 +18,9 @@ using TimePoint = std::chrono::system_clock::time_point;
 
 constexpr mode_t kFilePermissions = 0664;
 
+/// What the last write of this thread took: write() itself can only say whether that was all.
+thread_local std::size_t takenByWrite = 0;
+
 struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
 };
@@ -62,8 +65,12 @@ LogFiles& LogFiles::defaultInstance() {
 int LogFiles::openForAppending(const char* path) {
     int descriptor = -1;
     do {
-        descriptor = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kFilePermissions);
+        descriptor = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, kFilePermissions);
     } while (descriptor < 0 && errno == EINTR);
+    if (descriptor >= 0) {
+        // Only a pipe without a reader was not to be waited for.
+        fcntl(descriptor, F_SETFL, O_APPEND);
+    }
     return descriptor;
 }
 
@@ -73,7 +80,13 @@ bool LogFiles::write(int descriptor, std::string_view bytes) {
         // An interrupted call has written nothing.
         written = ::write(descriptor, bytes.data(), bytes.size());
     } while (written < 0 && errno == EINTR);
+    takenByWrite = written > 0 ? static_cast<std::size_t>(written) : 0;
     return written == static_cast<ssize_t>(bytes.size());
+}
+
+std::size_t LogFiles::append(int descriptor, std::string_view bytes) {
+    takenByWrite = 0;
+    return write(descriptor, bytes) ? bytes.size() : takenByWrite;
 }
 
 void LogFiles::close(int descriptor) {

@@ -1,6 +1,9 @@
 // What the host sees: messages before and after the delegate, dictionaries, notifications.
 #include "LogFixture.h"
 
+#include <new>
+#include <stdexcept>
+
 using namespace qlxtest;
 
 namespace {
@@ -228,4 +231,68 @@ TEST_F(LogNotifications, DoNotWaitForACentreThatNeverAnswers) {
     const qlx::ScopedService<qlx::NotificationCenter> original(notificationCenter);
     log->displayNotificationWithTitle_message("title", "body");
     EXPECT_EQ(notificationCenter.posted.size(), 1U);
+}
+
+TEST_F(LogDelegate, LeavesNoObserverBehindAConstructorThatThrows) {
+    class CountingDefaults : public qlx::UserDefaults {
+    public:
+        std::uint64_t addObserver(std::string_view key, Observer observer) override {
+            if (added == mostAdded) {
+                throw std::bad_alloc();
+            }
+            ++added;
+            return UserDefaults::addObserver(key, std::move(observer));
+        }
+        void removeObserver(std::uint64_t number) override {
+            ++removed;
+            UserDefaults::removeObserver(number);
+        }
+        int added = 0;
+        int removed = 0;
+        int mostAdded = 2;
+    } counting;
+    const qlx::ScopedService<qlx::UserDefaults> scope(counting);
+    class ThrowingCenter : public qlx::NotificationCenter {
+    public:
+        void getAuthorizationStatus(std::function<void(qlx::AuthorizationStatus)> /*answer*/) override {
+            throw std::runtime_error("host");
+        }
+    } center;
+    {
+        const qlx::ScopedService<qlx::NotificationCenter> centerScope(center);
+        EXPECT_THROW(QLXLogController(), std::runtime_error);
+    }
+    EXPECT_EQ(counting.added, 2);
+    EXPECT_EQ(counting.removed, 2);
+    counting.added = 0;
+    counting.removed = 0;
+    counting.mostAdded = 1;
+    EXPECT_THROW(QLXLogController(), std::bad_alloc);
+    EXPECT_EQ(counting.removed, 1);
+    counting.setValue("technicalLogFolderPath", "/nowhere");
+    counting.setValue("technicalLogLevel", 5);
+    EXPECT_EQ(console.printed(), "");
+}
+
+TEST_F(LogDelegate, TakesNoSettingOnceItIsGone) {
+    // The last owner lets go from within a call of the controller's observer, which prints.
+    class Dropping : public SharedConsole {
+    public:
+        explicit Dropping(std::shared_ptr<QLXLogController>& log) : _log(log) {}
+        void print(std::string_view text) override {
+            SharedConsole::print(text);
+            _log.reset();
+        }
+
+    private:
+        std::shared_ptr<QLXLogController>& _log;
+    } dropping(log);
+    {
+        const qlx::ScopedService<qlx::Console> scope(dropping);
+        defaults.setValue("technicalLogLevel", 5);
+        defaults.setValue("technicalLogLevel", 6);
+    }
+    EXPECT_EQ(log, nullptr);
+    EXPECT_EQ(dropping.printed(), "New Technical Log level 5\n");
+    log = std::make_shared<QLXLogController>();
 }

@@ -1,7 +1,10 @@
 // The shared controller, and what it writes when its process ends. Each check runs in a child of the test.
 #include "LogFixture.h"
 
+#include "log/LogState.h"
+
 #include <cstdlib>
+#include <future>
 #include <thread>
 
 #include <sys/wait.h>
@@ -138,6 +141,49 @@ Host& startHost(int count) {
     std::exit(ended ? 0 : 1);
 }
 
+/// The process ends while a write does not come back.
+[[noreturn]] void exitWhileAWriteHangs() {
+    qlx::log::setPatienceAtEnd(std::chrono::milliseconds(8));
+    static std::promise<void> writing;
+    class HangingFiles : public qlx::LogFiles {
+    public:
+        bool write(int descriptor, std::string_view bytes) override {
+            if (bytes.find("hangs") != std::string_view::npos) {
+                writing.set_value();
+                while (true) {
+                    std::this_thread::sleep_for(std::chrono::hours(1));
+                }
+            }
+            return LogFiles::write(descriptor, bytes);
+        }
+    };
+    qlx::services().set<qlx::LogFiles>(new HangingFiles);
+    // Destroyed behind the log's own work: it does not wait once more.
+    struct Late {
+        ~Late() { QLXLogController::sharedLogController()->logMessage_level_show("late", 2, false); }
+    };
+    static const Late late;
+    startHost(kLines);
+    QLXLogController::sharedLogController()->waitUntilQueuesAreEmpty();
+    QLXLogController::sharedLogController()->logMessage_level_show("hangs", 2, false);
+    writing.get_future().wait();
+    std::exit(0);
+}
+
+/// A forked child writes what it has logged itself.
+[[noreturn]] void exitFromAChild() {
+    startHost(1);
+    QLXLogController::sharedLogController()->waitUntilQueuesAreEmpty();
+    const pid_t child = fork();
+    if (child == 0) {
+        QLXLogController::sharedLogController()->logMessage_level_show("child", 2, false);
+        std::exit(0);
+    }
+    int status = 0;
+    const bool ended = waitpid(child, &status, 0) == child && WIFEXITED(status);
+    std::exit(ended ? 0 : 1);
+}
+
 class LogExit : public testing::Test {
 protected:
     LogExit() {
@@ -173,4 +219,14 @@ TEST_F(LogExit, WritesWhenTheLogsOwnThreadEndsTheProcess) {
 TEST_F(LogExit, LeavesTheLinesOfAForkedChildToItsParent) {
     EXPECT_EXIT(forkAndExit(), testing::ExitedWithCode(0), "");
     EXPECT_EQ(written(), expectedLines());
+}
+
+TEST_F(LogExit, DoesNotWaitForAWriteThatHangs) {
+    EXPECT_EXIT(exitWhileAWriteHangs(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(written(), expectedLines());
+}
+
+TEST_F(LogExit, WritesWhatAForkedChildHasLogged) {
+    EXPECT_EXIT(exitFromAChild(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(written(), "\t" + kStamp + "\t\t0\r\n\t" + kStamp + "\t\tchild\r\n");
 }

@@ -134,20 +134,31 @@ TEST_F(LogReliability, SurvivesAReadOnlyFolder) {
     EXPECT_EQ(sundaysFile(), "\t" + kStamp + "\t\twritten\r\n");
 }
 
-TEST_F(LogReliability, SurvivesAFullDisk) {
+TEST_F(LogReliability, KeepsWhatAFullDiskDoesNotTake) {
     if (!std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "no device that is always full";
     }
+    std::vector<qlx::Dictionary> shown;
+    delegate->displayLogWithInfoDict = [&shown](const qlx::Dictionary& info) { shown.push_back(info); };
     useDelegate();
     const auto file = folder / "Player 2026-11-15.log";
     std::filesystem::create_symlink("/dev/full", file);
     write("first");
     write("second");
     log->waitUntilQueuesAreEmpty();
-    EXPECT_EQ(console.printed(), "");  // It could be opened; a write that fails is silent.
+    // Once an outage, as a file that cannot be opened.
+    const std::string text = "Error: Technical log could not be written to '" + folder.string() + "'";
+    EXPECT_EQ(console.printed(), text + "\n");
+    ASSERT_EQ(shown.size(), 1U);
+    EXPECT_EQ(shown[0].find("message")->stringValue(), text);
+    EXPECT_TRUE(shown[0].contains("sourceUniqueID"));
     std::filesystem::remove(file);
     write("third");
-    EXPECT_EQ(sundaysFile(), "\t" + kStamp + "\t\tthird\r\n");
+    std::string expected;
+    for (const char* message : {"first", "second", "third"}) {
+        expected += "\t" + kStamp + "\t\t" + message + "\r\n";
+    }
+    EXPECT_EQ(sundaysFile(), expected);
 }
 
 TEST_F(LogReliability, SurvivesAFolderThatGoesAwayAndComesBack) {

@@ -3,6 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
+#include <future>
 #include <latch>
 #include <map>
 #include <string_view>
@@ -234,4 +235,68 @@ TEST_F(LogThreads, WriteSimpleLogsAndReadProperties) {
         start = end + 1;
     }
     EXPECT_EQ(checkOrder(messages), allMessagesOfAllThreads());
+}
+
+TEST_F(LogThreads, NeverWriteALineBehindALaterOne) {
+    // Each reading is a second later than the one before, and what has read the clock lets the others go first.
+    class CountingClock : public qlx::Clock {
+    public:
+        std::chrono::system_clock::time_point now() override {
+            const std::int64_t reading = _reading++;
+            for (int turn = 0; turn < 3; ++turn) {
+                std::this_thread::yield();
+            }
+            return std::chrono::system_clock::time_point(std::chrono::seconds(kSundayNight + reading));
+        }
+
+    private:
+        std::atomic<std::int64_t> _reading{0};
+    } counting;
+    const qlx::ScopedService<qlx::Clock> scope(counting);
+    useDelegate();
+    onAllThreads([this](int) {
+        for (int number = 0; number < kMessages; ++number) {
+            log->writeStringToTechnicalLog_isProblem_logLevel_show("x" + std::to_string(number), false, 2, false);
+        }
+    });
+    const std::string file = sundaysFile();
+    std::string last;
+    for (std::size_t start = 0; start < file.size(); start = file.find('\n', start) + 1) {
+        const std::string stamp = file.substr(start, std::string_view("\t2026-11-15\t00:49:42").size());
+        ASSERT_LE(last, stamp);
+        last = stamp;
+    }
+}
+
+TEST_F(LogThreads, AreNotHeldUpByOtherWork) {
+    class TellingFiles : public qlx::LogFiles {
+    public:
+        void close(int descriptor) override {
+            LogFiles::close(descriptor);
+            if (!_isWritten.exchange(true)) {
+                written.set_value();
+            }
+        }
+        std::promise<void> written;
+
+    private:
+        std::atomic<bool> _isWritten{false};
+    } files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
+    // Reads that hang, more of them than there are threads.
+    std::promise<void> go;
+    const std::shared_future<void> gone = go.get_future().share();
+    std::latch done(16);
+    for (int read = 0; read < 16; ++read) {
+        qlx::services().get<qlx::BackgroundQueue>().async([gone, &done] {
+            gone.wait();
+            done.count_down();
+        });
+    }
+    useDelegate();
+    write("meanwhile");
+    files.written.get_future().wait();  // Nobody lends a hand: a log that waited for the reads would hang here.
+    EXPECT_EQ(contentOf(folder / "Player 2026-11-15.log"), "\t" + kStamp + "\t\tmeanwhile\r\n");
+    go.set_value();
+    done.wait();
 }

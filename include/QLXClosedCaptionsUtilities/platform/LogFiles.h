@@ -4,6 +4,7 @@
 #include <QLXClosedCaptionsUtilities/Export.h>
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,7 @@ public:
     [[nodiscard]] static LogFiles& defaultInstance();
 
     /// Opens the file at `path` for appending. A missing one is created with the permissions 0664, less what the
-    /// process's file mode mask takes away; a missing folder is not.
+    /// process's file mode mask takes away; a missing folder is not. A named pipe that nobody reads fails at once.
     /// @return Its descriptor, or -1.
     [[nodiscard]] virtual int openForAppending(const char* path);
 
@@ -32,6 +33,11 @@ public:
 
     /// Closes what openForAppending() gave.
     virtual void close(int descriptor);
+
+    /// Writes `bytes` with one write call, and gives how many of them the file took: what the log calls. The default
+    /// calls write(), for services that know no more. When that says false, it has taken what LogFiles::write() took of
+    /// them on this thread meanwhile, which may be nothing.
+    [[nodiscard]] virtual std::size_t append(int descriptor, std::string_view bytes);
 };
 
 /// Lists folders and removes what is in them. Any thread may call it.
