@@ -6,8 +6,10 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 namespace qlx {
 
@@ -38,21 +40,26 @@ std::string decimal(Number number) {
     return error == std::errc() ? std::string(digits.data(), end) : std::string();
 }
 
-template <class Entries>
-auto placeOf(Entries& entries, std::string_view key) {
-    return std::lower_bound(entries.begin(), entries.end(), key,
-                            [](const Dictionary::Entry& entry, std::string_view wanted) {
-                                return std::string_view(entry.key).compare(wanted) < 0;
-                            });
-}
+/// From this many entries on room is made in front of them for more than one at a time.
+constexpr std::size_t kManyEntries = 16;
 
 }  // namespace
 
 Dictionary::Dictionary() noexcept = default;
-Dictionary::Dictionary(const Dictionary& other) = default;
-Dictionary::Dictionary(Dictionary&& other) noexcept = default;
-Dictionary& Dictionary::operator=(const Dictionary& other) = default;
-Dictionary& Dictionary::operator=(Dictionary&& other) noexcept = default;
+Dictionary::Dictionary(const Dictionary& other) : _entries(other.begin(), other.end()) {}
+Dictionary::Dictionary(Dictionary&& other) noexcept
+    : _entries(std::move(other._entries)), _unused(std::exchange(other._unused, 0)) {}
+Dictionary& Dictionary::operator=(const Dictionary& other) {
+    return *this = Dictionary(other);
+}
+Dictionary& Dictionary::operator=(Dictionary&& other) noexcept {
+    if (this != &other) {
+        _entries = std::move(other._entries);
+        _unused = std::exchange(other._unused, 0);
+        other._entries.clear();
+    }
+    return *this;
+}
 Dictionary::~Dictionary() = default;
 
 Dictionary::Dictionary(std::initializer_list<Entry> entries) {
@@ -61,35 +68,67 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries) {
     }
 }
 
+/// The index in `_entries` of the first entry whose key is not before `key`.
+std::size_t Dictionary::placeOf(std::string_view key) const noexcept {
+    const Entry* const place = std::lower_bound(begin(), end(), key, [](const Entry& entry, std::string_view wanted) {
+        return std::string_view(entry.key).compare(wanted) < 0;
+    });
+    return static_cast<std::size_t>(place - _entries.data());
+}
+
 const Value* Dictionary::find(std::string_view key) const noexcept {
-    const auto place = placeOf(_entries, key);
-    return place != _entries.end() && place->key == key ? &place->value : nullptr;
+    const std::size_t place = placeOf(key);
+    return place != _entries.size() && _entries[place].key == key ? &_entries[place].value : nullptr;
 }
 
 void Dictionary::set(std::string_view key, Value value) {
-    const auto place = placeOf(_entries, key);
-    if (place != _entries.end() && place->key == key) {
-        place->value = std::move(value);
+    const std::size_t place = placeOf(key);
+    if (place != _entries.size() && _entries[place].key == key) {
+        _entries[place].value = std::move(value);
     } else {
-        _entries.insert(place, Entry{std::string(key), std::move(value)});
+        insert(place, Entry{std::string(key), std::move(value)});
     }
 }
 
+void Dictionary::insert(std::size_t place, Entry entry) {
+    if (place == _unused && _unused == 0 && _entries.size() >= kManyEntries) {
+        makeRoomInFront();
+        place = _unused;
+    }
+    const auto first = _entries.begin() + static_cast<std::ptrdiff_t>(_unused);
+    const auto here = _entries.begin() + static_cast<std::ptrdiff_t>(place);
+    if (_unused != 0 && here - first < _entries.end() - here) {
+        std::move(first, here, first - 1);
+        *(here - 1) = std::move(entry);
+        --_unused;
+    } else {
+        _entries.insert(here, std::move(entry));
+    }
+}
+
+/// As much room as there are entries: it is used up before they are moved again.
+void Dictionary::makeRoomInFront() {
+    std::vector<Entry> roomy(2 * _entries.size());
+    std::move(_entries.begin(), _entries.end(), roomy.begin() + static_cast<std::ptrdiff_t>(_entries.size()));
+    _unused = _entries.size();
+    _entries.swap(roomy);
+}
+
 bool Dictionary::erase(std::string_view key) {
-    const auto place = placeOf(_entries, key);
-    if (place == _entries.end() || place->key != key) {
+    const std::size_t place = placeOf(key);
+    if (place == _entries.size() || _entries[place].key != key) {
         return false;
     }
-    _entries.erase(place);
+    _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(place));
     return true;
 }
 
 std::size_t Dictionary::size() const noexcept {
-    return _entries.size();
+    return _entries.size() - _unused;
 }
 
 const Dictionary::Entry* Dictionary::begin() const noexcept {
-    return _entries.data();
+    return _entries.data() + _unused;
 }
 
 const Dictionary::Entry* Dictionary::end() const noexcept {
@@ -97,7 +136,7 @@ const Dictionary::Entry* Dictionary::end() const noexcept {
 }
 
 bool operator==(const Dictionary& left, const Dictionary& right) {
-    return left._entries == right._entries;
+    return std::equal(left.begin(), left.end(), right.begin(), right.end());
 }
 
 bool Value::isNumber() const noexcept {

@@ -6,6 +6,8 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
+#include <string>
 #include <vector>
 
 using qlx::Array;
@@ -144,4 +146,60 @@ TEST(AttributedString, JoinsRuns) {
     ASSERT_EQ(text.runs().size(), 3U);
     EXPECT_EQ(text.runs()[0].attributes, (Dictionary{{"size", 16.0}}));
     EXPECT_NE(text, qlx::AttributedString("one\ntwo", {}));
+}
+
+TEST(Dictionary, TakesKeysInAnyOrder) {
+    // Falling keys first: each of them in front of all others.
+    constexpr int kKeys = 100'000;
+    const auto key = [](int number) {
+        const std::string digits = std::to_string(number);
+        return std::string(6 - digits.size(), '0') + digits;
+    };
+    qlx::Dictionary falling;
+    for (int number = kKeys; number > 0; --number) {
+        falling.set(key(number), number);
+    }
+    qlx::Dictionary rising;
+    for (int number = 1; number <= kKeys; ++number) {
+        rising.set(key(number), number);
+    }
+    EXPECT_EQ(falling.size(), rising.size());
+    EXPECT_EQ(falling, rising);
+    EXPECT_TRUE(falling.erase(key(1)));
+    EXPECT_NE(falling, rising);
+    falling.set(key(1), 1);
+    const qlx::Dictionary copy = falling;
+    EXPECT_EQ(copy, rising);
+    qlx::Dictionary moved = std::move(falling);
+    EXPECT_EQ(moved, rising);
+    falling = {{"b", 2}, {"a", 1}};
+    EXPECT_EQ(falling, (qlx::Dictionary{{"a", 1}, {"b", 2}}));
+    falling = moved;
+    EXPECT_EQ(falling, rising);
+}
+
+TEST(Dictionary, StaysSortedWhateverComes) {
+    std::map<std::string, std::int64_t> expected;
+    qlx::Dictionary dictionary;
+    std::uint32_t state = 1;
+    for (int step = 0; step < 20'000; ++step) {
+        state = state * 1'664'525U + 1'013'904'223U;
+        const std::string key = std::to_string((state >> 8U) % 500);
+        if (state >> 30U == 0) {
+            EXPECT_EQ(dictionary.erase(key), expected.erase(key) == 1);
+        } else {
+            dictionary.set(key, step);
+            expected[key] = step;
+        }
+        if (step % 1'000 == 999) {
+            ASSERT_EQ(dictionary.size(), expected.size());
+            auto wanted = expected.begin();
+            for (const qlx::Dictionary::Entry& entry : dictionary) {
+                ASSERT_EQ(entry.key, wanted->first);
+                ASSERT_EQ(entry.value, qlx::Value(wanted->second));
+                ASSERT_EQ(dictionary.find(entry.key), &entry.value);
+                ++wanted;
+            }
+        }
+    }
 }

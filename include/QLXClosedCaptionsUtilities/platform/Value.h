@@ -45,7 +45,8 @@ public:
     /// Whether there is such a key.
     [[nodiscard]] bool contains(std::string_view key) const noexcept { return find(key) != nullptr; }
 
-    /// Stores `value` under `key`, replacing what stood there.
+    /// Stores `value` under `key`, replacing what stood there. Keys that come in order, rising or falling, take a time
+    /// that does not depend on how many there are; others make room between their neighbours.
     void set(std::string_view key, Value value);
 
     /// Removes `key`; false when it was not there.
@@ -64,7 +65,12 @@ public:
     friend QLX_EXPORT bool operator==(const Dictionary& left, const Dictionary& right);
 
 private:
+    [[nodiscard]] std::size_t placeOf(std::string_view key) const noexcept;
+    void insert(std::size_t place, Entry entry);
+    void makeRoomInFront();
+
     std::vector<Entry> _entries;
+    std::size_t _unused = 0;  ///< Empty entries at the beginning, into which those of smaller keys go.
 };
 
 /// Null, boolean, signed or unsigned 64-bit integer, double, text, byte buffer, array or dictionary.
