@@ -80,7 +80,13 @@ public:
         return _startTimeInSeconds.load(std::memory_order_relaxed);
     }
     /// Sets startTimeInSeconds().
-    void setStartTimeInSeconds(double value) noexcept { _startTimeInSeconds.store(value, std::memory_order_relaxed); }
+    void setStartTimeInSeconds(double value) noexcept {
+        // In this order for all threads: a packetizer that takes the record sees the time, or is told of it.
+        _startTimeInSeconds.store(value);
+        if (_isListed.load()) {
+            noteStartTimeChange();
+        }
+    }
 
     /// End of display, in seconds.
     [[nodiscard]] double endTimeInSeconds() const noexcept { return _endTimeInSeconds.load(std::memory_order_relaxed); }
@@ -134,14 +140,21 @@ public:
 private:
     friend class QLXSRTFileReader;
     friend class QLXSTLFileReader;
+    friend class QLXSubtitlesPacketizer;
 
     using Lines = std::vector<std::shared_ptr<QLXSubtitleTextLine>>;
 
     static void placeLines(const Lines& lines, std::int32_t subtitleMode);
 
+    // A list sorted by start time is still in order as long as no record of any list has been given another one.
+    static void noteStartTimeChange() noexcept;
+    [[nodiscard]] static std::uint64_t startTimeChanges() noexcept;
+    void enterList() noexcept;
+
     std::atomic<std::uint64_t> _index{0};
     std::atomic<std::int32_t> _subtitleMode{0};
     std::atomic<bool> _isValid{false};
+    std::atomic<bool> _isListed{false};  ///< It is, or has been, in a packetizer's list.
     Lines _subtitleLines;
     std::atomic<double> _startTimeInSeconds{0.0};
     std::atomic<double> _endTimeInSeconds{0.0};

@@ -43,6 +43,7 @@ public:
     /// Replaces the list. Null entries are left out.
     void setSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records);
     /// Adds to the list, which is then sorted by start time; equal starts keep the order in which they were added.
+    /// Records that come in order, one at a time, do not make the list be sorted again.
     void addSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records);
     /// Empties the list.
     void deleteSubtitleRecords();
@@ -233,6 +234,7 @@ private:
     };
     [[nodiscard]] std::uint16_t takePacketCounter() noexcept;
     [[nodiscard]] FieldBlocks takeQueuedBlocks();
+    static void enterList(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records);
     [[nodiscard]] qlx::Data startTeletextOutput(const std::shared_ptr<QLXSubtitleRecord>& subtitle);
 
     /// Lets one thread at a time change or copy the list; taken before the other, and never by a frame.
@@ -240,6 +242,7 @@ private:
     /// Guards the list and the position in it; held for a look or a swap, so that a frame never waits for a sort.
     mutable std::mutex _recordsMutex;
     std::vector<std::shared_ptr<QLXSubtitleRecord>> _subtitleRecords;
+    std::uint64_t _sortedAtTimeChange = 0;  ///< With this count of changed start times the list was put in order.
     std::shared_ptr<QLXSubtitleRecord> _liveSubtitleRecordToDisplay;
     std::uint64_t _currentSubtitleRecordIndex = 0;
     std::shared_ptr<QLXSubtitleRecord> _lastSubtitleRecord;

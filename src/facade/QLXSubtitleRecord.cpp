@@ -11,6 +11,8 @@
 
 namespace {
 
+constinit std::atomic<std::uint64_t> changesOfStartTimes{0};
+
 /// The value under `key`; null when it is missing or a JSON null.
 const qlx::Value* valueIn(const qlx::Dictionary& dictionary, std::string_view key) {
     const qlx::Value* const value = dictionary.find(key);
@@ -93,6 +95,20 @@ qlx::Dictionary QLXSubtitleRecord::JSONDictionary() const {
             {std::string(QLXSubtitleRecordEndTimeInSecondsKey), end},
             {std::string(QLXSubtitleRecordEndTimecodeKey), SRTTimecodeFromSeconds(end)},
             {std::string(QLXSubtitleRecordTextLinesKey), std::move(lines)}};
+}
+
+void QLXSubtitleRecord::noteStartTimeChange() noexcept {
+    changesOfStartTimes.fetch_add(1);
+}
+
+std::uint64_t QLXSubtitleRecord::startTimeChanges() noexcept {
+    return changesOfStartTimes.load();
+}
+
+void QLXSubtitleRecord::enterList() noexcept {
+    _isListed.store(true);
+    // What is read from now on is the time of before this, or a change that has been counted.
+    static_cast<void>(_startTimeInSeconds.load());
 }
 
 std::shared_ptr<QLXSubtitleRecord> QLXSubtitleRecord::copyWithZone() const {

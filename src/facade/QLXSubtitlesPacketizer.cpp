@@ -6,6 +6,7 @@
 #include "subtitles/SubtitleMode.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <limits>
@@ -22,8 +23,9 @@ double startOf(const std::shared_ptr<QLXSubtitleRecord>& record) noexcept {
     return record->startTimeInSeconds();
 }
 
-/// True when the records of `list` and then those of `added` stand in order; null entries of `added` count for nothing.
-bool areInOrder(const Records& list, const Records& added) noexcept {
+/// True when the records of `list` from `first` on and then those of `added` stand in order; null entries of `added`
+/// count for nothing.
+bool areInOrder(const Records& list, std::size_t first, const Records& added) noexcept {
     double last = -std::numeric_limits<double>::infinity();
     const auto follows = [&last](const std::shared_ptr<QLXSubtitleRecord>& record) {
         if (!record) {
@@ -32,7 +34,8 @@ bool areInOrder(const Records& list, const Records& added) noexcept {
         const double start = startOf(record);
         return !qlx::playout::isEarlier(start, std::exchange(last, start));
     };
-    return std::all_of(list.begin(), list.end(), follows) && std::all_of(added.begin(), added.end(), follows);
+    return std::all_of(list.begin() + static_cast<std::ptrdiff_t>(first), list.end(), follows) &&
+           std::all_of(added.begin(), added.end(), follows);
 }
 
 void appendRecords(Records& list, const Records& records) {
@@ -59,25 +62,41 @@ std::vector<std::shared_ptr<QLXSubtitleRecord>> QLXSubtitlesPacketizer::subtitle
     return _subtitleRecords;
 }
 
+void QLXSubtitlesPacketizer::enterList(const Records& records) {
+    for (const std::shared_ptr<QLXSubtitleRecord>& record : records) {
+        if (record) {
+            record->enterList();
+        }
+    }
+}
+
 // A new list is made, and the old one destroyed, while frames go on with the old one.
 
 void QLXSubtitlesPacketizer::setSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records) {
     Records list;
     appendRecords(list, records);
+    enterList(list);
+    const std::uint64_t timeChanges = QLXSubtitleRecord::startTimeChanges();
     qlx::playout::sortByStart(list, startOf);
     const std::lock_guard changes(_changesMutex);
     const std::lock_guard lock(_recordsMutex);
     _subtitleRecords.swap(list);
+    _sortedAtTimeChange = timeChanges;
 }
 
 void QLXSubtitlesPacketizer::addSubtitleRecords(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records) {
     Records list;
+    enterList(records);
     const std::lock_guard changes(_changesMutex);
-    // Always the whole list: the times of records that are in it may have been changed since.
-    if (areInOrder(_subtitleRecords, records)) {
+    const std::uint64_t timeChanges = QLXSubtitleRecord::startTimeChanges();
+    // The times of records that are in the list may have been changed since: then all of them are looked at, else the
+    // last one.
+    const bool isSorted = !_subtitleRecords.empty() && _sortedAtTimeChange == timeChanges;
+    if (areInOrder(_subtitleRecords, isSorted ? _subtitleRecords.size() - 1 : 0, records)) {
         const std::lock_guard lock(_recordsMutex);
         std::copy_if(records.begin(), records.end(), std::back_inserter(_subtitleRecords),
                      [](const std::shared_ptr<QLXSubtitleRecord>& record) { return record != nullptr; });
+        _sortedAtTimeChange = timeChanges;
         return;
     }
     list.reserve(_subtitleRecords.size() + records.size());
@@ -86,6 +105,7 @@ void QLXSubtitlesPacketizer::addSubtitleRecords(const std::vector<std::shared_pt
     qlx::playout::sortByStart(list, startOf);
     const std::lock_guard lock(_recordsMutex);
     _subtitleRecords.swap(list);
+    _sortedAtTimeChange = timeChanges;
 }
 
 void QLXSubtitlesPacketizer::deleteSubtitleRecords() {

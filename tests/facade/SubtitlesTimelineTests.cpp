@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -112,6 +113,46 @@ TEST(SubtitlesPacketizer, SortsAgainWhenTimesWereChanged) {
     EXPECT_EQ(packetizer->subtitleRecords(), (Records{one, two}));
     packetizer->addSubtitleRecords({});
     EXPECT_EQ(packetizer->subtitleRecords(), (Records{two, one}));
+}
+
+TEST(SubtitlesPacketizer, TakesManyRecordsInOrderOneByOne) {
+    // Each as a host makes it: its times are set right before it is added. What is in the list is not looked at again.
+    constexpr int kMany = 100'000;
+    const auto packetizer = makePacketizer();
+    Records expected;
+    for (int index = 0; index < kMany; ++index) {
+        expected.push_back(makeRecord(0, 0));
+        expected.back()->setStartTimeInSeconds(index / 2);
+        packetizer->addSubtitleRecords({expected.back()});
+    }
+    EXPECT_EQ(packetizer->subtitleRecords(), expected);
+    // A change is seen by the next call, whichever it is of.
+    expected[1]->setStartTimeInSeconds(kMany);
+    const auto last = makeRecord(kMany, 0);
+    packetizer->addSubtitleRecords({last});
+    std::rotate(expected.begin() + 1, expected.begin() + 2, expected.end());
+    expected.push_back(last);
+    EXPECT_EQ(packetizer->subtitleRecords(), expected);
+    expected[0]->setStartTimeInSeconds(kMany);
+    packetizer->addSubtitleRecords({});
+    std::rotate(expected.begin(), expected.begin() + 1, expected.end() - 2);
+    EXPECT_EQ(packetizer->subtitleRecords(), expected);
+}
+
+TEST(SubtitlesPacketizer, SeesTheChangesOfOtherListsRecords) {
+    const auto one = makeRecord(1, 2);
+    const auto two = makeRecord(2, 3);
+    const auto first = makePacketizer({one, two});
+    const auto second = makePacketizer({one, two});
+    two->setStartTimeInSeconds(0);
+    first->addSubtitleRecords({});
+    second->addSubtitleRecords({});
+    EXPECT_EQ(first->subtitleRecords(), (Records{two, one}));
+    EXPECT_EQ(second->subtitleRecords(), (Records{two, one}));
+    first->deleteSubtitleRecords();
+    one->setStartTimeInSeconds(-1);
+    first->addSubtitleRecords({two, one});
+    EXPECT_EQ(first->subtitleRecords(), (Records{one, two}));
 }
 
 TEST(SubtitlesPacketizer, PutsStartsThatAreNotNumbersLast) {
