@@ -28,8 +28,9 @@ bool isBlank(const screen::Cell& cell) noexcept {
 /// Finds a place for all rows of a caption.
 class Layout {
 public:
-    Layout(const Caption& caption, FindingSink* findings, std::uint64_t offset)
-        : _caption(caption), _findings(findings), _offset(offset) {
+    /// `isText`: its rows stand where the cursor is.
+    Layout(const Caption& caption, FindingSink* findings, std::uint64_t offset, bool isText = false)
+        : _caption(caption), _findings(findings), _offset(offset), _isText(isText) {
         for (std::size_t source = 0; source < caption.rows.size(); ++source) {
             breakRow(source);
         }
@@ -66,6 +67,7 @@ private:
     const Caption& _caption;
     FindingSink* _findings;
     std::uint64_t _offset;
+    bool _isText;
     std::array<PlacedPiece, kGreatestCaptionRows> _pieces{};
     std::size_t _count = 0;
 };
@@ -156,7 +158,7 @@ void Layout::placeRollUp() {
 
 /// Of roll-up captions only the last row has a place that is asked for.
 void Layout::reportMove(const PlacedPiece& piece, bool isLast) const {
-    const bool hasAskedRow = _caption.style != CaptionStyle::RollUp || isLast;
+    const bool hasAskedRow = !_isText && (_caption.style != CaptionStyle::RollUp || isLast);
     const bool isElsewhere = (hasAskedRow && piece.row != piece.askedRow) || piece.column != piece.askedColumn;
     if (piece.continues || isElsewhere) {
         add(FindingCode::Cea608RowMoved, placeOf(_caption.rows[piece.source].row, piece.first),
@@ -185,19 +187,21 @@ void encodeText(const TextMessage& text, const EncodeOptions& options, std::vect
     PairBuilder out(pairs, text.channel, options.doublesCodes);
     out.control(text.restarts ? Control::TextRestart : Control::ResumeTextDisplay);
     RowEncoder encoder(out, findings, options.findingsOffset);
-    bool isAtTop = text.restarts;
+    // Receivers pass over the row of a preamble in text; for any that does not, it is the one where the cursor is.
+    std::size_t line = text.restarts ? 0 : kRows;
     for (const CaptionRow& row : text.rows) {
-        // Text has one row after the other, as roll-up captions have.
         Caption one{.style = CaptionStyle::RollUp, .rows = {row}};
-        one.rows.front().row = kRows;
-        const Layout pieces(one, findings, options.findingsOffset);
+        one.rows.front().row = static_cast<std::uint8_t>(std::min(line + 1, kRows));
+        const Layout pieces(one, findings, options.findingsOffset, true);
         for (std::size_t index = 0; index < std::max<std::size_t>(pieces.size(), 1); ++index) {
-            if (!isAtTop) {
+            if (line > 0) {
                 out.control(Control::CarriageReturn);
             }
-            isAtTop = false;
+            line = std::min(line + 1, kRows);
             if (index < pieces.size()) {
-                encoder.encode(pieces[index]);
+                Piece piece = pieces[index];
+                piece.row = static_cast<std::uint8_t>(line);
+                encoder.encode(piece);
             }
         }
     }

@@ -42,6 +42,8 @@ std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t sec
         _open = kNone;
         if (isSecondSound && isType(second & 0x7FU)) {
             begin(code, second & 0x7FU, findings, place);
+        } else if (findings != nullptr) {
+            findings->add({FindingCode::Cea608XdsDamaged, Severity::Error, place, code << 8U | second, 0});
         }
         return std::nullopt;
     }

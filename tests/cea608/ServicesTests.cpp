@@ -36,14 +36,14 @@ TEST(Text, IsSentBehindItsCodes) {
     writer.addText({.start = 3, .channel = kT2, .rows = {{1, 0, cellsOf(U"Hi")}, {1, 4, {}}, {1, 4, cellsOf(U"yo")}}});
     writer.addText({.start = 0, .channel = kT2, .restarts = false, .rows = {{1, 0, cellsOf(U"on")}}});
     // TR, a preamble, CR for the row that stays blank, CR, a preamble of column 4; then RTD, and CR.
-    EXPECT_EQ(sentPairs(writer, 1, 60), "3: 1c2a 1c60 4869 1c2d 1c2d 1c2d 1c2d 1c72 796f 1c2b 1c2d 1c60 6f6e");
+    EXPECT_EQ(sentPairs(writer, 1, 60), "3: 1c2a 1940 4869 1c2d 1c2d 1c2d 1c2d 1a52 796f 1c2b 1c2d 1c60 6f6e");
     EXPECT_TRUE(writer.isDone());
 }
 
 TEST(Text, GoesOnBehindCaptions) {
     Writer writer(FrameRate::Fps2997, {.doublesCodes = false});
     writer.addText({.channel = kT3, .rows = {{1, 0, cellsOf(U"abcdefgh")}}});
-    EXPECT_EQ(sentPairs(writer, 2, 3), "0: 152a 1460 6162");
+    EXPECT_EQ(sentPairs(writer, 2, 3), "0: 152a 1140 6162");
     ASSERT_TRUE(writer.add(
         {.start = 8, .end = 10, .channel = kCC3, .style = CaptionStyle::PopOn, .rows = {{15, 0, cellsOf(U"Hi")}}}));
     EXPECT_EQ(sentPairs(writer, 2, 20), "3: 1520 152e 1460 4869\n8: 152f\n10: 152c 152b 6364 6566 6768");

@@ -141,6 +141,8 @@ TEST(XdsPackets, SayWhatIsWrong) {
     }
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0].code, FindingCode::Cea608XdsDamaged);
+    // Without its type nobody knows which packet goes on.
+    EXPECT_EQ(with(0, {0x01, 0x00}).findings, (Codes{FindingCode::Cea608XdsDamaged, FindingCode::Cea608XdsNotBegun}));
 }
 
 TEST(XdsPackets, OfManyKindsAreKeptWhileTheyAreInterrupted) {

@@ -88,7 +88,8 @@ struct EncodeOptions {
 [[nodiscard]] QLX_EXPORT Code textCode(Channel channel) noexcept;
 
 /// Appends the pairs of a text: TR or RTD, then its rows, each but the first one behind TR with CR in front of it. Rows
-/// are encoded as those of captions. A row of a finding's place is 15 for all of them.
+/// are encoded as those of captions. The row of a finding's place is that of the box,
+/// 15 from there on and behind RTD.
 QLX_EXPORT void encodeText(const TextMessage& text, const EncodeOptions& options, std::vector<CodePair>& pairs,
                            FindingSink* findings = nullptr);
 
