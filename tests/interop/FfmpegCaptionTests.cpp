@@ -1,0 +1,202 @@
+// Pop-on captions of CC1 and CC3 as the writer sends them, read by a decoder that is not from here: FFmpeg's.
+//
+// Judged are the frames from which and up to which a caption is shown, and place and text of its rows. That decoder reads
+// the first channel of a field, no text mode and no extended data. Colours and italics are libzvbi's to judge, and
+// backgrounds nobody's. Braces and the backslash are markup in what it gives back, a dash, a bullet and an opening
+// quotation mark are others there, a special character beside its like is one, and the code of black letters takes a
+// column more: these are not asked for.
+#include <gtest/gtest.h>
+
+#ifdef QLX_HAVE_FFMPEG
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
+}
+
+#include "tests/cea608/RandomCaptions.h"
+
+#include <qlx/base/utf8.h>
+#include <qlx/cea608/writer.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qlxtest;
+
+/// A caption as text: frames, and rows.
+struct Shown {
+    std::int64_t start = 0;
+    std::int64_t end = 0;
+    std::string rows;
+
+    friend bool operator==(const Shown&, const Shown&) = default;
+    friend void PrintTo(const Shown& shown, std::ostream* out) {
+        *out << shown.start << " to " << shown.end << ": " << shown.rows;
+    }
+};
+
+struct DeleteContext {
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+
+struct DeletePacket {
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+
+class Judge {
+public:
+    explicit Judge(Channel channel) : _field(channel.field) {
+        _context->pkt_timebase = {1001, 30000};
+        EXPECT_EQ(av_opt_set_int(_context->priv_data, "data_field", _field - 1, 0), 0);
+        EXPECT_EQ(avcodec_open2(_context.get(), _context->codec, nullptr), 0);
+    }
+
+    void take(std::int64_t frame, const Pair& pair) {
+        std::array<std::uint8_t, 3 + AV_INPUT_BUFFER_PADDING_SIZE> data{static_cast<std::uint8_t>(0xFB + _field),
+                                                                        pair.first, pair.second};
+        _packet->data = data.data();
+        _packet->size = 3;
+        _packet->pts = frame;
+        AVSubtitle subtitle{};
+        int isGot = 0;
+        ASSERT_GE(avcodec_decode_subtitle2(_context.get(), &subtitle, &isGot, _packet.get()), 0);
+        if (isGot == 0) {
+            return;
+        }
+        const double start = static_cast<double>(subtitle.pts) / AV_TIME_BASE;
+        Shown one{frameOf(start), frameOf(start + subtitle.end_display_time / 1000.0), {}};
+        for (unsigned index = 0; index < subtitle.num_rects; ++index) {
+            one.rows += rowsOf(subtitle.rects[index]->ass);
+        }
+        shown.push_back(one);
+        avsubtitle_free(&subtitle);
+    }
+
+    std::vector<Shown> shown;
+
+private:
+    /// Of an event: eight fields, then rows with `\\N` between, `\\h` for a space, markup in braces, and where each row is in
+    /// a picture of 384 by 288 whose rows are 0.0533 of its height and whose columns 0.025 of its width.
+    static std::string rowsOf(std::string event) {
+        for (int field = 0; field < 8; ++field) {
+            event.erase(0, event.find(',') + 1);
+        }
+        std::string rows;
+        event += "\\N";
+        for (std::size_t end = event.find("\\N"); end != std::string::npos; end = event.find("\\N")) {
+            std::string row = event.substr(0, end);
+            event.erase(0, end + 2);
+            int x = 0;
+            int y = 0;
+            const std::size_t place = row.find("\\pos(");
+            EXPECT_TRUE(place != std::string::npos && std::sscanf(row.c_str() + place, "\\pos(%d,%d)", &x, &y) == 2)
+                << row;
+            for (std::size_t open = row.find('{'); open != std::string::npos; open = row.find('{')) {
+                row.erase(open, row.find('}') - open + 1);
+            }
+            std::size_t column = static_cast<std::size_t>(std::lround((x + 0.5 - 38.4) / 9.6));
+            for (std::size_t space = row.find("\\h"); space != std::string::npos; space = row.find("\\h")) {
+                row.replace(space, 2, " ");
+            }
+            const std::size_t first = row.find_first_not_of(' ');
+            row.erase(row.find_last_not_of(' ') + 1);
+            column += first;
+            rows += std::to_string(std::lround((y + 0.5 - 28.8) / 15.35) + 1) + "/" + std::to_string(column) + " " +
+                    row.substr(first) + "\n";
+        }
+        return rows;
+    }
+
+    static std::int64_t frameOf(double seconds) { return std::lround(seconds * 30000 / 1001); }
+
+    int _field;
+    std::unique_ptr<AVCodecContext, DeleteContext> _context{
+        avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_EIA_608))};
+    std::unique_ptr<AVPacket, DeletePacket> _packet{av_packet_alloc()};
+};
+
+constexpr std::u32string_view kOtherThere = U"{}\\\u2018\u2014\u2022";
+
+/// The rows of a caption as they are expected.
+std::vector<CaptionRow> judgedRows(Random& random) {
+    std::vector<CaptionRow> rows = fittingRows(random);
+    for (CaptionRow& row : rows) {
+        char32_t before = 0;
+        for (Cell& cell : row.cells) {
+            const bool isOther = kOtherThere.find(cell.character) != std::u32string_view::npos;
+            cell.character = isOther || (cell.character != U' ' && cell.character == before) ? U'x' : cell.character;
+            before = cell.character;
+            cell.foreground = cell.foreground == Color::Black ? Color::Yellow : cell.foreground;
+        }
+    }
+    return rows;
+}
+
+/// `3/6 Hello`: row, column, text.
+std::string textOf(const CaptionRow& row) {
+    std::size_t first = 0;
+    while (!row.cells[first].hasText()) {
+        ++first;
+    }
+    std::string text;
+    for (std::size_t index = first; index < row.cells.size(); ++index) {
+        const char32_t character = row.cells[index].character;
+        qlx::appendUtf8(text, character == U'\'' ? U'\u2019' : character);
+    }
+    text.erase(text.find_last_not_of(' ') + 1);
+    return std::to_string(row.row) + "/" + std::to_string(row.column + first) + " " + text + "\n";
+}
+
+/// Captions that follow at once, or behind a gap.
+void expectToBeRead(Channel channel) {
+    Random random(channel.field);
+    Writer writer(qlx::FrameRate::Fps2997);
+    Judge judge(channel);
+    qlx::Findings findings;
+    std::vector<Shown> expected;
+    for (std::size_t count = 1; count <= 150; ++count) {
+        constexpr std::uint64_t kPeriod = 600;
+        Caption caption{.start = count * kPeriod, .channel = channel, .rows = judgedRows(random)};
+        caption.end = caption.start + (isTrue(random, 50) ? kPeriod : 50 + below(random, 500));
+        expected.push_back({static_cast<std::int64_t>(caption.start), static_cast<std::int64_t>(caption.end), {}});
+        for (const CaptionRow& row : caption.rows) {
+            expected.back().rows += textOf(row);
+        }
+        ASSERT_TRUE(writer.add(caption, &findings));
+    }
+    while (!writer.isDone()) {
+        const auto frame = static_cast<std::int64_t>(writer.frame());
+        const FramePairs pairs = writer.next(&findings);
+        judge.take(frame, (channel.field == 1 ? pairs.field1 : pairs.field2).value_or(kNullPair));
+    }
+    EXPECT_TRUE(findings.empty()) << findings[0].text();
+    ASSERT_EQ(judge.shown.size(), expected.size());
+    for (std::size_t index = 0; index < expected.size(); ++index) {
+        ASSERT_EQ(judge.shown[index], expected[index]) << "caption " << index;
+    }
+}
+
+TEST(FfmpegCaptions, OfChannel1AreReadAsWritten) {
+    expectToBeRead(kCC1);
+}
+
+TEST(FfmpegCaptions, OfChannel3AreReadAsWritten) {
+    expectToBeRead(kCC3);
+}
+
+}  // namespace
+
+#else
+
+TEST(FfmpegCaptions, OfChannel1AreReadAsWritten) {
+    GTEST_SKIP() << "FFmpeg's libraries are missing: install libavcodec-dev and configure again";
+}
+
+#endif
