@@ -1,6 +1,7 @@
 // Everything that can be wrong in a section of ANSI/SCTE 35, provoked once and compared wholly.
 #include "Scte35Bytes.h"
 
+#include <algorithm>
 #include <array>
 #include <map>
 
@@ -115,6 +116,40 @@ TEST(Scte35Findings, NameADescriptorThatIsTooLong) {
     EXPECT_TRUE(findingsOf(sectionOf("00", "80 fe" + data)).empty());
     EXPECT_EQ(findingsOf(sectionOf("00", "80 ff" + data + "00")),
               (FindingList{{FindingCode::ScteDescriptorTooLong, kWarning, 17, 255, 254}}));
+}
+
+TEST(Scte35Findings, NameEveryDescriptorThatEndsTooEarly) {
+    // The data of each descriptor, and the sizes at which it is whole: a segmentation descriptor also without
+    // sub-segments.
+    struct Whole {
+        unsigned tag;
+        std::string data;
+        std::vector<std::size_t> sizes;
+    };
+    const std::vector<Whole> descriptors{{0, "43554549 00000135", {8}},
+                                         {1, "43554549 05 5f 3132", {8}},
+                                         {2, "43554549 00000001 7f bf 00 00 34 00 00 01 02", {15, 17}},
+                                         {3, "43554549 000060000000 00000001 0025", {16}},
+                                         {4, "43554549 1f 01 656e67 10", {10}}};
+    for (const Whole& whole : descriptors) {
+        const Bytes data = fromHex(whole.data);
+        for (std::size_t size = 0; size <= data.size(); ++size) {
+            const Bytes descriptor{static_cast<std::uint8_t>(whole.tag), static_cast<std::uint8_t>(size)};
+            const FindingList findings =
+                findingsOf(sectionOf("00", toHex(descriptor) + toHex(std::span(data).first(size))));
+            if (std::count(whole.sizes.begin(), whole.sizes.end(), size) > 0) {
+                EXPECT_TRUE(findings.empty()) << whole.tag << ' ' << size;
+            } else if (size > whole.sizes.front()) {
+                EXPECT_EQ(findings, (FindingList{{FindingCode::ScteBytesBehindDescriptor, kWarning,
+                                                  18 + whole.sizes.front(), whole.tag, 1}}));
+            } else {
+                const std::size_t behind = size < 4 ? size : size - 4;
+                EXPECT_EQ(findings, (FindingList{{FindingCode::ScteDescriptorTooShort, kWarning, 18, whole.tag,
+                                                  static_cast<std::int64_t>(behind)}}))
+                    << whole.tag << ' ' << size;
+            }
+        }
+    }
 }
 
 TEST(Scte35Findings, NameAUpidThatIsNotAsLongAsItsType) {

@@ -132,7 +132,12 @@ TEST(Scte35, ReadsAndWritesTheHeader) {
     // Both indicators, sap_type 1, version 2, algorithm 5 with nothing encrypted, an adjustment of 33 bits, tier 123h.
     Bytes bytes = fromHex("fc d000 02 0b23456789 07 123 000 00 0000 00000000");
     close(bytes);
-    const SpliceInfoSection section = rightSection(bytes);
+    const ReadSection read = readSection(bytes);
+    ASSERT_TRUE(read.section);
+    EXPECT_EQ(read.findings, (FindingList{{FindingCode::ScteSectionIndicatorSet, Severity::Warning, 1, 3, 0},
+                                          {FindingCode::ScteProtocolVersionUnknown, Severity::Warning, 3, 2, 0}}));
+    const SpliceInfoSection& section = *read.section;
+    EXPECT_EQ(writtenSection(section), bytes);
     SpliceInfoSection expected;
     expected.sectionSyntaxIndicator = true;
     expected.privateIndicator = true;
