@@ -134,26 +134,34 @@ private:
     scte::MessageJoiner _joiner;
 };
 
-std::vector<std::string> readFrames(InputFile& source, FrameSourceOptions options, Scte104Format format,
-                                    const std::function<void(const Scte104Packet&)>& take) {
+void readFrames(InputFile& source, FrameSourceOptions options, Scte104Format format,
+                const std::function<void(const Scte104Packet&)>& take,
+                const std::function<void(const std::string&)>& say) {
     options.kind = kindOf(format);
     const auto reader = openFrames(source, options);
     RemarkNotes remarks(source);
     std::vector<std::string> problems;
     const std::string name = source.name();
     FrameMessages messages(name, take);
-    Frame frame;
-    while (reader->next(frame, problems)) {
+    const auto report = [&] {
         remarks.say(reader->takeRemarks());
-        messages.read(frame, problems);
+        for (std::string& problem : std::exchange(problems, {})) {
+            say(problem.insert(0, name + ": "));
+        }
+    };
+    try {
+        for (Frame frame; reader->next(frame, problems); report()) {
+            messages.read(frame, problems);
+        }
+    } catch (const Failure&) {
+        // What is wrong in front of the broken place is said all the same.
+        report();
+        throw;
     }
+    report();
     if (remarks.hasMore()) {
         remarks.sayHowManyMore();
     }
-    for (std::string& problem : problems) {
-        problem.insert(0, name + ": ");
-    }
-    return problems;
 }
 
 void checkNoRowOptions(const FrameSourceOptions& options) {
@@ -198,13 +206,13 @@ Data bytesOfHex(std::string_view name, std::string_view text) {
     return bytes;
 }
 
-std::vector<std::string> readScte104Packets(const Scte104Source& from,
-                                            const std::function<void(const Scte104Packet&)>& take) {
+void readScte104Packets(const Scte104Source& from, const std::function<void(const Scte104Packet&)>& take,
+                        const std::function<void(const std::string&)>& say) {
     if (isMessageOnCommandLine(from.input, from.format)) {
         const std::string name = "the message";
         checkNoRowOptions(from.rows);
         take({name, std::nullopt, 0, bytesOfHex(name, from.input)});
-        return {};
+        return;
     }
     InputFile source(from.input);
     const Scte104Format format = from.format ? *from.format : formatOf(source);
@@ -212,7 +220,8 @@ std::vector<std::string> readScte104Packets(const Scte104Source& from,
     case Scte104Format::Klv:
     case Scte104Format::V210:
     case Scte104Format::Yuv8:
-        return readFrames(source, from.rows, format, take);
+        readFrames(source, from.rows, format, take, say);
+        break;
     case Scte104Format::Raw:
         checkNoRowOptions(from.rows);
         take({source.name(), std::nullopt, 0, Data(readWhole(source))});
@@ -225,7 +234,6 @@ std::vector<std::string> readScte104Packets(const Scte104Source& from,
         break;
     }
     }
-    return {};
 }
 
 }  // namespace qlx::tool

@@ -36,11 +36,11 @@ struct Scte104Packet {
 };
 
 /// Calls `take` with each SCTE-104 packet of the input.
-/// @return What could not be read in a file of frames, a line each.
+/// @param say Gets a line for what could not be read in a file of frames, as soon as it is known.
 /// @throws Failure when the input cannot be read; UsageError when it is a file of another kind, or has no rows and there
 ///   are options for them.
-std::vector<std::string> readScte104Packets(const Scte104Source& from,
-                                            const std::function<void(const Scte104Packet&)>& take);
+void readScte104Packets(const Scte104Source& from, const std::function<void(const Scte104Packet&)>& take,
+                        const std::function<void(const std::string&)>& say);
 
 /// The bytes of hexadecimal digits; white space between them is passed over.
 /// @throws Failure with the byte at which something else stands.

@@ -37,24 +37,26 @@ std::string asJson(const Scte104Packet& packet, const Scte104Message& message) {
     return jsonText(object) + "\n";
 }
 
-void report(const std::vector<std::string>& problems) {
-    for (const std::string& problem : problems) {
-        printMessage(problem);
-    }
-}
-
 }  // namespace
 
 int parseScte104(const Scte104ParseOptions& options) {
     refuseInputAsOutput(options.source.input, options.output);
     OutputFile output(options.output);
     std::uint64_t messages = 0;
-    std::vector<std::string> problems;
+    std::uint64_t problems = 0;
+    const auto say = [&](const std::string& problem) {
+        ++problems;
+        if (output.isStandardOutput()) {
+            // Both are in their order where they go to one place.
+            output.flush();
+        }
+        printMessage(problem);
+    };
     const auto take = [&](const Scte104Packet& packet) {
         ++messages;
         const Scte104Message message = readScte104(packet.data);
         const auto note = [&](const Scte104Problem& problem) {
-            problems.push_back(packet.place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
+            say(packet.place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
         };
         if (message.refusal) {
             note(*message.refusal);
@@ -66,27 +68,24 @@ int parseScte104(const Scte104ParseOptions& options) {
         }
     };
     try {
-        const auto unread = readScte104Packets(options.source, take);
-        problems.insert(problems.end(), unread.begin(), unread.end());
+        readScte104Packets(options.source, take, say);
     } catch (const Failure&) {
         if (output.isStandardOutput()) {
             // What came before the broken place has been found all the same.
             output.flush();
         }
-        report(problems);
         throw;
     }
-    if (problems.empty() && messages == 0) {
+    if (problems == 0 && messages == 0) {
         throw failureIn(options.source.input, "no SCTE-104 packet");
     }
-    if (problems.empty() || output.isStandardOutput()) {
+    if (problems == 0 || output.isStandardOutput()) {
         output.commit();
     }
-    report(problems);
-    if (!problems.empty() && !output.isStandardOutput()) {
+    if (problems != 0 && !output.isStandardOutput()) {
         throw failureIn(output.name(), "is not written: not everything could be read");
     }
-    return problems.empty() ? kExitSuccess : kExitFailure;
+    return problems == 0 ? kExitSuccess : kExitFailure;
 }
 
 }  // namespace qlx::tool

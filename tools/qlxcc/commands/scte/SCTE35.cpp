@@ -9,25 +9,29 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
+#include <cstdint>
+#include <string>
 #include <variant>
-#include <vector>
 
 namespace qlx::tool {
 
 namespace {
 
 Scte104Packet onlyPacket(const Scte104Source& source) {
-    std::vector<Scte104Packet> packets;
-    const auto problems = readScte104Packets(source, [&](const Scte104Packet& packet) { packets.push_back(packet); });
-    if (!problems.empty()) {
-        throw Failure(problems.front());
+    Scte104Packet first;
+    std::uint64_t count = 0;
+    const auto take = [&](const Scte104Packet& packet) {
+        if (count++ == 0) {
+            first = packet;
+        }
+    };
+    readScte104Packets(source, take, [](const std::string& problem) { throw Failure(problem); });
+    if (count != 1) {
+        throw failureIn(source.input, count == 0
+                                          ? "no SCTE-104 packet"
+                                          : counted(count, "SCTE-104 packet") + ": the time of --pts is for one");
     }
-    if (packets.size() != 1) {
-        throw failureIn(source.input, packets.empty() ? "no SCTE-104 packet"
-                                                      : counted(packets.size(), "SCTE-104 packet") +
-                                                            ": the time of --pts is for one");
-    }
-    return packets.front();
+    return first;
 }
 
 /// One of the types that are defined: any other has no bytes.
