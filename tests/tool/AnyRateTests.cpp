@@ -365,7 +365,41 @@ TEST(AnyRate, RefusesWhatItCannotUseAndLeavesNoFile) {
             "frame 3, line 9: the CEA-708 packet holds no caption distribution packet (CDP)");
     refusal(frameJson(0, {}, "", R"(,"captions":{"data":"fc94"})"), "frame 0: the captions are no whole triplets");
     refusal(frameJson(0, {}) + frameJson(4'000'000'000, {}),
-            "frame 4000000000 behind frame 0: more than a day is missing");
+            "frame 4000000000 behind frame 0: more than an hour is missing");
+    refusal(frameJson(0, {}) + frameJson(90'002, {}), "frame 90002 behind frame 0: more than an hour is missing");
+}
+
+TEST(AnyRate, SaysThatManyFramesAreMissing) {
+    const TemporaryFolder folder;
+    folder.write("a.jsonl", frameJson(0, {}) + frameJson(1501, {}) + frameJson(3003, {teletextJson("01")}));
+    const ToolResult result = runRate(folder, "a.jsonl", "25", "25", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.jsonl") +
+                              ": frame 3003: 1501 frames in front of frame 3003 are missing: they have no packets\n");
+    EXPECT_EQ(linesOf(folder.read("b.jsonl")).size(), 3004U);
+}
+
+TEST(AnyRate, TakesTheCaptionsOfSixtyFourPlaces) {
+    const TemporaryFolder folder;
+    const std::string cdp = bareCdp(3, repeated("fa0000", 24), 0);
+    std::string in;
+    for (std::uint64_t frame = 0; frame < 2; ++frame) {
+        Arguments packets;
+        for (unsigned line = 1; line <= 66; ++line) {
+            packets.push_back(captionJson(cdp, line));
+        }
+        in += frameJson(frame, packets);
+    }
+    folder.write("a.jsonl", in);
+    const ToolResult result = runRate(folder, "a.jsonl", "25", "25", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_NE(result.err.find(": frame 0, line 65: captions of line 65 are left out: captions stand in 64 other places "
+                              "already\n"),
+              std::string::npos)
+        << result.err;
+    const std::string out = folder.read("b.jsonl");
+    EXPECT_NE(out.find("\"line\":64,"), std::string::npos);
+    EXPECT_EQ(out.find("\"line\":65,"), std::string::npos);
 }
 
 }  // namespace

@@ -40,6 +40,9 @@ struct StreamPlace {
     friend bool operator==(const StreamPlace&, const StreamPlace&) = default;
 };
 
+/// As many places may have captions: each costs time and memory in every frame.
+constexpr std::size_t kMostStreams = 64;
+
 /// Captions that belong together.
 struct CaptionStream {
     CaptionStream(const StreamPlace& streamPlace, const cc::RateOptions& options)
@@ -89,6 +92,7 @@ private:
     bool read(Frame& frame) { return readWhole(_source, *_reader, _remarks, _progress, frame); }
 
     void take(Frame& frame) {
+        _notes.setPlace("frame " + std::to_string(frame.number));
         checkNumber(frame.number);
         if (frame.pts && !_begin) {
             const auto before = -static_cast<std::int64_t>(frame.number);
@@ -96,7 +100,6 @@ private:
         }
         // What was counted before is taken as part of the last frame: time does not go back.
         const std::uint64_t number = std::max(frame.number, _framesRead == 0 ? 0 : _framesRead - 1);
-        _notes.setPlace("frame " + std::to_string(frame.number));
         for (Packet& packet : frame.packets) {
             if (packet.id() == anc::ids::kCdp) {
                 takeCaptions(frame.number, number, packet);
@@ -117,14 +120,19 @@ private:
     }
 
     /// Frames are written for those that are missing; a number that is wrong must not make a file of millions of them.
-    void checkNumber(std::uint64_t number) const {
-        constexpr std::uint64_t kSecondsOfDay = 86'400;
-        const std::uint64_t greatestGap = kSecondsOfDay * nominalFrames(_options.from);
-        if (number > _framesRead + greatestGap) {
+    void checkNumber(std::uint64_t number) {
+        constexpr std::uint64_t kToldSeconds = 60;
+        constexpr std::uint64_t kGreatestSeconds = 3600;
+        const std::uint64_t missing = number > _framesRead ? number - _framesRead : 0;
+        if (missing > kGreatestSeconds * nominalFrames(_options.from)) {
             throw failureIn(_source.name(),
                             "frame " + std::to_string(number) + " behind frame " +
                                 (_framesRead == 0 ? std::string("0") : std::to_string(_framesRead - 1)) +
-                                ": more than a day is missing");
+                                ": more than an hour is missing");
+        }
+        if (missing > kToldSeconds * nominalFrames(_options.from)) {
+            _notes.add({FindingCode::RateFramesMissing, Severity::Warning, number, static_cast<std::int64_t>(number),
+                        static_cast<std::int64_t>(missing)});
         }
     }
 
@@ -151,11 +159,12 @@ private:
         if (!cdp) {
             throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");
         }
-        CaptionStream& stream = streamAt({true, packet.line, packet.channel});
-        stream.horizontalOffset = packet.horizontalOffset;
-        const std::uint64_t taken = frameOf(stream, frame, number);
-        stream.change.feed(taken, *cdp, &_notes);
-        stream.framesFed = taken + 1;
+        if (CaptionStream* const stream = streamAt({true, packet.line, packet.channel})) {
+            stream->horizontalOffset = packet.horizontalOffset;
+            const std::uint64_t taken = frameOf(*stream, frame, number);
+            stream->change.feed(taken, *cdp, &_notes);
+            stream->framesFed = taken + 1;
+        }
         _notes.setPlace("frame " + std::to_string(frame));
     }
 
@@ -166,18 +175,26 @@ private:
         }
         std::vector<cc::Triplet> triplets(frame.triplets.size() / sizeof(cc::Triplet));
         std::memcpy(triplets.data(), frame.triplets.data(), frame.triplets.size());
-        CaptionStream& stream = streamAt({});
-        stream.captionPlace = frame.captionPlace;
-        const std::uint64_t taken = frameOf(stream, frame.number, number);
-        stream.change.feed(taken, triplets, &_notes);
-        stream.framesFed = taken + 1;
+        if (CaptionStream* const stream = streamAt({})) {
+            stream->captionPlace = frame.captionPlace;
+            const std::uint64_t taken = frameOf(*stream, frame.number, number);
+            stream->change.feed(taken, triplets, &_notes);
+            stream->framesFed = taken + 1;
+        }
     }
 
-    CaptionStream& streamAt(const StreamPlace& place) {
+    /// The captions of a place, which begin here where it has none yet; null when too many places have some.
+    CaptionStream* streamAt(const StreamPlace& place) {
         const auto found = std::find_if(_streams.begin(), _streams.end(),
                                         [&place](const CaptionStream& stream) { return stream.place == place; });
-        return found != _streams.end() ? *found
-                                       : _streams.emplace_back(place, cc::RateOptions{.from = _from, .to = _to});
+        if (found != _streams.end()) {
+            return &*found;
+        }
+        if (_streams.size() == kMostStreams) {
+            _notes.add({FindingCode::RateTooManyStreams, Severity::Error, 0, place.line, kMostStreams});
+            return nullptr;
+        }
+        return &_streams.emplace_back(place, cc::RateOptions{.from = _from, .to = _to});
     }
 
     /// Whether a stream has the frame that is written next.
