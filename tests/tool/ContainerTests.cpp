@@ -153,8 +153,9 @@ TEST(Container, SaysWhatIsMissing) {
     EXPECT_TRUE(result.err.starts_with("qlxcc: " + file + ": MXF files need FFmpeg's libraries, which are not there: " +
                                        "QLXClosedCaptionsUtilitiesStreams-containers-"))
         << result.err;
-    EXPECT_TRUE(result.err.ends_with(".so: cannot open shared object file: No such file or directory; --format klv "
-                                     "finds the ANC packets in it\n"))
+    EXPECT_TRUE(
+        result.err.ends_with(".so: cannot open shared object file: No such file or directory; --from-format klv "
+                             "finds the ANC packets in it\n"))
         << result.err;
 }
 

@@ -75,7 +75,7 @@ TEST(InputKind, TellsScanWhatAFileIs) {
     const auto unknown = runTool({"scan", other});
     EXPECT_EQ(unknown.exitCode, 2);
     EXPECT_EQ(unknown.out, "");
-    EXPECT_TRUE(unknown.err.starts_with("qlxcc: --format is needed: neither the content nor the name of " + other +
+    EXPECT_TRUE(unknown.err.starts_with("qlxcc: --from-format is needed: neither the content nor the name of " + other +
                                         " tells the format"))
         << unknown.err;
     const auto empty = runTool({"scan", "-"});

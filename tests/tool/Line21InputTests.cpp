@@ -134,7 +134,7 @@ TEST_F(WrongLine21Input, IsNamed) {
     const std::string rubbish = folder.write("rubbish", std::string(5000, '\x55'));
     const std::string srt = folder.write("film.txt", "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n");
     EXPECT_EQ(problemOf("read", "rubbish"),
-              "--format is needed: neither the content nor the name of " + rubbish + " tells the format");
+              "--from-format is needed: neither the content nor the name of " + rubbish + " tells the format");
     const std::string what = srt + " is an SRT file, in which no line 21 is looked for: such files are for qlxcc subs "
                                    "and play";
     EXPECT_EQ(problemOf("read", "film.txt"), what);

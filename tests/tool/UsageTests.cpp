@@ -250,7 +250,7 @@ TEST(Usage, WhatSaysWhatAFileHoldsHasJsonAndAllCommandsHaveAnOutput) {
 TEST(Usage, APipeNeedsAFormat) {
     const auto result = runTool({"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "-"});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.err, "qlxcc: --format is needed when writing to a pipe (see qlxcc play --help)\n");
+    EXPECT_EQ(result.err, "qlxcc: --to-format is needed when writing to a pipe (see qlxcc play --help)\n");
 }
 
 TEST(Usage, VersionIsOneLine) {

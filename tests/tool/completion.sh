@@ -78,6 +78,10 @@ expect teletext play film.srt --mode te
 expect teletext play film.srt --mode = te
 expect cea608,teletext play film.srt --mode =
 contain 29.97 play film.srt --mode teletext --rate 29
+contain v210 play film.srt --to-format v
+contain klv scte104 build time-signal --to-format k
+# Older names are not offered, and go on working.
+expect "" scan film.srt --fo
 contain v210 play film.srt --format v
 contain klv scte104 build time-signal --format k
 expect ProviderAdvertisementEnd,ProviderAdvertisementStart scte104 build segmentation --segmentation-type ProviderA

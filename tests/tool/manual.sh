@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The manual pages against the help of qlxcc: every command has its page, every option of a command stands in the
-# options of its page, once, and no page names an option that there is not.
+# options of its page, once, and no page names an option that there is not. What an option was called before is in the
+# page alone, and is taken.
 #   manual.sh QLXCC PAGES-FOLDER
 set -euo pipefail
 
@@ -18,6 +19,13 @@ commands() {
 }
 options() {
     "$qlxcc" "$@" --help | sed -n '/^Options:/,/^$/s/^  \(-[^ ]*\).*/\1/p' | tr , '\n'
+}
+
+# takes COMMAND... OPTION: whether a command takes an option with a value that its help does not name.
+takes() {
+    local said
+    said=$("$qlxcc" "$@" 2>&1 || true)
+    grep -Eq '^qlxcc: --[a-z-]+: 1 required [A-Z]+ missing ' <<<"$said"
 }
 
 # plain FILE: the text of a page as its source has it, without escapes and fonts.
@@ -62,10 +70,10 @@ everything=$common
 count=0
 for command in $all_commands; do
     own=$(options "$command")
-    for inner in $(commands "$command"); do
+    inner_commands=$(commands "$command")
+    for inner in $inner_commands; do
         own+=$'\n'$(options "$command" "$inner")
     done
-    everything+=$'\n'$own
     page=$pages/qlxcc-$command.1
     count=$((count + 1))
     if [[ ! -f $page ]]; then
@@ -78,6 +86,17 @@ for command in $all_commands; do
     for option in $(missing "$own" "$(described "$page")"); do
         fail "$page does not describe $option"
     done
+    for option in $(missing "$(described "$page")" "$own"$'\n'"$common"); do
+        if takes "$command" "$option"; then
+            own+=$'\n'$option
+        fi
+        for inner in $inner_commands; do
+            if takes "$command" "$inner" "$option"; then
+                own+=$'\n'$option
+            fi
+        done
+    done
+    everything+=$'\n'$own
     # --version is that of qlxcc alone.
     for option in $(missing "$(described "$page")" "$own"$'\n'"$(grep -v '^--version$' <<<"$common")"); do
         fail "$page describes $option, which qlxcc $command does not take"

@@ -11,6 +11,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <map>
+#include <memory>
 #include <sstream>
 
 namespace qlx::tool {
@@ -41,6 +43,21 @@ std::string checkRate(const std::string& text) {
 std::string checkName(const std::string& text) {
     return text.empty() ? "the name is empty" : "";
 }
+
+/// The help has the names of today: what options were called before stands in the manual alone.
+class HelpFormatter final : public CLI::Formatter {
+public:
+    void show(const CLI::Option& option, std::string_view names) { _names[&option] = names; }
+
+    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+        const auto found = _names.find(option);
+        return found != _names.end() ? std::string(found->second)
+                                     : CLI::Formatter::make_option_name(option, isPositional);
+    }
+
+private:
+    std::map<const CLI::Option*, std::string_view> _names;
+};
 
 /// Defines an option for CLI11, by the kind of its field.
 class OptionMaker {
@@ -122,7 +139,7 @@ void limit(CLI::Option& option, const OptionRow& row) {
 }
 
 /// Defines what `row` has: options, and the commands inside of it.
-void define(CLI::App& command, const CommandRow& row, RawOptions& raw) {
+void define(CLI::App& command, const CommandRow& row, RawOptions& raw, HelpFormatter& formatter) {
     command.footer(std::string(row.notes));
     for (const OptionRow& option : row.options) {
         CLI::Option& defined = std::visit(OptionMaker(command, option, raw), option.field);
@@ -134,12 +151,15 @@ void define(CLI::App& command, const CommandRow& row, RawOptions& raw) {
             defined.needs(std::string(option.needs));
         }
         limit(defined, option);
+        if (!option.older.empty()) {
+            formatter.show(defined, option.names);
+        }
     }
     if (!row.commands.empty()) {
         command.require_subcommand(1);
     }
     for (const CommandRow* const next : row.commands) {
-        define(*command.add_subcommand(std::string(next->name), std::string(next->summary)), *next, raw);
+        define(*command.add_subcommand(std::string(next->name), std::string(next->summary)), *next, raw, formatter);
     }
 }
 
@@ -185,7 +205,9 @@ Action parseCommandLine(int argc, const char* const* argv, LogOptions& log, std:
     // The options for all commands may stand in front of the command or behind it.
     app.fallthrough();
     RawOptions raw;
-    define(app, kProgram, raw);
+    const auto formatter = std::make_shared<HelpFormatter>();
+    app.formatter(formatter);
+    define(app, kProgram, raw, *formatter);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -106,7 +106,8 @@ void describeForBash(const CommandRow& command, const std::string& path, BashTab
     }
     for (const OptionRow* const row : optionsOf(command)) {
         const std::vector<std::string> names = namesOf(*row);
-        options.insert(options.end(), names.begin(), names.end());
+        const std::vector<std::string> shown = shownNamesOf(*row);
+        options.insert(options.end(), shown.begin(), shown.end());
         if (row->kind == ValueKind::Flag) {
             continue;
         }
@@ -217,12 +218,14 @@ std::string zshAction(const OptionRow& row) {
     return row.kind == ValueKind::File ? "_files" : row.kind == ValueKind::Folder ? "_files -/" : " ";
 }
 
-/// What _arguments is told of an option: a text for each of its names, which exclude one another.
+/// What _arguments is told of an option: a text for each of its names, which exclude one another. The older one, which
+/// is not offered, has a mark in front.
 void addZshOption(std::string& script, const OptionRow& row) {
     const std::vector<std::string> names = namesOf(row);
     const std::string others = names.size() > 1 ? "(" + joined(names) + ")" : "";
     for (const std::string& name : names) {
-        std::string text = others + name;
+        std::string text = name == row.older ? "!" : "";
+        text.append(others).append(name);
         if (row.kind != ValueKind::Flag) {
             text += name.starts_with("--") ? "=" : "+";
         }

@@ -126,8 +126,8 @@ ANC tracks.
 
 Examples:
   qlxcc extract film.264
-  qlxcc extract film.m2v --format cc1 --json
-  qlxcc extract film.mp4 --format a53)";
+  qlxcc extract film.m2v --to-format cc1 --json
+  qlxcc extract film.mp4 --to-format a53)";
 
 constexpr OptionRow kExtractOptions[] = {
     fileArgument("FILE", "Video, a container, or a file of rows, elements or JSON lines (-: standard input)",
@@ -139,11 +139,12 @@ constexpr OptionRow kExtractOptions[] = {
      .field = &RawOptions::codec,
      .help = "{} (default: auto, by the content)",
      .more = "The first start code of an elementary stream tells what it is."},
-    otherFormat(kExtractFormats, "{}, see below (default: triplets)",
-                "`triplets`: the cc_data triplets as they stand in the stream, three bytes each; emulation prevention "
-                "bytes are not removed. `cc1`: the CEA-608 byte pairs of field 1, with their parity bits; null pairs "
-                "(8080) behind the first pair are left out. `a53`: the triplets in an ATSC A/53 cc_data structure, "
-                "which is 03, the flags C0 with the number of triplets, FF, the triplets, FF."),
+    toOtherFormat(
+        kExtractFormats, "{}, see below (default: triplets)",
+        "`triplets`: the cc_data triplets as they stand in the stream, three bytes each; emulation prevention "
+        "bytes are not removed. `cc1`: the CEA-608 byte pairs of field 1, with their parity bits; null pairs "
+        "(8080) behind the first pair are left out. `a53`: the triplets in an ATSC A/53 cc_data structure, "
+        "which is 03, the flags C0 with the number of triplets, FF, the triplets, FF."),
     fromFormat(kFrameFormats, {}),
     kRowWidth,
     kLines,
@@ -159,8 +160,9 @@ constexpr std::string_view kRateNotes =
     R"(IN has elements, rows or JSON lines; the result is klv, or what its name says. RATE is 23.976, 24, 25, 29.97, 30, 50,
 59.94 or 60. Captions keep their time: a frame carries what has come when it begins, in as many pairs and triplets as
 its rate has; the rest follows, and what is more than two seconds late is counted. Packets of other kinds go to the
-first frame at their time or later, once; AFD and pan-scan are repeated or passed over with the frames, and so are time
-codes where both rates count alike. Warnings name the first ten of a kind and count the rest.
+first frame at their time or later, once; AFD, pan-scan, HDR metadata and what else describes a frame are repeated or
+passed over with the frames, and so are time codes where both rates count alike; payload identifiers, which name a
+rate, are left out where it changes. Warnings name the first ten of a kind and count the rest.
 
 Examples:
   qlxcc rate anc25.klv --from-rate 25 --to-rate 59.94 -o anc60.klv

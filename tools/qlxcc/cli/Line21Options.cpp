@@ -7,9 +7,15 @@ namespace {
 
 constexpr std::string_view kPictureFormats[] = {"bgra", "argb", "v210", "2vuy", "yuvs", "420v", "png", "ppm"};
 
-constexpr OptionRow kPictureFormat = otherFormat(kPictureFormats, "{} (default: by content or name)",
-                                                 "PNG and PPM files are told by their content; a name of raw pictures "
-                                                 "is believed.");
+constexpr OptionRow kPictureFormat{.names = "--from-format",
+                                   .older = "--format",
+                                   .value = "FORMAT",
+                                   .kind = ValueKind::Word,
+                                   .words = kPictureFormats,
+                                   .field = &RawOptions::format,
+                                   .help = "{} (default: by content or name)",
+                                   .more = "PNG and PPM files are told by their content; a name of raw pictures is "
+                                           "believed."};
 constexpr OptionRow kPictureWidth = width("Pixels of a row of a raw picture");
 constexpr OptionRow kPictureHeight{.names = "--height",
                                    .value = "H",

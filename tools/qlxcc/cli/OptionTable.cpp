@@ -87,7 +87,7 @@ constexpr CommandRow kProgram{
     .options = kCommonOptions,
     .commands = kCommands};
 
-std::vector<std::string> namesOf(const OptionRow& row) {
+std::vector<std::string> shownNamesOf(const OptionRow& row) {
     std::vector<std::string> names;
     std::string_view rest = row.names;
     for (std::size_t comma = rest.find(','); comma != std::string_view::npos; comma = rest.find(',')) {
@@ -95,6 +95,11 @@ std::vector<std::string> namesOf(const OptionRow& row) {
         rest.remove_prefix(comma + 1);
     }
     names.emplace_back(rest);
+    return names;
+}
+
+std::vector<std::string> namesOf(const OptionRow& row) {
+    std::vector<std::string> names = shownNamesOf(row);
     if (!row.older.empty()) {
         names.emplace_back(row.older);
     }

@@ -40,7 +40,7 @@ using Field =
 /// An option, or an argument without one.
 struct OptionRow {
     std::string_view names{};  ///< `-o,--output`; of an argument what the help calls it, `FILE`.
-    std::string_view older{};  ///< What it was called before, which goes on working.
+    std::string_view older{};  ///< What it was called before, which goes on working: only the manual names it.
     std::string_view value{};  ///< What the help calls the value; none of flags and arguments.
     ValueKind kind = ValueKind::Flag;
     std::span<const std::string_view> words{};            ///< All that there are.
@@ -94,6 +94,8 @@ extern const CommandRow kScte35Command;
 
 /// All its names, the older one last.
 [[nodiscard]] std::vector<std::string> namesOf(const OptionRow& row);
+/// The same without the older one.
+[[nodiscard]] std::vector<std::string> shownNamesOf(const OptionRow& row);
 
 /// The words that its value can be, or that are known of it; none of any other value.
 [[nodiscard]] std::vector<std::string> wordsOf(const OptionRow& row);

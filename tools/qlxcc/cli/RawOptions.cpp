@@ -39,14 +39,14 @@ PlayFormat playFormat(const RawOptions& raw) {
         return PlayFormat::Schedule;
     }
     if (!raw.toFormat && raw.output == "-") {
-        throw UsageError("--format is needed when writing to a pipe");
+        throw UsageError("--to-format is needed when writing to a pipe");
     }
     const std::string name = formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc"});
     if (name == "jsonl" || name == "scc") {
         return name == "jsonl" ? PlayFormat::Jsonl : PlayFormat::Scc;
     }
     if (raw.output.value_or("-") == "-" && standardOutputIsTerminal()) {
-        throw UsageError("--format " + name + " is not for a terminal: name a file with -o");
+        throw UsageError("--to-format " + name + " is not for a terminal: name a file with -o");
     }
     return name == "klv" ? PlayFormat::Klv : PlayFormat::V210;
 }
@@ -55,11 +55,11 @@ PlayFormat playFormat(const RawOptions& raw) {
 void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
     const bool isScc = options.format == PlayFormat::Scc;
     if (isScc && options.mode != PlayMode::Cea608) {
-        throw UsageError("--format scc is for --mode cea608 only");
+        throw UsageError("--to-format scc is for --mode cea608 only");
     }
     if (isScc && options.rate.name != "29.97") {
-        throw UsageError("--format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count its "
-                         "frames");
+        throw UsageError("--to-format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count "
+                         "its frames");
     }
     if (raw.isSD && options.mode == PlayMode::Cea608 && options.format != PlayFormat::V210) {
         throw UsageError("--sd with --mode cea608 is for the format v210 only: captions stand on line 9 either way");
@@ -163,14 +163,15 @@ std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size) {
 }
 
 std::string formatName(const std::optional<std::string>& format, const std::string& file,
-                       const std::vector<std::string_view>& known) {
+                       const std::vector<std::string_view>& known, std::string_view option) {
     if (format) {
         return *format;
     }
     std::string name = extensionOf(file);
     if (std::find(known.begin(), known.end(), name) == known.end()) {
-        throw UsageError("--format is needed" + (file == "-" ? std::string(" with a pipe")
-                                                             : ": the name of " + file + " does not tell the format"));
+        throw UsageError(
+            std::string(option) + " is needed" +
+            (file == "-" ? std::string(" with a pipe") : ": the name of " + file + " does not tell the format"));
     }
     return name;
 }

@@ -91,9 +91,11 @@ using Action = std::function<int()>;
 [[nodiscard]] Action checkedScte35(const RawOptions& raw);
 
 /// The format that was given, or else the extension of the file's name (`-`: a pipe).
+/// @param option What gives it, for messages.
 /// @throws UsageError when that is none of the known ones.
 [[nodiscard]] std::string formatName(const std::optional<std::string>& format, const std::string& file,
-                                     const std::vector<std::string_view>& known);
+                                     const std::vector<std::string_view>& known,
+                                     std::string_view option = "--to-format");
 
 /// A width or height for those who count in 32 bits.
 [[nodiscard]] std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size);

@@ -60,7 +60,8 @@ Action checkedLine21Write(const RawOptions& raw) {
     if (options.input) {
         options.pictures = pictureOptions(raw);
     } else {
-        options.made = madePictures(formatName(raw.format, options.output, knownFormats()), pictureOptions(raw));
+        options.made =
+            madePictures(formatName(raw.format, options.output, knownFormats(), "--from-format"), pictureOptions(raw));
     }
     if (options.output == "-" && standardOutputIsTerminal()) {
         throw UsageError("pictures are not for a terminal: name a file with -o");

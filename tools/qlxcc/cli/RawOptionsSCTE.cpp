@@ -153,7 +153,7 @@ Scte104BuildFormat buildFormat(const RawOptions& raw) {
         return Scte104BuildFormat::Hex;
     }
     if (isStandardOutput && standardOutputIsTerminal()) {
-        throw UsageError("--format " + name + " is not for a terminal: name a file with -o");
+        throw UsageError("--to-format " + name + " is not for a terminal: name a file with -o");
     }
     return name == "raw" ? Scte104BuildFormat::Raw : name == "klv" ? Scte104BuildFormat::Klv : Scte104BuildFormat::V210;
 }
@@ -232,7 +232,7 @@ Action checkedScte35(const RawOptions& raw) {
     const std::string name =
         isStandardOutput ? raw.format.value_or("hex") : formatName(raw.format, *raw.output, {"hex", "base64", "raw"});
     if (name == "raw" && isStandardOutput && standardOutputIsTerminal()) {
-        throw UsageError("--format raw is not for a terminal: name a file with -o");
+        throw UsageError("--to-format raw is not for a terminal: name a file with -o");
     }
     options.format = name == "hex" ? Scte35Format::Hex : name == "base64" ? Scte35Format::Base64 : Scte35Format::Raw;
     return [options] { return convertToScte35(options); };

@@ -113,10 +113,10 @@ constexpr OptionRow kBuildOptions[] = {
     number("--as-index", &RawOptions::asIndex, "AS_index (default: 0)", "By default that of the JSON file."),
     number("--dpi-pid", &RawOptions::dpiPID, "DPI_PID_index (default: 0)", "By default that of the JSON file."),
     kListOutput,
-    otherFormat(kBuildFormats, "{} (default: by the name of FILE, or hex)",
-                "They are hexadecimal digits, the message's bytes, and an ANC packet (DID 41, SDID 07) in one ANC "
-                "frame element "
-                "or one row."),
+    toOtherFormat(kBuildFormats, "{} (default: by the name of FILE, or hex)",
+                  "They are hexadecimal digits, the message's bytes, and an ANC packet (DID 41, SDID 07) in one ANC "
+                  "frame element "
+                  "or one row."),
     {.names = "--line",
      .value = "L",
      .kind = ValueKind::Number,
@@ -165,7 +165,7 @@ duration is carried over as it is, in tenths of a second; pre-roll and auto retu
 
 Examples:
   qlxcc scte35 start.klv --pts 900000
-  qlxcc scte104 build splice-start --event-id 1 | qlxcc scte35 - --pts 900000 --format base64)";
+  qlxcc scte104 build splice-start --event-id 1 | qlxcc scte35 - --pts 900000 --to-format base64)";
 
 constexpr OptionRow kScte35Options[] = {
     saying(kInput, "A file of elements or rows must have one SCTE-104 packet."),
@@ -180,7 +180,7 @@ constexpr OptionRow kScte35Options[] = {
      .isRequired = true,
      .field = &RawOptions::pts,
      .help = "When to splice, in 90 kHz ticks: 0 to 8589934591"},
-    otherFormat(kSectionFormats, "{} (default: by the name of FILE, or hex)"),
+    toOtherFormat(kSectionFormats, "{} (default: by the name of FILE, or hex)"),
     kListOutput,
 };
 

@@ -73,10 +73,11 @@ inline constexpr OptionRow kSubtitleFile =
             .more = more};
 }
 
-/// --format where it says what something else than frames is.
-[[nodiscard]] constexpr OptionRow otherFormat(std::span<const std::string_view> words, std::string_view help,
-                                              std::string_view more = {}) {
-    return {.names = "--format",
+/// The same of what is written in other forms than frames.
+[[nodiscard]] constexpr OptionRow toOtherFormat(std::span<const std::string_view> words, std::string_view help,
+                                                std::string_view more = {}) {
+    return {.names = "--to-format",
+            .older = "--format",
             .value = "FORMAT",
             .kind = ValueKind::Word,
             .words = words,

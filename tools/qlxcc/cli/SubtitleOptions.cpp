@@ -25,7 +25,7 @@ constexpr OptionRow kEncoding{.names = "--encoding",
                               .more = "A byte that the encoding does not have is named with its line and offset."};
 
 constexpr std::string_view kPlayNotes =
-    R"(Without -o and --format the schedule is printed. Teletext: a line for each frame at which something changes, with
+    R"(Without -o and --to-format the schedule is printed. Teletext: a line for each frame at which something changes, with
 what the packets of both fields carry; "erase" is a page header that clears page 888, "close" the header behind its
 rows. CEA-608: a line for each caption, with the frames in which its byte pairs travel and the time at which the last
 one makes it appear; "-" is a caption that clears the screen.
@@ -42,7 +42,7 @@ Examples:
   qlxcc play film.srt --mode teletext --rate 25
   qlxcc play film.srt --mode teletext --rate 29.97 --from 00:10:00,000 --duration 60 -o film.v210
   qlxcc play film.srt --mode cea608 --rate 29.97 -o film.scc
-  qlxcc play film.srt --mode teletext --rate 25 --format klv | qlxcc scan - --format klv)";
+  qlxcc play film.srt --mode teletext --rate 25 --to-format klv | qlxcc scan - --from-format klv)";
 
 constexpr OptionRow kPlayOptions[] = {
     fileArgument("SUBTITLES", kSubtitleFile.help, kSubtitleFile.more),

@@ -88,7 +88,7 @@ Failure FrameFindings::failure(const Finding& why) {
     }
     if (streams::isContainer(_kind)) {
         const bool hasOtherWay = why.code == FindingCode::ContainerLibraryMissing && _kind == streams::InputKind::Mxf;
-        return failureIn(_name, line(why) + (hasOtherWay ? "; --format klv finds the ANC packets in it" : ""));
+        return failureIn(_name, line(why) + (hasOtherWay ? "; --from-format klv finds the ANC packets in it" : ""));
     }
     if (_reader.placeUnit() == streams::PlaceUnit::TextLine && why.offset > 0) {
         return failureAtLine(_name, why.offset, why.text());

@@ -18,7 +18,8 @@ InputKind kindOf(InputFile& source, std::optional<InputKind> given) {
     if (first.empty()) {
         throw failureAtByte(source.name(), 0, "the file is empty");
     }
-    throw UsageError("--format is needed: neither the content nor the name of " + source.name() + " tells the format");
+    throw UsageError("--from-format is needed: neither the content nor the name of " + source.name() +
+                     " tells the format");
 }
 
 void checkRowOptions(InputKind kind, const FrameSourceOptions& options) {

@@ -73,7 +73,8 @@ std::string formatOf(InputFile& source, const std::optional<std::string>& given)
     }
     refuseOtherKinds(
         first, source.name(), [](InputKind) { return false; }, "in which no line 21 is looked for");
-    throw UsageError("--format is needed: neither the content nor the name of " + source.name() + " tells the format");
+    throw UsageError("--from-format is needed: neither the content nor the name of " + source.name() +
+                     " tells the format");
 }
 
 }  // namespace
@@ -117,7 +118,7 @@ std::optional<ImageFormat> outputFormat(const std::string& output, const Picture
     if (!kind.file) {
         return std::nullopt;
     }
-    // A picture that is made is what --format says; one that is read may change between the two kinds of file.
+    // A picture that is made is what --from-format says; one that is read may change between the two kinds of file.
     return kind.layout ? kind.file : fileOfName ? fileOfName : kind.file;
 }
 
