@@ -82,7 +82,6 @@ std::string plainText(const Upid& upid) {
     case UpidType::Umid:
         return isWhole ? grouped(bytes, 4, '.') : digitsOf(bytes);
     case UpidType::IsanDeprecated:
-        return isWhole ? grouped(bytes, 2, '-') : digitsOf(bytes);
     case UpidType::Isan:
         return isWhole ? grouped(bytes, 2, '-') : digitsOf(bytes);
     case UpidType::Eidr:
