@@ -1,6 +1,8 @@
-// Subtitle lines and records from arbitrary dictionaries, and the way back into their JSON form.
+// Subtitle lines, records and cues from arbitrary dictionaries, and the way back into them.
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <qlx/facade/cue.h>
+#include <qlx/subtitles/value.h>
 
 #include "FuzzSupport.h"
 
@@ -160,6 +162,35 @@ void checkRecord(const qlx::Dictionary& dictionary, std::int32_t mode) {
     require(!record->description().empty());
 }
 
+/// The core's reader takes what it takes as the fixed operation does, and its writer writes what is read back.
+void checkCue(const qlx::Dictionary& dictionary) {
+    qlx::Findings findings;
+    const auto cue = qlx::subtitles::cueOf(dictionary, &findings);
+    if (!cue) {
+        require(!cue.error().text().empty());
+        return;
+    }
+    const auto record = QLXSubtitleRecord::initWithJSONDictionary_subtitleMode_error(dictionary, 0);
+    require(record != nullptr && record->subtitleLines().size() == cue->rows.size());
+    const auto lines = record->subtitleLines();
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        const qlx::subtitles::Row& row = cue->rows[index];
+        const auto color = row.runs.empty() ? qlx::screen::Color::White : row.runs.front().style.foreground;
+        require(lines[index]->textString() == row.text());
+        require(static_cast<std::size_t>(lines[index]->textColor()) == qlx::screen::basicIndex(color));
+        require(lines[index]->alignment() == static_cast<std::int32_t>(row.alignment));
+        require(lines[index]->verticalPosition() == row.number ||
+                (lines[index]->verticalPosition() > 11 && row.number == 0));
+    }
+    const auto again = qlx::subtitles::cueOf(qlx::subtitles::dictionaryOf(*cue));
+    require(again.hasValue() != cue->rows.empty());
+    if (again) {
+        require(again->number == cue->number && again->rows == cue->rows);
+        require(qlx::secondsFrom(again->start) == qlx::secondsFrom(cue->start));
+        require(qlx::secondsFrom(again->end) == qlx::secondsFrom(cue->end));
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -170,5 +201,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const qlx::Dictionary dictionary = takeDictionary(input, 0);
     checkRecord(dictionary, mode);
     checkLine(dictionary, index, count);
+    checkCue(dictionary);
     return 0;
 }

@@ -34,6 +34,7 @@
 #include <qlx/cea708/packet.h>
 #include <qlx/cea708/receiver.h>
 #include <qlx/cea708/window.h>
+#include <qlx/facade/cue.h>
 #include <qlx/facade/packet.h>
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>
@@ -54,6 +55,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/srt.h>
 #include <qlx/subtitles/stl.h>
+#include <qlx/subtitles/value.h>
 #include <qlx/teletext/characters.h>
 #include <qlx/teletext/coding.h>
 #include <qlx/teletext/packet.h>

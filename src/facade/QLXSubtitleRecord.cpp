@@ -1,5 +1,6 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 
+#include "subtitles/CueFields.h"
 #include "subtitles/LinePlacement.h"
 #include "subtitles/SrtTimecode.h"
 
@@ -9,26 +10,17 @@
 
 #include <utility>
 
+namespace fields = qlx::subtitles::fields;
+namespace keys = qlx::subtitles::keys;
+
+static_assert(QLXSubtitleRecordStartTimeInSecondsKey == keys::kStartSeconds &&
+              QLXSubtitleRecordStartTimecodeKey == keys::kStartTimecode &&
+              QLXSubtitleRecordEndTimeInSecondsKey == keys::kEndSeconds &&
+              QLXSubtitleRecordEndTimecodeKey == keys::kEndTimecode && QLXSubtitleRecordTextLinesKey == keys::kLines);
+
 namespace {
 
 constinit std::atomic<std::uint64_t> changesOfStartTimes{0};
-
-/// The value under `key`; null when it is missing or a JSON null.
-const qlx::Value* valueIn(const qlx::Dictionary& dictionary, std::string_view key) {
-    const qlx::Value* const value = dictionary.find(key);
-    return value && !value->isNull() ? value : nullptr;
-}
-
-/// A time given in seconds or, failing that, as a timecode; 0 without either.
-double timeIn(const qlx::Dictionary& dictionary, std::string_view secondsKey, std::string_view timecodeKey) {
-    if (const qlx::Value* const seconds = valueIn(dictionary, secondsKey)) {
-        return seconds->doubleValue();
-    }
-    if (const qlx::Value* const timecode = valueIn(dictionary, timecodeKey)) {
-        return qlx::srt::secondsFromTimecode(timecode->stringValue().value_or(std::string()));
-    }
-    return 0.0;
-}
 
 /// The lines of a JSON array: what is no dictionary, or has no text, is left out.
 std::vector<std::shared_ptr<QLXSubtitleTextLine>> linesFrom(const qlx::Array& array) {
@@ -60,18 +52,13 @@ std::shared_ptr<QLXSubtitleRecord> QLXSubtitleRecord::initWithSubtitleMode(std::
 
 std::shared_ptr<QLXSubtitleRecord> QLXSubtitleRecord::initWithJSONDictionary_subtitleMode_error(
     const qlx::Dictionary& dictionary, std::int32_t subtitleMode, std::optional<qlx::Error>* /*error*/) {
-    const qlx::Value* const textLines = valueIn(dictionary, QLXSubtitleRecordTextLinesKey);
-    const qlx::Array* const array = textLines ? textLines->array() : nullptr;
-    if (!array || array->empty()) {
+    const qlx::Array* const array = fields::linesIn(dictionary);
+    if (!array) {
         return nullptr;
     }
     auto result = initWithSubtitleMode(subtitleMode);
-    result->_startTimeInSeconds.store(
-        timeIn(dictionary, QLXSubtitleRecordStartTimeInSecondsKey, QLXSubtitleRecordStartTimecodeKey),
-        std::memory_order_relaxed);
-    result->_endTimeInSeconds.store(
-        timeIn(dictionary, QLXSubtitleRecordEndTimeInSecondsKey, QLXSubtitleRecordEndTimecodeKey),
-        std::memory_order_relaxed);
+    result->_startTimeInSeconds.store(fields::secondsIn(dictionary, fields::kStart), std::memory_order_relaxed);
+    result->_endTimeInSeconds.store(fields::secondsIn(dictionary, fields::kEnd), std::memory_order_relaxed);
     result->_subtitleLines = linesFrom(*array);
     return result;
 }

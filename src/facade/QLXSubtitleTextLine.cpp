@@ -1,50 +1,24 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 
+#include "subtitles/CueFields.h"
 #include "subtitles/SrtMarkup.h"
 #include "subtitles/SubtitleColor.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <utility>
+
+namespace keys = qlx::subtitles::keys;
+
+static_assert(QLXSubtitleTextLineTextKey == keys::kText && QLXSubtitleTextLineColorKey == keys::kColor &&
+              QLXSubtitleTextLineAlignmentKey == keys::kAlignment &&
+              QLXSubtitleTextLineVerticalPositionKey == keys::kRow);
 
 namespace {
 
 constexpr std::int64_t kParameterError = -50;
-
-/// JSON lines are placed on rows below this one only.
-constexpr std::uint64_t kJSONRowLimit = 12;
-
-/// By alignment constant.
-constexpr std::array<std::string_view, 4> kAlignmentNames{"unchanged", "left", "center", "right"};
-
-/// The text under `key`; none when it is missing, null, or something that has no text.
-std::optional<std::string> textIn(const qlx::Dictionary& dictionary, std::string_view key) {
-    const qlx::Value* const value = dictionary.find(key);
-    return value ? value->stringValue() : std::nullopt;
-}
-
-/// The alignment constant of a name in either case; none for an unknown name.
-std::optional<std::int32_t> alignmentNamed(std::string_view name) {
-    const auto place = std::find(kAlignmentNames.begin(), kAlignmentNames.end(), qlx::asciiLowercased(name));
-    if (place == kAlignmentNames.end()) {
-        return std::nullopt;
-    }
-    return static_cast<std::int32_t>(place - kAlignmentNames.begin());
-}
-
-/// The row of a JSON line: the given one if it is on the screen, else none (0); without one the array's last line
-/// lands on row 11 and the others above it. An array of more lines than rows wraps around, as unsigned numbers do.
-std::uint64_t rowFrom(const qlx::Value* position, std::uint64_t lineIndex, std::uint64_t lineCount) {
-    if (position && !position->isNull()) {
-        const std::uint64_t row = position->unsignedValue();
-        return row < kJSONRowLimit ? row : 0;
-    }
-    return lineCount < 2 ? kJSONRowLimit - 1 : lineIndex - lineCount + kJSONRowLimit;
-}
 
 qlx::Error missingTextError() {
     return {qlx::services().get<qlx::Application>().identifier(),
@@ -71,25 +45,22 @@ std::shared_ptr<QLXSubtitleTextLine> QLXSubtitleTextLine::initWithSRTLine(std::s
 std::shared_ptr<QLXSubtitleTextLine> QLXSubtitleTextLine::initWithJSONDictionary_lineIndex_lineCount_error(
     const qlx::Dictionary& dictionary, std::uint64_t lineIndex, std::uint64_t lineCount,
     std::optional<qlx::Error>* error) {
-    std::optional<std::string> text = textIn(dictionary, QLXSubtitleTextLineTextKey);
-    if (!text) {
+    auto line = qlx::subtitles::fields::lineIn(dictionary, lineIndex, lineCount);
+    if (!line) {
         if (error) {
             *error = missingTextError();
         }
         return nullptr;
     }
     auto result = std::make_shared<QLXSubtitleTextLine>();
-    if (const auto color = textIn(dictionary, QLXSubtitleTextLineColorKey)) {
-        result->_textColor.store(qlx::subtitles::colorFromText(*color), std::memory_order_relaxed);
+    if (line->color) {
+        result->_textColor.store(*line->color, std::memory_order_relaxed);
     }
-    if (const auto name = textIn(dictionary, QLXSubtitleTextLineAlignmentKey)) {
-        if (const auto alignment = alignmentNamed(*name)) {
-            result->_alignment.store(*alignment, std::memory_order_relaxed);
-        }
+    if (line->alignment) {
+        result->_alignment.store(static_cast<std::int32_t>(*line->alignment), std::memory_order_relaxed);
     }
-    const qlx::Value* const position = dictionary.find(QLXSubtitleTextLineVerticalPositionKey);
-    result->_verticalPosition.store(rowFrom(position, lineIndex, lineCount), std::memory_order_relaxed);
-    result->_textString = std::move(text);
+    result->_verticalPosition.store(line->row, std::memory_order_relaxed);
+    result->_textString = std::move(line->text);
     return result;
 }
 
@@ -99,8 +70,8 @@ qlx::Dictionary QLXSubtitleTextLine::JSONDictionary() const {
         result.set(QLXSubtitleTextLineTextKey, std::move(*text));
     }
     const std::int32_t current = alignment();
-    if (current >= 0 && current < static_cast<std::int32_t>(kAlignmentNames.size())) {
-        result.set(QLXSubtitleTextLineAlignmentKey, kAlignmentNames[static_cast<std::size_t>(current)]);
+    if (current >= 0 && current < static_cast<std::int32_t>(qlx::subtitles::kAlignmentNames.size())) {
+        result.set(QLXSubtitleTextLineAlignmentKey, qlx::subtitles::kAlignmentNames[static_cast<std::size_t>(current)]);
     }
     return result;
 }

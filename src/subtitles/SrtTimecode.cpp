@@ -68,6 +68,18 @@ std::string timecodeFromSeconds(double seconds) {
                      truncated(milliseconds));
 }
 
+std::string timecodeOf(const MediaTime& time) {
+    constexpr std::int64_t kMilliseconds = 1000;
+    if (!time.isValid() || time.timescale <= 0 || time.value < 0) {
+        return timecodeFromSeconds(0.0);
+    }
+    const std::int64_t rest = time.value % time.timescale * kMilliseconds + time.timescale / 2;
+    const std::int64_t milliseconds = rest / time.timescale;
+    const std::int64_t seconds = time.value / time.timescale + milliseconds / kMilliseconds;
+    return formatted("%02ld:%02ld:%02ld,%03ld", seconds / 3600, seconds / 60 % 60, seconds % 60,
+                     milliseconds % kMilliseconds);
+}
+
 std::optional<TimeSpan> timeSpanFromTimingLine(std::string_view line) noexcept {
     const auto sides = sidesOfArrow(line);
     if (!sides) {

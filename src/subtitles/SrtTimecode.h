@@ -1,6 +1,8 @@
 // The timecodes of SRT files, "HH:MM:SS,mmm".
 #pragma once
 
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +21,9 @@ struct TimeSpan {
 
 /// "HH:MM:SS,mmm" with the milliseconds truncated; negative values and not-a-number give "00:00:00,000".
 [[nodiscard]] std::string timecodeFromSeconds(double seconds);
+
+/// "HH:MM:SS,mmm" to the nearest millisecond; negative times and what is none give "00:00:00,000".
+[[nodiscard]] std::string timecodeOf(const MediaTime& time);
 
 /// The span of "start --> end"; none when the line has another number of parts.
 [[nodiscard]] std::optional<TimeSpan> timeSpanFromTimingLine(std::string_view line) noexcept;

@@ -308,6 +308,24 @@ enum class FindingCode : std::uint32_t {
     StlStylesPassed,  ///< The first of the codes 80h to 85h, how many there are.
     StlRowsOffPage,   ///< Vertical position there, rows with text that are on no row of a teletext page.
     StlTableNotRead,  ///< Number of the character code table.
+
+    // subtitles, dictionaries; the lines are counted from 1
+    SubtitleValueNotDictionary = 0xA'0301,  ///< No numbers.
+    SubtitleValueNoLines,                   ///< No numbers.
+    SubtitleValueTimeMissing,               ///< 1 for the start, 2 for the end.
+    SubtitleValueTimeWrong,                 ///< The same; 1 for a number of seconds, 2 for a time code.
+    SubtitleValueTimeUnusual,               ///< The same, milliseconds that it is read as.
+    SubtitleValueTimeRounded,               ///< The same.
+    SubtitleValueEndNotLater,               ///< Milliseconds of the start, of the end.
+    SubtitleValueNumberWrong,               ///< No numbers.
+    SubtitleValueLineWrong,                 ///< Line.
+    SubtitleValueTextMissing,               ///< Line.
+    SubtitleValueColorWrong,                ///< Line, teletext number of the colour that it is read as.
+    SubtitleValueAlignmentWrong,            ///< Line, number of the alignment that it is read as.
+    SubtitleValueRowWrong,                  ///< Line, row that it is read as (0: none).
+    SubtitleValueStylesLost,                ///< Line, its runs that look otherwise than what is kept.
+    SubtitleValueAnchorLost,                ///< Line, its place in the cue.
+
     // line21 (CTA-608-E); the offset is a pixel of the row
     Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.
     Line21RowTooShort,               ///< Bytes needed, bytes there.

@@ -5,27 +5,13 @@
 #include "streams/Json.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <qlx/facade/cue.h>
+#include <qlx/subtitles/value.h>
 
 #include <utility>
 #include <vector>
 
 namespace qlx::tool {
-
-namespace {
-
-/// What is wrong with an element of a JSON file, of which the library has made `record`; empty when it is right.
-std::vector<SubtitleProblem> elementProblems(std::uint64_t number, const Value& element,
-                                             const QLXSubtitleRecord* record) {
-    if (element.dictionary() == nullptr) {
-        return {{number, "no object"}};
-    }
-    if (record == nullptr) {
-        return {{number, "no \"text_lines\""}};
-    }
-    return elementTimeProblems(number, *element.dictionary(), *record);
-}
-
-}  // namespace
 
 void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
     subtitles.format = "JSON";
@@ -33,18 +19,18 @@ void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest
     std::uint64_t elements = 0;
     const bool hasList = readJsonElements(subtitles.name, text, [&](const Value& element) {
         ++elements;
-        auto record =
-            element.dictionary() == nullptr
-                ? nullptr
-                : QLXSubtitleRecord::initWithJSONDictionary_subtitleMode_error(*element.dictionary(), request.mode);
-        std::vector<SubtitleProblem> problems = elementProblems(elements, element, record.get());
+        Findings findings;
+        const Result<subtitles::Cue> cue = subtitles::cueOf(element, &findings);
+        std::vector<SubtitleProblem> problems = elementProblems(elements, element, findings, cue);
         const bool isCue = !leaveCueOut(problems);
         for (SubtitleProblem& problem : problems) {
             subtitles.problems.add(std::move(problem));
         }
         if (isCue) {
             ++subtitles.cues;
+            auto record = facade::toRecord(*cue);
             record->setIndex(elements);
+            record->setSubtitleMode(request.mode);
             take(std::move(record));
         }
     });

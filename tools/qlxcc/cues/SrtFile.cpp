@@ -4,6 +4,7 @@
 #include "io/Errors.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <qlx/facade/cue.h>
 #include <qlx/subtitles/srt.h>
 
 #include <algorithm>
@@ -138,7 +139,7 @@ void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
     subtitles.format = "SRT";
     CueFindings findings(text);
     const auto takeCue = [&](const subtitles::Cue& cue) {
-        auto record = recordOf(cue);
+        auto record = facade::toRecord(cue);
         record->updatePositioningForSubtitleMode(request.mode);
         if (request.mode == kCea608Mode) {
             moveAsCaption(*record, request.frameDuration);

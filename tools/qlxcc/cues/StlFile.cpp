@@ -6,6 +6,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <qlx/facade/cue.h>
 #include <qlx/subtitles/stl.h>
 
 #include <algorithm>
@@ -146,7 +147,7 @@ private:
             }
         }
         std::erase_if(cue.rows, &isEmpty);
-        auto record = recordOf(cue);
+        auto record = facade::toRecord(cue);
         record->setStartTimeInSeconds(start);
         record->setEndTimeInSeconds(end);
         record->setSubtitleMode(_request.mode);

@@ -3,15 +3,9 @@
 
 #include "cues/Subtitles.h"
 
-#include <qlx/subtitles/cue.h>
-
-#include <memory>
 #include <string_view>
 
 namespace qlx::tool {
-
-/// The record of a cue, valid, with rows and times as the cue has them.
-[[nodiscard]] std::shared_ptr<QLXSubtitleRecord> recordOf(const subtitles::Cue& cue);
 
 /// Starts a caption early, by an estimate of its pairs, and ends it a frame early: the pairs are sent one a frame, and
 /// then it stands complete at its time.

@@ -6,10 +6,10 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/subtitles/srt.h>
+#include <qlx/subtitles/value.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -20,7 +20,6 @@ namespace {
 
 using Effect = SubtitleProblem::Effect;
 
-constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kForm = "(HH:MM:SS,mmm)";
 constexpr std::size_t kShownCharacters = 40;
 
@@ -42,11 +41,6 @@ std::string quoted(std::string_view text) {
     return "\"" + shortened(text) + "\"";
 }
 
-std::string_view trimmed(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
 std::string readAs(std::string_view timecode) {
     return " is read as " + timeInWords(QLXSubtitleRecord::secondsFromSRTTimecode(timecode));
 }
@@ -60,59 +54,61 @@ SubtitleProblem notLater(std::uint64_t place, std::string what, const std::vecto
     return {place, std::move(what)};
 }
 
-// The keys of a time in a JSON file; the library reads the timecode where there are no seconds.
+/// A time of a JSON file: the timecode is read where there are no seconds.
 struct TimeKeys {
     std::string_view what;
     std::string_view seconds;
     std::string_view timecode;
 };
 
-constexpr std::array kTimeKeys{
-    TimeKeys{"start", QLXSubtitleRecordStartTimeInSecondsKey, QLXSubtitleRecordStartTimecodeKey},
-    TimeKeys{"end", QLXSubtitleRecordEndTimeInSecondsKey, QLXSubtitleRecordEndTimecodeKey}};
-
-/// The value under a key; null for a JSON null as well.
-const Value* valueIn(const Dictionary& values, std::string_view key) {
-    const Value* const value = values.find(key);
-    return value != nullptr && !value->isNull() ? value : nullptr;
+/// By what findings call it, 1 for the start and 2 for the end.
+TimeKeys timeKeys(std::int64_t which) {
+    return which == 1 ? TimeKeys{"start", subtitles::keys::kStartSeconds, subtitles::keys::kStartTimecode}
+                      : TimeKeys{"end", subtitles::keys::kEndSeconds, subtitles::keys::kEndTimecode};
 }
 
-/// Whether a value is a number that can be a time, or a text of such a number and nothing else.
-bool isSeconds(const Value& value) {
-    double seconds = value.isNumber() ? value.doubleValue() : -1.0;
-    if (const std::string* const text = value.text()) {
-        std::string_view number = trimmed(*text);
-        number.remove_prefix(number.starts_with('+') ? 1 : 0);
-        const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), seconds);
-        if (error != std::errc{} || end != number.data() + number.size()) {
-            return false;
-        }
-    }
-    return seconds >= 0.0 && std::isfinite(seconds);
+std::string key(std::string_view name) {
+    return "\"" + std::string(name) + "\"";
 }
 
-std::optional<SubtitleProblem> timeProblem(std::uint64_t element, const Dictionary& values, const TimeKeys& keys) {
-    const auto key = [](std::string_view name) { return "\"" + std::string(name) + "\""; };
-    if (const Value* const seconds = valueIn(values, keys.seconds)) {
-        return isSeconds(*seconds)
-                   ? std::nullopt
-                   : std::optional(SubtitleProblem{
-                         element, key(keys.seconds) + " is no time in seconds: " + shortened(jsonText(*seconds))});
+/// The value under a key that a finding is about, as JSON.
+std::string valueText(const Value& element, std::string_view name) {
+    return shortened(jsonText(*element.dictionary()->find(name)));
+}
+
+/// Why there is no cue.
+std::string refusalInWords(const Value& element, const Finding& refusal) {
+    const TimeKeys keys = timeKeys(refusal.first);
+    switch (refusal.code) {
+    case FindingCode::SubtitleValueNotDictionary:
+        return "no object";
+    case FindingCode::SubtitleValueNoLines:
+        return "no " + key(subtitles::keys::kLines);
+    case FindingCode::SubtitleValueTimeMissing:
+        return "no " + std::string(keys.what) + ": neither " + key(keys.seconds) + " nor " + key(keys.timecode);
+    case FindingCode::SubtitleValueTimeWrong:
+        return refusal.second == 1 ? key(keys.seconds) + " is no time in seconds: " + valueText(element, keys.seconds)
+                                   : key(keys.timecode) + " is no time " + std::string(kForm) + ": " +
+                                         valueText(element, keys.timecode);
+    case FindingCode::SubtitleValueEndNotLater:
+        return "the end is not later than the start";
+    default:
+        return refusal.text();
     }
-    const Value* const timecode = valueIn(values, keys.timecode);
-    if (timecode == nullptr) {
-        return SubtitleProblem{element, "no " + std::string(keys.what) + ": neither " + key(keys.seconds) + " nor " +
-                                            key(keys.timecode)};
+}
+
+/// What is remarkable about an element all the same; empty for what makes no difference.
+std::string remarkInWords(const Value& element, const Finding& finding) {
+    if (finding.code == FindingCode::SubtitleValueTimeRounded ||
+        finding.code == FindingCode::SubtitleValueNumberWrong) {
+        return {};
     }
-    const std::string* const text = timecode->text();
-    const auto time = text != nullptr ? subtitles::parseSrtTime(*text) : std::nullopt;
-    if (!time) {
-        return SubtitleProblem{element, key(keys.timecode) + " is no time " + std::string(kForm) + ": " +
-                                            shortened(jsonText(*timecode))};
+    if (finding.code != FindingCode::SubtitleValueTimeUnusual) {
+        return finding.text();
     }
-    return time->isUsual ? std::nullopt
-                         : std::optional(SubtitleProblem{
-                               element, key(keys.timecode) + " " + quoted(*text) + readAs(*text), Effect::None});
+    const TimeKeys keys = timeKeys(finding.first);
+    const std::string text = element.dictionary()->find(keys.timecode)->stringValue().value_or(std::string());
+    return key(keys.timecode) + " " + quoted(text) + readAs(text);
 }
 
 }  // namespace
@@ -151,21 +147,22 @@ std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_
                      remarks)};
 }
 
-std::vector<SubtitleProblem> elementTimeProblems(std::uint64_t element, const Dictionary& values,
-                                                 const QLXSubtitleRecord& record) {
+std::vector<SubtitleProblem> elementProblems(std::uint64_t element, const Value& value, const Findings& findings,
+                                             const Result<subtitles::Cue>& cue) {
     std::vector<SubtitleProblem> remarks;
-    for (const TimeKeys& keys : kTimeKeys) {
-        if (auto problem = timeProblem(element, values, keys)) {
-            if (problem->effect == Effect::CueLeftOut) {
-                return {std::move(*problem)};
-            }
-            remarks.push_back(std::move(*problem));
+    for (const Finding& finding : findings) {
+        if (std::string remark = remarkInWords(value, finding); !remark.empty()) {
+            remarks.push_back({element, std::move(remark), Effect::None});
         }
     }
-    if (record.endTimeInSeconds() > record.startTimeInSeconds()) {
+    if (cue) {
         return remarks;
     }
-    return {notLater(element, "the end is not later than the start", remarks)};
+    std::string refusal = refusalInWords(value, cue.error());
+    if (cue.error().code == FindingCode::SubtitleValueEndNotLater) {
+        return {notLater(element, std::move(refusal), remarks)};
+    }
+    return {{element, std::move(refusal)}};
 }
 
 }  // namespace qlx::tool

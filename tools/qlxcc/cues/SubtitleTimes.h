@@ -4,6 +4,8 @@
 #include "cues/Subtitles.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
+#include <qlx/base/result.h>
+#include <qlx/subtitles/cue.h>
 
 #include <string>
 #include <string_view>
@@ -17,10 +19,11 @@ namespace qlx::tool {
 /// What is wrong with the timing line of an SRT cue, in words: why it is left out, or remarks; empty when it is right.
 [[nodiscard]] std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_view timing);
 
-/// The same for the times of an element of a JSON file, under the keys that the library reads.
-/// @param record What the library has made of the element.
-[[nodiscard]] std::vector<SubtitleProblem> elementTimeProblems(std::uint64_t element, const Dictionary& values,
-                                                               const QLXSubtitleRecord& record);
+/// The same of an element of a JSON file.
+/// @param findings What was found while `cue` was read.
+/// @param cue What became of the element.
+[[nodiscard]] std::vector<SubtitleProblem> elementProblems(std::uint64_t element, const Value& value,
+                                                           const Findings& findings, const Result<subtitles::Cue>& cue);
 
 /// Whether such problems are why a cue is left out.
 [[nodiscard]] inline bool leaveCueOut(const std::vector<SubtitleProblem>& problems) {

@@ -47,42 +47,7 @@ InputKind kindOfText(const std::string& path, std::string_view text) {
     return isNamed && !text.empty() && !looksLikeSRT(text) ? *named : InputKind::Srt;
 }
 
-/// The whole seconds and the rest are added up, as they are where timecodes are read.
-double secondsOf(const MediaTime& time) {
-    const std::int64_t whole = time.value / time.timescale;
-    return static_cast<double>(time.value % time.timescale) / time.timescale + static_cast<double>(whole);
-}
-
-std::shared_ptr<QLXSubtitleTextLine> lineOf(const subtitles::Row& row) {
-    auto line = std::make_shared<QLXSubtitleTextLine>();
-    line->setTextString(row.text());
-    line->setAlignment(static_cast<std::int32_t>(row.alignment));
-    line->setPositioningType(row.anchor);
-    line->setVerticalPosition(row.number);
-    if (!row.runs.empty()) {
-        const subtitles::Style& style = row.runs.front().style;
-        line->setTextColor(static_cast<std::int32_t>(screen::basicIndex(style.foreground)));
-        line->setBold(style.isBold);
-        line->setItalic(style.isItalic);
-        line->setUnderline(style.isUnderlined);
-    }
-    return line;
-}
-
 }  // namespace
-
-std::shared_ptr<QLXSubtitleRecord> recordOf(const subtitles::Cue& cue) {
-    auto record = std::make_shared<QLXSubtitleRecord>();
-    record->setIndex(cue.number);
-    record->setIsValid(true);
-    record->setStartTimeInSeconds(secondsOf(cue.start));
-    record->setEndTimeInSeconds(secondsOf(cue.end));
-    std::vector<std::shared_ptr<QLXSubtitleTextLine>> lines;
-    lines.reserve(cue.rows.size());
-    std::transform(cue.rows.begin(), cue.rows.end(), std::back_inserter(lines), &lineOf);
-    record->setSubtitleLines(std::move(lines));
-    return record;
-}
 
 void moveAsCaption(QLXSubtitleRecord& record, double frameDuration) {
     const auto pairs = static_cast<double>(record.numberOfCEA608Packets());

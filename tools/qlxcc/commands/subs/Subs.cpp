@@ -13,6 +13,8 @@
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <qlx/facade/cue.h>
+#include <qlx/subtitles/value.h>
 
 #include <array>
 #include <cmath>
@@ -31,24 +33,11 @@ constexpr std::size_t kRowWidth = 3;
 constexpr std::size_t kColorWidth = 7;
 constexpr std::size_t kAlignmentWidth = 9;
 
-struct ColorName {
-    std::string_view name;
-    std::string_view value;  ///< As the JSON form of subtitles has it.
-};
-
 constexpr std::size_t kWhite = 7;
 
 /// By the library's constants.
-constexpr std::array<ColorName, 8> kColors{{{"white", "#ffffff"},
-                                            {"red", "#ff0000"},
-                                            {"green", "#00ff00"},
-                                            {"yellow", "#ffff00"},
-                                            {"blue", "#0000ff"},
-                                            {"magenta", "#ff00ff"},
-                                            {"cyan", "#00ffff"},
-                                            {"white", "#ffffff"}}};
-
-constexpr std::array<std::string_view, 4> kAlignments{"unchanged", "left", "center", "right"};
+constexpr std::array<std::string_view, 8> kColors{"white", "red",     "green", "yellow",
+                                                  "blue",  "magenta", "cyan",  "white"};
 
 /// The constant of a line's colour; white for a number that is none, as it is shown.
 std::size_t colorOf(const QLXSubtitleTextLine& line) {
@@ -58,8 +47,8 @@ std::size_t colorOf(const QLXSubtitleTextLine& line) {
 
 std::string_view alignmentOf(const QLXSubtitleTextLine& line) {
     const std::int32_t alignment = line.alignment();
-    const bool isKnown = alignment >= 0 && static_cast<std::size_t>(alignment) < kAlignments.size();
-    return kAlignments[isKnown ? static_cast<std::size_t>(alignment) : 0];
+    const bool isKnown = alignment >= 0 && static_cast<std::size_t>(alignment) < subtitles::kAlignmentNames.size();
+    return subtitles::kAlignmentNames[isKnown ? static_cast<std::size_t>(alignment) : 0];
 }
 
 std::string effectName(SubtitleProblem::Effect effect) {
@@ -168,7 +157,7 @@ private:
             const std::uint64_t row = rowOf(*line, index++);
             const std::string text = printable(line->textString().value_or(std::string()));
             _output.write(head + (row == 0 ? padded("  -", kRowWidth) : rightAligned(row, kRowWidth)) + "  " +
-                          padded(std::string(kColors[color].name), kColorWidth) + "  " +
+                          padded(std::string(kColors[color]), kColorWidth) + "  " +
                           padded(std::string(alignmentOf(*line)), kAlignmentWidth) + "  " +
                           (_isColored ? "\033[3" + std::to_string(color) + "m" + text + "\033[0m" : text) + "\n");
             head.assign(head.size(), ' ');
@@ -176,27 +165,12 @@ private:
     }
 
     /// In the form that play reads. The rows of captions are not the cue's own.
-    [[nodiscard]] Value cueObject(const QLXSubtitleRecord& record) const {
-        Dictionary cue{{"index", record.index()},
-                       {"start_time_seconds", record.startTimeInSeconds()},
-                       {"end_time_seconds", record.endTimeInSeconds()},
-                       {"start_timecode", timeInWords(record.startTimeInSeconds())},
-                       {"end_timecode", timeInWords(record.endTimeInSeconds())}};
+    [[nodiscard]] Dictionary cueObject(const QLXSubtitleRecord& record) const {
+        Dictionary cue = subtitles::dictionaryOf(facade::toCue(record), {.placesRows = _options.mode != kCea608Mode});
         if (_options.rate) {
             cue.set("start_frame_timecode", timeText(record.startTimeInSeconds()));
             cue.set("end_frame_timecode", timeText(record.endTimeInSeconds()));
         }
-        Array lines;
-        for (const auto& line : record.subtitleLines()) {
-            Dictionary entry{{"text", line->textString().value_or(std::string())},
-                             {"color", kColors[colorOf(*line)].value},
-                             {"alignment", alignmentOf(*line)}};
-            if (line->verticalPosition() != 0 && _options.mode != kCea608Mode) {
-                entry.set("vertical_position", line->verticalPosition());
-            }
-            lines.emplace_back(std::move(entry));
-        }
-        cue.set("text_lines", std::move(lines));
         return cue;
     }
 
