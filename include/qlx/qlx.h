@@ -41,6 +41,7 @@
 #include <qlx/klv/partition.h>
 #include <qlx/line21/line21.h>
 #include <qlx/log/status.h>
+#include <qlx/playout/captions.h>
 #include <qlx/playout/timeline.h>
 #include <qlx/screen/screen.h>
 #include <qlx/scte/conversion.h>

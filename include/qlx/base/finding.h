@@ -411,6 +411,11 @@ enum class FindingCode : std::uint32_t {
     MovFragmentCut,                ///< Bytes there, bytes of the fragment.
     MovFragmentListCut,            ///< Bytes there, bytes of the fragments' list.
     MovAtomWrong,                  ///< No numbers; the offset is where an atom should begin.
+    // playout; the rows of a cue are counted from 1
+    PlayoutTimeWrong = 0xD'0001,  ///< 1 for the start, 2 for the end.
+    PlayoutRowBroken,             ///< Row of the cue, characters of it in front of those that go on the next row.
+    PlayoutRowLeftOut,            ///< Row of the cue, characters of it that are left out.
+    PlayoutBoldLeftOut,           ///< Row of the cue, characters of it that are not bold.
 
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.

@@ -1,0 +1,253 @@
+// Cues as captions: which characters stand where.
+#include <qlx/playout/captions.h>
+
+#include "base/MakeFinding.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/cc/slots.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <iterator>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace qlx::playout {
+
+namespace {
+
+using Cells = std::vector<screen::Cell>;
+
+// The rows that a cue's numbers count, and the one in the middle.
+constexpr std::uint64_t kPageRows = 11;
+constexpr std::uint64_t kMiddlePageRow = 6;
+
+/// A row of the caption.
+struct Line {
+    Cells cells;
+    std::size_t source = 0;    ///< Index of the cue's row.
+    std::size_t distance = 0;  ///< Rows below the first one.
+};
+
+bool isSpace(const screen::Cell& cell) noexcept {
+    return cell.character == U' ';
+}
+
+class CaptionMaker {
+public:
+    CaptionMaker(const subtitles::Cue& cue, const CaptionOptions& options, FindingSink* findings) noexcept
+        : _cue(cue), _options(options), _findings(findings) {}
+
+    void make(cea608::Caption& caption) {
+        for (std::size_t source = 0; source < _cue.rows.size(); ++source) {
+            addRow(source);
+        }
+        if (_lines.empty()) {
+            return;
+        }
+        setDistances();
+        const std::size_t first = firstRow();
+        for (Line& line : _lines) {
+            caption.rows.push_back(
+                {static_cast<std::uint8_t>(first + line.distance), columnOf(line), std::move(line.cells)});
+        }
+    }
+
+private:
+    void report(FindingCode code, Severity severity, std::size_t source, std::size_t count) const {
+        if (_findings != nullptr) {
+            _findings->add(makeFinding(code, severity, _options.findingsOffset, source + 1, count));
+        }
+    }
+
+    Cells cellsOf(std::size_t source) const {
+        Cells cells;
+        std::size_t bold = 0;
+        for (const subtitles::Run& run : _cue.rows[source].runs) {
+            screen::Cell cell;
+            cell.isVisible = true;
+            cell.foreground = run.style.foreground;
+            cell.background = run.style.background.value_or(screen::Color::Black);
+            cell.isItalic = run.style.isItalic;
+            cell.isUnderlined = run.style.isUnderlined;
+            cell.isFlashing = run.style.isFlashing;
+            for (std::string_view text = run.text; !text.empty(); bold += run.style.isBold ? 1U : 0U) {
+                cell.character = takeCodePoint(text);
+                cells.push_back(cell);
+            }
+        }
+        if (bold > 0) {
+            report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
+        }
+        while (!cells.empty() && isSpace(cells.back())) {
+            cells.pop_back();
+        }
+        if (_cue.rows[source].alignment != subtitles::Alignment::Unchanged) {
+            cells.erase(cells.begin(), std::find_if_not(cells.begin(), cells.end(), isSpace));
+        }
+        return cells;
+    }
+
+    void addRow(std::size_t source) {
+        const Cells cells = cellsOf(source);
+        std::span<const screen::Cell> rest = cells;
+        while (!rest.empty()) {
+            const std::size_t size = sizeOfLine(rest);
+            const auto line = rest.first(size);
+            rest = rest.subspan(size);
+            if (_lines.size() == cea608::kGreatestCaptionRows) {
+                report(FindingCode::PlayoutRowLeftOut, Severity::Error, source, size + rest.size());
+                return;
+            }
+            Cells kept(line.begin(), line.end());
+            while (!kept.empty() && isSpace(kept.back())) {
+                kept.pop_back();
+            }
+            _lines.push_back({std::move(kept), source, 0});
+            rest = rest.subspan(
+                static_cast<std::size_t>(std::find_if_not(rest.begin(), rest.end(), isSpace) - rest.begin()));
+            if (!rest.empty()) {
+                report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());
+            }
+        }
+    }
+
+    /// Characters that stand on a row by themselves: up to the last space that leaves text in front of it.
+    static std::size_t sizeOfLine(std::span<const screen::Cell> cells) noexcept {
+        if (cells.size() <= cea608::kColumns) {
+            return cells.size();
+        }
+        for (std::size_t size = cea608::kColumns; size > 0; --size) {
+            const auto before = cells.first(size);
+            if (isSpace(cells[size]) && !std::all_of(before.begin(), before.end(), isSpace)) {
+                return size;
+            }
+        }
+        return cea608::kColumns;
+    }
+
+    /// Rows of the cue keep theirs, if there is room.
+    void setDistances() {
+        for (std::size_t index = 1; index < _lines.size(); ++index) {
+            const Line& before = _lines[index - 1];
+            _lines[index].distance = before.distance + distanceOf(before.source, _lines[index].source);
+        }
+        if (_lines.back().distance >= cea608::kRows) {
+            for (std::size_t index = 0; index < _lines.size(); ++index) {
+                _lines[index].distance = index;
+            }
+        }
+    }
+
+    /// Of two rows of the cue that follow one another, with none but empty ones between them.
+    std::size_t distanceOf(std::size_t before, std::size_t source) const noexcept {
+        const std::uint64_t upper = _cue.rows[before].number;
+        const std::uint64_t lower = _cue.rows[source].number;
+        if (upper == 0 || lower == 0) {
+            return std::max<std::size_t>(source - before, 1);
+        }
+        return lower > upper ? static_cast<std::size_t>(std::min<std::uint64_t>(lower - upper, cea608::kRows)) : 1;
+    }
+
+    [[nodiscard]] std::size_t firstRow() const noexcept {
+        const std::size_t height = _lines.back().distance + 1;
+        const std::size_t lowest = cea608::kRows - height + 1;
+        const subtitles::Row& first = _cue.rows[_lines.front().source];
+        const subtitles::Row& last = _cue.rows[_lines.back().source];
+        if (last.number != 0 && first.number != 0 && last.number < kMiddlePageRow) {
+            return std::min(spread(first.number), lowest);
+        }
+        if (last.number != 0) {
+            const std::size_t end = spread(last.number);
+            return end > height ? end - height + 1 : 1;
+        }
+        if (first.anchor >= 7) {
+            return 1;
+        }
+        return first.anchor >= 4 ? (lowest + 1) / 2 : lowest;
+    }
+
+    /// The row of a number: 1 is 1, 11 is 15.
+    static std::size_t spread(std::uint64_t number) noexcept {
+        const std::uint64_t place = std::min(number, kPageRows) - 1;
+        return static_cast<std::size_t>(1 + (place * (cea608::kRows - 1) + (kPageRows - 1) / 2) / (kPageRows - 1));
+    }
+
+    [[nodiscard]] std::uint8_t columnOf(const Line& line) const noexcept {
+        const std::size_t room = cea608::kColumns - line.cells.size();
+        switch (_cue.rows[line.source].alignment) {
+        case subtitles::Alignment::Center:
+            return static_cast<std::uint8_t>(room / 2);
+        case subtitles::Alignment::Right:
+            return static_cast<std::uint8_t>(room);
+        default:
+            return 0;
+        }
+    }
+
+    const subtitles::Cue& _cue;
+    const CaptionOptions& _options;
+    FindingSink* _findings;
+    std::vector<Line> _lines;
+};
+
+}  // namespace
+
+Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate, const CaptionOptions& options,
+                                  FindingSink* findings) {
+    const auto start = firstFrameAtOrAfter(cue.start, rate);
+    const auto end = firstFrameAtOrAfter(cue.end, rate);
+    if (!start || !end) {
+        return makeFinding(FindingCode::PlayoutTimeWrong, Severity::Error, options.findingsOffset, start ? 2 : 1);
+    }
+    cea608::Caption caption;
+    caption.start = *start;
+    caption.end = *end;
+    caption.channel = options.channel;
+    caption.style = options.style;
+    caption.rollUpRows = options.rollUpRows;
+    CaptionMaker(cue, options, findings).make(caption);
+    return caption;
+}
+
+cc::Cdp cdpOf(const cea608::FramePairs& pairs, FrameRate rate, std::uint16_t counter) noexcept {
+    std::array<cc::Triplet, cc::kGreatestTriplets> triplets{};
+    std::size_t count = 0;
+    const auto put = [&triplets, &count](cc::CcType field, const std::optional<cea608::Pair>& pair) {
+        if (pair) {
+            triplets[count++] = cc::Triplet::make(field, pair->first, pair->second);
+        }
+    };
+    put(cc::CcType::Field1, pairs.field1);
+    put(cc::CcType::Field2, pairs.field2);
+    cc::Cdp cdp;
+    cdp.setFrameRate(rate);
+    cdp.setSequenceCounter(counter);
+    // No rate has more than there is room for.
+    static_cast<void>(cdp.setTriplets(std::span(triplets).first(cc::slotsOf(rate).ccCount)));
+    return cdp;
+}
+
+bool CaptionPlayout::add(const subtitles::Cue& cue, CaptionOptions options, FindingSink* findings) {
+    options.findingsOffset = _cues++;
+    const Result<cea608::Caption> caption = captionOf(cue, _rate, options, findings);
+    if (caption) {
+        return _writer.add(*caption, findings);
+    }
+    if (findings != nullptr) {
+        findings->add(caption.error());
+    }
+    // The writer goes on counting: it leaves an empty one out.
+    static_cast<void>(_writer.add({}));
+    return false;
+}
+
+cc::Cdp CaptionPlayout::next(FindingSink* findings) {
+    const auto counter = static_cast<std::uint16_t>(_writer.frame());
+    return cdpOf(_writer.next(findings), _rate, counter);
+}
+
+}  // namespace qlx::playout
