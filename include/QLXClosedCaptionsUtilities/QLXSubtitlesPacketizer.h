@@ -17,6 +17,11 @@
 
 class QLXSubtitleRecord;
 class QLXSubtitleTextLine;
+class QLXVANCPacket;
+
+namespace qlx::facade {
+class PacketizerFrames;
+}
 
 /// Plays a timeline of subtitles frame by frame: called once a frame with its presentation time, it gives the sample to
 /// attach to that frame. Mode 1 makes CEA-608 pop-on captions in CDPs (CTA-608, SMPTE ST 334-2), mode 2 OP-47 teletext
@@ -225,6 +230,8 @@ public:
     [[nodiscard]] static std::uint8_t vbiPacketDescriptorWithLine_oddField(std::uint8_t line, bool oddField) noexcept;
 
 private:
+    friend class qlx::facade::PacketizerFrames;
+
     QLXSubtitlesPacketizer(std::int32_t subtitleMode, bool isHD) noexcept;
 
     /// One field's block each; none where there is nothing to send.
@@ -235,6 +242,10 @@ private:
     [[nodiscard]] std::uint16_t takePacketCounter() noexcept;
     [[nodiscard]] FieldBlocks takeQueuedBlocks();
     static void enterList(const std::vector<std::shared_ptr<QLXSubtitleRecord>>& records);
+    /// Of both fields, field 1 first.
+    [[nodiscard]] std::vector<std::shared_ptr<QLXVANCPacket>> nextTeletextPackets(const qlx::MediaTime& pts);
+    /// None when there is nothing to send.
+    [[nodiscard]] qlx::Data nextCaptionPair(const qlx::MediaTime& pts);
     [[nodiscard]] qlx::Data startTeletextOutput(const std::shared_ptr<QLXSubtitleRecord>& subtitle);
 
     /// Lets one thread at a time change or copy the list; taken before the other, and never by a frame.

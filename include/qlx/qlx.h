@@ -35,6 +35,7 @@
 #include <qlx/cea708/receiver.h>
 #include <qlx/cea708/window.h>
 #include <qlx/facade/cue.h>
+#include <qlx/facade/frames.h>
 #include <qlx/facade/packet.h>
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>

@@ -60,6 +60,13 @@ std::shared_ptr<SampleBuffer> fromPayload(const SampleTimingInfo& timingInfo, co
     });
 }
 
+Data packetOfPayload(const MediaTime& frameDuration, std::uint16_t sequenceCounter, const Data& payload) {
+    const std::uint8_t ccCount = std::min(captionrate::ccCount(frameDuration), cdp::kMaxPayloadCount);
+    std::vector<std::uint8_t> bytes(cdp::payloadPacketSize(ccCount));
+    cdp::writePayloadPacket(bytes, headerFor(frameDuration, sequenceCounter), ccCount, payload);
+    return bytes;
+}
+
 std::shared_ptr<SampleBuffer> fromTriplets(const SampleTimingInfo& timingInfo, const MediaTime& frameDuration,
                                            std::uint16_t sequenceCounter, const Data& triplets) {
     constexpr std::size_t kFirstOwnSize = 18;

@@ -38,6 +38,9 @@ void writeAtomHeader(std::uint8_t* bytes, std::uint32_t size, std::uint32_t type
                                                         const MediaTime& frameDuration, std::uint16_t sequenceCounter,
                                                         const Data& payload);
 
+/// That CDP by itself.
+[[nodiscard]] Data packetOfPayload(const MediaTime& frameDuration, std::uint16_t sequenceCounter, const Data& payload);
+
 /// A `c708` sample of a CDP made from ready triplets; a short list of whole triplets is taken as a payload. Null for a
 /// duration of 0 or a frame duration without triplets.
 [[nodiscard]] std::shared_ptr<SampleBuffer> fromTriplets(const SampleTimingInfo& timingInfo,

@@ -8,6 +8,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
+#include <atomic>
 #include <utility>
 
 namespace fields = qlx::subtitles::fields;

@@ -11,27 +11,32 @@
 #include <utility>
 #include <vector>
 
-std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextCEA608SampleBufferAtPTS_frameDuration(
-    const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
+qlx::Data QLXSubtitlesPacketizer::nextCaptionPair(const qlx::MediaTime& pts) {
     constexpr std::uint64_t kPairBytes = 2;
     const std::lock_guard lock(_captionMutex);
     if (!_cea608DataToSend) {
         std::shared_ptr<QLXSubtitleRecord> subtitle = subtitleForTime(qlx::secondsFrom(pts));
         if (subtitle == lastSubtitleRecord()) {
-            return nullptr;
+            return {};
         }
         _cea608DataToSend = cea608PageDataWithSubtitleRecord(subtitle);
         _cea608DataOffset = 0;
         setLastSubtitleRecord(std::move(subtitle));
     }
     const std::span<const std::uint8_t> caption = _cea608DataToSend;
-    const qlx::Data pair = caption.subspan(_cea608DataOffset, kPairBytes);
+    qlx::Data pair = caption.subspan(_cea608DataOffset, kPairBytes);
     _cea608DataOffset += kPairBytes;
     if (_cea608DataOffset >= caption.size()) {
         _cea608DataToSend = {};
         _cea608DataOffset = 0;
     }
-    return qlx::captionsample::fromPayload({frameDuration, pts, {}}, frameDuration, 0, pair);
+    return pair;
+}
+
+std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextCEA608SampleBufferAtPTS_frameDuration(
+    const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
+    const qlx::Data pair = nextCaptionPair(pts);
+    return pair ? qlx::captionsample::fromPayload({frameDuration, pts, {}}, frameDuration, 0, pair) : nullptr;
 }
 
 qlx::Data QLXSubtitlesPacketizer::cea608PageDataWithSubtitleRecord(const std::shared_ptr<QLXSubtitleRecord>& record) {

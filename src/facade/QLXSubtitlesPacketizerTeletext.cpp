@@ -104,8 +104,7 @@ qlx::Data QLXSubtitlesPacketizer::startTeletextOutput(const std::shared_ptr<QLXS
     return erasingHeader;
 }
 
-std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextTeletextSampleBufferAtPTS_frameDuration(
-    const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
+std::vector<std::shared_ptr<QLXVANCPacket>> QLXSubtitlesPacketizer::nextTeletextPackets(const qlx::MediaTime& pts) {
     const std::shared_ptr<QLXSubtitleRecord> subtitle = subtitleForTime(qlx::secondsFrom(pts));
     FieldBlocks blocks = takeQueuedBlocks();
     if (!blocks.field1 && !blocks.field2 && subtitle != lastSubtitleRecord()) {
@@ -119,10 +118,14 @@ std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextTeletextSampl
         blocks.field2 = sdp::filling(kEvenField, takePacketCounter());
     }
     const FieldLines& lines = isHD() ? kLinesHD : kLinesSD;
-    return QLXVANCPacket::createSampleBufferWithVANCPackets_timingInfo(
-        {QLXVANCPacket::OP47VANCPacketWithData_lineNumber(std::move(blocks.field1), lines.field1),
-         QLXVANCPacket::OP47VANCPacketWithData_lineNumber(std::move(blocks.field2), lines.field2)},
-        {frameDuration, pts, {}});
+    return {QLXVANCPacket::OP47VANCPacketWithData_lineNumber(std::move(blocks.field1), lines.field1),
+            QLXVANCPacket::OP47VANCPacketWithData_lineNumber(std::move(blocks.field2), lines.field2)};
+}
+
+std::shared_ptr<qlx::SampleBuffer> QLXSubtitlesPacketizer::copyNextTeletextSampleBufferAtPTS_frameDuration(
+    const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration) {
+    return QLXVANCPacket::createSampleBufferWithVANCPackets_timingInfo(nextTeletextPackets(pts),
+                                                                       {frameDuration, pts, {}});
 }
 
 // Subtitling data packets

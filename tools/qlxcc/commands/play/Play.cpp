@@ -16,10 +16,9 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
-#include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
-#include <qlx/facade/packet.h>
+#include <qlx/facade/frames.h>
 
 #include <algorithm>
 #include <array>
@@ -249,17 +248,16 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, const Subtit
     return makeScheduleWriter(options, subtitles, output);
 }
 
-/// The packets of a frame for which the packetizer gave `sample`.
-std::vector<anc::Packet> packetsOf(const PlayOptions& options, const std::shared_ptr<SampleBuffer>& sample,
-                                   const MediaTime& pts) {
-    if (options.mode == PlayMode::Teletext) {
-        return facade::toAncPackets(QLXVANCPacket::VANCPacketsWithCMSampleBuffer(sample));
+/// The packets of the next frame.
+std::vector<anc::Packet> nextPackets(const PlayOptions& options, QLXSubtitlesPacketizer& packetizer,
+                                     const MediaTime& pts) {
+    const MediaTime duration = options.rate.frameDuration();
+    std::vector<anc::Packet> packets = facade::nextPackets(packetizer, pts, duration);
+    if (packets.empty() && options.mode == PlayMode::Cea608 && options.fillsFrames) {
+        return captionPackets(
+            QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(pts, duration, 0));
     }
-    if (sample || !options.fillsFrames) {
-        return captionPackets(sample);
-    }
-    return captionPackets(QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(
-        pts, options.rate.frameDuration(), 0));
+    return packets;
 }
 
 /// The text of the subtitle last sent, made when it changes.
@@ -300,9 +298,8 @@ int play(const PlayOptions& options) {
     Progress progress(range.end - range.first, output.isStandardOutput());
     for (std::uint64_t number = range.first; number < range.end; ++number) {
         const MediaTime pts = options.rate.timeOfFrame(number);
-        const auto sample = packetizer->copyNextSubtitleSampleBufferAtPTS_frameDuration(pts, duration);
-        writer->write(
-            {{number, pts, packetsOf(options, sample, pts), {}}, sent.textOf(packetizer->lastSubtitleRecord())});
+        std::vector<anc::Packet> packets = nextPackets(options, *packetizer, pts);
+        writer->write({{number, pts, std::move(packets), {}}, sent.textOf(packetizer->lastSubtitleRecord())});
         const std::uint64_t done = number + 1 - range.first;
         progress.update(done, done);
     }
