@@ -214,8 +214,8 @@ TEST(RateAsDeployed, WarnsOnceOfPacketsThatContradictThemselves) {
     const ToolResult result = runRate(folder, "a.klv", "25", "50", "b.klv");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.klv") +
-                              ": frame 0, line 9: the caption packet contradicts itself: cc_count 23, behind which fa "
-                              "begins no section\n");
+                              ": frame 0, line 9: the caption packet contradicts itself: cc_count 23, but 24 are "
+                              "there\n");
 }
 
 TEST(RateAsDeployed, SaysThatCaptionsInNoPacketAreLeftOut) {

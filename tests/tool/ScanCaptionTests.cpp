@@ -64,15 +64,16 @@ TEST(CaptionPacket, SaysWhatIsMissing) {
     EXPECT_EQ(inWords(""), "no caption distribution packet (CDP)");
     EXPECT_EQ(inWords("966907"), "no caption distribution packet (CDP)");
     EXPECT_EQ(inWords("9769653f7f0000"), "no caption distribution packet (CDP)");
-    // The header sums to 96 + 69 + 07 + 3f + 7f = 1c4, of which the last byte is left out.
-    EXPECT_EQ(inWords("9669073f7f0000"), "CDP: 25 frames/s, counter 0, no caption data; length as in the standard, "
-                                         "checksum 00 where the standard has 3c");
+    EXPECT_EQ(inWords("9669073f7f0000"), "CDP: 25 frames/s, counter 0, no caption data (cc_data (72) is announced, but "
+                                         "not there); length as in the standard, no footer");
+    EXPECT_EQ(inWords("96690a3f030000740000"),
+              "CDP: 25 frames/s, counter 0, no caption data; length as in the standard, the footer is cut");
     EXPECT_EQ(inWords("96690d3f7f0000720074000050"), "CDP: 25 frames/s, counter 0, 0 triplets; length and checksum as "
                                                      "in the standard");
     EXPECT_TRUE(inWords("96690d3f7f000072f4fc9420fa")
                     .starts_with("CDP: 25 frames/s, counter 0, 1 triplet (cc_count 20, of which 1 is there): field 1 "
                                  "9420; length as in "
-                                 "the standard, checksum fa"));
+                                 "the standard, no footer"));
     // A time code section stands in front of the triplets.
     EXPECT_TRUE(inWords("9669193fff0000718081828372e2fc9420fd152c740000ff00")
                     .starts_with("CDP: 25 frames/s, counter 0, 2 triplets: field 1 9420, field 2 152c; "));
@@ -83,20 +84,20 @@ TEST(CaptionPacket, SaysWhereItContradictsItself) {
     ASSERT_EQ(right.substr(14, 4), "72e3");
     const auto beginning = [](const std::string& words) { return "CDP: 25 frames/s, counter 0, " + words; };
     EXPECT_TRUE(inWords(right).starts_with(beginning("3 triplets: field 1 942c, field 2 8080, 1 padding; ")));
-    // One triplet less than there are: fa, the third one's first byte, stands where a section would begin.
+    // One triplet less than there are: with another count than announced the sections lead to the footer.
     std::string wrong = right;
     wrong.replace(16, 2, "e2");
     EXPECT_TRUE(inWords(wrong).starts_with(beginning(
-        "2 triplets (cc_count 2, behind which fa begins no section): field 1 942c, field 2 8080; length as in the ")))
+        "3 triplets (cc_count 2, but 3 are there): field 1 942c, field 2 8080, 1 padding; length as in the ")))
         << inWords(wrong);
-    // One more: 73 f2 e0, with which the services begin, are taken for a triplet, and 20 follows.
+    // One more.
     wrong.replace(16, 2, "e4");
-    EXPECT_TRUE(inWords(wrong).starts_with(beginning("4 triplets (cc_count 4, behind which 20 begins no section): ")))
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning("3 triplets (cc_count 4, of which 3 are there): ")))
         << inWords(wrong);
-    // Far too many: 38 bytes are there, of which 9 stand in front of the triplets; 29 bytes are 9 triplets and 2 bytes.
+    // Far too many.
     wrong.replace(16, 2, "ff");
     ASSERT_EQ(wrong.size(), 2U * 38);
-    EXPECT_TRUE(inWords(wrong).starts_with(beginning("9 triplets (cc_count 31, of which 9 are there): ")))
+    EXPECT_TRUE(inWords(wrong).starts_with(beginning("3 triplets (cc_count 31, of which 3 are there): ")))
         << inWords(wrong);
     // Announced by the flags (40), but not there.
     wrong = right;
@@ -113,8 +114,9 @@ TEST(CaptionPacket, IsReadAtEveryLength) {
         const auto cdp = qlx::tool::readCdp(part.span());
         ASSERT_EQ(cdp.has_value(), part.size() >= 7);
         if (cdp) {
-            EXPECT_EQ(cdp->triplets.size(), part.size() < 9 ? 0U : std::min<std::size_t>(24, (part.size() - 9) / 3));
-            EXPECT_FALSE(cdp->hasStandardLength());
+            EXPECT_EQ(cdp->cdp.triplets().size(),
+                      part.size() < 9 ? 0U : std::min<std::size_t>(24, (part.size() - 9) / 3));
+            EXPECT_TRUE(cdp->length.has_value());
         }
     });
 }
@@ -152,12 +154,11 @@ TEST(ScanCaptions, NeverRefusesAPacket) {
     const ToolResult json = runTool({"scan", file, "--width", "48", "--lines", "9", "--json"});
     EXPECT_EQ(json.exitCode, 0);
     EXPECT_EQ(json.err, "");
-    EXPECT_EQ(
-        json.out,
-        R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"966933af7f0102740102aa",)"
-        R"("cdp":{"rate":null,"cc_count":null,"counter":258,"triplets":[],)"
-        R"("contradiction":"section 74 where cc_data (72) is announced","length_ok":false,"checksum_ok":false}}]})"
-        "\n");
+    EXPECT_EQ(json.out,
+              R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"966933af7f0102740102aa",)"
+              R"("cdp":{"rate":null,"cc_count":null,"counter":258,"triplets":[],)"
+              R"("contradiction":"cc_data (72) is announced, but not there","length_ok":false,"checksum_ok":false}}]})"
+              "\n");
 }
 
 TEST(ScanCaptions, SaysInJsonWhereAPacketContradictsItself) {

@@ -23,7 +23,11 @@ constexpr std::array<std::uint8_t, 2> kEndOfCaption{0x94, 0x2F};
 
 /// The frame's field 1 pair; empty when it has none.
 Data pairOf(const Frame& frame) {
-    return frame.packets.empty() ? Data() : fieldOnePairs(Data(frame.packets.front().userData));
+    if (frame.packets.empty()) {
+        return {};
+    }
+    const Result<cc::Cdp> cdp = cc::parseCdp(frame.packets.front().userData);
+    return cdp ? fieldOnePairs(cdp->triplets()) : Data();
 }
 
 }  // namespace

@@ -1,188 +1,193 @@
 #include "streams/Cdp.h"
 
+#include "io/Rates.h"
 #include "io/Text.h"
 
-#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
-
-#include <algorithm>
-#include <numeric>
+#include <array>
 
 namespace qlx::tool {
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 7;
-constexpr std::size_t kTimeCodeSize = 5;
-constexpr std::size_t kTripletSize = 3;
-constexpr std::size_t kFirstTriplet = 9;
+// Bit of the header's flags.
+constexpr std::int64_t kCcDataFlag = 0x40;
 
-constexpr std::uint8_t kTimeCodeFlag = 0x80;
-constexpr std::uint8_t kTimeCodeId = 0x71;
-constexpr std::uint8_t kCaptionDataFlag = 0x40;
-constexpr std::uint8_t kCaptionDataId = 0x72;
-// Service information, the footer, and those that are to come.
-constexpr std::uint8_t kFirstLaterId = 0x73;
-constexpr std::uint8_t kLastLaterId = 0xEF;
-
-// By cdp_frame_rate; the other codes are reserved.
-constexpr std::array<std::string_view, 9> kRateNames{"", "23.976", "24", "25", "29.97", "30", "50", "59.94", "60"};
-
-/// The kind by cc_valid and cc_type, whatever the marker bits above them are.
-TripletKind kindOf(std::uint8_t flags) {
-    constexpr std::array<TripletKind, 4> kKinds{TripletKind::Field1, TripletKind::Field2, TripletKind::DtvccData,
-                                                TripletKind::DtvccStart};
-    return (flags & 4U) == 0 ? TripletKind::Padding : kKinds[flags & 3U];
+std::string byteInWords(std::int64_t byte) {
+    const std::array bytes{static_cast<std::uint8_t>(byte)};
+    return hex(bytes);
 }
 
-void readCaptionData(Cdp& cdp, std::span<const std::uint8_t> section, bool isAnnounced) {
-    if (isAnnounced && !section.empty() && section[0] != kCaptionDataId) {
-        cdp.otherSection = section[0];
+/// Keeps what a listing says of a packet.
+class CdpFindings final : public FindingSink {
+public:
+    explicit CdpFindings(ReadCdp& packet) : _packet(packet) {}
+
+    void add(const Finding& finding) override {
+        switch (finding.code) {
+        case FindingCode::CdpLengthWrong:
+            _packet.length = finding;
+            break;
+        case FindingCode::CdpChecksumWrong:
+        case FindingCode::CdpFooterMissing:
+            _packet.checksum = finding;
+            break;
+        case FindingCode::CdpSectionCut:
+            if (finding.first == static_cast<std::int64_t>(cc::CdpSection::Footer)) {
+                _packet.checksum = finding;
+            }
+            break;
+        case FindingCode::CdpFlagsContradictSections:
+            if ((finding.first & kCcDataFlag) != 0 && (finding.second & kCcDataFlag) == 0) {
+                _packet.contradiction = finding;
+            }
+            break;
+        case FindingCode::CdpCountWrong:
+            _packet.contradiction = finding;
+            _packet.ccCount = static_cast<std::size_t>(finding.first);
+            break;
+        case FindingCode::CdpSectionUnknown:
+            _packet.otherSection = _packet.otherSection.value_or(finding);
+            break;
+        default:
+            // Of what a listing says nothing, `rate` makes a packet that is right.
+            break;
+        }
     }
-    if (section.size() < 2 || section[0] != kCaptionDataId) {
-        return;
-    }
-    cdp.ccCount = static_cast<std::uint8_t>(section[1] & 0x1FU);
-    section = section.subspan(2);
-    const std::size_t count = std::min<std::size_t>(*cdp.ccCount, section.size() / kTripletSize);
-    cdp.triplets = readTriplets(section.first(count * kTripletSize));
-    section = section.subspan(count * kTripletSize);
-    const bool isWhole = count == *cdp.ccCount && !section.empty();
-    if (isWhole && (section[0] < kFirstLaterId || section[0] > kLastLaterId)) {
-        cdp.behindTriplets = section[0];
-    }
-}
+
+private:
+    ReadCdp& _packet;
+};
 
 /// Neighbours of one kind share its name; padding is only counted.
-std::string inWords(const std::vector<CaptionTriplet>& triplets) {
+std::string inWords(std::span<const cc::Triplet> triplets) {
     std::string text;
     for (std::size_t first = 0; first < triplets.size();) {
-        const TripletKind kind = triplets[first].kind;
+        const std::string_view kind = nameOf(triplets[first]);
         std::size_t end = first;
         std::string data;
-        for (; end < triplets.size() && triplets[end].kind == kind; ++end) {
-            data += " " + hex(triplets[end].data);
+        for (; end < triplets.size() && nameOf(triplets[end]) == kind; ++end) {
+            data += " " + hex(std::array{triplets[end].first, triplets[end].second});
         }
         text += first == 0 ? "" : ", ";
-        if (kind == TripletKind::Padding) {
-            text += std::to_string(end - first) + " padding";
+        if (triplets[first].valid()) {
+            text += std::string(kind) + data;
         } else {
-            text += std::string(nameOf(kind)) + data;
+            text += std::to_string(end - first) + " " + std::string(kind);
         }
         first = end;
     }
     return text;
 }
 
-std::string tripletsOf(const Cdp& cdp) {
-    const std::string contradiction = contradictionIn(cdp);
+std::string tripletsOf(const ReadCdp& packet) {
+    const std::string contradiction = contradictionIn(packet);
     const std::string remark = contradiction.empty() ? "" : " (" + contradiction + ")";
-    if (!cdp.ccCount) {
+    if (!packet.ccCount) {
         return "no caption data" + remark;
     }
-    const std::string text = counted(cdp.triplets.size(), "triplet") + remark;
-    return cdp.triplets.empty() ? text : text + ": " + inWords(cdp.triplets);
+    const std::span<const cc::Triplet> triplets = packet.cdp.triplets();
+    const std::string text = counted(triplets.size(), "triplet") + remark;
+    return triplets.empty() ? text : text + ": " + inWords(triplets);
 }
 
-std::string remarks(const Cdp& cdp) {
-    if (cdp.hasStandardLength() && cdp.hasStandardChecksum()) {
+std::string checksumInWords(const Finding& finding) {
+    if (finding.code == FindingCode::CdpChecksumWrong) {
+        return "checksum " + byteInWords(finding.first) + " where the standard has " + byteInWords(finding.second);
+    }
+    return finding.code == FindingCode::CdpFooterMissing ? "no footer" : "the footer is cut";
+}
+
+std::string remarks(const ReadCdp& packet) {
+    if (!packet.length && !packet.checksum) {
         return "length and checksum as in the standard";
     }
-    const std::string length = cdp.hasStandardLength() ? "length as in the standard"
-                                                       : "length byte " + std::to_string(cdp.length) +
-                                                             " where the standard has " + std::to_string(cdp.size);
-    const std::string checksum = cdp.hasStandardChecksum()
-                                     ? "checksum as in the standard"
-                                     : "checksum " + hex(std::span(&cdp.checksum, 1)) + " where the standard has " +
-                                           hex(std::span(&cdp.standardChecksum, 1));
-    return length + ", " + checksum;
+    const std::string length = packet.length ? "length byte " + std::to_string(packet.length->first) +
+                                                   " where the standard has " + std::to_string(packet.length->second)
+                                             : "length as in the standard";
+    return length + ", " + (packet.checksum ? checksumInWords(*packet.checksum) : "checksum as in the standard");
 }
 
 }  // namespace
 
-std::string_view nameOf(TripletKind kind) noexcept {
-    switch (kind) {
-    case TripletKind::Field1:
+std::string_view nameOf(const cc::Triplet& triplet) noexcept {
+    switch (triplet.valid() ? static_cast<int>(triplet.type()) : -1) {
+    case static_cast<int>(cc::CcType::Field1):
         return "field 1";
-    case TripletKind::Field2:
+    case static_cast<int>(cc::CcType::Field2):
         return "field 2";
-    case TripletKind::DtvccData:
+    case static_cast<int>(cc::CcType::DtvccData):
         return "DTVCC data";
-    case TripletKind::DtvccStart:
+    case static_cast<int>(cc::CcType::DtvccStart):
         return "DTVCC start";
-    case TripletKind::Padding:
-        break;
+    default:
+        return "padding";
     }
-    return "padding";
 }
 
-std::vector<CaptionTriplet> readTriplets(std::span<const std::uint8_t> triplets) {
-    std::vector<CaptionTriplet> result;
-    for (; triplets.size() >= kTripletSize; triplets = triplets.subspan(kTripletSize)) {
-        result.push_back({kindOf(triplets[0]), {triplets[1], triplets[2]}});
+std::vector<cc::Triplet> readTriplets(std::span<const std::uint8_t> triplets) {
+    std::vector<cc::Triplet> result;
+    for (; triplets.size() >= sizeof(cc::Triplet); triplets = triplets.subspan(sizeof(cc::Triplet))) {
+        result.push_back({triplets[0], triplets[1], triplets[2]});
     }
     return result;
 }
 
 std::string tripletsInWords(std::span<const std::uint8_t> triplets) {
-    const std::vector<CaptionTriplet> read = readTriplets(triplets);
+    const std::vector<cc::Triplet> read = readTriplets(triplets);
     return counted(read.size(), "triplet") + (read.empty() ? std::string() : ": " + inWords(read));
 }
 
-std::optional<Cdp> readCdp(std::span<const std::uint8_t> data) {
-    if (data.size() < kHeaderSize || data[0] != 0x96 || data[1] != 0x69) {
+std::optional<ReadCdp> readCdp(std::span<const std::uint8_t> data) {
+    ReadCdp packet;
+    CdpFindings findings(packet);
+    const Result<cc::Cdp> cdp = cc::parseCdp(data, &findings);
+    if (!cdp) {
         return std::nullopt;
     }
-    Cdp cdp;
-    cdp.size = data.size();
-    cdp.length = data[2];
-    cdp.rateCode = data[3] >> 4U;
-    cdp.rate = cdp.rateCode < kRateNames.size() ? kRateNames[cdp.rateCode] : std::string_view();
-    cdp.counter = static_cast<std::uint16_t>(data[5] << 8U | data[6]);
-    cdp.checksum = data.back();
-    const unsigned sum = std::accumulate(data.begin(), data.end() - 1, 0U);
-    cdp.standardChecksum = static_cast<std::uint8_t>(0U - sum);
-    std::span<const std::uint8_t> rest = data.subspan(kHeaderSize);
-    if ((data[4] & kTimeCodeFlag) != 0 && rest.size() >= kTimeCodeSize && rest[0] == kTimeCodeId) {
-        cdp.timeCodeBytes = kTimeCodeSize;
-        rest = rest.subspan(kTimeCodeSize);
+    packet.cdp = *cdp;
+    if (const auto rate = cdp->frameRate()) {
+        packet.rate = kRates[cdpFrameRateCode(*rate) - std::size_t{1}].name;
     }
-    readCaptionData(cdp, rest, (data[4] & kCaptionDataFlag) != 0);
-    return cdp;
+    if (cdp->hasCcData() && !packet.ccCount) {
+        packet.ccCount = cdp->triplets().size();
+    }
+    return packet;
 }
 
-std::string contradictionIn(const Cdp& cdp) {
-    if (cdp.otherSection) {
-        return "section " + hex(std::span(&*cdp.otherSection, 1)) + " where cc_data (72) is announced";
-    }
-    if (!cdp.ccCount) {
+std::string contradictionIn(const ReadCdp& packet) {
+    if (!packet.contradiction) {
         return "";
     }
-    const std::string count = "cc_count " + std::to_string(*cdp.ccCount);
-    if (cdp.triplets.size() < *cdp.ccCount) {
-        return count + ", of which " + std::to_string(cdp.triplets.size()) +
-               (cdp.triplets.size() == 1 ? " is there" : " are there");
+    const Finding& finding = *packet.contradiction;
+    if (finding.code == FindingCode::CdpFlagsContradictSections) {
+        return packet.otherSection
+                   ? "section " + byteInWords(packet.otherSection->first) + " where cc_data (72) is announced"
+                   : "cc_data (72) is announced, but not there";
     }
-    return cdp.behindTriplets
-               ? count + ", behind which " + hex(std::span(&*cdp.behindTriplets, 1)) + " begins no section"
-               : "";
+    const std::string verb = finding.second == 1 ? " is there" : " are there";
+    return "cc_count " + std::to_string(finding.first) + (finding.second < finding.first ? ", of which " : ", but ") +
+           std::to_string(finding.second) + verb;
 }
 
 std::string cdpInWords(std::span<const std::uint8_t> data) {
-    const std::optional<Cdp> cdp = readCdp(data);
-    if (!cdp) {
+    const std::optional<ReadCdp> packet = readCdp(data);
+    if (!packet) {
         return "no caption distribution packet (CDP)";
     }
-    const std::string rate =
-        cdp->rate.empty() ? "rate code " + std::to_string(cdp->rateCode) : std::string(cdp->rate) + " frames/s";
-    return "CDP: " + rate + ", counter " + std::to_string(cdp->counter) + ", " + tripletsOf(*cdp) + "; " +
-           remarks(*cdp);
+    const std::string rate = packet->rate.empty() ? "rate code " + std::to_string(packet->cdp.frameRateCode())
+                                                  : std::string(packet->rate) + " frames/s";
+    return "CDP: " + rate + ", counter " + std::to_string(packet->cdp.sequenceCounter()) + ", " + tripletsOf(*packet) +
+           "; " + remarks(*packet);
 }
 
-Data fieldOnePairs(const Data& packet) {
-    Data pairs;
-    (void)QLXCCUtilities::extractCaptionTripletsFromData_fromOffset_CC1Data_CC2Data(packet, kFirstTriplet, &pairs,
-                                                                                    nullptr);
-    return pairs;
+Data fieldOnePairs(std::span<const cc::Triplet> triplets) {
+    std::vector<std::uint8_t> pairs;
+    for (const cc::Triplet& pair : cc::fieldPairs(triplets, cc::CcType::Field1)) {
+        if (pairs.empty() || !pair.isNullPair()) {
+            pairs.insert(pairs.end(), {pair.first, pair.second});
+        }
+    }
+    return Data(pairs);
 }
 
 }  // namespace qlx::tool

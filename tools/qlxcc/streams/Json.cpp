@@ -24,28 +24,28 @@ std::string line(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-Json tripletList(const std::vector<CaptionTriplet>& triplets) {
+Json tripletList(std::span<const cc::Triplet> triplets) {
     Json list = Json::array();
-    for (const CaptionTriplet& triplet : triplets) {
+    for (const cc::Triplet& triplet : triplets) {
         Json entry;
-        entry["kind"] = nameOf(triplet.kind);
-        entry["data"] = hex(triplet.data);
+        entry["kind"] = nameOf(triplet);
+        entry["data"] = hex(std::array{triplet.first, triplet.second});
         list.push_back(std::move(entry));
     }
     return list;
 }
 
-Json cdpObject(const Cdp& cdp) {
+Json cdpObject(const ReadCdp& packet) {
     Json object;
-    object["rate"] = cdp.rate.empty() ? Json() : Json(cdp.rate);
-    object["cc_count"] = cdp.ccCount ? Json(*cdp.ccCount) : Json();
-    object["counter"] = cdp.counter;
-    object["triplets"] = tripletList(cdp.triplets);
-    if (std::string contradiction = contradictionIn(cdp); !contradiction.empty()) {
+    object["rate"] = packet.rate.empty() ? Json() : Json(packet.rate);
+    object["cc_count"] = packet.ccCount ? Json(*packet.ccCount) : Json();
+    object["counter"] = packet.cdp.sequenceCounter();
+    object["triplets"] = tripletList(packet.cdp.triplets());
+    if (std::string contradiction = contradictionIn(packet); !contradiction.empty()) {
         object["contradiction"] = std::move(contradiction);
     }
-    object["length_ok"] = cdp.hasStandardLength();
-    object["checksum_ok"] = cdp.hasStandardChecksum();
+    object["length_ok"] = !packet.length;
+    object["checksum_ok"] = !packet.checksum;
     return object;
 }
 

@@ -15,7 +15,7 @@
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
 
-#include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <qlx/cc/a53.h>
 #include <qlx/streams/captions.h>
 #include <qlx/streams/video.h>
 
@@ -32,34 +32,31 @@ constexpr std::size_t kUnitWidth = 8;
 constexpr std::size_t kOffsetWidth = 13;
 constexpr std::size_t kSizeWidth = 5;
 
-/// Triplets as the cc_data section of a CDP, as far as the library's readers look at one.
-Data packetAround(const Data& triplets) {
-    constexpr std::size_t kBytesBeforeTriplets = 9;
-    const auto count = static_cast<std::uint8_t>(0xE0U | (triplets.size() / 3 & 0x1FU));
-    std::vector<std::uint8_t> packet{0x96, 0x69, 0, 0x0F, 0x7F, 0, 0, 0x72, count};
-    packet.insert(packet.end(), triplets.begin(), triplets.end());
-    // The readers' walk over the triplets ends as many bytes before the packet's end as there are in front of them.
-    packet.resize(packet.size() + kBytesBeforeTriplets);
-    return Data(packet);
+/// The cc_data structures of ATSC A/53 with these triplets.
+Data captionUserData(std::span<const cc::Triplet> triplets) {
+    std::vector<std::uint8_t> result;
+    // No picture has more than 31 of them; a sample of a caption track may have those of a whole caption.
+    while (!triplets.empty()) {
+        cc::CaptionUserData captions;
+        const auto part = triplets.first(std::min(cc::kGreatestTriplets, triplets.size()));
+        triplets = triplets.subspan(part.size());
+        (void)captions.triplets.append(part);
+        const Data written = writeCaptionUserData(captions, cc::UserDataForm::TypeCode);
+        result.insert(result.end(), written.begin(), written.end());
+    }
+    return Data(result);
 }
 
 /// What is printed of an access unit's triplets.
 Data inFormat(const Data& triplets, ExtractFormat format) {
-    if (format == ExtractFormat::Triplets) {
+    switch (format) {
+    case ExtractFormat::FieldOne:
+        return fieldOnePairs(readTriplets(triplets));
+    case ExtractFormat::A53:
+        return captionUserData(readTriplets(triplets));
+    default:
         return triplets;
     }
-    // No picture has more than 31 of them; a sample of a caption track may have those of a whole caption.
-    constexpr std::size_t kMostBytes = std::size_t{31} * 3;
-    std::vector<std::uint8_t> result;
-    for (std::size_t begin = 0; begin == 0 || begin < triplets.size(); begin += kMostBytes) {
-        const auto part =
-            std::span<const std::uint8_t>(triplets).subspan(begin, std::min(kMostBytes, triplets.size() - begin));
-        const Data packet = packetAround(Data(part));
-        const Data written =
-            format == ExtractFormat::FieldOne ? fieldOnePairs(packet) : QLXCCUtilities::a53CCDataFromCCData(packet);
-        result.insert(result.end(), written.begin(), written.end());
-    }
-    return Data(result);
 }
 
 /// @param place Where the unit is: its byte offset or its time, 13 characters.

@@ -82,7 +82,7 @@ private:
     Sample sampleOf(const Frame& frame, const Packet& packet) {
         const std::span<const std::uint8_t> data = packet.userData;
         const std::string place = placeOf(frame.number, packet.line);
-        const std::optional<Cdp> cdp = readCdp(data);
+        const std::optional<ReadCdp> cdp = readCdp(data);
         if (!cdp || data.size() < kSmallestPacket) {
             throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");
         }
@@ -100,8 +100,10 @@ private:
         }
         std::vector<std::uint8_t> bytes(data.begin(), data.end());
         // The library expects the triplets at their usual place, without a time code in front of them.
-        const auto timeCode = bytes.begin() + kHeaderSize;
-        bytes.erase(timeCode, timeCode + static_cast<std::ptrdiff_t>(cdp->timeCodeBytes));
+        if (cdp->cdp.timeCode() && bytes[kHeaderSize] == static_cast<std::uint8_t>(cc::CdpSection::TimeCode)) {
+            const auto timeCode = bytes.begin() + kHeaderSize;
+            bytes.erase(timeCode, timeCode + 1 + cc::CdpTimeCode::kBytes);
+        }
         return captionSample(bytes, timingOf(frame.number));
     }
 
