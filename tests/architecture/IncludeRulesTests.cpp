@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -359,6 +361,112 @@ TEST(SourceTree, HasTheWalksOfThePage) {
                                     return "src/" + include.path == step.to || "include/" + include.path == step.to;
                                 }))
             << step.from << " does not include " << step.to;
+    }
+}
+
+/// What a table of rooms says: each room, and those behind it.
+using RoomTable = std::map<std::string, std::set<std::string>>;
+
+/// The words between backticks.
+std::set<std::string> quotedWords(const std::string& text) {
+    std::set<std::string> words;
+    for (std::size_t open = text.find('`'); open != std::string::npos;) {
+        const std::size_t close = text.find('`', open + 1);
+        words.insert(text.substr(open + 1, close - open - 1));
+        open = text.find('`', close + 1);
+    }
+    return words;
+}
+
+/// The table below a heading of the page: rows of a room, what it holds, and its arrows. Rooms that stand in no folder
+/// of their own have `folder` in front of their names.
+RoomTable roomsBelow(const std::string& page, const std::string& heading, const std::string& folder) {
+    const std::set<std::string> formats{"v210",   "screen",   "anc",  "cc",    "cea608",
+                                        "cea708", "teletext", "scte", "video", "klv"};
+    RoomTable table;
+    std::istringstream stream(page.substr(page.find(heading) + heading.size()));
+    for (std::string line; std::getline(stream, line) && !line.starts_with("## ");) {
+        const std::size_t second = line.find(" | ");
+        const std::size_t third = line.rfind(" |", line.size() - 3);
+        if (!line.starts_with("| `") || second == std::string::npos || third <= second) {
+            continue;
+        }
+        const std::string arrows = line.substr(third);
+        std::set<std::string> targets;
+        for (const std::string& word : quotedWords(arrows)) {
+            targets.insert(folder + word);
+        }
+        if (arrows.find("formats") != std::string::npos) {
+            targets.insert(formats.begin(), formats.end());
+        }
+        for (const auto& [room, others] : table) {
+            if (arrows.find("all of these") != std::string::npos) {
+                targets.insert(room);
+            }
+        }
+        table[folder + line.substr(3, line.find('`', 3) - 3)] = targets;
+    }
+    return table;
+}
+
+/// With what those may include that a room may.
+std::set<std::string> reachable(const RoomTable& table, const std::string& room) {
+    std::set<std::string> found{room};
+    std::vector<std::string> waiting{room};
+    while (!waiting.empty()) {
+        const auto place = table.find(waiting.back());
+        waiting.pop_back();
+        if (place == table.end()) {
+            continue;
+        }
+        for (const std::string& target : place->second) {
+            if (found.insert(target).second) {
+                waiting.push_back(target);
+            }
+        }
+    }
+    return found;
+}
+
+/// The rooms of rooms.txt; those of commands are one.
+std::set<std::string> namesOf(const std::string& list) {
+    const std::string commands = "tools/qlxcc/commands/";
+    std::set<std::string> names;
+    std::istringstream stream(list);
+    for (std::string line; std::getline(stream, line);) {
+        const std::string name = line.substr(0, line.find(':'));
+        if (!line.empty() && !line.starts_with('#') && !name.ends_with(".h") && name != "umbrella") {
+            names.insert(name.starts_with(commands) ? commands + "NAME" : name);
+        }
+    }
+    return names;
+}
+
+TEST(SourceTree, HasTheRoomsOfThePage) {
+    const std::string root = QLX_SOURCE_DIR "/";
+    const std::string page = contentOf(root + "docs/ARCHITECTURE.md");
+    const std::string list = contentOf(root + "tests/architecture/rooms.txt");
+    const Rooms rooms(list);
+    RoomTable table = roomsBelow(page, "\n## Rooms\n", "");
+    table.merge(roomsBelow(page, "\n## The tool\n", "tools/qlxcc/"));
+    std::set<std::string> names;
+    for (const auto& [name, targets] : table) {
+        names.insert(name);
+    }
+    EXPECT_EQ(names, namesOf(list));
+    const auto asListed = [](std::string name) {
+        const std::size_t place = name.find("NAME");
+        return place == std::string::npos ? name : name.replace(place, 4, "play");
+    };
+    for (const std::string& from : names) {
+        const std::set<std::string> onPage = reachable(table, from);
+        for (const std::string& to : names) {
+            // What every room may include is not in the table: the first may include `base`, the tool's all of the core.
+            const bool isTool = to.starts_with("tools/");
+            if (to != "base" && isTool == from.starts_with("tools/")) {
+                EXPECT_EQ(onPage.contains(to), rooms.mayInclude(asListed(from), asListed(to))) << from << " -> " << to;
+            }
+        }
     }
 }
 
