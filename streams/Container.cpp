@@ -1,5 +1,6 @@
 #include <qlx/streams/container.h>
 
+#include "CaptionAtoms.h"
 #include "ContainerFindings.h"
 #include "ContainerIndex.h"
 #include "ContainerInput.h"
@@ -10,8 +11,6 @@
 #include "SampleUnits.h"
 #include "StreamCheck.h"
 
-#include <qlx/anc/caption_atom.h>
-#include <qlx/cc/triplet.h>
 #include <qlx/streams/klv.h>
 #include <qlx/streams/video.h>
 
@@ -241,32 +240,9 @@ std::optional<Finding> ContainerReader::Reading::chooseTracks() {
     return missing ? missing : errorOf(FindingCode::ContainerWithoutTracks);
 }
 
-/// The CDP of a `ccdp` as a packet, and the pairs of both fields as triplets.
 void ContainerReader::Reading::takeAtoms(Frame& frame) {
     detail::FindingsAt findings(_findings, _packet.place);
-    std::vector<std::uint8_t> triplets;
-    bool isKnown = _packet.bytes.empty();
-    for (const anc::CaptionAtomView& atom : anc::captionAtoms(_packet.bytes, &findings)) {
-        isKnown = true;
-        if (atom.type == anc::kCdpAtom) {
-            anc::Packet packet;
-            packet.did = anc::ids::kCdp.did;
-            packet.sdid = anc::ids::kCdp.sdid;
-            packet.userData.assign(atom.content.begin(), atom.content.end());
-            frame.packets.push_back(std::move(packet));
-            continue;
-        }
-        const cc::CcType field = atom.type == anc::kFieldOneAtom ? cc::CcType::Field1 : cc::CcType::Field2;
-        for (std::size_t place = 0; place + 1 < atom.content.size(); place += 2) {
-            const cc::Triplet triplet = cc::Triplet::make(field, atom.content[place], atom.content[place + 1]);
-            triplets.insert(triplets.end(), {triplet.header, triplet.first, triplet.second});
-        }
-    }
-    if (!triplets.empty()) {
-        frame.triplets = Data(triplets);
-        frame.captionPlace = CaptionPlace::Track;
-    }
-    if (!isKnown) {
+    if (!detail::readCaptionAtoms(_packet.bytes, frame, findings)) {
         _findings.addAlways(
             errorOf(FindingCode::ContainerAtomMissing, _packet.place, static_cast<std::int64_t>(_packet.bytes.size())));
     }

@@ -10,6 +10,7 @@
 #include <qlx/anc/row.h>
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/finding.h>
+#include <qlx/base/finding_code.h>
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/parity.h>
 #include <qlx/base/result.h>

@@ -2,6 +2,8 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/cea608/receiver.h>
 
+#include "cea608/ByteKinds.h"
+
 #include <algorithm>
 #include <span>
 #include <utility>
@@ -10,10 +12,7 @@ namespace qlx::cea608 {
 
 namespace {
 
-constexpr std::uint8_t kFirstControl = 0x10;
-constexpr std::uint8_t kFirstCharacter = 0x20;
 constexpr std::uint8_t kSolidBlock = 0x7F;
-constexpr std::uint8_t kEndOfExtendedData = 0x0F;
 constexpr std::uint8_t kChannelBit = 0x08;
 constexpr std::uint8_t kPairsWithoutParity = 64;
 

@@ -1,16 +1,14 @@
 // Packets of extended data services out of pairs, and back into pairs.
 #include <qlx/cea608/xds.h>
 
+#include "cea608/ByteKinds.h"
+
 #include <algorithm>
 #include <numeric>
 
 namespace qlx::cea608 {
 
 namespace {
-
-constexpr std::uint8_t kEnd = 0x0F;
-constexpr std::uint8_t kFirstControl = 0x10;
-constexpr std::uint8_t kFirstCharacter = 0x20;
 
 std::uint8_t startCode(const XdsPacket& packet) noexcept {
     return static_cast<std::uint8_t>(2 * static_cast<unsigned>(packet.xdsClass) + 1);
@@ -35,10 +33,10 @@ std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t sec
         _open = kNone;
         return std::nullopt;
     }
-    if (isFirstSound && code == kEnd) {
+    if (isFirstSound && code == kEndOfExtendedData) {
         return end(second, isSecondSound, findings, place);
     }
-    if (isFirstSound && code > 0 && code < kEnd) {
+    if (isFirstSound && code > 0 && code < kEndOfExtendedData) {
         _open = kNone;
         if (isSecondSound && isType(second & 0x7FU)) {
             begin(code, second & 0x7FU, findings, place);
@@ -116,7 +114,7 @@ std::optional<XdsPacket> XdsReader::end(std::uint8_t checksum, bool isSound, Fin
         }
     };
     if (_open == kNone) {
-        add(FindingCode::Cea608XdsNotBegun, kEnd, checksum & 0x7FU);
+        add(FindingCode::Cea608XdsNotBegun, kEndOfExtendedData, checksum & 0x7FU);
         return std::nullopt;
     }
     const Begun begun = _packets[_open];
@@ -127,8 +125,8 @@ std::optional<XdsPacket> XdsReader::end(std::uint8_t checksum, bool isSound, Fin
         add(FindingCode::Cea608XdsDamaged, name, static_cast<std::int64_t>(begun.packet.bytes.size()));
         return std::nullopt;
     }
-    if (((begun.sum + kEnd + checksum) & 0x7F) != 0) {
-        add(FindingCode::Cea608XdsChecksumWrong, checksum & 0x7F, -(begun.sum + kEnd) & 0x7F);
+    if (((begun.sum + kEndOfExtendedData + checksum) & 0x7F) != 0) {
+        add(FindingCode::Cea608XdsChecksumWrong, checksum & 0x7F, -(begun.sum + kEndOfExtendedData) & 0x7F);
         return std::nullopt;
     }
     if (begun.isTooLong) {
@@ -150,9 +148,9 @@ void appendXdsPairs(const XdsPacket& packet, std::vector<Pair>& pairs) {
         pairs.push_back(
             {packet.bytes[index], index + 1 < packet.bytes.size() ? packet.bytes[index + 1] : std::uint8_t{0}});
     }
-    const unsigned sum =
-        std::accumulate(packet.bytes.begin(), packet.bytes.end(), unsigned{startCode(packet)} + packet.type + kEnd);
-    pairs.push_back({kEnd, static_cast<std::uint8_t>(-sum & 0x7FU)});
+    const unsigned sum = std::accumulate(packet.bytes.begin(), packet.bytes.end(),
+                                         unsigned{startCode(packet)} + packet.type + kEndOfExtendedData);
+    pairs.push_back({kEndOfExtendedData, static_cast<std::uint8_t>(-sum & 0x7FU)});
 }
 
 Pair xdsContinuePair(const XdsPacket& packet) noexcept {

@@ -48,11 +48,18 @@ extern qlx::cea608::Receiver receiver;
 extern qlx::klv::Key key;
 extern qlx::scte::SpliceInfoSection section;
 
+namespace anc_caption_atom {
+extern std::span<const std::uint8_t> sample;
+void showPacket(const qlx::Result<qlx::cc::Cdp>& cdp);
+void showPairs(std::span<const std::uint8_t> pairs, bool isFieldTwo);
+}  // namespace anc_caption_atom
 namespace anc_rate {
 extern qlx::anc::Packet packet;
 extern std::uint64_t frame, outputFrame;
 }  // namespace anc_rate
-
+namespace base_finding_code {
+extern qlx::Finding finding;
+}
 namespace cc_a53 {
 extern std::span<const std::uint8_t> payload;
 }
@@ -69,14 +76,15 @@ extern CdpSource reader;
 namespace cc_slots {
 extern qlx::cea608::Pair pair;
 }
-
 namespace cea608_caption {
 extern std::vector<qlx::screen::Cell> cells;
 }
 namespace cea608_writer {
 extern qlx::cea608::Caption caption;
 }
-
+namespace cea608_xds {
+extern std::uint8_t first, second;
+}
 namespace cea708_packet {
 extern std::uint8_t number;
 extern std::span<const std::uint8_t> text;
@@ -87,20 +95,26 @@ extern std::uint64_t frame;
 namespace cea708_window {
 extern qlx::cea708::Receiver receiver;
 }
-
+namespace facade_cue {
+extern std::shared_ptr<QLXSubtitleRecord> record;
+}
+namespace facade_frames {
+extern std::shared_ptr<QLXSubtitlesPacketizer> packetizer;
+extern qlx::MediaTime pts, frameDuration;
+}  // namespace facade_frames
 namespace facade_packet {
 extern std::shared_ptr<QLXVANCPacket> packet;
 }
-
+namespace playout_captions {
+extern qlx::subtitles::Cue cue;
+}
 namespace playout_timeline {
 extern std::shared_ptr<const qlx::subtitles::Cue> cue;
 extern std::int64_t frames;
 }  // namespace playout_timeline
-
 namespace screen_screen {
 extern qlx::teletext::PageReader page;
 }
-
 namespace scte_conversion {
 extern qlx::scte::MultipleOperationMessage message;
 extern std::uint64_t pts;
@@ -109,26 +123,49 @@ namespace scte_scte104_packets {
 extern std::span<const std::uint8_t> message;
 extern std::array<std::uint8_t, qlx::anc::kGreatestUserData> room;
 }  // namespace scte_scte104_packets
-
+namespace streams_container {
+extern qlx::streams::ByteSource& source;
+}
+namespace streams_frame_reader {
+extern qlx::streams::FrameReader& reader;
+}
 namespace streams_input_kind {
 void openContainer();
 }
+namespace streams_jsonl {
+extern qlx::streams::ByteSource& source;
+extern qlx::streams::ByteSink& sink;
+}  // namespace streams_jsonl
+namespace streams_klv {
+extern qlx::streams::ByteSource& source;
+extern qlx::streams::ByteSink& sink;
+}  // namespace streams_klv
 namespace streams_on_air {
 extern std::vector<qlx::streams::Frame> frames;
 }
+namespace streams_open {
+extern qlx::streams::ByteSource& source;
+}
+namespace streams_rows {
+extern qlx::streams::ByteSource& source;
+extern qlx::streams::ByteSink& sink;
+}  // namespace streams_rows
 namespace streams_stream_walk {
 std::optional<std::uint64_t> sizeOfTriplet(std::uint64_t place, std::span<const std::uint8_t> head);
 extern std::uint64_t place;
 }  // namespace streams_stream_walk
-
+namespace streams_video {
+extern qlx::streams::ByteSource& source;
+}
 namespace subtitles_cue {
 extern qlx::subtitles::Cue cue;
 }
-
+namespace subtitles_value {
+extern qlx::subtitles::Cue cue;
+}
 namespace teletext_page {
 extern qlx::Result<qlx::teletext::Sdp> sdp;
 }
-
 namespace video_nal {
 extern qlx::video::UnitView unit;
 }

@@ -36,7 +36,10 @@ protected:
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
     }
 
-    const fs::path folder = fs::path(testing::TempDir()) / "qlx_settings_file";
+    // Of this test alone: others run at the same time.
+    const fs::path folder =
+        fs::path(testing::TempDir()) /
+        (std::string("qlx_settings_") + testing::UnitTest::GetInstance()->current_test_info()->name());
     const std::string path = (folder / "settings").string();
 };
 

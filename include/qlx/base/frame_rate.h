@@ -90,7 +90,8 @@ inline constexpr std::array<FrameRate, 8> kFrameRates{FrameRate::Fps23976, Frame
 /// The first frame that begins at a time or later, counted from 0; none for what is no time, is negative, or has no
 /// number of a frame.
 ///
-///     firstFrameAtOrAfter(qlx::MediaTime::make(1000, 1000), qlx::FrameRate::Fps2997);   // 30, at 1.001 s
+///     const auto frame = qlx::firstFrameAtOrAfter(qlx::MediaTime::make(1000, 1000), qlx::FrameRate::Fps2997);
+///     // 30, at 1.001 s
 [[nodiscard]] constexpr std::optional<std::uint64_t> firstFrameAtOrAfter(const MediaTime& time,
                                                                          FrameRate rate) noexcept {
     if (!time.isValid() || time.value < 0 || time.timescale <= 0) {

@@ -18,7 +18,9 @@ inline constexpr std::uint32_t kCaptionPacketLine = 9;
 /// a sample of, byte by byte. A caption distribution packet on kCaptionPacketLine, or none, in mode 1; the OP-47 packets
 /// of both fields, field 1 first, in mode 2; none in any other mode. It is a frame of the packetizer like any other.
 ///
-///     for (const qlx::anc::Packet& packet : qlx::facade::nextPackets(*packetizer, pts, frameDuration)) { ... }
+///     for (const qlx::anc::Packet& packet : qlx::facade::nextPackets(*packetizer, pts, frameDuration)) {
+///         send(packet);
+///     }
 /// @param pts Presentation time.
 /// @param frameDuration Says the rate of a caption distribution packet.
 [[nodiscard]] QLX_EXPORT std::vector<anc::Packet> nextPackets(QLXSubtitlesPacketizer& packetizer, const MediaTime& pts,

@@ -1,4 +1,8 @@
 // How the log's files fare: what could not be written, and since when.
+//
+//     for (const qlx::log::Outage& outage : qlx::log::status().underWay) {
+//         report(outage.path, outage.error, outage.linesLost);
+//     }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

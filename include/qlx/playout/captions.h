@@ -6,7 +6,7 @@
 //     while (!playout.isDone()) {
 //         std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room;
 //         const qlx::Result<std::size_t> size = qlx::cc::writeCdp(playout.next(&findings), room);
-//         ...
+//         send(std::span(room).first(*size));
 //     }
 #pragma once
 

@@ -1,4 +1,9 @@
 // Where the bytes of a file or stream come from and go to: a host hands in its files, pipes, sockets or memory as these.
+//
+//     qlx::streams::MemorySource source(bytes);
+//     const auto first = source.peek(16);
+//     const std::uint64_t passed = source.skip(first.size());
+//     report(source.offset(), passed);
 #pragma once
 
 #include <qlx/base/finding.h>

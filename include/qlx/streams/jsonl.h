@@ -1,6 +1,6 @@
 // Files of a JSON line a frame:
 //
-//     {"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}
+//   {"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}
 //
 // `pts` is there only where it is known. A packet that is not in luma has `"channel":"chroma"` (or `"multiplex"`) behind
 // its SDID, and one that does not begin its row `"horizontalOffset":12`, in words of the channel. Captions that are in no
@@ -11,7 +11,7 @@
 //     qlx::streams::Frame frame;
 //     for (auto more = reader.next(frame, nullptr); more && *more; more = reader.next(frame, nullptr)) {
 //         if (const auto failure = writer.write(frame, nullptr)) {
-//             return failure;
+//             report(failure->text());
 //         }
 //     }
 #pragma once

@@ -6,7 +6,7 @@
 //     qlx::streams::Frame frame;
 //     for (auto more = reader.next(frame, &findings); more && *more; more = reader.next(frame, &findings)) {
 //         if (const auto failure = writer.write(frame, nullptr)) {
-//             return failure;
+//             report(failure->text());
 //         }
 //     }
 #pragma once

@@ -1,11 +1,11 @@
 // A cue as a dictionary, in the form that JSON subtitle files and the subtitle classes of the fixed operations have.
 //
-//     const qlx::Dictionary dictionary = qlx::subtitles::dictionaryOf(cue, &findings);
+//     const qlx::Dictionary dictionary = qlx::subtitles::dictionaryOf(cue, {}, &findings);
 //     const qlx::Result<qlx::subtitles::Cue> again = qlx::subtitles::cueOf(dictionary, &findings);
 //
-//     { "index": 1, "start_time_seconds": 1.0, "start_timecode": "00:00:01,000", "end_time_seconds": 2.5,
-//       "end_timecode": "00:00:02,500", "text_lines": [
-//         { "text": "Hello", "color": "#ffff00", "alignment": "center", "vertical_position": 11 } ] }
+//   { "index": 1, "start_time_seconds": 1.0, "start_timecode": "00:00:01,000", "end_time_seconds": 2.5,
+//    "end_timecode": "00:00:02,500", "text_lines": [
+//    { "text": "Hello", "color": "#ffff00", "alignment": "center", "vertical_position": 11 } ] }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

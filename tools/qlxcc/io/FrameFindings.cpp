@@ -69,6 +69,12 @@ std::string FrameFindings::line(const Finding& finding) {
         return container + " files need FFmpeg's libraries, which are not there: " + library;
     case FindingCode::ContainerNotReadable:
         return "cannot be read as " + container + ": the file is cut short or damaged (" + library + ")";
+    case FindingCode::StreamLibraryRemark:
+        if (!streams::isContainer(_kind) && !library.empty()) {
+            // The fixed search says where.
+            return library;
+        }
+        break;
     case FindingCode::ContainerStreamsUnknown:
         return finding.text() + " (" + library + ")";
     case FindingCode::ContainerTooMuchMemory:

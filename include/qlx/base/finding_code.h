@@ -1,0 +1,408 @@
+// The kinds of findings, each with a number.
+//
+//     if (finding.code == qlx::FindingCode::OutputTooSmall) { report(finding.first); }  // Bytes needed.
+#pragma once
+
+#include <cstdint>
+
+namespace qlx {
+
+/// What was found: a block of 0x1'0000 numbers for each room. A number keeps its meaning. The two numbers of a finding
+/// are named behind each code.
+enum class FindingCode : std::uint32_t {
+    None = 0,
+
+    // base
+    OutputTooSmall = 0x1'0001,  ///< The caller's room: bytes needed, bytes there.
+
+    // anc (SMPTE ST 291-1)
+    AncChecksumWrong = 0x2'0001,  ///< Word (or byte) there, word that is right.
+    AncHeaderParityWrong,         ///< Word there, word that is right.
+    AncChecksumNotCarried,        ///< Byte there, byte that would be right.
+    AncPacketCut,                 ///< Words announced (7 where the data count is cut off), words there.
+    AncPacketNotContiguous,       ///< Word of the channel at which the packet begins, word behind the one before it.
+    AncFlagInsidePacket,          ///< Words announced, words there up to the row's end.
+    AncRowTooShort,               ///< Bytes needed, bytes there.
+    AncPacketDoesNotFit,          ///< Words needed, words free.
+    AncTooManyUserDataWords,      ///< Words given, greatest count.
+    AncPacketDropped,             ///< DID, SDID; the offset is the number of its frame.
+
+    // anc (SMPTE ST 436-1)
+    AncElementCut = 0x2'0101,    ///< Bytes needed (from the count or the packet's line number on), bytes there.
+    AncElementCountWrong,        ///< Packets announced, packets that begin.
+    AncElementTrailingBytes,     ///< Bytes behind the last packet, packets announced.
+    AncElementWrappingUnknown,   ///< Wrapping type there.
+    AncElementCodingUnknown,     ///< Payload sample coding there, bytes of the packet's array.
+    AncElementParityError,       ///< Payload sample coding there.
+    AncElementSampleCountWrong,  ///< Payload sample count there, count that the samples have.
+    AncElementArrayLengthWrong,  ///< Length of the array's elements there, 1.
+    AncElementArrayTooShort,     ///< Samples needed, samples there.
+    AncElementSpareBitsSet,      ///< Word with the bits that belong to no sample.
+    AncElementTooManyPackets,    ///< Packets given, greatest count.
+    AncElementLineTooGreat,      ///< Line number given, greatest one.
+    AncElementPaddingUncounted,  ///< Zeros behind an array that does not count them, bytes of the array.
+
+    // anc (ISO/IEC 14496-12)
+    AtomCut = 0x2'0201,  ///< Bytes of the header needed, bytes there.
+    AtomSizeWrong,       ///< Size there, least one.
+    AtomContentCut,      ///< Bytes of the atom announced, bytes there.
+    AtomTypeUnknown,     ///< Its four characters as a number, bytes of the atom; passed over.
+    AtomPairHalf,        ///< Bytes of the pairs there; the last one is left out.
+
+    // cc (SMPTE ST 334-2, CTA-708)
+    CdpTooShort = 0x3'0001,       ///< Bytes needed, bytes there.
+    CdpIdentifierWrong,           ///< Identifier there, the right one.
+    CdpLengthWrong,               ///< cdp_length there, bytes of the packet.
+    CdpChecksumWrong,             ///< Byte there, byte that is right.
+    CdpFrameRateUnknown,          ///< cdp_frame_rate there.
+    CdpFlagsContradictSections,   ///< Flags there, flags of the sections that are there.
+    CdpCountUnlikeRate,           ///< cc_count there, cc_count of the frame rate.
+    CdpCountWrong,                ///< cc_count there, triplets that are there.
+    CdpCounterUnlikeFooter,       ///< Counter of the header, counter of the footer.
+    CdpCounterJumped,             ///< Counter there, counter that was expected.
+    CdpSectionCut,                ///< Section identifier, bytes that are there.
+    CdpSectionOutOfOrder,         ///< Section identifier, identifier of the section before it.
+    CdpSectionRepeated,           ///< Section identifier, bytes of it.
+    CdpSectionUnknown,            ///< Section identifier, bytes of it.
+    CdpFooterMissing,             ///< No numbers.
+    CdpBytesBehindFooter,         ///< Bytes behind the footer.
+    CdpReservedBitsWrong,         ///< Byte there, byte with the bits as they should be.
+    CdpTimeCodeInvalid,           ///< Four bytes of the time code as a number.
+    CdpServiceCountWrong,         ///< svc_count there, services that are there.
+    CdpServiceNumberContradicts,  ///< Number in front of the service's entry, number in it.
+    CdpTooManyTriplets,           ///< Triplets given, greatest count.
+    CdpTooManyServices,           ///< Services given, greatest count.
+    CdpTooLong,                   ///< Bytes needed or there, greatest length.
+
+    // cc, change of the rate; the offset is the number of a frame
+    RateFrameOutOfOrder,     ///< Frame that came, frame that it is taken as.
+    RateUnlikePacket,        ///< cdp_frame_rate there, that of the frames.
+    RateTimeCodeImpossible,  ///< Four bytes of the time code as a number, cdp_frame_rate of the frames.
+    RateSentLate,            ///< cc_type or identifier of a section (71h and above), milliseconds that it has waited.
+    RateWaitsAtEnd,          ///< The same; triplets or sections that go out behind the last frame of the input.
+    RateSectionDoesNotFit,   ///< Section identifier, bytes of it.
+    RateTooManyStreams,      ///< Line of the captions, most lines and channels with captions.
+    RateFramesMissing,       ///< Frame that came, frames in front of it that did not.
+
+    // cc, captions in coded pictures (ATSC A/53 Part 4)
+    UserDataTooShort,           ///< Bytes needed, bytes there.
+    UserDataUnlikeCaptions,     ///< Byte there, byte that is right.
+    UserDataCut,                ///< cc_count there, triplets that are there.
+    UserDataMarkerBitsWrong,    ///< Byte there, byte that is right.
+    UserDataMarkerBitsMissing,  ///< No numbers.
+    UserDataBytesBehind,        ///< Bytes behind the marker bits.
+
+    // cea708 (CTA-708)
+    Cea708DataOutsidePacket = 0x5'0001,  ///< Two bytes as a number, the first of those that stand together.
+    Cea708PacketLost,                    ///< Sequence number there, that expected.
+    Cea708PacketCut,                     ///< Bytes announced, bytes there.
+    Cea708BytesBehindPacket,             ///< Bytes behind the packet.
+    Cea708BlockCut,                      ///< Bytes needed, bytes there.
+    Cea708BytesBehindNullBlock,          ///< Bytes behind the zeros of the null block.
+    Cea708ServiceWrong,                  ///< Service there or given, bytes of its block.
+    Cea708ReservedBitsWrong,             ///< Byte there, byte that is right.
+    Cea708BlockTooLong,                  ///< Bytes given, greatest count.
+    Cea708PacketFull,                    ///< Bytes needed, bytes free.
+    Cea708CommandCut,                    ///< Bytes needed, bytes there.
+    Cea708CommandUnknown,                ///< Code (1000h and the second byte behind EXT1), bytes of it.
+    Cea708NumberUndefined,               ///< Code of the command, number there.
+    Cea708ValueTooGreat,                 ///< Number given, greatest one.
+    Cea708CommandsDropped,               ///< Bytes of a command whose rest is lost.
+    Cea708CharacterUnknown,              ///< Code of the character that is shown as an underscore.
+    Cea708NoCurrentWindow,               ///< Code of the command, or the first of some characters, that needs one.
+    Cea708WindowUndefined,               ///< Window that is to be the current one.
+    Cea708WindowTooLarge,                ///< Rows or columns there, greatest number.
+    Cea708WindowOutside,                 ///< Anchor or edge of the window there, greatest or right one.
+    Cea708LocationOutside,               ///< Row or column there, greatest of the window.
+    Cea708RowFull,                       ///< Character that is left out, columns of the row.
+    Cea708DelayFull,                     ///< Bytes that wait, milliseconds that were left.
+    // cea608 (CTA-608-E), captions to pairs; the offset is the number of the caption, a place is qlx::cea608::placeOf()
+    Cea608CaptionEmpty = 0x4'0001,  ///< No numbers; left out.
+    Cea608TimesWrong,               ///< Frame of its start, frame of its end: left out.
+    Cea608CaptionOverlaps,  ///< Frame of its start, frame of the end of the caption before it, which ends at the start.
+    Cea608RowMoved,         ///< Place in the caption (its row there, cell of that row), place on the screen.
+    Cea608RowBroken,        ///< Place in the caption, spaces from there on that the break takes.
+    Cea608RowCut,           ///< Place in the caption, columns from there on that are left out.
+    Cea608RowLeftOut,       ///< Place in the caption, columns: the caption has its four rows.
+    Cea608CharacterReplaced,  ///< Unicode character there, one that is sent for it.
+    Cea608ColorReplaced,      ///< Number of the colour there, of the one that is sent for it.
+    Cea608ColorLate,    ///< Place, columns whose letters have the colour of what is before them (white at a beginning).
+    Cea608ItalicsLate,  ///< Place, columns whose letters have italics, or have none, in spite of what is asked for.
+    Cea608UnderlineLate,    ///< Place, columns whose letters have an underline, or have none, the same.
+    Cea608BackgroundLate,   ///< Place, columns with the background of the one before them (black at a beginning).
+    Cea608BackgroundEarly,  ///< Place, columns with the background of the one behind them.
+    Cea608FlashLeftOut,     ///< Place, columns that do not flash.
+    Cea608ShownLate,        ///< Frames that it is late, pairs that it is short of.
+    Cea608EndLate,          ///< Frames that its end is late.
+    Cea608OpacityLeftOut,   ///< Place, columns whose letters are solid, and not translucent or transparent.
+    Cea608TextLeftOut,      ///< Place, columns that are spaces: second halves of letters, and concealed ones.
+    // cea608, pairs to the screen; the offset is what the caller says
+    Cea608ParityWrong = 0x4'0101,  ///< The two bytes as a number, 0.
+    Cea608NoParity,                ///< Pairs that have no parity bit (told once), 0.
+    Cea608CodeUnknown,             ///< The two bytes as a number, 0.
+    Cea608BegunInside,             ///< Place: text without a code in front of it that says how it is shown; 0.
+    Cea608BackgroundMoved,         ///< Place of a background code that takes no column, 0.
+    Cea608ColumnFull,              ///< Place of a letter, letter that it replaces.
+    // cea608, extended data services; a packet is class and type as one number
+    Cea608XdsChecksumWrong = 0x4'0201,  ///< Byte there, byte that is right.
+    Cea608XdsDamaged,                   ///< Packet, bytes of it.
+    Cea608XdsTooLong,                   ///< Packet, greatest number of bytes.
+    Cea608XdsCut,                       ///< Packet that has no end, bytes of it.
+    Cea608XdsNotBegun,                  ///< Code there, byte behind it: the packet has no beginning.
+    Cea608XdsValueWrong,                ///< Packet, bytes of it: none of its type.
+    Cea608XdsTextCut,                   ///< Characters of a text, greatest number.
+    Cea608XdsNotCarried,                ///< Place of the value among those of packets; a number of it has no room.
+
+    // teletext (ETSI EN 300 706, SMPTE RDD 8)
+    TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.
+    TeletextRunInWrong,                  ///< Byte there, byte that is right.
+    TeletextFramingCodeWrong,            ///< Byte there, byte that is right.
+    TeletextByteCorrected,               ///< Byte there, byte that is right.
+    TeletextByteWrong,                   ///< Byte there.
+    TeletextTripletCorrected,            ///< 24 bits there, 24 bits that are right.
+    TeletextTripletWrong,                ///< 24 bits there.
+    TeletextNotThatPacket,               ///< Packet number there, (first) number that it should be.
+    TeletextFieldTooGreat,               ///< Number given, greatest number.
+    SdpTooShort,                         ///< Bytes needed, bytes there.
+    SdpIdentifierWrong,                  ///< Identifier there, the right one.
+    SdpFormatUnknown,                    ///< Format code there, that of teletext.
+    SdpLengthWrong,                      ///< Length byte there, bytes of the packet.
+    SdpDescriptorUnused,                 ///< Its place, 0 to 4.
+    SdpLineCut,                          ///< Teletext packets announced, those that are there.
+    SdpFooterMissing,                    ///< Byte in place of the footer's identifier, 0 behind the end.
+    SdpFooterCut,                        ///< Bytes there, bytes needed.
+    SdpChecksumWrong,                    ///< Byte there, byte that is right.
+    SdpBytesBehindFooter,                ///< Bytes behind the footer.
+    SdpCounterJumped,                    ///< Counter there, counter that was expected.
+
+    // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
+    ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
+    ScteMessageCut,                   ///< Bytes needed, bytes there.
+    ScteMessageSizeWrong,             ///< messageSize there, bytes of the message.
+    ScteOperationsMissing,            ///< num_ops there, operations that are there.
+    ScteOperationCut,                 ///< data_length there, bytes that are there.
+    ScteOperationTooShort,            ///< opID, bytes of its data.
+    ScteOperationUnknown,             ///< opID, bytes of its data.
+    ScteBytesBehindOperation,         ///< opID, bytes behind its fields.
+    ScteBytesBehindMessage,           ///< Bytes behind the last operation.
+    ScteNumberWrong,                  ///< Number there, greatest that is defined.
+    ScteValueTooLarge,                ///< Number or count given, greatest that the field holds.
+    ScteTooLong,                      ///< Bytes needed or there, greatest length.
+    ScteReservedBitsWrong,            ///< Bits there, the right ones.
+    SctePacketEmpty,                  ///< No numbers.
+    SctePacketVersionUnknown,         ///< Payload descriptor there, one of the version that is known.
+    SctePacketDescriptorReserved,     ///< Payload descriptor there, the same with reserved bits 0.
+    SctePieceMissing,                 ///< Payload descriptor that came (0 at the frame's end), bytes that are left out.
+    ScteTableIdWrong,                 ///< table_id there, FCh.
+    ScteSectionCut,                   ///< Bytes needed, bytes there.
+    ScteSectionTooLong,               ///< section_length there or needed, greatest one.
+    ScteSectionCrcWrong,              ///< CRC_32 there, the right one.
+    ScteSectionEncrypted,             ///< encryption_algorithm, bytes that are encrypted.
+    ScteBytesBehindSection,           ///< Bytes behind the section.
+    ScteCommandLengthWrong,           ///< splice_command_length there, bytes of the command (0 where that is unknown).
+    ScteCommandTooShort,              ///< splice_command_type, bytes of the command.
+    ScteCommandUnknown,               ///< splice_command_type, bytes of the command.
+    ScteBytesBehindCommand,           ///< splice_command_type, bytes behind its fields.
+    ScteDescriptorLoopCut,            ///< descriptor_loop_length there, bytes that are there.
+    ScteDescriptorCut,                ///< splice_descriptor_tag, bytes that are there.
+    ScteDescriptorTooShort,           ///< splice_descriptor_tag, bytes behind its identifier.
+    ScteBytesBehindDescriptor,        ///< splice_descriptor_tag, bytes behind its fields.
+    ScteSubSegmentsUnexpected,        ///< segmentation_type_id, which has no sub-segments.
+    ScteTextWrong,                    ///< Character (Unicode) there, characters that are there.
+    ScteMakesNoSection,               ///< opID of what SCTE 35 has no section for; its offset counts operations from 0.
+    ScteSupplementAlone,              ///< opID of what adds to another operation, which is not there; the same.
+    ScteMomentMissing,                ///< time_type; the moment of the time stamp in the stream is needed.
+    ScteRateMissing,                  ///< duration_extension_frames; the frame rate is needed.
+    SctePreRollIgnored,               ///< Milliseconds of pre-roll that an immediate splice has no use for.
+    ScteBreakDurationIgnored,         ///< Tenths of a second that only the start of a break has a use for.
+    ScteSpliceIsImmediate,            ///< splice_insert_type of a splice without pre-roll, which is immediate.
+    ScteComponentsMissing,            ///< opID of a list of components that has none; the splice stays the program's.
+    ScteScheduleReplaced,             ///< Events of a schedule that another one replaces before it is transmitted.
+    ScteScheduleCancelled,            ///< Events of a schedule that is not transmitted because it is cancelled.
+    ScteMessageEmpty,                 ///< No numbers; a message without operations.
+    ScteProtocolVersionUnknown,       ///< protocol_version there, the known one.
+    ScteSectionIndicatorSet,          ///< 1: section_syntax_indicator, 2: private_indicator, 3: both; each should be 0.
+    ScteDescriptorTooLong,            ///< descriptor_length there, the greatest one.
+    ScteUpidLengthWrong,              ///< segmentation_upid_type, bytes of the UPID.
+
+    // video (ITU-T H.264, ITU-T H.265, ISO/IEC 13818-2); the offset is a byte of the unit, picture or stream
+    VideoUnitTooShort = 0x8'0001,  ///< Bytes needed, bytes there.
+    VideoConfigurationWrong,       ///< Version there, 1.
+    VideoParametersWrong,          ///< nal_unit_type, bytes of the parameter set.
+    VideoLengthCut,                ///< Bytes of a length, bytes at the end that are no unit.
+    VideoUnitCut,                  ///< Length there, bytes there.
+    VideoUnitEmpty,                ///< No numbers; a length of 0.
+    VideoSeiReferenced,            ///< nal_ref_idc there, 0.
+    VideoSeiCut,                   ///< payloadSize there (0 where it is cut itself), bytes there.
+    VideoSeiTrailingBits,          ///< No numbers; the unit does not end with 80h.
+    VideoStartCodeMissing,         ///< Bytes without one, most that are looked at.
+    VideoSystemStartCode,          ///< Byte behind the start code.
+    VideoUnitTooLong,              ///< Bytes of the access unit so far, most that it may have.
+
+    // klv (SMPTE ST 336)
+    KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
+    KlvLengthIndefinite,     ///< No numbers.
+    KlvLengthTooLong,        ///< Bytes announced for the length, most that are possible.
+    KlvLengthTooGreat,       ///< Length there, greatest one for such a key.
+    KlvLengthLeadsNowhere,   ///< Length there.
+    KlvSkipped,              ///< Bytes skipped.
+    KlvCut,                  ///< Key or length: bytes needed from the key on (or of the length alone), bytes there.
+    KlvValueCut,             ///< Bytes of the value, bytes there.
+    KlvLengthDoesNotFit,     ///< Length given, bytes given for it.
+    KlvValueHoldsTriplets,   ///< Length there, byte of the stream at which a triplet inside the value leads on.
+
+    // klv (SMPTE ST 377-1)
+    MxfPartitionTooShort = 0x9'0101,  ///< Bytes needed, bytes there.
+    MxfListCut,                       ///< Items announced, items there.
+    MxfListItemLengthWrong,           ///< Length of an item there, the right one.
+    MxfTrailingBytes,                 ///< Bytes behind the last field.
+
+    // subtitles
+    SubtitleTextNotUtf8 = 0xA'0001,  ///< First byte that is no UTF-8, how many there are in the row.
+
+    // subtitles, SubRip; the offset is the number of a line, counted from 1
+    SrtNumberWrong = 0xA'0101,  ///< No numbers.
+    SrtTimingMissing,           ///< No numbers; the line is the cue's number, or what stands in its place.
+    SrtTimingWrong,             ///< No numbers.
+    SrtTimeWrong,               ///< 1 for the start, 2 for the end.
+    SrtTimeUnusual,             ///< The same, milliseconds that it is read as.
+    SrtEndNotLater,             ///< Milliseconds of the start, of the end.
+    SrtBytesBehindTimes,        ///< Bytes behind the times.
+    SrtTimingInsideCue,         ///< No numbers.
+    SrtCueTooLong,              ///< Greatest size in bytes, most lines of a cue.
+    SrtNumberTooGreat,          ///< The greatest number, which it is read as.
+    SrtRowWrong,                ///< Size of the value in bytes.
+    SrtColorUnknown,            ///< Teletext number of the colour that it is read as, size of the value in bytes.
+
+    // subtitles (EBU Tech 3264)
+    StlTooShort = 0xA'0201,      ///< Bytes needed, bytes there.
+    StlDiskFormatUnknown,        ///< The eight characters as a number.
+    StlFieldUnknown,             ///< The characters of the field, three at most, as a number; its size.
+    StlNumberWrong,              ///< The first character that is no digit, size of the field.
+    StlTimeCodeWrong,            ///< Its four numbers as a number of four bytes, frames in a second (0: not known).
+    StlBlockCountWrong,          ///< Text and timing blocks announced, those that are there.
+    StlBlockCut,                 ///< Bytes of a block, bytes there.
+    StlExtensionNumberReserved,  ///< Extension block number there.
+    StlStatusUnknown,            ///< Cumulative status there, greatest that is defined.
+    StlJustificationUnknown,     ///< Justification code there, greatest that is defined.
+    StlCommentFlagUnknown,       ///< Comment flag there, greatest that is defined.
+    StlEndNotLater,              ///< The four numbers of the time code in as a number of four bytes, of that out.
+    StlTextUnended,              ///< Characters behind the last line break, which are left out.
+    StlCodesPassed,   ///< The first code that is passed over and is none of 80h to 85h, how many such there are.
+    StlStylesPassed,  ///< The first of the codes 80h to 85h, how many there are.
+    StlRowsOffPage,   ///< Vertical position there, rows with text that are on no row of a teletext page.
+    StlTableNotRead,  ///< Number of the character code table.
+
+    // subtitles, dictionaries; the lines are counted from 1
+    SubtitleValueNotDictionary = 0xA'0301,  ///< No numbers.
+    SubtitleValueNoLines,                   ///< No numbers.
+    SubtitleValueTimeMissing,               ///< 1 for the start, 2 for the end.
+    SubtitleValueTimeWrong,                 ///< The same; 1 for a number of seconds, 2 for a time code.
+    SubtitleValueTimeUnusual,               ///< The same, milliseconds that it is read as.
+    SubtitleValueTimeRounded,               ///< The same.
+    SubtitleValueEndNotLater,               ///< Milliseconds of the start, of the end.
+    SubtitleValueNumberWrong,               ///< No numbers.
+    SubtitleValueLineWrong,                 ///< Line.
+    SubtitleValueTextMissing,               ///< Line.
+    SubtitleValueColorWrong,                ///< Line, teletext number of the colour that it is read as.
+    SubtitleValueAlignmentWrong,            ///< Line, number of the alignment that it is read as.
+    SubtitleValueRowWrong,                  ///< Line, row that it is read as (0: none).
+    SubtitleValueStylesLost,                ///< Line, its runs that look otherwise than what is kept.
+    SubtitleValueAnchorLost,                ///< Line, its place in the cue.
+
+    // line21 (CTA-608-E); the offset is a pixel of the row
+    Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.
+    Line21RowTooShort,               ///< Bytes needed, bytes there.
+    Line21RowTooNarrow,              ///< Pixels needed, pixels there.
+    Line21RowCut,                    ///< Bits of a pair, bits that are in the row.
+    Line21RunInMissing,              ///< No numbers.
+    Line21StartBitsMissing,          ///< No numbers.
+    Line21ParityWrong,               ///< Byte there, 1 or 2: the first or the second of the pair.
+
+    // streams; the offset is what the reader's placeUnit() says
+    StreamReadFailed = 0x1F'0001,  ///< The system's error number; 0: not known.
+    StreamWriteFailed,             ///< The same.
+    StreamLibraryRemark,           ///< No numbers; FrameReader::takeLibraryTexts() has the words.
+
+    // streams, files of frames
+    StreamEmpty = 0x1F'0101,     ///< No numbers.
+    StreamKindWithoutFrames,     ///< Number of the kind (qlx::streams::InputKind).
+    StreamMoreFindings,          ///< How many more there are of the frame.
+    RowFileRowCut,               ///< Bytes of the last row there, bytes of a row.
+    RowFileFrameCut,             ///< Rows of the last frame there, rows of a frame.
+    RowFileLineMissing,          ///< Line number of a packet for which there is no row.
+    RowFileChannelsMixed,        ///< Line number of packets of the multiplex beside others.
+    KlvFileKeyMissing,           ///< No numbers; the file does not begin with a label.
+    KlvFileFrameMissing,         ///< No numbers; no triplet is an ANC frame element.
+    TextLineTooLong,             ///< Greatest size in MiB.
+    JsonlNotJson,                ///< Character of the line, counted from 1.
+    JsonlCut,                    ///< No numbers; the line ends too early.
+    JsonlTooDeep,                ///< Most levels.
+    JsonlNoFrame,                ///< No numbers.
+    JsonlPacketWrong,            ///< No numbers; a packet that is no object.
+    JsonlPtsWrong,               ///< No numbers; a time that is no object.
+    JsonlCaptionsWrong,          ///< No numbers; captions that are no object.
+    JsonlChannelWrong,           ///< No numbers.
+    JsonlDataWrong,              ///< No numbers.
+    JsonlFrameWrong,             ///< Greatest number.
+    JsonlLineWrong,              ///< The same.
+    JsonlDidWrong,               ///< The same.
+    JsonlSdidWrong,              ///< The same.
+    JsonlHorizontalOffsetWrong,  ///< The same.
+    JsonlValueWrong,             ///< The same.
+    JsonlTimescaleWrong,         ///< The same.
+    JsonlTimescaleZero,          ///< No numbers.
+    SccTitleMissing,             ///< No numbers.
+    SccTimecodeWrong,            ///< No numbers.
+    SccPairWrong,                ///< Character of the line at which it begins, counted from 1.
+    SccTimecodeEarlier,  ///< Line whose timecode is later; four bytes of the timecode from which on the pairs are sent,
+                         ///< as a number, and 8000'0000h in drop-frame counting.
+    SccTimecodeOverlaps,  ///< Line whose pairs are not through; the same.
+    // streams: coded video
+    StreamCaptionsUnused = 0x1F'0201,  ///< Triplets of a message that says that they are not to be used.
+
+    // streams: containers
+    ContainerLibraryMissing = 0x1F'0211,  ///< No numbers; what is missing is in FrameReader::takeLibraryTexts().
+    ContainerNotReadable,                 ///< No numbers; the library's words are in the same place.
+    ContainerStreamsUnknown,              ///< The same.
+    ContainerTooMuchMemory,     ///< 1 where it is opened, 2 where its streams are told, 3 where packets are read.
+    ContainerWithoutTracks,     ///< No numbers.
+    ContainerWithoutFrames,     ///< No numbers.
+    ContainerRestLost,          ///< No numbers; the library's words are in FrameReader::takeLibraryTexts().
+    ContainerIndexBehindMedia,  ///< No numbers; of a pipe.
+    ContainerTimesCounted,      ///< No numbers; times are those of the edit rate, from 0.
+    ContainerPacketStray,       ///< Bytes that belong to no packet (ISO/IEC 13818-1).
+    ContainerTripletStray,      ///< Bytes that belong to no triplet (SMPTE ST 336).
+    ContainerStraysLeftOut,     ///< Such places that are not told one by one.
+    ContainerPacketCut,         ///< Bytes there, bytes of the packet.
+    ContainerPacketHeaderCut,   ///< Bytes there.
+    ContainerTripletCut,        ///< Bytes there, bytes of the triplet.
+    ContainerTripletHeaderCut,  ///< Bytes there.
+    ContainerSampleDamaged,     ///< No numbers; the offset is near it.
+    ContainerSampleCut,         ///< No numbers; the offset is its end.
+    ContainerUnitsWrong,        ///< No numbers; the lengths of its NAL units do not fit into the sample.
+    ContainerGap,               ///< Bytes without a packet of what is read.
+    ContainerAtomMissing,       ///< Bytes of a caption sample without a ccdp atom.
+    ContainerDamageLeftOut,     ///< No numbers; more of the same is not told.
+
+    // streams: the index of a container
+    MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.
+    MxfNotFinished,                ///< No numbers; the same.
+    MxfFooterMoved,                ///< No numbers; the offset is where the footer should be.
+    MovIndexMissing,               ///< No numbers; the offset is the file's end, as in the next ones.
+    MovIndexCut,                   ///< Bytes there, bytes of the index.
+    MovMediaCut,                   ///< Bytes there, bytes of the media data.
+    MovFragmentCut,                ///< Bytes there, bytes of the fragment.
+    MovFragmentListCut,            ///< Bytes there, bytes of the fragments' list.
+    MovAtomWrong,                  ///< No numbers; the offset is where an atom should begin.
+    // playout; the rows of a cue are counted from 1
+    PlayoutTimeWrong = 0xD'0001,  ///< 1 for the start, 2 for the end.
+    PlayoutRowBroken,             ///< Row of the cue, characters of it in front of those that go on the next row.
+    PlayoutRowLeftOut,            ///< Row of the cue, characters of it that are left out.
+    PlayoutBoldLeftOut,           ///< Row of the cue, characters of it that are not bold.
+
+    // facade
+    VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
+};
+
+}  // namespace qlx
