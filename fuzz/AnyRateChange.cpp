@@ -2,11 +2,12 @@
 // message, the file has the frames of the same time, what goes out once is there once, and nothing is made up.
 #include "commands/rate/RateChange.h"
 #include "io/Errors.h"
-#include "streams/Json.h"
+#include "streams/OpenFrames.h"
 
 #include <qlx/anc/rate.h>
 #include <qlx/base/frame_rate.h>
 #include <qlx/cc/cdp.h>
+#include <qlx/streams/jsonl.h>
 
 #include "FuzzSupport.h"
 
@@ -153,7 +154,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         std::ofstream file(folder.file("in.jsonl"), std::ios::binary);
         for (const Frame& frame : frames) {
-            file << qlx::tool::jsonLine(frame) << '\n';
+            file << qlx::streams::jsonLine(frame) << '\n';
         }
     }
     qlx::tool::RateChangeOptions options;

@@ -255,12 +255,14 @@ void ContainerReader::Reading::takeElement(Frame& frame) {
 
 void ContainerReader::Reading::takeSample(const Track& track, Frame& frame) {
     const std::span<const std::uint8_t> bytes = _packet.bytes;
+    // What is found in a picture is no damage of the container, and stands where the picture does.
+    detail::FindingsAt ofPicture(_findings, _packet.place);
     switch (track.content) {
     case StreamContent::Other:
         break;
     case StreamContent::H264:
     case StreamContent::Mpeg2:
-        frame.triplets = captionTriplets(bytes, track.form, _packet.place, &_findings);
+        frame.triplets = captionTriplets(bytes, track.form, 0, &ofPicture);
         break;
     case StreamContent::Pairs:
         // FFmpeg gives the pairs of both fields as triplets.
@@ -347,7 +349,9 @@ void ContainerReader::Reading::endWith(DemuxStatus status) {
     }
     std::optional<Finding> ending = _check.wrongEnd(_input.lastBytes());
     if (_footer && !_source.size()) {
-        ending = detail::missingFooter(*_footer, end);
+        if (const auto missing = detail::missingFooter(*_footer, end)) {
+            ending = missing;
+        }
     }
     if (ending) {
         _findings.addAlways(*ending);

@@ -19,24 +19,36 @@ Finding ofFrame(Finding finding, const Frame& frame) {
     return finding;
 }
 
+/// Keeps the first findings of an element, and knows whether the others say that something was left out.
+class ElementFindings final : public FindingSink {
+public:
+    void add(const Finding& finding) override {
+        hasLossInRest |= kept.size() == kMostElementFindings && finding.severity == Severity::Error;
+        kept.add(finding);
+    }
+
+    Findings kept{kMostElementFindings};
+    bool hasLossInRest = false;
+};
+
 }  // namespace
 
 void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t place, Frame& frame,
                          FindingSink* findings) {
-    Findings own(kMostElementFindings);
+    ElementFindings own;
     for (const anc::ElementPacketView& packet : anc::elementPackets(element, findings == nullptr ? nullptr : &own)) {
         frame.packets.push_back(packet.toPacket());
     }
     if (findings == nullptr) {
         return;
     }
-    for (Finding finding : own) {
+    for (Finding finding : own.kept) {
         finding.offset += place;
         findings->add(finding);
     }
-    if (own.rest() > 0) {
-        findings->add(
-            {FindingCode::StreamMoreFindings, Severity::Error, place, static_cast<std::int64_t>(own.rest()), 0});
+    if (own.kept.rest() > 0) {
+        findings->add({FindingCode::StreamMoreFindings, own.hasLossInRest ? Severity::Error : Severity::Warning, place,
+                       static_cast<std::int64_t>(own.kept.rest()), 0});
     }
 }
 

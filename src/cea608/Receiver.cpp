@@ -387,7 +387,8 @@ bool Receiver::freeColumn() {
 
 bool Receiver::erase(Memory& memory) {
     memory = {};
-    _mayFreeColumn = false;
+    // The row that is being written keeps its background where the other memory is erased.
+    _mayFreeColumn = _mayFreeColumn && &memory != (writesDisplayed() ? &_displayed : &_loaded);
     return &memory == &_displayed;
 }
 

@@ -236,9 +236,10 @@ public:
     }
     bool operator()(const XdsProgramType& value) {
         begin(_current, kProgramType);
-        return std::all_of(value.keywords.begin(), value.keywords.end(), [this](std::uint8_t keyword) {
-            return keyword >= 0x20 && keyword < 0x80 && append(keyword);
-        });
+        return !value.keywords.empty() &&
+               std::all_of(value.keywords.begin(), value.keywords.end(), [this](std::uint8_t keyword) {
+                   return keyword >= 0x20 && keyword < 0x80 && append(keyword);
+               });
     }
     bool operator()(const XdsContentAdvisory& value);
     bool operator()(const XdsAudioServices& value) {
@@ -250,7 +251,7 @@ public:
     }
     bool operator()(const XdsCaptionServices& value) {
         begin(_current, kCaptionServices);
-        return value.services.size() <= kGreatestServices &&
+        return !value.services.empty() && value.services.size() <= kGreatestServices &&
                std::all_of(value.services.begin(), value.services.end(), [this](const auto& service) {
                    const Channel channel = service.channel;
                    return put(service.language, (channel.field == 2 ? 4U : 0U) | (channel.channel == 2 ? 2U : 0U) |

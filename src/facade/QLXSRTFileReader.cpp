@@ -161,8 +161,8 @@ void QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDurati
         std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
         try {
             records = subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(path, subtitleMode, frameDuration);
-        } catch (const std::exception&) {
-            // Memory has run out. What waits for the records is told that there are none.
+        } catch (...) {
+            // Memory has run out, or the file reader of a host throws. What waits for the records is told that there are none.
             records.clear();
         }
         qlx::services().get<qlx::MainQueue>().post(

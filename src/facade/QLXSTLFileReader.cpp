@@ -123,8 +123,8 @@ void QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler(
         std::vector<std::shared_ptr<QLXSubtitleRecord>> records;
         try {
             records = subtitleRecordsFromSTLFileAtPath(path);
-        } catch (const std::exception&) {
-            // Memory has run out. What waits for the records is told that there are none.
+        } catch (...) {
+            // Memory has run out, or the file reader of a host throws. What waits for the records is told that there are none.
             records.clear();
         }
         qlx::services().get<qlx::MainQueue>().post(

@@ -34,7 +34,8 @@ public:
         std::size_t written = 0;
         while (written < bytes.size()) {
             errno = 0;
-            const std::size_t taken = _files.append(_descriptor, bytes.substr(written));
+            const std::size_t taken =
+                std::min(_files.append(_descriptor, bytes.substr(written)), bytes.size() - written);
             error = errno;
             if (taken == 0) {
                 break;

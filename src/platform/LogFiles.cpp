@@ -67,7 +67,12 @@ int LogFiles::openForAppending(const char* path) {
     do {
         descriptor = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, kFilePermissions);
     } while (descriptor < 0 && errno == EINTR);
-    if (descriptor >= 0) {
+    if (descriptor < 0 && errno == EWOULDBLOCK) {
+        // Somebody holds a lease on the file, and is waited for.
+        do {
+            descriptor = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kFilePermissions);
+        } while (descriptor < 0 && errno == EINTR);
+    } else if (descriptor >= 0) {
         // Only a pipe without a reader was not to be waited for.
         fcntl(descriptor, F_SETFL, O_APPEND);
     }

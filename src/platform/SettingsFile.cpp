@@ -276,7 +276,12 @@ std::optional<std::string> textOfFile(const std::string& path) {
     if (!stream || !fs::is_regular_file(path, error)) {
         return std::nullopt;
     }
-    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+    try {
+        return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+    } catch (const std::ios_base::failure&) {
+        // The file cannot be read to its end.
+        return std::nullopt;
+    }
 }
 
 int replaceFile(const std::string& path, std::string_view text) {

@@ -169,7 +169,8 @@ TEST(SubtitleValue, PlacesRowsThatHaveNone) {
         value.set("text_lines", Array(count, Dictionary{{"text", "x"}}));
         qlx::Findings findings;
         std::vector<std::uint64_t> numbers;
-        for (const Row& row : cueOf(value, &findings)->rows) {
+        const auto cue = cueOf(value, &findings);
+        for (const Row& row : cue->rows) {
             numbers.push_back(row.number);
         }
         EXPECT_EQ(findings.size(), count > 11 ? count - 11 : 0);

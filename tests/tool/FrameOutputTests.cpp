@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace {
 
 using qlxtest::ancSamples;
@@ -171,6 +173,39 @@ TEST(FrameOutput, PlaysTheSamePacketsInEitherElement) {
     EXPECT_EQ(played("b.klv", {"--as-deployed"}), packets);
     // DID, SDID, data count and 101 bytes of a caption packet are a multiple of four.
     EXPECT_EQ(folder.read("b.klv").size() - folder.read("a.klv").size(), qlxtest::linesOf(packets).size() * 4);
+}
+
+TEST(FrameOutput, GoesOnBehindWhatIsWrongAndUsed) {
+    const TemporaryFolder folder;
+    const auto expectNote = [&](const std::string& text) {
+        const std::string file = folder.path("a.klv");
+        EXPECT_EQ(text.rfind("qlxcc: ", 0), 0U) << text;
+        EXPECT_NE(text.find(file), std::string::npos) << text;
+        EXPECT_NE(text.find("wrapping type 55"), std::string::npos) << text;
+    };
+    // An unknown wrapping type loses no packet.
+    folder.write("a.klv", qlxtest::joined({qlxtest::kAncKeyHex, "83000018 0001 0015 55 04",
+                                           "0006 00000008 00000001 61 02 03 8094ae 0000"}));
+    const ToolResult list = runTool({"scan", folder.path("a.klv")});
+    EXPECT_EQ(list.exitCode, 1);
+    expectNote(list.err);
+    const ToolResult written = runTool({"scan", folder.path("a.klv"), "-o", folder.path("b.jsonl")});
+    EXPECT_EQ(written.exitCode, 0) << written.err;
+    expectNote(written.err);
+    EXPECT_NE(folder.read("b.jsonl").find("8094ae"), std::string::npos);
+    const ToolResult changed =
+        runTool({"rate", folder.path("a.klv"), "-o", folder.path("c.jsonl"), "--from-rate", "25", "--to-rate", "25"});
+    EXPECT_EQ(changed.exitCode, 0) << changed.err;
+    EXPECT_NE(changed.err.find("wrapping type 55"), std::string::npos) << changed.err;
+    // Samples of one bit are no packet.
+    folder.write("a.klv", qlxtest::joined(
+                              {qlxtest::kAncKeyHex, "83000014 0001 0015 01 01", "0001 00000004 00000001 61 02 00 00"}));
+    EXPECT_EQ(runTool({"scan", folder.path("a.klv"), "-o", folder.path("d.jsonl")}).exitCode, 1);
+    EXPECT_FALSE(std::filesystem::exists(folder.path("d.jsonl")));
+    EXPECT_EQ(
+        runTool({"rate", folder.path("a.klv"), "-o", folder.path("d.jsonl"), "--from-rate", "25", "--to-rate", "25"})
+            .exitCode,
+        1);
 }
 
 TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {

@@ -63,7 +63,7 @@ std::string FrameFindings::libraryText(const Finding& finding) {
 
 std::string FrameFindings::line(const Finding& finding) {
     const std::string container(streams::containerName(_kind));
-    const std::string library = libraryText(finding);
+    std::string library = libraryText(finding);
     switch (finding.code) {
     case FindingCode::ContainerLibraryMissing:
         return container + " files need FFmpeg's libraries, which are not there: " + library;

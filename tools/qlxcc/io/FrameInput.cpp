@@ -4,6 +4,7 @@ namespace qlx::tool {
 
 void FrameInput::setReader(std::unique_ptr<streams::FrameReader> reader, streams::InputKind kind) {
     _reader = std::move(reader);
+    _kind = kind;
     _words.emplace(_name, *_reader, kind);
 }
 
@@ -14,7 +15,10 @@ void FrameInput::sayFindings(std::vector<std::string>& problems) {
             problems.back() += "; " + finding.text();
             continue;
         }
-        (isRemark(finding) ? _remarks : problems).push_back(_words->line(finding));
+        const bool isProblem = !isRemark(finding);
+        const bool isUsed = _kind == streams::InputKind::Klv && finding.severity != Severity::Error;
+        _losses += isProblem && !isUsed ? 1 : 0;
+        (isProblem ? problems : _remarks).push_back(_words->line(finding));
     }
     _findings.found.clear();
 }

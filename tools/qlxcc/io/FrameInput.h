@@ -10,6 +10,7 @@
 #include <qlx/streams/frame_reader.h>
 #include <qlx/streams/input_kind.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,6 +41,10 @@ public:
     /// What needs a look in the frames given since the last call, though all of it could be read; a line each.
     [[nodiscard]] std::vector<std::string> takeRemarks() { return std::exchange(_remarks, {}); }
 
+    /// How many of all problems so far say that something was left out. What is wrong in a KLV file and was used all the
+    /// same is a problem, but no loss.
+    [[nodiscard]] std::uint64_t losses() const noexcept { return _losses; }
+
     /// Throws what ends the reading: what the file has thrown, else a finding in words.
     [[noreturn]] void fail(const Finding& why);
 
@@ -59,6 +64,8 @@ private:
     std::optional<FrameFindings> _words;  ///< Once there is a reader.
     AllFindings _findings;
     std::vector<std::string> _remarks;
+    streams::InputKind _kind = streams::InputKind::Klv;
+    std::uint64_t _losses = 0;
 };
 
 }  // namespace qlx::tool

@@ -108,13 +108,18 @@ std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& out
 
 bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
     std::vector<std::string> problems;
+    const std::uint64_t lossesBefore = reader.losses();
     const bool hasFrame = reader.next(frame, problems);
     if (const std::vector<std::string> news = reader.takeRemarks(); !news.empty()) {
         progress.clear();
         remarks.say(news);
     }
-    if (!problems.empty()) {
+    if (reader.losses() > lossesBefore) {
         throw failureIn(source.name(), problems.front());
+    }
+    if (!problems.empty()) {
+        progress.clear();
+        remarks.say(problems);
     }
     if (hasFrame) {
         progress.update(frame.number + 1, source.offset());

@@ -28,10 +28,14 @@ void checkBeginning(InputFile& source, InputKind kind) {
     }
 }
 
-void openContainer(InputFile& source, InputKind kind, FrameInput& input) {
+void openContainer(InputFile& source, InputKind kind, std::optional<FrameRate> rate, FrameInput& input) {
     checkBeginning(source, kind);
-    auto reader = std::make_unique<streams::ContainerReader>(input.bytes(), kind);
-    const std::optional<Finding> error = reader->open();
+    auto container = std::make_unique<streams::ContainerReader>(input.bytes(), kind);
+    const std::optional<Finding> error = container->open();
+    std::unique_ptr<streams::FrameReader> reader = std::move(container);
+    if (rate) {
+        reader = streams::withTimes(std::move(reader), *rate);
+    }
     input.setReader(std::move(reader), kind);
     if (error) {
         input.fail(*error);
@@ -46,14 +50,17 @@ std::unique_ptr<FrameInput> openFrames(InputFile& source, const FrameSourceOptio
     const auto rate = options.rate ? frameRateOfDuration(options.rate->frameDuration()) : std::nullopt;
     auto input = std::make_unique<FrameInput>(source);
     if (isContainer(kind)) {
-        openContainer(source, kind, *input);
+        openContainer(source, kind, rate, *input);
         return input;
     }
     RowLayout layout = rowLayoutOf(kind, options);
     if (options.nearStart) {
         std::unique_ptr<streams::FrameReader> reader =
             std::make_unique<NearStartReader>(input->bytes(), std::move(layout));
-        input->setReader(rate ? streams::withTimes(std::move(reader), *rate) : std::move(reader), kind);
+        if (rate) {
+            reader = streams::withTimes(std::move(reader), *rate);
+        }
+        input->setReader(std::move(reader), kind);
         return input;
     }
     auto reader =

@@ -49,7 +49,8 @@ int scan(const ScanOptions& options) {
     if (list != nullptr) {
         list->writeSummary();
     }
-    return finishFrames(source, output, problems, "not every packet could be read");
+    // A file of frames has all packets in spite of what is wrong with some; a list says so by its exit code.
+    return finishFrames(source, output, frames ? reader->losses() : problems, "not every packet could be read");
 }
 
 }  // namespace qlx::tool

@@ -46,8 +46,9 @@ void writePacket(const Scte104BuildOptions& options, const Data& message, Output
     Frame frame;
     frame.packets.push_back(packetOf(anc::ids::kScte104, message, options.line));
     const FrameFormat format = options.format == Scte104BuildFormat::Klv ? FrameFormat::Klv : FrameFormat::V210;
-    makeFrameFile(output, {.format = format, .form = {}, .layout = {.width = options.width, .lines = {options.line}}})
-        ->write(frame);
+    const FrameOutputOptions form{
+        .format = format, .form = {}, .layout = {.width = options.width, .lines = {options.line}}};
+    makeFrameFile(output, form)->write(frame);
 }
 
 }  // namespace
