@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string>
 #include <system_error>
 #include <thread>
 
@@ -38,8 +39,10 @@ void refuseThreads() {
     _exit(91);
 }
 
+/// Of the test that runs alone: others run at the same time.
 fs::path testFolder() {
-    return fs::path(testing::TempDir()) / "qlx_no_threads";
+    return fs::path(testing::TempDir()) /
+           (std::string("qlx_no_threads_") + testing::UnitTest::GetInstance()->current_test_info()->name());
 }
 
 [[noreturn]] void read() {
