@@ -3,8 +3,6 @@
 set(qlx_compile_options "")
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     list(APPEND qlx_compile_options -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
-    # Functions begin with a line of the cache: how fast one is does not hang on what is linked in front of it.
-    list(APPEND qlx_compile_options -falign-functions=64)
     # g++ 12 warns of std::string's own operator+ when it is inlined (fixed in g++ 13).
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
         list(APPEND qlx_compile_options -Wno-restrict)
