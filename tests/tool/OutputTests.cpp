@@ -151,7 +151,7 @@ TEST_F(Output, LeavesNothingHalfWrittenWhenThereIsNoRoom) {
 }
 
 TEST_F(Output, LeavesNothingWhenASignalEndsIt) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGALRM, SIGVTALRM, SIGXCPU, SIGRTMAX}) {
         const ToolResult result =
             runTool(endlessArguments(folder.path("a.jsonl")), {.waitForFileIn = folder.path(), .signal = signal});
         EXPECT_EQ(result.signal, signal) << result.err;

@@ -203,13 +203,16 @@ void awaitEnd(pid_t child, ToolResult& result) {
 
 ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditions& conditions) {
     std::vector<std::string> texts{"qlxcc"};
+    if (!conditions.redirections.empty()) {
+        texts = {"sh", "-c", "exec \"$0\" \"$@\" " + conditions.redirections, kTool};
+    }
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     const std::vector<char*> pointers = pointersTo(texts);
     std::vector<std::string> variables = environmentOf(conditions);
     const std::vector<char*> environment = pointersTo(variables);
 
     // Opened here: the child may have no right to walk the build folder.
-    const int tool = ::open(kTool, O_RDONLY | O_CLOEXEC);
+    const int tool = ::open(conditions.redirections.empty() ? kTool : "/bin/sh", O_RDONLY | O_CLOEXEC);
     if (tool < 0) {
         throw std::runtime_error(std::string("not there: ") + kTool);
     }
@@ -232,6 +235,11 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
     }
     if (conditions.outputIsClosed) {
         Pipe::closeEnd(out.readEnd);
+    }
+    if (conditions.waitsForNothing) {
+        for (const int descriptor : {in.readEnd, output, err.writeEnd}) {
+            ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+        }
     }
     const pid_t child = ::fork();
     if (child < 0) {

@@ -33,6 +33,8 @@ struct ToolConditions {
     int signal = 0;
     bool outputIsTerminal = false;              ///< Standard output is a terminal, whose lines end in \r\n.
     std::vector<std::string> environment = {};  ///< `NAME=VALUE`; TERM and NO_COLOR are not set without.
+    std::string redirections = {};              ///< What a shell does with the descriptors: `3>>file 2>&-`.
+    bool waitsForNothing = false;               ///< All three descriptors have O_NONBLOCK.
     std::string waitForText = {};  ///< Standard error is a terminal; send `signal` when this has been shown on it.
 };
 

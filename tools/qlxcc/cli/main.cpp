@@ -1,5 +1,6 @@
 // qlxcc: captions, subtitles and ancillary packets on the command line.
 #include "cli/CommandLine.h"
+#include "io/Descriptors.h"
 #include "io/Errors.h"
 #include "io/Text.h"
 #include "io/ToolLog.h"
@@ -26,6 +27,7 @@ std::string commandLine(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    openStandardDescriptors();
     // Both then come back as errors of the write, which know what to clean up.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

@@ -1,10 +1,13 @@
 #include "io/Errors.h"
 
+#include "io/Descriptors.h"
 #include "io/Text.h"
 
 #include <atomic>
-#include <cstdio>
+#include <span>
 #include <system_error>
+
+#include <unistd.h>
 
 namespace qlx::tool {
 
@@ -51,11 +54,15 @@ std::string systemErrorText(int error) {
     return std::generic_category().message(error);
 }
 
+void printDirectly(std::string_view text) noexcept {
+    // Where nobody can be told, nobody is.
+    (void)writeAll(STDERR_FILENO, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+}
+
 void printLine(std::string_view message) {
     // One write a line, so that lines of several processes in one log do not mix.
     const std::string line = "qlxcc: " + printable(message) + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
+    printDirectly(line);
 }
 
 void setMessageListener(void (*listener)(std::string_view message)) noexcept {

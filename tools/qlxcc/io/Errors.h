@@ -42,6 +42,9 @@ public:
 /// The text of an `errno` value, such as "No such file or directory".
 [[nodiscard]] std::string systemErrorText(int error);
 
+/// Writes to standard error, as it stands.
+void printDirectly(std::string_view text) noexcept;
+
 /// Prints `qlxcc: message` as one line to standard error, for nobody else.
 void printLine(std::string_view message);
 

@@ -1,5 +1,6 @@
 #include "io/InputFile.h"
 
+#include "io/Descriptors.h"
 #include "io/Errors.h"
 
 #include <algorithm>
@@ -55,7 +56,9 @@ std::size_t InputFile::readSome(std::uint8_t* to, std::size_t count) {
         if (got >= 0) {
             return static_cast<std::size_t>(got);
         }
-        if (errno != EINTR) {
+        if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            waitFor(_descriptor, Readiness::ToRead);
+        } else if (errno != EINTR) {
             throw failureAtByte(_name, _offset, systemErrorText(errno));
         }
     }

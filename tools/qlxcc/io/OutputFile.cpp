@@ -1,15 +1,10 @@
 #include "io/OutputFile.h"
 
+#include "io/Descriptors.h"
 #include "io/Errors.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <csignal>
-#include <cstring>
 #include <filesystem>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,61 +15,6 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::size_t kWriteBehind = std::size_t{128} * 1024;
-
-// The signals by which people and systems end a program.
-constexpr std::array<int, 4> kEndingSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
-
-// What the signal handler removes; an empty name for nothing.
-std::array<char, PATH_MAX> temporaryName{};
-
-extern "C" void removeTemporaryFile(int signal) {
-    if (temporaryName[0] != '\0') {
-        ::unlink(temporaryName.data());
-    }
-    // The handler was installed for one shot: the signal now does what it always does.
-    std::raise(signal);
-}
-
-/// Holds the ending signals back while the temporary file and its remembered name change together.
-class SignalsHeld {
-public:
-    SignalsHeld() {
-        sigset_t signals;
-        sigemptyset(&signals);
-        for (const int signal : kEndingSignals) {
-            sigaddset(&signals, signal);
-        }
-        ::pthread_sigmask(SIG_BLOCK, &signals, &_former);
-    }
-    ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &_former, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
-
-private:
-    sigset_t _former{};
-};
-
-void installSignalHandler() {
-    for (const int signal : kEndingSignals) {
-        struct sigaction action {};
-        // What the caller told us to ignore (nohup) stays ignored.
-        if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) {
-            continue;
-        }
-        action = {};
-        action.sa_handler = removeTemporaryFile;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        sigemptyset(&action.sa_mask);
-        ::sigaction(signal, &action, nullptr);
-    }
-}
-
-void rememberTemporary(const std::string& name) {
-    // A longer name could not have been opened.
-    const std::size_t length = std::min(name.size(), temporaryName.size() - 1);
-    std::memcpy(temporaryName.data(), name.data(), length);
-    temporaryName[length] = '\0';
-}
 
 }  // namespace
 
@@ -91,72 +31,59 @@ OutputFile::OutputFile(const std::optional<std::string>& path) {
 }
 
 OutputFile::~OutputFile() {
-    if (_isStandardOutput || _descriptor < 0) {
-        return;
-    }
-    ::close(_descriptor);
-    if (!_temporary.empty()) {
-        const SignalsHeld held;
-        ::unlink(_temporary.c_str());
-        temporaryName[0] = '\0';
+    if (_ownsDescriptor) {
+        ::close(_descriptor);
     }
 }
 
+void OutputFile::openDirectly(int descriptor) {
+    if (descriptor < 0) {
+        throw failureIn(_name, systemErrorText(errno));
+    }
+    _descriptor = descriptor;
+    _ownsDescriptor = true;
+}
+
 void OutputFile::openFile(const std::string& path) {
+    // Where the links lead, also to nothing yet: they stay, and what they lead to is replaced.
+    const PathTarget target = followLinks(path);
+    if (target.descriptor) {
+        // Whoever opened it said where in the file it writes (>>).
+        openDirectly(::fcntl(*target.descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        return;
+    }
     struct stat status {};
-    const bool exists = ::stat(path.c_str(), &status) == 0;
-    if (exists && S_ISDIR(status.st_mode)) {
+    const bool exists = ::stat(target.path.c_str(), &status) == 0;
+    if (!exists && errno != ENOENT) {
+        throw failureIn(_name, systemErrorText(errno));
+    }
+    if ((exists && S_ISDIR(status.st_mode)) || !std::filesystem::path(target.path).has_filename()) {
         throw failureIn(_name, systemErrorText(EISDIR));
     }
     if (exists && !S_ISREG(status.st_mode)) {
         // A pipe or a device: it must not be replaced by a file.
-        _descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-        if (_descriptor < 0) {
-            throw failureIn(_name, systemErrorText(errno));
-        }
+        openDirectly(::open(target.path.c_str(), O_WRONLY | O_CLOEXEC));
         return;
     }
-    std::string target = path;
-    if (exists) {
-        if (::access(path.c_str(), W_OK) != 0) {
-            throw failureIn(_name, systemErrorText(errno));
-        }
-        // A symbolic link stays; the file that it leads to is replaced.
-        std::error_code error;
-        const std::filesystem::path real = std::filesystem::canonical(path, error);
-        if (!error) {
-            target = real.string();
-        }
+    if (exists && ::access(target.path.c_str(), W_OK) != 0) {
+        throw failureIn(_name, systemErrorText(errno));
     }
-    openTemporary(target);
+    if (const int error = _temporary.open(target.path); error != 0) {
+        throw failureIn(_name, systemErrorText(error));
+    }
+    _descriptor = _temporary.descriptor();
     if (exists) {
-        // A file that is replaced keeps its permissions where the file system allows it; it is no reason to fail.
-        (void)::fchmod(_descriptor, status.st_mode & 07777U);
+        keepPermissions(status);
     }
 }
 
-void OutputFile::openTemporary(const std::string& target) {
-    const std::filesystem::path path(target);
-    if (!path.has_filename()) {
-        throw failureIn(_name, systemErrorText(EISDIR));
-    }
-    _target = target;
-    const SignalsHeld held;
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        const std::string name = ".qlxcc-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".tmp";
-        const std::string candidate = (path.parent_path() / name).string();
-        _descriptor = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (_descriptor >= 0) {
-            _temporary = candidate;
-            rememberTemporary(_temporary);
-            installSignalHandler();
-            return;
-        }
-        if (errno != EEXIST) {
-            break;
-        }
-    }
-    throw failureIn(_name, systemErrorText(errno));
+void OutputFile::keepPermissions(const struct stat& former) const noexcept {
+    struct stat made {};
+    // What runs as its owner or group (set-user-ID) must not do so for another one.
+    const bool isTheirs =
+        ::fstat(_descriptor, &made) == 0 && made.st_uid == former.st_uid && made.st_gid == former.st_gid;
+    // Not every file system allows it; it is no reason to fail.
+    (void)::fchmod(_descriptor, former.st_mode & (isTheirs ? 07777U : 0777U));
 }
 
 void OutputFile::write(std::span<const std::uint8_t> bytes) {
@@ -181,15 +108,10 @@ void OutputFile::flush() {
 }
 
 void OutputFile::send(std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(_descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
-            bytes = bytes.subspan(static_cast<std::size_t>(written));
-        } else if (errno == EPIPE) {
-            throw ClosedPipe();
-        } else if (errno != EINTR) {
-            throw failureIn(_name, systemErrorText(errno));
-        }
+    if (const int error = writeAll(_descriptor, bytes); error == EPIPE) {
+        throw ClosedPipe();
+    } else if (error != 0) {
+        throw failureIn(_name, systemErrorText(error));
     }
 }
 
@@ -198,36 +120,30 @@ void OutputFile::commit() {
     if (_isStandardOutput) {
         return;
     }
-    // Some file systems report a full disk only here.
-    const int closed = ::close(_descriptor);
-    const int closeError = errno;
-    _descriptor = -1;
-    const SignalsHeld held;
-    int error = closed == 0 ? 0 : closeError;
-    if (!_temporary.empty()) {
-        if (error == 0 && ::rename(_temporary.c_str(), _target.c_str()) != 0) {
-            error = errno;
-        }
-        if (error != 0) {
-            ::unlink(_temporary.c_str());
-        }
-        temporaryName[0] = '\0';
+    int error = 0;
+    if (_temporary.descriptor() >= 0) {
+        error = _temporary.become();
+    } else {
+        // Some devices report only here what they could not take.
+        error = ::close(_descriptor) == 0 ? 0 : errno;
+        _ownsDescriptor = false;
     }
+    _descriptor = -1;
     if (error != 0) {
         throw failureIn(_name, systemErrorText(error));
     }
 }
 
 void refuseInputAsOutput(const std::string& input, const std::optional<std::string>& output) {
-    if (!output || *output == "-") {
-        return;
-    }
     struct stat in {};
     struct stat out {};
-    const bool inputExists = (input == "-" ? ::fstat(STDIN_FILENO, &in) : ::stat(input.c_str(), &in)) == 0;
-    if (inputExists && ::stat(output->c_str(), &out) == 0 && S_ISREG(in.st_mode) && in.st_dev == out.st_dev &&
-        in.st_ino == out.st_ino) {
-        throw failureIn(*output, "is the input: the result would replace it");
+    const auto look = [](const std::string& path, int standard, struct stat& status) {
+        return (path == "-" ? ::fstat(standard, &status) : ::stat(path.c_str(), &status)) == 0;
+    };
+    const std::string target = output.value_or("-");
+    if (look(input, STDIN_FILENO, in) && look(target, STDOUT_FILENO, out) && S_ISREG(in.st_mode) &&
+        in.st_dev == out.st_dev && in.st_ino == out.st_ino) {
+        throw failureIn(target == "-" ? "standard output" : target, "is the input: the result would replace it");
     }
 }
 

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include <unistd.h>
 
@@ -67,16 +66,13 @@ void Progress::update(std::uint64_t frames, std::uint64_t done) {
     _nextTime = now + kInterval;
     _isShown = true;
     const double seconds = std::chrono::duration<double>(now - _startTime).count();
-    const std::string line = "\r" + progressText(frames, done, _total, seconds) + "\033[K";
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
+    printDirectly("\r" + progressText(frames, done, _total, seconds) + "\033[K");
 }
 
 void Progress::clear() {
     if (_isShown) {
         _isShown = false;
-        std::fputs("\r\033[K", stderr);
-        std::fflush(stderr);
+        printDirectly("\r\033[K");
     }
 }
 
