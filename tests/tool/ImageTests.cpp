@@ -132,6 +132,25 @@ TEST(ImageFile, ReadsPngOfEveryKind) {
               smallImage());
 }
 
+TEST(ImageFile, KeepsNoTextsOfAPng) {
+    REQUIRE_PNG();
+    // 3.9 MB each: all of them are more than the tool may need.
+    PictureBytes text{'a', 0, 0};
+    const PictureBytes letters = qlxtest::packed(15000);
+    text.insert(text.end(), letters.begin(), letters.end());
+    PictureBytes file = qlxtest::pngStart(kSmall);
+    for (int count = 0; count < 100; ++count) {
+        qlxtest::appendChunk(file, "zTXt", text);
+    }
+    qlxtest::appendChunk(file, "IDAT", qlxtest::stored(kSmallRows));
+    qlxtest::appendChunk(file, "IEND", {});
+    EXPECT_EQ(read(file), smallImage());
+
+    const TemporaryFolder folder;
+    const qlxtest::ToolResult result = qlxtest::runTool({"line21", "read", folder.write("a.png", file)});
+    EXPECT_LT(result.peakMemory, 200'000'000U) << result.err;
+}
+
 TEST(ImageFile, WritesPpmByteForByte) {
     EXPECT_EQ(written(smallImage(), ImageFormat::Ppm), kSmallPpm);
 }

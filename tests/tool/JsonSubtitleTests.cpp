@@ -126,6 +126,30 @@ TEST(JsonSubtitles, ReadsEveryKindOfValue) {
     EXPECT_EQ(value, qlx::Value(expected));
 }
 
+TEST(JsonSubtitles, TakesMembersInAnyOrder) {
+    // The smallest key first, then falling ones; each once more in front, which the later one replaces.
+    constexpr int kMembers = 30000;
+    const auto member = [](int index, int value) {
+        return "\"" + std::to_string(1000000 + index) + "\":" + std::to_string(value) + ",";
+    };
+    std::string text = "{" + member(0, 0);
+    for (const int value : {7, 1}) {
+        for (int index = kMembers; index > 0; --index) {
+            text += member(index, value * index);
+        }
+    }
+    text.back() = '}';
+    const qlx::Value value = qlx::tool::parseJson("a", text);
+    ASSERT_NE(value.dictionary(), nullptr);
+    ASSERT_EQ(value.dictionary()->size(), kMembers + 1U);
+    int index = 0;
+    for (const qlx::Dictionary::Entry& entry : *value.dictionary()) {
+        ASSERT_EQ(entry.key, std::to_string(1000000 + index));
+        ASSERT_EQ(entry.value.integerValue(), index);
+        ++index;
+    }
+}
+
 TEST(JsonSubtitles, EndsCalmlyAtEveryLength) {
     const std::string whole = "[" + kCue + "]";
     for (std::size_t size = 1; size < whole.size(); ++size) {

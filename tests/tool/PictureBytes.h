@@ -64,6 +64,43 @@ inline PictureBytes stored(std::span<const std::uint8_t> data) {
     return stream;
 }
 
+/// A zlib stream (RFC 1950, RFC 1951) of `a`s: one, and as often as said 258 more; some 160 times smaller than they are.
+inline PictureBytes packed(std::size_t repetitions) {
+    PictureBytes stream{0x78, 0x01};
+    std::uint32_t bits = 0;
+    int count = 0;
+    const auto put = [&](std::uint32_t value, int size) {
+        bits |= value << static_cast<unsigned>(count);
+        for (count += size; count >= 8; count -= 8) {
+            stream.push_back(static_cast<std::uint8_t>(bits));
+            bits >>= 8U;
+        }
+    };
+    // The codes of a Huffman tree begin with their highest bit.
+    const auto putCode = [&put](std::uint32_t code, int size) {
+        for (int bit = size - 1; bit >= 0; --bit) {
+            put(code >> static_cast<unsigned>(bit) & 1U, 1);
+        }
+    };
+    put(1, 1);               // The last block,
+    put(1, 2);               // with the fixed codes.
+    putCode(0x30 + 'a', 8);  // Literals 0 to 143.
+    for (std::size_t index = 0; index < repetitions; ++index) {
+        putCode(0xC0 + 285 - 280, 8);  // 258 bytes
+        putCode(0, 5);                 // from one byte before.
+    }
+    putCode(0, 7);
+    put(0, 7);
+    std::uint32_t low = 1;
+    std::uint32_t high = 0;
+    for (std::size_t index = 0; index < 1 + 258 * repetitions; ++index) {
+        low = (low + 'a') % 65521;
+        high = (high + low) % 65521;
+    }
+    appendWord(stream, high << 16U | low);
+    return stream;
+}
+
 /// What the header chunk of a PNG file says.
 struct PngHeader {
     std::uint32_t width = 1;

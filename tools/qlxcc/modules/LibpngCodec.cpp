@@ -6,6 +6,7 @@
 
 #include <png.h>
 
+#include <array>
 #include <csetjmp>
 #include <exception>
 #include <functional>
@@ -97,7 +98,9 @@ public:
         }
         png_set_sig_bytes(_png, static_cast<int>(kPngSignature.size()));
         png_set_user_limits(_png, kGreatestImageSide, kGreatestImageSide);
-        png_set_chunk_malloc_max(_png, kGreatestChunk);
+        // libpng would keep all of them until the end, unpacked; nothing of them is used.
+        png_set_keep_unknown_chunks(_png, PNG_HANDLE_CHUNK_NEVER, kUnusedChunks.data(),
+                                    static_cast<int>(kUnusedChunks.size() / kChunkNameSize));
         png_read_info(_png, _info);
         png_set_expand(_png);
         png_set_scale_16(_png);
@@ -126,8 +129,10 @@ public:
     [[nodiscard]] std::uint32_t height() const { return png_get_image_height(_png, _info); }
 
 private:
-    /// Bytes that a text or a colour profile may unpack to; none of them is used.
-    static constexpr png_alloc_size_t kGreatestChunk = 4'000'000;
+    static constexpr std::size_t kChunkNameSize = 5;  ///< With a zero behind it.
+    static constexpr std::array<png_byte, 8 * kChunkNameSize> kUnusedChunks{
+        't', 'E', 'X', 't', 0, 'z', 'T', 'X', 't', 0, 'i', 'T', 'X', 't', 0, 'i', 'C', 'C', 'P', 0,
+        's', 'P', 'L', 'T', 0, 'e', 'X', 'I', 'f', 0, 'p', 'C', 'A', 'L', 0, 's', 'C', 'A', 'L', 0};
 
     png_structp _png = nullptr;
     png_infop _info = nullptr;

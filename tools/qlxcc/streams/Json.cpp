@@ -138,7 +138,7 @@ private:
     struct Container {
         bool isObject = false;
         std::string key;
-        Dictionary object;
+        std::vector<Dictionary::Entry> members;  ///< As they come; of several with one key the last one counts.
         Array array;
     };
 
@@ -164,7 +164,7 @@ private:
             ++_elements;
             (*_takeElement)(std::move(value));
         } else if (Container& container = _open.back(); container.isObject) {
-            container.object.set(container.key, std::move(value));
+            container.members.push_back({std::move(container.key), std::move(value)});
         } else {
             container.array.push_back(std::move(value));
         }
@@ -183,7 +183,19 @@ private:
     bool close() {
         Container container = std::move(_open.back());
         _open.pop_back();
-        return container.isObject ? add(std::move(container.object)) : add(std::move(container.array));
+        return container.isObject ? add(dictionaryOf(std::move(container.members))) : add(std::move(container.array));
+    }
+
+    /// In the order of the keys each is added behind those before it, so that it takes no longer in any other order.
+    static Dictionary dictionaryOf(std::vector<Dictionary::Entry> members) {
+        std::stable_sort(
+            members.begin(), members.end(),
+            [](const Dictionary::Entry& left, const Dictionary::Entry& right) { return left.key < right.key; });
+        Dictionary dictionary;
+        for (Dictionary::Entry& member : members) {
+            dictionary.set(member.key, std::move(member.value));
+        }
+        return dictionary;
     }
 
     static constexpr std::string_view kListKey = "cues";
