@@ -1,7 +1,6 @@
 #include "FrameOrder.h"
 
 #include <algorithm>
-#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -26,7 +25,10 @@ void FrameOrder::join(Moment& moment, FrameSample sample) {
     Frame& frame = moment.frame;
     moment.tolerance = std::max(moment.tolerance, sample.tolerance);
     moment.streams.push_back(sample.stream);
-    std::move(sample.frame.packets.begin(), sample.frame.packets.end(), std::back_inserter(frame.packets));
+    for (std::size_t place = 0; place < sample.frame.packets.size(); ++place) {
+        frame.packets.push_back(std::move(sample.frame.packets[place]));
+        frame.wrapLast(sample.frame.wrappingOf(place));
+    }
     if (!sample.frame.triplets.empty()) {
         if (frame.triplets.empty() || sample.stream < moment.tripletStream) {
             frame.triplets = std::move(sample.frame.triplets);

@@ -1,5 +1,7 @@
 #include <qlx/streams/jsonl.h>
 
+#include "LeftOut.h"
+
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -106,11 +108,15 @@ std::string jsonLine(const Frame& frame, const JsonlMembers* members) {
     return text;
 }
 
-std::optional<Finding> JsonlWriter::write(const Frame& frame, FindingSink* /*findings*/) {
+std::optional<Finding> JsonlWriter::write(const Frame& frame, FindingSink* findings) {
     _line.clear();
     appendJsonLine(_line, frame, _members);
     _line += '\n';
-    return _sink.write({reinterpret_cast<const std::uint8_t*>(_line.data()), _line.size()});
+    if (const auto failure = _sink.write({reinterpret_cast<const std::uint8_t*>(_line.data()), _line.size()})) {
+        return failure;
+    }
+    detail::tellLeftOut(frame, {.captions = true, .horizontalOffsets = true}, findings);
+    return std::nullopt;
 }
 
 }  // namespace qlx::streams

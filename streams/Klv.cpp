@@ -1,9 +1,12 @@
 #include <qlx/streams/klv.h>
 
+#include "LeftOut.h"
+
 #include <qlx/anc/element.h>
 #include <qlx/klv/keys.h>
 
 #include <algorithm>
+#include <array>
 
 namespace qlx::streams {
 
@@ -17,6 +20,26 @@ Finding ofFrame(Finding finding, const Frame& frame) {
         finding.offset = frame.packets.size();
     }
     return finding;
+}
+
+/// The packets as the element had them that they were read from.
+std::vector<anc::ElementPacket> wrapped(const Frame& frame) {
+    std::vector<anc::ElementPacket> packets(frame.packets.size());
+    for (std::size_t place = 0; place < packets.size(); ++place) {
+        packets[place].packet = frame.packets[place];
+        packets[place].wrapping = frame.wrappingOf(place);
+        packets[place].coding = anc::sampleCoding(frame.packets[place].channel);
+    }
+    return packets;
+}
+
+/// How many user data words of an element's packet a frame does not keep whole.
+std::size_t wordsOfTenBits(const anc::ElementPacketView& view, const anc::Packet& packet) {
+    if (!anc::isTenBit(view.coding()) || view.checksum() != anc::Status::Right) {
+        return 0;
+    }
+    std::array<std::uint16_t, anc::kGreatestElementSamples> room{};
+    return detail::wordsOfTenBits(view.samples(room), packet);
 }
 
 /// Keeps the first findings of an element, and knows whether the others say that something was left out.
@@ -38,6 +61,11 @@ void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t pl
     ElementFindings own;
     for (const anc::ElementPacketView& packet : anc::elementPackets(element, findings == nullptr ? nullptr : &own)) {
         frame.packets.push_back(packet.toPacket());
+        frame.wrapLast(packet.wrapping());
+        if (const std::size_t count = wordsOfTenBits(packet, frame.packets.back()); count > 0) {
+            own.add({FindingCode::StreamWordBitsLeftOut, Severity::Remark, packet.offset(),
+                     static_cast<std::int64_t>(count), 0});
+        }
     }
     if (findings == nullptr) {
         return;
@@ -52,28 +80,52 @@ void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t pl
     }
 }
 
-KlvReader::KlvReader(ByteSource& source) : _source(source), _start(source.offset()), _reader({}, &_findings) {}
+KlvReader::KlvReader(ByteSource& source)
+    : _source(source), _start(source.offset()), _reader(optionsFor(source), &_findings) {}
 
-/// Reads as much as the reader needs: on a pipe nothing is waited for in vain.
+/// Where the source can be sought, what stands behind a long value is looked at before that is passed.
+klv::ReaderOptions KlvReader::optionsFor(ByteSource& source) {
+    klv::ReaderOptions options;
+    if (source.size()) {
+        options.lookAhead = [&source, start = source.offset()](std::uint64_t place, std::span<std::uint8_t> room) {
+            const std::uint64_t here = source.offset();
+            if (place > *source.size() - start || !source.seek(start + place)) {
+                return std::size_t{0};
+            }
+            const std::size_t got = source.read(room);
+            return source.seek(here) ? got : 0;
+        };
+    }
+    return options;
+}
+
+/// Reads as much as the reader needs where more may have to be waited for, as on a pipe. What was read in front of a
+/// failure is read to its end.
 std::optional<Finding> KlvReader::fill() {
     constexpr std::uint64_t kGreatestPiece = std::uint64_t{64} * 1024;
-    _piece.resize(static_cast<std::size_t>(std::min(_reader.wanted(), kGreatestPiece)));
+    const std::uint64_t wanted = _source.size() ? kGreatestPiece : std::min(_reader.wanted(), kGreatestPiece);
+    _piece.resize(static_cast<std::size_t>(wanted));
     const bool isFirst = _source.offset() == _start;
     const std::size_t got = _source.read(_piece);
-    if (got < _piece.size() && _source.error()) {
-        return _source.error();
+    if (got < _piece.size()) {
+        _readError = _source.error();
     }
     if (isFirst && got == 0) {
-        return Finding{FindingCode::StreamEmpty, Severity::Error, _start, 0, 0};
+        return _readError ? _readError : Finding{FindingCode::StreamEmpty, Severity::Error, _start, 0, 0};
     }
-    const auto piece = std::span<const std::uint8_t>(_piece).first(got);
-    if (isFirst && !klv::beginsLabel(piece)) {
-        return Finding{FindingCode::KlvFileKeyMissing, Severity::Error, _start, 0, 0};
-    }
-    _reader.push(piece);
+    _reader.push(std::span<const std::uint8_t>(_piece).first(got));
     if (got < _piece.size()) {
         _isAtEnd = true;
         _reader.finish();
+    }
+    return std::nullopt;
+}
+
+/// A file that begins with no key may have a damaged one there, but not for longer than an element can be.
+std::optional<Finding> KlvReader::otherFile() const {
+    const bool isLong = _isAtEnd || _source.offset() - _start > klv::kGreatestAncFrameElement;
+    if (isLong && !_hasTriplet && _findings.size() > 0 && _findings[0].code == FindingCode::KlvKeyWrong) {
+        return Finding{FindingCode::KlvFileKeyMissing, Severity::Error, _start, 0, 0};
     }
     return std::nullopt;
 }
@@ -85,7 +137,8 @@ std::optional<Finding> KlvReader::report(FindingSink* findings) {
     for (Finding finding : _findings) {
         finding.offset += _start;
         if (finding.code == FindingCode::KlvCut || finding.code == FindingCode::KlvValueCut) {
-            cut = finding;
+            // What the source failed in is cut by that alone.
+            cut = _readError ? *_readError : finding;
             break;
         }
         if (findings != nullptr) {
@@ -99,6 +152,7 @@ std::optional<Finding> KlvReader::report(FindingSink* findings) {
 Result<bool> KlvReader::read(Frame& frame, FindingSink* findings) {
     for (;;) {
         while (const auto triplet = _reader.next()) {
+            _hasTriplet = true;
             if (const auto cut = report(findings)) {
                 return *cut;
             }
@@ -111,10 +165,22 @@ Result<bool> KlvReader::read(Frame& frame, FindingSink* findings) {
             readAncFrameElement(triplet->value, place, frame, findings);
             return true;
         }
-        if (const auto cut = report(findings)) {
-            return *cut;
+        if (_isAtEnd && _readError && !_hasTriplet) {
+            return *_readError;
+        }
+        if (const auto other = otherFile()) {
+            return *other;
+        }
+        // What is known before the first triplet waits for it.
+        if (_hasTriplet || _isAtEnd) {
+            if (const auto cut = report(findings)) {
+                return *cut;
+            }
         }
         if (_isAtEnd) {
+            if (_readError) {
+                return *_readError;
+            }
             if (_frames == 0) {
                 return Finding{FindingCode::KlvFileFrameMissing, Severity::Error, _source.offset(), 0, 0};
             }
@@ -145,16 +211,23 @@ Place KlvReader::placeOf(const Finding& finding) const {
 }
 
 Result<Data> KlvWriter::elementOf(const Frame& frame) const {
-    return anc::writeElement(frame.packets);
+    return frame.wrappings.empty() ? anc::writeElement(frame.packets) : anc::writeElement(wrapped(frame));
 }
 
-std::optional<Finding> KlvWriter::write(const Frame& frame, FindingSink* /*findings*/) {
+std::optional<Finding> KlvWriter::write(const Frame& frame, FindingSink* findings) {
     const Result<Data> element = elementOf(frame);
     if (!element) {
         return ofFrame(element.error(), frame);
     }
     const Result<Data> triplet = klv::writeTriplet(klv::ancFrameElementKey(), *element);
-    return triplet ? _sink.write(*triplet) : ofFrame(triplet.error(), frame);
+    if (!triplet) {
+        return ofFrame(triplet.error(), frame);
+    }
+    if (const auto failure = _sink.write(*triplet)) {
+        return failure;
+    }
+    detail::tellLeftOut(frame, {.wrappings = true}, findings);
+    return std::nullopt;
 }
 
 }  // namespace qlx::streams

@@ -1,5 +1,7 @@
 #include <qlx/streams/rows.h>
 
+#include "LeftOut.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -77,26 +79,32 @@ std::optional<Finding> RowWriter::fill(std::span<std::uint8_t> row, const Frame&
         }
         const anc::RowWriteOptions options{.format = _layout.format, .channel = channel, .width = _layout.width};
         if (!_contents.empty() && !anc::appendPackets(row, _contents, options)) {
-            _row = _blankRow;
-            return fillOneByOne(_row, frame, line);
+            std::ranges::copy(_blankRow, row.begin());
+            return fillOneByOne(row, frame, line);
         }
     }
     return std::nullopt;
 }
 
-std::optional<Finding> RowWriter::write(const Frame& frame, FindingSink* /*findings*/) {
+/// Nothing of a frame that cannot be written goes out: all rows are filled first.
+std::optional<Finding> RowWriter::write(const Frame& frame, FindingSink* findings) {
     if (const auto missing = checkLines(frame)) {
         return missing;
     }
+    _rows.resize(_blankRow.size() * _layout.lines.size());
+    std::span<std::uint8_t> rest = _rows;
     for (const std::uint64_t line : _layout.lines) {
-        _row = _blankRow;
-        if (const auto failure = fill(_row, frame, line)) {
-            return failure;
-        }
-        if (const auto failure = _sink.write(_row)) {
+        const std::span<std::uint8_t> row = rest.first(_blankRow.size());
+        rest = rest.subspan(_blankRow.size());
+        std::ranges::copy(_blankRow, row.begin());
+        if (const auto failure = fill(row, frame, line)) {
             return failure;
         }
     }
+    if (const auto failure = _sink.write(_rows)) {
+        return failure;
+    }
+    detail::tellLeftOut(frame, {}, findings);
     return std::nullopt;
 }
 

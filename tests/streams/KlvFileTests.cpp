@@ -1,4 +1,5 @@
 // Files of KLV triplets: a frame for each ANC frame element, and what is wrong with them.
+#include <qlx/streams/jsonl.h>
 #include <qlx/streams/klv.h>
 
 #include "AncBytes.h"
@@ -157,13 +158,131 @@ TEST(KlvFile, SaysHowMuchOfACutTripletIsThere) {
               "byte 17: KLV triplet cut short: 1 of 17 bytes of key and length");
 }
 
-TEST(KlvFile, RefusesAFileThatBeginsWithNoLabelAtOnce) {
+TEST(KlvFile, RefusesAFileWithoutAnyLabel) {
     const std::string message = "byte 0: no SMPTE key (06 0E 2B 34 ...): this is no KLV file";
     EXPECT_EQ(readAll(fromHex("aa")).failure, message);
-    EXPECT_EQ(readAll(std::vector<std::uint8_t>(1000, 0)).failure, message);
-    EXPECT_EQ(
-        readAll(joined({"11111111111111111111111111111111", "01", "00", kAncKeyHex, "18", kCaptionElementHex})).failure,
-        message);
+    const Reading zeros = readAll(std::vector<std::uint8_t>(1000, 0));
+    EXPECT_EQ(zeros.failure, message);
+    EXPECT_EQ(zeros.problems, std::vector<std::string>());
+    // A long one is not searched to its end for a key.
+    std::vector<std::uint8_t> bytes(34 * 1024 * 1024);
+    const auto element = joined({kAncKeyHex, "18", kCaptionElementHex});
+    bytes.insert(bytes.end(), element.begin(), element.end());
+    qlx::streams::MemorySource source(bytes);
+    KlvReader reader(source);
+    Frame frame;
+    const auto refused = reader.next(frame, nullptr);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().code, FindingCode::KlvFileKeyMissing);
+    EXPECT_LT(source.offset(), 33U * 1024 * 1024);
+}
+
+TEST(KlvFile, GoesOnBehindADamagedFirstKey) {
+    const auto bytes = joined({"11111111111111111111111111111111", "01", "00", kAncKeyHex, "18", kCaptionElementHex});
+    const std::vector<std::string> problems{"byte 0: no key begins with 11111111", "byte 0: 18 bytes skipped"};
+    const Reading reading = readAll(bytes);
+    EXPECT_EQ(reading.failure, "");
+    EXPECT_EQ(reading.problems, problems);
+    ASSERT_EQ(reading.frames.size(), 1U);
+    expectCaption(reading.frames.front(), 0);
+    // The same of a pipe.
+    qlxtest::Pipe pipe(bytes);
+    KlvReader reader(pipe);
+    const Reading piped = qlxtest::readAll(reader);
+    EXPECT_EQ(piped.failure, "");
+    EXPECT_EQ(piped.problems, problems);
+    EXPECT_EQ(piped.frames, reading.frames);
+}
+
+TEST(KlvFile, KeepsWhereThePacketsOfAnElementBelong) {
+    using qlx::anc::Wrapping;
+    // Vertical data of the whole frame, horizontal data of field 2 in luma, and of a progressive frame in chroma.
+    const auto bytes = joined({kAncKeyHex, "83000038",
+                               "0003 0009 01 04 0004 00000004 00000001 610201 80"
+                               "0009 13 04 0004 00000004 00000001 610201 80"
+                               "000a 14 05 0004 00000004 00000001 610201 80"});
+    const Reading reading = readAll(bytes);
+    ASSERT_EQ(reading.frames.size(), 1U);
+    const Frame& frame = reading.frames.front();
+    EXPECT_EQ(frame.wrappings,
+              (std::vector<Wrapping>{Wrapping::VancFrame, Wrapping::HancField2, Wrapping::HancProgressiveFrame}));
+    qlxtest::MemorySink sink;
+    qlx::Findings findings;
+    EXPECT_FALSE(KlvWriter(sink).write(frame, &findings));
+    EXPECT_EQ(sink.bytes, bytes);
+    EXPECT_EQ(findings.size(), 0U);
+    // Other forms have no place for them.
+    EXPECT_FALSE(qlx::streams::JsonlWriter(sink).write(frame, &findings));
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::StreamWrappingLeftOut, qlx::Severity::Warning, 1, 0x13, 0}));
+    EXPECT_EQ(findings[1], (qlx::Finding{FindingCode::StreamWrappingLeftOut, qlx::Severity::Warning, 2, 0x14, 0}));
+}
+
+TEST(KlvFile, SaysWhatAnElementHasNoPlaceFor) {
+    Frame frame;
+    frame.packets.resize(3);
+    frame.packets[0].userData.resize(2);
+    frame.packets[1].horizontalOffset = 9;  // right behind the first, which takes nine words
+    frame.packets[2].horizontalOffset = 20;
+    frame.triplets = qlx::Data{0xFC, 0x94, 0x2C, 0xFD, 0x80, 0x80};
+    qlxtest::MemorySink sink;
+    qlx::Findings findings;
+    EXPECT_FALSE(KlvWriter(sink).write(frame, &findings));
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0],
+              (qlx::Finding{FindingCode::StreamHorizontalOffsetLeftOut, qlx::Severity::Warning, 2, 20, 16}));
+    EXPECT_EQ(findings[1], (qlx::Finding{FindingCode::StreamCaptionsLeftOut, qlx::Severity::Warning, 3, 2, 0}));
+    EXPECT_FALSE(KlvWriter(sink).write(frame, nullptr));
+}
+
+TEST(KlvFile, SaysWhichPacketsHaveWordsOfTenBits) {
+    // DID 241h, SDID 205h, DBN or data count 203h, then three words; the middle one has 2 in its upper bits, and 1 would
+    // be right. 241 + 205 + 203 + 101 + 207 + 203 in nine bits is 154h, and bit 9 is not bit 8.
+    const std::string element = "0001 0009 01 07 0007 0000000c 00000001";
+    const auto packed = [](std::initializer_list<unsigned> words) {
+        // Three words in 32 bits, the first one highest.
+        std::vector<std::uint8_t> bytes;
+        std::vector<unsigned> all(words);
+        all.resize((all.size() + 2) / 3 * 3);
+        for (std::size_t at = 0; at < all.size(); at += 3) {
+            const unsigned group = all[at] << 22U | all[at + 1] << 12U | all[at + 2] << 2U;
+            for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+                bytes.push_back(static_cast<std::uint8_t>(group >> shift));
+            }
+        }
+        return qlxtest::toHex(bytes);
+    };
+    const std::string usual = packed({0x241, 0x205, 0x203, 0x101, 0x107, 0x203, 0x254});
+    const std::string tenBits = packed({0x241, 0x205, 0x203, 0x101, 0x207, 0x203, 0x154});
+    EXPECT_EQ(readAll(joined({kAncKeyHex, "1c", element, usual})).remarks, std::vector<std::string>());
+    const Reading reading = readAll(joined({kAncKeyHex, "1c", element, tenBits}));
+    EXPECT_EQ(reading.problems, std::vector<std::string>());
+    EXPECT_EQ(reading.remarks,
+              std::vector<std::string>{"frame 0, byte 19: 1 user data word of ten bits: the upper two left out"});
+    ASSERT_EQ(reading.frames.size(), 1U);
+    EXPECT_EQ(reading.frames[0].packets.at(0).userData, (std::vector<std::uint8_t>{1, 7, 3}));
+}
+
+TEST(KlvFile, LooksBehindALongValueWhereItCan) {
+    // A value of more than is kept, in which an element stands that leads on: what is behind it decides.
+    const auto inner = joined({kAncKeyHex, "18", kCaptionElementHex, kAncKeyHex, "02", "0000"});
+    std::vector<std::uint8_t> bytes = joined({kOtherKeyHex, "8402800000"});
+    const std::size_t begin = bytes.size();
+    bytes.insert(bytes.end(), inner.begin(), inner.end());
+    bytes.resize(begin + 0x2800000);
+    const auto element = joined({kAncKeyHex, "18", kCaptionElementHex});
+    bytes.insert(bytes.end(), element.begin(), element.end());
+    qlx::streams::MemorySource source(bytes);
+    KlvReader reader(source);
+    const Reading reading = qlxtest::readAll(reader);
+    EXPECT_EQ(reading.failure, "");
+    EXPECT_EQ(reading.problems, std::vector<std::string>());
+    ASSERT_EQ(reading.frames.size(), 1U);
+    expectCaption(reading.frames.front(), 0);
+    // A pipe shows nothing in advance.
+    qlxtest::Pipe pipe(bytes);
+    KlvReader blind(pipe);
+    EXPECT_EQ(qlxtest::readAll(blind).frames.size(), 3U);
 }
 
 TEST(KlvFile, GoesOnBehindWhatIsNoTriplet) {
@@ -244,6 +363,8 @@ TEST(KlvFile, EndsWhereItsSourceFails) {
         const Reading reading = qlxtest::readAll(reader);
         EXPECT_EQ(reading.failure, "byte " + std::to_string(length) + ": cannot be read (error 5)");
         EXPECT_EQ(reading.problems, std::vector<std::string>()) << length;
+        // What was read in front of it is given.
+        EXPECT_EQ(reading.frames.size(), length / 41);
         Frame frame;
         const auto again = reader.next(frame, nullptr);
         ASSERT_FALSE(again);

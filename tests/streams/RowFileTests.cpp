@@ -94,6 +94,55 @@ TEST(RowFile, SaysOnWhichRowAFindingIs) {
     EXPECT_EQ(reading.frames.size(), 2U);
 }
 
+TEST(RowFile, SaysWhichPacketsHaveWordsOfTenBits) {
+    std::vector<std::uint16_t> words = ancSamples(0x61, 0x01, Bytes{1, 2, 3});
+    words[7] ^= 0x300U;  // of the second user data word; nine bits of it are in the sum
+    words.back() ^= 0x100U;
+    words.back() = static_cast<std::uint16_t>((words.back() & 0x1FFU) | ((words.back() & 0x100U) != 0 ? 0U : 0x200U));
+    std::vector<std::uint16_t> samples = qlxtest::blankSamples(48);
+    qlxtest::place(samples, 1, 2, words);
+    const Bytes row = qlxtest::v210Bytes(samples);
+    const qlxtest::FrameReading reading = readRows(row, {.format = RowFormat::V210, .width = 48, .lines = {9}});
+    EXPECT_EQ(reading.problems, Lines());
+    EXPECT_EQ(reading.remarks, Lines{"frame 0, line 9, byte 0: 1 user data word of ten bits: the upper two left out"});
+    ASSERT_EQ(reading.frames.size(), 1U);
+    EXPECT_EQ(reading.frames[0].packets.at(0).userData, (Bytes{1, 2, 3}));
+}
+
+TEST(RowFile, WritesNothingOfAFrameThatItRefuses) {
+    Frame frame;
+    frame.packets = {packetOn(9, Channel::Luma, 3), packetOn(572, Channel::Luma, 200)};
+    qlxtest::MemorySink sink;
+    RowWriter writer(sink, {.format = RowFormat::V210, .width = 48, .lines = {9, 572}});
+    const auto refused = writer.write(frame, nullptr);
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->code, FindingCode::AncPacketDoesNotFit);
+    EXPECT_EQ(refused->offset, 1U);
+    EXPECT_EQ(sink.bytes.size(), 0U);
+    frame.packets.pop_back();
+    EXPECT_FALSE(writer.write(frame, nullptr));
+    EXPECT_EQ(sink.bytes.size(), 256U);
+}
+
+TEST(RowFile, SaysWhatRowsHaveNoPlaceFor) {
+    Frame frame;
+    frame.packets = {packetOn(9, Channel::Luma, 3), packetOn(9, Channel::Luma, 0), packetOn(9, Channel::Chroma, 1)};
+    frame.packets[1].horizontalOffset = 10;  // right behind the first
+    frame.packets[2].horizontalOffset = 2;
+    frame.wrappings = {qlx::anc::Wrapping::VancField2};
+    frame.triplets = qlx::Data{0xFC, 0x94, 0x2C};
+    qlxtest::MemorySink sink;
+    qlx::Findings findings;
+    RowWriter writer(sink, {.format = RowFormat::V210, .width = 48, .lines = {9}});
+    EXPECT_FALSE(writer.write(frame, &findings));
+    using qlx::Finding;
+    using qlx::Severity;
+    ASSERT_EQ(findings.size(), 3U);
+    EXPECT_EQ(findings[0], (Finding{FindingCode::StreamWrappingLeftOut, Severity::Warning, 0, 3, 0}));
+    EXPECT_EQ(findings[1], (Finding{FindingCode::StreamHorizontalOffsetLeftOut, Severity::Warning, 2, 2, 0}));
+    EXPECT_EQ(findings[2], (Finding{FindingCode::StreamCaptionsLeftOut, Severity::Warning, 3, 1, 0}));
+}
+
 TEST(RowFile, EndsWhereItsSourceFails) {
     const Bytes bytes = qlxtest::v210Row(8, ancSamples(0x61, 0x01, Bytes{1}));
     for (const std::size_t length : {std::size_t{0}, std::size_t{5}, bytes.size()}) {

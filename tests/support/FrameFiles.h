@@ -86,6 +86,24 @@ private:
     bool _hasFailed = false;
 };
 
+/// Bytes that come one after the other, as through a pipe.
+class Pipe final : public qlx::streams::ByteSource {
+public:
+    /// @param bytes Must outlive the source.
+    explicit Pipe(std::span<const std::uint8_t> bytes) : _source(bytes) {}
+
+    std::size_t read(std::span<std::uint8_t> to) override { return _source.read(to); }
+    [[nodiscard]] std::span<const std::uint8_t> peek(std::size_t count) override { return _source.peek(count); }
+    std::uint64_t skip(std::uint64_t count) override { return _source.skip(count); }
+    bool seek(std::uint64_t /*offset*/) override { return false; }
+    [[nodiscard]] std::uint64_t offset() const override { return _source.offset(); }
+    [[nodiscard]] std::optional<std::uint64_t> size() const override { return std::nullopt; }
+    [[nodiscard]] std::optional<qlx::Finding> error() const override { return std::nullopt; }
+
+private:
+    qlx::streams::MemorySource _source;
+};
+
 /// Keeps what is written, up to a number of bytes.
 class MemorySink final : public qlx::streams::ByteSink {
 public:

@@ -229,8 +229,8 @@ TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {
                                     Arguments{"-o", folder.path("b.v210"), "--as-deployed", "--lines", "9"}}) {
         const ToolResult lossy = run({"scan", file}, target);
         EXPECT_EQ(lossy.exitCode, 0);
-        EXPECT_EQ(lossy.err,
-                  "qlxcc: warning: " + target[1] + ": written as luma: 1 packet of chroma or the multiplex\n");
+        EXPECT_EQ(lossy.err, "qlxcc: warning: " + target[1] +
+                                 ": written as luma: 1 packet of chroma or the multiplex, first: frame 0, line 9\n");
     }
     EXPECT_EQ(runTool({"scan", folder.path("b.klv"), "--json"}).out, jsonOf({3}));
 }
@@ -242,13 +242,48 @@ TEST(FrameOutput, SaysHowManyCaptionsAreInNoPacket) {
          {Arguments{"-o", folder.path("a.klv")}, Arguments{"-o", folder.path("a.v210"), "--rows", "1"}}) {
         const ToolResult result = run({"scan", file}, target);
         EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.err,
-                  "qlxcc: warning: " + target[1] + ": left out: the captions of 2 frames that are in no packet\n");
+        EXPECT_EQ(result.err, "qlxcc: warning: " + target[1] +
+                                  ": left out: the captions of 2 frames that are in no packet, first: frame 0\n");
         EXPECT_EQ(run({"scan", file, "--quiet"}, target).err, "");
     }
     // JSON lines have them.
     ASSERT_EQ(runTool({"scan", file, "-o", folder.path("a.jsonl")}).err, "");
     EXPECT_NE(folder.read("a.jsonl").find(R"("captions":{"data":"fc9420"})"), std::string::npos);
+}
+
+TEST(FrameOutput, KeepsTheWrappingTypesAndSaysWhereItCannot) {
+    const TemporaryFolder folder;
+    // HANC of field 2 in luma, and of a progressive frame in chroma.
+    folder.write("a.klv", qlxtest::joined({qlxtest::kAncKeyHex, "83000026",
+                                           "0002 0009 13 04 0004 00000004 00000001 610201 80"
+                                           "000a 14 05 0004 00000004 00000001 610201 80"}));
+    EXPECT_EQ(runTool({"scan", folder.path("a.klv"), "-o", folder.path("b.klv")}).err, "");
+    EXPECT_EQ(folder.read("b.klv"), folder.read("a.klv"));
+    EXPECT_EQ(runTool({"scan", folder.path("a.klv"), "--json"}).err, "");
+    const Arguments rate{"rate", folder.path("a.klv"), "--from-rate", "25", "--to-rate", "50", "-o"};
+    for (const Arguments& command : {Arguments{"scan", folder.path("a.klv"), "-o"}, rate}) {
+        const ToolResult lossy = run(command, {folder.path("b.jsonl")});
+        EXPECT_EQ(lossy.exitCode, 0);
+        EXPECT_EQ(lossy.err, "qlxcc: warning: " + folder.path("b.jsonl") +
+                                 ": left out: the wrapping type of 2 packets, first: frame 0, line 9\n");
+    }
+}
+
+TEST(FrameOutput, SaysWhichPlacesOnRowsAreLeftOut) {
+    const TemporaryFolder folder;
+    // One at word 12, and one right behind it; then two at the beginning, which lose nothing.
+    const Bytes first = v210Bytes(samplesOf({3, 2}, 25));
+    Bytes rows = first;
+    for (const Bytes& more : {v210Bytes(samplesOf({3, 2})), first}) {
+        rows.insert(rows.end(), more.begin(), more.end());
+    }
+    const std::string file = folder.write("a.v210", rows);
+    const ToolResult result = run({"scan", file, "-o", folder.path("b.klv")}, kRows);
+    EXPECT_EQ(result.exitCode, 0);
+    const std::string note = "qlxcc: warning: " + folder.path("b.klv") +
+                             ": left out: the horizontal offset of 4 packets, first: frame 0, line 9\n";
+    EXPECT_NE(result.err.find(note), std::string::npos) << result.err;
+    EXPECT_EQ(run({"scan", file, "-o", folder.path("b.jsonl")}, kRows).err.find("left out"), std::string::npos);
 }
 
 TEST(FrameOutput, RefusesPacketsWithoutAPlace) {

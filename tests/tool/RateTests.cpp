@@ -224,8 +224,8 @@ TEST(RateAsDeployed, SaysThatCaptionsInNoPacketAreLeftOut) {
         return R"({"frame":)" + std::to_string(frame) + R"(,"packets":[])" +
                (hasCaptions ? R"(,"captions":{"data":"fc942c"})" : "") + "}\n";
     };
-    const std::string message =
-        "qlxcc: warning: " + folder.path("b.klv") + ": left out: the captions of 2 frames that are in no packet\n";
+    const std::string message = "qlxcc: warning: " + folder.path("b.klv") +
+                                ": left out: the captions of 2 frames that are in no packet, first: frame 0\n";
     folder.write("a.jsonl", lineOf(0, true) + lineOf(1, false) + lineOf(2, true));
     const ToolResult split = runRate(folder, "a.jsonl", "25", "50", "b.klv");
     EXPECT_EQ(split.exitCode, 0);

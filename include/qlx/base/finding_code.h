@@ -358,6 +358,13 @@ enum class FindingCode : std::uint32_t {
     SccTimecodeEarlier,  ///< Line whose timecode is later; four bytes of the timecode from which on the pairs are sent,
                          ///< as a number, and 8000'0000h in drop-frame counting.
     SccTimecodeOverlaps,  ///< Line whose pairs are not through; the same.
+    // streams: what a form does not carry, though the rest is read or written
+    StreamCaptionsLeftOut = 0x1F'0181,  ///< Triplets that are in no packet.
+    StreamChannelLeftOut,               ///< Number of the channel (qlx::anc::Channel): it becomes luma.
+    StreamHorizontalOffsetLeftOut,      ///< Words in front of the packet; those of the packets in front of it.
+    StreamWrappingLeftOut,              ///< Number of the wrapping type (qlx::anc::Wrapping).
+    StreamWordBitsLeftOut,              ///< User data words whose upper two bits are not those of their bytes.
+
     // streams: coded video
     StreamCaptionsUnused = 0x1F'0201,  ///< Triplets of a message that says that they are not to be used.
 

@@ -9,8 +9,10 @@
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
+#include <qlx/anc/element.h>
 #include <qlx/anc/packet.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -30,6 +32,23 @@ struct Frame {
     std::vector<anc::Packet> packets;  ///< In the order in which they were found.
     Data triplets;                     ///< The cc_data triplets (CTA-708) that are in no packet; or none.
     CaptionPlace captionPlace = CaptionPlace::Picture;  ///< Of the triplets.
+    /// Where the packets belong that were in an ANC frame element (SMPTE ST 436-1), in their order. Those behind its end
+    /// belong to the vertical blanking of the whole frame, and so do all packets of files that do not say it.
+    std::vector<anc::Wrapping> wrappings{};
+
+    /// Where a packet belongs.
+    /// @param packet Its number in the frame, from 0.
+    [[nodiscard]] anc::Wrapping wrappingOf(std::size_t packet) const noexcept {
+        return packet < wrappings.size() ? wrappings[packet] : anc::Wrapping::VancFrame;
+    }
+
+    /// Sets where the last packet belongs.
+    void wrapLast(anc::Wrapping wrapping) {
+        if (wrapping != anc::Wrapping::VancFrame) {
+            wrappings.resize(packets.size(), anc::Wrapping::VancFrame);
+            wrappings.back() = wrapping;
+        }
+    }
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const Frame&, const Frame&) = default;

@@ -35,7 +35,8 @@ QLX_STREAMS_EXPORT void readAncFrameElement(std::span<const std::uint8_t> elemen
                                             FindingSink* findings);
 
 /// Reads triplets; the n-th ANC frame element is frame n, triplets with other keys are passed over. Behind damage it
-/// goes on with the next triplet that leads to another one: what was skipped is a finding.
+/// goes on with the next triplet that leads to another one, also at the beginning: what was skipped is a finding. A source
+/// that knows its size is read in longer pieces, and looked at behind values that are not kept.
 class QLX_STREAMS_EXPORT KlvReader final : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.
@@ -47,8 +48,10 @@ public:
     [[nodiscard]] Place placeOf(const Finding& finding) const override;
 
 private:
+    static klv::ReaderOptions optionsFor(ByteSource& source);
     Result<bool> read(Frame& frame, FindingSink* findings);
     [[nodiscard]] std::optional<Finding> fill();
+    [[nodiscard]] std::optional<Finding> otherFile() const;
     [[nodiscard]] std::optional<Finding> report(FindingSink* findings);
 
     ByteSource& _source;
@@ -57,12 +60,15 @@ private:
     klv::Reader _reader;
     std::vector<std::uint8_t> _piece;
     std::uint64_t _frames = 0;
+    bool _hasTriplet = false;
     bool _isAtEnd = false;
+    std::optional<Finding> _readError;  ///< What the source failed with: it ends what is there.
     std::optional<Finding> _failure;
 };
 
 /// Writes a triplet a frame: the ANC frame element key, the length as 83h and three bytes, the frame's element. Captions
-/// that are in no packet have no place in it.
+/// that are in no packet (StreamCaptionsLeftOut) and places on a row (StreamHorizontalOffsetLeftOut) have none in it: each
+/// is a finding.
 class QLX_STREAMS_EXPORT KlvWriter : public FrameWriter {
 public:
     /// @param sink Must outlive the writer.

@@ -82,7 +82,8 @@ private:
 };
 
 /// Writes each frame's lines, filled with its packets one behind the other, each in its channel (SMPTE ST 291-1). Captions
-/// that are in no packet have no place on rows.
+/// that are in no packet (StreamCaptionsLeftOut), the wrapping of packets (StreamWrappingLeftOut) and gaps between them
+/// (StreamHorizontalOffsetLeftOut) have no place on rows: each is a finding.
 class QLX_STREAMS_EXPORT RowWriter : public FrameWriter {
 public:
     /// @param sink Must outlive the writer.
@@ -111,7 +112,7 @@ private:
     ByteSink& _sink;
     RowLayout _layout;
     std::vector<std::uint8_t> _blankRow;
-    std::vector<std::uint8_t> _row;
+    std::vector<std::uint8_t> _rows;  ///< Of a frame.
     std::vector<anc::PacketContentView> _contents;
 };
 

@@ -44,6 +44,24 @@ std::optional<Finding> findMisfit(const streams::Frame& frame, std::uint64_t lin
     return std::nullopt;
 }
 
+void tellChannels(const streams::Frame& frame, FindingSink* findings) {
+    for (std::size_t index = 0; findings != nullptr && index < frame.packets.size(); ++index) {
+        if (const anc::Channel channel = frame.packets[index].channel; channel != anc::Channel::Luma) {
+            findings->add(
+                {FindingCode::StreamChannelLeftOut, Severity::Warning, index, static_cast<std::int64_t>(channel), 0});
+        }
+    }
+}
+
+void tellWrappings(const streams::Frame& frame, FindingSink* findings) {
+    for (std::size_t index = 0; findings != nullptr && index < frame.wrappings.size(); ++index) {
+        if (const anc::Wrapping wrapping = frame.wrappings[index]; wrapping != anc::Wrapping::VancFrame) {
+            findings->add(
+                {FindingCode::StreamWrappingLeftOut, Severity::Warning, index, static_cast<std::int64_t>(wrapping), 0});
+        }
+    }
+}
+
 }  // namespace
 
 void NearStartReader::search(const streams::FileRow& row, streams::Frame& frame, FindingSink* findings) {
@@ -67,6 +85,23 @@ std::optional<Finding> DeployedRowWriter::fill(std::span<std::uint8_t> row, cons
     QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
         row.data(), facade::toVANCPackets(frame.packets), row.size(), static_cast<std::int32_t>(line));
     return std::nullopt;
+}
+
+std::optional<Finding> DeployedRowWriter::write(const streams::Frame& frame, FindingSink* findings) {
+    const std::optional<Finding> failure = RowWriter::write(frame, findings);
+    if (!failure) {
+        tellChannels(frame, findings);
+    }
+    return failure;
+}
+
+std::optional<Finding> DeployedKlvWriter::write(const streams::Frame& frame, FindingSink* findings) {
+    const std::optional<Finding> failure = KlvWriter::write(frame, findings);
+    if (!failure) {
+        tellChannels(frame, findings);
+        tellWrappings(frame, findings);
+    }
+    return failure;
 }
 
 Result<Data> DeployedKlvWriter::elementOf(const streams::Frame& frame) const {

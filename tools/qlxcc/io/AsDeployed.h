@@ -28,20 +28,25 @@ private:
 };
 
 /// Puts packets on `v210` rows as the fixed operation does it, all in luma: each begins a 32-bit word behind the one before
-/// it.
+/// it. Packets of other channels are findings (StreamChannelLeftOut).
 class DeployedRowWriter final : public streams::RowWriter {
 public:
     using RowWriter::RowWriter;
+
+    [[nodiscard]] std::optional<Finding> write(const streams::Frame& frame, FindingSink* findings) override;
 
 protected:
     [[nodiscard]] std::optional<Finding> fill(std::span<std::uint8_t> row, const streams::Frame& frame,
                                               std::uint64_t line) override;
 };
 
-/// Writes the elements of the fixed operation, which has all packets in luma.
+/// Writes the elements of the fixed operation, which has all packets in luma and in the vertical blanking of the whole
+/// frame: what is not are findings (StreamChannelLeftOut, StreamWrappingLeftOut).
 class DeployedKlvWriter final : public streams::KlvWriter {
 public:
     using KlvWriter::KlvWriter;
+
+    [[nodiscard]] std::optional<Finding> write(const streams::Frame& frame, FindingSink* findings) override;
 
 protected:
     [[nodiscard]] Result<Data> elementOf(const streams::Frame& frame) const override;

@@ -8,49 +8,11 @@
 #include <qlx/streams/klv.h>
 #include <qlx/streams/rows.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace qlx::tool {
 
 namespace {
-
-/// Hands frames on, and says what was lost on the way.
-class LossyWriter final : public FrameWriter {
-public:
-    /// @param keepsChannels Whether the format says where on its row a packet stands.
-    LossyWriter(std::unique_ptr<FrameWriter> writer, std::string name, bool keepsChannels)
-        : _writer(std::move(writer)), _name(std::move(name)), _keepsChannels(keepsChannels) {}
-
-    void write(const Frame& frame) override {
-        _writer->write(frame);
-        _captions += frame.triplets.empty() ? 0 : 1;
-        if (!_keepsChannels) {
-            _packets += static_cast<std::uint64_t>(
-                std::count_if(frame.packets.begin(), frame.packets.end(),
-                              [](const anc::Packet& packet) { return packet.channel != anc::Channel::Luma; }));
-        }
-    }
-
-    void finish() override {
-        _writer->finish();
-        if (_captions > 0) {
-            printNote("warning: " + _name + ": left out: the captions of " + counted(_captions, "frame") +
-                      " that are in no packet");
-        }
-        if (_packets > 0) {
-            printNote("warning: " + _name + ": written as luma: " + counted(_packets, "packet") +
-                      " of chroma or the multiplex");
-        }
-    }
-
-private:
-    std::unique_ptr<FrameWriter> _writer;
-    std::string _name;
-    bool _keepsChannels;
-    std::uint64_t _captions = 0;  ///< Frames with captions that are in no packet.
-    std::uint64_t _packets = 0;   ///< That were not in luma.
-};
 
 /// What keeps a packet from its place, with what can be done.
 std::string inWords(const anc::Packet& packet, const Finding& why, std::size_t width) {
@@ -76,8 +38,54 @@ Failure failureOf(const Frame& frame, const Finding& why, std::size_t width) {
 
 }  // namespace
 
+void LeftOut::add(const Finding& finding) {
+    Kind& kind = _kinds[finding.code];
+    if (kind.count++ == 0) {
+        const auto packet = static_cast<std::size_t>(finding.offset);
+        kind.first = packet < _frame->packets.size() ? placeOf(_frame->number, _frame->packets[packet].line)
+                                                     : "frame " + std::to_string(_frame->number);
+    }
+}
+
+void LeftOut::addWrappings(const Frame& frame) {
+    _frame = &frame;
+    for (std::size_t packet = 0; packet < frame.wrappings.size(); ++packet) {
+        if (const anc::Wrapping wrapping = frame.wrappings[packet]; wrapping != anc::Wrapping::VancFrame) {
+            add({FindingCode::StreamWrappingLeftOut, Severity::Warning, packet, static_cast<std::int64_t>(wrapping),
+                 0});
+        }
+    }
+}
+
+void LeftOut::say() const {
+    for (const auto& [code, kind] : _kinds) {
+        std::string text;
+        switch (code) {
+        case FindingCode::StreamCaptionsLeftOut:
+            text = "left out: the captions of " + counted(kind.count, "frame") + " that are in no packet";
+            break;
+        case FindingCode::StreamChannelLeftOut:
+            text = "written as luma: " + counted(kind.count, "packet") + " of chroma or the multiplex";
+            break;
+        case FindingCode::StreamHorizontalOffsetLeftOut:
+            text = "left out: the horizontal offset of " + counted(kind.count, "packet");
+            break;
+        case FindingCode::StreamWrappingLeftOut:
+            text = "left out: the wrapping type of " + counted(kind.count, "packet");
+            break;
+        default:
+            text = "left out, " + counted(kind.count, "time") + ": " + Finding{code, Severity::Warning, 0, 0, 0}.text();
+            break;
+        }
+        printNote("warning: " + _name + ": " + text + ", first: " + kind.first);
+    }
+}
+
 void FrameFile::write(const Frame& frame) {
-    if (const auto failure = _writer->write(frame, nullptr)) {
+    if (_leftOut) {
+        _leftOut->setFrame(frame);
+    }
+    if (const auto failure = _writer->write(frame, _leftOut.get())) {
         _bytes.rethrow();
         throw failureOf(frame, *failure, _width);
     }
@@ -87,6 +95,9 @@ void FrameFile::finish() {
     if (const auto failure = _writer->finish()) {
         _bytes.rethrow();
         throw Failure(failure->text());
+    }
+    if (_leftOut) {
+        _leftOut->say();
     }
 }
 
@@ -114,7 +125,10 @@ void settleRows(InputKind input, FrameSourceOptions& source, FrameOutputOptions&
     }
 }
 
-std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutputOptions& options) {
+namespace {
+
+std::unique_ptr<FrameWriter> makeFile(OutputFile& output, const FrameOutputOptions& options,
+                                      std::unique_ptr<LeftOut> leftOut) {
     const auto make = [&options](streams::ByteSink& sink) -> std::unique_ptr<streams::FrameWriter> {
         const bool asDeployed = options.form == RowForm::AsDeployed;
         switch (options.format) {
@@ -133,15 +147,17 @@ std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutput
         }
         return std::make_unique<streams::KlvWriter>(sink);
     };
-    return std::make_unique<FrameFile>(output, make, options.layout.width);
+    return std::make_unique<FrameFile>(output, make, options.layout.width, std::move(leftOut));
+}
+
+}  // namespace
+
+std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutputOptions& options) {
+    return makeFile(output, options, nullptr);
 }
 
 std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options) {
-    auto file = makeFrameFile(output, options);
-    if (options.format == FrameFormat::Jsonl) {
-        return file;
-    }
-    return std::make_unique<LossyWriter>(std::move(file), output.name(), options.form == RowForm::Contiguous);
+    return makeFile(output, options, std::make_unique<LeftOut>(output.name()));
 }
 
 }  // namespace qlx::tool

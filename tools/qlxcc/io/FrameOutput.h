@@ -12,9 +12,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace qlx::tool {
 
@@ -44,6 +47,34 @@ struct FrameOutputOptions {
 /// @throws UsageError when nothing says the lines of the rows that are written.
 void settleRows(InputKind input, FrameSourceOptions& source, FrameOutputOptions& output);
 
+/// Counts what a form does not carry of the frames that are written.
+class LeftOut final : public FindingSink {
+public:
+    /// @param name Of the file that is written.
+    explicit LeftOut(std::string name) : _name(std::move(name)) {}
+
+    /// The frame that the next findings are of; must live as long as they come.
+    void setFrame(const Frame& frame) noexcept { _frame = &frame; }
+
+    void add(const Finding& finding) override;
+
+    /// Counts the wrapping types of a frame that is not written as it is.
+    void addWrappings(const Frame& frame);
+
+    /// Says each kind once, with its count and where the first is.
+    void say() const;
+
+private:
+    struct Kind {
+        std::uint64_t count = 0;
+        std::string first;  ///< Where it is: `frame 3, line 9`.
+    };
+
+    std::string _name;
+    const Frame* _frame = nullptr;
+    std::map<FindingCode, Kind> _kinds;
+};
+
 /// A file that a writer of the library writes, with what keeps it from that in the tool's words.
 class FrameFile final : public FrameWriter {
 public:
@@ -52,8 +83,9 @@ public:
 
     /// @param output Must outlive this.
     /// @param width Of rows in pixels, for messages.
-    FrameFile(OutputFile& output, const Make& make, std::size_t width = 0)
-        : _bytes(output), _writer(make(_bytes)), _width(width) {}
+    /// @param leftOut Counts what is not carried, and says it at the end; may be null.
+    FrameFile(OutputFile& output, const Make& make, std::size_t width = 0, std::unique_ptr<LeftOut> leftOut = nullptr)
+        : _bytes(output), _writer(make(_bytes)), _width(width), _leftOut(std::move(leftOut)) {}
 
     /// @throws Failure when a packet has no place, or the output cannot be written.
     void write(const Frame& frame) override;
@@ -63,6 +95,7 @@ private:
     OutputBytes _bytes;
     std::unique_ptr<streams::FrameWriter> _writer;
     std::size_t _width;
+    std::unique_ptr<LeftOut> _leftOut;
 };
 
 /// Makes a writer of frames.

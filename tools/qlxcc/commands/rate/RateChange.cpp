@@ -64,7 +64,7 @@ public:
           _to(frameRateOfDuration(options.to.frameDuration()).value()), _source(source),
           _reader(openFrames(source, options.source)), _writer(makeFrameWriter(output, options.frames)),
           _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
-          _packets(_from, _to) {}
+          _packets(_from, _to), _leftOut(output.name()) {}
 
     void run() {
         Frame frame;
@@ -86,6 +86,7 @@ public:
             _remarks.sayHowManyMore();
         }
         _writer->finish();
+        _leftOut.say();
     }
 
 private:
@@ -94,6 +95,7 @@ private:
     void take(Frame& frame) {
         _notes.setPlace("frame " + std::to_string(frame.number));
         checkNumber(frame.number);
+        _leftOut.addWrappings(frame);
         if (frame.pts && !_begin) {
             const auto before = -static_cast<std::int64_t>(frame.number);
             _begin = add(*frame.pts, MediaTime::make(before * _options.from.value, _options.from.timescale));
@@ -272,6 +274,7 @@ private:
     Progress _progress;
     FindingNotes _notes;
     anc::PacketRateChange _packets;
+    LeftOut _leftOut;
     std::list<CaptionStream> _streams;
     std::optional<MediaTime> _begin;  ///< The time of frame 0, where the file says times.
     std::uint64_t _framesRead = 0;    ///< Up to the last one; those that the file leaves out count as well.

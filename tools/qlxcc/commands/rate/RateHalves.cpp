@@ -56,7 +56,7 @@ public:
     Halves(const RateChangeOptions& options, InputFile& source, OutputFile& output)
         : _options(options), _source(source), _reader(openFrames(source, options.source)),
           _writer(makeFrameWriter(output, options.frames)), _remarks(source),
-          _progress(source.size(), output.isStandardOutput()) {}
+          _progress(source.size(), output.isStandardOutput()), _leftOut(output.name()) {}
 
     void run() {
         Frame frame;
@@ -73,10 +73,17 @@ public:
             _remarks.sayHowManyMore();
         }
         _writer->finish();
+        _leftOut.say();
     }
 
 private:
-    bool read(Frame& frame) { return readWhole(_source, *_reader, _remarks, _progress, frame); }
+    bool read(Frame& frame) {
+        const bool hasFrame = readWhole(_source, *_reader, _remarks, _progress, frame);
+        if (hasFrame) {
+            _leftOut.addWrappings(frame);
+        }
+        return hasFrame;
+    }
 
     /// A packet's CDP as a sample of the rate that the file has.
     Sample sampleOf(const Frame& frame, const Packet& packet) {
@@ -190,6 +197,7 @@ private:
     std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;
     Progress _progress;
+    LeftOut _leftOut;
     std::uint64_t _framesWritten = 0;
     bool _hasWarned = false;
     bool _hasWarnedOfCount = false;
