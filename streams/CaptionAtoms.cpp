@@ -1,5 +1,7 @@
 #include "CaptionAtoms.h"
 
+#include "BoundedFindings.h"
+
 #include <qlx/anc/caption_atom.h>
 #include <qlx/cc/triplet.h>
 
@@ -22,7 +24,7 @@ anc::Packet packetOf(std::span<const std::uint8_t> cdp) {
 }  // namespace
 
 bool readCaptionAtoms(std::span<const std::uint8_t> sample, Frame& frame, FindingSink& findings) {
-    Findings own;
+    BoundedFindings own;
     std::vector<std::uint8_t> triplets;
     bool isKnown = sample.empty();
     for (const anc::CaptionAtomView& atom : anc::captionAtoms(sample, &own)) {
@@ -42,9 +44,7 @@ bool readCaptionAtoms(std::span<const std::uint8_t> sample, Frame& frame, Findin
         frame.captionPlace = CaptionPlace::Track;
     }
     if (isKnown) {
-        for (const Finding& finding : own) {
-            findings.add(finding);
-        }
+        own.give(0, findings);
     }
     return isKnown;
 }

@@ -43,7 +43,11 @@ Data captionTriplets(const Frame& frame, FindingSink* findings) {
         }
         // SMPTE ST 334-1: the highest bit of the first byte is set for field 1; then the pair.
         constexpr std::size_t kPairPacket = 3;
-        if (packet.id() == anc::ids::kCea608 && data.size() >= kPairPacket) {
+        if (packet.id() == anc::ids::kCea608 && data.size() < kPairPacket) {
+            detail::LineSink(findings, packet.line)
+                .add({FindingCode::StreamPairPacketCut, Severity::Error, 0, static_cast<std::int64_t>(data.size()),
+                      static_cast<std::int64_t>(kPairPacket)});
+        } else if (packet.id() == anc::ids::kCea608) {
             const cc::CcType field = (data[0] & 0x80U) != 0 ? cc::CcType::Field1 : cc::CcType::Field2;
             append(bytes, cc::Triplet::make(field, data[1], data[2]));
         }

@@ -77,9 +77,14 @@ public:
     std::optional<Finding> open();
     Result<bool> next(Frame& frame, FindingSink* findings);
     [[nodiscard]] std::vector<std::string> takeWords() { return _findings.takeWords(); }
+    /// Whether what is read belongs to a picture or packet that begins somewhere before, among others.
+    [[nodiscard]] bool isMultiplex() const {
+        return _kind == InputKind::TransportStream || _kind == InputKind::ProgramStream;
+    }
 
 private:
     std::optional<Finding> begin();
+    std::optional<Finding> ending();
     std::optional<Finding> checkIndex();
     [[nodiscard]] std::optional<Finding> missingIndex();
     std::optional<Finding> obstacle(DemuxStatus status, Stage stage);
@@ -91,9 +96,6 @@ private:
     void takeSample(const Track& track, Frame& frame);
     void takeAtoms(Frame& frame);
     void takeElement(Frame& frame);
-    [[nodiscard]] bool isMultiplex() const {
-        return _kind == InputKind::TransportStream || _kind == InputKind::ProgramStream;
-    }
     void reportDamagedSample();
     void endWith(DemuxStatus status);
 
@@ -116,7 +118,7 @@ private:
     bool _hasBegun = false;
     bool _hasFrames = false;
     bool _isAtEnd = false;
-    bool _hasEnded = false;  ///< It has been said that nothing follows.
+    std::string _endingWords;  ///< Of the library, for what ends the reading.
 };
 
 std::optional<Finding> ContainerReader::Reading::open() {
@@ -125,14 +127,14 @@ std::optional<Finding> ContainerReader::Reading::open() {
         _failure = begin();
         _isAtEnd = _failure.has_value();
     }
-    return _isAtEnd && !_hasBegun ? _failure : std::nullopt;
+    return _isAtEnd && !_hasBegun ? ending() : std::nullopt;
 }
 
 std::optional<Finding> ContainerReader::Reading::begin() {
     std::string reason;
     detail::DemuxerModule* const takesApart = detail::loadDemuxers(&reason);
     if (takesApart == nullptr) {
-        _findings.keepWords(std::move(reason));
+        _endingWords = std::move(reason);
         return errorOf(FindingCode::ContainerLibraryMissing);
     }
     if (const std::optional<Finding> error = checkIndex()) {
@@ -145,12 +147,9 @@ std::optional<Finding> ContainerReader::Reading::begin() {
     if (const std::optional<Finding> error = obstacle(_demuxer->findStreams(), Stage::TellingStreams)) {
         return error;
     }
-    if (_source.error()) {
-        return _source.error();
-    }
     _check.beginReading();
     if (const std::optional<Finding> error = chooseTracks()) {
-        return error;
+        return _source.error() ? _source.error() : error;
     }
     _order.emplace(_tracks.size());
     preparePictures();
@@ -166,6 +165,14 @@ void ContainerReader::Reading::preparePictures() {
             _kind == InputKind::Mxf ? std::optional(MediaTime::make(0, first.timescale)) : std::nullopt;
         _pictures.emplace(first.form, first.frameDuration, firstTime);
     }
+}
+
+/// What ends the reading, each time with its words.
+std::optional<Finding> ContainerReader::Reading::ending() {
+    if (_failure && hasLibraryText(_failure->code)) {
+        _findings.keepWords(_endingWords);
+    }
+    return _failure;
 }
 
 /// Looks whether the index can be read that the frames are found or timed with.
@@ -206,7 +213,7 @@ std::optional<Finding> ContainerReader::Reading::obstacle(DemuxStatus status, St
         return missing;
     }
     const std::vector<std::string> remarks = _demuxer->takeRemarks();
-    _findings.keepWords(remarks.empty() ? _demuxer->errorText() : remarks.back());
+    _endingWords = remarks.empty() ? _demuxer->errorText() : remarks.back();
     return errorOf(stage == Stage::Opening ? FindingCode::ContainerNotReadable : FindingCode::ContainerStreamsUnknown);
 }
 
@@ -340,6 +347,7 @@ void ContainerReader::Reading::endWith(DemuxStatus status) {
     }
     if (status != DemuxStatus::End) {
         _findings.addForeign(end, remarks);
+        _endingWords = _demuxer->errorText();
         _failure = errorOf(FindingCode::ContainerRestLost, end);
         return;
     }
@@ -367,20 +375,27 @@ void ContainerReader::Reading::endWith(DemuxStatus status) {
 bool ContainerReader::Reading::readPacket() {
     const std::uint64_t begin = _source.offset();
     const DemuxStatus status = _demuxer->read(_packet);
+    if (_source.error() && status != DemuxStatus::Done) {
+        _failure = _source.error();
+        return false;
+    }
     _check.report(_findings);
     if (_kind == InputKind::TransportStream) {
         // What stands between the packets of other streams has been said.
         _findings.addGap(begin, _source.offset());
     }
-    if (_source.error()) {
-        _failure = _source.error();
-        return false;
-    }
     if (status != DemuxStatus::Done) {
         endWith(status);
         return false;
     }
-    _findings.addForeign(_source.offset(), _demuxer->takeRemarks());
+    if (_source.error()) {
+        if (_packet.isDamaged) {
+            // What reading has cut is none.
+            return true;
+        }
+    } else {
+        _findings.addForeign(_source.offset(), _demuxer->takeRemarks());
+    }
     const auto track =
         std::find_if(_tracks.begin(), _tracks.end(), [this](const Track& one) { return one.index == _packet.stream; });
     if (track != _tracks.end()) {
@@ -409,11 +424,8 @@ Result<bool> ContainerReader::Reading::next(Frame& frame, FindingSink* findings)
             if (!_failure && !_hasFrames) {
                 _failure = errorOf(FindingCode::ContainerWithoutFrames);
             }
-            if (_failure && _failure->code == FindingCode::ContainerRestLost && !_hasEnded) {
-                _findings.keepWords(_demuxer->errorText());
-            }
-            _hasEnded = true;
-            return _failure ? Result<bool>(*_failure) : Result<bool>(false);
+            const std::optional<Finding> end = ending();
+            return end ? Result<bool>(*end) : Result<bool>(false);
         }
         if (!readPacket()) {
             _isAtEnd = true;
@@ -462,8 +474,13 @@ Place ContainerReader::placeOf(const Finding& finding) const {
     case ContainerRestLost:
         place.isNearby = true;
         break;
-    default:
+    default: {
+        // What is found in a picture or packet has the place where that begins: in a multiplex others stand between.
+        constexpr std::uint32_t kBlockOfStreams = static_cast<std::uint32_t>(StreamReadFailed) >> 16U;
+        const bool isInside = static_cast<std::uint32_t>(finding.code) >> 16U != kBlockOfStreams;
+        place.isNearby = isInside && _reading->isMultiplex();
         break;
+    }
     }
     place.byte = finding.offset;
     return place;

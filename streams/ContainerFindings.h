@@ -42,8 +42,12 @@ public:
     /// the next one.
     void addGap(std::uint64_t begin, std::uint64_t end);
 
-    /// Keeps words that belong to a finding which ends the reading.
-    void keepWords(std::string words) { _words.push_back(std::move(words)); }
+    /// Keeps words that belong to a finding which ends the reading; not without end for who never takes them.
+    void keepWords(const std::string& words) {
+        if (_words.size() <= 2 * kMost) {
+            _words.push_back(words);
+        }
+    }
 
     /// The words for the findings of a library that have been passed on since the last call.
     [[nodiscard]] std::vector<std::string> takeWords() { return std::exchange(_words, {}); }

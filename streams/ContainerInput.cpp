@@ -9,7 +9,8 @@ std::optional<std::size_t> ContainerInput::read(std::span<std::uint8_t> to) {
     const std::size_t got = _source.read(to);
     keepLast(to.first(got));
     _check.take(place, to.first(got));
-    return _source.error() ? std::nullopt : std::optional(got);
+    // What was read in front of a failure is handed on.
+    return got == 0 && _source.error() ? std::nullopt : std::optional(got);
 }
 
 bool ContainerInput::seek(std::uint64_t offset) {

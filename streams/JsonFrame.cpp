@@ -89,14 +89,13 @@ struct PacketText {
     }
 
     [[nodiscard]] std::optional<Finding> check() const {
-        constexpr std::uint64_t kGreatestWord = 65535;
         if (const auto wrong = did.check(FindingCode::JsonlDidWrong, 255)) {
             return wrong;
         }
         if (const auto wrong = sdid.check(FindingCode::JsonlSdidWrong, 255)) {
             return wrong;
         }
-        if (const auto wrong = line.check(FindingCode::JsonlLineWrong, kGreatestWord)) {
+        if (const auto wrong = line.check(FindingCode::JsonlLineWrong, kGreatestJsonWord)) {
             return wrong;
         }
         if (!data.areGood) {
@@ -105,8 +104,9 @@ struct PacketText {
         if (hasWrongChannel) {
             return error(FindingCode::JsonlChannelWrong);
         }
-        return horizontalOffset.isThere ? horizontalOffset.check(FindingCode::JsonlHorizontalOffsetWrong, kGreatestWord)
-                                        : std::nullopt;
+        return horizontalOffset.isThere
+                   ? horizontalOffset.check(FindingCode::JsonlHorizontalOffsetWrong, kGreatestJsonWord)
+                   : std::nullopt;
     }
 
     [[nodiscard]] anc::Packet take() {
@@ -301,22 +301,20 @@ std::optional<Finding> FrameText::checkTime(Frame& frame) const {
     if (_time == Member::Other) {
         return error(FindingCode::JsonlPtsWrong);
     }
-    constexpr std::uint64_t kGreatestTimescale = 1'000'000'000;
-    if (const auto wrong = _timescale.check(FindingCode::JsonlTimescaleWrong, kGreatestTimescale)) {
+    if (const auto wrong = _timescale.check(FindingCode::JsonlTimescaleWrong, kGreatestJsonTimescale)) {
         return wrong;
     }
     if (_timescale.value == 0) {
         return error(FindingCode::JsonlTimescaleZero);
     }
     const auto timescale = static_cast<std::int32_t>(_timescale.value);
-    constexpr std::int64_t kGreatestValue = std::numeric_limits<std::int64_t>::max() / 2;
     // Frames that an edit list leaves out are in front of 0.
-    if (_timeValue.early < 0 && _timeValue.early >= -kGreatestValue) {
+    if (_timeValue.early < 0 && _timeValue.early >= -kGreatestJsonTime) {
         frame.pts = MediaTime::make(_timeValue.early, timescale);
         return std::nullopt;
     }
     frame.pts = MediaTime::make(static_cast<std::int64_t>(_timeValue.value), timescale);
-    return _timeValue.check(FindingCode::JsonlValueWrong, std::uint64_t{kGreatestValue});
+    return _timeValue.check(FindingCode::JsonlValueWrong, std::uint64_t{kGreatestJsonTime});
 }
 
 std::optional<Finding> FrameText::finish(bool isJson, std::size_t size, Frame& frame) {
@@ -330,7 +328,7 @@ std::optional<Finding> FrameText::finish(bool isJson, std::size_t size, Frame& f
     if (!_hasPackets) {
         return error(FindingCode::JsonlNoFrame);
     }
-    if (const auto wrong = _number.check(FindingCode::JsonlFrameWrong, std::numeric_limits<std::uint32_t>::max())) {
+    if (const auto wrong = _number.check(FindingCode::JsonlFrameWrong, kGreatestJsonFrame)) {
         return wrong;
     }
     frame = {};

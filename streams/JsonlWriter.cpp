@@ -1,5 +1,6 @@
 #include <qlx/streams/jsonl.h>
 
+#include "JsonFrame.h"
 #include "LeftOut.h"
 
 #include <array>
@@ -67,6 +68,36 @@ void appendPacket(std::string& text, const anc::Packet& packet) {
     text += '"';
 }
 
+/// What no reader of such files takes.
+std::optional<Finding> checkNumbers(const Frame& frame) {
+    const auto refuse = [](FindingCode code, std::uint64_t place, std::uint64_t greatest) {
+        return Finding{code, Severity::Error, place, static_cast<std::int64_t>(greatest), 0};
+    };
+    const std::uint64_t none = frame.packets.size();
+    if (frame.number > detail::kGreatestJsonFrame) {
+        return refuse(FindingCode::JsonlFrameWrong, none, detail::kGreatestJsonFrame);
+    }
+    if (frame.pts && frame.pts->timescale == 0) {
+        return refuse(FindingCode::JsonlTimescaleZero, none, 0);
+    }
+    if (frame.pts && (frame.pts->timescale < 0 ||
+                      static_cast<std::uint64_t>(frame.pts->timescale) > detail::kGreatestJsonTimescale)) {
+        return refuse(FindingCode::JsonlTimescaleWrong, none, detail::kGreatestJsonTimescale);
+    }
+    if (frame.pts && (frame.pts->value > detail::kGreatestJsonTime || frame.pts->value < -detail::kGreatestJsonTime)) {
+        return refuse(FindingCode::JsonlValueWrong, none, detail::kGreatestJsonTime);
+    }
+    for (std::size_t place = 0; place < frame.packets.size(); ++place) {
+        if (frame.packets[place].line > detail::kGreatestJsonWord) {
+            return refuse(FindingCode::JsonlLineWrong, place, detail::kGreatestJsonWord);
+        }
+        if (frame.packets[place].horizontalOffset > detail::kGreatestJsonWord) {
+            return refuse(FindingCode::JsonlHorizontalOffsetWrong, place, detail::kGreatestJsonWord);
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 void appendJsonLine(std::string& text, const Frame& frame, const JsonlMembers* members) {
@@ -109,6 +140,9 @@ std::string jsonLine(const Frame& frame, const JsonlMembers* members) {
 }
 
 std::optional<Finding> JsonlWriter::write(const Frame& frame, FindingSink* findings) {
+    if (const auto wrong = checkNumbers(frame)) {
+        return wrong;
+    }
     _line.clear();
     appendJsonLine(_line, frame, _members);
     _line += '\n';

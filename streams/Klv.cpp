@@ -1,5 +1,6 @@
 #include <qlx/streams/klv.h>
 
+#include "BoundedFindings.h"
 #include "LeftOut.h"
 
 #include <qlx/anc/element.h>
@@ -42,23 +43,11 @@ std::size_t wordsOfTenBits(const anc::ElementPacketView& view, const anc::Packet
     return detail::wordsOfTenBits(view.samples(room), packet);
 }
 
-/// Keeps the first findings of an element, and knows whether the others say that something was left out.
-class ElementFindings final : public FindingSink {
-public:
-    void add(const Finding& finding) override {
-        hasLossInRest |= kept.size() == kMostElementFindings && finding.severity == Severity::Error;
-        kept.add(finding);
-    }
-
-    Findings kept{kMostElementFindings};
-    bool hasLossInRest = false;
-};
-
 }  // namespace
 
 void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t place, Frame& frame,
                          FindingSink* findings) {
-    ElementFindings own;
+    detail::BoundedFindings own;
     for (const anc::ElementPacketView& packet : anc::elementPackets(element, findings == nullptr ? nullptr : &own)) {
         frame.packets.push_back(packet.toPacket());
         frame.wrapLast(packet.wrapping());
@@ -67,16 +56,8 @@ void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t pl
                      static_cast<std::int64_t>(count), 0});
         }
     }
-    if (findings == nullptr) {
-        return;
-    }
-    for (Finding finding : own.kept) {
-        finding.offset += place;
-        findings->add(finding);
-    }
-    if (own.kept.rest() > 0) {
-        findings->add({FindingCode::StreamMoreFindings, own.hasLossInRest ? Severity::Error : Severity::Warning, place,
-                       static_cast<std::int64_t>(own.kept.rest()), 0});
+    if (findings != nullptr) {
+        own.give(place, *findings);
     }
 }
 

@@ -1,6 +1,5 @@
 #include <qlx/streams/open.h>
 
-#include <qlx/streams/container.h>
 #include <qlx/streams/jsonl.h>
 #include <qlx/streams/klv.h>
 #include <qlx/streams/scc.h>
@@ -35,15 +34,18 @@ private:
     MediaTime _duration;
 };
 
+RowLayout layoutOf(InputKind kind, const OpenOptions& options) {
+    return {.format = kind == InputKind::V210 ? anc::RowFormat::V210 : anc::RowFormat::TwoVuy,
+            .width = options.width,
+            .lines = options.lines};
+}
+
 /// Null for kinds without frames.
 std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const OpenOptions& options) {
     switch (kind) {
     case InputKind::V210:
     case InputKind::Yuv8:
-        return std::make_unique<RowReader>(
-            source, RowLayout{.format = kind == InputKind::V210 ? anc::RowFormat::V210 : anc::RowFormat::TwoVuy,
-                              .width = options.width,
-                              .lines = options.lines});
+        return std::make_unique<RowReader>(source, layoutOf(kind, options));
     case InputKind::Klv:
         return std::make_unique<KlvReader>(source);
     case InputKind::Jsonl:
@@ -58,7 +60,7 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
     case InputKind::Mov:
     case InputKind::TransportStream:
     case InputKind::ProgramStream:
-        return std::make_unique<ContainerReader>(source, kind);
+        return std::make_unique<ContainerReader>(source, kind, options.container);
     default:
         return nullptr;
     }
@@ -67,6 +69,12 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
 }  // namespace
 
 Result<std::unique_ptr<FrameReader>> openFrames(ByteSource& source, InputKind kind, const OpenOptions& options) {
+    if (hasRows(kind)) {
+        if (std::optional<Finding> wrong = layoutOf(kind, options).check()) {
+            wrong->offset = source.offset();
+            return *wrong;
+        }
+    }
     std::unique_ptr<FrameReader> reader = readerOf(source, kind, options);
     if (!reader) {
         return Finding{FindingCode::StreamKindWithoutFrames, Severity::Error, source.offset(),

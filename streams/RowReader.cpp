@@ -96,9 +96,21 @@ private:
     }
 };
 
+std::optional<Finding> RowLayout::check() const noexcept {
+    if (!lines.empty() && width > 0 && width <= kGreatestRowWidth) {
+        return std::nullopt;
+    }
+    return Finding{FindingCode::RowLayoutWrong, Severity::Error, 0, width, static_cast<std::int64_t>(lines.size())};
+}
+
 RowReader::RowReader(ByteSource& source, RowLayout layout)
-    : _source(source), _start(source.offset()), _layout(std::move(layout)),
-      _row(anc::rowBytes(_layout.format, _layout.width)) {}
+    : _source(source), _start(source.offset()), _layout(std::move(layout)), _failure(_layout.check()) {
+    if (_failure) {
+        _failure->offset = _start;
+    } else {
+        _row.resize(anc::rowBytes(_layout.format, _layout.width));
+    }
+}
 
 RowReader::Found RowReader::find(anc::Channels channels, const FileRow& row) const {
     Found found;

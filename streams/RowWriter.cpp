@@ -23,8 +23,11 @@ Finding aboutPacket(const Frame& frame, const anc::Packet& packet, FindingCode c
 
 }  // namespace
 
-RowWriter::RowWriter(ByteSink& sink, RowLayout layout)
-    : _sink(sink), _layout(std::move(layout)), _blankRow(wholeBlankRow(_layout.format, _layout.width)) {}
+RowWriter::RowWriter(ByteSink& sink, RowLayout layout) : _sink(sink), _layout(std::move(layout)) {
+    if (!_layout.check()) {
+        _blankRow = wholeBlankRow(_layout.format, _layout.width);
+    }
+}
 
 /// A packet without a row would be lost on the way.
 std::optional<Finding> RowWriter::checkLines(const Frame& frame) const {
@@ -88,6 +91,10 @@ std::optional<Finding> RowWriter::fill(std::span<std::uint8_t> row, const Frame&
 
 /// Nothing of a frame that cannot be written goes out: all rows are filled first.
 std::optional<Finding> RowWriter::write(const Frame& frame, FindingSink* findings) {
+    if (std::optional<Finding> wrong = _layout.check()) {
+        wrong->offset = frame.packets.size();
+        return wrong;
+    }
     if (const auto missing = checkLines(frame)) {
         return missing;
     }

@@ -73,12 +73,15 @@ Result<std::optional<video::AccessUnitView>> VideoUnits::next() {
             found->offset += _begin;
             return found;
         }
-        if (_reader.error()) {
+        if (_reader.error() && !_readError) {
             Finding error = *_reader.error();
             error.offset += _begin;
             return error;
         }
         if (_isAtEnd) {
+            if (_readError) {
+                return *_readError;
+            }
             if (_source.offset() == _begin) {
                 return Finding{FindingCode::StreamEmpty, Severity::Error, _begin, 0, 0};
             }
@@ -86,11 +89,10 @@ Result<std::optional<video::AccessUnitView>> VideoUnits::next() {
         }
         _piece.resize(kReadChunk);
         const std::size_t got = _source.read(_piece);
-        if (const std::optional<Finding> error = _source.error()) {
-            return *error;
-        }
+        // What was read in front of a failure is read to its end.
+        _readError = _source.error();
         _reader.push(std::span<const std::uint8_t>(_piece).first(got));
-        if (got < kReadChunk) {
+        if (got < kReadChunk || _readError) {
             _isAtEnd = true;
             _reader.finish();
         }

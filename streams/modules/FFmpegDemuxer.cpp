@@ -9,7 +9,6 @@
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -114,14 +113,18 @@ public:
     Settings(const AVFormatContext* context, bool isOwner) : _context(context), _isOwner(isOwner) {
         if (_isOwner) {
             const std::lock_guard lock(mutex);
-            open[_context] = {};
+            // FFmpeg may have freed one that stood there, and its owner does not know it yet.
+            for (Settings* const other : open) {
+                other->_context = other->_context == _context ? nullptr : other->_context;
+            }
+            open.push_back(this);
             av_log_set_callback(&Settings::receive);
         }
     }
     ~Settings() {
         if (_isOwner) {
             const std::lock_guard lock(mutex);
-            open.erase(_context);
+            std::erase(open, this);
             setLimit();
             if (open.empty()) {
                 av_log_set_callback(av_log_default_callback);
@@ -135,7 +138,17 @@ public:
     void limit(std::size_t greatest) {
         if (_isOwner) {
             const std::lock_guard lock(mutex);
-            open[_context].limit = greatest;
+            _limit = greatest;
+            setLimit();
+        }
+    }
+
+    /// Says that the context is no more: what is said of one in its place is none of this container's business.
+    void forgetContext() {
+        const std::lock_guard lock(mutex);
+        _context = nullptr;
+        _limit = 0;
+        if (_isOwner) {
             setLimit();
         }
     }
@@ -143,20 +156,14 @@ public:
     /// What has been said of this container since the last call.
     std::vector<std::string> takeRemarks() {
         const std::lock_guard lock(mutex);
-        const auto place = open.find(_context);
-        return place == open.end() ? std::vector<std::string>() : std::exchange(place->second.remarks, {});
+        return std::exchange(_remarks, {});
     }
 
 private:
-    struct Container {
-        std::size_t limit = 0;
-        std::vector<std::string> remarks;
-    };
-
     static void setLimit() {
         std::size_t greatest = 0;
-        for (const auto& [context, container] : open) {
-            greatest = std::max(greatest, container.limit);
+        for (const Settings* const one : open) {
+            greatest = std::max(greatest, one->_limit);
         }
         av_max_alloc(greatest == 0 ? static_cast<std::size_t>(std::numeric_limits<int>::max()) : greatest);
     }
@@ -181,17 +188,20 @@ private:
         std::string line = text.data();
         line.erase(line.find_last_not_of(" \r\n") + 1);
         const std::lock_guard lock(mutex);
-        const auto place = open.find(object);
-        if (place != open.end() && place->second.remarks.size() < kMostRemarks && !line.empty()) {
-            place->second.remarks.push_back(std::move(line));
+        const auto place =
+            std::find_if(open.begin(), open.end(), [object](const Settings* one) { return one->_context == object; });
+        if (place != open.end() && (*place)->_remarks.size() < kMostRemarks && !line.empty()) {
+            (*place)->_remarks.push_back(std::move(line));
         }
     }
 
     static inline std::mutex mutex;
-    static inline std::map<const void*, Container> open;
+    static inline std::vector<Settings*> open;  ///< Those of whoever owns them; what follows is under the lock.
 
     const AVFormatContext* _context;
     bool _isOwner;
+    std::size_t _limit = 0;
+    std::vector<std::string> _remarks;
 };
 
 /// A DemuxerInput as FFmpeg reads one.
@@ -321,12 +331,16 @@ DemuxStatus FFmpegDemuxer::open() {
     }
     if (context->codec_whitelist == nullptr) {
         avformat_free_context(context);
+        _settings.reset();
         throw std::bad_alloc();
     }
     // Frees the context when it fails.
     const int error =
         demuxer == nullptr ? AVERROR_DEMUXER_NOT_FOUND : avformat_open_input(&context, "", demuxer, nullptr);
     _format.reset(context);
+    if (!_format) {
+        _settings->forgetContext();
+    }
     return end(error);
 }
 
@@ -370,7 +384,7 @@ DemuxStatus FFmpegDemuxer::read(DemuxedPacket& packet) {
     packet.bytes = {_packet->data, static_cast<std::size_t>(std::max(_packet->size, 0))};
     packet.time = scaledTime(_packet->pts, base);
     packet.decodingTime = scaledTime(_packet->dts, base);
-    packet.place = static_cast<std::uint64_t>(std::max<std::int64_t>(_packet->pos, 0));
+    packet.place = _packet->pos < 0 ? _source.offset() : static_cast<std::uint64_t>(_packet->pos);
     packet.isDamaged = (_packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
     return end(0);
 }

@@ -63,6 +63,16 @@ TEST(Captions, AreReadAsFarAsAPacketGoes) {
     });
 }
 
+TEST(Captions, SayWhichPacketsAreTooShortForAPair) {
+    Frame frame;
+    frame.packets.push_back(packetOf(ids::kCea608, Data{0x80, 0x94}, 21));
+    frame.packets.push_back(packetOf(ids::kCea608, Data{0x00, 0x15, 0x2C}, 284));
+    qlx::Findings findings;
+    EXPECT_EQ(captionTriplets(frame, &findings), (Data{0xFD, 0x15, 0x2C}));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{qlx::FindingCode::StreamPairPacketCut, qlx::Severity::Error, 21, 2, 3}));
+}
+
 TEST(Captions, SayOnWhichLineAPacketIsWrong) {
     Frame frame;
     // One that is no CDP, and one whose checksum should be eb.

@@ -1,5 +1,6 @@
 // Reading the frames of containers, with FFmpeg's libraries and without them.
 #include "ExactBuffer.h"
+#include "FrameFiles.h"
 #include "MovBytes.h"
 #include "MxfBytes.h"
 
@@ -7,6 +8,7 @@
 
 #include <qlx/streams/container.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -131,16 +133,67 @@ TEST(ContainerReader, EndsWithAFindingWhereItCannotBegin) {
     EXPECT_TRUE(qlx::streams::hasLibraryText(why->code));
     EXPECT_EQ(reader.placeOf(*why), qlx::streams::Place{});
     EXPECT_EQ(reader.takeLibraryTexts().size(), 1U);
-    // The same again, without other words.
+    // The same again, each time with its words.
     EXPECT_EQ(reader.open(), why);
+    EXPECT_EQ(reader.takeLibraryTexts().size(), 1U);
     const Found found = readAll(reader);
     EXPECT_EQ(found.error, why);
-    EXPECT_TRUE(found.texts.empty());
+    EXPECT_EQ(found.texts.size(), 1U);
     // An index that is missing says more than FFmpeg does.
     EXPECT_EQ(readAll(fromHex(MovFile::atom("ftyp", "71742020")), InputKind::Mov).error,
               (qlx::Finding{FindingCode::MovIndexMissing, Severity::Error, 12, 0, 0}));
     const Bytes empty = fromHex(MovFile::atom("ftyp", "71742020") + MovFile::atom("moov", ""));
     EXPECT_TRUE(readAll(empty, InputKind::Mov).error);
+}
+
+TEST(ContainerReader, GivesTenFindingsOfACaptionSampleAndCountsTheRest) {
+    std::string sample = MovFile::atom("ccdp", "96690102");
+    for (int atom = 0; atom < 12; ++atom) {
+        sample += MovFile::atom("ccdq", "");
+    }
+    const Found found = readAll(MovFile::withCaptionTrack({sample}), InputKind::Mov);
+    EXPECT_FALSE(found.error);
+    ASSERT_EQ(found.findings.size(), 11U);
+    EXPECT_EQ(found.findings[9].code, FindingCode::AtomTypeUnknown);
+    EXPECT_EQ(found.findings[10].code, FindingCode::StreamMoreFindings);
+    EXPECT_EQ(found.findings[10].severity, Severity::Error);
+    EXPECT_EQ(found.findings[10].first, 2);
+}
+
+TEST(ContainerReader, GivesWhatWasReadInFrontOfAFailure) {
+    std::vector<std::string> samples(300, MovFile::atom("ccdp", "96690102"));
+    const Bytes whole = MovFile::withCaptionTrack(samples, true);
+    // The index comes first: all but the last ten samples of twelve bytes can be read, and half of one.
+    const Bytes part(whole.begin(), whole.end() - 10 * 12 - 6);
+    qlxtest::FailingSource source{part};
+    ContainerReader reader(source, InputKind::Mov);
+    const Found found = readAll(reader);
+    ASSERT_TRUE(found.error);
+    EXPECT_EQ(found.error->code, FindingCode::StreamReadFailed);
+    EXPECT_GE(found.frames.size(), 289U);
+    EXPECT_LE(found.frames.size(), 290U);
+    for (const auto& finding : found.findings) {
+        ADD_FAILURE() << finding.text() << finding.offset;
+    }
+}
+
+TEST(ContainerReader, KeepsWordsOfAContainerApartFromThoseOfOneThatFailed) {
+    // The context of one that cannot be opened is free, and the next one may stand in its place.
+    Bytes none = ancFile();
+    none.resize(30);
+    const Bytes good = ancFile();
+    MemorySource first(none);
+    MemorySource second(good);
+    auto failed = std::make_unique<ContainerReader>(first, InputKind::Mxf);
+    ASSERT_TRUE(failed->open());
+    ContainerReader reader(second, InputKind::Mxf);
+    ASSERT_FALSE(reader.open());
+    failed.reset();
+    const Found found = readAll(reader);
+    EXPECT_FALSE(found.error);
+    EXPECT_EQ(found.frames.size(), 3U);
+    EXPECT_TRUE(found.findings.empty());
+    EXPECT_TRUE(found.texts.empty());
 }
 
 TEST(ContainerReader, TakesEveryTruncationCalmly) {

@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -123,6 +127,37 @@ TEST(JsonlFile, IsWrittenWithWhatAHostHasToSay) {
     const auto failure = JsonlWriter(full).write(frame, nullptr);
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->code, FindingCode::StreamWriteFailed);
+}
+
+TEST(JsonlFile, IsNotWrittenWithNumbersThatNoReaderTakes) {
+    Frame good;
+    good.number = 4'294'967'295U;
+    good.pts = qlx::MediaTime::make(std::numeric_limits<std::int64_t>::max() / 2, 1'000'000'000);
+    good.packets.resize(2);
+    good.packets[1].line = 65'535;
+    good.packets[1].horizontalOffset = 65'535;
+    const auto refused = [&good](const std::function<void(Frame&)>& change) {
+        Frame frame = good;
+        change(frame);
+        qlxtest::MemorySink sink;
+        const auto failure = JsonlWriter(sink).write(frame, nullptr);
+        EXPECT_TRUE(failure.has_value() == sink.bytes.empty());
+        // The reader says the same of such a line.
+        const auto again = readText<JsonlReader>(jsonLine(frame));
+        EXPECT_EQ(again.failure, failure ? "line 1: " + failure->text() : "");
+        return failure ? std::optional(failure->code) : std::nullopt;
+    };
+    EXPECT_EQ(refused([](Frame&) {}), std::nullopt);
+    EXPECT_EQ(refused([](Frame& frame) { frame.pts->value = -frame.pts->value; }), std::nullopt);
+    EXPECT_EQ(refused([](Frame& frame) { ++frame.number; }), FindingCode::JsonlFrameWrong);
+    EXPECT_EQ(refused([](Frame& frame) { ++frame.pts->value; }), FindingCode::JsonlValueWrong);
+    EXPECT_EQ(refused([](Frame& frame) { frame.pts->value = -frame.pts->value - 1; }), FindingCode::JsonlValueWrong);
+    EXPECT_EQ(refused([](Frame& frame) { ++frame.pts->timescale; }), FindingCode::JsonlTimescaleWrong);
+    EXPECT_EQ(refused([](Frame& frame) { frame.pts->timescale = -1; }), FindingCode::JsonlTimescaleWrong);
+    EXPECT_EQ(refused([](Frame& frame) { frame.pts->timescale = 0; }), FindingCode::JsonlTimescaleZero);
+    EXPECT_EQ(refused([](Frame& frame) { ++frame.packets[1].line; }), FindingCode::JsonlLineWrong);
+    EXPECT_EQ(refused([](Frame& frame) { ++frame.packets[1].horizontalOffset; }),
+              FindingCode::JsonlHorizontalOffsetWrong);
 }
 
 TEST(JsonlFile, SaysWhatIsWrongInWhichLine) {

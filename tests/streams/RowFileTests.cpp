@@ -94,6 +94,27 @@ TEST(RowFile, SaysOnWhichRowAFindingIs) {
     EXPECT_EQ(reading.frames.size(), 2U);
 }
 
+TEST(RowFile, RefusesRowsThatNoFileHas) {
+    for (const RowLayout& layout : {RowLayout{.format = RowFormat::V210, .width = 0, .lines = {9}},
+                                    RowLayout{.format = RowFormat::TwoVuy, .width = 48, .lines = {}},
+                                    RowLayout{.format = RowFormat::V210, .width = 1'000'001, .lines = {9}}}) {
+        qlx::streams::MemorySource source(std::span<const std::uint8_t>{});
+        RowReader reader(source, layout);
+        Frame frame;
+        for (int time = 0; time < 2; ++time) {
+            const auto refused = reader.next(frame, nullptr);
+            ASSERT_FALSE(refused);
+            EXPECT_EQ(refused.error(), (qlx::Finding{FindingCode::RowLayoutWrong, qlx::Severity::Error, 0, layout.width,
+                                                     static_cast<std::int64_t>(layout.lines.size())}));
+        }
+        qlxtest::MemorySink sink;
+        const auto unwritten = RowWriter(sink, layout).write({}, nullptr);
+        ASSERT_TRUE(unwritten);
+        EXPECT_EQ(unwritten->code, FindingCode::RowLayoutWrong);
+        EXPECT_TRUE(sink.bytes.empty());
+    }
+}
+
 TEST(RowFile, SaysWhichPacketsHaveWordsOfTenBits) {
     std::vector<std::uint16_t> words = ancSamples(0x61, 0x01, Bytes{1, 2, 3});
     words[7] ^= 0x300U;  // of the second user data word; nine bits of it are in the sum

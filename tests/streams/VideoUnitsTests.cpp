@@ -132,13 +132,29 @@ private:
     qlx::streams::MemorySource _bytes;
 };
 
-TEST(VideoUnits, SayThatReadingFails) {
-    const Bytes stream = fromHex(kLong + kSlice);
+TEST(VideoUnits, SayThatReadingFailsBehindWhatWasRead) {
+    const Bytes first = fromHex(kLong + kIdr);
+    const Bytes stream = fromHex(kLong + kIdr + kLong + kSlice);
     BrokenSource source(stream);
-    const auto unit = VideoUnits(source, std::nullopt).next();
-    ASSERT_FALSE(unit);
-    EXPECT_EQ(unit.error().code, qlx::FindingCode::StreamReadFailed);
-    EXPECT_EQ(unit.error().first, 5);
+    VideoUnits units(source, std::nullopt);
+    for (const std::size_t size : {first.size(), stream.size() - first.size()}) {
+        const auto unit = units.next();
+        ASSERT_TRUE(unit && *unit);
+        EXPECT_EQ((*unit)->bytes.size(), size);
+    }
+    for (int time = 0; time < 2; ++time) {
+        const auto end = units.next();
+        ASSERT_FALSE(end);
+        EXPECT_EQ(end.error().code, qlx::FindingCode::StreamReadFailed);
+        EXPECT_EQ(end.error().first, 5);
+    }
+    // Nothing that begins a stream, and nothing at all.
+    for (const Bytes& less : {Bytes{0xAA}, Bytes{}}) {
+        BrokenSource early(less);
+        const auto end = VideoUnits(early, std::nullopt).next();
+        ASSERT_FALSE(end);
+        EXPECT_EQ(end.error().code, qlx::FindingCode::StreamReadFailed);
+    }
 }
 
 }  // namespace

@@ -86,7 +86,8 @@ TEST(Container, SaysWhichSampleIsDamaged) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(linesOf(result.out).size(), 2U);
     // Behind the first atom (20 bytes) and the header of the one with the samples.
-    EXPECT_EQ(result.err, "qlxcc: " + file + ": byte 28: caption sample of 13 bytes without a ccdp atom\n");
+    EXPECT_EQ(result.err,
+              "qlxcc: " + file + ": byte 28: caption sample of 13 bytes without a caption atom (ccdp, cdat, cdt2)\n");
 }
 
 TEST(Container, ListsWhatComesBeforeTheCut) {

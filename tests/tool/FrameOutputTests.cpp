@@ -190,13 +190,14 @@ TEST(FrameOutput, GoesOnBehindWhatIsWrongAndUsed) {
     EXPECT_EQ(list.exitCode, 1);
     expectNote(list.err);
     const ToolResult written = runTool({"scan", folder.path("a.klv"), "-o", folder.path("b.jsonl")});
-    EXPECT_EQ(written.exitCode, 0) << written.err;
+    EXPECT_EQ(written.exitCode, 1) << written.err;
     expectNote(written.err);
     EXPECT_NE(folder.read("b.jsonl").find("8094ae"), std::string::npos);
     const ToolResult changed =
         runTool({"rate", folder.path("a.klv"), "-o", folder.path("c.jsonl"), "--from-rate", "25", "--to-rate", "25"});
-    EXPECT_EQ(changed.exitCode, 0) << changed.err;
+    EXPECT_EQ(changed.exitCode, 1) << changed.err;
     EXPECT_NE(changed.err.find("wrapping type 55"), std::string::npos) << changed.err;
+    EXPECT_NE(folder.read("c.jsonl").find("8094ae"), std::string::npos);
     // Samples of one bit are no packet.
     folder.write("a.klv", qlxtest::joined(
                               {qlxtest::kAncKeyHex, "83000014 0001 0015 01 01", "0001 00000004 00000001 61 02 00 00"}));
@@ -206,6 +207,48 @@ TEST(FrameOutput, GoesOnBehindWhatIsWrongAndUsed) {
         runTool({"rate", folder.path("a.klv"), "-o", folder.path("d.jsonl"), "--from-rate", "25", "--to-rate", "25"})
             .exitCode,
         1);
+}
+
+TEST(FrameOutput, HasThePacketsOfRowsWithWrongChecksums) {
+    const TemporaryFolder folder;
+    // Twelve frames of a packet with a wrong checksum: the last of ten words is luma sample 9, in 32-bit word 6.
+    std::vector<std::uint16_t> samples = samplesOf({3});
+    samples[19] ^= 0x001U;
+    Bytes rows;
+    for (int frame = 0; frame < 12; ++frame) {
+        const Bytes row = v210Bytes(samples);
+        rows.insert(rows.end(), row.begin(), row.end());
+    }
+    const std::string file = folder.write("a.v210", rows);
+    const auto isSaid = [&](const std::string& line, int frame) {
+        return line.find(file + ": frame " + std::to_string(frame) + ", line 9, byte 24 of the row: checksum ") !=
+               std::string::npos;
+    };
+    const ToolResult written = run({"scan", file, "-o", folder.path("b.klv")}, kRows);
+    EXPECT_EQ(written.exitCode, 1);
+    const auto lines = qlxtest::linesOf(written.err);
+    ASSERT_EQ(lines.size(), 12U) << written.err;
+    EXPECT_TRUE(isSaid(lines[0], 0) && isSaid(lines[11], 11)) << written.err;
+    std::string json;
+    for (int frame = 0; frame < 12; ++frame) {
+        json += jsonOf({3}).replace(9, 1, std::to_string(frame));
+    }
+    EXPECT_EQ(runTool({"scan", folder.path("b.klv"), "--json"}).out, json);
+    const Arguments rates{"--from-rate", "25", "--to-rate", "25"};
+    Arguments rate{"rate", file, "-o", folder.path("c.klv"), "--quiet"};
+    rate.insert(rate.end(), rates.begin(), rates.end());
+    const ToolResult changed = run(rate, kRows);
+    EXPECT_EQ(changed.exitCode, 1);
+    const auto said = qlxtest::linesOf(changed.err);
+    ASSERT_EQ(said.size(), 11U) << changed.err;
+    EXPECT_TRUE(isSaid(said[0], 0) && isSaid(said[9], 9)) << changed.err;
+    EXPECT_EQ(said[10], "qlxcc: " + file + ": 2 more problems");
+    EXPECT_EQ(qlxtest::linesOf(runTool({"scan", folder.path("c.klv"), "--json"}).out).size(), 12U);
+    // What is left out keeps the file from being written, as before.
+    rows.resize(rows.size() - 1);
+    const std::string cut = folder.write("cut.v210", rows);
+    EXPECT_EQ(run({"scan", cut, "-o", folder.path("d.klv")}, kRows).exitCode, 1);
+    EXPECT_FALSE(std::filesystem::exists(folder.path("d.klv")));
 }
 
 TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {

@@ -358,6 +358,10 @@ enum class FindingCode : std::uint32_t {
     SccTimecodeEarlier,  ///< Line whose timecode is later; four bytes of the timecode from which on the pairs are sent,
                          ///< as a number, and 8000'0000h in drop-frame counting.
     SccTimecodeOverlaps,  ///< Line whose pairs are not through; the same.
+    // streams, files of frames (more)
+    RowLayoutWrong = 0x1F'0141,  ///< Pixels of a row, rows of a frame.
+    StreamPairPacketCut,         ///< Bytes of a CEA-608 packet, bytes that it needs.
+
     // streams: what a form does not carry, though the rest is read or written
     StreamCaptionsLeftOut = 0x1F'0181,  ///< Triplets that are in no packet.
     StreamChannelLeftOut,               ///< Number of the channel (qlx::anc::Channel): it becomes luma.
@@ -389,7 +393,7 @@ enum class FindingCode : std::uint32_t {
     ContainerSampleCut,         ///< No numbers; the offset is its end.
     ContainerUnitsWrong,        ///< No numbers; the lengths of its NAL units do not fit into the sample.
     ContainerGap,               ///< Bytes without a packet of what is read.
-    ContainerAtomMissing,       ///< Bytes of a caption sample without a ccdp atom.
+    ContainerAtomMissing,       ///< Bytes of a caption sample without a ccdp, cdat or cdt2 atom.
     ContainerDamageLeftOut,     ///< No numbers; more of the same is not told.
 
     // streams: the index of a container

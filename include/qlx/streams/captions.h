@@ -17,8 +17,8 @@ namespace qlx::streams {
 
 /// The cc_data triplets of a frame: those that came with the picture, else those of its first CDP (SMPTE ST 334-2) with
 /// caption data, else the pairs of its CEA-608 packets (SMPTE ST 334-1) as triplets. None without any.
-/// @param findings Gets what is wrong with the CDPs that are looked into, with the line of the packet as the offset; may be
-///   null.
+/// @param findings Gets what is wrong with the CDPs that are looked into, and packets too short for a pair
+///   (StreamPairPacketCut), with the line of the packet as the offset; may be null.
 [[nodiscard]] QLX_STREAMS_EXPORT Data captionTriplets(const Frame& frame, FindingSink* findings = nullptr);
 
 }  // namespace qlx::streams

@@ -73,7 +73,7 @@ public:
     }
 
     /// What a library that takes the file apart has said in its own words: a text for each finding that hasLibraryText()
-    /// and has been given since the last call, in their order.
+    /// and has been given since the last call, in their order; what ends the reading has its text each time that it is given.
     [[nodiscard]] virtual std::vector<std::string> takeLibraryTexts() { return {}; }
 };
 

@@ -75,6 +75,9 @@ public:
     /// @param members What is said of frames beside what a reader needs; may be null, else it must outlive the writer.
     explicit JsonlWriter(ByteSink& sink, const JsonlMembers* members = nullptr) : _sink(sink), _members(members) {}
 
+    /// Fails when a number is greater than readers take: JsonlFrameWrong, JsonlValueWrong, JsonlTimescaleWrong or
+    /// JsonlTimescaleZero, JsonlLineWrong, JsonlHorizontalOffsetWrong. Wrapping types of packets have no place in such files
+    /// (StreamWrappingLeftOut).
     [[nodiscard]] std::optional<Finding> write(const Frame& frame, FindingSink* findings) override;
 
 private:

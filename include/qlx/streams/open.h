@@ -10,6 +10,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/result.h>
 #include <qlx/streams/byte_source.h>
+#include <qlx/streams/container.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/frame_reader.h>
 #include <qlx/streams/input_kind.h>
@@ -27,11 +28,13 @@ struct OpenOptions {
     std::uint32_t width = kUsualRowWidth;    ///< v210, 2vuy: pixels of a row.
     std::vector<std::uint64_t> lines = {0};  ///< v210, 2vuy: the line number of each row of a frame, ascending.
     std::optional<FrameRate> rate;           ///< Gives frames without a time of their own one, from 0.
+    ContainerOptions container{};            ///< How a container is read.
 };
 
 /// Opens a file for reading its frames: packets, captions that are in no packet, or both.
-/// @param source Read from where it stands; must outlive the reader.
-/// @return The reader; StreamKindWithoutFrames for kinds of files that have none.
+/// @param source Read from where it stands, but a container, which must stand at its beginning; must outlive the reader.
+/// @return The reader; StreamKindWithoutFrames for kinds of files that have none, RowLayoutWrong for rows of no width or of
+///   no line.
 [[nodiscard]] QLX_STREAMS_EXPORT Result<std::unique_ptr<FrameReader>> openFrames(ByteSource& source, InputKind kind,
                                                                                  const OpenOptions& options = {});
 

@@ -32,11 +32,18 @@ inline constexpr std::uint32_t kUsualRowWidth = 1920;
 /// The widest row that may be one of standard definition, whose packets stand in luma and chroma together.
 inline constexpr std::uint32_t kWidestMultiplex = 720;
 
+/// The widest row that is read and written.
+inline constexpr std::uint32_t kGreatestRowWidth = 1'000'000;
+
 /// How the rows of a file lie; nothing in it says so.
 struct RowLayout {
     anc::RowFormat format = anc::RowFormat::V210;  ///< How the samples are packed.
-    std::uint32_t width = kUsualRowWidth;          ///< Pixels of a row; an odd one is counted up to a whole pair.
-    std::vector<std::uint64_t> lines = {0};        ///< The line number of each row of a frame, ascending.
+    std::uint32_t width = kUsualRowWidth;    ///< Pixels of a row, 1 to kGreatestRowWidth; an odd one is counted up to a
+                                             ///< whole pair.
+    std::vector<std::uint64_t> lines = {0};  ///< The line number of each row of a frame, ascending; one at least.
+
+    /// Why no file can have such rows (RowLayoutWrong): there are none in a frame, or of no width, or too wide.
+    [[nodiscard]] QLX_STREAMS_EXPORT std::optional<Finding> check() const noexcept;
 };
 
 /// A row of a file.
@@ -52,7 +59,7 @@ struct FileRow {
 class QLX_STREAMS_EXPORT RowReader : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.
-    /// @param layout How the rows lie.
+    /// @param layout How the rows lie; next() refuses one that is none (RowLayout::check()).
     RowReader(ByteSource& source, RowLayout layout);
 
     Result<bool> next(Frame& frame, FindingSink* findings) override;
@@ -90,7 +97,7 @@ public:
     /// @param layout How the rows lie.
     RowWriter(ByteSink& sink, RowLayout layout);
 
-    /// Fails when a packet has no place: there is no row for its line (RowFileLineMissing), that is too narrow
+    /// Fails when the layout is none (RowLayoutWrong), or a packet has no place: there is no row for its line (RowFileLineMissing), that is too narrow
     /// (AncPacketDoesNotFit), or has packets of the multiplex beside those of luma or chroma (RowFileChannelsMixed).
     [[nodiscard]] std::optional<Finding> write(const Frame& frame, FindingSink* findings) override;
 

@@ -59,6 +59,7 @@ private:
     std::uint64_t _begin;  ///< Where the stream begins in it.
     video::AccessUnitReader _reader;
     std::vector<std::uint8_t> _piece;
+    std::optional<Finding> _readError;  ///< What the source failed with: it ends what is there.
     bool _isAtEnd = false;
 };
 

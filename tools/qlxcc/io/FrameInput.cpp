@@ -1,11 +1,28 @@
 #include "io/FrameInput.h"
 
+#include "io/Text.h"
+
 namespace qlx::tool {
 
 void FrameInput::setReader(std::unique_ptr<streams::FrameReader> reader, streams::InputKind kind) {
     _reader = std::move(reader);
     _kind = kind;
     _words.emplace(_name, *_reader, kind);
+}
+
+/// Whether what is wrong was used all the same: of packets in KLV files and on rows it is known.
+bool FrameInput::isUsed(Severity severity) const noexcept {
+    return (_kind == streams::InputKind::Klv || streams::hasRows(_kind)) && severity != Severity::Error;
+}
+
+void FrameInput::sayRest(std::vector<std::string>& problems) {
+    const CallFindings::Rest& rest = _findings.rest;
+    if (rest.count == 0) {
+        return;
+    }
+    const bool isProblem = rest.worst != Severity::Remark;
+    _losses += isProblem && !isUsed(rest.worst) ? 1 : 0;
+    (isProblem ? problems : _remarks).push_back(counted(rest.count, "more finding") + " in one place");
 }
 
 void FrameInput::sayFindings(std::vector<std::string>& problems) {
@@ -16,11 +33,11 @@ void FrameInput::sayFindings(std::vector<std::string>& problems) {
             continue;
         }
         const bool isProblem = !isRemark(finding);
-        const bool isUsed = _kind == streams::InputKind::Klv && finding.severity != Severity::Error;
-        _losses += isProblem && !isUsed ? 1 : 0;
+        _losses += isProblem && !isUsed(finding.severity) ? 1 : 0;
         (isProblem ? problems : _remarks).push_back(_words->line(finding));
     }
-    _findings.found.clear();
+    sayRest(problems);
+    _findings.clear();
 }
 
 void FrameInput::fail(const Finding& why) {
@@ -31,7 +48,9 @@ void FrameInput::fail(const Finding& why) {
 bool FrameInput::next(Frame& frame, std::vector<std::string>& problems) {
     frame.subtitle.reset();
     const Result<bool> hasFrame = _reader->next(frame, &_findings);
+    const std::size_t before = problems.size();
     sayFindings(problems);
+    _problems += problems.size() - before;
     if (!hasFrame) {
         fail(hasFrame.error());
     }

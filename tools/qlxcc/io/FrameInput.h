@@ -10,6 +10,8 @@
 #include <qlx/streams/frame_reader.h>
 #include <qlx/streams/input_kind.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -41,30 +43,60 @@ public:
     /// What needs a look in the frames given since the last call, though all of it could be read; a line each.
     [[nodiscard]] std::vector<std::string> takeRemarks() { return std::exchange(_remarks, {}); }
 
-    /// How many of all problems so far say that something was left out. What is wrong in a KLV file and was used all the
-    /// same is a problem, but no loss.
+    /// How many lines of problems there have been so far.
+    [[nodiscard]] std::uint64_t problems() const noexcept { return _problems; }
+
+    /// How many of them say that something was left out. What is wrong in a KLV file or on rows and was used all the same
+    /// is a problem, but no loss.
     [[nodiscard]] std::uint64_t losses() const noexcept { return _losses; }
 
     /// Throws what ends the reading: what the file has thrown, else a finding in words.
     [[noreturn]] void fail(const Finding& why);
 
 private:
-    /// Keeps everything that one call gives.
-    class AllFindings final : public FindingSink {
+    /// Keeps what one call gives: as many findings as anybody reads, and how many more there are.
+    class CallFindings final : public FindingSink {
     public:
-        void add(const Finding& finding) override { found.push_back(finding); }
+        static constexpr std::size_t kMost = 10'000;
+
+        void add(const Finding& finding) override {
+            if (found.size() < kMost) {
+                found.push_back(finding);
+            } else {
+                rest.add(finding);
+            }
+        }
+        void clear() {
+            found.clear();
+            rest = {};
+        }
+
+        /// Those that are not kept.
+        struct Rest {
+            void add(const Finding& finding) {
+                count += 1;
+                worst = isRemark(finding) ? worst : std::max(worst, finding.severity);
+            }
+            std::uint64_t count = 0;
+            Severity worst = Severity::Remark;
+        };
+
         std::vector<Finding> found;
+        Rest rest;
     };
 
     void sayFindings(std::vector<std::string>& problems);
+    void sayRest(std::vector<std::string>& problems);
+    [[nodiscard]] bool isUsed(Severity severity) const noexcept;
 
     std::string _name;
     InputBytes _bytes;
     std::unique_ptr<streams::FrameReader> _reader;
     std::optional<FrameFindings> _words;  ///< Once there is a reader.
-    AllFindings _findings;
+    CallFindings _findings;
     std::vector<std::string> _remarks;
     streams::InputKind _kind = streams::InputKind::Klv;
+    std::uint64_t _problems = 0;
     std::uint64_t _losses = 0;
 };
 

@@ -72,8 +72,21 @@ void RemarkNotes::say(const std::vector<std::string>& remarks) {
     }
 }
 
+void RemarkNotes::sayProblems(const std::vector<std::string>& problems) {
+    for (const std::string& problem : problems) {
+        if (++_problemCount <= kShown) {
+            printMessage(_source.name() + ": " + problem);
+        }
+    }
+}
+
 void RemarkNotes::sayHowManyMore() const {
-    printNote("warning: " + _source.name() + ": " + counted(_count - kShown, "more warning"));
+    if (_problemCount > kShown) {
+        printMessage(_source.name() + ": " + counted(_problemCount - kShown, "more problem"));
+    }
+    if (_count > kShown) {
+        printNote("warning: " + _source.name() + ": " + counted(_count - kShown, "more warning"));
+    }
 }
 
 std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& output,
@@ -119,7 +132,7 @@ bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remark
     }
     if (!problems.empty()) {
         progress.clear();
-        remarks.say(problems);
+        remarks.sayProblems(problems);
     }
     if (hasFrame) {
         progress.update(frame.number + 1, source.offset());

@@ -30,7 +30,9 @@ public:
     explicit RemarkNotes(const ByteSource& source) : _source(source) {}
 
     void say(const std::vector<std::string>& remarks);
-    [[nodiscard]] bool hasMore() const noexcept { return _count > kShown; }
+    /// The same of problems, which are said even where only these are wanted.
+    void sayProblems(const std::vector<std::string>& problems);
+    [[nodiscard]] bool hasMore() const noexcept { return _count > kShown || _problemCount > kShown; }
     void sayHowManyMore() const;
 
 private:
@@ -38,9 +40,11 @@ private:
 
     const ByteSource& _source;
     std::uint64_t _count = 0;
+    std::uint64_t _problemCount = 0;
 };
 
-/// Reads the next frame of a file that is made into another one: what cannot be read would be missing from that.
+/// Reads the next frame of a file that is made into another one: what cannot be read would be missing from that. What is
+/// wrong and was used all the same is said.
 /// @return False at the end of the file.
 /// @throws Failure when something of the frame cannot be read.
 [[nodiscard]] bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress,

@@ -66,7 +66,8 @@ public:
           _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
           _packets(_from, _to), _leftOut(output.name()) {}
 
-    void run() {
+    /// @return How many problems there were with what was used all the same.
+    std::uint64_t run() {
         Frame frame;
         while (read(frame)) {
             take(frame);
@@ -87,6 +88,7 @@ public:
         }
         _writer->finish();
         _leftOut.say();
+        return _reader->problems();
     }
 
 private:
@@ -313,13 +315,10 @@ int changeRate(const RateChangeOptions& options) {
     changed.source.kind = kindOfFrames(source, options.source);
     settleRows(*changed.source.kind, changed.source, changed.frames);
     OutputFile output(options.output);
-    if (options.asDeployed) {
-        changeToHalves(changed, source, output);
-    } else {
-        AnyRateChange(changed, source, output).run();
-    }
+    const std::uint64_t problems =
+        options.asDeployed ? changeToHalves(changed, source, output) : AnyRateChange(changed, source, output).run();
     output.commit();
-    return kExitSuccess;
+    return problems == 0 ? kExitSuccess : kExitFailure;
 }
 
 }  // namespace qlx::tool

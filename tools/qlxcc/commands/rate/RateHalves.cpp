@@ -58,7 +58,7 @@ public:
           _writer(makeFrameWriter(output, options.frames)), _remarks(source),
           _progress(source.size(), output.isStandardOutput()), _leftOut(output.name()) {}
 
-    void run() {
+    std::uint64_t run() {
         Frame frame;
         while (read(frame)) {
             if (isDouble(_options.from, _options.to)) {
@@ -74,6 +74,7 @@ public:
         }
         _writer->finish();
         _leftOut.say();
+        return _reader->problems();
     }
 
 private:
@@ -205,8 +206,8 @@ private:
 
 }  // namespace
 
-void changeToHalves(const RateChangeOptions& options, InputFile& source, OutputFile& output) {
-    Halves(options, source, output).run();
+std::uint64_t changeToHalves(const RateChangeOptions& options, InputFile& source, OutputFile& output) {
+    return Halves(options, source, output).run();
 }
 
 }  // namespace qlx::tool

@@ -5,10 +5,13 @@
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 
+#include <cstdint>
+
 namespace qlx::tool {
 
 /// Splits each frame's captions, or joins those of two.
 /// @param options One of the rates is the double of the other.
-void changeToHalves(const RateChangeOptions& options, InputFile& source, OutputFile& output);
+/// @return How many problems there were with what was used all the same.
+std::uint64_t changeToHalves(const RateChangeOptions& options, InputFile& source, OutputFile& output);
 
 }  // namespace qlx::tool

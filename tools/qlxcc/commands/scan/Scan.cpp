@@ -1,6 +1,7 @@
 #include "commands/scan/Scan.h"
 
 #include "commands/scan/ScanList.h"
+#include "io/Errors.h"
 #include "io/Frame.h"
 #include "io/FrameLoop.h"
 #include "io/FrameSource.h"
@@ -49,8 +50,10 @@ int scan(const ScanOptions& options) {
     if (list != nullptr) {
         list->writeSummary();
     }
-    // A file of frames has all packets in spite of what is wrong with some; a list says so by its exit code.
-    return finishFrames(source, output, frames ? reader->losses() : problems, "not every packet could be read");
+    // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
+    const int code =
+        finishFrames(source, output, frames ? reader->losses() : problems, "not every packet could be read");
+    return problems > 0 ? kExitFailure : code;
 }
 
 }  // namespace qlx::tool
