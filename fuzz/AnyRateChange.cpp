@@ -154,7 +154,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         std::ofstream file(folder.file("in.jsonl"), std::ios::binary);
         for (const Frame& frame : frames) {
-            file << qlx::streams::jsonLine(frame) << '\n';
+            std::string line;
+            qlx::streams::appendJsonLine(line, frame);
+            file << line << '\n';
         }
     }
     qlx::tool::RateChangeOptions options;

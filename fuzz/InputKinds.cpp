@@ -3,10 +3,10 @@
 #include "streams/StreamCheck.h"
 
 #include "FuzzSupport.h"
+#include "streams/StreamWalk.h"
+#include "streams/TransportStream.h"
 
 #include <qlx/streams/input_kind.h>
-#include <qlx/streams/stream_walk.h>
-#include <qlx/streams/transport_stream.h>
 #include <qlx/streams/video.h>
 
 #include <algorithm>
@@ -40,7 +40,7 @@ void checkKinds(std::span<const std::uint8_t> bytes) {
 
 void checkEnds(std::span<const std::uint8_t> bytes) {
     for (const std::size_t packetSize : {0U, 188U, 192U, 204U}) {
-        if (const auto cut = qlx::streams::cutTransportPacket(bytes, packetSize)) {
+        if (const auto cut = qlx::streams::detail::cutTransportPacket(bytes, packetSize)) {
             require(cut->begin + cut->there == bytes.size() && cut->there < cut->size);
             require(packetSize == 0 || cut->size == packetSize);
         }
@@ -51,8 +51,8 @@ void checkEnds(std::span<const std::uint8_t> bytes) {
 
 /// What a walk over pieces of a start byte, a size and as many bytes finds.
 struct Findings {
-    std::vector<qlx::streams::Stray> strays;
-    std::optional<qlx::streams::CutPiece> cut;
+    std::vector<qlx::streams::detail::Stray> strays;
+    std::optional<qlx::streams::detail::CutPiece> cut;
 };
 
 /// @param step Bytes that are handed over at once.
@@ -64,11 +64,11 @@ Findings walk(std::span<const std::uint8_t> bytes, std::size_t step) {
         }
         return rest[0] == kStart ? std::optional<std::uint64_t>(2U + rest[1]) : std::nullopt;
     };
-    qlx::streams::StreamWalk pieces(measure, std::array{kStart});
+    qlx::streams::detail::StreamWalk pieces(measure, std::array{kStart});
     Findings findings;
     for (std::size_t place = 0; place < bytes.size(); place += step) {
         pieces.take(place, bytes.subspan(place, std::min(step, bytes.size() - place)));
-        for (const qlx::streams::Stray& stray : pieces.takeStrays()) {
+        for (const qlx::streams::detail::Stray& stray : pieces.takeStrays()) {
             require(stray.size > 0 && stray.begin + stray.size <= bytes.size());
             findings.strays.push_back(stray);
         }

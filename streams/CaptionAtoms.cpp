@@ -1,6 +1,7 @@
 #include "CaptionAtoms.h"
 
 #include "BoundedFindings.h"
+#include "TripletBytes.h"
 
 #include <qlx/anc/caption_atom.h>
 #include <qlx/cc/triplet.h>
@@ -35,8 +36,7 @@ bool readCaptionAtoms(std::span<const std::uint8_t> sample, Frame& frame, Findin
         }
         const cc::CcType field = atom.type == anc::kFieldOneAtom ? cc::CcType::Field1 : cc::CcType::Field2;
         for (std::size_t place = 0; place + 1 < atom.content.size(); place += 2) {
-            const cc::Triplet triplet = cc::Triplet::make(field, atom.content[place], atom.content[place + 1]);
-            triplets.insert(triplets.end(), {triplet.header, triplet.first, triplet.second});
+            append(triplets, cc::Triplet::make(field, atom.content[place], atom.content[place + 1]));
         }
     }
     if (!triplets.empty()) {

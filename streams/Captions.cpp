@@ -1,6 +1,7 @@
 #include <qlx/streams/captions.h>
 
 #include "LineSink.h"
+#include "TripletBytes.h"
 
 #include <qlx/anc/packet.h>
 #include <qlx/cc/cdp.h>
@@ -12,14 +13,6 @@
 #include <vector>
 
 namespace qlx::streams {
-
-namespace {
-
-void append(std::vector<std::uint8_t>& bytes, const cc::Triplet& triplet) {
-    bytes.insert(bytes.end(), {triplet.header, triplet.first, triplet.second});
-}
-
-}  // namespace
 
 Data captionTriplets(const Frame& frame, FindingSink* findings) {
     if (!frame.triplets.empty()) {
@@ -36,7 +29,7 @@ Data captionTriplets(const Frame& frame, FindingSink* findings) {
             } else if (cdp->hasCcData()) {
                 bytes.clear();
                 for (const cc::Triplet& triplet : cdp->triplets()) {
-                    append(bytes, triplet);
+                    detail::append(bytes, triplet);
                 }
                 return Data(bytes);
             }
@@ -49,7 +42,7 @@ Data captionTriplets(const Frame& frame, FindingSink* findings) {
                       static_cast<std::int64_t>(kPairPacket)});
         } else if (packet.id() == anc::ids::kCea608) {
             const cc::CcType field = (data[0] & 0x80U) != 0 ? cc::CcType::Field1 : cc::CcType::Field2;
-            append(bytes, cc::Triplet::make(field, data[1], data[2]));
+            detail::append(bytes, cc::Triplet::make(field, data[1], data[2]));
         }
     }
     return bytes.empty() ? frame.triplets : Data(bytes);

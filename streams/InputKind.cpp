@@ -1,7 +1,8 @@
 #include <qlx/streams/input_kind.h>
 
+#include "TransportStream.h"
+
 #include <qlx/klv/keys.h>
-#include <qlx/streams/transport_stream.h>
 
 #include <algorithm>
 #include <array>
@@ -213,8 +214,8 @@ bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcep
     case InputKind::ProgramStream:
         return holds(first, kPack);
     case InputKind::TransportStream:
-        for (std::size_t place = 0; place < std::min(first.size(), kLongestTransportPacket); ++place) {
-            if (transportPacketSize(first.subspan(place)) != 0) {
+        for (std::size_t place = 0; place < std::min(first.size(), detail::kLongestTransportPacket); ++place) {
+            if (detail::transportPacketSize(first.subspan(place)) != 0) {
                 return true;
             }
         }
@@ -241,7 +242,7 @@ std::optional<InputKind> inputKindOfBytes(std::span<const std::uint8_t> first) n
     if (const auto kind = kindOfStartCode(first)) {
         return kind;
     }
-    if (transportPacketSize(first) != 0) {
+    if (detail::transportPacketSize(first) != 0) {
         return InputKind::TransportStream;
     }
     if (isPpm(asText(first))) {

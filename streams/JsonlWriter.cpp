@@ -133,12 +133,6 @@ void appendJsonLine(std::string& text, const Frame& frame, const JsonlMembers* m
     text += '}';
 }
 
-std::string jsonLine(const Frame& frame, const JsonlMembers* members) {
-    std::string text;
-    appendJsonLine(text, frame, members);
-    return text;
-}
-
 std::optional<Finding> JsonlWriter::write(const Frame& frame, FindingSink* findings) {
     if (const auto wrong = checkNumbers(frame)) {
         return wrong;

@@ -1,7 +1,8 @@
 #include "StreamCheck.h"
 
+#include "TransportStream.h"
+
 #include <qlx/klv/klv.h>
-#include <qlx/streams/transport_stream.h>
 
 #include <algorithm>
 #include <array>

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "ContainerIndex.h"
+#include "StreamWalk.h"
 
 #include <qlx/base/finding.h>
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/input_kind.h>
-#include <qlx/streams/stream_walk.h>
 
 #include <cstddef>
 #include <cstdint>

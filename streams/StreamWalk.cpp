@@ -1,9 +1,9 @@
-#include <qlx/streams/stream_walk.h>
+#include "StreamWalk.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace qlx::streams {
+namespace qlx::streams::detail {
 
 StreamWalk::StreamWalk(Measure measure, std::span<const std::uint8_t> start)
     : _measure(std::move(measure)), _start(start.begin(), start.end()), _isSearching(!start.empty()) {}
@@ -109,4 +109,4 @@ std::optional<Stray> StreamWalk::strayAt(std::uint64_t end) const {
     return _damagedAt && end > *_damagedAt ? std::optional(Stray{*_damagedAt, end - *_damagedAt}) : std::nullopt;
 }
 
-}  // namespace qlx::streams
+}  // namespace qlx::streams::detail

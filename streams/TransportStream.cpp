@@ -1,8 +1,8 @@
-#include <qlx/streams/transport_stream.h>
+#include "TransportStream.h"
 
 #include <algorithm>
 
-namespace qlx::streams {
+namespace qlx::streams::detail {
 
 namespace {
 
@@ -87,4 +87,4 @@ std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail, 
     return there < layout.size ? std::optional(CutPacket{begin, there, layout.size}) : std::nullopt;
 }
 
-}  // namespace qlx::streams
+}  // namespace qlx::streams::detail

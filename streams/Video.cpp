@@ -1,6 +1,7 @@
 #include <qlx/streams/video.h>
 
 #include "PictureTimes.h"
+#include "TripletBytes.h"
 
 #include <qlx/video/captions.h>
 
@@ -58,7 +59,7 @@ Data captionTriplets(std::span<const std::uint8_t> picture, const video::StreamF
         }
         isCarried = true;
         for (const cc::Triplet& triplet : triplets) {
-            bytes.insert(bytes.end(), {triplet.header, triplet.first, triplet.second});
+            detail::append(bytes, triplet);
         }
     }
     return isCarried ? Data(bytes) : Data();

@@ -150,10 +150,6 @@ namespace streams_rows {
 extern qlx::streams::ByteSource& source;
 extern qlx::streams::ByteSink& sink;
 }  // namespace streams_rows
-namespace streams_stream_walk {
-std::optional<std::uint64_t> sizeOfTriplet(std::uint64_t place, std::span<const std::uint8_t> head);
-extern std::uint64_t place;
-}  // namespace streams_stream_walk
 namespace streams_video {
 extern qlx::streams::ByteSource& source;
 }

@@ -42,7 +42,7 @@ std::vector<std::string> framesOf(std::string_view text) {
     const qlxtest::FrameReading reading = readText<JsonlReader>(text);
     std::vector<std::string> lines;
     for (const Frame& frame : reading.frames) {
-        lines.push_back(jsonLine(frame));
+        lines.push_back(qlxtest::jsonLine(frame));
     }
     if (!reading.failure.empty()) {
         lines.push_back(reading.failure);
@@ -119,7 +119,7 @@ TEST(JsonlFile, IsWrittenWithWhatAHostHasToSay) {
     EXPECT_EQ(readText<JsonlReader>(sink.text()).frames, (std::vector<Frame>{frame, frame}));
     const Sizes sizes;
     EXPECT_EQ(
-        jsonLine(frame, &sizes),
+        qlxtest::jsonLine(frame, &sizes),
         R"({"frame":3,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"9669","size":2},)"
         R"({"line":12,"did":67,"sdid":2,"channel":"chroma","horizontalOffset":30,"type":"OP-47","data":"","size":0}],)"
         R"("captions":{"data":"fc9420","size":3}})");
@@ -143,7 +143,7 @@ TEST(JsonlFile, IsNotWrittenWithNumbersThatNoReaderTakes) {
         const auto failure = JsonlWriter(sink).write(frame, nullptr);
         EXPECT_TRUE(failure.has_value() == sink.bytes.empty());
         // The reader says the same of such a line.
-        const auto again = readText<JsonlReader>(jsonLine(frame));
+        const auto again = readText<JsonlReader>(qlxtest::jsonLine(frame));
         EXPECT_EQ(again.failure, failure ? "line 1: " + failure->text() : "");
         return failure ? std::optional(failure->code) : std::nullopt;
     };

@@ -127,7 +127,7 @@ TEST(StreamCheck, CountsWhatItDoesNotKeep) {
         text += pack + "ff";
     }
     const std::vector<std::string> remarks = remarksOn(InputKind::ProgramStream, fromHex(text + pack));
-    EXPECT_EQ(remarks.size(), qlx::streams::StreamWalk::kMostStrays + 1);
+    EXPECT_EQ(remarks.size(), qlx::streams::detail::StreamWalk::kMostStrays + 1);
     EXPECT_EQ(remarks[1], "byte 25: not part of any packet: 1 byte");
     EXPECT_EQ(remarks.back(), "byte 416: 8 more places like this");
 }

@@ -1,7 +1,6 @@
 // Following the pieces of a container while it is read: what stands between them, and whether the last one is whole.
 #include "ExactBuffer.h"
-
-#include <qlx/streams/stream_walk.h>
+#include "streams/StreamWalk.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +12,9 @@
 
 namespace {
 
-using qlx::streams::CutPiece;
-using qlx::streams::Stray;
-using qlx::streams::StreamWalk;
+using qlx::streams::detail::CutPiece;
+using qlx::streams::detail::Stray;
+using qlx::streams::detail::StreamWalk;
 using qlxtest::fromHex;
 using Bytes = std::vector<std::uint8_t>;
 

@@ -1,7 +1,6 @@
 // The packets of transport streams: how far they are apart, and whether the last one is whole.
 #include "ExactBuffer.h"
-
-#include <qlx/streams/transport_stream.h>
+#include "streams/TransportStream.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +11,8 @@
 
 namespace {
 
-using qlx::streams::cutTransportPacket;
-using qlx::streams::transportPacketSize;
+using qlx::streams::detail::cutTransportPacket;
+using qlx::streams::detail::transportPacketSize;
 using qlxtest::fromHex;
 using Bytes = std::vector<std::uint8_t>;
 

@@ -3,6 +3,7 @@
 
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/frame_reader.h>
+#include <qlx/streams/jsonl.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -51,6 +52,13 @@ inline FrameReading readAll(qlx::streams::FrameReader& reader) {
         }
         reading.frames.push_back(frame);
     }
+}
+
+/// The JSON line of a frame.
+inline std::string jsonLine(const qlx::streams::Frame& frame, const qlx::streams::JsonlMembers* members = nullptr) {
+    std::string text;
+    appendJsonLine(text, frame, members);
+    return text;
 }
 
 /// Bytes of which reading fails behind some.

@@ -65,9 +65,6 @@ public:
 /// @param members What is said beside that; may be null.
 QLX_STREAMS_EXPORT void appendJsonLine(std::string& text, const Frame& frame, const JsonlMembers* members = nullptr);
 
-/// The same as a text of its own.
-[[nodiscard]] QLX_STREAMS_EXPORT std::string jsonLine(const Frame& frame, const JsonlMembers* members = nullptr);
-
 /// Writes such files.
 class QLX_STREAMS_EXPORT JsonlWriter final : public FrameWriter {
 public:

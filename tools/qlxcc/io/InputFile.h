@@ -1,6 +1,8 @@
 // Reading a file, or standard input, from front to back.
 #pragma once
 
+#include <qlx/streams/byte_source.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -35,8 +37,7 @@ public:
     [[nodiscard]] virtual std::optional<std::uint64_t> size() const = 0;
 };
 
-/// As many bytes can be looked at in advance.
-inline constexpr std::size_t kLongestPeek = std::size_t{64} * 1024;
+using streams::kLongestPeek;
 
 /// A file, or standard input for the path `-`.
 class InputFile final : public ByteSource {

@@ -3,6 +3,9 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
+#include <qlx/base/frame_rate.h>
+#include <qlx/cc/time_code.h>
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -40,14 +43,19 @@ inline constexpr std::array<Rate, 8> kRates{{
 /// 23.976, as 23.98.
 [[nodiscard]] std::optional<Rate> rateNamed(std::string_view name) noexcept;
 
+/// The same as the library has it; one of kRates.
+[[nodiscard]] constexpr FrameRate frameRateOf(const Rate& rate) noexcept {
+    return frameRateOfDuration(rate.frameDuration()).value_or(FrameRate::Fps25);
+}
+
 /// The frames that a timecode counts in a second: 30 at 29.97.
 [[nodiscard]] constexpr std::uint32_t nominalFrames(const Rate& rate) noexcept {
-    return static_cast<std::uint32_t>((rate.timescale + rate.value - 1) / rate.value);
+    return nominalFramesPerSecond(frameRateOf(rate));
 }
 
 /// Whether drop-frame timecodes (SMPTE ST 12-1) count this rate's frames: 29.97 and 59.94.
 [[nodiscard]] constexpr bool hasDropFrame(const Rate& rate) noexcept {
-    return rate.value == 1001 && rate.timescale % 30'000 == 0;
+    return cc::mayDropFrames(frameRateOf(rate));
 }
 
 /// The number of the first frame whose time is `seconds` or later; 0 for a negative time. This is also the number of

@@ -75,10 +75,8 @@ std::optional<double> parseSeconds(std::string_view text) noexcept {
     return value;
 }
 
-/// The numbers that drop-frame counting leaves out of a minute.
-constexpr std::uint64_t droppedFrames(const Rate& rate) noexcept {
-    return nominalFrames(rate) / 15;
-}
+constexpr std::uint32_t kMinutesOfDay = 24 * 60;
+constexpr std::uint64_t kHoursOfDay = 24;
 
 std::uint64_t frameNumber(const std::string& shown, const FrameTimecode& time, const Rate& rate) {
     const std::uint32_t nominal = nominalFrames(rate);
@@ -91,14 +89,14 @@ std::uint64_t frameNumber(const std::string& shown, const FrameTimecode& time, c
                          "to " +
                          std::to_string(nominal - 1));
     }
-    const std::uint64_t number = (std::uint64_t{time.minutes} * 60 + time.seconds) * nominal + time.frames;
-    if (!time.isDropFrame) {
-        return number;
-    }
-    if (time.seconds == 0 && time.frames < droppedFrames(rate) && time.minutes % 10 != 0) {
+    // The library counts the frames of a day.
+    const cc::FrameCount count(frameRateOf(rate), time.isDropFrame);
+    const cc::FrameLabel label{time.minutes % kMinutesOfDay * 60 + time.seconds, time.frames};
+    const std::uint32_t ofDay = count.ofLabel(label);
+    if (cc::labelOf(count.timeCodeOf(ofDay), frameRateOf(rate)).frame != label.frame) {
         throw UsageError(shown + " is no TIME: drop-frame timecodes leave this number out");
     }
-    return number - droppedFrames(rate) * (time.minutes - time.minutes / 10);
+    return std::uint64_t{time.minutes / kMinutesOfDay} * count.ofDay() + ofDay;
 }
 
 }  // namespace
@@ -174,23 +172,14 @@ std::string timecodeColumn(const std::optional<MediaTime>& time) {
 }
 
 std::string timecodeOfFrame(std::uint64_t frame, const Rate& rate, bool isDropFrame) {
-    const std::uint64_t nominal = nominalFrames(rate);
-    std::uint64_t number = frame;
-    if (isDropFrame) {
-        // A minute that drops numbers, and ten minutes, of which the first does not.
-        const std::uint64_t dropped = droppedFrames(rate);
-        const std::uint64_t minute = 60 * nominal - dropped;
-        const std::uint64_t tenMinutes = 10 * minute + dropped;
-        const std::uint64_t rest = frame % tenMinutes;
-        number += frame / tenMinutes * 9 * dropped;
-        number += rest < dropped ? 0 : (rest - dropped) / minute * dropped;
-    }
-    const std::uint64_t seconds = number / nominal;
+    const cc::FrameCount count(frameRateOf(rate), isDropFrame);
+    const cc::FrameLabel label = cc::labelOf(count.timeCodeOf(frame), frameRateOf(rate));
+    const std::uint64_t hours = frame / count.ofDay() * kHoursOfDay + label.seconds / 3600;
     char text[64];
     const int length =
-        std::snprintf(text, sizeof text, "%02llu:%02u:%02u%c%02u", static_cast<unsigned long long>(seconds / 3600),
-                      static_cast<unsigned>(seconds / 60 % 60), static_cast<unsigned>(seconds % 60),
-                      isDropFrame ? ';' : ':', static_cast<unsigned>(number % nominal));
+        std::snprintf(text, sizeof text, "%02llu:%02u:%02u%c%02u", static_cast<unsigned long long>(hours),
+                      static_cast<unsigned>(label.seconds / 60 % 60), static_cast<unsigned>(label.seconds % 60),
+                      isDropFrame ? ';' : ':', static_cast<unsigned>(label.frame));
     return {text, static_cast<std::size_t>(length)};
 }
 

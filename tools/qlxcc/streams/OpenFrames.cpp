@@ -47,7 +47,7 @@ void openContainer(InputFile& source, InputKind kind, std::optional<FrameRate> r
 std::unique_ptr<FrameInput> openFrames(InputFile& source, const FrameSourceOptions& options) {
     const InputKind kind = kindOf(source, options.kind);
     checkRowOptions(kind, options);
-    const auto rate = options.rate ? frameRateOfDuration(options.rate->frameDuration()) : std::nullopt;
+    const auto rate = options.rate ? std::optional(frameRateOf(*options.rate)) : std::nullopt;
     auto input = std::make_unique<FrameInput>(source);
     if (isContainer(kind)) {
         openContainer(source, kind, rate, *input);

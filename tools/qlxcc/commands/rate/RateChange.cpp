@@ -60,8 +60,7 @@ struct CaptionStream {
 class AnyRateChange {
 public:
     AnyRateChange(const RateChangeOptions& options, InputFile& source, OutputFile& output)
-        : _options(options), _from(frameRateOfDuration(options.from.frameDuration()).value()),
-          _to(frameRateOfDuration(options.to.frameDuration()).value()), _source(source),
+        : _options(options), _from(frameRateOf(options.from)), _to(frameRateOf(options.to)), _source(source),
           _reader(openFrames(source, options.source)), _writer(makeFrameWriter(output, options.frames)),
           _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
           _packets(_from, _to), _leftOut(output.name()) {}

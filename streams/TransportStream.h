@@ -1,27 +1,20 @@
 // The packets of an MPEG-2 transport stream (ISO/IEC 13818-1), told by their sync bytes: bare ones of 188 bytes, with a
 // time in front (192), or with parity behind (204).
-//
-//     const std::size_t packetSize = qlx::streams::transportPacketSize(firstBytes);
-//     if (const auto cut = qlx::streams::cutTransportPacket(lastBytes, packetSize)) {
-//         report(cut->there, cut->size);
-//     }
 #pragma once
-
-#include <qlx/streams/export.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
 
-namespace qlx::streams {
+namespace qlx::streams::detail {
 
 /// The greatest distance of two sync bytes.
 inline constexpr std::size_t kLongestTransportPacket = 204;
 
 /// The distance of the sync bytes of a transport stream that begins with a whole packet: 188, 192 or 204; 0 for other
 /// bytes.
-[[nodiscard]] QLX_STREAMS_EXPORT std::size_t transportPacketSize(std::span<const std::uint8_t> first) noexcept;
+[[nodiscard]] std::size_t transportPacketSize(std::span<const std::uint8_t> first) noexcept;
 
 /// A packet whose end is missing.
 struct CutPacket {
@@ -37,7 +30,7 @@ struct CutPacket {
 /// wherever the stream itself does.
 /// @param tail The stream's last bytes: all of it, or those of twenty packets or so.
 /// @param packetSize The distance of the sync bytes; 0 when it is not known.
-[[nodiscard]] QLX_STREAMS_EXPORT std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail,
-                                                                             std::size_t packetSize) noexcept;
+[[nodiscard]] std::optional<CutPacket> cutTransportPacket(std::span<const std::uint8_t> tail,
+                                                          std::size_t packetSize) noexcept;
 
-}  // namespace qlx::streams
+}  // namespace qlx::streams::detail

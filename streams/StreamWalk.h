@@ -1,18 +1,5 @@
 // Following the pieces of a container, which stand one behind the other, while its bytes are read.
-//
-//     qlx::streams::StreamWalk walk(sizeOfTriplet, qlx::klv::kLabelStart);
-//     while (more(piece)) {
-//         walk.take(place, piece);
-//         for (const qlx::streams::Stray& stray : walk.takeStrays()) {
-//             report(stray.begin, stray.size);
-//         }
-//     }
-//     if (const auto cut = walk.cutAt(place)) {
-//         report(cut->begin, cut->there);
-//     }
 #pragma once
-
-#include <qlx/streams/export.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace qlx::streams {
+namespace qlx::streams::detail {
 
 /// Bytes between two pieces, where nothing should be.
 struct Stray {
@@ -66,11 +53,11 @@ public:
     /// @param measure Needs no more than a few dozen bytes.
     /// @param start With what pieces begin, which is looked for behind damage, and at the beginning. Empty: the first
     ///   piece is at 0, and behind damage nothing is followed.
-    QLX_STREAMS_EXPORT StreamWalk(Measure measure, std::span<const std::uint8_t> start);
+    StreamWalk(Measure measure, std::span<const std::uint8_t> start);
 
     /// Takes bytes that have been read. What has been taken before is passed over, and so is what stands behind a gap in
     /// which a piece may begin.
-    QLX_STREAMS_EXPORT void take(std::uint64_t place, std::span<const std::uint8_t> bytes);
+    void take(std::uint64_t place, std::span<const std::uint8_t> bytes);
 
     /// From now on the next piece is looked for behind a gap: nobody goes back to what is in it.
     void passGaps() noexcept { _passesGaps = true; }
@@ -79,20 +66,20 @@ public:
     static constexpr std::size_t kMostStrays = 32;
 
     /// What has been found since the last call, up to the next piece; the first kMostStrays.
-    [[nodiscard]] QLX_STREAMS_EXPORT std::vector<Stray> takeStrays();
+    [[nodiscard]] std::vector<Stray> takeStrays();
 
     /// How many more have been found since the last call of this, and are not kept.
-    [[nodiscard]] QLX_STREAMS_EXPORT std::uint64_t takeStraysLeftOut() noexcept;
+    [[nodiscard]] std::uint64_t takeStraysLeftOut() noexcept;
 
     /// Whether the stream ends within a piece.
     /// @param end The bytes of the whole stream.
     /// @return The last piece when it is cut; none when it is whole, or nobody can tell.
-    [[nodiscard]] QLX_STREAMS_EXPORT std::optional<CutPiece> cutAt(std::uint64_t end) const;
+    [[nodiscard]] std::optional<CutPiece> cutAt(std::uint64_t end) const;
 
     /// Whether the stream ends with something else than a piece.
     /// @param end The bytes of the whole stream.
     /// @return What stands behind the last piece; none when nothing does, or the last piece is cut.
-    [[nodiscard]] QLX_STREAMS_EXPORT std::optional<Stray> strayAt(std::uint64_t end) const;
+    [[nodiscard]] std::optional<Stray> strayAt(std::uint64_t end) const;
 
     /// The last piece that has begun.
     [[nodiscard]] const std::optional<Piece>& last() const noexcept { return _last; }
@@ -114,4 +101,4 @@ private:
     std::uint64_t _straysLeftOut = 0;
 };
 
-}  // namespace qlx::streams
+}  // namespace qlx::streams::detail
