@@ -24,13 +24,18 @@ std::size_t bytesOf(const Frame& frame) {
 void FrameOrder::join(Moment& moment, FrameSample sample) {
     Frame& frame = moment.frame;
     moment.tolerance = std::max(moment.tolerance, sample.tolerance);
-    moment.streams.push_back(sample.stream);
+    if (std::find(moment.streams.begin(), moment.streams.end(), sample.stream) == moment.streams.end()) {
+        moment.streams.push_back(sample.stream);
+    }
+    // Of two sets of triplets one is kept.
+    moment.bytes += bytesOf(sample.frame) - sample.frame.triplets.size();
     for (std::size_t place = 0; place < sample.frame.packets.size(); ++place) {
         frame.packets.push_back(std::move(sample.frame.packets[place]));
         frame.wrapLast(sample.frame.wrappingOf(place));
     }
     if (!sample.frame.triplets.empty()) {
         if (frame.triplets.empty() || sample.stream < moment.tripletStream) {
+            moment.bytes += sample.frame.triplets.size() - frame.triplets.size();
             frame.triplets = std::move(sample.frame.triplets);
             frame.captionPlace = sample.frame.captionPlace;
             moment.tripletStream = sample.stream;
@@ -56,13 +61,14 @@ void FrameOrder::add(FrameSample sample) {
     stream.tolerance = sample.tolerance;
     const auto place = momentOf(moment, sample);
     if (place == _waiting.end()) {
-        _waitingBytes += bytesOf(sample.frame);
-        _waiting.emplace(moment, Moment{std::move(sample.frame), sample.stream, sample.tolerance, {sample.stream}});
+        const std::size_t bytes = bytesOf(sample.frame);
+        _waitingBytes += bytes;
+        _waiting.emplace(moment,
+                         Moment{std::move(sample.frame), sample.stream, sample.tolerance, {sample.stream}, bytes});
     } else {
-        // What is joined may be less than the sum: of two sets of triplets one is kept.
-        _waitingBytes -= bytesOf(place->second.frame);
+        _waitingBytes -= place->second.bytes;
         join(place->second, std::move(sample));
-        _waitingBytes += bytesOf(place->second.frame);
+        _waitingBytes += place->second.bytes;
     }
     release(false);
 }
@@ -110,7 +116,7 @@ void FrameOrder::release(bool all) {
         if (!all && !isFull && !isSettled(first->first, first->second.tolerance)) {
             break;
         }
-        _waitingBytes -= bytesOf(first->second.frame);
+        _waitingBytes -= first->second.bytes;
         _ready.push_back(std::move(first->second.frame));
         _waiting.erase(first);
     }

@@ -55,7 +55,8 @@ private:
         Frame frame;
         std::size_t tripletStream = 0;     ///< Where the frame's triplets come from.
         std::int64_t tolerance = 0;        ///< The greatest of its samples.
-        std::vector<std::size_t> streams;  ///< Where its samples come from.
+        std::vector<std::size_t> streams;  ///< Where its samples come from, each once.
+        std::size_t bytes = 0;             ///< Of the frame; thousands of samples may be of one moment.
     };
 
     using Moments = std::map<std::int64_t, Moment>;

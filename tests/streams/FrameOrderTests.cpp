@@ -328,6 +328,29 @@ TEST(FrameOrder, ForgetsWhatItDidNotKeep) {
     EXPECT_EQ(marks.back(), 2);
 }
 
+TEST(FrameOrder, JoinsAnyNumberOfSamples) {
+    // Each with a packet: as many as are allowed to wait, again and again.
+    constexpr std::size_t kSamples = 200'000;
+    FrameOrder order(1);
+    std::size_t packets = 0;
+    const auto count = [&] {
+        while (const std::optional<Frame> frame = order.take()) {
+            packets += frame->packets.size();
+        }
+    };
+    for (std::size_t index = 0; index < kSamples; ++index) {
+        FrameSample sample;
+        sample.presentation = 0;
+        sample.decoding = 0;
+        sample.frame.packets.emplace_back();
+        order.add(std::move(sample));
+        count();
+    }
+    order.finish();
+    count();
+    EXPECT_EQ(packets, kSamples);
+}
+
 TEST(FrameOrder, BeginsAnewWhereTheTimesGoBack) {
     FrameOrder order(1);
     order.add(sampleOf(0, 100'000'000, 100'000'000, 0));
