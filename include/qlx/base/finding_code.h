@@ -224,6 +224,11 @@ enum class FindingCode : std::uint32_t {
     ScteSectionIndicatorSet,          ///< 1: section_syntax_indicator, 2: private_indicator, 3: both; each should be 0.
     ScteDescriptorTooLong,            ///< descriptor_length there, the greatest one.
     ScteUpidLengthWrong,              ///< segmentation_upid_type, bytes of the UPID.
+    ScteMakesNoOperation,   ///< encryption_algorithm of a section that no operation makes; its offset counts sections.
+    SctePreRollOutOfRange,  ///< Milliseconds from the frame to the splice, greatest pre-roll; the same.
+    SctePreRollRounded,     ///< Ticks from the frame to the splice, ticks of the pre-roll; the same.
+    ScteDurationRounded,    ///< Ticks of a break or segment, ticks that are kept; the same.
+    ScteNotCarried,         ///< 1: of a section, 2: of its command, 3: of its event or component; the same.
 
     // video (ITU-T H.264, ITU-T H.265, ISO/IEC 13818-2); the offset is a byte of the unit, picture or stream
     VideoUnitTooShort = 0x8'0001,  ///< Bytes needed, bytes there.

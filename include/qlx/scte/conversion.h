@@ -1,8 +1,9 @@
-// The sections of SCTE 35 that a message of SCTE 104 asks for.
+// The sections of SCTE 35 that a message of SCTE 104 asks for, and the message that asks for sections.
 //
 //     qlx::Findings findings;
 //     const auto sections = qlx::scte::sectionsOf(message, {.framePts90k = pts}, &findings);
 //     if (!sections) { report(sections.error().text()); }
+//     const auto same = qlx::scte::messageOf(*sections, {.framePts90k = pts}, &findings);
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
@@ -13,6 +14,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace qlx::scte {
@@ -56,5 +58,32 @@ struct ConversionOptions {
 [[nodiscard]] QLX_EXPORT Result<std::vector<SpliceInfoSection>> sectionsOf(const MultipleOperationMessage& message,
                                                                            const ConversionOptions& options,
                                                                            FindingSink* findings = nullptr);
+
+/// Where sections stand in their stream.
+struct MessageOptions {
+    /// PTS of the frame that will carry the message: pre-rolls count from it.
+    std::uint64_t framePts90k = 0;
+    /// The frames of duration_extension_frames; without it the durations of segments are whole seconds.
+    std::optional<FrameRate> frameRate = std::nullopt;
+};
+
+/// The message, without a time stamp, that asks for these sections in their order (ANSI/SCTE 104, 8.3.1): what
+/// sectionsOf() makes of it in the same frame. Pre-rolls are pts_time and pts_adjustment less the frame's PTS, modulo
+/// 2^33, in milliseconds; breaks have tenths of a second, segments seconds and frames. What is rounded for that is a
+/// Warning (SctePreRollRounded, ScteDurationRounded), and so is what SCTE 104 has no field for (ScteNotCarried): the
+/// fields of the header but pts_adjustment and tier, reserved bits, a time that is not given. Stuffing, a CRC_32 that is
+/// wrong and a splice_command_length are the section's own, and not said. A splice in the frame itself is immediate
+/// (ScteSpliceIsImmediate), unless it is one of components.
+///
+/// Commands without an operation of their own (bandwidth reservation, private and unknown ones) are injected as they
+/// are. Descriptors without an operation, and those that theirs could not carry whole (with components, reserved bits
+/// or trailing bytes, a duration beyond its field), are inserted as they are.
+///
+/// Fails for an encrypted section (ScteMakesNoOperation), a splice whose pre-roll is not 0 to 65,535 ms
+/// (SctePreRollOutOfRange), and what a field or the message cannot hold (ScteValueTooLarge, ScteTooLong, or why a
+/// descriptor cannot be written). The offset of every finding is the number of the section, from 0.
+[[nodiscard]] QLX_EXPORT Result<MultipleOperationMessage> messageOf(std::span<const SpliceInfoSection> sections,
+                                                                    const MessageOptions& options,
+                                                                    FindingSink* findings = nullptr);
 
 }  // namespace qlx::scte
