@@ -2,6 +2,7 @@
 #include "AncBytes.h"
 #include "SCTESupport.h"
 #include "ToolRunner.h"
+#include "io/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -63,31 +64,82 @@ TEST(Scan, SaysWhatIsWrongInAnSCTE104Packet) {
               "                 no SCTE-104 message: it begins with 09 and not with the payload descriptor 08");
 }
 
-// Worked out by hand; the CRC is that of all bytes before it.
-const std::string kSection = "fc303600000000000000fff01405"
-                             "010203047fefff000000007e0000012c05060000"
-                             "0011020f43554549000000007f9f0000010000"
-                             "d0bbe43c";
+/// A number of some bytes.
+std::string digitsOf(std::size_t number, int bytes) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    std::string text;
+    for (int digit = 2 * bytes; digit-- > 0;) {
+        text += kDigits[number >> (4 * digit) & 15U];
+    }
+    return text;
+}
+
+// Worked out by hand; the CRC is that of all bytes before it. The splice is 4 s, 360000 ticks, behind the frame.
+const std::string kSection = "fc302500000000000000fff01405"
+                             "010203047fefff00057e40fe00 2932e0 05060000"
+                             "0000";
+// What the fixed operation makes, at the PTS itself.
+const std::string kDeployedSection = "fc303600000000000000fff01405"
+                                     "010203047fefff000000007e0000012c05060000"
+                                     "0011020f43554549000000007f9f0000010000"
+                                     "d0bbe43c";
+
+/// The section with its CRC, bit by bit as ISO/IEC 13818-1 annex A has it.
+std::string withCrc(const std::string& digits) {
+    const std::vector<std::uint8_t> bytes = fromHex(digits);
+    std::uint32_t crc = 0xFFFFFFFF;
+    for (const std::uint8_t byte : bytes) {
+        for (int bit = 7; bit >= 0; --bit) {
+            const bool isSet = ((crc >> 31U) ^ (byte >> bit & 1U)) != 0;
+            crc = crc << 1U ^ (isSet ? 0x04C11DB7U : 0U);
+        }
+    }
+    return qlx::tool::hex(bytes) + digitsOf(crc, 4);
+}
 
 TEST(SCTE35, ConvertsASpliceRequest) {
     const TemporaryFolder folder;
-    const std::string base64 = "/DA2AAAAAAAAAP/wFAUBAgMEf+//AAAAAH4AAAEsBQYAAAARAg9DVUVJAAAAAH+fAAABAADQu+Q8\n";
-    EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296"}), kSection + "\n");
-    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "0x100000000", "--format", "base64"}, kSplice), base64);
-    const auto section = fromHex(kSection);
+    const std::string section = withCrc(kSection);
+    EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296"}), section + "\n");
+    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "0x100000000"}, kSplice), section + "\n");
+    EXPECT_EQ(outputOf({"scte35", kSplice, "--splice-pts", "4295327296"}), section + "\n");
+    const auto bytes = fromHex(section);
     EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296", "-o", folder.path("a.raw")}), "");
-    EXPECT_EQ(folder.read("a.raw"), std::string(section.begin(), section.end()));
+    EXPECT_EQ(folder.read("a.raw"), std::string(bytes.begin(), bytes.end()));
     const std::string klv = folder.path("a.klv");
     Arguments arguments = build(kSpliceArguments);
     arguments.insert(arguments.end(), {"-o", klv});
     EXPECT_EQ(outputOf(arguments), "");
-    EXPECT_EQ(outputOf({"scte35", klv, "--pts", "4294967296"}), kSection + "\n");
+    EXPECT_EQ(outputOf({"scte35", klv, "--pts", "4294967296"}), section + "\n");
+}
+
+TEST(SCTE35, GivesASectionForEachOperation) {
+    // A request that does not return by itself, a time signal, and the descriptor of the latter.
+    const std::string digits = "08ffff002c000001000000000"
+                               "30101000e02000000010007000"
+                               "0000a000000"
+                               "0104000203e8"
+                               "0109000432023132";
+    const std::string signal = withCrc("fc302000000000000000fff00506fe000dd310000a010843554549325f3132");
+    const ToolResult result = runTool({"scte35", digits, "--pts", "816000", "--auto-return"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, withCrc("fc302000000000000000fff00f05000000017ffffe00015f90"
+                                  "000700000000") +
+                              "\n" + signal + "\n");
+}
+
+TEST(SCTE35, GivesTheFixedOperationsSection) {
+    const std::string base64 = "/DA2AAAAAAAAAP/wFAUBAgMEf+//AAAAAH4AAAEsBQYAAAARAg9DVUVJAAAAAH+fAAABAADQu+Q8\n";
+    EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296", "--as-deployed"}), kDeployedSection + "\n");
+    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "0x100000000", "--as-deployed", "--format", "base64"}, kSplice),
+              base64);
 }
 
 TEST(SCTE35, PadsBase64) {
     // A cancel request gives 42 bytes, an immediate one 47 or 52: remainders 0, 2 and 1.
     const auto ending = [](const Arguments& splice) {
-        const std::string text = outputOf({"scte35", "-", "--pts", "0", "--format", "base64"}, outputOf(build(splice)));
+        const std::string text =
+            outputOf({"scte35", "-", "--pts", "0", "--as-deployed", "--format", "base64"}, outputOf(build(splice)));
         return std::pair(text.size() - 1, std::count(text.begin(), text.end(), '='));
     };
     EXPECT_EQ(ending({"splice-cancel", "--event-id", "1"}), std::pair(std::size_t{56}, std::ptrdiff_t{0}));
@@ -126,16 +178,6 @@ TEST(SCTE104Parse, WritesToAFileWhenEverythingCouldBeRead) {
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.klv", "list"}));
     EXPECT_EQ(runTool({"scte104", "parse", folder.path("a.klv"), "-o", folder.path("a.klv")}).err,
               file + ": is the input: the result would replace it\n");
-}
-
-/// A number of some bytes.
-std::string digitsOf(std::size_t number, int bytes) {
-    constexpr const char* kDigits = "0123456789abcdef";
-    std::string text;
-    for (int digit = 2 * bytes; digit-- > 0;) {
-        text += kDigits[number >> (4 * digit) & 15U];
-    }
-    return text;
 }
 
 /// An SCTE-104 packet of line 13 in an element.
@@ -180,31 +222,48 @@ TEST(SCTE104Parse, JoinsAMessageOfSeveralPackets) {
                               "254 bytes are left out\n");
 }
 
-TEST(SCTE35, RefusesOtherMessages) {
-    const auto refusal = [](const std::string& message) {
-        const ToolResult result = runTool({"scte35", message, "--pts", "0"});
+TEST(SCTE35, SaysWhyThereIsNoSection) {
+    const auto refusal = [](const std::string& message, const Arguments& more = {}) {
+        Arguments arguments{"scte35", message, "--pts", "0"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const ToolResult result = runTool(arguments);
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_EQ(result.out, "");
         return result.err;
     };
-    EXPECT_EQ(refusal(kSpliceNull), "qlxcc: the message: the message begins with SpliceNullRequestData: only a "
-                                    "SpliceRequestData becomes a section\n");
-    EXPECT_EQ(refusal("08ffff000c0000010000000000"), "qlxcc: the message: the message has no operation\n");
-    EXPECT_EQ(refusal("08ffff0022000001000000020a0b0c180101"
-                      "01000e0100000001000000000000000000"),
+    const std::string stamped = "08ffff0022000001000000020a0b0c180101"
+                                "01000e0100000001000000000000000000";
+    EXPECT_EQ(refusal("08ffff000c0000010000000000"),
+              "qlxcc: the message: message without operations makes no section\n");
+    EXPECT_EQ(refusal(stamped), "qlxcc: the message: time stamp of type 2: its moment in the stream is not known\n");
+    EXPECT_EQ(refusal("08ffff00120000010000000001010700020001"),
+              "qlxcc: the message: operation 1: operation 107 makes no section\n");
+    EXPECT_EQ(refusal("08ffff00120000010000000001010900023200"),
+              "qlxcc: the message: operation 1: operation 109 adds to another one, which is not there\n");
+    EXPECT_EQ(refusal(kSpliceNull, {"--as-deployed"}),
+              "qlxcc: the message: the message begins with SpliceNullRequestData: only a SpliceRequestData becomes a "
+              "section\n");
+    EXPECT_EQ(refusal(stamped, {"--as-deployed"}),
               "qlxcc: the message: the message has a time stamp: the section's time is that of --pts alone\n");
     const TemporaryFolder folder;
     const std::string packet = "000d 01 04 0014 00000014 00000001 41 07 11" + kSpliceNull;
     const std::string two = folder.write("two", joined({kAncKeyHex, "46 0002", packet, packet}));
     EXPECT_EQ(refusal(two), "qlxcc: " + two + ": 2 SCTE-104 packets: the time of --pts is for one\n");
+    EXPECT_EQ(runTool({"scte35", stamped, "--pts", "0", "--at-pts", "90000"}).exitCode, 0);
 }
 
-TEST(SCTE35, WarnsOfOperationsThatAreNotConverted) {
+TEST(SCTE35, SaysWhatIsNotConverted) {
     const std::string message = outputOf(build({"splice-cancel", "splice-null", "--event-id", "1"}));
-    const ToolResult result = runTool({"scte35", "-", "--pts", "0"}, {.input = message});
+    const ToolResult result = runTool({"scte35", "-", "--pts", "0", "--as-deployed"}, {.input = message});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out.substr(0, 38), "fc302700000000000000fff0050500000001ff");
     EXPECT_EQ(result.err, "qlxcc: warning: standard input: only the first of 2 operations is converted\n");
+    const ToolResult immediate =
+        runTool({"scte35", "-", "--pts", "0"},
+                {.input = outputOf(build({"splice-start-immediate", "--event-id", "1", "--pre-roll", "4000"}))});
+    EXPECT_EQ(immediate.exitCode, 0);
+    EXPECT_EQ(immediate.err,
+              "qlxcc: standard input: operation 1: pre-roll of 4000 ms is ignored: the splice is immediate\n");
 }
 
 }  // namespace

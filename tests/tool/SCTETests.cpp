@@ -416,7 +416,10 @@ INSTANTIATE_TEST_SUITE_P(
         Arguments{"scte104", "parse", "08", "09"}, Arguments{"scte35"}, Arguments{"scte35", "08"},
         Arguments{"scte35", "08", "--pts", "8589934592"}, Arguments{"scte35", "08", "--pts", "-1"},
         Arguments{"scte35", "08", "--pts", "1.5"}, Arguments{"scte35", "08", "--pts", "1", "-o", "a.bin"},
-        Arguments{"scte35", "08", "--pts", "1", "--format", "klv"}));
+        Arguments{"scte35", "08", "--pts", "1", "--format", "klv"},
+        Arguments{"scte35", "08", "--pts", "1", "--splice-pts", "1"},
+        Arguments{"scte35", "08", "--splice-pts", "1", "--at-pts", "1"},
+        Arguments{"scte35", "08", "--splice-pts", "1", "--as-deployed"}));
 
 TEST(SCTEUsage, HelpShowsAnExampleOfEachCommand) {
     for (const Arguments& command :

@@ -69,7 +69,11 @@ struct RawOptions {
     std::optional<std::string> asIndex;
     std::optional<std::string> dpiPID;
     std::optional<std::uint64_t> line;
-    std::string pts;
+    std::optional<std::string> pts;
+    std::optional<std::string> splicePts;
+    std::optional<std::string> atPts;
+    std::optional<std::string> fromScte35;
+    bool returnsAlone = false;
 
     std::string shell;
 };

@@ -7,6 +7,7 @@
 #include "io/Errors.h"
 #include "io/FrameSource.h"
 #include "io/OutputFile.h"
+#include "io/Rates.h"
 #include "streams/SCTE104Message.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
@@ -226,7 +227,27 @@ Action checkedScte104Parse(const RawOptions& raw) {
 Action checkedScte35(const RawOptions& raw) {
     Scte35Options options;
     options.source = sourceOf(raw);
-    options.pts = numberOf("--pts", raw.pts, kGreatestPts);
+    if (raw.pts.has_value() == raw.splicePts.has_value()) {
+        throw UsageError("--pts or --splice-pts is needed, and not both");
+    }
+    if (raw.splicePts && raw.atPts) {
+        throw UsageError("--at-pts says from where pre-rolls count: with --splice-pts none is used");
+    }
+    if (raw.asDeployed && (raw.splicePts || raw.atPts || !raw.rate.empty() || raw.returnsAlone)) {
+        throw UsageError("--as-deployed is with --pts alone");
+    }
+    options.pts = numberOf("--pts", raw.pts.value_or("0"), kGreatestPts);
+    if (raw.splicePts) {
+        options.splicePts = numberOf("--splice-pts", *raw.splicePts, kGreatestPts);
+    }
+    if (raw.atPts) {
+        options.atPts = numberOf("--at-pts", *raw.atPts, kGreatestPts);
+    }
+    if (!raw.rate.empty()) {
+        options.rate = rateNamed(raw.rate);
+    }
+    options.returnsAlone = raw.returnsAlone;
+    options.asDeployed = raw.asDeployed;
     options.output = raw.output;
     const bool isStandardOutput = raw.output.value_or("-") == "-";
     const std::string name =

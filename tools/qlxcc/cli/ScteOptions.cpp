@@ -159,28 +159,43 @@ constexpr OptionRow kParseOptions[] = {
 };
 
 constexpr std::string_view kScte35Notes =
-    R"(INPUT is as for scte104 parse; a file of elements or rows must have one SCTE-104 packet. The section is a
-splice_info_section with a splice_insert() at the time of --pts, a segmentation descriptor and the CRC. The break
-duration is carried over as it is, in tenths of a second; pre-roll and auto return are not used.
+    R"(INPUT is as for scte104 parse; a file of elements or rows must have one SCTE-104 message. Each operation that SCTE 35
+has a command for (splices, time signals, schedules, sections to inject) gives one section, a line each; descriptors,
+tier and component mode join the one before them. A splice is at --pts and its pre-roll, modulo 2^33. What is left out
+or changed is said, and why a message makes no section.
 
 Examples:
   qlxcc scte35 start.klv --pts 900000
-  qlxcc scte104 build splice-start --event-id 1 | qlxcc scte35 - --pts 900000 --to-format base64)";
+  qlxcc scte35 start.klv --splice-pts 1260000 --to-format base64)";
 
 constexpr OptionRow kScte35Options[] = {
-    saying(kInput, "A file of elements or rows must have one SCTE-104 packet."),
+    saying(kInput, "A file of elements or rows must have one SCTE-104 message."),
     fromMessageFormat({}),
     kRowWidth,
     kLines,
     kRowCount,
     kNearStart,
-    {.names = "--pts",
-     .value = "N",
-     .kind = ValueKind::Text,
-     .isRequired = true,
-     .field = &RawOptions::pts,
-     .help = "When to splice, in 90 kHz ticks: 0 to 8589934591"},
-    toOtherFormat(kSectionFormats, "{} (default: by the name of FILE, or hex)"),
+    number("--pts", &RawOptions::pts, "PTS of the frame that carries the message, in 90 kHz ticks: 0 to 8589934591",
+           "Pre-rolls count from it. It or --splice-pts is needed."),
+    number("--splice-pts", &RawOptions::splicePts, "PTS of the splice itself, whatever the pre-roll",
+           "It is in place of --pts, and for every operation of the message."),
+    number("--at-pts", &RawOptions::atPts, "PTS of the moment that the message's time stamp names",
+           "A message with a time stamp (UTC, VITC, GPI) needs it beside --pts: its pre-rolls count from that moment."),
+    rateOption("--rate", {}, &RawOptions::rate, "Frames/s of duration_extension_frames",
+               "Segments whose duration has frames need it."),
+    {.names = "--auto-return",
+     .field = &RawOptions::returnsAlone,
+     .help = "Breaks return to the network by themselves",
+     .more = "Without it those do whose request says so."},
+    {.names = "--as-deployed",
+     .field = &RawOptions::asDeployed,
+     .help = "The section that the library's fixed operation makes",
+     .more =
+         "Versions before 0.2 wrote it: --pts is the time of the splice, the break duration is carried over in tenths "
+         "of a second, pre-roll and auto return are not used, and a segmentation descriptor is added. Only one "
+         "splice request is converted, without a time stamp."},
+    toOtherFormat(kSectionFormats, "{} (default: by the name of FILE, or hex)",
+                  "Hexadecimal digits and base64 have a line for each section; raw ones stand one behind the other."),
     kListOutput,
 };
 
@@ -213,7 +228,7 @@ constexpr CommandRow kScte104Command{.name = "scte104",
                                      .commands = kScteCommands};
 
 constexpr CommandRow kScte35Command{.name = "scte35",
-                                    .summary = "Turn an SCTE-104 splice request into an SCTE-35 section",
+                                    .summary = "Turn an SCTE-104 message into SCTE-35 sections",
                                     .notes = kScte35Notes,
                                     .options = kScte35Options,
                                     .check = checkedScte35};

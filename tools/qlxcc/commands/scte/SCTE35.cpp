@@ -9,9 +9,12 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
+#include <qlx/scte/conversion.h>
+
 #include <cstdint>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -40,10 +43,9 @@ bool hasTimeStamp(const scte::TimeStamp& timeStamp) {
            !std::holds_alternative<scte::UnknownTimeType>(timeStamp);
 }
 
-/// The library reads every message as one splice request without time stamp; from anything else it would make a section
-/// that nobody asked for.
-void checkSpliceRequest(const Scte104Packet& packet) {
-    const Scte104Message message = readScte104(packet.data);
+/// @throws Failure for what is no message, or not all there.
+Scte104Message wholeMessage(const Scte104Packet& packet) {
+    Scte104Message message = readScte104(packet.data);
     const auto refuse = [&](const Scte104Problem& problem) {
         throw failureAtByte(packet.place, problem.offset, problem.what);
     };
@@ -53,6 +55,13 @@ void checkSpliceRequest(const Scte104Packet& packet) {
     if (!message.problems.empty()) {
         refuse(message.problems.front());
     }
+    return message;
+}
+
+/// The fixed operation reads every message as one splice request without time stamp; from anything else it would make a
+/// section that nobody asked for.
+void checkSpliceRequest(const Scte104Packet& packet) {
+    const Scte104Message message = wholeMessage(packet);
     if (message.operations.empty()) {
         throw failureIn(packet.place, "the message has no operation");
     }
@@ -71,28 +80,93 @@ void checkSpliceRequest(const Scte104Packet& packet) {
     }
 }
 
+Data deployedSection(const Scte104Packet& packet, std::uint64_t pts) {
+    checkSpliceRequest(packet);
+    Data section = QLXVANCPacket::SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(
+        QLXVANCPacket::SCTE104PacketDataWithData_lineNumber(packet.data, packet.line), pts);
+    if (!section) {
+        throw failureIn(packet.place, "the message cannot be converted");
+    }
+    return section;
+}
+
+/// What findings of the conversion count: operations, from 0.
+std::string findingInWords(const Scte104Packet& packet, const Finding& finding) {
+    const bool isOfMessage =
+        finding.code == FindingCode::ScteMessageEmpty || finding.code == FindingCode::ScteMomentMissing;
+    return packet.place + (isOfMessage ? "" : ": operation " + std::to_string(finding.offset + 1)) + ": " +
+           finding.text();
+}
+
+scte::ConversionOptions conversionOf(const Scte35Options& options) {
+    scte::ConversionOptions conversion;
+    conversion.framePts90k = options.pts;
+    conversion.splicePts90k = options.splicePts;
+    conversion.timeStampPts90k = options.atPts;
+    if (options.rate) {
+        conversion.frameRate = frameRateOfDuration(options.rate->frameDuration());
+    }
+    return conversion;
+}
+
+std::vector<Data> sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
+    (void)wholeMessage(packet);
+    const std::span<const std::uint8_t> bytes(packet.data);
+    Findings findings;
+    auto message = scte::parseMultipleOperationMessage(bytes.subspan(1), &findings);
+    if (!message) {
+        throw failureIn(packet.place, message.error().text());
+    }
+    for (const Finding& finding : findings) {
+        printNote("warning: " + packet.place + ": byte " + std::to_string(finding.offset + 1) + ": " + finding.text());
+    }
+    if (options.returnsAlone) {
+        for (scte::Operation& operation : message->operations) {
+            if (auto* const splice = std::get_if<scte::SpliceRequest>(&operation.data)) {
+                splice->autoReturn = 1;
+            } else if (auto* const event = std::get_if<scte::ScheduleDefinition>(&operation.data)) {
+                event->autoReturn = 1;
+            }
+        }
+    }
+    Findings losses;
+    const auto sections = scte::sectionsOf(*message, conversionOf(options), &losses);
+    if (!sections) {
+        throw Failure(findingInWords(packet, sections.error()));
+    }
+    for (const Finding& finding : losses) {
+        if (sections->empty()) {
+            throw Failure(findingInWords(packet, finding));
+        }
+        printNote((finding.severity == Severity::Remark ? "" : "warning: ") + findingInWords(packet, finding));
+    }
+    std::vector<Data> written;
+    for (const scte::SpliceInfoSection& section : *sections) {
+        written.push_back(*writeSpliceInfoSection(section));
+    }
+    return written;
+}
+
 }  // namespace
 
 int convertToScte35(const Scte35Options& options) {
     refuseInputAsOutput(options.source.input, options.output);
     const Scte104Packet packet = onlyPacket(options.source);
-    checkSpliceRequest(packet);
-    const Data section = QLXVANCPacket::SCTE35PacketDataWithSCTE104VANCPacket_intendedPTS(
-        QLXVANCPacket::SCTE104PacketDataWithData_lineNumber(packet.data, packet.line), options.pts);
-    if (!section) {
-        throw failureIn(packet.place, "the message cannot be converted");
-    }
+    const std::vector<Data> sections =
+        options.asDeployed ? std::vector{deployedSection(packet, options.pts)} : sectionsOf(packet, options);
     OutputFile output(options.output);
-    switch (options.format) {
-    case Scte35Format::Hex:
-        output.write(hex(section) + "\n");
-        break;
-    case Scte35Format::Base64:
-        output.write(base64(section) + "\n");
-        break;
-    case Scte35Format::Raw:
-        output.write(section);
-        break;
+    for (const Data& section : sections) {
+        switch (options.format) {
+        case Scte35Format::Hex:
+            output.write(hex(section) + "\n");
+            break;
+        case Scte35Format::Base64:
+            output.write(base64(section) + "\n");
+            break;
+        case Scte35Format::Raw:
+            output.write(section);
+            break;
+        }
     }
     output.commit();
     return kExitSuccess;

@@ -1,7 +1,8 @@
-// qlxcc scte35: the SCTE-35 section of an SCTE-104 splice request.
+// qlxcc scte35: the SCTE-35 sections of an SCTE-104 message.
 #pragma once
 
 #include "commands/scte/SCTE104Input.h"
+#include "io/Rates.h"
 
 #include <cstdint>
 #include <optional>
@@ -16,7 +17,12 @@ enum class Scte35Format { Hex, Base64, Raw };
 
 struct Scte35Options {
     Scte104Source source;
-    std::uint64_t pts = 0;
+    std::uint64_t pts = 0;                   ///< Of the frame that carries the message.
+    std::optional<std::uint64_t> splicePts;  ///< Of the splice, in place of it.
+    std::optional<std::uint64_t> atPts;      ///< Of the moment of the time stamp.
+    std::optional<Rate> rate;                ///< Of extension frames.
+    bool returnsAlone = false;               ///< Every break has auto_return.
+    bool asDeployed = false;                 ///< The fixed operation's section; `pts` is the splice then.
     Scte35Format format = Scte35Format::Hex;
     std::optional<std::string> output;  ///< None or `-`: standard output.
 };
