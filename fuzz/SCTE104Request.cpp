@@ -1,30 +1,51 @@
-// The tool's reader of JSON messages: it ends with a message, or gives operations that can be read back.
+// The tool's reader of JSON messages and sections: it ends with a message, or gives what can be written as JSON and read
+// again.
 #include "commands/scte/SCTE104Request.h"
+#include "commands/scte/SCTE35Input.h"
 #include "io/Errors.h"
-#include "streams/SCTE104Message.h"
-
-#include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
+#include "streams/Json.h"
+#include "streams/SCTEJson.h"
 
 #include "FuzzSupport.h"
 
-#include <algorithm>
 #include <string>
 
 using qlxfuzz::require;
 
+namespace {
+
+void readMessage(const std::string& text) {
+    const qlx::scte::Message message = qlx::tool::readScte104Json("input", text);
+    if (const auto bytes = qlx::scte::writeMessage(message)) {
+        // What is wrong in the data is kept.
+        const auto read = qlx::scte::parseMessage(*bytes);
+        require(!read || *qlx::scte::writeMessage(*read) == *bytes);
+    }
+    const std::string again = qlx::tool::jsonText(qlx::tool::jsonOf(message));
+    require(qlx::tool::readScte104Json("input", again) == message);
+}
+
+void readSections(const std::string& text) {
+    for (const auto& section : qlx::tool::readScte35Sections("input", text)) {
+        const std::string again = qlx::tool::jsonText(qlx::tool::jsonOf(section));
+        const auto back = qlx::tool::readScte35Sections("input", again);
+        require(back.size() == 1);
+        const auto one = writeSpliceInfoSection(section);
+        const auto other = writeSpliceInfoSection(back[0]);
+        require(one.hasValue() == other.hasValue() && (!one || *one == *other));
+    }
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    try {
-        const qlx::tool::Scte104Request request = qlx::tool::readScte104Request("input", text);
-        require(!request.operations.empty());
-        const qlx::Data message = QLXSCTEUtilities::SCTE104MultiMessageDataWithOperations_messageNumber_asIndex_dpiPID(
-            request.operations, request.messageNumber, request.asIndex, request.dpiPID);
-        const qlx::tool::Scte104Message read = qlx::tool::readScte104(message);
-        require(!read.refusal && read.problems.empty());
-        require(read.operations.size() == std::min<std::size_t>(request.operations.size(), 255));
-        require(read.messageNumber == request.messageNumber && read.dpiPID == request.dpiPID);
-    } catch (const qlx::tool::Failure& failure) {
-        require(std::string_view(failure.what()).starts_with("input: "));
+    for (const auto read : {readMessage, readSections}) {
+        try {
+            read(text);
+        } catch (const qlx::tool::Failure& failure) {
+            require(std::string_view(failure.what()).starts_with("input: "));
+        }
     }
     return 0;
 }

@@ -39,10 +39,12 @@ TEST(Scan, ListsTheOperationsOfSCTE104Packets) {
                   "1 packet in 1 frame\n");
     EXPECT_EQ(outputOf({"scan", "-", "--format", "klv", "--json"}, element),
               R"({"frame":0,"packets":[{"line":13,"did":65,"sdid":7,"type":"SCTE104","data":")" + data +
-                  R"(","scte104":[{"autoReturn":false,"availNum":0,"availsExpected":0,"breakDuration":0,"opID":257,)"
-                  R"("operationID":"SpliceRequestData","preRollTime":0,"spliceEventID":5,"spliceInsertType":4,)"
-                  R"("spliceInsertTypeName":"spliceEndImmediate","uniqueProgramID":0},)"
-                  R"({"opID":260,"operationID":"TimeSignalRequestData","preRollTime":0}]}]})"
+                  R"(","scte104":[{"autoReturnFlag":false,"availNum":0,"availsExpected":0,)"
+                  R"("breakDuration":{"seconds":0.0,"timescale":10,"value":0},"name":"SpliceRequestData","opID":257,)"
+                  R"("preRollTime":{"seconds":0.0,"timescale":1000,"value":0},"spliceEventId":5,"spliceInsertType":4,)"
+                  R"("spliceInsertTypeName":"spliceEndImmediate","uniqueProgramId":0},)"
+                  R"({"name":"TimeSignalRequestData","opID":260,)"
+                  R"("preRollTime":{"seconds":0.0,"timescale":1000,"value":0}}]}]})"
                   "\n");
 }
 
@@ -238,7 +240,7 @@ TEST(SCTE35, SaysWhyThereIsNoSection) {
     EXPECT_EQ(refusal(stamped), "qlxcc: the message: time stamp of type 2: its moment in the stream is not known\n");
     EXPECT_EQ(refusal("08ffff00120000010000000001010700020001"),
               "qlxcc: the message: operation 1: operation 107 makes no section\n");
-    EXPECT_EQ(refusal("08ffff00120000010000000001010900023200"),
+    EXPECT_EQ(refusal("08ffff0013000001000000000101090003320131"),
               "qlxcc: the message: operation 1: operation 109 adds to another one, which is not there\n");
     EXPECT_EQ(refusal(kSpliceNull, {"--as-deployed"}),
               "qlxcc: the message: the message begins with SpliceNullRequestData: only a SpliceRequestData becomes a "

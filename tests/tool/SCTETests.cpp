@@ -130,20 +130,27 @@ TEST(SCTE104Build, WritesBytesElementsAndRows) {
     EXPECT_EQ(outputOf(build({"splice-null", "--format", "v210"})).size(), 5120U);
 }
 
-TEST(SCTE104Build, RefusesWhatDoesNotFitIntoAPacket) {
+TEST(SCTE104Build, PutsALongMessageIntoSeveralPackets) {
+    const TemporaryFolder folder;
     std::string operations;
     for (int index = 0; index < 14; ++index) {
         operations += std::string(index == 0 ? "" : ",") +
                       R"({"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1})";
     }
-    // 13 + 14 x 18 = 265 bytes.
-    const ToolResult packet =
-        runTool(build({"--json-file", "-", "--format", "klv"}), {.input = "[" + operations + "]"});
-    EXPECT_EQ(packet.exitCode, 1);
-    EXPECT_EQ(packet.out, "");
-    EXPECT_EQ(packet.err, "qlxcc: a message of 265 bytes does not fit into one ANC packet, which has at most 255\n");
-    EXPECT_EQ(outputOf(build({"--json-file", "-"}), "[" + operations + "]").size(), 531U);
+    // 12 + 14 x 18 = 264 bytes behind the payload descriptor, of which the first packet has 254.
+    const std::string json = "[" + operations + "]";
+    const std::string message = outputOf(build({"--json-file", "-"}), json);
+    EXPECT_EQ(message.size(), 531U);
+    const std::string file = folder.path("a.klv");
+    EXPECT_EQ(outputOf(build({"--json-file", "-", "-o", file}), json), "");
+    const std::string listed = outputOf({"scan", file});
+    EXPECT_NE(listed.find("255  0c" + message.substr(2, 508) + "\n"), std::string::npos) << listed;
+    EXPECT_NE(listed.find("11  0a" + message.substr(510, 20) + "\n"), std::string::npos) << listed;
+    const std::string again = outputOf({"scte104", "parse", file, "--json"});
+    EXPECT_EQ(outputOf(build({"--json-file", "-"}), again), message);
+}
 
+TEST(SCTE104Build, RefusesWhatNoMessageHolds) {
     std::string nulls = R"({"operationID":258})";
     for (int index = 1; index < 256; ++index) {
         nulls += R"(,{"operationID":258})";
@@ -181,6 +188,43 @@ TEST(SCTE104Build, BuildsAgainWhatParseHasPrinted) {
         const std::string json = outputOf({"scte104", "parse", "-", "--json"}, message);
         EXPECT_EQ(outputOf(build({"--json-file", "-"}), json), message);
     }
+}
+
+TEST(SCTE104Build, ReadsWhatVersionsBeforePrinted) {
+    const std::string json = R"({"asIndex":0,"dpiPID":4660,"messageNumber":1,"operations":[{"autoReturn":true,)"
+                             R"("availNum":0,"availsExpected":0,"breakDuration":300,"opID":257,)"
+                             R"("operationID":"SpliceRequestData","preRollTime":4000,"spliceEventID":16909060,)"
+                             R"("spliceInsertType":1,"spliceInsertTypeName":"spliceStartNormal",)"
+                             R"("uniqueProgramID":1286}]})";
+    EXPECT_EQ(outputOf(build({"--json-file", "-"}), json), kSplice + "\n");
+}
+
+TEST(SCTE104Build, AsksForSections) {
+    const TemporaryFolder folder;
+    // The section of kSplice in a frame of PTS 4294967296.
+    const std::string section = outputOf({"scte35", kSplice, "--pts", "4294967296", "--to-format", "base64"});
+    const std::string file = folder.write("a.txt", section);
+    EXPECT_EQ(outputOf(build({"--from-scte35", file, "--pts", "4294967296", "--dpi-pid", "0x1234"})), kSplice + "\n");
+    EXPECT_EQ(outputOf(build({"--from-scte35", "-", "--pts", "0x100000000", "--dpi-pid", "0x1234"}), section),
+              kSplice + "\n");
+    const ToolResult late = runTool(build({"--from-scte35", file, "--pts", "4295327386"}));
+    EXPECT_EQ(late.exitCode, 1);
+    EXPECT_EQ(late.err, "qlxcc: " + file + ": section 1: splice -1 ms behind the frame: a pre-roll has 0 to 65535\n");
+    const ToolResult rounded = runTool(build({"--from-scte35", file, "--pts", "4294967297", "--dpi-pid", "0x1234"}));
+    EXPECT_EQ(rounded.out, kSplice + "\n");
+    EXPECT_EQ(rounded.err, "qlxcc: warning: " + file +
+                               ": section 1: splice 359999 ticks behind the frame: the pre-roll has 360000, whole "
+                               "milliseconds\n");
+}
+
+TEST(SCTE104Parse, ReadsSingleOperationMessages) {
+    // alive_request_data with a time: 13 bytes of header and 8 of data.
+    const std::string message = "00030015ffffffff00010200000000000100000002";
+    EXPECT_EQ(outputOf({"scte104", "parse", message}),
+              "message 2, AS index 1, DPI PID 0, result 65535, 21 bytes\n  opID 3 (system)\n");
+    const std::string json = outputOf({"scte104", "parse", message, "--json"});
+    EXPECT_NE(json.find(R"("time":{"microseconds":2,"seconds":1})"), std::string::npos) << json;
+    EXPECT_EQ(outputOf(build({"--json-file", "-"}), json), message + "\n");
 }
 
 class BrokenJson : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
@@ -298,12 +342,14 @@ TEST(SCTE104Parse, ReadsFilesOfEveryFormat) {
         "frame 1, line 13: " + expected + "frame 2, line 13: " + expected + "frame 2, line 13: " + expected;
     EXPECT_EQ(outputOf({"scte104", "parse", file}), shown);
     EXPECT_EQ(outputOf({"scte104", "parse", "-"}, folder.read("c")), shown);
-    const std::string json = R"("messageNumber":1,"operations":[{"opID":258,"operationID":"SpliceNullRequestData"}]})"
+    const std::string json = R"("messageNumber":1,"operations":[{"name":"SpliceNullRequestData","opID":258}],)"
+                             R"("protocolVersion":0,"schema":"qlxcc/scte104/1","scte35ProtocolVersion":0,)"
+                             R"("timestamp":{"timeType":0}})"
                              "\n";
-    const std::string frame1 = R"({"asIndex":0,"dpiPID":0,"frame":1,"line":13,)" + json;
-    const std::string frame2 = R"({"asIndex":0,"dpiPID":0,"frame":2,"line":13,)" + json;
+    const std::string frame1 = R"({"asIndex":0,"dpiPidIndex":0,"frame":1,"line":13,)" + json;
+    const std::string frame2 = R"({"asIndex":0,"dpiPidIndex":0,"frame":2,"line":13,)" + json;
     EXPECT_EQ(outputOf({"scte104", "parse", file, "--format", "klv", "--json"}), frame1 + frame2 + frame2);
-    EXPECT_EQ(outputOf({"scte104", "parse", raw, "--json"}), R"({"asIndex":0,"dpiPID":0,)" + json);
+    EXPECT_EQ(outputOf({"scte104", "parse", raw, "--json"}), R"({"asIndex":0,"dpiPidIndex":0,)" + json);
 }
 
 class BrokenMessage : public ::testing::TestWithParam<std::pair<std::string, std::string>> {};
@@ -407,6 +453,8 @@ INSTANTIATE_TEST_SUITE_P(
         build({"splice-start", "splice-start", "--event-id", "1"}), build({"splice-null", "--event-id", "1"}),
         build({"splice-null", "--message-number", "256"}), build({"splice-null", "--dpi-pid", "65536"}),
         build({"splice-null", "--as-index", "256"}), build({"splice-null", "--json-file", "a.json"}),
+        build({"splice-null", "--pts", "1"}), build({"--from-scte35", "a"}), build({"splice-null", "--rate", "25"}),
+        build({"--json-file", "a", "--from-scte35", "b", "--pts", "1"}),
         build({"--json-file", "a.json", "--event-id", "1"}), build({"splice-null", "-o", "a.bin"}),
         build({"splice-null", "--format", "jsonl"}), build({"splice-null", "--line", "9"}),
         build({"splice-null", "--format", "klv", "--width", "720"}), Arguments{"scte104", "parse"},

@@ -3,6 +3,7 @@
 #include "cli/RawOptions.h"
 #include "commands/scte/SCTE104Build.h"
 #include "commands/scte/SCTE104Parse.h"
+#include "commands/scte/SCTE104Request.h"
 #include "commands/scte/SCTE35.h"
 #include "io/Errors.h"
 #include "io/FrameSource.h"
@@ -126,11 +127,21 @@ std::string takersOf(unsigned operations) {
 }
 
 void checkOperations(const RawOptions& raw) {
-    if (raw.jsonFile && (!raw.operations.empty() || !raw.parameters.empty())) {
-        throw UsageError("--json-file says all operations and their parameters: none can be given beside it");
+    if (raw.jsonFile && raw.fromScte35) {
+        throw UsageError("--json-file and --from-scte35 each say all operations: one of them is enough");
     }
-    if (!raw.jsonFile && raw.operations.empty()) {
-        throw UsageError("an OPERATION or --json-file is needed");
+    if ((raw.jsonFile || raw.fromScte35) && (!raw.operations.empty() || !raw.parameters.empty())) {
+        throw UsageError(std::string(raw.jsonFile ? "--json-file" : "--from-scte35") +
+                         " says all operations and their parameters: none can be given beside it");
+    }
+    if (!raw.jsonFile && !raw.fromScte35 && raw.operations.empty()) {
+        throw UsageError("an OPERATION, --json-file or --from-scte35 is needed");
+    }
+    if (raw.fromScte35.has_value() != raw.pts.has_value()) {
+        throw UsageError(raw.pts ? "--pts is for --from-scte35 only" : "--from-scte35 needs --pts");
+    }
+    if (!raw.fromScte35 && !raw.rate.empty()) {
+        throw UsageError("--rate is for --from-scte35 only");
     }
     unsigned taken = 0;
     for (const std::string& name : raw.operations) {
@@ -190,6 +201,11 @@ Action checkedScte104Build(const RawOptions& raw) {
     checkOperations(raw);
     Scte104BuildOptions options;
     options.jsonFile = raw.jsonFile;
+    options.sectionFile = raw.fromScte35;
+    options.pts = numberOf("--pts", raw.pts.value_or("0"), kGreatestPts);
+    if (!raw.rate.empty()) {
+        options.rate = rateNamed(raw.rate);
+    }
     if (raw.messageNumber) {
         options.messageNumber = static_cast<std::uint8_t>(numberOf("--message-number", *raw.messageNumber, 0xFF));
     }
@@ -200,7 +216,7 @@ Action checkedScte104Build(const RawOptions& raw) {
         options.dpiPID = static_cast<std::uint16_t>(numberOf("--dpi-pid", *raw.dpiPID, 0xFFFF));
     }
     for (const std::string& name : raw.operations) {
-        options.request.operations.push_back(operationOf(operationNamed(name), raw));
+        options.operations.push_back(operationOfBytes(operationOf(operationNamed(name), raw)));
     }
     options.format = buildFormat(raw);
     const bool isPacket = options.format == Scte104BuildFormat::Klv || options.format == Scte104BuildFormat::V210;

@@ -63,14 +63,15 @@ N is a decimal number, or a hexadecimal one behind 0x.
   raw   the message's bytes, from the payload descriptor 08 on
   klv   an MXF ANC frame element with the message in an ANC packet (DID 41, SDID 07)
   v210  a row with that packet
-A JSON file has what parse --json prints: {"messageNumber":1,"asIndex":0,"dpiPID":0,"operations":[...]}, or the array
-alone. Its times are in the units of the fields: tenths of a second for a splice's duration, seconds for a segment's.
+A JSON file has what parse --json prints: {"messageNumber":1,"asIndex":0,"dpiPidIndex":0,"operations":[...]}, or the
+array alone. A time is {"value":4000,"timescale":1000}, or a number in the unit of its field.
 
 Examples:
   qlxcc scte104 build splice-start --event-id 1 --program-id 7 --pre-roll 4000 --duration 30 --auto-return
   qlxcc scte104 build time-signal segmentation --event-id 9 --segmentation-type ProgramStart --upid-type TID
                       --upid EP0123456789 -o start.v210 --line 13
-  qlxcc scte104 build --json-file operations.json -o break.klv)";
+  qlxcc scte104 build --json-file operations.json -o break.klv
+  qlxcc scte104 build --from-scte35 sections.txt --pts 900000 -o break.klv)";
 
 constexpr OptionRow kBuildOptions[] = {
     {.names = "OPERATION",
@@ -86,6 +87,17 @@ constexpr OptionRow kBuildOptions[] = {
      .field = &RawOptions::jsonFile,
      .help = "Read the operations from FILE (-: standard input)",
      .more = "It is in place of OPERATION and of all that is for it; see the JSON messages in qlxcc(1)."},
+    {.names = "--from-scte35",
+     .value = "FILE",
+     .kind = ValueKind::File,
+     .field = &RawOptions::fromScte35,
+     .help = "Ask for the SCTE-35 sections of FILE (-: standard input)",
+     .more = "It is in place of OPERATION. FILE has bytes, or a section a line: hexadecimal digits, base64 or JSON. "
+             "Pre-rolls are whole milliseconds, breaks tenths of a second, segments whole seconds (with --rate and "
+             "frames): what is rounded or left out is said."},
+    number("--pts", &RawOptions::pts, "For --from-scte35: PTS of the frame that carries the message",
+           "In 90 kHz ticks, 0 to 8589934591: a pre-roll is pts_time and pts_adjustment less it, 0 to 65535 ms."),
+    rateOption("--rate", {}, &RawOptions::rate, "For --from-scte35: frames/s of duration_extension_frames"),
     parameter("--event-id", "N", "The event's number; every event needs one",
               "For splices and segmentation; that of segmentation must not be 0."),
     parameter("--program-id", "N", "unique_program_id (default: 0)", "For splices."),

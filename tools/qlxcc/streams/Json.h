@@ -37,7 +37,7 @@ bool readJsonElements(std::string_view name, std::string_view text, const std::f
 /// "length_ok":true,"checksum_ok":true}`; `rate` is null for a code without one, `cc_count` without a cc_data section; a
 /// packet that contradicts itself has `"contradiction":"cc_count 20, of which 1 is there"` behind its triplets, see
 /// contradictionIn(). Each packet of type SCTE104 that is a message gets `"scte104":[{"opID":257,
-/// "operationID":"SpliceRequestData",..},..]`, its operations. Captions that are in no packet get `"triplets":[..]` as
+/// "name":"SpliceRequestData",..},..]`, its operations. Captions that are in no packet get `"triplets":[..]` as
 /// those of a CDP.
 class CaptionMembers final : public streams::JsonlMembers {
 public:

@@ -1,6 +1,7 @@
 #include "streams/SCTE104Message.h"
 
 #include "io/Text.h"
+#include "streams/SCTEJson.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <qlx/scte/scte104_packets.h>
@@ -242,13 +243,7 @@ std::string scte104InWords(const Data& data) {
 Array scte104Operations(const Scte104Message& message) {
     Array operations;
     for (const Scte104Operation& operation : message.operations) {
-        Dictionary entry = operation.parameters.value_or(Dictionary());
-        entry.set("opID", operation.operationID);
-        entry.set("operationID", QLXSCTEOperation::SCTEOperationNameWithID(operation.operationID));
-        if (!hasFields(operation) && !operation.data.empty()) {
-            entry.set("data", hex(operation.data));
-        }
-        operations.emplace_back(std::move(entry));
+        operations.emplace_back(jsonOf(scte::parseOperation(operation.operationID, operation.data)));
     }
     return operations;
 }

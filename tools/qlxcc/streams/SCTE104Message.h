@@ -54,8 +54,7 @@ struct Scte104Message {
 /// A line: `SCTE-104: message 1, AS index 0, DPI PID 4660; SpliceNullRequestData`.
 [[nodiscard]] std::string scte104InWords(const Data& data);
 
-/// The operations as dictionaries: the library's parameters and "opID"; "data" (hexadecimal digits) where an operation
-/// has no fields that are read.
+/// The operations as jsonOf() has them.
 [[nodiscard]] Array scte104Operations(const Scte104Message& message);
 
 }  // namespace qlx::tool

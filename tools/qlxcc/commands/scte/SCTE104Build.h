@@ -1,20 +1,26 @@
 // qlxcc scte104 build: an SCTE-104 message as digits, bytes, or an ANC packet in an element or a row.
 #pragma once
 
-#include "commands/scte/SCTE104Request.h"
+#include "io/Rates.h"
+
+#include <qlx/scte/scte104.h>
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qlx::tool {
 
 enum class Scte104BuildFormat { Hex, Raw, Klv, V210 };
 
 struct Scte104BuildOptions {
-    Scte104Request request;               ///< Without operations when there is a JSON file.
-    std::optional<std::string> jsonFile;  ///< `-` is standard input.
-    // What replaces the numbers of the request.
+    std::vector<scte::Operation> operations;  ///< None when there is a file.
+    std::optional<std::string> jsonFile;      ///< `-` is standard input.
+    std::optional<std::string> sectionFile;   ///< SCTE-35 sections that the message asks for; the same.
+    std::uint64_t pts = 0;                    ///< Of the frame that carries the message of sections.
+    std::optional<Rate> rate;                 ///< Of extension frames in the message of sections.
+    // What replaces the numbers of the file.
     std::optional<std::uint8_t> messageNumber;
     std::optional<std::uint8_t> asIndex;
     std::optional<std::uint16_t> dpiPID;

@@ -6,8 +6,12 @@
 #include "io/Text.h"
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
+#include "streams/SCTEJson.h"
 
+#include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qlx::tool {
@@ -25,16 +29,28 @@ std::string inWords(const Scte104Packet& packet, const Scte104Message& message) 
     return text;
 }
 
-std::string asJson(const Scte104Packet& packet, const Scte104Message& message) {
-    Dictionary object{{"asIndex", message.asIndex},
-                      {"dpiPID", message.dpiPID},
-                      {"messageNumber", message.messageNumber},
-                      {"operations", scte104Operations(message)}};
+std::string asJson(const Scte104Packet& packet, const scte::Message& message) {
+    Dictionary object = jsonOf(message);
     if (packet.frame) {
         object.set("frame", *packet.frame);
         object.set("line", packet.line);
     }
     return jsonText(object) + "\n";
+}
+
+/// A message that stands alone, without a payload descriptor, and is of a single operation: its opID begins with 0.
+std::optional<scte::SingleOperationMessage> singleMessage(const Scte104Packet& packet) {
+    if (packet.frame || packet.data.empty() || packet.data[0] != 0) {
+        return std::nullopt;
+    }
+    auto message = scte::parseSingleOperationMessage(packet.data);
+    return message ? std::optional(*std::move(message)) : std::nullopt;
+}
+
+std::string inWords(const Scte104Packet& packet, const scte::SingleOperationMessage& message) {
+    return "message " + std::to_string(message.messageNumber) + ", AS index " + std::to_string(message.asIndex) +
+           ", DPI PID " + std::to_string(message.dpiPidIndex) + ", result " + std::to_string(message.result) + ", " +
+           counted(packet.data.size(), "byte") + "\n  opID " + std::to_string(message.opId()) + " (system)\n";
 }
 
 }  // namespace
@@ -54,6 +70,10 @@ int parseScte104(const Scte104ParseOptions& options) {
     };
     const auto take = [&](const Scte104Packet& packet) {
         ++messages;
+        if (const auto single = singleMessage(packet)) {
+            output.write(options.asJson ? asJson(packet, *single) : inWords(packet, *single));
+            return;
+        }
         const Scte104Message message = readScte104(packet.data);
         const auto note = [&](const Scte104Problem& problem) {
             say(packet.place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
@@ -62,7 +82,8 @@ int parseScte104(const Scte104ParseOptions& options) {
             note(*message.refusal);
             return;
         }
-        output.write(options.asJson ? asJson(packet, message) : inWords(packet, message));
+        const auto whole = scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(packet.data).subspan(1));
+        output.write(options.asJson && whole ? asJson(packet, *whole) : inWords(packet, message));
         for (const Scte104Problem& problem : message.problems) {
             note(problem);
         }

@@ -7,6 +7,7 @@
 #include "streams/InputKind.h"
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
+#include "streams/SCTEJson.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 
@@ -171,28 +172,16 @@ std::uint16_t operationIDOf(const Dictionary& operation) {
     throw ParameterError(what + " (possible: " + names + ")");
 }
 
-std::uint64_t headerNumber(const Dictionary& message, std::string_view key, std::uint64_t otherwise,
-                           std::uint64_t greatest) {
-    const Value* const value = message.find(key);
-    if (value == nullptr) {
-        return otherwise;
+/// An operation as versions before 0.2 have it, or of today.
+scte::Operation operationOf(const Dictionary& object) {
+    if (!object.contains("operationID") && object.contains("opID")) {
+        return operationOfJson(object);
     }
-    return checkedNumber({key, key, ParameterKind::Number, greatest}, key, *value).unsignedValue();
-}
-
-Scte104Request requestHeader(const Dictionary& message) {
-    constexpr std::array<std::string_view, 6> kKeys{"messageNumber", "asIndex", "dpiPID",
-                                                    "operations",    "frame",   "line"};
-    for (const auto& [key, value] : message) {
-        if (std::find(kKeys.begin(), kKeys.end(), key) == kKeys.end()) {
-            throw ParameterError("unknown key " + inQuotes(key));
-        }
+    try {
+        return operationOfBytes(operationData(operationIDOf(object), object));
+    } catch (const ParameterError& error) {
+        throw ScteJsonError(error.what());
     }
-    Scte104Request request;
-    request.messageNumber = static_cast<std::uint8_t>(headerNumber(message, "messageNumber", 1, 0xFF));
-    request.asIndex = static_cast<std::uint8_t>(headerNumber(message, "asIndex", 0, 0xFF));
-    request.dpiPID = static_cast<std::uint16_t>(headerNumber(message, "dpiPID", 0, 0xFFFF));
-    return request;
 }
 
 std::string readText(const std::string& path, std::string& name) {
@@ -240,40 +229,42 @@ Data operationData(std::uint16_t operationID, const Dictionary& parameters) {
     return data;
 }
 
-Scte104Request loadScte104Request(const std::string& path) {
-    std::string name;
-    const std::string text = readText(path, name);
-    return readScte104Request(name, text);
+scte::Operation operationOfBytes(const Data& bytes) {
+    constexpr std::size_t kHeaderBytes = 4;
+    const auto opId = static_cast<std::uint16_t>(bytes[0] << 8U | bytes[1]);
+    return scte::parseOperation(opId, std::span<const std::uint8_t>(bytes).subspan(kHeaderBytes));
 }
 
-Scte104Request readScte104Request(const std::string& name, std::string_view text) {
+scte::Message loadScte104Json(const std::string& path) {
+    std::string name;
+    const std::string text = readText(path, name);
+    return readScte104Json(name, text);
+}
+
+scte::Message readScte104Json(const std::string& name, std::string_view text) {
+    constexpr std::uint8_t kUsualNumber = 1;
     const Value value = parseJson(name, text);
-    const Dictionary* const message = value.dictionary();
-    const Value* const list = message ? message->find("operations") : &value;
-    if (list == nullptr || list->array() == nullptr) {
+    Dictionary object;
+    if (value.array() != nullptr) {
+        if (value.array()->empty()) {
+            throw failureIn(name, "the JSON has no operation");
+        }
+        object.set("operations", value);
+    } else if (value.dictionary() != nullptr) {
+        object = *value.dictionary();
+    }
+    const Value* const list = object.find("operations");
+    if (!object.contains("operation") && (list == nullptr || list->array() == nullptr)) {
         throw failureIn(name, "the JSON is no array of operations, and has no array \"operations\"");
     }
-    Scte104Request request;
-    std::string place = name;
+    if (!object.contains("messageNumber")) {
+        object.set("messageNumber", kUsualNumber);
+    }
     try {
-        if (message != nullptr) {
-            request = requestHeader(*message);
-        }
-        for (std::size_t index = 0; index < list->array()->size(); ++index) {
-            place = name + ": operation " + std::to_string(index + 1);
-            const Dictionary* const operation = (*list->array())[index].dictionary();
-            if (operation == nullptr) {
-                throw ParameterError("no object");
-            }
-            request.operations.push_back(operationData(operationIDOf(*operation), *operation));
-        }
-    } catch (const ParameterError& error) {
-        throw failureIn(place, error.what());
+        return messageOfJson(object, operationOf);
+    } catch (const ScteJsonError& error) {
+        throw failureIn(name, error.what());
     }
-    if (request.operations.empty()) {
-        throw failureIn(name, "the JSON has no operation");
-    }
-    return request;
 }
 
 std::optional<std::uint64_t> parseNumber(std::string_view text, std::uint64_t greatest) {

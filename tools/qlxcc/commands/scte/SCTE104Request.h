@@ -3,13 +3,13 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
+#include <qlx/scte/scte104.h>
 
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace qlx::tool {
 
@@ -19,14 +19,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A message to be built.
-struct Scte104Request {
-    std::uint8_t messageNumber = 1;
-    std::uint8_t asIndex = 0;
-    std::uint16_t dpiPID = 0;
-    std::vector<Data> operations;  ///< Whole ones, with opID and data_length.
-};
-
 /// An operation's bytes. Every parameter must be known and fit its field: a value that the library would cut or pass
 /// over is refused, because it would become another trigger than the one that was meant.
 /// @param operationID 257 (splice request), 258 (splice null), 260 (time signal) or 267 (segmentation descriptor).
@@ -34,14 +26,17 @@ struct Scte104Request {
 /// @throws ParameterError
 [[nodiscard]] Data operationData(std::uint16_t operationID, const Dictionary& parameters);
 
-/// Reads `{"messageNumber":1,"asIndex":0,"dpiPID":0,"operations":[{"operationID":"SpliceRequestData",..},..]}`, what
-/// `scte104 parse --json` prints, or the array of operations alone.
+/// The operation of bytes that operationData() gives.
+[[nodiscard]] scte::Operation operationOfBytes(const Data& bytes);
+
+/// Reads what `scte104 parse --json` prints (see SCTEJson.h), or the array of operations alone. An operation with
+/// `"operationID"` is one of versions before 0.2: its parameters are those of operationData().
 /// @param path A file, or `-` for standard input.
 /// @throws Failure
-[[nodiscard]] Scte104Request loadScte104Request(const std::string& path);
+[[nodiscard]] scte::Message loadScte104Json(const std::string& path);
 
 /// The same from the text of a file.
-[[nodiscard]] Scte104Request readScte104Request(const std::string& name, std::string_view text);
+[[nodiscard]] scte::Message readScte104Json(const std::string& name, std::string_view text);
 
 /// A number in decimal digits, or in hexadecimal ones behind 0x; none for anything else, or above `greatest`.
 [[nodiscard]] std::optional<std::uint64_t> parseNumber(std::string_view text, std::uint64_t greatest);

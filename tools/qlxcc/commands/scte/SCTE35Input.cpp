@@ -1,0 +1,99 @@
+#include "commands/scte/SCTE35Input.h"
+
+#include "io/Errors.h"
+#include "io/InputFile.h"
+#include "streams/Json.h"
+#include "streams/SCTEJson.h"
+
+#include <qlx/scte/scte35_text.h>
+
+#include <cstdint>
+#include <span>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+/// Far more than a day of sections.
+constexpr std::size_t kLongestSections = std::size_t{16} * 1024 * 1024;
+
+scte::SpliceInfoSection sectionOf(const std::string& place, std::span<const std::uint8_t> bytes) {
+    Findings findings;
+    auto section = scte::parseSpliceInfoSection(bytes, &findings);
+    if (!section) {
+        throw failureAtByte(place, section.error().offset, section.error().text());
+    }
+    for (const Finding& finding : findings) {
+        printNote((finding.severity == Severity::Remark ? "" : "warning: ") + place + ": byte " +
+                  std::to_string(finding.offset) + ": " + finding.text());
+    }
+    return *std::move(section);
+}
+
+/// section_length and the three bytes in front of what it counts.
+std::size_t sizeOfSection(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t kUncounted = 3;
+    const std::size_t length =
+        bytes.size() < kUncounted ? 0 : static_cast<std::size_t>((bytes[1] & 0x0FU) << 8U | bytes[2]);
+    return std::min(bytes.size(), kUncounted + length);
+}
+
+scte::SpliceInfoSection sectionOfLine(const std::string& place, std::string_view line) {
+    if (line.front() == '{') {
+        const Value value = parseJson(place, line);
+        try {
+            return sectionOfJson(*value.dictionary());
+        } catch (const ScteJsonError& error) {
+            throw failureIn(place, error.what());
+        }
+    }
+    const auto bytes = scte::spliceInfoBytes(line);
+    if (!bytes) {
+        throw failureAtByte(place, bytes.error().offset, bytes.error().text());
+    }
+    return sectionOf(place, *bytes);
+}
+
+}  // namespace
+
+std::vector<scte::SpliceInfoSection> readScte35Sections(const std::string& name, std::string_view content) {
+    std::vector<scte::SpliceInfoSection> sections;
+    const std::span bytes(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
+    if (!bytes.empty() && bytes[0] == scte::kSpliceInfoTableId) {
+        for (std::size_t offset = 0; offset < bytes.size();) {
+            const auto rest = bytes.subspan(offset);
+            const std::size_t size = sizeOfSection(rest);
+            sections.push_back(sectionOf(name + ": section " + std::to_string(sections.size() + 1), rest.first(size)));
+            offset += size;
+        }
+        return sections;
+    }
+    std::uint64_t number = 0;
+    while (!content.empty()) {
+        ++number;
+        std::string_view line = content.substr(0, content.find('\n'));
+        content.remove_prefix(std::min(content.size(), line.size() + 1));
+        const std::size_t first = line.find_first_not_of(" \t\r");
+        if (first != std::string_view::npos) {
+            line.remove_prefix(first);
+            sections.push_back(sectionOfLine(name + ": line " + std::to_string(number), line));
+        }
+    }
+    if (sections.empty()) {
+        throw failureIn(name, "no SCTE-35 section");
+    }
+    return sections;
+}
+
+std::vector<scte::SpliceInfoSection> loadScte35Sections(const std::string& path) {
+    InputFile file(path);
+    std::string content(kLongestSections + 1, '\0');
+    content.resize(file.read(std::span(reinterpret_cast<std::uint8_t*>(content.data()), content.size())));
+    if (content.size() > kLongestSections) {
+        throw failureIn(file.name(), "too long for SCTE-35 sections");
+    }
+    return readScte35Sections(file.name(), content);
+}
+
+}  // namespace qlx::tool

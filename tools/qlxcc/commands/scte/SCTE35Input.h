@@ -1,0 +1,22 @@
+// Where SCTE-35 sections come from: bytes, hexadecimal digits, base64 or JSON.
+#pragma once
+
+#include <qlx/scte/scte35.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+/// The sections of a file: one behind the other as bytes, or a line each as hexadecimal digits, base64 or JSON. What is
+/// wrong with one and kept is said.
+/// @param path A file, or `-` for standard input.
+/// @throws Failure
+[[nodiscard]] std::vector<scte::SpliceInfoSection> loadScte35Sections(const std::string& path);
+
+/// The same from the content of a file.
+[[nodiscard]] std::vector<scte::SpliceInfoSection> readScte35Sections(const std::string& name,
+                                                                      std::string_view content);
+
+}  // namespace qlx::tool
