@@ -5,8 +5,10 @@
 #include <qlx/anc/caption_atom.h>
 #include <qlx/anc/element.h>
 #include <qlx/anc/packet.h>
+#include <qlx/anc/payloads.h>
 #include <qlx/anc/raster.h>
 #include <qlx/anc/rate.h>
+#include <qlx/anc/registry.h>
 #include <qlx/anc/row.h>
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/finding.h>

@@ -31,6 +31,7 @@ constexpr Text kTexts[] = {
     {AncPacketDoesNotFit, "packets of {1} words do not fit: {2} are free"},
     {AncTooManyUserDataWords, "{1} user data words, a packet has at most {2}"},
     {AncPacketDropped, "packet {1x}/{2x} is left out: it counts the frames of the old rate"},
+    {AncPayloadCut, "packet of {2} bytes, {1} are needed"},
     {AncElementCut, "element cut short: {2} of {1} byte{1s}"},
     {AncElementCountWrong, "packet count {1}, but {2} are there"},
     {AncElementTrailingBytes, "{1} bytes behind the last of {2} packets"},

@@ -53,6 +53,12 @@ extern std::span<const std::uint8_t> sample;
 void showPacket(const qlx::Result<qlx::cc::Cdp>& cdp);
 void showPairs(std::span<const std::uint8_t> pairs, bool isFieldTwo);
 }  // namespace anc_caption_atom
+namespace anc_payloads {
+extern qlx::anc::Packet packet;
+}
+namespace anc_registry {
+extern qlx::anc::Packet packet;
+}
 namespace anc_rate {
 extern qlx::anc::Packet packet;
 extern std::uint64_t frame, outputFrame;
