@@ -60,7 +60,10 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/srt.h>
 #include <qlx/subtitles/stl.h>
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/times.h>
 #include <qlx/subtitles/value.h>
+#include <qlx/subtitles/webvtt.h>
 #include <qlx/teletext/characters.h>
 #include <qlx/teletext/coding.h>
 #include <qlx/teletext/packet.h>

@@ -6,7 +6,6 @@
 #include "subtitles/TextEditing.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
-#include <qlx/base/utf8.h>
 
 #include <algorithm>
 #include <utility>
@@ -273,20 +272,12 @@ void SrtReader::takeText(std::string_view line) {
 
 /// The line with U+FFFD in place of each byte that is no UTF-8.
 std::string_view SrtReader::validated(std::string_view line) {
-    const auto first = firstInvalidUTF8Byte(line);
-    if (!first) {
-        return line;
+    WrongBytes wrong;
+    const std::string_view valid = withoutWrongBytes(line, _validated, wrong);
+    if (wrong.count != 0) {
+        report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
     }
-    _validated.clear();
-    std::int64_t wrong = 0;
-    for (std::string_view rest = line; !rest.empty();) {
-        const std::size_t before = rest.size();
-        const char32_t character = takeCodePoint(rest);
-        wrong += character == U'\uFFFD' && before - rest.size() == 1 ? 1 : 0;
-        appendUtf8(_validated, character);
-    }
-    report(SubtitleTextNotUtf8, Severity::Warning, static_cast<std::uint8_t>(line[*first]), wrong);
-    return _validated;
+    return valid;
 }
 
 /// Forgets the beginning of a line that is too long to be kept.

@@ -1,5 +1,8 @@
 #include "subtitles/TextEditing.h"
 
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
+
 #include <algorithm>
 #include <cstddef>
 
@@ -47,6 +50,22 @@ std::string_view takePart(std::string_view& rest, char separator) noexcept {
     const std::string_view part = rest.substr(0, rest.find(separator));
     rest.remove_prefix(std::min(part.size() + 1, rest.size()));
     return part;
+}
+
+std::string_view withoutWrongBytes(std::string_view text, std::string& room, WrongBytes& wrong) {
+    const auto first = firstInvalidUTF8Byte(text);
+    if (!first) {
+        return text;
+    }
+    wrong.first = static_cast<std::uint8_t>(text[*first]);
+    room.clear();
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t before = rest.size();
+        const char32_t character = takeCodePoint(rest);
+        wrong.count += character == U'\uFFFD' && before - rest.size() == 1 ? 1 : 0;
+        appendUtf8(room, character);
+    }
+    return room;
 }
 
 }  // namespace qlx::subtitles

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,16 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag);
 
 /// True for digits alone, of a number that integerValue() gives as it stands.
 [[nodiscard]] bool isWholeNumber(std::string_view text) noexcept;
+
+/// Bytes that are no UTF-8.
+struct WrongBytes {
+    std::uint8_t first = 0;
+    std::int64_t count = 0;
+};
+
+/// `text` with U+FFFD in place of each byte that is no UTF-8; itself where there is none.
+/// @param room Keeps the text where it cannot be given as it stands.
+[[nodiscard]] std::string_view withoutWrongBytes(std::string_view text, std::string& room, WrongBytes& wrong);
 
 /// Takes the text up to `separator` off the front of `rest`, together with the separator; all of it without one.
 [[nodiscard]] std::string_view takePart(std::string_view& rest, char separator) noexcept;

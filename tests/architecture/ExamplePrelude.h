@@ -162,9 +162,19 @@ extern qlx::streams::ByteSource& source;
 namespace subtitles_cue {
 extern qlx::subtitles::Cue cue;
 }
+namespace subtitles_subrip {
+extern qlx::subtitles::Cue cue;
+}  // namespace subtitles_subrip
+namespace subtitles_times {
+extern qlx::subtitles::Cue cue;
+}
 namespace subtitles_value {
 extern qlx::subtitles::Cue cue;
 }
+namespace subtitles_webvtt {
+extern qlx::subtitles::Cue cue;
+extern qlx::subtitles::WebVttFile file;
+}  // namespace subtitles_webvtt
 namespace teletext_page {
 extern qlx::Result<qlx::teletext::Sdp> sdp;
 }

@@ -316,6 +316,40 @@ enum class FindingCode : std::uint32_t {
     SubtitleValueStylesLost,                ///< Line, its runs that look otherwise than what is kept.
     SubtitleValueAnchorLost,                ///< Line, its place in the cue.
 
+    // subtitles, cues that are written; the offset is the cue, counted from 1
+    SubtitleTimeEmptied = 0xA'0401,  ///< Units of the start, units in a second.
+    SubtitleTimeNegative,            ///< Units of the start, of the end; the cue is left out or begins at 0.
+    SubtitleTextAmbiguous,           ///< Row, counted from 1.
+    SubtitleStylesLost,              ///< Row, its runs of which a style is lost.
+    SubtitleColorChanged,            ///< Row, its runs whose colour is another one.
+    SubtitlePlaceLost,               ///< Row, 0 for the cue.
+    SubtitlePropertiesLost,          ///< Row, 0 for the cue; how many.
+    SubtitleRunTimeLost,             ///< Row, its runs that appear later than the cue.
+    SubtitleNameLost,                ///< Size of the cue's name, region or language in bytes.
+
+    // subtitles, SubRip as its receivers read it; the offset is the number of a line, counted from 1
+    SubRipEntities = 0xA'0501,  ///< How many entities of the row are read as characters.
+    SubRipTagUnknown,           ///< Bytes of the tag, which stays in the text.
+    SubRipTagWithoutStart,      ///< Bytes of the tag, which is passed over.
+    SubRipTagUnclosed,          ///< How many are open at the cue's end.
+    SubRipTextInFront,          ///< Bytes of a row in front of the first times, which is left out.
+    SubRipEmptyRow,             ///< Empty rows inside of a cue.
+
+    // subtitles, WebVTT; the offset is the number of a line, counted from 1
+    WebVttSignatureMissing = 0xA'0601,  ///< No numbers.
+    WebVttTimingWrong,                  ///< No numbers.
+    WebVttTimeUnusual,                  ///< 1 for the start, 2 for the end; milliseconds that it is read as.
+    WebVttEndNotLater,                  ///< Milliseconds of the start, of the end.
+    WebVttSettingWrong,                 ///< Bytes of the setting, which is passed over.
+    WebVttSettingInRegion,              ///< Bytes of the setting, which counts for nothing in a region.
+    WebVttRegionUnknown,                ///< Bytes of its name.
+    WebVttTagWrong,                     ///< Bytes of the tag, which is passed over.
+    WebVttTagUnclosed,                  ///< How many are open at the cue's end.
+    WebVttEntityUnknown,                ///< How many ampersands of the row begin no entity; they stay.
+    WebVttInnerTimeWrong,               ///< Milliseconds.
+    WebVttBlockPassed,                  ///< Lines of a block that is none, or comes too late.
+    WebVttTextTooLong,                  ///< Greatest size in bytes, most lines.
+
     // line21 (CTA-608-E); the offset is a pixel of the row
     Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.
     Line21RowTooShort,               ///< Bytes needed, bytes there.

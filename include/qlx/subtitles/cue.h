@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qlx::subtitles {
@@ -39,10 +40,44 @@ struct Style {
     [[nodiscard]] friend constexpr bool operator==(const Style&, const Style&) noexcept = default;
 };
 
+/// Something that a format says of a run or a cue and that has no field here. Whoever writes the same format puts it
+/// back. What belongs to one format alone begins with its name: `srt.coordinates`, `vtt.v`.
+struct Property {
+    std::string name;   ///< What it is.
+    std::string value;  ///< UTF-8, without line ends where a reader does not say otherwise.
+
+    /// Whether both are equal.
+    [[nodiscard]] friend bool operator==(const Property&, const Property&) = default;
+};
+
+/// All of a run or cue, in their order; a name may stand several times.
+using Properties = std::vector<Property>;
+
+/// The value of the first property called `name`; null when there is none.
+[[nodiscard]] inline const std::string* valueOf(const Properties& properties, std::string_view name) noexcept {
+    for (const Property& property : properties) {
+        if (property.name == name) {
+            return &property.value;
+        }
+    }
+    return nullptr;
+}
+
+/// Properties that several formats have.
+namespace properties {
+/// Of a run: the colour of its characters as `#rrggbb`, where Style::foreground is only the one that is nearest to it.
+inline constexpr std::string_view kColor = "color";
+inline constexpr std::string_view kFontFace = "font.face";   ///< Of a run: the name of a font.
+inline constexpr std::string_view kFontSize = "font.size";   ///< Of a run: a size, as the format writes it.
+inline constexpr std::string_view kStruckOut = "strikeout";  ///< Of a run: there is a line through it.
+}  // namespace properties
+
 /// Characters that look alike.
 struct Run {
-    std::string text;  ///< UTF-8, without line ends.
-    Style style;       ///< Of all of it.
+    std::string text;         ///< UTF-8, without line ends.
+    Style style;              ///< Of all of it.
+    MediaTime from{};         ///< When it appears; not valid: with the cue, or with the run in front of it.
+    Properties properties{};  ///< What the file says of it besides.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const Run&, const Run&) = default;
@@ -58,6 +93,7 @@ struct Row {
     /// none is given.
     std::uint8_t anchor = 0;
     Alignment alignment = Alignment::Center;  ///< On the row.
+    std::uint16_t column = 0;  ///< Of its first character on the screen, counted from 1; 0: none is given.
 
     /// The text of all runs.
     [[nodiscard]] std::string text() const {
@@ -78,6 +114,13 @@ struct Cue {
     MediaTime start;           ///< When it appears.
     MediaTime end;             ///< When it goes.
     std::vector<Row> rows;     ///< From top to bottom.
+    /// The rows of the screen that Row::number counts; 0: the 11 of a teletext page.
+    std::uint16_t screenRows = 0;
+    std::uint16_t screenColumns = 0;  ///< The columns that Row::column counts; 0: not known.
+    std::string identifier{};         ///< A name that the file gives it and that is no number; or empty.
+    std::string language{};           ///< Of the text, as in RFC 5646; empty: not known.
+    std::string region{};             ///< The name of the region of the screen that it stands in; or empty.
+    Properties properties{};          ///< What the file says of it besides.
 
     /// Whether all fields are equal: the same time in other terms is another value.
     [[nodiscard]] friend bool operator==(const Cue&, const Cue&) = default;

@@ -1,0 +1,95 @@
+// What the writers of cues as text have in common: times, places and what is lost.
+#pragma once
+
+#include <qlx/base/finding.h>
+#include <qlx/subtitles/cue.h>
+#include <qlx/subtitles/times.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qlx::subtitles {
+
+/// What stands in the place of a row without text: an empty line would end the cue.
+inline constexpr std::string_view kEmptyRowText = "\u00A0";
+
+/// Tells a sink of a cue.
+class CueReport {
+public:
+    /// @param cue Counted from 1.
+    CueReport(FindingSink* findings, std::uint64_t cue) noexcept : _findings(findings), _cue(cue) {}
+
+    /// Tells a finding where there is one.
+    void add(FindingCode code, bool isThere, std::int64_t first, std::int64_t second = 0,
+             Severity severity = Severity::Warning) const {
+        if (isThere && _findings != nullptr) {
+            _findings->add({code, severity, _cue, first, second});
+        }
+    }
+
+private:
+    FindingSink* _findings;
+    std::uint64_t _cue;
+};
+
+/// What of a row a format does not carry.
+struct RowLosses {
+    std::int64_t styles = 0;
+    std::int64_t colors = 0;
+    std::int64_t properties = 0;
+    std::int64_t runTimes = 0;
+    bool isAmbiguous = false;
+    bool isPlaceLost = false;
+
+    /// @param row Counted from 1.
+    void say(const CueReport& report, std::int64_t row) const {
+        report.add(FindingCode::SubtitleStylesLost, styles != 0, row, styles);
+        report.add(FindingCode::SubtitleColorChanged, colors != 0, row, colors);
+        report.add(FindingCode::SubtitlePropertiesLost, properties != 0, row, properties);
+        report.add(FindingCode::SubtitleRunTimeLost, runTimes != 0, row, runTimes);
+        report.add(FindingCode::SubtitleTextAmbiguous, isAmbiguous, row);
+        report.add(FindingCode::SubtitlePlaceLost, isPlaceLost, row);
+    }
+};
+
+/// The milliseconds of a cue, from 0 on; none for one that ends before.
+[[nodiscard]] inline std::optional<UnitSpan> writtenSpan(const Cue& cue, const CueReport& report) {
+    constexpr std::int32_t kUnits = 1000;
+    UnitSpan span = spanIn(cue, kUnits);
+    report.add(FindingCode::SubtitleTimeNegative, span.start < 0, span.start, span.end);
+    report.add(FindingCode::SubtitleTimeEmptied, span.isLengthened && span.start >= 0, span.start, kUnits);
+    if (span.end <= 0) {
+        return std::nullopt;
+    }
+    span.start = span.start < 0 ? 0 : span.start;
+    return span;
+}
+
+/// Where a row stands, as on a numeric keypad: its anchor, or what its row of the screen and its alignment say; 0 for
+/// below, in the middle.
+[[nodiscard]] inline std::uint8_t anchorOf(const Cue& cue, const Row& row) noexcept {
+    if (row.anchor != 0) {
+        return row.anchor;
+    }
+    constexpr std::uint64_t kTeletextRows = 11;
+    const std::uint64_t rows = cue.screenRows != 0 ? cue.screenRows : kTeletextRows;
+    // The upper third, the middle, and the rest; what has no row stands below.
+    const std::uint8_t band = row.number == 0 ? 1 : row.number * 3 <= rows ? 7 : row.number * 3 <= rows * 2 ? 4 : 1;
+    const std::uint8_t side = row.alignment == Alignment::Left ? 0 : row.alignment == Alignment::Right ? 2 : 1;
+    return band == 1 && side == 1 ? 0 : static_cast<std::uint8_t>(band + side);
+}
+
+/// Appends `more` with a space in place of each line end.
+inline void appendWithoutLineEnds(std::string& text, std::string_view more) {
+    for (std::size_t end = more.find_first_of("\r\n"); end != std::string_view::npos;
+         end = more.find_first_of("\r\n")) {
+        text += more.substr(0, end);
+        text += ' ';
+        more.remove_prefix(end + 1);
+    }
+    text += more;
+}
+
+}  // namespace qlx::subtitles

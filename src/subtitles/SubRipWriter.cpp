@@ -1,0 +1,127 @@
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/times.h>
+
+#include "subtitles/CueWriting.h"
+#include "subtitles/NamedColors.h"
+#include "subtitles/SubRipMarkup.h"
+#include "subtitles/TextTime.h"
+
+#include <algorithm>
+
+namespace qlx::subtitles {
+
+namespace {
+
+using enum FindingCode;
+
+bool isOfSubRip(const Property& property) noexcept {
+    return property.name == properties::kColor || property.name == properties::kFontFace ||
+           property.name == properties::kFontSize || property.name == properties::kStruckOut ||
+           property.name == properties::kSubRipCodes;
+}
+
+/// The colour of a run: the exact one, as long as the style has the one that is nearest to it.
+std::string colorOf(const Run& run) {
+    const std::string* const exact = valueOf(run.properties, properties::kColor);
+    const auto bits = exact != nullptr ? colorNamed(*exact) : std::nullopt;
+    return hexColorText(bits && screenColor(*bits) == run.style.foreground ? *bits : bitsOf(run.style.foreground));
+}
+
+void openTags(const Run& run, std::string& text) {
+    if (const std::string* const codes = valueOf(run.properties, properties::kSubRipCodes)) {
+        text += "{" + *codes + "}";
+    }
+    const std::string* const face = valueOf(run.properties, properties::kFontFace);
+    const std::string* const size = valueOf(run.properties, properties::kFontSize);
+    const bool hasColor =
+        run.style.foreground != screen::Color::White || valueOf(run.properties, properties::kColor) != nullptr;
+    if (hasColor || face != nullptr || size != nullptr) {
+        text += "<font";
+        text += face != nullptr ? " face=\"" + *face + "\"" : "";
+        text += size != nullptr ? " size=\"" + *size + "\"" : "";
+        text += hasColor ? " color=\"" + colorOf(run) + "\"" : "";
+        text += ">";
+    }
+    text += run.style.isBold ? "<b>" : "";
+    text += run.style.isItalic ? "<i>" : "";
+    text += run.style.isUnderlined ? "<u>" : "";
+    text += valueOf(run.properties, properties::kStruckOut) != nullptr ? "<s>" : "";
+}
+
+void closeTags(const Run& run, std::string& text) {
+    text += valueOf(run.properties, properties::kStruckOut) != nullptr ? "</s>" : "";
+    text += run.style.isUnderlined ? "</u>" : "";
+    text += run.style.isItalic ? "</i>" : "";
+    text += run.style.isBold ? "</b>" : "";
+    const bool hasFont = run.style.foreground != screen::Color::White ||
+                         std::any_of(run.properties.begin(), run.properties.end(), [](const Property& property) {
+                             return property.name == properties::kColor || property.name == properties::kFontFace ||
+                                    property.name == properties::kFontSize;
+                         });
+    text += hasFont ? "</font>" : "";
+}
+
+void writeRow(const Row& row, RowLosses& losses, std::string& text) {
+    const std::size_t begin = text.size();
+    for (const Run& run : row.runs) {
+        losses.styles += run.style.background || run.style.isFlashing ? 1 : 0;
+        losses.runTimes += run.from.isValid() ? 1 : 0;
+        losses.properties += std::count_if(run.properties.begin(), run.properties.end(),
+                                           [](const Property& property) { return !isOfSubRip(property); });
+        losses.isAmbiguous = losses.isAmbiguous || looksLikeSubRipMarkup(run.text);
+        openTags(run, text);
+        appendWithoutLineEnds(text, run.text);
+        closeTags(run, text);
+    }
+    if (text.size() == begin) {
+        text += kEmptyRowText;
+    }
+    text += '\n';
+}
+
+}  // namespace
+
+bool SubRipWriter::write(const Cue& cue, std::string& text) {
+    const CueReport report(_findings, ++_cues);
+    const auto span = writtenSpan(cue, report);
+    if (!span) {
+        return false;
+    }
+    _number = cue.number != 0 ? cue.number : _number + 1;
+    appendNumber(text, _number);
+    text += '\n';
+    appendTextTime(text, span->start, ',');
+    text += " --> ";
+    appendTextTime(text, span->end, ',');
+    std::int64_t lost = 0;
+    for (const Property& property : cue.properties) {
+        if (property.name == properties::kSubRipCoordinates) {
+            text += ' ';
+            appendWithoutLineEnds(text, property.value);
+        } else {
+            ++lost;
+        }
+    }
+    text += '\n';
+    report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
+    for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
+        report.add(SubtitleNameLost, !name->empty(), static_cast<std::int64_t>(name->size()));
+    }
+    std::int64_t number = 0;
+    const std::uint8_t anchor = cue.rows.empty() ? 0 : anchorOf(cue, cue.rows.front());
+    if (anchor != 0) {
+        text += "{\\an";
+        text += static_cast<char>('0' + anchor);
+        text += '}';
+    }
+    for (const Row& row : cue.rows) {
+        RowLosses losses;
+        writeRow(row, losses, text);
+        losses.isPlaceLost = row.column != 0 || row.number != 0 || anchorOf(cue, row) != anchor;
+        losses.say(report, ++number);
+    }
+    text += '\n';
+    return true;
+}
+
+}  // namespace qlx::subtitles

@@ -1,0 +1,87 @@
+#include "subtitles/TextLines.h"
+
+#include "subtitles/SrtCue.h"
+
+#include <algorithm>
+
+namespace qlx::subtitles {
+
+std::size_t TextLines::Finder::next(const std::string& text, std::size_t begin) {
+    if (isFound && place >= begin) {
+        return place;
+    }
+    const std::size_t found = text.find(character, std::max(begin, place));
+    isFound = found != std::string::npos;
+    place = std::min(found, text.size());
+    return found;
+}
+
+void TextLines::push(std::span<const std::uint8_t> bytes) {
+    // Bytes are moved at most as often as they were pushed: only when no more than half of the buffer stays.
+    if (_begin > 0 && _begin >= _buffer.size() - _begin) {
+        _buffer.erase(0, _begin);
+        _feed.moveBack(_begin);
+        _return.moveBack(_begin);
+        _begin = 0;
+    }
+    _buffer.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+}
+
+bool TextLines::next(std::string_view& line) {
+    if (_skipsFeed && _begin < _buffer.size()) {
+        _begin += _buffer[_begin] == '\n' ? 1 : 0;
+        _skipsFeed = false;
+    }
+    if (_skipsLine) {
+        skipCutLine();
+    }
+    if (_skipsLine || _begin >= _buffer.size()) {
+        return false;
+    }
+    const std::size_t end = std::min(_feed.next(_buffer, _begin), _return.next(_buffer, _begin));
+    if (end == std::string::npos) {
+        return takeRest(line);
+    }
+    line = std::string_view(_buffer).substr(_begin, end - _begin);
+    _isCut = line.size() > _greatest;
+    line = line.substr(0, _greatest);
+    _begin = end + 1;
+    _skipsFeed = _buffer[end] == '\r';
+    if (++_number == 1 && line.starts_with(srt::kByteOrderMark)) {
+        line.remove_prefix(srt::kByteOrderMark.size());
+    }
+    return true;
+}
+
+/// Gives what stands behind the last line end, if that is a line.
+bool TextLines::takeRest(std::string_view& line) {
+    const std::size_t size = _buffer.size() - _begin;
+    if (!_isFinished && size <= _greatest) {
+        return false;
+    }
+    _isCut = size > _greatest;
+    _skipsLine = _isCut;
+    line = std::string_view(_buffer).substr(_begin, std::min(size, _greatest));
+    _begin = _buffer.size();
+    if (++_number == 1 && line.starts_with(srt::kByteOrderMark)) {
+        line.remove_prefix(srt::kByteOrderMark.size());
+    }
+    return true;
+}
+
+void TextLines::skipCutLine() {
+    const std::size_t end = std::min(_feed.next(_buffer, _begin), _return.next(_buffer, _begin));
+    if (end == std::string::npos) {
+        _begin = _buffer.size();
+        return;
+    }
+    _begin = end + 1;
+    _skipsFeed = _buffer[end] == '\r';
+    _skipsLine = false;
+    if (_skipsFeed && _begin < _buffer.size()) {
+        _begin += _buffer[_begin] == '\n' ? 1 : 0;
+        _skipsFeed = false;
+    }
+}
+
+}  // namespace qlx::subtitles

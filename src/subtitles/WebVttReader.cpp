@@ -1,0 +1,284 @@
+#include <qlx/subtitles/webvtt.h>
+
+#include "subtitles/TextEditing.h"
+#include "subtitles/TextLines.h"
+#include "subtitles/TextTime.h"
+#include "subtitles/WebVttSettings.h"
+#include "subtitles/WebVttText.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace qlx::subtitles {
+
+namespace {
+
+using enum FindingCode;
+
+constexpr std::int32_t kWebVttUnits = 1000;
+constexpr std::string_view kSignature = "WEBVTT";
+constexpr std::string_view kArrowOfTimes = "-->";
+
+/// Whether a line is this word, with blanks behind it or more behind a blank.
+bool isWord(std::string_view line, std::string_view word) noexcept {
+    return line.starts_with(word) &&
+           (line.size() == word.size() || line[word.size()] == ' ' || line[word.size()] == '\t');
+}
+
+bool isBlankBehind(std::string_view line, std::string_view word) noexcept {
+    return line.starts_with(word) && trimmed(line.substr(word.size())).empty();
+}
+
+/// A name that is a number of digits as they are written by default; none of any other.
+std::optional<std::uint64_t> numberIn(std::string_view name) noexcept {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    const bool isWhole = error == std::errc{} && end == name.data() + name.size() && name.front() != '0';
+    return isWhole ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
+
+class WebVttReader::Parser {
+public:
+    Parser(const TextCueOptions& options, FindingSink* findings)
+        : _options(options), _findings(findings), _lines(options.greatestCue), _text(findings) {}
+
+    TextLines& lines() noexcept { return _lines; }
+    const WebVttFile& file() const noexcept { return _file; }
+
+    const Cue* next() {
+        std::string_view line;
+        while (_lines.next(line)) {
+            WrongBytes wrong;
+            const std::string_view valid = withoutWrongBytes(line, _room, wrong);
+            if (wrong.count != 0) {
+                report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
+            }
+            if (takeLine(valid)) {
+                return &_ready;
+            }
+        }
+        if (_lines.isFinished() && !std::exchange(_isEnded, true)) {
+            const bool isReady = endBlock();
+            std::swap(_file.notes, _notes);
+            return isReady ? &_ready : nullptr;
+        }
+        return nullptr;
+    }
+
+private:
+    /// What the lines in hand are.
+    enum class Part : std::uint8_t { Start, Header, Between, Block, Text };
+
+    /// @return Whether a cue is complete.
+    bool takeLine(std::string_view line) {
+        if (_part == Part::Start) {
+            _part = Part::Header;
+            const bool isSigned = isWord(line, kSignature);
+            if (isSigned) {
+                _file.title = trimmed(line.substr(kSignature.size()));
+                return false;
+            }
+            report(WebVttSignatureMissing, Severity::Error);
+            _part = Part::Between;
+        }
+        if (line.empty()) {
+            const bool isReady = endBlock();
+            _part = Part::Between;
+            return isReady;
+        }
+        const bool hasArrow = line.find(kArrowOfTimes) != std::string_view::npos;
+        if (hasArrow) {
+            return takeTimes(line);
+        }
+        switch (_part) {
+        case Part::Header:
+            _file.header.emplace_back(line);
+            break;
+        case Part::Text:
+            takeText(line);
+            break;
+        default:
+            takeBlockLine(line);
+            break;
+        }
+        return false;
+    }
+
+    /// A line that belongs to no cue as yet.
+    void takeBlockLine(std::string_view line) {
+        _part = Part::Block;
+        if (++_blockLines > 1) {
+            _block += '\n';
+        }
+        if (_block.size() + line.size() <= _options.greatestCue) {
+            _block += line;
+        }
+    }
+
+    /// The times of a cue: its name stands alone in front of them.
+    bool takeTimes(std::string_view line) {
+        std::string name;
+        bool isReady = false;
+        if (_part == Part::Block && _blockLines == 1) {
+            name = std::exchange(_block, {});
+            _blockLines = 0;
+        } else {
+            isReady = endBlock();
+        }
+        _part = Part::Text;
+        const auto parts = splitTimingLine(line);
+        if (!parts || !parts->start || !parts->end) {
+            report(WebVttTimingWrong, Severity::Error);
+            return isReady;
+        }
+        const std::int64_t start = checkedTime(*parts->start, 1);
+        const std::int64_t end = checkedTime(*parts->end, 2);
+        if (end <= start) {
+            report(WebVttEndNotLater, Severity::Error, start, end);
+            return isReady;
+        }
+        _isCue = true;
+        _hasCue = true;
+        _cue = Cue{};
+        _text.begin();
+        _cue.start = MediaTime::make(start, kWebVttUnits);
+        _cue.end = MediaTime::make(end, kWebVttUnits);
+        if (const auto number = name.empty() ? std::nullopt : numberIn(name)) {
+            _cue.number = *number;
+        } else {
+            _cue.identifier = std::move(name);
+        }
+        for (std::string& note : _notes) {
+            _cue.properties.push_back({std::string(properties::kWebVttNote), std::move(note)});
+        }
+        _notes.clear();
+        _settings = takeSettings(parts->rest, _regions, _cue, [this](FindingCode code, std::int64_t size) {
+            report(code, Severity::Warning, size);
+        });
+        return isReady;
+    }
+
+    std::int64_t checkedTime(const TextTime& time, std::int64_t which) {
+        if (!time.hasDigits || time.mark != '.') {
+            report(WebVttTimeUnusual, Severity::Warning, which, time.milliseconds);
+        }
+        return time.milliseconds;
+    }
+
+    void takeText(std::string_view line) {
+        if (!_isCue) {
+            return;
+        }
+        _bytesOfCue += line.size() + 1;
+        if (_lines.isCut() || _bytesOfCue > _options.greatestCue || _cue.rows.size() >= _options.mostLines) {
+            report(WebVttTextTooLong, Severity::Error, static_cast<std::int64_t>(_options.greatestCue),
+                   static_cast<std::int64_t>(_options.mostLines));
+            _isCue = false;
+            _bytesOfCue = 0;
+            return;
+        }
+        _text.takeRow(line, _lines.number(), _cue);
+    }
+
+    /// Ends what is in hand. Gives whether it is a cue.
+    bool endBlock() {
+        if (_part == Part::Block) {
+            takeBlock();
+        }
+        const bool isReady = std::exchange(_isCue, false);
+        if (isReady) {
+            _text.end(_lines.number());
+            for (Row& row : _cue.rows) {
+                row.anchor = _settings.anchor;
+                row.alignment = _settings.alignment;
+            }
+            std::swap(_cue, _ready);
+        }
+        _bytesOfCue = 0;
+        return isReady;
+    }
+
+    void takeBlock() {
+        const std::string block = std::exchange(_block, {});
+        const std::uint64_t lines = std::exchange(_blockLines, 0);
+        const std::string_view first = std::string_view(block).substr(0, block.find('\n'));
+        if (isWord(first, "NOTE")) {
+            (_hasCue ? _notes : _file.blocks).push_back(block);
+            return;
+        }
+        const bool isRegion = isBlankBehind(first, "REGION");
+        if (_hasCue || (!isRegion && !isBlankBehind(first, "STYLE"))) {
+            report(WebVttBlockPassed, Severity::Warning, static_cast<std::int64_t>(lines));
+            return;
+        }
+        if (isRegion) {
+            takeRegion(block);
+        }
+        _file.blocks.push_back(block);
+    }
+
+    void takeRegion(std::string_view block) {
+        constexpr std::string_view kName = "id:";
+        while (!block.empty()) {
+            const std::size_t size = std::min(block.find_first_of(" \t\n"), block.size());
+            if (block.starts_with(kName)) {
+                _regions.emplace_back(block.substr(kName.size(), size - std::min(size, kName.size())));
+            }
+            block.remove_prefix(std::min(size + 1, block.size()));
+        }
+    }
+
+    void report(FindingCode code, Severity severity, std::int64_t first = 0, std::int64_t second = 0) {
+        if (_findings != nullptr) {
+            _findings->add({code, severity, _lines.number(), first, second});
+        }
+    }
+
+    TextCueOptions _options;
+    FindingSink* _findings;
+    TextLines _lines;
+    WebVttText _text;
+    WebVttFile _file;
+    std::vector<std::string> _notes;  ///< Behind the last cue so far.
+    std::vector<std::string> _regions;
+    Part _part = Part::Start;
+    Cue _cue;    ///< In hand.
+    Cue _ready;  ///< That was given.
+    PlaceOfSettings _settings;
+    bool _isCue = false;
+    bool _hasCue = false;  ///< There has been one.
+    bool _isEnded = false;
+    std::string _block;
+    std::uint64_t _blockLines = 0;
+    std::size_t _bytesOfCue = 0;
+    std::string _room;
+};
+
+WebVttReader::WebVttReader(const TextCueOptions& options, FindingSink* findings)
+    : _parser(std::make_unique<Parser>(options, findings)) {}
+WebVttReader::WebVttReader(WebVttReader&& other) noexcept = default;
+WebVttReader& WebVttReader::operator=(WebVttReader&& other) noexcept = default;
+WebVttReader::~WebVttReader() = default;
+
+void WebVttReader::push(std::span<const std::uint8_t> bytes) {
+    _parser->lines().push(bytes);
+}
+
+void WebVttReader::finish() noexcept {
+    _parser->lines().finish();
+}
+
+const Cue* WebVttReader::next() {
+    return _parser->next();
+}
+
+const WebVttFile& WebVttReader::file() const noexcept {
+    return _parser->file();
+}
+
+}  // namespace qlx::subtitles

@@ -1,0 +1,31 @@
+// The settings of WebVTT cues (W3C WebVTT, 6.3), and the places that they give.
+#pragma once
+
+#include <qlx/base/finding.h>
+#include <qlx/subtitles/cue.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::subtitles {
+
+/// Where settings put the rows of a cue.
+struct PlaceOfSettings {
+    std::uint8_t anchor = 0;
+    Alignment alignment = Alignment::Center;
+};
+
+/// Takes the settings behind the times of a cue into its properties and region.
+/// @param regions The names of those that there are.
+/// @param report Gets a code and the size of a setting or name.
+PlaceOfSettings takeSettings(std::string_view settings, const std::vector<std::string>& regions, Cue& cue,
+                             const std::function<void(FindingCode, std::int64_t)>& report);
+
+/// Appends the settings of a cue, each with a space in front of it: those that are its properties, or else what the
+/// place of its first row is.
+void appendSettings(const Cue& cue, std::string& text);
+
+}  // namespace qlx::subtitles

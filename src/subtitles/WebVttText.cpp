@@ -1,0 +1,239 @@
+#include "subtitles/WebVttText.h"
+
+#include "subtitles/CueWriting.h"
+#include "subtitles/Entities.h"
+#include "subtitles/TextEditing.h"
+#include "subtitles/TextTime.h"
+
+#include <qlx/base/utf8.h>
+#include <qlx/subtitles/times.h>
+#include <qlx/subtitles/webvtt.h>
+
+#include <algorithm>
+
+namespace qlx::subtitles {
+
+namespace {
+
+using enum FindingCode;
+
+constexpr std::int32_t kWebVttTimescale = 1000;
+
+/// More spans than these are not open at once: their tags are passed over.
+constexpr std::size_t kDeepestSpan = 64;
+
+/// The names of the spans, by Kind.
+constexpr std::string_view kSpanNames[] = {"c", "i", "b", "u", "v", "lang", "ruby", "rt"};
+
+std::optional<screen::Color> colorOfClass(std::string_view name) noexcept {
+    for (const auto& [known, color] : kWebVttColors) {
+        if (known == name) {
+            return color;
+        }
+    }
+    return std::nullopt;
+}
+
+/// `text` with its entities as characters.
+std::string decoded(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t plain = std::min(text.find('&'), text.size());
+        result += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (const auto entity = entityIn(text)) {
+            appendUtf8(result, entity->character);
+            text.remove_prefix(entity->size);
+        } else if (!text.empty()) {
+            result += '&';
+            text.remove_prefix(1);
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+void WebVttText::begin() {
+    _open.clear();
+    _from = {};
+    _lastTime = -1;
+    _isChanged = false;
+}
+
+void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
+    _line = line;
+    std::int64_t ampersands = 0;
+    cue.rows.emplace_back();
+    _isChanged = true;
+    while (!text.empty()) {
+        const std::size_t plain = std::min(text.find_first_of("<&"), text.size());
+        append(text.substr(0, plain), cue);
+        text.remove_prefix(plain);
+        if (text.empty()) {
+            break;
+        }
+        if (text.front() == '<') {
+            text.remove_prefix(takeTag(text, cue));
+            continue;
+        }
+        const auto entity = entityIn(text);
+        std::string character = "&";
+        if (entity) {
+            character.clear();
+            appendUtf8(character, entity->character);
+        } else {
+            ++ampersands;
+        }
+        append(character, cue);
+        text.remove_prefix(entity ? entity->size : 1);
+    }
+    Row& row = cue.rows.back();
+    if (row.runs.size() == 1 && row.runs.front() == Run{std::string(kEmptyRowText), {}, {}, {}}) {
+        row.runs.clear();
+    }
+    if (ampersands != 0) {
+        report(WebVttEntityUnknown, Severity::Remark, ampersands);
+    }
+}
+
+void WebVttText::end(std::uint64_t line) {
+    _line = line;
+    // A voice may be left open when it is that of all of the cue.
+    const auto open = std::count_if(_open.begin(), _open.end(), [](const Span& span) {
+        return span.kind != Kind::Voice && span.kind != Kind::RubyText;
+    });
+    if (open != 0) {
+        report(WebVttTagUnclosed, Severity::Remark, open);
+    }
+}
+
+/// @return The bytes of the tag.
+std::size_t WebVttText::takeTag(std::string_view text, const Cue& cue) {
+    const std::size_t end = std::min(text.find('>'), text.size());
+    const std::size_t size = std::min(end + 1, text.size());
+    const std::string_view inside = text.substr(1, end - 1);
+    const bool isDigit = !inside.empty() && inside.front() >= '0' && inside.front() <= '9';
+    const bool isKnown = isDigit                   ? takeTime(inside, cue)
+                         : inside.starts_with('/') ? closeSpan(inside.substr(1))
+                                                   : openSpan(inside);
+    if (!isKnown || size == end) {
+        report(WebVttTagWrong, Severity::Warning, static_cast<std::int64_t>(size));
+    }
+    _isChanged = true;
+    return size;
+}
+
+bool WebVttText::takeTime(std::string_view inside, const Cue& cue) {
+    const auto time = parseTextTime(inside);
+    if (!time) {
+        return false;
+    }
+    const bool isWithin = time->milliseconds > unitsOf(cue.start, kWebVttTimescale) &&
+                          time->milliseconds < unitsOf(cue.end, kWebVttTimescale);
+    if (!isWithin || time->milliseconds <= _lastTime) {
+        report(WebVttInnerTimeWrong, Severity::Warning, time->milliseconds);
+    }
+    _lastTime = time->milliseconds;
+    _from = MediaTime::make(time->milliseconds, kWebVttTimescale);
+    return true;
+}
+
+bool WebVttText::openSpan(std::string_view inside) {
+    const std::size_t nameSize = std::min(inside.find_first_of(". \t"), inside.size());
+    const std::size_t blank = std::min(inside.find_first_of(" \t"), inside.size());
+    const auto* const name = std::find(std::begin(kSpanNames), std::end(kSpanNames), inside.substr(0, nameSize));
+    if (name == std::end(kSpanNames) || _open.size() >= kDeepestSpan) {
+        return false;
+    }
+    Span span;
+    span.kind = static_cast<Kind>(name - std::begin(kSpanNames));
+    if (span.kind == Kind::RubyText && (_open.empty() || _open.back().kind != Kind::Ruby)) {
+        return false;
+    }
+    takeClasses(inside.substr(nameSize, blank - nameSize), span);
+    span.annotation = decoded(trimmed(inside.substr(blank)));
+    _open.push_back(std::move(span));
+    return true;
+}
+
+void WebVttText::takeClasses(std::string_view classes, Span& span) {
+    while (!classes.empty()) {
+        const std::string_view name = takePart(classes, '.');
+        const bool isBackground = name.starts_with(kWebVttBackground);
+        const auto color = colorOfClass(isBackground ? name.substr(kWebVttBackground.size()) : name);
+        if (color && isBackground) {
+            span.background = color;
+        } else if (color) {
+            span.foreground = color;
+        } else if (!name.empty()) {
+            span.classes += (span.classes.empty() ? "" : ".") + std::string(name);
+        }
+    }
+}
+
+bool WebVttText::closeSpan(std::string_view name) {
+    if (_open.empty()) {
+        return false;
+    }
+    if (name == "ruby" && _open.back().kind == Kind::RubyText) {
+        _open.pop_back();
+    }
+    // An end that is not that of the innermost span counts for nothing.
+    if (_open.empty() || kSpanNames[static_cast<std::size_t>(_open.back().kind)] != name) {
+        return false;
+    }
+    _open.pop_back();
+    return true;
+}
+
+void WebVttText::append(std::string_view text, Cue& cue) {
+    if (text.empty()) {
+        return;
+    }
+    if (std::exchange(_isChanged, false)) {
+        beginRun(cue.rows.back());
+    }
+    cue.rows.back().runs.back().text += text;
+}
+
+/// Begins a run, unless the last one looks like it.
+void WebVttText::beginRun(Row& row) {
+    Run run;
+    run.from = _from;
+    const auto add = [&run](std::string_view name, const std::string& value) {
+        run.properties.push_back({std::string(name), value});
+    };
+    for (const Span& span : _open) {
+        run.style.foreground = span.foreground.value_or(run.style.foreground);
+        run.style.background = span.background ? span.background : run.style.background;
+        if (span.kind == Kind::Voice) {
+            add(properties::kWebVttVoice, span.annotation);
+        } else if (span.kind == Kind::Language) {
+            add(properties::kWebVttLanguage, span.annotation);
+        } else if (span.kind == Kind::Ruby || span.kind == Kind::RubyText) {
+            add(span.kind == Kind::Ruby ? properties::kWebVttRuby : properties::kWebVttRubyText, {});
+        }
+        run.style.isBold = run.style.isBold || span.kind == Kind::Bold;
+        run.style.isItalic = run.style.isItalic || span.kind == Kind::Italic;
+        run.style.isUnderlined = run.style.isUnderlined || span.kind == Kind::Underline;
+        if (!span.classes.empty()) {
+            add(properties::kWebVttClass, span.classes);
+        }
+    }
+    if (!row.runs.empty()) {
+        const Run& last = row.runs.back();
+        if (last.style == run.style && last.from == run.from && last.properties == run.properties) {
+            return;
+        }
+    }
+    row.runs.push_back(std::move(run));
+}
+
+void WebVttText::report(FindingCode code, Severity severity, std::int64_t first) {
+    if (_findings != nullptr) {
+        _findings->add({code, severity, _line, first, 0});
+    }
+}
+
+}  // namespace qlx::subtitles

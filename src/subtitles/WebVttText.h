@@ -1,0 +1,73 @@
+// The text of WebVTT cues: spans, times, entities (W3C WebVTT, 6.4).
+#pragma once
+
+#include <qlx/base/finding.h>
+#include <qlx/subtitles/cue.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace qlx::subtitles {
+
+/// The classes that name colours (W3C WebVTT, 5.1).
+inline constexpr std::array<std::pair<std::string_view, screen::Color>, 8> kWebVttColors{{
+    {"white", screen::Color::White},
+    {"lime", screen::Color::Green},
+    {"cyan", screen::Color::Cyan},
+    {"red", screen::Color::Red},
+    {"yellow", screen::Color::Yellow},
+    {"magenta", screen::Color::Magenta},
+    {"blue", screen::Color::Blue},
+    {"black", screen::Color::Black},
+}};
+inline constexpr std::string_view kWebVttBackground = "bg_";
+
+/// Makes the runs of a cue's rows. Findings have the row's line.
+class WebVttText {
+public:
+    explicit WebVttText(FindingSink* findings) noexcept : _findings(findings) {}
+
+    /// Begins a cue.
+    void begin();
+
+    /// Appends the row of a line to a cue. A tag may go on in the next one.
+    void takeRow(std::string_view text, std::uint64_t line, Cue& cue);
+
+    /// Ends the cue.
+    void end(std::uint64_t line);
+
+private:
+    enum class Kind : std::uint8_t { Class, Italic, Bold, Underline, Voice, Language, Ruby, RubyText };
+
+    struct Span {
+        Kind kind = Kind::Class;
+        std::string classes;     ///< Without the colours.
+        std::string annotation;  ///< Of a voice or language.
+        std::optional<screen::Color> foreground;
+        std::optional<screen::Color> background;
+    };
+
+    [[nodiscard]] std::size_t takeTag(std::string_view text, const Cue& cue);
+    [[nodiscard]] bool takeTime(std::string_view inside, const Cue& cue);
+    [[nodiscard]] bool openSpan(std::string_view inside);
+    [[nodiscard]] bool closeSpan(std::string_view name);
+    static void takeClasses(std::string_view classes, Span& span);
+    void append(std::string_view text, Cue& cue);
+    void beginRun(Row& row);
+    void report(FindingCode code, Severity severity, std::int64_t first);
+
+    FindingSink* _findings;
+    std::uint64_t _line = 0;
+    std::vector<Span> _open;
+    MediaTime _from;
+    std::int64_t _lastTime = -1;
+    bool _isChanged = false;
+};
+
+}  // namespace qlx::subtitles

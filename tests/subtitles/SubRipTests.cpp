@@ -1,0 +1,275 @@
+// SubRip files as receivers read them: hand-written files, in pieces of any size, and written and read back.
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/times.h>
+
+#include "TextCues.h"
+
+#include <gtest/gtest.h>
+
+namespace subrip_tests {
+namespace {
+
+using namespace qlx::subtitles;
+using namespace std::string_view_literals;
+using qlx::FindingCode;
+using qlx::screen::Color;
+using qlxtest::cueOf;
+using qlxtest::CuesRead;
+using qlxtest::milliseconds;
+using qlxtest::randomCue;
+using qlxtest::readCues;
+using qlxtest::rowOf;
+using qlxtest::rowsInWords;
+
+CuesRead read(std::string_view text, std::size_t piece = std::string_view::npos, const TextCueOptions& options = {}) {
+    return readCues<SubRipReader>(text, piece, options);
+}
+
+constexpr std::string_view kHead = "1\n00:00:01,000 --> 00:00:02,000\n";
+
+struct RowCase {
+    std::string_view text;
+    std::string_view expected;  ///< See rowsInWords().
+    std::vector<FindingCode> findings{};
+};
+
+TEST(SubRip, ReadsTheMarkupOfRows) {
+    using enum qlx::FindingCode;
+    const RowCase cases[] = {
+        {"plain", "plain"},
+        {"a\nb", "a|b"},
+        {"<b>a</b>b", "{b}a{}b"},
+        {"<I>a</I><U>b</U>", "{i}a{u}b"},
+        {"< i >a</ i >", "{i}a"},
+        {"<i>a\nb</i>\nc", "{i}a|{i}b|c"},
+        {"<b>a<i>b</b>c</i>", "{b}a{bi}b{i}c"},
+        {"<i>a", "{i}a", {SubRipTagUnclosed}},
+        {"a</i>", "a", {SubRipTagWithoutStart}},
+        {"<font color=\"red\">a</font>b", "{#30}a{}b"},
+        {"<FONT COLOR='#00FF00'>a</FONT>", "{#0c}a"},
+        {"<font color=#0000ff>a\nb</font>", "{#03}a|{#03}b"},
+        {"<font color=\"#ff0\">a</font>", "{#3c}a"},
+        {"<font color=\"rgb(255, 0, 255)\">a</font>", "{#33}a"},
+        {"<font color=00FFFF>a</font>", "{#0f}a"},
+        {"<font color=\"white\">a</font>", "a"},
+        {"<font color=\"orange\">a</font>", "{#38 color=#ffa500}a"},
+        {"<font color=\"nothing\">a</font>", "a", {SrtColorUnknown}},
+        {"<font face=\"Arial\" size=20 color=\"yellow\">a</font>", "{#3c font.face=Arial font.size=20}a"},
+        {"<font color=red>a<font color=blue>b</font>c</font>", "{#30}a{#03}b{#30}c"},
+        {"<s>a</s>", "{strikeout=}a"},
+        {"a<br>b<BR/>c", "a|b|c"},
+        {"<foo>a", "<foo>a", {SubRipTagUnknown}},
+        {"1 < 2 and 3 > 2", "1 < 2 and 3 > 2"},
+        {"<3 a -> b", "<3 a -> b"},
+        {"a &amp; b &lt;i&gt; &#233;&#xE9;&nbsp;", "a & b <i> \u00E9\u00E9\u00A0", {SubRipEntities}},
+        {"AT&T; a&b", "AT&T; a&b"},
+        {"{\\an8}a\nb", "[8]a|[8]b"},
+        {"a\n{\\an1}b", "[1]a|[1]b"},
+        {"{\\a6}a", "[8]a"},
+        {"{\\a11}a{\\an2}", "[6]a"},
+        {"{\\i1}a{\\i0}b{\\b1\\u1}c{\\r}d", "{i}a{}b{bu}c{}d"},
+        {"<i>a{\\i0}b{\\i}c</i>", "{i}a{}b{i}c"},
+        {"{\\c&H0000FF&}a{\\c}b", "{#30}a{}b"},
+        {"{\\pos(10,20)}a", "{srt.codes=\\pos(10,20)}a"},
+        {"{\\an8\\fad(1,2)\\t(0,5,\\fs9)}a", "[8]{srt.codes=\\fad(1,2)\\t(0,5,\\fs9)}a"},
+        {"a{\\k20}", "a{srt.codes=\\k20}"},
+        {"{\\an8 a", "{\\an8 a"},
+        {"{a}", "{a}"},
+        {"a\n\u00A0\nb", "a||b"},
+        {"a\n\nb", "a||b", {SubRipEmptyRow}},
+        {"a\n12", "a|12"},
+        {"12\n", "12"},
+        {"a\xFF", "a\uFFFD", {SubtitleTextNotUtf8}},
+    };
+    for (const RowCase& row : cases) {
+        const CuesRead result = read(std::string(kHead) + std::string(row.text) + "\n\n");
+        ASSERT_EQ(result.cues.size(), 1U) << row.text;
+        EXPECT_EQ(rowsInWords(result.cues.front()), row.expected) << row.text;
+        EXPECT_EQ(result.codes(), row.findings) << row.text;
+    }
+}
+
+struct TimeCase {
+    std::string_view line;
+    std::int64_t start;
+    std::int64_t end;
+    std::vector<FindingCode> findings{};
+};
+
+TEST(SubRip, ReadsTimesInTheFormsThatThereAre) {
+    using enum qlx::FindingCode;
+    const TimeCase cases[] = {
+        {"00:00:01,000 --> 00:00:02,500", 1000, 2500},
+        {"00:00:01.000 --> 00:00:02.500", 1000, 2500, {SrtTimeUnusual, SrtTimeUnusual}},
+        {"00:00:01,000-->00:00:02,500", 1000, 2500},
+        {"\t00:00:01,000  -->  00:00:02,500 ", 1000, 2500},
+        {"00:01:39 --> 00:01:40", 99'000, 100'000, {SrtTimeUnusual, SrtTimeUnusual}},
+        {"1:39,5 --> 01:40,25", 99'500, 100'250, {SrtTimeUnusual, SrtTimeUnusual}},
+        {"0:00:01,000 --> 123:00:00,000", 1000, 442'800'000, {SrtTimeUnusual}},
+        {"00:00:01,0004 --> 00:00:01,9995", 1000, 2000, {SrtTimeUnusual, SrtTimeUnusual}},
+        {"00:75:00,000 --> 01:15:01,000", 4'500'000, 4'501'000, {SrtTimeUnusual}},
+        {"00:00:01,000 --> 00:00:01,000", 1000, 1000, {SrtEndNotLater}},
+    };
+    for (const TimeCase& time : cases) {
+        const CuesRead result = read("1\n" + std::string(time.line) + "\na\n");
+        ASSERT_EQ(result.cues.size(), 1U) << time.line;
+        EXPECT_EQ(result.cues.front().start, milliseconds(time.start)) << time.line;
+        EXPECT_EQ(result.cues.front().end, milliseconds(time.end)) << time.line;
+        EXPECT_EQ(result.codes(), time.findings) << time.line;
+    }
+    EXPECT_EQ(read("1\n00:00:02,000 --> 00:00:01,000\na\n").codes(), std::vector{SrtEndNotLater});
+    EXPECT_EQ(read("1\n00:00:xx,000 --> 00:00:01,000\na\n").codes(), std::vector{SrtTimeWrong});
+}
+
+TEST(SubRip, KeepsWhatStandsBehindTheTimes) {
+    const CuesRead result = read("1\n00:00:01,000 --> 00:00:02,000  X1:117 X2:619 Y1:042 Y2:428\na\n");
+    ASSERT_EQ(result.cues.size(), 1U);
+    EXPECT_EQ(result.cues[0].properties, (Properties{{"srt.coordinates", "X1:117 X2:619 Y1:042 Y2:428"}}));
+    EXPECT_TRUE(result.findings.empty());
+}
+
+TEST(SubRip, ReadsLinesThatEndInAnyWayInPiecesOfAnySize) {
+    const std::string text = "\xEF\xBB\xBF"
+                             "1\n00:00:01,000 --> 00:00:02,000\na\nb\n\n7\n00:00:02,000 --> 00:00:03,000\nc\n";
+    const CuesRead expected = read(text);
+    ASSERT_EQ(expected.cues.size(), 2U);
+    EXPECT_EQ(expected.cues[0], cueOf(1, 1000, 2000, {rowOf("a"), rowOf("b")}));
+    EXPECT_EQ(expected.cues[1], cueOf(7, 2000, 3000, {rowOf("c")}));
+    EXPECT_TRUE(expected.findings.empty());
+    for (const std::string_view end : {"\n"sv, "\r\n"sv, "\r"sv}) {
+        std::string other;
+        for (const char character : text) {
+            other += character == '\n' ? std::string(end) : std::string(1, character);
+        }
+        for (std::size_t piece = 1; piece < other.size(); ++piece) {
+            EXPECT_EQ(read(other, piece), expected) << piece;
+        }
+    }
+}
+
+TEST(SubRip, TakesCuesWithoutNumbersAndWithoutEmptyLines) {
+    using enum qlx::FindingCode;
+    const CuesRead result = read("00:00:01,000 --> 00:00:02,000\na\n\n00:00:02,000 --> 00:00:03,000\nb\n"
+                                 "9\n00:00:04,000 --> 00:00:05,000\nc");
+    ASSERT_EQ(result.cues.size(), 3U);
+    EXPECT_EQ(result.cues[0], cueOf(1, 1000, 2000, {rowOf("a")}));
+    EXPECT_EQ(result.cues[1], cueOf(2, 2000, 3000, {rowOf("b")}));
+    EXPECT_EQ(result.cues[2], cueOf(9, 4000, 5000, {rowOf("c")}));
+    EXPECT_EQ(result.codes(), (std::vector{SrtNumberWrong, SrtNumberWrong, SrtTimingInsideCue}));
+}
+
+TEST(SubRip, LeavesOutWhatIsNoCueWithItsLine) {
+    const CuesRead result = read("title\n\n1\n00:00:01,000 --> 00:00:02,000\na\n\n2\n");
+    ASSERT_EQ(result.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(result.cues[0]), "a");
+    ASSERT_EQ(result.findings.size(), 2U);
+    EXPECT_EQ(result.findings[0], (qlx::Finding{FindingCode::SubRipTextInFront, qlx::Severity::Error, 1, 5, 0}));
+    EXPECT_EQ(result.findings[1], (qlx::Finding{FindingCode::SrtTimingMissing, qlx::Severity::Error, 7, 0, 0}));
+}
+
+TEST(SubRip, LeavesOutCuesThatAreTooLong) {
+    const std::string text = std::string(kHead) + std::string(200, 'x') + "\n\n2\n00:00:03,000 --> 00:00:04,000\nb\n";
+    for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, std::string_view::npos}) {
+        const CuesRead result = read(text, piece, {.greatestCue = 100});
+        ASSERT_EQ(result.cues.size(), 1U);
+        EXPECT_EQ(result.cues[0].number, 2U);
+        EXPECT_EQ(result.codes(), std::vector{FindingCode::SrtCueTooLong});
+    }
+}
+
+TEST(SubRip, IsReadAtEveryLengthWithoutMoreCuesThanThereAre) {
+    const std::string text = std::string(kHead) + "{\\an8}<font color=\"red\">a &amp; b</font>\n\n2\n"
+                                                  "00:00:03,000 --> 00:00:04,000\n<i>b</i>\n";
+    for (std::size_t size = 0; size <= text.size(); ++size) {
+        EXPECT_LE(read(std::string_view(text).substr(0, size)).cues.size(), 2U);
+    }
+}
+
+std::string written(const Cue& cue, qlx::Findings* findings = nullptr) {
+    std::string text;
+    SubRipWriter writer(findings);
+    (void)writer.write(cue, text);
+    return text;
+}
+
+TEST(SubRip, WritesCues) {
+    Cue cue = cueOf(3, 1000, 2500, {rowOf("a & b"), Row{}, rowOf("c")});
+    cue.rows[0].runs.push_back({"d", {}});
+    cue.rows[0].runs[1].style.foreground = Color::Yellow;
+    cue.rows[0].runs[1].style.isItalic = true;
+    cue.properties = {{"srt.coordinates", "X1:1"}};
+    for (Row& row : cue.rows) {
+        row.anchor = 8;
+    }
+    qlx::Findings findings;
+    EXPECT_EQ(written(cue, &findings), "3\n00:00:01,000 --> 00:00:02,500 X1:1\n"
+                                       "{\\an8}a & b<font color=\"#ffff00\"><i>d</i></font>\n\u00A0\nc\n\n");
+    EXPECT_TRUE(findings.empty());
+}
+
+TEST(SubRip, SaysWhatItCannotWrite) {
+    using enum qlx::FindingCode;
+    Cue cue = cueOf(1, 1000, 1000, {rowOf("<b>"), rowOf("x")});
+    cue.rows[1].runs[0].style.background = Color::Blue;
+    cue.rows[1].runs[0].from = milliseconds(1500);
+    cue.rows[1].runs[0].properties = {{"vtt.v", "Bob"}};
+    cue.rows[1].number = 11;
+    cue.identifier = "intro";
+    qlx::Findings findings;
+    EXPECT_EQ(written(cue, &findings), "1\n00:00:01,000 --> 00:00:01,001\n<b>\nx\n\n");
+    std::vector<FindingCode> codes;
+    for (const auto& finding : findings) {
+        codes.push_back(finding.code);
+    }
+    EXPECT_EQ(codes, (std::vector{SubtitleTimeEmptied, SubtitleNameLost, SubtitleTextAmbiguous, SubtitleStylesLost,
+                                  SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitlePlaceLost}));
+    EXPECT_EQ(written(cueOf(1, -2000, -1000, {rowOf("a")})), "");
+    EXPECT_EQ(written(cueOf(1, -2000, 1000, {rowOf("a")})), "1\n00:00:00,000 --> 00:00:01,000\na\n\n");
+}
+
+TEST(SubRip, IsReadBackAsItWasWritten) {
+    std::mt19937 random(7);
+    std::string text;
+    std::vector<Cue> cues;
+    qlx::Findings findings;
+    SubRipWriter writer(&findings);
+    for (std::uint64_t number = 1; number <= 10'000; ++number) {
+        cues.push_back(randomCue(random, number, qlxtest::CueFormat::SubRip));
+        EXPECT_TRUE(writer.write(cues.back(), text));
+    }
+    EXPECT_TRUE(findings.empty());
+    const CuesRead back = read(text, 1000);
+    EXPECT_TRUE(back.findings.empty());
+    ASSERT_EQ(back.cues.size(), cues.size());
+    for (std::size_t index = 0; index < cues.size(); ++index) {
+        ASSERT_EQ(back.cues[index], cues[index]) << rowsInWords(back.cues[index]) << "\n" << rowsInWords(cues[index]);
+    }
+}
+
+TEST(CueTimes, AreRoundedHalfUpAndTouchingOnesStayTouching) {
+    using qlx::MediaTime;
+    EXPECT_EQ(unitsOf(MediaTime::make(1, 2000), 1000), 1);
+    EXPECT_EQ(unitsOf(MediaTime::make(-1, 2000), 1000), 0);
+    EXPECT_EQ(unitsOf(MediaTime::make(-3, 2000), 1000), -1);
+    EXPECT_EQ(unitsOf(MediaTime::make(1001, 30000), 1000), 33);
+    EXPECT_EQ(unitsOf(MediaTime::make(36'000, 1), 1000), 36'000'000);
+    EXPECT_EQ(unitsOf(MediaTime{}, 1000), 0);
+    EXPECT_EQ(unitsOf(MediaTime::make(std::numeric_limits<std::int64_t>::max(), 1), 1000),
+              std::numeric_limits<std::int64_t>::max());
+    // 24 frames of 1001/24000 s are 1001 ms; each end is the start of the next one.
+    Cue cue;
+    std::int64_t before = 0;
+    for (std::int64_t frame = 0; frame < 100; ++frame) {
+        cue.start = MediaTime::make(frame * 1001, 24000);
+        cue.end = MediaTime::make((frame + 1) * 1001, 24000);
+        const UnitSpan span = spanIn(cue, 1000);
+        EXPECT_EQ(span.start, before);
+        EXPECT_FALSE(span.isLengthened);
+        before = span.end;
+    }
+    cue.end = cue.start;
+    EXPECT_EQ(spanIn(cue, 1000), (UnitSpan{4129, 4130, true}));
+}
+
+}  // namespace
+}  // namespace subrip_tests

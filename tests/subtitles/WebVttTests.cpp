@@ -1,0 +1,263 @@
+// WebVTT files: hand-written files, in pieces of any size, and written and read back.
+#include <qlx/subtitles/webvtt.h>
+
+#include "TextCues.h"
+
+#include <gtest/gtest.h>
+
+namespace webvtt_tests {
+namespace {
+
+using namespace qlx::subtitles;
+using namespace std::string_view_literals;
+using qlx::FindingCode;
+using qlx::screen::Color;
+using qlxtest::cueOf;
+using qlxtest::CuesRead;
+using qlxtest::milliseconds;
+using qlxtest::randomCue;
+using qlxtest::readCues;
+using qlxtest::rowOf;
+using qlxtest::rowsInWords;
+
+CuesRead read(std::string_view text, std::size_t piece = std::string_view::npos, const TextCueOptions& options = {}) {
+    return readCues<WebVttReader>(text, piece, options);
+}
+
+WebVttFile fileOf(std::string_view text) {
+    WebVttReader reader;
+    reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    reader.finish();
+    while (reader.next() != nullptr) {
+    }
+    return reader.file();
+}
+
+struct TextCase {
+    std::string_view text;
+    std::string_view expected;  ///< See rowsInWords().
+    std::vector<FindingCode> findings{};
+};
+
+TEST(WebVtt, ReadsTheSpansOfText) {
+    using enum qlx::FindingCode;
+    const TextCase cases[] = {
+        {"plain", "plain"},
+        {"a\nb", "a|b"},
+        {"<b>a</b><i>b</i><u>c</u>", "{b}a{i}b{u}c"},
+        {"<i>a\nb</i>c", "{i}a|{i}b{}c"},
+        {"<i.loud>a</i>", "{i vtt.c=loud}a"},
+        {"<c.red>a</c><c.yellow.bg_blue>b</c>", "{#30}a{#3con03}b"},
+        {"<c.lime.loud.x>a</c>", "{#0c vtt.c=loud.x}a"},
+        {"<c.red>a<c.white>b</c>c</c>", "{#30}a{}b{#30}c"},
+        {"<v Mary &amp; Bob>a", "{vtt.v=Mary & Bob}a"},
+        {"<v.loud Mary>a</v>b", "{vtt.v=Mary vtt.c=loud}a{}b"},
+        {"<lang en-GB>a</lang>", "{vtt.lang=en-GB}a"},
+        {"<ruby>a<rt>b</rt>c<rt>d</ruby>e", "{vtt.ruby=}a{vtt.ruby= vtt.rt=}b{vtt.ruby=}c{vtt.ruby= vtt.rt=}d{}e"},
+        {"a<00:00:01.500>b<00:00:01.750>c", "a{@1500}b{@1750}c"},
+        {"a<00:01.500>b\nc", "a{@1500}b|{@1500}c"},
+        {"a<00:00:00.500>b", "a{@500}b", {WebVttInnerTimeWrong}},
+        {"a &amp; &lt;b&gt; &nbsp;&lrm;&rlm;&#233;", "a & <b> \u00A0\u200E\u200F\u00E9"},
+        {"AT&T", "AT&T", {WebVttEntityUnknown}},
+        {"a<foo>b</foo>", "ab", {WebVttTagWrong, WebVttTagWrong}},
+        {"<b>a</i>b</b>", "{b}ab", {WebVttTagWrong}},
+        {"<b>a", "{b}a", {WebVttTagUnclosed}},
+        {"a<b", "a", {WebVttTagWrong, WebVttTagUnclosed}},
+        {"<rt>a</rt>", "a", {WebVttTagWrong, WebVttTagWrong}},
+        {"a\n&nbsp;\nb", "a||b"},
+        {"a\xC3", "a\uFFFD", {SubtitleTextNotUtf8}},
+    };
+    for (const TextCase& row : cases) {
+        const CuesRead result = read("WEBVTT\n\n00:00:01.000 --> 00:00:02.000\n" + std::string(row.text) + "\n\n");
+        ASSERT_EQ(result.cues.size(), 1U) << row.text;
+        EXPECT_EQ(rowsInWords(result.cues.front()), row.expected) << row.text;
+        EXPECT_EQ(result.codes(), row.findings) << row.text;
+    }
+}
+
+struct SettingCase {
+    std::string_view settings;
+    Properties properties;
+    std::uint8_t anchor = 0;
+    Alignment alignment = Alignment::Center;
+    std::vector<FindingCode> findings{};
+};
+
+TEST(WebVtt, ReadsSettings) {
+    using enum qlx::FindingCode;
+    const SettingCase cases[] = {
+        {"", {}},
+        {" align:left", {}, 0, Alignment::Left},
+        {" align:end", {{"vtt.align", "end"}}, 0, Alignment::Right},
+        {" line:0", {}, 8},
+        {" line:50%,center align:right", {}, 6, Alignment::Right},
+        {" line:-1", {{"vtt.line", "-1"}}, 2},
+        {" line:84.5%,end", {{"vtt.line", "84.5%,end"}}, 2},
+        {" position:10%,line-left size:35%", {{"vtt.position", "10%,line-left"}, {"vtt.size", "35%"}}},
+        {" vertical:rl\tline:1", {{"vtt.vertical", "rl"}, {"vtt.line", "1"}}, 8},
+        {" line:x size:101% align:middle foo:bar size",
+         {},
+         0,
+         Alignment::Center,
+         {WebVttSettingWrong, WebVttSettingWrong, WebVttSettingWrong, WebVttSettingWrong, WebVttSettingWrong}},
+    };
+    for (const SettingCase& setting : cases) {
+        const CuesRead result = read("WEBVTT\n\n00:01.000 --> 00:02.000" + std::string(setting.settings) + "\na\n");
+        ASSERT_EQ(result.cues.size(), 1U) << setting.settings;
+        EXPECT_EQ(result.cues[0].properties, setting.properties) << setting.settings;
+        ASSERT_EQ(result.cues[0].rows.size(), 1U);
+        EXPECT_EQ(result.cues[0].rows[0].anchor, setting.anchor) << setting.settings;
+        EXPECT_EQ(result.cues[0].rows[0].alignment, setting.alignment) << setting.settings;
+        EXPECT_EQ(result.codes(), setting.findings) << setting.settings;
+    }
+}
+
+constexpr std::string_view kWhole = "WEBVTT - a title\n"
+                                    "X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n"
+                                    "Language: en\n"
+                                    "\n"
+                                    "STYLE\n"
+                                    "::cue { color: lime }\n"
+                                    "\n"
+                                    "REGION\n"
+                                    "id:fred width:40%\n"
+                                    "lines:3\n"
+                                    "\n"
+                                    "NOTE in front\n"
+                                    "\n"
+                                    "intro\n"
+                                    "00:01.000 --> 00:00:02.000 region:fred position:10%\n"
+                                    "a\n"
+                                    "\n"
+                                    "NOTE\n"
+                                    "between\n"
+                                    "\n"
+                                    "2\n"
+                                    "00:00:02.000 --> 00:00:03.000\n"
+                                    "b\n"
+                                    "\n"
+                                    "NOTE behind\n";
+
+TEST(WebVtt, KeepsWhatStandsAroundCues) {
+    const CuesRead result = read(kWhole);
+    EXPECT_EQ(result.codes(), std::vector<FindingCode>());
+    ASSERT_EQ(result.cues.size(), 2U);
+    Cue first = cueOf(0, 1000, 2000, {rowOf("a")});
+    first.identifier = "intro";
+    first.region = "fred";
+    first.properties = {{"vtt.position", "10%"}};
+    EXPECT_EQ(result.cues[0], first);
+    Cue second = cueOf(2, 2000, 3000, {rowOf("b")});
+    second.properties = {{"vtt.note", "NOTE\nbetween"}};
+    EXPECT_EQ(result.cues[1], second);
+    const WebVttFile file = fileOf(kWhole);
+    EXPECT_EQ(file.title, "- a title");
+    EXPECT_EQ(file.header,
+              (std::vector<std::string>{"X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000", "Language: en"}));
+    EXPECT_EQ(file.blocks, (std::vector<std::string>{"STYLE\n::cue { color: lime }",
+                                                     "REGION\nid:fred width:40%\nlines:3", "NOTE in front"}));
+    EXPECT_EQ(file.notes, std::vector<std::string>{"NOTE behind"});
+    // What is written is read as the same.
+    std::string text;
+    WebVttWriter writer;
+    writer.begin(file, text);
+    for (const Cue& cue : result.cues) {
+        EXPECT_TRUE(writer.write(cue, text));
+    }
+    writer.finish(file, text);
+    EXPECT_EQ(read(text), result);
+    EXPECT_EQ(fileOf(text), file);
+}
+
+TEST(WebVtt, IgnoresSettingsOfPlaceInARegion) {
+    using enum qlx::FindingCode;
+    const CuesRead result =
+        read("WEBVTT\n\nREGION\nid:r\n\n00:01.000 --> 00:02.000 line:0 region:r size:50% vertical:lr\na\n"
+             "\n00:02.000 --> 00:03.000 region:other\nb\n");
+    ASSERT_EQ(result.cues.size(), 2U);
+    EXPECT_EQ(result.cues[0].region, "r");
+    EXPECT_EQ(result.cues[0].properties, Properties());
+    EXPECT_EQ(result.cues[0].rows[0].anchor, 0);
+    EXPECT_EQ(result.codes(),
+              (std::vector{WebVttSettingInRegion, WebVttSettingInRegion, WebVttSettingInRegion, WebVttRegionUnknown}));
+}
+
+TEST(WebVtt, TakesWhatIsSeenWithFindings) {
+    using enum qlx::FindingCode;
+    const struct {
+        std::string_view text;
+        std::vector<std::string_view> rows;
+        std::vector<FindingCode> findings;
+    } cases[] = {
+        {"00:01.000 --> 00:02.000\na\n", {"a"}, {WebVttSignatureMissing}},
+        {"WEBVTT\n00:01.000 --> 00:02.000\na\n", {"a"}, {}},
+        {"\xEF\xBB\xBFWEBVTT\r\r00:01.000 --> 00:02.000\ra\r", {"a"}, {}},
+        {"WEBVTT\n\n00:00:01,000 --> 0:2.5\na\n", {"a"}, {WebVttTimeUnusual, WebVttTimeUnusual}},
+        {"WEBVTT\n\n00:02.000 --> 00:02.000\na\n\n00:03.000 --> 00:04.000\nb", {"b"}, {WebVttEndNotLater}},
+        {"WEBVTT\n\nx --> y\na\n\n00:03.000 --> 00:04.000\nb", {"b"}, {WebVttTimingWrong}},
+        {"WEBVTT\n\nnobody\nknows\n\n00:03.000 --> 00:04.000\nb", {"b"}, {WebVttBlockPassed}},
+        {"WEBVTT\n\n00:03.000 --> 00:04.000\na\n\nSTYLE\n::cue{}\n", {"a"}, {WebVttBlockPassed}},
+        {"WEBVTT\n\n00:03.000 --> 00:04.000\na\n00:04.000 --> 00:05.000\nb\n", {"a", "b"}, {}},
+        {"WEBVTT\n\n00:03.000 --> 00:04.000\n\n", {""}, {}},
+        {"WEBVTTX\n\n", {}, {WebVttSignatureMissing, WebVttBlockPassed}},
+    };
+    for (const auto& file : cases) {
+        for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::string_view::npos}) {
+            const CuesRead result = read(file.text, piece);
+            std::vector<std::string> rows;
+            for (const Cue& cue : result.cues) {
+                rows.push_back(rowsInWords(cue));
+            }
+            EXPECT_EQ(rows, std::vector<std::string>(file.rows.begin(), file.rows.end())) << file.text;
+            EXPECT_EQ(result.codes(), file.findings) << file.text;
+        }
+    }
+    const CuesRead large =
+        read("WEBVTT\n\n00:01.000 --> 00:02.000\n" + std::string(200, 'x') + "\n\n00:03.000 --> 00:04.000\nb\n", 7,
+             {.greatestCue = 100});
+    ASSERT_EQ(large.cues.size(), 1U);
+    EXPECT_EQ(large.codes(), std::vector{WebVttTextTooLong});
+}
+
+TEST(WebVtt, WritesPlacesOfOtherFormats) {
+    Cue cue = cueOf(1, 1000, 2000, {rowOf("a --> <b> & c"), Row{}});
+    cue.screenRows = 15;
+    cue.screenColumns = 32;
+    cue.rows[0].number = 4;
+    cue.rows[0].column = 9;
+    cue.rows[0].runs[0].style.foreground = qlx::screen::colorOf(3, 2, 0);
+    qlx::Findings findings;
+    WebVttWriter writer(&findings);
+    std::string text;
+    EXPECT_TRUE(writer.write(cue, text));
+    // Row 4 of 15: 10 % and 3/15 of 80 %; column 9 of 32: 10 % and 8/32 of 80 %. Orange is nearest to yellow.
+    EXPECT_EQ(text, "1\n00:00:01.000 --> 00:00:02.000 line:26% position:30%,line-left align:left\n"
+                    "<c.yellow>a --&gt; &lt;b&gt; &amp; c</c>\n&nbsp;\n\n");
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].code, FindingCode::SubtitleColorChanged);
+    EXPECT_EQ(findings[1].code, FindingCode::SubtitlePlaceLost);
+    EXPECT_EQ(findings[1].first, 2);
+}
+
+TEST(WebVtt, IsReadBackAsItWasWritten) {
+    std::mt19937 random(11);
+    std::string text;
+    std::vector<Cue> cues;
+    qlx::Findings findings;
+    WebVttWriter writer(&findings);
+    writer.begin({}, text);
+    for (std::uint64_t number = 1; number <= 10'000; ++number) {
+        cues.push_back(randomCue(random, number, qlxtest::CueFormat::WebVtt));
+        EXPECT_TRUE(writer.write(cues.back(), text));
+    }
+    EXPECT_TRUE(findings.empty());
+    const CuesRead back = read(text, 1000);
+    EXPECT_TRUE(back.findings.empty());
+    ASSERT_EQ(back.cues.size(), cues.size());
+    for (std::size_t index = 0; index < cues.size(); ++index) {
+        ASSERT_EQ(back.cues[index], cues[index]) << rowsInWords(back.cues[index]) << "\n" << rowsInWords(cues[index]);
+    }
+}
+
+}  // namespace
+}  // namespace webvtt_tests
