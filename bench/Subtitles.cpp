@@ -5,6 +5,9 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/webvtt.h>
+
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -304,6 +307,104 @@ void makeTwoLineRecordFromMarkup(benchmark::State& state) {
     }
 }
 
+/// The core's readers and writers, of as many cues as the file above has.
+template <class Reader>
+std::vector<qlx::subtitles::Cue> cuesOf(const std::string& text) {
+    std::vector<qlx::subtitles::Cue> cues;
+    Reader reader;
+    reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    reader.finish();
+    while (const qlx::subtitles::Cue* const cue = reader.next()) {
+        cues.push_back(*cue);
+    }
+    return cues;
+}
+
+template <class Reader>
+void readTextCues(benchmark::State& state, const std::string& text) {
+    if (cuesOf<Reader>(text).size() != static_cast<std::size_t>(state.range(0))) {
+        state.SkipWithError("not all cues are read");
+    }
+    constexpr std::size_t kPiece = std::size_t{64} * 1024;
+    for (auto _ : state) {
+        Reader reader;
+        std::size_t rows = 0;
+        const auto take = [&] {
+            while (const qlx::subtitles::Cue* const cue = reader.next()) {
+                rows += cue->rows.size();
+            }
+        };
+        for (std::size_t done = 0; done < text.size(); done += kPiece) {
+            const std::string_view piece = std::string_view(text).substr(done, kPiece);
+            reader.push({reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()});
+            take();
+        }
+        reader.finish();
+        take();
+        benchmark::DoNotOptimize(rows);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+std::string webVttOf(const std::vector<qlx::subtitles::Cue>& cues) {
+    std::string text;
+    qlx::subtitles::WebVttWriter writer;
+    writer.begin({}, text);
+    for (const qlx::subtitles::Cue& cue : cues) {
+        (void)writer.write(cue, text);
+    }
+    return text;
+}
+
+void readSubRipCues(benchmark::State& state) {
+    readTextCues<qlx::subtitles::SubRipReader>(state, makeFile(state.range(0)));
+}
+void readWebVttCues(benchmark::State& state) {
+    readTextCues<qlx::subtitles::WebVttReader>(
+        state, webVttOf(cuesOf<qlx::subtitles::SubRipReader>(makeFile(state.range(0)))));
+}
+/// The worst for memory: rows of one character.
+void readSubRipCuesOfShortRows(benchmark::State& state) {
+    std::string text;
+    for (std::int64_t cue = 0; cue < state.range(0); ++cue) {
+        text += "00:00:01,000 --> 00:00:02,000\n";
+        for (int row = 0; row < 1000; ++row) {
+            text += "a\n";
+        }
+    }
+    readTextCues<qlx::subtitles::SubRipReader>(state, text);
+}
+
+template <class Write>
+void writeTextCues(benchmark::State& state, const Write& write) {
+    const auto cues = cuesOf<qlx::subtitles::SubRipReader>(makeFile(state.range(0)));
+    std::size_t size = 0;
+    for (auto _ : state) {
+        const std::string text = write(cues);
+        size = text.size();
+        benchmark::DoNotOptimize(text.data());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+}
+void writeSubRipCues(benchmark::State& state) {
+    writeTextCues(state, [](const std::vector<qlx::subtitles::Cue>& cues) {
+        std::string text;
+        qlx::subtitles::SubRipWriter writer;
+        for (const qlx::subtitles::Cue& cue : cues) {
+            (void)writer.write(cue, text);
+        }
+        return text;
+    });
+}
+void writeWebVttCues(benchmark::State& state) {
+    writeTextCues(state, webVttOf);
+}
+
+BENCHMARK(readSubRipCues)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(readWebVttCues)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(readSubRipCuesOfShortRows)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(writeSubRipCues)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(writeWebVttCues)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(makeTwoLineRecord);
 BENCHMARK(makeTwoLineRecordFromMarkup);
 BENCHMARK(readSRT)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
