@@ -66,9 +66,12 @@
 #include <qlx/subtitles/webvtt.h>
 #include <qlx/teletext/characters.h>
 #include <qlx/teletext/coding.h>
+#include <qlx/teletext/enhancement.h>
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/page.h>
+#include <qlx/teletext/row_encoder.h>
 #include <qlx/teletext/sdp.h>
+#include <qlx/teletext/sets.h>
 #include <qlx/video/access_unit.h>
 #include <qlx/video/captions.h>
 #include <qlx/video/h264.h>

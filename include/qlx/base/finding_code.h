@@ -176,6 +176,13 @@ enum class FindingCode : std::uint32_t {
     SdpBytesBehindFooter,                ///< Bytes behind the footer.
     SdpCounterJumped,                    ///< Counter there, counter that was expected.
 
+    // teletext, texts as codes and placements; the offset is the place in the text
+    TeletextCharacterReplaced = 0x6'0101,  ///< Unicode character there, one that is shown for it.
+    TeletextCharacterMissing,              ///< Unicode character there, one that is shown for it.
+    TeletextMarkLeftOut,                   ///< Unicode character there: a mark that no letter takes.
+    TeletextOrderLost,                     ///< First place that is read otherwise from the screen, cells of the row.
+    TeletextPlacementLeftOut,              ///< Row, column.
+
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
     ScteMessageCut,                   ///< Bytes needed, bytes there.
