@@ -1,4 +1,6 @@
 // Sends captions: which pair each frame carries.
+#include "cea608/XdsCodes.h"
+
 #include <qlx/cc/slots.h>
 #include <qlx/cea608/writer.h>
 
@@ -25,7 +27,8 @@ std::int64_t number(std::uint64_t value) noexcept {
 
 Writer::Writer(FrameRate rate, const WriterOptions& options)
     : _rate(rate), _options(options), _fieldsAlternate(cc::slotsOf(rate).fieldsAlternate),
-      _clearAfter(std::uint64_t{options.clearAfter} * nominalFramesPerSecond(rate) / (_fieldsAlternate ? 2 : 1)) {}
+      _clearAfter(std::uint64_t{options.clearAfter} * nominalFramesPerSecond(rate) / (_fieldsAlternate ? 2 : 1)),
+      _frame(options.firstFrame) {}
 
 /// Alternating fields: field 1 on even frames, field 2 on odd ones.
 std::uint64_t Writer::slotAtOrAfter(std::size_t field, std::uint64_t frame) const noexcept {
@@ -40,7 +43,8 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
     const std::size_t field = caption.channel.field == 2 ? 1 : 0;
     Lane& lane = _fields[field].lanes[caption.channel.channel == 2 ? 1 : 0];
     const std::uint64_t ordinal = _added++;
-    if (caption.end <= caption.start || (lane.hasStarted && caption.start <= lane.lastStart)) {
+    if (caption.end <= caption.start || caption.end > kGreatestCaptionFrame ||
+        (lane.hasStarted && caption.start <= lane.lastStart)) {
         addTo(findings,
               {FindingCode::Cea608TimesWrong, Severity::Error, ordinal, number(caption.start), number(caption.end)});
         return false;
@@ -81,6 +85,11 @@ void Writer::addText(const TextMessage& text, FindingSink* findings) {
     const std::size_t field = text.channel.field == 2 ? 1 : 0;
     Lane& lane = _fields[field].lanes[kCaptionLanes + (text.channel.channel == 2 ? 1 : 0)];
     const std::uint64_t ordinal = _added++;
+    if (text.start > kGreatestCaptionFrame) {
+        addTo(findings,
+              {FindingCode::Cea608TimesWrong, Severity::Error, ordinal, number(text.start), number(text.start)});
+        return;
+    }
     _encoded.clear();
     encodeText(text, {.doublesCodes = _options.doublesCodes, .findingsOffset = ordinal}, _encoded, findings);
     const std::uint64_t start = slotAtOrAfter(field, text.start);
@@ -96,7 +105,19 @@ void Writer::addText(const TextMessage& text, FindingSink* findings) {
     }
 }
 
-void Writer::setXds(std::vector<XdsPacket> packets, std::uint32_t every) {
+void Writer::setXds(std::vector<XdsPacket> packets, std::uint32_t every, FindingSink* findings) {
+    std::vector<Pair> pairs;
+    std::uint64_t ordinal = 0;
+    std::erase_if(packets, [&](const XdsPacket& packet) {
+        pairs.clear();
+        appendXdsPairs(packet, pairs);
+        if (pairs.empty()) {
+            addTo(findings, {FindingCode::Cea608XdsLeftOut, Severity::Error, ordinal, nameOfPacket(packet),
+                             static_cast<std::int64_t>(packet.bytes.size())});
+        }
+        ++ordinal;
+        return pairs.empty();
+    });
     _xds.packets = std::move(packets);
     _xds.next = 0;
     _xds.again = 0;
@@ -107,6 +128,7 @@ FramePairs Writer::next(FindingSink* findings) {
     const cc::FrameFields fields = cc::fieldsOfFrame(_rate, _frame);
     const std::uint64_t slot = _fieldsAlternate ? _frame / 2 : _frame;
     ++_frame;
+    _events.clear();
     FramePairs pairs;
     if (fields.field1) {
         pairs.field1 = withOddParity(nextPair(0, slot, findings));
@@ -129,6 +151,7 @@ bool Writer::isDone() const noexcept {
 Pair Writer::nextPair(std::size_t field, std::uint64_t slot, FindingSink* findings) {
     Field& sender = _fields[field];
     if (sender.sent == sender.burst.size()) {
+        sender.last = sender.burst.empty() ? sender.last : sender.burst.back();
         sender.burst.clear();
         sender.sent = 0;
         bool isSent = sendDue(field, 0, slot, findings) || sendDue(field, 1, slot, findings);
@@ -154,8 +177,8 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
         const Cue& cue = lane.cues.front();
         if (cue.style == CaptionStyle::PopOn && cue.pairs == 0 && cue.start <= slot) {
             control(Control::EndOfCaption);
-            reportEnd(field, lane, slot, findings);
-            reportStart(field, cue, cue.start, slot, findings);
+            end(field, lane, slot, findings);
+            start(field, cue, cue.start, slot, findings);
             lane.shown = lane.cues.pop();
             return true;
         }
@@ -164,7 +187,7 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
         return false;
     }
     control(Control::EraseDisplayedMemory);
-    reportEnd(field, lane, slot, findings);
+    end(field, lane, slot, findings);
     lane.notBefore = lane.shown->end + codeLength();
     lane.shown.reset();
     return true;
@@ -219,16 +242,20 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
     // Pairs that would come too late, below 0 those to spare.
     const std::int64_t missing =
         isPopOn ? number(begin + cue.pairs + dueCodes(sender, slot, cue.start)) - number(cue.start) : 0;
+    // Beside another one like it a code that is sent once could be taken for its repetition.
+    const Pair code = lane.pairs[count - 1].pair;
+    const bool isBesideEqual = sender.last == code || (count < cue.pairs && lane.pairs[count].pair == code);
     const bool isOnceEnough =
-        isPopOn && _options.doublesCodes && count > 1 && lane.pairs[count - 1].pair == lane.pairs[count - 2].pair;
+        isPopOn && _options.doublesCodes && count > 1 && lane.pairs[count - 2].pair == code && !isBesideEqual;
     const bool crosses = begin + count > due;
     const bool isLateUnlessFilled = missing <= 0 && missing + number(due - slot) > 0;
     const bool isSentOnce =
-        isOnceEnough && (crosses ? begin + count - 1 == due && isLateUnlessFilled : cue.hasWaited && missing > 0);
+        isOnceEnough && (crosses ? begin + count - 1 == due && isLateUnlessFilled : cue.unused > 0 && missing > 0);
     if (crosses && !isSentOnce) {
-        cue.hasWaited = cue.hasWaited || missing <= 0;
+        cue.unused += missing <= 0 ? 1 : 0;
         return true;
     }
+    cue.unused -= isSentOnce && !crosses ? 1 : 0;
     if (isResumed) {
         push(sender, cue.mode);
     }
@@ -240,11 +267,14 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
     }
     sender.selected = channel;
     cue.pairs -= count;
+    if (!cue.isBegun) {
+        _events.push_back({cue.number, CaptionStep::Begun});
+    }
     if (!cue.isBegun && !isPopOn && !cue.isText) {
-        if (lane.shown && lane.shown->style != CaptionStyle::RollUp) {
-            reportEnd(field, lane, slot, findings);
-        }
-        reportStart(field, cue, std::max(cue.start, lane.notBefore), slot, findings);
+        // The rows of a roll-up caption move up for the next one, whenever that comes.
+        const bool movesUp = lane.shown && lane.shown->style == CaptionStyle::RollUp;
+        end(field, lane, slot, movesUp ? nullptr : findings);
+        start(field, cue, std::max(cue.start, lane.notBefore), slot, findings);
         lane.shown = cue;
     }
     cue.isBegun = true;
@@ -273,9 +303,6 @@ bool Writer::sendXds(std::uint64_t slot) {
             _xds.pairs.clear();
             _xds.sent = 0;
             appendXdsPairs(_xds.current, _xds.pairs);
-            if (_xds.pairs.empty()) {
-                return false;
-            }
         }
         sender.burst.push_back(_xds.pairs[_xds.sent++]);
     }
@@ -324,16 +351,21 @@ void Writer::push(Field& field, const Code& code) const {
 }
 
 /// `due`: the first slot that it could have begun at.
-void Writer::reportStart(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot,
-                         FindingSink* findings) const {
+void Writer::start(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot, FindingSink* findings) {
+    _events.push_back({cue.number, CaptionStep::Shown});
     if (slot > due) {
         addTo(findings, {FindingCode::Cea608ShownLate, Severity::Warning, cue.number,
                          number(frameOfSlot(field, slot) - frameOfSlot(field, cue.start)), number(slot - due)});
     }
 }
 
-void Writer::reportEnd(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings) const {
-    if (lane.shown && slot > lane.shown->end) {
+/// Of what is shown, if there is something.
+void Writer::end(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings) {
+    if (!lane.shown) {
+        return;
+    }
+    _events.push_back({lane.shown->number, CaptionStep::Ended});
+    if (slot > lane.shown->end) {
         addTo(findings, {FindingCode::Cea608EndLate, Severity::Warning, lane.shown->number,
                          number(frameOfSlot(field, slot) - frameOfSlot(field, lane.shown->end)), 0});
     }

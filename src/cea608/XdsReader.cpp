@@ -2,6 +2,7 @@
 #include <qlx/cea608/xds.h>
 
 #include "cea608/ByteKinds.h"
+#include "cea608/XdsCodes.h"
 
 #include <algorithm>
 #include <numeric>
@@ -9,14 +10,6 @@
 namespace qlx::cea608 {
 
 namespace {
-
-std::uint8_t startCode(const XdsPacket& packet) noexcept {
-    return static_cast<std::uint8_t>(2 * static_cast<unsigned>(packet.xdsClass) + 1);
-}
-
-std::int64_t nameOfPacket(const XdsPacket& packet) noexcept {
-    return startCode(packet) << 8U | packet.type;
-}
 
 bool isType(std::uint8_t type) noexcept {
     return type > 0 && type < 0x80;

@@ -148,12 +148,50 @@ TEST(PopOnCaptions, AreOnTimeWhenTheyFitToThePair) {
 TEST(Captions, AreRefusedWhenTheirTimesAreWrong) {
     const Sent result = sentOf({captionOf(20, 20, U"a"), captionOf(20, 40, U"b"), captionOf(20, 50, U"c"),
                                 captionOf(30, 50, U"~"), captionOf(30, 50, U"d")});
-    EXPECT_EQ(result.findings,
-              (Texts{"0: caption from frame 20 to 20 is left out: it has no duration, or begins before the last one",
-                     "2: caption from frame 20 to 50 is left out: it has no duration, or begins before the last one",
-                     "3: caption without text is left out",
-                     "4: caption begins at frame 30, before the one in front of it ends at 40"}));
+    EXPECT_EQ(
+        result.findings,
+        (Texts{"0: caption from frame 20 to 20 is left out: it has no duration, begins before the last one, or is "
+               "too far off",
+               "2: caption from frame 20 to 50 is left out: it has no duration, begins before the last one, or is "
+               "too far off",
+               "3: caption without text is left out",
+               "4: caption begins at frame 30, before the one in front of it ends at 40"}));
     EXPECT_EQ(result.pairs, "0: 1420 142e 1460 6200\n20: 142f 1420 142e 1460 6400\n30: 142f\n50: 142c");
+}
+
+TEST(Captions, AreRefusedWhereTheirFramesCouldNotBeCounted) {
+    constexpr std::uint64_t kLast = qlx::cea608::kGreatestCaptionFrame;
+    for (const FrameRate rate : {FrameRate::Fps30, FrameRate::Fps5994}) {
+        Writer writer(rate, {.firstFrame = kLast - 40});
+        qlx::Findings findings;
+        EXPECT_FALSE(writer.add(captionOf(5, UINT64_MAX, U"a"), &findings));
+        EXPECT_FALSE(writer.add(captionOf(UINT64_MAX - 1, UINT64_MAX, U"a"), &findings));
+        EXPECT_FALSE(writer.add(captionOf(5, kLast + 1, U"a"), &findings));
+        writer.addText({.start = UINT64_MAX, .rows = captionOf(0, 1, U"a").rows}, &findings);
+        ASSERT_EQ(findings.size(), 4U);
+        for (const qlx::Finding& finding : findings) {
+            EXPECT_EQ(finding.code, qlx::FindingCode::Cea608TimesWrong);
+        }
+        EXPECT_TRUE(writer.isDone());
+        // The last one that there can be is shown for a frame of its field, and erased.
+        EXPECT_TRUE(writer.add(captionOf(kLast - 4, kLast, U"a"), &findings));
+        std::vector<qlx::cea608::CaptionEvent> events;
+        std::vector<std::uint64_t> frames;
+        for (int count = 0; count < 60 && !writer.isDone(); ++count) {
+            const std::uint64_t frame = writer.frame();
+            (void)writer.next(&findings);
+            for (const qlx::cea608::CaptionEvent& event : writer.events()) {
+                events.push_back(event);
+                frames.push_back(kLast - frame);
+            }
+        }
+        EXPECT_TRUE(writer.isDone());
+        using qlx::cea608::CaptionStep;
+        EXPECT_EQ(events, (std::vector<qlx::cea608::CaptionEvent>{
+                              {4, CaptionStep::Begun}, {4, CaptionStep::Shown}, {4, CaptionStep::Ended}}));
+        EXPECT_EQ(frames, (std::vector<std::uint64_t>{40, 4, 0}));
+        EXPECT_EQ(findings.size(), 4U);
+    }
 }
 
 TEST(RollUpCaptions, AreWrittenFromTheirStartOn) {

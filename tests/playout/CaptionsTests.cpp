@@ -236,8 +236,8 @@ TEST(CaptionPlayout, SaysWhatIsLeftOut) {
     EXPECT_FALSE(playout.isDone());
     EXPECT_EQ(textsOf(findings),
               (Texts{"0: time 1 of 2 is none that a frame has", "1: caption without text is left out",
-                     "2: caption from frame 26 to 26 is left out: it has no duration, or begins "
-                     "before the last one",
+                     "2: caption from frame 26 to 26 is left out: it has no duration, begins before "
+                     "the last one, or is too far off",
                      "3: character 20ac is sent as 45"}));
 }
 

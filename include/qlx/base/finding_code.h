@@ -153,6 +153,7 @@ enum class FindingCode : std::uint32_t {
     Cea608XdsValueWrong,                ///< Packet, bytes of it: none of its type.
     Cea608XdsTextCut,                   ///< Characters of a text, greatest number.
     Cea608XdsNotCarried,                ///< Place of the value among those of packets; a number of it has no room.
+    Cea608XdsLeftOut,                   ///< Packet, bytes of it: its class, type or bytes are none that can be sent.
 
     // teletext (ETSI EN 300 706, SMPTE RDD 8)
     TeletextPacketSizeWrong = 0x6'0001,  ///< Bytes there, bytes of a packet with run-in.

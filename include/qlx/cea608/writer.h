@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace qlx::cea608 {
@@ -29,6 +30,26 @@ struct WriterOptions {
     bool doublesCodes = true;  ///< Each pair whose first byte is 10h to 1Fh is sent twice.
     std::uint32_t clearAfter =
         4;  ///< Seconds: rows of a roll-up caption whose next one begins later are erased at its end.
+    std::uint64_t firstFrame = 0;  ///< The number of the frame that next() gives first.
+};
+
+/// Captions and texts with times behind this frame are left out: some thousand million years.
+inline constexpr std::uint64_t kGreatestCaptionFrame = std::uint64_t{1} << 62U;
+
+/// What becomes of a caption.
+enum class CaptionStep : std::uint8_t {
+    Begun,  ///< Its first pair is sent; also of a text.
+    Shown,  ///< It is on the screen: with the first pair of EOC, otherwise as it is begun.
+    Ended,  ///< It is erased, or another one takes its place.
+};
+
+/// The same of one of them.
+struct CaptionEvent {
+    std::uint64_t number = 0;               ///< Counted by add() and addText() from 0.
+    CaptionStep step = CaptionStep::Begun;  ///< What it is.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const CaptionEvent&, const CaptionEvent&) noexcept = default;
 };
 
 /// What a frame carries, with parity bits; none of a field of which it has no pair (qlx::cc::fieldsOfFrame).
@@ -61,26 +82,30 @@ struct FramePairs {
 /// The offset of findings is the number of the caption or text, counted by add() and addText() from 0.
 class Writer {
 public:
-    /// Has nothing to send yet; the next frame is number 0.
+    /// Has nothing to send yet; the next frame is the first one of the options.
     QLX_EXPORT explicit Writer(FrameRate rate, const WriterOptions& options = {});
 
     /// Takes a caption.
     /// @return False, with a finding, when it is left out: nothing of it is visible, it does not end behind its start,
-    /// or it does not start behind the start of the caption before it in its channel.
+    /// ends behind kGreatestCaptionFrame, or does not start behind the start of the caption before it in its channel.
     QLX_EXPORT bool add(const Caption& caption, FindingSink* findings = nullptr);
 
     /// Takes a text. It is sent from its start on as fast as captions let it, behind those of its channel that were added
-    /// before.
+    /// before. It is left out, with a finding, when it starts behind kGreatestCaptionFrame.
     QLX_EXPORT void addText(const TextMessage& text, FindingSink* findings = nullptr);
 
     /// Takes packets of extended data in place of those before. They are sent one behind the other, and all of them once
     /// more as often as it is said.
-    /// @param packets In their order; those that cannot be sent are passed over (appendXdsPairs).
+    /// @param packets In their order; those that cannot be sent (appendXdsPairs) are left out.
     /// @param every Seconds, at least one.
-    QLX_EXPORT void setXds(std::vector<XdsPacket> packets, std::uint32_t every = 10);
+    /// @param findings Those that are left out; the offset is the number in `packets`, from 0.
+    QLX_EXPORT void setXds(std::vector<XdsPacket> packets, std::uint32_t every = 10, FindingSink* findings = nullptr);
 
     /// The pairs of the next frame.
     [[nodiscard]] QLX_EXPORT FramePairs next(FindingSink* findings = nullptr);
+
+    /// What became of captions and texts with the last frame, in order; valid until the next call of next().
+    [[nodiscard]] std::span<const CaptionEvent> events() const noexcept { return _events; }
 
     /// The number of the next frame.
     [[nodiscard]] std::uint64_t frame() const noexcept { return _frame; }
@@ -99,7 +124,7 @@ private:
         CaptionStyle style = CaptionStyle::PopOn;
         bool isText = false;
         bool isBegun = false;
-        bool hasWaited = false;  ///< Slots in front of a code that was due stayed unused.
+        std::size_t unused = 0;  ///< Slots in front of a code that was due, for each of which a code is sent once.
     };
 
     /// A channel, or its text.
@@ -121,6 +146,7 @@ private:
         std::array<Lane, kLanes> lanes;
         std::vector<Pair> burst;
         std::size_t sent = 0;           ///< Of `burst`.
+        Pair last;                      ///< The last one of a burst.
         std::size_t selected = kLanes;  ///< The lane whose text may follow without a mode code; kLanes for none.
     };
 
@@ -151,9 +177,8 @@ private:
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept;
     void push(Field& field, const Code& code) const;
-    void reportStart(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot,
-                     FindingSink* findings) const;
-    void reportEnd(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings) const;
+    void start(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot, FindingSink* findings);
+    void end(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings);
 
     FrameRate _rate;
     WriterOptions _options;
@@ -164,6 +189,7 @@ private:
     std::array<Field, 2> _fields;
     Xds _xds;
     std::vector<CodePair> _encoded;
+    std::vector<CaptionEvent> _events;
 };
 
 }  // namespace qlx::cea608

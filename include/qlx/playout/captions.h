@@ -20,6 +20,9 @@
 #include <qlx/subtitles/cue.h>
 
 #include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
 
 namespace qlx::playout {
 
@@ -58,7 +61,7 @@ struct CaptionOptions {
 /// The offset of findings is the number of the cue, counted by add() from 0.
 class CaptionPlayout {
 public:
-    /// Has nothing to send yet; the next frame is number 0, at 0 s.
+    /// Has nothing to send yet; the next frame is the first one of the options, and frame 0 is at 0 s.
     explicit CaptionPlayout(FrameRate rate, const cea608::WriterOptions& options = {})
         : _rate(rate), _writer(rate, options) {}
 
@@ -67,8 +70,16 @@ public:
     /// frame, or does not start behind the start of the one before it in its channel.
     QLX_EXPORT bool add(const subtitles::Cue& cue, CaptionOptions options = {}, FindingSink* findings = nullptr);
 
+    /// Takes extended data (qlx::cea608::Writer::setXds()).
+    void setXds(std::vector<cea608::XdsPacket> packets, std::uint32_t every = 10, FindingSink* findings = nullptr) {
+        _writer.setXds(std::move(packets), every, findings);
+    }
+
     /// The packet of the next frame. Its counter is the low 16 bits of the frame's number.
     [[nodiscard]] QLX_EXPORT cc::Cdp next(FindingSink* findings = nullptr);
+
+    /// What became of cues with the last frame, in order; valid until the next call of next().
+    [[nodiscard]] std::span<const cea608::CaptionEvent> events() const noexcept { return _writer.events(); }
 
     /// The number of the next frame.
     [[nodiscard]] std::uint64_t frame() const noexcept { return _writer.frame(); }
