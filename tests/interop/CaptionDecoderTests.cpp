@@ -18,7 +18,7 @@
 
 namespace {
 
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::linesOf;
 using qlxtest::runTool;
 using qlxtest::TemporaryFolder;
@@ -76,7 +76,7 @@ bool hasDecoder() {
 /// Plays an SRT file as SCC and gives what the decoder makes of it.
 std::vector<TimedText> decoded(const std::string& srtPath) {
     const TemporaryFolder folder;
-    const ToolResult played = runTool(captionArguments(srtPath, "29.97", {"-o", folder.path("a.scc")}));
+    const ToolResult played = runTool(deployedCaptionArguments(srtPath, "29.97", {"-o", folder.path("a.scc")}));
     EXPECT_EQ(played.exitCode, 0) << played.err;
     const std::string command = "ffmpeg -nostdin -v error -f scc -i '" + folder.path("a.scc") + "' -f srt -y '" +
                                 folder.path("b.srt") + "' >'" + folder.path("log") + "' 2>&1";

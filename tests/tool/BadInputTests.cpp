@@ -108,7 +108,8 @@ std::string stlFile() {
 
 std::string sccFile() {
     const TemporaryFolder folder;
-    return runTool(qlxtest::captionArguments(folder.write("a.srt", srtFile()), "29.97", {"--format", "scc"})).out;
+    return runTool(qlxtest::deployedCaptionArguments(folder.write("a.srt", srtFile()), "29.97", {"--format", "scc"}))
+        .out;
 }
 
 std::string jsonlFile() {

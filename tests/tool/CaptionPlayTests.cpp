@@ -12,7 +12,7 @@
 namespace {
 
 using qlx::tool::timecodeAt2997;
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::emptyCdpHex;
 using qlxtest::linesOf;
 using qlxtest::pairCdpHex;
@@ -58,7 +58,7 @@ std::string jsonLines(const std::vector<std::string>& packets) {
 TEST(PlayCaptions, GivesEveryByteOfEveryFrame) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoLines);
-    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out, jsonLines(expectedPackets(emptyCdpHex(3, 24))));
@@ -74,13 +74,13 @@ TEST(PlayCaptions, SaysWhatHasNoPlaceInACaption) {
                                     {"00:00:10,000", "00:00:11,000", longest + "y\ntwo\nthree\nfour"}}));
     const std::string begin = "qlxcc: warning: " + file + ": cue ";
     const std::string end = " left out: a caption has 2 rows of 31 characters\n";
-    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err,
               begin + "2: 1 row" + end + begin + "3: 3 characters" + end + begin + "4: 2 rows and 1 character" + end);
-    EXPECT_EQ(runTool(captionArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");
+    EXPECT_EQ(runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");
     // Only of what is played.
-    EXPECT_EQ(runTool(captionArguments(file, "25", {"--format", "jsonl", "--from", "9.5"})).err,
+    EXPECT_EQ(runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl", "--from", "9.5"})).err,
               begin + "4: 2 rows and 1 character" + end);
 }
 
@@ -88,7 +88,7 @@ TEST(PlayCaptions, DoesNotRepeatItselfForEveryCue) {
     std::vector<qlxtest::Cue> cues(13, {"00:00:04,000", "00:00:05,000", "one\ntwo\nthree"});
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt(cues));
-    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(linesOf(result.err).size(), 11U);
     EXPECT_EQ(linesOf(result.err).back(),
@@ -102,7 +102,7 @@ TEST(PlayCaptions, DoesNotRepeatItselfForEveryCue) {
 TEST(PlayCaptions, LeavesFramesEmptyOnRequest) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoLines);
-    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl", "--no-fill"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl", "--no-fill"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, jsonLines(expectedPackets("")));
 }
@@ -118,7 +118,7 @@ TEST(PlayCaptions, SizesThePacketByTheRate) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoLines);
     for (const Expected& expected : all) {
-        const ToolResult result = runTool(captionArguments(file, expected.rate, {"--format", "jsonl"}));
+        const ToolResult result = runTool(deployedCaptionArguments(file, expected.rate, {"--format", "jsonl"}));
         const std::string start = R"("data":")";
         EXPECT_EQ(result.out.find(start + emptyCdpHex(expected.code, expected.count) + "\""), result.out.find(start))
             << expected.rate;
@@ -136,7 +136,7 @@ std::string playedAndScanned(const std::string& name, const std::vector<std::str
     const TemporaryFolder folder;
     std::vector<std::string> all = more;
     all.insert(all.end(), {"-o", folder.path(name)});
-    EXPECT_EQ(runTool(captionArguments(folder.write("in.srt", kTwoLines), "25", all)).exitCode, 0);
+    EXPECT_EQ(runTool(deployedCaptionArguments(folder.write("in.srt", kTwoLines), "25", all)).exitCode, 0);
     scanMore.insert(scanMore.begin(), {"scan", folder.path(name), "--json"});
     const ToolResult result = runTool(scanMore);
     EXPECT_EQ(result.exitCode, 0);
@@ -169,7 +169,7 @@ TEST(PlayCaptions, RowsAndElementsGiveBackTheSamePackets) {
 TEST(PlayCaptions, WritesOneRowAFrameWhichIsBlankWithoutAPacket) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoLines);
-    ASSERT_EQ(runTool(captionArguments(file, "25", {"--no-fill", "-o", folder.path("a.v210")})).exitCode, 0);
+    ASSERT_EQ(runTool(deployedCaptionArguments(file, "25", {"--no-fill", "-o", folder.path("a.v210")})).exitCode, 0);
     const std::string rows = folder.read("a.v210");
     ASSERT_EQ(rows.size(), 75U * 5120);
     const auto row = [&rows](std::size_t index) {
@@ -185,7 +185,7 @@ TEST(PlayCaptions, PrintsTheFramesInWhichEachCueTravels) {
     const TemporaryFolder folder;
     const std::string file = folder.write(
         "in.srt", srt({{"00:00:01,010", "00:00:02,010", "Hi\nok"}, {"00:00:02,010", "00:00:03,010", "Hi"}}));
-    const ToolResult result = runTool(captionArguments(file, "25"));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     // The second cue wants to start at 2.01 - 4 x 0.04 = 1.85 s, while the first is on: frame 50 is the first later
@@ -196,7 +196,7 @@ TEST(PlayCaptions, PrintsTheFramesInWhichEachCueTravels) {
                                  "00:00:00,800        20        28      9  00:00:01,120  Hi / ok\n"
                                  "00:00:02,000        50        56      7  00:00:02,240  Hi\n"
                                  "00:00:03,000        75        79      5  00:00:03,160  -\n");
-    const ToolResult cut = runTool(captionArguments(file, "25", {"--duration", "2.08"}));
+    const ToolResult cut = runTool(deployedCaptionArguments(file, "25", {"--duration", "2.08"}));
     EXPECT_EQ(linesOf(cut.out).back(), "00:00:02,000        50        51      2  not yet       Hi");
 }
 
@@ -204,7 +204,7 @@ TEST(PlayCaptions, StartsBetweenCuesWithFrom) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoLines);
     // Frame 25: the cue is due, and is sent from there.
-    const ToolResult result = runTool(captionArguments(file, "25", {"--from", "1"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"--from", "1"}));
     EXPECT_EQ(linesOf(result.out).at(3), "00:00:01,000        25        33      9  00:00:01,320  Hi / ok");
 }
 
@@ -217,15 +217,15 @@ TEST(Scc, WritesALineForEachRunOfPairs) {
                              "00:00:00;25\t9420 94ae 9420 1340 c8e9 13e0 ef6b 942c 942f\n"
                              "\n"
                              "00:00:02;00\t9420 94ae 9420 942c 942f\n";
-    const ToolResult result = runTool(captionArguments(file, "29.97", {"--format", "scc"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "29.97", {"--format", "scc"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out, drop);
-    ASSERT_EQ(runTool(captionArguments(file, "29.97", {"-o", folder.path("a.scc")})).exitCode, 0);
+    ASSERT_EQ(runTool(deployedCaptionArguments(file, "29.97", {"-o", folder.path("a.scc")})).exitCode, 0);
     EXPECT_EQ(folder.read("a.scc"), drop);
     std::string nonDrop = drop;
     std::replace(nonDrop.begin(), nonDrop.end(), ';', ':');
-    EXPECT_EQ(runTool(captionArguments(file, "29.97", {"--format", "scc", "--non-drop"})).out, nonDrop);
+    EXPECT_EQ(runTool(deployedCaptionArguments(file, "29.97", {"--format", "scc", "--non-drop"})).out, nonDrop);
 }
 
 TEST(Scc, KeepsOneLineForCaptionsWithoutAFrameBetween) {
@@ -233,7 +233,7 @@ TEST(Scc, KeepsOneLineForCaptionsWithoutAFrameBetween) {
     // The second cue becomes due while the first one's nine pairs, from frame 25 on, are on their way.
     const std::string file = folder.write(
         "in.srt", srt({{"00:00:01,010", "00:00:01,040", "Hi\nok"}, {"00:00:01,040", "00:00:02,010", "Hi"}}));
-    const ToolResult result = runTool(captionArguments(file, "29.97", {"--format", "scc"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "29.97", {"--format", "scc"}));
     EXPECT_EQ(result.out, "Scenarist_SCC V1.0\n"
                           "\n"
                           "00:00:00;25\t9420 94ae 9420 1340 c8e9 13e0 ef6b 942c 942f "
@@ -246,7 +246,7 @@ TEST(Scc, EndsAt24Hours) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"24:00:00,500", "24:00:02,010", "Hi"}}));
     const ToolResult result =
-        runTool(captionArguments(file, "29.97", {"-o", folder.path("a.scc"), "--from", "23:59:59,000"}));
+        runTool(deployedCaptionArguments(file, "29.97", {"-o", folder.path("a.scc"), "--from", "23:59:59,000"}));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(qlxtest::isOneMessage(result.err)) << result.err;
     EXPECT_NE(result.err.find(": a Scenarist caption file holds 24 hours only\n"), std::string::npos) << result.err;

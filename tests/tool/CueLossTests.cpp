@@ -18,7 +18,7 @@
 namespace {
 
 using qlx::tool::CueLosses;
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -172,7 +172,7 @@ TEST(Losses, AreWarningsOfPlay) {
     EXPECT_EQ(teletext.exitCode, 0);
     EXPECT_EQ(teletext.err,
               cue + "2: \u00F1 as q\n" + cue + "3: 1 row left out: a teletext subtitle has 3 rows of 34 characters\n");
-    const ToolResult captions = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult captions = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(captions.exitCode, 0);
     EXPECT_EQ(captions.err, cue + "3: 2 rows left out: a caption has 2 rows of 31 characters\n");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");

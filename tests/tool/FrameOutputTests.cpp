@@ -160,17 +160,17 @@ TEST(FrameOutput, WritesElementsByTheStandardOrAsTheFixedOperation) {
     EXPECT_EQ(runTool({"scan", folder.path("d.klv"), "--json"}).out, jsonOf({5}));
 }
 
-TEST(FrameOutput, PlaysTheSamePacketsInEitherElement) {
+TEST(FrameOutput, HasTheSamePacketsInEitherElement) {
     const TemporaryFolder folder;
     const std::string srt = folder.write("a.srt", qlxtest::srt({{"00:00:00,000", "00:00:00,400", "Bonjour"}}));
-    const auto played = [&](const std::string& name, const Arguments& more) {
-        Arguments arguments = qlxtest::captionArguments(srt, "25", {"-o", folder.path(name)});
-        EXPECT_EQ(run(arguments, more).exitCode, 0);
+    EXPECT_EQ(run(qlxtest::deployedCaptionArguments(srt, "25", {"-o", folder.path("a.jsonl")}), {}).exitCode, 0);
+    const auto written = [&](const std::string& name, const Arguments& more) {
+        EXPECT_EQ(run({"scan", folder.path("a.jsonl"), "-o", folder.path(name)}, more).exitCode, 0);
         return runTool({"scan", folder.path(name), "--json"}).out;
     };
-    const std::string packets = played("a.klv", {});
-    EXPECT_EQ(qlxtest::linesOf(packets).size(), qlxtest::linesOf(played("a.jsonl", {})).size());
-    EXPECT_EQ(played("b.klv", {"--as-deployed"}), packets);
+    const std::string packets = written("a.klv", {});
+    EXPECT_EQ(qlxtest::linesOf(packets).size(), qlxtest::linesOf(folder.read("a.jsonl")).size());
+    EXPECT_EQ(written("b.klv", {"--as-deployed"}), packets);
     // DID, SDID, data count and 101 bytes of a caption packet are a multiple of four.
     EXPECT_EQ(folder.read("b.klv").size() - folder.read("a.klv").size(), qlxtest::linesOf(packets).size() * 4);
 }

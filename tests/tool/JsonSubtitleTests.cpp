@@ -12,7 +12,7 @@
 namespace {
 
 using qlx::tool::looksLikeJson;
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -26,7 +26,7 @@ const std::string kCue = R"({"start_time_seconds": 1.01, "end_timecode": "00:00:
 TEST(JsonSubtitles, KeepTheirTimesAsCaptions) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.json", "[" + kCue + "]");
-    const ToolResult result = runTool(captionArguments(file, "25"));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     // The first frames later than 1.01 s and 2.01 s are 26 and 51; what is said is not sent any earlier.
@@ -52,11 +52,12 @@ TEST(JsonSubtitles, PlayAsTeletextLikeTheSameSRTFile) {
 TEST(JsonSubtitles, AreKnownByTheirContent) {
     const TemporaryFolder folder;
     const std::string expected =
-        runTool(captionArguments(folder.write("a.json", "[" + kCue + "]"), "25", {"--format", "jsonl"})).out;
+        runTool(deployedCaptionArguments(folder.write("a.json", "[" + kCue + "]"), "25", {"--format", "jsonl"})).out;
     EXPECT_FALSE(expected.empty());
     const std::string other = folder.write("a.srt", "\xEF\xBB\xBF \r\n\t[\n" + kCue + "\n]\n");
-    EXPECT_EQ(runTool(captionArguments(other, "25", {"--format", "jsonl"})).out, expected);
-    EXPECT_EQ(runTool(captionArguments("-", "25", {"--format", "jsonl"}), {.input = "[" + kCue + "]"}).out, expected);
+    EXPECT_EQ(runTool(deployedCaptionArguments(other, "25", {"--format", "jsonl"})).out, expected);
+    EXPECT_EQ(runTool(deployedCaptionArguments("-", "25", {"--format", "jsonl"}), {.input = "[" + kCue + "]"}).out,
+              expected);
 
     for (const std::string_view text : {"[]", "[{", " [ {", "{}", "{\"a\":1}", "\n[\n]"}) {
         EXPECT_TRUE(looksLikeJson(text)) << text;
@@ -72,7 +73,7 @@ TEST(JsonSubtitles, PlaysTheRestAndWarnsOfEachElementThatIsLeftOut) {
         folder.write("in.json", "[7, {\"start_time_seconds\": 1}, {\"start_time_seconds\": 2, \"end_time_seconds\": 2, "
                                 "\"text_lines\": [{\"text\": \"weg\"}]},\n" +
                                     kCue + "]");
-    const ToolResult result = runTool(captionArguments(file, "25"));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     const std::string start = "qlxcc: warning: " + file + ": element ";
     EXPECT_EQ(result.err, start + "1: cue left out: no object\n" + start + "2: cue left out: no \"text_lines\"\n" +
@@ -84,7 +85,7 @@ TEST(JsonSubtitles, PlaysTheRestAndWarnsOfEachElementThatIsLeftOut) {
 void expectRefused(const std::string& content, const std::string& message) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.json", content);
-    const ToolResult result = runTool(captionArguments(file, "25", {"-o", folder.path("out.klv")}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"-o", folder.path("out.klv")}));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "qlxcc: " + file + ": " + message + "\n");

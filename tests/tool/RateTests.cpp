@@ -10,8 +10,8 @@
 namespace {
 
 using qlxtest::byteHex;
-using qlxtest::captionArguments;
 using qlxtest::cdpHex;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::fromHex;
 using qlxtest::kAncKeyHex;
 using qlxtest::linesOf;
@@ -172,7 +172,7 @@ TEST(RateAsDeployed, KeepsEveryPairOnTheWayThereAndBack) {
             std::vector<std::string> arguments = more;
             arguments.insert(arguments.end(), {"-o", folder.path("a.klv")});
             const std::string file = folder.write("in.srt", srt({{"00:00:01,010", "00:00:02,010", "Hi\nok"}}));
-            ASSERT_EQ(runTool(captionArguments(file, expected.low, arguments)).exitCode, 0);
+            ASSERT_EQ(runTool(deployedCaptionArguments(file, expected.low, arguments)).exitCode, 0);
             ASSERT_EQ(runRate(folder, "a.klv", expected.low, expected.high, "b.klv").exitCode, 0);
             ASSERT_EQ(runRate(folder, "b.klv", expected.high, expected.low, "c.klv").exitCode, 0);
             const auto before = fieldOneOfFrames(folder.path("a.klv"));

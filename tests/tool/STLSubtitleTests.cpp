@@ -15,7 +15,7 @@
 
 namespace {
 
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -59,9 +59,9 @@ TEST(STLSubtitles, AppearInTimeAsCaptionsLikeAnSRTFile) {
     const std::string file = folder.write(
         "in.stl", stl({{.start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .verticalPosition = 20, .text = "Hi\x8Aok"}}));
     const std::string text = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Hi\nok"}}));
-    const ToolResult result = runTool(captionArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult result = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.out, runTool(captionArguments(text, "25", {"--format", "jsonl"})).out);
+    EXPECT_EQ(result.out, runTool(deployedCaptionArguments(text, "25", {"--format", "jsonl"})).out);
 }
 
 TEST(STLSubtitles, KeepTheirRowsWhereATeletextPageHasThem) {
@@ -342,7 +342,7 @@ TEST(STLSubtitles, AreReadAcrossManyBlocks) {
     qlx::tool::Subtitles subtitles;
     std::vector<double> starts;
     qlx::tool::readSTL(subtitles, stl(blocks), {"memory"},
-                       [&](const auto& record) { starts.push_back(record->startTimeInSeconds()); });
+                       {[&](const auto& record) { starts.push_back(record->startTimeInSeconds()); }, {}});
     std::vector<double> expected;
     for (int number = 0; number < 300; ++number) {
         if (number % 100 != 7) {
@@ -359,7 +359,7 @@ TEST(STLSubtitles, EndCalmlyAtEveryLengthAndWithEveryByte) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
         qlx::tool::Subtitles subtitles;
         const std::vector<char> part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-        EXPECT_THROW(qlx::tool::readSTL(subtitles, {part.data(), part.size()}, {"memory"}, [](const auto&) {}),
+        EXPECT_THROW(qlx::tool::readSTL(subtitles, {part.data(), part.size()}, {"memory"}, {[](const auto&) {}, {}}),
                      qlx::tool::Failure)
             << length;
     }
@@ -372,7 +372,7 @@ TEST(STLSubtitles, EndCalmlyAtEveryLengthAndWithEveryByte) {
         qlx::tool::Subtitles subtitles;
         std::uint64_t cues = 0;
         try {
-            qlx::tool::readSTL(subtitles, changed, {"memory"}, [&](const auto&) { ++cues; });
+            qlx::tool::readSTL(subtitles, changed, {"memory"}, {[&](const auto&) { ++cues; }, {}});
             EXPECT_GT(cues, 0U);
         } catch (const qlx::tool::Failure&) {
             EXPECT_EQ(cues, 0U);

@@ -11,7 +11,7 @@
 
 namespace {
 
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::isOneMessage;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -27,7 +27,7 @@ std::string played(const TemporaryFolder& folder, const std::string& name, bool 
     const std::string file = folder.write("in.srt", kTwoCues);
     const std::vector<std::string> more{"-o", folder.path(name)};
     const ToolResult result =
-        runTool(isTeletext ? playArguments(file, "25", more) : captionArguments(file, "25", more));
+        runTool(isTeletext ? playArguments(file, "25", more) : deployedCaptionArguments(file, "25", more));
     EXPECT_EQ(result.exitCode, 0) << result.err;
     return folder.path(name);
 }

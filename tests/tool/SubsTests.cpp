@@ -13,7 +13,7 @@
 namespace {
 
 using namespace std::string_view_literals;
-using qlxtest::captionArguments;
+using qlxtest::deployedCaptionArguments;
 using qlxtest::isOneMessage;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
@@ -166,7 +166,7 @@ TEST(SubtitleLimits, RefuseALongFileBeforeItIsRead) {
         const std::string file = folder.write(name, "1\n");
         std::filesystem::resize_file(file, std::uintmax_t{4} << 30U);
         for (const std::vector<std::string>& arguments :
-             {std::vector<std::string>{"subs", file}, playArguments(file, "25"), captionArguments(file, "25"),
+             {std::vector<std::string>{"subs", file}, playArguments(file, "25"), deployedCaptionArguments(file, "25"),
               std::vector<std::string>{"subs", file, "--encoding", "UTF-16"}}) {
             const ToolResult result = runTool(arguments);
             EXPECT_EQ(result.exitCode, 1);
@@ -227,10 +227,12 @@ TEST(SubtitlePieces, GiveTheCuesOfTheWholeFile) {
     }
     qlx::tool::Subtitles subtitles;
     int next = 0;
-    qlx::tool::readSRT(subtitles, content, {"memory"}, [&](const auto& record) {
-        ASSERT_EQ(qlx::tool::subtitleText(*record), "Bonjour " + std::to_string(next));
-        ++next;
-    });
+    qlx::tool::readSRT(subtitles, content, {"memory"},
+                       {[&](const auto& record) {
+                            ASSERT_EQ(qlx::tool::subtitleText(*record), "Bonjour " + std::to_string(next));
+                            ++next;
+                        },
+                        {}});
     EXPECT_EQ(next, 20000);
     EXPECT_EQ(subtitles.cues, 20000U);
     EXPECT_EQ(subtitles.problems.count(), 0U);

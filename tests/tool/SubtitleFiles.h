@@ -44,4 +44,11 @@ inline std::vector<std::string> captionArguments(const std::string& file, const 
     return playArgumentsOfMode("cea608", file, rate, more);
 }
 
+/// The same by the fixed operations.
+inline std::vector<std::string> deployedCaptionArguments(const std::string& file, const std::string& rate,
+                                                         std::vector<std::string> more = {}) {
+    more.emplace_back("--as-deployed");
+    return captionArguments(file, rate, more);
+}
+
 }  // namespace qlxtest

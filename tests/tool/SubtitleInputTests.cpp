@@ -162,7 +162,7 @@ TEST(SubtitleInput, WarnsOfATimingLineInsideACue) {
 std::vector<std::uint64_t> problemLines(std::string_view text) {
     qlx::tool::Subtitles subtitles;
     try {
-        qlx::tool::readSRT(subtitles, text, {}, [](const auto& /*record*/) {});
+        qlx::tool::readSRT(subtitles, text, {}, {[](const auto& /*record*/) {}, {}});
     } catch (const qlx::tool::Failure&) {
         EXPECT_EQ(subtitles.cues, 0U);
     }

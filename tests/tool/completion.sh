@@ -126,7 +126,7 @@ answer() {  # COMMAND PATTERN: writes the command, reads until the pattern
 }
 answer $'fpath=($PWD $fpath); autoload -Uz compinit; compinit -u -D; PS1=; print -r READ""Y\n' READY
 answer $'qlxcc() { print -r -- "<<${(j:|:)@}>>"; }; print -r DON""E\n' DONE
-answer $'qlxcc pl\tfilm.s\t--mo\tte\t--ra\t29\t-o rus\t\n' '>>'
+answer $'qlxcc pl\tfilm.s\t--mo\tte\t--rate=29\t-o rus\t\n' '>>'
 answer $'qlxcc scte104 bu\ttime\t--js\tfilm.s\t\n' '>>'
 answer $'qlxcc scte104 build seg\t--segmentation-t\tNetworkS\t--upid-t\tEI\t\n' '>>'
 zpty -d shell

@@ -5,7 +5,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 constexpr std::string_view kCodecs[] = {"h264", "mpeg2", "auto"};
 constexpr std::string_view kExtractFormats[] = {"triplets", "cc1", "a53"};
 constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl"};

@@ -23,56 +23,6 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::uint32_t kWidthHD = 1920;
-constexpr std::uint32_t kWidthSD = 720;
-
-/// @throws UsageError when texts cannot be read in this encoding.
-std::string knownEncoding(const std::string& name) {
-    if (!name.empty() && !isKnownEncoding(name)) {
-        throw UsageError("--encoding: \"" + name + "\" is no encoding that is known here (iconv -l lists them)");
-    }
-    return name;
-}
-
-PlayFormat playFormat(const RawOptions& raw) {
-    if (!raw.output && !raw.toFormat) {
-        return PlayFormat::Schedule;
-    }
-    if (!raw.toFormat && raw.output == "-") {
-        throw UsageError("--to-format is needed when writing to a pipe");
-    }
-    const std::string name = formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc"});
-    if (name == "jsonl" || name == "scc") {
-        return name == "jsonl" ? PlayFormat::Jsonl : PlayFormat::Scc;
-    }
-    if (raw.output.value_or("-") == "-" && standardOutputIsTerminal()) {
-        throw UsageError("--to-format " + name + " is not for a terminal: name a file with -o");
-    }
-    return name == "klv" ? PlayFormat::Klv : PlayFormat::V210;
-}
-
-/// The options that are for captions alone.
-void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
-    const bool isScc = options.format == PlayFormat::Scc;
-    if (isScc && options.mode != PlayMode::Cea608) {
-        throw UsageError("--to-format scc is for --mode cea608 only");
-    }
-    if (isScc && options.rate.name != "29.97") {
-        throw UsageError("--to-format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count "
-                         "its frames");
-    }
-    if (raw.isSD && options.mode == PlayMode::Cea608 && options.format != PlayFormat::V210) {
-        throw UsageError("--sd with --mode cea608 is for the format v210 only: captions stand on line 9 either way");
-    }
-    if (raw.isNonDrop && !isScc) {
-        throw UsageError("--non-drop is for the format scc only");
-    }
-    if (raw.leavesFramesEmpty &&
-        (options.mode != PlayMode::Cea608 || isScc || options.format == PlayFormat::Schedule)) {
-        throw UsageError("--no-fill is for --mode cea608 with the formats v210, klv and jsonl only");
-    }
-}
-
 std::vector<std::uint64_t> lineNumbers(std::string_view text) {
     std::vector<std::uint64_t> lines;
     for (bool more = true; more;) {
@@ -134,6 +84,13 @@ std::optional<FrameOutputOptions> frameOutputOptions(const RawOptions& raw) {
 
 }  // namespace
 
+std::string knownEncoding(const std::string& name) {
+    if (!name.empty() && !isKnownEncoding(name)) {
+        throw UsageError("--encoding: \"" + name + "\" is no encoding that is known here (iconv -l lists them)");
+    }
+    return name;
+}
+
 FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritten) {
     FrameSourceOptions options;
     if (raw.fromFormat) {
@@ -182,38 +139,6 @@ double timeOption(const std::string& option, const std::string& text, const Rate
     } catch (const UsageError& error) {
         throw UsageError(option + ": " + error.what());
     }
-}
-
-Action checkedPlay(const RawOptions& raw) {
-    PlayOptions options;
-    options.subtitles = raw.file;
-    options.encoding = knownEncoding(raw.encoding);
-    options.mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
-    options.rate = rateNamed(raw.rate).value();
-    options.isHD = !raw.isSD;
-    if (!raw.from.empty()) {
-        options.fromSeconds = timeOption("--from", raw.from, &options.rate);
-    }
-    if (!raw.duration.empty()) {
-        options.durationSeconds = timeOption("--duration", raw.duration, &options.rate);
-        if (options.durationSeconds == 0.0) {
-            throw UsageError("--duration must be longer than 0");
-        }
-    }
-    options.output = raw.output;
-    options.format = playFormat(raw);
-    if (raw.width && options.format != PlayFormat::V210) {
-        throw UsageError("--width is for the format v210 only");
-    }
-    options.width = pixels(raw.width).value_or(raw.isSD ? kWidthSD : kWidthHD);
-    checkCaptionOptions(raw, options);
-    if (raw.asDeployed && options.format != PlayFormat::V210 && options.format != PlayFormat::Klv) {
-        throw UsageError("--as-deployed is for the formats v210 and klv only");
-    }
-    options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
-    options.fillsFrames = !raw.leavesFramesEmpty;
-    options.isDropFrame = !raw.isNonDrop;
-    return [options] { return play(options); };
 }
 
 Action checkedSubs(const RawOptions& raw) {

@@ -55,6 +55,13 @@ struct RawOptions {
     bool isSD = false;
     bool leavesFramesEmpty = false;
     bool isNonDrop = false;
+    std::string style;
+    std::optional<std::uint64_t> rollUpRows;
+    std::optional<std::uint64_t> clearAfter;
+    bool sendsCodesOnce = false;
+    std::optional<std::string> programName;
+    std::optional<std::string> rating;
+    std::optional<std::string> network;
     bool isAll = false;
     std::string channel;
     std::string page;
@@ -100,6 +107,10 @@ using Action = std::function<int()>;
 [[nodiscard]] std::string formatName(const std::optional<std::string>& format, const std::string& file,
                                      const std::vector<std::string_view>& known,
                                      std::string_view option = "--to-format");
+
+/// An encoding of texts.
+/// @throws UsageError when texts cannot be read in it.
+[[nodiscard]] std::string knownEncoding(const std::string& name);
 
 /// A width or height for those who count in 32 bits.
 [[nodiscard]] std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size);

@@ -15,6 +15,9 @@ inline constexpr std::string_view kFrameFormats[] = {"v210",  "2vuy", "klv", "js
 /// Those of them that frames are written in.
 inline constexpr std::string_view kWrittenFormats[] = {"v210", "klv", "jsonl"};
 
+/// The channels of captions.
+inline constexpr std::string_view kChannels[] = {"CC1", "CC2", "CC3", "CC4"};
+
 /// What cues are made into.
 inline constexpr std::string_view kModes[] = {"teletext", "cea608"};
 

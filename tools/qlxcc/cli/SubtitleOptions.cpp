@@ -5,7 +5,8 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "scc"};
+constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "scc", "a53"};
+constexpr std::string_view kStyles[] = {"pop-on", "roll-up", "paint-on"};
 
 constexpr OptionRow kMode{
     .names = "--mode", .value = "MODE", .kind = ValueKind::Word, .words = kModes, .field = &RawOptions::mode};
@@ -27,26 +28,28 @@ constexpr OptionRow kEncoding{.names = "--encoding",
 constexpr std::string_view kPlayNotes =
     R"(Without -o and --to-format the schedule is printed. Teletext: a line for each frame at which something changes, with
 what the packets of both fields carry; "erase" is a page header that clears page 888, "close" the header behind its
-rows. CEA-608: a line for each caption, with the frames in which its byte pairs travel and the time at which the last
-one makes it appear; "-" is a caption that clears the screen.
+rows. CEA-608: a line for each cue, with the times at which its first byte pair is sent, it is due, and it is on air,
+the frame of the latter, and how many frames late that is.
 
 TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame
-00:00:10;12). Frame n is at n frame durations, from 0. A cue is due with the first frame that is later than its
-start; CEA-608 captions of SRT and EBU STL files start earlier by an estimate of their pairs. EBU STL cues keep their
-times, so that a programme that begins at 10:00:00:00 needs --from, and in teletext their rows. Warnings name what a
-viewer will not see as it is written, for the first ten of such cues; subs with the same MODE has more. The rows of a
-v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with CEA-608 that of line 9.
-A frame without a byte pair carries an empty caption packet.
+00:00:10;12). Frame n is at n frame durations, from 0. In teletext a cue is due with the first frame that is later than
+its start, in CEA-608 with the first one at its start or later; a caption that pops on is sent ahead of that, while the
+one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that begins
+at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a kind.
+The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with CEA-608 that of
+line 9. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of each
+field a frame, above that those of field 1 in even frames and those of field 2 in odd ones.
 
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
   qlxcc play film.srt --mode teletext --rate 29.97 --from 00:10:00,000 --duration 60 -o film.v210
   qlxcc play film.srt --mode cea608 --rate 29.97 -o film.scc
+  qlxcc play film.srt --mode cea608 --channel CC3 --style roll-up --rate 59.94 --rating "TV-14 V" -o film.klv
   qlxcc play film.srt --mode teletext --rate 25 --to-format klv | qlxcc scan - --from-format klv)";
 
 constexpr OptionRow kPlayOptions[] = {
     fileArgument("SUBTITLES", kSubtitleFile.help, kSubtitleFile.more),
-    required(mode("What is made of the cues: teletext (OP-47, both fields) or cea608 (captions, field 1)")),
+    required(mode("What is made of the cues: teletext (OP-47, both fields) or cea608 (captions of line 21)")),
     required(rateOption("--rate", {}, &RawOptions::rate,
                         "Frames a second: 23.976, 24, 25, 29.97, 30, 50, 59.94 or 60, or as 30000/1001")),
     {.names = "--sd",
@@ -73,12 +76,74 @@ constexpr OptionRow kPlayOptions[] = {
      .help = "{} (default: by the name of FILE)",
      .more = "See the formats in qlxcc(1)."},
     width("Pixels of a v210 row (default: 1920, with --sd 720)"),
-    kAsDeployed,
+    {.names = "--line",
+     .value = "L",
+     .kind = ValueKind::Number,
+     .least = 0,
+     .greatest = kGreatestLine,
+     .field = &RawOptions::line,
+     .help = "cea608: the video line of the packets (default: 9)"},
+    {.names = "--channel",
+     .value = "CHANNEL",
+     .kind = ValueKind::WordOfAnyCase,
+     .words = kChannels,
+     .field = &RawOptions::channel,
+     .help = "cea608: {} (default: CC1)",
+     .more = "CC1 and CC2 are in field 1, CC3 and CC4 in field 2."},
+    {.names = "--style",
+     .value = "STYLE",
+     .kind = ValueKind::Word,
+     .words = kStyles,
+     .field = &RawOptions::style,
+     .help = "cea608: {} (default: pop-on)",
+     .more = "Captions that pop on are sent ahead, while the one before is shown, and appear at once; the others are "
+             "written letter by letter from their start on."},
+    {.names = "--roll-up-rows",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 2,
+     .greatest = 4,
+     .field = &RawOptions::rollUpRows,
+     .help = "roll-up: rows on the screen, 2 to 4 (default: 2)"},
+    {.names = "--clear-after",
+     .value = "SECONDS",
+     .kind = ValueKind::Number,
+     .least = 0,
+     .greatest = 86'400,
+     .field = &RawOptions::clearAfter,
+     .help = "roll-up: rows are erased at a cue's end if the next one begins later than that (default: 4)"},
+    {.names = "--single-codes",
+     .field = &RawOptions::sendsCodesOnce,
+     .help = "cea608: send control codes once",
+     .more = "Without this option each is sent twice, as receivers expect it. Special characters that stand side by "
+             "side are sent twice even then."},
+    {.names = "--program-name",
+     .value = "NAME",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::programName,
+     .help = "cea608: send the programme's name as extended data",
+     .more = "Extended data (XDS) goes into what captions leave free of field 2, every 10 s."},
+    {.names = "--rating",
+     .value = "RATING",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::rating,
+     .help = "cea608: send for whom the programme is (PG-13, TV-14 DLSV, TV-Y7 FV, 14+, 16 ans+)"},
+    {.names = "--network",
+     .value = "NAME",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::network,
+     .help = "cea608: send the network's name"},
+    saying(
+        helping(kAsDeployed, "The bytes of the library's fixed operations"),
+        "Of CEA-608 captions it is also how versions before this one sent them: pop-on on CC1, at most two rows of 31 "
+        "characters, from a cue's start on, each code once, in both fields of every frame's packet. On rows and in "
+        "klv files all packets are in luma then, those of a row each at the next 32-bit word of its row behind the "
+        "one before it, those of a klv file with padding also behind whole four bytes."),
     kEncoding,
     {.names = "--no-fill",
      .field = &RawOptions::leavesFramesEmpty,
      .help = "cea608: frames without a byte pair carry no packet",
-     .more = "Without this option they carry one with an empty CDP, so that every frame has one."},
+     .more = "Without this option they carry one with null pairs, so that every frame has one."},
     {.names = "--non-drop",
      .field = &RawOptions::isNonDrop,
      .help = "scc: non-drop-frame timecodes (default: drop-frame)"},

@@ -8,6 +8,8 @@
 #include "streams/PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
+#include <qlx/cc/a53.h>
+#include <qlx/cc/cdp.h>
 
 #include <algorithm>
 #include <array>
@@ -21,13 +23,19 @@ constexpr std::size_t kPairsWidth = 5;
 // End of caption, which shows the caption that was loaded (CTA-608, data channel 1), with parity.
 constexpr std::array<std::uint8_t, 2> kEndOfCaption{0x94, 0x2F};
 
-/// The frame's field 1 pair; empty when it has none.
-Data pairOf(const Frame& frame) {
-    if (frame.packets.empty()) {
-        return {};
+/// The frame's pairs of a field that are no fillers; empty when it has none.
+Data pairOf(const Frame& frame, cc::CcType field = cc::CcType::Field1) {
+    std::vector<std::uint8_t> pairs;
+    if (!frame.packets.empty()) {
+        if (const Result<cc::Cdp> cdp = cc::parseCdp(frame.packets.front().userData)) {
+            for (const cc::Triplet& pair : cc::fieldPairs(cdp->triplets(), field)) {
+                if (!pair.isNullPair()) {
+                    pairs.insert(pairs.end(), {pair.first, pair.second});
+                }
+            }
+        }
     }
-    const Result<cc::Cdp> cdp = cc::parseCdp(frame.packets.front().userData);
-    return cdp ? fieldOnePairs(cdp->triplets()) : Data();
+    return Data(pairs);
 }
 
 }  // namespace
@@ -77,12 +85,13 @@ void CaptionScheduleWriter::finish() {
     }
 }
 
-SccWriter::SccWriter(OutputFile& output, bool isDropFrame) : _output(output), _isDropFrame(isDropFrame) {
+SccWriter::SccWriter(OutputFile& output, bool isDropFrame, cc::CcType field)
+    : _output(output), _isDropFrame(isDropFrame), _field(field) {
     _output.write("Scenarist_SCC V1.0\n");
 }
 
 void SccWriter::write(const Frame& frame) {
-    const Data pair = pairOf(frame);
+    const Data pair = pairOf(frame, _field);
     if (pair.empty()) {
         finish();
         return;
@@ -105,6 +114,16 @@ void SccWriter::finish() {
         _output.write("\n");
     }
     _isInRun = false;
+}
+
+void A53Writer::write(const Frame& frame) {
+    cc::CaptionUserData captions;
+    if (!frame.packets.empty()) {
+        if (const Result<cc::Cdp> cdp = cc::parseCdp(frame.packets.front().userData)) {
+            (void)captions.triplets.append(cdp->triplets());
+        }
+    }
+    _output.write(hex(cc::writeCaptionUserData(captions, cc::UserDataForm::TypeCode)) + "\n");
 }
 
 }  // namespace qlx::tool

@@ -5,6 +5,7 @@
 #include "io/OutputFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+#include <qlx/cc/triplet.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -48,11 +49,11 @@ private:
 };
 
 /// Writes a Scenarist caption file for 29.97 frames a second: a line for each run of consecutive frames that carry a
-/// pair, with the timecode of its first frame and the pairs in hexadecimal digits, parity included.
+/// pair of a field, with the timecode of its first frame and the pairs in hexadecimal digits, parity included.
 class SccWriter final : public FrameWriter {
 public:
     /// @param isDropFrame Whether timecodes skip two numbers a minute (SMPTE ST 12-1).
-    SccWriter(OutputFile& output, bool isDropFrame);
+    SccWriter(OutputFile& output, bool isDropFrame, cc::CcType field = cc::CcType::Field1);
 
     void write(const Frame& frame) override;
     void finish() override;
@@ -60,7 +61,19 @@ public:
 private:
     OutputFile& _output;
     bool _isDropFrame;
+    cc::CcType _field;
     bool _isInRun = false;
+};
+
+/// Writes a line a frame with its triplets in an A/53 cc_data structure, in hexadecimal digits, as extract prints it.
+class A53Writer final : public FrameWriter {
+public:
+    explicit A53Writer(OutputFile& output) : _output(output) {}
+
+    void write(const Frame& frame) override;
+
+private:
+    OutputFile& _output;
 };
 
 }  // namespace qlx::tool

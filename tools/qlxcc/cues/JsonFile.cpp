@@ -13,26 +13,31 @@
 
 namespace qlx::tool {
 
-void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
+void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
     subtitles.format = "JSON";
     subtitles.place = "element";
     std::uint64_t elements = 0;
     const bool hasList = readJsonElements(subtitles.name, text, [&](const Value& element) {
         ++elements;
         Findings findings;
-        const Result<subtitles::Cue> cue = subtitles::cueOf(element, &findings);
+        Result<subtitles::Cue> cue = subtitles::cueOf(element, &findings);
         std::vector<SubtitleProblem> problems = elementProblems(elements, element, findings, cue);
         const bool isCue = !leaveCueOut(problems);
         for (SubtitleProblem& problem : problems) {
             subtitles.problems.add(std::move(problem));
         }
-        if (isCue) {
-            ++subtitles.cues;
-            auto record = facade::toRecord(*cue);
-            record->setIndex(elements);
-            record->setSubtitleMode(request.mode);
-            take(std::move(record));
+        if (!isCue) {
+            return;
         }
+        ++subtitles.cues;
+        cue->number = elements;
+        if (take.value) {
+            take.value(*cue);
+            return;
+        }
+        auto record = facade::toRecord(*cue);
+        record->setSubtitleMode(request.mode);
+        take.record(std::move(record));
     });
     if (!hasList) {
         throw failureAtLine(subtitles.name, 1, "the JSON is no array of subtitles");

@@ -135,17 +135,21 @@ void walk(std::string_view text, CueFindings& findings, const TakeCue& takeCue, 
 
 }  // namespace
 
-void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take) {
+void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
     subtitles.format = "SRT";
     CueFindings findings(text);
     const auto takeCue = [&](const subtitles::Cue& cue) {
+        ++subtitles.cues;
+        if (take.value) {
+            take.value(cue);
+            return;
+        }
         auto record = facade::toRecord(cue);
         record->updatePositioningForSubtitleMode(request.mode);
         if (request.mode == kCea608Mode) {
             moveAsCaption(*record, request.frameDuration);
         }
-        ++subtitles.cues;
-        take(std::move(record));
+        take.record(std::move(record));
     };
     const auto takeFound = [&] {
         if (findings.longCue() != 0) {

@@ -110,7 +110,7 @@ void placeLines(QLXSubtitleRecord& record, std::int32_t mode) {
 /// Reads the blocks of a file whose header has been checked.
 class STLBlocks {
 public:
-    STLBlocks(Subtitles& subtitles, const StlView& file, const SubtitleRequest& request, const CueTaker& take)
+    STLBlocks(Subtitles& subtitles, const StlView& file, const SubtitleRequest& request, const CueTakers& take)
         : _subtitles(subtitles), _file(file), _rate(*file.gsi.rate()), _request(request), _take(take) {}
 
     /// @param count How many, from the first on.
@@ -146,6 +146,11 @@ private:
                 _subtitles.problems.add({place, std::move(loss), Effect::None});
             }
         }
+        ++_subtitles.cues;
+        if (_take.value) {
+            _take.value(cue);
+            return;
+        }
         std::erase_if(cue.rows, &isEmpty);
         auto record = facade::toRecord(cue);
         record->setStartTimeInSeconds(start);
@@ -155,15 +160,14 @@ private:
         if (_request.mode == kCea608Mode) {
             moveAsCaption(*record, _request.frameDuration);
         }
-        ++_subtitles.cues;
-        _take(std::move(record));
+        _take.record(std::move(record));
     }
 
     Subtitles& _subtitles;
     const StlView& _file;
     const FrameRate _rate;
     const SubtitleRequest& _request;
-    const CueTaker& _take;
+    const CueTakers& _take;
 };
 
 /// Checks the header: all blocks that it announces are there.
@@ -242,7 +246,7 @@ bool looksLikeSTL(std::string_view bytes) noexcept {
            bytes.find('\n') > kDiskFormatOffset;
 }
 
-void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTaker& take) {
+void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take) {
     subtitles.place = "TTI block";
     const StlView file = openFile(subtitles.name, bytes);
     subtitles.format = "EBU STL, " + std::to_string(nominalFramesPerSecond(*file.gsi.rate())) + " frames/s";

@@ -11,11 +11,17 @@ namespace qlx::tool {
 /// then it stands complete at its time.
 void moveAsCaption(QLXSubtitleRecord& record, double frameDuration);
 
+/// Who takes cues: as records that are placed for the mode, or as they are.
+struct CueTakers {
+    CueTaker record;
+    CueValueTaker value;  ///< In its place, where there is one.
+};
+
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 
-void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take);
-void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTaker& take);
-void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTaker& take);
+void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
+void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
+void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
 
 /// Whether a file is EBU STL, by its first bytes: a code page and a disk format code.
 [[nodiscard]] bool looksLikeSTL(std::string_view bytes) noexcept;

@@ -47,7 +47,54 @@ InputKind kindOfText(const std::string& path, std::string_view text) {
     return isNamed && !text.empty() && !looksLikeSRT(text) ? *named : InputKind::Srt;
 }
 
+Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
+    InputFile file(request.path);
+    Subtitles subtitles;
+    subtitles.name = file.name();
+    const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
+    const bool isSTL = looksLikeSTL({reinterpret_cast<const char*>(first.data()), first.size()});
+    if (isSTL && !request.encoding.empty()) {
+        throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
+    }
+    checkKind(file, first, !request.encoding.empty());
+    const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
+    const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
+    if (kind == InputKind::Stl) {
+        readSTL(subtitles, text, request, take);
+        return subtitles;
+    }
+    checkUTF8(file.name(), text);
+    if (kind == InputKind::Json) {
+        readJson(subtitles, text, request, take);
+    } else {
+        readSRT(subtitles, text, request, take);
+    }
+    return subtitles;
+}
+
+/// The texts of rows, joined.
+class JoinedRows {
+public:
+    void add(const std::string& text) {
+        _text += (_text.empty() ? "" : " / ") + text;
+        _hasText = _hasText || !text.empty();
+    }
+    [[nodiscard]] std::string take() { return _hasText ? std::move(_text) : "(no text)"; }
+
+private:
+    std::string _text;
+    bool _hasText = false;
+};
+
 }  // namespace
+
+Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take) {
+    return read(request, {take, {}});
+}
+
+Subtitles readCues(const SubtitleRequest& request, const CueValueTaker& take) {
+    return read(request, {{}, take});
+}
 
 void moveAsCaption(QLXSubtitleRecord& record, double frameDuration) {
     const auto pairs = static_cast<double>(record.numberOfCEA608Packets());
@@ -92,43 +139,20 @@ bool looksLikeJson(std::string_view text) noexcept {
            (text[first] == '{' && (follower == '"' || follower == '}'));
 }
 
-Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take) {
-    InputFile file(request.path);
-    Subtitles subtitles;
-    subtitles.name = file.name();
-    const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
-    const bool isSTL = looksLikeSTL({reinterpret_cast<const char*>(first.data()), first.size()});
-    if (isSTL && !request.encoding.empty()) {
-        throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
+std::string subtitleText(const QLXSubtitleRecord& record) {
+    JoinedRows rows;
+    for (const auto& line : record.subtitleLines()) {
+        rows.add(line->textString().value_or(""));
     }
-    checkKind(file, first, !request.encoding.empty());
-    const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
-    const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
-    if (kind == InputKind::Stl) {
-        readSTL(subtitles, text, request, take);
-        return subtitles;
-    }
-    checkUTF8(file.name(), text);
-    if (kind == InputKind::Json) {
-        readJson(subtitles, text, request, take);
-    } else {
-        readSRT(subtitles, text, request, take);
-    }
-    return subtitles;
+    return rows.take();
 }
 
-std::string subtitleText(const QLXSubtitleRecord& record) {
-    std::string text;
-    bool hasText = false;
-    for (const auto& line : record.subtitleLines()) {
-        const std::string lineText = line->textString().value_or("");
-        hasText = hasText || !lineText.empty();
-        if (!text.empty()) {
-            text += " / ";
-        }
-        text += lineText;
+std::string subtitleText(const subtitles::Cue& cue) {
+    JoinedRows rows;
+    for (const subtitles::Row& row : cue.rows) {
+        rows.add(row.text());
     }
-    return hasText ? text : "(no text)";
+    return rows.take();
 }
 
 }  // namespace qlx::tool

@@ -1,6 +1,8 @@
 // Reading a subtitle file, and saying what is wrong with it.
 #pragma once
 
+#include <qlx/subtitles/cue.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -64,6 +66,7 @@ struct Subtitles {
 };
 
 using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
+using CueValueTaker = std::function<void(const subtitles::Cue&)>;
 
 /// Reads a subtitle file and hands on its cues one by one, so that a long file takes no more memory than its text:
 /// EBU STL, SRT, or JSON, by its content, or else by its name. A JSON file is an array of the dictionaries that
@@ -76,6 +79,9 @@ using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
 ///   valid cue; UsageError when an encoding is given for an STL file, or the file is of another kind.
 [[nodiscard]] Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take);
 
+/// The same of cues as they are, which have the times and places that the file gives them. The mode does not count.
+[[nodiscard]] Subtitles readCues(const SubtitleRequest& request, const CueValueTaker& take);
+
 /// `line 12: `; empty for the file as a whole.
 [[nodiscard]] std::string placeInWords(const Subtitles& subtitles, const SubtitleProblem& problem);
 
@@ -87,5 +93,6 @@ using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
 
 /// The lines of a subtitle, joined by ` / `; `(no text)` when there is nothing in them.
 [[nodiscard]] std::string subtitleText(const QLXSubtitleRecord& record);
+[[nodiscard]] std::string subtitleText(const subtitles::Cue& cue);
 
 }  // namespace qlx::tool

@@ -1,0 +1,326 @@
+// qlxcc play --mode cea608: captions as they go on air.
+#include "AncBytes.h"
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+using qlxtest::captionArguments;
+using qlxtest::linesOf;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Texts = std::vector<std::string>;
+
+const std::string kHi = srt({{"00:00:01,010", "00:00:02,010", "Hi"}});
+
+/// What is played of an SRT text; goes well.
+ToolResult played(const std::string& text, const std::string& rate, const Texts& more) {
+    const TemporaryFolder folder;
+    ToolResult result = runTool(captionArguments(folder.write("in.srt", text), rate, more));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    return result;
+}
+
+// 1.01 s is 30.27 frames, 2.01 s 60.24. In the middle of 32 columns two letters stand in column 15: indent 12 of row 15
+// (1476), three columns more (1723).
+TEST(CaptionsOnAir, AreLoadedAheadAndShownOnTime) {
+    const std::string head = "Scenarist_SCC V1.0\n\n";
+    EXPECT_EQ(played(kHi, "29.97", {"--to-format", "scc"}).out,
+              head + "00:00:00;00\t9420 9420 94ae 94ae 9476 9476 9723 9723 c8e9\n\n00:00:01;01\t942f 942f\n\n"
+                     "00:00:02;01\t942c 942c\n");
+    EXPECT_EQ(played(kHi, "29.97", {"--to-format", "scc", "--single-codes"}).out,
+              head + "00:00:00;00\t9420 94ae 9476 9723 c8e9\n\n00:00:01;01\t942f\n\n00:00:02;01\t942c\n");
+}
+
+// The same of the first channel of field 2 (14 is 15 there), and of the second one of field 1 (1c, and 1f for tabs).
+TEST(CaptionsOnAir, GoToTheChannelThatIsAskedFor) {
+    const Texts once{"--to-format", "scc", "--single-codes", "--channel"};
+    const auto of = [&](const std::string& channel) {
+        Texts more = once;
+        more.push_back(channel);
+        return linesOf(played(kHi, "29.97", more).out).at(2);
+    };
+    EXPECT_EQ(of("CC3"), "00:00:00;00\t1520 15ae 9476 9723 c8e9");
+    EXPECT_EQ(of("cc2"), "00:00:00;00\t1c20 1cae 1c76 1f23 c8e9");
+}
+
+TEST(CaptionsOnAir, AreWrittenFromTheirStartOnInOtherStyles) {
+    const std::string text = srt({{"00:00:01,000", "00:00:02,000", "ab"}, {"00:00:03,000", "00:00:04,000", "cd"}});
+    const auto of = [&](Texts more) {
+        more.insert(more.end(), {"--to-format", "scc", "--single-codes"});
+        Texts lines = linesOf(played(text, "29.97", more).out);
+        std::erase(lines, "");
+        lines.erase(lines.begin());
+        return lines;
+    };
+    // Frames 30, 60, 90, 120 begin at the times or up to 4 ms behind them.
+    EXPECT_EQ(of({"--style", "paint-on"}), (Texts{"00:00:01;00\t9429 9476 9723 6162", "00:00:02;00\t942c",
+                                                  "00:00:03;00\t9429 9476 9723 e364", "00:00:04;00\t942c"}));
+    EXPECT_EQ(
+        of({"--style", "roll-up", "--roll-up-rows", "3"}),
+        (Texts{"00:00:01;00\t9426 94ad 9476 9723 6162", "00:00:03;00\t9426 94ad 9476 9723 e364", "00:00:04;00\t942c"}));
+    EXPECT_EQ(of({"--style", "roll-up", "--clear-after", "0"}).at(1), "00:00:02;00\t942c");
+}
+
+TEST(CaptionsOnAir, FillEveryFrameAsItsRateDoes) {
+    struct Expected {
+        std::string rate;
+        std::size_t count;
+    };
+    for (const auto& [rate, count] : {Expected{"23.976", 25},
+                                      {"24", 25},
+                                      {"25", 24},
+                                      {"29.97", 20},
+                                      {"30", 20},
+                                      {"50", 12},
+                                      {"59.94", 10},
+                                      {"60", 10}}) {
+        SCOPED_TRACE(rate);
+        const bool alternates = count <= 12;
+        const Texts lines = linesOf(played(kHi, rate, {"--to-format", "a53"}).out);
+        std::string padding;
+        for (std::size_t index = alternates ? 1 : 2; index < count; ++index) {
+            padding += "fa0000";
+        }
+        // process_em_data_flag, process_cc_data_flag and cc_count.
+        const std::string head = "03" + qlxtest::toHex(std::array{static_cast<std::uint8_t>(0xC0 | count)}) + "ff";
+        const std::string none = alternates ? "" : "fd8080";
+        EXPECT_EQ(lines.at(0), head + "fc9420" + none + padding + "ff");
+        EXPECT_EQ(lines.at(1), head + (alternates ? "fd8080" : "fc9420" + none) + padding + "ff");
+        EXPECT_EQ(lines.back(),
+                  head + (alternates && lines.size() % 2 == 0 ? "fd8080" : "fc8080" + none) + padding + "ff");
+    }
+}
+
+TEST(CaptionsOnAir, AreTheSamePacketsInEveryForm) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kHi);
+    const auto scanned = [&](const std::string& name, const Texts& more, const Texts& rows) {
+        Texts arguments{"-o", folder.path(name)};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        EXPECT_EQ(runTool(captionArguments(file, "29.97", arguments)).exitCode, 0);
+        Texts scan{"scan", folder.path(name), "--json"};
+        scan.insert(scan.end(), rows.begin(), rows.end());
+        const ToolResult result = runTool(scan);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, "");
+        // Only the bytes of the packets.
+        Texts data;
+        for (const std::string& line : linesOf(result.out)) {
+            const std::size_t place = line.find("\"data\":\"");
+            data.push_back(place == std::string::npos ? "" : line.substr(place, line.find('"', place + 8) - place));
+            EXPECT_TRUE(place == std::string::npos ||
+                        line.find("\"line\":" + (rows.empty() ? std::string("9") : rows.at(1))) != std::string::npos);
+        }
+        return data;
+    };
+    const Texts expected = scanned("a.klv", {}, {});
+    ASSERT_EQ(expected.size(), 91U);
+    EXPECT_EQ(std::count(expected.begin(), expected.end(), ""), 0);
+    EXPECT_EQ(scanned("a.jsonl", {}, {}), expected);
+    EXPECT_EQ(scanned("a.v210", {}, {"--lines", "9"}), expected);
+    EXPECT_EQ(scanned("b.v210", {"--sd", "--line", "11"}, {"--lines", "11", "--width", "720"}), expected);
+    const Texts sparse = scanned("b.klv", {"--no-fill"}, {});
+    EXPECT_EQ(std::count(sparse.begin(), sparse.end(), ""), 91 - 9 - 2 - 2);
+    EXPECT_EQ(sparse.at(31), expected.at(31));
+}
+
+TEST(CaptionsOnAir, AreListedWithTheirTimes) {
+    // The first cue ends as the second one begins: EOC in frames 50 and 51, EDM in 53 and 54, as no two pairs fit in
+    // front of it, then nine pairs of the second cue up to frame 63.
+    const std::string text = srt({{"00:00:02,000", "00:00:02,500", "Hi"},
+                                  {"00:00:02,100", "00:00:04,000", "A"},
+                                  {"00:00:03,000", "00:00:04,500", "B"},
+                                  {"00:00:03,000", "00:00:04,500", "C"}});
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", text);
+    const ToolResult result = runTool(captionArguments(file, "25"));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, file + ": 4 cues as CEA-608 captions on CC1, 25 frames/s\n\n"
+                                 "   cue  sent from     due           on air           frame  late  subtitle\n"
+                                 "     1  00:00:00,000  00:00:02,000  00:00:02,000        50     0  Hi\n"
+                                 "     2  00:00:02,200  00:00:02,120  00:00:02,560        64    11  A\n"
+                                 "     3  00:00:02,640  00:00:03,000  00:00:03,000        75     0  B\n"
+                                 "     4  -             00:00:03,000  -                    -     -  C\n");
+    const std::string place = "qlxcc: warning: " + file + ": cue ";
+    EXPECT_EQ(result.err,
+              place + "2: caption begins at frame 53, before the one in front of it ends at 63\n" + place +
+                  "3: caption begins at frame 75, before the one in front of it ends at 100\n" + place +
+                  "4: caption from frame 75 to 113 is left out: it has no duration, begins before the last one, or is "
+                  "too far off\n" +
+                  place + "2: caption is shown 11 frames late, 11 pairs short\n");
+    // What is cut off is said.
+    const ToolResult cut = runTool(captionArguments(file, "25", {"--duration", "2.4"}));
+    EXPECT_EQ(linesOf(cut.out).back(), "     2  00:00:02,200  00:00:02,120  not yet              -     -  A");
+    EXPECT_EQ(linesOf(cut.err).back(), "qlxcc: warning: " + file + ": 1 cue not on air by the end, the first is cue 2");
+}
+
+TEST(CaptionsOnAir, BeginWithTheFirstFrameThatIsPlayed) {
+    const std::string text = srt({{"00:00:01,000", "00:00:09,000", "Hi"}, {"00:00:06,000", "00:00:09,000", "A"}});
+    // At 59.94 frame 300 is the first one at 5 s or later; the cue that is on air then is loaded from there on, 9 pairs in
+    // every second frame, and shown behind them, in frame 318. The next one is loaded behind both of its EOC.
+    const Texts lines = linesOf(played(text, "59.94", {"--from", "5"}).out);
+    EXPECT_EQ(lines.at(3), "     1  00:00:05,005  00:00:05,005  00:00:05,305       318    18  Hi");
+    EXPECT_EQ(lines.at(4), "     2  00:00:05,372  00:00:06,006  00:00:06,006       360     0  A");
+    // From an odd frame on field 2 comes first.
+    EXPECT_EQ(linesOf(played(text, "59.94", {"--from", "5.01", "--to-format", "a53"}).out).at(0).substr(6, 6),
+              "fd8080");
+}
+
+TEST(CaptionsOnAir, HaveExtendedDataBesideThem) {
+    // Name (start code 01, type 03), rating (01 05; TV-14 is 5, V 20h: 48 50 65) and network (05 01); the end code 0f.
+    const Texts lines = linesOf(played(kHi, "29.97",
+                                       {"--to-format", "scc", "--channel", "CC3", "--program-name", "Show", "--rating",
+                                        "tv-14 v", "--network", "QLX", "--single-codes"})
+                                    .out);
+    // Captions go first, and behind them the packets: their bytes, the end code 0f, and what makes the sum 0 in 7 bits.
+    EXPECT_EQ(lines.at(2),
+              "00:00:00;00\t1520 15ae 9476 9723 c8e9 0183 d368 eff7 8f4c 0185 c8e5 8f3e 8501 514c 5880 8f76");
+    const ToolResult refused = runTool({"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "--rating", "XXX"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(refused.err.find("qlxcc: --rating: \"XXX\" is no rating"), 0U) << refused.err;
+}
+
+TEST(CaptionsOnAir, ShowHowTheyDifferFromTheCue) {
+    const TemporaryFolder folder;
+    const std::string longest(40, 'x');
+    const std::string file = folder.write("in.srt", srt({{"00:00:04,000", "00:00:05,000", "a \xE2\x82\xAC"},
+                                                         {"00:00:06,000", "00:00:07,000", longest},
+                                                         {"00:00:08,000", "00:00:09,000", "1\n2\n3\n4\n5"}}));
+    const ToolResult result = runTool(captionArguments(file, "25"));
+    EXPECT_EQ(result.exitCode, 0);
+    const std::string name = file + ": cue ";
+    EXPECT_EQ(result.err, "qlxcc: warning: " + name + "1: character 20ac is sent as 45\nqlxcc: remark: " + name +
+                              "2: row 1 is broken behind 32 characters\nqlxcc: warning: " + name +
+                              "3: row 5: 1 characters are left out, the caption has its four rows\n");
+    EXPECT_EQ(runTool(captionArguments(file, "25", {"--quiet"})).err, "");
+}
+
+// The demonstration file at every rate
+
+struct Shown {
+    std::uint64_t from = 0;
+    std::uint64_t to = 0;
+    std::string text;  ///< Of all rows, with a space between.
+
+    friend bool operator==(const Shown&, const Shown&) = default;
+    friend void PrintTo(const Shown& shown, std::ostream* out) {
+        *out << shown.from << " to " << shown.to << ": " << shown.text;
+    }
+};
+
+struct RateTerms {
+    const char* name;
+    std::uint64_t frames;  ///< In so many seconds:
+    std::uint64_t seconds;
+    bool alternates;  ///< Field 1 has the even frames.
+};
+
+/// The first frame at a time or later that has a pair of the field.
+std::uint64_t slotFrame(std::uint64_t milliseconds, const RateTerms& rate, std::uint64_t field) {
+    const std::uint64_t divisor = 1000 * rate.seconds;
+    const std::uint64_t frame = (milliseconds * rate.frames + divisor - 1) / divisor;
+    return rate.alternates && frame % 2 != field - 1 ? frame + 1 : frame;
+}
+
+std::string withoutMarkup(std::string line) {
+    const auto remove = [&line](char open, char close) {
+        for (std::size_t begin = line.find(open); begin != std::string::npos; begin = line.find(open)) {
+            line.erase(begin, line.find(close, begin) + 1 - begin);
+        }
+    };
+    remove('<', '>');
+    remove('{', '}');
+    return line;
+}
+
+/// The cues of an SRT text, when and as they are to be shown.
+std::vector<Shown> expectedOf(const std::string& text, const RateTerms& rate, std::uint64_t field) {
+    std::vector<Shown> cues;
+    bool isOpen = false;
+    for (const std::string& line : linesOf(text)) {
+        std::array<unsigned, 8> part{};
+        if (std::sscanf(line.c_str(), "%u:%u:%u,%u --> %u:%u:%u,%u", part.data(), &part[1], &part[2], &part[3],
+                        &part[4], &part[5], &part[6], &part[7]) == 8) {
+            const auto time = [&](std::size_t first) {
+                return ((part[first] * 60ULL + part[first + 1]) * 60 + part[first + 2]) * 1000 + part[first + 3];
+            };
+            cues.push_back({slotFrame(time(0), rate, field), slotFrame(time(4), rate, field), {}});
+            isOpen = true;
+        } else if (line.empty()) {
+            isOpen = false;
+        } else if (isOpen) {
+            cues.back().text += (cues.back().text.empty() ? "" : " ") + withoutMarkup(line);
+        }
+    }
+    // A caption ends as the next one begins; and no EDM, of two pairs, is sent where that is within its time.
+    const std::uint64_t erasing = rate.alternates ? 4 : 2;
+    for (std::size_t index = 1; index < cues.size(); ++index) {
+        if (cues[index].from < cues[index - 1].to + erasing) {
+            cues[index - 1].to = cues[index].from;
+        }
+    }
+    return cues;
+}
+
+std::uint64_t numberBehind(const std::string& line, const std::string& key) {
+    return std::stoull(line.substr(line.find(key) + key.size()));
+}
+
+/// The screens that show --json prints.
+std::vector<Shown> screensOf(const std::string& json) {
+    std::vector<Shown> screens;
+    for (std::string line : linesOf(json)) {
+        std::erase(line, '\\');
+        Shown shown{numberBehind(line, "\"from_frame\":"), numberBehind(line, "\"to_frame\":"), {}};
+        // The text of a row stands behind those of its runs.
+        const std::string key = "],\"text\":\"";
+        for (std::size_t place = line.find(key); place != std::string::npos; place = line.find(key, place)) {
+            place += key.size();
+            // A row ends with the object around it.
+            shown.text += (shown.text.empty() ? "" : " ") + line.substr(place, line.find("\"}", place) - place);
+        }
+        screens.push_back(shown);
+    }
+    return screens;
+}
+
+class DemoCaptions : public ::testing::TestWithParam<RateTerms> {};
+
+// 46 of 46, each from the first slot of its field at or after its start on: in the first frame at its start or later, above
+// 30 frames/s at most one later.
+TEST_P(DemoCaptions, AreOnAirAsWrittenAndOnTime) {
+    const RateTerms& rate = GetParam();
+    const TemporaryFolder folder;
+    std::ifstream file(QLX_DEMO_SRT, std::ios::binary);
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    for (const std::uint64_t field : {1U, 2U}) {
+        const std::string channel = field == 1 ? "CC1" : "CC3";
+        const ToolResult result = runTool(captionArguments(
+            QLX_DEMO_SRT, rate.name, {"--channel", channel, "--to-format", "jsonl", "-o", folder.path("a.jsonl")}));
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err.find("late"), std::string::npos) << result.err;
+        const ToolResult shown = runTool({"show", folder.path("a.jsonl"), "--channel", channel, "--all", "--json"});
+        const std::vector<Shown> expected = expectedOf(text, rate, field);
+        ASSERT_EQ(expected.size(), 46U);
+        EXPECT_EQ(screensOf(shown.out), expected);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, DemoCaptions,
+                         ::testing::Values(RateTerms{"23.976", 24000, 1001, false}, RateTerms{"24", 24, 1, false},
+                                           RateTerms{"25", 25, 1, false}, RateTerms{"29.97", 30000, 1001, false},
+                                           RateTerms{"30", 30, 1, false}, RateTerms{"50", 50, 1, true},
+                                           RateTerms{"59.94", 60000, 1001, true}, RateTerms{"60", 60, 1, true}));
+
+}  // namespace

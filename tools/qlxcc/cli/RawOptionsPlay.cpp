@@ -1,0 +1,171 @@
+// The checks of play.
+#include "cli/RawOptions.h"
+#include "commands/play/Play.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Times.h"
+
+#include <qlx/cea608/codes.h>
+#include <qlx/cea608/xds.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::uint32_t kWidthHD = 1920;
+constexpr std::uint32_t kWidthSD = 720;
+
+PlayFormat playFormat(const RawOptions& raw) {
+    if (!raw.output && !raw.toFormat) {
+        return PlayFormat::Schedule;
+    }
+    if (!raw.toFormat && raw.output == "-") {
+        throw UsageError("--to-format is needed when writing to a pipe");
+    }
+    const std::string name = formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc", "a53"});
+    if (name == "jsonl" || name == "scc" || name == "a53") {
+        return name == "jsonl" ? PlayFormat::Jsonl : name == "scc" ? PlayFormat::Scc : PlayFormat::A53;
+    }
+    if (raw.output.value_or("-") == "-" && standardOutputIsTerminal()) {
+        throw UsageError("--to-format " + name + " is not for a terminal: name a file with -o");
+    }
+    return name == "klv" ? PlayFormat::Klv : PlayFormat::V210;
+}
+
+/// The options that are for captions alone.
+void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
+    const bool isScc = options.format == PlayFormat::Scc;
+    const bool isA53 = options.format == PlayFormat::A53;
+    if (isA53 && options.mode != PlayMode::Cea608) {
+        throw UsageError("--to-format a53 is for --mode cea608 only");
+    }
+    if (isScc && options.mode != PlayMode::Cea608) {
+        throw UsageError("--to-format scc is for --mode cea608 only");
+    }
+    if (isScc && options.rate.name != "29.97") {
+        throw UsageError("--to-format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count "
+                         "its frames");
+    }
+    if (raw.isSD && options.mode == PlayMode::Cea608 && options.format != PlayFormat::V210) {
+        throw UsageError(
+            "--sd with --mode cea608 is for the format v210 only: captions stand on the same line either way");
+    }
+    if (raw.isSD && options.mode == PlayMode::Cea608 && !options.asDeployed && options.rate.name != "25" &&
+        options.rate.name != "29.97") {
+        throw UsageError("--sd with --mode cea608 is for --rate 25 and 29.97 only");
+    }
+    if (raw.isNonDrop && !isScc) {
+        throw UsageError("--non-drop is for the format scc only");
+    }
+    if (raw.leavesFramesEmpty &&
+        (options.mode != PlayMode::Cea608 || isScc || isA53 || options.format == PlayFormat::Schedule)) {
+        throw UsageError("--no-fill is for --mode cea608 with the formats v210, klv and jsonl only");
+    }
+}
+
+/// Options that only the core's captions have.
+void refuseOptionsOfCaptions(const RawOptions& raw) {
+    struct Given {
+        std::string_view name;
+        bool isGiven;
+    };
+    for (const Given& option :
+         {Given{"--channel", !raw.channel.empty()}, Given{"--style", !raw.style.empty()},
+          Given{"--roll-up-rows", raw.rollUpRows.has_value()}, Given{"--clear-after", raw.clearAfter.has_value()},
+          Given{"--single-codes", raw.sendsCodesOnce}, Given{"--line", raw.line.has_value()},
+          Given{"--program-name", raw.programName.has_value()}, Given{"--rating", raw.rating.has_value()},
+          Given{"--network", raw.network.has_value()}}) {
+        if (option.isGiven) {
+            throw UsageError(std::string(option.name) + " is for --mode cea608 without --as-deployed only");
+        }
+    }
+}
+
+void readExtendedData(const RawOptions& raw, std::vector<cea608::XdsValue>& values) {
+    if (raw.programName) {
+        values.emplace_back(cea608::XdsProgramName{*raw.programName});
+    }
+    if (raw.rating) {
+        const auto advisory = cea608::contentAdvisoryNamed(*raw.rating);
+        if (!advisory) {
+            throw UsageError("--rating: \"" + *raw.rating +
+                             "\" is no rating (PG-13, TV-14 DLSV, TV-Y7 FV, 14+, 16 ans+ and the like)");
+        }
+        values.emplace_back(*advisory);
+    }
+    if (raw.network) {
+        values.emplace_back(cea608::XdsNetworkName{*raw.network});
+    }
+}
+
+void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
+    if (options.mode != PlayMode::Cea608 || options.asDeployed) {
+        refuseOptionsOfCaptions(raw);
+        return;
+    }
+    CaptionPlayOptions& captions = options.captions;
+    captions.channel = raw.channel.empty() ? cea608::kCC1 : cea608::channelNamed(raw.channel).value();
+    captions.style = raw.style == "roll-up"    ? cea608::CaptionStyle::RollUp
+                     : raw.style == "paint-on" ? cea608::CaptionStyle::PaintOn
+                                               : cea608::CaptionStyle::PopOn;
+    if (captions.style != cea608::CaptionStyle::RollUp && (raw.rollUpRows || raw.clearAfter)) {
+        throw UsageError(std::string(raw.rollUpRows ? "--roll-up-rows" : "--clear-after") +
+                         " is for --style roll-up only");
+    }
+    captions.rollUpRows = static_cast<std::uint8_t>(raw.rollUpRows.value_or(captions.rollUpRows));
+    captions.writer.clearAfter = static_cast<std::uint32_t>(raw.clearAfter.value_or(captions.writer.clearAfter));
+    captions.writer.doublesCodes = !raw.sendsCodesOnce;
+    captions.line = static_cast<std::uint32_t>(raw.line.value_or(captions.line));
+    const bool hasPackets =
+        options.format == PlayFormat::V210 || options.format == PlayFormat::Klv || options.format == PlayFormat::Jsonl;
+    if (raw.line && !hasPackets) {
+        throw UsageError("--line is for the formats v210, klv and jsonl only");
+    }
+    readExtendedData(raw, captions.extendedData);
+    if (!captions.extendedData.empty() && options.format == PlayFormat::Scc && captions.channel.field == 1) {
+        throw UsageError("extended data is in field 2: a Scenarist caption file of CC1 or CC2 has field 1 only");
+    }
+}
+
+}  // namespace
+
+Action checkedPlay(const RawOptions& raw) {
+    PlayOptions options;
+    options.subtitles = raw.file;
+    options.encoding = knownEncoding(raw.encoding);
+    options.mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
+    options.rate = rateNamed(raw.rate).value();
+    options.isHD = !raw.isSD;
+    if (!raw.from.empty()) {
+        options.fromSeconds = timeOption("--from", raw.from, &options.rate);
+    }
+    if (!raw.duration.empty()) {
+        options.durationSeconds = timeOption("--duration", raw.duration, &options.rate);
+        if (options.durationSeconds == 0.0) {
+            throw UsageError("--duration must be longer than 0");
+        }
+    }
+    options.output = raw.output;
+    options.format = playFormat(raw);
+    if (raw.width && options.format != PlayFormat::V210) {
+        throw UsageError("--width is for the format v210 only");
+    }
+    options.width = pixels(raw.width).value_or(raw.isSD ? kWidthSD : kWidthHD);
+    options.asDeployed = raw.asDeployed;
+    checkCaptionOptions(raw, options);
+    readCaptionOptions(raw, options);
+    if (raw.asDeployed && options.mode == PlayMode::Teletext && options.format != PlayFormat::V210 &&
+        options.format != PlayFormat::Klv) {
+        throw UsageError("--as-deployed is for the formats v210 and klv only");
+    }
+    options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
+    options.fillsFrames = !raw.leavesFramesEmpty;
+    options.isDropFrame = !raw.isNonDrop;
+    return [options] { return play(options); };
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,203 @@
+// Playing out as captions of CEA-608.
+#include "commands/play/PlayWindow.h"
+#include "commands/play/Playout.h"
+#include "cues/CueNotes.h"
+#include "cues/CueSchedule.h"
+#include "cues/Subtitles.h"
+#include "io/Errors.h"
+#include "io/Text.h"
+#include "io/Times.h"
+#include "streams/PacketNames.h"
+
+#include <qlx/base/frame_rate.h>
+#include <qlx/cc/cdp.h>
+#include <qlx/playout/captions.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+FrameRate frameRateOf(const Rate& rate) {
+    return frameRateOfDuration(rate.frameDuration()).value();
+}
+
+std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rate) {
+    return qlx::firstFrameAtOrAfter(cue.start, frameRateOf(rate));
+}
+
+/// The cues that are played, in the order of their starts.
+class PlayedCues {
+public:
+    explicit PlayedCues(const PlayOptions& options) : _options(options), _window(options, false) {}
+
+    /// Reads the file.
+    Subtitles read() {
+        return readCues({.path = _options.subtitles, .encoding = _options.encoding},
+                        [this](const subtitles::Cue& cue) { take(cue); });
+    }
+
+    [[nodiscard]] const PlayWindow& window() const { return _window; }
+
+    /// What is on air as the first frame begins, begins with it.
+    std::vector<subtitles::Cue> inOrder() {
+        const auto isEarlier = [](const subtitles::Cue& left, const subtitles::Cue& right) {
+            return secondsFrom(left.start) < secondsFrom(right.start);
+        };
+        std::stable_sort(_cues.begin(), _cues.end(), isEarlier);
+        const std::uint64_t first = _window.firstFrame();
+        const auto isBefore = [&](const subtitles::Cue& cue) {
+            return dueFrame(cue, _options.rate).value_or(first) < first;
+        };
+        auto later = std::find_if_not(_cues.begin(), _cues.end(), isBefore);
+        const bool isReplaced = later != _cues.end() && dueFrame(*later, _options.rate) == first;
+        if (later != _cues.begin() && !isReplaced) {
+            --later;
+            later->start = _options.rate.timeOfFrame(first);
+        }
+        _cues.erase(_cues.begin(), later);
+        return std::move(_cues);
+    }
+
+private:
+    void take(const subtitles::Cue& cue) {
+        if (!_window.take(secondsFrom(cue.start), secondsFrom(cue.end))) {
+            return;
+        }
+        for (const subtitles::Row& row : cue.rows) {
+            _window.takeRow(row.text().size());
+        }
+        _cues.push_back(cue);
+    }
+
+    const PlayOptions& _options;
+    PlayWindow _window;
+    std::vector<subtitles::Cue> _cues;
+};
+
+class CaptionPlayout final : public Playout {
+public:
+    CaptionPlayout(const PlayOptions& options, PlayedCues cues, const Subtitles& subtitles)
+        : _options(options), _name(subtitles.name), _cueCount(subtitles.cues), _range(cues.window().frames(_name)),
+          _notes(_name), _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
+        reportProblems(subtitles);
+        cues.window().reportFilling(_name);
+        for (const subtitles::Cue& cue : cues.inOrder()) {
+            add(cue);
+        }
+        addExtendedData();
+        _notes.say();
+    }
+
+    [[nodiscard]] FrameRange range() const override { return _range; }
+    [[nodiscard]] std::vector<std::uint64_t> lines() const override { return {_options.captions.line}; }
+    [[nodiscard]] bool isDone() const override { return _playout.isDone(); }
+
+    [[nodiscard]] Frame next(std::uint64_t number, const MediaTime& pts) override {
+        const cc::Cdp cdp = _playout.next(&_notes);
+        for (const cea608::CaptionEvent& event : _playout.events()) {
+            CueCourse& cue = _courses[event.number];
+            if (event.step == cea608::CaptionStep::Begun) {
+                cue.sent = number;
+            } else if (event.step == cea608::CaptionStep::Shown) {
+                cue.shown = number;
+            }
+        }
+        Frame frame;
+        frame.number = number;
+        frame.pts = pts;
+        if (_options.fillsFrames || !isFilling(cdp)) {
+            std::array<std::uint8_t, cc::kGreatestCdpBytes> room;
+            // A packet of the playout has room there.
+            const std::size_t size = *cc::writeCdp(cdp, room);
+            frame.packets.push_back(packetOf(anc::ids::kCdp, std::span(room).first(size), _options.captions.line));
+        }
+        return frame;
+    }
+
+    [[nodiscard]] std::unique_ptr<FrameWriter> makeSchedule(OutputFile& output) override {
+        auto schedule = std::make_unique<CueScheduleWriter>(output, _options.rate, _courses);
+        schedule->writeTitles(_name + ": " + counted(_cueCount, "cue") + " as CEA-608 captions on " +
+                              std::string(nameOf(_options.captions.channel)) + ", " + std::string(_options.rate.name) +
+                              " frames/s");
+        return schedule;
+    }
+
+    void finish() override {
+        _notes.finish();
+        const auto isMissing = [](const CueCourse& cue) { return !cue.shown && !cue.isLeftOut; };
+        const auto missing = static_cast<std::uint64_t>(std::count_if(_courses.begin(), _courses.end(), isMissing));
+        if (missing > 0) {
+            const auto first = std::find_if(_courses.begin(), _courses.end(), isMissing);
+            printNote("warning: " + _name + ": " + counted(missing, "cue") +
+                      " not on air by the end, the first is cue " + std::to_string(first->number));
+        }
+    }
+
+private:
+    static cea608::WriterOptions writerOptions(const PlayOptions& options, std::uint64_t firstFrame) {
+        cea608::WriterOptions writer = options.captions.writer;
+        writer.firstFrame = firstFrame;
+        return writer;
+    }
+
+    static bool isFilling(const cc::Cdp& cdp) {
+        const auto triplets = cdp.triplets();
+        return std::all_of(triplets.begin(), triplets.end(),
+                           [](const cc::Triplet& triplet) { return !triplet.valid() || triplet.isNullPair(); });
+    }
+
+    void add(const subtitles::Cue& cue) {
+        const CaptionPlayOptions& captions = _options.captions;
+        _notes.addCue(cue.number);
+        const bool isTaken = _playout.add(
+            cue, {.channel = captions.channel, .style = captions.style, .rollUpRows = captions.rollUpRows}, &_notes);
+        _courses.push_back({.number = cue.number,
+                            .text = _options.format == PlayFormat::Schedule ? subtitleText(cue) : std::string(),
+                            .due = dueFrame(cue, _options.rate).value_or(0),
+                            .isLeftOut = !isTaken});
+    }
+
+    void addExtendedData() {
+        std::vector<cea608::XdsPacket> packets;
+        _notes.setPlace("extended data");
+        for (const cea608::XdsValue& value : _options.captions.extendedData) {
+            if (const auto packet = cea608::xdsPacket(value, false, &_notes)) {
+                packets.push_back(*packet);
+            }
+        }
+        if (!packets.empty()) {
+            _playout.setXds(std::move(packets), kSecondsBetweenPackets, &_notes);
+        }
+        _notes.setPlace({});
+    }
+
+    /// Of extended data.
+    static constexpr std::uint32_t kSecondsBetweenPackets = 10;
+
+    const PlayOptions& _options;
+    std::string _name;
+    std::uint64_t _cueCount;
+    FrameRange _range;
+    CueNotes _notes;
+    playout::CaptionPlayout _playout;
+    std::vector<CueCourse> _courses;
+};
+
+}  // namespace
+
+std::unique_ptr<Playout> makeCaptionPlayout(const PlayOptions& options) {
+    PlayedCues cues(options);
+    const Subtitles subtitles = cues.read();
+    return std::make_unique<CaptionPlayout>(options, std::move(cues), subtitles);
+}
+
+}  // namespace qlx::tool

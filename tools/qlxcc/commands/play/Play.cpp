@@ -1,0 +1,65 @@
+#include "commands/play/Play.h"
+
+#include "commands/play/Playout.h"
+#include "cues/CaptionFrames.h"
+#include "io/Errors.h"
+#include "io/Progress.h"
+
+#include <memory>
+
+namespace qlx::tool {
+
+namespace {
+
+std::unique_ptr<Playout> makePlayout(const PlayOptions& options) {
+    return options.mode == PlayMode::Cea608 && !options.asDeployed ? makeCaptionPlayout(options)
+                                                                   : makeDeployedPlayout(options);
+}
+
+std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& playout, OutputFile& output) {
+    switch (options.format) {
+    case PlayFormat::V210:
+        return makeFrameFile(output, {.format = FrameFormat::V210,
+                                      .form = options.rowForm,
+                                      .layout = {.width = options.width, .lines = playout.lines()}});
+    case PlayFormat::Klv:
+        return makeFrameFile(output, {.format = FrameFormat::Klv, .form = options.rowForm, .layout = {}});
+    case PlayFormat::Jsonl:
+        return makeFrameFile(output, {.format = FrameFormat::Jsonl, .form = {}, .layout = {}});
+    case PlayFormat::Scc:
+        return std::make_unique<SccWriter>(
+            output, options.isDropFrame, options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1);
+    case PlayFormat::A53:
+        return std::make_unique<A53Writer>(output);
+    case PlayFormat::Schedule:
+        break;
+    }
+    return playout.makeSchedule(output);
+}
+
+}  // namespace
+
+int play(const PlayOptions& options) {
+    refuseInputAsOutput(options.subtitles, options.output);
+    const auto playout = makePlayout(options);
+    OutputFile output(options.output);
+    const auto writer = makeWriter(options, *playout, output);
+    const FrameRange range = playout->range();
+    Progress progress(range.end - range.first, output.isStandardOutput());
+    // What comes late is not cut off where nobody has asked for an end.
+    const auto isMore = [&](std::uint64_t number) {
+        return number < range.end || (!options.durationSeconds && !playout->isDone());
+    };
+    for (std::uint64_t number = range.first; isMore(number); ++number) {
+        writer->write(playout->next(number, options.rate.timeOfFrame(number)));
+        const std::uint64_t done = number + 1 - range.first;
+        progress.update(done, done);
+    }
+    writer->finish();
+    progress.clear();
+    playout->finish();
+    output.commit();
+    return kExitSuccess;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,50 @@
+// Saying what was found while cues were made into packets.
+#pragma once
+
+#include <qlx/base/finding.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+/// Keeps the words of findings, the first ten of a kind, until they are said: `film.srt: cue 7: caption is shown 3 frames
+/// late, 2 pairs short`. Remarks are said as well.
+class CueNotes final : public FindingSink {
+public:
+    /// @param name Of the file.
+    explicit CueNotes(std::string name) : _name(std::move(name)) {}
+
+    /// The next cue; the offset of findings counts from the first one on.
+    void addCue(std::uint64_t number) { _cues.push_back(number); }
+
+    /// Findings up to the next call are about this, and not about cues; an empty one takes it back.
+    void setPlace(std::string place) { _place = std::move(place); }
+
+    void add(const Finding& finding) override;
+
+    /// Says what came since the last call.
+    void say();
+
+    /// Says how many more there were of each kind; called behind the last one.
+    void finish();
+
+private:
+    static constexpr std::uint64_t kShown = 10;
+
+    struct Kind {
+        std::uint64_t count = 0;
+        std::string text;  ///< Of the first one.
+    };
+
+    std::string _name;
+    std::string _place;
+    std::vector<std::uint64_t> _cues;
+    std::vector<std::string> _notes;
+    std::map<FindingCode, Kind> _kinds;
+};
+
+}  // namespace qlx::tool
