@@ -178,6 +178,16 @@ extern qlx::subtitles::WebVttFile file;
 namespace teletext_page {
 extern qlx::Result<qlx::teletext::Sdp> sdp;
 }
+namespace teletext_page_text {
+extern std::vector<qlx::screen::Cell> cells;
+}
+namespace teletext_sdp_stream {
+extern qlx::teletext::Writer writer;
+extern std::array<std::uint8_t, qlx::teletext::kGreatestSdpBytes> room;
+}  // namespace teletext_sdp_stream
+namespace teletext_writer {
+extern qlx::teletext::PageText text;
+}
 namespace video_nal {
 extern qlx::video::UnitView unit;
 }

@@ -183,6 +183,21 @@ enum class FindingCode : std::uint32_t {
     TeletextMarkLeftOut,                   ///< Unicode character there: a mark that no letter takes.
     TeletextOrderLost,                     ///< First place that is read otherwise from the screen, cells of the row.
     TeletextPlacementLeftOut,              ///< Row, column.
+    // teletext: writing
+    TeletextRowLeftOut = 0x6'0201,  ///< Row, columns of it: the page has none there, or something else stands on it.
+    TeletextRowMoved,               ///< Row, column where its text begins.
+    TeletextRowCut,                 ///< Row, columns that are left out.
+    TeletextBoxesJoined,            ///< Row, column of a gap that is too small to show the picture.
+    TeletextColorKept,              ///< Row, column where the colour should change, and no space is in front.
+    TeletextColorChanged,           ///< Row, letters whose colour became the nearest one.
+    TeletextStyleLeftOut,           ///< Row, cells that ask for what has no form in teletext.
+    TeletextCharacterMissing,       ///< Unicode of the character, that of what stands in its place.
+    TeletextPageNotCallable,        ///< Page, subcode; left out.
+    TeletextTimesWrong,             ///< Frame of its start, frame of its end; left out.
+    TeletextPageEmpty,              ///< No numbers; left out.
+    TeletextPageLate,               ///< Frame of its start, frames behind it.
+    TeletextEraseLate,              ///< Frame of its end, frames behind it.
+    TeletextPageLeftOut,            ///< Frame of its start, frame of its end: it was over before it could begin.
 
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.

@@ -1,0 +1,103 @@
+// The text of a teletext page as rows of styled characters, and the codes of a row (ETSI EN 300 706, clause 12.2).
+//
+//     qlx::teletext::PageText text;
+//     text.rows.push_back({.row = 22, .column = 4, .cells = cells});
+//     for (const qlx::teletext::PageRow& row : text.rows) {
+//         if (const auto coded = qlx::teletext::codeRow(row, text.designation, &findings)) { use(coded->codes); }
+//     }
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/Export.h>
+#include <qlx/base/finding.h>
+#include <qlx/screen/screen.h>
+#include <qlx/teletext/packet.h>
+#include <qlx/teletext/page.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace qlx::teletext {
+
+/// The last rows of a page on which subtitles stand.
+inline constexpr std::uint8_t kLastTextRow = 23;
+/// The last row on which characters of double height begin.
+inline constexpr std::uint8_t kLastTallRow = 22;
+
+/// A row of text. Of a cell its character, its foreground and whether it is visible are used; the picture shows through
+/// cells that are not. The other attributes have no form in teletext subtitles: letters are solid, on black.
+struct PageRow {
+    std::uint8_t row = kLastTallRow;    ///< 1 to 22, of single height 1 to 23.
+    std::uint8_t column = 0;            ///< Of the first cell, 0 to 39.
+    bool isDoubleHeight = true;         ///< Characters stand on this row and the next one.
+    std::vector<screen::Cell> cells{};  ///< One a column.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const PageRow&, const PageRow&) = default;
+};
+
+/// A row as it is sent.
+struct CodedRow {
+    std::uint8_t row = kLastTallRow;               ///< 1 to 23.
+    bool isDoubleHeight = true;                    ///< The row below it is hidden.
+    std::array<std::uint8_t, kDataBytes> codes{};  ///< Seven bits each.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const CodedRow&, const CodedRow&) = default;
+};
+
+/// Codes that stand in front of a row's text: its colour, unless that is white, double height, and the beginning of the
+/// box twice. The text may begin at this column, and has the columns from there on.
+[[nodiscard]] constexpr std::size_t leadingCodes(bool isDoubleHeight, screen::Color first) noexcept {
+    return 2U + (isDoubleHeight ? 1U : 0U) + (first == screen::Color::White ? 0U : 1U);
+}
+
+/// The codes of a row. Its text stands in a box that has one blank cell more on each side, where the row has room for
+/// it; cells that are not visible end a box and begin another where there are four of them (five with a change of
+/// colour), and are spaces of the box otherwise. A change of colour takes the place of a space in front of it; between
+/// two letters the old colour stays up to the next space.
+///
+/// Text that begins in front of the codes that it needs, or would end behind the row, is moved (TeletextRowMoved), and
+/// what still has no room is cut off (TeletextRowCut). Colours that are none of the seven become the nearest
+/// (TeletextColorChanged), and all attributes that have no form are left out (TeletextStyleLeftOut).
+/// @param row What it shows.
+/// @param designation The character set, as in PageText.
+/// @param findings What is not shown as it was asked for; may be null.
+/// @param offset What findings have as their offset.
+/// @return None when nothing of it is visible, or the page does not have such a row (TeletextRowLeftOut).
+[[nodiscard]] QLX_EXPORT std::optional<CodedRow> codeRow(const PageRow& row, std::uint8_t designation,
+                                                         FindingSink* findings = nullptr, std::uint64_t offset = 0);
+
+/// What a page shows for a while.
+struct PageText {
+    std::uint16_t page = kSubtitlePage;  ///< 0x100 to 0x899; its digits are decimal ones.
+    std::uint16_t subcode = 0;           ///< As in PageHeader.
+    std::uint64_t start = 0;             ///< The frame from which on it is shown.
+    std::uint64_t end = 0;               ///< The frame from which on it is not, behind `start`.
+    std::uint8_t designation = 0;        ///< Character set: seven bits, as nationalOptionOf() takes them.
+    std::vector<PageRow> rows{};         ///< In any order.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const PageText&, const PageText&) = default;
+};
+
+/// The same with coded rows.
+struct CodedPage {
+    std::uint16_t page = kSubtitlePage;  ///< As in PageText, as all other fields.
+    std::uint16_t subcode = 0;           ///< The same.
+    std::uint64_t start = 0;             ///< The same.
+    std::uint64_t end = 0;               ///< The same.
+    std::uint8_t designation = 0;        ///< The same.
+    std::vector<CodedRow> rows{};        ///< In ascending order, none twice, none below one of double height.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend bool operator==(const CodedPage&, const CodedPage&) = default;
+};
+
+/// Puts a row among the others of a page: false, and nothing is changed, when it, or one of double height, has its place.
+QLX_EXPORT bool insertRow(std::vector<CodedRow>& rows, const CodedRow& row);
+
+}  // namespace qlx::teletext

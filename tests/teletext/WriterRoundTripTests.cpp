@@ -1,0 +1,275 @@
+// Random texts of pages as packets in subtitling distribution packets, and what receivers show of them.
+#include <qlx/teletext/page.h>
+#include <qlx/teletext/sdp_stream.h>
+#include <qlx/teletext/writer.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qlx::teletext;
+using qlx::FindingCode;
+using qlx::FrameRate;
+using qlx::screen::Cell;
+using qlx::screen::CellPart;
+using qlx::screen::Color;
+
+using Random = std::mt19937;
+
+std::uint32_t below(Random& random, std::uint32_t count) {
+    return static_cast<std::uint32_t>(random() % count);
+}
+
+constexpr std::array<Color, 7> kLetterColors{Color::Red,     Color::Green, Color::Yellow, Color::Blue,
+                                             Color::Magenta, Color::Cyan,  Color::White};
+
+/// What is compared of a cell; of a blank one its background.
+struct Seen {
+    char32_t character = U' ';
+    Color color = Color::White;
+    CellPart part = CellPart::Whole;
+    bool isBoxed = false;
+
+    friend bool operator==(const Seen&, const Seen&) = default;
+};
+using SeenRow = std::array<Seen, kDataBytes>;
+using SeenPage = std::map<std::size_t, SeenRow>;
+
+SeenPage seenOf(const qlx::screen::Screen& screen) {
+    SeenPage page;
+    for (std::size_t row = 0; row < screen.rows(); ++row) {
+        SeenRow seen;
+        bool isVisible = false;
+        for (std::size_t column = 0; column < kDataBytes; ++column) {
+            const Cell& cell = screen.row(row)[column];
+            if (cell.isVisible && cell.part != CellPart::LowerHalf) {
+                const bool isLetter = cell.character != U' ';
+                seen[column] = {cell.character, isLetter ? cell.foreground : Color::White,
+                                isLetter ? cell.part : CellPart::Whole, true};
+                isVisible = isVisible || isLetter;
+            }
+        }
+        if (isVisible) {
+            page[row] = seen;
+        }
+    }
+    return page;
+}
+
+/// A row that fits: words in colours, and boxes apart.
+PageRow fittingRow(Random& random, std::uint8_t designation, bool isDoubleHeight) {
+    PageRow row;
+    row.isDoubleHeight = isDoubleHeight;
+    Color color = kLetterColors[below(random, 7)];
+    const NationalOption option = *nationalOptionOf(designation);
+    const std::size_t size = 1 + below(random, 36);
+    while (row.cells.size() < size) {
+        Cell cell{.character = latinG0(static_cast<std::uint8_t>(0x21 + below(random, 0x5F)), option),
+                  .foreground = color,
+                  .isVisible = true};
+        const bool isFirst = row.cells.empty();
+        const std::uint32_t kind = below(random, 20);
+        if (!isFirst && kind == 0 && size - row.cells.size() > 7) {
+            row.cells.insert(row.cells.end(), 5 + below(random, 2), Cell());
+            color = kLetterColors[below(random, 7)];
+            cell.foreground = color;
+        } else if (!isFirst && kind < 5 && row.cells.size() + 1 < size) {
+            row.cells.push_back({.character = U' ', .foreground = color, .isVisible = true});
+            color = kind < 3 ? kLetterColors[below(random, 7)] : color;
+            cell.foreground = color;
+        }
+        row.cells.push_back(cell);
+    }
+    const std::size_t lead = leadingCodes(isDoubleHeight, row.cells.front().foreground);
+    row.column =
+        static_cast<std::uint8_t>(lead + below(random, static_cast<std::uint32_t>(41 - lead - row.cells.size())));
+    return row;
+}
+
+/// What a row that fits looks like: its cells, and a blank one of the box on each side.
+SeenRow seenOf(const PageRow& row) {
+    SeenRow seen;
+    const auto part = row.isDoubleHeight ? CellPart::UpperHalf : CellPart::Whole;
+    for (std::size_t index = 0; index < row.cells.size(); ++index) {
+        const Cell& cell = row.cells[index];
+        const std::size_t column = row.column + index;
+        if (!cell.isVisible) {
+            continue;
+        }
+        const bool isLetter = cell.character != U' ';
+        seen[column] = {cell.character, isLetter ? cell.foreground : Color::White, isLetter ? part : CellPart::Whole,
+                        true};
+        for (const std::size_t beside : {column - 1, column + 1}) {
+            if (beside < kDataBytes) {
+                seen[beside].isBoxed = true;
+            }
+        }
+    }
+    return seen;
+}
+
+std::vector<PageText> fittingTexts(Random& random, std::uint16_t page, std::size_t count, std::uint64_t least) {
+    std::vector<PageText> texts;
+    std::uint64_t start = 1 + below(random, 30);
+    std::vector<std::uint8_t> designations;
+    for (std::uint8_t designation = 0; designation < 7; ++designation) {
+        designations.push_back(designation);
+    }
+    while (texts.size() < count) {
+        PageText text{.page = page, .start = start, .end = start + least + below(random, 20)};
+        text.designation = designations[below(random, static_cast<std::uint32_t>(designations.size()))];
+        const bool isDoubleHeight = below(random, 3) != 0;
+        const std::uint8_t step = isDoubleHeight ? 2 : 1;
+        auto number = static_cast<std::uint8_t>(1 + below(random, 22 - 2 * step));
+        for (std::uint32_t rows = 1 + below(random, 3); rows > 0;
+             --rows, number = static_cast<std::uint8_t>(number + step)) {
+            text.rows.push_back(fittingRow(random, text.designation, isDoubleHeight));
+            text.rows.back().row = number;
+        }
+        start = text.end + (below(random, 2) == 0 ? 0 : least + below(random, 10));
+        texts.push_back(std::move(text));
+    }
+    return texts;
+}
+
+SeenPage seenOf(const PageText& text) {
+    SeenPage page;
+    for (const PageRow& row : text.rows) {
+        page[row.row] = seenOf(row);
+    }
+    return page;
+}
+
+/// Takes a stream apart again, and watches pages.
+class Receiver {
+public:
+    explicit Receiver(const std::vector<std::uint16_t>& pages) {
+        for (const std::uint16_t page : pages) {
+            _pages.emplace(page, PageReader(page));
+        }
+    }
+
+    void receive(const FieldSdps& sdps, bool isOdd) {
+        int line = kFirstVbiLine - 1;
+        for (const Sdp& sent : sdps) {
+            const auto bytes = writeSdp(sent);
+            ASSERT_TRUE(bytes);
+            qlx::Findings findings;
+            const auto sdp = parseSdp(*bytes, &findings);
+            ASSERT_TRUE(sdp && findings.empty());
+            EXPECT_TRUE(_counters.receive(sdp->counter));
+            for (const SdpLine& one : sdp->lines) {
+                EXPECT_GT(one.line(), line);
+                line = one.line();
+                EXPECT_EQ(one.isOddField(), isOdd);
+            }
+            for (auto& [number, page] : _pages) {
+                (void)page.receive(*sdp, &findings);
+            }
+            EXPECT_TRUE(findings.empty());
+        }
+        EXPECT_LE(line, kLastVbiLine);
+    }
+
+    [[nodiscard]] SeenPage seen(std::uint16_t page) const { return seenOf(_pages.at(page).screen()); }
+
+private:
+    std::map<std::uint16_t, PageReader> _pages;
+    SdpCounterCheck _counters;
+};
+
+using PageTexts = std::map<std::uint16_t, std::vector<PageText>>;
+
+/// What a page shows at a frame; `behind` counts the texts that are over.
+SeenPage expectedAt(const std::vector<PageText>& texts, std::size_t& behind, std::uint64_t frame) {
+    while (behind < texts.size() && texts[behind].end <= frame) {
+        ++behind;
+    }
+    return behind < texts.size() && texts[behind].start <= frame ? seenOf(texts[behind]) : SeenPage();
+}
+
+/// The frames at which what is to be seen changes, and those in front of them.
+std::set<std::uint64_t> changesOf(const PageTexts& pages) {
+    std::set<std::uint64_t> changes;
+    for (const auto& [number, texts] : pages) {
+        for (const PageText& text : texts) {
+            changes.insert({text.start - 1, text.start, text.end});
+        }
+    }
+    return changes;
+}
+
+/// In the last field in which nothing of the next frame has begun, a page shows what is on air.
+void expectAll(const PageTexts& pages, FrameRate rate, const WriterOptions& options) {
+    Writer writer(rate, options);
+    SdpStream stream;
+    qlx::Findings findings;
+    std::vector<std::uint16_t> numbers;
+    std::map<std::uint16_t, std::size_t> behind;
+    for (const auto& [number, texts] : pages) {
+        numbers.push_back(number);
+        for (const PageText& text : texts) {
+            ASSERT_TRUE(writer.add(text, &findings));
+        }
+    }
+    Receiver receiver(numbers);
+    const std::set<std::uint64_t> changes = changesOf(pages);
+    bool isNew = true;
+    while (!writer.isDone()) {
+        const FieldPackets field = writer.next(&findings);
+        receiver.receive(stream.next(field.packets.items(), field.isOdd), field.isOdd);
+        isNew = isNew || !field.packets.empty() || changes.count(field.frame) != 0;
+        if (!isNew || (writer.fieldsPerFrame() == 2 && !field.isOdd)) {
+            continue;
+        }
+        isNew = false;
+        for (const auto& [number, texts] : pages) {
+            // With one field a frame the next text's header erases a frame before its start.
+            const bool isErasedBefore =
+                writer.fieldsPerFrame() == 1 && std::any_of(texts.begin(), texts.end(), [&field](const PageText& text) {
+                    return text.start == field.frame + 1;
+                });
+            const SeenPage expected = isErasedBefore ? SeenPage() : expectedAt(texts, behind[number], field.frame);
+            const SeenPage seen = receiver.seen(number);
+            ASSERT_TRUE(seen == expected || (isErasedBefore && seen == expectedAt(texts, behind[number], field.frame)))
+                << "page " << pageName(number) << ", frame " << field.frame << ", rows " << seen.size() << " of "
+                << expected.size();
+        }
+    }
+    EXPECT_EQ(findings.size(), 0U) << findings[0].text();
+    for (const std::uint16_t number : numbers) {
+        EXPECT_TRUE(receiver.seen(number).empty());
+    }
+}
+
+TEST(TeletextWriterRoundTrip, ShowsWhatFits) {
+    Random random(13);
+    for (const FrameRate rate : {FrameRate::Fps25, FrameRate::Fps50, FrameRate::Fps2997}) {
+        expectAll({{0x888, fittingTexts(random, 0x888, 2000, 2)}}, rate, {});
+    }
+    expectAll({{0x123, fittingTexts(random, 0x123, 2000, 2)}}, FrameRate::Fps25, {.isSerial = true});
+    expectAll({{0x888, fittingTexts(random, 0x888, 1000, 40)}}, FrameRate::Fps25, {.repeatAfter = 1});
+}
+
+TEST(TeletextWriterRoundTrip, ShowsPagesAtOnce) {
+    Random random(14);
+    // In magazines of their own, with room for each of them.
+    for (const std::size_t count : {2U, 4U}) {
+        PageTexts pages;
+        for (std::size_t index = 0; index < count; ++index) {
+            const auto page = static_cast<std::uint16_t>(0x188 + 0x100 * index);
+            pages[page] = fittingTexts(random, page, 300, 4);
+        }
+        expectAll(pages, FrameRate::Fps25, {.packetsPerField = 15});
+    }
+}
+
+}  // namespace
