@@ -2,8 +2,8 @@
 #include <qlx/playout/captions.h>
 
 #include "base/MakeFinding.h"
+#include "playout/CueRows.h"
 
-#include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/cc/slots.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace qlx::playout {
 
 namespace {
 
-using Cells = std::vector<screen::Cell>;
+using detail::Cells;
 
 // The rows that a cue's numbers count, and the one in the middle.
 constexpr std::uint64_t kPageRows = 11;
@@ -31,10 +31,6 @@ struct Line {
     std::size_t source = 0;    ///< Index of the cue's row.
     std::size_t distance = 0;  ///< Rows below the first one.
 };
-
-bool isSpace(const screen::Cell& cell) noexcept {
-    return cell.character == U' ';
-}
 
 class CaptionMaker {
 public:
@@ -63,39 +59,15 @@ private:
         }
     }
 
-    Cells cellsOf(std::size_t source) const {
-        Cells cells;
+    void addRow(std::size_t source) {
         std::size_t bold = 0;
-        for (const subtitles::Run& run : _cue.rows[source].runs) {
-            screen::Cell cell;
-            cell.isVisible = true;
-            cell.foreground = run.style.foreground;
-            cell.background = run.style.background.value_or(screen::Color::Black);
-            cell.isItalic = run.style.isItalic;
-            cell.isUnderlined = run.style.isUnderlined;
-            cell.isFlashing = run.style.isFlashing;
-            for (std::string_view text = run.text; !text.empty(); bold += run.style.isBold ? 1U : 0U) {
-                cell.character = takeCodePoint(text);
-                cells.push_back(cell);
-            }
-        }
+        const Cells cells = detail::cellsOf(_cue.rows[source], bold);
         if (bold > 0) {
             report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
         }
-        while (!cells.empty() && isSpace(cells.back())) {
-            cells.pop_back();
-        }
-        if (_cue.rows[source].alignment != subtitles::Alignment::Unchanged) {
-            cells.erase(cells.begin(), std::find_if_not(cells.begin(), cells.end(), isSpace));
-        }
-        return cells;
-    }
-
-    void addRow(std::size_t source) {
-        const Cells cells = cellsOf(source);
         std::span<const screen::Cell> rest = cells;
         while (!rest.empty()) {
-            const std::size_t size = sizeOfLine(rest);
+            const std::size_t size = detail::sizeOfLine(rest, cea608::kColumns);
             const auto line = rest.first(size);
             rest = rest.subspan(size);
             if (_lines.size() == cea608::kGreatestCaptionRows) {
@@ -103,30 +75,13 @@ private:
                 return;
             }
             Cells kept(line.begin(), line.end());
-            while (!kept.empty() && isSpace(kept.back())) {
-                kept.pop_back();
-            }
+            detail::trimEnd(kept);
             _lines.push_back({std::move(kept), source, 0});
-            rest = rest.subspan(
-                static_cast<std::size_t>(std::find_if_not(rest.begin(), rest.end(), isSpace) - rest.begin()));
+            rest = detail::withoutSpaces(rest);
             if (!rest.empty()) {
                 report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());
             }
         }
-    }
-
-    /// Characters that stand on a row by themselves: up to the last space that leaves text in front of it.
-    static std::size_t sizeOfLine(std::span<const screen::Cell> cells) noexcept {
-        if (cells.size() <= cea608::kColumns) {
-            return cells.size();
-        }
-        for (std::size_t size = cea608::kColumns; size > 0; --size) {
-            const auto before = cells.first(size);
-            if (isSpace(cells[size]) && !std::all_of(before.begin(), before.end(), isSpace)) {
-                return size;
-            }
-        }
-        return cea608::kColumns;
     }
 
     /// Rows of the cue keep theirs, if there is room.
