@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <qlx/streams/container.h>
+#include <qlx/streams/open.h>
 
 #include <memory>
 #include <optional>
@@ -62,6 +63,22 @@ Found readAll(const Bytes& bytes, InputKind kind) {
     MemorySource source(bytes);
     ContainerReader reader(source, kind);
     return readAll(reader);
+}
+
+TEST(ContainerReader, SaysThatWhatIsInAPictureOfAMultiplexIsNearItsBeginning) {
+    const Bytes none;
+    MemorySource source(none);
+    const qlx::Finding ofPicture{FindingCode::VideoSeiCut, Severity::Warning, 5120, 0, 0};
+    const qlx::Finding ofFile{FindingCode::ContainerPacketStray, Severity::Error, 5120, 0, 0};
+    for (const InputKind kind :
+         {InputKind::Mxf, InputKind::Mov, InputKind::TransportStream, InputKind::ProgramStream}) {
+        const ContainerReader reader(source, kind);
+        const bool isMultiplex = kind == InputKind::TransportStream || kind == InputKind::ProgramStream;
+        EXPECT_EQ(reader.placeOf(ofPicture),
+                  (qlx::streams::Place{.frame = {}, .line = {}, .byte = 5120, .isNearby = isMultiplex}));
+        EXPECT_EQ(reader.placeOf(ofFile),
+                  (qlx::streams::Place{.frame = {}, .line = {}, .byte = 5120, .isNearby = false}));
+    }
 }
 
 #ifdef QLX_STREAMS_FFMPEG
@@ -139,6 +156,17 @@ TEST(ContainerReader, EndsWithAFindingWhereItCannotBegin) {
     const Found found = readAll(reader);
     EXPECT_EQ(found.error, why);
     EXPECT_EQ(found.texts.size(), 1U);
+    // With FFmpeg's log left alone there are its words for the error alone.
+    const auto textsOf = [&bytes](bool ownsLibrarySettings) {
+        MemorySource again(bytes);
+        auto opened = qlx::streams::openFrames(
+            again, InputKind::Mxf,
+            {.width = 1920, .lines = {0}, .rate = {}, .container = {.ownsLibrarySettings = ownsLibrarySettings}});
+        return opened ? readAll(**opened).texts : std::vector<std::string>();
+    };
+    EXPECT_EQ(textsOf(true), found.texts);
+    ASSERT_EQ(textsOf(false).size(), 1U);
+    EXPECT_NE(textsOf(false), textsOf(true));
     // An index that is missing says more than FFmpeg does.
     EXPECT_EQ(readAll(fromHex(MovFile::atom("ftyp", "71742020")), InputKind::Mov).error,
               (qlx::Finding{FindingCode::MovIndexMissing, Severity::Error, 12, 0, 0}));

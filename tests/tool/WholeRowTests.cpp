@@ -144,6 +144,27 @@ TEST(WholeRows, SayWhatIsWrongWithAPacketAndGiveIt) {
     EXPECT_EQ(scanned(parityFile, kWide, {"--near-start"}).err, "");
 }
 
+TEST(WholeRows, OfOneFrameHaveTenThousandFindingsAtMost) {
+    const TemporaryFolder folder;
+    Samples wrong = afd({1});
+    wrong.back() = static_cast<std::uint16_t>(wrong.back() ^ 0x001U);
+    const Bytes row = v210Bytes(rowWith(kNarrow, [&](Samples& samples) { place(samples, 0, 1, wrong); }));
+    constexpr std::size_t kRows = 10'002;
+    Bytes rows;
+    rows.reserve(row.size() * kRows);
+    for (std::size_t count = 0; count < kRows; ++count) {
+        rows.insert(rows.end(), row.begin(), row.end());
+    }
+    const std::string file = folder.write("a.v210", rows);
+    const ToolResult result =
+        runTool({"scan", file, "--rows", std::to_string(kRows), "--width", std::to_string(kNarrow), "--json"});
+    EXPECT_EQ(result.exitCode, 1);
+    const auto lines = qlxtest::linesOf(result.err);
+    ASSERT_EQ(lines.size(), 10'001U + 1);
+    EXPECT_TRUE(lines[9'999].starts_with("qlxcc: " + file + ": frame 0, line 9999, byte ")) << lines[9'999];
+    EXPECT_EQ(lines[10'000], "qlxcc: " + file + ": 2 more findings in one place");
+}
+
 TEST(WholeRows, OfEightBitsAreSearchedInBothChannels) {
     const TemporaryFolder folder;
     const Samples row = rowWith(kWide, [](Samples& samples) {
