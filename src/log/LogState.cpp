@@ -73,7 +73,7 @@ QLXLogController::State::State()
 
 // On the thread that logs
 
-void QLXLogController::State::log(const Message& message) {
+void QLXLogController::State::log(Message message) {
     bool isDisplayed = false;
     {
         // Let go after the mutex: this may be the delegate's last owner, and its destructor may remove it from the log.
@@ -111,7 +111,7 @@ void QLXLogController::State::setDelegate(const std::shared_ptr<QLXLogController
         if (!replayed) {
             return;
         }
-        for (const Message& message : *replayed) {
+        for (Message& message : *replayed) {
             display(message, *receiver);
         }
     }
@@ -121,8 +121,8 @@ void QLXLogController::State::setDelegate(const std::shared_ptr<QLXLogController
     }
 }
 
-/// Shows the message if it asks for that, and queues its line.
-void QLXLogController::State::display(const Message& message, const QLXLogControllerDelegate& receiver) {
+/// Shows the message if it asks for that, and queues its line, which takes the text where nobody needs it any more.
+void QLXLogController::State::display(Message& message, const QLXLogControllerDelegate& receiver) {
     if (message.show) {
         if (receiver.displayLogWithInfoDict) {
             receiver.displayLogWithInfoDict(message.info ? *message.info : qlx::log::infoOf(message));
@@ -130,7 +130,9 @@ void QLXLogController::State::display(const Message& message, const QLXLogContro
             receiver.displayLogMessage_logLevel(message.text.value_or(std::string()), message.level);
         }
     }
-    queueTechnicalLine(message.text, message.isProblem(), message.level, message.show);
+    // Only the notification of a critical message says it again.
+    queueTechnicalLine(message.isCritical() ? message.text : std::move(message.text), message.isProblem(),
+                       message.level, message.show);
 }
 
 /// Only text, level and show come back with the first delegate.

@@ -40,7 +40,7 @@ class QLXLogController::State : public std::enable_shared_from_this<State> {
 public:
     State();
 
-    void log(const qlx::log::Message& message);
+    void log(qlx::log::Message message);
     void setDelegate(const std::shared_ptr<QLXLogControllerDelegate>& delegate);
 
     void queueTechnicalLine(std::optional<std::string> message, bool isProblem, std::int64_t level, bool show);
@@ -109,10 +109,13 @@ private:
         bool show;
     };
 
-    [[nodiscard]] std::shared_ptr<QLXLogControllerDelegate> delegate() const { return load(_delegate).lock(); }
+    [[nodiscard]] std::shared_ptr<QLXLogControllerDelegate> delegate() const {
+        const qlx::ForkedValuesLock lock;
+        return _delegate.lock();
+    }
     /// The folder, unless there is none or an empty one, and what the names of its files begin with.
     [[nodiscard]] std::pair<std::optional<std::string>, std::string> usableFolderAndPrefix() const;
-    void display(const qlx::log::Message& message, const QLXLogControllerDelegate& delegate);
+    void display(qlx::log::Message& message, const QLXLogControllerDelegate& delegate);
     void keep(const qlx::log::Message& message);
     void notify(const qlx::log::Message& message);
     void writeTechnicalLine(Lane& lane, const TechnicalLine& line);

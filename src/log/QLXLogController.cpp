@@ -126,7 +126,7 @@ void QLXLogController::logMessage_level_userNotificationTitle_userNotificationCa
     entry.show = show;
     entry.notificationTitle = std::move(userNotificationTitle);
     entry.notificationCategory = std::move(userNotificationCategory);
-    _state->log(entry);
+    _state->log(std::move(entry));
 }
 
 void QLXLogController::logWithInfoDict(const qlx::Dictionary& infoDict) {
