@@ -1,6 +1,7 @@
 #include <qlx/cc/cdp.h>
 
 #include "CdpBytes.h"
+#include "Sanitized.h"
 
 #include <qlx/cc/slots.h>
 
@@ -272,7 +273,7 @@ private:
 TEST(Cdp, WithRandomFieldsComesBackTheSame) {
     RandomCdp random;
     std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room{};
-    for (int count = 0; count < 100'000; ++count) {
+    for (int count = 0; count < qlxtest::countFor(100'000, 20'000); ++count) {
         const Cdp cdp = random.next();
         const auto size = writeCdp(cdp, room);
         ASSERT_TRUE(size);
