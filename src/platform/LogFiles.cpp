@@ -1,9 +1,11 @@
 #include <QLXClosedCaptionsUtilities/platform/LogFiles.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -216,7 +216,7 @@ private:
             report(path, include.line, "an include must name its file");
             return;
         }
-        const std::string target = resolve(path, include);
+        const std::string target = fileNamedBy(include, path, _paths);
         if (!target.empty()) {
             checkArrow(path, include, target);
         } else if (include.quoted || include.path.starts_with("QLXClosedCaptionsUtilities/") ||
@@ -225,25 +225,6 @@ private:
         } else {
             checkForeign(path, include);
         }
-    }
-
-    /// The file of the tree that an include names, or an empty text.
-    std::string resolve(const std::string& path, const Include& include) const {
-        const std::filesystem::path name(include.path);
-        std::vector<std::filesystem::path> candidates = {"src" / name, "include" / name};
-        if (path.starts_with(kToolFolder)) {
-            candidates.push_back(std::filesystem::path(kToolFolder) / name);
-        }
-        if (include.quoted) {
-            candidates.insert(candidates.begin(), std::filesystem::path(path).parent_path() / name);
-        }
-        for (const std::filesystem::path& candidate : candidates) {
-            std::string normal = candidate.lexically_normal().generic_string();
-            if (_paths.contains(normal)) {
-                return normal;
-            }
-        }
-        return {};
     }
 
     void checkArrow(const std::string& path, const Include& include, const std::string& target) {
@@ -309,12 +290,23 @@ private:
 
     const Rooms& _rooms;
     const std::vector<SourceFile>& _tree;
-    std::set<std::string, std::less<>> _paths;
+    Paths _paths;
     std::vector<std::string> _violations;
     std::map<std::string, std::set<std::string>> _heavyIncluders;
 };
 
-/// Blanks out comments, so that what stands in them is not read; the lines stay where they are.
+/// Takes blanks and then `word` from the front of a line.
+bool skipWord(std::string_view& line, std::string_view word) {
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    if (!line.starts_with(word)) {
+        return false;
+    }
+    line.remove_prefix(word.size());
+    return true;
+}
+
+}  // namespace
+
 std::string withoutComments(std::string_view text) {
     std::string result(text);
     enum class State { Code, Text, LineComment, BlockComment } state = State::Code;
@@ -356,18 +348,6 @@ std::string withoutComments(std::string_view text) {
     return result;
 }
 
-/// Takes blanks and then `word` from the front of a line.
-bool skipWord(std::string_view& line, std::string_view word) {
-    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
-    if (!line.starts_with(word)) {
-        return false;
-    }
-    line.remove_prefix(word.size());
-    return true;
-}
-
-}  // namespace
-
 std::vector<Include> includesOf(std::string_view text) {
     std::vector<Include> result;
     const std::string code = withoutComments(text);
@@ -390,6 +370,24 @@ std::vector<Include> includesOf(std::string_view text) {
         result.push_back(std::move(include));
     }
     return result;
+}
+
+std::string fileNamedBy(const Include& include, const std::string& path, const Paths& paths) {
+    const std::filesystem::path name(include.path);
+    std::vector<std::filesystem::path> candidates = {"src" / name, "include" / name};
+    if (path.starts_with(kToolFolder)) {
+        candidates.push_back(std::filesystem::path(kToolFolder) / name);
+    }
+    if (include.quoted) {
+        candidates.insert(candidates.begin(), std::filesystem::path(path).parent_path() / name);
+    }
+    for (const std::filesystem::path& candidate : candidates) {
+        std::string normal = candidate.lexically_normal().generic_string();
+        if (paths.contains(normal)) {
+            return normal;
+        }
+    }
+    return {};
 }
 
 std::vector<std::string> violationsIn(const Rooms& rooms, const std::vector<SourceFile>& tree) {

@@ -4,6 +4,8 @@
 #include "Rooms.h"
 
 #include <cstddef>
+#include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,8 +27,17 @@ struct Include {
     friend bool operator==(const Include&, const Include&) = default;
 };
 
+/// The text with blanks in place of comments, so that what stands in them is not read; the lines stay where they are.
+std::string withoutComments(std::string_view text);
+
 /// The include lines of a file; those in comments do not count. A computed include has an empty path.
 std::vector<Include> includesOf(std::string_view text);
+
+/// Of files, relative to the project's root.
+using Paths = std::set<std::string, std::less<>>;
+
+/// The one of `paths` that an include of the file `path` names, or an empty text.
+std::string fileNamedBy(const Include& include, const std::string& path, const Paths& paths);
 
 /// Everything in the tree that breaks a rule, one line each: `path:line: what is wrong`. Empty when all is well.
 std::vector<std::string> violationsIn(const Rooms& rooms, const std::vector<SourceFile>& tree);

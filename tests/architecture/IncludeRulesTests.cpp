@@ -1,6 +1,7 @@
 // The checker itself, on made-up trees and arrows; and then the real ones.
 
 #include "IncludeRules.h"
+#include "StandardNames.h"
 
 #include <gtest/gtest.h>
 
@@ -482,6 +483,7 @@ TEST(SourceTree, KeepsTheRules) {
     EXPECT_GT(tree.size(), 20U) << "this is not the whole tree";
     EXPECT_GT(includes, tree.size()) << "the includes were not read";
     EXPECT_EQ(architecture::violationsIn(rooms, tree), Lines{});
+    EXPECT_EQ(architecture::namesWithoutHeader(tree), Lines{});
 }
 
 }  // namespace
