@@ -4,15 +4,19 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
+#include <qlx/scte/conversion.h>
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace {
@@ -175,6 +179,42 @@ void convertToSection(benchmark::State& state) {
     QLXLogController::sharedLogController()->setLogDelegate(nullptr);
 }
 BENCHMARK(convertToSection);
+
+/// The core's reader, of the same message.
+void parseSpliceMessageInCore(benchmark::State& state) {
+    const qlx::Data whole = buildMessage();
+    const std::span<const std::uint8_t> message = std::span<const std::uint8_t>(whole).subspan(1);
+    const auto read = qlx::scte::parseMultipleOperationMessage(message);
+    require(read && read->operations.size() == 1 &&
+            std::get<qlx::scte::SpliceRequest>(read->operations[0].data).eventId == 16909060);
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(qlx::scte::parseMultipleOperationMessage(message));
+    }
+}
+BENCHMARK(parseSpliceMessageInCore);
+
+/// What it asks for, written into a room that is there.
+void writeSectionInCore(benchmark::State& state) {
+    const qlx::Data whole = buildMessage();
+    const auto message = qlx::scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(whole).subspan(1));
+    const auto sections = qlx::scte::sectionsOf(*message, {.framePts90k = 900000});
+    std::array<std::uint8_t, 64> room{};
+    require(sections && sections->size() == 1 && *writeSpliceInfoSection(sections->front(), room) == 40);
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(writeSpliceInfoSection(sections->front(), room));
+    }
+}
+BENCHMARK(writeSectionInCore);
+
+/// From the message to the section's value.
+void convertInCore(benchmark::State& state) {
+    const qlx::Data whole = buildMessage();
+    const auto message = qlx::scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(whole).subspan(1));
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(qlx::scte::sectionsOf(*message, {.framePts90k = 900000}));
+    }
+}
+BENCHMARK(convertInCore);
 
 void crcOfSection(benchmark::State& state) {
     const Bytes section(53, 0x5A);
