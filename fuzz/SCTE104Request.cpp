@@ -40,6 +40,7 @@ void readSections(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
+    qlx::tool::setQuiet(true);
     for (const auto read : {readMessage, readSections}) {
         try {
             read(text);

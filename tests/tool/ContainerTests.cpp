@@ -35,9 +35,11 @@ Bytes ancFile() {
 TEST(Container, ReadsTheAncTrackOfAnMXFFile) {
     const TemporaryFolder folder;
     const std::string file = folder.write("a.mxf", ancFile());
-    const std::string expected = kTitles + "       0  00:00:00,000     21  61/02     CEA608                 3  8094ae\n"
-                                           "       2  00:00:00,080     21  61/02     CEA608                 3  8094ae\n"
-                                           "2 packets in 3 frames\n";
+    const std::string kPair = "                 line offset 0: 1 triplet: field 1 94ae\n";
+    const std::string expected = kTitles +
+                                 "       0  00:00:00,000     21  61/02     CEA608                 3  8094ae\n" + kPair +
+                                 "       2  00:00:00,080     21  61/02     CEA608                 3  8094ae\n" + kPair +
+                                 "2 packets in 3 frames\n";
     const ToolResult result = runTool({"scan", file});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");

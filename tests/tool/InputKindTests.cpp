@@ -68,6 +68,7 @@ TEST(InputKind, TellsScanWhatAFileIs) {
     const Bytes klv = qlxtest::joined({qlxtest::kAncKeyHex, "18", qlxtest::kCaptionElementHex});
     const std::string expected = "   frame   line  DID/SDID  name               bytes  data\n"
                                  "       0     21  61/02     CEA608                 3  8094ae\n"
+                                 "                 line offset 0: 1 triplet: field 1 94ae\n"
                                  "1 packet in 1 frame\n";
     EXPECT_EQ(runTool({"scan", folder.write("noname", klv)}).out, expected);
     EXPECT_EQ(runTool({"scan", "-"}, {.input = folder.read("noname")}).out, expected);

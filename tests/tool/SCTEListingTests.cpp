@@ -224,6 +224,67 @@ TEST(SCTE104Parse, JoinsAMessageOfSeveralPackets) {
                               "254 bytes are left out\n");
 }
 
+TEST(SCTE104Parse, ListsSplicePoints) {
+    const auto messageOf = [](const Arguments& arguments) {
+        std::string digits = outputOf(build(arguments));
+        digits.pop_back();
+        return digits;
+    };
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "a.klv",
+        elementOf({messageOf({"splice-start", "--event-id", "1", "--pre-roll", "4000", "--duration", "30"}),
+                   messageOf({"splice-end-immediate", "--event-id", "1"}),
+                   messageOf({"splice-start", "--event-id", "2", "--duration", "5.5", "--auto-return"}),
+                   messageOf({"splice-start-immediate", "--event-id", "3"}),
+                   messageOf({"splice-end", "--event-id", "4"}), messageOf({"splice-null"}),
+                   messageOf({"time-signal", "segmentation", "--event-id", "9", "--segmentation-type", "ProgramStart"}),
+                   messageOf({"splice-cancel", "--event-id", "5"})}));
+    const std::string listed = outputOf({"scte104", "parse", file});
+    const std::string place = "  frame 0, line 13: ";
+    EXPECT_EQ(listed.substr(listed.find("splice points:")),
+              "splice points:\n" + place + "event 1 out in 4000 ms, for 30.0 s\n" + place + "event 1 in at once\n" +
+                  place + "event 2 out at once, for 5.5 s, returns by itself\n" + place + "event 3 out at once\n" +
+                  place + "event 4 in at once\n" + place + "segment 9 ProgramStart\n" + place +
+                  "event 5 cancelled\n"
+                  "  event 4: in without out\n"
+                  "  event 3: out without in\n"
+                  "  segment 9 ProgramStart: start without end\n");
+}
+
+TEST(SCTE35, WritesSectionsInAnotherForm) {
+    const TemporaryFolder folder;
+    const auto convert = [&](const std::string& input, const std::string& format) {
+        return outputOf({"scte35", input, "--from-format", "section", "--to-format", format});
+    };
+    const std::string section = withCrc(kSection);
+    const std::string file = folder.write("a", section + "\n\n" + kDeployedSection + "\n");
+    const std::string json = convert(file, "json");
+    EXPECT_EQ(qlxtest::linesOf(json).size(), 2U);
+    EXPECT_NE(json.find(R"("breakDuration":{"autoReturn":true,"duration":{"seconds":30.0,"timescale":90000,)"
+                        R"("value":2700000}})"),
+              std::string::npos)
+        << json;
+    EXPECT_EQ(convert(folder.write("b", json), "hex"), section + "\n" + kDeployedSection + "\n");
+    const std::string base64 = convert(file, "base64");
+    EXPECT_EQ(convert(folder.write("c", base64), "hex"), section + "\n" + kDeployedSection + "\n");
+    const std::string raw = convert(file, "raw");
+    EXPECT_EQ(raw.size(), (section.size() + kDeployedSection.size()) / 2);
+    EXPECT_EQ(convert(folder.write("d", raw), "base64"), base64);
+    EXPECT_EQ(convert(section, "hex"), section + "\n");
+    EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296", "--to-format", "json"}),
+              qlxtest::linesOf(json).at(0) + "\n");
+
+    std::string wrong = section;
+    wrong.back() = wrong.back() == '0' ? '1' : '0';
+    const ToolResult kept = runTool({"scte35", wrong, "--from-format", "section"});
+    EXPECT_EQ(kept.out, wrong + "\n");
+    EXPECT_NE(kept.err.find("section CRC"), std::string::npos) << kept.err;
+    const ToolResult cut = runTool({"scte35", folder.write("e", section.substr(0, 20)), "--from-format", "section"});
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_EQ(cut.err.substr(0, cut.err.find("byte")), "qlxcc: " + folder.path("e") + ": line 1: ");
+}
+
 TEST(SCTE35, SaysWhyThereIsNoSection) {
     const auto refusal = [](const std::string& message, const Arguments& more = {}) {
         Arguments arguments{"scte35", message, "--pts", "0"};

@@ -467,7 +467,9 @@ INSTANTIATE_TEST_SUITE_P(
         Arguments{"scte35", "08", "--pts", "1", "--format", "klv"},
         Arguments{"scte35", "08", "--pts", "1", "--splice-pts", "1"},
         Arguments{"scte35", "08", "--splice-pts", "1", "--at-pts", "1"},
-        Arguments{"scte35", "08", "--splice-pts", "1", "--as-deployed"}));
+        Arguments{"scte35", "08", "--splice-pts", "1", "--as-deployed"},
+        Arguments{"scte35", "fc", "--from-format", "section", "--pts", "1"},
+        Arguments{"scte35", "fc", "--from-format", "section", "--rows", "1"}));
 
 TEST(SCTEUsage, HelpShowsAnExampleOfEachCommand) {
     for (const Arguments& command :

@@ -89,8 +89,9 @@ TEST(Scan, ReadsElements) {
                                                            kCaptionElementHex, kAncKeyHex, "8102", "0000"}));
     const ToolResult list = runTool({"scan", file});
     EXPECT_EQ(list.exitCode, 0);
-    EXPECT_EQ(list.out, kTitles + "       0     21  61/02     CEA608                 3  8094ae\n"
-                                  "1 packet in 2 frames\n");
+    EXPECT_EQ(list.out, kTitles + "       0     21  61/02     CEA608                 3  8094ae\n" +
+                            "                 line offset 0: 1 triplet: field 1 94ae\n"
+                            "1 packet in 2 frames\n");
     const std::string json = R"({"frame":0,"packets":[{"line":21,"did":97,"sdid":2,"type":"CEA608","data":"8094ae"}]})"
                              "\n"
                              R"({"frame":1,"packets":[]})"
@@ -112,6 +113,46 @@ TEST(Scan, ReadsEightBitRowsNearTheStartAtTheirEvenBytes) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, kTitles + "       0     11  41/05     AFD/Bar Data           3  aabbcc\n"
                                     "1 packet in 1 frame\n");
+}
+
+TEST(Scan, SaysWhatPacketsAreAndSay) {
+    const std::vector<std::pair<std::string, std::string>> packets{
+        {"41 05 08 54 00 00 c0 00 29 04 12",
+         "AFD/Bar Data           8  540000c000290412\n"
+         "                 AFD 10 (16:9, centred), frame 16:9, top bar to line 41, bottom bar from line 1042\n"},
+        {"60 60 10 78 10 50 20 60 30 50 40 40 50 30 60 20 70 10 80",
+         "Timecode              16  78105020603050404050306020701080\n"
+         "                 12:34:56;17, VITC 1\n"},
+        {"41 01 04 89 c9 80 01", "Payload ID             4  89c98001\n"
+                                 "                 payload 89c98001: progressive, 50 pictures/s\n"},
+        {"52 4d 0b 00 00 00 00 00 00 00 00 00 20 02", "Camera Start/Stop     11  0000000000000000002002\n"
+                                                      "                 recording starts\n"},
+        {"45 01 01 aa", "Audio metadata         1  aa\n                 SMPTE ST 2020-1, VANC\n"},
+        {"41 0c 01 aa", "HDR metadata           1  aa\n                 SMPTE ST 2108-1\n"},
+        {"5f df 01 aa", "ARIB captions, HD      1  aa\n                 ARIB STD-B37, VANC\n"},
+        {"43 03 01 aa", "OP-47 multipacket      1  aa\n                 SMPTE RDD 8, VANC\n"},
+        {"e7 05 01 aa", "Audio group 1          1  aa\n                 SMPTE ST 299-1, HANC\n"},
+        {"41 0e 01 aa", "Unknown                1  aa\n"}};
+    for (const auto& [digits, expected] : packets) {
+        const std::vector<std::uint8_t> packet = qlxtest::fromHex(digits);
+        std::vector<std::uint8_t> element = qlxtest::fromHex("0001 000d 01 04");
+        const std::size_t padded = (packet.size() + 3) / 4 * 4;
+        element.push_back(static_cast<std::uint8_t>(packet.size() >> 8U));
+        element.push_back(static_cast<std::uint8_t>(packet.size()));
+        for (const std::size_t number : {padded, std::size_t{1}}) {
+            for (unsigned shift = 32; shift > 0;) {
+                shift -= 8;
+                element.push_back(static_cast<std::uint8_t>(number >> shift));
+            }
+        }
+        element.insert(element.end(), packet.begin(), packet.end());
+        element.resize(element.size() + padded - packet.size());
+        std::vector<std::uint8_t> file = joined({kAncKeyHex});
+        file.push_back(static_cast<std::uint8_t>(element.size()));
+        file.insert(file.end(), element.begin(), element.end());
+        const ToolResult result = runTool({"scan", "-"}, {.input = std::string(file.begin(), file.end())});
+        EXPECT_NE(result.out.find(expected), std::string::npos) << result.out << result.err;
+    }
 }
 
 TEST(Scan, SaysWhenThereIsNothing) {

@@ -23,6 +23,7 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::uint64_t kUsualLine = 13;
+constexpr std::string_view kSectionsFormat = "section";
 constexpr std::uint64_t kGreatestTenths = 65535;
 
 const OperationName& operationNamed(std::string_view name) {
@@ -242,9 +243,20 @@ Action checkedScte104Parse(const RawOptions& raw) {
 
 Action checkedScte35(const RawOptions& raw) {
     Scte35Options options;
-    options.source = sourceOf(raw);
-    if (raw.pts.has_value() == raw.splicePts.has_value()) {
-        throw UsageError("--pts or --splice-pts is needed, and not both");
+    options.areSections = raw.fromFormat == kSectionsFormat;
+    if (options.areSections) {
+        if (raw.pts || raw.splicePts || raw.atPts || !raw.rate.empty() || raw.returnsAlone || raw.asDeployed) {
+            throw UsageError("--from-format section is for sections: times and what makes sections is for messages");
+        }
+        if (raw.width || raw.lines || raw.rows || raw.nearStart) {
+            throw UsageError("--width, --lines, --rows and --near-start are for rows: a section has none");
+        }
+        options.source.input = raw.file;
+    } else {
+        options.source = sourceOf(raw);
+        if (raw.pts.has_value() == raw.splicePts.has_value()) {
+            throw UsageError("--pts or --splice-pts is needed, and not both");
+        }
     }
     if (raw.splicePts && raw.atPts) {
         throw UsageError("--at-pts says from where pre-rolls count: with --splice-pts none is used");
@@ -266,12 +278,15 @@ Action checkedScte35(const RawOptions& raw) {
     options.asDeployed = raw.asDeployed;
     options.output = raw.output;
     const bool isStandardOutput = raw.output.value_or("-") == "-";
-    const std::string name =
-        isStandardOutput ? raw.format.value_or("hex") : formatName(raw.format, *raw.output, {"hex", "base64", "raw"});
+    const std::string name = isStandardOutput ? raw.format.value_or("hex")
+                                              : formatName(raw.format, *raw.output, {"hex", "base64", "raw", "json"});
     if (name == "raw" && isStandardOutput && standardOutputIsTerminal()) {
         throw UsageError("--to-format raw is not for a terminal: name a file with -o");
     }
-    options.format = name == "hex" ? Scte35Format::Hex : name == "base64" ? Scte35Format::Base64 : Scte35Format::Raw;
+    options.format = name == "hex"      ? Scte35Format::Hex
+                     : name == "base64" ? Scte35Format::Base64
+                     : name == "json"   ? Scte35Format::Json
+                                        : Scte35Format::Raw;
     return [options] { return convertToScte35(options); };
 }
 

@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::string_view kMessageFormats[] = {"hex", "raw", "klv", "v210", "2vuy"};
 constexpr std::string_view kBuildFormats[] = {"hex", "raw", "klv", "v210"};
-constexpr std::string_view kSectionFormats[] = {"hex", "base64", "raw"};
+constexpr std::string_view kScte35Inputs[] = {"hex", "raw", "klv", "v210", "2vuy", "section"};
+constexpr std::string_view kSectionFormats[] = {"hex", "base64", "raw", "json"};
 
 constexpr auto kOperationWords = [] {
     std::array<std::string_view, kOperationNames.size()> words;
@@ -178,11 +179,14 @@ or changed is said, and why a message makes no section.
 
 Examples:
   qlxcc scte35 start.klv --pts 900000
-  qlxcc scte35 start.klv --splice-pts 1260000 --to-format base64)";
+  qlxcc scte35 start.klv --splice-pts 1260000 --to-format base64
+  qlxcc scte35 sections.txt --from-format section --to-format json)";
 
 constexpr OptionRow kScte35Options[] = {
     saying(kInput, "A file of elements or rows must have one SCTE-104 message."),
-    fromMessageFormat({}),
+    fromFormat(kScte35Inputs, {}, "{} (default: by the first bytes, or the name)",
+               "Rows are told by the name alone. With section INPUT has SCTE-35 sections already, which are written in "
+               "another form: bytes, or a line each of hexadecimal digits, base64 or JSON; or it is one itself."),
     kRowWidth,
     kLines,
     kRowCount,
@@ -207,7 +211,7 @@ constexpr OptionRow kScte35Options[] = {
          "of a second, pre-roll and auto return are not used, and a segmentation descriptor is added. Only one "
          "splice request is converted, without a time stamp."},
     toOtherFormat(kSectionFormats, "{} (default: by the name of FILE, or hex)",
-                  "Hexadecimal digits and base64 have a line for each section; raw ones stand one behind the other."),
+                  "All but raw have a line for each section; raw ones stand one behind the other."),
     kListOutput,
 };
 

@@ -2,16 +2,20 @@
 #pragma once
 
 #include <qlx/anc/packet.h>
+#include <qlx/anc/registry.h>
 
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace qlx::tool {
 
-/// The name of a packet's kind, such as "OP-47"; "Unknown" for one without.
+/// The name of a packet's kind, such as "OP-47": the library's, or else the register's; "Unknown" for one without.
 [[nodiscard]] inline std::string packetName(const anc::Packet& packet) {
-    return std::string(anc::kindName(packet.did, packet.sdid));
+    const std::string_view name = anc::kindName(packet.did, packet.sdid);
+    const auto registered = anc::registeredPacket(packet.did, packet.sdid);
+    return std::string(name == anc::kindName(0, 0) && registered ? registered->name : name);
 }
 
 /// A packet with these bytes.

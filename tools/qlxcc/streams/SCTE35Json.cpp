@@ -249,18 +249,18 @@ template <class Io, class Value>
 requires IsA<Value, CommandData>
 void describe(Io& io, Value& value) {
     if constexpr (Io::kReads) {
+        value.command = VerbatimCommand{value.type, {}};
         if (io.has("encryptedBytes")) {
             value.command = EncryptedContent{};
-        } else if (io.has("data")) {
-            value.command = VerbatimCommand{value.type, {}};
-        } else if (!findAlternative<0>(value.command, [&value]<class Alternative>() {
-                       if constexpr (requires { Alternative::kCommandType; }) {
-                           return Alternative::kCommandType == value.type;
-                       } else {
-                           return false;
-                       }
-                   })) {
-            value.command = VerbatimCommand{value.type, {}};
+        } else if (!io.has("data")) {
+            findAlternative<0>(value.command, [&value]<class Alternative>() {
+                if constexpr (std::same_as<Alternative, VerbatimCommand> ||
+                              std::same_as<Alternative, EncryptedContent>) {
+                    return false;
+                } else {
+                    return Alternative::kCommandType == value.type;
+                }
+            });
         }
     }
     std::visit([&io](auto& command) { describe(io, command); }, value.command);

@@ -1,5 +1,6 @@
 #include "commands/scan/ScanList.h"
 
+#include "commands/scan/PacketWords.h"
 #include "io/Text.h"
 #include "io/Times.h"
 #include "pictures/ScreenText.h"
@@ -109,7 +110,8 @@ std::vector<std::string> ListWriter::detailsOf(const anc::Packet& packet) {
     if (id == anc::ids::kOp47) {
         return _teletext.linesOf(packet.userData);
     }
-    return {};
+    const std::string words = packetInWords(packet);
+    return words.empty() ? std::vector<std::string>() : std::vector{words};
 }
 
 void ListWriter::writeTitle(const Frame& frame) {

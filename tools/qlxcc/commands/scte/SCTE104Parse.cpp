@@ -7,6 +7,7 @@
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
 #include "streams/SCTEJson.h"
+#include "streams/SplicePoints.h"
 
 #include <optional>
 #include <span>
@@ -53,6 +54,17 @@ std::string inWords(const Scte104Packet& packet, const scte::SingleOperationMess
            counted(packet.data.size(), "byte") + "\n  opID " + std::to_string(message.opId()) + " (system)\n";
 }
 
+/// What follows from the messages of a file together.
+void writePoints(const SplicePoints& points, OutputFile& output) {
+    const std::vector<std::string> lines = points.lines();
+    if (!lines.empty()) {
+        output.write("splice points:\n");
+    }
+    for (const std::string& line : lines) {
+        output.write("  " + line + "\n");
+    }
+}
+
 }  // namespace
 
 int parseScte104(const Scte104ParseOptions& options) {
@@ -60,6 +72,7 @@ int parseScte104(const Scte104ParseOptions& options) {
     OutputFile output(options.output);
     std::uint64_t messages = 0;
     std::uint64_t problems = 0;
+    SplicePoints points;
     const auto say = [&](const std::string& problem) {
         ++problems;
         if (output.isStandardOutput()) {
@@ -84,6 +97,9 @@ int parseScte104(const Scte104ParseOptions& options) {
         }
         const auto whole = scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(packet.data).subspan(1));
         output.write(options.asJson && whole ? asJson(packet, *whole) : inWords(packet, message));
+        if (packet.frame && whole) {
+            points.take(placeOf(*packet.frame, packet.line), *whole);
+        }
         for (const Scte104Problem& problem : message.problems) {
             note(problem);
         }
@@ -96,6 +112,9 @@ int parseScte104(const Scte104ParseOptions& options) {
             output.flush();
         }
         throw;
+    }
+    if (!options.asJson && messages > 1) {
+        writePoints(points, output);
     }
     if (problems == 0 && messages == 0) {
         throw failureIn(options.source.input, "no SCTE-104 packet");

@@ -1,10 +1,13 @@
 #include "commands/scte/SCTE35.h"
 
 #include "commands/scte/SCTE104Input.h"
+#include "commands/scte/SCTE35Input.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
+#include "streams/Json.h"
 #include "streams/SCTE104Message.h"
+#include "streams/SCTEJson.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
@@ -109,7 +112,9 @@ scte::ConversionOptions conversionOf(const Scte35Options& options) {
     return conversion;
 }
 
-std::vector<Data> sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
+using Sections = std::vector<scte::SpliceInfoSection>;
+
+Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
     (void)wholeMessage(packet);
     const std::span<const std::uint8_t> bytes(packet.data);
     Findings findings;
@@ -140,31 +145,48 @@ std::vector<Data> sectionsOf(const Scte104Packet& packet, const Scte35Options& o
         }
         printNote((finding.severity == Severity::Remark ? "" : "warning: ") + findingInWords(packet, finding));
     }
-    std::vector<Data> written;
-    for (const scte::SpliceInfoSection& section : *sections) {
-        written.push_back(*writeSpliceInfoSection(section));
+    return *sections;
+}
+
+Sections sectionsOf(const Scte35Options& options) {
+    if (options.areSections) {
+        return readScte35Argument(options.source.input);
     }
-    return written;
+    const Scte104Packet packet = onlyPacket(options.source);
+    if (options.asDeployed) {
+        return {*scte::parseSpliceInfoSection(deployedSection(packet, options.pts))};
+    }
+    return sectionsOf(packet, options);
+}
+
+Data bytesOf(const std::string& name, const scte::SpliceInfoSection& section) {
+    auto bytes = writeSpliceInfoSection(section);
+    if (!bytes) {
+        throw failureIn(name, "a section cannot be written: " + bytes.error().text());
+    }
+    return *std::move(bytes);
 }
 
 }  // namespace
 
 int convertToScte35(const Scte35Options& options) {
     refuseInputAsOutput(options.source.input, options.output);
-    const Scte104Packet packet = onlyPacket(options.source);
-    const std::vector<Data> sections =
-        options.asDeployed ? std::vector{deployedSection(packet, options.pts)} : sectionsOf(packet, options);
+    const Sections sections = sectionsOf(options);
     OutputFile output(options.output);
-    for (const Data& section : sections) {
+    for (const scte::SpliceInfoSection& section : sections) {
+        const Data bytes = bytesOf(options.source.input, section);
         switch (options.format) {
         case Scte35Format::Hex:
-            output.write(hex(section) + "\n");
+            output.write(hex(bytes) + "\n");
             break;
         case Scte35Format::Base64:
-            output.write(base64(section) + "\n");
+            output.write(base64(bytes) + "\n");
             break;
         case Scte35Format::Raw:
-            output.write(section);
+            output.write(bytes);
+            break;
+        case Scte35Format::Json:
+            output.write(jsonText(jsonOf(section)) + "\n");
             break;
         }
     }

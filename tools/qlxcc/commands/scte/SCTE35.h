@@ -13,10 +13,11 @@ namespace qlx::tool {
 /// The largest time of a section: 33 bits of 90 kHz ticks.
 inline constexpr std::uint64_t kGreatestPts = (std::uint64_t{1} << 33U) - 1;
 
-enum class Scte35Format { Hex, Base64, Raw };
+enum class Scte35Format { Hex, Base64, Raw, Json };
 
 struct Scte35Options {
     Scte104Source source;
+    bool areSections = false;                ///< What is read are sections already.
     std::uint64_t pts = 0;                   ///< Of the frame that carries the message.
     std::optional<std::uint64_t> splicePts;  ///< Of the splice, in place of it.
     std::optional<std::uint64_t> atPts;      ///< Of the moment of the time stamp.

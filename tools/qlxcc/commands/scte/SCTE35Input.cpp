@@ -7,8 +7,11 @@
 
 #include <qlx/scte/scte35_text.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <span>
+#include <system_error>
 #include <utility>
 
 namespace qlx::tool {
@@ -94,6 +97,14 @@ std::vector<scte::SpliceInfoSection> loadScte35Sections(const std::string& path)
         throw failureIn(file.name(), "too long for SCTE-35 sections");
     }
     return readScte35Sections(file.name(), content);
+}
+
+std::vector<scte::SpliceInfoSection> readScte35Argument(const std::string& input) {
+    std::error_code error;
+    if (input != "-" && !std::filesystem::exists(input, error) && scte::spliceInfoBytes(input)) {
+        return readScte35Sections("the section", input);
+    }
+    return loadScte35Sections(input);
 }
 
 }  // namespace qlx::tool

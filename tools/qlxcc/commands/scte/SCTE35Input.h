@@ -19,4 +19,7 @@ namespace qlx::tool {
 [[nodiscard]] std::vector<scte::SpliceInfoSection> readScte35Sections(const std::string& name,
                                                                       std::string_view content);
 
+/// The sections of a file, or the one whose digits or base64 were given in place of a file.
+[[nodiscard]] std::vector<scte::SpliceInfoSection> readScte35Argument(const std::string& input);
+
 }  // namespace qlx::tool

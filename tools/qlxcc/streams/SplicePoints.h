@@ -1,0 +1,59 @@
+// The splice points that messages of SCTE 104 ask for, in their order, and what follows from them.
+#pragma once
+
+#include <qlx/scte/scte104.h>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+/// Takes the messages of a file one after the other.
+///
+///     SplicePoints points;
+///     points.take("frame 0, line 13", message);
+///     for (const std::string& line : points.lines()) { .. }
+class SplicePoints {
+public:
+    /// @param place Where the message is: `frame 0, line 13`.
+    void take(const std::string& place, const scte::MultipleOperationMessage& message);
+
+    /// A line each: `frame 0, line 13: event 1 out in 4000 ms, for 30.0 s, returns by itself`; and behind them those of
+    /// pairs that miss their other half: `event 1: out without in`.
+    [[nodiscard]] std::vector<std::string> lines() const;
+
+private:
+    enum class Kind : std::uint8_t { Splice, Segment };
+
+    /// What an event or segment is told by.
+    struct Key {
+        Kind kind = Kind::Splice;
+        std::uint32_t eventId = 0;
+        std::uint8_t typeId = 0;  ///< Of a segment's start.
+
+        friend auto operator<=>(const Key&, const Key&) = default;
+    };
+
+    struct Open {
+        std::size_t order = 0;
+        std::string name;
+    };
+
+    void add(std::string line) { _lines.push_back(std::move(line)); }
+    void open(const Key& key, std::string name, bool endsByItself);
+    void close(const Key& key, const std::string& name);
+    void takeSplice(const std::string& place, const scte::SpliceRequest& request);
+    void takeSegment(const std::string& place, const scte::InsertSegmentationDescriptorRequest& request);
+
+    std::vector<std::string> _lines;
+    std::vector<std::string> _alone;  ///< Ends without a start.
+    std::map<Key, Open> _open;
+    std::map<Key, std::string> _timed;  ///< Starts that end by themselves, and may have an end all the same.
+    std::size_t _opened = 0;
+};
+
+}  // namespace qlx::tool
