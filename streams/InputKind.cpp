@@ -33,6 +33,7 @@ constexpr NamedKind kKindNames[] = {
     {"ps", InputKind::ProgramStream},
     {"png", InputKind::Png},
     {"ppm", InputKind::Ppm},
+    {"vtt", InputKind::Vtt},
 };
 
 /// Extensions that differ from the names of the kinds.
@@ -126,6 +127,11 @@ std::optional<InputKind> kindOfText(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     if (text.starts_with("Scenarist_SCC")) {
         return InputKind::Scc;
+    }
+    constexpr std::string_view kWebVtt = "WEBVTT";
+    if (text.starts_with(kWebVtt) &&
+        (text.size() == kWebVtt.size() || kBlanks.find(text[kWebVtt.size()]) != std::string_view::npos)) {
+        return InputKind::Vtt;
     }
     if (text.starts_with("{\"frame\":")) {
         return InputKind::Jsonl;

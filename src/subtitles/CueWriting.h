@@ -67,14 +67,19 @@ struct RowLosses {
     return span;
 }
 
+/// The rows of the screen that a cue's rows are counted in.
+[[nodiscard]] inline std::uint64_t screenRowsOf(const Cue& cue) noexcept {
+    constexpr std::uint64_t kTeletextRows = 11;
+    return cue.screenRows != 0 ? cue.screenRows : kTeletextRows;
+}
+
 /// Where a row stands, as on a numeric keypad: its anchor, or what its row of the screen and its alignment say; 0 for
 /// below, in the middle.
 [[nodiscard]] inline std::uint8_t anchorOf(const Cue& cue, const Row& row) noexcept {
     if (row.anchor != 0) {
         return row.anchor;
     }
-    constexpr std::uint64_t kTeletextRows = 11;
-    const std::uint64_t rows = cue.screenRows != 0 ? cue.screenRows : kTeletextRows;
+    const std::uint64_t rows = screenRowsOf(cue);
     // The upper third, the middle, and the rest; what has no row stands below.
     const std::uint8_t band = row.number == 0 ? 1 : row.number * 3 <= rows ? 7 : row.number * 3 <= rows * 2 ? 4 : 1;
     const std::uint8_t side = row.alignment == Alignment::Left ? 0 : row.alignment == Alignment::Right ? 2 : 1;

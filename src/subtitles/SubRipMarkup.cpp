@@ -86,12 +86,14 @@ bool looksLike(const Run& run, const Run& before) noexcept {
 
 }  // namespace
 
-bool looksLikeSubRipMarkup(std::string_view text) noexcept {
+bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept {
+    // A tag has an end.
+    const std::size_t last = hasTags ? text.size() : text.find_last_of('>') + 1;
     for (std::size_t place = text.find_first_of("<{&-"); place != std::string_view::npos;
          place = text.find_first_of("<{&-", place + 1)) {
         const std::string_view rest = text.substr(place);
         const bool isTag =
-            rest.size() > 1 && rest[0] == '<' &&
+            place < last && rest.size() > 1 && rest[0] == '<' &&
             (rest[1] == '/' || rest[1] == ' ' || rest[1] == '\t' || kLetters.find(rest[1]) != std::string_view::npos);
         if (isTag || rest.starts_with("{\\") || rest.starts_with("-->") || entityIn(rest)) {
             return true;

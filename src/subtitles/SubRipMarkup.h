@@ -71,6 +71,7 @@ private:
 };
 
 /// Whether a row of text, written as it stands, is read as something else.
-[[nodiscard]] bool looksLikeSubRipMarkup(std::string_view text) noexcept;
+/// @param hasTags Whether tags stand around it, or other text.
+[[nodiscard]] bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept;
 
 }  // namespace qlx::subtitles

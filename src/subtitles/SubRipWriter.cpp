@@ -63,12 +63,14 @@ void closeTags(const Run& run, std::string& text) {
 
 void writeRow(const Row& row, RowLosses& losses, std::string& text) {
     const std::size_t begin = text.size();
+    const bool hasTags =
+        row.runs.size() != 1 || row.runs.front().style != Style{} || !row.runs.front().properties.empty();
     for (const Run& run : row.runs) {
         losses.styles += run.style.background || run.style.isFlashing ? 1 : 0;
         losses.runTimes += run.from.isValid() ? 1 : 0;
         losses.properties += std::count_if(run.properties.begin(), run.properties.end(),
                                            [](const Property& property) { return !isOfSubRip(property); });
-        losses.isAmbiguous = losses.isAmbiguous || looksLikeSubRipMarkup(run.text);
+        losses.isAmbiguous = losses.isAmbiguous || looksLikeSubRipMarkup(run.text, hasTags);
         openTags(run, text);
         appendWithoutLineEnds(text, run.text);
         closeTags(run, text);
@@ -117,7 +119,10 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
     for (const Row& row : cue.rows) {
         RowLosses losses;
         writeRow(row, losses, text);
-        losses.isPlaceLost = row.column != 0 || row.number != 0 || anchorOf(cue, row) != anchor;
+        // Rows that end on the last one stand where receivers put those without a place.
+        const std::uint64_t below = cue.rows.size() - static_cast<std::size_t>(number) - 1;
+        const bool isUsual = row.number == 0 || row.number + below == screenRowsOf(cue);
+        losses.isPlaceLost = row.column != 0 || !isUsual || anchorOf(cue, row) != anchor;
         losses.say(report, ++number);
     }
     text += '\n';

@@ -103,11 +103,14 @@ void appendScreenPlace(const Cue& cue, const Row& row, std::string& text) {
         text += '%';
     };
     text += " line:";
-    percent(kEdge + std::min<std::uint64_t>(row.number - 1, cue.screenRows) * kSafe / cue.screenRows);
+    const std::uint64_t rows = screenRowsOf(cue);
+    percent(kEdge + std::min<std::uint64_t>(row.number - 1, rows) * kSafe / rows);
     if (row.column != 0 && cue.screenColumns != 0) {
         text += " position:";
         percent(kEdge + std::min<std::uint64_t>(row.column - 1U, cue.screenColumns) * kSafe / cue.screenColumns);
         text += ",line-left align:left";
+    } else if (row.alignment == Alignment::Left || row.alignment == Alignment::Right) {
+        text += row.alignment == Alignment::Left ? " align:left" : " align:right";
     }
 }
 
@@ -166,7 +169,7 @@ void appendSettings(const Cue& cue, std::string& text) {
     constexpr std::string_view kSettingNames[] = {"vertical", "line", "position", "size", "align"};
     const auto property = [&cue](std::string_view name) { return valueOf(cue.properties, "vtt." + std::string(name)); };
     const Row* const row = cue.rows.empty() ? nullptr : &cue.rows.front();
-    const bool isOfScreen = row != nullptr && row->anchor == 0 && row->number != 0 && cue.screenRows != 0;
+    const bool isOfScreen = row != nullptr && row->anchor == 0 && row->number != 0;
     if (!cue.region.empty()) {
         text += " region:" + cue.region;
     } else if (isOfScreen && property("line") == nullptr) {

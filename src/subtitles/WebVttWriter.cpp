@@ -152,6 +152,13 @@ void appendRow(const Row& row, MediaTime& from, RowLosses& losses, std::string& 
     text += '\n';
 }
 
+/// Whether a row stands as many rows below the first one as it comes behind it, each as high as one or two.
+bool isBehind(const Row& row, const Row& first, std::uint64_t rows) noexcept {
+    constexpr std::uint64_t kDouble = 2;
+    return (first.number == 0 && row.number == 0) ||
+           (row.number >= first.number + rows && row.number <= first.number + kDouble * rows);
+}
+
 void appendBlock(std::string& text, std::string_view block) {
     text += block;
     text += "\n\n";
@@ -214,7 +221,8 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
         RowLosses losses;
         appendRow(row, from, losses, text);
         const Row& first = cue.rows.front();
-        losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || (row.number != 0 && cue.screenRows == 0);
+        losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || row.column != first.column ||
+                             !isBehind(row, first, static_cast<std::uint64_t>(number));
         losses.say(report, ++number);
     }
     text += '\n';

@@ -89,7 +89,7 @@ TEST(InputKind, IsToldByTheName) {
         EXPECT_EQ(inputKindOfName(name), std::nullopt) << name;
     }
     for (const char* const name : {"v210", "2vuy", "klv", "jsonl", "scc", "srt", "stl", "json", "h264", "mpeg2", "mxf",
-                                   "mov", "ts", "ps", "png", "ppm"}) {
+                                   "mov", "ts", "ps", "png", "ppm", "vtt"}) {
         const auto kind = qlx::streams::inputKindNamed(name);
         ASSERT_TRUE(kind) << name;
         EXPECT_EQ(qlx::streams::nameOf(*kind), name);

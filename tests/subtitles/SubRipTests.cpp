@@ -213,7 +213,7 @@ TEST(SubRip, SaysWhatItCannotWrite) {
     cue.rows[1].runs[0].style.background = Color::Blue;
     cue.rows[1].runs[0].from = milliseconds(1500);
     cue.rows[1].runs[0].properties = {{"vtt.v", "Bob"}};
-    cue.rows[1].number = 11;
+    cue.rows[1].number = 4;
     cue.identifier = "intro";
     qlx::Findings findings;
     EXPECT_EQ(written(cue, &findings), "1\n00:00:01,000 --> 00:00:01,001\n<b>\nx\n\n");
@@ -225,6 +225,18 @@ TEST(SubRip, SaysWhatItCannotWrite) {
                                   SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitlePlaceLost}));
     EXPECT_EQ(written(cueOf(1, -2000, -1000, {rowOf("a")})), "");
     EXPECT_EQ(written(cueOf(1, -2000, 1000, {rowOf("a")})), "1\n00:00:00,000 --> 00:00:01,000\na\n\n");
+}
+
+TEST(SubRip, SaysWhichTextIsReadAsMarkup) {
+    const std::pair<std::string_view, bool> cases[] = {
+        {"a < b", false}, {"<te]", false},  {"<te> ]", true}, {"< i >", true},   {"</i>", true},    {"a &amp; b", true},
+        {"AT&T", false},  {"{\\i1}", true}, {"{i1}", false},  {"a --> b", true}, {"a -> b", false},
+    };
+    for (const auto& [text, isAmbiguous] : cases) {
+        qlx::Findings findings;
+        (void)written(cueOf(1, 0, 1000, {rowOf(std::string(text))}), &findings);
+        EXPECT_EQ(!findings.empty(), isAmbiguous) << text;
+    }
 }
 
 TEST(SubRip, IsReadBackAsItWasWritten) {

@@ -34,13 +34,14 @@ enum class InputKind {
     ProgramStream,    ///< MPEG-PS (ISO/IEC 13818-1).
     Png,              ///< A picture: portable network graphics.
     Ppm,              ///< A picture: portable pixmap.
+    Vtt,              ///< Subtitles: WebVTT.
 };
 
 /// As many first bytes as are looked at.
 inline constexpr std::size_t kBytesThatTellKind = 4096;
 
 /// The short name of a kind: `v210`, `2vuy`, `klv`, `jsonl`, `scc`, `srt`, `stl`, `json`, `h264`, `mpeg2`,
-/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`.
+/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view nameOf(InputKind kind) noexcept;
 
 /// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`.
@@ -71,7 +72,7 @@ inline constexpr std::size_t kBytesThatTellKind = 4096;
     return kind == InputKind::V210 || kind == InputKind::Yuv8;
 }
 
-/// Whether a file of this kind holds subtitles as a text.
+/// Whether a file of this kind holds subtitles that become records of the fixed operations.
 [[nodiscard]] constexpr bool isSubtitles(InputKind kind) noexcept {
     return kind == InputKind::Srt || kind == InputKind::Stl || kind == InputKind::Json;
 }

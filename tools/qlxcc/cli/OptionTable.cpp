@@ -58,9 +58,9 @@ constexpr OptionRow kCommonOptions[] = {
      .help = "Say nothing but errors on standard error: no progress, no warnings"},
 };
 
-constexpr const CommandRow* kCommands[] = {&kPlayCommand,    &kSubsCommand,      &kScanCommand,   &kShowCommand,
-                                           &kExtractCommand, &kRateCommand,      &kLine21Command, &kScte104Command,
-                                           &kScte35Command,  &kCompletionCommand};
+constexpr const CommandRow* kCommands[] = {&kPlayCommand,    &kSubsCommand,    &kConvertCommand,   &kScanCommand,
+                                           &kShowCommand,    &kExtractCommand, &kRateCommand,      &kLine21Command,
+                                           &kScte104Command, &kScte35Command,  &kCompletionCommand};
 
 constexpr std::string_view kProgramNotes =
     R"(Every command explains itself: qlxcc play --help, qlxcc scan --help, and so on

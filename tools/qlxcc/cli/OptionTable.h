@@ -75,6 +75,7 @@ extern const OptionRow kVersionOption;  ///< Of the program alone.
 // The commands.
 extern const CommandRow kPlayCommand;
 extern const CommandRow kSubsCommand;
+extern const CommandRow kConvertCommand;
 extern const CommandRow kScanCommand;
 extern const CommandRow kShowCommand;
 extern const CommandRow kExtractCommand;

@@ -68,6 +68,18 @@ struct RawOptions {
     std::string codec = "auto";
     std::vector<std::string> bytes;
 
+    // Cues from one file to another one.
+    std::string fromStart;
+    std::string toStart;
+    std::string offset;
+    std::string scale;
+    std::string overlap = "keep";
+    std::optional<std::uint64_t> wrap;
+    std::optional<std::uint64_t> wrapRows;
+    bool isDrop = false;
+    bool reportsAll = false;
+    bool isStrict = false;
+
     // Ad insertion messages.
     std::vector<std::string> operations;
     std::map<std::string_view, std::string> parameters;  ///< By the option's name; flags have an empty text.
@@ -91,6 +103,7 @@ using Action = std::function<int()>;
 // Each gives what its command does with these options, and throws UsageError when they make no sense together.
 [[nodiscard]] Action checkedPlay(const RawOptions& raw);
 [[nodiscard]] Action checkedSubs(const RawOptions& raw);
+[[nodiscard]] Action checkedConvert(const RawOptions& raw);
 [[nodiscard]] Action checkedScan(const RawOptions& raw);
 [[nodiscard]] Action checkedShow(const RawOptions& raw);
 [[nodiscard]] Action checkedExtract(const RawOptions& raw);
@@ -119,6 +132,9 @@ using Action = std::function<int()>;
 /// @param isForRowsWritten Whether the options may be about rows that are written.
 /// @throws UsageError when options contradict each other, or the format or name of the file.
 [[nodiscard]] FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritten = false);
+
+/// @throws UsageError when texts cannot be read in this encoding.
+[[nodiscard]] std::string knownEncoding(const std::string& name);
 
 /// The seconds of an option's TIME.
 /// @param rate Of the command; null where it has none.

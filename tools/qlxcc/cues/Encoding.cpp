@@ -23,13 +23,6 @@ Failure tooLong(const std::string& name) {
     return failureIn(name, "longer than 64 MiB: no subtitle file");
 }
 
-/// `0xE9`
-std::string byteInWords(char byte) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    const auto value = static_cast<std::uint8_t>(byte);
-    return {'0', 'x', kDigits[value >> 4U], kDigits[value & 15U]};
-}
-
 std::uint64_t lineBreaks(std::string_view text) {
     return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
 }
@@ -104,6 +97,52 @@ private:
 
 }  // namespace
 
+class TextDecoder::State {
+public:
+    explicit State(const std::string& encoding) : _decoder(encoding) {}
+
+    void take(std::string_view bytes, bool isEnd, std::string& text, const Bad& bad) {
+        _kept += bytes;
+        std::string_view rest = _kept;
+        for (;;) {
+            const std::size_t before = rest.size();
+            const Decoder::Stop stop = _decoder.take(rest, text);
+            _offset += before - rest.size();
+            const bool isBad = stop == Decoder::Stop::BadBytes || (stop == Decoder::Stop::PartOfCharacter && isEnd);
+            if (isBad && !rest.empty()) {
+                bad(_offset, static_cast<std::uint8_t>(rest.front()));
+                text += "\uFFFD";
+                rest.remove_prefix(1);
+                ++_offset;
+            } else if (stop != Decoder::Stop::FullOutput) {
+                break;
+            }
+        }
+        _kept = std::string(rest);
+        if (isEnd) {
+            _decoder.finish(text);
+        }
+    }
+
+private:
+    Decoder _decoder;
+    std::string _kept;  ///< May be the beginning of a character.
+    std::uint64_t _offset = 0;
+};
+
+TextDecoder::TextDecoder(const std::string& encoding)
+    : _state(std::make_unique<State>(asciiLowercased(encoding) == "iso-8859-1" ? "windows-1252" : encoding)) {}
+TextDecoder::~TextDecoder() = default;
+
+void TextDecoder::take(std::string_view bytes, bool isEnd, std::string& text, const Bad& bad) {
+    _state->take(bytes, isEnd, text, bad);
+}
+
+std::string byteInWords(std::uint8_t byte) {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    return {'0', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
+}
+
 bool isKnownEncoding(const std::string& name) {
     return Decoder(name).isValid();
 }
@@ -151,9 +190,10 @@ std::string readEncodedFile(InputFile& file, const std::string& encoding) {
         const bool isEnd = got < room;
         if (stop == Decoder::Stop::BadBytes || (isEnd && !bytes.empty())) {
             throw badByte(file.name(), 1 + lineBreaks(text), file.offset() - bytes.size(),
-                          byteInWords(bytes.front()) + (stop == Decoder::Stop::BadBytes
-                                                            ? " is not " + encoding
-                                                            : " is the start of a character that the file's end cuts"));
+                          byteInWords(static_cast<std::uint8_t>(bytes.front())) +
+                              (stop == Decoder::Stop::BadBytes
+                                   ? " is not " + encoding
+                                   : " is the start of a character that the file's end cuts"));
         }
         if (isEnd) {
             decoder.finish(text);
@@ -173,7 +213,7 @@ void checkUTF8(const std::string& name, std::string_view text) {
         throw failureAtByte(name, 0, "UTF-16, by its byte-order mark, and not UTF-8 (try --encoding UTF-16)");
     }
     throw badByte(name, 1 + lineBreaks(text.substr(0, *bad)), *bad,
-                  byteInWords(text[*bad]) + " is not UTF-8 (try --encoding ISO-8859-1)");
+                  byteInWords(static_cast<std::uint8_t>(text[*bad])) + " is not UTF-8 (try --encoding ISO-8859-1)");
 }
 
 }  // namespace qlx::tool

@@ -4,6 +4,9 @@
 #include "io/InputFile.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,6 +27,31 @@ inline constexpr std::size_t kLongestSubtitleFile = std::size_t{64} * 1024 * 102
 /// either.
 /// @throws Failure that names the first byte that `encoding` does not have, with its line and offset.
 [[nodiscard]] std::string readEncodedFile(InputFile& file, const std::string& encoding);
+
+/// Converts a text into UTF-8 piece by piece.
+class TextDecoder {
+public:
+    /// Gets the place of a byte that the encoding does not have, counted from 0, and the byte.
+    using Bad = std::function<void(std::uint64_t offset, std::uint8_t byte)>;
+
+    /// @param encoding One that is known. ISO-8859-1 is read as windows-1252, which has characters in place of codes
+    ///   that no text has.
+    explicit TextDecoder(const std::string& encoding);
+    ~TextDecoder();
+    TextDecoder(const TextDecoder&) = delete;
+    TextDecoder& operator=(const TextDecoder&) = delete;
+
+    /// Appends the text of `bytes`, with U+FFFD in place of each byte that the encoding does not have. What may be the
+    /// beginning of a character waits for the next call.
+    void take(std::string_view bytes, bool isEnd, std::string& text, const Bad& bad);
+
+private:
+    class State;
+    std::unique_ptr<State> _state;
+};
+
+/// `0xE9`
+[[nodiscard]] std::string byteInWords(std::uint8_t byte);
 
 /// @throws Failure that names the first byte that is not UTF-8, with its line and offset, and suggests an encoding.
 void checkUTF8(const std::string& name, std::string_view text);

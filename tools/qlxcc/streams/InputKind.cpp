@@ -33,6 +33,7 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::ProgramStream, "an MPEG-PS file", "scan, show and extract"},
     {InputKind::Png, "a PNG picture", "line21"},
     {InputKind::Ppm, "a PPM picture", "line21"},
+    {InputKind::Vtt, "a WebVTT file", "convert"},
 };
 
 }  // namespace

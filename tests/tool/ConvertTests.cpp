@@ -1,0 +1,250 @@
+// qlxcc convert: subtitle files into each other, what is on air into cues, times, widths, overlaps and encodings.
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+namespace convert_tests {
+namespace {
+
+using namespace std::string_view_literals;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Arguments = std::vector<std::string>;
+
+ToolResult converted(const std::string& file, std::string_view format, const Arguments& more = {}) {
+    Arguments arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+}
+
+const std::string kOneCue = srt({{"00:00:01,000", "00:00:02,000", "a"}});
+
+TEST(Convert, MakesWebVttOfSubRipAndBack) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.srt", srt({{"00:00:01,000", "00:00:02,500", "{\\an8}<i>a & b</i>\n<font color=\"yellow\">c</font>"}}));
+    const ToolResult result = converted(file, "vtt");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, "WEBVTT\n\n1\n00:00:01.000 --> 00:00:02.500 line:0\n<i>a &amp; b</i>\n"
+                          "<c.yellow>c</c>\n\n");
+    const ToolResult back = converted(folder.write("in.vtt", result.out), "srt");
+    EXPECT_EQ(back.exitCode, 0);
+    EXPECT_EQ(back.out, "1\n00:00:01,000 --> 00:00:02,500\n{\\an8}<i>a & b</i>\n"
+                        "<font color=\"#ffff00\">c</font>\n\n");
+}
+
+TEST(Convert, KeepsAllOfAFormatInTheSame) {
+    const TemporaryFolder folder;
+    const std::string text =
+        "WEBVTT title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\n"
+        "REGION\nid:r\nlines:2\n\nNOTE one\n\n"
+        "intro\n00:00:01.000 --> 00:00:02.000 region:r align:start\n<v Mary>a<00:00:01.500>b</v>\n\n"
+        "NOTE two\n\n2\n00:00:02.000 --> 00:00:03.000 size:50%\n<ruby>c<rt>d</rt></ruby>\n\n"
+        "NOTE three\n\n";
+    const ToolResult result = converted(folder.write("in.vtt", text), "vtt");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, "WEBVTT title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\n"
+                          "REGION\nid:r\nlines:2\n\nNOTE one\n\n"
+                          "intro\n00:00:01.000 --> 00:00:02.000 region:r align:start\n"
+                          "<v Mary>a<00:00:01.500>b</v>\n\n"
+                          "NOTE two\n\n2\n00:00:02.000 --> 00:00:03.000 size:50%\n<ruby>c<rt>d</rt></ruby>\n\n"
+                          "NOTE three\n\n");
+}
+
+TEST(Convert, SaysWhatIsLostAndIsStrictWhereAsked) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.vtt", "WEBVTT\n\n00:00:01.000 --> 00:00:02.000 size:50%\n<v Mary><c.bg_red>a</c>\n\n");
+    const ToolResult result = converted(file, "srt");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+    EXPECT_EQ(result.err, "qlxcc: warning: " + file + ": cue 1: row 0: 1 properties are lost\n" +
+                              "qlxcc: warning: " + file + ": cue 1: row 1: styles of 1 parts are lost\n" +
+                              "qlxcc: warning: " + file + ": cue 1: row 1: 1 properties are lost\n");
+    EXPECT_EQ(converted(file, "srt", {"--strict"}).exitCode, 1);
+    EXPECT_EQ(converted(file, "vtt", {"--strict"}).exitCode, 0);
+}
+
+TEST(Convert, GivesExitCodeOneWhenSomethingCouldNotBeRead) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kOneCue + "2\n00:00:xx,000 --> 00:00:05,000\nlost\n");
+    const ToolResult result = converted(file, "vtt");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "WEBVTT\n\n1\n00:00:01.000 --> 00:00:02.000\na\n\n");
+    EXPECT_EQ(result.err, "qlxcc: warning: " + file + ": line 6: time 1 of 2 cannot be read\n");
+}
+
+std::string times(const ToolResult& result) {
+    std::string all;
+    std::istringstream lines(result.out);
+    for (std::string line; std::getline(lines, line);) {
+        all += line.find("-->") != std::string::npos ? line + ";" : "";
+    }
+    return all;
+}
+
+TEST(Convert, ChangesTimesInTheirOrderAndRoundsOnce) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"10:00:36,000", "10:00:37,001", "a"}}));
+    const struct {
+        Arguments options;
+        std::string_view expected;
+    } cases[] = {
+        {{"--from-start", "10:00:00:00", "--from-rate", "25"}, "00:00:36,000 --> 00:00:37,001;"},
+        // 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s; drop-frame at 35999.964 s.
+        {{"--from-start", "10:00:00:00", "--from-rate", "29.97"}, "00:00:00,000 --> 00:00:01,001;"},
+        {{"--from-start", "10:00:00:00", "--from-rate", "29.97", "--drop"}, "00:00:36,036 --> 00:00:37,037;"},
+        {{"--from-start", "10:00:00;00", "--from-rate", "29.97", "--non-drop"}, "00:00:00,000 --> 00:00:01,001;"},
+        {{"--from-start", "auto"}, "00:00:36,000 --> 00:00:37,001;"},
+        {{"--from-start", "0"}, "10:00:36,000 --> 10:00:37,001;"},
+        {{"--from-start", "10:00:00,000", "--scale", "1/2"}, "00:00:18,000 --> 00:00:18,501;"},
+        {{"--from-start", "auto", "--scale", "25025/24000", "--offset", "-1", "--to-start", "01:00:00,000"},
+         "01:00:36,538 --> 01:00:37,581;"},
+        {{"--from-start", "auto", "--to-start", "10:00:00:00", "--to-rate", "29.97"}, "10:01:12,000 --> 10:01:13,001;"},
+    };
+    for (const auto& each : cases) {
+        const ToolResult result = converted(file, "srt", each.options);
+        EXPECT_EQ(times(result), each.expected) << each.options.back();
+        EXPECT_EQ(result.err, "");
+        EXPECT_EQ(result.exitCode, 0);
+    }
+    const ToolResult late = converted(file, "srt");
+    EXPECT_NE(late.err.find("the first cue begins at 10:00:36,000"), std::string::npos) << late.err;
+    const ToolResult before = converted(file, "srt", {"--from-start", "11:00:00,000"});
+    EXPECT_EQ(times(before), "10:00:36,000 --> 10:00:37,001;");
+    EXPECT_NE(before.err.find("1 cue before the start, which is not subtracted"), std::string::npos) << before.err;
+}
+
+TEST(Convert, SetsWideCuesAnew) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "one <i>two three four</i> five six"},
+                                    {"00:00:03,000", "00:00:04,000", "short\nrows"},
+                                    {"00:00:05,000", "00:00:06,000", "\u4E00\u4E01\u4E02 \u4E03\u4E04\u4E05"}}));
+    const ToolResult result = converted(file, "srt", {"--wrap", "10", "--wrap-rows", "2"});
+    // 27 columns take three rows of at most ten; two cannot hold them.
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\none <i>two</i>\n<i>three four</i>\nfive six\n\n"
+                          "2\n00:00:03,000 --> 00:00:04,000\nshort\nrows\n\n"
+                          "3\n00:00:05,000 --> 00:00:06,000\n\u4E00\u4E01\u4E02\n\u4E03\u4E04\u4E05\n\n");
+    EXPECT_NE(result.err.find("1 cue wider or higher than asked for"), std::string::npos) << result.err;
+    // Rows are about as wide as each other.
+    EXPECT_EQ(converted(folder.write("b.srt", srt({{"00:00:01,000", "00:00:02,000", "aaaa bbbb cccc dddd"}})), "srt",
+                        {"--wrap", "15"})
+                  .out,
+              "1\n00:00:01,000 --> 00:00:02,000\naaaa bbbb\ncccc dddd\n\n");
+}
+
+TEST(Convert, PutsCuesInOrderAndApart) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:03,000", "00:00:05,000", "b"},
+                                                         {"00:00:01,000", "00:00:04,000", "a"},
+                                                         {"00:00:07,000", "00:00:08,000", "c"}}));
+    EXPECT_EQ(times(converted(file, "srt")), "00:00:01,000 --> 00:00:04,000;00:00:03,000 --> 00:00:05,000;"
+                                             "00:00:07,000 --> 00:00:08,000;");
+    EXPECT_EQ(times(converted(file, "srt", {"--overlap", "cut"})),
+              "00:00:01,000 --> 00:00:03,000;00:00:03,000 --> 00:00:05,000;00:00:07,000 --> 00:00:08,000;");
+    const ToolResult composed = converted(file, "srt", {"--overlap", "compose"});
+    EXPECT_EQ(times(composed), "00:00:01,000 --> 00:00:03,000;00:00:03,000 --> 00:00:04,000;"
+                               "00:00:04,000 --> 00:00:05,000;00:00:07,000 --> 00:00:08,000;");
+    EXPECT_NE(composed.out.find("\na\nb\n"), std::string::npos);
+}
+
+TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
+    const TemporaryFolder folder;
+    const std::string head = "1\n00:00:01,000 --> 00:00:02,000\n";
+    const auto wide = [](std::string_view text, bool isBig) {
+        std::string result;
+        for (const char character : text) {
+            result += isBig ? std::string{'\0', character} : std::string{character, '\0'};
+        }
+        return result;
+    };
+    const struct {
+        std::string bytes;
+        Arguments options;
+        std::string_view row;
+        std::string_view said;
+        int exitCode = 0;
+    } cases[] = {
+        {head + "\u00E9\n", {}, "\u00E9", ""},
+        {"\xEF\xBB\xBF" + head + "\u00E9\n", {}, "\u00E9", ""},
+        {head + "\xE9\x80\n", {}, "\u00E9\u20AC", "read as windows-1252"},
+        {head + std::string(70'000, 'x') + "\n\n" + "2\n00:00:03,000 --> 00:00:04,000\n\xE9\n",
+         {},
+         "\u00E9",
+         "read as windows-1252"},
+        {"\xFF\xFE" + wide(head + "e\n", false), {}, "e", "read as UTF-16"},
+        {wide(head + "e\n", false), {}, "e", "read as UTF-16LE"},
+        {wide(head + "e\n", true), {}, "e", "read as UTF-16BE"},
+        {head + "\xE1\n", {"--encoding", "windows-1250"}, "\u00E1", ""},
+        {head + "\xB9\n", {"--encoding", "windows-1250"}, "\u0105", ""},
+        {head + "\x93"
+                "a\n",
+         {"--encoding", "ISO-8859-1"},
+         "\u201C"
+         "a",
+         ""},
+        {head + "a\x81"
+                "b\n",
+         {"--encoding", "windows-1252"},
+         "a\uFFFD"
+         "b",
+         "byte 33: 0x81 is not windows-1252",
+         1},
+    };
+    for (const auto& each : cases) {
+        const ToolResult result = converted(folder.write("in.srt", each.bytes), "srt", each.options);
+        EXPECT_EQ(result.exitCode, each.exitCode) << each.row << result.err;
+        EXPECT_NE(result.out.find("\n" + std::string(each.row) + "\n\n"), std::string::npos) << each.row << result.out;
+        EXPECT_EQ(each.said.empty(), result.err.empty()) << result.err;
+        EXPECT_NE(result.err.find(each.said), std::string::npos) << result.err;
+    }
+}
+
+TEST(Convert, MakesCuesOfCaptionsOnAir) {
+    const TemporaryFolder folder;
+    // Pop-on: "Hi" on row 14, column 5 (an indent of 4), shown with EOC in the frame of its pair, cleared with EDM.
+    const std::string scc = folder.write("in.scc", "Scenarist_SCC V1.0\n\n"
+                                                   "00:00:01:00\t9420 9420 94d0 94d0 9452 9452 c8e9 942f 942f\n\n"
+                                                   "00:00:03:00\t942c 942c\n\n");
+    const ToolResult result = converted(scc, "vtt");
+    EXPECT_EQ(result.exitCode, 0);
+    // A screen has 34 cells a row, of which the first is the solid space of text: 10 % and 5/34 of 80 %.
+    // EOC is the eighth pair: frame 37 of 1001/30000 s is 1.2346 s; EDM is frame 90, 3.003 s.
+    EXPECT_EQ(result.out,
+              "WEBVTT\n\n1\n00:00:01.235 --> 00:00:03.003 line:79.33% position:21.76%,line-left align:left\n"
+              "Hi\n\n");
+}
+
+TEST(Convert, RefusesWhatMakesNoSense) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kOneCue);
+    const struct {
+        Arguments options;
+        std::string_view said;
+    } cases[] = {
+        {{"--channel", "CC1"}, "has cues"},
+        {{"--scale", "1"}, "--scale"},
+        {{"--scale", "0/1"}, "--scale"},
+        {{"--drop", "--non-drop"}, "cannot be given together"},
+        {{"--from-start", "10:00:00:00"}, "--from-rate is needed"},
+        {{"--encoding", "nothing"}, "no encoding"},
+        {{"--page", "999"}, "not a page"},
+    };
+    for (const auto& each : cases) {
+        const ToolResult result = converted(file, "srt", each.options);
+        EXPECT_EQ(result.exitCode, 2) << each.said;
+        EXPECT_NE(result.err.find(each.said), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(runTool({"convert", file, "-o", "-"}).exitCode, 2);
+    EXPECT_EQ(runTool({"convert", file, "-o", file, "--to-format", "srt"}).exitCode, 1);
+}
+
+}  // namespace
+}  // namespace convert_tests

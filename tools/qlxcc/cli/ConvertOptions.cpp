@@ -1,0 +1,128 @@
+// The options of the command that makes cues of one file into those of another.
+#include "cli/SharedOptions.h"
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::string_view kConvertedFormats[] = {"srt", "vtt"};
+constexpr std::string_view kConvertFormats[] = {"srt", "vtt",  "stl",   "json", "v210", "2vuy", "klv", "jsonl",
+                                                "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps"};
+constexpr std::string_view kConvertChannels[] = {"CC1", "CC2", "CC3", "CC4"};
+constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};
+
+constexpr std::string_view kConvertNotes =
+    R"(IN is SRT, WebVTT, EBU STL or JSON, or a file with captions or teletext on air: all that show reads. Of what is on
+air each screen becomes a cue, from the frame that shows it to the one that changes it; captions that are painted
+letter by letter, and rows that roll up, are one cue as long as text only comes to them within half a second.
+
+Times are changed in this order: what --from-start says is subtracted (not from cues that begin before it), --scale
+multiplies, --offset and --to-start are added; they are rounded once, to milliseconds, when they are written. A
+timecode counts frames of the file that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s.
+
+What is changed or lost is said, ten of a kind and a count. Exit codes: 0 also with losses, 1 when something of IN
+could not be read, or with --strict and a loss; 2 wrong usage.
+
+Examples:
+  qlxcc convert film.srt -o film.vtt
+  qlxcc convert film.stl -o film.srt --from-start 10:00:00:00 --from-rate 25
+  qlxcc convert film.ts -o film.vtt --channel CC3
+  qlxcc convert film.klv --from-rate 25 --page 888 -o film.srt --wrap 37 --wrap-rows 2)";
+
+[[nodiscard]] constexpr OptionRow textOption(std::string_view names, std::string_view value,
+                                             std::string RawOptions::*field, std::string_view help,
+                                             std::string_view more = {}) {
+    return {.names = names, .value = value, .kind = ValueKind::Name, .field = field, .help = help, .more = more};
+}
+
+constexpr OptionRow kConvertOptions[] = {
+    fileArgument("IN", "Subtitles, or a file with captions or teletext on air (-: standard input)"),
+    required(kOutput),
+    fromFormat(kConvertFormats, {}, "What IN is, such as srt, klv or ts (default: by content or name)",
+               "One of `srt`, `vtt`, `stl`, `json`, and of what is on air `v210`, `2vuy`, `klv`, `jsonl`, `scc`, "
+               "`h264`, `mpeg2`, `mxf`, `mov`, `ts`, `ps`."),
+    {.names = "--to-format",
+     .value = "FORMAT",
+     .kind = ValueKind::Word,
+     .words = kConvertedFormats,
+     .field = &RawOptions::format,
+     .help = "{} (default: by the name of FILE)"},
+    textOption("--encoding", "NAME", &RawOptions::encoding,
+               "The encoding of a text, as iconv -l lists them (default: by its bytes)",
+               "Without it a byte order mark tells, then whether all of the text is UTF-8, then the zero bytes of "
+               "UTF-16; any other text is windows-1252. What is not UTF-8 is said. A byte that the encoding does not "
+               "have becomes U+FFFD, with its place. What is written is UTF-8."),
+    {.names = "--channel",
+     .value = "CHANNEL",
+     .kind = ValueKind::WordOfAnyCase,
+     .words = kConvertChannels,
+     .field = &RawOptions::channel,
+     .help = "Of what is on air: {} (default: CC1, unless --page is given)"},
+    {.names = "--page",
+     .value = "PAGE",
+     .kind = ValueKind::Text,
+     .field = &RawOptions::page,
+     .help = "Of what is on air: this teletext page, 100 to 8FF"},
+    textOption("--from-start", "TIME", &RawOptions::fromStart,
+               "Where the programme begins in IN, which is subtracted: TIME, auto or 0",
+               "`auto` is the time of the first frame, of a file of cues the whole hour in which the first one begins; "
+               "`0` subtracts nothing, and keeps the tool from saying that the first cue comes late."),
+    textOption("--to-start", "TIME", &RawOptions::toStart, "Where the programme begins in the result, which is added"),
+    rateOption("--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
+               "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
+               "timecode of --from-start counts. It does not change the speed."),
+    rateOption("--to-rate", {}, &RawOptions::toRate, "Frames that the timecode of --to-start counts"),
+    textOption("--scale", "A/B", &RawOptions::scale, "Multiply times by A and divide them by B",
+               "Both are whole numbers from 1 to 1000000: `25025/24000` is the way from 25 to 23.976 frames/s."),
+    {.names = "--offset",
+     .value = "TIME",
+     .kind = ValueKind::SignedTime,
+     .field = &RawOptions::offset,
+     .help = "Add TIME, which may have a - in front"},
+    {.names = "--wrap",
+     .value = "COLS",
+     .kind = ValueKind::Number,
+     .least = 8,
+     .greatest = 200,
+     .field = &RawOptions::wrap,
+     .help = "Set cues anew that have rows of more than COLS columns",
+     .more = "Rows become about as wide as each other. Marks take no column, wide characters two; styles stay with "
+             "their characters, and a word that is wider stays whole."},
+    {.names = "--wrap-rows",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 20,
+     .needs = "--wrap",
+     .field = &RawOptions::wrapRows,
+     .help = "Also cues of more than N rows"},
+    {.names = "--overlap",
+     .value = "HOW",
+     .kind = ValueKind::Word,
+     .words = kOverlaps,
+     .field = &RawOptions::overlap,
+     .help = "Cues that are shown together: {} (default: keep)",
+     .more = "`compose` makes one cue of them for as long as they are, `cut` ends the earlier one at the later one's "
+             "start."},
+    {.names = "--drop",
+     .field = &RawOptions::isDrop,
+     .help = "Timecodes of --from-start and --to-start are drop-frame ones, whatever stands in them"},
+    {.names = "--non-drop", .field = &RawOptions::isNonDrop, .help = "They are non-drop-frame ones"},
+    {.names = "--report",
+     .field = &RawOptions::reportsAll,
+     .help = "Say all that is found, changed or lost, cue by cue"},
+    {.names = "--strict", .field = &RawOptions::isStrict, .help = "Exit code 1 when something is changed or lost"},
+    kRowWidth,
+    kLines,
+    kRowCount,
+};
+
+}  // namespace
+
+constexpr CommandRow kConvertCommand{.name = "convert",
+                                     .summary = "Make subtitles of one format, or what is on air, into another format",
+                                     .notes = kConvertNotes,
+                                     .options = kConvertOptions,
+                                     .check = checkedConvert};
+
+}  // namespace qlx::tool

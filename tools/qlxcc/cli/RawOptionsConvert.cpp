@@ -1,0 +1,104 @@
+#include "cli/RawOptions.h"
+#include "commands/convert/Convert.h"
+#include "commands/show/Show.h"
+#include "io/Errors.h"
+#include "io/Rates.h"
+#include "io/Times.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace qlx::tool {
+
+namespace {
+
+/// A time as all rates have it: frames of 23.976, 29.97 and 59.94 a second are whole numbers of these.
+MediaTime exactTime(double seconds) {
+    constexpr std::int32_t kUnits = 120'000;
+    return MediaTime::make(std::llround(seconds * kUnits), kUnits);
+}
+
+/// The time of a text; a timecode counts frames of `rate` as the options say.
+MediaTime startTime(const std::string& option, std::string text, const std::string& rate, const RawOptions& raw) {
+    const auto named = rate.empty() ? std::nullopt : rateNamed(rate);
+    if (parseFrameTimecode(text) && !named) {
+        throw UsageError(option + ": --from-rate is needed, which says how many frames of " + text + " a second has");
+    }
+    if (parseFrameTimecode(text) && (raw.isDrop || raw.isNonDrop)) {
+        std::replace(text.begin(), text.end(), ';', ':');
+        text[text.rfind(':')] = raw.isDrop ? ';' : ':';
+    }
+    return exactTime(timeOption(option, text, named ? &*named : nullptr));
+}
+
+void takeScale(const std::string& text, TimeChange& change) {
+    constexpr std::int32_t kGreatest = 1'000'000;
+    const char* const end = text.data() + text.size();
+    const auto factor = std::from_chars(text.data(), end, change.scaleFactor);
+    const bool hasSlash = factor.ec == std::errc{} && factor.ptr != end && *factor.ptr == '/';
+    const auto divisor = hasSlash ? std::from_chars(factor.ptr + 1, end, change.scaleDivisor) : factor;
+    const auto isPossible = [](std::int32_t number) { return number >= 1 && number <= kGreatest; };
+    if (!hasSlash || divisor.ec != std::errc{} || divisor.ptr != end || !isPossible(change.scaleFactor) ||
+        !isPossible(change.scaleDivisor)) {
+        throw UsageError("--scale: \"" + text + "\" is not A/B, two whole numbers from 1 to 1000000");
+    }
+}
+
+void takeTimes(const RawOptions& raw, ConvertOptions& options) {
+    if (raw.isDrop && raw.isNonDrop) {
+        throw UsageError("--drop and --non-drop cannot be given together");
+    }
+    options.isStartGiven = !raw.fromStart.empty();
+    options.isStartTaken = raw.fromStart == "auto";
+    if (options.isStartGiven && !options.isStartTaken && raw.fromStart != "0") {
+        options.times.fromStart = startTime("--from-start", raw.fromStart, raw.fromRate, raw);
+    }
+    if (!raw.toStart.empty()) {
+        options.times.toStart =
+            startTime("--to-start", raw.toStart, raw.toRate.empty() ? raw.fromRate : raw.toRate, raw);
+    }
+    if (!raw.scale.empty()) {
+        takeScale(raw.scale, options.times);
+    }
+    if (!raw.offset.empty()) {
+        const auto rate = raw.fromRate.empty() ? std::nullopt : rateNamed(raw.fromRate);
+        options.times.offset = exactTime(signedTimeInSeconds(raw.offset, rate ? &*rate : nullptr));
+    }
+}
+
+}  // namespace
+
+Action checkedConvert(const RawOptions& raw) {
+    ConvertOptions options;
+    options.input.path = raw.file;
+    options.input.encoding = knownEncoding(raw.encoding);
+    options.input.source = frameSourceOptions(raw);
+    if (!raw.fromRate.empty()) {
+        options.input.source.rate = rateNamed(raw.fromRate);
+    }
+    if (!raw.page.empty() && !raw.channel.empty()) {
+        throw UsageError("--page and --channel cannot be given together");
+    }
+    if (!raw.channel.empty()) {
+        options.input.channel = cea608::channelNamed(raw.channel);
+    }
+    if (!raw.page.empty()) {
+        options.input.page = teletextPageNamed(raw.page);
+        if (!options.input.page) {
+            throw UsageError("--page: \"" + raw.page + "\" is not a page (100 to 8FF)");
+        }
+    }
+    options.output = raw.output;
+    options.format =
+        formatName(raw.format, raw.output.value_or("-"), {"srt", "vtt"}) == "vtt" ? CueFormat::Vtt : CueFormat::Srt;
+    takeTimes(raw, options);
+    options.overlap = raw.overlap == "compose" ? Overlap::Compose : raw.overlap == "cut" ? Overlap::Cut : Overlap::Keep;
+    options.columns = raw.wrap;
+    options.rows = raw.wrapRows.value_or(0);
+    options.reportsAll = raw.reportsAll;
+    options.isStrict = raw.isStrict;
+    return [options] { return convert(options); };
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,225 @@
+#include "commands/convert/Convert.h"
+
+#include "cues/Wrapping.h"
+#include "io/Errors.h"
+#include "io/OutputFile.h"
+#include "io/Text.h"
+#include "io/Times.h"
+
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/webvtt.h>
+
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+/// Says what is found in a file and what is lost of it: ten of a kind, and in the end how many there were.
+class ConversionNotes final : public CueInputNotes, public FindingSink {
+public:
+    ConversionNotes(std::string name, bool saysAll) : _name(std::move(name)), _saysAll(saysAll) {}
+
+    // Of what is read
+    void found(const std::string& place, const Finding& finding) override {
+        if (finding.severity == Severity::Error) {
+            ++_damages;
+        }
+        sayOne(static_cast<std::uint64_t>(finding.code), _name + ": " + place + ": " + finding.text(),
+               finding.severity != Severity::Remark);
+    }
+    void say(const std::string& text, bool isDamage) override {
+        _damages += isDamage ? 1 : 0;
+        constexpr std::uint64_t kNoCode = 0;
+        sayOne(kNoCode + (isDamage ? 1 : 0), _name + ": " + text, true);
+    }
+
+    /// Of what is written.
+    void add(const Finding& finding) override {
+        ++_losses;
+        // Codes are numbers of 32 bits.
+        constexpr std::uint64_t kWritten = std::uint64_t{1} << 32U;
+        sayOne(kWritten + static_cast<std::uint64_t>(finding.code),
+               _name + ": cue " + std::to_string(finding.offset) + ": " + finding.text(), true);
+    }
+
+    /// Something that is changed or lost.
+    void lose(std::uint64_t count, std::string_view what) {
+        if (count != 0) {
+            _losses += count;
+            printNote("warning: " + _name + ": " + counted(count, "cue") + " " + std::string(what));
+        }
+    }
+
+    void finish() const {
+        for (const auto& [code, kind] : _kinds) {
+            if (kind.count > kSaid && !_saysAll && kind.isWarning) {
+                printNote("warning: " + std::to_string(kind.count - kSaid) + " more like \"" + kind.text + "\"");
+            }
+        }
+    }
+
+    [[nodiscard]] std::uint64_t damages() const { return _damages; }
+    [[nodiscard]] std::uint64_t losses() const { return _losses; }
+
+private:
+    static constexpr std::uint64_t kSaid = 10;
+
+    struct Kind {
+        std::uint64_t count = 0;
+        bool isWarning = false;
+        std::string text;  ///< Of the first one.
+    };
+
+    void sayOne(std::uint64_t code, const std::string& text, bool isWarning) {
+        Kind& kind = _kinds[code];
+        if (++kind.count == 1) {
+            kind.text = text;
+            kind.isWarning = isWarning;
+        }
+        if (_saysAll || (isWarning && kind.count <= kSaid)) {
+            printNote((isWarning ? "warning: " : "remark: ") + printable(text));
+        }
+    }
+
+    std::string _name;
+    bool _saysAll;
+    std::map<std::uint64_t, Kind> _kinds;
+    std::uint64_t _damages = 0;
+    std::uint64_t _losses = 0;
+};
+
+/// Writes cues in one of the formats.
+class CueWriter {
+public:
+    CueWriter(CueFormat format, OutputFile& output, FindingSink* findings)
+        : _format(format), _output(output), _subRip(findings), _webVtt(findings) {}
+
+    void write(const subtitles::Cue& cue, const CueInput& input) {
+        _text.clear();
+        begin(input);
+        const bool isWritten = _format == CueFormat::Srt ? _subRip.write(cue, _text) : _webVtt.write(cue, _text);
+        _cues += isWritten ? 1 : 0;
+        _output.write(_text);
+    }
+
+    void finish(const CueInput& input) {
+        _text.clear();
+        begin(input);
+        if (_format == CueFormat::Vtt) {
+            _webVtt.finish(input.file, _text);
+        }
+        _output.write(_text);
+    }
+
+    [[nodiscard]] std::uint64_t cues() const { return _cues; }
+
+private:
+    void begin(const CueInput& input) {
+        if (!std::exchange(_isBegun, true) && _format == CueFormat::Vtt) {
+            _webVtt.begin(input.file, _text);
+        }
+    }
+
+    CueFormat _format;
+    OutputFile& _output;
+    subtitles::SubRipWriter _subRip;
+    subtitles::WebVttWriter _webVtt;
+    std::string _text;
+    bool _isBegun = false;
+    std::uint64_t _cues = 0;
+};
+
+/// The way of a cue from the one file to the other.
+class Conversion {
+public:
+    Conversion(const ConvertOptions& options, OutputFile& output)
+        : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
+          _writer(options.format, output, &_notes),
+          _order(options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); }) {}
+
+    CueInputNotes& notes() { return _notes; }
+
+    void take(subtitles::Cue cue, const CueInput& input) {
+        _input = &input;
+        if (_cues++ == 0) {
+            begin(cue, input);
+        }
+        if (!changeTimes(_times, cue)) {
+            ++_before;
+        }
+        _order.push(std::move(cue));
+    }
+
+    int finish(const CueInput& input, OutputFile& output) {
+        _input = &input;
+        _order.finish();
+        _writer.finish(input);
+        _notes.lose(_before, "before the start, which is not subtracted from them");
+        _notes.lose(_order.moved(), "moved in front of cues that begin later");
+        _notes.lose(_order.late(), "too far behind cues that begin later to be moved");
+        _notes.lose(_order.cut(), "cut at the start of the next one");
+        _notes.lose(_order.composed(), "made of several that are shown together");
+        _notes.lose(_wide, "wider or higher than asked for");
+        _notes.finish();
+        output.commit();
+        const bool hasFailed = _notes.damages() != 0 || (_options.isStrict && _notes.losses() != 0);
+        if (!output.isStandardOutput()) {
+            printNote(printable(input.name) + " (" + input.format + "): " + counted(input.cues, "cue") + ", " +
+                      std::to_string(_writer.cues()) + " written, " + counted(_notes.losses(), "change") +
+                      " or losses");
+        }
+        return hasFailed ? kExitFailure : kExitSuccess;
+    }
+
+private:
+    /// What is subtracted is known with the first cue.
+    void begin(const subtitles::Cue& cue, const CueInput& input) {
+        constexpr std::int32_t kMinute = 60;
+        constexpr std::int32_t kHour = 60 * kMinute;
+        if (_options.isStartTaken) {
+            const auto hours = static_cast<std::int64_t>(secondsFrom(cue.start)) / kHour;
+            _times.fromStart = input.begin ? *input.begin : MediaTime::make(hours * kHour, 1);
+        }
+        constexpr double kLate = 59.0 * kMinute;
+        if (!_options.isStartGiven && secondsFrom(cue.start) >= kLate) {
+            _notes.say("the first cue begins at " + timecode(cue.start) +
+                           ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does",
+                       false);
+        }
+    }
+
+    void write(subtitles::Cue cue) {
+        if (_options.columns) {
+            _wide +=
+                wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows)) ? 0 : 1;
+        }
+        _writer.write(cue, *_input);
+    }
+
+    const ConvertOptions& _options;
+    TimeChange _times;
+    ConversionNotes _notes;
+    CueWriter _writer;
+    CueOrder _order;
+    const CueInput* _input = nullptr;
+    std::uint64_t _cues = 0;
+    std::uint64_t _before = 0;
+    std::uint64_t _wide = 0;
+};
+
+}  // namespace
+
+int convert(const ConvertOptions& options) {
+    refuseInputAsOutput(options.input.path, options.output);
+    OutputFile output(options.output);
+    Conversion conversion(options, output);
+    const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
+        conversion.take(std::move(cue), read);
+    });
+    return conversion.finish(input, output);
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,33 @@
+// qlxcc convert: cues from one file to another one, and what is on air to cues.
+#pragma once
+
+#include "cues/CueInput.h"
+#include "cues/CueTimes.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace qlx::tool {
+
+/// What cues are written as.
+enum class CueFormat : std::uint8_t { Srt, Vtt };
+
+struct ConvertOptions {
+    CueRequest input;
+    std::optional<std::string> output;  ///< None or `-`: standard output.
+    CueFormat format = CueFormat::Srt;
+    TimeChange times;
+    bool isStartTaken = false;  ///< What is subtracted is where the file begins.
+    bool isStartGiven = false;  ///< Something is said of where the file begins.
+    Overlap overlap = Overlap::Keep;
+    std::optional<std::uint64_t> columns;  ///< To which rows are wrapped.
+    std::uint64_t rows = 0;                ///< Of a cue that is wrapped; 0: any number.
+    bool reportsAll = false;               ///< All that is found and lost, not ten of a kind.
+    bool isStrict = false;                 ///< What is lost makes the exit code 1.
+};
+
+/// Runs the subcommand; the result is the exit code.
+[[nodiscard]] int convert(const ConvertOptions& options);
+
+}  // namespace qlx::tool

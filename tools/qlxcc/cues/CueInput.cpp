@@ -1,0 +1,163 @@
+#include "cues/CueInput.h"
+
+#include "cues/ScreenCues.h"
+#include "cues/Subtitles.h"
+#include "cues/TextPieces.h"
+#include "io/Errors.h"
+#include "io/FrameLoop.h"
+#include "io/Progress.h"
+#include "io/Text.h"
+#include "streams/InputKind.h"
+#include "streams/OpenFrames.h"
+
+#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <qlx/facade/cue.h>
+#include <qlx/subtitles/subrip.h>
+#include <qlx/teletext/page.h>
+
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+/// Tells notes of findings, with a line in front of them.
+class LineFindings final : public FindingSink {
+public:
+    explicit LineFindings(CueInputNotes& notes) : _notes(notes) {}
+
+    void add(const Finding& finding) override { _notes.found("line " + std::to_string(finding.offset), finding); }
+
+private:
+    CueInputNotes& _notes;
+};
+
+/// Reads a text in pieces.
+template <class Reader, class Behind>
+void readText(InputFile& file, const CueRequest& request, CueInput& input, CueInputNotes& notes, const TakeCue& take,
+              const Behind& behind) {
+    LineFindings findings(notes);
+    Reader reader({}, &findings);
+    TextPieces pieces(file, request.encoding, notes);
+    Progress progress(file.size(), false);
+    const auto takeAll = [&] {
+        while (const subtitles::Cue* const cue = reader.next()) {
+            if (input.cues++ == 0) {
+                behind(reader);
+            }
+            take(*cue, input);
+        }
+    };
+    while (const auto piece = pieces.next()) {
+        reader.push({reinterpret_cast<const std::uint8_t*>(piece->data()), piece->size()});
+        takeAll();
+        progress.update(input.cues, file.offset());
+    }
+    reader.finish();
+    takeAll();
+    behind(reader);
+}
+
+/// Reads a file in the way of `subs`.
+void readAsSubs(const CueRequest& request, CueInput& input, CueInputNotes& notes, const TakeCue& take) {
+    SubtitleRequest asked;
+    asked.path = request.path;
+    asked.encoding = request.encoding;
+    const Subtitles read = readSubtitles(asked, [&](const std::shared_ptr<QLXSubtitleRecord>& record) {
+        ++input.cues;
+        take(facade::toCue(*record), input);
+    });
+    input.format = read.format;
+    for (const SubtitleProblem& problem : read.problems.first()) {
+        notes.say(placeInWords(read, problem) + problem.what, problem.effect == SubtitleProblem::Effect::CueLeftOut);
+    }
+}
+
+std::unique_ptr<streams::OnAir> onAirOf(const CueRequest& request) {
+    return request.page ? streams::teletextOnAir(*request.page)
+                        : streams::captionsOnAir(request.channel.value_or(cea608::kCC1));
+}
+
+/// Decodes what is on air.
+void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                      const TakeCue& take) {
+    FrameSourceOptions options = request.source;
+    options.kind = kind;
+    if (hasRows(kind) && !options.lines) {
+        throw UsageError("--lines or --rows is needed with " + std::string(streams::nameOf(kind)) +
+                         ": the rows of a frame say which time a row has");
+    }
+    const auto reader = openFrames(file, options);
+    ScreenCues screens(onAirOf(request), [&](subtitles::Cue cue) {
+        ++input.cues;
+        take(std::move(cue), input);
+    });
+    input.format = (request.page ? "teletext page " : "captions ") + screens.onAir().name();
+    Progress progress(file.size(), false);
+    Frame frame;
+    std::vector<std::string> problems;
+    for (std::uint64_t frames = 1; reader->next(frame, problems); ++frames) {
+        if (!frame.pts) {
+            throw UsageError("--from-rate is needed: " + file.name() + " does not say the times of its frames");
+        }
+        input.begin = input.begin ? input.begin : frame.pts;
+        Findings findings;
+        screens.receive(frame, &findings);
+        for (const Finding& finding : findings) {
+            notes.found(placeOf(frame.number, finding.offset), finding);
+        }
+        for (const std::string& problem : std::exchange(problems, {})) {
+            notes.say(problem, true);
+        }
+        for (const std::string& remark : reader->takeRemarks()) {
+            notes.say(remark, false);
+        }
+        progress.update(frames, file.offset());
+    }
+    for (const std::string& problem : problems) {
+        notes.say(problem, true);
+    }
+    if (screens.finish()) {
+        notes.say("the last cue is on air up to the end of the file", false);
+    }
+    if (input.cues == 0) {
+        notes.say("nothing is on air: " + input.format, false);
+    }
+}
+
+}  // namespace
+
+CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take) {
+    InputFile file(request.path);
+    CueInput input;
+    input.name = file.name();
+    const auto given = request.source.kind;
+    const auto text = given ? given : textKindOf(file, request.encoding);
+    const InputKind kind = text ? *text : kindOf(file, given);
+    if (request.page || request.channel) {
+        if (isSubtitles(kind) || kind == InputKind::Vtt) {
+            throw UsageError("--page and --channel are for what is on air: " + file.name() + " has cues");
+        }
+    }
+    if (kind == InputKind::Srt) {
+        input.format = "SRT";
+        readText<subtitles::SubRipReader>(file, request, input, notes, take, [](const auto&) {});
+    } else if (kind == InputKind::Vtt) {
+        input.format = "WebVTT";
+        readText<subtitles::WebVttReader>(file, request, input, notes, take,
+                                          [&input](const auto& reader) { input.file = reader.file(); });
+    } else if (isSubtitles(kind)) {
+        readAsSubs(request, input, notes, take);
+    } else {
+        if (!request.encoding.empty()) {
+            throw UsageError("--encoding is for texts: " + file.name() + " is none");
+        }
+        readFramesAsCues(file, kind, request, input, notes, take);
+    }
+    return input;
+}
+
+}  // namespace qlx::tool

@@ -1,0 +1,59 @@
+// Reading cues from whatever has them: subtitle files, and what is on air in files of frames.
+#pragma once
+
+#include "io/FrameSource.h"
+
+#include <qlx/base/finding.h>
+#include <qlx/cea608/codes.h>
+#include <qlx/subtitles/cue.h>
+#include <qlx/subtitles/webvtt.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace qlx::tool {
+
+/// How a file is to be read.
+struct CueRequest {
+    std::string path;                        ///< `-`: standard input.
+    std::string encoding;                    ///< Of a text; empty: what the file says.
+    FrameSourceOptions source;               ///< Its kind, and what is known of its frames.
+    std::optional<cea608::Channel> channel;  ///< Of captions; none: CC1, where no page is given.
+    std::optional<std::uint16_t> page;       ///< Of teletext.
+};
+
+/// Gets what is found in a file.
+class CueInputNotes {
+public:
+    CueInputNotes() = default;
+    CueInputNotes(const CueInputNotes&) = delete;
+    CueInputNotes& operator=(const CueInputNotes&) = delete;
+    virtual ~CueInputNotes() = default;
+
+    /// @param place `line 12`, `frame 3, line 9`; or empty.
+    virtual void found(const std::string& place, const Finding& finding) = 0;
+
+    /// Something that is no finding of the library.
+    /// @param isDamage Whether something is missing because of it.
+    virtual void say(const std::string& text, bool isDamage) = 0;
+};
+
+/// What a file was.
+struct CueInput {
+    std::string name;                ///< What to call it in messages.
+    std::string format;              ///< `SRT`, `WebVTT`, `captions CC1`
+    subtitles::WebVttFile file;      ///< What it has besides cues; only of WebVTT, and whole at the end.
+    std::optional<MediaTime> begin;  ///< The time of the first frame.
+    std::uint64_t cues = 0;          ///< That were read.
+};
+
+/// Gets the cues; `input` has what stands in front of them.
+using TakeCue = std::function<void(subtitles::Cue cue, const CueInput& input)>;
+
+/// Reads all cues of a file, in its order. Memory is bounded but for JSON and EBU STL files.
+/// @throws Failure when the file cannot be read; UsageError when it has no cues, or options do not go with it.
+[[nodiscard]] CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take);
+
+}  // namespace qlx::tool

@@ -1,0 +1,161 @@
+#include "cues/CueTimes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <numeric>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+MediaTime negative(const MediaTime& time) {
+    return MediaTime::make(-time.value, time.timescale);
+}
+
+/// `time` times `factor` through `divisor`, exactly where its numbers have room for it.
+MediaTime scaled(MediaTime time, std::int32_t factor, std::int32_t divisor) {
+    const std::int64_t common = std::gcd(time.value, std::int64_t{divisor});
+    const std::int64_t rest = divisor / std::max<std::int64_t>(common, 1);
+    constexpr std::int64_t kGreatestScale = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int64_t kGreatestValue = std::numeric_limits<std::int64_t>::max();
+    if (rest <= kGreatestScale / time.timescale && std::abs(time.value) < kGreatestValue / factor) {
+        return MediaTime::make(time.value / std::max<std::int64_t>(common, 1) * factor,
+                               static_cast<std::int32_t>(time.timescale * rest));
+    }
+    const long double value = static_cast<long double>(time.value) * factor / divisor;
+    return MediaTime::make(std::llround(value), time.timescale);
+}
+
+}  // namespace
+
+int compared(const MediaTime& left, const MediaTime& right) noexcept {
+    if (left.timescale == right.timescale) {
+        return left.value < right.value ? -1 : left.value > right.value ? 1 : 0;
+    }
+    // Products of 63 and 31 bits; a long double has 64.
+    const long double difference =
+        static_cast<long double>(left.value) * right.timescale - static_cast<long double>(right.value) * left.timescale;
+    return difference < 0 ? -1 : difference > 0 ? 1 : 0;
+}
+
+bool changeTimes(const TimeChange& change, subtitles::Cue& cue) {
+    const bool isBefore = change.fromStart && compared(cue.start, *change.fromStart) < 0;
+    const auto changeTime = [&](MediaTime& time) {
+        if (!time.isValid()) {
+            return;
+        }
+        if (change.fromStart && !isBefore) {
+            time = add(time, negative(*change.fromStart));
+        }
+        if (change.scaleFactor != change.scaleDivisor) {
+            time = scaled(time, change.scaleFactor, change.scaleDivisor);
+        }
+        if (change.offset) {
+            time = add(time, *change.offset);
+        }
+        if (change.toStart) {
+            time = add(time, *change.toStart);
+        }
+    };
+    changeTime(cue.start);
+    changeTime(cue.end);
+    for (subtitles::Row& row : cue.rows) {
+        for (subtitles::Run& run : row.runs) {
+            changeTime(run.from);
+        }
+    }
+    return !isBefore;
+}
+
+CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take)
+    : _overlap(overlap), _take(std::move(take)) {}
+
+void CueOrder::push(subtitles::Cue cue) {
+    const auto isLater = [](const MediaTime& start, const subtitles::Cue& other) {
+        return compared(start, other.start) < 0;
+    };
+    const auto place = std::upper_bound(_window.begin(), _window.end(), cue.start, isLater);
+    _moved += place != _window.end() ? 1 : 0;
+    _window.insert(place, std::move(cue));
+    if (_window.size() > 2 * kWindow) {
+        for (std::size_t index = 0; index < kWindow; ++index) {
+            give(std::move(_window[index]));
+        }
+        _window.erase(_window.begin(), _window.begin() + static_cast<std::ptrdiff_t>(kWindow));
+    }
+}
+
+void CueOrder::finish() {
+    for (subtitles::Cue& cue : std::exchange(_window, {})) {
+        give(std::move(cue));
+    }
+    if (_overlap == Overlap::Compose) {
+        compose(nullptr);
+    } else {
+        for (subtitles::Cue& cue : std::exchange(_onAir, {})) {
+            _take(std::move(cue));
+        }
+    }
+}
+
+void CueOrder::give(subtitles::Cue cue) {
+    _late += _lastStart && compared(cue.start, *_lastStart) < 0 ? 1 : 0;
+    _lastStart = cue.start;
+    if (_overlap == Overlap::Keep) {
+        _take(std::move(cue));
+    } else if (_overlap == Overlap::Cut) {
+        for (subtitles::Cue& last : _onAir) {
+            if (compared(last.end, cue.start) > 0) {
+                last.end = cue.start;
+                ++_cut;
+            }
+            _take(std::move(last));
+        }
+        _onAir.clear();
+        _onAir.push_back(std::move(cue));
+    } else {
+        compose(&cue.start);
+        if (_onAir.empty()) {
+            _until = cue.start;
+        }
+        _onAir.push_back(std::move(cue));
+    }
+}
+
+/// Gives what is shown up to a time, or all of it.
+void CueOrder::compose(const MediaTime* to) {
+    while (!_onAir.empty()) {
+        MediaTime end = std::min_element(_onAir.begin(), _onAir.end(), [](const auto& left, const auto& right) {
+                            return compared(left.end, right.end) < 0;
+                        })->end;
+        const bool isWhole = to == nullptr || compared(end, *to) <= 0;
+        end = isWhole ? end : *to;
+        giveOnAir(end);
+        std::erase_if(_onAir, [&end](const subtitles::Cue& cue) { return compared(cue.end, end) <= 0; });
+        if (!isWhole) {
+            return;
+        }
+    }
+}
+
+void CueOrder::giveOnAir(const MediaTime& to) {
+    const bool isEmpty = compared(to, _until) <= 0;
+    // An empty cue is given as it stands.
+    if (isEmpty && (_onAir.size() > 1 || compared(_onAir.front().start, to) != 0)) {
+        return;
+    }
+    subtitles::Cue cue = _onAir.front();
+    for (auto other = std::next(_onAir.begin()); other != _onAir.end(); ++other) {
+        cue.rows.insert(cue.rows.end(), other->rows.begin(), other->rows.end());
+    }
+    _composed += _onAir.size() > 1 ? 1 : 0;
+    cue.start = _until;
+    cue.end = to;
+    _until = to;
+    _take(std::move(cue));
+}
+
+}  // namespace qlx::tool

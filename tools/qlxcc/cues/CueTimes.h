@@ -1,0 +1,73 @@
+// Where the times of cues go: to another beginning, at another speed, apart from each other.
+#pragma once
+
+#include <qlx/subtitles/cue.h>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace qlx::tool {
+
+/// -1, 0 or 1: which of two valid times is the earlier one.
+[[nodiscard]] int compared(const MediaTime& left, const MediaTime& right) noexcept;
+
+/// How times are changed, in this order.
+struct TimeChange {
+    std::optional<MediaTime> fromStart;  ///< Subtracted, where a cue does not begin before it.
+    std::int32_t scaleFactor = 1;        ///< Multiplied with.
+    std::int32_t scaleDivisor = 1;       ///< Divided by.
+    std::optional<MediaTime> offset;     ///< Added.
+    std::optional<MediaTime> toStart;    ///< Added.
+
+    [[nodiscard]] bool isNothing() const { return !fromStart && !offset && !toStart && scaleFactor == scaleDivisor; }
+};
+
+/// Changes the times of a cue and of its parts.
+/// @return False when it begins before TimeChange::fromStart, which is not subtracted then.
+bool changeTimes(const TimeChange& change, subtitles::Cue& cue);
+
+/// What becomes of cues that are shown at the same time.
+enum class Overlap : std::uint8_t {
+    Keep,     ///< They stay as they are.
+    Compose,  ///< They become one cue while both are shown.
+    Cut,      ///< The earlier one ends when the later one begins.
+};
+
+/// Puts cues into the order of their starts and apart from each other.
+class CueOrder {
+public:
+    /// As many cues are held back.
+    static constexpr std::size_t kWindow = 1000;
+
+    CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take);
+
+    void push(subtitles::Cue cue);
+    void finish();
+
+    /// Cues that came behind a later one, and those that were too late to be put in front of it.
+    [[nodiscard]] std::uint64_t moved() const { return _moved; }
+    [[nodiscard]] std::uint64_t late() const { return _late; }
+    /// Cues that were cut, and those that were made of several.
+    [[nodiscard]] std::uint64_t cut() const { return _cut; }
+    [[nodiscard]] std::uint64_t composed() const { return _composed; }
+
+private:
+    void give(subtitles::Cue cue);
+    void compose(const MediaTime* to);
+    void giveOnAir(const MediaTime& to);
+
+    Overlap _overlap;
+    std::function<void(subtitles::Cue)> _take;
+    std::vector<subtitles::Cue> _window;  ///< In the order of their starts.
+    std::vector<subtitles::Cue> _onAir;   ///< Compose: not given whole as yet. Cut: the last one.
+    MediaTime _until;                     ///< Compose: as far as has been given.
+    std::optional<MediaTime> _lastStart;
+    std::uint64_t _moved = 0;
+    std::uint64_t _late = 0;
+    std::uint64_t _cut = 0;
+    std::uint64_t _composed = 0;
+};
+
+}  // namespace qlx::tool

@@ -1,0 +1,49 @@
+// What is on air as cues: a cue for each screen, from the frame that shows it to the one that changes it.
+#pragma once
+
+#include "io/Frame.h"
+
+#include <qlx/base/finding.h>
+#include <qlx/streams/on_air.h>
+#include <qlx/subtitles/cue.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace qlx::tool {
+
+/// The rows of a screen that have text, with their places and colours. Its times are not set.
+[[nodiscard]] subtitles::Cue cueOfScreen(const screen::Screen& screen);
+
+/// Makes cues of what a page or channel shows.
+///
+/// Captions that are painted letter by letter, and rows that roll up, change the screen with every pair: as long as text
+/// only comes to what is shown, and not more than half a second passes in between, it is one cue.
+class ScreenCues {
+public:
+    ScreenCues(std::unique_ptr<streams::OnAir> onAir, std::function<void(subtitles::Cue)> take);
+
+    /// Takes the next frame, which has a time.
+    void receive(const Frame& frame, FindingSink* findings);
+
+    /// Ends what is shown a frame behind the last one. Gives whether there was anything.
+    bool finish();
+
+    [[nodiscard]] const streams::OnAir& onAir() const { return *_onAir; }
+
+private:
+    void end(const MediaTime& time);
+
+    std::unique_ptr<streams::OnAir> _onAir;
+    std::function<void(subtitles::Cue)> _take;
+    screen::Screen _screen;
+    MediaTime _since;
+    MediaTime _changed;
+    std::optional<MediaTime> _last;
+    std::optional<MediaTime> _before;
+    std::uint64_t _cues = 0;
+};
+
+}  // namespace qlx::tool

@@ -1,0 +1,122 @@
+#include "cues/TextPieces.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <algorithm>
+
+namespace qlx::tool {
+
+namespace {
+
+constexpr std::size_t kTextPiece = std::size_t{64} * 1024;
+constexpr std::size_t kLongestCharacter = 4;
+
+/// UTF-16 by its zero bytes: text has characters below U+0100 in most places, of which every other byte is zero.
+std::string_view wideEncodingOf(std::string_view first) noexcept {
+    std::size_t even = 0;
+    std::size_t odd = 0;
+    for (std::size_t index = 0; index < first.size(); ++index) {
+        (index % 2 == 0 ? even : odd) += first[index] == '\0' ? 1 : 0;
+    }
+    constexpr std::size_t kSome = 5;
+    const std::size_t enough = first.size() / kSome;
+    return odd > enough && even <= odd / kSome ? "UTF-16LE" : even > enough && odd <= even / kSome ? "UTF-16BE" : "";
+}
+
+}  // namespace
+
+std::string_view encodingOf(std::string_view first, bool isWhole) noexcept {
+    if (first.starts_with("\xEF\xBB\xBF")) {
+        return "UTF-8";
+    }
+    using namespace std::string_view_literals;
+    if (first.starts_with("\xFF\xFE\0\0"sv) || first.starts_with("\0\0\xFE\xFF"sv)) {
+        return "UTF-32";
+    }
+    if (first.starts_with("\xFF\xFE") || first.starts_with("\xFE\xFF")) {
+        return "UTF-16";
+    }
+    if (const std::string_view wide = wideEncodingOf(first); !wide.empty()) {
+        return wide;
+    }
+    const auto bad = firstInvalidUTF8Byte(first);
+    const bool isCut = bad && !isWhole && first.size() - *bad < kLongestCharacter;
+    return !bad || isCut ? "UTF-8" : "windows-1252";
+}
+
+std::optional<InputKind> textKindOf(InputFile& file, const std::string& encoding) {
+    const auto bytes = file.peek(kBytesThatTellKind);
+    const std::string_view first(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const auto told = inputKindOfBytes(bytes);
+    if (told) {
+        return isSubtitles(*told) || told == InputKind::Vtt ? told : std::nullopt;
+    }
+    const std::string name = encoding.empty() ? std::string(encodingOf(first, false)) : encoding;
+    std::string text;
+    TextDecoder(name).take(first, false, text, [](std::uint64_t, std::uint8_t) {});
+    const auto kind = inputKindOfBytes({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    if (kind == InputKind::Srt || kind == InputKind::Vtt || kind == InputKind::Json) {
+        return kind;
+    }
+    const auto named = inputKindOfName(file.name());
+    const bool isText = text.find("-->") != std::string::npos && text.find('\0') == std::string::npos;
+    return isText && !(named && hasRows(*named)) ? std::optional(InputKind::Srt) : std::nullopt;
+}
+
+TextPieces::TextPieces(InputFile& file, const std::string& encoding, CueInputNotes& notes)
+    : _file(file), _notes(notes), _encoding(encoding) {
+    if (_encoding.empty()) {
+        _encoding = encodingOfFile();
+        if (_encoding != "UTF-8") {
+            _notes.say("the text is read as " + _encoding + " (--encoding says another one)", false);
+        }
+    }
+    const std::string lower = asciiLowercased(_encoding);
+    if (lower != "utf-8" && lower != "utf8") {
+        _decoder = std::make_unique<TextDecoder>(_encoding);
+    }
+}
+
+/// Looks at the whole file where that is possible: the first letter beyond ASCII may come late.
+std::string_view TextPieces::encodingOfFile() {
+    const auto bytes = _file.peek(kTextPiece);
+    const std::string_view first(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const bool isAll = bytes.size() < kTextPiece;
+    std::string_view encoding = encodingOf(first, isAll);
+    if (isAll || encoding != "UTF-8" || first.starts_with("\xEF\xBB\xBF") || !_file.size()) {
+        return encoding;
+    }
+    std::vector<std::uint8_t> piece(kTextPiece);
+    std::string kept;
+    for (std::size_t got = kTextPiece; got == kTextPiece && encoding == "UTF-8";) {
+        got = _file.read(piece);
+        kept.append(reinterpret_cast<const char*>(piece.data()), got);
+        const auto bad = firstInvalidUTF8Byte(kept);
+        const bool isCut = bad && got == kTextPiece && kept.size() - *bad < kLongestCharacter;
+        encoding = bad && !isCut ? "windows-1252" : "UTF-8";
+        kept = isCut ? kept.substr(*bad) : std::string();
+    }
+    return _file.seek(0) ? encoding : "UTF-8";
+}
+
+std::optional<std::string_view> TextPieces::next() {
+    if (_isEnded) {
+        return std::nullopt;
+    }
+    _bytes.resize(kTextPiece);
+    const std::size_t got = _file.read(_bytes);
+    _isEnded = got < kTextPiece;
+    const std::string_view bytes(reinterpret_cast<const char*>(_bytes.data()), got);
+    if (_decoder == nullptr) {
+        return bytes;
+    }
+    _text.clear();
+    _decoder->take(bytes, _isEnded, _text, [this](std::uint64_t offset, std::uint8_t byte) {
+        _notes.say("byte " + std::to_string(offset) + ": " + byteInWords(byte) + " is not " + _encoding +
+                       ": it becomes U+FFFD",
+                   true);
+    });
+    return _text;
+}
+
+}  // namespace qlx::tool
