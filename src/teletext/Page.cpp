@@ -8,6 +8,7 @@ namespace qlx::teletext {
 namespace {
 
 constexpr std::uint8_t kSpace = 0x20;
+constexpr std::uint8_t kLastCharacterCode = 0x7F;
 constexpr std::size_t kHeaderTextStart = 8;
 
 // Double height is for rows that have one below them which is no service row.
@@ -22,7 +23,8 @@ screen::Color colourOf(std::uint8_t code) {
 /// The state of a receiver that goes along a row.
 class RowPainter {
 public:
-    RowPainter(RowCodes codes, const RowStyle& style) : _codes(codes), _style(style) {}
+    RowPainter(RowCodes codes, const RowStyle& style)
+        : _codes(codes), _style(style), _characters(g0Characters({style.g0, style.nationalOption, G2Set::Latin})) {}
 
     screen::Cell paint(std::size_t column) {
         const std::uint8_t code = _codes[column];
@@ -50,7 +52,7 @@ private:
             _held = mosaic(code);
             character = _held;
         } else {
-            character = latinG0(code, _style.nationalOption);
+            character = code <= kLastCharacterCode ? _characters[code - std::size_t{kFirstCharacterCode}] : U' ';
         }
         return character;
     }
@@ -125,6 +127,7 @@ private:
 
     RowCodes _codes;
     const RowStyle& _style;
+    SetCharacters _characters;
     screen::Color _foreground = screen::Color::White;
     screen::Color _background = screen::Color::Black;
     char32_t _held = U' ';
@@ -163,7 +166,7 @@ bool drawRow(RowCodes codes, const RowStyle& style, std::span<screen::Cell, kDat
     return painter.hasDoubleHeight();
 }
 
-PageReader::PageReader(std::uint16_t page) noexcept : _page(page) {
+PageReader::PageReader(std::uint16_t page, std::uint8_t region) noexcept : _page(page), _region(region) {
     erase();
 }
 
@@ -171,6 +174,9 @@ void PageReader::erase() noexcept {
     for (Codes& row : _rows) {
         row.fill(kSpace);
     }
+    _enhancementsThere = 0;
+    _placements.clear();
+    _pageDesignation.reset();
 }
 
 bool PageReader::receive(const Sdp& sdp, FindingSink* findings) {
@@ -198,7 +204,15 @@ bool PageReader::receive(const Packet& packet, FindingSink* findings, std::uint6
     if (packet.isHeader()) {
         return receiveHeader(packet, findings, offset);
     }
-    if (!_isReceiving || packet.magazine != _page >> 8U || !packet.isRow()) {
+    if (packet.magazine != _page >> 8U) {
+        return false;
+    }
+    // What is said of a magazine belongs to none of its pages.
+    const bool isOfPage = packet.number == kEnhancement || packet.number == kPageDesignation;
+    if (packet.number == kMagazineDesignation || (isOfPage && _isReceiving)) {
+        return receiveTriplets(packet, findings, offset);
+    }
+    if (!_isReceiving || !packet.isRow()) {
         return false;
     }
     _counts.parityWrong += takeCodes(packet.data, _rows[packet.number]);
@@ -213,7 +227,7 @@ bool PageReader::receiveHeader(const Packet& packet, FindingSink* findings, std:
     const auto header = parseHeader(packet, findings, offset);
     if (!header) {
         // Rows that follow may be another page's.
-        _isReceiving = _isReceiving && !isOwnMagazine;
+        _isReceiving = _isReceiving && !isOwnMagazine && !_header.isSerial;
         if (findings != nullptr) {
             findings->add(header.error());
         }
@@ -247,7 +261,8 @@ screen::Screen PageReader::screen() const {
     if (!_isKnown || _header.inhibitsDisplay) {
         return screen;
     }
-    RowStyle style{westernOption(_header.nationalOption), _header.isSubtitle || _header.isNewsflash, false};
+    const CharacterSet set = characterSet();
+    RowStyle style{set.option, _header.isSubtitle || _header.isNewsflash, false, set.g0};
     const bool showsHeader = !_header.suppressesHeader && !style.showsBoxesOnly;
     for (std::size_t row = showsHeader ? 0 : 1; row < kRows; ++row) {
         style.allowsDoubleHeight = row > 0 && row <= kLastDoubleHeightRow;
@@ -255,7 +270,9 @@ screen::Screen PageReader::screen() const {
             continue;  // without a box, as the cells are already
         }
         const auto cells = screen.row(row).first<kDataBytes>();
-        if (drawRow(_rows[row], style, cells)) {
+        const bool isDouble = drawRow(_rows[row], style, cells);
+        drawPlacements(row, cells, set);
+        if (isDouble) {
             ++row;
             drawLowerHalf(cells, screen.row(row));
         }

@@ -53,22 +53,22 @@ constexpr Alike kNearest[] = {
     {U'\u00B1', U'+'},      {U'\u00B2', U'2'},      {U'\u00B3', U'3'},      {U'\u00B5', U'u'},
     {U'\u00B6', U'P'},      {U'\u00B7', U'.'},      {U'\u00B9', U'1'},      {U'\u00BA', U'o'},
     {U'\u00BB', U'"'},      {U'\u00BC', U'1'},      {U'\u00BD', U'1'},      {U'\u00BE', U'3'},
-    {U'\u00BF', U'?'},      {U'\u00C6', U'A'},      {U'\u00D0', U'D'},      {U'\u00D7', U'x'},
-    {U'\u00D8', U'O'},      {U'\u00DE', U'T'},      {U'\u00DF', U's'},      {U'\u00E6', U'a'},
-    {U'\u00F0', U'd'},      {U'\u00F7', U':'},      {U'\u00F8', U'o'},      {U'\u00FE', U't'},
-    {U'\u0110', U'D'},      {U'\u0111', U'd'},      {U'\u0126', U'H'},      {U'\u0127', U'h'},
-    {U'\u0131', U'i'},      {U'\u0132', U'I'},      {U'\u0133', U'i'},      {U'\u0138', U'k'},
-    {U'\u013F', U'L'},      {U'\u0140', U'l'},      {U'\u0141', U'L'},      {U'\u0142', U'l'},
-    {U'\u0149', U'n'},      {U'\u014A', U'N'},      {U'\u014B', U'n'},      {U'\u0152', U'O'},
-    {U'\u0153', U'o'},      {U'\u0166', U'T'},      {U'\u0167', U't'},      {U'\u018F', U'E'},
-    {U'\u0259', U'e'},      {U'\u0404', U'\u0415'}, {U'\u0406', U'I'},      {U'\u0454', U'\u0435'},
-    {U'\u0456', U'i'},      {U'\u0490', U'\u0413'}, {U'\u0491', U'\u0433'}, {U'\u20AC', U'E'},
-    {U'\u2015', U'-'},      {U'\u2016', U'!'},      {U'\u2026', U'.'},      {U'\u2122', U't'},
-    {U'\u215B', U'1'},      {U'\u215C', U'3'},      {U'\u215D', U'5'},      {U'\u215E', U'7'},
-    {U'\u266A', U'#'},      {U'\u266B', U'#'},      {U'\u2190', U'<'},      {U'\u2191', U'\''},
-    {U'\u2192', U'>'},      {U'\u2193', U'.'},      {U'\u0622', U'\u0627'}, {U'\u0623', U'\u0627'},
-    {U'\u0624', U'\u0648'}, {U'\u0625', U'\u0627'}, {U'\u0626', U'\u0649'}, {U'\u067E', U'\u0628'},
-    {U'\u0686', U'\u062C'}, {U'\u06A4', U'\u0641'}, {U'\u06A9', U'\u0643'},
+    {U'\u00BF', U'?'},      {U'\u00C6', U'A'},      {U'\u00D7', U'x'},      {U'\u00D8', U'O'},
+    {U'\u00DE', U'T'},      {U'\u00DF', U's'},      {U'\u00E6', U'a'},      {U'\u00F0', U'd'},
+    {U'\u00F7', U':'},      {U'\u00F8', U'o'},      {U'\u00FE', U't'},      {U'\u0110', U'D'},
+    {U'\u0111', U'd'},      {U'\u0126', U'H'},      {U'\u0127', U'h'},      {U'\u0131', U'i'},
+    {U'\u0132', U'I'},      {U'\u0133', U'i'},      {U'\u0138', U'k'},      {U'\u013F', U'L'},
+    {U'\u0140', U'l'},      {U'\u0141', U'L'},      {U'\u0142', U'l'},      {U'\u0149', U'n'},
+    {U'\u014A', U'N'},      {U'\u014B', U'n'},      {U'\u0152', U'O'},      {U'\u0153', U'o'},
+    {U'\u0166', U'T'},      {U'\u0167', U't'},      {U'\u018F', U'E'},      {U'\u0259', U'e'},
+    {U'\u0404', U'\u0415'}, {U'\u0406', U'I'},      {U'\u0454', U'\u0435'}, {U'\u0456', U'i'},
+    {U'\u0490', U'\u0413'}, {U'\u0491', U'\u0433'}, {U'\u20AC', U'E'},      {U'\u2015', U'-'},
+    {U'\u2016', U'!'},      {U'\u2026', U'.'},      {U'\u2122', U't'},      {U'\u215B', U'1'},
+    {U'\u215C', U'3'},      {U'\u215D', U'5'},      {U'\u215E', U'7'},      {U'\u266A', U'#'},
+    {U'\u266B', U'#'},      {U'\u2190', U'<'},      {U'\u2191', U'\''},     {U'\u2192', U'>'},
+    {U'\u2193', U'.'},      {U'\u0622', U'\u0627'}, {U'\u0623', U'\u0627'}, {U'\u0624', U'\u0648'},
+    {U'\u0625', U'\u0627'}, {U'\u0626', U'\u0649'}, {U'\u067E', U'\u0628'}, {U'\u0686', U'\u062C'},
+    {U'\u06A4', U'\u0641'}, {U'\u06A9', U'\u0643'},
 };
 /// Characters that are shown as others without anything being lost.
 constexpr Alike kSame[] = {
@@ -81,7 +81,7 @@ constexpr Alike kSame[] = {
     {U'\u201A', U','},      {U'\u201B', U'\''},     {U'\u201C', U'"'},      {U'\u201D', U'"'},
     {U'\u201E', U'"'},      {U'\u201F', U'"'},      {U'\u202F', U' '},      {U'\u2212', U'-'},
     {U'\u2039', U'\''},     {U'\u203A', U'\''},     {U'\u2044', U'/'},      {U'\u20A4', U'\u00A3'},
-    {U'\u2669', U'\u266A'}, {U'\u266C', U'\u266A'},
+    {U'\u2669', U'\u266A'}, {U'\u266C', U'\u266A'}, {U'\u00D0', U'\u0110'},
 };
 
 template <std::size_t size>
@@ -105,9 +105,9 @@ public:
             return cell;
         }
         if (const char32_t same = sameForm(character); same != U'\0' && place(same, cell)) {
-            // Another form of an Arabic letter is the letter all the same.
+            // Another form of an Arabic letter is the letter all the same, where rows are read as such.
             cell.shown = same;
-            cell.fit = plainArabic(same) == plainArabic(character) ? Fit::Exact : Fit::Replaced;
+            cell.fit = _set.isRightToLeft() && plainArabic(same) == plainArabic(character) ? Fit::Exact : Fit::Replaced;
             return cell;
         }
         cell = {.code = under(character), .fit = Fit::Missing};

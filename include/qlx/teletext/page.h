@@ -1,4 +1,4 @@
-// A teletext page as a receiver of level 1 shows it (ETSI EN 300 706): fed with packets, it gives what is on the screen.
+// A teletext page as a receiver of level 1.5 shows it (ETSI EN 300 706): fed with packets, it gives what is on the screen.
 //
 //     qlx::teletext::PageReader page(0x888);
 //     if (page.receive(*sdp, &findings)) {
@@ -10,13 +10,16 @@
 #include <qlx/base/finding.h>
 #include <qlx/screen/screen.h>
 #include <qlx/teletext/characters.h>
+#include <qlx/teletext/enhancement.h>
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/sdp.h>
+#include <qlx/teletext/sets.h>
 
 #include <array>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -60,6 +63,7 @@ struct RowStyle {
     NationalOption nationalOption = NationalOption::English;  ///< Sub-set of the Latin G0 set.
     bool showsBoxesOnly = false;                              ///< As on a subtitle page or a newsflash.
     bool allowsDoubleHeight = true;                           ///< False in the rows 0, 23 and 24.
+    G0Set g0 = G0Set::Latin;  ///< The primary set, nationalOption is one of the Latin's.
 };
 
 /// Draws a row: its spacing attributes (EN 300 706, clause 12.2) take effect on the cells. Separated mosaics are shown
@@ -69,16 +73,25 @@ struct RowStyle {
 QLX_EXPORT bool drawRow(std::span<const std::uint8_t, kDataBytes> codes, const RowStyle& style,
                         std::span<screen::Cell, kDataBytes> row);
 
+/// The cells of a row of a screen in the order in which they are read, with plain letters: in a set that is written from
+/// the right to the left, what stands between the row's first and last text is put into reading order, forms of Arabic
+/// letters become the letters, lam with alef becomes two cells. In the other sets they are the same cells.
+[[nodiscard]] QLX_EXPORT std::vector<screen::Cell> readingOrder(std::span<const screen::Cell> row,
+                                                                const CharacterSet& set);
+
 /// The memory of one page. Rows are taken from the page's header to the next header of its magazine (in serial mode: of
-/// any), and are kept until a header erases them. A byte with wrong parity leaves what stands in its place. What is for
-/// receivers of higher levels (X/26 to M/29) is passed over.
+/// any), and are kept until a header erases them. A byte with wrong parity leaves what stands in its place. Packets X/26
+/// put characters over the rows: those of designation 0 replace all that came before. The sets are those of X/28/0, or
+/// else of the last M/29/0 of the magazine, or else of the receiver's region. What is for receivers of higher levels is
+/// passed over.
 class PageReader {
 public:
     /// Rows of a screen: 0 to 24.
     static constexpr std::size_t kRows = std::size_t{kLastRow} + 1;
 
     /// @param page Magazine, tens and units as hexadecimal digits.
-    QLX_EXPORT explicit PageReader(std::uint16_t page = kSubtitlePage) noexcept;
+    /// @param region The designation that the receiver has of its own (CharacterSet): only the four high bits count.
+    QLX_EXPORT explicit PageReader(std::uint16_t page = kSubtitlePage, std::uint8_t region = 0) noexcept;
 
     /// Takes the next packet of the stream, of whatever page. Codes that had to be put right, and a header that is lost,
     /// are given to `findings`.
@@ -97,6 +110,9 @@ public:
     /// What is shown now: 25 rows of 40 columns; nothing is visible before the page's first header.
     [[nodiscard]] QLX_EXPORT screen::Screen screen() const;
 
+    /// The sets with which it is shown now.
+    [[nodiscard]] QLX_EXPORT CharacterSet characterSet() const noexcept;
+
     /// Its number.
     [[nodiscard]] std::uint16_t page() const noexcept { return _page; }
     /// The last header of the page; a default-made one before the first.
@@ -112,16 +128,30 @@ public:
 
 private:
     using Codes = std::array<std::uint8_t, kDataBytes>;
+    using Designation = std::optional<std::uint8_t>;
 
     void erase() noexcept;
     bool receiveHeader(const Packet& packet, FindingSink* findings, std::uint64_t offset);
+    bool receiveTriplets(const Packet& packet, FindingSink* findings, std::uint64_t offset);
+    bool takeEnhancement(const TripletPacket& packet);
+    bool takeDesignation(Designation& place, const TripletPacket& packet);
+    void placeCharacters();
+    [[nodiscard]] static char32_t characterOf(std::uint8_t mode, std::uint8_t code, const CharacterSet& set) noexcept;
+    void drawPlacements(std::size_t row, std::span<screen::Cell> cells, const CharacterSet& set) const;
 
     std::uint16_t _page;
+    std::uint8_t _region;
     bool _isReceiving = false;
     bool _isKnown = false;
     PageHeader _header;
     ProtectionCounts _counts;
     std::array<Codes, kRows> _rows{};
+    std::array<TripletPacket, kEnhancementPackets> _enhancements{};
+    std::uint16_t _enhancementsThere = 0;  ///< Bit n: that of designation n has come.
+    /// What they put over the rows, in ascending order.
+    std::vector<Placement> _placements;
+    Designation _pageDesignation;
+    Designation _magazineDesignation;
     std::bitset<0x900> _pages;
 };
 
