@@ -45,14 +45,17 @@ void Receiver::reportParity(std::uint8_t first, std::uint8_t second) {
     }
 }
 
-/// Two bytes of 0 say nothing of it.
+/// Null pairs say nothing of it: some streams have parity bits in them alone. One that has parity bits again is looked at
+/// again.
 void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
+    if (((first | second) & 0x7FU) == 0) {
+        return;
+    }
     if (((first | second) & 0x80U) != 0) {
-        _pairsWithoutParity = _pairsWithoutParity < kPairsWithoutParity ? std::uint8_t{0} : _pairsWithoutParity;
-    } else if ((first | second) != 0 && _pairsWithoutParity < kPairsWithoutParity) {
-        if (++_pairsWithoutParity == kPairsWithoutParity) {
-            report(FindingCode::Cea608NoParity, kPairsWithoutParity);
-        }
+        _pairsWithoutParity = 0;
+    } else if (_pairsWithoutParity < kPairsWithoutParity && ++_pairsWithoutParity == kPairsWithoutParity &&
+               !std::exchange(_hasToldOfParity, true)) {
+        report(FindingCode::Cea608NoParity, kPairsWithoutParity);
     }
 }
 

@@ -17,6 +17,12 @@ inline constexpr std::array<std::string_view, 2> kStandIns{"AEOUUu'!+'-cs.\"\"AA
 
 static_assert(kStandIns[0].size() == kCharacters[2].size() && kStandIns[1].size() == kCharacters[3].size());
 
+/// What stands for the characters of the special set where there are codes of the basic set alone, in their order.
+inline constexpr std::array<std::string_view, 16> kSpecialStandIns{"R", "o", "1/2", "?", "TM", "c", "L", "#",
+                                                                   "a", " ", "e",   "a", "e",  "i", "o", "u"};
+
+static_assert(kSpecialStandIns.size() == kCharacters[1].size());
+
 /// Characters that none of the sets has, each followed by the one that is sent in its place.
 inline constexpr std::u32string_view kReplacements =
     U"\u2019'\u201A'\u201B'\u201E\"\u201F\"\u2039<\u203A>`'\u00B4'"
@@ -44,6 +50,28 @@ static_assert(kReplacements.size() % 2 == 0);
         }
     }
     return U'?';
+}
+
+/// The codes of the basic set that are sent for a character where there is no other set; never empty.
+[[nodiscard]] inline std::string_view basicCodesOf(char32_t character, std::array<char, 1>& room) noexcept {
+    auto code = characterCode(character);
+    if (!code) {
+        code = characterCode(replacementOf(character));
+    }
+    if (!code) {
+        return "?";
+    }
+    switch (code->set) {
+    case CharacterSet::Special:
+        return kSpecialStandIns[code->code - std::size_t{0x30}];
+    case CharacterSet::SpanishFrench:
+        return kStandIns[0].substr(code->code - std::size_t{0x20}, 1);
+    case CharacterSet::PortugueseGerman:
+        return kStandIns[1].substr(code->code - std::size_t{0x20}, 1);
+    default:
+        room[0] = static_cast<char>(code->code);
+        return {room.data(), 1};
+    }
 }
 
 }  // namespace qlx::cea608

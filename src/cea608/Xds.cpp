@@ -70,6 +70,22 @@ bool isTime(const XdsTime& time) noexcept {
     return time.minute < 60 && time.hour < 24 && time.day >= 1 && time.day < 32 && time.month >= 1 && time.month < 13;
 }
 
+/// Whether the numbers of a value are those that its packet can have.
+struct IsInRange {
+    bool operator()(const XdsProgramStart& value) const noexcept { return isTime(value.time); }
+    bool operator()(const XdsProgramLength& value) const noexcept {
+        return value.length.minutes < 60 && value.elapsed.value_or(XdsProgramLength::Span()).minutes < 60 &&
+               value.elapsedSeconds.value_or(0) < 60;
+    }
+    bool operator()(const XdsTapeDelay& value) const noexcept { return value.minutes < 60; }
+    bool operator()(const XdsTimeOfDay& value) const noexcept { return isTime(value.time) && value.weekday > 0; }
+    bool operator()(const XdsTimeZone& value) const noexcept { return value.hours < 24; }
+    template <class Value>
+    bool operator()(const Value&) const noexcept {
+        return true;
+    }
+};
+
 XdsValue readLength(Bytes bytes) {
     const auto spanOf = [&](std::size_t index) {
         return XdsProgramLength::Span{.hours = low(bytes[index + 1], 6), .minutes = low(bytes[index], 6)};
@@ -275,7 +291,12 @@ public:
         begin(XdsClass::Channel, kCallLetters);
         constexpr std::size_t kDigits = 2;
         std::string letters = value.letters;
-        letters.resize(std::max(letters.size(), kCallLetterCount), ' ');
+        std::string_view rest = letters;
+        std::size_t count = 0;
+        for (; !rest.empty(); ++count) {
+            (void)takeCodePoint(rest);
+        }
+        letters.append(kCallLetterCount - std::min(count, kCallLetterCount), ' ');
         return put(letters, kCallLetterCount) &&
                (value.channel.empty() || (value.channel.size() == kDigits && put(value.channel, kDigits)));
     }
@@ -340,6 +361,8 @@ bool Packer::operator()(const XdsContentAdvisory& value) {
         first |= value.hasDialogue ? 0x20U : 0U;
         second |=
             (value.hasViolence ? 0x20U : 0U) | (value.hasSexualSituations ? 0x10U : 0U) | (value.hasLanguage ? 8U : 0U);
+    } else if (value.hasDialogue || value.hasViolence || value.hasSexualSituations || value.hasLanguage) {
+        return false;
     }
     return value.rating < 8 && value.system <= XdsRatingSystem::Reserved6 && put(first, 6) && put(second, 6);
 }
@@ -354,24 +377,20 @@ bool Packer::put(std::string_view text, std::size_t greatest) {
     std::size_t count = 0;
     while (!text.empty()) {
         const char32_t asked = takeCodePoint(text);
-        if (++count > greatest) {
+        std::array<char, 1> room{};
+        const std::string_view codes = basicCodesOf(asked, room);
+        count += codes.size();
+        if (count > greatest) {
             continue;
         }
-        auto code = characterCode(asked);
-        if (!code || code->set == CharacterSet::Special) {
-            code = characterCode(replacementOf(asked));
-        }
-        std::uint8_t byte = code && code->set != CharacterSet::Special ? code->code : std::uint8_t{'?'};
-        if (code && (code->set == CharacterSet::SpanishFrench || code->set == CharacterSet::PortugueseGerman)) {
-            const std::size_t set = code->set == CharacterSet::SpanishFrench ? 0 : 1;
-            byte = static_cast<std::uint8_t>(kStandIns[set][code->code - 0x20U]);
-        }
-        const char32_t sent = characterOf(CharacterSet::Basic, byte).value_or(U'?');
+        const char32_t sent = characterOf(CharacterSet::Basic, static_cast<std::uint8_t>(codes[0])).value_or(U'?');
         if (sent != asked) {
             add(FindingCode::Cea608CharacterReplaced, static_cast<std::int64_t>(asked),
                 static_cast<std::int64_t>(sent));
         }
-        (void)append(byte);
+        for (const char byte : codes) {
+            (void)append(static_cast<std::uint8_t>(byte));
+        }
     }
     if (count > greatest) {
         add(FindingCode::Cea608XdsTextCut, static_cast<std::int64_t>(count), static_cast<std::int64_t>(greatest));
@@ -389,9 +408,7 @@ XdsValue xdsValue(const XdsPacket& packet, FindingSink* findings, std::uint64_t 
     XdsValue value = packet.xdsClass == XdsClass::Channel         ? readChannel(packet.type, bytes)
                      : packet.xdsClass == XdsClass::Miscellaneous ? readMiscellaneous(packet.type, bytes)
                                                                   : readCurrent(packet.type, bytes);
-    const auto* const start = std::get_if<XdsProgramStart>(&value);
-    const auto* const now = std::get_if<XdsTimeOfDay>(&value);
-    const bool isWrong = (start != nullptr && !isTime(start->time)) || (now != nullptr && !isTime(now->time));
+    const bool isWrong = !std::visit(IsInRange(), value);
     if ((isWrong || std::holds_alternative<std::monostate>(value)) && findings != nullptr) {
         const std::int64_t name = static_cast<std::int64_t>(packet.xdsClass) * 2 + 1;
         findings->add({FindingCode::Cea608XdsValueWrong, Severity::Error, place, name << 8U | packet.type,

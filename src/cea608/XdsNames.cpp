@@ -44,18 +44,23 @@ constexpr std::array<std::string_view, 96> kKeywords{
     "Shopping",   "Soap Opera",    "Special",     "Suspense",     "Talk",          "Technical", "Tennis",
     "Travel",     "Variety",       "Video",       "Weather",      "Western"};
 
-/// The letters behind a U.S. TV rating, in the order in which they are written; false for others.
+/// The letters that can stand behind a U.S. TV rating.
+constexpr std::array<std::string_view, kRatings> kContents{"", "", "fv", "", "dlsv", "dlsv", "lsv", ""};
+
+/// The letters behind a U.S. TV rating, in any order; false for others than it has.
 bool readContents(XdsContentAdvisory& advisory, std::string_view letters) {
     if (advisory.rating == kFantasy) {
         advisory.hasViolence = letters == "fv";
         return letters.empty() || advisory.hasViolence;
     }
-    return std::all_of(letters.begin(), letters.end(), [&advisory](char letter) {
-        bool* const flag = letter == 'd'   ? &advisory.hasDialogue
-                           : letter == 'l' ? &advisory.hasLanguage
-                           : letter == 's' ? &advisory.hasSexualSituations
-                           : letter == 'v' ? &advisory.hasViolence
-                                           : nullptr;
+    const std::string_view known = kContents[advisory.rating];
+    return std::all_of(letters.begin(), letters.end(), [&advisory, known](char letter) {
+        bool* const flag = known.find(letter) == std::string_view::npos ? nullptr
+                           : letter == 'd'                              ? &advisory.hasDialogue
+                           : letter == 'l'                              ? &advisory.hasLanguage
+                           : letter == 's'                              ? &advisory.hasSexualSituations
+                           : letter == 'v'                              ? &advisory.hasViolence
+                                                                        : nullptr;
         const bool isNew = flag != nullptr && !*flag;
         if (isNew) {
             *flag = true;

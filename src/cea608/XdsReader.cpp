@@ -20,10 +20,11 @@ bool isType(std::uint8_t type) noexcept {
 std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t second, FindingSink* findings,
                                             std::uint64_t place) {
     const auto code = static_cast<std::uint8_t>(first & 0x7FU);
-    const bool isFirstSound = hasOddParity(first) || first == 0;
-    const bool isSecondSound = hasOddParity(second) || second == 0;
+    const bool isFirstSound = _options.ignoresParity || hasOddParity(first) || first == 0;
+    const bool isSecondSound = _options.ignoresParity || hasOddParity(second) || second == 0;
     if (isFirstSound && code >= kFirstControl && code < kFirstCharacter) {
         _open = kNone;
+        _isLost = false;
         return std::nullopt;
     }
     if (isFirstSound && code == kEndOfExtendedData) {
@@ -31,6 +32,7 @@ std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t sec
     }
     if (isFirstSound && code > 0 && code < kEndOfExtendedData) {
         _open = kNone;
+        _isLost = true;
         if (isSecondSound && isType(second & 0x7FU)) {
             begin(code, second & 0x7FU, findings, place);
         } else if (findings != nullptr) {
@@ -51,12 +53,6 @@ std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t sec
 void XdsReader::begin(std::uint8_t code, std::uint8_t type, FindingSink* findings, std::uint64_t place) {
     const bool isStart = code % 2 != 0;
     const auto xdsClass = static_cast<XdsClass>((code - 1) / 2);
-    const auto cut = [&](const Begun& begun) {
-        if (begun.isUsed && findings != nullptr) {
-            findings->add({FindingCode::Cea608XdsCut, Severity::Warning, place, nameOfPacket(begun.packet),
-                           static_cast<std::int64_t>(begun.packet.bytes.size())});
-        }
-    };
     std::size_t found = 0;
     while (found < _packets.size() && !(_packets[found].isUsed && _packets[found].packet.xdsClass == xdsClass &&
                                         _packets[found].packet.type == type)) {
@@ -75,7 +71,7 @@ void XdsReader::begin(std::uint8_t code, std::uint8_t type, FindingSink* finding
         };
         found = static_cast<std::size_t>(std::min_element(_packets.begin(), _packets.end(), older) - _packets.begin());
     }
-    cut(_packets[found]);
+    cut(_packets[found], findings, place);
     _packets[found] = {};
     Begun& begun = _packets[found];
     begun.packet.xdsClass = xdsClass;
@@ -84,6 +80,24 @@ void XdsReader::begin(std::uint8_t code, std::uint8_t type, FindingSink* finding
     begun.isUsed = true;
     begun.age = ++_begun;
     _open = found;
+}
+
+void XdsReader::cut(const Begun& begun, FindingSink* findings, std::uint64_t place) {
+    if (begun.isUsed && findings != nullptr) {
+        findings->add({FindingCode::Cea608XdsCut, Severity::Warning, place, nameOfPacket(begun.packet),
+                       static_cast<std::int64_t>(begun.packet.bytes.size())});
+    }
+}
+
+void XdsReader::finish(FindingSink* findings, std::uint64_t place) {
+    std::sort(_packets.begin(), _packets.end(),
+              [](const Begun& left, const Begun& right) { return left.age < right.age; });
+    for (Begun& begun : _packets) {
+        cut(begun, findings, place);
+        begun = {};
+    }
+    _open = kNone;
+    _isLost = false;
 }
 
 /// Nulls fill.
@@ -107,7 +121,11 @@ std::optional<XdsPacket> XdsReader::end(std::uint8_t checksum, bool isSound, Fin
         }
     };
     if (_open == kNone) {
-        add(FindingCode::Cea608XdsNotBegun, kEndOfExtendedData, checksum & 0x7FU);
+        // Of a packet whose beginning was damaged or is missing that has been said.
+        if (!_isLost) {
+            add(FindingCode::Cea608XdsNotBegun, kEndOfExtendedData, checksum & 0x7FU);
+        }
+        _isLost = false;
         return std::nullopt;
     }
     const Begun begun = _packets[_open];

@@ -87,6 +87,11 @@ TEST(Parity, IsMissedOnce) {
     EXPECT_EQ(receiver.lines(), Lines());
     EXPECT_EQ(reading.lines(), Lines{"  15   Hi"});
     EXPECT_EQ(reading.findings(), Lines());
+    // Null pairs may have parity bits all the same; letters that have them bring it back.
+    receiver.nulls(2).pair('H', 'i');
+    EXPECT_EQ(receiver.findings(), Lines());
+    receiver.resumeLoading().pair('A', 'B');
+    EXPECT_EQ(receiver.findings(), Lines{"wrong parity in pair 4142"});
 }
 
 TEST(Text, HasAScreenOfItsOwn) {

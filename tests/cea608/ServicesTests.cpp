@@ -49,6 +49,21 @@ TEST(Text, GoesOnBehindCaptions) {
     EXPECT_EQ(sentPairs(writer, 2, 20), "3: 1520 152e 1460 4869\n8: 152f\n10: 152c 152b 6364 6566 6768");
 }
 
+TEST(ExtendedData, IsNotLeftOutInSilence) {
+    Writer writer(FrameRate::Fps2997);
+    qlx::Findings findings;
+    const auto name = xdsPacket(XdsProgramName{"News"});
+    ASSERT_TRUE(name);
+    writer.setXds({XdsPacket{.type = 0, .bytes = {}}, *name, XdsPacket{.xdsClass = XdsClass(7), .bytes = {}}}, 10,
+                  &findings);
+    EXPECT_EQ(sentPairs(writer, 2, 20), "0: 0103 4e65 7773 0f50");
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].offset, 0U);
+    EXPECT_EQ(findings[0].text(), "extended data: packet 100 of 0 bytes cannot be sent");
+    EXPECT_EQ(findings[1].offset, 2U);
+    EXPECT_EQ(findings[1].text(), "extended data: packet f01 of 0 bytes cannot be sent");
+}
+
 TEST(ExtendedData, FillsWhatCaptionsLeave) {
     Writer writer(FrameRate::Fps2997, {.doublesCodes = false});
     const auto name = xdsPacket(XdsProgramName{"News"});

@@ -145,6 +145,38 @@ TEST(PopOnCaptions, AreOnTimeWhenTheyFitToThePair) {
     EXPECT_EQ(pairsOf(31), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 1230 142c 142c 142f 142f\n80: 142c 142c");
 }
 
+TEST(Captions, SendNoCodeOnceBesideItsLike) {
+    // EDM at 29 leaves a pair in front of it unused, which a doubled note cannot take. A receiver would take the single one
+    // and its neighbour for one. The letter behind the notes is sent once in its place, where there is one.
+    const auto sentFor = [](std::u32string_view text, std::uint64_t start) {
+        return sentOf({captionOf(20, 29, U"Hi"), captionOf(start, 80, text)}, 1, FrameRate::Fps24, true);
+    };
+    const std::string begin = "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 1137 1137 1137 1137 ";
+    const Sent spared = sentFor(U"\u266A\u266A\u00E0", 36);
+    EXPECT_EQ(spared.pairs.substr(spared.pairs.find("20: ") + 4), begin + "1138 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(spared.findings, Texts());
+    const Sent late = sentFor(U"\u266A\u266A", 34);
+    EXPECT_EQ(late.pairs.substr(late.pairs.find("20: ") + 4), begin + "142f 142f\n80: 142c 142c");
+    EXPECT_EQ(late.findings, Texts{"1: caption is shown 1 frames late, 1 pairs short"});
+}
+
+TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
+    // The EDM at 29 leaves a pair in front of it unused. That of the other channel comes as a surprise and makes the
+    // caption late: one letter fills the pairs in front of it, one is sent once for the unused pair, and the last one twice.
+    Writer writer(FrameRate::Fps24);
+    qlx::Findings findings;
+    EXPECT_TRUE(writer.add(captionOf(20, 29, U"Hi"), &findings));
+    EXPECT_TRUE(writer.add(captionOf(14, 200, U"y", kCC2), &findings));
+    EXPECT_TRUE(writer.add(captionOf(40, 80, U"\u00C0\u00C8\u00C2"), &findings));
+    const std::string before = sent(writer, 1, 30, findings);
+    EXPECT_EQ(before.substr(before.find("20: ")), "20: 142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c");
+    EXPECT_TRUE(writer.add(captionOf(33, 100, U"z", kCC2), &findings));
+    EXPECT_EQ(sent(writer, 1, 44, findings),
+              "30: 142c 4100 1230 1c2c 1c2c 1420 1420 4500 1233 4100 1231 1231 142f 142f");
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[1].text(), "caption is shown 2 frames late, 2 pairs short");
+}
+
 TEST(Captions, AreRefusedWhenTheirTimesAreWrong) {
     const Sent result = sentOf({captionOf(20, 20, U"a"), captionOf(20, 40, U"b"), captionOf(20, 50, U"c"),
                                 captionOf(30, 50, U"~"), captionOf(30, 50, U"d")});

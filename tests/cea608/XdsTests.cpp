@@ -121,7 +121,7 @@ TEST(XdsPackets, SayWhatIsWrong) {
     EXPECT_EQ(with(1, {0x4E, 0x05}).findings, Codes{FindingCode::Cea608XdsDamaged});
     // Behind captions the packet is not open: it has no end, but none that is its own.
     EXPECT_EQ(with(2, {0x15, 0x20}).findings, Codes{FindingCode::Cea608XdsNotBegun});
-    EXPECT_EQ(with(0, {0x02, 0x03}).findings, (Codes{FindingCode::Cea608XdsNotBegun, FindingCode::Cea608XdsNotBegun}));
+    EXPECT_EQ(with(0, {0x02, 0x03}).findings, Codes{FindingCode::Cea608XdsNotBegun});
     // Begun again in the middle.
     auto twice = name;
     twice.insert(twice.begin() + 2, name.begin(), name.begin() + 2);
@@ -141,8 +141,45 @@ TEST(XdsPackets, SayWhatIsWrong) {
     }
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0].code, FindingCode::Cea608XdsDamaged);
-    // Without its type nobody knows which packet goes on.
-    EXPECT_EQ(with(0, {0x01, 0x00}).findings, (Codes{FindingCode::Cea608XdsDamaged, FindingCode::Cea608XdsNotBegun}));
+    // Without its type nobody knows which packet goes on; that is said once, and of the next one anew.
+    EXPECT_EQ(with(0, {0x01, 0x00}).findings, Codes{FindingCode::Cea608XdsDamaged});
+    auto next = name;
+    next[0] = {0x01, 0x00};
+    next.push_back(name.back());
+    EXPECT_EQ(Read(next).findings, (Codes{FindingCode::Cea608XdsDamaged, FindingCode::Cea608XdsNotBegun}));
+}
+
+TEST(XdsPackets, LackTheirEndAtTheEnd) {
+    XdsReader reader;
+    qlx::Findings findings;
+    for (const Pair& pair : {Pair{0x05, 0x01}, Pair{0x41, 0x42}, Pair{0x01, 0x03}, Pair{0x4E, 0x65}}) {
+        const Pair sent = withOddParity(pair);
+        EXPECT_FALSE(reader.receive(sent.first, sent.second, &findings));
+    }
+    EXPECT_TRUE(findings.empty());
+    reader.finish(&findings, 5);
+    const auto cut = [](std::int64_t packet) {
+        return qlx::Finding{FindingCode::Cea608XdsCut, qlx::Severity::Warning, 5, packet, 2};
+    };
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0], cut(0x0501));
+    EXPECT_EQ(findings[1], cut(0x0103));
+    EXPECT_FALSE(reader.isOpen());
+    reader.finish(&findings);
+    EXPECT_EQ(findings.size(), 2U);
+}
+
+TEST(XdsPackets, AreReadWithoutParityOnRequest) {
+    const auto read = [](bool ignoresParity) {
+        XdsReader reader({.ignoresParity = ignoresParity});
+        std::optional<XdsPacket> packet;
+        for (const Pair& pair : pairsOf(kName)) {
+            packet = reader.receive(pair.first, pair.second);
+        }
+        return packet;
+    };
+    EXPECT_EQ(read(true), kName);
+    EXPECT_EQ(read(false), std::nullopt);
 }
 
 TEST(XdsPackets, OfManyKindsAreKeptWhileTheyAreInterrupted) {
@@ -160,8 +197,7 @@ TEST(XdsPackets, OfManyKindsAreKeptWhileTheyAreInterrupted) {
     const Read read(pairs);
     ASSERT_EQ(read.packets.size(), 8U);
     EXPECT_EQ(read.packets.front().type, 2U);
-    EXPECT_EQ(read.findings,
-              (Codes{FindingCode::Cea608XdsCut, FindingCode::Cea608XdsNotBegun, FindingCode::Cea608XdsNotBegun}));
+    EXPECT_EQ(read.findings, (Codes{FindingCode::Cea608XdsCut, FindingCode::Cea608XdsNotBegun}));
 }
 
 struct Case {
@@ -239,6 +275,17 @@ TEST(XdsValues, SayWhatIsNone) {
             EXPECT_EQ(xdsValue(longer, &findings), XdsValue()) << one.bytes;
         }
     }
+    // A 60th minute, a day of the week and hours that there are not.
+    for (const XdsPacket& packet :
+         {packetOf(XdsClass::Current, 2, "\x7C\x41"), packetOf(XdsClass::Current, 2, "\x41\x41\x7C\x41"),
+          packetOf(XdsClass::Current, 2, "\x41\x41\x41\x41\x7C\x40"), packetOf(XdsClass::Channel, 3, "\x7C\x41"),
+          packetOf(XdsClass::Miscellaneous, 1, "\x40\x57\x7D\x62\x40\x62"),
+          packetOf(XdsClass::Miscellaneous, 4, "\x58")}) {
+        qlx::Findings found;
+        EXPECT_EQ(xdsValue(packet, &found), XdsValue());
+        ASSERT_EQ(found.size(), 1U);
+        EXPECT_EQ(found[0].code, FindingCode::Cea608XdsValueWrong);
+    }
     // The 13th month; types that are kept as they are.
     qlx::Findings findings;
     EXPECT_EQ(xdsValue(packetOf(XdsClass::Current, 1, "\x40\x40\x41\x4D"), &findings), XdsValue());
@@ -265,7 +312,15 @@ TEST(XdsValues, AreNotCutInSilence) {
               std::string(32, 'a') + "|extended data: text of 33 characters, 32 are sent");
     // A grave is a special character and A with a circumflex an extended one: neither is one of these texts.
     EXPECT_EQ(written(XdsProgramName{"\u00C2 x"}), "A x|character c2 is sent as 41");
-    EXPECT_EQ(written(XdsProgramName{"\u266A"}), "?|character 266a is sent as 3f");
+    EXPECT_EQ(written(XdsProgramName{"\u00E0\u00B0\u00BD"}),
+              "ao1/2|character e0 is sent as 61|character b0 is sent as 6f|character bd is sent as 31");
+    EXPECT_EQ(written(XdsProgramName{"\u65E5"}), "?|character 65e5 is sent as 3f");
+    // Four letters, whatever their bytes.
+    EXPECT_EQ(written(XdsCallLetters{"K\u00C9", ""}), "KE  |character c9 is sent as 45");
+    EXPECT_EQ(written(XdsCallLetters{"KABCD", ""}), "KABC|extended data: text of 5 characters, 4 are sent");
+    // Scales without contents.
+    EXPECT_EQ(written(XdsContentAdvisory{.system = XdsRatingSystem::Mpa, .rating = 2, .hasLanguage = true}),
+              "|extended data: a number has no room in its packet (value 5)");
     EXPECT_EQ(written(XdsTapeDelay{3, 60}), "|extended data: a number has no room in its packet (value 12)");
     EXPECT_EQ(written(XdsCopyControl{.cgms = 4}), "|extended data: a number has no room in its packet (value 8)");
     EXPECT_EQ(written(std::monostate()), "");
@@ -273,7 +328,7 @@ TEST(XdsValues, AreNotCutInSilence) {
 
 TEST(Ratings, HaveNames) {
     for (const std::string_view name : {"G", "PG-13", "NC-17", "NR", "TV-Y", "TV-Y7 FV", "TV-PG D", "TV-14 DLSV",
-                                        "TV-MA", "C8+", "14+", "18+", "8 ans+", "16 ans+"}) {
+                                        "TV-MA", "TV-MA LSV", "C8+", "14+", "18+", "8 ans+", "16 ans+"}) {
         const auto advisory = contentAdvisoryNamed(name);
         ASSERT_TRUE(advisory) << name;
         EXPECT_EQ(nameOf(*advisory), name);
@@ -281,7 +336,8 @@ TEST(Ratings, HaveNames) {
     EXPECT_EQ(
         contentAdvisoryNamed("tv-pg-ld"),
         (XdsContentAdvisory{.system = XdsRatingSystem::UsTv, .rating = 4, .hasDialogue = true, .hasLanguage = true}));
-    for (const std::string_view name : {"", "TV-15", "TV-14 X", "TV-14 DD", "TV-Y7 V", "PG D", "TV-14 ", "G13"}) {
+    for (const std::string_view name :
+         {"", "TV-15", "TV-14 X", "TV-14 DD", "TV-Y7 V", "TV-Y V", "TV-G L", "TV-MA D", "PG D", "TV-14 ", "G13"}) {
         EXPECT_FALSE(contentAdvisoryNamed(name)) << name;
     }
     EXPECT_EQ(nameOf(XdsContentAdvisory{.system = XdsRatingSystem::Reserved6, .rating = 1}), "");

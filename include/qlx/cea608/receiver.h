@@ -119,6 +119,7 @@ private:
     bool _isBehindPreamble = false;
     bool _mayFreeColumn = false;  ///< The first column of the row has a background code that came behind its preamble.
     std::uint8_t _pairsWithoutParity = 0;
+    bool _hasToldOfParity = false;
     std::size_t _rollUpRows = 0;
     std::size_t _row;
     std::size_t _column = 0;  ///< kColumns behind the last one: what comes replaces that.

@@ -67,8 +67,10 @@ struct FramePairs {
 /// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
 /// a gap; then its EOC begins at the first pair of its field at or after its start. EDM has its time within the load,
 /// which it does not end, and pairs that belong together are not sent across it: where the pairs that this leaves unused
-/// would make the caption late, a code beside them is sent once (where all codes are, a pair in front of EDM may stay
-/// unused and does not count). A caption that does not fit is shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at
+/// would make the caption late, a code behind each of them is sent once, but none beside its like, which would be taken
+/// for its repetition (where all codes are sent once, a pair in front of EDM may stay unused and does not count). A
+/// caption that does not fit is shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when
+/// the next EOC follows at
 /// once. Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the
 /// next begins much later.
 /// In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,

@@ -41,7 +41,7 @@ inline constexpr std::size_t kGreatestXdsBytes = 32;
 /// A packet as it is sent.
 struct XdsPacket {
     XdsClass xdsClass = XdsClass::Current;               ///< Its class.
-    std::uint8_t type = 1;                               ///< 01h to 7Fh, a number of its class.
+    std::uint8_t type = 1;                               ///< 01h to 7Fh; what it is depends on the class.
     BoundedList<std::uint8_t, kGreatestXdsBytes> bytes;  ///< 20h to 7Fh, without parity and fillers.
 
     /// Whether all fields are equal.
@@ -115,7 +115,7 @@ enum class XdsRatingSystem : std::uint8_t {
 /// Current and Future, type 05h: for whom a programme is.
 struct XdsContentAdvisory {
     XdsRatingSystem system = XdsRatingSystem::UsTv;  ///< Whose scale it is.
-    std::uint8_t rating = 0;                         ///< 0 to 7, its place there; 0 says nothing.
+    std::uint8_t rating = 0;                         ///< 0 to 7, its place there; 0 says nothing, in Canada E (exempt).
     bool hasDialogue = false;                        ///< UsTv, D: suggestive dialogue.
     bool hasViolence = false;                        ///< UsTv, V; of TV-Y7 FV, fantasy violence.
     bool hasSexualSituations = false;                ///< UsTv, S.
@@ -187,7 +187,7 @@ struct XdsNetworkName {
 
 /// Channel, type 02h.
 struct XdsCallLetters {
-    std::string letters;  ///< Four, of the station; a space behind three.
+    std::string letters;  ///< Four, of the station; fewer are sent with spaces behind them.
     std::string channel;  ///< Two digits, of the channel on which it is broadcast; empty where it is not said.
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const XdsCallLetters&, const XdsCallLetters&) = default;
@@ -232,14 +232,15 @@ using XdsValue =
                  XdsTapeDelay, XdsTransmissionId, XdsTimeOfDay, XdsTimeZone>;
 
 /// What a packet says. Nothing for types that are not decoded, and, with a finding, for packets whose bytes are none of
-/// their type.
+/// their type, or have numbers out of their range.
 [[nodiscard]] QLX_EXPORT XdsValue xdsValue(const XdsPacket& packet, FindingSink* findings = nullptr,
                                            std::uint64_t place = 0);
 
-/// The packet that says something. Texts become characters of the basic set, 2 to 32 of them: what that has none for is
-/// replaced, what is too long is left out, each with a finding.
+/// The packet that says something. Texts become characters of the basic set, 1 to 32 of them (call letters four): what
+/// that has none for is replaced, what is too long is left out, each with a finding.
 /// @param isFuture For what Current and Future share: Future.
-/// @return None for nothing, and, with a finding, for numbers that have no room in their packet.
+/// @return None for nothing, and, with a finding, for numbers that have no room in their packet, lists and texts that are
+/// empty, and contents (dialogue ...) of a scale that has no room for them.
 [[nodiscard]] QLX_EXPORT std::optional<XdsPacket> xdsPacket(const XdsValue& value, bool isFuture = false,
                                                             FindingSink* findings = nullptr);
 
@@ -254,11 +255,11 @@ QLX_EXPORT void appendXdsPairs(const XdsPacket& packet, std::vector<Pair>& pairs
 /// have.
 [[nodiscard]] QLX_EXPORT std::string nameOf(const XdsContentAdvisory& advisory);
 
-/// The rating of such a name, in capital or small letters; none for any other. Of `G` and `PG`, which three scales have,
-/// that of films.
+/// The rating of such a name, in capital or small letters, the contents in any order behind a space or a dash; none for any
+/// other, and for contents that a rating does not have. Of names that several scales have (`G`, `PG`), that of films.
 [[nodiscard]] QLX_EXPORT std::optional<XdsContentAdvisory> contentAdvisoryNamed(std::string_view name);
 
-/// `English`; empty for None and unknown ones.
+/// `English`, `unknown`; empty for None and numbers that are none.
 [[nodiscard]] QLX_EXPORT std::string_view nameOf(XdsLanguage language) noexcept;
 
 /// A keyword of a programme's type, 20h to 7Fh: `Education`; empty for any other number.
@@ -267,17 +268,28 @@ QLX_EXPORT void appendXdsPairs(const XdsPacket& packet, std::vector<Pair>& pairs
 /// The type of an audio service, 0 to 7: `mono`, `video descriptions`.
 [[nodiscard]] QLX_EXPORT std::string_view xdsAudioType(std::uint8_t type, bool isSecond) noexcept;
 
+/// How packets are read.
+struct XdsReaderOptions {
+    bool ignoresParity = false;  ///< Parity bits are not looked at: of a stream that has none.
+};
+
 /// Joins the pairs of packets. A packet that another one or captions interrupt is kept until its continue code comes.
 class XdsReader {
 public:
+    /// Has read nothing yet.
+    explicit XdsReader(const XdsReaderOptions& options = {}) noexcept : _options(options) {}
+
     /// Takes a pair of field 2, with parity bits.
     /// @param first Its first byte.
     /// @param second Its second byte.
-    /// @param findings A packet with a wrong checksum or parity, too long, cut, or continued without a beginning.
+    /// @param findings A packet with a wrong checksum or parity, too long, cut, or continued without a beginning; each once.
     /// @param place The offset of findings.
     /// @return The packet that it ends; none for all other pairs.
     QLX_EXPORT std::optional<XdsPacket> receive(std::uint8_t first, std::uint8_t second,
                                                 FindingSink* findings = nullptr, std::uint64_t place = 0);
+
+    /// Called at the end: a packet that has no end is a finding. What comes then is read as by a new reader.
+    QLX_EXPORT void finish(FindingSink* findings = nullptr, std::uint64_t place = 0);
 
     /// Whether the next pair of characters belongs to a packet.
     [[nodiscard]] bool isOpen() const noexcept { return _open < _packets.size(); }
@@ -296,13 +308,16 @@ private:
         std::uint32_t age = 0;
     };
 
+    static void cut(const Begun& begun, FindingSink* findings, std::uint64_t place);
     void begin(std::uint8_t code, std::uint8_t type, FindingSink* findings, std::uint64_t place);
     void take(std::uint8_t first, std::uint8_t second);
     std::optional<XdsPacket> end(std::uint8_t checksum, bool isSound, FindingSink* findings, std::uint64_t place);
 
+    XdsReaderOptions _options;
     std::array<Begun, kKept> _packets{};
     std::size_t _open = kNone;
     std::uint32_t _begun = 0;
+    bool _isLost = false;  ///< What stands here belongs to a packet of whose beginning something has been said.
 };
 
 }  // namespace qlx::cea608
