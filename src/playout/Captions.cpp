@@ -70,13 +70,16 @@ private:
             const std::size_t size = detail::sizeOfLine(rest, cea608::kColumns);
             const auto line = rest.first(size);
             rest = rest.subspan(size);
-            if (_lines.size() == cea608::kGreatestCaptionRows) {
+            Cells kept(line.begin(), line.end());
+            detail::trimEnd(kept);
+            // Spaces that fill a row take none of the places.
+            if (!kept.empty() && _lines.size() == cea608::kGreatestCaptionRows) {
                 report(FindingCode::PlayoutRowLeftOut, Severity::Error, source, size + rest.size());
                 return;
             }
-            Cells kept(line.begin(), line.end());
-            detail::trimEnd(kept);
-            _lines.push_back({std::move(kept), source, 0});
+            if (!kept.empty()) {
+                _lines.push_back({std::move(kept), source, 0});
+            }
             rest = detail::withoutSpaces(rest);
             if (!rest.empty()) {
                 report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());

@@ -223,6 +223,16 @@ TEST(CaptionPackets, HaveTheTripletsOfTheRate) {
     }
 }
 
+TEST(CaptionPlayout, HasNoRowOfSpacesInPlaceOfText) {
+    qlx::Findings findings;
+    const Row wide = rowOf(std::string(33, ' ') + "x", Alignment::Unchanged);
+    const auto caption = captionOf(cueOf({wide, rowOf("2"), rowOf("3"), rowOf("4")}), FrameRate::Fps25, {}, &findings);
+    ASSERT_TRUE(caption);
+    ASSERT_EQ(caption->rows.size(), 4U);
+    EXPECT_EQ(caption->rows[0].cells.size(), 1U);
+    EXPECT_EQ(textsOf(findings), Texts{"0: row 1 is broken behind 33 characters"});
+}
+
 TEST(CaptionPlayout, SaysWhatIsLeftOut) {
     CaptionPlayout playout(FrameRate::Fps25);
     qlx::Findings findings;
