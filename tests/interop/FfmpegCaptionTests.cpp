@@ -14,16 +14,20 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include "DemoCues.h"
 #include "tests/cea608/RandomCaptions.h"
 
 #include <qlx/base/utf8.h>
+#include <qlx/cc/slots.h>
 #include <qlx/cea608/writer.h>
+#include <qlx/playout/captions.h>
 
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -52,8 +56,9 @@ struct DeletePacket {
 
 class Judge {
 public:
-    explicit Judge(Channel channel) : _field(channel.field) {
-        _context->pkt_timebase = {1001, 30000};
+    explicit Judge(Channel channel, qlx::FrameRate rate = qlx::FrameRate::Fps2997)
+        : _field(channel.field), _frame(qlx::frameDuration(rate)) {
+        _context->pkt_timebase = {static_cast<int>(_frame.value), _frame.timescale};
         EXPECT_EQ(av_opt_set_int(_context->priv_data, "data_field", _field - 1, 0), 0);
         EXPECT_EQ(avcodec_open2(_context.get(), _context->codec, nullptr), 0);
     }
@@ -114,9 +119,12 @@ private:
         return rows;
     }
 
-    static std::int64_t frameOf(double seconds) { return std::lround(seconds * 30000 / 1001); }
+    [[nodiscard]] std::int64_t frameOf(double seconds) const {
+        return std::lround(seconds * _frame.timescale / static_cast<double>(_frame.value));
+    }
 
     int _field;
+    qlx::MediaTime _frame;
     std::unique_ptr<AVCodecContext, DeleteContext> _context{
         avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_EIA_608))};
     std::unique_ptr<AVPacket, DeletePacket> _packet{av_packet_alloc()};
@@ -190,6 +198,63 @@ TEST(FfmpegCaptions, OfChannel1AreReadAsWritten) {
 TEST(FfmpegCaptions, OfChannel3AreReadAsWritten) {
     expectToBeRead(kCC3);
 }
+
+/// Text of rows with a space between them: `3/6 Hello\n4/2 you\n` is `Hello you`.
+std::string wordsOf(const std::string& rows) {
+    std::string text;
+    for (std::size_t begin = 0; begin < rows.size();) {
+        const std::size_t end = rows.find('\n', begin);
+        const std::size_t place = rows.find(' ', begin) + 1;
+        text += (text.empty() ? "" : " ") + rows.substr(place, end - place);
+        begin = end + 1;
+    }
+    return text;
+}
+
+/// The same of a cue. That decoder has a typographic apostrophe.
+std::string wordsOf(const qlx::subtitles::Cue& cue) {
+    std::string text;
+    for (const qlx::subtitles::Row& row : cue.rows) {
+        text += (text.empty() ? "" : " ") + row.text();
+    }
+    for (std::size_t place = text.find('\''); place != std::string::npos; place = text.find('\'')) {
+        text.replace(place, 1, "\u2019");
+    }
+    return text;
+}
+
+class FfmpegDemo : public ::testing::TestWithParam<std::tuple<qlx::FrameRate, Channel>> {};
+
+// 46 of 46, and each from the first slot of its field at or after its start on.
+TEST_P(FfmpegDemo, IsReadAsWrittenAndOnTime) {
+    const auto [rate, channel] = GetParam();
+    const std::vector<qlx::subtitles::Cue> cues = demoCues(QLX_DEMO_SRT);
+    ASSERT_EQ(cues.size(), 46U);
+    qlx::playout::CaptionPlayout playout(rate);
+    for (const qlx::subtitles::Cue& cue : cues) {
+        EXPECT_TRUE(playout.add(cue, {.channel = channel}));
+    }
+    Judge judge(channel, rate);
+    while (!playout.isDone()) {
+        const auto frame = static_cast<std::int64_t>(playout.frame());
+        const qlx::cc::Cdp cdp = playout.next();
+        const auto field = channel.field == 1 ? qlx::cc::CcType::Field1 : qlx::cc::CcType::Field2;
+        for (const qlx::cc::Triplet& pair : qlx::cc::fieldPairs(cdp.triplets(), field)) {
+            judge.take(frame, {pair.first, pair.second});
+        }
+    }
+    ASSERT_EQ(judge.shown.size(), cues.size());
+    const bool alternates = qlx::cc::slotsOf(rate).fieldsAlternate;
+    for (std::size_t index = 0; index < cues.size(); ++index) {
+        EXPECT_EQ(wordsOf(judge.shown[index].rows), wordsOf(cues[index])) << "cue " << index + 1;
+        auto due = static_cast<std::int64_t>(qlx::firstFrameAtOrAfter(cues[index].start, rate).value());
+        due += alternates && due % 2 != channel.field - 1 ? 1 : 0;
+        EXPECT_EQ(judge.shown[index].start, due) << "cue " << index + 1;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, FfmpegDemo,
+                         ::testing::Combine(::testing::ValuesIn(qlx::kFrameRates), ::testing::Values(kCC1, kCC3)));
 
 }  // namespace
 

@@ -8,12 +8,15 @@
 #ifdef QLX_HAVE_LIBZVBI
 
 #include "CaptionRows.h"
+#include "DemoCues.h"
 
 #include <qlx/base/utf8.h>
 #include <qlx/cea608/writer.h>
+#include <qlx/playout/captions.h>
 
 #include <libzvbi.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <random>
@@ -200,7 +203,54 @@ void expectTextsToBeRead(Channel channel) {
     EXPECT_TRUE(findings.empty()) << findings[0].text();
 }
 
+/// Without the extended sets: the letters that stand in front of theirs.
+std::string plainLinesOf(Caption caption) {
+    constexpr std::u32string_view kLetters = U"\u00EBe\u00EFi\u00F9u\u00C0A\u00C9E\u00C7C\u00CAE";
+    for (CaptionRow& row : caption.rows) {
+        for (Cell& cell : row.cells) {
+            for (std::size_t index = 0; index < kLetters.size(); index += 2) {
+                cell.character = cell.character == kLetters[index] ? kLetters[index + 1] : cell.character;
+            }
+        }
+    }
+    return linesOf(caption);
+}
+
+/// All 46 cues, in the frame in which each is due and in the last one in front of its end.
+void expectDemoToBeRead(Channel channel) {
+    const auto cues = qlxtest::demoCues(QLX_DEMO_SRT);
+    ASSERT_EQ(cues.size(), 46U);
+    Writer writer(qlx::FrameRate::Fps2997, {.doublesCodes = channel.field == 1});
+    Judge judge(channel);
+    std::vector<Caption> captions;
+    for (const qlx::subtitles::Cue& cue : cues) {
+        const auto caption = qlx::playout::captionOf(cue, qlx::FrameRate::Fps2997, {.channel = channel});
+        ASSERT_TRUE(caption);
+        ASSERT_TRUE(writer.add(*caption));
+        captions.push_back(*caption);
+    }
+    for (std::size_t index = 0; index < captions.size(); ++index) {
+        const bool isLast = index + 1 == captions.size();
+        const std::uint64_t end =
+            isLast ? captions[index].end : std::min(captions[index].end, captions[index + 1].start);
+        while (writer.frame() < end) {
+            const std::uint64_t frame = writer.frame();
+            judge.take(writer.next());
+            if (frame == captions[index].start || frame + 1 == end) {
+                ASSERT_EQ(judge.lines(), plainLinesOf(captions[index])) << "cue " << index + 1;
+            }
+        }
+    }
+}
+
 }  // namespace
+
+TEST(VbiCaptions, OfTheDemonstrationAreRead) {
+    for (const Channel channel : kChannels) {
+        SCOPED_TRACE(nameOf(channel));
+        expectDemoToBeRead(channel);
+    }
+}
 
 TEST(VbiCaptions, OfTextsAreRead) {
     for (const Channel channel : kTextChannels) {
