@@ -152,7 +152,7 @@ constexpr OptionRow kPlayOptions[] = {
 constexpr std::string_view kSubsNotes =
     R"(FILE is SRT, JSON or EBU STL, as its content says, or else its name; at most 64 MiB. Each row of a cue gets a line:
 number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
-in the same MODE (-: not sent). Behind the cues stand the blocks, lines or elements that were left out, or that need a
+in the same MODE, cea608 with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were left out, or that need a
 look, and why; with --mode also what a viewer will not see of a cue as it is written.
 
 Examples:
@@ -164,8 +164,8 @@ Examples:
 constexpr OptionRow kSubsOptions[] = {
     kSubtitleFile,
     mode("What the cues are placed for: teletext or cea608 (default: teletext)",
-         "It is also what they are compared with as a viewer sees them. For cea608 the cues start early, as `play` "
-         "sends them, and --rate is needed."),
+         "It is also what they are compared with as a viewer sees them. For cea608 the cues start early, as `play "
+         "--as-deployed` sends them, and --rate is needed."),
     rateOption("--rate", {}, &RawOptions::rate,
                "Show times as timecodes of this many frames a second (cea608 needs it)",
                "They are those of the nearest frames, at 29.97 and 59.94 in drop-frame counting."),

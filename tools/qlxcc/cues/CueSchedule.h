@@ -15,12 +15,12 @@ namespace qlx::tool {
 
 /// How a cue goes on air; frames are counted from 0.
 struct CueCourse {
-    std::uint64_t number = 0;            ///< That the file gives it.
-    std::string text;                    ///< Its rows.
-    std::uint64_t due = 0;               ///< The frame in which it is to appear.
-    std::optional<std::uint64_t> sent;   ///< The frame that carries the first bytes of it.
-    std::optional<std::uint64_t> shown;  ///< The frame in which it appears.
-    bool isLeftOut = false;              ///< It is not sent.
+    std::uint64_t number = 0;              ///< That the file gives it.
+    std::string text;                      ///< Its rows.
+    std::uint64_t due = 0;                 ///< The frame in which it is to appear.
+    std::optional<std::uint64_t> sent{};   ///< The frame that carries the first bytes of it.
+    std::optional<std::uint64_t> shown{};  ///< The frame in which it appears.
+    bool isLeftOut = false;                ///< It is not sent.
 };
 
 /// Writes a line a cue, as it appears: when it is sent, due and on air, and how many frames it is late.
