@@ -432,6 +432,26 @@ TEST(Show, HasColoursOnATerminalOnly) {
     EXPECT_EQ(folder.read("screen"), plain);
 }
 
+TEST(Show, CountsAllThatIsWrongInAFrame) {
+    // RDC, then 40 packets of 31 pairs whose second byte has a wrong parity, all in a frame.
+    const auto packet = [](const std::string& triplets) {
+        return R"({"line":9,"did":97,"sdid":1,"data":")" + qlxtest::cdpHex(4, triplets) + "\"}";
+    };
+    std::string text = R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[)" + packet("fc9429fc9429");
+    for (int count = 0; count < 40; ++count) {
+        text += "," + packet(qlxtest::repeated("fcc141", 31));
+    }
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", text + "]}\n");
+    const ToolResult result = runTool({"show", file, "--all", "--channel", "CC1"});
+    EXPECT_EQ(result.exitCode, 0);
+    const auto lines = qlxtest::linesOf(result.err);
+    ASSERT_EQ(lines.size(), 11U) << result.err;
+    const std::string begin = "qlxcc: warning: " + file + ": ";
+    EXPECT_EQ(lines[0], begin + "frame 0, line 9: wrong parity in pair c141");
+    EXPECT_EQ(lines[10], begin + "1230 more like \"wrong parity in pair c141\"");
+}
+
 TEST(ScanTeletext, PrintsPagesAndRows) {
     const TemporaryFolder folder;
     const auto line = [](const std::string& data) {

@@ -89,6 +89,21 @@ Dictionary jsonOf(const Watched& watched) {
     return {{isPage(*watched.onAir) ? "page" : "channel", watched.onAir->name()}, {"rows", screenRows(watched.screen)}};
 }
 
+/// Says what is wrong with packets of a frame that are decoded.
+class PlacedNotes final : public FindingSink {
+public:
+    PlacedNotes(FindingNotes& notes, std::uint64_t frame) : _notes(notes), _frame(frame) {}
+
+    void add(const Finding& finding) override {
+        _notes.setPlace(placeOf(_frame, finding.offset));
+        _notes.add(finding);
+    }
+
+private:
+    FindingNotes& _notes;
+    std::uint64_t _frame;
+};
+
 /// Reads a file's frames and writes what they show.
 class Show {
 public:
@@ -180,10 +195,8 @@ private:
         _firstTime = _firstTime ? _firstTime : frame.pts;
         _timeBefore = std::exchange(_lastTime, frame.pts);
         for (Watched& watched : _watched) {
-            Findings findings;
-            const bool isChanged = watched.onAir->receive(frame, &findings);
-            note(frame, findings);
-            if (!isChanged) {
+            PlacedNotes notes(_notes, frame.number);
+            if (!watched.onAir->receive(frame, &notes)) {
                 continue;
             }
             screen::Screen screen = watched.onAir->screen();
@@ -196,14 +209,6 @@ private:
             watched.screen = std::move(screen);
             watched.since = *frame.pts;
             watched.sinceFrame = frame.number;
-        }
-    }
-
-    /// Says what is wrong with packets that are decoded.
-    void note(const Frame& frame, const Findings& findings) {
-        for (const Finding& finding : findings) {
-            _notes.setPlace(placeOf(frame.number, finding.offset));
-            _notes.add(finding);
         }
     }
 
