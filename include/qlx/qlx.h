@@ -46,6 +46,7 @@
 #include <qlx/line21/line21.h>
 #include <qlx/log/status.h>
 #include <qlx/playout/captions.h>
+#include <qlx/playout/teletext.h>
 #include <qlx/playout/timeline.h>
 #include <qlx/screen/screen.h>
 #include <qlx/scte/conversion.h>
@@ -75,6 +76,10 @@
 #include <qlx/teletext/page_text.h>
 #include <qlx/teletext/sdp.h>
 #include <qlx/teletext/sdp_stream.h>
+#include <qlx/teletext/row_encoder.h>
+#include <qlx/teletext/sdp.h>
+#include <qlx/teletext/sdp_stream.h>
+#include <qlx/teletext/sets.h>
 #include <qlx/teletext/writer.h>
 #include <qlx/video/access_unit.h>
 #include <qlx/video/captions.h>

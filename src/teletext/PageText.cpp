@@ -3,7 +3,7 @@
 
 #include "base/MakeFinding.h"
 
-#include <qlx/teletext/characters.h>
+#include <qlx/teletext/row_encoder.h>
 
 #include <algorithm>
 
@@ -18,27 +18,20 @@ constexpr std::uint8_t kBlank = 0x20;
 /// Columns of a box's end and the next one's beginning.
 constexpr std::size_t kBetweenBoxes = 4;
 
-bool isLetter(const Cell& cell) noexcept {
+bool hasLetter(const Cell& cell) noexcept {
     return cell.isVisible && cell.character != U' ' && cell.character != U'\u00A0';
 }
 
 /// Whether a cell asks for something that teletext subtitles do not have.
 bool hasMore(const Cell& cell) noexcept {
     const Cell plain{.character = cell.character, .foreground = cell.foreground, .isVisible = true};
-    return cell.isVisible && cell != plain && (isLetter(cell) || cell.background != Color::Black);
-}
-
-/// The nearest colour that letters have; there are no black ones.
-Color letterColor(Color color) noexcept {
-    const std::size_t index = screen::basicIndex(color);
-    return index == 0 ? Color::White : screen::kBasicColors[index];
+    return cell.isVisible && cell != plain && (hasLetter(cell) || cell.background != Color::Black);
 }
 
 class RowCoder {
 public:
     RowCoder(const PageRow& row, std::uint8_t designation, FindingSink* findings, std::uint64_t offset) noexcept
-        : _row(row), _option(nationalOptionOf(designation).value_or(NationalOption::English)), _findings(findings),
-          _offset(offset) {}
+        : _row(row), _set(shownSet(designation, designation)), _findings(findings), _offset(offset) {}
 
     bool code(CodedRow& coded) {
         const auto isVisible = [](const Cell& cell) { return cell.isVisible; };
@@ -53,11 +46,12 @@ public:
             report(FindingCode::TeletextRowLeftOut, Severity::Error, _cells.size());
             return false;
         }
-        const auto letter = std::find_if(_cells.begin(), _cells.end(), isLetter);
+        const auto letter = std::find_if(_cells.begin(), _cells.end(), hasLetter);
         _color = letter == _cells.end() ? Color::White : letterColor(letter->foreground);
         place(_row.column + static_cast<std::size_t>(first - _row.cells.begin()));
         coded.row = _row.row;
         coded.isDoubleHeight = _row.isDoubleHeight;
+        _coded = &coded;
         _codes = coded.codes;
         std::fill(_codes.begin(), _codes.end(), kBlank);
         writeLead();
@@ -81,6 +75,9 @@ private:
         if (_cells.size() > room) {
             report(FindingCode::TeletextRowCut, Severity::Error, _cells.size() - room);
             _cells = _cells.first(room);
+            while (!_cells.back().isVisible) {
+                _cells = _cells.first(_cells.size() - 1);
+            }
         }
         _start = std::clamp(wanted, lead, kDataBytes - _cells.size());
         if (_start != wanted) {
@@ -128,7 +125,7 @@ private:
 
     void writeCell(std::size_t index) {
         const Cell& cell = _cells[index];
-        if (!isLetter(cell)) {
+        if (!hasLetter(cell)) {
             return;
         }
         const Color color = letterColor(cell.foreground);
@@ -138,12 +135,14 @@ private:
         _kept = color == _color ? std::optional<Color>() : color;
         const bool isShown =
             cell.part != screen::CellPart::LowerHalf && cell.side != screen::CellSide::RightHalf && !cell.isConcealed;
-        _codes[_start + index] = isShown ? characterCode(cell.character) : kBlank;
+        if (isShown) {
+            writeCharacter(cell.character, _start + index);
+        }
     }
 
     /// In the place of a space that nothing else has taken.
     void changeColor(std::size_t index, Color color) {
-        if (index > 0 && _codes[_start + index - 1] == kBlank && !isLetter(_cells[index - 1])) {
+        if (index > 0 && _codes[_start + index - 1] == kBlank && !hasLetter(_cells[index - 1])) {
             _codes[_start + index - 1] = colorCode(color);
             _color = color;
         } else if (_kept != color) {
@@ -151,23 +150,26 @@ private:
         }
     }
 
-    std::uint8_t characterCode(char32_t character) const {
-        if (const auto code = latinG0Code(character, _option)) {
-            return *code;
+    void writeCharacter(char32_t character, std::size_t column) {
+        const CellCode code = encodeCharacter(character, _set);
+        _codes[column] = code.code;
+        if (code.isPlaced()) {
+            _coded->placements.push_back({_row.row, static_cast<std::uint8_t>(column), code.mode, code.placedCode});
         }
-        if (_findings != nullptr) {
+        if (code.fit != CellCode::Fit::Exact && _findings != nullptr) {
+            const bool isReplaced = code.fit == CellCode::Fit::Replaced;
             _findings->add(
-                makeFinding(FindingCode::TeletextCharacterMissing, Severity::Error, _offset, character, kReplacement));
+                makeFinding(isReplaced ? FindingCode::TeletextCharacterReplaced : FindingCode::TeletextCharacterMissing,
+                            isReplaced ? Severity::Remark : Severity::Error, _offset, character, code.shown));
         }
-        return kReplacement;
     }
 
-    /// Cells that are not visible, up to the next one that is, which there is.
+    /// Cells that are not visible, up to the next one that is: the last one is.
     std::size_t writeGap(std::size_t index) {
         const auto rest = _cells.subspan(index);
         const auto next = std::find_if(rest.begin(), rest.end(), [](const Cell& cell) { return cell.isVisible; });
         const auto size = static_cast<std::size_t>(next - rest.begin());
-        const bool changesColor = next != rest.end() && isLetter(*next) && letterColor(next->foreground) != _color;
+        const bool changesColor = hasLetter(*next) && letterColor(next->foreground) != _color;
         if (size < kBetweenBoxes + (changesColor ? 1U : 0U)) {
             report(FindingCode::TeletextBoxesJoined, Severity::Warning, _start + index);
             return index + size;
@@ -190,16 +192,14 @@ private:
             report(FindingCode::TeletextStyleLeftOut, Severity::Remark, cells);
         }
         const std::uint64_t changed =
-            count([](const Cell& cell) { return isLetter(cell) && letterColor(cell.foreground) != cell.foreground; });
+            count([](const Cell& cell) { return hasLetter(cell) && letterColor(cell.foreground) != cell.foreground; });
         if (changed != 0) {
             report(FindingCode::TeletextColorChanged, Severity::Remark, changed);
         }
     }
 
-    static constexpr std::uint8_t kReplacement = '?';
-
     const PageRow& _row;
-    NationalOption _option;
+    CharacterSet _set;
     FindingSink* _findings;
     std::uint64_t _offset;
     std::span<const Cell> _cells;
@@ -207,6 +207,7 @@ private:
     Color _color = Color::White;
     std::optional<Color> _kept;  ///< The colour that letters in front of this one should have.
     std::span<std::uint8_t> _codes;
+    CodedRow* _coded = nullptr;
 };
 
 }  // namespace

@@ -2,8 +2,10 @@
 #include <qlx/teletext/writer.h>
 
 #include "base/MakeFinding.h"
+#include "base/OffsetSink.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace qlx::teletext {
@@ -41,6 +43,7 @@ Writer::Writer(FrameRate rate, const WriterOptions& options)
     : _rate(rate), _options(options), _fields(fieldsOf(rate, options.fields)) {
     _options.packetsPerField =
         std::clamp(options.packetsPerField, std::uint8_t{1}, static_cast<std::uint8_t>(kGreatestFieldPackets));
+    _slot = std::min(options.firstFrame, kGreatestFrame) * _fields;
 }
 
 Writer::Page& Writer::pageOf(std::uint16_t number) {
@@ -55,21 +58,21 @@ Writer::Page& Writer::pageOf(std::uint16_t number) {
 }
 
 bool Writer::add(const PageText& text, FindingSink* findings) {
-    CodedPage page{text.page, text.subcode, text.start, text.end, text.designation, {}};
+    CodedPage page{text.page, text.subcode, text.start, text.end, text.designation, {}, _added++};
     for (const PageRow& row : text.rows) {
-        const auto coded = codeRow(row, text.designation, findings, _added);
+        const auto coded = codeRow(row, text.designation, findings, page.findingsOffset);
         if (coded && !insertRow(page.rows, *coded)) {
-            addTo(findings,
-                  makeFinding(FindingCode::TeletextRowLeftOut, Severity::Error, _added, row.row, row.cells.size()));
+            addTo(findings, makeFinding(FindingCode::TeletextRowLeftOut, Severity::Error, page.findingsOffset, row.row,
+                                        row.cells.size()));
         }
     }
     return add(std::move(page), findings);
 }
 
 bool Writer::add(CodedPage page, FindingSink* findings) {
-    const std::uint64_t number = _added++;
+    const std::uint64_t number = page.findingsOffset;
     const PageHeader asked{.page = page.page, .subcode = page.subcode};
-    if (!packetOf(asked) || !asked.isCallable()) {
+    if (!packetOf(asked) || !asked.isCallable() || page.designation >= kDesignations) {
         addTo(findings,
               makeFinding(FindingCode::TeletextPageNotCallable, Severity::Error, number, page.page, page.subcode));
         return false;
@@ -92,7 +95,7 @@ bool Writer::add(CodedPage page, FindingSink* findings) {
     target.hasStarted = true;
     target.lastStart = start;
     const std::uint64_t end = page.end * _fields;
-    target.waiting.push({std::move(page), number, start, end});
+    target.waiting.push({std::move(page), start, end});
     return true;
 }
 
@@ -200,8 +203,8 @@ void Writer::beginErase(Lane& lane, Page& page, FindingSink* findings) {
     const std::uint64_t frame = frameOf(_slot);
     const std::uint64_t end = frameOf(page.shown->end);
     if (frame > end) {
-        addTo(findings,
-              makeFinding(FindingCode::TeletextEraseLate, Severity::Warning, page.shown->number, end, frame - end));
+        addTo(findings, makeFinding(FindingCode::TeletextEraseLate, Severity::Warning, page.shown->page.findingsOffset,
+                                    end, frame - end));
     }
     putHeader(lane, *page.shown, true, true);
     lane.firstRow = lane.packets.size();
@@ -217,18 +220,18 @@ bool Writer::beginText(Lane& lane, Page& page, FindingSink* findings) {
     const bool isAddition = page.shown && text.start <= page.shown->end && isPartOf(page.shown->page, text.page);
     const std::uint64_t rowsFrom = std::max(text.start, isAddition ? _slot : _slot + 1);
     if (rowsFrom >= text.end) {
-        addTo(findings, makeFinding(FindingCode::TeletextPageLeftOut, Severity::Error, text.number, frameOf(text.start),
-                                    frameOf(text.end)));
+        addTo(findings, makeFinding(FindingCode::TeletextPageLeftOut, Severity::Error, text.page.findingsOffset,
+                                    frameOf(text.start), frameOf(text.end)));
         return false;
     }
     const bool isSame = isAddition && page.shown->page.rows.size() == text.page.rows.size();
     if (!isSame) {
         putHeader(lane, text, !isAddition, true);
-        putRows(lane, text, isAddition ? &*page.shown : nullptr);
+        putRows(lane, text, isAddition ? &*page.shown : nullptr, findings);
         putClosingHeader(lane, text);
         lane.rowsFrom = rowsFrom;
         lane.startFrame = frameOf(text.start);
-        lane.number = text.number;
+        lane.number = text.page.findingsOffset;
         lane.isNew = true;
         page.repeat = _slot + std::uint64_t{_options.repeatAfter} * nominalFramesPerSecond(_rate) * _fields;
     }
@@ -248,7 +251,7 @@ bool Writer::beginRepetition(Lane& lane) {
         return false;
     }
     putHeader(lane, *page->shown, false, false);
-    putRows(lane, *page->shown, nullptr);
+    putRows(lane, *page->shown, nullptr, nullptr);
     putClosingHeader(lane, *page->shown);
     lane.rowsFrom = _slot;
     lane.isNew = false;
@@ -272,13 +275,29 @@ void Writer::putHeader(Lane& lane, const Text& text, bool erases, bool isUpdate)
     lane.packets.push_back(*packetOf(header));
 }
 
-void Writer::putRows(Lane& lane, const Text& text, const Text* shown) const {
+void Writer::putRows(Lane& lane, const Text& text, const Text* shown, FindingSink* findings) {
+    const auto magazine = static_cast<std::uint8_t>(text.page.page >> 8U);
+    if (needsDesignationPacket(text.page.designation)) {
+        lane.packets.push_back(*designationPacket(magazine, text.page.designation));
+    }
+    // Also those of rows that are there already: what comes takes the place of all that was.
+    _placements.clear();
+    for (const CodedRow& row : text.page.rows) {
+        _placements.insert(_placements.end(), row.placements.begin(), row.placements.end());
+    }
+    if (!_placements.empty()) {
+        const std::size_t before = lane.packets.size();
+        lane.packets.resize(before + kEnhancementPackets);
+        OffsetSink placed(findings, text.page.findingsOffset);
+        const std::span<Packet> room = std::span(lane.packets).subspan(before);
+        lane.packets.resize(before + enhancementPackets(_placements, magazine, room, &placed));
+    }
     lane.firstRow = lane.packets.size();
     for (const CodedRow& row : text.page.rows) {
         const bool isThere = shown != nullptr &&
                              std::find(shown->page.rows.begin(), shown->page.rows.end(), row) != shown->page.rows.end();
         if (!isThere) {
-            lane.packets.push_back(*rowPacket(static_cast<std::uint8_t>(text.page.page >> 8U), row.row, row.codes));
+            lane.packets.push_back(*rowPacket(magazine, row.row, row.codes));
         }
     }
 }

@@ -114,6 +114,9 @@ extern std::shared_ptr<QLXVANCPacket> packet;
 namespace playout_captions {
 extern qlx::subtitles::Cue cue;
 }
+namespace playout_teletext {
+extern qlx::subtitles::Cue cue;
+}
 namespace playout_timeline {
 extern std::shared_ptr<const qlx::subtitles::Cue> cue;
 extern std::int64_t frames;

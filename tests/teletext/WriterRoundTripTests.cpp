@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -270,6 +272,183 @@ TEST(TeletextWriterRoundTrip, ShowsPagesAtOnce) {
         }
         expectAll(pages, FrameRate::Fps25, {.packetsPerField = 15});
     }
+}
+
+// Anything
+
+PageRow anyRow(Random& random) {
+    constexpr std::u32string_view kMissing = U"\u65E5\u0416\u05D0";
+    PageRow row{.row = static_cast<std::uint8_t>(below(random, 27)),
+                .column = static_cast<std::uint8_t>(below(random, 45))};
+    row.isDoubleHeight = below(random, 2) == 0;
+    Cell look{.isVisible = true};
+    row.cells.resize(below(random, 50));
+    for (Cell& cell : row.cells) {
+        const std::uint32_t kind = below(random, 60);
+        look.foreground = kind < 4 ? static_cast<Color>(below(random, 64)) : look.foreground;
+        look.isItalic = kind < 2 ? !look.isItalic : look.isItalic;
+        look.isVisible = below(random, 12) == 0 ? !look.isVisible : look.isVisible;
+        cell = look;
+        cell.character = kind < 20 ? U' '
+                         : kind == 59
+                             ? kMissing[below(random, 3)]
+                             : latinG0(static_cast<std::uint8_t>(0x21 + below(random, 0x5E)), NationalOption::German);
+    }
+    return row;
+}
+
+/// A row after what is said of it: none where it is left out.
+std::optional<std::pair<std::size_t, SeenRow>> explained(const PageRow& row, const qlx::Findings& findings) {
+    const auto first =
+        std::find_if(row.cells.begin(), row.cells.end(), [](const Cell& cell) { return cell.isVisible; });
+    const auto last =
+        std::find_if(row.cells.rbegin(), row.cells.rend(), [](const Cell& cell) { return cell.isVisible; });
+    if (first == row.cells.end()) {
+        return std::nullopt;
+    }
+    PageRow shown = row;
+    shown.cells.assign(first, last.base());
+    std::size_t column = row.column + static_cast<std::size_t>(first - row.cells.begin());
+    std::map<char32_t, char32_t> letters;
+    std::set<std::size_t> kept;
+    std::set<std::size_t> joined;
+    for (const qlx::Finding& finding : findings) {
+        const auto second = static_cast<std::size_t>(finding.second);
+        switch (finding.code) {
+        case FindingCode::TeletextRowLeftOut:
+            return std::nullopt;
+        case FindingCode::TeletextRowMoved:
+            column = second;
+            break;
+        case FindingCode::TeletextRowCut:
+            shown.cells.resize(shown.cells.size() - second);
+            break;
+        case FindingCode::TeletextCharacterReplaced:
+        case FindingCode::TeletextCharacterMissing:
+            letters[static_cast<char32_t>(finding.first)] = static_cast<char32_t>(finding.second);
+            break;
+        case FindingCode::TeletextColorKept:
+            kept.insert(second);
+            break;
+        case FindingCode::TeletextBoxesJoined:
+            joined.insert(second);
+            break;
+        default:
+            EXPECT_TRUE(finding.code == FindingCode::TeletextStyleLeftOut ||
+                        finding.code == FindingCode::TeletextColorChanged)
+                << finding.text();
+            break;
+        }
+    }
+    shown.column = static_cast<std::uint8_t>(column);
+    std::optional<Color> color;
+    bool keeps = false;
+    bool joins = false;
+    for (std::size_t index = 0; index < shown.cells.size(); ++index) {
+        Cell& cell = shown.cells[index];
+        joins = !cell.isVisible && (joins || joined.count(column + index) != 0);
+        if (!cell.isVisible) {
+            cell.character = U' ';
+            cell.isVisible = joins;
+        }
+        if (cell.character == U' ') {
+            keeps = false;
+            continue;
+        }
+        const auto letter = letters.find(cell.character);
+        cell.character = letter == letters.end() ? cell.character : letter->second;
+        keeps = keeps || kept.count(column + index) != 0;
+        const std::size_t basic = qlx::screen::basicIndex(cell.foreground);
+        // There is no black, and a colour that stays does so up to the next space, or to its own letters.
+        const Color asked = basic == 0 ? Color::White : qlx::screen::kBasicColors[basic];
+        cell.foreground = keeps ? *color : asked;
+        color = cell.foreground;
+    }
+    return std::pair(std::size_t{shown.row}, seenOf(shown));
+}
+
+TEST(TeletextWriterRoundTrip, ShowsAnyRowAsItIsSaid) {
+    Random random(15);
+    for (int count = 0; count < 10'000; ++count) {
+        const PageRow row = anyRow(random);
+        qlx::Findings findings;
+        const auto coded = codeRow(row, 1, &findings);
+        const auto expected = explained(row, findings);
+        ASSERT_EQ(coded.has_value(), expected.has_value());
+        if (!coded) {
+            continue;
+        }
+        PageReader page(0x888);
+        PageHeader header{.page = 0x888};
+        header.subcode = 0;
+        header.isSubtitle = true;
+        header.nationalOption = 1;
+        (void)page.receive(*packetOf(header));
+        (void)page.receive(*rowPacket(8, coded->row, coded->codes));
+        const SeenPage seen = seenOf(page.screen());
+        const bool hasLetters = std::any_of(expected->second.begin(), expected->second.end(),
+                                            [](const Seen& cell) { return cell.character != U' '; });
+        ASSERT_EQ(seen.size(), hasLetters ? 1U : 0U) << "row " << count;
+        if (hasLetters) {
+            ASSERT_TRUE(*seen.begin() == SeenPage::value_type(*expected)) << "row " << count;
+        }
+    }
+}
+
+/// What is late or left out is, by as much as is said.
+TEST(TeletextWriterRoundTrip, ShowsAnyTextsWhenItIsSaid) {
+    Random random(16);
+    std::size_t late = 0;
+    for (int round = 0; round < 20; ++round) {
+        // Two pages of one magazine, and no room for what they have to say.
+        const PageTexts pages{{0x801, fittingTexts(random, 0x801, 50, 1)}, {0x888, fittingTexts(random, 0x888, 50, 1)}};
+        Writer writer(round % 2 == 0 ? FrameRate::Fps50 : FrameRate::Fps25,
+                      {.packetsPerField = static_cast<std::uint8_t>(1 + below(random, 5))});
+        std::vector<const PageText*> texts;
+        for (const auto& [number, list] : pages) {
+            for (const PageText& text : list) {
+                texts.push_back(&text);
+                ASSERT_TRUE(writer.add(text));
+            }
+        }
+        SdpStream stream;
+        Receiver receiver({0x801, 0x888});
+        qlx::Findings findings(10'000);
+        std::map<std::uint64_t, std::map<std::uint16_t, SeenPage>> seen;
+        while (!writer.isDone()) {
+            const FieldPackets field = writer.next(&findings);
+            receiver.receive(stream.next(field.packets.items(), field.isOdd), field.isOdd);
+            if (!field.packets.empty()) {
+                for (const std::uint16_t page : {std::uint16_t{0x801}, std::uint16_t{0x888}}) {
+                    seen[field.frame][page] = receiver.seen(page);
+                }
+            }
+        }
+        std::vector<std::uint64_t> delays(texts.size(), 0);
+        std::set<std::size_t> leftOut;
+        for (const qlx::Finding& finding : findings) {
+            const auto number = static_cast<std::size_t>(finding.offset);
+            if (finding.code == FindingCode::TeletextPageLate) {
+                delays[number] = static_cast<std::uint64_t>(finding.second);
+                ++late;
+            } else if (finding.code == FindingCode::TeletextPageLeftOut) {
+                leftOut.insert(number);
+            } else {
+                ASSERT_EQ(finding.code, FindingCode::TeletextEraseLate) << finding.text();
+            }
+        }
+        for (std::size_t number = 0; number < texts.size(); ++number) {
+            const PageText& text = *texts[number];
+            const std::uint64_t frame = text.start + delays[number];
+            auto then = seen.upper_bound(frame);
+            const bool isShown = then != seen.begin() && (--then)->second.at(text.page) == seenOf(text);
+            // In the frame in which it is complete the next one may have erased it.
+            if (leftOut.count(number) == 0 && frame + 1 < text.end) {
+                ASSERT_TRUE(isShown) << "round " << round << ", text " << number << ", frame " << frame;
+            }
+        }
+    }
+    EXPECT_GT(late, 100U);
 }
 
 }  // namespace

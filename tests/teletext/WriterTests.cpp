@@ -162,7 +162,8 @@ TEST(TeletextRows, SayWhatHasNoForm) {
                       {"7: 3 columns of row 23 are left out: there is no such row, or it has text already"}),
               "");
     EXPECT_EQ(codesOf({.column = 4, .cells = std::vector<Cell>(3)}), "");
-    EXPECT_EQ(codesOf({.column = 4, .cells = cellsOf(U"\u65E5")}, {"7: character 65e5 is sent as 3f"}),
+    EXPECT_EQ(codesOf({.column = 4, .cells = cellsOf(U"\u65E5")},
+                      {"7: the character set has no character 65e5, 3f stands in its place"}),
               " <0D><0B><0B>?<0A><0A>");
 }
 

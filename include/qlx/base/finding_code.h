@@ -191,13 +191,18 @@ enum class FindingCode : std::uint32_t {
     TeletextColorKept,              ///< Row, column where the colour should change, and no space is in front.
     TeletextColorChanged,           ///< Row, letters whose colour became the nearest one.
     TeletextStyleLeftOut,           ///< Row, cells that ask for what has no form in teletext.
-    TeletextCharacterMissing,       ///< Unicode of the character, that of what stands in its place.
     TeletextPageNotCallable,        ///< Page, subcode; left out.
     TeletextTimesWrong,             ///< Frame of its start, frame of its end; left out.
     TeletextPageEmpty,              ///< No numbers; left out.
     TeletextPageLate,               ///< Frame of its start, frames behind it.
     TeletextEraseLate,              ///< Frame of its end, frames behind it.
     TeletextPageLeftOut,            ///< Frame of its start, frame of its end: it was over before it could begin.
+    // teletext, texts as codes and placements
+    TeletextCharacterReplaced = 0x6'0101,  ///< Unicode character there, one that is shown for it.
+    TeletextCharacterMissing,              ///< Unicode character there, one that is shown for it.
+    TeletextMarkLeftOut,                   ///< Unicode character there: a mark that no letter takes.
+    TeletextOrderLost,                     ///< First place that is read otherwise from the screen, cells of the row.
+    TeletextPlacementLeftOut,              ///< Row, column.
 
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
@@ -474,6 +479,11 @@ enum class FindingCode : std::uint32_t {
     PlayoutRowBroken,             ///< Row of the cue, characters of it in front of those that go on the next row.
     PlayoutRowLeftOut,            ///< Row of the cue, characters of it that are left out.
     PlayoutBoldLeftOut,           ///< Row of the cue, characters of it that are not bold.
+    PlayoutPageFull = 0xD'0101,   ///< Row of the cue, characters of it that are left out.
+    PlayoutCueMoved,              ///< First row on the page that it should have, the one that it has.
+    PlayoutCueLeftOut,            ///< First row on the page that it should have; something else stands there.
+    PlayoutOrderWrong,            ///< Frame of its start, that of the one in front of it; left out.
+    PlayoutRateUnusual,           ///< Frames a second.
 
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.

@@ -10,6 +10,7 @@
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <qlx/base/finding.h>
 #include <qlx/screen/screen.h>
+#include <qlx/teletext/enhancement.h>
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/page.h>
 
@@ -44,21 +45,30 @@ struct CodedRow {
     std::uint8_t row = kLastTallRow;               ///< 1 to 23.
     bool isDoubleHeight = true;                    ///< The row below it is hidden.
     std::array<std::uint8_t, kDataBytes> codes{};  ///< Seven bits each.
+    std::vector<Placement> placements{};           ///< What X/26 puts over it, by column.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const CodedRow&, const CodedRow&) = default;
 };
 
+/// The nearest colour that letters have: the basic ones without black.
+[[nodiscard]] constexpr screen::Color letterColor(screen::Color color) noexcept {
+    const std::size_t index = screen::basicIndex(color);
+    return index == 0 ? screen::Color::White : screen::kBasicColors[index];
+}
+
 /// Codes that stand in front of a row's text: its colour, unless that is white, double height, and the beginning of the
 /// box twice. The text may begin at this column, and has the columns from there on.
 [[nodiscard]] constexpr std::size_t leadingCodes(bool isDoubleHeight, screen::Color first) noexcept {
-    return 2U + (isDoubleHeight ? 1U : 0U) + (first == screen::Color::White ? 0U : 1U);
+    return 2U + (isDoubleHeight ? 1U : 0U) + (letterColor(first) == screen::Color::White ? 0U : 1U);
 }
 
 /// The codes of a row. Its text stands in a box that has one blank cell more on each side, where the row has room for
 /// it; cells that are not visible end a box and begin another where there are four of them (five with a change of
 /// colour), and are spaces of the box otherwise. A change of colour takes the place of a space in front of it; between
-/// two letters the old colour stays up to the next space.
+/// two letters the old colour stays up to the next space. Characters stand as they are shown: displayCells() gives those
+/// of a text. One that the set lacks is put over its nearest letter by X/26, if that has it (TeletextCharacterReplaced,
+/// TeletextCharacterMissing).
 ///
 /// Text that begins in front of the codes that it needs, or would end behind the row, is moved (TeletextRowMoved), and
 /// what still has no room is cut off (TeletextRowCut). Colours that are none of the seven become the nearest
@@ -77,7 +87,7 @@ struct PageText {
     std::uint16_t subcode = 0;           ///< As in PageHeader.
     std::uint64_t start = 0;             ///< The frame from which on it is shown.
     std::uint64_t end = 0;               ///< The frame from which on it is not, behind `start`.
-    std::uint8_t designation = 0;        ///< Character set: seven bits, as nationalOptionOf() takes them.
+    std::uint8_t designation = 0;        ///< Of the character set: 0 to 7Fh (characterSetOf).
     std::vector<PageRow> rows{};         ///< In any order.
 
     /// Whether all fields are equal.
@@ -92,6 +102,7 @@ struct CodedPage {
     std::uint64_t end = 0;               ///< The same.
     std::uint8_t designation = 0;        ///< The same.
     std::vector<CodedRow> rows{};        ///< In ascending order, none twice, none below one of double height.
+    std::uint64_t findingsOffset = 0;    ///< What findings have as their offset.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const CodedPage&, const CodedPage&) = default;

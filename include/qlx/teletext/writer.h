@@ -31,7 +31,7 @@ inline constexpr std::size_t kGreatestFieldPackets = 15;
 enum class FrameFields : std::uint8_t {
     ByRate,       ///< Two up to 30 frames a second, one above.
     Interlaced,   ///< Two: the odd one first.
-    Progressive,  ///< One: odd in every other frame, beginning with frame 0.
+    Progressive,  ///< One: odd in frames of even number.
 };
 
 /// How a writer sends.
@@ -43,6 +43,7 @@ struct WriterOptions {
     bool isSubtitle = true;                    ///< C6.
     bool isNewsflash = false;                  ///< C5.
     bool suppressesHeader = true;              ///< C7.
+    std::uint64_t firstFrame = 0;              ///< The number of the frame that is sent first.
 };
 
 /// What a field carries.
@@ -65,17 +66,20 @@ struct FieldPackets {
 /// over before it can begin and thus left out (TeletextPageLeftOut), or is erased in a later frame (TeletextEraseLate).
 /// Pages are sent again, when that is asked for, where within half a second nothing of their magazine is due.
 ///
-/// The offset of findings is the number of the text, counted by add() from 0.
+/// A page whose set receivers of Western Europe do not have of themselves has packet X/28/0 each time; packets X/26 stand
+/// in front of the rows.
+///
+/// The offset of findings is the number of the text, counted by add() from 0, or what coded pages say.
 class Writer {
 public:
-    /// Has nothing to send yet; the next field is the first one of frame 0.
+    /// Has nothing to send yet; the next field is the first one of the first frame.
     QLX_EXPORT explicit Writer(FrameRate rate, const WriterOptions& options = {});
 
     /// Takes a text. Rows that collide with those in front of them are left out (TeletextRowLeftOut).
     /// @return False, with a finding, when it is left out: its page cannot be called, it does not end behind its start,
     /// does not start behind the start of the text before it of its page, or has no row with something visible.
     QLX_EXPORT bool add(const PageText& text, FindingSink* findings = nullptr);
-    /// The same with rows that are coded.
+    /// The same with rows that are coded: each one as codeRow() gives it.
     QLX_EXPORT bool add(CodedPage page, FindingSink* findings = nullptr);
 
     /// The packets of the next field.
@@ -93,7 +97,6 @@ private:
 
     struct Text {
         CodedPage page;
-        std::uint64_t number = 0;
         std::uint64_t start = 0;  ///< Slot.
         std::uint64_t end = 0;    ///< Slot.
     };
@@ -140,7 +143,7 @@ private:
     void beginErase(Lane& lane, Page& page, FindingSink* findings);
     bool beginRepetition(Lane& lane);
     void putHeader(Lane& lane, const Text& text, bool erases, bool isUpdate) const;
-    void putRows(Lane& lane, const Text& text, const Text* shown) const;
+    void putRows(Lane& lane, const Text& text, const Text* shown, FindingSink* findings);
     void putClosingHeader(Lane& lane, const Text& text) const;
 
     FrameRate _rate;
@@ -149,6 +152,7 @@ private:
     std::uint64_t _slot = 0;
     std::uint64_t _added = 0;
     std::array<Lane, kGreatestMagazine> _lanes;
+    std::vector<Placement> _placements;
 };
 
 }  // namespace qlx::teletext

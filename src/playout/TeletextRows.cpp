@@ -1,0 +1,177 @@
+// Cues as rows of a teletext page: which characters stand where.
+#include "base/MakeFinding.h"
+#include "base/OffsetSink.h"
+#include "playout/CueRows.h"
+
+#include <qlx/playout/teletext.h>
+#include <qlx/teletext/row_encoder.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace qlx::playout {
+
+namespace {
+
+/// The rows that a cue's numbers count, as many as there are of double height.
+constexpr std::size_t kTallRows = 11;
+constexpr std::size_t kColumns = teletext::kDataBytes;
+/// Columns of text that begins at the left, whatever its colour.
+constexpr std::size_t kUsualColumns = 36;
+
+/// A row of text, in the order in which it is read.
+struct TextLine {
+    detail::Cells cells;
+    std::size_t source = 0;    ///< Index of the cue's row.
+    std::size_t distance = 0;  ///< Rows of text below the first one.
+};
+
+class PageMaker {
+public:
+    PageMaker(const subtitles::Cue& cue, const TeletextOptions& options, FindingSink* findings) noexcept
+        : _cue(cue), _options(options), _findings(findings),
+          _set(teletext::shownSet(options.designation, options.designation)),
+          _greatest(options.isDoubleHeight ? kTallRows : teletext::kLastTextRow) {}
+
+    std::vector<teletext::PageRow> make() {
+        for (std::size_t source = 0; source < _cue.rows.size(); ++source) {
+            addRow(source);
+        }
+        std::vector<teletext::PageRow> rows;
+        if (_lines.empty()) {
+            return rows;
+        }
+        setDistances();
+        const std::size_t first = firstRow();
+        for (const TextLine& line : _lines) {
+            rows.push_back(rowOf(line, first + line.distance));
+        }
+        return rows;
+    }
+
+private:
+    void report(FindingCode code, Severity severity, std::size_t source, std::size_t count) const {
+        if (_findings != nullptr) {
+            _findings->add(makeFinding(code, severity, _options.findingsOffset, source + 1, count));
+        }
+    }
+
+    /// Of text that begins with these: with the first of its letters, or any where the display order is another.
+    [[nodiscard]] std::size_t leadOf(std::span<const screen::Cell> cells, bool isDisplayed) const noexcept {
+        using screen::Color;
+        const auto letter = std::find_if(cells.begin(), cells.end(), [&](const screen::Cell& cell) {
+            const bool hasLetter = cell.character != U' ' && cell.character != U'\u00A0';
+            return hasLetter && (isDisplayed || !_set.isRightToLeft() || cell.foreground != Color::White);
+        });
+        return teletext::leadingCodes(_options.isDoubleHeight,
+                                      letter == cells.end() ? Color::White : letter->foreground);
+    }
+
+    void addRow(std::size_t source) {
+        std::size_t bold = 0;
+        const detail::Cells cells = detail::cellsOf(_cue.rows[source], bold);
+        if (bold > 0) {
+            report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
+        }
+        std::span<const screen::Cell> rest = cells;
+        while (!rest.empty()) {
+            const auto line = rest.first(detail::sizeOfLine(rest, kColumns - leadOf(rest, false)));
+            if (_lines.size() == _greatest) {
+                report(FindingCode::PlayoutPageFull, Severity::Error, source, rest.size());
+                return;
+            }
+            detail::Cells kept(line.begin(), line.end());
+            detail::trimEnd(kept);
+            _lines.push_back({std::move(kept), source, 0});
+            rest = detail::withoutSpaces(rest.subspan(line.size()));
+            if (!rest.empty()) {
+                report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());
+            }
+        }
+    }
+
+    /// Rows of the cue keep theirs, if there is room.
+    void setDistances() {
+        for (std::size_t index = 1; index < _lines.size(); ++index) {
+            const TextLine& before = _lines[index - 1];
+            const std::uint64_t upper = _cue.rows[before.source].number;
+            const std::uint64_t lower = _cue.rows[_lines[index].source].number;
+            const std::size_t rows = _lines[index].source - before.source;
+            const std::uint64_t distance = upper == 0 || lower == 0 ? rows : lower > upper ? lower - upper : 1;
+            _lines[index].distance =
+                before.distance + static_cast<std::size_t>(std::clamp<std::uint64_t>(distance, 1, kTallRows));
+        }
+        if (_lines.back().distance >= _greatest) {
+            for (std::size_t index = 0; index < _lines.size(); ++index) {
+                _lines[index].distance = index;
+            }
+        }
+    }
+
+    /// Counted from 0, in rows as high as the text.
+    [[nodiscard]] std::size_t firstRow() const noexcept {
+        const std::size_t height = _lines.back().distance + 1;
+        const std::size_t lowest = _greatest - height;
+        const subtitles::Row& last = _cue.rows[_lines.back().source];
+        if (last.number != 0) {
+            const std::size_t place = static_cast<std::size_t>(std::min<std::uint64_t>(last.number, kTallRows)) - 1;
+            const std::size_t end = place * (_greatest - 1) / (kTallRows - 1) + 1;
+            return end > height ? end - height : 0;
+        }
+        const std::uint8_t anchor = _cue.rows[_lines.front().source].anchor;
+        return anchor >= 7 ? 0 : anchor >= 4 ? (lowest + 1) / 2 : lowest;
+    }
+
+    [[nodiscard]] teletext::PageRow rowOf(const TextLine& line, std::size_t place) const {
+        teletext::PageRow row;
+        row.isDoubleHeight = _options.isDoubleHeight;
+        row.row = static_cast<std::uint8_t>(row.isDoubleHeight ? 2 * place + 2 : place + 1);
+        const auto shown = detail::withoutSpaces(line.cells);
+        const std::size_t spaces = line.cells.size() - shown.size();
+        row.cells = displayed(shown);
+        const std::size_t size = row.cells.size();
+        const std::size_t lead = leadOf(row.cells, true);
+        const std::size_t left = std::max(lead, kColumns - kUsualColumns - (row.isDoubleHeight ? 0 : 1));
+        std::size_t column = left + spaces;
+        if (_cue.rows[line.source].alignment == subtitles::Alignment::Center) {
+            column = (kColumns - size) / 2;
+        } else if (_cue.rows[line.source].alignment == subtitles::Alignment::Right) {
+            // The end of the box stands behind it.
+            column = kColumns - size - std::min<std::size_t>(2, kColumns - size);
+        }
+        row.column = static_cast<std::uint8_t>(std::clamp(column, lead, std::max(lead, kColumns - size)));
+        return row;
+    }
+
+    /// From the left to the right.
+    [[nodiscard]] detail::Cells displayed(std::span<const screen::Cell> cells) const {
+        std::u32string text;
+        for (const screen::Cell& cell : cells) {
+            text += cell.character;
+        }
+        OffsetSink sink(_findings, _options.findingsOffset);
+        detail::Cells result;
+        for (const teletext::DisplayCell& display : teletext::displayCells(text, _set, &sink)) {
+            result.push_back(cells[display.source]);
+            result.back().character = display.character;
+        }
+        return result;
+    }
+
+    const subtitles::Cue& _cue;
+    const TeletextOptions& _options;
+    FindingSink* _findings;
+    teletext::CharacterSet _set;
+    std::size_t _greatest;
+    std::vector<TextLine> _lines;
+};
+
+}  // namespace
+
+std::vector<teletext::PageRow> teletextRowsOf(const subtitles::Cue& cue, const TeletextOptions& options,
+                                              FindingSink* findings) {
+    return PageMaker(cue, options, findings).make();
+}
+
+}  // namespace qlx::playout

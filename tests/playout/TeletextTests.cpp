@@ -1,0 +1,241 @@
+// Cues as teletext pages: where their text stands, what is said of the rest, and when receivers show them.
+#include <qlx/playout/teletext.h>
+
+#include "ScreenLines.h"
+
+#include <qlx/base/utf8.h>
+#include <qlx/teletext/page.h>
+#include <qlx/teletext/row_encoder.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using qlx::FindingCode;
+using qlx::FrameRate;
+using qlx::MediaTime;
+using qlx::playout::TeletextOptions;
+using qlx::playout::TeletextPlayout;
+using qlx::playout::TeletextPlayoutOptions;
+using qlx::playout::teletextRowsOf;
+using qlx::screen::Color;
+using qlx::subtitles::Alignment;
+using qlx::subtitles::Cue;
+using qlx::subtitles::Row;
+using Texts = std::vector<std::string>;
+
+Row pageRowOf(std::string text, Alignment alignment = Alignment::Left, std::uint64_t number = 0,
+              Color color = Color::White) {
+    Row row;
+    row.runs.push_back({std::move(text), {}});
+    row.runs.back().style.foreground = color;
+    row.alignment = alignment;
+    row.number = number;
+    return row;
+}
+
+/// Times in frames of 25 a second.
+Cue pageCueOf(std::vector<Row> rows, std::int64_t start = 25, std::int64_t end = 50) {
+    return {.number = 1, .start = MediaTime::make(start, 25), .end = MediaTime::make(end, 25), .rows = std::move(rows)};
+}
+
+Texts findingTexts(const qlx::Findings& findings) {
+    Texts texts;
+    for (const qlx::Finding& finding : findings) {
+        texts.push_back(std::to_string(finding.offset) + ": " + finding.text());
+    }
+    return texts;
+}
+
+void expectPageRows(const std::vector<Row>& rows, const Texts& expected, const Texts& said = {},
+                    TeletextOptions options = {}) {
+    qlx::Findings findings;
+    options.findingsOffset = 4;
+    Texts shown;
+    for (const auto& row : teletextRowsOf(pageCueOf(rows), options, &findings)) {
+        std::string text = std::to_string(row.row) + "," + std::to_string(row.column) + " ";
+        for (const qlx::screen::Cell& cell : row.cells) {
+            EXPECT_TRUE(cell.isVisible);
+            qlx::appendUtf8(text, cell.character);
+        }
+        EXPECT_EQ(row.isDoubleHeight, options.isDoubleHeight);
+        shown.push_back(std::move(text));
+    }
+    EXPECT_EQ(shown, expected);
+    EXPECT_EQ(findingTexts(findings), said);
+}
+
+TEST(TeletextCueRows, StandWhereTheCueSays) {
+    expectPageRows({pageRowOf("left"), pageRowOf("middle", Alignment::Center), pageRowOf("right", Alignment::Right),
+                    pageRowOf("  own", Alignment::Unchanged)},
+                   {"16,4 left", "18,17 middle", "20,33 right", "22,6 own"});
+    for (std::uint64_t number = 1; number <= 11; ++number) {
+        expectPageRows({pageRowOf("x", Alignment::Left, number)}, {std::to_string(2 * number) + ",4 x"});
+    }
+    expectPageRows({pageRowOf("a", Alignment::Left, 8), pageRowOf("b", Alignment::Left, 11)}, {"16,4 a", "22,4 b"});
+    expectPageRows({pageRowOf("a", Alignment::Left, 1), pageRowOf("b", Alignment::Left, 1)}, {"2,4 a", "4,4 b"});
+    expectPageRows({pageRowOf("a", Alignment::Left, 1), pageRowOf("b", Alignment::Left, 11)}, {"2,4 a", "22,4 b"}, {});
+    // Of single height.
+    expectPageRows({pageRowOf("a", Alignment::Left, 1)}, {"1,3 a"}, {}, {.isDoubleHeight = false});
+    expectPageRows({pageRowOf("a", Alignment::Left, 10), pageRowOf("b", Alignment::Left, 11)}, {"22,3 a", "23,3 b"}, {},
+                   {.isDoubleHeight = false});
+    Row top = pageRowOf("a");
+    top.anchor = 8;
+    expectPageRows({top}, {"2,4 a"});
+    top.anchor = 5;
+    expectPageRows({top, pageRowOf("b")}, {"12,4 a", "14,4 b"});
+}
+
+TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {
+    const std::string thirtySix(36, 'x');
+    expectPageRows({pageRowOf(thirtySix + "y")}, {"22,3 " + thirtySix + "y"});
+    expectPageRows({pageRowOf(thirtySix + "y", Alignment::Left, 0, Color::Red)}, {"20,4 " + thirtySix, "22,4 y"},
+                   {"4: row 1 is broken behind 36 characters"});
+    expectPageRows({pageRowOf(thirtySix + "yz", Alignment::Center)}, {"20,3 " + thirtySix + "y", "22,19 z"},
+                   {"4: row 1 is broken behind 37 characters"});
+    expectPageRows({pageRowOf(thirtySix + "yz", Alignment::Center)}, {"23,2 " + thirtySix + "yz"}, {},
+                   {.isDoubleHeight = false});
+    expectPageRows({pageRowOf("a b " + thirtySix)}, {"20,4 a b", "22,4 " + thirtySix},
+                   {"4: row 1 is broken behind 4 characters"});
+    Texts expected;
+    std::vector<Row> rows;
+    for (int row = 1; row <= 11; ++row) {
+        rows.push_back(pageRowOf("x"));
+        expected.push_back(std::to_string(2 * row) + ",4 x");
+    }
+    rows.push_back(pageRowOf("last"));
+    expectPageRows(rows, expected, {"4: row 12: 4 characters are left out, the page has no more rows"});
+}
+
+/// `24: 888 22 text, 20 other`: what pages show from a frame on.
+Texts shownBy(TeletextPlayout& playout, qlx::Findings& findings, const std::vector<std::uint16_t>& pages = {0x888}) {
+    Texts texts;
+    std::vector<qlx::teletext::PageReader> readers(pages.begin(), pages.end());
+    std::vector<Texts> before(pages.size());
+    while (!playout.isDone() && playout.frame() < 10000) {
+        const std::uint64_t frame = playout.frame();
+        for (const qlx::anc::Packet& packet : playout.next(&findings)) {
+            EXPECT_EQ(packet.id(), qlx::anc::ids::kOp47);
+            const auto sdp = qlx::teletext::parseSdp(packet.userData, &findings);
+            EXPECT_TRUE(sdp);
+            for (std::size_t index = 0; sdp && index < pages.size(); ++index) {
+                (void)readers[index].receive(*sdp, &findings);
+            }
+        }
+        for (std::size_t index = 0; index < pages.size(); ++index) {
+            Texts rows = qlxtest::linesOf(readers[index].screen());
+            if (rows != before[index]) {
+                std::string text = std::to_string(frame) + ": " + qlx::teletext::pageName(pages[index]);
+                for (const std::string& row : rows) {
+                    const std::size_t start = row.find_first_not_of(' ', 6);
+                    text += " " + std::to_string(std::stoi(row)) + " " + row.substr(start);
+                }
+                texts.push_back(text);
+                before[index] = std::move(rows);
+            }
+        }
+    }
+    EXPECT_TRUE(playout.isDone());
+    return texts;
+}
+
+Texts shown(const std::vector<Cue>& cues, const Texts& said = {}, FrameRate rate = FrameRate::Fps25) {
+    TeletextPlayout playout(rate);
+    qlx::Findings findings;
+    for (const Cue& cue : cues) {
+        (void)playout.add(cue, {}, &findings);
+    }
+    const Texts result = shownBy(playout, findings);
+    EXPECT_EQ(findingTexts(findings), said);
+    return result;
+}
+
+TEST(TeletextPlayout, ShowsCuesThatOverlap) {
+    const Row a = pageRowOf("a");
+    const Row b = pageRowOf("b");
+    const Row c = pageRowOf("c", Alignment::Left, 9);
+    EXPECT_EQ(shown({pageCueOf({a}, 25, 50), pageCueOf({b}, 50, 75)}),
+              (Texts{"25: 888 22 a", "49: 888", "50: 888 22 b", "75: 888"}));
+    EXPECT_EQ(shown({pageCueOf({a}, 25, 50), pageCueOf({c}, 30, 60)}),
+              (Texts{"25: 888 22 a", "30: 888 18 c 22 a", "49: 888", "50: 888 18 c", "60: 888"}));
+    EXPECT_EQ(shown({pageCueOf({a}, 25, 90), pageCueOf({b}, 40, 60), pageCueOf({a, b}, 45, 70)},
+                    {"1: text is moved from row 22 up to 20, another one is on air",
+                     "2: text is moved from row 20 up to 16, another one is on air"}),
+              (Texts{"25: 888 22 a", "40: 888 20 b 22 a", "45: 888 16 a 18 b 20 b 22 a", "59: 888",
+                     "60: 888 16 a 18 b 22 a", "69: 888", "70: 888 22 a", "90: 888"}));
+    std::vector<Row> all;
+    for (int row = 0; row < 11; ++row) {
+        all.push_back(a);
+    }
+    EXPECT_EQ(shown({pageCueOf({a}, 25, 90), pageCueOf(all, 40, 60)},
+                    {"1: text of row 2 is left out, another one is on air and no rows are free above it"}),
+              (Texts{"25: 888 22 a", "90: 888"}));
+    // Both from the first frame on.
+    EXPECT_EQ(shown({pageCueOf({a}, 25, 30), pageCueOf({c}, 25, 30)}), (Texts{"25: 888 18 c 22 a", "30: 888"}));
+}
+
+TEST(TeletextPlayout, SaysWhatIsLeftOut) {
+    Cue none = pageCueOf({pageRowOf("x")});
+    none.start = MediaTime();
+    EXPECT_EQ(shown({none, pageCueOf({pageRowOf(" ")}), pageCueOf({pageRowOf("x")}, 30, 30),
+                     pageCueOf({pageRowOf("x")}, 30, 40), pageCueOf({pageRowOf("y")}, 29, 40)},
+                    {"0: time 1 of 2 is none that a frame has", "1: text without letters is left out",
+                     "2: text from frame 30 to 30 is left out: it has no duration, or begins before the last one",
+                     "4: cue is left out: it starts at frame 29, and the one before it at 30"}),
+              (Texts{"30: 888 22 x", "40: 888"}));
+    EXPECT_EQ(shown({pageCueOf({pageRowOf("x")}, 25, 50)},
+                    {"0: teletext is made for 25 and 50 frames a second, not for 30"}, FrameRate::Fps2997),
+              (Texts{"30: 888 22 x", "60: 888"}));
+    TeletextPlayout playout(FrameRate::Fps50);
+    qlx::Findings findings;
+    EXPECT_FALSE(playout.add(pageCueOf({pageRowOf("x")}), {.page = 0x8FF}, &findings));
+    EXPECT_EQ(findingTexts(findings), Texts{"0: page 8ff with subcode 00 is left out: viewers cannot call it"});
+}
+
+TEST(TeletextPlayout, TakesCuesWhileItSends) {
+    TeletextPlayout playout(FrameRate::Fps25);
+    qlx::Findings findings;
+    EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("a")}, 2, 100), {}, &findings));
+    for (int frame = 0; frame < 10; ++frame) {
+        (void)playout.next(&findings);
+    }
+    // The text that is on air goes on.
+    EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("b", Alignment::Left, 9)}, 20, 30), {}, &findings));
+    EXPECT_EQ(shownBy(playout, findings), (Texts{"20: 888 18 b", "29: 888", "30: 888 22 a", "100: 888"}));
+    EXPECT_EQ(findingTexts(findings), Texts{});
+}
+
+TEST(TeletextPlayout, PutsPacketsOnItsLines) {
+    const auto linesOf = [](FrameRate rate, const TeletextPlayoutOptions& options) {
+        TeletextPlayout playout(rate, options);
+        EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("a")}, 1, 2)));
+        Texts texts;
+        for (int frame = 0; frame < 4; ++frame) {
+            std::string text;
+            for (const qlx::anc::Packet& packet : playout.next()) {
+                const auto sdp = qlx::teletext::parseSdp(packet.userData);
+                text += std::to_string(packet.line) + ":";
+                for (const auto& line : sdp->lines) {
+                    text += std::to_string(line.line()) + (line.isOddField() ? "o" : "e");
+                }
+                text += "#" + std::to_string(sdp->counter) + " ";
+            }
+            texts.push_back(text);
+        }
+        return texts;
+    };
+    EXPECT_EQ(linesOf(FrameRate::Fps25, {}), (Texts{"575:10e#0 ", "12:10o11o#1 ", "12:10o11o#2 ", ""}));
+    EXPECT_EQ(linesOf(FrameRate::Fps50, {.firstLine = 9}), (Texts{"", "9:10e#0 ", "9:10o11o#1 ", ""}));
+    EXPECT_EQ(linesOf(FrameRate::Fps25, {.fillsFields = true, .firstLine = 21, .secondLine = 334}),
+              (Texts{"21:10o11o12o#0 334:10e#1 ", "21:10o11o#2 334:10e11e12e#3 ", "21:10o11o#4 334:10e11e12e#5 ",
+                     "21:10o11o12o#6 334:10e11e12e#7 "}));
+}
+
+}  // namespace
