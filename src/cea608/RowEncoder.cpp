@@ -2,6 +2,7 @@
 #include "RowEncoder.h"
 
 #include "StandIns.h"
+#include "base/StandIns.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,5 +1,6 @@
 // What packets of extended data services say: their bytes as values, and values as bytes.
 #include "StandIns.h"
+#include "base/StandIns.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>

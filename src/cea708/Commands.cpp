@@ -230,9 +230,9 @@ Command parseC1(std::span<const std::uint8_t> bytes, const Tell& tell) {
 }
 
 /// The bytes of a command that is being written, and whether its numbers fit.
-class Writer {
+class CommandBytes {
 public:
-    Writer& byte(std::size_t value) {
+    CommandBytes& byte(std::size_t value) {
         _bytes[_size++] = static_cast<std::uint8_t>(value);
         return *this;
     }
@@ -360,7 +360,7 @@ Result<SizedCommand> parseCommand(std::span<const std::uint8_t> bytes, FindingSi
 }
 
 Result<std::size_t> writeCommand(const Command& command, std::span<std::uint8_t> room) {
-    Writer writer;
+    CommandBytes writer;
     std::visit(writer, command);
     if (writer.error()) {
         return *writer.error();

@@ -1,4 +1,6 @@
 // Follows the commands of a service.
+#include "WideCharacters.h"
+
 #include <qlx/cea708/receiver.h>
 
 #include <algorithm>
@@ -27,24 +29,6 @@ constexpr auto kReset = static_cast<std::uint8_t>(Control::Reset);
 
 constexpr bool isText(std::uint8_t byte) noexcept {
     return isCodeOf(CharacterSet::G0, byte) || isCodeOf(CharacterSet::G1, byte);
-}
-
-constexpr bool isHighSurrogate(char32_t code) noexcept {
-    return code >= 0xD800 && code < 0xDC00;
-}
-
-constexpr bool isLowSurrogate(char32_t code) noexcept {
-    return code >= 0xDC00 && code < 0xE000;
-}
-
-/// Whether a cell may hold it: no control, no half of a pair, nothing that Unicode keeps from text, and not the code
-/// that stands for a transparent space here.
-constexpr bool isShown(char32_t character) noexcept {
-    constexpr char32_t kLast = 0x10FFFF;
-    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    const bool isNone = (character >= 0xFDD0 && character <= 0xFDEF) || (character & 0xFFFEU) == 0xFFFE;
-    return !isControl && !isNone && !isHighSurrogate(character) && !isLowSurrogate(character) &&
-           character != kNonBreakingTransparentSpace && character <= kLast;
 }
 
 }  // namespace

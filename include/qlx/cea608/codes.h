@@ -25,12 +25,7 @@ namespace qlx::cea608 {
 inline constexpr std::size_t kRows = 15;     ///< Rows of captions, counted from 1.
 inline constexpr std::size_t kColumns = 32;  ///< Columns of captions, counted from 0.
 
-/// A place in a caption or on the screen as findings name it: the row, and the column in three digits.
-[[nodiscard]] constexpr std::int64_t placeOf(std::size_t row, std::size_t column) noexcept {
-    constexpr std::size_t kGreatestColumn = 999;
-    return static_cast<std::int64_t>(row * (kGreatestColumn + 1) +
-                                     (column < kGreatestColumn ? column : kGreatestColumn));
-}
+using screen::placeOf;  ///< As findings name places in captions and on the screen.
 
 /// Two bytes of a field, with or without parity bits as it is said.
 struct Pair {

@@ -132,6 +132,13 @@ struct Cell {
     }
 };
 
+/// A place in a caption or on the screen as findings name it: the row, and the column in three digits.
+[[nodiscard]] constexpr std::int64_t placeOf(std::size_t row, std::size_t column) noexcept {
+    constexpr std::size_t kGreatestColumn = 999;
+    return static_cast<std::int64_t>(row * (kGreatestColumn + 1) +
+                                     (column < kGreatestColumn ? column : kGreatestColumn));
+}
+
 /// The system that a screen is of.
 enum class System : std::uint8_t { Teletext, Cea608, Cea708 };
 

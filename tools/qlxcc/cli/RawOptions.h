@@ -133,9 +133,6 @@ using Action = std::function<int()>;
 /// @throws UsageError when options contradict each other, or the format or name of the file.
 [[nodiscard]] FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritten = false);
 
-/// @throws UsageError when texts cannot be read in this encoding.
-[[nodiscard]] std::string knownEncoding(const std::string& name);
-
 /// The seconds of an option's TIME.
 /// @param rate Of the command; null where it has none.
 /// @throws UsageError that names the option.
