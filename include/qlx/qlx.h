@@ -32,11 +32,13 @@
 #include <qlx/cea608/receiver.h>
 #include <qlx/cea608/writer.h>
 #include <qlx/cea608/xds.h>
+#include <qlx/cea708/caption.h>
 #include <qlx/cea708/characters.h>
 #include <qlx/cea708/commands.h>
 #include <qlx/cea708/packet.h>
 #include <qlx/cea708/receiver.h>
 #include <qlx/cea708/window.h>
+#include <qlx/cea708/writer.h>
 #include <qlx/facade/cue.h>
 #include <qlx/facade/frames.h>
 #include <qlx/facade/packet.h>

@@ -91,6 +91,9 @@ extern qlx::cea608::Caption caption;
 namespace cea608_xds {
 extern std::uint8_t first, second;
 }
+namespace cea708_caption {
+extern std::vector<qlx::screen::Cell> cells;
+}
 namespace cea708_packet {
 extern std::uint8_t number;
 extern std::span<const std::uint8_t> text;
@@ -100,6 +103,9 @@ extern std::uint64_t frame;
 }
 namespace cea708_window {
 extern qlx::cea708::Receiver receiver;
+}
+namespace cea708_writer {
+extern qlx::cea708::Caption caption;
 }
 namespace facade_cue {
 extern std::shared_ptr<QLXSubtitleRecord> record;

@@ -117,6 +117,19 @@ enum class FindingCode : std::uint32_t {
     Cea708LocationOutside,               ///< Row or column there, greatest of the window.
     Cea708RowFull,                       ///< Character that is left out, columns of the row.
     Cea708DelayFull,                     ///< Bytes that wait, milliseconds that were left.
+    // cea708, captions to service blocks; the offset is the number of the caption, a place is qlx::screen::placeOf()
+    Cea708CaptionEmpty = 0x5'0101,  ///< No numbers; left out.
+    Cea708TimesWrong,               ///< Frame of its start, frame of its end: left out.
+    Cea708NoSuchService,            ///< Service that is asked for: left out.
+    Cea708CaptionOverlaps,  ///< Frame of its start, frame of the end of the caption before it, which ends at the start.
+    Cea708RowMoved,         ///< Place in the caption (its row there, cell of that row), place on the screen.
+    Cea708RowCut,           ///< Place in the caption, columns from there on that are left out.
+    Cea708RowLeftOut,       ///< Place in the caption, columns: the screen has no more rows.
+    Cea708CharacterReplaced,  ///< Unicode character there, one that is sent for it.
+    Cea708StyleReplaced,      ///< Place, columns that ask for a style that there is not.
+    Cea708TextLeftOut,        ///< Place, columns that are spaces: second halves of letters, and concealed ones.
+    Cea708ShownLate,          ///< Frames that it is late.
+    Cea708EndLate,            ///< Frames that its end is late.
     // cea608 (CTA-608-E), captions to pairs; the offset is the number of the caption, a place is qlx::cea608::placeOf()
     Cea608CaptionEmpty = 0x4'0001,  ///< No numbers; left out.
     Cea608TimesWrong,               ///< Frame of its start, frame of its end: left out.

@@ -1,0 +1,508 @@
+// Random captions written and received: what fits comes back as it is, anything else as its findings say.
+#include "SentServices.h"
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+
+namespace {
+
+using namespace qlx::cea708;
+using qlx::Finding;
+using qlx::FindingCode;
+using qlx::FrameRate;
+using qlx::screen::Cell;
+using qlx::screen::Screen;
+using qlxtest::comparable;
+using qlxtest::ServiceLoop;
+using qlxtest::ShownScreen;
+
+using Random = std::mt19937;
+
+std::size_t below(Random& random, std::size_t count) {
+    return random() % count;
+}
+
+bool isTrue(Random& random, unsigned percent) {
+    return random() % 100 < percent;
+}
+
+/// All that G0 to G3 have but the spaces of the window.
+const std::u32string& serviceCharacters() {
+    static const std::u32string kAll = []() {
+        std::u32string all;
+        for (const CharacterSet set : {CharacterSet::G0, CharacterSet::G1, CharacterSet::G2, CharacterSet::G3}) {
+            for (unsigned code = 0x20; code <= 0xFF; ++code) {
+                const auto one = characterOf({set, static_cast<std::uint8_t>(code)});
+                if (one && *one != kTransparentSpace && *one != kNonBreakingTransparentSpace) {
+                    all += *one;
+                }
+            }
+        }
+        return all;
+    }();
+    return kAll;
+}
+
+void changeLook(Random& random, Cell& look, bool fits) {
+    look.foreground = static_cast<qlx::screen::Color>(below(random, 64));
+    look.foregroundOpacity = static_cast<qlx::screen::Opacity>(below(random, 4));
+    look.isFlashing = look.foregroundOpacity == qlx::screen::Opacity::Flash;
+    look.background = static_cast<qlx::screen::Color>(below(random, 64));
+    look.backgroundOpacity = static_cast<qlx::screen::Opacity>(below(random, 4));
+    look.isItalic = isTrue(random, 30);
+    look.isUnderlined = isTrue(random, 30);
+    look.font = static_cast<qlx::screen::Font>(below(random, 8));
+    look.size = static_cast<qlx::screen::FontSize>(below(random, 3));
+    look.offset = static_cast<qlx::screen::Offset>(below(random, 3));
+    look.edge = static_cast<qlx::screen::Edge>(below(random, fits ? 6 : 8));
+    look.edgeColor = static_cast<qlx::screen::Color>(below(random, 64));
+    if (!fits) {
+        look.isFlashing = isTrue(random, 20);
+        look.isConcealed = isTrue(random, 10);
+        look.part = static_cast<qlx::screen::CellPart>(isTrue(random, 90) ? 0 : below(random, 3));
+    }
+}
+
+std::vector<Cell> someText(Random& random, std::size_t count, bool fits) {
+    constexpr std::u32string_view kOthers = U"\u2014\u0142\u0416\U0001F3B5\uFEFF\u0003";
+    std::vector<Cell> cells;
+    Cell look{.isVisible = true};
+    while (cells.size() < count) {
+        if (isTrue(random, 10)) {
+            changeLook(random, look, fits);
+        }
+        Cell cell = look;
+        cell.isVisible = !isTrue(random, 5);
+        cell.character = isTrue(random, 15) ? U' ' : serviceCharacters()[below(random, serviceCharacters().size())];
+        if (!fits && isTrue(random, 5)) {
+            cell.character = kOthers[below(random, kOthers.size())];
+        }
+        cells.push_back(cell);
+    }
+    return cells;
+}
+
+Caption someCaption(Random& random, CaptionStyle style, bool fits, AspectRatio ratio) {
+    Caption caption;
+    caption.style = style;
+    caption.anchor = static_cast<AnchorPoint>(below(random, 9));
+    caption.rollUpRows = static_cast<std::uint8_t>(2 + below(random, 3));
+    const std::size_t columns = columnsOf(ratio);
+    std::size_t row = style == CaptionStyle::RollUp ? 4 + below(random, 12) : (fits ? 1 : 0) + below(random, 12);
+    for (std::size_t count = 1 + below(random, 4); count > 0; --count) {
+        const auto column = static_cast<std::uint8_t>(below(random, fits ? columns : columns + 5));
+        const std::size_t room = fits ? columns - column : columns + 3;
+        CaptionRow one{static_cast<std::uint8_t>(row), column, someText(random, 1 + below(random, room), fits)};
+        one.cells.front().isVisible = one.cells.front().isVisible || fits;
+        caption.rows.push_back(std::move(one));
+        // Rows are named by their numbers: no two have the same.
+        row += fits ? (style == CaptionStyle::RollUp ? 0 : 1) : 1 + below(random, 3);
+    }
+    return caption;
+}
+
+/// What findings say of a caption, applied to it: where each row stands and what it shows.
+class AppliedService {
+public:
+    AppliedService(const Caption& caption, const std::vector<Finding>& findings) : _findings(findings) {
+        for (const CaptionRow& row : caption.rows) {
+            place(row);
+        }
+    }
+
+    [[nodiscard]] const std::vector<CaptionRow>& rows() const { return _rows; }
+
+private:
+    [[nodiscard]] const Finding* find(FindingCode code, std::int64_t first) const {
+        const auto found = std::find_if(_findings.begin(), _findings.end(), [&](const Finding& finding) {
+            return finding.code == code && finding.first == first;
+        });
+        return found == _findings.end() ? nullptr : &*found;
+    }
+
+    [[nodiscard]] bool has(FindingCode code, std::int64_t place) const {
+        return std::any_of(_findings.begin(), _findings.end(), [&](const Finding& finding) {
+            return finding.code == code && place >= finding.first && place < finding.first + finding.second;
+        });
+    }
+
+    void place(const CaptionRow& row) {
+        std::size_t first = 0;
+        while (first < row.cells.size() && !row.cells[first].isVisible) {
+            ++first;
+        }
+        const std::int64_t begin = qlx::screen::placeOf(row.row, first);
+        if (first == row.cells.size() || find(FindingCode::Cea708RowLeftOut, begin) != nullptr) {
+            return;
+        }
+        CaptionRow placed{row.row, static_cast<std::uint8_t>(row.column + first), {}};
+        if (const Finding* const moved = find(FindingCode::Cea708RowMoved, begin)) {
+            placed.row = static_cast<std::uint8_t>(moved->second / 1000);
+            placed.column = static_cast<std::uint8_t>(moved->second % 1000);
+        }
+        for (std::size_t index = first; index < row.cells.size(); ++index) {
+            if (find(FindingCode::Cea708RowCut, qlx::screen::placeOf(row.row, index)) != nullptr) {
+                break;
+            }
+            placed.cells.push_back(shown(row.cells[index], placed.row, placed.column + index - first));
+        }
+        _rows.push_back(std::move(placed));
+    }
+
+    [[nodiscard]] Cell shown(Cell cell, std::size_t row, std::size_t column) const {
+        const std::int64_t place = qlx::screen::placeOf(row, column);
+        if (has(FindingCode::Cea708StyleReplaced, place)) {
+            cell.edge = cell.edge > qlx::screen::Edge::RightDropShadow ? qlx::screen::Edge::None : cell.edge;
+            cell.foregroundOpacity = cell.isFlashing ? qlx::screen::Opacity::Flash : cell.foregroundOpacity;
+        }
+        if (has(FindingCode::Cea708TextLeftOut, place)) {
+            cell.character = U' ';
+        }
+        if (const Finding* const found =
+                find(FindingCode::Cea708CharacterReplaced, static_cast<std::int64_t>(cell.character))) {
+            cell.character = static_cast<char32_t>(found->second);
+        }
+        cell.isConcealed = false;
+        cell.part = qlx::screen::CellPart::Whole;
+        return cell;
+    }
+
+    const std::vector<Finding>& _findings;
+    std::vector<CaptionRow> _rows;
+};
+
+Screen serviceScreen(const std::vector<CaptionRow>& rows, AspectRatio ratio) {
+    Screen screen = Screen::blank(qlx::screen::System::Cea708, kRows, columnsOf(ratio), 1);
+    for (const CaptionRow& row : rows) {
+        for (std::size_t index = 0; index < row.cells.size(); ++index) {
+            if (row.cells[index].isVisible) {
+                screen.row(row.row - std::size_t{1})[row.column + index] = row.cells[index];
+            }
+        }
+    }
+    return comparable(screen);
+}
+
+/// Frames within which a caption is loaded at the latest, where nothing else is sent.
+std::uint64_t framesToLoad(const Caption& caption, FrameRate rate, AspectRatio ratio) {
+    std::vector<std::uint8_t> bytes;
+    encodeCaption(caption, {.aspectRatio = ratio}, bytes);
+    // Of a frame's bytes a packet header, two block headers of two bytes, and what one command leaves empty at the end.
+    const std::size_t used = 2U * qlx::cc::slotsOf(rate).greatestDtvcc - 1U - 4U - 6U;
+    return 1 + (bytes.size() + 4 + used - 1) / used;
+}
+
+using FindingsOf = std::map<std::uint64_t, std::vector<Finding>>;
+
+FindingsOf sorted(const qlx::Findings& findings) {
+    FindingsOf of;
+    for (const Finding& finding : findings) {
+        of[finding.offset].push_back(finding);
+    }
+    return of;
+}
+
+std::uint64_t numberOf(const std::vector<Finding>& findings, FindingCode code, std::uint64_t otherwise) {
+    const auto found =
+        std::find_if(findings.begin(), findings.end(), [code](const Finding& one) { return one.code == code; });
+    return found == findings.end() ? otherwise : static_cast<std::uint64_t>(found->first);
+}
+
+/// What a service must show of pop-on captions: `number` is that of each caption.
+std::vector<ShownScreen> expectedScreens(const std::vector<Caption>& captions,
+                                         const std::vector<std::uint64_t>& numbers, FindingsOf& findings,
+                                         AspectRatio ratio) {
+    std::vector<ShownScreen> expected;
+    const auto push = [&expected](std::uint64_t frame, Screen screen) {
+        // One that is so late that the next one takes its place in the same frame is not seen.
+        if (!expected.empty() && expected.back().frame == frame) {
+            expected.pop_back();
+        }
+        const bool isSame = expected.empty() ? !ServiceLoop::isAnyVisible(screen) : expected.back().screen == screen;
+        if (!isSame) {
+            expected.push_back({frame, std::move(screen)});
+        }
+    };
+    std::uint64_t end = 0;
+    for (std::size_t index = 0; index < captions.size(); ++index) {
+        const Caption& caption = captions[index];
+        const std::vector<Finding>& found = findings[numbers[index]];
+        const std::uint64_t start = caption.start + numberOf(found, FindingCode::Cea708ShownLate, 0);
+        if (index > 0 && end < start) {
+            push(end, serviceScreen({}, ratio));
+        }
+        push(start, serviceScreen(AppliedService(caption, found).rows(), ratio));
+        // The end of an overlapping one is the start of the next one.
+        end = caption.end;
+        if (index + 1 < captions.size()) {
+            end = std::min(end, captions[index + 1].start);
+        }
+        end += numberOf(found, FindingCode::Cea708EndLate, 0);
+    }
+    push(end, serviceScreen({}, ratio));
+    return expected;
+}
+
+std::string lookOf(const Cell& cell) {
+    std::string look = cell.isVisible ? "" : "hidden ";
+    for (const unsigned number :
+         {static_cast<unsigned>(cell.character), static_cast<unsigned>(cell.foreground),
+          static_cast<unsigned>(cell.foregroundOpacity), static_cast<unsigned>(cell.background),
+          static_cast<unsigned>(cell.backgroundOpacity), static_cast<unsigned>(cell.edge),
+          static_cast<unsigned>(cell.edgeColor), unsigned{cell.isItalic}, unsigned{cell.isUnderlined}}) {
+        look += std::to_string(number) + " ";
+    }
+    return look;
+}
+
+std::string differenceOf(const std::vector<ShownScreen>& expected, const std::vector<ShownScreen>& shown) {
+    for (std::size_t index = 0; index < std::min(expected.size(), shown.size()); ++index) {
+        const ShownScreen& want = expected[index];
+        const ShownScreen& seen = shown[index];
+        std::string where = "change " + std::to_string(index) + " at frame " + std::to_string(want.frame);
+        if (want.frame != seen.frame) {
+            return where + ", but " + std::to_string(seen.frame);
+        }
+        for (std::size_t cell = 0; cell < want.screen.cells.size(); ++cell) {
+            if (!(want.screen.cells[cell] == seen.screen.cells[cell])) {
+                return where + ", row " + std::to_string(1 + cell / want.screen.columns) + ", column " +
+                       std::to_string(cell % want.screen.columns) + ": " + lookOf(want.screen.cells[cell]) + ", but " +
+                       lookOf(seen.screen.cells[cell]);
+            }
+        }
+    }
+    return expected.size() == shown.size()
+               ? ""
+               : std::to_string(shown.size()) + " changes, not " + std::to_string(expected.size());
+}
+
+class ServiceRoundTrip : public testing::TestWithParam<std::size_t> {
+protected:
+    // 10,000 of eight rates.
+    static constexpr std::size_t kCaptions = 1250;
+
+    ServiceRoundTrip() : random(static_cast<unsigned>(708 + GetParam())) {
+        constexpr std::array<std::uint8_t, 8> kSomeServices{1, 2, 6, 7, 8, 33, 62, 63};
+        service = kSomeServices[GetParam()];
+    }
+
+    FrameRate rate = qlx::kFrameRates[GetParam()];
+    AspectRatio ratio = GetParam() % 3 == 2 ? AspectRatio::Standard : AspectRatio::Wide;
+    std::uint8_t service = 1;
+    Random random;
+};
+
+/// Sends them, each added when few wait.
+void sendAll(ServiceLoop& loop, const std::vector<Caption>& captions) {
+    std::size_t added = 0;
+    while (added < captions.size() || !loop.writer.isDone()) {
+        while (added < captions.size() && loop.writer.waiting(captions[added].service) < 2) {
+            ASSERT_TRUE(loop.writer.add(captions[added++], &loop.findings));
+        }
+        loop.next();
+    }
+}
+
+TEST_P(ServiceRoundTrip, PopsOnWhatFits) {
+    std::vector<Caption> captions;
+    std::vector<std::uint64_t> numbers;
+    std::uint64_t free = 0;
+    while (captions.size() < kCaptions) {
+        Caption caption = someCaption(random, CaptionStyle::PopOn, true, ratio);
+        caption.service = service;
+        caption.start = free + framesToLoad(caption, rate, ratio) + below(random, 3);
+        caption.end = caption.start + 1 + below(random, 40);
+        if (!captions.empty()) {
+            Caption& before = captions.back();
+            before.end = std::min(before.end, caption.start);
+        }
+        free = caption.start;
+        numbers.push_back(captions.size());
+        captions.push_back(std::move(caption));
+    }
+    ServiceLoop loop(rate, {.aspectRatio = ratio}, {service});
+    sendAll(loop, captions);
+    EXPECT_TRUE(loop.damage.empty());
+    ASSERT_TRUE(loop.findings.empty()) << loop.findings[0].offset << ": " << loop.findings[0].text();
+    FindingsOf none;
+    EXPECT_EQ(differenceOf(expectedScreens(captions, numbers, none, ratio), loop.shown[0]), "");
+}
+
+TEST_P(ServiceRoundTrip, PopsOnAnythingAsItSays) {
+    std::vector<Caption> captions;
+    std::vector<std::uint64_t> numbers;
+    std::uint64_t start = 0;
+    while (captions.size() < kCaptions) {
+        Caption caption = someCaption(random, CaptionStyle::PopOn, isTrue(random, 30), ratio);
+        const bool isVisible = std::any_of(caption.rows.begin(), caption.rows.end(), [](const CaptionRow& row) {
+            return std::any_of(row.cells.begin(), row.cells.end(), [](const Cell& cell) { return cell.isVisible; });
+        });
+        if (!isVisible) {
+            continue;
+        }
+        caption.service = service;
+        start += 1 + below(random, 45);
+        caption.start = start;
+        caption.end = start + 1 + below(random, 60);
+        numbers.push_back(captions.size());
+        captions.push_back(std::move(caption));
+    }
+    ServiceLoop loop(rate, {.aspectRatio = ratio}, {service});
+    sendAll(loop, captions);
+    EXPECT_TRUE(loop.damage.empty());
+    EXPECT_FALSE(loop.findings.empty());
+    FindingsOf findings = sorted(loop.findings);
+    EXPECT_EQ(differenceOf(expectedScreens(captions, numbers, findings, ratio), loop.shown[0]), "");
+}
+
+/// The rows of a roll-up window.
+class RollingWindow {
+public:
+    void take(const Caption& caption, const std::vector<CaptionRow>& rows) {
+        const std::pair<std::size_t, std::size_t> place{caption.rollUpRows, rows.back().row};
+        if (place != _place || caption.anchor != _anchor) {
+            _rows.clear();
+        }
+        _place = place;
+        _anchor = caption.anchor;
+        for (const CaptionRow& row : rows) {
+            for (CaptionRow& above : _rows) {
+                --above.row;
+            }
+            _rows.push_back(row);
+        }
+        std::erase_if(_rows, [&](const CaptionRow& row) { return row.row + place.first <= place.second; });
+    }
+    void clear() { _rows.clear(); }
+    [[nodiscard]] const std::vector<CaptionRow>& rows() const { return _rows; }
+
+private:
+    std::pair<std::size_t, std::size_t> _place;
+    AnchorPoint _anchor = AnchorPoint::LowerLeft;
+    std::vector<CaptionRow> _rows;
+};
+
+/// Captions far enough from one another to be written; some stay until the next one, some are over long before.
+void expectWritten(Random& random, FrameRate rate, AspectRatio ratio, CaptionStyle style, bool fits) {
+    constexpr std::size_t kSome = 1250;
+    const std::uint64_t clear = 2U * qlx::nominalFramesPerSecond(rate);
+    ServiceLoop loop(rate, {.aspectRatio = ratio, .clearAfter = 2}, {1});
+    RollingWindow window;
+    std::uint64_t start = 1;
+    std::size_t found = 0;
+    Caption caption = someCaption(random, style, true, ratio);
+    for (std::size_t count = 0; count < kSome; ++count) {
+        const std::uint64_t time = framesToLoad(caption, rate, ratio);
+        caption.start = start;
+        caption.end = start + time + below(random, 30);
+        Caption next = someCaption(random, style, true, ratio);
+        if (style == CaptionStyle::RollUp && isTrue(random, 60)) {
+            next.rollUpRows = caption.rollUpRows;
+            next.anchor = caption.anchor;
+            next.rows.back().row = caption.rows.back().row;
+        }
+        if (!fits && isTrue(random, 50)) {
+            next = someCaption(random, style, false, ratio);
+            next.rows.push_back({30, 3, someText(random, 4, true)});
+            next.rows.back().cells.front().isVisible = true;
+        }
+        start = caption.end + 1 + (isTrue(random, 20) ? below(random, 2 * clear) : below(random, 10));
+        std::vector<Finding> ofCaption;
+        const std::size_t before = loop.findings.size();
+        ASSERT_TRUE(loop.writer.add(caption, &loop.findings));
+        for (std::size_t index = before; index < loop.findings.size(); ++index) {
+            ofCaption.push_back(loop.findings[index]);
+        }
+        found += ofCaption.size();
+        while (loop.writer.frame() < caption.start + time) {
+            loop.next();
+        }
+        const AppliedService applied(caption, ofCaption);
+        if (style == CaptionStyle::PaintOn) {
+            window.clear();
+            EXPECT_EQ(comparable(loop.receivers[0].screen()), serviceScreen(applied.rows(), ratio));
+        } else {
+            // Each is written into the lowest row.
+            std::vector<CaptionRow> rows = applied.rows();
+            for (CaptionRow& row : rows) {
+                row.row =
+                    static_cast<std::uint8_t>(std::clamp<std::size_t>(rows.back().row, caption.rollUpRows, kRows));
+            }
+            window.take(caption, rows);
+            EXPECT_EQ(comparable(loop.receivers[0].screen()), serviceScreen(window.rows(), ratio)) << count;
+        }
+        ASSERT_FALSE(testing::Test::HasFailure()) << "caption " << count;
+        // The next one is known in time.
+        const bool isErased = style == CaptionStyle::PaintOn || start > caption.end + clear;
+        if (isErased) {
+            while (loop.writer.frame() <= caption.end) {
+                loop.next();
+            }
+            window.clear();
+            EXPECT_FALSE(ServiceLoop::isAnyVisible(loop.receivers[0].screen()));
+        }
+        caption = std::move(next);
+    }
+    EXPECT_TRUE(loop.damage.empty());
+    EXPECT_EQ(found, loop.findings.size());
+    EXPECT_EQ(loop.findings.empty(), fits);
+}
+
+TEST_P(ServiceRoundTrip, PaintsOnWhatFits) {
+    expectWritten(random, rate, ratio, CaptionStyle::PaintOn, true);
+}
+
+TEST_P(ServiceRoundTrip, PaintsOnAnythingAsItSays) {
+    expectWritten(random, rate, ratio, CaptionStyle::PaintOn, false);
+}
+
+TEST_P(ServiceRoundTrip, RollsUpWhatFits) {
+    expectWritten(random, rate, ratio, CaptionStyle::RollUp, true);
+}
+
+TEST_P(ServiceRoundTrip, RollsUpAnythingAsItSays) {
+    expectWritten(random, rate, ratio, CaptionStyle::RollUp, false);
+}
+
+INSTANTIATE_TEST_SUITE_P(AtRate, ServiceRoundTrip, testing::Range<std::size_t>(0, qlx::kFrameRates.size()));
+
+TEST(ManyServices, AreKeptApart) {
+    Random random(5);
+    for (const FrameRate rate : {FrameRate::Fps2997, FrameRate::Fps5994}) {
+        const std::vector<std::uint8_t> services{1, 2, 3, 6, 7, 40, 63};
+        ServiceLoop loop(rate, {}, services);
+        std::vector<std::vector<Caption>> captions(services.size());
+        std::vector<std::vector<std::uint64_t>> numbers(services.size());
+        // Room for what all of them load, two of them due at once.
+        const std::uint64_t step = rate == FrameRate::Fps2997 ? 200 : 900;
+        std::uint64_t number = 0;
+        for (std::uint64_t start = step; start < 30 * step; start += step) {
+            for (std::size_t index = 0; index < services.size(); ++index) {
+                Caption caption = someCaption(random, CaptionStyle::PopOn, true, AspectRatio::Wide);
+                caption.service = services[index];
+                caption.start = start + 10 * (index / 2);
+                caption.end = caption.start + step / 2;
+                ASSERT_TRUE(loop.writer.add(caption, &loop.findings));
+                captions[index].push_back(std::move(caption));
+                numbers[index].push_back(number++);
+            }
+        }
+        while (!loop.writer.isDone()) {
+            loop.next();
+        }
+        ASSERT_TRUE(loop.findings.empty()) << loop.findings[0].offset << ": " << loop.findings[0].text();
+        EXPECT_TRUE(loop.damage.empty());
+        FindingsOf none;
+        for (std::size_t index = 0; index < services.size(); ++index) {
+            EXPECT_EQ(differenceOf(expectedScreens(captions[index], numbers[index], none, AspectRatio::Wide),
+                                   loop.shown[index]),
+                      "")
+                << "service " << int{services[index]};
+        }
+    }
+}
+
+}  // namespace
