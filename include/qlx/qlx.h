@@ -47,6 +47,7 @@
 #include <qlx/klv/partition.h>
 #include <qlx/line21/line21.h>
 #include <qlx/log/status.h>
+#include <qlx/playout/broadcast.h>
 #include <qlx/playout/captions.h>
 #include <qlx/playout/teletext.h>
 #include <qlx/playout/timeline.h>

@@ -117,6 +117,9 @@ extern qlx::MediaTime pts, frameDuration;
 namespace facade_packet {
 extern std::shared_ptr<QLXVANCPacket> packet;
 }
+namespace playout_broadcast {
+extern qlx::subtitles::Cue cue;
+}
 namespace playout_captions {
 extern qlx::subtitles::Cue cue;
 }
