@@ -160,7 +160,13 @@ void PrintTo(const Command& command, std::ostream* stream) {
 // A line for each kind of input of each command.
 const std::vector<Command> kCommands{
     {"PlaySrt", {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "v210", "-o", "OUT"}, srtFile},
-    {"PlayCaptions", {"play", "IN", "--mode", "cea608", "--rate", "25", "--format", "klv", "-o", "OUT"}, srtFile},
+    {"PlayCaptions",
+     {"play", "IN", "--mode", "cea608", "--rate", "25", "--format", "klv", "-o", "OUT", "--as-deployed"},
+     srtFile},
+    // It says how late its cues are, which have little time.
+    {"PlayCaptionsOnAir",
+     {"play", "IN", "--mode", "cea608", "--rate", "25", "--format", "klv", "-o", "OUT", "--quiet"},
+     srtFile},
     {"PlayJson", {"play", "IN", "--mode", "teletext", "--rate", "25"}, jsonSubtitles},
     {"PlayStl", {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "jsonl", "-o", "OUT"}, stlFile},
     {"SubsSrt", {"subs", "IN"}, srtFile},

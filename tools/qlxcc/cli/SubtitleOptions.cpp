@@ -34,11 +34,11 @@ the frame of the latter, and how many frames late that is.
 TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame
 00:00:10;12). Frame n is at n frame durations, from 0. In teletext a cue is due with the first frame that is later than
 its start, in CEA-608 with the first one at its start or later; a caption that pops on is sent ahead of that, while the
-one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that begins
-at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a kind.
-The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with CEA-608 that of
-line 9. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of each
-field a frame, above that those of field 1 in even frames and those of field 2 in odd ones.
+one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that
+begins at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a
+kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with CEA-608
+that of line 9. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of
+each field a frame, above that those of field 1 in even frames and those of field 2 in odd ones.
 
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
@@ -111,7 +111,7 @@ constexpr OptionRow kPlayOptions[] = {
      .least = 0,
      .greatest = 86'400,
      .field = &RawOptions::clearAfter,
-     .help = "roll-up: rows are erased at a cue's end if the next one begins later than that (default: 4)"},
+     .help = "roll-up: erase at a cue's end if the next begins later than that (default: 4)"},
     {.names = "--single-codes",
      .field = &RawOptions::sendsCodesOnce,
      .help = "cea608: send control codes once",
@@ -152,8 +152,8 @@ constexpr OptionRow kPlayOptions[] = {
 constexpr std::string_view kSubsNotes =
     R"(FILE is SRT, JSON or EBU STL, as its content says, or else its name; at most 64 MiB. Each row of a cue gets a line:
 number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
-in the same MODE, cea608 with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were left out, or that need a
-look, and why; with --mode also what a viewer will not see of a cue as it is written.
+in the same MODE, cea608 with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
+left out, or that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
 
 Examples:
   qlxcc subs film.stl
