@@ -13,17 +13,25 @@ using qlxfuzz::require;
 namespace {
 
 using Reader = void (*)(qlx::tool::Subtitles&, std::string_view, const qlx::tool::SubtitleRequest&,
-                        const qlx::tool::CueTaker&);
+                        const qlx::tool::CueTakers&);
 
 void readWith(Reader reader, std::string_view text, std::int32_t mode) {
     qlx::tool::Subtitles subtitles;
     subtitles.name = "memory";
     std::uint64_t cues = 0;
     try {
-        reader(subtitles, text, {"memory", mode, 0.04}, [&](const auto& record) {
+        const auto takeRecord = [&](const auto& record) {
             require(record != nullptr);
             ++cues;
-        });
+        };
+        const auto takeValue = [&](const qlx::subtitles::Cue& cue) {
+            require(qlx::tool::subtitleText(cue).size() <= 4 * text.size() + 16);
+            ++cues;
+        };
+        // No mode: cues as they are.
+        const bool areValues = mode == 0;
+        reader(subtitles, text, {"memory", mode, 0.04},
+               {takeRecord, areValues ? qlx::tool::CueValueTaker(takeValue) : qlx::tool::CueValueTaker()});
         require(cues > 0);
     } catch (const qlx::tool::Failure& failure) {
         require(std::string_view(failure.what()).starts_with("memory: "));
@@ -37,7 +45,7 @@ void readWith(Reader reader, std::string_view text, std::int32_t mode) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     (void)qlx::tool::looksLikeJson(text);
-    for (const std::int32_t mode : {1, 2}) {
+    for (const std::int32_t mode : {0, 1, 2}) {
         readWith(&qlx::tool::readSRT, text, mode);
         readWith(&qlx::tool::readJson, text, mode);
         readWith(&qlx::tool::readSTL, text, mode);
