@@ -90,12 +90,11 @@ bool PageReader::receiveTriplets(const Packet& packet, FindingSink* findings, st
 
 bool PageReader::takeDesignation(Designation& place, const TripletPacket& packet) {
     const Designation designation = designationIn(packet);
-    if (!designation) {
+    if (!designation || place == designation) {
         return false;
     }
-    const CharacterSet before = characterSet();
     place = designation;
-    return _isKnown && characterSet() != before;
+    return _isKnown;
 }
 
 bool PageReader::takeEnhancement(const TripletPacket& packet) {
@@ -125,10 +124,13 @@ void PageReader::placeCharacters() {
             }
         }
     }
-    // Of two at one place the last one is seen.
-    std::stable_sort(_placements.begin(), _placements.end(), [](const Placement& one, const Placement& other) {
+    // Of two at one place the last one is seen. Nearly always they are in order as they come.
+    const auto isBefore = [](const Placement& one, const Placement& other) {
         return one.row != other.row ? one.row < other.row : one.column < other.column;
-    });
+    };
+    if (!std::is_sorted(_placements.begin(), _placements.end(), isBefore)) {
+        std::stable_sort(_placements.begin(), _placements.end(), isBefore);
+    }
 }
 
 CharacterSet PageReader::characterSet() const noexcept {

@@ -2,6 +2,7 @@
 #include <qlx/teletext/row_encoder.h>
 
 #include "teletext/ArabicForms.h"
+#include "teletext/SetCodes.h"
 
 #include <algorithm>
 #include <tuple>
@@ -21,19 +22,12 @@ constexpr bool isLetter(char32_t character) {
     return (character >= U'A' && character <= U'Z') || (character >= U'a' && character <= U'z');
 }
 
-std::uint8_t codeAt(std::size_t place) {
-    return static_cast<std::uint8_t>(place + kFirstCharacterCode);
-}
-
-/// The code of a character; 0 when the set does not have it.
-std::uint8_t codeIn(SetCharacters characters, char32_t character) {
-    // Most are where ASCII has them.
-    if (character >= kFirstCharacterCode && character < kFirstCharacterCode + kSetCharacters &&
-        characters[character - kFirstCharacterCode] == character) {
-        return static_cast<std::uint8_t>(character);
-    }
-    const auto place = std::find(characters.begin(), characters.end(), character);
-    return place == characters.end() ? std::uint8_t{0} : codeAt(static_cast<std::size_t>(place - characters.begin()));
+/// The code of a character of the Latin set without an option; 0 when it is none.
+std::uint8_t plainLatinCode(char32_t character) {
+    constexpr char32_t kCurrency = U'\u00A4';
+    constexpr char32_t kLast = U'~';
+    const bool isThere = character > U' ' && character <= kLast && character != U'$';
+    return isThere ? static_cast<std::uint8_t>(character) : static_cast<std::uint8_t>(character == kCurrency ? '$' : 0);
 }
 
 /// A character, and another one that is shown for it or under it.
@@ -97,7 +91,8 @@ char32_t find(const Alike (&table)[size], char32_t character) {
 /// Encodes in one set.
 class Encoder {
 public:
-    explicit Encoder(const CharacterSet& set) : _set(set), _g0(g0Characters(set)), _g2(g2Characters(set.g2)) {}
+    explicit Encoder(const CharacterSet& set)
+        : _set(set), _g0(g0Characters(set)), _g0Codes(g0Codes(set)), _g2Codes(g2Codes(set.g2)) {}
 
     [[nodiscard]] CellCode encode(char32_t character) const {
         CellCode cell{.shown = character};
@@ -118,7 +113,7 @@ public:
 private:
     /// Whether the row or X/26 have it.
     bool place(char32_t character, CellCode& cell) const {
-        if (const std::uint8_t code = codeIn(_g0, character); code != 0) {
+        if (const std::uint8_t code = g0Code(character); code != 0) {
             cell.code = code;
             return true;
         }
@@ -126,7 +121,7 @@ private:
     }
 
     bool placeOver(char32_t character, CellCode& cell) const {
-        const std::uint8_t code = codeIn(_g2, character);
+        const std::uint8_t code = codeIn(_g2Codes, character);
         const bool isMark = character >= U'\u0300' && character <= U'\u036F';
         if (code > kFirstCharacterCode && character != U'\0' && !isMark) {
             put(modeOf(ColumnMode::G2Character), code, under(character), cell);
@@ -139,7 +134,7 @@ private:
             put(modeOf(ColumnMode::PlainLetter), kCommercialAtCode, under(character), cell);
             return true;
         }
-        if (const std::uint8_t plain = codeIn(plainLatin(), character); plain != 0) {
+        if (const std::uint8_t plain = plainLatinCode(character); plain != 0) {
             put(modeOf(ColumnMode::PlainLetter), plain, under(character), cell);
             return true;
         }
@@ -154,7 +149,7 @@ private:
             ++mark;
         }
         const bool isLatin = isLetter(parts.letter);
-        const std::uint8_t code = isLatin ? static_cast<std::uint8_t>(parts.letter) : codeIn(_g0, parts.letter);
+        const std::uint8_t code = isLatin ? static_cast<std::uint8_t>(parts.letter) : g0Code(parts.letter);
         if (code == 0) {
             return false;
         }
@@ -177,7 +172,7 @@ private:
     /// Another character that says the same.
     [[nodiscard]] char32_t sameForm(char32_t character) const {
         for (const char32_t form : otherForms(character)) {
-            if (form != U'\0' && (codeIn(_g0, form) != 0 || codeIn(_g2, form) != 0)) {
+            if (form != U'\0' && (g0Code(form) != 0 || codeIn(_g2Codes, form) != 0)) {
                 return form;
             }
         }
@@ -193,10 +188,9 @@ private:
                 return code;
             }
             const MarkedLetter parts = decomposed(character);
-            const char32_t same = find(kSame, character);
-            const char32_t next = parts.letter != U'\0' ? parts.letter
-                                  : same != U'\0'       ? same
-                                                        : find(kNearest, plainArabic(character));
+            char32_t next = parts.letter;
+            next = next == U'\0' ? find(kSame, character) : next;
+            next = next == U'\0' ? find(kNearest, plainArabic(character)) : next;
             if (next == U'\0') {
                 break;
             }
@@ -211,27 +205,36 @@ private:
     /// The code of a character of the row's set, in the other case if need be, or of the letter that stands where Latin
     /// has this one: these sets have letters of the same sound there.
     [[nodiscard]] std::uint8_t codeOfNear(char32_t character) const {
-        if (const std::uint8_t code = codeIn(_g0, character); code != 0) {
+        if (const std::uint8_t code = g0Code(character); code != 0) {
             return code;
         }
         for (const char32_t form : otherForms(character)) {
-            if (const std::uint8_t code = form == U'\0' ? std::uint8_t{0} : codeIn(_g0, form); code != 0) {
+            if (const std::uint8_t code = form == U'\0' ? std::uint8_t{0} : g0Code(form); code != 0) {
                 return code;
             }
         }
         if (!isLetter(character)) {
             return 0;
         }
-        const std::uint8_t capital = codeIn(_g0, character & ~kLowerCase);
+        const std::uint8_t capital = g0Code(character & ~kLowerCase);
         const bool hasSounds = _set.g0 != G0Set::Arabic && _set.g0 != G0Set::Hebrew;
         return capital != 0 ? capital : hasSounds ? static_cast<std::uint8_t>(character) : kQuestionMark;
+    }
+
+    /// The code of a character of the row's set; 0 when it is not there.
+    [[nodiscard]] std::uint8_t g0Code(char32_t character) const {
+        // Most are where ASCII has them.
+        const bool isThere = character >= kFirstCharacterCode && character < kFirstCharacterCode + kSetCharacters &&
+                             _g0[character - kFirstCharacterCode] == character;
+        return isThere ? static_cast<std::uint8_t>(character) : codeIn(_g0Codes, character);
     }
 
     static constexpr char32_t kFirstArabicDigit = 0x660;
 
     const CharacterSet& _set;
     SetCharacters _g0;
-    SetCharacters _g2;
+    const CodeTable& _g0Codes;
+    const CodeTable& _g2Codes;
 };
 
 void tell(FindingSink* findings, const DisplayCell& cell, const CellCode& code) {

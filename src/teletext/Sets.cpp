@@ -1,7 +1,10 @@
 // The tables of the sets, and which page has which.
 #include <qlx/teletext/sets.h>
 
+#include "teletext/SetCodes.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace qlx::teletext {
 
@@ -124,6 +127,26 @@ constexpr std::array<Table, 6> kOthers{tableOf(kCyrillic1), tableOf(kCyrillic2),
 constexpr std::array<Table, 4> kSupplementary{tableOf(kLatinG2), tableOf(kCyrillicG2), tableOf(kGreekG2),
                                               tableOf(kArabicG2)};
 
+/// The way back: the lowest code of a character first.
+consteval CodeTable codesOf(const Table& characters) {
+    CodeTable codes{};
+    for (std::size_t place = 0; place < characters.size(); ++place) {
+        codes[place] = {characters[place], static_cast<std::uint8_t>(place + kFirstCharacterCode)};
+    }
+    std::sort(codes.begin(), codes.end());
+    return codes;
+}
+
+template <std::size_t count, std::size_t... index>
+consteval std::array<CodeTable, count> allCodesOf(const std::array<Table, count>& tables,
+                                                  std::index_sequence<index...> /*places*/) {
+    return {codesOf(tables[index])...};
+}
+
+constexpr auto kLatinCodes = allCodesOf(kLatin, std::make_index_sequence<kLatin.size()>());
+constexpr auto kOtherCodes = allCodesOf(kOthers, std::make_index_sequence<kOthers.size()>());
+constexpr auto kSupplementaryCodes = allCodesOf(kSupplementary, std::make_index_sequence<kSupplementary.size()>());
+
 /// Designations whose sets are not the Latin ones of both kinds.
 struct Entry {
     std::uint8_t designation;
@@ -187,6 +210,34 @@ static_assert(std::all_of(std::begin(kCompositions), std::end(kCompositions), []
     return compositions.letters.size() == compositions.characters.size();
 }));
 
+constexpr std::size_t kMarkedLetters = []() {
+    std::size_t count = 0;
+    for (const Compositions& compositions : kCompositions) {
+        count += compositions.characters.size();
+    }
+    return count;
+}();
+
+/// A character that comes apart.
+struct Decomposition {
+    char32_t character = 0;
+    MarkedLetter parts;
+};
+
+/// All of them, by character.
+constexpr std::array<Decomposition, kMarkedLetters> kDecompositions = []() {
+    std::array<Decomposition, kMarkedLetters> all{};
+    std::size_t next = 0;
+    for (const Compositions& compositions : kCompositions) {
+        for (std::size_t place = 0; place < compositions.characters.size(); ++place) {
+            all[next++] = {compositions.characters[place], {compositions.letters[place], compositions.mark}};
+        }
+    }
+    std::sort(all.begin(), all.end(),
+              [](const Decomposition& one, const Decomposition& other) { return one.character < other.character; });
+    return all;
+}();
+
 /// A language by its codes.
 struct Language {
     std::string_view code;           ///< ISO 639-1; empty where there is none.
@@ -209,13 +260,15 @@ constexpr Language kLanguages[] = {
     {"ar", "ara", "", 0x47},    {"he", "heb", "", 0x55},    {"iw", "", "", 0x55},       {"yi", "yid", "", 0x55},
 };
 
+constexpr char lowerCase(char letter) noexcept {
+    constexpr int kCase = 0x20;
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + kCase) : letter;
+}
+
 /// ASCII letters whose case is of no meaning.
-bool isSame(std::string_view one, std::string_view other) noexcept {
-    constexpr char kCase = 0x20;
-    return one.size() == other.size() && std::equal(one.begin(), one.end(), other.begin(), [](char left, char right) {
-               const bool isCapital = left >= 'A' && left <= 'Z';
-               return (isCapital ? static_cast<char>(left | kCase) : left) == right;
-           });
+bool isSame(std::string_view given, std::string_view code) noexcept {
+    return std::equal(given.begin(), given.end(), code.begin(), code.end(),
+                      [](char left, char right) { return lowerCase(left) == right; });
 }
 
 }  // namespace
@@ -227,7 +280,10 @@ std::optional<CharacterSet> characterSetOf(std::uint8_t designation) noexcept {
         }
     }
     const auto option = nationalOptionOf(designation);
-    return option ? std::optional<CharacterSet>({.option = *option}) : std::nullopt;
+    if (!option) {
+        return std::nullopt;
+    }
+    return CharacterSet{.option = *option};
 }
 
 CharacterSet shownSet(std::uint8_t region, std::uint8_t control) noexcept {
@@ -266,13 +322,19 @@ char32_t composed(char32_t letter, char32_t mark) noexcept {
 }
 
 MarkedLetter decomposed(char32_t character) noexcept {
-    for (const Compositions& compositions : kCompositions) {
-        const std::size_t place = compositions.characters.find(character);
-        if (place != std::u32string_view::npos) {
-            return {compositions.letters[place], compositions.mark};
-        }
-    }
-    return {};
+    const auto* const place = std::lower_bound(
+        kDecompositions.begin(), kDecompositions.end(), character,
+        [](const Decomposition& decomposition, char32_t wanted) { return decomposition.character < wanted; });
+    return place == kDecompositions.end() || place->character != character ? MarkedLetter{} : place->parts;
+}
+
+const CodeTable& g0Codes(const CharacterSet& set) noexcept {
+    return set.g0 == G0Set::Latin ? kLatinCodes[static_cast<std::size_t>(set.option)]
+                                  : kOtherCodes[static_cast<std::size_t>(set.g0) - 1];
+}
+
+const CodeTable& g2Codes(G2Set set) noexcept {
+    return kSupplementaryCodes[static_cast<std::size_t>(set)];
 }
 
 std::optional<std::uint8_t> designationOf(std::string_view language) noexcept {

@@ -134,7 +134,7 @@ inline constexpr std::u32string_view kLatinG2{
         NationalOption option;
     };
     using enum NationalOption;
-    constexpr Entry kDesignations[] = {
+    constexpr Entry kEntries[] = {
         // Western, Eastern, Western with Turkish.
         {0x00, English},
         {0x01, German},
@@ -167,7 +167,7 @@ inline constexpr std::u32string_view kLatinG2{
         {0x40, English},
         {0x44, French},
     };
-    for (const Entry& entry : kDesignations) {
+    for (const Entry& entry : kEntries) {
         if (entry.designation == designation) {
             return entry.option;
         }
