@@ -373,8 +373,8 @@ public:
                 --above.row;
             }
             _rows.push_back(row);
+            std::erase_if(_rows, [&](const CaptionRow& one) { return one.row + place.first <= place.second; });
         }
-        std::erase_if(_rows, [&](const CaptionRow& row) { return row.row + place.first <= place.second; });
     }
     void clear() { _rows.clear(); }
     [[nodiscard]] const std::vector<CaptionRow>& rows() const { return _rows; }
@@ -406,8 +406,12 @@ void expectWritten(Random& random, FrameRate rate, AspectRatio ratio, CaptionSty
         }
         if (!fits && isTrue(random, 50)) {
             next = someCaption(random, style, false, ratio);
-            next.rows.push_back({30, 3, someText(random, 4, true)});
+            next.rows.push_back({30, 3, someText(random, 1 + below(random, 50), false)});
             next.rows.back().cells.front().isVisible = true;
+            if (style == CaptionStyle::RollUp) {
+                // All rows are written in one place, which findings name: of one only it is known whose they are.
+                next.rows.erase(next.rows.begin(), next.rows.end() - 1);
+            }
         }
         start = caption.end + 1 + (isTrue(random, 20) ? below(random, 2 * clear) : below(random, 10));
         std::vector<Finding> ofCaption;

@@ -73,10 +73,10 @@ expect --version --v
 expect "" play --vers
 
 # Values.
-expect cea608,teletext play film.srt --mode ""
+expect captions,cea608,cea708,teletext play film.srt --mode ""
 expect teletext play film.srt --mode te
 expect teletext play film.srt --mode = te
-expect cea608,teletext play film.srt --mode =
+expect captions,cea608,cea708,teletext play film.srt --mode =
 contain 29.97 play film.srt --mode teletext --rate 29
 contain v210 play film.srt --to-format v
 contain klv scte104 build time-signal --to-format k

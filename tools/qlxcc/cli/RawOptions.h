@@ -62,6 +62,8 @@ struct RawOptions {
     std::optional<std::string> programName;
     std::optional<std::string> rating;
     std::optional<std::string> network;
+    std::optional<std::uint64_t> service;
+    std::optional<std::string> language;
     bool isAll = false;
     std::string channel;
     std::string page;

@@ -8,6 +8,9 @@
 #include <qlx/cea608/codes.h>
 #include <qlx/cea608/xds.h>
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,8 +43,8 @@ PlayFormat playFormat(const RawOptions& raw) {
 void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
     const bool isScc = options.format == PlayFormat::Scc;
     const bool isA53 = options.format == PlayFormat::A53;
-    if (isA53 && options.mode != PlayMode::Cea608) {
-        throw UsageError("--to-format a53 is for --mode cea608 only");
+    if (isA53 && options.mode == PlayMode::Teletext) {
+        throw UsageError("--to-format a53 is for captions only: --mode cea608, cea708 or captions");
     }
     if (isScc && options.mode != PlayMode::Cea608) {
         throw UsageError("--to-format scc is for --mode cea608 only");
@@ -50,39 +53,70 @@ void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
         throw UsageError("--to-format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count "
                          "its frames");
     }
-    if (raw.isSD && options.mode == PlayMode::Cea608 && options.format != PlayFormat::V210) {
-        throw UsageError(
-            "--sd with --mode cea608 is for the format v210 only: captions stand on the same line either way");
+    if (raw.isSD && options.mode != PlayMode::Teletext && options.format != PlayFormat::V210) {
+        throw UsageError("--sd with --mode " + raw.mode +
+                         " is for the format v210 only: captions stand on the same line either way");
     }
-    if (raw.isSD && options.mode == PlayMode::Cea608 && !options.asDeployed && options.rate.name != "25" &&
+    if (raw.isSD && options.mode != PlayMode::Teletext && !options.asDeployed && options.rate.name != "25" &&
         options.rate.name != "29.97") {
-        throw UsageError("--sd with --mode cea608 is for --rate 25 and 29.97 only");
+        throw UsageError("--sd with --mode " + raw.mode + " is for --rate 25 and 29.97 only");
     }
     if (raw.isNonDrop && !isScc) {
         throw UsageError("--non-drop is for the format scc only");
     }
     if (raw.leavesFramesEmpty &&
-        (options.mode != PlayMode::Cea608 || isScc || isA53 || options.format == PlayFormat::Schedule)) {
-        throw UsageError("--no-fill is for --mode cea608 with the formats v210, klv and jsonl only");
+        (options.mode == PlayMode::Teletext || isScc || isA53 || options.format == PlayFormat::Schedule)) {
+        throw UsageError("--no-fill is for captions with the formats v210, klv and jsonl only");
     }
 }
 
-/// Options that only the core's captions have.
-void refuseOptionsOfCaptions(const RawOptions& raw) {
-    struct Given {
-        std::string_view name;
-        bool isGiven;
-    };
-    for (const Given& option :
-         {Given{"--channel", !raw.channel.empty()}, Given{"--style", !raw.style.empty()},
-          Given{"--roll-up-rows", raw.rollUpRows.has_value()}, Given{"--clear-after", raw.clearAfter.has_value()},
-          Given{"--single-codes", raw.sendsCodesOnce}, Given{"--line", raw.line.has_value()},
-          Given{"--program-name", raw.programName.has_value()}, Given{"--rating", raw.rating.has_value()},
-          Given{"--network", raw.network.has_value()}}) {
+struct GivenOption {
+    std::string_view name;
+    bool isGiven = false;
+};
+
+void refuse(std::span<const GivenOption> options, std::string_view where) {
+    for (const GivenOption& option : options) {
         if (option.isGiven) {
-            throw UsageError(std::string(option.name) + " is for --mode cea608 without --as-deployed only");
+            throw UsageError(std::string(option.name) + " is for " + std::string(where) + " only");
         }
     }
+}
+
+/// Options that only some captions of the core have.
+void refuseOptionsOfCaptions(const RawOptions& raw, const PlayOptions& options) {
+    const bool isPlain = options.mode == PlayMode::Teletext || options.asDeployed;
+    if (isPlain || !hasLine21(options.mode)) {
+        refuse(std::array{GivenOption{"--channel", !raw.channel.empty()},
+                          GivenOption{"--single-codes", raw.sendsCodesOnce},
+                          GivenOption{"--program-name", raw.programName.has_value()},
+                          GivenOption{"--rating", raw.rating.has_value()},
+                          GivenOption{"--network", raw.network.has_value()}},
+               "--mode cea608 and captions without --as-deployed");
+    }
+    if (!hasService(options.mode)) {
+        refuse(std::array{GivenOption{"--service", raw.service.has_value()}}, "--mode cea708 and captions");
+    }
+    if (isPlain) {
+        refuse(std::array{GivenOption{"--style", !raw.style.empty()},
+                          GivenOption{"--roll-up-rows", raw.rollUpRows.has_value()},
+                          GivenOption{"--clear-after", raw.clearAfter.has_value()},
+                          GivenOption{"--line", raw.line.has_value()},
+                          GivenOption{"--language", raw.language.has_value()}},
+               "captions without --as-deployed");
+    }
+    if (options.asDeployed && hasService(options.mode)) {
+        throw UsageError("--as-deployed is for --mode cea608 and teletext only");
+    }
+}
+
+/// Three letters.
+cc::CaptionService::Language languageNamed(const std::string& name) {
+    const auto isLetter = [](char letter) { return letter >= 'a' && letter <= 'z'; };
+    if (name.size() != 3 || !std::all_of(name.begin(), name.end(), isLetter)) {
+        throw UsageError("--language: \"" + name + "\" is no code of ISO 639-2: three small letters, as in eng");
+    }
+    return {name[0], name[1], name[2]};
 }
 
 void readExtendedData(const RawOptions& raw, std::vector<cea608::XdsValue>& values) {
@@ -103,8 +137,8 @@ void readExtendedData(const RawOptions& raw, std::vector<cea608::XdsValue>& valu
 }
 
 void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
-    if (options.mode != PlayMode::Cea608 || options.asDeployed) {
-        refuseOptionsOfCaptions(raw);
+    refuseOptionsOfCaptions(raw, options);
+    if (options.mode == PlayMode::Teletext || options.asDeployed) {
         return;
     }
     CaptionPlayOptions& captions = options.captions;
@@ -119,6 +153,11 @@ void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
     captions.rollUpRows = static_cast<std::uint8_t>(raw.rollUpRows.value_or(captions.rollUpRows));
     captions.writer.clearAfter = static_cast<std::uint32_t>(raw.clearAfter.value_or(captions.writer.clearAfter));
     captions.writer.doublesCodes = !raw.sendsCodesOnce;
+    captions.service = static_cast<std::uint8_t>(raw.service.value_or(captions.service));
+    captions.aspectRatio = raw.isSD ? cea708::AspectRatio::Standard : cea708::AspectRatio::Wide;
+    if (raw.language) {
+        captions.language = languageNamed(*raw.language);
+    }
     captions.line = static_cast<std::uint32_t>(raw.line.value_or(captions.line));
     const bool hasPackets =
         options.format == PlayFormat::V210 || options.format == PlayFormat::Klv || options.format == PlayFormat::Jsonl;
@@ -137,7 +176,10 @@ Action checkedPlay(const RawOptions& raw) {
     PlayOptions options;
     options.subtitles = raw.file;
     options.encoding = knownEncoding(raw.encoding);
-    options.mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
+    options.mode = raw.mode == "cea608"     ? PlayMode::Cea608
+                   : raw.mode == "cea708"   ? PlayMode::Cea708
+                   : raw.mode == "captions" ? PlayMode::Captions
+                                            : PlayMode::Teletext;
     options.rate = rateNamed(raw.rate).value();
     options.isHD = !raw.isSD;
     if (!raw.from.empty()) {

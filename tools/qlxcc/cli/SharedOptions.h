@@ -20,6 +20,8 @@ inline constexpr std::string_view kChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 
 /// What cues are made into.
 inline constexpr std::string_view kModes[] = {"teletext", "cea608"};
+/// The same of play.
+inline constexpr std::string_view kPlayModes[] = {"teletext", "cea608", "cea708", "captions"};
 
 [[nodiscard]] constexpr OptionRow required(OptionRow row) {
     row.isRequired = true;
@@ -35,6 +37,12 @@ inline constexpr std::string_view kModes[] = {"teletext", "cea608"};
 /// The same option with a help of its own in a command.
 [[nodiscard]] constexpr OptionRow helping(OptionRow row, std::string_view help) {
     row.help = help;
+    return row;
+}
+
+/// The same option with other words.
+[[nodiscard]] constexpr OptionRow ofWords(OptionRow row, std::span<const std::string_view> words) {
+    row.words = words;
     return row;
 }
 

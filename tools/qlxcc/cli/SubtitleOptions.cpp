@@ -28,28 +28,33 @@ constexpr OptionRow kEncoding{.names = "--encoding",
 constexpr std::string_view kPlayNotes =
     R"(Without -o and --to-format the schedule is printed. Teletext: a line for each frame at which something changes, with
 what the packets of both fields carry; "erase" is a page header that clears page 888, "close" the header behind its
-rows. CEA-608: a line for each cue, with the times at which its first byte pair is sent, it is due, and it is on air,
-the frame of the latter, and how many frames late that is.
+rows. Captions: a line for each cue, with the times at which its first bytes are sent, it is due, and it is on air, the
+frame of the latter, and how many frames late that is; of both systems at once, when the last of them shows it.
 
 TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame
 00:00:10;12). Frame n is at n frame durations, from 0. In teletext a cue is due with the first frame that is later than
-its start, in CEA-608 with the first one at its start or later; a caption that pops on is sent ahead of that, while the
-one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that
-begins at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a
-kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with CEA-608
-that of line 9. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of
-each field a frame, above that those of field 1 in even frames and those of field 2 in odd ones.
+its start, in captions with the first one at its start or later; a caption that pops on is sent ahead of that, while the
+one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that begins
+at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a kind.
+The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with captions that of
+line 9. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of each
+field a frame, above that those of field 1 in even frames and those of field 2 in odd ones. Behind them stands
+what a caption service has to send. With --sd its picture is taken as one of 4:3, otherwise as one of 16:9.
 
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
   qlxcc play film.srt --mode teletext --rate 29.97 --from 00:10:00,000 --duration 60 -o film.v210
   qlxcc play film.srt --mode cea608 --rate 29.97 -o film.scc
   qlxcc play film.srt --mode cea608 --channel CC3 --style roll-up --rate 59.94 --rating "TV-14 V" -o film.klv
+  qlxcc play film.srt --mode captions --rate 59.94 --language eng -o film.klv
   qlxcc play film.srt --mode teletext --rate 25 --to-format klv | qlxcc scan - --from-format klv)";
 
 constexpr OptionRow kPlayOptions[] = {
     fileArgument("SUBTITLES", kSubtitleFile.help, kSubtitleFile.more),
-    required(mode("What is made of the cues: teletext (OP-47, both fields) or cea608 (captions of line 21)")),
+    required(
+        ofWords(mode("What is made of the cues: teletext (OP-47, both fields), cea608 (captions of line 21), cea708 (a "
+                     "caption service of DTVCC) or captions (both)"),
+                kPlayModes)),
     required(rateOption("--rate", {}, &RawOptions::rate,
                         "Frames a second: 23.976, 24, 25, 29.97, 30, 50, 59.94 or 60, or as 30000/1001")),
     {.names = "--sd",
@@ -82,20 +87,35 @@ constexpr OptionRow kPlayOptions[] = {
      .least = 0,
      .greatest = kGreatestLine,
      .field = &RawOptions::line,
-     .help = "cea608: the video line of the packets (default: 9)"},
+     .help = "Captions: the video line of the packets (default: 9)"},
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,
      .words = kChannels,
      .field = &RawOptions::channel,
-     .help = "cea608: {} (default: CC1)",
+     .help = "cea608 and captions: {} (default: CC1)",
      .more = "CC1 and CC2 are in field 1, CC3 and CC4 in field 2."},
+    {.names = "--service",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 63,
+     .field = &RawOptions::service,
+     .help = "cea708 and captions: the caption service, 1 to 63 (default: 1)"},
+    {.names = "--language",
+     .value = "CODE",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::language,
+     .help = "Captions: their language, three letters of ISO 639-2 (eng, fra, spa)",
+     .more =
+         "It is in the service information of every packet. A caption service has that in any case, with und where no "
+         "language is named."},
     {.names = "--style",
      .value = "STYLE",
      .kind = ValueKind::Word,
      .words = kStyles,
      .field = &RawOptions::style,
-     .help = "cea608: {} (default: pop-on)",
+     .help = "Captions: {} (default: pop-on)",
      .more = "Captions that pop on are sent ahead, while the one before is shown, and appear at once; the others are "
              "written letter by letter from their start on."},
     {.names = "--roll-up-rows",
@@ -142,7 +162,7 @@ constexpr OptionRow kPlayOptions[] = {
     kEncoding,
     {.names = "--no-fill",
      .field = &RawOptions::leavesFramesEmpty,
-     .help = "cea608: frames without a byte pair carry no packet",
+     .help = "Captions: frames without any carry no packet",
      .more = "Without this option they carry one with null pairs, so that every frame has one."},
     {.names = "--non-drop",
      .field = &RawOptions::isNonDrop,

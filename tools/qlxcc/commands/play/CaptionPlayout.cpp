@@ -1,4 +1,4 @@
-// Playing out as captions of CEA-608.
+// Playing out as captions of CEA-608, CEA-708 or both.
 #include "commands/play/PlayWindow.h"
 #include "commands/play/Playout.h"
 #include "cues/CueNotes.h"
@@ -11,7 +11,7 @@
 
 #include <qlx/base/frame_rate.h>
 #include <qlx/cc/cdp.h>
-#include <qlx/playout/captions.h>
+#include <qlx/playout/broadcast.h>
 
 #include <algorithm>
 #include <array>
@@ -88,6 +88,7 @@ public:
     CaptionPlayout(const PlayOptions& options, PlayedCues cues, const Subtitles& subtitles)
         : _options(options), _name(subtitles.name), _cueCount(subtitles.cues), _range(cues.window().frames(_name)),
           _notes(_name), _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
+        nameServices();
         reportProblems(subtitles);
         cues.window().reportFilling(_name);
         for (const subtitles::Cue& cue : cues.inOrder()) {
@@ -103,13 +104,11 @@ public:
 
     [[nodiscard]] Frame next(std::uint64_t number, const MediaTime& pts) override {
         const cc::Cdp cdp = _playout.next(&_notes);
-        for (const cea608::CaptionEvent& event : _playout.events()) {
-            CueCourse& cue = _courses[event.number];
-            if (event.step == cea608::CaptionStep::Begun) {
-                cue.sent = number;
-            } else if (event.step == cea608::CaptionStep::Shown) {
-                cue.shown = number;
-            }
+        for (const cea608::CaptionEvent& event : _playout.line21Events()) {
+            follow(event, number);
+        }
+        for (const cea708::CaptionEvent& event : _playout.serviceEvents()) {
+            follow(event, number);
         }
         Frame frame;
         frame.number = number;
@@ -125,9 +124,8 @@ public:
 
     [[nodiscard]] std::unique_ptr<FrameWriter> makeSchedule(OutputFile& output) override {
         auto schedule = std::make_unique<CueScheduleWriter>(output, _options.rate, _courses);
-        schedule->writeTitles(_name + ": " + counted(_cueCount, "cue") + " as CEA-608 captions on " +
-                              std::string(nameOf(_options.captions.channel)) + ", " + std::string(_options.rate.name) +
-                              " frames/s");
+        schedule->writeTitles(_name + ": " + counted(_cueCount, "cue") + " as " + target() + ", " +
+                              std::string(_options.rate.name) + " frames/s");
         return schedule;
     }
 
@@ -143,10 +141,57 @@ public:
     }
 
 private:
-    static cea608::WriterOptions writerOptions(const PlayOptions& options, std::uint64_t firstFrame) {
-        cea608::WriterOptions writer = options.captions.writer;
-        writer.firstFrame = firstFrame;
-        return writer;
+    static playout::BroadcastOptions writerOptions(const PlayOptions& options, std::uint64_t firstFrame) {
+        playout::BroadcastOptions writers;
+        writers.line21 = options.captions.writer;
+        writers.line21.firstFrame = firstFrame;
+        writers.services.aspectRatio = options.captions.aspectRatio;
+        writers.services.clearAfter = options.captions.writer.clearAfter;
+        writers.services.firstFrame = firstFrame;
+        return writers;
+    }
+
+    /// A caption service is always named, the captions of line 21 where their language is known.
+    void nameServices() {
+        constexpr cc::CaptionService::Language kUndetermined{'u', 'n', 'd'};
+        const CaptionPlayOptions& captions = _options.captions;
+        const cc::CaptionService::Language language = captions.language.value_or(kUndetermined);
+        std::vector<cc::CaptionService> services;
+        if (hasLine21(_options.mode) && (captions.language || hasService(_options.mode))) {
+            services.push_back(cc::CaptionService::line21(captions.channel.field == 2, language));
+        }
+        if (hasService(_options.mode)) {
+            const bool isWide = captions.aspectRatio == cea708::AspectRatio::Wide;
+            services.push_back(cc::CaptionService::digital(captions.service, language,
+                                                           {.easyReader = false, .wideAspectRatio = isWide}));
+        }
+        // There are two at most.
+        static_cast<void>(_playout.setServices(services));
+    }
+
+    [[nodiscard]] std::string target() const {
+        const std::string channel(nameOf(_options.captions.channel));
+        const std::string service = "service " + std::to_string(int{_options.captions.service});
+        switch (_options.mode) {
+        case PlayMode::Cea708:
+            return "CEA-708 captions in " + service;
+        case PlayMode::Captions:
+            return "captions on " + channel + " and in " + service;
+        default:
+            return "CEA-608 captions on " + channel;
+        }
+    }
+
+    /// A cue is sent when the first of its systems begins, and on air when the last one shows it.
+    template <class Event>
+    void follow(const Event& event, std::uint64_t number) {
+        using Step = decltype(event.step);
+        CueCourse& cue = _courses[event.number];
+        if (event.step == Step::Begun) {
+            cue.sent = cue.sent.value_or(number);
+        } else if (event.step == Step::Shown) {
+            cue.shown = number;
+        }
     }
 
     static bool isFilling(const cc::Cdp& cdp) {
@@ -158,8 +203,17 @@ private:
     void add(const subtitles::Cue& cue) {
         const CaptionPlayOptions& captions = _options.captions;
         _notes.addCue(cue.number);
-        const bool isTaken = _playout.add(
-            cue, {.channel = captions.channel, .style = captions.style, .rollUpRows = captions.rollUpRows}, &_notes);
+        playout::BroadcastTargets targets;
+        if (hasLine21(_options.mode)) {
+            targets.line21 = playout::CaptionOptions{
+                .channel = captions.channel, .style = captions.style, .rollUpRows = captions.rollUpRows};
+        }
+        if (hasService(_options.mode)) {
+            targets.service = playout::ServiceOptions{.service = captions.service,
+                                                      .style = static_cast<cea708::CaptionStyle>(captions.style),
+                                                      .rollUpRows = captions.rollUpRows};
+        }
+        const bool isTaken = _playout.add(cue, targets, &_notes);
         _courses.push_back({.number = cue.number,
                             .text = _options.format == PlayFormat::Schedule ? subtitleText(cue) : std::string(),
                             .due = dueFrame(cue, _options.rate).value_or(0),
@@ -188,7 +242,7 @@ private:
     std::uint64_t _cueCount;
     FrameRange _range;
     CueNotes _notes;
-    playout::CaptionPlayout _playout;
+    playout::BroadcastPlayout _playout;
     std::vector<CueCourse> _courses;
 };
 

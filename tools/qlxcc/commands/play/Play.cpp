@@ -12,8 +12,8 @@ namespace qlx::tool {
 namespace {
 
 std::unique_ptr<Playout> makePlayout(const PlayOptions& options) {
-    return options.mode == PlayMode::Cea608 && !options.asDeployed ? makeCaptionPlayout(options)
-                                                                   : makeDeployedPlayout(options);
+    return options.mode != PlayMode::Teletext && !options.asDeployed ? makeCaptionPlayout(options)
+                                                                     : makeDeployedPlayout(options);
 }
 
 std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& playout, OutputFile& output) {

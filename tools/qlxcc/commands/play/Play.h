@@ -4,9 +4,11 @@
 #include "io/FrameOutput.h"
 #include "io/Rates.h"
 
+#include <qlx/cc/cdp_sections.h>
 #include <qlx/cea608/caption.h>
 #include <qlx/cea608/writer.h>
 #include <qlx/cea608/xds.h>
+#include <qlx/cea708/window.h>
 
 #include <cstdint>
 #include <optional>
@@ -15,7 +17,19 @@
 
 namespace qlx::tool {
 
-enum class PlayMode { Cea608 = 1, Teletext = 2 };  ///< The library's subtitle modes.
+/// The library's subtitle modes, and those that the core alone has; Captions is both caption systems at once.
+enum class PlayMode { Cea608 = 1, Teletext = 2, Cea708, Captions };
+
+/// Whether captions of line 21 are sent.
+constexpr bool hasLine21(PlayMode mode) {
+    return mode == PlayMode::Cea608 || mode == PlayMode::Captions;
+}
+
+/// Whether a caption service is sent.
+constexpr bool hasService(PlayMode mode) {
+    return mode == PlayMode::Cea708 || mode == PlayMode::Captions;
+}
+
 enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc, A53 };
 
 /// How captions are sent.
@@ -26,6 +40,9 @@ struct CaptionPlayOptions {
     cea608::WriterOptions writer;
     std::vector<cea608::XdsValue> extendedData;  ///< Sent in field 2 as often as the writer does it.
     std::uint32_t line = 9;                      ///< Of their packets.
+    std::uint8_t service = 1;
+    cea708::AspectRatio aspectRatio = cea708::AspectRatio::Wide;
+    std::optional<cc::CaptionService::Language> language;  ///< Of both.
 };
 
 struct PlayOptions {

@@ -1,0 +1,93 @@
+// qlxcc play --mode cea708 and captions: caption services as they go on air, alone and beside line 21.
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+using qlxtest::linesOf;
+using qlxtest::playArgumentsOfMode;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Arguments = std::vector<std::string>;
+
+ToolResult playedServices(const std::string& mode, const std::string& rate, const Arguments& more) {
+    const TemporaryFolder folder;
+    return runTool(
+        playArgumentsOfMode(mode, folder.write("in.srt", srt({{"00:00:01,010", "00:00:02,010", "Hi"}})), rate, more));
+}
+
+// The window of two columns in the middle of row 15, hidden; its lower edge at line 74, its middle at column 105.
+const std::string kLoad = "ff082efe9818fe4a69fe7001fe1191fe3f00fe0048fe6903fa0000";
+
+bool hasPart(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// 1.01 s is 30.27 frames, 2.01 s 60.24.
+TEST(ServicesOnAir, AreLoadedAheadAndShownOnTime) {
+    const ToolResult result = playedServices("cea708", "29.97", {"--to-format", "a53"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const Arguments lines = linesOf(result.out);
+    ASSERT_GT(lines.size(), 61U);
+    EXPECT_TRUE(hasPart(lines[0], "fc8080fd8080" + kLoad)) << lines[0];
+    EXPECT_TRUE(hasPart(lines[31], "fc8080fd8080ff4222fe8901fa0000")) << lines[31];
+    EXPECT_TRUE(hasPart(lines[61], "fc8080fd8080ff8222fe8c01fa0000")) << lines[61];
+    EXPECT_FALSE(hasPart(lines[60], "fe"));
+    // Another service: 2 in the block's header.
+    EXPECT_TRUE(hasPart(linesOf(playedServices("cea708", "29.97", {"--to-format", "a53", "--service", "2"}).out).at(0),
+                        "ff084efe9818"));
+}
+
+TEST(ServicesOnAir, StandBesideLine21) {
+    const ToolResult result = playedServices("captions", "29.97", {"--to-format", "a53"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const Arguments lines = linesOf(result.out);
+    ASSERT_GT(lines.size(), 61U);
+    EXPECT_TRUE(hasPart(lines[0], "fc9420fd8080" + kLoad)) << lines[0];
+    EXPECT_TRUE(hasPart(lines[31], "fc942ffd8080ff4222fe8901")) << lines[31];
+    EXPECT_TRUE(hasPart(lines[61], "fc942cfd8080ff8222fe8c01")) << lines[61];
+}
+
+TEST(ServicesOnAir, AreNamedInEveryPacket) {
+    const auto isInAll = [](const ToolResult& result, const std::string& part) {
+        const Arguments lines = linesOf(result.out);
+        return result.exitCode == 0 && lines.size() > 60 &&
+               std::all_of(lines.begin(), lines.end(),
+                           [&](const std::string& line) { return hasPart(line, part) || !hasPart(line, "9669"); });
+    };
+    // Field 1 of line 21 and service 1, English, for 16:9.
+    EXPECT_TRUE(isInAll(playedServices("captions", "59.94", {"--to-format", "jsonl", "--language", "eng"}),
+                        "73d2e0656e677e3fffe1656e67c17fff"));
+    EXPECT_TRUE(
+        isInAll(playedServices("cea708", "25", {"--to-format", "jsonl", "--service", "33"}), "73d1a1756e64e17fff"));
+    EXPECT_TRUE(
+        isInAll(playedServices("cea608", "25", {"--to-format", "jsonl", "--channel", "CC3", "--language", "fra"}),
+                "73d1e06672617f3fff"));
+}
+
+TEST(ServicesOnAir, RefuseWhatTheyDoNotHave) {
+    const auto refused = [](const std::string& mode, const Arguments& more) {
+        const ToolResult result = playedServices(mode, "29.97", more);
+        EXPECT_EQ(result.exitCode, 2) << mode;
+        return result.err;
+    };
+    EXPECT_TRUE(hasPart(refused("cea608", {"--service", "2"}), "--service is for --mode cea708 and captions only"));
+    EXPECT_TRUE(hasPart(refused("cea708", {"--channel", "CC2"}), "--channel is for --mode cea608 and captions"));
+    EXPECT_TRUE(hasPart(refused("captions", {"--language", "English"}), "no code of ISO 639-2"));
+    EXPECT_TRUE(
+        hasPart(refused("captions", {"--as-deployed"}), "--as-deployed is for --mode cea608 and teletext only"));
+    EXPECT_TRUE(hasPart(refused("captions", {"--to-format", "scc"}), "--to-format scc is for --mode cea608 only"));
+    EXPECT_TRUE(hasPart(refused("teletext", {"--language", "eng"}), "--language is for captions"));
+    EXPECT_TRUE(hasPart(refused("cea708", {"--service", "64"}), "--service"));
+}
+
+}  // namespace
