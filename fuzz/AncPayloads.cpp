@@ -4,6 +4,9 @@
 
 #include "FuzzSupport.h"
 
+#include <span>
+#include <vector>
+
 using qlxfuzz::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -39,19 +39,20 @@ std::vector<std::string> logOf(const TemporaryFolder& folder) {
 
 TEST(ToolLog, HasWhatTheLibraryLogsAndStandardOutputStaysClean) {
     const TemporaryFolder folder;
-    const ToolResult result = runTool({"scte35", kSplice, "--pts", "4294967296", "--log-folder", folder.path()});
+    const ToolResult result =
+        runTool({"scte35", kSplice, "--pts", "4294967296", "--as-deployed", "--log-folder", folder.path()});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, kSection);
     EXPECT_EQ(result.err, "");
     const auto lines = logOf(folder);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(lines[0].starts_with("\tqlxcc ")) << lines[0];
-    EXPECT_EQ(lines[1], "\tqlxcc scte35 " + kSplice + " --pts 4294967296 --log-folder " + folder.path());
+    EXPECT_EQ(lines[1], "\tqlxcc scte35 " + kSplice + " --pts 4294967296 --as-deployed --log-folder " + folder.path());
     EXPECT_EQ(lines[2], "\tSCTE Packet read: type: Start Normal, eventID: 16909060 programUID: 1286 duration: 300");
 }
 
 TEST(ToolLog, IsOffWithoutAFolder) {
-    const ToolResult result = runTool({"scte35", kSplice, "--pts", "4294967296"});
+    const ToolResult result = runTool({"scte35", kSplice, "--pts", "4294967296", "--as-deployed"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, kSection);
     EXPECT_EQ(result.err, "");
@@ -117,8 +118,8 @@ TEST(ToolLog, SaysOnceThatItCannotBeWritten) {
     std::filesystem::permissions(folder.path(),
                                  std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec |
                                      std::filesystem::perms::others_read | std::filesystem::perms::others_exec);
-    const ToolResult result =
-        runTool({"scte35", kSplice, "--pts", "4294967296", "--log-folder", folder.path()}, {.asNobody = true});
+    const ToolResult result = runTool(
+        {"scte35", kSplice, "--pts", "4294967296", "--as-deployed", "--log-folder", folder.path()}, {.asNobody = true});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, kSection);
     EXPECT_EQ(result.err, "qlxcc: Error: Failed to write technical logs to '" + folder.path() + "'\n");

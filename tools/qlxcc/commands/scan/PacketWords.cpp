@@ -63,7 +63,9 @@ std::string inWords(const anc::Cea608Payload& payload) {
            tripletsInWords(std::array{kind, payload.pair[0], payload.pair[1]});
 }
 
-/// Nothing for data that are too short: they stand in the list as they are.
+// Nothing is said of data that are not as long as they should be: they stand in the list as they are.
+constexpr std::size_t kAfdBytes = 8;
+
 template <class Read>
 std::string inWords(const Result<Read>& read) {
     return read ? inWords(*read) : std::string();
@@ -89,7 +91,7 @@ std::string packetInWords(const anc::Packet& packet) {
     const anc::PacketId id = packet.id();
     const std::span<const std::uint8_t> userData = packet.userData;
     if (id == anc::ids::kAfdBarData) {
-        return inWords(anc::parseAfdBarData(userData));
+        return userData.size() != kAfdBytes ? std::string() : inWords(anc::parseAfdBarData(userData));
     }
     if (id == anc::ids::kAtc) {
         return inWords(anc::parseAncillaryTimeCode(userData));
