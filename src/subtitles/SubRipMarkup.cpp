@@ -26,6 +26,9 @@ constexpr std::string_view kDecimalDigits = "0123456789";
 /// Of the bytes of a font's name or size.
 constexpr std::size_t kLongestName = 100;
 
+/// Of a cue that has ends of rows in its lines.
+constexpr std::size_t kMostRows = 10'000;
+
 /// More tags than these are not open at once: they stay in the text.
 constexpr std::size_t kDeepest = 64;
 
@@ -156,7 +159,8 @@ void SubRipMarkup::end(std::uint64_t line, Cue& cue) {
 void SubRipMarkup::finishRow(Cue& cue) {
     Row& row = cue.rows.back();
     if (!_kept.empty()) {
-        beginRun(row);
+        // Without text there is nothing that could look otherwise.
+        row.runs.push_back({{}, {}, {}, {{std::string(properties::kSubRipCodes), std::exchange(_kept, {})}}});
     }
     if (row.runs.size() == 1 && row.runs.front() == Run{std::string(kEmptyRowText), {}, {}, {}}) {
         row.runs.clear();
@@ -176,7 +180,7 @@ std::size_t SubRipMarkup::takeTag(std::string_view text, Cue& cue) {
     const std::size_t nameSize = std::min(inside.find_first_not_of(kLetters), inside.size());
     const std::string name = asciiLowercased(inside.substr(0, nameSize));
     const std::string_view attributes = trimmed(inside.substr(nameSize));
-    if (name == "br" && (attributes.empty() || attributes == "/")) {
+    if (name == "br" && (attributes.empty() || attributes == "/") && cue.rows.size() < kMostRows) {
         finishRow(cue);
         cue.rows.emplace_back();
         _isChanged = true;

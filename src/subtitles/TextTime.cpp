@@ -85,7 +85,10 @@ std::optional<TextTime> parseTextTime(std::string_view text) noexcept {
     } else {
         time.hasDigits = false;
     }
-    return text.empty() ? std::optional(time) : std::nullopt;
+    // What is read can be written.
+    constexpr std::int64_t kMostHours = 99'999'999'999;
+    const bool isPossible = time.milliseconds <= kMostHours * kSixtyTimes * kSixtyTimes * kSecond;
+    return text.empty() && isPossible ? std::optional(time) : std::nullopt;
 }
 
 std::optional<TimingParts> splitTimingLine(std::string_view line) noexcept {

@@ -207,6 +207,9 @@ void WebVttText::beginRun(Row& row) {
     for (const Span& span : _open) {
         run.style.foreground = span.foreground.value_or(run.style.foreground);
         run.style.background = span.background ? span.background : run.style.background;
+        if (!span.classes.empty()) {
+            add(properties::kWebVttClass, span.classes);
+        }
         if (span.kind == Kind::Voice) {
             add(properties::kWebVttVoice, span.annotation);
         } else if (span.kind == Kind::Language) {
@@ -217,9 +220,6 @@ void WebVttText::beginRun(Row& row) {
         run.style.isBold = run.style.isBold || span.kind == Kind::Bold;
         run.style.isItalic = run.style.isItalic || span.kind == Kind::Italic;
         run.style.isUnderlined = run.style.isUnderlined || span.kind == Kind::Underline;
-        if (!span.classes.empty()) {
-            add(properties::kWebVttClass, span.classes);
-        }
     }
     if (!row.runs.empty()) {
         const Run& last = row.runs.back();

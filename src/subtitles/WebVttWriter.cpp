@@ -55,6 +55,13 @@ void appendEscaped(std::string& text, std::string_view more) {
     }
 }
 
+/// Classes stand in a tag as they are; what would end them is left out.
+void appendClasses(std::string& tag, std::string_view classes) {
+    constexpr std::string_view kEnds = "> \t\r\n";
+    std::copy_if(classes.begin(), classes.end(), std::back_inserter(tag),
+                 [&kEnds](char character) { return kEnds.find(character) == std::string_view::npos; });
+}
+
 std::string_view classOf(screen::Color color) noexcept {
     const screen::Color nearest = screen::kBasicColors[screen::basicIndex(color)];
     const auto* const found = std::find_if(kWebVttColors.begin(), kWebVttColors.end(),
@@ -73,8 +80,9 @@ std::vector<OpenSpan> spansOf(const Run& run) {
         }
         std::string tag(span->second);
         if (!property.value.empty()) {
-            tag += property.name == properties::kWebVttClass ? '.' : ' ';
-            appendEscaped(tag, property.value);
+            const bool isClass = property.name == properties::kWebVttClass;
+            tag += isClass ? '.' : ' ';
+            isClass ? appendClasses(tag, property.value) : appendEscaped(tag, property.value);
         }
         spans.push_back({span->second, std::move(tag)});
     }

@@ -51,7 +51,7 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"<c.lime.loud.x>a</c>", "{#0c vtt.c=loud.x}a"},
         {"<c.red>a<c.white>b</c>c</c>", "{#30}a{}b{#30}c"},
         {"<v Mary &amp; Bob>a", "{vtt.v=Mary & Bob}a"},
-        {"<v.loud Mary>a</v>b", "{vtt.v=Mary vtt.c=loud}a{}b"},
+        {"<v.loud Mary>a</v>b", "{vtt.c=loud vtt.v=Mary}a{}b"},
         {"<lang en-GB>a</lang>", "{vtt.lang=en-GB}a"},
         {"<ruby>a<rt>b</rt>c<rt>d</ruby>e", "{vtt.ruby=}a{vtt.ruby= vtt.rt=}b{vtt.ruby=}c{vtt.ruby= vtt.rt=}d{}e"},
         {"a<00:00:01.500>b<00:00:01.750>c", "a{@1500}b{@1750}c"},
