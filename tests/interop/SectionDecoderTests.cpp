@@ -97,15 +97,19 @@ TEST_F(SectionDecoder, FindsTheCRCRight) {
 
 TEST_F(SectionDecoder, ReadsTheSectionThatTheToolWrites) {
     const qlxtest::ToolResult message =
-        qlxtest::runTool({"scte104", "build", "splice-end", "--event-id", "77", "--program-id", "5"});
+        qlxtest::runTool({"scte104", "build", "splice-start", "--event-id", "77", "--program-id", "5", "--pre-roll",
+                          "4000", "--duration", "30", "--auto-return"});
     ASSERT_EQ(message.exitCode, 0) << message.err;
     const qlxtest::ToolResult section =
         qlxtest::runTool({"scte35", "-", "--pts", "8589934591", "--format", "raw"}, {.input = message.out});
     ASSERT_EQ(section.exitCode, 0) << section.err;
-    const auto packets = decoded(streamOf({Bytes(section.out.begin(), section.out.end())}),
-                                 {"scte35_si.event_id", "scte35_si.splice_time.pts", "scte35_si.upid"});
+    const auto packets =
+        decoded(streamOf({Bytes(section.out.begin(), section.out.end())}),
+                {"scte35_si.event_id", "scte35_si.splice_time.pts", "scte35_si.break.duration", "scte35_si.upid"});
     ASSERT_EQ(packets.size(), 3U);
-    EXPECT_EQ(packets[2], (std::vector<std::string>{"0x0000004d", "0x00000001ffffffff", "0x0005"}));
+    // 4 s behind the greatest time, modulo 2^33, and 30 s in 90 kHz ticks.
+    EXPECT_EQ(packets[2],
+              (std::vector<std::string>{"0x0000004d", hexNumber(359999, 16), hexNumber(2700000, 16), "0x0005"}));
 }
 
 }  // namespace
