@@ -196,6 +196,7 @@ enum class FindingCode : std::uint32_t {
     TeletextMarkLeftOut,                   ///< Unicode character there: a mark that no letter takes.
     TeletextOrderLost,                     ///< First place that is read otherwise from the screen, cells of the row.
     TeletextPlacementLeftOut,              ///< Row, column.
+
     // teletext: writing
     TeletextRowLeftOut = 0x6'0201,  ///< Row, columns of it: the page has none there, or something else stands on it.
     TeletextRowMoved,               ///< Row, column where its text begins.
@@ -210,12 +211,6 @@ enum class FindingCode : std::uint32_t {
     TeletextPageLate,               ///< Frame of its start, frames behind it.
     TeletextEraseLate,              ///< Frame of its end, frames behind it.
     TeletextPageLeftOut,            ///< Frame of its start, frame of its end: it was over before it could begin.
-    // teletext, texts as codes and placements
-    TeletextCharacterReplaced = 0x6'0101,  ///< Unicode character there, one that is shown for it.
-    TeletextCharacterMissing,              ///< Unicode character there, one that is shown for it.
-    TeletextMarkLeftOut,                   ///< Unicode character there: a mark that no letter takes.
-    TeletextOrderLost,                     ///< First place that is read otherwise from the screen, cells of the row.
-    TeletextPlacementLeftOut,              ///< Row, column.
 
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
