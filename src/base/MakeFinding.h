@@ -13,4 +13,11 @@ namespace qlx {
     return {code, severity, offset, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)};
 }
 
+/// Gives a finding to whoever wants to hear of it.
+inline void addTo(FindingSink* findings, const Finding& finding) {
+    if (findings != nullptr) {
+        findings->add(finding);
+    }
+}
+
 }  // namespace qlx

@@ -4,6 +4,7 @@
 #include <qlx/cc/slots.h>
 #include <qlx/cea608/writer.h>
 
+#include "base/MakeFinding.h"
 #include <algorithm>
 #include <limits>
 #include <span>
@@ -12,12 +13,6 @@
 namespace qlx::cea608 {
 
 namespace {
-
-void addTo(FindingSink* findings, const Finding& finding) {
-    if (findings != nullptr) {
-        findings->add(finding);
-    }
-}
 
 std::int64_t number(std::uint64_t value) noexcept {
     return static_cast<std::int64_t>(value);

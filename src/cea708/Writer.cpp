@@ -4,6 +4,7 @@
 #include <qlx/cc/slots.h>
 #include <qlx/cea708/writer.h>
 
+#include "base/MakeFinding.h"
 #include <algorithm>
 #include <utility>
 
@@ -60,12 +61,6 @@ private:
 }  // namespace detail
 
 namespace {
-
-void addTo(FindingSink* findings, const Finding& finding) {
-    if (findings != nullptr) {
-        findings->add(finding);
-    }
-}
 
 std::int64_t number(std::uint64_t value) noexcept {
     return static_cast<std::int64_t>(value);

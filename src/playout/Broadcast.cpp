@@ -2,6 +2,7 @@
 #include <qlx/cc/slots.h>
 #include <qlx/playout/broadcast.h>
 
+#include "base/MakeFinding.h"
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -22,12 +23,6 @@ cea708::AnchorPoint heldAt(const subtitles::Cue& cue, const cea608::Caption& cap
     constexpr std::size_t kMiddleRow = 8;
     const bool isAbove = !caption.rows.empty() && caption.rows.back().row < kMiddleRow;
     return static_cast<cea708::AnchorPoint>((isAbove ? 0 : 2 * kPointsOfLine) + across);
-}
-
-void addTo(FindingSink* findings, const Finding& finding) {
-    if (findings != nullptr) {
-        findings->add(finding);
-    }
 }
 
 }  // namespace

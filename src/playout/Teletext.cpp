@@ -17,12 +17,6 @@ namespace {
 
 using RowMask = std::uint32_t;
 
-void addTo(FindingSink* findings, const Finding& finding) {
-    if (findings != nullptr) {
-        findings->add(finding);
-    }
-}
-
 /// A bit for each row of the page that they take.
 template <class Rows>
 RowMask maskOf(const Rows& rows) {

@@ -23,12 +23,6 @@ std::uint8_t fieldsOf(FrameRate rate, FrameFields fields) noexcept {
     return isInterlaced ? 2 : 1;
 }
 
-void addTo(FindingSink* findings, const Finding& finding) {
-    if (findings != nullptr) {
-        findings->add(finding);
-    }
-}
-
 /// Whether all rows of one are among those of the other, as they are.
 bool isPartOf(const CodedPage& part, const CodedPage& whole) {
     return part.subcode == whole.subcode && part.designation == whole.designation &&
