@@ -37,7 +37,7 @@ std::string shortened(std::string_view text) {
     return result;
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     return "\"" + shortened(text) + "\"";
 }
 
@@ -108,7 +108,7 @@ std::string remarkInWords(const Value& element, const Finding& finding) {
     }
     const TimeKeys keys = timeKeys(finding.first);
     const std::string text = element.dictionary()->find(keys.timecode)->stringValue().value_or(std::string());
-    return key(keys.timecode) + " " + quoted(text) + readAs(text);
+    return key(keys.timecode) + " " + inQuotes(text) + readAs(text);
 }
 
 }  // namespace
@@ -122,13 +122,13 @@ std::string timeInWords(double seconds) {
 std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_view timing) {
     const auto parts = subtitles::splitSrtTiming(timing);
     if (!parts) {
-        return {{line, quoted(timing) + " is not a timing line (HH:MM:SS,mmm --> HH:MM:SS,mmm)"}};
+        return {{line, inQuotes(timing) + " is not a timing line (HH:MM:SS,mmm --> HH:MM:SS,mmm)"}};
     }
     std::vector<SubtitleProblem> remarks;
     std::array<std::int64_t, 2> milliseconds{};
     std::size_t index = 0;
     for (const auto& [what, text] : {std::pair("start ", parts->start), std::pair("end ", parts->end)}) {
-        const std::string named = std::string("the ") + what + quoted(text);
+        const std::string named = std::string("the ") + what + inQuotes(text);
         const auto time = subtitles::parseSrtTime(text);
         if (!time) {
             return {{line, named + " is no time " + std::string(kForm)}};
@@ -142,8 +142,8 @@ std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_
         return remarks;
     }
     return {notLater(line,
-                     "the end " + quoted(parts->end) + " is not later than the start " + quoted(parts->start) + " " +
-                         std::string(kForm),
+                     "the end " + inQuotes(parts->end) + " is not later than the start " + inQuotes(parts->start) +
+                         " " + std::string(kForm),
                      remarks)};
 }
 

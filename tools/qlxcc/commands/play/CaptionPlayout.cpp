@@ -5,6 +5,7 @@
 #include "cues/CueSchedule.h"
 #include "cues/Subtitles.h"
 #include "io/Errors.h"
+#include "io/Rates.h"
 #include "io/Text.h"
 #include "io/Times.h"
 #include "streams/PacketNames.h"
@@ -25,10 +26,6 @@
 namespace qlx::tool {
 
 namespace {
-
-FrameRate frameRateOf(const Rate& rate) {
-    return frameRateOfDuration(rate.frameDuration()).value();
-}
 
 std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rate) {
     return qlx::firstFrameAtOrAfter(cue.start, frameRateOf(rate));

@@ -26,7 +26,7 @@ scte::Message messageOfSections(const Scte104BuildOptions& options) {
     scte::MessageOptions conversion;
     conversion.framePts90k = options.pts;
     if (options.rate) {
-        conversion.frameRate = frameRateOfDuration(options.rate->frameDuration());
+        conversion.frameRate = frameRateOf(*options.rate);
     }
     const auto inWords = [&](const Finding& finding) {
         return *options.sectionFile + ": section " + std::to_string(finding.offset + 1) + ": " + finding.text();

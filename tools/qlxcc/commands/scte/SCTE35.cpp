@@ -107,7 +107,7 @@ scte::ConversionOptions conversionOf(const Scte35Options& options) {
     conversion.splicePts90k = options.splicePts;
     conversion.timeStampPts90k = options.atPts;
     if (options.rate) {
-        conversion.frameRate = frameRateOfDuration(options.rate->frameDuration());
+        conversion.frameRate = frameRateOf(*options.rate);
     }
     return conversion;
 }
