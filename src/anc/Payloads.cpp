@@ -69,32 +69,37 @@ std::string_view afdText(std::uint8_t code) noexcept {
 }
 
 Result<AncillaryTimeCode> parseAncillaryTimeCode(std::span<const std::uint8_t> userData) {
-    constexpr std::size_t kBytes = 16;
-    if (const Finding cut = cutBelow(userData, kBytes); cut.code != FindingCode::None) {
+    constexpr std::size_t kGroups = 16;
+    if (const Finding cut = cutBelow(userData, kGroups); cut.code != FindingCode::None) {
         return cut;
     }
-    AncillaryTimeCode timeCode;
-    // The upper half of each byte in turn: a digit of the time, a binary group; the lowest bits come first.
-    const auto digit = [&userData](std::size_t index) { return static_cast<std::uint8_t>(userData[index] >> 4U); };
-    const auto number = [&digit](std::size_t index, std::uint8_t tensMask) {
-        return static_cast<std::uint8_t>(digit(index) + 10 * (digit(index + 2) & tensMask));
+    // The bits of the time code as SMPTE ST 12-1 numbers them, four in each byte, and the distributed binary bits.
+    std::uint64_t word = 0;
+    unsigned distributed = 0;
+    for (std::size_t group = 0; group < kGroups; ++group) {
+        word |= std::uint64_t{userData[group]} >> 4U << (4 * group);
+        distributed |= (userData[group] >> 3U & 1U) << group;
+    }
+    const auto bits = [word](unsigned first, unsigned count) {
+        return static_cast<std::uint8_t>(word >> first & ((1U << count) - 1U));
     };
-    timeCode.frames = number(0, 0x3);
-    timeCode.seconds = number(4, 0x7);
-    timeCode.minutes = number(8, 0x7);
-    timeCode.hours = number(12, 0x3);
-    timeCode.dropFrame = hasBit(userData[2], 6);
-    timeCode.colourFrame = hasBit(userData[2], 7);
-    timeCode.flags = {hasBit(userData[6], 7), hasBit(userData[10], 7), hasBit(userData[14], 6),
-                      hasBit(userData[14], 7)};
-    for (std::size_t index = 0; index < timeCode.binaryGroups.size(); ++index) {
-        timeCode.binaryGroups[index] = digit(2 * index + 1);
+    // Units stand in four bits, and eight bits behind them the tens.
+    const auto number = [&bits](unsigned units, unsigned bitsOfTens) {
+        return static_cast<std::uint8_t>(bits(units, 4) + 10 * bits(units + 8, bitsOfTens));
+    };
+    AncillaryTimeCode timeCode;
+    timeCode.frames = number(0, 2);
+    timeCode.seconds = number(16, 3);
+    timeCode.minutes = number(32, 3);
+    timeCode.hours = number(48, 2);
+    timeCode.dropFrame = bits(10, 1) != 0;
+    timeCode.colourFrame = bits(11, 1) != 0;
+    timeCode.flags = {bits(27, 1) != 0, bits(43, 1) != 0, bits(58, 1) != 0, bits(59, 1) != 0};
+    for (unsigned group = 0; group < timeCode.binaryGroups.size(); ++group) {
+        timeCode.binaryGroups[group] = bits(8 * group + 4, 4);
     }
-    // Bit 3 of each byte, the lowest bit first.
-    for (unsigned bit = 0; bit < 8; ++bit) {
-        timeCode.source = static_cast<std::uint8_t>(timeCode.source | (userData[bit] >> 3U & 1U) << bit);
-        timeCode.validity = static_cast<std::uint8_t>(timeCode.validity | (userData[8 + bit] >> 3U & 1U) << bit);
-    }
+    timeCode.source = static_cast<std::uint8_t>(distributed);
+    timeCode.validity = static_cast<std::uint8_t>(distributed >> 8U);
     return timeCode;
 }
 
