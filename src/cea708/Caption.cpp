@@ -203,18 +203,21 @@ public:
     }
 
     /// The pen of a new window.
-    void expectPen(const Pen& pen) { _pen = pen; }
+    void expectPen(const Pen& pen) {
+        _pen = pen;
+        _isPenKnown = true;
+    }
 
 private:
     void writeCell(const screen::Cell& cell, std::size_t row, std::size_t column) {
         const Pen pen = penOf(cell);
-        if (!_pen || pen.attributes != _pen->attributes) {
+        if (!_isPenKnown || pen.attributes != _pen.attributes) {
             write(pen.attributes);
         }
-        if (!_pen || pen.color != _pen->color) {
+        if (!_isPenKnown || pen.color != _pen.color) {
             write(pen.color);
         }
-        _pen = pen;
+        expectPen(pen);
         if (!isAsAskedFor(pen, cell)) {
             extend(_styles, row, column);
         }
@@ -277,7 +280,8 @@ private:
     const EncodeOptions& _options;
     std::vector<std::uint8_t>& _bytes;
     FindingSink* _findings;
-    std::optional<Pen> _pen;
+    Pen _pen;
+    bool _isPenKnown = false;
     ColumnRun _styles{FindingCode::Cea708StyleReplaced};
     ColumnRun _texts{FindingCode::Cea708TextLeftOut};
 };
