@@ -75,7 +75,7 @@ BENCHMARK(BM_ReadyPairs)->Unit(benchmark::kMillisecond);
 void BM_FrameWithNothingNew(benchmark::State& state) {
     Writer writer(qlx::FrameRate::Fps2997);
     Caption caption = captionOf(0);
-    caption.end = ~std::uint64_t{0} >> 1U;
+    caption.end = std::uint64_t{1} << 60U;
     if (!writer.add(caption)) {
         std::abort();
     }

@@ -83,7 +83,7 @@ BENCHMARK(BM_ReadyPackets)->Unit(benchmark::kMillisecond);
 void BM_FrameWithNothingNewToSend(benchmark::State& state) {
     Writer writer(qlx::FrameRate::Fps2997);
     Caption caption = firstCaption();
-    caption.end = ~std::uint64_t{0} >> 1U;
+    caption.end = std::uint64_t{1} << 60U;
     if (!writer.add(caption)) {
         std::abort();
     }

@@ -57,7 +57,7 @@ function(qlx_use_precompiled target name)
     if(NOT precompiled)
         target_precompile_headers(${target} REUSE_FROM ${name})
         # With what it has precompiled g++ 12 takes the copying in std::string for the project's own, and warns of what
-        # it makes of it where it is inlined. Only here: clang's builds and lint warn of all.
+        # it makes of it where it is inlined. The libraries are compiled without, and with these warnings.
         if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
             target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
         endif()

@@ -89,7 +89,7 @@ std::optional<Finding> RowWriter::fill(std::span<std::uint8_t> row, const Frame&
     return std::nullopt;
 }
 
-/// Nothing of a frame that cannot be written goes out: all rows are filled first.
+/// Nothing of a frame that cannot be written goes out: all rows with packets are filled before.
 std::optional<Finding> RowWriter::write(const Frame& frame, FindingSink* findings) {
     if (std::optional<Finding> wrong = _layout.check()) {
         wrong->offset = frame.packets.size();
@@ -98,18 +98,24 @@ std::optional<Finding> RowWriter::write(const Frame& frame, FindingSink* finding
     if (const auto missing = checkLines(frame)) {
         return missing;
     }
-    _rows.resize(_blankRow.size() * _layout.lines.size());
-    std::span<std::uint8_t> rest = _rows;
-    for (const std::uint64_t line : _layout.lines) {
-        const std::span<std::uint8_t> row = rest.first(_blankRow.size());
-        rest = rest.subspan(_blankRow.size());
-        std::ranges::copy(_blankRow, row.begin());
-        if (const auto failure = fill(row, frame, line)) {
-            return failure;
+    _row.resize(_blankRow.size());
+    for (const bool isTrial : {true, false}) {
+        for (const std::uint64_t line : _layout.lines) {
+            const bool isBlank =
+                std::ranges::none_of(frame.packets, [line](const anc::Packet& packet) { return packet.line == line; });
+            if (!isBlank) {
+                std::ranges::copy(_blankRow, _row.begin());
+                if (const auto failure = fill(_row, frame, line)) {
+                    return failure;
+                }
+            }
+            if (isTrial) {
+                continue;
+            }
+            if (const auto failure = _sink.write(isBlank ? _blankRow : _row)) {
+                return failure;
+            }
         }
-    }
-    if (const auto failure = _sink.write(_rows)) {
-        return failure;
     }
     detail::tellLeftOut(frame, {}, findings);
     return std::nullopt;

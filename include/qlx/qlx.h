@@ -73,11 +73,11 @@
 #include <qlx/teletext/enhancement.h>
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/page.h>
+#include <qlx/teletext/page_text.h>
 #include <qlx/teletext/row_encoder.h>
 #include <qlx/teletext/sdp.h>
-#include <qlx/teletext/sets.h>
-#include <qlx/teletext/page_text.h>
 #include <qlx/teletext/sdp_stream.h>
+#include <qlx/teletext/sets.h>
 #include <qlx/teletext/writer.h>
 #include <qlx/video/access_unit.h>
 #include <qlx/video/captions.h>

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
+#include <set>
 #include <utility>
 
 namespace qlx::subtitles {
@@ -227,7 +229,7 @@ private:
         while (!block.empty()) {
             const std::size_t size = std::min(block.find_first_of(" \t\n"), block.size());
             if (block.starts_with(kName)) {
-                _regions.emplace_back(block.substr(kName.size(), size - std::min(size, kName.size())));
+                _regions.emplace(block.substr(kName.size(), size - std::min(size, kName.size())));
             }
             block.remove_prefix(std::min(size + 1, block.size()));
         }
@@ -245,7 +247,7 @@ private:
     WebVttText _text;
     WebVttFile _file;
     std::vector<std::string> _notes;  ///< Behind the last cue so far.
-    std::vector<std::string> _regions;
+    std::set<std::string, std::less<>> _regions;
     Part _part = Part::Start;
     Cue _cue;    ///< In hand.
     Cue _ready;  ///< That was given.

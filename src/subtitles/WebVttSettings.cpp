@@ -116,7 +116,7 @@ void appendScreenPlace(const Cue& cue, const Row& row, std::string& text) {
 
 }  // namespace
 
-PlaceOfSettings takeSettings(std::string_view settings, const std::vector<std::string>& regions, Cue& cue,
+PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::string, std::less<>>& regions, Cue& cue,
                              const std::function<void(FindingCode, std::int64_t)>& report) {
     PlaceOfSettings place;
     std::uint8_t band = 0;
@@ -130,7 +130,7 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::vector<std::s
             report(FindingCode::WebVttSettingWrong, static_cast<std::int64_t>(setting.size()));
         } else if (name == "region") {
             cue.region = value;
-            if (std::find(regions.begin(), regions.end(), value) == regions.end()) {
+            if (!regions.contains(value)) {
                 report(FindingCode::WebVttRegionUnknown, static_cast<std::int64_t>(value.size()));
             }
         } else if (name == "align") {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,7 +22,7 @@ struct PlaceOfSettings {
 /// Takes the settings behind the times of a cue into its properties and region.
 /// @param regions The names of those that there are.
 /// @param report Gets a code and the size of a setting or name.
-PlaceOfSettings takeSettings(std::string_view settings, const std::vector<std::string>& regions, Cue& cue,
+PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::string, std::less<>>& regions, Cue& cue,
                              const std::function<void(FindingCode, std::int64_t)>& report);
 
 /// Appends the settings of a cue, each with a space in front of it: those that are its properties, or else what the

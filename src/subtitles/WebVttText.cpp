@@ -22,6 +22,9 @@ constexpr std::int32_t kWebVttTimescale = 1000;
 /// More spans than these are not open at once: their tags are passed over.
 constexpr std::size_t kDeepestSpan = 64;
 
+/// Bytes of the names of classes and of voices and languages that may be open at once: each run of letters has them.
+constexpr std::size_t kGreatestNames = 1024;
+
 /// The names of the spans, by Kind.
 constexpr std::string_view kSpanNames[] = {"c", "i", "b", "u", "v", "lang", "ruby", "rt"};
 
@@ -153,6 +156,13 @@ bool WebVttText::openSpan(std::string_view inside) {
     }
     takeClasses(inside.substr(nameSize, blank - nameSize), span);
     span.annotation = decoded(trimmed(inside.substr(blank)));
+    std::size_t names = span.classes.size() + span.annotation.size();
+    for (const Span& open : _open) {
+        names += open.classes.size() + open.annotation.size();
+    }
+    if (names > kGreatestNames) {
+        return false;
+    }
     _open.push_back(std::move(span));
     return true;
 }

@@ -59,7 +59,10 @@ private:
         constexpr std::uint8_t kRowZeroAddress = 63;
         const auto row = static_cast<std::uint8_t>(triplet.address() - kDataBytes);
         const std::uint8_t mode = triplet.mode();
-        if (mode == modeOf(RowMode::Termination)) {
+        // What follows the beginning of an object's definition is that object's.
+        constexpr std::uint8_t kFirstObjectDefinition = 0x15;
+        constexpr std::uint8_t kLastObjectDefinition = 0x17;
+        if (mode == modeOf(RowMode::Termination) || (mode >= kFirstObjectDefinition && mode <= kLastObjectDefinition)) {
             _isOpen = false;
         } else if (mode == modeOf(RowMode::SetActivePosition) || mode == kFullRowColour) {
             _row = row == 0 ? kLastRow : row;

@@ -31,6 +31,23 @@ bool isPartOf(const CodedPage& part, const CodedPage& whole) {
            });
 }
 
+/// Rows that the page does not have, or that stand on or above the one in front of them.
+void leaveOutRows(CodedPage& page, FindingSink* findings) {
+    unsigned taken = 0;
+    std::vector<CodedRow> rows;
+    for (CodedRow& row : page.rows) {
+        const unsigned last = row.row + (row.isDoubleHeight ? 1U : 0U);
+        if (row.row > taken && last <= kLastTextRow) {
+            taken = last;
+            rows.push_back(std::move(row));
+        } else {
+            addTo(findings, makeFinding(FindingCode::TeletextRowLeftOut, Severity::Error, page.findingsOffset, row.row,
+                                        row.codes.size()));
+        }
+    }
+    page.rows = std::move(rows);
+}
+
 }  // namespace
 
 Writer::Writer(FrameRate rate, const WriterOptions& options)
@@ -78,6 +95,7 @@ bool Writer::add(CodedPage page, FindingSink* findings) {
         addTo(findings, makeFinding(FindingCode::TeletextTimesWrong, Severity::Error, number, page.start, page.end));
         return false;
     }
+    leaveOutRows(page, findings);
     if (page.rows.empty()) {
         addTo(findings, makeFinding(FindingCode::TeletextPageEmpty, Severity::Remark, number));
         return false;

@@ -37,9 +37,9 @@ constexpr std::string_view kGeneratedHeaders[] = {
 
 /// Where the second library and the tool meet the system: files, streams, the terminal, what is loaded at run time.
 constexpr std::string_view kSystemFiles[] = {
-    "streams/Module.cpp",          "tools/qlxcc/io/InputFile.cpp",
-    "tools/qlxcc/io/Module.cpp",   "tools/qlxcc/io/OutputFile.cpp",
-    "tools/qlxcc/io/Progress.cpp",
+    "streams/Module.cpp",           "tools/qlxcc/io/Descriptors.cpp",   "tools/qlxcc/io/Errors.cpp",
+    "tools/qlxcc/io/InputFile.cpp", "tools/qlxcc/io/Module.cpp",        "tools/qlxcc/io/OutputFile.cpp",
+    "tools/qlxcc/io/Progress.cpp",  "tools/qlxcc/io/TemporaryFile.cpp",
 };
 
 struct HeavyLibrary {

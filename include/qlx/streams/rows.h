@@ -119,7 +119,7 @@ private:
     ByteSink& _sink;
     RowLayout _layout;
     std::vector<std::uint8_t> _blankRow;
-    std::vector<std::uint8_t> _rows;  ///< Of a frame.
+    std::vector<std::uint8_t> _row;
     std::vector<anc::PacketContentView> _contents;
 };
 

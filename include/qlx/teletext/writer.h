@@ -131,8 +131,6 @@ private:
         [[nodiscard]] bool isIdle() const noexcept { return sent == packets.size(); }
     };
 
-    enum class Sending : std::uint8_t { New, Addition, Repetition };
-
     [[nodiscard]] std::uint64_t frameOf(std::uint64_t slot) const noexcept { return slot / _fields; }
     [[nodiscard]] static Event eventOf(const Page& page) noexcept;
     [[nodiscard]] static std::uint64_t nextDue(const Lane& lane) noexcept;

@@ -53,7 +53,7 @@ void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
         throw UsageError("--to-format scc is for --rate 29.97 only: the timecodes of a Scenarist caption file count "
                          "its frames");
     }
-    if (raw.isSD && options.mode != PlayMode::Teletext && options.format != PlayFormat::V210) {
+    if (raw.isSD && options.mode == PlayMode::Cea608 && options.format != PlayFormat::V210) {
         throw UsageError("--sd with --mode " + raw.mode +
                          " is for the format v210 only: captions stand on the same line either way");
     }

@@ -34,12 +34,12 @@ frame of the latter, and how many frames late that is; of both systems at once, 
 TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame
 00:00:10;12). Frame n is at n frame durations, from 0. In teletext a cue is due with the first frame that is later than
 its start, in captions with the first one at its start or later; a caption that pops on is sent ahead of that, while the
-one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that begins
-at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a kind.
-The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with captions that of
-line 9. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of each
-field a frame, above that those of field 1 in even frames and those of field 2 in odd ones. Behind them stands
-what a caption service has to send. With --sd its picture is taken as one of 4:3, otherwise as one of 16:9.
+one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that
+begins at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a
+kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with captions
+that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30
+frames/s one of each field a frame, above that those of field 1 in even frames and those of field 2 in odd ones. Behind
+them stands what a caption service has to send. With --sd its picture is taken as one of 4:3, otherwise of 16:9.
 
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
@@ -51,10 +51,8 @@ Examples:
 
 constexpr OptionRow kPlayOptions[] = {
     fileArgument("SUBTITLES", kSubtitleFile.help, kSubtitleFile.more),
-    required(
-        ofWords(mode("What is made of the cues: teletext (OP-47, both fields), cea608 (captions of line 21), cea708 (a "
-                     "caption service of DTVCC) or captions (both)"),
-                kPlayModes)),
+    required(ofWords(mode("teletext (OP-47), cea608 (line 21), cea708 (a service of DTVCC) or captions (both)"),
+                     kPlayModes)),
     required(rateOption("--rate", {}, &RawOptions::rate,
                         "Frames a second: 23.976, 24, 25, 29.97, 30, 50, 59.94 or 60, or as 30000/1001")),
     {.names = "--sd",

@@ -12,6 +12,7 @@ void CueNotes::add(const Finding& finding) {
     const std::string text = finding.text();
     if (kind.count == 1) {
         kind.text = text;
+        kind.isRemark = finding.severity == Severity::Remark;
     }
     const bool isOfCue = _place.empty() && finding.offset < _cues.size();
     const std::string place = isOfCue ? "cue " + std::to_string(_cues[finding.offset]) : _place;
@@ -30,8 +31,8 @@ void CueNotes::finish() {
     say();
     for (const auto& [code, kind] : _kinds) {
         if (kind.count > kShown) {
-            printNote("warning: " + _name + ": " + std::to_string(kind.count - kShown) + " more like \"" + kind.text +
-                      "\"");
+            printNote((kind.isRemark ? "remark: " : "warning: ") + _name + ": " + std::to_string(kind.count - kShown) +
+                      " more like \"" + kind.text + "\"");
         }
     }
 }

@@ -37,7 +37,8 @@ private:
 
     struct Kind {
         std::uint64_t count = 0;
-        std::string text;  ///< Of the first one.
+        std::string text;       ///< Of the first one.
+        bool isRemark = false;  ///< The same.
     };
 
     std::string _name;

@@ -21,6 +21,7 @@ struct CueCourse {
     std::optional<std::uint64_t> sent{};   ///< The frame that carries the first bytes of it.
     std::optional<std::uint64_t> shown{};  ///< The frame in which it appears.
     bool isLeftOut = false;                ///< It is not sent.
+    std::uint8_t awaited = 1;              ///< Caption systems that have not shown it yet.
 };
 
 /// Writes a line a cue, as it appears: when it is sent, due and on air, and how many frames it is late.

@@ -144,7 +144,8 @@ void CueOrder::compose(const MediaTime* to) {
 void CueOrder::giveOnAir(const MediaTime& to) {
     const bool isEmpty = compared(to, _until) <= 0;
     // An empty cue is given as it stands.
-    if (isEmpty && (_onAir.size() > 1 || compared(_onAir.front().start, to) != 0)) {
+    const subtitles::Cue& first = _onAir.front();
+    if (isEmpty && (_onAir.size() > 1 || compared(first.start, to) != 0 || compared(first.end, to) > 0)) {
         return;
     }
     subtitles::Cue cue = _onAir.front();

@@ -29,8 +29,9 @@ std::string_view encodingOf(std::string_view first, bool isWhole) noexcept {
     if (first.starts_with("\xEF\xBB\xBF")) {
         return "UTF-8";
     }
-    using namespace std::string_view_literals;
-    if (first.starts_with("\xFF\xFE\0\0"sv) || first.starts_with("\0\0\xFE\xFF"sv)) {
+    constexpr std::string_view kLittleEndian("\xFF\xFE\0\0", 4);
+    constexpr std::string_view kBigEndian("\0\0\xFE\xFF", 4);
+    if (first.starts_with(kLittleEndian) || first.starts_with(kBigEndian)) {
         return "UTF-32";
     }
     if (first.starts_with("\xFF\xFE") || first.starts_with("\xFE\xFF")) {

@@ -47,22 +47,26 @@ void openStandardDescriptors() noexcept {
     }
 }
 
-void waitFor(int descriptor, Readiness readiness) noexcept {
+bool waitFor(int descriptor, Readiness readiness) noexcept {
     struct pollfd waited {};
     waited.fd = descriptor;
     waited.events = readiness == Readiness::ToRead ? POLLIN : POLLOUT;
-    (void)::poll(&waited, 1, -1);
+    return ::poll(&waited, 1, -1) < 0 || (waited.revents & (POLLNVAL | POLLERR)) == 0;
 }
 
 int writeAll(int descriptor, std::span<const std::uint8_t> bytes) noexcept {
     while (!bytes.empty()) {
         const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
+        if (written > 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(written));
-        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            waitFor(descriptor, Readiness::ToWrite);
-        } else if (errno != EINTR) {
-            return errno;
+        } else if (written == 0) {
+            return EIO;
+        } else if (const int error = errno; error == EAGAIN || error == EWOULDBLOCK) {
+            if (!waitFor(descriptor, Readiness::ToWrite)) {
+                return error;
+            }
+        } else if (error != EINTR) {
+            return error;
         }
     }
     return 0;

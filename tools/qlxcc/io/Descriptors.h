@@ -16,7 +16,8 @@ void openStandardDescriptors() noexcept;
 enum class Readiness : std::uint8_t { ToRead, ToWrite };
 
 /// Rests until the descriptor is ready, or a signal comes. For one that does not wait by itself (EAGAIN).
-void waitFor(int descriptor, Readiness readiness) noexcept;
+/// @return False when there is nothing to wait for.
+[[nodiscard]] bool waitFor(int descriptor, Readiness readiness) noexcept;
 
 /// Writes all of the bytes, however many calls it takes.
 /// @return 0, or the number of the system's error.

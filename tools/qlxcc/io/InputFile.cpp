@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,6 +31,8 @@ InputFile::InputFile(const std::string& path) : _name(path) {
         }
         _ownsDescriptor = true;
     }
+    // What a killed run left behind may be read: as long as it is, nobody takes it away.
+    (void)::flock(_descriptor, LOCK_SH | LOCK_NB);
     struct stat status {};
     if (::fstat(_descriptor, &status) == 0) {
         if (S_ISDIR(status.st_mode)) {
@@ -56,10 +59,10 @@ std::size_t InputFile::readSome(std::uint8_t* to, std::size_t count) {
         if (got >= 0) {
             return static_cast<std::size_t>(got);
         }
-        if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            waitFor(_descriptor, Readiness::ToRead);
-        } else if (errno != EINTR) {
-            throw failureAtByte(_name, _offset, systemErrorText(errno));
+        const int error = errno;
+        const bool mayWait = error == EAGAIN || error == EWOULDBLOCK;
+        if (error != EINTR && !(mayWait && waitFor(_descriptor, Readiness::ToRead))) {
+            throw failureAtByte(_name, _offset, systemErrorText(error));
         }
     }
 }

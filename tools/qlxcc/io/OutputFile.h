@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include <sys/stat.h>
+struct stat;
 
 namespace qlx::tool {
 

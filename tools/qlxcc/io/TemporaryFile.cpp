@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <string_view>
 
@@ -34,17 +33,27 @@ std::array<char, PATH_MAX> temporaryName{};
 
 static_assert(std::atomic<TemporaryState>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
-/// Does what a signal asks for, unless the file is being changed.
+/// Does what a signal asks for, unless the file is being changed, or another signal is being obeyed.
 void obey(int signal) {
-    TemporaryState state = TemporaryState::There;
-    if (temporaryState.compare_exchange_strong(state, TemporaryState::Removed)) {
+    TemporaryState state = temporaryState.load();
+    do {
+        if (state == TemporaryState::Changing || state == TemporaryState::Removed) {
+            return;
+        }
+        // Nobody makes or renames a file from here on.
+    } while (!temporaryState.compare_exchange_weak(state, TemporaryState::Removed));
+    if (state == TemporaryState::There) {
         ::unlink(temporaryName.data());
-    } else if (state != TemporaryState::None) {
-        return;
     }
-    // The signal now does what it always does.
+    // The signal now does what it always does. A first process is not ended by it: it ends itself.
     std::signal(signal, SIG_DFL);
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, signal);
+    ::pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
     std::raise(signal);
+    constexpr int kEndedBySignal = 128;
+    ::_exit(kEndedBySignal + signal);
 }
 
 extern "C" void endBySignal(int signal) {
@@ -108,7 +117,7 @@ public:
     static void setName(std::string_view name) noexcept {
         // A longer name could not have been opened.
         const std::size_t length = std::min(name.size(), temporaryName.size() - 1);
-        std::memcpy(temporaryName.data(), name.data(), length);
+        std::copy_n(name.begin(), length, temporaryName.begin());
         temporaryName[length] = '\0';
     }
 };
@@ -128,8 +137,9 @@ int makeLocked(const std::string& name) {
         if (descriptor < 0) {
             return -1;
         }
-        // File systems without locks do not remove what was left behind, and write all the same.
-        (void)::flock(descriptor, LOCK_EX);
+        // Where there are no locks nothing is taken for left behind. Who reads the new file meanwhile has it locked: then it
+        // is written without.
+        (void)::flock(descriptor, LOCK_EX | LOCK_NB);
         struct stat status {};
         if (::fstat(descriptor, &status) != 0 || status.st_nlink > 0) {
             return descriptor;
@@ -139,19 +149,20 @@ int makeLocked(const std::string& name) {
     }
 }
 
-/// Removes a file of that name which nobody is writing any more.
-/// @return Whether there was a file of that name.
-bool removeLeftBehind(const std::string& name) {
+/// Removes a file of that name which nobody writes or reads any more.
+void removeLeftBehind(const std::string& name) {
     const int descriptor = ::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) {
-        return errno != ENOENT;
+        return;
     }
     struct stat status {};
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+    struct stat named {};
+    // Meanwhile the name may be another file's. With the lock it stays what it is.
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 &&
+        ::lstat(name.c_str(), &named) == 0 && named.st_dev == status.st_dev && named.st_ino == status.st_ino) {
         ::unlink(name.c_str());
     }
     ::close(descriptor);
-    return true;
 }
 
 constexpr int kMostNames = 100;
@@ -168,7 +179,7 @@ int TemporaryFile::open(const std::string& target) {
     int number = 0;
     int error = EEXIST;
     for (; number < kMostNames && error == EEXIST; ++number) {
-        (void)removeLeftBehind(nameOf(number));
+        removeLeftBehind(nameOf(number));
         const TemporaryChange change;
         _descriptor = makeLocked(nameOf(number));
         error = _descriptor < 0 ? errno : 0;
@@ -177,8 +188,8 @@ int TemporaryFile::open(const std::string& target) {
             TemporaryChange::setName(_name);
         }
     }
-    while (error == 0 && number < kMostNames && removeLeftBehind(nameOf(number))) {
-        ++number;
+    for (; error == 0 && number < kMostNames; ++number) {
+        removeLeftBehind(nameOf(number));
     }
     return error;
 }

@@ -26,6 +26,8 @@ public:
     void found(const std::string& place, const Finding& finding) override {
         if (finding.severity == Severity::Error) {
             ++_damages;
+        } else if (finding.severity == Severity::Warning) {
+            ++_losses;
         }
         sayOne(static_cast<std::uint64_t>(finding.code), _name + ": " + place + ": " + finding.text(),
                finding.severity != Severity::Remark);

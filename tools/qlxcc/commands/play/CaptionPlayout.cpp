@@ -186,7 +186,7 @@ private:
         CueCourse& cue = _courses[event.number];
         if (event.step == Step::Begun) {
             cue.sent = cue.sent.value_or(number);
-        } else if (event.step == Step::Shown) {
+        } else if (event.step == Step::Shown && cue.awaited > 0 && --cue.awaited == 0) {
             cue.shown = number;
         }
     }
@@ -211,10 +211,12 @@ private:
                                                       .rollUpRows = captions.rollUpRows};
         }
         const bool isTaken = _playout.add(cue, targets, &_notes);
-        _courses.push_back({.number = cue.number,
-                            .text = _options.format == PlayFormat::Schedule ? subtitleText(cue) : std::string(),
-                            .due = dueFrame(cue, _options.rate).value_or(0),
-                            .isLeftOut = !isTaken});
+        _courses.push_back(
+            {.number = cue.number,
+             .text = _options.format == PlayFormat::Schedule ? subtitleText(cue) : std::string(),
+             .due = dueFrame(cue, _options.rate).value_or(0),
+             .isLeftOut = !isTaken,
+             .awaited = static_cast<std::uint8_t>((targets.line21 ? 1 : 0) + (targets.service ? 1 : 0))});
     }
 
     void addExtendedData() {
