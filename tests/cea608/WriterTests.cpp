@@ -182,12 +182,13 @@ TEST(Captions, AreRefusedWhenTheirTimesAreWrong) {
                                 captionOf(30, 50, U"~"), captionOf(30, 50, U"d")});
     EXPECT_EQ(
         result.findings,
-        (Texts{"0: caption from frame 20 to 20 is left out: it has no duration, begins before the last one, or is "
-               "too far off",
-               "2: caption from frame 20 to 50 is left out: it has no duration, begins before the last one, or is "
-               "too far off",
-               "3: caption without text is left out",
-               "4: caption begins at frame 30, before the one in front of it ends at 40"}));
+        (Texts{
+            "0: caption from frame 20 to 20 is left out: it has no duration, does not begin behind the last one, or is "
+            "too far off",
+            "2: caption from frame 20 to 50 is left out: it has no duration, does not begin behind the last one, or is "
+            "too far off",
+            "3: caption without text is left out",
+            "4: caption begins at frame 30, before the one in front of it ends at 40"}));
     EXPECT_EQ(result.pairs, "0: 1420 142e 1460 6200\n20: 142f 1420 142e 1460 6400\n30: 142f\n50: 142c");
 }
 

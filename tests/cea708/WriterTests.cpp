@@ -175,8 +175,8 @@ TEST(Services, AreRefusedWhenTheirTimesAreWrong) {
                    serviceCaption(30, 50, U"a", 0)});
     EXPECT_EQ(
         sent.findings,
-        (Texts{"0: caption from frame 20 to 20 is left out: it has no duration, or begins before the last one",
-               "2: caption from frame 20 to 50 is left out: it has no duration, or begins before the last one",
+        (Texts{"0: caption from frame 20 to 20 is left out: it has no duration, or does not begin behind the last one",
+               "2: caption from frame 20 to 50 is left out: it has no duration, or does not begin behind the last one",
                "3: caption without text is left out",
                "4: caption begins at frame 30, before the one in front of it ends at 40",
                "5: caption is left out: there is no service 64", "6: caption is left out: there is no service 0"}));

@@ -246,7 +246,7 @@ TEST(CaptionPlayout, SaysWhatIsLeftOut) {
     EXPECT_FALSE(playout.isDone());
     EXPECT_EQ(textsOf(findings),
               (Texts{"0: time 1 of 2 is none that a frame has", "1: caption without text is left out",
-                     "2: caption from frame 26 to 26 is left out: it has no duration, begins before "
+                     "2: caption from frame 26 to 26 is left out: it has no duration, does not begin behind "
                      "the last one, or is too far off",
                      "3: character 20ac is sent as 45"}));
 }

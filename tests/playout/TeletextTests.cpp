@@ -184,12 +184,13 @@ TEST(TeletextPlayout, ShowsCuesThatOverlap) {
 TEST(TeletextPlayout, SaysWhatIsLeftOut) {
     Cue none = pageCueOf({pageRowOf("x")});
     none.start = MediaTime();
-    EXPECT_EQ(shown({none, pageCueOf({pageRowOf(" ")}), pageCueOf({pageRowOf("x")}, 30, 30),
-                     pageCueOf({pageRowOf("x")}, 30, 40), pageCueOf({pageRowOf("y")}, 29, 40)},
-                    {"0: time 1 of 2 is none that a frame has", "1: text without letters is left out",
-                     "2: text from frame 30 to 30 is left out: it has no duration, or begins before the last one",
-                     "4: cue is left out: it starts at frame 29, and the one before it at 30"}),
-              (Texts{"30: 888 22 x", "40: 888"}));
+    EXPECT_EQ(
+        shown({none, pageCueOf({pageRowOf(" ")}), pageCueOf({pageRowOf("x")}, 30, 30),
+               pageCueOf({pageRowOf("x")}, 30, 40), pageCueOf({pageRowOf("y")}, 29, 40)},
+              {"0: time 1 of 2 is none that a frame has", "1: text without letters is left out",
+               "2: text from frame 30 to 30 is left out: it has no duration, or does not begin behind the last one",
+               "4: cue is left out: it starts at frame 29, and the one before it at 30"}),
+        (Texts{"30: 888 22 x", "40: 888"}));
     EXPECT_EQ(shown({pageCueOf({pageRowOf("x")}, 25, 50)},
                     {"0: teletext is made for 25 and 50 frames a second, not for 30"}, FrameRate::Fps2997),
               (Texts{"30: 888 22 x", "60: 888"}));

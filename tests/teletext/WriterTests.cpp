@@ -277,15 +277,16 @@ TEST(TeletextWriter, SaysWhatIsLeftOut) {
     EXPECT_TRUE(writer.isDone());
     EXPECT_TRUE(writer.add(textOf(25, 26, {20, 20, 21, 19, 24}), &findings));
     EXPECT_FALSE(writer.add(textOf(25, 26), &findings));
-    EXPECT_EQ(textsOf(findings),
-              (Texts{"6: page 8ff with subcode 00 is left out: viewers cannot call it",
-                     "7: text from frame 25 to 25 is left out: it has no duration, or begins before the last one",
-                     "8: text without letters is left out",
-                     "9: 3 columns of row 20 are left out: there is no such row, or it has text already",
-                     "9: 3 columns of row 21 are left out: there is no such row, or it has text already",
-                     "9: 3 columns of row 19 are left out: there is no such row, or it has text already",
-                     "9: 3 columns of row 24 are left out: there is no such row, or it has text already",
-                     "10: text from frame 25 to 26 is left out: it has no duration, or begins before the last one"}));
+    EXPECT_EQ(
+        textsOf(findings),
+        (Texts{"6: page 8ff with subcode 00 is left out: viewers cannot call it",
+               "7: text from frame 25 to 25 is left out: it has no duration, or does not begin behind the last one",
+               "8: text without letters is left out",
+               "9: 3 columns of row 20 are left out: there is no such row, or it has text already",
+               "9: 3 columns of row 21 are left out: there is no such row, or it has text already",
+               "9: 3 columns of row 19 are left out: there is no such row, or it has text already",
+               "9: 3 columns of row 24 are left out: there is no such row, or it has text already",
+               "10: text from frame 25 to 26 is left out: it has no duration, or does not begin behind the last one"}));
 }
 
 }  // namespace

@@ -153,12 +153,12 @@ TEST(CaptionsOnAir, AreListedWithTheirTimes) {
                                  "     3  00:00:02,640  00:00:03,000  00:00:03,000        75     0  B\n"
                                  "     4  -             00:00:03,000  -                    -     -  C\n");
     const std::string place = "qlxcc: warning: " + file + ": cue ";
-    EXPECT_EQ(result.err,
-              place + "2: caption begins at frame 53, before the one in front of it ends at 63\n" + place +
-                  "3: caption begins at frame 75, before the one in front of it ends at 100\n" + place +
-                  "4: caption from frame 75 to 113 is left out: it has no duration, begins before the last one, or is "
-                  "too far off\n" +
-                  place + "2: caption is shown 11 frames late, 11 pairs short\n");
+    EXPECT_EQ(result.err, place + "2: caption begins at frame 53, before the one in front of it ends at 63\n" + place +
+                              "3: caption begins at frame 75, before the one in front of it ends at 100\n" + place +
+                              "4: caption from frame 75 to 113 is left out: it has no duration, does not begin behind "
+                              "the last one, or is "
+                              "too far off\n" +
+                              place + "2: caption is shown 11 frames late, 11 pairs short\n");
     // What is cut off is said.
     const ToolResult cut = runTool(captionArguments(file, "25", {"--duration", "2.4"}));
     EXPECT_EQ(linesOf(cut.out).back(), "     2  00:00:02,200  00:00:02,120  not yet              -     -  A");

@@ -477,22 +477,19 @@ scte::Message messageOfJson(const Dictionary& object,
         return scte_json::singleMessageOf(object, *single);
     }
     const Value* const list = object.find("operations");
-    if (list == nullptr || list->array() == nullptr) {
-        throw ScteJsonError("no array \"operations\", and no object \"operation\"");
-    }
-    const Array operations = *list->array();
+    const Array operations = list != nullptr && list->array() != nullptr
+                                 ? *list->array()
+                                 : throw ScteJsonError("no array \"operations\", and no object \"operation\"");
     Dictionary header = object;
     header.erase("operations");
     scte::MultipleOperationMessage message;
     JsonFieldReader::fill(header, message);
     for (std::size_t index = 0; index < operations.size(); ++index) {
         const std::string place = "operation " + std::to_string(index + 1) + ": ";
-        const Dictionary* const operation = operations[index].dictionary();
-        if (operation == nullptr) {
-            throw ScteJsonError(place + "no object");
-        }
         try {
-            message.operations.push_back(readOperation(*operation));
+            const Dictionary* const operation = operations[index].dictionary();
+            message.operations.push_back(operation != nullptr ? readOperation(*operation)
+                                                              : throw ScteJsonError("no object"));
         } catch (const ScteJsonError& error) {
             throw ScteJsonError(place + error.what());
         }
