@@ -1,4 +1,5 @@
 // Random captions written and received: what fits comes back as it is, anything else as its findings say.
+#include "Sanitized.h"
 #include "SentServices.h"
 
 #include <algorithm>
@@ -282,7 +283,7 @@ std::string differenceOf(const std::vector<ShownScreen>& expected, const std::ve
 class ServiceRoundTrip : public testing::TestWithParam<std::size_t> {
 protected:
     // 10,000 of eight rates.
-    static constexpr std::size_t kCaptions = 1250;
+    static constexpr std::size_t kCaptions = qlxtest::kIsSanitized ? 150 : 1250;
 
     ServiceRoundTrip() : random(static_cast<unsigned>(708 + GetParam())) {
         constexpr std::array<std::uint8_t, 8> kSomeServices{1, 2, 6, 7, 8, 33, 62, 63};
@@ -387,7 +388,7 @@ private:
 
 /// Captions far enough from one another to be written; some stay until the next one, some are over long before.
 void expectWritten(Random& random, FrameRate rate, AspectRatio ratio, CaptionStyle style, bool fits) {
-    constexpr std::size_t kSome = 1250;
+    constexpr std::size_t kSome = qlxtest::kIsSanitized ? 150 : 1250;
     const std::uint64_t clear = 2U * qlx::nominalFramesPerSecond(rate);
     ServiceLoop loop(rate, {.aspectRatio = ratio, .clearAfter = 2}, {1});
     RollingWindow window;

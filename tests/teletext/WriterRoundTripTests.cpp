@@ -1,4 +1,6 @@
 // Random texts of pages as packets in subtitling distribution packets, and what receivers show of them.
+#include "Sanitized.h"
+
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/row_encoder.h>
 #include <qlx/teletext/sdp_stream.h>
@@ -27,6 +29,9 @@ using qlx::screen::CellPart;
 using qlx::screen::Color;
 
 using Random = std::mt19937;
+
+constexpr std::size_t kMany = qlxtest::kIsSanitized ? 200 : 2000;
+constexpr int kAnyRows = qlxtest::kIsSanitized ? 1000 : 10'000;
 
 std::uint32_t below(Random& random, std::uint32_t count) {
     return static_cast<std::uint32_t>(random() % count);
@@ -265,9 +270,9 @@ void expectAll(const PageTexts& pages, FrameRate rate, const WriterOptions& opti
 TEST(TeletextWriterRoundTrip, ShowsWhatFits) {
     Random random(13);
     for (const FrameRate rate : {FrameRate::Fps25, FrameRate::Fps50, FrameRate::Fps2997}) {
-        expectAll({{0x888, fittingTexts(random, 0x888, 2000, 2)}}, rate, {});
+        expectAll({{0x888, fittingTexts(random, 0x888, kMany, 2)}}, rate, {});
     }
-    expectAll({{0x123, fittingTexts(random, 0x123, 2000, 2)}}, FrameRate::Fps25, {.isSerial = true});
+    expectAll({{0x123, fittingTexts(random, 0x123, kMany, 2)}}, FrameRate::Fps25, {.isSerial = true});
     expectAll({{0x888, fittingTexts(random, 0x888, 1000, 40)}}, FrameRate::Fps25, {.repeatAfter = 1});
 }
 
@@ -379,7 +384,7 @@ std::optional<std::pair<std::size_t, SeenRow>> explained(const PageRow& row, con
 
 TEST(TeletextWriterRoundTrip, ShowsAnyRowAsItIsSaid) {
     Random random(15);
-    for (int count = 0; count < 10'000; ++count) {
+    for (int count = 0; count < kAnyRows; ++count) {
         const PageRow row = anyRow(random);
         qlx::Findings findings;
         const auto coded = codeRow(row, 1, &findings);

@@ -51,7 +51,7 @@ void obey(int signal) {
     sigemptyset(&only);
     sigaddset(&only, signal);
     ::pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
-    std::raise(signal);
+    ::pthread_kill(::pthread_self(), signal);
     constexpr int kEndedBySignal = 128;
     ::_exit(kEndedBySignal + signal);
 }

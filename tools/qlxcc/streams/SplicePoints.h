@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -35,7 +36,9 @@ private:
         std::uint32_t eventId = 0;
         std::uint8_t typeId = 0;  ///< Of a segment's start.
 
-        friend auto operator<=>(const Key&, const Key&) = default;
+        friend bool operator<(const Key& left, const Key& right) {
+            return std::tie(left.kind, left.eventId, left.typeId) < std::tie(right.kind, right.eventId, right.typeId);
+        }
     };
 
     struct Open {
