@@ -77,13 +77,16 @@ private:
         std::span<const screen::Cell> rest = cells;
         while (!rest.empty()) {
             const auto line = rest.first(detail::sizeOfLine(rest, kColumns - leadOf(rest, false)));
-            if (_lines.size() == _greatest) {
+            detail::Cells kept(line.begin(), line.end());
+            detail::trimEnd(kept);
+            // Spaces that fill a row take none of the page's.
+            if (!kept.empty() && _lines.size() == _greatest) {
                 report(FindingCode::PlayoutPageFull, Severity::Error, source, rest.size());
                 return;
             }
-            detail::Cells kept(line.begin(), line.end());
-            detail::trimEnd(kept);
-            _lines.push_back({std::move(kept), source, 0});
+            if (!kept.empty()) {
+                _lines.push_back({std::move(kept), source, 0});
+            }
             rest = detail::withoutSpaces(rest.subspan(line.size()));
             if (!rest.empty()) {
                 report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());

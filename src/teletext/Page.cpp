@@ -220,6 +220,9 @@ bool PageReader::receive(const Packet& packet, FindingSink* findings, std::uint6
 }
 
 bool PageReader::receiveHeader(const Packet& packet, FindingSink* findings, std::uint64_t offset) {
+    if (packet.magazine == 0 || packet.magazine > kGreatestMagazine) {
+        return false;
+    }
     const bool isOwnMagazine = packet.magazine == _page >> 8U;
     for (const std::uint8_t byte : std::span(packet.data).first<kHeaderTextStart>()) {
         _counts.count(decodeHamming84(byte).protection);

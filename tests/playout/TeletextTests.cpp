@@ -104,6 +104,9 @@ TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {
                    {.isDoubleHeight = false});
     expectPageRows({pageRowOf("a b " + thirtySix)}, {"20,4 a b", "22,4 " + thirtySix},
                    {"4: row 1 is broken behind 4 characters"});
+    // Spaces that fill a row of the page take none.
+    expectPageRows({pageRowOf(std::string(40, ' ') + "x", Alignment::Unchanged)}, {"22,4 x"},
+                   {"4: row 1 is broken behind 40 characters"});
     Texts expected;
     std::vector<Row> rows;
     for (int row = 1; row <= 11; ++row) {

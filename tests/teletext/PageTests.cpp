@@ -190,6 +190,15 @@ TEST(TeletextPage, KeepsRowsUntilAHeaderErasesThem) {
     EXPECT_FALSE(page.screen().hasText());
 }
 
+TEST(TeletextPage, KnowsNoOtherMagazinesThanEight) {
+    qlx::teletext::PageReader reader(0x888);
+    qlx::teletext::Packet packet = *packetOf(qlx::teletext::PageHeader{.page = 0x888});
+    for (const std::uint8_t magazine : {std::uint8_t{0}, std::uint8_t{9}, std::uint8_t{200}}) {
+        packet.magazine = magazine;
+        EXPECT_FALSE(reader.receive(packet)) << int{magazine};
+    }
+}
+
 TEST(TeletextPage, LivesWithDamage) {
     Page page;
     auto text = row(20, "\x0B\x0B"

@@ -50,9 +50,8 @@ struct TeletextPlayoutOptions {
     std::uint32_t repeatAfter = 0;  ///< Seconds after which a page is sent again; 0: never.
     bool isSerial = false;          ///< Pages of all magazines one after the other (C11).
     bool fillsFields = false;       ///< Fields with nothing to send have a packet of filling ones.
-    /// Line of the packets of the first field, and of all of progressive frames. RDD 8 has 12 and 575 for 1125 lines,
-    /// interlaced, and does not know others; progressive ones have the first of them here. In 625 lines these are 21
-    /// and 334.
+    /// Line of the packets of the first field, and of all of progressive frames. 12 and 575 are usual in 1125 lines,
+    /// interlaced; progressive pictures have the first of them here, for want of a rule. In 625 lines 21 and 334 are.
     std::uint32_t firstLine = 12;
     std::uint32_t secondLine = 575;  ///< Line of the packets of the second field.
     std::uint64_t firstFrame = 0;    ///< The number of the frame that is sent first.

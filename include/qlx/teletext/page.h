@@ -83,7 +83,7 @@ QLX_EXPORT bool drawRow(std::span<const std::uint8_t, kDataBytes> codes, const R
 /// any), and are kept until a header erases them. A byte with wrong parity leaves what stands in its place. Packets X/26
 /// put characters over the rows: those of designation 0 replace all that came before. The sets are those of X/28/0, or
 /// else of the last M/29/0 of the magazine, or else of the receiver's region. What is for receivers of higher levels is
-/// passed over.
+/// passed over, and so are the block mosaics and lines of the third set (mode 02h of a column).
 class PageReader {
 public:
     /// Rows of a screen: 0 to 24.

@@ -56,7 +56,7 @@ struct FieldPackets {
 /// Takes what pages show, that of each page in the order of its starts, and gives field after field.
 ///
 /// The header of a page erases it (C4) and goes in the field in front of the start's first one, so that receivers have
-/// the time that they need for it; its rows follow from the start's first field on, and behind them a header that closes
+/// time for it (20 ms are asked for in 625 lines; a field of 60 a second has 17); its rows follow from the start's first field on, and behind them a header that closes
 /// the page (FF of its magazine). At the end a header erases the page, unless the next text begins there; one that only
 /// adds rows to those shown is sent without C4, and of it only what is new. A text that begins before the end of the one
 /// before it takes its place.
