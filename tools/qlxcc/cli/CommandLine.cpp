@@ -11,8 +11,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <map>
 #include <memory>
+#include <span>
 #include <sstream>
 
 namespace qlx::tool {
@@ -138,8 +140,12 @@ void limit(CLI::Option& option, const OptionRow& row) {
     }
 }
 
-/// Defines what `row` has: options, and the commands inside of it.
-void define(CLI::App& command, const CommandRow& row, RawOptions& raw, HelpFormatter& formatter) {
+/// What was called, behind the name of the program.
+using Arguments = std::span<const char* const>;
+
+/// Defines what `row` has: options, and the commands inside of it. Those that `arguments` do not name cannot be the one
+/// that is called: nobody asks for their options, and to define them takes longer than most commands do.
+void define(CLI::App& command, const CommandRow& row, RawOptions& raw, HelpFormatter& formatter, Arguments arguments) {
     command.footer(std::string(row.notes));
     for (const OptionRow& option : row.options) {
         CLI::Option& defined = std::visit(OptionMaker(command, option, raw), option.field);
@@ -159,7 +165,10 @@ void define(CLI::App& command, const CommandRow& row, RawOptions& raw, HelpForma
         command.require_subcommand(1);
     }
     for (const CommandRow* const next : row.commands) {
-        define(*command.add_subcommand(std::string(next->name), std::string(next->summary)), *next, raw, formatter);
+        CLI::App& inside = *command.add_subcommand(std::string(next->name), std::string(next->summary));
+        if (std::find(arguments.begin(), arguments.end(), next->name) != arguments.end()) {
+            define(inside, *next, raw, formatter, arguments);
+        }
     }
 }
 
@@ -207,7 +216,8 @@ Action parseCommandLine(int argc, const char* const* argv, LogOptions& log, std:
     RawOptions raw;
     const auto formatter = std::make_shared<HelpFormatter>();
     app.formatter(formatter);
-    define(app, kProgram, raw, *formatter);
+    const Arguments all(argv, static_cast<std::size_t>(std::max(argc, 0)));
+    define(app, kProgram, raw, *formatter, all.subspan(std::min<std::size_t>(1, all.size())));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
