@@ -1,9 +1,8 @@
 // Arbitrary bytes as a splice_info_section, and as a text of one: what is read is kept, and written as the same bytes.
 // Once as they are, and once with section_length and CRC_32 made right, so that what is in front of them is reached.
+#include <qlx/base/section_crc.h>
 #include <qlx/scte/scte35.h>
 #include <qlx/scte/scte35_text.h>
-
-#include "base/MPEGCRC32.h"
 
 #include "FuzzSupport.h"
 

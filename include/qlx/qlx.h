@@ -17,6 +17,7 @@
 #include <qlx/base/parity.h>
 #include <qlx/base/result.h>
 #include <qlx/base/ring.h>
+#include <qlx/base/section_crc.h>
 #include <qlx/base/utf8.h>
 #include <qlx/base/walk.h>
 #include <qlx/cc/a53.h>

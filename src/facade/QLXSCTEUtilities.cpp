@@ -1,6 +1,6 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
+#include <qlx/base/section_crc.h>
 
-#include "base/MPEGCRC32.h"
 #include "scte/SCTE104Message.h"
 #include "scte/SCTE104Operation.h"
 #include "scte/SCTEParameters.h"

@@ -1,8 +1,8 @@
 // Reads a splice_info_section.
+#include <qlx/base/section_crc.h>
 #include <qlx/scte/scte35.h>
 
 #include "base/Bytes.h"
-#include "base/MPEGCRC32.h"
 #include "scte/Scte35Layout.h"
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 #include "scte/SpliceInfoSection.h"
 
+#include <qlx/base/section_crc.h>
+
 #include "base/Bytes.h"
-#include "base/MPEGCRC32.h"
 #include "scte/Scte35Layout.h"
 
 #include <span>

@@ -1,5 +1,4 @@
-// The CRC of MPEG-2 sections (ISO/IEC 13818-1 annex A).
-#pragma once
+#include <qlx/base/section_crc.h>
 
 #include <array>
 #include <cstddef>
@@ -8,12 +7,12 @@
 
 namespace qlx {
 
-namespace detail {
+namespace {
 
 using SectionCRCTable = std::array<std::array<std::uint32_t, 256>, 4>;
 
 /// What a byte comes to, bit by bit; and with one, two or three bytes of zeros behind it.
-[[nodiscard]] constexpr SectionCRCTable makeSectionCRCTable() noexcept {
+constexpr SectionCRCTable makeSectionCRCTable() noexcept {
     constexpr std::uint32_t kPolynomial = 0x04C11DB7;
     SectionCRCTable table{};
     for (std::uint32_t byte = 0; byte < table[0].size(); ++byte) {
@@ -32,13 +31,13 @@ using SectionCRCTable = std::array<std::array<std::uint32_t, 256>, 4>;
     return table;
 }
 
-inline constexpr SectionCRCTable kSectionCRCTable = makeSectionCRCTable();
+constexpr SectionCRCTable kSectionCRCTable = makeSectionCRCTable();
 
-}  // namespace detail
+}  // namespace
 
-/// Four bytes at a time.
-[[nodiscard]] constexpr std::uint32_t sectionCRC32(std::span<const std::uint8_t> bytes) noexcept {
-    constexpr const auto& kTable = detail::kSectionCRCTable;
+// Four bytes at a time.
+std::uint32_t sectionCRC32(std::span<const std::uint8_t> bytes) noexcept {
+    constexpr const auto& kTable = kSectionCRCTable;
     std::uint32_t crc = 0xFFFFFFFF;
     std::size_t index = 0;
     for (; bytes.size() - index >= 4; index += 4) {
