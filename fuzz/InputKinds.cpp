@@ -4,7 +4,7 @@
 
 #include "FuzzSupport.h"
 #include "streams/StreamWalk.h"
-#include "streams/TransportStream.h"
+#include "streams/ts/TransportStream.h"
 
 #include <qlx/streams/input_kind.h>
 #include <qlx/streams/video.h>

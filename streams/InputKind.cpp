@@ -1,6 +1,6 @@
 #include <qlx/streams/input_kind.h>
 
-#include "TransportStream.h"
+#include "ts/TransportStream.h"
 
 #include <qlx/klv/keys.h>
 

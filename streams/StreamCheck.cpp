@@ -1,6 +1,6 @@
 #include "StreamCheck.h"
 
-#include "TransportStream.h"
+#include "ts/TransportStream.h"
 
 #include <qlx/klv/klv.h>
 

@@ -1,6 +1,6 @@
 // The packets of transport streams: how far they are apart, and whether the last one is whole.
 #include "ExactBuffer.h"
-#include "streams/TransportStream.h"
+#include "streams/ts/TransportStream.h"
 
 #include <gtest/gtest.h>
 
