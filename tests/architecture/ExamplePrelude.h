@@ -168,6 +168,15 @@ namespace streams_rows {
 extern qlx::streams::ByteSource& source;
 extern qlx::streams::ByteSink& sink;
 }  // namespace streams_rows
+namespace streams_ts_section {
+extern qlx::streams::ts::PacketView packet;
+}
+namespace streams_ts_pes {
+extern qlx::streams::ts::PacketView packet;
+}
+namespace streams_ts_program_map {
+extern qlx::streams::ts::PacketReader reader;
+}
 namespace streams_video {
 extern qlx::streams::ByteSource& source;
 }

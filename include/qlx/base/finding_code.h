@@ -482,6 +482,30 @@ enum class FindingCode : std::uint32_t {
     MovFragmentCut,                ///< Bytes there, bytes of the fragment.
     MovFragmentListCut,            ///< Bytes there, bytes of the fragments' list.
     MovAtomWrong,                  ///< No numbers; the offset is where an atom should begin.
+
+    // streams: transport streams (ISO/IEC 13818-1); the offset is where the packet stands
+    TsPacketWrong = 0x1F'0301,  ///< Byte in place of the sync byte, bytes there.
+    TsSyncLost,                 ///< Bytes that belong to no packet.
+    TsAdaptationWrong,          ///< Length of the adaptation field there, greatest one.
+    TsContinuityLost,           ///< PID, packets that are missing at least.
+    TsPacketDamaged,            ///< PID; the packet says that it is.
+    TsPacketScrambled,          ///< PID.
+    TsSectionCut,               ///< PID, bytes there.
+    TsSectionCrcWrong,          ///< PID, table_id.
+    TsSectionTooLong,           ///< PID, bytes that it would have.
+    TsSectionWrong,             ///< PID, byte of its packet that the pointer leads to.
+    TsTableWrong,               ///< table_id, byte of the section.
+    TsStreamGone,               ///< PID, stream_type; the program's map has it no more.
+    TsPesWrong,                 ///< Bytes there.
+    TsPesCut,                   ///< Bytes there, bytes of it.
+    TsPesTooLong,               ///< Bytes there, greatest number.
+    TsTimeMissing,              ///< PID.
+    TsTimeJumped,               ///< PID, ticks of 90 kHz from the time before.
+    TsDataIdentifierUnknown,    ///< PID, data_identifier.
+    TsDataUnitWrong,            ///< data_unit_id, bytes there.
+    TsDataUnitUnused,           ///< data_unit_id, PID; told once for each.
+    TsFrameRateWrong,           ///< Frames a second; transport streams with teletext have 25 or 50.
+    TsBitrateTooLow,            ///< Bits a second, ticks of 90 kHz that a packet is late.
     // playout; the rows of a cue are counted from 1
     PlayoutTimeWrong = 0xD'0001,  ///< 1 for the start, 2 for the end.
     PlayoutRowBroken,             ///< Row of the cue, characters of it in front of those that go on the next row.
