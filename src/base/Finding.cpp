@@ -49,6 +49,10 @@ void appendNumber(std::string& text, std::int64_t number, char form) {
         text += "row " + std::to_string(number / kColumns) + ", column " + std::to_string(number % kColumns);
         return;
     }
+    if (form == 'c') {
+        text += number == 1 ? "the section's header" : number == 2 ? "the command" : "an event or component";
+        return;
+    }
     std::array<char, 24> digits{};
     char* const end = digits.data() + digits.size();
     const bool isHex = form == 'x';

@@ -370,7 +370,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {SctePreRollOutOfRange, "splice {1} ms behind the frame: a pre-roll has 0 to {2}"},
     {SctePreRollRounded, "splice {1} ticks behind the frame: the pre-roll has {2}, whole milliseconds"},
     {ScteDurationRounded, "duration of {1} ticks: {2} are kept"},
-    {ScteNotCarried, "fields without a place in SCTE 104 are left out (1 section, 2 command, 3 event: {1})"},
+    {ScteNotCarried, "fields of {1c} have no place in SCTE 104 and are left out"},
     {SubtitleTextNotUtf8, "byte {1x} is not UTF-8 ({2} such bytes in the row)"},
     {SrtNumberWrong, "no number in front of the times"},
     {SrtTimingMissing, "cue without a line of times"},

@@ -70,8 +70,8 @@ private:
         if (section.sectionSyntaxIndicator != usual.sectionSyntaxIndicator ||
             section.privateIndicator != usual.privateIndicator || section.sapType != usual.sapType ||
             (!isInjected && section.protocolVersion != usual.protocolVersion) ||
-            section.encryptionAlgorithm != usual.encryptionAlgorithm || section.cwIndex != usual.cwIndex ||
-            (isInjected && section.ptsAdjustment90k != 0) || !section.descriptorTrailing.empty()) {
+            section.encryptionAlgorithm != usual.encryptionAlgorithm || (isInjected && section.ptsAdjustment90k != 0) ||
+            !section.descriptorTrailing.empty()) {
             warn(FindingCode::ScteNotCarried, kOfSection);
         }
         if (!isInjected && !section.commandTrailing.empty()) {
@@ -360,7 +360,11 @@ private:
         std::uint64_t seconds = ticks90k / kSecond;
         std::uint64_t frames = 0;
         std::uint64_t kept = 0;
-        if (_options.frameRate && seconds != 0) {
+        // 0 would be no duration at all, and a second is far from what is shorter.
+        if (seconds == 0) {
+            return false;
+        }
+        if (_options.frameRate) {
             const MediaTime frame = frameDuration(*_options.frameRate);
             const auto scale = static_cast<std::uint64_t>(frame.timescale);
             const std::uint64_t unit = static_cast<std::uint64_t>(frame.value) * kSecond;
@@ -370,8 +374,7 @@ private:
             seconds = (ticks90k + kSecond / 2) / kSecond;
             kept = seconds * kSecond;
         }
-        // 0 would be no duration at all.
-        if (seconds == 0 || seconds > kGreatestMessageField) {
+        if (seconds > kGreatestMessageField) {
             return false;
         }
         if (kept != ticks90k) {

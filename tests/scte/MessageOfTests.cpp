@@ -122,9 +122,17 @@ TEST(MessageOf, RefusesAPreRollThatIsOutOfRange) {
 
 TEST(MessageOf, SaysWhatHasNoField) {
     SpliceInfoSection section = sectionOf(SpliceNull{});
-    section.cwIndex = 1;
+    section.cwIndex = 0xFF;
     section.alignmentStuffing = {0};
+    EXPECT_EQ(make({section}).findings, FindingList{});
+    section.encryptionAlgorithm = 1;
     EXPECT_EQ(make({section}).findings, FindingList{warning(FindingCode::ScteNotCarried, 1)});
+    EXPECT_EQ(warning(FindingCode::ScteNotCarried, 1).text(),
+              "fields of the section's header have no place in SCTE 104 and are left out");
+    EXPECT_EQ(warning(FindingCode::ScteNotCarried, 2).text(),
+              "fields of the command have no place in SCTE 104 and are left out");
+    EXPECT_EQ(warning(FindingCode::ScteNotCarried, 3).text(),
+              "fields of an event or component have no place in SCTE 104 and are left out");
     EXPECT_EQ(make({sectionOf(TimeSignal{})}).findings, FindingList{warning(FindingCode::ScteNotCarried, 2)});
     SpliceInsert end;
     end.immediate = true;
@@ -148,6 +156,12 @@ TEST(MessageOf, InsertsWhatItsOperationCannotCarry) {
         InsertDescriptorRequest{{{2, fromHex("43554549 00000009 7f ff 0000007530 00 00 30 00 00")}}};
     EXPECT_EQ(make({sectionOf(TimeSignal{{kCarrier, 0x7F}}, {segmentation})}).operations,
               (std::vector<OperationData>{TimeSignalRequest{0}, image}));
+    // So does what is nearly a second: no whole one, however frames are counted.
+    segmentation.duration90k = 89999;
+    EXPECT_EQ(
+        make({sectionOf(SpliceNull{}, {segmentation})}, {.framePts90k = kCarrier, .frameRate = qlx::FrameRate::Fps25})
+            .operations.at(1),
+        OperationData(InsertDescriptorRequest{{{2, fromHex("43554549 00000009 7f ff 0000015f8f 00 00 30 00 00")}}}));
     segmentation.duration90k = 2700000 + 7000;
     InsertSegmentationDescriptorRequest request;
     request.eventId = 9;

@@ -72,12 +72,13 @@ struct MessageOptions {
 /// 2^33, in milliseconds; breaks have tenths of a second, segments seconds and frames. What is rounded for that is a
 /// Warning (SctePreRollRounded, ScteDurationRounded), and so is what SCTE 104 has no field for (ScteNotCarried): the
 /// fields of the header but pts_adjustment and tier, reserved bits, a time that is not given. Stuffing, a CRC_32 that is
-/// wrong and a splice_command_length are the section's own, and not said. A splice in the frame itself is immediate
+/// wrong, a splice_command_length, and cw_index, which means nothing without encryption, are the section's own, and not
+/// said. A splice in the frame itself is immediate
 /// (ScteSpliceIsImmediate), unless it is one of components.
 ///
 /// Commands without an operation of their own (bandwidth reservation, private and unknown ones) are injected as they
 /// are. Descriptors without an operation, and those that theirs could not carry whole (with components, reserved bits
-/// or trailing bytes, a duration beyond its field), are inserted as they are.
+/// or trailing bytes, a duration beyond its field or below a second), are inserted as they are.
 ///
 /// Fails for an encrypted section (ScteMakesNoOperation), a splice whose pre-roll is not 0 to 65,535 ms
 /// (SctePreRollOutOfRange), and what a field or the message cannot hold (ScteValueTooLarge, ScteTooLong, or why a
