@@ -14,15 +14,20 @@ using qlxfuzz::require;
 
 namespace {
 
-void readMessage(const std::string& text) {
-    const qlx::scte::Message message = qlx::tool::readScte104Json("input", text);
+void checkMessage(const qlx::scte::Message& message) {
     if (const auto bytes = qlx::scte::writeMessage(message)) {
         // What is wrong in the data is kept.
         const auto read = qlx::scte::parseMessage(*bytes);
         require(!read || *qlx::scte::writeMessage(*read) == *bytes);
     }
     const std::string again = qlx::tool::jsonText(qlx::tool::jsonOf(message));
-    require(qlx::tool::readScte104Json("input", again) == message);
+    require(qlx::tool::readScte104Json("input", again) == std::vector{message});
+}
+
+void readMessages(const std::string& text) {
+    for (const auto& message : qlx::tool::readScte104Json("input", text)) {
+        checkMessage(message);
+    }
 }
 
 void readSections(const std::string& text) {
@@ -41,7 +46,7 @@ void readSections(const std::string& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
     qlx::tool::setQuiet(true);
-    for (const auto read : {readMessage, readSections}) {
+    for (const auto read : {readMessages, readSections}) {
         try {
             read(text);
         } catch (const qlx::tool::Failure& failure) {

@@ -59,6 +59,7 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         # Of the tool alone: whoever links the library needs none of them.
         if self.options.tool:
             self.requires("cli11/2.3.2", **{**private, "headers": True})
+            self.requires("pugixml/[>=1.10 <2]", visible=False)
             if self.options.png:
                 self.requires("libpng/[>=1.6 <2]", visible=False)
 

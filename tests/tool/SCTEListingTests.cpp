@@ -239,17 +239,46 @@ TEST(SCTE104Parse, ListsSplicePoints) {
                    messageOf({"splice-start-immediate", "--event-id", "3"}),
                    messageOf({"splice-end", "--event-id", "4"}), messageOf({"splice-null"}),
                    messageOf({"time-signal", "segmentation", "--event-id", "9", "--segmentation-type", "ProgramStart"}),
+                   messageOf({"time-signal", "segmentation", "--event-id", "10", "--segmentation-type", "ProgramStart",
+                              "--duration", "20", "--extension-frames", "12"}),
                    messageOf({"splice-cancel", "--event-id", "5"})}));
     const std::string listed = outputOf({"scte104", "parse", file});
-    const std::string place = "  frame 0, line 13: ";
-    EXPECT_EQ(listed.substr(listed.find("splice points:")),
-              "splice points:\n" + place + "event 1 out in 4000 ms, for 30.0 s\n" + place + "event 1 in at once\n" +
-                  place + "event 2 out at once, for 5.5 s, returns by itself\n" + place + "event 3 out at once\n" +
-                  place + "event 4 in at once\n" + place + "segment 9 ProgramStart\n" + place +
-                  "event 5 cancelled\n"
-                  "  event 4: in without out\n"
-                  "  event 3: out without in\n"
-                  "  segment 9 ProgramStart: start without end\n");
+    const std::string place = "frame 0, line 13: ";
+    const Arguments points{place + "event 1 out in 4000 ms, for 30.0 s",
+                           place + "event 1 in at once",
+                           place + "event 2 out at once, for 5.5 s, returns by itself",
+                           place + "event 3 out at once",
+                           place + "event 4 in at once",
+                           place + "segment 9 ProgramStart",
+                           place + "segment 10 ProgramStart, for 20 s and 12 frames",
+                           place + "event 5 cancelled",
+                           "event 4: in without out",
+                           "event 3: out without in",
+                           "segment 9 ProgramStart: start without end"};
+    std::string expected = "splice points:\n";
+    std::string alone;
+    for (const std::string& point : points) {
+        expected += "  " + point + "\n";
+        alone += point + "\n";
+    }
+    EXPECT_EQ(listed.substr(listed.find("splice points:")), expected);
+    EXPECT_EQ(outputOf({"scan", file, "--changes"}), alone);
+    // Nothing to say, and what cannot be read.
+    EXPECT_EQ(outputOf({"scan", folder.write("b.klv", joined({kAncKeyHex, "02 0000"})), "--changes"}),
+              "no splice points\n");
+    const std::string cut = folder.write("c.klv", elementOf({"09", kSpliceNull.substr(0, 26)}));
+    const ToolResult wrong = runTool({"scan", cut, "--changes"});
+    EXPECT_EQ(wrong.exitCode, 1);
+    EXPECT_EQ(wrong.out, "no splice points\n");
+    EXPECT_EQ(qlxtest::linesOf(wrong.err),
+              (Arguments{"qlxcc: " + cut +
+                             ": frame 0, line 13: byte 0: no SCTE-104 message: it begins with 09 and not "
+                             "with the payload descriptor 08",
+                         "qlxcc: " + cut +
+                             ": frame 0, line 13: byte 13: operation 1 of 1 is missing: the message ends "
+                             "here",
+                         "qlxcc: " + cut + ": 2 problems: not every packet could be read"}));
+    EXPECT_EQ(runTool({"scan", file, "--changes", "--json"}).exitCode, 2);
 }
 
 TEST(SCTE35, WritesSectionsInAnotherForm) {
@@ -274,6 +303,29 @@ TEST(SCTE35, WritesSectionsInAnotherForm) {
     EXPECT_EQ(convert(section, "hex"), section + "\n");
     EXPECT_EQ(outputOf({"scte35", kSplice, "--pts", "4294967296", "--to-format", "json"}),
               qlxtest::linesOf(json).at(0) + "\n");
+
+    // Over many lines, and as an array.
+    std::string pretty = "[";
+    for (const std::string& line : qlxtest::linesOf(json)) {
+        pretty += (pretty.size() > 1 ? "," : "") + line;
+    }
+    pretty += "]";
+    for (std::size_t place = 0; (place = pretty.find(',', place)) != std::string::npos; place += 2) {
+        pretty.insert(place + 1, "\n");
+    }
+    EXPECT_EQ(convert(folder.write("f", pretty), "base64"), base64);
+    const auto refusal = [&](const std::string& text) {
+        const std::string name = folder.write("g", text);
+        const ToolResult result = runTool({"scte35", name, "--from-format", "section"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.err.substr(0, 7 + name.size() + 2), "qlxcc: " + name + ": ");
+        return result.err.substr(7 + name.size() + 2);
+    };
+    EXPECT_EQ(refusal(section + "\n{\n\"spliceCommand\":\n7}"), "line 2: \"spliceCommand\" must be an object\n");
+    EXPECT_EQ(refusal(section + "\n\n{\n\"tier\" 7}"), "line 4: not JSON at \"7}\"\n");
+    EXPECT_EQ(refusal("[{\"spliceCommand\":{}},7]"), "line 1: section 2: no object with a section\n");
+    EXPECT_EQ(refusal(R"({"tier":1,"spliceCommand":{},"tier":2})"), "an object has the key \"tier\" twice\n");
+    EXPECT_EQ(refusal("[]"), "no SCTE-35 section\n");
 
     std::string wrong = section;
     wrong.back() = wrong.back() == '0' ? '1' : '0';
@@ -308,11 +360,42 @@ TEST(SCTE35, SaysWhyThereIsNoSection) {
               "section\n");
     EXPECT_EQ(refusal(stamped, {"--as-deployed"}),
               "qlxcc: the message: the message has a time stamp: the section's time is that of --pts alone\n");
+    const auto unused = [](const Arguments& more) {
+        Arguments arguments{"scte35", kSpliceNull, "--pts", "0"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 2);
+        return result.err.substr(0, result.err.find(" (see"));
+    };
+    EXPECT_EQ(unused({"--at-pts", "1"}), "qlxcc: --at-pts is the moment of a time stamp: the message has none");
+    EXPECT_EQ(unused({"--rate", "25"}), "qlxcc: --rate is for duration_extension_frames: the message has none");
+    EXPECT_EQ(unused({"--auto-return"}), "qlxcc: --auto-return is for breaks with a duration: the message has none");
     const TemporaryFolder folder;
+    EXPECT_EQ(runTool(build({"--from-scte35", folder.write("null", withCrc(kSection)), "--pts", "0", "--rate", "25"}))
+                  .exitCode,
+              2);
     const std::string packet = "000d 01 04 0014 00000014 00000001 41 07 11" + kSpliceNull;
     const std::string two = folder.write("two", joined({kAncKeyHex, "46 0002", packet, packet}));
     EXPECT_EQ(refusal(two), "qlxcc: " + two + ": 2 SCTE-104 packets: the time of --pts is for one\n");
     EXPECT_EQ(runTool({"scte35", stamped, "--pts", "0", "--at-pts", "90000"}).exitCode, 0);
+}
+
+TEST(SCTE35, ReadsARowWithAWrongChecksum) {
+    const TemporaryFolder folder;
+    std::string row = outputOf(build({"splice-start", "--event-id", "1", "--format", "v210", "--line", "10"}));
+    // The lowest bit of a word of user data, luma 13 of the row.
+    row.at(36) = static_cast<char>(row.at(36) ^ 1);
+    const std::string file = folder.write("a.v210", row);
+    for (const Arguments& command : {Arguments{"scte104", "parse", file, "--lines", "10"},
+                                     Arguments{"scte35", file, "--lines", "10", "--pts", "0"}}) {
+        const ToolResult result = runTool(command);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_NE(result.out, "");
+        EXPECT_NE(result.err.find("checksum"), std::string::npos) << result.err;
+    }
+    const ToolResult written = runTool({"scte35", file, "--lines", "10", "--pts", "0", "-o", folder.path("a.raw")});
+    EXPECT_EQ(written.exitCode, 1);
+    EXPECT_EQ(folder.names(), Arguments{"a.v210"});
 }
 
 TEST(SCTE35, SaysWhatIsNotConverted) {

@@ -199,6 +199,36 @@ TEST(SCTE104Build, ReadsWhatVersionsBeforePrinted) {
     EXPECT_EQ(outputOf(build({"--json-file", "-"}), json), kSplice + "\n");
 }
 
+TEST(SCTE104Build, ReadsJSONOverManyLinesAndSeveralMessages) {
+    const std::string splice = outputOf({"scte104", "parse", kSplice, "--json"});
+    const std::string null = outputOf({"scte104", "parse", kSpliceNull, "--json"});
+    const Arguments read = build({"--json-file", "-"});
+    std::string pretty;
+    for (const char character : splice) {
+        pretty += character;
+        pretty += std::string_view("{[,").find(character) != std::string_view::npos ? "\n  " : "";
+    }
+    EXPECT_EQ(outputOf(read, pretty), kSplice + "\n");
+    // A value a line, or an array; operations alone are those of one message.
+    const std::string both = kSplice + "\n" + kSpliceNull + "\n";
+    EXPECT_EQ(outputOf(read, splice + null), both);
+    EXPECT_EQ(outputOf(read, "[" + splice + "," + null + "]"), both);
+    const std::string operations = "08ffff00160000010000000002"
+                                   "01020000"
+                                   "010400020fa0\n";
+    EXPECT_EQ(outputOf(read, "{\"opID\":258}\n{\"opID\":260,\n\"preRollTime\":4000}\n"), operations);
+    EXPECT_EQ(outputOf(read, R"([{"opID":258},{"opID":260,"preRollTime":4000}])"), operations);
+    // In packets each has a frame of its own.
+    const std::string klv = outputOf(build({"--json-file", "-", "--format", "klv"}), splice + null);
+    const std::string parsed = outputOf({"scte104", "parse", "-"}, klv);
+    EXPECT_NE(parsed.find("frame 1, line 13: message 1, AS index 0, DPI PID 0, 1 operation, 17 bytes\n"),
+              std::string::npos)
+        << parsed;
+    const ToolResult raw = runTool(build({"--json-file", "-", "--format", "raw"}), {.input = splice + null});
+    EXPECT_EQ(raw.exitCode, 1);
+    EXPECT_EQ(raw.err, "qlxcc: 2 messages: a raw file has one\n");
+}
+
 TEST(SCTE104Build, AsksForSections) {
     const TemporaryFolder folder;
     // The section of kSplice in a frame of PTS 4294967296.
@@ -250,6 +280,12 @@ INSTANTIATE_TEST_SUITE_P(
         std::pair(R"([{"operationID":258},{"operationID":259}])",
                   "operation 2: this \"operationID\" cannot be built (possible: SpliceRequestData, "
                   "SpliceNullRequestData, TimeSignalRequestData, InsertSegmentationDescriptorRequestData)"),
+        std::pair(R"({"operations":[{"opID":260,"preRollTime":1,"opID":258}]})",
+                  "an object has the key \"opID\" twice"),
+        std::pair("[{\"opID\":258}]\n\n[\n", "line 4: not JSON: the text ends too early"),
+        std::pair("{\"operations\":[]}\n{\"operations\":[7]}", "message 2: operation 1: no object"),
+        std::pair("{\"opID\":258}\n{\"operations\":[]}",
+                  "message 1: the JSON is no array of operations, and has no array \"operations\""),
         std::pair(R"([{"operationID":257,"spliceType":1,"programUniqueID":1}])",
                   "operation 1: Invalid or missing event ID"),
         std::pair(R"([{"operationID":257,"spliceType":1,"eventID":1,"programUniqueID":1,"duratoin":1}])",
@@ -276,12 +312,17 @@ TEST(SCTE104Parse, SaysWhatAMessageHolds) {
     EXPECT_EQ(outputOf({"scte104", "parse", kSplice}),
               "message 1, AS index 0, DPI PID 4660, 1 operation, 31 bytes\n"
               "  SpliceRequestData: spliceStartNormal, event 16909060, program 1286, pre-roll 4000 ms, break 30.0 s, "
-              "auto return\n");
+              "auto return\n"
+              "splice points:\n"
+              "  the message: event 16909060 out in 4000 ms, for 30.0 s, returns by itself\n");
     EXPECT_EQ(outputOf({"scte104", "parse", "08ffff002b0000010000000002010400020fa0" + kSegmentation}),
               "message 1, AS index 0, DPI PID 0, 2 operations, 44 bytes\n"
               "  TimeSignalRequestData: pre-roll 4000 ms\n"
               "  InsertSegmentationDescriptorRequestData: ProviderAdvertisementStart (0x30), event 1, duration 0 s, "
-              "UPID Ad-ID \"ABC\", segment 1 of 2, device restrictions 3\n");
+              "UPID Ad-ID \"ABC\", segment 1 of 2, device restrictions 3\n"
+              "splice points:\n"
+              "  the message: segment 1 ProviderAdvertisementStart\n"
+              "  segment 1 ProviderAdvertisementStart: start without end\n");
 }
 
 TEST(SCTE104Parse, ShowsTimeStamps) {

@@ -50,6 +50,11 @@ constexpr OptionRow kScanOptions[] = {
              "channels other than luma."),
     kAsDeployed,
     asJson("A JSON line for each frame in place of the list", "See `jsonl` in qlxcc(1)."),
+    {.names = "--changes",
+     .field = &RawOptions::isOfChanges,
+     .help = "List splice points (SCTE 104) in place of packets",
+     .more = "They stand in their order: out and in with pre-roll and duration, segments with theirs, and behind them "
+             "those that miss their other half."},
 };
 
 constexpr std::string_view kShowNotes =

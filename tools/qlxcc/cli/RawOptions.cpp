@@ -163,7 +163,11 @@ Action checkedScan(const RawOptions& raw) {
     options.file = raw.file;
     options.output = raw.output;
     options.asJson = raw.asJson;
+    options.isOfChanges = raw.isOfChanges;
     options.frames = frameOutputOptions(raw);
+    if (raw.isOfChanges && (raw.asJson || options.frames)) {
+        throw UsageError("--changes lists splice points as text: no --json, and no frames are written");
+    }
     const bool writesRows = options.frames && options.frames->format == FrameFormat::V210;
     options.source = frameSourceOptions(raw, writesRows);
     return [options] { return scan(options); };

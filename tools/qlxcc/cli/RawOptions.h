@@ -65,6 +65,7 @@ struct RawOptions {
     std::optional<std::uint64_t> service;
     std::optional<std::string> language;
     bool isAll = false;
+    bool isOfChanges = false;
     std::string channel;
     std::string page;
     std::string codec = "auto";

@@ -278,14 +278,16 @@ Action checkedScte35(const RawOptions& raw) {
     options.asDeployed = raw.asDeployed;
     options.output = raw.output;
     const bool isStandardOutput = raw.output.value_or("-") == "-";
-    const std::string name = isStandardOutput ? raw.format.value_or("hex")
-                                              : formatName(raw.format, *raw.output, {"hex", "base64", "raw", "json"});
+    const std::string name = isStandardOutput
+                                 ? raw.format.value_or("hex")
+                                 : formatName(raw.format, *raw.output, {"hex", "base64", "raw", "json", "xml"});
     if (name == "raw" && isStandardOutput && standardOutputIsTerminal()) {
         throw UsageError("--to-format raw is not for a terminal: name a file with -o");
     }
     options.format = name == "hex"      ? Scte35Format::Hex
                      : name == "base64" ? Scte35Format::Base64
                      : name == "json"   ? Scte35Format::Json
+                     : name == "xml"    ? Scte35Format::Xml
                                         : Scte35Format::Raw;
     return [options] { return convertToScte35(options); };
 }

@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kMessageFormats[] = {"hex", "raw", "klv", "v210", "2vuy"};
 constexpr std::string_view kBuildFormats[] = {"hex", "raw", "klv", "v210"};
 constexpr std::string_view kScte35Inputs[] = {"hex", "raw", "klv", "v210", "2vuy", "section"};
-constexpr std::string_view kSectionFormats[] = {"hex", "base64", "raw", "json"};
+constexpr std::string_view kSectionFormats[] = {"hex", "base64", "raw", "json", "xml"};
 
 constexpr auto kOperationWords = [] {
     std::array<std::string_view, kOperationNames.size()> words;
@@ -93,9 +93,10 @@ constexpr OptionRow kBuildOptions[] = {
      .kind = ValueKind::File,
      .field = &RawOptions::fromScte35,
      .help = "Ask for the SCTE-35 sections of FILE (-: standard input)",
-     .more = "It is in place of OPERATION. FILE has bytes, or a section a line: hexadecimal digits, base64 or JSON. "
-             "Pre-rolls are whole milliseconds, breaks tenths of a second, segments whole seconds (with --rate and "
-             "frames): what is rounded or left out is said."},
+     .more =
+         "It is in place of OPERATION. FILE has bytes, a section a line in hexadecimal digits or base64, JSON, or XML. "
+         "Pre-rolls are whole milliseconds, breaks tenths of a second, segments whole seconds (with --rate and "
+         "frames): what is rounded or left out is said."},
     number("--pts", &RawOptions::pts, "For --from-scte35: PTS of the frame that carries the message",
            "In 90 kHz ticks, 0 to 8589934591: a pre-roll is pts_time and pts_adjustment less it, 0 to 65535 ms."),
     rateOption("--rate", {}, &RawOptions::rate, "For --from-scte35: frames/s of duration_extension_frames"),
@@ -186,7 +187,7 @@ constexpr OptionRow kScte35Options[] = {
     saying(kInput, "A file of elements or rows must have one SCTE-104 message."),
     fromFormat(kScte35Inputs, {}, "{} (default: by the first bytes, or the name)",
                "Rows are told by the name alone. With section INPUT has SCTE-35 sections already, which are written in "
-               "another form: bytes, or a line each of hexadecimal digits, base64 or JSON; or it is one itself."),
+               "another form: bytes, a line each of hexadecimal digits or base64, JSON, or XML; or it is one itself."),
     kRowWidth,
     kLines,
     kRowCount,
@@ -210,8 +211,10 @@ constexpr OptionRow kScte35Options[] = {
          "Versions before 0.2 wrote it: --pts is the time of the splice, the break duration is carried over in tenths "
          "of a second, pre-roll and auto return are not used, and a segmentation descriptor is added. Only one "
          "splice request is converted, without a time stamp."},
-    toOtherFormat(kSectionFormats, "{} (default: by the name of FILE, or hex)",
-                  "All but raw have a line for each section; raw ones stand one behind the other."),
+    toOtherFormat(
+        kSectionFormats, "{} (default: by the name of FILE, or hex)",
+        "All but raw have a line for each section; raw ones stand one behind the other. What XML has no place for "
+        "(cw_index, reserved bits, stuffing) is said."),
     kListOutput,
 };
 

@@ -87,6 +87,10 @@ class ValueBuilder final : public nlohmann::json_sax<nlohmann::json> {
 public:
     ValueBuilder(std::string_view name, std::string_view text) : _name(name), _text(text) {}
 
+    /// Of a text that has other values as well: this one begins at `first`, and no object of it has a key twice.
+    ValueBuilder(std::string_view name, std::string_view text, std::size_t first)
+        : _name(name), _text(text), _first(first), _keysAreUnique(true) {}
+
     /// Hands on the elements of a list in place of keeping them; see readJsonElements().
     ValueBuilder(std::string_view name, std::string_view text, const std::function<void(Value)>& takeElement)
         : _name(name), _text(text), _takeElement(&takeElement) {}
@@ -116,7 +120,7 @@ public:
     }
     bool parse_error(std::size_t position, const std::string& /*token*/,
                      const nlohmann::json::exception& /*error*/) override {
-        const std::size_t offset = std::min(position > 0 ? position - 1 : 0, _text.size());
+        const std::size_t offset = std::min(_first + (position > 0 ? position - 1 : 0), _text.size());
         const std::string_view before = _text.substr(0, offset);
         const auto lineNumber = 1 + static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n'));
         if (offset == _text.size()) {
@@ -187,10 +191,17 @@ private:
     }
 
     /// In the order of the keys each is added behind those before it, so that it takes no longer in any other order.
-    static Dictionary dictionaryOf(std::vector<Dictionary::Entry> members) {
+    Dictionary dictionaryOf(std::vector<Dictionary::Entry> members) const {
         std::stable_sort(
             members.begin(), members.end(),
             [](const Dictionary::Entry& left, const Dictionary::Entry& right) { return left.key < right.key; });
+        const auto isSame = [](const Dictionary::Entry& left, const Dictionary::Entry& right) {
+            return left.key == right.key;
+        };
+        if (const auto twice = std::adjacent_find(members.begin(), members.end(), isSame);
+            _keysAreUnique && twice != members.end()) {
+            throw failureIn(_name, "an object has the key \"" + printable(twice->key) + "\" twice");
+        }
         Dictionary dictionary;
         for (Dictionary::Entry& member : members) {
             dictionary.set(member.key, std::move(member.value));
@@ -204,6 +215,8 @@ private:
 
     std::string_view _name;
     std::string_view _text;
+    std::size_t _first = 0;
+    bool _keysAreUnique = false;
     const std::function<void(Value)>* _takeElement = nullptr;
     std::vector<Container> _open;
     std::size_t _weight = 0;      ///< Of the element that is read.
@@ -211,6 +224,30 @@ private:
     bool _hasList = false;
     Value _root;
 };
+
+/// The size of the value with which a text begins: of an object or an array up to its last bracket, of anything else up
+/// to the end of the line.
+std::size_t sizeOfValue(std::string_view text) {
+    if (text.front() != '{' && text.front() != '[') {
+        return std::min(text.size(), text.find('\n'));
+    }
+    std::size_t depth = 0;
+    bool isString = false;
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const char character = text[place];
+        if (isString) {
+            place += character == '\\' ? 1 : 0;
+            isString = character != '"';
+        } else if (character == '"') {
+            isString = true;
+        } else if (character == '{' || character == '[') {
+            ++depth;
+        } else if ((character == '}' || character == ']') && --depth == 0) {
+            return place + 1;
+        }
+    }
+    return text.size();
+}
 
 /// Refuses a text or number longer than 1 MiB before the parser keeps it in several places.
 void checkTokens(std::string_view name, std::string_view text) {
@@ -241,6 +278,23 @@ Value parseJson(std::string_view name, std::string_view text) {
     ValueBuilder builder(name, text);
     (void)nlohmann::json::sax_parse(text, &builder);
     return builder.take();
+}
+
+std::vector<JsonValue> parseJsonValues(std::string_view name, std::string_view text, std::size_t first) {
+    std::vector<JsonValue> values;
+    std::uint64_t line = 1;
+    std::size_t counted = 0;
+    while ((first = text.find_first_not_of(" \t\r\n", first)) != std::string_view::npos) {
+        const std::string_view before = text.substr(counted, first - counted);
+        line += static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n'));
+        counted = first;
+        const std::string_view one = text.substr(first, sizeOfValue(text.substr(first)));
+        ValueBuilder builder(name, text, first);
+        (void)nlohmann::json::sax_parse(one, &builder);
+        values.push_back({line, builder.take()});
+        first += one.size();
+    }
+    return values;
 }
 
 bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take) {

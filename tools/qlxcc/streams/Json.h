@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -24,6 +25,18 @@ inline constexpr std::size_t kDeepestJson = 64;
 /// @param name What to call the file in messages.
 /// @throws Failure with the line when the text is no JSON, or nested deeper than kDeepestJson.
 [[nodiscard]] Value parseJson(std::string_view name, std::string_view text);
+
+/// A value of a text that has several, and the line on which it begins, from 1.
+struct JsonValue {
+    std::uint64_t line = 1;
+    Value value;
+};
+
+/// Reads the values of a JSON text that stand behind each other, each on one line or on many.
+/// @param first The place in the text where the first of them begins.
+/// @throws Failure as parseJson(), and for a key that an object has twice.
+[[nodiscard]] std::vector<JsonValue> parseJsonValues(std::string_view name, std::string_view text,
+                                                     std::size_t first = 0);
 
 /// Reads a JSON text that is an array, or an object with an array under `cues`, and hands on the array's elements one
 /// by one, so that a long text takes no more memory than its longest element.

@@ -1,5 +1,8 @@
 #include "streams/SplicePoints.h"
 
+#include "io/Text.h"
+#include "streams/SectionWords.h"
+
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 
 #include <algorithm>
@@ -48,64 +51,118 @@ void SplicePoints::close(const Key& key, const std::string& name) {
     }
 }
 
-void SplicePoints::takeSplice(const std::string& place, const scte::SpliceRequest& request) {
-    const std::string event = "event " + std::to_string(request.eventId);
-    const Key key{Kind::Splice, request.eventId, 0};
-    const bool isStart =
-        request.type == scte::SpliceInsertType::StartNormal || request.type == scte::SpliceInsertType::StartImmediate;
-    const bool isEnd =
-        request.type == scte::SpliceInsertType::EndNormal || request.type == scte::SpliceInsertType::EndImmediate;
-    if (request.type == scte::SpliceInsertType::Cancel) {
-        add(place + ": " + event + " cancelled");
-        _open.erase(key);
-        _timed.erase(key);
-        return;
-    }
-    if (!isStart && !isEnd) {
-        return;
-    }
-    const bool isNormal =
-        request.type == scte::SpliceInsertType::StartNormal || request.type == scte::SpliceInsertType::EndNormal;
-    std::string line = place + ": " + event + (isStart ? " out" : " in");
-    line += isNormal && request.preRollMilliseconds != 0 ? " in " + std::to_string(request.preRollMilliseconds) + " ms"
-                                                         : " at once";
-    if (isStart && request.breakDurationTenths != 0) {
-        line += ", for " + tenthsInWords(request.breakDurationTenths);
-        line += request.autoReturn != 0 ? ", returns by itself" : "";
-    }
-    add(std::move(line));
-    if (isStart) {
-        open(key, event + ": out without in", request.breakDurationTenths != 0 && request.autoReturn != 0);
+void SplicePoints::cancelSplice(const std::string& place, std::uint32_t eventId) {
+    const Key key{Kind::Splice, eventId, 0};
+    add(place + ": event " + std::to_string(eventId) + " cancelled");
+    _open.erase(key);
+    _timed.erase(key);
+}
+
+void SplicePoints::addSplice(const std::string& place, const Splice& splice) {
+    const std::string event = "event " + std::to_string(splice.eventId);
+    const Key key{Kind::Splice, splice.eventId, 0};
+    const bool hasDuration = splice.isOut && !splice.duration.empty();
+    add(place + ": " + event + (splice.isOut ? " out" : " in") + splice.when +
+        (hasDuration ? ", for " + splice.duration + (splice.returnsAlone ? ", returns by itself" : "")
+                     : std::string()));
+    if (splice.isOut) {
+        open(key, event + ": out without in", hasDuration && splice.returnsAlone);
     } else {
         close(key, event + ": in without out");
     }
 }
 
-void SplicePoints::takeSegment(const std::string& place, const scte::InsertSegmentationDescriptorRequest& request) {
-    const std::string segment = "segment " + std::to_string(request.eventId);
-    const auto start = static_cast<std::uint8_t>(request.typeId & 0xFEU);
-    if (request.cancel != 0) {
-        add(place + ": " + segment + " cancelled");
-        const auto isIt = [&request](const auto& entry) {
-            return entry.first.kind == Kind::Segment && entry.first.eventId == request.eventId;
-        };
-        std::erase_if(_open, isIt);
-        std::erase_if(_timed, isIt);
+void SplicePoints::takeSplice(const std::string& place, const scte::SpliceRequest& request) {
+    if (request.type == scte::SpliceInsertType::Cancel) {
+        cancelSplice(place, request.eventId);
         return;
     }
-    const std::string name =
-        segment + " " + QLXSCTEOperation::SCTESegmentationDescriptorTypeNameWithByte(request.typeId);
-    add(place + ": " + name +
-        (request.durationSeconds != 0 ? ", for " + std::to_string(request.durationSeconds) + " s" : std::string()));
-    if (!isOfPair(request.typeId)) {
+    const bool isNormal =
+        request.type == scte::SpliceInsertType::StartNormal || request.type == scte::SpliceInsertType::EndNormal;
+    const bool isStart =
+        request.type == scte::SpliceInsertType::StartNormal || request.type == scte::SpliceInsertType::StartImmediate;
+    if (!isStart && !isNormal && request.type != scte::SpliceInsertType::EndImmediate) {
         return;
     }
-    const Key key{Kind::Segment, request.eventId, start};
-    if (request.typeId == start) {
-        open(key, name + ": start without end", request.durationSeconds != 0);
+    const bool isLater = isNormal && request.preRollMilliseconds != 0;
+    addSplice(place, {request.eventId, isStart,
+                      isLater ? " in " + std::to_string(request.preRollMilliseconds) + " ms" : std::string(" at once"),
+                      request.breakDurationTenths != 0 ? tenthsInWords(request.breakDurationTenths) : std::string(),
+                      request.autoReturn != 0});
+}
+
+void SplicePoints::cancelSegment(const std::string& place, std::uint32_t eventId) {
+    add(place + ": segment " + std::to_string(eventId) + " cancelled");
+    const auto isIt = [eventId](const auto& entry) {
+        return entry.first.kind == Kind::Segment && entry.first.eventId == eventId;
+    };
+    std::erase_if(_open, isIt);
+    std::erase_if(_timed, isIt);
+}
+
+void SplicePoints::addSegment(const std::string& place, std::uint32_t eventId, std::uint8_t typeId,
+                              const std::string& duration) {
+    const auto start = static_cast<std::uint8_t>(typeId & 0xFEU);
+    const std::string name = "segment " + std::to_string(eventId) + " " +
+                             QLXSCTEOperation::SCTESegmentationDescriptorTypeNameWithByte(typeId);
+    add(place + ": " + name + (duration.empty() ? "" : ", for " + duration));
+    if (!isOfPair(typeId)) {
+        return;
+    }
+    const Key key{Kind::Segment, eventId, start};
+    if (typeId == start) {
+        open(key, name + ": start without end", !duration.empty());
     } else {
         close(key, name + ": end without start");
     }
+}
+
+void SplicePoints::takeSegment(const std::string& place, const scte::InsertSegmentationDescriptorRequest& request) {
+    if (request.cancel != 0) {
+        cancelSegment(place, request.eventId);
+        return;
+    }
+    // Without seconds there is no duration, whatever frames are added to it.
+    std::string duration;
+    if (request.durationSeconds != 0) {
+        duration = std::to_string(request.durationSeconds) + " s";
+        duration += request.durationExtensionFrames != 0 ? " and " + counted(request.durationExtensionFrames, "frame")
+                                                         : std::string();
+    }
+    addSegment(place, request.eventId, request.typeId, duration);
+}
+
+void SplicePoints::take(const std::string& place, const scte::SpliceInfoSection& section) {
+    if (const auto* const insert = std::get_if<scte::SpliceInsert>(&section.command)) {
+        takeInsert(place, *insert, section.ptsAdjustment90k);
+    }
+    for (const scte::SpliceDescriptor& descriptor : section.descriptors) {
+        const auto* const segment = std::get_if<scte::SegmentationDescriptor>(&descriptor.data);
+        if (segment == nullptr) {
+            continue;
+        }
+        if (segment->cancel) {
+            cancelSegment(place, segment->eventId);
+        } else {
+            addSegment(place, segment->eventId, segment->typeId,
+                       segment->duration90k ? ticksInWords(*segment->duration90k) : std::string());
+        }
+    }
+}
+
+void SplicePoints::takeInsert(const std::string& place, const scte::SpliceInsert& insert, std::uint64_t adjustment90k) {
+    if (insert.cancel) {
+        cancelSplice(place, insert.eventId);
+        return;
+    }
+    const bool hasTime = !insert.immediate && insert.programSplice && insert.time.ticks90k;
+    std::string when = insert.immediate ? " at once" : "";
+    if (hasTime) {
+        when = " at PTS " + std::to_string((*insert.time.ticks90k + adjustment90k) % (scte::kGreatestTicks + 1));
+    }
+    addSplice(place, {insert.eventId, insert.outOfNetwork, when,
+                      insert.breakDuration ? ticksInWords(insert.breakDuration->ticks90k) : std::string(),
+                      insert.breakDuration && insert.breakDuration->autoReturn});
 }
 
 std::vector<std::string> SplicePoints::lines() const {

@@ -1,7 +1,8 @@
-// The splice points that messages of SCTE 104 ask for, in their order, and what follows from them.
+// The splice points of messages of SCTE 104 and sections of SCTE 35, in their order, and what follows from them.
 #pragma once
 
 #include <qlx/scte/scte104.h>
+#include <qlx/scte/scte35.h>
 
 #include <cstdint>
 #include <map>
@@ -22,6 +23,9 @@ class SplicePoints {
 public:
     /// @param place Where the message is: `frame 0, line 13`.
     void take(const std::string& place, const scte::MultipleOperationMessage& message);
+
+    /// The same of a section of SCTE 35.
+    void take(const std::string& place, const scte::SpliceInfoSection& section);
 
     /// A line each: `frame 0, line 13: event 1 out in 4000 ms, for 30.0 s, returns by itself`; and behind them those of
     /// pairs that miss their other half: `event 1: out without in`.
@@ -49,6 +53,20 @@ private:
     void add(std::string line) { _lines.push_back(std::move(line)); }
     void open(const Key& key, std::string name, bool endsByItself);
     void close(const Key& key, const std::string& name);
+    /// A splice as both standards have it.
+    struct Splice {
+        std::uint32_t eventId = 0;
+        bool isOut = false;
+        std::string when;      ///< ` in 4000 ms`, ` at once`.
+        std::string duration;  ///< Empty where there is none.
+        bool returnsAlone = false;
+    };
+
+    void addSplice(const std::string& place, const Splice& splice);
+    void cancelSplice(const std::string& place, std::uint32_t eventId);
+    void addSegment(const std::string& place, std::uint32_t eventId, std::uint8_t typeId, const std::string& duration);
+    void cancelSegment(const std::string& place, std::uint32_t eventId);
+    void takeInsert(const std::string& place, const scte::SpliceInsert& insert, std::uint64_t adjustment90k);
     void takeSplice(const std::string& place, const scte::SpliceRequest& request);
     void takeSegment(const std::string& place, const scte::InsertSegmentationDescriptorRequest& request);
 

@@ -31,8 +31,13 @@ int scan(const ScanOptions& options) {
     const CaptionMembers members;
     std::unique_ptr<FrameWriter> writer;
     ListWriter* list = nullptr;
+    ChangeWriter* changes = nullptr;
     if (frames) {
         writer = makeFrameWriter(output, *frames);
+    } else if (options.isOfChanges) {
+        auto changeWriter = std::make_unique<ChangeWriter>(output, source.name());
+        changes = changeWriter.get();
+        writer = std::move(changeWriter);
     } else if (options.asJson) {
         writer = std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
             return std::make_unique<streams::JsonlWriter>(sink, &members);
@@ -42,13 +47,16 @@ int scan(const ScanOptions& options) {
         list = listWriter.get();
         writer = std::move(listWriter);
     }
-    const std::uint64_t problems = readFrames(source, *reader, output, [&](const Frame& frame) {
+    std::uint64_t problems = readFrames(source, *reader, output, [&](const Frame& frame) {
         writer->write(frame);
         return true;
     });
     writer->finish();
     if (list != nullptr) {
         list->writeSummary();
+    } else if (changes != nullptr) {
+        changes->writePoints();
+        problems += changes->problems();
     }
     // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
     const int code =

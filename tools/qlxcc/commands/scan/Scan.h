@@ -14,6 +14,7 @@ struct ScanOptions {
     FrameSourceOptions source;
     std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;
+    bool isOfChanges = false;                  ///< Lists splice points in place of packets.
     std::optional<FrameOutputOptions> frames;  ///< Writes frames in place of the list.
 };
 

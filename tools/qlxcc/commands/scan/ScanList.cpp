@@ -1,6 +1,7 @@
 #include "commands/scan/ScanList.h"
 
 #include "commands/scan/PacketWords.h"
+#include "io/Errors.h"
 #include "io/Text.h"
 #include "io/Times.h"
 #include "pictures/ScreenText.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 namespace qlx::tool {
 
@@ -160,6 +162,47 @@ void ListWriter::writeSummary() {
         (_pictures > 0 ? ", " + counted(_pictures, "frame") + " with captions in the picture" : std::string()) +
         (_trackFrames > 0 ? ", " + counted(_trackFrames, "frame") + " with captions in a track" : std::string()) +
         "\n");
+}
+
+ChangeWriter::ChangeWriter(OutputFile& output, std::string name)
+    : _output(output), _name(std::move(name)),
+      _messages([this](std::uint64_t frame, std::uint64_t line, const Data& data) {
+          take(tool::placeOf(frame, line), data);
+      }) {}
+
+void ChangeWriter::take(const std::string& place, const Data& data) {
+    const Scte104Message message = readScte104(data);
+    const auto say = [&](const Scte104Problem& problem) {
+        ++_problems;
+        printMessage(_name + ": " + place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
+    };
+    if (message.refusal) {
+        say(*message.refusal);
+        return;
+    }
+    std::for_each(message.problems.begin(), message.problems.end(), say);
+    if (const auto whole = scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(data).subspan(1))) {
+        _points.take(place, *whole);
+    }
+}
+
+void ChangeWriter::write(const Frame& frame) {
+    std::vector<std::string> problems;
+    _messages.read(frame, problems);
+    for (const std::string& problem : problems) {
+        ++_problems;
+        printMessage(_name + ": " + problem);
+    }
+}
+
+void ChangeWriter::writePoints() {
+    const std::vector<std::string> lines = _points.lines();
+    for (const std::string& line : lines) {
+        _output.write(line + "\n");
+    }
+    if (lines.empty()) {
+        _output.write("no splice points\n");
+    }
 }
 
 }  // namespace qlx::tool

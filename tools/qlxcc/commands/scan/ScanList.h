@@ -3,6 +3,8 @@
 
 #include "io/Frame.h"
 #include "io/OutputFile.h"
+#include "streams/FrameMessages.h"
+#include "streams/SplicePoints.h"
 
 #include <qlx/teletext/packet.h>
 
@@ -59,6 +61,30 @@ private:
     std::uint64_t _pictures = 0;     ///< That came with captions.
     std::uint64_t _trackFrames = 0;  ///< With captions in a track.
     bool _showsTimes = false;
+};
+
+/// Writes the splice points of the frames' SCTE-104 messages in place of a list, and what follows from them.
+class ChangeWriter final : public FrameWriter {
+public:
+    /// @param name Of the file, for messages.
+    ChangeWriter(OutputFile& output, std::string name);
+
+    void write(const Frame& frame) override;
+
+    /// The points; `no splice points` where there are none.
+    void writePoints();
+
+    /// How many messages, or pieces of one, could not be read; each has been said.
+    [[nodiscard]] std::uint64_t problems() const noexcept { return _problems; }
+
+private:
+    void take(const std::string& place, const Data& data);
+
+    OutputFile& _output;
+    std::string _name;
+    FrameMessages _messages;
+    SplicePoints _points;
+    std::uint64_t _problems = 0;
 };
 
 }  // namespace qlx::tool

@@ -12,6 +12,7 @@
 #include <qlx/scte/conversion.h>
 #include <qlx/scte/scte104_packets.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <span>
@@ -21,8 +22,18 @@ namespace qlx::tool {
 
 namespace {
 
+bool hasDuration(const scte::SpliceInfoSection& section) {
+    return std::any_of(section.descriptors.begin(), section.descriptors.end(), [](const auto& descriptor) {
+        const auto* const segmentation = std::get_if<scte::SegmentationDescriptor>(&descriptor.data);
+        return segmentation != nullptr && segmentation->duration90k;
+    });
+}
+
 scte::Message messageOfSections(const Scte104BuildOptions& options) {
     const auto sections = loadScte35Sections(*options.sectionFile);
+    if (options.rate && std::none_of(sections.begin(), sections.end(), hasDuration)) {
+        throw UsageError("--rate is for the durations of segments: no section has one");
+    }
     scte::MessageOptions conversion;
     conversion.framePts90k = options.pts;
     if (options.rate) {
@@ -43,25 +54,27 @@ scte::Message messageOfSections(const Scte104BuildOptions& options) {
     return *std::move(message);
 }
 
-scte::Message messageOf(const Scte104BuildOptions& options) {
-    scte::Message message;
+std::vector<scte::Message> messagesOf(const Scte104BuildOptions& options) {
+    std::vector<scte::Message> messages;
     if (options.jsonFile) {
-        message = loadScte104Json(*options.jsonFile);
+        messages = loadScte104Json(*options.jsonFile);
     } else if (options.sectionFile) {
-        message = messageOfSections(options);
+        messages.push_back(messageOfSections(options));
     } else {
-        auto& made = message.emplace<scte::MultipleOperationMessage>();
+        scte::MultipleOperationMessage made;
         made.messageNumber = 1;
         made.operations = options.operations;
+        messages.emplace_back(std::move(made));
     }
-    std::visit(
-        [&options](auto& some) {
-            some.messageNumber = options.messageNumber.value_or(some.messageNumber);
-            some.asIndex = options.asIndex.value_or(some.asIndex);
-            some.dpiPidIndex = options.dpiPID.value_or(some.dpiPidIndex);
-        },
-        message);
-    return message;
+    const auto replace = [&options](auto& some) {
+        some.messageNumber = options.messageNumber.value_or(some.messageNumber);
+        some.asIndex = options.asIndex.value_or(some.asIndex);
+        some.dpiPidIndex = options.dpiPID.value_or(some.dpiPidIndex);
+    };
+    for (scte::Message& message : messages) {
+        std::visit(replace, message);
+    }
+    return messages;
 }
 
 Data bytesOf(const scte::Message& message) {
@@ -77,18 +90,38 @@ Data bytesOf(const scte::Message& message) {
     return *std::move(bytes);
 }
 
-void writePacket(const Scte104BuildOptions& options, const Data& message, OutputFile& output) {
-    Frame frame;
-    const scte::MessagePieces pieces(message);
-    for (std::size_t index = 0; index < pieces.count(); ++index) {
-        std::array<std::uint8_t, anc::kGreatestUserData> room{};
-        const std::size_t size = *pieces.write(index, room);
-        frame.packets.push_back(packetOf(anc::ids::kScte104, std::span(room).first(size), options.line));
-    }
+/// A frame for each message.
+void writePackets(const Scte104BuildOptions& options, const std::vector<Data>& messages, OutputFile& output) {
     const FrameFormat format = options.format == Scte104BuildFormat::Klv ? FrameFormat::Klv : FrameFormat::V210;
     const FrameOutputOptions form{
         .format = format, .form = {}, .layout = {.width = options.width, .lines = {options.line}}};
-    makeFrameFile(output, form)->write(frame);
+    const auto writer = makeFrameFile(output, form);
+    std::uint64_t number = 0;
+    for (const Data& message : messages) {
+        Frame frame;
+        frame.number = number++;
+        const scte::MessagePieces pieces(message);
+        for (std::size_t index = 0; index < pieces.count(); ++index) {
+            std::array<std::uint8_t, anc::kGreatestUserData> room{};
+            const std::size_t size = *pieces.write(index, room);
+            frame.packets.push_back(packetOf(anc::ids::kScte104, std::span(room).first(size), options.line));
+        }
+        writer->write(frame);
+    }
+}
+
+bool isSingle(const scte::Message& message) {
+    return std::holds_alternative<scte::SingleOperationMessage>(message);
+}
+
+/// As it stands alone, behind the payload descriptor of a packet if it is one for packets.
+std::vector<std::uint8_t> aloneOf(const scte::Message& message, const Data& bytes) {
+    std::vector<std::uint8_t> whole;
+    if (!isSingle(message)) {
+        whole.push_back(scte::PayloadDescriptor().byte());
+    }
+    whole.insert(whole.end(), bytes.begin(), bytes.end());
+    return whole;
 }
 
 }  // namespace
@@ -99,22 +132,22 @@ int buildScte104(const Scte104BuildOptions& options) {
             refuseInputAsOutput(*file, options.output);
         }
     }
-    const scte::Message message = messageOf(options);
-    const Data bytes = bytesOf(message);
+    const std::vector<scte::Message> messages = messagesOf(options);
+    std::vector<Data> bytes(messages.size());
+    std::transform(messages.begin(), messages.end(), bytes.begin(), bytesOf);
     const bool isPacket = options.format == Scte104BuildFormat::Klv || options.format == Scte104BuildFormat::V210;
-    const bool isSingle = std::holds_alternative<scte::SingleOperationMessage>(message);
-    if (isPacket && isSingle) {
+    if (isPacket && std::any_of(messages.begin(), messages.end(), isSingle)) {
         throw Failure("a single_operation_message has no place in ANC packets");
+    }
+    if (options.format == Scte104BuildFormat::Raw && messages.size() > 1) {
+        throw Failure(std::to_string(messages.size()) + " messages: a raw file has one");
     }
     OutputFile output(options.output);
     if (isPacket) {
-        writePacket(options, bytes, output);
-    } else {
-        std::vector<std::uint8_t> whole;
-        if (!isSingle) {
-            whole.push_back(scte::PayloadDescriptor().byte());
-        }
-        whole.insert(whole.end(), bytes.begin(), bytes.end());
+        writePackets(options, bytes, output);
+    }
+    for (std::size_t index = 0; !isPacket && index < messages.size(); ++index) {
+        const std::vector<std::uint8_t> whole = aloneOf(messages[index], bytes[index]);
         if (options.format == Scte104BuildFormat::Raw) {
             output.write(whole);
         } else {

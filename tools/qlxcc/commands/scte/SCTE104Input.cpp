@@ -5,6 +5,7 @@
 #include "io/FrameLoop.h"
 #include "io/InputFile.h"
 #include "io/Text.h"
+#include "streams/FrameMessages.h"
 #include "streams/InputKind.h"
 #include "streams/OpenFrames.h"
 
@@ -80,60 +81,6 @@ InputKind kindOf(Scte104Format format) {
                                            : InputKind::Klv;
 }
 
-/// The messages of a file's frames. What came in one packet is handed on as it is; what came in several ones is
-/// joined, behind the payload descriptor of a whole message.
-class FrameMessages {
-public:
-    FrameMessages(const std::string& file, const std::function<void(const Scte104Packet&)>& take)
-        : _file(file), _take(take) {}
-
-    void read(const Frame& frame, std::vector<std::string>& problems) {
-        qlx::Findings findings;
-        std::uint64_t line = 0;
-        for (const auto& packet : frame.packets) {
-            if (packet.id() == anc::ids::kScte104) {
-                line = packet.line;
-                readPacket(frame.number, line, Data(packet.userData), findings);
-            }
-        }
-        _joiner.endFrame(&findings, line);
-        for (const qlx::Finding& finding : findings) {
-            problems.push_back(placeOf(frame.number, finding.offset) + ": " + finding.text());
-        }
-    }
-
-private:
-    void readPacket(std::uint64_t frame, std::uint64_t line, const Data& data, qlx::Findings& findings) {
-        const scte::PayloadDescriptor descriptor(data.empty() ? std::uint8_t{0} : data[0]);
-        if (!descriptor.hasKnownVersion()) {
-            give(frame, line, data);
-        } else if (!descriptor.isContinued() && !descriptor.isFollowing()) {
-            // It ends one whose last piece has not come; what is wrong with it itself is said where it is read.
-            qlx::Findings own;
-            (void)_joiner.push(data, &own, line);
-            for (const qlx::Finding& finding : own) {
-                if (finding.code == FindingCode::SctePieceMissing) {
-                    findings.add(finding);
-                }
-            }
-            give(frame, line, data);
-        } else if (const auto message = _joiner.push(data, &findings, line)) {
-            std::vector<std::uint8_t> whole{scte::PayloadDescriptor().byte()};
-            whole.insert(whole.end(), message->bytes.begin(), message->bytes.end());
-            give(frame, line, whole);
-        }
-    }
-
-    void give(std::uint64_t frame, std::uint64_t line, const Data& data) const {
-        const std::string place = _file + ": " + placeOf(frame, line);
-        _take({place, frame, line, data});
-    }
-
-    const std::string& _file;
-    const std::function<void(const Scte104Packet&)>& _take;
-    scte::MessageJoiner _joiner;
-};
-
 void readFrames(InputFile& source, FrameSourceOptions options, Scte104Format format,
                 const std::function<void(const Scte104Packet&)>& take,
                 const std::function<void(const std::string&)>& say) {
@@ -142,7 +89,9 @@ void readFrames(InputFile& source, FrameSourceOptions options, Scte104Format for
     RemarkNotes remarks(source);
     std::vector<std::string> problems;
     const std::string name = source.name();
-    FrameMessages messages(name, take);
+    FrameMessages messages([&](std::uint64_t frame, std::uint64_t line, const Data& data) {
+        take({name + ": " + placeOf(frame, line), frame, line, data});
+    });
     const auto report = [&] {
         remarks.say(reader->takeRemarks());
         for (std::string& problem : std::exchange(problems, {})) {

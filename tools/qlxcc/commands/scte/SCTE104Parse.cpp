@@ -97,8 +97,8 @@ int parseScte104(const Scte104ParseOptions& options) {
         }
         const auto whole = scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(packet.data).subspan(1));
         output.write(options.asJson && whole ? asJson(packet, *whole) : inWords(packet, message));
-        if (packet.frame && whole) {
-            points.take(placeOf(*packet.frame, packet.line), *whole);
+        if (whole) {
+            points.take(packet.frame ? placeOf(*packet.frame, packet.line) : "the message", *whole);
         }
         for (const Scte104Problem& problem : message.problems) {
             note(problem);
@@ -113,7 +113,7 @@ int parseScte104(const Scte104ParseOptions& options) {
         }
         throw;
     }
-    if (!options.asJson && messages > 1) {
+    if (!options.asJson) {
         writePoints(points, output);
     }
     if (problems == 0 && messages == 0) {

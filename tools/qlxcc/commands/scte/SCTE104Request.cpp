@@ -184,6 +184,65 @@ scte::Operation operationOf(const Dictionary& object) {
     }
 }
 
+/// Whether a value is an object that has one of two members.
+bool hasEither(const Value& value, std::string_view one, std::string_view other) {
+    const Dictionary* const object = value.dictionary();
+    return object != nullptr && (object->contains(one) || object->contains(other));
+}
+
+bool isMessage(const Value& value) {
+    return hasEither(value, "operations", "operation");
+}
+
+bool isOperation(const Value& value) {
+    return !isMessage(value) && hasEither(value, "opID", "operationID");
+}
+
+/// The values of a text as one for each message: operations that stand behind each other are those of one message, and
+/// an array may have messages.
+Array messageValues(std::vector<JsonValue> values) {
+    Array list;
+    for (JsonValue& one : values) {
+        list.push_back(std::move(one.value));
+    }
+    if (list.size() == 1 && list[0].array() != nullptr && !list[0].array()->empty() &&
+        std::all_of(list[0].array()->begin(), list[0].array()->end(), isMessage)) {
+        return Array(*list[0].array());
+    }
+    if (!list.empty() && std::all_of(list.begin(), list.end(), isOperation)) {
+        Array one;
+        one.emplace_back(std::move(list));
+        return one;
+    }
+    return list;
+}
+
+/// Of an object with operations, or of an array of these.
+scte::Message messageOfValue(const std::string& place, const Value& value) {
+    constexpr std::uint8_t kUsualNumber = 1;
+    Dictionary object;
+    if (value.array() != nullptr) {
+        if (value.array()->empty()) {
+            throw failureIn(place, "the JSON has no operation");
+        }
+        object.set("operations", value);
+    } else if (value.dictionary() != nullptr) {
+        object = *value.dictionary();
+    }
+    const Value* const list = object.find("operations");
+    if (!object.contains("operation") && (list == nullptr || list->array() == nullptr)) {
+        throw failureIn(place, "the JSON is no array of operations, and has no array \"operations\"");
+    }
+    if (!object.contains("messageNumber")) {
+        object.set("messageNumber", kUsualNumber);
+    }
+    try {
+        return messageOfJson(object, operationOf);
+    } catch (const ScteJsonError& error) {
+        throw failureIn(place, error.what());
+    }
+}
+
 std::string readText(const std::string& path, std::string& name) {
     InputFile file(path);
     name = file.name();
@@ -235,36 +294,23 @@ scte::Operation operationOfBytes(const Data& bytes) {
     return scte::parseOperation(opId, std::span<const std::uint8_t>(bytes).subspan(kHeaderBytes));
 }
 
-scte::Message loadScte104Json(const std::string& path) {
+std::vector<scte::Message> loadScte104Json(const std::string& path) {
     std::string name;
     const std::string text = readText(path, name);
     return readScte104Json(name, text);
 }
 
-scte::Message readScte104Json(const std::string& name, std::string_view text) {
-    constexpr std::uint8_t kUsualNumber = 1;
-    const Value value = parseJson(name, text);
-    Dictionary object;
-    if (value.array() != nullptr) {
-        if (value.array()->empty()) {
-            throw failureIn(name, "the JSON has no operation");
-        }
-        object.set("operations", value);
-    } else if (value.dictionary() != nullptr) {
-        object = *value.dictionary();
+std::vector<scte::Message> readScte104Json(const std::string& name, std::string_view text) {
+    const Array values = messageValues(parseJsonValues(name, text));
+    if (values.empty()) {
+        throw failureIn(name, "the JSON has no operation");
     }
-    const Value* const list = object.find("operations");
-    if (!object.contains("operation") && (list == nullptr || list->array() == nullptr)) {
-        throw failureIn(name, "the JSON is no array of operations, and has no array \"operations\"");
+    std::vector<scte::Message> messages;
+    for (const Value& value : values) {
+        const std::string which = values.size() == 1 ? "" : ": message " + std::to_string(messages.size() + 1);
+        messages.push_back(messageOfValue(name + which, value));
     }
-    if (!object.contains("messageNumber")) {
-        object.set("messageNumber", kUsualNumber);
-    }
-    try {
-        return messageOfJson(object, operationOf);
-    } catch (const ScteJsonError& error) {
-        throw failureIn(name, error.what());
-    }
+    return messages;
 }
 
 std::optional<std::uint64_t> parseNumber(std::string_view text, std::uint64_t greatest) {

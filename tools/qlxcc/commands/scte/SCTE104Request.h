@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -29,14 +30,16 @@ public:
 /// The operation of bytes that operationData() gives.
 [[nodiscard]] scte::Operation operationOfBytes(const Data& bytes);
 
-/// Reads what `scte104 parse --json` prints (see SCTEJson.h), or the array of operations alone. An operation with
-/// `"operationID"` is one of versions before 0.2: its parameters are those of operationData().
+/// Reads what `scte104 parse --json` prints (see SCTEJson.h): messages, each on one line or on many, or an array of them;
+/// or the operations of one message alone, behind each other or in an array. An operation with `"operationID"` is one of
+/// versions before 0.2: its parameters are those of operationData().
 /// @param path A file, or `-` for standard input.
+/// @return One message at least.
 /// @throws Failure
-[[nodiscard]] scte::Message loadScte104Json(const std::string& path);
+[[nodiscard]] std::vector<scte::Message> loadScte104Json(const std::string& path);
 
 /// The same from the text of a file.
-[[nodiscard]] scte::Message readScte104Json(const std::string& name, std::string_view text);
+[[nodiscard]] std::vector<scte::Message> readScte104Json(const std::string& name, std::string_view text);
 
 /// A number in decimal digits, or in hexadecimal ones behind 0x; none for anything else, or above `greatest`.
 [[nodiscard]] std::optional<std::uint64_t> parseNumber(std::string_view text, std::uint64_t greatest);

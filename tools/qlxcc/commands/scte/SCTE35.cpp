@@ -8,12 +8,14 @@
 #include "streams/Json.h"
 #include "streams/SCTE104Message.h"
 #include "streams/SCTEJson.h"
+#include "streams/SCTEXml.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <qlx/scte/conversion.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <variant>
@@ -23,7 +25,8 @@ namespace qlx::tool {
 
 namespace {
 
-Scte104Packet onlyPacket(const Scte104Source& source) {
+/// @param problems Counts what was said of a file that has the packet all the same.
+Scte104Packet onlyPacket(const Scte104Source& source, std::uint64_t& problems) {
     Scte104Packet first;
     std::uint64_t count = 0;
     const auto take = [&](const Scte104Packet& packet) {
@@ -31,7 +34,10 @@ Scte104Packet onlyPacket(const Scte104Source& source) {
             first = packet;
         }
     };
-    readScte104Packets(source, take, [](const std::string& problem) { throw Failure(problem); });
+    readScte104Packets(source, take, [&problems](const std::string& problem) {
+        ++problems;
+        printMessage(problem);
+    });
     if (count != 1) {
         throw failureIn(source.input, count == 0
                                           ? "no SCTE-104 packet"
@@ -114,6 +120,47 @@ scte::ConversionOptions conversionOf(const Scte35Options& options) {
 
 using Sections = std::vector<scte::SpliceInfoSection>;
 
+bool hasFrames(const scte::Operation& operation) {
+    const auto* const segment = std::get_if<scte::InsertSegmentationDescriptorRequest>(&operation.data);
+    return segment != nullptr && segment->durationExtensionFrames != 0;
+}
+
+/// The flag of a request for a break; null where there is none.
+std::uint8_t* autoReturnOf(scte::Operation& operation) {
+    if (auto* const splice = std::get_if<scte::SpliceRequest>(&operation.data)) {
+        const bool isStart = splice->type == scte::SpliceInsertType::StartNormal ||
+                             splice->type == scte::SpliceInsertType::StartImmediate;
+        return isStart && splice->breakDurationTenths != 0 ? &splice->autoReturn : nullptr;
+    }
+    auto* const event = std::get_if<scte::ScheduleDefinition>(&operation.data);
+    return event != nullptr && event->breakDurationTenths != 0 ? &event->autoReturn : nullptr;
+}
+
+/// Options that nothing of the message is for.
+/// @throws UsageError
+void checkTaken(const scte::MultipleOperationMessage& message, const Scte35Options& options) {
+    if (options.atPts && !hasTimeStamp(message.timeStamp)) {
+        throw UsageError("--at-pts is the moment of a time stamp: the message has none");
+    }
+    if (options.rate && std::none_of(message.operations.begin(), message.operations.end(), hasFrames)) {
+        throw UsageError("--rate is for duration_extension_frames: the message has none");
+    }
+}
+
+/// @throws UsageError where there is no break.
+void makeBreaksReturn(scte::MultipleOperationMessage& message) {
+    bool isAny = false;
+    for (scte::Operation& operation : message.operations) {
+        if (std::uint8_t* const autoReturn = autoReturnOf(operation)) {
+            *autoReturn = 1;
+            isAny = true;
+        }
+    }
+    if (!isAny) {
+        throw UsageError("--auto-return is for breaks with a duration: the message has none");
+    }
+}
+
 Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
     (void)wholeMessage(packet);
     const std::span<const std::uint8_t> bytes(packet.data);
@@ -125,14 +172,9 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
     for (const Finding& finding : findings) {
         printNote("warning: " + packet.place + ": byte " + std::to_string(finding.offset + 1) + ": " + finding.text());
     }
+    checkTaken(*message, options);
     if (options.returnsAlone) {
-        for (scte::Operation& operation : message->operations) {
-            if (auto* const splice = std::get_if<scte::SpliceRequest>(&operation.data)) {
-                splice->autoReturn = 1;
-            } else if (auto* const event = std::get_if<scte::ScheduleDefinition>(&operation.data)) {
-                event->autoReturn = 1;
-            }
-        }
+        makeBreaksReturn(*message);
     }
     Findings losses;
     const auto sections = scte::sectionsOf(*message, conversionOf(options), &losses);
@@ -148,11 +190,11 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
     return *sections;
 }
 
-Sections sectionsOf(const Scte35Options& options) {
+Sections sectionsOf(const Scte35Options& options, std::uint64_t& problems) {
     if (options.areSections) {
         return readScte35Argument(options.source.input);
     }
-    const Scte104Packet packet = onlyPacket(options.source);
+    const Scte104Packet packet = onlyPacket(options.source, problems);
     if (options.asDeployed) {
         return {*scte::parseSpliceInfoSection(deployedSection(packet, options.pts))};
     }
@@ -167,12 +209,32 @@ Data bytesOf(const std::string& name, const scte::SpliceInfoSection& section) {
     return *std::move(bytes);
 }
 
+/// The section's XML on a line, with warnings for what it does not say.
+std::string xmlLine(const std::string& name, std::size_t number, const scte::SpliceInfoSection& section) {
+    const std::string place = name + ": section " + std::to_string(number) + ": ";
+    try {
+        std::vector<std::string> losses;
+        std::string text = xmlOf(section, losses);
+        for (const std::string& loss : losses) {
+            printNote("warning: " + place + loss + " is left out: XML has no place for it");
+        }
+        return text + "\n";
+    } catch (const ScteXmlError& error) {
+        throw Failure(place + error.what());
+    }
+}
+
 }  // namespace
 
 int convertToScte35(const Scte35Options& options) {
     refuseInputAsOutput(options.source.input, options.output);
-    const Sections sections = sectionsOf(options);
+    std::uint64_t problems = 0;
+    const Sections sections = sectionsOf(options, problems);
     OutputFile output(options.output);
+    if (problems != 0 && !output.isStandardOutput()) {
+        throw failureIn(output.name(), "is not written: not everything could be read");
+    }
+    std::size_t number = 0;
     for (const scte::SpliceInfoSection& section : sections) {
         const Data bytes = bytesOf(options.source.input, section);
         switch (options.format) {
@@ -188,10 +250,13 @@ int convertToScte35(const Scte35Options& options) {
         case Scte35Format::Json:
             output.write(jsonText(jsonOf(section)) + "\n");
             break;
+        case Scte35Format::Xml:
+            output.write(xmlLine(options.source.input, ++number, section));
+            break;
         }
     }
     output.commit();
-    return kExitSuccess;
+    return problems == 0 ? kExitSuccess : kExitFailure;
 }
 
 }  // namespace qlx::tool

@@ -13,7 +13,7 @@ namespace qlx::tool {
 /// The largest time of a section: 33 bits of 90 kHz ticks.
 inline constexpr std::uint64_t kGreatestPts = (std::uint64_t{1} << 33U) - 1;
 
-enum class Scte35Format { Hex, Base64, Raw, Json };
+enum class Scte35Format { Hex, Base64, Raw, Json, Xml };
 
 struct Scte35Options {
     Scte104Source source;

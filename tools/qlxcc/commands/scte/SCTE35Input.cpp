@@ -4,6 +4,7 @@
 #include "io/InputFile.h"
 #include "streams/Json.h"
 #include "streams/SCTEJson.h"
+#include "streams/SCTEXml.h"
 
 #include <qlx/scte/scte35_text.h>
 
@@ -42,15 +43,35 @@ std::size_t sizeOfSection(std::span<const std::uint8_t> bytes) {
     return std::min(bytes.size(), kUncounted + length);
 }
 
-scte::SpliceInfoSection sectionOfLine(const std::string& place, std::string_view line) {
-    if (line.front() == '{') {
-        const Value value = parseJson(place, line);
-        try {
-            return sectionOfJson(*value.dictionary());
-        } catch (const ScteJsonError& error) {
-            throw failureIn(place, error.what());
+using Sections = std::vector<scte::SpliceInfoSection>;
+
+scte::SpliceInfoSection sectionOfObject(const std::string& place, const Value& value) {
+    if (value.dictionary() == nullptr) {
+        throw failureIn(place, "no object with a section");
+    }
+    try {
+        return sectionOfJson(*value.dictionary());
+    } catch (const ScteJsonError& error) {
+        throw failureIn(place, error.what());
+    }
+}
+
+/// Of the JSON values from `first` on, of a section each, or of arrays of these.
+void takeJson(const std::string& name, std::string_view text, std::size_t first, Sections& sections) {
+    for (const JsonValue& one : parseJsonValues(name, text, first)) {
+        const std::string place = name + ": line " + std::to_string(one.line);
+        if (one.value.array() == nullptr) {
+            sections.push_back(sectionOfObject(place, one.value));
+            continue;
+        }
+        std::size_t number = 0;
+        for (const Value& value : *one.value.array()) {
+            sections.push_back(sectionOfObject(place + ": section " + std::to_string(++number), value));
         }
     }
+}
+
+scte::SpliceInfoSection sectionOfDigits(const std::string& place, std::string_view line) {
     const auto bytes = scte::spliceInfoBytes(line);
     if (!bytes) {
         throw failureAtByte(place, bytes.error().offset, bytes.error().text());
@@ -58,30 +79,65 @@ scte::SpliceInfoSection sectionOfLine(const std::string& place, std::string_view
     return sectionOf(place, *bytes);
 }
 
+/// Of bytes, one section behind the other.
+void takeBytes(const std::string& name, std::span<const std::uint8_t> bytes, Sections& sections) {
+    for (std::size_t offset = 0; offset < bytes.size();) {
+        const auto rest = bytes.subspan(offset);
+        const std::size_t size = sizeOfSection(rest);
+        sections.push_back(sectionOf(name + ": section " + std::to_string(sections.size() + 1), rest.first(size)));
+        offset += size;
+    }
+}
+
+/// Of XML, with what is passed over in it.
+void takeXml(const std::string& name, std::string_view content, Sections& sections) {
+    std::vector<std::string> notes;
+    try {
+        sections = sectionsOfXml(content, notes);
+    } catch (const ScteXmlError& error) {
+        throw failureIn(name, error.what());
+    }
+    for (const std::string& note : notes) {
+        printNote("warning: " + name + ": " + note);
+    }
+}
+
+/// Whether the first character is that of XML.
+bool isXml(std::string_view content) {
+    const std::size_t first = content.find_first_not_of("\xEF\xBB\xBF \t\r\n");
+    return first != std::string_view::npos && content[first] == '<';
+}
+
+/// Of lines of digits or base64; from a line that begins a JSON value on all that follows is JSON.
+void takeLines(const std::string& name, std::string_view content, Sections& sections) {
+    std::uint64_t number = 0;
+    for (std::size_t offset = 0; offset < content.size();) {
+        ++number;
+        std::string_view line = content.substr(offset, content.find('\n', offset) - offset);
+        const std::size_t first = line.find_first_not_of(" \t\r");
+        if (first != std::string_view::npos && (line[first] == '{' || line[first] == '[')) {
+            takeJson(name, content, offset, sections);
+            return;
+        }
+        offset += line.size() + 1;
+        if (first != std::string_view::npos) {
+            line.remove_prefix(first);
+            sections.push_back(sectionOfDigits(name + ": line " + std::to_string(number), line));
+        }
+    }
+}
+
 }  // namespace
 
 std::vector<scte::SpliceInfoSection> readScte35Sections(const std::string& name, std::string_view content) {
-    std::vector<scte::SpliceInfoSection> sections;
+    Sections sections;
     const std::span bytes(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
     if (!bytes.empty() && bytes[0] == scte::kSpliceInfoTableId) {
-        for (std::size_t offset = 0; offset < bytes.size();) {
-            const auto rest = bytes.subspan(offset);
-            const std::size_t size = sizeOfSection(rest);
-            sections.push_back(sectionOf(name + ": section " + std::to_string(sections.size() + 1), rest.first(size)));
-            offset += size;
-        }
-        return sections;
-    }
-    std::uint64_t number = 0;
-    while (!content.empty()) {
-        ++number;
-        std::string_view line = content.substr(0, content.find('\n'));
-        content.remove_prefix(std::min(content.size(), line.size() + 1));
-        const std::size_t first = line.find_first_not_of(" \t\r");
-        if (first != std::string_view::npos) {
-            line.remove_prefix(first);
-            sections.push_back(sectionOfLine(name + ": line " + std::to_string(number), line));
-        }
+        takeBytes(name, bytes, sections);
+    } else if (isXml(content)) {
+        takeXml(name, content, sections);
+    } else {
+        takeLines(name, content, sections);
     }
     if (sections.empty()) {
         throw failureIn(name, "no SCTE-35 section");

@@ -1,4 +1,4 @@
-// Where SCTE-35 sections come from: bytes, hexadecimal digits, base64 or JSON.
+// Where SCTE-35 sections come from: bytes, hexadecimal digits, base64, JSON or XML.
 #pragma once
 
 #include <qlx/scte/scte35.h>
@@ -9,8 +9,8 @@
 
 namespace qlx::tool {
 
-/// The sections of a file: one behind the other as bytes, or a line each as hexadecimal digits, base64 or JSON. What is
-/// wrong with one and kept is said.
+/// The sections of a file: one behind the other as bytes, a line each as hexadecimal digits or base64, or JSON values of
+/// one or of an array of them, over one line or many, or XML. What is wrong with one and kept is said.
 /// @param path A file, or `-` for standard input.
 /// @throws Failure
 [[nodiscard]] std::vector<scte::SpliceInfoSection> loadScte35Sections(const std::string& path);
