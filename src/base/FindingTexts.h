@@ -219,6 +219,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {TsDataUnitUnused, "PID {2x}: data units {1x} are not read"},
     {TsFrameRateWrong, "{1} frames a second: teletext in a transport stream has 25 or 50"},
     {TsBitrateTooLow, "{1} bits a second are too few: packets come {2} ticks of 90 kHz late"},
+    {SpliceNotRegistered, "program {1} has splice information and no registration descriptor CUEI"},
     {PlayoutTimeWrong, "time {1} of 2 is none that a frame has"},
     {PlayoutRowBroken, "row {1} is broken behind {2} characters"},
     {PlayoutRowLeftOut, "row {1}: {2} characters are left out, the caption has its four rows"},

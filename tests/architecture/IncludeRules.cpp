@@ -63,6 +63,7 @@ constexpr LibraryWrapper kLibraryWrappers[] = {
     {"tools/qlxcc/cues/Encoding.cpp", "iconv.h"},
     {"tools/qlxcc/modules/LibpngCodec.cpp", "png.h"},
     {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},
+    {"tools/qlxcc/streams/SCTEXmlFields.h", "pugixml.hpp"},
 };
 
 /// The rooms of src/ that may print, log, wait and read files; all others, and streams/, are functions and values.

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -110,6 +111,22 @@ TEST_F(SectionDecoder, ReadsTheSectionThatTheToolWrites) {
     // 4 s behind the greatest time, modulo 2^33, and 30 s in 90 kHz ticks.
     EXPECT_EQ(packets[2],
               (std::vector<std::string>{"0x0000004d", hexNumber(359999, 16), hexNumber(2700000, 16), "0x0005"}));
+}
+
+TEST_F(SectionDecoder, ReadsTheTransportStreamThatTheToolWrites) {
+    const qlxtest::ToolResult message =
+        qlxtest::runTool({"scte104", "build", "splice-start", "--event-id", "77", "--pre-roll", "1000"});
+    const qlxtest::ToolResult stream = qlxtest::runTool(
+        {"scte35", "-", "--pts", "900000", "--heartbeat", "1", "--to-format", "ts"}, {.input = message.out});
+    ASSERT_EQ(stream.exitCode, 0) << stream.err;
+    const auto packets = decoded(Bytes(stream.out.begin(), stream.out.end()),
+                                 {"scte35.splice_command_type", "scte35_si.event_id", "scte35_si.splice_time.pts"});
+    std::vector<std::vector<std::string>> sections;
+    std::copy_if(packets.begin(), packets.end(), std::back_inserter(sections),
+                 [](const auto& packet) { return !packet.at(0).empty(); });
+    // Nulls every second of the 0.4 s in front of the message and the one up to the splice.
+    EXPECT_EQ(sections, (std::vector<std::vector<std::string>>{
+                            {"0x00", "", ""}, {"0x05", "0x0000004d", hexNumber(990000, 16)}, {"0x00", "", ""}}));
 }
 
 }  // namespace

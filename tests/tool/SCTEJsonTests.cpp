@@ -1,6 +1,7 @@
 // SCTE-104 messages and SCTE-35 sections as JSON: what is written is read as the same bytes, whatever was kept.
 //
 // --gtest_random_seed=N runs others.
+#include "SCTESupport.h"
 #include "tests/scte/RandomFields.h"
 #include "tests/scte/Scte35Bytes.h"
 
@@ -168,6 +169,36 @@ TEST(SCTEJson, SaysWhatItCannotRead) {
     EXPECT_EQ(errorOf(operation(R"("dataLength":-1)")),
               "operation 1: \"dataLength\" must be a whole number from 0 to 65535");
     EXPECT_EQ(errorOf(R"({"operation":7})"), "\"operation\" must be an object");
+}
+
+TEST(SCTE104Build, ReadsJSONOverManyLinesAndSeveralMessages) {
+    const std::string splice = outputOf({"scte104", "parse", kSplice, "--json"});
+    const std::string null = outputOf({"scte104", "parse", kSpliceNull, "--json"});
+    const Arguments read = build({"--json-file", "-"});
+    std::string pretty;
+    for (const char character : splice) {
+        pretty += character;
+        pretty += std::string_view("{[,").find(character) != std::string_view::npos ? "\n  " : "";
+    }
+    EXPECT_EQ(outputOf(read, pretty), kSplice + "\n");
+    // A value a line, or an array; operations alone are those of one message.
+    const std::string both = kSplice + "\n" + kSpliceNull + "\n";
+    EXPECT_EQ(outputOf(read, splice + null), both);
+    EXPECT_EQ(outputOf(read, "[" + splice + "," + null + "]"), both);
+    const std::string operations = "08ffff00160000010000000002"
+                                   "01020000"
+                                   "010400020fa0\n";
+    EXPECT_EQ(outputOf(read, "{\"opID\":258}\n{\"opID\":260,\n\"preRollTime\":4000}\n"), operations);
+    EXPECT_EQ(outputOf(read, R"([{"opID":258},{"opID":260,"preRollTime":4000}])"), operations);
+    // In packets each has a frame of its own.
+    const std::string klv = outputOf(build({"--json-file", "-", "--format", "klv"}), splice + null);
+    const std::string parsed = outputOf({"scte104", "parse", "-"}, klv);
+    EXPECT_NE(parsed.find("frame 1, line 13: message 1, AS index 0, DPI PID 0, 1 operation, 17 bytes\n"),
+              std::string::npos)
+        << parsed;
+    const ToolResult raw = runTool(build({"--json-file", "-", "--format", "raw"}), {.input = splice + null});
+    EXPECT_EQ(raw.exitCode, 1);
+    EXPECT_EQ(raw.err, "qlxcc: 2 messages: a raw file has one\n");
 }
 
 }  // namespace

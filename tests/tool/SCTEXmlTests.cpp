@@ -448,4 +448,39 @@ TEST(SCTE35, ReadsAndWritesXml) {
                          "out\n");
 }
 
+TEST(SCTE35, WritesAndScansATransportStream) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.ts");
+    const std::string digits =
+        outputOf(build({"splice-start", "--event-id", "7", "--pre-roll", "4000", "--duration", "30", "--auto-return"}));
+    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "900000", "--heartbeat", "1", "-o", file}, digits), "");
+    const ToolResult listed = runTool({"scan", file});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    const auto lines = qlxtest::linesOf(listed.out);
+    const auto has = [&lines](const std::string& start, const std::string& end) {
+        return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+            return line.find(start) != std::string::npos && line.ends_with(end);
+        });
+    };
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "splice information:"), lines.end()) << listed.out;
+    EXPECT_TRUE(has(", PID 0101, at 90", "splice_insert: event 7 out, for 30.000 s, returns by itself, PTS 1260000, "
+                                         "3.980 s ahead") ||
+                has(", PID 0101, at 90", "3.990 s ahead") || has(", PID 0101, at 90", "4.000 s ahead"))
+        << listed.out;
+    // 0.4 s in front of the message up to the splice, every second.
+    EXPECT_TRUE(has(", PID 0101, at 864", "splice_null, sent 5 times")) << listed.out;
+    const ToolResult changes = runTool({"scan", file, "--changes"});
+    EXPECT_EQ(changes.exitCode, 0) << changes.err;
+    EXPECT_TRUE(changes.out.ends_with(": event 7 out at PTS 1260000, for 30.000 s, returns by itself\n"))
+        << changes.out;
+    // Sections alone come four seconds before their splice.
+    const std::string section = outputOf({"scte35", "-", "--pts", "900000"}, digits);
+    EXPECT_EQ(outputOf({"scte35", "-", "--from-format", "section", "-o", folder.path("b.ts")}, section), "");
+    EXPECT_NE(outputOf({"scan", folder.path("b.ts")}).find(" at 90"), std::string::npos);
+    EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "1"}, {.input = digits}).exitCode, 2);
+    EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "0", "-o", file}, {.input = digits}).exitCode, 2);
+    EXPECT_EQ(runTool({"scan", file, "--pid", "8191"}).exitCode, 2);
+    EXPECT_EQ(runTool({"scan", "-", "--pid", "1", "--from-format", "klv"}, {.input = "a"}).exitCode, 2);
+}
+
 }  // namespace

@@ -506,6 +506,9 @@ enum class FindingCode : std::uint32_t {
     TsDataUnitUnused,           ///< data_unit_id, PID; told once for each.
     TsFrameRateWrong,           ///< Frames a second; transport streams with teletext have 25 or 50.
     TsBitrateTooLow,            ///< Bits a second, ticks of 90 kHz that a packet is late.
+
+    // streams: splice information in transport streams (ANSI/SCTE 35); the offset is where the packet stands
+    SpliceNotRegistered = 0x1F'0341,  ///< program_number; it has such a stream, and no registration descriptor CUEI.
     // playout; the rows of a cue are counted from 1
     PlayoutTimeWrong = 0xD'0001,  ///< 1 for the start, 2 for the end.
     PlayoutRowBroken,             ///< Row of the cue, characters of it in front of those that go on the next row.

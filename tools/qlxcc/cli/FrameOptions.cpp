@@ -21,7 +21,9 @@ in an unusual place or without a checksum gets a warning.
 
 h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are containers, of which the captions in the
 first H.264 or MPEG-2 video stream, the caption tracks (c608, c708) and the ANC tracks are listed, in the order of
-presentation and with the times of the file. Captions that come with the picture are "in the picture".
+presentation and with the times of the file. Captions that come with the picture are "in the picture". Behind them
+stands the splice information (SCTE 35) of a ts file: where and when each section came by the program's clock, how often,
+when it splices and how long after that. A ts file on standard input is read for its frames alone.
 
 With a FILE in .v210, .klv or .jsonl, or --to-format, the frames are written in that form in place of a list. Rows are
 written as they are read; of other files --lines or --rows says which there are.
@@ -50,9 +52,15 @@ constexpr OptionRow kScanOptions[] = {
              "channels other than luma."),
     kAsDeployed,
     asJson("A JSON line for each frame in place of the list", "See `jsonl` in qlxcc(1)."),
+    {.names = "--pid",
+     .value = "N",
+     .kind = ValueKind::Text,
+     .field = &RawOptions::splicePid,
+     .help = "For ts: a PID with splice information (SCTE 35), whatever the tables say",
+     .more = "0 to 8190, decimal, or hexadecimal behind 0x. Without it the streams of type 86 are read."},
     {.names = "--changes",
      .field = &RawOptions::isOfChanges,
-     .help = "List splice points (SCTE 104) in place of packets",
+     .help = "List splice points (SCTE 104, SCTE 35) in place of packets",
      .more = "They stand in their order: out and in with pre-roll and duration, segments with theirs, and behind them "
              "those that miss their other half."},
 };

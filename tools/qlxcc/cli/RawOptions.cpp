@@ -4,6 +4,7 @@
 #include "commands/play/Play.h"
 #include "commands/rate/RateChange.h"
 #include "commands/scan/Scan.h"
+#include "commands/scte/SCTE104Request.h"
 #include "commands/subs/Subs.h"
 #include "cues/Encoding.h"
 #include "io/Errors.h"
@@ -164,6 +165,17 @@ Action checkedScan(const RawOptions& raw) {
     options.output = raw.output;
     options.asJson = raw.asJson;
     options.isOfChanges = raw.isOfChanges;
+    if (raw.splicePid) {
+        constexpr std::uint64_t kGreatestPid = 0x1FFE;
+        const auto pid = parseNumber(*raw.splicePid, kGreatestPid);
+        if (!pid) {
+            throw UsageError("--pid: \"" + *raw.splicePid + "\" is not a number from 0 to 8190");
+        }
+        options.splicePid = static_cast<std::uint16_t>(*pid);
+        if (raw.asJson || options.frames) {
+            throw UsageError("--pid is for lists: no --json, and no frames are written");
+        }
+    }
     options.frames = frameOutputOptions(raw);
     if (raw.isOfChanges && (raw.asJson || options.frames)) {
         throw UsageError("--changes lists splice points as text: no --json, and no frames are written");

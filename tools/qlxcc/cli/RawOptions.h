@@ -93,6 +93,8 @@ struct RawOptions {
     std::optional<std::uint64_t> line;
     std::optional<std::string> pts;
     std::optional<std::string> splicePts;
+    std::optional<std::string> heartbeat;
+    std::optional<std::string> splicePid;
     std::optional<std::string> atPts;
     std::optional<std::string> fromScte35;
     bool returnsAlone = false;

@@ -188,6 +188,19 @@ Scte104Source sourceOf(const RawOptions& raw) {
     return source;
 }
 
+/// Ticks of 90 kHz.
+std::uint64_t heartbeatOf(const std::string& text, bool isStream) {
+    constexpr std::uint64_t kTenth = 9000;
+    const auto tenths = tenthsOf(text);
+    if (!isStream) {
+        throw UsageError("--heartbeat is for the format ts only");
+    }
+    if (!tenths || *tenths == 0) {
+        throw UsageError("--heartbeat: \"" + text + "\" is no time from 0.1 s on in steps of 0.1");
+    }
+    return *tenths * kTenth;
+}
+
 }  // namespace
 
 std::vector<std::string> segmentationTypeNames() {
@@ -280,14 +293,18 @@ Action checkedScte35(const RawOptions& raw) {
     const bool isStandardOutput = raw.output.value_or("-") == "-";
     const std::string name = isStandardOutput
                                  ? raw.format.value_or("hex")
-                                 : formatName(raw.format, *raw.output, {"hex", "base64", "raw", "json", "xml"});
-    if (name == "raw" && isStandardOutput && standardOutputIsTerminal()) {
-        throw UsageError("--to-format raw is not for a terminal: name a file with -o");
+                                 : formatName(raw.format, *raw.output, {"hex", "base64", "raw", "json", "xml", "ts"});
+    if ((name == "raw" || name == "ts") && isStandardOutput && standardOutputIsTerminal()) {
+        throw UsageError("--to-format " + name + " is not for a terminal: name a file with -o");
+    }
+    if (raw.heartbeat) {
+        options.heartbeat90k = heartbeatOf(*raw.heartbeat, name == "ts");
     }
     options.format = name == "hex"      ? Scte35Format::Hex
                      : name == "base64" ? Scte35Format::Base64
                      : name == "json"   ? Scte35Format::Json
                      : name == "xml"    ? Scte35Format::Xml
+                     : name == "ts"     ? Scte35Format::Ts
                                         : Scte35Format::Raw;
     return [options] { return convertToScte35(options); };
 }

@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kMessageFormats[] = {"hex", "raw", "klv", "v210", "2vuy"};
 constexpr std::string_view kBuildFormats[] = {"hex", "raw", "klv", "v210"};
 constexpr std::string_view kScte35Inputs[] = {"hex", "raw", "klv", "v210", "2vuy", "section"};
-constexpr std::string_view kSectionFormats[] = {"hex", "base64", "raw", "json", "xml"};
+constexpr std::string_view kSectionFormats[] = {"hex", "base64", "raw", "json", "xml", "ts"};
 
 constexpr auto kOperationWords = [] {
     std::array<std::string_view, kOperationNames.size()> words;
@@ -181,7 +181,8 @@ or changed is said, and why a message makes no section.
 Examples:
   qlxcc scte35 start.klv --pts 900000
   qlxcc scte35 start.klv --splice-pts 1260000 --to-format base64
-  qlxcc scte35 sections.txt --from-format section --to-format json)";
+  qlxcc scte35 sections.txt --from-format section --to-format xml
+  qlxcc scte35 start.klv --pts 900000 --heartbeat 5 -o cues.ts)";
 
 constexpr OptionRow kScte35Options[] = {
     saying(kInput, "A file of elements or rows must have one SCTE-104 message."),
@@ -213,8 +214,12 @@ constexpr OptionRow kScte35Options[] = {
          "splice request is converted, without a time stamp."},
     toOtherFormat(
         kSectionFormats, "{} (default: by the name of FILE, or hex)",
-        "All but raw have a line for each section; raw ones stand one behind the other. What XML has no place for "
-        "(cw_index, reserved bits, stuffing) is said."),
+        "All but raw and ts have a line for each section; raw ones stand one behind the other. What XML has no place "
+        "for "
+        "(cw_index, reserved bits, stuffing) is said. ts is a transport stream with a PID of sections (type 86), "
+        "each at the PTS of the frame, or, where that is not known, 4 s before its splice."),
+    number("--heartbeat", &RawOptions::heartbeat, "For ts: seconds between sections of splice_null",
+           "In steps of 0.1, from the beginning of the stream to its last splice; without it there are none."),
     kListOutput,
 };
 

@@ -48,10 +48,11 @@ inline std::optional<int> takeDigits(std::string_view& text, std::size_t count, 
 
 /// The seconds by which a zone such as `+02:00` is ahead; none for what is no zone. Without one it is UTC.
 inline std::optional<int> zoneOf(std::string_view text) {
-    if (text.empty() || text == "Z") {
+    const bool isUtc = text.empty() || text == "Z";
+    if (isUtc) {
         return 0;
     }
-    const int sign = text.front() == '+' ? 1 : text.front() == '-' ? -1 : 0;
+    const int sign = text.starts_with('+') ? 1 : text.starts_with('-') ? -1 : 0;
     text.remove_prefix(1);
     const auto hours = takeDigits(text, 2, ':');
     const auto minutes = takeDigits(text, 2, 0);

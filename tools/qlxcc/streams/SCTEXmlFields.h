@@ -1,5 +1,6 @@
 // Fields of sections as attributes and elements of XML. What an element has is one function, which names its fields for an
-// XmlFieldWriter or an XmlFieldReader, as those of SCTEJsonFields.h do for JSON.
+// XmlFieldWriter or an XmlFieldReader, as those of SCTEJsonFields.h do for JSON. The only file with pugixml's header, for
+// one source.
 #pragma once
 
 #include "io/Text.h"

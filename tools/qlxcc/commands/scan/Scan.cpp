@@ -1,6 +1,7 @@
 #include "commands/scan/Scan.h"
 
 #include "commands/scan/ScanList.h"
+#include "commands/scan/SpliceList.h"
 #include "io/Errors.h"
 #include "io/Frame.h"
 #include "io/FrameLoop.h"
@@ -13,51 +14,112 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace qlx::tool {
+
+namespace {
+
+/// What is written in place of frames or JSON.
+class Listing {
+public:
+    Listing(const ScanOptions& options, const InputFile& source, InputKind kind, OutputFile& output) : _output(output) {
+        if (kind == InputKind::TransportStream) {
+            std::vector<std::uint16_t> pids;
+            if (options.splicePid) {
+                pids.push_back(*options.splicePid);
+            }
+            _splices.emplace(options.file, pids);
+        }
+        if (options.isOfChanges) {
+            _changes = std::make_unique<ChangeWriter>(output, source.name());
+        } else {
+            _list = std::make_unique<ListWriter>(output, output.isStandardOutput() && useColors());
+        }
+    }
+
+    [[nodiscard]] FrameWriter& frames() noexcept {
+        return _changes ? static_cast<FrameWriter&>(*_changes) : static_cast<FrameWriter&>(*_list);
+    }
+
+    /// Whether there is something to list even without a frame.
+    [[nodiscard]] bool hasSplices() const noexcept { return _splices && !_splices->isEmpty(); }
+
+    /// Writes what stands behind the frames, and gives the number of problems.
+    std::uint64_t finish() {
+        if (_changes) {
+            if (_splices) {
+                _splices->takePoints(_changes->points());
+            }
+            _changes->writePoints();
+        } else {
+            _list->writeSummary();
+            if (_splices) {
+                _splices->write(_output);
+            }
+        }
+        return (_changes ? _changes->problems() : 0) + (_splices ? _splices->problems() : 0);
+    }
+
+private:
+    OutputFile& _output;
+    std::optional<SpliceList> _splices;
+    std::unique_ptr<ChangeWriter> _changes;
+    std::unique_ptr<ListWriter> _list;
+};
+
+/// Lists a stream with splice information and nothing that has frames.
+int listSplicesAlone(Listing& listing, OutputFile& output) {
+    const std::uint64_t problems = listing.finish();
+    output.commit();
+    return problems > 0 ? kExitFailure : kExitSuccess;
+}
+
+}  // namespace
 
 int scan(const ScanOptions& options) {
     refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
     FrameSourceOptions sourceOptions = options.source;
     std::optional<FrameOutputOptions> frames = options.frames;
+    sourceOptions.kind = kindOf(source, sourceOptions.kind);
     if (frames) {
-        sourceOptions.kind = kindOf(source, sourceOptions.kind);
         settleRows(*sourceOptions.kind, sourceOptions, *frames);
     }
-    const auto reader = openFrames(source, sourceOptions);
+    if (options.splicePid && *sourceOptions.kind != InputKind::TransportStream) {
+        throw UsageError("--pid is for the format ts");
+    }
     OutputFile output(options.output);
     const CaptionMembers members;
     std::unique_ptr<FrameWriter> writer;
-    ListWriter* list = nullptr;
-    ChangeWriter* changes = nullptr;
+    std::optional<Listing> listing;
     if (frames) {
         writer = makeFrameWriter(output, *frames);
-    } else if (options.isOfChanges) {
-        auto changeWriter = std::make_unique<ChangeWriter>(output, source.name());
-        changes = changeWriter.get();
-        writer = std::move(changeWriter);
     } else if (options.asJson) {
         writer = std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
             return std::make_unique<streams::JsonlWriter>(sink, &members);
         });
     } else {
-        auto listWriter = std::make_unique<ListWriter>(output, output.isStandardOutput() && useColors());
-        list = listWriter.get();
-        writer = std::move(listWriter);
+        listing.emplace(options, source, *sourceOptions.kind, output);
     }
+    std::unique_ptr<FrameInput> reader;
+    try {
+        reader = openFrames(source, sourceOptions);
+    } catch (const Failure&) {
+        if (!listing || !listing->hasSplices()) {
+            throw;
+        }
+        return listSplicesAlone(*listing, output);
+    }
+    FrameWriter& to = listing ? listing->frames() : *writer;
     std::uint64_t problems = readFrames(source, *reader, output, [&](const Frame& frame) {
-        writer->write(frame);
+        to.write(frame);
         return true;
     });
-    writer->finish();
-    if (list != nullptr) {
-        list->writeSummary();
-    } else if (changes != nullptr) {
-        changes->writePoints();
-        problems += changes->problems();
-    }
+    to.finish();
+    problems += listing ? listing->finish() : 0;
     // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
     const int code =
         finishFrames(source, output, frames ? reader->losses() : problems, "not every packet could be read");

@@ -4,6 +4,7 @@
 #include "io/FrameOutput.h"
 #include "io/FrameSource.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,7 @@ struct ScanOptions {
     FrameSourceOptions source;
     std::optional<std::string> output;  ///< None: standard output.
     bool asJson = false;
+    std::optional<std::uint16_t> splicePid;    ///< Of a transport stream, beside those that its tables name.
     bool isOfChanges = false;                  ///< Lists splice points in place of packets.
     std::optional<FrameOutputOptions> frames;  ///< Writes frames in place of the list.
 };

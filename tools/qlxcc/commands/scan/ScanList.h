@@ -74,6 +74,9 @@ public:
     /// The points; `no splice points` where there are none.
     void writePoints();
 
+    /// Where what follows from other messages goes.
+    [[nodiscard]] SplicePoints& points() noexcept { return _points; }
+
     /// How many messages, or pieces of one, could not be read; each has been said.
     [[nodiscard]] std::uint64_t problems() const noexcept { return _problems; }
 

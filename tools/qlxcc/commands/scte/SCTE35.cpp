@@ -2,6 +2,7 @@
 
 #include "commands/scte/SCTE104Input.h"
 #include "commands/scte/SCTE35Input.h"
+#include "commands/scte/SCTE35Stream.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
@@ -234,6 +235,11 @@ int convertToScte35(const Scte35Options& options) {
     if (problems != 0 && !output.isStandardOutput()) {
         throw failureIn(output.name(), "is not written: not everything could be read");
     }
+    if (options.format == Scte35Format::Ts) {
+        writeScte35Stream(sections, options, output);
+        output.commit();
+        return problems == 0 ? kExitSuccess : kExitFailure;
+    }
     std::size_t number = 0;
     for (const scte::SpliceInfoSection& section : sections) {
         const Data bytes = bytesOf(options.source.input, section);
@@ -252,6 +258,8 @@ int convertToScte35(const Scte35Options& options) {
             break;
         case Scte35Format::Xml:
             output.write(xmlLine(options.source.input, ++number, section));
+            break;
+        case Scte35Format::Ts:
             break;
         }
     }

@@ -13,7 +13,7 @@ namespace qlx::tool {
 /// The largest time of a section: 33 bits of 90 kHz ticks.
 inline constexpr std::uint64_t kGreatestPts = (std::uint64_t{1} << 33U) - 1;
 
-enum class Scte35Format { Hex, Base64, Raw, Json, Xml };
+enum class Scte35Format { Hex, Base64, Raw, Json, Xml, Ts };
 
 struct Scte35Options {
     Scte104Source source;
@@ -25,7 +25,8 @@ struct Scte35Options {
     bool returnsAlone = false;               ///< Every break has auto_return.
     bool asDeployed = false;                 ///< The fixed operation's section; `pts` is the splice then.
     Scte35Format format = Scte35Format::Hex;
-    std::optional<std::string> output;  ///< None or `-`: standard output.
+    std::optional<std::uint64_t> heartbeat90k;  ///< Between sections of splice_null() in a stream.
+    std::optional<std::string> output;          ///< None or `-`: standard output.
 };
 
 /// Runs the subcommand; the result is the exit code.
