@@ -214,10 +214,9 @@ constexpr OptionRow kScte35Options[] = {
          "splice request is converted, without a time stamp."},
     toOtherFormat(
         kSectionFormats, "{} (default: by the name of FILE, or hex)",
-        "All but raw and ts have a line for each section; raw ones stand one behind the other. What XML has no place "
-        "for "
-        "(cw_index, reserved bits, stuffing) is said. ts is a transport stream with a PID of sections (type 86), "
-        "each at the PTS of the frame, or, where that is not known, 4 s before its splice."),
+        "All but raw and ts have a line for each section; raw ones stand one behind the other. What XML has no "
+        "place for (cw_index, reserved bits, stuffing) is said. ts is a transport stream with a PID of sections "
+        "(type 86), each at the PTS of the frame, or, where that is not known, 4 s before its splice."),
     number("--heartbeat", &RawOptions::heartbeat, "For ts: seconds between sections of splice_null",
            "In steps of 0.1, from the beginning of the stream to its last splice; without it there are none."),
     kListOutput,
