@@ -1,4 +1,4 @@
-#include "subtitles/NamedColors.h"
+#include <qlx/subtitles/colors.h>
 
 #include "subtitles/TextEditing.h"
 

@@ -2,12 +2,12 @@
 
 #include "subtitles/CueWriting.h"
 #include "subtitles/Entities.h"
-#include "subtitles/NamedColors.h"
 #include "subtitles/TextEditing.h"
 #include "subtitles/TextTime.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
+#include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/subrip.h>
 
 #include <algorithm>

@@ -1,8 +1,8 @@
+#include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/times.h>
 
 #include "subtitles/CueWriting.h"
-#include "subtitles/NamedColors.h"
 #include "subtitles/SubRipMarkup.h"
 #include "subtitles/TextTime.h"
 
