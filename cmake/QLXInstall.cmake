@@ -9,6 +9,7 @@ include(CMakePackageConfigHelpers)
 get_property(qlx_streams_modules_folder GLOBAL PROPERTY QLX_STREAMS_MODULES_FOLDER)
 get_filename_component(qlx_streams_folder "${qlx_streams_modules_folder}" NAME)
 list(TRANSFORM CMAKE_DL_LIBS PREPEND -l OUTPUT_VARIABLE qlx_streams_private_libraries)
+string(APPEND qlx_streams_private_libraries " -lpugixml")
 
 set(qlx_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/QLXClosedCaptionsUtilities")
 set(qlx_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

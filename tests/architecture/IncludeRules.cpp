@@ -60,6 +60,7 @@ struct LibraryWrapper {
 constexpr LibraryWrapper kLibraryWrappers[] = {
     {"streams/JsonFrame.cpp", "nlohmann/"},
     {"streams/modules/FFmpegDemuxer.cpp", "libav"},
+    {"streams/subtitles/TtmlNames.h", "pugixml"},
     {"tools/qlxcc/cues/Encoding.cpp", "iconv.h"},
     {"tools/qlxcc/modules/LibpngCodec.cpp", "png.h"},
     {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},

@@ -520,6 +520,32 @@ enum class FindingCode : std::uint32_t {
     PlayoutOrderWrong,            ///< Frame of its start, that of the one in front of it; left out.
     PlayoutRateUnusual,           ///< Frames a second.
 
+    // streams, timed text in XML (W3C TTML2); the offset is the number of a line, counted from 1
+    TtmlNotWellFormed = 0x1F'0401,  ///< Byte of the text, counted from 0.
+    TtmlNotTtml,                    ///< Bytes of the name of the outermost element.
+    TtmlDocumentType,               ///< Bytes of a document type with a part of its own.
+    TtmlTooDeep,                    ///< Most elements within each other.
+    TtmlTooLong,                    ///< Bytes there, most bytes.
+    TtmlTextNotUtf8,                ///< How many bytes are none.
+    TtmlTimeWrong,                  ///< 1 for begin, 2 for end, 3 for dur; bytes of the value, which is passed over.
+    TtmlTimesOfDay,                 ///< No numbers; the times are those of a clock.
+    TtmlEndMissing,                 ///< Milliseconds of the start, of the end that is taken.
+    TtmlNeverShown,                 ///< Milliseconds of the start, of the end.
+    TtmlTimesTooMany,               ///< Times at which a paragraph changes, most of them.
+    TtmlParameterWrong,             ///< Bytes of a value of the document's parameters, which is passed over.
+    TtmlStyleUnknown,               ///< Bytes of its name.
+    TtmlStyleCircular,              ///< Bytes of its name.
+    TtmlValueWrong,                 ///< Bytes of a style's value, which is passed over.
+    TtmlRegionUnknown,              ///< Bytes of its name.
+    TtmlRegionTimed,                ///< Bytes of its name.
+    TtmlImageLeftOut,               ///< No numbers.
+    TtmlDataLeftOut,                ///< Bytes of the data, as they are written.
+    TtmlElementLeftOut,             ///< Bytes of its name.
+    TtmlAttributesLeftOut,          ///< How many attributes of unknown namespaces the file has.
+    TtmlHidden,                     ///< No numbers; a paragraph or span that is not displayed.
+    // streams, TTML that is written; the offset is the cue, counted from 1
+    TtmlCharacterReplaced = 0x1F'0441,  ///< Row, its characters that XML has no form for.
+
     // facade
     VancPacketNumberTooGreat = 0x20'0001,  ///< Number there, greatest one.
 };

@@ -1,0 +1,258 @@
+#include "TtmlPlaces.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+namespace qlx::streams::detail {
+
+namespace {
+
+using subtitles::Alignment;
+using subtitles::Cue;
+using subtitles::Row;
+
+// The grid that rows and columns count: line 21's, in the part of the picture that each receiver shows (CTA-608-E).
+constexpr std::uint16_t kRows = 15;
+constexpr std::uint16_t kColumns = 32;
+constexpr double kMargin = 10;
+constexpr double kInner = 80;
+constexpr std::uint16_t kTeletextRows = 11;
+constexpr double kWhole = 100;
+
+enum class Axis : std::uint8_t { Horizontal, Vertical };
+
+std::vector<std::string_view> wordsOf(std::string_view text) {
+    constexpr std::string_view kSpaces = " \t\r\n";
+    constexpr std::size_t kMost = 4;
+    std::vector<std::string_view> words;
+    while (words.size() <= kMost) {
+        const std::size_t start = text.find_first_not_of(kSpaces);
+        if (start == std::string_view::npos) {
+            break;
+        }
+        text.remove_prefix(start);
+        const std::size_t size = std::min(text.find_first_of(kSpaces), text.size());
+        words.push_back(text.substr(0, size));
+        text.remove_prefix(size);
+    }
+    return words;
+}
+
+/// A length in per cent of the screen.
+std::optional<double> lengthOf(std::string_view text, Axis axis, const ScreenMeasures& measures) {
+    double number = 0;
+    const char* const end = text.data() + text.size();
+    const char* const first = !text.empty() && text.front() == '+' ? text.data() + 1 : text.data();
+    const auto [behind, error] = std::from_chars(first, end, number, std::chars_format::fixed);
+    constexpr double kGreatest = 1e6;
+    if (error != std::errc() || !(std::abs(number) <= kGreatest)) {
+        return std::nullopt;
+    }
+    const std::string_view unit(behind, static_cast<std::size_t>(end - behind));
+    const bool isAcross = axis == Axis::Horizontal;
+    if (unit == "%" || unit == (isAcross ? "rw" : "rh")) {
+        return number;
+    }
+    if (unit == "c") {
+        return number * kWhole / (isAcross ? measures.cellColumns : measures.cellRows);
+    }
+    const std::optional<double>& pixels = isAcross ? measures.width : measures.height;
+    if (unit == "px" && pixels && *pixels > 0) {
+        return number * kWhole / *pixels;
+    }
+    return std::nullopt;
+}
+
+/// Two lengths.
+std::optional<std::array<double, 2>> pairOf(std::string_view text, const ScreenMeasures& measures) {
+    const auto words = wordsOf(text);
+    if (words.size() != 2) {
+        return std::nullopt;
+    }
+    const auto first = lengthOf(words[0], Axis::Horizontal, measures);
+    const auto second = lengthOf(words[1], Axis::Vertical, measures);
+    return first && second ? std::optional(std::array{*first, *second}) : std::nullopt;
+}
+
+/// What a word of `tts:position` gives: a percentage of what an extent leaves free, or a length.
+std::optional<double> positionOf(std::string_view word, Axis axis, double extent, const ScreenMeasures& measures) {
+    const bool isAcross = axis == Axis::Horizontal;
+    const double free = kWhole - extent;
+    if (word == "center") {
+        return free / 2;
+    }
+    if (word == (isAcross ? "left" : "top")) {
+        return 0;
+    }
+    if (word == (isAcross ? "right" : "bottom")) {
+        return free;
+    }
+    const auto length = lengthOf(word, axis, measures);
+    return length && word.ends_with('%') ? std::optional(free * *length / kWhole) : length;
+}
+
+/// Both words of `tts:position` (TTML2, 10.2.30); forms of three and four words are not read.
+std::optional<std::array<double, 2>> positionsOf(std::string_view text, const RegionPlace& place,
+                                                 const ScreenMeasures& measures) {
+    auto words = wordsOf(text);
+    if (words.empty() || words.size() > 2) {
+        return std::nullopt;
+    }
+    const auto isDown = [](std::string_view word) { return word == "top" || word == "bottom"; };
+    if (words.size() == 1) {
+        words.push_back("center");
+        if (isDown(words[0])) {
+            std::swap(words[0], words[1]);
+        }
+    } else if (isDown(words[0]) || words[1] == "left" || words[1] == "right") {
+        std::swap(words[0], words[1]);
+    }
+    const auto first = positionOf(words[0], Axis::Horizontal, place.width, measures);
+    const auto second = positionOf(words[1], Axis::Vertical, place.height, measures);
+    return first && second ? std::optional(std::array{*first, *second}) : std::nullopt;
+}
+
+/// 1, 4 or 7: the first place on a keypad of the third that a row of the grid is in.
+std::uint8_t bandOf(double row, double rows) {
+    return row * 3 <= rows ? 7 : row * 3 <= rows * 2 ? 4 : 1;
+}
+
+std::uint8_t sideOf(Alignment alignment) {
+    return alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
+}
+
+}  // namespace
+
+std::optional<RegionPlace> placeOf(const RegionTexts& texts, const ScreenMeasures& measures, bool& areAllRead) {
+    RegionPlace place;
+    areAllRead = true;
+    bool isKnown = !texts.origin.empty() || !texts.position.empty() || !texts.extent.empty();
+    if (texts.displayAlign == "after") {
+        place.edge = RegionEdge::After;
+    } else if (texts.displayAlign == "center") {
+        place.edge = RegionEdge::Center;
+    } else if (!texts.displayAlign.empty() && texts.displayAlign != "before" && texts.displayAlign != "justify") {
+        areAllRead = false;
+    }
+    const auto take = [&](std::string_view text, const auto& read, double& first, double& second) {
+        if (text.empty() || text == "auto") {
+            return;
+        }
+        const auto both = read(text);
+        if (both) {
+            first = (*both)[0];
+            second = (*both)[1];
+        } else {
+            areAllRead = false;
+            isKnown = false;
+        }
+    };
+    const auto pair = [&](std::string_view text) { return pairOf(text, measures); };
+    take(texts.extent, pair, place.width, place.height);
+    take(texts.origin, pair, place.left, place.top);
+    take(
+        texts.position, [&](std::string_view text) { return positionsOf(text, place, measures); }, place.left,
+        place.top);
+    return isKnown ? std::optional(place) : std::nullopt;
+}
+
+void placeRows(Cue& cue, const RegionPlace& place) {
+    const auto count = static_cast<std::int64_t>(cue.rows.size());
+    const auto rowAt = [](double y) { return std::lround((y - kMargin) / kInner * kRows); };
+    const double bottom = place.top + place.height;
+    std::int64_t first = 0;
+    double seen = 0;
+    switch (place.edge) {
+    case RegionEdge::Before:
+        first = rowAt(place.top) + 1;
+        seen = static_cast<double>(first);
+        break;
+    case RegionEdge::Center:
+        seen = ((place.top + bottom) / 2 - kMargin) / kInner * kRows + 0.5;
+        first = std::lround(seen - static_cast<double>(count - 1) / 2);
+        break;
+    case RegionEdge::After:
+        seen = static_cast<double>(rowAt(bottom));
+        first = rowAt(bottom) - count + 1;
+        break;
+    }
+    const bool isOnGrid = count <= kRows;
+    first = std::clamp<std::int64_t>(first, 1, std::max<std::int64_t>(1, kRows - count + 1));
+    const auto column =
+        std::clamp<std::int64_t>(std::lround((place.left - kMargin) / kInner * kColumns) + 1, 1, kColumns);
+    cue.screenRows = isOnGrid ? kRows : 0;
+    bool hasColumns = false;
+    for (Row& row : cue.rows) {
+        row.number = isOnGrid ? static_cast<std::uint64_t>(first++) : 0;
+        row.anchor = static_cast<std::uint8_t>(bandOf(seen, kRows) + sideOf(row.alignment));
+        if (row.alignment == Alignment::Left) {
+            row.column = static_cast<std::uint16_t>(column);
+            hasColumns = true;
+        }
+    }
+    cue.screenColumns = hasColumns ? kColumns : 0;
+}
+
+RegionPlace regionFor(const Cue& cue, bool& isLost) {
+    RegionPlace place{kMargin, kMargin, kInner, kInner, RegionEdge::After};
+    isLost = false;
+    if (cue.rows.empty()) {
+        return place;
+    }
+    const Row& firstRow = cue.rows.front();
+    const auto isLike = [&](const Row& row) {
+        const auto index = static_cast<std::uint64_t>(&row - cue.rows.data());
+        return row.anchor == firstRow.anchor && row.alignment == firstRow.alignment && row.column == firstRow.column &&
+               (firstRow.number == 0 ? row.number == 0 : row.number == firstRow.number + index);
+    };
+    isLost = !std::all_of(cue.rows.begin(), cue.rows.end(), isLike);
+    const std::uint8_t anchor = firstRow.anchor <= 9 ? firstRow.anchor : 0;
+    const auto edgeOf = [](std::uint8_t band) {
+        return band >= 7 ? RegionEdge::Before : band >= 4 ? RegionEdge::Center : RegionEdge::After;
+    };
+    place.edge = edgeOf(anchor);
+    const double rows = cue.screenRows == 0 ? kTeletextRows : cue.screenRows;
+    const auto number = static_cast<double>(std::min<std::uint64_t>(firstRow.number, UINT16_MAX));
+    if (firstRow.number != 0 && number <= rows) {
+        const double last = std::min(rows, number + static_cast<double>(cue.rows.size() - 1));
+        const double top = kMargin + (number - 1) * kInner / rows;
+        const double bottom = kMargin + last * kInner / rows;
+        place.edge = anchor != 0 ? place.edge : edgeOf(bandOf((number + last) / 2, rows));
+        place.top = place.edge == RegionEdge::After ? kMargin : top;
+        place.height = (place.edge == RegionEdge::Before ? kMargin + kInner : bottom) - place.top;
+    } else {
+        isLost = isLost || firstRow.number != 0;
+    }
+    if (firstRow.column > 1 && cue.screenColumns >= firstRow.column && firstRow.alignment != Alignment::Right &&
+        firstRow.alignment != Alignment::Center) {
+        const double shift = (firstRow.column - 1) * kInner / cue.screenColumns;
+        place.left += shift;
+        place.width -= shift;
+    }
+    return place;
+}
+
+std::string percentages(double first, double second) {
+    std::string text;
+    for (const double number : {first, second}) {
+        constexpr int kDecimals = 3;
+        std::array<char, 32> digits{};
+        const auto [end, error] =
+            std::to_chars(digits.data(), digits.data() + digits.size(), number, std::chars_format::fixed, kDecimals);
+        std::string_view shown(digits.data(), static_cast<std::size_t>(end - digits.data()));
+        while (shown.ends_with('0')) {
+            shown.remove_suffix(1);
+        }
+        shown.remove_suffix(shown.ends_with('.') ? 1 : 0);
+        text += text.empty() ? "" : " ";
+        text += shown;
+        text += '%';
+    }
+    return text;
+}
+
+}  // namespace qlx::streams::detail

@@ -1,0 +1,56 @@
+// Where a region stands on the screen (TTML2, 10.2; lengths: 10.3), as rows and columns, both ways.
+#pragma once
+
+#include <qlx/subtitles/cue.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qlx::streams::detail {
+
+/// What lengths are measured by.
+struct ScreenMeasures {
+    std::uint16_t cellColumns = 32;
+    std::uint16_t cellRows = 15;
+    std::optional<double> width;  ///< In pixels; none: lengths in pixels say nothing.
+    std::optional<double> height;
+};
+
+/// At which edge of a region the text is.
+enum class RegionEdge : std::uint8_t { Before, Center, After };
+
+/// A region in per cent of the screen.
+struct RegionPlace {
+    double left = 0;
+    double top = 0;
+    double width = 100;
+    double height = 100;
+    RegionEdge edge = RegionEdge::Before;
+};
+
+/// The texts of a region's attributes; empty where there is none.
+struct RegionTexts {
+    std::string_view origin;
+    std::string_view position;
+    std::string_view extent;
+    std::string_view displayAlign;
+};
+
+/// The place; none where it is not given, or cannot be known.
+/// @param areAllRead Gets whether each of the texts could be.
+[[nodiscard]] std::optional<RegionPlace> placeOf(const RegionTexts& texts, const ScreenMeasures& measures,
+                                                 bool& areAllRead);
+
+/// Gives the rows their numbers, columns and anchors.
+void placeRows(subtitles::Cue& cue, const RegionPlace& place);
+
+/// The region that puts the rows of a cue where they say; at the bottom where they say nothing.
+/// @param isLost Gets whether it cannot put all of them there.
+[[nodiscard]] RegionPlace regionFor(const subtitles::Cue& cue, bool& isLost);
+
+/// `10% 83.333%`: what the attributes of a region say.
+[[nodiscard]] std::string percentages(double first, double second);
+
+}  // namespace qlx::streams::detail

@@ -1,0 +1,36 @@
+// Times of a TTML document (TTML2, 12.3 and 7.2) as media time.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qlx::streams::detail {
+
+/// How frames are numbered (TTML2, 7.2.3).
+enum class DropMode : std::uint8_t { None, Ntsc, Pal };
+
+/// What the times of a document count.
+struct TimeParameters {
+    bool countsFrames = false;           ///< The time base is `smpte`: hours, minutes and seconds are of frames.
+    DropMode dropMode = DropMode::None;  ///< Of such.
+    std::int32_t frameRate = 30;         ///< Numbers of frames in a second, 1 to 1,000.
+    std::int32_t multiplier = 1;         ///< The frames in a second are these times multiplier / divisor.
+    std::int32_t divisor = 1;            ///< The same; both 1 to 10,000.
+    std::int32_t subFrameRate = 1;       ///< Parts of a frame, 1 to 100.
+    std::int32_t tickRate = 1;           ///< Ticks in a second, 1 to 2^31 - 1.
+};
+
+/// `00:00:01.5`, `00:00:01:12`, `00:00:01:12.1`, `1.5s`, `500ms`, `12f`, `2h`, `3m`, `90000t`; none for any other text.
+/// Ten digits of a number and nine of a fraction count.
+[[nodiscard]] std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters);
+
+/// Whether a time is before another one; both are valid.
+[[nodiscard]] bool isBefore(const MediaTime& left, const MediaTime& right) noexcept;
+
+/// A number without a sign, from 1 to `most`; none for any other text.
+[[nodiscard]] std::optional<std::int32_t> parseCount(std::string_view text, std::int32_t most) noexcept;
+
+}  // namespace qlx::streams::detail
