@@ -1,14 +1,16 @@
 #include <qlx/streams/on_air.h>
 
+#include "FrameCaptions.h"
 #include "LineSink.h"
 
 #include <qlx/anc/packet.h>
 #include <qlx/cc/triplet.h>
-#include <qlx/streams/captions.h>
+#include <qlx/cea708/packet.h>
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/sdp.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 namespace qlx::streams {
@@ -62,24 +64,17 @@ class CaptionsOnAir final : public OnAir {
 public:
     using OnAir::receive;
 
-    explicit CaptionsOnAir(cea608::Channel channel) : _screen(channel) {}
+    CaptionsOnAir(cea608::Channel channel, const cea608::ReceiverOptions& options) : _screen(channel, options) {}
 
     bool receive(const Frame& frame, FindingSink* findings) override {
-        const cc::CcType wanted = _screen.channel().field == 1 ? cc::CcType::Field1 : cc::CcType::Field2;
-        // At 50 and 60 frames a second a field has a pair in every other frame.
-        constexpr std::uint64_t kLongestStep = 2;
+        const detail::FrameCaptions captions(frame, findings);
+        const cc::CcType field = _screen.channel().field == 1 ? cc::CcType::Field1 : cc::CcType::Field2;
         bool isChanged = false;
-        const Data triplets = captionTriplets(frame, findings);
-        for (std::size_t place = 0; place + sizeof(cc::Triplet) <= triplets.size(); place += sizeof(cc::Triplet)) {
-            const cc::Triplet triplet{triplets[place], triplets[place + 1], triplets[place + 2]};
-            if (!triplet.valid() || triplet.type() != wanted) {
-                continue;
-            }
-            if (_isCarried && frame.number - _lastFrame > kLongestStep) {
+        for (const cc::Triplet& pair : cc::fieldPairs(captions.triplets(), field)) {
+            if (_gap.isLongBefore(frame.number)) {
                 _screen.expectNoRepetition();
             }
-            _lastFrame = frame.number;
-            isChanged = _screen.receive(triplet.first, triplet.second) || isChanged;
+            isChanged = _screen.receive(pair.first, pair.second, findings, captions.line()) || isChanged;
             _isCarried = true;
         }
         return isChanged;
@@ -92,8 +87,54 @@ public:
 
 private:
     cea608::Receiver _screen;
+    detail::FieldGap _gap;
     bool _isCarried = false;
-    std::uint64_t _lastFrame = 0;  ///< The one with the last pair.
+};
+
+class ServiceOnAir final : public OnAir {
+public:
+    using OnAir::receive;
+
+    ServiceOnAir(std::uint8_t service, const cea708::ReceiverOptions& options) : _receiver(service, options) {}
+
+    bool receive(const Frame& frame, FindingSink* findings) override {
+        const detail::FrameCaptions captions(frame, findings);
+        bool isChanged = false;
+        for (std::uint64_t left = _clock.ticksBefore(frame); left > 0 && _receiver.isDelayed(); --left) {
+            isChanged = _receiver.nextFrame(detail::DelayClock::kTick, findings, captions.line()) || isChanged;
+        }
+        for (const cc::Triplet& triplet : cc::dtvccTriplets(captions.triplets())) {
+            for (const cea708::ReceivedPacket& packet : _packets.receive(triplet, findings, captions.line())) {
+                for (const cea708::ServiceBlockView block : packet.packet.blocks()) {
+                    _isThere[block.service] = true;
+                }
+                isChanged = _receiver.receive(packet, findings, captions.line()) || isChanged;
+            }
+        }
+        return isChanged;
+    }
+
+    [[nodiscard]] screen::Screen screen() const override { return _receiver.screen(); }
+    [[nodiscard]] OnAirKind kind() const noexcept override { return OnAirKind::CaptionService; }
+    [[nodiscard]] std::string name() const override { return std::to_string(_receiver.service()); }
+    [[nodiscard]] bool isCarried() const noexcept override {
+        return std::find(_isThere.begin(), _isThere.end(), true) != _isThere.end();
+    }
+    [[nodiscard]] std::vector<std::uint16_t> otherPages() const override {
+        std::vector<std::uint16_t> services;
+        for (std::uint16_t service = 1; service <= cea708::kGreatestService; ++service) {
+            if (_isThere[service] && service != _receiver.service()) {
+                services.push_back(service);
+            }
+        }
+        return services;
+    }
+
+private:
+    cea708::PacketReader _packets;
+    cea708::Receiver _receiver;
+    detail::DelayClock _clock;
+    std::array<bool, cea708::kGreatestService + std::size_t{1}> _isThere{};
 };
 
 }  // namespace
@@ -102,8 +143,12 @@ std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page) {
     return std::make_unique<TeletextOnAir>(page);
 }
 
-std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel) {
-    return std::make_unique<CaptionsOnAir>(channel);
+std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel, const cea608::ReceiverOptions& options) {
+    return std::make_unique<CaptionsOnAir>(channel, options);
+}
+
+std::unique_ptr<OnAir> serviceOnAir(std::uint8_t service, const cea708::ReceiverOptions& options) {
+    return std::make_unique<ServiceOnAir>(service, options);
 }
 
 }  // namespace qlx::streams

@@ -10,6 +10,7 @@
 
 #include <qlx/base/finding.h>
 #include <qlx/cea608/receiver.h>
+#include <qlx/cea708/receiver.h>
 #include <qlx/screen/screen.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/frame.h>
@@ -24,7 +25,8 @@ namespace qlx::streams {
 /// What is watched.
 enum class OnAirKind : std::uint8_t {
     TeletextPage,    ///< A page of OP-47 packets.
-    CaptionChannel,  ///< A channel of CEA-608 captions.
+    CaptionChannel,  ///< A channel of CEA-608 captions, or of its text.
+    CaptionService,  ///< A caption service of CEA-708.
 };
 
 /// One teletext page or caption channel.
@@ -51,13 +53,13 @@ public:
     /// Whether it is a page or a channel.
     [[nodiscard]] virtual OnAirKind kind() const noexcept = 0;
 
-    /// `888`, `CC1`.
+    /// `888`, `CC1`, `T1`, `1` of a service.
     [[nodiscard]] virtual std::string name() const = 0;
 
     /// Whether there has been anything of this kind, be it another page.
     [[nodiscard]] virtual bool isCarried() const noexcept = 0;
 
-    /// The other pages that there have been, in the order of their numbers; none of a channel.
+    /// The other pages or services that there have been, in the order of their numbers; none of a channel.
     [[nodiscard]] virtual std::vector<std::uint16_t> otherPages() const { return {}; }
 };
 
@@ -65,7 +67,18 @@ public:
 /// @param page Magazine 1 to 8 and two hexadecimal digits: 0x888.
 [[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page);
 
-/// Watches a channel of captions, whether they are in CDPs, in packets of pairs, or came with the picture.
-[[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel);
+/// Watches a channel of captions or of text (CTA-608-E), whether it is in CDPs, in packets of pairs, or came with the
+/// picture.
+/// @param channel CC1 to CC4, T1 to T4.
+/// @param options How its pairs are read.
+[[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel,
+                                                                      const cea608::ReceiverOptions& options = {});
+
+/// Watches a caption service (CTA-708), wherever its triplets are. Its delays end by the times of the frames; frames
+/// without times last as long as those of 29.97 frames a second.
+/// @param service 1 to 63.
+/// @param options How it is read.
+[[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> serviceOnAir(std::uint8_t service,
+                                                                     const cea708::ReceiverOptions& options = {});
 
 }  // namespace qlx::streams

@@ -12,7 +12,8 @@ constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl
 constexpr std::string_view kScanNotes =
     R"(v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, one a frame.
 Each packet is listed with frame, line, DID/SDID, name, number of bytes and data; a caption packet (CEA-708) also with
-what it holds, and whether its length byte and checksum are those of the standard; an SCTE-104 packet with its
+what it holds, whether its length byte and checksum are those of the standard, and the service blocks and extended
+data that are complete with it; an SCTE-104 packet with its
 operations; an OP-47 packet with its teletext pages and rows as text, on a terminal in their colours (unless NO_COLOR
 is set), under the row numbers that receivers use. Rows are searched from end to end, luma and chroma, of 2vuy as of
 v210; those of at most 720 pixels also with all samples as one stream (multiplex). What cannot be read, a wrong
@@ -33,6 +34,7 @@ Examples:
   qlxcc scan film.v210 --lines 12,575 -o film.klv
   qlxcc scan film.mxf
   qlxcc scan vanc.2vuy --width 720 --rows 14 --json
+  qlxcc scan film.mxf --list
   qlxcc scan anc.klv)";
 
 constexpr OptionRow kScanOptions[] = {
@@ -51,7 +53,6 @@ constexpr OptionRow kScanOptions[] = {
              "a form does not carry is named: captions that are in no packet and, of what is written as deployed, "
              "channels other than luma."),
     kAsDeployed,
-    asJson("A JSON line for each frame in place of the list", "See `jsonl` in qlxcc(1)."),
     {.names = "--pid",
      .value = "N",
      .kind = ValueKind::Text,
@@ -63,21 +64,34 @@ constexpr OptionRow kScanOptions[] = {
      .help = "List splice points (SCTE 104, SCTE 35) in place of packets",
      .more = "They stand in their order: out and in with pre-roll and duration, segments with theirs, and behind them "
              "those that miss their other half."},
+    {.names = "--list",
+     .field = &RawOptions::listsContents,
+     .help = "List what is in FILE: channels, texts, services, extended data",
+     .more = "A line for each, with its language where the stream says it, the times of the first and the last frame "
+             "with text on its screen, and how many captions it has. What rolls up counts row by row; of extended data "
+             "the packets are counted."},
+    kNoParity,
+    kWideCharacters,
+    asJson("A JSON line for each frame in place of the list",
+           "See `jsonl` in qlxcc(1). With --list it is one object, whose `contents` have `kind` (`captions`, `text`, "
+           "`extendedData`, `service`, `teletext`), `name`, `language`, `captions`, `first`, `last`, `firstFrame` and "
+           "`lastFrame`, null where there is none."),
 };
 
 constexpr std::string_view kShowNotes =
     R"(The teletext page is decoded from OP-47 packets, captions from caption packets (CEA-708), CEA-608 packets or the
 captions that travel with coded pictures, by the rules that receivers follow. Rows have the numbers of the screen:
-0 to 24 of a teletext page, of which one of double height takes two, and 1 to 15 of a caption channel. A terminal
-gets colours unless NO_COLOR is set. Files that do not say the times of their frames (v210, 2vuy, klv, h264, mpeg2)
-need --rate; rows also --lines or --rows.
+0 to 24 of a teletext page, of which one of double height takes two, and 1 to 15 of a caption channel or service. A
+terminal gets colours unless NO_COLOR is set. Files that do not say the times of their frames (v210, 2vuy, klv, h264,
+mpeg2) need --rate; rows also --lines or --rows.
 
 With --at and nothing on air the exit code is 0, as it is with a screen.
 
 Examples:
   qlxcc show film.klv --rate 25 --at 00:00:10,500 --png screen.png
   qlxcc show film.v210 --lines 12,575 --rate 29.97 --all
-  qlxcc show film.scc --all --channel CC1 --json)";
+  qlxcc show film.scc --all --channel CC1 --json
+  qlxcc show film.mxf --all --service 1)";
 
 constexpr OptionRow kShowOptions[] = {
     fileArgument("FILE", "What is decoded (-: standard input)"),
@@ -96,20 +110,35 @@ constexpr OptionRow kShowOptions[] = {
      .kind = ValueKind::File,
      .field = &RawOptions::picture,
      .help = "With --at: write the screen to FILE as a picture (PNG, or PPM by its name)",
-     .more = "It has 480 x 500 pixels of teletext or 544 x 390 of captions. The name of another kind of file, such as "
+     .more = "It has 480 x 500 pixels of teletext, 544 x 390 of captions, and 672 x 390 of a service (with --sd 512 x "
+             "390). The name of another kind of file, such as "
              "screen.gif, is refused. This needs the module `qlxcc-screens`, which draws with the fonts of libzvbi."},
     {.names = "--page",
      .value = "PAGE",
      .kind = ValueKind::Text,
      .field = &RawOptions::page,
-     .help = "The teletext page (default: 888, unless --channel is given)",
+     .help = "The teletext page (default: 888)",
      .more = "Pages are numbered from 100 to 8FF."},
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,
-     .words = kChannels,
+     .words = kShownChannels,
      .field = &RawOptions::channel,
-     .help = "{} (default: CC1, unless --page is given)"},
+     .help = "CEA-608: {} (default: CC1)",
+     .more = "Without --page, --channel and --service page 888 and CC1 are shown. T1 to T4 are texts. XDS are the "
+             "extended data: a line for each packet that says something new, or with --at the last of each kind."},
+    {.names = "--service",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 63,
+     .field = &RawOptions::service,
+     .help = "CEA-708: the caption service, 1 to 63"},
+    {.names = "--sd",
+     .field = &RawOptions::isSD,
+     .help = "CEA-708: the picture is one of 4:3, of 32 columns (default: 16:9, 42 columns)"},
+    kNoParity,
+    kWideCharacters,
     rateOption("--rate", {}, &RawOptions::rate,
                "Frames a second, for files that do not say the times of their frames, and TIME with frames",
                "Such files are v210, 2vuy, klv, h264 and mpeg2, and jsonl without `pts`; a TIME with frames "
@@ -122,7 +151,8 @@ constexpr OptionRow kShowOptions[] = {
     kNearStart,
     kListOutput,
     asJson("A JSON line for each screen in place of the text",
-           "It has page or channel, times (`at`, `from`, `to`, null where there is none), frames, and rows with row, "
+           "It has page, channel or service, times (`at`, `from`, `to`, null where there is none), frames, and rows "
+           "with row, "
            "column, text and runs of text with their colours."),
 };
 

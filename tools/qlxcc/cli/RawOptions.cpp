@@ -182,6 +182,12 @@ Action checkedScan(const RawOptions& raw) {
     }
     const bool writesRows = options.frames && options.frames->format == FrameFormat::V210;
     options.source = frameSourceOptions(raw, writesRows);
+    options.listsContents = raw.listsContents;
+    if (raw.listsContents && options.frames) {
+        throw UsageError("--list is in place of frames: -o names a text, and --to-format is not given");
+    }
+    options.ignoresParity = raw.ignoresParity;
+    options.wideEncoding = raw.wideEncoding.value_or(options.wideEncoding);
     return [options] { return scan(options); };
 }
 

@@ -63,6 +63,9 @@ struct RawOptions {
     std::optional<std::string> rating;
     std::optional<std::string> network;
     std::optional<std::uint64_t> service;
+    std::optional<std::string> wideEncoding;  ///< Of 16-bit characters of caption services.
+    bool ignoresParity = false;
+    bool listsContents = false;
     std::optional<std::string> language;
     bool isAll = false;
     bool isOfChanges = false;

@@ -33,9 +33,21 @@ Action checkedShow(const RawOptions& raw) {
     if (!raw.rate.empty()) {
         options.source.rate = rateNamed(raw.rate);
     }
-    if (!raw.channel.empty()) {
+    options.showsExtendedData = raw.channel == "XDS" || raw.channel == "xds";
+    if (!raw.channel.empty() && !options.showsExtendedData) {
         options.channel = cea608::channelNamed(raw.channel);
     }
+    if (options.showsExtendedData && (raw.picture || raw.service || !raw.page.empty())) {
+        throw UsageError("--channel XDS is text, and is shown alone");
+    }
+    if (raw.service) {
+        options.service = static_cast<std::uint8_t>(*raw.service);
+    } else if (raw.isSD || raw.wideEncoding) {
+        throw UsageError(std::string(raw.isSD ? "--sd" : "--p16") + " is for --service only");
+    }
+    options.isStandardAspect = raw.isSD;
+    options.wideEncoding = raw.wideEncoding.value_or(options.wideEncoding);
+    options.ignoresParity = raw.ignoresParity;
     if (!raw.page.empty()) {
         options.page = teletextPageNamed(raw.page);
         if (!options.page) {

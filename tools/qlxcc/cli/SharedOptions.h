@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/OptionTable.h"
+#include "cues/WideEncoding.h"
 #include "io/Rates.h"
 
 namespace qlx::tool {
@@ -17,6 +18,8 @@ inline constexpr std::string_view kWrittenFormats[] = {"v210", "klv", "jsonl"};
 
 /// The channels of captions.
 inline constexpr std::string_view kChannels[] = {"CC1", "CC2", "CC3", "CC4"};
+/// The same, those of text, and the extended data.
+inline constexpr std::string_view kShownChannels[] = {"CC1", "CC2", "CC3", "CC4", "T1", "T2", "T3", "T4", "XDS"};
 
 /// What cues are made into.
 inline constexpr std::string_view kModes[] = {"teletext", "cea608"};
@@ -132,6 +135,28 @@ inline constexpr OptionRow kListOutput = saying(kOutput, "Without this option st
             .help = help,
             .more = more};
 }
+
+// How captions are read.
+inline constexpr OptionRow kNoParity{.names = "--no-parity",
+                                     .field = &RawOptions::ignoresParity,
+                                     .help = "CEA-608: do not look at parity bits",
+                                     .more = "Streams whose pairs have none are read so; without this option a "
+                                             "character with wrong parity is a solid block, and a code is left out."};
+
+[[nodiscard]] constexpr OptionRow wideEncoding(std::string_view help, std::string_view more) {
+    return {.names = "--p16",
+            .value = "ENCODING",
+            .kind = ValueKind::Word,
+            .words = kWideEncodings,
+            .field = &RawOptions::wideEncoding,
+            .help = help,
+            .more = more};
+}
+
+/// Of what reads.
+inline constexpr OptionRow kWideCharacters =
+    wideEncoding("CEA-708: what the 16-bit characters are, {} (default: utf-16)",
+                 "They are those behind the code P16. Korean services have EUC-KR there.");
 
 // How the rows of a file lie and are searched.
 inline constexpr OptionRow kRowWidth =

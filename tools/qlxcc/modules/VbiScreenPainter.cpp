@@ -164,7 +164,7 @@ class VbiScreenPainter final : public ScreenPainter {
 public:
     Image paint(const screen::Screen& screen, Mosaic mosaic) override {
         const auto page = libraryPage(screen, mosaic);
-        if (screen.system == screen::System::Cea608) {
+        if (screen.system != screen::System::Teletext) {
             return captionImage(screen, *page);
         }
         const std::size_t width = screen.columns * kTeletextCellWidth;

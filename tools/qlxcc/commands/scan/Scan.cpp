@@ -1,7 +1,9 @@
 #include "commands/scan/Scan.h"
 
+#include "commands/scan/ContentList.h"
 #include "commands/scan/ScanList.h"
 #include "commands/scan/SpliceList.h"
+#include "cues/WideEncoding.h"
 #include "io/Errors.h"
 #include "io/Frame.h"
 #include "io/FrameLoop.h"
@@ -36,7 +38,10 @@ public:
         if (options.isOfChanges) {
             _changes = std::make_unique<ChangeWriter>(output, source.name());
         } else {
-            _list = std::make_unique<ListWriter>(output, output.isStandardOutput() && useColors());
+            _list = std::make_unique<ListWriter>(
+                output, ListOptions{.inColours = output.isStandardOutput() && useColors(),
+                                    .ignoresParity = options.ignoresParity,
+                                    .wideCharacters = wideCharactersOf(options.wideEncoding)});
         }
     }
 
@@ -97,6 +102,8 @@ int scan(const ScanOptions& options) {
     std::optional<Listing> listing;
     if (frames) {
         writer = makeFrameWriter(output, *frames);
+    } else if (options.listsContents) {
+        writer = std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
     } else if (options.asJson) {
         writer = std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
             return std::make_unique<streams::JsonlWriter>(sink, &members);

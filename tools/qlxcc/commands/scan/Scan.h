@@ -17,6 +17,9 @@ struct ScanOptions {
     bool asJson = false;
     std::optional<std::uint16_t> splicePid;    ///< Of a transport stream, beside those that its tables name.
     bool isOfChanges = false;                  ///< Lists splice points in place of packets.
+    bool listsContents = false;                ///< What is in the file, in place of its packets.
+    bool ignoresParity = false;                ///< Parity bits of CEA-608 are not looked at.
+    std::string wideEncoding = "utf-16";       ///< Of the 16-bit characters of caption services.
     std::optional<FrameOutputOptions> frames;  ///< Writes frames in place of the list.
 };
 

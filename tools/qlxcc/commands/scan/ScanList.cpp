@@ -8,10 +8,13 @@
 #include "streams/Cdp.h"
 #include "streams/PacketNames.h"
 #include "streams/SCTE104Message.h"
+#include "streams/XdsWords.h"
 
+#include <qlx/anc/payloads.h>
 #include <qlx/teletext/page.h>
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <utility>
 
@@ -101,10 +104,31 @@ std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> sub
     return lines;
 }
 
+std::vector<std::string> CaptionContents::linesOf(std::span<const cc::Triplet> triplets) {
+    std::vector<std::string> lines;
+    for (const cc::Triplet& pair : cc::fieldPairs(triplets, cc::CcType::Field2)) {
+        if (const auto packet = _xds.receive(pair.first, pair.second)) {
+            lines.push_back("XDS " + xdsInWords(*packet));
+        }
+    }
+    for (const cc::Triplet& triplet : cc::dtvccTriplets(triplets)) {
+        for (const cea708::ReceivedPacket& packet : _packets.receive(triplet)) {
+            const auto blocks = _services.linesOf(packet);
+            lines.insert(lines.end(), blocks.begin(), blocks.end());
+        }
+    }
+    return lines;
+}
+
 std::vector<std::string> ListWriter::detailsOf(const anc::Packet& packet) {
     const anc::PacketId id = packet.id();
     if (id == anc::ids::kCdp) {
-        return {cdpInWords(packet.userData)};
+        std::vector<std::string> lines{cdpInWords(packet.userData)};
+        if (const auto cdp = cc::parseCdp(packet.userData)) {
+            const auto contents = _captions.linesOf(cdp->triplets());
+            lines.insert(lines.end(), contents.begin(), contents.end());
+        }
+        return lines;
     }
     if (id == anc::ids::kScte104) {
         return {scte104InWords(packet.userData)};
@@ -113,7 +137,15 @@ std::vector<std::string> ListWriter::detailsOf(const anc::Packet& packet) {
         return _teletext.linesOf(packet.userData);
     }
     const std::string words = packetInWords(packet);
-    return words.empty() ? std::vector<std::string>() : std::vector{words};
+    std::vector<std::string> lines = words.empty() ? std::vector<std::string>() : std::vector{words};
+    if (const auto pair =
+            id == anc::ids::kCea608 ? anc::parseCea608Payload(packet.userData) : Result<anc::Cea608Payload>(Finding{});
+        pair && !pair->isFirstField) {
+        const auto contents =
+            _captions.linesOf(std::array{cc::Triplet::make(cc::CcType::Field2, pair->pair[0], pair->pair[1])});
+        lines.insert(lines.end(), contents.begin(), contents.end());
+    }
+    return lines;
 }
 
 void ListWriter::writeTitle(const Frame& frame) {
@@ -152,6 +184,9 @@ void ListWriter::write(const Frame& frame) {
     if (!frame.triplets.empty()) {
         _output.write(captionLine(place, frame));
         _output.write(indent + tripletsInWords(frame.triplets) + "\n");
+        for (const std::string& line : _captions.linesOf(readTriplets(frame.triplets))) {
+            _output.write(indent + line + "\n");
+        }
         ++(frame.captionPlace == CaptionPlace::Picture ? _pictures : _trackFrames);
     }
 }

@@ -5,7 +5,10 @@
 #include "io/OutputFile.h"
 #include "streams/FrameMessages.h"
 #include "streams/SplicePoints.h"
+#include "streams/ServiceWords.h"
 
+#include <qlx/cea608/xds.h>
+#include <qlx/cea708/packet.h>
 #include <qlx/teletext/packet.h>
 
 #include <array>
@@ -38,12 +41,37 @@ private:
                                                  kFrench, kFrench, kFrench, kFrench};  ///< Of magazine 8, 1, 2 ..
 };
 
+/// What captions hold that takes more than one frame, as lines: extended data (`XDS programme name: "Film"`), service
+/// blocks (`service 1: DF0 hidden, "Hello", ETX`).
+class CaptionContents {
+public:
+    CaptionContents(bool ignoresParity, WideCharacters wideCharacters)
+        : _xds({.ignoresParity = ignoresParity}), _services(std::move(wideCharacters)) {}
+
+    /// What is complete with these triplets.
+    [[nodiscard]] std::vector<std::string> linesOf(std::span<const cc::Triplet> triplets);
+
+private:
+    cea608::XdsReader _xds;
+    cea708::PacketReader _packets;
+    ServiceWords _services;
+};
+
+/// How a list is written.
+struct ListOptions {
+    bool inColours = false;         ///< With the codes of a terminal for colours.
+    bool ignoresParity = false;     ///< Parity bits of CEA-608 are not looked at.
+    WideCharacters wideCharacters;  ///< The 16-bit characters of caption services.
+};
+
 /// Writes a line a packet, more below it for what captions, messages and teletext packets hold; one for the captions that
 /// came with a frame's picture; and at the end how many there were. Times are shown when the first frame that is listed
 /// has one.
 class ListWriter final : public FrameWriter {
 public:
-    ListWriter(OutputFile& output, bool inColours) : _output(output), _teletext(inColours) {}
+    ListWriter(OutputFile& output, ListOptions options)
+        : _output(output), _teletext(options.inColours),
+          _captions(options.ignoresParity, std::move(options.wideCharacters)) {}
 
     void write(const Frame& frame) override;
 
@@ -56,6 +84,7 @@ private:
 
     OutputFile& _output;
     TeletextList _teletext;
+    CaptionContents _captions;
     std::uint64_t _frames = 0;
     std::uint64_t _packets = 0;
     std::uint64_t _pictures = 0;     ///< That came with captions.

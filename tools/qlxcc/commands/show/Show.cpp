@@ -1,5 +1,7 @@
 #include "commands/show/Show.h"
 
+#include "commands/show/ShowExtendedData.h"
+#include "cues/WideEncoding.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
 #include "io/FrameLoop.h"
@@ -14,6 +16,7 @@
 #include "pictures/ScreenText.h"
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
+#include "streams/XdsWords.h"
 
 #include <qlx/streams/on_air.h>
 #include <qlx/teletext/page.h>
@@ -39,12 +42,23 @@ struct Watched {
 };
 
 std::vector<Watched> watchedOf(const ShowOptions& options) {
+    if (options.showsExtendedData) {
+        return {};
+    }
     std::vector<std::unique_ptr<streams::OnAir>> all;
-    if (options.page || !options.channel) {
+    const bool isChosen = options.page || options.channel || options.service;
+    if (options.page || !isChosen) {
         all.push_back(streams::teletextOnAir(options.page.value_or(teletext::kSubtitlePage)));
     }
-    if (options.channel || !options.page) {
-        all.push_back(streams::captionsOnAir(options.channel.value_or(cea608::kCC1)));
+    if (options.channel || !isChosen) {
+        all.push_back(
+            streams::captionsOnAir(options.channel.value_or(cea608::kCC1), {.ignoresParity = options.ignoresParity}));
+    }
+    if (options.service) {
+        all.push_back(streams::serviceOnAir(
+            *options.service,
+            {.aspectRatio = options.isStandardAspect ? cea708::AspectRatio::Standard : cea708::AspectRatio::Wide,
+             .wideCharacter = wideCharactersOf(options.wideEncoding)}));
     }
     std::vector<Watched> watched;
     for (auto& onAir : all) {
@@ -69,24 +83,40 @@ bool isPage(const streams::OnAir& onAir) {
     return onAir.kind() == streams::OnAirKind::TeletextPage;
 }
 
-/// `teletext page 888`, `captions CC1`.
-std::string titleOf(const streams::OnAir& onAir) {
-    return (isPage(onAir) ? "teletext page " : "captions ") + onAir.name();
+bool isService(const streams::OnAir& onAir) {
+    return onAir.kind() == streams::OnAirKind::CaptionService;
 }
 
-/// What may help when nothing is shown: `pages here: 801, 802`; or empty.
+/// `teletext page 888`, `captions CC1`, `text T1`, `service 1`.
+std::string titleOf(const streams::OnAir& onAir) {
+    const std::string name = onAir.name();
+    const std::string_view kind = isPage(onAir)           ? "teletext page "
+                                  : isService(onAir)      ? "service "
+                                  : name.starts_with('T') ? "text "
+                                                          : "captions ";
+    return std::string(kind) + name;
+}
+
+/// What may help when nothing is shown: `pages here: 801, 802`, `services here: 1, 2`; or empty.
 std::string hintOf(const streams::OnAir& onAir) {
     constexpr std::size_t kShownPages = 10;
     const std::vector<std::uint16_t> pages = onAir.otherPages();
     std::string text;
     for (std::size_t index = 0; index < std::min(pages.size(), kShownPages); ++index) {
-        text += (index == 0 ? "pages here: " : ", ") + teletext::pageName(pages[index]);
+        const bool isFirst = index == 0;
+        text += isService(onAir) ? (isFirst ? "services here: " : ", ") + std::to_string(pages[index])
+                                 : (isFirst ? "pages here: " : ", ") + teletext::pageName(pages[index]);
     }
     return pages.size() > kShownPages ? text + " and " + std::to_string(pages.size() - kShownPages) + " more" : text;
 }
 
 Dictionary jsonOf(const Watched& watched) {
-    return {{isPage(*watched.onAir) ? "page" : "channel", watched.onAir->name()}, {"rows", screenRows(watched.screen)}};
+    const streams::OnAir& onAir = *watched.onAir;
+    return {{isPage(onAir)      ? "page"
+             : isService(onAir) ? "service"
+                                : "channel",
+             onAir.name()},
+            {"rows", screenRows(watched.screen)}};
 }
 
 /// Says what is wrong with packets of a frame that are decoded.
@@ -95,7 +125,8 @@ public:
     PlacedNotes(FindingNotes& notes, std::uint64_t frame) : _notes(notes), _frame(frame) {}
 
     void add(const Finding& finding) override {
-        _notes.setPlace(placeOf(_frame, finding.offset));
+        // What came with the picture has no line.
+        _notes.setPlace(finding.offset > 0 ? placeOf(_frame, finding.offset) : "frame " + std::to_string(_frame));
         _notes.add(finding);
     }
 
@@ -111,6 +142,9 @@ public:
         : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
           _watched(watchedOf(options)), _inColours(output.isStandardOutput() && useColors()),
           _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress) {
+        if (options.showsExtendedData) {
+            _extendedData.emplace(options.ignoresParity);
+        }
         checkKind();
         if (options.at) {
             const Rate sccRate = rateNamed("29.97").value();
@@ -152,8 +186,8 @@ public:
         for (const Watched& watched : _watched) {
             if (watched.screen.hasText()) {
                 if (chosen != nullptr) {
-                    throw UsageError("a teletext page and captions are on air: say with --page or --channel which one "
-                                     "the picture shows");
+                    throw UsageError("several are on air: say with --page, --channel or --service which one the "
+                                     "picture shows");
                 }
                 chosen = &watched;
             }
@@ -194,6 +228,14 @@ private:
     void take(const Frame& frame) {
         _firstTime = _firstTime ? _firstTime : frame.pts;
         _timeBefore = std::exchange(_lastTime, frame.pts);
+        if (_extendedData) {
+            PlacedNotes notes(_notes, frame.number);
+            for (const ExtendedDatum& datum : _extendedData->receive(frame, &notes)) {
+                if (!_at) {
+                    writeDatum(datum);
+                }
+            }
+        }
         for (Watched& watched : _watched) {
             PlacedNotes notes(_notes, frame.number);
             if (!watched.onAir->receive(frame, &notes)) {
@@ -236,6 +278,23 @@ private:
         }
     }
 
+    /// A line for a packet that says something new.
+    void writeDatum(const ExtendedDatum& datum) {
+        ++_blocks;
+        if (_options.asJson) {
+            _output.write(jsonText(Value(Dictionary{{"channel", "XDS"},
+                                                    {"class", static_cast<std::uint64_t>(datum.packet.xdsClass)},
+                                                    {"type", std::uint64_t{datum.packet.type}},
+                                                    {"data", hex(datum.packet.bytes.items())},
+                                                    {"text", xdsInWords(datum.packet)},
+                                                    {"from", timecode(datum.since)},
+                                                    {"from_frame", datum.sinceFrame}})) +
+                          "\n");
+            return;
+        }
+        _output.write(timecode(datum.since) + "  XDS  " + xdsInWords(datum.packet) + "\n");
+    }
+
     void writeRows(const screen::Screen& screen) {
         for (const std::string& line : screenLines(screen, _inColours)) {
             _output.write(line + "\n");
@@ -250,6 +309,9 @@ private:
 
     /// When there was not a single block: says so.
     void writeNothing() {
+        if (_blocks == 0 && !_options.asJson && _extendedData) {
+            _output.write("XDS: no extended data\n");
+        }
         if (_blocks == 0 && !_options.asJson) {
             for (const Watched& watched : _watched) {
                 _output.write(titleOf(*watched.onAir) + ": never anything on air" + inBrackets(hintOf(*watched.onAir)) +
@@ -270,6 +332,12 @@ private:
     }
 
     void writeScreens() {
+        if (_extendedData) {
+            for (const ExtendedDatum& datum : _extendedData->current()) {
+                writeDatum(datum);
+            }
+            writeNothing();
+        }
         const bool isBehind = isBehindEnd();
         std::string where;
         if (isBehind) {
@@ -277,7 +345,7 @@ private:
         } else if (!_lastTime && _firstTime) {
             where = "the first frame is at " + timecode(*_firstTime);
         }
-        const bool isChosen = _options.page || _options.channel;
+        const bool isChosen = _options.page || _options.channel || _options.service;
         const bool isAnyCarried = std::any_of(_watched.begin(), _watched.end(),
                                               [](const Watched& watched) { return watched.onAir->isCarried(); });
         for (Watched& watched : _watched) {
@@ -317,6 +385,7 @@ private:
     bool _inColours;
     Progress _progress;  ///< Of no run of its own: readFrames() has one.
     FindingNotes _notes;
+    std::optional<ExtendedDataReader> _extendedData;  ///< When they are what is shown.
     std::optional<double> _at;
     std::optional<MediaTime> _firstTime;
     std::optional<MediaTime> _timeBefore;  ///< Of the frame before the last one.

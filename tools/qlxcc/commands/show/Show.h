@@ -19,8 +19,13 @@ struct ShowOptions {
     std::optional<std::string> at;       ///< A TIME; none: every change is shown.
     std::optional<std::string> picture;  ///< A picture file to be written.
     ImageFormat pictureFormat = ImageFormat::Png;
-    std::optional<std::uint16_t> page;       ///< Teletext, hexadecimal digits. Neither page nor channel: page 888
+    std::optional<std::uint16_t> page;       ///< Teletext, hexadecimal digits. None of the three: page 888
     std::optional<cea608::Channel> channel;  ///< and CC1.
+    std::optional<std::uint8_t> service;     ///< A caption service.
+    bool showsExtendedData = false;          ///< The extended data of field 2, and nothing else.
+    bool ignoresParity = false;              ///< Parity bits of CEA-608 are not looked at.
+    bool isStandardAspect = false;           ///< Services: the picture is one of 4:3.
+    std::string wideEncoding = "utf-16";     ///< Of the 16-bit characters of caption services.
     std::optional<std::string> output;       ///< None or `-`: standard output.
     bool asJson = false;
 };

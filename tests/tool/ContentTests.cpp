@@ -1,0 +1,140 @@
+// qlxcc show --service, --channel XDS, T1, and scan --list: everything that captions of a file are.
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using qlxtest::linesOf;
+using qlxtest::playArgumentsOfMode;
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Texts = std::vector<std::string>;
+
+/// A file of captions in both systems: three cues, the second one right behind the first.
+std::string playedFile(const TemporaryFolder& folder) {
+    const std::string text = srt({{"00:00:02,000", "00:00:04,000", "One"},
+                                  {"00:00:04,000", "00:00:06,000", "Two\nrows"},
+                                  {"00:00:07,000", "00:00:08,000", "Three"}});
+    const std::string file = folder.path("out.klv");
+    const ToolResult played = runTool(
+        playArgumentsOfMode("captions", folder.write("in.srt", text), "25",
+                            {"--language", "eng", "--program-name", "Film", "--rating", "TV-14 V", "-o", file}));
+    EXPECT_EQ(played.exitCode, 0) << played.err;
+    return file;
+}
+
+/// The same of a frame for each text of triplets.
+std::string writtenFrames(const TemporaryFolder& folder, const Texts& frames) {
+    std::string text;
+    for (std::size_t number = 0; number < frames.size(); ++number) {
+        text += "{\"frame\":" + std::to_string(number) + R"(,"pts":{"value":)" + std::to_string(number) +
+                R"(,"timescale":25},"packets":[],"captions":{"data":")" + frames[number] + "\"}}\n";
+    }
+    return folder.write("in.jsonl", text);
+}
+
+TEST(FileContents, ShowAService) {
+    const TemporaryFolder folder;
+    const std::string file = playedFile(folder);
+    const ToolResult all = runTool({"show", file, "--rate", "25", "--service", "1", "--all"});
+    EXPECT_EQ(all.exitCode, 0) << all.err;
+    EXPECT_EQ(all.err, "");
+    const std::string left(19, ' ');
+    // In the middle of 42 columns; the second of two rows stands on row 15.
+    EXPECT_EQ(all.out, "00:00:02,000 - 00:00:04,000  service 1\n  15  " + left +
+                           "One\n\n00:00:04,000 - 00:00:06,000  service 1\n  14  " + left + "Two\n  15  " + left +
+                           "rows\n\n00:00:07,000 - 00:00:08,000  service 1\n  15  " + left.substr(1) + "Three\n");
+    const ToolResult at = runTool({"show", file, "--rate", "25", "--service", "1", "--at", "2.5", "--json"});
+    EXPECT_NE(at.out.find(R"("service":"1")"), std::string::npos) << at.out;
+    EXPECT_NE(at.out.find(R"("text":"One")"), std::string::npos) << at.out;
+#ifdef QLX_TOOL_ZVBI
+    // 42 columns of 16 pixels, 15 rows of 26.
+    const std::string picture = folder.path("screen.ppm");
+    EXPECT_EQ(runTool({"show", file, "--rate", "25", "--service", "1", "--at", "2.5", "--png", picture}).exitCode, 0);
+    EXPECT_TRUE(folder.read("screen.ppm").starts_with("P6\n672 390\n255\n"));
+#endif
+    // Another service, of which there is nothing.
+    EXPECT_EQ(runTool({"show", file, "--rate", "25", "--service", "2", "--all"}).out,
+              "service 2: never anything on air (services here: 1)\n");
+}
+
+TEST(FileContents, ShowExtendedData) {
+    const TemporaryFolder folder;
+    const std::string file = playedFile(folder);
+    const ToolResult all = runTool({"show", file, "--rate", "25", "--channel", "xds", "--all"});
+    EXPECT_EQ(all.exitCode, 0) << all.err;
+    const Texts lines = linesOf(all.out);
+    ASSERT_EQ(lines.size(), 2U) << all.out;
+    EXPECT_NE(lines[0].find("  XDS  programme name: \"Film\""), std::string::npos) << lines[0];
+    EXPECT_NE(lines[1].find("  XDS  rating: TV-14 V"), std::string::npos) << lines[1];
+    const ToolResult at = runTool({"show", file, "--rate", "25", "--channel", "XDS", "--at", "5", "--json"});
+    EXPECT_EQ(linesOf(at.out).size(), 2U) << at.out;
+    EXPECT_NE(at.out.find(R"("text":"rating: TV-14 V")"), std::string::npos) << at.out;
+    EXPECT_EQ(runTool({"show", file, "--channel", "XDS", "--at", "5", "--png", "a.png"}).exitCode, 2);
+}
+
+TEST(FileContents, AreListed) {
+    const TemporaryFolder folder;
+    const std::string file = playedFile(folder);
+    const ToolResult list = runTool({"scan", file, "--list"});
+    EXPECT_EQ(list.exitCode, 0) << list.err;
+    const Texts lines = linesOf(list.out);
+    ASSERT_EQ(lines.size(), 5U) << list.out;
+    // A klv file has no times. At 25 frames/s: on from frames 50, 100 and 175 on, off at 150 and 200.
+    EXPECT_EQ(lines[1], "captions CC1        eng       frame 50        frame 199              3");
+    EXPECT_TRUE(lines[2].starts_with("extended data       -         frame ")) << lines[2];
+    EXPECT_TRUE(lines[2].ends_with(" (packets)")) << lines[2];
+    EXPECT_EQ(lines[3], "service 1           eng       frame 50        frame 199              3");
+    EXPECT_EQ(lines[4], "in 225 frames");
+    const ToolResult json = runTool({"scan", file, "--list", "--json"});
+    EXPECT_NE(json.out.find(R"("captions":3,"first":null,"firstFrame":50,"kind":"captions","language":"eng")"),
+              std::string::npos)
+        << json.out;
+    EXPECT_EQ(runTool({"scan", file, "--list", "--to-format", "klv"}).exitCode, 2);
+}
+
+// TR, "Hi"; resumed captions say nothing of it.
+TEST(FileContents, ShowTexts) {
+    const TemporaryFolder folder;
+    const std::string file = writtenFrames(folder, {"fc942a", "fc942a", "fcc8e9", "fc9420"});
+    EXPECT_EQ(runTool({"show", file, "--channel", "T1", "--all"}).out, "00:00:00,080 - end  text T1\n   1   Hi\n");
+    const Texts lines = linesOf(runTool({"scan", file, "--list"}).out);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[1], "text T1             -         00:00:00,080    00:00:00,120           1");
+}
+
+// RDC, preamble of row 15, "Hi" without parity bits.
+TEST(FileContents, AreReadWithoutParity) {
+    const TemporaryFolder folder;
+    const std::string file = writtenFrames(folder, {"fc1429", "fc1470", "fc4869"});
+    EXPECT_EQ(runTool({"show", file, "--channel", "CC1", "--at", "0.1", "--no-parity"}).out,
+              "captions CC1 at 00:00:00,100, since 00:00:00,080 (frame 2):\n  15   Hi\n");
+    EXPECT_EQ(linesOf(runTool({"scan", file, "--list"}).out).at(0), "no captions in 3 frames");
+    EXPECT_EQ(linesOf(runTool({"scan", file, "--list", "--no-parity"}).out).size(), 3U);
+}
+
+// A packet with one block of service 1: a visible window of one row and eight columns, then P16 B0A1 (EUC-KR: U+AC00).
+TEST(FileContents, ReadCharactersOfSixteenBits) {
+    const TemporaryFolder folder;
+    const std::string file = writtenFrames(folder, {"ff062afe9820fe0000fe0007fe1118feb0a1"});
+    const auto shown = [&](const std::string& encoding) {
+        const ToolResult result = runTool({"show", file, "--service", "1", "--at", "0", "--p16", encoding, "--json"});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return result.out;
+    };
+    EXPECT_NE(shown("euc-kr").find("\"text\":\"\uAC00\""), std::string::npos) << shown("euc-kr");
+    EXPECT_NE(shown("utf-16").find("\"text\":\"\uB0A1\""), std::string::npos) << shown("utf-16");
+    EXPECT_NE(runTool({"scan", file, "--p16", "euc-kr"}).out.find("service 1: DF0 visible, \"\uAC00\""),
+              std::string::npos);
+    EXPECT_EQ(runTool({"show", file, "--at", "0", "--p16", "euc-kr"}).exitCode, 2);
+}
+
+}  // namespace

@@ -1,0 +1,110 @@
+#include "commands/scan/ContentList.h"
+
+#include "io/Text.h"
+#include "io/Times.h"
+#include "streams/Json.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+using streams::Content;
+using streams::ContentKind;
+
+std::string nameInWords(const Content& content) {
+    switch (content.kind) {
+    case ContentKind::CaptionChannel:
+        return "captions " + content.name;
+    case ContentKind::TextChannel:
+        return "text " + content.name;
+    case ContentKind::ExtendedData:
+        return "extended data";
+    case ContentKind::CaptionService:
+        return "service " + content.name;
+    case ContentKind::TeletextPage:
+        return "teletext page " + content.name;
+    }
+    return content.name;
+}
+
+std::string_view jsonKind(ContentKind kind) {
+    constexpr std::array<std::string_view, 5> kKinds{"captions", "text", "extendedData", "service", "teletext"};
+    return kKinds[static_cast<std::size_t>(kind)];
+}
+
+/// Its time, or else its number; `-` for no frame.
+std::string placeInWords(const std::optional<std::uint64_t>& frame, const std::optional<MediaTime>& time) {
+    return !frame ? "-" : time ? timecode(*time) : "frame " + std::to_string(*frame);
+}
+
+Value jsonTime(const std::optional<MediaTime>& time) {
+    return time ? Value(Dictionary{{"value", time->value},
+                                   {"timescale", std::int64_t{time->timescale}},
+                                   {"seconds", secondsFrom(*time)}})
+                : Value();
+}
+
+}  // namespace
+
+void ContentListWriter::write(const Frame& frame) {
+    ++_frames;
+    _reader.receive(frame);
+}
+
+void ContentListWriter::finish() {
+    const std::vector<Content> contents = _reader.contents();
+    if (_asJson) {
+        writeJson(contents);
+    } else {
+        writeTable(contents);
+    }
+}
+
+void ContentListWriter::writeTable(const std::vector<Content>& contents) {
+    constexpr std::size_t kNameWidth = 18;
+    constexpr std::size_t kLanguageWidth = 8;
+    constexpr std::size_t kTimeWidth = 14;
+    constexpr std::size_t kCountWidth = 8;
+    if (!contents.empty()) {
+        _output.write(padded("what", kNameWidth) + "  " + padded("language", kLanguageWidth) + "  " +
+                      padded("first", kTimeWidth) + "  " + padded("last", kTimeWidth) + "  captions\n");
+    }
+    for (const Content& content : contents) {
+        _output.write(padded(nameInWords(content), kNameWidth) + "  " +
+                      padded(content.language.empty() ? "-" : content.language, kLanguageWidth) + "  " +
+                      padded(placeInWords(content.firstFrame, content.first), kTimeWidth) + "  " +
+                      padded(placeInWords(content.lastFrame, content.last), kTimeWidth) + "  " +
+                      rightAligned(content.captions, kCountWidth) +
+                      (content.kind == ContentKind::ExtendedData ? " (packets)" : "") + "\n");
+    }
+    _output.write((contents.empty() ? std::string("no captions in ") : std::string("in ")) + counted(_frames, "frame") +
+                  "\n");
+}
+
+void ContentListWriter::writeJson(const std::vector<Content>& contents) {
+    Array array;
+    for (const Content& content : contents) {
+        array.emplace_back(Dictionary{
+            {"kind", jsonKind(content.kind)},
+            {"name", content.name},
+            {"language", content.language.empty() ? Value() : Value(content.language)},
+            {"captions", content.captions},
+            {"firstFrame", content.firstFrame ? Value(*content.firstFrame) : Value()},
+            {"lastFrame", content.lastFrame ? Value(*content.lastFrame) : Value()},
+            {"first", jsonTime(content.first)},
+            {"last", jsonTime(content.last)},
+        });
+    }
+    _output.write(jsonText(Value(Dictionary{
+                      {"schema", "qlxcc/contents/1"}, {"frames", _frames}, {"contents", std::move(array)}})) +
+                  "\n");
+}
+
+}  // namespace qlx::tool

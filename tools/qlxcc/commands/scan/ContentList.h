@@ -1,0 +1,33 @@
+// What is in a file: its channels, texts, services, extended data and pages.
+#pragma once
+
+#include "io/Frame.h"
+#include "io/OutputFile.h"
+
+#include <qlx/streams/contents.h>
+
+#include <cstdint>
+
+namespace qlx::tool {
+
+/// Writes, behind the last frame, a line for each with its language, its first and last time and how many captions it has;
+/// or a JSON object of the same.
+class ContentListWriter final : public FrameWriter {
+public:
+    ContentListWriter(OutputFile& output, bool asJson, bool ignoresParity)
+        : _output(output), _asJson(asJson), _reader({.ignoresParity = ignoresParity}) {}
+
+    void write(const Frame& frame) override;
+    void finish() override;
+
+private:
+    void writeTable(const std::vector<streams::Content>& contents);
+    void writeJson(const std::vector<streams::Content>& contents);
+
+    OutputFile& _output;
+    bool _asJson;
+    streams::ContentReader _reader;
+    std::uint64_t _frames = 0;
+};
+
+}  // namespace qlx::tool
