@@ -99,20 +99,6 @@ private:
     std::vector<SubtitleProblem> _problems;
 };
 
-[[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text) {
-    if (text.empty()) {
-        throw failureAtByte(subtitles.name, 0, "the file is empty");
-    }
-    if (text.find('\n') == std::string_view::npos && text.find('\r') != std::string_view::npos) {
-        throw failureAtLine(subtitles.name, 1, "no cue: lines must end in line feeds, these end in carriage returns");
-    }
-    if (subtitles.problems.count() == 0) {
-        throw failureAtLine(subtitles.name, 1, "no cue: the file has no text");
-    }
-    const SubtitleProblem& first = subtitles.problems.first().front();
-    throw failureAtLine(subtitles.name, first.place, "no valid cue in the file: " + first.what);
-}
-
 /// Reads a text, and hands on its cues and, behind each piece, what was found.
 template <class TakeCue, class TakeFound>
 void walk(std::string_view text, CueFindings& findings, const TakeCue& takeCue, const TakeFound& takeFound) {
@@ -135,15 +121,25 @@ void walk(std::string_view text, CueFindings& findings, const TakeCue& takeCue, 
 
 }  // namespace
 
+void throwNoCue(const Subtitles& subtitles, std::string_view text) {
+    if (text.empty()) {
+        throw failureAtByte(subtitles.name, 0, "the file is empty");
+    }
+    if (text.find('\n') == std::string_view::npos && text.find('\r') != std::string_view::npos) {
+        throw failureAtLine(subtitles.name, 1, "no cue: lines must end in line feeds, these end in carriage returns");
+    }
+    if (subtitles.problems.count() == 0) {
+        throw failureAtLine(subtitles.name, 1, "no cue: the file has no text");
+    }
+    const SubtitleProblem& first = subtitles.problems.first().front();
+    throw failureAtLine(subtitles.name, first.place, "no valid cue in the file: " + first.what);
+}
+
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
     subtitles.format = "SRT";
     CueFindings findings(text);
     const auto takeCue = [&](const subtitles::Cue& cue) {
         ++subtitles.cues;
-        if (take.value) {
-            take.value(cue);
-            return;
-        }
         auto record = facade::toRecord(cue);
         record->updatePositioningForSubtitleMode(request.mode);
         if (request.mode == kCea608Mode) {

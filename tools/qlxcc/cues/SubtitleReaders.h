@@ -20,8 +20,13 @@ struct CueTakers {
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
+/// The same of cues as they are, also of a WebVTT file.
+void readTextCues(Subtitles& subtitles, std::string_view text, const CueValueTaker& take);
 void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
+
+/// @throws Failure: there is no cue in the text.
+[[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text);
 
 /// Whether a file is EBU STL, by its first bytes: a code page and a disk format code.
 [[nodiscard]] bool looksLikeSTL(std::string_view bytes) noexcept;

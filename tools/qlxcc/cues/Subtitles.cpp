@@ -56,7 +56,11 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     if (isSTL && !request.encoding.empty()) {
         throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
     }
-    checkKind(file, first, !request.encoding.empty());
+    // Only cues as they are can be those of WebVTT.
+    const bool isWebVtt = take.value && inputKindOfBytes(first) == InputKind::Vtt;
+    if (!isWebVtt) {
+        checkKind(file, first, !request.encoding.empty());
+    }
     const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
     const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
     if (kind == InputKind::Stl) {
@@ -66,6 +70,8 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     checkUTF8(file.name(), text);
     if (kind == InputKind::Json) {
         readJson(subtitles, text, request, take);
+    } else if (take.value) {
+        readTextCues(subtitles, text, take.value);
     } else {
         readSRT(subtitles, text, request, take);
     }

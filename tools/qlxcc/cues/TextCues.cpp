@@ -1,0 +1,69 @@
+// SRT and WebVTT files as the library's own readers of them have their cues: with all styles and places.
+#include "cues/SubtitleReaders.h"
+#include "streams/InputKind.h"
+
+#include <qlx/base/finding.h>
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/webvtt.h>
+
+#include <cstdint>
+#include <span>
+
+namespace qlx::tool {
+
+namespace {
+
+/// Makes problems of a file of what is found in it; remarks are none.
+class ProblemSink final : public FindingSink {
+public:
+    explicit ProblemSink(Subtitles& subtitles) : _subtitles(subtitles) {}
+
+    void add(const Finding& finding) override {
+        if (finding.severity != Severity::Remark) {
+            _subtitles.problems.add({finding.offset, finding.text(), SubtitleProblem::Effect::None});
+        }
+    }
+
+private:
+    Subtitles& _subtitles;
+};
+
+template <class Reader>
+void readAll(Subtitles& subtitles, std::string_view text, const CueValueTaker& take) {
+    ProblemSink problems(subtitles);
+    Reader reader({}, &problems);
+    const auto takeAll = [&] {
+        while (const subtitles::Cue* const cue = reader.next()) {
+            ++subtitles.cues;
+            take(*cue);
+        }
+    };
+    // What the reader gets at once, so that the file is in memory only once.
+    constexpr std::size_t kPiece = std::size_t{256} * 1024;
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, kPiece);
+        text.remove_prefix(piece.size());
+        reader.push({reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()});
+        takeAll();
+    }
+    reader.finish();
+    takeAll();
+}
+
+}  // namespace
+
+void readTextCues(Subtitles& subtitles, std::string_view text, const CueValueTaker& take) {
+    const std::span first(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    if (inputKindOfBytes(first) == InputKind::Vtt) {
+        subtitles.format = "WebVTT";
+        readAll<subtitles::WebVttReader>(subtitles, text, take);
+    } else {
+        subtitles.format = "SRT";
+        readAll<subtitles::SubRipReader>(subtitles, text, take);
+    }
+    if (subtitles.cues == 0) {
+        throwNoCue(subtitles, text);
+    }
+}
+
+}  // namespace qlx::tool
