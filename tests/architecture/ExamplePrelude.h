@@ -144,6 +144,9 @@ extern std::array<std::uint8_t, qlx::anc::kGreatestUserData> room;
 namespace streams_container {
 extern qlx::streams::ByteSource& source;
 }
+namespace streams_contents {
+extern std::vector<qlx::streams::Frame> frames;
+}
 namespace streams_frame_reader {
 extern qlx::streams::FrameReader& reader;
 }
