@@ -56,9 +56,11 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
                          number(lane.lastEnd)});
         if (!lane.cues.empty()) {
             lane.cues.back().end = start;
+            lane.cues.back().endsWithNext = true;
         }
         if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
             lane.shown->end = start;
+            lane.shown->endsWithNext = true;
         }
     }
     lane.hasStarted = true;
@@ -199,6 +201,9 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
     const std::uint64_t atOnce = slot + codeLength() - 1;
     switch (next.style) {
     case CaptionStyle::PopOn: {
+        if (lane.shown->endsWithNext) {
+            return false;
+        }
         const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
         const std::uint64_t loaded = slot + next.pairs + (isInterrupted ? codeLength() : 0);
         return std::max(next.start, loaded) > atOnce;
@@ -314,7 +319,8 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
-        if (lane.shown && !isBeingWritten) {
+        const bool staysOn = lane.shown && lane.shown->endsWithNext && isPopOn;
+        if (lane.shown && !isBeingWritten && !staysOn) {
             keep(lane.shown->end);
         }
         if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {

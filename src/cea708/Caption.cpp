@@ -239,7 +239,12 @@ private:
             return;
         }
         constexpr char32_t kPlane = 0x10000;
-        if (_options.usesWideCharacters && isShown(character)) {
+        if (_options.usesWideCharacters && _options.wideCode) {
+            if (const std::optional<std::uint16_t> wide = _options.wideCode(character)) {
+                write(WideCharacter{*wide});
+                return;
+            }
+        } else if (_options.usesWideCharacters && isShown(character)) {
             if (character >= kPlane) {
                 write(WideCharacter{static_cast<std::uint16_t>(0xD800U + ((character - kPlane) >> 10U))});
                 write(WideCharacter{static_cast<std::uint16_t>(0xDC00U + (character & 0x3FFU))});

@@ -110,7 +110,8 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
                   {.aspectRatio = _options.aspectRatio,
                    .usesWideCharacters = _options.usesWideCharacters,
                    .window = cue.window,
-                   .findingsOffset = ordinal},
+                   .findingsOffset = ordinal,
+                   .wideCode = _options.wideCode},
                   cue.bytes, findings);
     if (cue.bytes.empty()) {
         addTo(findings, {FindingCode::Cea708CaptionEmpty, Severity::Remark, ordinal, 0, 0});
@@ -122,9 +123,11 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
                          number(lane.lastEnd)});
         if (!lane.cues.empty()) {
             lane.cues.back().end = caption.start;
+            lane.cues.back().endsWithNext = true;
         }
         if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
             lane.shown->end = caption.start;
+            lane.shown->endsWithNext = true;
         }
     }
     lane.hasStarted = true;
@@ -204,6 +207,9 @@ bool Writer::isErased(const Lane& lane) const noexcept {
     const Cue& next = lane.cues.front();
     if (next.style != CaptionStyle::PopOn && next.isBegun()) {
         // It is what is shown.
+        return false;
+    }
+    if (next.style == CaptionStyle::PopOn && lane.shown->endsWithNext) {
         return false;
     }
     const bool rollsOn = next.style == CaptionStyle::RollUp && lane.shown->style == CaptionStyle::RollUp;
@@ -290,7 +296,11 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea708ShownLate, Severity::Warning, cue.number, number(_frame - cue.start), 0});
     }
     _events.push_back({cue.number, CaptionStep::Shown});
-    Shown shown{.number = cue.number, .end = cue.end, .style = cue.style, .window = cue.window};
+    Shown shown{.number = cue.number,
+                .end = cue.end,
+                .style = cue.style,
+                .window = cue.window,
+                .endsWithNext = cue.endsWithNext};
     std::copy_n(cue.bytes.begin(), kDefinitionBytes, shown.definition.begin());
     lane.shown = shown;
 }

@@ -47,6 +47,16 @@ Result<cea708::Caption> serviceCaptionOf(const subtitles::Cue& cue, FrameRate ra
     return caption;
 }
 
+/// A text begins an empty box where it is the first one of its channel.
+void BroadcastPlayout::addText(cea608::Caption& caption, FindingSink* findings) {
+    const auto bit =
+        static_cast<std::uint8_t>(1U << (2U * (caption.channel.field - 1U) + caption.channel.channel - 1U));
+    cea608::TextMessage text{.start = caption.start, .channel = caption.channel, .restarts = (_textsBegun & bit) == 0};
+    text.rows = std::move(caption.rows);
+    _textsBegun = static_cast<std::uint8_t>(_textsBegun | bit);
+    _line21.addText(text, findings);
+}
+
 bool BroadcastPlayout::add(const subtitles::Cue& cue, const BroadcastTargets& targets, FindingSink* findings) {
     const std::uint64_t number = _cues++;
     bool isTaken = true;
@@ -61,7 +71,11 @@ bool BroadcastPlayout::add(const subtitles::Cue& cue, const BroadcastTargets& ta
         } else {
             addTo(findings, made.error());
         }
-        isTaken = _line21.add(line21, made ? findings : nullptr);
+        if (options.channel.isText && made && !line21.rows.empty()) {
+            addText(line21, findings);
+        } else {
+            isTaken = _line21.add(line21, made ? findings : nullptr);
+        }
     } else {
         (void)_line21.add(line21);
     }

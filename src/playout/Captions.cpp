@@ -101,11 +101,14 @@ private:
     }
 
     /// Of two rows of the cue that follow one another, with none but empty ones between them.
-    std::size_t distanceOf(std::size_t before, std::size_t source) const noexcept {
+    [[nodiscard]] std::size_t distanceOf(std::size_t before, std::size_t source) const {
         const std::uint64_t upper = _cue.rows[before].number;
         const std::uint64_t lower = _cue.rows[source].number;
         if (upper == 0 || lower == 0) {
             return std::max<std::size_t>(source - before, 1);
+        }
+        if (lower <= upper && source != before) {
+            report(FindingCode::PlayoutRowMoved, Severity::Remark, source, static_cast<std::size_t>(lower));
         }
         return lower > upper ? static_cast<std::size_t>(std::min<std::uint64_t>(lower - upper, cea608::kRows)) : 1;
     }

@@ -113,11 +113,20 @@ TEST(PopOnCaptions, EndLateWhenTheyAreShownLate) {
               (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption ends 20 frames late"}));
 }
 
+// What another one cuts stays until that one is there: three frames late, as its four pairs go out behind EOC.
+TEST(PopOnCaptions, StayUntilALateOneThatCutsThemIsShown) {
+    const Sent result = sentOf({captionOf(20, 60, U"Hi"), captionOf(22, 40, U"yo")});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142e 1460 796f 142f\n40: 142c");
+    ASSERT_EQ(result.findings.size(), 3U);
+    EXPECT_EQ(result.findings[1], "0: caption ends 3 frames late");
+    EXPECT_EQ(result.findings[2], "1: caption is shown 3 frames late, 3 pairs short");
+}
+
 TEST(PopOnCaptions, AreNotErasedWhenTheNextFollowsAtOnce) {
     // Between frames 40 and 41 there is no room for both EDM.
     Sent result = sentOf({captionOf(20, 40, U"Hi"), captionOf(41, 60, U"yo")}, 1, FrameRate::Fps25, true);
     EXPECT_NE(result.pairs.find("796f\n41: 142f 142f\n60: 142c 142c"), std::string::npos) << result.pairs;
-    EXPECT_EQ(result.findings, Texts{"0: caption ends 1 frames late"});
+    EXPECT_EQ(result.findings, Texts{"0: caption ends 1 frame late"});
     result = sentOf({captionOf(20, 40, U"Hi"), captionOf(42, 60, U"yo")}, 1, FrameRate::Fps25, true);
     EXPECT_NE(result.pairs.find("40: 142c 142c 142f 142f\n60: 142c 142c"), std::string::npos) << result.pairs;
     EXPECT_EQ(result.findings, Texts());
@@ -157,7 +166,7 @@ TEST(Captions, SendNoCodeOnceBesideItsLike) {
     EXPECT_EQ(spared.findings, Texts());
     const Sent late = sentFor(U"\u266A\u266A", 34);
     EXPECT_EQ(late.pairs.substr(late.pairs.find("20: ") + 4), begin + "142f 142f\n80: 142c 142c");
-    EXPECT_EQ(late.findings, Texts{"1: caption is shown 1 frames late, 1 pairs short"});
+    EXPECT_EQ(late.findings, Texts{"1: caption is shown 1 frame late, 1 pair short"});
 }
 
 TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
@@ -283,8 +292,8 @@ TEST(Captions, OfTwoChannelsShareAField) {
     EXPECT_EQ(result.pairs, "0: 1420 142e 1460 796f 142f 1420 142e 1460 6100 1c20 1c2e 1c60 4869 1c2f 1c20 1c2e 1c60 "
                             "6200\n20: 142c 1c2c\n50: 142f 1c2f\n60: 142c 1c2c");
     EXPECT_EQ(result.findings,
-              (Texts{"0: caption is shown 7 frames late, 7 pairs short", "0: caption ends 1 frames late",
-                     "3: caption is shown 1 frames late, 1 pairs short", "3: caption ends 1 frames late"}));
+              (Texts{"0: caption is shown 7 frames late, 7 pairs short", "0: caption ends 1 frame late",
+                     "3: caption is shown 1 frame late, 1 pair short", "3: caption ends 1 frame late"}));
 }
 
 TEST(Captions, OfAnInterruptedChannelGoOnBehindItsModeCode) {

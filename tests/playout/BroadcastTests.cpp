@@ -12,6 +12,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -173,6 +174,43 @@ TEST_F(BroadcastDecoder, GetsAllThatIsSentAtEachRate) {
         EXPECT_FALSE(content.field1.empty() || content.dtvcc.empty());
         EXPECT_EQ(qlxtest::contentOf(decoded(packets, rate)), content) << "rate " << static_cast<int>(rate);
     }
+}
+
+// Another first frame of the services does not count: the caption that is due in frame 125 is shown in it.
+TEST(Broadcasts, CountTheFramesOfBothFromOneFirst) {
+    qlx::playout::BroadcastOptions options;
+    options.line21.firstFrame = 100;
+    options.services.firstFrame = 5;
+    BroadcastPlayout playout(FrameRate::Fps25, options);
+    ASSERT_TRUE(playout.add(oneCue({{"Hi", Alignment::Center}}, 5000, 6000), {.service = ServiceOptions{}}));
+    std::optional<std::uint64_t> shown;
+    while (!playout.isDone() && playout.frame() < 1000) {
+        const std::uint64_t frame = playout.frame();
+        (void)playout.next();
+        for (const qlx::cea708::CaptionEvent& event : playout.serviceEvents()) {
+            shown = event.step == qlx::cea708::CaptionStep::Shown ? std::optional(frame) : shown;
+        }
+    }
+    EXPECT_EQ(shown, 125U);
+}
+
+// Two texts: the first one begins an empty box, the second one goes on below it, each in its channel.
+TEST(Broadcasts, SendTexts) {
+    BroadcastPlayout playout(FrameRate::Fps25);
+    qlx::Findings findings;
+    const qlx::playout::BroadcastTargets targets{.line21 = CaptionOptions{.channel = qlx::cea608::kT3}};
+    ASSERT_TRUE(playout.add(oneCue({{"One", Alignment::Left}}), targets, &findings));
+    ASSERT_TRUE(playout.add(oneCue({{"Two", Alignment::Left}}, 3000, 4000), targets, &findings));
+    qlx::cea608::Receiver receiver(qlx::cea608::kT3);
+    while (playout.frame() < 200) {
+        const qlx::cc::Cdp cdp = playout.next(&findings);
+        for (const qlx::cc::Triplet& pair : qlx::cc::fieldPairs(cdp.triplets(), qlx::cc::CcType::Field2)) {
+            (void)receiver.receive(pair.first, pair.second);
+        }
+    }
+    EXPECT_TRUE(playout.isDone());
+    EXPECT_TRUE(findings.empty());
+    EXPECT_EQ(qlxtest::linesOf(receiver.screen()), (std::vector<std::string>{"   1   One", "   2   Two"}));
 }
 
 }  // namespace

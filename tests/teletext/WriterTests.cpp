@@ -188,7 +188,7 @@ TEST(TeletextWriter, SendsTheHeaderInTheFieldBeforeTheRows) {
     // There is no field in front of the first one.
     EXPECT_EQ(sent({textOf(0, 2)}), (Texts{"0.1 0 888 C4 C8", "0.2 22", "0.2 0 8FF", "2.1 0 888 C4 C8", "2.1 0 8FF"}));
     EXPECT_EQ(sent({textOf(0, 2)}, {.fields = FrameFields::Progressive}, FrameRate::Fps25,
-                   {"0: text of frame 0 is complete 1 frames late"}),
+                   {"0: text of frame 0 is complete 1 frame late"}),
               (Texts{"0.1 0 888 C4 C8", "1.2 22", "1.2 0 8FF", "2.1 0 888 C4 C8", "2.1 0 8FF"}));
 }
 
@@ -231,7 +231,7 @@ TEST(TeletextWriter, SendsPagesOfAMagazineOneAfterTheOther) {
 TEST(TeletextWriter, MovesOnWhatDoesNotFit) {
     const std::vector<std::uint8_t> rows{2, 4, 6, 8, 10, 12};
     EXPECT_EQ(sent({textOf(2, 4, rows)}, {.fields = FrameFields::Progressive}, FrameRate::Fps25,
-                   {"0: text of frame 2 is complete 1 frames late"}),
+                   {"0: text of frame 2 is complete 1 frame late"}),
               (Texts{"1.2 0 888 C4 C8", "2.1 2", "2.1 4", "2.1 6", "2.1 8", "2.1 10", "3.2 12", "3.2 0 8FF",
                      "4.1 0 888 C4 C8", "4.1 0 8FF"}));
     EXPECT_EQ(sent({textOf(2, 4, rows)}, {.fields = FrameFields::Progressive, .packetsPerField = 10}),

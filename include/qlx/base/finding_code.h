@@ -280,6 +280,10 @@ enum class FindingCode : std::uint32_t {
     VideoStartCodeMissing,         ///< Bytes without one, most that are looked at.
     VideoSystemStartCode,          ///< Byte behind the start code.
     VideoUnitTooLong,              ///< Bytes of the access unit so far, most that it may have.
+    VideoParametersMissing,        ///< Bytes without a sequence header or parameter set, most that are looked at.
+    VideoUserDataUnlikeScte20,     ///< Bytes there.
+    VideoScte20Cut,                ///< cc_count, pairs there.
+    VideoScte20FieldWrong,         ///< Number of the pair from 0; its field_number is 0.
 
     // klv (SMPTE ST 336)
     KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.
@@ -447,6 +451,7 @@ enum class FindingCode : std::uint32_t {
 
     // streams: coded video
     StreamCaptionsUnused = 0x1F'0201,  ///< Triplets of a message that says that they are not to be used.
+    StreamScte20Unused,  ///< Pairs by SCTE 20 of the first picture that has them beside captions by ATSC A/53.
 
     // streams: containers
     ContainerLibraryMissing = 0x1F'0211,  ///< No numbers; what is missing is in FrameReader::takeLibraryTexts().
@@ -514,6 +519,7 @@ enum class FindingCode : std::uint32_t {
     PlayoutRowBroken,             ///< Row of the cue, characters of it in front of those that go on the next row.
     PlayoutRowLeftOut,            ///< Row of the cue, characters of it that are left out.
     PlayoutBoldLeftOut,           ///< Row of the cue, characters of it that are not bold.
+    PlayoutRowMoved,              ///< Row of the cue, its number, which is not below that of the row in front of it.
     PlayoutPageFull = 0xD'0101,   ///< Row of the cue, characters of it that are left out.
     PlayoutCueMoved,              ///< First row on the page that it should have, the one that it has.
     PlayoutCueLeftOut,            ///< First row on the page that it should have; something else stands there.

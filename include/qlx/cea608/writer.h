@@ -70,9 +70,9 @@ struct FramePairs {
 /// would make the caption late, a code behind each of them is sent once, but none beside its like, which would be taken
 /// for its repetition (where all codes are sent once, a pair in front of EDM may stay unused and does not count). A
 /// caption that does not fit is shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when
-/// the next EOC follows at
-/// once. Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the
-/// next begins much later.
+/// the next EOC follows at once, and where the next caption begins before that end: what is shown stays then until the
+/// other one takes its place, also when that is late. Roll-up and paint-on captions are written from their start on; a
+/// roll-up one is erased at its end only when the next begins much later.
 /// In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,
 /// begins behind that EDM, so up to two pairs late (one where codes are sent once), without a finding for these.
 ///
@@ -126,7 +126,8 @@ private:
         CaptionStyle style = CaptionStyle::PopOn;
         bool isText = false;
         bool isBegun = false;
-        std::size_t unused = 0;  ///< Slots in front of a code that was due, for each of which a code is sent once.
+        bool endsWithNext = false;  ///< The next one takes its place: its end was behind the start of that.
+        std::size_t unused = 0;     ///< Slots in front of a code that was due, for each of which a code is sent once.
     };
 
     /// A channel, or its text.

@@ -14,6 +14,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace qlx::cea708 {
@@ -62,9 +64,11 @@ struct Caption {
 /// How captions are encoded.
 struct EncodeOptions {
     AspectRatio aspectRatio = AspectRatio::Wide;  ///< Of the picture: it says how many columns there are.
-    bool usesWideCharacters = false;              ///< What G0 to G3 do not have is sent behind P16 as UTF-16.
+    bool usesWideCharacters = false;              ///< What G0 to G3 do not have is sent behind P16.
     std::uint8_t window = 0;                      ///< The window that it is written into.
     std::uint64_t findingsOffset = 0;             ///< What findings have as their offset.
+    /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are UTF-16.
+    std::function<std::optional<std::uint16_t>(char32_t character)> wideCode{};
 };
 
 /// Appends the commands that write a caption: the definition of its window, hidden for pop-on captions, then its text,

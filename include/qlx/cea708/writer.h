@@ -18,6 +18,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -31,10 +32,12 @@ class FrameBlocks;
 /// How a writer sends.
 struct ServiceWriterOptions {
     AspectRatio aspectRatio = AspectRatio::Wide;  ///< Of the picture: it says how many columns there are.
-    bool usesWideCharacters = false;              ///< What G0 to G3 do not have is sent behind P16 as UTF-16.
+    bool usesWideCharacters = false;              ///< What G0 to G3 do not have is sent behind P16.
     std::uint32_t clearAfter =
         4;  ///< Seconds: rows of a roll-up caption whose next one begins later are erased at its end.
     std::uint64_t firstFrame = 0;  ///< The number of the frame that next() gives first.
+    /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are UTF-16.
+    std::function<std::optional<std::uint16_t>(char32_t character)> wideCode{};
 };
 
 /// Captions with times behind this frame are left out: some thousand million years.
@@ -66,7 +69,8 @@ struct CaptionEvent {
 /// windows 0 and 1. In its first frame one block deletes the one window and shows the other. It fits when its commands and
 /// that block go into the frames behind the start of the one before it, up to and with its own first one; one that does
 /// not fit is shown as soon as it is loaded, with a finding. Roll-up captions (in window 2) and paint-on captions are
-/// written from their first frame on. A caption is deleted at its end; the rows of a roll-up one only when the next is
+/// written from their first frame on. A caption is deleted at its end, or where a pop-on one begins before that, when
+/// the other one is shown; the rows of a roll-up one only when the next is
 /// none, or begins much later. Another place or number of rows begins with an empty window.
 ///
 /// What is due goes first, then the captions of all services, that with the earliest start in front.
@@ -107,7 +111,8 @@ private:
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
         std::uint8_t window = 0;
-        std::size_t sent = 0;  ///< Of `bytes`.
+        bool endsWithNext = false;  ///< The next one takes its place: its end was behind the start of that.
+        std::size_t sent = 0;       ///< Of `bytes`.
         std::vector<std::uint8_t> bytes{};
 
         [[nodiscard]] bool isBegun() const noexcept { return sent > 0; }
@@ -120,6 +125,7 @@ private:
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
         std::uint8_t window = 0;
+        bool endsWithNext = false;
         std::array<std::uint8_t, kDefinitionBytes> definition{};
     };
 

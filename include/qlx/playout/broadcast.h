@@ -52,11 +52,13 @@ struct ServiceOptions {
 
 /// Where a cue is sent: what is none is not.
 struct BroadcastTargets {
-    std::optional<CaptionOptions> line21{};   ///< CC1 to CC4.
+    /// CC1 to CC4, or T1 to T4: the rows of a cue stand below those of the cue before it there (the first one begins an
+    /// empty box), are sent from the cue's start on as captions let them, and stay, whenever the cue ends.
+    std::optional<CaptionOptions> line21{};
     std::optional<ServiceOptions> service{};  ///< A service of DTVCC.
 };
 
-/// How all of it is sent. The first frame of both must be the same; the aspect ratio that counts is that of `services`.
+/// How all of it is sent. The first frame that counts is that of `line21`, the aspect ratio that of `services`.
 struct BroadcastOptions {
     cea608::WriterOptions line21{};           ///< CEA-608.
     cea708::ServiceWriterOptions services{};  ///< CEA-708.
@@ -71,7 +73,7 @@ class BroadcastPlayout {
 public:
     /// Has nothing to send yet; the next frame is the first one of the options, and frame 0 is at 0 s.
     explicit BroadcastPlayout(FrameRate rate, const BroadcastOptions& options = {})
-        : _rate(rate), _options(options), _line21(rate, options.line21), _services(rate, options.services) {}
+        : _rate(rate), _options(options), _line21(rate, options.line21), _services(rate, servicesOf(options)) {}
 
     /// Takes a cue. The offsets and the aspect ratio of `targets` do not count. What is found while rows are placed is told once.
     /// @return False, with a finding, when it is left out in one of them: its times are none, it has no text, it is
@@ -90,7 +92,8 @@ public:
     /// The packet of the next frame. Its counter is the low 16 bits of the frame's number.
     [[nodiscard]] QLX_EXPORT cc::Cdp next(FindingSink* findings = nullptr);
 
-    /// What became of cues in CEA-608 with the last frame, in order; valid until the next call of next().
+    /// What became of cues in CEA-608 with the last frame, in order; valid until the next call of next(). Texts are
+    /// only begun.
     [[nodiscard]] std::span<const cea608::CaptionEvent> line21Events() const noexcept { return _line21.events(); }
     /// The same in services.
     [[nodiscard]] std::span<const cea708::CaptionEvent> serviceEvents() const noexcept { return _services.events(); }
@@ -101,11 +104,21 @@ public:
     [[nodiscard]] bool isDone() const noexcept { return _line21.isDone() && _services.isDone(); }
 
 private:
+    /// Both writers count the same frames.
+    static cea708::ServiceWriterOptions servicesOf(const BroadcastOptions& options) noexcept {
+        cea708::ServiceWriterOptions services = options.services;
+        services.firstFrame = options.line21.firstFrame;
+        return services;
+    }
+
+    void addText(cea608::Caption& caption, FindingSink* findings);
+
     FrameRate _rate;
     BroadcastOptions _options;
     cea608::Writer _line21;
     cea708::Writer _services;
-    cc::Cdp _information;  ///< Of which the service information counts.
+    std::uint8_t _textsBegun = 0;  ///< A bit for each of T1 to T4 that has a text.
+    cc::Cdp _information;          ///< Of which the service information counts.
     std::uint64_t _cues = 0;
 };
 

@@ -28,7 +28,7 @@ namespace qlx::playout {
 
 /// Where and how a cue is sent.
 struct CaptionOptions {
-    cea608::Channel channel = cea608::kCC1;                    ///< CC1 to CC4.
+    cea608::Channel channel = cea608::kCC1;                    ///< CC1 to CC4; of a broadcast also T1 to T4.
     cea608::CaptionStyle style = cea608::CaptionStyle::PopOn;  ///< How it comes to the screen.
     std::uint8_t rollUpRows = 2;                               ///< RollUp: 2 to 4.
     std::uint64_t findingsOffset = 0;                          ///< What findings have as their offset.
@@ -41,8 +41,9 @@ struct CaptionOptions {
 /// The first four are kept (PlayoutRowLeftOut). They stand left, in the middle or right; unchanged ones begin in the
 /// first column with their own spaces. Row numbers 1 to 11, which a teletext page has at double height, are spread over
 /// the rows 1 to 15 by the last of them (the first, where that is above the middle), and the rows of a cue keep their
-/// distance from one another. Without numbers the rows end on row 15, or stand in the middle or at the top as their
-/// place in the cue says. Colours, italics, underlines and flashing are asked for; the writer says what cannot be sent.
+/// distance from one another; one whose number does not rise stands below the one before it (PlayoutRowMoved). Without
+/// numbers the rows end on row 15, or stand in the middle or at the top as their place in the cue says. Colours, italics,
+/// underlines and flashing are asked for; the writer says what cannot be sent.
 /// There is no bold (PlayoutBoldLeftOut).
 ///
 /// Fails with PlayoutTimeWrong where start or end is no time, is negative, or has no number of a frame.

@@ -4,12 +4,24 @@
 
 namespace qlx::tool {
 
+namespace {
+
+/// `CEA-608: `; empty for what is of neither system. The codes of a room are numbers with the same upper half.
+std::string systemOf(FindingCode code) {
+    const auto roomOf = [](FindingCode one) { return static_cast<std::uint32_t>(one) >> 16U; };
+    return roomOf(code) == roomOf(FindingCode::Cea608CaptionEmpty)   ? "CEA-608: "
+           : roomOf(code) == roomOf(FindingCode::Cea708CaptionEmpty) ? "CEA-708: "
+                                                                     : std::string();
+}
+
+}  // namespace
+
 void CueNotes::add(const Finding& finding) {
     Kind& kind = _kinds[finding.code];
     if (++kind.count > kShown) {
         return;
     }
-    const std::string text = finding.text();
+    const std::string text = (_namesSystems ? systemOf(finding.code) : std::string()) + finding.text();
     if (kind.count == 1) {
         kind.text = text;
         kind.isRemark = finding.severity == Severity::Remark;

@@ -16,7 +16,9 @@ namespace qlx::tool {
 class CueNotes final : public FindingSink {
 public:
     /// @param name Of the file.
-    explicit CueNotes(std::string name) : _name(std::move(name)) {}
+    /// @param namesSystems Findings of CEA-608 and CEA-708 say which of the two they are of.
+    explicit CueNotes(std::string name, bool namesSystems = false)
+        : _name(std::move(name)), _namesSystems(namesSystems) {}
 
     /// The next cue; the offset of findings counts from the first one on.
     void addCue(std::uint64_t number) { _cues.push_back(number); }
@@ -42,6 +44,7 @@ private:
     };
 
     std::string _name;
+    bool _namesSystems;
     std::string _place;
     std::vector<std::uint64_t> _cues;
     std::vector<std::string> _notes;

@@ -4,6 +4,7 @@
 #include "cues/CueNotes.h"
 #include "cues/CueSchedule.h"
 #include "cues/Subtitles.h"
+#include "cues/WideEncoding.h"
 #include "io/Errors.h"
 #include "io/Rates.h"
 #include "io/Text.h"
@@ -16,10 +17,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -57,14 +61,39 @@ public:
         auto later = std::find_if_not(_cues.begin(), _cues.end(), isBefore);
         const bool isReplaced = later != _cues.end() && dueFrame(*later, _options.rate) == first;
         if (later != _cues.begin() && !isReplaced) {
-            --later;
-            later->start = _options.rate.timeOfFrame(first);
+            // Those that began last, together: of the ones before them nothing is shown any more.
+            const auto due = dueFrame(*std::prev(later), _options.rate);
+            while (later != _cues.begin() && dueFrame(*std::prev(later), _options.rate) == due) {
+                --later;
+                later->start = _options.rate.timeOfFrame(first);
+            }
         }
         _cues.erase(_cues.begin(), later);
+        joinEqualStarts();
         return std::move(_cues);
     }
 
+    /// How many cues are shown with the one before them.
+    [[nodiscard]] std::uint64_t joined() const { return _joined; }
+
 private:
+    /// A caption begins in a frame: cues that are due in the same one are shown together, one below the other.
+    void joinEqualStarts() {
+        std::vector<subtitles::Cue> cues;
+        for (subtitles::Cue& cue : _cues) {
+            const auto due = dueFrame(cue, _options.rate);
+            if (cues.empty() || !due || dueFrame(cues.back(), _options.rate) != due) {
+                cues.push_back(std::move(cue));
+                continue;
+            }
+            ++_joined;
+            subtitles::Cue& first = cues.back();
+            first.end = secondsFrom(first.end) < secondsFrom(cue.end) ? cue.end : first.end;
+            std::move(cue.rows.begin(), cue.rows.end(), std::back_inserter(first.rows));
+        }
+        _cues = std::move(cues);
+    }
+
     void take(const subtitles::Cue& cue) {
         if (!_window.take(secondsFrom(cue.start), secondsFrom(cue.end))) {
             return;
@@ -78,18 +107,24 @@ private:
     const PlayOptions& _options;
     PlayWindow _window;
     std::vector<subtitles::Cue> _cues;
+    std::uint64_t _joined = 0;
 };
 
 class CaptionPlayout final : public Playout {
 public:
     CaptionPlayout(const PlayOptions& options, PlayedCues cues, const Subtitles& subtitles)
         : _options(options), _name(subtitles.name), _cueCount(subtitles.cues), _range(cues.window().frames(_name)),
-          _notes(_name), _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
+          _notes(_name, options.mode == PlayMode::Captions),
+          _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
         nameServices();
         reportProblems(subtitles);
         cues.window().reportFilling(_name);
         for (const subtitles::Cue& cue : cues.inOrder()) {
             add(cue);
+        }
+        if (cues.joined() > 0) {
+            printNote("warning: " + _name + ": " + counted(cues.joined(), "cue") +
+                      " shown together with the one before, which is due in the same frame");
         }
         addExtendedData();
         _notes.say();
@@ -143,6 +178,10 @@ private:
         writers.line21 = options.captions.writer;
         writers.line21.firstFrame = firstFrame;
         writers.services.aspectRatio = options.captions.aspectRatio;
+        writers.services.usesWideCharacters = options.captions.wideEncoding.has_value();
+        if (options.captions.wideEncoding) {
+            writers.services.wideCode = wideCodesOf(*options.captions.wideEncoding);
+        }
         writers.services.clearAfter = options.captions.writer.clearAfter;
         writers.services.firstFrame = firstFrame;
         return writers;
@@ -184,9 +223,13 @@ private:
     void follow(const Event& event, std::uint64_t number) {
         using Step = decltype(event.step);
         CueCourse& cue = _courses[event.number];
+        // A text is on air as soon as it is begun.
+        const bool isText = std::is_same_v<Event, cea608::CaptionEvent> && _options.captions.channel.isText;
         if (event.step == Step::Begun) {
             cue.sent = cue.sent.value_or(number);
-        } else if (event.step == Step::Shown && cue.awaited > 0 && --cue.awaited == 0) {
+        }
+        const Step shown = isText ? Step::Begun : Step::Shown;
+        if (event.step == shown && cue.awaited > 0 && --cue.awaited == 0) {
             cue.shown = number;
         }
     }

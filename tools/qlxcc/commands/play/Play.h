@@ -43,6 +43,7 @@ struct CaptionPlayOptions {
     std::uint8_t service = 1;
     cea708::AspectRatio aspectRatio = cea708::AspectRatio::Wide;
     std::optional<cc::CaptionService::Language> language;  ///< Of both.
+    std::optional<std::string> wideEncoding;               ///< Services: of 16-bit characters, where those are sent.
 };
 
 struct PlayOptions {
