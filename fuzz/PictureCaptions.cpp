@@ -1,6 +1,8 @@
 // Arbitrary bytes as a coded picture: units, SEI messages, captions and the place in the order of presentation.
 #include <qlx/video/captions.h>
+#include <qlx/video/hevc.h>
 #include <qlx/video/order.h>
+#include <qlx/video/scte20.h>
 
 #include "FuzzSupport.h"
 
@@ -67,6 +69,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(finding.offset <= picture.size() && !finding.text().empty());
     }
 
+    findings.clear();
+    if (const auto pairs = qlx::video::parseScte20(picture, &findings)) {
+        require(pairs->size() <= qlx::video::kGreatestScte20Pairs && findings.size() <= pairs->size() + 1);
+    } else {
+        require(findings.empty());
+    }
+    const auto sequence = qlx::video::parseH265Sequence(picture);
+    require(!sequence || (sequence->number < 16 && sequence->orderBits >= 4 && sequence->orderBits <= 16));
+    const auto parameters = qlx::video::parseH265Picture(picture);
+    require(!parameters || (parameters->number < 64 && parameters->sequence < 16 && parameters->extraHeaderBits < 8));
+    (void)qlx::video::hasVideoParameters(picture);
     const auto length = qlx::video::parseLengthBytes(picture, form.codec);
     require(!length || (*length >= 1 && *length <= 4));
     qlx::video::PictureOrder<int> order(form);

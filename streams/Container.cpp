@@ -50,6 +50,7 @@ struct Track {
 constexpr std::optional<video::Codec> codecOf(StreamContent content) {
     return content == StreamContent::H264    ? std::optional(video::Codec::H264)
            : content == StreamContent::Mpeg2 ? std::optional(video::Codec::Mpeg2)
+           : content == StreamContent::H265  ? std::optional(video::Codec::H265)
                                              : std::nullopt;
 }
 
@@ -99,6 +100,7 @@ private:
     void reportDamagedSample();
     void endWith(DemuxStatus status);
 
+    PictureCaptions _captions;  ///< Of the first stream of pictures.
     ByteSource& _source;
     InputKind _kind;
     ContainerOptions _options;
@@ -269,7 +271,8 @@ void ContainerReader::Reading::takeSample(const Track& track, Frame& frame) {
         break;
     case StreamContent::H264:
     case StreamContent::Mpeg2:
-        frame.triplets = captionTriplets(bytes, track.form, 0, &ofPicture);
+    case StreamContent::H265:
+        frame.triplets = _captions.take(bytes, track.form, 0, &ofPicture);
         break;
     case StreamContent::Pairs:
         // FFmpeg gives the pairs of both fields as triplets.

@@ -39,6 +39,7 @@ enum class StreamContent {
     Other,       ///< Sound, time codes and all the rest.
     H264,        ///< Coded pictures, one a packet.
     Mpeg2,       ///< The same.
+    H265,        ///< The same.
     Pairs,       ///< CEA-608 triplets, from a `c608` track.
     Atom,        ///< QuickTime caption atoms, from a `c708` track.
     AncElement,  ///< ANC frame elements (SMPTE ST 436-1).

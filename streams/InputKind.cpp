@@ -17,29 +17,23 @@ struct NamedKind {
 };
 
 constexpr NamedKind kKindNames[] = {
-    {"v210", InputKind::V210},
-    {"2vuy", InputKind::Yuv8},
-    {"klv", InputKind::Klv},
-    {"jsonl", InputKind::Jsonl},
-    {"scc", InputKind::Scc},
-    {"srt", InputKind::Srt},
-    {"stl", InputKind::Stl},
-    {"json", InputKind::Json},
-    {"h264", InputKind::H264},
-    {"mpeg2", InputKind::Mpeg2},
-    {"mxf", InputKind::Mxf},
-    {"mov", InputKind::Mov},
-    {"ts", InputKind::TransportStream},
-    {"ps", InputKind::ProgramStream},
-    {"png", InputKind::Png},
-    {"ppm", InputKind::Ppm},
-    {"vtt", InputKind::Vtt},
+    {"v210", InputKind::V210},        {"2vuy", InputKind::Yuv8},
+    {"klv", InputKind::Klv},          {"jsonl", InputKind::Jsonl},
+    {"scc", InputKind::Scc},          {"srt", InputKind::Srt},
+    {"stl", InputKind::Stl},          {"json", InputKind::Json},
+    {"h264", InputKind::H264},        {"mpeg2", InputKind::Mpeg2},
+    {"h265", InputKind::H265},        {"mxf", InputKind::Mxf},
+    {"mov", InputKind::Mov},          {"ts", InputKind::TransportStream},
+    {"ps", InputKind::ProgramStream}, {"png", InputKind::Png},
+    {"ppm", InputKind::Ppm},          {"vtt", InputKind::Vtt},
 };
 
 /// Extensions that differ from the names of the kinds.
 constexpr NamedKind kMoreExtensions[] = {
     {"264", InputKind::H264},
     {"avc", InputKind::H264},
+    {"265", InputKind::H265},
+    {"hevc", InputKind::H265},
     {"m2t", InputKind::TransportStream},
     {"m2ts", InputKind::TransportStream},
     {"m2v", InputKind::Mpeg2},
@@ -98,6 +92,11 @@ std::optional<InputKind> kindOfStartCode(std::span<const std::uint8_t> bytes) {
     }
     if (code == 0x00 || code >= 0xB0) {
         return InputKind::Mpeg2;
+    }
+    // A video parameter set of H.265, with its layer 0 and temporal number 1.
+    constexpr std::uint8_t kH265First = 0x40;
+    if (code == kH265First && bytes.end() - one > 2 && one[2] == 1) {
+        return InputKind::H265;
     }
     // The header of an H.264 NAL unit: a clear bit, two of importance, five of type. Streams begin with a delimiter,
     // parameter sets, a message or a slice.

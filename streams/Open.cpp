@@ -56,6 +56,8 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
         return std::make_unique<VideoReader>(source, video::Codec::H264);
     case InputKind::Mpeg2:
         return std::make_unique<VideoReader>(source, video::Codec::Mpeg2);
+    case InputKind::H265:
+        return std::make_unique<VideoReader>(source, video::Codec::H265);
     case InputKind::Mxf:
     case InputKind::Mov:
     case InputKind::TransportStream:

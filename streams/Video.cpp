@@ -44,12 +44,20 @@ std::string_view nameOf(video::Codec codec) noexcept {
 
 Data captionTriplets(std::span<const std::uint8_t> picture, const video::StreamForm& form, std::uint64_t offset,
                      FindingSink* findings) {
+    return PictureCaptions().take(picture, form, offset, findings);
+}
+
+Data PictureCaptions::take(std::span<const std::uint8_t> picture, const video::StreamForm& form, std::uint64_t offset,
+                           FindingSink* findings) {
     PictureSink sink(findings, offset);
     video::CaptionMessages messages(picture, form, findings == nullptr ? nullptr : &sink);
     std::vector<std::uint8_t> bytes;
+    std::vector<std::uint8_t> bytesByScte20;
+    std::optional<std::uint64_t> scte20;  // Where the first of them stands.
     bool isCarried = false;
     while (const std::optional<video::CaptionMessage> message = messages.next()) {
         const auto& triplets = message->captions.triplets;
+        const bool isScte20 = message->carriage == video::CaptionCarriage::Scte20;
         if (!message->captions.processCcData) {
             if (findings != nullptr && !triplets.empty()) {
                 findings->add({FindingCode::StreamCaptionsUnused, Severity::Remark, offset + message->offset,
@@ -57,10 +65,22 @@ Data captionTriplets(std::span<const std::uint8_t> picture, const video::StreamF
             }
             continue;
         }
-        isCarried = true;
+        isCarried = isCarried || !isScte20;
+        scte20 = isScte20 && !triplets.empty() && !scte20 ? offset + message->offset : scte20;
         for (const cc::Triplet& triplet : triplets) {
-            detail::append(bytes, triplet);
+            detail::append(isScte20 ? bytesByScte20 : bytes, triplet);
         }
+    }
+    _hasA53 = _hasA53 || isCarried;
+    if (_hasA53 && scte20 && !_wasToldUnused) {
+        _wasToldUnused = true;
+        if (findings != nullptr) {
+            findings->add({FindingCode::StreamScte20Unused, Severity::Warning, *scte20,
+                           static_cast<std::int64_t>(bytesByScte20.size() / sizeof(cc::Triplet)), 0});
+        }
+    }
+    if (!_hasA53 && scte20) {
+        return Data(bytesByScte20);
     }
     return isCarried ? Data(bytes) : Data();
 }
@@ -128,7 +148,7 @@ Result<bool> VideoReader::next(Frame& frame, FindingSink* findings) {
                 _order = std::make_unique<Order>(form);
             }
             Frame picture;
-            picture.triplets = captionTriplets((*unit)->bytes, form, (*unit)->offset, findings);
+            picture.triplets = _captions.take((*unit)->bytes, form, (*unit)->offset, findings);
             _order->add((*unit)->bytes, std::move(picture));
             continue;
         }

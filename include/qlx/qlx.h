@@ -84,8 +84,10 @@
 #include <qlx/video/access_unit.h>
 #include <qlx/video/captions.h>
 #include <qlx/video/h264.h>
+#include <qlx/video/hevc.h>
 #include <qlx/video/mpeg2.h>
 #include <qlx/video/nal.h>
 #include <qlx/video/order.h>
+#include <qlx/video/scte20.h>
 #include <qlx/video/sei.h>
 #include <qlx/video/start_code.h>

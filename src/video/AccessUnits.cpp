@@ -1,4 +1,6 @@
 #include <qlx/video/access_unit.h>
+#include <qlx/video/h264.h>
+#include <qlx/video/hevc.h>
 #include <qlx/video/mpeg2.h>
 
 #include "base/MakeFinding.h"
@@ -15,6 +17,35 @@ constexpr std::size_t kLookAhead = kStartCodeBytes + 3;
 constexpr std::size_t kFewestAtEnd = kStartCodeBytes + 1;
 
 }  // namespace
+
+bool hasVideoParameters(std::span<const std::uint8_t> bytes) {
+    const auto isSequenceHeader = [](std::span<const std::uint8_t> unit) {
+        constexpr std::size_t kNeeded = 8;
+        constexpr unsigned kGreatestRate = 8;
+        constexpr unsigned kMarker = 0x20;
+        return unit.size() >= kNeeded && unit[0] == kMpeg2Sequence && (unit[1] != 0 || unit[2] >> 4U != 0) &&
+               ((unit[2] & 15U) != 0 || unit[3] != 0) && unit[4] >> 4U != 0 && unit[4] >> 4U != 15 &&
+               (unit[4] & 15U) != 0 && (unit[4] & 15U) <= kGreatestRate && (unit[7] & kMarker) != 0;
+    };
+    constexpr unsigned kForbiddenBit = 0x80;
+    for (const UnitView& view : StartCodeUnits(bytes)) {
+        const std::span<const std::uint8_t> unit = view.bytes;
+        if ((unit[0] & kForbiddenBit) != 0) {
+            if (isSequenceHeader(unit)) {
+                return true;
+            }
+        } else if (nalUnitType(unit[0], Codec::H264) == kH264SequenceParameters && nalRefIdc(unit[0]) != 0) {
+            if (parseH264Sequence(unit.subspan(1))) {
+                return true;
+            }
+        } else if (unit.size() > 2 && nalUnitType(unit[0], Codec::H265) == kH265SequenceParameters && unit[1] == 1) {
+            if (parseH265Sequence(unit.subspan(2))) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
 
 void AccessUnitReader::fail(FindingCode code, std::uint64_t offset, std::uint64_t first, std::uint64_t second) {
     _error = makeFinding(code, Severity::Error, offset, first, second);

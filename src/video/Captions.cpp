@@ -1,5 +1,6 @@
 #include <qlx/video/captions.h>
 #include <qlx/video/mpeg2.h>
+#include <qlx/video/scte20.h>
 
 #include "base/OffsetSink.h"
 
@@ -49,6 +50,26 @@ void CaptionMessages::readMessage(std::span<const std::uint8_t> payload, cc::Use
     }
 }
 
+/// User data of MPEG-2 video: those by A/53 begin with an identifier, those by SCTE 20 with a type code.
+void CaptionMessages::readUserData(const UnitView& unit) {
+    const std::span<const std::uint8_t> payload = unit.bytes.subspan(1);
+    OffsetSink placed(_findings, unit.offset + 1);
+    const Result<Scte20Pairs> pairs = parseScte20(payload, _findings == nullptr ? nullptr : &placed);
+    if (!pairs) {
+        readMessage(payload, cc::UserDataForm::Mpeg2, unit.offset, unit.offset + 1);
+        return;
+    }
+    CaptionMessage message{CaptionCarriage::Scte20, unit.offset, {}};
+    for (const Scte20Pair& pair : pairs->items()) {
+        if (pair.field != 0) {
+            const cc::Triplet triplet = scte20Triplet(pair, _coding);
+            // There is room for as many as are counted.
+            (void)message.captions.triplets.append(std::span(&triplet, 1));
+        }
+    }
+    _ready.push_back(message);
+}
+
 void CaptionMessages::readUnit(const UnitView& unit) {
     if (unit.bytes.empty()) {
         return;
@@ -56,7 +77,11 @@ void CaptionMessages::readUnit(const UnitView& unit) {
     const std::uint8_t header = unit.bytes.front();
     if (_form.codec == Codec::Mpeg2) {
         if (header == kMpeg2UserData) {
-            readMessage(unit.bytes.subspan(1), cc::UserDataForm::Mpeg2, unit.offset, unit.offset + 1);
+            readUserData(unit);
+        } else if (header == kMpeg2Extension) {
+            if (const Result<Mpeg2PictureCoding> coding = parseMpeg2PictureCoding(unit.bytes)) {
+                _coding = *coding;
+            }
         }
         return;
     }

@@ -13,6 +13,15 @@ Result<Mpeg2PictureHeader> parseMpeg2Picture(std::span<const std::uint8_t> unit)
                               static_cast<Mpeg2PictureType>(unit[2] >> 3U & 7U)};
 }
 
+Result<Mpeg2PictureCoding> parseMpeg2PictureCoding(std::span<const std::uint8_t> unit) {
+    constexpr std::size_t kNeeded = 5;
+    constexpr unsigned kPictureCoding = 8;
+    if (unit.size() < kNeeded || unit[1] >> 4U != kPictureCoding) {
+        return makeFinding(FindingCode::VideoUnitTooShort, Severity::Error, 0, kNeeded, unit.size());
+    }
+    return Mpeg2PictureCoding{static_cast<Mpeg2PictureStructure>(unit[3] & 3U), (unit[4] & 0x80U) != 0};
+}
+
 bool Mpeg2UserDataWalker::next(Mpeg2UserDataView& data) noexcept {
     UnitView unit;
     while (_units.next(unit)) {

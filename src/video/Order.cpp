@@ -129,6 +129,15 @@ void PictureCount::readPictureParameters(std::span<const std::uint8_t> payload) 
     }
 }
 
+/// The turns that a counter in the headers has passed when its value is `low`: the nearest to the last one.
+std::int64_t PictureCount::unwrapped(std::int64_t low, std::uint32_t bits) const noexcept {
+    const std::int64_t turn = std::int64_t{1} << bits;
+    if (low < _low && _low - low >= turn / 2) {
+        return _high + turn;
+    }
+    return low > _low && low - _low > turn / 2 ? _high - turn : _high;
+}
+
 /// A slice's picture order count in its sequence; none where the pictures are presented as they stand, or the parameters
 /// are missing.
 /// @param slice With the NAL unit header.
@@ -158,13 +167,7 @@ std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_
     if (reader.hasFailed()) {
         return std::nullopt;
     }
-    const std::int64_t turn = std::int64_t{1} << sequence.orderBits;
-    std::int64_t high = _high;
-    if (low < _low && _low - low >= turn / 2) {
-        high += turn;
-    } else if (low > _low && low - _low > turn / 2) {
-        high -= turn;
-    }
+    const std::int64_t high = unwrapped(low, sequence.orderBits);
     if (nalRefIdc(slice[0]) != 0) {
         _high = high;
         _low = low;
@@ -190,6 +193,72 @@ std::optional<std::int64_t> PictureCount::h264Place(const Units& units) {
     return std::nullopt;
 }
 
+/// The same of H.265 (7.3.6.1 and 8.3.1). An IDR or BLA picture begins a sequence; pictures that lead it are presented in
+/// front of it, with counts below 0.
+std::optional<std::int64_t> PictureCount::h265SlicePlace(std::span<const std::uint8_t> slice) {
+    constexpr unsigned kFirstBla = 16;
+    constexpr unsigned kFirstIdr = 19;
+    constexpr unsigned kLastIdr = 20;
+    constexpr unsigned kLastRandomAccess = 23;
+    constexpr unsigned kFirstLeading = 6;
+    constexpr unsigned kLastLeading = 9;
+    constexpr unsigned kLastSubLayerType = 14;
+    constexpr std::int64_t kLongestLead = 1 << 12;
+    const unsigned type = nalUnitType(slice[0], Codec::H265);
+    const bool isRandomAccess = type >= kFirstBla && type <= kLastRandomAccess;
+    const bool isIdr = type == kFirstIdr || type == kLastIdr;
+    if (isRandomAccess && type <= kLastIdr) {
+        beginAnew();
+    }
+    BitReader reader(slice.subspan(2));
+    reader.skip(isRandomAccess ? 2 : 1);
+    const auto picture = _h265Pictures.find(reader.number());
+    const auto found =
+        picture == _h265Pictures.end() ? _h265Sequences.end() : _h265Sequences.find(picture->second.sequence);
+    if (found == _h265Sequences.end()) {
+        return std::nullopt;
+    }
+    reader.skip(picture->second.extraHeaderBits);
+    reader.skipNumber();
+    reader.skip((picture->second.hasOutputFlag ? 1U : 0U) + (found->second.hasColourPlanes ? 2U : 0U));
+    const std::int64_t low = isIdr ? 0 : std::int64_t{reader.bits(found->second.orderBits)};
+    if (reader.hasFailed()) {
+        return std::nullopt;
+    }
+    const std::int64_t high = isRandomAccess && type <= kLastIdr ? 0 : unwrapped(low, found->second.orderBits);
+    const bool isLowest = (slice[1] & 7U) == 1;
+    const bool isLeading = type >= kFirstLeading && type <= kLastLeading;
+    const bool isSubLayerOnly = type <= kLastSubLayerType && type % 2 == 0;
+    if (isLowest && !isLeading && !isSubLayerOnly) {
+        _high = high;
+        _low = low;
+    }
+    return _base + std::max<std::int64_t>(kLongestLead + high + low, 0);
+}
+
+template <class Units>
+std::optional<std::int64_t> PictureCount::h265Place(const Units& units) {
+    constexpr std::size_t kHeader = 2;
+    for (const UnitView& unit : units) {
+        if (unit.bytes.size() <= kHeader) {
+            continue;
+        }
+        const unsigned type = nalUnitType(unit.bytes[0], Codec::H265);
+        if (type == kH265SequenceParameters) {
+            if (const Result<H265Sequence> sequence = parseH265Sequence(unit.bytes.subspan(kHeader))) {
+                _h265Sequences[sequence->number] = *sequence;
+            }
+        } else if (type == kH265PictureParameters) {
+            if (const Result<H265Picture> picture = parseH265Picture(unit.bytes.subspan(kHeader))) {
+                _h265Pictures[picture->number] = *picture;
+            }
+        } else if (type <= kH265LastSlice) {
+            return h265SlicePlace(unit.bytes);
+        }
+    }
+    return std::nullopt;
+}
+
 std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {
     std::optional<std::int64_t> place;
     if (_form.codec == Codec::Mpeg2) {
@@ -197,6 +266,9 @@ std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {
     } else if (_form.codec == Codec::H264) {
         place = _form.lengthBytes == 0 ? h264Place(StartCodeUnits(unit))
                                        : h264Place(LengthPrefixedUnits(unit, _form.lengthBytes));
+    } else {
+        place = _form.lengthBytes == 0 ? h265Place(StartCodeUnits(unit))
+                                       : h265Place(LengthPrefixedUnits(unit, _form.lengthBytes));
     }
     const std::int64_t found = place.value_or(_greatest + 1);
     _greatest = std::max(_greatest, found);

@@ -88,6 +88,9 @@ StreamContent contentOf(const AVStream& stream) {
         if (parameters.codec_id == AV_CODEC_ID_H264) {
             return StreamContent::H264;
         }
+        if (parameters.codec_id == AV_CODEC_ID_HEVC) {
+            return StreamContent::H265;
+        }
         const bool isMpeg =
             parameters.codec_id == AV_CODEC_ID_MPEG2VIDEO || parameters.codec_id == AV_CODEC_ID_MPEG1VIDEO;
         return isMpeg ? StreamContent::Mpeg2 : StreamContent::Other;

@@ -32,13 +32,27 @@ namespace qlx::streams {
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view nameOf(video::Codec codec) noexcept;
 
 /// The cc_data triplets of a coded picture: those of all its messages that are meant to be used (process_cc_data_flag), as
-/// video::CaptionMessages finds them. None when there is no such message.
+/// video::CaptionMessages finds them; those by SCTE 20 where it has none by ATSC A/53. None when there is no such message.
 /// @param offset Of the picture in its stream, for the findings.
 /// @param findings Gets the errors and warnings of video::CaptionMessages, but for those of lengths of units, and
 ///   StreamCaptionsUnused; may be null.
 [[nodiscard]] QLX_STREAMS_EXPORT Data captionTriplets(std::span<const std::uint8_t> picture,
                                                       const video::StreamForm& form, std::uint64_t offset = 0,
                                                       FindingSink* findings = nullptr);
+
+/// The captions of the pictures of one stream: where ATSC A/53 and SCTE 20 both carry them, those by A/53 alone are used
+/// from the first picture on that has them.
+class QLX_STREAMS_EXPORT PictureCaptions {
+public:
+    /// The triplets of the next picture of the stream, as captionTriplets() gives them.
+    /// @param findings Gets, once, StreamScte20Unused (a Warning) beside those of captionTriplets(); may be null.
+    [[nodiscard]] Data take(std::span<const std::uint8_t> picture, const video::StreamForm& form,
+                            std::uint64_t offset = 0, FindingSink* findings = nullptr);
+
+private:
+    bool _hasA53 = false;
+    bool _wasToldUnused = false;
+};
 
 /// Cuts the elementary video stream of a source into access units.
 class QLX_STREAMS_EXPORT VideoUnits {
@@ -77,6 +91,7 @@ private:
     class Order;
 
     VideoUnits _units;
+    PictureCaptions _captions;
     std::unique_ptr<Order> _order;
     std::optional<Finding> _error;  ///< That ended the units; told behind the frames in front of it.
     bool _isAtEnd = false;

@@ -21,7 +21,7 @@ struct AccessUnitView {
 
 /// How a stream is cut.
 struct AccessUnitOptions {
-    /// None: the first start code tells H.264 from MPEG-2 video. (It does not tell H.265 from H.264.)
+    /// None: the first start code tells H.264, MPEG-2 video, and H.265 that begins with a video parameter set.
     std::optional<Codec> codec;
     /// A longer access unit, or as much in front of the first start code, ends the reading: it is something else.
     std::size_t greatest = std::size_t{64} * 1024 * 1024;
@@ -34,9 +34,19 @@ struct AccessUnitOptions {
     if (code >= kFirstSystemCode) {
         return std::nullopt;
     }
+    // A video parameter set, with which streams of H.265 begin; in H.264 its type is none.
+    constexpr std::uint8_t kH265First = 0x40;
+    if (code == kH265First) {
+        return Codec::H265;
+    }
     // The header of an H.264 NAL unit has its highest bit clear, and type 0 is not used.
     return code == 0 || code >= kFirstOfMpeg2 ? Codec::Mpeg2 : Codec::H264;
 }
+
+/// Whether bytes have what no stream of pictures can be read without: a sequence header of MPEG-2 video (ISO/IEC 13818-2,
+/// 6.2.2.1), or a sequence parameter set of H.264 or H.265, that makes sense behind a start code. Other files have start
+/// codes too, by chance.
+[[nodiscard]] QLX_EXPORT bool hasVideoParameters(std::span<const std::uint8_t> bytes);
 
 /// Cuts an H.264 byte stream (as ITU-T H.264, 7.4.1.2.3, says), an H.265 one (ITU-T H.265, 7.4.2.4.4) or an MPEG-2 video
 /// stream (a picture with the sequence and group headers in front of it), whose bytes come in pieces of any size.

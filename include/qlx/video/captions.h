@@ -7,6 +7,7 @@
 #pragma once
 
 #include <qlx/cc/a53.h>
+#include <qlx/video/mpeg2.h>
 #include <qlx/video/nal.h>
 #include <qlx/video/sei.h>
 
@@ -21,7 +22,8 @@ namespace qlx::video {
 
 /// How captions are carried in user data.
 enum class CaptionCarriage : std::uint8_t {
-    A53,  ///< ATSC A/53 Part 4: "GA94" and type code 03.
+    A53,     ///< ATSC A/53 Part 4: "GA94" and type code 03.
+    Scte20,  ///< SCTE 20: pairs of line 21 behind type code 03, only in MPEG-2 video; as triplets of CEA-608.
 };
 
 /// The captions of one message.
@@ -37,9 +39,10 @@ struct CaptionMessage {
 /// Gives the messages with captions of one picture: in MPEG-2 video the user data behind its headers (ISO/IEC 13818-2,
 /// 6.2.2.2.2), in H.264 and H.265 the messages of all SEI units, whatever nal_ref_idc is, a picture's last unit included.
 /// A picture may have several, as its fields may. User data of other kinds are passed over.
+/// Where a picture has both carriages its captions are there twice: those by A/53 are the whole of them.
 ///
-/// Findings: those of the units, of SeiMessages and of cc::parseCaptionUserData(), with the offset in the picture's bytes
-/// (in SEI messages less the emulation prevention bytes in front of the place).
+/// Findings: those of the units, of SeiMessages, of cc::parseCaptionUserData() and of parseScte20(), with the
+/// offset in the picture's bytes (in SEI messages less the emulation prevention bytes in front of the place).
 class CaptionMessages {
 public:
     /// Reads the bytes of one access unit, which must outlive this.
@@ -53,10 +56,12 @@ private:
     void readUnit(const UnitView& unit);
     void readMessage(std::span<const std::uint8_t> payload, cc::UserDataForm kind, std::size_t unit,
                      std::size_t offset);
+    void readUserData(const UnitView& unit);
 
     StreamForm _form;
     FindingSink* _findings;
     std::variant<StartCodeWalker, LengthPrefixedWalker> _units;
+    Mpeg2PictureCoding _coding;          ///< Of the picture, for its fields.
     std::vector<CaptionMessage> _ready;  ///< Of the units so far.
     std::size_t _given = 0;              ///< Of them.
     std::vector<std::uint8_t> _room;     ///< For an SEI unit.

@@ -41,6 +41,28 @@ struct Mpeg2PictureHeader {
 /// Reads a picture header from its start code's last byte on. Fails with VideoUnitTooShort.
 [[nodiscard]] QLX_EXPORT Result<Mpeg2PictureHeader> parseMpeg2Picture(std::span<const std::uint8_t> unit);
 
+/// picture_structure (Table 6-14).
+enum class Mpeg2PictureStructure : std::uint8_t {
+    TopField = 1,     ///< A field picture: the upper field.
+    BottomField = 2,  ///< The lower one.
+    Frame = 3,        ///< Both.
+};
+
+/// What of a picture coding extension (6.2.3.1) says in which order fields are displayed. A default-made one is a frame
+/// whose upper field is the first.
+struct Mpeg2PictureCoding {
+    Mpeg2PictureStructure structure = Mpeg2PictureStructure::Frame;  ///< picture_structure; 0 is kept as it is.
+    bool isTopFieldFirst = true;                                     ///< top_field_first
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const Mpeg2PictureCoding&,
+                                                   const Mpeg2PictureCoding&) noexcept = default;
+};
+
+/// Reads an extension from its start code's last byte on. Fails with VideoUnitTooShort, also where it is another extension
+/// (extension_start_code_identifier 8 is that of pictures).
+[[nodiscard]] QLX_EXPORT Result<Mpeg2PictureCoding> parseMpeg2PictureCoding(std::span<const std::uint8_t> unit);
+
 /// The header that user data belong to.
 enum class Mpeg2Level : std::uint8_t {
     Sequence,  ///< A sequence header.

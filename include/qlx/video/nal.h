@@ -42,6 +42,8 @@ inline constexpr unsigned kH264AccessUnitDelimiter = 9;  ///< Begins an access u
 // nal_unit_type of H.265 (Table 7-1).
 inline constexpr unsigned kH265LastSlice = 31;            ///< Types up to this one are those of slices.
 inline constexpr unsigned kH265VideoParameters = 32;      ///< Video parameter set.
+inline constexpr unsigned kH265SequenceParameters = 33;   ///< Sequence parameter set.
+inline constexpr unsigned kH265PictureParameters = 34;    ///< Picture parameter set.
 inline constexpr unsigned kH265AccessUnitDelimiter = 35;  ///< Begins an access unit.
 inline constexpr unsigned kH265PrefixSei = 39;            ///< SEI in front of the slices.
 inline constexpr unsigned kH265SuffixSei = 40;            ///< SEI behind them.

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <qlx/video/h264.h>
+#include <qlx/video/hevc.h>
 #include <qlx/video/nal.h>
 
 #include <algorithm>
@@ -21,8 +22,8 @@ namespace qlx::video {
 
 /// Counts the places of pictures in the order of presentation, from what their headers say: temporal_reference over the
 /// groups of pictures (ISO/IEC 13818-2, 6.3.9), or the picture order count of type 0 over the coded video sequences
-/// (ITU-T H.264, 8.2.1.1). Pictures of other types, without their parameters, and those of H.265, are taken as presented
-/// as they stand.
+/// (ITU-T H.264, 8.2.1.1; ITU-T H.265, 8.3.1). Pictures of other types, and those without their parameters, are taken as
+/// presented as they stand.
 class PictureCount {
 public:
     /// Counts the pictures of a stream from its beginning.
@@ -42,6 +43,10 @@ private:
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h264Place(const Units& units);
     [[nodiscard]] std::optional<std::int64_t> slicePlace(std::span<const std::uint8_t> slice);
+    template <class Units>
+    [[nodiscard]] std::optional<std::int64_t> h265Place(const Units& units);
+    [[nodiscard]] std::optional<std::int64_t> h265SlicePlace(std::span<const std::uint8_t> slice);
+    [[nodiscard]] std::int64_t unwrapped(std::int64_t low, std::uint32_t bits) const noexcept;
     void readPictureParameters(std::span<const std::uint8_t> payload);
     void beginAnew() noexcept;
 
@@ -51,6 +56,8 @@ private:
     std::int64_t _high = 0;       ///< What the counter in the headers has passed, in whole turns.
     std::int64_t _low = 0;        ///< Its last value.
     std::map<std::uint32_t, H264Sequence> _sequences;
+    std::map<std::uint32_t, H265Sequence> _h265Sequences;
+    std::map<std::uint32_t, H265Picture> _h265Pictures;
     std::map<std::uint32_t, std::uint32_t> _sequenceOfPicture;  ///< By number of the picture parameter set.
 };
 

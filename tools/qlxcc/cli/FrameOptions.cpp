@@ -5,7 +5,7 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kCodecs[] = {"h264", "mpeg2", "auto"};
+constexpr std::string_view kCodecs[] = {"h264", "mpeg2", "h265", "auto"};
 constexpr std::string_view kExtractFormats[] = {"triplets", "cc1", "a53"};
 constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl"};
 
@@ -39,7 +39,7 @@ Examples:
 
 constexpr OptionRow kScanOptions[] = {
     fileArgument("FILE", "What is searched (-: standard input)"),
-    fromFormat(kFrameFormats, "--format", "{} (default: by content or name)",
+    fromFormat(kFrameFormats, "--format", "{} (else by content or name)",
                "Rows (`v210`, `2vuy`) are told by the name alone, as any bytes can be samples. `mov` is also the form "
                "of MP4 files."),
     kRowWidth,
@@ -172,15 +172,18 @@ Examples:
   qlxcc extract film.mp4 --to-format a53)";
 
 constexpr OptionRow kExtractOptions[] = {
-    fileArgument("FILE", "Video, a container, or a file of rows, elements or JSON lines (-: standard input)",
-                 "Video is H.264 in Annex B form or MPEG-2; containers are MXF, MOV, MP4, MPEG-TS and MPEG-PS."),
+    fileArgument(
+        "FILE", "Video, a container, or a file of rows, elements or JSON lines (-: standard input)",
+        "Video is H.264 or H.265 in Annex B form or MPEG-2; containers are MXF, MOV, MP4, MPEG-TS and MPEG-PS."),
     {.names = "--codec",
      .value = "CODEC",
      .kind = ValueKind::Word,
      .words = kCodecs,
      .field = &RawOptions::codec,
      .help = "{} (default: auto, by the content)",
-     .more = "The first start code of an elementary stream tells what it is."},
+     .more = "The first start code of an elementary stream tells what it is. A file that nothing else tells is refused "
+             "when its "
+             "first 16 MiB have neither a sequence header nor a sequence parameter set."},
     toOtherFormat(
         kExtractFormats, "{}, see below (default: triplets)",
         "`triplets`: the cc_data triplets as they stand in the stream, three bytes each; emulation prevention "

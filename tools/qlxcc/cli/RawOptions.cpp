@@ -201,7 +201,9 @@ Action checkedExtract(const RawOptions& raw) {
         throw UsageError("--codec and --from-format cannot be given together");
     }
     if (raw.codec != "auto") {
-        options.codec = raw.codec == "h264" ? video::Codec::H264 : video::Codec::Mpeg2;
+        options.codec = raw.codec == "h264"   ? video::Codec::H264
+                        : raw.codec == "h265" ? video::Codec::H265
+                                              : video::Codec::Mpeg2;
     }
     if (raw.format.value_or("triplets") != "triplets") {
         options.format = raw.format == "cc1" ? ExtractFormat::FieldOne : ExtractFormat::A53;

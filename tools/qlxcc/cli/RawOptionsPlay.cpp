@@ -95,7 +95,9 @@ void refuseOptionsOfCaptions(const RawOptions& raw, const PlayOptions& options) 
                "--mode cea608 and captions without --as-deployed");
     }
     if (!hasService(options.mode)) {
-        refuse(std::array{GivenOption{"--service", raw.service.has_value()}}, "--mode cea708 and captions");
+        refuse(std::array{GivenOption{"--service", raw.service.has_value()},
+                          GivenOption{"--p16", raw.wideEncoding.has_value()}},
+               "--mode cea708 and captions");
     }
     if (isPlain) {
         refuse(std::array{GivenOption{"--style", !raw.style.empty()},
@@ -150,9 +152,13 @@ void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
         throw UsageError(std::string(raw.rollUpRows ? "--roll-up-rows" : "--clear-after") +
                          " is for --style roll-up only");
     }
+    if (captions.channel.isText && !raw.style.empty() && options.mode == PlayMode::Cea608) {
+        throw UsageError("--style is for CC1 to CC4 only: texts roll up");
+    }
     captions.rollUpRows = static_cast<std::uint8_t>(raw.rollUpRows.value_or(captions.rollUpRows));
     captions.writer.clearAfter = static_cast<std::uint32_t>(raw.clearAfter.value_or(captions.writer.clearAfter));
     captions.writer.doublesCodes = !raw.sendsCodesOnce;
+    captions.wideEncoding = raw.wideEncoding;
     captions.service = static_cast<std::uint8_t>(raw.service.value_or(captions.service));
     captions.aspectRatio = raw.isSD ? cea708::AspectRatio::Standard : cea708::AspectRatio::Wide;
     if (raw.language) {

@@ -10,12 +10,14 @@ namespace qlx::tool {
 inline constexpr std::uint64_t kGreatestWidth = 32768;
 
 /// The files that have frames.
-inline constexpr std::string_view kFrameFormats[] = {"v210",  "2vuy", "klv", "jsonl", "scc", "h264",
-                                                     "mpeg2", "mxf",  "mov", "ts",    "ps"};
+inline constexpr std::string_view kFrameFormats[] = {"v210", "2vuy",  "klv", "jsonl", "scc", "h264",
+                                                     "h265", "mpeg2", "mxf", "mov",   "ts",  "ps"};
 
 /// Those of them that frames are written in.
 inline constexpr std::string_view kWrittenFormats[] = {"v210", "klv", "jsonl"};
 
+/// The channels of captions and of text.
+inline constexpr std::string_view kPlayedChannels[] = {"CC1", "CC2", "CC3", "CC4", "T1", "T2", "T3", "T4"};
 /// The channels of captions.
 inline constexpr std::string_view kChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 /// The same, those of text, and the extended data.
@@ -65,7 +67,7 @@ inline constexpr OptionRow kSubtitleFile =
                  "Its content tells which, or else its name; at most 64 MiB. See the formats in qlxcc(1).");
 
 [[nodiscard]] constexpr OptionRow fromFormat(std::span<const std::string_view> words, std::string_view older,
-                                             std::string_view help = "{} (default: by content or name)",
+                                             std::string_view help = "{} (else by content or name)",
                                              std::string_view more = {}) {
     return {.names = "--from-format",
             .older = older,

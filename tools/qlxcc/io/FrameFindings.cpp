@@ -89,8 +89,11 @@ std::string FrameFindings::line(const Finding& finding) {
 }
 
 Failure FrameFindings::failure(const Finding& why) {
-    if (_kind == streams::InputKind::H264 || _kind == streams::InputKind::Mpeg2) {
-        return videoFailure(_name, _kind == streams::InputKind::H264 ? video::Codec::H264 : video::Codec::Mpeg2, why);
+    if (_kind == streams::InputKind::H264 || _kind == streams::InputKind::Mpeg2 || _kind == streams::InputKind::H265) {
+        const video::Codec codec = _kind == streams::InputKind::H264    ? video::Codec::H264
+                                   : _kind == streams::InputKind::Mpeg2 ? video::Codec::Mpeg2
+                                                                        : video::Codec::H265;
+        return videoFailure(_name, codec, why);
     }
     if (streams::isContainer(_kind)) {
         const bool hasOtherWay = why.code == FindingCode::ContainerLibraryMissing && _kind == streams::InputKind::Mxf;
@@ -118,7 +121,7 @@ Failure videoFailure(const std::string& name, video::Codec codec, const Finding&
         const std::string_view where = why.first <= why.second ? "" : " in the first 64 MiB";
         return failureAtByte(name, 0,
                              "no start code (00 00 01)" + std::string(where) +
-                                 ": this is neither H.264 in Annex B form nor MPEG-2 video");
+                                 ": this is neither H.264 or H.265 in Annex B form nor MPEG-2 video");
     }
     default:
         return failureAtByte(name, why.offset, why.text());

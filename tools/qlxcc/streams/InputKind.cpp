@@ -27,6 +27,7 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::Json, "a JSON file", "subs and play, or scte104 build"},
     {InputKind::H264, "an H.264 stream", "scan, show and extract"},
     {InputKind::Mpeg2, "an MPEG-2 stream", "scan, show and extract"},
+    {InputKind::H265, "an H.265 stream", "scan, show and extract"},
     {InputKind::Mxf, "an MXF file", "scan, show and extract"},
     {InputKind::Mov, "a MOV or MP4 file", "scan, show and extract"},
     {InputKind::TransportStream, "an MPEG-TS file", "scan, show and extract"},

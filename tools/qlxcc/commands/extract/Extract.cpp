@@ -16,10 +16,12 @@
 #include "streams/OpenFrames.h"
 
 #include <qlx/cc/a53.h>
+#include <qlx/streams/byte_source.h>
 #include <qlx/streams/captions.h>
 #include <qlx/streams/video.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <vector>
@@ -95,7 +97,7 @@ public:
 
 private:
     void write(const video::AccessUnitView& unit) {
-        Data data = streams::captionTriplets(unit.bytes, {_units.codec(), 0});
+        Data data = _captions.take(unit.bytes, {_units.codec(), 0});
         _filled += data.empty() ? 0 : 1;
         if (data) {
             data = inFormat(data, _options.format);
@@ -115,6 +117,7 @@ private:
     OutputFile& _output;
     InputBytes _bytes;
     streams::VideoUnits _units;
+    streams::PictureCaptions _captions;
     std::uint64_t _count = 0;
     std::uint64_t _filled = 0;
 };
@@ -172,6 +175,37 @@ bool hasFrames(InputKind kind) {
     return isContainer(kind) || hasRows(kind) || kind == InputKind::Klv || kind == InputKind::Jsonl;
 }
 
+/// Whether a file is a stream of coded pictures.
+bool isVideo(InputKind kind) {
+    return kind == InputKind::H264 || kind == InputKind::Mpeg2 || kind == InputKind::H265;
+}
+
+/// Refuses a file that nothing says to be video and that has no parameters of pictures near its beginning; a pipe only
+/// where it is short.
+void checkParameters(InputFile& source) {
+    constexpr std::size_t kLookedAt = std::size_t{16} * 1024 * 1024;
+    std::vector<std::uint8_t> bytes(
+        static_cast<std::size_t>(std::min<std::uint64_t>(source.size().value_or(0), kLookedAt)));
+    std::span<const std::uint8_t> looked;
+    if (source.size()) {
+        looked = std::span<const std::uint8_t>(bytes).first(source.read(bytes));
+        if (!source.seek(0)) {
+            return;
+        }
+    } else {
+        looked = source.peek(streams::kLongestPeek);
+        if (looked.size() == streams::kLongestPeek) {
+            return;
+        }
+    }
+    // Where there is no start code at all the reader says so.
+    if (video::findStartCode(looked) < looked.size() && !video::hasVideoParameters(looked)) {
+        throw failureAtByte(source.name(), 0,
+                            "no sequence header and no parameter set of video in the first " +
+                                std::to_string(looked.size()) + " bytes: --codec says that it is video all the same");
+    }
+}
+
 /// The kind of a file of frames; none for what is to be read as an elementary stream.
 /// @throws UsageError when the file is of a kind that holds no captions.
 std::optional<InputKind> frameFileKind(const ExtractOptions& options, InputFile& source) {
@@ -183,10 +217,11 @@ std::optional<InputKind> frameFileKind(const ExtractOptions& options, InputFile&
     }
     const auto first = source.peek(kBytesThatTellKind);
     refuseOtherKinds(
-        first, source.name(),
-        [](InputKind kind) { return hasFrames(kind) || kind == InputKind::H264 || kind == InputKind::Mpeg2; },
-        "which holds no video");
+        first, source.name(), [](InputKind kind) { return hasFrames(kind) || isVideo(kind); }, "which holds no video");
     const std::optional<InputKind> kind = inputKind(first, source.name());
+    if (!kind) {
+        checkParameters(source);
+    }
     return kind && hasFrames(*kind) ? kind : std::nullopt;
 }
 
@@ -201,8 +236,12 @@ int extract(const ExtractOptions& options) {
         return finishFrames(source, output, problems, "not everything could be read");
     }
     checkRowOptions(InputKind::H264, options.source);
+    ExtractOptions settled = options;
+    if (!options.codec && inputKind(source.peek(kBytesThatTellKind), source.name()) == InputKind::H265) {
+        settled.codec = video::Codec::H265;
+    }
     try {
-        Extraction(options, source, output).run();
+        Extraction(settled, source, output).run();
     } catch (const Failure&) {
         if (output.isStandardOutput()) {
             // What came before the broken place has been found all the same.
