@@ -88,7 +88,8 @@ TEST(HevcOrder, FollowsThePictureOrderCount) {
     for (const std::string& one : slices) {
         const Bytes bytes = fromHex(one);
         inAnnexB.add(fromHex((mark == 0 ? kSets : "") + "000001" + one), mark);
-        const std::string sets = "1a 4201 " + kSequence + "03 4401 c1";
+        // 20 bytes, and 3.
+        const std::string sets = "14 4201 " + kSequence + "03 4401 c1";
         withLengths.add(fromHex((mark == 0 ? sets : "") + toHex(Bytes{static_cast<std::uint8_t>(bytes.size())}) + one),
                         mark);
         ++mark;
