@@ -306,6 +306,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {TeletextCharacterMissing, "the character set has no character {1x}, {2x} stands in its place"},
     {TeletextMarkLeftOut, "character {1x} is left out: no letter takes it"},
     {TeletextOrderLost, "from the screen the row reads otherwise from character {1} of {2} on"},
+    {TeletextMosaicLeftOut, "packet X/26 has {1} block mosaics or lines (G3), which are not shown"},
     {TeletextPlacementLeftOut, "no room in packets X/26 for the character of row {1}, column {2}"},
     {TeletextRowLeftOut, "{2} columns of row {1} are left out: there is no such row, or it has text already"},
     {TeletextRowMoved, "text of row {1} is moved to column {2}"},

@@ -36,6 +36,7 @@ teletext::WriterOptions writerOptions(const TeletextPlayoutOptions& options) {
     writer.repeatAfter = options.repeatAfter;
     writer.isSerial = options.isSerial;
     writer.firstFrame = options.firstFrame;
+    writer.region = options.region;
     return writer;
 }
 
@@ -167,15 +168,33 @@ void TeletextPlayout::compose(Page& page, std::uint64_t until, bool isFinal, Fin
     std::erase_if(page.cues, [until](const PlacedCue& cue) { return cue.end <= until; });
 }
 
+/// The first frame of which the writer does not know, in which the page changes.
+std::optional<std::uint64_t> TeletextPlayout::nextChange(const Page& page) {
+    std::optional<std::uint64_t> next;
+    for (const PlacedCue& cue : page.cues) {
+        for (const std::uint64_t frame : {cue.start, cue.end}) {
+            if (frame >= page.composed && (!next || frame < *next)) {
+                next = frame;
+            }
+        }
+    }
+    return next;
+}
+
 std::vector<anc::Packet> TeletextPlayout::next(FindingSink* findings) {
     // The header of a page goes in the frame before its start.
     constexpr std::uint64_t kAhead = 2;
     for (Page& page : _pages) {
         compose(page, _writer.frame() + kAhead, false, findings);
+        if (_options.repeatAfter != 0) {
+            _writer.expectChange(page.options.page, nextChange(page));
+        }
     }
     std::vector<anc::Packet> packets;
+    _events.clear();
     for (std::uint8_t field = 0; field < _writer.fieldsPerFrame(); ++field) {
         const teletext::FieldPackets sent = _writer.next(findings);
+        _events.insert(_events.end(), _writer.events().begin(), _writer.events().end());
         for (const teletext::Sdp& sdp : _stream.next(sent.packets.items(), sent.isOdd)) {
             std::array<std::uint8_t, teletext::kGreatestSdpBytes> room;
             // There is room, and lines have descriptors.

@@ -68,9 +68,32 @@ private:
                                       letter == cells.end() ? Color::White : letter->foreground);
     }
 
+    /// Three points for each character of that look which the set lacks, where the row has room for all of them.
+    void spellEllipses(detail::Cells& cells) const {
+        constexpr char32_t kEllipsis = U'\u2026';
+        const auto isEllipsis = [](const screen::Cell& cell) { return cell.character == kEllipsis; };
+        const auto count = static_cast<std::size_t>(std::count_if(cells.begin(), cells.end(), isEllipsis));
+        if (count == 0 || teletext::encodeCharacter(kEllipsis, _set).fit == teletext::CellCode::Fit::Exact ||
+            cells.size() + 2 * count > kColumns - leadOf(cells, false)) {
+            return;
+        }
+        detail::Cells spelt;
+        for (screen::Cell cell : cells) {
+            const std::size_t points = isEllipsis(cell) ? 3 : 1;
+            cell.character = isEllipsis(cell) ? U'.' : cell.character;
+            spelt.insert(spelt.end(), points, cell);
+        }
+        cells = std::move(spelt);
+        if (_findings != nullptr) {
+            _findings->add(makeFinding(FindingCode::TeletextCharacterReplaced, Severity::Remark,
+                                       _options.findingsOffset, kEllipsis, U'.'));
+        }
+    }
+
     void addRow(std::size_t source) {
         std::size_t bold = 0;
-        const detail::Cells cells = detail::cellsOf(_cue.rows[source], bold);
+        detail::Cells cells = detail::cellsOf(_cue.rows[source], bold);
+        spellEllipses(cells);
         if (bold > 0) {
             report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
         }

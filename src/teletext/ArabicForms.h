@@ -21,15 +21,15 @@ struct ArabicLetter {
 inline constexpr char32_t kLamAlef = U'\uFEFB';
 
 inline constexpr ArabicLetter kArabicLetters[] = {
-    {0x621, 0xFE80, 1},      {0x622, 0xFE81, 2}, {0x623, 0xFE83, 2}, {0x624, 0xFE85, 2}, {0x625, 0xFE87, 2},
-    {0x626, 0xFE89, 4},      {0x627, 0xFE8D, 2}, {0x628, 0xFE8F, 4}, {0x629, 0xFE93, 2}, {0x62A, 0xFE95, 4},
-    {0x62B, 0xFE99, 4},      {0x62C, 0xFE9D, 4}, {0x62D, 0xFEA1, 4}, {0x62E, 0xFEA5, 4}, {0x62F, 0xFEA9, 2},
-    {0x630, 0xFEAB, 2},      {0x631, 0xFEAD, 2}, {0x632, 0xFEAF, 2}, {0x633, 0xFEB1, 4}, {0x634, 0xFEB5, 4},
-    {0x635, 0xFEB9, 4},      {0x636, 0xFEBD, 4}, {0x637, 0xFEC1, 4}, {0x638, 0xFEC5, 4}, {0x639, 0xFEC9, 4},
-    {0x63A, 0xFECD, 4},      {0x641, 0xFED1, 4}, {0x642, 0xFED5, 4}, {0x643, 0xFED9, 4}, {0x644, 0xFEDD, 4},
-    {0x645, 0xFEE1, 4},      {0x646, 0xFEE5, 4}, {0x647, 0xFEE9, 4}, {0x648, 0xFEED, 2}, {0x649, 0xFEEF, 2},
-    {0x64A, 0xFEF1, 4},      {0x67E, 0xFB56, 4}, {0x686, 0xFB7A, 4}, {0x6A4, 0xFB6A, 4}, {0x6A9, 0xFB8E, 4},
-    {kLamAlef, kLamAlef, 2},
+    {0x621, 0xFE80, 1}, {0x622, 0xFE81, 2}, {0x623, 0xFE83, 2}, {0x624, 0xFE85, 2}, {0x625, 0xFE87, 2},
+    {0x626, 0xFE89, 4}, {0x627, 0xFE8D, 2}, {0x628, 0xFE8F, 4}, {0x629, 0xFE93, 2}, {0x62A, 0xFE95, 4},
+    {0x62B, 0xFE99, 4}, {0x62C, 0xFE9D, 4}, {0x62D, 0xFEA1, 4}, {0x62E, 0xFEA5, 4}, {0x62F, 0xFEA9, 2},
+    {0x630, 0xFEAB, 2}, {0x631, 0xFEAD, 2}, {0x632, 0xFEAF, 2}, {0x633, 0xFEB1, 4}, {0x634, 0xFEB5, 4},
+    {0x635, 0xFEB9, 4}, {0x636, 0xFEBD, 4}, {0x637, 0xFEC1, 4}, {0x638, 0xFEC5, 4}, {0x639, 0xFEC9, 4},
+    {0x63A, 0xFECD, 4}, {0x641, 0xFED1, 4}, {0x642, 0xFED5, 4}, {0x643, 0xFED9, 4}, {0x644, 0xFEDD, 4},
+    {0x645, 0xFEE1, 4}, {0x646, 0xFEE5, 4}, {0x647, 0xFEE9, 4}, {0x648, 0xFEED, 2}, {0x649, 0xFEEF, 2},
+    {0x64A, 0xFEF1, 4}, {0x671, 0xFB50, 2}, {0x698, 0xFB8A, 2}, {0x6AF, 0xFB92, 4}, {0x6CC, 0xFBFC, 4},
+    {0x67E, 0xFB56, 4}, {0x686, 0xFB7A, 4}, {0x6A4, 0xFB6A, 4}, {0x6A9, 0xFB8E, 4}, {kLamAlef, kLamAlef, 2},
 };
 
 /// Whether it may be in the table.
@@ -61,6 +61,19 @@ inline constexpr ArabicLetter kArabicLetters[] = {
     return letter.forms + (place < letter.count ? place : place % 2U < letter.count ? place % 2U : 0U);
 }
 
+/// The form that a character is of its letter; a letter itself counts as its isolated one.
+[[nodiscard]] constexpr ArabicForm formIn(const ArabicLetter& letter, char32_t character) noexcept {
+    const bool isForm = character >= letter.forms && character < letter.forms + letter.count;
+    return isForm ? static_cast<ArabicForm>(character - letter.forms) : ArabicForm::Isolated;
+}
+
+/// The same form of another letter, which stands for the first one; any other character as it is.
+[[nodiscard]] constexpr char32_t formLike(char32_t character, char32_t other) noexcept {
+    const ArabicLetter* const own = arabicLetter(character);
+    const ArabicLetter* const stand = arabicLetter(other);
+    return own == nullptr || stand == nullptr ? other : formOf(*stand, formIn(*own, character));
+}
+
 /// The forms of a letter, those that are most like the given one first; zeros behind the last and for other characters.
 /// A letter itself counts as its isolated form.
 [[nodiscard]] constexpr std::array<char32_t, 4> otherForms(char32_t character) noexcept {
@@ -71,9 +84,7 @@ inline constexpr ArabicLetter kArabicLetters[] = {
     }
     constexpr std::array<std::array<std::uint8_t, 4>, 4> kNearness{
         {{0, 1, 2, 3}, {1, 0, 3, 2}, {2, 3, 0, 1}, {3, 2, 1, 0}}};
-    const std::size_t own = character >= letter->forms && character < letter->forms + letter->count
-                                ? static_cast<std::size_t>(character - letter->forms)
-                                : 0;
+    const auto own = static_cast<std::size_t>(formIn(*letter, character));
     std::size_t count = 0;
     for (const std::uint8_t place : kNearness[own]) {
         if (place < letter->count) {

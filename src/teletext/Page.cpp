@@ -140,6 +140,9 @@ private:
     bool _isConcealed = false;
 };
 
+/// Packets X/27 of a page: one for each designation.
+constexpr std::size_t kGreatestLinks = 16;
+
 bool isBlank(RowCodes codes) {
     return std::all_of(codes.begin(), codes.end(), [](std::uint8_t code) { return code == kSpace; });
 }
@@ -176,6 +179,7 @@ void PageReader::erase() noexcept {
     }
     _enhancementsThere = 0;
     _placements.clear();
+    _areEnhancementsOld = false;
     _pageDesignation.reset();
 }
 
@@ -212,10 +216,17 @@ bool PageReader::receive(const Packet& packet, FindingSink* findings, std::uint6
     if (packet.number == kMagazineDesignation || (isOfPage && _isReceiving)) {
         return receiveTriplets(packet, findings, offset);
     }
-    if (!_isReceiving || !packet.isRow()) {
-        return false;
+    if (_isReceiving && packet.number == kLinks && _links.size() < kGreatestLinks) {
+        _links.push_back(packet);
     }
+    return _isReceiving && packet.isRow() && takeRow(packet);
+}
+
+bool PageReader::takeRow(const Packet& packet) {
     _counts.parityWrong += takeCodes(packet.data, _rows[packet.number]);
+    if (_areEnhancementsOld) {
+        std::erase_if(_placements, [&packet](const Placement& placement) { return placement.row == packet.number; });
+    }
     return true;
 }
 
@@ -246,6 +257,8 @@ bool PageReader::receiveHeader(const Packet& packet, FindingSink* findings, std:
     if (header->erasesPage) {
         erase();
     }
+    _areEnhancementsOld = true;
+    _links.clear();
     _header = *header;
     _isReceiving = true;
     _isKnown = true;

@@ -1,6 +1,7 @@
 // What packets X/26, X/28 and M/29 do to a page, and the order in which its rows are read.
 #include <qlx/teletext/page.h>
 
+#include "base/MakeFinding.h"
 #include "teletext/Direction.h"
 
 #include <algorithm>
@@ -76,6 +77,21 @@ private:
     bool _isOpen = true;
 };
 
+/// Says which of them no receiver of level 1.5 without the third set shows.
+void tellMosaics(const TripletPacket& packet, FindingSink* findings, std::uint64_t offset) {
+    std::uint64_t count = 0;
+    for (std::size_t place = 0; place < packet.triplets.size(); ++place) {
+        const Triplet triplet = packet.triplets[place];
+        count += packet.isSound(place) && triplet.address() < kDataBytes &&
+                         triplet.mode() == modeOf(ColumnMode::G3Character) && triplet.data() >= kFirstCharacterCode
+                     ? 1U
+                     : 0U;
+    }
+    if (count != 0) {
+        addTo(findings, makeFinding(FindingCode::TeletextMosaicLeftOut, Severity::Warning, offset, count));
+    }
+}
+
 }  // namespace
 
 bool PageReader::receiveTriplets(const Packet& packet, FindingSink* findings, std::uint64_t offset) {
@@ -86,7 +102,7 @@ bool PageReader::receiveTriplets(const Packet& packet, FindingSink* findings, st
         return false;
     }
     if (packet.number == kEnhancement) {
-        return takeEnhancement(*triplets);
+        return takeEnhancement(*triplets, findings, offset);
     }
     return takeDesignation(packet.number == kPageDesignation ? _pageDesignation : _magazineDesignation, *triplets);
 }
@@ -100,9 +116,11 @@ bool PageReader::takeDesignation(Designation& place, const TripletPacket& packet
     return _isKnown;
 }
 
-bool PageReader::takeEnhancement(const TripletPacket& packet) {
+bool PageReader::takeEnhancement(const TripletPacket& packet, FindingSink* findings, std::uint64_t offset) {
+    tellMosaics(packet, findings, offset);
     // Those behind the first are of the same transmission of the page.
-    const unsigned others = packet.designation == 0 ? 0U : _enhancementsThere;
+    const unsigned others = packet.designation == 0 || _areEnhancementsOld ? 0U : _enhancementsThere;
+    _areEnhancementsOld = false;
     _enhancementsThere = static_cast<std::uint16_t>(others | 1U << packet.designation);
     _enhancements[packet.designation] = packet;
     const bool hadSome = !_placements.empty();

@@ -62,7 +62,8 @@ constexpr Alike kNearest[] = {
     {U'\u266B', U'#'},      {U'\u2190', U'<'},      {U'\u2191', U'\''},     {U'\u2192', U'>'},
     {U'\u2193', U'.'},      {U'\u0622', U'\u0627'}, {U'\u0623', U'\u0627'}, {U'\u0624', U'\u0648'},
     {U'\u0625', U'\u0627'}, {U'\u0626', U'\u0649'}, {U'\u067E', U'\u0628'}, {U'\u0686', U'\u062C'},
-    {U'\u06A4', U'\u0641'}, {U'\u06A9', U'\u0643'},
+    {U'\u06A4', U'\u0641'}, {U'\u06A9', U'\u0643'}, {U'\u0671', U'\u0627'}, {U'\u0698', U'\u0632'},
+    {U'\u06AF', U'\u0643'},
 };
 /// Characters that are shown as others without anything being lost.
 constexpr Alike kSame[] = {
@@ -176,8 +177,25 @@ private:
                 return form;
             }
         }
-        const char32_t same = find(kSame, character);
+        const char32_t same = standIn(kSame, character);
         return same != U'\0' && same != character && isArabic(same) ? sameForm(same) : same;
+    }
+
+    /// What a table has for a character; for a form of an Arabic letter the same form of another letter.
+    template <std::size_t size>
+    [[nodiscard]] static char32_t standIn(const Alike (&table)[size], char32_t character) {
+        constexpr char32_t kPersianYeh = U'\u06CC';
+        constexpr char32_t kYeh = U'\u064A';
+        const ArabicLetter* const letter = arabicLetter(character);
+        if (letter == nullptr) {
+            return find(table, character);
+        }
+        char32_t other = find(table, letter->letter);
+        const ArabicForm form = formIn(*letter, character);
+        if (letter->letter == kPersianYeh && (form == ArabicForm::Initial || form == ArabicForm::Medial)) {
+            other = kYeh;  // which has the two dots there
+        }
+        return other == U'\0' ? other : formLike(character, other);
     }
 
     /// The code of the nearest character of the row's set: what receivers of level 1 show.
@@ -189,8 +207,8 @@ private:
             }
             const MarkedLetter parts = decomposed(character);
             char32_t next = parts.letter;
-            next = next == U'\0' ? find(kSame, character) : next;
-            next = next == U'\0' ? find(kNearest, plainArabic(character)) : next;
+            next = next == U'\0' ? standIn(kSame, character) : next;
+            next = next == U'\0' ? standIn(kNearest, character) : next;
             if (next == U'\0') {
                 break;
             }
@@ -275,8 +293,8 @@ void SetChoice::add(std::u32string_view text) {
     }
 }
 
-std::uint8_t SetChoice::designation() const {
-    // Lost characters, placements, not of the West, number: the least of all.
+std::uint8_t SetChoice::designation(std::uint8_t region) const {
+    // Lost characters, placements, not of the region, number: the least of all.
     using Cost = std::tuple<std::uint64_t, std::uint64_t, bool, unsigned>;
     Cost best{~std::uint64_t{0}, 0, false, 0};
     for (unsigned designation = 0; designation < kDesignations; ++designation) {
@@ -284,7 +302,7 @@ std::uint8_t SetChoice::designation() const {
         if (!set) {
             continue;
         }
-        Cost cost{0, 0, needsDesignationPacket(static_cast<std::uint8_t>(designation)), designation};
+        Cost cost{0, 0, needsDesignationPacket(static_cast<std::uint8_t>(designation), region), designation};
         for (const auto& [character, count] : _counts) {
             const CellCode code = encodeCharacter(character, *set);
             std::get<0>(cost) += code.fit == Fit::Missing ? count : 0;

@@ -111,6 +111,13 @@ bool Writer::add(CodedPage page, FindingSink* findings) {
     return true;
 }
 
+void Writer::expectChange(std::uint16_t page, std::optional<std::uint64_t> frame) {
+    const unsigned magazine = page >> 8U;
+    if (magazine > 0 && magazine <= kGreatestMagazine) {
+        pageOf(page).expected = frame ? std::min(*frame, kGreatestFrame) * _fields : kNever;
+    }
+}
+
 Writer::Event Writer::eventOf(const Page& page) noexcept {
     if (!page.waiting.empty()) {
         const std::uint64_t start = page.waiting.front().start;
@@ -139,6 +146,7 @@ FieldPackets Writer::next(FindingSink* findings) {
     FieldPackets field;
     field.frame = frameOf(_slot);
     field.isOdd = _slot % 2 == 0;
+    _events.clear();
     // Whose turn came first sends first; headers that close pages stand behind what is to be seen.
     std::array<std::pair<std::uint64_t, Lane*>, kGreatestMagazine> order;
     std::size_t count = 0;
@@ -177,8 +185,14 @@ void Writer::send(Lane& lane, FieldPackets& field, bool closes, FindingSink* fin
         // There is room for it.
         static_cast<void>(field.packets.append({&lane.packets[lane.sent], 1}));
         ++lane.sent;
-        const std::uint64_t frame = frameOf(_slot);
-        if (lane.isNew && lane.sent + 1 == lane.packets.size() && frame > lane.startFrame) {
+        if (lane.isNew && lane.sent == 1) {
+            _events.push_back({lane.number, TextEvent::Step::Begun});
+        }
+        if (!lane.isNew || lane.sent + 1 != lane.packets.size()) {
+            continue;
+        }
+        _events.push_back({lane.number, TextEvent::Step::Shown});
+        if (const std::uint64_t frame = frameOf(_slot); frame > lane.startFrame) {
             addTo(findings, makeFinding(FindingCode::TeletextPageLate, Severity::Warning, lane.number, lane.startFrame,
                                         frame - lane.startFrame));
         }
@@ -247,19 +261,28 @@ bool Writer::beginText(Lane& lane, Page& page, FindingSink* findings) {
         lane.isNew = true;
         page.repeat = _slot + std::uint64_t{_options.repeatAfter} * nominalFramesPerSecond(_rate) * _fields;
     }
+    if (isSame) {
+        _events.push_back({text.page.findingsOffset, TextEvent::Step::Shown});
+    }
     page.shown = std::move(text);
     return !isSame;
 }
 
-bool Writer::beginRepetition(Lane& lane) {
+/// Whether nothing is being sent or due within half a second.
+bool Writer::isQuiet() const noexcept {
     const std::uint64_t apart = std::uint64_t{nominalFramesPerSecond(_rate)} * _fields / 2;
-    if (!lane.isIdle() || lane.pages.empty() || _slot < lane.due + apart) {
-        return false;
-    }
+    return std::all_of(_lanes.begin(), _lanes.end(), [&](const Lane& lane) {
+        const auto isFar = [&](const Page& page) { return page.expected > _slot + apart; };
+        return lane.pages.empty() || (lane.isIdle() && _slot >= lane.due + apart && nextDue(lane) > _slot + apart &&
+                                      std::all_of(lane.pages.begin(), lane.pages.end(), isFar));
+    });
+}
+
+bool Writer::beginRepetition(Lane& lane) {
     const auto page = std::find_if(lane.pages.begin(), lane.pages.end(), [this](const Page& candidate) {
         return candidate.shown && candidate.repeat <= _slot;
     });
-    if (page == lane.pages.end() || nextDue(lane) <= _slot + apart) {
+    if (page == lane.pages.end() || !isQuiet()) {
         return false;
     }
     putHeader(lane, *page->shown, false, false);
@@ -289,7 +312,7 @@ void Writer::putHeader(Lane& lane, const Text& text, bool erases, bool isUpdate)
 
 void Writer::putRows(Lane& lane, const Text& text, const Text* shown, FindingSink* findings) {
     const auto magazine = static_cast<std::uint8_t>(text.page.page >> 8U);
-    if (needsDesignationPacket(text.page.designation)) {
+    if (needsDesignationPacket(text.page.designation, _options.region)) {
         lane.packets.push_back(*designationPacket(magazine, text.page.designation));
     }
     // Also those of rows that are there already: what comes takes the place of all that was.
@@ -300,7 +323,8 @@ void Writer::putRows(Lane& lane, const Text& text, const Text* shown, FindingSin
     if (!_placements.empty()) {
         const std::size_t before = lane.packets.size();
         lane.packets.resize(before + kEnhancementPackets);
-        OffsetSink placed(findings, text.page.findingsOffset);
+        // Of rows that are there already it has been told.
+        OffsetSink placed(shown == nullptr ? findings : nullptr, text.page.findingsOffset);
         const std::span<Packet> room = std::span(lane.packets).subspan(before);
         lane.packets.resize(before + enhancementPackets(_placements, magazine, room, &placed));
     }

@@ -117,6 +117,14 @@ TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {
     expectPageRows(rows, expected, {"4: row 12: 4 characters are left out, the page has no more rows"});
 }
 
+TEST(TeletextCueRows, SpellEllipsesThatTheSetLacks) {
+    const Texts said{"4: character 2026 is shown as 2e"};
+    expectPageRows({pageRowOf("Et\u2026 puis\u2026")}, {"22,4 Et... puis..."}, said);
+    expectPageRows({pageRowOf(std::string(34, 'x') + "\u2026")}, {"22,3 " + std::string(34, 'x') + "..."}, said);
+    // No room for all of it: the writer says how it is shown.
+    expectPageRows({pageRowOf(std::string(35, 'x') + "\u2026")}, {"22,4 " + std::string(35, 'x') + "\u2026"});
+}
+
 /// `24: 888 22 text, 20 other`: what pages show from a frame on.
 Texts shownBy(TeletextPlayout& playout, qlx::Findings& findings, const std::vector<std::uint16_t>& pages = {0x888}) {
     Texts texts;
@@ -214,6 +222,57 @@ TEST(TeletextPlayout, TakesCuesWhileItSends) {
     EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("b", Alignment::Left, 9)}, 20, 30), {}, &findings));
     EXPECT_EQ(shownBy(playout, findings), (Texts{"20: 888 18 b", "29: 888", "30: 888 22 a", "100: 888"}));
     EXPECT_EQ(findingTexts(findings), Texts{});
+}
+
+/// The frames with headers that are of a repetition: neither C4 nor C8.
+std::vector<std::uint64_t> repetitions(TeletextPlayout& playout, std::uint64_t until) {
+    std::vector<std::uint64_t> frames;
+    while (playout.frame() < until) {
+        const std::uint64_t frame = playout.frame();
+        for (const qlx::anc::Packet& packet : playout.next()) {
+            const auto sdp = qlx::teletext::parseSdp(packet.userData);
+            for (const auto& line : sdp->lines) {
+                const auto sent = qlx::teletext::parsePacket(line.bytes);
+                const auto header = sent->isHeader() ? qlx::teletext::parseHeader(*sent)
+                                                     : qlx::Result<qlx::teletext::PageHeader>(sent.error());
+                if (header && header->isCallable() && !header->isUpdate && !header->erasesPage) {
+                    frames.push_back(frame);
+                }
+            }
+        }
+    }
+    return frames;
+}
+
+TEST(TeletextPlayout, RepeatsPagesAwayFromWhatIsDue) {
+    using Frames = std::vector<std::uint64_t>;
+    // 25 frames behind the header of the start, and again; frame 98 is within half a second of the end.
+    TeletextPlayout playout(FrameRate::Fps25, {.repeatAfter = 1});
+    EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("a")}, 25, 110)));
+    EXPECT_EQ(repetitions(playout, 60), Frames{49});
+    // A cue that is added while others are on air keeps its own half second free, also of pages of other magazines.
+    EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("b")}, 84, 100), {.page = 0x150}));
+    EXPECT_EQ(repetitions(playout, 200), Frames{});
+    TeletextPlayout alone(FrameRate::Fps25, {.repeatAfter = 1});
+    EXPECT_TRUE(alone.add(pageCueOf({pageRowOf("a")}, 25, 111)));
+    EXPECT_EQ(repetitions(alone, 200), (Frames{49, 74}));
+}
+
+TEST(TeletextPlayout, SaysWhatHasBecomeOfCues) {
+    TeletextPlayout playout(FrameRate::Fps25);
+    EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("a")}, 25, 50)));
+    EXPECT_TRUE(playout.add(pageCueOf({pageRowOf("b")}, 30, 60)));
+    Texts texts;
+    while (!playout.isDone()) {
+        const std::uint64_t frame = playout.frame();
+        (void)playout.next();
+        for (const qlx::teletext::TextEvent& event : playout.events()) {
+            texts.push_back(std::to_string(frame) + ": " + std::to_string(event.number) +
+                            (event.step == qlx::teletext::TextEvent::Step::Begun ? " begun" : " shown"));
+        }
+    }
+    // The last two are of the page without the first cue.
+    EXPECT_EQ(texts, (Texts{"24: 0 begun", "25: 0 shown", "29: 1 begun", "30: 1 shown", "49: 1 begun", "50: 1 shown"}));
 }
 
 TEST(TeletextPlayout, PutsPacketsOnItsLines) {

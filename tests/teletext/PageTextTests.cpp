@@ -143,6 +143,46 @@ TEST(TeletextEnhancedPage, PutsCharactersOverRowsUntilTheyAreErased) {
     EXPECT_EQ(textOf(page, 1), U"abcd");
 }
 
+TEST(TeletextEnhancedPage, PutsNothingOfAnEarlierTransmissionOverNewRows) {
+    PageReader page;
+    const auto over = [](unsigned row) {
+        return enhanced({Triplet::make(40 + row, 4, 0), Triplet::make(0, 0x0F, 0x7B)})[0];
+    };
+    receiveAll(page, std::vector{kBegun, over(1), *rowPacket(8, 1, kAbcd), *rowPacket(8, 2, kAbcd)});
+    EXPECT_EQ(textOf(page, 1), U"ßbcd");
+    // The row comes again behind another header, without C4 and without X/26.
+    receiveAll(page, std::vector{kBegun, *rowPacket(8, 2, kAbcd)});
+    EXPECT_EQ(textOf(page, 1), U"ßbcd");
+    receiveAll(page, std::vector{kBegun, *rowPacket(8, 1, kAbcd)});
+    EXPECT_EQ(textOf(page, 1), U"abcd");
+    // Of what comes anew the packet in front is lost: those of before are no part of it.
+    receiveAll(page, std::vector{kBegun, over(2), *rowPacket(8, 2, kAbcd), kBegun,
+                                 enhanced({Triplet::make(41, 4, 0), Triplet::make(3, 0x0F, 0x7B)}, 1)[0],
+                                 *rowPacket(8, 1, kAbcd), *rowPacket(8, 2, kAbcd)});
+    EXPECT_EQ(textOf(page, 1), U"abcß");
+    EXPECT_EQ(textOf(page, 2), U"abcd");
+}
+
+TEST(TeletextEnhancedPage, TellsOfMosaicsAndKeepsLinks) {
+    PageReader page;
+    qlx::Findings findings;
+    const auto lines = enhanced({Triplet::make(41, 4, 0), Triplet::make(0, 2, 0x51), Triplet::make(1, 2, 0x52)});
+    Packet link = *packetOf(TripletPacket{});
+    link.number = kLinks;
+    receiveAll(page, std::vector{link, kBegun, lines[0], link, *rowPacket(8, 1, kAbcd)}, &findings);
+    EXPECT_EQ(textOf(page, 1), U"abcd");
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].text(), "packet X/26 has 2 block mosaics or lines (G3), which are not shown");
+    ASSERT_EQ(page.links().size(), 1U);
+    EXPECT_EQ(page.links()[0], link);
+    receiveAll(page, std::vector{kBegun});
+    EXPECT_TRUE(page.links().empty());
+    for (int count = 0; count < 20; ++count) {
+        receiveAll(page, std::vector{link});
+    }
+    EXPECT_EQ(page.links().size(), 16U);
+}
+
 TEST(TeletextEnhancedPage, TakesWhatIsItsOwn) {
     PageReader page;
     const auto some = enhanced({Triplet::make(41, 4, 0), Triplet::make(0, 0x0F, 0x7B)});

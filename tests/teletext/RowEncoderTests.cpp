@@ -133,6 +133,9 @@ TEST(TeletextOrder, TurnsHebrewAndArabicRows) {
     EXPECT_EQ(shown(U"دار", "ar"), U"\uFEAD\uFE8D\uFEA9");
     EXPECT_EQ(shown(U"لا", "ar"), U"\uFEFB");
     EXPECT_EQ(shown(U"بَ", "ar"), U"\uFE8F");
+    // Letters of Persian: yeh, gaf, alef with wasla, zheh.
+    EXPECT_EQ(shown(U"\u06CC\u06CC\u06CC", "ar"), U"\uFBFD\uFBFF\uFBFE");
+    EXPECT_EQ(shown(U"\u0628\u0698\u06AF\u0671", "ar"), U"\uFB51\uFB94\uFB8B\uFE91");
     // Sets from the left to the right keep what they do not have.
     EXPECT_EQ(shown(U"a שלום", "de"), U"a שלום");
     // The places that they are from.
@@ -157,6 +160,12 @@ TEST(TeletextOrder, EncodesArabicInTheFormsThatTheSetsHave) {
     // The final form of beh is drawn as the isolated one, seen has only one form: letters are kept.
     EXPECT_EQ(encodeCharacter(U'\uFE90', set), (CellCode{.code = 0x43, .shown = U'\uFE8F'}));
     EXPECT_EQ(encodeCharacter(U'\uFEB2', set), (CellCode{.code = 0x53, .shown = U'\uFEB3'}));
+    // The yeh of Persian is drawn as the Arabic one with its points, at the end without them; gaf is drawn as kaf.
+    EXPECT_EQ(encodeCharacter(U'\uFBFE', set).shown, encodeCharacter(U'\uFEF3', set).shown);
+    EXPECT_EQ(encodeCharacter(U'\uFBFF', set).shown, encodeCharacter(U'\uFEF4', set).shown);
+    EXPECT_EQ(encodeCharacter(U'\uFBFD', set).shown, encodeCharacter(U'\uFEF0', set).shown);
+    EXPECT_EQ(encodeCharacter(U'\uFB94', set).code, encodeCharacter(U'\uFEDB', set).code);
+    EXPECT_EQ(encodeCharacter(U'\uFB8B', set).code, encodeCharacter(U'\uFEB0', set).code);
     // Alef with hamza is in G2.
     EXPECT_EQ(encodeCharacter(U'\uFE84', set).mode, 0x0F);
     EXPECT_EQ(encodeCharacter(U'\uFE84', set).placedCode, 0x23);

@@ -196,6 +196,7 @@ enum class FindingCode : std::uint32_t {
     TeletextMarkLeftOut,                   ///< Unicode character there: a mark that no letter takes.
     TeletextOrderLost,                     ///< First place that is read otherwise from the screen, cells of the row.
     TeletextPlacementLeftOut,              ///< Row, column.
+    TeletextMosaicLeftOut,                 ///< Block mosaics and lines of the third set (G3) of a packet X/26.
 
     // teletext: writing
     TeletextRowLeftOut = 0x6'0201,  ///< Row, columns of it: the page has none there, or something else stands on it.

@@ -17,6 +17,8 @@
 #include <qlx/teletext/writer.h>
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace qlx::playout {
@@ -34,7 +36,8 @@ struct TeletextOptions {
 ///
 /// Rows of text are broken at a space where the page has no room for them (in double height 37 characters, 36 behind a
 /// colour; in single height one more), or behind the last one that has (PlayoutRowBroken). Those that do not fit on the
-/// page are left out (PlayoutPageFull). They stand left, in the middle or right; unchanged ones begin at the left with
+/// page are left out (PlayoutPageFull). An ellipsis (U+2026) that the set lacks becomes three points where its row has room
+/// for them (TeletextCharacterReplaced). Rows stand left, in the middle or right; unchanged ones begin at the left with
 /// their own spaces. Row numbers 1 to 11 are every second one of the page's rows, so that row n of the cue is row 2n at
 /// double height; of single height they are spread over the rows 1 to 23 by the last of them, and the rows of a cue keep
 /// their distance from one another. Without numbers the rows end at the bottom, or stand in the middle or at the top as
@@ -55,6 +58,7 @@ struct TeletextPlayoutOptions {
     std::uint32_t firstLine = 12;
     std::uint32_t secondLine = 575;  ///< Line of the packets of the second field.
     std::uint64_t firstFrame = 0;    ///< The number of the frame that is sent first.
+    std::uint8_t region = 0;         ///< Of receivers, as in teletext::needsDesignationPacket().
 };
 
 /// Takes cues, those of a page in the order of their starts, and gives the packets of frame after frame. A cue is shown
@@ -81,6 +85,10 @@ public:
     /// The packets of the next frame; often none.
     [[nodiscard]] QLX_EXPORT std::vector<anc::Packet> next(FindingSink* findings = nullptr);
 
+    /// What has become of cues in the frame that next() gave, by their numbers, up to the next call. Where cues begin in
+    /// the same frame of a page, the one that was added last stands for all of them.
+    [[nodiscard]] std::span<const teletext::TextEvent> events() const noexcept { return _events; }
+
     /// The number of the next frame.
     [[nodiscard]] std::uint64_t frame() const noexcept { return _writer.frame(); }
     /// Whether all was sent, and no page shows anything.
@@ -106,6 +114,7 @@ private:
     Page& pageOf(const TeletextOptions& options);
     bool place(const Page& page, PlacedCue& cue, const std::vector<teletext::PageRow>& rows,
                const TeletextOptions& options, FindingSink* findings) const;
+    [[nodiscard]] static std::optional<std::uint64_t> nextChange(const Page& page);
     void compose(Page& page, std::uint64_t until, bool isFinal, FindingSink* findings);
 
     FrameRate _rate;
@@ -114,6 +123,7 @@ private:
     teletext::SdpStream _stream;
     std::vector<Page> _pages;
     std::uint64_t _cues = 0;
+    std::vector<teletext::TextEvent> _events;
 };
 
 }  // namespace qlx::playout

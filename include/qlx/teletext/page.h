@@ -81,9 +81,10 @@ QLX_EXPORT bool drawRow(std::span<const std::uint8_t, kDataBytes> codes, const R
 
 /// The memory of one page. Rows are taken from the page's header to the next header of its magazine (in serial mode: of
 /// any), and are kept until a header erases them. A byte with wrong parity leaves what stands in its place. Packets X/26
-/// put characters over the rows: those of designation 0 replace all that came before. The sets are those of X/28/0, or
-/// else of the last M/29/0 of the magazine, or else of the receiver's region. What is for receivers of higher levels is
-/// passed over, and so are the block mosaics and lines of the third set (mode 02h of a column).
+/// put characters over the rows: those of designation 0 replace all that came before, and rows that come anew behind another
+/// header show none of an earlier transmission. The sets are those of X/28/0, or else of the last M/29/0 of the magazine,
+/// or else of the receiver's region. What is for receivers of higher levels is passed over; the block mosaics and lines of
+/// the third set (mode 02h of a column) are not shown (TeletextMosaicLeftOut).
 class PageReader {
 public:
     /// Rows of a screen: 0 to 24.
@@ -123,6 +124,9 @@ public:
     /// Pages that a viewer can call whose headers have been seen, except this one, ascending.
     [[nodiscard]] QLX_EXPORT std::vector<std::uint16_t> otherPages() const;
 
+    /// The links to other pages (X/27) that came with the last transmission of the page, as they came.
+    [[nodiscard]] std::span<const Packet> links() const noexcept { return _links; }
+
     /// What of the page's headers and rows, and of all other headers and addresses, was damaged.
     [[nodiscard]] const ProtectionCounts& counts() const noexcept { return _counts; }
 
@@ -133,7 +137,8 @@ private:
     void erase() noexcept;
     bool receiveHeader(const Packet& packet, FindingSink* findings, std::uint64_t offset);
     bool receiveTriplets(const Packet& packet, FindingSink* findings, std::uint64_t offset);
-    bool takeEnhancement(const TripletPacket& packet);
+    bool takeRow(const Packet& packet);
+    bool takeEnhancement(const TripletPacket& packet, FindingSink* findings, std::uint64_t offset);
     bool takeDesignation(Designation& place, const TripletPacket& packet);
     void placeCharacters();
     [[nodiscard]] static char32_t characterOf(std::uint8_t mode, std::uint8_t code, const CharacterSet& set) noexcept;
@@ -148,11 +153,13 @@ private:
     std::array<Codes, kRows> _rows{};
     std::array<TripletPacket, kEnhancementPackets> _enhancements{};
     std::uint16_t _enhancementsThere = 0;  ///< Bit n: that of designation n has come.
+    bool _areEnhancementsOld = false;      ///< They are of an earlier transmission of the page.
     /// What they put over the rows, in ascending order.
     std::vector<Placement> _placements;
     Designation _pageDesignation;
     Designation _magazineDesignation;
     std::bitset<0x900> _pages;
+    std::vector<Packet> _links;
 };
 
 }  // namespace qlx::teletext

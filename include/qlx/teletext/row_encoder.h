@@ -84,8 +84,10 @@ class SetChoice {
 public:
     /// Counts the characters of a row.
     QLX_EXPORT void add(std::u32string_view text);
-    /// The designation that is best for what was added; 0 (English) for nothing.
-    [[nodiscard]] QLX_EXPORT std::uint8_t designation() const;
+    /// The designation that is best for what was added: the one with the fewest characters that are lost, then with the
+    /// fewest that X/26 must place, then one that receivers of the region have, then the lowest.
+    /// @param region As in needsDesignationPacket().
+    [[nodiscard]] QLX_EXPORT std::uint8_t designation(std::uint8_t region = 0) const;
 
 private:
     std::map<char32_t, std::uint64_t> _counts;

@@ -96,11 +96,12 @@ struct MarkedLetter {
 /// @return None for a language that no set is made for.
 [[nodiscard]] QLX_EXPORT std::optional<std::uint8_t> designationOf(std::string_view language) noexcept;
 
-/// Whether receivers of Western Europe have the designation without being told: 00h to 06h. Every other set is
-/// designated by a packet X/28/0 in each transmission of the page.
-[[nodiscard]] constexpr bool needsDesignationPacket(std::uint8_t designation) noexcept {
-    constexpr std::uint8_t kLastOfWest = 6;
-    return designation > kLastOfWest;
+/// Whether receivers of a region must be told the designation: those of Western Europe have 00h to 06h of their own.
+/// Every other set is designated by a packet X/28/0 in each transmission of the page.
+/// @param region A designation of the receivers' region; its low three bits are not looked at.
+[[nodiscard]] constexpr bool needsDesignationPacket(std::uint8_t designation, std::uint8_t region = 0) noexcept {
+    constexpr unsigned kRegionBits = 0x78;
+    return ((designation ^ region) & kRegionBits) != 0;
 }
 
 }  // namespace qlx::teletext

@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace qlx::teletext {
@@ -44,6 +45,7 @@ struct WriterOptions {
     bool isNewsflash = false;                  ///< C5.
     bool suppressesHeader = true;              ///< C7.
     std::uint64_t firstFrame = 0;              ///< The number of the frame that is sent first.
+    std::uint8_t region = 0;                   ///< Of receivers, as in needsDesignationPacket().
 };
 
 /// What a field carries.
@@ -51,6 +53,21 @@ struct FieldPackets {
     std::uint64_t frame = 0;                             ///< Its frame.
     bool isOdd = true;                                   ///< The first field.
     BoundedList<Packet, kGreatestFieldPackets> packets;  ///< In their order; often none.
+};
+
+/// What has become of a text in a field.
+struct TextEvent {
+    /// What it is.
+    enum class Step : std::uint8_t {
+        Begun,  ///< The first packet of it was sent.
+        Shown,  ///< The last row of it was sent.
+    };
+
+    std::uint64_t number = 0;  ///< The text, as findings count it.
+    Step step = Step::Begun;   ///< What it is.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const TextEvent&, const TextEvent&) noexcept = default;
 };
 
 /// Takes what pages show, that of each page in the order of its starts, and gives field after field.
@@ -64,9 +81,10 @@ struct FieldPackets {
 /// Pages of one magazine (in serial mode: all) are sent one after the other, those of different ones at once. Text that
 /// does not fit moves on: what is complete in a later frame than its start's is a finding (TeletextPageLate), so is what is
 /// over before it can begin and thus left out (TeletextPageLeftOut), or is erased in a later frame (TeletextEraseLate).
-/// Pages are sent again, when that is asked for, where within half a second nothing of their magazine is due.
+/// Pages are sent again, when that is asked for, where within half a second before and behind nothing is due, of whatever
+/// magazine.
 ///
-/// A page whose set receivers of Western Europe do not have of themselves has packet X/28/0 each time; packets X/26 stand
+/// A page whose set receivers of the region do not have of themselves has packet X/28/0 each time; packets X/26 stand
 /// in front of the rows.
 ///
 /// The offset of findings is the number of the text, counted by add() from 0, or what coded pages say.
@@ -82,8 +100,18 @@ public:
     /// The same with rows that are coded: each one as codeRow() gives it.
     QLX_EXPORT bool add(CodedPage page, FindingSink* findings = nullptr);
 
+    /// Says that the page will change in this frame, which add() has not told yet: no page is sent again within half a
+    /// second of it. It counts up to the next call for the page.
+    /// @param page 0x100 to 0x8FF; another one does not count.
+    /// @param frame None when nothing is known.
+    QLX_EXPORT void expectChange(std::uint16_t page, std::optional<std::uint64_t> frame);
+
     /// The packets of the next field.
     [[nodiscard]] QLX_EXPORT FieldPackets next(FindingSink* findings = nullptr);
+
+    /// What has become of texts in the field that next() gave, in its order; up to the next call. A text that adds
+    /// nothing to what is shown is shown when it is due.
+    [[nodiscard]] std::span<const TextEvent> events() const noexcept { return _events; }
 
     /// The number of the frame that the next field is of.
     [[nodiscard]] std::uint64_t frame() const noexcept { return frameOf(_slot); }
@@ -105,8 +133,9 @@ private:
         std::uint16_t number = 0;
         Ring<Text> waiting;
         std::optional<Text> shown;
-        std::uint64_t lastStart = 0;  ///< Slot.
-        std::uint64_t repeat = 0;     ///< Slot.
+        std::uint64_t lastStart = 0;                 ///< Slot.
+        std::uint64_t repeat = 0;                    ///< Slot.
+        std::uint64_t expected = ~std::uint64_t{0};  ///< Slot of a change that is not told yet.
         bool hasStarted = false;
     };
 
@@ -139,6 +168,7 @@ private:
     bool begin(Lane& lane, FindingSink* findings);
     bool beginText(Lane& lane, Page& page, FindingSink* findings);
     void beginErase(Lane& lane, Page& page, FindingSink* findings);
+    [[nodiscard]] bool isQuiet() const noexcept;
     bool beginRepetition(Lane& lane);
     void putHeader(Lane& lane, const Text& text, bool erases, bool isUpdate) const;
     void putRows(Lane& lane, const Text& text, const Text* shown, FindingSink* findings);
@@ -151,6 +181,7 @@ private:
     std::uint64_t _added = 0;
     std::array<Lane, kGreatestMagazine> _lanes;
     std::vector<Placement> _placements;
+    std::vector<TextEvent> _events;
 };
 
 }  // namespace qlx::teletext

@@ -1,0 +1,367 @@
+// Random cues as teletext pages and back: text, rows, columns, colours and boxes of what fits, and of anything where
+// nothing is said of it; of several pages at once.
+#include "Sanitized.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <qlx/base/utf8.h>
+#include <qlx/playout/teletext.h>
+#include <qlx/teletext/page.h>
+#include <qlx/teletext/row_encoder.h>
+#include <qlx/teletext/sets.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace teletext_cue_test {
+
+using namespace qlx::teletext;
+using qlx::FrameRate;
+using qlx::MediaTime;
+using qlx::playout::TeletextPlayout;
+using qlx::playout::TeletextPlayoutOptions;
+using qlx::screen::Color;
+using qlx::subtitles::Alignment;
+using qlx::subtitles::Cue;
+using Random = std::mt19937;
+
+constexpr std::size_t kCues = qlxtest::kIsSanitized ? 300 : 10'000;
+constexpr std::uint64_t kFrames = 25;
+
+std::size_t below(Random& random, std::size_t count) {
+    return static_cast<std::size_t>(random()) % count;
+}
+
+/// A row as it is to be seen: where its text begins, its letters in reading order, and their colours.
+struct SeenRow {
+    std::size_t column = 0;
+    std::u32string text;
+    std::vector<Color> colors;     ///< Of the letters, from the left to the right; not of spaces.
+    std::size_t firstVisible = 0;  ///< Of the box.
+    std::size_t lastVisible = 0;
+
+    friend bool operator==(const SeenRow&, const SeenRow&) = default;
+};
+using SeenPage = std::map<std::size_t, SeenRow>;
+
+SeenPage seenOf(const PageReader& page) {
+    const qlx::screen::Screen screen = page.screen();
+    SeenPage seen;
+    for (std::size_t row = 0; row < screen.rows(); ++row) {
+        const auto cells = screen.row(row);
+        const auto hasText = [](const qlx::screen::Cell& cell) { return cell.hasText(); };
+        const auto isVisible = [](const qlx::screen::Cell& cell) { return cell.isVisible; };
+        const auto first = std::find_if(cells.begin(), cells.end(), hasText);
+        if (first == cells.end()) {
+            continue;
+        }
+        SeenRow& shown = seen[row];
+        shown.column = static_cast<std::size_t>(first - cells.begin());
+        shown.firstVisible =
+            static_cast<std::size_t>(std::find_if(cells.begin(), cells.end(), isVisible) - cells.begin());
+        shown.lastVisible =
+            39 - static_cast<std::size_t>(std::find_if(cells.rbegin(), cells.rend(), isVisible) - cells.rbegin());
+        for (const qlx::screen::Cell& cell : cells) {
+            if (cell.hasText()) {
+                shown.colors.push_back(cell.foreground);
+            }
+        }
+        const auto read = readingOrder(cells, page.characterSet());
+        const auto begin = std::find_if(read.begin(), read.end(), hasText);
+        const auto end = std::find_if(read.rbegin(), read.rend(), hasText).base();
+        for (auto cell = begin; cell != end; ++cell) {
+            shown.text += cell->isVisible ? cell->character : U' ';
+        }
+    }
+    return seen;
+}
+
+/// Letters of a set: those of rows, and some that X/26 brings.
+struct Letters {
+    std::u32string own;
+    std::u32string placed;
+};
+
+Letters lettersOf(std::uint8_t designation) {
+    const CharacterSet set = *characterSetOf(designation);
+    Letters letters;
+    if (set.isRightToLeft()) {
+        // Alone they are read as they are written.
+        letters.own = set.g0 == G0Set::Hebrew ? U"\u05D0\u05D1\u05D2\u05D3\u05D4\u05E9\u05EA\u05DD"
+                                              : U"\u0628\u062A\u062D\u062F\u0631\u0633\u0645\u0646\u0648\u064A";
+        return letters;
+    }
+    for (const char32_t letter : g0Characters(set)) {
+        const bool isPlain = letter > U' ' && letter != U'\u25A0';
+        letters.own += isPlain ? std::u32string(1, letter) : std::u32string();
+    }
+    for (const char32_t letter :
+         std::u32string_view(U"\u00C0\u00C9\u00D1\u00DF\u010C\u017D\u0151\u00E7\u00BF\u00A1\u0142")) {
+        const CellCode code = encodeCharacter(letter, set);
+        letters.placed += code.isPlaced() && code.fit == CellCode::Fit::Exact ? std::u32string(1, letter) : U"";
+    }
+    return letters;
+}
+
+/// A cue, and how it is to be seen.
+struct Made {
+    Cue cue;
+    SeenPage seen;
+    std::uint64_t start = 0;
+    std::uint64_t end = 0;
+};
+
+/// A row of words; a colour that changes does so between them.
+std::vector<std::pair<std::u32string, Color>> anyWords(Random& random, const Letters& letters, bool isRightToLeft) {
+    std::vector<std::pair<std::u32string, Color>> words;
+    Color color = qlx::screen::kBasicColors[1 + below(random, 7)];
+    std::size_t room = 2 + below(random, 34);
+    while (room > 1) {
+        std::u32string word;
+        for (std::size_t size = 1 + below(random, std::min<std::size_t>(room - 1, 9)); size > 0; --size) {
+            const bool isPlaced = !letters.placed.empty() && below(random, 12) == 0;
+            const std::u32string& from = isPlaced ? letters.placed : letters.own;
+            word += from[below(random, from.size())];
+        }
+        room -= std::min(room, word.size() + 1);
+        words.emplace_back(std::move(word), color);
+        if (!isRightToLeft && below(random, 4) == 0) {
+            color = qlx::screen::kBasicColors[1 + below(random, 7)];
+        }
+    }
+    return words;
+}
+
+/// @param frame It starts then.
+Made fittingCue(Random& random, std::uint8_t designation, const Letters& letters, std::uint64_t frame) {
+    const bool isRightToLeft = characterSetOf(designation)->isRightToLeft();
+    Made made;
+    made.start = frame;
+    made.end = frame + 2 + below(random, 20);
+    // A header stands in front of the end when something touches it.
+    made.cue.start = MediaTime::make(static_cast<std::int64_t>(made.start), kFrames);
+    made.cue.end = MediaTime::make(static_cast<std::int64_t>(made.end), kFrames);
+    const std::size_t rows = 1 + below(random, 3);
+    const std::size_t last = below(random, 3) == 0 ? rows + below(random, 12 - rows) : 0;
+    for (std::size_t index = 0; index < rows; ++index) {
+        qlx::subtitles::Row row;
+        row.number = last == 0 ? 0 : last - (rows - 1 - index);
+        const std::size_t alignment = below(random, 3);
+        row.alignment = alignment == 0 ? Alignment::Left : alignment == 1 ? Alignment::Center : Alignment::Right;
+        SeenRow seen;
+        for (const auto& [word, color] : anyWords(random, letters, isRightToLeft)) {
+            std::string text = row.runs.empty() ? "" : " ";
+            seen.text += row.runs.empty() ? U"" : U" ";
+            for (const char32_t letter : word) {
+                qlx::appendUtf8(text, letter);
+                seen.text += letter;
+                seen.colors.push_back(color);
+            }
+            row.runs.push_back({std::move(text), {}});
+            row.runs.back().style.foreground = color;
+        }
+        const std::size_t size = seen.text.size();
+        const std::size_t lead = seen.colors.front() == Color::White ? 3 : 4;
+        const std::size_t wanted = alignment == 0 ? 4 : alignment == 1 ? (40 - size) / 2 : 38 - size;
+        seen.column = std::max(wanted, lead);
+        seen.firstVisible = seen.column - 1;
+        seen.lastVisible = std::min<std::size_t>(seen.column + size, 39);
+        made.seen[last == 0 ? 22 - 2 * (rows - 1 - index) : 2 * static_cast<std::size_t>(row.number)] = std::move(seen);
+        made.cue.rows.push_back(std::move(row));
+    }
+    return made;
+}
+
+struct PlayedPage {
+    std::uint16_t number = 0x888;
+    std::uint8_t designation = 0;
+    std::vector<Made> cues;
+};
+
+/// Plays pages at once and looks at each in the frames between its cues' starts and ends.
+void expectPages(const std::vector<PlayedPage>& pages, const TeletextPlayoutOptions& options = {}) {
+    TeletextPlayout playout(FrameRate::Fps25, options);
+    qlx::Findings findings;
+    std::vector<PageReader> readers;
+    std::vector<std::size_t> next(pages.size(), 0);
+    for (const PlayedPage& page : pages) {
+        readers.emplace_back(page.number, options.region);
+        for (const Made& made : page.cues) {
+            ASSERT_TRUE(playout.add(made.cue, {.page = page.number, .designation = page.designation}, &findings));
+        }
+    }
+    std::size_t seen = 0;
+    while (!playout.isDone()) {
+        const std::uint64_t frame = playout.frame();
+        for (const qlx::anc::Packet& packet : playout.next(&findings)) {
+            const auto sdp = parseSdp(packet.userData, &findings);
+            ASSERT_TRUE(sdp);
+            for (PageReader& reader : readers) {
+                (void)reader.receive(*sdp, &findings);
+            }
+        }
+        for (std::size_t index = 0; index < pages.size(); ++index) {
+            const std::vector<Made>& cues = pages[index].cues;
+            if (next[index] < cues.size() && frame == cues[next[index]].start) {
+                ASSERT_TRUE(seenOf(readers[index]) == cues[next[index]].seen)
+                    << pageName(pages[index].number) << ", cue " << next[index];
+                ++seen;
+            } else if (next[index] < cues.size() && frame == cues[next[index]].end) {
+                const bool isTouched =
+                    next[index] + 1 < cues.size() && cues[next[index] + 1].start == cues[next[index]].end;
+                ++next[index];
+                ASSERT_TRUE(seenOf(readers[index]) == (isTouched ? cues[next[index]].seen : SeenPage())) << frame;
+                seen += isTouched ? 1 : 0;
+            }
+        }
+    }
+    std::size_t count = 0;
+    for (const PlayedPage& page : pages) {
+        count += page.cues.size();
+    }
+    EXPECT_EQ(seen, count);
+    ASSERT_TRUE(findings.empty()) << findings[0].offset << ": " << findings[0].text();
+}
+
+constexpr std::uint8_t kSets[] = {0,    1,    2,    3,    4,    5,    6,    0x08, 0x16, 0x1D,
+                                  0x1F, 0x22, 0x23, 0x20, 0x24, 0x25, 0x37, 0x47, 0x55};
+
+PlayedPage playedPage(Random& random, std::uint16_t number, std::uint8_t designation, std::size_t cues,
+                      std::uint64_t first, std::uint64_t gap) {
+    PlayedPage page{number, designation, {}};
+    const Letters letters = lettersOf(designation);
+    std::uint64_t frame = first;
+    for (std::size_t count = 0; count < cues; ++count) {
+        page.cues.push_back(fittingCue(random, designation, letters, frame));
+        // Some touch.
+        frame = page.cues.back().end + (gap == 0 && below(random, 3) == 0 ? 0 : 1 + gap + below(random, 10));
+    }
+    return page;
+}
+
+TEST(TeletextCues, ComeBackWhenTheyFit) {
+    Random random(21);
+    for (const std::uint8_t designation : kSets) {
+        expectPages({playedPage(random, 0x888, designation, kCues / std::size(kSets) + 1, 2, 0)});
+    }
+}
+
+TEST(TeletextCues, ComeBackFromPagesAtOnce) {
+    Random random(22);
+    // Four in magazines of their own.
+    std::vector<PlayedPage> pages;
+    for (std::size_t index = 0; index < 4; ++index) {
+        const auto number = static_cast<std::uint16_t>(0x101 + 0x200 * index);
+        pages.push_back(playedPage(random, number, kSets[4 * index + 1], kCues / 8, 2, 0));
+    }
+    expectPages(pages, {.sdps = 3});
+    // Two of one magazine, one behind the other: the cues of one stand where the other has none.
+    PlayedPage first{0x801, 4, {}};
+    PlayedPage second{0x888, 1, {}};
+    const Letters letters[] = {lettersOf(4), lettersOf(1)};
+    std::uint64_t frame = 2;
+    for (std::size_t count = 0; count < kCues / 8; ++count) {
+        PlayedPage& page = count % 2 == 0 ? first : second;
+        page.cues.push_back(fittingCue(random, page.designation, letters[count % 2], frame));
+        frame = page.cues.back().end + 3;
+    }
+    expectPages({first, second}, {.isSerial = true});
+}
+
+// Anything
+
+/// Rows of any length and letters, of which some are in no set.
+Cue anyCue(Random& random, std::uint64_t frame) {
+    constexpr std::u32string_view kLetters =
+        U"abcdefgh  \u00E9\u00DF\u00D1\u0416\u05D0\u0628\u65E5\u2026\u201E\u0301\u20AC([";
+    Cue cue;
+    cue.start = MediaTime::make(static_cast<std::int64_t>(frame), kFrames);
+    cue.end = MediaTime::make(static_cast<std::int64_t>(frame + below(random, 60)), kFrames);
+    for (std::size_t rows = below(random, 5); rows > 0; --rows) {
+        qlx::subtitles::Row row;
+        row.number = below(random, 3) == 0 ? below(random, 14) : 0;
+        row.alignment = static_cast<Alignment>(below(random, 4));
+        for (std::size_t runs = below(random, 4); runs > 0; --runs) {
+            std::string text;
+            // Most have letters of every set alone.
+            const std::size_t kinds = below(random, 3) == 0 ? kLetters.size() : 10;
+            for (std::size_t size = below(random, 20); size > 0; --size) {
+                qlx::appendUtf8(text, kLetters[below(random, kinds)]);
+            }
+            row.runs.push_back({std::move(text), {}});
+            row.runs.back().style.isItalic = below(random, 20) == 0;
+            row.runs.back().style.foreground = qlx::screen::kBasicColors[below(random, 8)];
+        }
+        cue.rows.push_back(std::move(row));
+    }
+    return cue;
+}
+
+/// The words of a cue, without regard to rows.
+std::u32string wordsOf(const Cue& cue) {
+    std::u32string words;
+    for (const qlx::subtitles::Row& row : cue.rows) {
+        const std::string text = row.text();
+        for (std::string_view rest = text; !rest.empty();) {
+            const char32_t letter = qlx::takeCodePoint(rest);
+            // A mark and its letter are one character on the screen.
+            const char32_t joined = words.empty() ? U'\0' : composed(words.back(), letter);
+            if (joined != U'\0') {
+                words.back() = joined;
+                continue;
+            }
+            words += letter == U' ' ? std::u32string() : std::u32string(1, letter);
+        }
+    }
+    return words;
+}
+
+TEST(TeletextCues, AreShownAsTheyAreOrSomethingIsSaid) {
+    Random random(23);
+    std::size_t exact = 0;
+    std::size_t said = 0;
+    for (std::size_t count = 0; count < kCues; ++count) {
+        // Of each by itself: what is said is said of it.
+        const std::uint8_t designation = kSets[below(random, std::size(kSets))];
+        TeletextPlayout playout(FrameRate::Fps25);
+        qlx::Findings findings;
+        const Cue cue = anyCue(random, 2);
+        PageReader reader;
+        const bool isTaken = playout.add(cue, {.designation = designation}, &findings);
+        ASSERT_TRUE(isTaken || !findings.empty());
+        std::u32string shown;
+        while (!playout.isDone()) {
+            for (const qlx::anc::Packet& packet : playout.next(&findings)) {
+                const auto sdp = parseSdp(packet.userData, &findings);
+                ASSERT_TRUE(sdp);
+                (void)reader.receive(*sdp, &findings);
+            }
+            const SeenPage seen = seenOf(reader);
+            if (shown.empty() && !seen.empty() && !reader.isReceiving()) {
+                for (const auto& [number, row] : seen) {
+                    std::copy_if(row.text.begin(), row.text.end(), std::back_inserter(shown),
+                                 [](char32_t letter) { return letter != U' '; });
+                }
+            }
+        }
+        if (findings.empty()) {
+            ASSERT_TRUE(shown == wordsOf(cue)) << count;
+            ++exact;
+        } else {
+            ++said;
+        }
+        ASSERT_TRUE(seenOf(reader).empty());
+    }
+    EXPECT_GT(exact, kCues / 20);
+    EXPECT_GT(said, kCues / 4);
+}
+
+}  // namespace teletext_cue_test
