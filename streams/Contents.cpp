@@ -1,6 +1,7 @@
 #include <qlx/streams/contents.h>
 
 #include "FrameCaptions.h"
+#include "PageLives.h"
 #include "ScreenLife.h"
 
 #include <qlx/cc/cdp.h>
@@ -92,6 +93,7 @@ public:
         takeField(cc::CcType::Field1, captions.triplets(), frame);
         takeField(cc::CcType::Field2, captions.triplets(), frame);
         takeServices(captions.triplets(), frame);
+        _pages.receive(frame);
         for (ChannelLife& channel : _channels) {
             channel.life.stay(frame, channel.content);
         }
@@ -119,6 +121,8 @@ public:
         for (const auto& [number, service] : _services) {
             found.push_back(service.content);
         }
+        const std::vector<Content> pages = _pages.contents();
+        found.insert(found.end(), pages.begin(), pages.end());
         return found;
     }
 
@@ -228,6 +232,7 @@ private:
     cea708::PacketReader _packets;
     detail::DelayClock _clock;
     std::map<std::uint8_t, ServiceLife> _services;
+    detail::PageLives _pages;
 };
 
 ContentReader::ContentReader(const ContentOptions& options) : _state(std::make_unique<State>(options)) {}

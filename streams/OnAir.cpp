@@ -1,5 +1,6 @@
 #include <qlx/streams/on_air.h>
 
+#include "AncOrder.h"
 #include "FrameCaptions.h"
 #include "LineSink.h"
 
@@ -9,7 +10,6 @@
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/sdp.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -21,18 +21,10 @@ class TeletextOnAir final : public OnAir {
 public:
     using OnAir::receive;
 
-    explicit TeletextOnAir(std::uint16_t page) : _number(page), _page(page) {}
+    TeletextOnAir(std::uint16_t page, std::uint8_t region) : _number(page), _page(page, region) {}
 
     bool receive(const Frame& frame, FindingSink* findings) override {
-        std::vector<const anc::Packet*> packets;
-        for (const auto& packet : frame.packets) {
-            if (packet.id() == anc::ids::kOp47) {
-                packets.push_back(&packet);
-            }
-        }
-        // Field 1 comes first, however the packets of a frame are listed.
-        std::stable_sort(packets.begin(), packets.end(),
-                         [](const anc::Packet* left, const anc::Packet* right) { return left->line < right->line; });
+        const std::vector<const anc::Packet*> packets = detail::teletextPackets(frame);
         bool isChanged = false;
         for (const anc::Packet* const packet : packets) {
             detail::LineSink sink(findings, packet->line);
@@ -42,6 +34,7 @@ public:
                 sink.add(sdp.error());
                 continue;
             }
+            _counters.receive(sdp->counter, told);
             isChanged = _page.receive(*sdp, told) || isChanged;
         }
         _isCarried = _isCarried || !packets.empty();
@@ -50,6 +43,7 @@ public:
 
     [[nodiscard]] screen::Screen screen() const override { return _page.screen(); }
     [[nodiscard]] OnAirKind kind() const noexcept override { return OnAirKind::TeletextPage; }
+    [[nodiscard]] teletext::CharacterSet characterSet() const noexcept override { return _page.characterSet(); }
     [[nodiscard]] std::string name() const override { return teletext::pageName(_number); }
     [[nodiscard]] bool isCarried() const noexcept override { return _isCarried; }
     [[nodiscard]] std::vector<std::uint16_t> otherPages() const override { return _page.otherPages(); }
@@ -57,6 +51,7 @@ public:
 private:
     std::uint16_t _number;
     teletext::PageReader _page;
+    teletext::SdpCounterCheck _counters;
     bool _isCarried = false;
 };
 
@@ -139,8 +134,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page) {
-    return std::make_unique<TeletextOnAir>(page);
+std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page, std::uint8_t region) {
+    return std::make_unique<TeletextOnAir>(page, region);
 }
 
 std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel, const cea608::ReceiverOptions& options) {

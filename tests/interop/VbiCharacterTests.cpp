@@ -9,10 +9,14 @@ TEST(VbiCharacters, NeedLibzvbi) {
 
 #else
 
+#include "AncBytes.h"
 #include "TeletextTexts.h"
+#include "ToolRunner.h"
 
+#include <qlx/base/utf8.h>
 #include <qlx/teletext/characters.h>
 #include <qlx/teletext/packet.h>
+#include <qlx/teletext/sdp.h>
 
 #include <libzvbi.h>
 
@@ -204,6 +208,78 @@ TEST(VbiCharacters, AreThoseOfTheTextsOfEveryLanguage) {
             EXPECT_TRUE(shown == expected) << language << ", row " << row + 1;
         }
     }
+    EXPECT_GT(rowsSeen, 60U);
+}
+
+/// Cues of a second each, the first one at 1 s, as subtitles in JSON.
+std::string jsonCues(const std::vector<std::u32string_view>& rows) {
+    std::string json = "[";
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        std::string text;
+        for (const char32_t letter : rows[row]) {
+            text += letter == U'"' || letter == U'\\' ? "\\" : "";
+            qlx::appendUtf8(text, letter);
+        }
+        json += (row == 0 ? "" : ",") + std::string(R"({"start_time_seconds":)") + std::to_string(row + 1) +
+                R"(,"end_time_seconds":)" + std::to_string(row + 2) + R"(,"text_lines":[{"text":")" + text + "\"}]}";
+    }
+    return json + "]";
+}
+
+/// The teletext packets in a line of jsonl.
+std::vector<Packet> packetsIn(const std::string& line) {
+    std::vector<Packet> packets;
+    const std::string kData = "\"data\":\"";
+    for (std::size_t at = line.find(kData); at != std::string::npos; at = line.find(kData, at + 1)) {
+        const std::size_t begin = at + kData.size();
+        const auto sdp = parseSdp(qlxtest::fromHex(line.substr(begin, line.find('"', begin) - begin)));
+        EXPECT_TRUE(sdp);
+        for (std::size_t index = 0; sdp && index < sdp->lines.size(); ++index) {
+            packets.push_back(*parsePacket(sdp->lines[index].bytes));
+        }
+    }
+    return packets;
+}
+
+TEST(VbiCharacters, AreThoseThatPlaySendsInEveryLanguage) {
+    const qlxtest::TemporaryFolder folder;
+    std::size_t rowsSeen = 0;
+    std::size_t languagesSeen = 0;
+    for (const auto& [language, rows] : qlxtest::languageLetters()) {
+        const CharacterSet set = *characterSetOf(*designationOf(language));
+        if (set.g0 == G0Set::Arabic) {
+            continue;  // in codes of its own
+        }
+        ++languagesSeen;
+        const qlxtest::ToolResult played =
+            qlxtest::runTool({"play", folder.write("in.json", jsonCues(rows)), "--mode", "teletext", "--rate", "25",
+                              "--language", std::string(language), "--to-format", "jsonl"});
+        ASSERT_EQ(played.exitCode, 0) << played.err;
+        Receiver receiver(0);
+        const std::vector<std::string> frames = qlxtest::linesOf(played.out);
+        for (std::size_t frame = 0; frame < frames.size(); ++frame) {
+            for (const Packet& packet : packetsIn(frames[frame])) {
+                receiver.take(packet);
+            }
+            const std::size_t row = frame / 25 - 1;
+            if (frame < 25 || frame % 25 != 12 || row >= rows.size()) {
+                continue;
+            }
+            std::u32string expected;
+            for (const DisplayCell& cell : displayCells(rows[row], set)) {
+                expected += cell.character;
+            }
+            for (const auto& [letter, drawn] : drawnLetters(set)) {
+                std::replace(expected.begin(), expected.end(), letter, drawn);
+            }
+            // In the middle of the row, behind double height and the two codes of the box.
+            const std::size_t column = std::max<std::size_t>(3, (40 - expected.size()) / 2);
+            const std::u32string shown = receiver.row(22, expected.size(), VBI_WST_LEVEL_1p5, 0x888, column);
+            EXPECT_TRUE(shown == expected) << language << ", row " << row + 1 << ": " << played.err;
+            ++rowsSeen;
+        }
+    }
+    EXPECT_GE(languagesSeen, 25U);
     EXPECT_GT(rowsSeen, 60U);
 }
 

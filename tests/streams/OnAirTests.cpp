@@ -121,6 +121,20 @@ TEST(OnAir, ShowsATeletextPageAndKnowsTheOthers) {
     EXPECT_EQ(shownBy(*onAir), Lines{});
 }
 
+TEST(OnAir, SaysWhenCountersOfPacketsJump) {
+    const auto onAir = qlx::streams::teletextOnAir(0x888);
+    qlx::Findings findings;
+    // 65535 is followed by 0, and 2 by 4.
+    for (const int counter : {65534, 65535, 0, 1, 2, 4, 5}) {
+        Frame frame;
+        frame.packets.push_back(
+            packetOf(ids::kOp47, fromHex(qlxtest::eraseHex(static_cast<std::uint16_t>(counter))), 12));
+        (void)onAir->receive(frame, &findings);
+    }
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{qlx::FindingCode::SdpCounterJumped, qlx::Severity::Warning, 12, 4, 3}));
+}
+
 TEST(OnAir, SaysOnWhichLineAPacketIsWrong) {
     Frame frame;
     std::vector<std::uint8_t> damaged = fromHex(qlxtest::eraseHex(1));

@@ -159,7 +159,7 @@ void PrintTo(const Command& command, std::ostream* stream) {
 
 // A line for each kind of input of each command.
 const std::vector<Command> kCommands{
-    {"PlaySrt", {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "v210", "-o", "OUT"}, srtFile},
+    {"PlaySrt", {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "v210", "-o", "OUT", "-q"}, srtFile},
     {"PlayCaptions",
      {"play", "IN", "--mode", "cea608", "--rate", "25", "--format", "klv", "-o", "OUT", "--as-deployed"},
      srtFile},

@@ -19,6 +19,7 @@ namespace {
 
 using qlx::tool::CueLosses;
 using qlxtest::deployedCaptionArguments;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -168,18 +169,20 @@ TEST(Losses, AreWarningsOfPlay) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kLossy);
     const std::string cue = "qlxcc: warning: " + file + ": cue ";
-    const ToolResult teletext = runTool(playArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult teletext = runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(teletext.exitCode, 0);
     EXPECT_EQ(teletext.err,
               cue + "2: \u00F1 as q\n" + cue + "3: 1 row left out: a teletext subtitle has 3 rows of 34 characters\n");
     const ToolResult captions = runTool(deployedCaptionArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(captions.exitCode, 0);
     EXPECT_EQ(captions.err, cue + "3: 2 rows left out: a caption has 2 rows of 31 characters\n");
-    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");
+    EXPECT_EQ(runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl", "--quiet"})).err, "");
     // Only of what is played: frame 200 is at 8 s, where cue 3 is not yet due.
-    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "jsonl", "--duration", "8.04"})).err,
+    EXPECT_EQ(runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl", "--duration", "8.04"})).err,
               cue + "2: \u00F1 as q\n");
-    EXPECT_EQ(linesOf(runTool(playArguments(file, "25", {"--format", "jsonl", "--duration", "8.08"})).err).size(), 2U);
+    EXPECT_EQ(
+        linesOf(runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl", "--duration", "8.08"})).err).size(),
+        2U);
 }
 
 TEST(Losses, AreRemarksOfSubsWithAMode) {
@@ -223,7 +226,7 @@ TEST(Losses, NameElementsOfJsonFiles) {
     const TemporaryFolder folder;
     const std::string cue = R"({"start_time_seconds":1,"end_time_seconds":2,"text_lines":[{"text":")";
     const std::string file = folder.write("in.json", "[7," + cue + "a\"}]}," + cue + "[\"}]}]");
-    EXPECT_EQ(linesOf(runTool(playArguments(file, "25", {"--format", "jsonl"})).err).back(),
+    EXPECT_EQ(linesOf(runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl"})).err).back(),
               "qlxcc: warning: " + file + ": cue 3: [ as \u00EB");
 }
 

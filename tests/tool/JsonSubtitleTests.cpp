@@ -13,8 +13,8 @@ namespace {
 
 using qlx::tool::looksLikeJson;
 using qlxtest::deployedCaptionArguments;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::linesOf;
-using qlxtest::playArguments;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
@@ -42,11 +42,11 @@ TEST(JsonSubtitles, PlayAsTeletextLikeTheSameSRTFile) {
     const std::string json = folder.write(
         "in.json", R"([{"start_timecode":"00:00:00,040","end_time_seconds":0.12,"text_lines":[{"text":"Bonjour"}]}])");
     const std::string text = folder.write("in.srt", srt({{"00:00:00,040", "00:00:00,120", "Bonjour"}}));
-    const ToolResult fromJson = runTool(playArguments(json, "25", {"--format", "jsonl"}));
+    const ToolResult fromJson = runTool(deployedTeletextArguments(json, "25", {"--format", "jsonl"}));
     EXPECT_EQ(fromJson.exitCode, 0) << fromJson.err;
     EXPECT_EQ(linesOf(fromJson.out).size(), 28U);
     EXPECT_NE(linesOf(fromJson.out).at(3).find(qlxtest::bonjourHex(5)), std::string::npos);
-    EXPECT_EQ(fromJson.out, runTool(playArguments(text, "25", {"--format", "jsonl"})).out);
+    EXPECT_EQ(fromJson.out, runTool(deployedTeletextArguments(text, "25", {"--format", "jsonl"})).out);
 }
 
 TEST(JsonSubtitles, AreKnownByTheirContent) {

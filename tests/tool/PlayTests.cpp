@@ -1,4 +1,4 @@
-// qlxcc play: which packets go on air with which frame.
+// qlxcc play: which packets the fixed operations put on air with which frame.
 #include "SubtitleFiles.h"
 #include "TeletextBytes.h"
 #include "ToolRunner.h"
@@ -12,6 +12,7 @@ namespace {
 
 using qlxtest::bonjourHex;
 using qlxtest::closeHex;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::eraseHex;
 using qlxtest::fillingHex;
 using qlxtest::kEvenLines;
@@ -38,7 +39,7 @@ std::vector<std::string> playedLines(const std::string& srtText, const std::stri
                                      std::vector<std::string> more = {}) {
     const TemporaryFolder folder;
     more.insert(more.end(), {"--format", "jsonl"});
-    const ToolResult result = runTool(playArguments(folder.write("in.srt", srtText), rate, more));
+    const ToolResult result = runTool(deployedTeletextArguments(folder.write("in.srt", srtText), rate, more));
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     return linesOf(result.out);
@@ -184,7 +185,7 @@ TEST(Play, PrintsTheScheduleOfWhatChanges) {
     const std::string file =
         folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Bonjour\n{\\an8}\xC3\xA0 tous"},
                                     {"00:00:02,000", "00:00:03,000", "{\\an8}En haut"}}));
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     // The second cue touches the first: there is a gap of one frame (50), whose blocks take two frames, then comes 52.
@@ -208,7 +209,7 @@ TEST(Play, PrintsTheScheduleOfWhatChanges) {
 TEST(Play, SaysInTheScheduleThatACueHasNoText) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", "1\n00:00:00,000 --> 00:00:02,000\n\n");
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0) << result.err;
     const auto lines = qlxtest::linesOf(result.out);
     ASSERT_GT(lines.size(), 4U);
@@ -221,14 +222,14 @@ TEST(Play, KeepsControlCharactersOutOfTheSchedule) {
     const std::string file = folder.write("in.srt", srt({{"00:00:00,000", "00:00:02,000",
                                                           "a\x1b[31mb\tc\xC2\x9B"
                                                           "d"}}));
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_NE(result.out.find("  a [31mb c d\n"), std::string::npos) << result.out;
     EXPECT_EQ(result.out.find('\x1b'), std::string::npos);
 }
 
 TEST(Play, SaysWhatTheDemonstrationFileLosesAsTeletext) {
-    const ToolResult result = runTool(playArguments(QLX_DEMO_SRT, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(QLX_DEMO_SRT, "25"));
     EXPECT_EQ(result.exitCode, 0);
     // In the French set the codes of the brackets, 5B and 5D, are e with diaeresis and u with grave; capital letters have
     // no accents. "Larguez tout ! Les canots \xC3\xA0 l'eau !" has 35 characters, the first row of cue 45 has 62.
@@ -247,7 +248,7 @@ TEST(Play, SaysWhatTheDemonstrationFileLosesAsTeletext) {
 }
 
 TEST(Play, ReadsStandardInput) {
-    const ToolResult result = runTool(playArguments("-", "25", {"--format", "jsonl"}),
+    const ToolResult result = runTool(deployedTeletextArguments("-", "25", {"--format", "jsonl"}),
                                       {.input = srt({{"00:00:00,040", "00:00:00,120", "Bonjour"}})});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     const auto lines = linesOf(result.out);

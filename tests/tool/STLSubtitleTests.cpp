@@ -16,6 +16,7 @@
 namespace {
 
 using qlxtest::deployedCaptionArguments;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
 using qlxtest::runTool;
@@ -28,7 +29,7 @@ using qlxtest::ToolResult;
 /// The first rows of `play`'s schedule that name rows, such as `rows 9,10`.
 std::vector<std::string> playedRows(const std::vector<STLCue>& blocks) {
     const TemporaryFolder folder;
-    const ToolResult result = runTool(playArguments(folder.write("in.stl", stl(blocks)), "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(folder.write("in.stl", stl(blocks)), "25"));
     EXPECT_EQ(result.exitCode, 0) << result.err;
     std::vector<std::string> rows;
     for (const std::string& line : linesOf(result.out)) {
@@ -45,13 +46,13 @@ TEST(STLSubtitles, PlayLikeTheSameSRTFile) {
     const std::string file = folder.write(
         "in.stl",
         stl({{.number = 1, .start = {0, 0, 0, 1}, .end = {0, 0, 0, 3}, .verticalPosition = 23, .text = "Bonjour"}}));
-    const ToolResult result = runTool(playArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     ASSERT_EQ(linesOf(result.out).size(), 28U);
     EXPECT_NE(linesOf(result.out).at(3).find(qlxtest::bonjourHex(5)), std::string::npos);
     const std::string text = folder.write("in.srt", srt({{"00:00:00,040", "00:00:00,120", "Bonjour"}}));
-    EXPECT_EQ(result.out, runTool(playArguments(text, "25", {"--format", "jsonl"})).out);
+    EXPECT_EQ(result.out, runTool(deployedTeletextArguments(text, "25", {"--format", "jsonl"})).out);
 }
 
 TEST(STLSubtitles, AppearInTimeAsCaptionsLikeAnSRTFile) {

@@ -12,6 +12,7 @@
 namespace {
 
 using qlxtest::ancSamples;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::joined;
 using qlxtest::kAncKeyHex;
 using qlxtest::kCaptionElementHex;
@@ -361,10 +362,13 @@ TEST(RoundTrip, GivesBackWhatWasPlayed) {
             play("a.jsonl");
             const std::string played = withoutTimes(folder.read("a.jsonl"));
             EXPECT_EQ(played.find("pts"), std::string::npos);
-            // 3 s of frames, and two packets in each.
+            // 3 s of frames.
             EXPECT_GE(linesOf(played).size(), 72U);
-            const ToolResult rows = runTool({"scan", folder.path("a.v210"), "--width", isSD ? "720" : "1920", "--lines",
-                                             isSD ? "21,334" : "12,575", "--json"});
+            // A frame of one field has a row of its own.
+            const bool isProgressive = rate == "59.94";
+            const std::string lines = isSD ? isProgressive ? "21" : "21,334" : isProgressive ? "12" : "12,575";
+            const ToolResult rows =
+                runTool({"scan", folder.path("a.v210"), "--width", isSD ? "720" : "1920", "--lines", lines, "--json"});
             EXPECT_EQ(rows.exitCode, 0) << rows.err;
             EXPECT_EQ(rows.err, "");
             EXPECT_TRUE(rows.out == played) << rate;
@@ -379,7 +383,7 @@ TEST(RoundTrip, GivesBackWhatWasPlayed) {
 TEST(RoundTrip, WritesEveryByteOfARow) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:00,040", "00:00:00,120", "Bonjour"}}));
-    ASSERT_EQ(runTool(playArguments(file, "25", {"-o", folder.path("a.v210")})).exitCode, 0);
+    ASSERT_EQ(runTool(deployedTeletextArguments(file, "25", {"-o", folder.path("a.v210")})).exitCode, 0);
     const std::string rows = folder.read("a.v210");
     ASSERT_EQ(rows.size(), 28U * 2 * 5120);
     const auto row = [&](std::size_t index) {
@@ -398,7 +402,8 @@ TEST(RoundTrip, WritesEveryByteOfARow) {
 TEST(RoundTrip, WritesEveryByteOfATriplet) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:00,040", "00:00:00,120", "Bonjour"}}));
-    ASSERT_EQ(runTool(playArguments(file, "25", {"-o", folder.path("a.klv"), "--from", "0.12", "--duration", "0.04"}))
+    ASSERT_EQ(runTool(deployedTeletextArguments(file, "25",
+                                                {"-o", folder.path("a.klv"), "--from", "0.12", "--duration", "0.04"}))
                   .exitCode,
               0);
     // Frame 3 on its own: the cue is over, and nothing was on air before. Line 12 is 000c, line 575 is 023f; 151
@@ -427,18 +432,18 @@ TEST(RoundTrip, NeedsRowsThatHoldThePacket) {
     const std::string target = folder.path("a.v210");
     // 148 bytes and 7 more samples.
     for (const std::string& width : std::vector<std::string>{"1", "96", "154"}) {
-        const ToolResult result = runTool(playArguments(file, "25", {"-o", target, "--width", width}));
+        const ToolResult result = runTool(deployedTeletextArguments(file, "25", {"-o", target, "--width", width}));
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_EQ(result.err,
                   "qlxcc: frame 0, line 12: a row of " + width + (width == "1" ? " pixel" : " pixels") +
                       " is too narrow for the OP-47 packet, which takes 155 luma samples: give a greater --width\n");
         EXPECT_EQ(folder.names(), std::vector<std::string>{"in.srt"});
     }
-    ASSERT_EQ(runTool(playArguments(file, "25", {"-o", target, "--width", "155"})).exitCode, 0);
+    ASSERT_EQ(runTool(deployedTeletextArguments(file, "25", {"-o", target, "--width", "155"})).exitCode, 0);
     // ceil(155 / 48) is 4: rows of 512 bytes.
     EXPECT_EQ(folder.read("a.v210").size(), 28U * 2 * 512);
     const ToolResult scanned = runTool({"scan", target, "--width", "155", "--lines", "12,575", "--json"});
-    const ToolResult played = runTool(playArguments(file, "25", {"--format", "jsonl"}));
+    const ToolResult played = runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl"}));
     EXPECT_EQ(scanned.out, withoutTimes(played.out));
 }
 

@@ -86,7 +86,8 @@ TEST(ServicesOnAir, RefuseWhatTheyDoNotHave) {
     EXPECT_TRUE(
         hasPart(refused("captions", {"--as-deployed"}), "--as-deployed is for --mode cea608 and teletext only"));
     EXPECT_TRUE(hasPart(refused("captions", {"--to-format", "scc"}), "--to-format scc is for --mode cea608 only"));
-    EXPECT_TRUE(hasPart(refused("teletext", {"--language", "eng"}), "--language is for captions"));
+    EXPECT_TRUE(hasPart(refused("cea608", {"--page", "801"}), "--page is for --mode teletext"));
+    EXPECT_TRUE(hasPart(refused("cea608", {"--as-deployed", "--language", "eng"}), "without --as-deployed"));
     EXPECT_TRUE(hasPart(refused("cea708", {"--service", "64"}), "--service"));
 }
 

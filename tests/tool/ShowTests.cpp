@@ -46,15 +46,15 @@ std::string spaces(std::size_t count) {
     return std::string(count, ' ');
 }
 
-// A cue is due with the first frame later than its start: 26 (1.04 s) has the header that erases, 27 the rows. It ends
-// with frame 50 (2 s), in which the page is erased. Text is centred in 34 columns behind four codes.
-const std::string kBonjour = "  22  " + spaces(17) + "Bonjour\n";
-const std::string kNimes = "  20  " + spaces(18) + "L'été\n  22  " + spaces(17) + "à Nîmes\n";
+// A cue is due with the first frame at its start: 25 (1 s) has the rows. It ends with frame 50 (2 s), in which the page
+// is erased. Text stands in the middle of 40 columns.
+const std::string kBonjour = "  22  " + spaces(16) + "Bonjour\n";
+const std::string kNimes = "  20  " + spaces(17) + "L'été\n  22  " + spaces(16) + "à Nîmes\n";
 
 TEST(Show, ShowsEveryChangeOfAPage) {
     const TemporaryFolder folder;
-    const std::string expected = "00:00:01,080 - 00:00:02,000  teletext page 888\n" + kBonjour +
-                                 "\n00:00:03,080 - 00:00:04,000  teletext page 888\n" + kNimes;
+    const std::string expected = "00:00:01,000 - 00:00:02,000  teletext page 888\n" + kBonjour +
+                                 "\n00:00:03,000 - 00:00:04,000  teletext page 888\n" + kNimes;
     EXPECT_EQ(shown(played(folder, "a.klv"), {"--rate", "25", "--all"}), expected);
     EXPECT_EQ(shown(played(folder, "a.jsonl"), {"--all"}), expected);
     EXPECT_EQ(shown(played(folder, "a.v210"), {"--rate", "25", "--all", "--lines", "12,575"}), expected);
@@ -70,12 +70,12 @@ TEST(Show, ShowsWhatIsOnAirAtATime) {
     const auto at = [&file](const std::string& time) { return shown(file, {"--rate", "25", "--at", time}); };
     const std::string nothing = ": nothing on air\n";
     EXPECT_EQ(at("0"), "teletext page 888 at 00:00:00,000" + nothing);
-    EXPECT_EQ(at("1.079"), "teletext page 888 at 00:00:01,079" + nothing);
-    EXPECT_EQ(at("1.08"), "teletext page 888 at 00:00:01,080, since 00:00:01,080 (frame 27):\n" + kBonjour);
-    EXPECT_EQ(at("00:00:01:02"), "teletext page 888 at 00:00:01,080, since 00:00:01,080 (frame 27):\n" + kBonjour);
-    EXPECT_EQ(at("1.999"), "teletext page 888 at 00:00:01,999, since 00:00:01,080 (frame 27):\n" + kBonjour);
+    EXPECT_EQ(at("0.999"), "teletext page 888 at 00:00:00,999" + nothing);
+    EXPECT_EQ(at("1"), "teletext page 888 at 00:00:01,000, since 00:00:01,000 (frame 25):\n" + kBonjour);
+    EXPECT_EQ(at("00:00:01:02"), "teletext page 888 at 00:00:01,080, since 00:00:01,000 (frame 25):\n" + kBonjour);
+    EXPECT_EQ(at("1.999"), "teletext page 888 at 00:00:01,999, since 00:00:01,000 (frame 25):\n" + kBonjour);
     EXPECT_EQ(at("2"), "teletext page 888 at 00:00:02,000" + nothing);
-    EXPECT_EQ(at("00:00:03,500"), "teletext page 888 at 00:00:03,500, since 00:00:03,080 (frame 77):\n" + kNimes);
+    EXPECT_EQ(at("00:00:03,500"), "teletext page 888 at 00:00:03,500, since 00:00:03,000 (frame 75):\n" + kNimes);
     // 1 s behind the last cue's end: 5 s, 125 frames.
     EXPECT_EQ(at("5"), "teletext page 888 at 00:00:05,000: nothing on air (the last frame is at 00:00:04,960)\n");
     EXPECT_EQ(shown(file, {"--rate", "25", "--at", "1.5", "--page", "801"}),
@@ -87,7 +87,7 @@ TEST(Show, ShowsWhatIsOnAirAtATime) {
 TEST(Show, TakesATimeFromItsOwnList) {
     // Frame 31 at 29.97 is at 1.03436 s, of which 1.034 is printed.
     const TemporaryFolder folder;
-    const std::string file = folder.write("in.srt", kTwoCues);
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,030", "00:00:02,000", "Bonjour"}}));
     ASSERT_EQ(runTool(playArguments(file, "29.97", {"-o", folder.path("a.klv")})).exitCode, 0);
     const std::string list = shown(folder.path("a.klv"), {"--rate", "29.97", "--all"});
     EXPECT_TRUE(list.starts_with("00:00:01,034 - 00:00:02,002  teletext page 888\n" + kBonjour)) << list;
@@ -200,8 +200,8 @@ TEST(Show, SaysTheTimeOfAFrameAsItsListDoes) {
 TEST(Show, GivesAPageAsJSON) {
     const TemporaryFolder folder;
     EXPECT_EQ(shown(played(folder, "a.klv"), {"--rate", "25", "--at", "1.5", "--json", "--page", "888"}),
-              R"({"at":"00:00:01,500","from":"00:00:01,080","from_frame":27,"page":"888","rows":[)"
-              R"({"column":17,"double_height":true,"row":22,"runs":[)"
+              R"({"at":"00:00:01,500","from":"00:00:01,000","from_frame":25,"page":"888","rows":[)"
+              R"({"column":16,"double_height":true,"row":22,"runs":[)"
               R"({"background":"black","color":"white","text":"Bonjour"}],"text":"Bonjour"}]})"
               "\n");
     EXPECT_EQ(shown(folder.path("a.klv"), {"--rate", "25", "--at", "0", "--json", "--page", "888"}),
@@ -268,10 +268,10 @@ TEST(Show, ReportsBrokenFiles) {
     const std::string file = played(folder, "a.klv");
     const std::string whole = folder.read("a.klv");
     // Cut within the first cue's time: what was on air is shown, and then what is wrong.
-    const std::string cut = folder.write("cut.klv", whole.substr(0, whole.size() / 4));
+    const std::string cut = folder.write("cut.klv", whole.substr(0, whole.size() * 3 / 8));
     const ToolResult result = runTool({"show", cut, "--rate", "25", "--all"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.out, "00:00:01,080 - end  teletext page 888\n" + kBonjour);
+    EXPECT_EQ(result.out, "00:00:01,000 - end  teletext page 888\n" + kBonjour);
     EXPECT_TRUE(isOneMessage(result.err)) << result.err;
     const ToolResult behind = runTool({"show", cut, "--rate", "25", "--at", "3"});
     EXPECT_EQ(behind.exitCode, 1);
@@ -304,7 +304,7 @@ TEST(Show, DrawsAPicture) {
     ASSERT_EQ(content.substr(0, head.size()), head);
     ASSERT_EQ(content.size(), head.size() + 480U * 500 * 3);
     const auto pixel = [&](std::size_t x, std::size_t y) { return content.substr(head.size() + (y * 480 + x) * 3, 3); };
-    // The box is black from column 16 to 24 in the rows 22 and 23, with white letters in it, on a grey picture.
+    // The box is black from column 15 to 23 in the rows 22 and 23, with white letters in it, on a grey picture.
     const std::string black(3, '\0');
     const std::string white(3, '\xFF');
     const std::string grey = pixel(0, 0);
@@ -312,7 +312,7 @@ TEST(Show, DrawsAPicture) {
     std::size_t whites = 0;
     for (std::size_t y = 0; y < 500; ++y) {
         for (std::size_t x = 0; x < 480; ++x) {
-            const bool isInBox = x >= 16 * 12 && x < 25 * 12 && y >= 22 * 20 && y < 24 * 20;
+            const bool isInBox = x >= 15 * 12 && x < 24 * 12 && y >= 22 * 20 && y < 24 * 20;
             const std::string colour = pixel(x, y);
             EXPECT_TRUE(isInBox ? colour == black || colour == white : colour == grey) << x << "," << y;
             whites += colour == white ? 1 : 0;
@@ -416,10 +416,10 @@ TEST(Show, HasColoursOnATerminalOnly) {
         folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#FFFF00\">Jaune</font>"}}));
     ASSERT_EQ(runTool(playArguments(file, "25", {"-o", folder.path("a.klv")})).exitCode, 0);
     const std::vector<std::string> arguments{"show", folder.path("a.klv"), "--rate", "25", "--at", "1.5"};
-    const std::string title = "teletext page 888 at 00:00:01,500, since 00:00:01,080 (frame 27):\n";
-    // 14 spaces, yellow, double height, two box codes; a space of the box stands in front of the text and behind it.
-    const std::string plain = title + "  22  " + spaces(18) + "Jaune\n";
-    const std::string coloured = title + "  22  " + spaces(17) + "\x1b[0;33;40m Jaune \x1b[0m\n";
+    const std::string title = "teletext page 888 at 00:00:01,500, since 00:00:01,000 (frame 25):\n";
+    // 13 spaces, yellow, double height, two box codes; a space of the box stands in front of the text and behind it.
+    const std::string plain = title + "  22  " + spaces(17) + "Jaune\n";
+    const std::string coloured = title + "  22  " + spaces(16) + "\x1b[0;33;40m Jaune \x1b[0m\n";
     EXPECT_EQ(runTool(arguments).out, plain);
     EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true}).out), coloured);
     EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR="}}).out),

@@ -14,6 +14,7 @@ namespace {
 
 using namespace std::string_view_literals;
 using qlxtest::deployedCaptionArguments;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::isOneMessage;
 using qlxtest::linesOf;
 using qlxtest::playArguments;
@@ -83,10 +84,10 @@ TEST(Subs, WritesJsonThatPlayReads) {
                   "\",\n\"format\":\"SRT\",\n\"cue_count\":2,\n\"left_out\":1,\n\"problem_count\":1,\n\"problems\":[\n"
                   R"({"effect":"cue left out","line":10,"what":"cue without a timing line"}]})"
                   "\n");
-    const ToolResult played = runTool(playArguments(json, "25", {"--format", "jsonl"}));
+    const ToolResult played = runTool(deployedTeletextArguments(json, "25", {"--format", "jsonl"}));
     EXPECT_EQ(played.exitCode, 0);
     EXPECT_EQ(played.err, "");
-    EXPECT_EQ(played.out, runTool(playArguments(file, "25", {"--format", "jsonl"})).out);
+    EXPECT_EQ(played.out, runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl"})).out);
 }
 
 TEST(Subs, ShowsColoursOnATerminal) {
@@ -264,7 +265,7 @@ TEST(Quiet, ShowsNoProgressOnATerminal) {
     const std::string file = folder.write("in.srt", kTwoCues);
     // The frames in front of the rest are more than what is read to tell the kind of file.
     const std::string klv =
-        runTool(playArguments(file, "25", {"--format", "klv", "--duration", "00:03:00", "-o", "-"})).out;
+        runTool(deployedTeletextArguments(file, "25", {"--format", "klv", "--duration", "00:03:00", "-o", "-"})).out;
     const ToolConditions conditions{.input = klv, .inputRestsAt = klv.size() / 2, .waitForText = "frames"};
     ASSERT_GT(klv.size(), 1'500'000U);
     const std::vector<std::string> arguments{"scan", "-", "--format", "klv", "-o", "/dev/null"};

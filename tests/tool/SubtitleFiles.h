@@ -38,6 +38,13 @@ inline std::vector<std::string> playArguments(const std::string& file, const std
     return playArgumentsOfMode("teletext", file, rate, more);
 }
 
+/// The same by the fixed operations.
+inline std::vector<std::string> deployedTeletextArguments(const std::string& file, const std::string& rate,
+                                                          std::vector<std::string> more = {}) {
+    more.emplace_back("--as-deployed");
+    return playArguments(file, rate, more);
+}
+
 /// `qlxcc play FILE --mode cea608 --rate RATE` and more.
 inline std::vector<std::string> captionArguments(const std::string& file, const std::string& rate,
                                                  const std::vector<std::string>& more = {}) {

@@ -10,6 +10,7 @@
 
 namespace {
 
+using qlxtest::deployedTeletextArguments;
 using qlxtest::playArguments;
 using qlxtest::runTool;
 using qlxtest::srt;
@@ -149,7 +150,7 @@ TEST(SubtitleInput, WarnsOfATimingLineInsideACue) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", "1\n00:00:01,000 --> 00:00:02,000\nfirst\n"
                                                     "2\n00:00:03,000 --> 00:00:04,000\nsecond\n\n");
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + file +
                               ": line 5: a timing line inside a cue: is a blank line missing?\n"

@@ -1,4 +1,5 @@
-// What is in a stream: which caption channels, texts, services and extended data, from when to when, and how much.
+// What is in a stream: which caption channels, texts, services, extended data and teletext pages, from when to when, and
+// how much.
 //
 //     qlx::streams::ContentReader reader;
 //     for (const qlx::streams::Frame& frame : frames) {
@@ -35,7 +36,9 @@ enum class ContentKind : std::uint8_t {
 struct Content {
     ContentKind kind = ContentKind::CaptionChannel;  ///< What it is.
     std::string name;                                ///< `CC1`, `T1`, `XDS`, `1` to `63` of a service, `888` of a page.
-    std::string language;  ///< Three letters of ISO 639-2; empty where the stream does not say it.
+    /// Three letters of ISO 639-2; empty where the stream does not say it. Of a page that of its character set, where this
+    /// is made for one language alone.
+    std::string language;
     /// Captions that came to the screen; of extended data its packets. A screen with text is another caption when it has
     /// something new, and not all rows of the screen before stand in it as they were or longer: what is written letter by
     /// letter is one, and what rolls up is one with each row.

@@ -14,6 +14,7 @@
 #include <qlx/screen/screen.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/frame.h>
+#include <qlx/teletext/sets.h>
 
 #include <cstdint>
 #include <memory>
@@ -56,6 +57,9 @@ public:
     /// `888`, `CC1`, `T1`, `1` of a service.
     [[nodiscard]] virtual std::string name() const = 0;
 
+    /// The sets of the characters, by which teletext::readingOrder() reads the rows of the screen; Latin of a channel.
+    [[nodiscard]] virtual teletext::CharacterSet characterSet() const noexcept { return {}; }
+
     /// Whether there has been anything of this kind, be it another page.
     [[nodiscard]] virtual bool isCarried() const noexcept = 0;
 
@@ -65,7 +69,9 @@ public:
 
 /// Watches a teletext page.
 /// @param page Magazine 1 to 8 and two hexadecimal digits: 0x888.
-[[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page);
+/// @param region The designation that the receiver has of its own (teletext::CharacterSet): only the four high bits
+/// count.
+[[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> teletextOnAir(std::uint16_t page, std::uint8_t region = 0);
 
 /// Watches a channel of captions or of text (CTA-608-E), whether it is in CDPs, in packets of pairs, or came with the
 /// picture.

@@ -77,7 +77,7 @@ public:
 
     CLI::Option& operator()(std::vector<std::string> RawOptions::*field) const {
         CLI::Option& option = *_command.add_option(_names, _raw.*field, _help);
-        return isArgument(_row) ? option : *option.expected(1)->take_all();
+        return isArgument(_row) ? option : *option.expected(1)->take_all()->allow_extra_args(false);
     }
 
     CLI::Option& operator()(std::map<std::string_view, std::string> RawOptions::*field) const {
@@ -190,6 +190,19 @@ const CommandRow& calledCommand(const CLI::App& app, std::string& called) {
     return *row;
 }
 
+/// What was given to the command, by its names, in its order.
+std::vector<std::string> givenOrder(const CLI::App& app) {
+    const CLI::App* last = &app;
+    for (auto level = app.get_subcommands(); !level.empty(); level = last->get_subcommands()) {
+        last = level.front();
+    }
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : last->parse_order()) {
+        names.push_back(option->get_name());
+    }
+    return names;
+}
+
 std::string problemOf(const CLI::ParseError& error, const CLI::App& app) {
     const auto rest = app.remaining();
     return app.get_subcommands().empty() && !rest.empty() ? "unknown command or option " + rest.front() : error.what();
@@ -229,6 +242,7 @@ Action parseCommandLine(int argc, const char* const* argv, LogOptions& log, std:
         return {};
     }
     const CommandRow& command = calledCommand(app, called);
+    raw.order = givenOrder(app);
     setQuiet(raw.isQuiet);
     log.folder = raw.logFolder;
     log.level = raw.logLevel;

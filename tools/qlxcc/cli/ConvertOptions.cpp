@@ -63,6 +63,7 @@ constexpr OptionRow kConvertOptions[] = {
      .kind = ValueKind::Text,
      .field = &RawOptions::page,
      .help = "Of what is on air: this teletext page, 100 to 8FF"},
+    kRegion,
     textOption("--from-start", "TIME", &RawOptions::fromStart,
                "Where the programme begins in IN, which is subtracted: TIME, auto or 0",
                "`auto` is the time of the first frame, of a file of cues the whole hour in which the first one begins; "

@@ -52,6 +52,7 @@ constexpr OptionRow kScanOptions[] = {
              "says which are written, and --width how wide. A packet for which there is no row ends the command. What "
              "a form does not carry is named: captions that are in no packet and, of what is written as deployed, "
              "channels other than luma."),
+    kRegion,
     kAsDeployed,
     {.names = "--pid",
      .value = "N",
@@ -119,6 +120,7 @@ constexpr OptionRow kShowOptions[] = {
      .field = &RawOptions::page,
      .help = "The teletext page (default: 888)",
      .more = "Pages are numbered from 100 to 8FF."},
+    kRegion,
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,

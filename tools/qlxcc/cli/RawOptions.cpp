@@ -14,6 +14,8 @@
 #include "io/Times.h"
 #include "streams/InputKind.h"
 
+#include <qlx/teletext/sets.h>
+
 #include <algorithm>
 #include <charconv>
 #include <numeric>
@@ -116,6 +118,16 @@ FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritt
     return options;
 }
 
+std::uint8_t receiverRegion(const RawOptions& raw) {
+    const auto region = static_cast<std::uint8_t>(raw.region.value_or(0) << 3U);
+    for (std::uint8_t option = 0; option < 8; ++option) {
+        if (teletext::characterSetOf(static_cast<std::uint8_t>(region | option))) {
+            return region;
+        }
+    }
+    throw UsageError("--region: no character sets are defined for region " + std::to_string(*raw.region));
+}
+
 std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size) {
     return size ? std::optional(static_cast<std::uint32_t>(*size)) : std::nullopt;
 }
@@ -176,6 +188,7 @@ Action checkedScan(const RawOptions& raw) {
             throw UsageError("--pid is for lists: no --json, and no frames are written");
         }
     }
+    options.region = receiverRegion(raw);
     options.frames = frameOutputOptions(raw);
     if (raw.isOfChanges && (raw.asJson || options.frames)) {
         throw UsageError("--changes lists splice points as text: no --json, and no frames are written");

@@ -66,11 +66,20 @@ struct RawOptions {
     std::optional<std::string> wideEncoding;  ///< Of 16-bit characters of caption services.
     bool ignoresParity = false;
     bool listsContents = false;
-    std::optional<std::string> language;
     bool isAll = false;
     bool isOfChanges = false;
     std::string channel;
     std::string page;
+    std::optional<std::uint64_t> region;
+    std::vector<std::string> files;      ///< Of a command that takes several.
+    std::vector<std::string> pages;      ///< The same.
+    std::vector<std::string> languages;  ///< The same.
+    /// The names of the arguments and options in the order in which they were given.
+    std::vector<std::string> order;
+    bool isSerial = false;
+    bool fillsFields = false;
+    std::optional<std::uint64_t> repeatAfter;
+    std::optional<std::uint64_t> sdps;
     std::string codec = "auto";
     std::vector<std::string> bytes;
 
@@ -132,6 +141,11 @@ using Action = std::function<int()>;
 /// An encoding of texts.
 /// @throws UsageError when texts cannot be read in it.
 [[nodiscard]] std::string knownEncoding(const std::string& name);
+
+/// The region of teletext receivers, as a designation of character sets (qlx/teletext/sets.h); without an option that
+/// of Western Europe.
+/// @throws UsageError when there is no such region.
+[[nodiscard]] std::uint8_t receiverRegion(const RawOptions& raw);
 
 /// A width or height for those who count in 32 bits.
 [[nodiscard]] std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size);

@@ -83,6 +83,7 @@ Action checkedConvert(const RawOptions& raw) {
     if (!raw.channel.empty()) {
         options.input.channel = cea608::channelNamed(raw.channel);
     }
+    options.input.region = receiverRegion(raw);
     if (!raw.page.empty()) {
         options.input.page = teletextPageNamed(raw.page);
         if (!options.input.page) {

@@ -1,18 +1,23 @@
 // The checks of play.
 #include "cli/RawOptions.h"
 #include "commands/play/Play.h"
+#include "commands/show/Show.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
 #include "io/Times.h"
 
 #include <qlx/cea608/codes.h>
 #include <qlx/cea608/xds.h>
+#include <qlx/teletext/packet.h>
+#include <qlx/teletext/sets.h>
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qlx::tool {
@@ -21,6 +26,8 @@ namespace {
 
 constexpr std::uint32_t kWidthHD = 1920;
 constexpr std::uint32_t kWidthSD = 720;
+/// What the table of options calls the files.
+constexpr std::string_view kSubtitlesArgument = "SUBTITLES";
 
 PlayFormat playFormat(const RawOptions& raw) {
     if (!raw.output && !raw.toFormat) {
@@ -102,13 +109,149 @@ void refuseOptionsOfCaptions(const RawOptions& raw, const PlayOptions& options) 
     if (isPlain) {
         refuse(std::array{GivenOption{"--style", !raw.style.empty()},
                           GivenOption{"--roll-up-rows", raw.rollUpRows.has_value()},
-                          GivenOption{"--clear-after", raw.clearAfter.has_value()},
-                          GivenOption{"--line", raw.line.has_value()},
-                          GivenOption{"--language", raw.language.has_value()}},
+                          GivenOption{"--clear-after", raw.clearAfter.has_value()}},
                "captions without --as-deployed");
+    }
+    if (options.asDeployed) {
+        refuse(
+            std::array{GivenOption{"--line", raw.line.has_value()}, GivenOption{"--language", !raw.languages.empty()}},
+            "what is sent without --as-deployed");
     }
     if (options.asDeployed && hasService(options.mode)) {
         throw UsageError("--as-deployed is for --mode cea608 and teletext only");
+    }
+}
+
+/// Options that only the core's teletext has.
+void refuseOptionsOfTeletext(const RawOptions& raw) {
+    refuse(std::array{GivenOption{"--page", !raw.pages.empty()}, GivenOption{"--region", raw.region.has_value()},
+                      GivenOption{"--serial", raw.isSerial}, GivenOption{"--repeat", raw.repeatAfter.has_value()},
+                      GivenOption{"--fill", raw.fillsFields}, GivenOption{"--sdps", raw.sdps.has_value()}},
+           "--mode teletext without --as-deployed");
+}
+
+void refuseLine(const RawOptions& raw, const PlayOptions& options) {
+    const bool hasPackets =
+        options.format == PlayFormat::V210 || options.format == PlayFormat::Klv || options.format == PlayFormat::Jsonl;
+    if (raw.line && !hasPackets) {
+        throw UsageError("--line is for the formats v210, klv and jsonl only");
+    }
+}
+
+std::uint16_t calledPage(const std::string& name) {
+    const auto page = teletextPageNamed(name);
+    if (!page || !teletext::PageHeader{.page = *page}.isCallable()) {
+        throw UsageError("--page: \"" + name + "\" is not a page that viewers can call (100 to 899)");
+    }
+    return *page;
+}
+
+std::uint8_t designationNamed(const std::string& language) {
+    const auto designation = teletext::designationOf(language);
+    if (!designation) {
+        throw UsageError("--language: no character set is for \"" + language + "\" (de, fra, ru and the like)");
+    }
+    return *designation;
+}
+
+/// Takes a value that stands in front of a file.
+template <class Value>
+void takeOnce(std::optional<Value>& place, Value value, const std::string& name) {
+    if (place) {
+        throw UsageError(name + " is given twice for the same file");
+    }
+    place = std::move(value);
+}
+
+/// The files with the pages and languages that stand in front of them; of a single file they may stand behind it too.
+std::vector<TeletextPlayOptions::Page> filesAndPages(const RawOptions& raw) {
+    const bool isSingle = raw.files.size() == 1;
+    std::vector<TeletextPlayOptions::Page> pages;
+    std::optional<std::uint16_t> page;
+    std::optional<std::uint8_t> designation;
+    auto nextPage = raw.pages.begin();
+    auto nextLanguage = raw.languages.begin();
+    const auto take = [&] {
+        if (!page && !isSingle) {
+            throw UsageError("several files need a --page each, in front of it: none is in front of " +
+                             raw.files[pages.size()]);
+        }
+        pages.push_back({.subtitles = raw.files[pages.size()],
+                         .number = page.value_or(teletext::kSubtitlePage),
+                         .designation = designation});
+        page.reset();
+        designation.reset();
+    };
+    for (const std::string& name : raw.order) {
+        if (name == "--page") {
+            takeOnce(page, calledPage(*nextPage++), name);
+        } else if (name == "--language") {
+            takeOnce(designation, designationNamed(*nextLanguage++), name);
+        } else if (name == kSubtitlesArgument && !isSingle) {
+            take();
+        }
+    }
+    if (isSingle) {
+        take();
+    }
+    if (page || designation) {
+        throw UsageError(std::string(page ? "--page" : "--language") +
+                         " stands behind the last file: in front of which "
+                         "one is it meant?");
+    }
+    return pages;
+}
+
+void refuseSame(const std::vector<TeletextPlayOptions::Page>& pages) {
+    for (auto page = pages.begin(); page != pages.end(); ++page) {
+        for (auto other = pages.begin(); other != page; ++other) {
+            if (other->number == page->number) {
+                throw UsageError("page " + teletext::pageName(page->number) + " is given twice");
+            }
+            if (other->subtitles == "-" && page->subtitles == "-") {
+                throw UsageError("standard input is given twice");
+            }
+        }
+    }
+}
+
+void readTeletextOptions(const RawOptions& raw, PlayOptions& options) {
+    if (options.mode != PlayMode::Teletext || options.asDeployed) {
+        refuseOptionsOfTeletext(raw);
+        return;
+    }
+    TeletextPlayOptions& sent = options.teletext;
+    sent.pages = filesAndPages(raw);
+    refuseSame(sent.pages);
+    constexpr std::uint32_t kFirstLineSD = 21;
+    constexpr std::uint32_t kSecondLineSD = 334;
+    playout::TeletextPlayoutOptions& playout = sent.playout;
+    if (!options.isHD) {
+        playout.firstLine = kFirstLineSD;
+        playout.secondLine = kSecondLineSD;
+    }
+    if (raw.line && nominalFrames(options.rate) <= kGreatestInterlaced) {
+        throw UsageError("--line with --mode teletext is for frames of one field: --rate 50, 59.94 and 60");
+    }
+    refuseLine(raw, options);
+    playout.firstLine = static_cast<std::uint32_t>(raw.line.value_or(playout.firstLine));
+    playout.sdps = static_cast<std::uint8_t>(raw.sdps.value_or(playout.sdps));
+    playout.repeatAfter = static_cast<std::uint32_t>(raw.repeatAfter.value_or(playout.repeatAfter));
+    playout.isSerial = raw.isSerial;
+    playout.fillsFields = raw.fillsFields;
+    playout.region = receiverRegion(raw);
+}
+
+/// Only teletext of the core has room for several files.
+void refuseSeveral(const RawOptions& raw, const PlayOptions& options) {
+    if (options.mode == PlayMode::Teletext && !options.asDeployed) {
+        return;
+    }
+    if (raw.files.size() > 1) {
+        throw UsageError("several files are for --mode teletext without --as-deployed only");
+    }
+    if (raw.languages.size() > 1) {
+        throw UsageError("--language is given twice");
     }
 }
 
@@ -161,15 +304,11 @@ void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
     captions.wideEncoding = raw.wideEncoding;
     captions.service = static_cast<std::uint8_t>(raw.service.value_or(captions.service));
     captions.aspectRatio = raw.isSD ? cea708::AspectRatio::Standard : cea708::AspectRatio::Wide;
-    if (raw.language) {
-        captions.language = languageNamed(*raw.language);
+    if (!raw.languages.empty()) {
+        captions.language = languageNamed(raw.languages.front());
     }
     captions.line = static_cast<std::uint32_t>(raw.line.value_or(captions.line));
-    const bool hasPackets =
-        options.format == PlayFormat::V210 || options.format == PlayFormat::Klv || options.format == PlayFormat::Jsonl;
-    if (raw.line && !hasPackets) {
-        throw UsageError("--line is for the formats v210, klv and jsonl only");
-    }
+    refuseLine(raw, options);
     readExtendedData(raw, captions.extendedData);
     if (!captions.extendedData.empty() && options.format == PlayFormat::Scc && captions.channel.field == 1) {
         throw UsageError("extended data is in field 2: a Scenarist caption file of CC1 or CC2 has field 1 only");
@@ -180,7 +319,7 @@ void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
 
 Action checkedPlay(const RawOptions& raw) {
     PlayOptions options;
-    options.subtitles = raw.file;
+    options.subtitles = raw.files.front();
     options.encoding = knownEncoding(raw.encoding);
     options.mode = raw.mode == "cea608"     ? PlayMode::Cea608
                    : raw.mode == "cea708"   ? PlayMode::Cea708
@@ -206,10 +345,8 @@ Action checkedPlay(const RawOptions& raw) {
     options.asDeployed = raw.asDeployed;
     checkCaptionOptions(raw, options);
     readCaptionOptions(raw, options);
-    if (raw.asDeployed && options.mode == PlayMode::Teletext && options.format != PlayFormat::V210 &&
-        options.format != PlayFormat::Klv) {
-        throw UsageError("--as-deployed is for the formats v210 and klv only");
-    }
+    readTeletextOptions(raw, options);
+    refuseSeveral(raw, options);
     options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
     options.fillsFrames = !raw.leavesFramesEmpty;
     options.isDropFrame = !raw.isNonDrop;

@@ -54,6 +54,7 @@ Action checkedShow(const RawOptions& raw) {
             throw UsageError("--page: \"" + raw.page + "\" is not a page (100 to 8FF)");
         }
     }
+    options.region = receiverRegion(raw);
     return [options] { return show(options); };
 }
 

@@ -66,6 +66,20 @@ inline constexpr OptionRow kSubtitleFile =
     fileArgument("FILE", "An SRT, JSON or EBU STL file (-: standard input)",
                  "Its content tells which, or else its name; at most 64 MiB. See the formats in qlxcc(1).");
 
+/// The region that teletext receivers are made for.
+inline constexpr OptionRow kRegion{
+    .names = "--region",
+    .value = "N",
+    .kind = ValueKind::Number,
+    .least = 0,
+    .greatest = 10,
+    .field = &RawOptions::region,
+    .help = "teletext: the region whose sets receivers have, 0 to 10 (default: 0, Western Europe)",
+    .more =
+        "The four high bits of a designation (EN 300 706, table 32): 0 West, 1 the same with Polish, 2 with Turkish, "
+        "3 with Croatian and Romanian, 4 Cyrillic and the Baltic, 6 Turkish and Greek, 8 and 10 Arabic and Hebrew. "
+        "What a page says of its sets itself comes first."};
+
 [[nodiscard]] constexpr OptionRow fromFormat(std::span<const std::string_view> words, std::string_view older,
                                              std::string_view help = "{} (else by content or name)",
                                              std::string_view more = {}) {

@@ -26,15 +26,18 @@ constexpr OptionRow kEncoding{.names = "--encoding",
                               .more = "A byte that the encoding does not have is named with its line and offset."};
 
 constexpr std::string_view kPlayNotes =
-    R"(Without -o and --to-format the schedule is printed. Teletext: a line for each frame at which something changes, with
-what the packets of both fields carry; "erase" is a page header that clears page 888, "close" the header behind its
-rows. Captions: a line for each cue, with the times at which its first bytes are sent, it is due, and it is on air, the
-frame of the latter, and how many frames late that is; of both systems at once, when the last of them shows it.
+    R"(Without -o and --to-format the schedule is printed: a line for each cue, with the times at which its first bytes are
+sent, it is due, and it is on air, the frame of the latter, and how many frames late that is; of both caption systems at
+once, when the last of them shows it. With --as-deployed that of teletext is a line for each frame at which something
+changes, with what the packets of both fields carry ("erase" is a page header that clears the page, "close" the header
+behind its rows).
 
 TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame
-00:00:10;12). Frame n is at n frame durations, from 0. In teletext a cue is due with the first frame that is later than
-its start, in captions with the first one at its start or later; a caption that pops on is sent ahead of that, while the
-one before it is shown, and ends when the next one begins. EBU STL cues keep their times, so that a programme that
+00:00:10;12). Frame n is at n frame durations, from 0. A cue is due with the first frame at its start or later; of
+teletext with --as-deployed, with the first one that is later than its start. A caption that pops on is sent ahead of
+that, while the one before it is shown, and ends when the next one begins. A teletext page shows all cues that are on
+air, and is sent in the character set of --language with packets X/26 over letters that this lacks. Several files are
+several pages: each needs a --page in front of it. EBU STL cues keep their times, so that a programme that
 begins at 10:00:00:00 needs --from, and their rows. Warnings name what a viewer will not see as it is written, ten of a
 kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with captions
 that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30
@@ -43,14 +46,20 @@ them stands what a caption service has to send. With --sd its picture is taken a
 
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
-  qlxcc play film.srt --mode teletext --rate 29.97 --from 00:10:00,000 --duration 60 -o film.v210
+  qlxcc play film.srt --mode teletext --rate 25 --from 00:10:00,000 --duration 60 -o film.v210
+  qlxcc play --page 801 de.srt --page 888 --language fr fr.srt --mode teletext --rate 25 -o film.klv
   qlxcc play film.srt --mode cea608 --rate 29.97 -o film.scc
   qlxcc play film.srt --mode cea608 --channel CC3 --style roll-up --rate 59.94 --rating "TV-14 V" -o film.klv
   qlxcc play film.srt --mode captions --rate 59.94 --language eng -o film.klv
   qlxcc play film.srt --mode teletext --rate 25 --to-format klv | qlxcc scan - --from-format klv)";
 
 constexpr OptionRow kPlayOptions[] = {
-    fileArgument("SUBTITLES", kSubtitleFile.help, kSubtitleFile.more),
+    {.names = "SUBTITLES",
+     .kind = ValueKind::File,
+     .isRequired = true,
+     .field = &RawOptions::files,
+     .help = kSubtitleFile.help,
+     .more = kSubtitleFile.more},
     required(ofWords(mode("teletext (OP-47), cea608 (line 21), cea708 (a service of DTVCC) or captions (both)"),
                      kPlayModes)),
     required(rateOption("--rate", {}, &RawOptions::rate,
@@ -85,7 +94,36 @@ constexpr OptionRow kPlayOptions[] = {
      .least = 0,
      .greatest = kGreatestLine,
      .field = &RawOptions::line,
-     .help = "Captions: the video line of the packets (default: 9)"},
+     .help = "The video line of the packets (default: of captions 9, of teletext 12)",
+     .more = "Of teletext only in frames of one field, above 30 a second."},
+    {.names = "--page",
+     .value = "PAGE",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::pages,
+     .help = "teletext: the page of the file behind it, 100 to 899 (default: 888)",
+     .more = "Each of several files needs one in front of it: `--page 801 de.srt --page 888 en.srt`."},
+    kRegion,
+    {.names = "--serial",
+     .field = &RawOptions::isSerial,
+     .help = "teletext: headers say that a header of any magazine ends the page (C11)"},
+    {.names = "--repeat",
+     .value = "SECONDS",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 3'600,
+     .field = &RawOptions::repeatAfter,
+     .help = "teletext: send a page that stays again that often",
+     .more = "Never within half a second of a cue that is due."},
+    {.names = "--fill",
+     .field = &RawOptions::fillsFields,
+     .help = "teletext: fields with nothing to send carry a packet of filling ones"},
+    {.names = "--sdps",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 3,
+     .field = &RawOptions::sdps,
+     .help = "teletext: packets of a field, of five teletext packets each (default: 1)"},
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,
@@ -109,11 +147,13 @@ constexpr OptionRow kPlayOptions[] = {
     {.names = "--language",
      .value = "CODE",
      .kind = ValueKind::Name,
-     .field = &RawOptions::language,
-     .help = "Captions: their language, three letters of ISO 639-2 (eng, fra, spa)",
-     .more =
-         "It is in the service information of every packet. A caption service has that in any case, with und where no "
-         "language is named."},
+     .field = &RawOptions::languages,
+     .help = "The language: de, fra or ru of teletext, eng, fra or spa (ISO 639-2) of captions",
+     .more = "Teletext is sent in its character set; without this option in the one that has most of the file's "
+             "characters. Of several files it is that of the file behind it. What a set lacks is put over the nearest "
+             "letter by packets X/26, if these have it. Of captions it "
+             "is in the service information of every packet. A caption service has that in any case, with und where no "
+             "language is named."},
     {.names = "--style",
      .value = "STYLE",
      .kind = ValueKind::Word,
@@ -176,7 +216,7 @@ constexpr OptionRow kPlayOptions[] = {
 constexpr std::string_view kSubsNotes =
     R"(FILE is SRT, JSON or EBU STL, as its content says, or else its name; at most 64 MiB. Each row of a cue gets a line:
 number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
-in the same MODE, cea608 with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
+in the same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
 left out, or that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
 
 Examples:

@@ -77,7 +77,7 @@ void readAsSubs(const CueRequest& request, CueInput& input, CueInputNotes& notes
 }
 
 std::unique_ptr<streams::OnAir> onAirOf(const CueRequest& request) {
-    return request.page ? streams::teletextOnAir(*request.page)
+    return request.page ? streams::teletextOnAir(*request.page, request.region)
                         : streams::captionsOnAir(request.channel.value_or(cea608::kCC1));
 }
 

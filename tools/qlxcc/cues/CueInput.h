@@ -22,6 +22,7 @@ struct CueRequest {
     FrameSourceOptions source;               ///< Its kind, and what is known of its frames.
     std::optional<cea608::Channel> channel;  ///< Of captions; none: CC1, where no page is given.
     std::optional<std::uint16_t> page;       ///< Of teletext.
+    std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
 };
 
 /// Gets what is found in a file.

@@ -2,6 +2,8 @@
 
 #include "io/Errors.h"
 
+#include <algorithm>
+
 namespace qlx::tool {
 
 namespace {
@@ -16,6 +18,14 @@ std::string systemOf(FindingCode code) {
 
 }  // namespace
 
+void CueNotes::addCue(std::uint64_t number, const std::string& name) {
+    const auto place = std::find(_names.begin(), _names.end(), name);
+    _cues.push_back({number, static_cast<std::size_t>(place - _names.begin())});
+    if (place == _names.end()) {
+        _names.push_back(name);
+    }
+}
+
 void CueNotes::add(const Finding& finding) {
     Kind& kind = _kinds[finding.code];
     if (++kind.count > kShown) {
@@ -27,8 +37,9 @@ void CueNotes::add(const Finding& finding) {
         kind.isRemark = finding.severity == Severity::Remark;
     }
     const bool isOfCue = _place.empty() && finding.offset < _cues.size();
-    const std::string place = isOfCue ? "cue " + std::to_string(_cues[finding.offset]) : _place;
-    _notes.push_back((finding.severity == Severity::Remark ? "remark: " : "warning: ") + _name + ": " +
+    const std::string place = isOfCue ? "cue " + std::to_string(_cues[finding.offset].number) : _place;
+    const std::string& name = isOfCue ? _names[_cues[finding.offset].name] : _name;
+    _notes.push_back((finding.severity == Severity::Remark ? "remark: " : "warning: ") + name + ": " +
                      (place.empty() ? place : place + ": ") + text);
 }
 

@@ -21,7 +21,10 @@ public:
         : _name(std::move(name)), _namesSystems(namesSystems) {}
 
     /// The next cue; the offset of findings counts from the first one on.
-    void addCue(std::uint64_t number) { _cues.push_back(number); }
+    void addCue(std::uint64_t number) { addCue(number, _name); }
+
+    /// The same of another file.
+    void addCue(std::uint64_t number, const std::string& name);
 
     /// Findings up to the next call are about this, and not about cues; an empty one takes it back.
     void setPlace(std::string place) { _place = std::move(place); }
@@ -43,10 +46,16 @@ private:
         bool isRemark = false;  ///< The same.
     };
 
+    struct Cue {
+        std::uint64_t number = 0;
+        std::size_t name = 0;  ///< Of its file, its place.
+    };
+
     std::string _name;
     bool _namesSystems;
     std::string _place;
-    std::vector<std::uint64_t> _cues;
+    std::vector<Cue> _cues;
+    std::vector<std::string> _names;  ///< Of the cues' files.
     std::vector<std::string> _notes;
     std::map<FindingCode, Kind> _kinds;
 };

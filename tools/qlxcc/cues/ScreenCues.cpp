@@ -1,6 +1,7 @@
 #include "cues/ScreenCues.h"
 
 #include <qlx/base/utf8.h>
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 #include <utility>
@@ -70,14 +71,14 @@ bool isWithin(const Screen& before, const Screen& after) {
 
 }  // namespace
 
-subtitles::Cue cueOfScreen(const Screen& screen) {
+subtitles::Cue cueOfScreen(const Screen& screen, const teletext::CharacterSet& set) {
     subtitles::Cue cue;
     cue.screenRows = static_cast<std::uint16_t>(screen.rows());
     cue.screenColumns = static_cast<std::uint16_t>(screen.columns);
     for (std::size_t index = 0; index < screen.rows(); ++index) {
         const auto cells = screen.row(index);
         if (std::any_of(cells.begin(), cells.end(), [](const Cell& cell) { return cell.hasText(); })) {
-            cue.rows.push_back(rowOf(cells));
+            cue.rows.push_back(rowOf(teletext::readingOrder(cells, set)));
             cue.rows.back().number = index + 1;
         }
     }
@@ -85,7 +86,7 @@ subtitles::Cue cueOfScreen(const Screen& screen) {
 }
 
 ScreenCues::ScreenCues(std::unique_ptr<streams::OnAir> onAir, std::function<void(subtitles::Cue)> take)
-    : _onAir(std::move(onAir)), _take(std::move(take)), _screen(_onAir->screen()) {}
+    : _onAir(std::move(onAir)), _take(std::move(take)), _screen(_onAir->screen()), _set(_onAir->characterSet()) {}
 
 void ScreenCues::receive(const Frame& frame, FindingSink* findings) {
     _before = std::exchange(_last, frame.pts);
@@ -105,6 +106,7 @@ void ScreenCues::receive(const Frame& frame, FindingSink* findings) {
     }
     _changed = *frame.pts;
     _screen = std::move(screen);
+    _set = _onAir->characterSet();
 }
 
 bool ScreenCues::finish() {
@@ -124,7 +126,7 @@ void ScreenCues::end(const MediaTime& time) {
     if (!_screen.hasText()) {
         return;
     }
-    subtitles::Cue cue = cueOfScreen(_screen);
+    subtitles::Cue cue = cueOfScreen(_screen, _set);
     cue.number = ++_cues;
     cue.start = _since;
     cue.end = time;

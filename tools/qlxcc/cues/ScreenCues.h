@@ -6,6 +6,7 @@
 #include <qlx/base/finding.h>
 #include <qlx/streams/on_air.h>
 #include <qlx/subtitles/cue.h>
+#include <qlx/teletext/sets.h>
 
 #include <cstdint>
 #include <functional>
@@ -14,8 +15,9 @@
 
 namespace qlx::tool {
 
-/// The rows of a screen that have text, with their places and colours. Its times are not set.
-[[nodiscard]] subtitles::Cue cueOfScreen(const screen::Screen& screen);
+/// The rows of a screen that have text, in the order in which they are read, with their places and colours. Its times are
+/// not set.
+[[nodiscard]] subtitles::Cue cueOfScreen(const screen::Screen& screen, const teletext::CharacterSet& set = {});
 
 /// Makes cues of what a page or channel shows.
 ///
@@ -39,6 +41,7 @@ private:
     std::unique_ptr<streams::OnAir> _onAir;
     std::function<void(subtitles::Cue)> _take;
     screen::Screen _screen;
+    teletext::CharacterSet _set;  ///< Of the screen.
     MediaTime _since;
     MediaTime _changed;
     std::optional<MediaTime> _last;

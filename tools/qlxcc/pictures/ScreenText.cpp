@@ -3,6 +3,7 @@
 #include "io/Text.h"
 
 #include <qlx/base/utf8.h>
+#include <qlx/teletext/page.h>
 
 #include <algorithm>
 #include <array>
@@ -123,10 +124,10 @@ std::string rowText(std::span<const screen::Cell> row, bool keepsPlace, bool inC
     return inColours ? text + "\x1b[0m" : text;
 }
 
-std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours) {
+std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours, const teletext::CharacterSet& set) {
     std::vector<std::string> lines;
     for (std::size_t index = 0; index < screen.rows(); ++index) {
-        const std::string text = rowText(screen.row(index), true, inColours);
+        const std::string text = rowText(teletext::readingOrder(screen.row(index), set), true, inColours);
         if (!text.empty()) {
             lines.push_back(rightAligned(screen.firstRow + index, kRowNumberWidth) + "  " + text);
         }
@@ -134,10 +135,11 @@ std::vector<std::string> screenLines(const screen::Screen& screen, bool inColour
     return lines;
 }
 
-Array screenRows(const screen::Screen& screen) {
+Array screenRows(const screen::Screen& screen, const teletext::CharacterSet& set) {
     Array rows;
     for (std::size_t index = 0; index < screen.rows(); ++index) {
-        const std::span<const screen::Cell> row = screen.row(index);
+        const std::vector<screen::Cell> read = teletext::readingOrder(screen.row(index), set);
+        const std::span<const screen::Cell> row = read;
         const TextRange range = textRange(row);
         if (range.end == 0) {
             continue;

@@ -3,6 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 #include <qlx/screen/screen.h>
+#include <qlx/teletext/sets.h>
 
 #include <cstddef>
 #include <span>
@@ -16,11 +17,13 @@ namespace qlx::tool {
 /// @param inColours With the codes of ECMA-48 for colours, italics and underlines, and reset at the end.
 [[nodiscard]] std::string rowText(std::span<const screen::Cell> row, bool keepsPlace, bool inColours);
 
-/// A line for each row with text: its number and its text in its place.
-[[nodiscard]] std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours);
+/// A line for each row with text: its number and its text in its place, in the order in which it is read.
+[[nodiscard]] std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours,
+                                                   const teletext::CharacterSet& set = {});
 
 /// For each row with text `{"row":22,"column":13,"double_height":true,"text":"..","runs":[{"text":"..","color":"white",
-/// "background":"black"}]}`, with `italic`, `underline` and `flash` in the runs that have them.
-[[nodiscard]] Array screenRows(const screen::Screen& screen);
+/// "background":"black"}]}`, with `italic`, `underline` and `flash` in the runs that have them. Texts are in the order in
+/// which they are read.
+[[nodiscard]] Array screenRows(const screen::Screen& screen, const teletext::CharacterSet& set = {});
 
 }  // namespace qlx::tool

@@ -1,5 +1,5 @@
 // Playing out as captions of CEA-608, CEA-708 or both.
-#include "commands/play/PlayWindow.h"
+#include "commands/play/PlayedCues.h"
 #include "commands/play/Playout.h"
 #include "cues/CueNotes.h"
 #include "cues/CueSchedule.h"
@@ -31,85 +31,6 @@ namespace qlx::tool {
 
 namespace {
 
-std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rate) {
-    return qlx::firstFrameAtOrAfter(cue.start, frameRateOf(rate));
-}
-
-/// The cues that are played, in the order of their starts.
-class PlayedCues {
-public:
-    explicit PlayedCues(const PlayOptions& options) : _options(options), _window(options, false) {}
-
-    /// Reads the file.
-    Subtitles read() {
-        return readCues({.path = _options.subtitles, .encoding = _options.encoding},
-                        [this](const subtitles::Cue& cue) { take(cue); });
-    }
-
-    [[nodiscard]] const PlayWindow& window() const { return _window; }
-
-    /// What is on air as the first frame begins, begins with it.
-    std::vector<subtitles::Cue> inOrder() {
-        const auto isEarlier = [](const subtitles::Cue& left, const subtitles::Cue& right) {
-            return secondsFrom(left.start) < secondsFrom(right.start);
-        };
-        std::stable_sort(_cues.begin(), _cues.end(), isEarlier);
-        const std::uint64_t first = _window.firstFrame();
-        const auto isBefore = [&](const subtitles::Cue& cue) {
-            return dueFrame(cue, _options.rate).value_or(first) < first;
-        };
-        auto later = std::find_if_not(_cues.begin(), _cues.end(), isBefore);
-        const bool isReplaced = later != _cues.end() && dueFrame(*later, _options.rate) == first;
-        if (later != _cues.begin() && !isReplaced) {
-            // Those that began last, together: of the ones before them nothing is shown any more.
-            const auto due = dueFrame(*std::prev(later), _options.rate);
-            while (later != _cues.begin() && dueFrame(*std::prev(later), _options.rate) == due) {
-                --later;
-                later->start = _options.rate.timeOfFrame(first);
-            }
-        }
-        _cues.erase(_cues.begin(), later);
-        joinEqualStarts();
-        return std::move(_cues);
-    }
-
-    /// How many cues are shown with the one before them.
-    [[nodiscard]] std::uint64_t joined() const { return _joined; }
-
-private:
-    /// A caption begins in a frame: cues that are due in the same one are shown together, one below the other.
-    void joinEqualStarts() {
-        std::vector<subtitles::Cue> cues;
-        for (subtitles::Cue& cue : _cues) {
-            const auto due = dueFrame(cue, _options.rate);
-            if (cues.empty() || !due || dueFrame(cues.back(), _options.rate) != due) {
-                cues.push_back(std::move(cue));
-                continue;
-            }
-            ++_joined;
-            subtitles::Cue& first = cues.back();
-            first.end = secondsFrom(first.end) < secondsFrom(cue.end) ? cue.end : first.end;
-            std::move(cue.rows.begin(), cue.rows.end(), std::back_inserter(first.rows));
-        }
-        _cues = std::move(cues);
-    }
-
-    void take(const subtitles::Cue& cue) {
-        if (!_window.take(secondsFrom(cue.start), secondsFrom(cue.end))) {
-            return;
-        }
-        for (const subtitles::Row& row : cue.rows) {
-            _window.takeRow(row.text().size());
-        }
-        _cues.push_back(cue);
-    }
-
-    const PlayOptions& _options;
-    PlayWindow _window;
-    std::vector<subtitles::Cue> _cues;
-    std::uint64_t _joined = 0;
-};
-
 class CaptionPlayout final : public Playout {
 public:
     CaptionPlayout(const PlayOptions& options, PlayedCues cues, const Subtitles& subtitles)
@@ -119,7 +40,7 @@ public:
         nameServices();
         reportProblems(subtitles);
         cues.window().reportFilling(_name);
-        for (const subtitles::Cue& cue : cues.inOrder()) {
+        for (const subtitles::Cue& cue : cues.inOrder(false)) {
             add(cue);
         }
         if (cues.joined() > 0) {

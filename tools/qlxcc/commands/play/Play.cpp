@@ -12,8 +12,10 @@ namespace qlx::tool {
 namespace {
 
 std::unique_ptr<Playout> makePlayout(const PlayOptions& options) {
-    return options.mode != PlayMode::Teletext && !options.asDeployed ? makeCaptionPlayout(options)
-                                                                     : makeDeployedPlayout(options);
+    if (options.asDeployed) {
+        return makeDeployedPlayout(options);
+    }
+    return options.mode == PlayMode::Teletext ? makeTeletextPlayout(options) : makeCaptionPlayout(options);
 }
 
 std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& playout, OutputFile& output) {
@@ -41,6 +43,9 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
 
 int play(const PlayOptions& options) {
     refuseInputAsOutput(options.subtitles, options.output);
+    for (const TeletextPlayOptions::Page& page : options.teletext.pages) {
+        refuseInputAsOutput(page.subtitles, options.output);
+    }
     const auto playout = makePlayout(options);
     OutputFile output(options.output);
     const auto writer = makeWriter(options, *playout, output);

@@ -9,6 +9,7 @@
 #include <qlx/cea608/writer.h>
 #include <qlx/cea608/xds.h>
 #include <qlx/cea708/window.h>
+#include <qlx/playout/teletext.h>
 
 #include <cstdint>
 #include <optional>
@@ -30,6 +31,9 @@ constexpr bool hasService(PlayMode mode) {
     return mode == PlayMode::Cea708 || mode == PlayMode::Captions;
 }
 
+/// Pictures of more frames a second are progressive: each is one field.
+inline constexpr std::uint32_t kGreatestInterlaced = 30;
+
 enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc, A53 };
 
 /// How captions are sent.
@@ -44,6 +48,19 @@ struct CaptionPlayOptions {
     cea708::AspectRatio aspectRatio = cea708::AspectRatio::Wide;
     std::optional<cc::CaptionService::Language> language;  ///< Of both.
     std::optional<std::string> wideEncoding;               ///< Services: of 16-bit characters, where those are sent.
+};
+
+/// How teletext is sent.
+struct TeletextPlayOptions {
+    /// A file and its page.
+    struct Page {
+        std::string subtitles;  ///< As in PlayOptions.
+        std::uint16_t number = teletext::kSubtitlePage;
+        std::optional<std::uint8_t> designation;  ///< Of the character set; none: the one that suits the texts best.
+    };
+
+    std::vector<Page> pages;  ///< One at least.
+    playout::TeletextPlayoutOptions playout;
 };
 
 struct PlayOptions {
@@ -62,6 +79,7 @@ struct PlayOptions {
     bool isDropFrame = true;  ///< Scenarist caption files: how timecodes count.
     bool asDeployed = false;  ///< By the fixed operations.
     CaptionPlayOptions captions;
+    TeletextPlayOptions teletext;
 };
 
 /// Runs the subcommand; the result is the exit code.

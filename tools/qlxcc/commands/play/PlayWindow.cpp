@@ -53,6 +53,14 @@ void PlayWindow::takeRow(std::size_t bytes) {
     weigh(kWeightOfLine + bytes);
 }
 
+void PlayWindow::add(const PlayWindow& other) {
+    _firstStart = std::min(_firstStart, other._firstStart);
+    _endOfLastCue = std::max(_endOfLastCue, other._endOfLastCue);
+    _count += other._count;
+    _playedCues += other._playedCues;
+    weigh(other._weight);
+}
+
 void PlayWindow::weigh(std::size_t bytes) {
     _weight += bytes;
     if (_weight > kGreatestWeight) {

@@ -25,6 +25,10 @@ public:
     /// @throws Failure, the same.
     void takeRow(std::size_t bytes);
 
+    /// Takes what another one has taken.
+    /// @throws Failure, the same.
+    void add(const PlayWindow& other);
+
     /// The first frame, and the time at which it begins.
     [[nodiscard]] std::uint64_t firstFrame() const noexcept { return _firstFrame; }
     [[nodiscard]] double firstTime() const noexcept { return _firstTime; }

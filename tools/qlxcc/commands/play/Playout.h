@@ -50,4 +50,7 @@ public:
 /// As captions of CEA-608.
 [[nodiscard]] std::unique_ptr<Playout> makeCaptionPlayout(const PlayOptions& options);
 
+/// As teletext pages.
+[[nodiscard]] std::unique_ptr<Playout> makeTeletextPlayout(const PlayOptions& options);
+
 }  // namespace qlx::tool

@@ -41,7 +41,8 @@ public:
             _list = std::make_unique<ListWriter>(
                 output, ListOptions{.inColours = output.isStandardOutput() && useColors(),
                                     .ignoresParity = options.ignoresParity,
-                                    .wideCharacters = wideCharactersOf(options.wideEncoding)});
+                                    .wideCharacters = wideCharactersOf(options.wideEncoding),
+                                    .region = options.region});
         }
     }
 

@@ -20,6 +20,7 @@ struct ScanOptions {
     bool listsContents = false;                ///< What is in the file, in place of its packets.
     bool ignoresParity = false;                ///< Parity bits of CEA-608 are not looked at.
     std::string wideEncoding = "utf-16";       ///< Of the 16-bit characters of caption services.
+    std::uint8_t region = 0;                   ///< Of teletext receivers, as teletext::PageReader takes it.
     std::optional<FrameOutputOptions> frames;  ///< Writes frames in place of the list.
 };
 

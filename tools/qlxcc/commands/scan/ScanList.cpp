@@ -62,7 +62,9 @@ std::string TeletextList::headerLine(const teletext::Packet& packet) {
     if (!header) {
         return "damaged page header of magazine " + std::to_string(packet.magazine);
     }
-    _nationalOptions[packet.magazine & 7U] = header->nationalOption;
+    Magazine& magazine = _magazines[packet.magazine & 7U];
+    magazine.nationalOption = header->nationalOption;
+    magazine.ofPage.reset();
     std::string text = "page " + teletext::pageName(header->page) + (header->erasesPage ? ", erased" : "");
     return text + (header->isSubtitle ? ", subtitle" : "");
 }
@@ -74,12 +76,29 @@ std::string TeletextList::rowLine(const teletext::Packet& packet) const {
     // Without its page, whether only boxes are shown is told by the row itself.
     constexpr std::uint8_t kStartBox = codeOf(teletext::SpacingAttribute::StartBox);
     teletext::RowStyle style;
-    style.nationalOption = teletext::westernOption(_nationalOptions[packet.magazine & 7U]);
+    const Magazine& magazine = _magazines[packet.magazine & 7U];
+    const teletext::CharacterSet set =
+        teletext::shownSet(magazine.ofPage.value_or(magazine.ofMagazine.value_or(_region)), magazine.nationalOption);
+    style.nationalOption = set.option;
+    style.g0 = set.g0;
     style.showsBoxesOnly = std::find(codes.begin(), codes.end(), kStartBox) != codes.end();
     std::array<screen::Cell, teletext::kDataBytes> cells;
     (void)teletext::drawRow(codes, style, cells);
     const std::string text = rowText(cells, false, _inColours);
     return "row " + std::to_string(packet.number) + ": " + (text.empty() ? "empty" : text);
+}
+
+/// What says which sets the rows behind it have.
+void TeletextList::takeDesignation(const teletext::Packet& packet) {
+    if (packet.number != teletext::kPageDesignation && packet.number != teletext::kMagazineDesignation) {
+        return;
+    }
+    const auto triplets = teletext::parseTriplets(packet);
+    const auto designation = triplets ? teletext::designationIn(*triplets) : std::nullopt;
+    if (designation) {
+        Magazine& magazine = _magazines[packet.magazine & 7U];
+        (packet.number == teletext::kPageDesignation ? magazine.ofPage : magazine.ofMagazine) = designation;
+    }
 }
 
 std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> subtitlingPacket) {
@@ -97,6 +116,7 @@ std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> sub
         } else if (packet->isRow()) {
             lines.push_back(rowLine(*packet));
         } else if (!packet->isFilling()) {
+            takeDesignation(*packet);
             lines.push_back("packet " + std::to_string(packet->number) + " of magazine " +
                             std::to_string(packet->magazine));
         }

@@ -25,20 +25,26 @@ namespace qlx::tool {
 class TeletextList {
 public:
     /// @param inColours Rows with the codes of a terminal for their colours.
-    explicit TeletextList(bool inColours) : _inColours(inColours) {}
+    /// @param region Of receivers, as teletext::PageReader takes it.
+    explicit TeletextList(bool inColours, std::uint8_t region = 0) : _inColours(inColours), _region(region) {}
 
     [[nodiscard]] std::vector<std::string> linesOf(std::span<const std::uint8_t> subtitlingPacket);
 
 private:
     [[nodiscard]] std::string headerLine(const teletext::Packet& packet);
     [[nodiscard]] std::string rowLine(const teletext::Packet& packet) const;
+    void takeDesignation(const teletext::Packet& packet);
 
-    // French until a header says another, as this system sends it.
-    static constexpr std::uint8_t kFrench = 4;
+    /// What is known of the sets of a magazine's rows.
+    struct Magazine {
+        std::uint8_t nationalOption = 4;           ///< French until a header says another, as this system sends it.
+        std::optional<std::uint8_t> ofPage;        ///< Designation of the page that is being sent.
+        std::optional<std::uint8_t> ofMagazine{};  ///< Of all pages.
+    };
 
     bool _inColours;
-    std::array<std::uint8_t, 8> _nationalOptions{kFrench, kFrench, kFrench, kFrench,
-                                                 kFrench, kFrench, kFrench, kFrench};  ///< Of magazine 8, 1, 2 ..
+    std::uint8_t _region;
+    std::array<Magazine, 8> _magazines{};  ///< 8, 1, 2 ..
 };
 
 /// What captions hold that takes more than one frame, as lines: extended data (`XDS programme name: "Film"`), service
@@ -62,6 +68,7 @@ struct ListOptions {
     bool inColours = false;         ///< With the codes of a terminal for colours.
     bool ignoresParity = false;     ///< Parity bits of CEA-608 are not looked at.
     WideCharacters wideCharacters;  ///< The 16-bit characters of caption services.
+    std::uint8_t region = 0;        ///< Of teletext receivers, as teletext::PageReader takes it.
 };
 
 /// Writes a line a packet, more below it for what captions, messages and teletext packets hold; one for the captions that
@@ -70,7 +77,7 @@ struct ListOptions {
 class ListWriter final : public FrameWriter {
 public:
     ListWriter(OutputFile& output, ListOptions options)
-        : _output(output), _teletext(options.inColours),
+        : _output(output), _teletext(options.inColours, options.region),
           _captions(options.ignoresParity, std::move(options.wideCharacters)) {}
 
     void write(const Frame& frame) override;

@@ -37,6 +37,7 @@ namespace {
 struct Watched {
     std::unique_ptr<streams::OnAir> onAir;
     screen::Screen screen;
+    teletext::CharacterSet set;  ///< Of the screen.
     MediaTime since;
     std::uint64_t sinceFrame = 0;
 };
@@ -48,7 +49,7 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
     std::vector<std::unique_ptr<streams::OnAir>> all;
     const bool isChosen = options.page || options.channel || options.service;
     if (options.page || !isChosen) {
-        all.push_back(streams::teletextOnAir(options.page.value_or(teletext::kSubtitlePage)));
+        all.push_back(streams::teletextOnAir(options.page.value_or(teletext::kSubtitlePage), options.region));
     }
     if (options.channel || !isChosen) {
         all.push_back(
@@ -63,7 +64,8 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
     std::vector<Watched> watched;
     for (auto& onAir : all) {
         screen::Screen screen = onAir->screen();
-        watched.push_back({std::move(onAir), std::move(screen), {}, 0});
+        const teletext::CharacterSet set = onAir->characterSet();
+        watched.push_back({std::move(onAir), std::move(screen), set, {}, 0});
     }
     return watched;
 }
@@ -116,7 +118,7 @@ Dictionary jsonOf(const Watched& watched) {
              : isService(onAir) ? "service"
                                 : "channel",
              onAir.name()},
-            {"rows", screenRows(watched.screen)}};
+            {"rows", screenRows(watched.screen, watched.set)}};
 }
 
 /// Says what is wrong with packets of a frame that are decoded.
@@ -249,6 +251,7 @@ private:
                 writeBlock(watched, &frame);
             }
             watched.screen = std::move(screen);
+            watched.set = watched.onAir->characterSet();
             watched.since = *frame.pts;
             watched.sinceFrame = frame.number;
         }
@@ -270,7 +273,7 @@ private:
         } else {
             _output.write((_blocks == 0 ? "" : "\n") + timecode(watched.since) + " - " +
                           (next != nullptr ? timecode(*next->pts) : "end") + "  " + titleOf(*watched.onAir) + "\n");
-            writeRows(watched.screen);
+            writeRows(watched);
         }
         ++_blocks;
         if (_output.isStandardOutput() && standardOutputIsTerminal()) {
@@ -295,8 +298,8 @@ private:
         _output.write(timecode(datum.since) + "  XDS  " + xdsInWords(datum.packet) + "\n");
     }
 
-    void writeRows(const screen::Screen& screen) {
-        for (const std::string& line : screenLines(screen, _inColours)) {
+    void writeRows(const Watched& watched) {
+        for (const std::string& line : screenLines(watched.screen, _inColours, watched.set)) {
             _output.write(line + "\n");
         }
     }
@@ -374,7 +377,7 @@ private:
             titleOf(*watched.onAir) + " at " + time +
             (isOnAir ? ", since " + timecode(watched.since) + " (frame " + std::to_string(watched.sinceFrame) + "):\n"
                      : ": nothing on air" + inBrackets(hint) + "\n"));
-        writeRows(watched.screen);
+        writeRows(watched);
     }
 
     const ShowOptions& _options;

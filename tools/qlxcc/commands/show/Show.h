@@ -26,6 +26,7 @@ struct ShowOptions {
     bool ignoresParity = false;              ///< Parity bits of CEA-608 are not looked at.
     bool isStandardAspect = false;           ///< Services: the picture is one of 4:3.
     std::string wideEncoding = "utf-16";     ///< Of the 16-bit characters of caption services.
+    std::uint8_t region = 0;                 ///< Of teletext receivers, as teletextOnAir() takes it.
     std::optional<std::string> output;       ///< None or `-`: standard output.
     bool asJson = false;
 };

@@ -1,0 +1,49 @@
+// The cues of a file that are played.
+#pragma once
+
+#include "commands/play/PlayWindow.h"
+#include "cues/Subtitles.h"
+#include "io/Rates.h"
+
+#include <qlx/subtitles/cue.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace qlx::tool {
+
+/// The frame in which a cue is to appear; none when its start is no time.
+[[nodiscard]] std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rate);
+
+/// The cues that are played, in the order of their starts.
+class PlayedCues {
+public:
+    explicit PlayedCues(const PlayOptions& options) : _options(options), _window(options, false) {}
+
+    /// Reads the file.
+    Subtitles read();
+
+    [[nodiscard]] const PlayWindow& window() const { return _window; }
+
+    /// What is on air as the first frame begins, begins with it.
+    /// @param overlaps Whether that is all of them, and cues that are due in one frame stay cues of their own; else it is
+    /// those that began last, and such cues become one.
+    [[nodiscard]] std::vector<subtitles::Cue> inOrder(bool overlaps);
+
+    /// How many cues are shown with the one before them.
+    [[nodiscard]] std::uint64_t joined() const { return _joined; }
+
+private:
+    void take(const subtitles::Cue& cue);
+
+    /// A caption begins in a frame: cues that are due in the same one are shown together, one below the other.
+    void joinEqualStarts();
+
+    const PlayOptions& _options;
+    PlayWindow _window;
+    std::vector<subtitles::Cue> _cues;
+    std::uint64_t _joined = 0;
+};
+
+}  // namespace qlx::tool
