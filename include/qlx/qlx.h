@@ -66,6 +66,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/srt.h>
 #include <qlx/subtitles/stl.h>
+#include <qlx/subtitles/stl_reader.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/times.h>
 #include <qlx/subtitles/value.h>

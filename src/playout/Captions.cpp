@@ -170,7 +170,11 @@ Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate, con
     caption.channel = options.channel;
     caption.style = options.style;
     caption.rollUpRows = options.rollUpRows;
-    CaptionMaker(cue, options, findings).make(caption);
+    if (cue.screenRows == 0) {
+        CaptionMaker(cue, options, findings).make(caption);
+    } else {
+        CaptionMaker(subtitles::withPageRows(cue), options, findings).make(caption);
+    }
     return caption;
 }
 

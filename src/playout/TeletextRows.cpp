@@ -197,6 +197,9 @@ private:
 
 std::vector<teletext::PageRow> teletextRowsOf(const subtitles::Cue& cue, const TeletextOptions& options,
                                               FindingSink* findings) {
+    if (cue.screenRows != 0) {
+        return PageMaker(subtitles::withPageRows(cue), options, findings).make();
+    }
     return PageMaker(cue, options, findings).make();
 }
 

@@ -339,6 +339,22 @@ enum class FindingCode : std::uint32_t {
     StlStylesPassed,  ///< The first of the codes 80h to 85h, how many there are.
     StlRowsOffPage,   ///< Vertical position there, rows with text that are on no row of a teletext page.
     StlTableNotRead,  ///< Number of the character code table.
+    StlExtensionMissing,   ///< Extension block number that was due, the one in its place (-1: another subtitle's).
+    StlUserDataPassed,     ///< Subtitle number.
+    StlComment,            ///< Subtitle number, rows with text.
+    StlSetWrong,           ///< Cumulative status there, members of the set so far.
+    StlCharacterUnknown,   ///< The first byte that the table does not have, how many such there are.
+    StlRowOffScreen,       ///< Vertical position there, rows with text that are on no row of the screen.
+    StlCharacterReplaced,  ///< Row, the first character that the table does not have.
+    StlColorNoSpace,       ///< Row, changes of colour that take a cell where the text has no space.
+    StlRowTooLong,         ///< Row, its columns.
+    StlTextTooLong,        ///< Bytes of the text, greatest number.
+    StlTooManyBlocks,      ///< The greatest number.
+    StlTimeTooLate,        ///< Frames of the start, of the end.
+    StlCuesOverlap,        ///< Frame of the start, frame up to which another cue is shown.
+    StlNumberChanged,      ///< Number of the cue, the one that is written.
+    StlAlignmentsDiffer,   ///< Row, its alignment.
+    StlFieldCut,           ///< Characters of a text, those that have room.
 
     // subtitles, dictionaries; the lines are counted from 1
     SubtitleValueNotDictionary = 0xA'0301,  ///< No numbers.
@@ -390,6 +406,7 @@ enum class FindingCode : std::uint32_t {
     WebVttInnerTimeWrong,               ///< Milliseconds.
     WebVttBlockPassed,                  ///< Lines of a block that is none, or comes too late.
     WebVttTextTooLong,                  ///< Greatest size in bytes, most lines.
+    WebVttRestTooLong,                  ///< Greatest size in bytes of what is kept besides cues.
 
     // line21 (CTA-608-E); the offset is a pixel of the row
     Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.

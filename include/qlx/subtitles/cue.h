@@ -7,6 +7,7 @@
 //     }
 #pragma once
 
+#include <QLXClosedCaptionsUtilities/Export.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <qlx/screen/screen.h>
 
@@ -125,5 +126,9 @@ struct Cue {
     /// Whether all fields are equal: the same time in other terms is another value.
     [[nodiscard]] friend bool operator==(const Cue&, const Cue&) = default;
 };
+
+/// The same cue with its rows on the 11 of a teletext page: those of another screen (Cue::screenRows) stand as high there,
+/// each below the one in front of it as long as there is room. A cue whose rows are those of a page stays as it is.
+[[nodiscard]] QLX_EXPORT Cue withPageRows(Cue cue);
 
 }  // namespace qlx::subtitles

@@ -1,0 +1,34 @@
+#include <qlx/subtitles/cue.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace qlx::subtitles {
+
+Cue withPageRows(Cue cue) {
+    constexpr std::uint64_t kPageRows = 11;
+    if (cue.screenRows == 0 || cue.screenRows == kPageRows) {
+        return cue;
+    }
+    const std::uint64_t steps = std::max<std::uint64_t>(cue.screenRows, 2) - 1;
+    std::uint64_t last = 0;
+    for (Row& row : cue.rows) {
+        if (row.number != 0) {
+            const std::uint64_t place = std::min<std::uint64_t>(row.number, cue.screenRows) - 1;
+            row.number = std::max((place * (kPageRows - 1) + steps / 2) / steps + 1, last + 1);
+            last = row.number;
+        }
+    }
+    // What has been pushed down too far goes up again.
+    std::uint64_t lowest = kPageRows;
+    for (auto row = cue.rows.rbegin(); row != cue.rows.rend(); ++row) {
+        if (row->number != 0) {
+            row->number = std::min(row->number, lowest);
+            lowest = row->number > 0 ? row->number - 1 : 0;
+        }
+    }
+    cue.screenRows = 0;
+    return cue;
+}
+
+}  // namespace qlx::subtitles
