@@ -67,6 +67,7 @@
 #include <qlx/subtitles/srt.h>
 #include <qlx/subtitles/stl.h>
 #include <qlx/subtitles/stl_reader.h>
+#include <qlx/subtitles/stl_writer.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/times.h>
 #include <qlx/subtitles/value.h>

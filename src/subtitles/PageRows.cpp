@@ -16,7 +16,8 @@ Cue withPageRows(Cue cue) {
         if (row.number != 0) {
             const std::uint64_t place = std::min<std::uint64_t>(row.number, cue.screenRows) - 1;
             row.number = std::max((place * (kPageRows - 1) + steps / 2) / steps + 1, last + 1);
-            last = row.number;
+            // A row without text pushes none down.
+            last = row.runs.empty() ? last : row.number;
         }
     }
     // What has been pushed down too far goes up again.
@@ -24,7 +25,7 @@ Cue withPageRows(Cue cue) {
     for (auto row = cue.rows.rbegin(); row != cue.rows.rend(); ++row) {
         if (row->number != 0) {
             row->number = std::min(row->number, lowest);
-            lowest = row->number > 0 ? row->number - 1 : 0;
+            lowest = row->runs.empty() || row->number == 0 ? lowest : row->number - 1;
         }
     }
     cue.screenRows = 0;

@@ -186,6 +186,9 @@ extern qlx::streams::ByteSource& source;
 namespace subtitles_cue {
 extern qlx::subtitles::Cue cue;
 }
+namespace subtitles_stl_writer {
+extern std::vector<qlx::subtitles::Cue> cues;
+}
 namespace subtitles_subrip {
 extern qlx::subtitles::Cue cue;
 }  // namespace subtitles_subrip

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace stl_reader_tests {
@@ -476,7 +477,9 @@ TEST(PageRows, AreWhereTheRowsOfAnotherScreenWere) {
         Cue cue;
         cue.screenRows = each.screen;
         for (const std::uint64_t number : each.rows) {
-            cue.rows.push_back({.runs = {}, .number = number});
+            Row row = qlxtest::rowOf("a");
+            row.number = number;
+            cue.rows.push_back(std::move(row));
         }
         std::vector<std::uint64_t> rows;
         for (const Row& row : withPageRows(cue).rows) {
@@ -484,6 +487,18 @@ TEST(PageRows, AreWhereTheRowsOfAnotherScreenWere) {
         }
         EXPECT_EQ(rows, each.expected) << each.screen;
     }
+}
+
+TEST(PageRows, WithoutTextPushNoneDown) {
+    Cue cue;
+    cue.screenRows = 23;
+    for (const std::uint64_t number : {14U, 15U, 16U}) {
+        cue.rows.push_back(number == 15 ? Row{} : qlxtest::rowOf("a"));
+        cue.rows.back().number = number;
+    }
+    const Cue placed = withPageRows(cue);
+    EXPECT_EQ(placed.rows[0].number, 7U);
+    EXPECT_EQ(placed.rows[2].number, 8U);
 }
 
 }  // namespace

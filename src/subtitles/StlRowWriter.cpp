@@ -1,0 +1,187 @@
+#include "subtitles/StlRowWriter.h"
+
+#include "subtitles/StlField.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
+#include <array>
+#include <string_view>
+
+namespace qlx::subtitles {
+
+namespace {
+
+using enum FindingCode;
+
+/// What a row looks like as far as the codes can say it.
+struct Look {
+    std::uint8_t foreground = 7;  ///< Teletext's number.
+    std::uint8_t background = 0;  ///< The same.
+    bool isFlashing = false;
+    bool isItalic = false;
+    bool isUnderlined = false;
+    bool isBoxed = false;  ///< Open subtitling.
+};
+
+class RowWriter {
+public:
+    RowWriter(const StlRowForm& form, std::vector<std::uint8_t>& text) : _form(form), _text(text) {}
+
+    void write(const Row& row) {
+        _alignment = row.alignment;
+        for (const Run& run : row.runs) {
+            const Look look = lookOf(run);
+            std::string_view rest = run.text;
+            while (!rest.empty()) {
+                if (rest.front() == ' ' || rest.front() == '\n' || rest.front() == '\r' || rest.front() == '\t') {
+                    rest.remove_prefix(1);
+                    ++_spaces;
+                    continue;
+                }
+                change(look);
+                put(rest);
+            }
+            _losses.properties += static_cast<std::int64_t>(run.properties.size());
+            _losses.runTimes += run.from.isValid() ? 1 : 0;
+        }
+        finish();
+    }
+
+    void say(const CueReport& report, std::int64_t number) const {
+        _losses.say(report, number);
+        report.add(StlColorNoSpace, _withoutSpace != 0, number, _withoutSpace);
+        report.add(StlCharacterReplaced, _replaced != 0, number, static_cast<std::int64_t>(_replaced));
+        report.add(StlRowTooLong, _form.columns != 0 && _columns > _form.columns, number, _columns);
+    }
+
+private:
+    [[nodiscard]] Look lookOf(const Run& run) {
+        const Style& style = run.style;
+        Look look;
+        look.foreground = static_cast<std::uint8_t>(screen::basicIndex(style.foreground));
+        bool isChanged = screen::kBasicColors[look.foreground] != style.foreground;
+        if (style.background) {
+            look.background = static_cast<std::uint8_t>(screen::basicIndex(*style.background));
+            isChanged = isChanged || screen::kBasicColors[look.background] != *style.background;
+        }
+        look.isBoxed = _form.isOpen && style.background && look.background == 0;
+        look.isFlashing = style.isFlashing;
+        look.isItalic = style.isItalic;
+        look.isUnderlined = style.isUnderlined;
+        _losses.styles += style.isBold ? 1 : 0;
+        _losses.colors += isChanged ? 1 : 0;
+        return look;
+    }
+
+    void code(std::uint8_t value) { _text.push_back(value); }
+
+    /// The attributes that lead from the look so far to another one.
+    void change(const Look& look) {
+        std::array<std::uint8_t, 5> codes{};
+        std::size_t count = 0;
+        std::uint8_t foreground = _look.foreground;
+        if (look.background != _look.background) {
+            if (look.background == 0) {
+                codes[count++] = kStlBlackBackground;
+            } else {
+                if (foreground != look.background) {
+                    codes[count++] = look.background;
+                }
+                foreground = look.background;
+                codes[count++] = kStlNewBackground;
+            }
+        }
+        if (look.isFlashing != _look.isFlashing) {
+            codes[count++] = look.isFlashing ? kStlFlash : kStlSteady;
+        }
+        if (look.foreground != foreground) {
+            codes[count++] = look.foreground;
+        }
+        if (!_hasText) {
+            begin(codes, count);
+        } else {
+            const std::size_t spaces = _spaces > count ? _spaces - count : 0;
+            _withoutSpace += _spaces < count ? 1 : 0;
+            _text.insert(_text.end(), spaces, std::uint8_t{' '});
+            // The end of a box is that of its background.
+            toggle(_look.isBoxed && look.isBoxed, _look.isBoxed, kStlBox);
+            _text.insert(_text.end(), codes.begin(), codes.begin() + static_cast<std::ptrdiff_t>(count));
+            _columns += static_cast<std::int64_t>(spaces + count);
+        }
+        _spaces = 0;
+        toggle(look.isItalic, _look.isItalic, kStlItalics);
+        toggle(look.isUnderlined, _look.isUnderlined, kStlUnderline);
+        toggle(look.isBoxed, _look.isBoxed && look.isBoxed, kStlBox);
+        _look = look;
+    }
+
+    void toggle(bool isOn, bool wasOn, std::uint8_t onCode) {
+        if (isOn != wasOn) {
+            code(isOn ? onCode : static_cast<std::uint8_t>(onCode + 1U));
+        }
+    }
+
+    /// What stands in front of the first character takes no cell of the text.
+    void begin(const std::array<std::uint8_t, 5>& codes, std::size_t count) {
+        if (!_form.isOpen && _form.isDoubleHeight) {
+            code(kStlDoubleHeight);
+        }
+        if (_alignment == Alignment::Unchanged) {
+            _text.insert(_text.end(), _spaces, std::uint8_t{' '});
+            _columns += static_cast<std::int64_t>(_spaces);
+        }
+        _text.insert(_text.end(), codes.begin(), codes.begin() + static_cast<std::ptrdiff_t>(count));
+        if (!_form.isOpen) {
+            code(kStlStartBox);
+            code(kStlStartBox);
+        }
+        _hasText = true;
+    }
+
+    void put(std::string_view& rest) {
+        std::string_view first = rest;
+        const char32_t character = takeCodePoint(first);
+        const StlBytes bytes = takeStlCharacter(_form.table, rest);
+        _replaced = bytes.isExact || _replaced != 0 ? _replaced : character;
+        for (std::size_t index = 0; index < bytes.size; ++index) {
+            code(bytes.bytes[index]);
+        }
+        ++_columns;
+    }
+
+    void finish() {
+        if (!_hasText) {
+            return;
+        }
+        if (_alignment == Alignment::Unchanged) {
+            _text.insert(_text.end(), _spaces, std::uint8_t{' '});
+            _columns += static_cast<std::int64_t>(_spaces);
+        }
+        if (!_form.isOpen) {
+            code(kStlEndBox);
+            code(kStlEndBox);
+        }
+    }
+
+    const StlRowForm& _form;
+    std::vector<std::uint8_t>& _text;
+    Alignment _alignment = Alignment::Center;
+    Look _look;
+    RowLosses _losses;
+    std::size_t _spaces = 0;  ///< Not written as yet.
+    bool _hasText = false;
+    std::int64_t _withoutSpace = 0;
+    char32_t _replaced = 0;  ///< The first one.
+    std::int64_t _columns = 0;
+};
+
+}  // namespace
+
+void appendStlRow(const Row& row, const StlRowForm& form, const CueReport& report, std::int64_t number,
+                  std::vector<std::uint8_t>& text) {
+    RowWriter writer(form, text);
+    writer.write(row);
+    writer.say(report, number);
+}
+
+}  // namespace qlx::subtitles

@@ -1,0 +1,312 @@
+#include <qlx/subtitles/stl_writer.h>
+#include <qlx/subtitles/times.h>
+
+#include "subtitles/CueWriting.h"
+#include "subtitles/StlField.h"
+#include "subtitles/StlRowWriter.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace qlx::subtitles {
+
+namespace {
+
+using enum FindingCode;
+
+constexpr std::uint64_t kMostBlocks = 99'999;
+constexpr std::size_t kMostText = (Tti::kMostExtensions + std::size_t{2}) * kTtiTextBytes;
+constexpr std::uint64_t kGreatestPosition = 99;
+constexpr std::uint32_t kGreatestNumber = 0xFFFF;
+constexpr std::int64_t kSecondsOfDay = 24 * 3600;
+
+StlTable stlTableOf(const Gsi& gsi) noexcept {
+    return static_cast<StlTable>(gsi.characterTable.number());
+}
+
+bool isOpenSubtitling(const Gsi& gsi) noexcept {
+    return gsi.displayStandard.text() == "0";
+}
+
+std::uint64_t rowsOf(const Gsi& gsi) noexcept {
+    const std::int64_t rows = gsi.rows.number();
+    return isOpenSubtitling(gsi) && rows > 0 ? static_cast<std::uint64_t>(rows) : kStlTeletextRows;
+}
+
+StlTimeCode timeCodeOfFrame(std::int64_t frame, std::int32_t framesPerSecond) noexcept {
+    const std::int64_t seconds = frame / framesPerSecond;
+    return {static_cast<std::uint8_t>(seconds / 3600), static_cast<std::uint8_t>(seconds / 60 % 60),
+            static_cast<std::uint8_t>(seconds % 60), static_cast<std::uint8_t>(frame % framesPerSecond)};
+}
+
+/// Eight digits.
+std::string digitsOf(const StlTimeCode& timeCode) {
+    std::string digits;
+    for (const unsigned part : {timeCode.hours, timeCode.minutes, timeCode.seconds, timeCode.frames}) {
+        digits += static_cast<char>('0' + part / 10);
+        digits += static_cast<char>('0' + part % 10);
+    }
+    return digits;
+}
+
+bool hasLetters(const Row& row) {
+    return std::any_of(row.runs.begin(), row.runs.end(),
+                       [](const Run& run) { return run.text.find_first_not_of(" \t\r\n") != std::string::npos; });
+}
+
+/// Where the rows of a cue stand.
+class RowPlaces {
+public:
+    RowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64_t height)
+        : _cue(cue), _screen(screenRows), _height(height) {}
+
+    /// The rows of the screen of those that have text, ascending; 0 for the others.
+    std::vector<std::uint64_t> make() {
+        const bool areNumbered = std::all_of(_cue.rows.begin(), _cue.rows.end(),
+                                             [](const Row& row) { return row.number != 0 || !hasLetters(row); });
+        std::uint64_t next = 1;
+        for (const Row& row : _cue.rows) {
+            const bool isText = hasLetters(row);
+            if (areNumbered && isText) {
+                next = std::max(next, placeOf(row.number));
+            }
+            _places.push_back(isText ? next : 0);
+            next += isText || !areNumbered ? _height : 0;
+        }
+        if (!areNumbered) {
+            moveDown(next - 1);
+        }
+        moveUp();
+        return _places;
+    }
+
+    /// Whether a number of the cue's own is not the place of its row.
+    [[nodiscard]] bool areMoved() const noexcept {
+        for (std::size_t index = 0; index < _places.size(); ++index) {
+            const std::uint64_t number = _cue.rows[index].number;
+            if (_places[index] != 0 && number != 0 && placeOf(number) != _places[index]) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// Rows that have no room on the screen.
+    [[nodiscard]] std::int64_t offScreen() const noexcept {
+        return std::count_if(_places.begin(), _places.end(),
+                             [this](std::uint64_t place) { return endOf(place) > _screen; });
+    }
+
+private:
+    /// Of a number of the cue's own rows.
+    [[nodiscard]] std::uint64_t placeOf(std::uint64_t number) const noexcept {
+        const std::uint64_t rows = screenRowsOf(_cue);
+        if (rows == _screen) {
+            return std::min(number, rows);
+        }
+        constexpr std::uint64_t kPageRows = 11;
+        if (rows == kPageRows && _screen == kStlTeletextRows) {
+            return 2 * std::min(number, rows);
+        }
+        const std::uint64_t steps = std::max<std::uint64_t>(rows, 2) - 1;
+        return (std::min(number, rows) - 1) * (_screen - 1) / steps + 1;
+    }
+
+    /// The last row of the screen that text takes; 0 for none.
+    [[nodiscard]] std::uint64_t endOf(std::uint64_t place) const noexcept {
+        return place == 0 ? 0 : place + _height - 1;
+    }
+
+    /// As far as there is room above.
+    void moveUp() {
+        std::uint64_t first = 0;
+        std::uint64_t last = 0;
+        for (const std::uint64_t place : _places) {
+            first = first == 0 ? place : first;
+            last = std::max(last, endOf(place));
+        }
+        const std::uint64_t rows = last > _screen ? std::min(last - _screen, first - 1) : 0;
+        for (std::uint64_t& place : _places) {
+            place -= place == 0 ? 0 : rows;
+        }
+    }
+
+    /// To where the anchor of the first row says; there were no numbers.
+    void moveDown(std::uint64_t lowest) {
+        const std::uint8_t anchor = _cue.rows.front().anchor;
+        const std::uint64_t room = lowest < _screen ? _screen - lowest : 0;
+        const std::uint64_t down = anchor >= 7 ? 0 : anchor >= 4 ? room / 2 : room;
+        for (std::uint64_t& place : _places) {
+            place += place == 0 ? 0 : down;
+        }
+    }
+
+    const Cue& _cue;
+    std::uint64_t _screen;
+    std::uint64_t _height;
+    std::vector<std::uint64_t> _places;
+};
+
+void reportCue(const Cue& cue, const CueReport& report) {
+    const auto properties = static_cast<std::int64_t>(cue.properties.size());
+    report.add(SubtitlePropertiesLost, properties != 0, 0, properties);
+    for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
+        report.add(SubtitleNameLost, !name->empty(), static_cast<std::int64_t>(name->size()));
+    }
+    std::int64_t number = 0;
+    for (const Row& row : cue.rows) {
+        ++number;
+        report.add(SubtitlePlaceLost, row.column != 0, number);
+        report.add(StlAlignmentsDiffer, row.alignment != cue.rows.front().alignment, number,
+                   static_cast<std::int64_t>(row.alignment));
+    }
+}
+
+}  // namespace
+
+StlWriter::StlWriter(const StlWriterOptions& options, FindingSink* findings) : _options(options), _findings(findings) {
+    Gsi& gsi = _options.gsi;
+    const auto rate = gsi.rate();
+    if (!rate || isFractional(*rate)) {
+        gsi.diskFormatCode = "STL25.01";
+    }
+    _frames = nominalFramesPerSecond(gsi.rate().value_or(FrameRate::Fps25));
+    if (gsi.characterTable.number() < 0 || gsi.characterTable.number() >= kStlTables) {
+        gsi.characterTable = "00";
+    }
+}
+
+bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
+    const CueReport report(_findings, ++_cues);
+    UnitSpan span = spanIn(cue, _frames);
+    report.add(SubtitleTimeNegative, span.start < 0, span.start, span.end);
+    report.add(SubtitleTimeEmptied, span.isLengthened && span.start >= 0, span.start, _frames);
+    if (span.end <= 0) {
+        return false;
+    }
+    span.start = std::max<std::int64_t>(span.start, 0);
+    if (span.end >= kSecondsOfDay * _frames) {
+        say(StlTimeTooLate, Severity::Error, span.start, span.end);
+        return false;
+    }
+    reportCue(cue, report);
+    Held held;
+    held.start = span.start;
+    held.end = span.end;
+    appendRows(cue, report, held);
+    if (held.text.size() > kMostText) {
+        say(StlTextTooLong, Severity::Error, static_cast<std::int64_t>(held.text.size()),
+            static_cast<std::int64_t>(kMostText));
+        held.text.resize(kMostText);
+    }
+    const std::uint64_t needed = std::max<std::uint64_t>((held.text.size() + kTtiTextBytes - 1) / kTtiTextBytes, 1);
+    if (_blocks + needed > kMostBlocks) {
+        say(StlTooManyBlocks, Severity::Error, std::int64_t{kMostBlocks});
+        return false;
+    }
+    _blocks += needed;
+    held.block.number = numberOf(cue);
+    held.block.timeCodeIn = timeCodeOfFrame(held.start, _frames);
+    held.block.timeCodeOut = timeCodeOfFrame(held.end, _frames);
+    _first = std::min(_first.value_or(held.start), held.start);
+    const bool isOfSet = !_set.empty() && held.end == _set.back().end && held.start >= _set.back().start &&
+                         held.start < _set.back().end && _set.size() < kLongestStlSet;
+    if (!isOfSet) {
+        flush(blocks);
+        if (held.start < _shownTo) {
+            say(StlCuesOverlap, Severity::Warning, held.start, _shownTo);
+        }
+    }
+    _shownTo = std::max(_shownTo, held.end);
+    _set.push_back(std::move(held));
+    return true;
+}
+
+void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) const {
+    const Gsi& gsi = _options.gsi;
+    const bool isDouble = _options.isDoubleHeight && !isOpenSubtitling(gsi);
+    RowPlaces rows(cue, rowsOf(gsi), isDouble ? 2 : 1);
+    const std::vector<std::uint64_t> places = rows.make();
+    report.add(SubtitlePlaceLost, rows.areMoved(), 0);
+    report.add(StlRowOffScreen, rows.offScreen() != 0, static_cast<std::int64_t>(rowsOf(gsi)), rows.offScreen());
+    const StlRowForm form{stlTableOf(gsi), isOpenSubtitling(gsi), isDouble, gsi.charactersOfRow.number()};
+    std::uint64_t first = rowsOf(gsi);
+    std::uint64_t place = 0;
+    for (std::size_t index = 0; index < places.size(); ++index) {
+        if (places[index] == 0) {
+            continue;
+        }
+        held.text.insert(held.text.end(), place == 0 ? 0 : places[index] - place, kStlNewLine);
+        first = place == 0 ? places[index] : first;
+        place = places[index];
+        Row row = cue.rows[index];
+        row.alignment = cue.rows.front().alignment;
+        appendStlRow(row, form, report, static_cast<std::int64_t>(index + 1), held.text);
+    }
+    held.block.verticalPosition = static_cast<std::uint8_t>(std::min(first, kGreatestPosition));
+    const Alignment alignment = cue.rows.empty() ? Alignment::Center : cue.rows.front().alignment;
+    held.block.justification = alignment > Alignment::Right ? Alignment::Center : alignment;
+}
+
+Gsi StlWriter::finish(std::vector<std::uint8_t>& blocks) {
+    flush(blocks);
+    Gsi gsi = _options.gsi;
+    // No more than have room.
+    static_cast<void>(gsi.blockCount.setNumber(_blocks));
+    static_cast<void>(gsi.subtitleCount.setNumber(_subtitles));
+    gsi.firstCue = std::string_view(digitsOf(timeCodeOfFrame(_first.value_or(0), _frames)));
+    return gsi;
+}
+
+void StlWriter::flush(std::vector<std::uint8_t>& blocks) {
+    const std::size_t count = _set.size();
+    for (std::size_t index = 0; index < count; ++index) {
+        const StlStatus status = count == 1           ? StlStatus::Single
+                                 : index == 0         ? StlStatus::First
+                                 : index + 1 == count ? StlStatus::Last
+                                                      : StlStatus::Intermediate;
+        append(_set[index], status, blocks);
+    }
+    _set.clear();
+}
+
+void StlWriter::append(const Held& held, StlStatus status, std::vector<std::uint8_t>& blocks) {
+    ++_subtitles;
+    Tti block = held.block;
+    block.status = status;
+    std::span<const std::uint8_t> rest = held.text;
+    for (std::uint8_t number = 0;; ++number) {
+        const auto part = rest.first(std::min(rest.size(), kTtiTextBytes));
+        rest = rest.subspan(part.size());
+        block.extensionNumber = rest.empty() ? Tti::kLastExtension : number;
+        block.text = Tti{}.text;
+        std::copy(part.begin(), part.end(), block.text.begin());
+        const std::size_t end = blocks.size();
+        blocks.resize(end + kTtiBytes);
+        // There is room.
+        static_cast<void>(writeTti(block, std::span(blocks).subspan(end)));
+        if (rest.empty()) {
+            return;
+        }
+    }
+}
+
+std::uint16_t StlWriter::numberOf(const Cue& cue) {
+    const bool isUsed = cue.number > _lastNumber || (cue.number == 0 && _subtitles == 0 && _set.empty());
+    const std::uint32_t number = isUsed && cue.number <= kGreatestNumber ? static_cast<std::uint32_t>(cue.number)
+                                                                         : (_lastNumber + 1) & kGreatestNumber;
+    if (number != cue.number) {
+        say(StlNumberChanged, Severity::Remark, static_cast<std::int64_t>(cue.number), number);
+    }
+    _lastNumber = number;
+    return static_cast<std::uint16_t>(number);
+}
+
+void StlWriter::say(FindingCode code, Severity severity, std::int64_t first, std::int64_t second) const {
+    if (_findings != nullptr) {
+        _findings->add({code, severity, _cues, first, second});
+    }
+}
+
+}  // namespace qlx::subtitles
