@@ -27,7 +27,8 @@ bool isDigits(std::string_view text) noexcept {
 class SubRipReader::Parser {
 public:
     Parser(const TextCueOptions& options, FindingSink* findings)
-        : _options(options), _findings(findings), _lines(options.greatestCue), _markup(findings) {}
+        : _options(options), _findings(findings), _lines(options.greatestCue, DoubleReturn::OneEnd), _markup(findings) {
+    }
 
     TextLines& lines() noexcept { return _lines; }
 

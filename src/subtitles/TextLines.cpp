@@ -28,12 +28,14 @@ void TextLines::push(std::span<const std::uint8_t> bytes) {
 }
 
 bool TextLines::next(std::string_view& line) {
-    if (_skipsFeed && _begin < _buffer.size()) {
-        _begin += _buffer[_begin] == '\n' ? 1 : 0;
-        _skipsFeed = false;
+    if (!skipEnd()) {
+        return false;
     }
     if (_skipsLine) {
         skipCutLine();
+        if (!skipEnd()) {
+            return false;
+        }
     }
     if (_skipsLine || _begin >= _buffer.size()) {
         return false;
@@ -50,6 +52,23 @@ bool TextLines::next(std::string_view& line) {
     if (++_number == 1 && line.starts_with(srt::kByteOrderMark)) {
         line.remove_prefix(srt::kByteOrderMark.size());
     }
+    return true;
+}
+
+/// Skips what belongs to a CR. Gives false when more bytes are needed to know.
+bool TextLines::skipEnd() {
+    if (!_skipsFeed || _begin >= _buffer.size()) {
+        return true;
+    }
+    if (_joinsReturns && _buffer[_begin] == '\r') {
+        if (_begin + 1 == _buffer.size() && !_isFinished) {
+            return false;
+        }
+        _begin += _buffer.compare(_begin, 2, "\r\n") == 0 ? 2 : 0;
+    } else {
+        _begin += _buffer[_begin] == '\n' ? 1 : 0;
+    }
+    _skipsFeed = false;
     return true;
 }
 
@@ -78,10 +97,6 @@ void TextLines::skipCutLine() {
     _begin = end + 1;
     _skipsFeed = _buffer[end] == '\r';
     _skipsLine = false;
-    if (_skipsFeed && _begin < _buffer.size()) {
-        _begin += _buffer[_begin] == '\n' ? 1 : 0;
-        _skipsFeed = false;
-    }
 }
 
 }  // namespace qlx::subtitles

@@ -9,11 +9,18 @@
 
 namespace qlx::subtitles {
 
+/// What CR, CR and LF in a row are: some programs write them where CR and LF stood.
+enum class DoubleReturn : std::uint8_t {
+    TwoEnds,  ///< An end of a line, and that of an empty one.
+    OneEnd,
+};
+
 /// Lines end in LF, CR, or CR and LF. Takes linear time, and memory for the longest piece and line.
 class TextLines {
 public:
     /// @param greatest Bytes of a line; what is longer is cut there.
-    explicit TextLines(std::size_t greatest) noexcept : _greatest(greatest) {}
+    explicit TextLines(std::size_t greatest, DoubleReturn doubleReturn = DoubleReturn::TwoEnds) noexcept
+        : _greatest(greatest), _joinsReturns(doubleReturn == DoubleReturn::OneEnd) {}
 
     /// Takes the next bytes. The line that was given before is no longer valid.
     void push(std::span<const std::uint8_t> bytes);
@@ -48,10 +55,12 @@ private:
         }
     };
 
+    [[nodiscard]] bool skipEnd();
     bool takeRest(std::string_view& line);
     void skipCutLine();
 
     std::size_t _greatest;
+    bool _joinsReturns;
     std::string _buffer;
     std::size_t _begin = 0;
     Finder _feed{'\n'};

@@ -23,6 +23,8 @@ using enum FindingCode;
 constexpr std::int32_t kWebVttUnits = 1000;
 constexpr std::string_view kSignature = "WEBVTT";
 constexpr std::string_view kArrowOfTimes = "-->";
+/// Bytes that a file may have besides cues: whoever writes it again keeps them.
+constexpr std::size_t kMostKept = std::size_t{1} << 20U;
 
 /// Whether a line is this word, with blanks behind it or more behind a blank.
 bool isWord(std::string_view line, std::string_view word) noexcept {
@@ -99,7 +101,9 @@ private:
         }
         switch (_part) {
         case Part::Header:
-            _file.header.emplace_back(line);
+            if (hasRoom(line.size())) {
+                _file.header.emplace_back(line);
+            }
             break;
         case Part::Text:
             takeText(line);
@@ -155,6 +159,8 @@ private:
         } else {
             _cue.identifier = std::move(name);
         }
+        // Notes go with the cue.
+        _kept = std::exchange(_isKeptKnown, true) ? _keptInFront : (_keptInFront = _kept);
         for (std::string& note : _notes) {
             _cue.properties.push_back({std::string(properties::kWebVttNote), std::move(note)});
         }
@@ -205,17 +211,33 @@ private:
         return isReady;
     }
 
+    /// Whether something more is kept besides cues.
+    bool hasRoom(std::size_t bytes) {
+        // What a text takes besides its bytes.
+        constexpr std::size_t kEach = 64;
+        _kept += bytes + kEach;
+        if (_kept > kMostKept && !std::exchange(_isFull, true)) {
+            report(WebVttRestTooLong, Severity::Error, static_cast<std::int64_t>(kMostKept));
+        }
+        return _kept <= kMostKept;
+    }
+
     void takeBlock() {
         const std::string block = std::exchange(_block, {});
         const std::uint64_t lines = std::exchange(_blockLines, 0);
         const std::string_view first = std::string_view(block).substr(0, block.find('\n'));
         if (isWord(first, "NOTE")) {
-            (_hasCue ? _notes : _file.blocks).push_back(block);
+            if (hasRoom(block.size())) {
+                (_hasCue ? _notes : _file.blocks).push_back(block);
+            }
             return;
         }
         const bool isRegion = isBlankBehind(first, "REGION");
         if (_hasCue || (!isRegion && !isBlankBehind(first, "STYLE"))) {
             report(WebVttBlockPassed, Severity::Warning, static_cast<std::int64_t>(lines));
+            return;
+        }
+        if (!hasRoom(block.size())) {
             return;
         }
         if (isRegion) {
@@ -257,6 +279,10 @@ private:
     bool _isEnded = false;
     std::string _block;
     std::uint64_t _blockLines = 0;
+    std::size_t _kept = 0;         ///< Of what is kept besides cues, with room for each.
+    std::size_t _keptInFront = 0;  ///< Of it, what stands in front of the first cue.
+    bool _isKeptKnown = false;
+    bool _isFull = false;  ///< More was left out.
     std::size_t _bytesOfCue = 0;
     std::string _room;
 };

@@ -136,7 +136,7 @@ TEST(SubRip, ReadsLinesThatEndInAnyWayInPiecesOfAnySize) {
     EXPECT_EQ(expected.cues[0], cueOf(1, 1000, 2000, {rowOf("a"), rowOf("b")}));
     EXPECT_EQ(expected.cues[1], cueOf(7, 2000, 3000, {rowOf("c")}));
     EXPECT_TRUE(expected.findings.empty());
-    for (const std::string_view end : {"\n"sv, "\r\n"sv, "\r"sv}) {
+    for (const std::string_view end : {"\n"sv, "\r\n"sv, "\r"sv, "\r\r\n"sv}) {
         std::string other;
         for (const char character : text) {
             other += character == '\n' ? std::string(end) : std::string(1, character);

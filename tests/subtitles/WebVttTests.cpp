@@ -169,6 +169,40 @@ TEST(WebVtt, KeepsWhatStandsAroundCues) {
     EXPECT_EQ(fileOf(text), file);
 }
 
+TEST(WebVtt, KeepsAMebibyteBesidesCues) {
+    using enum qlx::FindingCode;
+    const auto many = [](std::string_view part) {
+        std::string text;
+        while (text.size() < std::size_t{4} << 20U) {
+            text += part;
+        }
+        return text;
+    };
+    const std::string cue = "\n00:01.000 --> 00:02.000\na\n\n";
+    for (const std::string& text :
+         {"WEBVTT\n" + many("x\n") + cue, "WEBVTT\n" + many("\nNOTE\n") + cue,
+          "WEBVTT\n" + many("\nREGION\nid:a\n") + cue, "WEBVTT\n" + cue + many("NOTE x\n\n")}) {
+        const CuesRead result = read(text);
+        EXPECT_EQ(result.cues.size(), 1U);
+        EXPECT_EQ(result.codes(), std::vector{WebVttRestTooLong});
+        const WebVttFile file = fileOf(text);
+        std::size_t kept = 0;
+        for (const auto* const lines : {&file.header, &file.blocks, &file.notes}) {
+            for (const std::string& line : *lines) {
+                kept += sizeof(std::string) + line.size();
+            }
+        }
+        EXPECT_GT(kept, 100'000U);
+        EXPECT_LE(kept, std::size_t{1} << 20U);
+    }
+    // Comments between cues go with them.
+    std::string between = "WEBVTT\n";
+    for (int number = 0; number < 40; ++number) {
+        between += cue + "NOTE " + std::string(50'000, 'x') + "\n\n";
+    }
+    EXPECT_TRUE(read(between).findings.empty());
+}
+
 TEST(WebVtt, IgnoresSettingsOfPlaceInARegion) {
     using enum qlx::FindingCode;
     const CuesRead result =

@@ -72,7 +72,8 @@ struct WebVttFile {
 /// The text is UTF-8; a byte that is not becomes U+FFFD. A file without its signature is read, and times with a comma or
 /// without all digits are, each with a finding. A cue in a region ignores `line`, `size` and `vertical`. What the
 /// standard has its readers pass over is passed over with a finding, whose offset is its line, counted from 1. Reading
-/// takes linear time, and memory for the longest piece, two cues, and what a file has besides cues.
+/// takes linear time, and memory for the longest piece, two cues, and a mebibyte of what a file has besides cues, of which
+/// no more is kept (WebVttRestTooLong).
 class WebVttReader {
 public:
     /// Reads from the beginning of a file. `findings` may be null, else it must outlive this.
