@@ -168,7 +168,10 @@ const std::vector<Command> kCommands{
      {"play", "IN", "--mode", "cea608", "--rate", "25", "--format", "klv", "-o", "OUT", "--quiet"},
      srtFile},
     {"PlayJson", {"play", "IN", "--mode", "teletext", "--rate", "25"}, jsonSubtitles},
-    {"PlayStl", {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "jsonl", "-o", "OUT"}, stlFile},
+    // It plays what there is of a file that is cut, and says so.
+    {"PlayStl",
+     {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "jsonl", "-o", "OUT", "--quiet"},
+     stlFile},
     {"SubsSrt", {"subs", "IN"}, srtFile},
     {"SubsJson", {"subs", "IN", "--json", "-o", "OUT"}, jsonSubtitles},
     {"SubsStl", {"subs", "IN"}, stlFile},

@@ -155,6 +155,59 @@ TEST(Convert, PutsCuesInOrderAndApart) {
     EXPECT_NE(composed.out.find("\na\nb\n"), std::string::npos);
 }
 
+TEST(Convert, ComposesCuesThatLastNoTimeAndCountsThePieces) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:04,000", "a"},
+                                                         {"00:00:02,000", "00:00:02,000", "flash"},
+                                                         {"00:00:03,000", "00:00:05,000", "b"},
+                                                         {"00:00:07,000", "00:00:08,000", "c"}}));
+    EXPECT_EQ(converted(file, "srt", {"--overlap", "compose"}).out, "1\n00:00:01,000 --> 00:00:02,000\na\n\n"
+                                                                    "2\n00:00:02,000 --> 00:00:02,001\nflash\n\n"
+                                                                    "3\n00:00:02,000 --> 00:00:03,000\na\n\n"
+                                                                    "4\n00:00:03,000 --> 00:00:04,000\na\nb\n\n"
+                                                                    "5\n00:00:04,000 --> 00:00:05,000\nb\n\n"
+                                                                    "6\n00:00:07,000 --> 00:00:08,000\nc\n\n");
+    // Names are those of the first pieces.
+    const std::string named =
+        folder.write("in.vtt", "WEBVTT\n\nx\n00:01.000 --> 00:03.000\na\n\ny\n00:02.000 --> 00:04.000\nb\n");
+    const std::string composed = converted(named, "vtt", {"--overlap", "compose"}).out;
+    EXPECT_NE(composed.find("\n\nx\n00:00:01.000"), std::string::npos) << composed;
+    EXPECT_NE(composed.find("\n\n00:00:02.000"), std::string::npos) << composed;
+    EXPECT_NE(composed.find("\n\ny\n00:00:03.000"), std::string::npos) << composed;
+}
+
+TEST(Convert, KeepsCodesOfRunsWithoutLettersWhenItWraps) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.srt", srt({{"00:00:01,000", "00:00:02,000", "aaaa {\\k20} bbbb {\\fad(1,2)}cccc dddd{\\k30}"}}));
+    const std::string wrapped = converted(file, "srt", {"--wrap", "10"}).out;
+    for (const std::string_view code : {"{\\k20}", "{\\fad(1,2)}", "{\\k30}"}) {
+        EXPECT_NE(wrapped.find(code), std::string::npos) << wrapped;
+    }
+}
+
+TEST(Convert, SaysWhatHasNoEffectAndWhatOfAFileIsLost) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kOneCue);
+    const auto said = [&](const Arguments& more) { return converted(file, "srt", more).err; };
+    EXPECT_EQ(said({}), "");
+    EXPECT_NE(said({"--from-rate", "25"}).find("--from-rate is without effect"), std::string::npos);
+    EXPECT_NE(said({"--to-rate", "25"}).find("--to-rate is without effect"), std::string::npos);
+    EXPECT_NE(said({"--drop"}).find("--drop is without effect"), std::string::npos);
+    EXPECT_EQ(said({"--from-rate", "29.97", "--drop", "--to-start", "01:00:00;00"}), "");
+    const std::string vtt =
+        folder.write("in.vtt", "WEBVTT - title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\nSTYLE\n::cue {}\n\n"
+                               "00:01.000 --> 00:02.000\na\n\nNOTE behind\n");
+    const ToolResult lost = converted(vtt, "srt", {"--strict"});
+    EXPECT_EQ(lost.exitCode, 1);
+    EXPECT_NE(
+        lost.err.find("4 parts of the file besides cues are lost: 2 lines of the header (X-TIMESTAMP-MAP, which is "
+                      "not applied), 2 blocks"),
+        std::string::npos)
+        << lost.err;
+    EXPECT_EQ(converted(vtt, "vtt", {"--strict"}).exitCode, 0);
+}
+
 TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
     const TemporaryFolder folder;
     const std::string head = "1\n00:00:01,000 --> 00:00:02,000\n";

@@ -5,10 +5,11 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kConvertedFormats[] = {"srt", "vtt"};
+constexpr std::string_view kConvertedFormats[] = {"srt", "vtt", "stl"};
 constexpr std::string_view kConvertFormats[] = {"srt", "vtt",  "stl",   "json", "v210", "2vuy", "klv", "jsonl",
                                                 "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps"};
 constexpr std::string_view kConvertChannels[] = {"CC1", "CC2", "CC3", "CC4"};
+constexpr std::string_view kTables[] = {"00", "01", "02", "03", "04"};
 constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};
 
 constexpr std::string_view kConvertNotes =
@@ -18,7 +19,8 @@ letter by letter, and rows that roll up, are one cue as long as text only comes 
 
 Times are changed in this order: what --from-start says is subtracted (not from cues that begin before it), --scale
 multiplies, --offset and --to-start are added; they are rounded once, to milliseconds, when they are written. A
-timecode counts frames of the file that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s.
+timecode counts frames of the file that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s. In EBU STL
+they are rounded to frames; its cues that end together become a cumulative set.
 
 What is changed or lost is said, ten of a kind and a count. Exit codes: 0 also with losses, 1 when something of IN
 could not be read, or with --strict and a loss; 2 wrong usage.
@@ -26,6 +28,7 @@ could not be read, or with --strict and a loss; 2 wrong usage.
 Examples:
   qlxcc convert film.srt -o film.vtt
   qlxcc convert film.stl -o film.srt --from-start 10:00:00:00 --from-rate 25
+  qlxcc convert film.srt -o film.stl --to-start 10:00:00:00 --to-rate 25 --title Film --language de --country DEU
   qlxcc convert film.ts -o film.vtt --channel CC3
   qlxcc convert film.klv --from-rate 25 --page 888 -o film.srt --wrap 37 --wrap-rows 2)";
 
@@ -33,6 +36,12 @@ Examples:
                                              std::string RawOptions::*field, std::string_view help,
                                              std::string_view more = {}) {
     return {.names = names, .value = value, .kind = ValueKind::Name, .field = field, .help = help, .more = more};
+}
+
+[[nodiscard]] constexpr OptionRow stlText(std::string_view names, std::string_view value,
+                                          std::optional<std::string> RawOptions::*field, std::string_view help,
+                                          std::string_view more = {}) {
+    return {.names = names, .value = value, .kind = ValueKind::Text, .field = field, .help = help, .more = more};
 }
 
 constexpr OptionRow kConvertOptions[] = {
@@ -66,13 +75,17 @@ constexpr OptionRow kConvertOptions[] = {
     kRegion,
     textOption("--from-start", "TIME", &RawOptions::fromStart,
                "Where the programme begins in IN, which is subtracted: TIME, auto or 0",
-               "`auto` is the time of the first frame, of a file of cues the whole hour in which the first one begins; "
+               "`auto` is the time of the first frame, in EBU STL the start of the programme in its head (TCP), of "
+               "other files "
+               "of cues the whole hour in which the first one begins; "
                "`0` subtracts nothing, and keeps the tool from saying that the first cue comes late."),
     textOption("--to-start", "TIME", &RawOptions::toStart, "Where the programme begins in the result, which is added"),
     rateOption("--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
                "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
                "timecode of --from-start counts. It does not change the speed."),
-    rateOption("--to-rate", {}, &RawOptions::toRate, "Frames that the timecode of --to-start counts"),
+    rateOption("--to-rate", {}, &RawOptions::toRate, "Frames that the timecode of --to-start, and EBU STL, count",
+               "EBU STL has 25 and 30 (default: those of --from-rate or of an STL file that is read, else 25); with "
+               "29.97 the 30 of its time codes are as long as those of 29.97, with --drop as drop-frame ones."),
     textOption("--scale", "A/B", &RawOptions::scale, "Multiply times by A and divide them by B",
                "Both are whole numbers from 1 to 1000000: `25025/24000` is the way from 25 to 23.976 frames/s."),
     {.names = "--offset",
@@ -109,6 +122,28 @@ constexpr OptionRow kConvertOptions[] = {
      .field = &RawOptions::isDrop,
      .help = "Timecodes of --from-start and --to-start are drop-frame ones, whatever stands in them"},
     {.names = "--non-drop", .field = &RawOptions::isNonDrop, .help = "They are non-drop-frame ones"},
+    stlText(
+        "--title", "TEXT", &RawOptions::title, "EBU STL: the original title of the programme",
+        "Up to 32 characters of code page 850, as all texts of the head. What nobody says is what a STL file that is "
+        "read has there, else blank; counts and the first cue are always those of the result."),
+    stlText("--episode", "TEXT", &RawOptions::episode, "EBU STL: the original title of the episode"),
+    stlText("--publisher", "TEXT", &RawOptions::publisher, "EBU STL: who publishes it"),
+    stlText("--reference", "TEXT", &RawOptions::reference, "EBU STL: the reference of the list (16 characters)"),
+    stlText("--country", "CODE", &RawOptions::country, "EBU STL: the country of origin, three letters"),
+    stlText("--language", "CODE", &RawOptions::language, "EBU STL: the language, such as en",
+            "It chooses the character code table, too, unless --table does."),
+    stlText("--date", "YYMMDD", &RawOptions::date, "EBU STL: when it was made (default: 700101, never the clock)"),
+    {.names = "--table",
+     .value = "TABLE",
+     .kind = ValueKind::Word,
+     .words = kTables,
+     .field = &RawOptions::table,
+     .help = "EBU STL: the character code table, {} (default: of --language)",
+     .more = "00 is Latin, 01 Cyrillic, 02 Arabic, 03 Greek, 04 Hebrew, the last four with plain Latin letters."},
+    {.names = "--open", .field = &RawOptions::isOpen, .help = "EBU STL: open subtitling, not teletext"},
+    {.names = "--single-height",
+     .field = &RawOptions::isSingleHeight,
+     .help = "EBU STL: rows of teletext are of single height"},
     {.names = "--report",
      .field = &RawOptions::reportsAll,
      .help = "Say all that is found, changed or lost, cue by cue"},

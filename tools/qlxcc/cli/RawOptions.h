@@ -91,6 +91,15 @@ struct RawOptions {
     std::string overlap = "keep";
     std::optional<std::uint64_t> wrap;
     std::optional<std::uint64_t> wrapRows;
+    std::optional<std::string> title;
+    std::optional<std::string> episode;
+    std::optional<std::string> publisher;
+    std::optional<std::string> reference;
+    std::optional<std::string> country;
+    std::optional<std::string> date;
+    std::optional<std::string> table;
+    bool isOpen = false;
+    bool isSingleHeight = false;
     bool isDrop = false;
     bool reportsAll = false;
     bool isStrict = false;

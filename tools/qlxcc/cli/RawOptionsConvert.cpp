@@ -4,10 +4,12 @@
 #include "io/Errors.h"
 #include "io/Rates.h"
 #include "io/Times.h"
+#include "streams/InputKind.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace qlx::tool {
 
@@ -67,6 +69,76 @@ void takeTimes(const RawOptions& raw, ConvertOptions& options) {
     }
 }
 
+/// What is for EBU STL alone, and says so where another format is written.
+void takeStl(const RawOptions& raw, ConvertOptions& options) {
+    const bool isStl = options.format == CueFormat::Stl;
+    const std::pair<std::string_view, bool> given[] = {{"--title", raw.title.has_value()},
+                                                       {"--episode", raw.episode.has_value()},
+                                                       {"--publisher", raw.publisher.has_value()},
+                                                       {"--reference", raw.reference.has_value()},
+                                                       {"--country", raw.country.has_value()},
+                                                       {"--date", raw.date.has_value()},
+                                                       {"--table", raw.table.has_value()},
+                                                       {"--language", raw.language.has_value()},
+                                                       {"--open", raw.isOpen},
+                                                       {"--single-height", raw.isSingleHeight}};
+    for (const auto& [name, isGiven] : given) {
+        if (isGiven && !isStl) {
+            throw UsageError(std::string(name) + " is for EBU STL only: say it with --to-format stl");
+        }
+    }
+    const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
+    if (raw.date && (raw.date->size() != 6 || !std::all_of(raw.date->begin(), raw.date->end(), isDigit))) {
+        throw UsageError("--date: \"" + *raw.date + "\" is not YYMMDD, six digits");
+    }
+    if (raw.language && !subtitles::stlLanguageCode(*raw.language)) {
+        throw UsageError("--language: EBU STL has no code for \"" + *raw.language + "\" (two letters, such as en)");
+    }
+    if (raw.country && raw.country->size() != 3) {
+        throw UsageError("--country: \"" + *raw.country + "\" is not three letters, such as GBR");
+    }
+    StlOutputOptions& stl = options.stl;
+    stl.title = raw.title;
+    stl.episode = raw.episode;
+    stl.publisher = raw.publisher;
+    stl.reference = raw.reference;
+    stl.country = raw.country;
+    stl.date = raw.date;
+    stl.table = raw.table;
+    stl.language = raw.language;
+    stl.isOpen = raw.isOpen;
+    stl.isSingleHeight = raw.isSingleHeight;
+    stl.isDrop = raw.isDrop;
+    stl.start = options.times.toStart;
+    const std::string& rate = raw.toRate.empty() ? raw.fromRate : raw.toRate;
+    stl.rate = rate.empty() ? std::nullopt : rateNamed(rate);
+    if (isStl && stl.rate && !isStlRate(*stl.rate)) {
+        if (!raw.toRate.empty()) {
+            throw UsageError("--to-rate: EBU STL has 25, 29.97 and 30 frames a second, not " + raw.toRate);
+        }
+        stl.rate.reset();
+    }
+}
+
+/// Options that say what timecodes count where there are none: of --from-start, --to-start, --offset and EBU STL.
+void findUnused(const RawOptions& raw, ConvertOptions& options) {
+    const auto kind = options.input.source.kind ? options.input.source.kind : inputKindOfName(raw.file);
+    const bool isText = kind == InputKind::Srt || kind == InputKind::Vtt || kind == InputKind::Json;
+    const bool hasFrom = parseFrameTimecode(raw.fromStart).has_value();
+    const bool hasTo = parseFrameTimecode(raw.toStart).has_value();
+    const bool isStl = options.format == CueFormat::Stl;
+    if (isText && !raw.fromRate.empty() && !hasFrom && raw.offset.empty() &&
+        !(raw.toRate.empty() && (hasTo || isStl))) {
+        options.unused.emplace_back("--from-rate");
+    }
+    if (!raw.toRate.empty() && !hasTo && !isStl) {
+        options.unused.emplace_back("--to-rate");
+    }
+    if ((raw.isDrop || raw.isNonDrop) && !hasFrom && !hasTo && !isStl && kind != InputKind::Stl) {
+        options.unused.emplace_back(raw.isDrop ? "--drop" : "--non-drop");
+    }
+}
+
 }  // namespace
 
 Action checkedConvert(const RawOptions& raw) {
@@ -77,6 +149,7 @@ Action checkedConvert(const RawOptions& raw) {
     if (!raw.fromRate.empty()) {
         options.input.source.rate = rateNamed(raw.fromRate);
     }
+    options.input.isDrop = raw.isDrop;
     if (!raw.page.empty() && !raw.channel.empty()) {
         throw UsageError("--page and --channel cannot be given together");
     }
@@ -91,9 +164,11 @@ Action checkedConvert(const RawOptions& raw) {
         }
     }
     options.output = raw.output;
-    options.format =
-        formatName(raw.format, raw.output.value_or("-"), {"srt", "vtt"}) == "vtt" ? CueFormat::Vtt : CueFormat::Srt;
+    const std::string format = formatName(raw.format, raw.output.value_or("-"), {"srt", "vtt", "stl"});
+    options.format = format == "vtt" ? CueFormat::Vtt : format == "stl" ? CueFormat::Stl : CueFormat::Srt;
     takeTimes(raw, options);
+    takeStl(raw, options);
+    findUnused(raw, options);
     options.overlap = raw.overlap == "compose" ? Overlap::Compose : raw.overlap == "cut" ? Overlap::Cut : Overlap::Keep;
     options.columns = raw.wrap;
     options.rows = raw.wrapRows.value_or(0);

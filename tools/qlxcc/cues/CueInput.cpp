@@ -1,6 +1,7 @@
 #include "cues/CueInput.h"
 
 #include "cues/ScreenCues.h"
+#include "cues/StlCues.h"
 #include "cues/Subtitles.h"
 #include "cues/TextPieces.h"
 #include "io/Errors.h"
@@ -11,6 +12,7 @@
 #include "streams/OpenFrames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/facade/cue.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/teletext/page.h>
@@ -74,6 +76,91 @@ void readAsSubs(const CueRequest& request, CueInput& input, CueInputNotes& notes
     for (const SubtitleProblem& problem : read.problems.first()) {
         notes.say(placeInWords(read, problem) + problem.what, problem.effect == SubtitleProblem::Effect::CueLeftOut);
     }
+}
+
+/// Tells notes of findings, with their block in front of them.
+class BlockFindings final : public FindingSink {
+public:
+    explicit BlockFindings(CueInputNotes& notes) : _notes(notes) {}
+
+    void add(const Finding& finding) override {
+        const std::uint64_t block = stlBlockAt(finding.offset);
+        if (!isOfBlankField(finding)) {
+            _notes.found(block == 0 ? "header byte " + std::to_string(finding.offset)
+                                    : "TTI block " + std::to_string(block),
+                         finding);
+        }
+    }
+
+private:
+    CueInputNotes& _notes;
+};
+
+/// What the numbers of a file's frames mean: its own rate, or another one that counts as many in a second.
+class FrameLabels {
+public:
+    FrameLabels(FrameRate own, const CueRequest& request, CueInputNotes& notes)
+        : _own(own), _meant(request.source.rate ? frameRateOf(*request.source.rate) : own),
+          _dropsFrames(request.isDrop && cc::mayDropFrames(_meant)) {
+        if (nominalFramesPerSecond(_own) != nominalFramesPerSecond(_meant)) {
+            notes.say("--from-rate is without effect: the file counts " + std::to_string(nominalFramesPerSecond(own)) +
+                          " frames in a second",
+                      false);
+            _meant = own;
+            _dropsFrames = false;
+        }
+    }
+
+    /// The time of a label that the reader took as one of the file's own rate.
+    void change(MediaTime& time) const {
+        if (_meant == _own) {
+            return;
+        }
+        const std::uint32_t nominal = nominalFramesPerSecond(_own);
+        const auto frame = static_cast<std::uint32_t>(time.value / frameDuration(_own).value);
+        const std::uint32_t counted = cc::FrameCount(_meant, _dropsFrames).ofLabel({frame / nominal, frame % nominal});
+        const MediaTime one = frameDuration(_meant);
+        time = MediaTime::make(counted * one.value, one.timescale);
+    }
+
+private:
+    FrameRate _own;
+    FrameRate _meant;
+    bool _dropsFrames;
+};
+
+/// Reads an EBU STL file; where the programme starts in it is its begin.
+void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                   const TakeCue& take) {
+    if (!request.encoding.empty()) {
+        throw UsageError("--encoding is for texts: " + file.name() + " is EBU STL");
+    }
+    BlockFindings findings(notes);
+    const std::string bytes = readWholeFile(file);
+    subtitles::StlReader reader = openStl(file.name(), bytes, &findings);
+    const FrameRate rate = reader.rate();
+    input.format = "EBU STL, " + std::to_string(nominalFramesPerSecond(rate)) + " frames/s";
+    input.gsi = reader.gsi();
+    const FrameLabels labels(rate, request, notes);
+    if (const auto start = subtitles::timeCodeOf(reader.gsi().startOfProgramme)) {
+        input.begin = start->time(rate);
+        labels.change(*input.begin);
+    }
+    std::size_t comments = 0;
+    const auto tellComments = [&] {
+        for (; comments < reader.comments().size(); ++comments) {
+            notes.say("comment left out: " + subtitleText(reader.comments()[comments]), false);
+        }
+    };
+    while (const subtitles::Cue* const cue = reader.next()) {
+        tellComments();
+        ++input.cues;
+        subtitles::Cue changed = *cue;
+        labels.change(changed.start);
+        labels.change(changed.end);
+        take(std::move(changed), input);
+    }
+    tellComments();
 }
 
 std::unique_ptr<streams::OnAir> onAirOf(const CueRequest& request) {
@@ -149,6 +236,8 @@ CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue
         input.format = "WebVTT";
         readText<subtitles::WebVttReader>(file, request, input, notes, take,
                                           [&input](const auto& reader) { input.file = reader.file(); });
+    } else if (kind == InputKind::Stl) {
+        readStlAsCues(file, request, input, notes, take);
     } else if (isSubtitles(kind)) {
         readAsSubs(request, input, notes, take);
     } else {

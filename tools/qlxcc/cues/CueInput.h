@@ -6,6 +6,7 @@
 #include <qlx/base/finding.h>
 #include <qlx/cea608/codes.h>
 #include <qlx/subtitles/cue.h>
+#include <qlx/subtitles/stl.h>
 #include <qlx/subtitles/webvtt.h>
 
 #include <cstdint>
@@ -23,6 +24,7 @@ struct CueRequest {
     std::optional<cea608::Channel> channel;  ///< Of captions; none: CC1, where no page is given.
     std::optional<std::uint16_t> page;       ///< Of teletext.
     std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
+    bool isDrop = false;                     ///< The time codes of EBU STL at 29.97 and 59.94 leave numbers out.
 };
 
 /// Gets what is found in a file.
@@ -43,11 +45,13 @@ public:
 
 /// What a file was.
 struct CueInput {
-    std::string name;                ///< What to call it in messages.
-    std::string format;              ///< `SRT`, `WebVTT`, `captions CC1`
-    subtitles::WebVttFile file;      ///< What it has besides cues; only of WebVTT, and whole at the end.
-    std::optional<MediaTime> begin;  ///< The time of the first frame.
-    std::uint64_t cues = 0;          ///< That were read.
+    std::string name;            ///< What to call it in messages.
+    std::string format;          ///< `SRT`, `WebVTT`, `captions CC1`
+    subtitles::WebVttFile file;  ///< What it has besides cues; only of WebVTT, and whole at the end.
+    std::optional<MediaTime>
+        begin;               ///< The time of the first frame, or where an EBU STL file says that the programme starts.
+    std::uint64_t cues = 0;  ///< That were read.
+    std::optional<subtitles::Gsi> gsi;  ///< The head of an EBU STL file.
 };
 
 /// Gets the cues; `input` has what stands in front of them.

@@ -74,13 +74,13 @@ CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take)
     : _overlap(overlap), _take(std::move(take)) {}
 
 void CueOrder::push(subtitles::Cue cue) {
-    const auto isLater = [](const MediaTime& start, const subtitles::Cue& other) {
-        return compared(start, other.start) < 0;
-    };
-    const auto place = std::upper_bound(_window.begin(), _window.end(), cue.start, isLater);
-    _moved += place != _window.end() ? 1 : 0;
-    _window.insert(place, std::move(cue));
+    const bool isBehindLater = !_window.empty() && compared(cue.start, _latest) < 0;
+    _moved += isBehindLater ? 1 : 0;
+    _isSorted = _isSorted && !isBehindLater;
+    _latest = isBehindLater ? _latest : cue.start;
+    _window.push_back(std::move(cue));
     if (_window.size() > 2 * kWindow) {
+        sort();
         for (std::size_t index = 0; index < kWindow; ++index) {
             give(std::move(_window[index]));
         }
@@ -88,7 +88,17 @@ void CueOrder::push(subtitles::Cue cue) {
     }
 }
 
+/// Those that begin together stay in the order in which they came.
+void CueOrder::sort() {
+    if (!std::exchange(_isSorted, true)) {
+        std::stable_sort(_window.begin(), _window.end(), [](const subtitles::Cue& left, const subtitles::Cue& right) {
+            return compared(left.start, right.start) < 0;
+        });
+    }
+}
+
 void CueOrder::finish() {
+    sort();
     for (subtitles::Cue& cue : std::exchange(_window, {})) {
         give(std::move(cue));
     }
@@ -117,35 +127,45 @@ void CueOrder::give(subtitles::Cue cue) {
         _onAir.clear();
         _onAir.push_back(std::move(cue));
     } else {
-        compose(&cue.start);
-        if (_onAir.empty()) {
-            _until = cue.start;
-        }
-        _onAir.push_back(std::move(cue));
+        addToAir(std::move(cue));
     }
+}
+
+/// Compose.
+void CueOrder::addToAir(subtitles::Cue cue) {
+    compose(&cue.start);
+    if (compared(cue.end, cue.start) <= 0) {
+        // It is shown with no other one: whoever writes it gives it a length.
+        giveNumbered(std::move(cue));
+        return;
+    }
+    if (_onAir.empty()) {
+        _until = cue.start;
+        _firstEnd = cue.end;
+    }
+    _firstEnd = compared(cue.end, _firstEnd) < 0 ? cue.end : _firstEnd;
+    _onAir.push_back(std::move(cue));
 }
 
 /// Gives what is shown up to a time, or all of it.
 void CueOrder::compose(const MediaTime* to) {
     while (!_onAir.empty()) {
-        MediaTime end = std::min_element(_onAir.begin(), _onAir.end(), [](const auto& left, const auto& right) {
-                            return compared(left.end, right.end) < 0;
-                        })->end;
-        const bool isWhole = to == nullptr || compared(end, *to) <= 0;
-        end = isWhole ? end : *to;
+        const bool isWhole = to == nullptr || compared(_firstEnd, *to) <= 0;
+        const MediaTime end = isWhole ? _firstEnd : *to;
         giveOnAir(end);
-        std::erase_if(_onAir, [&end](const subtitles::Cue& cue) { return compared(cue.end, end) <= 0; });
         if (!isWhole) {
             return;
         }
+        std::erase_if(_onAir, [&end](const subtitles::Cue& cue) { return compared(cue.end, end) <= 0; });
+        const auto first = std::min_element(_onAir.begin(), _onAir.end(), [](const auto& left, const auto& right) {
+            return compared(left.end, right.end) < 0;
+        });
+        _firstEnd = first == _onAir.end() ? _firstEnd : first->end;
     }
 }
 
 void CueOrder::giveOnAir(const MediaTime& to) {
-    const bool isEmpty = compared(to, _until) <= 0;
-    // An empty cue is given as it stands.
-    const subtitles::Cue& first = _onAir.front();
-    if (isEmpty && (_onAir.size() > 1 || compared(first.start, to) != 0 || compared(first.end, to) > 0)) {
+    if (compared(to, _until) <= 0) {
         return;
     }
     subtitles::Cue cue = _onAir.front();
@@ -156,6 +176,18 @@ void CueOrder::giveOnAir(const MediaTime& to) {
     cue.start = _until;
     cue.end = to;
     _until = to;
+    giveNumbered(std::move(cue));
+}
+
+/// The pieces of a cue count on, and so do those behind them; its name is that of the first piece alone.
+void CueOrder::giveNumbered(subtitles::Cue cue) {
+    if (cue.number != 0) {
+        _number = cue.number > _number ? cue.number : _number + 1;
+        cue.number = _number;
+    }
+    if (!cue.identifier.empty() && cue.identifier == std::exchange(_identifier, cue.identifier)) {
+        cue.identifier.clear();
+    }
     _take(std::move(cue));
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace qlx::tool {
@@ -55,14 +56,22 @@ public:
 
 private:
     void give(subtitles::Cue cue);
+    void sort();
+    void addToAir(subtitles::Cue cue);
     void compose(const MediaTime* to);
     void giveOnAir(const MediaTime& to);
+    void giveNumbered(subtitles::Cue cue);
 
     Overlap _overlap;
     std::function<void(subtitles::Cue)> _take;
-    std::vector<subtitles::Cue> _window;  ///< In the order of their starts.
+    std::vector<subtitles::Cue> _window;  ///< Held back.
+    bool _isSorted = true;                ///< They are in the order of their starts.
+    MediaTime _latest;                    ///< Start of theirs.
     std::vector<subtitles::Cue> _onAir;   ///< Compose: not given whole as yet. Cut: the last one.
     MediaTime _until;                     ///< Compose: as far as has been given.
+    MediaTime _firstEnd;                  ///< Compose: of those on air.
+    std::uint64_t _number = 0;            ///< Compose: of the last one that was given.
+    std::string _identifier;              ///< Compose: the same.
     std::optional<MediaTime> _lastStart;
     std::uint64_t _moved = 0;
     std::uint64_t _late = 0;

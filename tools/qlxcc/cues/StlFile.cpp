@@ -23,7 +23,6 @@ namespace qlx::tool {
 
 namespace {
 
-using Effect = SubtitleProblem::Effect;
 using subtitles::kDiskFormatOffset;
 using subtitles::StlTimeCode;
 using subtitles::StlView;
@@ -86,27 +85,6 @@ bool isEmpty(const subtitles::Row& row) {
     return row.text().find_first_not_of(' ') == std::string::npos;
 }
 
-/// Keeps the rows of a teletext page; others are replaced by those that an SRT file's cue would get.
-void placeLines(QLXSubtitleRecord& record, std::int32_t mode) {
-    const auto lines = record.subtitleLines();
-    const bool isOnPage = std::all_of(lines.begin(), lines.end(), [](const auto& line) {
-        return line->verticalPosition() >= kFirstRow && line->verticalPosition() <= kLastRow;
-    });
-    if (isOnPage) {
-        return;
-    }
-    std::vector<std::int32_t> alignments;
-    for (const auto& line : lines) {
-        alignments.push_back(line->alignment());
-        line->setVerticalPosition(0);
-    }
-    record.updatePositioningForSubtitleMode(mode);
-    // Placing centres the lines, which have an alignment of their own.
-    for (std::size_t index = 0; index < lines.size(); ++index) {
-        lines[index]->setAlignment(alignments[index]);
-    }
-}
-
 /// Reads the blocks of a file whose header has been checked.
 class STLBlocks {
 public:
@@ -118,7 +96,7 @@ public:
         for (std::size_t index = 0; index < count; ++index) {
             const Tti block = _file.block(index);
             if (auto reason = notACue(block)) {
-                _subtitles.problems.add({index + 1, std::move(*reason), Effect::NotASubtitle});
+                _subtitles.problems.add({index + 1, std::move(*reason), SubtitleProblem::Effect::NotASubtitle});
             } else {
                 readCue(block, index + 1);
             }
@@ -137,13 +115,13 @@ private:
             return;
         }
         if (!timeCodes.empty()) {
-            _subtitles.problems.add({place, std::move(timeCodes), Effect::None});
+            _subtitles.problems.add({place, std::move(timeCodes), SubtitleProblem::Effect::None});
         }
         Findings findings;
         subtitles::Cue cue = subtitles::cueOf(block, _rate, &findings);
         for (const Finding& finding : findings) {
             if (std::string loss = lossInText(finding); !loss.empty()) {
-                _subtitles.problems.add({place, std::move(loss), Effect::None});
+                _subtitles.problems.add({place, std::move(loss), SubtitleProblem::Effect::None});
             }
         }
         ++_subtitles.cues;
@@ -156,7 +134,7 @@ private:
         record->setStartTimeInSeconds(start);
         record->setEndTimeInSeconds(end);
         record->setSubtitleMode(_request.mode);
-        placeLines(*record, _request.mode);
+        placeSTLRows(*record, _request.mode);
         if (_request.mode == kCea608Mode) {
             moveAsCaption(*record, _request.frameDuration);
         }
@@ -246,25 +224,52 @@ bool looksLikeSTL(std::string_view bytes) noexcept {
            bytes.find('\n') > kDiskFormatOffset;
 }
 
+void placeSTLRows(QLXSubtitleRecord& record, std::int32_t mode) {
+    const auto lines = record.subtitleLines();
+    const bool isOnPage = std::all_of(lines.begin(), lines.end(), [](const auto& line) {
+        return line->verticalPosition() >= kFirstRow && line->verticalPosition() <= kLastRow;
+    });
+    if (isOnPage) {
+        return;
+    }
+    std::vector<std::int32_t> alignments;
+    for (const auto& line : lines) {
+        alignments.push_back(line->alignment());
+        line->setVerticalPosition(0);
+    }
+    record.updatePositioningForSubtitleMode(mode);
+    // Placing centres the lines, which have an alignment of their own.
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        lines[index]->setAlignment(alignments[index]);
+    }
+}
+
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take) {
     subtitles.place = "TTI block";
     const StlView file = openFile(subtitles.name, bytes);
     subtitles.format = "EBU STL, " + std::to_string(nominalFramesPerSecond(*file.gsi.rate())) + " frames/s";
     for (std::string& remark : headerRemarks(file.gsi)) {
-        subtitles.problems.add({0, std::move(remark), Effect::None});
+        subtitles.problems.add({0, std::move(remark), SubtitleProblem::Effect::None});
     }
     const auto blocks = static_cast<std::uint64_t>(file.gsi.blockCount.number());
     STLBlocks(subtitles, file, request, take).read(blocks);
     if (const std::uint64_t rest = file.behind.size() - blocks * subtitles::kTtiBytes; rest > 0) {
-        subtitles.problems.add(
-            {blocks + 1, counted(rest, "byte") + " behind the blocks that the header announces", Effect::NotASubtitle});
+        subtitles.problems.add({blocks + 1, counted(rest, "byte") + " behind the blocks that the header announces",
+                                SubtitleProblem::Effect::NotASubtitle});
     }
     if (subtitles.cues == 0) {
-        const auto& problems = subtitles.problems.first();
-        const auto first = std::find_if(problems.begin(), problems.end(),
-                                        [](const SubtitleProblem& problem) { return problem.place != 0; });
-        throw failureIn(subtitles.name, "no cue in the file: " + placeInWords(subtitles, *first) + first->what);
+        failWithoutCues(subtitles);
     }
+}
+
+void failWithoutCues(const Subtitles& subtitles) {
+    const auto& problems = subtitles.problems.first();
+    const auto first = std::find_if(problems.begin(), problems.end(),
+                                    [](const SubtitleProblem& problem) { return problem.place != 0; });
+    throw failureIn(subtitles.name,
+                    "no cue in the file" + (first == problems.end()
+                                                ? std::string()
+                                                : ": " + placeInWords(subtitles, *first) + first->what));
 }
 
 }  // namespace qlx::tool

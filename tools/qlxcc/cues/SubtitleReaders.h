@@ -28,6 +28,16 @@ void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest
 /// @throws Failure: there is no cue in the text.
 [[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text);
 
+/// EBU STL read whole, unless the request says as deployed.
+void readWholeSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
+
+/// Places the rows of a record of an EBU STL file: those of a teletext page stay, others go where those of an SRT file's
+/// cue do.
+void placeSTLRows(QLXSubtitleRecord& record, std::int32_t mode);
+
+/// No cue was read: says why, by the first of the problems that has a place.
+[[noreturn]] void failWithoutCues(const Subtitles& subtitles);
+
 /// Whether a file is EBU STL, by its first bytes: a code page and a disk format code.
 [[nodiscard]] bool looksLikeSTL(std::string_view bytes) noexcept;
 

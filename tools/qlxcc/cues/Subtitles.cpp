@@ -64,7 +64,7 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
     const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
     if (kind == InputKind::Stl) {
-        readSTL(subtitles, text, request, take);
+        request.asDeployed ? readSTL(subtitles, text, request, take) : readWholeSTL(subtitles, text, request, take);
         return subtitles;
     }
     checkUTF8(file.name(), text);

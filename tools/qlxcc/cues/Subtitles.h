@@ -54,6 +54,7 @@ struct SubtitleRequest {
     std::int32_t mode = kTeletextMode;  ///< What the cues are placed for.
     double frameDuration = 0;           ///< Seconds a frame, for mode 1.
     std::string encoding = {};          ///< Of SRT and JSON files; empty for UTF-8.
+    bool asDeployed = false;            ///< EBU STL as the fixed operations read it.
 };
 
 /// What a file is.
@@ -74,7 +75,8 @@ using CueValueTaker = std::function<void(const subtitles::Cue&)>;
 ///
 /// In mode 1 the cues of SRT and STL files start early, by an estimate of their pairs; those of a JSON file keep their
 /// times. In mode 2 the cues of an STL file keep their rows where a teletext page has them, else they are placed like
-/// those of an SRT file.
+/// those of an SRT file. EBU STL files are read whole: joined blocks, sets, all character tables; with
+/// SubtitleRequest::asDeployed block by block as Latin text, as the fixed operations do.
 /// @throws Failure when the file cannot be read, is longer than kLongestSubtitleFile, is not in the encoding, or has no
 ///   valid cue; UsageError when an encoding is given for an STL file, or the file is of another kind.
 [[nodiscard]] Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take);

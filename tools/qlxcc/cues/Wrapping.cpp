@@ -46,18 +46,31 @@ struct Word {
     std::size_t columns = 0;
 };
 
-/// The words of all rows. A blank keeps the look of the word in front of it.
+bool hasSpacesOnly(std::string_view text) noexcept {
+    return text.find_first_not_of(' ') == std::string_view::npos;
+}
+
+/// The words of all rows. A blank keeps the look of the word in front of it; what the file says of a run without letters
+/// goes to the word behind it, or else in front.
 std::vector<Word> wordsOf(const subtitles::Cue& cue) {
     std::vector<Word> words;
+    std::vector<Run> waiting;
     for (const Row& row : cue.rows) {
         bool isNew = true;
         for (const Run& run : row.runs) {
             std::string_view rest = run.text;
+            if (hasSpacesOnly(rest) && !run.properties.empty()) {
+                waiting.push_back(run);
+                waiting.back().text.clear();
+            }
             while (!rest.empty()) {
                 const std::size_t blank = std::min(rest.find(' '), rest.size());
                 if (blank > 0) {
                     if (std::exchange(isNew, false)) {
                         words.emplace_back();
+                    }
+                    for (Run& empty : std::exchange(waiting, {})) {
+                        words.back().parts.push_back(std::move(empty));
                     }
                     Run part = run;
                     part.text = rest.substr(0, blank);
@@ -67,6 +80,11 @@ std::vector<Word> wordsOf(const subtitles::Cue& cue) {
                 isNew = isNew || blank < rest.size();
                 rest.remove_prefix(std::min(blank + 1, rest.size()));
             }
+        }
+    }
+    for (Run& empty : waiting) {
+        if (!words.empty()) {
+            words.back().parts.push_back(std::move(empty));
         }
     }
     return words;

@@ -9,6 +9,7 @@
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/webvtt.h>
 
+#include <algorithm>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -29,29 +30,30 @@ public:
         } else if (finding.severity == Severity::Warning) {
             ++_losses;
         }
-        sayOne(static_cast<std::uint64_t>(finding.code), _name + ": " + place + ": " + finding.text(),
-               finding.severity != Severity::Remark);
+        sayOne(static_cast<std::uint64_t>(finding.code), finding.severity != Severity::Remark,
+               [&] { return _name + ": " + place + ": " + finding.text(); });
     }
     void say(const std::string& text, bool isDamage) override {
         _damages += isDamage ? 1 : 0;
         constexpr std::uint64_t kNoCode = 0;
-        sayOne(kNoCode + (isDamage ? 1 : 0), _name + ": " + text, true);
+        sayOne(kNoCode + (isDamage ? 1 : 0), true, [&] { return _name + ": " + text; });
     }
 
     /// Of what is written.
     void add(const Finding& finding) override {
-        ++_losses;
+        const bool isLoss = finding.severity != Severity::Remark;
+        _losses += isLoss ? 1 : 0;
         // Codes are numbers of 32 bits.
         constexpr std::uint64_t kWritten = std::uint64_t{1} << 32U;
-        sayOne(kWritten + static_cast<std::uint64_t>(finding.code),
-               _name + ": cue " + std::to_string(finding.offset) + ": " + finding.text(), true);
+        sayOne(kWritten + static_cast<std::uint64_t>(finding.code), isLoss,
+               [&] { return _name + ": cue " + std::to_string(finding.offset) + ": " + finding.text(); });
     }
 
     /// Something that is changed or lost.
-    void lose(std::uint64_t count, std::string_view what) {
+    void lose(std::uint64_t count, std::string_view what, std::string_view noun = "cue") {
         if (count != 0) {
             _losses += count;
-            printNote("warning: " + _name + ": " + counted(count, "cue") + " " + std::string(what));
+            printNote("warning: " + _name + ": " + counted(count, noun) + " " + std::string(what));
         }
     }
 
@@ -75,14 +77,21 @@ private:
         std::string text;  ///< Of the first one.
     };
 
-    void sayOne(std::uint64_t code, const std::string& text, bool isWarning) {
+    /// @param text Makes the words, which most of many have no need of.
+    template <class Text>
+    void sayOne(std::uint64_t code, bool isWarning, const Text& text) {
         Kind& kind = _kinds[code];
-        if (++kind.count == 1) {
-            kind.text = text;
+        const bool isSaid = _saysAll || (isWarning && kind.count < kSaid);
+        if (++kind.count > 1 && !isSaid) {
+            return;
+        }
+        const std::string words = text();
+        if (kind.count == 1) {
+            kind.text = words;
             kind.isWarning = isWarning;
         }
-        if (_saysAll || (isWarning && kind.count <= kSaid)) {
-            printNote((isWarning ? "warning: " : "remark: ") + printable(text));
+        if (isSaid) {
+            printNote((isWarning ? "warning: " : "remark: ") + printable(words));
         }
     }
 
@@ -96,13 +105,15 @@ private:
 /// Writes cues in one of the formats.
 class CueWriter {
 public:
-    CueWriter(CueFormat format, OutputFile& output, FindingSink* findings)
-        : _format(format), _output(output), _subRip(findings), _webVtt(findings) {}
+    CueWriter(const ConvertOptions& options, OutputFile& output, FindingSink* findings)
+        : _format(options.format), _output(output), _subRip(findings), _webVtt(findings), _stl(options.stl, findings) {}
 
     void write(const subtitles::Cue& cue, const CueInput& input) {
         _text.clear();
         begin(input);
-        const bool isWritten = _format == CueFormat::Srt ? _subRip.write(cue, _text) : _webVtt.write(cue, _text);
+        const bool isWritten = _format == CueFormat::Srt   ? _subRip.write(cue, _text)
+                               : _format == CueFormat::Vtt ? _webVtt.write(cue, _text)
+                                                           : _stl.write(cue, input);
         _cues += isWritten ? 1 : 0;
         _output.write(_text);
     }
@@ -112,6 +123,8 @@ public:
         begin(input);
         if (_format == CueFormat::Vtt) {
             _webVtt.finish(input.file, _text);
+        } else if (_format == CueFormat::Stl) {
+            _text = _stl.finish(input);
         }
         _output.write(_text);
     }
@@ -129,6 +142,7 @@ private:
     OutputFile& _output;
     subtitles::SubRipWriter _subRip;
     subtitles::WebVttWriter _webVtt;
+    StlOutput _stl;
     std::string _text;
     bool _isBegun = false;
     std::uint64_t _cues = 0;
@@ -139,7 +153,7 @@ class Conversion {
 public:
     Conversion(const ConvertOptions& options, OutputFile& output)
         : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
-          _writer(options.format, output, &_notes),
+          _writer(options, output, &_notes),
           _order(options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); }) {}
 
     CueInputNotes& notes() { return _notes; }
@@ -159,6 +173,7 @@ public:
         _input = &input;
         _order.finish();
         _writer.finish(input);
+        loseRest(input.file);
         _notes.lose(_before, "before the start, which is not subtracted from them");
         _notes.lose(_order.moved(), "moved in front of cues that begin later");
         _notes.lose(_order.late(), "too far behind cues that begin later to be moved");
@@ -177,6 +192,24 @@ public:
     }
 
 private:
+    /// What a WebVTT file has besides cues and another format does not.
+    void loseRest(const subtitles::WebVttFile& file) {
+        if (_options.format == CueFormat::Vtt) {
+            return;
+        }
+        const bool hasMap = std::any_of(file.header.begin(), file.header.end(),
+                                        [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
+        const std::size_t lines = file.header.size() + (file.title.empty() ? 0 : 1);
+        const std::size_t blocks = file.blocks.size() + file.notes.size();
+        if (lines + blocks != 0) {
+            _notes.lose(lines + blocks,
+                        std::string("of the file besides cues are lost: ") + counted(lines, "line") + " of the header" +
+                            (hasMap ? " (X-TIMESTAMP-MAP, which is not applied)" : "") + ", " +
+                            counted(blocks, "block") + " (STYLE, REGION, NOTE)",
+                        "part");
+        }
+    }
+
     /// What is subtracted is known with the first cue.
     void begin(const subtitles::Cue& cue, const CueInput& input) {
         constexpr std::int32_t kMinute = 60;
@@ -218,6 +251,9 @@ int convert(const ConvertOptions& options) {
     refuseInputAsOutput(options.input.path, options.output);
     OutputFile output(options.output);
     Conversion conversion(options, output);
+    for (const std::string& option : options.unused) {
+        conversion.notes().say(option + " is without effect: no timecode is given that it is about", false);
+    }
     const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
         conversion.take(std::move(cue), read);
     });

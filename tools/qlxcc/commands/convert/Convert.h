@@ -3,23 +3,27 @@
 
 #include "cues/CueInput.h"
 #include "cues/CueTimes.h"
+#include "cues/StlOutput.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qlx::tool {
 
 /// What cues are written as.
-enum class CueFormat : std::uint8_t { Srt, Vtt };
+enum class CueFormat : std::uint8_t { Srt, Vtt, Stl };
 
 struct ConvertOptions {
     CueRequest input;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     CueFormat format = CueFormat::Srt;
+    StlOutputOptions stl;
     TimeChange times;
-    bool isStartTaken = false;  ///< What is subtracted is where the file begins.
-    bool isStartGiven = false;  ///< Something is said of where the file begins.
+    bool isStartTaken = false;        ///< What is subtracted is where the file begins.
+    bool isStartGiven = false;        ///< Something is said of where the file begins.
+    std::vector<std::string> unused;  ///< Options that say something of times which nothing has.
     Overlap overlap = Overlap::Keep;
     std::optional<std::uint64_t> columns;  ///< To which rows are wrapped.
     std::uint64_t rows = 0;                ///< Of a cue that is wrapped; 0: any number.

@@ -215,7 +215,9 @@ int listSubtitles(const SubsOptions& options) {
     OutputFile output(options.output);
     CueList list(options, output);
     try {
-        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding},
+        // As captions they are listed as `play --as-deployed` sends them.
+        const bool asDeployed = options.mode == kCea608Mode;
+        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed},
                                   [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
         if (output.isStandardOutput()) {

@@ -1,0 +1,162 @@
+// qlxcc convert: EBU STL from and to other subtitle files.
+#include "STLFiles.h"
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace stl_convert_tests {
+namespace {
+
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Arguments = std::vector<std::string>;
+
+ToolResult converted(const std::string& file, std::string_view format, const Arguments& more = {}) {
+    Arguments arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+}
+
+std::string timeCodesOf(const std::string& stl, std::size_t block = 0) {
+    std::string text;
+    for (std::size_t place = 0; place < 8; ++place) {
+        const auto number = static_cast<unsigned>(static_cast<unsigned char>(stl.at(1024 + block * 128 + 5 + place)));
+        text += (place == 0 ? "" : place == 4 ? " " : ":") + std::to_string(number);
+    }
+    return text;
+}
+
+TEST(ConvertStl, HasACompleteHead) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "a"}}));
+    const Arguments options{"--title",     "Caf\u00E9", "--episode",  "One",         "--publisher", "Us",
+                            "--country",   "DEU",       "--language", "de",          "--date",      "261122",
+                            "--reference", "L1",        "--to-start", "10:00:00:00", "--to-rate",   "25"};
+    const ToolResult result = converted(file, "stl", options);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    ASSERT_EQ(result.out.size(), 1152U);
+    const struct {
+        std::size_t place;
+        std::string_view text;
+    } fields[] = {{0, "850STL25.0110008Caf\x82 "},
+                  {48, "One  "},
+                  {208, "L1  "},
+                  {224, "261122261122000000100001001382"
+                        "31"},
+                  {256, "1000000010000100"},
+                  {272, "11DEUUs "}};
+    for (const auto& field : fields) {
+        EXPECT_EQ(result.out.substr(field.place, field.text.size()), field.text) << field.place;
+    }
+    EXPECT_EQ(timeCodesOf(result.out), "10:0:1:0 10:0:2:0");
+    // Never the clock: without a date there is always the same.
+    EXPECT_EQ(converted(file, "stl").out.substr(224, 12), "700101700101");
+    EXPECT_EQ(converted(file, "stl", options).out, result.out);
+    // And back, from where the programme starts.
+    const std::string stl = folder.write("out.stl", result.out);
+    EXPECT_EQ(converted(stl, "srt", {"--from-start", "auto"}).out, "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+    EXPECT_EQ(converted(stl, "srt", {"--from-start", "0"}).out, "1\n10:00:01,000 --> 10:00:02,000\na\n\n");
+    EXPECT_EQ(converted(stl, "srt", {"--from-start", "10:00:00:10", "--from-rate", "25"}).out,
+              "1\n00:00:00,600 --> 00:00:01,600\na\n\n");
+    EXPECT_EQ(runTool({"convert", stl, "-o", folder.path("same.stl")}).exitCode, 0);
+    EXPECT_EQ(folder.read("same.stl"), result.out);
+}
+
+TEST(ConvertStl, CountsFramesOfItsRates) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:01:00,060", "00:10:00,000", "a"}}));
+    const struct {
+        Arguments options;
+        std::string_view code;
+        std::string_view timeCodes;
+    } cases[] = {{{}, "STL25.01", "0:1:0:2 0:10:0:0"},
+                 {{"--to-rate", "25"}, "STL25.01", "0:1:0:2 0:10:0:0"},
+                 {{"--to-rate", "30"}, "STL30.01", "0:1:0:2 0:10:0:0"},
+                 {{"--from-rate", "30"}, "STL30.01", "0:1:0:2 0:10:0:0"},
+                 {{"--from-rate", "24"}, "STL25.01", "0:1:0:2 0:10:0:0"},
+                 // 60.06 s are 1800 frames, 600 s 17982: 18 of which are dropped numbers.
+                 {{"--to-rate", "29.97"}, "STL30.01", "0:1:0:0 0:9:59:12"},
+                 {{"--to-rate", "29.97", "--drop"}, "STL30.01", "0:1:0:2 0:10:0:0"}};
+    for (const auto& each : cases) {
+        const ToolResult result = converted(file, "stl", each.options);
+        ASSERT_EQ(result.out.size(), 1152U) << result.err;
+        EXPECT_EQ(result.out.substr(3, 8), each.code);
+        EXPECT_EQ(timeCodesOf(result.out), each.timeCodes) << each.code;
+    }
+    // And as they are read.
+    const std::string drop = folder.write("d.stl", converted(file, "stl", {"--to-rate", "29.97", "--drop"}).out);
+    EXPECT_EQ(converted(drop, "srt", {"--from-rate", "29.97", "--drop"}).out,
+              "1\n00:01:00,060 --> 00:09:59,999\na\n\n");
+    EXPECT_EQ(converted(drop, "srt").out, "1\n00:01:00,067 --> 00:10:00,000\na\n\n");
+    EXPECT_NE(converted(drop, "srt", {"--from-rate", "25"}).err.find("--from-rate is without effect"),
+              std::string::npos);
+}
+
+TEST(ConvertStl, WritesTablesAndLooks) {
+    const TemporaryFolder folder;
+    const auto rowOf = [&](const std::string& text, const Arguments& options) {
+        const std::string stl =
+            converted(folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", text}})), "stl", options).out;
+        const std::string field = stl.substr(1024 + 16, 112);
+        return field.substr(0, field.find('\x8F'));
+    };
+    EXPECT_EQ(rowOf("\u0416", {"--language", "ru"}), "\x0D\x0B\x0B\xB6\x0A\x0A");
+    EXPECT_EQ(rowOf("\u05D0", {"--table", "04"}), "\x0D\x0B\x0B\xE0\x0A\x0A");
+    EXPECT_EQ(rowOf("a <font color=\"yellow\">b</font>", {"--single-height"}), "\x0B\x0B"
+                                                                               "a\x03"
+                                                                               "b\x0A\x0A");
+    EXPECT_EQ(rowOf("<i>a</i> b", {"--open"}), "\x80"
+                                               "a \x81"
+                                               "b");
+    const ToolResult lost =
+        converted(folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "\u4E00"}})), "stl", {"--strict"});
+    EXPECT_EQ(lost.exitCode, 1);
+    EXPECT_NE(lost.err.find("cue 1: row 1: character "), std::string::npos) << lost.err;
+}
+
+TEST(ConvertStl, RefusesWhatItHasNoPlaceFor) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "a"}}));
+    const struct {
+        std::string format;
+        Arguments options;
+        std::string_view message;
+    } cases[] = {{"stl", {"--date", "2026"}, "--date: \"2026\" is not YYMMDD"},
+                 {"stl", {"--language", "tlh"}, "--language: EBU STL has no code for \"tlh\""},
+                 {"stl", {"--country", "DE"}, "--country: \"DE\" is not three letters"},
+                 {"stl", {"--to-rate", "24"}, "--to-rate: EBU STL has 25, 29.97 and 30"},
+                 {"srt", {"--title", "x"}, "--title is for EBU STL only"},
+                 {"vtt", {"--open"}, "--open is for EBU STL only"}};
+    for (const auto& each : cases) {
+        const ToolResult result = converted(file, each.format, each.options);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_NE(result.err.find(each.message), std::string::npos) << result.err;
+    }
+}
+
+TEST(ConvertStl, SaysWhatOfAFileIsNoCue) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.stl", qlxtest::stl({{.start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "who", .comment = 1},
+                                {.start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "half", .extension = 0},
+                                {.number = 1, .start = {0, 0, 3, 0}, .end = {0, 0, 4, 0}, .text = "b\xC0"}},
+                               5));
+    const ToolResult result = converted(file, "srt", {"--report"});
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\nhalf\n\n1\n00:00:03,000 --> 00:00:04,000\nb\uFFFD\n\n");
+    EXPECT_EQ(result.exitCode, 1);
+    for (const std::string_view said : {"comment left out: who", "TTI block 2: extension block 1 is missing",
+                                        "TTI block 3: byte ", "header byte 238: 5 blocks announced, 3 are there"}) {
+        EXPECT_NE(result.err.find(said), std::string::npos) << said << "\n" << result.err;
+    }
+}
+
+}  // namespace
+}  // namespace stl_convert_tests

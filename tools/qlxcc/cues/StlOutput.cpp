@@ -1,0 +1,142 @@
+#include "cues/StlOutput.h"
+
+#include "cues/CueInput.h"
+
+#include <qlx/cc/time_code.h>
+#include <qlx/subtitles/times.h>
+
+#include <cstddef>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+using subtitles::Gsi;
+using subtitles::StlField;
+
+// Without a clock, a date that everybody sees through.
+constexpr std::string_view kNoDate = "700101";
+constexpr std::string_view kNoLanguage = "00";
+
+/// The frame of a time at 29.97 a second, to the nearest one.
+std::int64_t frameAt2997(const MediaTime& time) {
+    constexpr std::int64_t kFactor = 30'000;
+    constexpr std::int64_t kDivisor = 1001;
+    if (time.value > std::numeric_limits<std::int64_t>::max() / (2 * kFactor) ||
+        time.timescale > std::numeric_limits<std::int32_t>::max() / 2) {
+        return subtitles::unitsOf(time, 30);
+    }
+    const std::int64_t divisor = time.timescale * kDivisor;
+    return (2 * time.value * kFactor + divisor) / (2 * divisor);
+}
+
+}  // namespace
+
+bool isStlRate(const Rate& rate) noexcept {
+    return rate.name == "25" || rate.name == "29.97" || rate.name == "30";
+}
+
+bool StlOutput::write(subtitles::Cue cue, const CueInput& input) {
+    subtitles::StlWriter& writer = this->writer(input);
+    relabel(cue.start);
+    relabel(cue.end);
+    return writer.write(cue, _blocks);
+}
+
+std::string StlOutput::finish(const CueInput& input) {
+    const Gsi gsi = writer(input).finish(_blocks);
+    const Data information = writeGsi(gsi);
+    std::string file(information.begin(), information.end());
+    file.append(_blocks.begin(), _blocks.end());
+    return file;
+}
+
+/// At 29.97 the time codes count 30 frames: the times that the writer takes are those of their labels.
+void StlOutput::relabel(MediaTime& time) const {
+    constexpr std::int32_t kFrames = 30;
+    if (!_rate || _rate->name != "29.97" || !time.isValid() || time.value < 0) {
+        return;
+    }
+    std::int64_t frame = frameAt2997(time);
+    const cc::FrameCount count(FrameRate::Fps2997, true);
+    if (_options.isDrop && frame < std::int64_t{count.ofDay()}) {
+        const cc::FrameLabel label =
+            cc::labelOf(count.timeCodeOf(static_cast<std::uint64_t>(frame)), FrameRate::Fps2997);
+        frame = std::int64_t{label.seconds} * kFrames + label.frame;
+    }
+    time = MediaTime::make(frame, kFrames);
+}
+
+/// Made with the first cue, when it is known what is read.
+subtitles::StlWriter& StlOutput::writer(const CueInput& input) {
+    if (_writer) {
+        return *_writer;
+    }
+    subtitles::StlWriterOptions options;
+    Gsi& gsi = options.gsi;
+    if (input.gsi) {
+        gsi = *input.gsi;
+    }
+    setTexts(gsi);
+    if (_options.isOpen) {
+        gsi.displayStandard = "0";
+    } else if (gsi.displayStandard.isBlank()) {
+        gsi.displayStandard = "1";
+    }
+    gsi.characterTable = _options.table      ? std::string_view(*_options.table)
+                         : _options.language ? subtitles::stlTableOfLanguage(*_options.language)
+                                             : gsi.characterTable.text();
+    _rate = _options.rate;
+    if (_rate) {
+        gsi.diskFormatCode = _rate->name == "25" ? "STL25.01" : "STL30.01";
+    }
+    options.isDoubleHeight = !_options.isSingleHeight;
+    if (_options.start) {
+        MediaTime start = *_options.start;
+        relabel(start);
+        const FrameRate rate = gsi.rate().value_or(FrameRate::Fps25);
+        const std::int32_t frames = nominalFramesPerSecond(rate);
+        const std::int64_t frame = subtitles::unitsOf(start, frames);
+        std::string digits;
+        for (const std::int64_t part :
+             {frame / frames / 3600, frame / frames / 60 % 60, frame / frames % 60, frame % frames}) {
+            digits += static_cast<char>('0' + part / 10 % 10);
+            digits += static_cast<char>('0' + part % 10);
+        }
+        gsi.startOfProgramme = std::string_view(digits);
+    }
+    return _writer.emplace(options, _findings);
+}
+
+void StlOutput::setTexts(Gsi& gsi) const {
+    const auto set = [&]<std::size_t Size>(StlField<Size>& field, const std::optional<std::string>& given) {
+        if (!given) {
+            return;
+        }
+        const std::string text = subtitles::stlInformationText(*given);
+        field = std::string_view(text);
+        if (text.size() > Size && _findings != nullptr) {
+            _findings->add({FindingCode::StlFieldCut, Severity::Warning, 0, static_cast<std::int64_t>(text.size()),
+                            static_cast<std::int64_t>(Size)});
+        }
+    };
+    gsi.codePageNumber = "850";
+    set(gsi.originalProgrammeTitle, _options.title);
+    set(gsi.originalEpisodeTitle, _options.episode);
+    set(gsi.publisher, _options.publisher);
+    set(gsi.listReference, _options.reference);
+    set(gsi.countryOfOrigin, _options.country);
+    set(gsi.creationDate, _options.date);
+    set(gsi.revisionDate, _options.date);
+    if (_options.language) {
+        gsi.languageCode = subtitles::stlLanguageCode(*_options.language).value_or(kNoLanguage);
+    }
+    gsi.languageCode = gsi.languageCode.isBlank() ? StlField<2>(kNoLanguage) : gsi.languageCode;
+    gsi.creationDate = gsi.creationDate.isBlank() ? StlField<6>(kNoDate) : gsi.creationDate;
+    gsi.revisionDate = gsi.revisionDate.isBlank() ? StlField<6>(kNoDate) : gsi.revisionDate;
+}
+
+}  // namespace qlx::tool
