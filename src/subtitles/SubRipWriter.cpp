@@ -81,6 +81,13 @@ void writeRow(const Row& row, RowLosses& losses, std::string& text) {
     text += '\n';
 }
 
+/// Whether a row of teletext of double height stands at the bottom, with `below` more of them below.
+bool isTallBottom(const Cue& cue, const Row& row, std::uint64_t below) noexcept {
+    constexpr std::uint16_t kScreenRows = 23;
+    constexpr std::uint64_t kLowest = 22;
+    return cue.screenRows == kScreenRows && row.number + 2 * below == kLowest;
+}
+
 }  // namespace
 
 bool SubRipWriter::write(const Cue& cue, std::string& text) {
@@ -121,7 +128,8 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
         writeRow(row, losses, text);
         // Rows that end on the last one stand where receivers put those without a place.
         const std::uint64_t below = cue.rows.size() - static_cast<std::size_t>(number) - 1;
-        const bool isUsual = row.number == 0 || row.number + below == screenRowsOf(cue);
+        const bool isUsual =
+            row.number == 0 || row.number + below == screenRowsOf(cue) || isTallBottom(cue, row, below);
         losses.isPlaceLost = row.column != 0 || !isUsual || anchorOf(cue, row) != anchor;
         losses.say(report, ++number);
     }

@@ -63,6 +63,7 @@ TEST(ConvertStl, HasACompleteHead) {
     // And back, from where the programme starts.
     const std::string stl = folder.write("out.stl", result.out);
     EXPECT_EQ(converted(stl, "srt", {"--from-start", "auto"}).out, "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+    EXPECT_EQ(converted(stl, "srt", {"--from-start", "auto"}).err, "");
     EXPECT_EQ(converted(stl, "srt", {"--from-start", "0"}).out, "1\n10:00:01,000 --> 10:00:02,000\na\n\n");
     EXPECT_EQ(converted(stl, "srt", {"--from-start", "10:00:00:10", "--from-rate", "25"}).out,
               "1\n00:00:00,600 --> 00:00:01,600\na\n\n");
