@@ -1,4 +1,5 @@
 // Cues as EBU STL files: blocks by hand-worked bytes, what is lost, and random cues written and read back.
+#include "StlWritten.h"
 #include "TextCues.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
@@ -23,61 +24,13 @@ using enum qlx::FindingCode;
 using qlx::FindingCode;
 using qlx::MediaTime;
 using qlx::screen::Color;
+using qlxtest::openSubtitling;
+using qlxtest::readStlBack;
+using qlxtest::StlWritten;
+using qlxtest::usualStl;
+using qlxtest::writeStl;
 using Bytes = std::vector<std::uint8_t>;
 using Codes = std::vector<FindingCode>;
-
-struct Written {
-    Gsi gsi;
-    Bytes blocks;
-    std::vector<qlx::Finding> findings;
-
-    [[nodiscard]] Codes codes() const {
-        Codes codes;
-        for (const qlx::Finding& finding : findings) {
-            codes.push_back(finding.code);
-        }
-        return codes;
-    }
-    [[nodiscard]] Tti block(std::size_t index) const { return *parseTti(std::span(blocks).subspan(index * kTtiBytes)); }
-    [[nodiscard]] Bytes file() const {
-        const qlx::Data information = writeGsi(gsi);
-        Bytes file(information.begin(), information.end());
-        file.insert(file.end(), blocks.begin(), blocks.end());
-        return file;
-    }
-};
-
-StlWriterOptions usual() {
-    StlWriterOptions options;
-    options.gsi.languageCode = "09";
-    options.gsi.creationDate = "261122";
-    options.gsi.revisionDate = "261122";
-    return options;
-}
-
-Written write(const std::vector<Cue>& cues, const StlWriterOptions& options = usual()) {
-    Written written;
-    qlx::Findings findings(100'000);
-    StlWriter writer(options, &findings);
-    for (const Cue& cue : cues) {
-        (void)writer.write(cue, written.blocks);
-    }
-    written.gsi = writer.finish(written.blocks);
-    written.findings.assign(findings.begin(), findings.end());
-    return written;
-}
-
-std::vector<Cue> readBack(const Written& written) {
-    const Bytes file = written.file();
-    qlx::Findings findings;
-    auto reader = StlReader::open(file, &findings);
-    std::vector<Cue> cues;
-    while (const Cue* const cue = reader->next()) {
-        cues.push_back(*cue);
-    }
-    EXPECT_TRUE(findings.empty()) << findings.begin()->text();
-    return cues;
-}
 
 Run runOf(std::string text, Color color = Color::White) {
     Run run{std::move(text), {}};
@@ -97,19 +50,12 @@ std::string textOf(const Tti& block) {
     return {block.text.begin(), end};
 }
 
-StlWriterOptions open(std::string_view rows = "23") {
-    StlWriterOptions options = usual();
-    options.gsi.displayStandard = "0";
-    options.gsi.rows = rows;
-    return options;
-}
-
 TEST(StlWriter, WritesBlocks) {
     Cue cue = cueOf({runOf("Hi")}, 3'723'480, 3'725'000);
     cue.number = 300;
     cue.rows.front().number = 11;
     cue.rows.front().alignment = Alignment::Left;
-    const Written written = write({cue});
+    const StlWritten written = writeStl({cue});
     ASSERT_EQ(written.blocks.size(), kTtiBytes);
     const Bytes head(written.blocks.begin(), written.blocks.begin() + 26);
     EXPECT_EQ(head, (Bytes{0,  0x2C, 1, 0xFF, 0,    1,    2,   3,   12,   1,    2,    5,    0,
@@ -211,7 +157,7 @@ TEST(StlWriter, WritesLooksOfRows) {
     for (const TextCase& each : cases) {
         Cue cue = cueOf(each.runs);
         cue.rows.front().alignment = each.alignment;
-        const Written written = write({cue}, each.isOpen ? open() : usual());
+        const StlWritten written = writeStl({cue}, each.isOpen ? openSubtitling() : usualStl());
         ASSERT_EQ(written.blocks.size(), kTtiBytes);
         EXPECT_EQ(textOf(written.block(0)), each.text);
         EXPECT_EQ(written.codes(), each.findings) << each.text;
@@ -297,9 +243,9 @@ TEST(StlWriter, PlacesRows) {
             row.anchor = each.anchor;
             cue.rows.push_back(std::move(row));
         }
-        StlWriterOptions options = each.rows.empty() ? usual() : open(each.rows);
+        StlWriterOptions options = each.rows.empty() ? usualStl() : openSubtitling(each.rows);
         options.isDoubleHeight = each.isDouble;
-        const Written written = write({cue}, options);
+        const StlWritten written = writeStl({cue}, options);
         EXPECT_EQ(written.block(0).verticalPosition, each.position);
         std::string text = textOf(written.block(0));
         std::erase_if(text, [](char byte) { return byte == '\x0D' || byte == '\x0B' || byte == '\x0A'; });
@@ -308,7 +254,7 @@ TEST(StlWriter, PlacesRows) {
     }
     Cue high = cueOf({});
     high.rows.assign(30, qlxtest::rowOf("a"));
-    EXPECT_EQ(write({high}).codes(), (Codes{StlRowOffScreen}));
+    EXPECT_EQ(writeStl({high}).codes(), (Codes{StlRowOffScreen}));
 }
 
 TEST(StlWriter, MakesSetsOfCuesThatEndTogether) {
@@ -331,13 +277,13 @@ TEST(StlWriter, MakesSetsOfCuesThatEndTogether) {
         for (std::size_t index = 0; index < cues.size(); ++index) {
             cues[index].number = index + 1;
         }
-        const Written written = write(cues);
+        const StlWritten written = writeStl(cues);
         ASSERT_EQ(written.blocks.size(), cues.size() * kTtiBytes);
         for (std::size_t index = 0; index < cues.size(); ++index) {
             EXPECT_EQ(static_cast<int>(written.block(index).status), each.status[index]);
         }
         EXPECT_EQ(written.codes(), each.findings);
-        const std::vector<Cue> back = readBack(written);
+        const std::vector<Cue> back = readStlBack(written);
         ASSERT_EQ(back.size(), cues.size());
         for (std::size_t index = 0; index < cues.size(); ++index) {
             EXPECT_EQ(qlx::secondsFrom(back[index].start), qlx::secondsFrom(cues[index].start));
@@ -351,26 +297,26 @@ TEST(StlWriter, SplitsLongTextsAndSaysWhatHasNoRoom) {
     for (int row = 0; row < 3; ++row) {
         cue.rows.push_back(qlxtest::rowOf(std::string(70, static_cast<char>('a' + row))));
     }
-    const Written written = write({cue}, open());
+    const StlWritten written = writeStl({cue}, openSubtitling());
     ASSERT_EQ(written.blocks.size(), 2 * kTtiBytes);
     EXPECT_EQ(written.block(0).extensionNumber, 0);
     EXPECT_EQ(written.block(1).extensionNumber, Tti::kLastExtension);
     EXPECT_EQ(written.gsi.blockCount.text(), "00002");
     EXPECT_EQ(written.gsi.subtitleCount.text(), "00001");
-    EXPECT_EQ(readBack(written).front().rows[2].text(), std::string(70, 'c'));
+    EXPECT_EQ(readStlBack(written).front().rows[2].text(), std::string(70, 'c'));
     // One block has room for 112 bytes, all for 26992.
-    EXPECT_EQ(write({cueOf({runOf(std::string(112, 'a'))})}, open()).blocks.size(), kTtiBytes);
-    EXPECT_EQ(write({cueOf({runOf(std::string(113, 'a'))})}, open()).blocks.size(), 2 * kTtiBytes);
-    const Written all = write({cueOf({runOf(std::string(26992, 'a'))})}, open());
+    EXPECT_EQ(writeStl({cueOf({runOf(std::string(112, 'a'))})}, openSubtitling()).blocks.size(), kTtiBytes);
+    EXPECT_EQ(writeStl({cueOf({runOf(std::string(113, 'a'))})}, openSubtitling()).blocks.size(), 2 * kTtiBytes);
+    const StlWritten all = writeStl({cueOf({runOf(std::string(26992, 'a'))})}, openSubtitling());
     EXPECT_EQ(all.codes(), Codes{StlRowTooLong});
-    EXPECT_EQ(readBack(all).front().rows.front().text().size(), 26992U);
-    const Written more = write({cueOf({runOf(std::string(26993, 'a'))})}, open());
+    EXPECT_EQ(readStlBack(all).front().rows.front().text().size(), 26992U);
+    const StlWritten more = writeStl({cueOf({runOf(std::string(26993, 'a'))})}, openSubtitling());
     EXPECT_EQ(more.codes(), (Codes{StlRowTooLong, StlTextTooLong}));
-    EXPECT_EQ(readBack(more).front().rows.front().text().size(), 26992U);
+    EXPECT_EQ(readStlBack(more).front().rows.front().text().size(), 26992U);
     // No more blocks than five digits count.
     std::vector<Cue> cues(100'001, cueOf({}));
     qlx::Findings findings(200'000);
-    StlWriter writer(usual(), &findings);
+    StlWriter writer(usualStl(), &findings);
     Bytes blocks;
     for (Cue& each : cues) {
         (void)writer.write(each, blocks);
@@ -400,17 +346,17 @@ TEST(StlWriter, RoundsTimesOnce) {
         {1000, 2000, {0, 0, 1, 0}, {0, 0, 2, 0}, {}, "STL99.01"},
     };
     for (const Case& each : cases) {
-        StlWriterOptions options = usual();
+        StlWriterOptions options = usualStl();
         options.gsi.diskFormatCode = each.format;
-        const Written written = write({cueOf({runOf("a")}, each.start, each.end)}, options);
+        const StlWritten written = writeStl({cueOf({runOf("a")}, each.start, each.end)}, options);
         ASSERT_EQ(written.blocks.size(), kTtiBytes);
         EXPECT_EQ(written.block(0).timeCodeIn, each.in) << each.start;
         EXPECT_EQ(written.block(0).timeCodeOut, each.out) << each.start;
         EXPECT_EQ(written.codes(), each.findings) << each.start;
         EXPECT_EQ(written.gsi.diskFormatCode.text(), each.format == "STL99.01" ? "STL25.01" : each.format);
     }
-    EXPECT_EQ(write({cueOf({}, -2000, -1000)}).codes(), Codes{SubtitleTimeNegative});
-    EXPECT_EQ(write({cueOf({}, 0, 86'400'000)}).codes(), Codes{StlTimeTooLate});
+    EXPECT_EQ(writeStl({cueOf({}, -2000, -1000)}).codes(), Codes{SubtitleTimeNegative});
+    EXPECT_EQ(writeStl({cueOf({}, 0, 86'400'000)}).codes(), Codes{StlTimeTooLate});
 }
 
 TEST(StlWriter, KnowsLanguagesAndInformationTexts) {
@@ -424,147 +370,6 @@ TEST(StlWriter, KnowsLanguagesAndInformationTexts) {
     EXPECT_EQ(stlTableOfLanguage("he"), "04");
     EXPECT_EQ(stlTableOfLanguage("pl"), "00");
     EXPECT_EQ(stlInformationText("A\u00E9\u0416\u00DF\u00A0"), "A\x82?\xE1\xFF");
-}
-
-/// A character and its look; that of a space does not count.
-struct SeenCell {
-    char32_t character;
-    Style style;
-    friend bool operator==(const SeenCell&, const SeenCell&) = default;
-};
-
-std::vector<SeenCell> cellsOf(const Row& row) {
-    std::vector<SeenCell> cells;
-    for (const subtitles::Run& run : row.runs) {
-        std::string_view rest = run.text;
-        while (!rest.empty()) {
-            const char32_t character = qlx::takeCodePoint(rest);
-            cells.push_back({character, character == U' ' ? Style{} : run.style});
-        }
-    }
-    return cells;
-}
-
-constexpr std::string_view kLetters[] = {"aZ\u00E9\u0161\u00DF\u00E6\u201C\u266A7?", "aZ\u0416\u044F\u0451\u0490",
-                                         "aZ\u0627\u0628\u0645\u061F", "aZ\u0391\u03C9\u03AC\u03C2",
-                                         "aZ\u05D0\u05EA\u05DD"};
-
-std::string randomWord(std::mt19937& random, std::size_t table) {
-    std::vector<std::string> letters;
-    for (std::string_view rest = kLetters[table]; !rest.empty();) {
-        const std::string_view before = rest;
-        if (qlx::takeCodePoint(rest) != U'\u0490') {
-            letters.emplace_back(before.substr(0, before.size() - rest.size()));
-        }
-    }
-    std::string word;
-    for (std::size_t count = 1 + random() % 7; count > 0; --count) {
-        word += letters[random() % letters.size()];
-    }
-    return word;
-}
-
-/// What the format can say: looks change behind spaces, of which there are enough for any change.
-Row randomRow(std::mt19937& random, std::size_t table, bool isOpen, Alignment alignment) {
-    const auto isSo = [&random] { return random() % 4 == 0; };
-    Row row;
-    row.alignment = alignment;
-    std::string spaces = alignment == Alignment::Unchanged ? std::string(random() % 4, ' ') : std::string();
-    for (std::size_t runs = 1 + random() % 3; runs > 0; --runs) {
-        subtitles::Run run{std::exchange(spaces, "    ") + randomWord(random, table), {}};
-        run.style.foreground = isSo() ? qlx::screen::kBasicColors[random() % 8] : Color::White;
-        if (isSo()) {
-            const Color color = qlx::screen::kBasicColors[1 + random() % 7];
-            run.style.background = isOpen && isSo() ? Color::Black : color;
-        }
-        run.style.isFlashing = isSo();
-        run.style.isItalic = isSo();
-        run.style.isUnderlined = isSo();
-        row.runs.push_back(std::move(run));
-    }
-    return row;
-}
-
-TEST(StlWriter, IsReadBackAsItWasWritten) {
-    for (std::size_t table = 0; table < 5; ++table) {
-        std::mt19937 random(static_cast<unsigned>(table + 1));
-        const bool isOpen = table % 2 == 1;
-        StlWriterOptions options = isOpen ? open("30") : usual();
-        options.isDoubleHeight = table != 2;
-        options.gsi.charactersOfRow = "99";
-        options.gsi.characterTable.characters[1] = static_cast<char>('0' + table);
-        options.gsi.diskFormatCode = table == 3 ? "STL30.01" : "STL25.01";
-        const std::int32_t frames = table == 3 ? 30 : 25;
-        const std::uint64_t height = isOpen || table == 2 ? 1 : 2;
-        std::vector<Cue> cues;
-        std::int64_t frame = 0;
-        for (std::uint64_t number = 1; number <= 2000; ++number) {
-            Cue cue;
-            cue.number = number;
-            cue.screenRows = isOpen ? 30 : 23;
-            cue.start = MediaTime::make(frame += static_cast<std::int64_t>(random() % 50), frames);
-            cue.end = MediaTime::make(frame += 1 + static_cast<std::int64_t>(random() % 50), frames);
-            const auto alignment = static_cast<Alignment>(random() % 4);
-            std::uint64_t place = 1 + random() % 14;
-            for (std::size_t rows = random() % 4; rows > 0; --rows) {
-                if (random() % 4 == 0 && !cue.rows.empty()) {
-                    cue.rows.push_back({.runs = {}, .number = place, .alignment = alignment});
-                    place += height;
-                }
-                cue.rows.push_back(randomRow(random, table, isOpen, alignment));
-                cue.rows.back().number = place;
-                place += height;
-            }
-            cues.push_back(std::move(cue));
-        }
-        const Written written = write(cues, options);
-        EXPECT_TRUE(written.findings.empty()) << written.findings.front().text();
-        const std::vector<Cue> back = readBack(written);
-        ASSERT_EQ(back.size(), cues.size());
-        for (std::size_t index = 0; index < cues.size(); ++index) {
-            const Cue& cue = cues[index];
-            const Cue& other = back[index];
-            ASSERT_EQ(other.number, cue.number);
-            ASSERT_EQ(other.start, cue.start);
-            ASSERT_EQ(other.end, cue.end);
-            ASSERT_EQ(other.rows.size(), cue.rows.size()) << index;
-            for (std::size_t row = 0; row < cue.rows.size(); ++row) {
-                ASSERT_EQ(other.rows[row].number, cue.rows[row].number) << index;
-                ASSERT_EQ(other.rows[row].alignment, cue.rows[row].alignment);
-                ASSERT_EQ(other.rows[row].text(), cue.rows[row].text()) << index;
-                ASSERT_TRUE(cellsOf(other.rows[row]) == cellsOf(cue.rows[row])) << index << cue.rows[row].text();
-            }
-        }
-    }
-}
-
-TEST(StlWriter, TellsWhatOfAnythingIsLost) {
-    std::mt19937 random(11);
-    std::uint64_t equal = 0;
-    for (std::uint64_t number = 1; number <= 4000; ++number) {
-        Cue cue = qlxtest::randomCue(random, number, qlxtest::CueFormat::WebVtt);
-        const Written written = write({cue});
-        const std::vector<Cue> back = readBack(written);
-        ASSERT_EQ(back.size(), 1U);
-        if (!written.findings.empty()) {
-            continue;
-        }
-        // Rows without text have a place of their own between others alone.
-        std::vector<Row> rows = cue.rows;
-        std::erase_if(rows, [](const Row& row) { return row.text().find_first_not_of(' ') == std::string::npos; });
-        std::vector<Row> read = back.front().rows;
-        std::erase_if(read, [](const Row& row) { return row.text().find_first_not_of(' ') == std::string::npos; });
-        ASSERT_EQ(read.size(), rows.size());
-        for (std::size_t row = 0; row < rows.size(); ++row) {
-            std::string text = rows[row].text();
-            text.erase(0, text.find_first_not_of(' '));
-            text.erase(text.find_last_not_of(' ') + 1);
-            ASSERT_EQ(read[row].text(), text) << number;
-        }
-        ++equal;
-    }
-    // Without findings are those of few characters.
-    EXPECT_GT(equal, 100U);
 }
 
 }  // namespace

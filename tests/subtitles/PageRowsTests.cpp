@@ -1,0 +1,58 @@
+// Rows of other screens as those of a teletext page.
+#include "TextCues.h"
+
+#include <qlx/subtitles/cue.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace page_rows_tests {
+namespace {
+
+using namespace qlx::subtitles;
+
+TEST(PageRows, AreWhereTheRowsOfAnotherScreenWere) {
+    struct Case {
+        std::uint16_t screen;
+        std::vector<std::uint64_t> rows;
+        std::vector<std::uint64_t> expected;
+    };
+    const Case cases[] = {
+        {0, {3, 9}, {3, 9}},      {11, {3, 9}, {3, 9}},     {23, {20, 22}, {10, 11}},
+        {23, {20, 21}, {10, 11}}, {23, {22, 23}, {10, 11}}, {23, {2, 4}, {1, 2}},
+        {23, {1}, {1}},           {23, {0, 12}, {0, 6}},    {23, {21, 22, 23}, {9, 10, 11}},
+        {15, {1, 15}, {1, 11}},   {99, {50, 99}, {6, 11}},  {1, {1}, {1}},
+    };
+    for (const Case& each : cases) {
+        Cue cue;
+        cue.screenRows = each.screen;
+        for (const std::uint64_t number : each.rows) {
+            Row row = qlxtest::rowOf("a");
+            row.number = number;
+            cue.rows.push_back(std::move(row));
+        }
+        std::vector<std::uint64_t> rows;
+        for (const Row& row : withPageRows(cue).rows) {
+            rows.push_back(row.number);
+        }
+        EXPECT_EQ(rows, each.expected) << each.screen;
+    }
+}
+
+TEST(PageRows, WithoutTextPushNoneDown) {
+    Cue cue;
+    cue.screenRows = 23;
+    for (const std::uint64_t number : {14U, 15U, 16U}) {
+        cue.rows.push_back(number == 15 ? Row{} : qlxtest::rowOf("a"));
+        cue.rows.back().number = number;
+    }
+    const Cue placed = withPageRows(cue);
+    EXPECT_EQ(placed.rows[0].number, 7U);
+    EXPECT_EQ(placed.rows[2].number, 8U);
+}
+
+}  // namespace
+}  // namespace page_rows_tests
