@@ -101,7 +101,7 @@ std::vector<Frame> read(const std::string& file) {
     options.kind = qlx::tool::InputKind::Jsonl;
     const auto reader = qlx::tool::openFrames(source, options);
     std::vector<Frame> frames;
-    std::vector<std::string> problems;
+    std::vector<qlx::tool::FrameProblem> problems;
     for (Frame frame; reader->next(frame, problems);) {
         frames.push_back(frame);
     }

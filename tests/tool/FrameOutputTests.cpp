@@ -232,8 +232,9 @@ TEST(FrameOutput, HasThePacketsOfRowsWithWrongChecksums) {
     const ToolResult written = run({"scan", file, "-o", folder.path("b.klv")}, kRows);
     EXPECT_EQ(written.exitCode, 1);
     const auto lines = qlxtest::linesOf(written.err);
-    ASSERT_EQ(lines.size(), 12U) << written.err;
-    EXPECT_TRUE(isSaid(lines[0], 0) && isSaid(lines[11], 11)) << written.err;
+    ASSERT_EQ(lines.size(), 11U) << written.err;
+    EXPECT_TRUE(isSaid(lines[0], 0) && isSaid(lines[9], 9)) << written.err;
+    EXPECT_EQ(lines[10], "qlxcc: 2 more like \"" + lines[0].substr(std::string("qlxcc: ").size()) + "\"");
     std::string json;
     for (int frame = 0; frame < 12; ++frame) {
         json += jsonOf({3}).replace(9, 1, std::to_string(frame));

@@ -169,6 +169,20 @@ TEST(ImageFile, ReadsPpm) {
     }
 }
 
+TEST(ImageFile, TakesTheLongHeaderOfAPpmInPieces) {
+    // A few calls for each 4 KiB, and not one a byte.
+    constexpr std::size_t kLong = std::size_t{1024} * 1024;
+    for (const std::string& filling : {"#" + std::string(kLong, 'c') + "\n", std::string(kLong, ' ')}) {
+        const PictureBytes file = bytesOf("P6\n" + filling + "1 1\n255\nabc");
+        qlxtest::MemorySource source(file);
+        const Image image = qlx::tool::readImage(source);
+        EXPECT_EQ(image.row(0)[0], (Pixel{'a', 'b', 'c', 255}));
+        EXPECT_LT(source.calls, kLong / 1024);
+    }
+    EXPECT_EQ(refusal(bytesOf("P6 #" + std::string(5000, 'c'))), "memory: byte 5004: the PPM file ends in the middle");
+    EXPECT_EQ(refusal(bytesOf("P6 " + std::string(5000, ' '))), "memory: byte 5003: the PPM file ends in the middle");
+}
+
 TEST(ImageFile, SaysWhatIsWrongWithAPpm) {
     const auto message = [](std::string_view text) { return refusal(bytesOf(text)); };
     EXPECT_EQ(message("P61 1 255 abc"), "memory: byte 2: the PPM header is broken");

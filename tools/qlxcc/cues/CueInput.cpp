@@ -185,7 +185,7 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
     input.format = (request.page ? "teletext page " : "captions ") + screens.onAir().name();
     Progress progress(file.size(), false);
     Frame frame;
-    std::vector<std::string> problems;
+    std::vector<FrameProblem> problems;
     for (std::uint64_t frames = 1; reader->next(frame, problems); ++frames) {
         if (!frame.pts) {
             throw UsageError("--from-rate is needed: " + file.name() + " does not say the times of its frames");
@@ -196,16 +196,16 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
         for (const Finding& finding : findings) {
             notes.found(placeOf(frame.number, finding.offset), finding);
         }
-        for (const std::string& problem : std::exchange(problems, {})) {
-            notes.say(problem, true);
+        for (const FrameProblem& problem : std::exchange(problems, {})) {
+            notes.say(problem.text, true);
         }
         for (const std::string& remark : reader->takeRemarks()) {
             notes.say(remark, false);
         }
         progress.update(frames, file.offset());
     }
-    for (const std::string& problem : problems) {
-        notes.say(problem, true);
+    for (const FrameProblem& problem : problems) {
+        notes.say(problem.text, true);
     }
     if (screens.finish()) {
         notes.say("the last cue is on air up to the end of the file", false);

@@ -15,26 +15,35 @@ bool FrameInput::isUsed(Severity severity) const noexcept {
     return (_kind == streams::InputKind::Klv || streams::hasRows(_kind)) && severity != Severity::Error;
 }
 
-void FrameInput::sayRest(std::vector<std::string>& problems) {
+void FrameInput::sayRest(std::vector<FrameProblem>& problems) {
     const CallFindings::Rest& rest = _findings.rest;
     if (rest.count == 0) {
         return;
     }
     const bool isProblem = rest.worst != Severity::Remark;
     _losses += isProblem && !isUsed(rest.worst) ? 1 : 0;
-    (isProblem ? problems : _remarks).push_back(counted(rest.count, "more finding") + " in one place");
+    const std::string text = counted(rest.count, "more finding") + " in one place";
+    if (isProblem) {
+        problems.push_back({text, FindingCode::None});
+    } else {
+        _remarks.push_back(text);
+    }
 }
 
-void FrameInput::sayFindings(std::vector<std::string>& problems) {
+void FrameInput::sayFindings(std::vector<FrameProblem>& problems) {
     for (const Finding& finding : _findings.found) {
         if (finding.code == FindingCode::ContainerTimesCounted && !problems.empty()) {
             // What follows from the problem in front of it.
-            problems.back() += "; " + finding.text();
+            problems.back().text += "; " + finding.text();
             continue;
         }
         const bool isProblem = !isRemark(finding);
         _losses += isProblem && !isUsed(finding.severity) ? 1 : 0;
-        (isProblem ? problems : _remarks).push_back(_words->line(finding));
+        if (isProblem) {
+            problems.push_back({_words->line(finding), finding.code});
+        } else {
+            _remarks.push_back(_words->line(finding));
+        }
     }
     sayRest(problems);
     _findings.clear();
@@ -45,7 +54,7 @@ void FrameInput::fail(const Finding& why) {
     throw _words->failure(why);
 }
 
-bool FrameInput::next(Frame& frame, std::vector<std::string>& problems) {
+bool FrameInput::next(Frame& frame, std::vector<FrameProblem>& problems) {
     frame.subtitle.reset();
     const Result<bool> hasFrame = _reader->next(frame, &_findings);
     const std::size_t before = problems.size();

@@ -21,6 +21,12 @@
 
 namespace qlx::tool {
 
+/// Something of a frame that could not be read, or was used though it is wrong.
+struct FrameProblem {
+    std::string text;  ///< In words, with its place.
+    FindingCode kind;  ///< What it is.
+};
+
 /// A file of frames and what reads it.
 class FrameInput {
 public:
@@ -35,10 +41,10 @@ public:
     void setReader(std::unique_ptr<streams::FrameReader> reader, streams::InputKind kind);
 
     /// Reads the next frame.
-    /// @param problems Gets a line for everything in the frame that could not be read.
+    /// @param problems Gets one for everything in the frame that could not be read.
     /// @return False at the end of the file.
     /// @throws Failure when the file is broken here; frames before have been given.
-    bool next(Frame& frame, std::vector<std::string>& problems);
+    bool next(Frame& frame, std::vector<FrameProblem>& problems);
 
     /// What needs a look in the frames given since the last call, though all of it could be read; a line each.
     [[nodiscard]] std::vector<std::string> takeRemarks() { return std::exchange(_remarks, {}); }
@@ -85,8 +91,8 @@ private:
         Rest rest;
     };
 
-    void sayFindings(std::vector<std::string>& problems);
-    void sayRest(std::vector<std::string>& problems);
+    void sayFindings(std::vector<FrameProblem>& problems);
+    void sayRest(std::vector<FrameProblem>& problems);
     [[nodiscard]] bool isUsed(Severity severity) const noexcept;
 
     std::string _name;

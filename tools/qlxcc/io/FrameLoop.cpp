@@ -1,6 +1,7 @@
 #include "io/FrameLoop.h"
 
 #include "io/Errors.h"
+#include "io/LimitedMessages.h"
 #include "io/Progress.h"
 #include "io/Text.h"
 
@@ -11,7 +12,7 @@ namespace qlx::tool {
 
 namespace {
 
-/// Says what a reader finds beside its frames: every problem, and the first of its remarks.
+/// Says what a reader finds beside its frames: the first problems of each kind, and the first of its remarks.
 class FindingLines {
 public:
     FindingLines(const ByteSource& source, FrameInput& reader, OutputFile& output, Progress& progress)
@@ -24,26 +25,28 @@ public:
             return;
         }
         makeRoom();
-        for (const std::string& problem : problems) {
-            printMessage(_source.name() + ": " + problem);
+        for (const FrameProblem& problem : problems) {
+            _messages.say(std::to_string(static_cast<std::uint32_t>(problem.kind)),
+                          _source.name() + ": " + problem.text);
         }
         _problemCount += problems.size();
         problems.clear();
         _remarks.say(remarks);
     }
 
-    /// Says what is new, and how many remarks have not been shown.
+    /// Says what is new, and how many problems and remarks have not been shown.
     /// @return The number of problems.
     std::uint64_t finish() {
         report();
-        if (_remarks.hasMore()) {
+        if (_messages.hasMore() || _remarks.hasMore()) {
             makeRoom();
+            _messages.finish();
             _remarks.sayHowManyMore();
         }
         return _problemCount;
     }
 
-    std::vector<std::string> problems;  ///< Those that have not been reported.
+    std::vector<FrameProblem> problems;  ///< Those that have not been reported.
 
 private:
     /// The list so far comes first, so that both are in order where they go to one place.
@@ -59,6 +62,7 @@ private:
     OutputFile& _output;
     Progress& _progress;
     std::uint64_t _problemCount = 0;
+    LimitedMessages _messages;
     RemarkNotes _remarks;
 };
 
@@ -72,10 +76,10 @@ void RemarkNotes::say(const std::vector<std::string>& remarks) {
     }
 }
 
-void RemarkNotes::sayProblems(const std::vector<std::string>& problems) {
-    for (const std::string& problem : problems) {
+void RemarkNotes::sayProblems(const std::vector<FrameProblem>& problems) {
+    for (const FrameProblem& problem : problems) {
         if (++_problemCount <= kShown) {
-            printMessage(_source.name() + ": " + problem);
+            printMessage(_source.name() + ": " + problem.text);
         }
     }
 }
@@ -120,7 +124,7 @@ std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& out
 }
 
 bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
-    std::vector<std::string> problems;
+    std::vector<FrameProblem> problems;
     const std::uint64_t lossesBefore = reader.losses();
     const bool hasFrame = reader.next(frame, problems);
     if (const std::vector<std::string> news = reader.takeRemarks(); !news.empty()) {
@@ -128,7 +132,7 @@ bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remark
         remarks.say(news);
     }
     if (reader.losses() > lossesBefore) {
-        throw failureIn(source.name(), problems.front());
+        throw failureIn(source.name(), problems.front().text);
     }
     if (!problems.empty()) {
         progress.clear();

@@ -16,8 +16,8 @@ namespace qlx::tool {
 
 class Progress;
 
-/// Hands on every frame of a file, with progress on a terminal. Every problem gets a line on standard error, behind what
-/// has been written for the frames before it.
+/// Hands on every frame of a file, with progress on a terminal. The first ten problems of a kind get a line each on
+/// standard error, behind what has been written for the frames before it; the others are counted in the end.
 /// @param take Returns false when it needs no further frame.
 /// @return The number of problems.
 /// @throws Failure when the file is broken; what was found before goes to standard output all the same.
@@ -31,7 +31,7 @@ public:
 
     void say(const std::vector<std::string>& remarks);
     /// The same of problems, which are said even where only these are wanted.
-    void sayProblems(const std::vector<std::string>& problems);
+    void sayProblems(const std::vector<FrameProblem>& problems);
     [[nodiscard]] bool hasMore() const noexcept { return _count > kShown || _problemCount > kShown; }
     void sayHowManyMore() const;
 

@@ -13,6 +13,8 @@
 
 namespace qlx::tool {
 
+using streams::kLongestPeek;
+
 /// Bytes that are read once, in order.
 class ByteSource {
 public:
@@ -27,6 +29,11 @@ public:
     /// Fills `to`; gives fewer bytes only at the end.
     virtual std::size_t read(std::span<std::uint8_t> to) = 0;
 
+    /// The next bytes, without passing over them: they are read again by read() and skip().
+    /// @param count At most kLongestPeek.
+    /// @return `count` bytes, fewer only at the end; valid until the next call of another operation.
+    [[nodiscard]] virtual std::span<const std::uint8_t> peek(std::size_t count) = 0;
+
     /// Passes over `count` bytes; gives fewer only at the end.
     virtual std::uint64_t skip(std::uint64_t count) = 0;
 
@@ -36,8 +43,6 @@ public:
     /// Bytes in all, where that is known.
     [[nodiscard]] virtual std::optional<std::uint64_t> size() const = 0;
 };
-
-using streams::kLongestPeek;
 
 /// A file, or standard input for the path `-`.
 class InputFile final : public ByteSource {
@@ -52,10 +57,7 @@ public:
     [[nodiscard]] std::uint64_t offset() const override { return _offset; }
     [[nodiscard]] std::optional<std::uint64_t> size() const override { return _size; }
 
-    /// The next bytes, without passing over them: they are read again by read() and skip().
-    /// @param count At most kLongestPeek.
-    /// @return `count` bytes, fewer only at the end; valid until the next call of another operation.
-    [[nodiscard]] std::span<const std::uint8_t> peek(std::size_t count);
+    [[nodiscard]] std::span<const std::uint8_t> peek(std::size_t count) override;
 
     /// Goes on reading at `offset`, counted from the beginning; a file only, no pipe.
     /// @return False when that is not possible; reading then goes on where it was.

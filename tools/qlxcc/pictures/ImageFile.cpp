@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::array<std::uint8_t, 2> kPpmMagic{'P', '6'};
 constexpr std::size_t kChannels = 3;
+constexpr std::size_t kHeaderPiece = std::size_t{4} * 1024;  ///< What is searched at once.
 constexpr std::uint32_t kGreatestPpmValue = 65535;
 
 /// What the names of picture files end in that are not written, raw pictures included.
@@ -63,14 +64,30 @@ private:
         return failureAtByte(_source.name(), _source.offset(), "the PPM file ends in the middle");
     }
 
+    /// Passes over the bytes that are not looked for. Headers may be long: their bytes are not taken one by one.
+    template <class IsLookedFor>
+    void skipTo(const IsLookedFor& isLookedFor) {
+        for (;;) {
+            const std::span<const std::uint8_t> bytes = _source.peek(kHeaderPiece);
+            if (bytes.empty()) {
+                throw cutOff();
+            }
+            const auto found = std::ranges::find_if(bytes, isLookedFor);
+            const bool isThere = found != bytes.end();
+            (void)_source.skip(static_cast<std::uint64_t>(found - bytes.begin()));
+            if (isThere) {
+                return;
+            }
+        }
+    }
+
     /// `current`, or the first byte behind the white space and the comments that it starts.
     std::uint8_t behindWhiteSpace(std::uint8_t current) {
         while (isWhiteSpace(current) || current == '#') {
             if (current == '#') {
-                while (current != '\n' && current != '\r') {
-                    current = byte();
-                }
+                skipTo([](std::uint8_t next) { return next == '\n' || next == '\r'; });
             }
+            skipTo([](std::uint8_t next) { return !isWhiteSpace(next); });
             current = byte();
         }
         return current;

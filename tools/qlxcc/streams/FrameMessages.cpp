@@ -4,7 +4,7 @@
 
 namespace qlx::tool {
 
-void FrameMessages::read(const Frame& frame, std::vector<std::string>& problems) {
+void FrameMessages::read(const Frame& frame, std::vector<FrameProblem>& problems) {
     qlx::Findings findings;
     std::uint64_t line = 0;
     for (const auto& packet : frame.packets) {
@@ -15,7 +15,7 @@ void FrameMessages::read(const Frame& frame, std::vector<std::string>& problems)
     }
     _joiner.endFrame(&findings, line);
     for (const qlx::Finding& finding : findings) {
-        problems.push_back(placeOf(frame.number, finding.offset) + ": " + finding.text());
+        problems.push_back({placeOf(frame.number, finding.offset) + ": " + finding.text(), finding.code});
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/Frame.h"
+#include "io/FrameInput.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <qlx/base/finding.h>
@@ -9,7 +10,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -25,7 +25,7 @@ public:
     explicit FrameMessages(Take take) : _take(std::move(take)) {}
 
     /// @param problems Gets a line, with its place, for pieces that are missing or do not fit.
-    void read(const Frame& frame, std::vector<std::string>& problems);
+    void read(const Frame& frame, std::vector<FrameProblem>& problems);
 
 private:
     void readPacket(std::uint64_t frame, std::uint64_t line, const Data& data, qlx::Findings& findings);

@@ -229,7 +229,8 @@ void ChangeWriter::take(const std::string& place, const Data& data) {
     const Scte104Message message = readScte104(data);
     const auto say = [&](const Scte104Problem& problem) {
         ++_problems;
-        printMessage(_name + ": " + place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
+        _said.say(withoutDigits(problem.what),
+                  _name + ": " + place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
     };
     if (message.refusal) {
         say(*message.refusal);
@@ -242,15 +243,16 @@ void ChangeWriter::take(const std::string& place, const Data& data) {
 }
 
 void ChangeWriter::write(const Frame& frame) {
-    std::vector<std::string> problems;
+    std::vector<FrameProblem> problems;
     _messages.read(frame, problems);
-    for (const std::string& problem : problems) {
+    for (const FrameProblem& problem : problems) {
         ++_problems;
-        printMessage(_name + ": " + problem);
+        _said.say(std::to_string(static_cast<std::uint32_t>(problem.kind)), _name + ": " + problem.text);
     }
 }
 
 void ChangeWriter::writePoints() {
+    _said.finish();
     const std::vector<std::string> lines = _points.lines();
     for (const std::string& line : lines) {
         _output.write(line + "\n");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/Frame.h"
+#include "io/LimitedMessages.h"
 #include "io/OutputFile.h"
 #include "streams/FrameMessages.h"
 #include "streams/SplicePoints.h"
@@ -123,6 +124,7 @@ private:
     std::string _name;
     FrameMessages _messages;
     SplicePoints _points;
+    LimitedMessages _said;
     std::uint64_t _problems = 0;
 };
 

@@ -83,19 +83,20 @@ InputKind kindOf(Scte104Format format) {
 
 void readFrames(InputFile& source, FrameSourceOptions options, Scte104Format format,
                 const std::function<void(const Scte104Packet&)>& take,
-                const std::function<void(const std::string&)>& say) {
+                const std::function<void(const FrameProblem&)>& say) {
     options.kind = kindOf(format);
     const auto reader = openFrames(source, options);
     RemarkNotes remarks(source);
-    std::vector<std::string> problems;
+    std::vector<FrameProblem> problems;
     const std::string name = source.name();
     FrameMessages messages([&](std::uint64_t frame, std::uint64_t line, const Data& data) {
         take({name + ": " + placeOf(frame, line), frame, line, data});
     });
     const auto report = [&] {
         remarks.say(reader->takeRemarks());
-        for (std::string& problem : std::exchange(problems, {})) {
-            say(problem.insert(0, name + ": "));
+        for (FrameProblem& problem : std::exchange(problems, {})) {
+            problem.text.insert(0, name + ": ");
+            say(problem);
         }
     };
     try {
@@ -156,7 +157,7 @@ Data bytesOfHex(std::string_view name, std::string_view text) {
 }
 
 void readScte104Packets(const Scte104Source& from, const std::function<void(const Scte104Packet&)>& take,
-                        const std::function<void(const std::string&)>& say) {
+                        const std::function<void(const FrameProblem&)>& say) {
     if (isMessageOnCommandLine(from.input, from.format)) {
         const std::string name = "the message";
         checkNoRowOptions(from.rows);

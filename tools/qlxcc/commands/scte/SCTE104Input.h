@@ -1,6 +1,7 @@
 // Where SCTE-104 messages come from: hexadecimal digits on the command line or in a file, a raw message, a KLV file.
 #pragma once
 
+#include "io/FrameInput.h"
 #include "io/FrameSource.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
@@ -36,11 +37,11 @@ struct Scte104Packet {
 };
 
 /// Calls `take` with each SCTE-104 packet of the input.
-/// @param say Gets a line for what could not be read in a file of frames, as soon as it is known.
+/// @param say Gets a line, with the name of the file, for what could not be read in a file of frames, as soon as it is known.
 /// @throws Failure when the input cannot be read; UsageError when it is a file of another kind, or has no rows and there
 ///   are options for them.
 void readScte104Packets(const Scte104Source& from, const std::function<void(const Scte104Packet&)>& take,
-                        const std::function<void(const std::string&)>& say);
+                        const std::function<void(const FrameProblem&)>& say);
 
 /// The bytes of hexadecimal digits; white space between them is passed over.
 /// @throws Failure with the byte at which something else stands.

@@ -2,6 +2,7 @@
 
 #include "io/Errors.h"
 #include "io/Frame.h"
+#include "io/LimitedMessages.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
 #include "streams/Json.h"
@@ -65,6 +66,12 @@ void writePoints(const SplicePoints& points, OutputFile& output) {
     }
 }
 
+/// What messages that differ in numbers only have in common.
+std::string withoutDigits(std::string text) {
+    std::erase_if(text, [](char character) { return character >= '0' && character <= '9'; });
+    return text;
+}
+
 }  // namespace
 
 int parseScte104(const Scte104ParseOptions& options) {
@@ -73,13 +80,17 @@ int parseScte104(const Scte104ParseOptions& options) {
     std::uint64_t messages = 0;
     std::uint64_t problems = 0;
     SplicePoints points;
-    const auto say = [&](const std::string& problem) {
+    LimitedMessages messagesSaid;
+    const auto sayKind = [&](const std::string& kind, const std::string& problem) {
         ++problems;
         if (output.isStandardOutput()) {
             // Both are in their order where they go to one place.
             output.flush();
         }
-        printMessage(problem);
+        messagesSaid.say(kind, problem);
+    };
+    const auto say = [&](const FrameProblem& problem) {
+        sayKind(std::to_string(static_cast<std::uint32_t>(problem.kind)), problem.text);
     };
     const auto take = [&](const Scte104Packet& packet) {
         ++messages;
@@ -89,7 +100,8 @@ int parseScte104(const Scte104ParseOptions& options) {
         }
         const Scte104Message message = readScte104(packet.data);
         const auto note = [&](const Scte104Problem& problem) {
-            say(packet.place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
+            sayKind(withoutDigits(problem.what),
+                    packet.place + ": byte " + std::to_string(problem.offset) + ": " + problem.what);
         };
         if (message.refusal) {
             note(*message.refusal);
@@ -111,8 +123,10 @@ int parseScte104(const Scte104ParseOptions& options) {
             // What came before the broken place has been found all the same.
             output.flush();
         }
+        messagesSaid.finish();
         throw;
     }
+    messagesSaid.finish();
     if (!options.asJson) {
         writePoints(points, output);
     }

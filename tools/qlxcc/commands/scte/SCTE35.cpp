@@ -35,9 +35,9 @@ Scte104Packet onlyPacket(const Scte104Source& source, std::uint64_t& problems) {
             first = packet;
         }
     };
-    readScte104Packets(source, take, [&problems](const std::string& problem) {
+    readScte104Packets(source, take, [&problems](const FrameProblem& problem) {
         ++problems;
-        printMessage(problem);
+        printMessage(problem.text);
     });
     if (count != 1) {
         throw failureIn(source.input, count == 0
