@@ -95,6 +95,21 @@ TEST(Show, TakesATimeFromItsOwnList) {
               "teletext page 888 at 00:00:01,034, since 00:00:01,034 (frame 31):\n" + kBonjour);
 }
 
+TEST(Show, TakesAFrameFarAwayForALaterOne) {
+    // 4.6e18 s are more milliseconds than 64 bits hold. The caption is erased there, and not before a time that is asked for.
+    const std::vector<std::string> pairs{"9429", "9470", "c8e9", "8080", "942c"};
+    std::string lines;
+    for (std::size_t frame = 0; frame < pairs.size(); ++frame) {
+        lines += R"({"frame":)" + std::to_string(frame) + R"(,"pts":{"value":)" +
+                 (frame == 4 ? "4600000000000000000" : std::to_string(frame)) +
+                 R"(,"timescale":1},"packets":[{"line":9,"did":97,"sdid":2,"data":"80)" + pairs[frame] + "\"}]}\n";
+    }
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", lines);
+    EXPECT_EQ(shown(file, {"--at", "5"}), "captions CC1 at 00:00:05,000, since 00:00:02,000 (frame 2):\n  15   Hi\n");
+    EXPECT_EQ(shown(file, {"--all"}), "00:00:02,000 - 1277777777777777:46:40,000  captions CC1\n  15   Hi\n");
+}
+
 TEST(Show, TakesATimeInFrontOfZeroFromItsOwnList) {
     // Frames at 29.97 of which the fifth is at 0: the third, with the text, is at -0.06673 s.
     const std::vector<std::string> pairs{"9429", "9470", "c8e9", "8080", "8080", "942c"};

@@ -26,7 +26,8 @@ MediaTime scaled(MediaTime time, std::int32_t factor, std::int32_t divisor) {
                                static_cast<std::int32_t>(time.timescale * rest));
     }
     const long double value = static_cast<long double>(time.value) * factor / divisor;
-    return MediaTime::make(std::llround(value), time.timescale);
+    constexpr long double kGreatest = static_cast<long double>(kGreatestValue);
+    return MediaTime::make(std::llround(std::clamp(value, -kGreatest, kGreatest)), time.timescale);
 }
 
 }  // namespace

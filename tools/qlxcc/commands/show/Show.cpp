@@ -70,10 +70,11 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
     return watched;
 }
 
-/// The whole milliseconds of a time, as timecode() writes it.
+/// The whole milliseconds of a time, as timecode() writes it; of one that 64 bits have no room for, the nearest.
 std::int64_t shownMilliseconds(double seconds) {
     constexpr double kExact = 1e-6;
-    return static_cast<std::int64_t>(std::floor(seconds * 1000.0 + kExact));
+    constexpr double kGreatest = 9.2e18;
+    return static_cast<std::int64_t>(std::clamp(std::floor(seconds * 1000.0 + kExact), -kGreatest, kGreatest));
 }
 
 /// The time as timecode() writes it, in seconds: whoever takes it from there means this frame.
