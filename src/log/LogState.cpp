@@ -3,6 +3,7 @@
 #include "log/LogText.h"
 #include "log/OldFiles.h"
 #include "log/Outages.h"
+#include "platform/ObserverHold.h"
 #include "platform/Workers.h"
 
 #include <QLXClosedCaptionsUtilities/QLXLogControllerDelegate.h>
@@ -69,7 +70,16 @@ struct QLXLogController::State::Admission {
 
 QLXLogController::State::State()
     : _prefix(applicationPrefix()), _technicalQueue(queueLabel("technicalLog"), qlx::logWorkers),
-      _simpleQueue(queueLabel("simpleLogWriterQueue"), qlx::logWorkers) {}
+      _simpleQueue(queueLabel("simpleLogWriterQueue"), qlx::logWorkers) {
+    // Made before the log's thread needs them first: a child that is forked while they are made would wait for ever.
+    static_cast<void>(qlx::services().get<qlx::Clock>());
+    static_cast<void>(qlx::services().get<qlx::TimeZone>());
+    static_cast<void>(qlx::services().get<qlx::WeekdayNames>());
+    static_cast<void>(qlx::services().get<qlx::LogFiles>());
+    static_cast<void>(qlx::services().get<qlx::Directories>());
+    static_cast<void>(qlx::services().get<qlx::Console>());
+    static_cast<void>(qlx::logWorkers());
+}
 
 // On the thread that logs
 
@@ -78,6 +88,7 @@ void QLXLogController::State::log(Message message) {
     {
         // Let go after the mutex: this may be the delegate's last owner, and its destructor may remove it from the log.
         std::shared_ptr<QLXLogControllerDelegate> receiver;
+        const qlx::ObserverHold observers;
         const qlx::WorkHold hold;
         const std::lock_guard lock(_lanes.get().delegateMutex);
         receiver = delegate();
@@ -101,6 +112,7 @@ void QLXLogController::State::setDelegate(const std::shared_ptr<QLXLogController
     const std::shared_ptr<QLXLogControllerDelegate> receiver = newDelegate;
     std::optional<std::deque<Message>> replayed;
     {
+        const qlx::ObserverHold observers;
         const qlx::WorkHold hold;
         const std::lock_guard lock(_lanes.get().delegateMutex);
         store(_delegate, std::weak_ptr<QLXLogControllerDelegate>(receiver));
@@ -246,7 +258,6 @@ void QLXLogController::State::end() {
     finishQueues();
 }
 
-/// What a file did not take is tried again, behind what is queued.
 void QLXLogController::State::retryWaiting() {
     Lane& lane = _lanes.get();
     if (lane.technicalFiles.hasWaiting()) {

@@ -126,9 +126,14 @@ void MainQueue::setPoster(Poster poster) {
     // A poster that calls this while it gets the waiting tasks is done with them: they go to the new one.
     const std::uint64_t number = ++lane.handOvers;
     const std::thread::id outer = std::exchange(lane.handsOver, self);
-    // However the poster leaves, others may set theirs.
+    // However the poster leaves, others may set theirs. In a child that it has forked nobody does that, and the lane is
+    // not its own.
+    const auto hasForked = [this, &lane] { return &lane != &_state->lanes.get(); };
     struct End {
         ~End() {
+            if (isForked()) {
+                return;
+            }
             if (!lock.owns_lock()) {
                 lock.lock();
             }
@@ -138,8 +143,9 @@ void MainQueue::setPoster(Poster poster) {
         State::Lane& lane;
         std::unique_lock<std::mutex>& lock;
         const std::thread::id outer;
+        const decltype(hasForked)& isForked;
     };
-    const End end{lane, lock, outer};
+    const End end{lane, lock, outer, hasForked};
     if (!next) {
         return;
     }
@@ -147,6 +153,11 @@ void MainQueue::setPoster(Poster poster) {
     while (std::optional<Task> task = State::firstOf(lane)) {
         lock.unlock();
         (*next)(std::move(*task));
+        if (hasForked()) {
+            // The other tasks are the parent's.
+            _state->replacePoster(next);
+            return;
+        }
         lock.lock();
         if (lane.handOvers != number) {
             return;

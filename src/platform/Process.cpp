@@ -10,14 +10,24 @@ namespace qlx {
 namespace {
 
 constinit std::mutex valuesMutex;
+constinit std::mutex systemMutex;
 constinit std::atomic<std::uint64_t> forks{0};
 
 /// Before the program's first thread.
-[[maybe_unused]] const int registered = pthread_atfork([] { valuesMutex.lock(); }, [] { valuesMutex.unlock(); },
-                                                       [] {
-                                                           forks.fetch_add(1, std::memory_order_relaxed);
-                                                           valuesMutex.unlock();
-                                                       });
+[[maybe_unused]] const int registered = pthread_atfork(
+    [] {
+        systemMutex.lock();
+        valuesMutex.lock();
+    },
+    [] {
+        valuesMutex.unlock();
+        systemMutex.unlock();
+    },
+    [] {
+        forks.fetch_add(1, std::memory_order_relaxed);
+        valuesMutex.unlock();
+        systemMutex.unlock();
+    });
 
 }  // namespace
 
@@ -42,6 +52,14 @@ ForkedValuesLock::ForkedValuesLock() {
 
 ForkedValuesLock::~ForkedValuesLock() {
     valuesMutex.unlock();
+}
+
+SystemCallLock::SystemCallLock() {
+    systemMutex.lock();
+}
+
+SystemCallLock::~SystemCallLock() {
+    systemMutex.unlock();
 }
 
 }  // namespace qlx

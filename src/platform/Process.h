@@ -23,6 +23,16 @@ public:
     ForkedValuesLock& operator=(const ForkedValuesLock&) = delete;
 };
 
+/// Held around calls of the system's library that lock something of its own, as those for time zones and locales do: a
+/// child would find it locked for ever. fork() takes it; nothing else is locked behind it, and no host's code runs.
+class SystemCallLock {
+public:
+    SystemCallLock();
+    ~SystemCallLock();
+    SystemCallLock(const SystemCallLock&) = delete;
+    SystemCallLock& operator=(const SystemCallLock&) = delete;
+};
+
 /// A value that belongs to the threads of one process: locks, and what they guard. A forked child, in which those
 /// threads are missing, finds a new one; the former stays as it was at the fork, for code that comes back to it.
 template <class T>

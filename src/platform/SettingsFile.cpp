@@ -9,7 +9,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <map>
+#include <optional>
+#include <set>
 #include <system_error>
 #include <vector>
 
@@ -101,39 +105,64 @@ std::vector<Line> linesIn(std::string_view text) {
     return lines;
 }
 
-/// Where a line for `key` belongs.
-std::vector<Line>::iterator placeFor(std::vector<Line>& lines, const std::string& key) {
-    const auto isBehind = [](const Line& left, const Line& right) { return right.isSetting && right.key < left.key; };
+using Lines = std::vector<Line>;
+
+/// Whether the settings stand in the order of their keys.
+bool isSorted(const Lines& lines) {
     const Line* last = nullptr;
-    auto place = lines.end();
-    for (auto line = lines.begin(); line != lines.end(); ++line) {
-        if (!line->isSetting) {
+    for (const Line& line : lines) {
+        if (!line.isSetting) {
             continue;
         }
-        if (last != nullptr && isBehind(*last, *line)) {
-            return lines.end();
+        if (last != nullptr && line.key < last->key) {
+            return false;
         }
-        last = &*line;
-        if (place == lines.end() && key < line->key) {
-            place = line;
-        }
+        last = &line;
     }
-    // What stands right above a setting is about it.
-    while (place != lines.end() && place != lines.begin() && !std::prev(place)->isSetting &&
-           !std::prev(place)->text.empty()) {
-        --place;
-    }
-    return place;
+    return true;
 }
 
-void insertLine(std::vector<Line>& lines, const std::string& key, const std::string& value) {
+/// The place of what stands right above a line, and is about it.
+std::size_t topOf(const Lines& lines, std::size_t line) {
+    while (line > 0 && !lines[line - 1].isSetting && !lines[line - 1].text.empty()) {
+        --line;
+    }
+    return line;
+}
+
+/// Adds settings, which stand in the order of their keys, where they belong: in order, or else behind all others.
+Lines withNewSettings(Lines lines, Lines added) {
+    if (added.empty()) {
+        return lines;
+    }
     // The file's own kind of end; the last line may have had none.
     const std::string end = !lines.empty() && lines.front().end.ends_with('\n') ? lines.front().end : "\n";
-    const auto place = placeFor(lines, key);
-    if (place == lines.end() && !lines.empty() && !lines.back().end.ends_with('\n')) {
-        lines.back().end = end;
+    for (Line& line : added) {
+        line.end = end;
     }
-    lines.insert(place, lineOf(escaped(key) + '=' + escaped(value), end));
+    Lines result;
+    result.reserve(lines.size() + added.size());
+    auto next = added.begin();
+    std::size_t taken = 0;
+    for (std::size_t place = isSorted(lines) ? 0 : lines.size(); place < lines.size() && next != added.end(); ++place) {
+        if (!lines[place].isSetting || !(next->key < lines[place].key)) {
+            continue;
+        }
+        for (const std::size_t top = std::max(topOf(lines, place), taken); taken < top; ++taken) {
+            result.push_back(std::move(lines[taken]));
+        }
+        for (; next != added.end() && next->key < lines[place].key; ++next) {
+            result.push_back(std::move(*next));
+        }
+    }
+    for (; taken < lines.size(); ++taken) {
+        result.push_back(std::move(lines[taken]));
+    }
+    if (next != added.end() && !result.empty() && !result.back().end.ends_with('\n')) {
+        result.back().end = end;
+    }
+    result.insert(result.end(), std::make_move_iterator(next), std::make_move_iterator(added.end()));
+    return result;
 }
 
 /// The file that a link leads to, which need not be there.
@@ -236,25 +265,33 @@ Dictionary settingsIn(std::string_view text) {
 
 std::string textWithSettings(std::string_view text, const Dictionary& settings,
                              const std::set<std::string, std::less<>>& erased) {
-    std::vector<Line> lines = linesIn(text);
+    Lines lines = linesIn(text);
     std::erase_if(lines, [&](const Line& line) {
         const Value* const value = line.isSetting ? settings.find(line.key) : nullptr;
         return line.isSetting && (value ? !value->stringValue() : erased.contains(line.key));
     });
+    // Of several lines of a key the last holds.
+    std::map<std::string, Line*, std::less<>> places;
+    for (Line& line : lines) {
+        if (line.isSetting) {
+            places[line.key] = &line;
+        }
+    }
+    Lines added;
     for (const Dictionary::Entry& entry : settings) {
         const std::optional<std::string> value = entry.value.stringValue();
         if (!value) {
             continue;
         }
-        const auto line = std::find_if(lines.rbegin(), lines.rend(),
-                                       [&entry](const Line& l) { return l.isSetting && l.key == entry.key; });
-        if (line == lines.rend()) {
-            insertLine(lines, entry.key, *value);
-        } else if (line->value != *value) {
-            line->value = *value;
-            line->text = line->text.substr(0, line->text.find('=') + 1) + escaped(*value);
+        const auto place = places.find(entry.key);
+        if (place == places.end()) {
+            added.push_back(lineOf(escaped(entry.key) + '=' + escaped(*value), {}));
+        } else if (Line& line = *place->second; line.value != *value) {
+            line.value = *value;
+            line.text = line.text.substr(0, line.text.find('=') + 1) + escaped(*value);
         }
     }
+    lines = withNewSettings(std::move(lines), std::move(added));
     std::string result;
     for (const Line& line : lines) {
         result += line.text;
@@ -272,8 +309,12 @@ std::optional<std::string> textOfFile(const std::string& path) {
     if (!exists) {
         return std::string();
     }
+    // A pipe would be waited for.
+    if (!fs::is_regular_file(path, error)) {
+        return std::nullopt;
+    }
     std::ifstream stream(path, std::ios::binary);
-    if (!stream || !fs::is_regular_file(path, error)) {
+    if (!stream) {
         return std::nullopt;
     }
     try {

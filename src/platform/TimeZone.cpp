@@ -1,8 +1,11 @@
 #include <QLXClosedCaptionsUtilities/platform/TimeZone.h>
 
+#include "platform/Process.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <array>
+#include <atomic>
 #include <clocale>
 #include <ctime>
 
@@ -51,8 +54,11 @@ TimeZone& TimeZone::defaultInstance() {
 LocalTime TimeZone::localTime(std::chrono::system_clock::time_point time) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
     std::tm fields{};
-    if (!localtime_r(&seconds, &fields)) {
-        return {};
+    {
+        const SystemCallLock lock;
+        if (!localtime_r(&seconds, &fields)) {
+            return {};
+        }
     }
     const auto number = [](int field) { return static_cast<std::uint32_t>(field); };
     return {fields.tm_year + 1900, number(fields.tm_mon + 1), number(fields.tm_mday), number(fields.tm_hour),
@@ -67,7 +73,17 @@ WeekdayNames& WeekdayNames::defaultInstance() {
 }
 
 std::string WeekdayNames::name(std::uint32_t weekday) {
-    static const Names* const names = new Names(environmentNames());
+    // Not made where it is declared: a child that is forked meanwhile would wait for that for ever.
+    static constinit std::atomic<const Names*> made{nullptr};
+    const Names* names = made.load(std::memory_order_acquire);
+    if (names == nullptr) {
+        const SystemCallLock lock;
+        names = made.load(std::memory_order_relaxed);
+        if (names == nullptr) {
+            names = new Names(environmentNames());
+            made.store(names, std::memory_order_release);
+        }
+    }
     return weekday < names->size() ? (*names)[weekday] : std::string();
 }
 

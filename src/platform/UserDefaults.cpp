@@ -1,5 +1,6 @@
 #include <QLXClosedCaptionsUtilities/platform/UserDefaults.h>
 
+#include "platform/ObserverHold.h"
 #include "platform/Process.h"
 #include "platform/SettingsFile.h"
 
@@ -23,6 +24,13 @@
 namespace qlx {
 
 struct UserDefaults::State {
+    struct Core;
+
+    const std::shared_ptr<Core> core = std::make_shared<Core>();
+};
+
+/// Shared with calls of observers that wait for the end of a hold.
+struct UserDefaults::State::Core : public std::enable_shared_from_this<Core> {
     using SharedObserver = std::shared_ptr<const Observer>;
 
     struct Registration {
@@ -31,12 +39,22 @@ struct UserDefaults::State {
         SharedObserver observer;
     };
 
+    /// A write whose observers are to be called.
+    struct Change {
+        std::string key;
+        Value value;                   ///< That the key has from then on.
+        std::uint64_t lastNumber = 0;  ///< Of the observers of that time.
+        std::thread::id writer;        ///< The thread that wrote.
+    };
+
     /// What belongs to the threads of one process.
     struct Lane {
         std::mutex fileMutex;  ///< Lets one thread at a time write the file, so that none overtakes another.
 
-        std::mutex mutex;                   ///< Guards what follows; held while no observer runs.
-        std::deque<std::string> changed;    ///< Keys whose observers are to be called, each as often as it was written.
+        /// Guards what follows, and is held while settings are written, so that changes stand in the order of the
+        /// writes; held while no observer runs.
+        std::mutex mutex;
+        std::deque<Change> changes;
         std::thread::id caller;             ///< The thread that calls them.
         std::uint64_t called = 0;           ///< The observer that is called just now.
         std::condition_variable callEnded;  ///< It has come to its end.
@@ -47,8 +65,11 @@ struct UserDefaults::State {
         const Value* const value = own ? own : registered.find(key);
         return value ? *value : Value();
     }
-    void callObservers(std::vector<std::string> keys);
-    void callObserversOf(Lane& lane, const std::string& key);
+    template <class Write>
+    void change(Write write);
+    void callObservers();
+    void callObserversHere(bool isHeldNoMore);
+    void callObserversOf(Lane& lane, const Change& change);
     [[nodiscard]] bool save(bool always);
 
     PerProcess<Lane> lanes;
@@ -63,6 +84,27 @@ struct UserDefaults::State {
     bool hasReported = false;  ///< The file could not be written, and that has been printed.
 };
 
+namespace {
+
+/// Says what an observer has thrown where nobody is there to catch it.
+void printException() {
+    try {
+        std::string what = "of an unknown type";
+        try {
+            throw;
+        } catch (const std::exception& exception) {
+            what = exception.what();
+        } catch (...) {  // NOLINT(bugprone-empty-catch): it has no words.
+        }
+        services().get<Console>().log("Error: An observer of settings has ended with an exception: " + what);
+    } catch (...) {
+        // Nothing is left to say it with.
+        return;
+    }
+}
+
+}  // namespace
+
 UserDefaults::UserDefaults() : _state(std::make_unique<State>()) {}
 UserDefaults::~UserDefaults() = default;
 
@@ -73,64 +115,88 @@ UserDefaults& UserDefaults::defaultInstance() {
 
 void UserDefaults::registerDefault(std::string_view key, Value value) {
     const ForkedValuesLock lock;
-    _state->registered.set(key, std::move(value));
+    _state->core->registered.set(key, std::move(value));
 }
 
 Value UserDefaults::value(std::string_view key) {
     const ForkedValuesLock lock;
-    return _state->value(key);
+    return _state->core->value(key);
 }
 
 void UserDefaults::setValue(std::string_view key, Value value) {
-    {
-        const ForkedValuesLock lock;
+    State::Core& core = *_state->core;
+    core.change([&]() -> std::vector<std::string> {
         if (value.isNull()) {
-            _state->written.erase(key);
-            _state->erased.emplace(key);
+            core.written.erase(key);
+            core.erased.emplace(key);
         } else {
-            _state->written.set(key, std::move(value));
+            core.written.set(key, std::move(value));
         }
-    }
+        return {std::string(key)};
+    });
     // The settings of this process hold also when the file cannot be written.
-    static_cast<void>(_state->save(false));
-    _state->callObservers({std::string(key)});
+    static_cast<void>(core.save(false));
+    core.callObservers();
 }
 
 std::uint64_t UserDefaults::addObserver(std::string_view key, Observer observer) {
     auto shared = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
     const ForkedValuesLock lock;
-    _state->observers.push_back({++_state->lastNumber, std::string(key), std::move(shared)});
-    return _state->lastNumber;
+    _state->core->observers.push_back({++_state->core->lastNumber, std::string(key), std::move(shared)});
+    return _state->core->lastNumber;
 }
 
 void UserDefaults::removeObserver(std::uint64_t number) {
-    State::SharedObserver removed;  // Destroyed when no lock is held.
+    State::Core::SharedObserver removed;  // Destroyed when no lock is held.
     {
         const ForkedValuesLock lock;
-        auto& observers = _state->observers;
+        auto& observers = _state->core->observers;
         const auto found = std::find_if(observers.begin(), observers.end(),
-                                        [number](const State::Registration& r) { return r.number == number; });
+                                        [number](const State::Core::Registration& r) { return r.number == number; });
         if (found == observers.end()) {
             return;
         }
         removed = std::move(found->observer);
         observers.erase(found);
     }
-    State::Lane& lane = _state->lanes.get();
+    State::Core::Lane& lane = _state->core->lanes.get();
     std::unique_lock lock(lane.mutex);
     if (lane.caller != std::this_thread::get_id()) {
         lane.callEnded.wait(lock, [&lane, number] { return lane.called != number; });
     }
 }
 
+/// Writes settings; `write` gives their keys.
+template <class Write>
+void UserDefaults::State::Core::change(Write write) {
+    Lane& lane = lanes.get();
+    const std::lock_guard lock(lane.mutex);
+    const ForkedValuesLock values;
+    for (std::string& key : write()) {
+        Value now = value(key);
+        lane.changes.push_back({std::move(key), std::move(now), lastNumber, std::this_thread::get_id()});
+    }
+}
+
+/// A thread in whose host code a lock is held calls them behind it: they may want that lock.
+void UserDefaults::State::Core::callObservers() {
+    const bool isDeferred = ObserverHold::defer([weak = weak_from_this()] {
+        if (const std::shared_ptr<Core> held = weak.lock()) {
+            held->callObserversHere(true);
+        }
+    });
+    if (!isDeferred) {
+        callObserversHere(false);
+    }
+}
+
 /// One thread at a time calls observers, those of other threads' changes as well; it holds no lock meanwhile, so that
-/// none of them has to wait for it.
-void UserDefaults::State::callObservers(std::vector<std::string> keys) {
+/// none of them has to wait for it. What an observer throws comes out of the write that it was called for, or is printed
+/// where that has returned.
+void UserDefaults::State::Core::callObserversHere(bool isHeldNoMore) {
     Lane& lane = lanes.get();
     {
         const std::lock_guard lock(lane.mutex);
-        lane.changed.insert(lane.changed.end(), std::make_move_iterator(keys.begin()),
-                            std::make_move_iterator(keys.end()));
         if (lane.caller != std::thread::id()) {
             return;
         }
@@ -138,20 +204,24 @@ void UserDefaults::State::callObservers(std::vector<std::string> keys) {
     }
     std::exception_ptr thrown;
     while (true) {
-        std::string key;
+        Change change;
         {
             const std::lock_guard lock(lane.mutex);
-            if (lane.changed.empty()) {
+            if (lane.changes.empty()) {
                 lane.caller = std::thread::id();
                 break;
             }
-            key = std::move(lane.changed.front());
-            lane.changed.pop_front();
+            change = std::move(lane.changes.front());
+            lane.changes.pop_front();
         }
         try {
-            callObserversOf(lane, key);
+            callObserversOf(lane, change);
         } catch (...) {
-            thrown = thrown ? thrown : std::current_exception();
+            if (!isHeldNoMore && change.writer == std::this_thread::get_id()) {
+                thrown = thrown ? thrown : std::current_exception();
+            } else {
+                printException();
+            }
         }
         if (&lane != &lanes.get()) {
             break;  // An observer has forked, and this is the child.
@@ -162,12 +232,12 @@ void UserDefaults::State::callObservers(std::vector<std::string> keys) {
     }
 }
 
-void UserDefaults::State::callObserversOf(Lane& lane, const std::string& key) {
+void UserDefaults::State::Core::callObserversOf(Lane& lane, const Change& change) {
     std::vector<std::uint64_t> numbers;
     {
         const ForkedValuesLock lock;
         for (const Registration& registration : observers) {
-            if (registration.key == key) {
+            if (registration.key == change.key && registration.number <= change.lastNumber) {
                 numbers.push_back(registration.number);
             }
         }
@@ -188,18 +258,16 @@ void UserDefaults::State::callObserversOf(Lane& lane, const std::string& key) {
         };
         const End end{setCalled};
         SharedObserver observer;
-        Value current;
         {
             const ForkedValuesLock lock;
             const auto found = std::find_if(observers.begin(), observers.end(),
                                             [number](const Registration& r) { return r.number == number; });
             if (found != observers.end()) {
                 observer = found->observer;
-                current = value(key);
             }
         }
         if (observer) {
-            (*observer)(key, current);
+            (*observer)(change.key, change.value);
         }
     }
 }
@@ -214,23 +282,24 @@ bool UserDefaults::backWithFile(const std::string& path) {
         return false;
     }
     const Dictionary settings = settingsIn(*text);
-    std::vector<std::string> keys;
-    {
-        const ForkedValuesLock lock;
-        _state->filePath = path;
-        _state->erased.clear();
+    State::Core& core = *_state->core;
+    core.change([&] {
+        std::vector<std::string> keys;
+        core.filePath = path;
+        core.erased.clear();
         for (const Dictionary::Entry& entry : settings) {
-            _state->written.set(entry.key, entry.value);
+            core.written.set(entry.key, entry.value);
             keys.push_back(entry.key);
         }
-    }
-    const bool isSaved = _state->save(true);
-    _state->callObservers(std::move(keys));
+        return keys;
+    });
+    const bool isSaved = core.save(true);
+    core.callObservers();
     return isSaved;
 }
 
 /// Brings the file up to date, if there is one; `always` also when nothing in it changes.
-bool UserDefaults::State::save(bool always) {
+bool UserDefaults::State::Core::save(bool always) {
     std::string path;
     int error = 0;
     {

@@ -1,6 +1,9 @@
 // A process that forks: the child's log is its own. Each check runs in a child of the test.
 #include "LogFixture.h"
 
+#include "ThreadState.h"
+#include "platform/Process.h"
+
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 
@@ -209,4 +212,56 @@ TEST_F(LogFork, ReadsInTheBackgroundOfTheChild) {
     // Neither a task nor a thread of the parent's is the child's.
     main.post([] { std::abort(); });
     EXPECT_EQ(codeOfChild(reads), 7);
+}
+
+TEST(SystemCallLock, IsWaitedForByForksAndHeldForTheTimeZone) {
+    // A child would find the system's lock of the time zone locked for ever.
+    const long self = qlxtest::threadNumber();
+    std::atomic<long> reader{0};
+    std::atomic<bool> isRead{false};
+    std::atomic<bool> hasForked{false};
+    std::promise<void> locked;
+    std::atomic<bool> isFree{false};
+    std::thread holder([&] {
+        const qlx::SystemCallLock lock;
+        locked.set_value();
+        while (!hasForked && !isRead && (reader == 0 || !qlxtest::isAsleep(reader) || !qlxtest::isAsleep(self))) {
+            std::this_thread::yield();
+        }
+        isFree = true;
+    });
+    locked.get_future().wait();
+    std::thread zone([&] {
+        reader = qlxtest::threadNumber();
+        (void)qlx::TimeZone::defaultInstance().localTime({});
+        EXPECT_TRUE(isFree);
+        isRead = true;
+    });
+    EXPECT_EQ(codeOfChild([&] { return isFree.load(); }), 7);
+    hasForked = true;
+    holder.join();
+    zone.join();
+}
+
+TEST(MainQueueFork, LeavesToTheParentWhatItHandsOver) {
+    qlx::MainQueue queue;
+    std::vector<int> ran;
+    const auto post = [&](int number) { queue.post([&ran, number] { ran.push_back(number); }); };
+    post(1);
+    post(2);
+    pid_t child = -1;
+    queue.setPoster([&](const qlx::Task& task) {
+        if (child < 0) {
+            child = fork();
+        }
+        task();
+    });
+    post(3);
+    if (child == 0) {
+        _exit(ran == std::vector<int>{1, 3} ? 7 : 1);
+    }
+    EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7);
 }

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -133,4 +134,35 @@ TEST_F(SettingsFile, IsKeptWhenItCannotBeWrittenAndThatIsSaidOnce) {
     defaults.setValue("zoom", 1);
     EXPECT_EQ(content("settings"), "level=7\nzoom=1\n");
     EXPECT_EQ(console.messages.size(), 1U);
+}
+
+TEST_F(SettingsFile, TakesManyNewSettingsLikeOneAfterTheOther) {
+    std::minstd_rand random(3);
+    const auto key = [&random] { return std::string(1, static_cast<char>('a' + random() % 20)); };
+    for (int round = 0; round < 500; ++round) {
+        std::string text;
+        for (std::uint64_t line = random() % 8; line > 0; --line) {
+            const std::uint64_t kind = random() % 4;
+            text += kind == 0 ? "# about\n" : kind == 1 ? "\n" : key() + "=0\r\n";
+        }
+        text += random() % 2 == 0 ? key() + "=last" : "";
+        qlx::Dictionary settings;
+        for (std::uint64_t count = random() % 6; count > 0; --count) {
+            settings.set(key(), "1");
+        }
+        std::string expected = text;
+        for (const qlx::Dictionary::Entry& entry : settings) {
+            qlx::Dictionary one;
+            one.set(entry.key, entry.value);
+            expected = qlx::textWithSettings(expected, one, {});
+        }
+        ASSERT_EQ(qlx::textWithSettings(text, settings, {}), expected) << text;
+    }
+}
+
+TEST_F(SettingsFile, IsNoPipe) {
+    // Opened, it would be waited for.
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    qlx::UserDefaults defaults;
+    EXPECT_FALSE(defaults.backWithFile(path));
 }

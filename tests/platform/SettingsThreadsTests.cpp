@@ -3,6 +3,8 @@
 #include <QLXClosedCaptionsUtilities/QLXLogControllerDelegate.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
+#include "ThreadState.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -33,9 +35,7 @@ TEST(SettingsThreads, AreNotHeldUpByAnObserver) {
     defaults.setValue("level", 3);
     go.set_value();
     setter.join();
-    ASSERT_EQ(seen.size(), 3U);
-    EXPECT_EQ(seen[0], 1);
-    EXPECT_EQ(seen[2], 3) << "the last has the value that holds";
+    EXPECT_EQ(seen, (std::vector<std::int64_t>{1, 2, 3})) << "each write has its own value";
 }
 
 TEST(SettingsThreads, LetADisplayMethodSetAndAnObserverLog) {
@@ -72,6 +72,57 @@ TEST(SettingsThreads, LetADisplayMethodSetAndAnObserverLog) {
     log.waitUntilQueuesAreEmpty();
 }
 
+TEST(SettingsThreads, LetAnObserverLogBehindADisplayMethodThatSets) {
+    class Silent : public qlx::Console {
+    public:
+        void print(std::string_view /*text*/) override {}
+    } console;
+    qlx::UserDefaults defaults;
+    const qlx::ScopedService<qlx::Console> consoleScope(console);
+    const qlx::ScopedService<qlx::UserDefaults> scope(defaults);
+    QLXLogController log;
+    const auto delegate = std::make_shared<QLXLogControllerDelegate>();
+    std::vector<std::string> seen;
+    delegate->displayLogMessage_logLevel = [&](const std::string& text, std::int64_t /*level*/) {
+        if (text == "set") {
+            defaults.setValue("shown", 1);
+            EXPECT_EQ(defaults.value("shown"), qlx::Value(1));
+            defaults.setValue("shown", 2);
+        }
+        seen.push_back(text);
+    };
+    log.setLogDelegate(delegate);
+    defaults.addObserver("shown", [&](const std::string&, const qlx::Value& value) {
+        log.logMessage_level_show("observed " + value.stringValue().value_or(""), 2, true);
+    });
+    log.logMessage_level_show("set", 2, true);
+    EXPECT_EQ(seen, (std::vector<std::string>{"set", "observed 1", "observed 2"}));
+    log.waitUntilQueuesAreEmpty();
+}
+
+TEST(SettingsThreads, PrintWhatAnObserverThrowsWhereItsWriterHasGoneOn) {
+    class Recording : public qlx::Console {
+    public:
+        void log(std::string_view message) override { logged += message; }
+        std::string logged;
+    } console;
+    const qlx::ScopedService<qlx::Console> scope(console);
+    qlx::UserDefaults defaults;
+    std::promise<void> calling;
+    std::promise<void> go;
+    defaults.addObserver("slow", [&](const std::string&, const qlx::Value&) {
+        calling.set_value();
+        go.get_future().wait();
+    });
+    defaults.addObserver("bad", [](const std::string&, const qlx::Value&) { throw std::runtime_error("of the host"); });
+    std::thread setter([&] { EXPECT_NO_THROW(defaults.setValue("slow", 1)); });
+    calling.get_future().wait();
+    EXPECT_NO_THROW(defaults.setValue("bad", 1));
+    go.set_value();
+    setter.join();
+    EXPECT_EQ(console.logged, "Error: An observer of settings has ended with an exception: of the host");
+}
+
 TEST(SettingsThreads, RemovalWaitsForACallUnderWay) {
     qlx::UserDefaults defaults;
     std::promise<void> calling;
@@ -84,13 +135,21 @@ TEST(SettingsThreads, RemovalWaitsForACallUnderWay) {
     });
     std::thread setter([&] { defaults.setValue("level", 1); });
     calling.get_future().wait();
+    std::atomic<long> removing{0};
+    std::atomic<bool> isRemoved{false};
     std::promise<bool> removed;
     std::thread remover([&] {
+        removing = qlxtest::threadNumber();
         defaults.removeObserver(number);
+        isRemoved = true;
         removed.set_value(hasEnded);
     });
     // Others can be removed meanwhile, and this one is not called again.
     defaults.removeObserver(defaults.addObserver("level", [](const std::string&, const qlx::Value&) {}));
+    // It goes on when the removal is known to wait, or not to.
+    while (!isRemoved && (removing == 0 || !qlxtest::isAsleep(removing))) {
+        std::this_thread::yield();
+    }
     go.set_value();
     EXPECT_TRUE(removed.get_future().get());
     setter.join();

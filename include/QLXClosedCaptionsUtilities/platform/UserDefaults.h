@@ -16,7 +16,7 @@ namespace qlx {
 /// names one. Any thread may call it.
 class QLX_EXPORT UserDefaults {
 public:
-    /// Gets the key and the value that holds from now on (null: none).
+    /// Gets the key and the value that a write has given it (null: none).
     using Observer = std::function<void(const std::string& key, const Value& value)>;
 
     /// No settings, in memory only.
@@ -35,12 +35,14 @@ public:
     [[nodiscard]] virtual Value value(std::string_view key);
 
     /// Writes `value`; null takes away what was written. The observers of the key are called before this returns,
-    /// unless calls of observers are under way: then they come behind those, on the thread that makes them.
+    /// unless calls of observers are under way: then they come behind those, on the thread that makes them. In a method of
+    /// a log's delegate they come when the log lets go of its lock.
     virtual void setValue(std::string_view key, Value value);
 
-    /// Calls `observer` after every write to `key`, also when the value stays the same. The calls of all observers come
+    /// Calls `observer` after every later write to `key`, also when the value stays the same. The calls of all observers come
     /// one after the other, so that the last one has the value that holds. No lock is held meanwhile: an observer may
-    /// write settings and log, and wait for threads that do.
+    /// write settings and log, and wait for threads that do. What it throws comes out of the write behind which it is
+    /// called; where that has returned already, it is printed.
     /// @return A number for removeObserver().
     virtual std::uint64_t addObserver(std::string_view key, Observer observer);
 

@@ -1,0 +1,27 @@
+// What the threads of this process are at.
+#pragma once
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace qlxtest {
+
+/// The system's number of the calling thread.
+inline long threadNumber() {
+    return syscall(SYS_gettid);
+}
+
+/// Whether a thread of this process waits for something, such as a lock.
+inline bool isAsleep(long thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    // The state stands behind the name, which is in brackets.
+    const std::size_t name = text.rfind(')');
+    return name != std::string::npos && name + 2 < text.size() && text[name + 2] == 'S';
+}
+
+}  // namespace qlxtest
