@@ -1,6 +1,8 @@
 #include "log/LogFile.h"
 
+#include "log/FileTurn.h"
 #include "log/Outages.h"
+#include "platform/Workers.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
@@ -53,8 +55,12 @@ private:
 };
 
 Appender::~Appender() {
+    try {
+        retry();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): without memory there is no further attempt.
+    }
     for (const auto& [path, failure] : _failures) {
-        for (std::size_t text = 0; text < failure.sizes.size(); ++text) {
+        for (std::size_t text = 0; text < failure.sizes.size() + (failure.torn != 0 ? 1 : 0); ++text) {
             loseLine(path);
         }
         endOutage(path);
@@ -68,24 +74,45 @@ AppendResult Appender::append(const std::optional<std::string>& path, std::strin
     if (!_failures.empty()) {
         tryOthers(&*path);
     }
-    OpenFile file(*path);
-    if (!file.isOpen()) {
-        loseText(*path, file.error);
-        return AppendResult::OpenFailed;
-    }
-    const auto failure = _failures.find(*path);
     std::size_t written = 0;
-    if (failure == _failures.end() || writeWaiting(failure->second, file)) {
+    int error = 0;
+    switch (tryWriting(*path, text, written, error)) {
+    case Tried::NotOpen:
+        loseText(*path, error);
+        return AppendResult::OpenFailed;
+    case Tried::TookAll:
+        if (const auto failure = _failures.find(*path); failure != _failures.end()) {
+            end(failure);
+        }
+        return AppendResult::Written;
+    case Tried::TookPart:
+        break;
+    }
+    return keep(*path, text.substr(written), written != 0, error);
+}
+
+/// Opens the file and writes what waits for it, and then `text`. What is torn of that stays with the path.
+Appender::Tried Appender::tryWriting(const std::string& path, std::string_view text, std::size_t& written, int& error) {
+    // What no worker can be had for comes behind the turn, not in it.
+    const WorkHold hold;
+    FileTurn turn(path);
+    OpenFile file(path);
+    if (!file.isOpen()) {
+        error = file.error;
+        return Tried::NotOpen;
+    }
+    const auto place = _failures.find(path);
+    Failure none;
+    const bool isFree = writeWaiting(place == _failures.end() ? none : place->second, file, turn.rest());
+    _waiting -= none.torn;  // Another log's.
+    if (isFree) {
         written = file.write(text);
-        if (written == text.size()) {
-            if (failure != _failures.end()) {
-                _failures.erase(failure);
-                endOutage(*path);
-            }
-            return AppendResult::Written;
+        if (written != 0) {
+            turn.rest() = text.substr(written);
         }
     }
-    return keep(*path, text.substr(written), written != 0, file.error);
+    error = file.error;
+    return isFree && written == text.size() ? Tried::TookAll : Tried::TookPart;
 }
 
 void Appender::retry() {
@@ -100,15 +127,20 @@ void Appender::loseText(const std::string& path, int error) {
     }
 }
 
-/// The rest of a text of which a part is written is kept in any case.
+/// The rest of a text of which a part is written stays with the path in any case.
 AppendResult Appender::keep(const std::string& path, std::string_view rest, bool isTorn, int error) {
     const bool isKept = isTorn || _waiting + rest.size() <= kMaxWaiting;
     const auto [place, isNew] = _failures.try_emplace(path);
     Failure& failure = place->second;
-    if (isKept) {
+    if (isTorn) {
+        failure.torn += rest.size();
+        _waiting += rest.size();
+    } else if (isKept) {
         failure.waiting += rest;
         failure.sizes.push_back(rest.size());
         _waiting += rest.size();
+    } else {
+        failure.isWithoutRoom = true;
     }
     if (isNew) {
         beginOutage({path, error, isKept ? 0U : 1U});
@@ -118,40 +150,59 @@ AppendResult Appender::keep(const std::string& path, std::string_view rest, bool
     return std::exchange(failure.hasReported, true) ? AppendResult::Waits : AppendResult::WaitsFirst;
 }
 
-bool Appender::writeWaiting(Failure& failure, OpenFile& file) {
-    std::size_t written = file.write(failure.waiting);
-    failure.waiting.erase(0, written);
-    _waiting -= written;
-    while (written != 0) {
-        const std::size_t part = std::min(written, failure.sizes.front());
-        written -= part;
-        failure.sizes.front() -= part;
-        if (failure.sizes.front() == 0) {
+bool Appender::writeWaiting(Failure& failure, OpenFile& file, std::string& rest) {
+    if (!rest.empty()) {
+        rest.erase(0, file.write(rest));
+    }
+    if (rest.empty() && !failure.waiting.empty()) {
+        std::size_t left = file.write(failure.waiting);
+        std::size_t gone = 0;
+        for (; left != 0 && left >= failure.sizes.front(); failure.sizes.pop_front()) {
+            left -= failure.sizes.front();
+            gone += failure.sizes.front();
+        }
+        if (left != 0) {
+            rest = failure.waiting.substr(gone + left, failure.sizes.front() - left);
+            gone += failure.sizes.front();
             failure.sizes.pop_front();
         }
+        failure.waiting.erase(0, gone);
+        _waiting -= gone;
     }
-    return failure.waiting.empty();
+    _waiting -= failure.torn;
+    failure.torn = rest.size();
+    _waiting += failure.torn;
+    return rest.empty() && failure.waiting.empty();
 }
 
 /// Tries the files but the one at `path`. One that could not be opened, and gets no further line, has no outage any
-/// more.
+/// more; nor has one for whose lines there was no room, once there is.
 void Appender::tryOthers(const std::string* path) {
+    const auto isOther = [path](const auto& entry) { return path == nullptr || entry.first != *path; };
+    const auto waits = [](const Failure& failure) { return !failure.waiting.empty() || failure.torn != 0; };
     for (auto next = _failures.begin(); next != _failures.end();) {
         const auto place = next++;
-        const bool waits = !place->second.waiting.empty();
-        if (path == nullptr ? !waits : place->first == *path) {
+        if (!isOther(*place) || !waits(place->second)) {
             continue;
         }
-        if (waits) {
-            OpenFile file(place->first);
-            if (!file.isOpen() || !writeWaiting(place->second, file)) {
-                continue;
-            }
+        std::size_t written = 0;
+        int error = 0;
+        if (tryWriting(place->first, {}, written, error) == Tried::TookAll) {
+            end(place);
         }
-        const std::string former = place->first;
-        _failures.erase(place);
-        endOutage(former);
     }
+    for (auto next = _failures.begin(); path != nullptr && next != _failures.end();) {
+        const auto place = next++;
+        if (isOther(*place) && !waits(place->second) && (!place->second.isWithoutRoom || !hasWaiting())) {
+            end(place);
+        }
+    }
+}
+
+void Appender::end(std::map<std::string, Failure>::iterator place) {
+    const std::string path = place->first;
+    _failures.erase(place);
+    endOutage(path);
 }
 
 }  // namespace qlx::log

@@ -27,7 +27,7 @@ enum class AppendResult {
 class Appender {
 public:
     Appender() = default;
-    /// What waits is lost.
+    /// What waits is tried once more, and then lost.
     ~Appender();
     Appender(const Appender&) = delete;
     Appender& operator=(const Appender&) = delete;
@@ -44,19 +44,24 @@ public:
 
 private:
     class OpenFile;
+    enum class Tried { NotOpen, TookPart, TookAll };
 
     /// What is known of a file that failed last time.
     struct Failure {
-        std::string waiting;            ///< What it is to get first.
-        std::deque<std::size_t> sizes;  ///< The bytes of each text in it; of the first one those that are left.
+        std::string waiting;            ///< Whole texts that it is to get.
+        std::deque<std::size_t> sizes;  ///< The bytes of each of them.
+        std::size_t torn = 0;           ///< The bytes that the path's FileTurn had in front of them last time.
+        bool isWithoutRoom = false;     ///< A text is lost because too much waits.
         bool hasReported = false;       ///< WaitsFirst has been given.
     };
 
     void loseText(const std::string& path, int error);
     AppendResult keep(const std::string& path, std::string_view rest, bool isTorn, int error);
+    Tried tryWriting(const std::string& path, std::string_view text, std::size_t& written, int& error);
     /// True when nothing waits any more.
-    bool writeWaiting(Failure& failure, OpenFile& file);
+    bool writeWaiting(Failure& failure, OpenFile& file, std::string& rest);
     void tryOthers(const std::string* path);
+    void end(std::map<std::string, Failure>::iterator place);
 
     std::map<std::string, Failure> _failures;
     std::atomic<std::size_t> _waiting{0};  ///< Bytes for all files.

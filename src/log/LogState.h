@@ -53,6 +53,8 @@ public:
     void end();
     /// Has what is queued written once the process ends; a thread that logs calls it behind its last lock.
     void writeIfEnding();
+    /// What a file did not take is tried again, behind what is queued.
+    void retryWaiting();
     /// Waits for the removals of old files that have been started.
     void waitForRemovals();
 
@@ -126,7 +128,6 @@ private:
     void reportFailedOpen(const std::string& folder, bool show);
     void report(const std::string& text, bool show);
     [[nodiscard]] bool isBusy();
-    void retryWaiting();
     void finishQueues();
 
     template <class T>

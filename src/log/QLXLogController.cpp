@@ -73,7 +73,12 @@ QLXLogController::QLXLogController() : _state(std::make_shared<State>()) {
     checkForNotificationAuthorization();
 }
 
-QLXLogController::~QLXLogController() = default;
+QLXLogController::~QLXLogController() {
+    try {
+        _state->retryWaiting();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): the state tries itself when it goes.
+    }
+}
 
 std::optional<std::string> QLXLogController::applicationBundleName() const {
     return qlx::services().get<qlx::Application>().name();

@@ -335,3 +335,53 @@ TEST(LogAppender, EndsItsOutagesWithItself) {
         EXPECT_NE(outage.path, "/of an appender");
     }
 }
+
+TEST(LogAppender, WritesTheRestOfALineFirstThatAnotherLogHasTorn) {
+    NarrowFiles files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
+    qlx::log::Appender other;
+    {
+        qlx::log::Appender first;
+        files.room = 3;
+        first.append("/shared", "abcde");
+        files.room = 1;
+        other.append("/shared", "fgh");
+        EXPECT_EQ(files.written, "abcd") << "of the rest as well, a part";
+        files.room = 0;
+    }
+    EXPECT_TRUE(other.hasWaiting());
+    files.room = 100;
+    EXPECT_EQ(other.append("/shared", "ij"), qlx::log::AppendResult::Written);
+    EXPECT_EQ(files.written, "abcdefghij");
+    EXPECT_FALSE(other.hasWaiting());
+}
+
+TEST(LogAppender, TriesOnceMoreWhenItGoes) {
+    const std::uint64_t lost = qlx::log::status().linesLost;
+    NarrowFiles files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
+    {
+        qlx::log::Appender appender;
+        appender.append("/a", "one");
+        files.room = 100;
+    }
+    EXPECT_EQ(files.written, "one");
+    EXPECT_EQ(qlx::log::status().linesLost, lost);
+}
+
+TEST(LogAppender, EndsNoOutageOfALineThatFoundNoRoomWhileOthersWait) {
+    NarrowFiles files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
+    qlx::log::Appender appender;
+    const auto isOut = [](const std::string& path) {
+        const auto outages = qlx::log::status().underWay;
+        return std::any_of(outages.begin(), outages.end(), [&](const auto& outage) { return outage.path == path; });
+    };
+    appender.append("/full a", std::string(qlx::log::kMaxWaiting, 'a'));
+    appender.append("/full b", "lost");
+    appender.append("/full c", "lost as well");
+    EXPECT_TRUE(isOut("/full b")) << "the disk is as full as before";
+    files.room = 2 * qlx::log::kMaxWaiting;
+    EXPECT_EQ(appender.append("/full c", "taken"), qlx::log::AppendResult::Written);
+    EXPECT_FALSE(isOut("/full a") || isOut("/full b") || isOut("/full c"));
+}

@@ -1,0 +1,56 @@
+#include "log/FileTurn.h"
+
+#include "platform/Process.h"
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+
+namespace qlx::log {
+
+struct FileTurn::Path {
+    std::mutex mutex;
+    std::string rest;
+    std::uint64_t users = 0;  ///< Guarded by the record's lock.
+    std::string name;
+};
+
+struct FileTurn::Record {
+    Path& pathAt(const std::string& name) {
+        const std::lock_guard lock(mutex);
+        const auto place = paths.try_emplace(name).first;
+        place->second.name = name;
+        ++place->second.users;
+        return place->second;
+    }
+
+    std::mutex mutex;
+    std::map<std::string, Path> paths;  ///< Those at which somebody is, or to which something is to be written.
+};
+
+FileTurn::Record& FileTurn::record() {
+    static auto* const records = new PerProcess<Record>;
+    return records->get();
+}
+
+FileTurn::FileTurn(const std::string& path) : _record(record()), _path(_record.pathAt(path)) {
+    _path.mutex.lock();
+}
+
+FileTurn::~FileTurn() {
+    if (&_record != &record()) {
+        return;  // Forked: nobody waits for a turn.
+    }
+    const bool isDone = _path.rest.empty();
+    _path.mutex.unlock();
+    const std::lock_guard lock(_record.mutex);
+    if (--_path.users == 0 && isDone) {
+        _record.paths.erase(_record.paths.find(_path.name));
+    }
+}
+
+std::string& FileTurn::rest() noexcept {
+    return _path.rest;
+}
+
+}  // namespace qlx::log
