@@ -31,6 +31,30 @@ std::optional<std::string_view> textIn(const qlx::Data& file) {
     return text;
 }
 
+/// The lines up to the next empty one.
+std::size_t linesUpToEmptyOne(std::string_view text) {
+    std::size_t count = 0;
+    while (!text.empty()) {
+        const std::size_t length = std::min(text.find('\n'), text.size());
+        if (text.substr(0, length).find_first_not_of('\r') == std::string_view::npos) {
+            break;
+        }
+        ++count;
+        text.remove_prefix(std::min(length + 1, text.size()));
+    }
+    return count;
+}
+
+/// Adds to a list that is to be little longer than what it holds.
+template <class Item>
+void addClosely(std::vector<Item>& list, Item item) {
+    if (list.size() == list.capacity()) {
+        constexpr std::size_t kLeast = 16;
+        list.reserve(list.size() + std::max(list.size() / 4, kLeast));
+    }
+    list.push_back(std::move(item));
+}
+
 }  // namespace
 
 /// Walks the lines of a file and collects its records.
@@ -43,8 +67,10 @@ public:
     std::vector<std::shared_ptr<QLXSubtitleRecord>> run(std::string_view text) {
         while (!text.empty()) {
             const std::size_t length = std::min(text.find('\n'), text.size());
-            takeLine(qlx::srt::withoutCarriageReturns(text.substr(0, length), _scratch));
+            const std::string_view line = text.substr(0, length);
             text.remove_prefix(std::min(length + 1, text.size()));
+            _rest = text;
+            takeLine(qlx::srt::withoutCarriageReturns(line, _scratch));
         }
         closeBlock();
         return std::move(_records);
@@ -73,6 +99,8 @@ private:
         if (const auto span = qlx::srt::timeSpanFromTimingLine(line)) {
             _span = *span;
             _blockIsValid = _span.end > _span.start;
+            // A file of nothing but short lines: the list of them would take several times its bytes while it grows.
+            _lines.reserve(_blockIsValid ? linesUpToEmptyOne(_rest) : 0);
         }
     }
 
@@ -102,7 +130,7 @@ private:
 
     void closeBlock() {
         if (_blockIsValid) {
-            _records.push_back(makeRecord());
+            addClosely(_records, makeRecord());
         }
         _lines.clear();
         _blockIsValid = false;
@@ -113,7 +141,7 @@ private:
         auto record = std::make_shared<QLXSubtitleRecord>();
         record->_index.store(_index, std::memory_order_relaxed);
         record->_isValid.store(true, std::memory_order_relaxed);
-        record->_subtitleLines.assign(std::make_move_iterator(_lines.begin()), std::make_move_iterator(_lines.end()));
+        record->_subtitleLines = std::move(_lines);
         QLXSubtitleRecord::placeLines(record->_subtitleLines, _subtitleMode);
         if (_subtitleMode == qlx::subtitles::kCEA608Mode) {
             // The pairs are sent one a frame: start so early that the caption stands complete at its time.
@@ -138,6 +166,7 @@ private:
     bool _colorCarries = false;
     std::vector<std::shared_ptr<QLXSubtitleTextLine>> _lines;
 
+    std::string_view _rest;  ///< Behind the line in hand.
     std::string _scratch;
 };
 

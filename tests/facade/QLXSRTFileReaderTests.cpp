@@ -1,4 +1,6 @@
 #include "MemoryFiles.h"
+#include "PeakMemory.h"
+#include "Sanitized.h"
 #include "SubtitleStates.h"
 
 #include "ExactBuffer.h"
@@ -366,6 +368,31 @@ TEST(QLXSRTFileReader, ReadsHostileFiles) {
     EXPECT_EQ(read(std::string(kCount, '\n')), Records{});
     EXPECT_EQ(read(std::string(kCount, '\r')), Records{});
     EXPECT_EQ(read("1\n" + std::string(kCount, ' ') + "-->\nx\n"), Records{});
+}
+
+TEST(QLXSRTFileReader, HoldsTwiceTheFileBesideItsRecords) {
+    if (qlxtest::kIsSanitized) {
+        GTEST_SKIP() << "the sanitizers keep what is given back";
+    }
+    constexpr std::size_t kSize = std::size_t{1024} * 1024;
+    constexpr std::uint64_t kMeasured = 512 * 1024;  // The system counts in pages, and late.
+    std::string shortLines = std::string("1\n") + kTiming;
+    while (shortLines.size() < kSize) {
+        shortLines += "a\n";
+    }
+    std::string shortCues;
+    while (shortCues.size() < kSize) {
+        shortCues += "1\n0:0:0,0 --> 0:0:0,1\n\n";
+    }
+    for (const std::string& text : {shortLines, shortCues}) {
+        qlxtest::MemoryFiles files;
+        files.add("/a.srt", text);
+        const auto held = qlxtest::bytesBesideResult([] {
+            return QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration("/a.srt", 2, 0.04);
+        });
+        // The file is in memory before and behind, too.
+        EXPECT_LE(held.value_or(0), kSize + kMeasured);
+    }
 }
 
 }  // namespace

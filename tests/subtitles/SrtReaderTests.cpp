@@ -1,6 +1,9 @@
 // SRT files as cues and findings, by hand-written files, in pieces of any size and at every length.
 #include <qlx/subtitles/srt.h>
 
+#include "PeakMemory.h"
+#include "Sanitized.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -382,6 +385,34 @@ TEST(SrtReader, ReadsBackRandomCues) {
         cues.push_back(std::move(cue));
     }
     EXPECT_EQ(read(text, 4096), (Read{cues, {}}));
+}
+
+TEST(SrtReader, HoldsTwelveTimesTheFileAtMost) {
+    if (qlxtest::kIsSanitized) {
+        GTEST_SKIP() << "the sanitizers keep what is given back";
+    }
+    constexpr std::size_t kSize = std::size_t{1024} * 1024;
+    const SrtOptions options;
+    std::string text;
+    while (text.size() < kSize) {
+        text += cueOfRows("");
+        for (std::uint64_t row = 3; row < options.mostLines; ++row) {
+            text += "a\n";
+        }
+        text += '\n';
+    }
+    const auto held = qlxtest::bytesBesideResult([&text, &options] {
+        SrtReader reader(options);
+        reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+        reader.finish();
+        std::size_t rows = 0;
+        while (const Cue* const cue = reader.next()) {
+            rows += cue->rows.size();
+        }
+        EXPECT_GT(rows, kSize / 3);
+        return rows;
+    });
+    EXPECT_LE(held.value_or(0), 12 * kSize);
 }
 
 }  // namespace
