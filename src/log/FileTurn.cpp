@@ -41,10 +41,9 @@ FileTurn::~FileTurn() {
     if (&_record != &record()) {
         return;  // Forked: nobody waits for a turn.
     }
-    const bool isDone = _path.rest.empty();
     _path.mutex.unlock();
     const std::lock_guard lock(_record.mutex);
-    if (--_path.users == 0 && isDone) {
+    if (--_path.users == 0 && _path.rest.empty()) {
         _record.paths.erase(_record.paths.find(_path.name));
     }
 }

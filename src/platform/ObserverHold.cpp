@@ -1,5 +1,6 @@
 #include "platform/ObserverHold.h"
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -8,7 +9,8 @@ namespace qlx {
 namespace {
 
 thread_local int observerHolds = 0;
-thread_local std::vector<std::function<void()>> deferredCalls;
+/// Nothing that is destroyed with its thread: objects of the program that go later may log.
+thread_local std::vector<std::function<void()>>* deferredCalls = nullptr;
 
 }  // namespace
 
@@ -20,7 +22,11 @@ ObserverHold::~ObserverHold() {
     if (--observerHolds != 0) {
         return;
     }
-    for (const std::function<void()>& call : std::exchange(deferredCalls, {})) {
+    const std::unique_ptr<std::vector<std::function<void()>>> calls(std::exchange(deferredCalls, nullptr));
+    if (!calls) {
+        return;
+    }
+    for (const std::function<void()>& call : *calls) {
         call();
     }
 }
@@ -29,7 +35,10 @@ bool ObserverHold::defer(std::function<void()> call) {
     if (observerHolds == 0) {
         return false;
     }
-    deferredCalls.push_back(std::move(call));
+    if (deferredCalls == nullptr) {
+        deferredCalls = std::make_unique<std::vector<std::function<void()>>>().release();
+    }
+    deferredCalls->push_back(std::move(call));
     return true;
 }
 

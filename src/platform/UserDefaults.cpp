@@ -87,11 +87,11 @@ struct UserDefaults::State::Core : public std::enable_shared_from_this<Core> {
 namespace {
 
 /// Says what an observer has thrown where nobody is there to catch it.
-void printException() {
+void printException(const std::exception_ptr& thrown) {
     try {
         std::string what = "of an unknown type";
         try {
-            throw;
+            std::rethrow_exception(thrown);
         } catch (const std::exception& exception) {
             what = exception.what();
         } catch (...) {  // NOLINT(bugprone-empty-catch): it has no words.
@@ -220,7 +220,7 @@ void UserDefaults::State::Core::callObserversHere(bool isHeldNoMore) {
             if (!isHeldNoMore && change.writer == std::this_thread::get_id()) {
                 thrown = thrown ? thrown : std::current_exception();
             } else {
-                printException();
+                printException(std::current_exception());
             }
         }
         if (&lane != &lanes.get()) {
