@@ -7,38 +7,27 @@ namespace qlx {
 
 namespace {
 
-__extension__ typedef __int128 Wide;
-
 constexpr std::int32_t kMaxTimescale = std::numeric_limits<std::int32_t>::max();
 
-bool fits(Wide value) {
-    return value >= std::numeric_limits<std::int64_t>::min() && value <= std::numeric_limits<std::int64_t>::max();
-}
-
-/// `numerator` / `denominator` (above 0) rounded by `method`; the remainder is not 0.
-Wide rounded(Wide numerator, Wide denominator, RoundingMethod method, bool finer) {
-    const Wide truncated = numerator / denominator;
-    const Wide remainder = numerator % denominator;
-    const Wide awayStep = numerator < 0 ? -1 : 1;
-    const Wide magnitude = remainder < 0 ? -remainder : remainder;
+/// Whether a magnitude that was cut off to a whole number (to 0: `isZero`), of which `remainder` / `divisor` (not 0) is
+/// left, is rounded to the next greater one by `method`.
+bool roundsAway(bool isNegative, bool isZero, std::uint64_t remainder, std::uint64_t divisor, RoundingMethod method,
+                bool finer) {
     switch (method) {
     case RoundingMethod::RoundTowardZero:
-        return truncated;
+        return false;
     case RoundingMethod::RoundAwayFromZero:
-        return truncated + awayStep;
+        return true;
     case RoundingMethod::QuickTime:
-        if (finer) {
-            return truncated + awayStep;
-        }
-        return truncated == 0 && numerator < 0 ? -1 : truncated;
+        return finer || (isZero && isNegative);
     case RoundingMethod::RoundTowardPositiveInfinity:
-        return numerator > 0 ? truncated + 1 : truncated;
+        return !isNegative;
     case RoundingMethod::RoundTowardNegativeInfinity:
-        return numerator < 0 ? truncated - 1 : truncated;
+        return isNegative;
     case RoundingMethod::RoundHalfAwayFromZero:
         break;
     }
-    return magnitude * 2 >= denominator ? truncated + awayStep : truncated;
+    return remainder * 2 >= divisor;
 }
 
 }  // namespace
@@ -56,16 +45,27 @@ MediaTime convertScale(const MediaTime& time, std::int32_t timescale, RoundingMe
     }
     MediaTime result = time;
     result.timescale = timescale;
-    const Wide product = Wide{time.value} * timescale;
-    Wide value = product / time.timescale;
-    if (product % time.timescale != 0) {
-        value = rounded(product, time.timescale, method, timescale > time.timescale);
-        result.flags |= MediaTime::kHasBeenRounded;
-    }
-    if (!fits(value)) {
+    const bool isNegative = time.value < 0;
+    const std::uint64_t limit = std::uint64_t{std::numeric_limits<std::int64_t>::max()} + (isNegative ? 1 : 0);
+    const auto bits = static_cast<std::uint64_t>(time.value);
+    const std::uint64_t magnitude = isNegative ? 0 - bits : bits;
+    const auto from = static_cast<std::uint64_t>(time.timescale);
+    const auto to = static_cast<std::uint64_t>(timescale);
+    // Timescales have 31 bits: what is left of a division has room for a multiplication.
+    const std::uint64_t whole = magnitude / from;
+    const std::uint64_t part = magnitude % from * to;
+    if (whole > limit / to) {
         return {};
     }
-    result.value = static_cast<std::int64_t>(value);
+    std::uint64_t value = whole * to + part / from;
+    if (const std::uint64_t remainder = part % from; remainder != 0) {
+        value += roundsAway(isNegative, value == 0, remainder, from, method, to > from) ? 1 : 0;
+        result.flags |= MediaTime::kHasBeenRounded;
+    }
+    if (value > limit) {
+        return {};
+    }
+    result.value = static_cast<std::int64_t>(isNegative ? 0 - value : value);
     return result;
 }
 
@@ -83,12 +83,11 @@ MediaTime add(const MediaTime& left, const MediaTime& right) noexcept {
     if (!first.isValid() || !second.isValid()) {
         return {};
     }
-    const Wide sum = Wide{first.value} + second.value;
-    if (!fits(sum)) {
+    std::int64_t sum = 0;
+    if (__builtin_add_overflow(first.value, second.value, &sum)) {
         return {};
     }
-    return {static_cast<std::int64_t>(sum), timescale, first.flags | second.flags,
-            left.epoch != 0 ? left.epoch : right.epoch};
+    return {sum, timescale, first.flags | second.flags, left.epoch != 0 ? left.epoch : right.epoch};
 }
 
 }  // namespace qlx

@@ -35,7 +35,8 @@ template <class Find>
 std::optional<Payload> findInLines(Line lines, std::uint64_t bytesPerRow, std::uint64_t step, Find find) {
     const std::uint64_t count = bytesPerRow == 0 ? 0 : lines.size() / bytesPerRow;
     for (std::uint64_t line = 0; line < count; ++line) {
-        if (std::optional<Payload> payload = find(lines.subspan(line * step, bytesPerRow))) {
+        const auto begin = static_cast<std::size_t>(line * step);
+        if (std::optional<Payload> payload = find(lines.subspan(begin, static_cast<std::size_t>(bytesPerRow)))) {
             return payload;
         }
     }
@@ -48,7 +49,7 @@ public:
     explicit Luma8(Line line) : _line(line) {}
 
     [[nodiscard]] std::uint8_t at(std::uint64_t offset) const {
-        return offset < _line.size() ? _line[offset] : std::uint8_t{0};
+        return offset < _line.size() ? _line[static_cast<std::size_t>(offset)] : std::uint8_t{0};
     }
     [[nodiscard]] bool hasFlagAt(std::uint64_t position) const {
         return position + 5 < _line.size() && at(position + 1) == 0x00 && at(position + 3) == 0xFF &&

@@ -55,8 +55,9 @@ void forPacketsOfLine(const std::vector<std::shared_ptr<QLXVANCPacket>>& packets
 }  // namespace
 
 qlx::Data QLXCCUtilities::lumaBufferFrom8BitYUVBuffer_size(const std::uint8_t* buffer, std::uint64_t size) {
-    return qlx::Data::make(size / 2, [buffer, count = size / 2](std::uint8_t* luma) {
-        for (std::uint64_t index = 0; index < count; ++index) {
+    const auto count = static_cast<std::size_t>(size / 2);
+    return qlx::Data::make(count, [buffer, count](std::uint8_t* luma) {
+        for (std::size_t index = 0; index < count; ++index) {
             luma[index] = buffer[2 * index];
         }
     });
@@ -78,13 +79,14 @@ void QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCDataBuffer_size_did_sdi
     if (size < kMinBytes) {
         return;
     }
-    writePacket(destination, 0, kNoBound, did, sdid, data[kOwnLengthByte], {data, size});
+    writePacket(destination, 0, kNoBound, did, sdid, data[kOwnLengthByte], {data, static_cast<std::size_t>(size)});
 }
 
 void QLXCCUtilities::fillYComponentIn10BitBuffer_withVANCPackets_destinationBufferSize_lineNumber(
     std::uint8_t* destination, const std::vector<std::shared_ptr<QLXVANCPacket>>& packets,
     std::uint64_t destinationBufferSize, std::int32_t lineNumber) {
-    const std::size_t wordCount = destinationBufferSize == 0 ? kNoBound : destinationBufferSize / qlx::v210::kWordBytes;
+    const std::size_t wordCount =
+        destinationBufferSize == 0 ? kNoBound : static_cast<std::size_t>(destinationBufferSize / qlx::v210::kWordBytes);
     std::size_t word = 0;
     forPacketsOfLine(packets, lineNumber, [&](const QLXVANCPacket& packet) {
         const qlx::Data data = packet.packetData();
@@ -107,7 +109,7 @@ void QLXCCUtilities::fillYComponentIn8BitBuffer_withVANCPackets_destinationBuffe
         destination[7] = static_cast<std::uint8_t>(packet.packetDID());
         destination[9] = static_cast<std::uint8_t>(packet.packetSDID());
         destination[kDataCountOffset] = static_cast<std::uint8_t>(data.size());
-        for (std::uint64_t index = 0; index < data.size() && kDataCountOffset + 2 * index <= destinationBufferSize;
+        for (std::size_t index = 0; index < data.size() && kDataCountOffset + 2 * index <= destinationBufferSize;
              ++index) {
             destination[kDataOffset + 2 * index] = data[index];
         }

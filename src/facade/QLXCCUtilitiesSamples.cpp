@@ -106,7 +106,7 @@ Sample QLXCCUtilities::conformSampleBufferToCEA708_frameDuration(const Sample& s
 Sample QLXCCUtilities::createCEA708SampleBufferFromDataBuffer_size_bytesPerRow_bufferFormat_timingInfo(
     const std::uint8_t* data, std::uint64_t size, std::uint64_t bytesPerRow, std::uint32_t bufferFormat,
     const qlx::SampleTimingInfo& timingInfo) {
-    const std::span<const std::uint8_t> lines(data, size);
+    const std::span<const std::uint8_t> lines(data, static_cast<std::size_t>(size));
     const bool is8Bit = bufferFormat == qlx::kPixelFormat2vuy;
     if (!is8Bit && bufferFormat != qlx::kPixelFormatV210) {
         return nullptr;

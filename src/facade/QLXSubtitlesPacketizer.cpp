@@ -117,7 +117,7 @@ void QLXSubtitlesPacketizer::deleteSubtitleRecords() {
 
 std::shared_ptr<QLXSubtitleRecord> QLXSubtitlesPacketizer::subtitleAtIndex(std::uint64_t index) const {
     const std::lock_guard lock(_recordsMutex);
-    return index < _subtitleRecords.size() ? _subtitleRecords[index] : nullptr;
+    return index < _subtitleRecords.size() ? _subtitleRecords[static_cast<std::size_t>(index)] : nullptr;
 }
 
 std::shared_ptr<QLXSubtitleRecord> QLXSubtitlesPacketizer::subtitleForTime(double seconds) {
@@ -125,13 +125,13 @@ std::shared_ptr<QLXSubtitleRecord> QLXSubtitlesPacketizer::subtitleForTime(doubl
         return live;
     }
     const std::lock_guard lock(_recordsMutex);
-    const std::uint64_t count = _subtitleRecords.size();
-    const std::uint64_t index = _currentSubtitleRecordIndex;
+    const std::size_t count = _subtitleRecords.size();
+    const auto index = static_cast<std::size_t>(_currentSubtitleRecordIndex);
     // The current record is due until its end, also before its start: hosts expect the first one from the beginning.
     if (index < count && _subtitleRecords[index]->endTimeInSeconds() > seconds) {
         return _subtitleRecords[index];
     }
-    const std::uint64_t next = index + 1;
+    const std::size_t next = index + 1;
     if (next >= count || !(_subtitleRecords[next]->startTimeInSeconds() < seconds)) {
         return nullptr;
     }

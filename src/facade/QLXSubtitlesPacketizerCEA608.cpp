@@ -24,7 +24,7 @@ qlx::Data QLXSubtitlesPacketizer::nextCaptionPair(const qlx::MediaTime& pts) {
         setLastSubtitleRecord(std::move(subtitle));
     }
     const std::span<const std::uint8_t> caption = _cea608DataToSend;
-    qlx::Data pair = caption.subspan(_cea608DataOffset, kPairBytes);
+    qlx::Data pair = caption.subspan(static_cast<std::size_t>(_cea608DataOffset), kPairBytes);
     _cea608DataOffset += kPairBytes;
     if (_cea608DataOffset >= caption.size()) {
         _cea608DataToSend = {};

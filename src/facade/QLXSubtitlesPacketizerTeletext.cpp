@@ -245,7 +245,8 @@ qlx::Data QLXSubtitlesPacketizer::pageHeaderDataWithErasePage(bool erasePage) {
 }
 
 qlx::Data QLXSubtitlesPacketizer::fillerDataWithLength(std::uint64_t length) {
-    return qlx::Data::make(length, [length](std::uint8_t* bytes) { facade::writeFiller({bytes, length}); });
+    const auto size = static_cast<std::size_t>(length);
+    return qlx::Data::make(size, [size](std::uint8_t* bytes) { facade::writeFiller({bytes, size}); });
 }
 
 qlx::Data QLXSubtitlesPacketizer::runInAndFramingCode() {

@@ -79,7 +79,7 @@ QLXVANCPacketType QLXVANCPacket::packetTypeWithDID_SDID(std::uint64_t did, std::
 }
 
 std::string QLXVANCPacket::nameOfPacketType(QLXVANCPacketType type) {
-    return std::string(type >= 1 && type <= kPacketKinds.size() ? kPacketKinds[type - 1].name
+    return std::string(type >= 1 && type <= kPacketKinds.size() ? kPacketKinds[static_cast<std::size_t>(type - 1)].name
                                                                 : qlx::anc::detail::kUnknownKind);
 }
 

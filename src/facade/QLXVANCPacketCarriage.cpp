@@ -56,7 +56,7 @@ Packets QLXVANCPacket::VANCPacketsWithMXFBuffer_size_bufferFormat(const std::uin
     if (bufferFormat != qlx::kPixelFormat2vuy) {
         return packets;
     }
-    qlx::ancelement::Reader reader(std::span<const std::uint8_t>(buffer, size));
+    qlx::ancelement::Reader reader(std::span<const std::uint8_t>(buffer, static_cast<std::size_t>(size)));
     while (const auto packet = reader.next()) {
         packets.push_back(make(packetTypeWithDID_SDID(packet->did, packet->sdid), packet->did, packet->sdid,
                                packet->lineNumber, packet->userData));
@@ -66,7 +66,7 @@ Packets QLXVANCPacket::VANCPacketsWithMXFBuffer_size_bufferFormat(const std::uin
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::VANCPacketWithQuickTimeAtomBuffer_size_lineNumber(
     const std::uint8_t* buffer, std::uint64_t size, std::int32_t lineNumber) {
-    const auto atom = qlx::captionatom::parse(std::span<const std::uint8_t>(buffer, size));
+    const auto atom = qlx::captionatom::parse(std::span<const std::uint8_t>(buffer, static_cast<std::size_t>(size)));
     if (!atom) {
         return nullptr;
     }

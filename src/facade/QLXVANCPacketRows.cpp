@@ -79,7 +79,7 @@ Packets QLXVANCPacket::VANCPacketsWithMultilineSDIBuffer_size_bytesPerRow_buffer
 Packets QLXVANCPacket::VANCPacketsWithSDIBuffer_size_bufferFormat_lineNumber_errorString(
     const std::uint8_t* buffer, std::uint64_t size, std::uint32_t bufferFormat, std::uint64_t lineNumber,
     std::optional<std::string>* errorString) {
-    const std::span<const std::uint8_t> row(buffer, size);
+    const std::span<const std::uint8_t> row(buffer, static_cast<std::size_t>(size));
     if (bufferFormat == qlx::kPixelFormat2vuy && has8BitFlagNearStart(row)) {
         const qlx::Data luma = QLXCCUtilities::lumaBufferFrom8BitYUVBuffer_size(buffer, size);
         return VANCPacketsWithSDILumaBuffer_size_lineNumber_errorString(luma.data(), luma.size(), lineNumber,
@@ -97,7 +97,7 @@ Packets QLXVANCPacket::VANCPacketsWithSDILumaBuffer_size_lineNumber_errorString(
     const std::uint8_t* buffer, std::uint64_t size, std::uint64_t lineNumber, std::optional<std::string>* errorString) {
     Packets packets;
     std::optional<std::string> lastError;
-    qlx::anc::LumaPackets luma(std::span<const std::uint8_t>(buffer, size));
+    qlx::anc::LumaPackets luma(std::span<const std::uint8_t>(buffer, static_cast<std::size_t>(size)));
     while (const auto found = luma.next()) {
         if (found->isWhole()) {
             packets.push_back(make(packetTypeWithDID_SDID(found->did, found->sdid), found->did, found->sdid, lineNumber,

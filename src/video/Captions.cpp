@@ -16,7 +16,8 @@ public:
     UserDataSink(FindingSink* sink, std::span<const std::uint8_t> payload) noexcept : _sink(sink), _payload(payload) {}
 
     void add(const Finding& finding) override {
-        const auto behind = _payload.subspan(std::min<std::size_t>(finding.offset, _payload.size()));
+        const auto behind =
+            _payload.subspan(static_cast<std::size_t>(std::min<std::uint64_t>(finding.offset, _payload.size())));
         if (finding.code != FindingCode::UserDataBytesBehind || !withoutTrailingZeros(behind).empty()) {
             _sink->add(finding);
         }
