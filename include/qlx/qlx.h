@@ -14,6 +14,7 @@
 #include <qlx/base/finding.h>
 #include <qlx/base/finding_code.h>
 #include <qlx/base/frame_rate.h>
+#include <qlx/base/limits.h>
 #include <qlx/base/parity.h>
 #include <qlx/base/result.h>
 #include <qlx/base/ring.h>

@@ -19,6 +19,8 @@ using enum FindingCode;
 inline constexpr FindingText kFindingTexts[] = {
     {None, "nothing"},
     {OutputTooSmall, "{1} bytes do not fit into {2}"},
+    {LimitOfBytesReached, "reading ends at the limit of {1u} bytes"},
+    {LimitOfItemsReached, "reading ends at the limit of {1u} items"},
     {AncChecksumWrong, "checksum {1x}, but {2x} is right"},
     {AncHeaderParityWrong, "header word {1x} with wrong parity, {2x} is right"},
     {AncChecksumNotCarried, "no checksum: byte {1x} in its place, {2x} would be right"},

@@ -8,6 +8,7 @@ namespace qlx::klv {
 void Reader::push(std::span<const std::uint8_t> bytes) {
     drop(_given);
     _given = 0;
+    bytes = _budget.take(bytes);
     if (_state == State::Passing && !_isInDoubt && _begin == _buffer.size()) {
         // What is not kept need not be copied.
         const std::size_t passed = static_cast<std::size_t>(std::min<std::uint64_t>(_left, bytes.size()));
@@ -26,7 +27,7 @@ void Reader::push(std::span<const std::uint8_t> bytes) {
 std::optional<TripletView> Reader::next() {
     drop(_given);
     _given = 0;
-    for (;;) {
+    while (!_budget.hasEnded()) {
         Step step = Step::Wait;
         switch (_state) {
         case State::AtTriplet:
@@ -39,13 +40,17 @@ std::optional<TripletView> Reader::next() {
             step = passValue();
             break;
         }
-        if (step == Step::Give) {
+        if (step == Step::Give && _budget.takeItem()) {
             return _triplet;
         }
         if (step == Step::Wait) {
-            return std::nullopt;
+            break;
         }
     }
+    if (const auto finding = _budget.takeFinding(_offset); finding && _findings != nullptr) {
+        _findings->add(*finding);
+    }
+    return std::nullopt;
 }
 
 std::uint64_t Reader::wanted() const {

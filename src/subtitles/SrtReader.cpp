@@ -103,10 +103,26 @@ void SrtReader::push(std::span<const std::uint8_t> bytes) {
         _searched -= std::min(_searched, _begin);
         _begin = 0;
     }
+    bytes = _budget.take(bytes);
     _buffer.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 
 const Cue* SrtReader::next() {
+    const Cue* const cue = _budget.hasEnded() ? nullptr : nextCue();
+    const bool isGiven = cue != nullptr && _budget.takeItem();
+    if (!isGiven) {
+        reportLimit();
+    }
+    return isGiven ? cue : nullptr;
+}
+
+void SrtReader::reportLimit() {
+    if (const auto finding = _budget.takeFinding(_line); finding && _findings != nullptr) {
+        _findings->add(*finding);
+    }
+}
+
+const Cue* SrtReader::nextCue() {
     for (;;) {
         const std::size_t end = _buffer.find('\n', std::max(_begin, _searched));
         const bool isWhole = end != std::string::npos;

@@ -27,10 +27,11 @@ bool isDigits(std::string_view text) noexcept {
 class SubRipReader::Parser {
 public:
     Parser(const TextCueOptions& options, FindingSink* findings)
-        : _options(options), _findings(findings), _lines(options.greatestCue, DoubleReturn::OneEnd), _markup(findings) {
-    }
+        : _options(options), _findings(findings), _lines(options.greatestCue, options.limits, DoubleReturn::OneEnd),
+          _markup(findings) {}
 
     TextLines& lines() noexcept { return _lines; }
+    FindingSink* findings() const noexcept { return _findings; }
 
     const Cue* next() {
         std::string_view line;
@@ -233,7 +234,7 @@ void SubRipReader::finish() noexcept {
 }
 
 const Cue* SubRipReader::next() {
-    return _parser->next();
+    return nextWithinLimits<Cue>(*_parser, _parser->findings());
 }
 
 }  // namespace qlx::subtitles

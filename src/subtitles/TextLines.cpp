@@ -24,6 +24,7 @@ void TextLines::push(std::span<const std::uint8_t> bytes) {
         _return.moveBack(_begin);
         _begin = 0;
     }
+    bytes = _budget.take(bytes);
     _buffer.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 

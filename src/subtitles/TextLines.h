@@ -1,6 +1,8 @@
 // The lines of a text file whose bytes come in pieces.
 #pragma once
 
+#include <qlx/base/limits.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -19,8 +21,13 @@ enum class DoubleReturn : std::uint8_t {
 class TextLines {
 public:
     /// @param greatest Bytes of a line; what is longer is cut there.
-    explicit TextLines(std::size_t greatest, DoubleReturn doubleReturn = DoubleReturn::TwoEnds) noexcept
-        : _greatest(greatest), _joinsReturns(doubleReturn == DoubleReturn::OneEnd) {}
+    /// @param limits Of the file.
+    explicit TextLines(std::size_t greatest, const ReadLimits& limits = {},
+                       DoubleReturn doubleReturn = DoubleReturn::TwoEnds) noexcept
+        : _greatest(greatest), _joinsReturns(doubleReturn == DoubleReturn::OneEnd), _budget(limits) {}
+
+    /// What is left of the limits: who gives what the lines hold takes its items from it.
+    [[nodiscard]] ReadBudget& budget() noexcept { return _budget; }
 
     /// Takes the next bytes. The line that was given before is no longer valid.
     void push(std::span<const std::uint8_t> bytes);
@@ -61,6 +68,7 @@ private:
 
     std::size_t _greatest;
     bool _joinsReturns;
+    ReadBudget _budget;
     std::string _buffer;
     std::size_t _begin = 0;
     Finder _feed{'\n'};
@@ -71,5 +79,19 @@ private:
     bool _isCut = false;
     bool _skipsLine = false;  ///< The rest of a line that was cut is passed over.
 };
+
+/// Gives the next cue of a parser of lines as far as the limits allow.
+template <class Cue, class Parser>
+const Cue* nextWithinLimits(Parser& parser, FindingSink* findings) {
+    ReadBudget& budget = parser.lines().budget();
+    const Cue* const cue = budget.hasEnded() ? nullptr : parser.next();
+    if (cue != nullptr && budget.takeItem()) {
+        return cue;
+    }
+    if (const auto finding = budget.takeFinding(parser.lines().number()); finding && findings != nullptr) {
+        findings->add(*finding);
+    }
+    return nullptr;
+}
 
 }  // namespace qlx::subtitles

@@ -49,9 +49,10 @@ std::optional<std::uint64_t> numberIn(std::string_view name) noexcept {
 class WebVttReader::Parser {
 public:
     Parser(const TextCueOptions& options, FindingSink* findings)
-        : _options(options), _findings(findings), _lines(options.greatestCue), _text(findings) {}
+        : _options(options), _findings(findings), _lines(options.greatestCue, options.limits), _text(findings) {}
 
     TextLines& lines() noexcept { return _lines; }
+    FindingSink* findings() const noexcept { return _findings; }
     const WebVttFile& file() const noexcept { return _file; }
 
     const Cue* next() {
@@ -302,7 +303,7 @@ void WebVttReader::finish() noexcept {
 }
 
 const Cue* WebVttReader::next() {
-    return _parser->next();
+    return nextWithinLimits<Cue>(*_parser, _parser->findings());
 }
 
 const WebVttFile& WebVttReader::file() const noexcept {

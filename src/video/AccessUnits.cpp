@@ -63,6 +63,7 @@ void AccessUnitReader::push(std::span<const std::uint8_t> bytes) {
     _bytes.erase(_bytes.begin(), _bytes.begin() + static_cast<std::ptrdiff_t>(_begin));
     _position -= _begin;
     _begin = 0;
+    bytes = _budget.take(bytes);
     _bytes.insert(_bytes.end(), bytes.begin(), bytes.end());
 }
 
@@ -167,6 +168,17 @@ AccessUnitView AccessUnitReader::give(std::size_t end) {
 }
 
 std::optional<AccessUnitView> AccessUnitReader::next() {
+    std::optional<AccessUnitView> unit = nextUnit();
+    if (unit && _budget.takeItem()) {
+        return unit;
+    }
+    if (const auto finding = _budget.takeFinding(offsetOf(_begin)); finding && !_error) {
+        _error = finding;
+    }
+    return std::nullopt;
+}
+
+std::optional<AccessUnitView> AccessUnitReader::nextUnit() {
     while (!_error) {
         const std::optional<std::size_t> startCode = nextStartCode();
         if (!startCode) {

@@ -464,3 +464,14 @@ TEST(KlvReader, ReadsLongHostileStreams) {
         readParts(part, 4, {2 * kSize});
     }
 }
+
+TEST(KlvReader, EndsAtItsLimits) {
+    const std::string three = key("01") + "01 aa" + key("02") + "01 bb" + key("03") + "01 cc";
+    EXPECT_EQ(readInPieces(three, {.limits = {.bytes = 54, .items = 3}}), readInPieces(three));
+    EXPECT_EQ(readInPieces(three, {.limits = {.items = 2}}),
+              (Found{{"0 01 1 aa", "18 02 1 bb"}, {error(FindingCode::LimitOfItemsReached, 36, 2)}}));
+    const Found cut = read(fromHex(three), 54, {.limits = {.bytes = 36}});
+    EXPECT_EQ(cut.triplets, (std::vector<std::string>{"0 01 1 aa", "18 02 1 bb"}));
+    ASSERT_EQ(cut.findings.size(), 1U);
+    EXPECT_EQ(cut.findings[0].text(), "reading ends at the limit of 36 bytes");
+}

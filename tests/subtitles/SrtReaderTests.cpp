@@ -1,5 +1,7 @@
 // SRT files as cues and findings, by hand-written files, in pieces of any size and at every length.
 #include <qlx/subtitles/srt.h>
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/webvtt.h>
 
 #include "PeakMemory.h"
 #include "Sanitized.h"
@@ -10,6 +12,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -413,6 +416,64 @@ TEST(SrtReader, HoldsTwelveTimesTheFileAtMost) {
         return rows;
     });
     EXPECT_LE(held.value_or(0), 12 * kSize);
+}
+
+TEST(SrtReader, EndsAtItsLimits) {
+    const std::string cue = cueOfRows("a\n\n");
+    const std::string three = cue + cue + cue;
+    const auto with = [&three](const qlx::ReadLimits& limits) {
+        SrtOptions options;
+        options.limits = limits;
+        const Read whole = read(three, three.size(), options);
+        EXPECT_EQ(read(three, 1, options).cues, whole.cues);
+        return whole;
+    };
+    EXPECT_EQ(with({.bytes = three.size(), .items = 3}), read(three));
+    const Read items = with({.items = 2});
+    EXPECT_EQ(items.cues.size(), 2U);
+    EXPECT_EQ(items.findings, (std::vector<Finding>{{FindingCode::LimitOfItemsReached, Severity::Error, 12, 2, 0}}));
+    const Read bytes = with({.bytes = cue.size()});
+    EXPECT_EQ(bytes.cues.size(), 1U);
+    const auto size = static_cast<std::int64_t>(cue.size());
+    EXPECT_EQ(bytes.findings, (std::vector<Finding>{{FindingCode::LimitOfBytesReached, Severity::Error, 4, size, 0}}));
+}
+
+/// The cues and findings of a reader of several ones.
+template <class Reader>
+std::pair<std::size_t, std::vector<Finding>> readWithin(const qlx::ReadLimits& limits, const std::string& text) {
+    Findings findings;
+    TextCueOptions options;
+    options.limits = limits;
+    Reader reader(options, &findings);
+    reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    reader.finish();
+    std::size_t cues = 0;
+    while (reader.next() != nullptr) {
+        ++cues;
+    }
+    return {cues, {findings.begin(), findings.end()}};
+}
+
+TEST(TextCueReaders, EndAtTheirLimits) {
+    const std::string one = cueOfRows("a\n\n");
+    const std::string subRip = one + "2" + one.substr(1) + "3" + one.substr(1);
+    std::string webVtt = subRip;
+    std::replace(webVtt.begin(), webVtt.end(), ',', '.');
+    webVtt.insert(0, "WEBVTT\n\n");
+    const auto check = [&one](const auto& readThem, const std::string& text) {
+        EXPECT_EQ(readThem({.bytes = text.size(), .items = 3}, text),
+                  std::pair(std::size_t{3}, std::vector<Finding>{}));
+        const auto items = readThem({.items = 2}, text);
+        EXPECT_EQ(items.first, 2U);
+        ASSERT_EQ(items.second.size(), 1U);
+        EXPECT_EQ(items.second[0].code, FindingCode::LimitOfItemsReached);
+        const auto bytes = readThem({.bytes = text.size() - one.size()}, text);
+        EXPECT_EQ(bytes.first, 2U);
+        ASSERT_EQ(bytes.second.size(), 1U);
+        EXPECT_EQ(bytes.second[0].code, FindingCode::LimitOfBytesReached);
+    };
+    check(readWithin<SubRipReader>, subRip);
+    check(readWithin<WebVttReader>, webVtt);
 }
 
 }  // namespace

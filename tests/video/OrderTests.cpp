@@ -277,4 +277,18 @@ TEST(AccessUnits, AreTheSameHoweverTheStreamIsPushed) {
               "@0 access unit of 21 bytes and more, at most 20 are read");
 }
 
+TEST(AccessUnitReader, EndsAtItsLimits) {
+    // Three pictures of MPEG-2 video, of six bytes each.
+    const Bytes stream = fromHex("00000100 0011 00000100 0022 00000100 0033");
+    const auto never = [](std::size_t) { return false; };
+    const std::string two = "0:000001000011 6:000001000022 ";
+    qlx::video::AccessUnitOptions options;
+    options.limits = {.bytes = stream.size(), .items = 3};
+    EXPECT_EQ(unitsOf(stream, options, true, never), two + "12:000001000033 ");
+    options.limits = {.items = 2};
+    EXPECT_EQ(unitsOf(stream, options, true, never), two + "@18 reading ends at the limit of 2 items");
+    options.limits = {.bytes = 14};
+    EXPECT_EQ(unitsOf(stream, options, true, never), two.substr(0, 15) + "@6 reading ends at the limit of 14 bytes");
+}
+
 }  // namespace

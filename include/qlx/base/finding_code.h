@@ -14,6 +14,8 @@ enum class FindingCode : std::uint32_t {
 
     // base
     OutputTooSmall = 0x1'0001,  ///< The caller's room: bytes needed, bytes there.
+    LimitOfBytesReached,        ///< ReadLimits::bytes, 0.
+    LimitOfItemsReached,        ///< ReadLimits::items, 0.
 
     // anc (SMPTE ST 291-1)
     AncChecksumWrong = 0x2'0001,  ///< Word (or byte) there, word that is right.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/base/result.h>
 #include <qlx/klv/keys.h>
 
@@ -91,6 +92,7 @@ struct ReaderOptions {
     /// `place` of the stream on into `room`, and gives how many bytes that are; 0 at the end and behind it. It is asked
     /// where a value that is not kept ends.
     std::function<std::size_t(std::uint64_t place, std::span<std::uint8_t> room)> lookAhead = nullptr;
+    ReadLimits limits{};  ///< Of the stream; the items are triplets.
 };
 
 /// The longest value of an ANC frame element: 65,535 packets of the longest size, with room to spare.
@@ -125,7 +127,7 @@ public:
     /// Reads from the beginning of a stream. `findings` is told what is wrong, with the byte offset in the stream; it may
     /// be null, else it must outlive this.
     explicit Reader(const ReaderOptions& options = {}, FindingSink* findings = nullptr)
-        : _options(options), _findings(findings) {
+        : _options(options), _findings(findings), _budget(options.limits) {
         // A triplet's size stays a number.
         _options.greatestValue = std::min(_options.greatestValue, UINT64_MAX / 2);
     }
@@ -184,6 +186,7 @@ private:
     State _state = State::AtTriplet;
     bool _isInDoubt = false;  ///< Of a value that is not kept: it is looked through.
     bool _isFinished = false;
+    ReadBudget _budget;
 };
 
 }  // namespace qlx::klv

@@ -20,6 +20,7 @@
 
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/subtitles/cue.h>
 
 #include <cstddef>
@@ -62,6 +63,7 @@ struct SrtTimingView {
 struct SrtOptions {
     std::size_t greatestCue = std::size_t{1024} * 1024;  ///< Bytes of a longer cue are not kept.
     std::uint64_t mostLines = 10'000;                    ///< Of a cue, with the empty one behind it.
+    ReadLimits limits{};                                 ///< Of the file; the items are cues.
 };
 
 /// Reads cues from a file whose bytes come in pieces of any size.
@@ -87,7 +89,7 @@ class SrtReader {
 public:
     /// Reads from the beginning of a file. `findings` may be null, else it must outlive this.
     explicit SrtReader(const SrtOptions& options = {}, FindingSink* findings = nullptr)
-        : _options(options), _findings(findings) {}
+        : _options(options), _findings(findings), _budget(options.limits) {}
 
     /// Takes the next bytes of the file. The cue that was given before is no longer valid.
     QLX_EXPORT void push(std::span<const std::uint8_t> bytes);
@@ -107,6 +109,8 @@ private:
     [[nodiscard]] std::optional<MediaTime> timeIn(std::string_view text, std::int64_t which);
     [[nodiscard]] std::string_view validated(std::string_view line);
     void cutLine();
+    const Cue* nextCue();
+    void reportLimit();
     void passCue();
     void report(FindingCode code, Severity severity, std::int64_t first = 0, std::int64_t second = 0);
 
@@ -129,6 +133,7 @@ private:
     bool _isCue = false;        ///< Its times are right.
     bool _isPassed = false;     ///< It is too long.
     bool _isColorOpen = false;  ///< The row before does not close its colour.
+    ReadBudget _budget;
 };
 
 }  // namespace qlx::subtitles

@@ -23,6 +23,7 @@
 
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/subtitles/cue.h>
 
 #include <cstddef>
@@ -44,6 +45,7 @@ inline constexpr std::string_view kSubRipCodes = "srt.codes";
 struct TextCueOptions {
     std::size_t greatestCue = std::size_t{1024} * 1024;  ///< A cue with more bytes is left out.
     std::uint64_t mostLines = 10'000;                    ///< The same for its lines.
+    ReadLimits limits{};                                 ///< Of the file; the items are cues.
 };
 
 /// Reads cues from a file whose bytes come in pieces of any size.

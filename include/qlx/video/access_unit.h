@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/video/nal.h>
 
 #include <cstddef>
@@ -25,6 +26,7 @@ struct AccessUnitOptions {
     std::optional<Codec> codec;
     /// A longer access unit, or as much in front of the first start code, ends the reading: it is something else.
     std::size_t greatest = std::size_t{64} * 1024 * 1024;
+    ReadLimits limits{};  ///< Of the stream; the items are access units.
 };
 
 /// The codec of a stream whose first start code has this byte behind it; none for those of a multiplex (ISO/IEC 13818-1).
@@ -64,7 +66,8 @@ struct AccessUnitOptions {
 class AccessUnitReader {
 public:
     /// Reads from the beginning of a stream.
-    explicit AccessUnitReader(const AccessUnitOptions& options = {}) : _options(options), _codec(options.codec) {}
+    explicit AccessUnitReader(const AccessUnitOptions& options = {})
+        : _options(options), _codec(options.codec), _budget(options.limits) {}
 
     /// Takes the next bytes of the stream. Units that were given before are no longer valid.
     QLX_EXPORT void push(std::span<const std::uint8_t> bytes);
@@ -75,14 +78,15 @@ public:
     /// The next access unit; none when more bytes are needed, at the end, or behind an error.
     [[nodiscard]] QLX_EXPORT std::optional<AccessUnitView> next();
 
-    /// Why nothing more is read: VideoStartCodeMissing, VideoSystemStartCode or VideoUnitTooLong; none as long as
-    /// reading goes on. A stream that has ended without any byte has no error.
+    /// Why nothing more is read: VideoStartCodeMissing, VideoSystemStartCode, VideoUnitTooLong, LimitOfBytesReached or
+    /// LimitOfItemsReached; none as long as reading goes on. A stream that has ended without any byte has no error.
     [[nodiscard]] const std::optional<Finding>& error() const noexcept { return _error; }
 
     /// What the stream is: as it was said, or told by the first start code.
     [[nodiscard]] std::optional<Codec> codec() const noexcept { return _codec; }
 
 private:
+    [[nodiscard]] std::optional<AccessUnitView> nextUnit();
     [[nodiscard]] std::optional<std::size_t> nextStartCode();
     [[nodiscard]] bool allows(std::size_t end);
     [[nodiscard]] bool chooseCodec(std::size_t startCode);
@@ -105,6 +109,7 @@ private:
     bool _hasPicture = false;          ///< The current unit has its coded picture.
     bool _isFinished = false;
     std::uint64_t _units = 0;
+    ReadBudget _budget;
 };
 
 }  // namespace qlx::video
