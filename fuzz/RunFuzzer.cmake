@@ -6,6 +6,15 @@ file(GLOB seeds "${SEEDS}/*")
 if(NOT seeds)
     message(FATAL_ERROR "No seeds in ${SEEDS}")
 endif()
+# What is kept of what was learnt stays small: scripts/fuzz sees to that.
+set(kept 0)
+foreach(seed IN LISTS seeds)
+    file(SIZE "${seed}" bytes)
+    math(EXPR kept "${kept} + ${bytes}")
+endforeach()
+if(kept GREATER 204800)
+    message(FATAL_ERROR "${kept} bytes in ${SEEDS}; at most 204800 are kept")
+endif()
 set(dictionary "")
 if(EXISTS "${DICTIONARY}")
     set(dictionary "-dict=${DICTIONARY}")
@@ -14,9 +23,10 @@ file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}/corpus")
 file(COPY ${seeds} DESTINATION "${WORK}/corpus")
 
-# A single input may take seconds at most: a hang is a failure. What fails is left behind in the working folder.
+# A single input may take seconds at most, and no allocation more than 256 MiB. What fails is left behind in the working
+# folder.
 execute_process(
-    COMMAND "${FUZZER}" -runs=${RUNS} -seed=1 -timeout=10 -verbosity=0 ${dictionary} "-artifact_prefix=${WORK}/" "${WORK}/corpus"
+    COMMAND "${FUZZER}" -runs=${RUNS} -seed=1 -timeout=10 -malloc_limit_mb=256 -verbosity=0 ${dictionary} "-artifact_prefix=${WORK}/" "${WORK}/corpus"
     RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "The fuzz target failed (${result}); the input that did it is in ${WORK}")

@@ -1,0 +1,134 @@
+// Containers as a whole, and what brings their samples into the order of presentation. The first byte says which.
+#include "streams/FrameOrder.h"
+#include "streams/PictureTimes.h"
+
+#include <qlx/streams/byte_source.h>
+#include <qlx/streams/container.h>
+
+#include "FuzzSupport.h"
+
+#include <array>
+#include <optional>
+
+using qlx::streams::Frame;
+using qlx::streams::InputKind;
+using qlxfuzz::Input;
+using qlxfuzz::require;
+namespace detail = qlx::streams::detail;
+
+namespace {
+
+/// Ends with a finding or the end of the file, and frames are counted.
+void readContainer(Input& input, InputKind kind) {
+    const std::vector<std::uint8_t> bytes = input.rest();
+    qlx::streams::MemorySource source(bytes);
+    qlx::streams::ContainerReader reader(source, kind);
+    qlx::Findings findings;
+    Frame frame;
+    std::uint64_t frames = 0;
+    auto more = reader.next(frame, &findings);
+    for (; more && *more; more = reader.next(frame, &findings)) {
+        require(frame.number == frames++);
+        require(frames <= bytes.size());
+    }
+    require(more || !more.error().text().empty());
+    for (const qlx::Finding& finding : findings) {
+        require(!finding.text().empty());
+        (void)reader.placeOf(finding);
+    }
+    (void)reader.takeLibraryTexts();
+}
+
+/// A time near others, or any.
+std::int64_t timeOf(Input& input) {
+    const std::uint8_t kind = input.takeByte();
+    const std::int64_t time = std::int64_t{input.takeByte()} * 40'000 + input.takeByte() - 128;
+    return kind < 250 ? time : (kind % 2 == 0 ? 1 : -1) * (std::int64_t{1} << (kind - 250) * 10) * time;
+}
+
+/// Every sample is in a frame, and frames are counted and later from one to the next, but where a stream begins anew.
+void orderFrames(Input& input) {
+    const std::size_t streams = 1 + input.takeByte() % 3;
+    detail::FrameOrder order(streams);
+    std::size_t given = 0;
+    std::size_t taken = 0;
+    std::uint64_t frames = 0;
+    const auto take = [&] {
+        while (const std::optional<Frame> frame = order.take()) {
+            require(frame->number == frames++);
+            taken += frame->packets.size();
+        }
+    };
+    while (!input.empty()) {
+        const std::uint8_t what = input.takeByte();
+        detail::FrameSample sample;
+        sample.stream = what % streams;
+        if ((what & 0x10U) == 0) {
+            sample.presentation = timeOf(input);
+        }
+        if ((what & 0x20U) == 0) {
+            sample.decoding = timeOf(input);
+        }
+        sample.tolerance = (what & 0x40U) == 0 ? 0 : 500;
+        sample.frame.packets.emplace_back();
+        order.add(std::move(sample));
+        ++given;
+        take();
+    }
+    order.finish();
+    take();
+    require(taken == given && frames <= given);
+}
+
+/// As many pictures come out as went in, each later than the one before.
+void orderPictures(Input& input) {
+    const std::uint8_t form = input.takeByte();
+    const std::int64_t duration = form % 4 == 0 ? 0 : 3600;
+    const auto codec = (form & 0x10U) == 0 ? qlx::video::Codec::Mpeg2 : qlx::video::Codec::H264;
+    detail::PictureTimes pictures({codec, std::size_t{0}}, duration);
+    std::size_t given = 0;
+    std::size_t taken = 0;
+    std::optional<std::int64_t> last;
+    const auto take = [&] {
+        while (const std::optional<Frame> frame = pictures.take()) {
+            require(frame->number == taken++);
+            if (frame->pts) {
+                require(!last || frame->pts->value > *last);
+                last = frame->pts->value;
+            }
+        }
+    };
+    while (!input.empty()) {
+        const std::uint8_t what = input.takeByte();
+        Frame frame;
+        if (what % 3 != 0) {
+            frame.pts = qlx::MediaTime::make(timeOf(input), 90'000);
+        }
+        const std::uint8_t first = input.takeByte();
+        const std::array<std::uint8_t, 8> picture{0, 0, 1, 0, first, input.takeByte(), 0xFF, 0xF8};
+        const std::array<std::uint8_t, 8> slice{0,     0,    1,    static_cast<std::uint8_t>(0x61U | (first & 4U)),
+                                                first, 0x88, 0x80, 0x80};
+        pictures.add(codec == qlx::video::Codec::Mpeg2 ? picture : slice, std::move(frame));
+        ++given;
+        take();
+    }
+    pictures.finish();
+    take();
+    require(taken == given);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr std::array kKinds{InputKind::Mxf, InputKind::Mov, InputKind::TransportStream, InputKind::ProgramStream};
+    Input input(data, size);
+    const std::size_t which = input.takeByte() % 8;
+    if (which < kKinds.size()) {
+        readContainer(input, kKinds[which]);
+    } else if (which % 2 == 0) {
+        orderFrames(input);
+    } else {
+        orderPictures(input);
+    }
+    return 0;
+}
