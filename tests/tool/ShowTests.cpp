@@ -405,13 +405,16 @@ TEST(Show, WritesAPictureOfOneScreenOnly) {
     };
     std::string lines;
     for (const char* const pair : {"9429", "9470", "c8e9"}) {
-        lines += R"({"frame":)" + std::to_string(qlxtest::linesOf(lines).size()) + R"(,"packets":[)" +
-                 packet(575, 2, 67, qlxtest::bonjourHex(1)) + "," + packet(12, 2, 67, qlxtest::eraseHex(0)) + "," +
-                 packet(9, 1, 97, qlxtest::pairCdpHex(3, 24, pair)) + "]}\n";
+        const std::size_t frame = qlxtest::linesOf(lines).size();
+        const auto counter = static_cast<std::uint16_t>(2 * frame);
+        const auto next = static_cast<std::uint16_t>(counter + 1);
+        lines += R"({"frame":)" + std::to_string(frame) + R"(,"packets":[)" +
+                 packet(575, 2, 67, qlxtest::bonjourHex(next)) + "," + packet(12, 2, 67, qlxtest::eraseHex(counter)) +
+                 "," + packet(9, 1, 97, qlxtest::pairCdpHex(3, 24, pair)) + "]}\n";
     }
     const std::string file = folder.write("a.jsonl", lines);
     EXPECT_EQ(shown(file, {"--rate", "25", "--at", "0.08"}),
-              "teletext page 888 at 00:00:00,080, since 00:00:00,000 (frame 0):\n" + kBonjour +
+              "teletext page 888 at 00:00:00,080, since 00:00:00,000 (frame 0):\n  22  " + spaces(17) + "Bonjour\n" +
                   "captions CC1 at 00:00:00,080, since 00:00:00,080 (frame 2):\n  15   Hi\n");
     const ToolResult result = runTool({"show", file, "--rate", "25", "--at", "0.08", "--png", folder.path("a.ppm")});
     EXPECT_NE(result.exitCode, 0);
