@@ -118,6 +118,7 @@ public:
     }
 
     /// Puts a PES packet into packets of its own; the last one has stuffing bytes in its adaptation field.
+    /// @param pes All of it, from its start code on.
     /// @param packets Get those that are made.
     /// @param pcr In the first packet; or none.
     QLX_STREAMS_EXPORT void addPes(std::span<const std::uint8_t> pes, std::vector<PacketBytes>& packets,
@@ -125,6 +126,7 @@ public:
 
     /// Adds a packet without payload, which only carries a time.
     /// @param pcr In 27 MHz.
+    /// @param packets Get the one that is made.
     QLX_STREAMS_EXPORT void addPcr(std::uint64_t pcr, std::vector<PacketBytes>& packets);
 
     /// Of its packets.

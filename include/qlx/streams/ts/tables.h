@@ -1,7 +1,7 @@
 // The tables that say what a transport stream holds: programs and their streams (ISO/IEC 13818-1, clauses 2.4.4.3 and
 // 2.4.4.8), names of services (ETSI EN 300 468, clause 5.2.3), and the descriptors of teletext in them.
 //
-//     const auto map = qlx::streams::ts::parsePmt(bytes, &findings);
+//     const auto map = qlx::streams::ts::parsePmt(bytes);
 //     if (!map) { report(map.error().text()); }
 //     else {
 //         for (const qlx::streams::ts::ProgramStream& stream : map->streams) {
