@@ -53,6 +53,9 @@ void tellLeftOut(const Frame& frame, const Carried& carried, FindingSink* findin
     if (!carried.captions && !frame.triplets.empty()) {
         tell(FindingCode::StreamCaptionsLeftOut, frame.packets.size(), frame.triplets.size() / sizeof(cc::Triplet));
     }
+    if (!frame.teletext.empty()) {
+        tell(FindingCode::StreamTeletextLeftOut, frame.packets.size(), frame.teletext.size());
+    }
 }
 
 std::size_t wordsOfTenBits(std::span<const std::uint16_t> words, const anc::Packet& packet) {

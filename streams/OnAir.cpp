@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 
 namespace qlx::streams {
 
@@ -37,7 +38,10 @@ public:
             _counters.receive(sdp->counter, told);
             isChanged = _page.receive(*sdp, told) || isChanged;
         }
-        _isCarried = _isCarried || !packets.empty();
+        if (!frame.teletext.empty()) {
+            isChanged = _page.receive(std::span(frame.teletext), findings) || isChanged;
+        }
+        _isCarried = _isCarried || !packets.empty() || !frame.teletext.empty();
         return isChanged;
     }
 

@@ -3,6 +3,7 @@
 #include <qlx/streams/jsonl.h>
 #include <qlx/streams/klv.h>
 #include <qlx/streams/scc.h>
+#include <qlx/streams/transport.h>
 #include <qlx/streams/video.h>
 
 #include <utility>
@@ -60,9 +61,10 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
         return std::make_unique<VideoReader>(source, video::Codec::H265);
     case InputKind::Mxf:
     case InputKind::Mov:
-    case InputKind::TransportStream:
     case InputKind::ProgramStream:
         return std::make_unique<ContainerReader>(source, kind, options.container);
+    case InputKind::TransportStream:
+        return std::make_unique<TransportReader>(source, TransportOptions{options.container, options.teletextPid});
     default:
         return nullptr;
     }

@@ -184,10 +184,13 @@ void PageReader::erase() noexcept {
 }
 
 bool PageReader::receive(const Sdp& sdp, FindingSink* findings) {
+    return receive(sdp.lines.items(), findings, kSdpHeaderBytes);
+}
+
+bool PageReader::receive(std::span<const SdpLine> lines, FindingSink* findings, std::uint64_t offset) {
     constexpr std::size_t kAddress = kRunInAndFramingCode.size();
     bool isChanged = false;
-    std::uint64_t offset = kSdpHeaderBytes;
-    for (const SdpLine& line : sdp.lines) {
+    for (const SdpLine& line : lines) {
         const auto packet = parsePacket(line.bytes, findings, offset);
         if (packet) {
             _counts.count(decodeHamming84(line.bytes[kAddress]).protection);

@@ -180,6 +180,15 @@ extern qlx::streams::ts::PacketView packet;
 namespace streams_ts_program_map {
 extern qlx::streams::ts::PacketReader reader;
 }
+namespace streams_ts_vbi {
+extern qlx::streams::ts::PesView pes;
+}
+namespace streams_transport {
+extern qlx::streams::ByteSource& source;
+}
+namespace streams_transport_writer {
+extern qlx::streams::ByteSink& sink;
+}
 namespace streams_video {
 extern qlx::streams::ByteSource& source;
 }

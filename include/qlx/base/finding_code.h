@@ -468,6 +468,8 @@ enum class FindingCode : std::uint32_t {
     StreamHorizontalOffsetLeftOut,      ///< Words in front of the packet; those of the packets in front of it.
     StreamWrappingLeftOut,              ///< Number of the wrapping type (qlx::anc::Wrapping).
     StreamWordBitsLeftOut,              ///< User data words whose upper two bits are not those of their bytes.
+    StreamTeletextLeftOut,              ///< Teletext lines that are in no packet, or have no place.
+    StreamPacketLeftOut,                ///< DID, SDID.
 
     // streams: coded video
     StreamCaptionsUnused = 0x1F'0201,  ///< Triplets of a message that says that they are not to be used.
@@ -529,6 +531,8 @@ enum class FindingCode : std::uint32_t {
     TsDataIdentifierUnknown,    ///< PID, data_identifier.
     TsDataUnitWrong,            ///< data_unit_id, bytes there.
     TsDataUnitUnused,           ///< data_unit_id, PID; told once for each.
+    TsTeletextLeftOut,          ///< PID.
+    TsPidWrong,                 ///< PID that is reserved, or is there twice.
     TsFrameRateWrong,           ///< Frames a second; transport streams with teletext have 25 or 50.
     TsBitrateTooLow,            ///< Bits a second, ticks of 90 kHz that a packet is late.
 

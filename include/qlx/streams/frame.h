@@ -11,6 +11,7 @@
 
 #include <qlx/anc/element.h>
 #include <qlx/anc/packet.h>
+#include <qlx/teletext/sdp.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -35,6 +36,8 @@ struct Frame {
     /// Where the packets belong that were in an ANC frame element (SMPTE ST 436-1), in their order. Those behind its end
     /// belong to the vertical blanking of the whole frame, and so do all packets of files that do not say it.
     std::vector<anc::Wrapping> wrappings{};
+    /// Teletext lines that are in no packet, but come from a transport stream, in the order in which they are sent.
+    std::vector<teletext::SdpLine> teletext{};
 
     /// Where a packet belongs.
     /// @param packet Its number in the frame, from 0.

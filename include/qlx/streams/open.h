@@ -29,6 +29,8 @@ struct OpenOptions {
     std::vector<std::uint64_t> lines = {0};  ///< v210, 2vuy: the line number of each row of a frame, ascending.
     std::optional<FrameRate> rate;           ///< Gives frames without a time of their own one, from 0.
     ContainerOptions container{};            ///< How a container is read.
+    /// MPEG-TS: the PID whose teletext is read; none for the first one that has some.
+    std::optional<std::uint16_t> teletextPid{};
 };
 
 /// Opens a file for reading its frames: packets, captions that are in no packet, or both.

@@ -108,6 +108,12 @@ public:
     /// @return Whether the page may look different now.
     QLX_EXPORT bool receive(const Sdp& sdp, FindingSink* findings = nullptr);
 
+    /// The same with lines that came in another way.
+    /// @param lines In the order in which they are sent.
+    /// @param findings May be null.
+    /// @param offset Of the first line's first byte, for the findings; the others follow it.
+    QLX_EXPORT bool receive(std::span<const SdpLine> lines, FindingSink* findings = nullptr, std::uint64_t offset = 0);
+
     /// What is shown now: 25 rows of 40 columns; nothing is visible before the page's first header.
     [[nodiscard]] QLX_EXPORT screen::Screen screen() const;
 

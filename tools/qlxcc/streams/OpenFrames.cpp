@@ -7,6 +7,7 @@
 
 #include <qlx/streams/container.h>
 #include <qlx/streams/open.h>
+#include <qlx/streams/transport.h>
 
 #include <string>
 #include <utility>
@@ -30,9 +31,17 @@ void checkBeginning(InputFile& source, InputKind kind) {
 
 void openContainer(InputFile& source, InputKind kind, std::optional<FrameRate> rate, FrameInput& input) {
     checkBeginning(source, kind);
-    auto container = std::make_unique<streams::ContainerReader>(input.bytes(), kind);
-    const std::optional<Finding> error = container->open();
-    std::unique_ptr<streams::FrameReader> reader = std::move(container);
+    std::optional<Finding> error;
+    std::unique_ptr<streams::FrameReader> reader;
+    if (kind == InputKind::TransportStream) {
+        auto transport = std::make_unique<streams::TransportReader>(input.bytes());
+        error = transport->open();
+        reader = std::move(transport);
+    } else {
+        auto container = std::make_unique<streams::ContainerReader>(input.bytes(), kind);
+        error = container->open();
+        reader = std::move(container);
+    }
     if (rate) {
         reader = streams::withTimes(std::move(reader), *rate);
     }

@@ -109,6 +109,9 @@ public:
     /// Bytes from one sync byte to the next: 188, 192 or 204; 0 before the first packet.
     [[nodiscard]] std::size_t packetSize() const noexcept { return _size; }
 
+    /// Whether the stream has ended, and next() gives nothing more.
+    [[nodiscard]] bool isAtEnd() const noexcept { return _isFinished && _begin == _buffer.size(); }
+
     /// Bytes of the stream in front of what is read next.
     [[nodiscard]] std::uint64_t offset() const noexcept { return _offset; }
 

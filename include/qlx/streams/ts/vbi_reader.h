@@ -1,0 +1,109 @@
+// The teletext and line-21 captions of a transport stream, read in pieces.
+//
+//     qlx::streams::ts::VbiReader reader({}, &findings);
+//     while (more(piece)) {
+//         reader.push(piece);
+//         while (const qlx::streams::ts::VbiMoment* const moment = reader.next()) {
+//             for (const auto& line : moment->vbi.teletext) { use(moment->time90k, line.bytes); }
+//         }
+//     }
+#pragma once
+
+#include <qlx/base/finding.h>
+#include <qlx/streams/export.h>
+#include <qlx/streams/ts/packet.h>
+#include <qlx/streams/ts/pes.h>
+#include <qlx/streams/ts/program_map.h>
+#include <qlx/streams/ts/tables.h>
+#include <qlx/streams/ts/vbi.h>
+
+#include <bitset>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace qlx::streams::ts {
+
+/// Which stream is read.
+struct VbiReaderOptions {
+    /// The PID; none for the first one that a program's map says to hold teletext or VBI data, or else, where no map has a
+    /// descriptor of it, for the first one of private PES packets that hold such data.
+    std::optional<std::uint16_t> pid{};
+};
+
+/// What a PES packet of VBI data brings.
+struct VbiMoment {
+    std::int64_t time90k = 0;  ///< Its time of presentation; continuous where that of the stream begins anew.
+    std::uint64_t offset = 0;  ///< Byte of the stream at which its first packet stands.
+    std::uint16_t pid = 0;     ///< Of its packets.
+    VbiPacket vbi;             ///< Its lines.
+};
+
+/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at.
+///
+/// Findings: those of PacketReader, of ProgramMap, of PesReader for the stream that is read, and of readVbi(); TsTimeMissing
+/// (what comes before the first time is left out), TsTimeJumped where a time is before the one in front of it,
+/// TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for each other PID that is
+/// said to hold teletext.
+class VbiReader {
+public:
+    /// @param options Which stream.
+    /// @param findings Gets what is wrong, with the byte of the stream; may be null, else it must outlive this.
+    QLX_STREAMS_EXPORT explicit VbiReader(const VbiReaderOptions& options = {}, FindingSink* findings = nullptr);
+
+    /// Takes the next bytes of the stream.
+    void push(std::span<const std::uint8_t> bytes) { _packets.push(bytes); }
+
+    /// Says that the stream has ended.
+    void finish() noexcept { _packets.finish(); }
+
+    /// What comes next; null when more bytes are needed, or at the end. Valid until the next call.
+    [[nodiscard]] QLX_STREAMS_EXPORT const VbiMoment* next();
+
+    /// The PID that is read; none before it is known.
+    [[nodiscard]] std::optional<std::uint16_t> pid() const noexcept { return _pid; }
+
+    /// The pages that the map names for it.
+    [[nodiscard]] QLX_STREAMS_EXPORT std::vector<TeletextPage> pages() const;
+
+    /// What the stream holds.
+    [[nodiscard]] const ProgramMap& map() const noexcept { return _map; }
+
+    /// Bytes of the stream that have been read.
+    [[nodiscard]] std::uint64_t offset() const noexcept { return _packets.offset(); }
+
+    /// Where findings go from now on.
+    QLX_STREAMS_EXPORT void setFindings(FindingSink* findings) noexcept;
+
+private:
+    /// A stream that may hold it.
+    struct Candidate {
+        std::uint16_t pid = 0;
+        PesReader reader;
+    };
+
+    void chooseStreams();
+    void choose(std::uint16_t pid);
+    bool take(const PesView& pes);
+    bool takeOf(std::uint16_t pid, PesReader& reader);
+    void tellOthers(const PesView& pes);
+    void tellStreams();
+
+    VbiReaderOptions _options;
+    FindingSink* _findings;
+    PacketReader _packets;
+    ProgramMap _map;
+    std::optional<std::uint16_t> _pid;
+    std::optional<PesReader> _reader;     ///< Of it.
+    std::vector<std::uint16_t> _leftOut;  ///< PIDs that have been told.
+    std::vector<Candidate> _candidates;   ///< As long as it is not known.
+    ContinuousTime _time;
+    VbiMoment _moment;
+    std::bitset<256> _told;  ///< Units that are not read.
+    bool _isTimeTold = false;
+    bool _isEndTold = false;
+};
+
+}  // namespace qlx::streams::ts

@@ -1,0 +1,257 @@
+// Transport streams with teletext as they are written here, taken apart by FFmpeg's libraries, and their pages decoded by
+// libzvbi, which FFmpeg hands them to.
+#include <gtest/gtest.h>
+
+#ifdef QLX_HAVE_FFMPEG
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
+}
+
+#include "Sanitized.h"
+#include "TeletextTexts.h"
+
+#include <qlx/base/utf8.h>
+#include <qlx/streams/transport_writer.h>
+#include <qlx/teletext/sets.h>
+#include <qlx/teletext/writer.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qlx::streams;
+
+class KeptStream final : public ByteSink {
+public:
+    std::optional<qlx::Finding> write(std::span<const std::uint8_t> bytes) override {
+        kept.insert(kept.end(), bytes.begin(), bytes.end());
+        return std::nullopt;
+    }
+    std::vector<std::uint8_t> kept;
+};
+
+/// A text that is decoded: when, in ticks of 90 kHz, and its rows without spaces around them.
+struct DecodedPage {
+    std::int64_t time = 0;
+    std::string text;
+
+    friend bool operator==(const DecodedPage&, const DecodedPage&) = default;
+    friend void PrintTo(const DecodedPage& page, std::ostream* out) { *out << page.time << ": " << page.text; }
+};
+
+/// Takes a stream apart.
+class TransportJudge {
+public:
+    explicit TransportJudge(const std::vector<std::uint8_t>& stream) : _stream(stream) {
+        constexpr int kBuffer = 4096;
+        _input = avio_alloc_context(static_cast<unsigned char*>(av_malloc(kBuffer)), kBuffer, 0, this, &read, nullptr,
+                                    nullptr);
+        _format = avformat_alloc_context();
+        _format->pb = _input;
+        const AVInputFormat* const demuxer = av_find_input_format("mpegts");
+        EXPECT_EQ(avformat_open_input(&_format, "", demuxer, nullptr), 0);
+        EXPECT_GE(avformat_find_stream_info(_format, nullptr), 0);
+    }
+    ~TransportJudge() {
+        avformat_close_input(&_format);
+        av_freep(&_input->buffer);
+        avio_context_free(&_input);
+    }
+    TransportJudge(const TransportJudge&) = delete;
+    TransportJudge& operator=(const TransportJudge&) = delete;
+
+    [[nodiscard]] const AVFormatContext& format() const { return *_format; }
+
+    /// The texts of page 888 as they come; empty where libzvbi is not there.
+    std::vector<DecodedPage> pages(const char* page = "888") {
+        std::vector<DecodedPage> pages;
+        const AVCodec* const codec = avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT);
+        if (codec == nullptr) {
+            return pages;
+        }
+        AVCodecContext* context = avcodec_alloc_context3(codec);
+        context->pkt_timebase = {1, 90000};
+        EXPECT_EQ(av_opt_set(context->priv_data, "txt_format", "text", 0), 0);
+        EXPECT_EQ(av_opt_set(context->priv_data, "txt_page", page, 0), 0);
+        EXPECT_EQ(avcodec_open2(context, codec, nullptr), 0);
+        AVPacket* packet = av_packet_alloc();
+        while (av_read_frame(_format, packet) == 0) {
+            AVSubtitle subtitle{};
+            int isGot = 0;
+            EXPECT_GE(avcodec_decode_subtitle2(context, &subtitle, &isGot, packet), 0);
+            if (isGot != 0) {
+                DecodedPage one{av_rescale(subtitle.pts, 90000, AV_TIME_BASE), {}};
+                for (unsigned index = 0; index < subtitle.num_rects; ++index) {
+                    const AVSubtitleRect& rect = *subtitle.rects[index];
+                    one.text += rect.ass != nullptr ? textOf(rect.ass) : rect.text != nullptr ? rect.text : "";
+                }
+                pages.push_back(one);
+                avsubtitle_free(&subtitle);
+            }
+            av_packet_unref(packet);
+        }
+        av_packet_free(&packet);
+        avcodec_free_context(&context);
+        return pages;
+    }
+
+private:
+    static int read(void* self, std::uint8_t* to, int size) {
+        auto& judge = *static_cast<TransportJudge*>(self);
+        const std::size_t count = std::min(judge._stream.size() - judge._place, static_cast<std::size_t>(size));
+        std::memcpy(to, judge._stream.data() + judge._place, count);
+        judge._place += count;
+        return count == 0 ? AVERROR_EOF : static_cast<int>(count);
+    }
+
+    /// The text of an event, behind its eight commas, rows without what stands around them.
+    static std::string textOf(const std::string& event) {
+        std::size_t place = 0;
+        for (int comma = 0; comma < 8; ++comma) {
+            place = event.find(',', place) + 1;
+        }
+        std::string text;
+        std::string row;
+        const auto endRow = [&] {
+            const std::size_t begin = row.find_first_not_of(' ');
+            if (begin != std::string::npos) {
+                text += (text.empty() ? "" : "|") + row.substr(begin, row.find_last_not_of(' ') - begin + 1);
+            }
+            row.clear();
+        };
+        for (; place < event.size(); ++place) {
+            if (event.compare(place, 2, "\\N") == 0) {
+                endRow();
+                ++place;
+            } else if (event[place] != '\r' && event[place] != '\n') {
+                row += event[place];
+            }
+        }
+        endRow();
+        return text;
+    }
+
+    const std::vector<std::uint8_t>& _stream;
+    std::size_t _place = 0;
+    AVIOContext* _input = nullptr;
+    AVFormatContext* _format = nullptr;
+};
+
+std::string valueOf(AVDictionary* dictionary, const char* key) {
+    const AVDictionaryEntry* const entry = av_dict_get(dictionary, key, nullptr, 0);
+    return entry == nullptr ? "" : entry->value;
+}
+
+/// Texts that are shown one after the other, as a stream.
+std::vector<std::uint8_t> streamOfTexts(const std::vector<qlx::teletext::PageText>& texts,
+                                        const TransportWriterOptions& options) {
+    qlx::teletext::Writer writer(options.rate);
+    KeptStream sink;
+    TransportWriter transport(sink, options);
+    std::size_t added = 0;
+    for (std::uint64_t number = 0; added < texts.size() || !writer.isDone(); ++number) {
+        while (added < texts.size() && texts[added].start < number + 25) {
+            EXPECT_TRUE(writer.add(texts[added++]));
+        }
+        Frame frame;
+        frame.number = number;
+        for (unsigned field = 0; field < writer.fieldsPerFrame(); ++field) {
+            const qlx::teletext::FieldPackets packets = writer.next();
+            for (std::size_t index = 0; index < packets.packets.size(); ++index) {
+                qlx::teletext::SdpLine line;
+                line.descriptor = qlx::teletext::sdpDescriptor(static_cast<unsigned>(7 + index), packets.isOdd);
+                EXPECT_TRUE(writePacket(packets.packets[index], line.bytes));
+                frame.teletext.push_back(line);
+            }
+        }
+        EXPECT_FALSE(transport.write(frame, nullptr));
+    }
+    EXPECT_FALSE(transport.finish());
+    return sink.kept;
+}
+
+qlx::teletext::PageRow rowOf(std::u32string_view letters, std::uint8_t row) {
+    qlx::teletext::PageRow result;
+    result.row = row;
+    result.column = 3;
+    for (const char32_t letter : letters) {
+        result.cells.push_back({.character = letter, .isVisible = true});
+    }
+    return result;
+}
+
+TEST(FfmpegTransport, SeesTheTablesThatAreWritten) {
+    TransportWriterOptions options;
+    options.serviceName = "Åland 1";
+    options.mapPid = 0x1000;
+    options.teletextPid = 0x234;
+    options.pcrPid = 0x235;
+    options.pages = {{{'s', 'w', 'e'}, ts::TeletextType::HearingImpaired, 0x888},
+                     {{'f', 'i', 'n'}, ts::TeletextType::Subtitles, 0x150}};
+    std::vector<qlx::teletext::PageText> texts{{.start = 10, .end = 40, .rows = {rowOf(U"One", 20)}}};
+    const auto stream = streamOfTexts(texts, options);
+    const TransportJudge judge(stream);
+    ASSERT_EQ(judge.format().nb_programs, 1U);
+    const AVProgram& program = *judge.format().programs[0];
+    EXPECT_EQ(program.pmt_pid, 0x1000);
+    EXPECT_EQ(program.pcr_pid, 0x235);
+    EXPECT_EQ(valueOf(program.metadata, "service_name"), "Åland 1");
+    ASSERT_EQ(judge.format().nb_streams, 1U);
+    const AVStream& teletext = *judge.format().streams[0];
+    EXPECT_EQ(teletext.id, 0x234);
+    EXPECT_EQ(teletext.codecpar->codec_id, AV_CODEC_ID_DVB_TELETEXT);
+    EXPECT_EQ(valueOf(teletext.metadata, "language"), "swe,fin");
+}
+
+/// Texts of each language that the judge decodes, at both rates, at the times at which they are sent.
+TEST(FfmpegTransport, DecodesThePages) {
+    if (avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT) == nullptr) {
+        GTEST_SKIP() << "FFmpeg was built without libzvbi here: nothing decodes the pages";
+    }
+    std::mt19937 random(4);
+    for (const qlx::FrameRate rate : {qlx::FrameRate::Fps25, qlx::FrameRate::Fps50}) {
+        std::vector<qlx::teletext::PageText> texts;
+        std::vector<DecodedPage> expected;
+        const std::int64_t duration = qlx::frameDuration(rate).value * 90000 / qlx::frameDuration(rate).timescale;
+        for (std::uint64_t index = 0; index < qlxtest::countFor(500U, 60U); ++index) {
+            std::u32string letters;
+            for (std::size_t count = 1 + random() % 30; count > 0; --count) {
+                letters += static_cast<char32_t>(U'a' + random() % 26);
+            }
+            const std::uint64_t start = 10 + index * 20;
+            texts.push_back(
+                {.start = start, .end = start + 15, .rows = {rowOf(letters, 18), rowOf(U"second row", 22)}});
+            std::string text;
+            for (const char32_t letter : letters) {
+                qlx::appendUtf8(text, letter);
+            }
+            expected.push_back({static_cast<std::int64_t>(start) * duration, text + "|second row"});
+        }
+        TransportWriterOptions options;
+        options.rate = rate;
+        const auto stream = streamOfTexts(texts, options);
+        TransportJudge judge(stream);
+        auto decoded = judge.pages();
+        std::erase_if(decoded, [](const DecodedPage& page) { return page.text.empty(); });
+        ASSERT_EQ(decoded.size(), expected.size());
+        for (std::size_t index = 0; index < decoded.size(); ++index) {
+            EXPECT_EQ(decoded[index].text, expected[index].text);
+            // The page is whole with its closing header, in the frame of its start or the next one.
+            EXPECT_GE(decoded[index].time, expected[index].time);
+            EXPECT_LE(decoded[index].time, expected[index].time + duration);
+        }
+    }
+}
+
+}  // namespace
+
+#endif

@@ -1,0 +1,493 @@
+// Teletext in transport streams: data units bit by bit, what is written read back, damage, programs that change.
+#include "ExactBuffer.h"
+#include "Sanitized.h"
+#include "ScreenLines.h"
+#include "StreamFrames.h"
+
+#include <qlx/streams/byte_source.h>
+#include <qlx/streams/on_air.h>
+#include <qlx/streams/transport.h>
+#include <qlx/streams/transport_writer.h>
+#include <qlx/streams/ts/multiplexer.h>
+#include <qlx/streams/ts/vbi_reader.h>
+#include <qlx/teletext/page.h>
+#include <qlx/teletext/page_text.h>
+#include <qlx/teletext/sdp_stream.h>
+#include <qlx/teletext/writer.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using namespace qlx::streams;
+using qlx::FindingCode;
+using qlx::Findings;
+using qlx::teletext::SdpLine;
+using qlxtest::fromHex;
+using StreamBytes = std::vector<std::uint8_t>;
+
+/// Keeps what is written.
+class KeptBytes final : public ByteSink {
+public:
+    std::optional<qlx::Finding> write(std::span<const std::uint8_t> bytes) override {
+        kept.insert(kept.end(), bytes.begin(), bytes.end());
+        return std::nullopt;
+    }
+    StreamBytes kept;
+};
+
+/// Lines of a field with random content.
+std::vector<SdpLine> randomLines(std::mt19937& random, std::size_t count, bool isOdd) {
+    std::vector<SdpLine> lines(count);
+    for (std::size_t index = 0; index < count; ++index) {
+        qlx::teletext::Packet packet;
+        packet.magazine = static_cast<std::uint8_t>(1 + random() % 8);
+        packet.number = static_cast<std::uint8_t>(random() % 31);
+        std::generate(packet.data.begin(), packet.data.end(), [&] { return static_cast<std::uint8_t>(random()); });
+        EXPECT_TRUE(writePacket(packet, lines[index].bytes));
+        lines[index].descriptor = qlx::teletext::sdpDescriptor(static_cast<unsigned>(7 + index), isOdd);
+    }
+    return lines;
+}
+
+struct ReadMoment {
+    std::int64_t time = 0;
+    std::vector<SdpLine> lines;
+
+    friend bool operator==(const ReadMoment&, const ReadMoment&) = default;
+};
+
+std::vector<ReadMoment> momentsOf(const StreamBytes& stream, Findings& findings, std::size_t piece = 4096) {
+    ts::VbiReader reader({}, &findings);
+    std::vector<ReadMoment> moments;
+    const auto drain = [&] {
+        while (const ts::VbiMoment* const moment = reader.next()) {
+            moments.push_back({moment->time90k, moment->vbi.teletext});
+        }
+    };
+    for (std::size_t place = 0; place < stream.size(); place += piece) {
+        reader.push(std::span(stream).subspan(place, std::min(piece, stream.size() - place)));
+        drain();
+    }
+    reader.finish();
+    drain();
+    return moments;
+}
+
+/// Frames of random lines, and the stream of them.
+struct RandomStream {
+    std::vector<ReadMoment> moments;
+    StreamBytes bytes;
+};
+
+RandomStream randomStream(unsigned seed, std::int64_t firstTime, std::size_t frames,
+                          const TransportWriterOptions& options = {}) {
+    std::mt19937 random(seed);
+    RandomStream stream;
+    KeptBytes sink;
+    TransportWriter writer(sink, options);
+    for (std::size_t number = 0; number < frames; ++number) {
+        Frame frame;
+        frame.number = number;
+        frame.pts = qlx::MediaTime::make(firstTime + static_cast<std::int64_t>(number) * 3600, 90000);
+        if (random() % 3 != 0) {
+            frame.teletext = randomLines(random, random() % 16, true);
+            const auto second = randomLines(random, 1 + random() % 15, false);
+            frame.teletext.insert(frame.teletext.end(), second.begin(), second.end());
+            std::erase_if(frame.teletext,
+                          [](const SdpLine& line) { return qlx::teletext::parsePacket(line.bytes)->isFilling(); });
+            stream.moments.push_back({frame.pts->value, frame.teletext});
+        }
+        Findings findings;
+        EXPECT_FALSE(writer.write(frame, &findings));
+        EXPECT_TRUE(findings.empty()) << findings[0].text();
+    }
+    EXPECT_FALSE(writer.finish());
+    stream.bytes = std::move(sink.kept);
+    return stream;
+}
+
+TEST(TransportTeletext, IsWrittenBitByBit) {
+    SdpLine line;
+    line.descriptor = qlx::teletext::sdpDescriptor(12, true);
+    line.bytes.fill(0);
+    line.bytes[3] = 0x01;
+    line.bytes[44] = 0x15;
+    StreamBytes pes;
+    ASSERT_TRUE(ts::writeTeletextPes(std::vector<SdpLine>{line}, 0x123456789, true, pes));
+    ASSERT_EQ(pes.size(), 184U);
+    // 178 bytes behind the length; aligned, with a time; 36 bytes of header data.
+    StreamBytes expected = fromHex("000001bd 00b2 84 80 24 29 8d15 cf13");
+    expected.resize(45, 0xFF);
+    // EBU data; a subtitle unit of line 12 in the first field: the upper bits are set, bits are the other way round.
+    const StreamBytes unit = fromHex("10 03 2c ec e4 80");
+    expected.insert(expected.end(), unit.begin(), unit.end());
+    expected.resize(46 + 2 + 2 + 41, 0);
+    expected.push_back(0xA8);
+    for (int stuffing = 0; stuffing < 2; ++stuffing) {
+        expected.insert(expected.end(), {0xFF, 0x2C});
+        expected.resize(expected.size() + 44, 0xFF);
+    }
+    EXPECT_EQ(pes, expected);
+    // Four times as long for nine lines.
+    ASSERT_TRUE(ts::writeTeletextPes(std::vector<SdpLine>(12, line), 0, false, pes));
+    EXPECT_EQ(pes.size(), 4U * 184);
+    EXPECT_EQ(pes[46], 0x02);
+    EXPECT_FALSE(ts::writeTeletextPes(std::vector<SdpLine>(1424, line), 0, false, pes));
+}
+
+TEST(TransportTeletext, ComesBackLineByLine) {
+    for (const unsigned seed : {1U, 2U, 3U}) {
+        const RandomStream stream = randomStream(seed, 90000 * 36000LL, 200, {.bitrate = 1'000'000});
+        Findings findings;
+        EXPECT_EQ(momentsOf(stream.bytes, findings, 1 + seed * 100), stream.moments);
+        EXPECT_TRUE(findings.empty()) << findings[0].text();
+    }
+    // Times begin anew within the stream, and go on.
+    const RandomStream stream = randomStream(4, (1LL << 33) - 50 * 3600, 200, {.bitrate = 1'000'000});
+    Findings findings;
+    EXPECT_EQ(momentsOf(stream.bytes, findings), stream.moments);
+    EXPECT_TRUE(findings.empty());
+    // From 0 on the clock begins before 0.
+    const RandomStream early = randomStream(5, 0, 50, {.bitrate = 1'000'000});
+    EXPECT_EQ(momentsOf(early.bytes, findings), early.moments);
+    EXPECT_TRUE(findings.empty());
+}
+
+/// When packets of each PID come, by the clock.
+TEST(TransportWriter, SendsTablesAndClockInTime) {
+    for (const std::uint32_t bitrate : {150'000U, 512'000U, 20'000'000U}) {
+        TransportWriterOptions options;
+        options.bitrate = bitrate;
+        options.serviceName = "One";
+        KeptBytes sink;
+        TransportWriter writer(sink, options);
+        std::mt19937 random(9);
+        for (std::size_t number = 0; number < 125; ++number) {
+            Frame frame;
+            frame.number = number;
+            if (number % 10 == 9) {
+                frame.teletext = randomLines(random, 10, true);
+            }
+            ASSERT_FALSE(writer.write(frame, nullptr));
+        }
+        ASSERT_FALSE(writer.finish());
+        const double seconds = static_cast<double>(sink.kept.size()) * 8 / bitrate;
+        EXPECT_NEAR(seconds, 5.2, 0.02) << "125 frames, and 200 ms for the last one";
+        std::map<std::uint16_t, std::vector<double>> times;
+        ts::PesReader teletext;
+        for (std::size_t place = 0; place < sink.kept.size(); place += 188) {
+            const auto packet = ts::parsePacket(std::span(sink.kept).subspan(place, 188));
+            ASSERT_TRUE(packet);
+            const double time = static_cast<double>(place) * 8 / bitrate;
+            times[packet->pid].push_back(time);
+            if (packet->pcr) {
+                EXPECT_EQ(packet->pid, 0x1F0);
+                // 200 ms before 0, in 27 MHz, and as the bits say.
+                const auto clock = static_cast<std::int64_t>((*packet->pcr + 5'400'000) % ts::kPcrWrap);
+                EXPECT_NEAR(static_cast<double>(clock) / 27e6, time, 1e-6);
+            }
+            if (packet->pid == 0x101) {
+                teletext.push(*packet);
+                while (const auto pes = teletext.next()) {
+                    const double pts = static_cast<double>(*pes->header.pts) / 90000;
+                    EXPECT_LE(time - 0.2, pts) << "it is there before it is shown";
+                    EXPECT_NEAR(time - pts, 0, 0.1 + 5.0 * 1504 / bitrate);
+                }
+            }
+        }
+        const std::map<std::uint16_t, double> greatest{{0x1F0, 0.04}, {0, 0.1}, {0x100, 0.1}, {0x11, 2.0}};
+        for (const auto& [pid, interval] : greatest) {
+            const std::vector<double>& of = times[pid];
+            ASSERT_GT(of.size(), 2U) << pid;
+            for (std::size_t index = 1; index < of.size(); ++index) {
+                EXPECT_LE(of[index] - of[index - 1], interval + 1e-9) << pid << " at " << of[index];
+            }
+        }
+    }
+}
+
+TEST(TransportWriter, RefusesWhatItCannotWrite) {
+    EXPECT_FALSE(checkTransport({}));
+    EXPECT_FALSE(checkTransport({.rate = qlx::FrameRate::Fps50}));
+    for (const qlx::FrameRate rate : qlx::kFrameRates) {
+        const bool isRight = rate == qlx::FrameRate::Fps25 || rate == qlx::FrameRate::Fps50;
+        EXPECT_EQ(checkTransport({.rate = rate}).has_value(), !isRight);
+    }
+    EXPECT_EQ(checkTransport({.mapPid = 0x10})->code, FindingCode::TsPidWrong);
+    EXPECT_EQ(checkTransport({.mapPid = 0x101})->code, FindingCode::TsPidWrong);
+    EXPECT_EQ(checkTransport({.pcrPid = 0x1FFF})->code, FindingCode::TsPidWrong);
+    // Too few bits are told once, and more lines than a field has each time.
+    KeptBytes sink;
+    TransportWriter writer(sink, {.bitrate = 150'000});
+    std::mt19937 random(2);
+    Findings findings;
+    for (std::size_t number = 0; number < 50; ++number) {
+        Frame frame;
+        frame.number = number;
+        frame.teletext = randomLines(random, 16, true);
+        if (number == 0) {
+            frame.teletext.push_back(frame.teletext.back());
+        }
+        ASSERT_FALSE(writer.write(frame, &findings));
+    }
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::StreamTeletextLeftOut, qlx::Severity::Error, 0, 1, 0}));
+    EXPECT_EQ(findings[1].code, FindingCode::TsBitrateTooLow);
+}
+
+TEST(TransportTeletext, IsToldWhereSomethingIsLost) {
+    const RandomStream stream = randomStream(7, 900'000, 100, {.bitrate = 1'000'000});
+    std::vector<std::size_t> packets;
+    for (std::size_t place = 0; place < stream.bytes.size(); place += 188) {
+        if (ts::parsePacket(std::span(stream.bytes).subspan(place))->pid == 0x101) {
+            packets.push_back(place);
+        }
+    }
+    ASSERT_GT(packets.size(), 100U);
+    std::mt19937 random(3);
+    for (int round = 0; round < 200; ++round) {
+        StreamBytes damaged = stream.bytes;
+        const std::size_t place = packets[20 + random() % 60];
+        const auto at = damaged.begin() + static_cast<std::ptrdiff_t>(place);
+        switch (round % 4) {
+        case 0:
+            damaged.erase(at, at + 188);
+            break;
+        case 1:
+            damaged.erase(at + 50, at + 50 + static_cast<std::ptrdiff_t>(1 + random() % 100));
+            break;
+        case 2:
+            damaged[place + 1] |= 0x80U;
+            break;
+        default:
+            damaged[place] ^= static_cast<std::uint8_t>(1U << random() % 8);
+            break;
+        }
+        Findings findings;
+        const auto moments = momentsOf(damaged, findings);
+        ASSERT_FALSE(findings.empty()) << round;
+        // Nothing else is lost: at most the packet's own time, or two where it ended one and sync was lost in the next.
+        std::size_t equal = 0;
+        for (const ReadMoment& moment : stream.moments) {
+            equal += std::count(moments.begin(), moments.end(), moment) > 0 ? 1U : 0U;
+        }
+        ASSERT_GE(equal + 2, stream.moments.size()) << round;
+        ASSERT_LT(equal, stream.moments.size()) << round;
+    }
+}
+
+/// A stream with these program maps, one after the other, and a PES packet of teletext with each PID behind each of them.
+StreamBytes mappedStream(std::span<const ts::Pmt> maps, std::span<const std::uint16_t> pids) {
+    std::vector<ts::PacketBytes> packets;
+    ts::Pat association;
+    association.programs = {{1, 0x100}};
+    ts::PayloadWriter tables(0);
+    ts::PayloadWriter mapWriter(0x100);
+    tables.addSection(*writePat(association), packets);
+    std::vector<ts::PayloadWriter> writers(pids.begin(), pids.end());
+    std::mt19937 random(1);
+    std::uint64_t pts = 90000;
+    for (const ts::Pmt& map : maps) {
+        mapWriter.addSection(*writePmt(map), packets);
+        for (ts::PayloadWriter& writer : writers) {
+            StreamBytes pes;
+            EXPECT_TRUE(ts::writeTeletextPes(randomLines(random, 1 + writer.pid() % 16, true), pts += 3600, true, pes));
+            writer.addPes(pes, packets);
+        }
+    }
+    StreamBytes stream;
+    for (const ts::PacketBytes& packet : packets) {
+        stream.insert(stream.end(), packet.begin(), packet.end());
+    }
+    return stream;
+}
+
+TEST(TransportTeletext, IsFoundByTheMapOrByItsData) {
+    const std::vector<ts::TeletextPage> pages{{{'s', 'w', 'e'}, ts::TeletextType::Subtitles, 0x399}};
+    ts::Pmt map{.header = {.extension = 1}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
+    map.streams = {{ts::kPrivatePesType, 0x201, {}}, {ts::kPrivatePesType, 0x202, {ts::teletextDescriptor(pages)}}};
+    const std::vector<std::uint16_t> pids{0x201, 0x202};
+    const auto pidsRead = [](const StreamBytes& stream, Findings& findings, std::vector<ts::TeletextPage>* named) {
+        std::vector<std::uint16_t> read;
+        ts::VbiReader reader({}, &findings);
+        reader.push(stream);
+        reader.finish();
+        while (const ts::VbiMoment* const moment = reader.next()) {
+            read.push_back(moment->pid);
+        }
+        if (named != nullptr) {
+            *named = reader.pages();
+        }
+        return read;
+    };
+    Findings findings;
+    std::vector<ts::TeletextPage> named;
+    const auto same = std::vector<ts::Pmt>{map, map};
+    EXPECT_EQ(pidsRead(mappedStream(same, pids), findings, &named), (std::vector<std::uint16_t>{0x202, 0x202}));
+    EXPECT_EQ(named, pages);
+    EXPECT_TRUE(findings.empty());
+    // Without a descriptor the data say it.
+    map.streams[1].descriptors.clear();
+    const auto bare = std::vector<ts::Pmt>{map, map};
+    EXPECT_EQ(pidsRead(mappedStream(bare, pids), findings, &named), (std::vector<std::uint16_t>{0x201, 0x201}));
+    EXPECT_TRUE(named.empty());
+    EXPECT_TRUE(findings.empty());
+    // The PID changes: what came with it before the new map is lost, and the old one is told.
+    ts::Pmt later = map;
+    later.header.version = 1;
+    later.streams = {{ts::kPrivatePesType, 0x202, {ts::teletextDescriptor(pages)}}};
+    const auto changed = std::vector<ts::Pmt>{map, later, later};
+    EXPECT_EQ(pidsRead(mappedStream(changed, pids), findings, nullptr),
+              (std::vector<std::uint16_t>{0x201, 0x202, 0x202}));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::TsStreamGone);
+    EXPECT_EQ(findings[0].first, 0x201);
+    // Of two the first is read, and the other one told.
+    findings.clear();
+    ts::Pmt both = later;
+    both.streams.insert(both.streams.begin(), {ts::kPrivatePesType, 0x201, {ts::teletextDescriptor(pages)}});
+    EXPECT_EQ(pidsRead(mappedStream(std::vector<ts::Pmt>{both, both}, pids), findings, nullptr),
+              (std::vector<std::uint16_t>{0x201, 0x201}));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsTeletextLeftOut, qlx::Severity::Remark, 376, 0x202, 0}));
+    findings.clear();
+    // A map with a wrong CRC is not used.
+    StreamBytes damaged = mappedStream(same, pids);
+    damaged[188 + 12] ^= 1U;
+    findings.clear();
+    EXPECT_EQ(pidsRead(damaged, findings, nullptr), std::vector<std::uint16_t>{0x202});
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsSectionCrcWrong, qlx::Severity::Error, 188, 0x100, 2}));
+}
+
+TEST(TransportTeletext, StandsBesideOtherLines) {
+    // EN 301 775: data_identifier 99h; a caption pair 14h 2Ch of field 2, VPS, WSS, a unit without a name; a unit too short.
+    ts::PesView pes;
+    const StreamBytes data =
+        fromHex("99 c5 03 d5 29 34 c3 0e d0 00000000000000000000000000 c4 03 f7 0000 80 01 00 03 02 0000");
+    pes.payload = data;
+    pes.header.streamId = ts::kPrivateStream1;
+    ts::VbiPacket packet;
+    Findings findings;
+    EXPECT_TRUE(ts::readVbi(pes, packet, &findings));
+    ASSERT_EQ(packet.captions.size(), 1U);
+    EXPECT_EQ(packet.captions[0], qlx::cc::Triplet::make(qlx::cc::CcType::Field2, 0x94, 0x2C));
+    EXPECT_TRUE(packet.others.test(0xC3) && packet.others.test(0xC4) && packet.others.test(0x80));
+    EXPECT_EQ(packet.others.count(), 3U);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsDataUnitWrong, qlx::Severity::Error, 0, 3, 2}));
+    // Nothing is read beyond any end.
+    qlxtest::forEachTruncation(data, [&](const qlxtest::ExactBuffer& part) {
+        pes.payload = part.span();
+        EXPECT_EQ(ts::readVbi(pes, packet, nullptr), part.size() > 0);
+    });
+    for (unsigned identifier = 0; identifier < 256; ++identifier) {
+        const bool isRight = (identifier >= 0x10 && identifier <= 0x1F) || (identifier >= 0x99 && identifier <= 0x9B);
+        EXPECT_EQ(ts::isVbiDataIdentifier(static_cast<std::uint8_t>(identifier)), isRight);
+    }
+}
+
+/// Pages as a writer sends them, in OP-47 packets, in a transport stream and back: the screens are those of the packets.
+TEST(TransportTeletext, ShowsThePagesThatWereWritten) {
+    constexpr std::uint64_t kPages = qlxtest::countFor(2000, 100);
+    for (const qlx::FrameRate rate : {qlx::FrameRate::Fps25, qlx::FrameRate::Fps50}) {
+        std::mt19937 random(11);
+        qlx::teletext::Writer writer(rate);
+        qlx::teletext::SdpStream sdps;
+        const auto direct = teletextOnAir(0x888);
+        std::map<std::int64_t, qlx::screen::Screen> expected;
+        KeptBytes sink;
+        TransportWriter transport(sink, {.rate = rate});
+        const std::int64_t duration = qlx::frameDuration(rate).value * 90000 / qlx::frameDuration(rate).timescale;
+        std::uint64_t added = 0;
+        for (std::uint64_t number = 0; added < kPages / 2 || !writer.isDone(); ++number) {
+            if (number % 16 == 0 && added < kPages / 2) {
+                qlx::teletext::PageText text{.start = number + 4, .end = number + 16, .rows = {}};
+                text.rows.emplace_back();
+                text.rows[0].row = static_cast<std::uint8_t>(1 + random() % 20);
+                for (auto count = static_cast<std::uint32_t>(1 + random() % 30); count > 0; --count) {
+                    text.rows[0].cells.push_back(
+                        {.character = static_cast<char32_t>(U'A' + random() % 26), .isVisible = true});
+                }
+                EXPECT_TRUE(writer.add(text));
+                ++added;
+            }
+            Frame frame;
+            frame.number = number;
+            for (unsigned field = 0; field < writer.fieldsPerFrame(); ++field) {
+                const qlx::teletext::FieldPackets packets = writer.next();
+                for (const auto& sdp : sdps.next(packets.packets.items(), packets.isOdd)) {
+                    const auto bytes = qlx::teletext::writeSdp(sdp);
+                    frame.packets.push_back(qlxtest::packetOf(qlx::anc::ids::kOp47, {bytes->data(), bytes->size()},
+                                                              packets.isOdd ? 12 : 575));
+                }
+            }
+            if (direct->receive(frame)) {
+                expected[static_cast<std::int64_t>(number) * duration] = direct->screen();
+            }
+            ASSERT_FALSE(transport.write(frame, nullptr));
+        }
+        ASSERT_FALSE(transport.finish());
+        Findings findings;
+        const auto onAir = teletextOnAir(0x888);
+        std::map<std::int64_t, qlx::screen::Screen> seen;
+        for (const ReadMoment& moment : momentsOf(sink.kept, findings)) {
+            Frame frame;
+            frame.teletext = moment.lines;
+            if (onAir->receive(frame)) {
+                seen[moment.time] = onAir->screen();
+            }
+        }
+        EXPECT_TRUE(findings.empty());
+        EXPECT_GE(seen.size(), kPages / 2);
+        EXPECT_TRUE(seen == expected);
+        EXPECT_TRUE(onAir->isCarried());
+    }
+}
+
+#ifdef QLX_STREAMS_FFMPEG
+TEST(TransportReader, GivesTeletextWithItsTimes) {
+    const RandomStream stream = randomStream(12, 900'000, 60, {.bitrate = 1'000'000});
+    MemorySource source(stream.bytes);
+    TransportReader reader(source);
+    Findings findings;
+    Frame frame;
+    std::vector<ReadMoment> moments;
+    for (auto more = reader.next(frame, &findings); more && *more; more = reader.next(frame, &findings)) {
+        EXPECT_EQ(frame.number, moments.size());
+        moments.push_back({frame.pts->value, frame.teletext});
+    }
+    EXPECT_EQ(moments, stream.moments);
+    EXPECT_TRUE(findings.empty());
+}
+#endif
+
+TEST(TransportReader, SaysThatThereIsNothing) {
+    ts::MultiplexOptions options;
+    options.map.streams = {{ts::kSpliceType, 0x200, {}}};
+    ts::Multiplexer multiplexer(options);
+    multiplexer.finish(90000);
+    StreamBytes stream;
+    for (const ts::PacketBytes& packet : multiplexer.takePackets()) {
+        stream.insert(stream.end(), packet.begin(), packet.end());
+    }
+    MemorySource source(stream);
+    TransportReader reader(source);
+    EXPECT_TRUE(reader.open().has_value());
+    EXPECT_EQ(reader.open(), reader.open());
+    Frame frame;
+    EXPECT_FALSE(reader.next(frame, nullptr));
+}
+
+}  // namespace
