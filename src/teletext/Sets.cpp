@@ -257,7 +257,7 @@ constexpr Language kLanguages[] = {
     {"sl", "slv", "", 0x1D},    {"bs", "bos", "", 0x1D},    {"ro", "ron", "rum", 0x1F}, {"sr", "srp", "scc", 0x20},
     {"mk", "mkd", "mac", 0x20}, {"et", "est", "", 0x22},    {"lt", "lit", "", 0x23},    {"lv", "lav", "", 0x23},
     {"ru", "rus", "", 0x24},    {"bg", "bul", "", 0x24},    {"uk", "ukr", "", 0x25},    {"el", "ell", "gre", 0x37},
-    {"ar", "ara", "", 0x47},    {"he", "heb", "", 0x55},    {"iw", "", "", 0x55},       {"yi", "yid", "", 0x55},
+    {"ar", "ara", "", 0x47},    {"he", "heb", "", 0x55},    {"iw", "heb", "", 0x55},       {"yi", "yid", "", 0x55},
 };
 
 constexpr char lowerCase(char letter) noexcept {
@@ -269,6 +269,18 @@ constexpr char lowerCase(char letter) noexcept {
 bool isSame(std::string_view given, std::string_view code) noexcept {
     return std::equal(given.begin(), given.end(), code.begin(), code.end(),
                       [](char left, char right) { return lowerCase(left) == right; });
+}
+
+/// The language with this code; null where there is none.
+const Language* languageNamed(std::string_view code) noexcept {
+    for (const Language& entry : kLanguages) {
+        const bool isIt = isSame(code, entry.code) || isSame(code, entry.threeLetters) ||
+                          isSame(code, entry.bibliographic);
+        if (isIt && !code.empty()) {
+            return &entry;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -338,14 +350,16 @@ const CodeTable& g2Codes(G2Set set) noexcept {
 }
 
 std::optional<std::uint8_t> designationOf(std::string_view language) noexcept {
-    for (const Language& entry : kLanguages) {
-        const bool isIt = isSame(language, entry.code) || isSame(language, entry.threeLetters) ||
-                          isSame(language, entry.bibliographic);
-        if (isIt && !language.empty()) {
-            return entry.designation;
-        }
+    const Language* const found = languageNamed(language);
+    return found == nullptr ? std::nullopt : std::optional(found->designation);
+}
+
+std::optional<std::array<char, 3>> languageCode(std::string_view language) noexcept {
+    const Language* const found = languageNamed(language);
+    if (found == nullptr || found->threeLetters.empty()) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return std::array{found->threeLetters[0], found->threeLetters[1], found->threeLetters[2]};
 }
 
 }  // namespace qlx::teletext

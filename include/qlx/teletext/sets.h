@@ -96,6 +96,10 @@ struct MarkedLetter {
 /// @return None for a language that no set is made for.
 [[nodiscard]] QLX_EXPORT std::optional<std::uint8_t> designationOf(std::string_view language) noexcept;
 
+/// The code of three letters of such a language (ISO 639-2, the terminological one), as the descriptors of a transport
+/// stream have it: `deu` for `de` and `ger`. None for a language that no set is made for.
+[[nodiscard]] QLX_EXPORT std::optional<std::array<char, 3>> languageCode(std::string_view language) noexcept;
+
 /// Whether receivers of a region must be told the designation: those of Western Europe have 00h to 06h of their own.
 /// Every other set is designated by a packet X/28/0 in each transmission of the page.
 /// @param region A designation of the receivers' region; its low three bits are not looked at.

@@ -83,6 +83,14 @@ struct RawOptions {
     std::string codec = "auto";
     std::vector<std::string> bytes;
 
+    // Transport streams.
+    std::optional<std::uint64_t> bitrate;
+    std::optional<std::uint64_t> pid;
+    std::optional<std::uint64_t> mapPid;
+    std::optional<std::uint64_t> pcrPid;
+    std::optional<std::string> serviceName;
+    bool isHearingImpaired = false;
+
     // Cues from one file to another one.
     std::string fromStart;
     std::string toStart;

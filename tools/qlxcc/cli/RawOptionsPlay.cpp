@@ -36,14 +36,15 @@ PlayFormat playFormat(const RawOptions& raw) {
     if (!raw.toFormat && raw.output == "-") {
         throw UsageError("--to-format is needed when writing to a pipe");
     }
-    const std::string name = formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc", "a53"});
+    const std::string name =
+        formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc", "a53", "ts"});
     if (name == "jsonl" || name == "scc" || name == "a53") {
         return name == "jsonl" ? PlayFormat::Jsonl : name == "scc" ? PlayFormat::Scc : PlayFormat::A53;
     }
     if (raw.output.value_or("-") == "-" && standardOutputIsTerminal()) {
         throw UsageError("--to-format " + name + " is not for a terminal: name a file with -o");
     }
-    return name == "klv" ? PlayFormat::Klv : PlayFormat::V210;
+    return name == "klv" ? PlayFormat::Klv : name == "ts" ? PlayFormat::TransportStream : PlayFormat::V210;
 }
 
 /// The options that are for captions alone.
@@ -168,7 +169,7 @@ std::vector<TeletextPlayOptions::Page> filesAndPages(const RawOptions& raw) {
     const bool isSingle = raw.files.size() == 1;
     std::vector<TeletextPlayOptions::Page> pages;
     std::optional<std::uint16_t> page;
-    std::optional<std::uint8_t> designation;
+    std::optional<std::string> language;
     auto nextPage = raw.pages.begin();
     auto nextLanguage = raw.languages.begin();
     const auto take = [&] {
@@ -178,15 +179,16 @@ std::vector<TeletextPlayOptions::Page> filesAndPages(const RawOptions& raw) {
         }
         pages.push_back({.subtitles = raw.files[pages.size()],
                          .number = page.value_or(teletext::kSubtitlePage),
-                         .designation = designation});
+                         .language = language.value_or(std::string()),
+                         .designation = language ? std::optional(designationNamed(*language)) : std::nullopt});
         page.reset();
-        designation.reset();
+        language.reset();
     };
     for (const std::string& name : raw.order) {
         if (name == "--page") {
             takeOnce(page, calledPage(*nextPage++), name);
         } else if (name == "--language") {
-            takeOnce(designation, designationNamed(*nextLanguage++), name);
+            takeOnce(language, *nextLanguage++, name);
         } else if (name == kSubtitlesArgument && !isSingle) {
             take();
         }
@@ -194,7 +196,7 @@ std::vector<TeletextPlayOptions::Page> filesAndPages(const RawOptions& raw) {
     if (isSingle) {
         take();
     }
-    if (page || designation) {
+    if (page || language) {
         throw UsageError(std::string(page ? "--page" : "--language") +
                          " stands behind the last file: in front of which "
                          "one is it meant?");
@@ -281,6 +283,43 @@ void readExtendedData(const RawOptions& raw, std::vector<cea608::XdsValue>& valu
     }
 }
 
+/// What a transport stream is made with.
+void readTransportOptions(const RawOptions& raw, PlayOptions& options) {
+    if (options.format != PlayFormat::TransportStream) {
+        refuse(std::array{GivenOption{"--bitrate", raw.bitrate.has_value()}, GivenOption{"--pid", raw.pid.has_value()},
+                          GivenOption{"--map-pid", raw.mapPid.has_value()},
+                          GivenOption{"--pcr-pid", raw.pcrPid.has_value()},
+                          GivenOption{"--service-name", raw.serviceName.has_value()},
+                          GivenOption{"--hearing-impaired", raw.isHearingImpaired}},
+               "the format ts");
+        return;
+    }
+    if (options.mode != PlayMode::Teletext) {
+        throw UsageError("--to-format ts is for --mode teletext only");
+    }
+    if (options.asDeployed) {
+        throw UsageError("--as-deployed is for the formats v210 and klv only");
+    }
+    streams::TransportWriterOptions& transport = options.transport;
+    transport.rate = frameRateOf(options.rate);
+    transport.bitrate = static_cast<std::uint32_t>(raw.bitrate.value_or(transport.bitrate));
+    transport.teletextPid = static_cast<std::uint16_t>(raw.pid.value_or(transport.teletextPid));
+    transport.mapPid = static_cast<std::uint16_t>(raw.mapPid.value_or(transport.mapPid));
+    transport.pcrPid = static_cast<std::uint16_t>(raw.pcrPid.value_or(transport.pcrPid));
+    transport.serviceName = raw.serviceName.value_or("");
+    transport.pages.clear();
+    for (const TeletextPlayOptions::Page& played : options.teletext.pages) {
+        streams::ts::TeletextPage page;
+        page.type = raw.isHearingImpaired ? streams::ts::TeletextType::HearingImpaired : page.type;
+        page.language = teletext::languageCode(played.language).value_or(page.language);
+        page.page = played.number;
+        transport.pages.push_back(page);
+    }
+    if (const auto wrong = streams::checkTransport(transport)) {
+        throw UsageError("--to-format ts: " + wrong->text());
+    }
+}
+
 void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
     refuseOptionsOfCaptions(raw, options);
     if (options.mode == PlayMode::Teletext || options.asDeployed) {
@@ -346,6 +385,7 @@ Action checkedPlay(const RawOptions& raw) {
     checkCaptionOptions(raw, options);
     readCaptionOptions(raw, options);
     readTeletextOptions(raw, options);
+    readTransportOptions(raw, options);
     refuseSeveral(raw, options);
     options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
     options.fillsFrames = !raw.leavesFramesEmpty;

@@ -5,7 +5,7 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "scc", "a53"};
+constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "scc", "a53", "ts"};
 constexpr std::string_view kStyles[] = {"pop-on", "roll-up", "paint-on"};
 
 constexpr OptionRow kMode{
@@ -208,6 +208,44 @@ constexpr OptionRow kPlayOptions[] = {
      .field = &RawOptions::leavesFramesEmpty,
      .help = "Captions: frames without any carry no packet",
      .more = "Without this option they carry one with null pairs, so that every frame has one."},
+    {.names = "--service-name",
+     .value = "NAME",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::serviceName,
+     .help = "ts: the service's name",
+     .more = "It is in the service description table, every 2 s; without a name there is none."},
+    {.names = "--hearing-impaired",
+     .field = &RawOptions::isHearingImpaired,
+     .help = "ts: the subtitles are for the hard of hearing",
+     .more = "The teletext descriptor names its page as one of type 5, otherwise of type 2."},
+    {.names = "--bitrate",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 150'000,
+     .greatest = 1'000'000'000,
+     .field = &RawOptions::bitrate,
+     .help = "ts: bits a second, constant (default: 512000)"},
+    {.names = "--pid",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 32,
+     .greatest = 8190,
+     .field = &RawOptions::pid,
+     .help = "ts: the PID of the teletext (default: 257)"},
+    {.names = "--map-pid",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 32,
+     .greatest = 8190,
+     .field = &RawOptions::mapPid,
+     .help = "ts: the PID of the program's map (default: 256)"},
+    {.names = "--pcr-pid",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 32,
+     .greatest = 8190,
+     .field = &RawOptions::pcrPid,
+     .help = "ts: the PID of the clock, which has packets of its own (default: 496)"},
     {.names = "--non-drop",
      .field = &RawOptions::isNonDrop,
      .help = "scc: non-drop-frame timecodes (default: drop-frame)"},

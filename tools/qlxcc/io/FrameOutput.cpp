@@ -64,6 +64,12 @@ void LeftOut::say() const {
         case FindingCode::StreamCaptionsLeftOut:
             text = "left out: the captions of " + counted(kind.count, "frame") + " that are in no packet";
             break;
+        case FindingCode::StreamTeletextLeftOut:
+            text = "left out: teletext of " + counted(kind.count, "frame");
+            break;
+        case FindingCode::StreamPacketLeftOut:
+            text = "left out: " + counted(kind.count, "packet") + " that are no teletext";
+            break;
         case FindingCode::StreamChannelLeftOut:
             text = "written as luma: " + counted(kind.count, "packet") + " of chroma or the multiplex";
             break;
@@ -154,6 +160,13 @@ std::unique_ptr<FrameWriter> makeFile(OutputFile& output, const FrameOutputOptio
 
 std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutputOptions& options) {
     return makeFile(output, options, nullptr);
+}
+
+std::unique_ptr<FrameWriter> makeTransportFile(OutputFile& output, const streams::TransportWriterOptions& options) {
+    const auto make = [&options](streams::ByteSink& sink) -> std::unique_ptr<streams::FrameWriter> {
+        return std::make_unique<streams::TransportWriter>(sink, options);
+    };
+    return std::make_unique<FrameFile>(output, make, 0, std::make_unique<LeftOut>(output.name()));
 }
 
 std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options) {

@@ -8,6 +8,7 @@
 
 #include <qlx/base/finding.h>
 #include <qlx/streams/frame_reader.h>
+#include <qlx/streams/transport_writer.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -100,6 +101,10 @@ private:
 
 /// Makes a writer of frames.
 [[nodiscard]] std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutputOptions& options);
+
+/// Makes a writer of a transport stream that says, at the end, how much of the frames is not in it.
+[[nodiscard]] std::unique_ptr<FrameWriter> makeTransportFile(OutputFile& output,
+                                                             const streams::TransportWriterOptions& options);
 
 /// Makes a writer that says, at the end, how much of the frames the format does not carry.
 [[nodiscard]] std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options);

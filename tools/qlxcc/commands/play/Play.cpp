@@ -33,6 +33,8 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
             output, options.isDropFrame, options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1);
     case PlayFormat::A53:
         return std::make_unique<A53Writer>(output);
+    case PlayFormat::TransportStream:
+        return makeTransportFile(output, options.transport);
     case PlayFormat::Schedule:
         break;
     }

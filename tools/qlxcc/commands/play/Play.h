@@ -10,6 +10,7 @@
 #include <qlx/cea608/xds.h>
 #include <qlx/cea708/window.h>
 #include <qlx/playout/teletext.h>
+#include <qlx/streams/transport_writer.h>
 
 #include <cstdint>
 #include <optional>
@@ -34,7 +35,7 @@ constexpr bool hasService(PlayMode mode) {
 /// Pictures of more frames a second are progressive: each is one field.
 inline constexpr std::uint32_t kGreatestInterlaced = 30;
 
-enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc, A53 };
+enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc, A53, TransportStream };
 
 /// How captions are sent.
 struct CaptionPlayOptions {
@@ -56,6 +57,7 @@ struct TeletextPlayOptions {
     struct Page {
         std::string subtitles;  ///< As in PlayOptions.
         std::uint16_t number = teletext::kSubtitlePage;
+        std::string language;                     ///< As it was given; empty: it was not.
         std::optional<std::uint8_t> designation;  ///< Of the character set; none: the one that suits the texts best.
     };
 
@@ -80,6 +82,7 @@ struct PlayOptions {
     bool asDeployed = false;  ///< By the fixed operations.
     CaptionPlayOptions captions;
     TeletextPlayOptions teletext;
+    streams::TransportWriterOptions transport;  ///< Transport streams.
 };
 
 /// Runs the subcommand; the result is the exit code.

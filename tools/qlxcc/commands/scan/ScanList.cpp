@@ -55,6 +55,12 @@ std::string captionLine(const std::string& place, const Frame& frame) {
            "  " + rightAligned(frame.triplets.size(), kSizeWidth) + "  " + hex(frame.triplets) + "\n";
 }
 
+/// Bytes are those of the packets from their addresses on.
+std::string teletextLine(const std::string& place, const Frame& frame) {
+    return place + "  " + std::string(kLineWidth - 1, ' ') + "-  -         " + padded("teletext", kNameWidth) + "  " +
+           rightAligned(frame.teletext.size() * teletext::kPacketBytes, kSizeWidth) + "\n";
+}
+
 }  // namespace
 
 std::string TeletextList::headerLine(const teletext::Packet& packet) {
@@ -106,8 +112,12 @@ std::vector<std::string> TeletextList::linesOf(std::span<const std::uint8_t> sub
     if (!sdp) {
         return {"no subtitling data packet"};
     }
+    return linesOf(sdp->lines.items());
+}
+
+std::vector<std::string> TeletextList::linesOf(std::span<const teletext::SdpLine> teletextLines) {
     std::vector<std::string> lines;
-    for (const teletext::SdpLine& line : sdp->lines) {
+    for (const teletext::SdpLine& line : teletextLines) {
         const auto packet = teletext::parsePacket(line.bytes);
         if (!packet) {
             lines.emplace_back("damaged teletext packet");
@@ -169,7 +179,7 @@ std::vector<std::string> ListWriter::detailsOf(const anc::Packet& packet) {
 }
 
 void ListWriter::writeTitle(const Frame& frame) {
-    if (_packets > 0 || _pictures > 0 || _trackFrames > 0) {
+    if (_packets > 0 || _pictures > 0 || _trackFrames > 0 || _teletextFrames > 0) {
         return;
     }
     _showsTimes = frame.pts.has_value();
@@ -183,7 +193,7 @@ std::string ListWriter::placeOf(const Frame& frame) const {
 
 void ListWriter::write(const Frame& frame) {
     ++_frames;
-    if (frame.packets.empty() && frame.triplets.empty()) {
+    if (frame.packets.empty() && frame.triplets.empty() && frame.teletext.empty()) {
         return;
     }
     writeTitle(frame);
@@ -201,6 +211,13 @@ void ListWriter::write(const Frame& frame) {
         }
     }
     _packets += frame.packets.size();
+    if (!frame.teletext.empty()) {
+        _output.write(teletextLine(place, frame));
+        for (const std::string& line : _teletext.linesOf(std::span(frame.teletext))) {
+            _output.write(indent + line + "\n");
+        }
+        ++_teletextFrames;
+    }
     if (!frame.triplets.empty()) {
         _output.write(captionLine(place, frame));
         _output.write(indent + tripletsInWords(frame.triplets) + "\n");
@@ -215,6 +232,8 @@ void ListWriter::writeSummary() {
     _output.write(
         counted(_packets, "packet") + " in " + counted(_frames, "frame") +
         (_pictures > 0 ? ", " + counted(_pictures, "frame") + " with captions in the picture" : std::string()) +
+        (_teletextFrames > 0 ? ", " + counted(_teletextFrames, "frame") + " with teletext in a transport stream"
+                             : std::string()) +
         (_trackFrames > 0 ? ", " + counted(_trackFrames, "frame") + " with captions in a track" : std::string()) +
         "\n");
 }

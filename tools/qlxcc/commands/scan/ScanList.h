@@ -11,6 +11,7 @@
 #include <qlx/cea608/xds.h>
 #include <qlx/cea708/packet.h>
 #include <qlx/teletext/packet.h>
+#include <qlx/teletext/sdp.h>
 
 #include <array>
 #include <cstdint>
@@ -30,6 +31,9 @@ public:
     explicit TeletextList(bool inColours, std::uint8_t region = 0) : _inColours(inColours), _region(region) {}
 
     [[nodiscard]] std::vector<std::string> linesOf(std::span<const std::uint8_t> subtitlingPacket);
+
+    /// The same of lines that came in another way.
+    [[nodiscard]] std::vector<std::string> linesOf(std::span<const teletext::SdpLine> teletextLines);
 
 private:
     [[nodiscard]] std::string headerLine(const teletext::Packet& packet);
@@ -95,8 +99,9 @@ private:
     CaptionContents _captions;
     std::uint64_t _frames = 0;
     std::uint64_t _packets = 0;
-    std::uint64_t _pictures = 0;     ///< That came with captions.
-    std::uint64_t _trackFrames = 0;  ///< With captions in a track.
+    std::uint64_t _pictures = 0;        ///< That came with captions.
+    std::uint64_t _trackFrames = 0;     ///< With captions in a track.
+    std::uint64_t _teletextFrames = 0;  ///< With teletext in no packet.
     bool _showsTimes = false;
 };
 
