@@ -26,6 +26,7 @@ constexpr NamedKind kKindNames[] = {
     {"mov", InputKind::Mov},          {"ts", InputKind::TransportStream},
     {"ps", InputKind::ProgramStream}, {"png", InputKind::Png},
     {"ppm", InputKind::Ppm},          {"vtt", InputKind::Vtt},
+    {"mcc", InputKind::Mcc},
 };
 
 /// Extensions that differ from the names of the kinds.
@@ -126,6 +127,9 @@ std::optional<InputKind> kindOfText(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     if (text.starts_with("Scenarist_SCC")) {
         return InputKind::Scc;
+    }
+    if (text.starts_with("File Format=MacCaption_MCC")) {
+        return InputKind::Mcc;
     }
     constexpr std::string_view kWebVtt = "WEBVTT";
     if (text.starts_with(kWebVtt) &&

@@ -1,5 +1,6 @@
 #include <qlx/streams/jsonl.h>
 
+#include "HexText.h"
 #include "JsonFrame.h"
 #include "LeftOut.h"
 
@@ -13,29 +14,7 @@ namespace qlx::streams {
 
 namespace {
 
-using HexDigits = std::array<std::array<char, 2>, 256>;
-
-/// The two digits of each byte.
-constexpr HexDigits makeHexDigits() {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    HexDigits digits{};
-    for (std::size_t byte = 0; byte < digits.size(); ++byte) {
-        digits[byte] = {kDigits[byte >> 4U], kDigits[byte & 15U]};
-    }
-    return digits;
-}
-
-constexpr HexDigits kHexDigits = makeHexDigits();
-
-void appendHex(std::string& text, std::span<const std::uint8_t> bytes) {
-    const std::size_t size = text.size();
-    text.resize(size + bytes.size() * 2);
-    char* to = text.data() + size;
-    for (const std::uint8_t byte : bytes) {
-        *to++ = kHexDigits[byte][0];
-        *to++ = kHexDigits[byte][1];
-    }
-}
+using detail::appendHex;
 
 template <class Number>
 void appendNumber(std::string& text, Number number) {

@@ -2,6 +2,7 @@
 
 #include <qlx/streams/jsonl.h>
 #include <qlx/streams/klv.h>
+#include <qlx/streams/mcc.h>
 #include <qlx/streams/scc.h>
 #include <qlx/streams/transport.h>
 #include <qlx/streams/video.h>
@@ -51,8 +52,11 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
         return std::make_unique<KlvReader>(source);
     case InputKind::Jsonl:
         return std::make_unique<JsonlReader>(source);
+    case InputKind::Mcc:
+        return std::make_unique<MccReader>(source, options.rate);
     case InputKind::Scc:
-        return std::make_unique<SccReader>(source);
+        return std::make_unique<SccReader>(
+            source, SccOptions{.rate = options.rate.value_or(FrameRate::Fps2997), .field = options.field});
     case InputKind::H264:
         return std::make_unique<VideoReader>(source, video::Codec::H264);
     case InputKind::Mpeg2:

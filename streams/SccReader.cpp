@@ -1,8 +1,9 @@
 #include <qlx/streams/scc.h>
 
-#include <qlx/cc/time_code.h>
+#include <qlx/base/parity.h>
 
 #include "LineReader.h"
+#include "TimeCodeText.h"
 
 #include <algorithm>
 #include <array>
@@ -15,77 +16,16 @@ namespace qlx::streams {
 
 namespace {
 
-constexpr FrameRate kRate = FrameRate::Fps2997;
 constexpr std::string_view kTitle = "Scenarist_SCC V1.0";
 constexpr std::string_view kBlanks = " \t";
 constexpr std::size_t kPairDigits = 4;
-
-/// What a line's timecode says.
-struct Start {
-    std::uint64_t frame = 0;
-    bool dropsFrames = false;
-};
-
-/// Takes a number of decimal digits, at most `most` of them, and the mark behind it from the beginning of a text.
-/// @param marks What may be behind it; empty where the text must end. Gets the one that is.
-std::optional<std::uint8_t> takeNumber(std::string_view& text, std::size_t least, std::size_t most,
-                                       std::string_view marks, char& mark) {
-    std::uint8_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const auto size = static_cast<std::size_t>(end - text.data());
-    if (error != std::errc{} || size < least || size > most) {
-        return std::nullopt;
-    }
-    text.remove_prefix(size);
-    if (marks.empty()) {
-        return text.empty() ? std::optional(number) : std::nullopt;
-    }
-    if (text.empty() || marks.find(text.front()) == std::string_view::npos) {
-        return std::nullopt;
-    }
-    mark = text.front();
-    text.remove_prefix(1);
-    return number;
-}
-
-/// The frame that a timecode names.
-std::optional<Start> startOf(std::string_view timecode) {
-    constexpr std::size_t kMostDigitsOfHours = 4;
-    char mark = 0;
-    const auto hours = takeNumber(timecode, 1, kMostDigitsOfHours, ":", mark);
-    const auto minutes = hours ? takeNumber(timecode, 2, 2, ":", mark) : std::nullopt;
-    const auto seconds = minutes ? takeNumber(timecode, 2, 2, ":;", mark) : std::nullopt;
-    const bool dropsFrames = mark == ';';
-    const auto frames = seconds ? takeNumber(timecode, 2, 2, {}, mark) : std::nullopt;
-    if (!frames || *hours > 23 || *minutes > 59 || *seconds > 59 || *frames >= nominalFramesPerSecond(kRate)) {
-        return std::nullopt;
-    }
-    const auto timeCode = cc::CdpTimeCode::make({.hours = *hours,
-                                                 .minutes = *minutes,
-                                                 .seconds = *seconds,
-                                                 .frames = *frames,
-                                                 .fieldFlag = false,
-                                                 .dropFrame = dropsFrames});
-    if (!cc::isPossible(timeCode, kRate)) {
-        return std::nullopt;  // a number that drop-frame counting leaves out
-    }
-    return Start{cc::FrameCount(kRate, dropsFrames).ofLabel(cc::labelOf(timeCode, kRate)), dropsFrames};
-}
-
-/// A frame's timecode as a finding has it.
-std::int64_t timecodeNumber(std::uint64_t frame, bool dropsFrames) {
-    constexpr std::int64_t kDropFrame = 0x8000'0000;
-    const cc::TimeCodeFields fields = cc::FrameCount(kRate, dropsFrames).timeCodeOf(frame).fields();
-    return std::int64_t{fields.hours} << 24 | std::int64_t{fields.minutes} << 16 | std::int64_t{fields.seconds} << 8 |
-           fields.frames | (dropsFrames ? kDropFrame : 0);
-}
 
 }  // namespace
 
 /// The lines of a file, and the pairs of the one in hand.
 class SccReader::Lines {
 public:
-    explicit Lines(ByteSource& source) : _lines(source) {}
+    Lines(ByteSource& source, const SccOptions& options) : _options(options), _lines(source) {}
 
     Result<bool> next(Frame& frame, FindingSink* findings) {
         if (_failure) {
@@ -102,8 +42,10 @@ private:
     Result<bool> read(Frame& frame, FindingSink* findings);
     Result<bool> readTitle();
     Result<bool> readLine();
-    void place(const Start& start);
+    void place(const detail::TimeCodeText& start);
+    void checkParity(std::uint16_t pair, std::size_t begin, FindingSink* findings);
 
+    SccOptions _options;
     detail::LineReader _lines;
     std::string _line;
     std::size_t _place =
@@ -112,17 +54,19 @@ private:
     std::uint64_t _lineFrame = 0;    ///< What the timecode of the line in hand names.
     std::uint64_t _lineNumber = 0;   ///< Of that line; 0 in front of the first one.
     std::optional<Finding> _remark;  ///< On that line; made known with its first pair.
+    bool _hasToldParity = false;     ///< Of that line.
     std::optional<Finding> _failure;
 };
 
 /// Gives the line in hand its place: the frame that its timecode names, or else behind the pairs before.
-void SccReader::Lines::place(const Start& start) {
+void SccReader::Lines::place(const detail::TimeCodeText& start) {
     _remark.reset();
+    _hasToldParity = false;
     if (start.frame < _nextFrame) {
         const FindingCode code =
             start.frame < _lineFrame ? FindingCode::SccTimecodeEarlier : FindingCode::SccTimecodeOverlaps;
         _remark = {code, Severity::Remark, _lines.number(), static_cast<std::int64_t>(_lineNumber),
-                   timecodeNumber(_nextFrame, start.dropsFrames)};
+                   detail::timecodeNumber(_nextFrame, _options.rate, start.dropsFrames)};
     }
     _nextFrame = std::max(_nextFrame, start.frame);
     _lineFrame = start.frame;
@@ -162,12 +106,26 @@ Result<bool> SccReader::Lines::readLine() {
             continue;
         }
         _place = std::min(_line.find_first_of(kBlanks, begin), _line.size());
-        const auto start = startOf(std::string_view(_line).substr(begin, _place - begin));
-        if (!start) {
-            return _lines.error(FindingCode::SccTimecodeWrong);
+        const auto start =
+            detail::readTimeCode(std::string_view(_line).substr(begin, _place - begin), _options.rate, std::nullopt);
+        if (!start || start->size != _place - begin) {
+            return _options.rate == FrameRate::Fps2997
+                       ? _lines.error(FindingCode::SccTimecodeWrong)
+                       : _lines.error(FindingCode::SccTimecodeOfRateWrong, nominalFramesPerSecond(_options.rate));
         }
         place(*start);
         return true;
+    }
+}
+
+/// Says where the first byte with wrong parity is on a line.
+void SccReader::Lines::checkParity(std::uint16_t pair, std::size_t begin, FindingSink* findings) {
+    const bool isRight =
+        hasOddParity(static_cast<std::uint8_t>(pair >> 8U)) && hasOddParity(static_cast<std::uint8_t>(pair));
+    if (!isRight && !_hasToldParity && findings != nullptr) {
+        findings->add(
+            {FindingCode::SccParityWrong, Severity::Remark, _lines.number(), static_cast<std::int64_t>(begin + 1), 0});
+        _hasToldParity = true;
     }
 }
 
@@ -191,19 +149,21 @@ Result<bool> SccReader::Lines::read(Frame& frame, FindingSink* findings) {
         findings->add(*_remark);
     }
     _remark.reset();
-    constexpr std::uint8_t kFieldOne = 0xFC;
-    const std::array<std::uint8_t, 3> triplet{kFieldOne, static_cast<std::uint8_t>(pair >> 8U),
-                                              static_cast<std::uint8_t>(pair)};
+    checkParity(pair, begin, findings);
+    const cc::Triplet triplet =
+        cc::Triplet::make(_options.field, static_cast<std::uint8_t>(pair >> 8U), static_cast<std::uint8_t>(pair));
+    const std::array<std::uint8_t, sizeof(cc::Triplet)> bytes{triplet.header, triplet.first, triplet.second};
     frame = {};
     frame.number = _nextFrame++;
-    const MediaTime duration = frameDuration(kRate);
+    const MediaTime duration = frameDuration(_options.rate);
     frame.pts = MediaTime::make(static_cast<std::int64_t>(frame.number) * duration.value, duration.timescale);
-    frame.triplets = Data(triplet);
+    frame.triplets = Data(bytes);
     frame.captionPlace = CaptionPlace::Track;
     return true;
 }
 
-SccReader::SccReader(ByteSource& source) : _lines(std::make_unique<Lines>(source)) {}
+SccReader::SccReader(ByteSource& source, const SccOptions& options)
+    : _lines(std::make_unique<Lines>(source, options)) {}
 SccReader::~SccReader() = default;
 
 Result<bool> SccReader::next(Frame& frame, FindingSink* findings) {

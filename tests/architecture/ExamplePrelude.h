@@ -161,6 +161,10 @@ namespace streams_klv {
 extern qlx::streams::ByteSource& source;
 extern qlx::streams::ByteSink& sink;
 }  // namespace streams_klv
+namespace streams_mcc {
+extern qlx::streams::ByteSource& source;
+extern qlx::streams::ByteSink& sink;
+}  // namespace streams_mcc
 namespace streams_on_air {
 extern std::vector<qlx::streams::Frame> frames;
 }
@@ -187,6 +191,9 @@ namespace streams_transport {
 extern qlx::streams::ByteSource& source;
 }
 namespace streams_transport_writer {
+extern qlx::streams::ByteSink& sink;
+}
+namespace streams_scc {
 extern qlx::streams::ByteSink& sink;
 }
 namespace streams_video {

@@ -173,7 +173,10 @@ TEST(Show, ReadsScenaristFiles) {
     EXPECT_EQ(shown(file, {"--at", "0.5"}), "teletext page 888 at 00:00:00,500: nothing on air (the first frame is at "
                                             "00:00:01,001)\ncaptions CC1 at 00:00:00,500: nothing on air (the first "
                                             "frame is at 00:00:01,001)\n");
-    EXPECT_EQ(shown(file, {"--at", "2", "--channel", "cc3"}), "captions CC3 at 00:00:02,000: nothing on air\n");
+    // A file has the pairs of one field, and does not say of which: that of the channel.
+    EXPECT_EQ(shown(file, {"--at", "2", "--channel", "cc2"}), "captions CC2 at 00:00:02,000: nothing on air\n");
+    EXPECT_EQ(shown(file, {"--at", "2", "--channel", "cc3"}),
+              "captions CC3 at 00:00:02,000, since 00:00:01,301 (frame 39):\n  15   Hi you\n");
     EXPECT_EQ(shown(file, {"--all", "--json"}),
               R"({"channel":"CC1","from":"00:00:01,301","from_frame":39,"rows":[{"column":1,"row":15,"runs":[)"
               R"({"background":"black","color":"white","text":"Hi"},)"

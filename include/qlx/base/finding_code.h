@@ -461,6 +461,26 @@ enum class FindingCode : std::uint32_t {
     // streams, files of frames (more)
     RowLayoutWrong = 0x1F'0141,  ///< Pixels of a row, rows of a frame.
     StreamPairPacketCut,         ///< Bytes of a CEA-608 packet, bytes that it needs.
+    SccTimecodeOfRateWrong,      ///< Frames that the timecodes of a second count.
+    SccParityWrong,              ///< Character of the line at which the pair begins, counted from 1.
+    SccPairLate,                 ///< Pairs of the frame that go out with later ones.
+    SccTripletsLeftOut,          ///< Triplets of the frame that are of another field or of a caption service.
+    SccBehindMidnight,           ///< Number of the frame.
+    SccTooManyPairs,             ///< As many pairs may wait.
+    MccTitleMissing,             ///< No numbers.
+    MccRateMissing,              ///< No numbers; no header line says what the timecodes count.
+    MccRateWrong,                ///< No numbers; what it says is none of those that there are.
+    MccRateTaken,                ///< Frames of a second that the timecodes count, and that are taken as they are.
+    MccRateOfCdpOther,           ///< Frames of a second of the first CDP, those that the timecodes count.
+    MccRateGivenOther,           ///< Frames of a second that the caller has given, and that are not taken.
+    MccTimecodeWrong,            ///< Frames that the timecodes of a second count.
+    MccTimecodeEarlier,   ///< Four bytes of the timecode before as a number, and 8000'0000h in drop-frame counting.
+    MccCharacterWrong,    ///< Character of the line, counted from 1.
+    MccPacketCut,         ///< Bytes there, bytes of the packet.
+    MccChecksumWrong,     ///< Checksum there, checksum of the packet.
+    MccBytesLeft,         ///< Bytes behind the packet.
+    StreamLineLeftOut,    ///< Line number of a packet.
+    StreamPacketLeftOut,  ///< DID, SDID of a packet of which the form carries nothing.
 
     // streams: what a form does not carry, though the rest is read or written
     StreamCaptionsLeftOut = 0x1F'0181,  ///< Triplets that are in no packet.

@@ -9,6 +9,7 @@
 
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/result.h>
+#include <qlx/cc/triplet.h>
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/container.h>
 #include <qlx/streams/export.h>
@@ -27,10 +28,13 @@ namespace qlx::streams {
 struct OpenOptions {
     std::uint32_t width = kUsualRowWidth;    ///< v210, 2vuy: pixels of a row.
     std::vector<std::uint64_t> lines = {0};  ///< v210, 2vuy: the line number of each row of a frame, ascending.
-    std::optional<FrameRate> rate;           ///< Gives frames without a time of their own one, from 0.
-    ContainerOptions container{};            ///< How a container is read.
+    /// Gives frames without a time of their own one, from 0. Of files with timecodes: the frames that those count; none:
+    /// 29.97.
+    std::optional<FrameRate> rate;
+    ContainerOptions container{};  ///< How a container is read.
     /// MPEG-TS: the PID whose teletext is read; none for the first one that has some.
     std::optional<std::uint16_t> teletextPid{};
+    cc::CcType field = cc::CcType::Field1;  ///< Scenarist captions: the field of their pairs, Field1 or Field2.
 };
 
 /// Opens a file for reading its frames: packets, captions that are in no packet, or both.

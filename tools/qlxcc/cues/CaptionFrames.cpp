@@ -23,12 +23,12 @@ constexpr std::size_t kPairsWidth = 5;
 // End of caption, which shows the caption that was loaded (CTA-608, data channel 1), with parity.
 constexpr std::array<std::uint8_t, 2> kEndOfCaption{0x94, 0x2F};
 
-/// The frame's pairs of a field that are no fillers; empty when it has none.
-Data pairOf(const Frame& frame, cc::CcType field = cc::CcType::Field1) {
+/// The frame's pairs of field 1 that are no fillers; empty when it has none.
+Data pairOf(const Frame& frame) {
     std::vector<std::uint8_t> pairs;
     if (!frame.packets.empty()) {
         if (const Result<cc::Cdp> cdp = cc::parseCdp(frame.packets.front().userData)) {
-            for (const cc::Triplet& pair : cc::fieldPairs(cdp->triplets(), field)) {
+            for (const cc::Triplet& pair : cc::fieldPairs(cdp->triplets(), cc::CcType::Field1)) {
                 if (!pair.isNullPair()) {
                     pairs.insert(pairs.end(), {pair.first, pair.second});
                 }
@@ -83,37 +83,6 @@ void CaptionScheduleWriter::finish() {
     if (_isSending) {
         writeCaption(nullptr);
     }
-}
-
-SccWriter::SccWriter(OutputFile& output, bool isDropFrame, cc::CcType field)
-    : _output(output), _isDropFrame(isDropFrame), _field(field) {
-    _output.write("Scenarist_SCC V1.0\n");
-}
-
-void SccWriter::write(const Frame& frame) {
-    const Data pair = pairOf(frame, _field);
-    if (pair.empty()) {
-        finish();
-        return;
-    }
-    if (!_isInRun) {
-        const auto start = timecodeAt2997(frame.number, _isDropFrame);
-        if (!start) {
-            throw Failure("frame " + std::to_string(frame.number) + ": a Scenarist caption file holds 24 hours only");
-        }
-        _output.write("\n" + *start + "\t");
-    } else {
-        _output.write(" ");
-    }
-    _isInRun = true;
-    _output.write(hex(pair));
-}
-
-void SccWriter::finish() {
-    if (_isInRun) {
-        _output.write("\n");
-    }
-    _isInRun = false;
 }
 
 void A53Writer::write(const Frame& frame) {

@@ -1,11 +1,10 @@
-// The CEA-608 captions of a playout: their packets, the readable schedule, and Scenarist caption files.
+// The CEA-608 captions of a playout: their packets, and the readable schedule.
 #pragma once
 
 #include "io/Frame.h"
 #include "io/OutputFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
-#include <qlx/cc/triplet.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -46,23 +45,6 @@ private:
     MediaTime _firstTime;
     std::uint64_t _firstFrame = 0;
     std::uint64_t _lastFrame = 0;
-};
-
-/// Writes a Scenarist caption file for 29.97 frames a second: a line for each run of consecutive frames that carry a
-/// pair of a field, with the timecode of its first frame and the pairs in hexadecimal digits, parity included.
-class SccWriter final : public FrameWriter {
-public:
-    /// @param isDropFrame Whether timecodes skip two numbers a minute (SMPTE ST 12-1).
-    SccWriter(OutputFile& output, bool isDropFrame, cc::CcType field = cc::CcType::Field1);
-
-    void write(const Frame& frame) override;
-    void finish() override;
-
-private:
-    OutputFile& _output;
-    bool _isDropFrame;
-    cc::CcType _field;
-    bool _isInRun = false;
 };
 
 /// Writes a line a frame with its triplets in an A/53 cc_data structure, in hexadecimal digits, as extract prints it.

@@ -173,6 +173,9 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
                       const TakeCue& take) {
     FrameSourceOptions options = request.source;
     options.kind = kind;
+    if (request.channel && request.channel->field == 2) {
+        options.field = cc::CcType::Field2;
+    }
     if (hasRows(kind) && !options.lines) {
         throw UsageError("--lines or --rows is needed with " + std::string(streams::nameOf(kind)) +
                          ": the rows of a frame say which time a row has");

@@ -10,9 +10,10 @@ void FrameInput::setReader(std::unique_ptr<streams::FrameReader> reader, streams
     _words.emplace(_name, *_reader, kind);
 }
 
-/// Whether what is wrong was used all the same: of packets in KLV files and on rows it is known.
+/// Whether what is wrong was used all the same: of packets in KLV and MCC files and on rows it is known.
 bool FrameInput::isUsed(Severity severity) const noexcept {
-    return (_kind == streams::InputKind::Klv || streams::hasRows(_kind)) && severity != Severity::Error;
+    return (_kind == streams::InputKind::Klv || _kind == streams::InputKind::Mcc || streams::hasRows(_kind)) &&
+           severity != Severity::Error;
 }
 
 void FrameInput::sayRest(std::vector<FrameProblem>& problems) {

@@ -79,6 +79,18 @@ void LeftOut::say() const {
         case FindingCode::StreamWrappingLeftOut:
             text = "left out: the wrapping type of " + counted(kind.count, "packet");
             break;
+        case FindingCode::StreamPacketLeftOut:
+            text = "left out: " + counted(kind.count, "packet") + " of which such a file carries nothing";
+            break;
+        case FindingCode::SccTripletsLeftOut:
+            text = "left out: what " + counted(kind.count, "frame") + " have of another field or a caption service";
+            break;
+        case FindingCode::StreamLineLeftOut:
+            text = "left out: the line number of " + counted(kind.count, "packet");
+            break;
+        case FindingCode::SccPairLate:
+            text = "sent later: pairs of " + counted(kind.count, "frame") + " that have more than one";
+            break;
         default:
             text = "left out, " + counted(kind.count, "time") + ": " + Finding{code, Severity::Warning, 0, 0, 0}.text();
             break;
@@ -134,7 +146,7 @@ void settleRows(InputKind input, FrameSourceOptions& source, FrameOutputOptions&
 namespace {
 
 std::unique_ptr<FrameWriter> makeFile(OutputFile& output, const FrameOutputOptions& options,
-                                      std::unique_ptr<LeftOut> leftOut) {
+                                      std::shared_ptr<LeftOut> leftOut) {
     const auto make = [&options](streams::ByteSink& sink) -> std::unique_ptr<streams::FrameWriter> {
         const bool asDeployed = options.form == RowForm::AsDeployed;
         switch (options.format) {
@@ -145,6 +157,10 @@ std::unique_ptr<FrameWriter> makeFile(OutputFile& output, const FrameOutputOptio
                 return std::make_unique<DeployedRowWriter>(sink, options.layout);
             }
             return std::make_unique<streams::RowWriter>(sink, options.layout);
+        case FrameFormat::Mcc:
+            return std::make_unique<streams::MccWriter>(sink, options.mcc);
+        case FrameFormat::Scc:
+            return std::make_unique<streams::SccWriter>(sink, options.scc);
         case FrameFormat::Klv:
             break;
         }
@@ -166,11 +182,12 @@ std::unique_ptr<FrameWriter> makeTransportFile(OutputFile& output, const streams
     const auto make = [&options](streams::ByteSink& sink) -> std::unique_ptr<streams::FrameWriter> {
         return std::make_unique<streams::TransportWriter>(sink, options);
     };
-    return std::make_unique<FrameFile>(output, make, 0, std::make_unique<LeftOut>(output.name()));
+    return std::make_unique<FrameFile>(output, make, 0, std::make_shared<LeftOut>(output.name()));
 }
 
-std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options) {
-    return makeFile(output, options, std::make_unique<LeftOut>(output.name()));
+std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options,
+                                             std::shared_ptr<LeftOut> leftOut) {
+    return makeFile(output, options, leftOut ? std::move(leftOut) : std::make_shared<LeftOut>(output.name()));
 }
 
 }  // namespace qlx::tool

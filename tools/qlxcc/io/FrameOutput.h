@@ -8,6 +8,8 @@
 
 #include <qlx/base/finding.h>
 #include <qlx/streams/frame_reader.h>
+#include <qlx/streams/mcc.h>
+#include <qlx/streams/scc.h>
 #include <qlx/streams/transport_writer.h>
 
 #include <cstddef>
@@ -23,7 +25,7 @@
 namespace qlx::tool {
 
 /// A file of frames with packets.
-enum class FrameFormat : std::uint8_t { V210, Klv, Jsonl };
+enum class FrameFormat : std::uint8_t { V210, Klv, Jsonl, Scc, Mcc };
 
 /// How packets are put into elements and on rows.
 enum class RowForm : std::uint8_t {
@@ -36,6 +38,8 @@ struct FrameOutputOptions {
     FrameFormat format = FrameFormat::Klv;
     RowForm form = RowForm::Contiguous;
     RowLayout layout;  ///< v210.
+    streams::SccOptions scc{};
+    streams::MccHeader mcc{};
 };
 
 /// The format called `v210`, `klv` or `jsonl`.
@@ -62,6 +66,9 @@ public:
     /// Counts the wrapping types of a frame that is not written as it is.
     void addWrappings(const Frame& frame);
 
+    /// Whether all has been carried.
+    [[nodiscard]] bool isEmpty() const noexcept { return _kinds.empty(); }
+
     /// Says each kind once, with its count and where the first is.
     void say() const;
 
@@ -85,7 +92,7 @@ public:
     /// @param output Must outlive this.
     /// @param width Of rows in pixels, for messages.
     /// @param leftOut Counts what is not carried, and says it at the end; may be null.
-    FrameFile(OutputFile& output, const Make& make, std::size_t width = 0, std::unique_ptr<LeftOut> leftOut = nullptr)
+    FrameFile(OutputFile& output, const Make& make, std::size_t width = 0, std::shared_ptr<LeftOut> leftOut = nullptr)
         : _bytes(output), _writer(make(_bytes)), _width(width), _leftOut(std::move(leftOut)) {}
 
     /// @throws Failure when a packet has no place, or the output cannot be written.
@@ -96,7 +103,7 @@ private:
     OutputBytes _bytes;
     std::unique_ptr<streams::FrameWriter> _writer;
     std::size_t _width;
-    std::unique_ptr<LeftOut> _leftOut;
+    std::shared_ptr<LeftOut> _leftOut;
 };
 
 /// Makes a writer of frames.
@@ -107,6 +114,8 @@ private:
                                                              const streams::TransportWriterOptions& options);
 
 /// Makes a writer that says, at the end, how much of the frames the format does not carry.
-[[nodiscard]] std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options);
+/// @param leftOut What counts that; null for one of its own.
+[[nodiscard]] std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options,
+                                                           std::shared_ptr<LeftOut> leftOut = nullptr);
 
 }  // namespace qlx::tool

@@ -5,6 +5,7 @@
 #include "io/Rates.h"
 
 #include <qlx/anc/row.h>
+#include <qlx/cc/triplet.h>
 #include <qlx/streams/input_kind.h>
 #include <qlx/streams/rows.h>
 
@@ -25,6 +26,7 @@ struct FrameSourceOptions {
     std::optional<std::vector<std::uint64_t>> lines;  ///< v210, 2vuy: the line of each row of a frame. None: one, 0.
     bool nearStart = false;                           ///< v210, 2vuy: search as the fixed operation does.
     std::optional<Rate> rate;                         ///< Gives frames without a time of their own one, from 0.
+    cc::CcType field = cc::CcType::Field1;            ///< Scenarist captions: the field of their pairs.
 };
 
 /// What a file is: what the options say, or else its content, or else its name.

@@ -35,6 +35,7 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::Png, "a PNG picture", "line21"},
     {InputKind::Ppm, "a PPM picture", "line21"},
     {InputKind::Vtt, "a WebVTT file", "convert"},
+    {InputKind::Mcc, "an MCC file", "scan, show, extract, rate and convert"},
 };
 
 }  // namespace

@@ -72,8 +72,9 @@ std::unique_ptr<FrameInput> openFrames(InputFile& source, const FrameSourceOptio
         input->setReader(std::move(reader), kind);
         return input;
     }
-    auto reader =
-        streams::openFrames(input->bytes(), kind, {.width = layout.width, .lines = layout.lines, .rate = rate});
+    auto reader = streams::openFrames(
+        input->bytes(), kind,
+        {.width = layout.width, .lines = layout.lines, .rate = rate, .container = {}, .field = options.field});
     if (!reader) {
         throw otherKind(source.name(), kind, "which has no frames with packets or captions");
     }

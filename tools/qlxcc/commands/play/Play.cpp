@@ -29,8 +29,12 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
     case PlayFormat::Jsonl:
         return makeFrameFile(output, {.format = FrameFormat::Jsonl, .form = {}, .layout = {}});
     case PlayFormat::Scc:
-        return std::make_unique<SccWriter>(
-            output, options.isDropFrame, options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1);
+        return makeFrameFile(
+            output, {.format = FrameFormat::Scc,
+                     .form = {},
+                     .layout = {},
+                     .scc = {.field = options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1,
+                             .dropsFrames = options.isDropFrame}});
     case PlayFormat::A53:
         return std::make_unique<A53Writer>(output);
     case PlayFormat::TransportStream:

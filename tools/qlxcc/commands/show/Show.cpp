@@ -162,6 +162,9 @@ public:
     std::uint64_t run() {
         FrameSourceOptions sourceOptions = _options.source;
         sourceOptions.kind = _kind;
+        if (_options.channel && _options.channel->field == 2) {
+            sourceOptions.field = cc::CcType::Field2;
+        }
         const auto reader = openFrames(_source, sourceOptions);
         std::uint64_t problemCount = 0;
         try {
