@@ -137,7 +137,7 @@ TEST(SccWriting, SaysWhatItLeavesOut) {
                                          "@0 packet with DID 43 and SDID 02 left out\n"
                                          "@1 2 triplets of another field or of a caption service left out\n");
     EXPECT_EQ(written({frameOf(0, {kOfField2})}, {.field = CcType::Field2}), kTitle + "\n00:00:00;00\t1520\n");
-    const std::uint64_t day = 24 * 107'892;
+    const std::uint64_t day = std::uint64_t{24} * 107'892;
     EXPECT_EQ(written({frameOf(day - 1, {kResume}), frameOf(day, {kResume})}),
               kTitle + "\n23:59:59;29\t9420!0 a Scenarist caption file holds 24 hours only\n");
 }

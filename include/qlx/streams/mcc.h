@@ -37,10 +37,10 @@ struct MccHeader {
     std::uint8_t version = 1;             ///< 1 or 2.
     FrameRate rate = FrameRate::Fps2997;  ///< The frames that its timecodes count.
     bool dropsFrames = false;             ///< How they count; the timecodes themselves do not say it.
-    std::string uuid;                     ///< `UUID`; may be empty, as all texts.
-    std::string creationProgram;          ///< `Creation Program`
-    std::string creationDate;             ///< `Creation Date`: `Thursday, June 04, 2015`
-    std::string creationTime;             ///< `Creation Time`: `13:48:25`
+    std::string uuid{};                   ///< `UUID`; may be empty, as all texts.
+    std::string creationProgram{};        ///< `Creation Program`
+    std::string creationDate{};           ///< `Creation Date`: `Thursday, June 04, 2015`
+    std::string creationTime{};           ///< `Creation Time`: `13:48:25`
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const MccHeader&, const MccHeader&) = default;

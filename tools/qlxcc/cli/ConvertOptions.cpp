@@ -5,17 +5,23 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kConvertedFormats[] = {"srt", "vtt", "stl"};
+constexpr std::string_view kConvertedFormats[] = {"srt", "vtt", "stl", "klv", "v210", "jsonl", "mcc", "scc"};
 constexpr std::string_view kConvertFormats[] = {"srt", "vtt",  "stl",   "json", "v210", "2vuy", "klv", "jsonl",
-                                                "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps"};
+                                                "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps",  "mcc"};
 constexpr std::string_view kConvertChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 constexpr std::string_view kTables[] = {"00", "01", "02", "03", "04"};
+constexpr std::string_view kConvertStyles[] = {"pop-on", "roll-up", "paint-on"};
 constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};
 
 constexpr std::string_view kConvertNotes =
     R"(IN is SRT, WebVTT, EBU STL or JSON, or a file with captions or teletext on air: all that show reads. Of what is on
 air each screen becomes a cue, from the frame that shows it to the one that changes it; captions that are painted
 letter by letter, and rows that roll up, are one cue as long as text only comes to them within half a second.
+
+Files of frames (klv, v210, jsonl, MCC, Scenarist captions) are made of each other, and of video, containers and 2vuy,
+without decoding anything: packets keep their bytes, captions that are in no packet are put into caption packets by the
+slots of the frame rate, and a Scenarist file gets the pairs of one field, at 29.97 frames/s or --to-rate. Subtitles
+become such files with the bytes of `play`, with --channel, --service, both, or --page 888, and --to-rate.
 
 Times are changed in this order: what --from-start says is subtracted (not from cues that begin before it), --scale
 multiplies, --offset and --to-start are added; they are rounded once, to milliseconds, when they are written. A
@@ -30,6 +36,9 @@ Examples:
   qlxcc convert film.stl -o film.srt --from-start 10:00:00:00 --from-rate 25
   qlxcc convert film.srt -o film.stl --to-start 10:00:00:00 --to-rate 25 --title Film --language de --country DEU
   qlxcc convert film.ts -o film.vtt --channel CC3
+  qlxcc convert film.mcc -o film.scc
+  qlxcc convert film.scc --from-start auto -o film.klv
+  qlxcc convert film.srt --to-rate 59.94 --channel CC1 --service 1 -o film.mcc
   qlxcc convert film.klv --from-rate 25 --page 888 -o film.srt --wrap 37 --wrap-rows 2)";
 
 [[nodiscard]] constexpr OptionRow textOption(std::string_view names, std::string_view value,
@@ -49,7 +58,7 @@ constexpr OptionRow kConvertOptions[] = {
     required(kOutput),
     fromFormat(kConvertFormats, {}, "What IN is, such as srt, klv or ts (default: by content or name)",
                "One of `srt`, `vtt`, `stl`, `json`, and of what is on air `v210`, `2vuy`, `klv`, `jsonl`, `scc`, "
-               "`h264`, `mpeg2`, `mxf`, `mov`, `ts`, `ps`."),
+               "`h264`, `mpeg2`, `mxf`, `mov`, `ts`, `ps`, `mcc`."),
     {.names = "--to-format",
      .value = "FORMAT",
      .kind = ValueKind::Word,
@@ -66,7 +75,39 @@ constexpr OptionRow kConvertOptions[] = {
      .kind = ValueKind::WordOfAnyCase,
      .words = kConvertChannels,
      .field = &RawOptions::channel,
-     .help = "Of what is on air: {} (default: CC1, unless --page is given)"},
+     .help = "Of what is on air: {} (default: CC1, unless --page is given)",
+     .more = "CC3 and CC4 are in field 2: a Scenarist file, which has one field, is read and written as one of that."},
+    {.names = "--service",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 63,
+     .field = &RawOptions::service,
+     .help = "Of subtitles that become packets: the caption service, 1 to 63"},
+    {.names = "--style",
+     .value = "STYLE",
+     .kind = ValueKind::Word,
+     .words = kConvertStyles,
+     .field = &RawOptions::style,
+     .help = "Of subtitles that become captions: {} (default: pop-on)"},
+    {.names = "--roll-up-rows",
+     .value = "N",
+     .kind = ValueKind::Number,
+     .least = 2,
+     .greatest = 4,
+     .field = &RawOptions::rollUpRows,
+     .help = "roll-up: rows on the screen, 2 to 4 (default: 2)"},
+    {.names = "--single-codes",
+     .field = &RawOptions::sendsCodesOnce,
+     .help = "Of subtitles that become captions: send control codes once"},
+    {.names = "--line",
+     .value = "L",
+     .kind = ValueKind::Number,
+     .least = 0,
+     .greatest = kGreatestLine,
+     .field = &RawOptions::line,
+     .help = "The video line of caption packets that are made (default: 9)"},
+    kMccVersion,
     {.names = "--page",
      .value = "PAGE",
      .kind = ValueKind::Text,
@@ -83,7 +124,8 @@ constexpr OptionRow kConvertOptions[] = {
     rateOption("--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
                "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
                "timecode of --from-start counts. It does not change the speed."),
-    rateOption("--to-rate", {}, &RawOptions::toRate, "Frames that the timecode of --to-start, and EBU STL, count",
+    rateOption("--to-rate", {}, &RawOptions::toRate,
+               "Frames a second of packets that are made of subtitles; those that --to-start and EBU STL count",
                "EBU STL has 25 and 30 (default: those of --from-rate or of an STL file that is read, else 25); with "
                "29.97 the 30 of its time codes are as long as those of 29.97, with --drop as drop-frame ones."),
     textOption("--scale", "A/B", &RawOptions::scale, "Multiply times by A and divide them by B",
@@ -120,8 +162,11 @@ constexpr OptionRow kConvertOptions[] = {
              "start."},
     {.names = "--drop",
      .field = &RawOptions::isDrop,
-     .help = "Timecodes of --from-start and --to-start are drop-frame ones, whatever stands in them"},
-    {.names = "--non-drop", .field = &RawOptions::isNonDrop, .help = "They are non-drop-frame ones"},
+     .help = "Timecodes of --from-start and --to-start are drop-frame ones, whatever stands in them",
+     .more = "So are those that are written in mcc and scc files at 29.97 and 59.94, also without this option."},
+    {.names = "--non-drop",
+     .field = &RawOptions::isNonDrop,
+     .help = "They are non-drop-frame ones, and so are those that are written"},
     stlText(
         "--title", "TEXT", &RawOptions::title, "EBU STL: the original title of the programme",
         "Up to 32 characters of code page 850, as all texts of the head. What nobody says is what a STL file that is "
@@ -130,8 +175,13 @@ constexpr OptionRow kConvertOptions[] = {
     stlText("--publisher", "TEXT", &RawOptions::publisher, "EBU STL: who publishes it"),
     stlText("--reference", "TEXT", &RawOptions::reference, "EBU STL: the reference of the list (16 characters)"),
     stlText("--country", "CODE", &RawOptions::country, "EBU STL: the country of origin, three letters"),
-    stlText("--language", "CODE", &RawOptions::language, "EBU STL: the language, such as en",
-            "It chooses the character code table, too, unless --table does."),
+    {.names = "--language",
+     .value = "CODE",
+     .kind = ValueKind::Name,
+     .field = &RawOptions::languages,
+     .help = "EBU STL, captions and teletext that are written: their language",
+     .more = "Two letters (en) for EBU STL, whose character code table it chooses unless --table does, three letters of "
+             "ISO 639-2 (eng, fra, spa) for captions, either for teletext, whose character set it chooses."},
     stlText("--date", "YYMMDD", &RawOptions::date, "EBU STL: when it was made (default: 700101, never the clock)"),
     {.names = "--table",
      .value = "TABLE",

@@ -7,7 +7,8 @@ namespace {
 
 constexpr std::string_view kCodecs[] = {"h264", "mpeg2", "h265", "auto"};
 constexpr std::string_view kExtractFormats[] = {"triplets", "cc1", "a53"};
-constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl"};
+constexpr std::string_view kRateWrittenFormats[] = {"v210", "klv", "jsonl", "mcc"};
+constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl", "mcc"};
 
 constexpr std::string_view kScanNotes =
     R"(v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, one a frame.
@@ -39,7 +40,7 @@ Examples:
 
 constexpr OptionRow kScanOptions[] = {
     fileArgument("FILE", "What is searched (-: standard input)"),
-    fromFormat(kFrameFormats, "--format", "{} (else by content or name)",
+    fromFormat(kFrameFormats, "--format", "{} (default: by content)",
                "Rows (`v210`, `2vuy`) are told by the name alone, as any bytes can be samples. `mov` is also the form "
                "of MP4 files."),
     kRowWidth,
@@ -216,7 +217,7 @@ Examples:
   qlxcc rate film.v210 --lines 9,12 --from-rate 59.94 --to-rate 25 -o film.jsonl)";
 
 constexpr OptionRow kRateOptions[] = {
-    fileArgument("IN", "A klv, v210, 2vuy or jsonl file (-: standard input)"),
+    fileArgument("IN", "A klv, v210, 2vuy, jsonl or mcc file (-: standard input)"),
     required(rateOption("--from-rate", "--from", &RawOptions::fromRate, "Frames a second of IN")),
     required(rateOption("--to-rate", "--to", &RawOptions::toRate, "Frames a second of the result")),
     fromFormat(kRateChangeFormats, {}),
@@ -225,8 +226,11 @@ constexpr OptionRow kRateOptions[] = {
     kRowCount,
     kNearStart,
     required(kOutput),
-    toFormat("{} (default: by the name of FILE, or klv)",
-             "Rows are written as they are read; of files without rows --lines or --rows says which are written."),
+    ofWords(toFormat("{} (default: by the name of FILE, or klv)",
+                     "Rows are written as they are read; of files without rows --lines or --rows says which are "
+                     "written. The timecodes of mcc are those of the times of IN, at 29.97 and 59.94 drop-frame ones."),
+            kRateWrittenFormats),
+    kMccVersion,
     saying(kAsDeployed,
            "One rate must be the double of the other then: to the double each caption packet is split into those of "
            "two frames, and all other packets go to the first of them; back from it two caption packets are joined, a "

@@ -132,6 +132,18 @@ std::optional<std::uint32_t> pixels(const std::optional<std::uint64_t>& size) {
     return size ? std::optional(static_cast<std::uint32_t>(*size)) : std::nullopt;
 }
 
+streams::MccHeader mccHeader(const RawOptions& raw, bool isWritten) {
+    if (raw.mccVersion && !isWritten) {
+        throw UsageError("--mcc-version is for the format mcc only");
+    }
+    streams::MccHeader header;
+    header.version = static_cast<std::uint8_t>(raw.mccVersion.value_or(1));
+    header.dropsFrames = !raw.isNonDrop;
+    header.uuid = "00000000-0000-0000-0000-000000000000";
+    header.creationProgram = "qlxcc";
+    return header;
+}
+
 std::string formatName(const std::optional<std::string>& format, const std::string& file,
                        const std::vector<std::string_view>& known, std::string_view option) {
     if (format) {
@@ -230,8 +242,10 @@ Action checkedRateChange(const RawOptions& raw) {
     options.from = rateNamed(raw.fromRate).value();
     options.to = rateNamed(raw.toRate).value();
     options.output = raw.output.value_or("");
-    options.frames.format =
-        frameFormatNamed(raw.toFormat.value_or(extensionOf(options.output))).value_or(FrameFormat::Klv);
+    const std::string format = raw.toFormat.value_or(extensionOf(options.output));
+    options.frames.format = format == "mcc" ? FrameFormat::Mcc : frameFormatNamed(format).value_or(FrameFormat::Klv);
+    options.frames.mcc = mccHeader(raw, format == "mcc");
+    options.frames.mcc.rate = frameRateOf(options.to);
     options.frames.form = rowForm(raw.asDeployed, options.frames.format);
     options.source = frameSourceOptions(raw, options.frames.format == FrameFormat::V210);
     options.asDeployed = raw.asDeployed;

@@ -1,6 +1,8 @@
 // What stands on the command line, before the options have been checked against each other.
 #pragma once
 
+#include <qlx/streams/mcc.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -16,6 +18,8 @@ struct Rate;
 
 inline constexpr std::uint64_t kGreatestLine = 65535;
 
+struct PlayOptions;
+
 /// The values of all options. Only one command is given, so what means the same in several of them stands here once.
 struct RawOptions {
     // Of every command.
@@ -29,6 +33,7 @@ struct RawOptions {
     std::optional<std::string> output;
     std::optional<std::string> fromFormat;
     std::optional<std::string> toFormat;
+    std::optional<std::uint64_t> mccVersion;
     std::optional<std::string> format;  ///< Of what is neither frames that are read nor frames that are written.
     bool asJson = false;
     bool asDeployed = false;
@@ -147,6 +152,14 @@ using Action = std::function<int()>;
 [[nodiscard]] Action checkedScte104Build(const RawOptions& raw);
 [[nodiscard]] Action checkedScte104Parse(const RawOptions& raw);
 [[nodiscard]] Action checkedScte35(const RawOptions& raw);
+
+/// What play is to do.
+/// @throws UsageError when options contradict each other.
+[[nodiscard]] PlayOptions playOptions(const RawOptions& raw);
+
+/// The header of an MCC file that is written, without its rate.
+/// @throws UsageError when a version is given and no such file is written.
+[[nodiscard]] streams::MccHeader mccHeader(const RawOptions& raw, bool isWritten);
 
 /// The format that was given, or else the extension of the file's name (`-`: a pipe).
 /// @param option What gives it, for messages.

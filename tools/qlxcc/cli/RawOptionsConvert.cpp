@@ -1,5 +1,7 @@
 #include "cli/RawOptions.h"
+#include "commands/convert/Carriers.h"
 #include "commands/convert/Convert.h"
+#include "commands/play/Play.h"
 #include "commands/show/Show.h"
 #include "io/Errors.h"
 #include "io/Rates.h"
@@ -9,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace qlx::tool {
@@ -72,6 +75,10 @@ void takeTimes(const RawOptions& raw, ConvertOptions& options) {
 /// What is for EBU STL alone, and says so where another format is written.
 void takeStl(const RawOptions& raw, ConvertOptions& options) {
     const bool isStl = options.format == CueFormat::Stl;
+    if (raw.languages.size() > 1) {
+        throw UsageError("--language is given twice");
+    }
+    const auto language = raw.languages.empty() ? std::nullopt : std::optional(raw.languages.front());
     const std::pair<std::string_view, bool> given[] = {{"--title", raw.title.has_value()},
                                                        {"--episode", raw.episode.has_value()},
                                                        {"--publisher", raw.publisher.has_value()},
@@ -79,7 +86,6 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
                                                        {"--country", raw.country.has_value()},
                                                        {"--date", raw.date.has_value()},
                                                        {"--table", raw.table.has_value()},
-                                                       {"--language", raw.language.has_value()},
                                                        {"--open", raw.isOpen},
                                                        {"--single-height", raw.isSingleHeight}};
     for (const auto& [name, isGiven] : given) {
@@ -91,8 +97,8 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
     if (raw.date && (raw.date->size() != 6 || !std::all_of(raw.date->begin(), raw.date->end(), isDigit))) {
         throw UsageError("--date: \"" + *raw.date + "\" is not YYMMDD, six digits");
     }
-    if (raw.language && !subtitles::stlLanguageCode(*raw.language)) {
-        throw UsageError("--language: EBU STL has no code for \"" + *raw.language + "\" (two letters, such as en)");
+    if (isStl && language && !subtitles::stlLanguageCode(*language)) {
+        throw UsageError("--language: EBU STL has no code for \"" + *language + "\" (two letters, such as en)");
     }
     if (raw.country && raw.country->size() != 3) {
         throw UsageError("--country: \"" + *raw.country + "\" is not three letters, such as GBR");
@@ -105,7 +111,7 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
     stl.country = raw.country;
     stl.date = raw.date;
     stl.table = raw.table;
-    stl.language = raw.language;
+    stl.language = language;
     stl.isOpen = raw.isOpen;
     stl.isSingleHeight = raw.isSingleHeight;
     stl.isDrop = raw.isDrop;
@@ -139,13 +145,79 @@ void findUnused(const RawOptions& raw, ConvertOptions& options) {
     }
 }
 
+constexpr std::string_view kCueFormats[] = {"srt", "vtt", "stl"};
+
+/// How frames are written in a format that is not one of cues.
+FrameOutputOptions carrierFormat(const RawOptions& raw, const std::string& name) {
+    FrameOutputOptions frames;
+    frames.format = name == "scc"   ? FrameFormat::Scc
+                    : name == "mcc" ? FrameFormat::Mcc
+                                    : frameFormatNamed(name).value_or(FrameFormat::Klv);
+    frames.scc.dropsFrames = !raw.isNonDrop;
+    frames.scc.field =
+        !raw.channel.empty() && cea608::channelNamed(raw.channel)->field == 2 ? cc::CcType::Field2 : cc::CcType::Field1;
+    frames.mcc = mccHeader(raw, name == "mcc");
+    return frames;
+}
+
+/// The same cues as those of `convert` as play sends them.
+PlayOptions playedCues(const RawOptions& raw, const std::string& format, const ConvertOptions& options) {
+    RawOptions asked = raw;
+    asked.toFormat = format;
+    asked.mode = !raw.page.empty()                     ? "teletext"
+                 : raw.service && !raw.channel.empty() ? "captions"
+                 : raw.service                         ? "cea708"
+                                                       : "cea608";
+    asked.rate = !raw.toRate.empty() ? raw.toRate : format == "scc" ? "29.97" : "";
+    if (asked.rate.empty()) {
+        throw UsageError("--to-rate is needed, which says how many frames a second the " + format + " file has");
+    }
+    asked.isNonDrop = raw.isNonDrop && (format == "scc" || format == "mcc");
+    asked.lines.reset();
+    asked.files = {raw.file};
+    if (!raw.page.empty()) {
+        asked.pages = {raw.page};
+        asked.order = {"--page"};
+    }
+    asked.order.insert(asked.order.end(), raw.languages.size(), "--language");
+    PlayOptions play = playOptions(asked);
+    play.cues = [options](const CueValueTaker& take) { return readConvertedCues(options, take); };
+    return play;
+}
+
+/// Makes packets: of cues as play does it, of other packets without decoding them.
+int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOptions options, CarrierOptions carrier) {
+    const InputKind kind = kindOfInput(options.input);
+    if (isSubtitles(kind) || kind == InputKind::Vtt) {
+        options.input.source.kind = kind;
+        options.input.channel.reset();
+        options.input.page.reset();
+        return play(playedCues(raw, format, options));
+    }
+    if (!raw.scale.empty() || options.overlap != Overlap::Keep || raw.wrap) {
+        throw UsageError("--scale, --wrap and --overlap are for subtitles: packets stay as they are");
+    }
+    if (raw.service || !raw.style.empty() || raw.rollUpRows || !raw.languages.empty() || raw.sendsCodesOnce ||
+        !raw.page.empty()) {
+        throw UsageError("--service, --page, --style, --roll-up-rows, --language and --single-codes are for subtitles "
+                         "that become packets: those of " +
+                         options.input.path + " stay as they are");
+    }
+    carrier.times = options.times;
+    settleRows(kind, carrier.source, carrier.frames);
+    return convertCarrier(carrier);
+}
+
 }  // namespace
 
 Action checkedConvert(const RawOptions& raw) {
     ConvertOptions options;
     options.input.path = raw.file;
     options.input.encoding = knownEncoding(raw.encoding);
-    options.input.source = frameSourceOptions(raw);
+    const std::string format =
+        formatName(raw.format, raw.output.value_or("-"), {"srt", "vtt", "stl", "klv", "v210", "jsonl", "mcc", "scc"});
+    const bool isOfCues = std::find(std::begin(kCueFormats), std::end(kCueFormats), format) != std::end(kCueFormats);
+    options.input.source = frameSourceOptions(raw, format == "v210");
     if (!raw.fromRate.empty()) {
         options.input.source.rate = rateNamed(raw.fromRate);
     }
@@ -164,7 +236,6 @@ Action checkedConvert(const RawOptions& raw) {
         }
     }
     options.output = raw.output;
-    const std::string format = formatName(raw.format, raw.output.value_or("-"), {"srt", "vtt", "stl"});
     options.format = format == "vtt" ? CueFormat::Vtt : format == "stl" ? CueFormat::Stl : CueFormat::Srt;
     takeTimes(raw, options);
     takeStl(raw, options);
@@ -174,7 +245,26 @@ Action checkedConvert(const RawOptions& raw) {
     options.rows = raw.wrapRows.value_or(0);
     options.reportsAll = raw.reportsAll;
     options.isStrict = raw.isStrict;
-    return [options] { return convert(options); };
+    if (isOfCues) {
+        const bool hasLanguage = !raw.languages.empty() && options.format != CueFormat::Stl;
+        if (raw.service || !raw.style.empty() || raw.rollUpRows || hasLanguage || raw.sendsCodesOnce || raw.line ||
+            raw.mccVersion) {
+            throw UsageError("--service, --style, --roll-up-rows, --language, --single-codes, --line and --mcc-version "
+                             "are for packets that are written");
+        }
+        return [options] { return convert(options); };
+    }
+    CarrierOptions carrier;
+    carrier.path = raw.file;
+    carrier.source = options.input.source;
+    carrier.output = raw.output;
+    carrier.frames = carrierFormat(raw, format);
+    carrier.source.field = carrier.frames.scc.field;
+    carrier.toRate = raw.toRate.empty() ? std::nullopt : rateNamed(raw.toRate);
+    carrier.isStartTaken = options.isStartTaken;
+    carrier.line = static_cast<std::uint32_t>(raw.line.value_or(carrier.line));
+    carrier.isStrict = raw.isStrict;
+    return [raw, format, options, carrier] { return convertToFrames(raw, format, options, carrier); };
 }
 
 }  // namespace qlx::tool

@@ -37,7 +37,10 @@ PlayFormat playFormat(const RawOptions& raw) {
         throw UsageError("--to-format is needed when writing to a pipe");
     }
     const std::string name =
-        formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "scc", "a53", "ts"});
+        formatName(raw.toFormat, raw.output.value_or("-"), {"v210", "klv", "jsonl", "mcc", "scc", "a53", "ts"});
+    if (name == "mcc") {
+        return PlayFormat::Mcc;
+    }
     if (name == "jsonl" || name == "scc" || name == "a53") {
         return name == "jsonl" ? PlayFormat::Jsonl : name == "scc" ? PlayFormat::Scc : PlayFormat::A53;
     }
@@ -69,12 +72,12 @@ void checkCaptionOptions(const RawOptions& raw, const PlayOptions& options) {
         options.rate.name != "29.97") {
         throw UsageError("--sd with --mode " + raw.mode + " is for --rate 25 and 29.97 only");
     }
-    if (raw.isNonDrop && !isScc) {
-        throw UsageError("--non-drop is for the format scc only");
+    if (raw.isNonDrop && !isScc && options.format != PlayFormat::Mcc) {
+        throw UsageError("--non-drop is for the formats scc and mcc only");
     }
     if (raw.leavesFramesEmpty &&
         (options.mode == PlayMode::Teletext || isScc || isA53 || options.format == PlayFormat::Schedule)) {
-        throw UsageError("--no-fill is for captions with the formats v210, klv and jsonl only");
+        throw UsageError("--no-fill is for captions with the formats v210, klv, jsonl and mcc only");
     }
 }
 
@@ -356,7 +359,7 @@ void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
 
 }  // namespace
 
-Action checkedPlay(const RawOptions& raw) {
+PlayOptions playOptions(const RawOptions& raw) {
     PlayOptions options;
     options.subtitles = raw.files.front();
     options.encoding = knownEncoding(raw.encoding);
@@ -390,7 +393,13 @@ Action checkedPlay(const RawOptions& raw) {
     options.rowForm = raw.asDeployed ? RowForm::AsDeployed : RowForm::Contiguous;
     options.fillsFrames = !raw.leavesFramesEmpty;
     options.isDropFrame = !raw.isNonDrop;
-    return [options] { return play(options); };
+    options.mcc = mccHeader(raw, options.format == PlayFormat::Mcc);
+    options.mcc.rate = frameRateOf(options.rate);
+    return options;
+}
+
+Action checkedPlay(const RawOptions& raw) {
+    return [options = playOptions(raw)] { return play(options); };
 }
 
 }  // namespace qlx::tool

@@ -10,8 +10,8 @@ namespace qlx::tool {
 inline constexpr std::uint64_t kGreatestWidth = 32768;
 
 /// The files that have frames.
-inline constexpr std::string_view kFrameFormats[] = {"v210", "2vuy",  "klv", "jsonl", "scc", "h264",
-                                                     "h265", "mpeg2", "mxf", "mov",   "ts",  "ps"};
+inline constexpr std::string_view kFrameFormats[] = {"v210",  "2vuy", "klv", "jsonl", "scc", "h264", "h265",
+                                                     "mpeg2", "mxf",  "mov", "ts",    "ps",  "mcc"};
 
 /// Those of them that frames are written in.
 inline constexpr std::string_view kWrittenFormats[] = {"v210", "klv", "jsonl"};
@@ -81,7 +81,7 @@ inline constexpr OptionRow kRegion{
         "What a page says of its sets itself comes first."};
 
 [[nodiscard]] constexpr OptionRow fromFormat(std::span<const std::string_view> words, std::string_view older,
-                                             std::string_view help = "{} (else by content or name)",
+                                             std::string_view help = "{} (default: by content)",
                                              std::string_view more = {}) {
     return {.names = "--from-format",
             .older = older,
@@ -173,6 +173,15 @@ inline constexpr OptionRow kNoParity{.names = "--no-parity",
 inline constexpr OptionRow kWideCharacters =
     wideEncoding("CEA-708: what the 16-bit characters are, {} (default: utf-16)",
                  "They are those behind the code P16. Korean services have EUC-KR there.");
+inline constexpr OptionRow kMccVersion{.names = "--mcc-version",
+                                       .value = "N",
+                                       .kind = ValueKind::Number,
+                                       .least = 1,
+                                       .greatest = 2,
+                                       .field = &RawOptions::mccVersion,
+                                       .help = "mcc: version 1 or 2 of the format (default: 1)",
+                                       .more = "Version 2 has the field and the line of each packet; some readers "
+                                               "take version 1 only."};
 
 // How the rows of a file lie and are searched.
 inline constexpr OptionRow kRowWidth =

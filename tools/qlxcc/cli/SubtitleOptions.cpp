@@ -5,7 +5,7 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "scc", "a53", "ts"};
+constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "mcc", "scc", "a53", "ts"};
 constexpr std::string_view kStyles[] = {"pop-on", "roll-up", "paint-on"};
 
 constexpr OptionRow kMode{
@@ -248,7 +248,8 @@ constexpr OptionRow kPlayOptions[] = {
      .help = "ts: the PID of the clock, which has packets of its own (default: 496)"},
     {.names = "--non-drop",
      .field = &RawOptions::isNonDrop,
-     .help = "scc: non-drop-frame timecodes (default: drop-frame)"},
+     .help = "scc and mcc: non-drop-frame timecodes (default: drop-frame)"},
+    kMccVersion,
 };
 
 constexpr std::string_view kSubsNotes =

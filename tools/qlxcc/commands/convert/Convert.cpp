@@ -1,5 +1,6 @@
 #include "commands/convert/Convert.h"
 
+#include "cues/TextPieces.h"
 #include "cues/Wrapping.h"
 #include "io/Errors.h"
 #include "io/OutputFile.h"
@@ -10,7 +11,9 @@
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -148,15 +151,16 @@ private:
     std::uint64_t _cues = 0;
 };
 
-/// The way of a cue from the one file to the other.
+/// The way of a cue to where it is written.
 class Conversion {
 public:
-    Conversion(const ConvertOptions& options, OutputFile& output)
-        : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
-          _writer(options, output, &_notes),
-          _order(options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); }) {}
+    using Give = std::function<void(const subtitles::Cue& cue, const CueInput& input)>;
 
-    CueInputNotes& notes() { return _notes; }
+    Conversion(const ConvertOptions& options, Give give)
+        : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
+          _give(std::move(give)), _order(options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); }) {}
+
+    ConversionNotes& notes() { return _notes; }
 
     void take(subtitles::Cue cue, const CueInput& input) {
         _input = &input;
@@ -169,10 +173,14 @@ public:
         _order.push(std::move(cue));
     }
 
-    int finish(const CueInput& input, OutputFile& output) {
+    /// Gives what is held back.
+    void finishCues(const CueInput& input) {
         _input = &input;
         _order.finish();
-        _writer.finish(input);
+    }
+
+    /// Says what there was to say.
+    void finishNotes(const CueInput& input) {
         loseRest(input.file);
         _notes.lose(_before, "before the start, which is not subtracted from them");
         _notes.lose(_order.moved(), "moved in front of cues that begin later");
@@ -181,14 +189,6 @@ public:
         _notes.lose(_order.composed(), "made of several that are shown together");
         _notes.lose(_wide, "wider or higher than asked for");
         _notes.finish();
-        output.commit();
-        const bool hasFailed = _notes.damages() != 0 || (_options.isStrict && _notes.losses() != 0);
-        if (!output.isStandardOutput()) {
-            printNote(printable(input.name) + " (" + input.format + "): " + counted(input.cues, "cue") + ", " +
-                      std::to_string(_writer.cues()) + " written, " + counted(_notes.losses(), "change") +
-                      " or losses");
-        }
-        return hasFailed ? kExitFailure : kExitSuccess;
     }
 
 private:
@@ -231,13 +231,13 @@ private:
             _wide +=
                 wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows)) ? 0 : 1;
         }
-        _writer.write(cue, *_input);
+        _give(cue, *_input);
     }
 
     const ConvertOptions& _options;
     TimeChange _times;
     ConversionNotes _notes;
-    CueWriter _writer;
+    Give _give;
     CueOrder _order;
     const CueInput* _input = nullptr;
     std::uint64_t _cues = 0;
@@ -245,19 +245,62 @@ private:
     std::uint64_t _wide = 0;
 };
 
+void sayUnused(const ConvertOptions& options, ConversionNotes& notes) {
+    for (const std::string& option : options.unused) {
+        notes.say(option + " is without effect: no timecode is given that it is about", false);
+    }
+}
+
 }  // namespace
+
+Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take) {
+    Conversion conversion(options, [&take](const subtitles::Cue& cue, const CueInput&) { take(cue); });
+    sayUnused(options, conversion.notes());
+    const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
+        conversion.take(std::move(cue), read);
+    });
+    conversion.finishCues(input);
+    conversion.finishNotes(input);
+    Subtitles read;
+    read.name = input.name;
+    read.format = input.format;
+    read.cues = input.cues;
+    return read;
+}
+
+InputKind kindOfInput(const CueRequest& request) {
+    if (request.source.kind) {
+        return *request.source.kind;
+    }
+    if (request.path == "-") {
+        throw UsageError("--from-format is needed: a pipe that becomes packets does not tell its format");
+    }
+    InputFile file(request.path);
+    return textKindOf(file, request.encoding).value_or(kindOf(file, std::nullopt));
+}
 
 int convert(const ConvertOptions& options) {
     refuseInputAsOutput(options.input.path, options.output);
     OutputFile output(options.output);
-    Conversion conversion(options, output);
-    for (const std::string& option : options.unused) {
-        conversion.notes().say(option + " is without effect: no timecode is given that it is about", false);
-    }
+    std::unique_ptr<CueWriter> writer;
+    Conversion conversion(options,
+                          [&writer](const subtitles::Cue& cue, const CueInput& input) { writer->write(cue, input); });
+    writer = std::make_unique<CueWriter>(options, output, &conversion.notes());
+    sayUnused(options, conversion.notes());
     const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
         conversion.take(std::move(cue), read);
     });
-    return conversion.finish(input, output);
+    conversion.finishCues(input);
+    writer->finish(input);
+    conversion.finishNotes(input);
+    output.commit();
+    const ConversionNotes& notes = conversion.notes();
+    if (!output.isStandardOutput()) {
+        printNote(printable(input.name) + " (" + input.format + "): " + counted(input.cues, "cue") + ", " +
+                  std::to_string(writer->cues()) + " written, " + counted(notes.losses(), "change") + " or losses");
+    }
+    const bool hasFailed = notes.damages() != 0 || (options.isStrict && notes.losses() != 0);
+    return hasFailed ? kExitFailure : kExitSuccess;
 }
 
 }  // namespace qlx::tool

@@ -4,6 +4,7 @@
 #include "cues/CueInput.h"
 #include "cues/CueTimes.h"
 #include "cues/StlOutput.h"
+#include "cues/Subtitles.h"
 
 #include <cstdint>
 #include <optional>
@@ -30,6 +31,14 @@ struct ConvertOptions {
     bool reportsAll = false;               ///< All that is found and lost, not ten of a kind.
     bool isStrict = false;                 ///< What is lost makes the exit code 1.
 };
+
+/// Reads the cues with their times changed and their rows wrapped, in the way of convert(), and says what is found.
+/// @return What the file is; problems are said already.
+[[nodiscard]] Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take);
+
+/// What a file is by its content or name.
+/// @throws UsageError when neither tells it.
+[[nodiscard]] InputKind kindOfInput(const CueRequest& request);
 
 /// Runs the subcommand; the result is the exit code.
 [[nodiscard]] int convert(const ConvertOptions& options);

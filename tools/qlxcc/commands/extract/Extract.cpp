@@ -172,7 +172,8 @@ private:
 
 /// Whether a file has frames that are no coded pictures.
 bool hasFrames(InputKind kind) {
-    return isContainer(kind) || hasRows(kind) || kind == InputKind::Klv || kind == InputKind::Jsonl;
+    return isContainer(kind) || hasRows(kind) || kind == InputKind::Klv || kind == InputKind::Jsonl ||
+           kind == InputKind::Mcc;
 }
 
 /// Whether a file is a stream of coded pictures.

@@ -35,6 +35,9 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
                      .layout = {},
                      .scc = {.field = options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1,
                              .dropsFrames = options.isDropFrame}});
+    case PlayFormat::Mcc:
+        return makeFrameFile(output,
+                             {.format = FrameFormat::Mcc, .form = {}, .layout = {}, .scc = {}, .mcc = options.mcc});
     case PlayFormat::A53:
         return std::make_unique<A53Writer>(output);
     case PlayFormat::TransportStream:

@@ -1,6 +1,7 @@
 // qlxcc play: subtitles, frame by frame, as ancillary packets.
 #pragma once
 
+#include "cues/Subtitles.h"
 #include "io/FrameOutput.h"
 #include "io/Rates.h"
 
@@ -13,6 +14,7 @@
 #include <qlx/streams/transport_writer.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,7 +37,7 @@ constexpr bool hasService(PlayMode mode) {
 /// Pictures of more frames a second are progressive: each is one field.
 inline constexpr std::uint32_t kGreatestInterlaced = 30;
 
-enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc, A53, TransportStream };
+enum class PlayFormat { Schedule, V210, Klv, Jsonl, Scc, A53, TransportStream, Mcc };
 
 /// How captions are sent.
 struct CaptionPlayOptions {
@@ -78,11 +80,14 @@ struct PlayOptions {
     RowForm rowForm = RowForm::Contiguous;
     std::uint32_t width = 0;  ///< Pixels of a row.
     bool fillsFrames = true;  ///< Captions: a frame without a byte pair carries an empty caption packet.
-    bool isDropFrame = true;  ///< Scenarist caption files: how timecodes count.
+    bool isDropFrame = true;  ///< scc, mcc: how timecodes count.
     bool asDeployed = false;  ///< By the fixed operations.
     CaptionPlayOptions captions;
     TeletextPlayOptions teletext;
     streams::TransportWriterOptions transport;  ///< Transport streams.
+    /// What gives the cues in place of the file's own reader; may be empty.
+    std::function<Subtitles(const CueValueTaker& take)> cues{};
+    streams::MccHeader mcc{};  ///< Of what is written as mcc.
 };
 
 /// Runs the subcommand; the result is the exit code.

@@ -15,8 +15,9 @@ std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rat
 }
 
 Subtitles PlayedCues::read() {
-    return readCues({.path = _options.subtitles, .encoding = _options.encoding},
-                    [this](const subtitles::Cue& cue) { take(cue); });
+    const auto takeOne = [this](const subtitles::Cue& cue) { take(cue); };
+    return _options.cues ? _options.cues(takeOne)
+                         : readCues({.path = _options.subtitles, .encoding = _options.encoding}, takeOne);
 }
 
 std::vector<subtitles::Cue> PlayedCues::inOrder(bool overlaps) {

@@ -63,7 +63,7 @@ public:
         : _options(options), _from(frameRateOf(options.from)), _to(frameRateOf(options.to)), _source(source),
           _reader(openFrames(source, options.source)), _writer(makeFrameWriter(output, options.frames)),
           _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
-          _packets(_from, _to), _leftOut(output.name()) {}
+          _packets(_from, _to), _leftOut(output.name()), _countsOfDay(options.source.kind == InputKind::Mcc) {}
 
     /// @return How many problems there were with what was used all the same.
     std::uint64_t run() {
@@ -94,6 +94,10 @@ private:
     bool read(Frame& frame) { return readWhole(_source, *_reader, _remarks, _progress, frame); }
 
     void take(Frame& frame) {
+        if (_countsOfDay) {
+            _first = _first.value_or(frame.number);
+            frame.number -= std::min(frame.number, *_first);
+        }
         _notes.setPlace("frame " + std::to_string(frame.number));
         checkNumber(frame.number);
         _leftOut.addWrappings(frame);
@@ -277,13 +281,15 @@ private:
     anc::PacketRateChange _packets;
     LeftOut _leftOut;
     std::list<CaptionStream> _streams;
-    std::optional<MediaTime> _begin;  ///< The time of frame 0, where the file says times.
-    std::uint64_t _framesRead = 0;    ///< Up to the last one; those that the file leaves out count as well.
+    bool _countsOfDay;                      ///< The file's frames count from midnight, not from its beginning.
+    std::optional<std::uint64_t> _first{};  ///< The number of its first one then.
+    std::optional<MediaTime> _begin;        ///< The time of frame 0, where the file says times.
+    std::uint64_t _framesRead = 0;          ///< Up to the last one; those that the file leaves out count as well.
     std::uint64_t _framesWritten = 0;
 };
 
 bool hasPackets(InputKind kind) {
-    return kind == InputKind::Klv || kind == InputKind::Jsonl || hasRows(kind);
+    return kind == InputKind::Klv || kind == InputKind::Jsonl || kind == InputKind::Mcc || hasRows(kind);
 }
 
 /// What a file of frames with packets is: what the options say, or else its content and name.
@@ -312,6 +318,9 @@ int changeRate(const RateChangeOptions& options) {
     InputFile source(options.file);
     RateChangeOptions changed = options;
     changed.source.kind = kindOfFrames(source, options.source);
+    if (changed.source.kind == InputKind::Mcc) {
+        changed.source.rate = options.from;
+    }
     settleRows(*changed.source.kind, changed.source, changed.frames);
     OutputFile output(options.output);
     const std::uint64_t problems =

@@ -1,0 +1,241 @@
+// qlxcc convert between files of frames, which decodes nothing, and from subtitles to such files, as play sends them.
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace carrier_tests {
+namespace {
+
+using qlxtest::runTool;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+using Arguments = std::vector<std::string>;
+
+ToolResult converted(const std::string& file, const std::string& to, const Arguments& more = {}) {
+    Arguments arguments{"convert", file, "-o", to};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+}
+
+/// Of a conversion in which nothing is lost.
+void convert(const std::string& file, const std::string& to, const Arguments& more = {}) {
+    const ToolResult result = converted(file, to, more);
+    EXPECT_EQ(result.exitCode, 0) << to << result.err;
+    EXPECT_EQ(result.err, "") << to;
+}
+
+/// A SubRip text without what says the places of its cues.
+std::string withoutPlaces(std::string text) {
+    for (std::size_t place = text.find("{\\"); place != std::string::npos; place = text.find("{\\")) {
+        text.erase(place, text.find('}', place) + 1 - place);
+    }
+    return text;
+}
+
+/// Pop-on captions: two, the second one drawn while the first is shown.
+constexpr std::string_view kCaptions = "Scenarist_SCC V1.0\n\n"
+                                       "00:00:01;00\t9420 9420 94ae 94ae 9470 9470 c8e9 942f 942f\n\n"
+                                       "00:00:02;10\t9420 9420 9470 9470 ef6b 942f 942f\n\n"
+                                       "00:00:03;00\t942c 942c\n";
+
+/// A CDP of 25 frames a second with 942c in field 1, OP-47 on line 12 and an SCTE-104 packet, in two frames.
+std::string twoFrames() {
+    return R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708",)"
+           R"("data":"9669103f43000072e1fc942c740000ec"},{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"5115"}]})"
+           "\n"
+           R"({"frame":1,"pts":{"value":1,"timescale":25},"packets":[{"line":13,"did":65,"sdid":7,"type":"SCTE104",)"
+           R"("data":"08ff"}]})"
+           "\n";
+}
+
+TEST(Carriers, PassOnPacketsAsTheyAre) {
+    const TemporaryFolder folder;
+    const std::string json = folder.write("a.jsonl", twoFrames());
+    convert(json, folder.path("a.mcc"), {"--mcc-version", "2"});
+    const std::string mcc = folder.read("a.mcc");
+    EXPECT_NE(mcc.find("\nTime Code Rate=25\n\n00:00:00:00.0,9\tT10S103F43ZZ72E1FC942C74ZZEC72\n"), std::string::npos)
+        << mcc;
+    EXPECT_NE(mcc.find("\n00:00:00:00.0,12\t4302025115AD\n00:00:00:01.0,13\t41070208FF51\n"), std::string::npos) << mcc;
+    convert(folder.path("a.mcc"), folder.path("b.jsonl"));
+    EXPECT_EQ(folder.read("b.jsonl"), folder.read("a.jsonl"));
+    convert(folder.path("a.mcc"), folder.path("b.klv"));
+    convert(folder.path("b.klv"), folder.path("b.mcc"), {"--from-rate", "25", "--mcc-version", "2"});
+    EXPECT_EQ(folder.read("b.mcc"), mcc);
+    convert(json, folder.path("c.klv"));
+    EXPECT_EQ(folder.read("c.klv"), folder.read("b.klv"));
+    convert(folder.path("b.mcc"), folder.path("b.v210"), {"--lines", "9,12,13", "--width", "1920"});
+    convert(folder.path("b.v210"), folder.path("c.mcc"),
+            {"--lines", "9,12,13", "--from-rate", "25", "--mcc-version", "2"});
+    EXPECT_EQ(folder.read("c.mcc"), mcc);
+    // What version 1 has no place for.
+    const ToolResult first = converted(json, folder.path("d.mcc"));
+    EXPECT_EQ(first.exitCode, 0);
+    EXPECT_EQ(first.err, "qlxcc: warning: " + folder.path("d.mcc") +
+                             ": left out: the line number of 2 packets, first: frame 0, line 12\n");
+    EXPECT_EQ(converted(json, folder.path("d.mcc"), {"--strict"}).exitCode, 1);
+}
+
+TEST(Carriers, AreReadByTheCommandsThatReadPackets) {
+    const TemporaryFolder folder;
+    convert(folder.write("a.scc", kCaptions), folder.path("a.mcc"));
+    const std::string mcc = folder.path("a.mcc");
+    const std::string shown = "00:00:01,234 - 00:00:02,502  captions CC1\n  15   Hi\n\n"
+                              "00:00:02,502 - 00:00:03,003  captions CC1\n  15   ok\n";
+    EXPECT_EQ(runTool({"show", folder.path("a.scc"), "--all"}).out, shown);
+    EXPECT_EQ(runTool({"show", mcc, "--all"}).out, shown);
+    EXPECT_EQ(runTool({"scan", mcc}).exitCode, 0);
+    EXPECT_EQ(runTool({"extract", mcc, "-o", folder.path("a.txt")}).exitCode, 0);
+    EXPECT_EQ(runTool({"rate", mcc, "--from", "29.97", "--to", "59.94", "-o", folder.path("a.jsonl")}).exitCode, 0);
+    EXPECT_EQ(converted(mcc, folder.path("a.srt")).exitCode, 0);
+    EXPECT_EQ(withoutPlaces(folder.read("a.srt")),
+              srt({{"00:00:01,235", "00:00:02,503", "Hi"}, {"00:00:02,503", "00:00:03,003", "ok"}}));
+}
+
+TEST(Carriers, GiveAScenaristFileItsPairs) {
+    const TemporaryFolder folder;
+    const std::string scc = folder.write("a.scc", kCaptions);
+    // Captions in every frame between the first and the last pair: frames 30 to 91.
+    for (const std::string name : {"a.mcc", "a.klv", "a.jsonl"}) {
+        convert(scc, folder.path(name));
+        convert(folder.path(name), folder.path("b.scc"), {"--from-rate", "29.97"});
+        EXPECT_EQ(folder.read("b.scc"), kCaptions) << name;
+    }
+    const std::string mcc = folder.read("a.mcc");
+    std::size_t lines = 0;
+    for (std::size_t place = mcc.find("\n00:00:"); place != std::string::npos;
+         place = mcc.find("\n00:00:", place + 1)) {
+        ++lines;
+    }
+    EXPECT_EQ(lines, 62U) << mcc;
+    // Through 59.94 frames a second, whose even frames have the pairs of field 1, and back.
+    ASSERT_EQ(runTool({"rate", folder.path("a.klv"), "--from", "29.97", "--to", "59.94", "-o", folder.path("c.klv")})
+                  .exitCode,
+              0);
+    convert(folder.path("c.klv"), folder.path("c.scc"), {"--from-rate", "59.94"});
+    EXPECT_EQ(folder.read("c.scc"), kCaptions);
+    convert(scc, folder.path("d.scc"), {"--non-drop"});
+    std::string nonDrop(kCaptions);
+    std::replace(nonDrop.begin(), nonDrop.end(), ';', ':');
+    EXPECT_EQ(folder.read("d.scc"), nonDrop);
+    // The other field.
+    const ToolResult other =
+        converted(folder.path("a.klv"), folder.path("e.scc"), {"--from-rate", "29.97", "--channel", "CC3"});
+    EXPECT_EQ(other.exitCode, 0);
+    EXPECT_EQ(folder.read("e.scc"), "Scenarist_SCC V1.0\n");
+    EXPECT_TRUE(other.err.find("of another field or a caption service, first: frame 30") != std::string::npos)
+        << other.err;
+}
+
+TEST(Carriers, SayWhatAScenaristFileHasNoPlaceFor) {
+    const TemporaryFolder folder;
+    const std::string json = folder.write("a.jsonl", twoFrames());
+    const ToolResult result = converted(json, folder.path("a.scc"), {"--to-rate", "25"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(folder.read("a.scc"), "Scenarist_SCC V1.0\n\n00:00:00:00\t942c\n");
+    EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.scc") +
+                              ": left out: 2 packets of which such a file carries nothing, first: frame 0, line 12\n");
+    EXPECT_EQ(converted(json, folder.path("a.scc"), {"--strict"}).exitCode, 1);
+}
+
+TEST(Carriers, BeginWhereTheyAreAskedTo) {
+    const TemporaryFolder folder;
+    const std::string scc = folder.write("a.scc", "Scenarist_SCC V1.0\n\n01:00:00;00\t9420 942f\n");
+    convert(scc, folder.path("b.scc"), {"--from-start", "01:00:00;00", "--from-rate", "29.97"});
+    EXPECT_EQ(folder.read("b.scc"), "Scenarist_SCC V1.0\n\n00:00:00;00\t9420 942f\n");
+    convert(scc, folder.path("c.scc"), {"--from-start", "auto", "--to-start", "00:00:10;00", "--to-rate", "29.97"});
+    EXPECT_EQ(folder.read("c.scc"), "Scenarist_SCC V1.0\n\n00:00:10;00\t9420 942f\n");
+    const ToolResult before =
+        converted(scc, folder.path("d.scc"), {"--offset", "-01:00:00;01", "--from-rate", "29.97"});
+    EXPECT_EQ(folder.read("d.scc"), "Scenarist_SCC V1.0\n\n00:00:00;00\t942f\n");
+    EXPECT_EQ(before.err, "qlxcc: warning: " + scc + ": left out: 1 frame in front of the start\n");
+    // A klv file has no times: its frames are those of the file from the beginning.
+    convert(scc, folder.path("e.klv"), {"--from-start", "auto"});
+    const ToolResult list = runTool({"scan", folder.path("e.klv"), "--json"});
+    EXPECT_TRUE(list.out.starts_with("{\"frame\":0,\"packets\":[{\"line\":9,")) << list.out;
+    EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 2);
+}
+
+TEST(Carriers, HaveTheBytesOfPlayFromSubtitles) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "a.srt", srt({{"00:00:02,000", "00:00:03,500", "Hi"}, {"00:00:04,000", "00:00:05,000", "you\nall"}}));
+    struct Case {
+        const char* name;
+        Arguments converted;
+        Arguments played;
+    };
+    for (const Case& one : std::vector<Case>{
+             {"a.scc", {"--channel", "CC3"}, {"--mode", "cea608", "--rate", "29.97", "--channel", "CC3"}},
+             {"a.mcc",
+              {"--to-rate", "59.94", "--service", "2"},
+              {"--mode", "cea708", "--rate", "59.94", "--service", "2"}},
+             {"a.klv",
+              {"--to-rate", "25", "--service", "1", "--channel", "CC1", "--style", "roll-up", "--line", "11"},
+              {"--mode", "captions", "--rate", "25", "--style", "roll-up", "--line", "11"}},
+             {"a.jsonl", {"--to-rate", "25", "--page", "888"}, {"--mode", "teletext", "--rate", "25"}}}) {
+        ASSERT_EQ(converted(file, folder.path(one.name), one.converted).exitCode, 0) << one.name;
+        Arguments arguments{"play", file, "-o", folder.path("b")};
+        arguments.insert(arguments.end(), {"--to-format", std::string(one.name).substr(2)});
+        arguments.insert(arguments.end(), one.played.begin(), one.played.end());
+        ASSERT_EQ(runTool(arguments).exitCode, 0) << one.name;
+        EXPECT_EQ(folder.read(one.name), folder.read("b")) << one.name;
+    }
+    // Another start, and a format that play does not read.
+    ASSERT_EQ(converted(file, folder.path("c.vtt"), {"--offset", "10"}).exitCode, 0);
+    ASSERT_EQ(converted(folder.path("c.vtt"), folder.path("c.scc"), {"--from-start", "10"}).exitCode, 0);
+    ASSERT_EQ(converted(file, folder.path("d.scc")).exitCode, 0);
+    EXPECT_EQ(folder.read("c.scc"), folder.read("d.scc"));
+    EXPECT_EQ(converted(file, folder.path("e.klv")).exitCode, 2);
+    EXPECT_EQ(converted(file, folder.path("e.scc"), {"--page", "801"}).exitCode, 2);
+}
+
+/// The time of a frame at 29.97, in milliseconds below it or nearest to it, as SubRip has it.
+std::string timeOf(std::uint64_t frame, bool isRounded) {
+    const std::uint64_t milliseconds = (frame * 1001 * 2 + (isRounded ? 30 : 0)) / 60;
+    const auto digits = [](std::uint64_t number, std::size_t count) {
+        std::string text = std::to_string(number);
+        return std::string(count - text.size(), '0') + text;
+    };
+    return digits(milliseconds / 3'600'000, 2) + ":" + digits(milliseconds / 60'000 % 60, 2) + ":" +
+           digits(milliseconds / 1000 % 60, 2) + "," + digits(milliseconds % 1000, 3);
+}
+
+TEST(Carriers, BringCuesBackFromAScenaristFile) {
+    const TemporaryFolder folder;
+    std::mt19937 random(15);
+    std::string given;
+    std::string expected;
+    std::uint64_t frame = 120;
+    for (int number = 1; number <= 200; ++number) {
+        // Rows of letters, apart by more than it takes to send them.
+        std::string rows;
+        for (std::size_t row = random() % 3 + 1; row > 0; --row) {
+            for (std::size_t size = 3 + random() % 20; size > 0; --size) {
+                rows += static_cast<char>('a' + random() % 26);
+            }
+            rows += '\n';
+        }
+        const std::uint64_t end = frame + 60 + random() % 60;
+        given +=
+            std::to_string(number) + "\n" + timeOf(frame, false) + " --> " + timeOf(end, false) + "\n" + rows + "\n";
+        expected +=
+            std::to_string(number) + "\n" + timeOf(frame, true) + " --> " + timeOf(end, true) + "\n" + rows + "\n";
+        frame = end + 60 + random() % 100;
+    }
+    ASSERT_EQ(converted(folder.write("a.srt", given), folder.path("a.scc")).exitCode, 0);
+    ASSERT_EQ(converted(folder.path("a.scc"), folder.path("b.srt")).exitCode, 0);
+    // A caption is shown with the frame of its start, and erased with that of its end.
+    EXPECT_EQ(withoutPlaces(folder.read("b.srt")), expected);
+}
+
+}  // namespace
+}  // namespace carrier_tests

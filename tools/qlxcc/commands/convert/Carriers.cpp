@@ -1,0 +1,382 @@
+#include "commands/convert/Carriers.h"
+
+#include "io/Errors.h"
+#include "io/FindingNotes.h"
+#include "io/FrameLoop.h"
+#include "io/OutputFile.h"
+#include "io/Progress.h"
+#include "io/Text.h"
+#include "io/Times.h"
+#include "streams/InputKind.h"
+#include "streams/OpenFrames.h"
+#include "streams/PacketNames.h"
+
+#include <qlx/cc/cdp.h>
+#include <qlx/cc/rate.h>
+#include <qlx/streams/captions.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+/// More than a day of frames in front of the next one is no gap in a file.
+constexpr std::uint64_t kLongestGapSeconds = 24 * 3600;
+
+std::vector<cc::Triplet> tripletsOf(const Data& bytes) {
+    std::vector<cc::Triplet> triplets(bytes.size() / sizeof(cc::Triplet));
+    std::memcpy(triplets.data(), bytes.data(), triplets.size() * sizeof(cc::Triplet));
+    return triplets;
+}
+
+bool isCaption(const anc::Packet& packet) {
+    return packet.id() == anc::ids::kCdp || packet.id() == anc::ids::kCea608;
+}
+
+/// The rate of two frames' times, which may be rounded to their scale; none where several are as near as that.
+std::optional<FrameRate> rateOfTimes(const MediaTime& first, const MediaTime& second) {
+    const double seconds = secondsFrom(second) - secondsFrom(first);
+    const double rounding = 0.501 / std::min(first.timescale, second.timescale);
+    std::optional<FrameRate> found;
+    bool isOneOfSeveral = false;
+    for (const FrameRate rate : kFrameRates) {
+        const double away = std::abs(secondsFrom(frameDuration(rate)) - seconds);
+        constexpr double kSame = 1e-9;
+        if (away < kSame) {
+            return rate;
+        }
+        if (away <= rounding) {
+            isOneOfSeveral = found.has_value();
+            found = rate;
+        }
+    }
+    return isOneOfSeveral ? std::nullopt : found;
+}
+
+/// The way of frames from the one file to the other.
+class CarrierConversion {
+public:
+    CarrierConversion(const CarrierOptions& options, InputFile& source, OutputFile& output)
+        : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
+          _frames(options.frames), _leftOut(std::make_shared<LeftOut>(output.name())), _remarks(source),
+          _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress) {
+        FrameSourceOptions opened = options.source;
+        opened.kind = _kind;
+        _reader = openFrames(source, opened);
+    }
+
+    int run() {
+        std::vector<Frame> first;
+        Frame frame;
+        while (first.size() < 2 && read(frame)) {
+            first.push_back(frame);
+        }
+        begin(first);
+        for (Frame& each : first) {
+            take(each);
+        }
+        while (read(frame)) {
+            take(frame);
+        }
+        finish();
+        _progress.clear();
+        _notes.finish();
+        _remarks.sayHowManyMore();
+        _writer->finish();
+        if (_moved > 0) {
+            printNote("warning: " + _source.name() + ": " + counted(_moved, "frame") +
+                      " earlier than the one before, taken as one of its time");
+        }
+        if (_before > 0) {
+            printNote("warning: " + _source.name() + ": left out: " + counted(_before, "frame") +
+                      " in front of the start");
+        }
+        _output.commit();
+        const bool isLossy = _before > 0 || _moved > 0 || !_leftOut->isEmpty();
+        return _reader->problems() > 0 || (_options.isStrict && isLossy) ? kExitFailure : kExitSuccess;
+    }
+
+private:
+    bool read(Frame& frame) {
+        std::vector<std::string> problems;
+        const bool hasFrame = _reader->next(frame, problems);
+        const std::vector<std::string> remarks = _reader->takeRemarks();
+        if (!remarks.empty() || !problems.empty()) {
+            _progress.clear();
+        }
+        _remarks.say(remarks);
+        _remarks.sayProblems(problems);
+        if (hasFrame) {
+            _progress.update(++_read, _source.offset());
+        }
+        return hasFrame;
+    }
+
+    [[nodiscard]] bool hasTimecodes() const {
+        return _frames.format == FrameFormat::Scc || _frames.format == FrameFormat::Mcc;
+    }
+
+    /// Whether what is written has a frame for each of the picture, and no times.
+    [[nodiscard]] bool hasEveryFrame() const {
+        return _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210;
+    }
+
+    void settleRate(const std::vector<Frame>& first) {
+        if (_options.source.rate && _kind != InputKind::Mcc) {
+            _rate = frameRateOf(*_options.source.rate);
+        } else if (_kind == InputKind::Scc) {
+            _rate = FrameRate::Fps2997;
+        } else if (!first.empty() && first[0].pts) {
+            // A time of a timecode has the duration of its frames as its scale.
+            const auto own = frameRateOfDuration(frameDurationOf(*first[0].pts));
+            _rate = _kind == InputKind::Mcc && own     ? own
+                    : first.size() > 1 && first[1].pts ? rateOfTimes(*first[0].pts, *first[1].pts)
+                                                       : std::nullopt;
+            _rate = _rate ? _rate
+                          : (_options.source.rate ? std::optional(frameRateOf(*_options.source.rate)) : std::nullopt);
+        }
+        const bool isNeeded = hasTimecodes() || std::any_of(first.begin(), first.end(),
+                                                            [](const Frame& frame) { return !frame.triplets.empty(); });
+        if (isNeeded && !_rate && !first.empty()) {
+            throw UsageError("--from-rate is needed: " + _source.name() + " does not say its frame rate");
+        }
+    }
+
+    /// The duration of a frame whose time is that many of it: 1001/30000 for a scale of 30000.
+    static MediaTime frameDurationOf(const MediaTime& time) {
+        constexpr std::int64_t kFractional = 1001;
+        return MediaTime::make(time.timescale >= 1000 ? kFractional : 1, time.timescale);
+    }
+
+    void begin(const std::vector<Frame>& first) {
+        settleRate(first);
+        _times = _options.times;
+        if (_options.isStartTaken && !first.empty()) {
+            _times.fromStart = timeOf(first[0]);
+        }
+        const FrameRate rate = _rate.value_or(FrameRate::Fps2997);
+        _to = _options.toRate ? frameRateOf(*_options.toRate)
+                              : (_frames.format == FrameFormat::Scc ? FrameRate::Fps2997 : rate);
+        if (_frames.format != FrameFormat::Scc && _to != rate) {
+            throw UsageError("--to-rate: frames are not changed from one rate to another here: qlxcc rate does it");
+        }
+        _frames.scc.rate = _to;
+        _frames.mcc.rate = _to;
+        _makesPackets = _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210 ||
+                        _frames.format == FrameFormat::Mcc;
+        _changesRate = _frames.format == FrameFormat::Scc && _to != rate;
+        _writer = makeFrameWriter(_output, _frames, _leftOut);
+    }
+
+    [[nodiscard]] std::optional<MediaTime> timeOf(const Frame& frame) const {
+        if (frame.pts || !_rate) {
+            return frame.pts;
+        }
+        const MediaTime duration = frameDuration(*_rate);
+        return MediaTime::make(static_cast<std::int64_t>(frame.number) * duration.value, duration.timescale);
+    }
+
+    /// The number of a frame in what is written, whose frames count from its beginning; none in front of that.
+    [[nodiscard]] std::optional<std::uint64_t> numberOf(const Frame& frame) const {
+        std::optional<MediaTime> time = timeOf(frame);
+        if (!time || !_rate) {
+            return frame.number;
+        }
+        const auto minus = [](const MediaTime& value) { return MediaTime::make(-value.value, value.timescale); };
+        time = _times.fromStart ? add(*time, minus(*_times.fromStart)) : *time;
+        time = _times.offset ? add(*time, *_times.offset) : *time;
+        time = _times.toStart ? add(*time, *_times.toStart) : *time;
+        const MediaTime duration = frameDuration(*_rate);
+        const double number = secondsFrom(*time) * duration.timescale / static_cast<double>(duration.value);
+        return number > -0.5 ? std::optional(static_cast<std::uint64_t>(std::llround(std::max(number, 0.0))))
+                             : std::nullopt;
+    }
+
+    void take(Frame& frame) {
+        const auto number = numberOf(frame);
+        if (!number) {
+            ++_before;
+            return;
+        }
+        if (_base && *number > _last + kLongestGapSeconds * nominalFramesPerSecond(_to)) {
+            throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": more than a day is missing");
+        }
+        if (!_base) {
+            _base = *number;
+            sayLateBeginning(*number);
+        }
+        // Time does not go back.
+        _moved += *number < _last ? 1 : 0;
+        frame.number = std::max(*number, _last);
+        _last = frame.number;
+        if (_rate) {
+            frame.pts = pictureTime(frame.number, *_rate);
+        }
+        if (_changesRate || (_makesPackets && (!frame.triplets.empty() || _change))) {
+            takeCaptions(frame);
+        } else {
+            write(frame);
+        }
+    }
+
+    void sayLateBeginning(std::uint64_t number) {
+        constexpr std::uint64_t kLate = 59 * 60;
+        if (hasEveryFrame() && _rate && number > kLate * nominalFramesPerSecond(*_rate)) {
+            printNote("warning: " + _source.name() + ": the first frame is " + counted(number, "frame") +
+                      " behind the beginning, which are written: --from-start auto leaves them out");
+        }
+    }
+
+    static MediaTime pictureTime(std::uint64_t number, FrameRate rate) {
+        const MediaTime duration = frameDuration(rate);
+        return MediaTime::make(static_cast<std::int64_t>(number) * duration.value, duration.timescale);
+    }
+
+    /// Puts captions that are in no packet into the slots of the rate, or those of all kinds into those of another one.
+    void takeCaptions(Frame& frame) {
+        if (!_rate) {
+            throw UsageError("--from-rate is needed: " + _source.name() + " does not say its frame rate");
+        }
+        _notes.setPlace("frame " + std::to_string(frame.number));
+        if (!_change) {
+            _change.emplace(cc::RateOptions{.from = *_rate, .to = _to});
+            _changeBase = frame.number;
+        }
+        const Data captions = _changesRate ? streams::captionTriplets(frame, &_notes) : frame.triplets;
+        const std::uint64_t fed = frame.number - _changeBase;
+        // A Scenarist file has no frames between its pairs: they have captions as well, with nothing in them.
+        const std::array idle{cc::idlePair(_options.source.field)};
+        while (_kind == InputKind::Scc && _fed < fed) {
+            _change->feed(_fed++, idle, &_notes);
+            drain();
+        }
+        _change->feed(fed, tripletsOf(captions), &_notes);
+        _fed = fed + 1;
+        frame.triplets = Data();
+        if (_changesRate) {
+            std::erase_if(frame.packets, isCaption);
+        }
+        if (!frame.packets.empty() || !_changesRate) {
+            _waiting.push_back(std::move(frame));
+        }
+        drain();
+    }
+
+    /// Writes what the change of rate has ready.
+    void drain() {
+        cc::RateFrame ready;
+        while (_change->next(ready, &_notes)) {
+            const std::uint64_t number = ready.number;
+            const auto isEarlier = [&](const Frame& frame) {
+                return secondsFrom(*frame.pts) < secondsFrom(outputTime(number)) && !isAt(frame, number);
+            };
+            while (!_waiting.empty() && isEarlier(_waiting.front())) {
+                write(_waiting.front());
+                _waiting.pop_front();
+            }
+            Frame frame;
+            frame.pts = outputTime(number);
+            frame.number =
+                static_cast<std::uint64_t>(std::llround(secondsFrom(*frame.pts) / secondsFrom(frameDuration(_to))));
+            const bool isOfInput = !_waiting.empty() && isAt(_waiting.front(), number);
+            if (isOfInput) {
+                frame = std::move(_waiting.front());
+                _waiting.pop_front();
+            }
+            if (ready.isCarried) {
+                std::array<std::uint8_t, cc::kGreatestCdpBytes> room{};
+                // A packet that the change gives fits.
+                const std::size_t size = *cc::writeCdp(ready.cdp, room);
+                if (!frame.wrappings.empty()) {
+                    frame.wrappings.insert(frame.wrappings.begin(), anc::Wrapping::VancFrame);
+                }
+                frame.packets.insert(frame.packets.begin(),
+                                     packetOf(anc::ids::kCdp, std::span(room).first(size), _options.line));
+            }
+            if (isOfInput || !frame.packets.empty()) {
+                write(frame);
+            }
+        }
+    }
+
+    /// The time of a frame that the change of rate gives: its first one has that of the first one that it got.
+    [[nodiscard]] MediaTime outputTime(std::uint64_t number) const {
+        return add(pictureTime(_changeBase, *_rate), pictureTime(number, _to));
+    }
+
+    [[nodiscard]] bool isAt(const Frame& frame, std::uint64_t number) const {
+        return !_changesRate && frame.number == _changeBase + number;
+    }
+
+    void write(Frame& frame) {
+        if (hasEveryFrame()) {
+            const std::uint64_t number = _rate ? static_cast<std::uint64_t>(std::llround(
+                                                     secondsFrom(*frame.pts) / secondsFrom(frameDuration(*_rate))))
+                                               : frame.number;
+            for (Frame empty; _written < number; ++_written) {
+                empty.number = _written;
+                _writer->write(empty);
+            }
+            _written = number + 1;
+        }
+        _writer->write(frame);
+    }
+
+    void finish() {
+        if (_change) {
+            _change->finish();
+            drain();
+        }
+        for (Frame& frame : _waiting) {
+            write(frame);
+        }
+    }
+
+    const CarrierOptions& _options;
+    InputFile& _source;
+    OutputFile& _output;
+    InputKind _kind;
+    FrameOutputOptions _frames;
+    std::shared_ptr<LeftOut> _leftOut;
+    RemarkNotes _remarks;
+    Progress _progress;
+    FindingNotes _notes;
+    std::unique_ptr<FrameInput> _reader;
+    std::unique_ptr<FrameWriter> _writer;
+    TimeChange _times;
+    std::optional<FrameRate> _rate;  ///< Of what is read, where it is known.
+    FrameRate _to = FrameRate::Fps2997;
+    bool _makesPackets = false;  ///< What is written has no place for captions beside packets.
+    bool _changesRate = false;   ///< All captions go through _change.
+    std::optional<cc::RateChange> _change;
+    std::uint64_t _changeBase = 0;       ///< The number of the first frame that it got.
+    std::uint64_t _fed = 0;              ///< Frames that it got.
+    std::deque<Frame> _waiting;          ///< Frames whose captions it has not given yet.
+    std::optional<std::uint64_t> _base;  ///< The number of the first frame.
+    std::uint64_t _last = 0;
+    std::uint64_t _written = 0;
+    std::uint64_t _read = 0;
+    std::uint64_t _before = 0;  ///< Frames in front of the start.
+    std::uint64_t _moved = 0;   ///< Frames earlier than the one before.
+};
+
+}  // namespace
+
+int convertCarrier(const CarrierOptions& options) {
+    refuseInputAsOutput(options.path, options.output);
+    InputFile source(options.path);
+    OutputFile output(options.output);
+    return CarrierConversion(options, source, output).run();
+}
+
+}  // namespace qlx::tool

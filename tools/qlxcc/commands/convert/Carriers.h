@@ -1,0 +1,30 @@
+// qlxcc convert: packets and captions from one file of frames to another one, without decoding them.
+#pragma once
+
+#include "cues/CueTimes.h"
+#include "io/FrameOutput.h"
+#include "io/FrameSource.h"
+#include "io/Rates.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace qlx::tool {
+
+struct CarrierOptions {
+    std::string path;  ///< `-`: standard input.
+    FrameSourceOptions source;
+    std::optional<std::string> output;  ///< None or `-`: standard output.
+    FrameOutputOptions frames;          ///< What is written, without its rate.
+    std::optional<Rate> toRate;         ///< Of what is written; none: that of what is read, in Scenarist files 29.97.
+    TimeChange times;                   ///< Without a scale.
+    bool isStartTaken = false;          ///< What is subtracted is the time of the first frame.
+    std::uint32_t line = 9;             ///< Of caption packets that are made.
+    bool isStrict = false;              ///< What is lost makes the exit code 1.
+};
+
+/// Runs the conversion; the result is the exit code.
+[[nodiscard]] int convertCarrier(const CarrierOptions& options);
+
+}  // namespace qlx::tool
