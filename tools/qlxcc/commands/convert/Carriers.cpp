@@ -31,7 +31,7 @@ namespace qlx::tool {
 namespace {
 
 /// More than a day of frames in front of the next one is no gap in a file.
-constexpr std::uint64_t kLongestGapSeconds = 24 * 3600;
+constexpr std::uint64_t kLongestGapSeconds = std::uint64_t{24} * 3600;
 
 std::vector<cc::Triplet> tripletsOf(const Data& bytes) {
     std::vector<cc::Triplet> triplets(bytes.size() / sizeof(cc::Triplet));
@@ -230,7 +230,7 @@ private:
     }
 
     void sayLateBeginning(std::uint64_t number) {
-        constexpr std::uint64_t kLate = 59 * 60;
+        constexpr std::uint64_t kLate = std::uint64_t{59} * 60;
         if (hasEveryFrame() && _rate && number > kLate * nominalFramesPerSecond(*_rate)) {
             printNote("warning: " + _source.name() + ": the first frame is " + counted(number, "frame") +
                       " behind the beginning, which are written: --from-start auto leaves them out");
