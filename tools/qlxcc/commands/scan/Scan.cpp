@@ -112,20 +112,23 @@ int scan(const ScanOptions& options) {
     } else {
         listing.emplace(options, source, *sourceOptions.kind, output);
     }
+    FrameWriter& to = listing ? listing->frames() : *writer;
     std::unique_ptr<FrameInput> reader;
+    std::uint64_t problems = 0;
+    bool hasFrames = false;
     try {
         reader = openFrames(source, sourceOptions);
+        problems = readFrames(source, *reader, output, [&](const Frame& frame) {
+            hasFrames = true;
+            to.write(frame);
+            return true;
+        });
     } catch (const Failure&) {
-        if (!listing || !listing->hasSplices()) {
+        if (hasFrames || !listing || !listing->hasSplices()) {
             throw;
         }
         return listSplicesAlone(*listing, output);
     }
-    FrameWriter& to = listing ? listing->frames() : *writer;
-    std::uint64_t problems = readFrames(source, *reader, output, [&](const Frame& frame) {
-        to.write(frame);
-        return true;
-    });
     to.finish();
     problems += listing ? listing->finish() : 0;
     // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
