@@ -39,9 +39,9 @@ void readAll(Subtitles& subtitles, std::string_view text, const CueValueTaker& t
         }
     };
     // What the reader gets at once, so that the file is in memory only once.
-    constexpr std::size_t kPiece = std::size_t{256} * 1024;
+    constexpr std::size_t kBytesAtOnce = std::size_t{256} * 1024;
     while (!text.empty()) {
-        const std::string_view piece = text.substr(0, kPiece);
+        const std::string_view piece = text.substr(0, kBytesAtOnce);
         text.remove_prefix(piece.size());
         reader.push({reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()});
         takeAll();
