@@ -62,7 +62,7 @@ std::string fourBits(unsigned value) {
 }
 
 /// A slice of a type: the first one of a picture, of the parameters 0, with a count.
-std::string slice(unsigned type, unsigned count = 0) {
+std::string hevcSlice(unsigned type, unsigned count = 0) {
     const Bytes header{static_cast<std::uint8_t>(type << 1U), 1};
     const bool isRandomAccess = type >= 16;
     const std::string rest = type == 19 ? "" : fourBits(count);
@@ -78,9 +78,10 @@ TEST(HevcOrder, FollowsThePictureOrderCount) {
     constexpr unsigned kCra = 21;
     // I0 P4 b2 P8 b6 P12 P16 (the count has turned over), a random access point 20 with 18 in front of it; a new sequence,
     // whose first picture has one of count -2 in front of it.
-    const std::vector<std::string> slices{slice(kIdr),       slice(kTrailR, 4),  slice(kTrailN, 2), slice(kTrailR, 8),
-                                          slice(kTrailN, 6), slice(kTrailR, 12), slice(kTrailR, 0), slice(kCra, 4),
-                                          slice(kRaslN, 2),  slice(kIdr),        slice(kRadlN, 14), slice(kTrailR, 2)};
+    const std::vector<std::string> slices{hevcSlice(kIdr),       hevcSlice(kTrailR, 4), hevcSlice(kTrailN, 2),
+                                          hevcSlice(kTrailR, 8), hevcSlice(kTrailN, 6), hevcSlice(kTrailR, 12),
+                                          hevcSlice(kTrailR, 0), hevcSlice(kCra, 4),    hevcSlice(kRaslN, 2),
+                                          hevcSlice(kIdr),       hevcSlice(kRadlN, 14), hevcSlice(kTrailR, 2)};
     const std::vector<int> presented{0, 2, 1, 4, 3, 5, 6, 8, 7, 10, 9, 11};
     qlx::video::PictureOrder<int> inAnnexB({Codec::H265});
     qlx::video::PictureOrder<int> withLengths({Codec::H265, 1});
