@@ -31,6 +31,7 @@ namespace qlx::subtitles {
 /// A text of the information block in code page 850, from UTF-8: a character that it does not have becomes `?`.
 [[nodiscard]] QLX_EXPORT std::string stlInformationText(std::string_view text);
 
+/// Of the library's own.
 class CueReport;
 
 /// How a file is written.
