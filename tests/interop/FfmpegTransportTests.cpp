@@ -43,9 +43,6 @@ public:
 struct DecodedPage {
     std::int64_t time = 0;
     std::string text;
-
-    friend bool operator==(const DecodedPage&, const DecodedPage&) = default;
-    friend void PrintTo(const DecodedPage& page, std::ostream* out) { *out << page.time << ": " << page.text; }
 };
 
 /// Takes a stream apart.
