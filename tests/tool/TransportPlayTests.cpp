@@ -29,8 +29,8 @@ TEST(TransportPlay, ShowsWhatItWouldInOtherFiles) {
         ASSERT_EQ(played.exitCode, 0) << played.err;
         EXPECT_EQ(played.err, "");
         ASSERT_EQ(runTool(playArguments(cues, rate, {"-o", other})).exitCode, 0);
-        const ToolResult shown = runTool({"show", stream, "--page", "888"});
-        const ToolResult expected = runTool({"show", other, "--page", "888", "--rate", rate});
+        const ToolResult shown = runTool({"show", stream, "--all", "--page", "888"});
+        const ToolResult expected = runTool({"show", other, "--all", "--page", "888", "--rate", rate});
         ASSERT_EQ(shown.exitCode, 0) << shown.err;
         EXPECT_EQ(shown.err, "");
         EXPECT_NE(expected.out.find("Bonjour"), std::string::npos);
