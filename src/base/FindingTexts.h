@@ -187,7 +187,6 @@ inline constexpr FindingText kFindingTexts[] = {
     {StreamWrappingLeftOut, "wrapping type {1x} left out"},
     {StreamWordBitsLeftOut, "{1} user data word{1s} of ten bits: the upper two left out"},
     {StreamTeletextLeftOut, "{1} teletext line{1s} left out"},
-    {StreamPacketLeftOut, "packet {1x}/{2x} left out"},
     {StreamCaptionsUnused, "{1} triplet{1s} that are not meant to be used"},
     {StreamScte20Unused, "captions by SCTE 20 beside those by ATSC A/53 are not used"},
     {ContainerLibraryMissing, "FFmpeg's libraries are needed, which are not there"},

@@ -257,7 +257,7 @@ constexpr Language kLanguages[] = {
     {"sl", "slv", "", 0x1D},    {"bs", "bos", "", 0x1D},    {"ro", "ron", "rum", 0x1F}, {"sr", "srp", "scc", 0x20},
     {"mk", "mkd", "mac", 0x20}, {"et", "est", "", 0x22},    {"lt", "lit", "", 0x23},    {"lv", "lav", "", 0x23},
     {"ru", "rus", "", 0x24},    {"bg", "bul", "", 0x24},    {"uk", "ukr", "", 0x25},    {"el", "ell", "gre", 0x37},
-    {"ar", "ara", "", 0x47},    {"he", "heb", "", 0x55},    {"iw", "heb", "", 0x55},       {"yi", "yid", "", 0x55},
+    {"ar", "ara", "", 0x47},    {"he", "heb", "", 0x55},    {"iw", "heb", "", 0x55},    {"yi", "yid", "", 0x55},
 };
 
 constexpr char lowerCase(char letter) noexcept {
@@ -274,8 +274,8 @@ bool isSame(std::string_view given, std::string_view code) noexcept {
 /// The language with this code; null where there is none.
 const Language* languageNamed(std::string_view code) noexcept {
     for (const Language& entry : kLanguages) {
-        const bool isIt = isSame(code, entry.code) || isSame(code, entry.threeLetters) ||
-                          isSame(code, entry.bibliographic);
+        const bool isIt =
+            isSame(code, entry.code) || isSame(code, entry.threeLetters) || isSame(code, entry.bibliographic);
         if (isIt && !code.empty()) {
             return &entry;
         }

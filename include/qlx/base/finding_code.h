@@ -337,10 +337,10 @@ enum class FindingCode : std::uint32_t {
     StlCommentFlagUnknown,       ///< Comment flag there, greatest that is defined.
     StlEndNotLater,              ///< The four numbers of the time code in as a number of four bytes, of that out.
     StlTextUnended,              ///< Characters behind the last line break, which are left out.
-    StlCodesPassed,   ///< The first code that is passed over and is none of 80h to 85h, how many such there are.
-    StlStylesPassed,  ///< The first of the codes 80h to 85h, how many there are.
-    StlRowsOffPage,   ///< Vertical position there, rows with text that are on no row of a teletext page.
-    StlTableNotRead,  ///< Number of the character code table.
+    StlCodesPassed,        ///< The first code that is passed over and is none of 80h to 85h, how many such there are.
+    StlStylesPassed,       ///< The first of the codes 80h to 85h, how many there are.
+    StlRowsOffPage,        ///< Vertical position there, rows with text that are on no row of a teletext page.
+    StlTableNotRead,       ///< Number of the character code table.
     StlExtensionMissing,   ///< Extension block number that was due, the one in its place (-1: another subtitle's).
     StlUserDataPassed,     ///< Subtitle number.
     StlComment,            ///< Subtitle number, rows with text.
@@ -489,7 +489,6 @@ enum class FindingCode : std::uint32_t {
     StreamWrappingLeftOut,              ///< Number of the wrapping type (qlx::anc::Wrapping).
     StreamWordBitsLeftOut,              ///< User data words whose upper two bits are not those of their bytes.
     StreamTeletextLeftOut,              ///< Teletext lines that are in no packet, or have no place.
-    StreamPacketLeftOut,                ///< DID, SDID.
 
     // streams: coded video
     StreamCaptionsUnused = 0x1F'0201,  ///< Triplets of a message that says that they are not to be used.

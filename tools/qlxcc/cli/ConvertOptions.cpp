@@ -180,8 +180,9 @@ constexpr OptionRow kConvertOptions[] = {
      .kind = ValueKind::Name,
      .field = &RawOptions::languages,
      .help = "EBU STL, captions and teletext that are written: their language",
-     .more = "Two letters (en) for EBU STL, whose character code table it chooses unless --table does, three letters of "
-             "ISO 639-2 (eng, fra, spa) for captions, either for teletext, whose character set it chooses."},
+     .more =
+         "Two letters (en) for EBU STL, whose character code table it chooses unless --table does, three letters of "
+         "ISO 639-2 (eng, fra, spa) for captions, either for teletext, whose character set it chooses."},
     stlText("--date", "YYMMDD", &RawOptions::date, "EBU STL: when it was made (default: 700101, never the clock)"),
     {.names = "--table",
      .value = "TABLE",

@@ -79,15 +79,12 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
         throw UsageError("--language is given twice");
     }
     const auto language = raw.languages.empty() ? std::nullopt : std::optional(raw.languages.front());
-    const std::pair<std::string_view, bool> given[] = {{"--title", raw.title.has_value()},
-                                                       {"--episode", raw.episode.has_value()},
-                                                       {"--publisher", raw.publisher.has_value()},
-                                                       {"--reference", raw.reference.has_value()},
-                                                       {"--country", raw.country.has_value()},
-                                                       {"--date", raw.date.has_value()},
-                                                       {"--table", raw.table.has_value()},
-                                                       {"--open", raw.isOpen},
-                                                       {"--single-height", raw.isSingleHeight}};
+    const std::pair<std::string_view, bool> given[] = {
+        {"--title", raw.title.has_value()},         {"--episode", raw.episode.has_value()},
+        {"--publisher", raw.publisher.has_value()}, {"--reference", raw.reference.has_value()},
+        {"--country", raw.country.has_value()},     {"--date", raw.date.has_value()},
+        {"--table", raw.table.has_value()},         {"--open", raw.isOpen},
+        {"--single-height", raw.isSingleHeight}};
     for (const auto& [name, isGiven] : given) {
         if (isGiven && !isStl) {
             throw UsageError(std::string(name) + " is for EBU STL only: say it with --to-format stl");

@@ -67,9 +67,6 @@ void LeftOut::say() const {
         case FindingCode::StreamTeletextLeftOut:
             text = "left out: teletext of " + counted(kind.count, "frame");
             break;
-        case FindingCode::StreamPacketLeftOut:
-            text = "left out: " + counted(kind.count, "packet") + " that are no teletext";
-            break;
         case FindingCode::StreamChannelLeftOut:
             text = "written as luma: " + counted(kind.count, "packet") + " of chroma or the multiplex";
             break;

@@ -4,6 +4,11 @@
 
 namespace qlx::tool {
 
+std::string withoutDigits(std::string text) {
+    std::erase_if(text, [](char character) { return character >= '0' && character <= '9'; });
+    return text;
+}
+
 bool LimitedMessages::say(const std::string& kind, const std::string& message) {
     Kind& counted = _kinds[kind];
     if (++counted.count > kShown) {

@@ -8,6 +8,9 @@
 
 namespace qlx::tool {
 
+/// What messages that differ in numbers only have in common: a kind of them.
+[[nodiscard]] std::string withoutDigits(std::string text);
+
 /// Prints the first ten messages of a kind, and in the end how many more there were.
 class LimitedMessages {
 public:

@@ -53,7 +53,7 @@ std::string nameOf(Control control) {
 }
 
 /// A command that is no character.
-struct CommandWords {
+struct ServiceCommandWords {
     std::string operator()(Control control) const { return nameOf(control); }
     std::string operator()(const CharacterCode&) const { return {}; }
     std::string operator()(const WideCharacter&) const { return {}; }
@@ -114,7 +114,7 @@ std::string ServiceWords::wordsOf(std::vector<std::uint8_t>& bytes) {
             continue;
         }
         endText();
-        add(std::visit(CommandWords{}, next->command));
+        add(std::visit(ServiceCommandWords{}, next->command));
     }
     endText();
     bytes.assign(rest.begin(), rest.end());

@@ -108,7 +108,7 @@ public:
 
 private:
     bool read(Frame& frame) {
-        std::vector<std::string> problems;
+        std::vector<FrameProblem> problems;
         const bool hasFrame = _reader->next(frame, problems);
         const std::vector<std::string> remarks = _reader->takeRemarks();
         if (!remarks.empty() || !problems.empty()) {

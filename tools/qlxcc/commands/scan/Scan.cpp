@@ -38,11 +38,11 @@ public:
         if (options.isOfChanges) {
             _changes = std::make_unique<ChangeWriter>(output, source.name());
         } else {
-            _list = std::make_unique<ListWriter>(
-                output, ListOptions{.inColours = output.isStandardOutput() && useColors(),
-                                    .ignoresParity = options.ignoresParity,
-                                    .wideCharacters = wideCharactersOf(options.wideEncoding),
-                                    .region = options.region});
+            _list = std::make_unique<ListWriter>(output,
+                                                 ListOptions{.inColours = output.isStandardOutput() && useColors(),
+                                                             .ignoresParity = options.ignoresParity,
+                                                             .wideCharacters = wideCharactersOf(options.wideEncoding),
+                                                             .region = options.region});
         }
     }
 

@@ -5,8 +5,8 @@
 #include "io/LimitedMessages.h"
 #include "io/OutputFile.h"
 #include "streams/FrameMessages.h"
-#include "streams/SplicePoints.h"
 #include "streams/ServiceWords.h"
+#include "streams/SplicePoints.h"
 
 #include <qlx/cea608/xds.h>
 #include <qlx/cea708/packet.h>

@@ -66,12 +66,6 @@ void writePoints(const SplicePoints& points, OutputFile& output) {
     }
 }
 
-/// What messages that differ in numbers only have in common.
-std::string withoutDigits(std::string text) {
-    std::erase_if(text, [](char character) { return character >= '0' && character <= '9'; });
-    return text;
-}
-
 }  // namespace
 
 int parseScte104(const Scte104ParseOptions& options) {
