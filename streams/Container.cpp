@@ -63,9 +63,8 @@ enum class Stage : std::int64_t { Opening = 1, TellingStreams, Reading };
 
 /// In microseconds; none where they are out of range, which only damage is.
 std::optional<std::int64_t> microseconds(const MediaTime& time) {
-    constexpr std::int64_t kGreatest = std::int64_t{1} << 60U;
     const MediaTime result = convertScale(time, 1'000'000, RoundingMethod::RoundHalfAwayFromZero);
-    return result.isValid() && std::abs(result.value) <= kGreatest ? std::optional(result.value) : std::nullopt;
+    return result.isValid() && std::abs(result.value) >> 60U == 0 ? std::optional(result.value) : std::nullopt;
 }
 
 }  // namespace

@@ -51,8 +51,8 @@ std::optional<TimeCodeText> readTimeCode(std::string_view text, FrameRate rate,
     const auto seconds = minutes ? takeNumber(text, 2, 2, ":;.,", mark) : std::nullopt;
     const bool drops = dropsFrames.value_or(mark != ':');
     const auto frames = seconds ? takeNumber(text, 2, 2, {}, mark) : std::nullopt;
-    if (!frames || *hours > 23 || *minutes > 59 || *seconds > 59 || *frames >= nominalFramesPerSecond(rate) ||
-        (drops && !cc::mayDropFrames(rate))) {
+    if (!hours || !minutes || !seconds || !frames || *hours > 23 || *minutes > 59 || *seconds > 59 ||
+        *frames >= nominalFramesPerSecond(rate) || (drops && !cc::mayDropFrames(rate))) {
         return std::nullopt;
     }
     const cc::FrameLabel label{*hours * kSecondsOfHour + *minutes * kSecondsOfMinute + *seconds, *frames};

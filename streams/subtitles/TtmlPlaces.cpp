@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace qlx::streams::detail {

@@ -199,6 +199,10 @@ extern qlx::streams::ByteSink& sink;
 namespace streams_video {
 extern qlx::streams::ByteSource& source;
 }
+namespace streams_ttml {
+extern qlx::streams::TtmlFile file;
+extern qlx::subtitles::Cue cue;
+}  // namespace streams_ttml
 namespace subtitles_cue {
 extern qlx::subtitles::Cue cue;
 }

@@ -27,8 +27,9 @@ constexpr std::string_view kToolFolder = "tools/qlxcc/";
 constexpr std::string_view kSpanningHeaders[] = {
     "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h",
     "include/QLXClosedCaptionsUtilities/QLXCCUtilities.h",
-    // One enumeration with a block for each room.
+    // One enumeration with a block for each room, and its words.
     "include/qlx/base/finding_code.h",
+    "src/base/FindingTexts.h",
 };
 
 constexpr std::string_view kGeneratedHeaders[] = {

@@ -1,6 +1,7 @@
 // The checker itself, on made-up trees and arrows; and then the real ones.
 
 #include "IncludeRules.h"
+#include "ProjectNames.h"
 #include "StandardNames.h"
 
 #include <gtest/gtest.h>
@@ -484,6 +485,8 @@ TEST(SourceTree, KeepsTheRules) {
     EXPECT_GT(includes, tree.size()) << "the includes were not read";
     EXPECT_EQ(architecture::violationsIn(rooms, tree), Lines{});
     EXPECT_EQ(architecture::namesWithoutHeader(tree), Lines{});
+    EXPECT_GE(architecture::namesLookedFor(tree), 1000U) << "the names were not read";
+    EXPECT_EQ(architecture::namesFromNowhere(tree), Lines{});
 }
 
 }  // namespace

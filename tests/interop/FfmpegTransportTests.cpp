@@ -55,7 +55,12 @@ public:
         _format = avformat_alloc_context();
         _format->pb = _input;
         const AVInputFormat* const demuxer = av_find_input_format("mpegts");
-        EXPECT_EQ(avformat_open_input(&_format, "", demuxer, nullptr), 0);
+        // As a rule this demuxer puts the clock's times in the place of those of teletext.
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "fix_teletext_pts", "0", 0);
+        EXPECT_EQ(avformat_open_input(&_format, "", demuxer, &options), 0);
+        EXPECT_EQ(av_dict_count(options), 0);
+        av_dict_free(&options);
         EXPECT_GE(avformat_find_stream_info(_format, nullptr), 0);
     }
     ~TransportJudge() {

@@ -202,7 +202,7 @@ TEST(Extract, SearchesForTheFirstStartCodeAWhile) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err,
               "qlxcc: " + file +
-                  ": byte 0: no start code (00 00 01) in the first 64 MiB: this is neither H.264 in Annex B "
+                  ": byte 0: no start code (00 00 01) in the first 64 MiB: this is neither H.264 or H.265 in Annex B "
                   "form nor MPEG-2 video\n");
 }
 
@@ -217,9 +217,9 @@ TEST(Extract, RefusesWhatIsNoVideoStream) {
     };
     refusal({}, "byte 0: the file is empty");
     refusal(fromHex("0000"),
-            "byte 0: no start code (00 00 01): this is neither H.264 in Annex B form nor MPEG-2 video");
+            "byte 0: no start code (00 00 01): this is neither H.264 or H.265 in Annex B form nor MPEG-2 video");
     refusal(Bytes(1000, 0x47),
-            "byte 0: no start code (00 00 01): this is neither H.264 in Annex B form nor MPEG-2 video");
+            "byte 0: no start code (00 00 01): this is neither H.264 or H.265 in Annex B form nor MPEG-2 video");
     refusal(fromHex("4740 00001f 000001e0 0000 8080"),
             "byte 5: start code e0 of a transport or program stream: an elementary video stream is needed");
     const ToolResult missing = runTool({"extract", folder.path("none.264")});

@@ -77,22 +77,17 @@ TEST(STLSubtitles, KeepTheirRowsWhereATeletextPageHasThem) {
     using Rows = std::vector<std::string>;
     EXPECT_EQ(rows(20, "a\x8A"
                        "b"),
-              Rows{"rows 10,11"});
+              Rows{"rows 9,10"});
     EXPECT_EQ(rows(3, "a\x8A"
                       "b"),
-              Rows{"rows 2,3"});
+              Rows{"rows 1,2"});
     // An empty line skips a row, and takes none of the three that a packet has.
     EXPECT_EQ(rows(14, "a\x8A\x8A"
                        "b\x8A\x8A"
                        "c"),
-              (Rows{"rows 7,8,9"}));
-    EXPECT_EQ(rows(1, "a"), Rows{"row 1"});
-    // Two rows of double height take four.
-    EXPECT_EQ(rows(20, "\x0D"
-                       "a\x8A\x8A\x0D"
-                       "b"),
-              Rows{"rows 10,11"});
-    // Behind the page's end: such cues stand where those of an SRT file do.
+              (Rows{"rows 6,8,10"}));
+    // Row 0 is the page's header, row 12 is behind its end: such cues stand where those of an SRT file do.
+    EXPECT_EQ(rows(1, "a"), Rows{"row 11"});
     EXPECT_EQ(rows(22, "a\x8A\x8A"
                        "b"),
               Rows{"rows 10,11"});
@@ -169,13 +164,14 @@ TEST(STLSubtitles, ShowTheirOwnTimecodes) {
 TEST(STLSubtitles, PlayWarnsOfCuesOnly) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.stl", stl(kEveryKind));
-    const ToolResult result = runTool(playArguments(file, "25", {"--from", "01:00:10:00"}));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25", {"--from", "01:00:10:00"}));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + file +
                               ": TTI block 5: cue left out: the end is not later than the start\n"
                               "qlxcc: warning: " +
                               file +
-                              ": cue 6: 73 characters left out: a teletext subtitle has 3 rows of 34 characters\n");
+                              ": TTI block 6: the text has no end mark (8F): what stands behind its last line "
+                              "break is lost\n");
 }
 
 /// What `play --as-deployed` says of a file.

@@ -242,10 +242,10 @@ TEST(SubtitlePieces, GiveTheCuesOfTheWholeFile) {
 TEST(Quiet, LeavesWarningsOut) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
-    EXPECT_TRUE(isOneMessage(runTool(playArguments(file, "25")).err));
-    const std::string expected = runTool(playArguments(file, "25")).out;
+    EXPECT_TRUE(isOneMessage(runTool(deployedTeletextArguments(file, "25")).err));
+    const std::string expected = runTool(deployedTeletextArguments(file, "25")).out;
     for (const char* option : {"-q", "--quiet"}) {
-        std::vector<std::string> arguments = playArguments(file, "25", {option});
+        std::vector<std::string> arguments = deployedTeletextArguments(file, "25", {option});
         EXPECT_EQ(runTool(arguments).err, "");
         EXPECT_EQ(runTool(arguments).out, expected);
         arguments.pop_back();

@@ -21,7 +21,7 @@ using qlxtest::ToolResult;
 void expectRefused(std::string_view content, const std::string& message) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", content);
-    const ToolResult result = runTool(playArguments(file, "25", {"-o", folder.path("out.v210")}));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25", {"-o", folder.path("out.v210")}));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "qlxcc: " + file + ": " + message + "\n");
@@ -121,7 +121,7 @@ TEST(SubtitleInput, PlaysTheRestAndWarnsOfEachCueThatIsLeftOut) {
     const std::string file = folder.write("in.srt", "1\n00:00:02,000 --> 00:00:01,000\nweg\n\n"
                                                     "2\n00:00:01,000 --> 00:00:02,000\nBonjour\n\n"
                                                     "stray\n");
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + file +
                               ": line 2: cue left out: the end \"00:00:01,000\" is not later "
@@ -139,7 +139,7 @@ TEST(SubtitleInput, EndsALongListOfWarningsWithTheirNumber) {
     }
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", content);
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     const auto lines = qlxtest::linesOf(result.err);
     ASSERT_EQ(lines.size(), 11U);

@@ -12,7 +12,7 @@
 namespace {
 
 using qlxtest::linesOf;
-using qlxtest::playArguments;
+using qlxtest::deployedTeletextArguments;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
@@ -82,7 +82,7 @@ TEST(SubtitleTimes, PlayNoSRTCueFromTheBeginningWhoseStartIsNoTime) {
     const TemporaryFolder folder;
     const std::string file =
         folder.write("in.srt", srt({{"0:00:03.5", "00:00:05,000", "weg"}, {"00:00:01,000", "00:00:02,000", "da"}}));
-    const ToolResult result = runTool(playArguments(file, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(file, "25"));
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + file +
                               ": line 2: cue left out: the start \"0:00:03.5\" is no time (HH:MM:SS,mmm)\n");

@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "-o", "a.scc", "--no-fill"},
         std::vector<std::string>{"play", "a.srt", "--mode", "cea608", "--rate", "29.97", "--no-fill"},
         std::vector<std::string>{"play", "a.srt", "--mode", "teletext", "--rate", "25", "-o", "a.klv", "--no-fill"},
-        std::vector<std::string>{"extract"}, std::vector<std::string>{"extract", "a.264", "--codec", "h265"},
+        std::vector<std::string>{"extract"}, std::vector<std::string>{"extract", "a.264", "--codec", "h266"},
         std::vector<std::string>{"extract", "a.264", "--format", "cc2"}, std::vector<std::string>{"rate", "a.klv"},
         std::vector<std::string>{"rate", "a.klv", "--from", "25", "--to", "50"},
         std::vector<std::string>{"rate", "a.klv", "--from", "25", "-o", "b.klv"},

@@ -313,7 +313,7 @@ TEST(WholeRows, AreReadByEveryCommandThatReadsElements) {
     EXPECT_TRUE(rate({}).ends_with("\n5 packets in 2 frames\n"));
 }
 
-TEST(WholeRows, WithADamagedPacketAreNoMessages) {
+TEST(WholeRows, WithADamagedPacketAreReadAndSaid) {
     Samples damaged = ancSamples(0x41, 0x07, fromHex("08 ffff 0010 00 00 01 0000 00 00 01 0102 0000"));
     damaged.back() = static_cast<std::uint16_t>(damaged.back() ^ 0x001U);
     const TemporaryFolder folder;
@@ -327,10 +327,12 @@ TEST(WholeRows, WithADamagedPacketAreNoMessages) {
         all.insert(all.end(), {"--width", std::to_string(kWide), "--lines", "9"});
         const ToolResult result = runTool(all);
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.out, "");
+        // A splice_null section.
+        EXPECT_EQ(result.out, arguments[0] == "scte35" ? "fc301100000000000000fff0000000007a4fbfff\n" : "");
         EXPECT_TRUE(result.err.starts_with(place)) << result.err;
         EXPECT_NE(result.err.find("checksum"), std::string::npos) << result.err;
     }
+    // A file does not appear where something could not be trusted.
     EXPECT_EQ(folder.names(), std::vector<std::string>{"a.v210"});
 }
 

@@ -63,6 +63,7 @@ struct SpliceReaderOptions {
 /// stream without a registration descriptor "CUEI".
 class SpliceReader {
 public:
+    /// @param options What is read beside the streams that the maps name.
     /// @param findings Gets what is wrong, with the byte of the stream; may be null, else it must outlive this.
     QLX_STREAMS_EXPORT explicit SpliceReader(const SpliceReaderOptions& options = {}, FindingSink* findings = nullptr);
 

@@ -45,6 +45,9 @@ namespace qlx::streams {
 class QLX_STREAMS_EXPORT PictureCaptions {
 public:
     /// The triplets of the next picture of the stream, as captionTriplets() gives them.
+    /// @param picture A coded picture.
+    /// @param form What the stream is.
+    /// @param offset Of the picture in its stream, for the findings.
     /// @param findings Gets, once, StreamScte20Unused (a Warning) beside those of captionTriplets(); may be null.
     [[nodiscard]] Data take(std::span<const std::uint8_t> picture, const video::StreamForm& form,
                             std::uint64_t offset = 0, FindingSink* findings = nullptr);

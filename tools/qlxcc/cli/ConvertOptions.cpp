@@ -125,7 +125,7 @@ constexpr OptionRow kConvertOptions[] = {
                "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
                "timecode of --from-start counts. It does not change the speed."),
     rateOption("--to-rate", {}, &RawOptions::toRate,
-               "Frames a second of packets that are made of subtitles; those that --to-start and EBU STL count",
+               "Frames a second of packets made of subtitles; those that --to-start and EBU STL count",
                "EBU STL has 25 and 30 (default: those of --from-rate or of an STL file that is read, else 25); with "
                "29.97 the 30 of its time codes are as long as those of 29.97, with --drop as drop-frame ones."),
     textOption("--scale", "A/B", &RawOptions::scale, "Multiply times by A and divide them by B",

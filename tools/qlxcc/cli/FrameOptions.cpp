@@ -24,8 +24,8 @@ in an unusual place or without a checksum gets a warning.
 h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are containers, of which the captions in the
 first H.264 or MPEG-2 video stream, the caption tracks (c608, c708) and the ANC tracks are listed, in the order of
 presentation and with the times of the file. Captions that come with the picture are "in the picture". Behind them
-stands the splice information (SCTE 35) of a ts file: where and when each section came by the program's clock, how often,
-when it splices and how long after that. A ts file on standard input is read for its frames alone.
+stands the splice information (SCTE 35) of a ts file: where and when each section came by the program's clock, how
+often, when it splices and how long after that. A ts file on standard input is read for its frames alone.
 
 With a FILE in .v210, .klv or .jsonl, or --to-format, the frames are written in that form in place of a list. Rows are
 written as they are read; of other files --lines or --rows says which there are.
@@ -40,7 +40,7 @@ Examples:
 
 constexpr OptionRow kScanOptions[] = {
     fileArgument("FILE", "What is searched (-: standard input)"),
-    fromFormat(kFrameFormats, "--format", "{} (default: by content)",
+    fromFormat(kFrameFormats, "--format", "{} (else by content)",
                "Rows (`v210`, `2vuy`) are told by the name alone, as any bytes can be samples. `mov` is also the form "
                "of MP4 files."),
     kRowWidth,

@@ -81,7 +81,7 @@ inline constexpr OptionRow kRegion{
         "What a page says of its sets itself comes first."};
 
 [[nodiscard]] constexpr OptionRow fromFormat(std::span<const std::string_view> words, std::string_view older,
-                                             std::string_view help = "{} (default: by content)",
+                                             std::string_view help = "{} (else by content)",
                                              std::string_view more = {}) {
     return {.names = "--from-format",
             .older = older,

@@ -141,7 +141,7 @@ constexpr OptionRow kPlayOptions[] = {
      .field = &RawOptions::service,
      .help = "cea708 and captions: the caption service, 1 to 63 (default: 1)"},
     wideEncoding(
-        "Captions in services: send what their sets do not have as 16-bit characters, {}",
+        "Services: send what their sets lack as 16-bit characters, {}",
         "They stand behind the code P16, and not all receivers know them. Without this option a character that "
         "looks like it is sent, which is said."),
     {.names = "--language",
@@ -191,7 +191,7 @@ constexpr OptionRow kPlayOptions[] = {
      .value = "RATING",
      .kind = ValueKind::Name,
      .field = &RawOptions::rating,
-     .help = "cea608 and captions: send for whom the programme is (PG-13, TV-14 DLSV, TV-Y7 FV, 14+, 16 ans+)"},
+     .help = "cea608, captions: for whom the programme is (PG-13, TV-14 DLSV, TV-Y7 FV, 14+, 16 ans+)"},
     {.names = "--network",
      .value = "NAME",
      .kind = ValueKind::Name,
