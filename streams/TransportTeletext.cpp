@@ -19,6 +19,7 @@ std::int64_t ticksOf(const MediaTime& time) {
 
 void TransportTeletext::drain() {
     while (const ts::VbiMoment* const moment = _reader.next()) {
+        _isFound = true;
         Frame& frame = _frames.emplace_back();
         frame.pts = MediaTime::make(moment->time90k, kTicksPerSecond);
         frame.teletext = moment->vbi.teletext;
@@ -31,6 +32,7 @@ void TransportTeletext::drain() {
             frame.captionPlace = CaptionPlace::Track;
         }
     }
+    _isFound = _isFound || _reader.pid();
 }
 
 void TransportTeletext::take(std::uint64_t place, std::span<const std::uint8_t> bytes) {
@@ -95,7 +97,7 @@ std::optional<Frame> TransportTeletext::takeUpTo(const std::optional<MediaTime>&
 }
 
 void TransportTeletext::report(FindingSink* findings, bool isAlone) {
-    if (findings == nullptr || !_reader.pid()) {
+    if (findings == nullptr || !_isFound) {
         return;
     }
     for (const Finding& finding : _findings) {

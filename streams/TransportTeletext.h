@@ -56,6 +56,7 @@ private:
     std::uint64_t _next = 0;             ///< Byte of the stream that is taken next.
     std::optional<std::int64_t> _shift;  ///< Ticks by which the demuxer's times are later: as often as they begin anew.
     std::vector<std::uint8_t> _piece;
+    bool _isFound = false;  ///< There is, or was, a stream that is read.
     bool _isFinished = false;
 };
 

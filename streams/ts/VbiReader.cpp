@@ -53,6 +53,7 @@ void VbiReader::chooseStreams() {
         return;
     }
     _pid.reset();
+    _reader.reset();
     std::vector<Candidate> candidates;
     for (const Pmt& map : _map.maps()) {
         for (const ProgramStream& stream : map.streams) {

@@ -372,6 +372,47 @@ TEST(TransportTeletext, IsFoundByTheMapOrByItsData) {
     EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsSectionCrcWrong, qlx::Severity::Error, 188, 0x100, 2}));
 }
 
+TEST(TransportTeletext, MayEndBeforeTheStream) {
+    const std::vector<ts::TeletextPage> pages{{{'s', 'w', 'e'}, ts::TeletextType::Subtitles, 0x399}};
+    ts::Pmt map{.header = {.extension = 1}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
+    map.streams = {{ts::kPrivatePesType, 0x201, {ts::teletextDescriptor(pages)}}};
+    ts::Pmt without = map;
+    without.streams.clear();
+    const std::vector<std::uint16_t> pids{0x201};
+    const StreamBytes stream = mappedStream(std::vector<ts::Pmt>{map, without, map, without}, pids);
+    Findings findings;
+    ts::VbiReader reader({}, &findings);
+    std::size_t moments = 0;
+    // Packet by packet: the reader is asked while there is no stream to be read.
+    for (std::size_t place = 0; place < stream.size(); place += 188) {
+        reader.push(std::span(stream).subspan(place, 188));
+        while (const ts::VbiMoment* const moment = reader.next()) {
+            EXPECT_EQ(moment->pid, 0x201);
+            ++moments;
+        }
+    }
+    reader.finish();
+    EXPECT_EQ(reader.next(), nullptr);
+    EXPECT_EQ(moments, 2U);
+    EXPECT_FALSE(reader.pid());
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].code, FindingCode::TsStreamGone);
+    EXPECT_EQ(findings[1].code, FindingCode::TsStreamGone);
+    // Who reads the frames is told too, though nothing takes its place.
+    MemorySource source(stream);
+    TransportReader frames(source);
+    findings.clear();
+    Frame frame;
+    std::size_t given = 0;
+    for (auto more = frames.next(frame, &findings); more && *more; more = frames.next(frame, &findings)) {
+        ++given;
+    }
+    EXPECT_EQ(given, 2U);
+    EXPECT_EQ(std::count_if(findings.begin(), findings.end(),
+                            [](const qlx::Finding& one) { return one.code == FindingCode::TsStreamGone; }),
+              2);
+}
+
 TEST(TransportTeletext, StandsBesideOtherLines) {
     // EN 301 775: data_identifier 99h; a caption pair 14h 2Ch of field 2, VPS, WSS, a unit without a name; a unit too short.
     ts::PesView pes;
