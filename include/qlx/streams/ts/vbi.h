@@ -26,7 +26,7 @@ namespace qlx::streams::ts {
 enum class VbiUnit : std::uint8_t {
     Teletext = 0x02,          ///< EBU teletext that is no subtitles.
     TeletextSubtitle = 0x03,  ///< EBU teletext subtitles.
-    InvertedTeletext = 0x0C,  ///< Teletext with an inverted framing code.
+    InvertedTeletext = 0xC0,  ///< Teletext with an inverted framing code.
     Vps = 0xC3,               ///< Video programming system.
     Wss = 0xC4,               ///< Widescreen signalling.
     ClosedCaptions = 0xC5,    ///< Line 21.
