@@ -75,6 +75,9 @@ std::optional<Finding> TransportReader::Reading::open() {
             _otherFailure = error;
             _otherFailure->severity = Severity::Warning;
         }
+    } else if (_failure && _failure->code == FindingCode::ContainerWithoutTracks) {
+        const auto why = _teletext.whyNothing();
+        _failure = why ? why : _failure;
     }
     _isAtEnd = _failure.has_value();
     return _failure;

@@ -1,5 +1,6 @@
 #include "TransportTeletext.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qlx::streams::detail {
@@ -110,6 +111,14 @@ void TransportTeletext::report(FindingSink* findings, bool isAlone) {
                        static_cast<std::int64_t>(_findings.rest()), 0});
     }
     _findings.clear();
+}
+
+std::optional<Finding> TransportTeletext::whyNothing() const {
+    const auto why = std::find_if(_findings.begin(), _findings.end(), [](const Finding& finding) {
+        return finding.code == FindingCode::TsPacketScrambled || finding.code == FindingCode::TsTimeMissing ||
+               finding.code == FindingCode::TsDataIdentifierUnknown;
+    });
+    return _isFound && why != _findings.end() ? std::optional(*why) : std::nullopt;
 }
 
 }  // namespace qlx::streams::detail

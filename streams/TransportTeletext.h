@@ -44,6 +44,9 @@ public:
     /// @param isAlone Nobody else says that the end is missing.
     void report(FindingSink* findings, bool isAlone);
 
+    /// Why a stream that was found brought nothing; none where there is no such stream, or nothing is known.
+    [[nodiscard]] std::optional<Finding> whyNothing() const;
+
     /// The pages that the program's map names.
     [[nodiscard]] std::vector<ts::TeletextPage> pages() const { return _reader.pages(); }
 

@@ -37,9 +37,8 @@ void VbiReader::choose(std::uint16_t pid) {
 void VbiReader::tellStreams() {
     for (const Pmt& map : _map.maps()) {
         for (const ProgramStream& stream : map.streams) {
-            const bool isTold = std::find(_leftOut.begin(), _leftOut.end(), stream.pid) != _leftOut.end();
-            if (stream.pid != _pid && !isTold && isSaidToHoldVbi(stream)) {
-                _leftOut.push_back(stream.pid);
+            if (stream.pid != _pid && !_leftOut[stream.pid] && isSaidToHoldVbi(stream)) {
+                _leftOut.set(stream.pid);
                 detail::addFinding(_findings, FindingCode::TsTeletextLeftOut, Severity::Remark, _packets.offset(),
                                    stream.pid);
             }
@@ -90,6 +89,10 @@ void VbiReader::tellOthers(const PesView& pes) {
 
 /// Whether it brings something.
 bool VbiReader::take(const PesView& pes) {
+    if (pes.header.scrambling != 0) {
+        detail::addFinding(_findings, FindingCode::TsPacketScrambled, Severity::Error, pes.offset, pes.pid);
+        return false;
+    }
     if (!readVbi(pes, _moment.vbi, _findings)) {
         return false;
     }

@@ -152,4 +152,38 @@ TEST(TransportTeletext, MayEndBeforeTheStream) {
               2);
 }
 
+TEST(TransportReader, SaysWhyTeletextCannotBeRead) {
+    ts::Pmt map{.header = {.extension = 1}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
+    map.streams = {{ts::kPrivatePesType, 0x201, {ts::teletextDescriptor({})}}};
+    const std::vector<std::uint16_t> pids{0x201};
+    const StreamBytes stream = mappedStream(std::vector<ts::Pmt>{map, map}, pids);
+    StreamBytes scrambled = stream;
+    StreamBytes scrambledInside = stream;
+    StreamBytes timeless = stream;
+    for (std::size_t place = 0; place < stream.size(); place += 188) {
+        const auto packet = ts::parsePacket(std::span(stream).subspan(place));
+        if (packet->pid == 0x201) {
+            scrambled[place + 3] |= 0x80U;
+            if (packet->startsUnit) {
+                scrambledInside[place + 4 + 6] |= 0x20U;
+                timeless[place + 4 + 7] &= 0x3FU;
+            }
+        }
+    }
+    const auto reasonOf = [](const StreamBytes& bytes) {
+        MemorySource source(bytes);
+        TransportReader reader(source);
+        const auto reason = reader.open();
+        return reason ? reason->code : FindingCode::TsStreamGone;
+    };
+#ifdef QLX_STREAMS_FFMPEG
+    EXPECT_EQ(reasonOf(scrambled), FindingCode::TsPacketScrambled);
+    EXPECT_EQ(reasonOf(scrambledInside), FindingCode::TsPacketScrambled);
+    EXPECT_EQ(reasonOf(timeless), FindingCode::TsTimeMissing);
+#else
+    EXPECT_EQ(reasonOf(scrambled), FindingCode::ContainerLibraryMissing);
+    EXPECT_EQ(reasonOf(timeless), FindingCode::ContainerLibraryMissing);
+#endif
+}
+
 }  // namespace

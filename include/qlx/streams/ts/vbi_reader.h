@@ -43,10 +43,10 @@ struct VbiMoment {
 
 /// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at.
 ///
-/// Findings: those of PacketReader, of ProgramMap, of PesReader for the stream that is read, and of readVbi(); TsTimeMissing
-/// (what comes before the first time is left out), TsTimeJumped where a time is before the one in front of it,
-/// TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for each other PID that is
-/// said to hold teletext.
+/// Findings: those of PacketReader, of ProgramMap, of PesReader for the stream that is read, and of readVbi();
+/// TsPacketScrambled for PES packets too, which are left out; TsTimeMissing (what comes before the first time is left out),
+/// TsTimeJumped where a time is before the one in front of it, TsDataUnitUnused once for each data_unit_id that is not read,
+/// TsTeletextLeftOut (a Remark) once for each other PID that is said to hold teletext.
 class VbiReader {
 public:
     /// @param options Which stream.
@@ -96,9 +96,9 @@ private:
     PacketReader _packets;
     ProgramMap _map;
     std::optional<std::uint16_t> _pid;
-    std::optional<PesReader> _reader;     ///< Of it.
-    std::vector<std::uint16_t> _leftOut;  ///< PIDs that have been told.
-    std::vector<Candidate> _candidates;   ///< As long as it is not known.
+    std::optional<PesReader> _reader;         ///< Of it.
+    std::bitset<kGreatestPid + 1U> _leftOut;  ///< PIDs that have been told.
+    std::vector<Candidate> _candidates;       ///< As long as it is not known.
     ContinuousTime _time;
     VbiMoment _moment;
     std::bitset<256> _told;  ///< Units that are not read.
