@@ -148,8 +148,16 @@ std::optional<Finding> TransportWriter::write(const Frame& frame, FindingSink* f
     const std::int64_t time = timeOf(frame);
     if (!_multiplexer) {
         _multiplexer.emplace(optionsOf(_options, time), findings);
+        _end = time;
     }
     _multiplexer->setFindings(findings);
+    // Step by step: what fills a gap of hours need not be held at once.
+    for (std::int64_t now = _end; now < time; now += std::min<std::int64_t>(time - now, kTicksPerSecond)) {
+        _multiplexer->advanceTo(now);
+        if (const auto failure = send()) {
+            return failure;
+        }
+    }
     _multiplexer->advanceTo(time);
     takeLines(frame, findings);
     numberLines(frame, findings);

@@ -186,4 +186,33 @@ TEST(TransportReader, SaysWhyTeletextCannotBeRead) {
 #endif
 }
 
+/// A gap between frames is filled as one frame after the other would fill it, and does not grow in memory.
+TEST(TransportWriter, FillsAGapWithoutHoldingIt) {
+    class CountedBytes final : public ByteSink {
+    public:
+        std::optional<qlx::Finding> write(std::span<const std::uint8_t> bytes) override {
+            count += bytes.size();
+            return count > limit ? std::optional(qlx::Finding{FindingCode::StreamWriteFailed}) : std::nullopt;
+        }
+        std::uint64_t count = 0;
+        std::uint64_t limit = UINT64_MAX;
+    };
+    const auto framesAt = [](CountedBytes& sink, std::int64_t second) {
+        TransportWriter writer(sink, {.bitrate = 1'000'000});
+        Frame frame;
+        frame.pts = qlx::MediaTime::make(0, 1);
+        EXPECT_FALSE(writer.write(frame, nullptr));
+        frame.pts = qlx::MediaTime::make(second, 1);
+        return writer.write(frame, nullptr);
+    };
+    CountedBytes all;
+    EXPECT_FALSE(framesAt(all, 60));
+    EXPECT_NEAR(static_cast<double>(all.count), 60 * 125'000.0, 188.0);
+    // A sink that is full ends it at once, however long the gap is.
+    CountedBytes some;
+    some.limit = 1'000'000;
+    EXPECT_TRUE(framesAt(some, 100'000'000));
+    EXPECT_LE(some.count, some.limit + 188);
+}
+
 }  // namespace
