@@ -102,8 +102,9 @@ TEST(CueCaptions, StandOnTheRowsOfTheCue) {
     expectRows(rows({1, 11}), {"5,0 x", "15,0 x"});
     // Not on the page, and not from the top down.
     expectRows(rows({23}), {"15,0 x"});
-    expectRows(rows({11, 10}), {"13,0 x", "14,0 x"});
-    expectRows(rows({1, 200, 200, 201}), {"12,0 x", "13,0 x", "14,0 x", "15,0 x"});
+    expectRows(rows({11, 10}), {"13,0 x", "14,0 x"}, {"4: row 2 is moved below the one before it, its number is 10"});
+    expectRows(rows({1, 200, 200, 201}), {"12,0 x", "13,0 x", "14,0 x", "15,0 x"},
+               {"4: row 3 is moved below the one before it, its number is 200"});
     // A row without text keeps its place.
     expectRows({rowOf("a"), rowOf(""), rowOf("b")}, {"13,0 a", "15,0 b"});
 }
