@@ -207,7 +207,9 @@ std::optional<std::int64_t> PictureCount::h265SlicePlace(std::span<const std::ui
     const unsigned type = nalUnitType(slice[0], Codec::H265);
     const bool isRandomAccess = type >= kFirstBla && type <= kLastRandomAccess;
     const bool isIdr = type == kFirstIdr || type == kLastIdr;
-    if (isRandomAccess && type <= kLastIdr) {
+    // With the first picture of a stream a sequence begins also where that is a CRA picture: its count has no turns.
+    const bool beginsSequence = isRandomAccess && (type <= kLastIdr || _greatest < 0);
+    if (beginsSequence) {
         beginAnew();
     }
     BitReader reader(slice.subspan(2));
@@ -225,7 +227,7 @@ std::optional<std::int64_t> PictureCount::h265SlicePlace(std::span<const std::ui
     if (reader.hasFailed()) {
         return std::nullopt;
     }
-    const std::int64_t high = isRandomAccess && type <= kLastIdr ? 0 : unwrapped(low, found->second.orderBits);
+    const std::int64_t high = beginsSequence ? 0 : unwrapped(low, found->second.orderBits);
     const bool isLowest = (slice[1] & 7U) == 1;
     const bool isLeading = type >= kFirstLeading && type <= kLastLeading;
     const bool isSubLayerOnly = type <= kLastSubLayerType && type % 2 == 0;
@@ -240,7 +242,8 @@ template <class Units>
 std::optional<std::int64_t> PictureCount::h265Place(const Units& units) {
     constexpr std::size_t kHeader = 2;
     for (const UnitView& unit : units) {
-        if (unit.bytes.size() <= kHeader) {
+        // Other layers, of depth or of another view, have parameters of their own (F.7.3.2.2).
+        if (unit.bytes.size() <= kHeader || (unit.bytes[0] & 1U) != 0 || unit.bytes[1] >> 3U != 0) {
             continue;
         }
         const unsigned type = nalUnitType(unit.bytes[0], Codec::H265);

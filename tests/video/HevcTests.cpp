@@ -105,6 +105,33 @@ TEST(HevcOrder, FollowsThePictureOrderCount) {
     }
 }
 
+// Counts of 16 bits, which begin at 60,000: their first turn is that of the first picture. A layer of another view has
+// parameters of the same number, with counts of 4 bits.
+TEST(HevcOrder, BeginsAtARandomAccessPointInTheStream) {
+    const auto slice = [](unsigned type, unsigned count) {
+        const Bytes bytes{static_cast<std::uint8_t>(type << 1U), 1};
+        std::string text = type >= 16 ? "10 1 011 " : "1 1 011 ";
+        for (unsigned bit = 16; bit-- > 0;) {
+            text += (count >> bit & 1U) != 0 ? '1' : '0';
+        }
+        return "000001" + toHex(bytes) + hexOfBits(text + "1");
+    };
+    const std::string sequence =
+        "01" + std::string(22, 'f') + "5d" + hexOfBits("1 010 0000001000000 0000001000000 0 1 1 0001101 1");
+    const std::string sets = "00000001 4201 " + sequence + " 00000001 4209 " + kSequence + " 00000001 4401 c1";
+    qlx::video::PictureOrder<int> order({Codec::H265});
+    int mark = 0;
+    for (const std::string& picture : {sets + slice(21, 60000), slice(1, 60004), slice(0, 60002)}) {
+        order.add(fromHex(picture), mark++);
+    }
+    order.finish();
+    std::vector<int> marks;
+    while (const auto next = order.take()) {
+        marks.push_back(*next);
+    }
+    EXPECT_EQ(marks, (std::vector<int>{0, 2, 1}));
+}
+
 TEST(HevcOrder, ReadsParameterSets) {
     const ExactBuffer whole(fromHex(kSequence));
     const auto sequence = qlx::video::parseH265Sequence(whole.span());
