@@ -55,12 +55,10 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea608CaptionOverlaps, Severity::Warning, ordinal, number(caption.start),
                          number(lane.lastEnd)});
         if (!lane.cues.empty()) {
-            lane.cues.back().end = start;
-            lane.cues.back().endsWithNext = true;
+            lane.cues.back().ownEnd = std::exchange(lane.cues.back().end, start);
         }
         if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
-            lane.shown->end = start;
-            lane.shown->endsWithNext = true;
+            lane.shown->ownEnd = std::exchange(lane.shown->end, start);
         }
     }
     lane.hasStarted = true;
@@ -201,7 +199,7 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
     const std::uint64_t atOnce = slot + codeLength() - 1;
     switch (next.style) {
     case CaptionStyle::PopOn: {
-        if (lane.shown->endsWithNext) {
+        if (slot < lane.shown->ownEnd) {
             return false;
         }
         const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
@@ -319,9 +317,8 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
-        const bool staysOn = lane.shown && lane.shown->endsWithNext && isPopOn;
-        if (lane.shown && !isBeingWritten && !staysOn) {
-            keep(lane.shown->end);
+        if (lane.shown && !isBeingWritten) {
+            keep(isPopOn ? std::max(lane.shown->end, lane.shown->ownEnd) : lane.shown->end);
         }
         if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {
             keep(cue->start);

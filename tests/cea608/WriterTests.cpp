@@ -122,6 +122,15 @@ TEST(PopOnCaptions, StayUntilALateOneThatCutsThemIsShown) {
     EXPECT_EQ(result.findings[2], "1: caption is shown 3 frames late, 3 pairs short");
 }
 
+// But no longer than it was to be shown: EDM in frame 24, where one pair is still to come.
+TEST(PopOnCaptions, AreErasedAtTheirOwnEndInFrontOfALateOneThatCutsThem) {
+    const Sent result = sentOf({captionOf(20, 24, U"Hi"), captionOf(22, 40, U"yoyo")});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142e 1460 142c 796f 796f 142f\n40: 142c");
+    ASSERT_EQ(result.findings.size(), 3U);
+    EXPECT_EQ(result.findings[1], "0: caption ends 2 frames late");
+    EXPECT_EQ(result.findings[2], "1: caption is shown 5 frames late, 5 pairs short");
+}
+
 TEST(PopOnCaptions, AreNotErasedWhenTheNextFollowsAtOnce) {
     // Between frames 40 and 41 there is no room for both EDM.
     Sent result = sentOf({captionOf(20, 40, U"Hi"), captionOf(41, 60, U"yo")}, 1, FrameRate::Fps25, true);
@@ -170,8 +179,8 @@ TEST(Captions, SendNoCodeOnceBesideItsLike) {
 }
 
 TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
-    // The EDM at 29 leaves a pair in front of it unused. That of the other channel comes as a surprise and makes the
-    // caption late: one letter fills the pairs in front of it, one is sent once for the unused pair, and the last one twice.
+    // The EDM at 29 leaves a pair in front of it unused. That of the other channel, in front of what is painted there, comes
+    // as a surprise and makes the caption late: one letter fills the pairs in front of it, one is sent once for the unused pair, and the last one twice.
     Writer writer(FrameRate::Fps24);
     qlx::Findings findings;
     EXPECT_TRUE(writer.add(captionOf(20, 29, U"Hi"), &findings));
@@ -179,7 +188,7 @@ TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
     EXPECT_TRUE(writer.add(captionOf(40, 80, U"\u00C0\u00C8\u00C2"), &findings));
     const std::string before = sent(writer, 1, 30, findings);
     EXPECT_EQ(before.substr(before.find("20: ")), "20: 142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c");
-    EXPECT_TRUE(writer.add(captionOf(33, 100, U"z", kCC2), &findings));
+    EXPECT_TRUE(writer.add(captionOf(33, 100, U"z", kCC2, PaintOn), &findings));
     EXPECT_EQ(sent(writer, 1, 44, findings),
               "30: 142c 4100 1230 1c2c 1c2c 1420 1420 4500 1233 4100 1231 1231 142f 142f");
     ASSERT_EQ(findings.size(), 2U);

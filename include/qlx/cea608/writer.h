@@ -126,8 +126,9 @@ private:
         CaptionStyle style = CaptionStyle::PopOn;
         bool isText = false;
         bool isBegun = false;
-        bool endsWithNext = false;  ///< The next one takes its place: its end was behind the start of that.
-        std::size_t unused = 0;     ///< Slots in front of a code that was due, for each of which a code is sent once.
+        std::uint64_t ownEnd =
+            0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
+        std::size_t unused = 0;  ///< Slots in front of a code that was due, for each of which a code is sent once.
     };
 
     /// A channel, or its text.
