@@ -5,8 +5,15 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <utility>
 
 namespace qlx::log {
+
+namespace {
+
+thread_local FileTurn* turnInHand = nullptr;
+
+}  // namespace
 
 struct FileTurn::Path {
     std::mutex mutex;
@@ -35,9 +42,11 @@ FileTurn::Record& FileTurn::record() {
 
 FileTurn::FileTurn(const std::string& path) : _record(record()), _path(_record.pathAt(path)) {
     _path.mutex.lock();
+    _outer = std::exchange(turnInHand, this);
 }
 
 FileTurn::~FileTurn() {
+    turnInHand = _outer;
     if (&_record != &record()) {
         return;  // Forked: nobody waits for a turn.
     }
@@ -45,6 +54,15 @@ FileTurn::~FileTurn() {
     const std::lock_guard lock(_record.mutex);
     if (--_path.users == 0 && _path.rest.empty()) {
         _record.paths.erase(_record.paths.find(_path.name));
+    }
+}
+
+void FileTurn::leaveTurnInHand() noexcept {
+    for (const FileTurn* turn = std::exchange(turnInHand, nullptr); turn != nullptr; turn = turn->_outer) {
+        // Forked: nobody waits for a turn.
+        if (&turn->_record == &record()) {
+            turn->_path.mutex.unlock();
+        }
     }
 }
 

@@ -16,6 +16,10 @@ public:
     FileTurn(const FileTurn&) = delete;
     FileTurn& operator=(const FileTurn&) = delete;
 
+    /// Gives back the turn that the calling thread has, if it has one. For a host's file that ends the process: the thread
+    /// does not come back to it, and others write what is left.
+    static void leaveTurnInHand() noexcept;
+
     /// What is to be written first.
     [[nodiscard]] std::string& rest() noexcept;
 
@@ -26,6 +30,7 @@ private:
 
     Record& _record;
     Path& _path;
+    FileTurn* _outer = nullptr;  ///< That the thread has had before.
 };
 
 }  // namespace qlx::log

@@ -1,5 +1,6 @@
 #include "log/LogState.h"
 
+#include "log/FileTurn.h"
 #include "log/LogText.h"
 #include "log/OldFiles.h"
 #include "log/Outages.h"
@@ -254,6 +255,7 @@ void QLXLogController::State::end() {
     // This may be one of the queues' own threads.
     _technicalQueue.leaveTaskInHand();
     _simpleQueue.leaveTaskInHand();
+    qlx::log::FileTurn::leaveTurnInHand();
     retryWaiting();
     finishQueues();
 }

@@ -100,6 +100,33 @@ Host& startHost(int count) {
     }
 }
 
+/// The process ends in a file of the host.
+[[noreturn]] void exitFromAFile() {
+    static std::atomic<bool> accepted{false};
+    class EndingFiles : public qlx::LogFiles {
+    public:
+        bool write(int descriptor, std::string_view bytes) override {
+            if (bytes.find("ends") != std::string_view::npos) {
+                accepted.wait(false);
+                std::exit(0);
+            }
+            return LogFiles::write(descriptor, bytes);
+        }
+    };
+    qlx::services().set<qlx::LogFiles>(new EndingFiles);
+    startHost(0);
+    const auto log = QLXLogController::sharedLogController();
+    log->logMessage_level_show("ends the process", 2, false);
+    for (int number = 0; number < kLines; ++number) {
+        log->logMessage_level_show(std::to_string(number), 2, false);
+    }
+    accepted = true;
+    accepted.notify_all();
+    while (true) {
+        std::this_thread::sleep_for(std::chrono::hours(1));
+    }
+}
+
 /// No thread is left to write the lines but the one that ends the process.
 [[noreturn]] void exitWithoutBackgroundThreads() {
     class DeadQueue : public qlx::BackgroundQueue {
@@ -213,6 +240,11 @@ TEST_F(LogExit, WritesWithoutBackgroundThreads) {
 
 TEST_F(LogExit, WritesWhenTheLogsOwnThreadEndsTheProcess) {
     EXPECT_EXIT(exitFromTheLog(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(written(), expectedLines());
+}
+
+TEST_F(LogExit, WritesWhenAFileOfTheHostEndsTheProcess) {
+    EXPECT_EXIT(exitFromAFile(), testing::ExitedWithCode(0), "");
     EXPECT_EQ(written(), expectedLines());
 }
 
