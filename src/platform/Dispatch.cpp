@@ -154,8 +154,10 @@ void MainQueue::setPoster(Poster poster) {
         lock.unlock();
         (*next)(std::move(*task));
         if (hasForked()) {
-            // The other tasks are the parent's.
-            _state->replacePoster(next);
+            // The other tasks are the parent's; those of the child wait, unless the poster has set another one.
+            if (_state->lanes.get().handOvers == 0) {
+                setPoster([next](Task own) { (*next)(std::move(own)); });
+            }
             return;
         }
         lock.lock();

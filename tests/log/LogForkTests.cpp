@@ -253,12 +253,15 @@ TEST(MainQueueFork, LeavesToTheParentWhatItHandsOver) {
     queue.setPoster([&](const qlx::Task& task) {
         if (child < 0) {
             child = fork();
+            if (child == 0) {
+                post(4);
+            }
         }
         task();
     });
     post(3);
     if (child == 0) {
-        _exit(ran == std::vector<int>{1, 3} ? 7 : 1);
+        _exit(ran == std::vector<int>{1, 4, 3} ? 7 : 1);
     }
     EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
     int status = 0;
