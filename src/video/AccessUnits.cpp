@@ -200,7 +200,7 @@ std::optional<AccessUnitView> AccessUnitReader::nextUnit() {
             return allows(begin) ? std::optional(give(begin)) : std::nullopt;
         }
     }
-    if (_error || !_isFinished) {
+    if (_error || !_isFinished || _budget.isCut()) {
         return std::nullopt;
     }
     if (_begin < _bytes.size() && !allows(_bytes.size())) {

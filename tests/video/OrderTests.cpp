@@ -288,7 +288,10 @@ TEST(AccessUnitReader, EndsAtItsLimits) {
     options.limits = {.items = 2};
     EXPECT_EQ(unitsOf(stream, options, true, never), two + "@18 reading ends at the limit of 2 items");
     options.limits = {.bytes = 14};
-    EXPECT_EQ(unitsOf(stream, options, true, never), two.substr(0, 15) + "@6 reading ends at the limit of 14 bytes");
+    for (const bool takesAtOnce : {true, false}) {
+        EXPECT_EQ(unitsOf(stream, options, takesAtOnce, never),
+                  two.substr(0, 15) + "@6 reading ends at the limit of 14 bytes");
+    }
 }
 
 }  // namespace

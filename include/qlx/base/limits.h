@@ -57,6 +57,9 @@ public:
     /// Whether no further item is given.
     [[nodiscard]] constexpr bool hasEnded() const noexcept { return _hasEnded; }
 
+    /// Whether the limit of bytes was reached first: what is read at last may go on behind it.
+    [[nodiscard]] constexpr bool isCut() const noexcept { return _code == FindingCode::LimitOfBytesReached; }
+
     /// What is to be said of the limit that was reached first, once; none as long as there is none.
     /// @param offset The place at which it was reached.
     [[nodiscard]] constexpr std::optional<Finding> takeFinding(std::uint64_t offset) noexcept {
