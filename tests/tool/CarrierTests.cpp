@@ -198,6 +198,34 @@ TEST(Carriers, HaveTheBytesOfPlayFromSubtitles) {
     EXPECT_EQ(converted(file, folder.path("e.scc"), {"--page", "801"}).exitCode, 2);
 }
 
+TEST(Carriers, KeepTheNumbersOfFramesBetweenWhichAreOthersWithoutPackets) {
+    const TemporaryFolder folder;
+    const std::string mcc = "Time Code Rate=50\n\n00:00:00:00\t4302025115AD\n00:00:00:02\t4302025115AD\n"
+                            "00:00:00:05\t4302025115AD\n";
+    convert(folder.write("a.mcc", "File Format=MacCaption_MCC V1.0\n" + mcc), folder.path("a.jsonl"));
+    convert(folder.path("a.jsonl"), folder.path("b.mcc"));
+    EXPECT_TRUE(folder.read("b.mcc").ends_with(mcc)) << folder.read("b.mcc");
+}
+
+TEST(Carriers, RefuseTimesBehindAllFrames) {
+    const TemporaryFolder folder;
+    const struct {
+        const char* time;
+        const char* to;
+        const char* said;
+    } cases[] = {{R"(0,"pts":{"value":4000000000000000000,"timescale":1})", "a.mcc", "its time is too great"},
+                 {R"(0,"pts":{"value":4000000000000000000,"timescale":1})", "a.klv", "its time is too great"},
+                 {"4294967295", "a.klv", "more than a day is missing in front of it"}};
+    for (const auto& each : cases) {
+        const std::string json = folder.write(
+            "a.jsonl", std::string(R"({"frame":)") + each.time +
+                           R"(,"packets":[{"line":9,"did":67,"sdid":2,"type":"OP-47","data":"5115"}]})" + "\n");
+        const ToolResult result = converted(json, folder.path(each.to), {"--from-rate", "25"});
+        EXPECT_EQ(result.exitCode, 1) << each.time;
+        EXPECT_NE(result.err.find(each.said), std::string::npos) << result.err;
+    }
+}
+
 /// The time of a frame at 29.97, in milliseconds below it or nearest to it, as SubRip has it.
 std::string timeOf(std::uint64_t frame, bool isRounded) {
     const std::uint64_t milliseconds = (frame * 1001 * 2 + (isRounded ? 30 : 0)) / 60;

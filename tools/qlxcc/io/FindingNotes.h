@@ -23,6 +23,9 @@ public:
 
     void add(const Finding& finding) override;
 
+    /// Whether nothing came but remarks.
+    [[nodiscard]] bool isEmpty() const noexcept { return _kinds.empty(); }
+
     /// Called behind the last one.
     void finish();
 

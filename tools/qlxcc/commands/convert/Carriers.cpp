@@ -44,9 +44,14 @@ bool isCaption(const anc::Packet& packet) {
 }
 
 /// The rate of two frames' times, which may be rounded to their scale; none where several are as near as that.
-std::optional<FrameRate> rateOfTimes(const MediaTime& first, const MediaTime& second) {
-    const double seconds = secondsFrom(second) - secondsFrom(first);
-    const double rounding = 0.501 / std::min(first.timescale, second.timescale);
+std::optional<FrameRate> rateOfTimes(const Frame& firstFrame, const Frame& secondFrame) {
+    const MediaTime& first = *firstFrame.pts;
+    const MediaTime& second = *secondFrame.pts;
+    // A list of frames need not have those without packets.
+    const double frames =
+        secondFrame.number > firstFrame.number ? static_cast<double>(secondFrame.number - firstFrame.number) : 1.0;
+    const double seconds = (secondsFrom(second) - secondsFrom(first)) / frames;
+    const double rounding = 0.501 / std::min(first.timescale, second.timescale) / frames;
     std::optional<FrameRate> found;
     bool isOneOfSeveral = false;
     for (const FrameRate rate : kFrameRates) {
@@ -102,7 +107,7 @@ public:
                       " in front of the start");
         }
         _output.commit();
-        const bool isLossy = _before > 0 || _moved > 0 || !_leftOut->isEmpty();
+        const bool isLossy = _before > 0 || _moved > 0 || !_leftOut->isEmpty() || !_notes.isEmpty();
         return _reader->problems() > 0 || (_options.isStrict && isLossy) ? kExitFailure : kExitSuccess;
     }
 
@@ -140,7 +145,7 @@ private:
             // A time of a timecode has the duration of its frames as its scale.
             const auto own = frameRateOfDuration(frameDurationOf(*first[0].pts));
             _rate = _kind == InputKind::Mcc && own     ? own
-                    : first.size() > 1 && first[1].pts ? rateOfTimes(*first[0].pts, *first[1].pts)
+                    : first.size() > 1 && first[1].pts ? rateOfTimes(first[0], first[1])
                                                        : std::nullopt;
             _rate = _rate ? _rate
                           : (_options.source.rate ? std::optional(frameRateOf(*_options.source.rate)) : std::nullopt);
@@ -198,6 +203,10 @@ private:
         time = _times.toStart ? add(*time, *_times.toStart) : *time;
         const MediaTime duration = frameDuration(*_rate);
         const double number = secondsFrom(*time) * duration.timescale / static_cast<double>(duration.value);
+        constexpr double kGreatest = 1e15;  // far from where times of frames have no room
+        if (number > kGreatest) {
+            throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": its time is too great");
+        }
         return number > -0.5 ? std::optional(static_cast<std::uint64_t>(std::llround(std::max(number, 0.0))))
                              : std::nullopt;
     }
@@ -208,8 +217,9 @@ private:
             ++_before;
             return;
         }
-        if (_base && *number > _last + kLongestGapSeconds * nominalFramesPerSecond(_to)) {
-            throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": more than a day is missing");
+        if ((_base || hasEveryFrame()) && *number > _last + kLongestGapSeconds * nominalFramesPerSecond(_to)) {
+            throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": more than a day is missing" +
+                                                (_base ? "" : " in front of it (--from-start says where IN begins)"));
         }
         if (!_base) {
             _base = *number;
@@ -327,7 +337,7 @@ private:
                 empty.number = _written;
                 _writer->write(empty);
             }
-            _written = number + 1;
+            _written = std::max(_written, number) + 1;  // a second frame of a time is one more
         }
         _writer->write(frame);
     }
