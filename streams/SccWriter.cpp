@@ -21,6 +21,22 @@ bool isCaption(const anc::Packet& packet) {
     return packet.id() == anc::ids::kCdp || packet.id() == anc::ids::kCea608;
 }
 
+/// Passes on what keeps captions of a frame from being read.
+class DamageSink final : public FindingSink {
+public:
+    DamageSink(const Frame& frame, FindingSink* findings) : _place(frame.packets.size()), _findings(findings) {}
+
+    void add(const Finding& finding) override {
+        if (finding.severity == Severity::Error) {
+            _findings->add({finding.code, Severity::Error, _place, finding.first, finding.second});
+        }
+    }
+
+private:
+    std::uint64_t _place;
+    FindingSink* _findings;
+};
+
 void tellPackets(const Frame& frame, FindingSink* findings) {
     for (std::size_t place = 0; findings != nullptr && place < frame.packets.size(); ++place) {
         const anc::Packet& packet = frame.packets[place];
@@ -39,7 +55,8 @@ SccWriter::SccWriter(ByteSink& sink, const SccOptions& options) : _sink(sink), _
 /// Takes the pairs of a frame.
 void SccWriter::take(const Frame& frame, std::uint64_t number, FindingSink* findings) {
     tellPackets(frame, findings);
-    const Data triplets = captionTriplets(frame);
+    DamageSink damage(frame, findings);
+    const Data triplets = captionTriplets(frame, findings == nullptr ? nullptr : &damage);
     std::size_t others = 0;
     for (std::size_t place = 0; place + sizeof(cc::Triplet) <= triplets.size(); place += sizeof(cc::Triplet)) {
         const cc::Triplet triplet{triplets[place], triplets[place + 1], triplets[place + 2]};

@@ -226,6 +226,17 @@ TEST(Carriers, RefuseTimesBehindAllFrames) {
     }
 }
 
+TEST(Carriers, SayWhichDamagedCaptionsAScenaristFileHasNot) {
+    const TemporaryFolder folder;
+    // The packet's identifier is wrong.
+    std::string text = twoFrames();
+    text.replace(text.find("9669"), 4, "9660");
+    const ToolResult result = converted(folder.write("a.jsonl", text), folder.path("a.scc"), {"--to-rate", "25"});
+    EXPECT_EQ(folder.read("a.scc"), "Scenarist_SCC V1.0\n");
+    EXPECT_NE(result.err.find("left out, 1 time: "), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find(", first: frame 0\n"), std::string::npos) << result.err;
+}
+
 /// The time of a frame at 29.97, in milliseconds below it or nearest to it, as SubRip has it.
 std::string timeOf(std::uint64_t frame, bool isRounded) {
     const std::uint64_t milliseconds = (frame * 1001 * 2 + (isRounded ? 30 : 0)) / 60;

@@ -68,7 +68,8 @@ public:
     /// Fails behind the last frame of a day (SccBehindMidnight), and when too many pairs wait (SccTooManyPairs).
     /// @param frame The next one, not earlier than the one before.
     /// @param findings Gets what has no place in such a file as well: other packets (StreamPacketLeftOut), and triplets
-    ///   of the other field or of a caption service (SccTripletsLeftOut).
+    ///   of the other field or of a caption service (SccTripletsLeftOut); and what is wrong with CDPs that are left out.
+    ///   The offset is the packet's place, or that behind the last one for the frame as a whole.
     [[nodiscard]] std::optional<Finding> write(const Frame& frame, FindingSink* findings) override;
 
     /// Writes what waits, and the end of the last line.

@@ -42,6 +42,7 @@ void LeftOut::add(const Finding& finding) {
     Kind& kind = _kinds[finding.code];
     if (kind.count++ == 0) {
         const auto packet = static_cast<std::size_t>(finding.offset);
+        kind.text = finding.text();
         kind.first = packet < _frame->packets.size() ? placeOf(_frame->number, _frame->packets[packet].line)
                                                      : "frame " + std::to_string(_frame->number);
     }
@@ -89,7 +90,7 @@ void LeftOut::say() const {
             text = "sent later: pairs of " + counted(kind.count, "frame") + " that have more than one";
             break;
         default:
-            text = "left out, " + counted(kind.count, "time") + ": " + Finding{code, Severity::Warning, 0, 0, 0}.text();
+            text = "left out, " + counted(kind.count, "time") + ": " + kind.text;
             break;
         }
         printNote("warning: " + _name + ": " + text + ", first: " + kind.first);

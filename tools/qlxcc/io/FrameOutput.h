@@ -76,6 +76,7 @@ private:
     struct Kind {
         std::uint64_t count = 0;
         std::string first;  ///< Where it is: `frame 3, line 9`.
+        std::string text;   ///< Of the first one.
     };
 
     std::string _name;
