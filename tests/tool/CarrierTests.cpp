@@ -237,9 +237,47 @@ TEST(Carriers, SayWhichDamagedCaptionsAScenaristFileHasNot) {
     EXPECT_NE(result.err.find(", first: frame 0\n"), std::string::npos) << result.err;
 }
 
-/// The time of a frame at 29.97, in milliseconds below it or nearest to it, as SubRip has it.
-std::string timeOf(std::uint64_t frame, bool isRounded) {
-    const std::uint64_t milliseconds = (frame * 1001 * 2 + (isRounded ? 30 : 0)) / 60;
+TEST(Carriers, FailForDamagedSubtitlesAndWhereAskedForLosses) {
+    const TemporaryFolder folder;
+    const std::string good = srt({{"00:00:02,000", "00:00:03,500", "Hi"}, {"00:00:04,000", "00:00:05,000", "you"}});
+    const std::string damaged = folder.write("a.srt", good + "9\nxx --> yy\nbad\n");
+    const std::string lossy = folder.write("b.srt", srt({{"00:00:02,000", "00:00:03,500", "\xE4\xB8\xAD"}}));
+    for (const Arguments& to : {Arguments{"--channel", "CC1"}, Arguments{"--page", "888"}}) {
+        Arguments arguments = to;
+        arguments.insert(arguments.end(), {"--to-rate", "25", "--to-format", "klv"});
+        convert(folder.write("c.srt", good), folder.path("c"), arguments);
+        EXPECT_EQ(converted(damaged, folder.path("c"), arguments).exitCode, 1);
+        EXPECT_EQ(converted(lossy, folder.path("c"), arguments).exitCode, 0);
+        arguments.emplace_back("--strict");
+        convert(folder.path("c.srt"), folder.path("c"), arguments);
+        EXPECT_EQ(converted(lossy, folder.path("c"), arguments).exitCode, 1);
+    }
+    // Nothing is said of options that such a file needs, only of one that it does not.
+    convert(folder.path("c.srt"), folder.path("c.mcc"), {"--to-rate", "29.97", "--channel", "CC1", "--non-drop"});
+    EXPECT_NE(converted(folder.path("c.srt"), folder.path("c.klv"), {"--to-rate", "29.97", "--drop"})
+                  .err.find("--drop is without effect"),
+              std::string::npos);
+}
+
+TEST(Carriers, HaveLinesOfPlayInVersion2OnlyAndSaySoElsewhere) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.srt", srt({{"00:00:02,000", "00:00:03,500", "Hi"}}));
+    convert(file, folder.path("a.mcc"), {"--to-rate", "25", "--channel", "CC1", "--line", "11", "--mcc-version", "2"});
+    EXPECT_NE(folder.read("a.mcc").find(".0,11\t"), std::string::npos);
+    EXPECT_EQ(converted(file, folder.path("b.mcc"), {"--to-rate", "25", "--line", "11"}).exitCode, 2);
+    const ToolResult teletext = converted(file, folder.path("c.mcc"), {"--to-rate", "25", "--page", "888"});
+    EXPECT_EQ(teletext.exitCode, 0);
+    EXPECT_NE(teletext.err.find("left out: the line number of "), std::string::npos) << teletext.err;
+    EXPECT_EQ(converted(file, folder.path("c.mcc"), {"--to-rate", "25", "--page", "888", "--strict"}).exitCode, 1);
+    // What a Scenarist file has not, in the words of this command.
+    EXPECT_NE(converted(file, folder.path("d.scc"), {"--service", "1"}).err.find("captions of line 21 only"),
+              std::string::npos);
+    EXPECT_NE(converted(file, folder.path("d.scc"), {"--to-rate", "25"}).err.find("--to-rate: "), std::string::npos);
+}
+
+/// The time of a frame at 29.97 to the nearest millisecond, as SubRip has it.
+std::string timeOf(std::uint64_t frame) {
+    const std::uint64_t milliseconds = (frame * 1001 * 2 + 30) / 60;
     const auto digits = [](std::uint64_t number, std::size_t count) {
         std::string text = std::to_string(number);
         return std::string(count - text.size(), '0') + text;
@@ -252,7 +290,6 @@ TEST(Carriers, BringCuesBackFromAScenaristFile) {
     const TemporaryFolder folder;
     std::mt19937 random(15);
     std::string given;
-    std::string expected;
     std::uint64_t frame = 120;
     for (int number = 1; number <= 200; ++number) {
         // Rows of letters, apart by more than it takes to send them.
@@ -264,16 +301,14 @@ TEST(Carriers, BringCuesBackFromAScenaristFile) {
             rows += '\n';
         }
         const std::uint64_t end = frame + 60 + random() % 60;
-        given +=
-            std::to_string(number) + "\n" + timeOf(frame, false) + " --> " + timeOf(end, false) + "\n" + rows + "\n";
-        expected +=
-            std::to_string(number) + "\n" + timeOf(frame, true) + " --> " + timeOf(end, true) + "\n" + rows + "\n";
+        given += std::to_string(number) + "\n" + timeOf(frame) + " --> " + timeOf(end) + "\n" + rows + "\n";
         frame = end + 60 + random() % 100;
     }
     ASSERT_EQ(converted(folder.write("a.srt", given), folder.path("a.scc")).exitCode, 0);
     ASSERT_EQ(converted(folder.path("a.scc"), folder.path("b.srt")).exitCode, 0);
-    // A caption is shown with the frame of its start, and erased with that of its end.
-    EXPECT_EQ(withoutPlaces(folder.read("b.srt")), expected);
+    // A caption is shown with the frame of its start, and erased with that of its end: those nearest to their times, of
+    // which half are a little later than the milliseconds.
+    EXPECT_EQ(withoutPlaces(folder.read("b.srt")), given);
 }
 
 }  // namespace

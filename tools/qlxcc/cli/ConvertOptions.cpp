@@ -26,7 +26,7 @@ become such files with the bytes of `play`, with --channel, --service, both, or 
 Times are changed in this order: what --from-start says is subtracted (not from cues that begin before it), --scale
 multiplies, --offset and --to-start are added; they are rounded once, to milliseconds, when they are written. A
 timecode counts frames of the file that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s. In EBU STL
-they are rounded to frames; its cues that end together become a cumulative set.
+and in packets they are rounded to frames; the cues of EBU STL that end together become a cumulative set.
 
 What is changed or lost is said, ten of a kind and a count. Exit codes: 0 also with losses, 1 when something of IN
 could not be read, or with --strict and a loss; 2 wrong usage.

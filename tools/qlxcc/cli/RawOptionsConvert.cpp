@@ -124,7 +124,8 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
 }
 
 /// Options that say what timecodes count where there are none: of --from-start, --to-start, --offset and EBU STL.
-void findUnused(const RawOptions& raw, ConvertOptions& options) {
+/// @param format Of what is written: files of frames have a rate, and some of them timecodes.
+void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues, ConvertOptions& options) {
     const auto kind = options.input.source.kind ? options.input.source.kind : inputKindOfName(raw.file);
     const bool isText = kind == InputKind::Srt || kind == InputKind::Vtt || kind == InputKind::Json;
     const bool hasFrom = parseFrameTimecode(raw.fromStart).has_value();
@@ -134,10 +135,11 @@ void findUnused(const RawOptions& raw, ConvertOptions& options) {
         !(raw.toRate.empty() && (hasTo || isStl))) {
         options.unused.emplace_back("--from-rate");
     }
-    if (!raw.toRate.empty() && !hasTo && !isStl) {
+    const bool hasTimecodes = isStl || format == "mcc" || format == "scc";
+    if (!raw.toRate.empty() && !hasTo && !isStl && isOfCues) {
         options.unused.emplace_back("--to-rate");
     }
-    if ((raw.isDrop || raw.isNonDrop) && !hasFrom && !hasTo && !isStl && kind != InputKind::Stl) {
+    if ((raw.isDrop || raw.isNonDrop) && !hasFrom && !hasTo && !hasTimecodes && kind != InputKind::Stl) {
         options.unused.emplace_back(raw.isDrop ? "--drop" : "--non-drop");
     }
 }
@@ -158,13 +160,19 @@ FrameOutputOptions carrierFormat(const RawOptions& raw, const std::string& name)
 }
 
 /// The same cues as those of `convert` as play sends them.
-PlayOptions playedCues(const RawOptions& raw, const std::string& format, const ConvertOptions& options) {
+PlayOptions playedCues(const RawOptions& raw, const std::string& format) {
     RawOptions asked = raw;
     asked.toFormat = format;
     asked.mode = !raw.page.empty()                     ? "teletext"
                  : raw.service && !raw.channel.empty() ? "captions"
                  : raw.service                         ? "cea708"
                                                        : "cea608";
+    if (format == "scc" && asked.mode != "cea608") {
+        throw UsageError("--service and --page: a Scenarist file has captions of line 21 only");
+    }
+    if (format == "scc" && !raw.toRate.empty() && raw.toRate != "29.97") {
+        throw UsageError("--to-rate: subtitles become Scenarist files of 29.97 frames a second only");
+    }
     asked.rate = !raw.toRate.empty() ? raw.toRate : format == "scc" ? "29.97" : "";
     if (asked.rate.empty()) {
         throw UsageError("--to-rate is needed, which says how many frames a second the " + format + " file has");
@@ -177,9 +185,17 @@ PlayOptions playedCues(const RawOptions& raw, const std::string& format, const C
         asked.order = {"--page"};
     }
     asked.order.insert(asked.order.end(), raw.languages.size(), "--language");
-    PlayOptions play = playOptions(asked);
-    play.cues = [options](const CueValueTaker& take) { return readConvertedCues(options, take); };
-    return play;
+    return playOptions(asked);
+}
+
+/// Sends cues whose times are on the frames already, so that play has nothing to round.
+int playCues(PlayOptions sent, ConvertOptions options) {
+    sent.isStrict = options.isStrict;
+    options.frames = frameRateOf(sent.rate);
+    bool hasFailed = false;
+    sent.cues = [&](const CueValueTaker& take) { return readConvertedCues(options, take, hasFailed); };
+    const int result = play(sent);
+    return hasFailed ? kExitFailure : result;
 }
 
 /// Makes packets: of cues as play does it, of other packets without decoding them.
@@ -189,7 +205,7 @@ int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOpt
         options.input.source.kind = kind;
         options.input.channel.reset();
         options.input.page.reset();
-        return play(playedCues(raw, format, options));
+        return playCues(playedCues(raw, format), std::move(options));
     }
     if (!raw.scale.empty() || options.overlap != Overlap::Keep || raw.wrap) {
         throw UsageError("--scale, --wrap and --overlap are for subtitles: packets stay as they are");
@@ -236,7 +252,7 @@ Action checkedConvert(const RawOptions& raw) {
     options.format = format == "vtt" ? CueFormat::Vtt : format == "stl" ? CueFormat::Stl : CueFormat::Srt;
     takeTimes(raw, options);
     takeStl(raw, options);
-    findUnused(raw, options);
+    findUnused(raw, format, isOfCues, options);
     options.overlap = raw.overlap == "compose" ? Overlap::Compose : raw.overlap == "cut" ? Overlap::Cut : Overlap::Keep;
     options.columns = raw.wrap;
     options.rows = raw.wrapRows.value_or(0);

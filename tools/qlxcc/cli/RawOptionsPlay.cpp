@@ -135,10 +135,11 @@ void refuseOptionsOfTeletext(const RawOptions& raw) {
 }
 
 void refuseLine(const RawOptions& raw, const PlayOptions& options) {
-    const bool hasPackets =
-        options.format == PlayFormat::V210 || options.format == PlayFormat::Klv || options.format == PlayFormat::Jsonl;
-    if (raw.line && !hasPackets) {
-        throw UsageError("--line is for the formats v210, klv and jsonl only");
+    const bool hasLines = options.format == PlayFormat::V210 || options.format == PlayFormat::Klv ||
+                          options.format == PlayFormat::Jsonl ||
+                          (options.format == PlayFormat::Mcc && raw.mccVersion == 2);
+    if (raw.line && !hasLines) {
+        throw UsageError("--line is for the formats v210, klv, jsonl and mcc (with --mcc-version 2) only");
     }
 }
 

@@ -43,6 +43,10 @@ void CueNotes::add(const Finding& finding) {
                      (place.empty() ? place : place + ": ") + text);
 }
 
+bool CueNotes::isLossy() const {
+    return std::any_of(_kinds.begin(), _kinds.end(), [](const auto& kind) { return !kind.second.isRemark; });
+}
+
 void CueNotes::say() {
     for (const std::string& note : _notes) {
         printNote(note);

@@ -31,6 +31,9 @@ public:
 
     void add(const Finding& finding) override;
 
+    /// Whether there was more than remarks.
+    [[nodiscard]] bool isLossy() const;
+
     /// Says what came since the last call.
     void say();
 

@@ -1,5 +1,7 @@
 #include "cues/CueTimes.h"
 
+#include <qlx/subtitles/times.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -69,6 +71,34 @@ bool changeTimes(const TimeChange& change, subtitles::Cue& cue) {
         }
     }
     return !isBefore;
+}
+
+bool roundTimes(FrameRate rate, subtitles::Cue& cue) {
+    const MediaTime duration = frameDuration(rate);
+    const auto nominal = static_cast<std::int32_t>(nominalFramesPerSecond(rate));
+    const auto roundTime = [&](MediaTime& time) {
+        constexpr std::int64_t kGreatest = 1'000'000'000'000'000;
+        if (!time.isValid() || time.value < 0) {
+            return;
+        }
+        const std::int64_t frame = subtitles::unitsOf(isFractional(rate) ? scaled(time, 1000, 1001) : time, nominal);
+        if (frame < kGreatest) {
+            time = MediaTime::make(frame * duration.value, duration.timescale);
+        }
+    };
+    const bool isShown = cue.end.isValid() && compared(cue.start, cue.end) < 0;
+    roundTime(cue.start);
+    roundTime(cue.end);
+    for (subtitles::Row& row : cue.rows) {
+        for (subtitles::Run& run : row.runs) {
+            roundTime(run.from);
+        }
+    }
+    if (!isShown || compared(cue.start, cue.end) < 0) {
+        return false;
+    }
+    cue.end = add(cue.start, duration);
+    return true;
 }
 
 CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take)

@@ -1,6 +1,7 @@
 // Where the times of cues go: to another beginning, at another speed, apart from each other.
 #pragma once
 
+#include <qlx/base/frame_rate.h>
 #include <qlx/subtitles/cue.h>
 
 #include <cstdint>
@@ -28,6 +29,10 @@ struct TimeChange {
 /// Changes the times of a cue and of its parts.
 /// @return False when it begins before TimeChange::fromStart, which is not subtracted then.
 bool changeTimes(const TimeChange& change, subtitles::Cue& cue);
+
+/// Puts the times of a cue and of its parts on the nearest frames, a half to the later one, all by the same rule.
+/// @return True when it would be shown no more, and lasts a frame.
+bool roundTimes(FrameRate rate, subtitles::Cue& cue);
 
 /// What becomes of cues that are shown at the same time.
 enum class Overlap : std::uint8_t {

@@ -188,6 +188,7 @@ public:
         _notes.lose(_order.cut(), "cut at the start of the next one");
         _notes.lose(_order.composed(), "made of several that are shown together");
         _notes.lose(_wide, "wider or higher than asked for");
+        _notes.lose(_lengthened, "shorter than a frame, which last one");
         _notes.finish();
     }
 
@@ -227,6 +228,9 @@ private:
     }
 
     void write(subtitles::Cue cue) {
+        if (_options.frames) {
+            _lengthened += roundTimes(*_options.frames, cue) ? 1 : 0;
+        }
         if (_options.columns) {
             _wide +=
                 wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows)) ? 0 : 1;
@@ -243,6 +247,7 @@ private:
     std::uint64_t _cues = 0;
     std::uint64_t _before = 0;
     std::uint64_t _wide = 0;
+    std::uint64_t _lengthened = 0;
 };
 
 void sayUnused(const ConvertOptions& options, ConversionNotes& notes) {
@@ -251,9 +256,13 @@ void sayUnused(const ConvertOptions& options, ConversionNotes& notes) {
     }
 }
 
+bool failedBy(const ConversionNotes& notes, const ConvertOptions& options) {
+    return notes.damages() != 0 || (options.isStrict && notes.losses() != 0);
+}
+
 }  // namespace
 
-Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take) {
+Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take, bool& hasFailed) {
     Conversion conversion(options, [&take](const subtitles::Cue& cue, const CueInput&) { take(cue); });
     sayUnused(options, conversion.notes());
     const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
@@ -261,6 +270,7 @@ Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& 
     });
     conversion.finishCues(input);
     conversion.finishNotes(input);
+    hasFailed = failedBy(conversion.notes(), options);
     Subtitles read;
     read.name = input.name;
     read.format = input.format;
@@ -299,8 +309,7 @@ int convert(const ConvertOptions& options) {
         printNote(printable(input.name) + " (" + input.format + "): " + counted(input.cues, "cue") + ", " +
                   std::to_string(writer->cues()) + " written, " + counted(notes.losses(), "change") + " or losses");
     }
-    const bool hasFailed = notes.damages() != 0 || (options.isStrict && notes.losses() != 0);
-    return hasFailed ? kExitFailure : kExitSuccess;
+    return failedBy(notes, options) ? kExitFailure : kExitSuccess;
 }
 
 }  // namespace qlx::tool

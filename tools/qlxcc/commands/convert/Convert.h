@@ -6,6 +6,8 @@
 #include "cues/StlOutput.h"
 #include "cues/Subtitles.h"
 
+#include <qlx/base/frame_rate.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +27,7 @@ struct ConvertOptions {
     bool isStartTaken = false;        ///< What is subtracted is where the file begins.
     bool isStartGiven = false;        ///< Something is said of where the file begins.
     std::vector<std::string> unused;  ///< Options that say something of times which nothing has.
+    std::optional<FrameRate> frames;  ///< To which times are rounded here; none: whoever writes them does it.
     Overlap overlap = Overlap::Keep;
     std::optional<std::uint64_t> columns;  ///< To which rows are wrapped.
     std::uint64_t rows = 0;                ///< Of a cue that is wrapped; 0: any number.
@@ -33,8 +36,9 @@ struct ConvertOptions {
 };
 
 /// Reads the cues with their times changed and their rows wrapped, in the way of convert(), and says what is found.
+/// @param hasFailed Becomes true where something could not be read or, with ConvertOptions::isStrict, is lost.
 /// @return What the file is; problems are said already.
-[[nodiscard]] Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take);
+[[nodiscard]] Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take, bool& hasFailed);
 
 /// What a file is by its content or name.
 /// @throws UsageError when neither tells it.

@@ -54,6 +54,7 @@ public:
     [[nodiscard]] FrameRange range() const override { return _range; }
     [[nodiscard]] std::vector<std::uint64_t> lines() const override { return {_options.captions.line}; }
     [[nodiscard]] bool isDone() const override { return _playout.isDone(); }
+    [[nodiscard]] bool isLossy() const override { return _notes.isLossy(); }
 
     [[nodiscard]] Frame next(std::uint64_t number, const MediaTime& pts) override {
         const cc::Cdp cdp = _playout.next(&_notes);

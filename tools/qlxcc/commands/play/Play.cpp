@@ -18,7 +18,8 @@ std::unique_ptr<Playout> makePlayout(const PlayOptions& options) {
     return options.mode == PlayMode::Teletext ? makeTeletextPlayout(options) : makeCaptionPlayout(options);
 }
 
-std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& playout, OutputFile& output) {
+std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& playout, OutputFile& output,
+                                        const std::shared_ptr<LeftOut>& leftOut) {
     switch (options.format) {
     case PlayFormat::V210:
         return makeFrameFile(output, {.format = FrameFormat::V210,
@@ -36,8 +37,8 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
                      .scc = {.field = options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1,
                              .dropsFrames = options.isDropFrame}});
     case PlayFormat::Mcc:
-        return makeFrameFile(output,
-                             {.format = FrameFormat::Mcc, .form = {}, .layout = {}, .scc = {}, .mcc = options.mcc});
+        return makeFrameWriter(
+            output, {.format = FrameFormat::Mcc, .form = {}, .layout = {}, .scc = {}, .mcc = options.mcc}, leftOut);
     case PlayFormat::A53:
         return std::make_unique<A53Writer>(output);
     case PlayFormat::TransportStream:
@@ -57,7 +58,8 @@ int play(const PlayOptions& options) {
     }
     const auto playout = makePlayout(options);
     OutputFile output(options.output);
-    const auto writer = makeWriter(options, *playout, output);
+    const auto leftOut = std::make_shared<LeftOut>(output.name());
+    const auto writer = makeWriter(options, *playout, output, leftOut);
     const FrameRange range = playout->range();
     Progress progress(range.end - range.first, output.isStandardOutput());
     // What comes late is not cut off where nobody has asked for an end.
@@ -73,7 +75,7 @@ int play(const PlayOptions& options) {
     progress.clear();
     playout->finish();
     output.commit();
-    return kExitSuccess;
+    return options.isStrict && (playout->isLossy() || !leftOut->isEmpty()) ? kExitFailure : kExitSuccess;
 }
 
 }  // namespace qlx::tool

@@ -82,6 +82,7 @@ struct PlayOptions {
     bool fillsFrames = true;  ///< Captions: a frame without a byte pair carries an empty caption packet.
     bool isDropFrame = true;  ///< scc, mcc: how timecodes count.
     bool asDeployed = false;  ///< By the fixed operations.
+    bool isStrict = false;    ///< What is changed or lost makes the exit code 1.
     CaptionPlayOptions captions;
     TeletextPlayOptions teletext;
     streams::TransportWriterOptions transport;  ///< Transport streams.

@@ -40,6 +40,9 @@ public:
     /// What prints the frames as a schedule, behind its titles. It may ask this playout, which must outlive it.
     [[nodiscard]] virtual std::unique_ptr<FrameWriter> makeSchedule(OutputFile& output) = 0;
 
+    /// Whether something of the cues is changed or lost in what is sent.
+    [[nodiscard]] virtual bool isLossy() const { return false; }
+
     /// Says what was found on the way; called once, behind the last frame.
     virtual void finish() {}
 };

@@ -145,6 +145,7 @@ public:
         return schedule;
     }
 
+    [[nodiscard]] bool isLossy() const override { return _notes.isLossy(); }
     void finish() override { _notes.finish(); }
 
 private:
