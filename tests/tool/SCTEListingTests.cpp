@@ -234,6 +234,7 @@ TEST(SCTE104Parse, ListsSplicePoints) {
     const std::string file = folder.write(
         "a.klv",
         elementOf({messageOf({"splice-start", "--event-id", "1", "--pre-roll", "4000", "--duration", "30"}),
+                   messageOf({"splice-end", "--event-id", "1", "--pre-roll", "500"}),
                    messageOf({"splice-end-immediate", "--event-id", "1"}),
                    messageOf({"splice-start", "--event-id", "2", "--duration", "5.5", "--auto-return"}),
                    messageOf({"splice-start-immediate", "--event-id", "3"}),
@@ -245,6 +246,7 @@ TEST(SCTE104Parse, ListsSplicePoints) {
     const std::string listed = outputOf({"scte104", "parse", file});
     const std::string place = "frame 0, line 13: ";
     const Arguments points{place + "event 1 out in 4000 ms, for 30.0 s",
+                           place + "event 1 in in 500 ms",
                            place + "event 1 in at once",
                            place + "event 2 out at once, for 5.5 s, returns by itself",
                            place + "event 3 out at once",

@@ -36,6 +36,7 @@ void SplicePoints::take(const std::string& place, const scte::MultipleOperationM
 }
 
 void SplicePoints::open(const Key& key, std::string name, bool endsByItself) {
+    _ended.erase(key);
     if (endsByItself) {
         _timed[key] = std::move(name);
         _open.erase(key);
@@ -46,7 +47,10 @@ void SplicePoints::open(const Key& key, std::string name, bool endsByItself) {
 }
 
 void SplicePoints::close(const Key& key, const std::string& name) {
-    if (_open.erase(key) == 0 && _timed.erase(key) == 0) {
+    const bool hasStart = _open.erase(key) + _timed.erase(key) > 0;
+    // Said again, it is the same one.
+    const bool isFirst = _ended.insert(key).second;
+    if (!hasStart && isFirst) {
         _alone.push_back(name);
     }
 }

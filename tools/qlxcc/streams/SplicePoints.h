@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -74,6 +75,7 @@ private:
     std::vector<std::string> _alone;  ///< Ends without a start.
     std::map<Key, Open> _open;
     std::map<Key, std::string> _timed;  ///< Starts that end by themselves, and may have an end all the same.
+    std::set<Key> _ended;               ///< Of which an end was the last that came.
     std::size_t _opened = 0;
 };
 
