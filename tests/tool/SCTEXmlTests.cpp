@@ -321,6 +321,8 @@ TEST(SCTEXml, SaysWhatItCannotRead) {
     EXPECT_EQ(inner("<SpliceInsert><Program/><Component/></SpliceInsert>"),
               "SpliceInsert: Component stands beside a Program");
     EXPECT_EQ(inner("<SpliceInsert><Program/><Program/></SpliceInsert>"), "SpliceInsert: Program stands there twice");
+    EXPECT_EQ(inner("<SpliceSchedule><Event spliceEventId='1'/></SpliceSchedule>"),
+              "Event: Program or a Component must say when");
     EXPECT_EQ(inner("<PrivateCommand><PrivateBytes>0</PrivateBytes></PrivateCommand>"),
               "PrivateCommand: PrivateBytes must be pairs of hexadecimal digits");
     EXPECT_EQ(inner("<SpliceNull/><DTMFDescriptor chars='A'/>"), "DTMFDescriptor: chars must be digits, * and #");
@@ -330,6 +332,22 @@ TEST(SCTEXml, SaysWhatItCannotRead) {
                     "</SegmentationUpid></SegmentationDescriptor>"),
               "SegmentationUpid: segmentationUpidFormat and the characters do not fit (text, hexbinary, base-64)");
     EXPECT_EQ(errorOf("<Binary xmlns='http://www.scte.org/schemas/35'>/DA=</Binary>").substr(0, 14), "Binary: byte 2");
+}
+
+TEST(SCTEXml, NotesWhatItPassesOver) {
+    const std::string immediate = kStart + "<SpliceInsert spliceImmediateFlag='1'>";
+    const Lines notes{"SpliceInsert: the time of an immediate splice is left out"};
+    (void)onlySection(immediate + "<Program><SpliceTime ptsTime='1'/></Program></SpliceInsert>" + kEnd, notes);
+    (void)onlySection(
+        immediate + "<Component componentTag='1'><SpliceTime ptsTime='1'/></Component></SpliceInsert>" + kEnd, notes);
+    (void)onlySection(immediate + "<Program><SpliceTime/></Program></SpliceInsert>" + kEnd);
+    std::string many = kStart + "<SpliceNull/>";
+    for (int number = 0; number < 1000; ++number) {
+        many += "<a/>";
+    }
+    Lines first(100, "SpliceInfoSection: the element a is left out");
+    first.emplace_back("more is left out");
+    (void)onlySection(many + kEnd, first);
 }
 
 TEST(SCTEXml, NamesWhatItCannotSay) {
@@ -364,6 +382,10 @@ TEST(SCTEXml, NamesWhatItCannotSay) {
     SpliceInfoSection unknown;
     unknown.command = VerbatimCommand{9, {}};
     EXPECT_EQ(refusal(unknown), "a command of type 9 that is kept as it is has no XML");
+    SpliceInfoSection empty;
+    empty.command = SpliceSchedule{{ScheduledSplice{}}};
+    std::get<SpliceSchedule>(empty.command).events[0].programSplice = false;
+    EXPECT_EQ(refusal(empty), "a schedule of components that has none has no XML");
     const auto ofDescriptor = [&](SpliceDescriptorData data) {
         SpliceInfoSection one;
         one.descriptors = {{std::move(data), {}}};
@@ -446,41 +468,6 @@ TEST(SCTE35, ReadsAndWritesXml) {
     EXPECT_EQ(noted.exitCode, 0);
     EXPECT_EQ(noted.err, "qlxcc: warning: standard input: SpliceInfoSection: the attribute preRollMilliSeconds is left "
                          "out\n");
-}
-
-TEST(SCTE35, WritesAndScansATransportStream) {
-    const TemporaryFolder folder;
-    const std::string file = folder.path("a.ts");
-    const std::string digits =
-        outputOf(build({"splice-start", "--event-id", "7", "--pre-roll", "4000", "--duration", "30", "--auto-return"}));
-    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "900000", "--heartbeat", "1", "-o", file}, digits), "");
-    const ToolResult listed = runTool({"scan", file});
-    EXPECT_EQ(listed.exitCode, 0) << listed.err;
-    const auto lines = qlxtest::linesOf(listed.out);
-    const auto has = [&lines](const std::string& start, const std::string& end) {
-        return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
-            return line.find(start) != std::string::npos && line.ends_with(end);
-        });
-    };
-    EXPECT_NE(std::find(lines.begin(), lines.end(), "splice information:"), lines.end()) << listed.out;
-    // Behind the packets of the clock and the tables that are due with it, 30 ms late.
-    EXPECT_TRUE(has(", PID 0101, at 902700: splice_insert: event 7 out, for 30.000 s, returns by itself, PTS 1260000, ",
-                    "3.970 s ahead"))
-        << listed.out;
-    // 0.4 s in front of the message up to the splice, every second.
-    EXPECT_TRUE(has(", PID 0101, at 866700: ", "splice_null, sent 5 times")) << listed.out;
-    const ToolResult changes = runTool({"scan", file, "--changes"});
-    EXPECT_EQ(changes.exitCode, 0) << changes.err;
-    EXPECT_TRUE(changes.out.ends_with(": event 7 out at PTS 1260000, for 30.000 s, returns by itself\n"))
-        << changes.out;
-    // Sections alone come four seconds before their splice.
-    const std::string section = outputOf({"scte35", "-", "--pts", "900000"}, digits);
-    EXPECT_EQ(outputOf({"scte35", "-", "--from-format", "section", "-o", folder.path("b.ts")}, section), "");
-    EXPECT_NE(outputOf({"scan", folder.path("b.ts")}).find(" at 90"), std::string::npos);
-    EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "1"}, {.input = digits}).exitCode, 2);
-    EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "0", "-o", file}, {.input = digits}).exitCode, 2);
-    EXPECT_EQ(runTool({"scan", file, "--pid", "8191"}).exitCode, 2);
-    EXPECT_EQ(runTool({"scan", "-", "--pid", "1", "--from-format", "klv"}, {.input = "a"}).exitCode, 2);
 }
 
 }  // namespace

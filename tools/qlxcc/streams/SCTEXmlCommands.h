@@ -3,6 +3,7 @@
 
 #include "streams/SCTEXmlFields.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -154,6 +155,11 @@ void describe(Io& io, Value& value) {
     EventProgram program{value.gpsSeconds};
     if constexpr (Io::kReads) {
         value.programSplice = !io.hasElement("Component");
+        if (value.programSplice && !io.hasElement("Program")) {
+            io.template refuse<void>("Program", "or a Component must say when");
+        }
+    } else if (!value.programSplice && value.components.empty()) {
+        throw ScteXmlError("a schedule of components that has none has no XML");
     }
     if (value.programSplice) {
         io.element("Program", program);
@@ -205,6 +211,11 @@ inline void describePlaces(XmlFieldReader& io, SpliceInsert& value) {
     value.programSplice = components.empty();
     if (program && !components.empty()) {
         io.refuse<void>("Component", "stands beside a Program");
+    }
+    const auto hasTime = [](const InsertPlace& place) { return place.time && place.time->ticks90k; };
+    if (value.immediate &&
+        ((program && hasTime(*program)) || std::any_of(components.begin(), components.end(), hasTime))) {
+        io.note("the time of an immediate splice is left out");
     }
     if (program && !value.immediate) {
         value.time = program->time.value_or(SpliceTime{});

@@ -254,7 +254,22 @@ public:
     }
 
     /// An element that has been taken by itself.
-    void pass(const char* name) { _children.emplace_back(name); }
+    void pass(const char* name) {
+        // Once, however many there are: finish() goes through all names for each element.
+        if (std::find(_children.begin(), _children.end(), name) == _children.end()) {
+            _children.emplace_back(name);
+        }
+    }
+
+    /// Says what is passed over: the first of it, as a text may have very much.
+    void note(const std::string& text) const {
+        constexpr std::size_t kMostNotes = 100;
+        if (_notes.size() < kMostNotes) {
+            _notes.push_back(std::string(localOf(_element.name())) + ": " + text);
+        } else if (_notes.size() == kMostNotes) {
+            _notes.emplace_back("more is left out");
+        }
+    }
 
     template <class Any>
     [[noreturn]] Any refuse(const std::string& name, const std::string& why) const {
@@ -262,9 +277,8 @@ public:
     }
 
 private:
-    void note(std::string_view what, std::string_view name) {
-        _notes.push_back(std::string(localOf(_element.name())) + ": the " + std::string(what) + " " + printable(name) +
-                         " is left out");
+    void note(const std::string& what, std::string_view name) const {
+        note("the " + what + " " + printable(name) + " is left out");
     }
 
     /// Attributes of the standard have no prefix, or one of its namespace.
