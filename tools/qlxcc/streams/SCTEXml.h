@@ -1,4 +1,4 @@
-// Sections of SCTE 35 as XML (ANSI/SCTE 35, clauses 11 and 12: elements of the namespace http://www.scte.org/schemas/35),
+// Sections of SCTE 35 as XML (ANSI/SCTE 35: elements of the namespace http://www.scte.org/schemas/35),
 // both ways.
 #pragma once
 
