@@ -157,6 +157,10 @@ private:
             _text.insert(_text.end(), _spaces, std::uint8_t{' '});
             _columns += static_cast<std::int64_t>(_spaces);
         }
+        // These are switches, which some readers leave on in the rows that follow.
+        toggle(false, _look.isItalic, kStlItalics);
+        toggle(false, _look.isUnderlined, kStlUnderline);
+        toggle(false, _look.isBoxed, kStlBox);
         if (!_form.isOpen) {
             code(kStlEndBox);
             code(kStlEndBox);

@@ -114,6 +114,12 @@ TEST(StlWriter, WritesLooksOfRows) {
          true,
          {StlColorNoSpace}},
         {{italic, runOf("no")}, "\x80it \x81no", true},
+        // What is switched on is switched off with the row.
+        {{italic}, "\x80it\x81", true},
+        {{boxed},
+         "\x84"
+         "b\x85",
+         true},
         {{runOf("a   "), onRed}, "a\x01\x1D\x07x", true},
         {{onRed, runOf(" a")},
          "\x01\x1D\x07x\x1C"
