@@ -1,3 +1,4 @@
+#include "TtmlNames.h"
 #include "TtmlPlaces.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <utility>
 
 namespace qlx::streams {
@@ -22,6 +24,7 @@ using subtitles::Row;
 using subtitles::Run;
 
 constexpr std::string_view kOwn = "ttml.";
+constexpr std::string_view kDecoration = "tts:textDecoration";
 constexpr std::int32_t kMilliseconds = 1000;
 
 /// The styles that EBU Tech 3380 has for text, besides those that are always written.
@@ -33,6 +36,27 @@ constexpr std::array<std::string_view, 9> kEbuTextStyles{
 constexpr std::array<std::string_view, 7> kEbuRegionStyles{
     "tts:origin",      "tts:extent",         "tts:displayAlign", "tts:padding",
     "tts:writingMode", "tts:showBackground", "tts:overflow",
+};
+
+/// The styles that the text profile of IMSC 1.1 does not have.
+constexpr std::array<std::string_view, 17> kNotOfImsc{
+    "tts:backgroundClip",
+    "tts:backgroundExtent",
+    "tts:backgroundImage",
+    "tts:backgroundOrigin",
+    "tts:backgroundPosition",
+    "tts:backgroundRepeat",
+    "tts:border",
+    "tts:bpd",
+    "tts:dynamicFlow",
+    "tts:fontKerning",
+    "tts:fontSelectionStrategy",
+    "tts:fontShear",
+    "tts:fontVariant",
+    "tts:ipd",
+    "tts:letterSpacing",
+    "tts:lineShear",
+    "tts:textOrientation",
 };
 
 template <std::size_t Count>
@@ -111,11 +135,48 @@ bool isName(std::string_view text) {
     });
 }
 
-/// Whether a name has a prefix that the root element declares.
-bool isDeclared(std::string_view name) {
-    constexpr std::array<std::string_view, 4> kPrefixes{"tts:", "ttm:", "itts:", "ebutts:"};
-    return std::any_of(kPrefixes.begin(), kPrefixes.end(),
-                       [name](std::string_view prefix) { return name.starts_with(prefix); });
+/// Whether IMSC 1.1 has an attribute, besides those that are always written: a style, or one of metadata.
+bool isOfImsc(std::string_view name) {
+    constexpr std::string_view kMetadata = "ttm:";
+    if (name.starts_with(kMetadata)) {
+        return isName(name.substr(kMetadata.size()));
+    }
+    return !has(kNotOfImsc, name) &&
+           std::any_of(kStyles.begin(), kStyles.end(), [name](const StyleName& style) { return style.name == name; });
+}
+
+/// Whether a value has lengths of these units; `c`, `px` and so on stand behind a digit.
+bool hasUnit(std::string_view value, std::string_view unit) {
+    for (std::size_t at = value.find(unit); at != std::string_view::npos; at = value.find(unit, at + 1)) {
+        if (at != 0 && ((value[at - 1] >= '0' && value[at - 1] <= '9') || value[at - 1] == '.')) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Whether a profile can say an attribute. Pixels are of a screen that is not written.
+bool isUsable(const Property& attribute, bool isEbu, std::span<const std::string_view> ofEbu) {
+    const std::string_view name = attribute.name;
+    if (!isEbu) {
+        return isOfImsc(name) && !hasUnit(attribute.value, "px");
+    }
+    const bool isInCells = name == "ebutts:linePadding";
+    const bool isLength = name.starts_with("tts:") && name != "tts:fontFamily";
+    return std::find(ofEbu.begin(), ofEbu.end(), name) != ofEbu.end() &&
+           (isInCells || !isLength ||
+            !(hasUnit(attribute.value, "c") || hasUnit(attribute.value, "px") || hasUnit(attribute.value, "r") ||
+              hasUnit(attribute.value, "em")));
+}
+
+/// Appends an attribute that is not there as yet: one stands once in an element.
+/// @return Whether it was not.
+bool appendOnce(std::string& target, std::string_view name, std::string_view value) {
+    if (target.find(' ' + std::string(name) + "=\"") != std::string::npos) {
+        return false;
+    }
+    appendAttribute(target, name, value);
+    return true;
 }
 
 /// What of a row is lost.
@@ -159,18 +220,14 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
         name.remove_prefix(name.starts_with(kOwn) ? kOwn.size() : name.size());
         name = isFace ? "tts:fontFamily" : isSize ? "tts:fontSize" : name;
         // A size without a unit is another format's.
-        const bool isUsed = isSize ? property.value.ends_with('%') ||
-                                         (!isEbu && (property.value.ends_with('c') || property.value.ends_with("px")))
-                            : isEbu ? has(kEbuTextStyles, name)
-                                    : isDeclared(name);
-        if (isUsed) {
-            appendAttribute(text, name, property.value);
-        } else {
-            ++losses.properties;
-        }
+        const bool isOther = isSize && !property.value.ends_with('%') && !property.value.ends_with('c');
+        const bool isUsed = !isOther && name != kDecoration &&
+                            isUsable({std::string(name), property.value}, isEbu, kEbuTextStyles) &&
+                            appendOnce(text, name, property.value);
+        losses.properties += isUsed ? 0 : 1;
     }
     if (run.style.isUnderlined || isStruckOut) {
-        appendAttribute(text, "tts:textDecoration",
+        appendAttribute(text, kDecoration,
                         !isStruckOut             ? "underline"
                         : run.style.isUnderlined ? "underline lineThrough"
                                                  : "lineThrough");
@@ -186,11 +243,12 @@ bool needsSpace(const Row& row) {
 
 /// The name of what has these attributes, which is a new one where nothing has.
 /// @param taken All names of the file.
+/// @param number Of the last name that begins alike.
 const std::string& nameFor(std::map<std::string, std::string>& names, const std::string& attributes,
-                           std::string_view start, std::map<std::string, bool>& taken) {
+                           std::string_view start, std::map<std::string, bool>& taken, std::size_t& number) {
     const auto [entry, isNew] = names.try_emplace(attributes);
-    for (std::size_t number = names.size(); entry->second.empty(); ++number) {
-        std::string name = std::string(start) + std::to_string(number);
+    while (entry->second.empty()) {
+        std::string name = std::string(start) + std::to_string(++number);
         if (taken.emplace(name, true).second) {
             entry->second = std::move(name);
         }
@@ -206,9 +264,21 @@ std::string_view edgeName(RegionEdge edge) {
 
 TtmlWriter::TtmlWriter(TtmlFile file, const TtmlWriteOptions& options, FindingSink* findings)
     : _file(std::move(file)), _options(options), _findings(findings), _names{{"base", true}} {
-    for (const TtmlRegion& region : _file.regions) {
-        _names.emplace(region.name, true);
+    // One that has no name of its own can be referred to by none.
+    const auto isNameless = [this](const TtmlRegion& region) {
+        return !isName(region.name) || !_names.emplace(region.name, true).second;
+    };
+    std::vector<TtmlRegion> named;
+    for (TtmlRegion& region : _file.regions) {
+        if (!isNameless(region)) {
+            _regions.insert(region.name);
+            named.push_back(std::move(region));
+        } else if (_findings != nullptr) {
+            const auto bytes = static_cast<std::int64_t>(region.name.size());
+            _findings->add({FindingCode::SubtitleNameLost, Severity::Warning, 0, bytes, 0});
+        }
     }
+    _file.regions = std::move(named);
 }
 
 bool TtmlWriter::write(const Cue& cue) {
@@ -247,9 +317,7 @@ bool TtmlWriter::write(const Cue& cue) {
         appendAttribute(_body, "end", clockTime(span.end));
     }
 
-    const bool isKnown =
-        !cue.region.empty() && std::any_of(_file.regions.begin(), _file.regions.end(),
-                                           [&](const TtmlRegion& region) { return region.name == cue.region; });
+    const bool isKnown = _regions.contains(cue.region);
     bool isPlaceLost = false;
     if (isKnown) {
         appendAttribute(_body, "region", cue.region);
@@ -259,7 +327,7 @@ bool TtmlWriter::write(const Cue& cue) {
         appendAttribute(attributes, "tts:origin", percentages(place.left, place.top));
         appendAttribute(attributes, "tts:extent", percentages(place.width, place.height));
         appendAttribute(attributes, "tts:displayAlign", edgeName(place.edge));
-        appendAttribute(_body, "region", nameFor(_places, attributes, "area", _names));
+        appendAttribute(_body, "region", nameFor(_places, attributes, "area", _names, _lastPlace));
     }
     report(FindingCode::SubtitlePlaceLost, isPlaceLost, 0);
     report(FindingCode::SubtitleNameLost, !isKnown && !cue.region.empty(),
@@ -276,14 +344,13 @@ bool TtmlWriter::write(const Cue& cue) {
     for (const Property& property : cue.properties) {
         std::string_view name = property.name;
         name.remove_prefix(name.starts_with(kOwn) ? kOwn.size() : name.size());
-        if (isEbu ? has(kEbuTextStyles, name) : isDeclared(name)) {
-            appendAttribute(isEbu ? style : own, name, property.value);
-        } else {
-            ++lost;
-        }
+        const bool isUsed = style.find(' ' + std::string(name) + "=\"") == std::string::npos &&
+                            isUsable({std::string(name), property.value}, isEbu, kEbuTextStyles) &&
+                            appendOnce(isEbu ? style : own, name, property.value);
+        lost += isUsed ? 0 : 1;
     }
     report(FindingCode::SubtitlePropertiesLost, lost != 0, 0, lost);
-    appendAttribute(_body, "style", nameFor(_styles, style, "style", _names));
+    appendAttribute(_body, "style", nameFor(_styles, style, "style", _names, _lastStyle));
     _body += own;
     if (!cue.language.empty() && cue.language != _file.language) {
         appendAttribute(_body, "xml:lang", cue.language);
@@ -310,7 +377,7 @@ bool TtmlWriter::write(const Cue& cue) {
                 appendAttribute(_body, "end", clockTime(span.end));
             }
             if (!attributes.empty()) {
-                appendAttribute(_body, "style", nameFor(_styles, attributes, "style", _names));
+                appendAttribute(_body, "style", nameFor(_styles, attributes, "style", _names, _lastStyle));
             }
             _body += isSpan ? ">" : "";
             losses.characters += appendEscaped(_body, run.text);
@@ -386,15 +453,14 @@ std::string TtmlWriter::finish() {
     std::int64_t lost = 0;
     for (const TtmlRegion& region : _file.regions) {
         text += "   <region";
-        appendAttribute(text, "xml:id", region.name);
+        std::string attributes;
+        appendAttribute(attributes, "xml:id", region.name);
         for (const Property& attribute : region.attributes) {
-            if (isEbu ? has(kEbuRegionStyles, attribute.name) : isDeclared(attribute.name)) {
-                appendAttribute(text, attribute.name, attribute.value);
-            } else {
-                ++lost;
-            }
+            const bool isUsed =
+                isUsable(attribute, isEbu, kEbuRegionStyles) && appendOnce(attributes, attribute.name, attribute.value);
+            lost += isUsed ? 0 : 1;
         }
-        text += "/>\n";
+        text += attributes + "/>\n";
     }
     if (lost != 0 && _findings != nullptr) {
         _findings->add({FindingCode::SubtitlePropertiesLost, Severity::Warning, _cues, 0, lost});

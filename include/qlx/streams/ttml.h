@@ -27,6 +27,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -97,7 +98,7 @@ enum class TtmlProfile : std::uint8_t {
 /// How a file is written.
 struct TtmlWriteOptions {
     TtmlProfile profile = TtmlProfile::Imsc11Text;  ///< Which one.
-    /// EBU-TT-D: half this many hundredths of a cell beside the text of a row (`ebutts:linePadding`), 0 to 100.
+    /// EBU-TT-D: this many hundredths of a cell on each side of the text of a row (`ebutts:linePadding`), 0 to 100.
     std::uint8_t linePadding = 50;
 };
 
@@ -130,6 +131,9 @@ private:
     std::map<std::string, std::string> _styles;  ///< Names of the styles by their attributes.
     std::map<std::string, std::string> _places;  ///< The same of regions.
     std::map<std::string, bool> _names;          ///< Of all elements: one stands once in a file.
+    std::set<std::string> _regions;              ///< The names of the file's regions.
+    std::size_t _lastStyle = 0;                  ///< The number of the last style's name.
+    std::size_t _lastPlace = 0;                  ///< The same of regions.
     std::uint64_t _cues = 0;                     ///< Given so far.
 };
 
