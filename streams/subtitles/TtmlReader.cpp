@@ -50,7 +50,7 @@ struct Context {
 };
 
 struct Region {
-    StyleSet styles{};
+    PackedStyles inherited;  ///< What the text in it has too.
     std::optional<RegionPlace> place;
 };
 
@@ -59,7 +59,8 @@ class Document {
 public:
     Document(std::string_view text, const std::function<void(Cue)>& take, const TtmlReadOptions& options,
              FindingSink* findings)
-        : _take(take), _options(options), _report(findings, text), _styles(_report) {}
+        : _take(take), _options(options), _report(findings, text), _styles(_report),
+          _toCopy(kLeastToCopy + kCopies * text.size()) {}
 
     Result<TtmlFile> read(const pugi::xml_node& root) {
         const Entered entered(_names, root);
@@ -83,7 +84,6 @@ public:
             if (name.is(Namespace::Tt, "head")) {
                 readHead(element);
             } else if (name.is(Namespace::Tt, "body")) {
-                overlay(context.styles, _initial);
                 readBlock(element, context, context.begin);
             } else {
                 passOver(element, name);
@@ -102,6 +102,31 @@ private:
     Finding error(FindingCode code, const pugi::xml_node& at, std::int64_t first) {
         const std::ptrdiff_t byte = at.offset_debug();
         return {code, Severity::Error, _report.lineOf(byte < 0 ? 0 : static_cast<std::size_t>(byte)), first, 0};
+    }
+
+    /// Whether so many bytes of the document may be handed out once more. What is said once may hold for all cues: no
+    /// file takes more memory than in proportion to its size.
+    bool affords(std::size_t bytes) {
+        if (bytes > _toCopy) {
+            return false;
+        }
+        _toCopy -= bytes;
+        return true;
+    }
+
+    std::string_view affordable(std::string_view text, const pugi::xml_node& at) {
+        if (affords(text.size())) {
+            return text;
+        }
+        _report.add(FindingCode::TtmlValueWrong, Severity::Error, at, static_cast<std::int64_t>(text.size()));
+        return {};
+    }
+
+    void keepAffordable(subtitles::Properties& properties, const pugi::xml_node& at) {
+        if (const std::size_t bytes = bytesOf(properties); !affords(bytes)) {
+            properties.clear();
+            _report.add(FindingCode::TtmlValueWrong, Severity::Error, at, static_cast<std::int64_t>(bytes));
+        }
     }
 
     Attributes attributesOf(const pugi::xml_node& element) {
@@ -332,14 +357,15 @@ private:
             }
             const Attributes attributes = attributesOf(element);
             Region region;
-            region.styles = _styles.specified(element, attributes.references, attributes.own);
-            readInnerStyles(element, region.styles);
-            overlay(region.styles, attributes.own);
+            StyleSet styles = _styles.specified(element, attributes.references, attributes.own);
+            readInnerStyles(element, styles);
+            overlay(styles, attributes.own);
             if (!attributes.begin.empty() || !attributes.end.empty() || !attributes.duration.empty()) {
                 _report.add(FindingCode::TtmlRegionTimed, Severity::Warning, element,
                             static_cast<std::int64_t>(attributes.name.size()));
             }
-            const auto style = [&](std::size_t index) { return region.styles[index]; };
+            region.inherited = packed(inheritedOf(styles));
+            const auto style = [&](std::size_t index) { return styles[index]; };
             bool areAllRead = true;
             region.place = placeOf({style(styleAt("tts:origin")), style(styleAt("tts:position")),
                                     style(styleAt("tts:extent")), style(styleAt("tts:displayAlign"))},
@@ -350,11 +376,17 @@ private:
             }
             TtmlRegion& listed = _file.regions.emplace_back();
             listed.name = attributes.name;
-            for (std::size_t index = 0; index < region.styles.size(); ++index) {
-                if (region.styles[index].data() != nullptr) {
-                    listed.attributes.push_back({std::string(kStyles[index].name), std::string(region.styles[index])});
-                }
+            for (const auto& [index, value] : packed(styles)) {
+                // Pixels are of this document's screen.
+                const bool isInPixels = region.place && value.find("px") != std::string_view::npos;
+                const bool isOrigin = index == styleAt("tts:origin");
+                listed.attributes.push_back({std::string(kStyles[index].name),
+                                             isInPixels && isOrigin ? percentages(region.place->left, region.place->top)
+                                             : isInPixels && index == styleAt("tts:extent")
+                                                 ? percentages(region.place->width, region.place->height)
+                                                 : std::string(value)});
             }
+            keepAffordable(listed.attributes, element);
             _regions.insert_or_assign(attributes.name, region);
         }
     }
@@ -506,13 +538,16 @@ private:
             _report.add(FindingCode::TtmlRegionUnknown, Severity::Warning, element,
                         static_cast<std::int64_t>(context.region.size()));
         }
-        StyleSet content = context.styles;
+        StyleSet content = _initial;
+        overlay(content, context.styles);
         overlay(content, own);
+        // What nobody says is as the document begins with; then what the region says.
+        StyleSet all = _initial;
         if (isKnown) {
-            StyleSet all = inheritedOf(region->second.styles);
-            overlay(all, context.styles);
-            context.styles = all;
+            overlay(all, region->second.inherited);
         }
+        overlay(all, context.styles);
+        context.styles = all;
         _pieces.clear();
         _looks.clear();
         _hasHidden = false;
@@ -538,15 +573,18 @@ private:
         }
         Cue cue;
         cue.identifier = attributes.name;
-        cue.language = context.language;
-        cue.region = isKnown ? context.region : std::string_view();
+        cue.language = affordable(context.language, element);
+        cue.region = isKnown ? affordable(context.region, element) : std::string_view();
         cue.properties = propertiesOf(content);
         for (const auto& [name, value] : attributes.others) {
             cue.properties.push_back({"ttml." + usualName(name), std::string(value)});
         }
+        keepAffordable(cue.properties, element);
+        const std::size_t bytesOfCue =
+            sizeof(cue) + cue.identifier.size() + cue.language.size() + cue.region.size() + bytesOf(cue.properties);
         const subtitles::Alignment alignment = alignmentOf(context.styles);
         const std::size_t times =
-            splitByTimes(_pieces, _looks, begin, end, _options.mostTimes,
+            splitByTimes(_pieces, _looks, begin, end, _options.mostTimes, _toCopy, bytesOfCue,
                          [&](const MediaTime& from, const MediaTime& until, std::vector<subtitles::Row> rows) {
                              Cue part = cue;
                              part.number = ++_cues;
@@ -607,6 +645,7 @@ private:
                     look = _looks.size();
                     _looks.push_back(lookOf(context.styles, own, context.span, _report, element));
                 }
+                keepAffordable(_looks[*look].properties, element);
                 _pieces.push_back({inner.value(), *look, false, context.keepsSpace, context.begin, context.end});
             }
             if (type != pugi::node_element) {
@@ -646,6 +685,9 @@ private:
     std::unordered_map<std::string_view, Region> _regions;
     std::uint64_t _cues = 0;
     std::int64_t _attributesLeftOut = 0;
+    static constexpr std::size_t kLeastToCopy = 16'000'000;
+    static constexpr std::size_t kCopies = 32;  ///< Of each byte of a document, where it has more.
+    std::size_t _toCopy;
     // Of the paragraph
     std::vector<TextPiece> _pieces;
     std::vector<Look> _looks;

@@ -84,6 +84,30 @@ void overlay(StyleSet& set, const StyleSet& over) noexcept {
     }
 }
 
+void overlay(StyleSet& set, const PackedStyles& over) noexcept {
+    for (const auto& [index, value] : over) {
+        set[index] = value;
+    }
+}
+
+PackedStyles packed(const StyleSet& set) {
+    PackedStyles packed;
+    for (std::size_t index = 0; index < set.size(); ++index) {
+        if (set[index].data() != nullptr) {
+            packed.emplace_back(static_cast<std::uint8_t>(index), set[index]);
+        }
+    }
+    return packed;
+}
+
+std::size_t bytesOf(const subtitles::Properties& properties) noexcept {
+    std::size_t bytes = 0;
+    for (const subtitles::Property& property : properties) {
+        bytes += sizeof(property) + property.name.size() + property.value.size();
+    }
+    return bytes;
+}
+
 StyleSet inheritedOf(const StyleSet& set) noexcept {
     StyleSet inherited{};
     for (std::size_t index = 0; index < set.size(); ++index) {
@@ -96,7 +120,7 @@ StyleSet inheritedOf(const StyleSet& set) noexcept {
 
 void TtmlStyles::define(std::string_view name, const pugi::xml_node& element, const StyleSet& own,
                         std::string_view references) {
-    _styles.insert_or_assign(name, Style{element, own, references, false, false});
+    _styles.insert_or_assign(name, Style{element, packed(own), references, false, false});
 }
 
 StyleSet TtmlStyles::specified(const pugi::xml_node& element, std::string_view references, const StyleSet& own) {
@@ -126,7 +150,7 @@ void TtmlStyles::refer(const pugi::xml_node& element, std::string_view reference
             StyleSet resolved{};
             refer(style.element, style.references, resolved, depth + 1);
             overlay(resolved, style.set);
-            style.set = resolved;
+            style.set = packed(resolved);
             style.isOpen = false;
             style.isResolved = true;
         }

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace qlx::streams::detail {
@@ -40,8 +41,15 @@ private:
 /// The values of styles by their place in kStyles; null where there is none. They are the document's.
 using StyleSet = std::array<std::string_view, kStyles.size()>;
 
+/// The same without the nulls, to be kept: a document may define very many.
+using PackedStyles = std::vector<std::pair<std::uint8_t, std::string_view>>;
+static_assert(kStyles.size() <= UINT8_MAX);
+
+[[nodiscard]] PackedStyles packed(const StyleSet& set);
+
 /// Puts what is given over what was.
 void overlay(StyleSet& set, const StyleSet& over) noexcept;
+void overlay(StyleSet& set, const PackedStyles& over) noexcept;
 
 /// What the elements within have too.
 [[nodiscard]] StyleSet inheritedOf(const StyleSet& set) noexcept;
@@ -60,7 +68,7 @@ public:
 private:
     struct Style {
         pugi::xml_node element;
-        StyleSet set;
+        PackedStyles set;
         std::string_view references;
         bool isResolved = false;
         bool isOpen = false;  ///< It is being resolved.
@@ -87,6 +95,9 @@ struct Look {
     subtitles::Style style;
     subtitles::Properties properties;
 };
+
+/// What a copy of them takes.
+[[nodiscard]] std::size_t bytesOf(const subtitles::Properties& properties) noexcept;
 
 /// @param set All that holds.
 /// @param own What spans have of their own.

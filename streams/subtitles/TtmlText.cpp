@@ -102,7 +102,8 @@ std::vector<Row> rowsOf(const std::vector<const TextPiece*>& pieces, const std::
 }
 
 std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector<Look>& looks, const MediaTime& begin,
-                         const MediaTime& end, std::size_t mostTimes, const TakeRows& take) {
+                         const MediaTime& end, std::size_t mostTimes, std::size_t& mostBytes, std::size_t bytesOfCue,
+                         const TakeRows& take) {
     std::vector<MediaTime> times;
     std::vector<const TextPiece*> shown;
     bool isAddedTo = true;
@@ -126,15 +127,23 @@ std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector
         return !isBefore(left, right) && !isBefore(right, left);
     };
     times.erase(std::unique(times.begin(), times.end(), isSame), times.end());
-    // Each time looks at each piece.
-    constexpr std::size_t kMostWork = 10'000'000;
-    const bool areTooMany = times.size() > mostTimes || times.size() * pieces.size() > kMostWork;
-    if (times.empty() || isAddedTo || areTooMany) {
+    const bool isSplit = !times.empty() && !isAddedTo;
+    // Each time looks at each piece, and may copy it.
+    std::size_t bytesOfTime = bytesOfCue;
+    for (const TextPiece& piece : pieces) {
+        bytesOfTime += !isSplit        ? 0
+                       : piece.isBreak ? sizeof(Row)
+                                       : sizeof(Run) + piece.text.size() + bytesOf(looks[piece.look].properties);
+    }
+    const bool areTooMany =
+        times.size() > mostTimes || (isSplit && bytesOfTime > mostBytes / std::max<std::size_t>(times.size(), 1));
+    if (!isSplit || areTooMany) {
         if (auto rows = rowsOf(shown, looks, !times.empty() && isAddedTo, begin); !rows.empty()) {
             take(begin, end, std::move(rows));
         }
         return areTooMany && !isAddedTo ? std::max(times.size(), mostTimes + 1) : std::min(times.size(), mostTimes);
     }
+    mostBytes -= bytesOfTime * times.size();
     times.push_back(end);
     const MediaTime* from = &begin;
     for (const MediaTime& until : times) {

@@ -37,8 +37,11 @@ using TakeRows = std::function<void(const MediaTime& begin, const MediaTime& end
 
 /// Gives the rows of a paragraph from `begin` to `end`: once, or once for each moment at which they change.
 /// @param mostTimes At which they may; with more of them everything appears with the paragraph.
+/// @param mostBytes That may be copied for it, which gets what is left of them; where that is too little, the same.
+/// @param bytesOfCue That a cue takes besides its rows.
 /// @return At how many times they change; above `mostTimes` they were passed over.
 std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector<Look>& looks, const MediaTime& begin,
-                         const MediaTime& end, std::size_t mostTimes, const TakeRows& take);
+                         const MediaTime& end, std::size_t mostTimes, std::size_t& mostBytes, std::size_t bytesOfCue,
+                         const TakeRows& take);
 
 }  // namespace qlx::streams::detail

@@ -369,6 +369,63 @@ TEST(Ttml, BoundsTheTimesOfSpans) {
     EXPECT_EQ(bounded.codes, std::vector{FindingCode::TtmlTimesTooMany});
 }
 
+TEST(Ttml, BoundsWhatIsHandedOutMoreThanOnce) {
+    // A name of a megabyte that two hundred spans refer to, and as many paragraphs.
+    const std::string head = "<styling><style xml:id='s' tts:fontFamily='" + std::string(1'000'000, 'f') +
+                             "' tts:textShadow='" + std::string(1'000'000, 's') + "'/></styling>";
+    std::string spans;
+    std::string paragraphs;
+    std::string timed;
+    for (int index = 0; index < 200; ++index) {
+        spans += "<span style='s'>a</span>";
+        paragraphs += "<p begin='1s' end='2s' style='s'>a</p>";
+        timed += "<span begin='" + std::to_string(index) + "ms' end='" + std::to_string(400 + index) + "ms'>" +
+                 std::string(2000, 'a') + "</span>";
+    }
+    for (const std::string& body : {paragraphOf(spans), "<body><div>" + paragraphs + "</div></body>"}) {
+        std::size_t bytes = 0;
+        const auto document = read(documentOf(body, head));
+        EXPECT_EQ(document.cues.size(), body.find("<span") == std::string::npos ? 200U : 1U);
+        for (const Cue& cue : document.cues) {
+            for (const Property& property : cue.properties) {
+                bytes += property.value.size();
+            }
+            for (const qlx::subtitles::Run& run : cue.rows[0].runs) {
+                for (const Property& property : run.properties) {
+                    bytes += property.value.size();
+                }
+            }
+        }
+        EXPECT_GE(bytes, 2'000'000U);
+        EXPECT_LE(bytes, 32U * 2'100'000U + 16'000'000U);
+        EXPECT_GE(std::count(document.codes.begin(), document.codes.end(), FindingCode::TtmlValueWrong), 100);
+    }
+    // Two hundred times four hundred thousand characters.
+    const auto split = read(documentOf(paragraphOf(timed)));
+    EXPECT_EQ(split.cues.size(), 1U);
+    EXPECT_EQ(split.codes, std::vector{FindingCode::TtmlTimesTooMany});
+}
+
+TEST(Ttml, TakesInitialValuesWhereNobodySaysAny) {
+    const std::string head = "<styling><initial tts:color='yellow' tts:fontStyle='italic'/></styling>"
+                             "<layout><region xml:id='r' tts:color='red'/></layout>";
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "{i#3c}a"}, {"region='r'", "{i#30}a"}, {"region='r' tts:color='blue' tts:fontStyle='normal'", "{#03}a"}};
+    for (const auto& [attributes, expected] : cases) {
+        const auto document = read(documentOf(paragraphOf("a", attributes), head));
+        ASSERT_EQ(document.cues.size(), 1U);
+        EXPECT_EQ(rowsInWords(document.cues[0]), expected);
+    }
+}
+
+TEST(Ttml, GivesRegionsInPixelsAsPartsOfTheScreen) {
+    const auto document = read(
+        documentOf("<body/>", "<layout><region xml:id='r' tts:origin='192px 108px' tts:extent='50% 540px'/></layout>",
+                   "tts:extent='1920px 1080px'"));
+    ASSERT_EQ(document.file.regions.size(), 1U);
+    EXPECT_EQ(document.file.regions[0].attributes, (Properties{{"tts:extent", "50% 50%"}, {"tts:origin", "10% 10%"}}));
+}
+
 /// What a cue becomes when it is written and read: its times in milliseconds, runs that look alike as one, and a region.
 Cue asRead(Cue cue, const Cue& back, std::uint64_t number) {
     cue.number = number;
@@ -536,6 +593,62 @@ TEST(Ttml, SaysWhatAProfileCannotSay) {
         EXPECT_EQ(losses(cases[index].cue, TtmlProfile::Imsc11Text), cases[index].imsc);
         EXPECT_EQ(losses(cases[index].cue, TtmlProfile::EbuTtD), cases[index].ebu);
     }
+}
+
+/// What a writer makes of a paragraph with these properties, and of the regions of a file.
+std::string writtenWith(const Properties& ofCue, const Properties& ofRun, TtmlProfile profile, TtmlFile file = {}) {
+    Cue cue;
+    cue.end = milliseconds(1000);
+    cue.region = "r";
+    cue.properties = ofCue;
+    cue.rows.push_back(qlxtest::rowOf("a"));
+    cue.rows[0].runs[0].properties = ofRun;
+    TtmlWriter writer(std::move(file), {.profile = profile});
+    (void)writer.write(cue);
+    return writer.finish();
+}
+
+std::size_t countOf(const std::string& text, std::string_view part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+TEST(Ttml, WritesOnlyAttributesThatAProfileHas) {
+    const Properties any{{"ttml.tts:x y='1' tts:z", "1"}, {"ttml.tts:none", "1"},
+                         {"ttml.tts:textAlign", "end"},   {"ttml.tts:fontSize", "20px"},
+                         {"ttml.tts:lineHeight", "2c"},   {"ttml.tts:border", "none"},
+                         {"ttml.tts:wrapOption", "wrap"}, {"ttml.tts:wrapOption", "noWrap"}};
+    for (const TtmlProfile profile : {TtmlProfile::Imsc11Text, TtmlProfile::EbuTtD}) {
+        const bool isEbu = profile == TtmlProfile::EbuTtD;
+        for (const bool isOfRun : {false, true}) {
+            SCOPED_TRACE(isOfRun);
+            const std::string text = writtenWith(isOfRun ? Properties{} : any, isOfRun ? any : Properties{}, profile);
+            EXPECT_FALSE(read(text).error);
+            for (const std::string_view part : {"tts:x", "tts:z", "tts:none", "20px", "border", "noWrap"}) {
+                EXPECT_EQ(text.find(part), std::string::npos) << part;
+            }
+            EXPECT_EQ(countOf(text, "tts:wrapOption=\"wrap\""), 1U);
+            EXPECT_EQ(countOf(text, "tts:lineHeight=\"2c\""), isEbu ? 0U : 1U);
+        }
+        EXPECT_EQ(countOf(writtenWith({{"ttml.tts:textAlign", "end"}}, {}, profile), "tts:textAlign"), 1U);
+    }
+}
+
+TEST(Ttml, WritesEachNameOnce) {
+    TtmlFile file;
+    for (const std::string name : {"r", "r", "base", "", "a b", "style1"}) {
+        file.regions.push_back({name, {{"tts:origin", "10% 10%"}, {"tts:origin", "20% 20%"}}});
+    }
+    const std::string text = writtenWith({}, {}, TtmlProfile::Imsc11Text, file);
+    for (const std::string_view name : {"r", "base", "style1", "style2"}) {
+        EXPECT_EQ(countOf(text, "xml:id=\"" + std::string(name) + "\""), 1U) << name;
+    }
+    EXPECT_EQ(countOf(text, "xml:id="), 4U);
+    EXPECT_EQ(countOf(text, "20% 20%"), 0U);
+    EXPECT_EQ(countOf(text, "region=\"r\""), 1U);
 }
 
 TEST(Ttml, KeepsRegionsNamesAndTimesOfParts) {
