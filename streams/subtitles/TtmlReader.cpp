@@ -1,7 +1,5 @@
-#include "TtmlPlaces.h"
-#include "TtmlStyles.h"
+#include "TtmlHead.h"
 #include "TtmlText.h"
-#include "TtmlTimes.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
@@ -20,22 +18,6 @@ namespace {
 using namespace detail;
 using subtitles::Cue;
 
-/// The attributes of an element that mean something.
-struct Attributes {
-    std::string_view name;  ///< `xml:id`
-    std::string_view language;
-    std::string_view space;
-    std::string_view region;
-    std::string_view references;
-    std::string_view begin;
-    std::string_view end;
-    std::string_view duration;
-    std::string_view container;
-    StyleSet own{};  ///< Of its own, without those that it refers to.
-    bool hasImage = false;
-    std::vector<std::pair<Name, std::string_view>> others;
-};
-
 /// What holds where a walk is.
 struct Context {
     StyleSet styles{};  ///< Of the content around.
@@ -49,18 +31,12 @@ struct Context {
     bool isHidden = false;
 };
 
-struct Region {
-    PackedStyles inherited;  ///< What the text in it has too.
-    std::optional<RegionPlace> place;
-};
-
 /// Reads one document.
-class Document {
+class Document : private DocumentHead {
 public:
     Document(std::string_view text, const std::function<void(Cue)>& take, const TtmlReadOptions& options,
              FindingSink* findings)
-        : _take(take), _options(options), _report(findings, text), _styles(_report),
-          _toCopy(kLeastToCopy + kCopies * text.size()) {}
+        : DocumentHead(text, findings), _take(take), _options(options) {}
 
     Result<TtmlFile> read(const pugi::xml_node& root) {
         const Entered entered(_names, root);
@@ -99,332 +75,6 @@ public:
     }
 
 private:
-    Finding error(FindingCode code, const pugi::xml_node& at, std::int64_t first) {
-        const std::ptrdiff_t byte = at.offset_debug();
-        return {code, Severity::Error, _report.lineOf(byte < 0 ? 0 : static_cast<std::size_t>(byte)), first, 0};
-    }
-
-    /// Whether so many bytes of the document may be handed out once more. What is said once may hold for all cues: no
-    /// file takes more memory than in proportion to its size.
-    bool affords(std::size_t bytes) {
-        if (bytes > _toCopy) {
-            return false;
-        }
-        _toCopy -= bytes;
-        return true;
-    }
-
-    std::string_view affordable(std::string_view text, const pugi::xml_node& at) {
-        if (affords(text.size())) {
-            return text;
-        }
-        _report.add(FindingCode::TtmlValueWrong, Severity::Error, at, static_cast<std::int64_t>(text.size()));
-        return {};
-    }
-
-    void keepAffordable(subtitles::Properties& properties, const pugi::xml_node& at) {
-        if (const std::size_t bytes = bytesOf(properties); !affords(bytes)) {
-            properties.clear();
-            _report.add(FindingCode::TtmlValueWrong, Severity::Error, at, static_cast<std::int64_t>(bytes));
-        }
-    }
-
-    Attributes attributesOf(const pugi::xml_node& element) {
-        Attributes all;
-        for (const pugi::xml_attribute& attribute : element.attributes()) {
-            const Name name = _names.of(attribute);
-            const std::string_view value = attribute.value();
-            if (const auto style = styleIndex(name)) {
-                all.own[*style] = value;
-            } else if (name.space == Namespace::Xml) {
-                if (name.local == "id") {
-                    all.name = value;
-                } else if (name.local == "lang") {
-                    all.language = value;
-                } else if (name.local == "space") {
-                    all.space = value;
-                }
-            } else if (name.space == Namespace::None) {
-                readPlain(name.local, value, all);
-            } else if (name.is(Namespace::Smpte, "backgroundImage")) {
-                all.hasImage = true;
-            } else if (!std::string_view(attribute.name()).starts_with("xmlns")) {
-                if (name.space == Namespace::Foreign) {
-                    ++_attributesLeftOut;
-                } else {
-                    all.others.emplace_back(name, value);
-                }
-            }
-        }
-        return all;
-    }
-
-    void readPlain(std::string_view name, std::string_view value, Attributes& all) {
-        if (name == "region") {
-            all.region = value;
-        } else if (name == "style") {
-            all.references = value;
-        } else if (name == "begin") {
-            all.begin = value;
-        } else if (name == "end") {
-            all.end = value;
-        } else if (name == "dur") {
-            all.duration = value;
-        } else if (name == "timeContainer") {
-            all.container = value;
-        } else if (name == "id") {
-            // Documents of before TTML 1 have it without a prefix.
-            all.name = all.name.empty() ? value : all.name;
-        } else if (!name.starts_with("xmlns")) {
-            ++_attributesLeftOut;
-        }
-    }
-
-    // The document
-
-    void readParameters(const pugi::xml_node& root, const Attributes& attributes) {
-        const auto wrong = [&](std::string_view value) {
-            _report.add(FindingCode::TtmlParameterWrong, Severity::Error, root,
-                        static_cast<std::int64_t>(value.size()));
-        };
-        const auto readCount = [&](std::string_view value, std::int32_t most, std::int32_t& count) {
-            const auto number = parseCount(value, most);
-            number ? static_cast<void>(count = *number) : wrong(value);
-            return number.has_value();
-        };
-        bool hasTicks = false;
-        bool hasFrames = false;
-        for (const auto& [name, value] : attributes.others) {
-            if (name.space != Namespace::Parameter && name.space != Namespace::Metadata) {
-                continue;
-            }
-            if (name.local == "timeBase") {
-                _times.countsFrames = value == "smpte";
-                if (value == "clock") {
-                    _report.add(FindingCode::TtmlTimesOfDay, Severity::Remark, root);
-                } else if (value != "media" && value != "smpte") {
-                    wrong(value);
-                }
-            } else if (name.local == "frameRate") {
-                constexpr std::int32_t kMost = 1000;
-                hasFrames = readCount(value, kMost, _times.frameRate) || hasFrames;
-            } else if (name.local == "subFrameRate") {
-                constexpr std::int32_t kMost = 100;
-                readCount(value, kMost, _times.subFrameRate);
-            } else if (name.local == "tickRate") {
-                hasTicks = readCount(value, INT32_MAX, _times.tickRate) || hasTicks;
-            } else if (name.local == "frameRateMultiplier") {
-                // Two numbers with a space between; with a colon before TTML 1.
-                constexpr std::int32_t kMost = 10'000;
-                const std::size_t mark = value.find_first_of(" :");
-                std::int32_t multiplier = 1;
-                std::int32_t divisor = 1;
-                if (readCount(value.substr(0, mark), kMost, multiplier) &&
-                    (mark == std::string_view::npos || readCount(value.substr(mark + 1), kMost, divisor))) {
-                    _times.multiplier = multiplier;
-                    _times.divisor = divisor;
-                }
-            } else if (name.local == "dropMode") {
-                _times.dropMode = value == "dropNTSC"  ? DropMode::Ntsc
-                                  : value == "dropPAL" ? DropMode::Pal
-                                                       : DropMode::None;
-                if (_times.dropMode == DropMode::None && value != "nonDrop") {
-                    wrong(value);
-                }
-            } else if (name.local == "cellResolution") {
-                constexpr std::int32_t kMost = 1000;
-                const std::size_t mark = value.find(' ');
-                const auto columns = parseCount(value.substr(0, mark), kMost);
-                const auto rows = mark == std::string_view::npos ? columns : parseCount(value.substr(mark + 1), kMost);
-                if (columns && rows) {
-                    _file.cellColumns = static_cast<std::uint16_t>(*columns);
-                    _file.cellRows = static_cast<std::uint16_t>(*rows);
-                } else {
-                    wrong(value);
-                }
-            } else if (name.local == "profile" || name.local == "contentProfiles") {
-                if (value.find("imsc1") != std::string_view::npos) {
-                    _file.kind = TtmlKind::Imsc;
-                }
-            }
-        }
-        // TTML2, 7.2.10: ticks are parts of frames where frames are counted, else seconds.
-        if (!hasTicks && hasFrames) {
-            _times.tickRate = _times.frameRate * _times.subFrameRate;
-        }
-        _measures.cellColumns = _file.cellColumns;
-        _measures.cellRows = _file.cellRows;
-        readScreen(attributes.own[styleAt("tts:extent")]);
-    }
-
-    /// The screen in pixels.
-    void readScreen(std::string_view extent) {
-        const std::size_t mark = extent.find("px ");
-        if (mark == std::string_view::npos || !extent.ends_with("px")) {
-            return;
-        }
-        constexpr std::size_t kUnit = 2;
-        constexpr std::int32_t kMost = 100'000;
-        const auto width = parseCount(extent.substr(0, mark), kMost);
-        const auto height = parseCount(extent.substr(mark + kUnit + 1, extent.size() - mark - 2 * kUnit - 1), kMost);
-        if (width && height) {
-            _measures.width = *width;
-            _measures.height = *height;
-        }
-    }
-
-    void readHead(const pugi::xml_node& head) {
-        // Regions may stand in front of the styles that they refer to.
-        for (const bool readsRegions : {false, true}) {
-            for (const pugi::xml_node& element : head.children()) {
-                if (element.type() != pugi::node_element) {
-                    continue;
-                }
-                const Entered entered(_names, element);
-                const Name name = _names.of(element);
-                if (name.is(Namespace::Tt, "layout")) {
-                    if (readsRegions) {
-                        readLayout(element);
-                    }
-                } else if (readsRegions) {
-                    continue;
-                } else if (name.is(Namespace::Tt, "styling")) {
-                    readStyling(element);
-                } else {
-                    readMetadata(element, name);
-                }
-            }
-        }
-    }
-
-    void readMetadata(const pugi::xml_node& element, const Name& name) {
-        if (name.is(Namespace::Metadata, "title")) {
-            _file.title = element.child_value();
-        } else if (name.is(Namespace::Metadata, "desc")) {
-            _file.description = element.child_value();
-        } else if (name.is(Namespace::Metadata, "copyright")) {
-            _file.copyright = element.child_value();
-        } else if (name.is(Namespace::EbuMetadata, "conformsToStandard") ||
-                   name.is(Namespace::EbuMetadata, "documentEbuttVersion")) {
-            const std::string_view standard = element.child_value();
-            if (standard.starts_with("urn:ebu:tt:") || name.local == "documentEbuttVersion") {
-                _file.kind = TtmlKind::EbuTt;
-            } else if (standard.find("imsc1") != std::string_view::npos && _file.kind == TtmlKind::Ttml) {
-                _file.kind = TtmlKind::Imsc;
-            }
-        } else if (name.space == Namespace::Smpte && (name.local == "image" || name.local == "data")) {
-            const auto size = static_cast<std::int64_t>(std::string_view(element.child_value()).size());
-            const bool isImage = name.local == "image";
-            _report.add(isImage ? FindingCode::TtmlImageLeftOut : FindingCode::TtmlDataLeftOut, Severity::Warning,
-                        element, isImage ? 0 : size);
-        } else {
-            for (const pugi::xml_node& inner : element.children()) {
-                if (inner.type() == pugi::node_element) {
-                    const Entered entered(_names, inner);
-                    readMetadata(inner, _names.of(inner));
-                }
-            }
-        }
-    }
-
-    void readStyling(const pugi::xml_node& styling) {
-        for (const pugi::xml_node& element : styling.children()) {
-            if (element.type() != pugi::node_element) {
-                continue;
-            }
-            const Entered entered(_names, element);
-            const Name name = _names.of(element);
-            const Attributes attributes = attributesOf(element);
-            if (name.is(Namespace::Tt, "style")) {
-                _styles.define(attributes.name, element, attributes.own, attributes.references);
-            } else if (name.is(Namespace::Tt, "initial")) {
-                overlay(_initial, attributes.own);
-            } else {
-                readMetadata(element, name);
-            }
-        }
-    }
-
-    void readLayout(const pugi::xml_node& layout) {
-        for (const pugi::xml_node& element : layout.children()) {
-            if (element.type() != pugi::node_element) {
-                continue;
-            }
-            const Entered entered(_names, element);
-            if (const Name name = _names.of(element); !name.is(Namespace::Tt, "region")) {
-                readMetadata(element, name);
-                continue;
-            }
-            const Attributes attributes = attributesOf(element);
-            Region region;
-            StyleSet styles = _styles.specified(element, attributes.references, attributes.own);
-            readInnerStyles(element, styles);
-            overlay(styles, attributes.own);
-            if (!attributes.begin.empty() || !attributes.end.empty() || !attributes.duration.empty()) {
-                _report.add(FindingCode::TtmlRegionTimed, Severity::Warning, element,
-                            static_cast<std::int64_t>(attributes.name.size()));
-            }
-            region.inherited = packed(inheritedOf(styles));
-            const auto style = [&](std::size_t index) { return styles[index]; };
-            bool areAllRead = true;
-            region.place = placeOf({style(styleAt("tts:origin")), style(styleAt("tts:position")),
-                                    style(styleAt("tts:extent")), style(styleAt("tts:displayAlign"))},
-                                   _measures, areAllRead);
-            if (!areAllRead) {
-                _report.add(FindingCode::TtmlValueWrong, Severity::Warning, element,
-                            static_cast<std::int64_t>(style(styleAt("tts:origin")).size()));
-            }
-            TtmlRegion& listed = _file.regions.emplace_back();
-            listed.name = attributes.name;
-            for (const auto& [index, value] : packed(styles)) {
-                // Pixels are of this document's screen.
-                const bool isInPixels = region.place && value.find("px") != std::string_view::npos;
-                const bool isOrigin = index == styleAt("tts:origin");
-                listed.attributes.push_back({std::string(kStyles[index].name),
-                                             isInPixels && isOrigin ? percentages(region.place->left, region.place->top)
-                                             : isInPixels && index == styleAt("tts:extent")
-                                                 ? percentages(region.place->width, region.place->height)
-                                                 : std::string(value)});
-            }
-            keepAffordable(listed.attributes, element);
-            _regions.insert_or_assign(attributes.name, region);
-        }
-    }
-
-    /// `style` elements within a region (TTML2, 9.1.2): what the region has itself counts more.
-    void readInnerStyles(const pugi::xml_node& region, StyleSet& set) {
-        for (const pugi::xml_node& element : region.children()) {
-            if (element.type() != pugi::node_element) {
-                continue;
-            }
-            const Entered entered(_names, element);
-            const Name name = _names.of(element);
-            if (name.is(Namespace::Tt, "style")) {
-                const Attributes attributes = attributesOf(element);
-                overlay(set, _styles.specified(element, attributes.references, attributes.own));
-            } else {
-                passOver(element, name);
-            }
-        }
-    }
-
-    // Content
-
-    /// Says that an element counts for nothing, where it would for others.
-    void passOver(const pugi::xml_node& element, const Name& name) {
-        if (name.space == Namespace::Metadata || name.is(Namespace::Tt, "metadata") ||
-            name.space == Namespace::EbuMetadata) {
-            readMetadata(element, name);
-            return;
-        }
-        if (name.is(Namespace::Tt, "image") || name.is(Namespace::Smpte, "image")) {
-            _report.add(FindingCode::TtmlImageLeftOut, Severity::Warning, element);
-            return;
-        }
-        _report.add(FindingCode::TtmlElementLeftOut, Severity::Warning, element,
-                    static_cast<std::int64_t>(std::string_view(element.name()).size()));
-    }
-
     /// The time of an attribute; none where there is none, or none that can be read.
     std::optional<MediaTime> timeOf(std::string_view text, int which, const pugi::xml_node& element) {
         if (text.data() == nullptr) {
@@ -675,19 +325,7 @@ private:
 
     const std::function<void(Cue)>& _take;
     const TtmlReadOptions& _options;
-    TtmlReport _report;
-    Names _names;
-    TtmlStyles _styles;
-    StyleSet _initial{};
-    TimeParameters _times;
-    ScreenMeasures _measures;
-    TtmlFile _file;
-    std::unordered_map<std::string_view, Region> _regions;
     std::uint64_t _cues = 0;
-    std::int64_t _attributesLeftOut = 0;
-    static constexpr std::size_t kLeastToCopy = 16'000'000;
-    static constexpr std::size_t kCopies = 32;  ///< Of each byte of a document, where it has more.
-    std::size_t _toCopy;
     // Of the paragraph
     std::vector<TextPiece> _pieces;
     std::vector<Look> _looks;

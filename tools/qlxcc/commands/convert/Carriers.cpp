@@ -30,7 +30,7 @@ namespace qlx::tool {
 
 namespace {
 
-/// More than a day of frames in front of the next one is no gap in a file.
+/// More than a day of frames that are missing is no file's.
 constexpr std::uint64_t kLongestGapSeconds = std::uint64_t{24} * 3600;
 
 std::vector<cc::Triplet> tripletsOf(const Data& bytes) {
@@ -217,7 +217,10 @@ private:
             ++_before;
             return;
         }
-        if ((_base || hasEveryFrame()) && *number > _last + kLongestGapSeconds * nominalFramesPerSecond(_to)) {
+        // Gaps that time codes pretend again and again would fill a file without end.
+        const std::uint64_t longest = kLongestGapSeconds * nominalFramesPerSecond(_to);
+        _missing += (_base || hasEveryFrame()) && *number > _last ? std::min(*number - _last, longest + 1) - 1 : 0;
+        if (_missing >= longest) {
             throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": more than a day is missing" +
                                                 (_base ? "" : " in front of it (--from-start says where IN begins)"));
         }
@@ -376,8 +379,9 @@ private:
     std::uint64_t _last = 0;
     std::uint64_t _written = 0;
     std::uint64_t _read = 0;
-    std::uint64_t _before = 0;  ///< Frames in front of the start.
-    std::uint64_t _moved = 0;   ///< Frames earlier than the one before.
+    std::uint64_t _missing = 0;  ///< Frames between those of the file.
+    std::uint64_t _before = 0;   ///< Frames in front of the start.
+    std::uint64_t _moved = 0;    ///< Frames earlier than the one before.
 };
 
 }  // namespace
