@@ -179,6 +179,11 @@ TEST(Splice, FindsItsStreams) {
     ASSERT_EQ(asked.arrivals.size(), 1U);
     EXPECT_EQ(asked.arrivals[0].arrival90k, 4500U);
     EXPECT_EQ(asked.codes, Codes{});
+    SpliceReader reader({.pids = {5}});
+    reader.push(Made().bytes());
+    reader.finish();
+    EXPECT_TRUE(reader.reads(5) && reader.reads(kSplicePid));
+    EXPECT_FALSE(reader.reads(kMapPid) || reader.reads(kPcrPid));
 }
 
 TEST(Splice, JoinsSectionsAndLeavesOutDamagedOnes) {

@@ -414,4 +414,70 @@ TEST(SCTE35, SaysWhatIsNotConverted) {
               "qlxcc: standard input: operation 1: pre-roll of 4000 ms is ignored: the splice is immediate\n");
 }
 
+TEST(SCTE35, WritesAndScansATransportStream) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.ts");
+    const std::string digits =
+        outputOf(build({"splice-start", "--event-id", "7", "--pre-roll", "4000", "--duration", "30", "--auto-return"}));
+    EXPECT_EQ(outputOf({"scte35", "-", "--pts", "900000", "--heartbeat", "1", "-o", file}, digits), "");
+    const ToolResult listed = runTool({"scan", file});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    const auto lines = qlxtest::linesOf(listed.out);
+    const auto has = [&lines](const std::string& start, const std::string& end) {
+        return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+            return line.find(start) != std::string::npos && line.ends_with(end);
+        });
+    };
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "splice information:"), lines.end()) << listed.out;
+    // Behind the packets of the clock and the tables that are due with it, 30 ms late.
+    EXPECT_TRUE(has(", PID 0101, at 902700: splice_insert: event 7 out, for 30.000 s, returns by itself, PTS 1260000, ",
+                    "3.970 s ahead"))
+        << listed.out;
+    // 0.4 s in front of the message up to the splice, every second.
+    EXPECT_TRUE(has(", PID 0101, at 866700: ", "splice_null, sent 5 times")) << listed.out;
+    const ToolResult changes = runTool({"scan", file, "--changes"});
+    EXPECT_EQ(changes.exitCode, 0) << changes.err;
+    EXPECT_TRUE(changes.out.ends_with(": event 7 out at PTS 1260000, for 30.000 s, returns by itself\n"))
+        << changes.out;
+    // Sections alone come four seconds before their splice.
+    const std::string section = outputOf({"scte35", "-", "--pts", "900000"}, digits);
+    EXPECT_EQ(outputOf({"scte35", "-", "--from-format", "section", "-o", folder.path("b.ts")}, section), "");
+    EXPECT_NE(outputOf({"scan", folder.path("b.ts")}).find(" at 90"), std::string::npos);
+    // One without a time does not make the stream begin at 0, hours before the first that has one.
+    const std::string null = "fc301100000000000000fff0000000007a4fbfff\n";
+    const std::string late = outputOf({"scte35", "-", "--splice-pts", "8000000000"}, digits);
+    EXPECT_EQ(outputOf({"scte35", "-", "--from-format", "section", "-o", folder.path("c.ts")}, null + late), "");
+    const std::string heard = outputOf({"scan", folder.path("c.ts")});
+    EXPECT_NE(heard.find("at 79996"), std::string::npos) << heard;
+    EXPECT_LT(folder.read("c.ts").size(), 200'000U);
+    EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "1"}, {.input = digits}).exitCode, 2);
+    EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "0", "-o", file}, {.input = digits}).exitCode, 2);
+    EXPECT_EQ(runTool({"scan", file, "--pid", "8191"}).exitCode, 2);
+    EXPECT_EQ(runTool({"scan", "-", "--pid", "1", "--from-format", "klv"}, {.input = "a"}).exitCode, 2);
+}
+
+TEST(SCTE35, ScanSaysWhatIsWrongWithSectionsBehindDamagedPackets) {
+    const TemporaryFolder folder;
+    const std::string section = "fc301200000000000000fff001067f000031c853bc\n";
+    const std::string file = folder.path("a.ts");
+    ASSERT_EQ(outputOf({"scte35", "-", "--from-format", "section", "-o", file}, section), "");
+    std::string stream = folder.read("a.ts");
+    const std::size_t packet = stream.find("\x47\x41\x01");
+    ASSERT_NE(packet, std::string::npos);
+    ASSERT_EQ(packet % 188, 0U);
+    stream[packet + 10] = static_cast<char>(stream[packet + 10] ^ 1);
+    // More packets than findings are usually kept of, whose counter jumps each time.
+    std::string damaged;
+    for (int number = 0; number < 1500; ++number) {
+        damaged +=
+            "\x47\x01\x01" + std::string(1, static_cast<char>(0x10 + number * 5 % 16)) + std::string(184, '\xFF');
+    }
+    const ToolResult listed = runTool({"scan", folder.write("b.ts", stream.insert(packet, damaged))});
+    EXPECT_EQ(listed.exitCode, 1);
+    const std::string place = folder.path("b.ts") + ": byte ";
+    EXPECT_EQ(listed.err.substr(0, place.size() + 7), "qlxcc: " + place);
+    EXPECT_NE(listed.err.find("PID 101: wrong CRC"), std::string::npos) << listed.err;
+    EXPECT_NE(listed.err.find(" more like \"" + place), std::string::npos) << listed.err;
+}
+
 }  // namespace

@@ -73,6 +73,8 @@ public:
     QLX_STREAMS_EXPORT void finish();
     /// The next section; none when more bytes are needed, or at the end.
     [[nodiscard]] QLX_STREAMS_EXPORT std::optional<SpliceArrival> next();
+    /// Whether the packets of a PID are read for their sections: what is lost of them may be splice information.
+    [[nodiscard]] bool reads(std::uint16_t pid) const { return _sections.contains(pid); }
 
 private:
     /// The clock of a program, and what waits for its next time.

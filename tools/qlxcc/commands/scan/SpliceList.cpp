@@ -1,7 +1,9 @@
 #include "commands/scan/SpliceList.h"
 
 #include "io/Errors.h"
+#include "io/FrameLoop.h"
 #include "io/InputFile.h"
+#include "io/LimitedMessages.h"
 #include "io/Text.h"
 #include "streams/SectionWords.h"
 
@@ -32,6 +34,51 @@ bool isOfSplices(const qlx::Finding& finding) {
            finding.code == FindingCode::TsSectionWrong;
 }
 
+/// Of packets that are lost to those who read their PID.
+bool isOfPackets(const qlx::Finding& finding) {
+    return finding.code == FindingCode::TsContinuityLost || finding.code == FindingCode::TsPacketDamaged ||
+           finding.code == FindingCode::TsPacketScrambled;
+}
+
+/// Says the findings that are about splice information, the first ones of each kind. Those of other packets are said of the
+/// frames, and there may be very many.
+class SpliceFindings final : public FindingSink {
+public:
+    explicit SpliceFindings(const InputFile& source) : _source(source), _notes(source) {}
+
+    /// @param reader Tells whose packets matter; outlives what is added.
+    void follow(const streams::SpliceReader& reader) noexcept { _reader = &reader; }
+
+    void add(const qlx::Finding& finding) override {
+        const bool isOfOurs =
+            isOfPackets(finding) && _reader != nullptr && _reader->reads(static_cast<std::uint16_t>(finding.first));
+        if (!isOfOurs && !isOfSplices(finding)) {
+            return;
+        }
+        const std::string text = "byte " + std::to_string(finding.offset) + ": " + finding.text();
+        if (finding.severity == Severity::Error || finding.code == FindingCode::TsSectionCrcWrong) {
+            ++_problems;
+            _messages.say(std::to_string(static_cast<std::uint32_t>(finding.code)), _source.name() + ": " + text);
+        } else {
+            _notes.say({text});
+        }
+    }
+
+    /// Says how many more there were, and gives the number of problems.
+    [[nodiscard]] std::uint64_t finish() const {
+        _messages.finish();
+        _notes.sayHowManyMore();
+        return _problems;
+    }
+
+private:
+    const InputFile& _source;
+    const streams::SpliceReader* _reader = nullptr;
+    LimitedMessages _messages;
+    RemarkNotes _notes;
+    std::uint64_t _problems = 0;
+};
+
 std::string timeInWords(const streams::SpliceArrival& arrival) {
     const auto splice = arrival.splice90k();
     if (!splice) {
@@ -52,8 +99,9 @@ SpliceList::SpliceList(const std::string& file, const std::vector<std::uint16_t>
         return;
     }
     InputFile source(file);
-    qlx::Findings findings;
+    SpliceFindings findings(source);
     streams::SpliceReader reader({.pids = pids}, &findings);
+    findings.follow(reader);
     std::vector<std::uint8_t> piece(std::size_t{1} << 18U);
     while (const std::size_t size = source.read(piece)) {
         reader.push(std::span(piece).first(size));
@@ -61,28 +109,24 @@ SpliceList::SpliceList(const std::string& file, const std::vector<std::uint16_t>
     }
     reader.finish();
     take(reader);
-    // What is wrong with the packets is said of the frames; of this it is what belongs to sections.
-    for (const qlx::Finding& finding : findings) {
-        if (!isOfSplices(finding)) {
-            continue;
-        }
-        const std::string text = source.name() + ": byte " + std::to_string(finding.offset) + ": " + finding.text();
-        if (finding.severity == Severity::Error || finding.code == FindingCode::TsSectionCrcWrong) {
-            ++_problems;
-            printMessage(text);
-        } else {
-            printNote("warning: " + text);
-        }
+    _problems = findings.finish();
+    if (_leftOut > 0) {
+        ++_problems;
+        printMessage(source.name() + ": " + counted(_leftOut, "section") + " of splice information left out, behind " +
+                     std::to_string(kMostSections) + " different ones");
     }
 }
 
 void SpliceList::take(streams::SpliceReader& reader) {
     while (auto arrival = reader.next()) {
-        const auto [known, isNew] = _known.try_emplace({arrival->pid, arrival->bytes}, _sections.size());
-        if (isNew) {
+        const auto known = _known.find({arrival->pid, arrival->bytes});
+        if (known != _known.end()) {
+            ++_sections[known->second].count;
+        } else if (_sections.size() < kMostSections) {
+            _known.emplace(std::pair(arrival->pid, arrival->bytes), _sections.size());
             _sections.push_back({*std::move(arrival), 1});
         } else {
-            ++_sections[known->second].count;
+            ++_leftOut;
         }
     }
 }

@@ -6,6 +6,7 @@
 
 #include <qlx/streams/splice.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -41,10 +42,14 @@ private:
         std::uint64_t count = 1;
     };
 
+    /// More than days of a stream have; a file of nothing else could fill all memory.
+    static constexpr std::size_t kMostSections = 100'000;
+
     void take(streams::SpliceReader& reader);
 
     std::vector<Counted> _sections;
     std::map<std::pair<std::uint16_t, std::vector<std::uint8_t>>, std::size_t> _known;  ///< By PID and bytes.
+    std::uint64_t _leftOut = 0;
     std::uint64_t _problems = 0;
 };
 
