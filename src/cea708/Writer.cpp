@@ -122,12 +122,10 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea708CaptionOverlaps, Severity::Warning, ordinal, number(caption.start),
                          number(lane.lastEnd)});
         if (!lane.cues.empty()) {
-            lane.cues.back().end = caption.start;
-            lane.cues.back().endsWithNext = true;
+            lane.cues.back().ownEnd = std::exchange(lane.cues.back().end, caption.start);
         }
         if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
-            lane.shown->end = caption.start;
-            lane.shown->endsWithNext = true;
+            lane.shown->ownEnd = std::exchange(lane.shown->end, caption.start);
         }
     }
     lane.hasStarted = true;
@@ -209,7 +207,7 @@ bool Writer::isErased(const Lane& lane) const noexcept {
         // It is what is shown.
         return false;
     }
-    if (next.style == CaptionStyle::PopOn && lane.shown->endsWithNext) {
+    if (next.style == CaptionStyle::PopOn && _frame < lane.shown->ownEnd) {
         return false;
     }
     const bool rollsOn = next.style == CaptionStyle::RollUp && lane.shown->style == CaptionStyle::RollUp;
@@ -296,11 +294,7 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea708ShownLate, Severity::Warning, cue.number, number(_frame - cue.start), 0});
     }
     _events.push_back({cue.number, CaptionStep::Shown});
-    Shown shown{.number = cue.number,
-                .end = cue.end,
-                .style = cue.style,
-                .window = cue.window,
-                .endsWithNext = cue.endsWithNext};
+    Shown shown{.number = cue.number, .end = cue.end, .style = cue.style, .window = cue.window, .ownEnd = cue.ownEnd};
     std::copy_n(cue.bytes.begin(), kDefinitionBytes, shown.definition.begin());
     lane.shown = shown;
 }

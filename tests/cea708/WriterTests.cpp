@@ -146,6 +146,21 @@ TEST(PopOnServices, AreLateWhenTooManyAreDue) {
               (Texts{"5: caption is shown 1 frame late", "5: caption ends 1 frame late"}));
 }
 
+// What another one cuts stays for it, when that is late, and no longer than up to its own end.
+TEST(PopOnServices, StayForALateOneThatCutsThemUpToTheirOwnEnd) {
+    // From frame 20 on 16 bytes go out in each: the window of 37 letters, 50 bytes, is there in frame 23.
+    const auto deletion = [](std::uint64_t end) {
+        const SentPackets sent = packetsOf(
+            {serviceCaption(20, end, U"Hi"), serviceCaption(21, 60, std::u32string(37, U'a'))}, FrameRate::Fps5994);
+        const std::size_t place = sent.packets.find("8c01");
+        return sent.packets.substr(sent.packets.rfind('\n', place) + 1, 3) + sent.packets.substr(place, 8) + " " +
+               sent.findings[1] + ", " + sent.findings[2];
+    };
+    EXPECT_EQ(deletion(50), "23:8c018902 0: caption ends 2 frames late, 1: caption is shown 2 frames late");
+    EXPECT_EQ(deletion(22).substr(0, 7), "22:8c01");
+    EXPECT_EQ(deletion(22).substr(11), " 0: caption ends 1 frame late, 1: caption is shown 2 frames late");
+}
+
 TEST(Services, SayWhatBecomesOfThem) {
     Writer writer(FrameRate::Fps2997, {.firstFrame = 5});
     EXPECT_FALSE(writer.add(serviceCaption(5, kGreatestCaptionFrame + 1, U"a")));

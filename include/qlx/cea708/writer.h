@@ -111,8 +111,9 @@ private:
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
         std::uint8_t window = 0;
-        bool endsWithNext = false;  ///< The next one takes its place: its end was behind the start of that.
-        std::size_t sent = 0;       ///< Of `bytes`.
+        std::uint64_t ownEnd =
+            0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
+        std::size_t sent = 0;  ///< Of `bytes`.
         std::vector<std::uint8_t> bytes{};
 
         [[nodiscard]] bool isBegun() const noexcept { return sent > 0; }
@@ -125,7 +126,7 @@ private:
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
         std::uint8_t window = 0;
-        bool endsWithNext = false;
+        std::uint64_t ownEnd = 0;
         std::array<std::uint8_t, kDefinitionBytes> definition{};
     };
 
