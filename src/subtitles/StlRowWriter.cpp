@@ -54,6 +54,12 @@ public:
         report.add(StlRowTooLong, _form.columns != 0 && _columns > _form.columns, number, _columns);
     }
 
+    /// What the next row finds.
+    void leave(StlRowForm& form) const {
+        form.isColorLeft = form.isOpen && (_hasText ? _look.foreground != Look{}.foreground : form.isColorLeft);
+        form.isBackgroundLeft = form.isOpen && (_hasText ? _look.background != 0 : form.isBackgroundLeft);
+    }
+
 private:
     [[nodiscard]] Look lookOf(const Run& run) {
         const Style& style = run.style;
@@ -90,11 +96,13 @@ private:
                 foreground = look.background;
                 codes[count++] = kStlNewBackground;
             }
+        } else if (!_hasText && _form.isBackgroundLeft) {
+            codes[count++] = kStlBlackBackground;
         }
         if (look.isFlashing != _look.isFlashing) {
             codes[count++] = look.isFlashing ? kStlFlash : kStlSteady;
         }
-        if (look.foreground != foreground) {
+        if (look.foreground != foreground || (!_hasText && _form.isColorLeft)) {
             codes[count++] = look.foreground;
         }
         if (!_hasText) {
@@ -181,11 +189,12 @@ private:
 
 }  // namespace
 
-void appendStlRow(const Row& row, const StlRowForm& form, const CueReport& report, std::int64_t number,
+void appendStlRow(const Row& row, StlRowForm& form, const CueReport& report, std::int64_t number,
                   std::vector<std::uint8_t>& text) {
     RowWriter writer(form, text);
     writer.write(row);
     writer.say(report, number);
+    writer.leave(form);
 }
 
 }  // namespace qlx::subtitles

@@ -230,7 +230,7 @@ void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) 
     const std::vector<std::uint64_t> places = rows.make();
     report.add(SubtitlePlaceLost, rows.areMoved(), 0);
     report.add(StlRowOffScreen, rows.offScreen() != 0, static_cast<std::int64_t>(rowsOf(gsi)), rows.offScreen());
-    const StlRowForm form{stlTableOf(gsi), isOpenSubtitling(gsi), isDouble, gsi.charactersOfRow.number()};
+    StlRowForm form{stlTableOf(gsi), isOpenSubtitling(gsi), isDouble, gsi.charactersOfRow.number()};
     std::uint64_t first = rowsOf(gsi);
     std::uint64_t place = 0;
     for (std::size_t index = 0; index < places.size(); ++index) {

@@ -74,6 +74,26 @@ struct TextCase {
     Alignment alignment = Alignment::Center;
 };
 
+TEST(StlWriter, BeginsEachRowOfOpenSubtitlingInItsOwnColor) {
+    subtitles::Run onRed = runOf("x");
+    onRed.style.background = Color::Red;
+    Cue cue;
+    cue.start = qlxtest::milliseconds(1000);
+    cue.end = qlxtest::milliseconds(2000);
+    for (const subtitles::Run& run : {runOf("a", Color::Yellow), runOf("b"), runOf("c"), onRed, runOf("d")}) {
+        cue.rows.emplace_back().runs.push_back(run);
+    }
+    const auto written = qlxtest::writeStl({cue}, qlxtest::openSubtitling());
+    const std::string_view expected = "\x03"
+                                      "a\x8A\x07"
+                                      "b\x8A"
+                                      "c\x8A\x01\x1D\x07x\x8A\x1C"
+                                      "d\x8F";
+    ASSERT_GE(written.blocks.size(), 16 + expected.size());
+    EXPECT_EQ(std::string(written.blocks.begin() + 16, written.blocks.begin() + 16 + std::ptrdiff_t(expected.size())),
+              expected);
+}
+
 TEST(StlWriter, WritesLooksOfRows) {
     subtitles::Run italic = runOf("it ");
     italic.style.isItalic = true;
