@@ -4,6 +4,8 @@
 
 #include <qlx/teletext/sdp.h>
 
+#include <span>
+
 namespace qlx::streams::detail {
 
 namespace {
@@ -51,14 +53,19 @@ PageLives::PageLife::PageLife(std::uint16_t number)
     : reader(number), content{ContentKind::TeletextPage, teletext::pageName(number), {}, 0, {}, {}, {}, {}} {}
 
 void PageLives::receive(const Frame& frame) {
-    for (const anc::Packet* const packet : teletextPackets(frame)) {
-        const auto sdp = teletext::parseSdp(packet->userData);
-        for (std::size_t index = 0; sdp && index < sdp->lines.size(); ++index) {
-            if (const auto sent = teletext::parsePacket(sdp->lines[index].bytes)) {
+    const auto takeLines = [this](std::span<const teletext::SdpLine> lines) {
+        for (const teletext::SdpLine& line : lines) {
+            if (const auto sent = teletext::parsePacket(line.bytes)) {
                 take(*sent);
             }
         }
+    };
+    for (const anc::Packet* const packet : teletextPackets(frame)) {
+        if (const auto sdp = teletext::parseSdp(packet->userData)) {
+            takeLines(sdp->lines.items());
+        }
     }
+    takeLines(frame.teletext);
     for (auto& [number, page] : _pages) {
         if (page.isChanged) {
             const screen::Screen screen = page.reader.screen();

@@ -6,6 +6,7 @@
 #include "TransportLines.h"
 
 #include <qlx/streams/byte_source.h>
+#include <qlx/streams/contents.h>
 #include <qlx/streams/on_air.h>
 #include <qlx/streams/transport.h>
 #include <qlx/streams/transport_writer.h>
@@ -347,10 +348,12 @@ TEST(TransportTeletext, ShowsThePagesThatWereWritten) {
         ASSERT_FALSE(transport.finish());
         Findings findings;
         const auto onAir = teletextOnAir(0x888);
+        ContentReader contents;
         std::map<std::int64_t, qlx::screen::Screen> seen;
         for (const ReadMoment& moment : momentsOf(sink.kept, findings)) {
             Frame frame;
             frame.teletext = moment.lines;
+            contents.receive(frame);
             if (onAir->receive(frame)) {
                 seen[moment.time] = onAir->screen();
             }
@@ -359,6 +362,9 @@ TEST(TransportTeletext, ShowsThePagesThatWereWritten) {
         EXPECT_GE(seen.size(), kPages / 2);
         EXPECT_TRUE(seen == expected);
         EXPECT_TRUE(onAir->isCarried());
+        ASSERT_EQ(contents.contents().size(), 1U);
+        EXPECT_EQ(contents.contents()[0].name, "888");
+        EXPECT_EQ(contents.contents()[0].captions, added);
     }
 }
 
