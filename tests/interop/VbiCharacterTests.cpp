@@ -12,6 +12,7 @@ TEST(VbiCharacters, NeedLibzvbi) {
 #include "AncBytes.h"
 #include "TeletextTexts.h"
 #include "ToolRunner.h"
+#include "VbiLetters.h"
 
 #include <qlx/base/utf8.h>
 #include <qlx/teletext/characters.h>
@@ -77,28 +78,6 @@ PageHeader pageHeader(unsigned option) {
 
 const qlx::Result<Packet> kEnd = packetOf(PageHeader{.page = 0x1FF});
 
-using DrawnLetters = std::map<char32_t, char32_t>;
-
-/// Letters of an option that the library names after the way in which the standard draws them, where no text of the
-/// language has such a letter: a Z with a stroke, the ligature of T and L (in its private range), an A with a caron, an I
-/// with an acute accent, an eth, an e with a cedilla.
-DrawnLetters drawnLetters(NationalOption option) {
-    switch (option) {
-    case NationalOption::Polish:
-        return {{U'\u017B', U'\u01B5'}};
-    case NationalOption::Turkish:
-        return {{U'\u20BA', U'\uE800'}};
-    case NationalOption::Rumanian:
-        return {{U'\u0102', U'\u01CD'}, {U'\u0103', U'\u01CE'}, {U'\u00CE', U'\u00CD'}};
-    case NationalOption::SerbianCroatianSlovenian:
-        return {{U'\u0110', U'\u00D0'}, {U'\u0111', U'\u00F0'}};
-    case NationalOption::LettishLithuanian:
-        return {{U'\u0119', U'\u0229'}};
-    default:
-        return {};
-    }
-}
-
 TEST(VbiCharacters, AreTheSameInEachNationalOption) {
     std::set<NationalOption> seen;
     for (unsigned designation = 0; designation < 128; ++designation) {
@@ -112,9 +91,7 @@ TEST(VbiCharacters, AreTheSameInEachNationalOption) {
         receiver.take(rowPacket(1, 1, kNationalCodes));
         receiver.take(kEnd);
         std::u32string expected(nationalCharacters(*option));
-        for (const auto& [letter, drawn] : drawnLetters(*option)) {
-            std::replace(expected.begin(), expected.end(), letter, drawn);
-        }
+        qlxtest::drawLetters(expected, qlxtest::drawnLetters(*option));
         EXPECT_EQ(receiver.row(1, kNationalCodes.size(), VBI_WST_LEVEL_1), expected) << "designation " << designation;
     }
     EXPECT_EQ(seen.size(), kNationalOptions);
@@ -167,23 +144,6 @@ TEST(VbiCharacters, AreTheSameInG2) {
     EXPECT_EQ(differences, expected);
 }
 
-/// What the library calls letters of a set, because the standard draws them so or because it takes all marks for those of
-/// Latin letters.
-DrawnLetters drawnLetters(const CharacterSet& set) {
-    switch (set.g0) {
-    case G0Set::Latin:
-        return drawnLetters(set.option);
-    case G0Set::Greek:
-        return {{U'\u038C', U'\u00D3'}};
-    default:
-        return {{U'\u0419', U'\u040D'},
-                {U'\u0439', U'\u045D'},
-                {U'\u0401', U'\u00CB'},
-                {U'\u0451', U'\u00EB'},
-                {U'\u0457', U'\u00EF'}};
-    }
-}
-
 TEST(VbiCharacters, AreThoseOfTheTextsOfEveryLanguage) {
     std::size_t rowsSeen = 0;
     for (const auto& [language, rows] : qlxtest::languageLetters()) {
@@ -201,9 +161,7 @@ TEST(VbiCharacters, AreThoseOfTheTextsOfEveryLanguage) {
             for (const DisplayCell& cell : displayCells(rows[row], set)) {
                 expected += cell.character;
             }
-            for (const auto& [letter, drawn] : drawnLetters(set)) {
-                std::replace(expected.begin(), expected.end(), letter, drawn);
-            }
+            qlxtest::drawLetters(expected, qlxtest::drawnLetters(set));
             const std::u32string shown = receiver.row(row + 1, expected.size(), VBI_WST_LEVEL_1p5, 0x888, 2);
             EXPECT_TRUE(shown == expected) << language << ", row " << row + 1;
         }
@@ -269,9 +227,7 @@ TEST(VbiCharacters, AreThoseThatPlaySendsInEveryLanguage) {
             for (const DisplayCell& cell : displayCells(rows[row], set)) {
                 expected += cell.character;
             }
-            for (const auto& [letter, drawn] : drawnLetters(set)) {
-                std::replace(expected.begin(), expected.end(), letter, drawn);
-            }
+            qlxtest::drawLetters(expected, qlxtest::drawnLetters(set));
             // In the middle of the row, behind double height and the two codes of the box.
             const std::size_t column = std::max<std::size_t>(3, (40 - expected.size()) / 2);
             const std::u32string shown = receiver.row(22, expected.size(), VBI_WST_LEVEL_1p5, 0x888, column);
