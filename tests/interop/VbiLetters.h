@@ -33,14 +33,14 @@ inline DrawnLetters drawnLetters(qlx::teletext::NationalOption option) {
     }
 }
 
-/// What the library calls letters of a set: because the standard draws them so, or because it takes all marks for
-/// those of Latin letters.
+/// What the library calls letters of a set: because the standard draws them so, because it takes all marks for those of
+/// Latin letters, or because it names another sign of the same form (the Greek accent that stands alone).
 inline DrawnLetters drawnLetters(const qlx::teletext::CharacterSet& set) {
     switch (set.g0) {
     case qlx::teletext::G0Set::Latin:
         return drawnLetters(set.option);
     case qlx::teletext::G0Set::Greek:
-        return {{U'\u038C', U'\u00D3'}};
+        return {{U'\u0384', U'\u0374'}, {U'\u038C', U'\u00D3'}};
     default:
         return {{U'\u0419', U'\u040D'},
                 {U'\u0439', U'\u045D'},
