@@ -1,6 +1,7 @@
 #include <QLXClosedCaptionsUtilities/QLXLogController.h>
 
 #include "log/LogState.h"
+#include "platform/ObserverHold.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
@@ -31,6 +32,7 @@ public:
     Observations& operator=(const Observations&) = delete;
 
     void add(std::string_view key, const qlx::UserDefaults::Observer& observer) {
+        const qlx::OwnObservers own;
         _numbers.reserve(_numbers.size() + 1);
         _numbers.push_back(_defaults.addObserver(key, observer));
     }

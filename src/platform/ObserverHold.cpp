@@ -9,6 +9,7 @@ namespace qlx {
 namespace {
 
 thread_local int observerHolds = 0;
+thread_local int ownObservers = 0;
 /// Nothing that is destroyed with its thread: objects of the program that go later may log.
 thread_local std::vector<std::function<void()>>* deferredCalls = nullptr;
 
@@ -29,6 +30,22 @@ ObserverHold::~ObserverHold() {
     for (const std::function<void()>& call : *calls) {
         call();
     }
+}
+
+bool ObserverHold::isHeld() noexcept {
+    return observerHolds != 0;
+}
+
+OwnObservers::OwnObservers() noexcept {
+    ++ownObservers;
+}
+
+OwnObservers::~OwnObservers() {
+    --ownObservers;
+}
+
+bool OwnObservers::areAdded() noexcept {
+    return ownObservers != 0;
 }
 
 bool ObserverHold::defer(std::function<void()> call) {

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
@@ -37,6 +39,7 @@ struct UserDefaults::State::Core : public std::enable_shared_from_this<Core> {
         std::uint64_t number;
         std::string key;
         SharedObserver observer;
+        bool isOwn = false;  ///< See OwnObservers.
     };
 
     /// A write whose observers are to be called.
@@ -45,7 +48,11 @@ struct UserDefaults::State::Core : public std::enable_shared_from_this<Core> {
         Value value;                   ///< That the key has from then on.
         std::uint64_t lastNumber = 0;  ///< Of the observers of that time.
         std::thread::id writer;        ///< The thread that wrote.
+        bool isOwnCalled = false;      ///< This library's own observers have been called.
     };
+
+    /// Which observers of a change are called.
+    enum class Which : std::uint8_t { Own, NotYetCalled };
 
     /// What belongs to the threads of one process.
     struct Lane {
@@ -69,7 +76,8 @@ struct UserDefaults::State::Core : public std::enable_shared_from_this<Core> {
     void change(Write write);
     void callObservers();
     void callObserversHere(bool isHeldNoMore);
-    void callObserversOf(Lane& lane, const Change& change);
+    void callOwnObservers();
+    void callObserversOf(Lane& lane, const Change& change, Which which);
     [[nodiscard]] bool save(bool always);
 
     PerProcess<Lane> lanes;
@@ -142,7 +150,8 @@ void UserDefaults::setValue(std::string_view key, Value value) {
 std::uint64_t UserDefaults::addObserver(std::string_view key, Observer observer) {
     auto shared = observer ? std::make_shared<const Observer>(std::move(observer)) : nullptr;
     const ForkedValuesLock lock;
-    _state->core->observers.push_back({++_state->core->lastNumber, std::string(key), std::move(shared)});
+    _state->core->observers.push_back(
+        {++_state->core->lastNumber, std::string(key), std::move(shared), OwnObservers::areAdded()});
     return _state->core->lastNumber;
 }
 
@@ -174,12 +183,15 @@ void UserDefaults::State::Core::change(Write write) {
     const ForkedValuesLock values;
     for (std::string& key : write()) {
         Value now = value(key);
-        lane.changes.push_back({std::move(key), std::move(now), lastNumber, std::this_thread::get_id()});
+        lane.changes.push_back({std::move(key), std::move(now), lastNumber, std::this_thread::get_id(), false});
     }
 }
 
 /// A thread in whose host code a lock is held calls them behind it: they may want that lock.
 void UserDefaults::State::Core::callObservers() {
+    if (ObserverHold::isHeld()) {
+        callOwnObservers();
+    }
     const bool isDeferred = ObserverHold::defer([weak = weak_from_this()] {
         if (const std::shared_ptr<Core> held = weak.lock()) {
             held->callObserversHere(true);
@@ -215,7 +227,7 @@ void UserDefaults::State::Core::callObserversHere(bool isHeldNoMore) {
             lane.changes.pop_front();
         }
         try {
-            callObserversOf(lane, change);
+            callObserversOf(lane, change, Which::NotYetCalled);
         } catch (...) {
             if (!isHeldNoMore && change.writer == std::this_thread::get_id()) {
                 thrown = thrown ? thrown : std::current_exception();
@@ -232,12 +244,48 @@ void UserDefaults::State::Core::callObserversHere(bool isHeldNoMore) {
     }
 }
 
-void UserDefaults::State::Core::callObserversOf(Lane& lane, const Change& change) {
+/// Calls this library's own for what the calling thread has written, unless another change comes first: those wait for
+/// whoever calls the others.
+void UserDefaults::State::Core::callOwnObservers() {
+    Lane& lane = lanes.get();
+    const std::thread::id self = std::this_thread::get_id();
+    std::size_t count = 0;
+    {
+        const std::lock_guard lock(lane.mutex);
+        const bool isFirst = std::all_of(lane.changes.begin(), lane.changes.end(),
+                                         [self](const Change& change) { return change.writer == self; });
+        if (lane.caller != std::thread::id() || !isFirst) {
+            return;
+        }
+        lane.caller = self;
+        count = lane.changes.size();
+    }
+    for (std::size_t index = 0; index < count; ++index) {
+        Change change;
+        {
+            const std::lock_guard lock(lane.mutex);
+            change = lane.changes[index];
+            lane.changes[index].isOwnCalled = true;
+        }
+        if (!change.isOwnCalled) {
+            try {
+                callObserversOf(lane, change, Which::Own);
+            } catch (...) {
+                printException(std::current_exception());
+            }
+        }
+    }
+    const std::lock_guard lock(lane.mutex);
+    lane.caller = std::thread::id();
+}
+
+void UserDefaults::State::Core::callObserversOf(Lane& lane, const Change& change, Which which) {
     std::vector<std::uint64_t> numbers;
     {
         const ForkedValuesLock lock;
         for (const Registration& registration : observers) {
-            if (registration.key == change.key && registration.number <= change.lastNumber) {
+            const bool isMeant = which == Which::Own ? registration.isOwn : !(registration.isOwn && change.isOwnCalled);
+            if (isMeant && registration.key == change.key && registration.number <= change.lastNumber) {
                 numbers.push_back(registration.number);
             }
         }

@@ -50,6 +50,26 @@ TEST_F(LogDelegate, KeepsTheLastTwentyMessagesUntilADelegateComes) {
     EXPECT_EQ(console.printed(), printed);
 }
 
+TEST_F(LogDelegate, WritesWhereADisplayMethodHasSaid) {
+    const std::filesystem::path other = folder / "other";
+    std::filesystem::create_directory(other);
+    std::string observed;
+    const auto number = defaults.addObserver(
+        "technicalLogFolderPath", [&](const std::string&, const qlx::Value&) { observed = console.printed(); });
+    delegate->displayLogWithInfoDict = [&](const qlx::Dictionary&) {
+        defaults.setValue("technicalLogFolderPath", other.string());
+        // The log has it at once, the host's own observers when the log holds no lock.
+        EXPECT_EQ(console.printed(), "New technical log path " + other.string() + "\n");
+        EXPECT_EQ(observed, "");
+    };
+    useDelegate();
+    log->logMessage_level_show("moved", 2, true);
+    EXPECT_EQ(observed, "New technical log path " + other.string() + "\n");
+    EXPECT_EQ(sundaysFile(), "");
+    EXPECT_EQ(contentOf(other / "Player 2026-11-15.log"), "\t" + kStamp + "\t\tmoved\r\n");
+    defaults.removeObserver(number);
+}
+
 TEST_F(LogDelegate, ReplaysOnceOnly) {
     write("pending");
     useDelegate();

@@ -233,8 +233,10 @@ std::vector<std::uint64_t> repetitions(TeletextPlayout& playout, std::uint64_t u
             const auto sdp = qlx::teletext::parseSdp(packet.userData);
             for (const auto& line : sdp->lines) {
                 const auto sent = qlx::teletext::parsePacket(line.bytes);
-                const auto header = sent->isHeader() ? qlx::teletext::parseHeader(*sent)
-                                                     : qlx::Result<qlx::teletext::PageHeader>(sent.error());
+                if (!sent->isHeader()) {
+                    continue;
+                }
+                const auto header = qlx::teletext::parseHeader(*sent);
                 if (header && header->isCallable() && !header->isUpdate && !header->erasesPage) {
                     frames.push_back(frame);
                 }

@@ -7,6 +7,8 @@
 #include "io/Text.h"
 #include "streams/SectionWords.h"
 
+#include <qlx/streams/ts/packet.h>
+
 #include <array>
 #include <cstdlib>
 #include <span>
@@ -79,6 +81,14 @@ private:
     std::uint64_t _problems = 0;
 };
 
+/// Whether packets of a transport stream begin among the first bytes of a file.
+bool hasPackets(std::span<const std::uint8_t> bytes) {
+    streams::ts::PacketReader reader;
+    reader.push(bytes);
+    reader.finish();
+    return reader.next().has_value();
+}
+
 std::string timeInWords(const streams::SpliceArrival& arrival) {
     const auto splice = arrival.splice90k();
     if (!splice) {
@@ -103,8 +113,15 @@ SpliceList::SpliceList(const std::string& file, const std::vector<std::uint16_t>
     streams::SpliceReader reader({.pids = pids}, &findings);
     findings.follow(reader);
     std::vector<std::uint8_t> piece(std::size_t{1} << 18U);
+    bool isStream = false;
     while (const std::size_t size = source.read(piece)) {
-        reader.push(std::span(piece).first(size));
+        const auto bytes = std::span<const std::uint8_t>(piece).first(size);
+        isStream = isStream || hasPackets(bytes);
+        if (!isStream) {
+            // Who reads the frames refuses the file by its beginning as well.
+            return;
+        }
+        reader.push(bytes);
         take(reader);
     }
     reader.finish();
