@@ -136,8 +136,8 @@ TEST(CaptionsOnAir, AreTheSamePacketsInEveryForm) {
 }
 
 TEST(CaptionsOnAir, AreListedWithTheirTimes) {
-    // The first cue ends as the second one begins: EOC in frames 50 and 51, EDM in 53 and 54, as no two pairs fit in
-    // front of it, then nine pairs of the second cue up to frame 63.
+    // EOC of the first cue in frames 50 and 51; it stays, for its own end is behind that. Nine pairs of the second cue in
+    // 52 to 60, EOC in 61 and 62. The last two begin in one frame and are one caption: fourteen pairs up to 76, EOC in 77.
     const std::string text = srt({{"00:00:02,000", "00:00:02,500", "Hi"},
                                   {"00:00:02,100", "00:00:04,000", "A"},
                                   {"00:00:03,000", "00:00:04,500", "B"},
@@ -149,19 +149,19 @@ TEST(CaptionsOnAir, AreListedWithTheirTimes) {
     EXPECT_EQ(result.out, file + ": 4 cues as CEA-608 captions on CC1, 25 frames/s\n\n"
                                  "   cue  sent from     due           on air           frame  late  subtitle\n"
                                  "     1  00:00:00,000  00:00:02,000  00:00:02,000        50     0  Hi\n"
-                                 "     2  00:00:02,200  00:00:02,120  00:00:02,560        64    11  A\n"
-                                 "     3  00:00:02,640  00:00:03,000  00:00:03,000        75     0  B\n"
-                                 "     4  -             00:00:03,000  -                    -     -  C\n");
-    const std::string place = "qlxcc: warning: " + file + ": cue ";
-    EXPECT_EQ(result.err, place + "2: caption begins at frame 53, before the one in front of it ends at 63\n" + place +
-                              "3: caption begins at frame 75, before the one in front of it ends at 100\n" + place +
-                              "4: caption from frame 75 to 113 is left out: it has no duration, does not begin behind "
-                              "the last one, or is "
-                              "too far off\n" +
-                              place + "2: caption is shown 11 frames late, 11 pairs short\n");
+                                 "     2  00:00:02,080  00:00:02,120  00:00:02,440        61     8  A\n"
+                                 "     3  00:00:02,520  00:00:03,000  00:00:03,080        77     2  B / C\n");
+    const std::string place = "qlxcc: warning: " + file + ": ";
+    EXPECT_EQ(result.err, place + "1 cue shown together with the one before, which is due in the same frame\n" + place +
+                              "cue 2: caption begins at frame 53, before the one in front of it ends at 63\n" + place +
+                              "cue 3: caption begins at frame 75, before the one in front of it ends at 100\n" + place +
+                              "cue 1: caption ends 8 frames late\n" + place +
+                              "cue 2: caption is shown 8 frames late, 8 pairs short\n" + place +
+                              "cue 2: caption ends 2 frames late\n" + place +
+                              "cue 3: caption is shown 2 frames late, 2 pairs short\n");
     // What is cut off is said.
     const ToolResult cut = runTool(captionArguments(file, "25", {"--duration", "2.4"}));
-    EXPECT_EQ(linesOf(cut.out).back(), "     2  00:00:02,200  00:00:02,120  not yet              -     -  A");
+    EXPECT_EQ(linesOf(cut.out).back(), "     2  00:00:02,080  00:00:02,120  not yet              -     -  A");
     EXPECT_EQ(linesOf(cut.err).back(), "qlxcc: warning: " + file + ": 1 cue not on air by the end, the first is cue 2");
 }
 
