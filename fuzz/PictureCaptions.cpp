@@ -1,4 +1,5 @@
 // Arbitrary bytes as a coded picture: units, SEI messages, captions and the place in the order of presentation.
+#include <qlx/video/access_unit.h>
 #include <qlx/video/captions.h>
 #include <qlx/video/hevc.h>
 #include <qlx/video/order.h>

@@ -69,9 +69,9 @@ TEST(InputKind, IsToldByTheFirstBytes) {
 
 TEST(InputKind, IsNotGuessed) {
     for (const Bytes& bytes :
-         {Bytes{}, Bytes(4096, 0), fromHex("0000"), fromHex("000001"), fromHex("00000180"),
-          repeatedPacket(0, 188, 1), repeatedPacket(0, 190, 5), bytesOf("P6"), bytesOf("P5\n"), bytesOf("1\n2\n3\n"),
-          bytesOf("850STX25.01"), fromHex("060e2b"), fromHex("00000008 77696466"), fromHex("000001b9")}) {
+         {Bytes{}, Bytes(4096, 0), fromHex("0000"), fromHex("000001"), fromHex("00000180"), repeatedPacket(0, 188, 1),
+          repeatedPacket(0, 190, 5), bytesOf("P6"), bytesOf("P5\n"), bytesOf("1\n2\n3\n"), bytesOf("850STX25.01"),
+          fromHex("060e2b"), fromHex("00000008 77696466"), fromHex("000001b9")}) {
         EXPECT_EQ(inputKindOfBytes(bytes), std::nullopt) << qlxtest::toHex(bytes).substr(0, 40);
     }
     // 00 00 01 80 is in the range of slices, with which no stream begins; 80 and more are none of H.264's either.

@@ -11,8 +11,8 @@
 
 namespace {
 
-using qlxtest::linesOf;
 using qlxtest::deployedTeletextArguments;
+using qlxtest::linesOf;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
