@@ -64,7 +64,7 @@ enum class Stage : std::int64_t { Opening = 1, TellingStreams, Reading };
 /// In microseconds; none where they are out of range, which only damage is.
 std::optional<std::int64_t> microseconds(const MediaTime& time) {
     const MediaTime result = convertScale(time, 1'000'000, RoundingMethod::RoundHalfAwayFromZero);
-    return result.isValid() && std::abs(result.value) >> 60U == 0 ? std::optional(result.value) : std::nullopt;
+    return result.isValid() && std::abs(result.value) <= 1LL << 60U ? std::optional(result.value) : std::nullopt;
 }
 
 }  // namespace

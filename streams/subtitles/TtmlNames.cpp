@@ -40,10 +40,11 @@ constexpr std::array kPrefixes{
     std::pair{Namespace::Xml, std::string_view("xml:")},
 };
 
-Name takenApart(std::string_view name, std::string_view& prefix) {
+/// A prefix, which may be empty, and what stands behind it.
+std::pair<std::string_view, std::string_view> takenApart(std::string_view name) {
     const std::size_t colon = name.find(':');
-    prefix = colon == std::string_view::npos ? std::string_view() : name.substr(0, colon);
-    return {Namespace::None, colon == std::string_view::npos ? name : name.substr(colon + 1)};
+    return colon == std::string_view::npos ? std::pair(std::string_view(), name)
+                                           : std::pair(name.substr(0, colon), name.substr(colon + 1));
 }
 
 }  // namespace
@@ -108,20 +109,17 @@ Namespace Names::spaceOf(std::string_view prefix) const {
 }
 
 Name Names::of(const pugi::xml_node& element) const {
-    std::string_view prefix;
-    Name name = takenApart(element.name(), prefix);
-    name.space = spaceOf(prefix);
+    const auto [prefix, local] = takenApart(element.name());
+    Name name{spaceOf(prefix), local};
     // Files without any namespace are in the field.
     name.space = name.space == Namespace::None ? Namespace::Tt : name.space;
     return name;
 }
 
 Name Names::of(const pugi::xml_attribute& attribute) const {
-    std::string_view prefix;
-    Name name = takenApart(attribute.name(), prefix);
+    const auto [prefix, local] = takenApart(attribute.name());
     // An attribute without a prefix is of no namespace.
-    name.space = prefix.empty() ? Namespace::None : spaceOf(prefix);
-    return name;
+    return {prefix.empty() ? Namespace::None : spaceOf(prefix), local};
 }
 
 std::string usualName(const Name& name) {

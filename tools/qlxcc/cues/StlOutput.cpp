@@ -112,15 +112,16 @@ subtitles::StlWriter& StlOutput::writer(const CueInput& input) {
 }
 
 void StlOutput::setTexts(Gsi& gsi) const {
-    const auto set = [&]<std::size_t Size>(StlField<Size>& field, const std::optional<std::string>& given) {
+    const auto set = [&](auto& field, const std::optional<std::string>& given) {
         if (!given) {
             return;
         }
         const std::string text = subtitles::stlInformationText(*given);
         field = std::string_view(text);
-        if (text.size() > Size && _findings != nullptr) {
+        const std::size_t most = field.characters.size();
+        if (text.size() > most && _findings != nullptr) {
             _findings->add({FindingCode::StlFieldCut, Severity::Warning, 0, static_cast<std::int64_t>(text.size()),
-                            static_cast<std::int64_t>(Size)});
+                            static_cast<std::int64_t>(most)});
         }
     };
     gsi.codePageNumber = "850";

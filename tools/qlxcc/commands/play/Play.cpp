@@ -20,25 +20,30 @@ std::unique_ptr<Playout> makePlayout(const PlayOptions& options) {
 
 std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& playout, OutputFile& output,
                                         const std::shared_ptr<LeftOut>& leftOut) {
+    FrameOutputOptions frames;
     switch (options.format) {
     case PlayFormat::V210:
-        return makeFrameFile(output, {.format = FrameFormat::V210,
-                                      .form = options.rowForm,
-                                      .layout = {.width = options.width, .lines = playout.lines()}});
+        frames.format = FrameFormat::V210;
+        frames.form = options.rowForm;
+        frames.layout.width = options.width;
+        frames.layout.lines = playout.lines();
+        return makeFrameFile(output, frames);
     case PlayFormat::Klv:
-        return makeFrameFile(output, {.format = FrameFormat::Klv, .form = options.rowForm, .layout = {}});
+        frames.format = FrameFormat::Klv;
+        frames.form = options.rowForm;
+        return makeFrameFile(output, frames);
     case PlayFormat::Jsonl:
-        return makeFrameFile(output, {.format = FrameFormat::Jsonl, .form = {}, .layout = {}});
+        frames.format = FrameFormat::Jsonl;
+        return makeFrameFile(output, frames);
     case PlayFormat::Scc:
-        return makeFrameFile(
-            output, {.format = FrameFormat::Scc,
-                     .form = {},
-                     .layout = {},
-                     .scc = {.field = options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1,
-                             .dropsFrames = options.isDropFrame}});
+        frames.format = FrameFormat::Scc;
+        frames.scc.field = options.captions.channel.field == 2 ? cc::CcType::Field2 : cc::CcType::Field1;
+        frames.scc.dropsFrames = options.isDropFrame;
+        return makeFrameFile(output, frames);
     case PlayFormat::Mcc:
-        return makeFrameWriter(
-            output, {.format = FrameFormat::Mcc, .form = {}, .layout = {}, .scc = {}, .mcc = options.mcc}, leftOut);
+        frames.format = FrameFormat::Mcc;
+        frames.mcc = options.mcc;
+        return makeFrameWriter(output, frames, leftOut);
     case PlayFormat::A53:
         return std::make_unique<A53Writer>(output);
     case PlayFormat::TransportStream:

@@ -115,16 +115,16 @@ int scan(const ScanOptions& options) {
     FrameWriter& to = listing ? listing->frames() : *writer;
     std::unique_ptr<FrameInput> reader;
     std::uint64_t problems = 0;
-    bool hasFrames = false;
+    const auto hasFrames = std::make_shared<bool>(false);
     try {
         reader = openFrames(source, sourceOptions);
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {
-            hasFrames = true;
+            *hasFrames = true;
             to.write(frame);
             return true;
         });
     } catch (const Failure&) {
-        if (hasFrames || !listing || !listing->hasSplices()) {
+        if (*hasFrames || !listing || !listing->hasSplices()) {
             throw;
         }
         return listSplicesAlone(*listing, output);
