@@ -84,7 +84,7 @@ TEST(CaptionInput, MayHaveCharactersOfSixteenBits) {
     };
     EXPECT_NE(linesOf(played({"--p16", "euc-kr"})).at(0).find("18feb0a1"), std::string::npos);
     EXPECT_NE(linesOf(played({"--p16", "utf-16"})).at(0).find("18feac00"), std::string::npos);
-    EXPECT_EQ(linesOf(played({})).at(0).find("18fe"), std::string::npos);
+    EXPECT_EQ(linesOf(played({})).at(0).find("0018fe"), std::string::npos);
 }
 
 TEST(CaptionInput, OfAnotherFileIsNoVideo) {

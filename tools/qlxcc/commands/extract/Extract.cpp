@@ -199,8 +199,11 @@ void checkParameters(InputFile& source) {
             return;
         }
     }
-    // Where there is no start code at all the reader says so.
-    if (video::findStartCode(looked) < looked.size() && !video::hasVideoParameters(looked)) {
+    // Where there is no start code at all, or one of a multiplex comes first, the reader says so.
+    constexpr std::uint8_t kFirstOfSystems = 0xB9;
+    const std::size_t value = video::findStartCode(looked) + video::kStartCodeBytes;
+    const bool isOfVideo = value < looked.size() && looked[value] < kFirstOfSystems;
+    if (isOfVideo && !video::hasVideoParameters(looked)) {
         throw failureAtByte(source.name(), 0,
                             "no sequence header and no parameter set of video in the first " +
                                 std::to_string(looked.size()) + " bytes: --codec says that it is video all the same");
