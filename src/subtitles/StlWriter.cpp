@@ -19,7 +19,7 @@ constexpr std::uint64_t kMostBlocks = 99'999;
 constexpr std::size_t kMostText = (Tti::kMostExtensions + std::size_t{2}) * kTtiTextBytes;
 constexpr std::uint64_t kGreatestPosition = 99;
 constexpr std::uint32_t kGreatestNumber = 0xFFFF;
-constexpr std::int64_t kSecondsOfDay = 24 * 3600;
+constexpr std::int64_t kSecondsOfDay = std::int64_t{24} * 3600;
 
 StlTable stlTableOf(const Gsi& gsi) noexcept {
     return static_cast<StlTable>(gsi.characterTable.number());

@@ -438,6 +438,7 @@ std::string TtmlWriter::finish() {
     // A style is a name behind which its number stands: in the order of the numbers.
     const auto inOrder = [](const std::map<std::string, std::string>& names) {
         std::vector<std::pair<std::string_view, std::string_view>> all;
+        all.reserve(names.size());
         for (const auto& [attributes, name] : names) {
             all.emplace_back(name, attributes);
         }

@@ -216,8 +216,8 @@ std::string xmlLine(const std::string& name, std::size_t number, const scte::Spl
     try {
         std::vector<std::string> losses;
         std::string text = xmlOf(section, losses);
-        for (const std::string& loss : losses) {
-            printNote("warning: " + place + loss + " is left out: XML has no place for it");
+        for (std::string& loss : losses) {
+            printNote("warning: " + place + loss.append(" is left out: XML has no place for it"));
         }
         return text + "\n";
     } catch (const ScteXmlError& error) {

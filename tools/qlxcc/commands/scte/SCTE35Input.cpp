@@ -97,8 +97,9 @@ void takeXml(const std::string& name, std::string_view content, Sections& sectio
     } catch (const ScteXmlError& error) {
         throw failureIn(name, error.what());
     }
+    const std::string place = "warning: " + name + ": ";
     for (const std::string& note : notes) {
-        printNote("warning: " + name + ": " + note);
+        printNote(place + note);
     }
 }
 
