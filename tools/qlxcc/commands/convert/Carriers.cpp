@@ -35,7 +35,9 @@ constexpr std::uint64_t kLongestGapSeconds = std::uint64_t{24} * 3600;
 
 std::vector<cc::Triplet> tripletsOf(const Data& bytes) {
     std::vector<cc::Triplet> triplets(bytes.size() / sizeof(cc::Triplet));
-    std::memcpy(triplets.data(), bytes.data(), triplets.size() * sizeof(cc::Triplet));
+    if (!triplets.empty()) {
+        std::memcpy(triplets.data(), bytes.data(), triplets.size() * sizeof(cc::Triplet));
+    }
     return triplets;
 }
 
