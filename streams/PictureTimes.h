@@ -73,8 +73,9 @@ public:
         _isAtEnd = true;
     }
 
-    /// The next frame in the order of presentation, its time later than that of the last one. Those in front of the first
-    /// one with a time wait for it, and are counted back from there. Where pictures are missing the times go on behind the
+    /// The next frame in the order of presentation, its time later than that of the last one where the stream's times do
+    /// not contradict each other. Those in front of the first one with a time wait for it, and are counted back from
+    /// there. Where pictures are missing the times go on behind the
     /// gap, as soon as two of them say so.
     [[nodiscard]] std::optional<Frame> take();
 
