@@ -16,6 +16,9 @@ public:
     FileTurn(const FileTurn&) = delete;
     FileTurn& operator=(const FileTurn&) = delete;
 
+    /// Makes the record of turns. It is not to be made while another thread forks.
+    static void prepare() { static_cast<void>(record()); }
+
     /// Gives back the turn that the calling thread has, if it has one. For a host's file that ends the process: the thread
     /// does not come back to it, and others write what is left.
     static void leaveTurnInHand() noexcept;

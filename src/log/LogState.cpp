@@ -80,6 +80,7 @@ QLXLogController::State::State()
     static_cast<void>(qlx::services().get<qlx::Directories>());
     static_cast<void>(qlx::services().get<qlx::Console>());
     static_cast<void>(qlx::logWorkers());
+    qlx::log::FileTurn::prepare();
 }
 
 // On the thread that logs

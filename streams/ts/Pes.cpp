@@ -1,5 +1,6 @@
 #include <qlx/streams/ts/pes.h>
 
+#include "Admission.h"
 #include "TsFinding.h"
 
 #include <algorithm>
@@ -143,22 +144,7 @@ void PesReader::take(std::span<const std::uint8_t> bytes) {
 
 void PesReader::push(const PacketView& packet) {
     _isReady = false;
-    if (packet.pid != _pid.value_or(packet.pid)) {
-        return;
-    }
-    _pid = packet.pid;
-    if (packet.hasError || packet.scrambling != 0) {
-        detail::addFinding(_findings, packet.hasError ? FindingCode::TsPacketDamaged : FindingCode::TsPacketScrambled,
-                           Severity::Error, packet.offset, packet.pid);
-        endPacket();
-        _continuity.reset();
-        return;
-    }
-    const bool isUsed = _continuity.receive(packet, _findings);
-    if (_continuity.isBroken()) {
-        endPacket();
-    }
-    if (!isUsed) {
+    if (!detail::admits(packet, _pid, _continuity, _findings, [this] { endPacket(); })) {
         return;
     }
     if (packet.startsUnit) {

@@ -1,5 +1,6 @@
 #include <qlx/streams/ts/section.h>
 
+#include "Admission.h"
 #include "TsFinding.h"
 
 #include <qlx/base/section_crc.h>
@@ -25,22 +26,7 @@ void SectionReader::push(const PacketView& packet) {
         _section.clear();
     }
     _place = _end = _start = 0;
-    if (packet.pid != _pid.value_or(packet.pid)) {
-        return;
-    }
-    _pid = packet.pid;
-    if (packet.hasError || packet.scrambling != 0) {
-        detail::addFinding(_findings, packet.hasError ? FindingCode::TsPacketDamaged : FindingCode::TsPacketScrambled,
-                           Severity::Error, packet.offset, packet.pid);
-        cut();
-        _continuity.reset();
-        return;
-    }
-    const bool isUsed = _continuity.receive(packet, _findings);
-    if (_continuity.isBroken()) {
-        cut();
-    }
-    if (!isUsed || packet.payload.empty()) {
+    if (!detail::admits(packet, _pid, _continuity, _findings, [this] { cut(); }) || packet.payload.empty()) {
         return;
     }
     _offset = packet.offset;

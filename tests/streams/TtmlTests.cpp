@@ -1,9 +1,10 @@
-// Timed text in XML: hand-written documents, and cues that are written and read back.
+// Timed text in XML: hand-written documents.
 #include <qlx/streams/ttml.h>
 #include <qlx/subtitles/times.h>
 
 #include "Sanitized.h"
 #include "TextCues.h"
+#include "TtmlDocuments.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
@@ -20,56 +21,13 @@ using namespace qlx::subtitles;
 using qlx::Finding;
 using qlx::FindingCode;
 using qlx::screen::Color;
+using qlxtest::cuesInWords;
+using qlxtest::documentOf;
+using qlxtest::DocumentRead;
 using qlxtest::milliseconds;
+using qlxtest::paragraphOf;
+using qlxtest::readDocument;
 using qlxtest::rowsInWords;
-
-struct DocumentRead {
-    std::vector<Cue> cues;
-    std::vector<FindingCode> codes;
-    std::vector<Finding> findings;
-    TtmlFile file;
-    std::optional<Finding> error;
-};
-
-DocumentRead read(const std::string& text, const TtmlReadOptions& options = {}) {
-    DocumentRead document;
-    qlx::Findings findings(100'000);
-    const std::vector<std::uint8_t> bytes(text.begin(), text.end());
-    auto file = readTtml(
-        bytes, [&](Cue cue) { document.cues.push_back(std::move(cue)); }, options, &findings);
-    if (file) {
-        document.file = std::move(*file);
-    } else {
-        document.error = file.error();
-    }
-    for (const Finding& finding : findings) {
-        document.codes.push_back(finding.code);
-        document.findings.push_back(finding);
-    }
-    return document;
-}
-
-/// A document with this body; in its head what is given.
-std::string documentOf(const std::string& body, const std::string& head = "", const std::string& parameters = "") {
-    return R"(<?xml version="1.0"?><tt xmlns="http://www.w3.org/ns/ttml" xmlns:tts="http://www.w3.org/ns/ttml#styling")"
-           R"( xmlns:ttp="http://www.w3.org/ns/ttml#parameter" xmlns:ttm="http://www.w3.org/ns/ttml#metadata" xml:lang="en" )" +
-           parameters + "><head>" + head + "</head>" + body + "</tt>";
-}
-
-std::string paragraphOf(const std::string& text, const std::string& attributes = "") {
-    return "<body><div><p begin=\"1s\" end=\"2s\" " + attributes + ">" + text + "</p></div></body>";
-}
-
-/// `1000-2000 text`, a line a cue.
-std::string inWords(const std::vector<Cue>& cues) {
-    std::string text;
-    for (const Cue& cue : cues) {
-        text += text.empty() ? "" : "\n";
-        text += std::to_string(unitsOf(cue.start, 1000)) + "-" + std::to_string(unitsOf(cue.end, 1000)) + " " +
-                rowsInWords(cue);
-    }
-    return text;
-}
 
 TEST(Ttml, ReadsEachFormOfTime) {
     struct Case {
@@ -104,7 +62,7 @@ TEST(Ttml, ReadsEachFormOfTime) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.parameters + " " + one.begin);
-        const auto document = read(
+        const auto document = readDocument(
             documentOf("<body><div><p begin=\"" + one.begin + "\" dur=\"1s\">a</p></div></body>", "", one.parameters));
         ASSERT_FALSE(document.error);
         ASSERT_EQ(document.cues.size(), 1U);
@@ -124,10 +82,11 @@ TEST(Ttml, SaysWhichTimesItCannotRead) {
     for (const std::string time : {"1", "s", "1x", "1:2:3", "00:60:00", "00:00:61", "00:00:01:30", "00:00:01.", "-1s",
                                    "1.5t", "1 s", "00:00:01:", "12345678901s", ".5s", "00:00:01.5:3"}) {
         SCOPED_TRACE(time);
-        const auto document = read(documentOf("<body><div>\n<p begin=\"" + time + "\" end=\"2s\">a</p></div></body>"));
+        const auto document =
+            readDocument(documentOf("<body><div>\n<p begin=\"" + time + "\" end=\"2s\">a</p></div></body>"));
         ASSERT_EQ(document.codes, std::vector{FindingCode::TtmlTimeWrong});
         EXPECT_EQ(document.findings[0].offset, 2U);
-        EXPECT_EQ(inWords(document.cues), "0-2000 a");
+        EXPECT_EQ(cuesInWords(document.cues), "0-2000 a");
     }
 }
 
@@ -169,8 +128,8 @@ TEST(Ttml, AddsUpTheTimesAround) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.body);
-        const auto document = read(documentOf(one.body));
-        EXPECT_EQ(inWords(document.cues), one.expected);
+        const auto document = readDocument(documentOf(one.body));
+        EXPECT_EQ(cuesInWords(document.cues), one.expected);
         if (one.codes != std::vector{TtmlEndMissing, TtmlElementLeftOut}) {
             EXPECT_EQ(document.codes, one.codes);
         } else {
@@ -192,11 +151,11 @@ TEST(Ttml, TreatsWhiteSpaceAsAsked) {
     };
     for (const auto& [text, expected] : cases) {
         SCOPED_TRACE(text);
-        const auto document = read(documentOf(paragraphOf(text)));
+        const auto document = readDocument(documentOf(paragraphOf(text)));
         ASSERT_EQ(document.cues.size(), 1U);
         EXPECT_EQ(rowsInWords(document.cues[0]), expected);
     }
-    EXPECT_TRUE(read(documentOf(paragraphOf(" \n "))).cues.empty());
+    EXPECT_TRUE(readDocument(documentOf(paragraphOf(" \n "))).cues.empty());
 }
 
 TEST(Ttml, ResolvesStyles) {
@@ -231,12 +190,12 @@ TEST(Ttml, ResolvesStyles) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.text);
-        const auto document = read(documentOf(paragraphOf(one.text), head));
+        const auto document = readDocument(documentOf(paragraphOf(one.text), head));
         ASSERT_EQ(document.cues.size(), 1U);
         EXPECT_EQ(rowsInWords(document.cues[0]), one.expected);
         EXPECT_EQ(document.codes, one.codes);
     }
-    const auto inherited = read(documentOf(
+    const auto inherited = readDocument(documentOf(
         "<body tts:color='red'><div tts:fontStyle='italic'><p begin='1s' end='2s' tts:lineHeight='125%' ttm:role='x'>a"
         "</p></div></body>"));
     ASSERT_EQ(inherited.cues.size(), 1U);
@@ -272,9 +231,9 @@ TEST(Ttml, PlacesRowsByTheirRegions) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.region);
-        const auto document =
-            read(documentOf(paragraphOf("a<br/>b", "region='r'"),
-                            "<layout><region xml:id='r' " + one.region + "/></layout>", "tts:extent='1920px 1080px'"));
+        const auto document = readDocument(documentOf(paragraphOf("a<br/>b", "region='r'"),
+                                                      "<layout><region xml:id='r' " + one.region + "/></layout>",
+                                                      "tts:extent='1920px 1080px'"));
         ASSERT_EQ(document.cues.size(), 1U);
         const Cue& cue = document.cues[0];
         EXPECT_EQ(cue.region, "r");
@@ -290,22 +249,22 @@ TEST(Ttml, PlacesRowsByTheirRegions) {
 
 TEST(Ttml, ReadsTheKindsOfTheFamily) {
     const auto dfxp =
-        read("<tt xmlns='http://www.w3.org/2006/10/ttaf1' xmlns:x='http://www.w3.org/2006/10/ttaf1#styling'"
-             "><body><div><p begin='1s' end='2s' x:color='red'>a</p></div></body></tt>");
+        readDocument("<tt xmlns='http://www.w3.org/2006/10/ttaf1' xmlns:x='http://www.w3.org/2006/10/ttaf1#styling'"
+                     "><body><div><p begin='1s' end='2s' x:color='red'>a</p></div></body></tt>");
     ASSERT_EQ(dfxp.cues.size(), 1U);
     EXPECT_EQ(rowsInWords(dfxp.cues[0]), "{#30}a");
     EXPECT_EQ(dfxp.file.kind, TtmlKind::Dfxp);
 
-    const auto prefixed = read("<q:tt xmlns:q='http://www.w3.org/ns/ttml' xmlns='urn:x'><q:body><q:div>"
-                               "<q:p begin='1s' end='2s'>a<p>b</p><q:br/>c</q:p></q:div></q:body></q:tt>");
+    const auto prefixed = readDocument("<q:tt xmlns:q='http://www.w3.org/ns/ttml' xmlns='urn:x'><q:body><q:div>"
+                                       "<q:p begin='1s' end='2s'>a<p>b</p><q:br/>c</q:p></q:div></q:body></q:tt>");
     ASSERT_EQ(prefixed.cues.size(), 1U);
     EXPECT_EQ(rowsInWords(prefixed.cues[0]), "a|c");
     EXPECT_EQ(prefixed.codes, std::vector{FindingCode::TtmlElementLeftOut});
 
-    const auto bare = read("<tt><body><p begin='1s' end='2s'>a</p></body></tt>");
-    EXPECT_EQ(inWords(bare.cues), "1000-2000 a");
+    const auto bare = readDocument("<tt><body><p begin='1s' end='2s'>a</p></body></tt>");
+    EXPECT_EQ(cuesInWords(bare.cues), "1000-2000 a");
 
-    const auto smpte = read(
+    const auto smpte = readDocument(
         "<tt xmlns='http://www.w3.org/ns/ttml' xmlns:smpte='http://www.smpte-ra.org/schemas/2052-1/2010/smpte-tt'>"
         "<head><metadata><smpte:data datatype='x'>AAAA</smpte:data><smpte:image xml:id='i'>AA</smpte:image></metadata>"
         "</head><body><div smpte:backgroundImage='#i'><p begin='1s' end='2s'>a</p></div></body></tt>");
@@ -331,7 +290,7 @@ TEST(Ttml, RefusesWhatIsNone) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.text);
-        const auto document = read(one.text);
+        const auto document = readDocument(one.text);
         ASSERT_TRUE(document.error);
         EXPECT_EQ(document.error->code, one.code);
         EXPECT_EQ(document.error->offset, one.line);
@@ -347,14 +306,14 @@ TEST(Ttml, RefusesWhatIsNone) {
         return text + "</body></tt>";
     };
     const auto codeOf = [](const std::string& text, const TtmlReadOptions& options) {
-        return read(text, options).error.value_or(Finding{}).code;
+        return readDocument(text, options).error.value_or(Finding{}).code;
     };
-    EXPECT_FALSE(read(closed(deep.substr(0, deep.size() - 10), 197)).error);
+    EXPECT_FALSE(readDocument(closed(deep.substr(0, deep.size() - 10), 197)).error);
     EXPECT_EQ(codeOf(closed(deep, 199), {}), TtmlTooDeep);
     EXPECT_EQ(codeOf("<tt/>", {.greatestFile = 4}), TtmlTooLong);
-    const auto mended = read("\xEF\xBB\xBF<tt><body>\n<p begin='1s' end='2s'>a\xFF</p></body></tt>");
+    const auto mended = readDocument("\xEF\xBB\xBF<tt><body>\n<p begin='1s' end='2s'>a\xFF</p></body></tt>");
     EXPECT_EQ(mended.codes, std::vector{TtmlTextNotUtf8});
-    EXPECT_EQ(inWords(mended.cues), "1000-2000 a\uFFFD");
+    EXPECT_EQ(cuesInWords(mended.cues), "1000-2000 a\uFFFD");
 }
 
 TEST(Ttml, BoundsTheTimesOfSpans) {
@@ -363,8 +322,8 @@ TEST(Ttml, BoundsTheTimesOfSpans) {
         text += "<span begin='" + std::to_string(index * 10) + "ms' end='" + std::to_string(index * 10 + 5) +
                 "ms'>a</span>";
     }
-    EXPECT_EQ(read(documentOf(paragraphOf(text))).cues.size(), 20U);
-    const auto bounded = read(documentOf(paragraphOf(text)), {.mostTimes = 10});
+    EXPECT_EQ(readDocument(documentOf(paragraphOf(text))).cues.size(), 20U);
+    const auto bounded = readDocument(documentOf(paragraphOf(text)), {.mostTimes = 10});
     EXPECT_EQ(bounded.cues.size(), 1U);
     EXPECT_EQ(bounded.codes, std::vector{FindingCode::TtmlTimesTooMany});
 }
@@ -384,7 +343,7 @@ TEST(Ttml, BoundsWhatIsHandedOutMoreThanOnce) {
     }
     for (const std::string& body : {paragraphOf(spans), "<body><div>" + paragraphs + "</div></body>"}) {
         std::size_t bytes = 0;
-        const auto document = read(documentOf(body, head));
+        const auto document = readDocument(documentOf(body, head));
         EXPECT_EQ(document.cues.size(), body.find("<span") == std::string::npos ? 200U : 1U);
         for (const Cue& cue : document.cues) {
             for (const Property& property : cue.properties) {
@@ -401,7 +360,7 @@ TEST(Ttml, BoundsWhatIsHandedOutMoreThanOnce) {
         EXPECT_GE(std::count(document.codes.begin(), document.codes.end(), FindingCode::TtmlValueWrong), 100);
     }
     // Two hundred times four hundred thousand characters.
-    const auto split = read(documentOf(paragraphOf(timed)));
+    const auto split = readDocument(documentOf(paragraphOf(timed)));
     EXPECT_EQ(split.cues.size(), 1U);
     EXPECT_EQ(split.codes, std::vector{FindingCode::TtmlTimesTooMany});
 }
@@ -412,262 +371,18 @@ TEST(Ttml, TakesInitialValuesWhereNobodySaysAny) {
     const std::pair<std::string, std::string> cases[] = {
         {"", "{i#3c}a"}, {"region='r'", "{i#30}a"}, {"region='r' tts:color='blue' tts:fontStyle='normal'", "{#03}a"}};
     for (const auto& [attributes, expected] : cases) {
-        const auto document = read(documentOf(paragraphOf("a", attributes), head));
+        const auto document = readDocument(documentOf(paragraphOf("a", attributes), head));
         ASSERT_EQ(document.cues.size(), 1U);
         EXPECT_EQ(rowsInWords(document.cues[0]), expected);
     }
 }
 
 TEST(Ttml, GivesRegionsInPixelsAsPartsOfTheScreen) {
-    const auto document = read(
+    const auto document = readDocument(
         documentOf("<body/>", "<layout><region xml:id='r' tts:origin='192px 108px' tts:extent='50% 540px'/></layout>",
                    "tts:extent='1920px 1080px'"));
     ASSERT_EQ(document.file.regions.size(), 1U);
     EXPECT_EQ(document.file.regions[0].attributes, (Properties{{"tts:extent", "50% 50%"}, {"tts:origin", "10% 10%"}}));
-}
-
-/// What a cue becomes when it is written and read: its times in milliseconds, runs that look alike as one, and a region.
-Cue asRead(Cue cue, const Cue& back, std::uint64_t number) {
-    cue.number = number;
-    cue.region = back.region;
-    cue.start = back.start;
-    cue.end = back.end;
-    return cue;
-}
-
-/// A cue that a profile can say.
-Cue randomCue(std::mt19937& random, std::int64_t start) {
-    const auto below = [&random](std::uint32_t count) { return static_cast<std::uint32_t>(random() % count); };
-    static constexpr std::string_view kWords[] = {"Hello",        "a & b", "<i>", "\u00C5ngstr\u00F6m",
-                                                  "\u4F60\u597D", "\"x\"", "]]>", "1"};
-    Cue cue;
-    cue.start = milliseconds(start);
-    cue.end = milliseconds(start + 1 + below(5000));
-    const std::uint32_t rows = 1 + below(3);
-    const auto alignment = static_cast<Alignment>(1 + below(3));
-    const std::uint32_t first = 1 + below(16 - rows);
-    const std::uint32_t last = first + rows - 1;
-    const bool isUpper = first * 3 <= 15;
-    const bool isLower = last > 10;
-    for (std::uint32_t index = 0; index < rows; ++index) {
-        Row row;
-        row.alignment = alignment;
-        row.number = first + index;
-        const int side = alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
-        row.anchor = static_cast<std::uint8_t>((isUpper ? 7 : isLower ? 1 : 4) + side);
-        const std::uint32_t runs = 1 + below(3);
-        for (std::uint32_t run = 0; run < runs; ++run) {
-            Run one;
-            one.text = std::string(kWords[below(std::size(kWords))]);
-            one.text += below(4) == 0 ? "  " : "";
-            one.style.foreground = qlx::screen::kBasicColors[1 + below(7)];
-            if (below(3) == 0) {
-                one.style.background = qlx::screen::kBasicColors[below(8)];
-            }
-            one.style.isItalic = below(3) == 0;
-            one.style.isBold = below(3) == 0;
-            one.style.isUnderlined = below(3) == 0;
-            if (!row.runs.empty() && row.runs.back().style == one.style) {
-                row.runs.back().text += one.text;
-            } else {
-                row.runs.push_back(one);
-            }
-        }
-        cue.rows.push_back(row);
-    }
-    cue.screenRows = 15;
-    cue.language = below(2) == 0 ? "en" : "de";
-    if (alignment == Alignment::Left) {
-        cue.screenColumns = 32;
-        const auto column = static_cast<std::uint16_t>(1 + below(20));
-        for (Row& row : cue.rows) {
-            row.column = column;
-        }
-    }
-    return cue;
-}
-
-TEST(Ttml, ComesBackAsWritten) {
-    for (const TtmlProfile profile : {TtmlProfile::Imsc11Text, TtmlProfile::EbuTtD}) {
-        std::mt19937 random(20261122);
-        qlx::Findings findings;
-        TtmlFile file;
-        file.language = "en";
-        file.title = "Title & more";
-        TtmlWriter writer(file, {.profile = profile}, &findings);
-        std::vector<Cue> cues;
-        for (int index = 0; index < (qlxtest::kIsSanitized ? 500 : 10'000); ++index) {
-            cues.push_back(randomCue(random, index * 1000 + static_cast<int>(random() % 500)));
-            // Where rows stand in the middle the region says it for all of them alike.
-            ASSERT_TRUE(writer.write(cues.back()));
-        }
-        ASSERT_TRUE(findings.empty()) << findings[0].text();
-        const auto document = read(writer.finish());
-        ASSERT_FALSE(document.error);
-        EXPECT_TRUE(document.codes.empty());
-        EXPECT_EQ(document.file.title, file.title);
-        EXPECT_EQ(document.file.kind, profile == TtmlProfile::EbuTtD ? TtmlKind::EbuTt : TtmlKind::Imsc);
-        ASSERT_EQ(document.cues.size(), cues.size());
-        for (std::size_t index = 0; index < cues.size(); ++index) {
-            const Cue& back = document.cues[index];
-            Cue expected = asRead(cues[index], back, index + 1);
-            if (profile == TtmlProfile::EbuTtD) {
-                // The file says it for all of them.
-                expected.properties = {{"ttml.ebutts:linePadding", "0.5c"}};
-            }
-            expected.identifier = profile == TtmlProfile::EbuTtD ? "c" + std::to_string(index + 1) : "";
-            ASSERT_EQ(unitsOf(back.start, 1000), cues[index].start.value);
-            ASSERT_EQ(unitsOf(back.end, 1000), cues[index].end.value);
-            ASSERT_EQ(back, expected) << index << ": " << rowsInWords(back) << " for " << rowsInWords(expected);
-        }
-    }
-}
-
-TEST(Ttml, SaysWhatAProfileCannotSay) {
-    using enum FindingCode;
-    const auto losses = [](const Cue& cue, TtmlProfile profile) {
-        qlx::Findings findings;
-        TtmlWriter writer({}, {.profile = profile}, &findings);
-        (void)writer.write(cue);
-        (void)writer.finish();
-        std::vector<FindingCode> codes;
-        for (const Finding& finding : findings) {
-            codes.push_back(finding.code);
-        }
-        return codes;
-    };
-    const auto changed = [](const auto& change) {
-        Cue cue;
-        cue.start = milliseconds(1000);
-        cue.end = milliseconds(2000);
-        cue.rows.push_back(qlxtest::rowOf("a"));
-        change(cue);
-        return cue;
-    };
-    struct Case {
-        Cue cue;
-        std::vector<FindingCode> imsc;
-        std::vector<FindingCode> ebu;
-    };
-    const Case cases[] = {
-        {changed([](Cue&) {}), {}, {}},
-        {changed([](Cue& cue) { cue.rows[0].runs[0].style.isFlashing = true; }),
-         {SubtitleStylesLost},
-         {SubtitleStylesLost}},
-        {changed([](Cue& cue) {
-             cue.rows[0].runs[0].properties = {{"strikeout", ""}};
-         }),
-         {},
-         {SubtitlePropertiesLost}},
-        {changed([](Cue& cue) {
-             cue.rows[0].runs[0].properties = {{"vtt.v", "x"}};
-         }),
-         {SubtitlePropertiesLost},
-         {SubtitlePropertiesLost}},
-        {changed([](Cue& cue) { cue.rows[0].runs[0].text = "a\x01"; }),
-         {TtmlCharacterReplaced},
-         {TtmlCharacterReplaced}},
-        {changed([](Cue& cue) { cue.identifier = "1 a"; }), {SubtitleNameLost}, {SubtitleNameLost}},
-        {changed([](Cue& cue) { cue.region = "r"; }), {SubtitleNameLost}, {SubtitleNameLost}},
-        {changed([](Cue& cue) {
-             cue.properties = {{"ttml.ttm:role", "x"}};
-         }),
-         {},
-         {SubtitlePropertiesLost}},
-        {changed([](Cue& cue) {
-             cue.properties = {{"ttml.tts:lineHeight", "120%"}};
-         }),
-         {},
-         {}},
-        {changed([](Cue& cue) { cue.end = cue.start; }), {SubtitleTimeEmptied}, {SubtitleTimeEmptied}},
-        {changed([](Cue& cue) { cue.start = milliseconds(-5); }), {SubtitleTimeNegative}, {SubtitleTimeNegative}},
-        {changed([](Cue& cue) {
-             cue.rows.push_back(cue.rows[0]);
-             cue.rows[1].alignment = Alignment::Left;
-         }),
-         {SubtitlePlaceLost},
-         {SubtitlePlaceLost}},
-    };
-    for (std::size_t index = 0; index < std::size(cases); ++index) {
-        SCOPED_TRACE(index);
-        EXPECT_EQ(losses(cases[index].cue, TtmlProfile::Imsc11Text), cases[index].imsc);
-        EXPECT_EQ(losses(cases[index].cue, TtmlProfile::EbuTtD), cases[index].ebu);
-    }
-}
-
-/// What a writer makes of a paragraph with these properties, and of the regions of a file.
-std::string writtenWith(const Properties& ofCue, const Properties& ofRun, TtmlProfile profile, TtmlFile file = {}) {
-    Cue cue;
-    cue.end = milliseconds(1000);
-    cue.region = "r";
-    cue.properties = ofCue;
-    cue.rows.push_back(qlxtest::rowOf("a"));
-    cue.rows[0].runs[0].properties = ofRun;
-    TtmlWriter writer(std::move(file), {.profile = profile});
-    (void)writer.write(cue);
-    return writer.finish();
-}
-
-std::size_t countOf(const std::string& text, std::string_view part) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-        ++count;
-    }
-    return count;
-}
-
-TEST(Ttml, WritesOnlyAttributesThatAProfileHas) {
-    const Properties any{{"ttml.tts:x y='1' tts:z", "1"}, {"ttml.tts:none", "1"},
-                         {"ttml.tts:textAlign", "end"},   {"ttml.tts:fontSize", "20px"},
-                         {"ttml.tts:lineHeight", "2c"},   {"ttml.tts:border", "none"},
-                         {"ttml.tts:wrapOption", "wrap"}, {"ttml.tts:wrapOption", "noWrap"}};
-    for (const TtmlProfile profile : {TtmlProfile::Imsc11Text, TtmlProfile::EbuTtD}) {
-        const bool isEbu = profile == TtmlProfile::EbuTtD;
-        for (const bool isOfRun : {false, true}) {
-            SCOPED_TRACE(isOfRun);
-            const std::string text = writtenWith(isOfRun ? Properties{} : any, isOfRun ? any : Properties{}, profile);
-            EXPECT_FALSE(read(text).error);
-            for (const std::string_view part : {"tts:x", "tts:z", "tts:none", "20px", "border", "noWrap"}) {
-                EXPECT_EQ(text.find(part), std::string::npos) << part;
-            }
-            EXPECT_EQ(countOf(text, "tts:wrapOption=\"wrap\""), 1U);
-            EXPECT_EQ(countOf(text, "tts:lineHeight=\"2c\""), isEbu ? 0U : 1U);
-        }
-        EXPECT_EQ(countOf(writtenWith({{"ttml.tts:textAlign", "end"}}, {}, profile), "tts:textAlign"), 1U);
-    }
-}
-
-TEST(Ttml, WritesEachNameOnce) {
-    TtmlFile file;
-    for (const std::string name : {"r", "r", "base", "", "a b", "style1"}) {
-        file.regions.push_back({name, {{"tts:origin", "10% 10%"}, {"tts:origin", "20% 20%"}}});
-    }
-    const std::string text = writtenWith({}, {}, TtmlProfile::Imsc11Text, file);
-    for (const std::string_view name : {"r", "base", "style1", "style2"}) {
-        EXPECT_EQ(countOf(text, "xml:id=\"" + std::string(name) + "\""), 1U) << name;
-    }
-    EXPECT_EQ(countOf(text, "xml:id="), 4U);
-    EXPECT_EQ(countOf(text, "20% 20%"), 0U);
-    EXPECT_EQ(countOf(text, "region=\"r\""), 1U);
-}
-
-TEST(Ttml, KeepsRegionsNamesAndTimesOfParts) {
-    const std::string text = documentOf(
-        "<body><div><p xml:id='x' begin='1s' end='5s' region='r2'>a<br/><span begin='1s'>b</span></p></div></body>",
-        "<layout><region xml:id='r1' tts:origin='10% 10%' tts:extent='80% 20%' tts:opacity='0.5'/>"
-        "<region xml:id='r2' tts:origin='10% 70%' tts:extent='80% 20%' tts:displayAlign='after' "
-        "tts:padding='1%'/></layout>");
-    const auto first = read(text);
-    ASSERT_EQ(first.cues.size(), 1U);
-    TtmlWriter writer(first.file);
-    ASSERT_TRUE(writer.write(first.cues[0]));
-    const auto second = read(writer.finish());
-    EXPECT_EQ(second.file.regions, first.file.regions);
-    ASSERT_EQ(second.cues.size(), 1U);
-    EXPECT_EQ(inWords(second.cues), "1000-5000 " + rowsInWords(first.cues[0]));
-    EXPECT_EQ(second.cues[0].region, "r2");
-    EXPECT_EQ(second.cues[0].identifier, "x");
-    EXPECT_EQ(second.cues[0].rows, first.cues[0].rows);
 }
 
 }  // namespace

@@ -337,17 +337,22 @@ TEST(SCTEXml, SaysWhatItCannotRead) {
 TEST(SCTEXml, NotesWhatItPassesOver) {
     const std::string immediate = kStart + "<SpliceInsert spliceImmediateFlag='1'>";
     const Lines notes{"SpliceInsert: the time of an immediate splice is left out"};
-    (void)onlySection(immediate + "<Program><SpliceTime ptsTime='1'/></Program></SpliceInsert>" + kEnd, notes);
-    (void)onlySection(
-        immediate + "<Component componentTag='1'><SpliceTime ptsTime='1'/></Component></SpliceInsert>" + kEnd, notes);
-    (void)onlySection(immediate + "<Program><SpliceTime/></Program></SpliceInsert>" + kEnd);
+    const auto insertOf = [&](const std::string& inner, const Lines& expected) {
+        return std::get<SpliceInsert>(onlySection(immediate + inner + "</SpliceInsert>" + kEnd, expected).command);
+    };
+    const SpliceInsert program = insertOf("<Program><SpliceTime ptsTime='1'/></Program>", notes);
+    EXPECT_TRUE(program.immediate && program.programSplice);
+    const SpliceInsert components =
+        insertOf("<Component componentTag='1'><SpliceTime ptsTime='1'/></Component>", notes);
+    EXPECT_TRUE(components.immediate && components.components.size() == 1);
+    EXPECT_EQ(insertOf("<Program><SpliceTime/></Program>", {}), program);
     std::string many = kStart + "<SpliceNull/>";
     for (int number = 0; number < 1000; ++number) {
         many += "<a/>";
     }
     Lines first(100, "SpliceInfoSection: the element a is left out");
     first.emplace_back("more is left out");
-    (void)onlySection(many + kEnd, first);
+    EXPECT_TRUE(std::holds_alternative<SpliceNull>(onlySection(many + kEnd, first).command));
 }
 
 TEST(SCTEXml, NamesWhatItCannotSay) {

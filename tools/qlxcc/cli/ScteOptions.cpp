@@ -131,13 +131,7 @@ constexpr OptionRow kBuildOptions[] = {
                   "They are hexadecimal digits, the message's bytes, and an ANC packet (DID 41, SDID 07) in one ANC "
                   "frame element "
                   "or one row."),
-    {.names = "--line",
-     .value = "L",
-     .kind = ValueKind::Number,
-     .least = 0,
-     .greatest = kGreatestLine,
-     .field = &RawOptions::line,
-     .help = "The packet's video line (klv, v210; default: 13)"},
+    helping(kVideoLine, "The packet's video line (klv, v210; default: 13)"),
     width("Pixels of the v210 row (default: 1920)"),
 };
 

@@ -152,6 +152,34 @@ inline constexpr OptionRow kListOutput = saying(kOutput, "Without this option st
             .more = more};
 }
 
+// Which captions, and how they are sent. Each command has a help of its own for them.
+inline constexpr OptionRow kService{.names = "--service",
+                                    .value = "N",
+                                    .kind = ValueKind::Number,
+                                    .least = 1,
+                                    .greatest = 63,
+                                    .field = &RawOptions::service};
+inline constexpr std::string_view kCaptionStyles[] = {"pop-on", "roll-up", "paint-on"};
+inline constexpr OptionRow kStyle{.names = "--style",
+                                  .value = "STYLE",
+                                  .kind = ValueKind::Word,
+                                  .words = kCaptionStyles,
+                                  .field = &RawOptions::style};
+inline constexpr OptionRow kRollUpRows{.names = "--roll-up-rows",
+                                       .value = "N",
+                                       .kind = ValueKind::Number,
+                                       .least = 2,
+                                       .greatest = 4,
+                                       .field = &RawOptions::rollUpRows,
+                                       .help = "roll-up: rows on the screen, 2 to 4 (default: 2)"};
+inline constexpr OptionRow kSingleCodes{.names = "--single-codes", .field = &RawOptions::sendsCodesOnce};
+inline constexpr OptionRow kVideoLine{.names = "--line",
+                                      .value = "L",
+                                      .kind = ValueKind::Number,
+                                      .least = 0,
+                                      .greatest = kGreatestLine,
+                                      .field = &RawOptions::line};
+
 // How captions are read.
 inline constexpr OptionRow kNoParity{.names = "--no-parity",
                                      .field = &RawOptions::ignoresParity,

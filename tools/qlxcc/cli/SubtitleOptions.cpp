@@ -6,7 +6,6 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::string_view kPlayFormats[] = {"v210", "klv", "jsonl", "mcc", "scc", "a53", "ts"};
-constexpr std::string_view kStyles[] = {"pop-on", "roll-up", "paint-on"};
 
 constexpr OptionRow kMode{
     .names = "--mode", .value = "MODE", .kind = ValueKind::Word, .words = kModes, .field = &RawOptions::mode};
@@ -88,14 +87,8 @@ constexpr OptionRow kPlayOptions[] = {
      .help = "{} (default: by the name of FILE)",
      .more = "See the formats in qlxcc(1)."},
     width("Pixels of a v210 row (default: 1920, with --sd 720)"),
-    {.names = "--line",
-     .value = "L",
-     .kind = ValueKind::Number,
-     .least = 0,
-     .greatest = kGreatestLine,
-     .field = &RawOptions::line,
-     .help = "The video line of the packets (default: of captions 9, of teletext 12)",
-     .more = "Of teletext only in frames of one field, above 30 a second."},
+    saying(helping(kVideoLine, "The video line of the packets (default: of captions 9, of teletext 12)"),
+           "Of teletext only in frames of one field, above 30 a second."),
     {.names = "--page",
      .value = "PAGE",
      .kind = ValueKind::Name,
@@ -133,13 +126,7 @@ constexpr OptionRow kPlayOptions[] = {
      .more =
          "CC1, CC2, T1 and T2 are in field 1, the others in field 2. T1 to T4 are texts: rows that roll up in a box, "
          "and stay when their cue ends."},
-    {.names = "--service",
-     .value = "N",
-     .kind = ValueKind::Number,
-     .least = 1,
-     .greatest = 63,
-     .field = &RawOptions::service,
-     .help = "cea708 and captions: the caption service, 1 to 63 (default: 1)"},
+    helping(kService, "cea708 and captions: the caption service, 1 to 63 (default: 1)"),
     wideEncoding(
         "Services: send what their sets lack as 16-bit characters, {}",
         "They stand behind the code P16, and not all receivers know them. Without this option a character that "
@@ -154,21 +141,10 @@ constexpr OptionRow kPlayOptions[] = {
              "letter by packets X/26, if these have it. Of captions it "
              "is in the service information of every packet. A caption service has that in any case, with und where no "
              "language is named."},
-    {.names = "--style",
-     .value = "STYLE",
-     .kind = ValueKind::Word,
-     .words = kStyles,
-     .field = &RawOptions::style,
-     .help = "Captions: {} (default: pop-on)",
-     .more = "Captions that pop on are sent ahead, while the one before is shown, and appear at once; the others are "
-             "written letter by letter from their start on."},
-    {.names = "--roll-up-rows",
-     .value = "N",
-     .kind = ValueKind::Number,
-     .least = 2,
-     .greatest = 4,
-     .field = &RawOptions::rollUpRows,
-     .help = "roll-up: rows on the screen, 2 to 4 (default: 2)"},
+    saying(helping(kStyle, "Captions: {} (default: pop-on)"),
+           "Captions that pop on are sent ahead, while the one before is shown, and appear at once; the others are "
+           "written letter by letter from their start on."),
+    kRollUpRows,
     {.names = "--clear-after",
      .value = "SECONDS",
      .kind = ValueKind::Number,
@@ -176,11 +152,9 @@ constexpr OptionRow kPlayOptions[] = {
      .greatest = 86'400,
      .field = &RawOptions::clearAfter,
      .help = "roll-up: erase at a cue's end if the next begins later than that (default: 4)"},
-    {.names = "--single-codes",
-     .field = &RawOptions::sendsCodesOnce,
-     .help = "cea608 and captions: send control codes once",
-     .more = "Without this option each is sent twice, as receivers expect it. Special characters that stand side by "
-             "side are sent twice even then."},
+    saying(helping(kSingleCodes, "cea608 and captions: send control codes once"),
+           "Without this option each is sent twice, as receivers expect it. Special characters that stand side by "
+           "side are sent twice even then."),
     {.names = "--program-name",
      .value = "NAME",
      .kind = ValueKind::Name,
