@@ -57,13 +57,17 @@ std::optional<std::int64_t> SpliceArrival::distance90k() const noexcept {
 }
 
 SpliceReader::SpliceReader(const SpliceReaderOptions& options, FindingSink* findings)
-    : _options(options), _findings(findings), _packets(findings), _programs(findings) {
+    : _options(options), _findings(findings), _arrivals({.items = options.limits.items}),
+      _packets(findings, {.bytes = options.limits.bytes}), _programs(findings) {
     for (const std::uint16_t pid : _options.pids) {
         _sections.try_emplace(pid, ts::SectionCrc::Always, _findings);
     }
 }
 
 void SpliceReader::push(std::span<const std::uint8_t> bytes) {
+    if (_arrivals.hasEnded()) {
+        return;
+    }
     _packets.push(bytes);
     while (const auto packet = _packets.next()) {
         takePacket(*packet);
@@ -71,12 +75,17 @@ void SpliceReader::push(std::span<const std::uint8_t> bytes) {
 }
 
 void SpliceReader::finish() {
+    if (_arrivals.hasEnded()) {
+        return;
+    }
     _packets.finish();
     while (const auto packet = _packets.next()) {
         takePacket(*packet);
     }
     for (auto& [pid, sections] : _sections) {
-        sections.finish();
+        if (!_packets.isCut()) {
+            sections.finish();
+        }
     }
     for (auto& [pid, clock] : _clocks) {
         release(clock);
@@ -89,6 +98,13 @@ std::optional<SpliceArrival> SpliceReader::next() {
     }
     SpliceArrival arrival = std::move(_ready.front());
     _ready.pop_front();
+    if (!_arrivals.takeItem()) {
+        _ready.clear();
+        if (const auto finding = _arrivals.takeFinding(arrival.offset); finding && _findings != nullptr) {
+            _findings->add(*finding);
+        }
+        return std::nullopt;
+    }
     return arrival;
 }
 

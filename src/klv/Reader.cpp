@@ -69,7 +69,7 @@ std::uint64_t Reader::wanted() const {
 Reader::Step Reader::readTriplet() {
     const auto bytes = rest();
     // What is wrong with a key is said of its first four bytes, however they come.
-    if (bytes.empty() || (bytes.size() < kLabelStart.size() && !_isFinished)) {
+    if (bytes.empty() || (bytes.size() < kLabelStart.size() && !isEndThere())) {
         return Step::Wait;
     }
     const Result<TripletHeader> header = parseTripletHeader(bytes);
@@ -78,7 +78,7 @@ Reader::Step Reader::readTriplet() {
             doubt(header.error());
             return Step::Again;
         }
-        if (_isFinished) {
+        if (isEndThere()) {
             report(FindingCode::KlvCut, Severity::Error, _offset, static_cast<std::uint64_t>(header.error().first),
                    bytes.size());
             drop(bytes.size());
@@ -176,7 +176,7 @@ Reader::Step Reader::passValue() {
         _state = State::AtTriplet;
         return Step::Give;
     }
-    if (_isFinished) {
+    if (isEndThere()) {
         const std::uint64_t length = _triplet.header.length.value;
         report(FindingCode::KlvValueCut, Severity::Error, _triplet.offset, length, length - _left);
         _state = State::AtTriplet;
@@ -187,12 +187,8 @@ Reader::Step Reader::passValue() {
 /// Looks for the next triplet that leads on, behind damage.
 Reader::Step Reader::search() {
     const Leads found = searchInside(rest().size());
-    if (found == Leads::Unknown) {
-        drop(_searched);
-        return Step::Wait;
-    }
     drop(_searched);
-    if (found == Leads::Nowhere && !_isFinished) {
+    if (found != Leads::On && !_isFinished) {
         return Step::Wait;
     }
     report(FindingCode::KlvSkipped, Severity::Error, _damageAt, _offset - _damageAt, 0);
@@ -229,7 +225,7 @@ Reader::Leads Reader::leadsOn(std::size_t at) const {
     }
     const Result<TripletHeader> header = parseTripletHeader(bytes);
     if (!header) {
-        return header.error().code == FindingCode::KlvCut && !_isFinished ? Leads::Unknown : Leads::Nowhere;
+        return header.error().code == FindingCode::KlvCut && !isEndThere() ? Leads::Unknown : Leads::Nowhere;
     }
     return header->length.value > _options.greatestValue ? Leads::Nowhere : leadsOn(*header, bytes);
 }
@@ -238,7 +234,7 @@ Reader::Leads Reader::leadsOn(std::size_t at) const {
 Reader::Leads Reader::leadsOn(const TripletHeader& header, std::span<const std::uint8_t> bytes) const {
     const std::uint64_t size = header.size() + header.length.value;
     if (size > bytes.size()) {
-        return _isFinished ? Leads::Nowhere : Leads::Unknown;
+        return isEndThere() ? Leads::Nowhere : Leads::Unknown;
     }
     const auto behind = bytes.subspan(static_cast<std::size_t>(size));
     if (!beginsLabel(behind)) {

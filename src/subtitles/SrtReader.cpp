@@ -126,7 +126,8 @@ const Cue* SrtReader::nextCue() {
     for (;;) {
         const std::size_t end = _buffer.find('\n', std::max(_begin, _searched));
         const bool isWhole = end != std::string::npos;
-        if (!isWhole && !_isFinished) {
+        // A line that the limit has cut is left out, and with it its cue.
+        if (!isWhole && (!_isFinished || _budget.isCut())) {
             _searched = _buffer.size();
             if (_begin < _buffer.size() && _bytesOfCue + (_buffer.size() - _begin) > _options.greatestCue) {
                 cutLine();

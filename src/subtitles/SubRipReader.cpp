@@ -42,6 +42,8 @@ public:
         }
         if (_lines.isFinished() && !std::exchange(_isEnded, true)) {
             endOfFile();
+            // Behind what the limit has cut the cue in hand may have had further rows.
+            _isCue = _isCue && (!_lines.budget().isCut() || _emptyRows != 0);
             return closeCue() ? &_ready : nullptr;
         }
         return nullptr;
@@ -141,6 +143,9 @@ private:
     }
 
     void endOfFile() {
+        if (_lines.budget().isCut()) {
+            _hasNumber = false;
+        }
         if (_hasNumber && (_emptyRows != 0 || !_isCue)) {
             report(SrtTimingMissing, Severity::Error);
             _hasNumber = false;

@@ -62,7 +62,7 @@ bool TextLines::skipEnd() {
         return true;
     }
     if (_joinsReturns && _buffer[_begin] == '\r') {
-        if (_begin + 1 == _buffer.size() && !_isFinished) {
+        if (_begin + 1 == _buffer.size() && (!_isFinished || _budget.isCut())) {
             return false;
         }
         _begin += _buffer.compare(_begin, 2, "\r\n") == 0 ? 2 : 0;
@@ -73,10 +73,10 @@ bool TextLines::skipEnd() {
     return true;
 }
 
-/// Gives what stands behind the last line end, if that is a line.
+/// Gives what stands behind the last line end, if that is a line: what the limit has cut is none.
 bool TextLines::takeRest(std::string_view& line) {
     const std::size_t size = _buffer.size() - _begin;
-    if (!_isFinished && size <= _greatest) {
+    if ((!_isFinished || _budget.isCut()) && size <= _greatest) {
         return false;
     }
     _isCut = size > _greatest;

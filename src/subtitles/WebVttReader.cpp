@@ -68,7 +68,7 @@ public:
             }
         }
         if (_lines.isFinished() && !std::exchange(_isEnded, true)) {
-            const bool isReady = endBlock();
+            const bool isReady = !_lines.budget().isCut() && endBlock();
             std::swap(_file.notes, _notes);
             return isReady ? &_ready : nullptr;
         }

@@ -129,6 +129,7 @@ void PacketReader::drop(std::size_t count) noexcept {
 void PacketReader::push(std::span<const std::uint8_t> bytes) {
     _buffer.erase(_buffer.begin(), _buffer.begin() + static_cast<std::ptrdiff_t>(_begin));
     _begin = 0;
+    bytes = _budget.take(bytes);
     _buffer.insert(_buffer.end(), bytes.begin(), bytes.end());
 }
 
@@ -173,13 +174,26 @@ void PacketReader::endSearch() {
 void PacketReader::reportEnd() {
     const std::size_t there = rest().size();
     if (!_isEndSaid && there > 0) {
-        detail::addFinding(_findings, FindingCode::ContainerPacketCut, Severity::Error, _offset, there, _size);
+        if (!_budget.isCut()) {
+            detail::addFinding(_findings, FindingCode::ContainerPacketCut, Severity::Error, _offset, there, _size);
+        }
         drop(there);
     }
     _isEndSaid = true;
 }
 
 std::optional<PacketView> PacketReader::next() {
+    const auto packet = _budget.hasEnded() ? std::nullopt : nextPacket();
+    if (packet && _budget.takeItem()) {
+        return packet;
+    }
+    if (const auto finding = _budget.takeFinding(packet ? packet->offset : _offset); finding && _findings != nullptr) {
+        _findings->add(*finding);
+    }
+    return std::nullopt;
+}
+
+std::optional<PacketView> PacketReader::nextPacket() {
     for (;;) {
         if (!_isSynchronous && !search()) {
             return std::nullopt;

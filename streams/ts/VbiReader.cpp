@@ -21,7 +21,8 @@ bool isSaidToHoldVbi(const ProgramStream& stream) {
 }  // namespace
 
 VbiReader::VbiReader(const VbiReaderOptions& options, FindingSink* findings)
-    : _options(options), _findings(findings), _packets(findings), _map(findings) {
+    : _options(options), _findings(findings), _moments({.items = options.limits.items}),
+      _packets(findings, {.bytes = options.limits.bytes}), _map(findings) {
     if (options.pid) {
         choose(*options.pid);
     }
@@ -137,6 +138,17 @@ bool VbiReader::takeOf(std::uint16_t pid, PesReader& reader) {
 }
 
 const VbiMoment* VbiReader::next() {
+    const VbiMoment* const moment = _moments.hasEnded() ? nullptr : nextMoment();
+    if (moment != nullptr && _moments.takeItem()) {
+        return moment;
+    }
+    if (moment != nullptr) {
+        _findings == nullptr ? void() : _findings->add(*_moments.takeFinding(moment->offset));
+    }
+    return nullptr;
+}
+
+const VbiMoment* VbiReader::nextMoment() {
     if (_reader && takeOf(*_pid, *_reader)) {
         return &_moment;
     }
@@ -167,7 +179,7 @@ const VbiMoment* VbiReader::next() {
     }
     if (_packets.isAtEnd() && !_isEndTold) {
         _isEndTold = true;
-        if (_reader) {
+        if (_reader && !_packets.isCut()) {
             _reader->finish();
             if (takeOf(*_pid, *_reader)) {
                 return &_moment;

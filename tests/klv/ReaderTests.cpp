@@ -475,3 +475,25 @@ TEST(KlvReader, EndsAtItsLimits) {
     ASSERT_EQ(cut.findings.size(), 1U);
     EXPECT_EQ(cut.findings[0].text(), "reading ends at the limit of 36 bytes");
 }
+
+TEST(KlvReader, LeavesOutWhatALimitCuts) {
+    // The last value holds triplets itself, which are none of the stream's.
+    const std::string inner = key("04") + "01 dd" + key("05") + "01 ee";
+    const std::string digits = key("01") + "01 aa" + key("02") + "01 bb" + key("03") + "24" + inner + key("06") + "00";
+    const auto bytes = fromHex(digits);
+    ASSERT_EQ(bytes.size(), 36U + 17 + 36 + 17);
+    for (std::size_t limit = 36; limit < 36 + 17 + 36; ++limit) {
+        for (const std::size_t piece : {std::size_t{1}, bytes.size()}) {
+            const Found cut = read(bytes, piece, {.limits = {.bytes = limit}});
+            EXPECT_EQ(cut.triplets, (std::vector<std::string>{"0 01 1 aa", "18 02 1 bb"})) << limit;
+            ASSERT_EQ(cut.findings.size(), 1U) << limit;
+            EXPECT_EQ(cut.findings[0].code, FindingCode::LimitOfBytesReached);
+        }
+    }
+    // Of damage in front of the limit it is said how much it is.
+    const Found damaged = read(fromHex("00 00 00 00 00" + digits), 3, {.limits = {.bytes = 12}});
+    EXPECT_EQ(damaged.triplets, std::vector<std::string>{});
+    ASSERT_EQ(damaged.findings.size(), 3U);
+    EXPECT_EQ(damaged.findings[1].code, FindingCode::LimitOfBytesReached);
+    EXPECT_EQ(damaged.findings[2], (Finding{FindingCode::KlvSkipped, Severity::Error, 0, 5, 0}));
+}

@@ -197,6 +197,24 @@ TEST(Splice, JoinsSectionsAndLeavesOutDamagedOnes) {
     EXPECT_EQ(came.codes, Codes{FindingCode::TsSectionCrcWrong});
 }
 
+TEST(Splice, IsReadUpToALimit) {
+    const SpliceBytes longOne = signalAt(5, 0, 1000);
+    Made made;
+    made.section(signalAt(3)).section(signalAt(4));
+    const std::size_t front = made.bytes().size();
+    const SpliceBytes bytes = made.section(longOne).clock(0).section(signalAt(7)).bytes();
+    EXPECT_EQ(read(bytes, 188, {.limits = {.bytes = bytes.size(), .items = 4}}).codes, Codes{});
+    for (const std::size_t piece : {std::size_t{1}, bytes.size()}) {
+        const Came items = read(bytes, piece, {.limits = {.items = 3}});
+        EXPECT_EQ(items.arrivals.size(), 3U);
+        EXPECT_EQ(items.codes, Codes{FindingCode::LimitOfItemsReached});
+        // The long section has begun in front of the limit, which alone is said.
+        const Came cut = read(bytes, piece, {.limits = {.bytes = front + 2 * 188}});
+        EXPECT_EQ(cut.arrivals.size(), 2U);
+        EXPECT_EQ(cut.codes, Codes{FindingCode::LimitOfBytesReached});
+    }
+}
+
 TEST(Splice, EndsCalmlyAtEveryLength) {
     const SpliceBytes stream = Made().clock(0).section(signalAt(5, 0, 300)).clock(9000).bytes();
     for (std::size_t size = 0; size < stream.size(); size += 7) {

@@ -130,6 +130,45 @@ TEST(TransportPacket, IsFoundAgainBehindDamage) {
               (qlx::Finding{FindingCode::ContainerPacketCut, qlx::Severity::Error, 11 * 188 - 100, 164, 188}));
 }
 
+TEST(TransportPacket, AreReadUpToALimit) {
+    const TransportBytes file = fileOf(countedPackets(12));
+    const auto readWithin = [&file](const qlx::ReadLimits& limits, std::size_t piece, bool& isAtEnd) {
+        Findings findings;
+        PacketReader reader(&findings, limits);
+        std::size_t packets = 0;
+        const auto drain = [&] {
+            while (reader.next()) {
+                ++packets;
+            }
+        };
+        for (std::size_t place = 0; place < file.size(); place += piece) {
+            reader.push(std::span(file).subspan(place, std::min(piece, file.size() - place)));
+            drain();
+        }
+        reader.finish();
+        drain();
+        isAtEnd = reader.isAtEnd();
+        return std::pair(packets, std::vector<qlx::Finding>(findings.begin(), findings.end()));
+    };
+    using Read = std::pair<std::size_t, std::vector<qlx::Finding>>;
+    using enum qlx::Severity;
+    for (const std::size_t piece : {std::size_t{1}, std::size_t{100}, file.size()}) {
+        bool isAtEnd = false;
+        EXPECT_EQ(readWithin({.bytes = file.size(), .items = 12}, piece, isAtEnd), (Read{12, {}}));
+        EXPECT_TRUE(isAtEnd);
+        EXPECT_EQ(readWithin({.items = 7}, piece, isAtEnd),
+                  (Read{7, {{FindingCode::LimitOfItemsReached, Error, 7 * 188, 7, 0}}}));
+        EXPECT_TRUE(isAtEnd);
+        // What the limit cuts is no packet that the stream has cut.
+        const auto [packets, findings] = readWithin({.bytes = 8 * 188 + 40}, piece, isAtEnd);
+        EXPECT_EQ(packets, 8U);
+        ASSERT_EQ(findings.size(), 1U);
+        EXPECT_EQ(findings[0].code, FindingCode::LimitOfBytesReached);
+        EXPECT_EQ(findings[0].first, 8 * 188 + 40);
+        EXPECT_TRUE(isAtEnd);
+    }
+}
+
 TEST(TransportPacket, HasAnAdaptationFieldWithItsClock) {
     // Base 0x1_2345_6789, extension 0x12A: bytes by hand.
     PacketBytes bytes{};

@@ -47,8 +47,9 @@ struct ReadMoment {
     friend bool operator==(const ReadMoment&, const ReadMoment&) = default;
 };
 
-std::vector<ReadMoment> momentsOf(const StreamBytes& stream, Findings& findings, std::size_t piece = 4096) {
-    ts::VbiReader reader({}, &findings);
+std::vector<ReadMoment> momentsOf(const StreamBytes& stream, Findings& findings, std::size_t piece = 4096,
+                                  const qlx::ReadLimits& limits = {}) {
+    ts::VbiReader reader({.limits = limits}, &findings);
     std::vector<ReadMoment> moments;
     const auto drain = [&] {
         while (const ts::VbiMoment* const moment = reader.next()) {
@@ -142,6 +143,33 @@ TEST(TransportTeletext, ComesBackLineByLine) {
     const RandomStream early = randomStream(5, 0, 50, {.bitrate = 1'000'000});
     EXPECT_EQ(momentsOf(early.bytes, findings), early.moments);
     EXPECT_TRUE(findings.empty());
+}
+
+TEST(TransportTeletext, IsReadUpToALimit) {
+    const RandomStream stream = randomStream(6, 3600, 40, {.bitrate = 1'000'000});
+    const std::size_t count = stream.moments.size();
+    ASSERT_GT(count, 10U);
+    const auto first = [&stream](std::size_t moments) {
+        return std::vector(stream.moments.begin(), stream.moments.begin() + static_cast<std::ptrdiff_t>(moments));
+    };
+    for (const std::size_t piece : {std::size_t{100}, stream.bytes.size()}) {
+        Findings none;
+        EXPECT_EQ(momentsOf(stream.bytes, none, piece, {.bytes = stream.bytes.size(), .items = count}), stream.moments);
+        EXPECT_TRUE(none.empty());
+        Findings items;
+        EXPECT_EQ(momentsOf(stream.bytes, items, piece, {.items = 10}), first(10));
+        ASSERT_EQ(items.size(), 1U);
+        EXPECT_EQ(items[0].code, FindingCode::LimitOfItemsReached);
+        // Wherever the limit cuts, what it cuts is left out, and nothing else is said.
+        for (std::size_t bytes = stream.bytes.size() / 2; bytes < stream.bytes.size() / 2 + 3000; bytes += 47) {
+            Findings cut;
+            const auto moments = momentsOf(stream.bytes, cut, piece, {.bytes = bytes});
+            ASSERT_LT(moments.size(), count);
+            EXPECT_EQ(moments, first(moments.size()));
+            ASSERT_EQ(cut.size(), 1U) << bytes;
+            EXPECT_EQ(cut[0].code, FindingCode::LimitOfBytesReached);
+        }
+    }
 }
 
 /// When packets of each PID come, by the clock.

@@ -476,4 +476,31 @@ TEST(TextCueReaders, EndAtTheirLimits) {
     check(readWithin<WebVttReader>, webVtt);
 }
 
+TEST(TextCueReaders, LeaveOutACueThatALimitCuts) {
+    const std::string subRip = cueOfRows("one\n\n") + "2" + cueOfRows("two\nthree\n\n").substr(1);
+    std::string webVtt = subRip;
+    std::replace(webVtt.begin(), webVtt.end(), ',', '.');
+    webVtt.insert(0, "WEBVTT\n\n");
+    const auto check = [](const auto& readThem, const std::string& text) {
+        const std::size_t second = text.find("one\n\n") + 5;
+        for (std::size_t bytes = second; bytes < text.size(); ++bytes) {
+            const auto [cues, findings] = readThem({.bytes = bytes}, text);
+            EXPECT_EQ(cues, 1U) << bytes;
+            ASSERT_EQ(findings.size(), 1U) << bytes;
+            EXPECT_EQ(findings[0].code, FindingCode::LimitOfBytesReached);
+        }
+        EXPECT_EQ(readThem({.bytes = text.size()}, text), std::pair(std::size_t{2}, std::vector<Finding>{}));
+    };
+    check(readWithin<SubRipReader>, subRip);
+    check(readWithin<WebVttReader>, webVtt);
+    for (std::size_t bytes = subRip.find("one\n\n") + 5; bytes < subRip.size(); ++bytes) {
+        SrtOptions options;
+        options.limits.bytes = bytes;
+        const Read cut = read(subRip, subRip.size(), options);
+        EXPECT_EQ(cut.cues.size(), 1U) << bytes;
+        ASSERT_EQ(cut.findings.size(), 1U) << bytes;
+        EXPECT_EQ(cut.findings[0].code, FindingCode::LimitOfBytesReached);
+    }
+}
+
 }  // namespace

@@ -17,7 +17,8 @@
 namespace qlx {
 
 /// What a reader takes at most. A reader that is fed with pieces reads nothing behind the limit that it comes to first,
-/// and says so: LimitOfBytesReached or LimitOfItemsReached. What is in front of it is given as without a limit.
+/// and says so: LimitOfBytesReached or LimitOfItemsReached. What is in front of it is given as without a limit; what the
+/// limit of bytes cuts is left out, and nothing else is said of it.
 struct ReadLimits {
     std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< Of the input.
     std::uint64_t items =

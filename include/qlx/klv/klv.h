@@ -162,6 +162,8 @@ private:
     Step passValue();
     Step search();
     [[nodiscard]] Leads searchInside(std::size_t end);
+    /// Whether nothing stands behind what is there; behind what a limit has cut something does.
+    [[nodiscard]] bool isEndThere() const noexcept { return _isFinished && !_budget.isCut(); }
     [[nodiscard]] bool endsAtKey(std::uint64_t end) const;
     [[nodiscard]] Leads leadsOn(std::size_t at) const;
     [[nodiscard]] Leads leadsOn(const TripletHeader& header, std::span<const std::uint8_t> bytes) const;

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/scte/scte35.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/ts/packet.h>
@@ -52,6 +53,7 @@ struct SpliceArrival {
 /// What is read beside the streams that the maps name.
 struct SpliceReaderOptions {
     std::vector<std::uint16_t> pids{};  ///< With sections, whatever the maps say of them.
+    ReadLimits limits{};                ///< Of the stream; the items are sections.
 };
 
 /// Reads the sections of all streams of type 86h, and of the PIDs that it is given. Sections come in their order in the
@@ -59,8 +61,8 @@ struct SpliceReaderOptions {
 /// (ISO/IEC 13818-1, 2.4.2.2). It holds the sections that wait for that, 4096 of a program at most.
 ///
 /// Findings: those of the packets and tables, TsSectionCrcWrong (the section is left out), those of
-/// scte::parseSpliceInfoSection() with the byte of the stream, and SpliceNotRegistered for a program that has such a
-/// stream without a registration descriptor "CUEI".
+/// scte::parseSpliceInfoSection() with the byte of the stream, SpliceNotRegistered for a program that has such a stream
+/// without a registration descriptor "CUEI", and LimitOfBytesReached or LimitOfItemsReached.
 class SpliceReader {
 public:
     /// @param options What is read beside the streams that the maps name.
@@ -95,6 +97,7 @@ private:
 
     SpliceReaderOptions _options;
     FindingSink* _findings;
+    ReadBudget _arrivals;  ///< Of the items alone: the bytes are the packets' matter.
     ts::PacketReader _packets;
     ts::ProgramMap _programs;
     std::map<std::uint16_t, ts::SectionReader> _sections;  ///< By PID.

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/base/result.h>
 #include <qlx/streams/export.h>
 
@@ -87,12 +88,14 @@ QLX_STREAMS_EXPORT std::size_t writePacket(const PacketHeader& header, std::span
 /// Finds the packets of a stream that comes in pieces. It holds what is pushed and not read yet, and at most a few
 /// packets more.
 ///
-/// Findings: TsSyncLost where something stands that is no packet, TsPacketWrong, TsAdaptationWrong, and at the end
-/// ContainerPacketCut for a last packet that is not whole.
+/// Findings: TsSyncLost where something stands that is no packet, TsPacketWrong, TsAdaptationWrong, at the end
+/// ContainerPacketCut for a last packet that is not whole, and LimitOfBytesReached or LimitOfItemsReached.
 class PacketReader {
 public:
     /// @param findings Gets what is wrong, with the byte of the stream; may be null, else it must outlive this.
-    explicit PacketReader(FindingSink* findings = nullptr) noexcept : _findings(findings) {}
+    /// @param limits Of the stream; the items are packets.
+    explicit PacketReader(FindingSink* findings = nullptr, const ReadLimits& limits = {}) noexcept
+        : _findings(findings), _budget(limits) {}
 
     /// Takes the next bytes of the stream. Packets that were given before are no longer valid.
     QLX_STREAMS_EXPORT void push(std::span<const std::uint8_t> bytes);
@@ -110,7 +113,12 @@ public:
     [[nodiscard]] std::size_t packetSize() const noexcept { return _size; }
 
     /// Whether the stream has ended, and next() gives nothing more.
-    [[nodiscard]] bool isAtEnd() const noexcept { return _isFinished && _begin == _buffer.size(); }
+    [[nodiscard]] bool isAtEnd() const noexcept {
+        return _isFinished && (_begin == _buffer.size() || _budget.hasEnded());
+    }
+
+    /// Whether the limit of bytes was reached: what has begun in front of it may go on behind it.
+    [[nodiscard]] bool isCut() const noexcept { return _budget.isCut(); }
 
     /// Bytes of the stream in front of what is read next.
     [[nodiscard]] std::uint64_t offset() const noexcept { return _offset; }
@@ -123,8 +131,10 @@ private:
     bool search();
     void endSearch();
     void reportEnd();
+    std::optional<PacketView> nextPacket();
 
     FindingSink* _findings;
+    ReadBudget _budget;
     std::vector<std::uint8_t> _buffer;
     std::size_t _begin = 0;     ///< Of what is read next in the buffer.
     std::uint64_t _offset = 0;  ///< The same in the stream.

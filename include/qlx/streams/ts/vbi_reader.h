@@ -10,6 +10,7 @@
 #pragma once
 
 #include <qlx/base/finding.h>
+#include <qlx/base/limits.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/ts/packet.h>
 #include <qlx/streams/ts/pes.h>
@@ -31,6 +32,7 @@ struct VbiReaderOptions {
     /// The PID; none for the first one that a program's map says to hold teletext or VBI data, or else, where no map has a
     /// descriptor of it, for the first one of private PES packets that hold such data.
     std::optional<std::uint16_t> pid{};
+    ReadLimits limits{};  ///< Of the stream; the items are moments.
 };
 
 /// What a PES packet of VBI data brings.
@@ -46,7 +48,8 @@ struct VbiMoment {
 /// Findings: those of PacketReader, of ProgramMap, of PesReader for the stream that is read, and of readVbi();
 /// TsPacketScrambled for PES packets too, which are left out; TsTimeMissing (what comes before the first time is left out),
 /// TsTimeJumped where a time is before the one in front of it, TsDataUnitUnused once for each data_unit_id that is not read,
-/// TsTeletextLeftOut (a Remark) once for each other PID that is said to hold teletext.
+/// TsTeletextLeftOut (a Remark) once for each other PID that is said to hold teletext, LimitOfBytesReached or
+/// LimitOfItemsReached.
 class VbiReader {
 public:
     /// @param options Which stream.
@@ -84,6 +87,7 @@ private:
         PesReader reader;
     };
 
+    const VbiMoment* nextMoment();
     void chooseStreams();
     void choose(std::uint16_t pid);
     bool take(const PesView& pes);
@@ -93,6 +97,7 @@ private:
 
     VbiReaderOptions _options;
     FindingSink* _findings;
+    ReadBudget _moments;  ///< Of the items alone: the bytes are the packets' matter.
     PacketReader _packets;
     ProgramMap _map;
     std::optional<std::uint16_t> _pid;
