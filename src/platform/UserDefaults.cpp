@@ -111,6 +111,15 @@ void printException(const std::exception_ptr& thrown) {
     }
 }
 
+/// Keeps the exception in hand to be thrown on; where there is one already, it is printed.
+void keepOrPrint(std::exception_ptr& first) {
+    if (first) {
+        printException(std::current_exception());
+    } else {
+        first = std::current_exception();
+    }
+}
+
 }  // namespace
 
 UserDefaults::UserDefaults() : _state(std::make_unique<State>()) {}
@@ -203,8 +212,8 @@ void UserDefaults::State::Core::callObservers() {
 }
 
 /// One thread at a time calls observers, those of other threads' changes as well; it holds no lock meanwhile, so that
-/// none of them has to wait for it. What an observer throws comes out of the write that it was called for, or is printed
-/// where that has returned.
+/// none of them has to wait for it. What the first observer throws comes out of the write that it was called for; what
+/// further ones throw is printed, as is all where that has returned.
 void UserDefaults::State::Core::callObserversHere(bool isHeldNoMore) {
     Lane& lane = lanes.get();
     {
@@ -230,7 +239,7 @@ void UserDefaults::State::Core::callObserversHere(bool isHeldNoMore) {
             callObserversOf(lane, change, Which::NotYetCalled);
         } catch (...) {
             if (!isHeldNoMore && change.writer == std::this_thread::get_id()) {
-                thrown = thrown ? thrown : std::current_exception();
+                keepOrPrint(thrown);
             } else {
                 printException(std::current_exception());
             }
@@ -297,6 +306,8 @@ void UserDefaults::State::Core::callObserversOf(Lane& lane, const Change& change
             lane.callEnded.notify_all();
         }
     };
+    // What one throws is no matter of the others.
+    std::exception_ptr thrown;
     for (const std::uint64_t number : numbers) {
         // Before it is looked up: who removes it from now on waits.
         setCalled(number);
@@ -315,8 +326,15 @@ void UserDefaults::State::Core::callObserversOf(Lane& lane, const Change& change
             }
         }
         if (observer) {
-            (*observer)(change.key, change.value);
+            try {
+                (*observer)(change.key, change.value);
+            } catch (...) {
+                keepOrPrint(thrown);
+            }
         }
+    }
+    if (thrown) {
+        std::rethrow_exception(thrown);
     }
 }
 

@@ -198,3 +198,29 @@ TEST(SettingsThreads, GoOnBehindAnObserverThatThrows) {
     EXPECT_THROW(defaults.setValue("level", 2), std::runtime_error);
     EXPECT_EQ(calls, 2);
 }
+
+TEST(SettingsThreads, LoseNeitherACallNorAnExceptionOfSeveralObservers) {
+    struct Listening : qlx::Console {
+        void log(std::string_view message) override { messages.emplace_back(message); }
+        std::vector<std::string> messages;
+    } console;
+    const qlx::ScopedService<qlx::Console> scope(console);
+    qlx::UserDefaults defaults;
+    std::vector<std::string> called;
+    for (const char* name : {"one", "two", "three"}) {
+        defaults.addObserver("level", [&called, name](const std::string&, const qlx::Value&) {
+            called.emplace_back(name);
+            throw std::runtime_error(name);
+        });
+    }
+    try {
+        defaults.setValue("level", 1);
+        ADD_FAILURE() << "nothing is thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "one");
+    }
+    EXPECT_EQ(called, (std::vector<std::string>{"one", "two", "three"}));
+    EXPECT_EQ(console.messages,
+              (std::vector<std::string>{"Error: An observer of settings has ended with an exception: two",
+                                        "Error: An observer of settings has ended with an exception: three"}));
+}
