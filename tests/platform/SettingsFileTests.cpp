@@ -1,15 +1,19 @@
 // The settings' file: what of it a change leaves as it is, and what becomes of it when it cannot be written.
+#include "WatchedCalls.h"
 #include "platform/SettingsFile.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <string>
+#include <vector>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -165,4 +169,36 @@ TEST_F(SettingsFile, IsNoPipe) {
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     qlx::UserDefaults defaults;
     EXPECT_FALSE(defaults.backWithFile(path));
+}
+
+TEST_F(SettingsFile, ReachesTheDiskBeforeItIsRenamed) {
+    put("settings", "level=3\n");
+    std::vector<std::string> calls;
+    const auto kindOf = [](int descriptor) {
+        struct stat status {};
+        return ::fstat(descriptor, &status) != 0 ? std::string("none")
+               : S_ISDIR(status.st_mode)         ? std::string("folder")
+                                                 : std::to_string(status.st_size) + " bytes";
+    };
+    {
+        const qlxtest::CallWatch watch({.fsync =
+                                            [&](int descriptor) {
+                                                calls.push_back(kindOf(descriptor));
+                                                return 0;
+                                            },
+                                        .rename =
+                                            [&](const char*, const char* to) {
+                                                calls.push_back("rename to " + fs::path(to).filename().string());
+                                                return 0;
+                                            }});
+        EXPECT_EQ(qlx::replaceFile(path, "level=45\n"), 0);
+    }
+    EXPECT_EQ(calls, (std::vector<std::string>{"9 bytes", "rename to settings", "folder"}));
+    EXPECT_EQ(content("settings"), "level=45\n");
+    {
+        const qlxtest::CallWatch watch({.fsync = [](int) { return EIO; }});
+        EXPECT_EQ(qlx::replaceFile(path, "level=6\n"), EIO);
+    }
+    EXPECT_EQ(content("settings"), "level=45\n");
+    EXPECT_EQ(fileCount(), 1U);
 }
