@@ -19,7 +19,8 @@ set(dictionary "")
 if(EXISTS "${DICTIONARY}")
     set(dictionary "-dict=${DICTIONARY}")
 endif()
-file(REMOVE_RECURSE "${WORK}")
+# What an earlier run has left behind stays.
+file(REMOVE_RECURSE "${WORK}/corpus")
 file(MAKE_DIRECTORY "${WORK}/corpus")
 file(COPY ${seeds} DESTINATION "${WORK}/corpus")
 
