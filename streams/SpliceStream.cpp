@@ -49,10 +49,12 @@ public:
         : _start(start), _options(options), _take(take), _sections(options.pid), _clock(options.pcrPid) {}
 
     /// Sections that are to come from now on.
-    void add(std::span<const std::uint8_t> section) {
+    /// @return Bytes that are left out, as they are no whole section.
+    std::size_t add(std::span<const std::uint8_t> section) {
         std::vector<ts::PacketBytes> packets;
-        _sections.addSection(section, packets);
+        const std::size_t left = _sections.addSections(section, packets);
         _waiting.insert(_waiting.end(), packets.begin(), packets.end());
+        return left;
     }
 
     [[nodiscard]] bool isIdle() const noexcept { return _waiting.empty(); }
@@ -119,7 +121,8 @@ std::vector<Due> dueOf(std::span<const TimedSection> sections, std::uint64_t sta
 }  // namespace
 
 Result<std::uint64_t> writeSpliceStream(std::span<const TimedSection> sections, const SpliceStreamOptions& options,
-                                        const std::function<void(const ts::PacketBytes&)>& take) {
+                                        const std::function<void(const ts::PacketBytes&)>& take,
+                                        FindingSink* findings) {
     // What is in front of the first section makes it known to a receiver, and its clock.
     constexpr std::uint64_t kAhead = kTableSlots * kSlot90k;
     const std::uint64_t first = sections.empty() ? options.end90k.value_or(0) : sections.front().arrival90k;
@@ -135,10 +138,15 @@ Result<std::uint64_t> writeSpliceStream(std::span<const TimedSection> sections, 
     std::uint64_t heartbeat = 0;
     for (auto next = due.begin(); stream.elapsed90k() <= end + kAhead || !stream.isIdle();) {
         for (; next != due.end() && next->elapsed90k <= stream.elapsed90k(); ++next) {
-            stream.add(next->bytes);
+            const std::size_t left = stream.add(next->bytes);
+            if (findings != nullptr && (left > 0 || next->bytes.empty())) {
+                findings->add({FindingCode::TsSectionCut, Severity::Error,
+                               static_cast<std::uint64_t>(next - due.begin()), options.pid,
+                               static_cast<std::int64_t>(left)});
+            }
         }
         if (options.heartbeat90k && stream.elapsed90k() >= heartbeat && stream.elapsed90k() <= end && null) {
-            stream.add(*null);
+            (void)stream.add(*null);
             heartbeat += std::max(*options.heartbeat90k, kSlot90k);
         }
         if (const auto wrong = stream.writeSlot()) {

@@ -123,7 +123,7 @@ std::optional<SectionView> SectionReader::next() {
     return std::nullopt;
 }
 
-void PayloadWriter::addSections(std::span<const std::uint8_t> sections, std::vector<PacketBytes>& packets) {
+std::size_t PayloadWriter::addSections(std::span<const std::uint8_t> sections, std::vector<PacketBytes>& packets) {
     constexpr std::size_t kRoom = kPacketBytes - kHeaderBytes;
     std::array<std::uint8_t, kRoom> room{};
     std::size_t begin = 0;
@@ -134,6 +134,7 @@ void PayloadWriter::addSections(std::span<const std::uint8_t> sections, std::vec
         }
         end += size;
     }
+    const std::size_t left = sections.size() - end;
     sections = sections.first(end);
     std::size_t nextStart = 0;
     while (begin < sections.size()) {
@@ -162,6 +163,7 @@ void PayloadWriter::addSections(std::span<const std::uint8_t> sections, std::vec
         (void)writePacket(header, payload, packets.emplace_back());
         _continuity = (_continuity + 1U) & 0x0FU;
     }
+    return left;
 }
 
 void PayloadWriter::addPes(std::span<const std::uint8_t> pes, std::vector<PacketBytes>& packets,

@@ -222,6 +222,32 @@ TEST(Splice, EndsCalmlyAtEveryLength) {
     }
 }
 
+TEST(Splice, SaysWhatIsNoWholeSection) {
+    SpliceBytes cut = signalAt(1);
+    cut.pop_back();
+    SpliceBytes longer = signalAt(2);
+    longer.insert(longer.end(), {0xFC, 0x30, 0x11});
+    const std::vector<TimedSection> sections{{0, signalAt(0)}, {0, cut}, {0, longer}, {0, {}}};
+    Findings findings;
+    SpliceBytes stream;
+    const auto written = writeSpliceStream(
+        sections, {},
+        [&stream](const ts::PacketBytes& packet) { stream.insert(stream.end(), packet.begin(), packet.end()); },
+        &findings);
+    ASSERT_TRUE(written);
+    using FindingList = std::vector<Finding>;
+    const auto left = [](std::uint64_t section, std::size_t bytes) {
+        return Finding{FindingCode::TsSectionCut, qlx::Severity::Error, section, 0x101,
+                       static_cast<std::int64_t>(bytes)};
+    };
+    EXPECT_EQ(FindingList(findings.begin(), findings.end()),
+              (FindingList{left(1, cut.size()), left(2, 3), left(3, 0)}));
+    const Came came = read(stream);
+    ASSERT_EQ(came.arrivals.size(), 2U);
+    EXPECT_EQ(came.arrivals[1].bytes, signalAt(2));
+    EXPECT_EQ(came.codes, Codes{});
+}
+
 TEST(Splice, WhatIsWrittenComesInItsTime) {
     std::vector<TimedSection> sections{{ts::kTimeBits - 90000, signalAt(270000)},
                                        {90000, signalAt(450000, 0, 2000)},

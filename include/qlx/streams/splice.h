@@ -124,10 +124,12 @@ struct SpliceStreamOptions {
 
 /// Writes a stream of 150,400 bit/s with the tables, a clock and the sections, each from its time on if none is in its
 /// way, at most 30 ms late; a section whose time is before that of the section in front of it comes right behind that. TsTableWrong where a
-/// table cannot be made. Sections are told by their lengths: what is no whole section is left out (TsSectionCut).
+/// table cannot be made. Sections are told by their lengths: what is no whole section is left out, and said.
 /// @param take Gets every packet in its order.
+/// @param findings Gets TsSectionCut with the number of the section, from 0, as its offset; may be null.
+/// @return The packets.
 [[nodiscard]] QLX_STREAMS_EXPORT Result<std::uint64_t> writeSpliceStream(
     std::span<const TimedSection> sections, const SpliceStreamOptions& options,
-    const std::function<void(const ts::PacketBytes&)>& take);
+    const std::function<void(const ts::PacketBytes&)>& take, FindingSink* findings = nullptr);
 
 }  // namespace qlx::streams

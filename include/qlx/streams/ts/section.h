@@ -110,11 +110,12 @@ public:
     /// the last. Where a section ends and another begins in one packet, that has a pointer field too.
     /// @param sections Whole ones; nothing is looked at but their lengths. What is no whole section is left out.
     /// @param packets Get those that are made.
-    QLX_STREAMS_EXPORT void addSections(std::span<const std::uint8_t> sections, std::vector<PacketBytes>& packets);
+    /// @return Bytes that are left out.
+    QLX_STREAMS_EXPORT std::size_t addSections(std::span<const std::uint8_t> sections, std::vector<PacketBytes>& packets);
 
     /// The same with one section.
     void addSection(std::span<const std::uint8_t> section, std::vector<PacketBytes>& packets) {
-        addSections(section, packets);
+        (void)addSections(section, packets);
     }
 
     /// Puts a PES packet into packets of its own; the last one has stuffing bytes in its adaptation field.
