@@ -139,9 +139,13 @@ TEST(SCTEXml, SaysSchedulesByTheCalendar) {
     EXPECT_EQ(secondsOf("1980-01-06T01:00:00+01:00"), 0U);
     EXPECT_EQ(secondsOf(" 1980-01-05T23:30:01.00-00:30 "), 1U);
     EXPECT_EQ(secondsOf("1980-01-06T00:00:05"), 5U);
-    for (const char* const date : {"", "1980-01-05T23:59:59Z", "2116-02-12T06:28:16Z", "1981-02-29T00:00:00Z",
-                                   "1981-02-28T24:00:00Z", "1981-02-28T00:00:00.5Z", "1981-02-28 00:00:00Z",
-                                   "1981-02-28T00:00:00X", "1981-02-28T00:00:60Z", "1981-02-28T00:00:00+1:00"}) {
+    // The end of a day is the beginning of the next.
+    EXPECT_EQ(secondsOf("1980-01-06T24:00:00Z"), 86400U);
+    EXPECT_EQ(secondsOf("1980-01-05T24:00:00.000Z"), 0U);
+    for (const char* const date :
+         {"", "1980-01-05T23:59:59Z", "2116-02-12T06:28:16Z", "1981-02-29T00:00:00Z", "1981-02-28T24:00:01Z",
+          "1981-02-28T24:01:00Z", "1981-02-28T25:00:00Z", "1981-02-28T00:00:00.5Z", "1981-02-28 00:00:00Z",
+          "1981-02-28T00:00:00X", "1981-02-28T00:00:60Z", "1981-02-28T00:00:00+1:00"}) {
         EXPECT_EQ(errorOf(kStart + "<SpliceSchedule><Event><Program utcSpliceTime=\"" + date +
                           "\"/></Event></SpliceSchedule>" + kEnd),
                   "Program: utcSpliceTime must be a date and time of whole seconds from 1980-01-06 to 2116-02-12")
@@ -318,15 +322,22 @@ TEST(SCTEXml, SaysWhatItCannotRead) {
     }
     EXPECT_EQ(inner("<SpliceInsert spliceImmediateFlag='yes'/>"),
               "SpliceInsert: spliceImmediateFlag must be true or false");
-    EXPECT_EQ(inner("<SpliceInsert><Program/><Component/></SpliceInsert>"),
+    EXPECT_EQ(inner("<SpliceInsert><Program/><Component componentTag='1'/></SpliceInsert>"),
               "SpliceInsert: Component stands beside a Program");
     EXPECT_EQ(inner("<SpliceInsert><Program/><Program/></SpliceInsert>"), "SpliceInsert: Program stands there twice");
+    for (const char* const component :
+         {"<SpliceInsert><Component/></SpliceInsert>", "<SpliceSchedule><Event><Component/></Event></SpliceSchedule>",
+          "<SpliceNull/><SegmentationDescriptor><Component/></SegmentationDescriptor>"}) {
+        EXPECT_EQ(inner(component), "Component: componentTag is missing") << component;
+    }
+    EXPECT_EQ(inner("<SpliceNull/><AudioDescriptor><AudioChannel ISOCode='eng'/></AudioDescriptor>"),
+              "AudioChannel: componentTag is missing");
     EXPECT_EQ(inner("<SpliceSchedule><Event spliceEventId='1'/></SpliceSchedule>"),
               "Event: Program or a Component must say when");
     EXPECT_EQ(inner("<PrivateCommand><PrivateBytes>0</PrivateBytes></PrivateCommand>"),
               "PrivateCommand: PrivateBytes must be pairs of hexadecimal digits");
     EXPECT_EQ(inner("<SpliceNull/><DTMFDescriptor chars='A'/>"), "DTMFDescriptor: chars must be digits, * and #");
-    EXPECT_EQ(inner("<SpliceNull/><AudioDescriptor><AudioChannel ISOCode='en'/></AudioDescriptor>"),
+    EXPECT_EQ(inner("<SpliceNull/><AudioDescriptor><AudioChannel componentTag='1' ISOCode='en'/></AudioDescriptor>"),
               "AudioChannel: ISOCode must be three letters");
     EXPECT_EQ(inner("<SpliceNull/><SegmentationDescriptor><SegmentationUpid segmentationUpidType='10'>xy"
                     "</SegmentationUpid></SegmentationDescriptor>"),
@@ -346,6 +357,7 @@ TEST(SCTEXml, NotesWhatItPassesOver) {
         insertOf("<Component componentTag='1'><SpliceTime ptsTime='1'/></Component>", notes);
     EXPECT_TRUE(components.immediate && components.components.size() == 1);
     EXPECT_EQ(insertOf("<Program><SpliceTime/></Program>", {}), program);
+    EXPECT_EQ(insertOf("<Program componentTag='1'/>", {"Program: the attribute componentTag is left out"}), program);
     std::string many = kStart + "<SpliceNull/>";
     for (int number = 0; number < 1000; ++number) {
         many += "<a/>";

@@ -63,7 +63,8 @@ inline std::optional<int> zoneOf(std::string_view text) {
     return sign * (*hours * 3600 + *minutes * 60);
 }
 
-/// The seconds of a date of whole seconds; none for what is no such date, or is out of range.
+/// The seconds of a date of whole seconds; none for what is no such date, or is out of range. A day may end with 24:00:00,
+/// the first moment of the next one (XML Schema 1.1, part 2, 3.3.7).
 inline std::optional<std::uint32_t> secondsOfDate(std::string_view text) {
     const auto year = takeDigits(text, 4, '-');
     const auto month = takeDigits(text, 2, '-');
@@ -71,7 +72,9 @@ inline std::optional<std::uint32_t> secondsOfDate(std::string_view text) {
     const auto hours = takeDigits(text, 2, ':');
     const auto minutes = takeDigits(text, 2, ':');
     const auto seconds = takeDigits(text, 2, 0);
-    if (!year || !month || !day || !hours || !minutes || !seconds || *hours > 23 || *minutes > 59 || *seconds > 59) {
+    constexpr int kDay = 86400;
+    if (!year || !month || !day || !hours || !minutes || !seconds || *minutes > 59 || *seconds > 59 ||
+        *hours * 3600 + *minutes * 60 + *seconds > kDay) {
         return std::nullopt;
     }
     if (text.starts_with('.')) {
@@ -124,7 +127,7 @@ void describe(Io& io, Value& value) {
 template <class Io, class Value>
 requires IsA<Value, ScheduledComponent>
 void describe(Io& io, Value& value) {
-    io.number("componentTag", value.componentTag);
+    io.requiredNumber("componentTag", value.componentTag);
     describeDate(io, value.gpsSeconds);
 }
 
@@ -178,41 +181,52 @@ void describe(Io& io, Value& value) {
     io.list("Event", value.events);
 }
 
-/// The Program of a splice, or one of its components.
-struct InsertPlace {
-    std::optional<std::uint8_t> componentTag;
+/// The Program of a splice.
+struct InsertProgram {
     std::optional<SpliceTime> time;
 };
 
 template <class Io, class Value>
-requires IsA<Value, InsertPlace>
+requires IsA<Value, InsertProgram>
 void describe(Io& io, Value& value) {
-    io.optionalNumber("componentTag", value.componentTag);
+    io.optionalElement("SpliceTime", value.time);
+}
+
+/// One of its components.
+struct InsertComponent {
+    std::uint8_t componentTag = 0;
+    std::optional<SpliceTime> time;
+};
+
+template <class Io, class Value>
+requires IsA<Value, InsertComponent>
+void describe(Io& io, Value& value) {
+    io.requiredNumber("componentTag", value.componentTag);
     io.optionalElement("SpliceTime", value.time);
 }
 
 template <class Value>
 void describePlaces(XmlFieldWriter& io, Value& value) {
     if (value.programSplice) {
-        io.element("Program", InsertPlace{{}, value.immediate ? std::nullopt : std::optional(value.time)});
+        io.element("Program", InsertProgram{value.immediate ? std::nullopt : std::optional(value.time)});
         return;
     }
     for (const SpliceComponent& component : value.components) {
         const auto time = value.immediate ? std::nullopt : std::optional(component.time);
-        io.element("Component", InsertPlace{component.componentTag, time});
+        io.element("Component", InsertComponent{component.componentTag, time});
     }
 }
 
 inline void describePlaces(XmlFieldReader& io, SpliceInsert& value) {
-    std::optional<InsertPlace> program;
-    std::vector<InsertPlace> components;
+    std::optional<InsertProgram> program;
+    std::vector<InsertComponent> components;
     io.optionalElement("Program", program);
     io.list("Component", components);
     value.programSplice = components.empty();
     if (program && !components.empty()) {
         io.refuse<void>("Component", "stands beside a Program");
     }
-    const auto hasTime = [](const InsertPlace& place) { return place.time && place.time->ticks90k; };
+    const auto hasTime = [](const auto& place) { return place.time && place.time->ticks90k; };
     if (value.immediate &&
         ((program && hasTime(*program)) || std::any_of(components.begin(), components.end(), hasTime))) {
         io.note("the time of an immediate splice is left out");
@@ -220,9 +234,9 @@ inline void describePlaces(XmlFieldReader& io, SpliceInsert& value) {
     if (program && !value.immediate) {
         value.time = program->time.value_or(SpliceTime{});
     }
-    for (const InsertPlace& place : components) {
+    for (const InsertComponent& place : components) {
         const SpliceTime time = value.immediate ? SpliceTime{} : place.time.value_or(SpliceTime{});
-        value.components.push_back({place.componentTag.value_or(0), time});
+        value.components.push_back({place.componentTag, time});
     }
 }
 

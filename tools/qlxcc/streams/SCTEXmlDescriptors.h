@@ -67,7 +67,7 @@ void describe(Io& io, Value& value) {
 template <class Io, class Value>
 requires IsA<Value, SegmentationComponent>
 void describe(Io& io, Value& value) {
-    io.number("componentTag", value.componentTag);
+    io.requiredNumber("componentTag", value.componentTag);
     io.number("ptsOffset", value.ptsOffset90k, kGreatestTicks);
 }
 
@@ -212,7 +212,7 @@ template <class Io, class Value>
 requires IsA<Value, AudioComponent>
 void describe(Io& io, Value& value) {
     constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    io.number("componentTag", value.componentTag);
+    io.requiredNumber("componentTag", value.componentTag);
     if constexpr (Io::kReads) {
         const std::string text = io.text("ISOCode");
         const std::string_view code = trimmed(text);

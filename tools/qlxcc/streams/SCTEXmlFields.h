@@ -130,6 +130,12 @@ public:
         }
     }
 
+    /// One without which an element says nothing.
+    template <class Number>
+    void requiredNumber(const char* name, const Number& value) {
+        number(name, value);
+    }
+
     void flag(const char* name, bool value) { text(name, value ? "true" : "false"); }
 
     void text(const char* name, const std::string& value) { _element.append_attribute(name).set_value(value.c_str()); }
@@ -193,6 +199,14 @@ public:
         if (has(name)) {
             number(name, value.emplace(), greatest);
         }
+    }
+
+    template <class Number>
+    void requiredNumber(const char* name, Number& value) {
+        if (!has(name)) {
+            refuse<void>(name, "is missing");
+        }
+        number(name, value);
     }
 
     void flag(const char* name, bool& value) {
