@@ -114,6 +114,15 @@ TEST(Scte35Examples, ProgramBlackoutOverrideAndEnd) {
     EXPECT_EQ(section, expected);
 }
 
+TEST(Scte35Examples, ProgramEnd) {
+    const SpliceInfoSection section = exampleOf("/DAvAAAAAAAA///wBQb+rvF8TAAZAhdDVUVJSAAAB3+fCAgAAAAALKVslxEAAMSHai4=");
+    SpliceInfoSection expected;
+    expected.cwIndex = 0xFF;
+    expected.command = TimeSignal{{0x0AEF17C4C, 0x7F}};
+    expected.descriptors = {exampleSegmentation(0x48000007, 0x11, "000000002ca56c97")};
+    EXPECT_EQ(section, expected);
+}
+
 TEST(Scte35Examples, ThreeSegmentationsAtOnce) {
     const SpliceInfoSection section =
         exampleOf("/DBhAAAAAAAA///wBQb+qM1E7QBLAhdDVUVJSAAArX+fCAgAAAAALLLXnTUCAAIXQ1VFSUgAACZ/nwgIAAAAACyy150RAAACF0NV"
