@@ -16,4 +16,12 @@ std::size_t findOuterOnesScalar(const std::uint8_t* row, std::size_t first, std:
     return end;
 }
 
+std::size_t findOuterOnesFirst(const std::uint8_t* row, std::size_t first, std::size_t end,
+                               std::uint32_t around) noexcept {
+    const FindOuterOnes fastest = findOuterOnesAVX2();
+    const FindOuterOnes chosen = fastest ? fastest : findOuterOnesScalar;
+    chosenFindOuterOnes.store(chosen, std::memory_order_relaxed);
+    return chosen(row, first, end, around);
+}
+
 }  // namespace qlx::anc::detail

@@ -1,6 +1,7 @@
 // The search for what may be an ancillary data flag on a `v210` row: plain, and with AVX2 where the processor has it.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,10 +29,16 @@ using FindOuterOnes = std::size_t (*)(const std::uint8_t* row, std::size_t first
 /// The AVX2 loop, or null where the processor (or the compiler's target) does not have it.
 [[nodiscard]] FindOuterOnes findOuterOnesAVX2() noexcept;
 
+/// Finds out which one that is, and searches with it: what stands there before the first search.
+[[nodiscard]] std::size_t findOuterOnesFirst(const std::uint8_t* row, std::size_t first, std::size_t end,
+                                             std::uint32_t around) noexcept;
+
+/// Written once, and always the same. No variable of a function, whose guard each search would look at.
+inline std::atomic<FindOuterOnes> chosenFindOuterOnes = findOuterOnesFirst;
+
 /// The fastest one that this processor runs.
 [[nodiscard]] inline FindOuterOnes findOuterOnes() noexcept {
-    static const FindOuterOnes chosen = findOuterOnesAVX2() ? findOuterOnesAVX2() : findOuterOnesScalar;
-    return chosen;
+    return chosenFindOuterOnes.load(std::memory_order_relaxed);
 }
 
 }  // namespace qlx::anc::detail

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 namespace qlx::anc {
 
@@ -15,7 +14,6 @@ using detail::sampleOf;
 
 namespace {
 
-constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kFlagWords = kDataFlag.size();
 constexpr std::size_t kOfWord = v210::kSamplesOfWord;
 constexpr std::size_t kHeaderWords = 3;  ///< DID, SDID or DBN, data count.
@@ -49,7 +47,7 @@ void PacketIterator::advance() {
 }
 
 /// Goes to the beginning of the next row; false when there is none.
-bool PacketIterator::openRow() {
+inline bool PacketIterator::openRow() {
     if (_nextRowOffset >= _rows.size()) {
         return false;
     }
@@ -64,14 +62,22 @@ bool PacketIterator::openRow() {
     ++_line;
     _samples = detail::samplesOf(_options.format, bytes, _options.width);
     _sample = 0;
-    for (Progress& progress : _progress) {
-        progress = {};
-        progress.stop = _options.extent == Extent::WholeRow ? kUnlimited : kNearWords;
+    if (_hasProgress) {
+        beginProgress();
     }
     if (_findings && _options.width != 0) {
         reportShortRow(bytes);
     }
     return true;
+}
+
+/// Not inline: most rows have nothing that is to be forgotten in the next one.
+[[gnu::noinline]] void PacketIterator::beginProgress() {
+    for (Progress& progress : _progress) {
+        progress = {};
+        progress.stop = kNearWords;
+    }
+    _hasProgress = false;
 }
 
 /// Says when a row is shorter than its width.
@@ -83,7 +89,7 @@ bool PacketIterator::openRow() {
 }
 
 /// Goes to the next packet of the row; false when there is none.
-bool PacketIterator::searchRow() {
+inline bool PacketIterator::searchRow() {
     while (_sample < _samples) {
         _sample = findFlag(_sample);
         if (_sample < _samples && take(_sample++)) {
@@ -94,12 +100,11 @@ bool PacketIterator::searchRow() {
 }
 
 /// The first sample from `from` on at which a flag of a searched channel begins; `_samples` when there is none.
-std::size_t PacketIterator::findFlag(std::size_t from) const noexcept {
+inline std::size_t PacketIterator::findFlag(std::size_t from) const noexcept {
     const std::size_t behind = (kFlagWords - 1) * step();
-    const std::size_t stop = std::max(_progress[0].stop, _progress[1].stop);
     std::size_t starts = _samples > behind ? _samples - behind : 0;
-    if (stop != kUnlimited) {
-        starts = std::min(starts, stop * step());
+    if (isLimited()) {
+        starts = std::min(starts, std::max(_progress[0].stop, _progress[1].stop) * step());
     }
     if (from >= starts) {
         return _samples;
@@ -108,7 +113,7 @@ std::size_t PacketIterator::findFlag(std::size_t from) const noexcept {
 }
 
 /// The same among the samples from `from` up to, not including, `starts`.
-std::size_t PacketIterator::findFlagOfV210(std::size_t from, std::size_t starts) const noexcept {
+inline std::size_t PacketIterator::findFlagOfV210(std::size_t from, std::size_t starts) const noexcept {
     const std::size_t words = (starts + (kFlagWords - 1) * step() + kOfWord - 1) / kOfWord;
     const std::size_t word = findOuterOnes(from, words);
     return word == words ? _samples : findFlagAround(word, from, starts, words);
@@ -116,7 +121,7 @@ std::size_t PacketIterator::findFlagOfV210(std::size_t from, std::size_t starts)
 
 /// The first of the words up to, not including, `words` in which a flag that begins at `from` or behind has its second
 /// or its third word, whichever comes first: no flag has both in front of what is found, as one of the two would be.
-std::size_t PacketIterator::findOuterOnes(std::size_t from, std::size_t words) const noexcept {
+inline std::size_t PacketIterator::findOuterOnes(std::size_t from, std::size_t words) const noexcept {
     return detail::findOuterOnes()(row(), (from + step()) / kOfWord, words,
                                    _options.protectedFlags ? detail::kAroundProtectedSamples
                                                            : detail::kAroundOuterSamples);
@@ -181,7 +186,8 @@ bool PacketIterator::take(std::size_t sample) {
     const bool isLuma = !isMultiplex && sample % 2 != 0;
     const std::size_t index = sample / step();
     Progress& progress = _progress[isLuma ? 1 : 0];
-    if (index < progress.next || index >= progress.stop) {
+    _hasProgress = true;
+    if (index < progress.next || (isLimited() && index >= progress.stop)) {
         return false;
     }
     const Reading reading = read(isMultiplex ? Channel::SdMultiplex : isLuma ? Channel::Luma : Channel::Chroma, index);
@@ -259,7 +265,7 @@ void PacketIterator::give(Progress& progress, std::size_t sample, std::size_t in
         progress.next = index + kFlagWords;
         progress.damagedEnd = progress.end;
     }
-    if (progress.stop != kUnlimited) {
+    if (isLimited()) {
         progress.stop = std::max(progress.stop, progress.end + kNearWords);
     }
 }

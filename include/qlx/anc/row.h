@@ -122,7 +122,8 @@ public:
     /// Goes to the first packet of the rows of `stride` bytes each.
     PacketIterator(std::span<const std::uint8_t> rows, std::size_t stride, const RowOptions& options,
                    FindingSink* findings)
-        : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line - 1), _atEnd(false) {
+        : _rows(rows), _stride(stride), _options(options), _findings(findings), _line(options.line - 1), _atEnd(false),
+          _hasProgress(isLimited()) {
         advance();
     }
 
@@ -147,7 +148,7 @@ private:
     /// How far a channel of the row has been read, in its words.
     struct Progress {
         std::size_t next = 0;        ///< The first word at which a packet may begin.
-        std::size_t stop = 0;        ///< Behind the last one.
+        std::size_t stop = 0;        ///< Behind the last one; Extent::WholeRow has none.
         std::size_t end = 0;         ///< Behind the last packet.
         std::size_t damagedEnd = 0;  ///< Up to here only packets with a right checksum are taken for packets.
     };
@@ -158,6 +159,7 @@ private:
 
     QLX_EXPORT void advance();
     bool openRow();
+    void beginProgress();
     bool searchRow();
     bool take(std::size_t sample);
     void pass(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading);
@@ -173,6 +175,7 @@ private:
                                              std::size_t words) const noexcept;
     [[nodiscard]] bool isFlag(std::size_t sample) const noexcept;
     [[nodiscard]] Reading read(Channel channel, std::size_t index) const noexcept;
+    [[nodiscard]] bool isLimited() const noexcept { return _options.extent != Extent::WholeRow; }
     [[nodiscard]] std::size_t step() const noexcept { return _options.channels == Channels::SdMultiplex ? 1 : 2; }
     [[nodiscard]] const std::uint8_t* row() const noexcept { return _rows.data() + _rowOffset; }
 
@@ -188,6 +191,7 @@ private:
     std::array<Progress, 2> _progress{};  ///< Of chroma, or the multiplex, and of luma.
     PacketView _packet;
     bool _atEnd = true;
+    bool _hasProgress = false;  ///< `_progress` is that of another row, or has stops that are not set yet.
 };
 
 /// The packets of rows, to be walked with a `for` loop. Each walk searches anew, and says its findings anew.
