@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <numeric>
 
 namespace qlx::video {
 
@@ -46,6 +48,19 @@ void readHighProfile(BitReader& reader, H264Sequence& sequence) {
     }
 }
 
+/// What only picture order counts of type 1 have; false when there is more than there may be.
+bool readCycle(BitReader& reader, H264Sequence& sequence) {
+    sequence.hasNoOrderDeltas = reader.bits(1) != 0;
+    sequence.nonReferenceOffset = reader.signedNumber();
+    sequence.bottomOffset = reader.signedNumber();
+    bool hasRoom = true;
+    for (std::uint32_t count = reader.number(); count > 0 && hasRoom && !reader.hasFailed(); --count) {
+        const std::int64_t offset = reader.signedNumber();
+        hasRoom = sequence.cycleOffsets.append(std::span(&offset, 1));
+    }
+    return hasRoom;
+}
+
 constexpr std::uint32_t kMostCounterBits = 16;
 
 /// How wide a counter is, coded less 4; a number that is wrong gives more than kMostCounterBits.
@@ -68,23 +83,19 @@ Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload) {
     }
     sequence.frameNumberBits = readCounterBits(reader);
     sequence.orderType = reader.number();
+    bool hasRoom = true;
     if (sequence.orderType == 0) {
         sequence.orderBits = readCounterBits(reader);
     } else if (sequence.orderType == 1) {
-        reader.skip(1);
-        reader.skipNumber();
-        reader.skipNumber();
-        for (std::uint32_t count = reader.number(); count > 0 && !reader.hasFailed(); --count) {
-            reader.skipNumber();
-        }
+        hasRoom = readCycle(reader, sequence);
     }
     reader.skipNumber();
     reader.skip(1);
     reader.skipNumber();
     reader.skipNumber();
     sequence.hasFramesOnly = reader.bits(1) != 0;
-    if (reader.hasFailed() || sequence.frameNumberBits > kMostCounterBits || sequence.orderBits > kMostCounterBits ||
-        sequence.number >= kSequences) {
+    if (reader.hasFailed() || !hasRoom || sequence.frameNumberBits > kMostCounterBits ||
+        sequence.orderBits > kMostCounterBits || sequence.number >= kSequences) {
         return makeFinding(FindingCode::VideoParametersWrong, Severity::Error, 0, kH264SequenceParameters,
                            payload.size());
     }
@@ -138,6 +149,31 @@ std::int64_t PictureCount::unwrapped(std::int64_t low, std::uint32_t bits) const
     return low > _low && low - _low > turn / 2 ? _high - turn : _high;
 }
 
+/// The picture order count of type 1 (8.2.1.2): the sum of the offsets of the frames that it counts. None where a damaged
+/// stream makes it greater than it may be.
+std::optional<std::int64_t> PictureCount::cyclePlace(const H264Sequence& sequence, bool isReference,
+                                                     std::int64_t frameNumber, std::int64_t delta) noexcept {
+    if (frameNumber < _low) {
+        _high += std::int64_t{1} << sequence.frameNumberBits;
+    }
+    _low = frameNumber;
+    const std::span<const std::int64_t> offsets = sequence.cycleOffsets.items();
+    std::int64_t count = delta + (isReference ? 0 : sequence.nonReferenceOffset);
+    const std::int64_t frames = offsets.empty() ? 0 : _high + frameNumber - (isReference ? 0 : 1);
+    if (frames > 0) {
+        constexpr std::int64_t kGreatest = std::int64_t{1} << 32U;
+        const auto length = static_cast<std::int64_t>(offsets.size());
+        const std::int64_t cycle = std::accumulate(offsets.begin(), offsets.end(), std::int64_t{0});
+        const std::int64_t cycles = (frames - 1) / length;
+        if (cycle != 0 && cycles > kGreatest / std::abs(cycle)) {
+            return std::nullopt;
+        }
+        const auto last = offsets.begin() + (frames - 1) % length + 1;
+        count += cycles * cycle + std::accumulate(offsets.begin(), last, std::int64_t{0});
+    }
+    return _base + std::max<std::int64_t>(count, 0);
+}
+
 /// A slice's picture order count in its sequence; none where the pictures are presented as they stand, or the parameters
 /// are missing.
 /// @param slice With the NAL unit header.
@@ -151,24 +187,29 @@ std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_
     reader.skipNumber();
     const auto picture = _sequenceOfPicture.find(reader.number());
     const auto found = picture == _sequenceOfPicture.end() ? _sequences.end() : _sequences.find(picture->second);
-    if (found == _sequences.end() || found->second.orderType != 0) {
+    if (found == _sequences.end() || found->second.orderType > 1) {
         return std::nullopt;
     }
     const H264Sequence& sequence = found->second;
     reader.skip(sequence.hasColourPlanes ? 2 : 0);
-    reader.skip(sequence.frameNumberBits);
-    if (!sequence.hasFramesOnly && reader.bits(1) != 0) {
-        reader.skip(1);
-    }
+    const std::int64_t frameNumber = reader.bits(sequence.frameNumberBits);
+    const bool isField = !sequence.hasFramesOnly && reader.bits(1) != 0;
+    const bool isBottom = isField && reader.bits(1) != 0;
     if (isIdr) {
         reader.skipNumber();
+    }
+    const bool isReference = nalRefIdc(slice[0]) != 0;
+    if (sequence.orderType == 1) {
+        const std::int64_t delta =
+            (sequence.hasNoOrderDeltas ? 0 : reader.signedNumber()) + (isBottom ? sequence.bottomOffset : 0);
+        return reader.hasFailed() ? std::nullopt : cyclePlace(sequence, isReference, frameNumber, delta);
     }
     const std::int64_t low = reader.bits(sequence.orderBits);
     if (reader.hasFailed()) {
         return std::nullopt;
     }
     const std::int64_t high = unwrapped(low, sequence.orderBits);
-    if (nalRefIdc(slice[0]) != 0) {
+    if (isReference) {
         _high = high;
         _low = low;
     }
@@ -207,8 +248,10 @@ std::optional<std::int64_t> PictureCount::h265SlicePlace(std::span<const std::ui
     const unsigned type = nalUnitType(slice[0], Codec::H265);
     const bool isRandomAccess = type >= kFirstBla && type <= kLastRandomAccess;
     const bool isIdr = type == kFirstIdr || type == kLastIdr;
-    // With the first picture of a stream a sequence begins also where that is a CRA picture: its count has no turns.
-    const bool beginsSequence = isRandomAccess && (type <= kLastIdr || _greatest < 0);
+    // With the first picture of a stream, and behind the end of a sequence, one begins also where that is a CRA picture
+    // (8.1.3): its count has no turns.
+    const bool beginsSequence = isRandomAccess && (type <= kLastIdr || _greatest < 0 || _isEnded);
+    _isEnded = false;
     if (beginsSequence) {
         beginAnew();
     }
@@ -241,13 +284,20 @@ std::optional<std::int64_t> PictureCount::h265SlicePlace(std::span<const std::ui
 template <class Units>
 std::optional<std::int64_t> PictureCount::h265Place(const Units& units) {
     constexpr std::size_t kHeader = 2;
+    std::optional<std::int64_t> place;
+    bool hasPicture = false;
     for (const UnitView& unit : units) {
-        // Other layers, of depth or of another view, have parameters of their own (F.7.3.2.2).
-        if (unit.bytes.size() <= kHeader || (unit.bytes[0] & 1U) != 0 || unit.bytes[1] >> 3U != 0) {
+        // Other layers, of depth or of another view, have parameters of their own (F.7.3.2.2). The end of a sequence is a
+        // header alone.
+        if (unit.bytes.size() < kHeader || (unit.bytes[0] & 1U) != 0 || unit.bytes[1] >> 3U != 0) {
             continue;
         }
         const unsigned type = nalUnitType(unit.bytes[0], Codec::H265);
-        if (type == kH265SequenceParameters) {
+        if (type == kH265EndOfSequence || type == kH265EndOfBitstream) {
+            _isEnded = true;
+        } else if (unit.bytes.size() == kHeader || hasPicture) {
+            continue;
+        } else if (type == kH265SequenceParameters) {
             if (const Result<H265Sequence> sequence = parseH265Sequence(unit.bytes.subspan(kHeader))) {
                 _h265Sequences[sequence->number] = *sequence;
             }
@@ -256,10 +306,11 @@ std::optional<std::int64_t> PictureCount::h265Place(const Units& units) {
                 _h265Pictures[picture->number] = *picture;
             }
         } else if (type <= kH265LastSlice) {
-            return h265SlicePlace(unit.bytes);
+            place = h265SlicePlace(unit.bytes);
+            hasPicture = true;
         }
     }
-    return std::nullopt;
+    return place;
 }
 
 std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {

@@ -132,6 +132,26 @@ TEST(HevcOrder, BeginsAtARandomAccessPointInTheStream) {
     EXPECT_EQ(marks, (std::vector<int>{0, 2, 1}));
 }
 
+TEST(HevcOrder, BeginsBehindTheEndOfASequence) {
+    // I0 P4 P8; a random access picture of count 4 with one of 2 in front of it, and P8. Without the end of the sequence,
+    // or of the bitstream, they were among the first three.
+    for (const char* end : {"000001 4801", "000001 4a01"}) {
+        qlx::video::PictureOrder<int> order({Codec::H265});
+        int mark = 0;
+        for (const std::string& picture :
+             {kSets + "000001" + hevcSlice(19), "000001" + hevcSlice(1, 4), "000001" + hevcSlice(1, 8) + end,
+              "000001" + hevcSlice(21, 4), "000001" + hevcSlice(8, 2), "000001" + hevcSlice(1, 8)}) {
+            order.add(fromHex(picture), mark++);
+        }
+        order.finish();
+        std::vector<int> marks;
+        while (const auto next = order.take()) {
+            marks.push_back(*next);
+        }
+        EXPECT_EQ(marks, (std::vector<int>{0, 1, 2, 4, 3, 5})) << end;
+    }
+}
+
 TEST(HevcOrder, ReadsParameterSets) {
     const ExactBuffer whole(fromHex(kSequence));
     const auto sequence = qlx::video::parseH265Sequence(whole.span());

@@ -59,6 +59,73 @@ TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
               (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
 }
 
+/// Texts of 0 and 1 as bytes in hexadecimal, filled up with zeros; spaces do not count.
+std::string hexOfBits(std::string text) {
+    std::erase(text, ' ');
+    text.resize((text.size() + 7) / 8 * 8, '0');
+    Bytes bytes;
+    for (std::size_t place = 0; place < text.size(); place += 8) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(place, 8), nullptr, 2)));
+    }
+    return qlxtest::toHex(bytes);
+}
+
+/// Parameters of type 1: counts of 4 bits for frames, deltas, those of no reference 2 less, the offset of a bottom field
+/// 1 less, cycles of two frames of 4 and 6.
+std::string cycleParameters(bool hasFramesOnly) {
+    const std::string sequence = "1 1 010 0 00101 011 011 0001000 0001100 010 0 1 1 ";
+    return "00000001 67 42001e" + hexOfBits(sequence + (hasFramesOnly ? "1" : "0 0") + "1") + "00000001 68 e0";
+}
+
+/// A slice of them, `between` the frame's number and the delta, which is 0.
+std::string cycleSlice(unsigned nal, unsigned frame, const std::string& between = "", const std::string& delta = "1") {
+    std::string bits = "111";
+    for (unsigned bit = 4; bit-- > 0;) {
+        bits += (frame >> bit & 1U) != 0 ? '1' : '0';
+    }
+    const Bytes header{static_cast<std::uint8_t>(nal)};
+    return "000001" + qlxtest::toHex(header) +
+           hexOfBits(bits + between + ((nal & 0x1FU) == 5 ? "1" : "") + delta + "1");
+}
+
+TEST(PictureOrder, FollowsTheCyclesOfH264) {
+    // I0, then P4 b2, P10 b8, P14 b12, and so on, while the number of 4 bits turns over; in the next sequence, P4, one of
+    // no reference whose delta of 4 (0001000) puts it behind that, and P10 behind both.
+    std::vector<std::string> units{cycleParameters(true) + cycleSlice(0x65, 0)};
+    std::vector<int> presented{0};
+    for (unsigned frame = 1; frame <= 40; ++frame) {
+        const int mark = static_cast<int>(units.size());
+        units.push_back(cycleSlice(0x41, frame % 16));
+        units.push_back(cycleSlice(0x01, (frame + 1) % 16));
+        presented.insert(presented.end(), {mark + 1, mark});
+    }
+    const int mark = static_cast<int>(units.size());
+    for (const std::string& unit :
+         {cycleSlice(0x65, 0), cycleSlice(0x41, 1), cycleSlice(0x01, 2, "", "0001000"), cycleSlice(0x41, 2)}) {
+        units.push_back(unit);
+    }
+    presented.insert(presented.end(), {mark, mark + 1, mark + 2, mark + 3});
+    EXPECT_EQ(orderOf(Codec::H264, units), presented);
+}
+
+TEST(PictureOrder, FollowsTheFieldsOfCycles) {
+    // A frame (0), then a top field (1 0) whose bottom field (1 1) is presented before it.
+    EXPECT_EQ(orderOf(Codec::H264, {cycleParameters(false) + cycleSlice(0x65, 0, "0"), cycleSlice(0x41, 1, "10"),
+                                    cycleSlice(0x41, 1, "11")}),
+              (std::vector<int>{0, 2, 1}));
+}
+
+TEST(PictureOrder, KeepsTheStreamsOrderInCyclesThatAreTooLong) {
+    // One frame a cycle, of 2,147,483,647 (ue 4,294,967,293: 31 zeros, then 2^32 - 2): the fourth picture is behind all that
+    // a count may be.
+    const std::string offset = std::string(31, '0') + std::string(31, '1') + "0";
+    const std::string sequence = hexOfBits("1 1 010 1 1 1 010 " + offset + " 010 0 1 1 1 1");
+    const auto slice = [](unsigned nal, unsigned frame) { return cycleSlice(nal, frame, "", ""); };
+    EXPECT_EQ(orderOf(Codec::H264, {"00000001 67 42001e" + sequence + "00000001 68 e0" + slice(0x65, 0), slice(0x41, 1),
+                                    slice(0x41, 2), slice(0x41, 3), slice(0x41, 4), slice(0x41, 5)}),
+              (std::vector<int>{0, 1, 2, 3, 4, 5}));
+}
+
 TEST(PictureOrder, ReadsTheHeadersOfPartitions) {
     // Partition A (2) begins with a slice header as a slice (1) does; B and C (3, 4) do not: I0 P8 b4 b2 b6.
     const std::string others = "000001 43 ff 000001 44 ff";
@@ -124,7 +191,8 @@ TEST(PictureOrder, ReadsHighProfileParameters) {
                                                    .frameNumberBits = 4,
                                                    .orderType = 0,
                                                    .orderBits = 6,
-                                                   .hasFramesOnly = true}));
+                                                   .hasFramesOnly = true,
+                                                   .cycleOffsets{}}));
     qlxtest::forEachTruncation(fromHex("64001f acd94960"), [](const qlxtest::ExactBuffer& part) {
         const auto cut = qlx::video::parseH264Sequence(part.span());
         ASSERT_FALSE(cut);

@@ -45,6 +45,8 @@ inline constexpr unsigned kH265VideoParameters = 32;      ///< Video parameter s
 inline constexpr unsigned kH265SequenceParameters = 33;   ///< Sequence parameter set.
 inline constexpr unsigned kH265PictureParameters = 34;    ///< Picture parameter set.
 inline constexpr unsigned kH265AccessUnitDelimiter = 35;  ///< Begins an access unit.
+inline constexpr unsigned kH265EndOfSequence = 36;        ///< The next picture begins a sequence.
+inline constexpr unsigned kH265EndOfBitstream = 37;       ///< The same.
 inline constexpr unsigned kH265PrefixSei = 39;            ///< SEI in front of the slices.
 inline constexpr unsigned kH265SuffixSei = 40;            ///< SEI behind them.
 

@@ -21,9 +21,10 @@
 namespace qlx::video {
 
 /// Counts the places of pictures in the order of presentation, from what their headers say: temporal_reference over the
-/// groups of pictures (ISO/IEC 13818-2, 6.3.9), or the picture order count of type 0 over the coded video sequences
-/// (ITU-T H.264, 8.2.1.1; ITU-T H.265, 8.3.1). Pictures of other types, and those without their parameters, are taken as
-/// presented as they stand.
+/// groups of pictures (ISO/IEC 13818-2, 6.3.9), or the picture order count over the coded video sequences (ITU-T H.264,
+/// 8.2.1.1 and 8.2.1.2; ITU-T H.265, 8.3.1). Pictures of H.264's type 2 are presented as they stand (8.2.1.3), and so are
+/// taken those without their parameters. Of a frame its top field counts; memory management control operation 5, which
+/// begins the count of H.264 anew in mid-sequence, is not looked for.
 class PictureCount {
 public:
     /// Counts the pictures of a stream from its beginning.
@@ -42,6 +43,8 @@ private:
     [[nodiscard]] std::int64_t temporalPlace(std::int64_t reference);
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h264Place(const Units& units);
+    [[nodiscard]] std::optional<std::int64_t> cyclePlace(const H264Sequence& sequence, bool isReference,
+                                                         std::int64_t frameNumber, std::int64_t delta) noexcept;
     [[nodiscard]] std::optional<std::int64_t> slicePlace(std::span<const std::uint8_t> slice);
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h265Place(const Units& units);
@@ -54,7 +57,8 @@ private:
     std::int64_t _base = 0;       ///< Where the pictures of this sequence or group begin.
     std::int64_t _greatest = -1;  ///< The last one so far.
     std::int64_t _high = 0;       ///< What the counter in the headers has passed, in whole turns.
-    std::int64_t _low = 0;        ///< Its last value.
+    std::int64_t _low = 0;        ///< Its last value; of H.264's type 1 both are of frame_num.
+    bool _isEnded = false;        ///< H.265: an end of sequence was the last unit.
     std::map<std::uint32_t, H264Sequence> _sequences;
     std::map<std::uint32_t, H265Sequence> _h265Sequences;
     std::map<std::uint32_t, H265Picture> _h265Pictures;
