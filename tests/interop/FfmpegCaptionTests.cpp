@@ -11,6 +11,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
 #include <libavutil/opt.h>
 }
 
@@ -20,12 +21,17 @@ extern "C" {
 #include <qlx/base/utf8.h>
 #include <qlx/cc/slots.h>
 #include <qlx/cea608/writer.h>
+#include <qlx/playout/broadcast.h>
 #include <qlx/playout/captions.h>
 
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <span>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -64,10 +70,15 @@ public:
     }
 
     void take(std::int64_t frame, const Pair& pair) {
-        std::array<std::uint8_t, 3 + AV_INPUT_BUFFER_PADDING_SIZE> data{static_cast<std::uint8_t>(0xFB + _field),
-                                                                        pair.first, pair.second};
+        take(frame, std::array{static_cast<std::uint8_t>(0xFB + _field), pair.first, pair.second});
+    }
+
+    /// The triplets of a frame.
+    void take(std::int64_t frame, std::span<const std::uint8_t> triplets) {
+        std::vector<std::uint8_t> data(triplets.begin(), triplets.end());
+        data.resize(triplets.size() + AV_INPUT_BUFFER_PADDING_SIZE);
         _packet->data = data.data();
-        _packet->size = 3;
+        _packet->size = static_cast<int>(triplets.size());
         _packet->pts = frame;
         AVSubtitle subtitle{};
         int isGot = 0;
@@ -223,6 +234,19 @@ std::string wordsOf(const qlx::subtitles::Cue& cue) {
     return text;
 }
 
+/// Each as it is written, from the first slot of its field at or after its start on.
+void expectOnTime(const std::vector<Shown>& shown, const std::vector<qlx::subtitles::Cue>& cues, qlx::FrameRate rate,
+                  Channel channel) {
+    ASSERT_EQ(shown.size(), cues.size());
+    const bool alternates = qlx::cc::slotsOf(rate).fieldsAlternate;
+    for (std::size_t index = 0; index < cues.size(); ++index) {
+        EXPECT_EQ(wordsOf(shown[index].rows), wordsOf(cues[index])) << "cue " << index + 1;
+        auto due = static_cast<std::int64_t>(qlx::firstFrameAtOrAfter(cues[index].start, rate).value());
+        due += alternates && due % 2 != channel.field - 1 ? 1 : 0;
+        EXPECT_EQ(shown[index].start, due) << "cue " << index + 1;
+    }
+}
+
 class FfmpegDemo : public ::testing::TestWithParam<std::tuple<qlx::FrameRate, Channel>> {};
 
 // 46 of 46, and each from the first slot of its field at or after its start on.
@@ -243,18 +267,80 @@ TEST_P(FfmpegDemo, IsReadAsWrittenAndOnTime) {
             judge.take(frame, {pair.first, pair.second});
         }
     }
-    ASSERT_EQ(judge.shown.size(), cues.size());
-    const bool alternates = qlx::cc::slotsOf(rate).fieldsAlternate;
-    for (std::size_t index = 0; index < cues.size(); ++index) {
-        EXPECT_EQ(wordsOf(judge.shown[index].rows), wordsOf(cues[index])) << "cue " << index + 1;
-        auto due = static_cast<std::int64_t>(qlx::firstFrameAtOrAfter(cues[index].start, rate).value());
-        due += alternates && due % 2 != channel.field - 1 ? 1 : 0;
-        EXPECT_EQ(judge.shown[index].start, due) << "cue " << index + 1;
-    }
+    expectOnTime(judge.shown, cues, rate, channel);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, FfmpegDemo,
                          ::testing::Combine(::testing::ValuesIn(qlx::kFrameRates), ::testing::Values(kCC1, kCC3)));
+
+struct CloseInput {
+    void operator()(AVFormatContext* input) const { avformat_close_input(&input); }
+};
+
+/// Shows the judge what FFmpeg takes out of the ancillary packets of an MXF file; gives the number of frames.
+std::int64_t readMxf(const std::string& path, Judge& judge) {
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "eia608_extract", "1", 0);
+    AVFormatContext* opened = nullptr;
+    const int error = avformat_open_input(&opened, path.c_str(), nullptr, &options);
+    av_dict_free(&options);
+    EXPECT_EQ(error, 0);
+    const std::unique_ptr<AVFormatContext, CloseInput> input(opened);
+    const std::unique_ptr<AVPacket, DeletePacket> packet(av_packet_alloc());
+    std::int64_t frames = 0;
+    while (input && av_read_frame(input.get(), packet.get()) == 0) {
+        EXPECT_EQ(packet->pts, frames);
+        judge.take(frames++, std::span(packet->data, static_cast<std::size_t>(packet->size)));
+        av_packet_unref(packet.get());
+    }
+    return frames;
+}
+
+class FfmpegMxf : public ::testing::TestWithParam<qlx::FrameRate> {};
+
+// Whole packets, put into an MXF file by GStreamer: both fields and a service in them, CC1 and CC3 read from it.
+TEST_P(FfmpegMxf, HasEveryCaptionOnTime) {
+    if (std::system("gst-inspect-1.0 --exists mxfmux >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "GStreamer's mxfmux is not installed: nothing makes the file here";
+    }
+    constexpr std::size_t kCues = 8;
+    const qlx::FrameRate rate = GetParam();
+    std::vector<qlx::subtitles::Cue> cues = demoCues(QLX_DEMO_SRT);
+    ASSERT_GT(cues.size(), kCues);
+    cues.resize(kCues);
+    qlx::playout::BroadcastPlayout playout(rate);
+    for (const qlx::subtitles::Cue& cue : cues) {
+        EXPECT_TRUE(playout.add(
+            cue, {.line21 = qlx::playout::CaptionOptions{.channel = kCC1}, .service = qlx::playout::ServiceOptions{}}));
+        EXPECT_TRUE(playout.add(cue, {.line21 = qlx::playout::CaptionOptions{.channel = kCC3}}));
+    }
+    const std::string folder = ::testing::TempDir() + "/FfmpegMxf" + std::to_string(static_cast<int>(rate));
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    std::int64_t frames = 0;
+    for (; !playout.isDone(); ++frames) {
+        std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room{};
+        const qlx::Result<std::size_t> size = qlx::cc::writeCdp(playout.next(), room);
+        ASSERT_TRUE(size);
+        std::ofstream(folder + "/" + std::to_string(frames) + ".cdp", std::ios::binary)
+            .write(reinterpret_cast<const char*>(room.data()), static_cast<std::streamsize>(*size));
+    }
+    const qlx::MediaTime duration = qlx::frameDuration(rate);
+    const std::string command =
+        "gst-launch-1.0 -q multifilesrc location='" + folder +
+        "/%d.cdp' caps='closedcaption/x-cea-708,format=cdp,framerate=" + std::to_string(duration.timescale) + "/" +
+        std::to_string(duration.value) + "' ! mxfmux ! filesink location='" + folder + "/captions.mxf' 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    for (const Channel& channel : {kCC1, kCC3}) {
+        Judge judge(channel, rate);
+        EXPECT_EQ(readMxf(folder + "/captions.mxf", judge), frames);
+        expectOnTime(judge.shown, cues, rate, channel);
+    }
+    std::filesystem::remove_all(folder);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, FfmpegMxf,
+                         ::testing::Values(qlx::FrameRate::Fps25, qlx::FrameRate::Fps2997, qlx::FrameRate::Fps5994));
 
 }  // namespace
 
