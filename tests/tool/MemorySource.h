@@ -8,7 +8,7 @@
 
 namespace qlxtest {
 
-class MemorySource final : public qlx::tool::ByteSource {
+class MemorySource final : public qlx::tool::NamedSource {
 public:
     /// `bytes` must outlive the source.
     explicit MemorySource(std::span<const std::uint8_t> bytes) : _bytes(bytes) {}
@@ -31,6 +31,13 @@ public:
         const std::uint64_t skipped = std::min<std::uint64_t>(count, _bytes.size() - _offset);
         _offset += static_cast<std::size_t>(skipped);
         return skipped;
+    }
+    bool seek(std::uint64_t offset) override {
+        if (offset > _bytes.size()) {
+            return false;
+        }
+        _offset = static_cast<std::size_t>(offset);
+        return true;
     }
     [[nodiscard]] std::uint64_t offset() const override { return _offset; }
     [[nodiscard]] std::optional<std::uint64_t> size() const override { return _bytes.size(); }

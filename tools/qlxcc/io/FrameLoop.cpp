@@ -15,7 +15,7 @@ namespace {
 /// Says what a reader finds beside its frames: the first problems of each kind, and the first of its remarks.
 class FindingLines {
 public:
-    FindingLines(const ByteSource& source, FrameInput& reader, OutputFile& output, Progress& progress)
+    FindingLines(const NamedSource& source, FrameInput& reader, OutputFile& output, Progress& progress)
         : _source(source), _reader(reader), _output(output), _progress(progress), _remarks(source) {}
 
     /// Says what is new.
@@ -57,7 +57,7 @@ private:
         _progress.clear();
     }
 
-    const ByteSource& _source;
+    const NamedSource& _source;
     FrameInput& _reader;
     OutputFile& _output;
     Progress& _progress;
@@ -93,7 +93,7 @@ void RemarkNotes::sayHowManyMore() const {
     }
 }
 
-std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& output,
+std::uint64_t readFrames(NamedSource& source, FrameInput& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take) {
     const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
     Progress progress(source.size(), output.isStandardOutput());
@@ -123,7 +123,7 @@ std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& out
     return findings.finish();
 }
 
-bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
+bool readWhole(const NamedSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
     std::vector<FrameProblem> problems;
     const std::uint64_t lossesBefore = reader.losses();
     const bool hasFrame = reader.next(frame, problems);
@@ -144,7 +144,7 @@ bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remark
     return hasFrame;
 }
 
-int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems, std::string_view what,
+int finishFrames(const NamedSource& source, OutputFile& output, std::uint64_t problems, std::string_view what,
                  const std::function<void()>& writeMore) {
     if (problems == 0 || output.isStandardOutput()) {
         output.commit();

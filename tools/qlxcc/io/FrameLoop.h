@@ -21,13 +21,13 @@ class Progress;
 /// @param take Returns false when it needs no further frame.
 /// @return The number of problems.
 /// @throws Failure when the file is broken; what was found before goes to standard output all the same.
-std::uint64_t readFrames(ByteSource& source, FrameInput& reader, OutputFile& output,
+std::uint64_t readFrames(NamedSource& source, FrameInput& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take);
 
 /// Says what needs a look in a file: the first ten remarks, and in the end how many more there were.
 class RemarkNotes {
 public:
-    explicit RemarkNotes(const ByteSource& source) : _source(source) {}
+    explicit RemarkNotes(const NamedSource& source) : _source(source) {}
 
     void say(const std::vector<std::string>& remarks);
     /// The same of problems, which are said even where only these are wanted.
@@ -38,7 +38,7 @@ public:
 private:
     static constexpr std::uint64_t kShown = 10;
 
-    const ByteSource& _source;
+    const NamedSource& _source;
     std::uint64_t _count = 0;
     std::uint64_t _problemCount = 0;
 };
@@ -47,7 +47,7 @@ private:
 /// wrong and was used all the same is said.
 /// @return False at the end of the file.
 /// @throws Failure when something of the frame cannot be read.
-[[nodiscard]] bool readWhole(const ByteSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress,
+[[nodiscard]] bool readWhole(const NamedSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress,
                              Frame& frame);
 
 /// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
@@ -56,7 +56,7 @@ private:
 /// @param writeMore Writes what stands beside the output, when that is complete; may be empty.
 /// @return The exit code.
 /// @throws Failure when there is more to say than the problems' own lines did.
-[[nodiscard]] int finishFrames(const ByteSource& source, OutputFile& output, std::uint64_t problems,
+[[nodiscard]] int finishFrames(const NamedSource& source, OutputFile& output, std::uint64_t problems,
                                std::string_view what, const std::function<void()>& writeMore = {});
 
 }  // namespace qlx::tool

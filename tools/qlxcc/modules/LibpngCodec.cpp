@@ -24,7 +24,7 @@ namespace {
 
 /// What one reading or writing keeps beside libpng's own state.
 struct PngState {
-    ByteSource* source = nullptr;
+    NamedSource* source = nullptr;
     const std::function<void(std::span<const std::uint8_t>)>* write = nullptr;
     std::exception_ptr thrown;  ///< By the source or the output.
     std::string problem;        ///< libpng's own words.
@@ -192,7 +192,7 @@ PngResult resultOf(PngState& state) {
 
 class LibpngCodec final : public PngCodec {
 public:
-    PngResult read(ByteSource& source, std::uint64_t greatest) override {
+    PngResult read(NamedSource& source, std::uint64_t greatest) override {
         PngState state;
         state.source = &source;
         PngReader reader(state);

@@ -29,7 +29,7 @@ bool isWhiteSpace(std::uint8_t byte) {
 /// Reads a PPM file behind its magic bytes.
 class PpmReader {
 public:
-    explicit PpmReader(ByteSource& source) : _source(source) {}
+    explicit PpmReader(NamedSource& source) : _source(source) {}
 
     Image read() {
         const std::uint8_t separator = byte();
@@ -135,7 +135,7 @@ private:
         return image;
     }
 
-    ByteSource& _source;
+    NamedSource& _source;
 };
 
 void writePpm(const Image& image, OutputFile& output) {
@@ -190,7 +190,7 @@ ImageFormat imageFormatFor(std::string_view option, const std::string& path) {
     return format.value_or(ImageFormat::Png);
 }
 
-Image readImage(ByteSource& source) {
+Image readImage(NamedSource& source) {
     std::array<std::uint8_t, kPngSignature.size()> start{};
     const std::span<std::uint8_t> magic = std::span(start).first(kPpmMagic.size());
     const std::size_t got = source.read(magic);

@@ -32,7 +32,7 @@ inline constexpr std::uint32_t kGreatestImageSide = 32768;
 /// Reads a picture: a PNG file of any kind, brought to 8 bits a component, or a binary PPM file (P6) of 8 bits.
 /// @param source Read from its start.
 /// @throws Failure when it is no picture, broken, cut off, too large, or when PNG files cannot be read here.
-[[nodiscard]] Image readImage(ByteSource& source);
+[[nodiscard]] Image readImage(NamedSource& source);
 
 /// Writes a picture of at least one pixel: PNG with 8 bits a component, with alpha where a pixel is not opaque; PPM
 /// without alpha.

@@ -72,7 +72,7 @@ RawPicture::RawPicture(const PictureLayout& layout)
     }
 }
 
-bool readPicture(ByteSource& source, RawPicture& picture) {
+bool readPicture(NamedSource& source, RawPicture& picture) {
     const std::uint64_t start = source.offset();
     const std::size_t got = source.read(picture.bytes());
     if (got == picture.bytes().size()) {

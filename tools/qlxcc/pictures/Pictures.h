@@ -62,7 +62,7 @@ private:
 /// Reads the next picture of a raw file.
 /// @return False at the end of the file.
 /// @throws Failure when the file ends within a picture, or has none.
-bool readPicture(ByteSource& source, RawPicture& picture);
+bool readPicture(NamedSource& source, RawPicture& picture);
 
 /// The first rows of an image as a `BGRA` picture, and back.
 void copyRows(const Image& image, PixelBuffer& to);

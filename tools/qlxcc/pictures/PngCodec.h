@@ -29,7 +29,7 @@ public:
     /// Reads what follows the signature.
     /// @param greatest As many pixels are read; a picture with more gives none.
     /// @throws What reading the source has thrown.
-    [[nodiscard]] virtual PngResult read(ByteSource& source, std::uint64_t greatest) = 0;
+    [[nodiscard]] virtual PngResult read(NamedSource& source, std::uint64_t greatest) = 0;
 
     /// @param write Gets the bytes of the file, piece by piece.
     /// @throws What `write` has thrown.

@@ -20,7 +20,7 @@ void requirePng(std::string_view name) {
     }
 }
 
-Image readPngBehindSignature(ByteSource& source) {
+Image readPngBehindSignature(NamedSource& source) {
     requirePng(source.name());
     PngResult result = module<PngCodec>().read(source, kGreatestImagePixels);
     if (result.image) {

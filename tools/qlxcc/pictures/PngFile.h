@@ -15,7 +15,7 @@ namespace qlx::tool {
 inline constexpr std::array<std::uint8_t, 8> kPngSignature{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
 
 /// Reads what follows the signature.
-[[nodiscard]] Image readPngBehindSignature(ByteSource& source);
+[[nodiscard]] Image readPngBehindSignature(NamedSource& source);
 
 void writePng(const Image& image, OutputFile& output);
 

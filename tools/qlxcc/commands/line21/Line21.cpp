@@ -80,7 +80,7 @@ struct StillPicture {
     }
 };
 
-StillPicture readStill(ByteSource& source) {
+StillPicture readStill(NamedSource& source) {
     Image image = readImage(source);
     checkPictureSize(source.name(), image.width(), image.height());
     return StillPicture(std::move(image));
@@ -164,7 +164,7 @@ private:
         }
     }
 
-    void drawRaw(ByteSource& source, const PictureLayout& layout, OutputFile& output) {
+    void drawRaw(NamedSource& source, const PictureLayout& layout, OutputFile& output) {
         Progress progress(source.size(), output.isStandardOutput());
         RawPicture picture(layout);
         while (readPicture(source, picture)) {
@@ -201,7 +201,7 @@ private:
 /// Prints what the pictures of a file hold.
 class Reading {
 public:
-    Reading(const Line21ReadOptions& options, ByteSource& source, OutputFile& output)
+    Reading(const Line21ReadOptions& options, NamedSource& source, OutputFile& output)
         : _options(options), _source(source), _output(output) {}
 
     void run(const PictureKind& kind) {
@@ -262,7 +262,7 @@ private:
     }
 
     const Line21ReadOptions& _options;
-    ByteSource& _source;
+    NamedSource& _source;
     OutputFile& _output;
     QLXCEA608ReaderWriter _reader;
     std::uint64_t _pictures = 0;

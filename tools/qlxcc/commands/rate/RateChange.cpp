@@ -272,7 +272,7 @@ private:
     const RateChangeOptions& _options;
     FrameRate _from;
     FrameRate _to;
-    ByteSource& _source;
+    NamedSource& _source;
     std::unique_ptr<FrameInput> _reader;
     std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;

@@ -193,7 +193,7 @@ private:
     }
 
     const RateChangeOptions& _options;
-    ByteSource& _source;
+    NamedSource& _source;
     std::unique_ptr<FrameInput> _reader;
     std::unique_ptr<FrameWriter> _writer;
     RemarkNotes _remarks;

@@ -40,7 +40,7 @@ bool isHexText(std::string_view text) {
     });
 }
 
-std::vector<std::uint8_t> readWhole(ByteSource& source) {
+std::vector<std::uint8_t> readWhole(NamedSource& source) {
     std::vector<std::uint8_t> bytes(kLongestScte104Input + 1);
     bytes.resize(source.read(bytes));
     if (bytes.size() > kLongestScte104Input) {
