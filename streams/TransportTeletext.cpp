@@ -71,7 +71,8 @@ bool TransportTeletext::readFrom(ByteSource& source) {
 bool TransportTeletext::lookIn(ByteSource& source) {
     constexpr std::uint64_t kMostBytes = std::uint64_t{64} * 1024 * 1024;
     const std::uint64_t end = _next + kMostBytes;
-    while (_frames.empty() && _next < end && readFrom(source)) {
+    // Of what a map names something is to come.
+    while (_frames.empty() && (_next < end || _isFound) && readFrom(source)) {
     }
     return !_frames.empty();
 }

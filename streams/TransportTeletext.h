@@ -32,7 +32,8 @@ public:
     /// Reads on, from where it has read to; false at the end, or when that fails.
     bool readFrom(ByteSource& source);
 
-    /// Looks in the rest of the stream, up to a bound, for something that it reads; whether there is anything.
+    /// Looks in the rest of the stream for something that it reads, up to a bound where no map names it; whether there is
+    /// anything.
     [[nodiscard]] bool lookIn(ByteSource& source);
 
     /// The next frame that is not later than this; none when there is none, or later ones may be earlier.

@@ -34,6 +34,29 @@ void appendTimeCode(std::string& text, std::int64_t bytes) {
     }
 }
 
+void appendNumber(std::string& text, std::int64_t number, char form);
+
+/// Writes what data units with a data_unit_id hold (ETSI EN 301 775, table 3).
+void appendUnits(std::string& text, std::int64_t id) {
+    switch (id) {
+    case 0xC0:
+        text += "lines of teletext with an inverted framing code (data units c0)";
+        break;
+    case 0xC3:
+        text += "lines of the video programming system (VPS, data units c3)";
+        break;
+    case 0xC4:
+        text += "lines of widescreen signalling (WSS, data units c4)";
+        break;
+    case 0xC6:
+        text += "samples of lines (data units c6)";
+        break;
+    default:
+        text += "data units ";
+        appendNumber(text, id, 'x');
+    }
+}
+
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
 void appendNumber(std::string& text, std::int64_t number, char form) {
     if (form == 's') {
@@ -47,6 +70,18 @@ void appendNumber(std::string& text, std::int64_t number, char form) {
     if (form == 'p') {
         constexpr std::int64_t kColumns = 1000;
         text += "row " + std::to_string(number / kColumns) + ", column " + std::to_string(number % kColumns);
+        return;
+    }
+    if (form == 'v') {
+        appendUnits(text, number);
+        return;
+    }
+    if (form == 'h') {
+        constexpr std::string_view kDigits = "0123456789abcdef";
+        text += "0x";
+        for (unsigned shift = 16; shift > 0; shift -= 4) {
+            text += kDigits[static_cast<std::size_t>(number >> (shift - 4) & 0xF)];
+        }
         return;
     }
     if (form == 'c') {

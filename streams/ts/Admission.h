@@ -16,18 +16,19 @@ namespace qlx::streams::ts::detail {
 /// @return Whether its payload is to be used.
 template <class End>
 [[nodiscard]] bool admits(const PacketView& packet, std::optional<std::uint16_t>& pid, ContinuityCheck& continuity,
-                          FindingSink* findings, const End& end) {
+                          UnusablePackets& unusable, FindingSink* findings, const End& end) {
     if (packet.pid != pid.value_or(packet.pid)) {
         return false;
     }
     pid = packet.pid;
     if (packet.hasError || packet.scrambling != 0) {
-        addFinding(findings, packet.hasError ? FindingCode::TsPacketDamaged : FindingCode::TsPacketScrambled,
-                   Severity::Error, packet.offset, packet.pid);
+        unusable.add(packet.offset, packet.pid,
+                     packet.hasError ? FindingCode::TsPacketDamaged : FindingCode::TsPacketScrambled, findings);
         end();
         continuity.reset();
         return false;
     }
+    unusable.end(findings);
     const bool isUsed = continuity.receive(packet, findings);
     if (continuity.isBroken()) {
         end();

@@ -255,6 +255,51 @@ bool ContinuityCheck::receive(const PacketView& packet, FindingSink* findings) {
     return true;
 }
 
+void UnusablePackets::add(std::uint64_t offset, std::uint16_t pid, FindingCode code, FindingSink* findings) {
+    if (_isInside) {
+        ++_more;
+        return;
+    }
+    *this = {};
+    _isInside = true;
+    _offset = offset;
+    _pid = pid;
+    detail::addFinding(findings, code, Severity::Error, offset, pid);
+}
+
+void UnusablePackets::tell(FindingSink* findings) {
+    if (_more > 0) {
+        detail::addFinding(findings, FindingCode::TsMorePacketsLeftOut, Severity::Error, _offset, _pid, _more);
+    }
+    *this = {};
+}
+
+void ClockByPlace::receive(const PacketView& packet) noexcept {
+    if (!packet.pcr) {
+        return;
+    }
+    _bytes = 0;
+    if (_pcr && !packet.isDiscontinuous && packet.offset > _offset) {
+        // References are at most 100 ms apart; those that are farther say nothing of the rate.
+        _ticks = (*packet.pcr + kPcrWrap - *_pcr) % kPcrWrap;
+        _bytes = _ticks <= kPcrPerSecond ? packet.offset - _offset : 0;
+    }
+    _pcr = packet.pcr;
+    _offset = packet.offset;
+}
+
+std::optional<std::uint64_t> ClockByPlace::at(std::uint64_t offset) const noexcept {
+    if (!_pcr) {
+        return std::nullopt;
+    }
+    const bool isBehind = offset >= _offset;
+    const auto apart = static_cast<double>(isBehind ? offset - _offset : _offset - offset);
+    constexpr auto kMost = static_cast<double>(kPcrPerSecond);
+    const double elapsed = _bytes == 0 ? 0.0 : apart * static_cast<double>(_ticks) / static_cast<double>(_bytes);
+    const auto ticks = static_cast<std::uint64_t>(std::min(elapsed, kMost));
+    return (*_pcr + (isBehind ? ticks : kPcrWrap - ticks)) % kPcrWrap / kTicksPerPcr;
+}
+
 std::int64_t ContinuousTime::near(std::uint64_t ticks90k) const noexcept {
     constexpr auto kWrap = static_cast<std::int64_t>(kTimeBits);
     const auto ticks = static_cast<std::int64_t>(ticks90k % kTimeBits);

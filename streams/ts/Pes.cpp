@@ -144,7 +144,7 @@ void PesReader::take(std::span<const std::uint8_t> bytes) {
 
 void PesReader::push(const PacketView& packet) {
     _isReady = false;
-    if (!detail::admits(packet, _pid, _continuity, _findings, [this] { endPacket(); })) {
+    if (!detail::admits(packet, _pid, _continuity, _unusable, _findings, [this] { endPacket(); })) {
         return;
     }
     if (packet.startsUnit) {
@@ -159,6 +159,7 @@ void PesReader::push(const PacketView& packet) {
 
 void PesReader::finish() {
     _isReady = false;
+    _unusable.end(_findings);
     endPacket();
 }
 

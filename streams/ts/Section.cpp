@@ -26,7 +26,7 @@ void SectionReader::push(const PacketView& packet) {
         _section.clear();
     }
     _place = _end = _start = 0;
-    if (!detail::admits(packet, _pid, _continuity, _findings, [this] { cut(); }) || packet.payload.empty()) {
+    if (!detail::admits(packet, _pid, _continuity, _unusable, _findings, [this] { cut(); }) || packet.payload.empty()) {
         return;
     }
     _offset = packet.offset;
@@ -72,6 +72,7 @@ void SectionReader::finish() {
         _section.clear();
     }
     cut();
+    _unusable.end(_findings);
 }
 
 std::optional<SectionView> SectionReader::next() {

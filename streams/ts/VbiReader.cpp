@@ -3,6 +3,8 @@
 #include "TsFinding.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 namespace qlx::streams::ts {
 
@@ -10,6 +12,8 @@ namespace {
 
 /// As many streams are looked into.
 constexpr std::size_t kMostCandidates = 16;
+/// As many PES packets, of a field at least, wait for a map: one comes every half second.
+constexpr std::size_t kMostHeld = 64;
 
 bool isSaidToHoldVbi(const ProgramStream& stream) {
     return std::any_of(stream.descriptors.begin(), stream.descriptors.end(), [](const Descriptor& descriptor) {
@@ -49,21 +53,27 @@ void VbiReader::tellStreams() {
 
 /// The maps have changed.
 void VbiReader::chooseStreams() {
-    if (_options.pid || (_pid && _map.streamOf(*_pid) != nullptr)) {
+    if (_options.pid || (_pid && !_isGuessed && _map.streamOf(*_pid) != nullptr)) {
         return;
     }
-    _pid.reset();
-    _reader.reset();
+    // What was found by its data may be what the map names.
+    const std::optional<std::uint16_t> guess = _isGuessed ? _pid : std::nullopt;
     std::vector<Candidate> candidates;
+    bool isGuessThere = false;
     for (const Pmt& map : _map.maps()) {
         for (const ProgramStream& stream : map.streams) {
             if (stream.type != kPrivatePesType) {
                 continue;
             }
             if (isSaidToHoldVbi(stream)) {
-                choose(stream.pid);
+                if (stream.pid != guess) {
+                    drop();
+                    choose(stream.pid);
+                }
+                _isGuessed = false;
                 return;
             }
+            isGuessThere = isGuessThere || stream.pid == guess;
             const auto known = std::find_if(_candidates.begin(), _candidates.end(),
                                             [&](const Candidate& one) { return one.pid == stream.pid; });
             if (known != _candidates.end()) {
@@ -73,7 +83,54 @@ void VbiReader::chooseStreams() {
             }
         }
     }
+    if (isGuessThere) {
+        _isGuessed = false;
+        return;
+    }
+    drop();
     _candidates = std::move(candidates);
+}
+
+/// Nothing is read any more, and what a guess has brought is not given.
+void VbiReader::drop() {
+    if (_isGuessed) {
+        _held.clear();
+        _time.reset();
+    }
+    _isGuessed = false;
+    _pid.reset();
+    _reader.reset();
+}
+
+/// No map has come for so long that none will.
+void VbiReader::trustGuess() {
+    _isGuessed = false;
+    detail::addFinding(_findings, FindingCode::TsMapMissing, Severity::Warning,
+                       _held.empty() ? _packets.offset() : _held.front().offset, *_pid);
+}
+
+/// Without a map every PID may be one of PES packets of private data.
+void VbiReader::collect(const PacketView& packet) {
+    constexpr std::array<std::uint8_t, 4> kStart{0, 0, 1, kPrivateStream1};
+    const bool isNew = std::none_of(_candidates.begin(), _candidates.end(),
+                                    [&](const Candidate& one) { return one.pid == packet.pid; });
+    if (_map.maps().empty() && packet.startsUnit && isNew && _candidates.size() < kMostCandidates &&
+        packet.payload.size() >= kStart.size() && std::equal(kStart.begin(), kStart.end(), packet.payload.begin())) {
+        _candidates.push_back({packet.pid, PesReader()});
+    }
+}
+
+/// The clock is that of the program, or, where there is no map, the first one that comes.
+void VbiReader::takeClock(const PacketView& packet) {
+    const Pmt* const map = _pid ? _map.mapOf(*_pid) : nullptr;
+    if (packet.pid != (map != nullptr ? map->pcrPid : _clockPid.value_or(packet.pid))) {
+        return;
+    }
+    if (_clockPid != packet.pid) {
+        _clock.reset();
+        _clockPid = packet.pid;
+    }
+    _clock.receive(packet);
 }
 
 void VbiReader::tellOthers(const PesView& pes) {
@@ -88,37 +145,48 @@ void VbiReader::tellOthers(const PesView& pes) {
     }
 }
 
+/// False where it has none.
+bool VbiReader::takeTime(const PesView& pes) {
+    const std::optional<std::int64_t> before = _time.last();
+    const bool isOfClock = !pes.header.pts;
+    const std::optional<std::uint64_t> ticks = isOfClock ? _clock.at(pes.offset) : pes.header.pts;
+    if (isOfClock && !_isTimeTold) {
+        _isTimeTold = true;
+        detail::addFinding(_findings, ticks ? FindingCode::TsTimeOfClock : FindingCode::TsTimeMissing,
+                           ticks || before ? Severity::Warning : Severity::Error, pes.offset, pes.pid);
+    }
+    if (!ticks) {
+        _moment.time90k = before.value_or(0);
+        return before.has_value();
+    }
+    // Places tell the time but roughly: what comes later is no earlier.
+    constexpr std::int64_t kRoughly = 9'000;
+    const std::int64_t time = _time.near(*ticks);
+    if (isOfClock && before && time < *before && *before - time < kRoughly) {
+        _moment.time90k = *before;
+        return true;
+    }
+    _moment.time90k = _time.take(*ticks);
+    if (before && _moment.time90k < *before && _findings != nullptr) {
+        _findings->add({FindingCode::TsTimeJumped, Severity::Warning, pes.offset, pes.pid, _moment.time90k - *before});
+    }
+    return true;
+}
+
 /// Whether it brings something.
 bool VbiReader::take(const PesView& pes) {
     if (pes.header.scrambling != 0) {
-        detail::addFinding(_findings, FindingCode::TsPacketScrambled, Severity::Error, pes.offset, pes.pid);
+        _scrambled.add(pes.offset, pes.pid, FindingCode::TsPacketScrambled, _findings);
         return false;
     }
+    _scrambled.end(_findings);
     if (!readVbi(pes, _moment.vbi, _findings)) {
         return false;
     }
     tellOthers(pes);
     _moment.offset = pes.offset;
     _moment.pid = pes.pid;
-    const std::optional<std::int64_t> before = _time.last();
-    if (pes.header.pts) {
-        _moment.time90k = _time.take(*pes.header.pts);
-        if (before && _moment.time90k < *before) {
-            _findings == nullptr ? void()
-                                 : _findings->add({FindingCode::TsTimeJumped, Severity::Warning, pes.offset, pes.pid,
-                                                   _moment.time90k - *before});
-        }
-    } else {
-        if (!_isTimeTold) {
-            _isTimeTold = true;
-            detail::addFinding(_findings, FindingCode::TsTimeMissing, before ? Severity::Warning : Severity::Error,
-                               pes.offset, pes.pid);
-        }
-        if (!before) {
-            return false;
-        }
-    }
-    return !_moment.vbi.teletext.empty() || !_moment.vbi.captions.empty();
+    return takeTime(pes) && (!_moment.vbi.teletext.empty() || !_moment.vbi.captions.empty());
 }
 
 bool VbiReader::takeOf(std::uint16_t pid, PesReader& reader) {
@@ -130,6 +198,7 @@ bool VbiReader::takeOf(std::uint16_t pid, PesReader& reader) {
         } else if (isVbi(*pes)) {
             // What was begun before is damaged, or other data.
             const bool isTaken = take(*pes);
+            _isGuessed = _map.maps().empty();
             choose(pid);
             return isTaken;
         }
@@ -149,13 +218,40 @@ const VbiMoment* VbiReader::next() {
 }
 
 const VbiMoment* VbiReader::nextMoment() {
+    for (;;) {
+        if (!_isGuessed && !_held.empty()) {
+            _moment = std::move(_held.front());
+            _held.pop_front();
+            return &_moment;
+        }
+        if (!advance()) {
+            if (!_isGuessed || !_packets.isAtEnd()) {
+                return nullptr;
+            }
+            trustGuess();
+        } else if (!_isGuessed && _held.empty()) {
+            return &_moment;
+        } else {
+            _held.push_back(_moment);
+            if (_isGuessed && _held.size() >= kMostHeld) {
+                trustGuess();
+            }
+        }
+    }
+}
+
+/// Reads up to the next moment; false when more bytes are needed, or at the end.
+bool VbiReader::advance() {
     if (_reader && takeOf(*_pid, *_reader)) {
-        return &_moment;
+        return true;
     }
     while (const auto packet = _packets.next()) {
+        if (packet->pcr) {
+            takeClock(*packet);
+        }
         if (_map.receive(*packet)) {
             chooseStreams();
-            if (_pid) {
+            if (_pid && !_isGuessed) {
                 tellStreams();
             }
         }
@@ -163,17 +259,18 @@ const VbiMoment* VbiReader::nextMoment() {
             if (packet->pid == *_pid) {
                 _reader->push(*packet);
                 if (takeOf(*_pid, *_reader)) {
-                    return &_moment;
+                    return true;
                 }
             }
             continue;
         }
+        collect(*packet);
         const auto candidate = std::find_if(_candidates.begin(), _candidates.end(),
                                             [&](const Candidate& one) { return one.pid == packet->pid; });
         if (candidate != _candidates.end()) {
             candidate->reader.push(*packet);
             if (takeOf(candidate->pid, candidate->reader)) {
-                return &_moment;
+                return true;
             }
         }
     }
@@ -181,12 +278,12 @@ const VbiMoment* VbiReader::nextMoment() {
         _isEndTold = true;
         if (_reader && !_packets.isCut()) {
             _reader->finish();
-            if (takeOf(*_pid, *_reader)) {
-                return &_moment;
-            }
         }
+        const bool isTaken = _reader && takeOf(*_pid, *_reader);
+        _scrambled.end(_findings);
+        return isTaken;
     }
-    return nullptr;
+    return false;
 }
 
 std::vector<TeletextPage> VbiReader::pages() const {

@@ -11,7 +11,8 @@ extern "C" {
 }
 
 #include "Sanitized.h"
-#include "TeletextTexts.h"
+#include "TransportTexts.h"
+#include "VbiLetters.h"
 
 #include <qlx/base/utf8.h>
 #include <qlx/streams/transport_writer.h>
@@ -24,20 +25,12 @@ extern "C" {
 #include <optional>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 using namespace qlx::streams;
-
-class KeptStream final : public ByteSink {
-public:
-    std::optional<qlx::Finding> write(std::span<const std::uint8_t> bytes) override {
-        kept.insert(kept.end(), bytes.begin(), bytes.end());
-        return std::nullopt;
-    }
-    std::vector<std::uint8_t> kept;
-};
 
 /// A text that is decoded: when, in ticks of 90 kHz, and its rows without spaces around them.
 struct DecodedPage {
@@ -54,6 +47,7 @@ public:
                                     nullptr);
         _format = avformat_alloc_context();
         _format->pb = _input;
+        av_log_set_level(AV_LOG_WARNING);  // libzvbi's region is told with each decoder
         const AVInputFormat* const demuxer = av_find_input_format("mpegts");
         // The times are to be those that are written: the demuxer puts its own, 140.6 ms behind the last clock, in place of
         // teletext's that are later.
@@ -85,6 +79,8 @@ public:
         context->pkt_timebase = {1, 90000};
         EXPECT_EQ(av_opt_set(context->priv_data, "txt_format", "text", 0), 0);
         EXPECT_EQ(av_opt_set(context->priv_data, "txt_page", page, 0), 0);
+        // Receivers in Western Europe.
+        EXPECT_EQ(av_opt_set_int(context->priv_data, "txt_default_region", 0, 0), 0);
         EXPECT_EQ(avcodec_open2(context, codec, nullptr), 0);
         AVPacket* packet = av_packet_alloc();
         while (av_read_frame(_format, packet) == 0) {
@@ -154,34 +150,6 @@ std::string valueOf(AVDictionary* dictionary, const char* key) {
     return entry == nullptr ? "" : entry->value;
 }
 
-/// Texts that are shown one after the other, as a stream.
-std::vector<std::uint8_t> streamOfTexts(const std::vector<qlx::teletext::PageText>& texts,
-                                        const TransportWriterOptions& options) {
-    qlx::teletext::Writer writer(options.rate);
-    KeptStream sink;
-    TransportWriter transport(sink, options);
-    std::size_t added = 0;
-    for (std::uint64_t number = 0; added < texts.size() || !writer.isDone(); ++number) {
-        while (added < texts.size() && texts[added].start < number + 25) {
-            EXPECT_TRUE(writer.add(texts[added++]));
-        }
-        Frame frame;
-        frame.number = number;
-        for (unsigned field = 0; field < writer.fieldsPerFrame(); ++field) {
-            const qlx::teletext::FieldPackets packets = writer.next();
-            for (std::size_t index = 0; index < packets.packets.size(); ++index) {
-                qlx::teletext::SdpLine line;
-                line.descriptor = qlx::teletext::sdpDescriptor(static_cast<unsigned>(7 + index), packets.isOdd);
-                EXPECT_TRUE(writePacket(packets.packets[index], line.bytes));
-                frame.teletext.push_back(line);
-            }
-        }
-        EXPECT_FALSE(transport.write(frame, nullptr));
-    }
-    EXPECT_FALSE(transport.finish());
-    return sink.kept;
-}
-
 qlx::teletext::PageRow rowOf(std::u32string_view letters, std::uint8_t row) {
     qlx::teletext::PageRow result;
     result.row = row;
@@ -201,7 +169,7 @@ TEST(FfmpegTransport, SeesTheTablesThatAreWritten) {
     options.pages = {{{'s', 'w', 'e'}, ts::TeletextType::HearingImpaired, 0x888},
                      {{'f', 'i', 'n'}, ts::TeletextType::Subtitles, 0x150}};
     std::vector<qlx::teletext::PageText> texts{{.start = 10, .end = 40, .rows = {rowOf(U"One", 20)}}};
-    const auto stream = streamOfTexts(texts, options);
+    const auto stream = qlxtest::streamOfTexts(texts, options);
     const TransportJudge judge(stream);
     ASSERT_EQ(judge.format().nb_programs, 1U);
     const AVProgram& program = *judge.format().programs[0];
@@ -215,44 +183,88 @@ TEST(FfmpegTransport, SeesTheTablesThatAreWritten) {
     EXPECT_EQ(valueOf(teletext.metadata, "language"), "swe,fin");
 }
 
-/// Texts of each language that the judge decodes, at both rates, at the times at which they are sent.
-TEST(FfmpegTransport, DecodesThePages) {
+/// What the judge calls the rows of a text, and the frame from which on they are shown.
+DecodedPage expectedOf(const qlx::teletext::PageText& text, std::int64_t frameDuration) {
+    const qlx::teletext::CharacterSet set = *qlx::teletext::characterSetOf(text.designation);
+    DecodedPage page{static_cast<std::int64_t>(text.start) * frameDuration, {}};
+    for (const qlx::teletext::PageRow& row : text.rows) {
+        std::u32string letters = qlxtest::shownText(row);
+        qlxtest::drawLetters(letters, qlxtest::drawnLetters(set));
+        page.text += page.text.empty() ? "" : "|";
+        for (const char32_t letter : letters) {
+            qlx::appendUtf8(page.text, letter);
+        }
+    }
+    return page;
+}
+
+/// The judge decodes these texts as they were written, at the times at which they are sent.
+void expectDecoded(const std::vector<qlx::teletext::PageText>& texts, qlx::FrameRate rate, std::string_view language) {
+    const std::int64_t duration = qlx::frameDuration(rate).value * 90000 / qlx::frameDuration(rate).timescale;
+    const auto stream = qlxtest::streamOfTexts(texts, {.rate = rate, .bitrate = 400'000}, 15);
+    TransportJudge judge(stream);
+    auto decoded = judge.pages();
+    std::erase_if(decoded, [](const DecodedPage& page) { return page.text.empty(); });
+    ASSERT_EQ(decoded.size(), texts.size()) << language;
+    for (std::size_t index = 0; index < decoded.size(); ++index) {
+        const DecodedPage expected = expectedOf(texts[index], duration);
+        EXPECT_EQ(decoded[index].text, expected.text) << language << ", text " << index;
+        // The page is whole with its closing header, in the frame of its start or the next one.
+        EXPECT_GE(decoded[index].time, expected.time);
+        EXPECT_LE(decoded[index].time, expected.time + duration);
+    }
+}
+
+/// Languages whose texts the judge decodes: Arabic letters are in codes of its own.
+std::vector<qlxtest::LanguageLetters> judgedLanguages() {
+    auto languages = qlxtest::languageLetters();
+    std::erase_if(languages, [](const qlxtest::LanguageLetters& language) {
+        const std::uint8_t designation = *qlx::teletext::designationOf(language.language);
+        return qlx::teletext::characterSetOf(designation)->g0 == qlx::teletext::G0Set::Arabic;
+    });
+    return languages;
+}
+
+TEST(FfmpegTransport, DecodesEveryLanguage) {
     if (avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT) == nullptr) {
         GTEST_SKIP() << "FFmpeg was built without libzvbi here: nothing decodes the pages";
     }
-    std::mt19937 random(4);
-    for (const qlx::FrameRate rate : {qlx::FrameRate::Fps25, qlx::FrameRate::Fps50}) {
-        std::vector<qlx::teletext::PageText> texts;
-        std::vector<DecodedPage> expected;
-        const std::int64_t duration = qlx::frameDuration(rate).value * 90000 / qlx::frameDuration(rate).timescale;
-        for (std::uint64_t index = 0; index < qlxtest::countFor(500U, 60U); ++index) {
-            std::u32string letters;
-            for (std::size_t count = 1 + random() % 30; count > 0; --count) {
-                letters += static_cast<char32_t>(U'a' + random() % 26);
-            }
-            const std::uint64_t start = 10 + index * 20;
-            texts.push_back(
-                {.start = start, .end = start + 15, .rows = {rowOf(letters, 18), rowOf(U"second row", 22)}});
-            std::string text;
-            for (const char32_t letter : letters) {
-                qlx::appendUtf8(text, letter);
-            }
-            expected.push_back({static_cast<std::int64_t>(start) * duration, text + "|second row"});
-        }
-        TransportWriterOptions options;
-        options.rate = rate;
-        const auto stream = streamOfTexts(texts, options);
-        TransportJudge judge(stream);
-        auto decoded = judge.pages();
-        std::erase_if(decoded, [](const DecodedPage& page) { return page.text.empty(); });
-        ASSERT_EQ(decoded.size(), expected.size());
-        for (std::size_t index = 0; index < decoded.size(); ++index) {
-            EXPECT_EQ(decoded[index].text, expected[index].text);
-            // The page is whole with its closing header, in the frame of its start or the next one.
-            EXPECT_GE(decoded[index].time, expected[index].time);
-            EXPECT_LE(decoded[index].time, expected[index].time + duration);
-        }
+    std::size_t languages = 0;
+    for (const qlxtest::LanguageLetters& language : judgedLanguages()) {
+        const std::uint8_t designation = *qlx::teletext::designationOf(language.language);
+        expectDecoded(qlxtest::textsOfRows(language.rows, designation), qlx::FrameRate::Fps25, language.language);
+        ++languages;
     }
+    EXPECT_GE(languages, 28U);
+}
+
+/// Half of 10,000 pages of letters of all languages, in their set and by X/26.
+void expectRandomPages(qlx::FrameRate rate, unsigned seed) {
+    auto languages = judgedLanguages();
+    std::erase_if(languages, [](const qlxtest::LanguageLetters& language) {
+        const std::uint8_t designation = *qlx::teletext::designationOf(language.language);
+        return qlx::teletext::characterSetOf(designation)->isRightToLeft();
+    });
+    std::mt19937 random(seed);
+    const std::size_t count = qlxtest::countFor(5'000U, 100U) / languages.size() + 1;
+    for (const qlxtest::LanguageLetters& language : languages) {
+        const std::uint8_t designation = *qlx::teletext::designationOf(language.language);
+        expectDecoded(qlxtest::randomTexts(random, language, designation, count), rate, language.language);
+    }
+}
+
+TEST(FfmpegTransport, DecodesThePagesOf25Frames) {
+    if (avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT) == nullptr) {
+        GTEST_SKIP() << "FFmpeg was built without libzvbi here: nothing decodes the pages";
+    }
+    expectRandomPages(qlx::FrameRate::Fps25, 4);
+}
+
+TEST(FfmpegTransport, DecodesThePagesOf50Frames) {
+    if (avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT) == nullptr) {
+        GTEST_SKIP() << "FFmpeg was built without libzvbi here: nothing decodes the pages";
+    }
+    expectRandomPages(qlx::FrameRate::Fps50, 5);
 }
 
 }  // namespace

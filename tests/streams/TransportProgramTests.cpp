@@ -24,6 +24,7 @@ namespace {
 using namespace qlx::streams;
 using qlx::FindingCode;
 using qlx::Findings;
+using qlxtest::KeptBytes;
 using qlxtest::randomLines;
 using qlxtest::StreamBytes;
 
@@ -184,6 +185,216 @@ TEST(TransportReader, SaysWhyTeletextCannotBeRead) {
     EXPECT_EQ(reasonOf(scrambled), FindingCode::ContainerLibraryMissing);
     EXPECT_EQ(reasonOf(timeless), FindingCode::ContainerLibraryMissing);
 #endif
+}
+
+/// Random teletext of frames at 25 a second as it is written, and the PES packets in it.
+struct WrittenTeletext {
+    std::vector<Frame> frames;
+    StreamBytes bytes;
+};
+
+WrittenTeletext writtenTeletext(std::size_t frames) {
+    std::mt19937 random(6);
+    WrittenTeletext written;
+    KeptBytes sink;
+    TransportWriter writer(sink, {.bitrate = 1'000'000});
+    for (std::size_t number = 0; number < frames; ++number) {
+        Frame frame;
+        frame.number = number;
+        frame.pts = qlx::MediaTime::make(900'000 + static_cast<std::int64_t>(number) * 3600, 90'000);
+        frame.teletext = randomLines(random, 1 + random() % 15, number % 2 == 0);
+        EXPECT_FALSE(writer.write(frame, nullptr));
+        written.frames.push_back(std::move(frame));
+    }
+    EXPECT_FALSE(writer.finish());
+    written.bytes = std::move(sink.kept);
+    return written;
+}
+
+std::vector<ts::VbiMoment> momentsRead(const StreamBytes& stream, Findings& findings, std::size_t piece,
+                                       const ts::VbiReaderOptions& options = {}) {
+    ts::VbiReader reader(options, &findings);
+    std::vector<ts::VbiMoment> moments;
+    const auto drain = [&] {
+        while (const ts::VbiMoment* const moment = reader.next()) {
+            moments.push_back(*moment);
+        }
+    };
+    for (std::size_t place = 0; place < stream.size(); place += piece) {
+        reader.push(std::span(stream).subspan(place, std::min(piece, stream.size() - place)));
+        drain();
+    }
+    reader.finish();
+    drain();
+    return moments;
+}
+
+/// Packets of the stream for which this is true.
+template <class Keeps>
+StreamBytes packetsOf(const StreamBytes& stream, const Keeps& keeps) {
+    StreamBytes kept;
+    for (std::size_t place = 0; place < stream.size(); place += 188) {
+        const auto bytes = std::span(stream).subspan(place, 188);
+        if (keeps(*ts::parsePacket(bytes), place)) {
+            kept.insert(kept.end(), bytes.begin(), bytes.end());
+        }
+    }
+    return kept;
+}
+
+TEST(TransportTeletext, IsFoundWithoutAnyMap) {
+    for (const std::size_t frames : {20U, 150U}) {
+        const WrittenTeletext written = writtenTeletext(frames);
+        // No tables at all, and tables from the middle on.
+        for (const std::size_t tablesFrom : {written.bytes.size(), written.bytes.size() / 2}) {
+            const StreamBytes stream = packetsOf(written.bytes, [&](const ts::PacketView& packet, std::size_t place) {
+                return (packet.pid != 0 && packet.pid != 0x100) || place >= tablesFrom;
+            });
+            for (const std::size_t piece : {std::size_t{188}, std::size_t{5000}, stream.size()}) {
+                Findings findings;
+                const auto moments = momentsRead(stream, findings, piece);
+                ASSERT_EQ(moments.size(), frames);
+                for (std::size_t index = 0; index < frames; ++index) {
+                    EXPECT_EQ(moments[index].time90k, written.frames[index].pts->value);
+                    EXPECT_EQ(moments[index].vbi.teletext, written.frames[index].teletext);
+                }
+                // A map that comes soon says so much as one at the beginning.
+                const bool isTold = tablesFrom == written.bytes.size() || frames / 2 > 64;
+                ASSERT_EQ(findings.size(), isTold ? 1U : 0U);
+                if (isTold) {
+                    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsMapMissing, qlx::Severity::Warning,
+                                                         moments[0].offset, 0x101, 0}));
+                }
+            }
+        }
+    }
+    // What was found before the map came is not what it names: it is not given.
+    ts::Pmt map{.header = {.extension = 1}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
+    map.streams = {{ts::kPrivatePesType, 0x201, {}}, {ts::kPrivatePesType, 0x202, {ts::teletextDescriptor({})}}};
+    const std::vector<std::uint16_t> pids{0x201, 0x202};
+    std::size_t maps = 0;
+    const StreamBytes late =
+        packetsOf(mappedStream(std::vector<ts::Pmt>{map, map}, pids),
+                  [&](const ts::PacketView& packet, std::size_t) { return packet.pid != 0x100 || ++maps == 2; });
+    Findings findings;
+    const auto moments = momentsRead(late, findings, 188);
+    ASSERT_EQ(moments.size(), 1U);
+    EXPECT_EQ(moments[0].pid, 0x202);
+    EXPECT_TRUE(findings.empty());
+}
+
+TEST(TransportTeletext, HasTheTimesOfTheClockWhereItHasNoneOfItsOwn) {
+    const WrittenTeletext written = writtenTeletext(100);
+    StreamBytes stream = written.bytes;
+    std::optional<std::uint64_t> first;
+    for (std::size_t place = 0; place < stream.size(); place += 188) {
+        const auto packet = ts::parsePacket(std::span(stream).subspan(place));
+        if (packet->pid == 0x101 && packet->startsUnit) {
+            stream[place + 4 + 7] &= 0x3FU;
+            first = first.value_or(place);
+        }
+    }
+    Findings findings;
+    const auto moments = momentsRead(stream, findings, 188);
+    ASSERT_EQ(moments.size(), written.frames.size());
+    for (std::size_t index = 0; index < moments.size(); ++index) {
+        EXPECT_EQ(moments[index].vbi.teletext, written.frames[index].teletext);
+        // The clock is where the packet stands: 200 ms in front of its time, as it is written, or a little nearer.
+        const std::int64_t ahead = written.frames[index].pts->value - moments[index].time90k;
+        EXPECT_GE(ahead, 90 * 90);
+        EXPECT_LE(ahead, 310 * 90);
+        EXPECT_TRUE(index == 0 || moments[index].time90k >= moments[index - 1].time90k);
+    }
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0],
+              (qlx::Finding{FindingCode::TsTimeOfClock, qlx::Severity::Warning, first.value_or(0), 0x101, 0}));
+}
+
+TEST(ClockByPlace, CountsBytesBetweenReferences) {
+    ts::ClockByPlace clock;
+    EXPECT_FALSE(clock.at(0));
+    ts::PacketView packet;
+    packet.offset = 1000;
+    clock.receive(packet);
+    EXPECT_FALSE(clock.at(0)) << "no reference in it";
+    packet.pcr = ts::kPcrWrap - 27'000;
+    clock.receive(packet);
+    // A millisecond in front of its end; the rate is not known.
+    EXPECT_EQ(clock.at(5000), ts::kTimeBits - 90);
+    packet.offset = 3000;
+    packet.pcr = 27'000;
+    clock.receive(packet);
+    EXPECT_EQ(clock.at(3000), 90U);
+    EXPECT_EQ(clock.at(4000), 180U);
+    EXPECT_EQ(clock.at(1000), ts::kTimeBits - 90);
+    EXPECT_EQ(clock.at(3'000'000'000), 90'090U) << "a second at most";
+    packet.offset = 4000;
+    packet.pcr = 54'000;
+    packet.isDiscontinuous = true;
+    clock.receive(packet);
+    EXPECT_EQ(clock.at(8000), 180U) << "what is in front of a jump says nothing of the rate";
+}
+
+TEST(TransportTeletext, CountsPacketsThatCannotBeUsed) {
+    const WrittenTeletext written = writtenTeletext(60);
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place < written.bytes.size(); place += 188) {
+        if (ts::parsePacket(std::span(written.bytes).subspan(place))->pid == 0x101) {
+            places.push_back(place);
+        }
+    }
+    StreamBytes stream = written.bytes;
+    for (const std::size_t place : places) {
+        stream[place + 3] |= 0x80U;
+    }
+    Findings findings;
+    EXPECT_TRUE(momentsRead(stream, findings, 4096).empty());
+    ASSERT_EQ(findings.size(), 2U);
+    const std::uint64_t first = places[0];
+    const auto more = static_cast<std::int64_t>(places.size() - 1);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsPacketScrambled, qlx::Severity::Error, first, 0x101, 0}));
+    EXPECT_EQ(findings[1], (qlx::Finding{FindingCode::TsMorePacketsLeftOut, qlx::Severity::Error, first, 0x101, more}));
+    EXPECT_EQ(findings[0].text(), "PID 0x0101: a scrambled packet, left out");
+    // Each run by itself, of whatever kind; one alone is no run.
+    stream = written.bytes;
+    stream[places[10] + 3] |= 0x80U;
+    stream[places[11] + 1] |= 0x80U;
+    stream[places[20] + 1] |= 0x80U;
+    findings.clear();
+    (void)momentsRead(stream, findings, 4096);
+    std::vector<FindingCode> told;
+    for (const qlx::Finding& finding : findings) {
+        if (finding.code != FindingCode::TsPesCut) {
+            told.push_back(finding.code);
+        }
+    }
+    EXPECT_EQ(told, (std::vector<FindingCode>{FindingCode::TsPacketScrambled, FindingCode::TsMorePacketsLeftOut,
+                                              FindingCode::TsPacketDamaged}));
+    // PES packets that are scrambled inside are counted like packets.
+    stream = written.bytes;
+    std::int64_t inside = 0;
+    for (const std::size_t place : places) {
+        if (ts::parsePacket(std::span(stream).subspan(place))->startsUnit) {
+            stream[place + 4 + 6] |= 0x20U;
+            ++inside;
+        }
+    }
+    findings.clear();
+    EXPECT_TRUE(momentsRead(stream, findings, 4096).empty());
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[1],
+              (qlx::Finding{FindingCode::TsMorePacketsLeftOut, qlx::Severity::Error, first, 0x101, inside - 1}));
+}
+
+TEST(TransportTeletext, NamesTheLinesThatItDoesNotRead) {
+    const auto textOf = [](std::int64_t unit) {
+        return qlx::Finding{FindingCode::TsDataUnitUnused, qlx::Severity::Remark, 0, unit, 0x1ABC}.text();
+    };
+    EXPECT_EQ(textOf(0xC0), "PID 0x1abc: lines of teletext with an inverted framing code (data units c0) are not read");
+    EXPECT_EQ(textOf(0xC3), "PID 0x1abc: lines of the video programming system (VPS, data units c3) are not read");
+    EXPECT_EQ(textOf(0xC4), "PID 0x1abc: lines of widescreen signalling (WSS, data units c4) are not read");
+    EXPECT_EQ(textOf(0xC6), "PID 0x1abc: samples of lines (data units c6) are not read");
+    EXPECT_EQ(textOf(0x05), "PID 0x1abc: data units 05 are not read");
 }
 
 /// A gap between frames is filled as one frame after the other would fill it, and does not grow in memory.

@@ -58,7 +58,7 @@ TEST(TransportPlay, RefusesWhatDoesNotGoTogether) {
         {{"play", cues, "--mode", "cea608", "--rate", "25", "-o", stream},
          "--to-format ts is for --mode teletext only"},
         {{"play", cues, "--mode", "teletext", "--rate", "25", "-o", stream, "--pid", "256"},
-         "--to-format ts: PID 100 is reserved, or is there twice"},
+         "--to-format ts: PID 0x0100 is reserved, or is there twice"},
         {{"play", cues, "--mode", "teletext", "--rate", "25", "-o", folder.path("a.klv"), "--bitrate", "200000"},
          "--bitrate is for the format ts only"},
         {{"play", cues, "--mode", "teletext", "--rate", "25", "-o", stream, "--as-deployed"},

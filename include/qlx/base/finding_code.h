@@ -554,6 +554,9 @@ enum class FindingCode : std::uint32_t {
     TsPidWrong,                 ///< PID that is reserved, or is there twice.
     TsFrameRateWrong,           ///< Frames a second; transport streams with teletext have 25 or 50.
     TsBitrateTooLow,            ///< Bits a second, ticks of 90 kHz that a packet is late.
+    TsTimeOfClock,              ///< PID; the time is that of the program's clock where the data stand.
+    TsMorePacketsLeftOut,       ///< PID, packets that are damaged or scrambled behind one that has been told.
+    TsMapMissing,               ///< PID; found by its data, where there is no program's map.
 
     // streams: splice information in transport streams (ANSI/SCTE 35); the offset is where the packet stands
     SpliceNotRegistered = 0x1F'0341,  ///< program_number; it has such a stream, and no registration descriptor CUEI.

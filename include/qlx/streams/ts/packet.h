@@ -168,6 +168,51 @@ private:
     bool _isBroken = false;
 };
 
+/// Tells of packets of one PID that cannot be used: of the first of a run at once, of the others by their number.
+class UnusablePackets {
+public:
+    /// Takes one.
+    /// @param offset Where it stands.
+    /// @param code TsPacketScrambled or TsPacketDamaged, an Error, of the first one.
+    QLX_STREAMS_EXPORT void add(std::uint64_t offset, std::uint16_t pid, FindingCode code, FindingSink* findings);
+
+    /// One that can be used has come, or the end: says how many there were behind the first (TsMorePacketsLeftOut).
+    void end(FindingSink* findings) {
+        if (_isInside) {
+            tell(findings);
+        }
+    }
+
+private:
+    QLX_STREAMS_EXPORT void tell(FindingSink* findings);
+
+    std::uint64_t _more = 0;    ///< Behind the first one.
+    std::uint64_t _offset = 0;  ///< Of the first one.
+    std::uint16_t _pid = 0;
+    bool _isInside = false;
+};
+
+/// The program clock at any place of a stream: that of the last reference, and the time that the bytes from there take at
+/// the rate between the last two (ISO/IEC 13818-1, clause 2.4.2.2).
+class ClockByPlace {
+public:
+    /// Takes the next packet of the PID that has the references. One without a reference changes nothing.
+    QLX_STREAMS_EXPORT void receive(const PacketView& packet) noexcept;
+
+    /// The clock in 90 kHz, modulo 2^33, at a byte of the stream; none before the first reference. What is farther than a
+    /// second from the last reference has the time that is a second from it.
+    [[nodiscard]] QLX_STREAMS_EXPORT std::optional<std::uint64_t> at(std::uint64_t offset) const noexcept;
+
+    /// Forgets all references.
+    void reset() noexcept { *this = {}; }
+
+private:
+    std::optional<std::uint64_t> _pcr;  ///< The last one, in 27 MHz.
+    std::uint64_t _offset = 0;          ///< Of its packet.
+    std::uint64_t _ticks = 0;           ///< From the one before it.
+    std::uint64_t _bytes = 0;           ///< The same; 0 where the rate is not known.
+};
+
 /// Makes times of a stream that begin anew every 2^33 ticks (26.5 hours) continuous: each is the one nearest to the one
 /// before it.
 class ContinuousTime {

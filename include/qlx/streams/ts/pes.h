@@ -73,7 +73,8 @@ struct PesReaderOptions {
 /// Puts PES packets together from the packets of one PID. One whose length is said is given as soon as it is whole, others
 /// when the next one begins. It holds one of them.
 ///
-/// Findings: TsContinuityLost, TsPesCut, TsPesTooLong, TsPesWrong, TsPacketScrambled and TsPacketDamaged.
+/// Findings: TsContinuityLost, TsPesCut, TsPesTooLong, TsPesWrong; TsPacketScrambled and TsPacketDamaged for the
+/// first of a run of such packets, TsMorePacketsLeftOut for the others.
 class PesReader {
 public:
     /// @param options How.
@@ -104,6 +105,7 @@ private:
     PesReaderOptions _options;
     FindingSink* _findings;
     ContinuityCheck _continuity;
+    UnusablePackets _unusable;
     std::optional<std::uint16_t> _pid;
     std::vector<std::uint8_t> _bytes;  ///< Of the one that has begun.
     std::uint64_t _offset = 0;         ///< Of it.

@@ -56,7 +56,8 @@ struct SectionView {
 /// section and one packet.
 ///
 /// Findings: TsContinuityLost, TsSectionCut (what is left out), TsSectionCrcWrong (the section is given all the same),
-/// TsSectionTooLong, TsSectionWrong (a pointer that leads out of its packet), TsPacketScrambled and TsPacketDamaged.
+/// TsSectionTooLong, TsSectionWrong (a pointer that leads out of its packet); TsPacketScrambled and TsPacketDamaged
+/// for the first of a run of such packets, TsMorePacketsLeftOut for the others.
 class SectionReader {
 public:
     /// @param crc Which sections have a CRC-32.
@@ -86,6 +87,7 @@ private:
     SectionCrc _crc;
     FindingSink* _findings;
     ContinuityCheck _continuity;
+    UnusablePackets _unusable;
     std::optional<std::uint16_t> _pid;
     std::array<std::uint8_t, kPacketBytes> _packet{};  ///< Payload of the last packet.
     std::size_t _place = 0;                            ///< In it, what is read next.

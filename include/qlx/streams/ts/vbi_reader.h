@@ -20,6 +20,7 @@
 
 #include <bitset>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <span>
@@ -30,7 +31,7 @@ namespace qlx::streams::ts {
 /// Which stream is read.
 struct VbiReaderOptions {
     /// The PID; none for the first one that a program's map says to hold teletext or VBI data, or else, where no map has a
-    /// descriptor of it, for the first one of private PES packets that hold such data.
+    /// descriptor of it, or there is no map, for the first one of private PES packets that hold such data.
     std::optional<std::uint16_t> pid{};
     ReadLimits limits{};  ///< Of the stream; the items are moments.
 };
@@ -43,13 +44,17 @@ struct VbiMoment {
     VbiPacket vbi;             ///< Its lines.
 };
 
-/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at.
+/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at, and before the
+/// first map 64 PES packets of one that was found by its data: a map that comes decides whether they are given.
+///
+/// PES packets without a time have that of the program's clock where they begin.
 ///
 /// Findings: those of PacketReader, of ProgramMap, of PesReader for the stream that is read, and of readVbi();
-/// TsPacketScrambled for PES packets too, which are left out; TsTimeMissing (what comes before the first time is left out),
-/// TsTimeJumped where a time is before the one in front of it, TsDataUnitUnused once for each data_unit_id that is not read,
-/// TsTeletextLeftOut (a Remark) once for each other PID that is said to hold teletext, LimitOfBytesReached or
-/// LimitOfItemsReached.
+/// TsPacketScrambled and TsMorePacketsLeftOut for PES packets too, which are left out; once TsTimeOfClock or, without a
+/// clock, TsTimeMissing (what comes before the first time is left out), TsTimeJumped where a time is before the one in front
+/// of it, TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for each other PID
+/// that is said to hold teletext, TsMapMissing for a stream that is found where there is no map,
+/// LimitOfBytesReached or LimitOfItemsReached.
 class VbiReader {
 public:
     /// @param options Which stream.
@@ -66,7 +71,7 @@ public:
     [[nodiscard]] QLX_STREAMS_EXPORT const VbiMoment* next();
 
     /// The PID that is read; none before it is known.
-    [[nodiscard]] std::optional<std::uint16_t> pid() const noexcept { return _pid; }
+    [[nodiscard]] std::optional<std::uint16_t> pid() const noexcept { return _isGuessed ? std::nullopt : _pid; }
 
     /// The pages that the map names for it.
     [[nodiscard]] QLX_STREAMS_EXPORT std::vector<TeletextPage> pages() const;
@@ -88,8 +93,14 @@ private:
     };
 
     const VbiMoment* nextMoment();
+    bool advance();
     void chooseStreams();
     void choose(std::uint16_t pid);
+    void drop();
+    void trustGuess();
+    void collect(const PacketView& packet);
+    void takeClock(const PacketView& packet);
+    [[nodiscard]] bool takeTime(const PesView& pes);
     bool take(const PesView& pes);
     bool takeOf(std::uint16_t pid, PesReader& reader);
     void tellOthers(const PesView& pes);
@@ -105,8 +116,13 @@ private:
     std::bitset<kGreatestPid + 1U> _leftOut;  ///< PIDs that have been told.
     std::vector<Candidate> _candidates;       ///< As long as it is not known.
     ContinuousTime _time;
+    ClockByPlace _clock;
+    std::optional<std::uint16_t> _clockPid;
+    UnusablePackets _scrambled;  ///< PES packets.
     VbiMoment _moment;
-    std::bitset<256> _told;  ///< Units that are not read.
+    std::deque<VbiMoment> _held;  ///< Read already.
+    std::bitset<256> _told;       ///< Units that are not read.
+    bool _isGuessed = false;      ///< The PID was found by its data, and a map may still come.
     bool _isTimeTold = false;
     bool _isEndTold = false;
 };
