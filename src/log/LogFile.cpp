@@ -60,7 +60,8 @@ Appender::~Appender() {
     } catch (...) {  // NOLINT(bugprone-empty-catch): without memory there is no further attempt.
     }
     for (const auto& [path, failure] : _failures) {
-        for (std::size_t text = 0; text < failure.sizes.size() + (failure.torn != 0 ? 1 : 0); ++text) {
+        // A torn line is not lost: what is missing of it is the first thing that anybody writes there.
+        for (std::size_t text = 0; text < failure.sizes.size(); ++text) {
             loseLine(path);
         }
         endOutage(path);

@@ -337,6 +337,7 @@ TEST(LogAppender, EndsItsOutagesWithItself) {
 }
 
 TEST(LogAppender, WritesTheRestOfALineFirstThatAnotherLogHasTorn) {
+    const std::uint64_t lost = qlx::log::status().linesLost;
     NarrowFiles files;
     const qlx::ScopedService<qlx::LogFiles> scope(files);
     qlx::log::Appender other;
@@ -354,6 +355,7 @@ TEST(LogAppender, WritesTheRestOfALineFirstThatAnotherLogHasTorn) {
     EXPECT_EQ(other.append("/shared", "ij"), qlx::log::AppendResult::Written);
     EXPECT_EQ(files.written, "abcdefghij");
     EXPECT_FALSE(other.hasWaiting());
+    EXPECT_EQ(qlx::log::status().linesLost, lost);
 }
 
 TEST(LogAppender, TriesOnceMoreWhenItGoes) {
