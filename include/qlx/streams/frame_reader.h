@@ -46,7 +46,8 @@ struct Place {
            code == FindingCode::ContainerRestLost;
 }
 
-/// Reads the frames of a file one after the other.
+/// Reads the frames of a file one after the other, no further than it is asked to: who has room or time for so many frames
+/// asks for no more, and a ByteSource of the host ends the bytes where it likes.
 class FrameReader {
 public:
     FrameReader() = default;
