@@ -35,7 +35,31 @@ SectionCase header() {
              {"scte35.cw_index", "0x07"},
              {"scte35.tier", "291"},
              {"scte35.splice_command_type", "0x00"},
-             {"scte35.splice_command_length", "0"}}};
+             {"scte35.splice_command_length", "0"},
+             {"scte35.tid", "0xfc"},
+             {"scte35.syntax_indicator", "0"},
+             {"scte35.private", "0"},
+             {"scte35.reserved", "0x0003"},
+             {"scte35.len", "17"},
+             {"scte35.encrypted_packet", "0"},
+             {"scte35.encryption_algorithm", "0"},
+             {"scte35.desc_len", "0"}}};
+}
+
+/// Bits that are other than they should be are written as they were read.
+SectionCase headerOfOthers() {
+    SpliceInfoSection section;
+    section.sectionSyntaxIndicator = true;
+    section.privateIndicator = true;
+    section.sapType = 1;
+    section.encryptionAlgorithm = 0x2A;
+    section.command = BandwidthReservation{};
+    return {section,
+            {{"scte35.splice_command_type", "0x07"},
+             {"scte35.syntax_indicator", "1"},
+             {"scte35.private", "1"},
+             {"scte35.reserved", "0x0001"},
+             {"scte35.encryption_algorithm", "42"}}};
 }
 
 SectionCase insertOfProgram() {
@@ -63,7 +87,28 @@ SectionCase insertOfProgram() {
              {"scte35_si.break.duration", "0x00000000002932e0"},
              {"scte35_si.upid", "0x0506"},
              {"scte35_si.avail", "1"},
-             {"scte35_si.avails_expected", "2"}}};
+             {"scte35_si.avails_expected", "2"},
+             {"scte35_si.reserved0", "127"},
+             {"scte35_si.reserved1", "15"},
+             {"scte35_si.splice_time.reserved", "63"},
+             {"scte35_si.break.reserved", "63"}}};
+}
+
+SectionCase insertAtOnce() {
+    SpliceInsert insert;
+    insert.eventId = 4;
+    insert.immediate = true;
+    insert.programSplice = false;
+    insert.components = {{0x10, {}}, {0x20, {}}};
+    insert.uniqueProgramId = 0x0102;
+    SpliceInfoSection section;
+    section.command = insert;
+    return {section,
+            {{"scte35_si.event_id", "0x00000004"},
+             {"scte35_si.splice_immediate", "1"},
+             {"scte35_si.component.tag", "0x10:0x20"},
+             {"scte35_si.component.pts", ""},
+             {"scte35_si.upid", "0x0102"}}};
 }
 
 SectionCase insertOfComponents() {
@@ -78,6 +123,8 @@ SectionCase insertOfComponents() {
              {"scte35_si.psf", "0"},
              {"scte35_si.component_count", "2"},
              {"scte35_si.component.tag", "0x10:0x20"},
+             {"scte35_si.component.time_specified", "1:1"},
+             {"scte35_si.component.reserved", "63:63"},
              {"scte35_si.component.pts", "0x00000001ffffffff:0x0000000000000055"}}};
 }
 
@@ -117,7 +164,30 @@ SectionCase schedule() {
              {prefix + "splice.break_duration.duration", "90000"},
              {prefix + "splice.unique_program_id", "0x0006"},
              {prefix + "splice.avail_num", "7"},
-             {prefix + "splice.avails_expected", "8"}}};
+             {prefix + "splice.avails_expected", "8"},
+             {prefix + "splice.duration_flag", "1"},
+             {prefix + "splice.reserved0", "0x7f:0x7f"},
+             {prefix + "splice.reserved1", "0x1f"},
+             {prefix + "splice.break_duration.reserved", "0x3f"}}};
+}
+
+SectionCase scheduleOfComponents() {
+    ScheduledSplice event;
+    event.eventId = 5;
+    event.programSplice = false;
+    event.components = {{0x10, 0x4D3C2B1A}, {0x20, 0xFFFFFFFF}};
+    event.uniqueProgramId = 6;
+    SpliceInfoSection section;
+    section.command = SpliceSchedule{{event}};
+    const std::string prefix = "scte35_splice_schedule.splice.";
+    return {section,
+            {{"scte35.splice_command_type", "0x04"},
+             {prefix + "program_splice_flag", "0"},
+             {prefix + "component_count", "2"},
+             {prefix + "component.tag", "0x10:0x20"},
+             {prefix + "component.utc_splice_time", "1295788826:4294967295"},
+             {prefix + "utc_splice_time", ""},
+             {prefix + "unique_program_id", "0x0006"}}};
 }
 
 SectionCase timeSignal() {
@@ -126,6 +196,7 @@ SectionCase timeSignal() {
     return {section,
             {{"scte35.splice_command_type", "0x06"},
              {"scte35_time.splice.time_specified", "1"},
+             {"scte35_time.splice.reserved", "0x3f"},
              {"scte35_time.splice.pts", "8589934590"}}};
 }
 
@@ -149,6 +220,7 @@ SectionCase availAndDtmf() {
              {"scte35.splice_descriptor.provider_avail_id", "0x00000135"},
              {"scte35.splice_descriptor.preroll", "50"},
              {"scte35.splice_descriptor.dtmf_count", "4"},
+             {"scte35.splice_descriptor.dtmf_reserved", "0x1f"},
              {"scte35.splice_descriptor.dtmf", "12*#"}}};
 }
 
@@ -168,6 +240,7 @@ SectionCase segmentation() {
     return {section,
             {{prefix + "event_id", "0x4800008e"},
              {prefix + "cancel_indicator", "0"},
+             {prefix + "reserved0", "0x7f"},
              {prefix + "psf", "1"},
              {prefix + "sdf", "1"},
              {prefix + "dnr", "0"},
@@ -197,17 +270,36 @@ SectionCase segmentationOfComponents() {
             {{prefix + "psf", "0"},
              {prefix + "dnr", "1"},
              {prefix + "component_count", "2"},
+             {prefix + "reserved1", "0x1f"},
              {prefix + "component.tag", "0x10:0x20"},
+             {prefix + "component.reserved", "0x7f:0x7f"},
              {prefix + "component.pts_offset", "5:8589934591"},
              {prefix + "segmentation_type_id", "0x10"}}};
 }
 
+SectionCase segmentationCancelled() {
+    SegmentationDescriptor descriptor;
+    descriptor.eventId = 9;
+    descriptor.cancel = true;
+    SpliceInfoSection section;
+    section.command = TimeSignal{};
+    section.descriptors = {{descriptor, {}}};
+    const std::string prefix = "scte35.splice_descriptor.";
+    return {section,
+            {{"scte35_time.splice.time_specified", "0"},
+             {prefix + "event_id", "0x00000009"},
+             {prefix + "cancel_indicator", "1"},
+             {prefix + "upid_type", ""}}};
+}
+
 TEST_F(SectionDecoder, ReadsEveryKindThatTheCoreWrites) {
     const std::vector<SectionCase> cases{
-        header(),     insertOfProgram(), insertOfComponents(), insertCancelled(), schedule(),
-        timeSignal(), privateCommand(),  availAndDtmf(),       segmentation(),    segmentationOfComponents()};
+        header(),          headerOfOthers(), insertOfProgram(),          insertAtOnce(),         insertOfComponents(),
+        insertCancelled(), schedule(),       scheduleOfComponents(),     timeSignal(),           privateCommand(),
+        availAndDtmf(),    segmentation(),   segmentationOfComponents(), segmentationCancelled()};
     std::vector<Bytes> sections;
-    std::set<std::string> fields;
+    const std::string crc = "scte35.crc";
+    std::set<std::string> fields{crc};
     for (const SectionCase& one : cases) {
         const auto section = writeSpliceInfoSection(one.section);
         ASSERT_TRUE(section);
@@ -225,7 +317,37 @@ TEST_F(SectionDecoder, ReadsEveryKindThatTheCoreWrites) {
             const auto column = static_cast<std::size_t>(std::distance(fields.begin(), fields.find(name)));
             EXPECT_EQ(packets[index + 2].at(column), text) << name;
         }
+        const Bytes& section = sections[index];
+        const auto column = static_cast<std::size_t>(std::distance(fields.begin(), fields.find(crc)));
+        std::uint64_t number = 0;
+        for (auto byte = section.end() - 4; byte != section.end(); ++byte) {
+            number = number << 8U | *byte;
+        }
+        EXPECT_EQ(packets[index + 2].at(column), qlxtest::hexNumber(number, 8)) << index;
     }
+}
+
+TEST(SectionCopier, DropsTheOneWithAWrongCrc) {
+    if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "ffmpeg is not installed: nothing was read";
+    }
+    std::vector<Bytes> sections;
+    for (const SectionCase& one : {insertOfProgram(), schedule(), availAndDtmf(), segmentation()}) {
+        const auto section = writeSpliceInfoSection(one.section);
+        ASSERT_TRUE(section);
+        sections.emplace_back(section->begin(), section->end());
+    }
+    sections[1].back() ^= 1U;
+    const qlxtest::TemporaryFolder folder;
+    const std::string command = "ffmpeg -nostdin -v error -i '" + folder.write("a.ts", streamOf(sections)) +
+                                "' -map 0:d -c copy -f data '" + folder.path("a.data") + "' 2>'" + folder.path("err") +
+                                "'";
+    ASSERT_EQ(std::system(command.c_str()), 0) << folder.read("err");
+    std::string expected;
+    for (const std::size_t index : {0U, 2U, 3U}) {
+        expected.append(sections[index].begin(), sections[index].end());
+    }
+    EXPECT_EQ(folder.read("a.data"), expected);
 }
 
 }  // namespace
