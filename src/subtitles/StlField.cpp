@@ -18,8 +18,8 @@ constexpr char32_t kUnknown = U'\uFFFD';
 /// Makes the rows.
 class FieldReader {
 public:
-    FieldReader(StlTable table, Alignment alignment, std::vector<Row>& rows, StlFieldNotes& notes)
-        : _table(table), _alignment(alignment), _rows(rows), _first(rows.size()), _notes(notes) {}
+    FieldReader(const StlFieldForm& form, std::vector<Row>& rows, StlFieldNotes& notes)
+        : _form(form), _rows(rows), _first(rows.size()), _notes(notes) {}
 
     void read(std::span<const std::uint8_t> text) {
         for (const std::uint8_t byte : text) {
@@ -86,13 +86,13 @@ private:
     }
 
     void takeCharacter(std::uint8_t byte) {
-        char32_t character = stlCharacter(_table, byte);
+        char32_t character = stlCharacter(_form.table, byte);
         if (character == 0) {
             _notes.firstUnknown = _notes.unknown++ == 0 ? byte : _notes.firstUnknown;
             character = kUnknown;
         }
         const char32_t mark = std::exchange(_mark, U'\0');
-        if (_table == StlTable::Latin && byte >= kFirstStlMark && byte <= kLastStlMark) {
+        if (_form.table == StlTable::Latin && byte >= kFirstStlMark && byte <= kLastStlMark) {
             if (mark != 0) {
                 putMarked(U' ', mark);
             }
@@ -136,7 +136,7 @@ private:
         endMark();
         if (!_hasText) {
             _row.runs.clear();
-        } else if (_alignment != Alignment::Unchanged) {
+        } else if (_form.alignment != Alignment::Unchanged) {
             trim();
         }
         if (!_row.runs.empty()) {
@@ -152,7 +152,14 @@ private:
         _cellStyles.clear();
         _hasText = false;
         _isDouble = false;
-        _style = {};
+        endStyle();
+    }
+
+    /// Attributes of teletext end with the row; italics and underlines of open subtitling are there up to their own end.
+    void endStyle() {
+        const Style style = std::exchange(_style, {});
+        _style.isItalic = _form.isOpen && style.isItalic;
+        _style.isUnderlined = _form.isOpen && style.isUnderlined;
     }
 
     /// A row of text stands where the line ends in front of it say.
@@ -160,13 +167,13 @@ private:
         const std::size_t between = _rows.size() == _first ? 0 : _gap / (_wasDouble ? 2 : 1);
         for (std::size_t index = 0; index < between; ++index) {
             Row row;
-            row.alignment = _alignment;
+            row.alignment = _form.alignment;
             row.number = _next - _gap + index * (_wasDouble ? 2 : 1);
             _rows.push_back(std::move(row));
         }
         _gap = 0;
         _row.number = _next;
-        _row.alignment = _alignment;
+        _row.alignment = _form.alignment;
         _rows.push_back(std::move(_row));
         _next += _isDouble ? 2 : 1;
         _isHalf = _isDouble;
@@ -186,8 +193,7 @@ private:
         runs.back().text.resize(runs.back().text.find_last_not_of(' ') + 1);
     }
 
-    StlTable _table;
-    Alignment _alignment;
+    StlFieldForm _form;
     std::vector<Row>& _rows;
     std::size_t _first;  ///< Of this text.
     StlFieldNotes& _notes;
@@ -205,9 +211,9 @@ private:
 
 }  // namespace
 
-void appendStlRows(std::span<const std::uint8_t> text, StlTable table, Alignment alignment, std::vector<Row>& rows,
+void appendStlRows(std::span<const std::uint8_t> text, const StlFieldForm& form, std::vector<Row>& rows,
                    StlFieldNotes& notes) {
-    FieldReader(table, alignment, rows, notes).read(text);
+    FieldReader(form, rows, notes).read(text);
 }
 
 }  // namespace qlx::subtitles

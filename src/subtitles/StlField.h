@@ -45,9 +45,16 @@ struct StlFieldNotes {
     std::int64_t unknown = 0;       ///< How many there are.
 };
 
+/// How a text is to be read.
+struct StlFieldForm {
+    StlTable table = StlTable::Latin;
+    Alignment alignment = Alignment::Center;
+    bool isOpen = false;  ///< Open subtitling: italics and underlines go on in the next row.
+};
+
 /// Appends the rows of a text. Row::number is the distance from the first row of the text, from 1 on; rows without text
 /// stand only between others.
-void appendStlRows(std::span<const std::uint8_t> text, StlTable table, Alignment alignment, std::vector<Row>& rows,
+void appendStlRows(std::span<const std::uint8_t> text, const StlFieldForm& form, std::vector<Row>& rows,
                    StlFieldNotes& notes);
 
 }  // namespace qlx::subtitles

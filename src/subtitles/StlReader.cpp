@@ -193,7 +193,11 @@ Cue StlReader::cueOf(const Joined& joined) {
     }
     const bool isKnown = first.justification <= Alignment::Right;
     StlFieldNotes notes;
-    appendStlRows(joined.text, static_cast<StlTable>(_table), isKnown ? first.justification : Alignment::Center,
+    const bool isOpen = _file.gsi.displayStandard.text() == "0";
+    appendStlRows(joined.text,
+                  {.table = static_cast<StlTable>(_table),
+                   .alignment = isKnown ? first.justification : Alignment::Center,
+                   .isOpen = isOpen},
                   cue.rows, notes);
     if (notes.passed > 0) {
         say(StlCodesPassed, Severity::Remark, joined.offset + kTextOffset, notes.firstPassed, notes.passed);
@@ -203,7 +207,7 @@ Cue StlReader::cueOf(const Joined& joined) {
     }
     std::int64_t offScreen = 0;
     // Open subtitling begins with 0 or 1.
-    const bool isAbove = first.verticalPosition == 0 && _file.gsi.displayStandard.text() == "0";
+    const bool isAbove = first.verticalPosition == 0 && isOpen;
     const std::uint8_t top = isAbove ? std::uint8_t{1} : first.verticalPosition;
     for (Row& row : cue.rows) {
         const std::uint64_t number = std::uint64_t{top} + row.number - 1;

@@ -360,6 +360,22 @@ TEST(StlReader, ReadsLooksOfRows) {
         EXPECT_EQ(qlxtest::rowsInWords(result.cues.front()), each.expected);
         EXPECT_EQ(result.codes(), each.findings) << each.expected;
     }
+    // In open subtitling they end with their own codes, colours with the row all the same.
+    for (const auto& [standard, expected] :
+         {std::pair("0", "{i}a{iu} {iu#30}b|{iu}c{u}d|{u}e{}f|g"), std::pair("1", "{i}a{iu} {iu#30}b|cd|ef|g")}) {
+        const CuesRead result = read({{.text = "\x80"
+                                               "a\x82"
+                                               "\x01"
+                                               "b\x8A"
+                                               "c\x81"
+                                               "d\x8A"
+                                               "e\x83"
+                                               "f\x8A"
+                                               "g"}},
+                                     {.standard = standard});
+        ASSERT_EQ(result.cues.size(), 1U);
+        EXPECT_EQ(qlxtest::rowsInWords(result.cues.front()), expected);
+    }
     const CuesRead sides = read({{.text = "a", .justification = 0},
                                  {.text = "a", .justification = 1},
                                  {.text = "a", .justification = 2},
