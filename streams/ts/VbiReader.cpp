@@ -225,10 +225,11 @@ const VbiMoment* VbiReader::nextMoment() {
             return &_moment;
         }
         if (!advance()) {
-            if (!_isGuessed || !_packets.isAtEnd()) {
+            if (_isGuessed && _packets.isAtEnd()) {
+                trustGuess();
+            } else if (_isGuessed || _held.empty()) {
                 return nullptr;
             }
-            trustGuess();
         } else if (!_isGuessed && _held.empty()) {
             return &_moment;
         } else {

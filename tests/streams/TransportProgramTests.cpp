@@ -268,6 +268,19 @@ TEST(TransportTeletext, IsFoundWithoutAnyMap) {
             }
         }
     }
+    // A map at the very end.
+    const WrittenTeletext written = writtenTeletext(20);
+    std::size_t lastTeletext = 0;
+    (void)packetsOf(written.bytes, [&](const ts::PacketView& packet, std::size_t place) {
+        lastTeletext = packet.pid == 0x101 ? place : lastTeletext;
+        return false;
+    });
+    const StreamBytes behind = packetsOf(written.bytes, [&](const ts::PacketView& packet, std::size_t place) {
+        return (packet.pid != 0 && packet.pid != 0x100) || place > lastTeletext;
+    });
+    Findings none;
+    EXPECT_EQ(momentsRead(behind, none, behind.size()).size(), 20U);
+    EXPECT_TRUE(none.empty());
     // What was found before the map came is not what it names: it is not given.
     ts::Pmt map{.header = {.extension = 1}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
     map.streams = {{ts::kPrivatePesType, 0x201, {}}, {ts::kPrivatePesType, 0x202, {ts::teletextDescriptor({})}}};
