@@ -49,6 +49,10 @@ std::optional<Finding> checkTransport(const TransportWriterOptions& options) {
         return Finding{FindingCode::TsFrameRateWrong, Severity::Error, 0,
                        static_cast<std::int64_t>(nominalFramesPerSecond(options.rate)), 0};
     }
+    if (options.pages.size() > ts::kMostDescribedPages) {
+        return Finding{FindingCode::TsTooManyPages, Severity::Error, 0, static_cast<std::int64_t>(options.pages.size()),
+                       std::int64_t{ts::kMostDescribedPages}};
+    }
     std::array<std::uint16_t, 3> pids{options.mapPid, options.teletextPid, options.pcrPid};
     std::sort(pids.begin(), pids.end());
     for (std::size_t index = 0; index < pids.size(); ++index) {

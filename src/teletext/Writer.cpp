@@ -168,6 +168,9 @@ FieldPackets Writer::next(FindingSink* findings) {
         if (_options.repeatAfter != 0 && beginRepetition(lane)) {
             send(lane, field, true, findings);
         }
+        if (_options.repeatAfter != 0) {
+            tellOverdue(lane, findings);
+        }
     }
     ++_slot;
     return field;
@@ -265,6 +268,7 @@ bool Writer::beginText(Lane& lane, Page& page, FindingSink* findings) {
         _events.push_back({text.page.findingsOffset, TextEvent::Step::Shown});
     }
     page.shown = std::move(text);
+    page.isOverdueTold = false;
     return !isSame;
 }
 
@@ -276,6 +280,19 @@ bool Writer::isQuiet() const noexcept {
         return lane.pages.empty() || (lane.isIdle() && _slot >= lane.due + apart && nextDue(lane) > _slot + apart &&
                                       std::all_of(lane.pages.begin(), lane.pages.end(), isFar));
     });
+}
+
+/// Once for each text that waits for its repetition as long again as it was to wait at all.
+void Writer::tellOverdue(Lane& lane, FindingSink* findings) {
+    const std::uint64_t period = std::uint64_t{_options.repeatAfter} * nominalFramesPerSecond(_rate) * _fields;
+    for (Page& page : lane.pages) {
+        if (page.shown && !page.isOverdueTold && page.repeat + period <= _slot) {
+            page.isOverdueTold = true;
+            addTo(findings,
+                  makeFinding(FindingCode::TeletextRepetitionLate, Severity::Remark, page.shown->page.findingsOffset,
+                              page.number, std::uint64_t{2} * _options.repeatAfter));
+        }
+    }
 }
 
 bool Writer::beginRepetition(Lane& lane) {
@@ -323,8 +340,7 @@ void Writer::putRows(Lane& lane, const Text& text, const Text* shown, FindingSin
     if (!_placements.empty()) {
         const std::size_t before = lane.packets.size();
         lane.packets.resize(before + kEnhancementPackets);
-        // Of rows that are there already it has been told.
-        OffsetSink placed(shown == nullptr ? findings : nullptr, text.page.findingsOffset);
+        OffsetSink placed(findings, text.page.findingsOffset);
         const std::span<Packet> room = std::span(lane.packets).subspan(before);
         lane.packets.resize(before + enhancementPackets(_placements, magazine, room, &placed));
     }

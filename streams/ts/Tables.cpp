@@ -260,9 +260,8 @@ std::vector<TeletextPage> teletextPages(std::span<const Descriptor> descriptors)
 }
 
 Descriptor teletextDescriptor(std::span<const TeletextPage> pages) {
-    constexpr std::size_t kMostPages = kGreatestDescriptorBytes / 5;
     Descriptor descriptor{static_cast<std::uint8_t>(DescriptorTag::Teletext), {}};
-    for (const TeletextPage& page : pages.first(std::min(pages.size(), kMostPages))) {
+    for (const TeletextPage& page : pages.first(std::min(pages.size(), kMostDescribedPages))) {
         for (const char letter : page.language) {
             descriptor.bytes.push_back(static_cast<std::uint8_t>(letter));
         }

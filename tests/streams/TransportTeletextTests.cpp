@@ -235,6 +235,12 @@ TEST(TransportWriter, RefusesWhatItCannotWrite) {
     EXPECT_EQ(checkTransport({.mapPid = 0x10})->code, FindingCode::TsPidWrong);
     EXPECT_EQ(checkTransport({.mapPid = 0x101})->code, FindingCode::TsPidWrong);
     EXPECT_EQ(checkTransport({.pcrPid = 0x1FFF})->code, FindingCode::TsPidWrong);
+    // As many pages as its descriptor has room for.
+    TransportWriterOptions many;
+    many.pages.resize(51);
+    EXPECT_FALSE(checkTransport(many));
+    many.pages.resize(52);
+    EXPECT_EQ(checkTransport(many)->text(), "52 pages of teletext, its descriptor names 51");
     // Too few bits are told once, and more lines than a field has each time.
     KeptBytes sink;
     TransportWriter writer(sink, {.bitrate = 150'000});

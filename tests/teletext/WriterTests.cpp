@@ -262,6 +262,45 @@ TEST(TeletextWriter, SendsPagesAgain) {
                      "140.1 0 8FF"}));
 }
 
+TEST(TeletextWriter, SaysThatAPageIsNotSentAgain) {
+    // A page of another magazine changes every 0.4 s.
+    std::vector<PageText> texts{textOf(25, 400)};
+    for (std::uint64_t start = 30; start < 380; start += 20) {
+        texts.push_back(textOf(start, start + 10));
+        texts.back().page = 0x150;
+    }
+    const Texts packets = sent(texts, {.repeatAfter = 2}, FrameRate::Fps25,
+                               {"0: page 888 has not been sent again for 4 seconds: something is due all the time"});
+    EXPECT_EQ(std::count_if(packets.begin(), packets.end(),
+                            [](const std::string& packet) { return packet.find(" 0 888") != std::string::npos; }),
+              2);
+}
+
+TEST(TeletextWriter, SaysWhatAnAdditionHasNoRoomFor) {
+    // 36 letters of a row are 37 triplets: five rows fill 15 of 16 packets, and a sixth one above takes the room of those
+    // at the end.
+    PageText text{.start = 25, .end = 50, .rows = {}};
+    for (const unsigned row : {12U, 14U, 16U, 18U, 20U}) {
+        text.rows.push_back(
+            {.row = static_cast<std::uint8_t>(row), .column = 3, .cells = cellsOf(std::u32string(36, U'\u010C'))});
+    }
+    Writer writer(FrameRate::Fps25, {.packetsPerField = 15});
+    qlx::Findings findings;
+    EXPECT_TRUE(writer.add(text, &findings));
+    text.start = 50;
+    text.end = 75;
+    text.rows.push_back({.row = 2, .column = 3, .cells = cellsOf(std::u32string(36, U'\u010C'))});
+    EXPECT_TRUE(writer.add(text, &findings));
+    (void)sent(writer, &findings);
+    Texts expected;
+    for (unsigned column = 25; column < 39; ++column) {
+        expected.push_back("1: no room in packets X/26 for the character of row 20, column " + std::to_string(column));
+    }
+    Texts said = textsOf(findings);
+    std::erase_if(said, [](const std::string& one) { return one.find("X/26") == std::string::npos; });
+    EXPECT_EQ(said, expected);
+}
+
 TEST(TeletextWriter, SaysWhatIsLeftOut) {
     Writer writer(FrameRate::Fps25);
     qlx::Findings findings;

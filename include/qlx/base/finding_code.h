@@ -214,6 +214,7 @@ enum class FindingCode : std::uint32_t {
     TeletextPageLate,               ///< Frame of its start, frames behind it.
     TeletextEraseLate,              ///< Frame of its end, frames behind it.
     TeletextPageLeftOut,            ///< Frame of its start, frame of its end: it was over before it could begin.
+    TeletextRepetitionLate,         ///< Page, seconds for which it has not been sent again.
 
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
@@ -556,6 +557,7 @@ enum class FindingCode : std::uint32_t {
     TsBitrateTooLow,            ///< Bits a second, ticks of 90 kHz that a packet is late.
     TsTimeOfClock,              ///< PID; the time is that of the program's clock where the data stand.
     TsMorePacketsLeftOut,       ///< PID, packets that are damaged or scrambled behind one that has been told.
+    TsTooManyPages,             ///< Pages, greatest number that a teletext descriptor names.
     TsMapMissing,               ///< PID; found by its data, where there is no program's map.
 
     // streams: splice information in transport streams (ANSI/SCTE 35); the offset is where the packet stands

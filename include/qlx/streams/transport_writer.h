@@ -33,11 +33,11 @@ struct TransportWriterOptions {
     std::uint16_t pcrPid = 0x1F0;               ///< PID of the clock.
     std::string serviceName{};                  ///< UTF-8; without one there is no service description table.
     std::string providerName{};                 ///< The same.
-    std::vector<ts::TeletextPage> pages{};      ///< What the teletext descriptor names.
+    std::vector<ts::TeletextPage> pages{};      ///< What the teletext descriptor names, at most 51.
 };
 
-/// What is wrong with options: TsFrameRateWrong, or TsPidWrong for a PID that is reserved, or is there twice; none when
-/// they can be used.
+/// What is wrong with options: TsFrameRateWrong, TsPidWrong for a PID that is reserved, or is there twice, or
+/// TsTooManyPages for more than ts::kMostDescribedPages; none when they can be used.
 [[nodiscard]] QLX_STREAMS_EXPORT std::optional<Finding> checkTransport(const TransportWriterOptions& options);
 
 /// Writes a PES packet for each frame that has teletext packets, with the frame's time, or else that of its number. Filling

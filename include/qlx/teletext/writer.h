@@ -73,16 +73,16 @@ struct TextEvent {
 /// Takes what pages show, that of each page in the order of its starts, and gives field after field.
 ///
 /// The header of a page erases it (C4) and goes in the field in front of the start's first one, so that receivers have
-/// time for it (20 ms are asked for in 625 lines; a field of 60 a second has 17); its rows follow from the start's first field on, and behind them a header that closes
-/// the page (FF of its magazine). At the end a header erases the page, unless the next text begins there; one that only
-/// adds rows to those shown is sent without C4, and of it only what is new. A text that begins before the end of the one
-/// before it takes its place.
+/// time for it (20 ms are asked for in 625 lines; a field of 60 a second has 17); its rows follow from the start's first
+/// field on, and behind them a header that closes the page (FF of its magazine). At the end a header erases the page, unless
+/// the next text begins there; one that only adds rows to those shown is sent without C4, and of it only what is new. A text
+/// that begins before the end of the one before it takes its place.
 ///
 /// Pages of one magazine (in serial mode: all) are sent one after the other, those of different ones at once. Text that
 /// does not fit moves on: what is complete in a later frame than its start's is a finding (TeletextPageLate), so is what is
 /// over before it can begin and thus left out (TeletextPageLeftOut), or is erased in a later frame (TeletextEraseLate).
 /// Pages are sent again, when that is asked for, where within half a second before and behind nothing is due, of whatever
-/// magazine.
+/// magazine; one that has not been sent again for twice the time is a finding (TeletextRepetitionLate).
 ///
 /// A page whose set receivers of the region do not have of themselves has packet X/28/0 each time; packets X/26 stand
 /// in front of the rows.
@@ -137,6 +137,7 @@ private:
         std::uint64_t repeat = 0;                    ///< Slot.
         std::uint64_t expected = ~std::uint64_t{0};  ///< Slot of a change that is not told yet.
         bool hasStarted = false;
+        bool isOverdueTold = false;  ///< Its repetition is late.
     };
 
     /// What is due next.
@@ -170,6 +171,7 @@ private:
     void beginErase(Lane& lane, Page& page, FindingSink* findings);
     [[nodiscard]] bool isQuiet() const noexcept;
     bool beginRepetition(Lane& lane);
+    void tellOverdue(Lane& lane, FindingSink* findings);
     void putHeader(Lane& lane, const Text& text, bool erases, bool isUpdate) const;
     void putRows(Lane& lane, const Text& text, const Text* shown, FindingSink* findings);
     void putClosingHeader(Lane& lane, const Text& text) const;

@@ -166,7 +166,10 @@ struct TeletextPage {
 /// The pages that the teletext descriptors (56h, 46h) among these name, in their order.
 [[nodiscard]] QLX_STREAMS_EXPORT std::vector<TeletextPage> teletextPages(std::span<const Descriptor> descriptors);
 
-/// A teletext descriptor; of more than 51 pages the first 51.
+/// Pages that a teletext descriptor names at most.
+inline constexpr std::size_t kMostDescribedPages = 51;
+
+/// A teletext descriptor; of more than kMostDescribedPages pages the first ones (checkTransport() says it).
 [[nodiscard]] QLX_STREAMS_EXPORT Descriptor teletextDescriptor(std::span<const TeletextPage> pages);
 
 /// A service descriptor of a digital television service. Names are UTF-8 and written as such (EN 300 468, annex A:
