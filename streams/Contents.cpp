@@ -9,11 +9,15 @@
 #include <qlx/cea608/xds.h>
 #include <qlx/cea708/packet.h>
 #include <qlx/cea708/receiver.h>
+#include <qlx/teletext/packet.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <variant>
 
 namespace qlx::streams {
@@ -121,9 +125,23 @@ public:
         for (const auto& [number, service] : _services) {
             found.push_back(service.content);
         }
-        const std::vector<Content> pages = _pages.contents();
-        found.insert(found.end(), pages.begin(), pages.end());
+        for (Content& page : _pages.contents()) {
+            const auto named = _pageLanguages.find(page.name);
+            page.language = named != _pageLanguages.end() ? named->second : page.language;
+            found.push_back(std::move(page));
+        }
         return found;
+    }
+
+    void nameLanguage(std::uint16_t page, std::string_view language) {
+        cc::CaptionService::Language letters{};
+        if (language.size() == letters.size() && language != "und") {
+            std::copy(language.begin(), language.end(), letters.begin());
+            const std::string text = textOf(letters);
+            if (!text.empty()) {
+                _pageLanguages[teletext::pageName(page)] = text;
+            }
+        }
     }
 
 private:
@@ -233,6 +251,7 @@ private:
     detail::DelayClock _clock;
     std::map<std::uint8_t, ServiceLife> _services;
     detail::PageLives _pages;
+    std::map<std::string, std::string> _pageLanguages;  ///< By page, as the program's map names them.
 };
 
 ContentReader::ContentReader(const ContentOptions& options) : _state(std::make_unique<State>(options)) {}
@@ -240,6 +259,10 @@ ContentReader::~ContentReader() = default;
 
 void ContentReader::receive(const Frame& frame) {
     _state->receive(frame);
+}
+
+void ContentReader::nameLanguage(std::uint16_t page, std::string_view language) {
+    _state->nameLanguage(page, language);
 }
 
 std::vector<Content> ContentReader::contents() const {

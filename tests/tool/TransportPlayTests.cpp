@@ -42,6 +42,34 @@ TEST(TransportPlay, ShowsWhatItWouldInOtherFiles) {
         EXPECT_NE(scanned.out.find("frames with teletext in a transport stream\n"), std::string::npos);
     }
 }
+
+TEST(TransportPlay, NamesTheLanguageOfTheMapAndReadsAnotherPid) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.srt", kTransportCues);
+    const std::string stream = folder.path("out.ts");
+    // The set of Danish is that of other languages too: the map says which.
+    ASSERT_EQ(runTool(playArguments(cues, "25", {"-o", stream, "--language", "da", "--pid", "300"})).exitCode, 0);
+    const ToolResult list = runTool({"scan", stream, "--list"});
+    ASSERT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_NE(list.out.find("teletext page 888   dan "), std::string::npos) << list.out;
+    EXPECT_NE(runTool({"scan", stream, "--list", "--json"}).out.find("\"language\":\"dan\""), std::string::npos);
+    // A PID that is named is read, and another one has nothing.
+    for (const std::string pid : {"300", "0x12c"}) {
+        const ToolResult shown = runTool({"show", stream, "--all", "--page", "888", "--teletext-pid", pid});
+        EXPECT_EQ(shown.exitCode, 0) << shown.err;
+        EXPECT_NE(shown.out.find("Bonjour"), std::string::npos) << shown.out;
+    }
+    EXPECT_EQ(runTool({"scan", stream, "--teletext-pid", "301"}).out.find("Bonjour"), std::string::npos);
+    for (const std::string pid : {"8191", "0x", "x"}) {
+        const ToolResult refused = runTool({"scan", stream, "--teletext-pid", pid});
+        EXPECT_EQ(refused.exitCode, 2);
+        EXPECT_NE(refused.err.find("--teletext-pid: \"" + pid + "\" is not a number from 0 to 8190"),
+                  std::string::npos);
+    }
+    EXPECT_NE(runTool({"scan", cues, "--format", "jsonl", "--teletext-pid", "300"})
+                  .err.find("--teletext-pid is for the format ts"),
+              std::string::npos);
+}
 #endif
 
 TEST(TransportPlay, RefusesWhatDoesNotGoTogether) {

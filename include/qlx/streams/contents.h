@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qlx::streams {
@@ -36,8 +37,8 @@ enum class ContentKind : std::uint8_t {
 struct Content {
     ContentKind kind = ContentKind::CaptionChannel;  ///< What it is.
     std::string name;                                ///< `CC1`, `T1`, `XDS`, `1` to `63` of a service, `888` of a page.
-    /// Three letters of ISO 639-2; empty where the stream does not say it. Of a page that of its character set, where this
-    /// is made for one language alone.
+    /// Three letters of ISO 639-2; empty where the stream does not say it. Of a page what ContentReader::nameLanguage() has
+    /// said, or else that of its character set, where this is made for one language alone.
     std::string language;
     /// Captions that came to the screen; of extended data its packets. A screen with text is another caption when it has
     /// something new, and not all rows of the screen before stand in it as they were or longer: what is written letter by
@@ -69,6 +70,12 @@ public:
 
     /// Takes the next frame.
     void receive(const Frame& frame);
+
+    /// Says the language of a teletext page, as the teletext descriptor of a program's map names it (ETSI EN 300 468, clause
+    /// 6.2.43): it comes before that of the page's character set.
+    /// @param page Magazine, tens and units as hexadecimal digits, as in qlx::streams::ts::TeletextPage.
+    /// @param language Three letters of ISO 639-2; anything else, and "und", says nothing.
+    void nameLanguage(std::uint16_t page, std::string_view language);
 
     /// What there has been: channels of captions, of text, extended data, services, pages, each in the order of their
     /// numbers. Channels and pages that had nothing to read are left out; services without text are named where they came or

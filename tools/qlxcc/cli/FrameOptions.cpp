@@ -38,6 +38,15 @@ Examples:
   qlxcc scan film.mxf --list
   qlxcc scan anc.klv)";
 
+constexpr OptionRow kTeletextPid{.names = "--teletext-pid",
+                                 .value = "N",
+                                 .kind = ValueKind::Text,
+                                 .field = &RawOptions::teletextPid,
+                                 .help = "For ts: the PID whose teletext is read, whatever the tables say",
+                                 .more =
+                                     "0 to 8190, decimal, or hexadecimal behind 0x. Without it the first one is read "
+                                     "that a program's map names; others are named."};
+
 constexpr OptionRow kScanOptions[] = {
     fileArgument("FILE", "What is searched (-: standard input)"),
     fromFormat(kFrameFormats, "--format", "{} (else by content)",
@@ -61,6 +70,7 @@ constexpr OptionRow kScanOptions[] = {
      .field = &RawOptions::splicePid,
      .help = "For ts: a PID with splice information (SCTE 35), whatever the tables say",
      .more = "0 to 8190, decimal, or hexadecimal behind 0x. Without it the streams of type 86 are read."},
+    kTeletextPid,
     {.names = "--changes",
      .field = &RawOptions::isOfChanges,
      .help = "List splice points (SCTE 104, SCTE 35) in place of packets",
@@ -121,6 +131,7 @@ constexpr OptionRow kShowOptions[] = {
      .field = &RawOptions::page,
      .help = "The teletext page (default: 888)",
      .more = "Pages are numbered from 100 to 8FF."},
+    kTeletextPid,
     kRegion,
     {.names = "--channel",
      .value = "CHANNEL",

@@ -85,6 +85,16 @@ std::optional<FrameOutputOptions> frameOutputOptions(const RawOptions& raw) {
     return options;
 }
 
+/// The PID that an option names.
+std::uint16_t pidOf(const std::string& option, const std::string& text) {
+    constexpr std::uint64_t kGreatestPid = 0x1FFE;
+    const auto pid = parseNumber(text, kGreatestPid);
+    if (!pid) {
+        throw UsageError(option + ": \"" + text + "\" is not a number from 0 to 8190");
+    }
+    return static_cast<std::uint16_t>(*pid);
+}
+
 }  // namespace
 
 std::string knownEncoding(const std::string& name) {
@@ -111,6 +121,12 @@ FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritt
     } else if (raw.rows) {
         options.lines.emplace(static_cast<std::size_t>(*raw.rows));
         std::iota(options.lines->begin(), options.lines->end(), std::uint64_t{0});
+    }
+    if (raw.teletextPid) {
+        options.teletextPid = pidOf("--teletext-pid", *raw.teletextPid);
+        if (kind && *kind != InputKind::TransportStream) {
+            throw UsageError("--teletext-pid is for the format ts");
+        }
     }
     if (kind && !(isForRowsWritten && !hasRows(*kind) && !options.nearStart)) {
         checkRowOptions(*kind, options);
@@ -190,12 +206,7 @@ Action checkedScan(const RawOptions& raw) {
     options.asJson = raw.asJson;
     options.isOfChanges = raw.isOfChanges;
     if (raw.splicePid) {
-        constexpr std::uint64_t kGreatestPid = 0x1FFE;
-        const auto pid = parseNumber(*raw.splicePid, kGreatestPid);
-        if (!pid) {
-            throw UsageError("--pid: \"" + *raw.splicePid + "\" is not a number from 0 to 8190");
-        }
-        options.splicePid = static_cast<std::uint16_t>(*pid);
+        options.splicePid = pidOf("--pid", *raw.splicePid);
         if (raw.asJson || options.frames) {
             throw UsageError("--pid is for lists: no --json, and no frames are written");
         }

@@ -129,6 +129,7 @@ struct RawOptions {
     std::optional<std::string> splicePts;
     std::optional<std::string> heartbeat;
     std::optional<std::string> splicePid;
+    std::optional<std::string> teletextPid;
     std::optional<std::string> atPts;
     std::optional<std::string> fromScte35;
     bool returnsAlone = false;

@@ -9,10 +9,12 @@
 #include <qlx/base/finding.h>
 #include <qlx/streams/frame_reader.h>
 #include <qlx/streams/input_kind.h>
+#include <qlx/streams/ts/tables.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +41,14 @@ public:
     /// Before the first frame is read.
     /// @param kind What the file is.
     void setReader(std::unique_ptr<streams::FrameReader> reader, streams::InputKind kind);
+
+    /// Says who knows the teletext pages that the file names; it is asked as long as there is the reader.
+    void setPages(std::function<std::vector<streams::ts::TeletextPage>()> pages) { _pages = std::move(pages); }
+
+    /// The teletext pages that the file names, as far as it has been read; most files name none.
+    [[nodiscard]] std::vector<streams::ts::TeletextPage> teletextPages() const {
+        return _pages ? _pages() : std::vector<streams::ts::TeletextPage>();
+    }
 
     /// Reads the next frame.
     /// @param problems Gets one for everything in the frame that could not be read.
@@ -98,6 +108,7 @@ private:
     std::string _name;
     InputBytes _bytes;
     std::unique_ptr<streams::FrameReader> _reader;
+    std::function<std::vector<streams::ts::TeletextPage>()> _pages;
     std::optional<FrameFindings> _words;  ///< Once there is a reader.
     CallFindings _findings;
     std::vector<std::string> _remarks;

@@ -27,6 +27,7 @@ struct FrameSourceOptions {
     bool nearStart = false;                           ///< v210, 2vuy: search as the fixed operation does.
     std::optional<Rate> rate;                         ///< Gives frames without a time of their own one, from 0.
     cc::CcType field = cc::CcType::Field1;            ///< Scenarist captions: the field of their pairs.
+    std::optional<std::uint16_t> teletextPid;         ///< ts: whose teletext is read. None: the first that has some.
 };
 
 /// What a file is: what the options say, or else its content, or else its name.

@@ -29,13 +29,16 @@ void checkBeginning(InputFile& source, InputKind kind) {
     }
 }
 
-void openContainer(InputFile& source, InputKind kind, std::optional<FrameRate> rate, FrameInput& input) {
+void openContainer(InputFile& source, InputKind kind, std::optional<FrameRate> rate,
+                   std::optional<std::uint16_t> teletextPid, FrameInput& input) {
     checkBeginning(source, kind);
     std::optional<Finding> error;
     std::unique_ptr<streams::FrameReader> reader;
     if (kind == InputKind::TransportStream) {
-        auto transport = std::make_unique<streams::TransportReader>(input.bytes());
+        auto transport = std::make_unique<streams::TransportReader>(
+            input.bytes(), streams::TransportOptions{.container = {}, .teletextPid = teletextPid});
         error = transport->open();
+        input.setPages([pages = transport.get()] { return pages->teletextPages(); });
         reader = std::move(transport);
     } else {
         auto container = std::make_unique<streams::ContainerReader>(input.bytes(), kind);
@@ -58,8 +61,11 @@ std::unique_ptr<FrameInput> openFrames(InputFile& source, const FrameSourceOptio
     checkRowOptions(kind, options);
     const auto rate = options.rate ? std::optional(frameRateOf(*options.rate)) : std::nullopt;
     auto input = std::make_unique<FrameInput>(source);
+    if (options.teletextPid && kind != InputKind::TransportStream) {
+        throw UsageError("--teletext-pid is for the format ts");
+    }
     if (isContainer(kind)) {
-        openContainer(source, kind, rate, *input);
+        openContainer(source, kind, rate, options.teletextPid, *input);
         return input;
     }
     RowLayout layout = rowLayoutOf(kind, options);

@@ -5,8 +5,10 @@
 #include "io/OutputFile.h"
 
 #include <qlx/streams/contents.h>
+#include <qlx/streams/ts/tables.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -16,6 +18,13 @@ class ContentListWriter final : public FrameWriter {
 public:
     ContentListWriter(OutputFile& output, bool asJson, bool ignoresParity)
         : _output(output), _asJson(asJson), _reader({.ignoresParity = ignoresParity}) {}
+
+    /// Before the end: what the file says of its teletext pages.
+    void name(const std::vector<streams::ts::TeletextPage>& pages) {
+        for (const streams::ts::TeletextPage& page : pages) {
+            _reader.nameLanguage(page.page, {page.language.data(), page.language.size()});
+        }
+    }
 
     void write(const Frame& frame) override;
     void finish() override;

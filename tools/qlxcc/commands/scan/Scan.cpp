@@ -100,11 +100,14 @@ int scan(const ScanOptions& options) {
     OutputFile output(options.output);
     const CaptionMembers members;
     std::unique_ptr<FrameWriter> writer;
+    ContentListWriter* contents = nullptr;
     std::optional<Listing> listing;
     if (frames) {
         writer = makeFrameWriter(output, *frames);
     } else if (options.listsContents) {
-        writer = std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
+        auto list = std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
+        contents = list.get();
+        writer = std::move(list);
     } else if (options.asJson) {
         writer = std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
             return std::make_unique<streams::JsonlWriter>(sink, &members);
@@ -128,6 +131,9 @@ int scan(const ScanOptions& options) {
             throw;
         }
         return listSplicesAlone(*listing, output);
+    }
+    if (contents != nullptr) {
+        contents->name(reader->teletextPages());
     }
     to.finish();
     problems += listing ? listing->finish() : 0;
