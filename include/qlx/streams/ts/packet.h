@@ -173,7 +173,9 @@ class UnusablePackets {
 public:
     /// Takes one.
     /// @param offset Where it stands.
+    /// @param pid Its PID.
     /// @param code TsPacketScrambled or TsPacketDamaged, an Error, of the first one.
+    /// @param findings May be null.
     QLX_STREAMS_EXPORT void add(std::uint64_t offset, std::uint16_t pid, FindingCode code, FindingSink* findings);
 
     /// One that can be used has come, or the end: says how many there were behind the first (TsMorePacketsLeftOut).
