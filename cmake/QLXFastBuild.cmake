@@ -82,7 +82,22 @@ endfunction()
 # they include is read once. The sources stand in one folder, named from the root of the project. They must not have the
 # same name for different things, not even in namespaces without a name. Sources with properties of their own are not
 # for it. g++ takes what stands in a namespace without a name for a header's: -Wno-subobject-linkage.
+#
+# scripts/join-sources joins them. Before the sources may stand `APART [<option>...] SOURCES`: scripts/join-apart does it
+# then, with these options, and each has its names for itself.
 function(qlx_together variable folder count)
+    set(script "${PROJECT_SOURCE_DIR}/scripts/join-sources")
+    set(options "")
+    if("${ARGV3}" STREQUAL APART)
+        set(script "${PROJECT_SOURCE_DIR}/scripts/join-apart")
+        list(POP_FRONT ARGN option)
+        while(NOT option STREQUAL SOURCES)
+            list(POP_FRONT ARGN option)
+            list(APPEND options ${option})
+        endwhile()
+        list(POP_BACK options)
+    endif()
+    set(join "${script}" ${options})
     list(LENGTH ARGN left)
     math(EXPR pieces "(${left} + ${count} - 1) / ${count}")
     set(texts "")
@@ -101,8 +116,8 @@ function(qlx_together variable folder count)
         list(TRANSFORM members PREPEND "${PROJECT_SOURCE_DIR}/" OUTPUT_VARIABLE needed)
         add_custom_command(
             OUTPUT "${text}"
-            COMMAND "${PROJECT_SOURCE_DIR}/scripts/join-sources" "${text}" ${members}
-            DEPENDS ${needed} "${PROJECT_SOURCE_DIR}/scripts/join-sources"
+            COMMAND ${join} "${text}" ${members}
+            DEPENDS ${needed} "${script}"
             WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}"
             COMMENT "Joining sources of ${folder}"
             VERBATIM)
