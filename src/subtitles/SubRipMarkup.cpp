@@ -1,5 +1,6 @@
 #include "subtitles/SubRipMarkup.h"
 
+#include "subtitles/BraceCodes.h"
 #include "subtitles/CueWriting.h"
 #include "subtitles/Entities.h"
 #include "subtitles/TextEditing.h"
@@ -50,34 +51,6 @@ std::string_view takeValue(std::string_view& text) {
 std::size_t sizeOfCodes(std::string_view text) noexcept {
     const std::size_t end = text.starts_with("{\\") ? text.find('}') : std::string_view::npos;
     return end == std::string_view::npos ? 0 : end + 1;
-}
-
-/// A code up to the next one; a backslash in round brackets begins none.
-std::string_view takeCodeOf(std::string_view& codes) noexcept {
-    std::size_t depth = 0;
-    std::size_t size = 0;
-    for (; size < codes.size() && (codes[size] != '\\' || depth > 0); ++size) {
-        depth += codes[size] == '(' ? 1 : 0;
-        depth -= codes[size] == ')' && depth > 0 ? 1 : 0;
-    }
-    const std::string_view code = codes.substr(0, size);
-    codes.remove_prefix(std::min(size + 1, codes.size()));
-    return code;
-}
-
-/// `&HBBGGRR&`
-std::optional<std::uint32_t> codeColor(std::string_view text) noexcept {
-    if (!text.starts_with("&H") && !text.starts_with("&h")) {
-        return std::nullopt;
-    }
-    text.remove_prefix(2);
-    text = text.substr(0, text.find('&'));
-    std::uint32_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, 16);
-    if (error != std::errc{} || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return (number & 0xFFU) << 16U | (number & 0xFF00U) | (number >> 16U & 0xFFU);
 }
 
 /// Whether a run without codes looks like the one in front of it, which may have some.
@@ -305,9 +278,7 @@ void SubRipMarkup::takeCode(std::string_view code) {
 void SubRipMarkup::takeAnchor(std::string_view digits, bool isOld) {
     unsigned number = 0;
     (void)std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    // The older numbers: 1 to 3 below, 5 to 7 above, 9 to 11 in the middle.
-    constexpr std::uint8_t kOld[] = {0, 1, 2, 3, 0, 7, 8, 9, 0, 4, 5, 6};
-    const unsigned anchor = isOld ? (number < std::size(kOld) ? kOld[number] : 0) : (number <= 9 ? number : 0);
+    const unsigned anchor = isOld ? anchorOfOldNumber(number) : number <= 9 ? number : 0;
     // The first one counts.
     _anchor = _anchor == 0 ? static_cast<std::uint8_t>(anchor) : _anchor;
 }
@@ -356,10 +327,7 @@ void SubRipMarkup::beginRun(Row& row) {
     run.style.isUnderlined = _codes.isUnderlined.value_or(run.style.isUnderlined);
     color = _codes.color ? _codes.color : color;
     if (color) {
-        run.style.foreground = screenColor(*color);
-        if (bitsOf(run.style.foreground) != *color) {
-            run.properties.push_back({std::string(properties::kColor), hexColorText(*color)});
-        }
+        setColor(run, *color);
     }
     if (face != nullptr) {
         run.properties.push_back({std::string(properties::kFontFace), *face});

@@ -1,0 +1,27 @@
+// Codes in braces within the text of a cue, `{\an8\i1}`, as SubStation Alpha has them and SubRip files use them too.
+#pragma once
+
+#include <qlx/subtitles/cue.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qlx::subtitles {
+
+/// Takes a code off the front, up to the next one; a backslash in round brackets begins none.
+[[nodiscard]] std::string_view takeCodeOf(std::string_view& codes) noexcept;
+
+/// The 24 bits (red highest) of `&HBBGGRR&`, what stands in front of the blue ones (`&HAABBGGRR`) aside; none for any other
+/// text.
+[[nodiscard]] std::optional<std::uint32_t> codeColor(std::string_view text) noexcept;
+
+/// The place, as on a numeric keypad, of the numbers of `\a` and of styles of v4.00: 1 to 3 below, 5 to 7 above, 9 to 11
+/// in the middle; 0 for any other number.
+[[nodiscard]] std::uint8_t anchorOfOldNumber(unsigned number) noexcept;
+
+/// Gives a run a colour of 24 bits: the nearest one of a screen, and the exact one as a property where it is another.
+void setColor(Run& run, std::uint32_t color);
+
+}  // namespace qlx::subtitles
