@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     (void)qlx::tool::looksLikeJson(text);
     for (const std::int32_t mode : {0, 1, 2}) {
-        readWith(&qlx::tool::readSRT, text, mode);
+        readWith(&qlx::tool::readTextCues, text, mode);
         readWith(&qlx::tool::readJson, text, mode);
         readWith(&qlx::tool::readSTL, text, mode);
     }

@@ -26,7 +26,7 @@ constexpr NamedKind kKindNames[] = {
     {"mov", InputKind::Mov},          {"ts", InputKind::TransportStream},
     {"ps", InputKind::ProgramStream}, {"png", InputKind::Png},
     {"ppm", InputKind::Ppm},          {"vtt", InputKind::Vtt},
-    {"mcc", InputKind::Mcc},
+    {"mcc", InputKind::Mcc},          {"ass", InputKind::Ass},
 };
 
 /// Extensions that differ from the names of the kinds.
@@ -45,6 +45,7 @@ constexpr NamedKind kMoreExtensions[] = {
     {"mpv", InputKind::Mpeg2},
     {"mts", InputKind::TransportStream},
     {"qt", InputKind::Mov},
+    {"ssa", InputKind::Ass},
     {"uyvy", InputKind::Yuv8},
     {"vob", InputKind::ProgramStream},
 };
@@ -135,6 +136,16 @@ std::optional<InputKind> kindOfText(std::string_view text) {
     if (text.starts_with(kWebVtt) &&
         (text.size() == kWebVtt.size() || kBlanks.find(text[kWebVtt.size()]) != std::string_view::npos)) {
         return InputKind::Vtt;
+    }
+    // In either case: `[Script Info]`.
+    constexpr std::string_view kSsa = "[script info]";
+    const auto isSsaCharacter = [](char found, char wanted) {
+        return (found >= 'A' && found <= 'Z' ? static_cast<char>(found + ('a' - 'A')) : found) == wanted;
+    };
+    if (text.size() >= kSsa.size() && std::equal(kSsa.begin(), kSsa.end(), text.begin(), [&](char wanted, char found) {
+            return isSsaCharacter(found, wanted);
+        })) {
+        return InputKind::Ass;
     }
     if (text.starts_with("{\"frame\":")) {
         return InputKind::Jsonl;

@@ -66,6 +66,7 @@
 #include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/srt.h>
+#include <qlx/subtitles/ssa.h>
 #include <qlx/subtitles/stl.h>
 #include <qlx/subtitles/stl_reader.h>
 #include <qlx/subtitles/stl_writer.h>

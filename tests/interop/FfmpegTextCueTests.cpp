@@ -1,4 +1,4 @@
-// SubRip and WebVTT files as written here, read by demuxers that are not from here: FFmpeg's. And files with what
+// SubRip, WebVTT and SubStation Alpha files as written here, read by demuxers that are not from here: FFmpeg's. And files with what
 // receivers take (both marks of fractions, missing numbers, CR and CRLF), read by both.
 //
 // Judged are times to the millisecond and the rows of text with their markup. That demuxer takes neither times without a
@@ -13,6 +13,7 @@ extern "C" {
 
 #include "TextCues.h"
 
+#include <qlx/subtitles/ssa.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/webvtt.h>
 
@@ -44,14 +45,17 @@ std::vector<Packet> demuxed(const std::string& text, const std::string& name) {
     std::vector<Packet> packets;
     AVFormatContext* context = nullptr;
     // A file without numbers is not recognised there; it is read all the same.
-    const AVInputFormat* const format = av_find_input_format(name.ends_with("vtt") ? "webvtt" : "srt");
+    const AVInputFormat* const format = av_find_input_format(name.ends_with("vtt")   ? "webvtt"
+                                                             : name.ends_with("ass") ? "ass"
+                                                                                     : "srt");
     EXPECT_EQ(avformat_open_input(&context, path.c_str(), format, nullptr), 0);
     AVPacket* packet = av_packet_alloc();
     while (context != nullptr && av_read_frame(context, packet) >= 0) {
         const AVRational base = context->streams[0]->time_base;
-        EXPECT_EQ(base.num * 1000, base.den);
+        const std::int64_t unit = 1000 / (base.num == 0 ? 1 : base.den / base.num);
+        EXPECT_EQ(base.num * 1000, unit * base.den);
         packets.push_back(
-            {packet->pts, packet->duration,
+            {packet->pts * unit, packet->duration * unit,
              std::string(reinterpret_cast<const char*>(packet->data), static_cast<std::size_t>(packet->size))});
         av_packet_unref(packet);
     }
@@ -119,6 +123,43 @@ TEST(FfmpegTextCues, AreReadAlikeFromFilesOfOthers) {
         ASSERT_EQ(read.cues.size(), 2U) << file;
         EXPECT_EQ(demuxed(std::string(file), "b.srt"), packetsOf(read.cues)) << file;
     }
+}
+
+/// The text of a packet of that demuxer: behind eight commas.
+std::string textOf(const std::string& packet) {
+    std::size_t begin = 0;
+    for (int commas = 0; commas < 8; ++commas) {
+        begin = packet.find(',', begin) + 1;
+    }
+    return packet.substr(begin);
+}
+
+TEST(FfmpegTextCues, OfSubStationAlphaAreReadAlike) {
+    std::mt19937 random(5);
+    std::string file =
+        "[Script Info]\nScriptType: v4.00+\n\n[V4+ Styles]\nFormat: Name, Fontname, Fontsize, Alignment\n"
+        "Style: Default,Arial,20,2\n\n[Events]\n"
+        "Format: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text\n";
+    for (unsigned number = 1; number <= 500; ++number) {
+        char times[64];
+        const unsigned start = number * 500 + static_cast<unsigned>(random() % 200);
+        const unsigned end = start + 1 + static_cast<unsigned>(random() % 200);
+        std::snprintf(times, sizeof(times), "%u:%02u:%02u.%02u,%u:%02u:%02u.%02u", start / 360'000, start / 6000 % 60,
+                      start / 100 % 60, start % 100, end / 360'000, end / 6000 % 60, end / 100 % 60, end % 100);
+        file += "Dialogue: 0," + std::string(times) + ",Default,,0,0,0,,row " + std::to_string(random() % 1000) +
+                ", \u00E9\u266A" + (number % 3 == 0 ? "\\Nanother, end" : "") + "\n";
+        file += number % 50 == 0 ? "Comment: 0," + std::string(times) + ",Default,,0,0,0,,none\n" : "";
+    }
+    const auto read = qlxtest::readCues<SsaReader>(file, std::string_view::npos, TextCueOptions{});
+    std::vector<Packet> theirs = demuxed(file, "c.ass");
+    for (Packet& packet : theirs) {
+        packet.text = textOf(packet.text);
+        for (std::size_t end = packet.text.find("\\N"); end != std::string::npos; end = packet.text.find("\\N")) {
+            packet.text.replace(end, 2, "\n");
+        }
+    }
+    ASSERT_EQ(read.cues.size(), 500U);
+    EXPECT_EQ(theirs, packetsOf(read.cues));
 }
 
 }  // namespace

@@ -55,6 +55,11 @@ TEST(InputKind, IsToldByTheFirstBytes) {
     EXPECT_EQ(kind(repeatedPacket(4, 192, 3)), InputKind::TransportStream);
     EXPECT_EQ(kind(repeatedPacket(0, 204, 9)), InputKind::TransportStream);
     EXPECT_EQ(kind(bytesOf("Scenarist_SCC V1.0\n\n")), InputKind::Scc);
+    EXPECT_EQ(kind(bytesOf("[Script Info]\n")), InputKind::Ass);
+    EXPECT_EQ(kind(bytesOf("\xEF\xBB\xBF[script info]")), InputKind::Ass);
+    EXPECT_EQ(kind(bytesOf("[Script Inf")), InputKind::Json);
+    EXPECT_EQ(inputKindOfName("a.SSA"), InputKind::Ass);
+    EXPECT_EQ(inputKindOfName("a.ass"), InputKind::Ass);
     EXPECT_EQ(kind(bytesOf("\xEF\xBB\xBF"
                            "Scenarist_SCC V1.0\r\n")),
               InputKind::Scc);

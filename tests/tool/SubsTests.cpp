@@ -28,6 +28,26 @@ const std::string kTwoCues =
     srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#ff0000\">Bonjour</font>\n{\\an8}oben"},
          {"00:00:03,500", "00:00:04,000", "{\\an1}unten"}});
 
+TEST(Subs, ListsWebVttAndSubStationAlphaWhichPlayPlays) {
+    const TemporaryFolder folder;
+    const std::string vtt = folder.write("in.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000 line:0\n<c.yellow>a</c>\n");
+    const std::string ass =
+        folder.write("in.ass", "[Script Info]\n[V4+ Styles]\nFormat: Name, PrimaryColour, Alignment\n"
+                               "Style: Default,&H0000FFFF,8\n[Events]\nFormat: Start, End, Style, Text\n"
+                               "Dialogue: 0:00:01.00,0:00:02.00,Default,a\n");
+    for (const std::string& file : {vtt, ass}) {
+        const ToolResult listed = runTool({"subs", file});
+        EXPECT_EQ(listed.exitCode, 0) << listed.err;
+        EXPECT_NE(listed.out.find("00:00:01,000"), std::string::npos) << listed.out;
+        EXPECT_NE(listed.out.find("  1  yellow   center     a\n"), std::string::npos) << listed.out;
+        EXPECT_EQ(runTool({"subs", file, "--mode", "cea608"}).exitCode, 0);
+        const std::string played = folder.path("out.klv");
+        EXPECT_EQ(runTool({"play", file, "--mode", "teletext", "--rate", "25", "-o", played}).exitCode, 0);
+        const ToolResult shown = runTool({"show", played, "--rate", "25", "--page", "888", "--at", "1.5"});
+        EXPECT_NE(shown.out.find("a\n"), std::string::npos) << shown.out << shown.err;
+    }
+}
+
 TEST(Subs, ListsTheRowsOfCues) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoCues + "stray\n");

@@ -411,6 +411,25 @@ enum class FindingCode : std::uint32_t {
     WebVttTextTooLong,                  ///< Greatest size in bytes, most lines.
     WebVttRestTooLong,                  ///< Greatest size in bytes of what is kept besides cues.
 
+    // subtitles, SubStation Alpha; the offset is the number of a line, counted from 1
+    SsaEventsMissing = 0xA'0701,  ///< No numbers; no section has events.
+    SsaInfoWrong,                 ///< Bytes of a size of the screen that is none.
+    SsaFormatMissing,             ///< 0 for styles, 1 for events.
+    SsaStyleWrong,                ///< Bytes of a style of which not all can be read.
+    SsaStyleUnknown,              ///< Bytes of its name.
+    SsaEventWrong,                ///< Bytes of an event that has fewer fields than there are columns.
+    SsaTimeWrong,                 ///< 1 for the start, 2 for the end.
+    SsaTimeUnusual,               ///< The same, milliseconds that it is read as.
+    SsaEndNotLater,               ///< Milliseconds of the start, of the end.
+    SsaEventEmpty,                ///< No numbers.
+    SsaDrawing,                   ///< Bytes of drawings in the event.
+    SsaSyllables,                 ///< Codes in the event that say when a syllable is sung.
+    SsaCommentInText,             ///< Bytes in braces that are no codes.
+    SsaComments,                  ///< Lines and events of the file that are comments.
+    SsaLinesPassed,               ///< Lines of a section that are nothing that is read.
+    SsaLineTooLong,               ///< Greatest size in bytes.
+    SsaRowsTooMany,               ///< Most rows of a cue.
+
     // line21 (CTA-608-E); the offset is a pixel of the row
     Line21FormatUnknown = 0xC'0001,  ///< Pixel format there.
     Line21RowTooShort,               ///< Bytes needed, bytes there.

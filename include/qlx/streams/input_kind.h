@@ -37,13 +37,14 @@ enum class InputKind {
     Vtt,              ///< Subtitles: WebVTT.
     H265,             ///< An H.265 byte stream (Annex B).
     Mcc,              ///< Ancillary packets as text, a line each.
+    Ass,              ///< Subtitles: SubStation Alpha, of either version.
 };
 
 /// As many first bytes as are looked at.
 inline constexpr std::size_t kBytesThatTellKind = 4096;
 
 /// The short name of a kind: `v210`, `2vuy`, `klv`, `jsonl`, `scc`, `srt`, `stl`, `json`, `h264`, `mpeg2`,
-/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`, `h265`, `mcc`.
+/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`, `h265`, `mcc`, `ass`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view nameOf(InputKind kind) noexcept;
 
 /// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`.

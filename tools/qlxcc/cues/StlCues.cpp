@@ -84,8 +84,9 @@ private:
     std::size_t _told = 0;
 };
 
-/// Hands a cue on in the form that is asked for.
-void give(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take) {
+}  // namespace
+
+void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take) {
     if (take.value) {
         take.value(cue);
         return;
@@ -100,8 +101,6 @@ void give(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTa
     }
     take.record(std::move(record));
 }
-
-}  // namespace
 
 StlReader openStl(const std::string& name, std::string_view bytes, FindingSink* findings) {
     if (bytes.empty()) {
@@ -158,7 +157,7 @@ void readWholeSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRe
     while (const subtitles::Cue* const cue = reader.next()) {
         problems.tellComments(reader.comments());
         ++subtitles.cues;
-        give(*cue, request, take);
+        giveCue(*cue, request, take);
     }
     problems.tellComments(reader.comments());
     if (subtitles.cues == 0) {

@@ -20,10 +20,13 @@ struct CueTakers {
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
-/// The same of cues as they are, also of a WebVTT file.
-void readTextCues(Subtitles& subtitles, std::string_view text, const CueValueTaker& take);
+/// SRT, WebVTT and SubStation Alpha by the first characters; the records of SRT are those of readSRT().
+void readTextCues(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
 void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
+
+/// Hands a cue on in the form that is asked for: as it is, or as a record on the rows of a teletext page.
+void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take);
 
 /// @throws Failure: there is no cue in the text.
 [[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text);

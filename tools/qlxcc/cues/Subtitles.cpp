@@ -33,7 +33,7 @@ void checkKind(const InputFile& file, std::span<const std::uint8_t> first, bool 
     const bool isList = looksLikeJson(text) && text.find("\"cues\"") != std::string_view::npos;
     const bool isOpaque = (isEncoded || isUTF16) && !inputKindOfBytes(first);
     if (!isOpaque && !isList && !looksLikeSRT(text) && !looksLikeSTL(text)) {
-        refuseOtherKinds(first, file.name(), &isSubtitles, "which is no subtitle file");
+        refuseOtherKinds(first, file.name(), &hasCues, "which is no subtitle file");
     }
 }
 
@@ -56,11 +56,7 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     if (isSTL && !request.encoding.empty()) {
         throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
     }
-    // Only cues as they are can be those of WebVTT.
-    const bool isWebVtt = take.value && inputKindOfBytes(first) == InputKind::Vtt;
-    if (!isWebVtt) {
-        checkKind(file, first, !request.encoding.empty());
-    }
+    checkKind(file, first, !request.encoding.empty());
     const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
     const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
     if (kind == InputKind::Stl) {
@@ -70,10 +66,8 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     checkUTF8(file.name(), text);
     if (kind == InputKind::Json) {
         readJson(subtitles, text, request, take);
-    } else if (take.value) {
-        readTextCues(subtitles, text, take.value);
     } else {
-        readSRT(subtitles, text, request, take);
+        readTextCues(subtitles, text, request, take);
     }
     return subtitles;
 }

@@ -1,13 +1,15 @@
-// SRT and WebVTT files as the library's own readers of them have their cues: with all styles and places.
+// SRT, WebVTT and SubStation Alpha files as the library's own readers of them have their cues: with all styles and places.
 #include "cues/SubtitleReaders.h"
 #include "streams/InputKind.h"
 
 #include <qlx/base/finding.h>
+#include <qlx/subtitles/ssa.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/webvtt.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <span>
+#include <string_view>
 
 namespace qlx::tool {
 
@@ -29,13 +31,13 @@ private:
 };
 
 template <class Reader>
-void readAll(Subtitles& subtitles, std::string_view text, const CueValueTaker& take) {
+void readAll(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
     ProblemSink problems(subtitles);
     Reader reader({}, &problems);
     const auto takeAll = [&] {
         while (const subtitles::Cue* const cue = reader.next()) {
             ++subtitles.cues;
-            take(*cue);
+            giveCue(*cue, request, take);
         }
     };
     // What the reader gets at once, so that the file is in memory only once.
@@ -52,14 +54,20 @@ void readAll(Subtitles& subtitles, std::string_view text, const CueValueTaker& t
 
 }  // namespace
 
-void readTextCues(Subtitles& subtitles, std::string_view text, const CueValueTaker& take) {
-    const std::span first(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-    if (inputKindOfBytes(first) == InputKind::Vtt) {
+void readTextCues(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
+    const auto kind = inputKindOfBytes({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    if (kind == InputKind::Vtt) {
         subtitles.format = "WebVTT";
-        readAll<subtitles::WebVttReader>(subtitles, text, take);
-    } else {
+        readAll<subtitles::WebVttReader>(subtitles, text, request, take);
+    } else if (kind == InputKind::Ass) {
+        subtitles.format = "SubStation Alpha";
+        readAll<subtitles::SsaReader>(subtitles, text, request, take);
+    } else if (take.value) {
         subtitles.format = "SRT";
-        readAll<subtitles::SubRipReader>(subtitles, text, take);
+        readAll<subtitles::SubRipReader>(subtitles, text, request, take);
+    } else {
+        readSRT(subtitles, text, request, take);
+        return;
     }
     if (subtitles.cues == 0) {
         throwNoCue(subtitles, text);

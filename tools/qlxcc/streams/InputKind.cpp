@@ -34,8 +34,9 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::ProgramStream, "an MPEG-PS file", "scan, show and extract"},
     {InputKind::Png, "a PNG picture", "line21"},
     {InputKind::Ppm, "a PPM picture", "line21"},
-    {InputKind::Vtt, "a WebVTT file", "convert"},
+    {InputKind::Vtt, "a WebVTT file", "convert, subs and play"},
     {InputKind::Mcc, "an MCC file", "scan, show, extract, rate and convert"},
+    {InputKind::Ass, "a SubStation Alpha file", "convert, subs and play"},
 };
 
 }  // namespace

@@ -22,6 +22,11 @@ using streams::isContainer;
 using streams::isSubtitles;
 using streams::kBytesThatTellKind;
 
+/// Whether a file of this kind holds cues: convert, subs and play read it.
+[[nodiscard]] constexpr bool hasCues(InputKind kind) noexcept {
+    return isSubtitles(kind) || kind == InputKind::Vtt || kind == InputKind::Ass;
+}
+
 /// What to say of a file of a kind that a command does not read, and which commands do: `film.ts is an MPEG-TS file,
 /// WHAT: such files are for qlxcc scan, show and extract`.
 /// @param isByName That it is one has been told by its name alone: `film.ts is an MPEG-TS file by its name, ...`.
