@@ -54,6 +54,12 @@ constexpr std::optional<video::Codec> codecOf(StreamContent content) {
                                              : std::nullopt;
 }
 
+/// Whether a stream has something for frames; texts are cues.
+constexpr bool hasFrames(StreamContent content) {
+    return codecOf(content) || content == StreamContent::Pairs || content == StreamContent::Atom ||
+           content == StreamContent::AncElement;
+}
+
 constexpr Finding errorOf(FindingCode code, std::uint64_t offset = 0, std::int64_t first = 0) {
     return {code, Severity::Error, offset, first, 0};
 }
@@ -224,7 +230,7 @@ std::optional<Finding> ContainerReader::Reading::chooseTracks() {
     for (std::size_t index = 0; index < streams.size(); ++index) {
         const detail::DemuxedStream& stream = streams[index];
         const std::optional<video::Codec> codec = codecOf(stream.content);
-        if (stream.content == StreamContent::Other || (codec && hasVideo)) {
+        if (!hasFrames(stream.content) || (codec && hasVideo)) {
             _demuxer->discard(index);
             continue;
         }
@@ -266,7 +272,7 @@ void ContainerReader::Reading::takeSample(const Track& track, Frame& frame) {
     // What is found in a picture is no damage of the container, and stands where the picture does.
     detail::FindingsAt ofPicture(_findings, _packet.place);
     switch (track.content) {
-    case StreamContent::Other:
+    default:
         break;
     case StreamContent::H264:
     case StreamContent::Mpeg2:

@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qlx::streams::detail {
@@ -43,6 +44,12 @@ enum class StreamContent {
     Pairs,       ///< CEA-608 triplets, from a `c608` track.
     Atom,        ///< QuickTime caption atoms, from a `c708` track.
     AncElement,  ///< ANC frame elements (SMPTE ST 436-1).
+    TimedText,   ///< Text with its styles (3GPP TS 26.245).
+    Wvtt,        ///< WebVTT cues in boxes (ISO/IEC 14496-30).
+    Stpp,        ///< TTML documents (the same).
+    SubRip,      ///< The text of a cue.
+    WebVtt,      ///< The same.
+    OtherText,   ///< Subtitles that are not read.
 };
 
 struct DemuxedStream {
@@ -51,6 +58,8 @@ struct DemuxedStream {
     std::int32_t timescale = 1;            ///< Of the times of its packets.
     /// A frame's duration in 1/timescale; 0 when it is not known, or none that video has.
     std::int64_t frameDuration = 0;
+    std::string language;  ///< As the container says it; may be empty.
+    std::string title;     ///< The same.
 };
 
 struct DemuxedPacket {
@@ -60,6 +69,9 @@ struct DemuxedPacket {
     std::optional<std::int64_t> decodingTime;  ///< In 1/timescale.
     std::uint64_t place = 0;                   ///< Its first byte in the file; 0 when that is not known.
     bool isDamaged = false;
+    std::optional<std::int64_t> duration;  ///< In 1/timescale.
+    std::string_view name;                 ///< Of a WebVTT cue, and its settings; valid as the bytes are.
+    std::string_view settings;
 };
 
 enum class DemuxStatus {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace qlx::streams {
 
@@ -26,7 +27,8 @@ constexpr NamedKind kKindNames[] = {
     {"mov", InputKind::Mov},          {"ts", InputKind::TransportStream},
     {"ps", InputKind::ProgramStream}, {"png", InputKind::Png},
     {"ppm", InputKind::Ppm},          {"vtt", InputKind::Vtt},
-    {"mcc", InputKind::Mcc},          {"ass", InputKind::Ass},
+    {"mcc", InputKind::Mcc},          {"ttml", InputKind::Ttml},
+    {"mkv", InputKind::Mkv},          {"ass", InputKind::Ass},
 };
 
 /// Extensions that differ from the names of the kinds.
@@ -35,6 +37,8 @@ constexpr NamedKind kMoreExtensions[] = {
     {"avc", InputKind::H264},
     {"265", InputKind::H265},
     {"hevc", InputKind::H265},
+    {"dfxp", InputKind::Ttml},
+    {"itt", InputKind::Ttml},
     {"m2t", InputKind::TransportStream},
     {"m2ts", InputKind::TransportStream},
     {"m2v", InputKind::Mpeg2},
@@ -43,14 +47,17 @@ constexpr NamedKind kMoreExtensions[] = {
     {"mpg", InputKind::ProgramStream},
     {"mpeg", InputKind::ProgramStream},
     {"mpv", InputKind::Mpeg2},
+    {"mks", InputKind::Mkv},
     {"mts", InputKind::TransportStream},
     {"qt", InputKind::Mov},
     {"ssa", InputKind::Ass},
     {"uyvy", InputKind::Yuv8},
     {"vob", InputKind::ProgramStream},
+    {"webm", InputKind::Mkv},
 };
 
 constexpr std::array<std::uint8_t, 8> kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+constexpr std::array<std::uint8_t, 4> kEbml{0x1A, 0x45, 0xDF, 0xA3};
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 
@@ -121,6 +128,32 @@ bool isNumber(std::string_view text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
+/// Whether the outermost element of an XML text is `tt`, of whatever namespace; not where it begins too late.
+bool isTtml(std::string_view text) {
+    constexpr std::pair<std::string_view, std::string_view> kInFront[] = {{"<!--", "-->"}, {"<?", "?>"}, {"<!", ">"}};
+    for (;;) {
+        text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+        const auto* const part = std::find_if(std::begin(kInFront), std::end(kInFront),
+                                              [text](const auto& each) { return text.starts_with(each.first); });
+        if (part == std::end(kInFront)) {
+            break;
+        }
+        const std::size_t end = text.find(part->second, part->first.size());
+        if (end == std::string_view::npos) {
+            return false;
+        }
+        text.remove_prefix(end + part->second.size());
+    }
+    if (!text.starts_with('<')) {
+        return false;
+    }
+    text.remove_prefix(1);
+    std::string_view name = text.substr(0, text.find_first_of(" \t\r\n/>"));
+    const bool isWhole = name.size() < text.size();
+    name.remove_prefix(name.find(':') + 1);  // 0 where there is no prefix
+    return isWhole && name == "tt";
+}
+
 std::optional<InputKind> kindOfText(std::string_view text) {
     if (text.starts_with(kByteOrderMark)) {
         text.remove_prefix(kByteOrderMark.size());
@@ -146,6 +179,9 @@ std::optional<InputKind> kindOfText(std::string_view text) {
             return isSsaCharacter(found, wanted);
         })) {
         return InputKind::Ass;
+    }
+    if (text.starts_with('<')) {
+        return isTtml(text) ? std::optional(InputKind::Ttml) : std::nullopt;
     }
     if (text.starts_with("{\"frame\":")) {
         return InputKind::Jsonl;
@@ -188,6 +224,8 @@ std::string_view containerName(InputKind kind) noexcept {
         return "MOV or MP4";
     case InputKind::TransportStream:
         return "MPEG-TS";
+    case InputKind::Mkv:
+        return "Matroska";
     default:
         return "MPEG-PS";
     }
@@ -231,6 +269,8 @@ bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcep
         return holds(first, klv::kPackKeyStart);
     case InputKind::Mov:
         return isMov(first);
+    case InputKind::Mkv:
+        return beginsWith(first, kEbml);
     case InputKind::ProgramStream:
         return holds(first, kPack);
     case InputKind::TransportStream:
@@ -258,6 +298,9 @@ std::optional<InputKind> inputKindOfBytes(std::span<const std::uint8_t> first) n
     }
     if (isMov(first)) {
         return InputKind::Mov;
+    }
+    if (beginsWith(first, kEbml)) {
+        return InputKind::Mkv;
     }
     if (const auto kind = kindOfStartCode(first)) {
         return kind;

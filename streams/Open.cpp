@@ -65,6 +65,7 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
         return std::make_unique<VideoReader>(source, video::Codec::H265);
     case InputKind::Mxf:
     case InputKind::Mov:
+    case InputKind::Mkv:
     case InputKind::ProgramStream:
         return std::make_unique<ContainerReader>(source, kind, options.container);
     case InputKind::TransportStream:

@@ -55,6 +55,8 @@ const char* demuxerOf(InputKind kind) {
         return "mxf";
     case InputKind::Mov:
         return "mov";
+    case InputKind::Mkv:
+        return "matroska";
     case InputKind::TransportStream:
         return "mpegts";
     default:
@@ -82,6 +84,31 @@ std::int64_t frameDuration(const AVStream& stream) {
     return duration > 0 && duration <= kLongest * stream.time_base.den ? duration : 0;
 }
 
+StreamContent textOf(AVCodecID codec) {
+    switch (codec) {
+    case AV_CODEC_ID_MOV_TEXT:
+        return StreamContent::TimedText;
+    case AV_CODEC_ID_SUBRIP:
+    case AV_CODEC_ID_TEXT:
+        return StreamContent::SubRip;
+    case AV_CODEC_ID_WEBVTT:
+        return StreamContent::WebVtt;
+    default:
+        return StreamContent::OtherText;
+    }
+}
+
+std::string metadataOf(const AVStream& stream, const char* key) {
+    const AVDictionaryEntry* const entry = av_dict_get(stream.metadata, key, nullptr, 0);
+    return entry == nullptr ? std::string() : std::string(entry->value);
+}
+
+std::string_view sideDataOf(const AVPacket& packet, AVPacketSideDataType type) {
+    std::size_t size = 0;
+    const std::uint8_t* const bytes = av_packet_get_side_data(&packet, type, &size);
+    return bytes == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(bytes), size);
+}
+
 StreamContent contentOf(const AVStream& stream) {
     const AVCodecParameters& parameters = *stream.codecpar;
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
@@ -100,6 +127,15 @@ StreamContent contentOf(const AVStream& stream) {
     }
     if (parameters.codec_tag == MKTAG('c', '7', '0', '8')) {
         return StreamContent::Atom;
+    }
+    if (parameters.codec_tag == MKTAG('w', 'v', 't', 't')) {
+        return StreamContent::Wvtt;
+    }
+    if (parameters.codec_tag == MKTAG('s', 't', 'p', 'p')) {
+        return StreamContent::Stpp;
+    }
+    if (parameters.codec_type == AVMEDIA_TYPE_SUBTITLE) {
+        return textOf(parameters.codec_id);
     }
     // Newer versions have a codec for it, older ones call the data by name alone.
     const AVDictionaryEntry* const type = av_dict_get(stream.metadata, "data_type", nullptr, 0);
@@ -363,6 +399,8 @@ std::vector<DemuxedStream> FFmpegDemuxer::streams() const {
         one.parameters.assign(parameters.begin(), parameters.end());
         one.timescale = stream->time_base.den;
         one.frameDuration = frameDuration(*stream);
+        one.language = metadataOf(*stream, "language");
+        one.title = metadataOf(*stream, "title");
         result.push_back(std::move(one));
     }
     return result;
@@ -388,6 +426,9 @@ DemuxStatus FFmpegDemuxer::read(DemuxedPacket& packet) {
     packet.time = scaledTime(_packet->pts, base);
     packet.decodingTime = scaledTime(_packet->dts, base);
     packet.place = _packet->pos < 0 ? _source.offset() : static_cast<std::uint64_t>(_packet->pos);
+    packet.duration = _packet->duration > 0 ? scaledTime(_packet->duration, base) : std::nullopt;
+    packet.name = sideDataOf(*_packet, AV_PKT_DATA_WEBVTT_IDENTIFIER);
+    packet.settings = sideDataOf(*_packet, AV_PKT_DATA_WEBVTT_SETTINGS);
     packet.isDamaged = (_packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
     return end(0);
 }

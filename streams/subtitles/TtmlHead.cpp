@@ -6,6 +6,20 @@
 
 namespace qlx::streams::detail {
 
+DocumentHead::DocumentHead(std::string_view text, const TtmlReadOptions& options, FindingSink* findings)
+    : _report(findings, text), _styles(_report), _toCopy(kLeastToCopy + kCopies * text.size()) {
+    if (options.rate) {
+        constexpr std::int32_t kMultiplier = 1000;
+        constexpr std::int32_t kDivisor = 1001;
+        _times.frameRate = nominalFramesPerSecond(*options.rate);
+        _times.multiplier = isFractional(*options.rate) ? kMultiplier : 1;
+        _times.divisor = isFractional(*options.rate) ? kDivisor : 1;
+        constexpr std::int32_t kDropped = 30;
+        const bool mayDrop = isFractional(*options.rate) && _times.frameRate % kDropped == 0;
+        _times.dropMode = options.isDrop && mayDrop ? DropMode::Ntsc : DropMode::None;
+    }
+}
+
 Finding DocumentHead::error(FindingCode code, const pugi::xml_node& at, std::int64_t first) {
     const std::ptrdiff_t byte = at.offset_debug();
     return {code, Severity::Error, _report.lineOf(byte < 0 ? 0 : static_cast<std::size_t>(byte)), first, 0};
@@ -96,6 +110,8 @@ void DocumentHead::readParameters(const pugi::xml_node& root, const Attributes& 
     };
     bool hasTicks = false;
     bool hasFrames = false;
+    bool hasMultiplier = false;
+    bool hasDropMode = false;
     for (const auto& [name, value] : attributes.others) {
         if (name.space != Namespace::Parameter && name.space != Namespace::Metadata) {
             continue;
@@ -125,8 +141,10 @@ void DocumentHead::readParameters(const pugi::xml_node& root, const Attributes& 
                 (mark == std::string_view::npos || readCount(value.substr(mark + 1), kMost, divisor))) {
                 _times.multiplier = multiplier;
                 _times.divisor = divisor;
+                hasMultiplier = true;
             }
         } else if (name.local == "dropMode") {
+            hasDropMode = true;
             _times.dropMode = value == "dropNTSC"  ? DropMode::Ntsc
                               : value == "dropPAL" ? DropMode::Pal
                                                    : DropMode::None;
@@ -150,6 +168,14 @@ void DocumentHead::readParameters(const pugi::xml_node& root, const Attributes& 
             }
         }
     }
+    if (hasFrames) {
+        // What a caller says holds only where the file says nothing.
+        _times.multiplier = hasMultiplier ? _times.multiplier : 1;
+        _times.divisor = hasMultiplier ? _times.divisor : 1;
+        _times.dropMode = hasDropMode ? _times.dropMode : DropMode::None;
+    }
+    _file.hasFrameRate = hasFrames;
+    _file.countsFrames = _times.countsFrames;
     // TTML2, 7.2.10: ticks are parts of frames where frames are counted, else seconds.
     if (!hasTicks && hasFrames) {
         _times.tickRate = _times.frameRate * _times.subFrameRate;
@@ -266,6 +292,8 @@ void DocumentHead::readLayout(const pugi::xml_node& layout) {
                         static_cast<std::int64_t>(attributes.name.size()));
         }
         region.inherited = packed(inheritedOf(styles));
+        applySpan(region.span, styles);
+        region.isNotDisplayed = isNotDisplayed(styles);
         const auto style = [&](std::size_t index) { return styles[index]; };
         bool areAllRead = true;
         region.place = placeOf({style(styleAt("tts:origin")), style(styleAt("tts:position")),

@@ -38,14 +38,15 @@ struct Attributes {
 /// A region of the screen: what is known of it.
 struct Region {
     PackedStyles inherited;  ///< What the text in it has too.
+    SpanState span;          ///< What is seen behind the text, and its lines.
+    bool isNotDisplayed = false;
     std::optional<RegionPlace> place;
 };
 
 /// Reads it, and keeps what the content needs.
 class DocumentHead {
 protected:
-    DocumentHead(std::string_view text, FindingSink* findings)
-        : _report(findings, text), _styles(_report), _toCopy(kLeastToCopy + kCopies * text.size()) {}
+    DocumentHead(std::string_view text, const TtmlReadOptions& options, FindingSink* findings);
 
     Finding error(FindingCode code, const pugi::xml_node& at, std::int64_t first);
 

@@ -28,7 +28,7 @@ struct Context {
     std::string_view region;
     bool keepsSpace = false;
     bool isSequence = false;
-    bool isHidden = false;
+    bool isNotDisplayed = false;
 };
 
 /// Reads one document.
@@ -36,7 +36,7 @@ class Document : private DocumentHead {
 public:
     Document(std::string_view text, const std::function<void(Cue)>& take, const TtmlReadOptions& options,
              FindingSink* findings)
-        : DocumentHead(text, findings), _take(take), _options(options) {}
+        : DocumentHead(text, options, findings), _take(take), _options(options) {}
 
     Result<TtmlFile> read(const pugi::xml_node& root) {
         const Entered entered(_names, root);
@@ -60,6 +60,11 @@ public:
             if (name.is(Namespace::Tt, "head")) {
                 readHead(element);
             } else if (name.is(Namespace::Tt, "body")) {
+                settleKind();
+                if (_options.takeHead) {
+                    _options.takeHead(_file);
+                }
+                context.isNotDisplayed = isNotDisplayed(_initial);
                 readBlock(element, context, context.begin);
             } else {
                 passOver(element, name);
@@ -68,13 +73,17 @@ public:
         if (_attributesLeftOut != 0) {
             _report.add(FindingCode::TtmlAttributesLeftOut, Severity::Remark, std::size_t{0}, _attributesLeftOut);
         }
-        if (_file.kind == TtmlKind::Ttml) {
-            _file.kind = _names.isSmpte() ? TtmlKind::SmpteTt : _names.isOld() ? TtmlKind::Dfxp : TtmlKind::Ttml;
-        }
+        settleKind();
         return std::move(_file);
     }
 
 private:
+    void settleKind() {
+        if (_file.kind == TtmlKind::Ttml) {
+            _file.kind = _names.isSmpte() ? TtmlKind::SmpteTt : _names.isOld() ? TtmlKind::Dfxp : TtmlKind::Ttml;
+        }
+    }
+
     /// The time of an attribute; none where there is none, or none that can be read.
     std::optional<MediaTime> timeOf(std::string_view text, int which, const pugi::xml_node& element) {
         if (text.data() == nullptr) {
@@ -96,7 +105,7 @@ private:
         const StyleSet own = _styles.specified(element, attributes.references, attributes.own);
         overlay(context.styles, isSpan ? own : inheritedOf(own));
         applySpan(context.span, own);
-        context.isHidden = context.isHidden || isHidden(own);
+        context.isNotDisplayed = context.isNotDisplayed || isNotDisplayed(own);
         context.language = attributes.language.data() == nullptr ? context.language : attributes.language;
         context.region = attributes.region.empty() ? context.region : attributes.region;
         context.keepsSpace = attributes.space.empty() ? context.keepsSpace : attributes.space == "preserve";
@@ -195,7 +204,12 @@ private:
         StyleSet all = _initial;
         if (isKnown) {
             overlay(all, region->second.inherited);
+            takeMissing(context.span, region->second.span);
+            context.isNotDisplayed = context.isNotDisplayed || region->second.isNotDisplayed;
         }
+        SpanState around;
+        applySpan(around, _initial);
+        takeMissing(context.span, around);
         overlay(all, context.styles);
         context.styles = all;
         _pieces.clear();
@@ -210,6 +224,8 @@ private:
             return context.end;
         }
         auto [begin, end] = *shown;
+        // Where it does not say itself when it ends, its spans do.
+        const std::optional<MediaTime> last = context.end || !end.isValid() ? context.end : std::optional(end);
         if (!end.isValid()) {
             constexpr std::int64_t kOpenSeconds = 5;
             end = add(begin, MediaTime::make(kOpenSeconds, 1));
@@ -219,7 +235,7 @@ private:
         if (!end.isValid() || !isBefore(begin, end)) {
             _report.add(FindingCode::TtmlNeverShown, Severity::Warning, element, milliseconds(begin),
                         milliseconds(end));
-            return context.end;
+            return last;
         }
         Cue cue;
         cue.identifier = attributes.name;
@@ -253,7 +269,7 @@ private:
             _report.add(FindingCode::TtmlTimesTooMany, Severity::Warning, element, static_cast<std::int64_t>(times),
                         static_cast<std::int64_t>(_options.mostTimes));
         }
-        return context.end;
+        return last;
     }
 
     /// When the text of a paragraph is shown: its end is not valid where nothing says; none where there is no text.
@@ -286,7 +302,7 @@ private:
             const pugi::xml_node_type type = inner.type();
             if (type == pugi::node_pcdata || type == pugi::node_cdata) {
                 // In a sequence text that nothing ends lasts no time (TTML2, 12.2.4).
-                if (context.isHidden || context.isSequence) {
+                if (context.isNotDisplayed || isInvisible(context.styles) || context.isSequence) {
                     _hasHidden = _hasHidden ||
                                  std::string_view(inner.value()).find_first_not_of(" \t\r\n") != std::string_view::npos;
                     continue;

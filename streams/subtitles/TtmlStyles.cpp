@@ -142,8 +142,8 @@ void TtmlStyles::refer(const pugi::xml_node& element, std::string_view reference
         Style& style = found->second;
         if (!style.isResolved) {
             if (style.isOpen || depth == kDeepest) {
-                _report.add(FindingCode::TtmlStyleCircular, Severity::Error, element,
-                            static_cast<std::int64_t>(name.size()));
+                _report.add(style.isOpen ? FindingCode::TtmlStyleCircular : FindingCode::TtmlStyleChainTooLong,
+                            Severity::Error, element, static_cast<std::int64_t>(name.size()));
                 continue;
             }
             style.isOpen = true;
@@ -165,9 +165,19 @@ void applySpan(SpanState& state, const StyleSet& own) {
     }
     std::string_view decoration = own[kDecoration];
     for (std::string_view word = takeWord(decoration); !word.empty(); word = takeWord(decoration)) {
-        state.isUnderlined = word == "underline" || (state.isUnderlined && word != "noUnderline" && word != "none");
-        state.isStruckOut = word == "lineThrough" || (state.isStruckOut && word != "noLineThrough" && word != "none");
+        if (word == "underline" || word == "noUnderline" || word == "none") {
+            state.isUnderlined = word == "underline";
+        }
+        if (word == "lineThrough" || word == "noLineThrough" || word == "none") {
+            state.isStruckOut = word == "lineThrough";
+        }
     }
+}
+
+void takeMissing(SpanState& state, const SpanState& around) noexcept {
+    state.background = state.background.data() == nullptr ? around.background : state.background;
+    state.isUnderlined = state.isUnderlined ? state.isUnderlined : around.isUnderlined;
+    state.isStruckOut = state.isStruckOut ? state.isStruckOut : around.isStruckOut;
 }
 
 Look lookOf(const StyleSet& set, const StyleSet& own, const SpanState& state, TtmlReport& report,
@@ -197,8 +207,8 @@ Look lookOf(const StyleSet& set, const StyleSet& own, const SpanState& state, Tt
     const std::string_view slant = set[kFontStyle];
     look.style.isItalic = slant == "italic" || slant == "oblique" || slant == "reverseOblique";
     look.style.isBold = set[kFontWeight] == "bold";
-    look.style.isUnderlined = state.isUnderlined;
-    if (state.isStruckOut) {
+    look.style.isUnderlined = state.isUnderlined.value_or(false);
+    if (state.isStruckOut.value_or(false)) {
         look.properties.push_back({std::string(subtitles::properties::kStruckOut), {}});
     }
     for (std::size_t index = 0; index < own.size(); ++index) {
@@ -235,8 +245,12 @@ subtitles::Alignment alignmentOf(const StyleSet& set) noexcept {
     return subtitles::Alignment::Left;
 }
 
-bool isHidden(const StyleSet& set) noexcept {
-    return set[kDisplay] == "none" || set[kVisibility] == "hidden";
+bool isNotDisplayed(const StyleSet& set) noexcept {
+    return set[kDisplay] == "none";
+}
+
+bool isInvisible(const StyleSet& set) noexcept {
+    return set[kVisibility] == "hidden";
 }
 
 }  // namespace qlx::streams::detail

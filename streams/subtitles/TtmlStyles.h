@@ -82,10 +82,13 @@ private:
 
 /// What spans within each other add up to.
 struct SpanState {
-    std::string_view background;  ///< The colour behind; null: none.
-    bool isUnderlined = false;
-    bool isStruckOut = false;
+    std::string_view background;       ///< The colour behind; null: nobody says.
+    std::optional<bool> isUnderlined;  ///< None: nobody says.
+    std::optional<bool> isStruckOut;   ///< The same.
 };
+
+/// Fills what nobody says with what holds around.
+void takeMissing(SpanState& state, const SpanState& around) noexcept;
 
 /// Takes what an element has itself.
 void applySpan(SpanState& state, const StyleSet& own);
@@ -110,7 +113,10 @@ struct Look {
 /// Where text stands on its row.
 [[nodiscard]] subtitles::Alignment alignmentOf(const StyleSet& set) noexcept;
 
-/// Whether text is not displayed.
-[[nodiscard]] bool isHidden(const StyleSet& set) noexcept;
+/// Whether an element itself, and all that is within, is not displayed.
+[[nodiscard]] bool isNotDisplayed(const StyleSet& set) noexcept;
+
+/// Whether text with all that holds for it is not seen.
+[[nodiscard]] bool isInvisible(const StyleSet& set) noexcept;
 
 }  // namespace qlx::streams::detail

@@ -70,12 +70,17 @@ TEST(InputKind, IsToldByTheFirstBytes) {
     EXPECT_EQ(kind(bytesOf("\xEF\xBB\xBF"
                            "1\r\n00:00:01,000 --> 00:00:02,000\r\nA\r\n")),
               InputKind::Srt);
+    for (const std::string_view text :
+         {"<tt xml:lang=''>", "\xEF\xBB\xBF<?xml version='1.0'?>\n<!-- <x> -->\n<!DOCTYPE tt>\n<tt:tt>", "<tt/>"}) {
+        EXPECT_EQ(kind(bytesOf(std::string(text))), InputKind::Ttml) << text;
+    }
 }
 
 TEST(InputKind, IsNotGuessed) {
     for (const Bytes& bytes :
          {Bytes{}, Bytes(4096, 0), fromHex("0000"), fromHex("000001"), fromHex("00000180"), repeatedPacket(0, 188, 1),
           repeatedPacket(0, 190, 5), bytesOf("P6"), bytesOf("P5\n"), bytesOf("1\n2\n3\n"), bytesOf("850STX25.01"),
+          bytesOf("<t"), bytesOf("<tt"), bytesOf("<ttx>"), bytesOf("<SpliceInfoSection/>"), bytesOf("<!-- <tt>"),
           fromHex("060e2b"), fromHex("00000008 77696466"), fromHex("000001b9")}) {
         EXPECT_EQ(inputKindOfBytes(bytes), std::nullopt) << qlxtest::toHex(bytes).substr(0, 40);
     }

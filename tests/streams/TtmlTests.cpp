@@ -110,6 +110,9 @@ TEST(Ttml, AddsUpTheTimesAround) {
         {"<body timeContainer='seq'><div><p>a</p></div><div><p dur='1s'>b</p></div></body>",
          "0-5000 a",
          {TtmlEndMissing, TtmlElementLeftOut}},
+        // A paragraph ends with its spans, and the next one of a sequence begins there.
+        {"<body><div timeContainer='seq'><p><span begin='1s' end='2s'>a</span></p><p dur='1s'>b</p></div></body>",
+         "1000-2000 a\n2000-3000 b"},
         {"<body><div><p begin='3s'>a</p></div></body>", "3000-8000 a", {TtmlEndMissing}},
         {"<body><div><p begin='3s' end='3s'>a</p></div></body>", "", {TtmlNeverShown}},
         {"<body><div end='2s'><p begin='3s' end='4s'>a</p></div></body>", "", {TtmlNeverShown}},
@@ -202,6 +205,87 @@ TEST(Ttml, ResolvesStyles) {
     EXPECT_EQ(rowsInWords(inherited.cues[0]), "{i#30}a");
     EXPECT_EQ(inherited.cues[0].properties, (Properties{{"ttml.tts:lineHeight", "125%"}, {"ttml.ttm:role", "x"}}));
     EXPECT_EQ(inherited.cues[0].language, "en");
+}
+
+TEST(Ttml, TakesWhatInitialsAndRegionsSayOfText) {
+    struct Case {
+        std::string initial;
+        std::string region;
+        std::string text;
+        std::string expected;
+        std::vector<FindingCode> codes{};
+    };
+    using enum FindingCode;
+    const std::string underlined = "tts:textDecoration='underline'";
+    const Case cases[] = {
+        {underlined, "", "a", "{u}a"},
+        {"", underlined, "a", "{u}a"},
+        {underlined, "tts:textDecoration='none'", "a", "a"},
+        {"", underlined, "a<span tts:textDecoration='noUnderline'>b</span>", "{u}a{}b"},
+        {"", underlined, "<span tts:textDecoration='lineThrough'>a</span>", "{u strikeout=}a"},
+        {"tts:backgroundColor='red'", "", "a", "{on30}a"},
+        {"tts:backgroundColor='red'", "tts:backgroundColor='blue'", "a", "{on03}a"},
+        {"", "tts:backgroundColor='blue'", "a<span tts:backgroundColor='red'>b</span>", "{on03}a{on30}b"},
+        {"", "tts:backgroundColor='#0000ff00'", "a", "a"},
+        {"", "tts:visibility='hidden'", "a", "", {TtmlHidden}},
+        {"tts:visibility='hidden'", "", "a", "", {TtmlHidden}},
+        {"", "tts:visibility='hidden'", "a<span tts:visibility='visible'>b</span>", "b", {TtmlHidden}},
+        {"", "tts:display='none'", "a<span tts:display='inline'>b</span>", "", {TtmlHidden}},
+        {"tts:display='none'", "", "a", "", {TtmlHidden}},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.initial + " / " + one.region + " / " + one.text);
+        const auto document =
+            readDocument(documentOf(paragraphOf(one.text, "region='r'"), "<styling><initial " + one.initial +
+                                                                             "/></styling><layout><region xml:id='r' " +
+                                                                             one.region + "/></layout>"));
+        EXPECT_EQ(document.codes, one.codes);
+        ASSERT_EQ(document.cues.size(), one.expected.empty() ? 0U : 1U);
+        if (!document.cues.empty()) {
+            EXPECT_EQ(rowsInWords(document.cues[0]), one.expected);
+        }
+    }
+}
+
+TEST(Ttml, FollowsStylesAsFarAsAnyoneWritesThem) {
+    const auto chainOf = [](int length) {
+        std::string styles = "<style xml:id='s0' tts:color='red'/>";
+        for (int each = 1; each < length; ++each) {
+            styles += "<style xml:id='s" + std::to_string(each) + "' style='s" + std::to_string(each - 1) + "'/>";
+        }
+        return readDocument(documentOf(paragraphOf("<span style='s" + std::to_string(length - 1) + "'>a</span>"),
+                                       "<styling>" + styles + "</styling>"));
+    };
+    const auto whole = chainOf(64);
+    EXPECT_TRUE(whole.codes.empty());
+    ASSERT_EQ(whole.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(whole.cues[0]), "{#30}a");
+    EXPECT_EQ(chainOf(66).codes, std::vector{FindingCode::TtmlStyleChainTooLong});
+}
+
+TEST(Ttml, CountsFramesAsTheCallerSaysWhereTheDocumentDoesNot) {
+    const auto startOf = [](const std::string& parameters, qlx::streams::TtmlReadOptions options) {
+        std::optional<TtmlFile> head;
+        options.takeHead = [&head](const TtmlFile& file) { head = file; };
+        const auto document = readDocument(
+            documentOf("<body><div><p begin='00:01:00:04' dur='1s'>a</p></div></body>", "", parameters), options);
+        EXPECT_TRUE(head && *head == document.file);
+        EXPECT_EQ(document.cues.size(), 1U);
+        const qlx::MediaTime start = document.cues.at(0).start;
+        return std::pair(qlx::secondsFrom(start) * 30'000, document.file.hasFrameRate);
+    };
+    using qlx::FrameRate;
+    const std::string smpte = "ttp:timeBase='smpte' ";
+    EXPECT_EQ(startOf(smpte, {}), std::pair(1804 * 1000.0, false));
+    EXPECT_EQ(startOf(smpte, {.rate = FrameRate::Fps25}), std::pair(1504 * 1200.0, false));
+    EXPECT_EQ(startOf(smpte, {.rate = FrameRate::Fps2997}), std::pair(1804 * 1001.0, false));
+    EXPECT_EQ(startOf(smpte, {.rate = FrameRate::Fps2997, .isDrop = true}), std::pair(1802 * 1001.0, false));
+    EXPECT_EQ(startOf(smpte + "ttp:dropMode='nonDrop'", {.rate = FrameRate::Fps2997, .isDrop = true}),
+              std::pair(1804 * 1001.0, false));
+    EXPECT_EQ(startOf(smpte + "ttp:frameRate='25'", {.rate = FrameRate::Fps2997, .isDrop = true}),
+              std::pair(1504 * 1200.0, true));
+    EXPECT_EQ(startOf(smpte + "ttp:frameRateMultiplier='1000 1001' ttp:frameRate='30'", {.rate = FrameRate::Fps25}),
+              std::pair(1804 * 1001.0, true));
 }
 
 TEST(Ttml, PlacesRowsByTheirRegions) {

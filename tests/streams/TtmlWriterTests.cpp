@@ -254,6 +254,30 @@ TEST(TtmlWriter, WritesEachNameOnce) {
     EXPECT_EQ(countOf(text, "region=\"r\""), 1U);
 }
 
+TEST(TtmlWriter, WritesNamesInAllLettersThatXmlHas) {
+    const auto isWritten = [](std::string_view name) {
+        Cue cue;
+        cue.start = milliseconds(1000);
+        cue.end = milliseconds(2000);
+        cue.identifier = name;
+        cue.rows.push_back(qlxtest::rowOf("x"));
+        qlx::Findings findings;
+        TtmlWriter writer({}, {}, &findings);
+        EXPECT_TRUE(writer.write(cue));
+        const auto document = readDocument(writer.finish());
+        EXPECT_EQ(document.cues.size(), 1U);
+        const bool isThere = !document.cues.empty() && document.cues[0].identifier == name;
+        EXPECT_EQ(findings.empty(), isThere) << name;
+        return isThere;
+    };
+    for (const std::string_view name : {"a", "_1", "gr\u00FCn", "\u0441\u0442\u0440-1.2", "\u5B57\u5E55", "a\u00B7"}) {
+        EXPECT_TRUE(isWritten(name)) << name;
+    }
+    for (const std::string_view name : {"1", "-a", "a b", "a:b", "\u00D7", "\u2013", "\uFFFD", "\u00B7a"}) {
+        EXPECT_FALSE(isWritten(name)) << name;
+    }
+}
+
 TEST(TtmlWriter, KeepsRegionsNamesAndTimesOfParts) {
     const std::string text = documentOf(
         "<body><div><p xml:id='x' begin='1s' end='5s' region='r2'>a<br/><span begin='1s'>b</span></p></div></body>",

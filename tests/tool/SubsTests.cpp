@@ -90,7 +90,7 @@ TEST(Subs, WritesJsonThatPlayReads) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out + result.err, "");
     EXPECT_EQ(folder.read("out.json"),
-              "{\"cues\":[\n"
+              "{\"schema\":\"qlxcc/subs/1\",\n\"cues\":[\n"
               R"({"end_time_seconds":2.0,"end_timecode":"00:00:02,000","index":1,"start_time_seconds":1.0,)"
               R"("start_timecode":"00:00:01,000","text_lines":[)"
               R"({"alignment":"center","color":"#ff0000","text":"Bonjour","vertical_position":10},)"

@@ -375,6 +375,8 @@ enum class FindingCode : std::uint32_t {
     SubtitleValueRowWrong,                  ///< Line, row that it is read as (0: none).
     SubtitleValueStylesLost,                ///< Line, its runs that look otherwise than what is kept.
     SubtitleValueAnchorLost,                ///< Line, its place in the cue.
+    SubtitleValueFieldWrong,                ///< Row, run, 0 for the cue or row itself; the value is passed over.
+    SubtitleValueKeyUnknown,                ///< The same of a key that means nothing.
 
     // subtitles, cues that are written; the offset is the cue, counted from 1
     SubtitleTimeEmptied = 0xA'0401,  ///< Units of the start, units in a second.
@@ -537,6 +539,11 @@ enum class FindingCode : std::uint32_t {
     ContainerGap,               ///< Bytes without a packet of what is read.
     ContainerAtomMissing,       ///< Bytes of a caption sample without a ccdp, cdat or cdt2 atom.
     ContainerDamageLeftOut,     ///< No numbers; more of the same is not told.
+    // streams, text tracks; the offset is the first byte of the sample
+    TextSampleWrong = 0x1F'0261,  ///< Bytes of the sample, of which something is passed over.
+    TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
+    TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
+    TextTrackUnreadable,          ///< The track, counted from 1.
 
     // streams: the index of a container
     MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.
@@ -616,6 +623,7 @@ enum class FindingCode : std::uint32_t {
     TtmlElementLeftOut,             ///< Bytes of its name.
     TtmlAttributesLeftOut,          ///< How many attributes of unknown namespaces the file has.
     TtmlHidden,                     ///< No numbers; a paragraph or span that is not displayed.
+    TtmlStyleChainTooLong,          ///< Bytes of the name of a style that is referred to by way of too many others.
     // streams, TTML that is written; the offset is the cue, counted from 1
     TtmlCharacterReplaced = 0x1F'0441,  ///< Row, its characters that XML has no form for.
 

@@ -38,16 +38,18 @@ enum class InputKind {
     H265,             ///< An H.265 byte stream (Annex B).
     Mcc,              ///< Ancillary packets as text, a line each.
     Ass,              ///< Subtitles: SubStation Alpha, of either version.
+    Mkv,              ///< Matroska and WebM (RFC 9559).
+    Ttml,             ///< Subtitles: timed text in XML (W3C TTML and its profiles).
 };
 
 /// As many first bytes as are looked at.
 inline constexpr std::size_t kBytesThatTellKind = 4096;
 
 /// The short name of a kind: `v210`, `2vuy`, `klv`, `jsonl`, `scc`, `srt`, `stl`, `json`, `h264`, `mpeg2`,
-/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`, `h265`, `mcc`, `ass`.
+/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`, `h265`, `mcc`, `mkv`, `ttml`, `ass`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view nameOf(InputKind kind) noexcept;
 
-/// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`.
+/// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`, `Matroska`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view containerName(InputKind kind) noexcept;
 
 /// The kind called `name`.
@@ -80,10 +82,20 @@ inline constexpr std::size_t kBytesThatTellKind = 4096;
     return kind == InputKind::Srt || kind == InputKind::Stl || kind == InputKind::Json;
 }
 
+/// Whether a file of this kind holds cues, and no frames.
+[[nodiscard]] constexpr bool hasCues(InputKind kind) noexcept {
+    return isSubtitles(kind) || kind == InputKind::Vtt || kind == InputKind::Ttml;
+}
+
 /// Whether a file of this kind is a multiplex of streams with times.
 [[nodiscard]] constexpr bool isContainer(InputKind kind) noexcept {
     return kind == InputKind::Mxf || kind == InputKind::Mov || kind == InputKind::TransportStream ||
-           kind == InputKind::ProgramStream;
+           kind == InputKind::ProgramStream || kind == InputKind::Mkv;
+}
+
+/// Whether a container of this kind may have text tracks (qlx/streams/text_tracks.h).
+[[nodiscard]] constexpr bool mayHaveTextTracks(InputKind kind) noexcept {
+    return kind == InputKind::Mov || kind == InputKind::Mkv;
 }
 
 }  // namespace qlx::streams

@@ -19,6 +19,7 @@
 #pragma once
 
 #include <qlx/base/finding.h>
+#include <qlx/base/frame_rate.h>
 #include <qlx/base/result.h>
 #include <qlx/streams/export.h>
 #include <qlx/subtitles/cue.h>
@@ -27,6 +28,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -63,6 +65,8 @@ struct TtmlFile {
     std::uint16_t cellColumns = 32;   ///< `ttp:cellResolution`, which lengths in cells (`c`) count.
     std::uint16_t cellRows = 15;      ///< The same.
     std::vector<TtmlRegion> regions;  ///< In their order.
+    bool hasFrameRate = false;        ///< `ttp:frameRate` says what frame numbers count.
+    bool countsFrames = false;        ///< `ttp:timeBase="smpte"`: times are labels of frames.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const TtmlFile&, const TtmlFile&) = default;
@@ -74,6 +78,12 @@ struct TtmlReadOptions {
     std::size_t deepest = 200;                                 ///< Elements within each other; deeper ones are refused.
     std::size_t mostTimes =
         1000;  ///< At which a paragraph changes; of one with more the times of spans are passed over.
+    /// What frame numbers count in a file without `ttp:frameRate`; none: 30, as TTML2, 7.2.5 has it.
+    std::optional<FrameRate> rate{};
+    /// Of these frames numbers are left out (`dropNTSC`) where neither a frame rate nor `ttp:dropMode` is in the file.
+    bool isDrop = false;
+    /// Gets what the file has besides cues, in front of the first of them; may be empty.
+    std::function<void(const TtmlFile&)> takeHead{};
 };
 
 /// Reads a file as a whole.

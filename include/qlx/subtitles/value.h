@@ -69,4 +69,38 @@ struct ValueOptions {
 [[nodiscard]] QLX_EXPORT Result<Cue> cueOf(const Value& value, FindingSink* findings = nullptr,
                                            std::uint64_t offset = 0);
 
+/// The name of the form that modelOf() gives, which documents of such cues say under `schema`.
+inline constexpr std::string_view kCueSchema = "qlxcc/subtitles/1";
+
+/// All of a cue, so that cueOfModel() gives an equal one:
+///
+///     const qlx::Dictionary model = qlx::subtitles::modelOf(cue);
+///     const qlx::Result<qlx::subtitles::Cue> again = qlx::subtitles::cueOfModel(model);
+///
+///   { "number": 1, "id": "intro", "language": "en", "region": "r1", "screenRows": 15, "screenColumns": 32,
+///    "start": { "value": 1000, "timescale": 1000, "seconds": 1.0 }, "end": {..},
+///    "properties": [ { "name": "vtt.size", "value": "50%" } ],
+///    "rows": [ { "number": 14, "column": 5, "anchor": 2, "alignment": "center",
+///      "runs": [ { "text": "Hello", "color": "#ffff00", "background": "#0000ff", "bold": true, "italic": true,
+///        "underline": true, "flash": true, "from": {..}, "properties": [..] } ] } ] }
+///
+/// What is 0, empty, false or none is not written. Times that are not valid are not written either, and cueOfModel()
+/// refuses a cue without them.
+[[nodiscard]] QLX_EXPORT Dictionary modelOf(const Cue& cue);
+
+/// Whether a value is of the form that modelOf() gives, and not of that of dictionaryOf(): it has rows or a start, and no
+/// `text_lines`.
+[[nodiscard]] QLX_EXPORT bool isModel(const Value& value) noexcept;
+
+/// The cue of such a dictionary. What is missing is as in a new cue, row or run. A time is `value` and `timescale`, or
+/// else `seconds`; a colour is a text that colorNamed() takes, and one that screens do not have becomes the nearest with
+/// the property properties::kColor beside it.
+///
+/// Fails with SubtitleValueNotDictionary, SubtitleValueTimeMissing, or SubtitleValueEndNotLater where the end is before the
+/// start. Values that are none are findings (SubtitleValueFieldWrong), and so are keys that mean nothing
+/// (SubtitleValueKeyUnknown).
+/// @param offset What findings have as their offset: the place of the value among others.
+[[nodiscard]] QLX_EXPORT Result<Cue> cueOfModel(const Value& value, FindingSink* findings = nullptr,
+                                                std::uint64_t offset = 0);
+
 }  // namespace qlx::subtitles

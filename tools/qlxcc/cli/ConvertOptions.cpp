@@ -5,17 +5,19 @@ namespace qlx::tool {
 
 namespace {
 
-constexpr std::string_view kConvertedFormats[] = {"srt", "vtt", "stl", "klv", "v210", "jsonl", "mcc", "scc"};
-constexpr std::string_view kConvertFormats[] = {"srt", "vtt",  "stl",   "json", "v210", "2vuy", "klv", "jsonl",
-                                                "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps",  "mcc"};
+constexpr std::string_view kConvertedFormats[] = {"srt", "vtt",  "stl",   "ttml", "ebu-tt-d", "json",
+                                                  "klv", "v210", "jsonl", "mcc",  "scc"};
+constexpr std::string_view kConvertFormats[] = {"srt", "vtt",  "stl",   "ttml", "json", "v210", "2vuy", "klv", "jsonl",
+                                                "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps",   "mcc", "mkv"};
 constexpr std::string_view kConvertChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 constexpr std::string_view kTables[] = {"00", "01", "02", "03", "04"};
 constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};
 
 constexpr std::string_view kConvertNotes =
-    R"(IN is SRT, WebVTT, EBU STL or JSON, or a file with captions or teletext on air: all that show reads. Of what is on
-air each screen becomes a cue, from the frame that shows it to the one that changes it; captions that are painted
-letter by letter, and rows that roll up, are one cue as long as text only comes to them within half a second.
+    R"(IN is SRT, WebVTT, EBU STL, TTML (IMSC, EBU-TT-D, SMPTE-TT, DFXP) or JSON, or a file with captions or teletext on
+air: all that show reads. Of what is on air each screen becomes a cue, from the frame that shows it to the one that
+changes it; captions that are painted letter by letter, and rows that roll up, are one cue as long as text only comes to
+them within half a second.
 
 Files of frames (klv, v210, jsonl, MCC, Scenarist captions) are made of each other, and of video, containers and 2vuy,
 without decoding anything: packets keep their bytes, captions that are in no packet are put into caption packets by the
@@ -35,6 +37,8 @@ Examples:
   qlxcc convert film.stl -o film.srt --from-start 10:00:00:00 --from-rate 25
   qlxcc convert film.srt -o film.stl --to-start 10:00:00:00 --to-rate 25 --title Film --language de --country DEU
   qlxcc convert film.ts -o film.vtt --channel CC3
+  qlxcc convert film.vtt -o film.ttml --language en
+  qlxcc convert film.srt -o film.xml --to-format ebu-tt-d
   qlxcc convert film.mcc -o film.scc
   qlxcc convert film.scc --from-start auto -o film.klv
   qlxcc convert film.srt --to-rate 59.94 --channel CC1 --service 1 -o film.mcc
@@ -55,18 +59,32 @@ Examples:
 constexpr OptionRow kConvertOptions[] = {
     fileArgument("IN", "Subtitles, or a file with captions or teletext on air (-: standard input)"),
     required(kOutput),
-    fromFormat(kConvertFormats, {}, "What IN is, such as srt, klv or ts (default: by content or name)",
-               "One of `srt`, `vtt`, `stl`, `json`, and of what is on air `v210`, `2vuy`, `klv`, `jsonl`, `scc`, "
-               "`h264`, `mpeg2`, `mxf`, `mov`, `ts`, `ps`, `mcc`."),
+    fromFormat(
+        kConvertFormats, {}, "What IN is, such as srt, klv or ts (default: by content or name)",
+        "One of `srt`, `vtt`, `stl`, `ttml`, `json`, and of what is on air `v210`, `2vuy`, `klv`, `jsonl`, `scc`, "
+        "`h264`, `mpeg2`, `mxf`, `mov`, `mkv`, `ts`, `ps`, `mcc`."),
     {.names = "--to-format",
      .value = "FORMAT",
      .kind = ValueKind::Word,
      .words = kConvertedFormats,
      .field = &RawOptions::format,
-     .help = "{} (default: by the name of FILE)"},
+     .help = "{} (default: by FILE)",
+     .more = "`ttml` is the text profile of IMSC 1.1, `ebu-tt-d` EBU-TT-D (EBU Tech 3380); `json` has all that any of "
+             "them says (see qlxcc(1))."},
+    saying(helping(kAsDeployed, "json: the form of versions before 0.3, in which rows have one style"),
+           "It has no places but rows of a teletext page, and nothing of what formats say besides."),
+    {.names = "--limit",
+     .value = "MIB",
+     .kind = ValueKind::Number,
+     .least = 1,
+     .greatest = 4096,
+     .field = &RawOptions::limit,
+     .help = "The longest TTML, JSON or EBU STL file, in MiB (default: 64)",
+     .more = "Such files are read as a whole; a longer one is refused. Other ones have no limit."},
     textOption("--encoding", "NAME", &RawOptions::encoding,
                "The encoding of a text, as iconv -l lists them (default: by its bytes)",
-               "Without it a byte order mark tells, then whether all of the text is UTF-8, then the zero bytes of "
+               "Without it a byte order mark tells, then an XML declaration, then whether all of the text is UTF-8, "
+               "then the zero bytes of "
                "UTF-16; any other text is windows-1252. What is not UTF-8 is said. A byte that the encoding does not "
                "have becomes U+FFFD, with its place. What is written is UTF-8."),
     {.names = "--channel",
@@ -76,6 +94,7 @@ constexpr OptionRow kConvertOptions[] = {
      .field = &RawOptions::channel,
      .help = "Of what is on air: {} (default: CC1, unless --page is given)",
      .more = "CC3 and CC4 are in field 2: a Scenarist file, which has one field, is read and written as one of that."},
+    kTrack,
     helping(kService, "Of subtitles that become packets: the caption service, 1 to 63"),
     helping(kStyle, "Of subtitles that become captions: {} (default: pop-on)"),
     kRollUpRows,
@@ -95,9 +114,11 @@ constexpr OptionRow kConvertOptions[] = {
                "of cues the whole hour in which the first one begins; "
                "`0` subtracts nothing, and keeps the tool from saying that the first cue comes late."),
     textOption("--to-start", "TIME", &RawOptions::toStart, "Where the programme begins in the result, which is added"),
-    rateOption("--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
-               "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
-               "timecode of --from-start counts. It does not change the speed."),
+    rateOption(
+        "--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
+        "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
+        "timecode of --from-start counts, and the times of TTML in frames where the file does not say it. It does "
+        "not change the speed."),
     rateOption("--to-rate", {}, &RawOptions::toRate,
                "Frames a second of packets made of subtitles; those that --to-start and EBU STL count",
                "EBU STL has 25 and 30 (default: those of --from-rate or of an STL file that is read, else 25); with "
@@ -153,10 +174,10 @@ constexpr OptionRow kConvertOptions[] = {
      .value = "CODE",
      .kind = ValueKind::Name,
      .field = &RawOptions::languages,
-     .help = "EBU STL, captions and teletext that are written: their language",
-     .more =
-         "Two letters (en) for EBU STL, whose character code table it chooses unless --table does, three letters of "
-         "ISO 639-2 (eng, fra, spa) for captions, either for teletext, whose character set it chooses."},
+     .help = "EBU STL, TTML, captions and teletext that are written: their language",
+     .more = "A tag such as en or de-AT for TTML, two letters (en) for EBU STL, whose character code table it chooses "
+             "unless --table does, three letters of "
+             "ISO 639-2 (eng, fra, spa) for captions, either for teletext, whose character set it chooses."},
     stlText("--date", "YYMMDD", &RawOptions::date, "EBU STL: when it was made (default: 700101, never the clock)"),
     {.names = "--table",
      .value = "TABLE",

@@ -186,6 +186,7 @@ Action checkedSubs(const RawOptions& raw) {
     SubsOptions options;
     options.file = raw.file;
     options.encoding = knownEncoding(raw.encoding);
+    options.track = raw.track;
     const PlayMode mode = raw.mode == "cea608" ? PlayMode::Cea608 : PlayMode::Teletext;
     options.mode = static_cast<std::int32_t>(mode);
     options.namesLosses = !raw.mode.empty();

@@ -104,6 +104,8 @@ struct RawOptions {
     std::string overlap = "keep";
     std::optional<std::uint64_t> wrap;
     std::optional<std::uint64_t> wrapRows;
+    std::string track;
+    std::optional<std::uint64_t> limit;  ///< MiB.
     std::optional<std::string> title;
     std::optional<std::string> episode;
     std::optional<std::string> publisher;

@@ -144,7 +144,17 @@ void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues,
     }
 }
 
-constexpr std::string_view kCueFormats[] = {"srt", "vtt", "stl"};
+constexpr std::string_view kCueFormats[] = {"srt", "vtt", "stl", "ttml", "ebu-tt-d", "json"};
+
+/// Which one `name` is.
+CueFormat cueFormatNamed(std::string_view name) {
+    return name == "vtt"        ? CueFormat::Vtt
+           : name == "stl"      ? CueFormat::Stl
+           : name == "ttml"     ? CueFormat::Ttml
+           : name == "ebu-tt-d" ? CueFormat::EbuTtD
+           : name == "json"     ? CueFormat::Json
+                                : CueFormat::Srt;
+}
 
 /// How frames are written in a format that is not one of cues.
 FrameOutputOptions carrierFormat(const RawOptions& raw, const std::string& name) {
@@ -201,7 +211,7 @@ int playCues(PlayOptions sent, ConvertOptions options) {
 /// Makes packets: of cues as play does it, of other packets without decoding them.
 int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOptions options, CarrierOptions carrier) {
     const InputKind kind = kindOfInput(options.input);
-    if (isSubtitles(kind) || kind == InputKind::Vtt) {
+    if (hasCues(kind)) {
         options.input.source.kind = kind;
         options.input.channel.reset();
         options.input.page.reset();
@@ -227,14 +237,15 @@ Action checkedConvert(const RawOptions& raw) {
     ConvertOptions options;
     options.input.path = raw.file;
     options.input.encoding = knownEncoding(raw.encoding);
-    const std::string format =
-        formatName(raw.format, raw.output.value_or("-"), {"srt", "vtt", "stl", "klv", "v210", "jsonl", "mcc", "scc"});
+    const std::string format = formatName(raw.format, raw.output.value_or("-"),
+                                          {"srt", "vtt", "stl", "ttml", "json", "klv", "v210", "jsonl", "mcc", "scc"});
     const bool isOfCues = std::find(std::begin(kCueFormats), std::end(kCueFormats), format) != std::end(kCueFormats);
     options.input.source = frameSourceOptions(raw, format == "v210");
     if (!raw.fromRate.empty()) {
         options.input.source.rate = rateNamed(raw.fromRate);
     }
     options.input.isDrop = raw.isDrop;
+    options.input.track = raw.track;
     if (!raw.page.empty() && !raw.channel.empty()) {
         throw UsageError("--page and --channel cannot be given together");
     }
@@ -249,7 +260,9 @@ Action checkedConvert(const RawOptions& raw) {
         }
     }
     options.output = raw.output;
-    options.format = format == "vtt" ? CueFormat::Vtt : format == "stl" ? CueFormat::Stl : CueFormat::Srt;
+    options.format = cueFormatNamed(format);
+    constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+    options.input.longest = raw.limit ? static_cast<std::size_t>(*raw.limit) * kMebibyte : options.input.longest;
     takeTimes(raw, options);
     takeStl(raw, options);
     findUnused(raw, format, isOfCues, options);
@@ -257,9 +270,17 @@ Action checkedConvert(const RawOptions& raw) {
     options.columns = raw.wrap;
     options.rows = raw.wrapRows.value_or(0);
     options.reportsAll = raw.reportsAll;
+    options.isDeployedJson = raw.asDeployed;
+    if (raw.asDeployed && options.format != CueFormat::Json) {
+        throw UsageError("--as-deployed is for JSON that is written");
+    }
     options.isStrict = raw.isStrict;
     if (isOfCues) {
-        const bool hasLanguage = !raw.languages.empty() && options.format != CueFormat::Stl;
+        const bool isTtml = options.format == CueFormat::Ttml || options.format == CueFormat::EbuTtD;
+        const bool hasLanguage = !raw.languages.empty() && options.format != CueFormat::Stl && !isTtml;
+        if (isTtml && !raw.languages.empty()) {
+            options.language = raw.languages.front();
+        }
         if (raw.service || !raw.style.empty() || raw.rollUpRows || hasLanguage || raw.sendsCodesOnce || raw.line ||
             raw.mccVersion) {
             throw UsageError("--service, --style, --roll-up-rows, --language, --single-codes, --line and --mcc-version "

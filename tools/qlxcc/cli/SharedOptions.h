@@ -62,6 +62,18 @@ inline constexpr std::string_view kPlayModes[] = {"teletext", "cea608", "cea708"
             .more = more};
 }
 
+/// Of files with several texts.
+inline constexpr OptionRow kTrack{
+    .names = "--track",
+    .value = "TRACK",
+    .kind = ValueKind::Name,
+    .field = &RawOptions::track,
+    .help = "Of MP4, MOV and Matroska files: the text track, by number or language (default: the first)",
+    .more =
+        "Texts are 3GPP timed text (tx3g), WebVTT (wvtt) and TTML (stpp) in MP4 and MOV files, and SubRip and WebVTT "
+        "in Matroska files. Numbers count the text tracks from 1; a language is as the file says it, such as eng. "
+        "Which tracks are not read is said."};
+
 inline constexpr OptionRow kSubtitleFile =
     fileArgument("FILE", "An SRT, JSON or EBU STL file (-: standard input)",
                  "Its content tells which, or else its name; at most 64 MiB. See the formats in qlxcc(1).");

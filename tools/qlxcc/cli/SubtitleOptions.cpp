@@ -227,7 +227,8 @@ constexpr OptionRow kPlayOptions[] = {
 };
 
 constexpr std::string_view kSubsNotes =
-    R"(FILE is SRT, JSON or EBU STL, as its content says, or else its name; at most 64 MiB. Each row of a cue gets a line:
+    R"(FILE is SRT, WebVTT, TTML, JSON or EBU STL, as its content says, or else its name, of at most 64 MiB; or a MOV, MP4
+or Matroska file with a text track. Each row of a cue gets a line:
 number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
 in the same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
 left out, or that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
@@ -247,6 +248,7 @@ constexpr OptionRow kSubsOptions[] = {
                "Show times as timecodes of this many frames a second (cea608 needs it)",
                "They are those of the nearest frames, at 29.97 and 59.94 in drop-frame counting."),
     kEncoding,
+    kTrack,
     kListOutput,
     asJson("In place of the list a JSON object, which play can read",
            "It has the `cues` in the form of JSON subtitles (see qlxcc(1)), and `file`, `format`, `cue_count`, "

@@ -1,9 +1,11 @@
 #include "cues/CueInput.h"
 
+#include "cues/JsonCues.h"
 #include "cues/ScreenCues.h"
 #include "cues/StlCues.h"
 #include "cues/Subtitles.h"
 #include "cues/TextPieces.h"
+#include "cues/TrackCues.h"
 #include "io/Errors.h"
 #include "io/FrameLoop.h"
 #include "io/Progress.h"
@@ -11,9 +13,7 @@
 #include "streams/InputKind.h"
 #include "streams/OpenFrames.h"
 
-#include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <qlx/cc/time_code.h>
-#include <qlx/facade/cue.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/teletext/page.h>
 
@@ -36,6 +36,22 @@ public:
 private:
     CueInputNotes& _notes;
 };
+
+std::string formatOf(streams::TtmlKind kind) {
+    switch (kind) {
+    case streams::TtmlKind::Dfxp:
+        return "DFXP";
+    case streams::TtmlKind::SmpteTt:
+        return "SMPTE-TT";
+    case streams::TtmlKind::EbuTt:
+        return "EBU-TT";
+    case streams::TtmlKind::Imsc:
+        return "IMSC";
+    case streams::TtmlKind::Ttml:
+        break;
+    }
+    return "TTML";
+}
 
 /// Reads a text in pieces.
 template <class Reader, class Behind>
@@ -63,18 +79,72 @@ void readText(InputFile& file, const CueRequest& request, CueInput& input, CueIn
     behind(reader);
 }
 
-/// Reads a file in the way of `subs`.
-void readAsSubs(const CueRequest& request, CueInput& input, CueInputNotes& notes, const TakeCue& take) {
-    SubtitleRequest asked;
-    asked.path = request.path;
-    asked.encoding = request.encoding;
-    const Subtitles read = readSubtitles(asked, [&](const std::shared_ptr<QLXSubtitleRecord>& record) {
+/// The whole text of a file, in UTF-8.
+std::string readWholeText(InputFile& file, const CueRequest& request, CueInputNotes& notes) {
+    std::string text;
+    TextPieces pieces(file, request.encoding, notes);
+    while (const auto piece = pieces.next()) {
+        if (text.size() + piece->size() > request.longest) {
+            throwTooLong(file, request.longest);
+        }
+        text += *piece;
+    }
+    return text;
+}
+
+/// Reads a TTML file as a whole.
+void readTtmlAsCues(InputFile& file, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                    const TakeCue& take) {
+    const std::string text = readWholeText(file, request, notes);
+    LineFindings findings(notes);
+    streams::TtmlReadOptions options;
+    options.greatestFile = request.longest;
+    options.rate = request.source.rate ? std::optional(frameRateOf(*request.source.rate)) : std::nullopt;
+    options.isDrop = request.isDrop;
+    options.takeHead = [&](const streams::TtmlFile& head) {
+        input.format = formatOf(head.kind);
+        input.ttml = head;
+        if (options.rate && head.countsFrames && head.hasFrameRate) {
+            notes.say("--from-rate is without effect: the file says what its frames count", false);
+        }
+    };
+    const auto read = streams::readTtml(
+        {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()},
+        [&](subtitles::Cue cue) {
+            ++input.cues;
+            take(std::move(cue), input);
+        },
+        options, &findings);
+    if (!read) {
+        throw failureAtLine(file.name(), read.error().offset, read.error().text());
+    }
+    if (input.cues == 0) {
+        notes.say("the file has no cue", false);
+    }
+}
+
+/// Reads a JSON file as a whole.
+void readJsonAsCues(InputFile& file, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                    const TakeCue& take) {
+    const std::string text = readWholeText(file, request, notes);
+    const auto say = [&notes](const SubtitleProblem& problem) {
+        notes.say((problem.place == 0 ? std::string() : "element " + std::to_string(problem.place) + ": ") +
+                      problem.what,
+                  problem.effect == SubtitleProblem::Effect::CueLeftOut);
+    };
+    JsonCueTakers takers;
+    takers.cue = [&](subtitles::Cue cue, bool) {
         ++input.cues;
-        take(facade::toCue(*record), input);
-    });
-    input.format = read.format;
-    for (const SubtitleProblem& problem : read.problems.first()) {
-        notes.say(placeInWords(read, problem) + problem.what, problem.effect == SubtitleProblem::Effect::CueLeftOut);
+        take(std::move(cue), input);
+    };
+    takers.problem = say;
+    takers.member = [&](std::string_view key, const Value& value) {
+        if (const std::string what = takeJsonMember(key, value, input); !what.empty()) {
+            notes.say(what, true);
+        }
+    };
+    if (readJsonText(file.name(), text, takers) == 0) {
+        notes.say("the JSON array is empty", false);
     }
 }
 
@@ -136,7 +206,7 @@ void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, 
         throw UsageError("--encoding is for texts: " + file.name() + " is EBU STL");
     }
     BlockFindings findings(notes);
-    const std::string bytes = readWholeFile(file);
+    const std::string bytes = readWholeFile(file, request.longest);
     subtitles::StlReader reader = openStl(file.name(), bytes, &findings);
     const FrameRate rate = reader.rate();
     input.format = "EBU STL, " + std::to_string(nominalFramesPerSecond(rate)) + " frames/s";
@@ -220,6 +290,31 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
 
 }  // namespace
 
+void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                    const TakeCue& take) {
+    switch (kind) {
+    case InputKind::Srt:
+        input.format = "SRT";
+        readText<subtitles::SubRipReader>(file, request, input, notes, take, [](const auto&) {});
+        break;
+    case InputKind::Vtt:
+        input.format = "WebVTT";
+        readText<subtitles::WebVttReader>(file, request, input, notes, take,
+                                          [&input](const auto& reader) { input.file = reader.file(); });
+        break;
+    case InputKind::Ttml:
+        input.format = "TTML";
+        readTtmlAsCues(file, request, input, notes, take);
+        break;
+    case InputKind::Stl:
+        readStlAsCues(file, request, input, notes, take);
+        break;
+    default:
+        input.format = "JSON";
+        readJsonAsCues(file, request, input, notes, take);
+    }
+}
+
 CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take) {
     InputFile file(request.path);
     CueInput input;
@@ -227,26 +322,21 @@ CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue
     const auto given = request.source.kind;
     const auto text = given ? given : textKindOf(file, request.encoding);
     const InputKind kind = text ? *text : kindOf(file, given);
-    if (request.page || request.channel) {
-        if (isSubtitles(kind) || kind == InputKind::Vtt) {
-            throw UsageError("--page and --channel are for what is on air: " + file.name() + " has cues");
-        }
+    if ((request.page || request.channel) && hasCues(kind)) {
+        throw UsageError("--page and --channel are for what is on air: " + file.name() + " has cues");
     }
-    if (kind == InputKind::Srt) {
-        input.format = "SRT";
-        readText<subtitles::SubRipReader>(file, request, input, notes, take, [](const auto&) {});
-    } else if (kind == InputKind::Vtt) {
-        input.format = "WebVTT";
-        readText<subtitles::WebVttReader>(file, request, input, notes, take,
-                                          [&input](const auto& reader) { input.file = reader.file(); });
-    } else if (kind == InputKind::Stl) {
-        readStlAsCues(file, request, input, notes, take);
-    } else if (isSubtitles(kind)) {
-        readAsSubs(request, input, notes, take);
-    } else {
-        if (!request.encoding.empty()) {
-            throw UsageError("--encoding is for texts: " + file.name() + " is none");
-        }
+    if (!request.track.empty() && (!mayHaveTextTracks(kind) || request.page || request.channel)) {
+        throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
+    }
+    if (hasCues(kind)) {
+        readFileOfCues(file, kind, request, input, notes, take);
+        return input;
+    }
+    if (!request.encoding.empty()) {
+        throw UsageError("--encoding is for texts: " + file.name() + " is none");
+    }
+    const bool mayBeText = mayHaveTextTracks(kind) && !request.page && !request.channel;
+    if (!mayBeText || !readTrackAsCues(file, kind, request, input, notes, take)) {
         readFramesAsCues(file, kind, request, input, notes, take);
     }
     return input;

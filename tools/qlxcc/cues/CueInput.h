@@ -1,10 +1,13 @@
 // Reading cues from whatever has them: subtitle files, and what is on air in files of frames.
 #pragma once
 
+#include "cues/Encoding.h"
 #include "io/FrameSource.h"
+#include "streams/InputKind.h"
 
 #include <qlx/base/finding.h>
 #include <qlx/cea608/codes.h>
+#include <qlx/streams/ttml.h>
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/stl.h>
 #include <qlx/subtitles/webvtt.h>
@@ -21,10 +24,12 @@ struct CueRequest {
     std::string path;                        ///< `-`: standard input.
     std::string encoding;                    ///< Of a text; empty: what the file says.
     FrameSourceOptions source;               ///< Its kind, and what is known of its frames.
+    std::string track;                       ///< Of text: its number from 1, or its language; empty: the first one.
     std::optional<cea608::Channel> channel;  ///< Of captions; none: CC1, where no page is given.
     std::optional<std::uint16_t> page;       ///< Of teletext.
     std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
-    bool isDrop = false;                     ///< The time codes of EBU STL at 29.97 and 59.94 leave numbers out.
+    bool isDrop = false;                     ///< Time codes of EBU STL and TTML at 29.97 and 59.94 leave numbers out.
+    std::size_t longest = kLongestSubtitleFile;  ///< Bytes of a file that is read as a whole.
 };
 
 /// Gets what is found in a file.
@@ -51,14 +56,21 @@ struct CueInput {
     std::optional<MediaTime>
         begin;               ///< The time of the first frame, or where an EBU STL file says that the programme starts.
     std::uint64_t cues = 0;  ///< That were read.
-    std::optional<subtitles::Gsi> gsi;  ///< The head of an EBU STL file.
+    std::optional<subtitles::Gsi> gsi;      ///< The head of an EBU STL file.
+    std::optional<streams::TtmlFile> ttml;  ///< What a TTML file has besides cues.
 };
 
 /// Gets the cues; `input` has what stands in front of them.
 using TakeCue = std::function<void(subtitles::Cue cue, const CueInput& input)>;
 
-/// Reads all cues of a file, in its order. Memory is bounded but for JSON and EBU STL files.
+/// Reads all cues of a file, in its order. Memory is bounded but for JSON, TTML and EBU STL files, which
+/// CueRequest::longest bounds.
 /// @throws Failure when the file cannot be read; UsageError when it has no cues, or options do not go with it.
 [[nodiscard]] CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take);
+
+/// The same of a file that is open and of a kind that hasCues().
+/// @param input Has its name.
+void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                    const TakeCue& take);
 
 }  // namespace qlx::tool

@@ -19,8 +19,9 @@ namespace {
 
 constexpr std::size_t kChunk = std::size_t{256} * 1024;
 
-Failure tooLong(const std::string& name) {
-    return failureIn(name, "longer than 64 MiB: no subtitle file");
+Failure tooLong(const std::string& name, std::size_t longest = kLongestSubtitleFile) {
+    constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+    return failureIn(name, "longer than " + std::to_string(longest / kMebibyte) + " MiB: no subtitle file");
 }
 
 std::uint64_t lineBreaks(std::string_view text) {
@@ -31,9 +32,9 @@ Failure badByte(const std::string& name, std::uint64_t line, std::uint64_t offse
     return failureIn(name, "line " + std::to_string(line) + ", byte " + std::to_string(offset) + ": " + what);
 }
 
-void checkLength(const InputFile& file) {
-    if (file.size().value_or(0) > kLongestSubtitleFile) {
-        throw tooLong(file.name());
+void checkLength(const InputFile& file, std::size_t longest = kLongestSubtitleFile) {
+    if (file.size().value_or(0) > longest) {
+        throw tooLong(file.name(), longest);
     }
 }
 
@@ -147,18 +148,22 @@ bool isKnownEncoding(const std::string& name) {
     return Decoder(name).isValid();
 }
 
-std::string readWholeFile(InputFile& file) {
-    checkLength(file);
+void throwTooLong(const InputFile& file, std::size_t longest) {
+    throw tooLong(file.name(), longest);
+}
+
+std::string readWholeFile(InputFile& file, std::size_t longest) {
+    checkLength(file, longest);
     std::string text;
     // At once, so that the text is never there twice; what is not written to takes no memory.
-    text.reserve(static_cast<std::size_t>(file.size().value_or(kLongestSubtitleFile)) + kChunk);
+    text.reserve(static_cast<std::size_t>(file.size().value_or(longest)) + kChunk);
     for (;;) {
         const std::size_t had = text.size();
         text.resize(had + kChunk);
         const std::size_t got = file.read(std::span(reinterpret_cast<std::uint8_t*>(text.data()) + had, kChunk));
         text.resize(had + got);
-        if (text.size() > kLongestSubtitleFile) {
-            throw tooLong(file.name());
+        if (text.size() > longest) {
+            throw tooLong(file.name(), longest);
         }
         if (got < kChunk) {
             return text;

@@ -20,8 +20,12 @@ inline constexpr std::size_t kLongestSubtitleFile = std::size_t{64} * 1024 * 102
 [[nodiscard]] bool isKnownEncoding(const std::string& name);
 
 /// Reads a whole file.
-/// @throws Failure when it is longer than kLongestSubtitleFile: before anything is read where the size is known.
-[[nodiscard]] std::string readWholeFile(InputFile& file);
+/// @param longest Bytes.
+/// @throws Failure when it is longer than that: before anything is read where the size is known.
+[[nodiscard]] std::string readWholeFile(InputFile& file, std::size_t longest = kLongestSubtitleFile);
+
+/// @throws Failure: the file is longer than `longest` bytes.
+[[noreturn]] void throwTooLong(const InputFile& file, std::size_t longest);
 
 /// The same in UTF-8, out of the encoding called `encoding`; the text must not be longer than kLongestSubtitleFile
 /// either.

@@ -17,6 +17,9 @@ struct CueTakers {
     CueValueTaker value;  ///< In its place, where there is one.
 };
 
+/// Hands a cue on in the form that is asked for, with its rows as withPageRows() has them.
+void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take);
+
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);

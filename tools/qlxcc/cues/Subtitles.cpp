@@ -1,7 +1,10 @@
 #include "cues/Subtitles.h"
 
+#include "cues/CueInput.h"
 #include "cues/Encoding.h"
 #include "cues/SubtitleReaders.h"
+#include "cues/TextPieces.h"
+#include "cues/TrackCues.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
 #include "streams/InputKind.h"
@@ -47,10 +50,62 @@ InputKind kindOfText(const std::string& path, std::string_view text) {
     return isNamed && !text.empty() && !looksLikeSRT(text) ? *named : InputKind::Srt;
 }
 
+/// Makes problems of what is found in a file; remarks are none.
+class ProblemNotes final : public CueInputNotes {
+public:
+    explicit ProblemNotes(Subtitles& subtitles) : _subtitles(subtitles) {}
+
+    void found(const std::string&, const Finding& finding) override {
+        if (finding.severity != Severity::Remark) {
+            _subtitles.problems.add({finding.offset, finding.text(), SubtitleProblem::Effect::None});
+        }
+    }
+    void say(const std::string& text, bool) override {
+        _subtitles.problems.add({0, text, SubtitleProblem::Effect::None});
+    }
+
+private:
+    Subtitles& _subtitles;
+};
+
+/// Reads a file of a kind that the fixed operations have no reader of.
+void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const SubtitleRequest& request,
+                const CueTakers& take) {
+    ProblemNotes notes(subtitles);
+    CueInput input;
+    input.name = subtitles.name;
+    CueRequest asked;
+    asked.path = request.path;
+    asked.encoding = request.encoding;
+    asked.track = request.track;
+    const auto takeCue = [&](const subtitles::Cue& cue, const CueInput&) { giveCue(cue, request, take); };
+    if (mayHaveTextTracks(kind)) {
+        if (!readTrackAsCues(file, kind, asked, input, notes, takeCue)) {
+            throw otherKind(file.name(), kind, "which is no subtitle file");
+        }
+    } else {
+        readFileOfCues(file, kind, asked, input, notes, takeCue);
+    }
+    subtitles.format = input.format;
+    subtitles.cues = input.cues;
+    if (subtitles.cues == 0) {
+        throwNoCue(subtitles, " ");
+    }
+}
+
 Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     InputFile file(request.path);
     Subtitles subtitles;
     subtitles.name = file.name();
+    const auto container = inputKindOfBytes(file.peek(kBytesThatTellKind));
+    const bool isContainer = container && mayHaveTextTracks(*container);
+    const auto told = isContainer ? container : textKindOf(file, request.encoding);
+    const auto known = told ? told : inputKindOfName(subtitles.name);
+    const bool isOther = known == InputKind::Ttml || (told == InputKind::Vtt && !take.value) || isContainer;
+    if (request.readsAll && isOther) {
+        readAsCues(subtitles, file, *known, request, take);
+        return subtitles;
+    }
     const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
     const bool isSTL = looksLikeSTL({reinterpret_cast<const char*>(first.data()), first.size()});
     if (isSTL && !request.encoding.empty()) {

@@ -55,6 +55,8 @@ struct SubtitleRequest {
     double frameDuration = 0;           ///< Seconds a frame, for mode 1.
     std::string encoding = {};          ///< Of SRT and JSON files; empty for UTF-8.
     bool asDeployed = false;            ///< EBU STL as the fixed operations read it.
+    std::string track = {};             ///< Of containers, as CueRequest has it.
+    bool readsAll = true;               ///< Also formats that the fixed operations have no reader of.
 };
 
 /// What a file is.

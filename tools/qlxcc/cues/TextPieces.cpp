@@ -50,13 +50,13 @@ std::optional<InputKind> textKindOf(InputFile& file, const std::string& encoding
     const std::string_view first(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     const auto told = inputKindOfBytes(bytes);
     if (told) {
-        return isSubtitles(*told) || told == InputKind::Vtt ? told : std::nullopt;
+        return hasCues(*told) ? told : std::nullopt;
     }
     const std::string name = encoding.empty() ? std::string(encodingOf(first, false)) : encoding;
     std::string text;
     TextDecoder(name).take(first, false, text, [](std::uint64_t, std::uint8_t) {});
     const auto kind = inputKindOfBytes({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    if (kind == InputKind::Srt || kind == InputKind::Vtt || kind == InputKind::Json) {
+    if (kind && hasCues(*kind) && kind != InputKind::Stl) {
         return kind;
     }
     const auto named = inputKindOfName(file.name());
@@ -64,10 +64,31 @@ std::optional<InputKind> textKindOf(InputFile& file, const std::string& encoding
     return isText && !(named && hasRows(*named)) ? std::optional(InputKind::Srt) : std::nullopt;
 }
 
+std::string_view declaredEncodingOf(std::string_view first) noexcept {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    if (!first.starts_with("<?xml")) {
+        return {};
+    }
+    first = first.substr(0, first.find("?>"));
+    constexpr std::string_view kName = "encoding";
+    const std::size_t name = first.find(kName);
+    first.remove_prefix(name == std::string_view::npos ? first.size() : name + kName.size());
+    first.remove_prefix(std::min(first.find_first_not_of(kBlanks), first.size()));
+    if (!first.starts_with('=')) {
+        return {};
+    }
+    first.remove_prefix(1);
+    first.remove_prefix(std::min(first.find_first_not_of(kBlanks), first.size()));
+    const char quote = first.empty() ? '\0' : first.front();
+    const std::size_t end = quote == '"' || quote == '\'' ? first.find(quote, 1) : std::string_view::npos;
+    return end == std::string_view::npos ? std::string_view() : first.substr(1, end - 1);
+}
+
 TextPieces::TextPieces(InputFile& file, const std::string& encoding, CueInputNotes& notes)
     : _file(file), _notes(notes), _encoding(encoding) {
     if (_encoding.empty()) {
-        _encoding = encodingOfFile();
+        _encoding = declaredEncoding();
+        _encoding = _encoding.empty() ? std::string(encodingOfFile()) : _encoding;
         if (_encoding != "UTF-8") {
             _notes.say("the text is read as " + _encoding + " (--encoding says another one)", false);
         }
@@ -76,6 +97,23 @@ TextPieces::TextPieces(InputFile& file, const std::string& encoding, CueInputNot
     if (lower != "utf-8" && lower != "utf8") {
         _decoder = std::make_unique<TextDecoder>(_encoding);
     }
+}
+
+/// The encoding that an XML text names; empty where it names none, or one that it cannot be in.
+std::string TextPieces::declaredEncoding() {
+    const auto bytes = _file.peek(kBytesThatTellKind);
+    const std::string declared(declaredEncodingOf({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
+    const std::string lower = asciiLowercased(declared);
+    // A declaration that can be read byte by byte is none of these.
+    const bool isWide = lower.starts_with("utf-16") || lower.starts_with("utf-32") || lower.starts_with("iso-10646") ||
+                        lower.starts_with("ucs");
+    if (!declared.empty() && (isWide || !isKnownEncoding(declared))) {
+        _notes.say("the encoding " + declared + ", which the text says that it is in, is " +
+                       (isWide ? "not that of its bytes" : "not known"),
+                   false);
+        return {};
+    }
+    return lower == "utf-8" ? "UTF-8" : declared;
 }
 
 /// Looks at the whole file where that is possible: the first letter beyond ASCII may come late.

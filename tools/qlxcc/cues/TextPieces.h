@@ -20,6 +20,9 @@ namespace qlx::tool {
 /// @param isWhole Whether nothing stands behind them: a character may be cut else.
 [[nodiscard]] std::string_view encodingOf(std::string_view first, bool isWhole) noexcept;
 
+/// The encoding that the declaration of an XML text names; empty where there is none.
+[[nodiscard]] std::string_view declaredEncodingOf(std::string_view first) noexcept;
+
 /// What a file is that is a text of cues in any encoding; none for any other.
 /// @param encoding Empty: what its bytes say.
 [[nodiscard]] std::optional<InputKind> textKindOf(InputFile& file, const std::string& encoding);
@@ -35,6 +38,7 @@ public:
     [[nodiscard]] std::optional<std::string_view> next();
 
 private:
+    [[nodiscard]] std::string declaredEncoding();
     [[nodiscard]] std::string_view encodingOfFile();
 
     InputFile& _file;

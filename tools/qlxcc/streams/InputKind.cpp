@@ -34,9 +34,11 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::ProgramStream, "an MPEG-PS file", "scan, show and extract"},
     {InputKind::Png, "a PNG picture", "line21"},
     {InputKind::Ppm, "a PPM picture", "line21"},
-    {InputKind::Vtt, "a WebVTT file", "convert, subs and play"},
+    {InputKind::Vtt, "a WebVTT file", "subs, play and convert"},
     {InputKind::Mcc, "an MCC file", "scan, show, extract, rate and convert"},
-    {InputKind::Ass, "a SubStation Alpha file", "convert, subs and play"},
+    {InputKind::Mkv, "a Matroska file", "scan, show, extract, subs and convert"},
+    {InputKind::Ttml, "a TTML file", "subs, play and convert"},
+    {InputKind::Ass, "a SubStation Alpha file", "subs, play and convert"},
 };
 
 }  // namespace

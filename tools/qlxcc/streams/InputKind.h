@@ -12,6 +12,7 @@
 namespace qlx::tool {
 
 using streams::hasBeginningOf;
+using streams::hasCues;
 using streams::hasRows;
 using streams::InputKind;
 using streams::inputKind;
@@ -21,6 +22,7 @@ using streams::inputKindOfName;
 using streams::isContainer;
 using streams::isSubtitles;
 using streams::kBytesThatTellKind;
+using streams::mayHaveTextTracks;
 
 /// Whether a file of this kind holds cues: convert, subs and play read it.
 [[nodiscard]] constexpr bool hasCues(InputKind kind) noexcept {

@@ -92,8 +92,9 @@ public:
         : _name(name), _text(text), _first(first), _keysAreUnique(true) {}
 
     /// Hands on the elements of a list in place of keeping them; see readJsonElements().
-    ValueBuilder(std::string_view name, std::string_view text, const std::function<void(Value)>& takeElement)
-        : _name(name), _text(text), _takeElement(&takeElement) {}
+    ValueBuilder(std::string_view name, std::string_view text, const std::function<void(Value)>& takeElement,
+                 const std::function<void(std::string_view, const Value&)>& takeMember)
+        : _name(name), _text(text), _takeElement(&takeElement), _takeMember(&takeMember) {}
 
     [[nodiscard]] Value take() { return std::move(_root); }
 
@@ -167,6 +168,11 @@ private:
             _weight = 0;
             ++_elements;
             (*_takeElement)(std::move(value));
+        } else if (_takeElement != nullptr && _open.size() == 1 && _open[0].key != kListKey) {
+            _weight = 0;
+            if (*_takeMember) {
+                (*_takeMember)(_open[0].key, value);
+            }
         } else if (Container& container = _open.back(); container.isObject) {
             container.members.push_back({std::move(container.key), std::move(value)});
         } else {
@@ -218,6 +224,7 @@ private:
     std::size_t _first = 0;
     bool _keysAreUnique = false;
     const std::function<void(Value)>* _takeElement = nullptr;
+    const std::function<void(std::string_view, const Value&)>* _takeMember = nullptr;
     std::vector<Container> _open;
     std::size_t _weight = 0;      ///< Of the element that is read.
     std::uint64_t _elements = 0;  ///< Those that have been handed on.
@@ -297,9 +304,10 @@ std::vector<JsonValue> parseJsonValues(std::string_view name, std::string_view t
     return values;
 }
 
-bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take) {
+bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take,
+                      const std::function<void(std::string_view key, const Value& value)>& takeMember) {
     checkTokens(name, text);
-    ValueBuilder builder(name, text, take);
+    ValueBuilder builder(name, text, take, takeMember);
     (void)nlohmann::json::sax_parse(text, &builder);
     return builder.hasList();
 }

@@ -43,7 +43,9 @@ struct JsonValue {
 /// @return False when the text is JSON, but neither of these.
 /// @throws Failure as parseJson(), and when an element is larger than any subtitle (1 MiB; each value counts 64 bytes
 ///   beside its text).
-bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take);
+/// @param takeMember Gets the other members of the object, each behind it; may be empty.
+bool readJsonElements(std::string_view name, std::string_view text, const std::function<void(Value)>& take,
+                      const std::function<void(std::string_view key, const Value& value)>& takeMember = {});
 
 /// What scan --json says of frames beside what a reader needs. Each packet of type CEA-708 that is a CDP gets, behind its
 /// data, `"cdp":{"rate":"29.97","cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],

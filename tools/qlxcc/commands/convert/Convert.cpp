@@ -1,5 +1,6 @@
 #include "commands/convert/Convert.h"
 
+#include "cues/JsonCues.h"
 #include "cues/TextPieces.h"
 #include "cues/Wrapping.h"
 #include "io/Errors.h"
@@ -109,14 +110,17 @@ private:
 class CueWriter {
 public:
     CueWriter(const ConvertOptions& options, OutputFile& output, FindingSink* findings)
-        : _format(options.format), _output(output), _subRip(findings), _webVtt(findings), _stl(options.stl, findings) {}
+        : _options(options), _format(options.format), _output(output), _findings(findings), _subRip(findings),
+          _webVtt(findings), _stl(options.stl, findings), _json(options.isDeployedJson, findings) {}
 
     void write(const subtitles::Cue& cue, const CueInput& input) {
         _text.clear();
         begin(input);
-        const bool isWritten = _format == CueFormat::Srt   ? _subRip.write(cue, _text)
-                               : _format == CueFormat::Vtt ? _webVtt.write(cue, _text)
-                                                           : _stl.write(cue, input);
+        const bool isWritten = _ttml                        ? _ttml->write(cue)
+                               : _format == CueFormat::Srt  ? _subRip.write(cue, _text)
+                               : _format == CueFormat::Vtt  ? _webVtt.write(cue, _text)
+                               : _format == CueFormat::Json ? _json.write(cue, _text)
+                                                            : _stl.write(cue, input);
         _cues += isWritten ? 1 : 0;
         _output.write(_text);
     }
@@ -128,6 +132,10 @@ public:
             _webVtt.finish(input.file, _text);
         } else if (_format == CueFormat::Stl) {
             _text = _stl.finish(input);
+        } else if (_ttml) {
+            _text = _ttml->finish();
+        } else if (_format == CueFormat::Json) {
+            _json.finish(input, _text);
         }
         _output.write(_text);
     }
@@ -136,16 +144,31 @@ public:
 
 private:
     void begin(const CueInput& input) {
-        if (!std::exchange(_isBegun, true) && _format == CueFormat::Vtt) {
+        if (std::exchange(_isBegun, true)) {
+            return;
+        }
+        if (_format == CueFormat::Vtt) {
             _webVtt.begin(input.file, _text);
+        } else if (_format == CueFormat::Json) {
+            _json.begin(input, _text);
+        } else if (_format == CueFormat::Ttml || _format == CueFormat::EbuTtD) {
+            streams::TtmlFile file = input.ttml.value_or(streams::TtmlFile());
+            file.language = _options.language.value_or(file.language);
+            streams::TtmlWriteOptions options;
+            options.profile = _format == CueFormat::EbuTtD ? streams::TtmlProfile::EbuTtD : options.profile;
+            _ttml.emplace(std::move(file), options, _findings);
         }
     }
 
+    const ConvertOptions& _options;
     CueFormat _format;
     OutputFile& _output;
+    FindingSink* _findings;
+    std::optional<streams::TtmlWriter> _ttml;
     subtitles::SubRipWriter _subRip;
     subtitles::WebVttWriter _webVtt;
     StlOutput _stl;
+    JsonCueWriter _json;
     std::string _text;
     bool _isBegun = false;
     std::uint64_t _cues = 0;
@@ -182,6 +205,7 @@ public:
     /// Says what there was to say.
     void finishNotes(const CueInput& input) {
         loseRest(input.file);
+        loseRest(input.ttml);
         _notes.lose(_before, "before the start, which is not subtracted from them");
         _notes.lose(_order.moved(), "moved in front of cues that begin later");
         _notes.lose(_order.late(), "too far behind cues that begin later to be moved");
@@ -193,9 +217,12 @@ public:
     }
 
 private:
+    /// Whether what is written has all that any file has.
+    [[nodiscard]] bool keepsAll() const { return _options.format == CueFormat::Json && !_options.isDeployedJson; }
+
     /// What a WebVTT file has besides cues and another format does not.
     void loseRest(const subtitles::WebVttFile& file) {
-        if (_options.format == CueFormat::Vtt) {
+        if (_options.format == CueFormat::Vtt || keepsAll()) {
             return;
         }
         const bool hasMap = std::any_of(file.header.begin(), file.header.end(),
@@ -207,6 +234,23 @@ private:
                         std::string("of the file besides cues are lost: ") + counted(lines, "line") + " of the header" +
                             (hasMap ? " (X-TIMESTAMP-MAP, which is not applied)" : "") + ", " +
                             counted(blocks, "block") + " (STYLE, REGION, NOTE)",
+                        "part");
+        }
+    }
+
+    /// The same of a TTML file.
+    void loseRest(const std::optional<streams::TtmlFile>& file) {
+        if (!file || keepsAll() || _options.format == CueFormat::Ttml || _options.format == CueFormat::EbuTtD) {
+            return;
+        }
+        std::size_t texts = 0;
+        for (const std::string* const text : {&file->title, &file->description, &file->copyright}) {
+            texts += text->empty() ? 0 : 1;
+        }
+        if (texts + file->regions.size() != 0) {
+            _notes.lose(texts + file->regions.size(),
+                        "of the file besides cues are lost: " + counted(texts, "text") +
+                            " (title, description, copyright), " + counted(file->regions.size(), "region"),
                         "part");
         }
     }

@@ -16,13 +16,15 @@
 namespace qlx::tool {
 
 /// What cues are written as.
-enum class CueFormat : std::uint8_t { Srt, Vtt, Stl };
+enum class CueFormat : std::uint8_t { Srt, Vtt, Stl, Ttml, EbuTtD, Json };
 
 struct ConvertOptions {
     CueRequest input;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     CueFormat format = CueFormat::Srt;
     StlOutputOptions stl;
+    bool isDeployedJson = false;          ///< JSON in the form of the fixed operations.
+    std::optional<std::string> language;  ///< Of a TTML file, as in RFC 5646; none: what a TTML file that is read says.
     TimeChange times;
     bool isStartTaken = false;        ///< What is subtracted is where the file begins.
     bool isStartGiven = false;        ///< Something is said of where the file begins.

@@ -105,7 +105,7 @@ public:
 private:
     void write(const QLXSubtitleRecord& record) {
         if (_options.asJson) {
-            _output.write(_isEmpty ? "{\"cues\":[\n" : ",\n");
+            _output.write(_isEmpty ? "{\"schema\":\"qlxcc/subs/1\",\n\"cues\":[\n" : ",\n");
             _output.write(jsonText(cueObject(record)));
         } else {
             if (_isEmpty) {
@@ -217,8 +217,9 @@ int listSubtitles(const SubsOptions& options) {
     try {
         // As captions they are listed as `play --as-deployed` sends them.
         const bool asDeployed = options.mode == kCea608Mode;
-        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed},
-                                  [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
+        list.finish(
+            readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed, options.track},
+                          [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
         if (output.isStandardOutput()) {
             // What came before the broken place has been read all the same.

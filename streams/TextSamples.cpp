@@ -1,0 +1,421 @@
+#include "TextSamples.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
+#include <qlx/subtitles/colors.h>
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/times.h>
+#include <qlx/subtitles/webvtt.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace qlx::streams::detail {
+
+namespace {
+
+using subtitles::Cue;
+using subtitles::Row;
+using subtitles::Run;
+
+/// Takes numbers, the highest byte first, from the front of bytes; 0 where they are too few.
+template <std::size_t Bytes>
+std::uint32_t takeNumber(std::span<const std::uint8_t>& bytes) {
+    std::uint32_t number = 0;
+    if (bytes.size() < Bytes) {
+        bytes = {};
+        return 0;
+    }
+    for (const std::uint8_t byte : bytes.first(Bytes)) {
+        number = number << 8U | byte;
+    }
+    bytes = bytes.subspan(Bytes);
+    return number;
+}
+
+std::string_view asText(std::span<const std::uint8_t> bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+/// A part of a sample with a size and a type in front of it.
+struct SampleBox {
+    std::string_view type;
+    std::span<const std::uint8_t> content;
+};
+
+/// Takes the next box; none at the end, or where no whole one is there.
+std::optional<SampleBox> takeBox(std::span<const std::uint8_t>& bytes) {
+    constexpr std::size_t kHeader = 8;
+    std::span<const std::uint8_t> rest = bytes;
+    const std::size_t size = takeNumber<4>(rest);
+    if (size < kHeader || size > bytes.size()) {
+        return std::nullopt;
+    }
+    const SampleBox box{asText(rest.first(4)), bytes.subspan(kHeader, size - kHeader)};
+    bytes = bytes.subspan(size);
+    return box;
+}
+
+void report(FindingSink& findings, FindingCode code, Severity severity, std::size_t first) {
+    findings.add({code, severity, 0, static_cast<std::int64_t>(first), 0});
+}
+
+/// The characters of a text: UTF-16 behind a byte order mark, else UTF-8.
+std::u32string charactersOf(std::span<const std::uint8_t> bytes) {
+    std::u32string characters;
+    constexpr std::uint8_t kFirst = 0xFE;
+    constexpr std::uint8_t kSecond = 0xFF;
+    const bool isBig = bytes.size() >= 2 && bytes[0] == kFirst && bytes[1] == kSecond;
+    const bool isLittle = bytes.size() >= 2 && bytes[0] == kSecond && bytes[1] == kFirst;
+    if (!isBig && !isLittle) {
+        for (std::string_view text = asText(bytes); !text.empty();) {
+            characters += takeCodePoint(text);
+        }
+        return characters;
+    }
+    char32_t high = 0;
+    for (std::size_t place = 2; place + 1 < bytes.size(); place += 2) {
+        const std::uint8_t upper = bytes[place + (isBig ? 0 : 1)];
+        const char32_t unit = static_cast<char32_t>(upper << 8U | bytes[place + (isBig ? 1 : 0)]);
+        const bool isHigh = unit >= 0xD800 && unit < 0xDC00;
+        const bool isLow = unit >= 0xDC00 && unit < 0xE000;
+        if (high != 0) {
+            characters += isLow ? 0x10000 + ((high - 0xD800) << 10U) + (unit - 0xDC00) : U'\uFFFD';
+        } else if (isLow) {
+            characters += U'\uFFFD';
+        }
+        if (!isHigh && !isLow) {
+            characters += unit;
+        }
+        high = isHigh ? unit : 0;
+    }
+    if (high != 0) {
+        characters += U'\uFFFD';
+    }
+    return characters;
+}
+
+/// Characters from `begin` on, without `end`.
+struct TextRange {
+    std::uint32_t begin = 0;
+    std::uint32_t end = 0;
+};
+
+/// The look of a range (3GPP TS 26.245, 5.17.1.1).
+struct TimedTextStyle {
+    TextRange range;
+    std::uint16_t font = 0;
+    std::uint8_t face = 0;
+    std::uint8_t size = 0;
+    std::uint32_t color = 0;
+};
+
+TimedTextStyle takeStyle(std::span<const std::uint8_t>& bytes) {
+    TimedTextStyle style;
+    style.range.begin = takeNumber<2>(bytes);
+    style.range.end = takeNumber<2>(bytes);
+    style.font = static_cast<std::uint16_t>(takeNumber<2>(bytes));
+    style.face = static_cast<std::uint8_t>(takeNumber<1>(bytes));
+    style.size = static_cast<std::uint8_t>(takeNumber<1>(bytes));
+    style.color = takeNumber<4>(bytes);
+    return style;
+}
+
+/// Finds the range that a character is in, of ranges by their beginnings; asked for characters in their order.
+template <class Ranged>
+class RangeFinder {
+public:
+    /// @param ranges Sorted by their beginnings.
+    RangeFinder(const std::vector<Ranged>& ranges) : _ranges(ranges) {}
+
+    const Ranged* at(std::uint32_t character) {
+        while (_next < _ranges.size() && rangeOf(_ranges[_next]).begin <= character) {
+            ++_next;
+        }
+        const Ranged* const last = _next == 0 ? nullptr : &_ranges[_next - 1];
+        return last != nullptr && character < rangeOf(*last).end ? last : nullptr;
+    }
+
+    static const TextRange& rangeOf(const TextRange& range) { return range; }
+    static const TextRange& rangeOf(const TimedTextStyle& style) { return style.range; }
+
+private:
+    const std::vector<Ranged>& _ranges;
+    std::size_t _next = 0;
+};
+
+template <class Ranged>
+void sortRanges(std::vector<Ranged>& ranges) {
+    std::stable_sort(ranges.begin(), ranges.end(), [](const Ranged& left, const Ranged& right) {
+        return RangeFinder<Ranged>::rangeOf(left).begin < RangeFinder<Ranged>::rangeOf(right).begin;
+    });
+}
+
+/// What stands behind the text of a sample.
+struct TimedTextParts {
+    std::vector<TimedTextStyle> styles;
+    std::vector<TextRange> blinking;
+    std::size_t others = 0;
+    bool isCut = false;
+};
+
+TimedTextParts partsOf(std::span<const std::uint8_t> bytes) {
+    TimedTextParts parts;
+    while (auto box = takeBox(bytes)) {
+        if (box->type == "styl") {
+            constexpr std::size_t kStyle = 12;
+            const std::size_t count = takeNumber<2>(box->content);
+            parts.isCut = parts.isCut || box->content.size() < count * kStyle;
+            for (std::size_t each = 0; each < count && box->content.size() >= kStyle; ++each) {
+                parts.styles.push_back(takeStyle(box->content));
+            }
+        } else if (box->type == "blnk") {
+            TextRange range;
+            range.begin = takeNumber<2>(box->content);
+            range.end = takeNumber<2>(box->content);
+            parts.blinking.push_back(range);
+        } else {
+            ++parts.others;
+        }
+    }
+    parts.isCut = parts.isCut || !bytes.empty();
+    sortRanges(parts.styles);
+    sortRanges(parts.blinking);
+    return parts;
+}
+
+constexpr unsigned kAlphaBits = 8;
+
+/// The look of characters, and what of it has no field.
+Run runLike(const TimedTextStyle& style, const TimedTextDefaults& defaults) {
+    constexpr unsigned kBold = 1;
+    constexpr unsigned kItalic = 2;
+    constexpr unsigned kUnderlined = 4;
+    Run run;
+    const std::uint32_t color = style.color >> kAlphaBits;
+    run.style.foreground = subtitles::screenColor(color);
+    if (subtitles::bitsOf(run.style.foreground) != color) {
+        run.properties.push_back({std::string(subtitles::properties::kColor), subtitles::hexColorText(color)});
+    }
+    if ((defaults.background & 0xFFU) != 0) {
+        run.style.background = subtitles::screenColor(defaults.background >> kAlphaBits);
+    }
+    run.style.isBold = (style.face & kBold) != 0;
+    run.style.isItalic = (style.face & kItalic) != 0;
+    run.style.isUnderlined = (style.face & kUnderlined) != 0;
+    if (style.size != defaults.size) {
+        run.properties.push_back({std::string(subtitles::properties::kFontSize), std::to_string(style.size)});
+    }
+    if (style.font != defaults.font) {
+        run.properties.push_back({"tx3g.font", std::to_string(style.font)});
+    }
+    return run;
+}
+
+/// In place of rows without text, with which other formats end a cue, some with a space that stays.
+std::string withoutEmptyRows(std::string_view text) {
+    std::string kept;
+    bool isFirst = true;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+        const std::string_view row = text.substr(0, end);
+        text.remove_prefix(end);
+        text.remove_prefix(text.starts_with("\r\n") ? 2 : text.empty() ? 0 : 1);
+        kept += isFirst ? "" : "\n";
+        kept += row.empty() ? std::string_view("\u00A0") : row;
+        isFirst = false;
+    }
+    return kept;
+}
+
+/// Reads the text of a file with one cue.
+template <class Reader>
+void readOne(const std::string& text, FindingSink& findings, const std::function<void(Cue)>& take) {
+    Reader reader({}, &findings);
+    reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    reader.finish();
+    while (const Cue* const cue = reader.next()) {
+        take(*cue);
+    }
+}
+
+/// `00:00:01.500`
+std::string timeText(std::int64_t milliseconds) {
+    const auto padded = [](std::int64_t number, std::size_t digits) {
+        const std::string text = std::to_string(number);
+        return std::string(digits - std::min(digits, text.size()), '0') + text;
+    };
+    constexpr std::int64_t kSecond = 1000;
+    constexpr std::int64_t kMinute = 60;
+    const std::int64_t seconds = milliseconds / kSecond;
+    return padded(seconds / kMinute / kMinute, 2) + ":" + padded(seconds / kMinute % kMinute, 2) + ":" +
+           padded(seconds % kMinute, 2) + "." + padded(milliseconds % kSecond, 3);
+}
+
+std::string lineOf(std::string_view text) {
+    return std::string(text.substr(0, text.find_first_of("\r\n")));
+}
+
+}  // namespace
+
+TimedTextDefaults timedTextDefaults(std::span<const std::uint8_t> description) {
+    constexpr std::size_t kLeast = 30;
+    TimedTextDefaults defaults;
+    if (description.size() < kLeast) {
+        return defaults;
+    }
+    takeNumber<4>(description);  // Display flags
+    const auto horizontal = static_cast<std::int8_t>(takeNumber<1>(description));
+    const auto vertical = static_cast<std::int8_t>(takeNumber<1>(description));
+    defaults.background = takeNumber<4>(description);
+    takeNumber<4>(description);  // The box that the text stands in
+    takeNumber<4>(description);
+    const TimedTextStyle style = takeStyle(description);
+    defaults.font = style.font;
+    defaults.face = style.face;
+    defaults.size = style.size;
+    defaults.color = style.color;
+    defaults.alignment = horizontal == 0   ? subtitles::Alignment::Left
+                         : horizontal == 1 ? subtitles::Alignment::Center
+                                           : subtitles::Alignment::Right;
+    constexpr int kTop = 7;
+    constexpr int kMiddle = 4;
+    constexpr int kBottom = 1;
+    const int row = vertical == 0 ? kTop : vertical == 1 ? kMiddle : kBottom;
+    defaults.anchor = static_cast<std::uint8_t>(row + (horizontal == 0 ? 0 : horizontal == 1 ? 1 : 2));
+    return defaults;
+}
+
+void readTimedText(std::span<const std::uint8_t> sample, const TimedTextDefaults& defaults, const SampleSpan& span,
+                   const TakeSampleCue& take, FindingSink& findings) {
+    std::span<const std::uint8_t> rest = sample;
+    const std::size_t size = takeNumber<2>(rest);
+    if (sample.size() < 2 || size > rest.size()) {
+        report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
+        return;
+    }
+    if (size == 0) {
+        return;
+    }
+    const std::u32string characters = charactersOf(rest.first(size));
+    const TimedTextParts parts = partsOf(rest.subspan(size));
+    if (parts.isCut) {
+        report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
+    }
+    if (parts.others != 0) {
+        report(findings, FindingCode::TextSamplePartsLost, Severity::Warning, parts.others);
+    }
+    RangeFinder<TimedTextStyle> styles(parts.styles);
+    RangeFinder<TextRange> blinking(parts.blinking);
+    const TimedTextStyle usual{{}, defaults.font, defaults.face, defaults.size, defaults.color};
+    Cue cue;
+    cue.start = span.begin;
+    cue.end = span.end;
+    cue.rows.emplace_back();
+    const TimedTextStyle* last = nullptr;
+    bool wasBlinking = false;
+    for (std::size_t index = 0; index < characters.size(); ++index) {
+        const char32_t character = characters[index];
+        const bool isBehindReturn = character == U'\n' && index > 0 && characters[index - 1] == U'\r';
+        if (character == U'\n' || character == U'\r' || character == U'\u2028') {
+            if (!isBehindReturn) {
+                cue.rows.emplace_back();
+            }
+            continue;
+        }
+        const TimedTextStyle* const found = styles.at(static_cast<std::uint32_t>(index));
+        const TimedTextStyle* const style = found == nullptr ? &usual : found;
+        const bool isBlinking = blinking.at(static_cast<std::uint32_t>(index)) != nullptr;
+        std::vector<Run>& runs = cue.rows.back().runs;
+        if (runs.empty() || style != last || isBlinking != wasBlinking) {
+            runs.push_back(runLike(*style, defaults));
+            runs.back().style.isFlashing = isBlinking;
+        }
+        last = style;
+        wasBlinking = isBlinking;
+        appendUtf8(runs.back().text, character);
+    }
+    for (Row& row : cue.rows) {
+        row.alignment = defaults.alignment;
+        row.anchor = defaults.anchor;
+    }
+    take(std::move(cue));
+}
+
+void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSampleCue& take, FindingSink& findings) {
+    readOne<subtitles::SubRipReader>("1\n00:00:00,000 --> 00:00:01,000\n" + withoutEmptyRows(text) + "\n\n", findings,
+                                     [&](Cue cue) {
+                                         cue.start = span.begin;
+                                         cue.end = span.end;
+                                         take(std::move(cue));
+                                     });
+}
+
+void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
+                    bool isRelative, const TakeSampleCue& take, FindingSink& findings) {
+    constexpr std::int32_t kMilliseconds = 1000;
+    const std::int64_t begin =
+        isRelative ? 0 : std::max<std::int64_t>(subtitles::unitsOf(span.begin, kMilliseconds), 0);
+    const std::int64_t end = std::max(subtitles::unitsOf(span.end, kMilliseconds) -
+                                          (isRelative ? subtitles::unitsOf(span.begin, kMilliseconds) : 0),
+                                      begin + 1);
+    std::string file = "WEBVTT\n\n";
+    const std::string identifier = lineOf(name);
+    if (!identifier.empty() && identifier.find("-->") == std::string::npos) {
+        file += identifier + "\n";
+    }
+    file += timeText(begin) + " --> " + timeText(end) + " " + lineOf(settings) + "\n" + withoutEmptyRows(text) + "\n\n";
+    readOne<subtitles::WebVttReader>(file, findings, [&](Cue cue) {
+        cue.start = span.begin;
+        cue.end = span.end;
+        for (Row& row : cue.rows) {
+            for (Run& run : row.runs) {
+                run.from = isRelative && run.from.isValid() ? add(run.from, span.begin) : run.from;
+            }
+        }
+        take(std::move(cue));
+    });
+}
+
+void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const TakeSampleCue& take,
+              FindingSink& findings) {
+    std::span<const std::uint8_t> rest = sample;
+    std::size_t others = 0;
+    while (const auto box = takeBox(rest)) {
+        if (box->type == "vtte") {
+            continue;
+        }
+        if (box->type != "vttc") {
+            ++others;
+            continue;
+        }
+        std::span<const std::uint8_t> inner = box->content;
+        std::string_view text;
+        std::string_view name;
+        std::string_view settings;
+        while (const auto part = takeBox(inner)) {
+            if (part->type == "payl") {
+                text = asText(part->content);
+            } else if (part->type == "iden") {
+                name = asText(part->content);
+            } else if (part->type == "sttg") {
+                settings = asText(part->content);
+            } else if (part->type != "vsid" && part->type != "ctim") {
+                ++others;
+            }
+        }
+        if (!inner.empty()) {
+            report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
+        }
+        readWebVttText(text, name, settings, span, false, take, findings);
+    }
+    if (!rest.empty()) {
+        report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
+    }
+    if (others != 0) {
+        report(findings, FindingCode::TextSamplePartsLost, Severity::Warning, others);
+    }
+}
+
+}  // namespace qlx::streams::detail

@@ -1,0 +1,55 @@
+// The samples of text tracks as cues.
+#pragma once
+
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+#include <qlx/base/finding.h>
+#include <qlx/subtitles/cue.h>
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qlx::streams::detail {
+
+/// When a sample is shown.
+struct SampleSpan {
+    MediaTime begin;
+    MediaTime end;
+};
+
+using TakeSampleCue = std::function<void(subtitles::Cue cue)>;
+
+/// What the description of a `tx3g` track says of all its samples (3GPP TS 26.245, 5.16).
+struct TimedTextDefaults {
+    subtitles::Alignment alignment = subtitles::Alignment::Center;
+    std::uint8_t anchor = 0;
+    std::uint32_t background = 0;  ///< Red, green, blue, alpha.
+    std::uint16_t font = 0;
+    std::uint8_t face = 0;
+    std::uint8_t size = 0;
+    std::uint32_t color = 0xFFFFFFFF;
+};
+
+[[nodiscard]] TimedTextDefaults timedTextDefaults(std::span<const std::uint8_t> description);
+
+/// Reads a sample of `tx3g` (3GPP TS 26.245, 5.17); one without text gives nothing.
+/// @param findings Their offset is 0.
+void readTimedText(std::span<const std::uint8_t> sample, const TimedTextDefaults& defaults, const SampleSpan& span,
+                   const TakeSampleCue& take, FindingSink& findings);
+
+/// Reads a sample of `wvtt` (ISO/IEC 14496-30, 7.5).
+void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const TakeSampleCue& take,
+              FindingSink& findings);
+
+/// Reads the text of a WebVTT cue.
+/// @param isRelative Times within the text count from its beginning.
+void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
+                    bool isRelative, const TakeSampleCue& take, FindingSink& findings);
+
+/// Reads the text of a SubRip cue.
+void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSampleCue& take, FindingSink& findings);
+
+}  // namespace qlx::streams::detail

@@ -1,0 +1,133 @@
+#include "cues/TrackCues.h"
+
+#include "io/Errors.h"
+#include "io/StreamBytes.h"
+#include "io/Text.h"
+
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/streams/text_tracks.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qlx::tool {
+
+namespace {
+
+using streams::TextTrack;
+using streams::TextTrackKind;
+
+/// `2 (wvtt, eng)`
+std::string trackInWords(std::size_t index, const TextTrack& track) {
+    return std::to_string(index + 1) + " (" + std::string(nameOf(track.kind)) +
+           (track.language.empty() ? std::string() : ", " + printable(track.language)) + ")";
+}
+
+std::string tracksInWords(const std::vector<TextTrack>& tracks, std::optional<std::size_t> leftOut) {
+    constexpr std::size_t kNamed = 10;
+    std::string words;
+    std::size_t named = 0;
+    for (std::size_t index = 0; index < tracks.size() && named < kNamed; ++index) {
+        if (index != leftOut) {
+            words += (words.empty() ? "" : ", ") + trackInWords(index, tracks[index]);
+            ++named;
+        }
+    }
+    const std::size_t all = tracks.size() - (leftOut ? 1 : 0);
+    return all > named ? words + " and " + std::to_string(all - named) + " more" : words;
+}
+
+/// The track that is asked for; none where nothing is.
+std::optional<std::size_t> chosenTrack(const std::string& name, const CueRequest& request,
+                                       const std::vector<TextTrack>& tracks) {
+    if (request.track.empty()) {
+        const auto first = std::find_if(tracks.begin(), tracks.end(),
+                                        [](const TextTrack& track) { return track.kind != TextTrackKind::Unreadable; });
+        return first == tracks.end() ? std::nullopt : std::optional(static_cast<std::size_t>(first - tracks.begin()));
+    }
+    for (std::size_t index = 0; index < tracks.size(); ++index) {
+        if (request.track == std::to_string(index + 1) ||
+            asciiLowercased(request.track) == asciiLowercased(tracks[index].language)) {
+            return index;
+        }
+    }
+    throw UsageError("--track: " + name + " has no text track " + request.track +
+                     (tracks.empty() ? "" : ", but " + tracksInWords(tracks, std::nullopt)));
+}
+
+Failure failureOf(const std::string& name, const Finding& error, const std::string& words) {
+    return failureIn(name, error.text() + (words.empty() ? "" : ": " + printable(words)));
+}
+
+/// Tells notes of findings, with the place of their sample in front of them.
+class SamplePlaces final : public FindingSink {
+public:
+    explicit SamplePlaces(CueInputNotes& notes) : _notes(notes) {}
+
+    void add(const Finding& finding) override {
+        _notes.found(finding.offset == 0 ? "text track" : "byte " + std::to_string(finding.offset), finding);
+    }
+
+private:
+    CueInputNotes& _notes;
+};
+
+}  // namespace
+
+bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
+                     const TakeCue& take) {
+    if (request.track.empty() && !file.size()) {
+        // It could not be read again from its beginning.
+        return false;
+    }
+    InputBytes bytes(file);
+    streams::TextTrackReader reader(bytes, kind);
+    const auto error = reader.open();
+    bytes.rethrow();
+    if (error && !request.track.empty()) {
+        throw failureOf(file.name(), *error, reader.libraryText());
+    }
+    const std::vector<TextTrack>& tracks = reader.tracks();
+    const auto chosen = chosenTrack(file.name(), request, tracks);
+    if (!chosen) {
+        if (!tracks.empty()) {
+            notes.say("text tracks that cannot be read are left out: " + tracksInWords(tracks, std::nullopt), false);
+        }
+        (void)file.seek(0);
+        return false;
+    }
+    const TextTrack& track = tracks[*chosen];
+    input.format = "text track " + trackInWords(*chosen, track);
+    if (tracks.size() > 1) {
+        notes.say("text track " + trackInWords(*chosen, track) + " is read, and not " + tracksInWords(tracks, chosen) +
+                      (request.track.empty() ? ": --track says which" : ""),
+                  false);
+    }
+    if (!track.header.empty()) {
+        subtitles::WebVttReader header;
+        header.push({reinterpret_cast<const std::uint8_t*>(track.header.data()), track.header.size()});
+        header.finish();
+        input.file = header.file();
+    }
+    SamplePlaces places(notes);
+    const auto failure = reader.read(
+        *chosen,
+        [&](subtitles::Cue cue) {
+            ++input.cues;
+            take(std::move(cue), input);
+        },
+        &places, [&](const streams::TtmlFile& head) { input.ttml = head; });
+    bytes.rethrow();
+    if (failure) {
+        throw failureOf(file.name(), *failure, reader.libraryText());
+    }
+    if (input.cues == 0) {
+        notes.say("the text track has no cue", false);
+    }
+    return true;
+}
+
+}  // namespace qlx::tool
