@@ -84,7 +84,7 @@ inline constexpr std::size_t kBytesThatTellKind = 4096;
 
 /// Whether a file of this kind holds cues, and no frames.
 [[nodiscard]] constexpr bool hasCues(InputKind kind) noexcept {
-    return isSubtitles(kind) || kind == InputKind::Vtt || kind == InputKind::Ttml;
+    return isSubtitles(kind) || kind == InputKind::Vtt || kind == InputKind::Ttml || kind == InputKind::Ass;
 }
 
 /// Whether a file of this kind is a multiplex of streams with times.

@@ -20,14 +20,8 @@ using streams::inputKindNamed;
 using streams::inputKindOfBytes;
 using streams::inputKindOfName;
 using streams::isContainer;
-using streams::isSubtitles;
 using streams::kBytesThatTellKind;
 using streams::mayHaveTextTracks;
-
-/// Whether a file of this kind holds cues: convert, subs and play read it.
-[[nodiscard]] constexpr bool hasCues(InputKind kind) noexcept {
-    return isSubtitles(kind) || kind == InputKind::Vtt || kind == InputKind::Ass;
-}
 
 /// What to say of a file of a kind that a command does not read, and which commands do: `film.ts is an MPEG-TS file,
 /// WHAT: such files are for qlxcc scan, show and extract`.
