@@ -177,6 +177,7 @@ private:
     Member _time = Member::Missing;
     Member _captions = Member::Missing;
     bool _hasPackets = false;
+    bool _hasSplices = false;  ///< It is the document of splices that scan writes behind the frames.
     Number _timeValue;
     Number _timescale;
     Digits _triplets;
@@ -289,6 +290,7 @@ bool FrameText::string(string_t& value) {
         _packet.hasWrongChannel = !channel;
         _packet.channel = channel.value_or(anc::Channel::Luma);
     } else {
+        _hasSplices = _hasSplices || (_key == "schema" && where() == Where::Frame && value == "qlxcc/splices/1");
         return other();
     }
     return true;
@@ -326,7 +328,9 @@ std::optional<Finding> FrameText::finish(bool isJson, std::size_t size, Frame& f
         return character > size ? error(FindingCode::JsonlCut) : error(FindingCode::JsonlNotJson, character);
     }
     if (!_hasPackets) {
-        return error(FindingCode::JsonlNoFrame);
+        Finding wrong = error(FindingCode::JsonlNoFrame);
+        wrong.severity = _hasSplices ? Severity::Remark : wrong.severity;
+        return wrong;
     }
     if (const auto wrong = _number.check(FindingCode::JsonlFrameWrong, kGreatestJsonFrame)) {
         return wrong;

@@ -21,7 +21,7 @@ inline constexpr std::int64_t kGreatestJsonTime = std::numeric_limits<std::int64
 inline constexpr std::uint64_t kGreatestJsonTimescale = 1'000'000'000;
 inline constexpr std::uint64_t kGreatestJsonWord = 65'535;  ///< Of a line, and of a place on it.
 
-/// Reads a frame as appendJsonLine() writes it.
+/// Reads a frame as appendJsonLine() writes it. A JsonlNoFrame that is a Remark is of a list of splices.
 /// @return What is wrong with the text, without its place; none when all is well.
 [[nodiscard]] std::optional<Finding> readJsonFrame(std::string_view text, Frame& frame);
 

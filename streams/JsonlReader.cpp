@@ -25,7 +25,7 @@ public:
 
 private:
     Result<bool> read(Frame& frame) {
-        do {
+        for (;;) {
             const Result<bool> hasLine = _lines.next(_line);
             if (!hasLine) {
                 return hasLine;
@@ -33,9 +33,14 @@ private:
             if (!*hasLine) {
                 return _lines.number() == 0 ? Result<bool>(_lines.error(FindingCode::StreamEmpty)) : false;
             }
-        } while (_line.find_first_not_of(" \t") == std::string::npos);
-        const std::optional<Finding> wrong = detail::readJsonFrame(_line, frame);
-        return wrong ? _lines.error(wrong->code, static_cast<std::uint64_t>(wrong->first)) : Result<bool>(true);
+            if (_line.find_first_not_of(" \t") == std::string::npos) {
+                continue;
+            }
+            const std::optional<Finding> wrong = detail::readJsonFrame(_line, frame);
+            if (!wrong || wrong->severity == Severity::Error) {
+                return wrong ? _lines.error(wrong->code, static_cast<std::uint64_t>(wrong->first)) : Result<bool>(true);
+            }
+        }
     }
 
     detail::LineReader _lines;

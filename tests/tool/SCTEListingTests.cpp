@@ -242,7 +242,11 @@ TEST(SCTE104Parse, ListsSplicePoints) {
                    messageOf({"time-signal", "segmentation", "--event-id", "9", "--segmentation-type", "ProgramStart"}),
                    messageOf({"time-signal", "segmentation", "--event-id", "10", "--segmentation-type", "ProgramStart",
                               "--duration", "20", "--extension-frames", "12"}),
-                   messageOf({"splice-cancel", "--event-id", "5"})}));
+                   messageOf({"splice-cancel", "--event-id", "5"}),
+                   messageOf({"time-signal", "segmentation", "--event-id", "11", "--segmentation-type", "16"}),
+                   messageOf({"time-signal", "segmentation", "--event-id", "11", "--segmentation-type", "18"}),
+                   messageOf({"time-signal", "segmentation", "--event-id", "11", "--segmentation-type", "17"}),
+                   messageOf({"time-signal", "segmentation", "--event-id", "12", "--segmentation-type", "18"})}));
     const std::string listed = outputOf({"scte104", "parse", file});
     const std::string place = "frame 0, line 13: ";
     const Arguments points{place + "event 1 out in 4000 ms, for 30.0 s",
@@ -254,7 +258,13 @@ TEST(SCTE104Parse, ListsSplicePoints) {
                            place + "segment 9 ProgramStart",
                            place + "segment 10 ProgramStart, for 20 s and 12 frames",
                            place + "event 5 cancelled",
+                           place + "segment 11 ProgramStart",
+                           place + "segment 11 EarlyTermination",
+                           place + "segment 11 ProgramEnd",
+                           place + "segment 12 EarlyTermination",
                            "event 4: in without out",
+                           "segment 11 ProgramStart: ended early",
+                           "segment 12 EarlyTermination: end without start",
                            "event 3: out without in",
                            "segment 9 ProgramStart: start without end"};
     std::string expected = "splice points:\n";
@@ -450,10 +460,39 @@ TEST(SCTE35, WritesAndScansATransportStream) {
     const std::string heard = outputOf({"scan", folder.path("c.ts")});
     EXPECT_NE(heard.find("at 79996"), std::string::npos) << heard;
     EXPECT_LT(folder.read("c.ts").size(), 200'000U);
+    // Through a pipe, too.
+    EXPECT_EQ(outputOf({"scan", "-"}, folder.read("a.ts")), listed.out);
+    EXPECT_EQ(outputOf({"scan", "-", "--changes"}, folder.read("a.ts")), changes.out);
     EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "1"}, {.input = digits}).exitCode, 2);
     EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "0", "-o", file}, {.input = digits}).exitCode, 2);
     EXPECT_EQ(runTool({"scan", file, "--pid", "8191"}).exitCode, 2);
     EXPECT_EQ(runTool({"scan", "-", "--pid", "1", "--from-format", "klv"}, {.input = "a"}).exitCode, 2);
+}
+
+TEST(SCTE35, ScanGivesSplicesAsJson) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.ts");
+    const std::string digits = outputOf(build({"splice-start", "--event-id", "7", "--pre-roll", "4000"}));
+    ASSERT_EQ(outputOf({"scte35", "-", "--pts", "900000", "-o", file}, digits), "");
+    const std::string section = outputOf({"scte35", "-", "--pts", "900000", "--to-format", "json"}, digits);
+    const std::string json = outputOf({"scan", file, "--json"});
+    EXPECT_TRUE(json.starts_with(
+        R"({"schema":"qlxcc/splices/1","splices":[{"arrival":{"seconds":10.03,"timescale":90000,"value":902700},)"
+        R"("count":1,"distance":{"seconds":3.97,"timescale":90000,"value":357300},)"))
+        << json;
+    EXPECT_NE(json.find(R"("pid":257,"program":1,"section":{)"), std::string::npos) << json;
+    EXPECT_TRUE(json.ends_with(R"("splice":{"seconds":14.0,"timescale":90000,"value":1260000}}]})"
+                               "\n"))
+        << json;
+    EXPECT_NE(json.find(section.substr(0, section.find('\n'))), std::string::npos) << json << section;
+    EXPECT_EQ(outputOf({"scan", "-", "--json"}, folder.read("a.ts")), json);
+    // Of a PID that the tables do not name.
+    EXPECT_EQ(outputOf({"scan", file, "--json", "--pid", "0x101"}), json);
+    EXPECT_EQ(runTool({"scan", file, "--list", "--pid", "0x101"}).exitCode, 2);
+    // Behind frames it is no frame.
+    const std::string frame = "{\"frame\":3,\"packets\":[]}\n";
+    EXPECT_EQ(outputOf({"scan", "-", "--from-format", "jsonl", "--json"}, frame + json), frame);
+    EXPECT_EQ(runTool({"scan", "-", "--from-format", "jsonl"}, {.input = frame + "{\"schema\":\"a\"}\n"}).exitCode, 1);
 }
 
 TEST(SCTE35, ScanSaysWhatIsWrongWithSectionsBehindDamagedPackets) {

@@ -30,8 +30,8 @@
 
 namespace qlx::streams {
 
-/// Reads such files; blank lines are passed over, and so is what a line says beside the frame's number, time, packets and
-/// triplets.
+/// Reads such files; blank lines are passed over, and so are lists of splices (`"schema":"qlxcc/splices/1"`) and what a
+/// line says beside the frame's number, time, packets and triplets.
 class QLX_STREAMS_EXPORT JsonlReader final : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.

@@ -85,7 +85,11 @@ constexpr OptionRow kScanOptions[] = {
     kNoParity,
     kWideCharacters,
     asJson("A JSON line for each frame in place of the list",
-           "See `jsonl` in qlxcc(1). With --list it is one object, whose `contents` have `kind` (`captions`, `text`, "
+           "See `jsonl` in qlxcc(1). Behind the frames of a transport stream a line has its splice information "
+           "(`\"schema\":\"qlxcc/splices/1\"`, `splices`): of each section `offset`, `pid`, `program`, `arrival`, "
+           "`splice` "
+           "and `distance`, null where they are not known, how often it came (`count`) and the `section` as scte35 "
+           "writes it. With --list it is one object, whose `contents` have `kind` (`captions`, `text`, "
            "`extendedData`, `service`, `teletext`), `name`, `language`, `captions`, `first`, `last`, `firstFrame` and "
            "`lastFrame`, null where there is none."),
 };

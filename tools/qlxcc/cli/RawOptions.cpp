@@ -208,12 +208,12 @@ Action checkedScan(const RawOptions& raw) {
     options.isOfChanges = raw.isOfChanges;
     if (raw.splicePid) {
         options.splicePid = pidOf("--pid", *raw.splicePid);
-        if (raw.asJson || options.frames) {
-            throw UsageError("--pid is for lists: no --json, and no frames are written");
-        }
     }
     options.region = receiverRegion(raw);
     options.frames = frameOutputOptions(raw);
+    if (options.splicePid && (options.frames || raw.listsContents)) {
+        throw UsageError("--pid is for lists of splices: no --list, and no frames are written");
+    }
     if (raw.isOfChanges && (raw.asJson || options.frames)) {
         throw UsageError("--changes lists splice points as text: no --json, and no frames are written");
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -57,6 +58,9 @@ std::size_t InputFile::readSome(std::uint8_t* to, std::size_t count) {
     for (;;) {
         const ssize_t got = ::read(_descriptor, to, count);
         if (got >= 0) {
+            if (got > 0 && _observer) {
+                _observer({to, static_cast<std::size_t>(got)});
+            }
             return static_cast<std::size_t>(got);
         }
         const int error = errno;
@@ -65,6 +69,11 @@ std::size_t InputFile::readSome(std::uint8_t* to, std::size_t count) {
             throw failureAtByte(_name, _offset, systemErrorText(error));
         }
     }
+}
+
+void InputFile::observe(std::function<void(std::span<const std::uint8_t>)> observer) {
+    _observer = std::move(observer);
+    _observer(std::span(_buffer).subspan(_bufferStart, _bufferEnd - _bufferStart));
 }
 
 std::size_t InputFile::takeBuffered(std::uint8_t* to, std::size_t count) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -41,6 +42,10 @@ public:
 
     bool seek(std::uint64_t offset) override;
 
+    /// Hands on every byte, once and in order, as it is read from a pipe: what has been peeked at first. Of a file it misses
+    /// what is passed over.
+    void observe(std::function<void(std::span<const std::uint8_t>)> observer);
+
 private:
     std::size_t readSome(std::uint8_t* to, std::size_t count);
     std::size_t takeBuffered(std::uint8_t* to, std::size_t count);
@@ -53,6 +58,7 @@ private:
     std::vector<std::uint8_t> _buffer;
     std::size_t _bufferStart = 0;
     std::size_t _bufferEnd = 0;
+    std::function<void(std::span<const std::uint8_t>)> _observer;
 };
 
 }  // namespace qlx::tool

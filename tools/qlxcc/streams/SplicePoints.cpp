@@ -18,6 +18,15 @@ namespace {
            (start >= 0x40 && start <= 0x46) || start == 0x50;
 }
 
+constexpr std::uint8_t kProgramStart = 0x10;
+/// Ends a program in front of its end, which does not come any more.
+constexpr std::uint8_t kProgramEarlyTermination = 0x12;
+
+std::string segmentName(std::uint32_t eventId, std::uint8_t typeId) {
+    return "segment " + std::to_string(eventId) + " " +
+           QLXSCTEOperation::SCTESegmentationDescriptorTypeNameWithByte(typeId);
+}
+
 std::string tenthsInWords(std::uint64_t tenths) {
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
 }
@@ -70,7 +79,7 @@ void SplicePoints::addSplice(const std::string& place, const Splice& splice) {
         (hasDuration ? ", for " + splice.duration + (splice.returnsAlone ? ", returns by itself" : "")
                      : std::string()));
     if (splice.isOut) {
-        open(key, event + ": out without in", hasDuration && splice.returnsAlone);
+        open(key, event + ": out without in", splice.isTimed && splice.returnsAlone);
     } else {
         close(key, event + ": in without out");
     }
@@ -92,7 +101,7 @@ void SplicePoints::takeSplice(const std::string& place, const scte::SpliceReques
     addSplice(place, {request.eventId, isStart,
                       isLater ? " in " + std::to_string(request.preRollMilliseconds) + " ms" : std::string(" at once"),
                       request.breakDurationTenths != 0 ? tenthsInWords(request.breakDurationTenths) : std::string(),
-                      request.autoReturn != 0});
+                      request.autoReturn != 0, request.breakDurationTenths != 0});
 }
 
 void SplicePoints::cancelSegment(const std::string& place, std::uint32_t eventId) {
@@ -105,19 +114,30 @@ void SplicePoints::cancelSegment(const std::string& place, std::uint32_t eventId
 }
 
 void SplicePoints::addSegment(const std::string& place, std::uint32_t eventId, std::uint8_t typeId,
-                              const std::string& duration) {
+                              const std::string& duration, bool isTimed) {
     const auto start = static_cast<std::uint8_t>(typeId & 0xFEU);
-    const std::string name = "segment " + std::to_string(eventId) + " " +
-                             QLXSCTEOperation::SCTESegmentationDescriptorTypeNameWithByte(typeId);
+    const std::string name = segmentName(eventId, typeId);
     add(place + ": " + name + (duration.empty() ? "" : ", for " + duration));
+    if (typeId == kProgramEarlyTermination) {
+        endEarly(eventId, name);
+    }
     if (!isOfPair(typeId)) {
         return;
     }
     const Key key{Kind::Segment, eventId, start};
     if (typeId == start) {
-        open(key, name + ": start without end", !duration.empty());
+        open(key, name + ": start without end", isTimed);
     } else {
         close(key, name + ": end without start");
+    }
+}
+
+void SplicePoints::endEarly(std::uint32_t eventId, const std::string& name) {
+    const Key key{Kind::Segment, eventId, kProgramStart};
+    const bool hasStart = _open.contains(key) || _timed.contains(key);
+    close(key, name + ": end without start");
+    if (hasStart) {
+        _alone.push_back(segmentName(eventId, kProgramStart) + ": ended early");
     }
 }
 
@@ -133,7 +153,7 @@ void SplicePoints::takeSegment(const std::string& place, const scte::InsertSegme
         duration += request.durationExtensionFrames != 0 ? " and " + counted(request.durationExtensionFrames, "frame")
                                                          : std::string();
     }
-    addSegment(place, request.eventId, request.typeId, duration);
+    addSegment(place, request.eventId, request.typeId, duration, !duration.empty());
 }
 
 void SplicePoints::take(const std::string& place, const scte::SpliceInfoSection& section) {
@@ -149,7 +169,8 @@ void SplicePoints::take(const std::string& place, const scte::SpliceInfoSection&
             cancelSegment(place, segment->eventId);
         } else {
             addSegment(place, segment->eventId, segment->typeId,
-                       segment->duration90k ? ticksInWords(*segment->duration90k) : std::string());
+                       segment->duration90k ? ticksInWords(*segment->duration90k) : std::string(),
+                       segment->duration90k.value_or(0) != 0);
         }
     }
 }
@@ -166,7 +187,8 @@ void SplicePoints::takeInsert(const std::string& place, const scte::SpliceInsert
     }
     addSplice(place, {insert.eventId, insert.outOfNetwork, when,
                       insert.breakDuration ? ticksInWords(insert.breakDuration->ticks90k) : std::string(),
-                      insert.breakDuration && insert.breakDuration->autoReturn});
+                      insert.breakDuration && insert.breakDuration->autoReturn,
+                      insert.breakDuration && insert.breakDuration->ticks90k != 0});
 }
 
 std::vector<std::string> SplicePoints::lines() const {

@@ -29,7 +29,8 @@ public:
     void take(const std::string& place, const scte::SpliceInfoSection& section);
 
     /// A line each: `frame 0, line 13: event 1 out in 4000 ms, for 30.0 s, returns by itself`; and behind them those of
-    /// pairs that miss their other half: `event 1: out without in`.
+    /// pairs that miss their other half: `event 1: out without in`, and of programs that were ended early
+    /// (ANSI/SCTE 35, table 23). A duration of 0 ends nothing.
     [[nodiscard]] std::vector<std::string> lines() const;
 
 private:
@@ -61,18 +62,21 @@ private:
         std::string when;      ///< ` in 4000 ms`, ` at once`.
         std::string duration;  ///< Empty where there is none.
         bool returnsAlone = false;
+        bool isTimed = false;  ///< Its duration is not 0.
     };
 
     void addSplice(const std::string& place, const Splice& splice);
     void cancelSplice(const std::string& place, std::uint32_t eventId);
-    void addSegment(const std::string& place, std::uint32_t eventId, std::uint8_t typeId, const std::string& duration);
+    void addSegment(const std::string& place, std::uint32_t eventId, std::uint8_t typeId, const std::string& duration,
+                    bool isTimed);
+    void endEarly(std::uint32_t eventId, const std::string& name);
     void cancelSegment(const std::string& place, std::uint32_t eventId);
     void takeInsert(const std::string& place, const scte::SpliceInsert& insert, std::uint64_t adjustment90k);
     void takeSplice(const std::string& place, const scte::SpliceRequest& request);
     void takeSegment(const std::string& place, const scte::InsertSegmentationDescriptorRequest& request);
 
     std::vector<std::string> _lines;
-    std::vector<std::string> _alone;  ///< Ends without a start.
+    std::vector<std::string> _alone;  ///< Ends without a start, and starts that were ended early.
     std::map<Key, Open> _open;
     std::map<Key, std::string> _timed;  ///< Starts that end by themselves, and may have an end all the same.
     std::set<Key> _ended;               ///< Of which an end was the last that came.

@@ -14,9 +14,11 @@
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -27,14 +29,9 @@ namespace {
 /// What is written in place of frames or JSON.
 class Listing {
 public:
-    Listing(const ScanOptions& options, const InputFile& source, InputKind kind, OutputFile& output) : _output(output) {
-        if (kind == InputKind::TransportStream) {
-            std::vector<std::uint16_t> pids;
-            if (options.splicePid) {
-                pids.push_back(*options.splicePid);
-            }
-            _splices.emplace(options.file, pids);
-        }
+    /// @param splices Of a transport stream; null for others, else it must outlive this.
+    Listing(const ScanOptions& options, const InputFile& source, const SpliceList* splices, OutputFile& output)
+        : _output(output), _splices(splices) {
         if (options.isOfChanges) {
             _changes = std::make_unique<ChangeWriter>(output, source.name());
         } else {
@@ -50,37 +47,76 @@ public:
         return _changes ? static_cast<FrameWriter&>(*_changes) : static_cast<FrameWriter&>(*_list);
     }
 
-    /// Whether there is something to list even without a frame.
-    [[nodiscard]] bool hasSplices() const noexcept { return _splices && !_splices->isEmpty(); }
-
-    /// Writes what stands behind the frames, and gives the number of problems.
+    /// Writes what stands behind the frames, and gives the number of problems with them.
     std::uint64_t finish() {
         if (_changes) {
-            if (_splices) {
+            if (_splices != nullptr) {
                 _splices->takePoints(_changes->points());
             }
             _changes->writePoints();
         } else {
             _list->writeSummary();
-            if (_splices) {
+            if (_splices != nullptr) {
                 _splices->write(_output);
             }
         }
-        return (_changes ? _changes->problems() : 0) + (_splices ? _splices->problems() : 0);
+        return _changes ? _changes->problems() : 0;
     }
 
 private:
     OutputFile& _output;
-    std::optional<SpliceList> _splices;
+    const SpliceList* _splices;
     std::unique_ptr<ChangeWriter> _changes;
     std::unique_ptr<ListWriter> _list;
 };
 
-/// Lists a stream with splice information and nothing that has frames.
-int listSplicesAlone(Listing& listing, OutputFile& output) {
-    const std::uint64_t problems = listing.finish();
-    output.commit();
-    return problems > 0 ? kExitFailure : kExitSuccess;
+/// Splice information, read beside the frames. It is in a transport stream; a file is read once more for it.
+std::unique_ptr<SpliceList> spliceListOf(const ScanOptions& options, InputFile& source) {
+    std::vector<std::uint16_t> pids;
+    if (options.splicePid) {
+        pids.push_back(*options.splicePid);
+    }
+    auto list = std::make_unique<SpliceList>(source, pids);
+    if (options.file == "-") {
+        source.observe([splices = list.get()](std::span<const std::uint8_t> bytes) { splices->push(bytes); });
+    } else {
+        list->readFile(options.file);
+    }
+    return list;
+}
+
+/// Reads what the frames' reader has left of a pipe, and ends the list.
+void finishSplices(SpliceList* splices, InputFile& source) {
+    if (splices == nullptr || splices->hasEnded()) {
+        return;
+    }
+    std::vector<std::uint8_t> piece(std::size_t{1} << 18U);
+    while (source.read(piece) > 0) {
+    }
+    splices->finish();
+}
+
+/// Writes what stands behind the frames, and gives the number of problems.
+std::uint64_t finishLists(Listing* listing, const SpliceList* splices, OutputFile& output) {
+    const std::uint64_t problems = listing != nullptr ? listing->finish() : 0;
+    if (splices != nullptr && listing == nullptr && !splices->isEmpty()) {
+        splices->writeJson(output);
+    }
+    return problems + (splices != nullptr ? splices->problems() : 0);
+}
+
+/// What takes the frames; null for a list.
+std::unique_ptr<FrameWriter> makeWriter(const ScanOptions& options, const std::optional<FrameOutputOptions>& frames,
+                                        const CaptionMembers& members, OutputFile& output) {
+    if (frames) {
+        return makeFrameWriter(output, *frames);
+    }
+    if (options.listsContents) {
+        return std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
+    }
+    return !options.asJson ? nullptr : std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
+        return std::make_unique<streams::JsonlWriter>(sink, &members);
+    });
 }
 
 }  // namespace
@@ -99,22 +135,11 @@ int scan(const ScanOptions& options) {
     }
     OutputFile output(options.output);
     const CaptionMembers members;
-    std::unique_ptr<FrameWriter> writer;
-    ContentListWriter* contents = nullptr;
-    std::optional<Listing> listing;
-    if (frames) {
-        writer = makeFrameWriter(output, *frames);
-    } else if (options.listsContents) {
-        auto list = std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
-        contents = list.get();
-        writer = std::move(list);
-    } else if (options.asJson) {
-        writer = std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
-            return std::make_unique<streams::JsonlWriter>(sink, &members);
-        });
-    } else {
-        listing.emplace(options, source, *sourceOptions.kind, output);
-    }
+    const bool hasSplices = *sourceOptions.kind == InputKind::TransportStream && !frames && !options.listsContents;
+    const std::unique_ptr<SpliceList> splices = hasSplices ? spliceListOf(options, source) : nullptr;
+    const std::unique_ptr<FrameWriter> writer = makeWriter(options, frames, members, output);
+    const std::unique_ptr<Listing> listing =
+        writer ? nullptr : std::make_unique<Listing>(options, source, splices.get(), output);
     FrameWriter& to = listing ? listing->frames() : *writer;
     std::unique_ptr<FrameInput> reader;
     std::uint64_t problems = 0;
@@ -127,16 +152,24 @@ int scan(const ScanOptions& options) {
             return true;
         });
     } catch (const Failure&) {
-        if (*hasFrames || !listing || !listing->hasSplices()) {
+        if (*hasFrames || !splices) {
             throw;
         }
-        return listSplicesAlone(*listing, output);
+        finishSplices(splices.get(), source);
+        if (splices->isEmpty()) {
+            throw;
+        }
+        // A stream with splice information and nothing that has frames.
+        problems = finishLists(listing.get(), splices.get(), output);
+        output.commit();
+        return problems > 0 ? kExitFailure : kExitSuccess;
     }
-    if (contents != nullptr) {
+    if (auto* const contents = dynamic_cast<ContentListWriter*>(writer.get())) {
         contents->name(reader->teletextPages());
     }
     to.finish();
-    problems += listing ? listing->finish() : 0;
+    finishSplices(splices.get(), source);
+    problems += finishLists(listing.get(), splices.get(), output);
     // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
     const int code =
         finishFrames(source, output, frames ? reader->losses() : problems, "not every packet could be read");

@@ -2,20 +2,25 @@
 
 #include "io/Errors.h"
 #include "io/FrameLoop.h"
-#include "io/InputFile.h"
 #include "io/LimitedMessages.h"
 #include "io/Text.h"
+#include "streams/Json.h"
+#include "streams/SCTEJson.h"
 #include "streams/SectionWords.h"
 
 #include <qlx/streams/ts/packet.h>
 
 #include <array>
 #include <cstdlib>
+#include <optional>
 #include <span>
+#include <string_view>
 
 namespace qlx::tool {
 
 namespace {
+
+constexpr std::int64_t kTicksPerSecond = 90'000;
 
 std::string pidText(std::uint16_t pid) {
     return hex(std::array{static_cast<std::uint8_t>(pid >> 8U), static_cast<std::uint8_t>(pid)});
@@ -102,40 +107,81 @@ std::string timeInWords(const streams::SpliceArrival& arrival) {
     return text;
 }
 
+template <class Ticks>
+Value ticksJson(const std::optional<Ticks>& ticks) {
+    return ticks ? Value(Dictionary{{"value", *ticks},
+                                    {"timescale", kTicksPerSecond},
+                                    {"seconds", static_cast<double>(*ticks) / kTicksPerSecond}})
+                 : Value();
+}
+
+Dictionary jsonOf(const streams::SpliceArrival& arrival, std::uint64_t count) {
+    return {{"offset", arrival.offset},
+            {"pid", std::uint64_t{arrival.pid}},
+            {"program", std::uint64_t{arrival.program}},
+            {"arrival", ticksJson(arrival.arrival90k)},
+            {"splice", ticksJson(arrival.splice90k())},
+            {"distance", ticksJson(arrival.distance90k())},
+            {"count", count},
+            {"section", tool::jsonOf(arrival.section)}};
+}
+
 }  // namespace
 
-SpliceList::SpliceList(const std::string& file, const std::vector<std::uint16_t>& pids) {
-    if (file == "-") {
-        return;
+/// What takes the bytes, as long as they come.
+struct SpliceList::Reading {
+    Reading(const InputFile& source, const std::vector<std::uint16_t>& pids)
+        : findings(source), reader({.pids = pids}, &findings) {
+        findings.follow(reader);
     }
+
+    SpliceFindings findings;
+    streams::SpliceReader reader;
+};
+
+SpliceList::SpliceList(const InputFile& source, const std::vector<std::uint16_t>& pids)
+    : _source(source), _reading(std::make_unique<Reading>(source, pids)) {}
+SpliceList::~SpliceList() = default;
+
+void SpliceList::readFile(const std::string& file) {
     InputFile source(file);
-    SpliceFindings findings(source);
-    streams::SpliceReader reader({.pids = pids}, &findings);
-    findings.follow(reader);
     std::vector<std::uint8_t> piece(std::size_t{1} << 18U);
     bool isStream = false;
     while (const std::size_t size = source.read(piece)) {
         const auto bytes = std::span<const std::uint8_t>(piece).first(size);
         isStream = isStream || hasPackets(bytes);
         if (!isStream) {
-            // Who reads the frames refuses the file by its beginning as well.
-            return;
+            break;
         }
-        reader.push(bytes);
-        take(reader);
+        push(bytes);
     }
-    reader.finish();
-    take(reader);
-    _problems = findings.finish();
+    finish();
+}
+
+void SpliceList::push(std::span<const std::uint8_t> bytes) {
+    if (_reading != nullptr) {
+        _reading->reader.push(bytes);
+        take();
+    }
+}
+
+void SpliceList::finish() {
+    if (_reading == nullptr) {
+        return;
+    }
+    _reading->reader.finish();
+    take();
+    _problems = _reading->findings.finish();
+    _reading.reset();
     if (_leftOut > 0) {
         ++_problems;
-        printMessage(source.name() + ": " + counted(_leftOut, "section") + " of splice information left out, behind " +
+        printMessage(_source.name() + ": " + counted(_leftOut, "section") + " of splice information left out, behind " +
                      std::to_string(kMostSections) + " different ones");
     }
 }
 
-void SpliceList::take(streams::SpliceReader& reader) {
-    while (auto arrival = reader.next()) {
+void SpliceList::take() {
+    while (auto arrival = _reading->reader.next()) {
         const auto known = _known.find({arrival->pid, arrival->bytes});
         if (known != _known.end()) {
             ++_sections[known->second].count;
@@ -157,6 +203,17 @@ void SpliceList::write(OutputFile& output) const {
                      timeInWords(one.arrival) +
                      (one.count > 1 ? ", sent " + std::to_string(one.count) + " times" : std::string()) + "\n");
     }
+}
+
+void SpliceList::writeJson(OutputFile& output) const {
+    // Not as one value: each section takes some memory in this form.
+    output.write(R"({"schema":"qlxcc/splices/1","splices":[)");
+    std::string_view before;
+    for (const Counted& one : _sections) {
+        output.write(std::string(before) + jsonText(Value(jsonOf(one.arrival, one.count))));
+        before = ",";
+    }
+    output.write("]}\n");
 }
 
 void SpliceList::takePoints(SplicePoints& points) const {
