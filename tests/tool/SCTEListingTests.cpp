@@ -4,6 +4,8 @@
 #include "ToolRunner.h"
 #include "io/Text.h"
 
+#include <qlx/scte/scte35.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -493,6 +495,33 @@ TEST(SCTE35, ScanGivesSplicesAsJson) {
     const std::string frame = "{\"frame\":3,\"packets\":[]}\n";
     EXPECT_EQ(outputOf({"scan", "-", "--from-format", "jsonl", "--json"}, frame + json), frame);
     EXPECT_EQ(runTool({"scan", "-", "--from-format", "jsonl"}, {.input = frame + "{\"schema\":\"a\"}\n"}).exitCode, 1);
+}
+
+TEST(SCTE35, ADurationOfZeroEndsNothing) {
+    qlx::scte::SpliceInsert insert;
+    insert.eventId = 3;
+    insert.outOfNetwork = true;
+    insert.time.ticks90k = 900000;
+    insert.breakDuration = qlx::scte::BreakDuration{true, 0, 0x3F};
+    qlx::scte::SegmentationDescriptor segment;
+    segment.eventId = 9;
+    segment.typeId = 0x10;
+    segment.duration90k = 0;
+    qlx::scte::SpliceInfoSection section;
+    section.command = insert;
+    section.descriptors = {{segment, {}}};
+    const auto bytes = writeSpliceInfoSection(section);
+    ASSERT_TRUE(bytes);
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.ts");
+    ASSERT_EQ(outputOf({"scte35", "-", "--from-format", "section", "-o", file}, qlx::tool::hex(*bytes) + "\n"), "");
+    const std::string changes = outputOf({"scan", file, "--changes"});
+    EXPECT_NE(changes.find(": event 3 out at PTS 900000, for 0.000 s, returns by itself\n"), std::string::npos)
+        << changes;
+    EXPECT_TRUE(changes.ends_with(": segment 9 ProgramStart, for 0.000 s\n"
+                                  "event 3: out without in\n"
+                                  "segment 9 ProgramStart: start without end\n"))
+        << changes;
 }
 
 TEST(SCTE35, ScanSaysWhatIsWrongWithSectionsBehindDamagedPackets) {
