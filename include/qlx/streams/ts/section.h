@@ -113,7 +113,8 @@ public:
     /// @param sections Whole ones; nothing is looked at but their lengths. What is no whole section is left out.
     /// @param packets Get those that are made.
     /// @return Bytes that are left out.
-    QLX_STREAMS_EXPORT std::size_t addSections(std::span<const std::uint8_t> sections, std::vector<PacketBytes>& packets);
+    QLX_STREAMS_EXPORT std::size_t addSections(std::span<const std::uint8_t> sections,
+                                               std::vector<PacketBytes>& packets);
 
     /// The same with one section.
     void addSection(std::span<const std::uint8_t> section, std::vector<PacketBytes>& packets) {
