@@ -15,7 +15,8 @@ if(QLX_SANITIZERS)
     list(APPEND qlx_compile_options -fsanitize=${QLX_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
 endif()
 set(qlx_coverage_options "")
-if(QLX_BUILD_FUZZERS)
+# What counts lines by itself (scripts/coverage) is not counted twice: modules would miss the engine's symbols.
+if(QLX_BUILD_FUZZERS AND NOT CMAKE_CXX_FLAGS MATCHES "-fcoverage-mapping")
     # Coverage instrumentation only: the fuzz targets add the engine with its main function.
     set(qlx_coverage_options -fsanitize=fuzzer-no-link)
 endif()

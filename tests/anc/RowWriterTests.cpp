@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <random>
 
 namespace {
@@ -25,6 +26,12 @@ struct Case {
     Channels channels;
     std::size_t width;
 };
+
+/// Its bytes, which would be shown otherwise, are not all written.
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << static_cast<int>(one.format) << ' ' << static_cast<int>(one.channel) << ' '
+         << static_cast<int>(one.channels) << ' ' << one.width;
+}
 
 class AncRowPairs : public testing::TestWithParam<Case> {};
 
