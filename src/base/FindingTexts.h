@@ -311,6 +311,8 @@ inline constexpr FindingText kFindingTexts[] = {
     {Cea708TextLeftOut, "{2} column{2s} from {1p} on are sent as spaces: concealed, or second halves of letters"},
     {Cea708ShownLate, "caption is shown {1} frame{1s} late"},
     {Cea708EndLate, "caption ends {1} frame{1s} late"},
+    {Cea708TextLate,
+     "text of the caption is complete {1} frame{1s} late: it has not been on the screen in time as a whole"},
     {TeletextPacketSizeWrong, "{1} bytes are no teletext packet, which has {2}"},
     {TeletextRunInWrong, "clock run-in {1x} in place of {2x}"},
     {TeletextFramingCodeWrong, "framing code {1x} in place of {2x}"},

@@ -223,6 +223,8 @@ void Writer::load(Lane& lane, detail::FrameBlocks& blocks, FindingSink* findings
         lane.notBefore = _frame + 1;
         return;
     }
+    // Behind the text stands ETX.
+    cue.textComplete = cue.bytes.size() - cue.sent > 1 ? _frame : cue.textComplete;
     while (!cue.isSent()) {
         const std::span<const std::uint8_t> rest = std::span(cue.bytes).subspan(cue.sent);
         const std::size_t size = sizeOfJoined(rest);
@@ -236,6 +238,10 @@ void Writer::load(Lane& lane, detail::FrameBlocks& blocks, FindingSink* findings
         cue.sent += size;
     }
     if (!isPopOn) {
+        if (cue.textComplete >= cue.end) {
+            addTo(findings, {FindingCode::Cea708TextLate, Severity::Warning, cue.number,
+                             number(cue.textComplete - cue.end + 1), 0});
+        }
         (void)lane.cues.pop();
     } else if (cue.start <= _frame) {
         lane.notBefore = swap(lane, blocks, findings) ? lane.notBefore : _frame + 1;

@@ -224,6 +224,22 @@ TEST(PaintOnServices, AreWrittenIntoAWindowThatIsShown) {
     EXPECT_EQ(sent.findings, Texts());
 }
 
+TEST(PaintOnServices, SayWhenTheirTextIsCompleteTooLate) {
+    // Nine triplets a frame, less the headers of packet and block: 16 bytes. The definition, the colours and 5 letters, 16 letters;
+    // what is more comes in frame 12, in which the caption ends. The mark behind the text may.
+    const auto findingsOf = [](std::size_t letters, std::uint64_t end) {
+        return packetsOf({serviceCaption(10, end, std::u32string(letters, U'x'), 1, PaintOn)}, FrameRate::Fps5994)
+            .findings;
+    };
+    const std::string words = " late: it has not been on the screen in time as a whole";
+    EXPECT_EQ(findingsOf(21, 12), (Texts{"0: caption ends 1 frame late"}));
+    EXPECT_EQ(findingsOf(22, 12),
+              (Texts{"0: text of the caption is complete 1 frame" + words, "0: caption ends 1 frame late"}));
+    EXPECT_EQ(findingsOf(22, 11),
+              (Texts{"0: text of the caption is complete 2 frames" + words, "0: caption ends 2 frames late"}));
+    EXPECT_EQ(findingsOf(22, 13), Texts{});
+}
+
 TEST(CaptionWindows, StandAtTheirAnchors) {
     // A row in the middle of line 21, and one of a single letter.
     for (const AspectRatio ratio : {AspectRatio::Wide, AspectRatio::Standard}) {

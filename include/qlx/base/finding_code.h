@@ -132,6 +132,7 @@ enum class FindingCode : std::uint32_t {
     Cea708TextLeftOut,        ///< Place, columns that are spaces: second halves of letters, and concealed ones.
     Cea708ShownLate,          ///< Frames that it is late.
     Cea708EndLate,            ///< Frames that its end is late.
+    Cea708TextLate,           ///< Frames from its end up to the one with the last of its text, both counted.
     // cea608 (CTA-608-E), captions to pairs; the offset is the number of the caption, a place is qlx::cea608::placeOf()
     Cea608CaptionEmpty = 0x4'0001,  ///< No numbers; left out.
     Cea608TimesWrong,               ///< Frame of its start, frame of its end: left out.

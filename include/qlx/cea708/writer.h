@@ -69,7 +69,8 @@ struct CaptionEvent {
 /// windows 0 and 1. In its first frame one block deletes the one window and shows the other. It fits when its commands and
 /// that block go into the frames behind the start of the one before it, up to and with its own first one; one that does
 /// not fit is shown as soon as it is loaded, with a finding. Roll-up captions (in window 2) and paint-on captions are
-/// written from their first frame on. A caption is deleted at its end, or where a pop-on one begins before that, when
+/// written from their first frame on; of one whose last letters come in the frame of its end, or later, a finding says
+/// so. A caption is deleted at its end, or where a pop-on one begins before that, when
 /// the other one is shown; the rows of a roll-up one only when the next is
 /// none, or begins much later. Another place or number of rows begins with an empty window.
 ///
@@ -113,7 +114,8 @@ private:
         std::uint8_t window = 0;
         std::uint64_t ownEnd =
             0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
-        std::size_t sent = 0;  ///< Of `bytes`.
+        std::size_t sent = 0;            ///< Of `bytes`.
+        std::uint64_t textComplete = 0;  ///< The frame that had the last of its text.
         std::vector<std::uint8_t> bytes{};
 
         [[nodiscard]] bool isBegun() const noexcept { return sent > 0; }
