@@ -57,6 +57,43 @@ TEST(ServicesOnAir, StandBesideLine21) {
     EXPECT_TRUE(hasPart(lines[61], "fc942cfd8080ff8222fe8c01")) << lines[61];
 }
 
+TEST(ServicesOnAir, SayOnceWhatIsFoundInBothSystems) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.srt", srt({{"00:00:01,000", "00:00:03,000", "One"}, {"00:00:02,000", "00:00:04,000", "\u2122 \u4e2d"}}));
+    const auto errorsOf = [&](const std::string& mode) {
+        return runTool(playArgumentsOfMode(mode, file, "25", {"--to-format", "a53"})).err;
+    };
+    const std::string overlap = "cue 2: caption begins at frame 50, before the one in front of it ends at 75\n";
+    const std::string both = errorsOf("captions");
+    EXPECT_TRUE(hasPart(both, overlap)) << both;
+    EXPECT_FALSE(hasPart(both, "CEA-608: caption begins")) << both;
+    EXPECT_FALSE(hasPart(both, "CEA-708: caption begins")) << both;
+    EXPECT_EQ(both.find(overlap), both.rfind(overlap));
+    // The services of one system are told by the mode.
+    EXPECT_TRUE(hasPart(errorsOf("cea708"), overlap));
+}
+
+TEST(ServicesOnAir, ArePlayedToTheirEndWhenTheyAreLate) {
+    const TemporaryFolder folder;
+    // 64 letters are 32 pairs at least: they are loaded when the cue, and a second behind it, are over. 30 frames.
+    const std::string text = std::string(32, 'x') + "\n" + std::string(32, 'y');
+    const std::string file = folder.write("in.srt", srt({{"00:00:00,000", "00:00:00,200", text}}));
+    const auto played = [&](Arguments more) {
+        more.insert(more.end(), {"--to-format", "a53"});
+        return runTool(playArgumentsOfMode("cea608", file, "25", more));
+    };
+    const ToolResult result = played({});
+    const std::size_t frames = linesOf(result.out).size();
+    EXPECT_GT(frames, 32U);
+    EXPECT_TRUE(hasPart(result.err, "remark: standard output: " + std::to_string(frames - 30) +
+                                        " more frames for cues that are late\n"))
+        << result.err;
+    const ToolResult cut = played({"--duration", "1.2"});
+    EXPECT_EQ(linesOf(cut.out).size(), 30U);
+    EXPECT_FALSE(hasPart(cut.err, "more frames")) << cut.err;
+}
+
 TEST(ServicesOnAir, AreNamedInEveryPacket) {
     const auto isInAll = [](const ToolResult& result, const std::string& part) {
         const Arguments lines = linesOf(result.out);

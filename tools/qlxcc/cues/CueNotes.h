@@ -3,8 +3,10 @@
 
 #include <qlx/base/finding.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +18,8 @@ namespace qlx::tool {
 class CueNotes final : public FindingSink {
 public:
     /// @param name Of the file.
-    /// @param namesSystems Findings of CEA-608 and CEA-708 say which of the two they are of.
+    /// @param namesSystems Findings of CEA-608 and CEA-708 say which of the two they are of; what both of them find of a
+    /// cue is said once.
     explicit CueNotes(std::string name, bool namesSystems = false)
         : _name(std::move(name)), _namesSystems(namesSystems) {}
 
@@ -54,12 +57,26 @@ private:
         std::size_t name = 0;  ///< Of its file, its place.
     };
 
+    /// What was found in CEA-608.
+    struct OfLine21 {
+        std::uint64_t offset = 0;
+        std::string text;
+        FindingCode code = FindingCode::None;
+        std::optional<std::size_t> note;  ///< Its place among those that are not said yet, if it is one of them.
+    };
+
+    [[nodiscard]] std::string noteOf(const Finding& finding, const std::string& text) const;
+
+    /// Whether CEA-608 has found the same of the cue; it is said of both, then.
+    bool joinWithLine21(const Finding& finding);
+
     std::string _name;
     bool _namesSystems;
     std::string _place;
     std::vector<Cue> _cues;
     std::vector<std::string> _names;  ///< Of the cues' files.
     std::vector<std::string> _notes;
+    std::vector<OfLine21> _ofLine21;  ///< Of the last cue that had something.
     std::map<FindingCode, Kind> _kinds;
 };
 

@@ -4,6 +4,7 @@
 #include "cues/CaptionFrames.h"
 #include "io/Errors.h"
 #include "io/Progress.h"
+#include "io/Text.h"
 
 #include <memory>
 
@@ -71,7 +72,8 @@ int play(const PlayOptions& options) {
     const auto isMore = [&](std::uint64_t number) {
         return number < range.end || (!options.durationSeconds && !playout->isDone());
     };
-    for (std::uint64_t number = range.first; isMore(number); ++number) {
+    std::uint64_t number = range.first;
+    for (; isMore(number); ++number) {
         writer->write(playout->next(number, options.rate.timeOfFrame(number)));
         const std::uint64_t done = number + 1 - range.first;
         progress.update(done, done);
@@ -79,6 +81,10 @@ int play(const PlayOptions& options) {
     writer->finish();
     progress.clear();
     playout->finish();
+    if (number > range.end) {
+        printNote("remark: " + output.name() + ": " + counted(number - range.end, "more frame") +
+                  " for cues that are late");
+    }
     output.commit();
     return options.isStrict && (playout->isLossy() || !leftOut->isEmpty()) ? kExitFailure : kExitSuccess;
 }
