@@ -115,6 +115,26 @@ TEST(Extract, ListsThePicturesOfAnMPEG2Stream) {
     EXPECT_EQ(runTool({"extract", file, "--codec", "mpeg2"}).out, expected);
 }
 
+TEST(Extract, SaysWhatItDoesNotUse) {
+    const TemporaryFolder folder;
+    // Captions by A/53, then one pair by SCTE 20: a count of 1 (00001), priority, field 1 and line (00 01 01011), two bytes
+    // from their lowest bit on, and a marker.
+    const std::string a53 = "000001b2 47413934 03 c2 ff fc942c fd8080 ff";
+    const std::string scte20 = "000001b2 0381 08ac a4d2";
+    const std::string picture = "00000100 000ffff8";
+    const std::string both = folder.write("both.m2v", fromHex("000001b3 14012c 24 ffff e000" + picture + a53 + scte20));
+    const ToolResult result = runTool({"extract", both});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_NE(result.out.find(kTriplets), std::string::npos) << result.out;
+    // The sequence header has 12 bytes, the picture's 8, the other captions 18; 3 of the start code.
+    EXPECT_EQ(result.err,
+              "qlxcc: warning: " + both + ": byte 41: captions by SCTE 20 beside those by ATSC A/53 are not used\n");
+    const std::string alone = folder.write("alone.m2v", fromHex("000001b3 14012c 24 ffff e000" + picture + scte20));
+    const ToolResult one = runTool({"extract", alone});
+    EXPECT_EQ(one.err, "");
+    EXPECT_NE(one.out.find("fc942c"), std::string::npos) << one.out;
+}
+
 TEST(Extract, GivesFieldOneAndA53) {
     const TemporaryFolder folder;
     // Null pairs behind the first pair are left out; the first stays.

@@ -1,6 +1,7 @@
 #include "commands/extract/Extract.h"
 
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/FrameFindings.h"
 #include "io/FrameLoop.h"
 #include "io/FrameSource.h"
@@ -19,11 +20,14 @@
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/captions.h>
 #include <qlx/streams/video.h>
+#include <qlx/video/order.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace qlx::tool {
@@ -68,6 +72,24 @@ std::string listLine(std::uint64_t unit, const std::string& place, const Data& d
            (data.empty() ? "-" : hex(data)) + "\n";
 }
 
+/// Says what is found in access units, behind what has been written of those before.
+class UnitNotes final : public FindingSink {
+public:
+    UnitNotes(FindingNotes& notes, OutputFile& output) : _notes(notes), _output(output) {}
+
+    void add(const Finding& finding) override {
+        if (_output.isStandardOutput()) {
+            _output.flush();
+        }
+        _notes.setPlace("byte " + std::to_string(finding.offset));
+        _notes.add(finding);
+    }
+
+private:
+    FindingNotes& _notes;
+    OutputFile& _output;
+};
+
 /// Writes every access unit of the stream.
 class Extraction {
 public:
@@ -77,14 +99,21 @@ public:
     void run() {
         const bool isTerminal = _output.isStandardOutput() && standardOutputIsTerminal();
         Progress progress(_source.size(), _output.isStandardOutput());
+        FindingNotes notes(_source.name(), progress);
+        UnitNotes places(notes, _output);
         auto unit = _units.next();
         for (; unit && *unit; unit = _units.next()) {
-            write(**unit);
+            write(**unit, places);
             if (isTerminal) {
                 _output.flush();
             }
             progress.update(++_count, _source.offset());
         }
+        if (_order) {
+            _order->finish();
+            printOrdered();
+        }
+        notes.finish();
         if (!unit) {
             _bytes.rethrow();
             throw videoFailure(_source.name(), _units.codec(), unit.error());
@@ -96,20 +125,48 @@ public:
     }
 
 private:
-    void write(const video::AccessUnitView& unit) {
-        Data data = _captions.take(unit.bytes, {_units.codec(), 0});
+    /// What is printed of an access unit.
+    struct Unit {
+        std::uint64_t number = 0;
+        std::uint64_t offset = 0;
+        Data data;
+    };
+
+    void write(const video::AccessUnitView& unit, FindingSink& notes) {
+        Data data = _captions.take(unit.bytes, {_units.codec(), 0}, unit.offset, &notes);
         _filled += data.empty() ? 0 : 1;
         if (data) {
             data = inFormat(data, _options.format);
         }
-        if (_options.asJson) {
-            _output.write(jsonLine(unit.number, unit.offset, data ? std::optional(hex(data)) : std::nullopt) + "\n");
+        const Unit printed{unit.number, unit.offset, std::move(data)};
+        if (_options.format != ExtractFormat::FieldOne) {
+            print(printed);
             return;
         }
-        if (unit.number == 0) {
+        if (!_order) {
+            _order.emplace(video::StreamForm{_units.codec(), 0});
+        }
+        _order->add(unit.bytes, printed);
+        printOrdered();
+    }
+
+    void printOrdered() {
+        while (const std::optional<Unit> unit = _order->take()) {
+            print(*unit);
+        }
+    }
+
+    void print(const Unit& unit) {
+        if (_options.asJson) {
+            _output.write(jsonLine(unit.number, unit.offset, unit.data ? std::optional(hex(unit.data)) : std::nullopt) +
+                          "\n");
+            return;
+        }
+        if (!_hasTitle) {
+            _hasTitle = true;
             _output.write("    unit        offset  bytes  data\n");
         }
-        _output.write(listLine(unit.number, rightAligned(unit.offset, kOffsetWidth), data));
+        _output.write(listLine(unit.number, rightAligned(unit.offset, kOffsetWidth), unit.data));
     }
 
     const ExtractOptions& _options;
@@ -118,6 +175,8 @@ private:
     InputBytes _bytes;
     streams::VideoUnits _units;
     streams::PictureCaptions _captions;
+    std::optional<video::PictureOrder<Unit>> _order;  ///< Pairs of a field make sense as they are presented.
+    bool _hasTitle = false;
     std::uint64_t _count = 0;
     std::uint64_t _filled = 0;
 };
