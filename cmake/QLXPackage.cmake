@@ -66,7 +66,7 @@ captions; subtitles as OP-47 teletext; SCTE-104 messages and SCTE-35
 sections.
 .
 This package contains the module with which the library opens MXF, MOV,
-MP4, MPEG-TS and MPEG-PS files. It stands on FFmpeg's libraries.")
+MP4, MPEG-TS, MPEG-PS, Matroska and FLV files. It stands on FFmpeg's libraries.")
 if(TARGET qlx_streams_containers)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "${CPACK_DEBIAN_CONTAINERS_PACKAGE_NAME}")
     set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS

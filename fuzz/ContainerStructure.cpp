@@ -89,7 +89,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // The first byte says how much is read at once.
     const std::size_t step = 1 + data[0] % 64;
     const std::vector<std::uint8_t> bytes(data + 1, data + size);
-    constexpr std::array kKinds{InputKind::Mxf, InputKind::Mov, InputKind::TransportStream, InputKind::ProgramStream};
+    constexpr std::array kKinds{InputKind::Mxf,           InputKind::Mov, InputKind::TransportStream,
+                                InputKind::ProgramStream, InputKind::Mkv, InputKind::Flv};
     for (const InputKind kind : kKinds) {
         qlx::streams::MemorySource whole(bytes);
         readThrough(whole, kind, step, bytes.size());

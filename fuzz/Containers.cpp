@@ -119,7 +119,8 @@ void orderPictures(Input& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    constexpr std::array kKinds{InputKind::Mxf, InputKind::Mov, InputKind::TransportStream, InputKind::ProgramStream};
+    constexpr std::array kKinds{InputKind::Mxf,           InputKind::Mov, InputKind::TransportStream,
+                                InputKind::ProgramStream, InputKind::Mkv, InputKind::Flv};
     Input input(data, size);
     const std::size_t which = input.takeByte() % 8;
     if (which < kKinds.size()) {

@@ -29,6 +29,7 @@ constexpr NamedKind kKindNames[] = {
     {"ppm", InputKind::Ppm},          {"vtt", InputKind::Vtt},
     {"mcc", InputKind::Mcc},          {"ttml", InputKind::Ttml},
     {"mkv", InputKind::Mkv},          {"ass", InputKind::Ass},
+    {"flv", InputKind::Flv},
 };
 
 /// Extensions that differ from the names of the kinds.
@@ -57,7 +58,10 @@ constexpr NamedKind kMoreExtensions[] = {
 };
 
 constexpr std::array<std::uint8_t, 8> kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+/// The identifier of the EBML header (RFC 8794, 11.2.1), with which Matroska files begin.
 constexpr std::array<std::uint8_t, 4> kEbml{0x1A, 0x45, 0xDF, 0xA3};
+/// The signature and version 1.
+constexpr std::array<std::uint8_t, 4> kFlv{'F', 'L', 'V', 1};
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 
@@ -226,6 +230,8 @@ std::string_view containerName(InputKind kind) noexcept {
         return "MPEG-TS";
     case InputKind::Mkv:
         return "Matroska";
+    case InputKind::Flv:
+        return "FLV";
     default:
         return "MPEG-PS";
     }
@@ -271,6 +277,8 @@ bool hasBeginningOf(InputKind kind, std::span<const std::uint8_t> first) noexcep
         return isMov(first);
     case InputKind::Mkv:
         return beginsWith(first, kEbml);
+    case InputKind::Flv:
+        return beginsWith(first, kFlv);
     case InputKind::ProgramStream:
         return holds(first, kPack);
     case InputKind::TransportStream:
@@ -296,11 +304,14 @@ std::optional<InputKind> inputKindOfBytes(std::span<const std::uint8_t> first) n
     if (beginsWith(first, kPng)) {
         return InputKind::Png;
     }
-    if (isMov(first)) {
-        return InputKind::Mov;
-    }
     if (beginsWith(first, kEbml)) {
         return InputKind::Mkv;
+    }
+    if (beginsWith(first, kFlv)) {
+        return InputKind::Flv;
+    }
+    if (isMov(first)) {
+        return InputKind::Mov;
     }
     if (const auto kind = kindOfStartCode(first)) {
         return kind;

@@ -67,6 +67,7 @@ std::unique_ptr<FrameReader> readerOf(ByteSource& source, InputKind kind, const 
     case InputKind::Mov:
     case InputKind::Mkv:
     case InputKind::ProgramStream:
+    case InputKind::Flv:
         return std::make_unique<ContainerReader>(source, kind, options.container);
     case InputKind::TransportStream:
         return std::make_unique<TransportReader>(source, TransportOptions{options.container, options.teletextPid});

@@ -102,7 +102,7 @@ StreamCheck::StreamCheck(ByteSource& source, InputKind kind) : _source(source), 
         _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return programPacketSize(bytes); }, kPackStart);
     } else if (kind == InputKind::Mxf) {
         _walk.emplace([](std::uint64_t /*place*/, auto bytes) { return tripletSize(bytes); }, klv::kLabelStart);
-    } else if (!source.size()) {
+    } else if (kind == InputKind::Mov && !source.size()) {
         _walk.emplace([this](std::uint64_t place, auto bytes) { return _atoms.add(place, bytes); },
                       std::span<const std::uint8_t>());
     }
@@ -143,6 +143,10 @@ std::optional<Finding> StreamCheck::wrongEnd(std::span<const std::uint8_t> tail)
         return cut ? std::optional(cutOf({_source.offset() - tail.size() + cut->begin, cut->there, cut->size},
                                          ContainerPacketCut, ContainerPacketHeaderCut))
                    : std::nullopt;
+    }
+    if (!_walk) {
+        // What has no structure of its own here: the library says it.
+        return std::nullopt;
     }
     const std::uint64_t end = _source.size().value_or(_source.offset());
     const std::optional<CutPiece> cut = _walk->cutAt(end);

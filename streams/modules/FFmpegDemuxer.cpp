@@ -59,6 +59,8 @@ const char* demuxerOf(InputKind kind) {
         return "matroska";
     case InputKind::TransportStream:
         return "mpegts";
+    case InputKind::Flv:
+        return "flv";
     default:
         return "mpeg";
     }

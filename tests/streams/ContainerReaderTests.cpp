@@ -70,8 +70,8 @@ TEST(ContainerReader, SaysThatWhatIsInAPictureOfAMultiplexIsNearItsBeginning) {
     MemorySource source(none);
     const qlx::Finding ofPicture{FindingCode::VideoSeiCut, Severity::Warning, 5120, 0, 0};
     const qlx::Finding ofFile{FindingCode::ContainerPacketStray, Severity::Error, 5120, 0, 0};
-    for (const InputKind kind :
-         {InputKind::Mxf, InputKind::Mov, InputKind::TransportStream, InputKind::ProgramStream}) {
+    for (const InputKind kind : {InputKind::Mxf, InputKind::Mov, InputKind::TransportStream, InputKind::ProgramStream,
+                                 InputKind::Mkv, InputKind::Flv}) {
         const ContainerReader reader(source, kind);
         const bool isMultiplex = kind == InputKind::TransportStream || kind == InputKind::ProgramStream;
         EXPECT_EQ(reader.placeOf(ofPicture),

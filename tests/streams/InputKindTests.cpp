@@ -40,6 +40,9 @@ TEST(InputKind, IsToldByTheFirstBytes) {
     EXPECT_EQ(kind(fromHex("060e2b34 01020101 0d010301 17010201 8102")), InputKind::Klv);
     EXPECT_EQ(kind(fromHex("060e2b34")), InputKind::Klv);
     EXPECT_EQ(kind(fromHex("00000014 66747970 71742020")), InputKind::Mov);
+    EXPECT_EQ(kind(fromHex("1a45dfa3 9f428681 01")), InputKind::Mkv);
+    EXPECT_EQ(kind(fromHex("464c5601 05 00000009")), InputKind::Flv);
+    EXPECT_EQ(kind(fromHex("464c5602 05 00000009")), std::nullopt);
     EXPECT_EQ(kind(fromHex("00000008 77696465")), InputKind::Mov);
     EXPECT_EQ(kind(fromHex("00000000 6d646174")), InputKind::Mov);
     EXPECT_EQ(kind(fromHex("89504e47 0d0a1a0a")), InputKind::Png);
@@ -94,12 +97,13 @@ TEST(InputKind, IsToldByTheName) {
     EXPECT_EQ(inputKindOfName("a.b.M2ts"), InputKind::TransportStream);
     EXPECT_EQ(inputKindOfName("a.264"), InputKind::H264);
     EXPECT_EQ(inputKindOfName("a.mxf"), InputKind::Mxf);
+    EXPECT_EQ(inputKindOfName("a.webm"), InputKind::Mkv);
     EXPECT_EQ(inputKindOfName("a.vob"), InputKind::ProgramStream);
     for (const char* const name : {"", "v210", "a.v210.d/b", "a.", "a.v2100", "a.xyz", "standard input"}) {
         EXPECT_EQ(inputKindOfName(name), std::nullopt) << name;
     }
-    for (const char* const name : {"v210", "2vuy", "klv", "jsonl", "scc", "srt", "stl", "json", "h264", "mpeg2", "mxf",
-                                   "mov", "ts", "ps", "png", "ppm", "vtt"}) {
+    for (const char* const name : {"v210", "2vuy", "klv", "jsonl", "scc", "srt", "stl",  "json", "h264", "mpeg2", "mxf",
+                                   "mov",  "ts",   "ps",  "png",   "ppm", "vtt", "h265", "mcc",  "mkv",  "flv"}) {
         const auto kind = qlx::streams::inputKindNamed(name);
         ASSERT_TRUE(kind) << name;
         EXPECT_EQ(qlx::streams::nameOf(*kind), name);

@@ -131,7 +131,9 @@ TEST(Container, RefusesWhatIsNone) {
                                                                                        {"a.mov", "MOV or MP4"},
                                                                                        {"a.mp4", "MOV or MP4"},
                                                                                        {"a.ts", "MPEG-TS"},
-                                                                                       {"a.mpg", "MPEG-PS"}}) {
+                                                                                       {"a.mpg", "MPEG-PS"},
+                                                                                       {"a.mkv", "Matroska"},
+                                                                                       {"a.flv", "FLV"}}) {
         const std::string zeros = folder.write(name, Bytes(70000, 0));
         const ToolResult result = runTool({"scan", zeros});
         EXPECT_EQ(result.exitCode, 1);

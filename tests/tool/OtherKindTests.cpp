@@ -54,6 +54,8 @@ const std::vector<Beginning> kBeginnings{
     {"a.ps", bytes("000001ba 44ff"), "an MPEG-PS file:scan, show and extract"},
     {"a.mxf", bytes("060e2b34 02050101 0d010201 01020400 83000068"), "an MXF file:scan, show and extract"},
     {"a.mov", bytes("00000014 66747970 71742020 ff"), "a MOV or MP4 file:scan, show and extract"},
+    {"a.mkv", bytes("1a45dfa3 9f428681 01"), "a Matroska file:scan, show and extract"},
+    {"a.flv", bytes("464c5601 05 00000009"), "an FLV file:scan, show and extract"},
     {"a.264", bytes("00000001 09f0"), "an H.264 stream:scan, show and extract"},
     {"a.m2v", bytes("000001b3 14f0"), "an MPEG-2 stream:scan, show and extract"},
     {"a.klv", bytes("060e2b34 01020101 ff"), "a KLV file:scan, show, extract, rate and scte104 parse"},
@@ -96,8 +98,8 @@ TEST(OtherKinds, AreNamedWhereSubtitlesAreRead) {
 }
 
 TEST(OtherKinds, AllHaveACommandThatReadsThem) {
-    for (const char* const name : {"v210", "2vuy", "klv", "jsonl", "scc", "srt", "stl", "json", "h264", "mpeg2", "mxf",
-                                   "mov", "ts", "ps", "png", "ppm"}) {
+    for (const char* const name : {"v210", "2vuy", "klv", "jsonl", "scc", "srt", "stl",  "json", "h264", "mpeg2", "mxf",
+                                   "mov",  "ts",   "ps",  "png",   "ppm", "vtt", "h265", "mcc",  "mkv",  "flv"}) {
         const std::string text = qlx::tool::otherKind("a", qlx::tool::inputKindNamed(name).value(), "WHAT").what();
         const std::string end = ": such files are for qlxcc ";
         EXPECT_TRUE(text.starts_with("a is a")) << text;

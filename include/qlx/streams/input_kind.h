@@ -40,16 +40,17 @@ enum class InputKind {
     Ass,              ///< Subtitles: SubStation Alpha, of either version.
     Mkv,              ///< Matroska and WebM (RFC 9559).
     Ttml,             ///< Subtitles: timed text in XML (W3C TTML and its profiles).
+    Flv,              ///< Flash video.
 };
 
 /// As many first bytes as are looked at.
 inline constexpr std::size_t kBytesThatTellKind = 4096;
 
 /// The short name of a kind: `v210`, `2vuy`, `klv`, `jsonl`, `scc`, `srt`, `stl`, `json`, `h264`, `mpeg2`,
-/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`, `h265`, `mcc`, `mkv`, `ttml`, `ass`.
+/// `mxf`, `mov`, `ts`, `ps`, `png`, `ppm`, `vtt`, `h265`, `mcc`, `mkv`, `ttml`, `ass`, `flv`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view nameOf(InputKind kind) noexcept;
 
-/// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`, `Matroska`.
+/// The name of a container in sentences: `MXF`, `MOV or MP4`, `MPEG-TS`, `MPEG-PS`, `Matroska`, `FLV`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view containerName(InputKind kind) noexcept;
 
 /// The kind called `name`.
@@ -90,7 +91,7 @@ inline constexpr std::size_t kBytesThatTellKind = 4096;
 /// Whether a file of this kind is a multiplex of streams with times.
 [[nodiscard]] constexpr bool isContainer(InputKind kind) noexcept {
     return kind == InputKind::Mxf || kind == InputKind::Mov || kind == InputKind::TransportStream ||
-           kind == InputKind::ProgramStream || kind == InputKind::Mkv;
+           kind == InputKind::ProgramStream || kind == InputKind::Mkv || kind == InputKind::Flv;
 }
 
 /// Whether a container of this kind may have text tracks (qlx/streams/text_tracks.h).

@@ -7,8 +7,9 @@ namespace {
 
 constexpr std::string_view kConvertedFormats[] = {"srt", "vtt",  "stl",   "ttml", "ebu-tt-d", "json",
                                                   "klv", "v210", "jsonl", "mcc",  "scc"};
-constexpr std::string_view kConvertFormats[] = {"srt", "vtt",  "stl",   "ttml", "json", "v210", "2vuy", "klv", "jsonl",
-                                                "scc", "h264", "mpeg2", "mxf",  "mov",  "ts",   "ps",   "mcc", "mkv"};
+constexpr std::string_view kConvertFormats[] = {"srt", "vtt",   "stl", "ttml", "json",  "v210", "2vuy",
+                                                "klv", "jsonl", "scc", "h264", "mpeg2", "mxf",  "mov",
+                                                "ts",  "ps",    "mcc", "mkv",  "flv"};
 constexpr std::string_view kConvertChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 constexpr std::string_view kTables[] = {"00", "01", "02", "03", "04"};
 constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};

@@ -49,8 +49,9 @@ constexpr OptionRow kTeletextPid{.names = "--teletext-pid",
 
 constexpr OptionRow kScanOptions[] = {
     fileArgument("FILE", "What is searched (-: standard input)"),
-    fromFormat(kFrameFormats, "--format", "{} (else by content)",
-               "Rows (`v210`, `2vuy`) are told by the name alone, as any bytes can be samples. `mov` is also the form "
+    fromFormat(kFrameFormats, "--format", "{}",
+               "Else it is told by the content, but rows (`v210`, `2vuy`) by the name alone, as any bytes can be "
+               "samples. `mov` is also the form "
                "of MP4 files."),
     kRowWidth,
     kLines,
@@ -155,7 +156,7 @@ constexpr OptionRow kShowOptions[] = {
                "Frames a second, for files that do not say the times of their frames, and TIME with frames",
                "Such files are v210, 2vuy, klv, h264 and mpeg2, and jsonl without `pts`; a TIME with frames "
                "(00:00:10:12) needs it also of other files."),
-    fromFormat(kFrameFormats, "--format"),
+    fromFormat(kFrameFormats, "--format", "{}"),
     kRowWidth,
     saying(kLines, "There are as many rows in a frame as there are lines. Of v210 and 2vuy files --lines or --rows "
                    "must be given, as the rows of a frame make its time."),
@@ -171,9 +172,9 @@ constexpr OptionRow kShowOptions[] = {
 constexpr std::string_view kExtractNotes =
     R"(Each access unit (of MPEG-2: each picture with the headers in front of it) gives a line with its number from 0, its
 byte offset, and its caption data in hexadecimal digits; "-" where it has none. Units stand in the stream's order,
-which is the order of decoding. Of all other files (MXF, MOV, MP4, MPEG-TS, MPEG-PS, klv, v210, 2vuy, jsonl) each frame
-gives a line with its time, in the order of presentation: the captions of the picture, or else those of the caption or
-ANC tracks.
+which is the order of decoding; with cc1, whose pairs make sense in that order alone, in the order of presentation. Of
+all other files (MXF, MOV, MP4, MPEG-TS, MPEG-PS, Matroska, FLV, klv, v210, 2vuy, jsonl) each frame gives a line with
+its time, in the order of presentation: the captions of the picture, or else those of the caption or ANC tracks.
   triplets  the cc_data triplets as they stand in the stream, three bytes each
   cc1       the byte pairs of field 1 with their parity bits; null pairs (8080) behind the first pair are left out
   a53       the triplets in an A/53 cc_data structure: type code 03, flags and count, ff, triplets, ff
@@ -186,7 +187,8 @@ Examples:
 constexpr OptionRow kExtractOptions[] = {
     fileArgument(
         "FILE", "Video, a container, or a file of rows, elements or JSON lines (-: standard input)",
-        "Video is H.264 or H.265 in Annex B form or MPEG-2; containers are MXF, MOV, MP4, MPEG-TS and MPEG-PS."),
+        "Video is H.264 or H.265 in Annex B form or MPEG-2; containers are MXF, MOV, MP4, MPEG-TS, MPEG-PS, Matroska "
+        "and FLV."),
     {.names = "--codec",
      .value = "CODEC",
      .kind = ValueKind::Word,
@@ -202,7 +204,7 @@ constexpr OptionRow kExtractOptions[] = {
         "bytes are not removed. `cc1`: the CEA-608 byte pairs of field 1, with their parity bits; null pairs "
         "(8080) behind the first pair are left out. `a53`: the triplets in an ATSC A/53 cc_data structure, "
         "which is 03, the flags C0 with the number of triplets, FF, the triplets, FF."),
-    fromFormat(kFrameFormats, {}),
+    fromFormat(kFrameFormats, {}, "{}"),
     kRowWidth,
     kLines,
     kRowCount,

@@ -10,8 +10,8 @@ namespace qlx::tool {
 inline constexpr std::uint64_t kGreatestWidth = 32768;
 
 /// The files that have frames.
-inline constexpr std::string_view kFrameFormats[] = {"v210",  "2vuy", "klv", "jsonl", "scc", "h264", "h265",
-                                                     "mpeg2", "mxf",  "mov", "ts",    "ps",  "mcc"};
+inline constexpr std::string_view kFrameFormats[] = {"v210", "2vuy", "klv", "jsonl", "scc", "h264", "h265", "mpeg2",
+                                                     "mxf",  "mov",  "ts",  "ps",    "mcc", "mkv",  "flv"};
 
 /// Those of them that frames are written in.
 inline constexpr std::string_view kWrittenFormats[] = {"v210", "klv", "jsonl"};

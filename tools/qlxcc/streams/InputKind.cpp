@@ -39,6 +39,7 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::Mkv, "a Matroska file", "scan, show, extract, subs and convert"},
     {InputKind::Ttml, "a TTML file", "subs, play and convert"},
     {InputKind::Ass, "a SubStation Alpha file", "subs, play and convert"},
+    {InputKind::Flv, "an FLV file", "scan, show and extract"},
 };
 
 }  // namespace
