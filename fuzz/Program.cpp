@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
+#include <vector>
 
 extern "C" {
 
@@ -38,7 +40,7 @@ const Target* chosen = nullptr;
 }  // namespace
 
 // Called by libFuzzer before all else.
-extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** arguments) {
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     const std::string_view path = **arguments;
     const std::string_view name = path.substr(path.rfind('/') + 1);
     for (const Target& target : kTargets) {
@@ -52,6 +54,16 @@ extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** arguments) {
             std::fprintf(stderr, "%.*s\n", static_cast<int>(target.name.size()), target.name.data());
         }
         std::exit(1);
+    }
+    // The engine lets inputs grow slowly, but not with a mutator, which it sees here for all of them. What the caller says
+    // stands behind it, and counts.
+    static std::string slowly = "-len_control=100";
+    static std::vector<char*> extended(*arguments, *arguments + *count);
+    if (chosen->mutate == nullptr) {
+        extended.insert(extended.begin() + 1, slowly.data());
+        *count += 1;
+        extended.push_back(nullptr);
+        *arguments = extended.data();
     }
     return 0;
 }
