@@ -64,6 +64,7 @@ constexpr LibraryWrapper kLibraryWrappers[] = {
     {"streams/subtitles/TtmlNames.h", "pugixml"},
     {"tools/qlxcc/cues/Encoding.cpp", "iconv.h"},
     {"tools/qlxcc/modules/LibpngCodec.cpp", "png.h"},
+    {"tools/qlxcc/modules/UchardetGuess.cpp", "uchardet.h"},
     {"tools/qlxcc/modules/VbiScreenPainter.cpp", "libzvbi.h"},
     {"tools/qlxcc/streams/SCTEXmlFields.h", "pugixml.hpp"},
 };

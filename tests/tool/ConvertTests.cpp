@@ -57,6 +57,81 @@ TEST(Convert, KeepsAllOfAFormatInTheSame) {
                           "NOTE three\n\n");
 }
 
+TEST(Convert, MapsTheTimesOfWebVttToThoseOfAStream) {
+    const TemporaryFolder folder;
+    const std::string cue = "\n1\n00:00:01.000 --> 00:00:02.000\na\n\n";
+    const std::string map = "X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:";
+    const std::string file = folder.write("in.srt", kOneCue);
+    EXPECT_EQ(converted(file, "vtt", {"--timestamp-map", "900000"}).out, "WEBVTT\n" + map + "900000\n" + cue);
+    const std::string vtt = folder.write("in.vtt", "WEBVTT\nLanguage: en\n" + map + "7\n" + cue);
+    EXPECT_EQ(converted(vtt, "vtt").out, "WEBVTT\nLanguage: en\n" + map + "7\n" + cue);
+    EXPECT_EQ(converted(vtt, "vtt", {"--timestamp-map", "8589934591"}).out,
+              "WEBVTT\n" + map + "8589934591\nLanguage: en\n" + cue);
+    EXPECT_EQ(converted(file, "vtt", {"--timestamp-map", "8589934592"}).exitCode, 2);
+    const ToolResult other = converted(file, "srt", {"--timestamp-map", "1"});
+    EXPECT_EQ(other.exitCode, 2);
+    EXPECT_NE(other.err.find("--timestamp-map is for WebVTT only"), std::string::npos);
+}
+
+TEST(Convert, MakesCuesOfWhatIsOnAirInAllFilesThatAreWritten) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:02,000", "00:00:03,000", "<i>a</i> b"}}));
+    const struct {
+        std::string name;
+        Arguments written;
+        Arguments read;
+        bool hasServices = true;
+    } cases[] = {
+        {"a.klv", {"--to-rate", "29.97"}, {"--from-rate", "29.97"}},
+        {"a.jsonl", {"--to-rate", "29.97"}, {}},
+        {"a.mcc", {"--to-rate", "29.97"}, {}},
+        {"a.scc", {}, {}, false},
+        {"a.v210", {"--to-rate", "29.97"}, {"--from-rate", "29.97", "--lines", "9"}},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        const std::string carrier = folder.path(each.name);
+        for (const std::string option : {"--channel", "--service"}) {
+            if (option == "--service" && !each.hasServices) {
+                continue;
+            }
+            const Arguments chosen{option, option == "--service" ? "1" : "CC1"};
+            Arguments written{"convert", file, "-o", carrier};
+            written.insert(written.end(), each.written.begin(), each.written.end());
+            written.insert(written.end(), chosen.begin(), chosen.end());
+            Arguments read = each.read;
+            read.insert(read.end(), chosen.begin(), chosen.end());
+            const ToolResult made = runTool(written);
+            ASSERT_EQ(made.exitCode, 0) << made.err;
+            const ToolResult back = converted(carrier, "srt", read);
+            EXPECT_EQ(back.exitCode, 0) << back.err;
+            EXPECT_NE(back.out.find("<i>a </i>b\n"), std::string::npos) << back.out << back.err;
+            EXPECT_NE(back.out.find("00:00:0"), std::string::npos);
+        }
+    }
+    EXPECT_EQ(converted(folder.path("a.klv"), "srt", {"--service", "1", "--page", "888"}).exitCode, 2);
+    EXPECT_EQ(converted(file, "srt", {"--service", "1"}).exitCode, 2);
+    for (const Arguments& more : {Arguments{"--report"}, Arguments{"--encoding", "UTF-8"}}) {
+        Arguments refused{"convert", folder.path("a.mcc"), "-o", folder.path("b.klv")};
+        refused.insert(refused.end(), more.begin(), more.end());
+        const ToolResult result = runTool(refused);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_NE(result.err.find("are for subtitles"), std::string::npos) << result.err;
+    }
+}
+
+TEST(Convert, ComposesNoMoreThanFiftyCues) {
+    const TemporaryFolder folder;
+    std::string text;
+    for (int number = 1; number <= 60; ++number) {
+        text += std::to_string(number) + "\n00:00:" + std::to_string(number / 10) +
+                std::to_string(number % 10 / 2 * 2) + ",000 --> 00:10:00,000\na\n\n";
+    }
+    const ToolResult result = converted(folder.write("in.srt", text), "srt", {"--overlap", "compose"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_NE(result.err.find("10 cues not composed: 50 others"), std::string::npos) << result.err;
+}
+
 TEST(Convert, SaysWhatIsLostAndIsStrictWhereAsked) {
     const TemporaryFolder folder;
     const std::string file =
@@ -232,9 +307,16 @@ TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
          {},
          "\u00E9",
          "read as windows-1252"},
-        {"\xFF\xFE" + wide(head + "e\n", false), {}, "e", "read as UTF-16"},
-        {wide(head + "e\n", false), {}, "e", "read as UTF-16LE"},
-        {wide(head + "e\n", true), {}, "e", "read as UTF-16BE"},
+        {"\xFF\xFE" + wide(head + "e\n", false), {}, "e", "read as UTF-16: its byte order mark says so"},
+        {wide(head + "e\n", false), {}, "e", "read as UTF-16LE: its zero bytes say so"},
+        {wide(head + "e\n", true), {}, "e", "read as UTF-16BE: its zero bytes say so"},
+#ifdef QLX_TOOL_UCHARDET
+        {head + "Za\xBF\xF3\xB3\xE6 g\xEA\x9Cl\xB9 ja\x9F\xF1. To polski tekst: \x9Cwiat\xB3o, \xBFycie, "
+                "mi\xB3o\x9C\xE6.\n",
+         {},
+         "Zażółć gęślą jaźń. To polski tekst: światło, życie, miłość.",
+         "read as windows-1250: libuchardet takes it for that"},
+#endif
         {head + "\xE1\n", {"--encoding", "windows-1250"}, "\u00E1", ""},
         {head + "\xB9\n", {"--encoding", "windows-1250"}, "\u0105", ""},
         {head + "\x93"

@@ -1,5 +1,6 @@
 // The parts of the tool that stand on large libraries, and are loaded when they are needed.
 
+#include "io/EncodingGuess.h"
 #include "io/Errors.h"
 #include "io/Module.h"
 #include "pictures/PngCodec.h"
@@ -49,6 +50,19 @@ TEST(Modules, ScreensAreThereWhenTheyWereBuilt) {
     EXPECT_EQ(obstacle<ScreenPainter>(), "");
 #else
     EXPECT_EQ(obstacle<ScreenPainter>(), missing("qlxcc-screens"));
+#endif
+}
+
+TEST(Modules, EncodingsAreThereWhenTheyWereBuilt) {
+#ifdef QLX_TOOL_UCHARDET
+    EXPECT_EQ(obstacle<qlx::tool::EncodingGuess>(), "");
+    // Polish, in windows-1250.
+    EXPECT_EQ(
+        qlx::tool::module<qlx::tool::EncodingGuess>().of("Za\xBF\xF3\xB3\xE6 g\xEA\x9Cl\xB9 ja\x9F\xF1. To jest polski "
+                                                         "tekst: \x9Cwiat\xB3o, \xBFycie, mi\xB3o\x9C\xE6."),
+        "WINDOWS-1250");
+#else
+    EXPECT_EQ(obstacle<qlx::tool::EncodingGuess>(), missing("qlxcc-encodings"));
 #endif
 }
 

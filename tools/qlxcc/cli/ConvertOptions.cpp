@@ -7,18 +7,18 @@ namespace {
 
 constexpr std::string_view kConvertedFormats[] = {"srt", "vtt",  "stl",   "ttml", "ebu-tt-d", "json",
                                                   "klv", "v210", "jsonl", "mcc",  "scc"};
-constexpr std::string_view kConvertFormats[] = {"srt", "vtt",   "stl", "ttml", "json",  "v210", "2vuy",
-                                                "klv", "jsonl", "scc", "h264", "mpeg2", "mxf",  "mov",
-                                                "ts",  "ps",    "mcc", "mkv",  "flv"};
+constexpr std::string_view kConvertFormats[] = {"srt",  "vtt", "ass",   "stl", "ttml", "json",  "v210",
+                                                "2vuy", "klv", "jsonl", "scc", "h264", "mpeg2", "mxf",
+                                                "mov",  "ts",  "ps",    "mcc", "mkv",  "flv"};
 constexpr std::string_view kConvertChannels[] = {"CC1", "CC2", "CC3", "CC4"};
 constexpr std::string_view kTables[] = {"00", "01", "02", "03", "04"};
 constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};
 
 constexpr std::string_view kConvertNotes =
-    R"(IN is SRT, WebVTT, EBU STL, TTML (IMSC, EBU-TT-D, SMPTE-TT, DFXP) or JSON, or a file with captions or teletext on
-air: all that show reads. Of what is on air each screen becomes a cue, from the frame that shows it to the one that
-changes it; captions that are painted letter by letter, and rows that roll up, are one cue as long as text only comes to
-them within half a second.
+    R"(IN is SRT, WebVTT, SubStation Alpha, EBU STL, TTML (IMSC, EBU-TT-D, SMPTE-TT, DFXP) or JSON, or a file with captions
+or teletext on air: all that show reads. Of what is on air each screen becomes a cue, from the frame that shows it to the
+one that changes it; captions that are painted letter by letter, and rows that roll up, are one cue as long as text only
+comes to them within half a second.
 
 Files of frames (klv, v210, jsonl, MCC, Scenarist captions) are made of each other, and of video, containers and 2vuy,
 without decoding anything: packets keep their bytes, captions that are in no packet are put into caption packets by the
@@ -60,10 +60,10 @@ Examples:
 constexpr OptionRow kConvertOptions[] = {
     fileArgument("IN", "Subtitles, or a file with captions or teletext on air (-: standard input)"),
     required(kOutput),
-    fromFormat(
-        kConvertFormats, {}, "What IN is, such as srt, klv or ts (default: by content or name)",
-        "One of `srt`, `vtt`, `stl`, `ttml`, `json`, and of what is on air `v210`, `2vuy`, `klv`, `jsonl`, `scc`, "
-        "`h264`, `mpeg2`, `mxf`, `mov`, `mkv`, `ts`, `ps`, `mcc`."),
+    fromFormat(kConvertFormats, {}, "What IN is, such as srt, klv or ts (default: by content or name)",
+               "One of `srt`, `vtt`, `ass`, `stl`, `ttml`, `json`, and of what is on air `v210`, `2vuy`, `klv`, "
+               "`jsonl`, `scc`, "
+               "`h264`, `mpeg2`, `mxf`, `mov`, `mkv`, `flv`, `ts`, `ps`, `mcc`."),
     {.names = "--to-format",
      .value = "FORMAT",
      .kind = ValueKind::Word,
@@ -82,21 +82,23 @@ constexpr OptionRow kConvertOptions[] = {
      .field = &RawOptions::limit,
      .help = "The longest TTML, JSON or EBU STL file, in MiB (default: 64)",
      .more = "Such files are read as a whole; a longer one is refused. Other ones have no limit."},
-    textOption("--encoding", "NAME", &RawOptions::encoding,
-               "The encoding of a text, as iconv -l lists them (default: by its bytes)",
-               "Without it a byte order mark tells, then an XML declaration, then whether all of the text is UTF-8, "
-               "then the zero bytes of "
-               "UTF-16; any other text is windows-1252. What is not UTF-8 is said. A byte that the encoding does not "
-               "have becomes U+FFFD, with its place. What is written is UTF-8."),
+    textOption(
+        "--encoding", "NAME", &RawOptions::encoding,
+        "The encoding of a text, as iconv -l lists them (default: by its bytes)",
+        "Without it a byte order mark tells, then an XML declaration, then whether all of the text is UTF-8, "
+        "then the zero bytes of UTF-16, then a guess of libuchardet where the module `qlxcc-encodings` is there; "
+        "any other text is windows-1252. What is not UTF-8 is said, and what told it. A byte that the encoding "
+        "does not "
+        "have becomes U+FFFD, with its place. What is written is UTF-8."),
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,
      .words = kConvertChannels,
      .field = &RawOptions::channel,
-     .help = "Of what is on air: {} (default: CC1, unless --page is given)",
+     .help = "Of what is on air: {} (default: CC1 without --page, --service)",
      .more = "CC3 and CC4 are in field 2: a Scenarist file, which has one field, is read and written as one of that."},
     kTrack,
-    helping(kService, "Of subtitles that become packets: the caption service, 1 to 63"),
+    helping(kService, "The caption service, 1 to 63: of what is on air, or of subtitles that become packets"),
     helping(kStyle, "Of subtitles that become captions: {} (default: pop-on)"),
     kRollUpRows,
     helping(kSingleCodes, "Of subtitles that become captions: send control codes once"),
@@ -131,6 +133,15 @@ constexpr OptionRow kConvertOptions[] = {
      .kind = ValueKind::SignedTime,
      .field = &RawOptions::offset,
      .help = "Add TIME, which may have a - in front"},
+    {.names = "--timestamp-map",
+     .value = "PTS",
+     .kind = ValueKind::Number,
+     .least = 0,
+     .greatest = 8'589'934'591,
+     .field = &RawOptions::timestampMap,
+     .help = "WebVTT: the time 0 of its cues is PTS in the stream, in units of 1/90000 s",
+     .more = "It is written as `X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:PTS` in the head (RFC 8216, 3.5), in the "
+             "place of one that IN has; without it, that one stays."},
     {.names = "--wrap",
      .value = "COLS",
      .kind = ValueKind::Number,

@@ -1,6 +1,7 @@
 // Writes the option sections of the manual pages as the table of options has them; the rest of a page stays.
 //   qlxcc_manual [--check] FOLDER
 #include "cli/OptionTable.h"
+#include "cues/CarriedTable.h"
 
 #include <algorithm>
 #include <exception>
@@ -154,6 +155,30 @@ std::string upperCase(std::string_view text) {
     return result;
 }
 
+/// What formats of cues carry, as lines of fixed width.
+std::string carriedSection() {
+    constexpr std::size_t kNameWidth = 30;
+    constexpr std::string_view kShort[] = {"SRT", "VTT", "STL", "608", "708", "ttx", "JSON"};
+    std::string page = ".SH WHAT FORMATS CARRY\nText and times, and where there is a +:\n.PP\n.nf\n.ft CR\n";
+    page.append(kNameWidth, ' ');
+    for (const std::string_view name : kShort) {
+        page += " " + std::string(name);
+    }
+    page += "\n";
+    for (const CarriedRow& row : kCarriedTable) {
+        std::string line(row.name);
+        line.append(kNameWidth - line.size(), ' ');
+        for (const char mark : row.targets) {
+            line += std::string("  ") + (mark == '+' ? "+ " : ". ");
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        page += line + "\n";
+    }
+    page += ".ft\n.fi\n.PP\nVTT is WebVTT, STL EBU STL, 608 and 708 are captions of CEA-608 and CEA-708, ttx is "
+            "teletext.\nWhat a format does not carry is lost;\n.B \\-\\-report\nsays it cue by cue.\n";
+    return page;
+}
+
 /// The option sections of the page of a command.
 std::string optionSections(const CommandRow& command) {
     std::string page;
@@ -177,6 +202,9 @@ std::string optionSections(const CommandRow& command) {
         page += ".SH OPTIONS OF BOTH\n";
     }
     addCommonOptions(page);
+    if (&command == &kConvertCommand) {
+        page += carriedSection();
+    }
     return page;
 }
 
@@ -191,7 +219,7 @@ std::string withOptions(const std::string& page, const CommandRow& command) {
         const std::size_t end = std::min(page.find('\n', start), page.size() - 1) + 1;
         const std::string line = page.substr(start, end - start);
         if (line.starts_with(kSection)) {
-            isOptions = line.find("OPTIONS") != std::string::npos;
+            isOptions = line.find("OPTIONS") != std::string::npos || line.find("CARRY") != std::string::npos;
         }
         if (!isOptions) {
             result += line;

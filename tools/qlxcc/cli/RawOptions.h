@@ -102,6 +102,7 @@ struct RawOptions {
     std::string offset;
     std::string scale;
     std::string overlap = "keep";
+    std::optional<std::uint64_t> timestampMap;
     std::optional<std::uint64_t> wrap;
     std::optional<std::uint64_t> wrapRows;
     std::string track;

@@ -3,6 +3,7 @@
 #include "commands/convert/Convert.h"
 #include "commands/play/Play.h"
 #include "commands/show/Show.h"
+#include "cues/CarriedTable.h"
 #include "io/Errors.h"
 #include "io/Rates.h"
 #include "io/Times.h"
@@ -12,6 +13,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 namespace qlx::tool {
@@ -127,7 +129,7 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
 /// @param format Of what is written: files of frames have a rate, and some of them timecodes.
 void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues, ConvertOptions& options) {
     const auto kind = options.input.source.kind ? options.input.source.kind : inputKindOfName(raw.file);
-    const bool isText = kind == InputKind::Srt || kind == InputKind::Vtt || kind == InputKind::Json;
+    const bool isText = kind && hasCues(*kind) && kind != InputKind::Stl;
     const bool hasFrom = parseFrameTimecode(raw.fromStart).has_value();
     const bool hasTo = parseFrameTimecode(raw.toStart).has_value();
     const bool isStl = options.format == CueFormat::Stl;
@@ -201,6 +203,7 @@ PlayOptions playedCues(const RawOptions& raw, const std::string& format) {
 /// Sends cues whose times are on the frames already, so that play has nothing to round.
 int playCues(PlayOptions sent, ConvertOptions options) {
     sent.isStrict = options.isStrict;
+    sent.reportsAll = options.reportsAll;
     options.frames = frameRateOf(sent.rate);
     bool hasFailed = false;
     sent.cues = [&](const CueValueTaker& take) { return readConvertedCues(options, take, hasFailed); };
@@ -226,9 +229,27 @@ int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOpt
                          "that become packets: those of " +
                          options.input.path + " stay as they are");
     }
+    if (!raw.encoding.empty() || raw.reportsAll) {
+        throw UsageError("--encoding and --report are for subtitles: what packets lose is always said");
+    }
     carrier.times = options.times;
     settleRows(kind, carrier.source, carrier.frames);
     return convertCarrier(carrier);
+}
+
+/// What the cues are written as, or how they are sent.
+CueTarget targetOf(const RawOptions& raw, const std::string& format) {
+    constexpr std::pair<std::string_view, CueTarget> kTargets[] = {
+        {"srt", CueTarget::SubRip}, {"vtt", CueTarget::WebVtt},      {"stl", CueTarget::Stl},
+        {"ttml", CueTarget::Imsc},  {"ebu-tt-d", CueTarget::EbuTtD}, {"json", CueTarget::Json}};
+    for (const auto& [name, target] : kTargets) {
+        if (format == name) {
+            return target;
+        }
+    }
+    return !raw.page.empty()                    ? CueTarget::Teletext
+           : raw.service && raw.channel.empty() ? CueTarget::Cea708
+                                                : CueTarget::Cea608;
 }
 
 }  // namespace
@@ -263,6 +284,11 @@ Action checkedConvert(const RawOptions& raw) {
     options.format = cueFormatNamed(format);
     constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
     options.input.longest = raw.limit ? static_cast<std::size_t>(*raw.limit) * kMebibyte : options.input.longest;
+    options.target = targetOf(raw, format);
+    options.timestampMap = raw.timestampMap;
+    if (raw.timestampMap && format != "vtt") {
+        throw UsageError("--timestamp-map is for WebVTT only");
+    }
     takeTimes(raw, options);
     takeStl(raw, options);
     findUnused(raw, format, isOfCues, options);
@@ -281,10 +307,15 @@ Action checkedConvert(const RawOptions& raw) {
         if (isTtml && !raw.languages.empty()) {
             options.language = raw.languages.front();
         }
-        if (raw.service || !raw.style.empty() || raw.rollUpRows || hasLanguage || raw.sendsCodesOnce || raw.line ||
-            raw.mccVersion) {
-            throw UsageError("--service, --style, --roll-up-rows, --language, --single-codes, --line and --mcc-version "
-                             "are for packets that are written");
+        if (!raw.style.empty() || raw.rollUpRows || hasLanguage || raw.sendsCodesOnce || raw.line || raw.mccVersion) {
+            throw UsageError("--style, --roll-up-rows, --language, --single-codes, --line and --mcc-version are for "
+                             "packets that are written");
+        }
+        if (raw.service) {
+            if (!raw.page.empty() || !raw.channel.empty()) {
+                throw UsageError("--service cannot be given with --page or --channel where cues are written");
+            }
+            options.input.service = static_cast<std::uint8_t>(*raw.service);
         }
         return [options] { return convert(options); };
     }

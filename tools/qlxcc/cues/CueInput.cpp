@@ -14,6 +14,7 @@
 #include "streams/OpenFrames.h"
 
 #include <qlx/cc/time_code.h>
+#include <qlx/subtitles/ssa.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/teletext/page.h>
 
@@ -234,8 +235,9 @@ void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, 
 }
 
 std::unique_ptr<streams::OnAir> onAirOf(const CueRequest& request) {
-    return request.page ? streams::teletextOnAir(*request.page, request.region)
-                        : streams::captionsOnAir(request.channel.value_or(cea608::kCC1));
+    return request.page      ? streams::teletextOnAir(*request.page, request.region)
+           : request.service ? streams::serviceOnAir(*request.service)
+                             : streams::captionsOnAir(request.channel.value_or(cea608::kCC1));
 }
 
 /// Decodes what is on air.
@@ -306,6 +308,16 @@ void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, 
         input.format = "TTML";
         readTtmlAsCues(file, request, input, notes, take);
         break;
+    case InputKind::Ass: {
+        input.format = "SubStation Alpha";
+        // Events have no numbers, and may stand in any order: whoever writes them counts them.
+        const TakeCue takeUnnumbered = [&take](subtitles::Cue cue, const CueInput& read) {
+            cue.number = 0;
+            take(std::move(cue), read);
+        };
+        readText<subtitles::SsaReader>(file, request, input, notes, takeUnnumbered, [](const auto&) {});
+        break;
+    }
     case InputKind::Stl:
         readStlAsCues(file, request, input, notes, take);
         break;
@@ -322,10 +334,10 @@ CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue
     const auto given = request.source.kind;
     const auto text = given ? given : textKindOf(file, request.encoding);
     const InputKind kind = text ? *text : kindOf(file, given);
-    if ((request.page || request.channel) && hasCues(kind)) {
-        throw UsageError("--page and --channel are for what is on air: " + file.name() + " has cues");
+    if ((request.page || request.channel || request.service) && hasCues(kind)) {
+        throw UsageError("--page, --channel and --service are for what is on air: " + file.name() + " has cues");
     }
-    if (!request.track.empty() && (!mayHaveTextTracks(kind) || request.page || request.channel)) {
+    if (!request.track.empty() && (!mayHaveTextTracks(kind) || request.page || request.channel || request.service)) {
         throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
     }
     if (hasCues(kind)) {
@@ -335,7 +347,7 @@ CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue
     if (!request.encoding.empty()) {
         throw UsageError("--encoding is for texts: " + file.name() + " is none");
     }
-    const bool mayBeText = mayHaveTextTracks(kind) && !request.page && !request.channel;
+    const bool mayBeText = mayHaveTextTracks(kind) && !request.page && !request.channel && !request.service;
     if (!mayBeText || !readTrackAsCues(file, kind, request, input, notes, take)) {
         readFramesAsCues(file, kind, request, input, notes, take);
     }

@@ -26,6 +26,7 @@ struct CueRequest {
     FrameSourceOptions source;               ///< Its kind, and what is known of its frames.
     std::string track;                       ///< Of text: its number from 1, or its language; empty: the first one.
     std::optional<cea608::Channel> channel;  ///< Of captions; none: CC1, where no page is given.
+    std::optional<std::uint8_t> service;     ///< Of captions of CTA-708, in the place of a channel.
     std::optional<std::uint16_t> page;       ///< Of teletext.
     std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
     bool isDrop = false;                     ///< Time codes of EBU STL and TTML at 29.97 and 59.94 leave numbers out.

@@ -41,7 +41,7 @@ void CueNotes::add(const Finding& finding) {
         return;
     }
     Kind& kind = _kinds[finding.code];
-    const bool isShown = ++kind.count <= kShown;
+    const bool isShown = ++kind.count <= kShown || _saysAll;
     if (_namesSystems && isOfLine21(finding.code)) {
         if (!_ofLine21.empty() && _ofLine21.front().offset != finding.offset) {
             _ofLine21.clear();
@@ -100,7 +100,7 @@ void CueNotes::say() {
 void CueNotes::finish() {
     say();
     for (const auto& [code, kind] : _kinds) {
-        if (kind.count > kShown) {
+        if (kind.count > kShown && !_saysAll) {
             printNote((kind.isRemark ? "remark: " : "warning: ") + _name + ": " + std::to_string(kind.count - kShown) +
                       " more like \"" + kind.text + "\"");
         }

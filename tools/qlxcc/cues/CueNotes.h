@@ -23,6 +23,9 @@ public:
     explicit CueNotes(std::string name, bool namesSystems = false)
         : _name(std::move(name)), _namesSystems(namesSystems) {}
 
+    /// All of a kind are said, not the first ten.
+    void sayAll() noexcept { _saysAll = true; }
+
     /// The next cue; the offset of findings counts from the first one on.
     void addCue(std::uint64_t number) { addCue(number, _name); }
 
@@ -72,6 +75,7 @@ private:
 
     std::string _name;
     bool _namesSystems;
+    bool _saysAll = false;
     std::string _place;
     std::vector<Cue> _cues;
     std::vector<std::string> _names;  ///< Of the cues' files.

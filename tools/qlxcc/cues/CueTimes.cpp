@@ -170,6 +170,11 @@ void CueOrder::addToAir(subtitles::Cue cue) {
         giveNumbered(std::move(cue));
         return;
     }
+    if (_onAir.size() == kMostTogether) {
+        ++_uncomposed;
+        giveNumbered(std::move(cue));
+        return;
+    }
     if (_onAir.empty()) {
         _until = cue.start;
         _firstEnd = cue.end;

@@ -46,6 +46,8 @@ class CueOrder {
 public:
     /// As many cues are held back.
     static constexpr std::size_t kWindow = 1000;
+    /// As many cues are composed into one: what comes of them grows as their square.
+    static constexpr std::size_t kMostTogether = 50;
 
     CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take);
 
@@ -58,6 +60,8 @@ public:
     /// Cues that were cut, and those that were made of several.
     [[nodiscard]] std::uint64_t cut() const { return _cut; }
     [[nodiscard]] std::uint64_t composed() const { return _composed; }
+    /// Cues that stay as they are, as others are shown with them as many as are composed.
+    [[nodiscard]] std::uint64_t uncomposed() const { return _uncomposed; }
 
 private:
     void give(subtitles::Cue cue);
@@ -82,6 +86,7 @@ private:
     std::uint64_t _late = 0;
     std::uint64_t _cut = 0;
     std::uint64_t _composed = 0;
+    std::uint64_t _uncomposed = 0;
 };
 
 }  // namespace qlx::tool

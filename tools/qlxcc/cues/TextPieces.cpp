@@ -1,5 +1,9 @@
 #include "cues/TextPieces.h"
 
+#include "io/EncodingGuess.h"
+#include "io/Errors.h"
+#include "io/Module.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
@@ -23,6 +27,40 @@ std::string_view wideEncodingOf(std::string_view first) noexcept {
     return odd > enough && even <= odd / kSome ? "UTF-16LE" : even > enough && odd <= even / kSome ? "UTF-16BE" : "";
 }
 
+/// What a text is in that nothing tells the encoding of.
+constexpr std::string_view kLastEncoding = "windows-1252";
+
+bool isAscii(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+/// What the module guesses; empty when it is not there, names none that is known, or one that does not have the bytes.
+std::string guessedEncoding(std::string_view bytes) {
+    std::string name;
+    try {
+        name = module<EncodingGuess>().of(bytes);
+    } catch (const Failure&) {
+        return {};
+    }
+    if (name.starts_with("WINDOWS-")) {
+        name = asciiLowercased(name);
+    }
+    if (name == "ISO-8859-1") {
+        name = kLastEncoding;
+    }
+    if (name.empty() || name == "ASCII" || !isKnownEncoding(name)) {
+        return {};
+    }
+    // Of this the reader finds what is wrong.
+    if (name == "UTF-8") {
+        return name;
+    }
+    bool isWrong = false;
+    std::string text;
+    TextDecoder(name).take(bytes, false, text, [&isWrong](std::uint64_t, std::uint8_t) { isWrong = true; });
+    return isWrong && name != kLastEncoding ? std::string() : name;
+}
+
 }  // namespace
 
 std::string_view encodingOf(std::string_view first, bool isWhole) noexcept {
@@ -42,7 +80,7 @@ std::string_view encodingOf(std::string_view first, bool isWhole) noexcept {
     }
     const auto bad = firstInvalidUTF8Byte(first);
     const bool isCut = bad && !isWhole && first.size() - *bad < kLongestCharacter;
-    return !bad || isCut ? "UTF-8" : "windows-1252";
+    return !bad || isCut ? "UTF-8" : kLastEncoding;
 }
 
 std::optional<InputKind> textKindOf(InputFile& file, const std::string& encoding) {
@@ -87,15 +125,9 @@ std::string_view declaredEncodingOf(std::string_view first) noexcept {
 TextPieces::TextPieces(InputFile& file, const std::string& encoding, CueInputNotes& notes)
     : _file(file), _notes(notes), _encoding(encoding) {
     if (_encoding.empty()) {
-        _encoding = declaredEncoding();
-        _encoding = _encoding.empty() ? std::string(encodingOfFile()) : _encoding;
-        if (_encoding != "UTF-8") {
-            _notes.say("the text is read as " + _encoding + " (--encoding says another one)", false);
-        }
-    }
-    const std::string lower = asciiLowercased(_encoding);
-    if (lower != "utf-8" && lower != "utf8") {
-        _decoder = std::make_unique<TextDecoder>(_encoding);
+        findEncoding();
+    } else {
+        setEncoding(_encoding, {});
     }
 }
 
@@ -117,25 +149,67 @@ std::string TextPieces::declaredEncoding() {
 }
 
 /// Looks at the whole file where that is possible: the first letter beyond ASCII may come late.
-std::string_view TextPieces::encodingOfFile() {
-    const auto bytes = _file.peek(kTextPiece);
-    const std::string_view first(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    const bool isAll = bytes.size() < kTextPiece;
-    std::string_view encoding = encodingOf(first, isAll);
-    if (isAll || encoding != "UTF-8" || first.starts_with("\xEF\xBB\xBF") || !_file.size()) {
-        return encoding;
+void TextPieces::findEncoding() {
+    if (const std::string declared = declaredEncoding(); !declared.empty()) {
+        setEncoding(declared, "it says so itself");
+        return;
+    }
+    const auto peeked = _file.peek(kTextPiece);
+    const std::string_view first(reinterpret_cast<const char*>(peeked.data()), peeked.size());
+    const bool isAll = peeked.size() < kTextPiece;
+    if (isAll || encodingOf(first, isAll) != "UTF-8" || first.starts_with("\xEF\xBB\xBF")) {
+        decide(first, isAll);
+        return;
+    }
+    if (!_file.size()) {
+        _isUndecided = isAscii(first);
+        return;
     }
     std::vector<std::uint8_t> piece(kTextPiece);
     std::string kept;
-    for (std::size_t got = kTextPiece; got == kTextPiece && encoding == "UTF-8";) {
+    std::string other;
+    for (std::size_t got = kTextPiece; got == kTextPiece && other.empty();) {
         got = _file.read(piece);
         kept.append(reinterpret_cast<const char*>(piece.data()), got);
         const auto bad = firstInvalidUTF8Byte(kept);
         const bool isCut = bad && got == kTextPiece && kept.size() - *bad < kLongestCharacter;
-        encoding = bad && !isCut ? "windows-1252" : "UTF-8";
+        other = bad && !isCut ? kept : std::string();
         kept = isCut ? kept.substr(*bad) : std::string();
     }
-    return _file.seek(0) ? encoding : "UTF-8";
+    if (_file.seek(0) && !other.empty()) {
+        decide(other, true);
+    }
+}
+
+/// Sets the encoding of a text with these bytes, and says what told it.
+void TextPieces::decide(std::string_view bytes, bool isWhole) {
+    const std::string name(encodingOf(bytes, isWhole));
+    if (name != kLastEncoding) {
+        const bool isMarked = name == "UTF-16" || name == "UTF-32";
+        setEncoding(name, isMarked ? "its byte order mark says so" : "its zero bytes say so");
+        return;
+    }
+    const std::string guessed = guessedEncoding(bytes);
+    if (guessed == "UTF-8") {
+        _notes.say("the text is read as UTF-8, which not all of it is: libuchardet takes it for that (--encoding says "
+                   "another one)",
+                   false);
+    }
+    setEncoding(guessed.empty() ? name : guessed,
+                guessed.empty() ? "nothing tells another one" : "libuchardet takes it for that");
+}
+
+/// @param why Empty where it is asked for.
+void TextPieces::setEncoding(const std::string& name, std::string_view why) {
+    _encoding = name;
+    const std::string lower = asciiLowercased(name);
+    if (lower == "utf-8" || lower == "utf8") {
+        return;
+    }
+    if (!why.empty()) {
+        _notes.say("the text is read as " + name + ": " + std::string(why) + " (--encoding says another one)", false);
+    }
+    _decoder = std::make_unique<TextDecoder>(name);
 }
 
 std::optional<std::string_view> TextPieces::next() {
@@ -146,6 +220,10 @@ std::optional<std::string_view> TextPieces::next() {
     const std::size_t got = _file.read(_bytes);
     _isEnded = got < kTextPiece;
     const std::string_view bytes(reinterpret_cast<const char*>(_bytes.data()), got);
+    if (_isUndecided && !isAscii(bytes)) {
+        _isUndecided = false;
+        decide(bytes, _isEnded);
+    }
     if (_decoder == nullptr) {
         return bytes;
     }

@@ -30,7 +30,8 @@ namespace qlx::tool {
 /// Gives a text in UTF-8.
 class TextPieces {
 public:
-    /// Finds out the encoding, in the whole file where it is one and no pipe, and says it when it is not UTF-8.
+    /// Finds out the encoding, in the whole file where it is one and no pipe, and says it and what told it when it is not
+    /// UTF-8. In a pipe the first piece tells that has more than ASCII.
     /// @param encoding Empty: what the file says.
     TextPieces(InputFile& file, const std::string& encoding, CueInputNotes& notes);
 
@@ -39,7 +40,9 @@ public:
 
 private:
     [[nodiscard]] std::string declaredEncoding();
-    [[nodiscard]] std::string_view encodingOfFile();
+    void findEncoding();
+    void decide(std::string_view bytes, bool isWhole);
+    void setEncoding(const std::string& name, std::string_view why);
 
     InputFile& _file;
     CueInputNotes& _notes;
@@ -48,6 +51,7 @@ private:
     std::vector<std::uint8_t> _bytes;
     std::string _text;
     bool _isEnded = false;
+    bool _isUndecided = false;  ///< All that has come is ASCII, and what follows has not been looked at.
 };
 
 }  // namespace qlx::tool

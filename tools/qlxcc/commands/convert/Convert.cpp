@@ -1,5 +1,6 @@
 #include "commands/convert/Convert.h"
 
+#include "cues/CueFeatures.h"
 #include "cues/JsonCues.h"
 #include "cues/TextPieces.h"
 #include "cues/Wrapping.h"
@@ -12,6 +13,7 @@
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <map>
 #include <memory>
@@ -51,6 +53,11 @@ public:
         constexpr std::uint64_t kWritten = std::uint64_t{1} << 32U;
         sayOne(kWritten + static_cast<std::uint64_t>(finding.code), isLoss,
                [&] { return _name + ": cue " + std::to_string(finding.offset) + ": " + finding.text(); });
+    }
+
+    /// What a table says of a cue, which is said of its rows besides.
+    void remark(std::uint64_t cue, const std::string& text) {
+        printNote("remark: " + printable(_name + ": cue " + std::to_string(cue) + ": " + text));
     }
 
     /// Something that is changed or lost.
@@ -148,7 +155,8 @@ private:
             return;
         }
         if (_format == CueFormat::Vtt) {
-            _webVtt.begin(input.file, _text);
+            _webVtt.begin(_options.timestampMap ? withTimestampMap(input.file, *_options.timestampMap) : input.file,
+                          _text);
         } else if (_format == CueFormat::Json) {
             _json.begin(input, _text);
         } else if (_format == CueFormat::Ttml || _format == CueFormat::EbuTtD) {
@@ -158,6 +166,13 @@ private:
             options.profile = _format == CueFormat::EbuTtD ? streams::TtmlProfile::EbuTtD : options.profile;
             _ttml.emplace(std::move(file), options, _findings);
         }
+    }
+
+    /// The same head with another time in a stream (RFC 8216, 3.5).
+    static subtitles::WebVttFile withTimestampMap(subtitles::WebVttFile file, std::uint64_t time) {
+        std::erase_if(file.header, [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
+        file.header.insert(file.header.begin(), "X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:" + std::to_string(time));
+        return file;
     }
 
     const ConvertOptions& _options;
@@ -204,6 +219,7 @@ public:
 
     /// Says what there was to say.
     void finishNotes(const CueInput& input) {
+        sayNotCarried();
         loseRest(input.file);
         loseRest(input.ttml);
         _notes.lose(_before, "before the start, which is not subtracted from them");
@@ -211,6 +227,7 @@ public:
         _notes.lose(_order.late(), "too far behind cues that begin later to be moved");
         _notes.lose(_order.cut(), "cut at the start of the next one");
         _notes.lose(_order.composed(), "made of several that are shown together");
+        _notes.lose(_order.uncomposed(), "not composed: 50 others are shown together with each of them");
         _notes.lose(_wide, "wider or higher than asked for");
         _notes.lose(_lengthened, "shorter than a frame, which last one");
         _notes.finish();
@@ -279,7 +296,42 @@ private:
             _wide +=
                 wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows)) ? 0 : 1;
         }
+        ++_written;
+        // Packets have no numbers: what is said of a cue has that of its place.
+        cue.number = cue.number == 0 && _options.frames ? _written : cue.number;
+        if (_options.reportsAll) {
+            reportNotCarried(cue);
+        }
         _give(cue, *_input);
+    }
+
+    /// Says what the format does not carry of a cue, by the table.
+    void reportNotCarried(const subtitles::Cue& cue) {
+        const CueFeatures lost = notCarried(featuresOf(cue, _options.target), _options.target);
+        if (lost.none()) {
+            return;
+        }
+        _notes.remark(_written, formatName() + " does not carry: " + namesOf(lost));
+        for (std::size_t index = 0; index < lost.size(); ++index) {
+            _notCarried[index] += lost.test(index) ? 1 : 0;
+        }
+    }
+
+    /// The same of all cues.
+    void sayNotCarried() {
+        std::string counts;
+        for (const CarriedRow& row : kCarriedTable) {
+            if (const std::uint64_t count = _notCarried[static_cast<std::size_t>(row.feature)]; count != 0) {
+                counts += (counts.empty() ? "" : ", ") + std::string(row.name) + " (" + counted(count, "cue") + ")";
+            }
+        }
+        if (!counts.empty()) {
+            printNote("remark: " + printable(_options.input.path) + ": " + formatName() + " does not carry: " + counts);
+        }
+    }
+
+    [[nodiscard]] std::string formatName() const {
+        return std::string(kTargetNames[static_cast<std::size_t>(_options.target)]);
     }
 
     const ConvertOptions& _options;
@@ -289,6 +341,8 @@ private:
     CueOrder _order;
     const CueInput* _input = nullptr;
     std::uint64_t _cues = 0;
+    std::uint64_t _written = 0;
+    std::array<std::uint64_t, CueFeatures{}.size()> _notCarried{};  ///< Cues of each feature.
     std::uint64_t _before = 0;
     std::uint64_t _wide = 0;
     std::uint64_t _lengthened = 0;

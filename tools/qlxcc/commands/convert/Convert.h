@@ -1,6 +1,7 @@
 // qlxcc convert: cues from one file to another one, and what is on air to cues.
 #pragma once
 
+#include "cues/CarriedTable.h"
 #include "cues/CueInput.h"
 #include "cues/CueTimes.h"
 #include "cues/StlOutput.h"
@@ -22,7 +23,9 @@ struct ConvertOptions {
     CueRequest input;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     CueFormat format = CueFormat::Srt;
+    CueTarget target = CueTarget::SubRip;  ///< The same, or as what cues are sent: what it carries.
     StlOutputOptions stl;
+    std::optional<std::uint64_t> timestampMap;  ///< WebVTT: of the time 0 of its cues in a stream, 1/90000 s.
     bool isDeployedJson = false;          ///< JSON in the form of the fixed operations.
     std::optional<std::string> language;  ///< Of a TTML file, as in RFC 5646; none: what a TTML file that is read says.
     TimeChange times;

@@ -37,6 +37,9 @@ public:
         : _options(options), _name(subtitles.name), _cueCount(subtitles.cues), _range(cues.window().frames(_name)),
           _notes(_name, options.mode == PlayMode::Captions),
           _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
+        if (options.reportsAll) {
+            _notes.sayAll();
+        }
         nameServices();
         reportProblems(subtitles);
         cues.window().reportFilling(_name);

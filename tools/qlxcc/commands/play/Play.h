@@ -83,6 +83,7 @@ struct PlayOptions {
     bool isDropFrame = true;  ///< scc, mcc: how timecodes count.
     bool asDeployed = false;  ///< By the fixed operations.
     bool isStrict = false;    ///< What is changed or lost makes the exit code 1.
+    bool reportsAll = false;  ///< All that is changed or lost is said, not ten of a kind.
     CaptionPlayOptions captions;
     TeletextPlayOptions teletext;
     streams::TransportWriterOptions transport;  ///< Transport streams.

@@ -106,6 +106,9 @@ public:
         : _options(options), _names(played.names), _cueCount(played.cueCount), _range(played.window.frames(_names)),
           _pages(played.pages), _cuesOfPage(_pages.size()), _notes(_names), _sink(_notes, _courses),
           _playout(frameRateOf(options.rate), playoutOptions(options, _range.first)) {
+        if (options.reportsAll) {
+            _notes.sayAll();
+        }
         played.window.reportFilling(_names);
         for (const PlayedPages::PlayedCue& cue : played.cues) {
             add(cue);

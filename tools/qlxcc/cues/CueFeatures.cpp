@@ -1,0 +1,109 @@
+#include "cues/CueFeatures.h"
+
+#include <qlx/subtitles/subrip.h>
+#include <qlx/subtitles/webvtt.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace qlx::tool {
+
+namespace {
+
+using subtitles::Alignment;
+using subtitles::Property;
+using subtitles::Row;
+using subtitles::Run;
+
+void set(CueFeatures& features, CueFeature feature, bool isThere) {
+    if (isThere) {
+        features.set(static_cast<std::size_t>(feature));
+    }
+}
+
+/// What a property is.
+CueFeature featureOf(const Property& property) {
+    namespace names = subtitles::properties;
+    constexpr std::pair<std::string_view, CueFeature> kKnown[] = {
+        {names::kColor, CueFeature::MoreColors},       {names::kFontFace, CueFeature::Font},
+        {names::kFontSize, CueFeature::Font},          {names::kStruckOut, CueFeature::StrikeOut},
+        {names::kWebVttVoice, CueFeature::Voices},     {names::kWebVttLanguage, CueFeature::Language},
+        {names::kWebVttRuby, CueFeature::Ruby},        {names::kWebVttRubyText, CueFeature::Ruby},
+        {names::kWebVttPosition, CueFeature::Columns}, {names::kWebVttLine, CueFeature::Rows},
+        {names::kWebVttAlign, CueFeature::Sides},
+    };
+    const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
+                                           [&property](const auto& each) { return each.first == property.name; });
+    return known == std::end(kKnown) ? CueFeature::Others : known->second;
+}
+
+void addProperties(const subtitles::Properties& properties, CueTarget target, CueFeatures& features) {
+    for (const Property& property : properties) {
+        const bool isOwn =
+            (target == CueTarget::WebVtt && property.name.starts_with("vtt.")) ||
+            (target == CueTarget::SubRip && property.name.starts_with("srt.")) ||
+            ((target == CueTarget::Imsc || target == CueTarget::EbuTtD) && property.name.starts_with("ttml."));
+        if (!isOwn) {
+            set(features, featureOf(property), true);
+        }
+    }
+}
+
+void addRun(const Run& run, CueTarget target, CueFeatures& features) {
+    const subtitles::Style& style = run.style;
+    set(features, CueFeature::Bold, style.isBold);
+    set(features, CueFeature::Italic, style.isItalic);
+    set(features, CueFeature::Underline, style.isUnderlined);
+    set(features, CueFeature::Flash, style.isFlashing);
+    set(features, CueFeature::Background, style.background.has_value());
+    set(features, CueFeature::Colors, style.foreground != screen::Color::White);
+    for (const screen::Color color : {style.foreground, style.background.value_or(screen::Color::Black)}) {
+        set(features, CueFeature::MoreColors, screen::kBasicColors[screen::basicIndex(color)] != color);
+    }
+    set(features, CueFeature::InnerTimes, run.from.isValid());
+    addProperties(run.properties, target, features);
+}
+
+}  // namespace
+
+CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
+    CueFeatures features;
+    for (const Row& row : cue.rows) {
+        constexpr std::uint8_t kLastBelow = 3;
+        set(features, CueFeature::Rows, row.number != 0 || row.anchor > kLastBelow);
+        // A column says it already.
+        const bool isAside = row.alignment == Alignment::Left || row.alignment == Alignment::Right;
+        set(features, CueFeature::Sides, isAside && row.column == 0);
+        set(features, CueFeature::Columns, row.column != 0);
+        for (const Run& run : row.runs) {
+            addRun(run, target, features);
+        }
+    }
+    set(features, CueFeature::Region, !cue.region.empty());
+    set(features, CueFeature::Name, !cue.identifier.empty());
+    set(features, CueFeature::Language, !cue.language.empty());
+    addProperties(cue.properties, target, features);
+    return features;
+}
+
+CueFeatures notCarried(const CueFeatures& features, CueTarget target) {
+    CueFeatures lost = features;
+    for (const CarriedRow& row : kCarriedTable) {
+        if (isCarried(row, target)) {
+            lost.reset(static_cast<std::size_t>(row.feature));
+        }
+    }
+    return lost;
+}
+
+std::string namesOf(const CueFeatures& features) {
+    std::string names;
+    for (const CarriedRow& row : kCarriedTable) {
+        if (features.test(static_cast<std::size_t>(row.feature))) {
+            names += (names.empty() ? "" : ", ") + std::string(row.name);
+        }
+    }
+    return names;
+}
+
+}  // namespace qlx::tool
