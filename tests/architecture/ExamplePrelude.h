@@ -206,9 +206,6 @@ extern qlx::subtitles::Cue cue;
 namespace subtitles_cue {
 extern qlx::subtitles::Cue cue;
 }
-namespace subtitles_ssa {
-extern std::span<const std::uint8_t> bytes;
-}
 namespace subtitles_stl_writer {
 extern std::vector<qlx::subtitles::Cue> cues;
 }
