@@ -1,9 +1,12 @@
-// Containers as a whole, and what brings their samples into the order of presentation. The first byte says which.
+// Containers as a whole, their text tracks and the samples of these, and what brings samples into the order of
+// presentation. The first byte says which.
 #include "streams/FrameOrder.h"
 #include "streams/PictureTimes.h"
+#include "streams/TextSamples.h"
 
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/container.h>
+#include <qlx/streams/text_tracks.h>
 
 #include "FuzzSupport.h"
 
@@ -116,6 +119,50 @@ void orderPictures(Input& input) {
     require(taken == given);
 }
 
+/// The cues of all text tracks have times, and reading ends.
+void readTextTracks(Input& input) {
+    const InputKind kind = input.takeByte() % 2 == 0 ? InputKind::Mov : InputKind::Mkv;
+    const std::vector<std::uint8_t> bytes = input.rest();
+    qlx::streams::MemorySource source(bytes);
+    qlx::streams::TextTrackReader reader(source, kind);
+    if (const auto error = reader.open()) {
+        require(!error->text().empty());
+        return;
+    }
+    qlx::Findings findings;
+    const auto takeCue = [](const qlx::subtitles::Cue& cue) { require(cue.start.isValid() && cue.end.isValid()); };
+    const auto error = reader.read(0, takeCue, &findings);
+    require(!error || !error->text().empty());
+    require(!reader.tracks().empty() || error);
+}
+
+/// Any bytes as a sample: cues of its time, and nothing else.
+void readTextSample(Input& input) {
+    const std::uint8_t form = input.takeByte();
+    const std::vector<std::uint8_t> bytes = input.rest();
+    const detail::SampleSpan span{qlx::MediaTime::make(90'000, 90'000), qlx::MediaTime::make(200'000, 90'000)};
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    qlx::Findings findings;
+    const auto take = [&span](const qlx::subtitles::Cue& cue) {
+        require(cue.start == span.begin && cue.end == span.end);
+    };
+    switch (form % 4) {
+    case 0:
+        detail::readTimedText(bytes, detail::timedTextDefaults(bytes), span, take, findings);
+        break;
+    case 1:
+        detail::readWvtt(bytes, span, take, findings);
+        break;
+    case 2:
+        detail::readSubRipText(text, span, take, findings);
+        break;
+    default:
+        detail::readWebVttText(text, text.substr(0, form), text.substr(text.size() / 2), span, form % 8 == 3, take,
+                               findings);
+        break;
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -125,6 +172,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t which = input.takeByte() % 8;
     if (which < kKinds.size()) {
         readContainer(input, kKinds[which]);
+    } else if (which == 6) {
+        readTextTracks(input);
+    } else if (which == 7) {
+        readTextSample(input);
     } else if (which % 2 == 0) {
         orderFrames(input);
     } else {

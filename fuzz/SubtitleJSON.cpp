@@ -20,15 +20,28 @@ namespace {
 
 constexpr int kMaxDepth = 4;
 
-constexpr std::array<std::string_view, 9> kKeys{QLXSubtitleRecordStartTimeInSecondsKey,
-                                                QLXSubtitleRecordStartTimecodeKey,
-                                                QLXSubtitleRecordEndTimeInSecondsKey,
-                                                QLXSubtitleRecordEndTimecodeKey,
-                                                QLXSubtitleRecordTextLinesKey,
-                                                QLXSubtitleTextLineTextKey,
-                                                QLXSubtitleTextLineColorKey,
-                                                QLXSubtitleTextLineAlignmentKey,
-                                                QLXSubtitleTextLineVerticalPositionKey};
+constexpr std::array<std::string_view, 22> kKeys{QLXSubtitleRecordStartTimeInSecondsKey,
+                                                 QLXSubtitleRecordStartTimecodeKey,
+                                                 QLXSubtitleRecordEndTimeInSecondsKey,
+                                                 QLXSubtitleRecordEndTimecodeKey,
+                                                 QLXSubtitleRecordTextLinesKey,
+                                                 QLXSubtitleTextLineTextKey,
+                                                 QLXSubtitleTextLineColorKey,
+                                                 QLXSubtitleTextLineAlignmentKey,
+                                                 QLXSubtitleTextLineVerticalPositionKey,
+                                                 "rows",
+                                                 "runs",
+                                                 "start",
+                                                 "end",
+                                                 "value",
+                                                 "timescale",
+                                                 "seconds",
+                                                 "properties",
+                                                 "name",
+                                                 "number",
+                                                 "anchor",
+                                                 "background",
+                                                 "from"};
 
 constexpr std::array<std::string_view, 8> kPhrases{
     "left", "RIGHT", "unchanged", "#00FF00", "rgb(200, 10, 10)", "rgba(0,0,255,0.5)", "00:00:01,500", "01:02:03,004"};
@@ -191,6 +204,21 @@ void checkCue(const qlx::Dictionary& dictionary) {
     }
 }
 
+/// Whatever is read of the form that has all of a cue is written and read back as it is.
+void checkModel(const qlx::Dictionary& dictionary) {
+    qlx::Findings findings;
+    const auto cue = qlx::subtitles::cueOfModel(dictionary, &findings);
+    for (const qlx::Finding& finding : findings) {
+        require(!finding.text().empty());
+    }
+    if (!cue) {
+        require(!cue.error().text().empty());
+        return;
+    }
+    const auto again = qlx::subtitles::cueOfModel(qlx::subtitles::modelOf(*cue));
+    require(again && *again == *cue);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -202,5 +230,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkRecord(dictionary, mode);
     checkLine(dictionary, index, count);
     checkCue(dictionary);
+    checkModel(dictionary);
     return 0;
 }

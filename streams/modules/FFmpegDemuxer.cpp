@@ -137,7 +137,12 @@ StreamContent contentOf(const AVStream& stream) {
         return StreamContent::Stpp;
     }
     if (parameters.codec_type == AVMEDIA_TYPE_SUBTITLE) {
-        return textOf(parameters.codec_id);
+        // Versions that do not know `S_TEXT/WEBVTT` give its header all the same.
+        constexpr std::string_view kWebVtt = "WEBVTT";
+        const auto size = static_cast<std::size_t>(std::max(parameters.extradata_size, 0));
+        const std::string_view header(reinterpret_cast<const char*>(parameters.extradata), size);
+        return parameters.codec_id == AV_CODEC_ID_NONE && header.starts_with(kWebVtt) ? StreamContent::WebVtt
+                                                                                      : textOf(parameters.codec_id);
     }
     // Newer versions have a codec for it, older ones call the data by name alone.
     const AVDictionaryEntry* const type = av_dict_get(stream.metadata, "data_type", nullptr, 0);
@@ -332,6 +337,7 @@ public:
 
 private:
     DemuxStatus end(int error);
+    void takeAddition(DemuxedPacket& packet) const;
 
     DemuxerInput& _source;
     InputKind _kind;
@@ -408,6 +414,19 @@ std::vector<DemuxedStream> FFmpegDemuxer::streams() const {
     return result;
 }
 
+/// Matroska has the settings and the name of a WebVTT cue, a line each, beside its text, behind a number of eight bytes.
+void FFmpegDemuxer::takeAddition(DemuxedPacket& packet) const {
+    constexpr std::size_t kNumber = 8;
+    std::string_view addition = sideDataOf(*_packet, AV_PKT_DATA_MATROSKA_BLOCKADDITIONAL);
+    if (addition.size() <= kNumber) {
+        return;
+    }
+    addition.remove_prefix(kNumber);
+    packet.settings = addition.substr(0, addition.find('\n'));
+    addition.remove_prefix(std::min(packet.settings.size() + 1, addition.size()));
+    packet.name = addition.substr(0, addition.find('\n'));
+}
+
 DemuxStatus FFmpegDemuxer::read(DemuxedPacket& packet) {
     av_packet_unref(_packet.get());
     int error = 0;
@@ -431,6 +450,9 @@ DemuxStatus FFmpegDemuxer::read(DemuxedPacket& packet) {
     packet.duration = _packet->duration > 0 ? scaledTime(_packet->duration, base) : std::nullopt;
     packet.name = sideDataOf(*_packet, AV_PKT_DATA_WEBVTT_IDENTIFIER);
     packet.settings = sideDataOf(*_packet, AV_PKT_DATA_WEBVTT_SETTINGS);
+    if (packet.name.empty() && packet.settings.empty()) {
+        takeAddition(packet);
+    }
     packet.isDamaged = (_packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
     return end(0);
 }

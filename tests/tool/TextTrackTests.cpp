@@ -1,0 +1,324 @@
+// qlxcc convert and subs of the text tracks of MP4 and Matroska files, which are put together here byte by byte.
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace text_track_tests {
+namespace {
+
+using namespace std::literals;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Arguments = std::vector<std::string>;
+
+std::string number(std::uint64_t value, std::size_t bytes) {
+    std::string text;
+    for (; bytes > 0; --bytes) {
+        text += static_cast<char>(value >> (8 * (bytes - 1)) & 0xFFU);
+    }
+    return text;
+}
+
+std::string box(std::string_view type, const std::string& content) {
+    return number(content.size() + 8, 4) + std::string(type) + content;
+}
+
+std::string fullBox(std::string_view type, const std::string& content) {
+    return box(type, number(0, 4) + content);
+}
+
+std::string zeros(std::size_t count) {
+    return std::string(count, '\0');
+}
+
+struct Sample {
+    std::string bytes;
+    std::uint32_t milliseconds = 0;
+};
+
+struct Mp4Track {
+    std::string_view language = "und";
+    std::string_view handler;
+    std::string entry;  ///< The sample description (ISO/IEC 14496-12, 8.5.2).
+    std::vector<Sample> samples;
+};
+
+std::string mp4Track(const Mp4Track& track, std::size_t id, std::size_t place) {
+    std::string times;
+    std::string sizes;
+    std::string places;
+    std::uint64_t duration = 0;
+    for (const Sample& sample : track.samples) {
+        times += number(1, 4) + number(sample.milliseconds, 4);
+        sizes += number(sample.bytes.size(), 4);
+        places += number(place, 4);
+        place += sample.bytes.size();
+        duration += sample.milliseconds;
+    }
+    const std::string count = number(track.samples.size(), 4);
+    const std::string table =
+        box("stbl", fullBox("stsd", number(1, 4) + track.entry) + fullBox("stts", count + times) +
+                        fullBox("stsc", number(1, 4) + number(1, 4) + number(1, 4) + number(1, 4)) +
+                        fullBox("stsz", number(0, 4) + count + sizes) + fullBox("stco", count + places));
+    std::uint64_t language = 0;
+    for (const char letter : track.language) {
+        language = language << 5U | static_cast<std::uint64_t>(letter - 0x60);
+    }
+    const std::string media =
+        box("mdia", fullBox("mdhd", zeros(8) + number(1000, 4) + number(duration, 4) + number(language, 2) + zeros(2)) +
+                        fullBox("hdlr", zeros(4) + std::string(track.handler) + zeros(13)) +
+                        box("minf", fullBox("nmhd", "") +
+                                        box("dinf", fullBox("dref", number(1, 4) + fullBox("url ", ""))) + table));
+    return box("trak",
+               box("tkhd", number(1, 4) + zeros(8) + number(id, 4) + zeros(4) + number(duration, 4) + zeros(60)) +
+                   media);
+}
+
+/// A file with these tracks, whose samples stand in front of the index.
+std::string mp4(const std::vector<Mp4Track>& tracks) {
+    const std::string first = box("ftyp", "isom" + zeros(4) + "isom");
+    std::string data;
+    std::string index;
+    std::uint64_t longest = 0;
+    for (std::size_t id = 1; id <= tracks.size(); ++id) {
+        index += mp4Track(tracks[id - 1], id, first.size() + 8 + data.size());
+        std::uint64_t duration = 0;
+        for (const Sample& sample : tracks[id - 1].samples) {
+            data += sample.bytes;
+            duration += sample.milliseconds;
+        }
+        longest = std::max(longest, duration);
+    }
+    const std::string header = fullBox("mvhd", zeros(8) + number(1000, 4) + number(longest, 4) + zeros(80));
+    return first + box("mdat", data) + box("moov", header + index);
+}
+
+/// A description (3GPP TS 26.245, 5.16): at the bottom, centred, white, 18 high.
+std::string timedTextEntry() {
+    const std::string style = number(0, 4) + number(1, 2) + number(0, 1) + number(18, 1) + number(0xFFFFFFFF, 4);
+    return box("tx3g", zeros(6) + number(1, 2) + zeros(4) + "\x01\xFF"s + zeros(4) + zeros(8) + style +
+                           box("ftab", number(1, 2) + number(1, 2) + "\x05Serif"s));
+}
+
+/// A sample of it.
+std::string timedText(std::string_view text, const std::string& parts = {}) {
+    return number(text.size(), 2) + std::string(text) + parts;
+}
+
+std::string style(std::uint32_t begin, std::uint32_t end, unsigned face, std::uint32_t color, unsigned size = 18) {
+    return number(begin, 2) + number(end, 2) + number(1, 2) + number(face, 1) + number(size, 1) + number(color, 4);
+}
+
+Mp4Track timedTextTrack(std::vector<Sample> samples, std::string_view language = "und") {
+    return {language, "sbtl", timedTextEntry(), std::move(samples)};
+}
+
+ToolResult converted(const std::string& file, std::string_view format, const Arguments& more = {}) {
+    Arguments arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+}
+
+TEST(TextTracks, AreReadFromTimedText) {
+    const TemporaryFolder folder;
+    // Bold and italic over the end of a row, in a colour; what follows blinks.
+    const std::string parts =
+        box("styl", number(1, 2) + style(4, 8, 3, 0xFF0000FF)) + box("blnk", number(8, 2) + number(10, 2));
+    const std::string file =
+        folder.write("in.mp4", mp4({timedTextTrack({{timedText(""), 1000},
+                                                    {timedText("a \u00E9 bc\nde f", parts), 1500},
+                                                    {timedText("a \u00E9 bc\nde f", parts), 500},
+                                                    {timedText(""), 250},
+                                                    {timedText("\xFE\xFF\x00x\xD8\x3D\xDE\x00"sv), 750}})}));
+    const ToolResult result = converted(file, "srt");
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:03,000\n{\\an2}a \u00E9 <font color=\"#ff0000\"><b><i>bc</i></b>"
+                          "</font>\n<font color=\"#ff0000\"><b><i>d</i></b></font>e f\n\n"
+                          "2\n00:00:03,250 --> 00:00:04,000\n{\\an2}x\U0001F600\n\n")
+        << result.err;
+    EXPECT_NE(result.err.find("cue 1: row 2: styles of 1 part"), std::string::npos) << result.err;
+    const ToolResult list = runTool({"subs", file});
+    EXPECT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_NE(list.out.find("(text track 1 (tx3g, und)): 2 cues, 0 left out"), std::string::npos) << list.out;
+}
+
+TEST(TextTracks, AreReadFromWebVttInBoxes) {
+    const TemporaryFolder folder;
+    const auto cue = [](const std::string& name, const std::string& settings, const std::string& text) {
+        return box("vttc", (name.empty() ? "" : box("iden", name)) + (settings.empty() ? "" : box("sttg", settings)) +
+                               box("payl", text));
+    };
+    const std::string first = cue("intro", "align:start line:0", "<i>a &amp; b</i>");
+    const std::string second = cue("", "", "c\n\nd");
+    const std::string entry = box("wvtt", zeros(6) + number(1, 2) + box("vttC", "WEBVTT"));
+    const std::string file = folder.write("in.mp4", mp4({{"eng",
+                                                          "text",
+                                                          entry,
+                                                          {{box("vtte", ""), 500},
+                                                           {first, 1000},
+                                                           {first + second, 1000},
+                                                           {second + box("vtta", "NOTE x"), 500}}}}));
+    const ToolResult result = converted(file, "vtt");
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, "WEBVTT\n\nintro\n00:00:00.500 --> 00:00:02.500 line:0 align:start\n<i>a &amp; b</i>\n\n"
+                          "2\n00:00:01.500 --> 00:00:03.000\nc\n&nbsp;\nd\n\n");
+    EXPECT_NE(result.err.find("1 part of a text sample left out"), std::string::npos) << result.err;
+}
+
+TEST(TextTracks, AreReadFromTtmlDocuments) {
+    const TemporaryFolder folder;
+    const auto document = [](std::string_view body) {
+        return "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" xml:lang=\"\">"
+               "<body tts:textAlign=\"center\"><div>" +
+               std::string(body) + "</div></body></tt>";
+    };
+    const std::string all = document("<p begin=\"1s\" end=\"3s\">a</p><p begin=\"3s\" end=\"9s\">b</p>");
+    const std::string entry = box("stpp", zeros(6) + number(1, 2) + "http://www.w3.org/ns/ttml" + zeros(3));
+    const std::string file = folder.write(
+        "in.mp4",
+        mp4({{"und", "subt", entry, {{all, 2000}, {all, 2000}, {document("<p>c</p>"), 1000}, {"<tt", 1000}}}}));
+    const ToolResult result = converted(file, "srt");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:03,000\na\n\n2\n00:00:03,000 --> 00:00:04,000\nb\n\n"
+                          "3\n00:00:04,000 --> 00:00:05,000\nc\n\n")
+        << result.err;
+    EXPECT_NE(result.err.find("not well-formed"), std::string::npos) << result.err;
+}
+
+TEST(TextTracks, AreChosenByNumberAndLanguage) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.mp4", mp4({timedTextTrack({{timedText("eins"), 1000}}, "deu"),
+                                                         timedTextTrack({{timedText("one"), 1000}}, "eng")}));
+    const auto textOf = [&](const Arguments& more) {
+        const ToolResult result = converted(file, "vtt", more);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return std::pair(result.out.find("eins") != std::string::npos, result.err);
+    };
+    const std::string others = "text track 1 (tx3g, deu) is read, and not 2 (tx3g, eng)";
+    EXPECT_TRUE(textOf({}).first);
+    EXPECT_NE(textOf({}).second.find(others + ": --track says which"), std::string::npos);
+    EXPECT_TRUE(textOf({"--track", "1"}).first);
+    EXPECT_EQ(textOf({"--track", "DEU"}).second.find("says which"), std::string::npos);
+    EXPECT_FALSE(textOf({"--track", "2"}).first);
+    EXPECT_FALSE(textOf({"--track", "eng"}).first);
+    const ToolResult none = converted(file, "vtt", {"--track", "fra"});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_NE(none.err.find("has no text track fra, but 1 (tx3g, deu), 2 (tx3g, eng)"), std::string::npos) << none.err;
+    EXPECT_NE(runTool({"subs", file, "--track", "eng"}).out.find("one"), std::string::npos);
+    EXPECT_EQ(
+        converted(folder.write("in.srt", "1\n00:00:01,000 --> 00:00:02,000\na\n\n"), "vtt", {"--track", "1"}).exitCode,
+        2);
+}
+
+TEST(TextTracks, SayWhatOfSamplesCannotBeRead) {
+    const TemporaryFolder folder;
+    struct Case {
+        std::string sample;
+        std::string_view said;
+    };
+    const Case cases[] = {
+        {"a", "text sample of 1 byte: something of it cannot be read"},
+        {number(9, 2) + "abc", "text sample of 5 bytes: something of it cannot be read"},
+        {timedText("abc", box("styl", number(2, 2) + style(0, 1, 1, 0xFFFFFFFF))), "something of it cannot be read"},
+        {timedText("abc", "xyz"), "something of it cannot be read"},
+    };
+    for (const Case& each : cases) {
+        const std::string file =
+            folder.write("in.mp4", mp4({timedTextTrack({{each.sample, 1000}, {timedText("ok"), 1000}})}));
+        const ToolResult result = converted(file, "srt");
+        EXPECT_EQ(result.exitCode, 1) << each.said;
+        EXPECT_NE(result.err.find(each.said), std::string::npos) << result.err;
+        EXPECT_NE(result.out.find("ok"), std::string::npos) << result.out;
+    }
+    const std::string lossy =
+        folder.write("in.mp4", mp4({timedTextTrack({{timedText("a", box("krok", zeros(6))), 1000}})}));
+    EXPECT_EQ(converted(lossy, "srt").exitCode, 0);
+    EXPECT_EQ(converted(lossy, "srt", {"--strict"}).exitCode, 1);
+}
+
+// Matroska (RFC 9559)
+
+std::string element(std::uint64_t name, const std::string& content) {
+    std::size_t bytes = 1;
+    while (name >> (8 * bytes) != 0) {
+        ++bytes;
+    }
+    constexpr std::uint64_t kEightBytes = std::uint64_t{1} << 56U;
+    return number(name, bytes) + number(kEightBytes | content.size(), 8) + content;
+}
+
+struct MatroskaText {
+    unsigned track = 1;
+    std::uint64_t begin = 0;
+    std::uint64_t duration = 0;
+    std::string text;
+    std::string addition{};  ///< Settings and name of a WebVTT cue.
+};
+
+struct MatroskaTrack {
+    std::string codec;
+    std::string language;
+    std::string header{};
+};
+
+std::string matroska(const std::vector<MatroskaTrack>& described, const std::vector<MatroskaText>& texts) {
+    std::string tracks;
+    for (std::size_t index = 0; index < described.size(); ++index) {
+        tracks += element(0xAE, element(0xD7, number(index + 1, 1)) + element(0x73C5, number(index + 1, 1)) +
+                                    element(0x83, number(0x11, 1)) + element(0x86, described[index].codec) +
+                                    element(0x22B59C, described[index].language) +
+                                    (described[index].header.empty() ? "" : element(0x63A2, described[index].header)));
+    }
+    std::string groups;
+    for (const MatroskaText& text : texts) {
+        groups += element(
+            0xA0,
+            element(0xA1, number(0x80U | text.track, 1) + number(text.begin, 2) + zeros(1) + text.text) +
+                (text.duration == 0 ? "" : element(0x9B, number(text.duration, 4))) +
+                (text.addition.empty()
+                     ? ""
+                     : element(0x75A1, element(0xA6, element(0xEE, number(1, 1)) + element(0xA5, text.addition)))));
+    }
+    return element(0x1A45DFA3, element(0x4282, "matroska")) +
+           element(0x18538067, element(0x1549A966, element(0x2AD7B1, number(1'000'000, 4))) +
+                                   element(0x1654AE6B, tracks) + element(0x1F43B675, element(0xE7, zeros(1)) + groups));
+}
+
+TEST(TextTracks, AreReadFromMatroska) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.mkv", matroska({{"S_TEXT/UTF8", "ger"}, {"S_TEXT/WEBVTT", "eng", "WEBVTT"}},
+                                        {{1, 1000, 1500, "<i>a & b</i>\r\n\r\nzwei"},
+                                         {2, 1000, 1500, "<v Mary>a<00:00:00.500> &amp; b", "line:0\nintro\n"},
+                                         {1, 2500, 1500, "{\\an8}<font color=\"#ff0000\">rot</font>"},
+                                         {2, 2500, 500, "c"},
+                                         {2, 3000, 500, "c"},
+                                         {1, 5000, 0, "ohne Ende"}}));
+    const ToolResult srt = converted(file, "srt");
+    EXPECT_EQ(srt.exitCode, 0) << srt.err;
+    EXPECT_EQ(srt.out, "1\n00:00:01,000 --> 00:00:02,500\n<i>a & b</i>\n\u00A0\nzwei\n\n"
+                       "2\n00:00:02,500 --> 00:00:04,000\n{\\an8}<font color=\"#ff0000\">rot</font>\n\n"
+                       "3\n00:00:05,000 --> 00:00:10,000\nohne Ende\n\n");
+    EXPECT_NE(srt.err.find("a text sample without an end is taken for one of five seconds"), std::string::npos);
+    const ToolResult vtt = converted(file, "vtt", {"--track", "2"});
+    EXPECT_EQ(vtt.exitCode, 0) << vtt.err;
+    // What stands in such a file is as it was written: equal neighbours stay two.
+    EXPECT_EQ(
+        vtt.out,
+        "WEBVTT\n\nintro\n00:00:01.000 --> 00:00:02.500 line:0\n<v Mary>a<00:00:01.500> &amp; b</v>\n\n"
+        "2\n00:00:02.500 --> 00:00:03.000\nc\n\n3\n00:00:03.000 --> 00:00:03.500\nc\n\n");
+    const std::string other = folder.write("other.mkv", matroska({{"S_HDMV/PGS", "eng"}}, {{1, 0, 100, "x"}}));
+    EXPECT_EQ(converted(other, "srt", {"--track", "1"}).exitCode, 1);
+}
+
+}  // namespace
+}  // namespace text_track_tests
