@@ -296,7 +296,7 @@ std::string matroska(const std::vector<MatroskaTrack>& described, const std::vec
 TEST(TextTracks, AreReadFromMatroska) {
     const TemporaryFolder folder;
     const std::string file =
-        folder.write("in.mkv", matroska({{"S_TEXT/UTF8", "ger"}, {"S_TEXT/WEBVTT", "eng", "WEBVTT"}},
+        folder.write("in.mkv", matroska({{"S_TEXT/UTF8", "ger"}, {"S_TEXT/WEBVTT", "eng", "WEBVTT title\n\nNOTE x"}},
                                         {{1, 1000, 1500, "<i>a & b</i>\r\n\r\nzwei"},
                                          {2, 1000, 1500, "<v Mary>a<00:00:00.500> &amp; b", "line:0\nintro\n"},
                                          {1, 2500, 1500, "{\\an8}<font color=\"#ff0000\">rot</font>"},
@@ -314,7 +314,7 @@ TEST(TextTracks, AreReadFromMatroska) {
     // What stands in such a file is as it was written: equal neighbours stay two.
     EXPECT_EQ(
         vtt.out,
-        "WEBVTT\n\nintro\n00:00:01.000 --> 00:00:02.500 line:0\n<v Mary>a<00:00:01.500> &amp; b</v>\n\n"
+        "WEBVTT title\n\nNOTE x\n\nintro\n00:00:01.000 --> 00:00:02.500 line:0\n<v Mary>a<00:00:01.500> &amp; b</v>\n\n"
         "2\n00:00:02.500 --> 00:00:03.000\nc\n\n3\n00:00:03.000 --> 00:00:03.500\nc\n\n");
     const std::string other = folder.write("other.mkv", matroska({{"S_HDMV/PGS", "eng"}}, {{1, 0, 100, "x"}}));
     EXPECT_EQ(converted(other, "srt", {"--track", "1"}).exitCode, 1);

@@ -107,9 +107,12 @@ bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request,
                   false);
     }
     if (!track.header.empty()) {
+        // What stands in front of cues is known with the first one.
+        const std::string text = track.header + "\n\n00:00:00.000 --> 00:00:01.000\nx\n";
         subtitles::WebVttReader header;
-        header.push({reinterpret_cast<const std::uint8_t*>(track.header.data()), track.header.size()});
+        header.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
         header.finish();
+        (void)header.next();
         input.file = header.file();
     }
     SamplePlaces places(notes);
