@@ -54,12 +54,6 @@ constexpr std::optional<video::Codec> codecOf(StreamContent content) {
                                              : std::nullopt;
 }
 
-/// Whether a stream has something for frames; texts are cues.
-constexpr bool hasFrames(StreamContent content) {
-    return codecOf(content) || content == StreamContent::Pairs || content == StreamContent::Atom ||
-           content == StreamContent::AncElement;
-}
-
 constexpr Finding errorOf(FindingCode code, std::uint64_t offset = 0, std::int64_t first = 0) {
     return {code, Severity::Error, offset, first, 0};
 }
@@ -230,7 +224,7 @@ std::optional<Finding> ContainerReader::Reading::chooseTracks() {
     for (std::size_t index = 0; index < streams.size(); ++index) {
         const detail::DemuxedStream& stream = streams[index];
         const std::optional<video::Codec> codec = codecOf(stream.content);
-        if (!hasFrames(stream.content) || (codec && hasVideo)) {
+        if (!detail::hasFrames(stream.content) || (codec && hasVideo)) {
             _demuxer->discard(index);
             continue;
         }

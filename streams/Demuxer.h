@@ -52,6 +52,11 @@ enum class StreamContent {
     OtherText,   ///< Subtitles that are not read.
 };
 
+/// Whether a stream has something for frames; texts are cues.
+constexpr bool hasFrames(StreamContent content) noexcept {
+    return content >= StreamContent::H264 && content <= StreamContent::AncElement;
+}
+
 struct DemuxedStream {
     StreamContent content = StreamContent::Other;
     std::vector<std::uint8_t> parameters;  ///< The decoder's parameters, as the container has them.

@@ -8,6 +8,7 @@
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <utility>
 

@@ -1,5 +1,7 @@
 #include "TtmlNames.h"
 
+#include <QLXClosedCaptionsUtilities/platform/Text.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -46,6 +48,21 @@ std::pair<std::string_view, std::string_view> takenApart(std::string_view name) 
     return colon == std::string_view::npos ? std::pair(std::string_view(), name)
                                            : std::pair(name.substr(0, colon), name.substr(colon + 1));
 }
+
+using CharacterRange = std::pair<char32_t, char32_t>;
+
+/// With which a name begins (XML 1.0, 2.3, without the colon), and what else may be within.
+constexpr std::array kNameStarts{
+    CharacterRange{U'A', U'Z'},     CharacterRange{U'_', U'_'},     CharacterRange{U'a', U'z'},
+    CharacterRange{0xC0, 0xD6},     CharacterRange{0xD8, 0xF6},     CharacterRange{0xF8, 0x2FF},
+    CharacterRange{0x370, 0x37D},   CharacterRange{0x37F, 0x1FFF},  CharacterRange{0x200C, 0x200D},
+    CharacterRange{0x2070, 0x218F}, CharacterRange{0x2C00, 0x2FEF}, CharacterRange{0x3001, 0xD7FF},
+    CharacterRange{0xF900, 0xFDCF}, CharacterRange{0xFDF0, 0xFFFC}, CharacterRange{0x10000, 0xEFFFF},
+};
+constexpr std::array kNameParts{
+    CharacterRange{U'-', U'.'},   CharacterRange{U'0', U'9'},     CharacterRange{0xB7, 0xB7},
+    CharacterRange{0x300, 0x36F}, CharacterRange{0x203F, 0x2040},
+};
 
 }  // namespace
 
@@ -146,6 +163,24 @@ std::optional<std::size_t> styleIndex(const Name& name) noexcept {
         return std::nullopt;
     }
     return static_cast<std::size_t>(found - kStyles.begin());
+}
+
+bool isName(std::string_view text) {
+    const auto isIn = [](const auto& ranges, char32_t character) {
+        return std::any_of(ranges.begin(), ranges.end(), [character](const CharacterRange& range) {
+            return character >= range.first && character <= range.second;
+        });
+    };
+    for (bool isFirst = true; !text.empty(); isFirst = false) {
+        const char32_t character = takeCodePoint(text);
+        if (!isIn(kNameStarts, character) && (isFirst || !isIn(kNameParts, character))) {
+            return false;
+        }
+        if (text.empty()) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace qlx::streams::detail

@@ -161,4 +161,7 @@ inline constexpr std::array<StyleName, 55> kStyles{{
     return index;
 }
 
+/// Whether a text may be an `xml:id`; U+FFFD, which stands for what cannot be read, is none of a name's characters here.
+[[nodiscard]] bool isName(std::string_view text);
+
 }  // namespace qlx::streams::detail

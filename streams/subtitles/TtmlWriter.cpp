@@ -125,40 +125,6 @@ std::string clockTime(std::int64_t milliseconds) {
     return text;
 }
 
-using CharacterRange = std::pair<char32_t, char32_t>;
-
-/// With which a name begins (XML 1.0, 2.3, without the colon), and what else may be within.
-constexpr std::array kNameStarts{
-    CharacterRange{U'A', U'Z'},     CharacterRange{U'_', U'_'},     CharacterRange{U'a', U'z'},
-    CharacterRange{0xC0, 0xD6},     CharacterRange{0xD8, 0xF6},     CharacterRange{0xF8, 0x2FF},
-    CharacterRange{0x370, 0x37D},   CharacterRange{0x37F, 0x1FFF},  CharacterRange{0x200C, 0x200D},
-    CharacterRange{0x2070, 0x218F}, CharacterRange{0x2C00, 0x2FEF}, CharacterRange{0x3001, 0xD7FF},
-    CharacterRange{0xF900, 0xFDCF}, CharacterRange{0xFDF0, 0xFFFC}, CharacterRange{0x10000, 0xEFFFF},
-};
-constexpr std::array kNameParts{
-    CharacterRange{U'-', U'.'},   CharacterRange{U'0', U'9'},     CharacterRange{0xB7, 0xB7},
-    CharacterRange{0x300, 0x36F}, CharacterRange{0x203F, 0x2040},
-};
-
-/// Whether a text may be an `xml:id`; U+FFFD, which stands for what cannot be read, is none of a name's characters here.
-bool isName(std::string_view text) {
-    const auto isIn = [](const auto& ranges, char32_t character) {
-        return std::any_of(ranges.begin(), ranges.end(), [character](const CharacterRange& range) {
-            return character >= range.first && character <= range.second;
-        });
-    };
-    for (bool isFirst = true; !text.empty(); isFirst = false) {
-        const char32_t character = takeCodePoint(text);
-        if (!isIn(kNameStarts, character) && (isFirst || !isIn(kNameParts, character))) {
-            return false;
-        }
-        if (text.empty()) {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// Whether IMSC 1.1 has an attribute, besides those that are always written: a style, or one of metadata.
 bool isOfImsc(std::string_view name) {
     constexpr std::string_view kMetadata = "ttm:";
