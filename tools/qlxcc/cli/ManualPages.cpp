@@ -158,24 +158,28 @@ std::string upperCase(std::string_view text) {
 /// What formats of cues carry, as lines of fixed width.
 std::string carriedSection() {
     constexpr std::size_t kNameWidth = 30;
-    constexpr std::string_view kShort[] = {"SRT", "VTT", "STL", "608", "708", "ttx", "JSON"};
+    constexpr std::size_t kWidth = 5;
+    constexpr std::string_view kShort[] = {"SRT", "VTT", "STL", "608", "708", "ttx", "IMSC", "TT-D", "JSON"};
+    static_assert(std::size(kShort) == kTargetNames.size());
     std::string page = ".SH WHAT FORMATS CARRY\nText and times, and where there is a +:\n.PP\n.nf\n.ft CR\n";
     page.append(kNameWidth, ' ');
     for (const std::string_view name : kShort) {
-        page += " " + std::string(name);
+        page.append(kWidth - name.size(), ' ');
+        page += name;
     }
     page += "\n";
     for (const CarriedRow& row : kCarriedTable) {
         std::string line(row.name);
         line.append(kNameWidth - line.size(), ' ');
         for (const char mark : row.targets) {
-            line += std::string("  ") + (mark == '+' ? "+ " : ". ");
+            line += std::string("   ") + (mark == '+' ? "+ " : ". ");
         }
         line.erase(line.find_last_not_of(' ') + 1);
         page += line + "\n";
     }
     page += ".ft\n.fi\n.PP\nVTT is WebVTT, STL EBU STL, 608 and 708 are captions of CEA-608 and CEA-708, ttx is "
-            "teletext.\nWhat a format does not carry is lost;\n.B \\-\\-report\nsays it cue by cue.\n";
+            "teletext, IMSC and TT-D are the two profiles of TTML.\nWhat a format does not carry is lost;\n.B "
+            "\\-\\-report\nsays it cue by cue.\n";
     return page;
 }
 
