@@ -2,7 +2,7 @@
 // presentation. The first byte says which.
 #include "streams/FrameOrder.h"
 #include "streams/PictureTimes.h"
-#include "streams/TextSamples.h"
+#include "streams/subtitles/TextSamples.h"
 
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/container.h>

@@ -119,8 +119,9 @@ std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector
             times.push_back(*piece.end);
         }
         const MediaTime& appears = isLater ? piece.begin : begin;
-        isAddedTo = isAddedTo && !goes && !isBefore(appears, *last);
-        last = &appears;
+        // Where a row ends is not seen.
+        isAddedTo = isAddedTo && !goes && (piece.isBreak || !isBefore(appears, *last));
+        last = piece.isBreak ? last : &appears;
     }
     std::sort(times.begin(), times.end(), isBefore);
     const auto isSame = [](const MediaTime& left, const MediaTime& right) {

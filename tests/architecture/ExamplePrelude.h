@@ -175,6 +175,9 @@ namespace streams_rows {
 extern qlx::streams::ByteSource& source;
 extern qlx::streams::ByteSink& sink;
 }  // namespace streams_rows
+namespace streams_text_tracks {
+extern qlx::streams::ByteSource& source;
+}
 namespace streams_ts_section {
 extern qlx::streams::ts::PacketView packet;
 }

@@ -544,7 +544,7 @@ TEST(SCTE35, ScanSaysWhatIsWrongWithSectionsBehindDamagedPackets) {
     EXPECT_EQ(listed.exitCode, 1);
     const std::string place = folder.path("b.ts") + ": byte ";
     EXPECT_EQ(listed.err.substr(0, place.size() + 7), "qlxcc: " + place);
-    EXPECT_NE(listed.err.find("PID 101: wrong CRC"), std::string::npos) << listed.err;
+    EXPECT_NE(listed.err.find("PID 0x0101: wrong CRC"), std::string::npos) << listed.err;
     EXPECT_NE(listed.err.find(" more like \"" + place), std::string::npos) << listed.err;
 }
 

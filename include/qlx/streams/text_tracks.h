@@ -74,6 +74,7 @@ public:
     /// Findings have as their offset the first byte of the sample, 0 where that is not known: TextSampleWrong,
     /// TextSamplePartsLost, TextSampleEndMissing, and those of the formats.
     /// @param track Its place among tracks().
+    /// @param take Gets the cues, in the order of their samples.
     /// @param findings May be null.
     /// @param takeHead Gets the head of the first document of an `stpp` track, in front of its cues; may be empty.
     /// @return Why reading has ended before the end; none when it has not. TextTrackUnreadable for a track of

@@ -77,12 +77,12 @@ inline constexpr std::string_view kCueSchema = "qlxcc/subtitles/1";
 ///     const qlx::Dictionary model = qlx::subtitles::modelOf(cue);
 ///     const qlx::Result<qlx::subtitles::Cue> again = qlx::subtitles::cueOfModel(model);
 ///
-///   { "number": 1, "id": "intro", "language": "en", "region": "r1", "screenRows": 15, "screenColumns": 32,
-///    "start": { "value": 1000, "timescale": 1000, "seconds": 1.0 }, "end": {..},
-///    "properties": [ { "name": "vtt.size", "value": "50%" } ],
-///    "rows": [ { "number": 14, "column": 5, "anchor": 2, "alignment": "center",
-///      "runs": [ { "text": "Hello", "color": "#ffff00", "background": "#0000ff", "bold": true, "italic": true,
-///        "underline": true, "flash": true, "from": {..}, "properties": [..] } ] } ] }
+/// `{ "number": 1, "id": "intro", "language": "en", "region": "r1", "screenRows": 15, "screenColumns": 32,
+/// "start": { "value": 1000, "timescale": 1000, "seconds": 1.0 }, "end": {..},
+/// "properties": [ { "name": "vtt.size", "value": "50%" } ],
+/// "rows": [ { "number": 14, "column": 5, "anchor": 2, "alignment": "center",
+/// "runs": [ { "text": "Hello", "color": "#ffff00", "background": "#0000ff", "bold": true, "italic": true,
+/// "underline": true, "flash": true, "from": {..}, "properties": [..] } ] } ] }`
 ///
 /// What is 0, empty, false or none is not written. Times that are not valid are not written either, and cueOfModel()
 /// refuses a cue without them.

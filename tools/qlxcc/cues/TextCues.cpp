@@ -56,10 +56,10 @@ void readAll(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
 
 void readTextCues(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
     const auto kind = inputKindOfBytes({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    if (kind == InputKind::Vtt) {
+    if (kind == InputKind::Vtt && request.readsAll) {
         subtitles.format = "WebVTT";
         readAll<subtitles::WebVttReader>(subtitles, text, request, take);
-    } else if (kind == InputKind::Ass) {
+    } else if (kind == InputKind::Ass && request.readsAll) {
         subtitles.format = "SubStation Alpha";
         readAll<subtitles::SsaReader>(subtitles, text, request, take);
     } else if (take.value) {

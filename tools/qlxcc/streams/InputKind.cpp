@@ -36,7 +36,7 @@ constexpr KindInWords kKindsInWords[] = {
     {InputKind::Ppm, "a PPM picture", "line21"},
     {InputKind::Vtt, "a WebVTT file", "subs, play and convert"},
     {InputKind::Mcc, "an MCC file", "scan, show, extract, rate and convert"},
-    {InputKind::Mkv, "a Matroska file", "scan, show, extract, subs and convert"},
+    {InputKind::Mkv, "a Matroska file", "scan, show and extract"},
     {InputKind::Ttml, "a TTML file", "subs, play and convert"},
     {InputKind::Ass, "a SubStation Alpha file", "subs, play and convert"},
     {InputKind::Flv, "an FLV file", "scan, show and extract"},

@@ -1,12 +1,12 @@
 #include <qlx/streams/text_tracks.h>
 
-#include "ContainerIndex.h"
-#include "ContainerInput.h"
-#include "Demuxer.h"
-#include "Module.h"
-#include "StreamCheck.h"
+#include "../ContainerIndex.h"
+#include "../ContainerInput.h"
+#include "../Demuxer.h"
+#include "../Module.h"
+#include "../StreamCheck.h"
 #include "TextSamples.h"
-#include "subtitles/TtmlTimes.h"
+#include "TtmlTimes.h"
 
 #include <algorithm>
 #include <utility>
