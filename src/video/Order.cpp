@@ -158,18 +158,21 @@ std::optional<std::int64_t> PictureCount::cyclePlace(const H264Sequence& sequenc
     }
     _low = frameNumber;
     const std::span<const std::int64_t> offsets = sequence.cycleOffsets.items();
+    constexpr std::int64_t kGreatest = (std::int64_t{1} << 31U) - 1;
     std::int64_t count = delta + (isReference ? 0 : sequence.nonReferenceOffset);
     const std::int64_t frames = offsets.empty() ? 0 : _high + frameNumber - (isReference ? 0 : 1);
     if (frames > 0) {
-        constexpr std::int64_t kGreatest = std::int64_t{1} << 32U;
         const auto length = static_cast<std::int64_t>(offsets.size());
         const std::int64_t cycle = std::accumulate(offsets.begin(), offsets.end(), std::int64_t{0});
         const std::int64_t cycles = (frames - 1) / length;
-        if (cycle != 0 && cycles > kGreatest / std::abs(cycle)) {
+        if (cycle != 0 && cycles > 2 * kGreatest / std::abs(cycle)) {
             return std::nullopt;
         }
         const auto last = offsets.begin() + (frames - 1) % length + 1;
         count += cycles * cycle + std::accumulate(offsets.begin(), last, std::int64_t{0});
+    }
+    if (count > kGreatest) {
+        return std::nullopt;
     }
     return _base + std::max<std::int64_t>(count, 0);
 }

@@ -124,6 +124,13 @@ TEST(PictureOrder, KeepsTheStreamsOrderInCyclesThatAreTooLong) {
     EXPECT_EQ(orderOf(Codec::H264, {"00000001 67 42001e" + sequence + "00000001 68 e0" + slice(0x65, 0), slice(0x41, 1),
                                     slice(0x41, 2), slice(0x41, 3), slice(0x41, 4), slice(0x41, 5)}),
               (std::vector<int>{0, 1, 2, 3, 4, 5}));
+    // Three frames a cycle: that, again that, and the same below 0. The second one's count is greater than it may be, and
+    // counts no place; the third one has that of the first.
+    const std::string below = std::string(31, '0') + std::string(32, '1');
+    const std::string three = hexOfBits("1 1 010 1 1 1 00100 " + offset + offset + below + " 010 0 1 1 1 1");
+    EXPECT_EQ(orderOf(Codec::H264, {"00000001 67 42001e" + three + "00000001 68 e0" + slice(0x65, 0), slice(0x41, 2),
+                                    slice(0x41, 3)}),
+              (std::vector<int>{0, 1, 2}));
 }
 
 TEST(PictureOrder, ReadsTheHeadersOfPartitions) {

@@ -61,8 +61,12 @@ public:
     /// @param findings Gets what is wrong, with the byte of the stream; may be null, else it must outlive this.
     QLX_STREAMS_EXPORT explicit VbiReader(const VbiReaderOptions& options = {}, FindingSink* findings = nullptr);
 
-    /// Takes the next bytes of the stream.
-    void push(std::span<const std::uint8_t> bytes) { _packets.push(bytes); }
+    /// Takes the next bytes of the stream; behind the limit of items nothing is kept.
+    void push(std::span<const std::uint8_t> bytes) {
+        if (!_moments.hasEnded()) {
+            _packets.push(bytes);
+        }
+    }
 
     /// Says that the stream has ended.
     void finish() noexcept { _packets.finish(); }
