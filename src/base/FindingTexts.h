@@ -221,7 +221,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {MovFragmentCut, "the file is cut short: {1} of {2} byte{2s} of the fragment (moof) are there"},
     {MovFragmentListCut, "the file is cut short: {1} of {2} byte{2s} of the fragments' list (mfra) are there"},
     {MovAtomWrong, "the file is damaged: an atom should begin here, and does not; what follows cannot be read"},
-    {TsPacketWrong, "no transport stream packet: byte {1x} in place of 47, {2} bytes"},
+    {TsPacketWrong, "no transport stream packet, or an empty one: {2} byte{2s}, the first is {1x}"},
     {TsSyncLost, "not part of any transport stream packet: {1} byte{1s}"},
     {TsAdaptationWrong, "adaptation field of {1} bytes, at most {2} fit"},
     {TsContinuityLost, "PID {1h}: at least {2} packet{2s} missing"},

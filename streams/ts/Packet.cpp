@@ -213,7 +213,8 @@ std::optional<PacketView> PacketReader::nextPacket() {
             continue;
         }
         const std::uint64_t offset = _offset + lead;
-        const Result<PacketView> packet = parsePacket(bytes.subspan(lead), _findings, offset);
+        const auto all = bytes.subspan(lead);
+        const Result<PacketView> packet = parsePacket(all.first(kPacketBytes), _findings, offset);
         drop(std::min(_size, bytes.size()));
         if (packet) {
             return *packet;

@@ -117,6 +117,13 @@ TEST(TransportPacket, IsFoundAgainBehindDamage) {
     EXPECT_EQ(numbersRead(file, 1000, findings), expected);
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsSyncLost, qlx::Severity::Error, 5 * 188, 188, 0}));
+    // A packet says that nothing is in it: of what stands behind it nothing is told.
+    file = fileOf(packets);
+    file[5 * 188 + 3] &= 0x0F;
+    findings.clear();
+    EXPECT_EQ(numbersRead(file, 1000, findings), expected);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsPacketWrong, qlx::Severity::Error, 5 * 188, 0x47, 188}));
     // The end is missing, and the beginning is not one.
     file = fileOf(packets);
     file.resize(file.size() - 24);

@@ -40,6 +40,9 @@ TEST(TransportPlay, ShowsWhatItWouldInOtherFiles) {
         EXPECT_NE(scanned.out.find("page 888, erased, subtitle\n"), std::string::npos) << scanned.out;
         EXPECT_NE(scanned.out.find(": Bonjour\n"), std::string::npos);
         EXPECT_NE(scanned.out.find("frames with teletext in a transport stream\n"), std::string::npos);
+        const ToolResult json = runTool({"scan", stream, "--json"});
+        EXPECT_EQ(json.exitCode, 0);
+        EXPECT_NE(json.err.find("left out: teletext of "), std::string::npos) << json.err;
     }
 }
 

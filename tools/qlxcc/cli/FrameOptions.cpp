@@ -25,7 +25,7 @@ h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are contai
 first H.264 or MPEG-2 video stream, the caption tracks (c608, c708) and the ANC tracks are listed, in the order of
 presentation and with the times of the file. Captions that come with the picture are "in the picture". Behind them
 stands the splice information (SCTE 35) of a ts file: where and when each section came by the program's clock, how
-often, when it splices and how long after that. A ts file on standard input is read for its frames alone.
+often, when it splices and how long after that; with --json they are one line behind those of the frames.
 
 With a FILE in .v210, .klv or .jsonl, or --to-format, the frames are written in that form in place of a list. Rows are
 written as they are read; of other files --lines or --rows says which there are.

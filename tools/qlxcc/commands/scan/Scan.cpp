@@ -114,9 +114,13 @@ std::unique_ptr<FrameWriter> makeWriter(const ScanOptions& options, const std::o
     if (options.listsContents) {
         return std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
     }
-    return !options.asJson ? nullptr : std::make_unique<FrameFile>(output, [&members](streams::ByteSink& sink) {
+    if (!options.asJson) {
+        return nullptr;
+    }
+    const auto make = [&members](streams::ByteSink& sink) {
         return std::make_unique<streams::JsonlWriter>(sink, &members);
-    });
+    };
+    return std::make_unique<FrameFile>(output, make, 0, std::make_shared<LeftOut>(output.name()));
 }
 
 }  // namespace
