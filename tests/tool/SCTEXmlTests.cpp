@@ -261,7 +261,8 @@ TEST(SCTEXml, TellsNamespacesByTheirNames) {
     const auto tierOf = [](const std::string& text, const Lines& notes = {}) { return onlySection(text, notes).tier; };
     const std::string null = "<a:SpliceNull/></a:SpliceInfoSection>";
     for (const char* const name :
-         {"http://www.scte.org/schemas/35", "http://www.scte.org/schemas/35/2016", "https://scte.org/schemas/35"}) {
+         {"http://www.scte.org/schemas/35", "http://www.scte.org/schemas/35/2016", "https://scte.org/schemas/35",
+          "urn:scte:scte35:2013:xml", "urn:scte:scte35:2014:xml+bin"}) {
         EXPECT_EQ(tierOf("<a:SpliceInfoSection xmlns:a='" + std::string(name) + "' tier=' 7 '>" + null), 7);
     }
     // Attributes with the prefix, and in elements of others.

@@ -82,8 +82,12 @@ inline constexpr std::string_view kNamespace = "http://www.scte.org/schemas/35";
 }
 
 /// Whether a namespace is that of the standard, of whatever edition: http://www.scte.org/schemas/35, also with the year
-/// behind it, and as it is seen without "www." or with https.
+/// behind it, and as it is seen without "www." or with https. Manifests of DASH often have the name of the event's scheme
+/// for it: urn:scte:scte35:2013:xml, urn:scte:scte35:2014:xml+bin.
 [[nodiscard]] inline bool isStandard(std::string_view name) {
+    if (name.starts_with("urn:scte:scte35:")) {
+        return true;
+    }
     for (const std::string_view start : {"http://", "https://"}) {
         name.remove_prefix(name.starts_with(start) ? start.size() : 0);
     }
