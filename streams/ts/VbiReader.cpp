@@ -87,6 +87,10 @@ void VbiReader::chooseStreams() {
         _isGuessed = false;
         return;
     }
+    if (_isGuessed && !_map.isWhole()) {
+        // It may be of a program whose map is still to come.
+        return;
+    }
     drop();
     _candidates = std::move(candidates);
 }
@@ -109,12 +113,12 @@ void VbiReader::trustGuess() {
                        _held.empty() ? _packets.offset() : _held.front().offset, *_pid);
 }
 
-/// Without a map every PID may be one of PES packets of private data.
+/// As long as a map is missing every PID may be one of PES packets of private data.
 void VbiReader::collect(const PacketView& packet) {
     constexpr std::array<std::uint8_t, 4> kStart{0, 0, 1, kPrivateStream1};
     const bool isNew = std::none_of(_candidates.begin(), _candidates.end(),
                                     [&](const Candidate& one) { return one.pid == packet.pid; });
-    if (_map.maps().empty() && packet.startsUnit && isNew && _candidates.size() < kMostCandidates &&
+    if (!_map.isWhole() && packet.startsUnit && isNew && _candidates.size() < kMostCandidates &&
         packet.payload.size() >= kStart.size() && std::equal(kStart.begin(), kStart.end(), packet.payload.begin())) {
         _candidates.push_back({packet.pid, PesReader()});
     }
@@ -198,7 +202,7 @@ bool VbiReader::takeOf(std::uint16_t pid, PesReader& reader) {
         } else if (isVbi(*pes)) {
             // What was begun before is damaged, or other data.
             const bool isTaken = take(*pes);
-            _isGuessed = _map.maps().empty();
+            _isGuessed = !_map.isWhole() && _map.streamOf(pid) == nullptr;
             choose(pid);
             return isTaken;
         }

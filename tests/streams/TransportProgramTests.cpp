@@ -112,6 +112,50 @@ TEST(TransportTeletext, IsFoundByTheMapOrByItsData) {
     EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::TsSectionCrcWrong, qlx::Severity::Error, 188, 0x100, 2}));
 }
 
+TEST(TransportTeletext, WaitsForTheMapsOfAllPrograms) {
+    // A PES packet, the map of a program that has nothing, another PES packet, and the program's own map.
+    std::vector<ts::PacketBytes> packets;
+    ts::Pat association;
+    association.programs = {{1, 0x100}, {2, 0x110}};
+    ts::PayloadWriter(0).addSection(*writePat(association), packets);
+    ts::PayloadWriter teletext(0x201);
+    std::mt19937 random(1);
+    std::uint64_t pts = 90000;
+    const auto addTeletext = [&] {
+        StreamBytes pes;
+        ASSERT_TRUE(ts::writeTeletextPes(randomLines(random, 2, true), pts += 3600, true, pes));
+        teletext.addPes(pes, packets);
+    };
+    ts::Pmt map{.header = {.extension = 2}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
+    addTeletext();
+    ts::PayloadWriter(0x110).addSection(*writePmt(map), packets);
+    addTeletext();
+    const std::size_t before = packets.size();
+    map.header.extension = 1;
+    map.streams = {{ts::kPrivatePesType, 0x201, {ts::teletextDescriptor({})}}};
+    ts::PayloadWriter(0x100).addSection(*writePmt(map), packets);
+    addTeletext();
+    const auto read = [&packets](std::size_t count, Findings& findings) {
+        ts::VbiReader reader({}, &findings);
+        for (std::size_t packet = 0; packet < count; ++packet) {
+            reader.push(packets[packet]);
+        }
+        reader.finish();
+        std::size_t moments = 0;
+        while (reader.next() != nullptr) {
+            ++moments;
+        }
+        return moments;
+    };
+    Findings findings;
+    EXPECT_EQ(read(packets.size(), findings), 3U);
+    EXPECT_TRUE(findings.empty());
+    // The map never comes.
+    EXPECT_EQ(read(before, findings), 2U);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::TsMapMissing);
+}
+
 TEST(TransportTeletext, MayEndBeforeTheStream) {
     const std::vector<ts::TeletextPage> pages{{{'s', 'w', 'e'}, ts::TeletextType::Subtitles, 0x399}};
     ts::Pmt map{.header = {.extension = 1}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};

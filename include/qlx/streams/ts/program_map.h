@@ -39,6 +39,9 @@ public:
     /// The maps that have come, in the order of their programs in the association table.
     [[nodiscard]] std::span<const Pmt> maps() const noexcept { return _maps; }
 
+    /// Whether the association table has come, and the map of each program that it names.
+    [[nodiscard]] bool isWhole() const noexcept { return !_maps.empty() && _maps.size() == _programs.size(); }
+
     /// The stream with this PID; null when no map has it. Valid until the maps change.
     [[nodiscard]] QLX_STREAMS_EXPORT const ProgramStream* streamOf(std::uint16_t pid) const noexcept;
 

@@ -44,8 +44,9 @@ struct VbiMoment {
     VbiPacket vbi;             ///< Its lines.
 };
 
-/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at, and before the
-/// first map 64 PES packets of one that was found by its data: a map that comes decides whether they are given.
+/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at, and as long as
+/// a program's map is missing 64 PES packets of one that was found by its data: maps that come decide whether they are
+/// given.
 ///
 /// PES packets without a time have that of the program's clock where they begin.
 ///
@@ -53,7 +54,7 @@ struct VbiMoment {
 /// TsPacketScrambled and TsMorePacketsLeftOut for PES packets too, which are left out; once TsTimeOfClock or, without a
 /// clock, TsTimeMissing (what comes before the first time is left out), TsTimeJumped where a time is before the one in front
 /// of it, TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for each other PID
-/// that is said to hold teletext, TsMapMissing for a stream that is found where there is no map,
+/// that is said to hold teletext, TsMapMissing for a stream that is found and that no map names,
 /// LimitOfBytesReached or LimitOfItemsReached.
 class VbiReader {
 public:
