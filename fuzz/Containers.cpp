@@ -169,17 +169,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::array kKinds{InputKind::Mxf,           InputKind::Mov, InputKind::TransportStream,
                                 InputKind::ProgramStream, InputKind::Mkv, InputKind::Flv};
     Input input(data, size);
-    const std::size_t which = input.takeByte() % 8;
+    const std::size_t which = input.takeByte() % (kKinds.size() + 4);
     if (which < kKinds.size()) {
         readContainer(input, kKinds[which]);
-    } else if (which == 6) {
+        return 0;
+    }
+    switch (which - kKinds.size()) {
+    case 0:
         readTextTracks(input);
-    } else if (which == 7) {
+        break;
+    case 1:
         readTextSample(input);
-    } else if (which % 2 == 0) {
+        break;
+    case 2:
         orderFrames(input);
-    } else {
+        break;
+    default:
         orderPictures(input);
+        break;
     }
     return 0;
 }
