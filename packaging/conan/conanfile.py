@@ -53,13 +53,13 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         # Needed to build them alone: whoever links the libraries needs none.
         private = {"headers": False, "libs": False, "visible": False}
         self.requires("nlohmann_json/3.11.3", **{**private, "headers": True})
+        self.requires("pugixml/[>=1.10 <2]", visible=False)
         # Of the second library's module alone, which is loaded at run time.
         if self.options.ffmpeg:
             self.requires("ffmpeg/[>=5 <7]", visible=False)
         # Of the tool alone: whoever links the library needs none of them.
         if self.options.tool:
             self.requires("cli11/2.3.2", **{**private, "headers": True})
-            self.requires("pugixml/[>=1.10 <2]", visible=False)
             if self.options.png:
                 self.requires("libpng/[>=1.6 <2]", visible=False)
 
@@ -76,6 +76,7 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         toolchain.cache_variables["QLX_INSTALL"] = True
         toolchain.cache_variables["QLX_STREAMS_FFMPEG"] = bool(self.options.ffmpeg)
         toolchain.cache_variables["QLX_TOOL_PNG"] = bool(self.options.get_safe("png"))
+        toolchain.cache_variables["QLX_TOOL_UCHARDET"] = False
         toolchain.cache_variables["QLX_TOOL_ZVBI"] = False
         toolchain.generate()
 

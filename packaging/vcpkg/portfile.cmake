@@ -26,9 +26,11 @@ vcpkg_cmake_configure(
         ${PKGCONFIG_OPTIONS}
         -DQLX_BUILD_TESTS=OFF
         -DQLX_INSTALL=ON
+        -DQLX_TOOL_UCHARDET=OFF
         -DQLX_TOOL_ZVBI=OFF
     MAYBE_UNUSED_VARIABLES
         QLX_TOOL_PNG
+        QLX_TOOL_UCHARDET
         QLX_TOOL_ZVBI)
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(PACKAGE_NAME QLXClosedCaptionsUtilities CONFIG_PATH lib/cmake/QLXClosedCaptionsUtilities)
