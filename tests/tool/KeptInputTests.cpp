@@ -35,7 +35,7 @@ std::vector<KeptInputs> allKept() {
                                 {"SubtitleFile", 0, {"subs", "-"}},
                                 {"RowFile", 1, {"scan", "-", "--from-format", "v210", "--width", "31"}},
                                 {"RowFile", 1, {"scan", "-", "--from-format", "2vuy", "--width", "768"}}};
-    for (const char* kind : {"mov", "mxf", "ts", "ps"}) {
+    for (const char* kind : {"mov", "mxf", "ts", "ps", "mkv", "flv"}) {
         all.push_back({"ContainerStructure", 1, {"scan", "-", "--from-format", kind}});
         all.push_back({"Containers", 1, {"extract", "-", "--from-format", kind, "--to-format", "triplets"}});
     }
@@ -46,6 +46,7 @@ std::vector<KeptInputs> allKept() {
                                                                                        {"MccFile", "mcc"},
                                                                                        {"H264Captions", "h264"},
                                                                                        {"MPEG2Captions", "mpeg2"},
+                                                                                       {"SpliceStream", "ts"},
                                                                                        {"AccessUnits", "h264"}}) {
         all.push_back({target, 0, {"scan", "-", "--from-format", kind}});
     }
@@ -55,6 +56,8 @@ std::vector<KeptInputs> allKept() {
                                                                                        {"STLFile", "stl"},
                                                                                        {"StlBlocks", "stl"},
                                                                                        {"SubtitleJSON", "json"},
+                                                                                       {"SsaCues", "ass"},
+                                                                                       {"TtmlCues", "ttml"},
                                                                                        {"WebVttCues", "vtt"}}) {
         all.push_back({target, 0, {"convert", "-", "--from-format", kind, "--to-format", "srt", "-o", "-"}});
     }
