@@ -196,6 +196,14 @@ TEST(Carriers, HaveTheBytesOfPlayFromSubtitles) {
     EXPECT_EQ(folder.read("c.scc"), folder.read("d.scc"));
     EXPECT_EQ(converted(file, folder.path("e.klv")).exitCode, 2);
     EXPECT_EQ(converted(file, folder.path("e.scc"), {"--page", "801"}).exitCode, 2);
+    // A pipe is read once, also one with a name: to tell its format would take its beginning away.
+    const std::string out = folder.path("f.klv");
+    Arguments named{"convert", "/dev/stdin", "-o", out, "--to-rate", "25"};
+    EXPECT_EQ(runTool(named, {.input = folder.read("a.srt"), .inputRestsAt = 10}).exitCode, 2);
+    named.insert(named.end(), {"--from-format", "srt"});
+    EXPECT_EQ(runTool(named, {.input = folder.read("a.srt"), .inputRestsAt = 10}).exitCode, 0);
+    ASSERT_EQ(converted(file, folder.path("g.klv"), {"--to-rate", "25"}).exitCode, 0);
+    EXPECT_EQ(folder.read("f.klv"), folder.read("g.klv"));
 }
 
 TEST(Carriers, KeepTheNumbersOfFramesBetweenWhichAreOthersWithoutPackets) {

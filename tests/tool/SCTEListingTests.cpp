@@ -462,8 +462,10 @@ TEST(SCTE35, WritesAndScansATransportStream) {
     const std::string heard = outputOf({"scan", folder.path("c.ts")});
     EXPECT_NE(heard.find("at 79996"), std::string::npos) << heard;
     EXPECT_LT(folder.read("c.ts").size(), 200'000U);
-    // Through a pipe, too.
+    // Through a pipe, too, which is read once also where it has a name.
     EXPECT_EQ(outputOf({"scan", "-"}, folder.read("a.ts")), listed.out);
+    const ToolResult named = runTool({"scan", "/dev/stdin"}, {.input = folder.read("a.ts"), .inputRestsAt = 188});
+    EXPECT_EQ(named.out, listed.out);
     EXPECT_EQ(outputOf({"scan", "-", "--changes"}, folder.read("a.ts")), changes.out);
     EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "1"}, {.input = digits}).exitCode, 2);
     EXPECT_EQ(runTool({"scte35", "-", "--pts", "1", "--heartbeat", "0", "-o", file}, {.input = digits}).exitCode, 2);

@@ -14,10 +14,12 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace qlx::tool {
@@ -380,10 +382,12 @@ InputKind kindOfInput(const CueRequest& request) {
     if (request.source.kind) {
         return *request.source.kind;
     }
-    if (request.path == "-") {
+    InputFile file(request.path);
+    // It is read a second time, also one that has a name.
+    std::error_code error;
+    if (request.path == "-" || !std::filesystem::is_regular_file(request.path, error)) {
         throw UsageError("--from-format is needed: a pipe that becomes packets does not tell its format");
     }
-    InputFile file(request.path);
     return textKindOf(file, request.encoding).value_or(kindOf(file, std::nullopt));
 }
 

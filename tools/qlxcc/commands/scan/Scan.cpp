@@ -70,14 +70,15 @@ private:
     std::unique_ptr<ListWriter> _list;
 };
 
-/// Splice information, read beside the frames. It is in a transport stream; a file is read once more for it.
+/// Splice information, read beside the frames. It is in a transport stream; a file is read once more for it, a pipe, which
+/// may have a name too, only once.
 std::unique_ptr<SpliceList> spliceListOf(const ScanOptions& options, InputFile& source) {
     std::vector<std::uint16_t> pids;
     if (options.splicePid) {
         pids.push_back(*options.splicePid);
     }
     auto list = std::make_unique<SpliceList>(source, pids);
-    if (options.file == "-") {
+    if (!source.size()) {
         source.observe([splices = list.get()](std::span<const std::uint8_t> bytes) { splices->push(bytes); });
     } else {
         list->readFile(options.file);
