@@ -73,10 +73,13 @@ struct RowLosses {
     return cue.screenRows != 0 ? cue.screenRows : kTeletextRows;
 }
 
+/// Row::anchor has the nine places of a numeric keypad; beyond are none.
+inline constexpr std::uint8_t kGreatestAnchor = 9;
+
 /// Where a row stands, as on a numeric keypad: its anchor, or what its row of the screen and its alignment say; 0 for
 /// below, in the middle.
 [[nodiscard]] inline std::uint8_t anchorOf(const Cue& cue, const Row& row) noexcept {
-    if (row.anchor != 0) {
+    if (row.anchor != 0 && row.anchor <= kGreatestAnchor) {
         return row.anchor;
     }
     const std::uint64_t rows = screenRowsOf(cue);

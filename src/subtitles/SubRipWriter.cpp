@@ -130,7 +130,8 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
         const std::uint64_t below = cue.rows.size() - static_cast<std::size_t>(number) - 1;
         const bool isUsual =
             row.number == 0 || row.number + below == screenRowsOf(cue) || isTallBottom(cue, row, below);
-        losses.isPlaceLost = row.column != 0 || !isUsual || anchorOf(cue, row) != anchor;
+        losses.isPlaceLost =
+            row.column != 0 || !isUsual || anchorOf(cue, row) != anchor || row.anchor > kGreatestAnchor;
         losses.say(report, ++number);
     }
     text += '\n';

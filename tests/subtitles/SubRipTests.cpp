@@ -207,6 +207,17 @@ TEST(SubRip, WritesCues) {
     EXPECT_TRUE(findings.empty());
 }
 
+TEST(SubRip, WritesNoPlaceThatIsNone) {
+    for (const int anchor : {10, 255}) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+        cue.rows[0].anchor = static_cast<std::uint8_t>(anchor);
+        qlx::Findings findings;
+        EXPECT_EQ(written(cue, &findings), "1\n00:00:01,000 --> 00:00:02,000\na\n\n") << anchor;
+        ASSERT_EQ(findings.size(), 1U) << anchor;
+        EXPECT_EQ(findings.begin()->code, qlx::FindingCode::SubtitlePlaceLost);
+    }
+}
+
 TEST(SubRip, SaysWhatItCannotWrite) {
     using enum qlx::FindingCode;
     Cue cue = cueOf(1, 1000, 1000, {rowOf("<b>"), rowOf("x")});
