@@ -9,7 +9,12 @@
 #include "TtmlTimes.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace qlx::streams {
 
@@ -76,18 +81,31 @@ public:
 
     /// Ends what does not go on to the next sample.
     void beginSample(const MediaTime& begin) {
-        giveIf([&begin](const subtitles::Cue& cue) { return !isSameTime(cue.end, begin); });
+        if (!_joins || !_begin || !isSameTime(*_begin, begin)) {
+            giveIf([&begin](const subtitles::Cue& cue) { return !isSameTime(cue.end, begin); });
+        }
+        _begin = begin;
     }
 
     void add(subtitles::Cue cue) {
-        const auto same = std::find_if(_open.begin(), _open.end(), [&](const subtitles::Cue& open) {
-            return isSameTime(open.end, cue.start) && isSameBut(open, cue);
-        });
-        if (_joins && same != _open.end()) {
-            same->end = cue.end;
+        if (!_joins) {
+            _open.push_back(std::move(cue));
+            return;
+        }
+        Key key{cue.start, textOf(cue)};
+        const auto [first, last] = _places.equal_range(key);
+        const auto same =
+            std::find_if(first, last, [&](const auto& each) { return isSameBut(_open[each.second], cue); });
+        std::size_t place = _open.size();
+        key.end = cue.end;
+        if (same != last) {
+            place = same->second;
+            _places.erase(same);
+            _open[place].end = cue.end;
         } else {
             _open.push_back(std::move(cue));
         }
+        _places.emplace(std::move(key), place);
     }
 
     void finish() {
@@ -95,6 +113,33 @@ public:
     }
 
 private:
+    /// By which an open cue is found: of many, few have the same one.
+    struct Key {
+        MediaTime end;
+        std::string text;
+
+        bool operator<(const Key& other) const {
+            return detail::isBefore(end, other.end) || (!detail::isBefore(other.end, end) && text < other.text);
+        }
+    };
+
+    static std::string textOf(const subtitles::Cue& cue) {
+        std::string text = cue.identifier + cue.region + cue.language;
+        const auto append = [&text](const subtitles::Properties& properties) {
+            for (const subtitles::Property& property : properties) {
+                text += property.name + property.value;
+            }
+        };
+        append(cue.properties);
+        for (const subtitles::Row& row : cue.rows) {
+            for (const subtitles::Run& run : row.runs) {
+                text += run.text;
+                append(run.properties);
+            }
+        }
+        return text;
+    }
+
     static bool isSameBut(const subtitles::Cue& left, const subtitles::Cue& right) {
         return left.rows == right.rows && left.identifier == right.identifier && left.language == right.language &&
                left.region == right.region && left.properties == right.properties;
@@ -103,11 +148,13 @@ private:
     template <class Condition>
     void giveIf(const Condition& isOver) {
         std::vector<subtitles::Cue> kept;
+        _places.clear();
         for (subtitles::Cue& cue : _open) {
             if (!_joins || isOver(cue)) {
                 cue.number = ++_given;
                 _take(std::move(cue));
             } else {
+                _places.emplace(Key{cue.end, textOf(cue)}, kept.size());
                 kept.push_back(std::move(cue));
             }
         }
@@ -116,7 +163,9 @@ private:
 
     const std::function<void(subtitles::Cue)>& _take;
     bool _joins;
+    std::optional<MediaTime> _begin;
     std::vector<subtitles::Cue> _open;
+    std::multimap<Key, std::size_t> _places;  ///< Of the open cues.
     std::uint64_t _given = 0;
 };
 

@@ -174,6 +174,25 @@ TEST(TextTracks, AreReadFromWebVttInBoxes) {
     EXPECT_NE(result.err.find("1 part of a text sample left out"), std::string::npos) << result.err;
 }
 
+TEST(TextTracks, JoinManyCuesOfTwoSamplesEachWithItsOwn) {
+    const TemporaryFolder folder;
+    // Two of the same text stay two; of those with the same text and another place each goes on with its own.
+    std::string sample;
+    std::string expected = "WEBVTT\n\n";
+    constexpr int kCues = 300;
+    for (int index = 0; index < kCues; ++index) {
+        const std::string line = std::to_string(index / 4);
+        const std::string text = "t" + std::to_string(index / 10);
+        sample += box("vttc", box("sttg", "line:" + line) + box("payl", text));
+        expected += std::to_string(index + 1) + "\n00:00:00.000 --> 00:00:01.000 line:" + line + "\n" + text + "\n\n";
+    }
+    const std::string entry = box("wvtt", zeros(6) + number(1, 2) + box("vttC", "WEBVTT"));
+    const std::string file = folder.write("in.mp4", mp4({{"eng", "text", entry, {{sample, 500}, {sample, 500}}}}));
+    const ToolResult result = converted(file, "vtt");
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, expected) << result.err;
+}
+
 TEST(TextTracks, AreReadFromTtmlDocuments) {
     const TemporaryFolder folder;
     const auto document = [](std::string_view body) {
