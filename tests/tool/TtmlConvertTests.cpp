@@ -130,7 +130,9 @@ TEST(TtmlConvert, CountsFramesAtTheRateThatIsSaidWhereTheFileSaysNone) {
     // 12 frames and 10 hours of 108,000 numbers, 1001/30000 s each.
     EXPECT_EQ(times(at(none, {"--from-rate", "29.97"})), "10:00:36,400 --> 10:00:38,002");
     // The labels of dropped frames: 10 hours are 1,078,920 frames.
-    EXPECT_EQ(times(at(none, {"--from-rate", "29.97", "--drop"})), "10:00:00,364 --> 10:00:01,966");
+    const ToolResult dropped = at(none, {"--from-rate", "29.97", "--drop"});
+    EXPECT_EQ(times(dropped), "10:00:00,364 --> 10:00:01,966");
+    EXPECT_EQ(dropped.err.find("without effect"), std::string::npos) << dropped.err;
     const ToolResult kept = at(own, {"--from-rate", "30"});
     EXPECT_EQ(times(kept), "10:00:00,480 --> 10:00:02,000");
     EXPECT_NE(kept.err.find("--from-rate is without effect: the file says what its frames count"), std::string::npos);

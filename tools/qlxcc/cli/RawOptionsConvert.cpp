@@ -129,7 +129,9 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
 /// @param format Of what is written: files of frames have a rate, and some of them timecodes.
 void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues, ConvertOptions& options) {
     const auto kind = options.input.source.kind ? options.input.source.kind : inputKindOfName(raw.file);
-    const bool isText = kind && hasCues(*kind) && kind != InputKind::Stl;
+    // Timed text in XML may count frames, as EBU STL does.
+    const bool mayCount = kind == InputKind::Stl || kind == InputKind::Ttml;
+    const bool isText = kind && hasCues(*kind) && !mayCount;
     const bool hasFrom = parseFrameTimecode(raw.fromStart).has_value();
     const bool hasTo = parseFrameTimecode(raw.toStart).has_value();
     const bool isStl = options.format == CueFormat::Stl;
@@ -141,7 +143,7 @@ void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues,
     if (!raw.toRate.empty() && !hasTo && !isStl && isOfCues) {
         options.unused.emplace_back("--to-rate");
     }
-    if ((raw.isDrop || raw.isNonDrop) && !hasFrom && !hasTo && !hasTimecodes && kind != InputKind::Stl) {
+    if ((raw.isDrop || raw.isNonDrop) && !hasFrom && !hasTo && !hasTimecodes && !mayCount) {
         options.unused.emplace_back(raw.isDrop ? "--drop" : "--non-drop");
     }
 }
