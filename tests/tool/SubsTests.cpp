@@ -48,6 +48,21 @@ TEST(Subs, ListsWebVttAndSubStationAlphaWhichPlayPlays) {
     }
 }
 
+TEST(Subs, CountsTheCuesThatAreLeftOutOfEveryText) {
+    const TemporaryFolder folder;
+    const std::string vtt = folder.write("in.vtt", "WEBVTT\n\n00:03.000 --> 00:02.000\nx\n\n00:03.000 --> 00:0x\ny\n\n"
+                                                   "00:05.000 --> 00:06.000\nz\n");
+    const std::string ass =
+        folder.write("in.ass", "[Script Info]\n[Events]\nFormat: Start, End, Text\nDialogue: 0:00:03.00,0:00:02.00,x\n"
+                               "Dialogue: 0:00:0x,0:00:02.00,y\nDialogue: 0:00:05.00,0:00:06.00,z\n");
+    for (const std::string& file : {vtt, ass}) {
+        const ToolResult listed = runTool({"subs", file});
+        EXPECT_EQ(listed.exitCode, 0) << listed.err;
+        EXPECT_NE(listed.out.find(": cue left out: the end, 2000 ms, is not later"), std::string::npos) << listed.out;
+        EXPECT_NE(listed.out.find(": 1 cue, 2 left out\n"), std::string::npos) << listed.out;
+    }
+}
+
 TEST(Subs, ListsTheRowsOfCues) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoCues + "stray\n");

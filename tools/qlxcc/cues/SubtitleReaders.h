@@ -3,6 +3,8 @@
 
 #include "cues/Subtitles.h"
 
+#include <qlx/base/finding.h>
+
 #include <string_view>
 
 namespace qlx::tool {
@@ -17,8 +19,8 @@ struct CueTakers {
     CueValueTaker value;  ///< In its place, where there is one.
 };
 
-/// Hands a cue on in the form that is asked for, with its rows as withPageRows() has them.
-void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take);
+/// A problem of what is found in a text, which is no remark: whether there is one cue less.
+[[nodiscard]] SubtitleProblem problemOf(const Finding& finding);
 
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 
@@ -28,7 +30,7 @@ void readTextCues(Subtitles& subtitles, std::string_view text, const SubtitleReq
 void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
 
-/// Hands a cue on in the form that is asked for: as it is, or as a record on the rows of a teletext page.
+/// Hands a cue on in the form that is asked for: as it is, or as a record with its rows as withPageRows() has them.
 void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take);
 
 /// @throws Failure: there is no cue in the text.

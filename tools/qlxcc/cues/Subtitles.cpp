@@ -13,6 +13,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -57,7 +58,7 @@ public:
 
     void found(const std::string&, const Finding& finding) override {
         if (finding.severity != Severity::Remark) {
-            _subtitles.problems.add({finding.offset, finding.text(), SubtitleProblem::Effect::None});
+            _subtitles.problems.add(problemOf(finding));
         }
     }
     void say(const std::string& text, bool) override {
@@ -142,6 +143,17 @@ private:
 };
 
 }  // namespace
+
+SubtitleProblem problemOf(const Finding& finding) {
+    using enum FindingCode;
+    constexpr FindingCode kOfCues[] = {WebVttTimingWrong, WebVttEndNotLater, WebVttTextTooLong, SrtTimingMissing,
+                                       SrtTimeWrong,      SrtEndNotLater,    SrtCueTooLong,     SsaEventWrong,
+                                       SsaTimeWrong,      SsaEndNotLater,    SsaRowsTooMany};
+    const bool isOfCue = std::find(std::begin(kOfCues), std::end(kOfCues), finding.code) != std::end(kOfCues);
+    return {finding.offset, finding.text(),
+            isOfCue && finding.severity == Severity::Error ? SubtitleProblem::Effect::CueLeftOut
+                                                           : SubtitleProblem::Effect::None};
+}
 
 Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take) {
     return read(request, {take, {}});

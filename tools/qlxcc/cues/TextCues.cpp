@@ -22,7 +22,7 @@ public:
 
     void add(const Finding& finding) override {
         if (finding.severity != Severity::Remark) {
-            _subtitles.problems.add({finding.offset, finding.text(), SubtitleProblem::Effect::None});
+            _subtitles.problems.add(problemOf(finding));
         }
     }
 
