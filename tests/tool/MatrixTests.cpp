@@ -245,6 +245,19 @@ double millisecondsOf(const qlx::MediaTime& time) {
     return 1000.0 * static_cast<double>(time.value) / time.timescale;
 }
 
+/// When each character appears: a run without a time does with what is in front of it.
+std::string appearancesOf(const Cue& cue) {
+    qlx::MediaTime from = cue.start;
+    return ofCharacters(cue, [&from](const Run& run, std::size_t count) {
+        from = run.from.isValid() ? run.from : from;
+        std::string text;
+        for (; count > 0; --count) {
+            text += std::to_string(std::llround(millisecondsOf(from))) + ".";
+        }
+        return text;
+    });
+}
+
 /// What a cue has of a feature.
 std::string saidOf(const Cue& cue, CueFeature feature) {
     const auto flag = [&cue](bool qlx::subtitles::Style::*member) {
@@ -290,15 +303,7 @@ std::string saidOf(const Cue& cue, CueFeature feature) {
             return std::string(count, color(run.style.background.value_or(Color::Black)));
         });
     case CueFeature::InnerTimes:
-        // A run without a time appears with what is in front of it.
-        return ofCharacters(cue, [&cue, from = cue.start](const Run& run, std::size_t count) mutable {
-            from = run.from.isValid() ? run.from : from;
-            std::string text;
-            for (; count > 0; --count) {
-                text += std::to_string(std::llround(millisecondsOf(from))) + ".";
-            }
-            return text;
-        });
+        return appearancesOf(cue);
     case CueFeature::Rows:
         return std::to_string(bandOf(cue));
     case CueFeature::Sides:
