@@ -165,12 +165,20 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
     return place;
 }
 
+bool isSettingValue(std::string_view text) noexcept {
+    return text.find_first_of(" \t\r\n\f") == std::string_view::npos && text.find("-->") == std::string_view::npos;
+}
+
 void appendSettings(const Cue& cue, std::string& text) {
     constexpr std::string_view kSettingNames[] = {"vertical", "line", "position", "size", "align"};
-    const auto property = [&cue](std::string_view name) { return valueOf(cue.properties, "vtt." + std::string(name)); };
+    const auto property = [&cue](std::string_view name) {
+        const std::string* const value = valueOf(cue.properties, "vtt." + std::string(name));
+        return value != nullptr && isSettingValue(*value) ? value : nullptr;
+    };
+    const bool hasRegion = !cue.region.empty() && isSettingValue(cue.region);
     const Row* const row = cue.rows.empty() ? nullptr : &cue.rows.front();
     const bool isOfScreen = row != nullptr && row->anchor == 0 && row->number != 0;
-    if (!cue.region.empty()) {
+    if (hasRegion) {
         text += " region:" + cue.region;
     } else if (isOfScreen && property("line") == nullptr) {
         appendScreenPlace(cue, *row, text);
@@ -180,7 +188,7 @@ void appendSettings(const Cue& cue, std::string& text) {
     for (const std::string_view name : kSettingNames) {
         if (const std::string* const value = property(name)) {
             text += " " + std::string(name) + ":" + *value;
-        } else if (name == "line" && cue.region.empty() && anchor > 3) {
+        } else if (name == "line" && !hasRegion && anchor > 3) {
             text += " line:" + std::string(anchor > 6 ? kTopLine : kMiddleLine);
         } else if (name == "align" && anchor != 0 && anchor % 3 != 2) {
             text += anchor % 3 == 1 ? " align:left" : " align:right";

@@ -25,7 +25,10 @@ struct PlaceOfSettings {
 PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::string, std::less<>>& regions, Cue& cue,
                              const std::function<void(FindingCode, std::int64_t)>& report);
 
-/// Appends the settings of a cue, each with a space in front of it: those that are its properties, or else what the
+/// Whether a text may be the value of a setting: what white space cuts or a line of times has may not.
+[[nodiscard]] bool isSettingValue(std::string_view text) noexcept;
+
+/// Appends the settings of a cue whose values may be some, each with a space in front of it: those that are its properties, or else what the
 /// place of its first row is.
 void appendSettings(const Cue& cue, std::string& text);
 

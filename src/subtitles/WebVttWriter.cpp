@@ -167,23 +167,41 @@ bool isBehind(const Row& row, const Row& first, std::uint64_t rows) noexcept {
            (row.number >= first.number + rows && row.number <= first.number + kDouble * rows);
 }
 
+/// Appends text without its empty lines and with no arrow in it, of which one would end a block and the other be times.
 void appendBlock(std::string& text, std::string_view block) {
-    text += block;
-    text += "\n\n";
+    while (!block.empty()) {
+        const std::size_t end = std::min(block.find_first_of("\r\n"), block.size());
+        for (std::string_view line = block.substr(0, end); !line.empty();) {
+            const std::size_t arrow = line.find("-->");
+            text += line.substr(0, arrow);
+            text += arrow == std::string_view::npos ? "" : "-- >";
+            line.remove_prefix(arrow == std::string_view::npos ? line.size() : arrow + 3);
+        }
+        text += end == 0 ? "" : "\n";
+        block.remove_prefix(std::min(end + 1, block.size()));
+    }
+    text += '\n';
+}
+
+/// Appends a line of the head.
+void appendHead(std::string& text, std::string_view line) {
+    std::string row;
+    appendWithoutLineEnds(row, line);
+    for (std::size_t arrow = row.find("-->"); arrow != std::string::npos; arrow = row.find("-->", arrow)) {
+        row.replace(arrow, 3, "-- >");
+    }
+    text += row;
+    text += '\n';
 }
 
 }  // namespace
 
 void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
     text += "WEBVTT";
-    if (!file.title.empty()) {
-        text += ' ';
-        appendWithoutLineEnds(text, file.title);
-    }
-    text += '\n';
+    text += file.title.empty() ? "" : " ";
+    appendHead(text, file.title);
     for (const std::string& line : file.header) {
-        appendWithoutLineEnds(text, line);
-        text += '\n';
+        appendHead(text, line);
     }
     text += '\n';
     for (const std::string& block : file.blocks) {
@@ -202,13 +220,14 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
         if (property.name == properties::kWebVttNote) {
             appendBlock(text, property.value);
         }
-        lost +=
-            std::find(std::begin(kCueProperties), std::end(kCueProperties), property.name) == std::end(kCueProperties)
-                ? 1
-                : 0;
+        const bool isKnown =
+            std::find(std::begin(kCueProperties), std::end(kCueProperties), property.name) != std::end(kCueProperties);
+        const bool isWritten = isKnown && (property.name == properties::kWebVttNote || isSettingValue(property.value));
+        lost += isWritten ? 0 : 1;
     }
     report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
     report.add(SubtitleNameLost, !cue.language.empty(), static_cast<std::int64_t>(cue.language.size()));
+    report.add(SubtitleNameLost, !isSettingValue(cue.region), static_cast<std::int64_t>(cue.region.size()));
     const bool isName = cue.identifier.find("-->") == std::string::npos;
     report.add(SubtitleNameLost, !isName, static_cast<std::int64_t>(cue.identifier.size()));
     if (!cue.identifier.empty() && isName) {

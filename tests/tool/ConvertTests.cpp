@@ -454,5 +454,20 @@ TEST(Convert, SaysWhatOfJsonItCannotUse) {
     }
 }
 
+TEST(Convert, WritesNoLinesIntoWebVttThatJsonHasWhereNoneMayBe) {
+    const TemporaryFolder folder;
+    const ToolResult result = converted(folder.write("in.json", R"({"schema":"qlxcc/subtitles/1",
+"webvtt":{"title":"T --> U","header":["Kind: x\n\ny","a --> b"],"blocks":["STYLE\n\n::cue{}\nc --> d"]},
+"webvttNotes":["NOTE e\n\nf --> g"],"cues":[
+{"region":"a b","start":{"value":1,"timescale":1},"end":{"value":2,"timescale":1},
+"properties":[{"name":"vtt.line","value":"0\nX"},{"name":"vtt.size","value":"50%"}],"rows":[{"runs":[{"text":"a"}]}]}]})"),
+                                        "vtt");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, "WEBVTT T -- > U\nKind: x  y\na -- > b\n\nSTYLE\n::cue{}\nc -- > d\n\n"
+                          "00:00:01.000 --> 00:00:02.000 size:50%\na\n\nNOTE e\nf -- > g\n\n");
+    EXPECT_NE(result.err.find("cue 1: row 0: 1 properties are lost"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("cue 1: a name of 3 bytes is lost"), std::string::npos) << result.err;
+}
+
 }  // namespace
 }  // namespace convert_tests
