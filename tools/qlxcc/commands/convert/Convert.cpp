@@ -125,9 +125,10 @@ public:
     void write(const subtitles::Cue& cue, const CueInput& input) {
         _text.clear();
         begin(input);
+        ++_given;
         const bool isWritten = _ttml                        ? _ttml->write(cue)
                                : _format == CueFormat::Srt  ? _subRip.write(cue, _text)
-                               : _format == CueFormat::Vtt  ? _webVtt.write(cue, _text)
+                               : _format == CueFormat::Vtt  ? writeWebVtt(cue, input)
                                : _format == CueFormat::Json ? _json.write(cue, _text)
                                                             : _stl.write(cue, input);
         _cues += isWritten ? 1 : 0;
@@ -152,6 +153,20 @@ public:
     [[nodiscard]] std::uint64_t cues() const { return _cues; }
 
 private:
+    /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there.
+    bool writeWebVtt(const subtitles::Cue& cue, const CueInput& input) {
+        if (!input.ttml || cue.region.empty()) {
+            return _webVtt.write(cue, _text);
+        }
+        subtitles::Cue placed = cue;
+        placed.region.clear();
+        if (_findings != nullptr) {
+            _findings->add({FindingCode::SubtitleNameLost, Severity::Warning, _given,
+                            static_cast<std::int64_t>(cue.region.size())});
+        }
+        return _webVtt.write(placed, _text);
+    }
+
     void begin(const CueInput& input) {
         if (std::exchange(_isBegun, true)) {
             return;
@@ -188,6 +203,7 @@ private:
     JsonCueWriter _json;
     std::string _text;
     bool _isBegun = false;
+    std::uint64_t _given = 0;
     std::uint64_t _cues = 0;
 };
 
