@@ -56,8 +56,9 @@ void VbiReader::chooseStreams() {
     if (_options.pid || (_pid && !_isGuessed && _map.streamOf(*_pid) != nullptr)) {
         return;
     }
-    // What was found by its data may be what the map names.
-    const std::optional<std::uint16_t> guess = _isGuessed ? _pid : std::nullopt;
+    // What was found by its data may be what the map names. PIDs have 13 bits.
+    constexpr std::uint16_t kNoPid = 0xFFFF;
+    const std::uint16_t guess = _isGuessed ? _pid.value_or(kNoPid) : kNoPid;
     std::vector<Candidate> candidates;
     bool isGuessThere = false;
     for (const Pmt& map : _map.maps()) {

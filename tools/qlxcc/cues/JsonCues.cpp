@@ -149,11 +149,11 @@ bool takeStl(const Value& value, CueInput& input) {
             return false;
         }
     }
-    auto gsi = subtitles::parseGsi(bytes);
+    const auto gsi = subtitles::parseGsi(bytes);
     if (!gsi) {
         return false;
     }
-    input.gsi = std::move(*gsi);
+    input.gsi = *gsi;
     return true;
 }
 
