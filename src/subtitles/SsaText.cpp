@@ -220,13 +220,15 @@ bool SsaText::takePlaceCode(std::string_view code) {
         return false;
     }
     std::string_view inside = code.substr(4, code.size() - 5);
-    const auto x = coordinateOf(takePart(inside, ','));
+    const std::string_view across = takePart(inside, ',');
+    const auto x = coordinateOf(across);
     const auto y = coordinateOf(inside);
     if (!x || !y) {
         return false;
     }
     if (!_position) {
         _position = {*x, *y};
+        _positionText = std::string(trimmed(across)) + "," + std::string(trimmed(inside));
     }
     return true;
 }
@@ -306,6 +308,9 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
     first = std::clamp(std::round(first), 0.0, std::max(0.0, kRows - count));
     const bool hasRows = count <= kRows && std::abs(first - usual) >= 1;
     const bool hasColumns = _position.has_value();
+    if (hasColumns) {
+        cue.properties.push_back({std::string(properties::kSsaPosition), _positionText});
+    }
     if (!hasRows && !hasColumns) {
         return;
     }

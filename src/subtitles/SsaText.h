@@ -68,6 +68,7 @@ private:
     std::uint64_t _line = 0;
     std::uint8_t _anchor = 0;
     std::optional<Position> _position;
+    std::string _positionText;  ///< Its two numbers, with a comma.
     bool _endsSoftly = false;
     bool _isDrawing = false;
     bool _isChanged = false;

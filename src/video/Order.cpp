@@ -168,8 +168,8 @@ std::optional<std::int64_t> PictureCount::cyclePlace(const H264Sequence& sequenc
         if (cycle != 0 && cycles > 2 * kGreatest / std::abs(cycle)) {
             return std::nullopt;
         }
-        const auto last = offsets.begin() + (frames - 1) % length + 1;
-        count += cycles * cycle + std::accumulate(offsets.begin(), last, std::int64_t{0});
+        const auto begun = offsets.first(static_cast<std::size_t>((frames - 1) % length + 1));
+        count += cycles * cycle + std::accumulate(begun.begin(), begun.end(), std::int64_t{0});
     }
     if (count > kGreatest) {
         return std::nullopt;

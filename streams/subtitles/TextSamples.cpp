@@ -1,5 +1,7 @@
 #include "TextSamples.h"
 
+#include "TtmlTimes.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
 #include <qlx/subtitles/colors.h>
@@ -241,19 +243,6 @@ void readOne(const std::string& text, FindingSink& findings, const std::function
     }
 }
 
-/// `00:00:01.500`
-std::string timeText(std::int64_t milliseconds) {
-    const auto padded = [](std::int64_t number, std::size_t digits) {
-        const std::string text = std::to_string(number);
-        return std::string(digits - std::min(digits, text.size()), '0') + text;
-    };
-    constexpr std::int64_t kSecond = 1000;
-    constexpr std::int64_t kMinute = 60;
-    const std::int64_t seconds = milliseconds / kSecond;
-    return padded(seconds / kMinute / kMinute, 2) + ":" + padded(seconds / kMinute % kMinute, 2) + ":" +
-           padded(seconds % kMinute, 2) + "." + padded(milliseconds % kSecond, 3);
-}
-
 std::string lineOf(std::string_view text) {
     return std::string(text.substr(0, text.find_first_of("\r\n")));
 }
@@ -366,7 +355,8 @@ void readWebVttText(std::string_view text, std::string_view name, std::string_vi
     if (!identifier.empty() && identifier.find("-->") == std::string::npos) {
         file += identifier + "\n";
     }
-    file += timeText(begin) + " --> " + timeText(end) + " " + lineOf(settings) + "\n" + withoutEmptyRows(text) + "\n\n";
+    file +=
+        clockTime(begin) + " --> " + clockTime(end) + " " + lineOf(settings) + "\n" + withoutEmptyRows(text) + "\n\n";
     readOne<subtitles::WebVttReader>(file, findings, [&](Cue cue) {
         cue.start = span.begin;
         cue.end = span.end;

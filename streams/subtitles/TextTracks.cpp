@@ -69,10 +69,6 @@ private:
     std::uint64_t _place = 0;
 };
 
-bool isSameTime(const MediaTime& left, const MediaTime& right) {
-    return !detail::isBefore(left, right) && !detail::isBefore(right, left);
-}
-
 /// Joins cues again that samples cut, and numbers them.
 class CueJoiner {
 public:
@@ -81,8 +77,8 @@ public:
 
     /// Ends what does not go on to the next sample.
     void beginSample(const MediaTime& begin) {
-        if (!_joins || !_begin || !isSameTime(*_begin, begin)) {
-            giveIf([&begin](const subtitles::Cue& cue) { return !isSameTime(cue.end, begin); });
+        if (!_joins || !_begin || !detail::isSameTime(*_begin, begin)) {
+            giveIf([&begin](const subtitles::Cue& cue) { return !detail::isSameTime(cue.end, begin); });
         }
         _begin = begin;
     }

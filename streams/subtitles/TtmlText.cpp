@@ -124,10 +124,7 @@ std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector
         last = piece.isBreak ? last : &appears;
     }
     std::sort(times.begin(), times.end(), isBefore);
-    const auto isSame = [](const MediaTime& left, const MediaTime& right) {
-        return !isBefore(left, right) && !isBefore(right, left);
-    };
-    times.erase(std::unique(times.begin(), times.end(), isSame), times.end());
+    times.erase(std::unique(times.begin(), times.end(), isSameTime), times.end());
     const bool isSplit = !times.empty() && !isAddedTo;
     // Each time looks at each piece, and may copy it.
     std::size_t bytesOfTime = bytesOfCue;

@@ -233,4 +233,26 @@ std::optional<std::int32_t> parseCount(std::string_view text, std::int32_t most)
     return error != std::errc() || behind != end || number < 1 || number > most ? std::nullopt : std::optional(number);
 }
 
+bool isSameTime(const MediaTime& left, const MediaTime& right) noexcept {
+    return !isBefore(left, right) && !isBefore(right, left);
+}
+
+std::string clockTime(std::int64_t milliseconds) {
+    std::string text;
+    const auto append = [&text](std::int64_t number, std::size_t digits, char mark) {
+        std::string shown = std::to_string(number);
+        text.append(digits - std::min(digits, shown.size()), '0');
+        text += shown;
+        text.append(mark == 0 ? 0 : 1, mark);
+    };
+    constexpr std::int64_t kMilliseconds = 1000;
+    constexpr std::int64_t kMinute = 60;
+    const std::int64_t seconds = milliseconds / kMilliseconds;
+    append(seconds / kMinute / kMinute, 2, ':');
+    append(seconds / kMinute % kMinute, 2, ':');
+    append(seconds % kMinute, 2, '.');
+    append(milliseconds % kMilliseconds, 3, 0);
+    return text;
+}
+
 }  // namespace qlx::streams::detail

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace qlx::streams::detail {
@@ -29,6 +30,12 @@ struct TimeParameters {
 
 /// Whether a time is before another one; both are valid.
 [[nodiscard]] bool isBefore(const MediaTime& left, const MediaTime& right) noexcept;
+
+/// Whether two times, both valid, are one.
+[[nodiscard]] bool isSameTime(const MediaTime& left, const MediaTime& right) noexcept;
+
+/// `00:00:01.500`, which is a time of WebVTT too; not below 0.
+[[nodiscard]] std::string clockTime(std::int64_t milliseconds);
 
 /// A number without a sign, from 1 to `most`; none for any other text.
 [[nodiscard]] std::optional<std::int32_t> parseCount(std::string_view text, std::int32_t most) noexcept;

@@ -1,5 +1,6 @@
 #include "TtmlNames.h"
 #include "TtmlPlaces.h"
+#include "TtmlTimes.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
@@ -106,23 +107,6 @@ void appendAttribute(std::string& target, std::string_view name, std::string_vie
     target += "=\"";
     appendEscaped(target, value);
     target += '"';
-}
-
-std::string clockTime(std::int64_t milliseconds) {
-    std::string text;
-    const auto append = [&text](std::int64_t number, std::size_t digits, char mark) {
-        std::string shown = std::to_string(number);
-        text.append(digits - std::min(digits, shown.size()), '0');
-        text += shown;
-        text.append(mark == 0 ? 0 : 1, mark);
-    };
-    constexpr std::int64_t kMinute = 60;
-    const std::int64_t seconds = milliseconds / kMilliseconds;
-    append(seconds / kMinute / kMinute, 2, ':');
-    append(seconds / kMinute % kMinute, 2, ':');
-    append(seconds % kMinute, 2, '.');
-    append(milliseconds % kMilliseconds, 3, 0);
-    return text;
 }
 
 /// Whether IMSC 1.1 has an attribute, besides those that are always written: a style, or one of metadata.

@@ -376,7 +376,7 @@ TEST(FrameReading, NumbersRowsFrom0) {
 
 TEST(FrameReading, GivesNothingForRowsThatDoNotFit) {
     const std::vector<std::uint8_t> row = v210Row(4, packetSamples(0x61, 0x01, qlxtest::bytes({0xAA})));
-    for (const std::uint64_t bytesPerRow : {std::uint64_t{0}, row.size() + 1, UINT64_MAX}) {
+    for (const std::uint64_t bytesPerRow : {std::uint64_t{0}, std::uint64_t{row.size()} + 1, UINT64_MAX}) {
         ErrorText error = kUntouched;
         EXPECT_EQ(readRows(ExactBuffer(row), bytesPerRow, kV210, &error), Found());
         EXPECT_EQ(error, std::nullopt);

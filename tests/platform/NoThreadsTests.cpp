@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -26,7 +27,9 @@ namespace fs = std::filesystem;
 void refuseThreads() {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    constexpr std::size_t kTooLarge = std::size_t{1} << 48U;
+    // 2^48 bytes, or three quarters of 32 bits' addresses.
+    constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
+    constexpr std::size_t kTooLarge = sizeof(kAll) > 4 ? kAll / 0x10000 + 1 : kAll / 4 * 3;
     pthread_attr_setstacksize(&attributes, kTooLarge);
     if (pthread_setattr_default_np(&attributes) != 0) {
         _exit(90);

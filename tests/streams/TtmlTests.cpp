@@ -18,16 +18,10 @@ namespace {
 
 using namespace qlx::streams;
 using namespace qlx::subtitles;
+using namespace qlxtest;
 using qlx::Finding;
 using qlx::FindingCode;
 using qlx::screen::Color;
-using qlxtest::cuesInWords;
-using qlxtest::documentOf;
-using qlxtest::DocumentRead;
-using qlxtest::milliseconds;
-using qlxtest::paragraphOf;
-using qlxtest::readDocument;
-using qlxtest::rowsInWords;
 
 TEST(Ttml, ReadsEachFormOfTime) {
     struct Case {

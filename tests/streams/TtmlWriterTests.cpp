@@ -18,16 +18,10 @@ namespace {
 
 using namespace qlx::streams;
 using namespace qlx::subtitles;
+using namespace qlxtest;
 using qlx::Finding;
 using qlx::FindingCode;
 using qlx::screen::Color;
-using qlxtest::cuesInWords;
-using qlxtest::documentOf;
-using qlxtest::DocumentRead;
-using qlxtest::milliseconds;
-using qlxtest::paragraphOf;
-using qlxtest::readDocument;
-using qlxtest::rowsInWords;
 
 /// What a cue becomes when it is written and read: its times in milliseconds, runs that look alike as one, and a region.
 Cue asRead(Cue cue, const Cue& back, std::uint64_t number) {

@@ -131,6 +131,11 @@ TEST(Ssa, PlacesRowsByCoordinatesAndMargins) {
         EXPECT_EQ(row.anchor, place.anchor) << place.text;
         EXPECT_EQ(row.alignment, place.alignment) << place.text;
         EXPECT_EQ(result.cues[0].screenRows, place.row != 0 ? 15 : 0) << place.text;
+        // The coordinates themselves are kept.
+        const std::size_t position = place.row == 0 ? std::string_view::npos : place.text.find("\\pos(");
+        const std::string_view inside = position == std::string_view::npos ? "" : place.text.substr(position + 5);
+        const std::string* const kept = valueOf(result.cues[0].properties, qlx::subtitles::properties::kSsaPosition);
+        EXPECT_EQ(kept == nullptr ? "" : *kept, inside.substr(0, inside.find(')'))) << place.text;
         EXPECT_EQ(result.cues[0].screenColumns,
                   place.text.find("\\pos(") != std::string_view::npos && place.row != 0 ? 32 : 0)
             << place.text;

@@ -8,18 +8,13 @@ namespace convert_tests {
 namespace {
 
 using namespace std::string_view_literals;
+using qlxtest::converted;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 
 using Arguments = std::vector<std::string>;
-
-ToolResult converted(const std::string& file, std::string_view format, const Arguments& more = {}) {
-    Arguments arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return runTool(arguments);
-}
 
 const std::string kOneCue = srt({{"00:00:01,000", "00:00:02,000", "a"}});
 

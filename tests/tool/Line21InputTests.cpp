@@ -135,8 +135,8 @@ TEST_F(WrongLine21Input, IsNamed) {
     const std::string srt = folder.write("film.txt", "1\n00:00:01,000 --> 00:00:02,000\nBonjour\n");
     EXPECT_EQ(problemOf("read", "rubbish"),
               "--from-format is needed: neither the content nor the name of " + rubbish + " tells the format");
-    const std::string what = srt + " is an SRT file, in which no line 21 is looked for: such files are for qlxcc subs "
-                                   "and play";
+    const std::string what = srt + " is an SRT file, in which no line 21 is looked for: such files are for qlxcc subs, "
+                                   "play and convert";
     EXPECT_EQ(problemOf("read", "film.txt"), what);
     EXPECT_EQ(problemOf("write", "film.txt", writing("out.png")), what);
 }

@@ -12,18 +12,13 @@
 namespace stl_convert_tests {
 namespace {
 
+using qlxtest::converted;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 
 using Arguments = std::vector<std::string>;
-
-ToolResult converted(const std::string& file, std::string_view format, const Arguments& more = {}) {
-    Arguments arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return runTool(arguments);
-}
 
 std::string timeCodesOf(const std::string& stl, std::size_t block = 0) {
     std::string text;

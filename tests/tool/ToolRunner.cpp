@@ -271,6 +271,12 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
     return result;
 }
 
+ToolResult converted(const std::string& file, std::string_view format, const std::vector<std::string>& more) {
+    std::vector<std::string> arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return runTool(arguments);
+}
+
 TemporaryFolder::TemporaryFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "qlxcc-test-XXXXXX").string();
     if (::mkdtemp(name.data()) == nullptr) {

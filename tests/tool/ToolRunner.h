@@ -40,6 +40,10 @@ struct ToolConditions {
 
 [[nodiscard]] ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditions& conditions = {});
 
+/// `qlxcc convert FILE -o - --to-format FORMAT`, and `more` behind.
+[[nodiscard]] ToolResult converted(const std::string& file, std::string_view format,
+                                   const std::vector<std::string>& more = {});
+
 /// A new empty folder that goes away with the object.
 class TemporaryFolder {
 public:

@@ -15,18 +15,13 @@
 namespace ttml_convert_tests {
 namespace {
 
+using qlxtest::converted;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 
 using Arguments = std::vector<std::string>;
-
-ToolResult converted(const std::string& file, std::string_view format, const Arguments& more = {}) {
-    Arguments arguments{"convert", file, "-o", "-", "--to-format", std::string(format)};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return runTool(arguments);
-}
 
 /// A document with these parameters and this body.
 std::string document(std::string_view parameters, std::string_view body) {

@@ -80,7 +80,8 @@ private:
 bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
                      const TakeCue& take) {
     if (request.track.empty() && !file.size()) {
-        // It could not be read again from its beginning.
+        notes.say("text tracks are not looked for: it could not be read again from its beginning (--track says which)",
+                  false);
         return false;
     }
     InputBytes bytes(file);
