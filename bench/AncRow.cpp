@@ -3,15 +3,15 @@
 
 #include "v210/V210Samples.h"
 
+#include "Allocations.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <new>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -19,27 +19,6 @@
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif
-
-namespace {
-
-std::atomic<std::size_t> allocations = 0;
-
-}  // namespace
-
-// Counted, to show that a search makes none.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -140,7 +119,7 @@ std::size_t search(std::span<const std::uint8_t> rows, std::size_t stride, RowFo
 
 void timeSearch(benchmark::State& state, std::span<const std::uint8_t> row, RowFormat format,
                 std::size_t packetsThere) {
-    const std::size_t before = allocations;
+    const std::int64_t before = allocations;
     require(search(row, row.size(), format) == packetsThere, "the packets are not found");
     require(allocations == before, "the search allocates");
     for ([[maybe_unused]] auto _ : state) {

@@ -4,40 +4,17 @@
 #include <qlx/cc/rate.h>
 #include <qlx/cc/slots.h>
 
+#include "Allocations.h"
+
 #include <benchmark/benchmark.h>
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <deque>
 #include <iostream>
-#include <new>
 #include <span>
 #include <vector>
-
-namespace {
-
-std::atomic<std::uint64_t> allocations{0};
-
-}  // namespace
-
-// Out of line: the compiler must not take what is behind it for the allocation itself.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -122,14 +99,14 @@ private:
 
 /// The content of one kind that comes out of 2000 frames, in its order.
 template <class AnyChange>
-std::array<std::vector<Triplet>, 3> content(AnyChange& change, std::uint64_t& allocationsBehindTheFirst) {
+std::array<std::vector<Triplet>, 3> content(AnyChange& change, std::int64_t& allocationsBehindTheFirst) {
     std::array<std::vector<Triplet>, 3> all;
     for (auto& kind : all) {
         kind.reserve(100'000);
     }
     for (unsigned number = 0; number < 2000; ++number) {
         if (number == 200) {
-            allocationsBehindTheFirst = allocations.load();
+            allocationsBehindTheFirst = allocations;
         }
         change.feed(frame(static_cast<std::uint8_t>(number)), [&all](std::span<const Triplet> triplets) {
             for (const Triplet& triplet : triplets) {
@@ -139,7 +116,7 @@ std::array<std::vector<Triplet>, 3> content(AnyChange& change, std::uint64_t& al
             }
         });
     }
-    allocationsBehindTheFirst = allocations.load() - allocationsBehindTheFirst;
+    allocationsBehindTheFirst = allocations - allocationsBehindTheFirst;
     return all;
 }
 
@@ -147,8 +124,8 @@ std::array<std::vector<Triplet>, 3> content(AnyChange& change, std::uint64_t& al
 bool check() {
     Change change;
     PlainChange plainChange;
-    std::uint64_t allocated = 0;
-    std::uint64_t plainlyAllocated = 0;
+    std::int64_t allocated = 0;
+    std::int64_t plainlyAllocated = 0;
     auto one = content(change, allocated);
     auto other = content(plainChange, plainlyAllocated);
     for (std::size_t kind = 0; kind < one.size(); ++kind) {

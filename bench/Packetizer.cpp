@@ -9,43 +9,16 @@
 
 #include "facade/SubtitlingDataPacket.h"
 
+#include "Allocations.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
-
-namespace {
-
-// One thread makes frames here: plain counters do.
-std::int64_t allocations = 0;
-std::int64_t deallocations = 0;
-
-}  // namespace
-
-// Not inlined: the compiler would take the pair for a mismatch of malloc and delete.
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* const memory = std::malloc(size != 0 ? size : 1)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    deallocations += memory != nullptr ? 1 : 0;
-    std::free(memory);
-}
-
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    operator delete(memory);
-}
 
 namespace {
 

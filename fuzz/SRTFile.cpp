@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+using qlxfuzz::OneFile;
 using qlxfuzz::require;
 
 namespace {
@@ -16,17 +17,6 @@ namespace {
 using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
 
 constexpr double kFrameDuration = 1001.0 / 30000;
-
-/// Gives the same bytes for every path.
-class OneFile final : public qlx::FileReader {
-public:
-    explicit OneFile(qlx::Data content) : _content(std::move(content)) {}
-    qlx::Data contentsOfFile(const std::string& /*path*/) override { return _content; }
-
-private:
-    qlx::Data _content;
-    qlx::ScopedService<qlx::FileReader> _service{*this};
-};
 
 Records read(qlx::Data content, std::int32_t mode) {
     const OneFile file(std::move(content));

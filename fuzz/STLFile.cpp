@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+using qlxfuzz::OneFile;
 using qlxfuzz::require;
 
 namespace {
@@ -18,17 +19,6 @@ using Records = std::vector<std::shared_ptr<QLXSubtitleRecord>>;
 
 constexpr std::size_t kInformationSize = 1024;
 constexpr std::size_t kBlockSize = 128;
-
-/// Gives the same bytes for every path.
-class OneFile final : public qlx::FileReader {
-public:
-    explicit OneFile(qlx::Data content) : _content(std::move(content)) {}
-    qlx::Data contentsOfFile(const std::string& /*path*/) override { return _content; }
-
-private:
-    qlx::Data _content;
-    qlx::ScopedService<qlx::FileReader> _service{*this};
-};
 
 Records read(qlx::Data content) {
     const OneFile file(std::move(content));

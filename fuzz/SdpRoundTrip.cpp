@@ -13,16 +13,7 @@ using namespace qlx::teletext;
 // The packet; its checksum is made right first when the byte in front of it is odd.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     qlxfuzz::Input input(data, size);
-    const bool isRepaired = (input.takeByte() & 1U) != 0;
-    std::vector<std::uint8_t> bytes = input.rest();
-    if (isRepaired && !bytes.empty()) {
-        unsigned sum = 0;
-        bytes.back() = 0;
-        for (const std::uint8_t byte : bytes) {
-            sum += byte;
-        }
-        bytes.back() = static_cast<std::uint8_t>(0U - sum);
-    }
+    const std::vector<std::uint8_t> bytes = qlxfuzz::takePacket(input);
     Findings findings;
     const auto sdp = parseSdp(bytes, &findings);
     require(sdp.hasValue() == (bytes.size() >= 9 && bytes[0] == 0x51 && bytes[1] == 0x15 && bytes[3] == 0x02));

@@ -16,20 +16,10 @@
 using qlx::FindingCode;
 using qlx::subtitles::Cue;
 using qlx::subtitles::SrtOptions;
+using qlxfuzz::OneFile;
 using qlxfuzz::require;
 
 namespace {
-
-/// Gives the same bytes for every path.
-class OneFile final : public qlx::FileReader {
-public:
-    explicit OneFile(qlx::Data content) : _content(std::move(content)) {}
-    qlx::Data contentsOfFile(const std::string& /*path*/) override { return _content; }
-
-private:
-    qlx::Data _content;
-    qlx::ScopedService<qlx::FileReader> _service{*this};
-};
 
 struct Found {
     std::vector<Cue> cues;

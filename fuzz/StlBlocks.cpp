@@ -14,21 +14,11 @@
 #include <string>
 #include <vector>
 
+using qlxfuzz::OneFile;
 using qlxfuzz::require;
 using namespace qlx::subtitles;
 
 namespace {
-
-/// Gives the same bytes for every path.
-class OneFile final : public qlx::FileReader {
-public:
-    explicit OneFile(qlx::Data content) : _content(std::move(content)) {}
-    qlx::Data contentsOfFile(const std::string& /*path*/) override { return _content; }
-
-private:
-    qlx::Data _content;
-    qlx::ScopedService<qlx::FileReader> _service{*this};
-};
 
 void checkSame(const qlx::Data& written, std::span<const std::uint8_t> bytes) {
     require(std::equal(written.begin(), written.end(), bytes.begin(), bytes.end()));

@@ -185,8 +185,34 @@ private:
     bool _hasFailed = false;
 };
 
+/// What is written of a value's parts: all that it has.
+class FieldParts {
+public:
+    template <class Items, class Item>
+    void items(const Items& items, std::size_t, Item item) {
+        for (const auto& one : items) {
+            item(one);
+        }
+    }
+
+    template <class Items, class Item>
+    void itemsToEnd(const Items& items, std::size_t, Item item) {
+        this->items(items, items.size(), item);
+    }
+
+    template <class Optional, class Item>
+    void ifLeft(const Optional& value, std::size_t, Item item) {
+        if (value) {
+            item(*value);
+        }
+    }
+
+protected:
+    FieldParts() = default;
+};
+
 /// Counts the bytes that a FieldWriter writes, and finds what does not fit into its field.
-class FieldMeasure {
+class FieldMeasure : public FieldParts {
 public:
     static constexpr bool kReads = false;
 
@@ -212,25 +238,6 @@ public:
         this->items(items, items.size(), item);
     }
 
-    template <class Items, class Item>
-    void items(const Items& items, std::size_t, Item item) {
-        for (const auto& one : items) {
-            item(one);
-        }
-    }
-
-    template <class Items, class Item>
-    void itemsToEnd(const Items& items, std::size_t, Item item) {
-        this->items(items, items.size(), item);
-    }
-
-    template <class Optional, class Item>
-    void ifLeft(const Optional& value, std::size_t, Item item) {
-        if (value) {
-            item(*value);
-        }
-    }
-
     void check(std::uint64_t value, std::uint64_t greatest) noexcept {
         if (value > greatest && _wrong.code == FindingCode::None) {
             _wrong = {FindingCode::ScteValueTooLarge, Severity::Error, _size, static_cast<std::int64_t>(value),
@@ -248,7 +255,7 @@ private:
 };
 
 /// Writes fields into a room that is large enough.
-class FieldWriter {
+class FieldWriter : public FieldParts {
 public:
     static constexpr bool kReads = false;
 
@@ -283,25 +290,6 @@ public:
         const auto count = static_cast<Count>(items.size());
         number(count);
         this->items(items, count, item);
-    }
-
-    template <class Items, class Item>
-    void items(const Items& items, std::size_t, Item item) {
-        for (const auto& one : items) {
-            item(one);
-        }
-    }
-
-    template <class Items, class Item>
-    void itemsToEnd(const Items& items, std::size_t, Item item) {
-        this->items(items, items.size(), item);
-    }
-
-    template <class Optional, class Item>
-    void ifLeft(const Optional& value, std::size_t, Item item) {
-        if (value) {
-            item(*value);
-        }
     }
 
     [[nodiscard]] std::uint8_t* next() const noexcept { return _next; }

@@ -62,6 +62,19 @@ public:
     }
 };
 
+/// Opens no file before `gate` is true.
+class GatedLogFiles : public qlx::LogFiles {
+public:
+    explicit GatedLogFiles(std::atomic<bool>& gate) : _gate(gate) {}
+    int openForAppending(const char* path) override {
+        _gate.wait(false);
+        return LogFiles::openForAppending(path);
+    }
+
+private:
+    std::atomic<bool>& _gate;
+};
+
 class TestApplication : public qlx::Application {
 public:
     std::optional<std::string> name() override { return applicationName; }

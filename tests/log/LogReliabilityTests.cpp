@@ -302,17 +302,7 @@ TEST_F(LogReliability, ComparesBytes) {
 TEST_F(LogReliability, NeverLetsAThreadWaitForTheDisk) {
     // Nothing is let through to the disk before all messages are accepted: a log that waited would hang here.
     std::atomic<bool> open{false};
-    class Gate : public qlx::LogFiles {
-    public:
-        explicit Gate(std::atomic<bool>& gate) : _gate(gate) {}
-        int openForAppending(const char* path) override {
-            _gate.wait(false);
-            return LogFiles::openForAppending(path);
-        }
-
-    private:
-        std::atomic<bool>& _gate;
-    } files(open);
+    GatedLogFiles files(open);
     const qlx::ScopedService<qlx::LogFiles> scope(files);
     useDelegate();
     std::string expected;

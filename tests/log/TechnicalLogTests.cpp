@@ -109,17 +109,7 @@ TEST_F(TechnicalLog, TakesDatesFromTheLocalTimeZone) {
 TEST_F(TechnicalLog, StampsWithTheTimeOfTheCall) {
     useDelegate();
     std::atomic<bool> open{false};
-    class Gate : public qlx::LogFiles {
-    public:
-        explicit Gate(std::atomic<bool>& gate) : _gate(gate) {}
-        int openForAppending(const char* path) override {
-            _gate.wait(false);
-            return LogFiles::openForAppending(path);
-        }
-
-    private:
-        std::atomic<bool>& _gate;
-    } files(open);
+    GatedLogFiles files(open);
     const qlx::ScopedService<qlx::LogFiles> scope(files);
     write("one");
     write("two");
