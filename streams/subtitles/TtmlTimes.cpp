@@ -246,7 +246,6 @@ std::string clockTime(std::int64_t milliseconds) {
         text.append(mark == 0 ? 0 : 1, mark);
     };
     constexpr std::int64_t kMilliseconds = 1000;
-    constexpr std::int64_t kMinute = 60;
     const std::int64_t seconds = milliseconds / kMilliseconds;
     append(seconds / kMinute / kMinute, 2, ':');
     append(seconds / kMinute % kMinute, 2, ':');
