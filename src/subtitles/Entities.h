@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,11 +12,17 @@ namespace qlx::subtitles {
 /// A character and the bytes that name it.
 struct Entity {
     char32_t character = 0;  ///< A space for a control character.
-    std::size_t size = 0;    ///< From the ampersand to the semicolon.
+    std::size_t size = 0;    ///< From the ampersand to its end.
 };
 
-/// The entity with which a text begins: `&amp;`, `&lt;`, `&gt;`, `&quot;`, `&apos;`, `&nbsp;`, `&lrm;`, `&rlm;`,
-/// `&shy;`, `&#N;`, `&#xN;`; none for any other text.
-[[nodiscard]] std::optional<Entity> entityIn(std::string_view text) noexcept;
+/// How an entity ends.
+enum class EntityEnd : std::uint8_t {
+    Semicolon,
+    MayBeMissing,  ///< Names of Latin-1 characters end without one too, as in HTML, which WebVTT follows: `&lt`.
+};
+
+/// The entity with which a text begins: `&amp;` and all other names of HTML 4, `&apos;`, `&#N;`, `&#xN;`; none for any
+/// other text.
+[[nodiscard]] std::optional<Entity> entityIn(std::string_view text, EntityEnd ends = EntityEnd::Semicolon) noexcept;
 
 }  // namespace qlx::subtitles

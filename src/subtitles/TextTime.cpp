@@ -97,7 +97,7 @@ std::optional<TimingParts> splitTimingLine(std::string_view line) noexcept {
         return std::nullopt;
     }
     const std::string_view behind = trimmed(line.substr(arrow + 3));
-    const std::size_t end = std::min(behind.find_first_of(" \t"), behind.size());
+    const std::size_t end = std::min(behind.find_first_not_of("0123456789:.,"), behind.size());
     return TimingParts{parseTextTime(trimmed(line.substr(0, arrow))), parseTextTime(behind.substr(0, end)),
                        trimmed(behind.substr(end))};
 }

@@ -44,7 +44,7 @@ std::string decoded(std::string_view text) {
         const std::size_t plain = std::min(text.find('&'), text.size());
         result += text.substr(0, plain);
         text.remove_prefix(plain);
-        if (const auto entity = entityIn(text)) {
+        if (const auto entity = entityIn(text, EntityEnd::MayBeMissing)) {
             appendUtf8(result, entity->character);
             text.remove_prefix(entity->size);
         } else if (!text.empty()) {
@@ -80,7 +80,7 @@ void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
             text.remove_prefix(takeTag(text, cue));
             continue;
         }
-        const auto entity = entityIn(text);
+        const auto entity = entityIn(text, EntityEnd::MayBeMissing);
         std::string character = "&";
         if (entity) {
             character.clear();

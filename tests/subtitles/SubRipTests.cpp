@@ -63,6 +63,8 @@ TEST(SubRip, ReadsTheMarkupOfRows) {
         {"<3 a -> b", "<3 a -> b"},
         {"a &amp; b &lt;i&gt; &#233;&#xE9;&nbsp;", "a & b <i> \u00E9\u00E9\u00A0", {SubRipEntities}},
         {"AT&T; a&b", "AT&T; a&b"},
+        {"&eacute;t&eacute;&hellip; &#146;&#x110000;", "\u00E9t\u00E9\u2026 \u2019&#x110000;", {SubRipEntities}},
+        {"&eacute &lt", "&eacute &lt"},
         {"{\\an8}a\nb", "[8]a|[8]b"},
         {"a\n{\\an1}b", "[1]a|[1]b"},
         {"{\\a6}a", "[8]a"},

@@ -59,6 +59,9 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"a<00:00:00.500>b", "a{@500}b", {WebVttInnerTimeWrong}},
         {"a &amp; &lt;b&gt; &nbsp;&lrm;&rlm;&#233;", "a & <b> \u00A0\u200E\u200F\u00E9"},
         {"AT&T", "AT&T", {WebVttEntityUnknown}},
+        {"&eacute;&hellip;&hearts;&thetasym;&apos;&#150;", "\u00E9\u2026\u2665\u03D1'\u2013"},
+        {"&lt&ampx &nbspy &eacute &frac12", "<&x \u00A0y \u00E9 \u00BD"},
+        {"&hellip &apos &#65", "&hellip &apos &#65", {WebVttEntityUnknown}},
         {"a<foo>b</foo>", "ab", {WebVttTagWrong, WebVttTagWrong}},
         {"<b>a</i>b</b>", "{b}ab", {WebVttTagWrong}},
         {"<b>a", "{b}a", {WebVttTagUnclosed}},
@@ -90,6 +93,7 @@ TEST(WebVtt, ReadsSettings) {
         {" align:left", {}, 0, Alignment::Left},
         {" align:end", {{"vtt.align", "end"}}, 0, Alignment::Right},
         {" line:0", {}, 8},
+        {"line:0", {}, 8},  // without the blank that should be there
         {" line:50%,center align:right", {}, 6, Alignment::Right},
         {" line:-1", {{"vtt.line", "-1"}}, 2},
         {" line:84.5%,end", {{"vtt.line", "84.5%,end"}}, 2},
