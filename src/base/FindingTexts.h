@@ -193,7 +193,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {ContainerNotReadable, "cannot be read: the file is cut short or damaged"},
     {ContainerStreamsUnknown, "the streams cannot be told: the file is cut short or damaged"},
     {ContainerTooMuchMemory, "a piece that takes too much memory"},
-    {ContainerWithoutTracks, "no H.264 or MPEG-2 video, caption track or ANC track in it"},
+    {ContainerWithoutTracks, "no H.264, H.265 or MPEG-2 video, caption track or ANC track in it"},
     {ContainerWithoutFrames, "no frame in it"},
     {ContainerRestLost, "the rest cannot be read"},
     {ContainerIndexBehindMedia, "the index (moov) stands behind the media data, which a pipe does not give again: the "
@@ -545,8 +545,8 @@ inline constexpr FindingText kFindingTexts[] = {
     {TtmlStyleCircular, "the style with a name of {1} bytes refers to itself"},
     {TtmlValueWrong, "a style's value of {1} bytes cannot be read"},
     {TtmlRegionUnknown, "no region has the name of {1} bytes"},
-    {TtmlRegionTimed, "the times of the region with a name of {1} bytes are passed over"},
     {TtmlImageLeftOut, "image left out"},
+    {TtmlAnimationLeftOut, "animation left out: what is around it stays as it is"},
     {TtmlDataLeftOut, "{1} bytes of data left out"},
     {TtmlElementLeftOut, "unknown element (its name has {1} bytes) left out"},
     {TtmlAttributesLeftOut, "{1} attribute{1s} of unknown namespaces left out"},

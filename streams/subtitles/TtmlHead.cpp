@@ -1,5 +1,7 @@
 #include "TtmlHead.h"
 
+#include <qlx/subtitles/times.h>
+
 #include <algorithm>
 #include <string>
 #include <unordered_set>
@@ -224,6 +226,43 @@ void DocumentHead::readHead(const pugi::xml_node& head) {
     }
 }
 
+ElementTimes DocumentHead::timesOf(const pugi::xml_node& element, const Attributes& attributes,
+                                   const MediaTime& reference) {
+    constexpr int kBegin = 1;
+    constexpr int kEnd = 2;
+    constexpr int kDuration = 3;
+    const auto timeOf = [&](std::string_view text, int which) {
+        const auto time = text.data() == nullptr ? std::nullopt : parseTtmlTime(text, _times);
+        if (!time && text.data() != nullptr) {
+            _report.add(FindingCode::TtmlTimeWrong, Severity::Error, element, which,
+                        static_cast<std::int64_t>(text.size()));
+        }
+        return time;
+    };
+    const auto begin = timeOf(attributes.begin, kBegin);
+    const auto end = timeOf(attributes.end, kEnd);
+    const auto duration = timeOf(attributes.duration, kDuration);
+    ElementTimes times{reference, std::nullopt};
+    if (const MediaTime later = begin ? add(reference, *begin) : reference; later.isValid()) {
+        times.begin = later;
+    } else {
+        _report.add(FindingCode::TtmlTimeWrong, Severity::Error, element, kBegin,
+                    static_cast<std::int64_t>(attributes.begin.size()));
+    }
+    if (end) {
+        limit(times.end, add(reference, *end));
+    }
+    if (duration) {
+        limit(times.end, add(times.begin, *duration));
+    }
+    return times;
+}
+
+std::int64_t DocumentHead::milliseconds(const MediaTime& time) {
+    constexpr std::int32_t kUnits = 1000;
+    return subtitles::unitsOf(time, kUnits);
+}
+
 void DocumentHead::readMetadata(const pugi::xml_node& element, const Name& name) {
     if (name.is(Namespace::Metadata, "title")) {
         _file.title = element.child_value();
@@ -287,10 +326,7 @@ void DocumentHead::readLayout(const pugi::xml_node& layout) {
         StyleSet styles = _styles.specified(element, attributes.references, attributes.own);
         readInnerStyles(element, styles);
         overlay(styles, attributes.own);
-        if (!attributes.begin.empty() || !attributes.end.empty() || !attributes.duration.empty()) {
-            _report.add(FindingCode::TtmlRegionTimed, Severity::Warning, element,
-                        static_cast<std::int64_t>(attributes.name.size()));
-        }
+        region.times = timesOf(element, attributes, MediaTime::make(0, 1));
         region.inherited = packed(inheritedOf(styles));
         applySpan(region.span, styles);
         region.isNotDisplayed = isNotDisplayed(styles);
@@ -344,6 +380,10 @@ void DocumentHead::passOver(const pugi::xml_node& element, const Name& name) {
     }
     if (name.is(Namespace::Tt, "image") || name.is(Namespace::Smpte, "image")) {
         _report.add(FindingCode::TtmlImageLeftOut, Severity::Warning, element);
+        return;
+    }
+    if (name.is(Namespace::Tt, "set") || name.is(Namespace::Tt, "animate")) {
+        _report.add(FindingCode::TtmlAnimationLeftOut, Severity::Warning, element);
         return;
     }
     _report.add(FindingCode::TtmlElementLeftOut, Severity::Warning, element,

@@ -35,10 +35,17 @@ struct Attributes {
     std::vector<std::pair<Name, std::string_view>> others;
 };
 
+/// From when to when an element is there, as far as it says so itself.
+struct ElementTimes {
+    MediaTime begin;
+    std::optional<MediaTime> end;  ///< None: nothing says.
+};
+
 /// A region of the screen: what is known of it.
 struct Region {
     PackedStyles inherited;  ///< What the text in it has too.
     SpanState span;          ///< What is seen behind the text, and its lines.
+    ElementTimes times;
     bool isNotDisplayed = false;
     std::optional<RegionPlace> place;
 };
@@ -69,6 +76,9 @@ protected:
 
     void readHead(const pugi::xml_node& head);
 
+    /// @param reference What its begin and end count from (TTML2, 12.2).
+    ElementTimes timesOf(const pugi::xml_node& element, const Attributes& attributes, const MediaTime& reference);
+
     void readMetadata(const pugi::xml_node& element, const Name& name);
 
     void readStyling(const pugi::xml_node& styling);
@@ -80,6 +90,8 @@ protected:
 
     /// Says that an element counts for nothing, where it would for others.
     void passOver(const pugi::xml_node& element, const Name& name);
+
+    static std::int64_t milliseconds(const MediaTime& time);
 
     TtmlReport _report;
     Names _names;

@@ -23,7 +23,8 @@ struct Context {
     StyleSet styles{};  ///< Of the content around.
     SpanState span;
     MediaTime begin;
-    std::optional<MediaTime> end;
+    std::optional<MediaTime> ownEnd;  ///< Where the element says itself when it ends.
+    std::optional<MediaTime> end;     ///< The earliest of those of it and what is around.
     std::string_view language;
     std::string_view region;
     bool keepsSpace = false;
@@ -84,19 +85,6 @@ private:
         }
     }
 
-    /// The time of an attribute; none where there is none, or none that can be read.
-    std::optional<MediaTime> timeOf(std::string_view text, int which, const pugi::xml_node& element) {
-        if (text.data() == nullptr) {
-            return std::nullopt;
-        }
-        const auto time = parseTtmlTime(text, _times);
-        if (!time) {
-            _report.add(FindingCode::TtmlTimeWrong, Severity::Error, element, which,
-                        static_cast<std::int64_t>(text.size()));
-        }
-        return time;
-    }
-
     /// Takes what an element has itself into the context of what is within.
     /// @param reference What its begin and end count from (TTML2, 12.2).
     /// @return Its styles, of the ones that it refers to and its own.
@@ -110,28 +98,11 @@ private:
         context.region = attributes.region.empty() ? context.region : attributes.region;
         context.keepsSpace = attributes.space.empty() ? context.keepsSpace : attributes.space == "preserve";
         context.isSequence = attributes.container == "seq";
-        constexpr int kBegin = 1;
-        constexpr int kEnd = 2;
-        constexpr int kDuration = 3;
-        const auto begin = timeOf(attributes.begin, kBegin, element);
-        const auto end = timeOf(attributes.end, kEnd, element);
-        const auto duration = timeOf(attributes.duration, kDuration, element);
-        const MediaTime later = begin ? add(reference, *begin) : reference;
-        if (!later.isValid()) {
-            _report.add(FindingCode::TtmlTimeWrong, Severity::Error, element, kBegin,
-                        static_cast<std::int64_t>(attributes.begin.size()));
-        }
-        context.begin = later.isValid() ? later : reference;
-        const auto limit = [&context](const MediaTime& time) {
-            if (time.isValid() && (!context.end || isBefore(time, *context.end))) {
-                context.end = time;
-            }
-        };
-        if (end) {
-            limit(add(reference, *end));
-        }
-        if (duration) {
-            limit(add(context.begin, *duration));
+        const ElementTimes times = timesOf(element, attributes, reference);
+        context.begin = times.begin;
+        context.ownEnd = times.end;
+        if (times.end) {
+            limit(context.end, *times.end);
         }
         return own;
     }
@@ -152,7 +123,7 @@ private:
         if (attributes.hasImage) {
             _report.add(FindingCode::TtmlImageLeftOut, Severity::Warning, element);
         }
-        std::optional<MediaTime> last;
+        std::optional<MediaTime> last = context.begin;
         std::optional<MediaTime> next = context.begin;
         bool isOpen = false;
         for (const pugi::xml_node& inner : element.children()) {
@@ -177,12 +148,7 @@ private:
             extend(last, isOpen, end);
             next = end;
         }
-        return context.end || isOpen ? context.end : last;
-    }
-
-    static std::int64_t milliseconds(const MediaTime& time) {
-        constexpr std::int32_t kUnits = 1000;
-        return subtitles::unitsOf(time, kUnits);
+        return context.ownEnd || isOpen ? context.ownEnd : last;
     }
 
     std::optional<MediaTime> readParagraph(const pugi::xml_node& element, Context context, const MediaTime& reference) {
@@ -215,17 +181,25 @@ private:
         _pieces.clear();
         _looks.clear();
         _hasHidden = false;
-        gather(element, context, StyleSet{});
+        const auto implicitEnd = gather(element, context, StyleSet{});
+        const std::optional<MediaTime> last = context.ownEnd ? context.ownEnd : implicitEnd;
         if (_hasHidden) {
             _report.add(FindingCode::TtmlHidden, Severity::Remark, element);
         }
-        const auto shown = shownSpan(context);
+        auto shown = shownSpan(context);
+        if (shown && isKnown) {
+            clipPieces(region->second.times);
+            const auto clipped = shownSpan(context);
+            if (!clipped) {
+                _report.add(FindingCode::TtmlNeverShown, Severity::Warning, element, milliseconds(shown->first),
+                            milliseconds(shown->second.isValid() ? shown->second : shown->first));
+            }
+            shown = clipped;
+        }
         if (!shown) {
-            return context.end;
+            return last;
         }
         auto [begin, end] = *shown;
-        // Where it does not say itself when it ends, its spans do.
-        const std::optional<MediaTime> last = context.end || !end.isValid() ? context.end : std::optional(end);
         if (!end.isValid()) {
             constexpr std::int64_t kOpenSeconds = 5;
             end = add(begin, MediaTime::make(kOpenSeconds, 1));
@@ -272,6 +246,17 @@ private:
         return last;
     }
 
+    /// Nothing is seen before its region is there, and behind that.
+    void clipPieces(const ElementTimes& region) {
+        for (TextPiece& piece : _pieces) {
+            piece.begin = isBefore(piece.begin, region.begin) ? region.begin : piece.begin;
+            if (region.end) {
+                limit(piece.end, *region.end);
+            }
+        }
+        std::erase_if(_pieces, [](const TextPiece& piece) { return piece.end && !isBefore(piece.begin, *piece.end); });
+    }
+
     /// When the text of a paragraph is shown: its end is not valid where nothing says; none where there is no text.
     [[nodiscard]] std::optional<std::pair<MediaTime, MediaTime>> shownSpan(const Context& context) const {
         std::optional<MediaTime> begin;
@@ -295,16 +280,21 @@ private:
 
     /// The pieces of a paragraph or span.
     /// @param own What the spans up to here have of their own.
-    void gather(const pugi::xml_node& element, const Context& context, const StyleSet& own) {
+    /// @return When what is within ends (TTML2, 12.2.4); none: nothing says.
+    std::optional<MediaTime> gather(const pugi::xml_node& element, const Context& context, const StyleSet& own) {
         std::optional<std::size_t> look;
+        std::optional<MediaTime> last = context.begin;
         std::optional<MediaTime> next = context.begin;
+        bool isOpen = false;
         for (const pugi::xml_node& inner : element.children()) {
             const pugi::xml_node_type type = inner.type();
             if (type == pugi::node_pcdata || type == pugi::node_cdata) {
+                const bool isText =
+                    std::string_view(inner.value()).find_first_not_of(" \t\r\n") != std::string_view::npos;
+                isOpen = isOpen || isText;
                 // In a sequence text that nothing ends lasts no time (TTML2, 12.2.4).
                 if (context.isNotDisplayed || isInvisible(context.styles) || context.isSequence) {
-                    _hasHidden = _hasHidden ||
-                                 std::string_view(inner.value()).find_first_not_of(" \t\r\n") != std::string_view::npos;
+                    _hasHidden = _hasHidden || isText;
                     continue;
                 }
                 if (!look) {
@@ -331,12 +321,15 @@ private:
                 Context span = context;
                 StyleSet all = own;
                 overlay(all, enter(inner, attributes, span, context.isSequence ? *next : context.begin, true));
-                gather(inner, span, all);
-                next = context.isSequence ? span.end : next;
+                const auto implicitEnd = gather(inner, span, all);
+                const auto end = span.ownEnd ? span.ownEnd : implicitEnd;
+                extend(last, isOpen, end);
+                next = context.isSequence ? end : next;
             } else {
                 passOver(inner, name);
             }
         }
+        return context.isSequence ? next : isOpen ? std::nullopt : last;
     }
 
     const std::function<void(Cue)>& _take;

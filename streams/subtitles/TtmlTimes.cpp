@@ -237,6 +237,12 @@ bool isSameTime(const MediaTime& left, const MediaTime& right) noexcept {
     return !isBefore(left, right) && !isBefore(right, left);
 }
 
+void limit(std::optional<MediaTime>& end, const MediaTime& time) noexcept {
+    if (time.isValid() && (!end || isBefore(time, *end))) {
+        end = time;
+    }
+}
+
 std::string clockTime(std::int64_t milliseconds) {
     std::string text;
     const auto append = [&text](std::int64_t number, std::size_t digits, char mark) {

@@ -34,6 +34,9 @@ struct TimeParameters {
 /// Whether two times, both valid, are one.
 [[nodiscard]] bool isSameTime(const MediaTime& left, const MediaTime& right) noexcept;
 
+/// Takes the earlier one of an end, where there is one, and of a time, where it is valid.
+void limit(std::optional<MediaTime>& end, const MediaTime& time) noexcept;
+
 /// `00:00:01.500`, which is a time of WebVTT too; not below 0.
 [[nodiscard]] std::string clockTime(std::int64_t milliseconds);
 

@@ -107,6 +107,18 @@ TEST(Ttml, AddsUpTheTimesAround) {
         // A paragraph ends with its spans, and the next one of a sequence begins there.
         {"<body><div timeContainer='seq'><p><span begin='1s' end='2s'>a</span></p><p dur='1s'>b</p></div></body>",
          "1000-2000 a\n2000-3000 b"},
+        // What is around ends neither of the two, so that the second one begins where the first one ends itself.
+        {"<body end='9s'><div timeContainer='seq'><p><span dur='2s'>a</span></p><p dur='1s'>b</p></div></body>",
+         "0-2000 a\n2000-3000 b"},
+        {"<body timeContainer='seq' dur='9s'><div><p dur='1s'>a</p></div><div/><div><p dur='1s'>b</p></div></body>",
+         "0-1000 a\n1000-2000 b"},
+        {"<body><div timeContainer='seq' dur='9s'><p>a</p><p dur='1s'>b</p></div></body>",
+         "0-9000 a",
+         {TtmlNeverShown}},
+        // Text lasts no time in a sequence, and what is behind it begins at once.
+        {"<body><div timeContainer='seq'><p begin='1s' timeContainer='seq'>a</p><p dur='1s'>b</p></div></body>",
+         "1000-2000 b",
+         {TtmlHidden}},
         {"<body><div><p begin='3s'>a</p></div></body>", "3000-8000 a", {TtmlEndMissing}},
         {"<body><div><p begin='3s' end='3s'>a</p></div></body>", "", {TtmlNeverShown}},
         {"<body><div end='2s'><p begin='3s' end='4s'>a</p></div></body>", "", {TtmlNeverShown}},
@@ -132,6 +144,39 @@ TEST(Ttml, AddsUpTheTimesAround) {
         } else {
             EXPECT_EQ(document.codes, (std::vector{TtmlEndMissing, TtmlNeverShown}));
         }
+    }
+}
+
+TEST(Ttml, ShowsTextWhileItsRegionIsThere) {
+    struct Case {
+        std::string region;
+        std::string paragraph;
+        std::string expected;
+        std::vector<FindingCode> codes{};
+    };
+    using enum FindingCode;
+    const Case cases[] = {
+        {"begin='2s' end='4s'", "<p region='r' begin='1s' end='9s'>a</p>", "2000-4000 a"},
+        {"begin='2s' dur='4s' end='9s'", "<p region='r' begin='3s' end='5s'>a</p>", "3000-5000 a"},
+        {"begin='2s' dur='4s' end='9s'", "<p region='r' begin='3s' end='8s'>a</p>", "3000-6000 a"},
+        {"end='4s'", "<p region='r'>a</p>", "0-4000 a"},
+        {"begin='2s'", "<p region='r' begin='1s'>a</p>", "2000-7000 a", {TtmlEndMissing}},
+        {"begin='2s' end='4s'", "<p region='r' begin='4s' end='9s'>a</p>", "", {TtmlNeverShown}},
+        {"begin='2s' end='4s'", "<p region='r' begin='1s' end='2s'>a</p>", "", {TtmlNeverShown}},
+        {"begin='2s' end='4s'", "<p region='r'>a<span end='1s'>b</span><br/><span end='3s'>c</span></p>",
+         "2000-3000 a|c\n3000-4000 a|"},
+        {"begin='2s' end='4s'", "<p region='r' xml:space='preserve' end='1s'> a </p>", "", {TtmlNeverShown}},
+        // A region does not end what it shows: the next one of a sequence begins behind the whole.
+        {"end='1s'", "<div timeContainer='seq'><p region='r' dur='3s'>a</p><p dur='1s'>b</p></div>",
+         "0-1000 a\n3000-4000 b"},
+        {"begin='x' end='4s'", "<p region='r' end='9s'>a</p>", "0-4000 a", {TtmlTimeWrong}},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.region + " / " + one.paragraph);
+        const auto document = readDocument(documentOf("<body><div>" + one.paragraph + "</div></body>",
+                                                      "<layout><region xml:id='r' " + one.region + "/></layout>"));
+        EXPECT_EQ(cuesInWords(document.cues), one.expected);
+        EXPECT_EQ(document.codes, one.codes);
     }
 }
 
@@ -183,7 +228,7 @@ TEST(Ttml, ResolvesStyles) {
         {"<span tts:fontFamily='serif' tts:fontSize='50%'>a</span>", "{font.face=serif font.size=50%}a"},
         {"<span tts:ruby='base'>a</span>", "{ttml.tts:ruby=base}a"},
         {"a<span tts:visibility='hidden'>b</span>", "a", {TtmlHidden}},
-        {"a<set begin='1s' tts:color='red'/>", "a", {TtmlElementLeftOut}},
+        {"a<set begin='1s' tts:color='red'/>", "a", {TtmlAnimationLeftOut}},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.text);

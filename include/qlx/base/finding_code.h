@@ -618,13 +618,13 @@ enum class FindingCode : std::uint32_t {
     TtmlStyleCircular,              ///< Bytes of its name.
     TtmlValueWrong,                 ///< Bytes of a style's value, which is passed over.
     TtmlRegionUnknown,              ///< Bytes of its name.
-    TtmlRegionTimed,                ///< Bytes of its name.
-    TtmlImageLeftOut,               ///< No numbers.
+    TtmlImageLeftOut = 0x1F'0412,   ///< No numbers.
     TtmlDataLeftOut,                ///< Bytes of the data, as they are written.
     TtmlElementLeftOut,             ///< Bytes of its name.
     TtmlAttributesLeftOut,          ///< How many attributes of unknown namespaces the file has.
     TtmlHidden,                     ///< No numbers; a paragraph or span that is not displayed.
     TtmlStyleChainTooLong,          ///< Bytes of the name of a style that is referred to by way of too many others.
+    TtmlAnimationLeftOut,           ///< No numbers; what its element says holds for good.
     // streams, TTML that is written; the offset is the cue, counted from 1
     TtmlCharacterReplaced = 0x1F'0441,  ///< Row, its characters that XML has no form for.
 

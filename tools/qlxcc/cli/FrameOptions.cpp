@@ -21,9 +21,9 @@ v210; those of at most 720 pixels also with all samples as one stream (multiplex
 checksum or wrong parity gets a line on standard error with its frame and place, and makes the exit code 1; a packet
 in an unusual place or without a checksum gets a warning.
 
-h264 and mpeg2 are elementary streams; mxf, mov (also MP4), ts and ps are containers, of which the captions in the
-first H.264 or MPEG-2 video stream, the caption tracks (c608, c708) and the ANC tracks are listed, in the order of
-presentation and with the times of the file. Captions that come with the picture are "in the picture". Behind them
+h264, h265 and mpeg2 are elementary streams; mxf, mov (also MP4), mkv, flv, ts and ps are containers, of which the
+captions in the first stream of such video, the caption tracks (c608, c708) and the ANC tracks are listed, in the order
+of presentation and with the times of the file. Captions that come with the picture are "in the picture". Behind them
 stands the splice information (SCTE 35) of a ts file: where and when each section came by the program's clock, how
 often, when it splices and how long after that; with --json they are one line behind those of the frames.
 
