@@ -2,6 +2,7 @@
 #include <qlx/teletext/page_text.h>
 
 #include "base/MakeFinding.h"
+#include "teletext/SetCodes.h"
 
 #include <qlx/teletext/row_encoder.h>
 
@@ -31,7 +32,8 @@ bool hasMore(const Cell& cell) noexcept {
 class RowCoder {
 public:
     RowCoder(const PageRow& row, std::uint8_t designation, FindingSink* findings, std::uint64_t offset) noexcept
-        : _row(row), _set(shownSet(designation, designation)), _findings(findings), _offset(offset) {}
+        : _row(row), _set(shownSet(designation, designation)), _g0(g0Characters(_set)), _findings(findings),
+          _offset(offset) {}
 
     bool code(CodedRow& coded) {
         const auto isVisible = [](const Cell& cell) { return cell.isVisible; };
@@ -151,6 +153,10 @@ private:
     }
 
     void writeCharacter(char32_t character, std::size_t column) {
+        if (isAtAscii(_g0, character)) {
+            _codes[column] = static_cast<std::uint8_t>(character);
+            return;
+        }
         const CellCode code = encodeCharacter(character, _set);
         _codes[column] = code.code;
         if (code.isPlaced()) {
@@ -185,6 +191,9 @@ private:
     }
 
     void reportStyles() const {
+        if (_findings == nullptr) {
+            return;
+        }
         const auto count = [this](const auto& holds) {
             return static_cast<std::uint64_t>(std::count_if(_cells.begin(), _cells.end(), holds));
         };
@@ -200,6 +209,7 @@ private:
 
     const PageRow& _row;
     CharacterSet _set;
+    SetCharacters _g0;
     FindingSink* _findings;
     std::uint64_t _offset;
     std::span<const Cell> _cells;

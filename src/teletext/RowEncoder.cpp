@@ -241,10 +241,7 @@ private:
 
     /// The code of a character of the row's set; 0 when it is not there.
     [[nodiscard]] std::uint8_t g0Code(char32_t character) const {
-        // Most are where ASCII has them.
-        const bool isThere = character >= kFirstCharacterCode && character < kFirstCharacterCode + kSetCharacters &&
-                             _g0[character - kFirstCharacterCode] == character;
-        return isThere ? static_cast<std::uint8_t>(character) : codeIn(_g0Codes, character);
+        return isAtAscii(_g0, character) ? static_cast<std::uint8_t>(character) : codeIn(_g0Codes, character);
     }
 
     static constexpr char32_t kFirstArabicDigit = 0x660;

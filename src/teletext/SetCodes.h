@@ -33,4 +33,10 @@ using CodeTable = std::array<CharacterCode, kSetCharacters>;
     return place == codes.end() || place->character != character || character == 0 ? std::uint8_t{0} : place->code;
 }
 
+/// Whether a character of a set has its ASCII code there, as most have.
+[[nodiscard]] inline bool isAtAscii(const SetCharacters& set, char32_t character) noexcept {
+    return character >= kFirstCharacterCode && character < kFirstCharacterCode + kSetCharacters &&
+           set[character - kFirstCharacterCode] == character;
+}
+
 }  // namespace qlx::teletext
