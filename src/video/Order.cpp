@@ -3,6 +3,7 @@
 
 #include "base/MakeFinding.h"
 #include "video/BitReader.h"
+#include "video/H264Slice.h"
 
 #include <algorithm>
 #include <array>
@@ -14,8 +15,9 @@ namespace qlx::video {
 namespace {
 
 constexpr std::int64_t kTemporalReferences = 1024;
-constexpr std::uint32_t kSequences = 32;
-constexpr std::uint32_t kPictures = 256;
+
+// Counts of H.264 may be below those of the picture that begins them: as far as a counter of 16 bits reaches back.
+constexpr std::int64_t kLongestLeadOfH264 = 1 << 15;
 
 void skipScalingList(BitReader& reader, unsigned size) {
     std::int64_t last = 8;
@@ -35,6 +37,7 @@ void readHighProfile(BitReader& reader, H264Sequence& sequence) {
     if (chromaFormat == kAllColours) {
         sequence.hasColourPlanes = reader.bits(1) != 0;
     }
+    sequence.hasChroma = chromaFormat != 0 && !sequence.hasColourPlanes;
     reader.skipNumber();
     reader.skipNumber();
     reader.skip(1);
@@ -95,7 +98,7 @@ Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload) {
     reader.skipNumber();
     sequence.hasFramesOnly = reader.bits(1) != 0;
     if (reader.hasFailed() || !hasRoom || sequence.frameNumberBits > kMostCounterBits ||
-        sequence.orderBits > kMostCounterBits || sequence.number >= kSequences) {
+        sequence.orderBits > kMostCounterBits || sequence.number >= detail::kH264Sequences) {
         return makeFinding(FindingCode::VideoParametersWrong, Severity::Error, 0, kH264SequenceParameters,
                            payload.size());
     }
@@ -131,15 +134,6 @@ std::optional<std::int64_t> PictureCount::mpeg2Place(std::span<const std::uint8_
     return std::nullopt;
 }
 
-void PictureCount::readPictureParameters(std::span<const std::uint8_t> payload) {
-    BitReader reader(payload);
-    const std::uint32_t picture = reader.number();
-    const std::uint32_t sequence = reader.number();
-    if (!reader.hasFailed() && picture < kPictures) {
-        _sequenceOfPicture[picture] = sequence;
-    }
-}
-
 /// The turns that a counter in the headers has passed when its value is `low`: the nearest to the last one.
 std::int64_t PictureCount::unwrapped(std::int64_t low, std::uint32_t bits) const noexcept {
     const std::int64_t turn = std::int64_t{1} << bits;
@@ -151,16 +145,18 @@ std::int64_t PictureCount::unwrapped(std::int64_t low, std::uint32_t bits) const
 
 /// The picture order count of type 1 (8.2.1.2): the sum of the offsets of the frames that it counts. None where a damaged
 /// stream makes it greater than it may be.
-std::optional<std::int64_t> PictureCount::cyclePlace(const H264Sequence& sequence, bool isReference,
-                                                     std::int64_t frameNumber, std::int64_t delta) noexcept {
-    if (frameNumber < _low) {
+std::optional<std::int64_t> PictureCount::cycleCount(const H264Sequence& sequence,
+                                                     const detail::H264Slice& slice) noexcept {
+    if (slice.frameNumber < _low) {
         _high += std::int64_t{1} << sequence.frameNumberBits;
     }
-    _low = frameNumber;
+    _low = slice.frameNumber;
     const std::span<const std::int64_t> offsets = sequence.cycleOffsets.items();
     constexpr std::int64_t kGreatest = (std::int64_t{1} << 31U) - 1;
-    std::int64_t count = delta + (isReference ? 0 : sequence.nonReferenceOffset);
-    const std::int64_t frames = offsets.empty() ? 0 : _high + frameNumber - (isReference ? 0 : 1);
+    const std::int64_t bottomDelta = sequence.bottomOffset + slice.deltas[1];
+    std::int64_t count = slice.deltas[0] + (slice.isReference ? 0 : sequence.nonReferenceOffset);
+    count += slice.isBottom ? sequence.bottomOffset : slice.isField ? 0 : std::min<std::int64_t>(bottomDelta, 0);
+    const std::int64_t frames = offsets.empty() ? 0 : _high + slice.frameNumber - (slice.isReference ? 0 : 1);
     if (frames > 0) {
         const auto length = static_cast<std::int64_t>(offsets.size());
         const std::int64_t cycle = std::accumulate(offsets.begin(), offsets.end(), std::int64_t{0});
@@ -171,52 +167,49 @@ std::optional<std::int64_t> PictureCount::cyclePlace(const H264Sequence& sequenc
         const auto begun = offsets.first(static_cast<std::size_t>((frames - 1) % length + 1));
         count += cycles * cycle + std::accumulate(begun.begin(), begun.end(), std::int64_t{0});
     }
-    if (count > kGreatest) {
-        return std::nullopt;
+    return count > kGreatest ? std::nullopt : std::optional(count);
+}
+
+/// The picture order count of type 0 (8.2.1.1).
+std::int64_t PictureCount::turnedCount(const H264Sequence& sequence, const detail::H264Slice& slice) noexcept {
+    const std::int64_t high = unwrapped(slice.orderLow, sequence.orderBits);
+    if (slice.isReference) {
+        _high = high;
+        _low = slice.orderLow;
     }
-    return _base + std::max<std::int64_t>(count, 0);
+    return high + slice.orderLow + std::min<std::int64_t>(slice.deltas[0], 0);
 }
 
 /// A slice's picture order count in its sequence; none where the pictures are presented as they stand, or the parameters
 /// are missing.
 /// @param slice With the NAL unit header.
 std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_t> slice) {
-    const bool isIdr = nalUnitType(slice[0], Codec::H264) == kH264IdrSlice;
-    if (isIdr) {
+    if (nalUnitType(slice[0], Codec::H264) == kH264IdrSlice) {
         beginAnew();
     }
-    BitReader reader(slice.subspan(1));
-    reader.skipNumber();
-    reader.skipNumber();
-    const auto picture = _sequenceOfPicture.find(reader.number());
-    const auto found = picture == _sequenceOfPicture.end() ? _sequences.end() : _sequences.find(picture->second);
-    if (found == _sequences.end() || found->second.orderType > 1) {
+    const auto picture = _pictures.find(detail::pictureOfSlice(slice));
+    const auto found = picture == _pictures.end() ? _sequences.end() : _sequences.find(picture->second.sequence);
+    const auto header =
+        found == _sequences.end() ? std::nullopt : detail::parseH264Slice(slice, found->second, picture->second);
+    if (!header) {
         return std::nullopt;
     }
-    const H264Sequence& sequence = found->second;
-    reader.skip(sequence.hasColourPlanes ? 2 : 0);
-    const std::int64_t frameNumber = reader.bits(sequence.frameNumberBits);
-    const bool isField = !sequence.hasFramesOnly && reader.bits(1) != 0;
-    const bool isBottom = isField && reader.bits(1) != 0;
-    if (isIdr) {
-        reader.skipNumber();
+    std::optional<std::int64_t> count;
+    if (header->beginsAnew) {
+        beginAnew();
+        count = 0;
+        // A bottom field that is the first to be presented leaves the top field behind it.
+        const bool isType0Frame = found->second.orderType == 0 && !header->isField;
+        _low = isType0Frame ? std::max<std::int64_t>(-header->deltas[0], 0) : 0;
+    } else if (found->second.orderType == 0) {
+        count = turnedCount(found->second, *header);
+    } else if (found->second.orderType == 1) {
+        count = cycleCount(found->second, *header);
     }
-    const bool isReference = nalRefIdc(slice[0]) != 0;
-    if (sequence.orderType == 1) {
-        const std::int64_t delta =
-            (sequence.hasNoOrderDeltas ? 0 : reader.signedNumber()) + (isBottom ? sequence.bottomOffset : 0);
-        return reader.hasFailed() ? std::nullopt : cyclePlace(sequence, isReference, frameNumber, delta);
-    }
-    const std::int64_t low = reader.bits(sequence.orderBits);
-    if (reader.hasFailed()) {
+    if (!count || found->second.orderType > 1) {
         return std::nullopt;
     }
-    const std::int64_t high = unwrapped(low, sequence.orderBits);
-    if (isReference) {
-        _high = high;
-        _low = low;
-    }
-    return _base + high + low;
+    return _base + std::max<std::int64_t>(kLongestLeadOfH264 + *count, 0);
 }
 
 template <class Units>
@@ -228,7 +221,9 @@ std::optional<std::int64_t> PictureCount::h264Place(const Units& units) {
                 _sequences[sequence->number] = *sequence;
             }
         } else if (type == kH264PictureParameters) {
-            readPictureParameters(unit.bytes.subspan(1));
+            if (const Result<H264Picture> picture = parseH264Picture(unit.bytes.subspan(1))) {
+                _pictures[picture->number] = *picture;
+            }
         } else if (type == kH264Slice || type == kH264PartitionA || type == kH264IdrSlice) {
             // All of them begin with a slice header; partitions B and C do not.
             return slicePlace(unit.bytes);

@@ -3,6 +3,7 @@
 #include <qlx/video/order.h>
 
 #include "ExactBuffer.h"
+#include "PictureUnits.h"
 
 #include <gtest/gtest.h>
 
@@ -16,40 +17,7 @@ using qlx::video::AccessUnitReader;
 using qlx::video::Codec;
 using qlx::video::PictureOrder;
 using qlxtest::fromHex;
-using Bytes = std::vector<std::uint8_t>;
-
-/// All that is known by now.
-template <class Item>
-std::vector<Item> marksOf(PictureOrder<Item>& order) {
-    std::vector<Item> marks;
-    while (const std::optional<Item> mark = order.take()) {
-        marks.push_back(*mark);
-    }
-    return marks;
-}
-
-/// Adds the units one after the other, marked from 0 on.
-std::vector<int> orderOf(Codec codec, const std::vector<std::string>& units) {
-    PictureOrder<int> order({codec});
-    int mark = 0;
-    for (const std::string& unit : units) {
-        order.add(fromHex(unit), mark++);
-    }
-    order.finish();
-    return marksOf(order);
-}
-
-// Baseline profile, counts of 4 bits for frames and order, frames only: 1 1 1 1 010 0 1 1 1, then the stop bit.
-const std::string kParameters = "00000001 67 42001e f4f0 00000001 68 e0";
-
-/// A slice: 1 1 1 (first macroblock, type, parameters), frame number 0000, in an IDR picture 1 (its number), the order.
-std::string slice(unsigned nal, unsigned order) {
-    const bool isIdr = (nal & 0x1FU) == 5;
-    const unsigned bits = isIdr ? 0xE100U | order << 4U | 8U : 0xE000U | order << 5U | 0x10U;
-    const Bytes bytes{static_cast<std::uint8_t>(nal), static_cast<std::uint8_t>(bits >> 8U),
-                      static_cast<std::uint8_t>(bits)};
-    return "000001" + qlxtest::toHex(bytes);
-}
+using namespace qlxtest::pictures;
 
 TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
     // I0 P8 B4 b2 b6 P16 (the count of 4 bits has turned over) b12; a new sequence: I0 P4 b2.
@@ -57,17 +25,6 @@ TEST(PictureOrder, FollowsThePictureOrderCountOfH264) {
                       {kParameters + slice(0x65, 0), slice(0x41, 8), slice(0x01, 4), slice(0x01, 2), slice(0x01, 6),
                        slice(0x41, 0), slice(0x01, 12), slice(0x65, 0), slice(0x41, 4), slice(0x01, 2)}),
               (std::vector<int>{0, 3, 2, 4, 1, 6, 5, 7, 9, 8}));
-}
-
-/// Texts of 0 and 1 as bytes in hexadecimal, filled up with zeros; spaces do not count.
-std::string hexOfBits(std::string text) {
-    std::erase(text, ' ');
-    text.resize((text.size() + 7) / 8 * 8, '0');
-    Bytes bytes;
-    for (std::size_t place = 0; place < text.size(); place += 8) {
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(place, 8), nullptr, 2)));
-    }
-    return qlxtest::toHex(bytes);
 }
 
 /// Parameters of type 1: counts of 4 bits for frames, deltas, those of no reference 2 less, the offset of a bottom field

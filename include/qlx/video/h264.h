@@ -33,6 +33,7 @@ struct H264Sequence {
     std::int64_t nonReferenceOffset = 0;  ///< offset_for_non_ref_pic
     std::int64_t bottomOffset = 0;        ///< offset_for_top_to_bottom_field
     BoundedList<std::int64_t, kMostOrderOffsets> cycleOffsets;  ///< offset_for_ref_frame
+    bool hasChroma = true;  ///< Whether ChromaArrayType is not 0: neither monochrome nor of separate planes.
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const H264Sequence&, const H264Sequence&) noexcept = default;
@@ -41,5 +42,25 @@ struct H264Sequence {
 /// Reads a sequence parameter set, from the byte behind its NAL unit header on. Fails with VideoParametersWrong when it
 /// ends too early or makes no sense.
 [[nodiscard]] QLX_EXPORT Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload);
+
+/// The same of a picture parameter set (7.3.2.2).
+struct H264Picture {
+    std::uint32_t number = 0;         ///< pic_parameter_set_id, 0 to 255.
+    std::uint32_t sequence = 0;       ///< seq_parameter_set_id, 0 to 31.
+    bool hasBottomDeltas = false;     ///< bottom_field_pic_order_in_frame_present_flag
+    std::uint32_t references0 = 1;    ///< num_ref_idx_l0_default_active_minus1 and 1, 1 to 32.
+    std::uint32_t references1 = 1;    ///< The same of l1.
+    bool hasWeights = false;          ///< weighted_pred_flag
+    bool hasWeightsOfTwo = false;     ///< Whether weighted_bipred_idc is 1.
+    bool hasRedundantCounts = false;  ///< redundant_pic_cnt_present_flag
+    bool isCut =
+        false;  ///< Its end is missing, or longer than any that is in use: what stands behind `sequence` is not known.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const H264Picture&, const H264Picture&) noexcept = default;
+};
+
+/// Reads a picture parameter set; as parseH264Sequence(). One that is cut behind both numbers is read, and says so.
+[[nodiscard]] QLX_EXPORT Result<H264Picture> parseH264Picture(std::span<const std::uint8_t> payload);
 
 }  // namespace qlx::video

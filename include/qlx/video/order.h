@@ -20,11 +20,16 @@
 
 namespace qlx::video {
 
+namespace detail {
+struct H264Slice;
+}  // namespace detail
+
 /// Counts the places of pictures in the order of presentation, from what their headers say: temporal_reference over the
 /// groups of pictures (ISO/IEC 13818-2, 6.3.9), or the picture order count over the coded video sequences (ITU-T H.264,
 /// 8.2.1.1 and 8.2.1.2; ITU-T H.265, 8.3.1). Pictures of H.264's type 2 are presented as they stand (8.2.1.3), and so are
-/// taken those without their parameters. Of a frame its top field counts; memory management control operation 5, which
-/// begins the count of H.264 anew in mid-sequence, is not looked for.
+/// taken those without their parameters. Of a frame the field counts that is presented first. A picture of H.264 whose
+/// memory management control operation is 5 begins the count anew: all in front of it are presented before it, and its own
+/// count becomes 0 when it has been decoded (8.2.1, C.4.4).
 class PictureCount {
 public:
     /// Counts the pictures of a stream from its beginning.
@@ -43,14 +48,14 @@ private:
     [[nodiscard]] std::int64_t temporalPlace(std::int64_t reference);
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h264Place(const Units& units);
-    [[nodiscard]] std::optional<std::int64_t> cyclePlace(const H264Sequence& sequence, bool isReference,
-                                                         std::int64_t frameNumber, std::int64_t delta) noexcept;
+    [[nodiscard]] std::optional<std::int64_t> cycleCount(const H264Sequence& sequence,
+                                                         const detail::H264Slice& slice) noexcept;
+    [[nodiscard]] std::int64_t turnedCount(const H264Sequence& sequence, const detail::H264Slice& slice) noexcept;
     [[nodiscard]] std::optional<std::int64_t> slicePlace(std::span<const std::uint8_t> slice);
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h265Place(const Units& units);
     [[nodiscard]] std::optional<std::int64_t> h265SlicePlace(std::span<const std::uint8_t> slice);
     [[nodiscard]] std::int64_t unwrapped(std::int64_t low, std::uint32_t bits) const noexcept;
-    void readPictureParameters(std::span<const std::uint8_t> payload);
     void beginAnew() noexcept;
 
     StreamForm _form;
@@ -60,9 +65,9 @@ private:
     std::int64_t _low = 0;        ///< Its last value; of H.264's type 1 both are of frame_num.
     bool _isEnded = false;        ///< H.265: an end of sequence was the last unit.
     std::map<std::uint32_t, H264Sequence> _sequences;
+    std::map<std::uint32_t, H264Picture> _pictures;
     std::map<std::uint32_t, H265Sequence> _h265Sequences;
     std::map<std::uint32_t, H265Picture> _h265Pictures;
-    std::map<std::uint32_t, std::uint32_t> _sequenceOfPicture;  ///< By number of the picture parameter set.
 };
 
 /// As many pictures wait at most: H.264 lets 16 frames overtake another, which may be 32 fields.
