@@ -38,12 +38,13 @@ struct PacketIterator::Reading {
 };
 
 void PacketIterator::advance() {
-    while (!searchRow()) {
-        if (!openRow()) {
-            _atEnd = true;
-            return;
-        }
+    bool isFound = searchRow();
+    while (!isFound && openRow()) {
+        // Most rows have nothing: that is found out without what a search in the middle of a row asks.
+        _sample = findFlag(0);
+        isFound = _sample < _samples && (take(_sample++) || searchRow());
     }
+    _atEnd = !isFound;
 }
 
 /// Goes to the beginning of the next row; false when there is none.
@@ -57,7 +58,7 @@ inline bool PacketIterator::openRow() {
         return false;
     }
     const std::size_t bytes = std::min(_stride, _rows.size() - _nextRowOffset);
-    _rowOffset = _nextRowOffset;
+    _row = _rows.data() + _nextRowOffset;
     _nextRowOffset += bytes;
     ++_line;
     _samples = detail::samplesOf(_options.format, bytes, _options.width);
@@ -299,8 +300,9 @@ void PacketIterator::reportPacket(std::size_t sample, std::size_t index, const P
 [[gnu::noinline]] void PacketIterator::report(FindingCode code, Severity severity, std::size_t byte, std::size_t first,
                                               std::size_t second) const {
     if (_findings) {
+        const std::size_t rowOffset = _row ? static_cast<std::size_t>(_row - _rows.data()) : 0;
         _findings->add(
-            {code, severity, _rowOffset + byte, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});
+            {code, severity, rowOffset + byte, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});
     }
 }
 

@@ -177,15 +177,15 @@ private:
     [[nodiscard]] Reading read(Channel channel, std::size_t index) const noexcept;
     [[nodiscard]] bool isLimited() const noexcept { return _options.extent != Extent::WholeRow; }
     [[nodiscard]] std::size_t step() const noexcept { return _options.channels == Channels::SdMultiplex ? 1 : 2; }
-    [[nodiscard]] const std::uint8_t* row() const noexcept { return _rows.data() + _rowOffset; }
+    [[nodiscard]] const std::uint8_t* row() const noexcept { return _row; }
 
     std::span<const std::uint8_t> _rows;
     std::size_t _stride = 0;
     RowOptions _options;
     FindingSink* _findings = nullptr;
-    std::size_t _rowOffset = 0;           ///< Of the row that is read, in `_rows`.
-    std::size_t _nextRowOffset = 0;       ///< Of the one behind it.
+    const std::uint8_t* _row = nullptr;   ///< The row that is read.
     std::uint32_t _line = 0;              ///< Of the row that is read; one less before the first.
+    std::size_t _nextRowOffset = 0;       ///< Of the row behind it, in `_rows`.
     std::size_t _samples = 0;             ///< Of the row, luma and chroma.
     std::size_t _sample = 0;              ///< Where the search goes on.
     std::array<Progress, 2> _progress{};  ///< Of chroma, or the multiplex, and of luma.
