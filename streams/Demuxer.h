@@ -49,6 +49,7 @@ enum class StreamContent {
     Stpp,        ///< TTML documents (the same).
     SubRip,      ///< The text of a cue.
     WebVtt,      ///< The same.
+    SubStation,  ///< The fields of an event of SubStation Alpha, without its times.
     OtherText,   ///< Subtitles that are not read.
 };
 

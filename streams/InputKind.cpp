@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 namespace qlx::streams {
@@ -174,13 +175,13 @@ std::optional<InputKind> kindOfText(std::string_view text) {
         (text.size() == kWebVtt.size() || kBlanks.find(text[kWebVtt.size()]) != std::string_view::npos)) {
         return InputKind::Vtt;
     }
-    // In either case: `[Script Info]`.
-    constexpr std::string_view kSsa = "[script info]";
-    const auto isSsaCharacter = [](char found, char wanted) {
+    // In either case, and files that lack what stands in front of the second ones.
+    constexpr std::string_view kSsa[] = {"[script info]", "[v4 styles]", "[v4+ styles]", "[events]"};
+    const auto isSsaCharacter = [](char wanted, char found) {
         return (found >= 'A' && found <= 'Z' ? static_cast<char>(found + ('a' - 'A')) : found) == wanted;
     };
-    if (text.size() >= kSsa.size() && std::equal(kSsa.begin(), kSsa.end(), text.begin(), [&](char wanted, char found) {
-            return isSsaCharacter(found, wanted);
+    if (std::any_of(std::begin(kSsa), std::end(kSsa), [&](std::string_view head) {
+            return text.size() >= head.size() && std::equal(head.begin(), head.end(), text.begin(), isSsaCharacter);
         })) {
         return InputKind::Ass;
     }

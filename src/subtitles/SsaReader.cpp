@@ -128,6 +128,14 @@ private:
             return false;
         case Section::Events:
             return takeEventLine(name, value);
+        case Section::None:
+            // An event without anything in front of it.
+            if (isSame(name, "dialogue")) {
+                _hasEvents = true;
+                return takeEventLine(name, value);
+            }
+            ++_passed;
+            return false;
         default:
             ++_passed;
             return false;

@@ -254,9 +254,17 @@ void SubRipMarkup::takeCode(std::string_view code) {
     } else if (code.starts_with('a') && isNumber && !value.empty()) {
         takeAnchor(value, true);
     } else if (isNumber && code.size() <= 4 && code.find_first_of("bius") == 0) {
-        // Without a number the code ends what an earlier one said.
+        // Without a number the code ends what an earlier one said. Of a weight more is kept than that it is heavy.
+        constexpr int kHeavy = 600;
+        int weight = 0;
+        (void)std::from_chars(value.data(), value.data() + value.size(), weight);
         const std::optional<bool> isOn =
-            value.empty() ? std::nullopt : std::optional(value != "0" && (code.front() != 'b' || value != "400"));
+            value.empty() ? std::nullopt
+                          : std::optional(code.front() == 'b' && weight > 1 ? weight >= kHeavy : weight > 0);
+        if (code.front() == 'b' && weight > 1) {
+            _kept += '\\';
+            _kept += code;
+        }
         (code.front() == 'b'   ? _codes.isBold
          : code.front() == 'i' ? _codes.isItalic
          : code.front() == 'u' ? _codes.isUnderlined

@@ -6,7 +6,6 @@
 #include "subtitles/TextTime.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <utility>
 
@@ -17,10 +16,6 @@ namespace {
 using enum FindingCode;
 
 constexpr std::int32_t kMillisecondTimescale = 1000;
-
-bool isDigits(std::string_view text) noexcept {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
 
 }  // namespace
 
@@ -68,7 +63,7 @@ private:
             }
         }
         releaseNumber();
-        if (isDigits(trimmed(line))) {
+        if (cueDigits(trimmed(line))) {
             _hasNumber = true;
             _number = line;
             _numberLine = _lines.number();
@@ -84,7 +79,7 @@ private:
         }
         const bool isReady = closeCue();
         _isCue = true;
-        _cue.number = takeNumber();
+        takeNumber();
         const std::int64_t start = checkedTime(*parts.start, 1);
         const std::int64_t end = checkedTime(*parts.end, 2);
         if (end <= start) {
@@ -118,20 +113,22 @@ private:
         return time.milliseconds;
     }
 
-    std::uint64_t takeNumber() {
-        std::uint64_t number = _lastNumber == std::numeric_limits<std::uint64_t>::max() ? 0 : _lastNumber + 1;
+    void takeNumber() {
         if (!std::exchange(_hasNumber, false)) {
             report(SrtNumberWrong, Severity::Remark);
+            _cue.number = _lastNumber + (_lastNumber == std::numeric_limits<std::uint64_t>::max() ? 0 : 1);
         } else {
-            const std::string_view digits = trimmed(_number);
-            const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-            if (result.ec != std::errc{}) {
-                number = std::numeric_limits<std::uint64_t>::max();
+            const std::string_view written = trimmed(_number);
+            const CueDigits digits = cueDigits(written).value_or(CueDigits{});
+            _cue.number = digits.number;
+            if (digits.isTooGreat) {
                 report(SrtNumberTooGreat, Severity::Warning, -1);
             }
+            if (!digits.isUsual) {
+                _cue.identifier = written;
+            }
         }
-        _lastNumber = number;
-        return number;
+        _lastNumber = _cue.number;
     }
 
     /// A line of digits in front of no times is text.

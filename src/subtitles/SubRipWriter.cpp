@@ -4,9 +4,11 @@
 
 #include "subtitles/CueWriting.h"
 #include "subtitles/SubRipMarkup.h"
+#include "subtitles/TextEditing.h"
 #include "subtitles/TextTime.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace qlx::subtitles {
 
@@ -14,10 +16,33 @@ namespace {
 
 using enum FindingCode;
 
-bool isOfSubRip(const Property& property) noexcept {
-    return property.name == properties::kColor || property.name == properties::kFontFace ||
-           property.name == properties::kFontSize || property.name == properties::kStruckOut ||
-           property.name == properties::kSubRipCodes;
+/// The value of a property of a run; null where there is none, or one that would end its tag or row.
+const std::string* writableValue(const Run& run, std::string_view name, std::string_view ends) noexcept {
+    const std::string* const value = valueOf(run.properties, name);
+    return value == nullptr || value->find_first_of(ends) != std::string::npos ? nullptr : value;
+}
+
+const std::string* faceOf(const Run& run) noexcept {
+    return writableValue(run, properties::kFontFace, "\"<>\r\n");
+}
+
+const std::string* sizeOf(const Run& run) noexcept {
+    return writableValue(run, properties::kFontSize, "\"<>\r\n");
+}
+
+const std::string* codesOf(const Run& run) noexcept {
+    return writableValue(run, properties::kSubRipCodes, "}\r\n");
+}
+
+bool isWritten(const Run& run, const Property& property) noexcept {
+    return property.name == properties::kColor || property.name == properties::kStruckOut ||
+           (property.name == properties::kFontFace && faceOf(run) != nullptr) ||
+           (property.name == properties::kFontSize && sizeOf(run) != nullptr) ||
+           (property.name == properties::kSubRipCodes && codesOf(run) != nullptr);
+}
+
+bool hasColor(const Run& run) noexcept {
+    return run.style.foreground != screen::Color::White || valueOf(run.properties, properties::kColor) != nullptr;
 }
 
 /// The colour of a run: the exact one, as long as the style has the one that is nearest to it.
@@ -28,18 +53,16 @@ std::string colorOf(const Run& run) {
 }
 
 void openTags(const Run& run, std::string& text) {
-    if (const std::string* const codes = valueOf(run.properties, properties::kSubRipCodes)) {
+    if (const std::string* const codes = codesOf(run)) {
         text += "{" + *codes + "}";
     }
-    const std::string* const face = valueOf(run.properties, properties::kFontFace);
-    const std::string* const size = valueOf(run.properties, properties::kFontSize);
-    const bool hasColor =
-        run.style.foreground != screen::Color::White || valueOf(run.properties, properties::kColor) != nullptr;
-    if (hasColor || face != nullptr || size != nullptr) {
+    const std::string* const face = faceOf(run);
+    const std::string* const size = sizeOf(run);
+    if (hasColor(run) || face != nullptr || size != nullptr) {
         text += "<font";
         text += face != nullptr ? " face=\"" + *face + "\"" : "";
         text += size != nullptr ? " size=\"" + *size + "\"" : "";
-        text += hasColor ? " color=\"" + colorOf(run) + "\"" : "";
+        text += hasColor(run) ? " color=\"" + colorOf(run) + "\"" : "";
         text += ">";
     }
     text += run.style.isBold ? "<b>" : "";
@@ -53,11 +76,7 @@ void closeTags(const Run& run, std::string& text) {
     text += run.style.isUnderlined ? "</u>" : "";
     text += run.style.isItalic ? "</i>" : "";
     text += run.style.isBold ? "</b>" : "";
-    const bool hasFont = run.style.foreground != screen::Color::White ||
-                         std::any_of(run.properties.begin(), run.properties.end(), [](const Property& property) {
-                             return property.name == properties::kColor || property.name == properties::kFontFace ||
-                                    property.name == properties::kFontSize;
-                         });
+    const bool hasFont = hasColor(run) || faceOf(run) != nullptr || sizeOf(run) != nullptr;
     text += hasFont ? "</font>" : "";
 }
 
@@ -69,7 +88,7 @@ void writeRow(const Row& row, RowLosses& losses, std::string& text) {
         losses.styles += run.style.background || run.style.isFlashing ? 1 : 0;
         losses.runTimes += run.from.isValid() ? 1 : 0;
         losses.properties += std::count_if(run.properties.begin(), run.properties.end(),
-                                           [](const Property& property) { return !isOfSubRip(property); });
+                                           [&run](const Property& property) { return !isWritten(run, property); });
         losses.isAmbiguous = losses.isAmbiguous || looksLikeSubRipMarkup(run.text, hasTags);
         openTags(run, text);
         appendWithoutLineEnds(text, run.text);
@@ -96,8 +115,16 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
     if (!span) {
         return false;
     }
-    _number = cue.number != 0 ? cue.number : _number + 1;
-    appendNumber(text, _number);
+    const auto digits = cueDigits(cue.identifier);
+    const bool isCounted = cue.number == 0 && !digits;
+    _number = isCounted                   ? _number + (_number == std::numeric_limits<std::uint64_t>::max() ? 0 : 1)
+              : digits && cue.number == 0 ? digits->number
+                                          : cue.number;
+    if (digits) {
+        text += cue.identifier;
+    } else {
+        appendNumber(text, _number);
+    }
     text += '\n';
     appendTextTime(text, span->start, ',');
     text += " --> ";
@@ -114,7 +141,8 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
     text += '\n';
     report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
     for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
-        report.add(SubtitleNameLost, !name->empty(), static_cast<std::int64_t>(name->size()));
+        const bool isNumber = name == &cue.identifier && digits;
+        report.add(SubtitleNameLost, !name->empty() && !isNumber, static_cast<std::int64_t>(name->size()));
     }
     std::int64_t number = 0;
     const std::uint8_t anchor = cue.rows.empty() ? 0 : anchorOf(cue, cue.rows.front());

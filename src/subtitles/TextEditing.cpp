@@ -4,7 +4,10 @@
 #include <qlx/base/utf8.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
+#include <limits>
+#include <system_error>
 
 namespace qlx::subtitles {
 
@@ -50,6 +53,18 @@ std::string_view takePart(std::string_view& rest, char separator) noexcept {
     const std::string_view part = rest.substr(0, rest.find(separator));
     rest.remove_prefix(std::min(part.size() + 1, rest.size()));
     return part;
+}
+
+std::optional<CueDigits> cueDigits(std::string_view text) noexcept {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) {
+        return std::nullopt;
+    }
+    CueDigits digits;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), digits.number);
+    digits.isTooGreat = result.ec != std::errc{};
+    digits.number = digits.isTooGreat ? std::numeric_limits<std::uint64_t>::max() : digits.number;
+    digits.isUsual = !digits.isTooGreat && text.front() != '0';
+    return digits;
 }
 
 std::string_view withoutWrongBytes(std::string_view text, std::string& room, WrongBytes& wrong) {

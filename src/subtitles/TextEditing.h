@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,16 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag);
 
 /// True for digits alone, of a number that integerValue() gives as it stands.
 [[nodiscard]] bool isWholeNumber(std::string_view text) noexcept;
+
+/// The digits of a cue's number.
+struct CueDigits {
+    std::uint64_t number = 0;  ///< The greatest one for greater ones.
+    bool isUsual = false;      ///< Written as numbers above 0 are by default: the number has all of it.
+    bool isTooGreat = false;
+};
+
+/// None for what is not digits alone.
+[[nodiscard]] std::optional<CueDigits> cueDigits(std::string_view text) noexcept;
 
 /// Bytes that are no UTF-8.
 struct WrongBytes {

@@ -9,7 +9,6 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
-#include <charconv>
 #include <functional>
 #include <set>
 #include <utility>
@@ -34,14 +33,6 @@ bool isWord(std::string_view line, std::string_view word) noexcept {
 
 bool isBlankBehind(std::string_view line, std::string_view word) noexcept {
     return line.starts_with(word) && trimmed(line.substr(word.size())).empty();
-}
-
-/// A name that is a number of digits as they are written by default; none of any other.
-std::optional<std::uint64_t> numberIn(std::string_view name) noexcept {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
-    const bool isWhole = error == std::errc{} && end == name.data() + name.size() && name.front() != '0';
-    return isWhole ? std::optional(number) : std::nullopt;
 }
 
 }  // namespace
@@ -155,9 +146,9 @@ private:
         _text.begin();
         _cue.start = MediaTime::make(start, kWebVttUnits);
         _cue.end = MediaTime::make(end, kWebVttUnits);
-        if (const auto number = name.empty() ? std::nullopt : numberIn(name)) {
-            _cue.number = *number;
-        } else {
+        const auto digits = cueDigits(name);
+        _cue.number = digits ? digits->number : 0;
+        if (!digits || !digits->isUsual) {
             _cue.identifier = std::move(name);
         }
         // Notes go with the cue.

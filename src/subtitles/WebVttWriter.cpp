@@ -55,11 +55,20 @@ void appendEscaped(std::string& text, std::string_view more) {
     }
 }
 
+constexpr std::string_view kEndsOfClasses = "> \t\r\n";
+
 /// Classes stand in a tag as they are; what would end them is left out.
 void appendClasses(std::string& tag, std::string_view classes) {
-    constexpr std::string_view kEnds = "> \t\r\n";
     std::copy_if(classes.begin(), classes.end(), std::back_inserter(tag),
-                 [&kEnds](char character) { return kEnds.find(character) == std::string_view::npos; });
+                 [](char character) { return kEndsOfClasses.find(character) == std::string_view::npos; });
+}
+
+/// Whether a property of a run is written as it is.
+bool isWritten(const Property& property) noexcept {
+    const bool isClass = property.name == properties::kWebVttClass;
+    return property.value.find_first_of(isClass ? kEndsOfClasses : "\r\n") == std::string::npos &&
+           std::any_of(std::begin(kSpansOfProperties), std::end(kSpansOfProperties),
+                       [&property](const auto& span) { return span.first == property.name; });
 }
 
 std::string_view classOf(screen::Color color) noexcept {
@@ -117,14 +126,39 @@ bool isBasic(const std::optional<screen::Color>& color) noexcept {
 void countLosses(const Run& run, RowLosses& losses) {
     losses.styles += run.style.isFlashing ? 1 : 0;
     losses.colors += isBasic(run.style.foreground) && isBasic(run.style.background) ? 0 : 1;
-    losses.properties += std::count_if(run.properties.begin(), run.properties.end(), [](const Property& property) {
-        return std::none_of(std::begin(kSpansOfProperties), std::end(kSpansOfProperties),
-                            [&](const auto& span) { return span.first == property.name; });
-    });
+    losses.properties += std::count_if(run.properties.begin(), run.properties.end(),
+                                       [](const Property& property) { return !isWritten(property); });
 }
 
+/// The times inside of a cue (W3C WebVTT, 4.2.1): within it, each later than the one in front of it.
+class InnerTimes {
+public:
+    explicit InnerTimes(const UnitSpan& span) : _span(span), _last(span.start) {}
+
+    /// The time to be written in front of a run: none where it has none of its own, or none that can be written.
+    std::optional<std::int64_t> take(const Run& run, RowLosses& losses) {
+        if (!run.from.isValid() || run.from == _from) {
+            return std::nullopt;
+        }
+        _from = run.from;
+        const std::int64_t time = unitsOf(run.from, 1000);
+        if (time <= _last || time >= _span.end) {
+            // What is there from the beginning, or from the time of what is in front of it, needs none.
+            losses.runTimes += time == _last || (time < _last && _last == _span.start) ? 0 : 1;
+            return std::nullopt;
+        }
+        _last = time;
+        return time;
+    }
+
+private:
+    UnitSpan _span;
+    std::int64_t _last;
+    MediaTime _from;
+};
+
 /// Appends a row, with the spans closed at its end.
-void appendRow(const Row& row, MediaTime& from, RowLosses& losses, std::string& text) {
+void appendRow(const Row& row, InnerTimes& times, RowLosses& losses, std::string& text) {
     const std::size_t begin = text.size();
     std::vector<OpenSpan> open;
     const auto closeDownTo = [&](std::size_t kept) {
@@ -145,10 +179,9 @@ void appendRow(const Row& row, MediaTime& from, RowLosses& losses, std::string& 
             text += '>';
             open.push_back(*span);
         }
-        if (run.from.isValid() && run.from != from) {
-            from = run.from;
+        if (const auto time = times.take(run, losses)) {
             text += '<';
-            appendTextTime(text, std::max<std::int64_t>(0, unitsOf(run.from, 1000)), '.');
+            appendTextTime(text, *time, '.');
             text += '>';
         }
         appendEscaped(text, run.text);
@@ -167,46 +200,69 @@ bool isBehind(const Row& row, const Row& first, std::uint64_t rows) noexcept {
            (row.number >= first.number + rows && row.number <= first.number + kDouble * rows);
 }
 
-/// Appends text without its empty lines and with no arrow in it, of which one would end a block and the other be times.
-void appendBlock(std::string& text, std::string_view block) {
-    while (!block.empty()) {
-        const std::size_t end = std::min(block.find_first_of("\r\n"), block.size());
-        for (std::string_view line = block.substr(0, end); !line.empty();) {
-            const std::size_t arrow = line.find("-->");
-            text += line.substr(0, arrow);
-            text += arrow == std::string_view::npos ? "" : "-- >";
-            line.remove_prefix(arrow == std::string_view::npos ? line.size() : arrow + 3);
-        }
-        text += end == 0 ? "" : "\n";
-        block.remove_prefix(std::min(end + 1, block.size()));
-    }
-    text += '\n';
-}
+/// What stands besides cues: with no arrow in it, which would be times, and no empty line, which would end it.
+class RestWriter {
+public:
+    explicit RestWriter(std::string& text) : _text(text) {}
+    RestWriter(const RestWriter&) = delete;
+    RestWriter& operator=(const RestWriter&) = delete;
 
-/// Appends a line of the head.
-void appendHead(std::string& text, std::string_view line) {
-    std::string row;
-    appendWithoutLineEnds(row, line);
-    for (std::size_t arrow = row.find("-->"); arrow != std::string::npos; arrow = row.find("-->", arrow)) {
-        row.replace(arrow, 3, "-- >");
+    void appendBlock(std::string_view block) {
+        while (!block.empty()) {
+            const std::size_t end = std::min(block.find_first_of("\r\n"), block.size());
+            appendWithoutArrows(block.substr(0, end));
+            _emptyLines += end == 0 ? 1 : 0;
+            _text += end == 0 ? "" : "\n";
+            block.remove_prefix(std::min(end + (block.substr(end).starts_with("\r\n") ? 2 : 1), block.size()));
+        }
+        _text += '\n';
     }
-    text += row;
-    text += '\n';
-}
+
+    /// Appends a line of the head.
+    void appendHead(std::string_view line) {
+        std::string row;
+        appendWithoutLineEnds(row, line);
+        appendWithoutArrows(row);
+        _text += '\n';
+    }
+
+    /// Says what is written otherwise.
+    void say(const CueReport& report) const {
+        report.add(SubtitleRestChanged, _arrows + _emptyLines != 0, _arrows, _emptyLines);
+    }
+
+private:
+    void appendWithoutArrows(std::string_view line) {
+        while (!line.empty()) {
+            const std::size_t arrow = line.find("-->");
+            const bool hasArrow = arrow != std::string_view::npos;
+            _text += line.substr(0, arrow);
+            _text += hasArrow ? "-- >" : "";
+            _arrows += hasArrow ? 1 : 0;
+            line.remove_prefix(hasArrow ? arrow + 3 : line.size());
+        }
+    }
+
+    std::string& _text;
+    std::int64_t _arrows = 0;
+    std::int64_t _emptyLines = 0;
+};
 
 }  // namespace
 
 void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
+    RestWriter rest(text);
     text += "WEBVTT";
     text += file.title.empty() ? "" : " ";
-    appendHead(text, file.title);
+    rest.appendHead(file.title);
     for (const std::string& line : file.header) {
-        appendHead(text, line);
+        rest.appendHead(line);
     }
     text += '\n';
     for (const std::string& block : file.blocks) {
-        appendBlock(text, block);
+        rest.appendBlock(block);
     }
+    rest.say({_findings, 0});
 }
 
 bool WebVttWriter::write(const Cue& cue, std::string& text) {
@@ -216,15 +272,17 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
         return false;
     }
     std::int64_t lost = 0;
+    RestWriter notes(text);
     for (const Property& property : cue.properties) {
-        if (property.name == properties::kWebVttNote) {
-            appendBlock(text, property.value);
+        const bool isNote = property.name == properties::kWebVttNote;
+        if (isNote) {
+            notes.appendBlock(property.value);
         }
         const bool isKnown =
             std::find(std::begin(kCueProperties), std::end(kCueProperties), property.name) != std::end(kCueProperties);
-        const bool isWritten = isKnown && (property.name == properties::kWebVttNote || isSettingValue(property.value));
-        lost += isWritten ? 0 : 1;
+        lost += isKnown && (isNote || isSettingValue(property.value)) ? 0 : 1;
     }
+    notes.say(report);
     report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
     report.add(SubtitleNameLost, !cue.language.empty(), static_cast<std::int64_t>(cue.language.size()));
     report.add(SubtitleNameLost, !isSettingValue(cue.region), static_cast<std::int64_t>(cue.region.size()));
@@ -242,11 +300,11 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
     appendTextTime(text, span->end, '.');
     appendSettings(cue, text);
     text += '\n';
-    MediaTime from;
+    InnerTimes times(*span);
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         RowLosses losses;
-        appendRow(row, from, losses, text);
+        appendRow(row, times, losses, text);
         const Row& first = cue.rows.front();
         losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || row.column != first.column ||
                              !isBehind(row, first, static_cast<std::uint64_t>(number));
@@ -257,9 +315,11 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
 }
 
 void WebVttWriter::finish(const WebVttFile& file, std::string& text) {
+    RestWriter rest(text);
     for (const std::string& note : file.notes) {
-        appendBlock(text, note);
+        rest.appendBlock(note);
     }
+    rest.say({_findings, _cues});
 }
 
 }  // namespace qlx::subtitles

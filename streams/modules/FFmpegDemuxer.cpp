@@ -95,6 +95,8 @@ StreamContent textOf(AVCodecID codec) {
         return StreamContent::SubRip;
     case AV_CODEC_ID_WEBVTT:
         return StreamContent::WebVtt;
+    case AV_CODEC_ID_ASS:
+        return StreamContent::SubStation;
     default:
         return StreamContent::OtherText;
     }

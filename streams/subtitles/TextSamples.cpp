@@ -343,7 +343,7 @@ void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSam
 }
 
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
-                    bool isRelative, const TakeSampleCue& take, FindingSink& findings) {
+                    bool isRelative, const SampleRegions& regions, const TakeSampleCue& take, FindingSink& findings) {
     constexpr std::int32_t kMilliseconds = 1000;
     const std::int64_t begin =
         isRelative ? 0 : std::max<std::int64_t>(subtitles::unitsOf(span.begin, kMilliseconds), 0);
@@ -351,6 +351,12 @@ void readWebVttText(std::string_view text, std::string_view name, std::string_vi
                                           (isRelative ? subtitles::unitsOf(span.begin, kMilliseconds) : 0),
                                       begin + 1);
     std::string file = "WEBVTT\n\n";
+    constexpr std::string_view kRegion = "region:";
+    if (const std::size_t place = settings.find(kRegion); place != std::string_view::npos) {
+        const std::string_view behind = settings.substr(place + kRegion.size());
+        const auto region = regions.find(behind.substr(0, behind.find_first_of(" \t\r\n")));
+        file += region == regions.end() ? std::string() : "REGION\nid:" + *region + "\n\n";
+    }
     const std::string identifier = lineOf(name);
     if (!identifier.empty() && identifier.find("-->") == std::string::npos) {
         file += identifier + "\n";
@@ -369,8 +375,8 @@ void readWebVttText(std::string_view text, std::string_view name, std::string_vi
     });
 }
 
-void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const TakeSampleCue& take,
-              FindingSink& findings) {
+void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleRegions& regions,
+              const TakeSampleCue& take, FindingSink& findings) {
     std::span<const std::uint8_t> rest = sample;
     std::size_t others = 0;
     while (const auto box = takeBox(rest)) {
@@ -399,7 +405,7 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
         if (!inner.empty()) {
             report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
         }
-        readWebVttText(text, name, settings, span, false, take, findings);
+        readWebVttText(text, name, settings, span, false, regions, take, findings);
     }
     if (!rest.empty()) {
         report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
@@ -407,6 +413,46 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
     if (others != 0) {
         report(findings, FindingCode::TextSamplePartsLost, Severity::Warning, others);
     }
+}
+
+SubStationSamples::SubStationSamples(std::string_view head, FindingSink& findings)
+    : _findings(findings), _reader({}, &findings) {
+    constexpr std::string_view kOldStyles = "[v4 styles]";
+    const bool isOld = asciiLowercased(head).find(kOldStyles) != std::string::npos;
+    push(std::string(head) + "\n[Events]\nFormat: " + (isOld ? "Marked" : "Layer") +
+         ", Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text\n");
+    (void)_reader.next();
+}
+
+void SubStationSamples::read(std::string_view sample, const SampleSpan& span, const TakeSampleCue& take) {
+    // The number of the event, and its layer.
+    const std::size_t number = sample.find(',');
+    const std::size_t layer = number == std::string_view::npos ? number : sample.find(',', number + 1);
+    if (layer == std::string_view::npos) {
+        report(_findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
+        return;
+    }
+    std::string line = "Dialogue: " + std::string(sample.substr(number + 1, layer - number)) + "0:00:00.00,0:00:01.00" +
+                       std::string(sample.substr(layer));
+    line.erase(line.find_last_not_of("\r\n") + 1);
+    std::replace(line.begin(), line.end(), '\r', ' ');
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    push(line + "\n");
+    while (const Cue* const read = _reader.next()) {
+        Cue cue = *read;
+        cue.start = span.begin;
+        cue.end = span.end;
+        take(std::move(cue));
+    }
+}
+
+void SubStationSamples::finish() {
+    _reader.finish();
+    (void)_reader.next();
+}
+
+void SubStationSamples::push(const std::string& text) {
+    _reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
 }  // namespace qlx::streams::detail

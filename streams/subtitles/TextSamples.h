@@ -4,9 +4,11 @@
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <qlx/base/finding.h>
 #include <qlx/subtitles/cue.h>
+#include <qlx/subtitles/ssa.h>
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,16 +42,38 @@ struct TimedTextDefaults {
 void readTimedText(std::span<const std::uint8_t> sample, const TimedTextDefaults& defaults, const SampleSpan& span,
                    const TakeSampleCue& take, FindingSink& findings);
 
+/// The names of the regions that a track has.
+using SampleRegions = std::set<std::string, std::less<>>;
+
 /// Reads a sample of `wvtt` (ISO/IEC 14496-30, 7.5).
-void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const TakeSampleCue& take,
-              FindingSink& findings);
+void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleRegions& regions,
+              const TakeSampleCue& take, FindingSink& findings);
 
 /// Reads the text of a WebVTT cue.
 /// @param isRelative Times within the text count from its beginning.
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
-                    bool isRelative, const TakeSampleCue& take, FindingSink& findings);
+                    bool isRelative, const SampleRegions& regions, const TakeSampleCue& take, FindingSink& findings);
 
 /// Reads the text of a SubRip cue.
 void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSampleCue& take, FindingSink& findings);
+
+/// Reads the samples of SubStation Alpha: the fields of an event without its times, behind a number that counts them.
+class SubStationSamples {
+public:
+    /// @param head What a file has in front of its events.
+    /// @param findings Must outlive this.
+    SubStationSamples(std::string_view head, FindingSink& findings);
+
+    void read(std::string_view sample, const SampleSpan& span, const TakeSampleCue& take);
+
+    /// Says what of the head was passed over.
+    void finish();
+
+private:
+    void push(const std::string& text);
+
+    FindingSink& _findings;
+    subtitles::SsaReader _reader;
+};
 
 }  // namespace qlx::streams::detail

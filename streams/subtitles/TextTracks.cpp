@@ -7,11 +7,14 @@
 #include "../StreamCheck.h"
 #include "TextSamples.h"
 #include "TtmlTimes.h"
+#include "WebVttHeads.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,6 +43,8 @@ TextTrackKind textKindOf(StreamContent content) noexcept {
         return TextTrackKind::SubRip;
     case StreamContent::WebVtt:
         return TextTrackKind::WebVtt;
+    case StreamContent::SubStation:
+        return TextTrackKind::SubStation;
     default:
         return TextTrackKind::Unreadable;
     }
@@ -180,6 +185,7 @@ public:
         if (_kind == InputKind::Mov && !_source.size() && detail::isIndexBehindMedia(_source.peek(kLongestPeek))) {
             return Finding{FindingCode::ContainerIndexBehindMedia, Severity::Error, 0, 0, 0};
         }
+        const auto heads = _kind == InputKind::Mov ? detail::webVttHeads(_source) : std::nullopt;
         _demuxer = takesApart->demuxer(_input, _kind, _isOwner);
         if (auto error = obstacle(_demuxer->open(), TextStage::Opening)) {
             return error;
@@ -188,12 +194,19 @@ public:
             return error;
         }
         _streams = _demuxer->streams();
+        const auto inBoxes = static_cast<std::size_t>(
+            std::count_if(_streams.begin(), _streams.end(),
+                          [](const detail::DemuxedStream& stream) { return stream.content == StreamContent::Wvtt; }));
+        _hasHeads = heads && heads->size() == inBoxes;
+        std::size_t head = 0;
         for (std::size_t index = 0; index < _streams.size(); ++index) {
             const detail::DemuxedStream& stream = _streams[index];
             if (isTextTrack(stream.content)) {
                 TextTrack track{textKindOf(stream.content), stream.language, stream.title, {}};
                 if (track.kind == TextTrackKind::WebVtt) {
                     track.header.assign(stream.parameters.begin(), stream.parameters.end());
+                } else if (track.kind == TextTrackKind::Wvtt && _hasHeads) {
+                    track.header = (*heads)[head++];
                 }
                 _tracks.push_back(std::move(track));
                 _places.push_back(index);
@@ -216,15 +229,31 @@ public:
         const detail::DemuxedStream& stream = _streams[_places[number]];
         _defaults = detail::timedTextDefaults(stream.parameters);
         const TextTrackKind kind = _tracks[number].kind;
-        CueJoiner joiner(take, kind != TextTrackKind::SubRip && kind != TextTrackKind::WebVtt);
+        const bool isInParts =
+            kind == TextTrackKind::TimedText || kind == TextTrackKind::Wvtt || kind == TextTrackKind::Stpp;
+        CueJoiner joiner(take, isInParts);
         SampleFindings placed(findings);
+        if (kind == TextTrackKind::Wvtt && !_hasHeads) {
+            placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
+        }
+        _regions = detail::regionsOf(_tracks[number].header);
+        std::optional<detail::SubStationSamples> events;
+        if (kind == TextTrackKind::SubStation) {
+            events.emplace(
+                std::string_view(reinterpret_cast<const char*>(stream.parameters.data()), stream.parameters.size()),
+                placed);
+        }
         detail::DemuxedPacket packet;
         DemuxStatus status = _demuxer->read(packet);
         for (; status == DemuxStatus::Done; status = _demuxer->read(packet)) {
             if (packet.stream == _places[number]) {
                 placed.setPlace(packet.place);
-                takeSample(kind, stream, packet, joiner, placed, takeHead);
+                takeSample(kind, stream, packet, joiner, placed, takeHead, events ? &*events : nullptr);
             }
+        }
+        if (events) {
+            placed.setPlace(0);
+            events->finish();
         }
         joiner.finish();
         return status == DemuxStatus::End ? std::nullopt : obstacle(status, TextStage::Reading);
@@ -235,7 +264,8 @@ public:
 
 private:
     void takeSample(TextTrackKind kind, const detail::DemuxedStream& stream, const detail::DemuxedPacket& packet,
-                    CueJoiner& joiner, FindingSink& findings, const std::function<void(const TtmlFile&)>& takeHead) {
+                    CueJoiner& joiner, FindingSink& findings, const std::function<void(const TtmlFile&)>& takeHead,
+                    detail::SubStationSamples* events) {
         if (!packet.time || packet.isDamaged) {
             findings.add(
                 {FindingCode::TextSampleWrong, Severity::Error, 0, static_cast<std::int64_t>(packet.bytes.size()), 0});
@@ -257,16 +287,19 @@ private:
             detail::readTimedText(packet.bytes, _defaults, span, take, findings);
             break;
         case TextTrackKind::Wvtt:
-            detail::readWvtt(packet.bytes, span, take, findings);
+            detail::readWvtt(packet.bytes, span, _regions, take, findings);
             break;
         case TextTrackKind::SubRip:
             detail::readSubRipText(text, span, take, findings);
             break;
         case TextTrackKind::WebVtt:
-            detail::readWebVttText(text, packet.name, packet.settings, span, true, take, findings);
+            detail::readWebVttText(text, packet.name, packet.settings, span, true, _regions, take, findings);
             break;
         case TextTrackKind::Stpp:
             takeDocument(packet.bytes, span, take, findings, takeHead);
+            break;
+        case TextTrackKind::SubStation:
+            events->read(text, span, take);
             break;
         case TextTrackKind::Unreadable:
             break;
@@ -323,6 +356,8 @@ private:
     std::vector<TextTrack> _tracks;
     std::vector<std::size_t> _places;  ///< Of the tracks among the streams.
     detail::TimedTextDefaults _defaults;
+    std::set<std::string, std::less<>> _regions;
+    bool _hasHeads = false;  ///< Of `wvtt` tracks.
     bool _hasHead = false;
     std::string _words;
 };
@@ -339,6 +374,8 @@ std::string_view nameOf(TextTrackKind kind) noexcept {
         return "SubRip";
     case TextTrackKind::WebVtt:
         return "WebVTT";
+    case TextTrackKind::SubStation:
+        return "SubStation Alpha";
     case TextTrackKind::Unreadable:
         break;
     }

@@ -60,7 +60,11 @@ TEST(InputKind, IsToldByTheFirstBytes) {
     EXPECT_EQ(kind(bytesOf("Scenarist_SCC V1.0\n\n")), InputKind::Scc);
     EXPECT_EQ(kind(bytesOf("[Script Info]\n")), InputKind::Ass);
     EXPECT_EQ(kind(bytesOf("\xEF\xBB\xBF[script info]")), InputKind::Ass);
+    EXPECT_EQ(kind(bytesOf("\n[V4+ Styles]\n")), InputKind::Ass);
+    EXPECT_EQ(kind(bytesOf("[V4 Styles]\n")), InputKind::Ass);
+    EXPECT_EQ(kind(bytesOf("[EVENTS]\n")), InputKind::Ass);
     EXPECT_EQ(kind(bytesOf("[Script Inf")), InputKind::Json);
+    EXPECT_EQ(kind(bytesOf("[\"events\"]")), InputKind::Json);
     EXPECT_EQ(inputKindOfName("a.SSA"), InputKind::Ass);
     EXPECT_EQ(inputKindOfName("a.ass"), InputKind::Ass);
     EXPECT_EQ(kind(bytesOf("\xEF\xBB\xBF"

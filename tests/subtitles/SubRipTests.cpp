@@ -72,6 +72,9 @@ TEST(SubRip, ReadsTheMarkupOfRows) {
         {"{\\i1}a{\\i0}b{\\b1\\u1}c{\\r}d", "{i}a{}b{bu}c{}d"},
         {"<i>a{\\i0}b{\\i}c</i>", "{i}a{}b{i}c"},
         {"{\\c&H0000FF&}a{\\c}b", "{#30}a{}b"},
+        {"<b>{\\b0}a{\\b}b</b>", "a{b}b"},
+        {"{\\b700}a{\\b0}b", "{b srt.codes=\\b700}a{}b"},
+        {"{\\b300}a", "{srt.codes=\\b300}a"},
         {"{\\pos(10,20)}a", "{srt.codes=\\pos(10,20)}a"},
         {"{\\an8\\fad(1,2)\\t(0,5,\\fs9)}a", "[8]{srt.codes=\\fad(1,2)\\t(0,5,\\fs9)}a"},
         {"a{\\k20}", "a{srt.codes=\\k20}"},
@@ -160,6 +163,39 @@ TEST(SubRip, TakesCuesWithoutNumbersAndWithoutEmptyLines) {
     EXPECT_EQ(result.codes(), (std::vector{SrtNumberWrong, SrtNumberWrong, SrtTimingInsideCue}));
 }
 
+TEST(SubRip, KeepsNumbersAsTheyAreWritten) {
+    const struct {
+        std::string_view digits;
+        std::uint64_t number;
+        std::string_view identifier;
+        std::vector<FindingCode> findings;
+    } cases[] = {
+        {"1", 1, "", {}},
+        {"18446744073709551615", 18'446'744'073'709'551'615U, "", {}},
+        {"0", 0, "0", {}},
+        {"007", 7, "007", {}},
+        {"18446744073709551616", 18'446'744'073'709'551'615U, "18446744073709551616", {FindingCode::SrtNumberTooGreat}},
+    };
+    for (const auto& each : cases) {
+        const std::string file = std::string(each.digits) + "\n00:00:01,000 --> 00:00:02,000\na\n\n";
+        const CuesRead result = read(file);
+        ASSERT_EQ(result.cues.size(), 1U) << each.digits;
+        EXPECT_EQ(result.cues[0].number, each.number);
+        EXPECT_EQ(result.cues[0].identifier, each.identifier);
+        EXPECT_EQ(result.codes(), each.findings);
+        std::string text;
+        qlx::Findings findings;
+        SubRipWriter writer(&findings);
+        EXPECT_TRUE(writer.write(result.cues[0], text));
+        EXPECT_EQ(text, file);
+        EXPECT_TRUE(findings.empty()) << each.digits;
+        // A cue without a number counts on, and not beyond the greatest number.
+        EXPECT_TRUE(writer.write(cueOf(0, 1000, 2000, {rowOf("b")}), text));
+        const std::string next = each.number + 1 == 0 ? "18446744073709551615" : std::to_string(each.number + 1);
+        EXPECT_EQ(text, file + next + "\n00:00:01,000 --> 00:00:02,000\nb\n\n");
+    }
+}
+
 TEST(SubRip, LeavesOutWhatIsNoCueWithItsLine) {
     const CuesRead result = read("title\n\n1\n00:00:01,000 --> 00:00:02,000\na\n\n2\n");
     ASSERT_EQ(result.cues.size(), 1U);
@@ -238,6 +274,22 @@ TEST(SubRip, SaysWhatItCannotWrite) {
                                   SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitlePlaceLost}));
     EXPECT_EQ(written(cueOf(1, -2000, -1000, {rowOf("a")})), "");
     EXPECT_EQ(written(cueOf(1, -2000, 1000, {rowOf("a")})), "1\n00:00:00,000 --> 00:00:01,000\na\n\n");
+}
+
+TEST(SubRip, WritesNoPropertyThatWouldEndItsTagOrRow) {
+    const Property cases[] = {
+        {"srt.codes", "\\fad(1,2)}x"},    {"srt.codes", "\\k1\n\n2\n00:00:05,000 --> 00:00:06,000"},
+        {"font.face", "A\" color=\"red"}, {"font.face", "A>"},
+        {"font.size", "9\r\n"},
+    };
+    for (const Property& property : cases) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+        cue.rows[0].runs[0].properties = {property};
+        qlx::Findings findings;
+        EXPECT_EQ(written(cue, &findings), "1\n00:00:01,000 --> 00:00:02,000\na\n\n") << property.value;
+        ASSERT_EQ(findings.size(), 1U) << property.value;
+        EXPECT_EQ(findings[0].code, FindingCode::SubtitlePropertiesLost);
+    }
 }
 
 TEST(SubRip, SaysWhichTextIsReadAsMarkup) {

@@ -277,6 +277,70 @@ TEST(WebVtt, WritesPlacesOfOtherFormats) {
     EXPECT_EQ(findings[1].first, 2);
 }
 
+TEST(WebVtt, SaysWhatOfTheRestIsWrittenOtherwise) {
+    WebVttFile file;
+    file.title = "a --> b";
+    file.header = {"Kind: x\ny"};
+    file.blocks = {"NOTE\n1 --> 2 --> 3\n\nrest", "STYLE\r\n::cue {}\r\n"};
+    file.notes = {"NOTE -->"};
+    Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+    cue.properties = {{"vtt.note", "NOTE\n\nb"}};
+    qlx::Findings findings;
+    WebVttWriter writer(&findings);
+    std::string text;
+    writer.begin(file, text);
+    EXPECT_TRUE(writer.write(cue, text));
+    writer.finish(file, text);
+    EXPECT_EQ(text, "WEBVTT a -- > b\nKind: x y\n\nNOTE\n1 -- > 2 -- > 3\nrest\n\nSTYLE\n::cue {}\n\n"
+                    "NOTE\nb\n\n1\n00:00:01.000 --> 00:00:02.000\na\n\nNOTE -- >\n\n");
+    using enum FindingCode;
+    const auto of = [](std::uint64_t cueNumber, std::int64_t arrows, std::int64_t lines) {
+        return qlx::Finding{SubtitleRestChanged, qlx::Severity::Warning, cueNumber, arrows, lines};
+    };
+    EXPECT_EQ(std::vector(findings.begin(), findings.end()), (std::vector{of(0, 3, 1), of(1, 0, 1), of(1, 1, 0)}));
+}
+
+TEST(WebVtt, WritesTimesInsideThatAreWithinTheCueAndRise) {
+    const struct {
+        std::vector<std::int64_t> times;
+        std::string_view text;
+        std::int64_t lost;
+    } cases[] = {
+        {{0, 1500, 1700}, "a<00:00:01.500>b<00:00:01.700>c", 0},
+        {{1000, 1500, 1500}, "a<00:00:01.500>bc", 0},
+        {{500, 1500, 0}, "a<00:00:01.500>bc", 0},
+        {{1500, 1200, 0}, "<00:00:01.500>abc", 1},
+        {{1200, 2000, 2500}, "<00:00:01.200>abc", 2},
+    };
+    for (const auto& each : cases) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+        cue.rows[0].runs = {{"a", {}}, {"b", {}}, {"c", {}}};
+        for (std::size_t index = 0; index < 3; ++index) {
+            cue.rows[0].runs[index].from = each.times[index] == 0 ? qlx::MediaTime() : milliseconds(each.times[index]);
+        }
+        qlx::Findings findings;
+        WebVttWriter writer(&findings);
+        std::string text;
+        EXPECT_TRUE(writer.write(cue, text));
+        EXPECT_EQ(text, "1\n00:00:01.000 --> 00:00:02.000\n" + std::string(each.text) + "\n\n");
+        EXPECT_EQ(findings.size(), each.lost == 0 ? 0U : 1U) << each.text;
+        EXPECT_TRUE(each.lost == 0 ||
+                    (findings[0].code == FindingCode::SubtitleRunTimeLost && findings[0].second == each.lost));
+    }
+}
+
+TEST(WebVtt, WritesNoClassThatWouldEndItsTag) {
+    Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+    cue.rows[0].runs[0].properties = {{"vtt.c", "x>y z"}};
+    qlx::Findings findings;
+    WebVttWriter writer(&findings);
+    std::string text;
+    EXPECT_TRUE(writer.write(cue, text));
+    EXPECT_EQ(text, "1\n00:00:01.000 --> 00:00:02.000\n<c.xyz>a</c>\n\n");
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::SubtitlePropertiesLost);
+}
+
 TEST(WebVtt, IsReadBackAsItWasWritten) {
     std::mt19937 random(11);
     std::string text;

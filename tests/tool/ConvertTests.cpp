@@ -134,9 +134,9 @@ TEST(Convert, SaysWhatIsLostAndIsStrictWhereAsked) {
     const ToolResult result = converted(file, "srt");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
-    EXPECT_EQ(result.err, "qlxcc: warning: " + file + ": cue 1: row 0: 1 properties are lost\n" +
-                              "qlxcc: warning: " + file + ": cue 1: row 1: styles of 1 parts are lost\n" +
-                              "qlxcc: warning: " + file + ": cue 1: row 1: 1 properties are lost\n");
+    EXPECT_EQ(result.err, "qlxcc: warning: " + file + ": cue 1: row 0: lost properties: 1\n" +
+                              "qlxcc: warning: " + file + ": cue 1: row 1: styles of 1 part are lost\n" +
+                              "qlxcc: warning: " + file + ": cue 1: row 1: lost properties: 1\n");
     EXPECT_EQ(converted(file, "srt", {"--strict"}).exitCode, 1);
     EXPECT_EQ(converted(file, "vtt", {"--strict"}).exitCode, 0);
 }
@@ -265,6 +265,8 @@ TEST(Convert, SaysWhatHasNoEffectAndWhatOfAFileIsLost) {
     EXPECT_NE(said({"--to-rate", "25"}).find("--to-rate is without effect"), std::string::npos);
     EXPECT_NE(said({"--drop"}).find("--drop is without effect"), std::string::npos);
     EXPECT_EQ(said({"--from-rate", "29.97", "--drop", "--to-start", "01:00:00;00"}), "");
+    // A name that says nothing may be that of timed text that counts frames.
+    EXPECT_EQ(converted(folder.write("nameless", kOneCue), "srt", {"--drop"}).err, "");
     const std::string vtt =
         folder.write("in.vtt", "WEBVTT - title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\nSTYLE\n::cue {}\n\n"
                                "00:01.000 --> 00:02.000\na\n\nNOTE behind\n");
@@ -350,6 +352,32 @@ TEST(Convert, MakesCuesOfCaptionsOnAir) {
     EXPECT_EQ(result.out,
               "WEBVTT\n\n1\n00:00:01.235 --> 00:00:03.003 line:79.33% position:21.76%,line-left align:left\n"
               "Hi\n\n");
+}
+
+TEST(Convert, LeavesFormatsThatScanDoesNotWriteToIt) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.scc", "Scenarist_SCC V1.0\n\n00:00:01:00\t942c 942c\n\n");
+    for (const std::string name : {"a.mcc", "a.scc", "a.srt", "a.VTT", "a.stl", "a.ttml"}) {
+        const ToolResult result = runTool({"scan", file, "-o", folder.path(name)});
+        EXPECT_EQ(result.exitCode, 2) << name;
+        EXPECT_NE(result.err.find("qlxcc convert does"), std::string::npos) << result.err;
+        EXPECT_EQ(folder.names(), std::vector<std::string>{"in.scc"});
+    }
+    EXPECT_EQ(runTool({"scan", file, "-o", folder.path("a.txt")}).exitCode, 0);
+}
+
+TEST(Convert, ReadsEventsWithoutAHeadByTheirName) {
+    const TemporaryFolder folder;
+    const std::string event = "Dialogue: 0,0:00:01.00,0:00:02.00,Default,,0,0,0,,a\n";
+    for (const std::string& text : {event, "[Events]\n" + event, "[V4+ Styles]\n[Events]\n" + event}) {
+        const std::string file = folder.write("in.ass", text);
+        const ToolResult list = runTool({"subs", file});
+        EXPECT_EQ(list.exitCode, 0) << list.err;
+        EXPECT_NE(list.out.find("(SubStation Alpha): 1 cue, 0 left out"), std::string::npos) << list.out;
+        const ToolResult srt = converted(file, "srt");
+        EXPECT_EQ(srt.exitCode, 0) << srt.err;
+        EXPECT_EQ(srt.out, "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+    }
 }
 
 TEST(Convert, RefusesWhatMakesNoSense) {
@@ -460,7 +488,7 @@ TEST(Convert, WritesNoLinesIntoWebVttThatJsonHasWhereNoneMayBe) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, "WEBVTT T -- > U\nKind: x  y\na -- > b\n\nSTYLE\n::cue{}\nc -- > d\n\n"
                           "00:00:01.000 --> 00:00:02.000 size:50%\na\n\nNOTE e\nf -- > g\n\n");
-    EXPECT_NE(result.err.find("cue 1: row 0: 1 properties are lost"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("cue 1: row 0: lost properties: 1"), std::string::npos) << result.err;
     EXPECT_NE(result.err.find("cue 1: a name of 3 bytes is lost"), std::string::npos) << result.err;
 }
 

@@ -174,6 +174,30 @@ TEST(TextTracks, AreReadFromWebVttInBoxes) {
     EXPECT_NE(result.err.find("1 part of a text sample left out"), std::string::npos) << result.err;
 }
 
+TEST(TextTracks, KeepWhatStandsInFrontOfWebVttCues) {
+    const TemporaryFolder folder;
+    const std::string head =
+        "WEBVTT title\nLanguage: en\n\nSTYLE\n::cue { color: lime }\n\nREGION\nid:low\nwidth:40%\n";
+    const auto track = [](const std::string& header) {
+        const std::string entry = box("wvtt", zeros(6) + number(1, 2) + (header.empty() ? "" : box("vttC", header)));
+        const std::string cue = box("vttc", box("sttg", "region:low") + box("payl", "a"));
+        return Mp4Track{"eng", "text", entry, {{cue, 1000}}};
+    };
+    const std::string whole = mp4({timedTextTrack({{timedText("x"), 1000}}), track(""), track(head)});
+    const std::string file = folder.write("in.mp4", whole);
+    // Of three tracks each has its own.
+    const ToolResult result = converted(file, "vtt", {"--track", "3"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, head + "\n1\n00:00:00.000 --> 00:00:01.000 region:low\na\n\n") << result.err;
+    EXPECT_EQ(result.err.find("no region"), std::string::npos) << result.err;
+    const ToolResult without = converted(file, "vtt", {"--track", "2"});
+    EXPECT_EQ(without.out, "WEBVTT\n\n1\n00:00:00.000 --> 00:00:01.000 region:low\na\n\n");
+    EXPECT_NE(without.err.find("no region has the name of 3 bytes"), std::string::npos) << without.err;
+    const ToolResult srt = converted(file, "srt", {"--track", "3", "--strict"});
+    EXPECT_EQ(srt.exitCode, 1);
+    EXPECT_NE(srt.err.find("2 lines of the header, 2 blocks (STYLE, REGION, NOTE)"), std::string::npos) << srt.err;
+}
+
 TEST(TextTracks, JoinManyCuesOfTwoSamplesEachWithItsOwn) {
     const TemporaryFolder folder;
     // Two of the same text stay two; of those with the same text and another place each goes on with its own.
@@ -233,6 +257,17 @@ TEST(TextTracks, AreChosenByNumberAndLanguage) {
     EXPECT_EQ(none.exitCode, 2);
     EXPECT_NE(none.err.find("has no text track fra, but 1 (tx3g, deu), 2 (tx3g, eng)"), std::string::npos) << none.err;
     EXPECT_NE(runTool({"subs", file, "--track", "eng"}).out.find("one"), std::string::npos);
+    for (const auto& [track, text] : {std::pair("1", "eins"), std::pair("eng", "one")}) {
+        const ToolResult played = runTool({"play", file, "--mode", "teletext", "--rate", "25", "--track", track});
+        EXPECT_EQ(played.exitCode, 0) << played.err;
+        EXPECT_NE(played.out.find(text), std::string::npos) << played.out;
+    }
+    for (const std::string more : {"--as-deployed", "--track=fra"}) {
+        EXPECT_EQ(runTool({"play", file, "--mode", "teletext", "--rate", "25", "--track", "1", more}).exitCode, 2);
+    }
+    const std::string text = folder.write("plain.srt", "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+    EXPECT_EQ(runTool({"play", text, "--mode", "teletext", "--rate", "25", "--track", "1"}).exitCode, 2);
+    EXPECT_EQ(runTool({"subs", text, "--track", "1"}).exitCode, 2);
     EXPECT_EQ(
         converted(folder.write("in.srt", "1\n00:00:01,000 --> 00:00:02,000\na\n\n"), "vtt", {"--track", "1"}).exitCode,
         2);
@@ -335,6 +370,23 @@ TEST(TextTracks, AreReadFromMatroska) {
         vtt.out,
         "WEBVTT title\n\nNOTE x\n\nintro\n00:00:01.000 --> 00:00:02.500 line:0\n<v Mary>a<00:00:01.500> &amp; b</v>\n\n"
         "2\n00:00:02.500 --> 00:00:03.000\nc\n\n3\n00:00:03.000 --> 00:00:03.500\nc\n\n");
+    const std::string events =
+        folder.write("events.mkv", matroska({{"S_TEXT/ASS", "eng",
+                                              "[Script Info]\nPlayResX: 384\nPlayResY: 288\n\n[V4+ Styles]\n"
+                                              "Format: Name, PrimaryColour, Italic, Alignment\n"
+                                              "Style: Default,&H0000FFFF,0,2\nStyle: Up,&H00FFFFFF,1,8\n"}},
+                                            {{1, 1000, 1500, "0,0,Default,,0,0,0,,one, and\\Ntwo"},
+                                             {1, 2000, 1500, "1,3,Up,Bob,0,0,0,,{\\b1}three"},
+                                             {1, 4000, 500, "2"}}));
+    const ToolResult ass = converted(events, "json");
+    EXPECT_EQ(ass.exitCode, 1) << ass.err;
+    EXPECT_NE(ass.err.find("text sample of 1 byte: something of it cannot be read"), std::string::npos) << ass.err;
+    for (const std::string_view part : {"ssa.style", "ssa.layer", "ssa.name"}) {
+        EXPECT_NE(ass.out.find(part), std::string::npos) << ass.out;
+    }
+    EXPECT_EQ(converted(events, "srt").out,
+              "1\n00:00:01,000 --> 00:00:02,500\n<font color=\"#ffff00\">one, and</font>\n"
+              "<font color=\"#ffff00\">two</font>\n\n2\n00:00:02,000 --> 00:00:03,500\n{\\an8}<b><i>three</i></b>\n\n");
     const std::string other = folder.write("other.mkv", matroska({{"S_HDMV/PGS", "eng"}}, {{1, 0, 100, "x"}}));
     EXPECT_EQ(converted(other, "srt", {"--track", "1"}).exitCode, 1);
 }

@@ -389,6 +389,7 @@ enum class FindingCode : std::uint32_t {
     SubtitlePropertiesLost,          ///< Row, 0 for the cue; how many.
     SubtitleRunTimeLost,             ///< Row, its runs that appear later than the cue.
     SubtitleNameLost,                ///< Size of the cue's name, region or language in bytes.
+    SubtitleRestChanged,  ///< Arrows of what stands besides cues, empty lines of it that are left out; 0 in front of cues.
 
     // subtitles, SubRip as its receivers read it; the offset is the number of a line, counted from 1
     SubRipEntities = 0xA'0501,  ///< How many entities of the row are read as characters.
@@ -545,6 +546,7 @@ enum class FindingCode : std::uint32_t {
     TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
     TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
     TextTrackUnreadable,          ///< The track, counted from 1.
+    TextTrackHeadUnread,          ///< No numbers; styles and regions of a `wvtt` track.
 
     // streams: the index of a container
     MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.

@@ -1,5 +1,6 @@
 // The text tracks of containers as cues: 3GPP timed text (`tx3g`, 3GPP TS 26.245), WebVTT and TTML in ISO files (`wvtt`,
-// `stpp`, ISO/IEC 14496-30), and SubRip and WebVTT of Matroska files (`S_TEXT/UTF8`, `S_TEXT/WEBVTT`).
+// `stpp`, ISO/IEC 14496-30), and SubRip, WebVTT and SubStation Alpha of Matroska files (`S_TEXT/UTF8`, `S_TEXT/WEBVTT`,
+// `S_TEXT/ASS`).
 //
 //     qlx::streams::TextTrackReader reader(source, qlx::streams::InputKind::Mov);
 //     if (const auto error = reader.open()) { report(error->offset, error->text()); }
@@ -32,10 +33,11 @@ enum class TextTrackKind : std::uint8_t {
     Stpp,        ///< A TTML document a sample.
     SubRip,      ///< `S_TEXT/UTF8`
     WebVtt,      ///< `S_TEXT/WEBVTT`
-    Unreadable,  ///< Another one, such as SSA, or pictures.
+    Unreadable,  ///< Another one, such as pictures.
+    SubStation,  ///< `S_TEXT/ASS`, `S_TEXT/SSA`
 };
 
-/// The name of a kind in sentences: `tx3g`, `wvtt`, `stpp`, `SubRip`, `WebVTT`, `unknown`.
+/// The name of a kind in sentences: `tx3g`, `wvtt`, `stpp`, `SubRip`, `WebVTT`, `SubStation Alpha`, `unknown`.
 [[nodiscard]] QLX_STREAMS_EXPORT std::string_view nameOf(TextTrackKind kind) noexcept;
 
 /// A track.
@@ -43,7 +45,9 @@ struct TextTrack {
     TextTrackKind kind = TextTrackKind::Unreadable;  ///< What it holds.
     std::string language;                            ///< As the file says it: `eng`, `und`; may be empty.
     std::string title;                               ///< The same.
-    std::string header;  ///< What a WebVTT file has in front of its cues; empty for other kinds.
+    /// What a WebVTT file has in front of its cues, as `S_TEXT/WEBVTT` and the `vttC` box of `wvtt` say it; empty for other
+    /// kinds, and where it cannot be read (TextTrackHeadUnread).
+    std::string header;
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const TextTrack&, const TextTrack&) = default;
@@ -72,7 +76,7 @@ public:
     /// the documents. Cues of MP4 files that are cut where samples end are joined again. They are numbered from 1.
     ///
     /// Findings have as their offset the first byte of the sample, 0 where that is not known: TextSampleWrong,
-    /// TextSamplePartsLost, TextSampleEndMissing, and those of the formats.
+    /// TextSamplePartsLost, TextSampleEndMissing, TextTrackHeadUnread, and those of the formats.
     /// @param track Its place among tracks().
     /// @param take Gets the cues, in the order of their samples.
     /// @param findings May be null.

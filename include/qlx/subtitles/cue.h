@@ -118,7 +118,8 @@ struct Cue {
     /// The rows of the screen that Row::number counts; 0: the 11 of a teletext page.
     std::uint16_t screenRows = 0;
     std::uint16_t screenColumns = 0;  ///< The columns that Row::column counts; 0: not known.
-    std::string identifier{};         ///< A name that the file gives it and that is no number; or empty.
+    /// A name that the file gives it; of digits only for a number that Cue::number cannot say (`0`, `007`); or empty.
+    std::string identifier{};
     std::string language{};           ///< Of the text, as in RFC 5646; empty: not known.
     std::string region{};             ///< The name of the region of the screen that it stands in; or empty.
     Properties properties{};          ///< What the file says of it besides.

@@ -107,7 +107,8 @@ private:
 /// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out. A cue without settings of its
 /// own gets them from the place of its first row. Colours become the nearest of the eight. What the format cannot say is
 /// a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied, SubtitleTimeNegative, SubtitleStylesLost,
-/// SubtitleColorChanged, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost).
+/// SubtitleColorChanged, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost, SubtitleRunTimeLost for a time inside
+/// that is not within the cue or not later than the one in front of it, SubtitleRestChanged).
 class WebVttWriter {
 public:
     /// Begins a file. `findings` may be null, else it must outlive this.

@@ -64,6 +64,12 @@ void refuseTerminal(const std::string& output, FrameFormat format) {
 /// How scan writes frames; none when it lists what it finds.
 std::optional<FrameOutputOptions> frameOutputOptions(const RawOptions& raw) {
     const std::optional<FrameFormat> named = frameFormatNamed(extensionOf(raw.output.value_or("-")));
+    constexpr std::string_view kOfConvert[] = {"mcc", "scc", "srt", "vtt", "stl", "ttml", "ass"};
+    const std::string extension = extensionOf(raw.output.value_or("-"));
+    if (!raw.toFormat && std::find(std::begin(kOfConvert), std::end(kOfConvert), extension) != std::end(kOfConvert)) {
+        throw UsageError("scan does not write " + extension + " files, as the name of " + *raw.output +
+                         " says it is: qlxcc convert " + (extension == "ass" ? "reads them" : "does"));
+    }
     // With --json a name in .jsonl is as good as any other.
     const bool isJsonList = raw.asJson && !raw.toFormat && named == FrameFormat::Jsonl;
     const std::optional<FrameFormat> format = raw.toFormat ? frameFormatNamed(*raw.toFormat) : named;

@@ -129,8 +129,8 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
 /// @param format Of what is written: files of frames have a rate, and some of them timecodes.
 void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues, ConvertOptions& options) {
     const auto kind = options.input.source.kind ? options.input.source.kind : inputKindOfName(raw.file);
-    // Timed text in XML may count frames, as EBU STL does.
-    const bool mayCount = kind == InputKind::Stl || kind == InputKind::Ttml;
+    // Timed text in XML may count frames, as EBU STL does; a name may not tell that it is such.
+    const bool mayCount = !kind || kind == InputKind::Stl || kind == InputKind::Ttml;
     const bool isText = kind && hasCues(*kind) && !mayCount;
     const bool hasFrom = parseFrameTimecode(raw.fromStart).has_value();
     const bool hasTo = parseFrameTimecode(raw.toStart).has_value();

@@ -364,6 +364,10 @@ PlayOptions playOptions(const RawOptions& raw) {
     PlayOptions options;
     options.subtitles = raw.files.front();
     options.encoding = knownEncoding(raw.encoding);
+    options.track = raw.track;
+    if (!raw.track.empty() && raw.asDeployed) {
+        throw UsageError("--track and --as-deployed cannot be given together");
+    }
     options.mode = raw.mode == "cea608"     ? PlayMode::Cea608
                    : raw.mode == "cea708"   ? PlayMode::Cea708
                    : raw.mode == "captions" ? PlayMode::Captions

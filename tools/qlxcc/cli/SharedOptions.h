@@ -70,8 +70,8 @@ inline constexpr OptionRow kTrack{
     .field = &RawOptions::track,
     .help = "Of MP4, MOV and Matroska files: the text track, by number or language (default: the first)",
     .more =
-        "Texts are 3GPP timed text (tx3g), WebVTT (wvtt) and TTML (stpp) in MP4 and MOV files, and SubRip and WebVTT "
-        "in Matroska files. Numbers count the text tracks from 1; a language is as the file says it, such as eng. "
+        "Texts are 3GPP timed text (tx3g), WebVTT (wvtt) and TTML (stpp) in MP4 and MOV files, and SubRip, "
+        "WebVTT and SubStation Alpha in Matroska files. Numbers count the text tracks from 1; a language is as the file says it, such as eng. "
         "Which tracks are not read is said."};
 
 inline constexpr OptionRow kSubtitleFile =

@@ -178,6 +178,7 @@ constexpr OptionRow kPlayOptions[] = {
         "klv files all packets are in luma then, those of a row each at the next 32-bit word of its row behind the "
         "one before it, those of a klv file with padding also behind whole four bytes."),
     kEncoding,
+    kTrack,
     {.names = "--no-fill",
      .field = &RawOptions::leavesFramesEmpty,
      .help = "Captions: frames without any carry no packet",

@@ -80,7 +80,9 @@ CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
         }
     }
     set(features, CueFeature::Region, !cue.region.empty());
-    set(features, CueFeature::Name, !cue.identifier.empty());
+    // A name of digits is a number.
+    const bool isNumber = cue.identifier.find_first_not_of("0123456789") == std::string::npos;
+    set(features, CueFeature::Name, !cue.identifier.empty() && !(isNumber && target == CueTarget::SubRip));
     set(features, CueFeature::Language, !cue.language.empty());
     addProperties(cue.properties, target, features);
     return features;

@@ -103,6 +103,9 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     const auto told = isContainer ? container : textKindOf(file, request.encoding);
     const auto known = told ? told : inputKindOfName(subtitles.name);
     const bool isOther = known == InputKind::Ttml || (told == InputKind::Vtt && !take.value) || isContainer;
+    if (!request.track.empty() && !isContainer) {
+        throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
+    }
     if (request.readsAll && isOther) {
         readAsCues(subtitles, file, *known, request, take);
         return subtitles;

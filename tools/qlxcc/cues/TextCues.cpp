@@ -55,7 +55,11 @@ void readAll(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
 }  // namespace
 
 void readTextCues(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
-    const auto kind = inputKindOfBytes({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    const auto told = inputKindOfBytes({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    const auto named = inputKindOfName(subtitles.name);
+    // Events without anything in front of them have no times as the others have them.
+    const bool isEvents = !told && named == InputKind::Ass && text.find("-->") == std::string_view::npos;
+    const auto kind = isEvents ? named : told;
     if (kind == InputKind::Vtt && request.readsAll) {
         subtitles.format = "WebVTT";
         readAll<subtitles::WebVttReader>(subtitles, text, request, take);

@@ -75,6 +75,19 @@ private:
     CueInputNotes& _notes;
 };
 
+/// Tells notes of what is found in the head of a track.
+class HeadFindings final : public FindingSink {
+public:
+    explicit HeadFindings(CueInputNotes& notes) : _notes(notes) {}
+
+    void add(const Finding& finding) override {
+        _notes.found("head of the text track, line " + std::to_string(finding.offset), finding);
+    }
+
+private:
+    CueInputNotes& _notes;
+};
+
 }  // namespace
 
 bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
@@ -110,7 +123,8 @@ bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request,
     if (!track.header.empty()) {
         // What stands in front of cues is known with the first one.
         const std::string text = track.header + "\n\n00:00:00.000 --> 00:00:01.000\nx\n";
-        subtitles::WebVttReader header;
+        HeadFindings findings(notes);
+        subtitles::WebVttReader header({}, &findings);
         header.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
         header.finish();
         (void)header.next();

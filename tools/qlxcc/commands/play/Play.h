@@ -70,6 +70,7 @@ struct TeletextPlayOptions {
 struct PlayOptions {
     std::string subtitles;  ///< The file; `-` is standard input.
     std::string encoding;   ///< Of an SRT or JSON file; empty for UTF-8.
+    std::string track;      ///< Of containers, as CueRequest has it.
     PlayMode mode = PlayMode::Teletext;
     Rate rate;
     bool isHD = true;
