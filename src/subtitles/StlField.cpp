@@ -164,8 +164,8 @@ private:
 
     /// A row of text stands where the line ends in front of it say.
     void place() {
-        const std::size_t between = _rows.size() == _first ? 0 : _gap / (_wasDouble ? 2 : 1);
-        for (std::size_t index = 0; index < between; ++index) {
+        const std::uint64_t between = _rows.size() == _first ? 0 : _gap / (_wasDouble ? 2 : 1);
+        for (std::uint64_t index = 0; index < between; ++index) {
             Row row;
             row.alignment = _form.alignment;
             row.number = _next - _gap + index * (_wasDouble ? 2 : 1);

@@ -237,7 +237,8 @@ void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) 
         if (places[index] == 0) {
             continue;
         }
-        held.text.insert(held.text.end(), place == 0 ? 0 : places[index] - place, kStlNewLine);
+        held.text.insert(held.text.end(), place == 0 ? 0 : static_cast<std::size_t>(places[index] - place),
+                         kStlNewLine);
         first = place == 0 ? places[index] : first;
         place = places[index];
         Row row = cue.rows[index];
