@@ -75,6 +75,8 @@ endif()
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqlxclosedcaptionsutilities-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# For what is linked with the static library of streams.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS libpugixml-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
     "captions, subtitles and ancillary data for broadcast video (development)
 This library handles video frame by frame: ancillary data packets in SDI

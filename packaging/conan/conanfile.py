@@ -53,7 +53,8 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         # Needed to build them alone: whoever links the libraries needs none.
         private = {"headers": False, "libs": False, "visible": False}
         self.requires("nlohmann_json/3.11.3", **{**private, "headers": True})
-        self.requires("pugixml/[>=1.10 <2]", visible=False)
+        # The shared library has it inside; whoever links the static one needs its archive, and no header.
+        self.requires("pugixml/[>=1.10 <2]", visible=not self.options.shared)
         # Of the second library's module alone, which is loaded at run time.
         if self.options.ffmpeg:
             self.requires("ffmpeg/[>=5 <7]", visible=False)
@@ -115,6 +116,7 @@ class QLXClosedCaptionsUtilitiesConan(ConanFile):
         if not self.options.shared:
             core.defines = ["QLX_STATIC_DEFINE"]
             streams.defines = ["QLX_STREAMS_STATIC_DEFINE"]
+            streams.requires += ["pugixml::pugixml"]
         if self.settings.os == "Linux":
             core.system_libs = ["pthread"]
             streams.system_libs = ["dl"]

@@ -63,6 +63,7 @@ expect "shlibs of the library" \
     "libQLXClosedCaptionsUtilities $soversion $library (>= $version-1)
 libQLXClosedCaptionsUtilitiesStreams $soversion $library (>= $version-1)" "$(control "${files[0]}" shlibs | sort)"
 expect "dependencies of -dev" "$library (= $version-1)" "$(field "${files[1]}" Depends)"
+expect "recommendations of -dev" "libpugixml-dev" "$(field "${files[1]}" Recommends)"
 [[ $(field "${files[0]}" Depends) == *libc6* ]] || fail "the library depends on no libc6"
 [[ $(field "${files[2]}" Depends) == *libc6* ]] || fail "the tool depends on no libc6"
 [[ $(field "${files[2]}" Depends) != *libqlx* ]] || fail "the tool depends on the shared library"
