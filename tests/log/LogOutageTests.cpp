@@ -213,6 +213,9 @@ TEST_F(LogOutage, OfAFullPipeHoldsUpTheLogAlone) {
     }
     EXPECT_EQ(content, expected);
     log->waitUntilQueuesAreEmpty();
+    // The write waited, and did not fail.
+    EXPECT_EQ(console.printed(), "");
+    EXPECT_EQ(qlx::log::status().outages, before.outages);
     close(reader);
 }
 

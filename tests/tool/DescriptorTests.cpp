@@ -38,15 +38,17 @@ protected:
 };
 
 TEST_F(Descriptors, WhatIsClosedIsNotTakenForAFileThatIsOpenedLater) {
-    // It has something to say: the cue is behind what is played.
-    const std::vector<std::string> late = arguments({"--from", "10", "--duration", "1", "-o", folder.path("a")});
-    const std::string expected = runTool(arguments({"--from", "10", "--duration", "1"})).out;
-    ASSERT_NE(expected, "");
+    // It has something to say while its output is open: the captions are late.
+    const ToolResult usual = runTool(qlxtest::captionArguments(subtitles, "25", {"--format", "jsonl"}));
+    ASSERT_NE(usual.out, "");
+    ASSERT_NE(usual.err, "");
+    const std::vector<std::string> late =
+        qlxtest::captionArguments(subtitles, "25", {"--format", "jsonl", "-o", folder.path("a")});
     for (const char* closed : {"2>&-", "1>&-", "0<&-", "0<&- 2>&-", "0<&- 1>&- 2>&-"}) {
         const ToolResult result = runTool(late, {.redirections = closed});
         EXPECT_EQ(result.exitCode, 0) << closed;
         EXPECT_EQ(result.out, "") << closed;
-        EXPECT_EQ(folder.read("a"), expected) << closed;
+        EXPECT_EQ(folder.read("a"), usual.out) << closed;
         std::filesystem::remove(folder.path("a"));
     }
     EXPECT_EQ(runTool(arguments({}), {.redirections = "1>&-"}).err, "qlxcc: standard output: Bad file descriptor\n");
@@ -55,10 +57,15 @@ TEST_F(Descriptors, WhatIsClosedIsNotTakenForAFileThatIsOpenedLater) {
 }
 
 TEST_F(Descriptors, NamesOfDescriptorsAreWrittenWhereTheShellSays) {
-    std::filesystem::create_symlink("/dev/stdout", inputs.path("link"));
+    // As /dev/stdout is one: that itself is not put at risk.
+    std::filesystem::create_symlink("/proc/self/fd/1", inputs.path("stdout"));
+    std::filesystem::create_symlink("stdout", inputs.path("link"));
     const std::string file = folder.path("log");
-    for (const auto& [name, redirection] : std::vector<std::pair<std::string, std::string>>{
-             {"/dev/stdout", ">> "}, {"/dev/fd/3", "3>> "}, {"/proc/self/fd/1", ">> "}, {inputs.path("link"), ">> "}}) {
+    for (const auto& [name, redirection] :
+         std::vector<std::pair<std::string, std::string>>{{inputs.path("stdout"), ">> "},
+                                                          {"/dev/fd/3", "3>> "},
+                                                          {"/proc/self/fd/1", ">> "},
+                                                          {inputs.path("link"), ">> "}}) {
         folder.write("log", "before\n");
         const ToolResult result = runTool(arguments({"-o", name}), {.redirections = redirection + file});
         EXPECT_EQ(result.exitCode, 0) << name << result.err;
@@ -79,8 +86,8 @@ TEST_F(Descriptors, NeverWritesIntoTheFileThatItReads) {
         EXPECT_EQ(runTool({"scan", file}, {.redirections = ">> " + file}).err, "qlxcc: " + refused);
         EXPECT_EQ(runTool({"scan", "-"}, {.redirections = how}).err, "qlxcc: " + refused);
     }
-    EXPECT_EQ(runTool({"scan", file, "-o", "/dev/stdout"}, {.redirections = ">> " + file}).err,
-              "qlxcc: /dev/stdout: is the input: the result would replace it\n");
+    EXPECT_EQ(runTool({"scan", file, "-o", "/dev/fd/1"}, {.redirections = ">> " + file}).err,
+              "qlxcc: /dev/fd/1: is the input: the result would replace it\n");
     EXPECT_EQ(folder.read("a.jsonl"), whole);
     // Nothing is lost where both are a device.
     EXPECT_EQ(runTool({"scan", "/dev/null", "--from-format", "jsonl"}, {.redirections = "> /dev/null"}).err,

@@ -2,6 +2,7 @@
 #include "TeletextBytes.h"
 #include "cues/Teletext.h"
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/Progress.h"
 #include "io/Rates.h"
 #include "io/Text.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -265,6 +267,32 @@ TEST(Teletext, IsDescribedInWords) {
     EXPECT_EQ(words("5115"), "2 bytes");
     EXPECT_EQ(words(std::string(296, '0')), "148 bytes");
     EXPECT_EQ(words(qlxtest::bonjourHex(0).substr(0, 294)), "147 bytes");
+}
+
+TEST(FindingNotes, PrintTenOfAKind) {
+    Progress progress(std::nullopt, true);
+    FindingNotes notes("a", progress);
+    using qlx::FindingCode;
+    using qlx::Severity;
+    notes.setPlace("byte 7");
+    testing::internal::CaptureStderr();
+    for (int count = 1; count <= 12; ++count) {
+        const qlx::Finding finding{FindingCode::AncElementTooManyPackets, Severity::Warning, 0, count, 1};
+        EXPECT_EQ(notes.prints(finding), count <= 10) << count;
+        notes.add(finding);
+    }
+    EXPECT_TRUE(notes.prints({FindingCode::AncElementLineTooGreat, Severity::Warning, 0, 0, 0}));
+    EXPECT_FALSE(notes.prints({FindingCode::AncElementLineTooGreat, Severity::Remark, 0, 0, 0}));
+    setQuiet(true);
+    EXPECT_FALSE(notes.prints({FindingCode::AncElementLineTooGreat, Severity::Warning, 0, 0, 0}));
+    setQuiet(false);
+    notes.finish();
+    std::string expected;
+    for (int count = 1; count <= 10; ++count) {
+        expected += "qlxcc: warning: a: byte 7: " + std::to_string(count) + " packets, an element has at most 1\n";
+    }
+    expected += "qlxcc: warning: a: 2 more like \"1 packets, an element has at most 1\"\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
 }
 
 }  // namespace

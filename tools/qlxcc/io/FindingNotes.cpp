@@ -20,6 +20,11 @@ void FindingNotes::add(const Finding& finding) {
     printNote("warning: " + _name + ": " + _place + ": " + text);
 }
 
+bool FindingNotes::prints(const Finding& finding) const {
+    const auto kind = _kinds.find(finding.code);
+    return finding.severity != Severity::Remark && !isQuiet() && (kind == _kinds.end() || kind->second.count < kShown);
+}
+
 void FindingNotes::finish() {
     for (const auto& [code, kind] : _kinds) {
         if (kind.count > kShown) {

@@ -23,6 +23,9 @@ public:
 
     void add(const Finding& finding) override;
 
+    /// Whether add() would print this one now: what it stands behind is to be written first.
+    [[nodiscard]] bool prints(const Finding& finding) const;
+
     /// Whether nothing came but remarks.
     [[nodiscard]] bool isEmpty() const noexcept { return _kinds.empty(); }
 

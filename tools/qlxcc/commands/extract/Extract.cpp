@@ -78,7 +78,7 @@ public:
     UnitNotes(FindingNotes& notes, OutputFile& output) : _notes(notes), _output(output) {}
 
     void add(const Finding& finding) override {
-        if (_output.isStandardOutput()) {
+        if (_output.isStandardOutput() && _notes.prints(finding)) {
             _output.flush();
         }
         _notes.setPlace("byte " + std::to_string(finding.offset));
