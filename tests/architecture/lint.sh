@@ -104,6 +104,17 @@ expect fails 0
 sources
 expect passes 2
 
+# Names that stand in no other source are looked at together: one that is used, then one that is not.
+echo 'namespace other { int five(); int six(); }' >>src/room/Half.h
+printf '%s\n' 'using other::five;' 'int eight() {' '    return five() + 3;' '}' >>src/room/Halve.cpp
+printf '%s\n' 'using other::six;' 'int seven() {' '    return six() + 1;' '}' >>src/room/Quarter.cpp
+expect passes 0
+echo '// A comment.' >>src/room/Half.h
+sed -i 's/return five() + 3;/return 8;/' src/room/Halve.cpp
+expect fails 0
+sources
+expect passes 2
+
 # The configuration and the flags.
 echo '# A comment.' >>.cppcheck-suppressions
 expect passes 2 0
