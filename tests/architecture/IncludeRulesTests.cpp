@@ -1,6 +1,7 @@
 // The checker itself, on made-up trees and arrows; and then the real ones.
 
 #include "IncludeRules.h"
+#include "Places.h"
 #include "ProjectNames.h"
 #include "StandardNames.h"
 
@@ -350,7 +351,7 @@ std::vector<Step> stepsBelow(const std::string& page, const std::string& heading
 }
 
 TEST(SourceTree, HasTheWalksOfThePage) {
-    const std::string root = QLX_SOURCE_DIR "/";
+    const std::string root = qlxtest::projectPath("");
     const Rooms rooms(contentOf(root + "tests/architecture/rooms.txt"));
     const std::vector<Step> steps = stepsBelow(contentOf(root + "docs/ARCHITECTURE.md"), "\n## Three walks\n");
     ASSERT_GE(steps.size(), 10U) << "the walks were not read";
@@ -445,7 +446,7 @@ std::set<std::string> namesOf(const std::string& list) {
 }
 
 TEST(SourceTree, HasTheRoomsOfThePage) {
-    const std::string root = QLX_SOURCE_DIR "/";
+    const std::string root = qlxtest::projectPath("");
     const std::string page = contentOf(root + "docs/ARCHITECTURE.md");
     const std::string list = contentOf(root + "tests/architecture/rooms.txt");
     const Rooms rooms(list);
@@ -473,7 +474,7 @@ TEST(SourceTree, HasTheRoomsOfThePage) {
 }
 
 TEST(SourceTree, KeepsTheRules) {
-    const std::string root = QLX_SOURCE_DIR;
+    const std::string root = qlxtest::projectPath("");
     const Rooms rooms(contentOf(root + "/tests/architecture/rooms.txt"));
     EXPECT_EQ(rooms.mistakes(), Lines{});
     const std::vector<SourceFile> tree = architecture::readTree(root, rooms);

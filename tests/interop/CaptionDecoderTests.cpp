@@ -2,6 +2,7 @@
 //
 // That decoder takes all pairs of a Scenarist line at the line's time, so that a cue begins for it when its pairs begin
 // to be sent; the frame in which the caption appears on a receiver is tested with the tool.
+#include "Places.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
@@ -175,9 +176,9 @@ TEST(CaptionDecoder, ReadsTheTextOfEveryCue) {
     if (!hasDecoder()) {
         GTEST_SKIP() << "ffmpeg is not installed: nothing was decoded";
     }
-    const std::vector<TimedText> source = readSrt(contentOf(QLX_DEMO_SRT));
+    const std::vector<TimedText> source = readSrt(contentOf(qlxtest::demoSubtitles()));
     ASSERT_GE(source.size(), 40U);
-    const std::vector<TimedText> cues = decoded(QLX_DEMO_SRT);
+    const std::vector<TimedText> cues = decoded(qlxtest::demoSubtitles());
     ASSERT_EQ(cues.size(), source.size());
     double endOfLast = 0.0;
     for (std::size_t index = 0; index < source.size(); ++index) {

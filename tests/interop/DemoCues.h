@@ -1,6 +1,8 @@
 // The cues of the demonstration file, for those who judge captions.
 #pragma once
 
+#include "Places.h"
+
 #include <qlx/subtitles/srt.h>
 
 #include <fstream>
@@ -10,8 +12,8 @@
 
 namespace qlxtest {
 
-inline std::vector<qlx::subtitles::Cue> demoCues(const char* path) {
-    std::ifstream file(path, std::ios::binary);
+inline std::vector<qlx::subtitles::Cue> demoCues() {
+    std::ifstream file(demoSubtitles(), std::ios::binary);
     const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     qlx::subtitles::SrtReader reader;
     reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});

@@ -9,11 +9,7 @@
 
 #ifdef QLX_HAVE_FFMPEG
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/opt.h>
-}
+#include "FFmpeg.h"
 
 #include "DemoCues.h"
 #include "tests/cea608/RandomCaptions.h"
@@ -252,7 +248,7 @@ class FfmpegDemo : public ::testing::TestWithParam<std::tuple<qlx::FrameRate, Ch
 // 46 of 46, and each from the first slot of its field at or after its start on.
 TEST_P(FfmpegDemo, IsReadAsWrittenAndOnTime) {
     const auto [rate, channel] = GetParam();
-    const std::vector<qlx::subtitles::Cue> cues = demoCues(QLX_DEMO_SRT);
+    const std::vector<qlx::subtitles::Cue> cues = demoCues();
     ASSERT_EQ(cues.size(), 46U);
     qlx::playout::CaptionPlayout playout(rate);
     for (const qlx::subtitles::Cue& cue : cues) {
@@ -305,7 +301,7 @@ TEST_P(FfmpegMxf, HasEveryCaptionOnTime) {
     }
     constexpr std::size_t kCues = 8;
     const qlx::FrameRate rate = GetParam();
-    std::vector<qlx::subtitles::Cue> cues = demoCues(QLX_DEMO_SRT);
+    std::vector<qlx::subtitles::Cue> cues = demoCues();
     ASSERT_GT(cues.size(), kCues);
     cues.resize(kCues);
     qlx::playout::BroadcastPlayout playout(rate);

@@ -5,9 +5,7 @@
 
 #ifdef QLX_HAVE_FFMPEG
 
-extern "C" {
-#include <libavformat/avformat.h>
-}
+#include "FFmpeg.h"
 
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/slots.h>

@@ -7,9 +7,7 @@
 
 #ifdef QLX_HAVE_FFMPEG
 
-extern "C" {
-#include <libavformat/avformat.h>
-}
+#include "FFmpeg.h"
 
 #include "TextCues.h"
 

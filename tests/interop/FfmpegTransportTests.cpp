@@ -4,11 +4,7 @@
 
 #ifdef QLX_HAVE_FFMPEG
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/opt.h>
-}
+#include "FFmpeg.h"
 
 #include "Sanitized.h"
 #include "TransportTexts.h"

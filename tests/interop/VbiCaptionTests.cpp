@@ -223,7 +223,7 @@ std::string plainLinesOf(Caption caption) {
 
 /// All 46 cues, in the first frame of their field in which each is due and in the last one in front of its end.
 void expectDemoToBeRead(Channel channel, qlx::FrameRate rate) {
-    const auto cues = qlxtest::demoCues(QLX_DEMO_SRT);
+    const auto cues = qlxtest::demoCues();
     ASSERT_EQ(cues.size(), 46U);
     Writer writer(rate, {.doublesCodes = channel.field == 1});
     Judge judge(channel);

@@ -12,6 +12,8 @@ TEST(VbiTeletext, NeedsLibzvbi) {
 
 #else
 
+#include "Places.h"
+
 #include <QLXClosedCaptionsUtilities/QLXSRTFileReader.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
@@ -317,11 +319,11 @@ std::vector<ShownPage> expectedPages(const std::vector<Cue>& cues, std::int64_t 
 
 TEST(VbiTeletext, ShowsEveryCueOfTheDemoFile) {
     constexpr std::int64_t kFrames = 170 * kFramesPerSecond;
-    const std::vector<Cue> cues = readCues(QLX_DEMO_SRT);
+    const std::vector<Cue> cues = readCues(qlxtest::demoSubtitles());
     ASSERT_EQ(cues.size(), 46U);
     const auto packetizer = QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(2, true);
-    packetizer->setSubtitleRecords(
-        QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(QLX_DEMO_SRT, 2, 0.04));
+    packetizer->setSubtitleRecords(QLXSRTFileReader::subtitleRecordsFromSRTFileAtPath_subtitleMode_frameDuration(
+        qlxtest::demoSubtitles(), 2, 0.04));
     const std::vector<ShownPage> expected = expectedPages(cues, kFrames);
     EXPECT_EQ(std::count_if(expected.begin(), expected.end(), [](const ShownPage& page) { return !page.rows.empty(); }),
               46);

@@ -71,7 +71,7 @@ inline std::vector<qlx::teletext::Packet> pagePackets(std::span<const std::u32st
     using namespace qlx::teletext;
     constexpr std::uint8_t kStartBox = 0x0B;
     constexpr std::uint8_t kEndBox = 0x0A;
-    const CharacterSet set = *characterSetOf(designation);
+    const qlx::teletext::CharacterSet set = *characterSetOf(designation);
     std::vector<Packet> packets{*packetOf(PageHeader{.page = 0x888,
                                                      .subcode = 0,
                                                      .erasesPage = true,

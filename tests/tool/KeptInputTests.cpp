@@ -1,4 +1,5 @@
 // The inputs that the fuzz targets keep, read by the tool as it is shipped: it ends, with little memory.
+#include "Places.h"
 #include "ToolRunner.h"
 
 #include <gtest/gtest.h>
@@ -69,7 +70,8 @@ class KeptInput : public ::testing::TestWithParam<KeptInputs> {};
 TEST_P(KeptInput, IsReadInLittleMemory) {
     [[maybe_unused]] constexpr std::uint64_t kMostMemory = std::uint64_t{256} * 1024 * 1024;
     std::size_t count = 0;
-    for (const fs::directory_entry& file : fs::directory_iterator(fs::path(QLX_KEPT_INPUTS) / GetParam().target)) {
+    for (const fs::directory_entry& file :
+         fs::directory_iterator(fs::path(qlxtest::projectPath("fuzz/corpus")) / GetParam().target)) {
         std::ifstream stream(file.path(), std::ios::binary);
         std::string bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
         bytes.erase(0, GetParam().front);

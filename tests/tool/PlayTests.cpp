@@ -1,4 +1,5 @@
 // qlxcc play: which packets the fixed operations put on air with which frame.
+#include "Places.h"
 #include "SubtitleFiles.h"
 #include "TeletextBytes.h"
 #include "ToolRunner.h"
@@ -229,11 +230,11 @@ TEST(Play, KeepsControlCharactersOutOfTheSchedule) {
 }
 
 TEST(Play, SaysWhatTheDemonstrationFileLosesAsTeletext) {
-    const ToolResult result = runTool(deployedTeletextArguments(QLX_DEMO_SRT, "25"));
+    const ToolResult result = runTool(deployedTeletextArguments(qlxtest::demoSubtitles(), "25"));
     EXPECT_EQ(result.exitCode, 0);
     // In the French set the codes of the brackets, 5B and 5D, are e with diaeresis and u with grave; capital letters have
     // no accents. "Larguez tout ! Les canots \xC3\xA0 l'eau !" has 35 characters, the first row of cue 45 has 62.
-    const std::string cue = "qlxcc: warning: " QLX_DEMO_SRT ": cue ";
+    const std::string cue = "qlxcc: warning: " + qlxtest::demoSubtitles() + ": cue ";
     const std::string brackets = ": [ as \xC3\xAB; ] as \xC3\xB9\n";
     const std::string rows = " left out: a teletext subtitle has 3 rows of 34 characters";
     EXPECT_EQ(result.err, cue + "6" + brackets + cue + "14: \xC3\x80 as A\n" + cue + "23" + brackets + cue +
