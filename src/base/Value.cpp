@@ -40,6 +40,27 @@ std::string decimal(Number number) {
     return error == std::errc() ? std::string(digits.data(), end) : std::string();
 }
 
+/// Where a key is among entries.
+struct Place {
+    std::size_t index = 0;  ///< Of the entry with the key, or else of the first one whose key is behind it.
+    bool isThere = false;
+};
+
+/// Searches the entries from `first` on. Not Dictionary's own: a function that the library exports is called, and never
+/// put in place.
+inline Place placeAmong(const std::vector<Dictionary::Entry>& entries, std::size_t first, std::string_view key) {
+    std::size_t end = entries.size();
+    while (first != end) {
+        const std::size_t middle = first + (end - first) / 2;
+        const int order = std::string_view(entries[middle].key).compare(key);
+        if (order == 0) {
+            return {middle, true};
+        }
+        (order < 0 ? first : end) = order < 0 ? middle + 1 : middle;
+    }
+    return {first, false};
+}
+
 /// From this many entries on room is made in front of them for more than one at a time.
 constexpr std::size_t kManyEntries = 16;
 
@@ -68,25 +89,22 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries) {
     }
 }
 
-/// The index in `_entries` of the first entry whose key is not before `key`.
-std::size_t Dictionary::placeOf(std::string_view key) const noexcept {
-    const Entry* const place = std::lower_bound(begin(), end(), key, [](const Entry& entry, std::string_view wanted) {
-        return std::string_view(entry.key).compare(wanted) < 0;
-    });
-    return static_cast<std::size_t>(place - _entries.data());
-}
-
 const Value* Dictionary::find(std::string_view key) const noexcept {
-    const std::size_t place = placeOf(key);
-    return place != _entries.size() && _entries[place].key == key ? &_entries[place].value : nullptr;
+    const Place place = placeAmong(_entries, _unused, key);
+    return place.isThere ? &_entries[place.index].value : nullptr;
 }
 
 void Dictionary::set(std::string_view key, Value value) {
-    const std::size_t place = placeOf(key);
-    if (place != _entries.size() && _entries[place].key == key) {
-        _entries[place].value = std::move(value);
+    // Most come in order.
+    if (_entries.empty() || std::string_view(_entries.back().key).compare(key) < 0) {
+        _entries.push_back({std::string(key), std::move(value)});
+        return;
+    }
+    const Place place = placeAmong(_entries, _unused, key);
+    if (place.isThere) {
+        _entries[place.index].value = std::move(value);
     } else {
-        insert(place, Entry{std::string(key), std::move(value)});
+        insert(place.index, Entry{std::string(key), std::move(value)});
     }
 }
 
@@ -115,12 +133,11 @@ void Dictionary::makeRoomInFront() {
 }
 
 bool Dictionary::erase(std::string_view key) {
-    const std::size_t place = placeOf(key);
-    if (place == _entries.size() || _entries[place].key != key) {
-        return false;
+    const Place place = placeAmong(_entries, _unused, key);
+    if (place.isThere) {
+        _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(place.index));
     }
-    _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(place));
-    return true;
+    return place.isThere;
 }
 
 std::size_t Dictionary::size() const noexcept {

@@ -76,6 +76,16 @@ public:
         return at(position + 1) == 0x00 && at(position + 3) == 0xFF && at(position + 5) == 0xFF;
     }
 
+    /// Every second byte from `offset` on; behind the lines nothing is changed.
+    void copy(std::uint64_t offset, std::span<std::uint8_t> target) const {
+        const std::size_t first = static_cast<std::size_t>(std::min<std::uint64_t>(offset, _lines.size()));
+        const Lines rest = _lines.subspan(first);
+        const std::size_t count = std::min(target.size(), rest.size() / 2 + rest.size() % 2);
+        for (std::size_t index = 0; index < count; ++index) {
+            target[index] = rest[2 * index];
+        }
+    }
+
 private:
     Lines _lines;
 };
@@ -86,9 +96,7 @@ Data userDataOf(const Luma8& luma, std::uint64_t position) {
     // The chroma byte gives the size, the packet's own length byte the number of bytes that are copied; it is kept.
     std::vector<std::uint8_t> bytes(luma.at(position));
     const std::size_t count = std::min<std::size_t>(luma.at(position + kLengthWord), bytes.size());
-    for (std::size_t index = 0; index < count; ++index) {
-        bytes[index] = luma.at(position + kUserData + 2 * index);
-    }
+    luma.copy(position + kUserData, std::span(bytes).first(count));
     return bytes;
 }
 

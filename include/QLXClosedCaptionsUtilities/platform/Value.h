@@ -65,7 +65,6 @@ public:
     friend QLX_EXPORT bool operator==(const Dictionary& left, const Dictionary& right);
 
 private:
-    [[nodiscard]] std::size_t placeOf(std::string_view key) const noexcept;
     void insert(std::size_t place, Entry entry);
     void makeRoomInFront();
 
