@@ -313,13 +313,38 @@ Box boxOf(const Caption& caption, std::span<const PlacedRow> rows, AspectRatio r
     return {rows.front().row - 1, begin, rows.back().row - rows.front().row + 1, end - begin};
 }
 
-DefineWindow definitionOf(const Caption& caption, const Box& box, std::uint8_t window) noexcept {
+/// How many rows the first window has.
+std::size_t upperRows(std::span<const PlacedRow> rows) noexcept {
+    std::size_t count = rows.size();
+    std::size_t widest = kRowsBetweenWindows;
+    for (std::size_t index = 1; index < rows.size(); ++index) {
+        const std::size_t blank = rows[index].row - rows[index - 1].row - 1;
+        if (blank >= widest) {
+            widest = blank;
+            count = index;
+        }
+    }
+    return count;
+}
+
+/// Where a window is held of a caption that has two.
+AnchorPoint anchorWithin(AnchorPoint anchor, const Box& box) noexcept {
+    constexpr std::size_t kMiddle = kRows / 2;
+    constexpr int kPointsOfLine = 3;
+    const int across = static_cast<int>(anchor) % kPointsOfLine;
+    if (box.row + box.rows <= kMiddle) {
+        return static_cast<AnchorPoint>(across);
+    }
+    return box.row > kMiddle ? static_cast<AnchorPoint>(2 * kPointsOfLine + across) : anchor;
+}
+
+DefineWindow definitionOf(const Caption& caption, const Box& box, AnchorPoint anchor, std::uint8_t window) noexcept {
     DefineWindow definition;
     definition.window = static_cast<std::uint8_t>(window % kWindows);
     definition.isVisible = caption.style != CaptionStyle::PopOn;
     definition.locksRows = true;
     definition.locksColumns = true;
-    definition.anchorPoint = caption.anchor <= AnchorPoint::LowerRight ? caption.anchor : AnchorPoint::LowerLeft;
+    definition.anchorPoint = anchor;
     const int point = static_cast<int>(definition.anchorPoint);
     definition.anchorVertical = anchorOf(point / 3, box.row, box.rows);
     definition.anchorHorizontal = anchorOf(point % 3, box.column, box.columns);
@@ -332,29 +357,37 @@ DefineWindow definitionOf(const Caption& caption, const Box& box, std::uint8_t w
 
 }  // namespace
 
-void encodeCaption(const Caption& caption, const EncodeOptions& options, std::vector<std::uint8_t>& bytes,
-                   FindingSink* findings) {
+std::uint8_t encodeCaption(const Caption& caption, const EncodeOptions& options, std::vector<std::uint8_t>& bytes,
+                           FindingSink* findings) {
     const Places places(caption, options, findings);
-    const std::span<const PlacedRow> rows = places.rows();
-    if (rows.empty()) {
-        return;
-    }
+    std::span<const PlacedRow> rest = places.rows();
     const bool isRollUp = caption.style == CaptionStyle::RollUp;
-    const Box box = boxOf(caption, rows, options.aspectRatio);
+    const AnchorPoint asked = caption.anchor <= AnchorPoint::LowerRight ? caption.anchor : AnchorPoint::LowerLeft;
+    const std::size_t upper = isRollUp ? rest.size() : upperRows(rest);
+    const bool hasTwo = upper < rest.size();
     CommandWriter writer(options, bytes, findings);
-    writer.write(definitionOf(caption, box, options.window));
-    if (!isRollUp) {
-        writer.expectPen(predefinedPen(kPenStyle));
-    }
-    for (const PlacedRow& row : rows) {
-        if (isRollUp) {
-            // In a window that is new it goes one row down, where nothing is yet.
-            writer.write(Control::CarriageReturn);
+    std::uint8_t windows = 0;
+    for (std::uint8_t number = options.window; !rest.empty(); number = options.lowerWindow) {
+        const std::span<const PlacedRow> rows = rest.first(windows == 0 ? upper : rest.size());
+        rest = rest.subspan(rows.size());
+        const Box box = boxOf(caption, rows, options.aspectRatio);
+        const DefineWindow definition = definitionOf(caption, box, hasTwo ? anchorWithin(asked, box) : asked, number);
+        windows = static_cast<std::uint8_t>(windows | 1U << definition.window);
+        writer.write(definition);
+        if (!isRollUp) {
+            writer.expectPen(predefinedPen(kPenStyle));
         }
-        const bool isAtPen = !isRollUp && row.row == box.row + 1 && row.column == box.column;
-        writer.writeRow(row, row.row - 1 - box.row, row.column - box.column, isAtPen);
+        for (const PlacedRow& row : rows) {
+            if (isRollUp) {
+                // In a window that is new it goes one row down, where nothing is yet.
+                writer.write(Control::CarriageReturn);
+            }
+            const bool isAtPen = !isRollUp && row.row == box.row + 1 && row.column == box.column;
+            writer.writeRow(row, row.row - 1 - box.row, row.column - box.column, isAtPen);
+        }
+        writer.write(Control::EndOfText);
     }
-    writer.write(Control::EndOfText);
+    return windows;
 }
 
 }  // namespace qlx::cea708

@@ -66,12 +66,8 @@ std::int64_t number(std::uint64_t value) noexcept {
     return static_cast<std::int64_t>(value);
 }
 
-std::uint8_t bitOf(std::uint8_t window) noexcept {
-    return static_cast<std::uint8_t>(1U << window);
-}
-
-std::array<std::uint8_t, 2> bytesOf(WindowsAction action, std::uint8_t window) noexcept {
-    return {static_cast<std::uint8_t>(action), bitOf(window)};
+std::array<std::uint8_t, 2> bytesOf(WindowsAction action, std::uint8_t windows) noexcept {
+    return {static_cast<std::uint8_t>(action), windows};
 }
 
 /// Of the command with which the bytes begin; both halves of a pair of UTF-16 stay together.
@@ -105,14 +101,15 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
     const bool isRollUp = caption.style == CaptionStyle::RollUp;
     const bool usesSecond = isThere && place->usesSecondWindow;
     Cue cue{.number = ordinal, .start = caption.start, .end = caption.end, .style = caption.style};
-    cue.window = isRollUp ? 2 : usesSecond ? 1 : 0;
-    encodeCaption(caption,
-                  {.aspectRatio = _options.aspectRatio,
-                   .usesWideCharacters = _options.usesWideCharacters,
-                   .window = cue.window,
-                   .findingsOffset = ordinal,
-                   .wideCode = _options.wideCode},
-                  cue.bytes, findings);
+    const std::uint8_t window = isRollUp ? 2 : usesSecond ? 1 : 0;
+    cue.windows = encodeCaption(caption,
+                                {.aspectRatio = _options.aspectRatio,
+                                 .usesWideCharacters = _options.usesWideCharacters,
+                                 .window = window,
+                                 .findingsOffset = ordinal,
+                                 .wideCode = _options.wideCode,
+                                 .lowerWindow = static_cast<std::uint8_t>(window + 3)},
+                                cue.bytes, findings);
     if (cue.bytes.empty()) {
         addTo(findings, {FindingCode::Cea708CaptionEmpty, Severity::Remark, ordinal, 0, 0});
         return false;
@@ -192,7 +189,7 @@ void Writer::sendDue(Lane& lane, detail::FrameBlocks& blocks, FindingSink* findi
         }
     }
     if (lane.shown && lane.shown->end <= _frame && isErased(lane) &&
-        blocks.put(lane.service, bytesOf(WindowsAction::Delete, lane.shown->window))) {
+        blocks.put(lane.service, bytesOf(WindowsAction::Delete, lane.shown->windows))) {
         endShown(lane, findings);
     }
 }
@@ -256,7 +253,7 @@ bool Writer::begin(Lane& lane, detail::FrameBlocks& blocks, FindingSink* finding
     std::size_t size = 0;
     const bool rollsOn = lane.shown && lane.shown->style == CaptionStyle::RollUp && cue.style == CaptionStyle::RollUp;
     if (lane.shown && !(rollsOn && std::equal(definition.begin(), definition.end(), lane.shown->definition.begin()))) {
-        const auto deletion = bytesOf(WindowsAction::Delete, lane.shown->window);
+        const auto deletion = bytesOf(WindowsAction::Delete, lane.shown->windows);
         std::copy(deletion.begin(), deletion.end(), bytes.begin());
         size = deletion.size();
     }
@@ -274,11 +271,11 @@ bool Writer::begin(Lane& lane, detail::FrameBlocks& blocks, FindingSink* finding
 /// One block: the caption that is loaded takes the place of what is shown.
 bool Writer::swap(Lane& lane, detail::FrameBlocks& blocks, FindingSink* findings) {
     const Cue& cue = lane.cues.front();
-    const auto display = bytesOf(WindowsAction::Display, cue.window);
+    const auto display = bytesOf(WindowsAction::Display, cue.windows);
     std::array<std::uint8_t, 4> bytes{};
     std::size_t size = 0;
     if (lane.shown) {
-        const auto deletion = bytesOf(WindowsAction::Delete, lane.shown->window);
+        const auto deletion = bytesOf(WindowsAction::Delete, lane.shown->windows);
         std::copy(deletion.begin(), deletion.end(), bytes.begin());
         size = deletion.size();
     }
@@ -300,7 +297,7 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea708ShownLate, Severity::Warning, cue.number, number(_frame - cue.start), 0});
     }
     _events.push_back({cue.number, CaptionStep::Shown});
-    Shown shown{.number = cue.number, .end = cue.end, .style = cue.style, .window = cue.window, .ownEnd = cue.ownEnd};
+    Shown shown{.number = cue.number, .end = cue.end, .style = cue.style, .windows = cue.windows, .ownEnd = cue.ownEnd};
     std::copy_n(cue.bytes.begin(), kDefinitionBytes, shown.definition.begin());
     lane.shown = shown;
 }

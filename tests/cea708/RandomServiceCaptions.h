@@ -96,7 +96,10 @@ inline Caption someCaption(Random& random, CaptionStyle style, bool fits, Aspect
         one.cells.front().isVisible = one.cells.front().isVisible || fits;
         caption.rows.push_back(std::move(one));
         // Rows are named by their numbers: no two have the same.
-        row += fits ? (style == CaptionStyle::RollUp ? 0 : 1) : 1 + below(random, 3);
+        // Rows far from one another have two windows.
+        const std::size_t rest = row + count < kRows ? kRows - row - count : 0;
+        const std::size_t apart = isTrue(random, 20) ? below(random, rest + 1) : 0;
+        row += fits ? (style == CaptionStyle::RollUp ? 0 : 1 + apart) : 1 + below(random, isTrue(random, 20) ? 9 : 3);
     }
     return caption;
 }

@@ -1,5 +1,6 @@
 // When the commands of captions are sent, and which they are.
 #include <qlx/cc/slots.h>
+#include <qlx/cea708/receiver.h>
 #include <qlx/cea708/writer.h>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -263,6 +265,78 @@ TEST(CaptionWindows, StandAtTheirAnchors) {
                 EXPECT_TRUE(findings.empty());
             }
         }
+    }
+}
+
+/// Rows of letters, each in column 5.
+Caption rowsOf(std::uint64_t start, std::uint64_t end, const std::vector<std::pair<std::uint8_t, std::u32string>>& rows,
+               CaptionStyle style = CaptionStyle::PopOn) {
+    Caption caption = serviceCaption(start, end, U"", 1, style);
+    caption.rows.clear();
+    for (const auto& [row, text] : rows) {
+        caption.rows.push_back({row, 5, lettersOf(text)});
+    }
+    return caption;
+}
+
+// Text at the top and at the bottom is in two windows, which come and go together.
+TEST(CaptionWindows, AreTwoForRowsFarFromOneAnother) {
+    const Caption both = rowsOf(20, 40, {{1, U"Hi"}, {15, U"yo"}});
+    // The upper left of the one at line 0, the lower left of the other at line 74.
+    const std::string upper = "18001900011191"
+                              "3f0000486903";
+    const std::string lower = "184a1960011191"
+                              "3f0000796f03";
+    const std::string one = "98" + upper + "9b" + lower;
+    const SentPackets sent =
+        packetsOf({both, rowsOf(40, 60, {{1, U"Hi"}, {15, U"yo"}}), serviceCaption(60, 80, U"Hi")});
+    EXPECT_EQ(sent.packets, "0: 1/" + one + "\n20: 1/890999" + upper + "9c" + lower + "\n40: 1/8c098912" + kHi +
+                                "\n60: 1/8c128901\n80: 1/8c01");
+    EXPECT_EQ(sent.findings, Texts());
+    EXPECT_EQ(packetsOf({rowsOf(20, 40, {{1, U"Hi"}, {15, U"yo"}}, PaintOn)}).packets,
+              "20: 1/9838" + upper.substr(2) + "9b38" + lower.substr(2) + "\n40: 1/8c09");
+}
+
+TEST(CaptionWindows, AreHeldWhereTheyStand) {
+    struct Case {
+        std::vector<std::uint8_t> rows;
+        AnchorPoint anchor;
+        std::string expected;  ///< Of each window its number, first row, rows, and anchor point.
+    };
+    const Case cases[] = {
+        // Two blank rows do not part a caption, three do.
+        {{12, 15}, AnchorPoint::LowerCenter, "0:11+4@7 "},
+        {{11, 15}, AnchorPoint::LowerCenter, "0:10+1@7 3:14+1@7 "},
+        {{1, 5}, AnchorPoint::LowerRight, "0:0+1@2 3:4+1@2 "},
+        {{1, 2, 14, 15}, AnchorPoint::Center, "0:0+2@1 3:13+2@7 "},
+        // At the widest gap, the lowest of equal ones; over the middle as the caption asks.
+        {{1, 5, 10}, AnchorPoint::UpperLeft, "0:0+5@0 3:9+1@6 "},
+        {{1, 8, 15}, AnchorPoint::MiddleLeft, "0:0+8@3 3:14+1@6 "},
+    };
+    for (const Case& one : cases) {
+        Caption caption = rowsOf(0, 1, {});
+        caption.anchor = one.anchor;
+        for (const std::uint8_t row : one.rows) {
+            caption.rows.push_back({row, 3, lettersOf(U"ab")});
+        }
+        std::vector<std::uint8_t> bytes;
+        qlx::Findings findings;
+        const std::uint8_t windows = encodeCaption(caption, {}, bytes, &findings);
+        EXPECT_TRUE(findings.empty());
+        Receiver receiver;
+        (void)receiver.receive(bytes, &findings);
+        EXPECT_TRUE(findings.empty()) << findings[0].text();
+        std::string text;
+        for (std::size_t number = 0; number < kWindows; ++number) {
+            const Window& window = receiver.window(number);
+            EXPECT_EQ(window.isDefined(), (windows >> number & 1U) != 0);
+            if (window.isDefined()) {
+                text += std::to_string(number) + ":" + std::to_string(window.place().row) + "+" +
+                        std::to_string(window.rows()) + "@" +
+                        std::to_string(static_cast<int>(window.definition().anchorPoint)) + " ";
+            }
+        }
+        EXPECT_EQ(text, one.expected);
     }
 }
 

@@ -66,7 +66,8 @@ struct CaptionEvent {
 /// buffer of a service, of 128 bytes, holds at most what a frame has.
 ///
 /// A pop-on caption is loaded while the one before it is shown, as soon as it has been added, into the hidden one of the
-/// windows 0 and 1. In its first frame one block deletes the one window and shows the other. It fits when its commands and
+/// windows 0 and 1; lower rows that have a window of their own (encodeCaption()) are in 3 or 4 with it. In its first frame
+/// one block deletes what is shown and shows what is loaded. It fits when its commands and
 /// that block go into the frames behind the start of the one before it, up to and with its own first one; one that does
 /// not fit is shown as soon as it is loaded, with a finding. Roll-up captions (in window 2) and paint-on captions are
 /// written from their first frame on; of one whose last letters come in the frame of its end, or later, a finding says
@@ -111,7 +112,7 @@ private:
         std::uint64_t start = 0;
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
-        std::uint8_t window = 0;
+        std::uint8_t windows = 0;  ///< Bit n for window n.
         std::uint64_t ownEnd =
             0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
         std::size_t sent = 0;            ///< Of `bytes`.
@@ -127,7 +128,7 @@ private:
         std::uint64_t number = 0;
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
-        std::uint8_t window = 0;
+        std::uint8_t windows = 0;
         std::uint64_t ownEnd = 0;
         std::array<std::uint8_t, kDefinitionBytes> definition{};
     };
