@@ -564,6 +564,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {VideoUserDataUnlikeScte20, "{1} byte{1s} of user data are no captions by SCTE 20"},
     {VideoScte20Cut, "{1} pair{1s} announced, {2} there"},
     {VideoScte20FieldWrong, "pair {1} has field number 0"},
+    {VideoScte20OtherLine, "pair {1} has line offset {2}, not 11 for line 21: it is used all the same"},
     {Line21FormatUnknown, "unknown pixel format {1x}"},
     {Line21RowTooShort, "row of {2} bytes, {1} are needed"},
     {Line21RowTooNarrow, "row of {2} pixels, {1} are needed"},

@@ -2,6 +2,8 @@
 
 #include "base/MakeFinding.h"
 
+#include <utility>
+
 namespace qlx::video {
 
 namespace {
@@ -54,6 +56,7 @@ Result<Scte20Pairs> parseScte20(std::span<const std::uint8_t> bytes, FindingSink
     }
     Bits bits(bytes.subspan(kHeader));
     const std::size_t count = bits.take(kCountBits);
+    bool hasOtherLine = false;
     for (std::size_t index = 0; index < count; ++index) {
         if (bits.left() < kPairBits) {
             addTo(findings, makeFinding(FindingCode::VideoScte20Cut, Severity::Error, bytes.size(), count, index));
@@ -69,6 +72,9 @@ Result<Scte20Pairs> parseScte20(std::span<const std::uint8_t> bytes, FindingSink
         (void)bits.take(1);
         if (pair.field == 0) {
             addTo(findings, makeFinding(FindingCode::VideoScte20FieldWrong, Severity::Error, place, index));
+        } else if (pair.lineOffset != kScte20Line21 && !std::exchange(hasOtherLine, true)) {
+            addTo(findings,
+                  makeFinding(FindingCode::VideoScte20OtherLine, Severity::Remark, place, index, pair.lineOffset));
         }
         // There is room for as many as 5 bits can count.
         (void)pairs.append(std::span(&pair, 1));

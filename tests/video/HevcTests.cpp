@@ -201,6 +201,21 @@ TEST(Scte20, HasPairsOfFieldsWithTheirBitsInReverse) {
     EXPECT_EQ(findings[0], (Finding{FindingCode::VideoScte20FieldWrong, qlx::Severity::Error, 2, 0, 0}));
 }
 
+TEST(Scte20, KeepsTheLineAndRemarksAnother) {
+    Findings findings;
+    // Offsets 11, 0 and 31: two pairs of another line, which are used; one remark of the first.
+    const auto pairs = qlx::video::parseScte20(
+        fromHex("0381" + hexOfBits("00011  00 01 01011 00101001 00110100 1  00 01 00000 00101001 00110100 1"
+                                   "00 10 11111 10101000 00110100 1")),
+        &findings);
+    ASSERT_TRUE(pairs);
+    EXPECT_EQ(std::vector(pairs->items().begin(), pairs->items().end()),
+              (std::vector<Scte20Pair>{{0, 1, 11, 0x94, 0x2C}, {0, 1, 0, 0x94, 0x2C}, {0, 2, 31, 0x15, 0x2C}}));
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (Finding{FindingCode::VideoScte20OtherLine, qlx::Severity::Remark, 5, 1, 0}));
+    EXPECT_EQ(findings[0].text(), "pair 1 has line offset 0, not 11 for line 21: it is used all the same");
+}
+
 TEST(Scte20, FollowsTheOrderOfDisplay) {
     const auto typeOf = [](std::uint8_t field, Mpeg2PictureStructure structure, bool isTopFirst) {
         const Triplet triplet = qlx::video::scte20Triplet({0, field, 11, 0x94, 0x2C}, {structure, isTopFirst});

@@ -22,6 +22,8 @@ namespace qlx::video {
 
 /// user_data_type_code of captions by SCTE 20.
 inline constexpr std::uint8_t kScte20TypeCode = 0x03;
+/// line_offset of line 21.
+inline constexpr std::uint8_t kScte20Line21 = 11;
 /// Pairs that a picture has at most: cc_count has 5 bits.
 inline constexpr std::size_t kGreatestScte20Pairs = 31;
 
@@ -29,7 +31,7 @@ inline constexpr std::size_t kGreatestScte20Pairs = 31;
 struct Scte20Pair {
     std::uint8_t priority = 0;    ///< cc_priority, 0 to 3; 0 is the most important.
     std::uint8_t field = 1;       ///< field_number: 1 to 3 in the order of display; 0 is none.
-    std::uint8_t lineOffset = 0;  ///< line_offset, 0 to 31; 11 is line 21.
+    std::uint8_t lineOffset = 0;  ///< line_offset, 0 to 31: lines from line 10 of the field on; 11 is line 21.
     std::uint8_t first = 0;       ///< cc_data_1 as CEA-608 has it: its bits come in reverse.
     std::uint8_t second = 0;      ///< cc_data_2, the same.
 
@@ -43,7 +45,8 @@ using Scte20Pairs = BoundedList<Scte20Pair, kGreatestScte20Pairs>;
 /// Reads user data that begin with the type code. Fails with VideoUserDataUnlikeScte20 where that is another one, the
 /// reserved bits behind it are others, or what follows is no whole count: user data have other uses. None where
 /// vbi_data_flag is 0. To `findings`, with the byte's offset: VideoScte20Cut for pairs that are announced and not there,
-/// VideoScte20FieldWrong for one of field 0.
+/// VideoScte20FieldWrong for one of field 0, VideoScte20OtherLine (a remark) for the first one that is not of line 21:
+/// such pairs are used all the same.
 [[nodiscard]] QLX_EXPORT Result<Scte20Pairs> parseScte20(std::span<const std::uint8_t> bytes,
                                                          FindingSink* findings = nullptr);
 
