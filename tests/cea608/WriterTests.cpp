@@ -96,6 +96,10 @@ TEST(PopOnCaptions, AreShownWhenTheyAreLoaded) {
     Sent result = sentOf({captionOf(20, 22, U"Hi"), captionOf(23, 40, U"yo")});
     EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142c 142e 1460 796f 142f\n40: 142c");
     EXPECT_EQ(result.findings, Texts{"1: caption is shown 3 frames late, 3 pairs short"});
+    // EDM stands on the end's slot also where the next one was to begin there, and is late.
+    result = sentOf({captionOf(20, 22, U"Hi"), captionOf(22, 40, U"yo")});
+    EXPECT_EQ(result.pairs, "0: 1420 142e 1460 4869\n20: 142f 1420 142c 142e 1460 796f 142f\n40: 142c");
+    EXPECT_EQ(result.findings, Texts{"1: caption is shown 4 frames late, 4 pairs short"});
     result = sentOf({captionOf(2, 22, U"Hi")}, 1, FrameRate::Fps60);
     EXPECT_EQ(result.findings, Texts{"0: caption is shown 6 frames late, 3 pairs short"});
     // Just in time.

@@ -179,6 +179,35 @@ TEST(CaptionsOnAir, BeginWithTheFirstFrameThatIsPlayed) {
               "fd8080");
 }
 
+// What is shown of cues that overlap is what a player shows that has played the frames in front as well: at 12 s nothing, as
+// the second cue has cut the first one and is over; at 22 s both cues of one start, as long as the longer one.
+TEST(CaptionsOnAir, BeginAmongOverlappingCuesAsIfAllHadBeenPlayed) {
+    const std::string text = srt({{"00:00:01,000", "00:00:19,000", "whole"},
+                                  {"00:00:05,000", "00:00:10,000", "short"},
+                                  {"00:00:20,000", "00:00:21,000", "upper"},
+                                  {"00:00:20,000", "00:00:28,000", "lower"}});
+    const auto textsFrom = [&](const std::string& from, const std::string& mode) {
+        const TemporaryFolder folder;
+        const ToolResult result = runTool(qlxtest::playArgumentsOfMode(mode, folder.write("in.srt", text), "25",
+                                                                       {"--from", from, "--duration", "3"}));
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        std::string texts;
+        const Texts lines = linesOf(result.out);
+        for (std::size_t index = 3; index < lines.size(); ++index) {
+            texts += lines[index].substr(lines[index].rfind("  ") + 2) + ";";
+        }
+        return texts;
+    };
+    for (const char* mode : {"cea608", "cea708", "captions"}) {
+        EXPECT_EQ(textsFrom("3", mode), "whole;short;") << mode;
+        EXPECT_EQ(textsFrom("7", mode), "short;") << mode;
+        EXPECT_EQ(textsFrom("12", mode), "") << mode;
+        EXPECT_EQ(textsFrom("22", mode), "upper / lower;") << mode;
+    }
+    // A page of teletext shows all that is on air.
+    EXPECT_EQ(textsFrom("12", "teletext"), "whole;");
+}
+
 TEST(CaptionsOnAir, HaveExtendedDataBesideThem) {
     // Name (start code 01, type 03), rating (01 05; TV-14 is 5, V 20h: 48 50 65) and network (05 01); the end code 0f.
     const Texts lines = linesOf(played(kHi, "29.97",

@@ -109,6 +109,12 @@ TEST(FileContents, ShowTexts) {
     const Texts lines = linesOf(runTool({"scan", file, "--list"}).out);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[1], "text T1             -         00:00:00,080    00:00:00,120           1");
+    // The same facts, with their exact times.
+    EXPECT_EQ(runTool({"scan", file, "--list", "--json"}).out,
+              R"({"contents":[{"captions":1,"first":{"seconds":0.08,"timescale":25,"value":2},"firstFrame":2,)"
+              R"("kind":"text","language":null,"last":{"seconds":0.12,"timescale":25,"value":3},"lastFrame":3,)"
+              R"("name":"T1"}],"frames":4,"schema":"qlxcc/contents/1"})"
+              "\n");
 }
 
 // RDC, preamble of row 15, "Hi" without parity bits.

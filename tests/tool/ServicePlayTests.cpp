@@ -126,6 +126,14 @@ TEST(ServicesOnAir, RefuseWhatTheyDoNotHave) {
     EXPECT_TRUE(hasPart(refused("cea608", {"--page", "801"}), "--page is for --mode teletext"));
     EXPECT_TRUE(hasPart(refused("cea608", {"--as-deployed", "--language", "eng"}), "without --as-deployed"));
     EXPECT_TRUE(hasPart(refused("cea708", {"--service", "64"}), "--service"));
+    // Rows of 720 pixels are those of the two interlaced rates.
+    for (const std::string rate : {"23.976", "24", "25", "29.97", "30", "50", "59.94", "60"}) {
+        const bool isTaken = rate == "25" || rate == "29.97";
+        const ToolResult result =
+            playedServices("captions", rate, {"--to-format", "v210", "--sd", "--line", "11", "--duration", "0.2"});
+        EXPECT_EQ(result.exitCode, isTaken ? 0 : 2) << rate;
+        EXPECT_EQ(hasPart(result.err, "is for --rate 25 and 29.97 only"), !isTaken) << rate << ": " << result.err;
+    }
 }
 
 }  // namespace

@@ -208,7 +208,10 @@ int playCues(PlayOptions sent, ConvertOptions options) {
     sent.reportsAll = options.reportsAll;
     options.frames = frameRateOf(sent.rate);
     bool hasFailed = false;
-    sent.cues = [&](const CueValueTaker& take) { return readConvertedCues(options, take, hasFailed); };
+    // One file is converted, and to one page.
+    sent.cues = [&](const std::string&, const CueValueTaker& take) {
+        return readConvertedCues(options, take, hasFailed);
+    };
     const int result = play(sent);
     return hasFailed ? kExitFailure : result;
 }

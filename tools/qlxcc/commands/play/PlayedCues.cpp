@@ -16,8 +16,10 @@ std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rat
 
 Subtitles PlayedCues::read() {
     const auto takeOne = [this](const subtitles::Cue& cue) { take(cue); };
-    return _options.cues ? _options.cues(takeOne)
-                         : readCues({.path = _options.subtitles, .encoding = _options.encoding, .track = _options.track}, takeOne);
+    return _options.cues
+               ? _options.cues(_options.subtitles, takeOne)
+               : readCues({.path = _options.subtitles, .encoding = _options.encoding, .track = _options.track},
+                          takeOne);
 }
 
 std::vector<subtitles::Cue> PlayedCues::inOrder(bool overlaps) {
@@ -29,21 +31,24 @@ std::vector<subtitles::Cue> PlayedCues::inOrder(bool overlaps) {
     const auto isBefore = [&](const subtitles::Cue& cue) {
         return dueFrame(cue, _options.rate).value_or(first) < first;
     };
-    auto later = std::find_if_not(_cues.begin(), _cues.end(), isBefore);
+    const auto later = std::find_if_not(_cues.begin(), _cues.end(), isBefore);
     if (overlaps) {
         std::for_each(_cues.begin(), later, [&](subtitles::Cue& cue) { cue.start = _options.rate.timeOfFrame(first); });
         return std::move(_cues);
     }
     const bool isReplaced = later != _cues.end() && dueFrame(*later, _options.rate) == first;
-    if (later != _cues.begin() && !isReplaced) {
-        // Those that began last, together: of the ones before them nothing is shown any more.
-        const auto due = dueFrame(*std::prev(later), _options.rate);
-        while (later != _cues.begin() && dueFrame(*std::prev(later), _options.rate) == due) {
-            --later;
-            later->start = _options.rate.timeOfFrame(first);
-        }
+    const bool isShown = std::any_of(_lastBefore.begin(), _lastBefore.end(), [&](const subtitles::Cue& cue) {
+        return secondsFrom(cue.end) > _window.firstTime();
+    });
+    std::vector<subtitles::Cue> cues;
+    if (isShown && !isReplaced) {
+        // Together, as long as the last one of them: of the ones before them nothing is shown any more.
+        cues = std::move(_lastBefore);
+        std::for_each(cues.begin(), cues.end(),
+                      [&](subtitles::Cue& cue) { cue.start = _options.rate.timeOfFrame(first); });
     }
-    _cues.erase(_cues.begin(), later);
+    std::move(later, _cues.end(), std::back_inserter(cues));
+    _cues = std::move(cues);
     joinEqualStarts();
     return std::move(_cues);
 }
@@ -65,7 +70,20 @@ void PlayedCues::joinEqualStarts() {
 }
 
 void PlayedCues::take(const subtitles::Cue& cue) {
-    if (!_window.take(secondsFrom(cue.start), secondsFrom(cue.end))) {
+    // A caption has four rows: of cues that are over, and begin together, no more than these can have a part in it.
+    constexpr std::size_t kMostOver = 64;
+    const auto due = dueFrame(cue, _options.rate);
+    const bool isPlayed = _window.take(secondsFrom(cue.start), secondsFrom(cue.end));
+    if (due && *due < _window.firstFrame() && (!_lastDue || *due >= *_lastDue)) {
+        if (_lastDue != due) {
+            _lastBefore.clear();
+        }
+        _lastDue = due;
+        if (isPlayed || _lastBefore.size() < kMostOver) {
+            _lastBefore.push_back(cue);
+        }
+    }
+    if (!isPlayed) {
         return;
     }
     for (const subtitles::Row& row : cue.rows) {

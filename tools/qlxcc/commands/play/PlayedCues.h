@@ -28,7 +28,8 @@ public:
 
     /// What is on air as the first frame begins, begins with it.
     /// @param overlaps Whether that is all of them, and cues that are due in one frame stay cues of their own; else it is
-    /// those that began last, and such cues become one.
+    /// those that began last, unless all of them are over, as it would be had the frames in front been played; and such
+    /// cues become one.
     [[nodiscard]] std::vector<subtitles::Cue> inOrder(bool overlaps);
 
     /// How many cues are shown with the one before them.
@@ -43,6 +44,9 @@ private:
     const PlayOptions& _options;
     PlayWindow _window;
     std::vector<subtitles::Cue> _cues;
+    std::vector<subtitles::Cue>
+        _lastBefore;  ///< Those that began last in front of the first frame, also if they are over.
+    std::optional<std::uint64_t> _lastDue;  ///< The frame of these.
     std::uint64_t _joined = 0;
 };
 
