@@ -136,6 +136,18 @@ TEST(SCTEJson, NamesFieldsAsTheStandardDoes) {
         R"({"asIndex":0,"dpiPidIndex":0,"messageNumber":1,"operations":[{"name":"TimeSignalRequestData","opID":260,)"
         R"("preRollTime":{"seconds":4.0,"timescale":1000,"value":4000}}],"protocolVersion":0,)"
         R"("schema":"qlxcc/scte104/1","scte35ProtocolVersion":0,"timestamp":{"timeType":0}})");
+    // What the fixed operations have no names for.
+    message.operations = {{InsertTierRequest{5}, {}, {}},
+                          {InsertTimeDescriptorRequest{1, 2, 37}, {}, {}},
+                          {InsertAudioDescriptorRequest{{0x1F}}, {}, {}}};
+    EXPECT_NE(jsonText(jsonOf(Message(message)))
+                  .find(R"([{"name":"InsertTierData","opID":271,"tierData":5},)"
+                        R"({"name":"InsertTimeDescriptor","opID":272,"taiNs":2,"taiSeconds":1,"utcOffset":37},)"
+                        R"({"audioDescriptorData":"1f","name":"InsertAudioDescriptor","opID":273}])"),
+              std::string::npos);
+    SingleOperationMessage single;
+    single.operation = AliveRequest{};
+    EXPECT_NE(jsonText(jsonOf(Message(single))).find(R"("name":"AliveRequestData","opID":3)"), std::string::npos);
     SpliceInfoSection section;
     section.command = TimeSignal{{900000, 0x7F}};
     section.descriptors.push_back({DtmfDescriptor{50, 0x1F, {0x31, 0x2A}}, {}});

@@ -1,4 +1,5 @@
 // SCTE-104 messages as JSON, both ways.
+#include "streams/OperationNames.h"
 #include "streams/SCTEJsonFields.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
@@ -351,7 +352,7 @@ void describeOperation(Io& io, Variant& value, std::uint16_t opId) {
             findAlternative<1>(value, [opId]<class Alternative>() { return Alternative::kOpId == opId; });
         }
     }
-    io.name("name", QLXSCTEOperation::SCTEOperationNameWithID(opId));
+    io.name("name", operationName(opId));
     std::visit([&io](auto& data) { describe(io, data); }, value);
 }
 

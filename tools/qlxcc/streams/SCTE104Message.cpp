@@ -1,6 +1,7 @@
 #include "streams/SCTE104Message.h"
 
 #include "io/Text.h"
+#include "streams/OperationNames.h"
 #include "streams/SCTEJson.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
@@ -93,8 +94,7 @@ void readOperations(Scte104Message& message, scte::MultipleOperationView& view) 
         auto parameters = QLXSCTEOperation::parametersOfSCTEOperationWithID_data(operation->opId, contents);
         if (!parameters) {
             message.problems.push_back({offset, name + ": " + counted(contents.size(), "byte") +
-                                                    " of data are too few for " +
-                                                    QLXSCTEOperation::SCTEOperationNameWithID(operation->opId)});
+                                                    " of data are too few for " + operationName(operation->opId)});
         }
         message.operations.push_back({operation->opId, std::move(contents), std::move(parameters)});
     }
@@ -199,7 +199,7 @@ Scte104Message readScte104(const Data& data) {
 }
 
 std::string operationInWords(const Scte104Operation& operation) {
-    std::string name = QLXSCTEOperation::SCTEOperationNameWithID(operation.operationID);
+    std::string name = operationName(operation.operationID);
     const bool isUnknown = name == "unknown" || name == "unsupported";
     if (isUnknown) {
         name += " (" + hexNumber(operation.operationID, 2) + ")";

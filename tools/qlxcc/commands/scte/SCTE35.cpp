@@ -7,11 +7,11 @@
 #include "io/OutputFile.h"
 #include "io/Text.h"
 #include "streams/Json.h"
+#include "streams/OperationNames.h"
 #include "streams/SCTE104Message.h"
 #include "streams/SCTEJson.h"
 #include "streams/SCTEXml.h"
 
-#include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <qlx/scte/conversion.h>
@@ -76,10 +76,9 @@ void checkSpliceRequest(const Scte104Packet& packet) {
         throw failureIn(packet.place, "the message has no operation");
     }
     if (message.operations.front().operationID != kSpliceRequest) {
-        throw failureIn(packet.place,
-                        "the message begins with " +
-                            QLXSCTEOperation::SCTEOperationNameWithID(message.operations.front().operationID) +
-                            ": only a SpliceRequestData becomes a section");
+        throw failureIn(packet.place, "the message begins with " +
+                                          operationName(message.operations.front().operationID) +
+                                          ": only a SpliceRequestData becomes a section");
     }
     if (hasTimeStamp(message.timeStamp)) {
         throw failureIn(packet.place, "the message has a time stamp: the section's time is that of --pts alone");
