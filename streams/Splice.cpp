@@ -11,6 +11,8 @@ namespace qlx::streams {
 namespace {
 
 constexpr std::size_t kMostWaiting = 4096;
+/// Of all programs: what sections say takes many times their bytes.
+constexpr std::size_t kMostWaitingBytes = std::size_t{1} << 20U;
 /// A clock that goes on by more than a second between two times has jumped; they come every tenth of one.
 constexpr std::uint64_t kGreatestStep = ts::kPcrPerSecond;
 
@@ -75,17 +77,23 @@ void SpliceReader::push(std::span<const std::uint8_t> bytes) {
 }
 
 void SpliceReader::finish() {
-    if (_arrivals.hasEnded()) {
-        return;
-    }
-    _packets.finish();
-    while (const auto packet = _packets.next()) {
-        takePacket(*packet);
+    const bool isAtLimit = _arrivals.hasEnded();
+    if (!isAtLimit) {
+        _packets.finish();
+        while (const auto packet = _packets.next()) {
+            takePacket(*packet);
+        }
     }
     for (auto& [pid, sections] : _sections) {
-        if (!_packets.isCut()) {
+        if (isAtLimit || _packets.isCut()) {
+            sections.stop();
+        } else {
             sections.finish();
         }
+    }
+    _programs.finish();
+    if (isAtLimit) {
+        return;
     }
     for (auto& [pid, clock] : _clocks) {
         release(clock);
@@ -174,8 +182,14 @@ void SpliceReader::takeSections(ts::SectionReader& sections) {
                                  std::nullopt,
                                  {view->bytes.begin(), view->bytes.end()},
                                  *std::move(section)});
+        _waitingBytes += view->bytes.size();
         if (clock.waiting.size() > kMostWaiting) {
             release(clock);
+        }
+        if (_waitingBytes > kMostWaitingBytes) {
+            for (auto& [pid, one] : _clocks) {
+                release(one);
+            }
         }
     }
 }
@@ -204,6 +218,7 @@ void SpliceReader::release(Clock& clock) {
             const std::int64_t pcr = ((static_cast<std::int64_t>(clock.pcr) + ticks) % wrap + wrap) % wrap;
             arrival.arrival90k = static_cast<std::uint64_t>(pcr) / ts::kTicksPerPcr;
         }
+        _waitingBytes -= arrival.bytes.size();
         _ready.push_back(std::move(arrival));
     }
     clock.waiting.clear();

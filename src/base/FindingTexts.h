@@ -244,6 +244,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {TsDataUnitWrong, "data unit {1x} of {2} byte{2s} is wrong"},
     {TsDataUnitUnused, "PID {2h}: {1v} are not read"},
     {TsMapMissing, "PID {1h}: teletext that no program's map names, found by its data"},
+    {TsGuessDropped, "PID {1h}: the program's maps, which have come now, do not name it: nothing more is read of it"},
     {TsTeletextLeftOut, "PID {1h}: there is teletext in it too, which is not read"},
     {TsPidWrong, "PID {1h} is reserved, or is there twice"},
     {TsTooManyPages, "{1} pages of teletext, its descriptor names {2}"},

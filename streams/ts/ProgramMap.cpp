@@ -151,6 +151,13 @@ const Pmt* ProgramMap::mapOf(std::uint16_t pid) const noexcept {
     return map == _maps.end() ? nullptr : &*map;
 }
 
+void ProgramMap::finish() {
+    _association.stop();
+    for (MapPid& pid : _mapPids) {
+        pid.sections.stop();
+    }
+}
+
 void ProgramMap::setFindings(FindingSink* findings) noexcept {
     _findings = findings;
     _association.setFindings(findings);

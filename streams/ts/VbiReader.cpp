@@ -53,12 +53,17 @@ void VbiReader::tellStreams() {
 
 /// The maps have changed.
 void VbiReader::chooseStreams() {
-    if (_options.pid || (_pid && !_isGuessed && _map.streamOf(*_pid) != nullptr)) {
+    if (_options.pid) {
+        return;
+    }
+    if (_pid && !_isGuessed && _map.streamOf(*_pid) != nullptr) {
+        _isTrusted = false;
         return;
     }
     // What was found by its data may be what the map names. PIDs have 13 bits.
     constexpr std::uint16_t kNoPid = 0xFFFF;
-    const std::uint16_t guess = _isGuessed ? _pid.value_or(kNoPid) : kNoPid;
+    const bool isByData = _isGuessed || _isTrusted;
+    const std::uint16_t guess = isByData ? _pid.value_or(kNoPid) : kNoPid;
     std::vector<Candidate> candidates;
     bool isGuessThere = false;
     for (const Pmt& map : _map.maps()) {
@@ -71,7 +76,7 @@ void VbiReader::chooseStreams() {
                     drop();
                     choose(stream.pid);
                 }
-                _isGuessed = false;
+                _isGuessed = _isTrusted = false;
                 return;
             }
             isGuessThere = isGuessThere || stream.pid == guess;
@@ -85,10 +90,10 @@ void VbiReader::chooseStreams() {
         }
     }
     if (isGuessThere) {
-        _isGuessed = false;
+        _isGuessed = _isTrusted = false;
         return;
     }
-    if (_isGuessed && !_map.isWhole()) {
+    if (isByData && !_map.isWhole()) {
         // It may be of a program whose map is still to come.
         return;
     }
@@ -102,7 +107,10 @@ void VbiReader::drop() {
         _held.clear();
         _time.reset();
     }
-    _isGuessed = false;
+    if (_isTrusted) {
+        detail::addFinding(_findings, FindingCode::TsGuessDropped, Severity::Warning, _packets.offset(), *_pid);
+    }
+    _isGuessed = _isTrusted = false;
     _pid.reset();
     _reader.reset();
 }
@@ -110,6 +118,7 @@ void VbiReader::drop() {
 /// No map has come for so long that none will.
 void VbiReader::trustGuess() {
     _isGuessed = false;
+    _isTrusted = true;
     detail::addFinding(_findings, FindingCode::TsMapMissing, Severity::Warning,
                        _held.empty() ? _packets.offset() : _held.front().offset, *_pid);
 }
@@ -218,6 +227,7 @@ const VbiMoment* VbiReader::next() {
     }
     if (moment != nullptr) {
         _findings == nullptr ? void() : _findings->add(*_moments.takeFinding(moment->offset));
+        stop();
     }
     return nullptr;
 }
@@ -286,10 +296,19 @@ bool VbiReader::advance() {
             _reader->finish();
         }
         const bool isTaken = _reader && takeOf(*_pid, *_reader);
-        _scrambled.end(_findings);
+        stop();
         return isTaken;
     }
     return false;
+}
+
+/// Tells what has been counted.
+void VbiReader::stop() {
+    if (_reader) {
+        _reader->stop();
+    }
+    _map.finish();
+    _scrambled.end(_findings);
 }
 
 std::vector<TeletextPage> VbiReader::pages() const {

@@ -215,6 +215,54 @@ TEST(Splice, IsReadUpToALimit) {
     }
 }
 
+TEST(Splice, TellsWhatItHasCountedAtALimitToo) {
+    Made made;
+    made.clock(0).section(signalAt(3)).section(signalAt(4)).clock(9000);
+    SpliceBytes bytes = made.bytes();
+    for (const bool isOfMap : {false, true}) {
+        for (int number = 0; number < 3; ++number) {
+            ts::PacketBytes damaged = ts::nullPacket();
+            const std::uint16_t pid = isOfMap ? kMapPid : kSplicePid;
+            damaged[1] = static_cast<std::uint8_t>(0x80U | pid >> 8U);
+            damaged[2] = static_cast<std::uint8_t>(pid);
+            bytes.insert(bytes.end(), damaged.begin(), damaged.end());
+        }
+    }
+    const Codes all{FindingCode::TsPacketDamaged, FindingCode::TsPacketDamaged, FindingCode::TsMorePacketsLeftOut,
+                    FindingCode::TsMorePacketsLeftOut};
+    EXPECT_EQ(read(bytes, bytes.size()).codes, all);
+    const Came cut = read(bytes, bytes.size(), {.limits = {.items = 1}});
+    EXPECT_EQ(cut.arrivals.size(), 1U);
+    EXPECT_EQ(cut.codes,
+              (Codes{FindingCode::TsPacketDamaged, FindingCode::TsPacketDamaged, FindingCode::LimitOfItemsReached,
+                     FindingCode::TsMorePacketsLeftOut, FindingCode::TsMorePacketsLeftOut}));
+}
+
+TEST(Splice, HoldsNoMoreThanAMebibyteOfSections) {
+    constexpr std::size_t kSections = 300;
+    Made made;
+    made.clock(0).nulls(8).clock(9000);
+    for (std::size_t number = 0; number < kSections; ++number) {
+        made.section(signalAt(number, 0, 4000));
+    }
+    SpliceReader reader;
+    reader.push(made.bytes());
+    std::size_t given = 0;
+    const auto drain = [&] {
+        while (const auto arrival = reader.next()) {
+            EXPECT_EQ(arrival->splice90k(), given++);
+            EXPECT_TRUE(arrival->arrival90k);
+        }
+    };
+    drain();
+    // No time follows: those that have no room do not wait for it.
+    EXPECT_GT(given, 250U);
+    EXPECT_LT(given, kSections);
+    reader.finish();
+    drain();
+    EXPECT_EQ(given, kSections);
+}
+
 TEST(Splice, EndsCalmlyAtEveryLength) {
     const SpliceBytes stream = Made().clock(0).section(signalAt(5, 0, 300)).clock(9000).bytes();
     for (std::size_t size = 0; size < stream.size(); size += 7) {

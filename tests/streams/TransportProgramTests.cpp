@@ -286,6 +286,52 @@ StreamBytes packetsOf(const StreamBytes& stream, const Keeps& keeps) {
     return kept;
 }
 
+TEST(TransportTeletext, SaysWhichGuessLaterMapsDrop) {
+    std::vector<ts::PacketBytes> packets;
+    ts::PayloadWriter teletext(0x201);
+    std::mt19937 random(1);
+    std::uint64_t pts = 90000;
+    const auto addTeletext = [&](int count) {
+        for (int number = 0; number < count; ++number) {
+            StreamBytes pes;
+            ASSERT_TRUE(ts::writeTeletextPes(randomLines(random, 2, true), pts += 3600, true, pes));
+            teletext.addPes(pes, packets);
+        }
+    };
+    const auto addMap = [&packets](std::uint16_t program) {
+        const ts::Pmt map{.header = {.extension = program}, .pcrPid = 0x1FFF, .descriptors = {}, .streams = {}};
+        ts::PayloadWriter(static_cast<std::uint16_t>(0x100 + program)).addSection(*writePmt(map), packets);
+    };
+    addTeletext(100);
+    ts::Pat association;
+    association.programs = {{1, 0x101}, {2, 0x102}};
+    ts::PayloadWriter(0).addSection(*writePat(association), packets);
+    addMap(2);
+    // It may be of the other program.
+    addTeletext(10);
+    addMap(1);
+    const std::uint64_t dropped = packets.size() * ts::kPacketBytes;
+    addTeletext(10);
+    Findings findings;
+    ts::VbiReader reader({}, &findings);
+    std::size_t moments = 0;
+    for (const ts::PacketBytes& packet : packets) {
+        reader.push(packet);
+        moments += reader.next() != nullptr ? 1 : 0;
+    }
+    reader.finish();
+    while (reader.next() != nullptr) {
+        ++moments;
+    }
+    EXPECT_EQ(moments, 110U);
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0].code, FindingCode::TsMapMissing);
+    EXPECT_EQ(findings[1].code, FindingCode::TsGuessDropped);
+    EXPECT_EQ(findings[1].first, 0x201);
+    EXPECT_LE(findings[1].offset, dropped);
+    EXPECT_FALSE(reader.pid());
+}
+
 TEST(TransportTeletext, IsFoundWithoutAnyMap) {
     for (const std::size_t frames : {20U, 150U}) {
         const WrittenTeletext written = writtenTeletext(frames);

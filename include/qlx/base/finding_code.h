@@ -589,6 +589,7 @@ enum class FindingCode : std::uint32_t {
     TsMorePacketsLeftOut,       ///< PID, packets that are damaged or scrambled behind one that has been told.
     TsTooManyPages,             ///< Pages, greatest number that a teletext descriptor names.
     TsMapMissing,               ///< PID; found by its data, where there is no program's map.
+    TsGuessDropped,             ///< PID that was found by its data; maps that come later do not have it.
 
     // streams: splice information in transport streams (ANSI/SCTE 35); the offset is where the packet stands
     SpliceNotRegistered = 0x1F'0341,  ///< program_number; it has such a stream, and no registration descriptor CUEI.

@@ -58,7 +58,8 @@ struct SpliceReaderOptions {
 
 /// Reads the sections of all streams of type 86h, and of the PIDs that it is given. Sections come in their order in the
 /// stream, each as soon as the next time of its program's clock is known: between two of them the time is told by the place
-/// (ISO/IEC 13818-1, 2.4.2.2). It holds the sections that wait for that, 4096 of a program at most.
+/// (ISO/IEC 13818-1, 2.4.2.2). It holds the sections that wait for that, 4096 of a program and a MiB
+/// of all at most; what is more has the time that the last two tell.
 ///
 /// Findings: those of the packets and tables, TsSectionCrcWrong (the section is left out), those of
 /// scte::parseSpliceInfoSection() with the byte of the stream, SpliceNotRegistered for a program that has such a stream
@@ -103,6 +104,7 @@ private:
     std::map<std::uint16_t, ts::SectionReader> _sections;  ///< By PID.
     std::map<std::uint16_t, bool> _isSaid;   ///< By program: whether it is said that it is not registered.
     std::map<std::uint16_t, Clock> _clocks;  ///< By PCR_PID; that of no program is 1FFFh.
+    std::size_t _waitingBytes = 0;           ///< Of the sections that wait.
     std::deque<SpliceArrival> _ready;
 };
 

@@ -92,6 +92,9 @@ public:
     /// Says that there are no more packets: the one that has begun ends here.
     QLX_STREAMS_EXPORT void finish();
 
+    /// Says that packets that follow are not read: nothing is said of a packet that has begun.
+    void stop() { _unusable.end(_findings); }
+
     /// Where findings go from now on.
     void setFindings(FindingSink* findings) noexcept { _findings = findings; }
 

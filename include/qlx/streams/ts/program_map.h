@@ -48,6 +48,9 @@ public:
     /// The map of the program with this stream; null when there is none.
     [[nodiscard]] QLX_STREAMS_EXPORT const Pmt* mapOf(std::uint16_t pid) const noexcept;
 
+    /// Says that no more packets are read: what has been counted is told.
+    QLX_STREAMS_EXPORT void finish();
+
     /// Where findings go from now on.
     QLX_STREAMS_EXPORT void setFindings(FindingSink* findings) noexcept;
 

@@ -75,6 +75,9 @@ public:
     /// Says that there are no more packets: a section that has begun is cut.
     QLX_STREAMS_EXPORT void finish();
 
+    /// Says that packets that follow are not read: nothing is said of a section that has begun.
+    void stop() { _unusable.end(_findings); }
+
     /// Where findings go from now on.
     void setFindings(FindingSink* findings) noexcept { _findings = findings; }
 

@@ -55,7 +55,7 @@ struct VbiMoment {
 /// clock, TsTimeMissing (what comes before the first time is left out), TsTimeJumped where a time is before the one in front
 /// of it, TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for each other PID
 /// that is said to hold teletext, TsMapMissing for a stream that is found and that no map names,
-/// LimitOfBytesReached or LimitOfItemsReached.
+/// TsGuessDropped where maps come later all the same, and none of them has it (nothing more is read of it), LimitOfBytesReached or LimitOfItemsReached.
 class VbiReader {
 public:
     /// @param options Which stream.
@@ -109,6 +109,7 @@ private:
     bool take(const PesView& pes);
     bool takeOf(std::uint16_t pid, PesReader& reader);
     void tellOthers(const PesView& pes);
+    void stop();
     void tellStreams();
 
     VbiReaderOptions _options;
@@ -128,6 +129,7 @@ private:
     std::deque<VbiMoment> _held;  ///< Read already.
     std::bitset<256> _told;       ///< Units that are not read.
     bool _isGuessed = false;      ///< The PID was found by its data, and a map may still come.
+    bool _isTrusted = false;      ///< It was found by its data, and no map has come for long.
     bool _isTimeTold = false;
     bool _isEndTold = false;
 };
