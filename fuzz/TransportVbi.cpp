@@ -1,5 +1,6 @@
 // Arbitrary bytes as PES packets of teletext and other lines, and as a transport stream: pieces make no difference, and the
-// lines that are read are written and read again.
+// lines that are read are written and read again, also as packets of a frame.
+#include <qlx/streams/teletext_packets.h>
 #include <qlx/streams/ts/vbi_reader.h>
 
 #include "FuzzSupport.h"
@@ -63,6 +64,36 @@ std::vector<std::uint8_t> streamWith(std::span<const std::uint8_t> pes, bool isN
     return stream;
 }
 
+/// Each field's lines come back in their order, but for what is more than its sixteen.
+void putIntoPackets(std::span<const qlx::teletext::SdpLine> lines) {
+    constexpr std::size_t kFieldLines = 16;
+    qlx::streams::Frame frame;
+    frame.teletext.assign(lines.begin(), lines.end());
+    qlx::streams::TeletextPackets packets;
+    qlx::Findings findings;
+    packets.put(frame, &findings);
+    require(frame.teletext.empty());
+    std::vector<qlx::teletext::SdpLine> back;
+    for (const qlx::anc::Packet& packet : frame.packets) {
+        qlx::Findings none;
+        const auto sdp = qlx::teletext::parseSdp(packet.userData, &none);
+        require(sdp && none.empty());
+        back.insert(back.end(), sdp->lines.begin(), sdp->lines.end());
+    }
+    std::size_t place = 0;
+    for (const bool isOdd : {true, false}) {
+        std::size_t count = 0;
+        for (const qlx::teletext::SdpLine& line : lines) {
+            if (line.isOddField() == isOdd && count++ < kFieldLines) {
+                require(place < back.size() && back[place].isOddField() == isOdd && back[place].bytes == line.bytes);
+                require(back[place].line() >= 7 && back[place].line() <= 22);
+                ++place;
+            }
+        }
+    }
+    require(place == back.size() && (place == lines.size()) == findings.empty());
+}
+
 }  // namespace
 
 // How the bytes are read, the size of a piece, the bytes.
@@ -101,5 +132,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     qlx::Findings findings;
     require(readVbi(view, packet, &findings) && findings.empty());
     require(std::equal(packet.teletext.begin(), packet.teletext.end(), lines.begin(), lines.end()));
+    putIntoPackets(lines);
     return 0;
 }

@@ -44,6 +44,10 @@ void tellPackets(const Frame& frame, FindingSink* findings) {
             findings->add({FindingCode::StreamPacketLeftOut, Severity::Warning, place, packet.did, packet.sdid});
         }
     }
+    if (findings != nullptr && !frame.teletext.empty()) {
+        findings->add({FindingCode::StreamTeletextLeftOut, Severity::Warning, frame.packets.size(),
+                       static_cast<std::int64_t>(frame.teletext.size()), 0});
+    }
 }
 
 }  // namespace

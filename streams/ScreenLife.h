@@ -6,6 +6,7 @@
 #include <qlx/streams/frame.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,9 @@ public:
     void change(const screen::Screen& screen, const Frame& frame, Content& content) {
         std::vector<std::u32string> rows = textOf(screen);
         const bool isShown = hasText(rows);
+        if (_isShown) {
+            lastUpTo(frame, content);
+        }
         if (isShown && isAnother(rows)) {
             ++content.captions;
         }
@@ -41,6 +45,19 @@ public:
     }
 
 private:
+    /// A transport stream has frames only where teletext comes: what was shown stays up to the frame in front of the one
+    /// that changes it, which is one of 25 a second as its system has them.
+    static void lastUpTo(const Frame& frame, Content& content) {
+        constexpr std::int32_t kFramesPerSecond = 25;
+        if (frame.teletext.empty() || !frame.pts || !content.last) {
+            return;
+        }
+        const MediaTime before = add(*frame.pts, MediaTime::make(-1, kFramesPerSecond));
+        if (secondsFrom(before) > secondsFrom(*content.last)) {
+            content.last = before;
+        }
+    }
+
     static std::vector<std::u32string> textOf(const screen::Screen& screen) {
         std::vector<std::u32string> rows(screen.rows());
         for (std::size_t row = 0; row < rows.size(); ++row) {

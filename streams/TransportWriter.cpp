@@ -1,6 +1,7 @@
 #include <qlx/streams/transport_writer.h>
 
 #include "LineSink.h"
+#include "TeletextLines.h"
 
 #include <qlx/anc/packet.h>
 #include <qlx/streams/ts/vbi.h>
@@ -8,16 +9,12 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
 
 namespace qlx::streams {
 
 namespace {
 
 constexpr std::int32_t kTicksPerSecond = 90'000;
-constexpr std::uint8_t kFirstLine = 7;
-constexpr std::uint8_t kLastLine = 22;
-constexpr std::size_t kLinesPerField = kLastLine - kFirstLine + 1;
 
 bool isFilling(const teletext::SdpLine& line) {
     const Result<teletext::Packet> packet = teletext::parsePacket(line.bytes);
@@ -103,39 +100,6 @@ void TransportWriter::takeLines(const Frame& frame, FindingSink* findings) {
     }
 }
 
-/// The first field comes first, and each line of a field once.
-void TransportWriter::numberLines(const Frame& frame, FindingSink* findings) {
-    std::stable_sort(_lines.begin(), _lines.end(), [](const teletext::SdpLine& left, const teletext::SdpLine& right) {
-        return left.isOddField() && !right.isOddField();
-    });
-    const auto second =
-        std::find_if(_lines.begin(), _lines.end(), [](const teletext::SdpLine& line) { return !line.isOddField(); });
-    std::vector<teletext::SdpLine> kept;
-    const auto addField = [&](std::span<teletext::SdpLine> field) {
-        bool isRight = true;
-        std::uint8_t last = kFirstLine - 1;
-        for (const teletext::SdpLine& line : field) {
-            isRight = isRight && line.line() > last && line.line() <= kLastLine;
-            last = line.line();
-        }
-        const std::size_t count = std::min(field.size(), kLinesPerField);
-        for (std::size_t index = 0; index < count; ++index) {
-            if (!isRight) {
-                field[index].descriptor =
-                    teletext::sdpDescriptor(kFirstLine + static_cast<unsigned>(index), field[index].isOddField());
-            }
-            kept.push_back(field[index]);
-        }
-    };
-    addField({_lines.begin(), second});
-    addField({second, _lines.end()});
-    if (kept.size() < _lines.size() && findings != nullptr) {
-        findings->add({FindingCode::StreamTeletextLeftOut, Severity::Error, frame.packets.size(),
-                       static_cast<std::int64_t>(_lines.size() - kept.size()), 0});
-    }
-    _lines = std::move(kept);
-}
-
 std::optional<Finding> TransportWriter::send() {
     for (const ts::PacketBytes& packet : _multiplexer->takePackets()) {
         if (const auto failure = _sink.write(packet)) {
@@ -164,7 +128,7 @@ std::optional<Finding> TransportWriter::write(const Frame& frame, FindingSink* f
     }
     _multiplexer->advanceTo(time);
     takeLines(frame, findings);
-    numberLines(frame, findings);
+    detail::orderLines(_lines, frame.packets.size(), findings);
     // As many lines as two fields have fit into any PES packet.
     if (!_lines.empty() && ts::writeTeletextPes(_lines, static_cast<std::uint64_t>(time), _isSubtitle, _pes)) {
         _multiplexer->addPes(_options.teletextPid, _pes, time);

@@ -8,6 +8,7 @@
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/contents.h>
 #include <qlx/streams/on_air.h>
+#include <qlx/streams/teletext_packets.h>
 #include <qlx/streams/transport.h>
 #include <qlx/streams/transport_writer.h>
 #include <qlx/streams/ts/multiplexer.h>
@@ -223,6 +224,86 @@ TEST(TransportWriter, SendsTablesAndClockInTime) {
             }
         }
     }
+}
+
+/// The lines of frames of packets alone, which stand behind a packet of another kind.
+std::vector<qlx::teletext::SdpLine> linesInPackets(const Frame& frame) {
+    std::vector<qlx::teletext::SdpLine> lines;
+    for (std::size_t place = 1; place < frame.packets.size(); ++place) {
+        const auto sdp = qlx::teletext::parseSdp(frame.packets[place].userData);
+        EXPECT_TRUE(sdp);
+        EXPECT_EQ(frame.packets[place].id(), qlx::anc::ids::kOp47);
+        EXPECT_TRUE(place + 1 == frame.packets.size() || sdp->lines.size() == 5 ||
+                    frame.packets[place + 1].line != frame.packets[place].line);
+        for (const qlx::teletext::SdpLine& line : sdp->lines) {
+            EXPECT_EQ(frame.packets[place].line, line.isOddField() ? 12U : 575U);
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+TEST(TeletextPackets, CarryLinesBothWays) {
+    std::mt19937 random(11);
+    TeletextPackets packets;
+    std::uint16_t counter = 0;
+    for (std::size_t round = 0; round < 200; ++round) {
+        Frame frame;
+        const std::size_t odd = random() % 17;
+        const std::size_t even = random() % 17;
+        frame.teletext = randomLines(random, odd, true);
+        const auto second = randomLines(random, even, false);
+        frame.teletext.insert(frame.teletext.end(), second.begin(), second.end());
+        const auto lines = frame.teletext;
+        frame.packets.push_back({.did = 0x41, .sdid = 0x07, .userData = {1, 2, 3}, .line = 13});
+        const qlx::anc::Packet other = frame.packets[0];
+        Findings findings;
+        packets.put(frame, &findings);
+        EXPECT_TRUE(findings.empty());
+        EXPECT_TRUE(frame.teletext.empty());
+        ASSERT_EQ(frame.packets.size(), 1 + (odd + 4) / 5 + (even + 4) / 5);
+        EXPECT_EQ(frame.packets[0], other);
+        EXPECT_EQ(linesInPackets(frame), lines);
+        for (std::size_t place = 1; place < frame.packets.size(); ++place) {
+            EXPECT_EQ(qlx::teletext::parseSdp(frame.packets[place].userData, &findings)->counter, counter++);
+        }
+        EXPECT_TRUE(findings.empty());
+        // A transport stream of the packets has the lines as they were, but for filling ones.
+        KeptBytes sink;
+        TransportWriter writer(sink, {});
+        frame.packets.erase(frame.packets.begin());
+        ASSERT_FALSE(writer.write(frame, &findings));
+        ASSERT_FALSE(writer.finish());
+        std::vector<qlx::teletext::SdpLine> kept;
+        for (const qlx::teletext::SdpLine& line : lines) {
+            if (!qlx::teletext::parsePacket(line.bytes)->isFilling()) {
+                kept.push_back(line);
+            }
+        }
+        const auto moments = momentsOf(sink.kept, findings);
+        ASSERT_EQ(moments.size(), kept.empty() ? 0U : 1U);
+        EXPECT_TRUE(kept.empty() || moments[0].lines == kept);
+    }
+}
+
+TEST(TeletextPackets, NumberLinesThatDoNotAscend) {
+    std::mt19937 random(12);
+    Frame frame;
+    // The second field comes first; a line stands twice in it, and one is more than a field has.
+    frame.teletext = randomLines(random, 2, false);
+    frame.teletext[1].descriptor = frame.teletext[0].descriptor;
+    const auto first = randomLines(random, 16, true);
+    frame.teletext.insert(frame.teletext.end(), first.begin(), first.end());
+    frame.teletext.push_back(frame.teletext.back());
+    auto expected = first;
+    expected.insert(expected.end(), frame.teletext.begin(), frame.teletext.begin() + 2);
+    expected[17].descriptor = qlx::teletext::sdpDescriptor(8, false);
+    frame.packets.resize(1);
+    Findings findings;
+    TeletextPackets({.firstLine = 12, .secondLine = 575}).put(frame, &findings);
+    EXPECT_EQ(linesInPackets(frame), expected);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::StreamTeletextLeftOut, qlx::Severity::Error, 1, 1, 0}));
 }
 
 TEST(TransportWriter, RefusesWhatItCannotWrite) {

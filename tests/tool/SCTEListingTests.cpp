@@ -536,6 +536,14 @@ TEST(SCTE35, ScanSaysWhatIsWrongWithSectionsBehindDamagedPackets) {
     ASSERT_NE(packet, std::string::npos);
     ASSERT_EQ(packet % 188, 0U);
     stream[packet + 10] = static_cast<char>(stream[packet + 10] ^ 1);
+    // Also what is wrong with a table, which nobody else says where there are no frames.
+    std::string wrongTable = folder.read("a.ts");
+    const std::size_t table = wrongTable.find("\x47\x40" + std::string(1, '\0'));
+    ASSERT_EQ(table % 188, 0U);
+    wrongTable[table + 9] = static_cast<char>(wrongTable[table + 9] ^ 1);
+    const ToolResult ofTable = runTool({"scan", folder.write("c.ts", wrongTable)});
+    EXPECT_EQ(ofTable.exitCode, 1);
+    EXPECT_NE(ofTable.err.find("PID 0x0000: wrong CRC"), std::string::npos) << ofTable.err;
     // More packets than findings are usually kept of, whose counter jumps each time.
     std::string damaged;
     for (int number = 0; number < 1500; ++number) {

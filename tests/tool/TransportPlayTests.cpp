@@ -42,8 +42,94 @@ TEST(TransportPlay, ShowsWhatItWouldInOtherFiles) {
         EXPECT_NE(scanned.out.find("frames with teletext in a transport stream\n"), std::string::npos);
         const ToolResult json = runTool({"scan", stream, "--json"});
         EXPECT_EQ(json.exitCode, 0);
-        EXPECT_NE(json.err.find("left out: teletext of "), std::string::npos) << json.err;
+        EXPECT_EQ(json.err, "");
+        EXPECT_NE(json.out.find("\"type\":\"OP-47\""), std::string::npos) << json.out;
     }
+}
+
+TEST(TransportPlay, BecomesThePacketsThatOtherFilesHave) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.srt", kTransportCues);
+    const auto path = [&folder](const std::string& name) { return folder.path(name); };
+    const auto convert = [&](const std::string& from, const std::string& to, std::vector<std::string> more = {}) {
+        more.insert(more.begin(), {"convert", path(from), "-o", path(to)});
+        const ToolResult result = runTool(more);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.err, "") << from << " to " << to;
+    };
+    for (const std::string rate : {"25", "50"}) {
+        ASSERT_EQ(runTool(playArguments(cues, rate, {"-o", path("a.ts"), "--language", "fra"})).exitCode, 0);
+        ASSERT_EQ(runTool(playArguments(cues, rate, {"-o", path("a.klv"), "--language", "fra"})).exitCode, 0);
+        // Packet by packet and frame by frame, up to the last frame with teletext.
+        convert("a.ts", "b.klv");
+        const std::string packets = folder.read("b.klv");
+        EXPECT_GT(packets.size(), 2000U);
+        EXPECT_TRUE(folder.read("a.klv").starts_with(packets)) << rate;
+        // And back: the pages of the descriptor are those that have text.
+        convert("b.klv", "c.ts", {"--from-rate", rate});
+        convert("c.ts", "c.klv");
+        EXPECT_TRUE(folder.read("c.klv") == packets) << rate;
+        const ToolResult list = runTool({"scan", path("c.ts"), "--list"});
+        EXPECT_NE(list.out.find("teletext page 888   "), std::string::npos) << list.out;
+        convert("a.ts", "c.jsonl");
+        convert("c.jsonl", "d.ts", {"--from-rate", rate});
+        convert("d.ts", "d.klv");
+        EXPECT_TRUE(folder.read("d.klv") == packets) << rate;
+        EXPECT_NE(runTool({"scan", path("c.jsonl")}).out.find(": Bonjour\n"), std::string::npos);
+        // The language of a map is kept from stream to stream.
+        convert("a.ts", "e.ts");
+        EXPECT_NE(runTool({"scan", path("e.ts"), "--list"}).out.find("teletext page 888   fra "), std::string::npos);
+        // Frames that are only written one after the other lose their times, which is said.
+        const ToolResult scanned = runTool({"scan", path("a.ts"), "-o", path("f.klv")});
+        EXPECT_EQ(scanned.exitCode, 0);
+        EXPECT_NE(scanned.err.find(" follows the others without their times"), std::string::npos) << scanned.err;
+        EXPECT_NE(runTool({"scan", path("f.klv")}).out.find(": Bonjour\n"), std::string::npos);
+        EXPECT_EQ(runTool({"scan", path("a.ts"), "-o", path("f.jsonl")}).err, "");
+    }
+    // Subtitles too, as play sends them.
+    convert("in.srt", "g.ts", {"--page", "888", "--to-rate", "25"});
+    convert("g.ts", "g.klv");
+    ASSERT_EQ(runTool(playArguments(cues, "25", {"-o", path("h.klv")})).exitCode, 0);
+    EXPECT_TRUE(folder.read("h.klv").starts_with(folder.read("g.klv")));
+    const ToolResult without = runTool({"convert", cues, "-o", path("x.ts"), "--to-rate", "25"});
+    EXPECT_EQ(without.exitCode, 2);
+    EXPECT_NE(without.err.find("--page is needed"), std::string::npos) << without.err;
+    const ToolResult wrong = runTool({"convert", path("b.klv"), "-o", path("x.ts"), "--from-rate", "29.97"});
+    EXPECT_EQ(wrong.exitCode, 2);
+    EXPECT_NE(wrong.err.find("--to-format ts: 30 frames a second"), std::string::npos) << wrong.err;
+    // A Scenarist file has no teletext, which is said.
+    const ToolResult left = runTool({"convert", path("a.ts"), "-o", path("x.scc"), "--from-rate", "29.97"});
+    EXPECT_NE(left.err.find("left out: teletext of "), std::string::npos) << left.err;
+}
+
+TEST(TransportPlay, IsListedWithTheTimesOfOtherFiles) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.srt", kTransportCues);
+    const std::string stream = folder.path("a.ts");
+    const std::string other = folder.path("a.jsonl");
+    ASSERT_EQ(runTool(playArguments(cues, "25", {"-o", stream, "--language", "fra"})).exitCode, 0);
+    ASSERT_EQ(runTool(playArguments(cues, "25", {"-o", other, "--language", "fra"})).exitCode, 0);
+    const auto page = [](const std::string& list) {
+        const std::size_t line = list.find("teletext page 888   ");
+        const std::size_t times = list.find("00:", line);
+        return line == std::string::npos || times == std::string::npos
+                   ? list
+                   : list.substr(times, list.find('\n', line) - times);
+    };
+    const std::string listed = page(runTool({"scan", stream, "--list"}).out);
+    // The second text is there up to the frame in front of the one that takes it away.
+    EXPECT_EQ(listed, "00:00:01,000    00:00:04,480           2");
+    EXPECT_EQ(listed, page(runTool({"scan", other, "--list"}).out));
+    // What is wrong with a table is said once.
+    std::string damaged = folder.read("a.ts");
+    const std::size_t table = damaged.find("\x47\x40" + std::string(1, '\0'));
+    ASSERT_NE(table, std::string::npos);
+    ASSERT_EQ(table % 188, 0U);
+    damaged[table + 9] = static_cast<char>(damaged[table + 9] ^ 1);
+    const std::string errors = runTool({"scan", folder.write("b.ts", damaged)}).err;
+    const std::size_t first = errors.find("PID 0x0000: wrong CRC");
+    ASSERT_NE(first, std::string::npos) << errors;
+    EXPECT_EQ(errors.find("wrong CRC", first + 15), std::string::npos) << errors;
 }
 
 TEST(TransportPlay, NamesTheLanguageOfTheMapAndReadsAnotherPid) {

@@ -55,10 +55,10 @@ struct TeletextPlayoutOptions {
     bool fillsFields = false;       ///< Fields with nothing to send have a packet of filling ones.
     /// Line of the packets of the first field, and of all of progressive frames. 12 and 575 are usual in 1125 lines,
     /// interlaced; progressive pictures have the first of them here, for want of a rule. In 625 lines 21 and 334 are.
-    std::uint32_t firstLine = 12;
-    std::uint32_t secondLine = 575;  ///< Line of the packets of the second field.
-    std::uint64_t firstFrame = 0;    ///< The number of the frame that is sent first.
-    std::uint8_t region = 0;         ///< Of receivers, as in teletext::needsDesignationPacket().
+    std::uint32_t firstLine = teletext::kFirstSdpLine;
+    std::uint32_t secondLine = teletext::kSecondSdpLine;  ///< Line of the packets of the second field.
+    std::uint64_t firstFrame = 0;                         ///< The number of the frame that is sent first.
+    std::uint8_t region = 0;                              ///< Of receivers, as in teletext::needsDesignationPacket().
 };
 
 /// Takes cues, those of a page in the order of their starts, and gives the packets of frame after frame. A cue is shown

@@ -48,7 +48,9 @@ struct Content {
     std::optional<std::uint64_t>
         lastFrame;                   ///< The last frame with text on the screen; of extended data, with a packet.
     std::optional<MediaTime> first;  ///< The time of `firstFrame`, where it is known.
-    std::optional<MediaTime> last;   ///< The time of `lastFrame`, the same.
+    /// The time of `lastFrame`, the same. Of a transport stream, whose frames of teletext come only where it changes, 1/25 s
+    /// in front of the frame that changes it.
+    std::optional<MediaTime> last;
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const Content&, const Content&) = default;

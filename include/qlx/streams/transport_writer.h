@@ -60,7 +60,6 @@ public:
 private:
     [[nodiscard]] std::int64_t timeOf(const Frame& frame) const;
     void takeLines(const Frame& frame, FindingSink* findings);
-    void numberLines(const Frame& frame, FindingSink* findings);
     [[nodiscard]] std::optional<Finding> send();
 
     ByteSink& _sink;

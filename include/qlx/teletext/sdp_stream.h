@@ -23,6 +23,12 @@ namespace qlx::teletext {
 inline constexpr std::uint8_t kFirstVbiLine = 7;
 inline constexpr std::uint8_t kLastVbiLine = 22;
 
+/// The lines of the picture whose ancillary data the packets are in where nobody says others: those of the first field, and
+/// of all of progressive frames, and those of the second field. They are usual in 1125 lines, interlaced; in 625 lines 21
+/// and 334 are. No public text names the line of progressive pictures, where equipment takes 9 to 20.
+inline constexpr std::uint32_t kFirstSdpLine = 12;
+inline constexpr std::uint32_t kSecondSdpLine = 575;
+
 /// Subtitling distribution packets that a field has at most.
 inline constexpr std::size_t kGreatestFieldSdps = 3;
 

@@ -6,7 +6,7 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::string_view kConvertedFormats[] = {"srt", "vtt",  "stl",   "ttml", "ebu-tt-d", "json",
-                                                  "klv", "v210", "jsonl", "mcc",  "scc"};
+                                                  "klv", "v210", "jsonl", "mcc",  "scc",      "ts"};
 constexpr std::string_view kConvertFormats[] = {"srt",  "vtt", "ass",   "stl", "ttml", "json",  "v210",
                                                 "2vuy", "klv", "jsonl", "scc", "h264", "mpeg2", "mxf",
                                                 "mov",  "ts",  "ps",    "mcc", "mkv",  "flv"};
@@ -22,7 +22,9 @@ only comes to them within half a second.
 
 Files of frames (klv, v210, jsonl, MCC, Scenarist captions) are made of each other, and of video, containers and 2vuy,
 without decoding anything: packets keep their bytes, captions that are in no packet are put into caption packets by the
-slots of the frame rate, and a Scenarist file gets the pairs of one field, at 29.97 frames/s or --to-rate. Subtitles
+slots of the frame rate, and a Scenarist file gets the pairs of one field, at 29.97 frames/s or --to-rate. Teletext of a
+transport stream becomes OP-47 packets of the frames at its times, on line 12 and, of the second field, 575; OP-47
+packets become teletext of a transport stream (ts, at 25 or 50 frames/s), whose descriptor names their pages. Subtitles
 become such files with the bytes of `play`, with --channel, --service, both, or --page 888, and --to-rate.
 
 Times are changed in this order: what --from-start says is subtracted (not from cues that begin before it), --scale
@@ -42,6 +44,8 @@ Examples:
   qlxcc convert film.srt -o film.xml --to-format ebu-tt-d
   qlxcc convert film.mcc -o film.scc
   qlxcc convert film.scc --from-start auto -o film.klv
+  qlxcc convert teletext.ts --from-start auto -o film.klv
+  qlxcc convert film.klv --from-rate 25 -o teletext.ts
   qlxcc convert film.srt --to-rate 59.94 --channel CC1 --service 1 -o film.mcc
   qlxcc convert film.klv --from-rate 25 --page 888 -o film.srt --wrap 37 --wrap-rows 2)";
 

@@ -165,6 +165,7 @@ FrameOutputOptions carrierFormat(const RawOptions& raw, const std::string& name)
     FrameOutputOptions frames;
     frames.format = name == "scc"   ? FrameFormat::Scc
                     : name == "mcc" ? FrameFormat::Mcc
+                    : name == "ts"  ? FrameFormat::TransportStream
                                     : frameFormatNamed(name).value_or(FrameFormat::Klv);
     frames.scc.dropsFrames = !raw.isNonDrop;
     frames.scc.field =
@@ -181,6 +182,9 @@ PlayOptions playedCues(const RawOptions& raw, const std::string& format) {
                  : raw.service && !raw.channel.empty() ? "captions"
                  : raw.service                         ? "cea708"
                                                        : "cea608";
+    if (format == "ts" && asked.mode != "teletext") {
+        throw UsageError("--page is needed: subtitles become teletext in a transport stream");
+    }
     if (format == "scc" && asked.mode != "cea608") {
         throw UsageError("--service and --page: a Scenarist file has captions of line 21 only");
     }
@@ -263,8 +267,9 @@ Action checkedConvert(const RawOptions& raw) {
     ConvertOptions options;
     options.input.path = raw.file;
     options.input.encoding = knownEncoding(raw.encoding);
-    const std::string format = formatName(raw.format, raw.output.value_or("-"),
-                                          {"srt", "vtt", "stl", "ttml", "json", "klv", "v210", "jsonl", "mcc", "scc"});
+    const std::string format =
+        formatName(raw.format, raw.output.value_or("-"),
+                   {"srt", "vtt", "stl", "ttml", "json", "klv", "v210", "jsonl", "mcc", "scc", "ts"});
     const bool isOfCues = std::find(std::begin(kCueFormats), std::end(kCueFormats), format) != std::end(kCueFormats);
     options.input.source = frameSourceOptions(raw, format == "v210");
     if (!raw.fromRate.empty()) {

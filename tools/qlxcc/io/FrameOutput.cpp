@@ -159,6 +159,8 @@ std::unique_ptr<FrameWriter> makeFile(OutputFile& output, const FrameOutputOptio
             return std::make_unique<streams::MccWriter>(sink, options.mcc);
         case FrameFormat::Scc:
             return std::make_unique<streams::SccWriter>(sink, options.scc);
+        case FrameFormat::TransportStream:
+            return std::make_unique<streams::TransportWriter>(sink, options.transport);
         case FrameFormat::Klv:
             break;
         }
@@ -174,13 +176,6 @@ std::unique_ptr<FrameWriter> makeFile(OutputFile& output, const FrameOutputOptio
 
 std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutputOptions& options) {
     return makeFile(output, options, nullptr);
-}
-
-std::unique_ptr<FrameWriter> makeTransportFile(OutputFile& output, const streams::TransportWriterOptions& options) {
-    const auto make = [&options](streams::ByteSink& sink) -> std::unique_ptr<streams::FrameWriter> {
-        return std::make_unique<streams::TransportWriter>(sink, options);
-    };
-    return std::make_unique<FrameFile>(output, make, 0, std::make_shared<LeftOut>(output.name()));
 }
 
 std::unique_ptr<FrameWriter> makeFrameWriter(OutputFile& output, const FrameOutputOptions& options,

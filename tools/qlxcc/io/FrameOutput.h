@@ -25,7 +25,7 @@
 namespace qlx::tool {
 
 /// A file of frames with packets.
-enum class FrameFormat : std::uint8_t { V210, Klv, Jsonl, Scc, Mcc };
+enum class FrameFormat : std::uint8_t { V210, Klv, Jsonl, Scc, Mcc, TransportStream };
 
 /// How packets are put into elements and on rows.
 enum class RowForm : std::uint8_t {
@@ -40,6 +40,7 @@ struct FrameOutputOptions {
     RowLayout layout;  ///< v210.
     streams::SccOptions scc{};
     streams::MccHeader mcc{};
+    streams::TransportWriterOptions transport{};
 };
 
 /// The format called `v210`, `klv` or `jsonl`.
@@ -109,10 +110,6 @@ private:
 
 /// Makes a writer of frames.
 [[nodiscard]] std::unique_ptr<FrameWriter> makeFrameFile(OutputFile& output, const FrameOutputOptions& options);
-
-/// Makes a writer of a transport stream that says, at the end, how much of the frames is not in it.
-[[nodiscard]] std::unique_ptr<FrameWriter> makeTransportFile(OutputFile& output,
-                                                             const streams::TransportWriterOptions& options);
 
 /// Makes a writer that says, at the end, how much of the frames the format does not carry.
 /// @param leftOut What counts that; null for one of its own.

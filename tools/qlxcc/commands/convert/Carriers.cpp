@@ -1,5 +1,6 @@
 #include "commands/convert/Carriers.h"
 
+#include "commands/convert/TransportFrames.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
 #include "io/FrameLoop.h"
@@ -14,6 +15,7 @@
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/rate.h>
 #include <qlx/streams/captions.h>
+#include <qlx/streams/teletext_packets.h>
 
 #include <algorithm>
 #include <array>
@@ -85,7 +87,7 @@ public:
     int run() {
         std::vector<Frame> first;
         Frame frame;
-        while (first.size() < 2 && read(frame)) {
+        while (first.size() < framesThatTellRate() && read(frame)) {
             first.push_back(frame);
         }
         begin(first);
@@ -129,6 +131,12 @@ private:
         return hasFrame;
     }
 
+    /// A transport stream has its teletext in frames of its own, between those of its pictures.
+    [[nodiscard]] std::size_t framesThatTellRate() const {
+        constexpr std::size_t kOfTransport = 64;
+        return _kind == InputKind::TransportStream ? kOfTransport : 2;
+    }
+
     [[nodiscard]] bool hasTimecodes() const {
         return _frames.format == FrameFormat::Scc || _frames.format == FrameFormat::Mcc;
     }
@@ -143,6 +151,8 @@ private:
             _rate = frameRateOf(*_options.source.rate);
         } else if (_kind == InputKind::Scc) {
             _rate = FrameRate::Fps2997;
+        } else if (_kind == InputKind::TransportStream) {
+            _rate = rateOfTransport(first);
         } else if (!first.empty() && first[0].pts) {
             // A time of a timecode has the duration of its frames as its scale.
             const auto own = frameRateOfDuration(frameDurationOf(*first[0].pts));
@@ -152,8 +162,9 @@ private:
             _rate = _rate ? _rate
                           : (_options.source.rate ? std::optional(frameRateOf(*_options.source.rate)) : std::nullopt);
         }
-        const bool isNeeded = hasTimecodes() || std::any_of(first.begin(), first.end(),
-                                                            [](const Frame& frame) { return !frame.triplets.empty(); });
+        const bool isNeeded =
+            hasTimecodes() || _frames.format == FrameFormat::TransportStream ||
+            std::any_of(first.begin(), first.end(), [](const Frame& frame) { return !frame.triplets.empty(); });
         if (isNeeded && !_rate && !first.empty()) {
             throw UsageError("--from-rate is needed: " + _source.name() + " does not say its frame rate");
         }
@@ -182,7 +193,29 @@ private:
         _makesPackets = _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210 ||
                         _frames.format == FrameFormat::Mcc;
         _changesRate = _frames.format == FrameFormat::Scc && _to != rate;
+        beginTeletext();
         _writer = makeFrameWriter(_output, _frames, _leftOut);
+    }
+
+    void beginTeletext() {
+        if (_kind == InputKind::TransportStream) {
+            _join.emplace([this](Frame& frame) { pass(frame); });
+        }
+        if (_frames.format == FrameFormat::TransportStream) {
+            _frames.transport.rate = _to;
+            if (const auto wrong = streams::checkTransport(_frames.transport)) {
+                throw UsageError("--to-format ts: " + wrong->text());
+            }
+            FrameSourceOptions opened = _options.source;
+            opened.kind = _kind;
+            _frames.transport.pages = describedPages(_options.path, opened);
+        } else if (_frames.format != FrameFormat::Scc) {
+            constexpr std::uint8_t kGreatestInterlaced = 30;
+            const bool isInterlaced = nominalFramesPerSecond(_to) <= kGreatestInterlaced;
+            streams::TeletextPacketOptions packets;
+            packets.secondLine = isInterlaced ? packets.secondLine : packets.firstLine;
+            _packets.emplace(packets);
+        }
     }
 
     [[nodiscard]] std::optional<MediaTime> timeOf(const Frame& frame) const {
@@ -236,6 +269,19 @@ private:
         _last = frame.number;
         if (_rate) {
             frame.pts = pictureTime(frame.number, *_rate);
+        }
+        if (_join) {
+            _join->take(frame);
+        } else {
+            pass(frame);
+        }
+    }
+
+    /// Takes a frame with all that is of it.
+    void pass(Frame& frame) {
+        if (_packets) {
+            _leftOut->setFrame(frame);
+            _packets->put(frame, _leftOut.get());
         }
         if (_changesRate || (_makesPackets && (!frame.triplets.empty() || _change))) {
             takeCaptions(frame);
@@ -348,6 +394,9 @@ private:
     }
 
     void finish() {
+        if (_join) {
+            _join->finish();
+        }
         if (_change) {
             _change->finish();
             drain();
@@ -371,8 +420,10 @@ private:
     TimeChange _times;
     std::optional<FrameRate> _rate;  ///< Of what is read, where it is known.
     FrameRate _to = FrameRate::Fps2997;
-    bool _makesPackets = false;  ///< What is written has no place for captions beside packets.
-    bool _changesRate = false;   ///< All captions go through _change.
+    std::optional<FrameJoin> _join;                    ///< Of what has frames of one time.
+    std::optional<streams::TeletextPackets> _packets;  ///< Of teletext that is in none.
+    bool _makesPackets = false;                        ///< What is written has no place for captions beside packets.
+    bool _changesRate = false;                         ///< All captions go through _change.
     std::optional<cc::RateChange> _change;
     std::uint64_t _changeBase = 0;       ///< The number of the first frame that it got.
     std::uint64_t _fed = 0;              ///< Frames that it got.

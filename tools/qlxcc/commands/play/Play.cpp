@@ -48,7 +48,9 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
     case PlayFormat::A53:
         return std::make_unique<A53Writer>(output);
     case PlayFormat::TransportStream:
-        return makeTransportFile(output, options.transport);
+        frames.format = FrameFormat::TransportStream;
+        frames.transport = options.transport;
+        return makeFrameWriter(output, frames, leftOut);
     case PlayFormat::Schedule:
         break;
     }

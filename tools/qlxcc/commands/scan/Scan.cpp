@@ -11,8 +11,11 @@
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Terminal.h"
+#include "io/Text.h"
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
+
+#include <qlx/streams/teletext_packets.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -146,6 +149,9 @@ int scan(const ScanOptions& options) {
     const std::unique_ptr<Listing> listing =
         writer ? nullptr : std::make_unique<Listing>(options, source, splices.get(), output);
     FrameWriter& to = listing ? listing->frames() : *writer;
+    streams::TeletextPackets packets;
+    const bool takesPackets = writer && !options.listsContents;
+    std::uint64_t withTeletext = 0;
     std::unique_ptr<FrameInput> reader;
     std::uint64_t problems = 0;
     const auto hasFrames = std::make_shared<bool>(false);
@@ -153,7 +159,14 @@ int scan(const ScanOptions& options) {
         reader = openFrames(source, sourceOptions);
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {
             *hasFrames = true;
-            to.write(frame);
+            withTeletext += frame.teletext.empty() ? 0 : 1;
+            if (takesPackets && !frame.teletext.empty()) {
+                Frame whole = frame;
+                packets.put(whole);
+                to.write(whole);
+            } else {
+                to.write(frame);
+            }
             return true;
         });
     } catch (const Failure&) {
@@ -161,6 +174,7 @@ int scan(const ScanOptions& options) {
             throw;
         }
         finishSplices(splices.get(), source);
+        splices->close(true);
         if (splices->isEmpty()) {
             throw;
         }
@@ -173,7 +187,15 @@ int scan(const ScanOptions& options) {
         contents->name(reader->teletextPages());
     }
     to.finish();
+    if (frames && withTeletext > 0 && frames->format != FrameFormat::Jsonl) {
+        printNote("warning: " + source.name() + ": the teletext of " + counted(withTeletext, "frame") +
+                  " follows the others without their times: qlxcc convert keeps them");
+    }
     finishSplices(splices.get(), source);
+    if (splices) {
+        // Who has found teletext has said what is wrong with the tables.
+        splices->close(withTeletext == 0);
+    }
     problems += finishLists(listing.get(), splices.get(), output);
     // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
     const int code =

@@ -15,6 +15,8 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <tuple>
+#include <utility>
 
 namespace qlx::tool {
 
@@ -47,6 +49,14 @@ bool isOfPackets(const qlx::Finding& finding) {
            finding.code == FindingCode::TsPacketScrambled;
 }
 
+/// Whether a finding is about sections that are no splice information: those of tables.
+bool isOfTables(const qlx::Finding& finding, const streams::SpliceReader& reader) {
+    const bool isOfSection =
+        finding.code == FindingCode::TsSectionCrcWrong || finding.code == FindingCode::TsSectionCut ||
+        finding.code == FindingCode::TsSectionTooLong || finding.code == FindingCode::TsSectionWrong;
+    return isOfSection && !reader.reads(static_cast<std::uint16_t>(finding.first));
+}
+
 /// Says the findings that are about splice information, the first ones of each kind. Those of other packets are said of the
 /// frames, and there may be very many.
 class SpliceFindings final : public FindingSink {
@@ -57,6 +67,29 @@ public:
     void follow(const streams::SpliceReader& reader) noexcept { _reader = &reader; }
 
     void add(const qlx::Finding& finding) override {
+        if (_reader != nullptr && isOfTables(finding, *_reader)) {
+            _tables.add(finding);
+            return;
+        }
+        say(finding);
+    }
+
+    /// Says those of tables too, which nobody else has said.
+    void sayTables() {
+        for (const qlx::Finding& finding : _tables) {
+            say(finding);
+        }
+    }
+
+    /// Says how many more there were, and gives the number of problems.
+    [[nodiscard]] std::uint64_t finish() const {
+        _messages.finish();
+        _notes.sayHowManyMore();
+        return _problems;
+    }
+
+private:
+    void say(const qlx::Finding& finding) {
         const bool isOfOurs =
             isOfPackets(finding) && _reader != nullptr && _reader->reads(static_cast<std::uint16_t>(finding.first));
         if (!isOfOurs && !isOfSplices(finding)) {
@@ -71,18 +104,11 @@ public:
         }
     }
 
-    /// Says how many more there were, and gives the number of problems.
-    [[nodiscard]] std::uint64_t finish() const {
-        _messages.finish();
-        _notes.sayHowManyMore();
-        return _problems;
-    }
-
-private:
     const InputFile& _source;
     const streams::SpliceReader* _reader = nullptr;
     LimitedMessages _messages;
     RemarkNotes _notes;
+    Findings _tables;
     std::uint64_t _problems = 0;
 };
 
@@ -159,39 +185,62 @@ void SpliceList::readFile(const std::string& file) {
 }
 
 void SpliceList::push(std::span<const std::uint8_t> bytes) {
-    if (_reading != nullptr) {
+    if (!_hasEnded) {
         _reading->reader.push(bytes);
         take();
     }
 }
 
 void SpliceList::finish() {
+    if (!_hasEnded) {
+        _reading->reader.finish();
+        take();
+        _hasEnded = true;
+    }
+}
+
+void SpliceList::close(bool saysTables) {
     if (_reading == nullptr) {
         return;
     }
-    _reading->reader.finish();
-    take();
+    _hasEnded = true;
+    if (saysTables) {
+        _reading->findings.sayTables();
+    }
     _problems = _reading->findings.finish();
     _reading.reset();
     if (_leftOut > 0) {
         ++_problems;
         printMessage(_source.name() + ": " + counted(_leftOut, "section") + " of splice information left out, behind " +
-                     std::to_string(kMostSections) + " different ones");
+                     std::to_string(_sections.size()) + " different ones with " + counted(_bytes, "byte"));
     }
+}
+
+bool SpliceList::ByContent::operator()(const Counted* left, const Counted* right) const noexcept {
+    return std::tie(left->arrival.pid, left->arrival.bytes) < std::tie(right->arrival.pid, right->arrival.bytes);
 }
 
 void SpliceList::take() {
     while (auto arrival = _reading->reader.next()) {
-        const auto known = _known.find({arrival->pid, arrival->bytes});
-        if (known != _known.end()) {
-            ++_sections[known->second].count;
-        } else if (_sections.size() < kMostSections) {
-            _known.emplace(std::pair(arrival->pid, arrival->bytes), _sections.size());
-            _sections.push_back({*std::move(arrival), 1});
+        Counted one{*std::move(arrival), 1};
+        if (const auto known = _known.find(&one); known != _known.end()) {
+            ++(*known)->count;
+        } else if (_sections.size() < kMostSections && _bytes + one.arrival.bytes.size() <= kMostBytes) {
+            _bytes += one.arrival.bytes.size();
+            // What it says takes many times its bytes.
+            one.arrival.section = {};
+            _known.insert(&_sections.emplace_back(std::move(one)));
         } else {
             ++_leftOut;
         }
     }
+}
+
+streams::SpliceArrival SpliceList::whole(const Counted& one) {
+    streams::SpliceArrival arrival = one.arrival;
+    // It could be read when it came.
+    arrival.section = *scte::parseSpliceInfoSection(arrival.bytes);
+    return arrival;
 }
 
 void SpliceList::write(OutputFile& output) const {
@@ -199,8 +248,8 @@ void SpliceList::write(OutputFile& output) const {
         output.write("splice information:\n");
     }
     for (const Counted& one : _sections) {
-        output.write("  " + placeOf(one.arrival) + ": " + sectionInWords(one.arrival.section) +
-                     timeInWords(one.arrival) +
+        const streams::SpliceArrival arrival = whole(one);
+        output.write("  " + placeOf(arrival) + ": " + sectionInWords(arrival.section) + timeInWords(arrival) +
                      (one.count > 1 ? ", sent " + std::to_string(one.count) + " times" : std::string()) + "\n");
     }
 }
@@ -210,7 +259,7 @@ void SpliceList::writeJson(OutputFile& output) const {
     output.write(R"({"schema":"qlxcc/splices/1","splices":[)");
     std::string_view before;
     for (const Counted& one : _sections) {
-        output.write(std::string(before) + jsonText(Value(jsonOf(one.arrival, one.count))));
+        output.write(std::string(before) + jsonText(Value(jsonOf(whole(one), one.count))));
         before = ",";
     }
     output.write("]}\n");
@@ -218,7 +267,7 @@ void SpliceList::writeJson(OutputFile& output) const {
 
 void SpliceList::takePoints(SplicePoints& points) const {
     for (const Counted& one : _sections) {
-        points.take(placeOf(one.arrival), one.arrival.section);
+        points.take(placeOf(one.arrival), whole(one).section);
     }
 }
 

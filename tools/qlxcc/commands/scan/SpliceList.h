@@ -9,11 +9,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <deque>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace qlx::tool {
@@ -36,6 +36,9 @@ public:
     void push(std::span<const std::uint8_t> bytes);
     /// Says that the stream has ended; again it does nothing.
     void finish();
+    /// Says how much more of what was wrong there was than has been said; again it does nothing.
+    /// @param saysTables Says what is wrong with the stream's tables too: nobody who reads its frames does.
+    void close(bool saysTables);
 
     /// Lines behind a title: where and when each section came, how often, what it says, when it splices and how long after.
     /// Nothing where there is none.
@@ -47,10 +50,10 @@ public:
     /// What follows from the sections.
     void takePoints(SplicePoints& points) const;
 
-    [[nodiscard]] bool hasEnded() const noexcept { return _reading == nullptr; }
+    [[nodiscard]] bool hasEnded() const noexcept { return _hasEnded; }
     [[nodiscard]] bool isEmpty() const noexcept { return _sections.empty(); }
 
-    /// How many lines said what is wrong with the stream's splice information.
+    /// How many lines said what is wrong with the stream's splice information; known behind close().
     [[nodiscard]] std::uint64_t problems() const noexcept { return _problems; }
 
 private:
@@ -59,17 +62,25 @@ private:
         streams::SpliceArrival arrival;
         std::uint64_t count = 1;
     };
+    /// By PID and bytes.
+    struct ByContent {
+        bool operator()(const Counted* left, const Counted* right) const noexcept;
+    };
     struct Reading;
 
     /// More than days of a stream have; a file of nothing else could fill all memory.
     static constexpr std::size_t kMostSections = 100'000;
+    static constexpr std::size_t kMostBytes = std::size_t{32} << 20U;
 
     void take();
+    [[nodiscard]] static streams::SpliceArrival whole(const Counted& one);
 
     const InputFile& _source;
-    std::unique_ptr<Reading> _reading;  ///< None behind the end.
-    std::vector<Counted> _sections;
-    std::map<std::pair<std::uint16_t, std::vector<std::uint8_t>>, std::size_t> _known;  ///< By PID and bytes.
+    std::unique_ptr<Reading> _reading;  ///< None behind close().
+    bool _hasEnded = false;
+    std::deque<Counted> _sections;         ///< Without what they say.
+    std::set<Counted*, ByContent> _known;  ///< The same.
+    std::size_t _bytes = 0;                ///< Of them.
     std::uint64_t _leftOut = 0;
     std::uint64_t _problems = 0;
 };

@@ -1,0 +1,119 @@
+#include "commands/convert/TransportFrames.h"
+
+#include "io/InputFile.h"
+#include "io/Text.h"
+#include "streams/InputKind.h"
+#include "streams/OpenFrames.h"
+
+#include <qlx/streams/contents.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+namespace qlx::tool {
+
+namespace {
+
+bool isTeletextAlone(const Frame& frame) {
+    return !frame.teletext.empty() && frame.packets.empty() && frame.triplets.empty();
+}
+
+/// The least time between two successive ones of some frames.
+std::optional<double> leastDistance(const std::vector<Frame>& frames, bool ofTeletext) {
+    std::optional<double> least;
+    std::optional<double> last;
+    for (const Frame& frame : frames) {
+        if (!frame.pts || isTeletextAlone(frame) != ofTeletext) {
+            continue;
+        }
+        const double time = secondsFrom(*frame.pts);
+        if (last && time > *last) {
+            least = std::min(least.value_or(time - *last), time - *last);
+        }
+        last = time;
+    }
+    return least;
+}
+
+bool isDuration(double seconds, FrameRate rate) {
+    // Frames of 59.94 and of 60 a second are as little apart as this, and a tick of 90 kHz is less.
+    constexpr double kNear = 1.5e-5;
+    return std::abs(secondsFrom(frameDuration(rate)) - seconds) < kNear;
+}
+
+}  // namespace
+
+void FrameJoin::take(Frame& frame) {
+    if (_held && _held->number == frame.number && (isTeletextAlone(*_held) || isTeletextAlone(frame))) {
+        _held->teletext.insert(_held->teletext.end(), frame.teletext.begin(), frame.teletext.end());
+        if (!isTeletextAlone(frame)) {
+            frame.teletext = std::move(_held->teletext);
+            _held = std::move(frame);
+        }
+        return;
+    }
+    finish();
+    _held = std::move(frame);
+}
+
+void FrameJoin::finish() {
+    if (_held) {
+        _give(*_held);
+        _held.reset();
+    }
+}
+
+std::optional<FrameRate> rateOfTransport(const std::vector<Frame>& first) {
+    if (const auto distance = leastDistance(first, false)) {
+        const auto* const found = std::find_if(std::begin(kFrameRates), std::end(kFrameRates),
+                                               [&](FrameRate rate) { return isDuration(*distance, rate); });
+        return found == std::end(kFrameRates) ? std::nullopt : std::optional(*found);
+    }
+    const auto distance = leastDistance(first, true);
+    return std::none_of(first.begin(), first.end(), isTeletextAlone) ? std::nullopt
+           : distance && isDuration(*distance, FrameRate::Fps50)     ? std::optional(FrameRate::Fps50)
+                                                                     : std::optional(FrameRate::Fps25);
+}
+
+std::vector<streams::ts::TeletextPage> describedPages(const std::string& path, const FrameSourceOptions& source) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) {
+        return {streams::ts::TeletextPage()};
+    }
+    InputFile file(path);
+    const std::unique_ptr<FrameInput> reader = openFrames(file, source);
+    streams::ContentReader contents;
+    std::vector<FrameProblem> problems;
+    for (Frame frame; reader->next(frame, problems); problems.clear()) {
+        contents.receive(frame);
+    }
+    // The map of a transport stream knows more of its pages than what they show.
+    std::vector<streams::ts::TeletextPage> pages = reader->teletextPages();
+    for (const streams::Content& content : contents.contents()) {
+        std::uint16_t number = 0;
+        std::from_chars(content.name.data(), content.name.data() + content.name.size(), number, 16);
+        const bool isKnown = std::any_of(pages.begin(), pages.end(),
+                                         [&](const streams::ts::TeletextPage& page) { return page.page == number; });
+        if (content.kind != streams::ContentKind::TeletextPage || isKnown) {
+            continue;
+        }
+        streams::ts::TeletextPage& page = pages.emplace_back();
+        page.page = number;
+        if (content.language.size() == page.language.size()) {
+            std::copy(content.language.begin(), content.language.end(), page.language.begin());
+        }
+    }
+    if (pages.size() > streams::ts::kMostDescribedPages) {
+        printNote("warning: " + file.name() + ": a descriptor has room for " +
+                  counted(streams::ts::kMostDescribedPages, "page") + " of " + std::to_string(pages.size()));
+        pages.resize(streams::ts::kMostDescribedPages);
+    }
+    return pages;
+}
+
+}  // namespace qlx::tool
