@@ -78,7 +78,13 @@ if(TARGET qlxcc)
         COMPONENT Tool
         FILES_MATCHING
         PATTERN "*.1"
-        PATTERN images EXCLUDE)
+        PATTERN images EXCLUDE
+        PATTERN schemas EXCLUDE)
+    # What the JSON of the tool is like.
+    install(
+        DIRECTORY "${PROJECT_SOURCE_DIR}/docs/schemas"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/qlxcc"
+        COMPONENT Tool)
     # The tool prints its completions itself, so where it cannot run there are none.
     if(NOT CMAKE_CROSSCOMPILING)
         set(qlx_completions "${PROJECT_BINARY_DIR}/completions")

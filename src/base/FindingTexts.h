@@ -552,7 +552,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {TtmlAnimationLeftOut, "animation left out: what is around it stays as it is"},
     {TtmlDataLeftOut, "{1} bytes of data left out"},
     {TtmlElementLeftOut, "unknown element (its name has {1} bytes) left out"},
-    {TtmlAttributesLeftOut, "{1} attribute{1s} of unknown namespaces left out"},
+    {TtmlAttributesLeftOut, "{1} attribute{1s} left out, of unknown namespaces or of parts of a paragraph"},
     {TextSampleWrong, "text sample of {1} byte{1s}: something of it cannot be read"},
     {TextSamplePartsLost, "{1} part{1s} of a text sample left out"},
     {TextSampleEndMissing, "a text sample without an end is taken for one of five seconds"},

@@ -79,8 +79,14 @@ std::string_view classOf(screen::Color color) noexcept {
 }
 
 /// The spans in which a run stands, from the outermost on.
-std::vector<OpenSpan> spansOf(const Run& run) {
+/// @param language Of the cue.
+std::vector<OpenSpan> spansOf(const Run& run, std::string_view language) {
     std::vector<OpenSpan> spans;
+    if (!language.empty() && valueOf(run.properties, properties::kWebVttLanguage) == nullptr) {
+        std::string tag = "lang ";
+        appendEscaped(tag, language);
+        spans.push_back({"lang", std::move(tag)});
+    }
     for (const Property& property : run.properties) {
         const auto* const span = std::find_if(std::begin(kSpansOfProperties), std::end(kSpansOfProperties),
                                               [&](const auto& known) { return known.first == property.name; });
@@ -158,7 +164,7 @@ private:
 };
 
 /// Appends a row, with the spans closed at its end.
-void appendRow(const Row& row, InnerTimes& times, RowLosses& losses, std::string& text) {
+void appendRow(const Row& row, std::string_view language, InnerTimes& times, RowLosses& losses, std::string& text) {
     const std::size_t begin = text.size();
     std::vector<OpenSpan> open;
     const auto closeDownTo = [&](std::size_t kept) {
@@ -170,7 +176,8 @@ void appendRow(const Row& row, InnerTimes& times, RowLosses& losses, std::string
     };
     for (const Run& run : row.runs) {
         countLosses(run, losses);
-        std::vector<OpenSpan> spans = isPlain(run) ? std::vector<OpenSpan>() : spansOf(run);
+        std::vector<OpenSpan> spans =
+            isPlain(run) && language.empty() ? std::vector<OpenSpan>() : spansOf(run, language);
         const auto different = std::mismatch(open.begin(), open.end(), spans.begin(), spans.end());
         closeDownTo(static_cast<std::size_t>(different.first - open.begin()));
         for (auto span = different.second; span != spans.end(); ++span) {
@@ -284,7 +291,6 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
     }
     notes.say(report);
     report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
-    report.add(SubtitleNameLost, !cue.language.empty(), static_cast<std::int64_t>(cue.language.size()));
     report.add(SubtitleNameLost, !isSettingValue(cue.region), static_cast<std::int64_t>(cue.region.size()));
     const bool isName = cue.identifier.find("-->") == std::string::npos;
     report.add(SubtitleNameLost, !isName, static_cast<std::int64_t>(cue.identifier.size()));
@@ -304,7 +310,7 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         RowLosses losses;
-        appendRow(row, times, losses, text);
+        appendRow(row, cue.language, times, losses, text);
         const Row& first = cue.rows.front();
         losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || row.column != first.column ||
                              !isBehind(row, first, static_cast<std::uint64_t>(number));

@@ -5,6 +5,7 @@
 #include <qlx/base/utf8.h>
 #include <qlx/streams/ttml.h>
 #include <qlx/subtitles/times.h>
+#include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
 #include <unordered_map>
@@ -181,6 +182,7 @@ private:
         _pieces.clear();
         _looks.clear();
         _hasHidden = false;
+        _language = context.language;
         const auto implicitEnd = gather(element, context, StyleSet{});
         const std::optional<MediaTime> last = context.ownEnd ? context.ownEnd : implicitEnd;
         if (_hasHidden) {
@@ -300,6 +302,10 @@ private:
                 if (!look) {
                     look = _looks.size();
                     _looks.push_back(lookOf(context.styles, own, context.span, _report, element));
+                    if (context.language != _language) {
+                        _looks[*look].properties.push_back(
+                            {std::string(subtitles::properties::kWebVttLanguage), std::string(context.language)});
+                    }
                 }
                 keepAffordable(_looks[*look].properties, element);
                 _pieces.push_back({inner.value(), *look, false, context.keepsSpace, context.begin, context.end});
@@ -321,6 +327,8 @@ private:
                 Context span = context;
                 StyleSet all = own;
                 overlay(all, enter(inner, attributes, span, context.isSequence ? *next : context.begin, true));
+                // Runs have no place for roles and the like.
+                _attributesLeftOut += static_cast<std::int64_t>(attributes.others.size());
                 const auto implicitEnd = gather(inner, span, all);
                 const auto end = span.ownEnd ? span.ownEnd : implicitEnd;
                 extend(last, isOpen, end);
@@ -339,6 +347,7 @@ private:
     std::vector<TextPiece> _pieces;
     std::vector<Look> _looks;
     bool _hasHidden = false;
+    std::string_view _language;
 };
 
 /// The text with U+FFFD in place of each byte that is no UTF-8, and how many these are.

@@ -7,6 +7,7 @@
 #include <qlx/streams/ttml.h>
 #include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/times.h>
+#include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
 #include <array>
@@ -160,6 +161,11 @@ struct Losses {
     std::int64_t characters = 0;
 };
 
+/// The language of a run, the outermost one; null where it is that of the cue.
+const std::string* languageOf(const Run& run) noexcept {
+    return valueOf(run.properties, subtitles::properties::kWebVttLanguage);
+}
+
 /// The style of a run, and what of it is lost.
 std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     std::string text;
@@ -182,7 +188,8 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     bool isStruckOut = false;
     for (const Property& property : run.properties) {
         std::string_view name = property.name;
-        if (name == subtitles::properties::kColor && color) {
+        if ((name == subtitles::properties::kColor && color) ||
+            (name == subtitles::properties::kWebVttLanguage && languageOf(run) == &property.value)) {
             continue;
         }
         if (name == subtitles::properties::kStruckOut && !isEbu) {
@@ -345,7 +352,8 @@ bool TtmlWriter::write(const Cue& cue) {
             shown = run.from.isValid()
                         ? std::clamp(subtitles::unitsOf(run.from, kMilliseconds), span.start, span.end - 1)
                         : shown;
-            const bool isSpan = isEbu || hasTimes || !attributes.empty();
+            const std::string* const language = languageOf(run);
+            const bool isSpan = isEbu || hasTimes || !attributes.empty() || language != nullptr;
             _body += isSpan ? "<span" : "";
             if (hasTimes) {
                 appendAttribute(_body, "begin", clockTime(shown));
@@ -353,6 +361,9 @@ bool TtmlWriter::write(const Cue& cue) {
             }
             if (!attributes.empty()) {
                 appendAttribute(_body, "style", nameFor(_styles, attributes, "style", _names, _lastStyle));
+            }
+            if (language != nullptr) {
+                appendAttribute(_body, "xml:lang", *language);
             }
             _body += isSpan ? ">" : "";
             losses.characters += appendEscaped(_body, run.text);

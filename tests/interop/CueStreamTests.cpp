@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -24,12 +26,12 @@ using qlxtest::ToolResult;
 /// Times on frames of 1001/30000 s.
 constexpr std::string_view kPlayed = "1\n00:00:01,001 --> 00:00:02,002\nHello\n\n"
                                      "2\n00:00:02,002 --> 00:00:03,003\n<i>Two</i> rows\nhere\n\n"
-                                     "3\n00:00:03,003 --> 00:00:03,470\n<font color=\"#ffff00\">Yellow</font>\n\n";
+                                     "3\n00:00:03,003 --> 00:00:04,004\n<font color=\"#ffff00\">Yellow</font>\n\n";
 
 /// The code that ends the italics takes the place of the space; captions have places.
 constexpr std::string_view kExpected = "1\n00:00:01,001 --> 00:00:02,002\n{\\an1}Hello\n\n"
                                        "2\n00:00:02,002 --> 00:00:03,003\n{\\an1}<i>Two </i>rows\nhere\n\n"
-                                       "3\n00:00:03,003 --> 00:00:03,470\n{\\an1}<font color=\"#ffff00\">Yellow</font>"
+                                       "3\n00:00:03,003 --> 00:00:04,004\n{\\an1}<font color=\"#ffff00\">Yellow</font>"
                                        "\n\n";
 
 bool succeeds(const std::string& command) {
@@ -108,12 +110,12 @@ protected:
         data.clear();
         folder = std::make_unique<TemporaryFolder>();
         const ToolResult played = runTool({"play", folder->write("in.srt", kPlayed), "--mode", "cea608", "--rate",
-                                           "29.97", "--duration", "4", "--to-format", "a53"});
+                                           "29.97", "--duration", "4.5", "--to-format", "a53"});
         ASSERT_EQ(played.exitCode, 0) << played.err;
         for (const std::string& line : linesOf(played.out)) {
             data.push_back(hexBytes(line));
         }
-        const std::string source = "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=64x64:r=30000/1001:d=4.2 -c:v ";
+        const std::string source = "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=64x64:r=30000/1001:d=4.5 -c:v ";
         run(source + "mpeg2video -g 1 -f mpeg2video -y 'plain.m2v'");
         std::ofstream(folder->path("a.m2v"), std::ios::binary) << mpeg2With(folder->read("plain.m2v"), data);
     }
@@ -128,9 +130,10 @@ protected:
             << folder->read("log");
     }
 
-    static ToolResult converted(const std::string& name, const std::vector<std::string>& more = {}) {
-        std::vector<std::string> arguments{"convert", folder->path(name), "-o",  "-", "--to-format",
-                                           "srt",     "--from-start",     "auto"};
+    static ToolResult converted(const std::string& name, const std::string& start,
+                                const std::vector<std::string>& more = {}) {
+        std::vector<std::string> arguments{"convert", folder->path(name), "-o", "-", "--to-format",
+                                           "srt",     "--from-start",     start};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return runTool(arguments);
     }
@@ -164,16 +167,16 @@ TEST_P(CueStream, GivesTheCuesThatWerePlayed) {
         run(source + (codec == "h264" ? "libx264 -preset ultrafast -x264-params bframes=2" : "mpeg2video -bf 2 -g 12") +
             form + " -y " + name);
     }
-    const ToolResult result =
-        converted(name, isOfFrames ? std::vector<std::string>{"--from-rate", "29.97"} : std::vector<std::string>());
+    const ToolResult result = converted(
+        name, "auto", isOfFrames ? std::vector<std::string>{"--from-rate", "29.97"} : std::vector<std::string>());
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.out, kExpected) << result.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, CueStream,
                          ::testing::Values("a.m2v", "h264.h264", "h265.h265", "h264.mp4", "mpeg2.mov", "h264.ts",
-                                           "mpeg2.ts", "mpeg2.mkv", "h264.mkv", "mpeg2.mxf", "h264.mxf", "mpeg2.mpg",
-                                           "h264.flv", "h265.mp4", "h265.ts", "h265.mkv"),
+                                           "mpeg2.ts", "h264.mkv", "mpeg2.mxf", "mpeg2.mpg", "h264.flv", "h265.mp4",
+                                           "h265.mkv"),
                          [](const auto& file) {
                              std::string name = file.param;
                              name[name.find('.')] = '_';
@@ -190,7 +193,7 @@ TEST_F(CueFiles, OfACaptionTrackGiveTheCuesThatWerePlayed) {
                            "00:00:02:00\t9420 9420 9470 9470 91ae 91ae 54f7 ef80 942f 942f\n\n"
                            "00:00:03:00\t942c 942c\n\n00:00:04:00\t942c 942c\n\n");
     run("ffmpeg -nostdin -v error -i a.scc -map 0 -c:s copy -y c608.mov");
-    const ToolResult result = converted("c608.mov", {"--from-start", "0"});
+    const ToolResult result = converted("c608.mov", "0");
     EXPECT_EQ(result.exitCode, 0) << result.err;
     // A sample is shown as a whole, at its time.
     EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\n{\\an1}Hello\n\n"
@@ -207,7 +210,7 @@ TEST_F(CueFiles, AreReadAlikeByFfmpeg) {
     bool isInTag = false;
     for (const char character : folder->read("judged.srt")) {
         isInTag = isInTag || character == '<' || character == '{';
-        judged += isInTag ? "" : std::string(1, character);
+        judged += isInTag || character == '\r' ? "" : std::string(1, character);
         isInTag = isInTag && character != '>' && character != '}';
     }
     // Spaces that place a row.
@@ -215,7 +218,102 @@ TEST_F(CueFiles, AreReadAlikeByFfmpeg) {
         judged.erase(space, 2);
     }
     EXPECT_EQ(judged, "1\n00:00:01,001 --> 00:00:02,002\nHello\n\n2\n00:00:02,002 --> 00:00:03,003\nTwo rows\nhere\n\n"
-                      "3\n00:00:03,003 --> 00:00:03,470\nYellow\n\n");
+                      "3\n00:00:03,003 --> 00:00:04,004\nYellow\n\n");
+}
+
+// Files that convert writes, read by programs that are not ours.
+
+constexpr std::string_view kWritten = "1\n00:00:02,000 --> 00:00:04,000\nHello\n\n"
+                                      "2\n00:00:05,000 --> 00:00:06,520\n<i>Two</i>\nrows\n\n"
+                                      "3\n00:00:08,000 --> 00:00:09,520\n<font color=\"#ffff00\">Yellow</font>\n\n";
+
+/// The times of a SubRip text in milliseconds, and its rows.
+struct ReadCues {
+    std::vector<int> times;
+    std::vector<std::string> rows;
+};
+
+ReadCues readCues(const std::string& text) {
+    ReadCues read;
+    for (const std::string& line : linesOf(text)) {
+        int part[8]{};
+        if (std::sscanf(line.c_str(), "%d:%d:%d,%d --> %d:%d:%d,%d", part, part + 1, part + 2, part + 3, part + 4,
+                        part + 5, part + 6, part + 7) == 8) {
+            for (const int* time : {part, part + 4}) {
+                read.times.push_back(((time[0] * 60 + time[1]) * 60 + time[2]) * 1000 + time[3]);
+            }
+        } else if (line.find_first_not_of("0123456789") != std::string::npos) {
+            read.rows.push_back(line);
+        }
+    }
+    return read;
+}
+
+class CueJudges : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(CueJudges, OfTtconvReadWhatIsWritten) {
+    const TemporaryFolder folder;
+    if (!succeeds("/usr/bin/python3 -c 'import ttconv.tt'")) {
+        GTEST_SKIP() << "python3-ttconv is not installed";
+    }
+    const std::string file = folder.path("a." + GetParam());
+    ASSERT_EQ(runTool({"convert", folder.write("in.srt", kWritten), "-o", file, "--to-rate",
+                       GetParam() == "scc" ? "29.97" : "25"})
+                  .exitCode,
+              0);
+    ASSERT_TRUE(succeeds("/usr/bin/python3 -m ttconv.tt convert -i '" + file + "' -o '" + folder.path("b.srt") + "'"));
+    const ReadCues read = readCues(folder.read("b.srt"));
+    const ReadCues written = readCues(std::string(kWritten));
+    ASSERT_EQ(read.times.size(), written.times.size()) << folder.read("b.srt");
+    // It takes a caption for shown behind the second one of a doubled code, and rounds to milliseconds; the frame that is
+    // nearest to a time is at most half a frame away. The frames of EBU STL are those of the times here.
+    constexpr int kTwoFramesAndAHalf = 84;
+    for (std::size_t index = 0; index < read.times.size(); ++index) {
+        EXPECT_NEAR(read.times[index], written.times[index], GetParam() == "scc" ? kTwoFramesAndAHalf : 0);
+    }
+    EXPECT_EQ(read.rows,
+              (std::vector<std::string>{"Hello", "<i>Two</i>", "rows", "<font color=\"#ffff00ff\">Yellow</font>"}))
+        << folder.read("b.srt");
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, CueJudges, ::testing::Values("scc", "stl"),
+                         [](const auto& format) { return format.param; });
+
+TEST(TtmlJudge, OfGStreamerReadTtmlThatIsWritten) {
+    if (!succeeds("gst-inspect-1.0 --exists ttmlparse")) {
+        GTEST_SKIP() << "GStreamer's ttmlparse is not installed";
+    }
+    const TemporaryFolder folder;
+    const std::string source = folder.write("in.srt", kWritten);
+    for (const std::string profile : {"ttml", "ebu-tt-d"}) {
+        const std::string file = folder.path(profile + ".ttml");
+        ASSERT_EQ(runTool({"convert", source, "-o", file, "--to-format", profile}).exitCode, 0);
+        ASSERT_TRUE(succeeds("sh -c \"gst-launch-1.0 -v filesrc location='" + file +
+                             "' ! ttmlparse ! fakesink dump=true silent=false sync=false > '" + folder.path("log") +
+                             "'\""));
+        // `pts: 0:00:02.000000000, duration: 0:00:02.000000000`, and the text as bytes.
+        std::vector<std::string> times;
+        std::string texts;
+        for (const std::string& line : linesOf(folder.read("log"))) {
+            const std::size_t time = line.find("pts: ");
+            if (time != std::string::npos && line.find("chain") != std::string::npos) {
+                times.push_back(line.substr(time + 5, 11) + line.substr(line.find("duration: ") + 9, 12));
+            }
+            const std::size_t dump = line.find("): ");
+            if (line.starts_with("0000") && dump != std::string::npos) {
+                texts += hexBytes([&] {
+                    std::string digits = line.substr(dump + 3, 48);
+                    std::erase(digits, ' ');
+                    return digits;
+                }());
+            }
+        }
+        EXPECT_EQ(times, (std::vector<std::string>{"0:00:02.000 0:00:02.000", "0:00:05.000 0:00:01.520",
+                                                   "0:00:08.000 0:00:01.520"}))
+            << profile;
+        std::erase(texts, '\0');
+        EXPECT_EQ(texts, "HelloTwo\nrowsYellow") << profile;
+    }
 }
 
 }  // namespace

@@ -109,6 +109,9 @@ fi
 for page in "$here"/../../docs/*.1; do
     gzip -t "$root/usr/share/man/man1/$(basename "$page").gz" || fail "no manual page $(basename "$page")"
 done
+for schema in "$here"/../../docs/schemas/*.json; do
+    cmp -s "$schema" "$root/usr/share/qlxcc/schemas/$(basename "$schema")" || fail "no schema $(basename "$schema")"
+done
 [[ -s $root/usr/share/bash-completion/completions/qlxcc ]] || fail "no completion for bash"
 [[ $(head -n 1 "$root/usr/share/zsh/vendor-completions/_qlxcc") == "#compdef qlxcc" ]] || fail "no completion for zsh"
 for package in "${packages[@]}"; do

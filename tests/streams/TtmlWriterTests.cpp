@@ -64,7 +64,11 @@ Cue randomCue(std::mt19937& random, std::int64_t start) {
             one.style.isItalic = below(3) == 0;
             one.style.isBold = below(3) == 0;
             one.style.isUnderlined = below(3) == 0;
-            if (!row.runs.empty() && row.runs.back().style == one.style) {
+            if (below(8) == 0) {
+                one.properties.push_back({"vtt.lang", below(2) == 0 ? "fr" : "it"});
+            }
+            if (!row.runs.empty() && row.runs.back().style == one.style &&
+                row.runs.back().properties == one.properties) {
                 row.runs.back().text += one.text;
             } else {
                 row.runs.push_back(one);

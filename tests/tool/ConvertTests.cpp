@@ -354,6 +354,31 @@ TEST(Convert, MakesCuesOfCaptionsOnAir) {
               "Hi\n\n");
 }
 
+TEST(Convert, KeepsLanguagesOfPartsBetweenWebVttAndTtml) {
+    const TemporaryFolder folder;
+    const std::string cues = "1\n00:00:01.000 --> 00:00:02.000\na <lang fr>b</lang> c\n\n"
+                             "2\n00:00:02.000 --> 00:00:03.000\n<lang it>d</lang>\n<lang it>e</lang>\n\n";
+    const std::string file = folder.write("in.vtt", "WEBVTT\n\n" + cues);
+    const std::string ttml = folder.path("a.ttml");
+    const ToolResult made = runTool({"convert", file, "-o", ttml, "--language", "de", "--strict"});
+    EXPECT_EQ(made.exitCode, 0) << made.err;
+    EXPECT_NE(folder.read("a.ttml").find("<span xml:lang=\"fr\">b</span>"), std::string::npos) << folder.read("a.ttml");
+    const ToolResult back = converted(ttml, "vtt");
+    EXPECT_TRUE(back.out.starts_with("WEBVTT\nLanguage: de\n\n")) << back.out;
+    EXPECT_NE(back.out.find("a <lang fr>b</lang> c\n"), std::string::npos) << back.out;
+    EXPECT_NE(back.out.find("<lang it>d</lang>\n<lang it>e</lang>\n"), std::string::npos) << back.out;
+    // Of a paragraph it is written of each row.
+    const std::string other =
+        folder.write("b.ttml", "<tt xmlns=\"http://www.w3.org/ns/ttml\" xml:lang=\"de\"><body><div>"
+                               "<p begin=\"1s\" end=\"2s\" xml:lang=\"en\">a<br/>"
+                               "<span xml:lang=\"de\" ttm:role=\"x\" "
+                               "xmlns:ttm=\"http://www.w3.org/ns/ttml#metadata\">b</span></p>"
+                               "</div></body></tt>");
+    const ToolResult rows = converted(other, "vtt", {"--report"});
+    EXPECT_NE(rows.out.find("<lang en>a</lang>\n<lang de>b</lang>\n"), std::string::npos) << rows.out;
+    EXPECT_NE(rows.err.find("1 attribute left out"), std::string::npos) << rows.err;
+}
+
 TEST(Convert, LeavesFormatsThatScanDoesNotWriteToIt) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.scc", "Scenarist_SCC V1.0\n\n00:00:01:00\t942c 942c\n\n");

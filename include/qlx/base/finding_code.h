@@ -625,7 +625,7 @@ enum class FindingCode : std::uint32_t {
     TtmlImageLeftOut = 0x1F'0412,   ///< No numbers.
     TtmlDataLeftOut,                ///< Bytes of the data, as they are written.
     TtmlElementLeftOut,             ///< Bytes of its name.
-    TtmlAttributesLeftOut,          ///< How many attributes of unknown namespaces the file has.
+    TtmlAttributesLeftOut,          ///< How many attributes of unknown namespaces, or of spans, the file has.
     TtmlHidden,                     ///< No numbers; a paragraph or span that is not displayed.
     TtmlStyleChainTooLong,          ///< Bytes of the name of a style that is referred to by way of too many others.
     TtmlAnimationLeftOut,           ///< No numbers; what its element says holds for good.

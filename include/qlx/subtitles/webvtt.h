@@ -16,7 +16,8 @@
 // (`<c.red>`, `<c.bg_blue>`); other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs
 // (properties::kWebVttClass and so on) in the order in which they are open, and times within the text are Run::from.
 // Settings are properties of the cue; its region is Cue::region. Alignment and anchor of the rows are those of the
-// settings `align` and `line`.
+// settings `align` and `line`. The language of a cue (Cue::language) is written as a span of its rows, and read as that of
+// its runs: a file has no other place for it.
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

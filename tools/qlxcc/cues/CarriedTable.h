@@ -66,7 +66,7 @@ inline constexpr CarriedRow kCarriedTable[] = {
     {CueFeature::Columns,    "columns",                      "-+----+++"},
     {CueFeature::Region,     "region",                       "-+----+++"},
     {CueFeature::Name,       "name of the cue",              "-+----+++"},
-    {CueFeature::Language,   "language of the cue",          "------+++"},
+    {CueFeature::Language,   "language of the cue",          "-+----+++"},
     {CueFeature::InnerTimes, "times inside the cue",         "-+----+++"},
     {CueFeature::Voices,     "voices",                       "-+------+"},
     {CueFeature::Ruby,       "ruby",                         "-+------+"},

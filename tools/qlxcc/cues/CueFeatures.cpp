@@ -66,6 +66,10 @@ void addRun(const Run& run, CueTarget target, CueFeatures& features) {
 
 }  // namespace
 
+bool isNumber(std::string_view identifier) noexcept {
+    return !identifier.empty() && identifier.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
 CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
     CueFeatures features;
     for (const Row& row : cue.rows) {
@@ -80,9 +84,8 @@ CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
         }
     }
     set(features, CueFeature::Region, !cue.region.empty());
-    // A name of digits is a number.
-    const bool isNumber = cue.identifier.find_first_not_of("0123456789") == std::string::npos;
-    set(features, CueFeature::Name, !cue.identifier.empty() && !(isNumber && target == CueTarget::SubRip));
+    const bool isWritten = target == CueTarget::SubRip && isNumber(cue.identifier);
+    set(features, CueFeature::Name, !cue.identifier.empty() && !isWritten);
     set(features, CueFeature::Language, !cue.language.empty());
     addProperties(cue.properties, target, features);
     return features;

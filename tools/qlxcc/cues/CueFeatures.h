@@ -7,10 +7,14 @@
 
 #include <bitset>
 #include <string>
+#include <string_view>
 
 namespace qlx::tool {
 
 using CueFeatures = std::bitset<sizeof(kCarriedTable) / sizeof(CarriedRow)>;
+
+/// Whether a name is a number that Cue::number cannot say.
+[[nodiscard]] bool isNumber(std::string_view identifier) noexcept;
 
 /// What a cue has besides text and times; what is one format's own is CueFeature::Others for every other one.
 [[nodiscard]] CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target);

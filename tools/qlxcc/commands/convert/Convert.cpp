@@ -153,14 +153,18 @@ public:
     [[nodiscard]] std::uint64_t cues() const { return _cues; }
 
 private:
-    /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there.
+    /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there. The language
+    /// of the file is.
     bool writeWebVtt(const subtitles::Cue& cue, const CueInput& input) {
-        if (!input.ttml || cue.region.empty()) {
+        if (!input.ttml || (cue.region.empty() && cue.language != input.ttml->language)) {
             return _webVtt.write(cue, _text);
         }
         subtitles::Cue placed = cue;
         placed.region.clear();
-        if (_findings != nullptr) {
+        if (placed.language == input.ttml->language) {
+            placed.language.clear();
+        }
+        if (_findings != nullptr && !cue.region.empty()) {
             _findings->add({FindingCode::SubtitleNameLost, Severity::Warning, _given,
                             static_cast<std::int64_t>(cue.region.size())});
         }
@@ -172,7 +176,11 @@ private:
             return;
         }
         if (_format == CueFormat::Vtt) {
-            _webVtt.begin(_options.timestampMap ? withTimestampMap(input.file, *_options.timestampMap) : input.file,
+            subtitles::WebVttFile file = input.file;
+            if (input.ttml && !input.ttml->language.empty()) {
+                file.header.push_back("Language: " + input.ttml->language);
+            }
+            _webVtt.begin(_options.timestampMap ? withTimestampMap(std::move(file), *_options.timestampMap) : file,
                           _text);
         } else if (_format == CueFormat::Json) {
             _json.begin(input, _text);
@@ -317,6 +325,12 @@ private:
         ++_written;
         // Packets have no numbers: what is said of a cue has that of its place.
         cue.number = cue.number == 0 && _options.frames ? _written : cue.number;
+        // The other formats count their cues anew: how a number is written means nothing there.
+        const bool keepsNumbers = _options.target == CueTarget::SubRip || _options.target == CueTarget::WebVtt ||
+                                  _options.target == CueTarget::Json;
+        if (!keepsNumbers && isNumber(cue.identifier)) {
+            cue.identifier.clear();
+        }
         if (_options.reportsAll) {
             reportNotCarried(cue);
         }
