@@ -12,11 +12,13 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -201,4 +203,17 @@ TEST_F(SettingsFile, ReachesTheDiskBeforeItIsRenamed) {
     }
     EXPECT_EQ(content("settings"), "level=45\n");
     EXPECT_EQ(fileCount(), 1U);
+}
+
+TEST_F(SettingsFile, HasAnotherTemporaryNameEachTime) {
+    std::set<std::string> names;
+    const std::string ofProcess = path + '.' + std::to_string(::getpid()) + '-';
+    const qlxtest::CallWatch watch({.rename = [&](const char* from, const char*) {
+        EXPECT_TRUE(std::string(from).starts_with(ofProcess)) << from;
+        names.insert(from);
+        return 0;
+    }});
+    EXPECT_EQ(qlx::replaceFile(path, "level=1\n"), 0);
+    EXPECT_EQ(qlx::replaceFile(path, "level=2\n"), 0);
+    EXPECT_EQ(names.size(), 2U);
 }
