@@ -225,6 +225,7 @@ TEST(Ttml, ResolvesStyles) {
         {"<span tts:color='colourful'>a</span>", "a", {TtmlValueWrong}},
         {"<span tts:textDecoration='underline'>a<span tts:textDecoration='noUnderline'>b</span></span>", "{u}a{}b"},
         {"<span tts:textDecoration='lineThrough'>a</span>", "{strikeout=}a"},
+        {"<span xml:lang='fr'>a<br/>b</span>c", "{vtt.lang=fr}a|{vtt.lang=fr}b{}c"},
         {"<span tts:fontFamily='serif' tts:fontSize='50%'>a</span>", "{font.face=serif font.size=50%}a"},
         {"<span tts:ruby='base'>a</span>", "{ttml.tts:ruby=base}a"},
         {"a<span tts:visibility='hidden'>b</span>", "a", {TtmlHidden}},
