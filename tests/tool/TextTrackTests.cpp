@@ -347,6 +347,26 @@ std::string matroska(const std::vector<MatroskaTrack>& described, const std::vec
                                    element(0x1654AE6B, tracks) + element(0x1F43B675, element(0xE7, zeros(1)) + groups));
 }
 
+TEST(TextTracks, AreListedWithoutVideo) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.mkv", matroska({{"S_TEXT/UTF8", "ger"}, {"S_HDMV/PGS", "eng"}},
+                                                             {{1, 1000, 500, "a"}, {2, 2000, 500, "x"}}));
+    const ToolResult list = runTool({"scan", file, "--list"});
+    EXPECT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_EQ(list.out, "what                language  first           last            captions\n"
+                        "text track 1        ger       -               -                      - (SubRip)\n"
+                        "text track 2        eng       -               -                      - (unknown)\n"
+                        "in 0 frames\n");
+    EXPECT_EQ(runTool({"scan", file, "--list", "--json"}).out,
+              R"({"contents":[{"captions":null,"first":null,"firstFrame":null,"format":"SubRip","kind":"textTrack",)"
+              R"("language":"ger","last":null,"lastFrame":null,"name":"1"},{"captions":null,"first":null,)"
+              R"("firstFrame":null,"format":"unknown","kind":"textTrack","language":"eng","last":null,)"
+              R"("lastFrame":null,"name":"2"}],"frames":0,"schema":"qlxcc/contents/1"})"
+              "\n");
+    // There is nothing to be listed but tracks.
+    EXPECT_EQ(runTool({"scan", file}).exitCode, 1);
+}
+
 TEST(TextTracks, AreReadFromMatroska) {
     const TemporaryFolder folder;
     const std::string file =

@@ -79,20 +79,21 @@ constexpr OptionRow kScanOptions[] = {
              "those that miss their other half."},
     {.names = "--list",
      .field = &RawOptions::listsContents,
-     .help = "List what is in FILE: channels, texts, services, extended data",
+     .help = "List what is in FILE: channels, texts, services, extended data, pages, text tracks",
      .more = "A line for each, with its language where the stream says it, the times of the first and the last frame "
              "with text on its screen, and how many captions it has. What rolls up counts row by row; of extended data "
-             "the packets are counted."},
+             "the packets are counted. Text tracks have their number and language: qlxcc convert --track reads them."},
     kNoParity,
     kWideCharacters,
-    asJson("A JSON line for each frame in place of the list",
-           "See `jsonl` in qlxcc(1). Behind the frames of a transport stream a line has its splice information "
-           "(`\"schema\":\"qlxcc/splices/1\"`, `splices`): of each section `offset`, `pid`, `program`, `arrival`, "
-           "`splice` "
-           "and `distance`, null where they are not known, how often it came (`count`) and the `section` as scte35 "
-           "writes it. With --list it is one object, whose `contents` have `kind` (`captions`, `text`, "
-           "`extendedData`, `service`, `teletext`), `name`, `language`, `captions`, `first`, `last`, `firstFrame` and "
-           "`lastFrame`, null where there is none."),
+    asJson(
+        "A JSON line for each frame in place of the list",
+        "See `jsonl` in qlxcc(1). Behind the frames of a transport stream a line has its splice information "
+        "(`\"schema\":\"qlxcc/splices/1\"`, `splices`): of each section `offset`, `pid`, `program`, `arrival`, "
+        "`splice` "
+        "and `distance`, null where they are not known, how often it came (`count`) and the `section` as scte35 "
+        "writes it. With --list it is one object, whose `contents` have `kind` (`captions`, `text`, "
+        "`extendedData`, `service`, `teletext`, `textTrack` with a `format`), `name`, `language`, `captions`, `first`, "
+        "`last`, `firstFrame` and `lastFrame`, null where there is none."),
 };
 
 constexpr std::string_view kShowNotes =

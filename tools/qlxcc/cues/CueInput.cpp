@@ -286,7 +286,7 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
         notes.say("the last cue is on air up to the end of the file", false);
     }
     if (input.cues == 0) {
-        notes.say("nothing is on air: " + input.format, false);
+        notes.say("nothing is on air: " + input.format + " (qlxcc scan --list says what there is)", false);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "io/Text.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
-#include <qlx/streams/text_tracks.h>
 
 #include <algorithm>
 #include <optional>
@@ -89,6 +88,15 @@ private:
 };
 
 }  // namespace
+
+std::vector<TextTrack> textTracksOf(InputFile& file, InputKind kind) {
+    InputBytes bytes(file);
+    streams::TextTrackReader reader(bytes, kind);
+    const auto error = reader.open();
+    bytes.rethrow();
+    (void)file.seek(0);
+    return error ? std::vector<TextTrack>() : reader.tracks();
+}
 
 bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
                      const TakeCue& take) {

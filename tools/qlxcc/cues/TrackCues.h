@@ -3,7 +3,15 @@
 
 #include "cues/CueInput.h"
 
+#include <qlx/streams/text_tracks.h>
+
+#include <vector>
+
 namespace qlx::tool {
+
+/// The text tracks of a file, which is at its beginning again then; none where they cannot be found.
+/// @param kind One that mayHaveTextTracks().
+[[nodiscard]] std::vector<streams::TextTrack> textTracksOf(InputFile& file, InputKind kind);
 
 /// Reads the text track of a file that CueRequest::track names, or the first one that can be read. The others are named.
 /// @param kind One that mayHaveTextTracks().

@@ -18,6 +18,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A container that has nothing with frames.
+class WithoutFrames : public Failure {
+public:
+    using Failure::Failure;
+};
+
 /// A command line that cannot be understood or makes no sense.
 class UsageError : public std::runtime_error {
 public:

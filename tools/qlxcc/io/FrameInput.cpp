@@ -52,7 +52,11 @@ void FrameInput::sayFindings(std::vector<FrameProblem>& problems) {
 
 void FrameInput::fail(const Finding& why) {
     _bytes.rethrow();
-    throw _words->failure(why);
+    const Failure failure = _words->failure(why);
+    if (why.code == FindingCode::ContainerWithoutTracks) {
+        throw WithoutFrames(failure.what());
+    }
+    throw failure;
 }
 
 bool FrameInput::next(Frame& frame, std::vector<FrameProblem>& problems) {

@@ -72,7 +72,7 @@ void ContentListWriter::writeTable(const std::vector<Content>& contents) {
     constexpr std::size_t kLanguageWidth = 8;
     constexpr std::size_t kTimeWidth = 14;
     constexpr std::size_t kCountWidth = 8;
-    if (!contents.empty()) {
+    if (!contents.empty() || !_tracks.empty()) {
         _output.write(padded("what", kNameWidth) + "  " + padded("language", kLanguageWidth) + "  " +
                       padded("first", kTimeWidth) + "  " + padded("last", kTimeWidth) + "  captions\n");
     }
@@ -84,8 +84,15 @@ void ContentListWriter::writeTable(const std::vector<Content>& contents) {
                       rightAligned(content.captions, kCountWidth) +
                       (content.kind == ContentKind::ExtendedData ? " (packets)" : "") + "\n");
     }
-    _output.write((contents.empty() ? std::string("no captions in ") : std::string("in ")) + counted(_frames, "frame") +
-                  "\n");
+    for (std::size_t index = 0; index < _tracks.size(); ++index) {
+        const streams::TextTrack& track = _tracks[index];
+        _output.write(padded("text track " + std::to_string(index + 1), kNameWidth) + "  " +
+                      padded(track.language.empty() ? "-" : printable(track.language), kLanguageWidth) + "  " +
+                      padded("-", kTimeWidth) + "  " + padded("-", kTimeWidth) + "  " +
+                      std::string(kCountWidth - 1, ' ') + "- (" + std::string(nameOf(track.kind)) + ")\n");
+    }
+    const bool isNothing = contents.empty() && _tracks.empty();
+    _output.write((isNothing ? std::string("no captions in ") : std::string("in ")) + counted(_frames, "frame") + "\n");
 }
 
 void ContentListWriter::writeJson(const std::vector<Content>& contents) {
@@ -100,6 +107,20 @@ void ContentListWriter::writeJson(const std::vector<Content>& contents) {
             {"lastFrame", content.lastFrame ? Value(*content.lastFrame) : Value()},
             {"first", jsonTime(content.first)},
             {"last", jsonTime(content.last)},
+        });
+    }
+    for (std::size_t index = 0; index < _tracks.size(); ++index) {
+        const std::string& language = _tracks[index].language;
+        array.emplace_back(Dictionary{
+            {"kind", "textTrack"},
+            {"name", std::to_string(index + 1)},
+            {"format", nameOf(_tracks[index].kind)},
+            {"language", language.empty() ? Value() : Value(language)},
+            {"captions", Value()},
+            {"firstFrame", Value()},
+            {"lastFrame", Value()},
+            {"first", Value()},
+            {"last", Value()},
         });
     }
     _output.write(jsonText(Value(Dictionary{

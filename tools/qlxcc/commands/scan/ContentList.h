@@ -1,13 +1,15 @@
-// What is in a file: its channels, texts, services, extended data and pages.
+// What is in a file: its channels, texts, services, extended data, pages and text tracks.
 #pragma once
 
 #include "io/Frame.h"
 #include "io/OutputFile.h"
 
 #include <qlx/streams/contents.h>
+#include <qlx/streams/text_tracks.h>
 #include <qlx/streams/ts/tables.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace qlx::tool {
@@ -26,6 +28,10 @@ public:
         }
     }
 
+    /// Before the end: the text tracks, of which only the names are known here.
+    void name(std::vector<streams::TextTrack> tracks) { _tracks = std::move(tracks); }
+    [[nodiscard]] bool hasTracks() const { return !_tracks.empty(); }
+
     void write(const Frame& frame) override;
     void finish() override;
 
@@ -36,6 +42,7 @@ private:
     OutputFile& _output;
     bool _asJson;
     streams::ContentReader _reader;
+    std::vector<streams::TextTrack> _tracks;
     std::uint64_t _frames = 0;
 };
 

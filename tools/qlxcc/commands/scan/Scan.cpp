@@ -3,6 +3,7 @@
 #include "commands/scan/ContentList.h"
 #include "commands/scan/ScanList.h"
 #include "commands/scan/SpliceList.h"
+#include "cues/TrackCues.h"
 #include "cues/WideEncoding.h"
 #include "io/Errors.h"
 #include "io/Frame.h"
@@ -152,6 +153,10 @@ int scan(const ScanOptions& options) {
     streams::TeletextPackets packets;
     const bool takesPackets = writer && !options.listsContents;
     std::uint64_t withTeletext = 0;
+    auto* const contents = dynamic_cast<ContentListWriter*>(writer.get());
+    if (contents != nullptr && mayHaveTextTracks(*sourceOptions.kind) && source.size()) {
+        contents->name(textTracksOf(source, *sourceOptions.kind));
+    }
     std::unique_ptr<FrameInput> reader;
     std::uint64_t problems = 0;
     const auto hasFrames = std::make_shared<bool>(false);
@@ -169,7 +174,12 @@ int scan(const ScanOptions& options) {
             }
             return true;
         });
-    } catch (const Failure&) {
+    } catch (const Failure& failure) {
+        if (contents != nullptr && contents->hasTracks() && dynamic_cast<const WithoutFrames*>(&failure) != nullptr) {
+            contents->finish();
+            output.commit();
+            return kExitSuccess;
+        }
         if (*hasFrames || !splices) {
             throw;
         }
@@ -183,7 +193,7 @@ int scan(const ScanOptions& options) {
         output.commit();
         return problems > 0 ? kExitFailure : kExitSuccess;
     }
-    if (auto* const contents = dynamic_cast<ContentListWriter*>(writer.get())) {
+    if (contents != nullptr) {
         contents->name(reader->teletextPages());
     }
     to.finish();
