@@ -125,6 +125,9 @@ TEST(FileContents, AreReadWithoutParity) {
               "captions CC1 at 00:00:00,100, since 00:00:00,080 (frame 2):\n  15   Hi\n");
     EXPECT_EQ(linesOf(runTool({"scan", file, "--list"}).out).at(0), "no captions in 3 frames");
     EXPECT_EQ(linesOf(runTool({"scan", file, "--list", "--no-parity"}).out).size(), 3U);
+    const ToolResult converted = runTool({"convert", file, "--to-format", "vtt", "-o", "-", "--no-parity"});
+    EXPECT_NE(converted.out.find("\nHi\n"), std::string::npos) << converted.out;
+    EXPECT_EQ(runTool({"convert", file, "--to-format", "vtt", "-o", "-"}).out.find("Hi"), std::string::npos);
 }
 
 // A packet with one block of service 1: a visible window of one row and eight columns, then P16 B0A1 (EUC-KR: U+AC00).
@@ -141,6 +144,11 @@ TEST(FileContents, ReadCharactersOfSixteenBits) {
     EXPECT_NE(runTool({"scan", file, "--p16", "euc-kr"}).out.find("service 1: DF0 visible, \"\uAC00\""),
               std::string::npos);
     EXPECT_EQ(runTool({"show", file, "--at", "0", "--p16", "euc-kr"}).exitCode, 2);
+    const std::vector<std::string> convert{"convert", file, "--to-format", "srt", "-o", "-", "--p16", "euc-kr"};
+    EXPECT_EQ(runTool(convert).exitCode, 2);
+    std::vector<std::string> ofService = convert;
+    ofService.insert(ofService.end(), {"--service", "1"});
+    EXPECT_NE(runTool(ofService).out.find("\uAC00"), std::string::npos);
 }
 
 }  // namespace

@@ -114,6 +114,8 @@ constexpr OptionRow kConvertOptions[] = {
      .field = &RawOptions::page,
      .help = "Of what is on air: this teletext page, 100 to 8FF"},
     kRegion,
+    kNoParity,
+    kWideCharacters,
     textOption("--from-start", "TIME", &RawOptions::fromStart,
                "Where the programme begins in IN, which is subtracted: TIME, auto or 0",
                "`auto` is the time of the first frame, in EBU STL the start of the programme in its head (TCP), of "

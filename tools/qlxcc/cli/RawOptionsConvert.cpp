@@ -283,6 +283,11 @@ Action checkedConvert(const RawOptions& raw) {
     if (!raw.channel.empty()) {
         options.input.channel = cea608::channelNamed(raw.channel);
     }
+    if (raw.wideEncoding && !raw.service) {
+        throw UsageError("--p16 is for --service only");
+    }
+    options.input.wideEncoding = raw.wideEncoding.value_or(options.input.wideEncoding);
+    options.input.ignoresParity = raw.ignoresParity;
     options.input.region = receiverRegion(raw);
     if (!raw.page.empty()) {
         options.input.page = teletextPageNamed(raw.page);

@@ -6,6 +6,7 @@
 #include "cues/Subtitles.h"
 #include "cues/TextPieces.h"
 #include "cues/TrackCues.h"
+#include "cues/WideEncoding.h"
 #include "io/Errors.h"
 #include "io/FrameLoop.h"
 #include "io/Progress.h"
@@ -235,9 +236,11 @@ void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, 
 }
 
 std::unique_ptr<streams::OnAir> onAirOf(const CueRequest& request) {
-    return request.page      ? streams::teletextOnAir(*request.page, request.region)
-           : request.service ? streams::serviceOnAir(*request.service)
-                             : streams::captionsOnAir(request.channel.value_or(cea608::kCC1));
+    return request.page ? streams::teletextOnAir(*request.page, request.region)
+           : request.service
+               ? streams::serviceOnAir(*request.service, {.wideCharacter = wideCharactersOf(request.wideEncoding)})
+               : streams::captionsOnAir(request.channel.value_or(cea608::kCC1),
+                                        {.ignoresParity = request.ignoresParity});
 }
 
 /// Decodes what is on air.

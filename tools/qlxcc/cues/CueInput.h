@@ -29,6 +29,8 @@ struct CueRequest {
     std::optional<std::uint8_t> service;     ///< Of captions of CTA-708, in the place of a channel.
     std::optional<std::uint16_t> page;       ///< Of teletext.
     std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
+    bool ignoresParity = false;              ///< Parity bits of CEA-608 are not looked at.
+    std::string wideEncoding = "utf-16";     ///< Of the 16-bit characters of a service, one of kWideEncodings.
     bool isDrop = false;                     ///< Time codes of EBU STL and TTML at 29.97 and 59.94 leave numbers out.
     std::size_t longest = kLongestSubtitleFile;  ///< Bytes of a file that is read as a whole.
 };
