@@ -269,7 +269,7 @@ std::vector<Caption> fittingCaptions(Random& random, Channel channel, const Fiel
 }
 
 /// Captions of a set at one of the eight rates: 10,000 in all.
-constexpr std::size_t kCaptionsOfRate = countFor<std::size_t>(1250, 150);
+constexpr std::size_t kCaptionsOfRate = countFor<std::size_t>(1250, 60);
 
 /// A part of each set for each rate.
 class RoundTrip : public testing::TestWithParam<std::size_t> {};

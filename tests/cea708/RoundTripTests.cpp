@@ -199,7 +199,7 @@ std::string differenceOf(const std::vector<ShownScreen>& expected, const std::ve
 class ServiceRoundTrip : public testing::TestWithParam<std::size_t> {
 protected:
     // 10,000 of eight rates.
-    static constexpr std::size_t kCaptions = qlxtest::kIsSanitized ? 150 : 1250;
+    static constexpr std::size_t kCaptions = qlxtest::countFor(1250U, 60U);
 
     ServiceRoundTrip() : random(static_cast<unsigned>(708 + GetParam())) {
         constexpr std::array<std::uint8_t, 8> kSomeServices{1, 2, 6, 7, 8, 33, 62, 63};
@@ -304,7 +304,7 @@ private:
 
 /// Captions far enough from one another to be written; some stay until the next one, some are over long before.
 void expectWritten(Random& random, FrameRate rate, AspectRatio ratio, CaptionStyle style, bool fits) {
-    constexpr std::size_t kSome = qlxtest::kIsSanitized ? 150 : 1250;
+    constexpr std::size_t kSome = qlxtest::countFor(1250U, 60U);
     const std::uint64_t clear = 2U * qlx::nominalFramesPerSecond(rate);
     ServiceLoop loop(rate, {.aspectRatio = ratio, .clearAfter = 2}, {1});
     RollingWindow window;

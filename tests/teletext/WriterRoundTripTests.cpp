@@ -273,7 +273,8 @@ TEST(TeletextWriterRoundTrip, ShowsWhatFits) {
         expectAll({{0x888, fittingTexts(random, 0x888, kMany, 2)}}, rate, {});
     }
     expectAll({{0x123, fittingTexts(random, 0x123, kMany, 2)}}, FrameRate::Fps25, {.isSerial = true});
-    expectAll({{0x888, fittingTexts(random, 0x888, 1000, 40)}}, FrameRate::Fps25, {.repeatAfter = 1});
+    expectAll({{0x888, fittingTexts(random, 0x888, qlxtest::countFor(1000U, 200U), 40)}}, FrameRate::Fps25,
+              {.repeatAfter = 1});
 }
 
 TEST(TeletextWriterRoundTrip, ShowsPagesAtOnce) {
@@ -283,7 +284,7 @@ TEST(TeletextWriterRoundTrip, ShowsPagesAtOnce) {
         PageTexts pages;
         for (std::size_t index = 0; index < count; ++index) {
             const auto page = static_cast<std::uint16_t>(0x188 + 0x100 * index);
-            pages[page] = fittingTexts(random, page, 300, 4);
+            pages[page] = fittingTexts(random, page, qlxtest::countFor(300U, 80U), 4);
         }
         expectAll(pages, FrameRate::Fps25, {.packetsPerField = 15});
     }
@@ -414,7 +415,7 @@ TEST(TeletextWriterRoundTrip, ShowsAnyRowAsItIsSaid) {
 TEST(TeletextWriterRoundTrip, ShowsAnyTextsWhenItIsSaid) {
     Random random(16);
     std::size_t late = 0;
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < qlxtest::countFor(20, 8); ++round) {
         // Two pages of one magazine, and no room for what they have to say.
         const PageTexts pages{{0x801, fittingTexts(random, 0x801, 50, 1)}, {0x888, fittingTexts(random, 0x888, 50, 1)}};
         Writer writer(round % 2 == 0 ? FrameRate::Fps50 : FrameRate::Fps25,
@@ -463,7 +464,7 @@ TEST(TeletextWriterRoundTrip, ShowsAnyTextsWhenItIsSaid) {
             }
         }
     }
-    EXPECT_GT(late, 100U);
+    EXPECT_GT(late, qlxtest::countFor(100U, 40U));
 }
 
 }  // namespace
