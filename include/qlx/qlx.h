@@ -43,6 +43,7 @@
 #include <qlx/cea708/writer.h>
 #include <qlx/facade/cue.h>
 #include <qlx/facade/frames.h>
+#include <qlx/facade/numbers.h>
 #include <qlx/facade/packet.h>
 #include <qlx/klv/keys.h>
 #include <qlx/klv/klv.h>

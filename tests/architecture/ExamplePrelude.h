@@ -114,6 +114,9 @@ namespace facade_frames {
 extern std::shared_ptr<QLXSubtitlesPacketizer> packetizer;
 extern qlx::MediaTime pts, frameDuration;
 }  // namespace facade_frames
+namespace facade_numbers {
+extern QLXSubtitleTextLine& line;
+}
 namespace facade_packet {
 extern std::shared_ptr<QLXVANCPacket> packet;
 }
