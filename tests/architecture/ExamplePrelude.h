@@ -3,6 +3,7 @@
 // header alone stands in that namespace. Nothing is defined: examples are compiled, and do not run.
 #pragma once
 
+#include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <qlx/qlx.h>
 #include <qlx/streams/frame.h>
 
