@@ -1,4 +1,5 @@
 // What play makes captions of, and what extract takes for video.
+#include "ExactBuffer.h"
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
@@ -117,6 +118,46 @@ TEST(CaptionInput, MayBeInH265) {
     EXPECT_NE(result.out.find("1 access unit of H.265, 1 with caption data"), std::string::npos) << result.out;
     EXPECT_EQ(runTool({"extract", file, "--codec", "h265"}).out, result.out);
     EXPECT_NE(runTool({"scan", file}).out.find("fc942cfc942c"), std::string::npos);
+}
+
+// I0 P8 b4 of H.264, each with a pair in front of it: brought to another rate they come in the order of presentation, as
+// they do from the frames that scan writes. An SEI unit with nal_ref_idc is read as any other.
+TEST(CaptionInput, ChangesItsRateInTheOrderOfPresentation) {
+    const auto message = [](const std::string& pair) {
+        return qlxtest::fromHex("000001 66 04 0e b50031 47413934 03 c1 ff fc" + pair + " ff 80 000001");
+    };
+    std::string video;
+    for (const auto& [pair, slice] :
+         {std::pair("6162", "65e108"), std::pair("e5e6", "41e110"), std::pair("e364", "01e090")}) {
+        const auto sei = message(pair);
+        const auto picture = qlxtest::fromHex(slice);
+        const auto parameters = qlxtest::fromHex(video.empty() ? "00000001 67 42001e f4f0 00000001 68 e0" : "");
+        video.append(parameters.begin(), parameters.end());
+        video.append(sei.begin(), sei.end());
+        video.append(picture.begin(), picture.end());
+    }
+    const TemporaryFolder folder;
+    const std::string file = folder.write("film.h264", video);
+    const auto changed = [&](const std::string& in) {
+        const ToolResult result =
+            runTool({"rate", in, "--from-rate", "25", "--to-rate", "50", "-o", "-", "--to-format", "jsonl"});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return result.out;
+    };
+    const std::string out = changed(file);
+    const std::size_t first = out.find("fc6162");
+    const std::size_t second = out.find("fce364");
+    const std::size_t third = out.find("fce5e6");
+    EXPECT_LT(first, second) << out;
+    EXPECT_LT(second, third) << out;
+    EXPECT_NE(third, std::string::npos) << out;
+    ASSERT_EQ(runTool({"scan", file, "-o", folder.path("film.jsonl")}).exitCode, 0);
+    EXPECT_EQ(changed(folder.path("film.jsonl")), out);
+    // The fixed operations know frames of packets alone.
+    const ToolResult refused =
+        runTool({"rate", file, "--from-rate", "25", "--to-rate", "50", "-o", folder.path("a.klv"), "--as-deployed"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_NE(refused.err.find("which has no frames with packets"), std::string::npos) << refused.err;
 }
 
 }  // namespace

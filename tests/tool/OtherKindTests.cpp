@@ -48,16 +48,17 @@ std::string transportPackets() {
 }
 
 const std::vector<Beginning> kBeginnings{
-    {"a.ts", transportPackets(), "an MPEG-TS file:scan, show, extract and convert"},
-    {"noname", transportPackets(), "an MPEG-TS file:scan, show, extract and convert"},
-    {"a.srt", transportPackets(), "an MPEG-TS file:scan, show, extract and convert"},
-    {"a.ps", bytes("000001ba 44ff"), "an MPEG-PS file:scan, show, extract and convert"},
-    {"a.mxf", bytes("060e2b34 02050101 0d010201 01020400 83000068"), "an MXF file:scan, show, extract and convert"},
-    {"a.mov", bytes("00000014 66747970 71742020 ff"), "a MOV or MP4 file:scan, show, extract and convert"},
-    {"a.mkv", bytes("1a45dfa3 9f428681 01"), "a Matroska file:scan, show, extract and convert"},
-    {"a.flv", bytes("464c5601 05 00000009"), "an FLV file:scan, show, extract and convert"},
-    {"a.264", bytes("00000001 09f0"), "an H.264 stream:scan, show, extract and convert"},
-    {"a.m2v", bytes("000001b3 14f0"), "an MPEG-2 stream:scan, show, extract and convert"},
+    {"a.ts", transportPackets(), "an MPEG-TS file:scan, show, extract, rate and convert"},
+    {"noname", transportPackets(), "an MPEG-TS file:scan, show, extract, rate and convert"},
+    {"a.srt", transportPackets(), "an MPEG-TS file:scan, show, extract, rate and convert"},
+    {"a.ps", bytes("000001ba 44ff"), "an MPEG-PS file:scan, show, extract, rate and convert"},
+    {"a.mxf", bytes("060e2b34 02050101 0d010201 01020400 83000068"),
+     "an MXF file:scan, show, extract, rate and convert"},
+    {"a.mov", bytes("00000014 66747970 71742020 ff"), "a MOV or MP4 file:scan, show, extract, rate and convert"},
+    {"a.mkv", bytes("1a45dfa3 9f428681 01"), "a Matroska file:scan, show, extract, rate and convert"},
+    {"a.flv", bytes("464c5601 05 00000009"), "an FLV file:scan, show, extract, rate and convert"},
+    {"a.264", bytes("00000001 09f0"), "an H.264 stream:scan, show, extract, rate and convert"},
+    {"a.m2v", bytes("000001b3 14f0"), "an MPEG-2 stream:scan, show, extract, rate and convert"},
     {"a.klv", bytes("060e2b34 01020101 ff"), "a KLV file:scan, show, extract, rate, convert and scte104 parse"},
     {"a.png", bytes("89504e47 0d0a1a0a"), "a PNG picture:line21"},
     {"a.ppm", "P6\n2 1\n255\n\xFF\xFF\xFF\xFF\xFF\xFF", "a PPM picture:line21"},
@@ -68,9 +69,9 @@ const std::vector<Beginning> kBeginnings{
     {"a.v210", std::string(640, '\xF0'),
      "a v210 file by its name:scan, show, extract, rate, convert and scte104 parse"},
     {"a.2vuy", std::string(96, '\x80'), "a 2vuy file by its name:scan, show, extract, rate, convert and scte104 parse"},
-    {"a.m2ts", std::string(96, '\x80'), "an MPEG-TS file by its name:scan, show, extract and convert"}};
+    {"a.m2ts", std::string(96, '\x80'), "an MPEG-TS file by its name:scan, show, extract, rate and convert"}};
 
-/// `NAME is an MPEG-TS file, WHAT: such files are for qlxcc scan, show, extract and convert`
+/// `NAME is an MPEG-TS file, WHAT: such files are for qlxcc scan, show, extract, rate and convert`
 std::string refusal(const std::string& file, const std::string& words, const std::string& what) {
     const std::size_t colon = words.find(':');
     return "qlxcc: " + file + " is " + words.substr(0, colon) + ", " + what + ": such files are for qlxcc " +
@@ -93,8 +94,8 @@ TEST(OtherKinds, AreNamedWhereSubtitlesAreRead) {
         }
     }
     const ToolResult piped = runTool({"subs", "-"}, {.input = transportPackets()});
-    EXPECT_TRUE(piped.err.starts_with(
-        refusal("standard input", "an MPEG-TS file:scan, show, extract and convert", "which is no subtitle file")))
+    EXPECT_TRUE(piped.err.starts_with(refusal("standard input", "an MPEG-TS file:scan, show, extract, rate and convert",
+                                              "which is no subtitle file")))
         << piped.err;
 }
 
@@ -113,7 +114,7 @@ TEST(OtherKinds, AreNoSubtitlesWithAnEncodingOfTheCallersChoice) {
     const std::string file = folder.write("a.srt", transportPackets());
     const ToolResult result = runTool({"subs", file, "--encoding", "ISO-8859-1"});
     EXPECT_TRUE(result.err.starts_with(
-        refusal(file, "an MPEG-TS file:scan, show, extract and convert", "which is no subtitle file")))
+        refusal(file, "an MPEG-TS file:scan, show, extract, rate and convert", "which is no subtitle file")))
         << result.err;
 }
 
@@ -157,7 +158,7 @@ TEST(OtherKinds, AreNamedWhereMessagesAreRead) {
              {folder.write("a.stl", qlxtest::stl({})), "an EBU STL file:subs, play and convert"},
              {folder.write("a.json", "[{\"operationID\":258}]"),
               "a JSON file:subs, play and convert, or scte104 build"},
-             {folder.write("a.ts", transportPackets()), "an MPEG-TS file:scan, show, extract and convert"}}) {
+             {folder.write("a.ts", transportPackets()), "an MPEG-TS file:scan, show, extract, rate and convert"}}) {
         for (const Arguments& arguments :
              {Arguments{"scte104", "parse", file}, Arguments{"scte35", file, "--pts", "0"}}) {
             const ToolResult result = runTool(arguments);
@@ -194,6 +195,8 @@ TEST(OtherKinds, AreNamedByTheOtherCommands) {
     EXPECT_EQ(message({"show", text, "--all"}), expected(text, srtWords, noFrames));
     EXPECT_EQ(message({"extract", text}), expected(text, srtWords, "which holds no video"));
     EXPECT_EQ(message({"rate", text, "--from", "25", "--to", "50", "-o", folder.path("out.klv")}),
+              expected(text, srtWords, noFrames));
+    EXPECT_EQ(message({"rate", text, "--from", "25", "--to", "50", "-o", folder.path("out.klv"), "--as-deployed"}),
               expected(text, srtWords, "which has no frames with packets"));
     for (const auto& [file, words] : {std::pair(text, srtWords), std::pair(rows, rowWords)}) {
         EXPECT_EQ(message({"scte104", "build", "--json-file", file}), expected(file, words, "which holds no messages"));

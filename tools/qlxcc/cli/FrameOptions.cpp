@@ -8,7 +8,8 @@ namespace {
 constexpr std::string_view kCodecs[] = {"h264", "mpeg2", "h265", "auto"};
 constexpr std::string_view kExtractFormats[] = {"triplets", "cc1", "a53"};
 constexpr std::string_view kRateWrittenFormats[] = {"v210", "klv", "jsonl", "mcc"};
-constexpr std::string_view kRateChangeFormats[] = {"v210", "2vuy", "klv", "jsonl", "mcc"};
+constexpr std::string_view kRateChangeFormats[] = {"v210",  "2vuy", "klv", "jsonl", "mcc", "h264", "h265",
+                                                   "mpeg2", "mxf",  "mov", "ts",    "ps",  "mkv",  "flv"};
 
 constexpr std::string_view kScanNotes =
     R"(v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, one a frame.
@@ -217,7 +218,8 @@ constexpr OptionRow kExtractOptions[] = {
 };
 
 constexpr std::string_view kRateNotes =
-    R"(IN has elements, rows or JSON lines; the result is klv, or what its name says. RATE is 23.976, 24, 25, 29.97, 30, 50,
+    R"(IN has elements, rows or JSON lines, or is video whose pictures have captions, which are taken in the order of
+presentation; the result is klv, or what its name says. RATE is 23.976, 24, 25, 29.97, 30, 50,
 59.94 or 60. Captions keep their time: a frame carries what has come when it begins, in as many pairs and triplets as
 its rate has; the rest follows, and what is more than two seconds late is counted. Packets of other kinds go to the
 first frame at their time or later, once; AFD, pan-scan, HDR metadata and what else describes a frame are repeated or
@@ -229,7 +231,8 @@ Examples:
   qlxcc rate film.v210 --lines 9,12 --from-rate 59.94 --to-rate 25 -o film.jsonl)";
 
 constexpr OptionRow kRateOptions[] = {
-    fileArgument("IN", "A klv, v210, 2vuy, jsonl or mcc file (-: standard input)"),
+    fileArgument("IN",
+                 "A klv, v210, 2vuy, jsonl or mcc file, an elementary video stream or a container (-: standard input)"),
     required(rateOption("--from-rate", "--from", &RawOptions::fromRate, "Frames a second of IN")),
     required(rateOption("--to-rate", "--to", &RawOptions::toRate, "Frames a second of the result")),
     fromFormat(kRateChangeFormats, {}),

@@ -24,7 +24,7 @@ using streams::kBytesThatTellKind;
 using streams::mayHaveTextTracks;
 
 /// What to say of a file of a kind that a command does not read, and which commands do: `film.ts is an MPEG-TS file,
-/// WHAT: such files are for qlxcc scan, show, extract and convert`.
+/// WHAT: such files are for qlxcc scan, show, extract, rate and convert`.
 /// @param isByName That it is one has been told by its name alone: `film.ts is an MPEG-TS file by its name, ...`.
 [[nodiscard]] UsageError otherKind(std::string_view name, InputKind kind, std::string_view what, bool isByName = false);
 

@@ -292,19 +292,36 @@ bool hasPackets(InputKind kind) {
     return kind == InputKind::Klv || kind == InputKind::Jsonl || kind == InputKind::Mcc || hasRows(kind);
 }
 
-/// What a file of frames with packets is: what the options say, or else its content and name.
+bool hasPictures(InputKind kind) {
+    return kind == InputKind::H264 || kind == InputKind::H265 || kind == InputKind::Mpeg2 || isContainer(kind);
+}
+
+/// An MXF file can be walked as triplets.
+bool isWalked(InputKind kind) {
+    return hasPackets(kind) || kind == InputKind::Mxf;
+}
+
+bool isReadWhole(InputKind kind) {
+    return hasPackets(kind) || hasPictures(kind);
+}
+
+/// What a file of frames with packets or captions is: what the options say, or else its content and name.
+/// @param withPictures Whether captions of video are read.
 /// @throws UsageError when it is of another kind.
-InputKind kindOfFrames(InputFile& source, const FrameSourceOptions& options) {
+InputKind kindOfFrames(InputFile& source, const FrameSourceOptions& options, bool withPictures) {
     if (options.kind) {
+        if (!withPictures && hasPictures(*options.kind)) {
+            throw UsageError("--from-format with --as-deployed is for files of frames with packets only");
+        }
         return *options.kind;
     }
     const auto first = source.peek(kBytesThatTellKind);
-    // An MXF file can be walked as triplets.
-    refuseOtherKinds(
-        first, source.name(), [](InputKind kind) { return hasPackets(kind) || kind == InputKind::Mxf; },
-        "which has no frames with packets");
-    const std::optional<InputKind> kind = inputKind(first, source.name());
-    return kind && hasPackets(*kind) ? *kind : InputKind::Klv;
+    refuseOtherKinds(first, source.name(), withPictures ? isReadWhole : isWalked,
+                     withPictures ? "which has no frames with packets or captions"
+                                  : "which has no frames with packets");
+    const InputKind kind = inputKind(first, source.name()).value_or(InputKind::Klv);
+    const bool isRead = hasPackets(kind) || (withPictures && hasPictures(kind) && kind != InputKind::Mxf);
+    return isRead ? kind : InputKind::Klv;
 }
 
 }  // namespace
@@ -317,7 +334,7 @@ int changeRate(const RateChangeOptions& options) {
     refuseInputAsOutput(options.file, options.output);
     InputFile source(options.file);
     RateChangeOptions changed = options;
-    changed.source.kind = kindOfFrames(source, options.source);
+    changed.source.kind = kindOfFrames(source, options.source, !options.asDeployed);
     if (changed.source.kind == InputKind::Mcc) {
         changed.source.rate = options.from;
     }
