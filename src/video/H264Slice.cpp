@@ -35,10 +35,19 @@ void skipSliceGroups(BitReader& reader, std::uint32_t groups) {
         reader.skipNumber();
     } else if (kind == 6) {
         const unsigned bits = groups > 4 ? 3 : groups > 2 ? 2 : 1;
-        for (std::uint64_t unit = std::uint64_t{reader.number()} + 1; unit > 0 && !reader.hasFailed(); --unit) {
+        std::uint64_t units = std::uint64_t{reader.number()} + 1;
+        while (units > 0 && !reader.hasFailed()) {
             reader.skip(bits);
+            --units;
         }
     }
+}
+
+/// How many references a list has where a slice does not say it.
+std::uint32_t readReferences(BitReader& reader, bool& isTooMany) {
+    const std::uint32_t last = reader.number();
+    isTooMany = isTooMany || last >= kMostReferences;
+    return last + 1;
 }
 
 /// What stands behind the numbers of a picture parameter set.
@@ -53,8 +62,9 @@ void readRest(BitReader& reader, H264Picture& picture) {
     if (groups > 1) {
         skipSliceGroups(reader, static_cast<std::uint32_t>(groups));
     }
-    const std::uint64_t references0 = std::uint64_t{reader.number()} + 1;
-    const std::uint64_t references1 = std::uint64_t{reader.number()} + 1;
+    bool isTooMany = false;
+    picture.references0 = readReferences(reader, isTooMany);
+    picture.references1 = readReferences(reader, isTooMany);
     picture.hasWeights = reader.bits(1) != 0;
     picture.hasWeightsOfTwo = reader.bits(2) == 1;
     for (unsigned number = 0; number < 3; ++number) {
@@ -62,11 +72,7 @@ void readRest(BitReader& reader, H264Picture& picture) {
     }
     reader.skip(2);
     picture.hasRedundantCounts = reader.bits(1) != 0;
-    picture.isCut = reader.hasFailed() || references0 > kMostReferences || references1 > kMostReferences;
-    if (!picture.isCut) {
-        picture.references0 = static_cast<std::uint32_t>(references0);
-        picture.references1 = static_cast<std::uint32_t>(references1);
-    }
+    picture.isCut = reader.hasFailed() || isTooMany;
 }
 
 /// 7.3.3.1, of one list.

@@ -1,6 +1,8 @@
 // Pictures of H.264 with which the count of the order begins anew.
 #include "PictureUnits.h"
 
+#include <qlx/video/h264.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
