@@ -16,14 +16,19 @@ constexpr std::size_t kReadChunk = std::size_t{256} * 1024;
 /// Passes on what was wrong in a picture, with its place in the stream.
 class PictureSink final : public FindingSink {
 public:
-    PictureSink(FindingSink* sink, std::uint64_t begin) noexcept : _sink(sink), _begin(begin) {}
+    /// @param told What of a stream is told once, and has been.
+    PictureSink(FindingSink* sink, std::uint64_t begin, PictureCaptions::Told& told) noexcept
+        : _sink(sink), _begin(begin), _told(told) {}
 
     void add(const Finding& finding) override {
         // How units lie in their lengths is no matter of captions, nor is what is only remarkable.
         const bool isOfLengths = finding.code == FindingCode::VideoLengthCut ||
                                  finding.code == FindingCode::VideoUnitCut ||
                                  finding.code == FindingCode::VideoUnitEmpty;
-        if (isOfLengths || finding.severity == Severity::Remark) {
+        const bool isUnitTold =
+            finding.code == FindingCode::VideoSeiReferenced && !std::exchange(_told.references, true);
+        const bool isLineTold = finding.code == FindingCode::VideoScte20OtherLine && !std::exchange(_told.lines, true);
+        if (isOfLengths || (finding.severity == Severity::Remark && !isUnitTold && !isLineTold)) {
             return;
         }
         Finding placed = finding;
@@ -34,6 +39,7 @@ public:
 private:
     FindingSink* _sink;
     std::uint64_t _begin;
+    PictureCaptions::Told& _told;
 };
 
 }  // namespace
@@ -49,7 +55,7 @@ Data captionTriplets(std::span<const std::uint8_t> picture, const video::StreamF
 
 Data PictureCaptions::take(std::span<const std::uint8_t> picture, const video::StreamForm& form, std::uint64_t offset,
                            FindingSink* findings) {
-    PictureSink sink(findings, offset);
+    PictureSink sink(findings, offset, _told);
     video::CaptionMessages messages(picture, form, findings == nullptr ? nullptr : &sink);
     std::vector<std::uint8_t> bytes;
     std::vector<std::uint8_t> bytesByScte20;
@@ -72,8 +78,8 @@ Data PictureCaptions::take(std::span<const std::uint8_t> picture, const video::S
         }
     }
     _hasA53 = _hasA53 || isCarried;
-    if (_hasA53 && scte20 && !_wasToldUnused) {
-        _wasToldUnused = true;
+    if (_hasA53 && scte20 && !_told.unused) {
+        _told.unused = true;
         if (findings != nullptr) {
             findings->add({FindingCode::StreamScte20Unused, Severity::Warning, *scte20,
                            static_cast<std::int64_t>(bytesByScte20.size() / sizeof(cc::Triplet)), 0});

@@ -96,6 +96,28 @@ TEST(VideoCaptions, SayWhatIsWrongWithThem) {
     EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::StreamCaptionsUnused, qlx::Severity::Remark, 103, 1, 0}));
 }
 
+// An SEI unit with nal_ref_idc is read as any other, and pairs of SCTE 20 from another line as those of line 21; each is told
+// once a stream.
+TEST(VideoCaptions, TellOnceWhatIsUsual) {
+    qlx::streams::PictureCaptions captions;
+    qlx::Findings findings;
+    const Bytes unit = fromHex("000001 66 04 0e b50031 47413934 03 c1 ff fc942c ff 80 000001 65 88");
+    for (std::uint64_t offset = 0; offset < 300; offset += 100) {
+        EXPECT_EQ(captions.take(unit, {Codec::H264}, offset, &findings), Data(fromHex("fc942c")));
+    }
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::VideoSeiReferenced, qlx::Severity::Remark, 3, 3, 0}));
+    findings.clear();
+    // One pair of the first field, line offset 0: 00001 00 01 00000, 94h and 2Ch with their bits in reverse, 1.
+    qlx::streams::PictureCaptions others;
+    for (int picture = 0; picture < 3; ++picture) {
+        EXPECT_FALSE(
+            others.take(fromHex("00000100 0008 000001b2 03 81 08 80 a4 d2"), {Codec::Mpeg2}, 0, &findings).empty());
+    }
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::VideoScte20OtherLine);
+}
+
 /// What a reader gives: the third byte of the first triplet of each frame, -1 without any; and how it ends.
 std::vector<int> marksIn(const Bytes& stream, std::optional<Codec> codec, std::optional<FindingCode>& error) {
     qlx::streams::MemorySource source(stream);

@@ -34,8 +34,8 @@ namespace qlx::streams {
 /// The cc_data triplets of a coded picture: those of all its messages that are meant to be used (process_cc_data_flag), as
 /// video::CaptionMessages finds them; those by SCTE 20 where it has none by ATSC A/53. None when there is no such message.
 /// @param offset Of the picture in its stream, for the findings.
-/// @param findings Gets the errors and warnings of video::CaptionMessages, but for those of lengths of units, and
-///   StreamCaptionsUnused; may be null.
+/// @param findings Gets the errors and warnings of video::CaptionMessages, but for those of lengths of units, its
+///   remarks VideoSeiReferenced and VideoScte20OtherLine, each once, and StreamCaptionsUnused; may be null.
 [[nodiscard]] QLX_STREAMS_EXPORT Data captionTriplets(std::span<const std::uint8_t> picture,
                                                       const video::StreamForm& form, std::uint64_t offset = 0,
                                                       FindingSink* findings = nullptr);
@@ -48,13 +48,21 @@ public:
     /// @param picture A coded picture.
     /// @param form What the stream is.
     /// @param offset Of the picture in its stream, for the findings.
-    /// @param findings Gets, once, StreamScte20Unused (a Warning) beside those of captionTriplets(); may be null.
+    /// @param findings Gets, once a stream, StreamScte20Unused (a Warning), and the remarks VideoSeiReferenced and
+    ///   VideoScte20OtherLine, beside those of captionTriplets(); may be null.
     [[nodiscard]] Data take(std::span<const std::uint8_t> picture, const video::StreamForm& form,
                             std::uint64_t offset = 0, FindingSink* findings = nullptr);
 
+    /// What is told once a stream: whether it has been.
+    struct Told {
+        bool unused = false;      ///< StreamScte20Unused
+        bool references = false;  ///< VideoSeiReferenced
+        bool lines = false;       ///< VideoScte20OtherLine
+    };
+
 private:
     bool _hasA53 = false;
-    bool _wasToldUnused = false;
+    Told _told;
 };
 
 /// Cuts the elementary video stream of a source into access units.
