@@ -30,6 +30,7 @@ struct Line {
     Cells cells;
     std::size_t source = 0;    ///< Index of the cue's row.
     std::size_t distance = 0;  ///< Rows below the first one.
+    std::size_t row = 0;       ///< Of the screen.
 };
 
 class CaptionMaker {
@@ -47,12 +48,42 @@ public:
         setDistances();
         const std::size_t first = firstRow();
         for (Line& line : _lines) {
-            caption.rows.push_back(
-                {static_cast<std::uint8_t>(first + line.distance), columnOf(line), std::move(line.cells)});
+            line.row = first + line.distance;
+        }
+        placeBands();
+        for (Line& line : _lines) {
+            caption.rows.push_back({static_cast<std::uint8_t>(line.row), columnOf(line), std::move(line.cells)});
         }
     }
 
 private:
+    /// Where rows without numbers stand: 0 at the top, 1 in the middle, 2 at the bottom.
+    [[nodiscard]] std::size_t bandOf(const Line& line) const noexcept {
+        const std::uint8_t anchor = _cue.rows[line.source].anchor;
+        return anchor >= 7 ? 0 : anchor >= 4 ? 1 : 2;
+    }
+
+    /// Rows of cues that are shown together may ask for several places: those of one place stand side by side in it.
+    void placeBands() {
+        const bool hasNumbers = std::any_of(_lines.begin(), _lines.end(),
+                                            [this](const Line& line) { return _cue.rows[line.source].number != 0; });
+        const auto isHigher = [this](const Line& left, const Line& right) { return bandOf(left) < bandOf(right); };
+        const auto [highest, lowest] = std::minmax_element(_lines.begin(), _lines.end(), isHigher);
+        if (hasNumbers || bandOf(*highest) == bandOf(*lowest)) {
+            return;
+        }
+        std::stable_sort(_lines.begin(), _lines.end(), isHigher);
+        for (auto begin = _lines.begin(); begin != _lines.end();) {
+            const auto end = std::upper_bound(begin, _lines.end(), *begin, isHigher);
+            const std::size_t last = cea608::kRows - static_cast<std::size_t>(end - begin) + 1;
+            const std::size_t band = bandOf(*begin);
+            std::size_t row = band == 0 ? 1 : band == 1 ? (last + 1) / 2 : last;
+            for (; begin != end; ++begin) {
+                begin->row = row++;
+            }
+        }
+    }
+
     void report(FindingCode code, Severity severity, std::size_t source, std::size_t count) const {
         if (_findings != nullptr) {
             _findings->add(makeFinding(code, severity, _options.findingsOffset, source + 1, count));
@@ -78,7 +109,7 @@ private:
                 return;
             }
             if (!kept.empty()) {
-                _lines.push_back({std::move(kept), source, 0});
+                _lines.push_back({.cells = std::move(kept), .source = source});
             }
             rest = detail::withoutSpaces(rest);
             if (!rest.empty()) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <random>
 #include <string>
@@ -126,6 +127,17 @@ TEST(CueCaptions, StandAtThePlaceOfTheCue) {
     for (const int anchor : {7, 8, 9}) {
         expectRows(at(anchor), {"1,0 a", "2,0 b"});
     }
+    // Of cues that are shown together some stand at the bottom (2), others at the top (8) or in the middle (5).
+    std::vector<Row> rows{rowOf("a"), rowOf("b"), rowOf("c"), rowOf("d")};
+    const auto placed = [&rows](const std::array<std::uint8_t, 4>& anchors) {
+        for (std::size_t index = 0; index < rows.size(); ++index) {
+            rows[index].anchor = anchors[index];
+        }
+        return rows;
+    };
+    expectRows(placed({2, 2, 8, 8}), {"1,0 c", "2,0 d", "14,0 a", "15,0 b"});
+    expectRows(placed({8, 0, 5, 8}), {"1,0 a", "2,0 d", "8,0 c", "15,0 b"});
+    expectRows(placed({5, 1, 4, 6}), {"7,0 a", "8,0 c", "9,0 d", "15,0 b"});
 }
 
 TEST(CueCaptions, BreakLongRowsAtSpaces) {

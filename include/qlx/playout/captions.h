@@ -42,7 +42,8 @@ struct CaptionOptions {
 /// first column with their own spaces. Row numbers 1 to 11, which a teletext page has at double height, are spread over
 /// the rows 1 to 15 by the last of them (the first, where that is above the middle), and the rows of a cue keep their
 /// distance from one another; one whose number does not rise stands below the one before it (PlayoutRowMoved). Without
-/// numbers the rows end on row 15, or stand in the middle or at the top as their place in the cue says. Colours, italics,
+/// numbers the rows end on row 15, or stand in the middle or at the top as their place in the cue says; where they have
+/// several places, those of each stand together in it, from the top down. Colours, italics,
 /// underlines and flashing are asked for; the writer says what cannot be sent.
 /// There is no bold (PlayoutBoldLeftOut).
 ///
