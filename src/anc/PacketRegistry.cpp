@@ -64,6 +64,7 @@ constexpr std::array kRegister{
     RegisteredPacket{{0x5F, 0xDD}, "ARIB, analogue", kStdB37, Vertical},
     RegisteredPacket{{0x5F, 0xDE}, "ARIB captions, SD", kStdB37, Vertical},
     RegisteredPacket{{0x5F, 0xDF}, "ARIB captions, HD", kStdB37, Vertical},
+    RegisteredPacket{{0x5F, 0xFE}, "Station control", "ARIB STD-B39", Either},
     RegisteredPacket{{0x60, 0x60}, "Timecode", "SMPTE ST 12-2", Either},
     RegisteredPacket{{0x60, 0x61}, "HFR time code", "SMPTE ST 12-3", Either},
     RegisteredPacket{{0x60, 0x62}, "Time label", "SMPTE ST 2103", Either},

@@ -16,8 +16,8 @@ using Octets = std::vector<std::uint8_t>;
 
 TEST(PacketRegistry, KnowsEachPairOnce) {
     const auto all = registeredPackets();
-    // The 81 of SMPTE's register, and four of ARIB STD-B37.
-    EXPECT_EQ(all.size(), 85U);
+    // The 81 of SMPTE's register, four of ARIB STD-B37 and one of ARIB STD-B39.
+    EXPECT_EQ(all.size(), 86U);
     EXPECT_EQ(std::count_if(all.begin(), all.end(), [](const auto& packet) { return packet.isType1(); }), 33);
     for (const RegisteredPacket& packet : all) {
         EXPECT_FALSE(packet.name.empty() || packet.standard.empty());
@@ -39,6 +39,7 @@ TEST(PacketRegistry, NamesAPacketByItsTwoWords) {
     EXPECT_EQ(kindOf(0x43, 0x03), "OP-47 multipacket, SMPTE RDD 8");
     EXPECT_EQ(kindOf(0x45, 0x01), "Audio metadata, SMPTE ST 2020-1");
     EXPECT_EQ(kindOf(0x5F, 0xDF), "ARIB captions, HD, ARIB STD-B37");
+    EXPECT_EQ(kindOf(0x5F, 0xFE), "Station control, ARIB STD-B39");
     // The second word of type 1 is a number that counts packets.
     EXPECT_EQ(kindOf(0xE7, 0x00), "Audio group 1, SMPTE ST 299-1");
     EXPECT_EQ(kindOf(0xE7, 0x5A), "Audio group 1, SMPTE ST 299-1");
