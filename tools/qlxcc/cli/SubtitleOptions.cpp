@@ -43,6 +43,9 @@ that of line 9, or of --line. Every frame carries a caption packet (CDP) with as
 frames/s one of each field a frame, above that those of field 1 in even frames and those of field 2 in odd ones. Behind
 them stands what a caption service has to send. With --sd its picture is taken as one of 4:3, otherwise of 16:9.
 
+The times of teletext in a transport stream are 200 ms ahead of its clock, as EN 300 472 lets them be. FFmpeg takes what
+is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
+
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
   qlxcc play film.srt --mode teletext --rate 25 --from 00:10:00,000 --duration 60 -o film.v210
@@ -66,7 +69,8 @@ constexpr OptionRow kPlayOptions[] = {
     {.names = "--sd",
      .field = &RawOptions::isSD,
      .help = "Standard definition: lines 21 and 334, rows of 720 pixels",
-     .more = "Without this option teletext is on the lines 12 and 575."},
+     .more = "Without this option teletext is on the lines 12 and 575; in progressive frames on line 12, for want of "
+             "a rule (equipment takes 9 to 20), unless --line names another."},
     {.names = "--from",
      .value = "TIME",
      .kind = ValueKind::Time,
