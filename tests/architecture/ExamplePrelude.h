@@ -179,6 +179,10 @@ namespace streams_rows {
 extern qlx::streams::ByteSource& source;
 extern qlx::streams::ByteSink& sink;
 }  // namespace streams_rows
+namespace streams_teletext_packets {
+extern qlx::streams::ByteSource& source;
+extern qlx::streams::ByteSink& sink;
+}  // namespace streams_teletext_packets
 namespace streams_text_tracks {
 extern qlx::streams::ByteSource& source;
 }
