@@ -5,7 +5,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace qlx::subtitles;
-    auto first = qlxfuzz::readInPieces<SubRipReader>({data, size}, size + 1);
+    const auto first = qlxfuzz::readInPieces<SubRipReader>({data, size}, size + 1);
     qlxfuzz::require(first == qlxfuzz::readInPieces<SubRipReader>({data, size}, 3));
     qlx::Findings findings;
     SubRipWriter writer(&findings);
@@ -14,13 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         (void)writer.write(cue, text);
     }
     if (findings.empty()) {
-        auto second = qlxfuzz::readInPieces<SubRipReader>(qlxfuzz::bytesOf(text), text.size() + 1);
-        // A number of 0 is written as none.
-        for (auto* const cues : {&first, &second}) {
-            for (Cue& cue : *cues) {
-                cue.number = 0;
-            }
-        }
+        const auto second = qlxfuzz::readInPieces<SubRipReader>(qlxfuzz::bytesOf(text), text.size() + 1);
         qlxfuzz::require(second == first);
     }
     return 0;

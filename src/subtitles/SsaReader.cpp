@@ -172,10 +172,8 @@ private:
             _endsSoftly = ssaNumber(value) == kNoWrapping;
         }
         if (_file.info.size() < kMostInfo && name.size() + value.size() <= kLongestInfo) {
-            WrongBytes wrong;
-            std::string room;
-            const std::string key(withoutWrongBytes(name, room, wrong));
-            _file.info.push_back({key, std::string(withoutWrongBytes(value, room, wrong))});
+            std::string key = withoutWrong(name);
+            _file.info.push_back({std::move(key), withoutWrong(value)});
         } else {
             ++_passed;
         }
@@ -302,9 +300,15 @@ private:
         if (value.empty() || value == usual) {
             return;
         }
+        _cue.properties.push_back({std::string(name), withoutWrong(value)});
+    }
+
+    std::string withoutWrong(std::string_view text) {
         WrongBytes wrong;
         std::string room;
-        _cue.properties.push_back({std::string(name), std::string(withoutWrongBytes(value, room, wrong))});
+        std::string result(withoutWrongBytes(text, room, wrong));
+        report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count, wrong.count != 0);
+        return result;
     }
 
     void report(FindingCode code, Severity severity, std::int64_t first, std::int64_t second = 0, bool isThere = true) {

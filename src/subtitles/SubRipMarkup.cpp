@@ -228,6 +228,8 @@ void SubRipMarkup::takeFont(std::string_view attributes, Tag& tag) {
             tag.face = value;
         } else if (name == "size" && isName) {
             tag.size = value;
+        } else {
+            report(SubRipAttributePassed, Severity::Warning, static_cast<std::int64_t>(name.size() + value.size()));
         }
     }
 }
@@ -249,11 +251,12 @@ void SubRipMarkup::takeCode(std::string_view code) {
     const std::string_view value = code.substr(std::min<std::size_t>(1, code.size()));
     const bool isNumber = value.find_first_not_of(kDecimalDigits) == std::string_view::npos;
     _isChanged = true;
-    if (code.starts_with("an") && code.size() == 3) {
-        takeAnchor(code.substr(2), false);
-    } else if (code.starts_with('a') && isNumber && !value.empty()) {
-        takeAnchor(value, true);
-    } else if (isNumber && code.size() <= 4 && code.find_first_of("bius") == 0) {
+    const bool isPlace = code.starts_with("an") && code.size() == 3;
+    const bool isOldPlace = code.starts_with('a') && isNumber && !value.empty();
+    if ((isPlace && takeAnchor(code.substr(2), false)) || (isOldPlace && takeAnchor(value, true))) {
+        return;
+    }
+    if (isNumber && code.size() <= 4 && code.find_first_of("bius") == 0) {
         // Without a number the code ends what an earlier one said. Of a weight more is kept than that it is heavy.
         constexpr int kHeavy = 600;
         int weight = 0;
@@ -283,12 +286,13 @@ void SubRipMarkup::takeCode(std::string_view code) {
     }
 }
 
-void SubRipMarkup::takeAnchor(std::string_view digits, bool isOld) {
+/// @return Whether it is the place of the cue: the first one counts, and others are kept as they are.
+bool SubRipMarkup::takeAnchor(std::string_view digits, bool isOld) {
     unsigned number = 0;
     (void)std::from_chars(digits.data(), digits.data() + digits.size(), number);
     const unsigned anchor = isOld ? anchorOfOldNumber(number) : number <= 9 ? number : 0;
-    // The first one counts.
     _anchor = _anchor == 0 ? static_cast<std::uint8_t>(anchor) : _anchor;
+    return anchor != 0 && anchor == _anchor;
 }
 
 /// @return The bytes of the entity; 0 when it is none.

@@ -53,7 +53,7 @@ private:
     void takeFont(std::string_view attributes, Tag& tag);
     [[nodiscard]] std::size_t takeCodes(std::string_view text);
     void takeCode(std::string_view code);
-    void takeAnchor(std::string_view digits, bool isOld);
+    [[nodiscard]] bool takeAnchor(std::string_view digits, bool isOld);
     [[nodiscard]] std::size_t takeEntity(std::string_view text, Cue& cue);
     void append(std::string_view text, Cue& cue);
     void beginRun(Row& row);

@@ -91,6 +91,7 @@ private:
         if (!parts.rest.empty()) {
             WrongBytes wrong;
             const std::string_view rest = withoutWrongBytes(parts.rest, _room, wrong);
+            reportWrong(wrong);
             _cue.properties.push_back({std::string(properties::kSubRipCoordinates), std::string(rest)});
         }
         _isPassing = !_isCue;
@@ -175,9 +176,7 @@ private:
         }
         WrongBytes wrong;
         const std::string_view text = withoutWrongBytes(line, _room, wrong);
-        if (wrong.count != 0) {
-            report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
-        }
+        reportWrong(wrong);
         _markup.takeRow(text, number, _cue);
     }
 
@@ -194,6 +193,12 @@ private:
         _linesOfCue = 0;
         _bytesOfCue = 0;
         return isReady;
+    }
+
+    void reportWrong(const WrongBytes& wrong) {
+        if (wrong.count != 0) {
+            report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
+        }
     }
 
     void report(FindingCode code, Severity severity, std::int64_t first = 0, std::int64_t second = 0) {

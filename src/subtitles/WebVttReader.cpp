@@ -115,11 +115,14 @@ private:
         }
         if (_block.size() + line.size() <= _options.greatestCue) {
             _block += line;
+        } else if (!std::exchange(_isBlockCut, true)) {
+            report(WebVttRestTooLong, Severity::Error, static_cast<std::int64_t>(_options.greatestCue));
         }
     }
 
     /// The times of a cue: its name stands alone in front of them.
     bool takeTimes(std::string_view line) {
+        _isBlockCut = false;
         std::string name;
         bool isReady = false;
         if (_part == Part::Block && _blockLines == 1) {
@@ -215,6 +218,7 @@ private:
     }
 
     void takeBlock() {
+        _isBlockCut = false;
         const std::string block = std::exchange(_block, {});
         const std::uint64_t lines = std::exchange(_blockLines, 0);
         const std::string_view first = std::string_view(block).substr(0, block.find('\n'));
@@ -271,6 +275,7 @@ private:
     bool _isEnded = false;
     std::string _block;
     std::uint64_t _blockLines = 0;
+    bool _isBlockCut = false;      ///< Lines of it are left out, which is said.
     std::size_t _kept = 0;         ///< Of what is kept besides cues, with room for each.
     std::size_t _keptInFront = 0;  ///< Of it, what stands in front of the first cue.
     bool _isKeptKnown = false;

@@ -136,7 +136,7 @@ void countLosses(const Run& run, RowLosses& losses) {
                                        [](const Property& property) { return !isWritten(property); });
 }
 
-/// The times inside of a cue (W3C WebVTT, 4.2.1): within it, each later than the one in front of it.
+/// The times inside of a cue (W3C WebVTT, cue timestamps): within it, each later than the one in front of it.
 class InnerTimes {
 public:
     explicit InnerTimes(const UnitSpan& span) : _span(span), _last(span.start) {}

@@ -19,6 +19,8 @@ namespace {
 using namespace detail;
 using subtitles::Cue;
 
+constexpr std::string_view kRuby = "ttml.tts:ruby";
+
 /// What holds where a walk is.
 struct Context {
     StyleSet styles{};  ///< Of the content around.
@@ -280,6 +282,21 @@ private:
         return std::pair(*begin, end.value_or(MediaTime{}));
     }
 
+    /// Makes what a run is of ruby (TTML2, tts:ruby) what WebVTT says of it; delimiters and whatever else stay as they are.
+    static void takeRuby(subtitles::Properties& all) {
+        const auto ruby = std::find_if(all.begin(), all.end(),
+                                       [](const subtitles::Property& property) { return property.name == kRuby; });
+        if (ruby == all.end() || (ruby->value != "base" && ruby->value != "text")) {
+            return;
+        }
+        const bool isText = ruby->value == "text";
+        all.erase(ruby);
+        all.push_back({std::string(subtitles::properties::kWebVttRuby), {}});
+        if (isText) {
+            all.push_back({std::string(subtitles::properties::kWebVttRubyText), {}});
+        }
+    }
+
     /// The pieces of a paragraph or span.
     /// @param own What the spans up to here have of their own.
     /// @return When what is within ends (TTML2, 12.2.4); none: nothing says.
@@ -302,6 +319,7 @@ private:
                 if (!look) {
                     look = _looks.size();
                     _looks.push_back(lookOf(context.styles, own, context.span, _report, element));
+                    takeRuby(_looks[*look].properties);
                     if (context.language != _language) {
                         _looks[*look].properties.push_back(
                             {std::string(subtitles::properties::kWebVttLanguage), std::string(context.language)});

@@ -27,6 +27,8 @@ using subtitles::Run;
 
 constexpr std::string_view kOwn = "ttml.";
 constexpr std::string_view kDecoration = "tts:textDecoration";
+/// Of spans of their own.
+constexpr std::string_view kRubyStyle = "tts:ruby";
 constexpr std::int32_t kMilliseconds = 1000;
 
 /// The styles that EBU Tech 3380 has for text, besides those that are always written.
@@ -166,6 +168,42 @@ const std::string* languageOf(const Run& run) noexcept {
     return valueOf(run.properties, subtitles::properties::kWebVttLanguage);
 }
 
+/// What a run is of ruby (TTML2, tts:ruby).
+enum class Ruby : std::uint8_t { None, Base, Text };
+
+Ruby rubyOf(const Run& run) noexcept {
+    return valueOf(run.properties, subtitles::properties::kWebVttRubyText) != nullptr ? Ruby::Text
+           : valueOf(run.properties, subtitles::properties::kWebVttRuby) != nullptr   ? Ruby::Base
+                                                                                      : Ruby::None;
+}
+
+/// The spans around the runs of a row that are ruby: a container, and one of its base and one of its text in it.
+class RubySpans {
+public:
+    explicit RubySpans(std::string& text) noexcept : _text(text) {}
+
+    /// In front of a run, and behind the last one of a row.
+    void change(Ruby to) {
+        if (to == _ruby) {
+            return;
+        }
+        _text += _ruby != Ruby::None ? "</span>" : "";
+        const bool isSamePair = _ruby == Ruby::Base && to == Ruby::Text;
+        if (!isSamePair) {
+            _text += _ruby != Ruby::None ? "</span>" : "";
+            _text += to != Ruby::None ? "<span tts:ruby=\"container\">" : "";
+            // A text has a base.
+            _text += to == Ruby::Text ? "<span tts:ruby=\"base\"></span>" : "";
+        }
+        _text += to == Ruby::Base ? "<span tts:ruby=\"base\">" : to == Ruby::Text ? "<span tts:ruby=\"text\">" : "";
+        _ruby = to;
+    }
+
+private:
+    std::string& _text;
+    Ruby _ruby = Ruby::None;
+};
+
 /// The style of a run, and what of it is lost.
 std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     std::string text;
@@ -192,6 +230,11 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
             (name == subtitles::properties::kWebVttLanguage && languageOf(run) == &property.value)) {
             continue;
         }
+        const bool isRuby =
+            name == subtitles::properties::kWebVttRuby || name == subtitles::properties::kWebVttRubyText;
+        if (isRuby && !isEbu) {
+            continue;
+        }
         if (name == subtitles::properties::kStruckOut && !isEbu) {
             isStruckOut = true;
             continue;
@@ -202,7 +245,7 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
         name = isFace ? "tts:fontFamily" : isSize ? "tts:fontSize" : name;
         // A size without a unit is another format's.
         const bool isOther = isSize && !property.value.ends_with('%') && !property.value.ends_with('c');
-        const bool isUsed = !isOther && name != kDecoration &&
+        const bool isUsed = !isOther && name != kDecoration && name != kRubyStyle &&
                             isUsable({std::string(name), property.value}, isEbu, kEbuTextStyles) &&
                             appendOnce(text, name, property.value);
         losses.properties += isUsed ? 0 : 1;
@@ -347,6 +390,7 @@ bool TtmlWriter::write(const Cue& cue) {
     for (std::size_t index = 0; index < cue.rows.size(); ++index) {
         Losses losses;
         _body += index == 0 ? "" : "<br/>";
+        RubySpans ruby(_body);
         for (const Run& run : cue.rows[index].runs) {
             const std::string attributes = runStyle(run, isEbu, losses);
             shown = run.from.isValid()
@@ -354,6 +398,7 @@ bool TtmlWriter::write(const Cue& cue) {
                         : shown;
             const std::string* const language = languageOf(run);
             const bool isSpan = isEbu || hasTimes || !attributes.empty() || language != nullptr;
+            ruby.change(isEbu ? Ruby::None : rubyOf(run));
             _body += isSpan ? "<span" : "";
             if (hasTimes) {
                 appendAttribute(_body, "begin", clockTime(shown));
@@ -369,6 +414,7 @@ bool TtmlWriter::write(const Cue& cue) {
             losses.characters += appendEscaped(_body, run.text);
             _body += isSpan ? "</span>" : "";
         }
+        ruby.change(Ruby::None);
         const auto row = static_cast<std::int64_t>(index) + 1;
         report(FindingCode::SubtitleStylesLost, losses.styles != 0, row, losses.styles);
         report(FindingCode::SubtitlePropertiesLost, losses.properties != 0, row, losses.properties);

@@ -31,7 +31,7 @@ public:
     template <class Take>
     void each(BoxSpan span, std::uint32_t type, const Take& take) {
         constexpr std::size_t kMostBoxes = 100'000;
-        while (span.begin < span.end && !_isCut) {
+        while (span.begin < span.end && !_isCut && !_isStopped) {
             std::array<std::uint8_t, anc::kLongAtomHeaderBytes> bytes{};
             const std::size_t most =
                 static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), span.end - span.begin));
@@ -58,12 +58,14 @@ public:
         return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(got)};
     }
 
-    [[nodiscard]] bool isCut() const noexcept { return _isCut; }
+    /// Goes no further: all that is looked for has been seen.
+    void stop() noexcept { _isStopped = true; }
 
 private:
     Read _read;
     std::size_t _boxes = 0;
     bool _isCut = false;  ///< Something of a file that is looked for is not there.
+    bool _isStopped = false;
 };
 
 BoxSpan behind(const BoxSpan& span, std::uint64_t bytes) noexcept {
@@ -116,11 +118,11 @@ std::optional<std::vector<std::string>> webVttHeads(ByteSource& source) {
                 });
             });
         });
+        walk.stop();
     });
     if (size) {
         (void)source.seek(0);
     }
-    // What is behind the index may be cut: it is not read here.
     return hasIndex ? std::optional(std::move(heads)) : std::nullopt;
 }
 

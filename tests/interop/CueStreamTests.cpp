@@ -76,7 +76,7 @@ std::string mpeg2With(std::string_view stream, const std::vector<std::string>& d
     return result += stream.substr(copied);
 }
 
-/// Pictures of H.265, in the order in which they are shown, with the same as SEI messages (Rec. ITU-T H.265, D.2.6).
+/// Pictures of H.265, in the order in which they are shown, with the same as SEI messages (Rec. ITU-T H.265, annex D).
 std::string h265With(std::string_view stream, const std::vector<std::string>& data) {
     std::string result;
     std::size_t copied = 0;
@@ -200,25 +200,44 @@ TEST_F(CueFiles, OfACaptionTrackGiveTheCuesThatWerePlayed) {
                           "2\n00:00:02,000 --> 00:00:03,000\n{\\an1}<i>Two</i>\n\n");
 }
 
+/// A text of FFmpeg's without tags, codes in braces, spaces that place a row, and carriage returns.
+std::string withoutLooks(const std::string& text) {
+    std::string plain;
+    bool isInTag = false;
+    for (const char character : text) {
+        isInTag = isInTag || character == '<' || character == '{';
+        plain += isInTag || character == '\r' ? "" : std::string(1, character);
+        isInTag = isInTag && character != '>' && character != '}';
+    }
+    for (std::size_t space = plain.find("\\h"); space != std::string::npos; space = plain.find("\\h")) {
+        plain.erase(space, 2);
+    }
+    return plain;
+}
+
 TEST_F(CueFiles, AreReadAlikeByFfmpeg) {
     if (!hasTools) {
         GTEST_SKIP() << kNoTools;
     }
     run("ffmpeg -nostdin -v error -f mpegvideo -framerate 30000/1001 -i a.m2v -a53cc 1 -c:v mpeg2video -bf 2 -y b.ts");
     run("ffmpeg -nostdin -v error -f lavfi -i 'movie=b.ts[out0+subcc]' -map 0:s -f srt -y judged.srt");
-    std::string judged;
-    bool isInTag = false;
-    for (const char character : folder->read("judged.srt")) {
-        isInTag = isInTag || character == '<' || character == '{';
-        judged += isInTag || character == '\r' ? "" : std::string(1, character);
-        isInTag = isInTag && character != '>' && character != '}';
-    }
-    // Spaces that place a row.
-    for (std::size_t space = judged.find("\\h"); space != std::string::npos; space = judged.find("\\h")) {
-        judged.erase(space, 2);
-    }
+    const std::string judged = withoutLooks(folder->read("judged.srt"));
     EXPECT_EQ(judged, "1\n00:00:01,001 --> 00:00:02,002\nHello\n\n2\n00:00:02,002 --> 00:00:03,003\nTwo rows\nhere\n\n"
                       "3\n00:00:03,003 --> 00:00:04,004\nYellow\n\n");
+}
+
+// It takes the timecode of a line for the time of its frame, counted as 33 ms each.
+TEST_F(CueFiles, OfAScenaristFileAreReadByFfmpeg) {
+    if (!hasTools) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const std::string srt = folder->write("whole.srt", "1\n00:00:02,000 --> 00:00:04,000\nHello\n\n"
+                                                       "2\n00:00:05,000 --> 00:00:07,000\nTwo\nrows\n\n");
+    ASSERT_EQ(runTool({"convert", srt, "-o", folder->path("whole.scc")}).exitCode, 0);
+    run("ffmpeg -nostdin -v error -i whole.scc -f srt -y whole.judged.srt");
+    const std::string judged = withoutLooks(folder->read("whole.judged.srt"));
+    EXPECT_TRUE(judged.starts_with("1\n00:00:02,000 --> 00:00:04,000\nHello\n\n2\n00:00:05,000 --> ")) << judged;
+    EXPECT_NE(judged.find("\nTwo\nrows\n"), std::string::npos) << judged;
 }
 
 // Files that convert writes, read by programs that are not ours.

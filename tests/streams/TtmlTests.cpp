@@ -227,7 +227,10 @@ TEST(Ttml, ResolvesStyles) {
         {"<span tts:textDecoration='lineThrough'>a</span>", "{strikeout=}a"},
         {"<span xml:lang='fr'>a<br/>b</span>c", "{vtt.lang=fr}a|{vtt.lang=fr}b{}c"},
         {"<span tts:fontFamily='serif' tts:fontSize='50%'>a</span>", "{font.face=serif font.size=50%}a"},
-        {"<span tts:ruby='base'>a</span>", "{ttml.tts:ruby=base}a"},
+        {"<span tts:ruby='container'><span tts:ruby='base'>a</span><span tts:ruby='delimiter'>(</span>"
+         "<span tts:ruby='text'>b</span></span>c",
+         "{vtt.ruby=}a{ttml.tts:ruby=delimiter}({vtt.ruby= vtt.rt=}b{}c"},
+        {"a<span xml:lang='fr'>b<span xml:lang=''>c</span></span>", "a{vtt.lang=fr}b{vtt.lang=}c"},
         {"a<span tts:visibility='hidden'>b</span>", "a", {TtmlHidden}},
         {"a<set begin='1s' tts:color='red'/>", "a", {TtmlAnimationLeftOut}},
     };

@@ -68,7 +68,10 @@ TEST(SubRip, ReadsTheMarkupOfRows) {
         {"{\\an8}a\nb", "[8]a|[8]b"},
         {"a\n{\\an1}b", "[1]a|[1]b"},
         {"{\\a6}a", "[8]a"},
-        {"{\\a11}a{\\an2}", "[6]a"},
+        {"{\\a11}a{\\an6}", "[6]a"},
+        {"{\\a11}a{\\an2}", "[6]a{srt.codes=\\an2}"},
+        {"{\\an0}a{\\a4}b", "{srt.codes=\\an0}a{srt.codes=\\a4}b"},
+        {"<font color=red foo=bar>a</font>", "{#30}a", {SubRipAttributePassed}},
         {"{\\i1}a{\\i0}b{\\b1\\u1}c{\\r}d", "{i}a{}b{bu}c{}d"},
         {"<i>a{\\i0}b{\\i}c</i>", "{i}a{}b{i}c"},
         {"{\\c&H0000FF&}a{\\c}b", "{#30}a{}b"},
@@ -131,6 +134,8 @@ TEST(SubRip, KeepsWhatStandsBehindTheTimes) {
     ASSERT_EQ(result.cues.size(), 1U);
     EXPECT_EQ(result.cues[0].properties, (Properties{{"srt.coordinates", "X1:117 X2:619 Y1:042 Y2:428"}}));
     EXPECT_TRUE(result.findings.empty());
+    EXPECT_EQ(read("1\n00:00:01,000 --> 00:00:02,000 X1:\xFF\na\n").codes(),
+              std::vector{FindingCode::SubtitleTextNotUtf8});
 }
 
 TEST(SubRip, ReadsLinesThatEndInAnyWayInPiecesOfAnySize) {

@@ -255,6 +255,11 @@ TEST(WebVtt, TakesWhatIsSeenWithFindings) {
              {.greatestCue = 100});
     ASSERT_EQ(large.cues.size(), 1U);
     EXPECT_EQ(large.codes(), std::vector{WebVttTextTooLong});
+    const CuesRead note = read("WEBVTT\n\nNOTE\n" + std::string(200, 'x') + "\n" + std::string(200, 'y') +
+                                   "\n\n00:03.000 --> 00:04.000\nb\n",
+                               7, {.greatestCue = 100});
+    ASSERT_EQ(note.cues.size(), 1U);
+    EXPECT_EQ(note.codes(), std::vector{WebVttRestTooLong});
 }
 
 TEST(WebVtt, WritesPlacesOfOtherFormats) {

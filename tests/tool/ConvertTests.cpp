@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 namespace convert_tests {
 namespace {
 
@@ -171,6 +173,8 @@ TEST(Convert, ChangesTimesInTheirOrderAndRoundsOnce) {
         {{"--from-start", "10:00:00:00", "--from-rate", "29.97"}, "00:00:00,000 --> 00:00:01,001;"},
         {{"--from-start", "10:00:00:00", "--from-rate", "29.97", "--drop"}, "00:00:36,036 --> 00:00:37,037;"},
         {{"--from-start", "10:00:00;00", "--from-rate", "29.97", "--non-drop"}, "00:00:00,000 --> 00:00:01,001;"},
+        {{"--from-start", "10:00:00:00", "--from-rate", "59.94"}, "00:00:00,000 --> 00:00:01,001;"},
+        {{"--from-start", "10:00:00:00", "--from-rate", "59.94", "--drop"}, "00:00:36,036 --> 00:00:37,037;"},
         {{"--from-start", "auto"}, "00:00:36,000 --> 00:00:37,001;"},
         {{"--from-start", "0"}, "10:00:36,000 --> 10:00:37,001;"},
         {{"--from-start", "10:00:00,000", "--scale", "1/2"}, "00:00:18,000 --> 00:00:18,501;"},
@@ -208,6 +212,39 @@ TEST(Convert, SetsWideCuesAnew) {
                         {"--wrap", "15"})
                   .out,
               "1\n00:00:01,000 --> 00:00:02,000\naaaa bbbb\ncccc dddd\n\n");
+    // Marks take no column, and joined signs those of one: both rows have eight.
+    const std::string marks =
+        srt({{"00:00:01,000", "00:00:02,000", "a\u0301b\u0301c\u0301d\u0301 e\u0301f\u0301g"},
+             {"00:00:03,000", "00:00:04,000", "\U0001F469\u200D\U0001F469\u200D\U0001F467 abcde"}});
+    const std::string marked = folder.write("c.srt", marks);
+    EXPECT_EQ(converted(marked, "srt", {"--wrap", "8"}).out, marks);
+    const std::string wide = folder.write("d.srt", srt({{"00:00:01,000", "00:00:02,000",
+                                                         "a\u0301b\u0301c\u0301d\u0301 "
+                                                         "e\u0301f\u0301gh"}}));
+    EXPECT_EQ(converted(wide, "srt", {"--wrap", "8"}).out,
+              "1\n00:00:01,000 --> 00:00:02,000\na\u0301b\u0301c\u0301d\u0301\ne\u0301f\u0301gh\n\n");
+}
+
+TEST(Convert, PutsCuesInOrderWithinAWindow) {
+    const TemporaryFolder folder;
+    const auto converting = [&](int cues) {
+        std::string text;
+        char line[64];
+        for (int number = 1; number <= cues; ++number) {
+            std::snprintf(line, sizeof line, "00:%02d:%02d,000 --> 00:%02d:%02d,500\nx\n\n", 10 + number / 60,
+                          number % 60, 10 + number / 60, number % 60);
+            text += line;
+        }
+        text += "00:00:01,000 --> 00:00:02,000\nlate\n\n";
+        return converted(folder.write("in.srt", text), "vtt");
+    };
+    const ToolResult near = converting(1000);
+    EXPECT_TRUE(near.out.starts_with("WEBVTT\n\n1001\n00:00:01.000")) << near.out.substr(0, 200);
+    EXPECT_NE(near.err.find("1 cue moved in front of cues that begin later"), std::string::npos) << near.err;
+    // 2,000 are held back at most.
+    const ToolResult far = converting(2900);
+    EXPECT_FALSE(far.out.starts_with("WEBVTT\n\n2901\n"));
+    EXPECT_NE(far.err.find("1 cue too far behind cues that begin later to be moved"), std::string::npos) << far.err;
 }
 
 TEST(Convert, PutsCuesInOrderAndApart) {
@@ -377,6 +414,33 @@ TEST(Convert, KeepsLanguagesOfPartsBetweenWebVttAndTtml) {
     const ToolResult rows = converted(other, "vtt", {"--report"});
     EXPECT_NE(rows.out.find("<lang en>a</lang>\n<lang de>b</lang>\n"), std::string::npos) << rows.out;
     EXPECT_NE(rows.err.find("1 attribute left out"), std::string::npos) << rows.err;
+}
+
+TEST(Convert, KeepsRubyBetweenWebVttAndTtml) {
+    const TemporaryFolder folder;
+    const std::string vtt = "WEBVTT\n\n1\n00:00:01.000 --> 00:00:02.000\n"
+                            "A<ruby>kan<rt>ji</rt><b>ka</b>na<rt>x</rt></ruby>Z\n<ruby><rt>y</rt></ruby>\n\n";
+    const std::string ttml = folder.path("a.ttml");
+    const ToolResult made = runTool({"convert", folder.write("in.vtt", vtt), "-o", ttml, "--strict"});
+    EXPECT_EQ(made.exitCode, 0) << made.err;
+    // A base or a text stands in a container, of which each has one of both.
+    const std::string written = folder.read("a.ttml");
+    EXPECT_NE(
+        written.find(">A<span tts:ruby=\"container\"><span tts:ruby=\"base\">kan</span><span tts:ruby=\"text\">ji"
+                     "</span></span><span tts:ruby=\"container\"><span tts:ruby=\"base\"><span style=\"style2\">ka"
+                     "</span>na</span><span tts:ruby=\"text\">x</span></span>Z<br/><span tts:ruby=\"container\">"
+                     "<span tts:ruby=\"base\"></span><span tts:ruby=\"text\">y</span></span></p>"),
+        std::string::npos)
+        << written;
+    const ToolResult back = converted(ttml, "vtt");
+    EXPECT_EQ(back.exitCode, 0);
+    EXPECT_NE(back.out.find("\nA<ruby>kan<rt>ji</rt><b>ka</b>na<rt>x</rt></ruby>Z\n<ruby><rt>y</rt></ruby>\n"),
+              std::string::npos)
+        << back.out;
+    EXPECT_EQ(converted(ttml, "ttml").out, written);
+    const ToolResult ebu = converted(ttml, "ebu-tt-d", {"--strict"});
+    EXPECT_EQ(ebu.exitCode, 1);
+    EXPECT_NE(ebu.err.find("lost properties"), std::string::npos) << ebu.err;
 }
 
 TEST(Convert, LeavesFormatsThatScanDoesNotWriteToIt) {

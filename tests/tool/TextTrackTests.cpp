@@ -83,23 +83,35 @@ std::string mp4Track(const Mp4Track& track, std::size_t id, std::size_t place) {
                    media);
 }
 
-/// A file with these tracks, whose samples stand in front of the index.
-std::string mp4(const std::vector<Mp4Track>& tracks) {
+/// A file with these tracks, whose samples stand in front of the index, or behind it.
+/// @param padding Bytes in front of the tracks in the index.
+std::string mp4(const std::vector<Mp4Track>& tracks, bool isIndexInFront = false, std::size_t padding = 0) {
     const std::string first = box("ftyp", "isom" + zeros(4) + "isom");
     std::string data;
-    std::string index;
     std::uint64_t longest = 0;
-    for (std::size_t id = 1; id <= tracks.size(); ++id) {
-        index += mp4Track(tracks[id - 1], id, first.size() + 8 + data.size());
-        std::uint64_t duration = 0;
-        for (const Sample& sample : tracks[id - 1].samples) {
-            data += sample.bytes;
-            duration += sample.milliseconds;
+    const auto index = [&](std::size_t place) {
+        std::string all;
+        data.clear();
+        for (std::size_t id = 1; id <= tracks.size(); ++id) {
+            all += mp4Track(tracks[id - 1], id, place + data.size());
+            std::uint64_t duration = 0;
+            for (const Sample& sample : tracks[id - 1].samples) {
+                data += sample.bytes;
+                duration += sample.milliseconds;
+            }
+            longest = std::max(longest, duration);
         }
-        longest = std::max(longest, duration);
+        const std::string header = fullBox("mvhd", zeros(8) + number(1000, 4) + number(longest, 4) + zeros(80));
+        return box("moov", header + (padding == 0 ? "" : box("free", zeros(padding))) + all);
+    };
+    const std::size_t behind = first.size() + 8;
+    if (isIndexInFront) {
+        // The index is as long whatever the places in it are.
+        const std::string all = index(behind + index(0).size());
+        return first + all + box("mdat", data);
     }
-    const std::string header = fullBox("mvhd", zeros(8) + number(1000, 4) + number(longest, 4) + zeros(80));
-    return first + box("mdat", data) + box("moov", header + index);
+    const std::string all = index(behind);
+    return first + box("mdat", data) + all;
 }
 
 /// A description (3GPP TS 26.245, 5.16): at the bottom, centred, white, 18 high.
@@ -193,6 +205,17 @@ TEST(TextTracks, KeepWhatStandsInFrontOfWebVttCues) {
     const ToolResult without = converted(file, "vtt", {"--track", "2"});
     EXPECT_EQ(without.out, "WEBVTT\n\n1\n00:00:00.000 --> 00:00:01.000 region:low\na\n\n");
     EXPECT_NE(without.err.find("no region has the name of 3 bytes"), std::string::npos) << without.err;
+    // Of a pipe as far as it can be looked at ahead.
+    for (const bool isFar : {false, true}) {
+        constexpr std::size_t kFar = std::size_t{2} << 20U;
+        const std::string input = mp4({track(head)}, true, isFar ? kFar : 0);
+        const ToolResult piped =
+            runTool({"convert", "-", "-o", "-", "--to-format", "vtt", "--from-format", "mov", "--track", "1"},
+                    {.input = input});
+        EXPECT_EQ(piped.exitCode, 0) << piped.err;
+        EXPECT_EQ(piped.out.find("STYLE") == std::string::npos, isFar) << piped.out;
+        EXPECT_EQ(piped.err.find("cannot be read from a pipe") != std::string::npos, isFar) << piped.err;
+    }
     const ToolResult srt = converted(file, "srt", {"--track", "3", "--strict"});
     EXPECT_EQ(srt.exitCode, 1);
     EXPECT_NE(srt.err.find("2 lines of the header, 2 blocks (STYLE, REGION, NOTE)"), std::string::npos) << srt.err;

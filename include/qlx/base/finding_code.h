@@ -399,6 +399,7 @@ enum class FindingCode : std::uint32_t {
     SubRipTagUnclosed,          ///< How many are open at the cue's end.
     SubRipTextInFront,          ///< Bytes of a row in front of the first times, which is left out.
     SubRipEmptyRow,             ///< Empty rows inside of a cue.
+    SubRipAttributePassed,      ///< Bytes of an attribute of a tag, of its name and value.
 
     // subtitles, WebVTT; the offset is the number of a line, counted from 1
     WebVttSignatureMissing = 0xA'0601,  ///< No numbers.

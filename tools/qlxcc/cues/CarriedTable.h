@@ -5,6 +5,10 @@
 // (colours of classes). EBU STL: EBU Tech 3264, 5.3 (the codes of a text field, VP, JC). CEA-608: CTA-608-E, 6.2 and 6.4
 // (mid-row codes, background and flash). CEA-708: CTA-708-E, 8.5 (pens and windows). Teletext: ETSI EN 300 706, 12.2
 // (spacing attributes of level 1). TTML: W3C IMSC 1.1, 8.4, and EBU Tech 3380. JSON says all that a cue has.
+//
+// A format may be able to say more than what is written of it: style sheets of WebVTT have colours, fonts and strike-out
+// too, captions and teletext have columns, teletext has backgrounds (1/D) and, at higher levels, looks, EBU STL has
+// cumulative sets for rows that appear later. There is no + where `convert` does not write it.
 #pragma once
 
 #include <array>
@@ -69,7 +73,7 @@ inline constexpr CarriedRow kCarriedTable[] = {
     {CueFeature::Language,   "language of the cue",          "-+----+++"},
     {CueFeature::InnerTimes, "times inside the cue",         "-+----+++"},
     {CueFeature::Voices,     "voices",                       "-+------+"},
-    {CueFeature::Ruby,       "ruby",                         "-+------+"},
+    {CueFeature::Ruby,       "ruby",                         "-+----+-+"},
     {CueFeature::Others,     "what another format adds",     "--------+"},
 };
 // clang-format on

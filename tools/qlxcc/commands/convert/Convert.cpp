@@ -180,8 +180,10 @@ private:
             if (input.ttml && !input.ttml->language.empty()) {
                 file.header.push_back("Language: " + input.ttml->language);
             }
-            _webVtt.begin(_options.timestampMap ? withTimestampMap(std::move(file), *_options.timestampMap) : file,
-                          _text);
+            if (_options.timestampMap) {
+                file = withTimestampMap(std::move(file), *_options.timestampMap);
+            }
+            _webVtt.begin(file, _text);
         } else if (_format == CueFormat::Json) {
             _json.begin(input, _text);
         } else if (_format == CueFormat::Ttml || _format == CueFormat::EbuTtD) {
