@@ -5,6 +5,7 @@
 
 #include <qlx/log/status.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <csignal>
 #include <future>
@@ -191,6 +192,19 @@ TEST_F(LogOutage, FailsToOpenAPipeThatNobodyReads) {
 }
 
 TEST_F(LogOutage, OfAFullPipeHoldsUpTheLogAlone) {
+    // A write waits: the descriptor is no longer the one that was opened without waiting.
+    class LookingFiles : public qlx::LogFiles {
+    public:
+        bool write(int descriptor, std::string_view bytes) override {
+            const int flags = fcntl(descriptor, F_GETFL);
+            EXPECT_EQ(flags & O_NONBLOCK, 0);
+            EXPECT_EQ(flags & O_APPEND, O_APPEND);
+            ++writes;
+            return LogFiles::write(descriptor, bytes);
+        }
+        std::atomic<int> writes{0};
+    } files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
     useDelegate();
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
@@ -216,6 +230,7 @@ TEST_F(LogOutage, OfAFullPipeHoldsUpTheLogAlone) {
     // The write waited, and did not fail.
     EXPECT_EQ(console.printed(), "");
     EXPECT_EQ(qlx::log::status().outages, before.outages);
+    EXPECT_EQ(files.writes, 2);
     close(reader);
 }
 
