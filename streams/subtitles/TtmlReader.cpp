@@ -184,9 +184,14 @@ private:
         _pieces.clear();
         _looks.clear();
         _hasHidden = false;
+        _isCut = false;
         _language = context.language;
         const auto implicitEnd = gather(element, context, StyleSet{});
         const std::optional<MediaTime> last = context.ownEnd ? context.ownEnd : implicitEnd;
+        if (_isCut) {
+            _report.add(FindingCode::TtmlParagraphTooLong, Severity::Error, element,
+                        static_cast<std::int64_t>(_options.mostPieces));
+        }
         if (_hasHidden) {
             _report.add(FindingCode::TtmlHidden, Severity::Remark, element);
         }
@@ -306,6 +311,10 @@ private:
         std::optional<MediaTime> next = context.begin;
         bool isOpen = false;
         for (const pugi::xml_node& inner : element.children()) {
+            _isCut = _isCut || _pieces.size() >= _options.mostPieces;
+            if (_isCut) {
+                return std::nullopt;
+            }
             const pugi::xml_node_type type = inner.type();
             if (type == pugi::node_pcdata || type == pugi::node_cdata) {
                 const bool isText =
@@ -365,8 +374,25 @@ private:
     std::vector<TextPiece> _pieces;
     std::vector<Look> _looks;
     bool _hasHidden = false;
+    bool _isCut = false;
     std::string_view _language;
 };
+
+/// What the elements, texts and attributes of a document take in memory, at most.
+std::uint64_t bytesOfTree(std::string_view text) {
+    // An element, and the text behind its tag.
+    constexpr std::uint64_t kTwoNodes = 128;
+    constexpr std::uint64_t kAttribute = 40;
+    return kTwoNodes * static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '<')) +
+           kAttribute * static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '='));
+}
+
+/// That may be taken for a document.
+std::uint64_t mostBytesOfTree(std::string_view text) {
+    constexpr std::uint64_t kAlways = std::uint64_t{32} * 1024 * 1024;
+    constexpr std::uint64_t kTimesTheText = 9;
+    return kAlways + kTimesTheText * text.size();
+}
 
 /// The text with U+FFFD in place of each byte that is no UTF-8, and how many these are.
 std::string repaired(std::string_view text, std::int64_t& count) {
@@ -430,6 +456,11 @@ Result<TtmlFile> readTtml(std::span<const std::uint8_t> text, const std::functio
     TtmlReport report(findings, shown);
     if (firstWrong) {
         report.add(FindingCode::TtmlTextNotUtf8, Severity::Error, *firstWrong, count);
+    }
+    if (bytesOfTree(shown) > mostBytesOfTree(shown)) {
+        return Finding{FindingCode::TtmlTooManyElements, Severity::Error, 0,
+                       static_cast<std::int64_t>(bytesOfTree(shown)),
+                       static_cast<std::int64_t>(mostBytesOfTree(shown))};
     }
     pugi::xml_document document;
     const pugi::xml_parse_result parsed =

@@ -455,6 +455,60 @@ TEST(Ttml, BoundsTheTimesOfSpans) {
     EXPECT_EQ(bounded.codes, std::vector{FindingCode::TtmlTimesTooMany});
 }
 
+TEST(Ttml, PassesOverParametersThatAreNone) {
+    using enum FindingCode;
+    // TTML2, 7.2: what each may be. What is none leaves the document as it would be without.
+    const std::vector<std::pair<std::string, std::vector<FindingCode>>> cases{
+        {"ttp:timeBase='media'", {}},
+        {"ttp:timeBase='clock'", {TtmlTimesOfDay}},
+        {"ttp:timeBase='sundial'", {TtmlParameterWrong}},
+        {"ttp:frameRate='0'", {TtmlParameterWrong}},
+        {"ttp:frameRate='25.5'", {TtmlParameterWrong}},
+        {"ttp:subFrameRate='two'", {TtmlParameterWrong}},
+        {"ttp:tickRate='-1'", {TtmlParameterWrong}},
+        {"ttp:frameRate='30' ttp:frameRateMultiplier='1000 1001'", {}},
+        {"ttp:frameRateMultiplier='1000 no'", {TtmlParameterWrong}},
+        {"ttp:dropMode='nonDrop'", {}},
+        {"ttp:dropMode='dropPAL'", {}},
+        {"ttp:dropMode='dropEggs'", {TtmlParameterWrong}},
+        {"ttp:cellResolution='40 24'", {}},
+        {"ttp:cellResolution='40 -24'", {TtmlParameterWrong}},
+        {"somebodys='own'", {TtmlAttributesLeftOut}},
+    };
+    for (const auto& [parameters, codes] : cases) {
+        const auto document = readDocument(documentOf(paragraphOf("a"), "", parameters));
+        EXPECT_EQ(document.codes, codes) << parameters;
+        EXPECT_EQ(cuesInWords(document.cues), "1000-2000 a") << parameters;
+    }
+}
+
+TEST(Ttml, BoundsThePartsOfAParagraph) {
+    const std::string text = documentOf(paragraphOf("a<br/>b<span><br/>c</span>"));
+    const auto whole = readDocument(text, {.mostPieces = 5});
+    EXPECT_EQ(cuesInWords(whole.cues), "1000-2000 a|b|c");
+    EXPECT_EQ(whole.codes, std::vector<FindingCode>{});
+    const auto cut = readDocument(text, {.mostPieces = 3});
+    EXPECT_EQ(cuesInWords(cut.cues), "1000-2000 a|b");
+    EXPECT_EQ(cut.codes, std::vector{FindingCode::TtmlParagraphTooLong});
+}
+
+TEST(Ttml, RefusesATreeThatTakesMuchMoreThanItsText) {
+    const auto errorOf = [](std::size_t count) {
+        std::string text = "<tt><body><div>";
+        for (std::size_t index = 0; index < count; ++index) {
+            text += "<p/>";
+        }
+        return readDocument(text + "</div></body></tt>").error;
+    };
+    // 128 bytes each, of which nine times their four bytes are given beside the 32 MiB that all may take.
+    constexpr std::size_t kMost = 32 * 1024 * 1024 / (128 - 9 * 4);
+    EXPECT_FALSE(errorOf(kMost - 10));
+    const auto error = errorOf(kMost + 10);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code, FindingCode::TtmlTooManyElements);
+    EXPECT_GT(error->first, error->second);
+}
+
 TEST(Ttml, BoundsWhatIsHandedOutMoreThanOnce) {
     // A name of a megabyte that two hundred spans refer to, and as many paragraphs.
     const std::string head = "<styling><style xml:id='s' tts:fontFamily='" + std::string(1'000'000, 'f') +

@@ -1,4 +1,5 @@
 // The JSON that convert writes, by the schema that is installed with it, of which every keyword is checked.
+#include "Places.h"
 #include "ToolRunner.h"
 #include "streams/Json.h"
 
@@ -134,7 +135,7 @@ private:
     Value _root;
 };
 
-const std::string kSchema = std::string(QLX_SCHEMAS) + "/subtitles-1.schema.json";
+const std::string kSchema = qlxtest::projectPath("docs/schemas/subtitles-1.schema.json");
 
 TEST(Schema, HasAllThatConvertWrites) {
     const TemporaryFolder folder;

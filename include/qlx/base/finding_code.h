@@ -630,6 +630,8 @@ enum class FindingCode : std::uint32_t {
     TtmlHidden,                     ///< No numbers; a paragraph or span that is not displayed.
     TtmlStyleChainTooLong,          ///< Bytes of the name of a style that is referred to by way of too many others.
     TtmlAnimationLeftOut,           ///< No numbers; what its element says holds for good.
+    TtmlTooManyElements,            ///< Bytes that elements and attributes would take in memory, most of them.
+    TtmlParagraphTooLong,           ///< Most parts of a paragraph, texts and line ends, that are read.
     // streams, TTML that is written; the offset is the cue, counted from 1
     TtmlCharacterReplaced = 0x1F'0441,  ///< Row, its characters that XML has no form for.
 

@@ -78,6 +78,7 @@ struct TtmlReadOptions {
     std::size_t deepest = 200;                                 ///< Elements within each other; deeper ones are refused.
     std::size_t mostTimes =
         1000;  ///< At which a paragraph changes; of one with more the times of spans are passed over.
+    std::size_t mostPieces = 50'000;  ///< Texts and line ends of a paragraph; those behind are left out.
     /// What frame numbers count in a file without `ttp:frameRate`; none: 30, as TTML2, 7.2.5 has it.
     std::optional<FrameRate> rate{};
     /// Of these frames numbers are left out (`dropNTSC`) where neither a frame rate nor `ttp:dropMode` is in the file.
@@ -88,8 +89,9 @@ struct TtmlReadOptions {
 
 /// Reads a file as a whole.
 ///
-/// Refused are what is not well-formed, no TTML, too long or too deep, and a document type with a part of its own: nothing
-/// outside of the file is ever looked at. Everything else that cannot be used is passed over with a finding, whose offset
+/// Refused are what is not well-formed, no TTML, too long or too deep, what has so many elements that they would take more
+/// than 32 MiB and nine times the file in memory, and a document type with a part of its own: nothing outside of the file
+/// is ever looked at. Everything else that cannot be used is passed over with a finding, whose offset
 /// is its line, counted from 1. Images and data that are carried along (SMPTE ST 2052-1, 5.5 ff.) are such. A paragraph
 /// that nothing ends lasts five seconds. Takes time and memory in proportion to the file.
 /// @param text UTF-8, whatever its declaration says; a byte that is not becomes U+FFFD.
