@@ -344,6 +344,9 @@ CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue
         throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
     }
     if (hasCues(kind)) {
+        if (file.peek(1).empty()) {
+            throw failureAtByte(file.name(), 0, "the file is empty");
+        }
         readFileOfCues(file, kind, request, input, notes, take);
         return input;
     }

@@ -78,6 +78,14 @@ public:
         }
     }
 
+    /// With --quiet warnings are not said; that they make the exit code is.
+    void sayWhyItFails() const {
+        if (isQuiet()) {
+            printMessage(_name + ": " + counted(_damages, "problem") + ", " + counted(_losses, "change") +
+                         " or losses (said without --quiet)");
+        }
+    }
+
     [[nodiscard]] std::uint64_t damages() const { return _damages; }
     [[nodiscard]] std::uint64_t losses() const { return _losses; }
 
@@ -388,8 +396,13 @@ void sayUnused(const ConvertOptions& options, ConversionNotes& notes) {
     }
 }
 
+/// Says why where nothing else does.
 bool failedBy(const ConversionNotes& notes, const ConvertOptions& options) {
-    return notes.damages() != 0 || (options.isStrict && notes.losses() != 0);
+    const bool hasFailed = notes.damages() != 0 || (options.isStrict && notes.losses() != 0);
+    if (hasFailed) {
+        notes.sayWhyItFails();
+    }
+    return hasFailed;
 }
 
 }  // namespace
