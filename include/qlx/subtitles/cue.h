@@ -120,9 +120,9 @@ struct Cue {
     std::uint16_t screenColumns = 0;  ///< The columns that Row::column counts; 0: not known.
     /// A name that the file gives it; of digits only for a number that Cue::number cannot say (`0`, `007`); or empty.
     std::string identifier{};
-    std::string language{};           ///< Of the text, as in RFC 5646; empty: not known.
-    std::string region{};             ///< The name of the region of the screen that it stands in; or empty.
-    Properties properties{};          ///< What the file says of it besides.
+    std::string language{};   ///< Of the text, as in RFC 5646; empty: not known.
+    std::string region{};     ///< The name of the region of the screen that it stands in; or empty.
+    Properties properties{};  ///< What the file says of it besides.
 
     /// Whether all fields are equal: the same time in other terms is another value.
     [[nodiscard]] friend bool operator==(const Cue&, const Cue&) = default;

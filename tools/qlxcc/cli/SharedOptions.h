@@ -69,10 +69,10 @@ inline constexpr OptionRow kTrack{
     .kind = ValueKind::Name,
     .field = &RawOptions::track,
     .help = "Of MP4, MOV and Matroska files: the text track, by number or language (default: the first)",
-    .more =
-        "Texts are 3GPP timed text (tx3g), WebVTT (wvtt) and TTML (stpp) in MP4 and MOV files, and SubRip, "
-        "WebVTT and SubStation Alpha in Matroska files. Numbers count the text tracks from 1; a language is as the file says it, such as eng. "
-        "Which tracks are not read is said."};
+    .more = "Texts are 3GPP timed text (tx3g), WebVTT (wvtt) and TTML (stpp) in MP4 and MOV files, and SubRip, "
+            "WebVTT and SubStation Alpha in Matroska files. Numbers count the text tracks from 1; a language is as the "
+            "file says it, such as eng. "
+            "Which tracks are not read is said."};
 
 inline constexpr OptionRow kSubtitleFile =
     fileArgument("FILE", "An SRT, JSON or EBU STL file (-: standard input)",
