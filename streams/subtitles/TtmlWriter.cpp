@@ -1,5 +1,6 @@
 #include "TtmlNames.h"
 #include "TtmlPlaces.h"
+#include "TtmlRuby.h"
 #include "TtmlTimes.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
@@ -167,42 +168,6 @@ struct Losses {
 const std::string* languageOf(const Run& run) noexcept {
     return valueOf(run.properties, subtitles::properties::kWebVttLanguage);
 }
-
-/// What a run is of ruby (TTML2, tts:ruby).
-enum class Ruby : std::uint8_t { None, Base, Text };
-
-Ruby rubyOf(const Run& run) noexcept {
-    return valueOf(run.properties, subtitles::properties::kWebVttRubyText) != nullptr ? Ruby::Text
-           : valueOf(run.properties, subtitles::properties::kWebVttRuby) != nullptr   ? Ruby::Base
-                                                                                      : Ruby::None;
-}
-
-/// The spans around the runs of a row that are ruby: a container, and one of its base and one of its text in it.
-class RubySpans {
-public:
-    explicit RubySpans(std::string& text) noexcept : _text(text) {}
-
-    /// In front of a run, and behind the last one of a row.
-    void change(Ruby to) {
-        if (to == _ruby) {
-            return;
-        }
-        _text += _ruby != Ruby::None ? "</span>" : "";
-        const bool isSamePair = _ruby == Ruby::Base && to == Ruby::Text;
-        if (!isSamePair) {
-            _text += _ruby != Ruby::None ? "</span>" : "";
-            _text += to != Ruby::None ? "<span tts:ruby=\"container\">" : "";
-            // A text has a base.
-            _text += to == Ruby::Text ? "<span tts:ruby=\"base\"></span>" : "";
-        }
-        _text += to == Ruby::Base ? "<span tts:ruby=\"base\">" : to == Ruby::Text ? "<span tts:ruby=\"text\">" : "";
-        _ruby = to;
-    }
-
-private:
-    std::string& _text;
-    Ruby _ruby = Ruby::None;
-};
 
 /// The style of a run, and what of it is lost.
 std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
