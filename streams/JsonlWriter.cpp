@@ -18,7 +18,7 @@ using detail::appendHex;
 
 template <class Number>
 void appendNumber(std::string& text, Number number) {
-    std::array<char, 24> digits{};
+    std::array<char, 32> digits{};
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), number);
     text.append(digits.data(), result.ptr);
 }
@@ -88,6 +88,11 @@ void appendJsonLine(std::string& text, const Frame& frame, const JsonlMembers* m
         appendNumber(text, frame.pts->value);
         text += ",\"timescale\":";
         appendNumber(text, frame.pts->timescale);
+        // A timescale of 0 gives no number, and is refused where frames are written to a file.
+        if (frame.pts->timescale != 0) {
+            text += ",\"seconds\":";
+            appendNumber(text, secondsFrom(*frame.pts));
+        }
         text += '}';
     }
     text += ",\"packets\":[";
@@ -118,10 +123,18 @@ std::optional<Finding> JsonlWriter::write(const Frame& frame, FindingSink* findi
     }
     _line.clear();
     appendJsonLine(_line, frame, _members);
+    if (_isFirst) {
+        // At the end: whoever looks at how a line begins finds its frame.
+        _line.pop_back();
+        _line += ",\"schema\":\"";
+        _line += kFramesSchema;
+        _line += "\"}";
+    }
     _line += '\n';
     if (const auto failure = _sink.write({reinterpret_cast<const std::uint8_t*>(_line.data()), _line.size()})) {
         return failure;
     }
+    _isFirst = false;
     detail::tellLeftOut(frame, {.captions = true, .horizontalOffsets = true}, findings);
     return std::nullopt;
 }

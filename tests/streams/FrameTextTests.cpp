@@ -78,9 +78,10 @@ TEST(JsonlFile, EndsWhereItsSourceFails) {
 }
 
 TEST(JsonlFile, GivesBackWhatIsWritten) {
-    const std::string timed = R"({"frame":7,"pts":{"value":7007,"timescale":30000},"packets":[)"
-                              R"({"line":12,"did":67,"sdid":2,"type":"OP-47","data":"5115"},)"
-                              R"({"line":575,"did":1,"sdid":2,"type":"Unknown","data":""}]})";
+    const std::string timed =
+        R"({"frame":7,"pts":{"value":7007,"timescale":30000,"seconds":0.23356666666666667},"packets":[)"
+        R"({"line":12,"did":67,"sdid":2,"type":"OP-47","data":"5115"},)"
+        R"({"line":575,"did":1,"sdid":2,"type":"Unknown","data":""}]})";
     const std::string empty = R"({"frame":8,"packets":[]})";
     EXPECT_EQ(framesOf(timed + "\r\n\n" + empty), (Lines{timed, empty}));
     // Captions that came with the picture.
@@ -115,7 +116,8 @@ TEST(JsonlFile, IsWrittenWithWhatAHostHasToSay) {
     EXPECT_FALSE(writer.write(frame, nullptr));
     EXPECT_FALSE(writer.write(frame, nullptr));
     EXPECT_FALSE(writer.finish());
-    EXPECT_EQ(sink.text(), line + "\n" + line + "\n");
+    const std::string marked = line.substr(0, line.size() - 1) + R"(,"schema":"qlxcc/frames/1"})";
+    EXPECT_EQ(sink.text(), marked + "\n" + line + "\n");
     EXPECT_EQ(readText<JsonlReader>(sink.text()).frames, (std::vector<Frame>{frame, frame}));
     const Sizes sizes;
     EXPECT_EQ(
@@ -223,13 +225,14 @@ TEST(JsonlFile, TakesTheLastOfMembersThatStandTwice) {
         framesOf(R"({"packets":[1],"frame":{},"pts":1,"captions":[],"frame":5,"pts":{"value":-3,"timescale":25},)"
                  R"("captions":{"data":"fc"},"packets":[{"did":1,"data":"00","did":2,"sdid":3,"line":4,"data":"ff",)"
                  R"("channel":7,"channel":"chroma"}]})"),
-        Lines{R"({"frame":5,"pts":{"value":-3,"timescale":25},"packets":[{"line":4,"did":2,"sdid":3,)"
+        Lines{R"({"frame":5,"pts":{"value":-3,"timescale":25,"seconds":-0.12},"packets":[{"line":4,"did":2,"sdid":3,)"
               R"("channel":"chroma","type":"Unknown","data":"ff"}],"captions":{"data":"fc"}})"});
 }
 
 TEST(JsonlFile, GivesWhatIsWholeOfEveryShorterFile) {
-    const std::string line = R"({"frame":7,"pts":{"value":7,"timescale":25},"packets":[{"line":9,"did":67,"sdid":2,)"
-                             R"("type":"OP-47","data":"51"}],"captions":{"data":"fc"}})";
+    const std::string line =
+        R"({"frame":7,"pts":{"value":7,"timescale":25,"seconds":0.28},"packets":[{"line":9,"did":67,"sdid":2,)"
+        R"("type":"OP-47","data":"51"}],"captions":{"data":"fc"}})";
     const std::string text = line + "\n" + line + "\n";
     for (std::size_t length = 1; length <= text.size(); ++length) {
         const Lines lines = framesOf(std::string_view(text).substr(0, length));

@@ -30,7 +30,8 @@ const std::vector<std::string> kClearingPairs{"9420", "94ae", "9420", "942c", "9
 /// The JSON line of a caption frame at 25 frames a second; without a packet when `data` is empty.
 std::string frameLine(std::size_t frame, const std::string& data) {
     const std::string number = std::to_string(frame);
-    return R"({"frame":)" + number + R"(,"pts":{"value":)" + number + R"(,"timescale":25},"packets":[)" +
+    return R"({"frame":)" + number + R"(,"pts":)" + qlxtest::jsonTime(static_cast<std::int64_t>(frame), 25) +
+           R"(,"packets":[)" +
            (data.empty() ? "" : R"({"line":9,"did":97,"sdid":1,"type":"CEA708","data":")" + data + R"("})") + "]}";
 }
 
@@ -50,7 +51,9 @@ std::vector<std::string> expectedPackets(const std::string& empty) {
 std::string jsonLines(const std::vector<std::string>& packets) {
     std::string text;
     for (std::size_t frame = 0; frame < packets.size(); ++frame) {
-        text += frameLine(frame, packets[frame]) + "\n";
+        text +=
+            (frame == 0 ? qlxtest::withSchema(frameLine(frame, packets[frame])) : frameLine(frame, packets[frame])) +
+            "\n";
     }
     return text;
 }
@@ -152,7 +155,7 @@ std::string plain(std::string text) {
         }
     };
     remove(R"(,"pts":{)", "}");
-    remove(R"(,"cdp":{)", R"("checksum_ok":true})");
+    remove(R"(,"cdp":{)", R"("checksumOk":true})");
     return text;
 }
 

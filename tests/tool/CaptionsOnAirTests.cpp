@@ -313,7 +313,7 @@ std::vector<Shown> screensOf(const std::string& json) {
     std::vector<Shown> screens;
     for (std::string line : linesOf(json)) {
         std::erase(line, '\\');
-        Shown shown{numberBehind(line, "\"from_frame\":"), numberBehind(line, "\"to_frame\":"), {}};
+        Shown shown{numberBehind(line, "\"fromFrame\":"), numberBehind(line, "\"toFrame\":"), {}};
         // The text of a row stands behind those of its runs.
         const std::string key = "],\"text\":\"";
         for (std::size_t place = line.find(key); place != std::string::npos; place = line.find(key, place)) {

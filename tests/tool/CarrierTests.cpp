@@ -49,17 +49,17 @@ constexpr std::string_view kCaptions = "Scenarist_SCC V1.0\n\n"
 
 /// A CDP of 25 frames a second with 942c in field 1, OP-47 on line 12 and an SCTE-104 packet, in two frames.
 std::string twoFrames() {
-    return R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708",)"
+    return R"({"frame":0,"pts":{"value":0,"timescale":25,"seconds":0},"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708",)"
            R"("data":"9669103f43000072e1fc942c740000ec"},{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"5115"}]})"
            "\n"
-           R"({"frame":1,"pts":{"value":1,"timescale":25},"packets":[{"line":13,"did":65,"sdid":7,"type":"SCTE104",)"
+           R"({"frame":1,"pts":{"value":1,"timescale":25,"seconds":0.04},"packets":[{"line":13,"did":65,"sdid":7,"type":"SCTE104",)"
            R"("data":"08ff"}]})"
            "\n";
 }
 
 TEST(Carriers, PassOnPacketsAsTheyAre) {
     const TemporaryFolder folder;
-    const std::string json = folder.write("a.jsonl", twoFrames());
+    const std::string json = folder.write("a.jsonl", qlxtest::withSchema(twoFrames()));
     convert(json, folder.path("a.mcc"), {"--mcc-version", "2"});
     const std::string mcc = folder.read("a.mcc");
     EXPECT_NE(mcc.find("\nTime Code Rate=25\n\n00:00:00:00.0,9\tT10S103F43ZZ72E1FC942C74ZZEC72\n"), std::string::npos)
@@ -137,7 +137,7 @@ TEST(Carriers, GiveAScenaristFileItsPairs) {
 
 TEST(Carriers, SayWhatAScenaristFileHasNoPlaceFor) {
     const TemporaryFolder folder;
-    const std::string json = folder.write("a.jsonl", twoFrames());
+    const std::string json = folder.write("a.jsonl", qlxtest::withSchema(twoFrames()));
     const ToolResult result = converted(json, folder.path("a.scc"), {"--to-rate", "25"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(folder.read("a.scc"), "Scenarist_SCC V1.0\n\n00:00:00:00\t942c\n");
@@ -221,9 +221,10 @@ TEST(Carriers, RefuseTimesBehindAllFrames) {
         const char* time;
         const char* to;
         const char* said;
-    } cases[] = {{R"(0,"pts":{"value":4000000000000000000,"timescale":1})", "a.mcc", "its time is too great"},
-                 {R"(0,"pts":{"value":4000000000000000000,"timescale":1})", "a.klv", "its time is too great"},
-                 {"4294967295", "a.klv", "more than a day is missing in front of it"}};
+    } cases[] = {
+        {R"(0,"pts":{"value":4000000000000000000,"timescale":1,"seconds":4e+18})", "a.mcc", "its time is too great"},
+        {R"(0,"pts":{"value":4000000000000000000,"timescale":1,"seconds":4e+18})", "a.klv", "its time is too great"},
+        {"4294967295", "a.klv", "more than a day is missing in front of it"}};
     for (const auto& each : cases) {
         const std::string json = folder.write(
             "a.jsonl", std::string(R"({"frame":)") + each.time +

@@ -46,12 +46,13 @@ TEST(Container, ReadsTheAncTrackOfAnMXFFile) {
     EXPECT_EQ(result.out, expected);
     EXPECT_EQ(runTool({"scan", "-"}, {.input = folder.read("a.mxf")}).out, expected);
     EXPECT_EQ(runTool({"scan", folder.write("noname", ancFile())}).out, expected);
-    EXPECT_EQ(runTool({"extract", file, "--json"}).out, R"({"unit":0,"pts":{"value":0,"timescale":25},"data":"fc94ae"})"
-                                                        "\n"
-                                                        R"({"unit":1,"pts":{"value":1,"timescale":25},"data":null})"
-                                                        "\n"
-                                                        R"({"unit":2,"pts":{"value":2,"timescale":25},"data":"fc94ae"})"
-                                                        "\n");
+    EXPECT_EQ(qlxtest::withoutSchema(runTool({"extract", file, "--json"}).out, "captions"),
+              R"({"unit":0,"pts":{"value":0,"timescale":25,"seconds":0.0},"data":"fc94ae"})"
+              "\n"
+              R"({"unit":1,"pts":{"value":1,"timescale":25,"seconds":0.04},"data":null})"
+              "\n"
+              R"({"unit":2,"pts":{"value":2,"timescale":25,"seconds":0.08},"data":"fc94ae"})"
+              "\n");
     EXPECT_EQ(runTool({"extract", file, "--format", "cc1"}).out, "    unit          time  bytes  data\n"
                                                                  "       0  00:00:00,000      2  94ae\n"
                                                                  "       1  00:00:00,040      -  -\n"
@@ -101,8 +102,8 @@ TEST(Container, ListsWhatComesBeforeTheCut) {
     const ToolResult result = runTool({"scan", file, "--json"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(linesOf(result.out).size(), 3U);
-    EXPECT_EQ(linesOf(result.out)[0],
-              R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":21,"did":97,"sdid":2,)"
+    EXPECT_EQ(linesOf(qlxtest::withoutSchema(result.out))[0],
+              R"({"frame":0,"pts":{"value":0,"timescale":25,"seconds":0},"packets":[{"line":21,"did":97,"sdid":2,)"
               R"("type":"CEA608","data":"8094ae"}]})");
     // Behind what is wrong in the part of the element that is there: of 24 bytes behind a key and a length of 4 bytes.
     ASSERT_EQ(linesOf(result.err).size(), 3U);

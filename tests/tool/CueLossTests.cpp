@@ -210,7 +210,7 @@ TEST(Losses, StandInTheJsonOfSubs) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Se\u00F1or"}}) + "stray\n");
     const std::string json = runTool({"subs", file, "--mode", "teletext", "--json"}).out;
-    EXPECT_NE(json.find("\"left_out\":1,\n\"problem_count\":2,\n\"problems\":[\n"
+    EXPECT_NE(json.find("\"leftOut\":1,\n\"problemCount\":2,\n\"problems\":[\n"
                         R"({"effect":"cue left out","line":5,"what":"cue without a timing line"},)"
                         "\n"
                         R"({"cue":1,"effect":"remark","what":")"

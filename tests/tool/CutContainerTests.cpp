@@ -35,9 +35,10 @@ Bytes withFooterAt(std::uint64_t footer) {
 }
 
 /// The lines of `extract --json` of three frames at 25 frames a second.
-const std::vector<std::string> kThreeFrames{R"({"unit":0,"pts":{"value":0,"timescale":25},"data":"fc94ae"})",
-                                            R"({"unit":1,"pts":{"value":1,"timescale":25},"data":null})",
-                                            R"({"unit":2,"pts":{"value":2,"timescale":25},"data":"fc94ae"})"};
+const std::vector<std::string> kThreeFrames{
+    R"({"unit":0,"pts":{"value":0,"timescale":25,"seconds":0.0},"data":"fc94ae","schema":"qlxcc/captions/1"})",
+    R"({"unit":1,"pts":{"value":1,"timescale":25,"seconds":0.04},"data":null})",
+    R"({"unit":2,"pts":{"value":2,"timescale":25,"seconds":0.08},"data":"fc94ae"})"};
 
 TEST(CutContainer, NamesTheMissingFooterOfAnMXFFile) {
     const TemporaryFolder folder;
@@ -131,12 +132,13 @@ TEST(CutContainer, CountsThePicturesOfAnMXFFileWithoutItsIndex) {
     const TemporaryFolder folder;
     const std::string cut = folder.write("cut.mxf", std::string_view(whole).substr(0, whole.size() / 2));
     const auto expectCounted = [](const ToolResult& result, std::size_t fewest) {
-        const std::vector<std::string> lines = linesOf(result.out);
+        const std::vector<std::string> lines = linesOf(qlxtest::withoutSchema(result.out, "captions"));
         ASSERT_GE(lines.size(), fewest);
         for (std::size_t index = 0; index < lines.size(); ++index) {
             const std::string number = std::to_string(index);
-            EXPECT_EQ(lines[index],
-                      R"({"unit":)" + number + R"(,"pts":{"value":)" + number + R"(,"timescale":25},"data":null})");
+            EXPECT_EQ(lines[index], R"({"unit":)" + number + R"(,"pts":)" +
+                                        qlxtest::jsonTime(static_cast<std::int64_t>(index), 25, true) +
+                                        R"(,"data":null})");
         }
     };
     const ToolResult good = runTool({"extract", folder.write("a.mxf", whole), "--json"});

@@ -188,9 +188,9 @@ TEST(Line21, SaysWhatIsWrongWithAPair) {
     EXPECT_EQ(written.err, "qlxcc: byte pair 14ac: parity wrong in both bytes; it is drawn as it is\n");
     EXPECT_EQ(linesOf(runTool({"line21", "read", file}).out)[1],
               "       0  14ac8000    1  14ac  parity wrong in both bytes, erase displayed memory");
-    EXPECT_EQ(runTool({"line21", "read", file, "--json"}).out,
-              R"({"frame":0,"rows":[{"name":"erase displayed memory","pair":"14ac","parity_ok":false,"row":1},)"
-              R"({"name":"null","pair":"8080","parity_ok":true,"row":2}],"sample":"14ac8000"})"
+    EXPECT_EQ(qlxtest::withoutSchema(runTool({"line21", "read", file, "--json"}).out, "line21"),
+              R"({"frame":0,"rows":[{"name":"erase displayed memory","pair":"14ac","parityOk":false,"row":1},)"
+              R"({"name":"null","pair":"8080","parityOk":true,"row":2}],"sample":"14ac8000"})"
               "\n");
 }
 

@@ -39,7 +39,7 @@ TEST(Scan, ListsTheOperationsOfSCTE104Packets) {
                   "                 SCTE-104: message 1, AS index 0, DPI PID 0; SpliceRequestData: spliceEndImmediate, "
                   "event 5, program 0, pre-roll 0 ms, break 0.0 s; TimeSignalRequestData: pre-roll 0 ms\n"
                   "1 packet in 1 frame\n");
-    EXPECT_EQ(outputOf({"scan", "-", "--format", "klv", "--json"}, element),
+    EXPECT_EQ(qlxtest::withoutSchema(outputOf({"scan", "-", "--format", "klv", "--json"}, element)),
               R"({"frame":0,"packets":[{"line":13,"did":65,"sdid":7,"type":"SCTE104","data":")" + data +
                   R"(","scte104":[{"autoReturnFlag":false,"availNum":0,"availsExpected":0,)"
                   R"("breakDuration":{"seconds":0.0,"timescale":10,"value":0},"name":"SpliceRequestData","opID":257,)"
@@ -495,7 +495,7 @@ TEST(SCTE35, ScanGivesSplicesAsJson) {
     EXPECT_EQ(runTool({"scan", file, "--list", "--pid", "0x101"}).exitCode, 2);
     // Behind frames it is no frame.
     const std::string frame = "{\"frame\":3,\"packets\":[]}\n";
-    EXPECT_EQ(outputOf({"scan", "-", "--from-format", "jsonl", "--json"}, frame + json), frame);
+    EXPECT_EQ(outputOf({"scan", "-", "--from-format", "jsonl", "--json"}, frame + json), qlxtest::withSchema(frame));
     EXPECT_EQ(runTool({"scan", "-", "--from-format", "jsonl"}, {.input = frame + "{\"schema\":\"a\"}\n"}).exitCode, 1);
 }
 

@@ -77,11 +77,12 @@ TEST(Scan, GivesAJSONLineForEveryFrame) {
     const ToolResult result = runTool({"scan", file, "--width", "48", "--lines", "9,10", "--json"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.out, R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"9669"},)"
-                          R"({"line":10,"did":244,"sdid":104,"type":"Sony Metadata","data":"01"}]})"
-                          "\n"
-                          R"({"frame":1,"packets":[]})"
-                          "\n");
+    EXPECT_EQ(qlxtest::withoutSchema(result.out),
+              R"({"frame":0,"packets":[{"line":9,"did":97,"sdid":1,"type":"CEA708","data":"9669"},)"
+              R"({"line":10,"did":244,"sdid":104,"type":"Sony Metadata","data":"01"}]})"
+              "\n"
+              R"({"frame":1,"packets":[]})"
+              "\n");
 }
 
 TEST(Scan, ReadsElements) {
@@ -97,8 +98,9 @@ TEST(Scan, ReadsElements) {
                              "\n"
                              R"({"frame":1,"packets":[]})"
                              "\n";
-    EXPECT_EQ(runTool({"scan", file, "--format", "klv", "--json"}).out, json);
-    EXPECT_EQ(runTool({"scan", "-", "--format", "klv", "--json"}, {.input = folder.read("a.klv")}).out, json);
+    EXPECT_EQ(runTool({"scan", file, "--format", "klv", "--json"}).out, qlxtest::withSchema(json));
+    EXPECT_EQ(runTool({"scan", "-", "--format", "klv", "--json"}, {.input = folder.read("a.klv")}).out,
+              qlxtest::withSchema(json));
 }
 
 TEST(Scan, ReadsEightBitRowsNearTheStartAtTheirEvenBytes) {

@@ -129,7 +129,7 @@ TEST(Show, TakesATimeInFrontOfZeroFromItsOwnList) {
     EXPECT_EQ(shown(file, {"--at", "-00:00:00:01", "--rate", "25"}), "captions CC1 at -00:00:00,040" + since);
     EXPECT_EQ(shown(file, {"--at", "0"}), "captions CC1 at 00:00:00,000" + since);
     EXPECT_EQ(shown(file, {"--at", "-0.068"}), "captions CC1 at -00:00:00,068: nothing on air\n");
-    EXPECT_TRUE(shown(file, {"--at", "0", "--json"}).find(R"("from":"-00:00:00,067")") != std::string::npos);
+    EXPECT_TRUE(shown(file, {"--at", "0", "--json"}).find(R"("timescale":30000,"value":-2002})") != std::string::npos);
     const std::vector<std::string> list = qlxtest::linesOf(runTool({"scan", file}).out);
     // Each packet has a line for its pair below it.
     ASSERT_GT(list.size(), 9U);
@@ -139,8 +139,9 @@ TEST(Show, TakesATimeInFrontOfZeroFromItsOwnList) {
 
 TEST(Show, SaysWhichOptionATimeWithFramesNeeds) {
     const TemporaryFolder folder;
-    const std::string file = folder.write("a.jsonl", R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[]})"
-                                                     "\n");
+    const std::string file =
+        folder.write("a.jsonl", R"({"frame":0,"pts":{"value":0,"timescale":25,"seconds":0},"packets":[]})"
+                                "\n");
     const ToolResult result = runTool({"show", file, "--at", "00:00:10:00"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(result.err.substr(0, result.err.find(" (see")),
@@ -178,12 +179,13 @@ TEST(Show, ReadsScenaristFiles) {
     EXPECT_EQ(shown(file, {"--at", "2", "--channel", "cc2"}), "captions CC2 at 00:00:02,000: nothing on air\n");
     EXPECT_EQ(shown(file, {"--at", "2", "--channel", "cc3"}),
               "captions CC3 at 00:00:02,000, since 00:00:01,301 (frame 39):\n  15   Hi you\n");
-    EXPECT_EQ(shown(file, {"--all", "--json"}),
-              R"({"channel":"CC1","from":"00:00:01,301","from_frame":39,"rows":[{"column":1,"row":15,"runs":[)"
-              R"({"background":"black","color":"white","text":"Hi"},)"
-              R"({"background":"black","color":"white","italic":true,"text":" you"}],"text":"Hi you"}],)"
-              R"("to":"00:00:05,005","to_frame":150})"
-              "\n");
+    EXPECT_EQ(
+        shown(file, {"--all", "--json"}),
+        R"({"channel":"CC1","from":{"seconds":1.3013,"timescale":30000,"value":39039},"fromFrame":39,"rows":[{"column":1,"row":15,"runs":[)"
+        R"({"background":"black","color":"white","text":"Hi"},)"
+        R"({"background":"black","color":"white","italic":true,"text":" you"}],"text":"Hi you"}],)"
+        R"("schema":"qlxcc/show/1","to":{"seconds":5.005,"timescale":30000,"value":150150},"toFrame":150})"
+        "\n");
     // Without an end it stays.
     const std::string open = folder.write("b.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9429 9470 c8e9\n");
     EXPECT_EQ(shown(open, {"--all"}), "00:00:00,066 - end  captions CC1\n  15   Hi\n");
@@ -218,13 +220,15 @@ TEST(Show, SaysTheTimeOfAFrameAsItsListDoes) {
 
 TEST(Show, GivesAPageAsJSON) {
     const TemporaryFolder folder;
-    EXPECT_EQ(shown(played(folder, "a.klv"), {"--rate", "25", "--at", "1.5", "--json", "--page", "888"}),
-              R"({"at":"00:00:01,500","from":"00:00:01,000","from_frame":25,"page":"888","rows":[)"
-              R"({"column":16,"double_height":true,"row":22,"runs":[)"
-              R"({"background":"black","color":"white","text":"Bonjour"}],"text":"Bonjour"}]})"
-              "\n");
+    EXPECT_EQ(
+        shown(played(folder, "a.klv"), {"--rate", "25", "--at", "1.5", "--json", "--page", "888"}),
+        R"({"at":{"seconds":1.5,"timescale":1000,"value":1500},"from":{"seconds":1.0,"timescale":25,"value":25},"fromFrame":25,"page":"888","rows":[)"
+        R"({"column":16,"doubleHeight":true,"row":22,"runs":[)"
+        R"({"background":"black","color":"white","text":"Bonjour"}],"text":"Bonjour"}],"schema":"qlxcc/show/1"})"
+        "\n");
     EXPECT_EQ(shown(folder.path("a.klv"), {"--rate", "25", "--at", "0", "--json", "--page", "888"}),
-              R"({"at":"00:00:00,000","from":null,"from_frame":null,"page":"888","rows":[]})"
+              R"({"at":{"seconds":0.0,"timescale":1000,"value":0},"from":null,"fromFrame":null,"page":"888","rows":[],)"
+              R"("schema":"qlxcc/show/1"})"
               "\n");
 }
 
@@ -462,8 +466,8 @@ TEST(Show, CountsAllThatIsWrongInAFrame) {
         packets += "," + packet;
     }
     const TemporaryFolder folder;
-    const std::string file =
-        folder.write("a.jsonl", R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[)" + packets + "]}\n");
+    const std::string file = folder.write(
+        "a.jsonl", R"({"frame":0,"pts":{"value":0,"timescale":25,"seconds":0},"packets":[)" + packets + "]}\n");
     const ToolResult result = runTool({"show", file, "--all"});
     EXPECT_EQ(result.exitCode, 0);
     const auto lines = qlxtest::linesOf(result.err);

@@ -116,7 +116,7 @@ TEST(Subs, WritesJsonThatPlayReads) {
               R"({"alignment":"left","color":"#ffffff","text":"unten","vertical_position":11}]})"
               "\n],\n\"file\":\"" +
                   file +
-                  "\",\n\"format\":\"SRT\",\n\"cue_count\":2,\n\"left_out\":1,\n\"problem_count\":1,\n\"problems\":[\n"
+                  "\",\n\"format\":\"SRT\",\n\"cueCount\":2,\n\"leftOut\":1,\n\"problemCount\":1,\n\"problems\":[\n"
                   R"({"effect":"cue left out","line":10,"what":"cue without a timing line"}]})"
                   "\n");
     const ToolResult played = runTool(deployedTeletextArguments(json, "25", {"--format", "jsonl"}));

@@ -1,8 +1,11 @@
 #include "ToolRunner.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -336,6 +339,27 @@ std::vector<std::string> linesOf(std::string_view text) {
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return lines;
+}
+
+std::string withSchema(const std::string& text, const std::string& name) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    return text.substr(0, end - 1) + ",\"schema\":\"qlxcc/" + name + "/1\"}" + text.substr(end);
+}
+
+std::string withoutSchema(const std::string& text, const std::string& name) {
+    const std::string mark = ",\"schema\":\"qlxcc/" + name + "/1\"";
+    const std::size_t place = text.find(mark);
+    const bool isThere = place < text.find('\n');
+    EXPECT_TRUE(isThere && text.find(mark, place + mark.size()) == std::string::npos) << text.substr(0, 400);
+    return isThere ? text.substr(0, place) + text.substr(place + mark.size()) : text;
+}
+
+std::string jsonTime(std::int64_t value, std::int32_t timescale, bool hasPoint) {
+    std::array<char, 32> digits{};
+    const double seconds = static_cast<double>(value) / timescale;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), seconds).ptr;
+    return R"({"value":)" + std::to_string(value) + R"(,"timescale":)" + std::to_string(timescale) + R"(,"seconds":)" +
+           std::string(digits.data(), end) + (hasPoint && value % timescale == 0 ? ".0}" : "}");
 }
 
 bool isOneMessage(std::string_view text) {

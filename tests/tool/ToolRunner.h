@@ -65,6 +65,17 @@ private:
 /// The lines of a text; what stands behind the last line feed counts when it is not empty.
 [[nodiscard]] std::vector<std::string> linesOf(std::string_view text);
 
+/// A text of JSON lines with the mark `"schema":"qlxcc/NAME/1"` at the end of its first line.
+[[nodiscard]] std::string withSchema(const std::string& text, const std::string& name = "frames");
+
+/// A text of JSON lines without the mark `"schema":"qlxcc/NAME/1"` of its first line; a failure of the test
+/// when it is not there, or twice.
+[[nodiscard]] std::string withoutSchema(const std::string& text, const std::string& name = "frames");
+
+/// `{"value":1,"timescale":25,"seconds":0.04}`.
+/// @param hasPoint Whole seconds are written as `1.0`.
+[[nodiscard]] std::string jsonTime(std::int64_t value, std::int32_t timescale, bool hasPoint = false);
+
 /// True when `text` is one line of the form `qlxcc: ...`.
 [[nodiscard]] bool isOneMessage(std::string_view text);
 

@@ -90,11 +90,11 @@ TEST(WholeRows, AreJsonThatIsReadAgain) {
     });
     const std::string file = folder.write("a.v210", v210Bytes(row));
     const std::string json = scanned(file, kWide, {"--json", "--quiet"}).out;
-    EXPECT_EQ(json, R"({"frame":0,"packets":[)"
-                    R"({"line":9,"did":65,"sdid":5,"type":"AFD/Bar Data","data":"aabbcc"},)"
-                    R"({"line":9,"did":65,"sdid":5,"channel":"chroma","horizontalOffset":100,)"
-                    R"("type":"AFD/Bar Data","data":"03"}]})"
-                    "\n");
+    EXPECT_EQ(qlxtest::withoutSchema(json), R"({"frame":0,"packets":[)"
+                                            R"({"line":9,"did":65,"sdid":5,"type":"AFD/Bar Data","data":"aabbcc"},)"
+                                            R"({"line":9,"did":65,"sdid":5,"channel":"chroma","horizontalOffset":100,)"
+                                            R"("type":"AFD/Bar Data","data":"03"}]})"
+                                            "\n");
     EXPECT_EQ(runTool({"scan", folder.write("a.jsonl", json), "--json"}).out, json);
     const auto refused = [&](const std::string& place) {
         return runTool({"scan", folder.write("b.jsonl", R"({"frame":0,"packets":[{"line":9,"did":65,"sdid":5,)" +

@@ -1,8 +1,10 @@
 // Files of a JSON line a frame:
 //
-//   {"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}
+//   {"frame":1,"pts":{"value":1,"timescale":25,"seconds":0.04},
+//    "packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"51.."}]}
 //
-// `pts` is there only where it is known. A packet that is not in luma has `"channel":"chroma"` (or `"multiplex"`) behind
+// The first line has `"schema":"qlxcc/frames/1"` behind that. `pts` is there only where it is known; of it `value` and
+// `timescale` are read. A packet that is not in luma has `"channel":"chroma"` (or `"multiplex"`) behind
 // its SDID, and one that does not begin its row `"horizontalOffset":12`, in words of the channel. Captions that are in no
 // packet stand behind the packets: `"captions":{"data":"fc942c.."}`.
 //
@@ -27,8 +29,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace qlx::streams {
+
+/// What the first line of such a file is marked with.
+inline constexpr std::string_view kFramesSchema = "qlxcc/frames/1";
 
 /// Reads such files; blank lines are passed over, and so are lists of splices (`"schema":"qlxcc/splices/1"`) and what a
 /// line says beside the frame's number, time, packets and triplets.
@@ -61,7 +67,7 @@ public:
     virtual void appendOfCaptions(std::string& text, const Data& triplets) const = 0;
 };
 
-/// Puts the line of a frame, without a line feed, behind a text.
+/// Puts the line of a frame, without a line feed and a schema, behind a text.
 /// @param members What is said beside that; may be null.
 QLX_STREAMS_EXPORT void appendJsonLine(std::string& text, const Frame& frame, const JsonlMembers* members = nullptr);
 
@@ -81,6 +87,7 @@ private:
     ByteSink& _sink;
     const JsonlMembers* _members;
     std::string _line;
+    bool _isFirst = true;  ///< No line has been written.
 };
 
 }  // namespace qlx::streams

@@ -166,9 +166,9 @@ constexpr OptionRow kShowOptions[] = {
     kNearStart,
     kListOutput,
     asJson("A JSON line for each screen in place of the text",
-           "It has page, channel or service, times (`at`, `from`, `to`, null where there is none), frames, and rows "
-           "with row, "
-           "column, text and runs of text with their colours."),
+           "It has page, channel or service, times (`at`, `from`, `to`, as in files of frames, null where there is "
+           "none), frames (`fromFrame`, `toFrame`), and rows with row, column, text and runs of text with their "
+           "colours. The first one has `\"schema\":\"qlxcc/show/1\"`."),
 };
 
 constexpr std::string_view kExtractNotes =
@@ -213,8 +213,8 @@ constexpr OptionRow kExtractOptions[] = {
     kNearStart,
     kListOutput,
     asJson("A JSON line for each access unit in place of the list", R"(    {"unit":0,"offset":0,"data":"fc942c..."}
-`data` is null where there are none. A frame of a container has `"pts":{"value":3600,"timescale":90000}`, or null, in )"
-                                                                    R"(place of the offset.)"),
+`data` is null where there are none. A frame of a container has `"pts":{"value":3600,"timescale":90000,"seconds":0.04}`,
+or null, in place of the offset. The first line has `"schema":"qlxcc/captions/1"`.)"),
 };
 
 constexpr std::string_view kRateNotes =

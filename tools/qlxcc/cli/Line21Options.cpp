@@ -83,7 +83,8 @@ constexpr OptionRow kReadOptions[] = {
     kListOutput,
     asJson("A JSON line for each picture in place of the list",
            R"(    {"frame":0,"rows":[{"name":"erase displayed memory","pair":"942c",
-    "parity_ok":true,"row":1},...],"sample":"94ac8000"})"),
+    "parityOk":true,"row":1},...],"sample":"94ac8000"}
+The first line has `"schema":"qlxcc/line21/1"`.)"),
     kPictureFormat,
     kPictureWidth,
     kPictureHeight,

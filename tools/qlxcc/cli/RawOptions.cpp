@@ -28,9 +28,7 @@ namespace {
 
 std::vector<std::uint64_t> lineNumbers(std::string_view text) {
     std::vector<std::uint64_t> lines;
-    for (bool more = true; more;) {
-        const std::size_t comma = text.find(',');
-        const std::string_view item = text.substr(0, comma);
+    for (const std::string_view item : itemsOf(text, ",")) {
         std::uint64_t line = 0;
         const auto [end, error] = std::from_chars(item.data(), item.data() + item.size(), line);
         if (error != std::errc{} || end != item.data() + item.size() || line > kGreatestLine) {
@@ -40,8 +38,6 @@ std::vector<std::uint64_t> lineNumbers(std::string_view text) {
             throw UsageError("--lines must be ascending: the rows of a frame stand in the order of their lines");
         }
         lines.push_back(line);
-        more = comma != std::string_view::npos;
-        text.remove_prefix(more ? comma + 1 : text.size());
     }
     return lines;
 }

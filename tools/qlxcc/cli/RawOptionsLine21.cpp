@@ -1,6 +1,7 @@
 #include "cli/RawOptions.h"
 #include "commands/line21/Line21.h"
 #include "io/Errors.h"
+#include "io/Text.h"
 
 #include <charconv>
 #include <string_view>
@@ -19,9 +20,7 @@ PictureOptions pictureOptions(const RawOptions& raw) {
 }
 
 void appendPairs(std::string_view text, std::vector<BytePair>& pairs) {
-    for (bool more = true; more;) {
-        const std::size_t end = text.find_first_of(", ");
-        const std::string_view item = text.substr(0, end);
+    for (const std::string_view item : itemsOf(text, ", ")) {
         std::uint16_t value = 0;
         const auto [last, error] = std::from_chars(item.data(), item.data() + item.size(), value, 16);
         if (item.size() != 4 || error != std::errc{} || last != item.data() + item.size()) {
@@ -29,8 +28,6 @@ void appendPairs(std::string_view text, std::vector<BytePair>& pairs) {
                              "\" is not a byte pair (four hexadecimal digits, such as 942c)");
         }
         pairs.push_back({static_cast<std::uint8_t>(value >> 8U), static_cast<std::uint8_t>(value & 0xFFU)});
-        more = end != std::string_view::npos;
-        text.remove_prefix(more ? end + 1 : text.size());
     }
 }
 

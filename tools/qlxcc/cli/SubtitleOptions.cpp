@@ -256,8 +256,8 @@ constexpr OptionRow kSubsOptions[] = {
     kTrack,
     kListOutput,
     asJson("In place of the list a JSON object, which play can read",
-           "It has the `cues` in the form of JSON subtitles (see qlxcc(1)), and `file`, `format`, `cue_count`, "
-           "`left_out`, `problem_count` and `problems`, of which the first thousand are listed, and as many of the "
+           "It has the `cues` in the form of JSON subtitles (see qlxcc(1)), and `file`, `format`, `cueCount`, "
+           "`leftOut`, `problemCount` and `problems`, of which the first thousand are listed, and as many of the "
            "remarks of --mode, which have the number of their `cue`. The rows of captions are not written."),
 };
 

@@ -71,6 +71,16 @@ std::string extensionOf(std::string_view path) {
     return dot == std::string_view::npos || path[dot] == '/' ? std::string() : asciiLowercased(path.substr(dot + 1));
 }
 
+std::vector<std::string_view> itemsOf(std::string_view text, std::string_view separators) {
+    std::vector<std::string_view> items;
+    for (std::size_t end = 0; (end = text.find_first_of(separators)) != std::string_view::npos;) {
+        items.push_back(text.substr(0, end));
+        text.remove_prefix(end + 1);
+    }
+    items.push_back(text);
+    return items;
+}
+
 std::string counted(std::uint64_t count, std::string_view noun) {
     std::string result = std::to_string(count);
     result += ' ';

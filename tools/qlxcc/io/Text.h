@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -23,6 +24,9 @@ void appendHex(std::string& text, std::span<const std::uint8_t> bytes);
 
 /// The part of a file's name behind its last dot, in lower case; empty for a name without one.
 [[nodiscard]] std::string extensionOf(std::string_view path);
+
+/// The pieces of a text between any of some separators, which live as long as the text; one piece when there is none.
+[[nodiscard]] std::vector<std::string_view> itemsOf(std::string_view text, std::string_view separators);
 
 /// `1 frame`, `2 frames`.
 [[nodiscard]] std::string counted(std::uint64_t count, std::string_view noun);

@@ -150,7 +150,7 @@ Array screenRows(const screen::Screen& screen, const teletext::CharacterSet& set
                          {"text", rowText(row, false, false)},
                          {"runs", runsOf(cells)}};
         if (screen.system == screen::System::Teletext) {
-            entry.set("double_height", std::any_of(cells.begin(), cells.end(), [](const screen::Cell& cell) {
+            entry.set("doubleHeight", std::any_of(cells.begin(), cells.end(), [](const screen::Cell& cell) {
                           return cell.part == screen::CellPart::UpperHalf;
                       }));
         }

@@ -21,7 +21,7 @@ namespace qlx::tool {
 [[nodiscard]] std::vector<std::string> screenLines(const screen::Screen& screen, bool inColours,
                                                    const teletext::CharacterSet& set = {});
 
-/// For each row with text `{"row":22,"column":13,"double_height":true,"text":"..","runs":[{"text":"..","color":"white",
+/// For each row with text `{"row":22,"column":13,"doubleHeight":true,"text":"..","runs":[{"text":"..","color":"white",
 /// "background":"black"}]}`, with `italic`, `underline` and `flash` in the runs that have them. Texts are in the order in
 /// which they are read.
 [[nodiscard]] Array screenRows(const screen::Screen& screen, const teletext::CharacterSet& set = {});

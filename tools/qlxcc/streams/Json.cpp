@@ -38,15 +38,22 @@ Json tripletList(std::span<const cc::Triplet> triplets) {
 Json cdpObject(const ReadCdp& packet) {
     Json object;
     object["rate"] = packet.rate.empty() ? Json() : Json(packet.rate);
-    object["cc_count"] = packet.ccCount ? Json(*packet.ccCount) : Json();
+    object["ccCount"] = packet.ccCount ? Json(*packet.ccCount) : Json();
     object["counter"] = packet.cdp.sequenceCounter();
     object["triplets"] = tripletList(packet.cdp.triplets());
     if (std::string contradiction = contradictionIn(packet); !contradiction.empty()) {
         object["contradiction"] = std::move(contradiction);
     }
-    object["length_ok"] = !packet.length;
-    object["checksum_ok"] = !packet.checksum;
+    object["lengthOk"] = !packet.length;
+    object["checksumOk"] = !packet.checksum;
     return object;
+}
+
+std::string captionDataLine(Json object, bool isFirst) {
+    if (isFirst) {
+        object["schema"] = kCaptionDataSchema;
+    }
+    return line(object);
 }
 
 Json jsonOf(const Value& value) {
@@ -333,23 +340,37 @@ std::string jsonText(const Value& value) {
     return line(jsonOf(value));
 }
 
-std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data) {
+Value jsonTime(const std::optional<MediaTime>& time) {
+    return time ? Value(Dictionary{{"value", time->value},
+                                   {"timescale", std::int64_t{time->timescale}},
+                                   {"seconds", secondsFrom(*time)}})
+                : Value();
+}
+
+void setSchema(Dictionary& object, std::string_view schema, bool isFirst) {
+    if (isFirst) {
+        object.set("schema", schema);
+    }
+}
+
+std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data, bool isFirst) {
     Json object;
     object["unit"] = unit;
     object["offset"] = offset;
     object["data"] = data ? Json(*data) : Json();
-    return line(object);
+    return captionDataLine(std::move(object), isFirst);
 }
 
-std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts, const std::optional<std::string>& data) {
+std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts, const std::optional<std::string>& data,
+                     bool isFirst) {
     Json object;
     object["unit"] = unit;
     object["pts"] = nullptr;
     if (pts) {
-        object["pts"] = {{"value", pts->value}, {"timescale", pts->timescale}};
+        object["pts"] = {{"value", pts->value}, {"timescale", pts->timescale}, {"seconds", secondsFrom(*pts)}};
     }
     object["data"] = data ? Json(*data) : Json();
-    return line(object);
+    return captionDataLine(std::move(object), isFirst);
 }
 
 }  // namespace qlx::tool

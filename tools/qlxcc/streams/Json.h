@@ -48,8 +48,8 @@ bool readJsonElements(std::string_view name, std::string_view text, const std::f
                       const std::function<void(std::string_view key, const Value& value)>& takeMember = {});
 
 /// What scan --json says of frames beside what a reader needs. Each packet of type CEA-708 that is a CDP gets, behind its
-/// data, `"cdp":{"rate":"29.97","cc_count":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],
-/// "length_ok":true,"checksum_ok":true}`; `rate` is null for a code without one, `cc_count` without a cc_data section; a
+/// data, `"cdp":{"rate":"29.97","ccCount":20,"counter":0,"triplets":[{"kind":"field 1","data":"942c"},..],
+/// "lengthOk":true,"checksumOk":true}`; `rate` is null for a code without one, `ccCount` without a cc_data section; a
 /// packet that contradicts itself has `"contradiction":"cc_count 20, of which 1 is there"` behind its triplets, see
 /// contradictionIn(). Each packet of type SCTE104 that is a message gets `"scte104":[{"opID":257,
 /// "name":"SpliceRequestData",..},..]`, its operations. Captions that are in no packet get `"triplets":[..]` as
@@ -63,12 +63,24 @@ public:
 /// A value as JSON without a line feed; keys in their order, byte buffers as lower-case hexadecimal digits.
 [[nodiscard]] std::string jsonText(const Value& value);
 
-/// `{"unit":0,"offset":0,"data":"fc942c.."}` without a line feed; `data` is null where there is none.
-[[nodiscard]] std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data);
+/// `{"value":1,"timescale":25,"seconds":0.04}`, or null where there is no time.
+[[nodiscard]] Value jsonTime(const std::optional<MediaTime>& time);
 
-/// `{"unit":0,"pts":{"value":0,"timescale":25},"data":"fc942c.."}` without a line feed; `pts` and `data` are null where
-/// there are none.
+/// Marks the first line of a text that is of one line an object.
+void setSchema(Dictionary& object, std::string_view schema, bool isFirst);
+
+/// What extract marks its first line with.
+inline constexpr std::string_view kCaptionDataSchema = "qlxcc/captions/1";
+
+/// `{"unit":0,"offset":0,"data":"fc942c.."}` without a line feed; `data` is null where there is none.
+/// @param isFirst Adds `"schema":"qlxcc/captions/1"`.
+[[nodiscard]] std::string jsonLine(std::uint64_t unit, std::uint64_t offset, const std::optional<std::string>& data,
+                                   bool isFirst);
+
+/// `{"unit":0,"pts":{"value":0,"timescale":25,"seconds":0.0},"data":"fc942c.."}` without a line feed; `pts` and `data`
+/// are null where there are none.
+/// @param isFirst Adds `"schema":"qlxcc/captions/1"`.
 [[nodiscard]] std::string jsonLine(std::uint64_t unit, const std::optional<MediaTime>& pts,
-                                   const std::optional<std::string>& data);
+                                   const std::optional<std::string>& data, bool isFirst);
 
 }  // namespace qlx::tool

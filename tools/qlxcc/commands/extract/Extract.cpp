@@ -158,8 +158,10 @@ private:
 
     void print(const Unit& unit) {
         if (_options.asJson) {
-            _output.write(jsonLine(unit.number, unit.offset, unit.data ? std::optional(hex(unit.data)) : std::nullopt) +
+            _output.write(jsonLine(unit.number, unit.offset, unit.data ? std::optional(hex(unit.data)) : std::nullopt,
+                                   !_hasTitle) +
                           "\n");
+            _hasTitle = true;
             return;
         }
         if (!_hasTitle) {
@@ -212,7 +214,8 @@ private:
             data = inFormat(data, _options.format);
         }
         if (_options.asJson) {
-            _output.write(jsonLine(frame.number, frame.pts, data ? std::optional(hex(data)) : std::nullopt) + "\n");
+            _output.write(
+                jsonLine(frame.number, frame.pts, data ? std::optional(hex(data)) : std::nullopt, _units == 0) + "\n");
             return;
         }
         if (_units == 0) {

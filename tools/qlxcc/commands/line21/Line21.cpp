@@ -255,10 +255,12 @@ private:
             const BytePair& pair = pairs[index];
             rows.emplace_back(Dictionary{{"row", index + 1},
                                          {"pair", hex(pair)},
-                                         {"parity_ok", Value(hasOddParity(pair[0]) && hasOddParity(pair[1]))},
+                                         {"parityOk", Value(hasOddParity(pair[0]) && hasOddParity(pair[1]))},
                                          {"name", cea608::nameOfPair(pair[0], pair[1])}});
         }
-        return jsonText(Dictionary{{"frame", _pictures}, {"sample", hex(sample)}, {"rows", rows}}) + "\n";
+        Dictionary object{{"frame", _pictures}, {"sample", hex(sample)}, {"rows", rows}};
+        setSchema(object, "qlxcc/line21/1", _pictures == 0);
+        return jsonText(Value(std::move(object))) + "\n";
     }
 
     const Line21ReadOptions& _options;

@@ -44,13 +44,6 @@ std::string placeInWords(const std::optional<std::uint64_t>& frame, const std::o
     return !frame ? "-" : time ? timecode(*time) : "frame " + std::to_string(*frame);
 }
 
-Value jsonTime(const std::optional<MediaTime>& time) {
-    return time ? Value(Dictionary{{"value", time->value},
-                                   {"timescale", std::int64_t{time->timescale}},
-                                   {"seconds", secondsFrom(*time)}})
-                : Value();
-}
-
 }  // namespace
 
 void ContentListWriter::write(const Frame& frame) {

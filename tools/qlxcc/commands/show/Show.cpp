@@ -269,11 +269,11 @@ private:
         }
         if (_options.asJson) {
             Dictionary object = jsonOf(watched);
-            object.set("from", timecode(watched.since));
-            object.set("from_frame", watched.sinceFrame);
-            object.set("to", next != nullptr ? Value(timecode(*next->pts)) : Value());
-            object.set("to_frame", next != nullptr ? Value(next->number) : Value());
-            _output.write(jsonText(Value(std::move(object))) + "\n");
+            object.set("from", jsonTime(watched.since));
+            object.set("fromFrame", watched.sinceFrame);
+            object.set("to", jsonTime(next != nullptr ? next->pts : std::nullopt));
+            object.set("toFrame", next != nullptr ? Value(next->number) : Value());
+            writeJson(std::move(object));
         } else {
             _output.write((_blocks == 0 ? "" : "\n") + timecode(watched.since) + " - " +
                           (next != nullptr ? timecode(*next->pts) : "end") + "  " + titleOf(*watched.onAir) + "\n");
@@ -285,18 +285,23 @@ private:
         }
     }
 
+    void writeJson(Dictionary object) {
+        setSchema(object, "qlxcc/show/1", !_hasJson);
+        _hasJson = true;
+        _output.write(jsonText(Value(std::move(object))) + "\n");
+    }
+
     /// A line for a packet that says something new.
     void writeDatum(const ExtendedDatum& datum) {
         ++_blocks;
         if (_options.asJson) {
-            _output.write(jsonText(Value(Dictionary{{"channel", "XDS"},
-                                                    {"class", static_cast<std::uint64_t>(datum.packet.xdsClass)},
-                                                    {"type", std::uint64_t{datum.packet.type}},
-                                                    {"data", hex(datum.packet.bytes.items())},
-                                                    {"text", xdsInWords(datum.packet)},
-                                                    {"from", timecode(datum.since)},
-                                                    {"from_frame", datum.sinceFrame}})) +
-                          "\n");
+            writeJson({{"channel", "XDS"},
+                       {"class", static_cast<std::uint64_t>(datum.packet.xdsClass)},
+                       {"type", std::uint64_t{datum.packet.type}},
+                       {"data", hex(datum.packet.bytes.items())},
+                       {"text", xdsInWords(datum.packet)},
+                       {"from", jsonTime(datum.since)},
+                       {"fromFrame", datum.sinceFrame}});
             return;
         }
         _output.write(timecode(datum.since) + "  XDS  " + xdsInWords(datum.packet) + "\n");
@@ -368,17 +373,17 @@ private:
 
     void writeScreen(const Watched& watched, const std::string& hint) {
         const bool isOnAir = watched.screen.hasText();
-        const std::string time = timecode(MediaTime::make(shownMilliseconds(*_at), 1000));
+        const MediaTime time = MediaTime::make(shownMilliseconds(*_at), 1000);
         if (_options.asJson) {
             Dictionary object = jsonOf(watched);
-            object.set("at", time);
-            object.set("from", isOnAir ? Value(timecode(watched.since)) : Value());
-            object.set("from_frame", isOnAir ? Value(watched.sinceFrame) : Value());
-            _output.write(jsonText(Value(std::move(object))) + "\n");
+            object.set("at", jsonTime(time));
+            object.set("from", jsonTime(isOnAir ? std::optional(watched.since) : std::nullopt));
+            object.set("fromFrame", isOnAir ? Value(watched.sinceFrame) : Value());
+            writeJson(std::move(object));
             return;
         }
         _output.write(
-            titleOf(*watched.onAir) + " at " + time +
+            titleOf(*watched.onAir) + " at " + timecode(time) +
             (isOnAir ? ", since " + timecode(watched.since) + " (frame " + std::to_string(watched.sinceFrame) + "):\n"
                      : ": nothing on air" + inBrackets(hint) + "\n"));
         writeRows(watched);
@@ -399,6 +404,7 @@ private:
     std::optional<MediaTime> _lastTime;
     bool _isAtEnd = true;  ///< The file has been read to its end.
     std::uint64_t _blocks = 0;
+    bool _hasJson = false;  ///< A line of JSON has been written.
 };
 
 }  // namespace

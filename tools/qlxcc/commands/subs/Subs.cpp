@@ -177,8 +177,8 @@ private:
     void writeJsonEnd(const Subtitles& subtitles) {
         const SubtitleProblems& problems = subtitles.problems;
         _output.write("\n],\n\"file\":" + jsonText(subtitles.name) + ",\n\"format\":" + jsonText(subtitles.format) +
-                      ",\n\"cue_count\":" + std::to_string(subtitles.cues) +
-                      ",\n\"left_out\":" + std::to_string(problems.leftOut()) + ",\n\"problem_count\":" +
+                      ",\n\"cueCount\":" + std::to_string(subtitles.cues) +
+                      ",\n\"leftOut\":" + std::to_string(problems.leftOut()) + ",\n\"problemCount\":" +
                       std::to_string(problems.count() + _remarks.count()) + ",\n\"problems\":[");
         std::string_view separator = "\n";
         writeJsonProblems(subtitles.place == "TTI block" ? "block" : subtitles.place, problems, separator);
