@@ -280,6 +280,10 @@ private:
     /// Takes a frame with all that is of it.
     void pass(Frame& frame) {
         if (_packets) {
+            if (!frame.teletext.empty() && !_rate && hasEveryFrame()) {
+                throw UsageError("--from-rate is needed: " + _source.name() +
+                                 " does not say its frame rate, to which its teletext belongs");
+            }
             _leftOut->setFrame(frame);
             _packets->put(frame, _leftOut.get());
         }

@@ -1,8 +1,8 @@
 #include "commands/convert/TransportFrames.h"
 
+#include "io/Errors.h"
 #include "io/InputFile.h"
 #include "io/Text.h"
-#include "streams/InputKind.h"
 #include "streams/OpenFrames.h"
 
 #include <qlx/streams/contents.h>
@@ -10,8 +10,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <system_error>
 
@@ -49,7 +51,10 @@ bool isDuration(double seconds, FrameRate rate) {
 }  // namespace
 
 void FrameJoin::take(Frame& frame) {
-    if (_held && _held->number == frame.number && (isTeletextAlone(*_held) || isTeletextAlone(frame))) {
+    // Times that stand still would fill a frame without end; two fields have 32 lines.
+    constexpr std::size_t kMostLines = 64;
+    const bool hasRoom = _held && _held->teletext.size() <= kMostLines;
+    if (hasRoom && _held->number == frame.number && (isTeletextAlone(*_held) || isTeletextAlone(frame))) {
         _held->teletext.insert(_held->teletext.end(), frame.teletext.begin(), frame.teletext.end());
         if (!isTeletextAlone(frame)) {
             frame.teletext = std::move(_held->teletext);
@@ -89,8 +94,12 @@ std::vector<streams::ts::TeletextPage> describedPages(const std::string& path, c
     const std::unique_ptr<FrameInput> reader = openFrames(file, source);
     streams::ContentReader contents;
     std::vector<FrameProblem> problems;
-    for (Frame frame; reader->next(frame, problems); problems.clear()) {
-        contents.receive(frame);
+    try {
+        for (Frame frame; reader->next(frame, problems); problems.clear()) {
+            contents.receive(frame);
+        }
+    } catch (const Failure&) {
+        // It is said when the file is read to be written: the pages in front of it are there.
     }
     // The map of a transport stream knows more of its pages than what they show.
     std::vector<streams::ts::TeletextPage> pages = reader->teletextPages();

@@ -152,7 +152,7 @@ int scan(const ScanOptions& options) {
     FrameWriter& to = listing ? listing->frames() : *writer;
     streams::TeletextPackets packets;
     const bool takesPackets = writer && !options.listsContents;
-    std::uint64_t withTeletext = 0;
+    const auto withTeletext = std::make_shared<std::uint64_t>(0);
     auto* const contents = dynamic_cast<ContentListWriter*>(writer.get());
     if (contents != nullptr && mayHaveTextTracks(*sourceOptions.kind) && source.size()) {
         contents->name(textTracksOf(source, *sourceOptions.kind));
@@ -164,7 +164,7 @@ int scan(const ScanOptions& options) {
         reader = openFrames(source, sourceOptions);
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {
             *hasFrames = true;
-            withTeletext += frame.teletext.empty() ? 0 : 1;
+            *withTeletext += frame.teletext.empty() ? 0 : 1;
             if (takesPackets && !frame.teletext.empty()) {
                 Frame whole = frame;
                 packets.put(whole);
@@ -197,14 +197,14 @@ int scan(const ScanOptions& options) {
         contents->name(reader->teletextPages());
     }
     to.finish();
-    if (frames && withTeletext > 0 && frames->format != FrameFormat::Jsonl) {
-        printNote("warning: " + source.name() + ": the teletext of " + counted(withTeletext, "frame") +
+    if (frames && *withTeletext > 0 && frames->format != FrameFormat::Jsonl) {
+        printNote("warning: " + source.name() + ": the teletext of " + counted(*withTeletext, "frame") +
                   " follows the others without their times: qlxcc convert keeps them");
     }
     finishSplices(splices.get(), source);
     if (splices) {
         // Who has found teletext has said what is wrong with the tables.
-        splices->close(withTeletext == 0);
+        splices->close(*withTeletext == 0);
     }
     problems += finishLists(listing.get(), splices.get(), output);
     // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
