@@ -285,8 +285,6 @@ void describe(Io& io, Value& value) {
     io.number("dpiPidIndex", value.dpiPidIndex);
 }
 
-// Time stamps.
-
 template <class Io, class Value>
 requires IsA<Value, UtcTimeStamp>
 void describe(Io& io, Value& value) {
