@@ -43,7 +43,7 @@ that of line 9, or of --line. Every frame carries a caption packet (CDP) with as
 frames/s one of each field a frame, above that those of field 1 in even frames and those of field 2 in odd ones. Behind
 them stands what a caption service has to send. With --sd its picture is taken as one of 4:3, otherwise of 16:9.
 
-The times of teletext in a transport stream are 200 ms ahead of its clock, as EN 300 472 lets them be. FFmpeg takes what
+The times of teletext in a transport stream are 200 ms ahead of its clock. FFmpeg takes what
 is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
 
 Examples:
