@@ -12,6 +12,11 @@ if(QLX_FAST_BUILD)
     if(QLX_LLD AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
         add_link_options(-fuse-ld=lld)
     endif()
+    # g++ collects its garbage as if it had 128 MB: a tenth of its time. The greatest text takes 0.7 GB without.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        set(QLX_COMPILER_MEMORY --param=ggc-min-heapsize=1500000)
+        add_compile_options(${QLX_COMPILER_MEMORY})
+    endif()
 endif()
 
 # qlx_precompile(<name> OPTIONS <option>... HEADERS <header>...)
