@@ -231,11 +231,10 @@ Examples:
   qlxcc rate film.v210 --lines 9,12 --from-rate 59.94 --to-rate 25 -o film.jsonl)";
 
 constexpr OptionRow kRateOptions[] = {
-    fileArgument("IN",
-                 "A klv, v210, 2vuy, jsonl or mcc file, an elementary video stream or a container (-: standard input)"),
+    fileArgument("IN", "A klv, v210, 2vuy, jsonl, mcc or video file, or a container (-: standard input)"),
     required(rateOption("--from-rate", "--from", &RawOptions::fromRate, "Frames a second of IN")),
     required(rateOption("--to-rate", "--to", &RawOptions::toRate, "Frames a second of the result")),
-    fromFormat(kRateChangeFormats, {}),
+    fromFormat(kRateChangeFormats, {}, "{}"),
     kRowWidth,
     kLines,
     kRowCount,
