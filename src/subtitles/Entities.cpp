@@ -48,8 +48,18 @@ std::optional<char32_t> characterNamed(std::string_view name) noexcept {
     return found != std::end(kNamedCharacters) && found->name == name ? std::optional(found->character) : std::nullopt;
 }
 
-/// The longest of the names that HTML has known from the beginning: those of Latin-1 and of its own marks.
+/// The longest of the names that HTML has known from the beginning: those of Latin-1 and of its own marks. Numbers
+/// end with their digits; a semicolon may stand too far off for the others.
 std::optional<Entity> withoutEnd(std::string_view text) noexcept {
+    if (text.starts_with('#')) {
+        const bool isHexadecimal = text.substr(1, 1) == "x" || text.substr(1, 1) == "X";
+        const std::size_t end = std::min(
+            text.find_first_not_of(isHexadecimal ? "0123456789abcdefABCDEF" : "0123456789", isHexadecimal ? 2 : 1),
+            text.size());
+        const auto character = characterNumbered(text.substr(1, end - 1));
+        const std::size_t size = 1 + end + (text.substr(end).starts_with(';') ? 1 : 0);
+        return character ? std::optional(Entity{*character, size}) : std::nullopt;
+    }
     for (std::size_t size = std::min(kLongestCharacterName, text.size()); size > 1; --size) {
         const std::string_view name = text.substr(0, size);
         const auto character = characterNamed(name);

@@ -18,7 +18,7 @@ struct Entity {
 /// How an entity ends.
 enum class EntityEnd : std::uint8_t {
     Semicolon,
-    MayBeMissing,  ///< Names of Latin-1 characters end without one too, as in HTML, which WebVTT follows: `&lt`.
+    MayBeMissing,  ///< Numbers, and names of Latin-1 characters, end without one too, as in HTML and so in WebVTT: `&lt`.
 };
 
 /// The entity with which a text begins: `&amp;` and all other names of HTML 4, `&apos;`, `&#N;`, `&#xN;`; none for any

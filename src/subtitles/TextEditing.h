@@ -17,10 +17,9 @@ void removeAllIgnoringCase(std::string& text, std::string_view tag);
 [[nodiscard]] bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) noexcept;
 
 /// Without the blanks and tabs at its ends.
-[[nodiscard]] constexpr std::string_view trimmed(std::string_view text) noexcept {
-    constexpr std::string_view kBlanks = " \t";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+[[nodiscard]] constexpr std::string_view trimmed(std::string_view text, std::string_view blanks = " \t") noexcept {
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
 }
 
 /// True for digits alone, of a number that integerValue() gives as it stands.

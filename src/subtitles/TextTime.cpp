@@ -96,10 +96,12 @@ std::optional<TimingParts> splitTimingLine(std::string_view line) noexcept {
     if (arrow == std::string_view::npos) {
         return std::nullopt;
     }
-    const std::string_view behind = trimmed(line.substr(arrow + 3));
+    // Those of WebVTT (W3C WebVTT, 6.3), where form feeds are among them.
+    constexpr std::string_view kBlanks = " \t\f";
+    const std::string_view behind = trimmed(line.substr(arrow + 3), kBlanks);
     const std::size_t end = std::min(behind.find_first_not_of("0123456789:.,"), behind.size());
-    return TimingParts{parseTextTime(trimmed(line.substr(0, arrow))), parseTextTime(behind.substr(0, end)),
-                       trimmed(behind.substr(end))};
+    return TimingParts{parseTextTime(trimmed(line.substr(0, arrow), kBlanks)), parseTextTime(behind.substr(0, end)),
+                       trimmed(behind.substr(end), kBlanks)};
 }
 
 void appendNumber(std::string& text, std::uint64_t number) {

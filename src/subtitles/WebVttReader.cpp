@@ -7,6 +7,7 @@
 #include "subtitles/WebVttText.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 #include <functional>
@@ -54,7 +55,7 @@ public:
             if (wrong.count != 0) {
                 report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
             }
-            if (takeLine(valid)) {
+            if (takeLine(withoutZeros(valid))) {
                 return &_ready;
             }
         }
@@ -67,6 +68,25 @@ public:
     }
 
 private:
+    /// With U+FFFD in place of each zero (W3C WebVTT, 6.1).
+    std::string_view withoutZeros(std::string_view line) {
+        if (line.find('\0') == std::string_view::npos) {
+            return line;
+        }
+        std::string whole;
+        while (!line.empty()) {
+            const std::size_t zero = std::min(line.find('\0'), line.size());
+            whole += line.substr(0, zero);
+            line.remove_prefix(zero);
+            if (!line.empty()) {
+                appendUtf8(whole, U'\uFFFD');
+                line.remove_prefix(1);
+            }
+        }
+        _room = std::move(whole);
+        return _room;
+    }
+
     /// What the lines in hand are.
     enum class Part : std::uint8_t { Start, Header, Between, Block, Text };
 

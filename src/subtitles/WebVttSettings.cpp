@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <optional>
 
 namespace qlx::subtitles {
@@ -85,8 +86,19 @@ Alignment alignmentNamed(std::string_view align) noexcept {
                                                 : Alignment::Center;
 }
 
-void keep(Cue& cue, std::string_view name, std::string_view value) {
-    cue.properties.push_back({"vtt." + std::string(name), std::string(value)});
+/// Keeps a setting, and none of the same name that stands in front of it: the last one counts.
+/// @param first The place of the first setting among the properties.
+void keep(Cue& cue, std::size_t first, std::string_view name, std::string_view value) {
+    const std::string property = "vtt." + std::string(name);
+    const auto settings = cue.properties.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto earlier = std::find_if(settings, cue.properties.end(),
+                                      [&property](const Property& other) { return other.name == property; });
+    if (earlier != cue.properties.end()) {
+        cue.properties.erase(earlier);
+    }
+    if (!value.empty()) {
+        cue.properties.push_back({property, std::string(value)});
+    }
 }
 
 /// The settings of a place of CEA-608 or teletext: the safe area is 80 % of the picture.
@@ -120,6 +132,7 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
                              const std::function<void(FindingCode, std::int64_t)>& report) {
     PlaceOfSettings place;
     std::uint8_t band = 0;
+    const std::size_t first = cue.properties.size();
     while (!(settings = trimmed(settings)).empty()) {
         const std::string_view setting = settings.substr(0, settings.find_first_of(" \t"));
         settings.remove_prefix(setting.size());
@@ -135,11 +148,9 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
             }
         } else if (name == "align") {
             place.alignment = alignmentNamed(value);
-            if (value == "start" || value == "end") {
-                keep(cue, name, value);
-            }
+            keep(cue, first, name, value == "start" || value == "end" ? value : std::string_view());
         } else {
-            keep(cue, name, value);
+            keep(cue, first, name, value);
             band = name == "line" ? bandOf(value) : band;
         }
     }

@@ -61,7 +61,8 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"AT&T", "AT&T", {WebVttEntityUnknown}},
         {"&eacute;&hellip;&hearts;&thetasym;&apos;&#150;", "\u00E9\u2026\u2665\u03D1'\u2013"},
         {"&lt&ampx &nbspy &eacute &frac12", "<&x \u00A0y \u00E9 \u00BD"},
-        {"&hellip &apos &#65", "&hellip &apos &#65", {WebVttEntityUnknown}},
+        {"&hellip &apos &#x &# &#1114112", "&hellip &apos &#x &# &#1114112", {WebVttEntityUnknown}},
+        {"&#65 &#xe9g&#x41&#0000000000065;&#150", "A \u00E9gAA\u2013"},
         {"a<foo>b</foo>", "ab", {WebVttTagWrong, WebVttTagWrong}},
         {"<b>a</i>b</b>", "{b}ab", {WebVttTagWrong}},
         {"<b>a", "{b}a", {WebVttTagUnclosed}},
@@ -98,6 +99,8 @@ TEST(WebVtt, ReadsSettings) {
         {" line:-1", {{"vtt.line", "-1"}}, 2},
         {" line:84.5%,end", {{"vtt.line", "84.5%,end"}}, 2},
         {" position:10%,line-left size:35%", {{"vtt.position", "10%,line-left"}, {"vtt.size", "35%"}}},
+        {" align:start align:end", {{"vtt.align", "end"}}, 0, Alignment::Right},
+        {" align:start line:0 align:right line:1", {{"vtt.line", "1"}}, 9, Alignment::Right},
         {" vertical:rl\tline:1", {{"vtt.vertical", "rl"}, {"vtt.line", "1"}}, 8},
         {" line:x size:101% align:middle foo:bar size",
          {},
@@ -222,6 +225,7 @@ TEST(WebVtt, IgnoresSettingsOfPlaceInARegion) {
 
 TEST(WebVtt, TakesWhatIsSeenWithFindings) {
     using enum qlx::FindingCode;
+    using namespace std::string_view_literals;
     const struct {
         std::string_view text;
         std::vector<std::string_view> rows;
@@ -237,6 +241,8 @@ TEST(WebVtt, TakesWhatIsSeenWithFindings) {
         {"WEBVTT\n\n00:03.000 --> 00:04.000\na\n\nSTYLE\n::cue{}\n", {"a"}, {WebVttBlockPassed}},
         {"WEBVTT\n\n00:03.000 --> 00:04.000\na\n00:04.000 --> 00:05.000\nb\n", {"a", "b"}, {}},
         {"WEBVTT\n\n00:03.000 --> 00:04.000\n\n", {""}, {}},
+        {"WEBVTT\n\n\f00:03.000\f-->\f00:04.000\f\na\n", {"a"}, {}},
+        {"WEBVTT\n\n00:03.000 --> 00:04.000\n\0a\0\0b\n"sv, {"\uFFFDa\uFFFD\uFFFDb"}, {}},
         {"WEBVTTX\n\n", {}, {WebVttSignatureMissing, WebVttBlockPassed}},
     };
     for (const auto& file : cases) {
