@@ -87,10 +87,21 @@ std::vector<OpenSpan> spansOf(const Run& run, std::string_view language) {
         appendEscaped(tag, language);
         spans.push_back({"lang", std::move(tag)});
     }
-    for (const Property& property : run.properties) {
+    for (auto place = run.properties.begin(); place != run.properties.end(); ++place) {
+        const Property& property = *place;
         const auto* const span = std::find_if(std::begin(kSpansOfProperties), std::end(kSpansOfProperties),
                                               [&](const auto& known) { return known.first == property.name; });
         if (span == std::end(kSpansOfProperties)) {
+            continue;
+        }
+        const auto next = std::next(place);
+        if (property.name == properties::kWebVttClass && next != run.properties.end() &&
+            next->name == properties::kWebVttRubyText) {
+            // The text of ruby is none but right within its ruby (W3C WebVTT, 6.4): its tag has its classes.
+            std::string tag = "rt.";
+            appendClasses(tag, property.value);
+            spans.push_back({"rt", std::move(tag)});
+            place = next;
             continue;
         }
         std::string tag(span->second);

@@ -352,6 +352,17 @@ TEST(WebVtt, WritesNoClassThatWouldEndItsTag) {
     EXPECT_EQ(findings[0].code, FindingCode::SubtitlePropertiesLost);
 }
 
+TEST(WebVtt, WritesClassesOfRubyTextInItsTag) {
+    const std::string_view text = "1\n00:00:01.000 --> 00:00:02.000\n<c.x><ruby>a<rt.y.z>b</rt></ruby></c>\n\n";
+    const CuesRead result = read("WEBVTT\n\n" + std::string(text));
+    ASSERT_EQ(result.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(result.cues[0]), "{vtt.c=x vtt.ruby=}a{vtt.c=x vtt.ruby= vtt.c=y.z vtt.rt=}b");
+    WebVttWriter writer(nullptr);
+    std::string written;
+    EXPECT_TRUE(writer.write(result.cues[0], written));
+    EXPECT_EQ(written, text);
+}
+
 TEST(WebVtt, IsReadBackAsItWasWritten) {
     std::mt19937 random(11);
     std::string text;
