@@ -363,7 +363,8 @@ std::uint8_t encodeCaption(const Caption& caption, const EncodeOptions& options,
     std::span<const PlacedRow> rest = places.rows();
     const bool isRollUp = caption.style == CaptionStyle::RollUp;
     const AnchorPoint asked = caption.anchor <= AnchorPoint::LowerRight ? caption.anchor : AnchorPoint::LowerLeft;
-    const std::size_t upper = isRollUp ? rest.size() : upperRows(rest);
+    const bool hasOther = options.window % kWindows != options.lowerWindow % kWindows;
+    const std::size_t upper = isRollUp || !hasOther ? rest.size() : upperRows(rest);
     const bool hasTwo = upper < rest.size();
     CommandWriter writer(options, bytes, findings);
     std::uint8_t windows = 0;

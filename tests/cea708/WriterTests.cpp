@@ -338,6 +338,12 @@ TEST(CaptionWindows, AreHeldWhereTheyStand) {
         }
         EXPECT_EQ(text, one.expected);
     }
+    // Without a second window the first one has all rows.
+    std::vector<std::uint8_t> bytes;
+    EXPECT_EQ(encodeCaption(rowsOf(0, 1, {{1, U"a"}, {15, U"b"}}), {.window = 3}, bytes), 1U << 3U);
+    Receiver receiver;
+    (void)receiver.receive(bytes);
+    EXPECT_EQ(receiver.window(3).rows(), 15U);
 }
 
 TEST(CaptionCommands, SayWhatTheyCannotSend) {

@@ -69,7 +69,8 @@ struct EncodeOptions {
     std::uint64_t findingsOffset = 0;             ///< What findings have as their offset.
     /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are UTF-16.
     std::function<std::optional<std::uint16_t>(char32_t character)> wideCode{};
-    std::uint8_t lowerWindow = 3;  ///< The window of the lower rows, where they have one of their own; not `window`.
+    /// The window of the lower rows, where they have one of their own; where it is `window`, all rows are in that one.
+    std::uint8_t lowerWindow = 3;
 };
 
 /// So many blank rows between two rows of a caption are the fewest where the lower ones have a window of their own.
