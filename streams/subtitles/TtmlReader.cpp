@@ -302,6 +302,12 @@ private:
         }
     }
 
+    /// Whether blanks stand between the parts of ruby, where they are not shown (TTML2, tts:ruby).
+    static bool isBetweenRuby(const subtitles::Properties& all) {
+        const std::string* const ruby = valueOf(all, kRuby);
+        return ruby != nullptr && (*ruby == "container" || *ruby == "baseContainer" || *ruby == "textContainer");
+    }
+
     /// The pieces of a paragraph or span.
     /// @param own What the spans up to here have of their own.
     /// @return When what is within ends (TTML2, 12.2.4); none: nothing says.
@@ -333,6 +339,9 @@ private:
                         _looks[*look].properties.push_back(
                             {std::string(subtitles::properties::kWebVttLanguage), std::string(context.language)});
                     }
+                }
+                if (!isText && isBetweenRuby(_looks[*look].properties)) {
+                    continue;
                 }
                 keepAffordable(_looks[*look].properties, element);
                 _pieces.push_back({inner.value(), *look, false, context.keepsSpace, context.begin, context.end});

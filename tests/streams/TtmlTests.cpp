@@ -230,6 +230,8 @@ TEST(Ttml, ResolvesStyles) {
         {"<span tts:ruby='container'><span tts:ruby='base'>a</span><span tts:ruby='delimiter'>(</span>"
          "<span tts:ruby='text'>b</span></span>c",
          "{vtt.ruby=}a{ttml.tts:ruby=delimiter}({vtt.ruby= vtt.rt=}b{}c"},
+        {"<span tts:ruby='container'> <span tts:ruby='base'>a</span>\n<span tts:ruby='text'>b</span> </span>c",
+         "{vtt.ruby=}a{vtt.ruby= vtt.rt=}b{}c"},
         {"a<span xml:lang='fr'>b<span xml:lang=''>c</span></span>", "a{vtt.lang=fr}b{vtt.lang=}c"},
         {"a<span tts:visibility='hidden'>b</span>", "a", {TtmlHidden}},
         {"a<set begin='1s' tts:color='red'/>", "a", {TtmlAnimationLeftOut}},
