@@ -363,8 +363,9 @@ private:
                 Context span = context;
                 StyleSet all = own;
                 overlay(all, enter(inner, attributes, span, context.isSequence ? *next : context.begin, true));
-                // Runs have no place for roles and the like.
-                _attributesLeftOut += static_cast<std::int64_t>(attributes.others.size());
+                // Runs have no place for roles and the like, nor one of their own on the screen.
+                const bool isElsewhere = !attributes.region.empty() && attributes.region != context.region;
+                _attributesLeftOut += static_cast<std::int64_t>(attributes.others.size()) + (isElsewhere ? 1 : 0);
                 const auto implicitEnd = gather(inner, span, all);
                 const auto end = span.ownEnd ? span.ownEnd : implicitEnd;
                 extend(last, isOpen, end);

@@ -170,6 +170,8 @@ TEST(Ttml, ShowsTextWhileItsRegionIsThere) {
         {"end='1s'", "<div timeContainer='seq'><p region='r' dur='3s'>a</p><p dur='1s'>b</p></div>",
          "0-1000 a\n3000-4000 b"},
         {"begin='x' end='4s'", "<p region='r' end='9s'>a</p>", "0-4000 a", {TtmlTimeWrong}},
+        {"end='4s'", "<p end='3s'>a<span region='r'>b</span></p>", "0-3000 ab", {TtmlAttributesLeftOut}},
+        {"end='4s'", "<p region='r' end='3s'>a<span region='r'>b</span></p>", "0-3000 ab"},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.region + " / " + one.paragraph);
