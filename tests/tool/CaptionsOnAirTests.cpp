@@ -179,11 +179,13 @@ TEST(CaptionsOnAir, BeginWithTheFirstFrameThatIsPlayed) {
               "fd8080");
 }
 
-// What is shown of cues that overlap is what a player shows that has played the frames in front as well: at 12 s nothing, as
+// What is shown of cues that overlap is what a player shows that has played the frames in front as well: at 10.5 s nothing, as
 // the second cue has cut the first one and is over; at 22 s both cues of one start, as long as the longer one.
 TEST(CaptionsOnAir, BeginAmongOverlappingCuesAsIfAllHadBeenPlayed) {
     const std::string text = srt({{"00:00:01,000", "00:00:19,000", "whole"},
                                   {"00:00:05,000", "00:00:10,000", "short"},
+                                  {"00:00:14,000", "00:00:18,000", "third"},
+                                  {"00:00:15,000", "00:00:15,000", "none"},
                                   {"00:00:20,000", "00:00:21,000", "upper"},
                                   {"00:00:20,000", "00:00:28,000", "lower"}});
     const auto textsFrom = [&](const std::string& from, const std::string& mode) {
@@ -201,11 +203,13 @@ TEST(CaptionsOnAir, BeginAmongOverlappingCuesAsIfAllHadBeenPlayed) {
     for (const char* mode : {"cea608", "cea708", "captions"}) {
         EXPECT_EQ(textsFrom("3", mode), "whole;short;") << mode;
         EXPECT_EQ(textsFrom("7", mode), "short;") << mode;
-        EXPECT_EQ(textsFrom("12", mode), "") << mode;
+        EXPECT_EQ(textsFrom("10.5", mode), "") << mode;
+        // What has no duration is not shown, and ends nothing.
+        EXPECT_EQ(textsFrom("16", mode), "third;") << mode;
         EXPECT_EQ(textsFrom("22", mode), "upper / lower;") << mode;
     }
     // A page of teletext shows all that is on air.
-    EXPECT_EQ(textsFrom("12", "teletext"), "whole;");
+    EXPECT_EQ(textsFrom("10.5", "teletext"), "whole;");
 }
 
 TEST(CaptionsOnAir, HaveExtendedDataBesideThem) {

@@ -74,7 +74,12 @@ void PlayedCues::take(const subtitles::Cue& cue) {
     constexpr std::size_t kMostOver = 64;
     const auto due = dueFrame(cue, _options.rate);
     const bool isPlayed = _window.take(secondsFrom(cue.start), secondsFrom(cue.end));
-    if (due && *due < _window.firstFrame() && (!_lastDue || *due >= *_lastDue)) {
+    // What has no duration or no text is never shown, and takes the place of nothing.
+    const auto end = qlx::firstFrameAtOrAfter(cue.end, frameRateOf(_options.rate));
+    const bool isCaption =
+        due && end && *end > *due &&
+        std::any_of(cue.rows.begin(), cue.rows.end(), [](const subtitles::Row& row) { return !row.text().empty(); });
+    if (isCaption && *due < _window.firstFrame() && (!_lastDue || *due >= *_lastDue)) {
         if (_lastDue != due) {
             _lastBefore.clear();
         }
