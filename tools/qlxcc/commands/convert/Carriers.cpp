@@ -242,7 +242,9 @@ private:
         if (number > kGreatest) {
             throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": its time is too great");
         }
-        return number > -0.5 ? std::optional(static_cast<std::uint64_t>(std::llround(std::max(number, 0.0))))
+        // What is half a frame behind one, as is its second field, belongs to it, and not to the next one here and there.
+        constexpr double kHalf = 0.5 + 1e-6;
+        return number > -0.5 ? std::optional(static_cast<std::uint64_t>(std::ceil(std::max(number, kHalf) - kHalf)))
                              : std::nullopt;
     }
 
