@@ -112,9 +112,10 @@ std::uint64_t finishLists(Listing* listing, const SpliceList* splices, OutputFil
 
 /// What takes the frames; null for a list.
 std::unique_ptr<FrameWriter> makeWriter(const ScanOptions& options, const std::optional<FrameOutputOptions>& frames,
-                                        const CaptionMembers& members, OutputFile& output) {
+                                        const CaptionMembers& members, OutputFile& output,
+                                        std::shared_ptr<LeftOut> leftOut) {
     if (frames) {
-        return makeFrameWriter(output, *frames);
+        return makeFrameWriter(output, *frames, std::move(leftOut));
     }
     if (options.listsContents) {
         return std::make_unique<ContentListWriter>(output, options.asJson, options.ignoresParity);
@@ -125,7 +126,7 @@ std::unique_ptr<FrameWriter> makeWriter(const ScanOptions& options, const std::o
     const auto make = [&members](streams::ByteSink& sink) {
         return std::make_unique<streams::JsonlWriter>(sink, &members);
     };
-    return std::make_unique<FrameFile>(output, make, 0, std::make_shared<LeftOut>(output.name()));
+    return std::make_unique<FrameFile>(output, make, 0, std::move(leftOut));
 }
 
 }  // namespace
@@ -146,7 +147,8 @@ int scan(const ScanOptions& options) {
     const CaptionMembers members;
     const bool hasSplices = *sourceOptions.kind == InputKind::TransportStream && !frames && !options.listsContents;
     const std::unique_ptr<SpliceList> splices = hasSplices ? spliceListOf(options, source) : nullptr;
-    const std::unique_ptr<FrameWriter> writer = makeWriter(options, frames, members, output);
+    const auto leftOut = std::make_shared<LeftOut>(output.name());
+    const std::unique_ptr<FrameWriter> writer = makeWriter(options, frames, members, output, leftOut);
     const std::unique_ptr<Listing> listing =
         writer ? nullptr : std::make_unique<Listing>(options, source, splices.get(), output);
     FrameWriter& to = listing ? listing->frames() : *writer;
@@ -167,7 +169,8 @@ int scan(const ScanOptions& options) {
             *withTeletext += frame.teletext.empty() ? 0 : 1;
             if (takesPackets && !frame.teletext.empty()) {
                 Frame whole = frame;
-                packets.put(whole);
+                leftOut->setFrame(whole);
+                packets.put(whole, leftOut.get());
                 to.write(whole);
             } else {
                 to.write(frame);
