@@ -72,8 +72,9 @@ const std::string kTitle = "Scenarist_SCC V1.0\n";
 TEST(SccReading, TakesFieldAndRateOfTheCaller) {
     const auto field2 = readScc(kTitle + "\n00:00:00:00\t1520\n", {.field = CcType::Field2});
     ASSERT_EQ(field2.frames.size(), 1U);
-    EXPECT_EQ(qlxtest::jsonLine(field2.frames[0]),
-              R"({"frame":0,"pts":{"value":0,"timescale":30000,"seconds":0},"packets":[],"captions":{"data":"fd1520"}})");
+    EXPECT_EQ(
+        qlxtest::jsonLine(field2.frames[0]),
+        R"({"frame":0,"pts":{"value":0,"timescale":30000,"seconds":0},"packets":[],"captions":{"data":"fd1520"}})");
     struct Case {
         FrameRate rate;
         const char* time;
