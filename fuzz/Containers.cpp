@@ -12,6 +12,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 
 using qlx::streams::Frame;
 using qlx::streams::InputKind;
@@ -146,19 +147,27 @@ void readTextSample(Input& input) {
     const auto take = [&span](const qlx::subtitles::Cue& cue) {
         require(cue.start == span.begin && cue.end == span.end);
     };
-    switch (form % 4) {
+    const detail::SampleRegions regions{std::string(text.substr(0, form % 8))};
+    switch (form % 5) {
     case 0:
         detail::readTimedText(bytes, detail::timedTextDefaults(bytes), span, take, findings);
         break;
     case 1:
-        detail::readWvtt(bytes, span, take, findings);
+        detail::readWvtt(bytes, span, regions, take, findings);
         break;
     case 2:
         detail::readSubRipText(text, span, take, findings);
         break;
+    case 3: {
+        const std::size_t half = text.size() / 2;
+        detail::SubStationSamples samples(text.substr(0, half), findings);
+        samples.read(text.substr(half), span, take);
+        samples.finish();
+        break;
+    }
     default:
-        detail::readWebVttText(text, text.substr(0, form), text.substr(text.size() / 2), span, form % 8 == 3, take,
-                               findings);
+        detail::readWebVttText(text, text.substr(0, form), text.substr(text.size() / 2), span, form % 8 == 4, regions,
+                               take, findings);
         break;
     }
 }
