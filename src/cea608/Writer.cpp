@@ -242,7 +242,8 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         isPopOn ? number(begin + cue.pairs + dueCodes(sender, slot, cue.start)) - number(cue.start) : 0;
     // Beside another one like it a code that is sent once could be taken for its repetition.
     const Pair code = lane.pairs[count - 1].pair;
-    const bool isBesideEqual = sender.last == code || (count < cue.pairs && lane.pairs[count].pair == code);
+    const bool isBehindEqual = lane.pairs[0].pair == code && !isResumed && sender.last == code;
+    const bool isBesideEqual = isBehindEqual || (count < cue.pairs && lane.pairs[count].pair == code);
     const bool isOnceEnough =
         isPopOn && _options.doublesCodes && count > 1 && lane.pairs[count - 2].pair == code && !isBesideEqual;
     const bool crosses = begin + count > due;

@@ -165,6 +165,13 @@ TEST(PopOnCaptions, AreOnTimeWhenTheyFitToThePair) {
     EXPECT_EQ(pairsOf(29), "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 4100 1230 142f 142f\n80: 142c 142c");
     EXPECT_EQ(pairsOf(30), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 142c 142c\n33: 142f 142f\n80: 142c 142c");
     EXPECT_EQ(pairsOf(31), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 1230 142c 142c 142f 142f\n80: 142c 142c");
+    // The same letter twice, with another one between: its codes are not side by side.
+    const Sent twice =
+        sentOf({captionOf(20, 33, U"Hi"), captionOf(36, 80, U"\u00D6b\u00D6")}, 1, FrameRate::Fps24, true);
+    EXPECT_EQ(twice.findings, Texts());
+    EXPECT_EQ(
+        twice.pairs.substr(twice.pairs.find("20: ") + 4),
+        "142f 142f 1420 1420 142e 142e 1460 1460 4f00 1332 1332 624f 1332 142c 142c\n36: 142f 142f\n80: 142c 142c");
 }
 
 TEST(Captions, SendNoCodeOnceBesideItsLike) {

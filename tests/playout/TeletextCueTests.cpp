@@ -123,7 +123,7 @@ struct Made {
 std::vector<std::pair<std::u32string, Color>> anyWords(Random& random, const Letters& letters, bool isRightToLeft) {
     std::vector<std::pair<std::u32string, Color>> words;
     Color color = qlx::screen::kBasicColors[1 + below(random, 7)];
-    std::size_t room = 2 + below(random, 34);
+    std::size_t room = 2 + below(random, 36);  // and a space behind each word: at most 36 columns
     while (room > 1) {
         std::u32string word;
         for (std::size_t size = 1 + below(random, std::min<std::size_t>(room - 1, 9)); size > 0; --size) {

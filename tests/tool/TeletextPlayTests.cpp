@@ -129,6 +129,13 @@ TEST(TeletextPlay, FollowsItsOptions) {
               (std::vector<std::string>{"24/575: 888! 28", "25/12: 22 8FF"}));
     EXPECT_EQ(wordsOf(playedSent(kOneCue, "25", {"--language", "pl", "--region", "1", "--duration", "1.1"})),
               (std::vector<std::string>{"24/575: 888!", "25/12: 22 8FF"}));
+    // So in each transmission of the page; and what comes over a letter is behind the header too.
+    const std::string longCue = srt({{"00:00:01,000", "00:00:05,000", "Bonjour"}});
+    EXPECT_EQ(wordsOf(playedSent(longCue, "25", {"--language", "pl", "--repeat", "2", "--duration", "3.4"})),
+              (std::vector<std::string>{"24/575: 888! 28", "25/12: 22 8FF", "74/575: 888 28 22 8FF"}));
+    EXPECT_EQ(wordsOf(playedSent(srt({{"00:00:01,000", "00:00:02,000", "\u010Capek"}}), "25",
+                                 {"--language", "de", "--duration", "1.1"})),
+              (std::vector<std::string>{"24/575: 888! 26", "25/12: 22 8FF"}));
     // Packets 31 of magazine 8 fill.
     const auto filled = wordsOf(playedSent(kOneCue, "25", {"--fill", "--duration", "1.08"}));
     ASSERT_EQ(filled.size(), 54U);
@@ -141,6 +148,24 @@ TEST(TeletextPlay, FollowsItsOptions) {
               (std::vector<std::string>{"24/575: 888!", "25/12: 12 14 16 18 20", "25/575: 22 8FF"}));
     EXPECT_EQ(wordsOf(playedSent(tall, "25", {"--duration", "1.2", "--sdps", "2"})),
               (std::vector<std::string>{"24/575: 888!", "25/12: 12 14 16 18 20", "25/12: 22 8FF"}));
+}
+
+TEST(TeletextPlay, IsReadWithTheSetsOfARegion) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Za\u017C\u00F3\u0142\u0107"}}));
+    const std::string klv = folder.path("a.klv");
+    ASSERT_EQ(runTool(playArguments(file, "25", {"-o", klv, "--language", "pl", "--region", "1"})).exitCode, 0);
+    const std::vector<Arguments> readers{
+        {"show", klv, "--rate", "25", "--at", "1.5"},
+        {"scan", klv},
+        {"convert", klv, "--from-rate", "25", "--page", "888", "--to-format", "srt", "-o", "-"}};
+    for (const Arguments& reader : readers) {
+        Arguments ofRegion = reader;
+        ofRegion.insert(ofRegion.end(), {"--region", "1"});
+        EXPECT_NE(runTool(ofRegion).out.find("Za\u017C\u00F3\u0142\u0107"), std::string::npos) << reader[0];
+        EXPECT_EQ(runTool(reader).out.find("Za\u017C\u00F3\u0142\u0107"), std::string::npos) << reader[0];
+    }
 }
 
 TEST(TeletextPlay, RepeatsAPageAwayFromCuesThatAreDue) {

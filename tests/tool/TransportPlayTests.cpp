@@ -145,6 +145,17 @@ TEST(TransportPlay, NamesTheLanguageOfTheMapAndReadsAnotherPid) {
     ASSERT_EQ(list.exitCode, 0) << list.err;
     EXPECT_NE(list.out.find("teletext page 888   dan "), std::string::npos) << list.out;
     EXPECT_NE(runTool({"scan", stream, "--list", "--json"}).out.find("\"language\":\"dan\""), std::string::npos);
+    // A teletext descriptor (EN 300 468, 6.2.43): type 2 or 5, magazine 8, page 88.
+    EXPECT_NE(folder.read("out.ts").find("\x56\x05"
+                                         "dan\x10\x88"),
+              std::string::npos);
+    const std::string hearing = folder.path("hearing.ts");
+    ASSERT_EQ(runTool(playArguments(cues, "25", {"-o", hearing, "--language", "da", "--hearing-impaired"})).exitCode,
+              0);
+    EXPECT_NE(folder.read("hearing.ts")
+                  .find("\x56\x05"
+                        "dan\x28\x88"),
+              std::string::npos);
     // A PID that is named is read, and another one has nothing.
     for (const std::string pid : {"300", "0x12c"}) {
         const ToolResult shown = runTool({"show", stream, "--all", "--page", "888", "--teletext-pid", pid});
