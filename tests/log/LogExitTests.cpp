@@ -1,5 +1,6 @@
 // The shared controller, and what it writes when its process ends. Each check runs in a child of the test.
 #include "LogFixture.h"
+#include "ThreadState.h"
 
 #include "log/LogState.h"
 
@@ -201,6 +202,10 @@ Host& startHost(int count) {
 [[noreturn]] void exitFromAChild() {
     startHost(1);
     QLXLogController::sharedLogController()->waitUntilQueuesAreEmpty();
+    // The address sanitizer's allocator has locks, which stay taken in a child where another thread holds one now.
+    while (!qlxtest::areOthersAsleep()) {
+        std::this_thread::yield();
+    }
     const pid_t child = fork();
     if (child == 0) {
         QLXLogController::sharedLogController()->logMessage_level_show("child", 2, false);

@@ -1,6 +1,8 @@
 // What the threads of this process are at.
 #pragma once
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -22,6 +24,15 @@ inline bool isAsleep(long thread) {
     // The state stands behind the name, which is in brackets.
     const std::size_t name = text.rfind(')');
     return name != std::string::npos && name + 2 < text.size() && text[name + 2] == 'S';
+}
+
+/// Whether all other threads of this process wait for something.
+inline bool areOthersAsleep() {
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    return std::all_of(begin(threads), end(threads), [](const std::filesystem::directory_entry& entry) {
+        const long thread = std::stol(entry.path().filename().string());
+        return thread == threadNumber() || isAsleep(thread);
+    });
 }
 
 }  // namespace qlxtest
