@@ -2,6 +2,9 @@
 
 #include "HexText.h"
 
+#include <qlx/anc/packet.h>
+#include <qlx/cc/cdp.h>
+
 #include <algorithm>
 
 namespace qlx::streams::detail {
@@ -20,8 +23,8 @@ constexpr Alias kAliases[] = {
     {'P', 3, {0xFB, 0x80, 0x80}},
     {'Q', 3, {0xFC, 0x80, 0x80}},
     {'R', 3, {0xFD, 0x80, 0x80}},
-    {'S', 2, {0x96, 0x69}},
-    {'T', 2, {0x61, 0x01}},
+    {'S', 2, {cc::kCdpIdentifier >> 8U, cc::kCdpIdentifier & 0xFFU}},
+    {'T', 2, {anc::ids::kCdp.did, anc::ids::kCdp.sdid}},
     {'U', 4, {0xE1, 0x00, 0x00, 0x00}},
     {'Z', 1, {0x00}},
 };

@@ -1,5 +1,7 @@
 #include <qlx/streams/mcc.h>
 
+#include <qlx/anc/packet.h>
+#include <qlx/cc/cdp.h>
 #include <qlx/cc/time_code.h>
 
 #include "LineReader.h"
@@ -99,7 +101,7 @@ std::optional<PacketLine> packetLine(std::string_view text, const MccHeader& hea
 std::optional<FrameRate> rateOfCdp(const anc::PacketContentView& packet) {
     constexpr std::size_t kRateByte = 3;
     const bool isCdp = anc::packetId(packet.did, packet.sdid) == anc::ids::kCdp && packet.userData.size() > kRateByte &&
-                       packet.userData[0] == 0x96 && packet.userData[1] == 0x69;
+                       (packet.userData[0] << 8U | packet.userData[1]) == cc::kCdpIdentifier;
     return isCdp ? frameRateOfCdpCode(packet.userData[kRateByte] >> 4U) : std::nullopt;
 }
 

@@ -356,6 +356,9 @@ private:
     [[nodiscard]] static std::shared_ptr<QLXVANCPacket> make(QLXVANCPacketType type, std::uint64_t did,
                                                              std::uint64_t sdid, std::uint64_t lineNumber,
                                                              qlx::Data data);
+    /// The same with the DID and SDID of a type other than QLXVANCPacketTypeUnknown.
+    [[nodiscard]] static std::shared_ptr<QLXVANCPacket> make(QLXVANCPacketType type, std::uint64_t lineNumber,
+                                                             qlx::Data data);
 
     std::atomic<std::uint64_t> _lineNumber{0};
     qlx::Data _packetData;

@@ -19,10 +19,7 @@ constexpr std::size_t kUserDataOffset = 6;  ///< Words in front of the user data
 static_assert(kGreatestPacketWords == kGreatestUserData + kWordsAroundData);
 
 std::string_view kindName(std::uint8_t did, std::uint8_t sdidOrDbn) noexcept {
-    const auto* const kind =
-        std::find_if(detail::kPacketKinds.begin(), detail::kPacketKinds.end(),
-                     [=](const detail::PacketKind& one) { return one.did == did && one.sdid == sdidOrDbn; });
-    return kind == detail::kPacketKinds.end() ? detail::kUnknownKind : kind->name;
+    return detail::nameOfPacketKind({did, sdidOrDbn});
 }
 
 Result<std::size_t> writeWords(const PacketContentView& packet, std::span<std::uint16_t> room) {

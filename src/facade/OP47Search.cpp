@@ -1,5 +1,7 @@
 #include "facade/OP47Search.h"
 
+#include <qlx/anc/packet.h>
+
 #include "anc/AncWord.h"
 #include "facade/AncElement.h"
 #include "v210/V210.h"
@@ -15,8 +17,7 @@ namespace {
 
 using Lines = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t kDID = 0x43;
-constexpr std::uint8_t kSDID = 0x02;
+constexpr anc::PacketId kId = anc::ids::kOp47;
 constexpr std::size_t kMaximumDataCount = 255;
 
 /// The 32-bit words from the start of a row to the end of the lines.
@@ -61,7 +62,7 @@ Data elementOf(const Words10& words, std::uint8_t dataCount, std::int32_t lineNu
     constexpr std::uint16_t kCount = 2;
     const auto line = static_cast<std::uint16_t>((static_cast<std::uint32_t>(lineNumber / 256) & 0xFFU) << 8U |
                                                  (static_cast<std::uint32_t>(lineNumber) & 0xFFU));
-    return ancelement::bareElement(kCount, {line, kDID, kSDID, used});
+    return ancelement::bareElement(kCount, {line, kId.did, kId.sdid, used});
 }
 
 /// The luma bytes, at odd offsets, of rows that follow each other.
@@ -109,8 +110,8 @@ Data find10Bit(Lines lines, std::uint64_t bytesPerRow, std::int32_t lineNumber) 
         // Hosts compare words with the bytes of a row: the search may go on into the rows that follow.
         for (std::uint64_t word = 0; word < bytesPerRow && words.hasFlagAt(word);) {
             const auto dataCount = static_cast<std::uint8_t>(v210::highSample(words.at(word + 3)));
-            if (v210::middleSample(words.at(word + 2)) == anc::word(kDID) &&
-                v210::lowSample(words.at(word + 3)) == anc::word(kSDID)) {
+            if (v210::middleSample(words.at(word + 2)) == anc::word(kId.did) &&
+                v210::lowSample(words.at(word + 3)) == anc::word(kId.sdid)) {
                 return elementOf(words, dataCount, lineNumber);
             }
             if (dataCount == 0) {
@@ -134,7 +135,7 @@ Data find8Bit(Lines lines, std::uint64_t bytesPerRow) {
             row += bytesPerRow;
             continue;
         }
-        if (luma.at(position + 7) == kDID && luma.at(position + 9) == kSDID) {
+        if (anc::PacketId{luma.at(position + 7), luma.at(position + 9)} == kId) {
             return userDataOf(luma, position);
         }
         offset += 2 * std::uint64_t{luma.at(position + 11)} + kBytesAroundData;

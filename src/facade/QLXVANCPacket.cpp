@@ -47,6 +47,11 @@ std::shared_ptr<QLXVANCPacket> QLXVANCPacket::make(QLXVANCPacketType type, std::
     return packet;
 }
 
+std::shared_ptr<QLXVANCPacket> QLXVANCPacket::make(QLXVANCPacketType type, std::uint64_t lineNumber, qlx::Data data) {
+    const qlx::anc::PacketId words = kPacketKinds[static_cast<std::size_t>(type - 1)].words;
+    return make(type, words.did, words.sdid, lineNumber, std::move(data));
+}
+
 std::string QLXVANCPacket::description() const {
     const QLXVANCPacketType type = packetType();
     const std::string header =
@@ -72,8 +77,9 @@ qlx::Data QLXVANCPacket::packetDataWithEncodedBytes() const {
 
 QLXVANCPacketType QLXVANCPacket::packetTypeWithDID_SDID(std::uint64_t did, std::uint64_t sdid) noexcept {
     // The table's rows stand in the order of the type numbers, which begin with 1.
-    const auto* const kind = std::find_if(kPacketKinds.begin(), kPacketKinds.end(),
-                                          [=](const PacketKind& one) { return one.did == did && one.sdid == sdid; });
+    const auto* const kind = std::find_if(kPacketKinds.begin(), kPacketKinds.end(), [=](const PacketKind& one) {
+        return one.words.did == did && one.words.sdid == sdid;
+    });
     return kind == kPacketKinds.end() ? QLXVANCPacketTypeUnknown
                                       : static_cast<QLXVANCPacketType>(kind - kPacketKinds.begin() + 1);
 }
@@ -95,25 +101,25 @@ std::set<std::uint64_t> QLXVANCPacket::linesInVANCPackets(const std::vector<std:
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::CEA708VANCPacketWithData_lineNumber(qlx::Data data,
                                                                                   std::uint64_t lineNumber) {
-    return make(QLXVANCPacketTypeCEA708, 0x61, 0x01, lineNumber, std::move(data));
+    return make(QLXVANCPacketTypeCEA708, lineNumber, std::move(data));
 }
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::CEA608VANCPacketWithData_lineNumber(qlx::Data data,
                                                                                   std::uint64_t lineNumber) {
-    return make(QLXVANCPacketTypeCEA608, 0x61, 0x02, lineNumber, std::move(data));
+    return make(QLXVANCPacketTypeCEA608, lineNumber, std::move(data));
 }
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::OP47VANCPacketWithData_lineNumber(qlx::Data data,
                                                                                 std::uint64_t lineNumber) {
-    return make(QLXVANCPacketTypeOP47, 0x43, 0x02, lineNumber, std::move(data));
+    return make(QLXVANCPacketTypeOP47, lineNumber, std::move(data));
 }
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::appleMetadataVANCPacketWithData_lineNumber(qlx::Data data,
                                                                                          std::uint64_t lineNumber) {
-    return make(QLXVANCPacketTypeAppleMetadata, 0x50, 0x02, lineNumber, std::move(data));
+    return make(QLXVANCPacketTypeAppleMetadata, lineNumber, std::move(data));
 }
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::cameraRecordControlPacketWithStart(bool start) {
-    return make(QLXVANCPacketTypeCameraStartStop, 0x52, 0x4D, kCameraControlLine,
+    return make(QLXVANCPacketTypeCameraStartStop, kCameraControlLine,
                 {0, 0, 0, 0, 0, 0, 0, 0, 0, kCameraCommandGroup, start ? kCameraStart : kCameraStop});
 }

@@ -14,7 +14,7 @@
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::SCTE104PacketDataWithData_lineNumber(qlx::Data data,
                                                                                    std::uint64_t lineNumber) {
-    return make(QLXVANCPacketTypeSCTE104, 0x41, 0x07, lineNumber, std::move(data));
+    return make(QLXVANCPacketTypeSCTE104, lineNumber, std::move(data));
 }
 
 std::shared_ptr<QLXVANCPacket> QLXVANCPacket::

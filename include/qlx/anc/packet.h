@@ -52,12 +52,13 @@ inline constexpr PacketId kScte104{0x41, 0x07};     ///< SCTE-104 message (SMPTE
 inline constexpr PacketId kAfdBarData{0x41, 0x05};  ///< Active format description and bar data (SMPTE ST 2016-3).
 inline constexpr PacketId kPanScan{0x41, 0x06};     ///< Pan-scan information (SMPTE ST 2016-4).
 inline constexpr PacketId kAtc{0x60, 0x60};         ///< Ancillary time code (SMPTE ST 12-2).
-inline constexpr PacketId kPayloadIdentifier{0x41, 0x01};      ///< Payload identifier (SMPTE ST 352).
-inline constexpr PacketId kStereoscopic{0x41, 0x0A};           ///< Frame-compatible packing of 3D (SMPTE ST 2068).
-inline constexpr PacketId kHdrMetadata{0x41, 0x0C};            ///< HDR and WCG metadata (SMPTE ST 2108-1).
-inline constexpr PacketId kHdrMetadataKlv{0x41, 0x0D};         ///< The same as KLV (SMPTE ST 2108-2).
-inline constexpr PacketId kTwoFrameMarker{0x46, 0x01};         ///< Two-frame marker (SMPTE ST 2051).
-inline constexpr PacketId kWideScreenSignalling{0x50, 0x01};   ///< Wide-screen signalling (SMPTE RDD 8).
+inline constexpr PacketId kPayloadIdentifier{0x41, 0x01};     ///< Payload identifier (SMPTE ST 352).
+inline constexpr PacketId kStereoscopic{0x41, 0x0A};          ///< Frame-compatible packing of 3D (SMPTE ST 2068).
+inline constexpr PacketId kHdrMetadata{0x41, 0x0C};           ///< HDR and WCG metadata (SMPTE ST 2108-1).
+inline constexpr PacketId kHdrMetadataKlv{0x41, 0x0D};        ///< The same as KLV (SMPTE ST 2108-2).
+inline constexpr PacketId kKlvMetadata{0x44, 0x04};           ///< KLV metadata in the vertical interval (SMPTE RP 214).
+inline constexpr PacketId kTwoFrameMarker{0x46, 0x01};        ///< Two-frame marker (SMPTE ST 2051).
+inline constexpr PacketId kWideScreenSignalling{0x50, 0x01};  ///< Wide-screen signalling (SMPTE RDD 8).
 inline constexpr PacketId kHighFrameRateTimeCode{0x60, 0x61};  ///< Time code of high frame rates (SMPTE ST 12-3).
 inline constexpr PacketId kTimeCodeOfHanc{0x64, 0x64};         ///< Time code in horizontal data (SMPTE RP 196).
 inline constexpr PacketId kVitcOfHanc{0x64, 0x7F};             ///< VITC in horizontal data (SMPTE RP 196).
