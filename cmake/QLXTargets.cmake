@@ -35,3 +35,42 @@ function(qlx_configure_target target)
         target_link_options(${target} PRIVATE -fsanitize=${QLX_SANITIZERS})
     endif()
 endfunction()
+
+include(GenerateExportHeader)
+
+# qlx_add_library_forms(<target> MACRO <name> NAME <name> [FORMS_PREFIX <text>] OUTPUT_NAME <name> EXPORT_HEADER <path>): the
+# libraries <target>_static and <target>_shared, made of the objects of <target>_objects; their names in the package, where
+# the plain NAME follows BUILD_SHARED_LIBS, as for any other library; and the header with the macro that exports.
+function(qlx_add_library_forms target)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "MACRO;NAME;FORMS_PREFIX;OUTPUT_NAME;EXPORT_HEADER" "")
+    add_library(${target}_static STATIC $<TARGET_OBJECTS:${target}_objects>)
+    add_library(${target}_shared SHARED $<TARGET_OBJECTS:${target}_objects>)
+    set_target_properties(${target}_static PROPERTIES EXPORT_NAME ${arg_FORMS_PREFIX}Static)
+    set_target_properties(
+        ${target}_shared
+        PROPERTIES EXPORT_NAME ${arg_FORMS_PREFIX}Shared
+                   VERSION ${PROJECT_VERSION}
+                   SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+                   DEFINE_SYMBOL ${arg_MACRO}_BUILDING_LIBRARY)
+    target_compile_definitions(${target}_static INTERFACE ${arg_MACRO}_STATIC_DEFINE)
+    foreach(library IN ITEMS ${target}_static ${target}_shared)
+        set_target_properties(${library} PROPERTIES OUTPUT_NAME ${arg_OUTPUT_NAME} LINKER_LANGUAGE CXX)
+        if(QLX_SANITIZERS)
+            target_link_options(${library} PRIVATE -fsanitize=${QLX_SANITIZERS})
+        endif()
+    endforeach()
+
+    add_library(QLXClosedCaptionsUtilities::${arg_FORMS_PREFIX}Static ALIAS ${target}_static)
+    add_library(QLXClosedCaptionsUtilities::${arg_FORMS_PREFIX}Shared ALIAS ${target}_shared)
+    if(BUILD_SHARED_LIBS)
+        add_library(QLXClosedCaptionsUtilities::${arg_NAME} ALIAS ${target}_shared)
+    else()
+        add_library(QLXClosedCaptionsUtilities::${arg_NAME} ALIAS ${target}_static)
+    endif()
+
+    generate_export_header(
+        ${target}_shared
+        BASE_NAME ${arg_MACRO}
+        INCLUDE_GUARD_NAME ${arg_MACRO}_EXPORT_H
+        EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/include/${arg_EXPORT_HEADER}")
+endfunction()
