@@ -1,6 +1,5 @@
 #include <qlx/streams/captions.h>
 
-#include "LineSink.h"
 #include "TripletBytes.h"
 
 #include <qlx/anc/packet.h>
@@ -22,7 +21,7 @@ Data captionTriplets(const Frame& frame, FindingSink* findings) {
     for (const anc::Packet& packet : frame.packets) {
         const std::span<const std::uint8_t> data = packet.userData;
         if (packet.id() == anc::ids::kCdp) {
-            detail::LineSink sink(findings, packet.line);
+            PlacedSink sink(findings, packet.line);
             const Result<cc::Cdp> cdp = cc::parseCdp(data, findings == nullptr ? nullptr : &sink);
             if (!cdp) {
                 sink.add(cdp.error());
@@ -37,7 +36,7 @@ Data captionTriplets(const Frame& frame, FindingSink* findings) {
         // SMPTE ST 334-1: the highest bit of the first byte is set for field 1; then the pair.
         constexpr std::size_t kPairPacket = 3;
         if (packet.id() == anc::ids::kCea608 && data.size() < kPairPacket) {
-            detail::LineSink(findings, packet.line)
+            PlacedSink(findings, packet.line)
                 .add({FindingCode::StreamPairPacketCut, Severity::Error, 0, static_cast<std::int64_t>(data.size()),
                       static_cast<std::int64_t>(kPairPacket)});
         } else if (packet.id() == anc::ids::kCea608) {

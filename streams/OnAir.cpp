@@ -2,7 +2,6 @@
 
 #include "AncOrder.h"
 #include "FrameCaptions.h"
-#include "LineSink.h"
 
 #include <qlx/anc/packet.h>
 #include <qlx/cc/triplet.h>
@@ -28,7 +27,7 @@ public:
         const std::vector<const anc::Packet*> packets = detail::teletextPackets(frame);
         bool isChanged = false;
         for (const anc::Packet* const packet : packets) {
-            detail::LineSink sink(findings, packet->line);
+            PlacedSink sink(findings, packet->line);
             FindingSink* const told = findings == nullptr ? nullptr : &sink;
             const auto sdp = teletext::parseSdp(packet->userData, told);
             if (!sdp) {

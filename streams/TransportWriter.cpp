@@ -1,6 +1,5 @@
 #include <qlx/streams/transport_writer.h>
 
-#include "LineSink.h"
 #include "TeletextLines.h"
 
 #include <qlx/anc/packet.h>
@@ -84,7 +83,7 @@ void TransportWriter::takeLines(const Frame& frame, FindingSink* findings) {
             }
             continue;
         }
-        detail::LineSink sink(findings, static_cast<std::uint32_t>(place));
+        PlacedSink sink(findings, static_cast<std::uint32_t>(place));
         const auto sdp = teletext::parseSdp(packet.userData, &sink);
         if (!sdp) {
             sink.add(sdp.error());

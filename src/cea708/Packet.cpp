@@ -44,24 +44,6 @@ std::size_t sizeThatHolds(std::size_t dataSize) noexcept {
     return std::min(dataSize | 1U, kGreatestPacketData);
 }
 
-/// Gives findings on, all of them with one place.
-class PlacedSink final : public FindingSink {
-public:
-    PlacedSink(FindingSink* findings, std::uint64_t offset) noexcept : _findings(findings), _offset(offset) {}
-
-    void add(const Finding& finding) override {
-        if (_findings != nullptr) {
-            Finding placed = finding;
-            placed.offset = _offset;
-            _findings->add(placed);
-        }
-    }
-
-private:
-    FindingSink* _findings;
-    std::uint64_t _offset;
-};
-
 void tell(FindingSink* findings, const Finding& finding) {
     if (findings != nullptr) {
         findings->add(finding);

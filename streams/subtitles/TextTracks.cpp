@@ -54,26 +54,6 @@ bool isTextTrack(StreamContent content) noexcept {
     return textKindOf(content) != TextTrackKind::Unreadable || content == StreamContent::OtherText;
 }
 
-/// Puts the place of a sample in place of what readers of its text say.
-class SampleFindings final : public FindingSink {
-public:
-    explicit SampleFindings(FindingSink* findings) : _findings(findings) {}
-
-    void setPlace(std::uint64_t place) { _place = place; }
-
-    void add(const Finding& finding) override {
-        if (_findings != nullptr) {
-            Finding placed = finding;
-            placed.offset = _place;
-            _findings->add(placed);
-        }
-    }
-
-private:
-    FindingSink* _findings;
-    std::uint64_t _place = 0;
-};
-
 /// Joins cues again that samples cut, and numbers them.
 class CueJoiner {
 public:
@@ -232,7 +212,7 @@ public:
         const bool isInParts =
             kind == TextTrackKind::TimedText || kind == TextTrackKind::Wvtt || kind == TextTrackKind::Stpp;
         CueJoiner joiner(take, isInParts);
-        SampleFindings placed(findings);
+        PlacedSink placed(findings);
         if (kind == TextTrackKind::Wvtt && !_hasHeads) {
             placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
         }

@@ -56,6 +56,30 @@ protected:
     FindingSink& operator=(const FindingSink&) = default;
 };
 
+/// Passes findings on with the place of the part of the input that they are in, in place of their own.
+class PlacedSink final : public FindingSink {
+public:
+    /// @param sink May be null; else it must outlive this.
+    /// @param place What is the offset of all findings.
+    explicit PlacedSink(FindingSink* sink, std::uint64_t place = 0) noexcept : _sink(sink), _place(place) {}
+
+    /// The place of what is found from here on.
+    void setPlace(std::uint64_t place) noexcept { _place = place; }
+
+    /// Passes the finding on.
+    void add(const Finding& finding) override {
+        if (_sink != nullptr) {
+            Finding placed = finding;
+            placed.offset = _place;
+            _sink->add(placed);
+        }
+    }
+
+private:
+    FindingSink* _sink;
+    std::uint64_t _place;
+};
+
 /// Keeps findings, up to a number, and counts the rest.
 class Findings final : public FindingSink {
 public:
