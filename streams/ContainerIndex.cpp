@@ -1,6 +1,7 @@
 #include "ContainerIndex.h"
 
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+#include "Boxes.h"
+
 #include <qlx/anc/atom.h>
 #include <qlx/klv/klv.h>
 #include <qlx/klv/partition.h>
@@ -96,10 +97,6 @@ std::optional<Finding> lookForFooter(ByteSource& source) {
 
 namespace {
 
-constexpr std::uint32_t kIndex = fourCC("moov");
-constexpr std::uint32_t kMedia = fourCC("mdat");
-constexpr std::uint32_t kFragment = fourCC("moof");
-
 /// Types are four characters; those of QuickTime may have a copyright sign in front.
 bool isType(std::uint32_t type) {
     constexpr std::uint8_t kCopyright = 0xA9;
@@ -115,10 +112,10 @@ bool isType(std::uint32_t type) {
 /// What is to be said of an atom that is cut at the end of a file; nothing of one that may be something else than an atom.
 FindingCode codeOfCut(std::uint32_t type) {
     constexpr std::array<std::pair<std::uint32_t, FindingCode>, 4> kParts{
-        {{kIndex, FindingCode::MovIndexCut},
-         {kMedia, FindingCode::MovMediaCut},
-         {kFragment, FindingCode::MovFragmentCut},
-         {fourCC("mfra"), FindingCode::MovFragmentListCut}}};
+        {{boxes::kIndex, FindingCode::MovIndexCut},
+         {boxes::kMedia, FindingCode::MovMediaCut},
+         {boxes::kFragment, FindingCode::MovFragmentCut},
+         {boxes::kFragmentList, FindingCode::MovFragmentListCut}}};
     const auto* const part =
         std::find_if(kParts.begin(), kParts.end(), [type](const auto& one) { return one.first == type; });
     return part == kParts.end() ? FindingCode::None : part->second;
@@ -129,10 +126,10 @@ FindingCode codeOfCut(std::uint32_t type) {
 bool isIndexBehindMedia(std::span<const std::uint8_t> first) noexcept {
     bool hasMedia = false;
     while (const Result<anc::AtomHeader> atom = anc::parseAtomHeader(first)) {
-        if (atom->type == kIndex) {
+        if (atom->type == boxes::kIndex) {
             return hasMedia && atom->size > first.size();
         }
-        hasMedia = hasMedia || atom->type == kMedia;
+        hasMedia = hasMedia || atom->type == boxes::kMedia;
         if (atom->size == 0 || atom->size > first.size()) {
             break;
         }
@@ -150,8 +147,8 @@ std::optional<std::uint64_t> AtomWalk::add(std::uint64_t place, std::span<const 
         _damagedAt = place;
         return std::nullopt;
     }
-    _hasIndex = _hasIndex || atom->type == kIndex;
-    _hasFragments = _hasFragments || atom->type == kFragment;
+    _hasIndex = _hasIndex || atom->type == boxes::kIndex;
+    _hasFragments = _hasFragments || atom->type == boxes::kFragment;
     _place = place;
     _size = atom->size;
     _cut = codeOfCut(atom->type);

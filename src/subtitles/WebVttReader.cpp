@@ -326,4 +326,16 @@ const WebVttFile& WebVttReader::file() const noexcept {
     return _parser->file();
 }
 
+WebVttFile readWebVttHead(std::string_view head, FindingSink* findings) {
+    // What stands in front of cues is known with the first one.
+    constexpr std::string_view kCue = "\n\n00:00:00.000 --> 00:00:01.000\nx\n";
+    WebVttReader reader({}, findings);
+    for (const std::string_view piece : {head, kCue}) {
+        reader.push({reinterpret_cast<const std::uint8_t*>(piece.data()), piece.size()});
+    }
+    reader.finish();
+    (void)reader.next();
+    return reader.file();
+}
+
 }  // namespace qlx::subtitles

@@ -1,6 +1,7 @@
 #include "WebVttHeads.h"
 
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
+#include "../Boxes.h"
+
 #include <qlx/anc/atom.h>
 #include <qlx/subtitles/webvtt.h>
 
@@ -78,10 +79,10 @@ std::optional<std::string> headIn(BoxWalk& walk, const BoxSpan& table) {
     constexpr std::uint64_t kCount = 8;
     constexpr std::uint64_t kEntry = 8;
     std::optional<std::string> head;
-    walk.each(table, fourCC("stsd"), [&](const BoxSpan& descriptions) {
-        walk.each(behind(descriptions, kCount), fourCC("wvtt"), [&](const BoxSpan& entry) {
+    walk.each(table, boxes::kSampleDescriptions, [&](const BoxSpan& descriptions) {
+        walk.each(behind(descriptions, kCount), boxes::kWebVttSamples, [&](const BoxSpan& entry) {
             head = head.value_or(std::string());
-            walk.each(behind(entry, kEntry), fourCC("vttC"),
+            walk.each(behind(entry, kEntry), boxes::kWebVttHead,
                       [&](const BoxSpan& text) { head = head->empty() ? walk.text(text) : *head; });
         });
     });
@@ -105,12 +106,12 @@ std::optional<std::vector<std::string>> webVttHeads(ByteSource& source) {
     std::vector<std::string> heads;
     bool hasIndex = false;
     BoxSpan file{0, size.value_or(first.size())};
-    walk.each(file, fourCC("moov"), [&](const BoxSpan& index) {
+    walk.each(file, boxes::kIndex, [&](const BoxSpan& index) {
         hasIndex = true;
-        walk.each(index, fourCC("trak"), [&](const BoxSpan& track) {
-            walk.each(track, fourCC("mdia"), [&](const BoxSpan& media) {
-                walk.each(media, fourCC("minf"), [&](const BoxSpan& information) {
-                    walk.each(information, fourCC("stbl"), [&](const BoxSpan& table) {
+        walk.each(index, boxes::kTrack, [&](const BoxSpan& track) {
+            walk.each(track, boxes::kTrackMedia, [&](const BoxSpan& media) {
+                walk.each(media, boxes::kTrackInformation, [&](const BoxSpan& information) {
+                    walk.each(information, boxes::kSampleTable, [&](const BoxSpan& table) {
                         if (auto head = headIn(walk, table)) {
                             heads.push_back(std::move(*head));
                         }
@@ -131,12 +132,8 @@ std::set<std::string, std::less<>> regionsOf(std::string_view head) {
     constexpr std::string_view kName = "id:";
     constexpr std::string_view kBlanks = " \t\n";
     std::set<std::string, std::less<>> names;
-    const std::string text = std::string(head) + "\n\n00:00:00.000 --> 00:00:01.000\nx\n";
-    subtitles::WebVttReader reader;
-    reader.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-    reader.finish();
-    (void)reader.next();
-    for (const std::string_view block : reader.file().blocks) {
+    const subtitles::WebVttFile file = subtitles::readWebVttHead(head);
+    for (const std::string_view block : file.blocks) {
         for (std::size_t name = block.starts_with(kRegion) ? block.find(kName) : std::string_view::npos;
              name != std::string_view::npos; name = block.find(kName, name + 1)) {
             const std::size_t begin = name + kName.size();

@@ -103,6 +103,11 @@ private:
     std::unique_ptr<Parser> _parser;
 };
 
+/// Reads what a file has in front of its first cue, as text tracks hold it: signature, header and blocks.
+/// @param head UTF-8, without cues.
+/// @param findings May be null; as those of WebVttReader.
+[[nodiscard]] QLX_EXPORT WebVttFile readWebVttHead(std::string_view head, FindingSink* findings = nullptr);
+
 /// Writes cues.
 ///
 /// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out. A cue without settings of its

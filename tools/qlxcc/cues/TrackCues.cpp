@@ -129,14 +129,8 @@ bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request,
                   false);
     }
     if (!track.header.empty()) {
-        // What stands in front of cues is known with the first one.
-        const std::string text = track.header + "\n\n00:00:00.000 --> 00:00:01.000\nx\n";
         HeadFindings findings(notes);
-        subtitles::WebVttReader header({}, &findings);
-        header.push({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
-        header.finish();
-        (void)header.next();
-        input.file = header.file();
+        input.file = subtitles::readWebVttHead(track.header, &findings);
     }
     SamplePlaces places(notes);
     const auto failure = reader.read(
