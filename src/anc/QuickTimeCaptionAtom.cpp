@@ -1,8 +1,7 @@
 #include "anc/QuickTimeCaptionAtom.h"
 
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
-
 #include <qlx/anc/atom.h>
+#include <qlx/anc/caption_atom.h>
 
 #include <algorithm>
 
@@ -21,7 +20,7 @@ std::optional<Atom> parse(std::span<const std::uint8_t> buffer) noexcept {
         return std::nullopt;
     }
     const Kind kind = buffer.size() < kFirstCEA708Size ? Kind::CEA608 : Kind::CEA708;
-    const std::uint32_t wantedType = kind == Kind::CEA608 ? fourCC("cdat") : fourCC("ccdp");
+    const std::uint32_t wantedType = kind == Kind::CEA608 ? anc::kFieldOneAtom : anc::kCdpAtom;
     if (header->type != wantedType || header->size == 0 ||
         header->size > std::min<std::uint64_t>(buffer.size(), kGreatestSize)) {
         return std::nullopt;

@@ -1,5 +1,7 @@
 #include "facade/CaptionLines.h"
 
+#include <qlx/anc/packet.h>
+
 #include "anc/AncWord.h"
 #include "facade/AncElement.h"
 #include "facade/CaptionSample.h"
@@ -15,18 +17,13 @@ namespace {
 
 using Line = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t kCaptionDID = 0x61;
-constexpr std::uint8_t kCDPSDID = 0x01;
-constexpr std::uint8_t kOP47DID = 0x43;
-constexpr std::uint8_t kOP47SDID = 0x02;
-
 constexpr std::size_t kMaximumDataCount = 255;
 
 /// An atom of a CDP; the atom size has only its low byte.
 std::vector<std::uint8_t> atomBytes(std::span<const std::uint8_t> packet) {
-    std::vector<std::uint8_t> bytes(captionsample::kAtomHeaderBytes + packet.size());
-    captionsample::writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(bytes.size()), captionsample::kAtomCEA708);
-    std::copy(packet.begin(), packet.end(), bytes.begin() + captionsample::kAtomHeaderBytes);
+    std::vector<std::uint8_t> bytes(anc::kAtomHeaderBytes + packet.size());
+    captionsample::writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(bytes.size()), anc::kCdpAtom);
+    std::copy(packet.begin(), packet.end(), bytes.begin() + anc::kAtomHeaderBytes);
     return bytes;
 }
 
@@ -69,8 +66,8 @@ std::optional<Payload> findInLine8(Line line) {
     for (std::uint64_t position = 0; luma.hasFlagAt(position);) {
         const std::uint8_t did = luma.at(position + 7);
         const std::uint8_t sdid = luma.at(position + 9);
-        const bool cdp = did == kCaptionDID && sdid == kCDPSDID;
-        if (cdp || (did == kOP47DID && sdid == kOP47SDID)) {
+        const bool cdp = anc::PacketId{did, sdid} == anc::ids::kCdp;
+        if (cdp || anc::PacketId{did, sdid} == anc::ids::kOp47) {
             const std::size_t size = luma.userDataWord(position, kLengthWord);
             std::vector<std::uint8_t> userData(size);
             for (std::size_t index = 0; index < size; ++index) {
@@ -118,7 +115,7 @@ private:
 /// The bytes of a 10-bit OP-47 payload: an element of one packet on line 12.
 std::vector<std::uint8_t> op47Bytes(std::span<const std::uint8_t> userData) {
     constexpr std::uint64_t kOP47Line = 12;
-    return ancelement::bareElement(1, {kOP47Line, kOP47DID, kOP47SDID, userData});
+    return ancelement::bareElement(1, {kOP47Line, anc::ids::kOp47.did, anc::ids::kOp47.sdid, userData});
 }
 
 std::optional<Payload> findInLine10(Line line) {
@@ -127,8 +124,8 @@ std::optional<Payload> findInLine10(Line line) {
         const std::uint16_t did = v210::middleSample(words.at(word + 2));
         const std::uint16_t sdid = v210::lowSample(words.at(word + 3));
         const auto dataCount = static_cast<std::uint8_t>(v210::highSample(words.at(word + 3)));
-        const bool cdp = did == anc::word(kCaptionDID) && sdid == anc::word(kCDPSDID);
-        if (cdp || (did == anc::word(kOP47DID) && sdid == anc::word(kOP47SDID))) {
+        const bool cdp = did == anc::word(anc::ids::kCdp.did) && sdid == anc::word(anc::ids::kCdp.sdid);
+        if (cdp || (did == anc::word(anc::ids::kOp47.did) && sdid == anc::word(anc::ids::kOp47.sdid))) {
             std::array<std::uint8_t, kMaximumDataCount> data{};
             for (std::size_t index = 0; index < dataCount; ++index) {
                 data[index] = words.userDataWord(index);

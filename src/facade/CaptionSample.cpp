@@ -18,32 +18,32 @@ void writeAtomHeader(std::uint8_t* bytes, std::uint32_t size, std::uint32_t type
 
 std::shared_ptr<SampleBuffer> ofBytes(std::uint32_t subType, std::span<const std::uint8_t> bytes,
                                       const SampleTimingInfo& timingInfo) {
-    OneSample result = makeOneSample(kMediaType, subType, bytes, timingInfo);
+    OneSample result = makeOneSample(anc::kCaptionMedia, subType, bytes, timingInfo);
     return result.failedStage == SampleStage::None ? std::move(result.sample) : nullptr;
 }
 
 std::shared_ptr<SampleBuffer> atom(std::uint32_t atomType, std::span<const std::uint8_t> payload,
                                    const SampleTimingInfo& timingInfo) {
-    std::vector<std::uint8_t> bytes(kAtomHeaderBytes + payload.size());
+    std::vector<std::uint8_t> bytes(anc::kAtomHeaderBytes + payload.size());
     writeAtomHeader(bytes.data(), static_cast<std::uint32_t>(bytes.size()), atomType);
-    std::copy(payload.begin(), payload.end(), bytes.begin() + kAtomHeaderBytes);
-    const std::uint32_t subType = atomType == kAtomCEA608 ? kSubTypeCEA608 : kSubTypeCEA708;
+    std::copy(payload.begin(), payload.end(), bytes.begin() + anc::kAtomHeaderBytes);
+    const std::uint32_t subType = atomType == anc::kFieldOneAtom ? anc::kCea608Samples : anc::kCea708Samples;
     return ofBytes(subType, bytes, timingInfo);
 }
 
 namespace {
 
 /// The largest caption sample: header and a CDP of 255 bytes of triplets.
-constexpr std::size_t kMaxSampleBytes = kAtomHeaderBytes + cdp::tripletPacketSize(0xFF);
+constexpr std::size_t kMaxSampleBytes = anc::kAtomHeaderBytes + cdp::tripletPacketSize(0xFF);
 
 /// A `c708` sample whose CDP of `size` bytes is written by `write(span)`; the atom size has only its low byte.
 template <class Write>
 std::shared_ptr<SampleBuffer> sampleOfPacket(std::size_t size, const SampleTimingInfo& timingInfo, Write write) {
     std::array<std::uint8_t, kMaxSampleBytes> bytes{};
-    const std::size_t sampleSize = kAtomHeaderBytes + size;
-    writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(sampleSize), kAtomCEA708);
-    write(std::span(bytes).subspan(kAtomHeaderBytes, size));
-    return ofBytes(kSubTypeCEA708, std::span(bytes).first(sampleSize), timingInfo);
+    const std::size_t sampleSize = anc::kAtomHeaderBytes + size;
+    writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(sampleSize), anc::kCdpAtom);
+    write(std::span(bytes).subspan(anc::kAtomHeaderBytes, size));
+    return ofBytes(anc::kCea708Samples, std::span(bytes).first(sampleSize), timingInfo);
 }
 
 cdp::Header headerFor(const MediaTime& frameDuration, std::uint16_t sequenceCounter) {
@@ -90,11 +90,11 @@ Data payloadOf(const SampleBuffer& sample) {
     }
     const std::uint32_t type = sample.formatDescription->mediaType;
     const std::uint32_t subType = sample.formatDescription->mediaSubType;
-    const bool ancillary = type == fourCC("meta") && subType == fourCC("VANC");
-    if (!ancillary && type != kMediaType) {
+    const bool ancillary = type == kMetadataMediaType && subType == kSubTypeVANC;
+    if (!ancillary && type != anc::kCaptionMedia) {
         return {};
     }
-    const std::size_t offset = type == kMediaType && subType == kSubTypeCEA708 ? kAtomHeaderBytes : 0;
+    const std::size_t offset = type == anc::kCaptionMedia && subType == anc::kCea708Samples ? anc::kAtomHeaderBytes : 0;
     const auto bytes = dataOfSample(sample);
     if (!bytes || bytes->size() < offset) {
         return {};

@@ -4,6 +4,9 @@
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 
+#include <qlx/anc/atom.h>
+#include <qlx/anc/caption_atom.h>
+
 #include "facade/CaptionDistributionPacket.h"
 #include "facade/OneSample.h"
 
@@ -13,14 +16,10 @@
 
 namespace qlx::captionsample {
 
-inline constexpr std::uint32_t kMediaType = fourCC("clcp");
-inline constexpr std::uint32_t kSubTypeCEA608 = fourCC("c608");
-inline constexpr std::uint32_t kSubTypeCEA708 = fourCC("c708");
 inline constexpr std::uint32_t kSubtitleMediaType = fourCC("sbtl");
 inline constexpr std::uint32_t kSubTypeOP47 = fourCC("op47");
-inline constexpr std::uint32_t kAtomCEA608 = fourCC("cdat");
-inline constexpr std::uint32_t kAtomCEA708 = fourCC("ccdp");
-inline constexpr std::size_t kAtomHeaderBytes = 8;
+inline constexpr std::uint32_t kMetadataMediaType = fourCC("meta");
+inline constexpr std::uint32_t kSubTypeVANC = fourCC("VANC");
 
 /// Writes an atom header into the first 8 bytes.
 void writeAtomHeader(std::uint8_t* bytes, std::uint32_t size, std::uint32_t type) noexcept;

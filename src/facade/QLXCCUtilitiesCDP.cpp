@@ -23,7 +23,7 @@ std::uint8_t QLXCCUtilities::cdpFrameRateForCCCount(std::uint8_t ccCount) noexce
 }
 
 std::int32_t QLXCCUtilities::closedCaptionMaxSampleSizeForFrameDuration(const qlx::MediaTime& frameDuration) noexcept {
-    return static_cast<std::int32_t>(qlx::captionsample::kAtomHeaderBytes +
+    return static_cast<std::int32_t>(qlx::anc::kAtomHeaderBytes +
                                      qlx::cdp::payloadPacketSize(qlx::captionrate::ccCount(frameDuration)));
 }
 

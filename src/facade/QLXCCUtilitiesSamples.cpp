@@ -35,17 +35,17 @@ qlx::Data pairsOf(const qlx::SampleBuffer& sample) {
         return {};
     }
     const bool hasHeader = bytes->size() >= kMinWithHeader &&
-                           qlx::loadBig<std::uint32_t>(bytes->data() + kTypeOffset) == qlx::captionsample::kAtomCEA608;
-    return bytes->subspan(hasHeader ? qlx::captionsample::kAtomHeaderBytes : 0);
+                           qlx::loadBig<std::uint32_t>(bytes->data() + kTypeOffset) == qlx::anc::kFieldOneAtom;
+    return bytes->subspan(hasHeader ? qlx::anc::kAtomHeaderBytes : 0);
 }
 
 /// A sample of what was found in SDI lines; the last step's failure is printed with `message`.
 Sample sampleOfPayload(const qlx::captionlines::Payload& payload, const qlx::SampleTimingInfo& timingInfo,
                        std::string_view message) {
     const bool cdp = payload.kind == qlx::captionlines::Kind::CDP;
-    qlx::OneSample result = qlx::makeOneSample(
-        cdp ? qlx::captionsample::kMediaType : qlx::captionsample::kSubtitleMediaType,
-        cdp ? qlx::captionsample::kSubTypeCEA708 : qlx::captionsample::kSubTypeOP47, payload.bytes, timingInfo);
+    qlx::OneSample result = qlx::makeOneSample(cdp ? qlx::anc::kCaptionMedia : qlx::captionsample::kSubtitleMediaType,
+                                               cdp ? qlx::anc::kCea708Samples : qlx::captionsample::kSubTypeOP47,
+                                               payload.bytes, timingInfo);
     if (result.failedStage == qlx::SampleStage::SampleBuffer) {
         qlx::services().get<qlx::Console>().print(qlx::formatted(message, result.status));
     }
@@ -61,7 +61,7 @@ constexpr std::string_view kOP47Message10Bit = "Invalid could not create OP-47 s
 Sample QLXCCUtilities::createEmptyCEA608SampleBufferWithPTS_frameDuration_sequenceCounter(
     const qlx::MediaTime& pts, const qlx::MediaTime& frameDuration, std::uint16_t /*sequenceCounter*/) {
     constexpr std::array<std::uint8_t, 2> kNullPair{qlx::triplet::kNull608, qlx::triplet::kNull608};
-    return qlx::captionsample::ofBytes(qlx::captionsample::kSubTypeCEA608, kNullPair, timingAt(pts, frameDuration));
+    return qlx::captionsample::ofBytes(qlx::anc::kCea608Samples, kNullPair, timingAt(pts, frameDuration));
 }
 
 Sample QLXCCUtilities::createEmptyCEA708SampleBufferWithPTS_frameDuration_sequenceCounter(
@@ -76,12 +76,11 @@ Sample QLXCCUtilities::createCEA708SampleBufferWithSampleTimingInfo_frameDuratio
         return nullptr;
     }
     const qlx::Data data = packet->packetData();
-    std::vector<std::uint8_t> bytes((data.size() & 0xFFU) + qlx::captionsample::kAtomHeaderBytes);
+    std::vector<std::uint8_t> bytes((data.size() & 0xFFU) + qlx::anc::kAtomHeaderBytes);
     // The data overwrite the header, and eight zero bytes follow: hosts read these samples so.
-    qlx::captionsample::writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(bytes.size()),
-                                        qlx::captionsample::kAtomCEA708);
+    qlx::captionsample::writeAtomHeader(bytes.data(), static_cast<std::uint8_t>(bytes.size()), qlx::anc::kCdpAtom);
     std::copy_n(data.begin(), std::min(data.size(), bytes.size()), bytes.begin());
-    return qlx::captionsample::ofBytes(qlx::captionsample::kSubTypeCEA708, bytes, timingInfo);
+    return qlx::captionsample::ofBytes(qlx::anc::kCea708Samples, bytes, timingInfo);
 }
 
 Sample QLXCCUtilities::conformSampleBufferToCEA608_frameDuration(const Sample& sampleBuffer,
@@ -92,7 +91,7 @@ Sample QLXCCUtilities::conformSampleBufferToCEA608_frameDuration(const Sample& s
 Sample QLXCCUtilities::conformSampleBufferToCEA708_frameDuration(const Sample& sampleBuffer,
                                                                  const qlx::MediaTime& frameDuration) {
     if (!sampleBuffer || !sampleBuffer->formatDescription ||
-        sampleBuffer->formatDescription->mediaSubType != qlx::captionsample::kSubTypeCEA608) {
+        sampleBuffer->formatDescription->mediaSubType != qlx::anc::kCea608Samples) {
         return sampleBuffer;
     }
     qlx::SampleTimingInfo timingInfo;

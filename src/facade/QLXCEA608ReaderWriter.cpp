@@ -3,6 +3,8 @@
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
+#include <qlx/anc/caption_atom.h>
+
 #include "facade/Line21Picture.h"
 #include "facade/OneSample.h"
 
@@ -16,9 +18,6 @@ namespace {
 
 using qlx::MediaStatus;
 using qlx::PixelAccess;
-
-constexpr std::uint32_t kMediaType = qlx::fourCC("clcp");
-constexpr std::uint32_t kSubTypeCEA608 = qlx::fourCC("c608");
 
 constexpr std::string_view kSessionMessage = "CEA608:VTPixelTransferSessionCreate Error: %i";
 constexpr std::string_view kTransferMessage = "CEA608:VTPixelTransferSessionTransferImage Error: %i";
@@ -145,7 +144,7 @@ std::shared_ptr<qlx::SampleBuffer> QLXCEA608ReaderWriter::createClosedCaptionSam
     constexpr qlx::Range kCaptionRows{1, 2};
     qlx::MediaFactory& media = qlx::services().get<qlx::MediaFactory>();
     std::shared_ptr<const qlx::FormatDescription> format;
-    if (media.createFormatDescription(kMediaType, kSubTypeCEA608, {}, &format) != 0 || !format) {
+    if (media.createFormatDescription(qlx::anc::kCaptionMedia, qlx::anc::kCea608Samples, {}, &format) != 0 || !format) {
         return nullptr;
     }
     if (!sampleBuffer || !sampleBuffer->imageBuffer) {

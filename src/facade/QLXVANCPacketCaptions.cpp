@@ -37,9 +37,9 @@ std::shared_ptr<qlx::SampleBuffer> QLXVANCPacket::createClosedCaptionsSampleBuff
     const qlx::SampleTimingInfo& timingInfo) const {
     switch (packetType()) {
     case QLXVANCPacketTypeCEA608:
-        return qlx::captionsample::atom(qlx::captionsample::kAtomCEA608, packetData(), timingInfo);
+        return qlx::captionsample::atom(qlx::anc::kFieldOneAtom, packetData(), timingInfo);
     case QLXVANCPacketTypeCEA708:
-        return qlx::captionsample::atom(qlx::captionsample::kAtomCEA708, packetData(), timingInfo);
+        return qlx::captionsample::atom(qlx::anc::kCdpAtom, packetData(), timingInfo);
     default:
         return nullptr;
     }

@@ -2,12 +2,12 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
 #include "anc/QuickTimeCaptionAtom.h"
 #include "base/Bytes.h"
 #include "facade/AncElement.h"
+#include "facade/CaptionSample.h"
 #include "facade/OneSample.h"
 
 #include <map>
@@ -19,8 +19,6 @@ namespace {
 
 using Packets = std::vector<std::shared_ptr<QLXVANCPacket>>;
 
-constexpr std::uint32_t kMediaTypeMetadata = qlx::fourCC("meta");
-constexpr std::uint32_t kMediaSubTypeVANC = qlx::fourCC("VANC");
 constexpr std::string_view kPacketTypesAttachment = "VANCPacketTypes";
 
 /// What the element's writers need of each packet; holds the data, so that they stay in place.
@@ -77,7 +75,7 @@ std::shared_ptr<QLXVANCPacket> QLXVANCPacket::VANCPacketWithQuickTimeAtomBuffer_
 
 Packets QLXVANCPacket::VANCPacketsWithCMSampleBuffer(const std::shared_ptr<qlx::SampleBuffer>& sampleBuffer) {
     if (!sampleBuffer || !sampleBuffer->formatDescription ||
-        sampleBuffer->formatDescription->mediaSubType != kMediaSubTypeVANC) {
+        sampleBuffer->formatDescription->mediaSubType != qlx::captionsample::kSubTypeVANC) {
         return {};
     }
     const auto element = qlx::dataOfSample(*sampleBuffer);
@@ -138,7 +136,8 @@ qlx::Data QLXVANCPacket::MXFDataPacketWithVANCPacketsOld(const Packets& packets)
 std::shared_ptr<qlx::SampleBuffer> QLXVANCPacket::createSampleBufferWithVANCPackets_timingInfo(
     const Packets& packets, const qlx::SampleTimingInfo& timingInfo) {
     const qlx::Data element = MXFDataPacketWithVANCPackets(packets);
-    qlx::OneSample result = qlx::makeOneSample(kMediaTypeMetadata, kMediaSubTypeVANC, element, timingInfo);
+    qlx::OneSample result = qlx::makeOneSample(qlx::captionsample::kMetadataMediaType, qlx::captionsample::kSubTypeVANC,
+                                               element, timingInfo);
     if (result.failedStage == qlx::SampleStage::SampleBuffer) {
         qlx::services().get<qlx::Console>().print(
             qlx::formatted("Invalid could not create VANC sample buffer (Error = %i\n", result.status));

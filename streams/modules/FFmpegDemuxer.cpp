@@ -1,6 +1,9 @@
 // The module that takes containers apart: FFmpeg's libraries, which nothing else includes.
+#include "../Boxes.h"
 #include "../Demuxer.h"
 #include "../Module.h"
+
+#include <qlx/anc/caption_atom.h>
 
 #include <algorithm>
 #include <array>
@@ -113,6 +116,11 @@ std::string_view sideDataOf(const AVPacket& packet, AVPacketSideDataType type) {
     return bytes == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(bytes), size);
 }
 
+/// A tag of the library, which has the first character in its lowest byte, as a type of atoms.
+constexpr std::uint32_t typeOfTag(std::uint32_t tag) noexcept {
+    return tag << 24U | (tag & 0xFF00U) << 8U | (tag >> 8U & 0xFF00U) | tag >> 24U;
+}
+
 StreamContent contentOf(const AVStream& stream) {
     const AVCodecParameters& parameters = *stream.codecpar;
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
@@ -129,13 +137,14 @@ StreamContent contentOf(const AVStream& stream) {
     if (parameters.codec_id == AV_CODEC_ID_EIA_608) {
         return StreamContent::Pairs;
     }
-    if (parameters.codec_tag == MKTAG('c', '7', '0', '8')) {
+    const std::uint32_t tag = typeOfTag(parameters.codec_tag);
+    if (tag == anc::kCea708Samples) {
         return StreamContent::Atom;
     }
-    if (parameters.codec_tag == MKTAG('w', 'v', 't', 't')) {
+    if (tag == boxes::kWebVttSamples) {
         return StreamContent::Wvtt;
     }
-    if (parameters.codec_tag == MKTAG('s', 't', 'p', 'p')) {
+    if (tag == boxes::kXmlSamples) {
         return StreamContent::Stpp;
     }
     if (parameters.codec_type == AVMEDIA_TYPE_SUBTITLE) {

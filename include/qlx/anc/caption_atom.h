@@ -25,6 +25,13 @@
 
 namespace qlx::anc {
 
+/// The media type of QuickTime tracks and samples with captions.
+inline constexpr std::uint32_t kCaptionMedia = fourCC("clcp");
+/// The format of samples with byte pairs of CEA-608: `cdat` and `cdt2` atoms.
+inline constexpr std::uint32_t kCea608Samples = fourCC("c608");
+/// The format of samples with caption distribution packets: `ccdp` atoms.
+inline constexpr std::uint32_t kCea708Samples = fourCC("c708");
+
 /// The type of an atom with byte pairs of field 1.
 inline constexpr std::uint32_t kFieldOneAtom = fourCC("cdat");
 /// The type of an atom with byte pairs of field 2.

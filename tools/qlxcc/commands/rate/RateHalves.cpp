@@ -8,13 +8,15 @@
 #include "streams/PacketNames.h"
 
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
-#include <QLXClosedCaptionsUtilities/platform/FourCC.h>
 #include <QLXClosedCaptionsUtilities/platform/MediaObjects.h>
+#include <qlx/anc/atom.h>
+#include <qlx/anc/caption_atom.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -34,17 +36,13 @@ bool isCaptionPacket(const Packet& packet) {
 
 /// `data` as the one sample of a `clcp`/`c708` stream: an atom header and the CDP.
 Sample captionSample(std::span<const std::uint8_t> data, const SampleTimingInfo& timing) {
-    constexpr std::array<std::uint8_t, 4> kAtomType{'c', 'c', 'd', 'p'};
-    const std::size_t size = data.size() + 8;
+    const std::size_t size = data.size() + anc::kAtomHeaderBytes;
     auto block = std::make_shared<BlockBuffer>(size);
-    block->data()[2] = static_cast<std::uint8_t>(size >> 8U);
-    block->data()[3] = static_cast<std::uint8_t>(size);
-    std::copy(kAtomType.begin(), kAtomType.end(), block->data() + 4);
-    std::copy(data.begin(), data.end(), block->data() + 8);
+    (void)anc::writeCaptionAtom(anc::kCdpAtom, data, std::span(block->data(), size));
     auto sample = std::make_shared<SampleBuffer>();
     sample->dataBuffer = std::move(block);
     sample->formatDescription =
-        std::make_shared<FormatDescription>(FormatDescription{fourCC("clcp"), fourCC("c708"), {}});
+        std::make_shared<FormatDescription>(FormatDescription{anc::kCaptionMedia, anc::kCea708Samples, {}});
     sample->timingInfo = timing;
     sample->sampleSize = size;
     return sample;
