@@ -2,8 +2,8 @@
 #include <QLXClosedCaptionsUtilities/QLXCCUtilities.h>
 
 #include "LiteralCaptionExtractors.h"
-#include "video/H264CaptionExtractor.h"
-#include "video/MPEG2CaptionExtractor.h"
+#include "facade/H264CaptionExtractor.h"
+#include "facade/MPEG2CaptionExtractor.h"
 
 #include <benchmark/benchmark.h>
 

@@ -3,7 +3,7 @@
 
 #include "FuzzSupport.h"
 #include "LiteralCaptionExtractors.h"
-#include "video/H264CaptionExtractor.h"
+#include "facade/H264CaptionExtractor.h"
 
 using qlxfuzz::require;
 

@@ -5,7 +5,7 @@
 #include "FuzzSupport.h"
 #include "LiteralCaptionExtractors.h"
 #include "cc/A53Layout.h"
-#include "video/MPEG2CaptionExtractor.h"
+#include "facade/MPEG2CaptionExtractor.h"
 
 using qlxfuzz::require;
 

@@ -2,7 +2,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXLogController.h>
 
-#include "scte/SCTENames.h"
+#include "facade/SCTENames.h"
 
 namespace qlx::scte {
 

@@ -1,7 +1,7 @@
 // What the SCTE-35 conversion tells the technical log.
 #pragma once
 
-#include "scte/SCTE104Operation.h"
+#include "facade/SCTE104Operation.h"
 
 namespace qlx::scte {
 

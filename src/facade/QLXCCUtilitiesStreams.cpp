@@ -2,8 +2,8 @@
 #include <qlx/cc/a53.h>
 
 #include "facade/CaptionDistributionPacket.h"
-#include "video/H264CaptionExtractor.h"
-#include "video/MPEG2CaptionExtractor.h"
+#include "facade/H264CaptionExtractor.h"
+#include "facade/MPEG2CaptionExtractor.h"
 
 qlx::Data QLXCCUtilities::extractCCDataFromH264Packet(const qlx::Data& packet) {
     return qlx::h264::beginsWithLongStartCode(packet) ? qlx::h264::tripletsInAnnexB(packet)

@@ -1,8 +1,8 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 
-#include "scte/SCTE104Operation.h"
-#include "scte/SCTENames.h"
-#include "scte/SCTEParameters.h"
+#include "facade/SCTE104Operation.h"
+#include "facade/SCTENames.h"
+#include "facade/SCTEParameters.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include <QLXClosedCaptionsUtilities/QLXSCTEUtilities.h>
 #include <qlx/base/section_crc.h>
 
-#include "scte/SCTE104Message.h"
-#include "scte/SCTE104Operation.h"
-#include "scte/SCTEParameters.h"
-#include "scte/SpliceInfoSection.h"
+#include "facade/SCTE104Message.h"
+#include "facade/SCTE104Operation.h"
+#include "facade/SCTEParameters.h"
+#include "facade/SpliceInfoSection.h"
 
 #include <algorithm>
 #include <cstddef>

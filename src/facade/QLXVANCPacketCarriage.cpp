@@ -4,11 +4,11 @@
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
-#include "anc/QuickTimeCaptionAtom.h"
 #include "base/Bytes.h"
 #include "facade/AncElement.h"
 #include "facade/CaptionSample.h"
 #include "facade/OneSample.h"
+#include "facade/QuickTimeCaptionAtom.h"
 
 #include <map>
 #include <span>

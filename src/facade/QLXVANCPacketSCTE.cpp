@@ -3,10 +3,10 @@
 #include <QLXClosedCaptionsUtilities/QLXVANCPacket.h>
 
 #include "facade/ConversionLog.h"
-#include "scte/SCTE104Message.h"
-#include "scte/SCTE104Operation.h"
-#include "scte/SCTENames.h"
-#include "scte/SpliceInfoSection.h"
+#include "facade/SCTE104Message.h"
+#include "facade/SCTE104Operation.h"
+#include "facade/SCTENames.h"
+#include "facade/SpliceInfoSection.h"
 
 #include <cstddef>
 #include <span>

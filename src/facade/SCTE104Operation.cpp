@@ -1,4 +1,4 @@
-#include "scte/SCTE104Operation.h"
+#include "facade/SCTE104Operation.h"
 
 #include "scte/Scte104Layout.h"
 

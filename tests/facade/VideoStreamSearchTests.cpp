@@ -4,8 +4,9 @@
 #include "ExactBuffer.h"
 #include "LiteralCaptionExtractors.h"
 #include "Sanitized.h"
-#include "video/H264CaptionExtractor.h"
-#include "video/MPEG2CaptionExtractor.h"
+#include "VideoKernels.h"
+#include "facade/H264CaptionExtractor.h"
+#include "facade/MPEG2CaptionExtractor.h"
 
 #include <gtest/gtest.h>
 
@@ -20,15 +21,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Both sets on this machine; only the plain one where there is no AVX2.
-std::vector<const Kernels*> allKernels() {
-    std::vector<const Kernels*> all{&qlx::videostream::scalarKernels()};
-    if (qlx::videostream::avx2Kernels()) {
-        all.push_back(qlx::videostream::avx2Kernels());
-    }
-    return all;
-}
-
 LiteralTriplets literally(const qlx::Data& data) {
     return data ? LiteralTriplets(Bytes(data.begin(), data.end())) : std::nullopt;
 }
@@ -39,7 +31,7 @@ int checkSearches(const Bytes& bytes) {
     const LiteralTriplets annexB = qlxtest::literalAnnexB(exact.span());
     const LiteralTriplets lengthPrefixed = qlxtest::literalLengthPrefixed(exact.span());
     const LiteralTriplets mpeg2 = qlxtest::literalMPEG2(exact.span());
-    for (const Kernels* kernels : allKernels()) {
+    for (const Kernels* kernels : qlxtest::allVideoKernels()) {
         EXPECT_EQ(literally(qlx::h264::tripletsInAnnexB(exact.span(), *kernels)), annexB);
         EXPECT_EQ(literally(qlx::h264::tripletsInLengthPrefixed(exact.span(), *kernels)), lengthPrefixed);
         EXPECT_EQ(literally(qlx::mpeg2::captionTriplets(exact.span(), *kernels)), mpeg2);
@@ -121,66 +113,7 @@ Bytes repeated(Bytes begin, const Bytes& pattern) {
     return begin;
 }
 
-using Find = std::size_t (*)(const std::uint8_t*, std::size_t, std::size_t);
-
-/// Checks a search for a pattern at every position of a buffer that holds it once.
-void checkEveryPlace(Find Kernels::*find, const Bytes& pattern, std::uint8_t filler) {
-    constexpr std::size_t kSize = 150;
-    const std::size_t last = kSize - pattern.size() + 1;
-    for (std::size_t place = 0; place < last; ++place) {
-        ExactBuffer bytes = ExactBuffer::filled(kSize, filler);
-        std::memcpy(bytes.data() + place, pattern.data(), pattern.size());
-        for (const Kernels* kernels : allKernels()) {
-            for (const std::size_t begin : {std::size_t{0}, std::size_t{1}, place / 2, place, place + 1, kSize}) {
-                for (const std::size_t end : {last, place, place + 1}) {
-                    const std::size_t expected = begin <= place && place < end ? place : end;
-                    ASSERT_EQ((kernels->*find)(bytes.data(), begin, end), expected) << place << " from " << begin;
-                }
-            }
-        }
-    }
-}
-
 }  // namespace
-
-TEST(VideoStreamKernels, FindAStartCodeAtEveryPosition) {
-    for (const std::uint8_t filler : Bytes{0x40, 0x01, 0x02, 0xFF}) {
-        checkEveryPlace(&Kernels::findStartCode, {0x00, 0x00, 0x01}, filler);
-    }
-}
-
-TEST(VideoStreamKernels, FindAnIdentifierAtEveryPosition) {
-    for (const std::uint8_t filler : Bytes{0x00, 'G', 'A', '9', '4'}) {
-        checkEveryPlace(&Kernels::findUserIdentifier, {'G', 'A', '9', '4'}, filler);
-    }
-}
-
-TEST(VideoStreamKernels, FindAlikeAmongNearMisses) {
-    std::mt19937 random(3);
-    constexpr std::uint8_t kCodeAlphabet[] = {0x00, 0x00, 0x01, 0x02};
-    constexpr std::uint8_t kLetterAlphabet[] = {'G', 'A', '9', '4'};
-    for (int round = 0; round < 4'000; ++round) {
-        const bool code = round % 2 == 0;
-        const std::size_t width = code ? 3 : 4;
-        Bytes bytes(width + random() % 150);
-        for (std::uint8_t& byte : bytes) {
-            // Mostly the letter that follows the last one, so that long parts of the identifier occur.
-            byte = code ? kCodeAlphabet[random() % 4] : kLetterAlphabet[(random() % 8 ? &byte - bytes.data() : 2) % 4];
-        }
-        const ExactBuffer exact(bytes);
-        const std::size_t end = exact.size() - width + 1;
-        const std::size_t begin = random() % (end + 1);
-        const char* const pattern = code ? "\0\0\1" : "GA94";
-        std::size_t expected = begin;
-        while (expected < end && std::memcmp(exact.data() + expected, pattern, width) != 0) {
-            ++expected;
-        }
-        for (const Kernels* kernels : allKernels()) {
-            const auto find = code ? kernels->findStartCode : kernels->findUserIdentifier;
-            ASSERT_EQ(find(exact.data(), begin, end), expected) << qlxtest::toHex(bytes);
-        }
-    }
-}
 
 TEST(VideoStreamSearches, EqualTheLiteralOnesOnFragments) {
     std::mt19937 random(4);

@@ -3,7 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 
-#include "scte/SCTE104Operation.h"
+#include "facade/SCTE104Operation.h"
 
 #include <cstdint>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "video/H264CaptionExtractor.h"
+#include "facade/H264CaptionExtractor.h"
 
 #include "base/Bytes.h"
 #include "cc/A53Layout.h"

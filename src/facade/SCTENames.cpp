@@ -1,4 +1,4 @@
-#include "scte/SCTENames.h"
+#include "facade/SCTENames.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "anc/QuickTimeCaptionAtom.h"
+#include "facade/QuickTimeCaptionAtom.h"
 
 #include <qlx/anc/atom.h>
 #include <qlx/anc/caption_atom.h>

@@ -1,8 +1,8 @@
-#include "scte/SCTEParameters.h"
+#include "facade/SCTEParameters.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
-#include "scte/SCTENames.h"
+#include "facade/SCTENames.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "scte/SpliceInfoSection.h"
+#include "facade/SpliceInfoSection.h"
 
 #include <qlx/base/section_crc.h>
 

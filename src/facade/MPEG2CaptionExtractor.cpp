@@ -1,4 +1,4 @@
-#include "video/MPEG2CaptionExtractor.h"
+#include "facade/MPEG2CaptionExtractor.h"
 
 #include "cc/A53Layout.h"
 

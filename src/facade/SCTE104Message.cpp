@@ -1,4 +1,4 @@
-#include "scte/SCTE104Message.h"
+#include "facade/SCTE104Message.h"
 
 #include <qlx/scte/scte104_packets.h>
 
