@@ -168,9 +168,10 @@ bool RateChange::putSections(Cdp& cdp, FindingSink* findings) {
         return false;
     }
     const detail::WaitingSections sections = _sections.pop();
-    // A slower rate has no packet for each of them: those right behind that say the same, and could go out now, do so
-    // with this one. In front of others they stay: the last one that a receiver gets is the last one that came.
-    while (!_sections.empty() && _sections.front().firstFrame <= _next && _sections.front().isLike(sections)) {
+    // Those right behind that say the same, and could go out now, do so with this one. In front of others they stay: the
+    // last one that a receiver gets is the last one that came.
+    while (_options.joinsSections && !_sections.empty() && _sections.front().firstFrame <= _next &&
+           _sections.front().isLike(sections)) {
         static_cast<void>(_sections.pop());
     }
     countLate(sections.inputFrame, sections.id(), findings);

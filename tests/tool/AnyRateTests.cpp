@@ -369,6 +369,32 @@ TEST(AnyRate, RefusesWhatItCannotUseAndLeavesNoFile) {
     refusal(frameJson(0, {}) + frameJson(90'002, {}), "frame 90002 behind frame 0: more than an hour is missing");
 }
 
+TEST(AnyRate, SendsServiceInformationOnceForEachThatCame) {
+    const TemporaryFolder folder;
+    std::string in;
+    for (unsigned frame = 0; frame < 6; ++frame) {
+        in += frameJson(frame, {captionJson(bareCdp(6, repeated("fa0000", 12), frame, true))});
+    }
+    folder.write("a.jsonl", in);
+    const auto services = [&folder](const std::string& name) {
+        std::vector<bool> carried;
+        for (const std::string& line : linesOf(folder.read(name))) {
+            carried.push_back(line.find(qlxtest::kServicesHex) != std::string::npos);
+        }
+        return carried;
+    };
+    const ToolResult each = runRate(folder, "a.jsonl", "50", "25", "b.jsonl");
+    EXPECT_EQ(each.exitCode, 0);
+    EXPECT_EQ(each.err, "qlxcc: warning: " + folder.path("a.jsonl") +
+                            ": frame 3 of the result: sections 73 behind the last frame: 3\n");
+    EXPECT_EQ(services("b.jsonl"), std::vector<bool>(6, true));
+    // The last one came behind the beginning of frame 2.
+    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "25", "c.jsonl", {"--join-sections"}).exitCode, 0);
+    EXPECT_EQ(services("c.jsonl"), std::vector<bool>(4, true));
+    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "60", "d.jsonl").err, "");
+    EXPECT_EQ(services("d.jsonl"), (std::vector<bool>{true, false, true, true, true, true, true, false}));
+}
+
 TEST(AnyRate, SaysThatManyFramesAreMissing) {
     const TemporaryFolder folder;
     folder.write("a.jsonl", frameJson(0, {}) + frameJson(1501, {}) + frameJson(3003, {teletextJson("01")}));

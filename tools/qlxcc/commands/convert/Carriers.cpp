@@ -316,7 +316,7 @@ private:
         }
         _notes.setPlace("frame " + std::to_string(frame.number));
         if (!_change) {
-            _change.emplace(cc::RateOptions{.from = *_rate, .to = _to});
+            _change.emplace(cc::RateOptions{.from = *_rate, .to = _to, .joinsSections = true});
             _changeBase = frame.number;
         }
         const Data captions = _changesRate ? streams::captionTriplets(frame, &_notes) : frame.triplets;

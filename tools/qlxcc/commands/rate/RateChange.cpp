@@ -201,7 +201,8 @@ private:
             _notes.add({FindingCode::RateTooManyStreams, Severity::Error, 0, place.line, kMostStreams});
             return nullptr;
         }
-        return &_streams.emplace_back(place, cc::RateOptions{.from = _from, .to = _to});
+        return &_streams.emplace_back(
+            place, cc::RateOptions{.from = _from, .to = _to, .joinsSections = _options.joinsSections});
     }
 
     /// Whether a stream has the frame that is written next.
