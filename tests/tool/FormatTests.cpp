@@ -62,8 +62,13 @@ TEST(Rates, LeadAFramesOwnTimeBackToIt) {
                 break;
             }
             EXPECT_EQ(firstFrameAtOrAfter(rate, seconds), frame) << rate.name;
-            EXPECT_EQ(firstFrameAtOrAfter(rate, parseTime(timecode(rate.timeOfFrame(frame))).value()), frame)
-                << rate.name;
+            // Both when the time is rounded up and when it is rounded down.
+            const double listed = parseTime(timecode(rate.timeOfFrame(frame))).value();
+            EXPECT_EQ(firstFrameFrom(rate, seconds), frame) << rate.name;
+            EXPECT_EQ(firstFrameFrom(rate, listed), frame) << rate.name;
+            EXPECT_TRUE(isReached(listed, rate.timeOfFrame(frame))) << rate.name;
+            EXPECT_TRUE(isReached(seconds, rate.timeOfFrame(frame))) << rate.name;
+            EXPECT_FALSE(isReached(listed, rate.timeOfFrame(frame + 1))) << rate.name;
         }
     }
 }
@@ -186,10 +191,14 @@ TEST(Times, LeadTheTimecodeOfAFrameBackToIt) {
     }
 }
 
-TEST(Times, PrintsTimecodesWithCutMilliseconds) {
+TEST(Times, PrintsTimecodesWithRoundedMilliseconds) {
     EXPECT_EQ(timecode(qlx::MediaTime::make(0, 25)), "00:00:00,000");
-    EXPECT_EQ(timecode(qlx::MediaTime::make(1, 24)), "00:00:00,041");
-    EXPECT_EQ(timecode(qlx::MediaTime::make(29 * 1001, 30000)), "00:00:00,967");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(1, 24)), "00:00:00,042");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(2 * 1001, 30000)), "00:00:00,067");
+    // Half a millisecond goes up.
+    EXPECT_EQ(timecode(qlx::MediaTime::make(255 * 1001, 30000)), "00:00:08,509");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(119999, 2000)), "00:01:00,000");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(29 * 1001, 30000)), "00:00:00,968");
     EXPECT_EQ(timecode(qlx::MediaTime::make(90061 * 25 + 24, 25)), "25:01:01,960");
     EXPECT_EQ(timecode(qlx::MediaTime::make(3600 * 1000, 1)), "1000:00:00,000");
     EXPECT_EQ(timecode(qlx::MediaTime{}), "--:--:--,---");
@@ -197,14 +206,16 @@ TEST(Times, PrintsTimecodesWithCutMilliseconds) {
 
 TEST(Times, HaveASignInFrontOfZero) {
     EXPECT_EQ(timecode(qlx::MediaTime::make(-150150, 30000)), "-00:00:05,005");
-    // Cut to the earlier millisecond.
-    EXPECT_EQ(timecode(qlx::MediaTime::make(-1001, 30000)), "-00:00:00,034");
-    EXPECT_EQ(timecode(qlx::MediaTime::make(-1, 90000)), "-00:00:00,001");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-1001, 30000)), "-00:00:00,033");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-1, 90000)), "00:00:00,000");
+    // Half a millisecond goes to the later one.
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-3, 2000)), "-00:00:00,001");
+    EXPECT_EQ(timecode(qlx::MediaTime::make(-1, 2000)), "00:00:00,000");
     EXPECT_EQ(timecode(qlx::MediaTime::make(-89999, 90000)), "-00:00:01,000");
     EXPECT_EQ(timecode(qlx::MediaTime::make(-3600 * 25, 25)), "-01:00:00,000");
     EXPECT_EQ(timecode(qlx::MediaTime::make(std::numeric_limits<std::int64_t>::min(), 1)),
               "-2562047788015215:30:08,000");
-    EXPECT_EQ(timecodeColumn(qlx::MediaTime::make(-1001, 30000)), "-00:00:00,034");
+    EXPECT_EQ(timecodeColumn(qlx::MediaTime::make(-1001, 30000)), "-00:00:00,033");
     EXPECT_EQ(timecodeColumn(qlx::MediaTime::make(1001, 30000)), " 00:00:00,033");
     EXPECT_EQ(timecodeColumn(std::nullopt), " --:--:--,---");
     EXPECT_EQ(signedTimeInSeconds("-00:00:05,005", nullptr), -5.005);

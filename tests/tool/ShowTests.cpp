@@ -133,7 +133,7 @@ TEST(Show, TakesATimeInFrontOfZeroFromItsOwnList) {
     const std::vector<std::string> list = qlxtest::linesOf(runTool({"scan", file}).out);
     // Each packet has a line for its pair below it.
     ASSERT_GT(list.size(), 9U);
-    EXPECT_TRUE(list[1].starts_with("       0 -00:00:00,134      9  61/02 ")) << list[1];
+    EXPECT_TRUE(list[1].starts_with("       0 -00:00:00,133      9  61/02 ")) << list[1];
     EXPECT_TRUE(list[9].starts_with("       4  00:00:00,000      9  61/02 ")) << list[9];
 }
 
@@ -188,7 +188,7 @@ TEST(Show, ReadsScenaristFiles) {
         "\n");
     // Without an end it stays.
     const std::string open = folder.write("b.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9429 9470 c8e9\n");
-    EXPECT_EQ(shown(open, {"--all"}), "00:00:00,066 - end  captions CC1\n  15   Hi\n");
+    EXPECT_EQ(shown(open, {"--all"}), "00:00:00,067 - end  captions CC1\n  15   Hi\n");
 }
 
 TEST(Show, TakesCodesOfDistantFramesAsTwo) {
@@ -197,7 +197,7 @@ TEST(Show, TakesCodesOfDistantFramesAsTwo) {
     const std::string file =
         folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9425 9470 c8e9 94ad\n\n00:00:02:00\t94ad\n");
     // Frames 2 and 3 show the text and move it to row 14; frame 60 (2.002 s) moves it out.
-    EXPECT_EQ(shown(file, {"--all"}), "00:00:00,066 - 00:00:00,100  captions CC1\n  15   Hi\n"
+    EXPECT_EQ(shown(file, {"--all"}), "00:00:00,067 - 00:00:00,100  captions CC1\n  15   Hi\n"
                                       "\n00:00:00,100 - 00:00:02,002  captions CC1\n  14   Hi\n");
     // A pair that travels in every other frame has its repetition there.
     const auto frame = [](int number, const std::string& pair) {
@@ -215,7 +215,10 @@ TEST(Show, SaysTheTimeOfAFrameAsItsListDoes) {
     // Frame 32 at 29.97 is at 1.06773 s.
     const std::string file = folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:01:00\t9429 9470 c8e9\n");
     EXPECT_EQ(shown(file, {"--at", "00:00:01:02"}),
-              "captions CC1 at 00:00:01,067, since 00:00:01,067 (frame 32):\n  15   Hi\n");
+              "captions CC1 at 00:00:01,068, since 00:00:01,068 (frame 32):\n  15   Hi\n");
+    // That time leads back to it, although it is rounded up; one behind which the frame is does not.
+    EXPECT_EQ(shown(file, {"--at", "00:00:01,068"}), shown(file, {"--at", "00:00:01:02"}));
+    EXPECT_TRUE(shown(file, {"--at", "00:00:01,067"}).starts_with("captions CC1 at 00:00:01,067: nothing on air"));
 }
 
 TEST(Show, GivesAPageAsJSON) {

@@ -8,9 +8,7 @@
 #include <qlx/subtitles/srt.h>
 #include <qlx/subtitles/value.h>
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -114,9 +112,7 @@ std::string remarkInWords(const Value& element, const Finding& finding) {
 }  // namespace
 
 std::string timeInWords(double seconds) {
-    constexpr double kMost = 1e12;  // far beyond every programme, and exact in milliseconds
-    constexpr std::int32_t kMilliseconds = 1000;
-    return timecode(MediaTime::make(std::llround(std::min(seconds, kMost) * kMilliseconds), kMilliseconds));
+    return timecode(millisecondsFrom(seconds));
 }
 
 std::vector<SubtitleProblem> timingLineProblems(std::uint64_t line, std::string_view timing) {

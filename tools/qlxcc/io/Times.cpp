@@ -2,7 +2,9 @@
 
 #include "io/Errors.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 
@@ -146,18 +148,51 @@ double signedTimeInSeconds(std::string_view text, const Rate* rate) {
     return text.starts_with('-') ? -timeInSeconds(text.substr(1), rate) : timeInSeconds(text, rate);
 }
 
-std::string timecode(const MediaTime& time) {
-    if (!time.isValid() || time.timescale <= 0) {
-        return "--:--:--,---";
-    }
+double ShownTime::inSeconds() const noexcept {
+    constexpr std::uint64_t kExact = std::uint64_t{1} << 43U;
+    // One division of whole numbers wherever a double has them.
+    const double size =
+        seconds < kExact ? static_cast<double>(seconds * 1000 + milliseconds) / 1000.0 : static_cast<double>(seconds);
+    return isNegative ? -size : size;
+}
+
+ShownTime shownTime(const MediaTime& time) noexcept {
     const bool isNegative = time.value < 0;
     const auto value = isNegative ? 0 - static_cast<std::uint64_t>(time.value) : static_cast<std::uint64_t>(time.value);
     const auto timescale = static_cast<std::uint64_t>(time.timescale);
     const std::uint64_t thousandths = value % timescale * 1000;
-    // In front of 0 the earlier millisecond is the one with the greater number.
-    const std::uint64_t shown = (thousandths + (isNegative ? timescale - 1 : 0)) / timescale;
-    const std::uint64_t seconds = value / timescale + shown / 1000;
-    const std::uint64_t milliseconds = shown % 1000;
+    // In front of 0 the later millisecond is the one with the smaller number.
+    const std::uint64_t shown = (2 * thousandths + timescale - (isNegative ? 1 : 0)) / (2 * timescale);
+    ShownTime result;
+    result.seconds = value / timescale + shown / 1000;
+    result.milliseconds = static_cast<std::uint32_t>(shown % 1000);
+    result.isNegative = isNegative && (result.seconds > 0 || result.milliseconds > 0);
+    return result;
+}
+
+MediaTime millisecondsFrom(double seconds) noexcept {
+    constexpr double kMost = 1e12;  // far beyond every programme, and exact in milliseconds
+    const double rounded = std::floor(std::clamp(seconds, -kMost, kMost) * 1000.0 + 0.5);
+    return MediaTime::make(static_cast<std::int64_t>(rounded), 1000);
+}
+
+bool isReached(double moment, const MediaTime& time) noexcept {
+    return std::min(secondsFrom(time), shownTime(time).inSeconds()) <= moment;
+}
+
+std::uint64_t firstFrameFrom(const Rate& rate, double moment) noexcept {
+    std::uint64_t frame = firstFrameAtOrAfter(rate, moment);
+    while (frame > 0 && shownTime(rate.timeOfFrame(frame - 1)).inSeconds() >= moment) {
+        --frame;
+    }
+    return frame;
+}
+
+std::string timecode(const MediaTime& time) {
+    if (!time.isValid() || time.timescale <= 0) {
+        return "--:--:--,---";
+    }
+    const auto [isNegative, seconds, milliseconds] = shownTime(time);
     char text[40];
     const int length =
         std::snprintf(text, sizeof text, "%s%02llu:%02u:%02u,%03u", isNegative ? "-" : "",
@@ -168,7 +203,7 @@ std::string timecode(const MediaTime& time) {
 
 std::string timecodeColumn(const std::optional<MediaTime>& time) {
     const std::string text = timecode(time.value_or(MediaTime{}));
-    return time && time->value < 0 ? text : " " + text;
+    return text.starts_with('-') && time ? text : " " + text;
 }
 
 std::string timecodeOfFrame(std::uint64_t frame, const Rate& rate, bool isDropFrame) {

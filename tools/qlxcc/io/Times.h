@@ -40,8 +40,32 @@ struct FrameTimecode {
 /// The same of a TIME that may have a `-` in front: files may have frames in front of the one at 0.
 [[nodiscard]] double signedTimeInSeconds(std::string_view text, const Rate* rate);
 
-/// `00:00:10,500`: the form of SRT files and of parseTime(); `-00:00:10,500` in front of 0. Milliseconds are cut to the
-/// earlier one, so that a frame's own time, given back as a start time, leads to the same frame.
+/// A time as lists show it: rounded to the nearest millisecond, of two that are as near to the later one.
+struct ShownTime {
+    bool isNegative = false;
+    std::uint64_t seconds = 0;  ///< Without the sign, as the milliseconds are.
+    std::uint32_t milliseconds = 0;
+
+    /// Both with the sign; the nearest double, as parseTime() gives it for the same time.
+    [[nodiscard]] double inSeconds() const noexcept;
+};
+
+/// @param time Valid, with a timescale above 0.
+[[nodiscard]] ShownTime shownTime(const MediaTime& time) noexcept;
+
+/// Seconds in whole milliseconds, rounded in the same way; at most 1e12 seconds either way.
+[[nodiscard]] MediaTime millisecondsFrom(double seconds) noexcept;
+
+/// Whether a frame's time is at a moment or in front of it, by itself or as it is shown: whoever gives back a time from a
+/// list means the frame that it stands at.
+/// @param moment In seconds, as TIME on the command line says it.
+[[nodiscard]] bool isReached(double moment, const MediaTime& time) noexcept;
+
+/// The number of the first frame whose time is `moment` or later, by itself or as it is shown; 0 for a negative moment.
+/// @param moment In seconds, at most kLongestTimeInSeconds.
+[[nodiscard]] std::uint64_t firstFrameFrom(const Rate& rate, double moment) noexcept;
+
+/// `00:00:10,500`: the form of SRT files and of parseTime(); `-00:00:10,500` in front of 0. It is rounded (shownTime()).
 [[nodiscard]] std::string timecode(const MediaTime& time);
 
 /// The same in a column of a list, where every time has room for its sign.

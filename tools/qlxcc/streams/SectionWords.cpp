@@ -1,6 +1,7 @@
 #include "streams/SectionWords.h"
 
 #include "io/Text.h"
+#include "io/Times.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSCTEOperation.h>
 
@@ -45,11 +46,11 @@ struct CommandWords {
 }  // namespace
 
 std::string ticksInWords(std::uint64_t ticks90k) {
-    constexpr std::uint64_t kMillisecond = 90;
-    const std::uint64_t milliseconds = (ticks90k + kMillisecond / 2) / kMillisecond;
-    std::string rest = std::to_string(milliseconds % 1000);
+    constexpr std::int32_t kTicks = 90'000;
+    const ShownTime time = shownTime(MediaTime::make(static_cast<std::int64_t>(ticks90k), kTicks));
+    std::string rest = std::to_string(time.milliseconds);
     rest.insert(0, 3 - rest.size(), '0');
-    return std::to_string(milliseconds / 1000) + "." + rest + " s";
+    return std::to_string(time.seconds) + "." + rest + " s";
 }
 
 std::string sectionInWords(const scte::SpliceInfoSection& section) {

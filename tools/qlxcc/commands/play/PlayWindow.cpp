@@ -26,7 +26,7 @@ constexpr std::size_t kGreatestWeight = std::size_t{112} * 1024 * 1024;
 
 PlayWindow::PlayWindow(const PlayOptions& options, bool isDueLater)
     : _options(options), _name(options.subtitles == "-" ? "standard input" : options.subtitles),
-      _isDueLater(isDueLater), _firstFrame(firstFrameAtOrAfter(options.rate, options.fromSeconds)),
+      _isDueLater(isDueLater), _firstFrame(firstFrameFrom(options.rate, options.fromSeconds)),
       _firstTime(secondsFrom(options.rate.timeOfFrame(_firstFrame))) {
     if (options.durationSeconds) {
         const std::uint64_t frames = firstFrameAtOrAfter(options.rate, *options.durationSeconds);

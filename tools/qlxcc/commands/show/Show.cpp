@@ -23,7 +23,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -68,18 +67,6 @@ std::vector<Watched> watchedOf(const ShowOptions& options) {
         watched.push_back({std::move(onAir), std::move(screen), set, {}, 0});
     }
     return watched;
-}
-
-/// The whole milliseconds of a time, as timecode() writes it; of one that 64 bits have no room for, the nearest.
-std::int64_t shownMilliseconds(double seconds) {
-    constexpr double kExact = 1e-6;
-    constexpr double kGreatest = 9.2e18;
-    return static_cast<std::int64_t>(std::clamp(std::floor(seconds * 1000.0 + kExact), -kGreatest, kGreatest));
-}
-
-/// The time as timecode() writes it, in seconds: whoever takes it from there means this frame.
-double shownSeconds(const MediaTime& time) {
-    return static_cast<double>(shownMilliseconds(secondsFrom(time))) / 1000.0;
 }
 
 bool isPage(const streams::OnAir& onAir) {
@@ -222,7 +209,7 @@ private:
         if (!frame.pts) {
             throw UsageError("--rate is needed: " + _source.name() + " does not say the times of its frames");
         }
-        if (_at && shownSeconds(*frame.pts) > *_at) {
+        if (_at && !isReached(*_at, *frame.pts)) {
             _firstTime = _firstTime ? _firstTime : frame.pts;
             _isAtEnd = false;
             return false;
@@ -373,7 +360,7 @@ private:
 
     void writeScreen(const Watched& watched, const std::string& hint) {
         const bool isOnAir = watched.screen.hasText();
-        const MediaTime time = MediaTime::make(shownMilliseconds(*_at), 1000);
+        const MediaTime time = millisecondsFrom(*_at);
         if (_options.asJson) {
             Dictionary object = jsonOf(watched);
             object.set("at", jsonTime(time));
