@@ -1,9 +1,6 @@
 #include <qlx/streams/rows.h>
 
-#include "LeftOut.h"
-
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace qlx::streams {
@@ -39,7 +36,13 @@ struct Hit {
 class AllFindings final : public FindingSink {
 public:
     explicit AllFindings(std::vector<Finding>& to) : _to(to) {}
-    void add(const Finding& finding) override { _to.push_back(finding); }
+    void add(const Finding& finding) override {
+        _to.push_back(finding);
+        if (finding.code == FindingCode::AncUserDataOfTenBits) {
+            // Of what rows have, frames keep the bytes.
+            _to.back().code = FindingCode::StreamWordBitsLeftOut;
+        }
+    }
 
 private:
     std::vector<Finding>& _to;
@@ -123,15 +126,6 @@ RowReader::Found RowReader::find(anc::Channels channels, const FileRow& row) con
         found.hits.push_back({packet.toPacket(),
                               extentOf(_layout.format, packet.channel(), packet.horizontalOffset(), packet.dataCount()),
                               packet.checksum()});
-        if (_layout.format == anc::RowFormat::V210 && packet.checksum() == anc::Status::Right) {
-            std::array<std::uint16_t, anc::kGreatestPacketWords> room{};
-            constexpr std::size_t kFlagWords = 3;
-            const auto words = packet.words(room).subspan(kFlagWords);
-            if (const std::size_t count = detail::wordsOfTenBits(words, found.hits.back().packet); count > 0) {
-                findings.add({FindingCode::StreamWordBitsLeftOut, Severity::Remark, found.hits.back().extent.first,
-                              static_cast<std::int64_t>(count), 0});
-            }
-        }
     }
     return found;
 }

@@ -288,12 +288,29 @@ void PacketIterator::reportPacket(std::size_t sample, std::size_t index, const P
             report(FindingCode::AncHeaderParityWrong, Severity::Warning, byteOfWord(kFlagWords + place), there, right);
         }
     }
+    if (const std::size_t count = reading.status == Status::Right ? wordsOfTenBits() : 0; count > 0) {
+        report(FindingCode::AncUserDataOfTenBits, Severity::Remark, byteOf(_options.format, sample), count, 0);
+    }
     if (reading.status != Status::Right) {
         const bool isWrong = reading.status == Status::Wrong;
         report(isWrong ? FindingCode::AncChecksumWrong : FindingCode::AncChecksumNotCarried,
                isWrong ? Severity::Warning : Severity::Remark, byteOfWord(reading.length - 1), reading.checksum,
                reading.rightChecksum);
     }
+}
+
+/// How many user data words of the packet say more than PacketView::userData() gives of them.
+std::size_t PacketIterator::wordsOfTenBits() const noexcept {
+    if (_options.format != RowFormat::V210) {
+        return 0;
+    }
+    std::size_t count = 0;
+    const std::size_t first = _packet._index + kFlagWords + kHeaderWords;
+    detail::withWords(_options.format, _packet._channel, [&](auto words) {
+        words.each(row(), first, first + _packet._dataCount,
+                   [&count](std::uint16_t one) { count += one != word(static_cast<std::uint8_t>(one)) ? 1 : 0; });
+    });
+    return count;
 }
 
 /// `byte` counts from the beginning of the row.

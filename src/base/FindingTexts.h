@@ -32,6 +32,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {AncTooManyUserDataWords, "{1} user data words, a packet has at most {2}"},
     {AncPacketDropped, "packet {1x}/{2x} is left out: it counts the frames of the old rate"},
     {AncPayloadCut, "packet of {2} bytes, {1} are needed"},
+    {AncUserDataOfTenBits, "{1} user data word{1s} of ten bits: the upper two are not those of the byte"},
     {AncElementCut, "element cut short: {2} of {1} byte{1s}"},
     {AncElementCountWrong, "packet count {1}, but {2} are there"},
     {AncElementTrailingBytes, "{1} bytes behind the last of {2} packets"},

@@ -100,6 +100,37 @@ TEST(AncRow, GivesTheWordsOfAPacket) {
               (std::vector<std::uint16_t>{0, 0xFF, 0xFF, 0x61, 0x01, 0x04, 0x96, 0x69, 0xFF, 0x00, 0x64}));
 }
 
+TEST(AncRow, SaysWhichUserDataWordsHaveTenBits) {
+    for (const Kind& kind : kKinds) {
+        std::vector<std::uint16_t> samples = packetSamples(0x61, 0x01, kBytes);
+        // 96h and FFh: 296 becomes 196, 2FF 1FF, whose bit 8 is in the sum: 164 becomes 164 + 200h, of nine bits 164.
+        samples[6] ^= 0x300U;
+        samples[8] ^= 0x300U;
+        ExactBuffer row(blankRow(kind.format, 720));
+        putWords(kind.format, row.span(), kind.channel, 7, samples);
+        Findings findings;
+        const auto views = read(row.span(), {.format = kind.format, .channels = kind.channels}, &findings);
+        ASSERT_EQ(views.size(), 1U);
+        EXPECT_EQ(views[0].checksum(), Status::Right);
+        EXPECT_EQ(dataOf(views[0]), kBytes);
+        std::size_t told = 0;
+        for (const Finding& finding : findings) {
+            if (finding.code == FindingCode::AncUserDataOfTenBits) {
+                EXPECT_EQ(finding.severity, Severity::Remark);
+                EXPECT_EQ(finding.first, 2);
+                EXPECT_EQ(finding.text(), "2 user data words of ten bits: the upper two are not those of the byte");
+                ++told;
+            }
+        }
+        EXPECT_EQ(told, kind.format == RowFormat::V210 ? 1U : 0U);
+        if (kind.format == RowFormat::V210) {
+            std::array<std::uint16_t, kGreatestPacketWords> room{};
+            const auto words = views[0].words(room);
+            EXPECT_EQ(std::vector<std::uint16_t>(words.begin(), words.end()), samples);
+        }
+    }
+}
+
 TEST(AncRow, FillsAsMuchRoomAsThereIs) {
     const ExactBuffer row = rowWith(kKinds[0], 0);
     const PacketView view = read(row.span(), {}).at(0);

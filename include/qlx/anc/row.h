@@ -165,6 +165,7 @@ private:
     void pass(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading);
     void give(Progress& progress, std::size_t sample, std::size_t index, const Reading& reading);
     void reportPacket(std::size_t sample, std::size_t index, const Progress& progress, const Reading& reading) const;
+    [[nodiscard]] std::size_t wordsOfTenBits() const noexcept;
     void reportShortRow(std::size_t bytes) const;
     void report(FindingCode code, Severity severity, std::size_t byte, std::size_t first, std::size_t second) const;
     [[nodiscard]] std::size_t findFlag(std::size_t from) const noexcept;
@@ -227,7 +228,8 @@ private:
 /// The search goes on behind a packet with a right checksum (or none). A packet with a wrong one is given as well; as
 /// its length is then in doubt, the search goes on inside it, behind its flag, and what is found there is given if its
 /// own checksum is right. The same holds for a packet that the row's end cuts, which is not given. `findings` is told
-/// what is wrong, with the byte offset from the first row's beginning; bad input of any kind gives findings, or none.
+/// what is wrong, with the byte offset from the first row's beginning, and that user data words have other upper bits than
+/// parity, which a Packet does not keep (AncUserDataOfTenBits; PacketView::words() gives them); bad input of any kind gives findings, or none.
 [[nodiscard]] inline PacketRange packets(std::span<const std::uint8_t> row, const RowOptions& options = {},
                                          FindingSink* findings = nullptr) noexcept {
     return {row, row.size(), options, findings};

@@ -29,6 +29,7 @@ enum class FindingCode : std::uint32_t {
     AncTooManyUserDataWords,      ///< Words given, greatest count.
     AncPacketDropped,             ///< DID, SDID; the offset is the number of its frame.
     AncPayloadCut,                ///< User data bytes needed, bytes there.
+    AncUserDataOfTenBits,         ///< User data words whose upper two bits are not those of their bytes.
 
     // anc (SMPTE ST 436-1)
     AncElementCut = 0x2'0101,    ///< Bytes needed (from the count or the packet's line number on), bytes there.
