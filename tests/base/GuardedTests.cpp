@@ -11,6 +11,9 @@
 #include <thread>
 #include <vector>
 
+// An object has one, beside its scalars.
+static_assert(sizeof(qlx::Guarded) == 4 && alignof(qlx::Guarded) == 4);
+
 TEST(Guarded, LoadsAndStores) {
     qlx::Guarded guard;
     std::string text = "before";

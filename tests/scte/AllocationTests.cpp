@@ -1,51 +1,15 @@
 // How often memory is asked for: a message of one splice request once, and what is written into a room never.
+#include "Allocations.h"
 #include "Scte104Bytes.h"
 
 #include <qlx/scte/scte35.h>
 
 #include <array>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-std::size_t theAllocations = 0;
-
-}  // namespace
-
-// The sanitizers have their own, which find more than these would.
-#ifndef QLX_SANITIZED
-
-void* operator new(std::size_t size) {
-    ++theAllocations;
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
-
-#endif
 
 namespace {
 
 using namespace qlxtest;
 using namespace qlx::scte;
-
-/// How many there are in a call.
-template <class Call>
-std::size_t allocationsOf(const Call& call) {
-    const std::size_t before = theAllocations;
-    call();
-    return theAllocations - before;
-}
 
 TEST(ScteAllocations, AreFew) {
 #ifdef QLX_SANITIZED

@@ -28,6 +28,14 @@ const std::string kTwoCues =
     srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#ff0000\">Bonjour</font>\n{\\an8}oben"},
          {"00:00:03,500", "00:00:04,000", "{\\an1}unten"}});
 
+TEST(Subs, ListsTimesAsTheFileSaysThem) {
+    const TemporaryFolder folder;
+    // 7.8 s has no binary fraction: as a double it is a little below.
+    const ToolResult listed = runTool({"subs", folder.write("in.srt", srt({{"00:00:04,200", "00:00:07,800", "a"}}))});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    EXPECT_NE(listed.out.find("     1  00:00:04,200  00:00:07,800  "), std::string::npos) << listed.out;
+}
+
 TEST(Subs, ListsWebVttAndSubStationAlphaWhichPlayPlays) {
     const TemporaryFolder folder;
     const std::string vtt = folder.write("in.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000 line:0\n<c.yellow>a</c>\n");
