@@ -33,6 +33,7 @@ struct Context {
     bool keepsSpace = false;
     bool isSequence = false;
     bool isNotDisplayed = false;
+    std::vector<Animation> animations;  ///< Of it and what is around.
 };
 
 /// Reads one document.
@@ -107,7 +108,28 @@ private:
         if (times.end) {
             limit(context.end, *times.end);
         }
+        for (const pugi::xml_node& inner : element.children()) {
+            if (std::string_view(inner.name()).ends_with("set")) {
+                takeAnimation(inner, context);
+            }
+        }
         return own;
+    }
+
+    /// `set` (TTML2, 13.1.3): its times count from the beginning of what it is in.
+    void takeAnimation(const pugi::xml_node& element, Context& context) {
+        constexpr std::size_t kMost = 50;
+        const Entered entered(_names, element);
+        if (!_names.of(element).is(Namespace::Tt, "set")) {
+            return;
+        }
+        if (context.animations.size() >= kMost) {
+            _report.add(FindingCode::TtmlAnimationLeftOut, Severity::Warning, element);
+            return;
+        }
+        const Attributes attributes = attributesOf(element);
+        const ElementTimes times = timesOf(element, attributes, context.begin);
+        context.animations.push_back({times.begin, times.end, attributes.own});
     }
 
     /// Where nothing says when an element ends, what is within does.
@@ -137,7 +159,7 @@ private:
             const Name name = _names.of(inner);
             const bool isParagraph = name.is(Namespace::Tt, "p");
             if (!isParagraph && !name.is(Namespace::Tt, "div")) {
-                passOver(inner, name);
+                passOverInContent(inner, name);
                 continue;
             }
             const MediaTime from = context.isSequence && next ? *next : context.begin;
@@ -162,10 +184,6 @@ private:
         }
         const auto region = _regions.find(context.region);
         const bool isKnown = region != _regions.end();
-        if (!isKnown && !context.region.empty()) {
-            _report.add(FindingCode::TtmlRegionUnknown, Severity::Warning, element,
-                        static_cast<std::int64_t>(context.region.size()));
-        }
         StyleSet content = _initial;
         overlay(content, context.styles);
         overlay(content, own);
@@ -185,8 +203,12 @@ private:
         _looks.clear();
         _hasHidden = false;
         _isCut = false;
+        _hasRegionWithin = false;
         _language = context.language;
         const auto implicitEnd = gather(element, context, StyleSet{});
+        if (!isKnown) {
+            sayRegion(element, context);
+        }
         const std::optional<MediaTime> last = context.ownEnd ? context.ownEnd : implicitEnd;
         if (_isCut) {
             _report.add(FindingCode::TtmlParagraphTooLong, Severity::Error, element,
@@ -255,6 +277,17 @@ private:
         return last;
     }
 
+    /// Where a document has regions, what is in none of them is not presented (TTML2, [associate region]): it is read all the same.
+    void sayRegion(const pugi::xml_node& element, const Context& context) {
+        if (!context.region.empty()) {
+            _report.add(FindingCode::TtmlRegionUnknown, Severity::Warning, element,
+                        static_cast<std::int64_t>(context.region.size()));
+        } else if (!_regions.empty() && !_hasRegionWithin && !_pieces.empty()) {
+            _report.add(FindingCode::TtmlRegionNone, Severity::Warning, element,
+                        static_cast<std::int64_t>(_regions.size()));
+        }
+    }
+
     /// Nothing is seen before its region is there, and behind that.
     void clipPieces(const ElementTimes& region) {
         for (TextPiece& piece : _pieces) {
@@ -308,6 +341,70 @@ private:
         return ruby != nullptr && (*ruby == "container" || *ruby == "baseContainer" || *ruby == "textContainer");
     }
 
+    /// Animations of content are read with what they are in.
+    void passOverInContent(const pugi::xml_node& element, const Name& name) {
+        if (!name.is(Namespace::Tt, "set")) {
+            passOver(element, name);
+        }
+    }
+
+    /// A text of an element, as it looks for all of its time.
+    /// @param look Of the element's texts, once there is one.
+    /// @return Whether it is seen.
+    bool addText(const pugi::xml_node& text, const pugi::xml_node& element, const Context& context, const StyleSet& own,
+                 std::optional<std::size_t>& look, bool isAgain = false) {
+        const bool isText = std::string_view(text.value()).find_first_not_of(" \t\r\n") != std::string_view::npos;
+        // In a sequence text that nothing ends lasts no time (TTML2, 12.2.4).
+        if (context.isNotDisplayed || isInvisible(context.styles) || context.isSequence) {
+            _hasHidden = _hasHidden || isText;
+            return false;
+        }
+        if (!look) {
+            look = _looks.size();
+            _looks.push_back(lookOf(context.styles, own, context.span, _report, element));
+            takeRuby(_looks[*look].properties);
+            if (context.language != _language) {
+                _looks[*look].properties.push_back(
+                    {std::string(subtitles::properties::kWebVttLanguage), std::string(context.language)});
+            }
+        }
+        if (!isText && isBetweenRuby(_looks[*look].properties)) {
+            return false;
+        }
+        keepAffordable(_looks[*look].properties, element);
+        _pieces.push_back({text.value(), *look, false, context.keepsSpace, context.begin, context.end, isAgain});
+        return true;
+    }
+
+    /// The same of one that looks otherwise from some moment on: a piece for each look.
+    void addAnimatedText(const pugi::xml_node& text, const pugi::xml_node& element, const Context& context,
+                         const StyleSet& own) {
+        std::vector<MediaTime> moments = momentsOf(context.animations, context.begin, context.end);
+        moments.insert(moments.begin(), context.begin);
+        const bool wasHidden = _hasHidden;
+        bool isSeen = false;
+        for (std::size_t index = 0; index < moments.size(); ++index) {
+            Context slice = context;
+            StyleSet ofSlice = own;
+            slice.begin = moments[index];
+            slice.end = index + 1 < moments.size() ? std::optional(moments[index + 1]) : context.end;
+            for (const Animation& animation : context.animations) {
+                const bool isOn = !isBefore(slice.begin, animation.begin) &&
+                                  (!animation.end || isBefore(slice.begin, *animation.end));
+                if (isOn) {
+                    overlay(slice.styles, animation.styles);
+                    overlay(ofSlice, animation.styles);
+                    applySpan(slice.span, animation.styles);
+                    slice.isNotDisplayed = slice.isNotDisplayed || isNotDisplayed(animation.styles);
+                }
+            }
+            std::optional<std::size_t> look;
+            isSeen = addText(text, element, slice, ofSlice, look, isSeen) || isSeen;
+        }
+        // What is hidden for a while only is not left out.
+        _hasHidden = isSeen ? wasHidden : _hasHidden;
+    }
+
     /// The pieces of a paragraph or span.
     /// @param own What the spans up to here have of their own.
     /// @return When what is within ends (TTML2, 12.2.4); none: nothing says.
@@ -326,25 +423,11 @@ private:
                 const bool isText =
                     std::string_view(inner.value()).find_first_not_of(" \t\r\n") != std::string_view::npos;
                 isOpen = isOpen || isText;
-                // In a sequence text that nothing ends lasts no time (TTML2, 12.2.4).
-                if (context.isNotDisplayed || isInvisible(context.styles) || context.isSequence) {
-                    _hasHidden = _hasHidden || isText;
-                    continue;
+                if (context.animations.empty()) {
+                    addText(inner, element, context, own, look);
+                } else {
+                    addAnimatedText(inner, element, context, own);
                 }
-                if (!look) {
-                    look = _looks.size();
-                    _looks.push_back(lookOf(context.styles, own, context.span, _report, element));
-                    takeRuby(_looks[*look].properties);
-                    if (context.language != _language) {
-                        _looks[*look].properties.push_back(
-                            {std::string(subtitles::properties::kWebVttLanguage), std::string(context.language)});
-                    }
-                }
-                if (!isText && isBetweenRuby(_looks[*look].properties)) {
-                    continue;
-                }
-                keepAffordable(_looks[*look].properties, element);
-                _pieces.push_back({inner.value(), *look, false, context.keepsSpace, context.begin, context.end});
             }
             if (type != pugi::node_element) {
                 continue;
@@ -364,6 +447,7 @@ private:
                 StyleSet all = own;
                 overlay(all, enter(inner, attributes, span, context.isSequence ? *next : context.begin, true));
                 // Runs have no place for roles and the like, nor one of their own on the screen.
+                _hasRegionWithin = _hasRegionWithin || !attributes.region.empty();
                 const bool isElsewhere = !attributes.region.empty() && attributes.region != context.region;
                 _attributesLeftOut += static_cast<std::int64_t>(attributes.others.size()) + (isElsewhere ? 1 : 0);
                 const auto implicitEnd = gather(inner, span, all);
@@ -371,7 +455,7 @@ private:
                 extend(last, isOpen, end);
                 next = context.isSequence ? end : next;
             } else {
-                passOver(inner, name);
+                passOverInContent(inner, name);
             }
         }
         return context.isSequence ? next : isOpen ? std::nullopt : last;
@@ -385,6 +469,7 @@ private:
     std::vector<Look> _looks;
     bool _hasHidden = false;
     bool _isCut = false;
+    bool _hasRegionWithin = false;  ///< A span says one.
     std::string_view _language;
 };
 

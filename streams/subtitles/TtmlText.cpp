@@ -101,6 +101,25 @@ std::vector<Row> rowsOf(const std::vector<const TextPiece*>& pieces, const std::
     return rows.take();
 }
 
+std::vector<MediaTime> momentsOf(const std::vector<Animation>& animations, const MediaTime& begin,
+                                 const std::optional<MediaTime>& end) {
+    std::vector<MediaTime> moments;
+    const auto add = [&](const MediaTime& time) {
+        if (isBefore(begin, time) && (!end || isBefore(time, *end))) {
+            moments.push_back(time);
+        }
+    };
+    for (const Animation& animation : animations) {
+        add(animation.begin);
+        if (animation.end) {
+            add(*animation.end);
+        }
+    }
+    std::sort(moments.begin(), moments.end(), isBefore);
+    moments.erase(std::unique(moments.begin(), moments.end(), isSameTime), moments.end());
+    return moments;
+}
+
 std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector<Look>& looks, const MediaTime& begin,
                          const MediaTime& end, std::size_t mostTimes, std::size_t& mostBytes, std::size_t bytesOfCue,
                          const TakeRows& take) {
@@ -109,7 +128,9 @@ std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector
     bool isAddedTo = true;
     const MediaTime* last = &begin;
     for (const TextPiece& piece : pieces) {
-        shown.push_back(&piece);
+        if (!piece.isAgain) {
+            shown.push_back(&piece);
+        }
         const bool isLater = isBefore(begin, piece.begin);
         const bool goes = piece.end && isBefore(*piece.end, end);
         if (isLater) {

@@ -22,7 +22,19 @@ struct TextPiece {
     bool keepsSpace = false;       ///< `xml:space="preserve"`
     MediaTime begin;               ///< When it appears.
     std::optional<MediaTime> end;  ///< When it goes; none: nothing says.
+    bool isAgain = false;          ///< The same text is shown before, and looks otherwise.
 };
+
+/// What a `set` changes of what it is in (TTML2, 13.1.3).
+struct Animation {
+    MediaTime begin;
+    std::optional<MediaTime> end;  ///< None: with what it is in.
+    StyleSet styles{};
+};
+
+/// The moments from `begin` to `end` at which animations begin or end, in their order; not those two.
+[[nodiscard]] std::vector<MediaTime> momentsOf(const std::vector<Animation>& animations, const MediaTime& begin,
+                                               const std::optional<MediaTime>& end);
 
 /// The rows of pieces: white space becomes one space, and none at the ends of rows, where it is not to be kept (TTML2,
 /// 8.1.1, by the rules of XSL).

@@ -72,6 +72,86 @@ TEST(Ttml, ReadsEachFormOfTime) {
     }
 }
 
+// Receivers present what is in a region, where a document has any.
+TEST(Ttml, ReadsTextInNoRegionAndSaysSo) {
+    using enum FindingCode;
+    struct Case {
+        std::string head;
+        std::string body;
+        std::vector<FindingCode> codes;
+    };
+    const std::string one = "<layout><region xml:id='r'/></layout>";
+    const Case cases[] = {
+        {"", "<body><div><p dur='1s'>a</p></div></body>", {}},
+        {"<layout/>", "<body><div><p dur='1s'>a</p></div></body>", {}},
+        {one, "<body><div><p dur='1s'>a</p></div></body>", {TtmlRegionNone}},
+        {one,
+         "<body><div><p dur='1s'>a</p><p region='r' dur='1s'>b</p><p dur='1s'>c</p></div></body>",
+         {TtmlRegionNone, TtmlRegionNone}},
+        {one, "<body><div><p dur='1s'/></div></body>", {}},
+        {one, "<body region='r'><div><p dur='1s'>a</p></div></body>", {}},
+        {one, "<body><div region='r'><p dur='1s'>a</p></div></body>", {}},
+        {one, "<body><div region='x'><p dur='1s'>a</p></div></body>", {TtmlRegionUnknown}},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.head + each.body);
+        const auto document = readDocument(documentOf(each.body, each.head));
+        ASSERT_FALSE(document.error);
+        EXPECT_EQ(document.cues.size(), each.body.find("'/>") != std::string::npos   ? 0U
+                                        : each.body.find(">c<") != std::string::npos ? 3U
+                                                                                     : 1U);
+        EXPECT_EQ(document.codes, each.codes);
+    }
+}
+
+// A cue for each look; what appears is a time within its cue.
+TEST(Ttml, FollowsWhatSetsChange) {
+    using enum FindingCode;
+    struct Case {
+        std::string body;  ///< The times of its paragraph are 0 to 10 s.
+        std::string expected;
+        std::vector<FindingCode> codes{};
+    };
+    const Case cases[] = {
+        {"a<set begin='2s' tts:color='red'/>", "0-2000 a\n2000-10000 {#30}a"},
+        {"a<set begin='2s' end='5s' tts:color='red'/>", "0-2000 a\n2000-5000 {#30}a\n5000-10000 a"},
+        {"<set begin='2s' dur='5s' tts:visibility='hidden'/>a", "0-2000 a\n7000-10000 a"},
+        {"<set tts:visibility='hidden'/>a", "", {TtmlHidden}},
+        {"a<span tts:visibility='hidden'>b<set begin='3s' tts:visibility='visible'/></span>", "0-10000 a{@3}b"},
+        {"a<span begin='1s'>b<set begin='2s' tts:fontStyle='italic'/></span>",
+         "0-1000 a\n1000-3000 ab\n3000-10000 a{i}b"},
+        {"a<set begin='2s' tts:color='red'/><set begin='4s' tts:fontWeight='bold' tts:color='lime'/>",
+         "0-2000 a\n2000-4000 {#30}a\n4000-10000 {b#0c}a"},
+        {"a<set begin='20s' tts:color='red'/>", "0-10000 a"},
+        {"a<set begin='2s' tts:backgroundColor='blue'/>", "0-2000 a\n2000-10000 {on03}a"},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.body);
+        const auto document =
+            readDocument(documentOf("<body><div><p begin='0s' end='10s'>" + one.body + "</p></div></body>"));
+        ASSERT_FALSE(document.error);
+        EXPECT_EQ(cuesInWords(document.cues), one.expected);
+        EXPECT_EQ(document.codes, one.codes);
+    }
+    // Around the paragraph, too.
+    const auto around = readDocument(
+        documentOf("<body><set begin='1s' tts:color='red'/><div><p begin='0s' end='2s'>a</p></div></body>"));
+    ASSERT_EQ(around.cues.size(), 2U);
+    EXPECT_EQ(rowsInWords(around.cues[1]), "{#30}a");
+    // Where there are too many moments each text is there once.
+    std::string many;
+    for (int count = 0; count < 60; ++count) {
+        many += "<set begin='" + std::to_string(count) + "ms' tts:color='red'/>";
+    }
+    qlx::streams::TtmlReadOptions options;
+    options.mostTimes = 5;
+    const auto cut = readDocument(documentOf("<body><div><p end='1s'>" + many + "a</p></div></body>"), options);
+    ASSERT_EQ(cut.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(cut.cues[0]), "{#30}a");
+    EXPECT_EQ(std::count(cut.codes.begin(), cut.codes.end(), TtmlAnimationLeftOut), 10);
+    EXPECT_EQ(std::count(cut.codes.begin(), cut.codes.end(), TtmlTimesTooMany), 1);
+}
+
 TEST(Ttml, SaysWhichTimesItCannotRead) {
     for (const std::string time : {"1", "s", "1x", "1:2:3", "00:60:00", "00:00:61", "00:00:01:30", "00:00:01.", "-1s",
                                    "1.5t", "1 s", "00:00:01:", "12345678901s", ".5s", "00:00:01.5:3"}) {
@@ -167,8 +247,10 @@ TEST(Ttml, ShowsTextWhileItsRegionIsThere) {
          "2000-3000 a|c\n3000-4000 a|"},
         {"begin='2s' end='4s'", "<p region='r' xml:space='preserve' end='1s'> a </p>", "", {TtmlNeverShown}},
         // A region does not end what it shows: the next one of a sequence begins behind the whole.
-        {"end='1s'", "<div timeContainer='seq'><p region='r' dur='3s'>a</p><p dur='1s'>b</p></div>",
-         "0-1000 a\n3000-4000 b"},
+        {"end='1s'",
+         "<div timeContainer='seq'><p region='r' dur='3s'>a</p><p dur='1s'>b</p></div>",
+         "0-1000 a\n3000-4000 b",
+         {TtmlRegionNone}},
         {"begin='x' end='4s'", "<p region='r' end='9s'>a</p>", "0-4000 a", {TtmlTimeWrong}},
         {"end='4s'", "<p end='3s'>a<span region='r'>b</span></p>", "0-3000 ab", {TtmlAttributesLeftOut}},
         {"end='4s'", "<p region='r' end='3s'>a<span region='r'>b</span></p>", "0-3000 ab"},
@@ -236,7 +318,7 @@ TEST(Ttml, ResolvesStyles) {
          "{vtt.ruby=}a{vtt.ruby= vtt.rt=}b{}c"},
         {"a<span xml:lang='fr'>b<span xml:lang=''>c</span></span>", "a{vtt.lang=fr}b{vtt.lang=}c"},
         {"a<span tts:visibility='hidden'>b</span>", "a", {TtmlHidden}},
-        {"a<set begin='1s' tts:color='red'/>", "a", {TtmlAnimationLeftOut}},
+        {"a<animate tts:color='red;lime'/>", "a", {TtmlAnimationLeftOut}},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.text);

@@ -141,6 +141,31 @@ TEST(TtmlConvert, RefusesWhatIsTooLongAndWhatReachesOutside) {
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_NE(refused.err.find("long.ttml: longer than 1 MiB: no subtitle file"), std::string::npos) << refused.err;
     EXPECT_EQ(converted(folder.write("long.ttml", longOne), "srt").exitCode, 0);
+    // The others that are read as a whole; and those that are not.
+    const std::string cues = R"({"schema":"qlxcc/subtitles/1","cues":[]})" + std::string(1'100'000, ' ');
+    const std::string stl = folder.path("a.stl");
+    ASSERT_EQ(runTool({"convert", folder.path("long.ttml"), "-o", stl}).exitCode, 0);
+    const std::string blocks = folder.read("a.stl") + std::string(1'100'000, '\0');
+    for (const std::string& file : {folder.write("long.json", cues), folder.write("long.stl", blocks)}) {
+        const ToolResult result = converted(file, "srt", {"--limit", "1"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.err, "qlxcc: " + file + ": longer than 1 MiB: no subtitle file\n");
+    }
+    const std::string row = std::string(1000, 'a') + "\n";
+    std::string rows = "1\n00:00:01,000 --> 00:00:02,000\na\n\n";
+    std::string webVtt = "WEBVTT\n\n";
+    std::string pairs = "Scenarist_SCC V1.0\n\n";
+    for (int count = 0; count < 1100; ++count) {
+        rows += "2\n00:00:03,000 --> 00:00:04,000\n" + row + "\n";
+        webVtt += "00:00:03.000 --> 00:00:04.000\n" + row + "\n";
+    }
+    while (pairs.size() < 1'100'000) {
+        pairs += "00:00:01:00\t9420 9420\n\n";
+    }
+    for (const std::string& file :
+         {folder.write("a.srt", rows), folder.write("a.vtt", webVtt), folder.write("a.scc", pairs)}) {
+        EXPECT_EQ(converted(file, "srt", {"--limit", "1"}).err.find("longer than"), std::string::npos) << file;
+    }
     const std::string subset =
         "<!DOCTYPE tt [<!ENTITY a SYSTEM \"/etc/hostname\">]>" + document("", "<p begin=\"1s\" end=\"2s\">&a;</p>");
     const ToolResult outside = converted(folder.write("outside.ttml", subset), "srt");
@@ -159,10 +184,10 @@ const std::string kStyled =
     R"(<?xml version="1.0" encoding="UTF-8"?>
 <tt xmlns="http://www.w3.org/ns/ttml" xmlns:tts="http://www.w3.org/ns/ttml#styling" xml:lang="de"
  xmlns:ttm="http://www.w3.org/ns/ttml#metadata"><head><metadata><ttm:title>Film</ttm:title></metadata>
-<layout><region xml:id="gr\u00F6n" tts:origin="10% 10%" tts:extent="80% 30%" tts:displayAlign="before"/></layout></head>
+<layout><region xml:id="gr\u00F6n" tts:origin="10% 10%" tts:extent="80% 30%" tts:displayAlign="before"/><region xml:id="low"/></layout></head>
 <body><div><p begin="1s" end="2.5s" region="REGION" tts:textAlign="center">a &amp; <span tts:color="yellow"
  tts:backgroundColor="blue" tts:fontStyle="italic" tts:fontWeight="bold" tts:textDecoration="underline">b</span><br/>c</p>
-<p begin="3s" end="4s" xml:lang="fr">d</p></div></body></tt>)";
+<p begin="3s" end="4s" xml:lang="fr" region="low">d</p></div></body></tt>)";
 
 std::string styled() {
     std::string text = kStyled;
@@ -196,8 +221,8 @@ TEST(TtmlConvert, SaysWhatAnotherFormatLoses) {
     EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,500\n{\\an8}a & <font color=\"#ffff00\"><b><i><u>b</u>"
                           "</i></b></font>\nc\n\n2\n00:00:03,000 --> 00:00:04,000\n{\\an1}d\n\n")
         << result.err;
-    EXPECT_NE(result.err.find("2 parts of the file besides cues are lost: 1 text (title, description, copyright), "
-                              "1 region"),
+    EXPECT_NE(result.err.find("3 parts of the file besides cues are lost: 1 text (title, description, copyright), "
+                              "2 regions"),
               std::string::npos)
         << result.err;
 }

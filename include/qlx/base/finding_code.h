@@ -417,6 +417,7 @@ enum class FindingCode : std::uint32_t {
     WebVttBlockPassed,                  ///< Lines of a block that is none, or comes too late.
     WebVttTextTooLong,                  ///< Greatest size in bytes, most lines.
     WebVttRestTooLong,                  ///< Greatest size in bytes of what is kept besides cues.
+    WebVttInnerTimeUnusual,             ///< Milliseconds that it is read as.
 
     // subtitles, SubStation Alpha; the offset is the number of a line, counted from 1
     SsaEventsMissing = 0xA'0701,  ///< No numbers; no section has events.
@@ -633,6 +634,7 @@ enum class FindingCode : std::uint32_t {
     TtmlAnimationLeftOut,           ///< No numbers; what its element says holds for good.
     TtmlTooManyElements,            ///< Bytes that elements and attributes would take in memory, most of them.
     TtmlParagraphTooLong,           ///< Most parts of a paragraph, texts and line ends, that are read.
+    TtmlRegionNone,                 ///< How many regions there are, none of which a paragraph is in.
     // streams, TTML that is written; the offset is the cue, counted from 1
     TtmlCharacterReplaced = 0x1F'0441,  ///< Row, its characters that XML has no form for.
 
