@@ -33,7 +33,7 @@ bool isWord(std::string_view line, std::string_view word) noexcept {
 }
 
 bool isBlankBehind(std::string_view line, std::string_view word) noexcept {
-    return line.starts_with(word) && trimmed(line.substr(word.size())).empty();
+    return line.starts_with(word) && trimmed(line.substr(word.size()), kWebVttBlanks).empty();
 }
 
 }  // namespace
@@ -115,6 +115,7 @@ private:
         case Part::Header:
             if (hasRoom(line.size())) {
                 _file.header.emplace_back(line);
+                _language = _language.empty() ? languageOfHead(line) : _language;
             }
             break;
         case Part::Text:
@@ -167,6 +168,7 @@ private:
         _hasCue = true;
         _cue = Cue{};
         _text.begin();
+        _cue.language = _language;
         _cue.start = MediaTime::make(start, kWebVttUnits);
         _cue.end = MediaTime::make(end, kWebVttUnits);
         const auto digits = cueDigits(name);
@@ -215,7 +217,7 @@ private:
         }
         const bool isReady = std::exchange(_isCue, false);
         if (isReady) {
-            _text.end(_lines.number());
+            _text.end(_lines.number(), _cue);
             for (Row& row : _cue.rows) {
                 row.anchor = _settings.anchor;
                 row.alignment = _settings.alignment;
@@ -265,7 +267,7 @@ private:
     void takeRegion(std::string_view block) {
         constexpr std::string_view kName = "id:";
         while (!block.empty()) {
-            const std::size_t size = std::min(block.find_first_of(" \t\n"), block.size());
+            const std::size_t size = std::min(block.find_first_of(" \t\f\n"), block.size());
             if (block.starts_with(kName)) {
                 _regions.emplace(block.substr(kName.size(), size - std::min(size, kName.size())));
             }
@@ -286,6 +288,7 @@ private:
     WebVttFile _file;
     std::vector<std::string> _notes;  ///< Behind the last cue so far.
     std::set<std::string, std::less<>> _regions;
+    std::string _language;  ///< Of the file.
     Part _part = Part::Start;
     Cue _cue;    ///< In hand.
     Cue _ready;  ///< That was given.

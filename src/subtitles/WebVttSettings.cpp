@@ -133,8 +133,8 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
     PlaceOfSettings place;
     std::uint8_t band = 0;
     const std::size_t first = cue.properties.size();
-    while (!(settings = trimmed(settings)).empty()) {
-        const std::string_view setting = settings.substr(0, settings.find_first_of(" \t"));
+    while (!(settings = trimmed(settings, kWebVttBlanks)).empty()) {
+        const std::string_view setting = settings.substr(0, settings.find_first_of(kWebVttBlanks));
         settings.remove_prefix(setting.size());
         const std::size_t colon = std::min(setting.find(':'), setting.size());
         const std::string_view name = setting.substr(0, colon);
@@ -174,6 +174,11 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
         });
     }
     return place;
+}
+
+std::string_view languageOfHead(std::string_view line) noexcept {
+    constexpr std::string_view kName = "Language:";
+    return line.starts_with(kName) ? trimmed(line.substr(kName.size())) : std::string_view();
 }
 
 bool isSettingValue(std::string_view text) noexcept {

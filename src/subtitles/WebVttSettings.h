@@ -13,6 +13,9 @@
 
 namespace qlx::subtitles {
 
+/// White space within a line.
+inline constexpr std::string_view kWebVttBlanks = " \t\f";
+
 /// Where settings put the rows of a cue.
 struct PlaceOfSettings {
     std::uint8_t anchor = 0;
@@ -24,6 +27,10 @@ struct PlaceOfSettings {
 /// @param report Gets a code and the size of a setting or name.
 PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::string, std::less<>>& regions, Cue& cue,
                              const std::function<void(FindingCode, std::int64_t)>& report);
+
+/// The language that a line of a file's head says, `Language: en`; empty for any other line. Browsers pass over all of
+/// them; players of streams take it.
+[[nodiscard]] std::string_view languageOfHead(std::string_view line) noexcept;
 
 /// Whether a text may be the value of a setting: what white space cuts or a line of times has may not.
 [[nodiscard]] bool isSettingValue(std::string_view text) noexcept;

@@ -22,6 +22,10 @@ constexpr std::int32_t kWebVttTimescale = 1000;
 /// More spans than these are not open at once: their tags are passed over.
 constexpr std::size_t kDeepestSpan = 64;
 
+/// What ends the name and the classes of a tag (W3C WebVTT, 6.4).
+constexpr std::string_view kBlanks = " \t\n\f";
+constexpr std::string_view kEndsOfName = ". \t\n\f";
+
 /// Bytes of the names of classes and of voices and languages that may be open at once: each run of letters has them.
 constexpr std::size_t kGreatestNames = 1024;
 
@@ -35,6 +39,17 @@ std::optional<screen::Color> colorOfClass(std::string_view name) noexcept {
         }
     }
     return std::nullopt;
+}
+
+/// `text` without blanks at its ends, and with one space for those within.
+std::string collapsed(std::string_view text) {
+    std::string result;
+    while (!(text = trimmed(text, kBlanks)).empty()) {
+        const std::size_t word = std::min(text.find_first_of(kBlanks), text.size());
+        result += (result.empty() ? "" : " ") + std::string(text.substr(0, word));
+        text.remove_prefix(word);
+    }
+    return result;
 }
 
 /// `text` with its entities as characters.
@@ -59,6 +74,7 @@ std::string decoded(std::string_view text) {
 
 void WebVttText::begin() {
     _open.clear();
+    _tag.clear();
     _from = {};
     _lastTime = -1;
     _isChanged = false;
@@ -67,7 +83,18 @@ void WebVttText::begin() {
 void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
     _line = line;
     std::int64_t ampersands = 0;
-    cue.rows.emplace_back();
+    std::string whole = std::exchange(_tag, {});
+    if (whole.empty()) {
+        cue.rows.emplace_back();
+    } else {
+        whole += '\n';
+        whole += text;
+        if (text.find('>') == std::string_view::npos) {
+            _tag = std::move(whole);
+            return;
+        }
+        text = whole;
+    }
     _isChanged = true;
     while (!text.empty()) {
         const std::size_t plain = std::min(text.find_first_of("<&"), text.size());
@@ -77,6 +104,10 @@ void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
             break;
         }
         if (text.front() == '<') {
+            if (text.find('>') == std::string_view::npos) {
+                _tag = text;
+                break;
+            }
             text.remove_prefix(takeTag(text, cue));
             continue;
         }
@@ -100,8 +131,11 @@ void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
     }
 }
 
-void WebVttText::end(std::uint64_t line) {
+void WebVttText::end(std::uint64_t line, const Cue& cue) {
     _line = line;
+    if (!_tag.empty()) {
+        (void)takeTag(_tag, cue);
+    }
     // A voice may be left open when it is that of all of the cue.
     const auto open = std::count_if(_open.begin(), _open.end(), [](const Span& span) {
         return span.kind != Kind::Voice && span.kind != Kind::RubyText;
@@ -137,14 +171,17 @@ bool WebVttText::takeTime(std::string_view inside, const Cue& cue) {
     if (!isWithin || time->milliseconds <= _lastTime) {
         report(WebVttInnerTimeWrong, Severity::Warning, time->milliseconds);
     }
+    if (!time->hasDigits || time->mark != '.') {
+        report(WebVttInnerTimeUnusual, Severity::Warning, time->milliseconds);
+    }
     _lastTime = time->milliseconds;
     _from = MediaTime::make(time->milliseconds, kWebVttTimescale);
     return true;
 }
 
 bool WebVttText::openSpan(std::string_view inside) {
-    const std::size_t nameSize = std::min(inside.find_first_of(". \t"), inside.size());
-    const std::size_t blank = std::min(inside.find_first_of(" \t"), inside.size());
+    const std::size_t nameSize = std::min(inside.find_first_of(kEndsOfName), inside.size());
+    const std::size_t blank = std::min(inside.find_first_of(kBlanks), inside.size());
     const auto* const name = std::find(std::begin(kSpanNames), std::end(kSpanNames), inside.substr(0, nameSize));
     if (name == std::end(kSpanNames) || _open.size() >= kDeepestSpan) {
         return false;
@@ -155,7 +192,7 @@ bool WebVttText::openSpan(std::string_view inside) {
         return false;
     }
     takeClasses(inside.substr(nameSize, blank - nameSize), span);
-    span.annotation = decoded(trimmed(inside.substr(blank)));
+    span.annotation = decoded(collapsed(inside.substr(blank)));
     std::size_t names = span.classes.size() + span.annotation.size();
     for (const Span& open : _open) {
         names += open.classes.size() + open.annotation.size();

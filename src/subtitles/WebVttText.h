@@ -36,11 +36,12 @@ public:
     /// Begins a cue.
     void begin();
 
-    /// Appends the row of a line to a cue. A tag may go on in the next one.
+    /// Appends the row of a line to a cue. Spans go on in the next one; so does a tag that the line does not end, and the
+    /// row with it: what ends a line is a blank within a tag.
     void takeRow(std::string_view text, std::uint64_t line, Cue& cue);
 
     /// Ends the cue.
-    void end(std::uint64_t line);
+    void end(std::uint64_t line, const Cue& cue);
 
 private:
     enum class Kind : std::uint8_t { Class, Italic, Bold, Underline, Voice, Language, Ruby, RubyText };
@@ -65,6 +66,7 @@ private:
     FindingSink* _findings;
     std::uint64_t _line = 0;
     std::vector<Span> _open;
+    std::string _tag;  ///< That no line has ended.
     MediaTime _from;
     std::int64_t _lastTime = -1;
     bool _isChanged = false;

@@ -274,6 +274,7 @@ void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
     text += file.title.empty() ? "" : " ";
     rest.appendHead(file.title);
     for (const std::string& line : file.header) {
+        _language = _language.empty() ? languageOfHead(line) : _language;
         rest.appendHead(line);
     }
     text += '\n';
@@ -321,7 +322,7 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         RowLosses losses;
-        appendRow(row, cue.language, times, losses, text);
+        appendRow(row, cue.language == _language ? std::string_view() : cue.language, times, losses, text);
         const Row& first = cue.rows.front();
         losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || row.column != first.column ||
                              !isBehind(row, first, static_cast<std::uint64_t>(number));

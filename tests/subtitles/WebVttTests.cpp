@@ -46,6 +46,11 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"a\nb", "a|b"},
         {"<b>a</b><i>b</i><u>c</u>", "{b}a{i}b{u}c"},
         {"<i>a\nb</i>c", "{i}a|{i}b{}c"},
+        {"<v Mary>a\n<b>b\nc</b></v>\nd", "{vtt.v=Mary}a|{b vtt.v=Mary}b|{b vtt.v=Mary}c|d"},
+        {"<v Mary\n\t  Ann >a</v\n>b", "{vtt.v=Mary Ann}ab", {WebVttTagWrong}},
+        {"a<c.red\n\n>b", "a", {WebVttTagWrong, WebVttTagUnclosed, WebVttBlockPassed}},
+        {"a<c.red\n>b</c>\nc", "a{#30}b|c"},
+        {"<v\fMary>a", "{vtt.v=Mary}a"},
         {"<i.loud>a</i>", "{i vtt.c=loud}a"},
         {"<c.red>a</c><c.yellow.bg_blue>b</c>", "{#30}a{#3con03}b"},
         {"<c.lime.loud.x>a</c>", "{#0c vtt.c=loud.x}a"},
@@ -57,6 +62,9 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"a<00:00:01.500>b<00:00:01.750>c", "a{@1500}b{@1750}c"},
         {"a<00:01.500>b\nc", "a{@1500}b|{@1500}c"},
         {"a<00:00:00.500>b", "a{@500}b", {WebVttInnerTimeWrong}},
+        {"a<0:00:01.500>b<00:01,6>c<00:00:01.70>d",
+         "a{@1500}b{@1600}c{@1700}d",
+         {WebVttInnerTimeUnusual, WebVttInnerTimeUnusual, WebVttInnerTimeUnusual}},
         {"a &amp; &lt;b&gt; &nbsp;&lrm;&rlm;&#233;", "a & <b> \u00A0\u200E\u200F\u00E9"},
         {"AT&T", "AT&T", {WebVttEntityUnknown}},
         {"&eacute;&hellip;&hearts;&thetasym;&apos;&#150;", "\u00E9\u2026\u2665\u03D1'\u2013"},
@@ -102,6 +110,7 @@ TEST(WebVtt, ReadsSettings) {
         {" align:start align:end", {{"vtt.align", "end"}}, 0, Alignment::Right},
         {" align:start line:0 align:right line:1", {{"vtt.line", "1"}}, 9, Alignment::Right},
         {" vertical:rl\tline:1", {{"vtt.vertical", "rl"}, {"vtt.line", "1"}}, 8},
+        {"\fvertical:rl\f \fline:1\f", {{"vtt.vertical", "rl"}, {"vtt.line", "1"}}, 8},
         {" line:x size:101% align:middle foo:bar size",
          {},
          0,
@@ -152,9 +161,11 @@ TEST(WebVtt, KeepsWhatStandsAroundCues) {
     Cue first = cueOf(0, 1000, 2000, {rowOf("a")});
     first.identifier = "intro";
     first.region = "fred";
+    first.language = "en";
     first.properties = {{"vtt.position", "10%"}};
     EXPECT_EQ(result.cues[0], first);
     Cue second = cueOf(2, 2000, 3000, {rowOf("b")});
+    second.language = "en";
     second.properties = {{"vtt.note", "NOTE\nbetween"}};
     EXPECT_EQ(result.cues[1], second);
     const WebVttFile file = fileOf(kWhole);
