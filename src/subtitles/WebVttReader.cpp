@@ -341,4 +341,13 @@ WebVttFile readWebVttHead(std::string_view head, FindingSink* findings) {
     return reader.file();
 }
 
+std::string_view languageOf(const WebVttFile& file) noexcept {
+    for (const std::string& line : file.header) {
+        if (const std::string_view language = languageOfHead(line); !language.empty()) {
+            return language;
+        }
+    }
+    return {};
+}
+
 }  // namespace qlx::subtitles

@@ -268,6 +268,22 @@ TEST(Carriers, FailForDamagedSubtitlesAndWhereAskedForLosses) {
               std::string::npos);
 }
 
+// Nobody is left with an exit code alone.
+TEST(Carriers, SayWhyTheyFailAlsoQuietly) {
+    const TemporaryFolder folder;
+    const std::string lossy = folder.write("a.srt", srt({{"00:00:02,000", "00:00:03,500", "\xE4\xB8\xAD"}}));
+    const Arguments strict{"--to-rate", "25", "--to-format", "klv", "--channel", "CC1", "--strict", "--quiet"};
+    const ToolResult played = converted(lossy, folder.path("a.klv"), strict);
+    EXPECT_EQ(played.exitCode, 1);
+    EXPECT_EQ(played.err, "qlxcc: " + folder.path("a.klv") + ": changes or losses (said without --quiet)\n");
+    const std::string frames = folder.write("a.jsonl", twoFrames());
+    const ToolResult passed = converted(frames, folder.path("a.scc"), {"--strict", "--quiet"});
+    EXPECT_EQ(passed.exitCode, 1);
+    EXPECT_EQ(passed.err, "qlxcc: " + frames + ": 0 problems, changes or losses (said without --quiet)\n");
+    EXPECT_EQ(converted(frames, folder.path("a.scc"), {"--quiet"}).err, "");
+    EXPECT_EQ(converted(frames, folder.path("a.klv"), {"--strict", "--quiet"}).err, "");
+}
+
 TEST(Carriers, HaveLinesOfPlayInVersion2OnlyAndSaySoElsewhere) {
     const TemporaryFolder folder;
     const std::string file = folder.write("a.srt", srt({{"00:00:02,000", "00:00:03,500", "Hi"}}));

@@ -9,6 +9,7 @@ namespace {
 
 using namespace std::string_view_literals;
 using qlxtest::converted;
+using qlxtest::linesOf;
 using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
@@ -236,6 +237,35 @@ TEST(Convert, PutsCuesInOrderAndApart) {
     EXPECT_EQ(times(composed), "00:00:01,000 --> 00:00:03,000;00:00:03,000 --> 00:00:04,000;"
                                "00:00:04,000 --> 00:00:05,000;00:00:07,000 --> 00:00:08,000;");
     EXPECT_NE(composed.out.find("\na\nb\n"), std::string::npos);
+}
+
+TEST(Convert, ReportsEachCueThatIsChanged) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:03,000", "00:00:05,000", "one-two-three"},
+                                                         {"00:00:01,000", "00:00:04,000", "a"},
+                                                         {"00:00:07,000", "00:00:07,010", "c"}}));
+    const auto reported = [&](const Arguments& more, const std::string& format = "srt") {
+        Arguments arguments = more;
+        arguments.emplace_back("--report");
+        std::string all;
+        const std::string remark = "qlxcc: remark: " + file + ": the cue of ";
+        for (const std::string& line : linesOf(converted(file, format, arguments).err)) {
+            all += line.starts_with(remark) ? line.substr(remark.size()) + "\n" : "";
+        }
+        return all;
+    };
+    const std::string moved = "00:00:01,000: moved in front of cues that begin later\n";
+    EXPECT_EQ(reported({}), moved);
+    EXPECT_EQ(reported({"--overlap", "cut"}), moved + "00:00:01,000: cut at the start of the next one\n");
+    EXPECT_EQ(reported({"--overlap", "compose"}), moved + "00:00:03,000: made of several that are shown together\n");
+    EXPECT_EQ(reported({"--wrap", "8"}), moved + "00:00:03,000: wider or higher than asked for\n");
+    EXPECT_EQ(reported({"--from-start", "00:00:02,000"}),
+              "00:00:01,000: before the start, which is not subtracted from them\n");
+    EXPECT_EQ(reported({"--to-rate", "25", "--channel", "CC1"}, "klv"),
+              moved + "00:00:07,000: shorter than a frame, which last one\n");
+    const ToolResult plain = converted(file, "srt", {"--overlap", "cut"});
+    EXPECT_EQ(plain.err, "qlxcc: warning: " + file + ": 1 cue moved in front of cues that begin later\n" +
+                             "qlxcc: warning: " + file + ": 1 cue cut at the start of the next one\n");
 }
 
 TEST(Convert, ComposesCuesThatLastNoTimeAndCountsThePieces) {

@@ -56,6 +56,28 @@ TEST(Subs, ListsWebVttAndSubStationAlphaWhichPlayPlays) {
     }
 }
 
+TEST(Subs, NumbersCuesWithoutANumberByTheirOrder) {
+    const TemporaryFolder folder;
+    const std::string times = "00:01.000 --> 00:02.000\n";
+    const std::string vtt = folder.write("in.vtt", "WEBVTT\n\n" + times + "a\n\nintro\n" + times + "b\n\n7\n" + times +
+                                                       "c\n\n" + times + "d\n");
+    const std::string ttml =
+        folder.write("in.ttml", R"(<tt xmlns="http://www.w3.org/ns/ttml" xml:lang=""><body><div>)"
+                                R"(<p begin="1s" end="2s">a</p><p begin="1s" end="2s">b</p></div></body></tt>)");
+    const auto numbersOf = [](const std::string& file) {
+        std::string numbers;
+        for (const std::string& line : linesOf(runTool({"subs", file}).out)) {
+            numbers += line.find("  00:00:01,000  ") == std::string::npos ? "" : line.substr(0, 6);
+        }
+        return numbers;
+    };
+    EXPECT_EQ(numbersOf(vtt), "     1     2     7     4");
+    EXPECT_EQ(numbersOf(ttml), "     1     2");
+    const ToolResult json = runTool({"subs", vtt, "--json"});
+    EXPECT_NE(json.out.find(R"("index":4,)"), std::string::npos) << json.out;
+    EXPECT_EQ(json.out.find(R"("index":0,)"), std::string::npos) << json.out;
+}
+
 TEST(Subs, CountsTheCuesThatAreLeftOutOfEveryText) {
     const TemporaryFolder folder;
     const std::string vtt = folder.write("in.vtt", "WEBVTT\n\n00:03.000 --> 00:02.000\nx\n\n00:03.000 --> 00:0x\ny\n\n"

@@ -218,7 +218,10 @@ TEST(TextTracks, KeepWhatStandsInFrontOfWebVttCues) {
     }
     const ToolResult srt = converted(file, "srt", {"--track", "3", "--strict"});
     EXPECT_EQ(srt.exitCode, 1);
-    EXPECT_NE(srt.err.find("2 lines of the header, 2 blocks (STYLE, REGION, NOTE)"), std::string::npos) << srt.err;
+    EXPECT_NE(srt.err.find("1 line of the header, 2 blocks (STYLE, REGION, NOTE)"), std::string::npos) << srt.err;
+    // The language is one of the cues.
+    EXPECT_NE(srt.err.find("cue 1: a name of 2 bytes is lost"), std::string::npos) << srt.err;
+    EXPECT_NE(converted(file, "ttml", {"--track", "3"}).out.find(" xml:lang=\"en\""), std::string::npos);
 }
 
 TEST(TextTracks, JoinManyCuesOfTwoSamplesEachWithItsOwn) {

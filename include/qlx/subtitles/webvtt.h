@@ -108,6 +108,9 @@ private:
 /// @param findings May be null; as those of WebVttReader.
 [[nodiscard]] QLX_EXPORT WebVttFile readWebVttHead(std::string_view head, FindingSink* findings = nullptr);
 
+/// The language that the head of a file says (`Language: en`), as it says it; empty where it says none.
+[[nodiscard]] QLX_EXPORT std::string_view languageOf(const WebVttFile& file) noexcept;
+
 /// Writes cues.
 ///
 /// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out. A cue without settings of its

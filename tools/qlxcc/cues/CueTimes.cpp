@@ -101,12 +101,14 @@ bool roundTimes(FrameRate rate, subtitles::Cue& cue) {
     return true;
 }
 
-CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take)
-    : _overlap(overlap), _take(std::move(take)) {}
+CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed)
+    : _overlap(overlap), _take(std::move(take)), _changed(std::move(changed)) {}
 
 void CueOrder::push(subtitles::Cue cue) {
     const bool isBehindLater = !_window.empty() && compared(cue.start, _latest) < 0;
-    _moved += isBehindLater ? 1 : 0;
+    if (isBehindLater) {
+        _changed(cue, CueChange::Moved);
+    }
     _isSorted = _isSorted && !isBehindLater;
     _latest = isBehindLater ? _latest : cue.start;
     _window.push_back(std::move(cue));
@@ -143,7 +145,9 @@ void CueOrder::finish() {
 }
 
 void CueOrder::give(subtitles::Cue cue) {
-    _late += _lastStart && compared(cue.start, *_lastStart) < 0 ? 1 : 0;
+    if (_lastStart && compared(cue.start, *_lastStart) < 0) {
+        _changed(cue, CueChange::Late);
+    }
     _lastStart = cue.start;
     if (_overlap == Overlap::Keep) {
         _take(std::move(cue));
@@ -151,7 +155,7 @@ void CueOrder::give(subtitles::Cue cue) {
         for (subtitles::Cue& last : _onAir) {
             if (compared(last.end, cue.start) > 0) {
                 last.end = cue.start;
-                ++_cut;
+                _changed(last, CueChange::Cut);
             }
             _take(std::move(last));
         }
@@ -171,7 +175,7 @@ void CueOrder::addToAir(subtitles::Cue cue) {
         return;
     }
     if (_onAir.size() == kMostTogether) {
-        ++_uncomposed;
+        _changed(cue, CueChange::Uncomposed);
         giveNumbered(std::move(cue));
         return;
     }
@@ -208,10 +212,12 @@ void CueOrder::giveOnAir(const MediaTime& to) {
     for (auto other = std::next(_onAir.begin()); other != _onAir.end(); ++other) {
         cue.rows.insert(cue.rows.end(), other->rows.begin(), other->rows.end());
     }
-    _composed += _onAir.size() > 1 ? 1 : 0;
     cue.start = _until;
     cue.end = to;
     _until = to;
+    if (_onAir.size() > 1) {
+        _changed(cue, CueChange::Composed);
+    }
     giveNumbered(std::move(cue));
 }
 

@@ -41,6 +41,21 @@ enum class Overlap : std::uint8_t {
     Cut,      ///< The earlier one ends when the later one begins.
 };
 
+/// What becomes of a cue on its way.
+enum class CueChange : std::uint8_t {
+    Before,      ///< It begins before TimeChange::fromStart.
+    Moved,       ///< It came behind a later one.
+    Late,        ///< The same, too far to be put in front of it.
+    Cut,         ///< It ends when another one begins.
+    Composed,    ///< It is made of several.
+    Uncomposed,  ///< It stays as it is, as others are shown with it as many as are composed.
+    Wide,        ///< It is wider or higher than asked for.
+    Lengthened,  ///< It was shorter than a frame.
+};
+
+/// Gets what becomes of a cue, with its times as they are then.
+using TakeCueChange = std::function<void(const subtitles::Cue& cue, CueChange change)>;
+
 /// Puts cues into the order of their starts and apart from each other.
 class CueOrder {
 public:
@@ -49,19 +64,10 @@ public:
     /// As many cues are composed into one: what comes of them grows as their square.
     static constexpr std::size_t kMostTogether = 50;
 
-    CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take);
+    CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed);
 
     void push(subtitles::Cue cue);
     void finish();
-
-    /// Cues that came behind a later one, and those that were too late to be put in front of it.
-    [[nodiscard]] std::uint64_t moved() const { return _moved; }
-    [[nodiscard]] std::uint64_t late() const { return _late; }
-    /// Cues that were cut, and those that were made of several.
-    [[nodiscard]] std::uint64_t cut() const { return _cut; }
-    [[nodiscard]] std::uint64_t composed() const { return _composed; }
-    /// Cues that stay as they are, as others are shown with them as many as are composed.
-    [[nodiscard]] std::uint64_t uncomposed() const { return _uncomposed; }
 
 private:
     void give(subtitles::Cue cue);
@@ -73,6 +79,7 @@ private:
 
     Overlap _overlap;
     std::function<void(subtitles::Cue)> _take;
+    TakeCueChange _changed;
     std::vector<subtitles::Cue> _window;  ///< Held back.
     bool _isSorted = true;                ///< They are in the order of their starts.
     MediaTime _latest;                    ///< Start of theirs.
@@ -82,11 +89,6 @@ private:
     std::uint64_t _number = 0;            ///< Compose: of the last one that was given.
     std::string _identifier;              ///< Compose: the same.
     std::optional<MediaTime> _lastStart;
-    std::uint64_t _moved = 0;
-    std::uint64_t _late = 0;
-    std::uint64_t _cut = 0;
-    std::uint64_t _composed = 0;
-    std::uint64_t _uncomposed = 0;
 };
 
 }  // namespace qlx::tool

@@ -86,13 +86,14 @@ private:
 
 }  // namespace
 
-void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take) {
+void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take, std::uint64_t place) {
     if (take.value) {
         take.value(cue);
         return;
     }
     subtitles::Cue placed = subtitles::withPageRows(cue);
     std::erase_if(placed.rows, [](const subtitles::Row& row) { return row.runs.empty(); });
+    placed.number = placed.number == 0 ? place : placed.number;
     auto record = facade::toRecord(placed);
     record->setSubtitleMode(request.mode);
     placeSTLRows(*record, request.mode);

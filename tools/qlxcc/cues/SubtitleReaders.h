@@ -5,6 +5,7 @@
 
 #include <qlx/base/finding.h>
 
+#include <cstdint>
 #include <string_view>
 
 namespace qlx::tool {
@@ -31,7 +32,8 @@ void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
 
 /// Hands a cue on in the form that is asked for: as it is, or as a record with its rows as withPageRows() has them.
-void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take);
+/// @param place The number of a record whose cue has none.
+void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take, std::uint64_t place = 0);
 
 /// @throws Failure: there is no cue in the text.
 [[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text);

@@ -79,7 +79,8 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     asked.path = request.path;
     asked.encoding = request.encoding;
     asked.track = request.track;
-    const auto takeCue = [&](const subtitles::Cue& cue, const CueInput&) { giveCue(cue, request, take); };
+    std::uint64_t place = 0;
+    const auto takeCue = [&](const subtitles::Cue& cue, const CueInput&) { giveCue(cue, request, take, ++place); };
     if (mayHaveTextTracks(kind)) {
         if (!readTrackAsCues(file, kind, asked, input, notes, takeCue)) {
             throw otherKind(file.name(), kind, "which is no subtitle file");

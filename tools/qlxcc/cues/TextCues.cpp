@@ -37,7 +37,7 @@ void readAll(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
     const auto takeAll = [&] {
         while (const subtitles::Cue* const cue = reader.next()) {
             ++subtitles.cues;
-            giveCue(*cue, request, take);
+            giveCue(*cue, request, take, subtitles.cues);
         }
     };
     // What the reader gets at once, so that the file is in memory only once.

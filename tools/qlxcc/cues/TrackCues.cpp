@@ -128,15 +128,18 @@ bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request,
                       (request.track.empty() ? ": --track says which" : ""),
                   false);
     }
+    std::string language;
     if (!track.header.empty()) {
         HeadFindings findings(notes);
         input.file = subtitles::readWebVttHead(track.header, &findings);
+        language = subtitles::languageOf(input.file);
     }
     SamplePlaces places(notes);
     const auto failure = reader.read(
         *chosen,
         [&](subtitles::Cue cue) {
             ++input.cues;
+            cue.language = cue.language.empty() ? language : cue.language;
             take(std::move(cue), input);
         },
         &places, [&](const streams::TtmlFile& head) { input.ttml = head; });

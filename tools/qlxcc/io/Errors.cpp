@@ -89,4 +89,10 @@ void printNote(std::string_view message) {
     tellListener(message);
 }
 
+void printWhyItFails(const std::string& file, const std::string& notes) {
+    if (isQuiet()) {
+        printMessage(file + ": " + notes + " (said without --quiet)");
+    }
+}
+
 }  // namespace qlx::tool

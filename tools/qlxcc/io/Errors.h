@@ -67,4 +67,8 @@ void setQuiet(bool isQuiet) noexcept;
 /// Like printMessage(), for what is no error. With --quiet only the listener gets it.
 void printNote(std::string_view message);
 
+/// With --quiet the notes that make the exit code 1 are not said: says that there are some.
+/// @param notes What they are: `2 problems`.
+void printWhyItFails(const std::string& file, const std::string& notes);
+
 }  // namespace qlx::tool

@@ -112,7 +112,12 @@ public:
         }
         _output.commit();
         const bool isLossy = _before > 0 || _moved > 0 || !_leftOut->isEmpty() || !_notes.isEmpty();
-        return _reader->problems() > 0 || (_options.isStrict && isLossy) ? kExitFailure : kExitSuccess;
+        const bool hasFailed = _reader->problems() > 0 || (_options.isStrict && isLossy);
+        if (hasFailed) {
+            printWhyItFails(_source.name(),
+                            counted(_reader->problems(), "problem") + (isLossy ? ", changes or losses" : ""));
+        }
+        return hasFailed ? kExitFailure : kExitSuccess;
     }
 
 private:

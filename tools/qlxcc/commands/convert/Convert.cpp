@@ -78,12 +78,8 @@ public:
         }
     }
 
-    /// With --quiet warnings are not said; that they make the exit code is.
     void sayWhyItFails() const {
-        if (isQuiet()) {
-            printMessage(_name + ": " + counted(_damages, "problem") + ", " + counted(_losses, "change") +
-                         " or losses (said without --quiet)");
-        }
+        printWhyItFails(_name, counted(_damages, "problem") + ", " + counted(_losses, "change") + " or losses");
     }
 
     [[nodiscard]] std::uint64_t damages() const { return _damages; }
@@ -161,18 +157,14 @@ public:
     [[nodiscard]] std::uint64_t cues() const { return _cues; }
 
 private:
-    /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there. The language
-    /// of the file is.
+    /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there.
     bool writeWebVtt(const subtitles::Cue& cue, const CueInput& input) {
-        if (!input.ttml || (cue.region.empty() && cue.language != input.ttml->language)) {
+        if (!input.ttml || cue.region.empty()) {
             return _webVtt.write(cue, _text);
         }
         subtitles::Cue placed = cue;
         placed.region.clear();
-        if (placed.language == input.ttml->language) {
-            placed.language.clear();
-        }
-        if (_findings != nullptr && !cue.region.empty()) {
+        if (_findings != nullptr) {
             _findings->add({FindingCode::SubtitleNameLost, Severity::Warning, _given,
                             static_cast<std::int64_t>(cue.region.size())});
         }
@@ -232,7 +224,9 @@ public:
 
     Conversion(const ConvertOptions& options, Give give)
         : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
-          _give(std::move(give)), _order(options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); }) {}
+          _give(std::move(give)), _order(
+                                      options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); },
+                                      [this](const subtitles::Cue& cue, CueChange change) { say(cue, change); }) {}
 
     ConversionNotes& notes() { return _notes; }
 
@@ -242,7 +236,7 @@ public:
             begin(cue, input);
         }
         if (!changeTimes(_times, cue)) {
-            ++_before;
+            say(cue, CueChange::Before);
         }
         _order.push(std::move(cue));
     }
@@ -258,18 +252,35 @@ public:
         sayNotCarried();
         loseRest(input.file);
         loseRest(input.ttml);
-        _notes.lose(_before, "before the start, which is not subtracted from them");
-        _notes.lose(_order.moved(), "moved in front of cues that begin later");
-        _notes.lose(_order.late(), "too far behind cues that begin later to be moved");
-        _notes.lose(_order.cut(), "cut at the start of the next one");
-        _notes.lose(_order.composed(), "made of several that are shown together");
-        _notes.lose(_order.uncomposed(), "not composed: 50 others are shown together with each of them");
-        _notes.lose(_wide, "wider or higher than asked for");
-        _notes.lose(_lengthened, "shorter than a frame, which last one");
+        for (std::size_t change = 0; change < kChanges.size(); ++change) {
+            _notes.lose(_changes[change], kChanges[change]);
+        }
         _notes.finish();
     }
 
 private:
+    /// By CueChange, of some cues.
+    static constexpr std::array<std::string_view, 8> kChanges{
+        "before the start, which is not subtracted from them",
+        "moved in front of cues that begin later",
+        "too far behind cues that begin later to be moved",
+        "cut at the start of the next one",
+        "made of several that are shown together",
+        "not composed: 50 others are shown together with each of them",
+        "wider or higher than asked for",
+        "shorter than a frame, which last one",
+    };
+
+    /// Counts a change, and says it where all are said.
+    void say(const subtitles::Cue& cue, CueChange change) {
+        const auto index = static_cast<std::size_t>(change);
+        ++_changes[index];
+        if (_options.reportsAll) {
+            printNote("remark: " + printable(_options.input.path) + ": the cue of " + timecode(cue.start) + ": " +
+                      std::string(kChanges[index]));
+        }
+    }
+
     /// Whether what is written has all that any file has.
     [[nodiscard]] bool keepsAll() const { return _options.format == CueFormat::Json && !_options.isDeployedJson; }
 
@@ -280,7 +291,11 @@ private:
         }
         const bool hasMap = std::any_of(file.header.begin(), file.header.end(),
                                         [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
-        const std::size_t lines = file.header.size() + (file.title.empty() ? 0 : 1);
+        // The language is that of the cues.
+        const auto languages = std::count_if(file.header.begin(), file.header.end(),
+                                             [](const std::string& line) { return line.starts_with("Language:"); });
+        const std::size_t lines =
+            file.header.size() - static_cast<std::size_t>(languages) + (file.title.empty() ? 0 : 1);
         const std::size_t blocks = file.blocks.size() + file.notes.size();
         if (lines + blocks != 0) {
             _notes.lose(lines + blocks,
@@ -325,12 +340,12 @@ private:
     }
 
     void write(subtitles::Cue cue) {
-        if (_options.frames) {
-            _lengthened += roundTimes(*_options.frames, cue) ? 1 : 0;
+        if (_options.frames && roundTimes(*_options.frames, cue)) {
+            say(cue, CueChange::Lengthened);
         }
-        if (_options.columns) {
-            _wide +=
-                wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows)) ? 0 : 1;
+        if (_options.columns &&
+            !wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows))) {
+            say(cue, CueChange::Wide);
         }
         ++_written;
         // Packets have no numbers: what is said of a cue has that of its place.
@@ -385,9 +400,7 @@ private:
     std::uint64_t _cues = 0;
     std::uint64_t _written = 0;
     std::array<std::uint64_t, CueFeatures{}.size()> _notCarried{};  ///< Cues of each feature.
-    std::uint64_t _before = 0;
-    std::uint64_t _wide = 0;
-    std::uint64_t _lengthened = 0;
+    std::array<std::uint64_t, kChanges.size()> _changes{};
 };
 
 void sayUnused(const ConvertOptions& options, ConversionNotes& notes) {

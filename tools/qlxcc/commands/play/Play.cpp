@@ -88,7 +88,11 @@ int play(const PlayOptions& options) {
                   " for cues that are late");
     }
     output.commit();
-    return options.isStrict && (playout->isLossy() || !leftOut->isEmpty()) ? kExitFailure : kExitSuccess;
+    const bool hasFailed = options.isStrict && (playout->isLossy() || !leftOut->isEmpty());
+    if (hasFailed) {
+        printWhyItFails(output.name(), "changes or losses");
+    }
+    return hasFailed ? kExitFailure : kExitSuccess;
 }
 
 }  // namespace qlx::tool
