@@ -1,5 +1,6 @@
 // Captions that are on air in files that FFmpeg writes, as cues: convert gives the text, the looks and the times of what was
 // played, whatever the codec and the container; what FFmpeg itself reads of one of them is the same.
+#include "CarriedCues.h"
 #include "Sanitized.h"
 #include "ToolRunner.h"
 
@@ -182,6 +183,84 @@ INSTANTIATE_TEST_SUITE_P(Files, CueStream,
                              name[name.find('.')] = '_';
                              return name;
                          });
+
+/// 200 cues of every style, as captions of files of all kinds: what is read of each is what is read of the packets that
+/// were played, from which the tests of the tool go on to every format.
+class EveryStyle : public CueFiles {
+protected:
+    static void SetUpTestSuite() {
+        CueFiles::SetUpTestSuite();
+        if (!hasTools) {
+            return;
+        }
+        const std::string vtt =
+            folder->write("all.vtt", qlxtest::carried::webVttOf(qlxtest::carried::cuesOfEveryStyle()));
+        data.clear();
+        for (const std::string& line :
+             linesOf(runTool({"play", vtt, "--mode", "cea608", "--rate", "29.97", "--to-format", "a53"}).out)) {
+            data.push_back(hexBytes(line));
+        }
+        const std::string source = "ffmpeg -nostdin -v error -f lavfi -i color=s=32x32:r=30000/1001:d=" +
+                                   std::to_string(static_cast<double>(data.size()) * 1.001 / 30) + " -c:v ";
+        run(source + "mpeg2video -g 1 -f mpeg2video -y plain.m2v");
+        std::ofstream(folder->path("mpeg2.m2v"), std::ios::binary) << mpeg2With(folder->read("plain.m2v"), data);
+        run("ffmpeg -nostdin -v error -f mpegvideo -framerate 30000/1001 -i mpeg2.m2v -a53cc 1 -c:v libx264 -preset "
+            "ultrafast -x264-params bframes=0 -f h264 -y h264.h264");
+        run(source + "libx265 -preset ultrafast -x265-params bframes=0:log-level=none -f hevc -y plain.265");
+        std::ofstream(folder->path("h265.h265"), std::ios::binary) << h265With(folder->read("plain.265"), data);
+        const ToolResult packets = runTool(
+            {"play", vtt, "--mode", "cea608", "--rate", "29.97", "--to-format", "klv", "-o", folder->path("all.klv")});
+        ASSERT_EQ(packets.exitCode, 0) << packets.err;
+        played = cuesOf("all.klv", {"--from-rate", "29.97", "--from-start", "0"});
+        ASSERT_EQ(played.size(), qlxtest::carried::kCues);
+    }
+
+    /// Its cues with all that is known of them.
+    static std::vector<qlx::subtitles::Cue> cuesOf(const std::string& name, const std::vector<std::string>& more) {
+        const std::string json = folder->path("read.json");
+        std::vector<std::string> arguments{"convert", folder->path(name), "-o", json};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return qlxtest::carried::readWritten(json);
+    }
+
+    static inline std::vector<qlx::subtitles::Cue> played;
+};
+
+TEST_F(EveryStyle, IsReadAlikeFromEveryFile) {
+    if (!hasTools) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const auto inMilliseconds = [](const qlx::MediaTime& time) {
+        return 1000.0 * static_cast<double>(time.value) / time.timescale;
+    };
+    for (const std::string name :
+         {"mpeg2.m2v", "mpeg2.mov", "mpeg2.ts", "mpeg2.mkv", "mpeg2.mxf", "mpeg2.mpg", "h264.h264", "h264.mp4",
+          "h264.ts", "h264.mkv", "h264.flv", "h265.h265", "h265.mp4", "h265.mkv", "h265.ts"}) {
+        SCOPED_TRACE(name);
+        const bool isOfFrames = name.ends_with(".h264") || name.ends_with(".m2v") || name.ends_with(".h265");
+        const std::string codec = name.substr(0, name.find('.'));
+        const std::string stream = codec == "mpeg2" ? "mpegvideo" : codec == "h264" ? "h264" : "hevc";
+        const std::string file = codec == "mpeg2" ? "mpeg2.m2v" : codec + "." + codec;
+        if (!isOfFrames) {
+            run("ffmpeg -nostdin -v error -fflags +genpts -r 30000/1001 -f " + stream + " -i " + file + " -c copy" +
+                (name.ends_with(".mpg") ? " -f vob" : "") + " -y " + name);
+        }
+        const std::vector<qlx::subtitles::Cue> cues = isOfFrames
+                                                          ? cuesOf(name, {"--from-rate", "29.97", "--from-start", "0"})
+                                                          : cuesOf(name, {"--from-start", "auto"});
+        ASSERT_EQ(cues.size(), played.size());
+        for (std::size_t index = 0; index < cues.size(); ++index) {
+            qlx::subtitles::Cue cue = cues[index];
+            EXPECT_NEAR(inMilliseconds(cue.start), inMilliseconds(played[index].start), 2) << index;
+            EXPECT_NEAR(inMilliseconds(cue.end), inMilliseconds(played[index].end), 2) << index;
+            cue.start = played[index].start;
+            cue.end = played[index].end;
+            EXPECT_EQ(cue, played[index]) << index;
+        }
+    }
+}
 
 // FFmpeg puts the lines of a Scenarist file into samples whose times are milliseconds, and leaves out the last line.
 TEST_F(CueFiles, OfACaptionTrackGiveTheCuesThatWerePlayed) {

@@ -1,9 +1,17 @@
 // Any format of cues into any other: of 200 cues with every style, what the target carries by the table arrives, and what
-// does not arrive is reported.
+// does not arrive is reported. Video and containers, which other programs write, are in the interop tests
+// (CueStreamTests.cpp): their cues are those of the packets here.
+//
+// Here each format is read by its own reader. Other programs read some of it, in the interop tests and beside those of the
+// formats: FFmpeg the text and times of SubRip, WebVTT, SubStation Alpha and SCC, and the triplets of MCC; ttconv SCC,
+// IMSC, EBU-TT-D and STL with colours; GStreamer the text of IMSC; xmllint both profiles of TTML; libzvbi the pages of
+// teletext and captions of CEA-608. No other program is there for: settings, regions and spans of WebVTT; codes in braces
+// of SubRip; lines, fields and packets that are no captions in MCC (lines made by hand); times within cues and ruby of
+// TTML; the character code tables of STL but Latin, and its extension blocks; captions of CEA-708; JSON, which its schema
+// judges; the samples of tx3g and wvtt (made by hand).
+#include "CarriedCues.h"
 #include "ToolRunner.h"
 #include "cues/CueFeatures.h"
-#include "cues/CueInput.h"
-#include "io/Rates.h"
 
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/webvtt.h>
@@ -14,7 +22,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,97 +34,12 @@ namespace matrix_tests {
 namespace {
 
 using namespace qlx::tool;
-using qlx::screen::Color;
-using qlx::subtitles::Alignment;
-using qlx::subtitles::Cue;
-using qlx::subtitles::Row;
-using qlx::subtitles::Run;
+using namespace qlxtest::carried;
 using qlxtest::runTool;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 
 using Arguments = std::vector<std::string>;
-
-constexpr std::uint64_t kCues = 200;
-
-/// Words that look otherwise stand apart, as formats need it whose codes take places.
-Run runOf(std::string text, std::uint64_t kind) {
-    Run run;
-    run.text = std::move(text);
-    run.style.isBold = kind == 1;
-    run.style.isItalic = kind == 2 || kind == 8;
-    run.style.isUnderlined = kind == 3 || kind == 8;
-    run.style.isFlashing = kind == 4;
-    run.style.foreground = kind == 5   ? Color::Yellow
-                           : kind == 6 ? qlx::screen::colorOf(3, 2, 0)
-                           : kind == 8 ? Color::Cyan
-                                       : Color::White;
-    if (kind == 6) {
-        run.properties.push_back({"color", "#ffa500"});
-    }
-    if (kind == 7 || kind == 8) {
-        run.style.background = Color::Blue;
-    }
-    if (kind == 9) {
-        run.properties.push_back({"strikeout", ""});
-    }
-    return run;
-}
-
-/// Every style alone and some together, in all nine places.
-std::vector<Cue> cuesOfEveryStyle() {
-    constexpr std::int64_t kEvery = 2000;
-    std::vector<Cue> cues;
-    for (std::uint64_t number = 1; number <= kCues; ++number) {
-        Cue cue;
-        cue.number = number;
-        cue.start = qlx::MediaTime::make(static_cast<std::int64_t>(number) * kEvery + 2000, 1000);
-        cue.end = qlx::MediaTime::make(static_cast<std::int64_t>(number) * kEvery + 3200, 1000);
-        const auto anchor = static_cast<std::uint8_t>(number % 10);
-        constexpr Alignment kSides[] = {Alignment::Right, Alignment::Left, Alignment::Center};
-        for (std::uint64_t rows = 1 + number % 2; rows > 0; --rows) {
-            Row row;
-            row.anchor = anchor == 2 ? std::uint8_t{0} : anchor;
-            row.alignment = anchor == 0 ? Alignment::Center : kSides[anchor % 3];
-            row.runs.push_back(runOf("Cue ", number / 10 % 10));
-            row.runs.push_back(runOf(std::to_string(number) + (rows == 2 ? "a" : "b"), number % 11));
-            cue.rows.push_back(std::move(row));
-        }
-        cues.push_back(std::move(cue));
-    }
-    return cues;
-}
-
-std::string subRipOf(const std::vector<Cue>& cues) {
-    std::string text;
-    qlx::subtitles::SubRipWriter writer;
-    for (const Cue& cue : cues) {
-        (void)writer.write(cue, text);
-    }
-    return text;
-}
-
-std::string webVttOf(std::vector<Cue> cues) {
-    qlx::subtitles::WebVttFile file;
-    file.blocks = {"REGION\nid:r\nlines:2"};
-    std::string text;
-    qlx::subtitles::WebVttWriter writer;
-    writer.begin(file, text);
-    for (Cue& cue : cues) {
-        if (cue.number % 20 == 0) {
-            cue.region = "r";
-            cue.identifier = "intro" + std::to_string(cue.number);
-        } else if (cue.number % 20 == 1) {
-            cue.rows[0].runs[1].from = qlx::MediaTime::make(cue.start.value + 500, 1000);
-        } else if (cue.number % 20 == 3) {
-            cue.rows[0].runs[1].properties = {{"vtt.v", "Mary"}};
-        } else if (cue.number % 20 == 7) {
-            cue.rows[0].runs[1].properties = {{"vtt.ruby", ""}};
-        }
-        (void)writer.write(cue, text);
-    }
-    return text;
-}
 
 /// By hand: nothing here writes this format.
 std::string subStationOf(const std::vector<Cue>& cues) {
@@ -153,50 +78,6 @@ std::string subStationOf(const std::vector<Cue>& cues) {
         text += "\n";
     }
     return text;
-}
-
-class NoNotes final : public CueInputNotes {
-public:
-    void found(const std::string&, const qlx::Finding&) override {}
-    void say(const std::string& text, bool isDamage) override { EXPECT_FALSE(isDamage) << text; }
-};
-
-struct Target {
-    std::string name;  ///< Of the file.
-    Arguments more;    ///< Of convert.
-    CueTarget target;
-    bool isSent;        ///< As captions or teletext.
-    std::int64_t late;  ///< Milliseconds that times may be off by.
-};
-
-const Target kTargets[] = {
-    {"out.srt", {}, CueTarget::SubRip, false, 0},
-    {"out.vtt", {}, CueTarget::WebVtt, false, 0},
-    {"out.stl", {"--to-rate", "25"}, CueTarget::Stl, false, 20},
-    {"out.ttml", {}, CueTarget::Imsc, false, 0},
-    {"ebu.ttml", {"--to-format", "ebu-tt-d"}, CueTarget::EbuTtD, false, 0},
-    {"out.json", {}, CueTarget::Json, false, 0},
-    {"out.scc", {}, CueTarget::Cea608, true, 100},
-    {"out.mcc", {"--to-rate", "29.97", "--channel", "CC1"}, CueTarget::Cea608, true, 100},
-    {"service.mcc", {"--to-rate", "29.97", "--service", "1"}, CueTarget::Cea708, true, 100},
-    {"page.klv", {"--to-rate", "25", "--page", "888"}, CueTarget::Teletext, true, 100},
-};
-
-/// All cues of a file.
-std::vector<Cue> read(const std::string& path) {
-    CueRequest request;
-    request.path = path;
-    if (path.ends_with("page.klv")) {
-        request.page = 0x888;
-        request.source.rate = rateNamed("25");
-    }
-    if (path.ends_with("service.mcc")) {
-        request.service = 1;
-    }
-    NoNotes notes;
-    std::vector<Cue> cues;
-    (void)readCues(request, notes, [&cues](Cue cue, const CueInput&) { cues.push_back(std::move(cue)); });
-    return cues;
 }
 
 bool isSpace(char character) {
@@ -383,53 +264,114 @@ void compare(const std::vector<Cue>& from, const std::vector<Cue>& to, const Tar
     }
 }
 
-class Matrix : public testing::TestWithParam<std::string> {};
+/// What is converted: made of the WebVTT file of all cues where nothing else makes it.
+struct Source {
+    std::string name;
+    Arguments making = {};
+    Arguments frames = {};                  ///< What is to be said of its frames.
+    Arguments choice = {};                  ///< What is on air in it.
+    std::optional<CueTarget> carries = {};  ///< Of a file of frames: as what they carry the cues.
+};
 
-TEST_P(Matrix, CarriesWhatTheTableSays) {
-    const TemporaryFolder folder;
+const Source kSources[] = {
+    {.name = "in.srt"},
+    {.name = "in.vtt"},
+    {.name = "in.ass"},
+    {.name = "in.stl", .making = {"--to-rate", "25"}},
+    {.name = "in.ttml"},
+    {.name = "ebu.ttml", .making = {"--to-format", "ebu-tt-d"}},
+    {.name = "in.json"},
+    {.name = "all.json"},
+    {.name = "in.scc", .making = {"--to-rate", "29.97"}, .carries = CueTarget::Cea608},
+    {.name = "in.mcc", .making = {"--to-rate", "29.97"}, .carries = CueTarget::Cea608},
+    {.name = "version2.mcc", .making = {"--to-rate", "29.97", "--mcc-version", "2"}, .carries = CueTarget::Cea608},
+    {.name = "in.klv",
+     .making = {"--to-rate", "29.97"},
+     .frames = {"--from-rate", "29.97"},
+     .carries = CueTarget::Cea608},
+    {.name = "in.jsonl", .making = {"--to-rate", "29.97"}, .carries = CueTarget::Cea608},
+    {.name = "in.v210",
+     .making = {"--to-rate", "29.97", "--width", "720", "--lines", "9"},
+     .frames = {"--from-rate", "29.97", "--width", "720", "--lines", "9"},
+     .carries = CueTarget::Cea608},
+    {.name = "service.mcc",
+     .making = {"--to-rate", "29.97", "--service", "1"},
+     .choice = {"--service", "1"},
+     .carries = CueTarget::Cea708},
+    {.name = "service.klv",
+     .making = {"--to-rate", "29.97", "--service", "1"},
+     .frames = {"--from-rate", "29.97"},
+     .choice = {"--service", "1"},
+     .carries = CueTarget::Cea708},
+    {.name = "page.klv",
+     .making = {"--to-rate", "25", "--page", "888"},
+     .frames = {"--from-rate", "25"},
+     .choice = {"--page", "888"},
+     .carries = CueTarget::Teletext},
+    {.name = "page.jsonl",
+     .making = {"--to-rate", "25", "--page", "888"},
+     .choice = {"--page", "888"},
+     .carries = CueTarget::Teletext},
+    {.name = "page.ts",
+     .making = {"--to-rate", "25", "--page", "888"},
+     .choice = {"--page", "888"},
+     .carries = CueTarget::Teletext},
+};
+
+class Matrix : public testing::TestWithParam<Source> {};
+
+void make(const Source& source, const TemporaryFolder& folder) {
     const std::vector<Cue> cues = cuesOfEveryStyle();
-    const std::string& source = GetParam();
-    std::string file;
-    if (source == "in.srt") {
-        file = folder.write(source, subRipOf(cues));
-    } else if (source == "in.ass") {
-        file = folder.write(source, subStationOf(cues));
-    } else if (source == "in.vtt") {
-        file = folder.write(source, webVttOf(cues));
-    } else {
-        const std::string vtt = folder.write("first.vtt", webVttOf(cues));
-        file = folder.path(source);
-        if (source == "in.json") {
-            ASSERT_EQ(runTool({"subs", vtt, "--json", "-o", file}).exitCode, 0);
-        } else if (source == "in.ttml") {
-            ASSERT_EQ(runTool({"convert", vtt, "-o", file}).exitCode, 0);
-        } else {
-            ASSERT_EQ(runTool({"convert", vtt, "-o", file, "--to-rate", source == "in.stl" ? "25" : "29.97"}).exitCode,
-                      0);
-        }
+    if (source.name == "in.srt" || source.name == "in.ass") {
+        folder.write(source.name, source.name == "in.srt" ? subRipOf(cues) : subStationOf(cues));
+        return;
     }
-    const std::vector<Cue> from = read(file);
-    for (const Target& target : kTargets) {
-        SCOPED_TRACE(source + " to " + target.name);
-        const bool isCarrier = source == "in.scc" || source == "in.mcc";
-        if (isCarrier && (target.target == CueTarget::Teletext || target.target == CueTarget::Cea708)) {
-            continue;  // Packets are not made into others.
-        }
-        Arguments arguments{"convert", file, "-o", folder.path(target.name)};
-        if (!(isCarrier && target.isSent)) {
-            arguments.emplace_back("--report");
-            arguments.insert(arguments.end(), target.more.begin(), target.more.end());
-        }
-        const ToolResult result = runTool(arguments);
-        ASSERT_EQ(result.exitCode, 0) << result.err;
-        compare(from, read(folder.path(target.name)), target, reported(result.err));
+    const std::string vtt = folder.write(source.name == "in.vtt" ? source.name : "first.vtt", webVttOf(cues));
+    if (source.name == "in.json") {
+        ASSERT_EQ(runTool({"subs", vtt, "--json", "-o", folder.path(source.name)}).exitCode, 0);
+    } else if (source.name != "in.vtt") {
+        Arguments arguments{"convert", vtt, "-o", folder.path(source.name)};
+        arguments.insert(arguments.end(), source.making.begin(), source.making.end());
+        const ToolResult made = runTool(arguments);
+        ASSERT_EQ(made.exitCode, 0) << made.err;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sources, Matrix,
-                         testing::Values("in.srt", "in.vtt", "in.ass", "in.stl", "in.ttml", "in.json", "in.scc",
-                                         "in.mcc"),
-                         [](const auto& source) { return source.param.substr(3); });
+TEST_P(Matrix, CarriesWhatTheTableSays) {
+    const TemporaryFolder folder;
+    const Source& source = GetParam();
+    ASSERT_NO_FATAL_FAILURE(make(source, folder));
+    const auto convertTo = [&](const std::string& name, std::initializer_list<Arguments> more) {
+        Arguments arguments{"convert", folder.path(source.name), "-o", folder.path(name)};
+        arguments.insert(arguments.end(), source.frames.begin(), source.frames.end());
+        for (const Arguments& each : more) {
+            arguments.insert(arguments.end(), each.begin(), each.end());
+        }
+        return runTool(arguments);
+    };
+    const ToolResult all = convertTo("read.json", {source.choice});
+    ASSERT_EQ(all.exitCode, 0) << all.err;
+    const std::vector<Cue> from = readWritten(folder.path("read.json"));
+    for (const Target& target : kTargets) {
+        SCOPED_TRACE(source.name + " to " + target.name);
+        const bool isPassedOn = target.isSent && source.carries;
+        if (isPassedOn && source.carries != target.target) {
+            continue;  // Packets are not made into others.
+        }
+        // In front of the name, so that none is read and written at once.
+        const std::string name = "to-" + target.name;
+        const ToolResult result =
+            isPassedOn ? convertTo(name, {}) : convertTo(name, {source.choice, target.more, {"--report"}});
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        compare(from, readWritten(folder.path(name)), target, reported(result.err));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sources, Matrix, testing::ValuesIn(kSources), [](const auto& source) {
+    std::string name = source.param.name;
+    name[name.find('.')] = '_';
+    return name;
+});
 
 }  // namespace
 }  // namespace matrix_tests

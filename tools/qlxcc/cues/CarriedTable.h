@@ -7,8 +7,9 @@
 // (spacing attributes of level 1). TTML: W3C IMSC 1.1, 8.4, and EBU Tech 3380. JSON says all that a cue has.
 //
 // A format may be able to say more than what is written of it: style sheets of WebVTT have colours, fonts and strike-out
-// too, captions and teletext have columns, teletext has backgrounds (1/D) and, at higher levels, looks, EBU STL has
-// cumulative sets for rows that appear later. There is no + where `convert` does not write it.
+// too, captions and teletext have columns, those of CEA-608 (Flash On) and teletext (0/8) also flash, teletext has
+// backgrounds (1/D) and, at higher levels, looks, EBU STL has cumulative sets for rows that appear later. There is no +
+// where `convert` does not write it.
 #pragma once
 
 #include <array>
@@ -60,7 +61,7 @@ inline constexpr CarriedRow kCarriedTable[] = {
     {CueFeature::Italic,     "italics",                      "+++++-+++"},
     {CueFeature::Underline,  "underline",                    "+++++-+++"},
     {CueFeature::StrikeOut,  "strike-out",                   "+-----+-+"},
-    {CueFeature::Flash,      "flash",                        "--++++--+"},
+    {CueFeature::Flash,      "flash",                        "--+-+---+"},
     {CueFeature::Colors,     "eight colours",                "+++++++++"},
     {CueFeature::MoreColors, "more colours",                 "+---+-+++"},
     {CueFeature::Background, "background",                   "-++++-+++"},
