@@ -1,6 +1,7 @@
 // SCTE-104 messages and SCTE-35 sections as JSON: what is written is read as the same bytes, whatever was kept.
 //
 // --gtest_random_seed=N runs others.
+#include "JsonSchema.h"
 #include "SCTESupport.h"
 #include "tests/scte/RandomFields.h"
 #include "tests/scte/Scte35Bytes.h"
@@ -25,12 +26,16 @@ using qlx::tool::sectionOfJson;
 constexpr unsigned kJsonRounds = kRandomRounds / 10;
 
 Message throughJson(const Message& message) {
+    static const Schema schema("scte104");
     const std::string text = jsonText(jsonOf(message));
+    EXPECT_EQ(schema.problem(text), "") << text;
     return messageOfJson(*parseJson("text", text).dictionary());
 }
 
 SpliceInfoSection throughJson(const SpliceInfoSection& section) {
+    static const Schema schema("scte35");
     const std::string text = jsonText(jsonOf(section));
+    EXPECT_EQ(schema.problem(text), "") << text;
     return sectionOfJson(*parseJson("text", text).dictionary());
 }
 

@@ -1,14 +1,11 @@
-// The JSON that convert writes, by the schema that is installed with it, of which every keyword is checked.
-#include "Places.h"
+// The JSON that the tool writes, by the schemas that are installed with it, of which every keyword is checked.
+#include "CaptionBytes.h"
+#include "JsonSchema.h"
+#include "SubtitleFiles.h"
 #include "ToolRunner.h"
-#include "streams/Json.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <fstream>
-#include <iterator>
-#include <regex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,125 +14,13 @@
 namespace schema_tests {
 namespace {
 
-using qlx::Array;
-using qlx::Dictionary;
-using qlx::Value;
 using qlxtest::converted;
 using qlxtest::runTool;
+using qlxtest::Schema;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
 
-/// A schema with the keywords that ours have; one that has others is refused.
-class Schema {
-public:
-    explicit Schema(const std::string& path) : _root(readFile(path)) {}
-
-    /// What is wrong with a document, with its place; empty when nothing is.
-    [[nodiscard]] std::string problem(std::string_view text) const {
-        return problem(_root, qlx::tool::parseJson("document", text), "");
-    }
-
-private:
-    static Value readFile(const std::string& path) {
-        std::ifstream file(path);
-        EXPECT_TRUE(file.good()) << path;
-        return qlx::tool::parseJson(path, std::string(std::istreambuf_iterator<char>(file), {}));
-    }
-
-    static bool isOfType(const Value& value, const std::string& type) {
-        const bool isInteger = value.signedInteger() != nullptr || value.unsignedInteger() != nullptr;
-        return type == "object"    ? value.dictionary() != nullptr
-               : type == "array"   ? value.array() != nullptr
-               : type == "string"  ? value.text() != nullptr
-               : type == "integer" ? isInteger
-                                   : type == "number" && value.isNumber();
-    }
-
-    [[nodiscard]] const Value& referred(const std::string& reference) const {
-        constexpr std::string_view kHere = "#/$defs/";
-        EXPECT_TRUE(reference.starts_with(kHere)) << reference;
-        return *_root.dictionary()->find("$defs")->dictionary()->find(reference.substr(kHere.size()));
-    }
-
-    [[nodiscard]] std::string problem(const Value& schema, const Value& value, const std::string& place) const {
-        for (const auto& [key, content] : *schema.dictionary()) {
-            if (std::string found = problem(*schema.dictionary(), key, content, value, place); !found.empty()) {
-                return found;
-            }
-        }
-        return {};
-    }
-
-    [[nodiscard]] std::string problem(const Dictionary& schema, const std::string& key, const Value& content,
-                                      const Value& value, const std::string& place) const {
-        const auto unless = [&](bool isRight) { return isRight ? std::string() : place + ": " + key; };
-        const Dictionary* const members = value.dictionary();
-        if (key == "$ref") {
-            return problem(referred(*content.text()), value, place);
-        }
-        if (key == "type") {
-            return unless(isOfType(value, *content.text()));
-        }
-        if (key == "const") {
-            return unless(value == content);
-        }
-        if (key == "enum" || key == "anyOf") {
-            return unless(std::any_of(content.array()->begin(), content.array()->end(), [&](const Value& each) {
-                return key == "enum" ? value == each : problem(each, value, place).empty();
-            }));
-        }
-        if (key == "required") {
-            return unless(std::all_of(content.array()->begin(), content.array()->end(), [&](const Value& each) {
-                return members == nullptr || members->contains(*each.text());
-            }));
-        }
-        if (key == "minimum" || key == "maximum") {
-            return unless(key == "minimum" ? value.doubleValue() >= content.doubleValue()
-                                           : value.doubleValue() <= content.doubleValue());
-        }
-        if (key == "minLength" || key == "maxLength") {
-            const auto size = value.text() == nullptr ? 0.0 : static_cast<double>(value.text()->size());
-            return unless(key == "minLength" ? size >= content.doubleValue() : size <= content.doubleValue());
-        }
-        if (key == "pattern") {
-            return unless(value.text() != nullptr && std::regex_search(*value.text(), std::regex(*content.text())));
-        }
-        if (key == "items") {
-            for (std::size_t index = 0; value.array() != nullptr && index < value.array()->size(); ++index) {
-                std::string found = problem(content, (*value.array())[index], place + "/" + std::to_string(index));
-                if (!found.empty()) {
-                    return found;
-                }
-            }
-            return {};
-        }
-        if (key == "properties") {
-            for (const auto& [name, each] : *content.dictionary()) {
-                const Value* const member = members == nullptr ? nullptr : members->find(name);
-                std::string found = member == nullptr ? "" : problem(each, *member, place + "/" + name);
-                if (!found.empty()) {
-                    return found;
-                }
-            }
-            return {};
-        }
-        if (key == "additionalProperties") {
-            EXPECT_TRUE(content.boolean() != nullptr && !*content.boolean());
-            const Dictionary& known = *schema.find("properties")->dictionary();
-            return unless(members == nullptr || std::all_of(members->begin(), members->end(), [&](const auto& member) {
-                              const auto& [name, each] = member;
-                              return known.contains(name);
-                          }));
-        }
-        constexpr std::string_view kOfReaders[] = {"$schema", "$defs", "title", "description"};
-        EXPECT_NE(std::find(std::begin(kOfReaders), std::end(kOfReaders), key), std::end(kOfReaders)) << key;
-        return {};
-    }
-
-    Value _root;
-};
-
-const std::string kSchema = qlxtest::projectPath("docs/schemas/subtitles-1.schema.json");
+const std::string kSchema = "subtitles";
 
 TEST(Schema, HasAllThatConvertWrites) {
     const TemporaryFolder folder;
@@ -190,6 +75,105 @@ TEST(Schema, RefusesWhatConvertDoesNotWrite) {
     for (const auto& [text, problem] : cases) {
         EXPECT_EQ(schema.problem(text), problem) << text;
     }
+}
+
+std::string outputOf(const std::vector<std::string>& arguments, const std::string& input = {}) {
+    const ToolResult result = runTool(arguments, {.input = input});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    return result.out;
+}
+
+const std::string kTwoCues =
+    qlxtest::srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#ff0000\">a</font> <i>b</i>"},
+                  {"00:00:03,000", "00:00:04,000", "c\n{\\an8}d"}});
+
+TEST(Schema, HasAllOfFrames) {
+    const TemporaryFolder folder;
+    const Schema schema("frames");
+    const std::string file = folder.write("in.srt", kTwoCues);
+    for (const char* mode : {"cea608", "teletext"}) {
+        const std::string klv = folder.path("a.klv");
+        outputOf({"play", file, "--mode", mode, "--rate", "25", "-o", klv});
+        EXPECT_EQ(schema.problemOfLines(outputOf({"play", file, "--mode", mode, "--rate", "25", "--format", "jsonl"})),
+                  "");
+        EXPECT_EQ(schema.problemOfLines(outputOf({"scan", klv, "--json"})), "");
+    }
+    // Captions in no packet, a message, a packet in chroma behind the beginning of its row, and a damaged CDP.
+    const std::string scc = folder.write("a.scc", "Scenarist_SCC V1.0\n\n00:00:01:00\t9420 9420\n");
+    EXPECT_EQ(schema.problemOfLines(outputOf({"scan", scc, "--json"})), "");
+    const std::string packets =
+        R"({"frame":0,"pts":{"value":0,"timescale":25},"packets":[{"line":9,"did":97,"sdid":1,"data":"9669103f43000072e1fc942c740000ec"},)"
+        R"({"line":9,"did":97,"sdid":1,"data":"9669103f43000072e2fc942c740000ed"},)"
+        R"({"line":13,"did":65,"sdid":7,"data":"08ffff0010000001000000000101020000"},)"
+        R"({"line":12,"did":67,"sdid":2,"channel":"chroma","horizontalOffset":12,"data":"5115"}]})"
+        "\n";
+    const std::string listed = outputOf({"scan", "-", "--from-format", "jsonl", "--json"}, packets);
+    EXPECT_NE(listed.find("\"scte104\":["), std::string::npos) << listed;
+    EXPECT_NE(listed.find("\"contradiction\":"), std::string::npos) << listed;
+    EXPECT_EQ(schema.problemOfLines(listed), "");
+    EXPECT_EQ(schema.problem(R"({"frame":0,"packets":[{"line":9,"did":256,"sdid":1,"type":"","data":""}]})"),
+              "/packets/0/did: maximum");
+    EXPECT_EQ(schema.problem(R"({"frame":0,"packets":[{"line":9,"did":1,"sdid":1,"type":"","data":"A"}]})"),
+              "/packets/0/data: pattern");
+    EXPECT_EQ(schema.problem(R"({"frame":0,"packets":[],"packet":1})"), ": additionalProperties");
+}
+
+TEST(Schema, HasAllOfTheListsOfCaptions) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", kTwoCues);
+    const std::string captions = folder.path("a.jsonl");
+    const std::string pages = folder.path("b.jsonl");
+    outputOf({"play", file, "--mode", "cea608", "--rate", "25", "--program-name", "Film", "-o", captions});
+    outputOf({"play", file, "--mode", "teletext", "--rate", "25", "-o", pages});
+    const std::string service = folder.path("c.jsonl");
+    outputOf({"convert", file, "-o", service, "--to-rate", "25", "--service", "1"});
+    const Schema show("show");
+    EXPECT_EQ(show.problemOfLines(outputOf({"show", captions, "--all", "--json"})), "");
+    EXPECT_EQ(show.problemOfLines(outputOf({"show", pages, "--page", "888", "--all", "--json"})), "");
+    EXPECT_EQ(show.problemOfLines(outputOf({"show", service, "--service", "1", "--all", "--json"})), "");
+    EXPECT_EQ(show.problemOfLines(outputOf({"show", captions, "--channel", "XDS", "--all", "--json"})), "");
+    EXPECT_EQ(show.problemOfLines(outputOf({"show", captions, "--at", "1.5", "--json"})), "");
+    EXPECT_EQ(show.problem(R"({"rows":[]})"), ": anyOf");
+    const Schema contents("contents");
+    for (const std::string& each : {captions, pages, service}) {
+        EXPECT_EQ(contents.problem(outputOf({"scan", each, "--list", "--json"})), "");
+    }
+    EXPECT_EQ(contents.problem(R"({"schema":"qlxcc/contents/1","frames":-1,"contents":[]})"), "/frames: minimum");
+    const Schema extracted("captions");
+    EXPECT_EQ(extracted.problemOfLines(outputOf({"extract", captions, "--json"})), "");
+    EXPECT_EQ(extracted.problem(R"({"unit":0,"data":null})"), ": anyOf");
+    EXPECT_EQ(extracted.problem(R"({"unit":0,"pts":null,"data":"0"})"), "/data: anyOf");
+    const Schema line21("line21");
+    const std::string picture = folder.path("a.ppm");
+    outputOf({"line21", "write", "--bytes", "942c", "-o", picture});
+    EXPECT_EQ(line21.problemOfLines(outputOf({"line21", "read", picture, "--json"})), "");
+    EXPECT_EQ(line21.problem(R"({"frame":0,"sample":"","rows":[{"row":3,"pair":"8080","parityOk":true,"name":"a"}]})"),
+              "/rows/0/row: maximum");
+}
+
+TEST(Schema, HasAllOfTheListOfCues) {
+    const TemporaryFolder folder;
+    const Schema schema("subs");
+    const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
+    EXPECT_EQ(schema.problem(outputOf({"subs", file, "--json"})), "");
+    EXPECT_EQ(schema.problem(outputOf({"subs", file, "--json", "--mode", "cea608", "--rate", "25"})), "");
+    EXPECT_EQ(schema.problem(outputOf({"subs", file, "--json", "--mode", "teletext", "--rate", "25"})), "");
+    EXPECT_EQ(schema.problem(R"({"schema":"qlxcc/subs/1","cues":[]})"), ": required");
+}
+
+TEST(Schema, HasAllOfSplices) {
+    const TemporaryFolder folder;
+    const std::string message = outputOf({"scte104", "build", "splice-start", "--event-id", "7", "--pre-roll", "4000"});
+    EXPECT_EQ(Schema("scte104").problem(outputOf({"scte104", "parse", "-", "--json"}, message)), "");
+    EXPECT_EQ(Schema("scte35").problem(outputOf({"scte35", "-", "--pts", "900000", "--to-format", "json"}, message)),
+              "");
+    const std::string stream = folder.path("a.ts");
+    outputOf({"scte35", "-", "--pts", "900000", "-o", stream}, message);
+    EXPECT_EQ(Schema("splices").problem(outputOf({"scan", stream, "--json"})), "");
+    EXPECT_EQ(Schema("splices").problem(R"({"schema":"qlxcc/splices/1","splices":[{}]})"), "/splices/0: required");
+    EXPECT_EQ(Schema("scte104").problem(R"({"schema":"qlxcc/scte104/1","protocolVersion":0,"asIndex":0,)"
+                                        R"("messageNumber":0,"dpiPidIndex":0})"),
+              ": anyOf");
 }
 
 }  // namespace
