@@ -8,6 +8,7 @@
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
+#include <span>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -33,7 +34,7 @@ struct Context {
     bool keepsSpace = false;
     bool isSequence = false;
     bool isNotDisplayed = false;
-    std::vector<Animation> animations;  ///< Of it and what is around.
+    std::size_t animations = 0;  ///< Of it and what is around, at the front of all.
 };
 
 /// Reads one document.
@@ -108,6 +109,7 @@ private:
         if (times.end) {
             limit(context.end, *times.end);
         }
+        _animations.resize(context.animations);
         for (const pugi::xml_node& inner : element.children()) {
             if (std::string_view(inner.name()).ends_with("set")) {
                 takeAnimation(inner, context);
@@ -116,20 +118,21 @@ private:
         return own;
     }
 
-    /// `set` (TTML2, 13.1.3): its times count from the beginning of what it is in.
+    /// `set` (TTML2, 13): its times count from the beginning of what it is in.
     void takeAnimation(const pugi::xml_node& element, Context& context) {
         constexpr std::size_t kMost = 50;
         const Entered entered(_names, element);
         if (!_names.of(element).is(Namespace::Tt, "set")) {
             return;
         }
-        if (context.animations.size() >= kMost) {
+        if (context.animations >= kMost) {
             _report.add(FindingCode::TtmlAnimationLeftOut, Severity::Warning, element);
             return;
         }
         const Attributes attributes = attributesOf(element);
         const ElementTimes times = timesOf(element, attributes, context.begin);
-        context.animations.push_back({times.begin, times.end, attributes.own});
+        _animations.push_back({times.begin, times.end, attributes.own});
+        context.animations = _animations.size();
     }
 
     /// Where nothing says when an element ends, what is within does.
@@ -379,7 +382,14 @@ private:
     /// The same of one that looks otherwise from some moment on: a piece for each look.
     void addAnimatedText(const pugi::xml_node& text, const pugi::xml_node& element, const Context& context,
                          const StyleSet& own) {
-        std::vector<MediaTime> moments = momentsOf(context.animations, context.begin, context.end);
+        const std::span animations = std::span(_animations).first(context.animations);
+        std::vector<MediaTime> moments = momentsOf(animations, context.begin, context.end);
+        // What each look takes, of texts that may be very many.
+        constexpr std::size_t kLook = 512;
+        if (!affords(moments.size() * kLook)) {
+            _report.add(FindingCode::TtmlAnimationLeftOut, Severity::Warning, element);
+            moments.clear();
+        }
         moments.insert(moments.begin(), context.begin);
         const bool wasHidden = _hasHidden;
         bool isSeen = false;
@@ -388,7 +398,7 @@ private:
             StyleSet ofSlice = own;
             slice.begin = moments[index];
             slice.end = index + 1 < moments.size() ? std::optional(moments[index + 1]) : context.end;
-            for (const Animation& animation : context.animations) {
+            for (const Animation& animation : animations) {
                 const bool isOn = !isBefore(slice.begin, animation.begin) &&
                                   (!animation.end || isBefore(slice.begin, *animation.end));
                 if (isOn) {
@@ -423,7 +433,7 @@ private:
                 const bool isText =
                     std::string_view(inner.value()).find_first_not_of(" \t\r\n") != std::string_view::npos;
                 isOpen = isOpen || isText;
-                if (context.animations.empty()) {
+                if (context.animations == 0) {
                     addText(inner, element, context, own, look);
                 } else {
                     addAnimatedText(inner, element, context, own);
@@ -464,6 +474,7 @@ private:
     const std::function<void(Cue)>& _take;
     const TtmlReadOptions& _options;
     std::uint64_t _cues = 0;
+    std::vector<Animation> _animations;  ///< Of the element in hand and those around it, these in front.
     // Of the paragraph
     std::vector<TextPiece> _pieces;
     std::vector<Look> _looks;

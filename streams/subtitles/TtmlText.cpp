@@ -101,7 +101,7 @@ std::vector<Row> rowsOf(const std::vector<const TextPiece*>& pieces, const std::
     return rows.take();
 }
 
-std::vector<MediaTime> momentsOf(const std::vector<Animation>& animations, const MediaTime& begin,
+std::vector<MediaTime> momentsOf(std::span<const Animation> animations, const MediaTime& begin,
                                  const std::optional<MediaTime>& end) {
     std::vector<MediaTime> moments;
     const auto add = [&](const MediaTime& time) {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -25,7 +26,7 @@ struct TextPiece {
     bool isAgain = false;          ///< The same text is shown before, and looks otherwise.
 };
 
-/// What a `set` changes of what it is in (TTML2, 13.1.3).
+/// What a `set` changes of what it is in (TTML2, 13).
 struct Animation {
     MediaTime begin;
     std::optional<MediaTime> end;  ///< None: with what it is in.
@@ -33,7 +34,7 @@ struct Animation {
 };
 
 /// The moments from `begin` to `end` at which animations begin or end, in their order; not those two.
-[[nodiscard]] std::vector<MediaTime> momentsOf(const std::vector<Animation>& animations, const MediaTime& begin,
+[[nodiscard]] std::vector<MediaTime> momentsOf(std::span<const Animation> animations, const MediaTime& begin,
                                                const std::optional<MediaTime>& end);
 
 /// The rows of pieces: white space becomes one space, and none at the ends of rows, where it is not to be kept (TTML2,

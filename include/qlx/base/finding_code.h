@@ -631,7 +631,7 @@ enum class FindingCode : std::uint32_t {
     TtmlAttributesLeftOut,          ///< How many attributes of unknown namespaces, or of spans, the file has.
     TtmlHidden,                     ///< No numbers; a paragraph or span that is not displayed.
     TtmlStyleChainTooLong,          ///< Bytes of the name of a style that is referred to by way of too many others.
-    TtmlAnimationLeftOut,           ///< No numbers; what its element says holds for good.
+    TtmlAnimationLeftOut,           ///< No numbers; what its element says holds for good. `animate`, or too many sets.
     TtmlTooManyElements,            ///< Bytes that elements and attributes would take in memory, most of them.
     TtmlParagraphTooLong,           ///< Most parts of a paragraph, texts and line ends, that are read.
     TtmlRegionNone,                 ///< How many regions there are, none of which a paragraph is in.
