@@ -11,6 +11,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
+#include <cstddef>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -26,6 +27,10 @@ constexpr std::string_view kDefaultTitle = "Critical Error";
 
 /// What a message takes in memory beside its text, about.
 constexpr std::size_t kBytesOfMessage = 256;
+
+std::size_t bytesOf(const std::optional<std::string>& message) {
+    return kBytesOfMessage + (message ? message->size() : 0);
+}
 
 std::atomic<std::chrono::milliseconds> patienceAtEnd{qlx::log::kPatienceAtEnd};
 
@@ -51,10 +56,20 @@ void qlx::log::setPatienceAtEnd(std::chrono::milliseconds patience) {
 }
 
 bool QLXLogController::State::Lane::admit(std::size_t bytes) {
-    if (queuedBytes.fetch_add(bytes, std::memory_order_relaxed) + bytes <= qlx::log::kMaxQueued) {
+    const std::size_t admitted = admittedBytes.fetch_add(bytes, std::memory_order_relaxed) + bytes;
+    // What is gone may have come in behind this message.
+    const auto hasRoom = [admitted](std::size_t gone) {
+        return static_cast<std::ptrdiff_t>(admitted - gone) <= static_cast<std::ptrdiff_t>(qlx::log::kMaxQueued);
+    };
+    if (hasRoom(knownGoneBytes.load(std::memory_order_relaxed))) {
         return true;
     }
-    queuedBytes.fetch_sub(bytes, std::memory_order_relaxed);
+    const std::size_t gone = goneBytes.load(std::memory_order_relaxed);
+    knownGoneBytes.store(gone, std::memory_order_relaxed);
+    if (hasRoom(gone)) {
+        return true;
+    }
+    admittedBytes.fetch_sub(bytes, std::memory_order_relaxed);
     qlx::log::loseLines(1);
     return false;
 }
@@ -62,7 +77,7 @@ bool QLXLogController::State::Lane::admit(std::size_t bytes) {
 /// What a task of the queues has counted as waiting waits no longer.
 struct QLXLogController::State::Admission {
     Admission(Lane& owner, std::size_t size) noexcept : lane(owner), bytes(size) {}
-    ~Admission() { lane.queuedBytes.fetch_sub(bytes, std::memory_order_relaxed); }
+    ~Admission() { lane.goneBytes.fetch_add(bytes, std::memory_order_relaxed); }
     Admission(const Admission&) = delete;
     Admission& operator=(const Admission&) = delete;
     Lane& lane;
@@ -85,7 +100,7 @@ QLXLogController::State::State()
 
 // On the thread that logs
 
-void QLXLogController::State::log(Message message) {
+void QLXLogController::State::log(Message& message) {
     bool isDisplayed = false;
     {
         // Let go after the mutex: this may be the delegate's last owner, and its destructor may remove it from the log.
@@ -93,7 +108,7 @@ void QLXLogController::State::log(Message message) {
         const qlx::ObserverHold observers;
         const qlx::WorkHold hold;
         const std::lock_guard lock(_lanes.get().delegateMutex);
-        receiver = delegate();
+        receiver = _delegate.lock();
         isDisplayed = receiver != nullptr;
         if (receiver) {
             display(message, *receiver);
@@ -178,19 +193,16 @@ void QLXLogController::State::notify(const Message& message) {
 void QLXLogController::State::queueTechnicalLine(std::optional<std::string> message, bool isProblem, std::int64_t level,
                                                  bool show) {
     Lane& lane = _lanes.get();
-    const std::size_t bytes = kBytesOfMessage + (message ? message->size() : 0);
-    if (!lane.admit(bytes)) {
+    if (!lane.admit(bytesOf(message))) {
         return;
     }
     qlx::Clock& clock = qlx::services().get<qlx::Clock>();
     // The time is read with the queue held: no line stands in front of one with an earlier stamp.
-    _technicalQueue.asyncMade([&]() -> qlx::Task {
-        TechnicalLine line{clock.now(), std::move(message), level, isProblem, show};
-        return [state = shared_from_this(), &lane, bytes, line = std::move(line)] {
-            const Admission admission(lane, bytes);
-            state->writeTechnicalLine(lane, line);
-        };
-    });
+    _technicalQueue.asyncMade(
+        [&](std::deque<TechnicalWork>& work) {
+            work.push_back({this, &lane, TechnicalLine{clock.now(), std::move(message), level, isProblem, show}});
+        },
+        [this] { return shared_from_this(); });
 }
 
 void QLXLogController::State::queueSimpleLine(std::string message, std::string name) {
@@ -264,7 +276,11 @@ void QLXLogController::State::end() {
 void QLXLogController::State::retryWaiting() {
     Lane& lane = _lanes.get();
     if (lane.technicalFiles.hasWaiting()) {
-        _technicalQueue.async([state = shared_from_this(), &lane] { lane.technicalFiles.retry(); });
+        _technicalQueue.asyncMade(
+            [this, &lane](std::deque<TechnicalWork>& work) {
+                work.push_back({this, &lane, std::nullopt});
+            },
+            [this] { return shared_from_this(); });
     }
     if (lane.simpleFiles.hasWaiting()) {
         _simpleQueue.async([state = shared_from_this(), &lane] { lane.simpleFiles.retry(); });
@@ -336,6 +352,15 @@ void QLXLogController::State::waitForRemovals() {
 }
 
 // On the queues
+
+void QLXLogController::State::TechnicalWork::operator()() const {
+    if (!line) {
+        lane->technicalFiles.retry();
+        return;
+    }
+    const Admission admission(*lane, bytesOf(line->message));
+    state->writeTechnicalLine(*lane, *line);
+}
 
 void QLXLogController::State::writeTechnicalLine(Lane& lane, const TechnicalLine& line) {
     if (line.level > level()) {

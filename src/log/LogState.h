@@ -40,7 +40,8 @@ class QLXLogController::State : public std::enable_shared_from_this<State> {
 public:
     State();
 
-    void log(qlx::log::Message message);
+    /// Takes the text out of the message.
+    void log(qlx::log::Message& message);
     void setDelegate(const std::shared_ptr<QLXLogControllerDelegate>& delegate);
 
     void queueTechnicalLine(std::optional<std::string> message, bool isProblem, std::int64_t level, bool show);
@@ -89,7 +90,11 @@ private:
 
         // What threads of their own use is kept apart from it, and from each other.
         static constexpr std::size_t kApart = 64;
-        alignas(kApart) std::atomic<std::size_t> queuedBytes{0};  ///< Of the messages that wait in memory.
+        // Bytes of messages since the start: those let into memory, those gone from it as known here, and those gone. The
+        // thread that logs looks at the last, which another one writes, only where it seems that there is no room.
+        alignas(kApart) std::atomic<std::size_t> admittedBytes{0};
+        std::atomic<std::size_t> knownGoneBytes{0};
+        alignas(kApart) std::atomic<std::size_t> goneBytes{0};
 
         // Of the technical log's work
         alignas(kApart) qlx::log::RepeatCompression repeats;
@@ -109,6 +114,15 @@ private:
         std::int64_t level;
         bool isProblem;
         bool show;
+    };
+    /// A piece of the technical log's work. The queue keeps the state for it: a reference of each line's own would go
+    /// to and fro between the threads.
+    struct TechnicalWork {
+        void operator()() const;
+
+        State* state;
+        Lane* lane;
+        std::optional<TechnicalLine> line;  ///< None: what a file did not take is tried again.
     };
 
     [[nodiscard]] std::shared_ptr<QLXLogControllerDelegate> delegate() const {
@@ -142,7 +156,7 @@ private:
         swap(member, value);
     }
 
-    // Guarded by the forked values' lock
+    // Guarded by the forked values' lock; the delegate is only changed with its mutex held too
     std::optional<std::deque<qlx::log::Message>> _pending{std::in_place};  ///< None once a delegate has been set.
     std::weak_ptr<QLXLogControllerDelegate> _delegate;
     std::string _prefix;
@@ -157,7 +171,7 @@ private:
     std::atomic<bool> _hasGivenUp{false};  ///< A write hangs at the end of the process.
 
     qlx::log::UserNotifications _notifications;
-    qlx::TaskQueue _technicalQueue;
+    qlx::WorkQueue<TechnicalWork> _technicalQueue;
     qlx::TaskQueue _simpleQueue;
     qlx::PerProcess<Lane> _lanes;
 };

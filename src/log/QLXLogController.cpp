@@ -133,11 +133,12 @@ void QLXLogController::logMessage_level_userNotificationTitle_userNotificationCa
     entry.show = show;
     entry.notificationTitle = std::move(userNotificationTitle);
     entry.notificationCategory = std::move(userNotificationCategory);
-    _state->log(std::move(entry));
+    _state->log(entry);
 }
 
 void QLXLogController::logWithInfoDict(const qlx::Dictionary& infoDict) {
-    _state->log(qlx::log::messageWithInfo(infoDict));
+    qlx::log::Message message = qlx::log::messageWithInfo(infoDict);
+    _state->log(message);
 }
 
 void QLXLogController::writeStringToTechnicalLog_isProblem_logLevel_show_logInConsole(

@@ -1,5 +1,7 @@
 #include "platform/Process.h"
 
+#include "platform/ShortLock.h"
+
 #include <mutex>
 
 #include <pthread.h>
@@ -40,14 +42,7 @@ std::uint64_t forkCount() noexcept {
 }
 
 ForkedValuesLock::ForkedValuesLock() {
-    // The holder copies a few words: it is nearly always done after a short spin.
-    constexpr int kSpins = 64;
-    for (int spin = 0; spin < kSpins; ++spin) {
-        if (valuesMutex.try_lock()) {
-            return;
-        }
-    }
-    valuesMutex.lock();
+    lockSoon(valuesMutex);
 }
 
 ForkedValuesLock::~ForkedValuesLock() {

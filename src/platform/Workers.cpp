@@ -60,6 +60,7 @@ public:
             Task task = crew.takeTask();
             lock.unlock();
             runTask(task);
+            task = nullptr;
             if (&crew != &_crew.get()) {
                 return;  // The task has forked, and this is the child.
             }
@@ -104,6 +105,7 @@ private:
                 task = crew->takeTask();
             }
             runTask(task);
+            task = nullptr;
             Crew* const current = &_crew.get();
             if (crew != current) {
                 // The task has forked: in the child this thread is the first of a new crew.
@@ -134,7 +136,7 @@ thread_local bool owes = false;
 
 }  // namespace
 
-void runTask(Task& task) {
+void runTask(const Task& task) {
     try {
         task();
     } catch (const std::exception& exception) {
@@ -142,7 +144,6 @@ void runTask(Task& task) {
     } catch (...) {
         reportException("of an unknown type");
     }
-    task = nullptr;
 }
 
 WorkHold::WorkHold() noexcept {

@@ -5,8 +5,8 @@
 
 namespace qlx {
 
-/// Runs `task` and lets go of it. An exception ends the task alone and is printed.
-void runTask(Task& task);
+/// Runs `task`. An exception ends the task alone and is printed.
+void runTask(const Task& task);
 
 /// Where the log's work is done: on the host's queue if it has set one, else on a few threads that serve the log alone,
 /// so that it goes on while all others hang in a read.
