@@ -560,7 +560,9 @@ inline constexpr FindingText kFindingTexts[] = {
     {TextSamplePartsLost, "{1} part{1s} of a text sample left out"},
     {TextSampleEndMissing, "a text sample without an end is taken for one of five seconds"},
     {TextTrackUnreadable, "text track {1} is none that can be read"},
-    {TextTrackHeadUnread, "what the track has in front of its cues (STYLE, REGION) cannot be read from a pipe"},
+    {TextTrackHeadUnread, "what the track has in front of its cues (STYLE, REGION) cannot be read: its boxes are "
+                          "damaged, or too far from the "
+                          "beginning of a pipe"},
     {TtmlHidden, "text that is not displayed left out"},
     {TtmlStyleChainTooLong, "style (its name has {1} bytes) is referred to by way of too many others: left out"},
     {TtmlTooManyElements,

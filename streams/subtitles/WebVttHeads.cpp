@@ -39,8 +39,8 @@ public:
             const std::size_t got = _read(span.begin, std::span(bytes).first(most));
             const Result<anc::AtomHeader> header = anc::parseAtomHeader(std::span(bytes).first(got));
             const std::uint64_t size = !header ? 0 : header->size == 0 ? span.end - span.begin : header->size;
-            _isCut = got < most || size > span.end - span.begin || ++_boxes > kMostBoxes;
-            if (!header || _isCut) {
+            _isCut = !header || got < most || size > span.end - span.begin || ++_boxes > kMostBoxes;
+            if (_isCut) {
                 return;
             }
             if (header->type == type) {
@@ -61,6 +61,9 @@ public:
 
     /// Goes no further: all that is looked for has been seen.
     void stop() noexcept { _isStopped = true; }
+
+    /// Whether a box, or what it holds, was not there as it says.
+    [[nodiscard]] bool isCut() const noexcept { return _isCut; }
 
 private:
     Read _read;
@@ -124,7 +127,7 @@ std::optional<std::vector<std::string>> webVttHeads(ByteSource& source) {
     if (size) {
         (void)source.seek(0);
     }
-    return hasIndex ? std::optional(std::move(heads)) : std::nullopt;
+    return hasIndex && !walk.isCut() ? std::optional(std::move(heads)) : std::nullopt;
 }
 
 std::set<std::string, std::less<>> regionsOf(std::string_view head) {

@@ -550,7 +550,7 @@ enum class FindingCode : std::uint32_t {
     TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
     TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
     TextTrackUnreadable,          ///< The track, counted from 1.
-    TextTrackHeadUnread,          ///< No numbers; styles and regions of a `wvtt` track.
+    TextTrackHeadUnread,  ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
 
     // streams: the index of a container
     MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.

@@ -46,7 +46,7 @@ struct TextTrack {
     std::string language;                            ///< As the file says it: `eng`, `und`; may be empty.
     std::string title;                               ///< The same.
     /// What a WebVTT file has in front of its cues, as `S_TEXT/WEBVTT` and the `vttC` box of `wvtt` say it; empty for other
-    /// kinds, and where it cannot be read (TextTrackHeadUnread).
+    /// kinds, and where it cannot be read (TextTrackHeadUnread): of a pipe, and where a box is cut.
     std::string header;
 
     /// Whether all fields are equal.

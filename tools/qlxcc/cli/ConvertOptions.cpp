@@ -76,7 +76,7 @@ constexpr OptionRow kConvertOptions[] = {
      .help = "{} (default: by FILE)",
      .more = "`ttml` is the text profile of IMSC 1.1, `ebu-tt-d` EBU-TT-D (EBU Tech 3380); `json` has all that any of "
              "them says (see qlxcc(1))."},
-    saying(helping(kAsDeployed, "json: the form of versions before 0.3, in which rows have one style"),
+    saying(helping(kAsDeployed, "json: the form of versions before 0.2, in which rows have one style"),
            "It has no places but rows of a teletext page, and nothing of what formats say besides."),
     {.names = "--limit",
      .value = "MIB",

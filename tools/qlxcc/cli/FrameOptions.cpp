@@ -247,7 +247,7 @@ constexpr OptionRow kRateOptions[] = {
     kMccVersion,
     {.names = "--join-sections",
      .field = &RawOptions::joinsSections,
-     .help = "Send service information that waits and is repeated once",
+     .help = "Service information that waits and says the same goes out once",
      .more = "Each that came goes out with a packet of its own otherwise, and IN that has it in every packet makes a "
              "longer result at a lower rate, which has fewer packets: the end of it is behind the last frame, which is "
              "said."},

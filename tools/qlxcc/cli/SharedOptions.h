@@ -75,7 +75,7 @@ inline constexpr OptionRow kTrack{
             "Which tracks are not read is said."};
 
 inline constexpr OptionRow kSubtitleFile =
-    fileArgument("FILE", "An SRT, JSON or EBU STL file (-: standard input)",
+    fileArgument("FILE", "An SRT, WebVTT, SSA, TTML, EBU STL or JSON file, or a text track (-: standard input)",
                  "Its content tells which, or else its name; at most 64 MiB. See the formats in qlxcc(1).");
 
 /// The region that teletext receivers are made for.

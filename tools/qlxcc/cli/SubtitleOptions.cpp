@@ -232,8 +232,8 @@ constexpr OptionRow kPlayOptions[] = {
 };
 
 constexpr std::string_view kSubsNotes =
-    R"(FILE is SRT, WebVTT, TTML, JSON or EBU STL, as its content says, or else its name, of at most 64 MiB; or a MOV, MP4
-or Matroska file with a text track. Each row of a cue gets a line:
+    R"(FILE is SRT, WebVTT, SubStation Alpha, TTML, JSON or EBU STL, as its content says, or else its name, of at most
+64 MiB; or a MOV, MP4 or Matroska file with a text track. Each row of a cue gets a line:
 number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
 in the same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
 left out, or that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
