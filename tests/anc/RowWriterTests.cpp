@@ -136,6 +136,47 @@ TEST(AncRowWriter, PutsTheWordsOfThePacketsAndChangesNothingElse) {
     }
 }
 
+TEST(AncRowWriter, FillsRowsOfOddWidthUpToTheirLastPair) {
+    // 31 pixels: 16 pairs, in six groups of v210 of which the last one is begun.
+    for (const std::size_t width :
+         {std::size_t{1}, std::size_t{7}, std::size_t{29}, std::size_t{31}, std::size_t{719}}) {
+        for (const Channel channel : {Channel::Luma, Channel::Chroma, Channel::SdMultiplex}) {
+            const std::size_t words = (width + 1) / 2 * 2 * (channel == Channel::SdMultiplex ? 2 : 1);
+            const RowWriteOptions options{.format = RowFormat::V210, .channel = channel, .width = width};
+            // No more bytes than the pairs take.
+            ExactBuffer row(blankRow(RowFormat::V210, width + 1, RowPadding::None));
+            const ExactBuffer blank(row.span());
+            const std::size_t fits = std::min<std::size_t>(words < 7 ? 0 : words - 7, kGreatestUserData);
+            const auto data = someBytes(fits, 3);
+            const auto tooMuch = someBytes(fits + 1, 3);
+            if (fits < kGreatestUserData) {
+                const auto refused = appendPacket(row.span(), {0x61, 0x01, tooMuch}, options);
+                ASSERT_FALSE(refused && words >= 7);
+                EXPECT_EQ(qlxtest::toHex(row.span()), qlxtest::toHex(blank.span()));
+            }
+            if (words < 7) {
+                continue;
+            }
+            const auto place = appendPacket(row.span(), {0x61, 0x01, data}, options);
+            ASSERT_TRUE(place && *place == 0) << width;
+            ExactBuffer expected(blank.span());
+            putWords(RowFormat::V210, expected.span(), channel, 0, packetSamples(0x61, 0x01, data));
+            EXPECT_EQ(qlxtest::toHex(row.span()), qlxtest::toHex(expected.span())) << width;
+            const Channels channels = channel == Channel::Luma     ? Channels::Luma
+                                      : channel == Channel::Chroma ? Channels::Chroma
+                                                                   : Channels::SdMultiplex;
+            std::size_t found = 0;
+            for (const PacketView view :
+                 packets(row.span(), {.format = RowFormat::V210, .channels = channels, .width = width})) {
+                EXPECT_EQ(view.toPacket().userData, data);
+                EXPECT_EQ(view.checksum(), Status::Right);
+                ++found;
+            }
+            EXPECT_EQ(found, 1U) << width;
+        }
+    }
+}
+
 TEST(AncRowWriter, GoesBehindADamagedPacketThroughItsDataCount) {
     ExactBuffer row(blankRow(RowFormat::V210, 720));
     auto damaged = packetSamples(0x61, 0x01, someBytes(9, 1));

@@ -445,6 +445,31 @@ std::set<std::string> namesOf(const std::string& list) {
     return names;
 }
 
+TEST(SourceTree, HasAllOfTheCoreInItsUmbrella) {
+    namespace fs = std::filesystem;
+    const std::string include = qlxtest::projectPath("include/");
+    std::set<std::string> reached{"qlx/qlx.h"};
+    std::vector<std::string> waiting(reached.begin(), reached.end());
+    while (!waiting.empty()) {
+        const std::string header = waiting.back();
+        waiting.pop_back();
+        for (const architecture::Include& each : includesOf(contentOf(include + header))) {
+            if (each.path.starts_with("qlx/") && reached.insert(each.path).second) {
+                waiting.push_back(each.path);
+            }
+        }
+    }
+    std::set<std::string> there;
+    for (const auto& entry : fs::recursive_directory_iterator(include + "qlx")) {
+        const std::string path = "qlx/" + fs::relative(entry.path(), include + "qlx").generic_string();
+        if (entry.is_regular_file() && !path.starts_with("qlx/streams/")) {
+            there.insert(path);
+        }
+    }
+    EXPECT_GT(there.size(), 50U);
+    EXPECT_EQ(reached, there);
+}
+
 TEST(SourceTree, HasTheRoomsOfThePage) {
     const std::string root = qlxtest::projectPath("");
     const std::string page = contentOf(root + "docs/ARCHITECTURE.md");

@@ -88,8 +88,8 @@ TEST(Carriers, AreReadByTheCommandsThatReadPackets) {
     const TemporaryFolder folder;
     convert(folder.write("a.scc", kCaptions), folder.path("a.mcc"));
     const std::string mcc = folder.path("a.mcc");
-    const std::string shown = "00:00:01,234 - 00:00:02,502  captions CC1\n  15   Hi\n\n"
-                              "00:00:02,502 - 00:00:03,003  captions CC1\n  15   ok\n";
+    const std::string shown = "00:00:01,235 - 00:00:02,503  captions CC1\n  15   Hi\n\n"
+                              "00:00:02,503 - 00:00:03,003  captions CC1\n  15   ok\n";
     EXPECT_EQ(runTool({"show", folder.path("a.scc"), "--all"}).out, shown);
     EXPECT_EQ(runTool({"show", mcc, "--all"}).out, shown);
     EXPECT_EQ(runTool({"scan", mcc}).exitCode, 0);

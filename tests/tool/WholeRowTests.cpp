@@ -313,6 +313,76 @@ TEST(WholeRows, AreReadByEveryCommandThatReadsElements) {
     EXPECT_TRUE(rate({}).ends_with("\n5 packets in 2 frames\n"));
 }
 
+/// Rows of frames with a pair of CC1 each, behind another packet and away from the row's beginning: RU2, CR, "Hi", EDM.
+Bytes captionRows(bool isChroma) {
+    Bytes rows;
+    for (const Bytes& pair : {Bytes{0x80, 0x94, 0x25}, Bytes{0x80, 0x94, 0xAD}, Bytes{0x80, 0xC8, 0xE9},
+                              Bytes{0x80, 0x80, 0x80}, Bytes{0x80, 0x94, 0x2C}}) {
+        const Samples row = rowWith(kWide, [&](Samples& samples) {
+            (isChroma ? putChroma : putLuma)(samples, 30, afd());
+            (isChroma ? putChroma : putLuma)(samples, 300, ancSamples(0x61, 0x02, pair));
+        });
+        const Bytes bytes = v210Bytes(row);
+        rows.insert(rows.end(), bytes.begin(), bytes.end());
+    }
+    return rows;
+}
+
+TEST(WholeRows, AreShownWithTheTextOfTheirPackets) {
+    const TemporaryFolder folder;
+    for (const bool isChroma : {false, true}) {
+        const std::string file = folder.write("a.v210", captionRows(isChroma));
+        const std::vector<std::string> show{"show", file,    "--lines", "9",  "--width",
+                                            "768",  "--all", "--rate",  "25", "--quiet"};
+        const ToolResult shown = runTool(show);
+        EXPECT_EQ(shown.exitCode, 0) << shown.err;
+        EXPECT_EQ(shown.out, "00:00:00,080 - 00:00:00,160  captions CC1\n  15   Hi\n");
+        std::vector<std::string> near = show;
+        near.emplace_back("--near-start");
+        EXPECT_EQ(runTool(near).out, "teletext page 888: never anything on air\ncaptions CC1: never anything on air\n");
+    }
+}
+
+TEST(WholeRows, BehindTheStartHaveMessagesForBothCommands) {
+    const TemporaryFolder folder;
+    const Bytes message = fromHex("08 ffff 0010 00 00 01 0000 00 00 01 0102 0000");
+    const Samples row =
+        rowWith(kWide, [&](Samples& samples) { putLuma(samples, 500, ancSamples(0x41, 0x07, message)); });
+    const std::string file = folder.write("a.v210", v210Bytes(row));
+    const std::vector<std::string> rows{"--lines", "13", "--width", "768", "--quiet"};
+    const auto run = [&rows](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), rows.begin(), rows.end());
+        return runTool(arguments);
+    };
+    const ToolResult parsed = run({"scte104", "parse", file});
+    EXPECT_EQ(parsed.exitCode, 0) << parsed.err;
+    EXPECT_TRUE(parsed.out.starts_with("frame 0, line 13: ")) << parsed.out;
+    const ToolResult section = run({"scte35", file, "--pts", "0"});
+    EXPECT_EQ(section.exitCode, 0) << section.err;
+    EXPECT_EQ(section.out, "fc301100000000000000fff0000000007a4fbfff\n");
+    EXPECT_EQ(run({"scte104", "parse", file, "--near-start"}).exitCode, 1);
+    EXPECT_EQ(run({"scte35", file, "--pts", "0", "--near-start"}).exitCode, 1);
+}
+
+TEST(WholeRows, WithAWrongChecksumEndEveryCommandWithOne) {
+    const TemporaryFolder folder;
+    Samples damaged = ancSamples(0x61, 0x02, Bytes{0x80, 0xC8, 0xE9});
+    damaged.back() = static_cast<std::uint16_t>(damaged.back() ^ 0x001U);
+    const std::string file =
+        folder.write("a.v210", v210Bytes(rowWith(kWide, [&](Samples& samples) { putLuma(samples, 0, damaged); })));
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"scan", file}, std::vector<std::string>{"extract", file},
+          std::vector<std::string>{"show", file, "--all", "--rate", "25"},
+          std::vector<std::string>{"rate", file, "--from", "25", "--to", "50", "-o", folder.path("b.klv")}}) {
+        std::vector<std::string> all = command;
+        all.insert(all.end(), {"--lines", "9", "--width", "768"});
+        const ToolResult result = runTool(all);
+        EXPECT_EQ(result.exitCode, 1) << command[0];
+        EXPECT_NE(result.err.find("frame 0, line 9, byte "), std::string::npos) << command[0] << result.err;
+        EXPECT_NE(result.err.find(": checksum "), std::string::npos) << command[0] << result.err;
+    }
+}
+
 TEST(WholeRows, WithADamagedPacketAreReadAndSaid) {
     Samples damaged = ancSamples(0x41, 0x07, fromHex("08 ffff 0010 00 00 01 0000 00 00 01 0102 0000"));
     damaged.back() = static_cast<std::uint16_t>(damaged.back() ^ 0x001U);
