@@ -1,6 +1,6 @@
 // Cues of all kinds on teletext pages: whatever they are, each packet can be read, headers and rows keep the order that
 // receivers need, all is sent within a bounded time, and no page shows anything at the end.
-#include "FuzzSupport.h"
+#include "FuzzCues.h"
 
 #include <qlx/playout/teletext.h>
 #include <qlx/teletext/page.h>
@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <string>
 
 using namespace qlx::teletext;
 using qlxfuzz::require;
@@ -18,28 +17,6 @@ using qlxfuzz::require;
 namespace {
 
 constexpr std::array<std::uint16_t, 4> kPages{0x888, 0x801, 0x100, 0x899};
-
-qlx::subtitles::Row takeRow(qlxfuzz::Input& input) {
-    constexpr std::array<std::string_view, 8> kTexts{" ",        "abc",       "\xC3\x89",     "\xD0\x96",
-                                                     "\xD9\x84", "e\xCC\x81", "\xE6\x97\xA5", "\xC2\xA0"};
-    qlx::subtitles::Row row;
-    const std::uint8_t kind = input.takeByte();
-    row.number = kind % 14U;
-    row.anchor = kind % 10U;
-    row.alignment = static_cast<qlx::subtitles::Alignment>(kind >> 6U);
-    for (std::size_t runs = input.takeByte() % 4; runs > 0; --runs) {
-        qlx::subtitles::Run run;
-        const std::uint8_t style = input.takeByte();
-        run.style.foreground = static_cast<qlx::screen::Color>(style & 0x3FU);
-        run.style.isItalic = (style & 0x40U) != 0;
-        for (std::size_t letters = input.takeByte() % 50; letters > 0; --letters) {
-            const std::uint8_t letter = input.takeByte();
-            run.text += letter < 8 ? std::string(kTexts[letter]) : std::string(1, static_cast<char>(letter & 0x7FU));
-        }
-        row.runs.push_back(std::move(run));
-    }
-    return row;
-}
 
 /// What a magazine may send next.
 class MagazineChecker {
@@ -84,14 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::int64_t start = 0;
     std::uint64_t cues = 0;
     while (!input.empty() && cues < 8) {
-        qlx::subtitles::Cue cue;
         const std::uint8_t kind = input.takeByte();
-        start += input.takeByte();
-        cue.start = qlx::MediaTime::make(start, 50);
-        cue.end = qlx::MediaTime::make(start + input.takeByte(), 50);
-        for (std::size_t rows = input.takeByte() % 14; rows > 0; --rows) {
-            cue.rows.push_back(takeRow(input));
-        }
+        const qlx::subtitles::Cue cue = qlxfuzz::takeCue(input, start);
         (void)playout.add(cue,
                           {.page = kPages[kind & 3U],
                            .designation = static_cast<std::uint8_t>(input.takeByte() & 0x7FU),
