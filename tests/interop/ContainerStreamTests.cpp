@@ -172,6 +172,42 @@ TEST(ElementaryStream, GivesBackTheCaptionsOfEveryPicture) {
     }
 }
 
+// Samples of HEVC whose units have their lengths in front of them (ISO/IEC 14496-15): a message with captions before
+// each picture.
+TEST(ContainerStream, GivesBackTheCaptionsOfHevcSamples) {
+    if (!hasTools() || !succeeds("ffmpeg -v quiet -nostdin -h encoder=libx265 | grep -q '^Encoder libx265'")) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    run(folder, "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=160x120:r=25:d=2 -c:v libx265 -x265-params "
+                "bframes=0:keyint=12:repeat-headers=1:info=0:log-level=none -f hevc -y '" +
+                    folder.path("plain.265") + "'");
+    const std::string plain = folder.read("plain.265");
+    std::string stream;
+    int number = 0;
+    for (std::size_t place = 0; place < plain.size(); ++place) {
+        // nal_unit_type below 32, and first_slice_segment_in_pic_flag.
+        const bool isPicture = plain.compare(place, 3, std::string("\0\0\1", 3)) == 0 && place + 5 < plain.size() &&
+                               (static_cast<unsigned char>(plain[place + 3]) >> 1U & 0x3FU) < 32 &&
+                               (static_cast<unsigned char>(plain[place + 5]) & 0x80U) != 0;
+        if (isPicture) {
+            const char message[] = "\0\0\1\x4E\1\4\x11\xB5\0\x31GA94\3\xC2\xFF\xFC\x80?\xFD\x80\x80\xFF\x80";
+            std::string unit(message, sizeof message - 1);
+            unit[unit.find('?')] = static_cast<char>(number++);
+            stream += unit;
+        }
+        stream += plain[place];
+    }
+    ASSERT_EQ(number, kPictures);
+    std::ofstream(folder.path("numbered.265"), std::ios::binary) << stream;
+    for (const char* const name : {"a.mp4", "a.mov", "a.mkv"}) {
+        const std::string tag = std::string(name) == "a.mkv" ? "" : "-tag:v hvc1 ";
+        run(folder, "ffmpeg -nostdin -v error -f hevc -framerate 25 -i '" + folder.path("numbered.265") + "' -c copy " +
+                        tag + "-y '" + folder.path(name) + "'");
+        expectNumbers(folder.path(name));
+    }
+}
+
 // At 30000/1001 pictures a second picture n is at n durations, whatever the container counts in.
 TEST(ContainerStream, DoesNotDrift) {
     if (!hasTools()) {
