@@ -28,6 +28,10 @@ constexpr Pixel kPicture{96, 104, 112, 255};
 constexpr std::size_t kColours = 8;
 /// Cells through which the picture is seen have this colour of the map.
 constexpr std::uint8_t kPictureColour = kColours;
+/// Those of a caption service are drawn in these two, and get their own 64 colours and opacities behind that.
+constexpr std::uint8_t kPaperColour = 0;
+constexpr std::uint8_t kInkColour = 7;
+constexpr Pixel kInk{255, 255, 255, 255};
 
 constexpr vbi_rgba rgba(const Pixel& pixel) {
     return static_cast<vbi_rgba>(pixel[3]) << 24U | static_cast<vbi_rgba>(pixel[2]) << 16U |
@@ -66,8 +70,14 @@ vbi_char libraryCell(const screen::Cell& cell, screen::System system, Mosaic mos
     result.underline = cell.isUnderlined ? 1U : 0U;
     result.italic = cell.isItalic ? 1U : 0U;
     result.opacity = isBlank ? VBI_TRANSPARENT_SPACE : VBI_OPAQUE;
-    result.foreground = isBlank ? kPictureColour : static_cast<std::uint8_t>(screen::basicIndex(cell.foreground));
-    result.background = isBlank ? kPictureColour : static_cast<std::uint8_t>(screen::basicIndex(cell.background));
+    const bool isOfService = system == screen::System::Cea708;
+    const auto colourOf = [&](screen::Color color, std::uint8_t ofService) {
+        return isBlank       ? kPictureColour
+               : isOfService ? ofService
+                             : static_cast<std::uint8_t>(screen::basicIndex(color));
+    };
+    result.foreground = colourOf(cell.foreground, kInkColour);
+    result.background = colourOf(cell.background, kPaperColour);
     result.size = cell.part == screen::CellPart::UpperHalf   ? VBI_DOUBLE_HEIGHT
                   : cell.part == screen::CellPart::LowerHalf ? VBI_DOUBLE_HEIGHT2
                                                              : VBI_NORMAL_SIZE;
@@ -136,11 +146,70 @@ Glyph glyphOf(vbi_page& page, std::size_t column, std::size_t row) {
     return isMissing ? teletextGlyph(page, column, row) : glyph;
 }
 
+/// Half of what is below where it is translucent, all of it where it is transparent.
+Pixel over(const Pixel& below, screen::Color color, screen::Opacity opacity) {
+    constexpr unsigned kPart = 85;
+    const screen::ColorParts parts = screen::partsOf(color);
+    const std::array<unsigned, 3> above{parts.red * kPart, parts.green * kPart, parts.blue * kPart};
+    Pixel pixel = below;
+    for (std::size_t index = 0; index < above.size() && opacity != screen::Opacity::Transparent; ++index) {
+        const bool isMixed = opacity == screen::Opacity::Translucent;
+        pixel[index] = static_cast<std::uint8_t>(isMixed ? (below[index] + above[index]) / 2 : above[index]);
+    }
+    return pixel;
+}
+
+/// Whether the edge of a letter stands at a pixel beside it.
+bool hasEdge(const Glyph& letter, screen::Edge edge, std::size_t place) {
+    const auto isInk = [&](std::ptrdiff_t right, std::ptrdiff_t down) {
+        const std::ptrdiff_t x = static_cast<std::ptrdiff_t>(place % kCaptionCellWidth) + right;
+        const std::ptrdiff_t y = static_cast<std::ptrdiff_t>(place / kCaptionCellWidth) + down;
+        return x >= 0 && x < static_cast<std::ptrdiff_t>(kCaptionCellWidth) && y >= 0 &&
+               y < static_cast<std::ptrdiff_t>(kCaptionCellHeight) &&
+               letter[static_cast<std::size_t>(y) * kCaptionCellWidth + static_cast<std::size_t>(x)] == kInk;
+    };
+    constexpr std::ptrdiff_t kShadow = 2;
+    switch (edge) {
+    case screen::Edge::Raised:
+        return isInk(1, 1);
+    case screen::Edge::Depressed:
+        return isInk(-1, -1);
+    case screen::Edge::Uniform:
+        return isInk(-1, -1) || isInk(0, -1) || isInk(1, -1) || isInk(-1, 0) || isInk(1, 0) || isInk(-1, 1) ||
+               isInk(0, 1) || isInk(1, 1);
+    case screen::Edge::LeftDropShadow:
+        return isInk(kShadow, -kShadow);
+    case screen::Edge::RightDropShadow:
+        return isInk(-kShadow, -kShadow);
+    default:
+        return false;
+    }
+}
+
+/// The letter of a caption service in its colours, over the picture.
+Glyph serviceGlyph(const Glyph& letter, const screen::Cell& cell) {
+    if (!cell.isVisible) {
+        return letter;
+    }
+    const Pixel paper = over(kPicture, cell.background, cell.backgroundOpacity);
+    const Pixel ink = over(paper, cell.foreground, cell.foregroundOpacity);
+    const Pixel edge = over(paper, cell.edgeColor, cell.foregroundOpacity);
+    Glyph glyph(letter.size(), paper);
+    for (std::size_t place = 0; place < letter.size(); ++place) {
+        const bool isEdge = letter[place] != kInk && hasEdge(letter, cell.edge, place);
+        glyph[place] = letter[place] == kInk ? ink : isEdge ? edge : paper;
+    }
+    return glyph;
+}
+
 Image captionImage(const screen::Screen& screen, vbi_page& page) {
     Image image(screen.columns * kCaptionCellWidth, screen.rows() * kCaptionCellHeight, kPicture);
     for (std::size_t row = 0; row < screen.rows(); ++row) {
         for (std::size_t column = 0; column < screen.columns; ++column) {
-            const Glyph glyph = glyphOf(page, column, row);
+            const Glyph letter = glyphOf(page, column, row);
+            const Glyph glyph = screen.system == screen::System::Cea708
+                                    ? serviceGlyph(letter, screen.cells[row * screen.columns + column])
+                                    : letter;
             for (std::size_t y = 0; y < kCaptionCellHeight; ++y) {
                 std::copy_n(glyph.begin() + static_cast<std::ptrdiff_t>(y * kCaptionCellWidth), kCaptionCellWidth,
                             image.row(row * kCaptionCellHeight + y).begin() +
