@@ -1,4 +1,4 @@
-// Decodes the byte pairs of a caption channel.
+// Decodes the byte pairs of a caption channel. In brackets: paragraphs of 47 CFR 15.119, or clauses of CTA-608-E.
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/cea608/receiver.h>
 
@@ -59,6 +59,7 @@ void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
     }
 }
 
+/// Damage, and what is no control code [(i)(4), (j)].
 bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
     const bool isFirstSound = hasOddParity(first);
@@ -97,7 +98,8 @@ bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     return isFirstShown || isSecondShown;
 }
 
-/// Null, and codes without a meaning, show nothing; a byte of two zeros carries nothing even without its parity bit.
+/// Null, and codes without a meaning, show nothing; a byte of two zeros carries nothing even without its parity bit. One
+/// with wrong parity is a solid block [(g), (j)].
 bool Receiver::receiveText(std::uint8_t code, bool isSound) {
     if (!isSound) {
         code = kSolidBlock;
@@ -106,6 +108,8 @@ bool Receiver::receiveText(std::uint8_t code, bool isSound) {
     return character && put(*character);
 }
 
+/// The parity of the second byte decides [(i)(2)], the repetition counts for nothing [(i)(4)], and the code says which data
+/// channel follows [(i)(5)].
 bool Receiver::receiveControl(std::uint8_t first, std::uint8_t second) {
     const Pair pair{first, second};
     const auto code = static_cast<std::uint8_t>(second & 0x7FU);
@@ -131,6 +135,7 @@ bool Receiver::receiveControl(std::uint8_t first, std::uint8_t second) {
     return _isSelected && receiveCode(codeOf(first, second));
 }
 
+/// A code without a meaning is passed over [(i)(1), (j)]; a tab offset stops at column 32 [(e)(1)(ii), C.7, C.13].
 bool Receiver::receiveCode(const Code& code) {
     const bool isBehindPreamble = std::exchange(_isBehindPreamble, false);
     if (code.kind == CodeKind::Control) {
@@ -170,6 +175,8 @@ bool Receiver::receiveCode(const Code& code) {
     }
 }
 
+/// EDM and ENM erase their memory whatever is received, and change no mode [C.16]; a flash code takes a column [C.8]; what
+/// was an alarm is reserved [3.2.1].
 bool Receiver::receiveMiscellaneous(Control control) {
     switch (control) {
     case Control::Backspace:
@@ -200,7 +207,8 @@ bool Receiver::receiveMiscellaneous(Control control) {
     }
 }
 
-/// Codes that say what the letters behind them are for.
+/// Codes that say what the letters behind them are for: RCL and RDC change no memory [C.10], EOC exchanges both
+/// [(f)(2), C.11], TR erases text and begins at the top [7.4].
 bool Receiver::receiveMode(Control control) {
     _isText = control == Control::TextRestart || control == Control::ResumeTextDisplay;
     if (_isText || _channel.isText) {
@@ -235,7 +243,8 @@ void Receiver::start(Mode mode) {
     _isModeAssumed = false;
 }
 
-/// The first code of a roll-up caption erases what was there of another kind; later ones change the number of rows.
+/// The first code of a roll-up caption erases what was there of another kind [C.10], and begins in row 15 [(f)(1)(ii)];
+/// later ones change the number of rows [(f)(1)].
 bool Receiver::startRollUp(std::size_t rows) {
     const bool wasRollUp = _mode == Mode::RollUp;
     start(Mode::RollUp);
@@ -248,7 +257,7 @@ bool Receiver::startRollUp(std::size_t rows) {
         _style = {};
         return true;
     }
-    // The rows of a window that is too near to the upper edge move down together.
+    // The rows of a window that is too near to the upper edge move down together [C.4].
     moveWindow(_row);
     for (std::size_t row = 0; row + rows <= _row; ++row) {
         _displayed[row] = {};
@@ -256,6 +265,7 @@ bool Receiver::startRollUp(std::size_t rows) {
     return true;
 }
 
+/// The upper row goes, the others move up [(f)(1)(iii)].
 bool Receiver::rollUp() {
     const std::size_t top = _row + 1 - std::min(_rollUpRows, _row + 1);
     for (std::size_t row = top; row < _row; ++row) {
@@ -268,7 +278,7 @@ bool Receiver::rollUp() {
     return true;
 }
 
-/// To the next row of text; the last one moves up for it.
+/// To the next row of text; the last one moves up for it [7.4].
 bool Receiver::rollText() {
     const bool isLast = _row + 1 == kRows;
     if (isLast) {
@@ -283,7 +293,8 @@ bool Receiver::rollText() {
     return isLast;
 }
 
-/// Moves the rows of a roll-up caption, so that the lowest one stands in `row`.
+/// Moves the rows of a roll-up caption, so that the lowest one stands in `row` [(f)(1)(ii)], and no row above the first
+/// [C.4].
 void Receiver::moveWindow(std::size_t row) {
     row = std::max(row, _rollUpRows - 1);
     if (row == _row) {
@@ -297,6 +308,8 @@ void Receiver::moveWindow(std::size_t row) {
     _row = row;
 }
 
+/// Row, indent and style [(e)(1)(i), C.7]; of text the row does not count [7.4]. In a roll-up caption the window moves at
+/// once.
 bool Receiver::receivePreamble(const Code& code) {
     _style = {};
     _style.foreground = code.color;
@@ -317,7 +330,8 @@ bool Receiver::receivePreamble(const Code& code) {
     return false;
 }
 
-/// A mid-row code shows as a space; italics keep the colour.
+/// A mid-row code shows as a space [(h)(1)(i)]; a colour ends italics, italics keep the colour [(h)(1)(ii)], and both end
+/// flashing [(h)(1)(iii)].
 bool Receiver::receiveMidRow(const Code& code) {
     _style.isItalic = code.isItalic;
     if (!code.isItalic) {
@@ -328,7 +342,7 @@ bool Receiver::receiveMidRow(const Code& code) {
     return put(U' ');
 }
 
-/// A background code takes the place of the space that is sent before it for receivers that do not know it.
+/// A background code takes the place of the space that is sent before it for receivers that do not know it [6.2].
 bool Receiver::receiveBackground(const Code& code) {
     (void)backspace();
     _style.background = code.color;
@@ -336,22 +350,24 @@ bool Receiver::receiveBackground(const Code& code) {
     return put(U' ');
 }
 
-/// So does black.
+/// So does black, which ends italics and flashing [6.2].
 bool Receiver::receiveForeground(const Code& code) {
     (void)backspace();
     _style.foreground = code.color;
     _style.isItalic = false;
+    _style.isFlashing = false;
     _style.isUnderlined = code.isUnderlined;
     return put(U' ');
 }
 
-/// An extended character takes the place of the one that is sent before it for receivers that do not know it.
+/// An extended character takes the place of the one that is sent before it for receivers that do not know it [6.4.2].
 bool Receiver::receiveExtended(const CharacterCode& character) {
     (void)backspace();
     return put(characterOf(character.set, character.code).value_or(U' '));
 }
 
-/// Writes at the cursor; a transparent space shows the picture.
+/// Writes at the cursor, and in column 32 again and again [(f)(1)(v), (f)(2)(ii), (f)(3)(i), C.13]; a transparent space
+/// shows the picture.
 bool Receiver::put(char32_t character) {
     screen::Cell cell;
     if (character != kTransparentSpace) {
@@ -395,6 +411,7 @@ bool Receiver::erase(Memory& memory) {
     return &memory == &_displayed;
 }
 
+/// Not beyond column 1 [(f)(1)(vi)].
 bool Receiver::backspace() {
     if (_column == 0) {
         return false;
@@ -403,12 +420,14 @@ bool Receiver::backspace() {
     return writesDisplayed();
 }
 
+/// From the cursor on [(f)(1)(vii), (f)(2)(iii), (f)(3)(ii)].
 bool Receiver::deleteToEndOfRow() {
     Row& row = currentRow();
     std::fill(row.begin() + static_cast<std::ptrdiff_t>(std::min(_column, kColumns - 1)), row.end(), screen::Cell{});
     return writesDisplayed();
 }
 
+/// With a solid space on both sides of what is shown [C.8].
 screen::Screen Receiver::screen() const {
     constexpr std::size_t kMargin = 1;
     screen::Screen screen = screen::Screen::blank(screen::System::Cea608, kRows, kColumns + 2 * kMargin, 1);

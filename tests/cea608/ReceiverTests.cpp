@@ -111,6 +111,20 @@ TEST(MidRow, TakesASpaceAndChangesTheStyle) {
     EXPECT_TRUE(receiver.cell(15, 8).isFlashing);
 }
 
+// A colour, italics and black each end flashing (47 CFR 15.119 (h)(1)(iii); CTA-608-E, 6.2).
+TEST(MidRow, EndsFlashing) {
+    for (const auto& [first, second] :
+         {std::pair(0x11U, 0x28U), std::pair(0x11U, 0x2EU), std::pair(0x17U, 0x2EU), std::pair(0x17U, 0x2FU)}) {
+        FedReceiver receiver;
+        receiver.resumeLoading().control(0x14, 0x60).control(0x14, 0x28).text("a ").control(first, second).text("b");
+        receiver.endOfCaption();
+        const std::size_t column = first == 0x17 ? 3 : 4;
+        EXPECT_TRUE(receiver.cell(15, 1).isFlashing);
+        EXPECT_EQ(receiver.cell(15, column).character, U'b');
+        EXPECT_FALSE(receiver.cell(15, column).isFlashing) << first << " " << second;
+    }
+}
+
 TEST(Background, TakesThePlaceOfASpace) {
     FedReceiver receiver;
     // Blue (2 x 2), then black characters underlined (0x17 0x2F).

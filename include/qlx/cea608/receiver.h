@@ -1,4 +1,5 @@
-// A caption channel of line 21 as a receiver shows it (CTA-608-E; 47 CFR 15.119), decoded from its byte pairs.
+// A caption channel of line 21 as a receiver shows it (CTA-608-E; 47 CFR 15.119, which 47 CFR 79.101 has taken over with
+// its paragraphs), decoded from its byte pairs.
 //
 //     qlx::cea608::Receiver receiver(qlx::cea608::kCC1);
 //     if (receiver.receive(0x94, 0x2F)) {
@@ -22,19 +23,37 @@ struct ReceiverOptions {
     bool ignoresParity = false;  ///< Parity bits are not looked at: of a stream that has none.
 };
 
-/// The displayed and the non-displayed memory of one caption channel, or the box of its text (47 CFR 15.119).
+/// The displayed and the non-displayed memory of one caption channel, or the box of its text. Paragraphs are those of
+/// 47 CFR 15.119, clauses those of CTA-608-E.
 ///
+/// - 15 rows of 32 columns: (d). White, on black, without other attributes until a code says so: C.14.
 /// - A control code counts once when it comes twice in a row, also when the first byte of the second one has a parity
-///   error. A null pair between the two does not separate them: real streams have one there, in departure from the
-///   standard. Two null pairs do, and any other pair.
-/// - A pair whose control code has a parity error in its second byte is ignored; a printing character with one becomes a
-///   solid block.
-/// - A background code takes the place of the space in front of it. Where captures have one in the first column behind a
-///   preamble, and then 32 letters, it takes no column, with a finding.
+///   error: (i)(4). A null pair between the two does not separate them: real streams have one there, in departure from
+///   the standard. Two null pairs do, and any other pair.
+/// - A control code decides which data channel of the field the letters behind it are for: (i)(5).
+/// - A pair whose control code has a parity error in its second byte is ignored: (i)(2); a printing character with one
+///   becomes a solid block, and a code without a meaning is passed over: (j).
+/// - A preamble places the cursor, (e)(1)(i), a tab offset moves it by at most three columns, (e)(1)(ii), and never beyond
+///   column 32: C.7, C.13.
+/// - Roll-up: the cursor stays on the base row, (f)(1); a preamble moves the window to its row, (f)(1)(ii), and where the
+///   window is higher than that, its number of rows counts: C.4; CR moves the rows up, (f)(1)(iii). What another style has
+///   shown or loaded is erased: C.10.
+/// - Pop-on: letters go to the non-displayed memory, which EOC exchanges with the displayed one: (f)(2), C.11.
+/// - Paint-on: letters go to the displayed memory: (f)(3). RCL and RDC leave both memories as they are: C.10.
+/// - EDM and ENM erase their memory in any style, and while text is received; they change no mode: C.16.
+/// - What has no column any more takes the place of the last one, with a finding: (f)(1)(v), (f)(2)(ii), (f)(3)(i).
+///   A backspace goes one column back and erases it, in column 1 nothing: (f)(1)(vi); behind column 32 it erases that one,
+///   so that an extended character may stand there (C.13 erases column 31). DER erases from the cursor on: (f)(1)(vii),
+///   (f)(2)(iii), (f)(3)(ii).
+/// - A mid-row code takes a column as a space, (h)(1)(i); a colour ends italics, and italics keep the colour: (h)(1)(ii);
+///   both end flashing. A flash code takes a column as well.
+/// - An extended character takes the place of the letter in front of it: 6.4.2.
+/// - A background code, and black letters, take the place of the space in front of them: 6.2. Where captures have a
+///   background code in the first column behind a preamble, and then 32 letters, it takes no column, with a finding.
 /// - Text behind a preamble with which a stream begins is taken as a caption that is being loaded, with a finding.
-/// - What has no column any more takes the place of the last one, with a finding.
-/// - Text (T1 to T4) begins at the top with TR, goes on with RTD, and rolls up in 15 rows. Of a preamble its indent and
-///   style count there.
+/// - Text (T1 to T4) begins at the top with TR, goes on with RTD, and rolls up in 15 rows; of a preamble its indent and
+///   style count there: 7.4.
+/// - A solid space stands on both sides of what is shown: C.8.
 /// - Extended data services are passed over: XdsReader takes them.
 class Receiver {
 public:
