@@ -178,14 +178,24 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
             return true;
         }
     }
-    if (!lane.shown || lane.shown->end > slot || !isErased(sender, channel, slot)) {
+    if (!lane.shown || eraseTime(lane) > slot || !isErased(sender, channel, slot)) {
         return false;
     }
     control(Control::EraseDisplayedMemory);
     end(field, lane, slot, findings);
-    lane.notBefore = lane.shown->end + codeLength();
     lane.shown.reset();
     return true;
+}
+
+/// The slot of the EDM of what is shown. In front of a caption that is painted at once it is over as that one begins.
+std::uint64_t Writer::eraseTime(const Lane& lane) const noexcept {
+    const std::uint64_t time = lane.shown->end;
+    const bool isPaintedNext =
+        !lane.cues.empty() && lane.cues.front().style == CaptionStyle::PaintOn && !lane.cues.front().isBegun;
+    if (!isPaintedNext || lane.cues.front().start >= time + codeLength()) {
+        return time;
+    }
+    return std::max<std::uint64_t>(lane.cues.front().start, codeLength()) - codeLength();
 }
 
 /// Whether what is shown needs an EDM at its end. It needs none when what comes next takes its place within the time of
@@ -240,13 +250,12 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
     // Pairs that would come too late, below 0 those to spare.
     const std::int64_t missing =
         isPopOn ? number(begin + cue.pairs + dueCodes(sender, slot, cue.start)) - number(cue.start) : 0;
-    // Beside another one like it a code that is sent once could be taken for its repetition.
+    // Receivers take every other one of equal codes that stand side by side for a repetition, so the last one of them may
+    // be sent once; what is due ends them as well.
     const Pair code = lane.pairs[count - 1].pair;
-    const bool isBehindEqual = lane.pairs[0].pair == code && !isResumed && sender.last == code;
-    const bool isBesideEqual = isBehindEqual || (count < cue.pairs && lane.pairs[count].pair == code);
-    const bool isOnceEnough =
-        isPopOn && _options.doublesCodes && count > 1 && lane.pairs[count - 2].pair == code && !isBesideEqual;
     const bool crosses = begin + count > due;
+    const bool isLastOfEquals = crosses || count == cue.pairs || lane.pairs[count].pair != code;
+    const bool isOnceEnough = isPopOn && count > 1 && lane.pairs[count - 2].pair == code && isLastOfEquals;
     const bool isLateUnlessFilled = missing <= 0 && missing + number(due - slot) > 0;
     const bool isSentOnce =
         isOnceEnough && (crosses ? begin + count - 1 == due && isLateUnlessFilled : cue.unused > 0 && missing > 0);
@@ -273,7 +282,7 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         // The rows of a roll-up caption move up for the next one, whenever that comes.
         const bool movesUp = lane.shown && lane.shown->style == CaptionStyle::RollUp;
         end(field, lane, slot, movesUp ? nullptr : findings);
-        start(field, cue, std::max(cue.start, lane.notBefore), slot, findings);
+        start(field, cue, cue.start, slot, findings);
         lane.shown = cue;
     }
     cue.isBegun = true;
@@ -319,7 +328,7 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
         if (lane.shown && !isBeingWritten) {
-            keep(isPopOn ? std::max(lane.shown->end, lane.shown->ownEnd) : lane.shown->end);
+            keep(isPopOn ? std::max(lane.shown->end, lane.shown->ownEnd) : eraseTime(lane));
         }
         if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {
             keep(cue->start);
@@ -334,8 +343,8 @@ std::uint64_t Writer::dueCodes(const Field& field, std::uint64_t slot, std::uint
     const auto count = [&](std::uint64_t time) { slots += time > slot && time < end ? codeLength() : 0; };
     for (const Lane& lane : std::span(field.lanes).first(kCaptionLanes)) {
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
-        if (lane.shown && (cue == nullptr || cue->start >= lane.shown->end + codeLength())) {
-            count(lane.shown->end);
+        if (lane.shown && (cue == nullptr || cue->start >= eraseTime(lane) + codeLength())) {
+            count(eraseTime(lane));
         }
         if (cue != nullptr && cue->style == CaptionStyle::PopOn && cue->pairs == 0) {
             count(cue->start);

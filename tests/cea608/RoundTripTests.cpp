@@ -177,7 +177,7 @@ struct Change {
 /// What a receiver shows of captions of one channel, of which the writer never
 /// knows more than two.
 std::vector<Change> received(const std::vector<Caption>& captions, FrameRate rate, bool doublesCodes,
-                             qlx::Findings& findings) {
+                             qlx::Findings& findings, std::size_t* pairsSent = nullptr) {
     const Channel channel = captions.front().channel;
     Writer writer(rate, {.doublesCodes = doublesCodes});
     Receiver receiver(channel);
@@ -190,6 +190,9 @@ std::vector<Change> received(const std::vector<Caption>& captions, FrameRate rat
         const std::uint64_t frame = writer.frame();
         const FramePairs pairs = writer.next(&findings);
         const auto& pair = channel.field == 1 ? pairs.field1 : pairs.field2;
+        if (pairsSent != nullptr && pair && *pair != kNullPair) {
+            ++*pairsSent;
+        }
         if (pair && receiver.receive(pair->first, pair->second)) {
             changes.push_back({frame, receiver.screen()});
         }
@@ -242,30 +245,75 @@ void expectSame(const std::vector<Change>& expected, const std::vector<Change>& 
     EXPECT_EQ(shown.size(), expected.size());
 }
 
-/// Captions that fit: the pairs behind the EOC of the one before hold them.
-std::vector<Caption> fittingCaptions(Random& random, Channel channel, const FieldFrames& frames, bool doublesCodes,
-                                     std::size_t count) {
-    const std::uint64_t code = doublesCodes ? 2 : 1;
+/// What is sent for captions, by the rules of the slots.
+struct Fitting {
     std::vector<Caption> captions;
+    std::size_t pairs = 0;  ///< All that are no nulls.
+};
+
+/// What EDM behind `front` pairs of a load does to it.
+struct Parted {
+    std::size_t unused = 0;      ///< Pairs in front of EDM that no group of pairs which belong together ends at.
+    bool isRepetition = false;   ///< The group is a code and its repetition.
+    bool isFilled = false;       ///< The group without its last pair fills them.
+    bool hasRepetition = false;  ///< It, or what is behind it, has a code that is sent twice.
+};
+
+Parted partedBy(const std::vector<CodePair>& pairs, std::size_t front) {
+    Parted parted;
+    for (std::size_t begin = 0; begin < pairs.size();) {
+        std::size_t end = begin + 1;
+        while (end < pairs.size() && pairs[end].isJoined) {
+            ++end;
+        }
+        const bool isDoubled = end - begin > 1 && pairs[end - 1].pair == pairs[end - 2].pair;
+        if (begin < front && end > front) {
+            parted.unused = front - begin;
+            parted.isRepetition = isDoubled;
+            parted.isFilled = isDoubled && end - begin == parted.unused + 1;
+        }
+        parted.hasRepetition = parted.hasRepetition || (end > front && isDoubled);
+        begin = end;
+    }
+    return parted;
+}
+
+/// Captions that fit: the pairs behind the EOC of the one before hold the load, and EDM, which may be anywhere among them.
+Fitting fittingCaptions(Random& random, Channel channel, const FieldFrames& frames, bool doublesCodes,
+                        std::size_t count) {
+    const std::size_t code = doublesCodes ? 2 : 1;
+    Fitting fitting;
     std::vector<CodePair> pairs;
     std::uint64_t free = frames.field - 1;
-    while (captions.size() < count) {
+    // A frame from which on the pair is the next one.
+    const auto frameOf = [&](std::size_t pair) { return free + pair * frames.step() - below(random, frames.step()); };
+    while (fitting.captions.size() < count) {
+        std::vector<Caption>& captions = fitting.captions;
         Caption caption{.channel = channel, .rows = fittingRows(random)};
         pairs.clear();
         encodeCaption(caption, {.doublesCodes = doublesCodes}, pairs);
-        const bool isBehindGap = !captions.empty() && isTrue(random, 50);
-        // Where codes are sent once, two pairs that belong together may leave the one in front of EDM unused.
-        const std::uint64_t needed = pairs.size() + (isBehindGap ? code + (doublesCodes ? 0 : 1) : 0);
-        caption.start = free + needed * frames.step() + below(random, 2) * below(random, 30);
-        if (!captions.empty()) {
-            const std::uint64_t gap = code * frames.step() + below(random, 4);
-            captions.back().end = isBehindGap ? caption.start - gap : caption.start;
+        const bool isBehindGap = !captions.empty() && isTrue(random, 70);
+        std::size_t spare = isTrue(random, 50) ? 0 : below(random, 15);
+        fitting.pairs += pairs.size() + code;
+        if (isBehindGap) {
+            const std::size_t front = below(random, pairs.size() + spare + 1);
+            const Parted parted = partedBy(pairs, front);
+            captions.back().end = frameOf(front);
+            // What no order of the pairs can give: where codes are sent once, a character and its stand-in are not parted.
+            const bool isImpossible = spare < parted.unused && !parted.hasRepetition;
+            spare = isImpossible ? parted.unused : spare;
+            fitting.pairs += code - (spare < parted.unused ? 1 : 0);
+        }
+        caption.start = std::max<std::uint64_t>(frameOf(pairs.size() + (isBehindGap ? code : 0) + spare), 1);
+        if (!captions.empty() && !isBehindGap) {
+            captions.back().end = caption.start;
         }
         caption.end = caption.start + 100;
         free = frames.atOrAfter(caption.start) + code * frames.step();
         captions.push_back(std::move(caption));
     }
-    return captions;
+    fitting.pairs += code;
+    return fitting;
 }
 
 /// Captions of a set at one of the eight rates: 10,000 in all.
@@ -280,11 +328,14 @@ TEST_P(RoundTrip, GivesBackWhatFits) {
     const Channel channel = kChannels[index % 4];
     const FieldFrames frames{qlx::kFrameRates[index], channel.field};
     const bool doublesCodes = index % 3 != 0;
-    const auto captions = fittingCaptions(random, channel, frames, doublesCodes, kCaptionsOfRate);
+    const Fitting fitting = fittingCaptions(random, channel, frames, doublesCodes, kCaptionsOfRate);
     qlx::Findings findings;
-    const auto changes = received(captions, frames.rate, doublesCodes, findings);
+    std::size_t pairs = 0;
+    const auto changes = received(fitting.captions, frames.rate, doublesCodes, findings, &pairs);
     EXPECT_TRUE(findings.empty()) << findings[0].offset << ": " << findings[0].text();
-    expectSame(expectedChanges(captions, frames, findings), changes);
+    expectSame(expectedChanges(fitting.captions, frames, findings), changes);
+    // No code is sent once but for what EDM leaves unused.
+    EXPECT_EQ(pairs, fitting.pairs);
 }
 
 TEST_P(RoundTrip, ExplainsWhatDoesNotFit) {

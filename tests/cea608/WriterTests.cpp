@@ -174,19 +174,61 @@ TEST(PopOnCaptions, AreOnTimeWhenTheyFitToThePair) {
         "142f 142f 1420 1420 142e 142e 1460 1460 4f00 1332 1332 624f 1332 142c 142c\n36: 142f 142f\n80: 142c 142c");
 }
 
-TEST(Captions, SendNoCodeOnceBesideItsLike) {
-    // EDM at 29 leaves a pair in front of it unused, which a doubled note cannot take. A receiver would take the single one
-    // and its neighbour for one. The letter behind the notes is sent once in its place, where there is one.
-    const auto sentFor = [](std::u32string_view text, std::uint64_t start) {
-        return sentOf({captionOf(20, 29, U"Hi"), captionOf(start, 80, text)}, 1, FrameRate::Fps24, true);
+// RCL, ENM and the preamble, twice each, then a letter: seven pairs, and EDM twice, are nine. With EDM behind the first
+// pair, no two that belong together fit in front of it: with all of them twice there must be ten, or EDM or EOC beside
+// its pair.
+TEST(PopOnCaptions, HaveAllCodesTwiceWhereTheTimesLetThem) {
+    const auto sentFor = [](std::uint64_t end, std::uint64_t start) {
+        const Sent result = sentOf({captionOf(20, end, U"Hi"), captionOf(start, 80, U"yo")}, 1, FrameRate::Fps24, true);
+        EXPECT_EQ(result.findings, Texts());
+        return result.pairs.substr(result.pairs.find("20: ") + 4);
     };
-    const std::string begin = "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 1137 1137 1137 1137 ";
-    const Sent spared = sentFor(U"\u266A\u266A\u00E0", 36);
-    EXPECT_EQ(spared.pairs.substr(spared.pairs.find("20: ") + 4), begin + "1138 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(spared.findings, Texts());
-    const Sent late = sentFor(U"\u266A\u266A", 34);
-    EXPECT_EQ(late.pairs.substr(late.pairs.find("20: ") + 4), begin + "142f 142f\n80: 142c 142c");
+    // The load has the pairs from 22 on.
+    EXPECT_EQ(sentFor(22, 31), "142f 142f 142c 142c 1420 1420 142e 142e 1460 1460 796f 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(sentFor(23, 31), "142f 142f 1420 142c 142c 142e 142e 1460 1460 796f\n31: 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(sentFor(23, 32), "142f 142f\n23: 142c 142c 1420 1420 142e 142e 1460 1460 796f 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(sentFor(24, 31), "142f 142f 1420 1420 142c 142c 142e 142e 1460 1460 796f 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(sentFor(29, 31), "142f 142f 1420 1420 142e 142e 1460 1460 796f 142c 142c 142f 142f\n80: 142c 142c");
+}
+
+// RCL, ENM, preamble, stand-in and its character, once each, are five pairs, and EDM is one: six. With EDM behind the
+// fourth nothing can stand in its place.
+TEST(PopOnCaptions, AreAPairLateWhereEdmWouldPartAStandInFromItsCharacter) {
+    const auto sentFor = [](std::u32string_view text, std::uint64_t end, std::uint64_t start) {
+        Sent result = sentOf({captionOf(20, end, U"Hi"), captionOf(start, 80, text)});
+        result.pairs = result.pairs.substr(result.pairs.find("20: ") + 4);
+        return result;
+    };
+    for (const std::uint64_t end : {21U, 22U, 23U, 24U, 26U}) {
+        EXPECT_EQ(sentFor(U"\u00C0", end, 27).findings, Texts()) << end;
+    }
+    const Sent late = sentFor(U"\u00C0", 25, 27);
+    EXPECT_EQ(late.pairs, "142f 1420 142e 1460\n25: 142c 4100 1230 142f\n80: 142c");
     EXPECT_EQ(late.findings, Texts{"1: caption is shown 1 frame late, 1 pair short"});
+    EXPECT_EQ(sentFor(U"\u00C0", 25, 28).findings, Texts());
+    // Two notes are four pairs, of which EDM may take the place of one: it tells them apart as well.
+    for (const std::uint64_t end : {21U, 22U, 23U, 24U, 25U, 26U, 27U, 28U}) {
+        EXPECT_EQ(sentFor(U"\u266A\u266A", end, 29).findings, Texts()) << end;
+    }
+    EXPECT_EQ(sentFor(U"\u266A\u266A", 25, 29).pairs, "142f 1420 142e 1460 1137 142c 1137 1137\n29: 142f\n80: 142c");
+}
+
+// Of equal codes that stand side by side a receiver takes every other one for a repetition: notes are counted right as
+// long as only the last of them is sent once. EDM ends them as well.
+TEST(Captions, SendOnlyTheLastOfEqualCodesOnce) {
+    const auto sentFor = [](std::u32string_view text, std::uint64_t start) {
+        const Sent result = sentOf({captionOf(20, 29, U"Hi"), captionOf(start, 80, text)}, 1, FrameRate::Fps24, true);
+        EXPECT_EQ(result.findings, Texts());
+        return result.pairs.substr(result.pairs.find("20: ") + 4);
+    };
+    const std::string begin = "142f 142f 1420 1420 142e 142e 1460 1460 ";
+    EXPECT_EQ(sentFor(U"\u266A\u266A", 34), begin + "1137 142c 142c 1137 1137\n34: 142f 142f\n80: 142c 142c");
+    EXPECT_EQ(sentFor(U"\u266A\u266A\u00E0", 36),
+              begin + "1137 142c 142c 1137 1137 1138 1138\n36: 142f 142f\n80: 142c 142c");
+    // A pair of letters in front of the notes, and a stand-in that cannot be filled in: the last note is sent once.
+    EXPECT_EQ(sentFor(U"\u00C0\u266A\u266A", 37),
+              "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 4100 1230 1137 1137 1137 1137 142f 142f\n"
+              "80: 142c 142c");
 }
 
 TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
@@ -199,7 +241,7 @@ TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
     EXPECT_TRUE(writer.add(captionOf(40, 80, U"\u00C0\u00C8\u00C2"), &findings));
     const std::string before = sent(writer, 1, 30, findings);
     EXPECT_EQ(before.substr(before.find("20: ")), "20: 142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c");
-    EXPECT_TRUE(writer.add(captionOf(33, 100, U"z", kCC2, PaintOn), &findings));
+    EXPECT_TRUE(writer.add(captionOf(35, 100, U"z", kCC2, PaintOn), &findings));
     EXPECT_EQ(sent(writer, 1, 44, findings),
               "30: 142c 4100 1230 1c2c 1c2c 1420 1420 4500 1233 4100 1231 1231 142f 142f");
     ASSERT_EQ(findings.size(), 2U);
@@ -275,8 +317,23 @@ TEST(PaintOnCaptions, AreErasedAtTheirEnd) {
         return captionOf(start, end, text, kCC2, PaintOn);
     };
     const Sent result = sentOf({paintOn(10, 20, U"Hi"), paintOn(20, 30, U"yo")});
-    EXPECT_EQ(result.pairs, "10: 1c29 1c60 4869\n20: 1c2c 1c29 1c60 796f\n30: 1c2c");
+    EXPECT_EQ(result.pairs, "10: 1c29 1c60 4869\n19: 1c2c 1c29 1c60 796f\n30: 1c2c");
     EXPECT_EQ(result.findings, Texts());
+    // RDC is on the start's slot, whatever is erased in front of it; a gap that holds EDM has it at the end.
+    const auto behind = [&](CaptionStyle style, std::uint64_t end, FrameRate rate) {
+        Caption first = paintOn(20, end, U"Hi");
+        first.style = style;
+        const Sent both = sentOf({first, paintOn(80, 200, U"yo")}, 1, rate, true);
+        EXPECT_EQ(both.findings, Texts());
+        return both.pairs.substr(both.pairs.rfind("4869") + 4);
+    };
+    const std::string yo = "1c29 1c29 1c60 1c60 796f\n200: 1c2c 1c2c";
+    EXPECT_EQ(behind(PaintOn, 80, FrameRate::Fps2997), "\n78: 1c2c 1c2c " + yo);
+    EXPECT_EQ(behind(PaintOn, 79, FrameRate::Fps2997), "\n78: 1c2c 1c2c " + yo);
+    EXPECT_EQ(behind(PaintOn, 78, FrameRate::Fps2997), "\n78: 1c2c 1c2c " + yo);
+    EXPECT_EQ(behind(PaintOn, 77, FrameRate::Fps2997), "\n77: 1c2c 1c2c\n80: " + yo);
+    EXPECT_EQ(behind(PaintOn, 80, FrameRate::Fps5994), "\n76: 1c2c 1c2c " + yo);
+    EXPECT_EQ(behind(PopOn, 80, FrameRate::Fps2997), "\n20: 1c2f 1c2f\n78: 1c2c 1c2c " + yo);
 }
 
 TEST(PaintOnCaptions, SayHowLateTheyAre) {
@@ -287,22 +344,22 @@ TEST(PaintOnCaptions, SayHowLateTheyAre) {
         }
         return text;
     };
-    // 20 pairs from frame 10 on, EDM at frame 30, RDC at 32: with an EDM at the end, frame 12, it would be at 14.
+    // 20 pairs from frame 10 on, EDM at frame 30, RDC at 32 in place of 12.
     Sent result =
         sentOf({captionOf(10, 12, std::u32string(32, U'a'), kCC1, PaintOn), captionOf(12, 80, U"yo", kCC1, PaintOn)}, 1,
                FrameRate::Fps2997, true);
     EXPECT_EQ(result.pairs,
               "10: 1429 1429 1460 1460" + pairsOfLetters(16) + " 142c 142c 1429 1429 1460 1460 796f\n80: 142c 142c");
     EXPECT_EQ(result.findings,
-              (Texts{"0: caption ends 18 frames late", "1: caption is shown 20 frames late, 18 pairs short"}));
-    // 20 pairs from frame 0 on, EOC at frame 20, EDM at 22, RDC at 24: it could be at 5.
+              (Texts{"0: caption ends 18 frames late", "1: caption is shown 20 frames late, 20 pairs short"}));
+    // 20 pairs from frame 0 on, EOC at frame 20, EDM at 22, RDC at 24 in place of 3.
     result = sentOf({captionOf(0, 3, std::u32string(28, U'a')), captionOf(3, 80, U"yo", kCC1, PaintOn)}, 1,
                     FrameRate::Fps2997, true);
     EXPECT_EQ(result.pairs, "0: 1420 1420 142e 142e 1460 1460" + pairsOfLetters(14) +
                                 " 142f 142f 142c 142c 1429 1429 1460 1460 796f\n80: 142c 142c");
     EXPECT_EQ(result.findings,
               (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption ends 19 frames late",
-                     "1: caption is shown 21 frames late, 19 pairs short"}));
+                     "1: caption is shown 21 frames late, 21 pairs short"}));
 }
 
 TEST(Captions, OfTwoChannelsShareAField) {

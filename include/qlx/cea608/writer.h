@@ -65,16 +65,22 @@ struct FramePairs {
 ///
 /// A pop-on caption is loaded while the one before it is shown, as soon as it has been added. It fits when the pairs of
 /// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
-/// a gap; then its EOC begins at the first pair of its field at or after its start. EDM has its time within the load,
-/// which it does not end, and pairs that belong together are not sent across it: where the pairs that this leaves unused
-/// would make the caption late, a code behind each of them is sent once, but none beside its like, which would be taken
-/// for its repetition (where all codes are sent once, a pair in front of EDM may stay unused and does not count). A
-/// caption that does not fit is shown as soon as it is loaded, with a finding. EDM stands at the end, and is left out when
-/// the next EOC follows at once, and where the next caption begins before that end: what is shown stays then until the
-/// other one takes its place, also when that is late. Roll-up and paint-on captions are written from their start on; a
-/// roll-up one is erased at its end only when the next begins much later.
-/// In front of a paint-on caption EDM is always sent: one that begins as the one before it ends, or a pair later,
-/// begins behind that EDM, so up to two pairs late (one where codes are sent once), without a finding for these.
+/// a gap; then its EOC begins at the first pair of its field at or after its start. A caption that does not fit is shown
+/// as soon as it is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at once, and
+/// where the next caption begins before that end: what is shown stays then until the other one takes its place, also when
+/// that is late.
+///
+/// EDM has its time within the load, which it does not end, and pairs that belong together are not sent across it. Where
+/// no group of them ends in front of it a pair stays unused that was counted: the order of the pairs is fixed, so a load
+/// that fits without a pair to spare can then have its EDM and its EOC on their pairs and all its codes twice only two at
+/// a time. The times are kept: one code is sent once, the one in front of EDM or one behind it, the last one where equal
+/// codes stand side by side. A stand-in and its extended character are two pairs also where codes are sent once: one
+/// that EDM would part stands behind it, the pair in front stays unused, and a load without a pair to spare is one pair
+/// late, with a finding.
+///
+/// Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the next
+/// begins much later. In front of a paint-on caption EDM is always sent; where that one begins as the one before it ends,
+/// or a pair later, EDM is over as it begins, as far as the one before it is written by then.
 ///
 /// What is due (EOC, EDM) goes first, then captions of the first channel of a field, of the second, then text in the same
 /// order, and in field 2 extended data; what goes on behind something else sends its mode code, a packet its continue
@@ -138,7 +144,6 @@ private:
         std::optional<Cue> shown;
         std::uint64_t lastStart = 0;  ///< Frame.
         std::uint64_t lastEnd = 0;    ///< The same.
-        std::uint64_t notBefore = 0;  ///< Behind the EDM, had it stood at its time.
         bool hasStarted = false;      ///< A caption was added.
     };
 
@@ -177,6 +182,7 @@ private:
     bool sendDue(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendXds(std::uint64_t slot);
+    [[nodiscard]] std::uint64_t eraseTime(const Lane& lane) const noexcept;
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept;
