@@ -149,7 +149,7 @@ private:
         const std::uint8_t number = field == cc::CcType::Field1 ? 1 : 2;
         std::array<bool, 2 * cea608::kChannels.size()> isChanged{};
         for (const cc::Triplet& pair : cc::fieldPairs(triplets, field)) {
-            const bool isLong = _gaps[number - 1U].isLongBefore(frame.number);
+            const bool isLong = _gaps[number - 1U].isLongBefore(frame);
             for (std::size_t index = 0; index < _channels.size(); ++index) {
                 cea608::Receiver& receiver = _channels[index].receiver;
                 if (receiver.channel().field != number) {

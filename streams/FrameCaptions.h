@@ -46,20 +46,28 @@ private:
     std::uint32_t _line;
 };
 
-/// Whether slots without a pair stood between two pairs of a field.
+/// Whether slots without a pair stood between two pairs of a field; one does not count, as a null pair there.
 class FieldGap {
 public:
-    /// Called with the frame of each pair.
-    [[nodiscard]] bool isLongBefore(std::uint64_t frame) noexcept {
-        // At 50 and 60 frames a second a field has a pair in every other frame.
+    /// Called with the frame of each pair. Where its time and that of the one before tell 50 frames a second or more, a
+    /// field has a slot in every other frame; without times it has one in every frame.
+    [[nodiscard]] bool isLongBefore(const Frame& frame) noexcept {
+        const std::uint64_t frames = _last && frame.number > *_last ? frame.number - *_last : 0;
+        const bool isAlternating =
+            frames > 0 && frame.pts && _time &&
+            secondsFrom(*frame.pts) - secondsFrom(*_time) < static_cast<double>(frames) / kLeastOfAlternating;
+        const bool isBack = _last && frame.number < *_last;
+        _last = frame.number;
+        _time = frame.pts;
         constexpr std::uint64_t kLongestStep = 2;
-        const bool isLong = _last && frame - *_last > kLongestStep;
-        _last = frame;
-        return isLong;
+        return isBack || (isAlternating ? frames / 2 : frames) > kLongestStep;
     }
 
 private:
+    static constexpr double kLeastOfAlternating = 40.0;  ///< Frames a second, between 30 and 50.
+
     std::optional<std::uint64_t> _last;
+    std::optional<MediaTime> _time;
 };
 
 /// The time between frames in steps of a sixtieth of a second.

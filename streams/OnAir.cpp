@@ -69,7 +69,7 @@ public:
         const cc::CcType field = _screen.channel().field == 1 ? cc::CcType::Field1 : cc::CcType::Field2;
         bool isChanged = false;
         for (const cc::Triplet& pair : cc::fieldPairs(captions.triplets(), field)) {
-            if (_gap.isLongBefore(frame.number)) {
+            if (_gap.isLongBefore(frame)) {
                 _screen.expectNoRepetition();
             }
             isChanged = _screen.receive(pair.first, pair.second, findings, captions.line()) || isChanged;

@@ -95,6 +95,37 @@ TEST(OnAir, TakesACodeOfALaterFrameForAnotherOne) {
     EXPECT_EQ(shownAfter(3), Lines{});
 }
 
+TEST(OnAir, CountsTheSlotsOfAFieldBetweenFramesThatAreLeftOut) {
+    // A field has a slot in every frame up to 30 a second, in every other one from 50 on: one empty slot does not make the
+    // second CR another one, two do.
+    const auto shownAfter = [](std::uint64_t frames, std::int32_t rate) {
+        const auto onAir = qlx::streams::captionsOnAir(qlx::cea608::kCC1);
+        std::uint64_t number = 0;
+        const auto send = [&](const char* triplet) {
+            Frame frame = withTriplets(number, triplet);
+            frame.pts = qlx::MediaTime::make(static_cast<std::int64_t>(number), rate);
+            (void)onAir->receive(frame);
+        };
+        for (const char* const triplet : {"fc9425", "fcc1c2", "fc94ad"}) {
+            send(triplet);
+            number += 2;
+        }
+        number += frames - 2;
+        send("fc94ad");
+        return shownBy(*onAir);
+    };
+    for (const std::int32_t rate : {24, 25, 30}) {
+        EXPECT_EQ(shownAfter(1, rate), Lines{"  14   AB"}) << rate;
+        EXPECT_EQ(shownAfter(2, rate), Lines{"  14   AB"}) << rate;
+        EXPECT_EQ(shownAfter(3, rate), Lines{}) << rate;
+    }
+    for (const std::int32_t rate : {50, 60}) {
+        EXPECT_EQ(shownAfter(2, rate), Lines{"  14   AB"}) << rate;
+        EXPECT_EQ(shownAfter(4, rate), Lines{"  14   AB"}) << rate;
+        EXPECT_EQ(shownAfter(6, rate), Lines{}) << rate;
+    }
+}
+
 TEST(OnAir, ShowsATeletextPageAndKnowsTheOthers) {
     const auto onAir = qlx::streams::teletextOnAir(0x888);
     EXPECT_EQ(onAir->kind(), OnAirKind::TeletextPage);
