@@ -47,4 +47,24 @@ Data captionTriplets(const Frame& frame, FindingSink* findings) {
     return bytes.empty() ? frame.triplets : Data(bytes);
 }
 
+void CdpCounters::receive(const Frame& frame, FindingSink* findings) {
+    for (const anc::Packet& packet : frame.packets) {
+        if (packet.id() != anc::ids::kCdp) {
+            continue;
+        }
+        const Result<cc::Cdp> cdp = cc::parseCdp(packet.userData);
+        if (!cdp) {
+            continue;
+        }
+        Stream& stream = _streams[{packet.line, packet.channel}];
+        const std::uint16_t counter = cdp->sequenceCounter();
+        const std::uint64_t leftOut = frame.number > stream.frame ? frame.number - stream.frame - 1 : 0;
+        if (stream.check.expected() && static_cast<std::uint16_t>(*stream.check.expected() + leftOut) == counter) {
+            stream.check.expect(counter);
+        }
+        (void)stream.check.receive(counter, findings, packet.line);
+        stream.frame = frame.number;
+    }
+}
+
 }  // namespace qlx::streams

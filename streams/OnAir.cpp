@@ -6,6 +6,7 @@
 #include <qlx/anc/packet.h>
 #include <qlx/cc/triplet.h>
 #include <qlx/cea708/packet.h>
+#include <qlx/streams/captions.h>
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/sdp.h>
 
@@ -66,6 +67,7 @@ public:
 
     bool receive(const Frame& frame, FindingSink* findings) override {
         const detail::FrameCaptions captions(frame, findings);
+        _counters.receive(frame, findings);
         const cc::CcType field = _screen.channel().field == 1 ? cc::CcType::Field1 : cc::CcType::Field2;
         bool isChanged = false;
         for (const cc::Triplet& pair : cc::fieldPairs(captions.triplets(), field)) {
@@ -85,6 +87,7 @@ public:
 
 private:
     cea608::Receiver _screen;
+    CdpCounters _counters;
     detail::FieldGap _gap;
     bool _isCarried = false;
 };
@@ -97,6 +100,7 @@ public:
 
     bool receive(const Frame& frame, FindingSink* findings) override {
         const detail::FrameCaptions captions(frame, findings);
+        _counters.receive(frame, findings);
         bool isChanged = false;
         for (std::uint64_t left = _clock.ticksBefore(frame); left > 0 && _receiver.isDelayed(); --left) {
             isChanged = _receiver.nextFrame(detail::DelayClock::kTick, findings, captions.line()) || isChanged;
@@ -131,6 +135,7 @@ public:
 private:
     cea708::PacketReader _packets;
     cea708::Receiver _receiver;
+    CdpCounters _counters;
     detail::DelayClock _clock;
     std::array<bool, cea708::kGreatestService + std::size_t{1}> _isThere{};
 };

@@ -61,6 +61,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {CdpCountWrong, "{1} triplets announced, {2} are there"},
     {CdpCounterUnlikeFooter, "counter {1}, but {2} in the footer"},
     {CdpCounterJumped, "counter {1} where {2} was expected"},
+    {CdpCounterStandsStill, "counter {1} once more where {2} was expected (told once)"},
     {CdpSectionCut, "section {1x} is cut: {2} bytes are there"},
     {CdpSectionOutOfOrder, "section {1x} behind section {2x}"},
     {CdpSectionRepeated, "section {1x} once more, {2} bytes"},

@@ -72,7 +72,7 @@ void CdpReader::readHeader() {
     _cdp._rateByte = _bytes[kRateOffset];
     checkReserved(kRateOffset, _bytes[kRateOffset] | kRateReserved);
     if (!_cdp.frameRate()) {
-        add(FindingCode::CdpFrameRateUnknown, Severity::Remark, kRateOffset, _cdp.frameRateCode());
+        add(FindingCode::CdpFrameRateUnknown, Severity::Warning, kRateOffset, _cdp.frameRateCode());
     }
     const std::uint8_t flags = _bytes[kFlagsOffset];
     const std::uint8_t right = flagsOfSections();

@@ -147,9 +147,12 @@ Result<Data> writeCdp(const Cdp& cdp) {
 
 bool CounterCheck::receive(std::uint16_t counter, FindingSink* findings, std::uint64_t offset) {
     const bool isExpected = !_expected || *_expected == counter;
-    if (!isExpected && findings != nullptr) {
-        findings->add({FindingCode::CdpCounterJumped, Severity::Warning, offset, counter, *_expected});
+    const bool standsStill = !isExpected && static_cast<std::uint16_t>(counter + 1) == *_expected;
+    const FindingCode code = standsStill ? FindingCode::CdpCounterStandsStill : FindingCode::CdpCounterJumped;
+    if (!isExpected && findings != nullptr && !(standsStill && _hasStoodStill)) {
+        findings->add({code, Severity::Warning, offset, counter, *_expected});
     }
+    _hasStoodStill = _hasStoodStill || standsStill;
     _expected = static_cast<std::uint16_t>(counter + 1);
     return isExpected;
 }

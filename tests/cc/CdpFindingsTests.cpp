@@ -1,6 +1,8 @@
 // Every finding of a packet, provoked once and compared wholly; the packet is used as far as it can be.
 #include "CdpBytes.h"
 
+#include <array>
+
 namespace {
 
 using namespace qlxtest;
@@ -68,12 +70,12 @@ TEST(CdpFindings, NameAWrongChecksum) {
     EXPECT_EQ(written(*result.cdp), packetOf(kTenTriplets));
 }
 
-TEST(CdpFindings, RemarkAnUnknownFrameRate) {
+TEST(CdpFindings, NameAnUnknownFrameRate) {
     for (const unsigned code : {0U, 9U, 15U}) {
         const Bytes bytes = packetOf(kTenTriplets, {.rateByte = code << 4U | 0x0FU});
         const Read result = read(bytes);
         ASSERT_TRUE(result.cdp);
-        EXPECT_EQ(result.findings, (FindingList{{FindingCode::CdpFrameRateUnknown, kRemark, 3, code, 0}}));
+        EXPECT_EQ(result.findings, (FindingList{{FindingCode::CdpFrameRateUnknown, kWarning, 3, code, 0}}));
         EXPECT_EQ(result.cdp->frameRate(), std::nullopt);
         EXPECT_EQ(written(*result.cdp), bytes);
     }
@@ -292,13 +294,31 @@ TEST(CdpFindings, OfCountersNameAJump) {
     EXPECT_TRUE(counters.receive(0, &findings));
     EXPECT_TRUE(findings.empty());
     EXPECT_FALSE(counters.receive(5, &findings, 77));
-    EXPECT_FALSE(counters.receive(5));
     EXPECT_TRUE(counters.receive(6, &findings));
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0], (Finding{FindingCode::CdpCounterJumped, kWarning, 77, 5, 1}));
     counters.reset();
     EXPECT_TRUE(counters.receive(1000));
     EXPECT_EQ(counters.expected(), 1001);
+}
+
+TEST(CdpFindings, OfCountersNameOnceThatTheyStandStill) {
+    qlx::cc::CounterCheck counters;
+    FindingList told;
+    for (const std::uint16_t counter : std::array<std::uint16_t, 8>{7, 7, 7, 8, 8, 65535, 65535, 0}) {
+        qlx::Findings findings;
+        (void)counters.receive(counter, &findings, counter + 100U);
+        told.insert(told.end(), findings.begin(), findings.end());
+    }
+    EXPECT_EQ(told, (FindingList{{FindingCode::CdpCounterStandsStill, kWarning, 107, 7, 8},
+                                 {FindingCode::CdpCounterJumped, kWarning, 65635, 65535, 9}}));
+    qlx::Findings findings;
+    counters.reset();
+    EXPECT_TRUE(counters.receive(3, &findings));
+    EXPECT_FALSE(counters.receive(3, &findings));
+    EXPECT_EQ(findings.size(), 1U);
+    counters.expect(9);
+    EXPECT_TRUE(counters.receive(9, &findings));
 }
 
 }  // namespace

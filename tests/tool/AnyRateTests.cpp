@@ -320,7 +320,8 @@ TEST(AnyRate, KeepsCaptionsThatComeBehindTheirFrame) {
     }
     folder.write("a.jsonl", in);
     result = runRate(folder, "a.jsonl", "25", "25", "b.jsonl");
-    EXPECT_EQ(result.err, name + "frame 0, line 9: frame 0 behind frame 1, taken as part of it\n");
+    EXPECT_EQ(result.err, name + "frame 0, line 9: counter 0 where 2 was expected\n" + name +
+                              "frame 0, line 9: frame 0 behind frame 1, taken as part of it\n");
     EXPECT_EQ(carriedBy(folder.read("b.jsonl")).kinds[0], carriedBy(in).kinds[0]);
 }
 

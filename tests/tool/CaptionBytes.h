@@ -44,8 +44,8 @@ inline std::string cdpHex(unsigned rateCode, std::string_view triplets, unsigned
 }
 
 /// The CDP of a frame that carries a field 1 pair, of `count` triplets.
-inline std::string pairCdpHex(unsigned rateCode, int count, std::string_view pair) {
-    return cdpHex(rateCode, "fc" + std::string(pair) + "f98080" + repeated("fa0000", count - 2));
+inline std::string pairCdpHex(unsigned rateCode, int count, std::string_view pair, unsigned counter = 0) {
+    return cdpHex(rateCode, "fc" + std::string(pair) + "f98080" + repeated("fa0000", count - 2), counter);
 }
 
 /// The CDP of a frame that carries nothing.

@@ -143,7 +143,9 @@ std::string playedAndScanned(const std::string& name, const std::vector<std::str
     scanMore.insert(scanMore.begin(), {"scan", folder.path(name), "--json"});
     const ToolResult result = runTool(scanMore);
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
+    // The counter of the fixed operations stays at 0.
+    EXPECT_TRUE(result.err.ends_with(", line 9: counter 0 once more where 1 was expected (told once)\n")) << result.err;
+    EXPECT_EQ(qlxtest::linesOf(result.err).size(), 1U) << result.err;
     return result.out;
 }
 

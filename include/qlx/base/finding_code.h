@@ -96,6 +96,9 @@ enum class FindingCode : std::uint32_t {
     UserDataMarkerBitsMissing,  ///< No numbers.
     UserDataBytesBehind,        ///< Bytes behind the marker bits.
 
+    // cc, more of the counters of CDPs
+    CdpCounterStandsStill,  ///< Counter there, that expected; told once.
+
     // cea708 (CTA-708)
     Cea708DataOutsidePacket = 0x5'0001,  ///< Two bytes as a number, the first of those that stand together.
     Cea708PacketLost,                    ///< Sequence number there, that expected.

@@ -162,27 +162,33 @@ private:
 /// The packet as a buffer of its own. CdpTooLong for a packet of more than kGreatestCdpBytes.
 [[nodiscard]] QLX_EXPORT Result<Data> writeCdp(const Cdp& cdp);
 
-/// Follows the counters of the packets of a stream: each is one more than the one before, and 0 follows 65535.
+/// Follows the counters of the packets of a stream (SMPTE ST 334-2, cdp_hdr_sequence_cntr): each is one more than the one
+/// before, and 0 follows 65535. Deployed writers leave the counter at one value.
 ///
 ///     qlx::cc::CounterCheck counters;
 ///     for (const qlx::cc::Cdp& cdp : cdps) { counters.receive(cdp.sequenceCounter(), &findings); }
 class CounterCheck {
 public:
     /// Takes the counter of the next packet. A jump is given to `findings` (CdpCounterJumped, a Warning, at `offset`),
-    /// and the next counter is expected behind the new one. The first counter may be any. True unless it jumped.
+    /// and the next counter is expected behind the new one. The first one that is equal to the one before is given as
+    /// CdpCounterStandsStill, a Warning; more of them are not. The first counter may be any. True when it was expected.
     QLX_EXPORT bool receive(std::uint16_t counter, FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
     /// What the next counter should be; none before the first.
     [[nodiscard]] std::optional<std::uint16_t> expected() const noexcept { return _expected; }
 
-    /// Takes any counter next.
-    void reset() noexcept { _expected.reset(); }
+    /// Expects this one next: packets in front of it are known to be left out.
+    void expect(std::uint16_t counter) noexcept { _expected = counter; }
+
+    /// Takes any counter next; one that stands still is told anew.
+    void reset() noexcept { *this = CounterCheck(); }
 
     /// Whether all fields are equal.
     friend bool operator==(const CounterCheck&, const CounterCheck&) noexcept = default;
 
 private:
     std::optional<std::uint16_t> _expected;
+    bool _hasStoodStill = false;
 };
 
 }  // namespace qlx::cc

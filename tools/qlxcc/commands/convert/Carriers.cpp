@@ -324,6 +324,9 @@ private:
             _change.emplace(cc::RateOptions{.from = *_rate, .to = _to, .joinsSections = true});
             _changeBase = frame.number;
         }
+        if (_changesRate) {
+            _counters.receive(frame, &_notes);
+        }
         const Data captions = _changesRate ? streams::captionTriplets(frame, &_notes) : frame.triplets;
         const std::uint64_t fed = frame.number - _changeBase;
         // A Scenarist file has no frames between its pairs: they have captions as well, with nothing in them.
@@ -434,7 +437,8 @@ private:
     std::optional<FrameJoin> _join;                    ///< Of what has frames of one time.
     std::optional<streams::TeletextPackets> _packets;  ///< Of teletext that is in none.
     bool _makesPackets = false;                        ///< What is written has no place for captions beside packets.
-    bool _changesRate = false;                         ///< All captions go through _change.
+    streams::CdpCounters _counters;
+    bool _changesRate = false;  ///< All captions go through _change.
     std::optional<cc::RateChange> _change;
     std::uint64_t _changeBase = 0;       ///< The number of the first frame that it got.
     std::uint64_t _fed = 0;              ///< Frames that it got.

@@ -7,6 +7,7 @@
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
+#include "streams/CounterNotes.h"
 #include "streams/InputKind.h"
 #include "streams/OpenFrames.h"
 #include "streams/PacketNames.h"
@@ -63,7 +64,8 @@ public:
         : _options(options), _from(frameRateOf(options.from)), _to(frameRateOf(options.to)), _source(source),
           _reader(openFrames(source, options.source)), _writer(makeFrameWriter(output, options.frames)),
           _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
-          _packets(_from, _to), _leftOut(output.name()), _countsOfDay(options.source.kind == InputKind::Mcc) {}
+          _counters(source, output), _packets(_from, _to), _leftOut(output.name()),
+          _countsOfDay(options.source.kind == InputKind::Mcc) {}
 
     /// @return How many problems there were with what was used all the same.
     std::uint64_t run() {
@@ -82,6 +84,7 @@ public:
         }
         _progress.clear();
         _notes.finish();
+        _counters.finish();
         if (_remarks.hasMore()) {
             _remarks.sayHowManyMore();
         }
@@ -99,6 +102,7 @@ private:
             frame.number -= std::min(frame.number, *_first);
         }
         _notes.setPlace("frame " + std::to_string(frame.number));
+        _counters.take(frame);
         checkNumber(frame.number);
         _leftOut.addWrappings(frame);
         if (frame.pts && !_begin) {
@@ -279,6 +283,7 @@ private:
     RemarkNotes _remarks;
     Progress _progress;
     FindingNotes _notes;
+    CounterNotes _counters;
     anc::PacketRateChange _packets;
     LeftOut _leftOut;
     std::list<CaptionStream> _streams;

@@ -13,6 +13,7 @@
 #include "io/OutputFile.h"
 #include "io/Terminal.h"
 #include "io/Text.h"
+#include "streams/CounterNotes.h"
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
 
@@ -162,10 +163,12 @@ int scan(const ScanOptions& options) {
     std::unique_ptr<FrameInput> reader;
     std::uint64_t problems = 0;
     const auto hasFrames = std::make_shared<bool>(false);
+    const auto counters = std::make_shared<CounterNotes>(source, output);
     try {
         reader = openFrames(source, sourceOptions);
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {
             *hasFrames = true;
+            counters->take(frame);
             *withTeletext += frame.teletext.empty() ? 0 : 1;
             if (takesPackets && !frame.teletext.empty()) {
                 Frame whole = frame;
@@ -196,6 +199,7 @@ int scan(const ScanOptions& options) {
         output.commit();
         return problems > 0 ? kExitFailure : kExitSuccess;
     }
+    counters->finish();
     if (contents != nullptr) {
         contents->name(reader->teletextPages());
     }

@@ -109,20 +109,32 @@ Dictionary jsonOf(const Watched& watched) {
             {"rows", screenRows(watched.screen, watched.set)}};
 }
 
-/// Says what is wrong with packets of a frame that are decoded.
+/// Says what is wrong with packets of a frame that are decoded; once where several look at the same packet.
 class PlacedNotes final : public FindingSink {
 public:
     PlacedNotes(FindingNotes& notes, std::uint64_t frame) : _notes(notes), _frame(frame) {}
 
     void add(const Finding& finding) override {
+        if (std::find(_ofOthers.begin(), _ofOthers.end(), finding) != _ofOthers.end()) {
+            return;
+        }
+        _own.push_back(finding);
         // What came with the picture has no line.
         _notes.setPlace(finding.offset > 0 ? placeOf(_frame, finding.offset) : "frame " + std::to_string(_frame));
         _notes.add(finding);
     }
 
+    /// What comes from here on is found by another one.
+    void changeReader() {
+        _ofOthers.insert(_ofOthers.end(), _own.begin(), _own.end());
+        _own.clear();
+    }
+
 private:
     FindingNotes& _notes;
     std::uint64_t _frame;
+    std::vector<Finding> _ofOthers;
+    std::vector<Finding> _own;
 };
 
 /// Reads a file's frames and writes what they show.
@@ -221,8 +233,8 @@ private:
     void take(const Frame& frame) {
         _firstTime = _firstTime ? _firstTime : frame.pts;
         _timeBefore = std::exchange(_lastTime, frame.pts);
+        PlacedNotes notes(_notes, frame.number);
         if (_extendedData) {
-            PlacedNotes notes(_notes, frame.number);
             for (const ExtendedDatum& datum : _extendedData->receive(frame, &notes)) {
                 if (!_at) {
                     writeDatum(datum);
@@ -230,7 +242,7 @@ private:
             }
         }
         for (Watched& watched : _watched) {
-            PlacedNotes notes(_notes, frame.number);
+            notes.changeReader();
             if (!watched.onAir->receive(frame, &notes)) {
                 continue;
             }

@@ -10,6 +10,7 @@ namespace qlx::tool {
 std::vector<ExtendedDatum> ExtendedDataReader::receive(const Frame& frame, FindingSink* findings) {
     std::vector<ExtendedDatum> changes;
     const std::vector<cc::Triplet> triplets = readTriplets(streams::captionTriplets(frame, findings));
+    _counters.receive(frame, findings);
     for (const cc::Triplet& pair : cc::fieldPairs(triplets, cc::CcType::Field2)) {
         const auto packet = _reader.receive(pair.first, pair.second, findings);
         if (!packet) {

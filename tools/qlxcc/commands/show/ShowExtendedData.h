@@ -5,6 +5,7 @@
 
 #include <qlx/base/finding.h>
 #include <qlx/cea608/xds.h>
+#include <qlx/streams/captions.h>
 
 #include <cstdint>
 #include <map>
@@ -33,6 +34,7 @@ public:
 
 private:
     cea608::XdsReader _reader;
+    streams::CdpCounters _counters;
     std::map<std::pair<cea608::XdsClass, std::uint8_t>, ExtendedDatum> _last;
 };
 

@@ -1,0 +1,129 @@
+// The counters of caption packets, wherever these are read.
+#include "CaptionBytes.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using qlxtest::linesOf;
+using qlxtest::pairCdpHex;
+using qlxtest::runTool;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+using Texts = std::vector<std::string>;
+
+/// A line of a file of frames: the packets of lines.
+std::string frameLine(std::size_t frame, const std::vector<std::pair<int, std::string>>& packets) {
+    std::string text = R"({"frame":)" + std::to_string(frame) + R"(,"pts":{"value":)" + std::to_string(frame) +
+                       R"(,"timescale":25},"packets":[)";
+    for (const auto& [line, data] : packets) {
+        text += (text.ends_with('[') ? "" : ",") + std::string(R"({"line":)") + std::to_string(line) +
+                R"(,"did":97,"sdid":1,"data":")" + data + "\"}";
+    }
+    return text + "]}\n";
+}
+
+/// Every command that reads caption packets.
+std::vector<Texts> commandsOn(const std::string& file, const TemporaryFolder& folder) {
+    return {{"show", file, "--all"},
+            {"show", file, "--all", "--channel", "CC3"},
+            {"show", file, "--all", "--service", "2"},
+            {"show", file, "--all", "--channel", "CC1", "--service", "1"},
+            {"show", file, "--at", "3600", "--channel", "CC1"},
+            {"show", file, "--all", "--channel", "xds"},
+            {"convert", file, "-o", folder.path("out.srt"), "--channel", "CC1"},
+            {"convert", file, "-o", folder.path("out.vtt"), "--service", "1"},
+            {"rate", file, "--from-rate", "25", "--to-rate", "50", "-o", folder.path("out.klv")},
+            {"scan", file},
+            {"scan", file, "--json"},
+            {"scan", file, "--list"},
+            {"scan", file, "-o", folder.path("out.jsonl")}};
+}
+
+/// The lines about counters.
+Texts toldOfCounters(const std::string& text) {
+    Texts told;
+    for (const std::string& line : linesOf(text)) {
+        if (line.find(" counter ") != std::string::npos || line.find("\"counter ") != std::string::npos) {
+            told.push_back(line);
+        }
+    }
+    return told;
+}
+
+// The counter goes on at 65535, jumps twice, and stands still three times; that of another line goes on.
+TEST(CaptionCounters, AreFollowedByEveryCommand) {
+    const TemporaryFolder folder;
+    std::string text;
+    const std::vector<unsigned> counters{65535, 0, 5, 6, 6, 6, 7, 7, 3};
+    for (std::size_t frame = 0; frame < counters.size(); ++frame) {
+        text += frameLine(frame, {{9, pairCdpHex(3, 24, "8080", counters[frame])},
+                                  {10, pairCdpHex(3, 24, "8080", 100 + static_cast<unsigned>(frame))}});
+    }
+    const std::string file = folder.write("a.jsonl", text);
+    const std::string name = "qlxcc: warning: " + file + ": ";
+    const Texts expected{name + "frame 2, line 9: counter 5 where 1 was expected",
+                         name + "frame 4, line 9: counter 6 once more where 7 was expected (told once)",
+                         name + "frame 8, line 9: counter 3 where 8 was expected"};
+    for (const Texts& command : commandsOn(file, folder)) {
+        const ToolResult result = runTool(command);
+        EXPECT_EQ(toldOfCounters(result.err), expected) << command[0] << " " << command[2] << "\n" << result.err;
+    }
+}
+
+// Frames that a file leaves out take their packets with them.
+TEST(CaptionCounters, MayGoOnByTheFramesThatAreLeftOut) {
+    const TemporaryFolder folder;
+    std::string text;
+    for (const std::size_t frame : {0U, 1U, 9U, 10U, 30U}) {
+        text += frameLine(
+            frame, {{9, pairCdpHex(3, 24, "8080", 65530 + static_cast<unsigned>(frame) - (frame > 5 ? 65536U : 0U))}});
+    }
+    text += frameLine(40, {{9, pairCdpHex(3, 24, "8080", 36)}});
+    const std::string file = folder.write("a.jsonl", text);
+    for (const Texts& command : commandsOn(file, folder)) {
+        const ToolResult result = runTool(command);
+        EXPECT_EQ(toldOfCounters(result.err),
+                  Texts{"qlxcc: warning: " + file + ": frame 40, line 9: counter 36 where 25 was expected"})
+            << command[0] << "\n"
+            << result.err;
+    }
+}
+
+TEST(CaptionCounters, AreToldTenTimes) {
+    const TemporaryFolder folder;
+    std::string text;
+    for (unsigned frame = 0; frame < 15; ++frame) {
+        text += frameLine(frame, {{9, pairCdpHex(3, 24, "8080", 2 * frame)}});
+    }
+    const std::string file = folder.write("a.jsonl", text);
+    for (const Texts& command : commandsOn(file, folder)) {
+        const ToolResult result = runTool(command);
+        const Texts told = toldOfCounters(result.err);
+        ASSERT_EQ(told.size(), 11U) << command[0] << "\n" << result.err;
+        EXPECT_EQ(told[9], "qlxcc: warning: " + file + ": frame 10, line 9: counter 20 where 19 was expected");
+        EXPECT_TRUE(told[10].ends_with("4 more like \"counter 2 where 1 was expected\"")) << told[10];
+    }
+}
+
+// cdp_frame_rate 9 is none of the standard's.
+TEST(CaptionCounters, ComeWithRatesThatAreKnown) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", frameLine(0, {{9, pairCdpHex(9, 24, "8080")}}));
+    const std::string line = "qlxcc: warning: " + file + ": frame 0, line 9: unknown frame rate code 9";
+    for (const Texts& command : {Texts{"show", file, "--all"}, Texts{"show", file, "--all", "--service", "1"},
+                                 Texts{"convert", file, "-o", folder.path("out.srt"), "--channel", "CC1"}}) {
+        const Texts told = linesOf(runTool(command).err);
+        EXPECT_EQ(std::count(told.begin(), told.end(), line), 1) << command[0];
+    }
+}
+
+}  // namespace
