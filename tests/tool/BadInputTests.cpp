@@ -71,7 +71,7 @@ std::string yuvFile() {
 
 std::string h264File() {
     const std::string sei = "06 04 11 b5 0031 47413934 03 c2 ff fc942c fd8080 ff 80";
-    return text(fromHex("00000001 09f0 00000001 6742001e 00000001 68ce3880 000001" + sei + "000001 65 88 80 aa" +
+    return text(fromHex("00000001 09f0 00000001 6742001ef4f0 00000001 68ce3880 000001" + sei + "000001 65 88 80 aa" +
                         "000001" + sei + "000001 41 9a 22 bb"));
 }
 

@@ -104,13 +104,15 @@ TEST(CaptionInput, OfAnotherFileIsNoVideo) {
     EXPECT_EQ(runTool({"extract", file, "--codec", "mpeg2"}).exitCode, 0);
 }
 
-// Parameter sets of a stream of H.265, and a slice with captions in a message in front of it and in one behind it.
+// Parameter sets of a stream of H.265 (64 x 64; ITU-T H.265, 7.3.2.2.1), and a slice with captions in a message in front of it and in one behind it.
 TEST(CaptionInput, MayBeInH265) {
     const TemporaryFolder folder;
     const std::string captions("\xB5\0\x31GA94\3\xC1\xFF\xFC\x94\x2C\xFF", 14);
     const std::string start("\0\0\1", 3);
-    const std::string video = start + std::string("\x40\1\x0C", 3) + start + "\x4E\1\4\x0E" + captions + "\x80" +
-                              start + "\x26\1\xAE" + start + "\x50\1\4\x0E" + captions + "\x80";
+    const auto parameters =
+        qlxtest::fromHex("000001 40010c 000001 4201 01 ffffffffffffffffffffff 5d a0200101e0 000001 4401 c1");
+    const std::string video = std::string(parameters.begin(), parameters.end()) + start + "\x4E\1\4\x0E" + captions +
+                              "\x80" + start + "\x26\1\xAE" + start + "\x50\1\4\x0E" + captions + "\x80";
     const std::string file = folder.write("film.265", video);
     const ToolResult result = runTool({"extract", file});
     EXPECT_EQ(result.exitCode, 0) << result.err;

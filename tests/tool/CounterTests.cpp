@@ -45,7 +45,8 @@ std::vector<Texts> commandsOn(const std::string& file, const TemporaryFolder& fo
             {"scan", file},
             {"scan", file, "--json"},
             {"scan", file, "--list"},
-            {"scan", file, "-o", folder.path("out.jsonl")}};
+            {"scan", file, "-o", folder.path("out.jsonl")},
+            {"extract", file}};
 }
 
 /// The lines about counters.

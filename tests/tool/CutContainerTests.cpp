@@ -176,8 +176,9 @@ TEST(CutContainer, SaysThatTheIndexOfAQuickTimeFileIsMissing) {
 }
 
 TEST(CutContainer, SaysHowMuchOfTheMediaIsThere) {
-    const std::string sample = MovFile::atom("ccdp", cdpHex(3, "fc942cfd8080"));
-    const Bytes whole = MovFile::withCaptionTrack({sample, sample, sample}, true);
+    const auto sampleOf = [](unsigned counter) { return MovFile::atom("ccdp", cdpHex(3, "fc942cfd8080", counter)); };
+    const std::string sample = sampleOf(0);
+    const Bytes whole = MovFile::withCaptionTrack({sample, sampleOf(1), sampleOf(2)}, true);
     const TemporaryFolder folder;
     const ToolResult good = runTool({"extract", folder.write("a.mov", whole), "--json"});
     EXPECT_EQ(good.exitCode, 0);
@@ -220,10 +221,12 @@ TEST(CutContainer, SaysWhatOfAFragmentIsThere) {
 }
 
 TEST(CutContainer, NeedsTheNameOfAFileWithTheIndexAtItsEnd) {
-    const std::string sample = MovFile::atom("ccdp", cdpHex(3, "fc942cfd8080"));
     const TemporaryFolder folder;
     // More than what is looked at in advance, and less.
-    const std::vector<std::string> many(2000, sample);
+    std::vector<std::string> many;
+    for (unsigned counter = 0; counter < 2000; ++counter) {
+        many.push_back(MovFile::atom("ccdp", cdpHex(3, "fc942cfd8080", counter)));
+    }
     const std::string file = folder.write("a.mov", MovFile::withCaptionTrack(many));
     const ToolResult piped = runTool({"extract", "-", "--json"}, {.input = folder.read("a.mov")});
     EXPECT_EQ(piped.exitCode, 1);
@@ -235,7 +238,7 @@ TEST(CutContainer, NeedsTheNameOfAFileWithTheIndexAtItsEnd) {
     const ToolResult front = runTool({"extract", "-", "--json"}, {.input = folder.read("b.mov")});
     EXPECT_EQ(front.err, "");
     EXPECT_EQ(linesOf(front.out).size(), many.size());
-    folder.write("c.mov", MovFile::withCaptionTrack({sample, sample}));
+    folder.write("c.mov", MovFile::withCaptionTrack({many[0], many[1]}));
     const ToolResult few = runTool({"extract", "-", "--json"}, {.input = folder.read("c.mov")});
     EXPECT_EQ(few.err, "");
     EXPECT_EQ(linesOf(few.out).size(), 2U);

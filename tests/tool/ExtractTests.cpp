@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -24,6 +25,10 @@ const std::string kTriplets = "fc942cfd8080";
 const std::string kLong = "00000001";
 const std::string kShort = "000001";
 // Slices: the bit behind the header is 1 when the slice is a picture's first.
+// Parameters: H.264, 64 x 64 (ITU-T H.264, 7.3.2.1.1), and a sequence header of MPEG-2 (ISO/IEC 13818-2, 6.2.2.1), 720 x
+// 480 at 25 frames a second.
+const std::string kParameters = kLong + "6742001ef4f0" + kLong + "68ce3880";
+const std::string kSequence = kShort + "b3 2d01e0 33 ffff e0";
 const std::string kIdr = "65 88 80 aa";
 const std::string kSlice = "41 9a 22 bb";
 const std::string kSecondSlice = "41 5c 33 cc";
@@ -59,7 +64,7 @@ Bytes streamOf(const std::vector<StreamUnit>& units) {
 }
 
 const std::vector<StreamUnit> kH264{
-    {kLong + "09f0" + kLong + "6742001e" + kLong + "68ce3880" + kShort + kSei + kShort + kIdr, kTriplets},
+    {kLong + "09f0" + kParameters + kShort + kSei + kShort + kIdr, kTriplets},
     // Begins with a start code of three bytes; two slices of one picture.
     {kShort + kSei + kShort + kSlice + kShort + kSecondSlice, kTriplets},
     // A picture on its own, then one with a delimiter and a message of another kind.
@@ -86,12 +91,12 @@ TEST(Extract, ListsTheUnitsOfAnH264Stream) {
 
 // A sequence header, a group header, pictures with A/53 user data and a slice. The second picture has none.
 const std::vector<StreamUnit> kMpeg2{
-    {kShort + "b3 2d01e0" + kShort + "b8 00080040" + kShort + "00 000f fff8" + kShort +
+    {kSequence + kShort + "b8 00080040" + kShort + "00 000f fff8" + kShort +
          "b2 47413934 03 43 ff fc9420 fd8080 ff0123 ff" + kShort + "01 1234",
      "fc9420fd8080ff0123"},
     {kShort + "00 008f fff8" + kShort + "01 1234", "-"},
-    {kShort + "b3 2d01e0" + kShort + "00 000f fff8" + kShort + "b2 47413934 03 41 ff fc8080 ff" + kShort + "01 5678" +
-         kShort + "b7",
+    {kSequence + kShort + "00 000f fff8" + kShort + "b2 47413934 03 41 ff fc8080 ff" + kShort + "01 5678" + kShort +
+         "b7",
      "fc8080"},
 };
 
@@ -99,7 +104,8 @@ TEST(Extract, ListsUnitsThatHoldNothingOfTheFormatWithADash) {
     const TemporaryFolder folder;
     // One DTVCC triplet: no pair of field 1.
     const std::string sei = "06 04 0e b5 0031 47413934 03 41 ff fe1234 ff 80";
-    const std::string file = folder.write("a.264", fromHex(kLong + "09f0" + kShort + sei + kShort + kIdr));
+    const std::string file =
+        folder.write("a.264", fromHex(kLong + "09f0" + kParameters + kShort + sei + kShort + kIdr));
     const ToolResult result = runTool({"extract", file, "--format", "cc1"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, "    unit        offset  bytes  data\n"
@@ -135,11 +141,63 @@ TEST(Extract, SaysWhatItDoesNotUse) {
     EXPECT_NE(one.out.find("fc942c"), std::string::npos) << one.out;
 }
 
+// From the first picture with captions by A/53 on these alone are used; that others stand in other pictures is said once.
+TEST(Extract, TakesNoScte20BesideA53InOtherPictures) {
+    const TemporaryFolder folder;
+    const auto pictureOf = [](const std::string& captions) {
+        return kShort + "00 000f fff8" + captions + kShort + "01 1234";
+    };
+    const std::string a53 = pictureOf(kShort + "b2 47413934 03 c2 ff fc942c fd8080 ff");
+    const std::string scte20 = pictureOf(kShort + "b2 0381 08ac a4d2");
+    const std::string header = "000001b3 14012c 24 ffff e000";
+    const auto extracted = [&](const std::string& pictures, std::size_t byte) {
+        const std::string file = folder.write("a.m2v", fromHex(header + pictures));
+        const ToolResult result = runTool({"extract", file, "--json"});
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, "qlxcc: warning: " + file + ": byte " + std::to_string(byte) +
+                                  ": captions by SCTE 20 beside those by ATSC A/53 are not used\n");
+        std::vector<std::string> data;
+        for (const std::string& line : linesOf(qlxtest::withoutSchema(result.out, "captions"))) {
+            data.push_back(line.substr(line.find("\"data\":") + 7));
+        }
+        return data;
+    };
+    // The header has 12 bytes, a picture's header 8, the captions 18 or 10 and a slice 6; the start code 3.
+    EXPECT_EQ(extracted(a53 + scte20 + a53 + scte20, 12 + 32 + 8 + 3),
+              (std::vector<std::string>{R"("fc942cfd8080"})", "null}", R"("fc942cfd8080"})", "null}"}));
+    EXPECT_EQ(extracted(scte20 + a53 + scte20, 12 + 24 + 32 + 8 + 3),
+              (std::vector<std::string>{R"("fc942c"})", R"("fc942cfd8080"})", "null}"}));
+}
+
+// What scan says of the same file, once: SEI units with nal_ref_idc 3 (66) behind the first parameters, and pairs by
+// SCTE 20 with line offset 10 (01010) in place of 11.
+TEST(Extract, RemarksWhatScanRemarks) {
+    const TemporaryFolder folder;
+    const std::string referenced = kShort + "66" + kSei.substr(2);
+    const std::string h264 = kParameters + referenced + kShort + kIdr + referenced + kShort + kSlice;
+    // A count of 1 (00001), priority, field 1 and line (00 01 01010), the two bytes from their lowest bit on, a marker.
+    const std::string scte20 = kShort + "b2 0381 08aa a4d2";
+    const std::string picture = kShort + "00 000f fff8" + scte20 + kShort + "01 1234";
+    const std::vector<std::array<std::string, 3>> files{
+        {"a.264", h264, "byte 21: SEI unit with nal_ref_idc 3, not 0"},
+        {"a.m2v", kSequence + picture + picture,
+         "pair 0 has line offset 10, not 11 for line 21: it is used all the same"}};
+    for (const auto& [name, hex, remark] : files) {
+        const std::string file = folder.write(name, fromHex(hex));
+        const std::string said = runTool({"extract", file}).err;
+        const std::vector<std::string> lines = linesOf(said);
+        ASSERT_EQ(lines.size(), 1U) << said;
+        EXPECT_TRUE(lines[0].starts_with("qlxcc: warning: " + file + ": byte ")) << said;
+        EXPECT_TRUE(lines[0].ends_with(remark)) << said;
+        EXPECT_EQ(runTool({"scan", file}).err, said);
+    }
+}
+
 TEST(Extract, GivesFieldOneAndA53) {
     const TemporaryFolder folder;
     // Null pairs behind the first pair are left out; the first stays.
     const std::string file = folder.write(
-        "a.m2v", fromHex(kShort + "00 000f fff8" + kShort +
+        "a.m2v", fromHex(kSequence + kShort + "00 000f fff8" + kShort +
                          "b2 47413934 03 45 ff fc9420 fc8080 fd1520 fcc8e9 ff0203"
                          " ff" +
                          kShort + "00 000f fff8" + kShort + "b2 47413934 03 41 ff fc8080 ff" + kShort + "00 000f fff8" +
@@ -179,8 +237,8 @@ TEST(Extract, TakesAllThirtyOneTriplets) {
         triplets += "fc2020";
     }
     const TemporaryFolder folder;
-    const std::string file =
-        folder.write("a.m2v", fromHex(kShort + "00 000f fff8" + kShort + "b2 47413934 03 5f ff " + triplets + "ff"));
+    const std::string file = folder.write(
+        "a.m2v", fromHex(kSequence + kShort + "00 000f fff8" + kShort + "b2 47413934 03 5f ff " + triplets + "ff"));
     EXPECT_EQ(qlxtest::withoutSchema(runTool({"extract", file, "--json"}).out, "captions"),
               R"({"unit":0,"offset":0,"data":")" + triplets + "\"}\n");
     std::string pairs;
@@ -204,6 +262,39 @@ TEST(Extract, WritesToAFile) {
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.264", "list", "none"}));
 }
 
+/// What is said of a file without parameters in the bytes that are looked at.
+std::string withoutParameters(const std::string& file, std::size_t bytes) {
+    return "qlxcc: " + file + ": byte 0: no sequence header and no parameter set of video in the first " +
+           std::to_string(bytes) + " bytes: --codec says that it is video all the same\n";
+}
+
+// Neither its name nor its start codes make video of a file: other files have these too.
+TEST(Extract, RefusesVideoWithoutParameters) {
+    const TemporaryFolder folder;
+    const std::string h264 = kLong + "09f0" + kShort + kSei + kShort + kIdr;
+    const std::string h265 =
+        kShort + "40010c" + kShort + "4e0104 0e b5 0031 47413934 03 c1 ff fc942c ff 80" + kShort + "2601ae";
+    const std::string mpeg2 = kShort + "b3 2d01e0" + kShort + "00 000f fff8" + kShort + "01 1234";
+    const std::vector<std::array<std::string, 3>> files{
+        {"a.264", h264, "h264"}, {"a.h264", h264, "h264"},  {"a", h264, "h264"},  {"a.265", h265, "h265"},
+        {"b", h265, "h265"},     {"a.m2v", mpeg2, "mpeg2"}, {"c", mpeg2, "mpeg2"}};
+    for (const auto& [name, hex, codec] : files) {
+        const Bytes bytes = fromHex(hex);
+        const std::string file = folder.write(name, bytes);
+        for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"--codec", "auto"}}) {
+            std::vector<std::string> arguments{"extract", file, "-o", folder.path("out")};
+            arguments.insert(arguments.end(), more.begin(), more.end());
+            const ToolResult refused = runTool(arguments);
+            EXPECT_EQ(refused.exitCode, 1) << name;
+            EXPECT_EQ(refused.err, withoutParameters(file, bytes.size()));
+        }
+        EXPECT_EQ(runTool({"extract", "-"}, {.input = folder.read(name)}).err,
+                  withoutParameters("standard input", bytes.size()));
+        const ToolResult named = runTool({"extract", file, "--codec", codec});
+        EXPECT_EQ(named.exitCode, 0) << named.err;
+    }
+}
+
 TEST(Extract, SearchesForTheFirstStartCodeAWhile) {
     const TemporaryFolder folder;
     const std::size_t most = std::size_t{64} << 20U;
@@ -216,11 +307,15 @@ TEST(Extract, SearchesForTheFirstStartCodeAWhile) {
         stream.write(reinterpret_cast<const char*>(unit.data()), static_cast<std::streamsize>(unit.size()));
     };
     put(most - 4);
-    ToolResult result = runTool({"extract", file});
+    ToolResult result = runTool({"extract", file, "--codec", "h264"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_TRUE(result.out.ends_with("1 access unit of H.264, 1 with caption data\n")) << result.out;
-    put(4 * most);
+    // Nothing says that it is video in its first 16 MiB.
     result = runTool({"extract", file});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, withoutParameters(file, 16777216));
+    put(4 * most);
+    result = runTool({"extract", file, "--codec", "h264"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err,
               "qlxcc: " + file +

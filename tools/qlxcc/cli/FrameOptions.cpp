@@ -197,8 +197,7 @@ constexpr OptionRow kExtractOptions[] = {
      .words = kCodecs,
      .field = &RawOptions::codec,
      .help = "{} (default: auto, by the content)",
-     .more = "The first start code of an elementary stream tells what it is. A file that nothing else tells is refused "
-             "when its "
+     .more = "The first start code of an elementary stream tells what it is. With auto a file is refused when its "
              "first 16 MiB have neither a sequence header nor a sequence parameter set."},
     toOtherFormat(
         kExtractFormats, "{}, see below (default: triplets)",

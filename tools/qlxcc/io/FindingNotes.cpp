@@ -5,7 +5,7 @@
 namespace qlx::tool {
 
 void FindingNotes::add(const Finding& finding) {
-    if (finding.severity == Severity::Remark) {
+    if (finding.severity == Severity::Remark && !_saysRemarks) {
         return;
     }
     Kind& kind = _kinds[finding.code];
@@ -22,7 +22,8 @@ void FindingNotes::add(const Finding& finding) {
 
 bool FindingNotes::prints(const Finding& finding) const {
     const auto kind = _kinds.find(finding.code);
-    return finding.severity != Severity::Remark && !isQuiet() && (kind == _kinds.end() || kind->second.count < kShown);
+    return (finding.severity != Severity::Remark || _saysRemarks) && !isQuiet() &&
+           (kind == _kinds.end() || kind->second.count < kShown);
 }
 
 void FindingNotes::finish() {

@@ -16,7 +16,9 @@ namespace qlx::tool {
 class FindingNotes final : public FindingSink {
 public:
     /// @param name Of the file.
-    FindingNotes(std::string name, Progress& progress) : _name(std::move(name)), _progress(progress) {}
+    /// @param saysRemarks Remarks as well; by default they are passed over.
+    FindingNotes(std::string name, Progress& progress, bool saysRemarks = false)
+        : _name(std::move(name)), _progress(progress), _saysRemarks(saysRemarks) {}
 
     /// Where the next findings are: `frame 3, line 9`.
     void setPlace(std::string place) { _place = std::move(place); }
@@ -26,7 +28,7 @@ public:
     /// Whether add() would print this one now: what it stands behind is to be written first.
     [[nodiscard]] bool prints(const Finding& finding) const;
 
-    /// Whether nothing came but remarks.
+    /// Whether nothing came but what is passed over.
     [[nodiscard]] bool isEmpty() const noexcept { return _kinds.empty(); }
 
     /// Called behind the last one.
@@ -42,6 +44,7 @@ private:
 
     std::string _name;
     Progress& _progress;
+    bool _saysRemarks;
     std::string _place;
     std::map<FindingCode, Kind> _kinds;
 };

@@ -12,6 +12,7 @@
 #include "io/Text.h"
 #include "io/Times.h"
 #include "streams/Cdp.h"
+#include "streams/CounterNotes.h"
 #include "streams/InputKind.h"
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
@@ -99,7 +100,7 @@ public:
     void run() {
         const bool isTerminal = _output.isStandardOutput() && standardOutputIsTerminal();
         Progress progress(_source.size(), _output.isStandardOutput());
-        FindingNotes notes(_source.name(), progress);
+        FindingNotes notes(_source.name(), progress, true);
         UnitNotes places(notes, _output);
         auto unit = _units.next();
         for (; unit && *unit; unit = _units.next()) {
@@ -195,11 +196,14 @@ public:
 
     /// @return The number of problems that were reported.
     std::uint64_t run() {
-        const std::uint64_t problems = readFrames(_source, *_reader, _output, [this](const Frame& frame) {
+        CounterNotes counters(_source, _output);
+        const std::uint64_t problems = readFrames(_source, *_reader, _output, [&](const Frame& frame) {
+            counters.take(frame);
             write(frame);
             ++_units;
             return true;
         });
+        counters.finish();
         if (!_options.asJson) {
             _output.write(counted(_units, "frame") + ", " + std::to_string(_filled) + " with caption data\n");
         }
@@ -243,8 +247,8 @@ bool isVideo(InputKind kind) {
     return kind == InputKind::H264 || kind == InputKind::Mpeg2 || kind == InputKind::H265;
 }
 
-/// Refuses a file that nothing says to be video and that has no parameters of pictures near its beginning; a pipe only
-/// where it is short.
+/// Refuses a file that has no parameters of pictures in its first 16 MiB, whatever its name and start codes say: other
+/// files have start codes as well. A pipe only where it is short.
 void checkParameters(InputFile& source) {
     constexpr std::size_t kLookedAt = std::size_t{16} * 1024 * 1024;
     std::vector<std::uint8_t> bytes(
@@ -264,8 +268,8 @@ void checkParameters(InputFile& source) {
     // Where there is no start code at all, or one of a multiplex comes first, the reader says so.
     constexpr std::uint8_t kFirstOfSystems = 0xB9;
     const std::size_t value = video::findStartCode(looked) + video::kStartCodeBytes;
-    const bool isOfVideo = value < looked.size() && looked[value] < kFirstOfSystems;
-    if (isOfVideo && !video::hasVideoParameters(looked)) {
+    const bool isToldByReader = value < looked.size() ? looked[value] >= kFirstOfSystems : looked.size() < kLookedAt;
+    if (!isToldByReader && !video::hasVideoParameters(looked)) {
         throw failureAtByte(source.name(), 0,
                             "no sequence header and no parameter set of video in the first " +
                                 std::to_string(looked.size()) + " bytes: --codec says that it is video all the same");
@@ -285,7 +289,7 @@ std::optional<InputKind> frameFileKind(const ExtractOptions& options, InputFile&
     refuseOtherKinds(
         first, source.name(), [](InputKind kind) { return hasFrames(kind) || isVideo(kind); }, "which holds no video");
     const std::optional<InputKind> kind = inputKind(first, source.name());
-    if (!kind) {
+    if (!kind || isVideo(*kind)) {
         checkParameters(source);
     }
     return kind && hasFrames(*kind) ? kind : std::nullopt;
