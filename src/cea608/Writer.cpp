@@ -343,8 +343,8 @@ std::uint64_t Writer::dueCodes(const Field& field, std::uint64_t slot, std::uint
     const auto count = [&](std::uint64_t time) { slots += time > slot && time < end ? codeLength() : 0; };
     for (const Lane& lane : std::span(field.lanes).first(kCaptionLanes)) {
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
-        if (lane.shown && (cue == nullptr || cue->start >= eraseTime(lane) + codeLength())) {
-            count(eraseTime(lane));
+        if (lane.shown && (cue == nullptr || cue->start >= lane.shown->end + codeLength())) {
+            count(lane.shown->end);
         }
         if (cue != nullptr && cue->style == CaptionStyle::PopOn && cue->pairs == 0) {
             count(cue->start);
