@@ -111,7 +111,9 @@ TEST(CaptionCounters, AreToldTenTimes) {
         const Texts told = toldOfCounters(result.err);
         ASSERT_EQ(told.size(), 11U) << command[0] << "\n" << result.err;
         EXPECT_EQ(told[9], "qlxcc: warning: " + file + ": frame 10, line 9: counter 20 where 19 was expected");
-        EXPECT_TRUE(told[10].ends_with("4 more like \"counter 2 where 1 was expected\"")) << told[10];
+        // A conversion says where the first one is as well.
+        EXPECT_NE(told[10].find("4 more like \""), std::string::npos) << told[10];
+        EXPECT_TRUE(told[10].ends_with("counter 2 where 1 was expected\"")) << told[10];
     }
 }
 
