@@ -263,6 +263,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {PlayoutCueLeftOut, "text of row {1} is left out, another one is on air and no rows are free above it"},
     {PlayoutOrderWrong, "cue is left out: it starts at frame {1}, and the one before it at {2}"},
     {PlayoutRateUnusual, "teletext is made for 25 and 50 frames a second, not for {1}"},
+    {PlayoutPageRowMoved, "text of row {1} of the page stands on row {2}: there is no room for it on that row"},
     {VancPacketNumberTooGreat, "{1} where {2} is the greatest"},
     {KlvKeyWrong, "no key begins with {1x}"},
     {KlvLengthIndefinite, "triplet of indefinite length (80), which has no end"},

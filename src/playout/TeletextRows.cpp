@@ -24,15 +24,21 @@ constexpr std::size_t kUsualColumns = 36;
 struct TextLine {
     detail::Cells cells;
     std::size_t source = 0;    ///< Index of the cue's row.
+    bool isFirst = true;       ///< Of the cue's row.
     std::size_t distance = 0;  ///< Rows of text below the first one.
+    std::size_t row = 0;       ///< Of the page.
 };
 
 class PageMaker {
 public:
-    PageMaker(const subtitles::Cue& cue, const TeletextOptions& options, FindingSink* findings) noexcept
-        : _cue(cue), _options(options), _findings(findings),
+    /// @param asked The cue.
+    /// @param cue The same, with its rows on the 11 of a page.
+    PageMaker(const subtitles::Cue& asked, const subtitles::Cue& cue, const TeletextOptions& options,
+              FindingSink* findings) noexcept
+        : _asked(asked), _cue(cue), _options(options), _findings(findings),
           _set(teletext::shownSet(options.designation, options.designation)),
-          _greatest(options.isDoubleHeight ? kTallRows : teletext::kLastTextRow) {}
+          _greatest(options.isDoubleHeight ? kTallRows : teletext::kLastTextRow),
+          _height(options.isDoubleHeight ? 2 : 1) {}
 
     std::vector<teletext::PageRow> make() {
         for (std::size_t source = 0; source < _cue.rows.size(); ++source) {
@@ -42,10 +48,15 @@ public:
         if (_lines.empty()) {
             return rows;
         }
-        setDistances();
-        const std::size_t first = firstRow();
+        if (!setNamedRows()) {
+            setDistances();
+            const std::size_t first = firstRow();
+            for (TextLine& line : _lines) {
+                line.row = (first + line.distance) * _height + _height;
+            }
+        }
         for (const TextLine& line : _lines) {
-            rows.push_back(rowOf(line, first + line.distance));
+            rows.push_back(rowOf(line));
         }
         return rows;
     }
@@ -108,11 +119,50 @@ private:
                 return;
             }
             if (!kept.empty()) {
-                _lines.push_back({std::move(kept), source, 0});
+                const bool isFirst = _lines.empty() || _lines.back().source != source;
+                _lines.push_back({.cells = std::move(kept), .source = source, .isFirst = isFirst});
             }
             rest = detail::withoutSpaces(rest.subspan(line.size()));
             if (!rest.empty()) {
                 report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());
+            }
+        }
+    }
+
+    /// The row of the page that the cue names for a line.
+    [[nodiscard]] std::optional<std::uint64_t> namedRow(const TextLine& line) const noexcept {
+        return line.isFirst ? subtitles::teletextRowOf(_asked.screenRows, _asked.rows[line.source].number)
+                            : std::nullopt;
+    }
+
+    /// Rows stand where the cue names rows of the page; one that has no room there stands below the one in front of it,
+    /// and all go up as far as they must. False when the cue names none for the first line.
+    bool setNamedRows() {
+        if (!namedRow(_lines.front())) {
+            return false;
+        }
+        std::size_t free = 1;
+        for (std::size_t index = 0; index < _lines.size(); ++index) {
+            const std::size_t blank = index == 0 ? 0 : _lines[index].source - _lines[index - 1].source;
+            const std::size_t next = free + (blank > 1 ? (blank - 1) * _height : 0);
+            _lines[index].row = std::max<std::size_t>(namedRow(_lines[index]).value_or(next), free);
+            free = _lines[index].row + _height;
+        }
+        std::size_t last = _options.isDoubleHeight ? teletext::kLastTallRow : teletext::kLastTextRow;
+        for (auto line = _lines.rbegin(); line != _lines.rend(); ++line) {
+            line->row = std::min(line->row, last);
+            last = line->row - std::min(line->row, _height);
+        }
+        reportMoved();
+        return true;
+    }
+
+    void reportMoved() const {
+        for (const TextLine& line : _lines) {
+            const auto named = namedRow(line);
+            if (named && *named != line.row && _findings != nullptr) {
+                _findings->add(makeFinding(FindingCode::PlayoutPageRowMoved, Severity::Warning, _options.findingsOffset,
+                                           *named, line.row));
             }
         }
     }
@@ -149,10 +199,10 @@ private:
         return anchor >= 7 ? 0 : anchor >= 4 ? (lowest + 1) / 2 : lowest;
     }
 
-    [[nodiscard]] teletext::PageRow rowOf(const TextLine& line, std::size_t place) const {
+    [[nodiscard]] teletext::PageRow rowOf(const TextLine& line) const {
         teletext::PageRow row;
         row.isDoubleHeight = _options.isDoubleHeight;
-        row.row = static_cast<std::uint8_t>(row.isDoubleHeight ? 2 * place + 2 : place + 1);
+        row.row = static_cast<std::uint8_t>(line.row);
         const auto shown = detail::withoutSpaces(line.cells);
         const std::size_t spaces = line.cells.size() - shown.size();
         row.cells = displayed(shown);
@@ -166,7 +216,12 @@ private:
             // The end of the box stands behind it.
             column = kColumns - size - std::min<std::size_t>(2, kColumns - size);
         }
-        row.column = static_cast<std::uint8_t>(std::clamp(column, lead, std::max(lead, kColumns - size)));
+        column = std::clamp(column, lead, std::max(lead, kColumns - size));
+        if (const std::uint16_t named = _asked.rows[line.source].column;
+            line.isFirst && named != 0 && _asked.screenColumns == kColumns) {
+            column = std::min<std::size_t>(named - 1U + spaces, kColumns - 1);
+        }
+        row.column = static_cast<std::uint8_t>(column);
         return row;
     }
 
@@ -185,11 +240,13 @@ private:
         return result;
     }
 
+    const subtitles::Cue& _asked;
     const subtitles::Cue& _cue;
     const TeletextOptions& _options;
     FindingSink* _findings;
     teletext::CharacterSet _set;
     std::size_t _greatest;
+    std::size_t _height;  ///< Rows of the page of one of text.
     std::vector<TextLine> _lines;
 };
 
@@ -198,9 +255,9 @@ private:
 std::vector<teletext::PageRow> teletextRowsOf(const subtitles::Cue& cue, const TeletextOptions& options,
                                               FindingSink* findings) {
     if (cue.screenRows != 0) {
-        return PageMaker(subtitles::withPageRows(cue), options, findings).make();
+        return PageMaker(cue, subtitles::withPageRows(cue), options, findings).make();
     }
-    return PageMaker(cue, options, findings).make();
+    return PageMaker(cue, cue, options, findings).make();
 }
 
 }  // namespace qlx::playout

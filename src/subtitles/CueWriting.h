@@ -69,8 +69,8 @@ struct RowLosses {
 
 /// The rows of the screen that a cue's rows are counted in.
 [[nodiscard]] inline std::uint64_t screenRowsOf(const Cue& cue) noexcept {
-    constexpr std::uint64_t kTeletextRows = 11;
-    return cue.screenRows != 0 ? cue.screenRows : kTeletextRows;
+    constexpr std::uint64_t kTallRows = 11;
+    return cue.screenRows != 0 ? cue.screenRows : kTallRows;
 }
 
 /// Row::anchor has the nine places of a numeric keypad; beyond are none.

@@ -31,9 +31,6 @@ inline constexpr std::uint8_t kStlItalics = 0x80;
 inline constexpr std::uint8_t kStlUnderline = 0x82;
 inline constexpr std::uint8_t kStlBox = 0x84;
 
-/// The rows of the screen of teletext.
-inline constexpr std::uint16_t kStlTeletextRows = 23;
-
 /// Members of a cumulative set that are held back at most.
 inline constexpr std::size_t kLongestStlSet = 1000;
 

@@ -19,7 +19,7 @@ constexpr std::uint64_t kTextOffset = 16;
 
 std::uint16_t rowsOfScreen(const Gsi& gsi) noexcept {
     const std::int64_t rows = gsi.rows.number();
-    return gsi.displayStandard.text() == "0" && rows > 0 ? static_cast<std::uint16_t>(rows) : kStlTeletextRows;
+    return gsi.displayStandard.text() == "0" && rows > 0 ? static_cast<std::uint16_t>(rows) : kTeletextRows;
 }
 
 /// Text up to the unused space.

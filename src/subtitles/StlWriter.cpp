@@ -31,7 +31,7 @@ bool isOpenSubtitling(const Gsi& gsi) noexcept {
 
 std::uint64_t rowsOf(const Gsi& gsi) noexcept {
     const std::int64_t rows = gsi.rows.number();
-    return isOpenSubtitling(gsi) && rows > 0 ? static_cast<std::uint64_t>(rows) : kStlTeletextRows;
+    return isOpenSubtitling(gsi) && rows > 0 ? static_cast<std::uint64_t>(rows) : kTeletextRows;
 }
 
 StlTimeCode timeCodeOfFrame(std::int64_t frame, std::int32_t framesPerSecond) noexcept {
@@ -105,8 +105,11 @@ private:
         if (rows == _screen) {
             return std::min(number, rows);
         }
+        if (const auto named = teletextRowOf(_cue.screenRows, number); named && _screen == kTeletextRows) {
+            return std::clamp<std::uint64_t>(*named, 1, kTeletextRows);
+        }
         constexpr std::uint64_t kPageRows = 11;
-        if (rows == kPageRows && _screen == kStlTeletextRows) {
+        if (rows == kPageRows && _screen == kTeletextRows) {
             return 2 * std::min(number, rows);
         }
         const std::uint64_t steps = std::max<std::uint64_t>(rows, 2) - 1;

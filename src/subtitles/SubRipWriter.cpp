@@ -102,9 +102,8 @@ void writeRow(const Row& row, RowLosses& losses, std::string& text) {
 
 /// Whether a row of teletext of double height stands at the bottom, with `below` more of them below.
 bool isTallBottom(const Cue& cue, const Row& row, std::uint64_t below) noexcept {
-    constexpr std::uint16_t kScreenRows = 23;
     constexpr std::uint64_t kLowest = 22;
-    return cue.screenRows == kScreenRows && row.number + 2 * below == kLowest;
+    return cue.screenRows == kTeletextRows && row.number + 2 * below == kLowest;
 }
 
 }  // namespace

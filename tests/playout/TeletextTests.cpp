@@ -54,12 +54,11 @@ Texts findingTexts(const qlx::Findings& findings) {
     return texts;
 }
 
-void expectPageRows(const std::vector<Row>& rows, const Texts& expected, const Texts& said = {},
-                    TeletextOptions options = {}) {
+void expectCueRows(const Cue& cue, const Texts& expected, const Texts& said = {}, TeletextOptions options = {}) {
     qlx::Findings findings;
     options.findingsOffset = 4;
     Texts shown;
-    for (const auto& row : teletextRowsOf(pageCueOf(rows), options, &findings)) {
+    for (const auto& row : teletextRowsOf(cue, options, &findings)) {
         std::string text = std::to_string(row.row) + "," + std::to_string(row.column) + " ";
         for (const qlx::screen::Cell& cell : row.cells) {
             EXPECT_TRUE(cell.isVisible);
@@ -70,6 +69,11 @@ void expectPageRows(const std::vector<Row>& rows, const Texts& expected, const T
     }
     EXPECT_EQ(shown, expected);
     EXPECT_EQ(findingTexts(findings), said);
+}
+
+void expectPageRows(const std::vector<Row>& rows, const Texts& expected, const Texts& said = {},
+                    const TeletextOptions& options = {}) {
+    expectCueRows(pageCueOf(rows), expected, said, options);
 }
 
 TEST(TeletextCueRows, StandWhereTheCueSays) {
@@ -91,6 +95,70 @@ TEST(TeletextCueRows, StandWhereTheCueSays) {
     expectPageRows({top}, {"2,4 a"});
     top.anchor = 5;
     expectPageRows({top, pageRowOf("b")}, {"12,4 a", "14,4 b"});
+}
+
+/// Rows of a screen of that many.
+Cue screenCueOf(std::uint16_t screenRows, std::vector<Row> rows) {
+    Cue cue = pageCueOf(std::move(rows));
+    cue.screenRows = screenRows;
+    return cue;
+}
+
+TEST(TeletextCueRows, StandOnTheRowsOfThePageThatTheCueNames) {
+    const TeletextOptions single{.isDoubleHeight = false};
+    for (std::uint64_t number = 1; number <= 23; ++number) {
+        const std::string name = std::to_string(number);
+        const Texts said = number < 23 ? Texts{}
+                                       : Texts{"4: text of row 23 of the page stands on row 22: there is no room for "
+                                               "it on that row"};
+        expectCueRows(screenCueOf(23, {pageRowOf("x", Alignment::Left, number)}),
+                      {(number < 23 ? name : "22") + ",4 x"}, said);
+        expectCueRows(screenCueOf(23, {pageRowOf("x", Alignment::Left, number)}), {name + ",3 x"}, {}, single);
+        // Those of a whole screen are counted from 1 as well, and the header is the first.
+        expectCueRows(screenCueOf(25, {pageRowOf("x", Alignment::Left, number + 1)}), {name + ",3 x"}, {}, single);
+    }
+    expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, 3), pageRowOf("b", Alignment::Left, 19),
+                                   pageRowOf("c", Alignment::Left, 21)}),
+                  {"3,4 a", "19,4 b", "21,4 c"});
+    // Rows of single height that become ones of double height.
+    const auto moved = [](int from, int to) {
+        return "4: text of row " + std::to_string(from) + " of the page stands on row " + std::to_string(to) +
+               ": there is no room for it on that row";
+    };
+    expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, 10), pageRowOf("b", Alignment::Left, 11)}),
+                  {"10,4 a", "12,4 b"}, {moved(11, 12)});
+    expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, 22), pageRowOf("b", Alignment::Left, 23)}),
+                  {"20,4 a", "22,4 b"}, {moved(22, 20), moved(23, 22)});
+    expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, 22), pageRowOf("b", Alignment::Left, 23)}),
+                  {"22,3 a", "23,3 b"}, {}, single);
+    // The header and what stands below the rows of a page are for no subtitles.
+    expectCueRows(screenCueOf(25, {pageRowOf("a", Alignment::Left, 1), pageRowOf("b", Alignment::Left, 25)}),
+                  {"1,3 a", "23,3 b"}, {moved(0, 1), moved(24, 23)}, single);
+    // What is broken takes the rows below, or pushes the others up.
+    const std::string thirtySix(36, 'x');
+    const std::string broken = "4: row 1 is broken behind 37 characters";
+    expectCueRows(screenCueOf(23, {pageRowOf(thirtySix + " y", Alignment::Left, 13)}), {"13,4 " + thirtySix, "15,4 y"},
+                  {broken});
+    expectCueRows(screenCueOf(23, {pageRowOf(thirtySix + " y", Alignment::Left, 22)}), {"20,4 " + thirtySix, "22,4 y"},
+                  {broken, moved(22, 20)});
+    // A row without a number stands below the one in front of it, as do rows that have no text.
+    expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, 5), Row(), pageRowOf("b")}), {"5,4 a", "9,4 b"});
+}
+
+TEST(TeletextCueRows, StandInTheColumnsThatTheCueNames) {
+    const auto cue = [](std::uint16_t column, Color color = Color::White) {
+        Cue named = screenCueOf(23, {pageRowOf("text", Alignment::Left, 22, color)});
+        named.rows.front().column = column;
+        named.screenColumns = 40;
+        return named;
+    };
+    expectCueRows(cue(0), {"22,4 text"});
+    expectCueRows(cue(4), {"22,3 text"});
+    expectCueRows(cue(21), {"22,20 text"});
+    expectCueRows(cue(40), {"22,39 text"});
+    Cue other = cue(21);
+    other.screenColumns = 32;
+    expectCueRows(other, {"22,4 text"});
 }
 
 TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {

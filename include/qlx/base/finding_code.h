@@ -610,6 +610,7 @@ enum class FindingCode : std::uint32_t {
     PlayoutCueLeftOut,            ///< First row on the page that it should have; something else stands there.
     PlayoutOrderWrong,            ///< Frame of its start, that of the one in front of it; left out.
     PlayoutRateUnusual,           ///< Frames a second.
+    PlayoutPageRowMoved,          ///< Row of the page that the cue names, the one on which its text stands.
 
     // streams, timed text in XML (W3C TTML2); the offset is the number of a line, counted from 1
     TtmlNotWellFormed = 0x1F'0401,  ///< Byte of the text, counted from 0.

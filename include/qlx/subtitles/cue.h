@@ -115,7 +115,8 @@ struct Cue {
     MediaTime start;           ///< When it appears.
     MediaTime end;             ///< When it goes.
     std::vector<Row> rows;     ///< From top to bottom.
-    /// The rows of the screen that Row::number counts; 0: the 11 of a teletext page.
+    /// The rows of the screen that Row::number counts; 0: the 11 of a teletext page. A page itself has kTeletextRows or,
+    /// counted with its header, kTeletextScreenRows.
     std::uint16_t screenRows = 0;
     std::uint16_t screenColumns = 0;  ///< The columns that Row::column counts; 0: not known.
     /// A name that the file gives it; of digits only for a number that Cue::number cannot say (`0`, `007`); or empty.
@@ -127,6 +128,21 @@ struct Cue {
     /// Whether all fields are equal: the same time in other terms is another value.
     [[nodiscard]] friend bool operator==(const Cue&, const Cue&) = default;
 };
+
+/// The rows of a teletext page on which subtitles stand, 1 to 23, as EBU STL counts them.
+inline constexpr std::uint16_t kTeletextRows = 23;
+/// All rows of a teletext page, 0 to 24, as its screen counts them (from 1).
+inline constexpr std::uint16_t kTeletextScreenRows = 25;
+
+/// The row of a teletext page, 0 to 24, on which a row of the cue stands; none where the cue counts those of another
+/// screen, or the row has no number.
+[[nodiscard]] constexpr std::optional<std::uint64_t> teletextRowOf(std::uint16_t screenRows,
+                                                                   std::uint64_t number) noexcept {
+    if (number == 0 || (screenRows != kTeletextRows && screenRows != kTeletextScreenRows)) {
+        return std::nullopt;
+    }
+    return screenRows == kTeletextRows ? number : number - 1;
+}
 
 /// The same cue with its rows on the 11 of a teletext page: those of another screen (Cue::screenRows) stand as high there,
 /// each below the one in front of it as long as there is room. A cue whose rows are those of a page stays as it is.
