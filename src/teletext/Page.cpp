@@ -181,6 +181,7 @@ void PageReader::erase() noexcept {
     _placements.clear();
     _areEnhancementsOld = false;
     _pageDesignation.reset();
+    _belowRows.reset();
 }
 
 bool PageReader::receive(const Sdp& sdp, FindingSink* findings) {
@@ -221,6 +222,9 @@ bool PageReader::receive(const Packet& packet, FindingSink* findings, std::uint6
     }
     if (_isReceiving && packet.number == kLinks && _links.size() < kGreatestLinks) {
         _links.push_back(packet);
+    }
+    if (_isReceiving && packet.number == kBelowRows) {
+        _belowRows = packet;
     }
     return _isReceiving && packet.isRow() && takeRow(packet);
 }

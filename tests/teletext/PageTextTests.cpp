@@ -183,6 +183,31 @@ TEST(TeletextEnhancedPage, TellsOfMosaicsAndKeepsLinks) {
     EXPECT_EQ(page.links().size(), 16U);
 }
 
+TEST(TeletextEnhancedPage, PassesOnWhatStandsBelowItsRows) {
+    PageReader page;
+    Packet below = *rowPacket(8, 1, kAbcd);
+    below.number = kBelowRows;
+    Packet other = below;
+    other.magazine = 7;
+    // Neither of no page, nor of another magazine.
+    receiveAll(page, std::vector{below, kBegun, other});
+    EXPECT_FALSE(page.belowRows());
+    EXPECT_FALSE(page.receive(below));
+    ASSERT_TRUE(page.belowRows());
+    EXPECT_EQ(*page.belowRows(), below);
+    for (std::size_t row = 1; row < PageReader::kRows; ++row) {
+        EXPECT_EQ(textOf(page, row), U"");
+    }
+    // It stays as rows do, up to a header that erases the page.
+    PageHeader again = *parseHeader(kBegun);
+    again.erasesPage = false;
+    receiveAll(page, std::vector{*packetOf(again)});
+    EXPECT_TRUE(page.belowRows());
+    again.erasesPage = true;
+    receiveAll(page, std::vector{*packetOf(again)});
+    EXPECT_FALSE(page.belowRows());
+}
+
 TEST(TeletextEnhancedPage, TakesWhatIsItsOwn) {
     PageReader page;
     const auto some = enhanced({Triplet::make(41, 4, 0), Triplet::make(0, 0x0F, 0x7B)});

@@ -57,7 +57,8 @@ struct TeletextPlayoutOptions {
     bool isSerial = false;          ///< Pages of all magazines one after the other (C11).
     bool fillsFields = false;       ///< Fields with nothing to send have a packet of filling ones.
     /// Line of the packets of the first field, and of all of progressive frames. 12 and 575 are usual in 1125 lines,
-    /// interlaced; progressive pictures have the first of them here, for want of a rule. In 625 lines 21 and 334 are.
+    /// interlaced; no public rule names a line of progressive pictures, which have the first of them: that is the choice of
+    /// this library. In 625 lines 21 and 334 are.
     std::uint32_t firstLine = teletext::kFirstSdpLine;
     std::uint32_t secondLine = teletext::kSecondSdpLine;  ///< Line of the packets of the second field.
     std::uint64_t firstFrame = 0;                         ///< The number of the frame that is sent first.

@@ -33,6 +33,7 @@ inline constexpr std::size_t kLineBytes = kRunInAndFramingCode.size() + kPacketB
 inline constexpr std::uint8_t kGreatestMagazine = 8;      ///< Sent as 0.
 inline constexpr std::uint8_t kGreatestNumber = 31;       ///< Packet numbers have five bits.
 inline constexpr std::uint8_t kLastRow = 24;              ///< Packets 1 to 24 are rows of the page.
+inline constexpr std::uint8_t kBelowRows = 25;            ///< X/25: a row of the page that screens have no place for.
 inline constexpr std::uint8_t kEnhancement = 26;          ///< X/26: characters and attributes that are put over rows.
 inline constexpr std::uint8_t kLinks = 27;                ///< X/27: links to other pages.
 inline constexpr std::uint8_t kPageDesignation = 28;      ///< X/28: sets and colours of a page.

@@ -133,6 +133,10 @@ public:
     /// The links to other pages (X/27) that came with the last transmission of the page, as they came.
     [[nodiscard]] std::span<const Packet> links() const noexcept { return _links; }
 
+    /// Packet X/25 of the page (EN 300 706, clause 9.3.2), as it came: 40 bytes with odd parity, as a row has them, that
+    /// are not on the screen. None before one comes, and when a header has erased the page.
+    [[nodiscard]] const std::optional<Packet>& belowRows() const noexcept { return _belowRows; }
+
     /// What of the page's headers and rows, and of all other headers and addresses, was damaged.
     [[nodiscard]] const ProtectionCounts& counts() const noexcept { return _counts; }
 
@@ -166,6 +170,7 @@ private:
     Designation _magazineDesignation;
     std::bitset<0x900> _pages;
     std::vector<Packet> _links;
+    std::optional<Packet> _belowRows;
 };
 
 }  // namespace qlx::teletext
