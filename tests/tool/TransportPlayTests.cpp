@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -171,6 +173,96 @@ TEST(TransportPlay, NamesTheLanguageOfTheMapAndReadsAnotherPid) {
     }
     EXPECT_NE(runTool({"scan", cues, "--format", "jsonl", "--teletext-pid", "300"})
                   .err.find("--teletext-pid is for the format ts"),
+              std::string::npos);
+}
+
+/// Where packets of teletext begin in a stream.
+std::vector<std::size_t> teletextPackets(const std::string& stream) {
+    constexpr unsigned kPid = 257;
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place + 188 <= stream.size(); place += 188) {
+        const auto byte = [&](std::size_t index) {
+            return static_cast<unsigned>(static_cast<unsigned char>(stream[place + index]));
+        };
+        if ((byte(1) & 0x40U) != 0 && ((byte(1) & 0x1FU) << 8U | byte(2)) == kPid) {
+            places.push_back(place);
+        }
+    }
+    return places;
+}
+
+/// Puts a time into a PES packet (ISO/IEC 13818-1, 2.4.3.7).
+void addToTime(std::string& stream, std::size_t pes, int ticks) {
+    const auto byte = [&](std::size_t index) {
+        return static_cast<std::uint64_t>(static_cast<unsigned char>(stream[pes + index]));
+    };
+    const std::uint64_t pts =
+        ((byte(9) >> 1U & 7U) << 30U | byte(10) << 22U | byte(11) >> 1U << 15U | byte(12) << 7U | byte(13) >> 1U) +
+        static_cast<std::uint64_t>(static_cast<std::int64_t>(ticks));
+    const std::uint64_t bytes[] = {0x21U | (pts >> 30U & 7U) << 1U, pts >> 22U & 0xFFU, (pts >> 14U & 0xFEU) | 1U,
+                                   pts >> 7U & 0xFFU, (pts << 1U & 0xFEU) | 1U};
+    for (std::size_t index = 0; index < 5; ++index) {
+        stream[pes + 9 + index] = static_cast<char>(bytes[index]);
+    }
+}
+
+TEST(TransportPlay, IsReadWithTimesBesideThoseOfFrames) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.srt", kTransportCues);
+    for (const std::string rate : {"25", "50"}) {
+        ASSERT_EQ(runTool(playArguments(cues, rate, {"-o", folder.path("a.ts"), "--repeat", "1"})).exitCode, 0);
+        ASSERT_EQ(runTool({"convert", folder.path("a.ts"), "-o", folder.path("a.klv")}).exitCode, 0);
+        std::string stream = folder.read("a.ts");
+        // Up to 4 ms, of frames of 20 and 40 ms.
+        const int away[] = {360, -360, 1, -200, 0, 333, -1, 300};
+        const std::vector<std::size_t> places = teletextPackets(stream);
+        ASSERT_GT(places.size(), 6U);
+        for (std::size_t index = 0; index < places.size(); ++index) {
+            addToTime(stream, places[index] + 4, away[index % 8]);
+        }
+        const ToolResult result = runTool({"convert", folder.write("b.ts", stream), "-o", folder.path("b.klv")});
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, "");
+        EXPECT_TRUE(folder.read("b.klv") == folder.read("a.klv")) << rate;
+    }
+}
+
+TEST(TransportPlay, HasCaptionsOfLine21InDataUnits) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.srt", kTransportCues);
+    ASSERT_EQ(runTool(playArguments(cues, "25", {"-o", folder.path("a.ts"), "--repeat", "1"})).exitCode, 0);
+    std::string stream = folder.read("a.ts");
+    const std::vector<std::size_t> places = teletextPackets(stream);
+    // Pop-on: RCL, row 15, text, EOC, with odd parity (CTA-608), one pair in a packet.
+    const unsigned pairs[][2] = {{0x94, 0x20}, {0x94, 0x70}, {0xC8, 0xE9}, {0x94, 0x2F}};
+    ASSERT_GE(places.size(), std::size(pairs));
+    const auto reversed = [](unsigned byte) {
+        unsigned result = 0;
+        for (unsigned bit = 0; bit < 8; ++bit) {
+            result |= (byte >> bit & 1U) << (7 - bit);
+        }
+        return static_cast<char>(result);
+    };
+    for (std::size_t index = 0; index < places.size(); ++index) {
+        // Behind the packet's header and that of the PES packet: data_identifier, and the first unit (EN 301 775, 4.8):
+        // first field, line 21.
+        const std::size_t place = places[index] + 4 + 45;
+        stream[place] = static_cast<char>(0x99);
+        const unsigned none[] = {0x80, 0x80};
+        const unsigned* const pair = index < std::size(pairs) ? pairs[index] : none;
+        stream[place + 1] = static_cast<char>(0xC5);
+        stream[place + 3] = static_cast<char>(0xF5);
+        stream[place + 4] = reversed(pair[0]);
+        stream[place + 5] = reversed(pair[1]);
+    }
+    const std::string captions = folder.write("b.ts", stream);
+    const ToolResult shown = runTool({"show", captions, "--all", "--channel", "CC1"});
+    EXPECT_EQ(shown.exitCode, 0) << shown.err;
+    EXPECT_NE(shown.out.find("Hi"), std::string::npos) << shown.out;
+    const ToolResult converted = runTool({"convert", captions, "-o", "-", "--to-format", "srt", "--channel", "CC1"});
+    EXPECT_EQ(converted.exitCode, 0) << converted.err;
+    EXPECT_NE(converted.out.find("Hi\n"), std::string::npos) << converted.out;
+    EXPECT_EQ(runTool({"convert", captions, "-o", "-", "--to-format", "srt", "--channel", "CC3"}).out.find("Hi"),
               std::string::npos);
 }
 #endif

@@ -116,12 +116,11 @@ constexpr OptionRow kConvertOptions[] = {
     kRegion,
     kNoParity,
     kWideCharacters,
-    textOption("--from-start", "TIME", &RawOptions::fromStart,
-               "Where the programme begins in IN, which is subtracted: TIME, auto or 0",
-               "`auto` is the time of the first frame, in EBU STL the start of the programme in its head (TCP), of "
-               "other files "
-               "of cues the whole hour in which the first one begins; "
-               "`0` subtracts nothing, and keeps the tool from saying that the first cue comes late."),
+    fromStart("Where the programme begins in IN, which is subtracted: TIME, auto or 0",
+              "`auto` is the time of the first frame, in EBU STL the start of the programme in its head (TCP), of "
+              "other files "
+              "of cues the whole hour in which the first one begins; "
+              "`0` subtracts nothing, and keeps the tool from saying that the first cue comes late."),
     textOption("--to-start", "TIME", &RawOptions::toStart, "Where the programme begins in the result, which is added"),
     rateOption(
         "--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
@@ -205,9 +204,13 @@ constexpr OptionRow kConvertOptions[] = {
      .help = "EBU STL: the character code table, {} (default: of --language)",
      .more = "00 is Latin, 01 Cyrillic, 02 Arabic, 03 Greek, 04 Hebrew, the last four with plain Latin letters."},
     {.names = "--open", .field = &RawOptions::isOpen, .help = "EBU STL: open subtitling, not teletext"},
-    {.names = "--single-height",
-     .field = &RawOptions::isSingleHeight,
-     .help = "EBU STL: rows of teletext are of single height"},
+    helping(kSingleHeight, "EBU STL, and --page of packets: rows of teletext are of single height"),
+    kServiceName,
+    kHearingImpaired,
+    kBitrate,
+    kWrittenPid,
+    kMapPid,
+    kPcrPid,
     {.names = "--report",
      .field = &RawOptions::reportsAll,
      .help = "Say all that is found, changed or lost, cue by cue"},

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <numeric>
 #include <string_view>
 #include <vector>
@@ -176,6 +177,33 @@ std::string formatName(const std::optional<std::string>& format, const std::stri
     return name;
 }
 
+MediaTime exactTime(double seconds) {
+    constexpr std::int32_t kUnits = 120'000;
+    return MediaTime::make(std::llround(seconds * kUnits), kUnits);
+}
+
+MediaTime startTime(const std::string& option, std::string text, const std::string& rate, std::string_view rateOption,
+                    const RawOptions& raw) {
+    const auto named = rate.empty() ? std::nullopt : rateNamed(rate);
+    if (parseFrameTimecode(text) && !named) {
+        throw UsageError(option + ": " + std::string(rateOption) + " is needed, which says how many frames of " + text +
+                         " a second has");
+    }
+    if (parseFrameTimecode(text) && (raw.isDrop || raw.isNonDrop)) {
+        std::replace(text.begin(), text.end(), ';', ':');
+        text[text.rfind(':')] = raw.isDrop ? ';' : ':';
+    }
+    return exactTime(timeOption(option, text, named ? &*named : nullptr));
+}
+
+FromStart fromStartOption(const RawOptions& raw, const std::string& rate, std::string_view rateOption) {
+    FromStart start{.isGiven = !raw.fromStart.empty(), .isTaken = raw.fromStart == "auto", .time = std::nullopt};
+    if (start.isGiven && !start.isTaken && raw.fromStart != "0") {
+        start.time = startTime("--from-start", raw.fromStart, rate, rateOption, raw);
+    }
+    return start;
+}
+
 double timeOption(const std::string& option, const std::string& text, const Rate* rate) {
     try {
         return timeInSeconds(text, rate);
@@ -199,6 +227,7 @@ Action checkedSubs(const RawOptions& raw) {
     }
     options.output = raw.output;
     options.asJson = raw.asJson;
+    options.fromStart = fromStartOption(raw, raw.rate, "--rate");
     return [options] { return listSubtitles(options); };
 }
 

@@ -1,7 +1,9 @@
 // What stands on the command line, before the options have been checked against each other.
 #pragma once
 
+#include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <qlx/streams/mcc.h>
+#include <qlx/streams/transport_writer.h>
 
 #include <cstdint>
 #include <functional>
@@ -18,6 +20,7 @@ struct Rate;
 
 inline constexpr std::uint64_t kGreatestLine = 65535;
 
+struct FromStart;
 struct PlayOptions;
 
 /// The values of all options. Only one command is given, so what means the same in several of them stands here once.
@@ -162,6 +165,11 @@ using Action = std::function<int()>;
 /// @throws UsageError when options contradict each other.
 [[nodiscard]] PlayOptions playOptions(const RawOptions& raw);
 
+/// What a transport stream is made with, without its rate and pages.
+[[nodiscard]] streams::TransportWriterOptions transportOptions(const RawOptions& raw);
+/// @throws UsageError when there are such options, and no transport stream is written.
+void refuseTransportOptions(const RawOptions& raw, bool isWritten);
+
 /// The header of an MCC file that is written, without its rate.
 /// @throws UsageError when a version is given and no such file is written.
 [[nodiscard]] streams::MccHeader mccHeader(const RawOptions& raw, bool isWritten);
@@ -189,6 +197,19 @@ using Action = std::function<int()>;
 /// @param isForRowsWritten Whether the options may be about rows that are written.
 /// @throws UsageError when options contradict each other, or the format or name of the file.
 [[nodiscard]] FrameSourceOptions frameSourceOptions(const RawOptions& raw, bool isForRowsWritten = false);
+
+/// Where the programme begins in a file, by --from-start.
+/// @param rate Of the frames that its timecode counts; may be empty.
+/// @param rateOption What gives that, for messages.
+/// @throws UsageError when it is no time.
+[[nodiscard]] FromStart fromStartOption(const RawOptions& raw, const std::string& rate, std::string_view rateOption);
+
+/// The time of an option's TIME as all rates have it; a timecode counts frames of `rate`, as --drop and --non-drop say.
+/// @throws UsageError that names the options.
+[[nodiscard]] MediaTime startTime(const std::string& option, std::string text, const std::string& rate,
+                                  std::string_view rateOption, const RawOptions& raw);
+/// The same of seconds: frames of 23.976, 29.97 and 59.94 a second are whole numbers of its units.
+[[nodiscard]] MediaTime exactTime(double seconds);
 
 /// The seconds of an option's TIME.
 /// @param rate Of the command; null where it has none.

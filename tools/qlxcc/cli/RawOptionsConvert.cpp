@@ -20,25 +20,6 @@ namespace qlx::tool {
 
 namespace {
 
-/// A time as all rates have it: frames of 23.976, 29.97 and 59.94 a second are whole numbers of these.
-MediaTime exactTime(double seconds) {
-    constexpr std::int32_t kUnits = 120'000;
-    return MediaTime::make(std::llround(seconds * kUnits), kUnits);
-}
-
-/// The time of a text; a timecode counts frames of `rate` as the options say.
-MediaTime startTime(const std::string& option, std::string text, const std::string& rate, const RawOptions& raw) {
-    const auto named = rate.empty() ? std::nullopt : rateNamed(rate);
-    if (parseFrameTimecode(text) && !named) {
-        throw UsageError(option + ": --from-rate is needed, which says how many frames of " + text + " a second has");
-    }
-    if (parseFrameTimecode(text) && (raw.isDrop || raw.isNonDrop)) {
-        std::replace(text.begin(), text.end(), ';', ':');
-        text[text.rfind(':')] = raw.isDrop ? ';' : ':';
-    }
-    return exactTime(timeOption(option, text, named ? &*named : nullptr));
-}
-
 void takeScale(const std::string& text, TimeChange& change) {
     constexpr std::int32_t kGreatest = 1'000'000;
     const char* const end = text.data() + text.size();
@@ -56,14 +37,13 @@ void takeTimes(const RawOptions& raw, ConvertOptions& options) {
     if (raw.isDrop && raw.isNonDrop) {
         throw UsageError("--drop and --non-drop cannot be given together");
     }
-    options.isStartGiven = !raw.fromStart.empty();
-    options.isStartTaken = raw.fromStart == "auto";
-    if (options.isStartGiven && !options.isStartTaken && raw.fromStart != "0") {
-        options.times.fromStart = startTime("--from-start", raw.fromStart, raw.fromRate, raw);
-    }
+    const FromStart from = fromStartOption(raw, raw.fromRate, "--from-rate");
+    options.isStartGiven = from.isGiven;
+    options.isStartTaken = from.isTaken;
+    options.times.fromStart = from.time;
     if (!raw.toStart.empty()) {
         options.times.toStart =
-            startTime("--to-start", raw.toStart, raw.toRate.empty() ? raw.fromRate : raw.toRate, raw);
+            startTime("--to-start", raw.toStart, raw.toRate.empty() ? raw.fromRate : raw.toRate, "--from-rate", raw);
     }
     if (!raw.scale.empty()) {
         takeScale(raw.scale, options.times);
@@ -85,12 +65,14 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
         {"--title", raw.title.has_value()},         {"--episode", raw.episode.has_value()},
         {"--publisher", raw.publisher.has_value()}, {"--reference", raw.reference.has_value()},
         {"--country", raw.country.has_value()},     {"--date", raw.date.has_value()},
-        {"--table", raw.table.has_value()},         {"--open", raw.isOpen},
-        {"--single-height", raw.isSingleHeight}};
+        {"--table", raw.table.has_value()},         {"--open", raw.isOpen}};
     for (const auto& [name, isGiven] : given) {
         if (isGiven && !isStl) {
             throw UsageError(std::string(name) + " is for EBU STL only: say it with --to-format stl");
         }
+    }
+    if (raw.isSingleHeight && !isStl && raw.page.empty()) {
+        throw UsageError("--single-height is for EBU STL, and for packets with --page");
     }
     const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
     if (raw.date && (raw.date->size() != 6 || !std::all_of(raw.date->begin(), raw.date->end(), isDigit))) {
@@ -171,6 +153,7 @@ FrameOutputOptions carrierFormat(const RawOptions& raw, const std::string& name)
     frames.scc.field =
         !raw.channel.empty() && cea608::channelNamed(raw.channel)->field == 2 ? cc::CcType::Field2 : cc::CcType::Field1;
     frames.mcc = mccHeader(raw, name == "mcc");
+    frames.transport = transportOptions(raw);
     return frames;
 }
 
@@ -198,6 +181,7 @@ PlayOptions playedCues(const RawOptions& raw, const std::string& format) {
     asked.isNonDrop = raw.isNonDrop && (format == "scc" || format == "mcc");
     asked.lines.reset();
     asked.files = {raw.file};
+    asked.fromStart.clear();  // Its cues have their times.
     if (!raw.page.empty()) {
         asked.pages = {raw.page};
         asked.order = {"--page"};
@@ -237,6 +221,10 @@ int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOpt
         throw UsageError("--service, --page, --style, --roll-up-rows, --language and --single-codes are for subtitles "
                          "that become packets: those of " +
                          options.input.path + " stay as they are");
+    }
+    if (raw.isSingleHeight) {
+        throw UsageError("--single-height is for subtitles that become packets: those of " + options.input.path +
+                         " stay as they are");
     }
     if (!raw.encoding.empty() || raw.reportsAll) {
         throw UsageError("--encoding and --report are for subtitles: what packets lose is always said");
@@ -304,6 +292,10 @@ Action checkedConvert(const RawOptions& raw) {
     if (raw.timestampMap && format != "vtt") {
         throw UsageError("--timestamp-map is for WebVTT only");
     }
+    refuseTransportOptions(raw, format == "ts");
+    if (raw.isSingleHeight && isOfCues && options.format != CueFormat::Stl) {
+        throw UsageError("--single-height is for EBU STL and packets that are written");
+    }
     takeTimes(raw, options);
     takeStl(raw, options);
     findUnused(raw, format, isOfCues, options);
@@ -344,6 +336,7 @@ Action checkedConvert(const RawOptions& raw) {
     carrier.isStartTaken = options.isStartTaken;
     carrier.line = static_cast<std::uint32_t>(raw.line.value_or(carrier.line));
     carrier.isStrict = raw.isStrict;
+    carrier.isHearingImpaired = raw.isHearingImpaired;
     return [raw, format, options, carrier] { return convertToFrames(raw, format, options, carrier); };
 }
 

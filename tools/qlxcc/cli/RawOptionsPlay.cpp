@@ -130,7 +130,8 @@ void refuseOptionsOfCaptions(const RawOptions& raw, const PlayOptions& options) 
 void refuseOptionsOfTeletext(const RawOptions& raw) {
     refuse(std::array{GivenOption{"--page", !raw.pages.empty()}, GivenOption{"--region", raw.region.has_value()},
                       GivenOption{"--serial", raw.isSerial}, GivenOption{"--repeat", raw.repeatAfter.has_value()},
-                      GivenOption{"--fill", raw.fillsFields}, GivenOption{"--sdps", raw.sdps.has_value()}},
+                      GivenOption{"--fill", raw.fillsFields}, GivenOption{"--sdps", raw.sdps.has_value()},
+                      GivenOption{"--single-height", raw.isSingleHeight}},
            "--mode teletext without --as-deployed");
 }
 
@@ -228,6 +229,7 @@ void readTeletextOptions(const RawOptions& raw, PlayOptions& options) {
     }
     TeletextPlayOptions& sent = options.teletext;
     sent.pages = filesAndPages(raw);
+    sent.isDoubleHeight = !raw.isSingleHeight;
     refuseSame(sent.pages);
     constexpr std::uint32_t kFirstLineSD = 21;
     constexpr std::uint32_t kSecondLineSD = 334;
@@ -289,13 +291,8 @@ void readExtendedData(const RawOptions& raw, std::vector<cea608::XdsValue>& valu
 
 /// What a transport stream is made with.
 void readTransportOptions(const RawOptions& raw, PlayOptions& options) {
+    refuseTransportOptions(raw, options.format == PlayFormat::TransportStream);
     if (options.format != PlayFormat::TransportStream) {
-        refuse(std::array{GivenOption{"--bitrate", raw.bitrate.has_value()}, GivenOption{"--pid", raw.pid.has_value()},
-                          GivenOption{"--map-pid", raw.mapPid.has_value()},
-                          GivenOption{"--pcr-pid", raw.pcrPid.has_value()},
-                          GivenOption{"--service-name", raw.serviceName.has_value()},
-                          GivenOption{"--hearing-impaired", raw.isHearingImpaired}},
-               "the format ts");
         return;
     }
     if (options.mode != PlayMode::Teletext) {
@@ -305,12 +302,8 @@ void readTransportOptions(const RawOptions& raw, PlayOptions& options) {
         throw UsageError("--as-deployed is for the formats v210 and klv only");
     }
     streams::TransportWriterOptions& transport = options.transport;
+    transport = transportOptions(raw);
     transport.rate = frameRateOf(options.rate);
-    transport.bitrate = static_cast<std::uint32_t>(raw.bitrate.value_or(transport.bitrate));
-    transport.teletextPid = static_cast<std::uint16_t>(raw.pid.value_or(transport.teletextPid));
-    transport.mapPid = static_cast<std::uint16_t>(raw.mapPid.value_or(transport.mapPid));
-    transport.pcrPid = static_cast<std::uint16_t>(raw.pcrPid.value_or(transport.pcrPid));
-    transport.serviceName = raw.serviceName.value_or("");
     transport.pages.clear();
     for (const TeletextPlayOptions::Page& played : options.teletext.pages) {
         streams::ts::TeletextPage page;
@@ -360,6 +353,27 @@ void readCaptionOptions(const RawOptions& raw, PlayOptions& options) {
 
 }  // namespace
 
+void refuseTransportOptions(const RawOptions& raw, bool isWritten) {
+    if (!isWritten) {
+        refuse(std::array{GivenOption{"--bitrate", raw.bitrate.has_value()}, GivenOption{"--pid", raw.pid.has_value()},
+                          GivenOption{"--map-pid", raw.mapPid.has_value()},
+                          GivenOption{"--pcr-pid", raw.pcrPid.has_value()},
+                          GivenOption{"--service-name", raw.serviceName.has_value()},
+                          GivenOption{"--hearing-impaired", raw.isHearingImpaired}},
+               "the format ts");
+    }
+}
+
+streams::TransportWriterOptions transportOptions(const RawOptions& raw) {
+    streams::TransportWriterOptions transport;
+    transport.bitrate = static_cast<std::uint32_t>(raw.bitrate.value_or(transport.bitrate));
+    transport.teletextPid = static_cast<std::uint16_t>(raw.pid.value_or(transport.teletextPid));
+    transport.mapPid = static_cast<std::uint16_t>(raw.mapPid.value_or(transport.mapPid));
+    transport.pcrPid = static_cast<std::uint16_t>(raw.pcrPid.value_or(transport.pcrPid));
+    transport.serviceName = raw.serviceName.value_or("");
+    return transport;
+}
+
 PlayOptions playOptions(const RawOptions& raw) {
     PlayOptions options;
     options.subtitles = raw.files.front();
@@ -368,6 +382,10 @@ PlayOptions playOptions(const RawOptions& raw) {
     if (!raw.track.empty() && raw.asDeployed) {
         throw UsageError("--track and --as-deployed cannot be given together");
     }
+    if (!raw.fromStart.empty() && raw.asDeployed) {
+        throw UsageError("--from-start and --as-deployed cannot be given together");
+    }
+    options.fromStart = fromStartOption(raw, raw.rate, "--rate");
     options.mode = raw.mode == "cea608"     ? PlayMode::Cea608
                    : raw.mode == "cea708"   ? PlayMode::Cea708
                    : raw.mode == "captions" ? PlayMode::Captions

@@ -192,6 +192,66 @@ inline constexpr OptionRow kVideoLine{.names = "--line",
                                       .greatest = kGreatestLine,
                                       .field = &RawOptions::line};
 
+// How a transport stream is made.
+inline constexpr OptionRow kServiceName{
+    .names = "--service-name",
+    .value = "NAME",
+    .kind = ValueKind::Name,
+    .field = &RawOptions::serviceName,
+    .help = "ts: the service's name",
+    .more = "It is in the service description table, every 2 s; without a name there is none."};
+inline constexpr OptionRow kHearingImpaired{
+    .names = "--hearing-impaired",
+    .field = &RawOptions::isHearingImpaired,
+    .help = "ts: the subtitles are for the hard of hearing",
+    .more = "The teletext descriptor names its page as one of type 5, otherwise of type 2."};
+inline constexpr OptionRow kBitrate{.names = "--bitrate",
+                                    .value = "N",
+                                    .kind = ValueKind::Number,
+                                    .least = 150'000,
+                                    .greatest = 1'000'000'000,
+                                    .field = &RawOptions::bitrate,
+                                    .help = "ts: bits a second, constant (default: 512000)"};
+inline constexpr OptionRow kWrittenPid{.names = "--pid",
+                                       .value = "N",
+                                       .kind = ValueKind::Number,
+                                       .least = 32,
+                                       .greatest = 8190,
+                                       .field = &RawOptions::pid,
+                                       .help = "ts: the PID of the teletext (default: 257)"};
+inline constexpr OptionRow kMapPid{.names = "--map-pid",
+                                   .value = "N",
+                                   .kind = ValueKind::Number,
+                                   .least = 32,
+                                   .greatest = 8190,
+                                   .field = &RawOptions::mapPid,
+                                   .help = "ts: the PID of the program's map (default: 256)"};
+inline constexpr OptionRow kPcrPid{.names = "--pcr-pid",
+                                   .value = "N",
+                                   .kind = ValueKind::Number,
+                                   .least = 32,
+                                   .greatest = 8190,
+                                   .field = &RawOptions::pcrPid,
+                                   .help = "ts: the PID of the clock, which has packets of its own (default: 496)"};
+
+inline constexpr OptionRow kSingleHeight{.names = "--single-height", .field = &RawOptions::isSingleHeight};
+
+/// Of what reads cues.
+[[nodiscard]] constexpr OptionRow fromStart(std::string_view help, std::string_view more) {
+    return {.names = "--from-start",
+            .value = "TIME",
+            .kind = ValueKind::Name,
+            .field = &RawOptions::fromStart,
+            .help = help,
+            .more = more};
+}
+
+/// Of those that read EBU STL with it alone.
+inline constexpr OptionRow kStlStart =
+    fromStart("EBU STL: where the programme begins in it, which is subtracted: TIME, auto or 0",
+              "`auto` is the start of the programme in the head of the file (TCP), or else the whole hour in which the "
+              "first cue begins. Without this option times stay, and so do those of cues that begin before it.");
+
 // How captions are read.
 inline constexpr OptionRow kNoParity{.names = "--no-parity",
                                      .field = &RawOptions::ignoresParity,

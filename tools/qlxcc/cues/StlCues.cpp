@@ -155,10 +155,22 @@ void readWholeSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRe
         subtitles.problems.add({0, "the time codes are marked as not intended for use: they are used all the same",
                                 SubtitleProblem::Effect::None});
     }
+    TimeChange times;
+    times.fromStart = request.fromStart.time;
+    std::uint64_t before = 0;
     while (const subtitles::Cue* const cue = reader.next()) {
         problems.tellComments(reader.comments());
-        ++subtitles.cues;
-        giveCue(*cue, request, take);
+        if (++subtitles.cues == 1 && request.fromStart.isTaken) {
+            const auto told = subtitles::timeCodeOf(reader.gsi().startOfProgramme);
+            times.fromStart = programmeStart(told ? std::optional(told->time(reader.rate())) : std::nullopt, *cue);
+        }
+        subtitles::Cue changed = *cue;
+        before += changeTimes(times, changed) ? 0 : 1;
+        giveCue(changed, request, take);
+    }
+    if (before > 0) {
+        subtitles.problems.add({0, counted(before, "cue") + " before the start, which is not subtracted from them",
+                                SubtitleProblem::Effect::None});
     }
     problems.tellComments(reader.comments());
     if (subtitles.cues == 0) {

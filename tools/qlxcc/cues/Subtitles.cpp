@@ -107,7 +107,7 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     if (!request.track.empty() && !isContainer) {
         throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
     }
-    if (request.readsAll && isOther) {
+    if (request.readsAll && isOther && !request.fromStart.isGiven) {
         readAsCues(subtitles, file, *known, request, take);
         return subtitles;
     }
@@ -115,6 +115,12 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     const bool isSTL = looksLikeSTL({reinterpret_cast<const char*>(first.data()), first.size()});
     if (isSTL && !request.encoding.empty()) {
         throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
+    }
+    if (request.fromStart.isGiven && request.asDeployed) {
+        throw UsageError("--from-start is for EBU STL that is read whole, not as deployed");
+    }
+    if (request.fromStart.isGiven && !isSTL) {
+        throw UsageError("--from-start is for EBU STL here, which " + file.name() + " is not: convert has it for all");
     }
     checkKind(file, first, !request.encoding.empty());
     const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);

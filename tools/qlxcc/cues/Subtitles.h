@@ -1,6 +1,8 @@
 // Reading a subtitle file, and saying what is wrong with it.
 #pragma once
 
+#include "cues/CueTimes.h"
+
 #include <qlx/subtitles/cue.h>
 
 #include <cstdint>
@@ -57,6 +59,7 @@ struct SubtitleRequest {
     bool asDeployed = false;            ///< EBU STL as the fixed operations read it.
     std::string track = {};             ///< Of containers, as CueRequest has it.
     bool readsAll = true;               ///< Also formats that the fixed operations have no reader of.
+    FromStart fromStart = {};           ///< EBU STL, not as deployed.
 };
 
 /// What a file is.

@@ -214,6 +214,9 @@ private:
             FrameSourceOptions opened = _options.source;
             opened.kind = _kind;
             _frames.transport.pages = describedPages(_options.path, opened);
+            for (streams::ts::TeletextPage& page : _frames.transport.pages) {
+                page.type = _options.isHearingImpaired ? streams::ts::TeletextType::HearingImpaired : page.type;
+            }
         } else if (_frames.format != FrameFormat::Scc) {
             constexpr std::uint8_t kGreatestInterlaced = 30;
             const bool isInterlaced = nominalFramesPerSecond(_to) <= kGreatestInterlaced;

@@ -22,6 +22,7 @@ struct CarrierOptions {
     bool isStartTaken = false;          ///< What is subtracted is the time of the first frame.
     std::uint32_t line = 9;             ///< Of caption packets that are made.
     bool isStrict = false;              ///< What is lost makes the exit code 1.
+    bool isHearingImpaired = false;     ///< ts: its pages are for the hard of hearing, whatever is read says of them.
 };
 
 /// Runs the conversion; the result is the exit code.

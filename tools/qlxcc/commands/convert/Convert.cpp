@@ -325,12 +325,10 @@ private:
 
     /// What is subtracted is known with the first cue.
     void begin(const subtitles::Cue& cue, const CueInput& input) {
-        constexpr std::int32_t kMinute = 60;
-        constexpr std::int32_t kHour = 60 * kMinute;
         if (_options.isStartTaken) {
-            const auto hours = static_cast<std::int64_t>(secondsFrom(cue.start)) / kHour;
-            _times.fromStart = input.begin ? *input.begin : MediaTime::make(hours * kHour, 1);
+            _times.fromStart = programmeStart(input.begin, cue);
         }
+        constexpr double kMinute = 60.0;
         constexpr double kLate = 59.0 * kMinute;
         if (!_options.isStartGiven && secondsFrom(cue.start) >= kLate) {
             _notes.say("the first cue begins at " + timecode(cue.start) +

@@ -64,6 +64,7 @@ struct TeletextPlayOptions {
     };
 
     std::vector<Page> pages;  ///< One at least.
+    bool isDoubleHeight = true;
     playout::TeletextPlayoutOptions playout;
 };
 
@@ -71,6 +72,7 @@ struct PlayOptions {
     std::string subtitles;  ///< The file; `-` is standard input.
     std::string encoding;   ///< Of an SRT or JSON file; empty for UTF-8.
     std::string track;      ///< Of containers, as CueRequest has it.
+    FromStart fromStart;    ///< EBU STL, not as deployed.
     PlayMode mode = PlayMode::Teletext;
     Rate rate;
     bool isHD = true;

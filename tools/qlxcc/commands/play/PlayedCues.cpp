@@ -16,10 +16,12 @@ std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rat
 
 Subtitles PlayedCues::read() {
     const auto takeOne = [this](const subtitles::Cue& cue) { take(cue); };
-    return _options.cues
-               ? _options.cues(_options.subtitles, takeOne)
-               : readCues({.path = _options.subtitles, .encoding = _options.encoding, .track = _options.track},
-                          takeOne);
+    return _options.cues ? _options.cues(_options.subtitles, takeOne)
+                         : readCues({.path = _options.subtitles,
+                                     .encoding = _options.encoding,
+                                     .track = _options.track,
+                                     .fromStart = _options.fromStart},
+                                    takeOne);
 }
 
 std::vector<subtitles::Cue> PlayedCues::inOrder(bool overlaps) {

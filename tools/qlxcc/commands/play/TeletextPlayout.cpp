@@ -79,7 +79,9 @@ struct PlayedPages {
             for (subtitles::Cue& cue : played) {
                 cues.push_back({std::move(cue), pages.size()});
             }
-            pages.push_back({subtitles.name, {.page = page.number, .designation = designation}});
+            pages.push_back(
+                {subtitles.name,
+                 {.page = page.number, .designation = designation, .isDoubleHeight = options.teletext.isDoubleHeight}});
             names += (names.empty() ? "" : ", ") + subtitles.name;
             cueCount += subtitles.cues;
         }

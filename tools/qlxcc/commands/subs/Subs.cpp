@@ -217,9 +217,9 @@ int listSubtitles(const SubsOptions& options) {
     try {
         // As captions they are listed as `play --as-deployed` sends them.
         const bool asDeployed = options.mode == kCea608Mode;
-        list.finish(
-            readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed, options.track},
-                          [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
+        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed,
+                                   options.track, true, options.fromStart},
+                                  [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
         if (output.isStandardOutput()) {
             // What came before the broken place has been read all the same.

@@ -1,6 +1,7 @@
 // qlxcc subs: the cues of a subtitle file, and what was left out.
 #pragma once
 
+#include "cues/CueTimes.h"
 #include "io/Rates.h"
 
 #include <cstdint>
@@ -18,6 +19,7 @@ struct SubsOptions {
     std::optional<Rate> rate;           ///< Times are shown as timecodes of this rate, where it is given.
     std::optional<std::string> output;  ///< None or `-`: standard output.
     bool asJson = false;
+    FromStart fromStart{};  ///< EBU STL.
 };
 
 /// Runs the subcommand; the result is the exit code.
