@@ -36,12 +36,13 @@ TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of
 teletext with --as-deployed, with the first one that is later than its start. A caption that pops on is sent ahead of
 that, while the one before it is shown, and ends when the next one begins. A teletext page shows all cues that are on
 air, and is sent in the character set of --language with packets X/26 over letters that this lacks. Several files are
-several pages: each needs a --page in front of it. EBU STL cues keep their times, so that a programme that
-begins at 10:00:00:00 needs --from-start or --from, and the rows that they name. Warnings name what a viewer will not see as it is written, ten of a
-kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334 with --sd; with captions
-that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many pairs as the rate has: up to 30
-frames/s one of each field a frame, above that those of field 1 in even frames and those of field 2 in odd ones. Behind
-them stands what a caption service has to send. With --sd its picture is taken as one of 4:3, otherwise of 16:9.
+several pages: each needs a --page in front of it. EBU STL cues keep their times, so that a programme that begins at
+10:00:00:00 needs --from-start or --from, and the rows that they name. Warnings name what a viewer will not see as it
+is written, ten of a kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334
+with --sd; with captions that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many pairs
+as the rate has: up to 30 frames/s one of each field a frame, above that those of field 1 in even frames and those of
+field 2 in odd ones. Behind them stands what a caption service has to send. With --sd its picture is taken as one of
+4:3, otherwise of 16:9.
 
 The times of teletext in a transport stream are 200 ms ahead of its clock. FFmpeg takes what
 is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
