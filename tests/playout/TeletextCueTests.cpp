@@ -151,9 +151,13 @@ Made fittingCue(Random& random, std::uint8_t designation, const Letters& letters
     made.cue.end = MediaTime::make(static_cast<std::int64_t>(made.end), kFrames);
     const std::size_t rows = 1 + below(random, 3);
     const std::size_t last = below(random, 3) == 0 ? rows + below(random, 12 - rows) : 0;
+    // Or on rows of the page, odd and even ones, each two below the one in front of it or more.
+    const bool isNamed = last == 0 && below(random, 2) == 0;
+    made.cue.screenRows = isNamed ? 23 : 0;
+    std::size_t named = 1 + below(random, 23 - 2 * rows);
     for (std::size_t index = 0; index < rows; ++index) {
         qlx::subtitles::Row row;
-        row.number = last == 0 ? 0 : last - (rows - 1 - index);
+        row.number = isNamed ? named : last == 0 ? 0 : last - (rows - 1 - index);
         const std::size_t alignment = below(random, 3);
         row.alignment = alignment == 0 ? Alignment::Left : alignment == 1 ? Alignment::Center : Alignment::Right;
         SeenRow seen;
@@ -174,7 +178,9 @@ Made fittingCue(Random& random, std::uint8_t designation, const Letters& letters
         seen.column = std::max(wanted, lead);
         seen.firstVisible = seen.column - 1;
         seen.lastVisible = std::min<std::size_t>(seen.column + size, 39);
-        made.seen[last == 0 ? 22 - 2 * (rows - 1 - index) : 2 * static_cast<std::size_t>(row.number)] = std::move(seen);
+        const std::size_t place = last == 0 ? 22 - 2 * (rows - 1 - index) : 2 * static_cast<std::size_t>(row.number);
+        made.seen[isNamed ? named : place] = std::move(seen);
+        named += 2 + below(random, std::max<std::size_t>(1, 23 - named - 2 * (rows - 1 - index)));
         made.cue.rows.push_back(std::move(row));
     }
     return made;
@@ -254,26 +260,43 @@ TEST(TeletextCues, ComeBackWhenTheyFit) {
     }
 }
 
-TEST(TeletextCues, ComeBackFromPagesAtOnce) {
-    Random random(22);
-    // Four in magazines of their own.
+/// Pages of one magazine, which are sent one behind the other: the cues of each stand where the others have none.
+std::vector<PlayedPage> pagesInTurn(Random& random, const std::vector<std::uint16_t>& numbers, std::size_t cues) {
     std::vector<PlayedPage> pages;
-    for (std::size_t index = 0; index < 4; ++index) {
-        const auto number = static_cast<std::uint16_t>(0x101 + 0x200 * index);
-        pages.push_back(playedPage(random, number, kSets[4 * index + 1], kCues / 8, 2, 0));
+    std::vector<Letters> letters;
+    for (const std::uint16_t number : numbers) {
+        pages.push_back({number, kSets[4 * pages.size() + 1], {}});
+        letters.push_back(lettersOf(pages.back().designation));
     }
-    expectPages(pages, {.sdps = 3});
-    // Two of one magazine, one behind the other: the cues of one stand where the other has none.
-    PlayedPage first{0x801, 4, {}};
-    PlayedPage second{0x888, 1, {}};
-    const Letters letters[] = {lettersOf(4), lettersOf(1)};
     std::uint64_t frame = 2;
-    for (std::size_t count = 0; count < kCues / 8; ++count) {
-        PlayedPage& page = count % 2 == 0 ? first : second;
-        page.cues.push_back(fittingCue(random, page.designation, letters[count % 2], frame));
-        frame = page.cues.back().end + 3;
+    for (std::size_t count = 0; count < cues; ++count) {
+        const std::size_t index = count % pages.size();
+        pages[index].cues.push_back(fittingCue(random, pages[index].designation, letters[index], frame));
+        frame = pages[index].cues.back().end + 3;
     }
-    expectPages({first, second}, {.isSerial = true});
+    return pages;
+}
+
+/// Pages of magazines of their own, which are sent at once.
+std::vector<PlayedPage> pagesAtOnce(Random& random, const std::vector<std::uint16_t>& numbers, std::size_t cues) {
+    std::vector<PlayedPage> pages;
+    for (const std::uint16_t number : numbers) {
+        const std::uint8_t designation = kSets[4 * pages.size() + 1];
+        pages.push_back(playedPage(random, number, designation, cues / numbers.size(), 2, 0));
+    }
+    return pages;
+}
+
+TEST(TeletextCues, ComeBackFromPagesOfDifferentMagazinesAtOnce) {
+    Random random(22);
+    expectPages(pagesAtOnce(random, {0x101, 0x888}, kCues), {.sdps = 3});
+    expectPages(pagesAtOnce(random, {0x101, 0x301, 0x501, 0x701}, kCues), {.sdps = 3});
+}
+
+TEST(TeletextCues, ComeBackFromPagesOfOneMagazineInTurn) {
+    Random random(24);
+    expectPages(pagesInTurn(random, {0x801, 0x888}, kCues));
+    expectPages(pagesInTurn(random, {0x801, 0x802, 0x850, 0x888}, kCues), {.isSerial = true});
 }
 
 // Anything
