@@ -170,7 +170,7 @@ bool RateChange::putSections(Cdp& cdp, FindingSink* findings) {
     const detail::WaitingSections sections = _sections.pop();
     // Those right behind that say the same, and could go out now, do so with this one. In front of others they stay: the
     // last one that a receiver gets is the last one that came.
-    while (_options.joinsSections && !_sections.empty() && _sections.front().firstFrame <= _next &&
+    while (!_options.everySection && !_sections.empty() && _sections.front().firstFrame <= _next &&
            _sections.front().isLike(sections)) {
         static_cast<void>(_sections.pop());
     }

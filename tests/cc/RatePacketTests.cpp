@@ -34,8 +34,8 @@ Cdp packetWith(FrameRate rate, const std::optional<TimeCodeFields>& time = std::
 }
 
 std::vector<RateFrame> changed(const std::vector<Cdp>& input, FrameRate from, FrameRate to,
-                               Findings* findings = nullptr, bool joinsSections = false) {
-    RateChange change({.from = from, .to = to, .joinsSections = joinsSections});
+                               Findings* findings = nullptr, bool everySection = false) {
+    RateChange change({.from = from, .to = to, .everySection = everySection});
     std::vector<RateFrame> out;
     RateFrame frame;
     for (std::size_t number = 0; number < input.size(); ++number) {
@@ -225,12 +225,12 @@ TEST(RateChangePacket, HasServiceInformationOnceForEachThatCame) {
     }
 }
 
-TEST(RateChangePacket, SendsEqualServiceInformationAsOftenAsItCame) {
+TEST(RateChangePacket, SendsEqualServiceInformationAsOftenAsItCameWhenAsked) {
     const std::array english{CaptionService::digital(1, {'e', 'n', 'g'})};
     Cdp packet = packetWith(FrameRate::Fps60);
     ASSERT_TRUE(packet.setServices(english));
     Findings findings;
-    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24, &findings);
+    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24, &findings, true);
     // The second has 24 frames; the other 36 sections follow, one with each frame.
     ASSERT_EQ(frames.size(), 60U);
     for (const RateFrame& frame : frames) {
@@ -242,11 +242,11 @@ TEST(RateChangePacket, SendsEqualServiceInformationAsOftenAsItCame) {
               (FindingList{{FindingCode::RateWaitsAtEnd, Severity::Warning, 24, 0x73, 36}}));
 }
 
-TEST(RateChangePacket, KeepsNoQueueOfEqualServiceInformationWhenAsked) {
+TEST(RateChangePacket, KeepsNoQueueOfEqualServiceInformation) {
     const std::array english{CaptionService::digital(1, {'e', 'n', 'g'})};
     Cdp packet = packetWith(FrameRate::Fps60);
     ASSERT_TRUE(packet.setServices(english));
-    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24, nullptr, true);
+    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24);
     // The last two came behind the beginning of frame 23, which is the last one of the second.
     ASSERT_EQ(frames.size(), 25U);
     for (const RateFrame& frame : frames) {

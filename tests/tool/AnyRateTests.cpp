@@ -384,15 +384,15 @@ TEST(AnyRate, SendsServiceInformationOnceForEachThatCame) {
         }
         return carried;
     };
-    const ToolResult each = runRate(folder, "a.jsonl", "50", "25", "b.jsonl");
+    const ToolResult each = runRate(folder, "a.jsonl", "50", "25", "b.jsonl", {"--every-section"});
     EXPECT_EQ(each.exitCode, 0);
     EXPECT_EQ(each.err, "qlxcc: warning: " + folder.path("a.jsonl") +
                             ": frame 3 of the result: sections 73 behind the last frame: 3\n");
     EXPECT_EQ(services("b.jsonl"), std::vector<bool>(6, true));
     // The last one came behind the beginning of frame 2.
-    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "25", "c.jsonl", {"--join-sections"}).exitCode, 0);
+    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "25", "c.jsonl").exitCode, 0);
     EXPECT_EQ(services("c.jsonl"), std::vector<bool>(4, true));
-    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "60", "d.jsonl").err, "");
+    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "60", "d.jsonl", {"--every-section"}).err, "");
     EXPECT_EQ(services("d.jsonl"), (std::vector<bool>{true, false, true, true, true, true, true, false}));
 }
 

@@ -91,10 +91,10 @@ struct RateOptions {
     FrameRate to = FrameRate::Fps2997;    ///< Of the frames that are given.
     /// Sequence counter of the first packet; none: that of the first packet that comes.
     std::optional<std::uint16_t> firstCounter = std::nullopt;
-    /// Whether service information and sections that the standard keeps for the future go out as one, where several that
-    /// wait one behind the other say the same. Input that has them in every packet needs this on its way to a lower
-    /// rate, which has fewer packets than there are sections.
-    bool joinsSections = false;
+    /// Whether service information and sections that the standard keeps for the future each go out, also where several
+    /// that wait one behind the other say the same; else these go out as one. Of input that has them in every packet a
+    /// lower rate, which has fewer packets, then sends the rest behind the end.
+    bool everySection = false;
 };
 
 /// A frame of the new rate.
@@ -116,9 +116,10 @@ struct RateFrame {
 /// without padding in between.
 ///
 /// Service information, and sections that the standard keeps for the future, go out in their order, once for each that
-/// came, those of one packet with a packet (RateOptions::joinsSections has equal ones go out as one). The time code is counted on from the first one that came, in the new rate's frames, and anew after each jump; at 29.97
-/// and 59.94 with dropped numbers, unless the input has one of these rates and does not drop any, or 23.976, whose
-/// labels are right without. An impossible one is left out (RateTimeCodeImpossible).
+/// came, those of one packet with a packet; equal ones that wait together go out as one, but for
+/// RateOptions::everySection. The time code is counted on from the first one that came, in the new rate's frames, and
+/// anew after each jump; at 29.97 and 59.94 with dropped numbers, unless the input has one of these rates and does not
+/// drop any, or 23.976, whose labels are right without. An impossible one is left out (RateTimeCodeImpossible).
 ///
 /// Nothing is lost: what waits longer than two seconds is sent nevertheless (RateSentLate, one for each triplet and for
 /// the sections of each packet), and what has no place in front of the input's end goes out behind it (RateWaitsAtEnd).

@@ -244,12 +244,13 @@ constexpr OptionRow kRateOptions[] = {
                      "written. The timecodes of mcc are those of the times of IN, at 29.97 and 59.94 drop-frame ones."),
             kRateWrittenFormats),
     kMccVersion,
-    {.names = "--join-sections",
-     .field = &RawOptions::joinsSections,
-     .help = "Service information that waits and says the same goes out once",
-     .more = "Each that came goes out with a packet of its own otherwise, and IN that has it in every packet makes a "
-             "longer result at a lower rate, which has fewer packets: the end of it is behind the last frame, which is "
-             "said."},
+    {.names = "--every-section",
+     .field = &RawOptions::everySection,
+     .help = "Each service information goes out, also where it says the same",
+     .more =
+         "Those that wait together and say the same go out as one otherwise. With it IN that has service "
+         "information in every packet makes a longer result at a lower rate, which has fewer packets: the end of it "
+         "is behind the last frame, which is said."},
     saying(kAsDeployed,
            "One rate must be the double of the other then: to the double each caption packet is split into those of "
            "two frames, and all other packets go to the first of them; back from it two caption packets are joined, a "

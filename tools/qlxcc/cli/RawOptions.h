@@ -40,7 +40,7 @@ struct RawOptions {
     std::optional<std::string> format;  ///< Of what is neither frames that are read nor frames that are written.
     bool asJson = false;
     bool asDeployed = false;
-    bool joinsSections = false;
+    bool everySection = false;
     std::string encoding;
 
     // Rates and times.

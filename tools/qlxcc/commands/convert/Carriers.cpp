@@ -324,7 +324,7 @@ private:
         }
         _notes.setPlace("frame " + std::to_string(frame.number));
         if (!_change) {
-            _change.emplace(cc::RateOptions{.from = *_rate, .to = _to, .joinsSections = true});
+            _change.emplace(cc::RateOptions{.from = *_rate, .to = _to});
             _changeBase = frame.number;
         }
         if (_changesRate) {

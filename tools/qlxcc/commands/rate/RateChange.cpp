@@ -205,8 +205,8 @@ private:
             _notes.add({FindingCode::RateTooManyStreams, Severity::Error, 0, place.line, kMostStreams});
             return nullptr;
         }
-        return &_streams.emplace_back(
-            place, cc::RateOptions{.from = _from, .to = _to, .joinsSections = _options.joinsSections});
+        return &_streams.emplace_back(place,
+                                      cc::RateOptions{.from = _from, .to = _to, .everySection = _options.everySection});
     }
 
     /// Whether a stream has the frame that is written next.

@@ -16,8 +16,8 @@ struct RateChangeOptions {
     Rate to;
     std::string output;  ///< `-` is standard output.
     FrameOutputOptions frames;
-    bool joinsSections = false;  ///< See cc::RateOptions.
-    bool asDeployed = false;     ///< With the fixed operations, which know a rate's double and half only.
+    bool everySection = false;  ///< See cc::RateOptions.
+    bool asDeployed = false;    ///< With the fixed operations, which know a rate's double and half only.
 };
 
 /// Whether `to` is the double of `from`.
