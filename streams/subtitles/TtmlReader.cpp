@@ -1,5 +1,7 @@
 #include "TtmlHead.h"
+#include "TtmlRuby.h"
 #include "TtmlText.h"
+#include "TtmlXml.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
@@ -19,8 +21,6 @@ namespace {
 
 using namespace detail;
 using subtitles::Cue;
-
-constexpr std::string_view kRuby = "ttml.tts:ruby";
 
 /// What holds where a walk is.
 struct Context {
@@ -133,14 +133,6 @@ private:
         const ElementTimes times = timesOf(element, attributes, context.begin);
         _animations.push_back({times.begin, times.end, attributes.own});
         context.animations = _animations.size();
-    }
-
-    /// Where nothing says when an element ends, what is within does.
-    static void extend(std::optional<MediaTime>& all, bool& isOpen, const std::optional<MediaTime>& end) {
-        isOpen = isOpen || !end;
-        if (end && (!all || isBefore(*all, *end))) {
-            all = end;
-        }
     }
 
     /// `body` and `div`.
@@ -323,27 +315,6 @@ private:
         return std::pair(*begin, end.value_or(MediaTime{}));
     }
 
-    /// Makes what a run is of ruby (TTML2, tts:ruby) what WebVTT says of it; delimiters and whatever else stay as they are.
-    static void takeRuby(subtitles::Properties& all) {
-        const auto ruby = std::find_if(all.begin(), all.end(),
-                                       [](const subtitles::Property& property) { return property.name == kRuby; });
-        if (ruby == all.end() || (ruby->value != "base" && ruby->value != "text")) {
-            return;
-        }
-        const bool isText = ruby->value == "text";
-        all.erase(ruby);
-        all.push_back({std::string(subtitles::properties::kWebVttRuby), {}});
-        if (isText) {
-            all.push_back({std::string(subtitles::properties::kWebVttRubyText), {}});
-        }
-    }
-
-    /// Whether blanks stand between the parts of ruby, where they are not shown (TTML2, tts:ruby).
-    static bool isBetweenRuby(const subtitles::Properties& all) {
-        const std::string* const ruby = valueOf(all, kRuby);
-        return ruby != nullptr && (*ruby == "container" || *ruby == "baseContainer" || *ruby == "textContainer");
-    }
-
     /// Animations of content are read with what they are in.
     void passOverInContent(const pugi::xml_node& element, const Name& name) {
         if (!name.is(Namespace::Tt, "set")) {
@@ -483,63 +454,6 @@ private:
     bool _hasRegionWithin = false;  ///< A span says one.
     std::string_view _language;
 };
-
-/// What the elements, texts and attributes of a document take in memory, at most.
-std::uint64_t bytesOfTree(std::string_view text) {
-    // An element, and the text behind its tag.
-    constexpr std::uint64_t kTwoNodes = 128;
-    constexpr std::uint64_t kAttribute = 40;
-    return kTwoNodes * static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '<')) +
-           kAttribute * static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '='));
-}
-
-/// That may be taken for a document.
-std::uint64_t mostBytesOfTree(std::string_view text) {
-    constexpr std::uint64_t kAlways = std::uint64_t{32} * 1024 * 1024;
-    constexpr std::uint64_t kTimesTheText = 9;
-    return kAlways + kTimesTheText * text.size();
-}
-
-/// The text with U+FFFD in place of each byte that is no UTF-8, and how many these are.
-std::string repaired(std::string_view text, std::int64_t& count) {
-    std::string repaired;
-    for (auto wrong = firstInvalidUTF8Byte(text); wrong; wrong = firstInvalidUTF8Byte(text)) {
-        repaired += text.substr(0, *wrong);
-        appendUtf8(repaired, U'\uFFFD');
-        text.remove_prefix(*wrong + 1);
-        ++count;
-    }
-    repaired += text;
-    return repaired;
-}
-
-/// Refuses what is too deep, and a document type with a part of its own.
-std::optional<Finding> refusal(const pugi::xml_document& document, TtmlReport& report, std::size_t deepest) {
-    std::size_t depth = 1;
-    for (pugi::xml_node node = document.first_child(); node;) {
-        const auto byte = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, node.offset_debug()));
-        const std::string_view type = node.type() == pugi::node_doctype ? node.value() : "";
-        if (type.find('[') != std::string_view::npos) {
-            return Finding{FindingCode::TtmlDocumentType, Severity::Error, report.lineOf(byte),
-                           static_cast<std::int64_t>(type.size()), 0};
-        }
-        if (node.type() == pugi::node_element && depth > deepest) {
-            return Finding{FindingCode::TtmlTooDeep, Severity::Error, report.lineOf(byte),
-                           static_cast<std::int64_t>(deepest), 0};
-        }
-        if (node.first_child()) {
-            ++depth;
-            node = node.first_child();
-            continue;
-        }
-        while (node && !node.next_sibling()) {
-            node = node.parent();
-            depth -= depth == 0 ? 0 : 1;
-        }
-        node = node ? node.next_sibling() : node;
-    }
-    return std::nullopt;
-}
 
 }  // namespace
 

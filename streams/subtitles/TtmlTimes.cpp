@@ -243,6 +243,13 @@ void limit(std::optional<MediaTime>& end, const MediaTime& time) noexcept {
     }
 }
 
+void extend(std::optional<MediaTime>& all, bool& isOpen, const std::optional<MediaTime>& end) noexcept {
+    isOpen = isOpen || !end;
+    if (end && (!all || isBefore(*all, *end))) {
+        all = end;
+    }
+}
+
 std::string clockTime(std::int64_t milliseconds) {
     std::string text;
     const auto append = [&text](std::int64_t number, std::size_t digits, char mark) {

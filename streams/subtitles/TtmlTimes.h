@@ -37,6 +37,9 @@ struct TimeParameters {
 /// Takes the earlier one of an end, where there is one, and of a time, where it is valid.
 void limit(std::optional<MediaTime>& end, const MediaTime& time) noexcept;
 
+/// Takes the later one of two ends, `all` being of what came before; an end that nothing says leaves it open.
+void extend(std::optional<MediaTime>& all, bool& isOpen, const std::optional<MediaTime>& end) noexcept;
+
 /// `00:00:01.500`, which is a time of WebVTT too; not below 0.
 [[nodiscard]] std::string clockTime(std::int64_t milliseconds);
 

@@ -43,8 +43,8 @@ constexpr HeaderNames kHeaderNames[] = {
     {"charconv", "chars_format from_chars from_chars_result to_chars to_chars_result"},
     {"chrono", "chrono"},
     {"cmath",
-     "ceil cos exp fabs floor fmod hypot isfinite isinf isnan ldexp llround log log10 log2 lround nearbyint pow round "
-     "signbit sin sqrt tan trunc"},
+     "ceil cos exp fabs floor fmod hypot isfinite isinf isnan ldexp llround log log10 log2 lround nearbyint pow "
+     "remainder round signbit sin sqrt tan trunc"},
     {"cmath cstdlib", "abs"},
     {"compare", "compare_three_way partial_ordering strong_order strong_ordering weak_ordering"},
     {"concepts",

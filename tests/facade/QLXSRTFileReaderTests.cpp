@@ -377,7 +377,8 @@ TEST(QLXSRTFileReader, HoldsTwiceTheFileBesideItsRecords) {
     constexpr std::size_t kSize = std::size_t{1024} * 1024;
     constexpr std::uint64_t kMeasured = 512 * 1024;  // The system counts in pages, and late.
     std::string shortLines = std::string("1\n") + kTiming;
-    while (shortLines.size() < kSize) {
+    // Just more lines than a power of two: a list that doubled its room would hold the most here.
+    while (shortLines.size() < kSize + 256) {
         shortLines += "a\n";
     }
     std::string shortCues;

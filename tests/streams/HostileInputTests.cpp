@@ -123,7 +123,7 @@ private:
 };
 
 void readFrames(ByteSource& source, InputKind kind) {
-    auto reader = openFrames(source, kind, {.width = 48, .lines = {9, 10}});
+    auto reader = openFrames(source, kind, {.width = 48, .lines = {9, 10}, .rate = std::nullopt});
     if (!reader) {
         EXPECT_NE(reader.error().text(), "");
         return;

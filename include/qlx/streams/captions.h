@@ -32,6 +32,7 @@ namespace qlx::streams {
 class CdpCounters {
 public:
     /// Takes the next frame of the stream.
+    /// @param frame In the order of presentation.
     /// @param findings Gets jumps (CdpCounterJumped), and once for each line and channel that a counter stands still
     ///   (CdpCounterStandsStill), with the line of the packet as the offset; may be null. Packets that are no CDP are
     ///   passed over.
