@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using namespace qlx::subtitles;
@@ -18,14 +19,15 @@ namespace {
 constexpr std::array<std::string_view, 5> kDiskFormats{"STL25.01", "STL30.01", "STL24.01", "STL50.01", "STL99.01"};
 constexpr std::array<std::string_view, 6> kTables{"00", "01", "02", "03", "04", "99"};
 
-/// The rows of a cue that have text, without the spaces around it, which are codes in a file.
+/// The rows of a cue that have text, without the white space around it, where a file has codes.
 std::vector<std::string> textOf(const Cue& cue) {
+    constexpr std::string_view kWhiteSpace = " \t\r\n";
     std::vector<std::string> rows;
     for (const Row& row : cue.rows) {
         const std::string text = row.text();
-        const std::size_t begin = text.find_first_not_of(' ');
+        const std::size_t begin = text.find_first_not_of(kWhiteSpace);
         if (begin != std::string::npos) {
-            rows.push_back(text.substr(begin, text.find_last_not_of(' ') + 1 - begin));
+            rows.push_back(text.substr(begin, text.find_last_not_of(kWhiteSpace) + 1 - begin));
         }
     }
     return rows;
