@@ -5,6 +5,8 @@
 #include "cues/CueInput.h"
 #include "io/Rates.h"
 
+#include "Sanitized.h"
+
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/webvtt.h>
 
@@ -24,7 +26,7 @@ using qlx::subtitles::Cue;
 using qlx::subtitles::Row;
 using qlx::subtitles::Run;
 
-inline constexpr std::uint64_t kCues = 200;
+inline constexpr std::uint64_t kCues = qlxtest::countFor(200U, 60U);
 
 /// Words that look otherwise stand apart, as formats need it whose codes take places.
 inline Run runOf(std::string text, std::uint64_t kind) {
