@@ -7,7 +7,6 @@
 #include <qlx/klv/keys.h>
 
 #include <algorithm>
-#include <array>
 
 namespace qlx::streams {
 
@@ -34,27 +33,24 @@ std::vector<anc::ElementPacket> wrapped(const Frame& frame) {
     return packets;
 }
 
-/// How many user data words of an element's packet a frame does not keep whole.
-std::size_t wordsOfTenBits(const anc::ElementPacketView& view, const anc::Packet& packet) {
-    if (!anc::isTenBit(view.coding()) || view.checksum() != anc::Status::Right) {
-        return 0;
-    }
-    std::array<std::uint16_t, anc::kGreatestElementSamples> room{};
-    return detail::wordsOfTenBits(view.samples(room), packet);
-}
+/// Findings of an element whose packets go into a frame.
+class ElementFindings final : public FindingSink {
+public:
+    void add(const Finding& finding) override { _own.add(detail::asFramesKeepIt(finding)); }
+    void give(std::uint64_t place, FindingSink& to) const { _own.give(place, to); }
+
+private:
+    detail::BoundedFindings _own;
+};
 
 }  // namespace
 
 void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t place, Frame& frame,
                          FindingSink* findings) {
-    detail::BoundedFindings own;
+    ElementFindings own;
     for (const anc::ElementPacketView& packet : anc::elementPackets(element, findings == nullptr ? nullptr : &own)) {
         frame.packets.push_back(packet.toPacket());
         frame.wrapLast(packet.wrapping());
-        if (const std::size_t count = wordsOfTenBits(packet, frame.packets.back()); count > 0) {
-            own.add({FindingCode::StreamWordBitsLeftOut, Severity::Remark, packet.offset(),
-                     static_cast<std::int64_t>(count), 0});
-        }
     }
     if (findings != nullptr) {
         own.give(place, *findings);

@@ -3,7 +3,6 @@
 #include <qlx/cc/triplet.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <utility>
 
@@ -58,19 +57,11 @@ void tellLeftOut(const Frame& frame, const Carried& carried, FindingSink* findin
     }
 }
 
-std::size_t wordsOfTenBits(std::span<const std::uint16_t> words, const anc::Packet& packet) {
-    constexpr std::size_t kFlagWords = 3;
-    constexpr std::size_t kHeaderWords = 3;
-    std::array<std::uint16_t, anc::kGreatestPacketWords> room{};
-    if (!anc::writeWords(packet, room)) {
-        return 0;
+Finding asFramesKeepIt(Finding finding) {
+    if (finding.code == FindingCode::AncUserDataOfTenBits) {
+        finding.code = FindingCode::StreamWordBitsLeftOut;
     }
-    std::size_t count = 0;
-    for (std::size_t place = kHeaderWords; place < words.size() && place - kHeaderWords < packet.userData.size();
-         ++place) {
-        count += words[place] != room[kFlagWords + place] ? 1 : 0;
-    }
-    return count;
+    return finding;
 }
 
 }  // namespace qlx::streams::detail

@@ -22,9 +22,8 @@ struct Carried {
 /// @param findings May be null; offsets are those that FrameWriter::write() gives.
 void tellLeftOut(const Frame& frame, const Carried& carried, FindingSink* findings);
 
-/// How many user data words of a packet have more to say than the byte that a frame keeps of each: upper bits that are no
-/// parity.
-/// @param words Those of the packet, from its DID on.
-[[nodiscard]] std::size_t wordsOfTenBits(std::span<const std::uint16_t> words, const anc::Packet& packet);
+/// What a reader of rows or elements says of a packet, as it is for one that a frame keeps: of a word of ten bits that is
+/// the byte alone.
+[[nodiscard]] Finding asFramesKeepIt(Finding finding);
 
 }  // namespace qlx::streams::detail

@@ -1,5 +1,7 @@
 #include <qlx/streams/rows.h>
 
+#include "LeftOut.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -36,13 +38,7 @@ struct Hit {
 class AllFindings final : public FindingSink {
 public:
     explicit AllFindings(std::vector<Finding>& to) : _to(to) {}
-    void add(const Finding& finding) override {
-        _to.push_back(finding);
-        if (finding.code == FindingCode::AncUserDataOfTenBits) {
-            // Of what rows have, frames keep the bytes.
-            _to.back().code = FindingCode::StreamWordBitsLeftOut;
-        }
-    }
+    void add(const Finding& finding) override { _to.push_back(detail::asFramesKeepIt(finding)); }
 
 private:
     std::vector<Finding>& _to;

@@ -316,6 +316,9 @@ void ElementIterator::checkPayload(bool isUsable, bool isCut) const {
             report(FindingCode::AncHeaderParityWrong, Severity::Warning, offset, one, right);
         }
     }
+    if (const std::size_t count = wordsOfTenBits(); count > 0) {
+        report(FindingCode::AncUserDataOfTenBits, Severity::Remark, _packet._offset, count, 0);
+    }
     checkSpareBits();
     if (_packet._checksum == Status::Wrong) {
         const std::size_t index = layout::kSamplesInFront + _packet._dataCount;
@@ -323,6 +326,16 @@ void ElementIterator::checkPayload(bool isUsable, bool isCut) const {
                offset + index / layout::kTenBitWordSamples * layout::kTenBitWordBytes,
                tenBitSample(_packet._array.data(), index), rightChecksum());
     }
+}
+
+/// User data words whose upper two bits are not those of their bytes. Where the checksum is not right, that says it.
+std::size_t ElementIterator::wordsOfTenBits() const noexcept {
+    std::size_t count = 0;
+    if (_packet._checksum == Status::Right) {
+        eachTenBitSample(_packet._array.data(), layout::kSamplesInFront, layout::kSamplesInFront + _packet._dataCount,
+                         [&count](std::uint16_t one) { count += one != word(static_cast<std::uint8_t>(one)) ? 1 : 0; });
+    }
+    return count;
 }
 
 /// Says where bits are set that belong to no sample.

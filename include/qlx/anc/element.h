@@ -226,6 +226,7 @@ private:
     [[nodiscard]] std::uint16_t rightChecksum() const noexcept;
     void checkSampleCount() const;
     void checkPayload(bool isUsable, bool isCut) const;
+    [[nodiscard]] std::size_t wordsOfTenBits() const noexcept;
     void checkSpareBits() const;
     void checkEnd();
     void report(FindingCode code, Severity severity, std::size_t offset, std::uint64_t first,
@@ -268,7 +269,9 @@ private:
 /// A packet that cannot be used (a coding that packets do not have, user data that are not there) is passed over with a
 /// finding, and the next one is read behind its array, and behind zeros that fill the array up to a multiple of four
 /// bytes without being counted. `findings` is told what is wrong, with the byte offset in the
-/// element; bad input of any kind gives findings.
+/// element, and that user data words have other upper bits than parity, which a Packet does not keep
+/// (AncUserDataOfTenBits; ElementPacketView::samples() and ElementPacket have them); bad input of any kind gives
+/// findings.
 [[nodiscard]] inline ElementRange elementPackets(std::span<const std::uint8_t> element,
                                                  FindingSink* findings = nullptr) noexcept {
     return {element, findings};
