@@ -1,6 +1,7 @@
 // WebVTT files: hand-written files, in pieces of any size, and written and read back.
 #include <qlx/subtitles/webvtt.h>
 
+#include "Sanitized.h"
 #include "TextCues.h"
 
 #include <gtest/gtest.h>
@@ -191,7 +192,7 @@ TEST(WebVtt, KeepsAMebibyteBesidesCues) {
     using enum qlx::FindingCode;
     const auto many = [](std::string_view part) {
         std::string text;
-        while (text.size() < std::size_t{4} << 20U) {
+        while (text.size() < qlxtest::countFor(std::size_t{4}, std::size_t{1}) << 20U) {
             text += part;
         }
         return text;

@@ -26,7 +26,7 @@ using qlx::subtitles::Cue;
 using qlx::subtitles::Row;
 using qlx::subtitles::Run;
 
-inline constexpr std::uint64_t kCues = qlxtest::countFor(200U, 60U);
+inline constexpr std::uint64_t kCues = qlxtest::countFor(200U, 30U);
 
 /// Words that look otherwise stand apart, as formats need it whose codes take places.
 inline Run runOf(std::string text, std::uint64_t kind) {

@@ -244,7 +244,7 @@ ToolResult runTool(const std::vector<std::string>& arguments, const ToolConditio
             ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
         }
     }
-    const pid_t child = ::fork();
+    const pid_t child = conditions.asNobody ? ::fork() : ::vfork();
     if (child < 0) {
         throw std::runtime_error("fork failed");
     }
