@@ -59,7 +59,8 @@ void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
     }
 }
 
-/// Damage, and what is no control code [(i)(4), (j)].
+/// Damage, and what is no control code [(i)(3), (i)(4), (j)]. A first byte of 01 to 0F is passed over alone [(i)(1)]; in
+/// field 2 it is one of extended data.
 bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
     const bool isFirstSound = hasOddParity(first);
@@ -79,22 +80,25 @@ bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     if (isDamagedRepetition) {
         return false;
     }
-    if (isFirstSound && firstCode > 0 && firstCode < kFirstControl) {
-        // Field 2: 0x0F ends an extended data packet, the others begin or continue one.
-        _isExtendedData = _channel.field == 2 && firstCode != kEndOfExtendedData;
+    if (_channel.field == 2 && isFirstSound && firstCode > 0 && firstCode < kFirstControl) {
+        // 0x0F ends a packet, the others begin or continue one.
+        _isExtendedData = firstCode != kEndOfExtendedData;
         return false;
     }
     if (_isExtendedData || !_isSelected || !writes()) {
         return false;
     }
     _isBehindPreamble = false;
+    const auto secondCode = static_cast<std::uint8_t>(second & 0x7FU);
     const bool isSound = (isFirstSound || first == 0) && (hasOddParity(second) || second == 0);
+    const auto hasNoMeaning = [](std::uint8_t code) { return code > 0 && code < kFirstCharacter; };
     if (!isSound) {
         reportParity(first, second);
+    } else if (hasNoMeaning(firstCode) || hasNoMeaning(secondCode)) {
+        report(FindingCode::Cea608CodeUnknown, firstCode << 8U | secondCode);
     }
     const bool isFirstShown = receiveText(firstCode, isFirstSound || first == 0);
-    const bool isSecondShown =
-        receiveText(static_cast<std::uint8_t>(second & 0x7FU), hasOddParity(second) || second == 0);
+    const bool isSecondShown = receiveText(secondCode, hasOddParity(second) || second == 0);
     return isFirstShown || isSecondShown;
 }
 
@@ -207,8 +211,8 @@ bool Receiver::receiveMiscellaneous(Control control) {
     }
 }
 
-/// Codes that say what the letters behind them are for: RCL and RDC change no memory [C.10], EOC exchanges both
-/// [(f)(2), C.11], TR erases text and begins at the top [7.4].
+/// Codes that say what the letters behind them are for: RCL and RDC change no memory [(f)(1)(x), C.10], EOC
+/// exchanges both [(f)(2), C.11], TR erases text and begins at the top [7.4].
 bool Receiver::receiveMode(Control control) {
     _isText = control == Control::TextRestart || control == Control::ResumeTextDisplay;
     if (_isText || _channel.isText) {
@@ -243,8 +247,8 @@ void Receiver::start(Mode mode) {
     _isModeAssumed = false;
 }
 
-/// The first code of a roll-up caption erases what was there of another kind [C.10], and begins in row 15 [(f)(1)(ii)];
-/// later ones change the number of rows [(f)(1)].
+/// The first code of a roll-up caption erases what was there of another kind [(f)(1)(x), C.10], and begins in row 15
+/// [(f)(1)(ii)]; later ones change the number of rows [(f)(1)(iv)].
 bool Receiver::startRollUp(std::size_t rows) {
     const bool wasRollUp = _mode == Mode::RollUp;
     start(Mode::RollUp);

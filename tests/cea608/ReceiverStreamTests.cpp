@@ -73,9 +73,9 @@ TEST(Stream, MayBeginInsideACaption) {
 TEST(Parity, IsMissedOnce) {
     FedReceiver receiver;
     FedReceiver reading(kCC1, {.ignoresParity = true});
-    // 14 29, 14 60, and 61 pairs of letters without parity bits; nulls say nothing.
+    // 14 29, 14 60, and 61 backspaces in column 1 without parity bits; nulls say nothing.
     std::vector<Pair> pairs{{0x14, 0x29}, {0x14, 0x60}, {0, 0}};
-    pairs.insert(pairs.end(), 61, {0x08, 0x41});
+    pairs.insert(pairs.end(), 61, {0x14, 0x21});
     pairs.push_back({'H', 'i'});
     for (const Pair& pair : pairs) {
         receiver.pair(pair.first, pair.second);

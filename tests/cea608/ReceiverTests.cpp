@@ -297,9 +297,12 @@ TEST(Channels, PassOverTextAndExtendedData) {
     receiver.control(0x14, 0x29).control(0x14, 0x60).text("a").control(0x14, 0x2B).text("text").control(0x14, 0x2D);
     receiver.control(0x14, 0x29).text("b");
     EXPECT_EQ(receiver.lines(), Lines{"  15   ab"});
-    // Field 1 has no extended data; a pair that looks like it shows nothing, and what follows is text again.
-    receiver.pair(odd(0x01), odd('x')).text("c");
-    EXPECT_EQ(receiver.lines(), Lines{"  15   abc"});
+    EXPECT_EQ(receiver.findings(), Lines());
+    // Field 1 has no extended data: of a pair that looks like it the first byte alone is passed over (47 CFR 15.119 (i)(1)).
+    receiver.pair(odd(0x01), odd('x')).pair(odd(0x0F), 0x80).text("c").pair(odd('d'), odd(0x05));
+    EXPECT_EQ(receiver.lines(), Lines{"  15   abxcd"});
+    EXPECT_EQ(receiver.findings(),
+              (Lines{"code 178 has no meaning", "code f00 has no meaning", "code 6405 has no meaning"}));
     // Field 2: a packet (here a programme's name) begins with a class and a type, and ends with 0x0F and its checksum.
     FedReceiver other({2, 1});
     other.control(0x15, 0x29).control(0x14, 0x60).text("a").pair(odd(0x01), odd(0x03)).text("NAME");

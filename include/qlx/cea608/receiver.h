@@ -26,20 +26,22 @@ struct ReceiverOptions {
 /// The displayed and the non-displayed memory of one caption channel, or the box of its text. Paragraphs are those of
 /// 47 CFR 15.119, clauses those of CTA-608-E.
 ///
-/// - 15 rows of 32 columns: (d). White, on black, without other attributes until a code says so: C.14.
+/// - 15 rows of 32 columns: (d). White, on black, without other attributes until a code says so: (h)(1), C.14.
 /// - A control code counts once when it comes twice in a row, also when the first byte of the second one has a parity
 ///   error: (i)(4). A null pair between the two does not separate them: real streams have one there, in departure from
 ///   the standard. Two null pairs do, and any other pair.
 /// - A control code decides which data channel of the field the letters behind it are for: (i)(5).
 /// - A pair whose control code has a parity error in its second byte is ignored: (i)(2); a printing character with one
-///   becomes a solid block, and a code without a meaning is passed over: (j).
+///   becomes a solid block, and so does the first byte of a control code, in front of whatever its second one is: (i)(3),
+///   (j). A code without a meaning is passed over, with a finding; of a pair whose first byte is 01 to 0F, which in field 2
+///   is one of extended data, that byte alone: (i)(1), (j).
 /// - A preamble places the cursor, (e)(1)(i), a tab offset moves it by at most three columns, (e)(1)(ii), and never beyond
 ///   column 32: C.7, C.13.
-/// - Roll-up: the cursor stays on the base row, (f)(1); a preamble moves the window to its row, (f)(1)(ii), and where the
-///   window is higher than that, its number of rows counts: C.4; CR moves the rows up, (f)(1)(iii). What another style has
-///   shown or loaded is erased: C.10.
+/// - Roll-up: the cursor stays on the base row, (f)(1)(i); a preamble moves the window to its row, (f)(1)(ii), and where
+///   the window is higher than that, its number of rows counts: C.4; CR moves the rows up, (f)(1)(iii). Fewer rows erase
+///   the upper ones: (f)(1)(iv). What another style has shown or loaded is erased: (f)(1)(x), C.10.
 /// - Pop-on: letters go to the non-displayed memory, which EOC exchanges with the displayed one: (f)(2), C.11.
-/// - Paint-on: letters go to the displayed memory: (f)(3). RCL and RDC leave both memories as they are: C.10.
+/// - Paint-on: letters go to the displayed memory: (f)(3). RCL and RDC leave both memories as they are: (f)(1)(x), C.10.
 /// - EDM and ENM erase their memory in any style, and while text is received; they change no mode: C.16.
 /// - What has no column any more takes the place of the last one, with a finding: (f)(1)(v), (f)(2)(ii), (f)(3)(i).
 ///   A backspace goes one column back and erases it, in column 1 nothing: (f)(1)(vi); behind column 32 it erases that one,
