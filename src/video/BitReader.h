@@ -1,25 +1,17 @@
 // Reading the headers of NAL units bit by bit.
 #pragma once
 
-#include <qlx/video/nal.h>
-
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace qlx::video {
 
-/// Bits from the highest on; behind the end they are 0 and hasFailed() says so.
+/// Bits from the highest on, without the emulation prevention bytes; behind the end they are 0 and hasFailed() says so.
 class BitReader {
 public:
-    /// Takes the emulation prevention bytes out. No header that is read here is longer; what is longer is damaged.
-    explicit BitReader(std::span<const std::uint8_t> unit) noexcept
-        : _bytes(withoutEmulationPrevention(unit.first(std::min(unit.size(), kLongestHeader)), _room)) {}
-    BitReader(const BitReader&) = delete;
-    BitReader& operator=(const BitReader&) = delete;
-    ~BitReader() = default;
+    /// `unit` must outlive this.
+    explicit BitReader(std::span<const std::uint8_t> unit) noexcept : _unit(unit) {}
 
     [[nodiscard]] std::uint32_t bits(unsigned count) noexcept {
         std::uint32_t value = 0;
@@ -55,21 +47,36 @@ public:
     [[nodiscard]] bool hasFailed() const noexcept { return _hasFailed; }
 
 private:
-    static constexpr std::size_t kLongestHeader = 1024;
-
     std::uint32_t bit() noexcept {
-        if (_position >= _bytes.size() * 8) {
+        if (_left == 0 && !takeByte()) {
             _hasFailed = true;
             return 0;
         }
-        const std::uint32_t value = _bytes[_position / 8] >> (7 - _position % 8) & 1U;
-        ++_position;
-        return value;
+        --_left;
+        return static_cast<std::uint32_t>(_byte >> _left) & 1U;
     }
 
-    std::array<std::uint8_t, kLongestHeader> _room{};
-    std::span<const std::uint8_t> _bytes;
-    std::size_t _position = 0;
+    /// False at the end.
+    bool takeByte() noexcept {
+        constexpr std::uint8_t kPrevention = 3;
+        if (_zeros >= 2 && _next < _unit.size() && _unit[_next] == kPrevention) {
+            ++_next;
+            _zeros = 0;
+        }
+        if (_next == _unit.size()) {
+            return false;
+        }
+        _byte = _unit[_next++];
+        _zeros = _byte == 0 ? _zeros + 1 : 0;
+        _left = 8;
+        return true;
+    }
+
+    std::span<const std::uint8_t> _unit;
+    std::size_t _next = 0;
+    std::size_t _zeros = 0;  ///< Bytes of 0 in front of the next one.
+    std::uint8_t _byte = 0;  ///< The last one that was taken.
+    unsigned _left = 0;      ///< Bits of it.
     bool _hasFailed = false;
 };
 

@@ -50,10 +50,8 @@ std::uint32_t readReferences(BitReader& reader, bool& isTooMany) {
     return last + 1;
 }
 
-/// What stands behind the numbers of a picture parameter set.
+/// What stands behind bottom_field_pic_order_in_frame_present_flag.
 void readRest(BitReader& reader, H264Picture& picture) {
-    reader.skip(1);
-    picture.hasBottomDeltas = reader.bits(1) != 0;
     const std::uint64_t groups = std::uint64_t{reader.number()} + 1;
     if (groups > kMostSliceGroups) {
         picture.isCut = true;
@@ -162,10 +160,12 @@ Result<H264Picture> parseH264Picture(std::span<const std::uint8_t> payload) {
         return makeFinding(FindingCode::VideoParametersWrong, Severity::Error, 0, kH264PictureParameters,
                            payload.size());
     }
-    const H264Picture numbers = picture;
+    reader.skip(1);
+    picture.hasBottomDeltas = reader.bits(1) != 0;
+    const H264Picture begun = picture;
     readRest(reader, picture);
     if (picture.isCut) {
-        picture = numbers;
+        picture = begun;
         picture.isCut = true;
     }
     return picture;

@@ -65,6 +65,60 @@ TEST(H264PictureOrder, BeginsAnewWhereAnOperationSaysSo) {
     }
 }
 
+/// With emulation prevention bytes (7.4.1).
+Bytes escaped(const Bytes& payload) {
+    Bytes bytes;
+    for (const std::uint8_t byte : payload) {
+        const std::size_t size = bytes.size();
+        if (size > 1 && bytes[size - 1] == 0 && bytes[size - 2] == 0 && byte <= 3) {
+            bytes.push_back(3);
+        }
+        bytes.push_back(byte);
+    }
+    return bytes;
+}
+
+// A map of slice groups has a number for each unit of the picture (type 6): of 8,160 units, which a picture of 1920 x 1088
+// has, with 3 bits each, that is longer than 3,000 bytes, and of an offset for each of 255 frames a sequence parameter set
+// is as long.
+TEST(H264PictureOrder, ReadsParametersOfAnyLength) {
+    std::string map = ue(7) + ue(6) + ue(8159);
+    for (unsigned unit = 0; unit < 8160; ++unit) {
+        map += unit % 7 == 0 ? "111" : unit % 2 == 0 ? "101" : "010";
+    }
+    const auto presented = [&](const std::string& marking) {
+        return orderOf(Codec::H264, {markedParameters("1 1", map) + slice(0x65, 0), slice(0x01, 8),
+                                     markedSlice(2, "0010 0100", ue(0), marking), slice(0x01, 4), slice(0x01, 2)});
+    };
+    EXPECT_EQ(presented(kNewCount), (std::vector<int>{0, 1, 2, 4, 3}));
+    EXPECT_EQ(presented(kNoMarking), (std::vector<int>{0, 4, 2, 3, 1}));
+
+    std::string offsets;
+    for (unsigned frame = 0; frame < 255; ++frame) {
+        offsets += ue(2'000'000'000);
+    }
+    const auto sequence = qlx::video::parseH264Sequence(
+        escaped(fromHex("42001e" + hexOfBits("1 1 010 0 1 1" + ue(255) + offsets + "010 0 1 1 1 1"))));
+    ASSERT_TRUE(sequence);
+    EXPECT_EQ(sequence->cycleOffsets.size(), 255U);
+    EXPECT_EQ(sequence->cycleOffsets.items().back(), -1'000'000'000);
+    EXPECT_TRUE(sequence->hasFramesOnly);
+}
+
+// Where a picture parameter set is cut behind it, the flag for the delta of the bottom field still tells where that stands.
+TEST(H264PictureOrder, KeepsWhatStandsInFrontOfACut) {
+    const std::string sets = "00000001 67 42001e" + hexOfBits("1 1 1 1 010 0 1 1 1 1") + "00000001 68" +
+                             hexOfBits("1 1 0 1" + ue(9) + std::string(40, '1'));
+    // Deltas of 0 and of -4 (code 8): a frame at 6 whose bottom field is presented 4 earlier stands in front of one at 4.
+    const auto of = [](unsigned nal, const std::string& frameAndOrder, unsigned delta) {
+        const Bytes header{static_cast<std::uint8_t>(nal)};
+        return "000001" + qlxtest::toHex(header) + hexOfBits(ue(0) + ue(7) + ue(0) + frameAndOrder + ue(delta) + "1");
+    };
+    EXPECT_EQ(
+        orderOf(Codec::H264, {sets + of(0x65, "0000 1 0000", 0), of(0x01, "0001 0100", 0), of(0x01, "0001 0110", 8)}),
+        (std::vector<int>{0, 2, 1}));
+}
+
 TEST(H264PictureOrder, BeginsAnewInCyclesAndAsTheStreamStands) {
     // Type 1, one frame of 4 a cycle, those of no reference 2 less: I0, P36 with number 9, X with number 10 and a delta of
     // 100, whose count of 140 becomes 0; behind it number 1 is P4, and number 2 of no reference stands at 4 - 2.
@@ -130,7 +184,7 @@ TEST(PictureOrder, ReadsPictureParameters) {
     const std::string whole = ue(255) + ue(31) + "1 1" + ue(0) + ue(31) + ue(2) + "1 01 1 1 1 1 0 1";
     ASSERT_TRUE(parse(whole));
     EXPECT_EQ(*parse(whole), (qlx::video::H264Picture{255, 31, true, 32, 3, true, true, true, false}));
-    const qlx::video::H264Picture cut{.number = 255, .sequence = 31, .isCut = true};
+    const qlx::video::H264Picture cut{.number = 255, .sequence = 31, .hasBottomDeltas = true, .isCut = true};
     const std::string numbers = ue(255) + ue(31) + "1 1";
     for (const std::string& bits : {numbers, numbers + ue(8), numbers + ue(0) + ue(32) + ue(2) + "1 01 1 1 1 1 0 1",
                                     numbers + ue(1) + ue(6) + ue(4'000'000)}) {

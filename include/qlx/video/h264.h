@@ -1,9 +1,7 @@
 // Headers of H.264 (ITU-T H.264), as far as the order of pictures needs them.
 //
 //     for (const qlx::video::UnitView& unit : qlx::video::StartCodeUnits(picture)) {
-//         std::vector<std::uint8_t> room(unit.bytes.size());
-//         const auto payload = qlx::video::withoutEmulationPrevention(unit.bytes, room);
-//         const auto sequence = qlx::video::parseH264Sequence(payload.subspan(1));
+//         const auto sequence = qlx::video::parseH264Sequence(unit.bytes.subspan(1));
 //         if (sequence) { use(sequence->orderType); }
 //     }
 #pragma once
@@ -39,8 +37,8 @@ struct H264Sequence {
     [[nodiscard]] friend bool operator==(const H264Sequence&, const H264Sequence&) noexcept = default;
 };
 
-/// Reads a sequence parameter set, from the byte behind its NAL unit header on. Fails with VideoParametersWrong when it
-/// ends too early or makes no sense.
+/// Reads a sequence parameter set, from the byte behind its NAL unit header on, as it stands in the stream: emulation
+/// prevention bytes are passed over. Fails with VideoParametersWrong when it ends too early or makes no sense.
 [[nodiscard]] QLX_EXPORT Result<H264Sequence> parseH264Sequence(std::span<const std::uint8_t> payload);
 
 /// The same of a picture parameter set (7.3.2.2).
@@ -53,8 +51,8 @@ struct H264Picture {
     bool hasWeights = false;          ///< weighted_pred_flag
     bool hasWeightsOfTwo = false;     ///< Whether weighted_bipred_idc is 1.
     bool hasRedundantCounts = false;  ///< redundant_pic_cnt_present_flag
-    bool isCut =
-        false;  ///< Its end is missing, or longer than any that is in use: what stands behind `sequence` is not known.
+    /// Its end is missing, or says more than there may be: what stands behind `hasBottomDeltas` is not known.
+    bool isCut = false;
 
     /// Whether all fields are equal.
     [[nodiscard]] friend constexpr bool operator==(const H264Picture&, const H264Picture&) noexcept = default;

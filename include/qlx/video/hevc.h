@@ -1,9 +1,7 @@
 // Headers of H.265 (ITU-T H.265), as far as the order of pictures needs them.
 //
 //     for (const qlx::video::UnitView& unit : qlx::video::StartCodeUnits(picture)) {
-//         std::vector<std::uint8_t> room(unit.bytes.size());
-//         const auto payload = qlx::video::withoutEmulationPrevention(unit.bytes, room);
-//         const auto sequence = qlx::video::parseH265Sequence(payload.subspan(2));
+//         const auto sequence = qlx::video::parseH265Sequence(unit.bytes.subspan(2));
 //         if (sequence) { use(sequence->orderBits); }
 //     }
 #pragma once
