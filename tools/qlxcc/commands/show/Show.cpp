@@ -25,6 +25,8 @@
 #include <charconv>
 #include <functional>
 #include <memory>
+#include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -115,7 +117,7 @@ public:
     PlacedNotes(FindingNotes& notes, std::uint64_t frame) : _notes(notes), _frame(frame) {}
 
     void add(const Finding& finding) override {
-        if (std::find(_ofOthers.begin(), _ofOthers.end(), finding) != _ofOthers.end()) {
+        if (_ofOthers.contains(finding)) {
             return;
         }
         _own.push_back(finding);
@@ -126,14 +128,24 @@ public:
 
     /// What comes from here on is found by another one.
     void changeReader() {
-        _ofOthers.insert(_ofOthers.end(), _own.begin(), _own.end());
+        _ofOthers.insert(_own.begin(), _own.end());
         _own.clear();
     }
 
 private:
+    /// Any order will do.
+    struct Less {
+        bool operator()(const Finding& left, const Finding& right) const noexcept {
+            const auto key = [](const Finding& one) {
+                return std::tie(one.offset, one.code, one.severity, one.first, one.second);
+            };
+            return key(left) < key(right);
+        }
+    };
+
     FindingNotes& _notes;
     std::uint64_t _frame;
-    std::vector<Finding> _ofOthers;
+    std::set<Finding, Less> _ofOthers;
     std::vector<Finding> _own;
 };
 
