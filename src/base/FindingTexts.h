@@ -572,7 +572,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {TtmlParagraphTooLong, "a paragraph has more than {1} texts and line ends: the others are left out"},
     {TtmlRegionNone, "paragraph in none of the {1} region{1s}: receivers do not show it"},
     {TtmlCharacterReplaced, "row {1}: {2} character{2s} that XML has no form for"},
-    {VideoParametersMissing, "no sequence header or parameter set in {1} bytes"},
+    {VideoParametersMissing, "no sequence header and no parameter set of video in the first {1} bytes"},
     {VideoUserDataUnlikeScte20, "{1} byte{1s} of user data are no captions by SCTE 20"},
     {VideoScte20Cut, "{1} pair{1s} announced, {2} there"},
     {VideoScte20FieldWrong, "pair {1} has field number 0"},

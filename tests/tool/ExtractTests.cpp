@@ -295,6 +295,37 @@ TEST(Extract, RefusesVideoWithoutParameters) {
     }
 }
 
+TEST(Extract, LooksAtAsMuchOfAPipeAsOfAFile) {
+    const std::string unit = [] {
+        const Bytes bytes = fromHex(kLong + "09f0" + kShort + kSei + kShort + kIdr);
+        return std::string(bytes.begin(), bytes.end());
+    }();
+    const auto unitsOf = [&](std::size_t bytes) {
+        std::string stream;
+        while (stream.size() < bytes) {
+            stream += unit;
+        }
+        return stream;
+    };
+    for (const std::size_t size : {std::size_t{64} << 10U, std::size_t{100} << 10U}) {
+        const std::string stream = unitsOf(size);
+        const ToolResult refused = runTool({"extract", "-"}, {.input = stream});
+        EXPECT_EQ(refused.exitCode, 1);
+        EXPECT_EQ(refused.err, withoutParameters("standard input", stream.size()));
+        EXPECT_EQ(refused.out, "");
+    }
+    const std::string longStream = unitsOf((std::size_t{16} << 20U) + 1);
+    EXPECT_EQ(runTool({"extract", "-"}, {.input = longStream}).err, withoutParameters("standard input", 16777216));
+    // Parameters behind the first pieces that are looked at: all that stands in front of them is read as well.
+    const Bytes last = fromHex(kLong + "09f0" + kParameters + kShort + kSei + kShort + kIdr);
+    const std::string late = unitsOf(1'000'000);
+    const std::string units = std::to_string(late.size() / unit.size() + 1);
+    const ToolResult taken = runTool({"extract", "-"}, {.input = late + std::string(last.begin(), last.end())});
+    EXPECT_EQ(taken.exitCode, 0) << taken.err;
+    EXPECT_TRUE(taken.out.ends_with(units + " access units of H.264, " + units + " with caption data\n"))
+        << taken.out.substr(taken.out.size() - 80);
+}
+
 TEST(Extract, SearchesForTheFirstStartCodeAWhile) {
     const TemporaryFolder folder;
     const std::size_t most = std::size_t{64} << 20U;

@@ -86,11 +86,20 @@ std::size_t InputFile::takeBuffered(std::uint8_t* to, std::size_t count) {
     return taken;
 }
 
+/// Room that only a far look ahead needed is given back.
+void InputFile::clearBuffer() {
+    if (_buffer.size() > kReadAhead) {
+        _buffer = std::vector<std::uint8_t>(kReadAhead);
+    }
+    _bufferStart = 0;
+    _bufferEnd = 0;
+}
+
 std::size_t InputFile::read(std::span<std::uint8_t> to) {
     std::size_t done = 0;
     while (done < to.size()) {
         if (_bufferStart == _bufferEnd) {
-            _bufferStart = 0;
+            clearBuffer();
             _bufferEnd = readSome(_buffer.data(), _buffer.size());
             if (_bufferEnd == 0) {
                 break;
@@ -102,8 +111,12 @@ std::size_t InputFile::read(std::span<std::uint8_t> to) {
 }
 
 std::span<const std::uint8_t> InputFile::peek(std::size_t count) {
-    count = std::min(count, kLongestPeek);
+    return peekFar(std::min(count, kLongestPeek));
+}
+
+std::span<const std::uint8_t> InputFile::peekFar(std::size_t count) {
     if (_bufferEnd - _bufferStart < count) {
+        _buffer.resize(std::max(_buffer.size(), count));
         std::copy(_buffer.begin() + static_cast<std::ptrdiff_t>(_bufferStart),
                   _buffer.begin() + static_cast<std::ptrdiff_t>(_bufferEnd), _buffer.begin());
         _bufferEnd -= _bufferStart;
@@ -128,8 +141,7 @@ bool InputFile::seek(std::uint64_t offset) {
         if (!_size || offset > *_size || ::lseek(_descriptor, static_cast<off_t>(offset), SEEK_SET) < 0) {
             return false;
         }
-        _bufferStart = 0;
-        _bufferEnd = 0;
+        clearBuffer();
     }
     _offset = offset;
     return true;
@@ -147,14 +159,13 @@ std::uint64_t InputFile::skip(std::uint64_t count) {
         if (_size && *_size > _offset && count - done > _buffer.size()) {
             const std::uint64_t jump = std::min(count - done, *_size - _offset);
             if (::lseek(_descriptor, static_cast<off_t>(_offset + jump), SEEK_SET) >= 0) {
-                _bufferStart = 0;
-                _bufferEnd = 0;
+                clearBuffer();
                 _offset += jump;
                 done += jump;
                 continue;
             }
         }
-        _bufferStart = 0;
+        clearBuffer();
         _bufferEnd = readSome(_buffer.data(), _buffer.size());
         if (_bufferEnd == 0) {
             break;

@@ -40,6 +40,9 @@ public:
 
     [[nodiscard]] std::span<const std::uint8_t> peek(std::size_t count) override;
 
+    /// The same, of any number: all of them are kept in memory until they are read.
+    [[nodiscard]] std::span<const std::uint8_t> peekFar(std::size_t count);
+
     bool seek(std::uint64_t offset) override;
 
     /// Hands on every byte, once and in order, as it is read from a pipe: what has been peeked at first. Of a file it misses
@@ -49,6 +52,7 @@ public:
 private:
     std::size_t readSome(std::uint8_t* to, std::size_t count);
     std::size_t takeBuffered(std::uint8_t* to, std::size_t count);
+    void clearBuffer();
 
     std::string _name;
     int _descriptor = -1;

@@ -248,31 +248,27 @@ bool isVideo(InputKind kind) {
 }
 
 /// Refuses a file that has no parameters of pictures in its first 16 MiB, whatever its name and start codes say: other
-/// files have start codes as well. A pipe only where it is short.
+/// files have start codes as well. Of what has none in front of that as many bytes are held.
 void checkParameters(InputFile& source) {
     constexpr std::size_t kLookedAt = std::size_t{16} * 1024 * 1024;
-    std::vector<std::uint8_t> bytes(
-        static_cast<std::size_t>(std::min<std::uint64_t>(source.size().value_or(0), kLookedAt)));
-    std::span<const std::uint8_t> looked;
-    if (source.size()) {
-        looked = std::span<const std::uint8_t>(bytes).first(source.read(bytes));
-        if (!source.seek(0)) {
-            return;
-        }
-    } else {
-        looked = source.peek(streams::kLongestPeek);
-        if (looked.size() == streams::kLongestPeek) {
-            return;
-        }
-    }
-    // Where there is no start code at all, or one of a multiplex comes first, the reader says so.
     constexpr std::uint8_t kFirstOfSystems = 0xB9;
-    const std::size_t value = video::findStartCode(looked) + video::kStartCodeBytes;
-    const bool isToldByReader = value < looked.size() ? looked[value] >= kFirstOfSystems : looked.size() < kLookedAt;
-    if (!isToldByReader && !video::hasVideoParameters(looked)) {
-        throw failureAtByte(source.name(), 0,
-                            "no sequence header and no parameter set of video in the first " +
-                                std::to_string(looked.size()) + " bytes: --codec says that it is video all the same");
+    for (std::size_t wanted = streams::kLongestPeek;; wanted = std::min(2 * wanted, kLookedAt)) {
+        const std::span<const std::uint8_t> looked = source.peekFar(wanted);
+        // Where there is no start code at all, or one of a multiplex comes first, the reader says so.
+        const std::size_t value = video::findStartCode(looked) + video::kStartCodeBytes;
+        const bool hasStartCode = value < looked.size();
+        if (hasStartCode && (looked[value] >= kFirstOfSystems || video::hasVideoParameters(looked))) {
+            return;
+        }
+        const bool isAtEnd = looked.size() < wanted;
+        if (isAtEnd || wanted == kLookedAt) {
+            if (!hasStartCode && isAtEnd) {
+                return;
+            }
+            const Finding missing{FindingCode::VideoParametersMissing, Severity::Error, 0,
+                                  static_cast<std::int64_t>(looked.size()), kLookedAt};
+            throw failureAtByte(source.name(), 0, missing.text() + ": --codec says that it is video all the same");
+        }
     }
 }
 
