@@ -10,11 +10,14 @@ Cue withPageRows(Cue cue) {
     if (cue.screenRows == 0 || cue.screenRows == kPageRows) {
         return cue;
     }
-    const std::uint64_t steps = std::max<std::uint64_t>(cue.screenRows, 2) - 1;
+    // Neither the header of a page nor its last row is one of text.
+    const std::uint64_t screen = cue.screenRows == kTeletextScreenRows ? kTeletextRows : cue.screenRows;
+    const std::uint64_t steps = std::max<std::uint64_t>(screen, 2) - 1;
     std::uint64_t last = 0;
     for (Row& row : cue.rows) {
         if (row.number != 0) {
-            const std::uint64_t place = std::min<std::uint64_t>(row.number, cue.screenRows) - 1;
+            const std::uint64_t number = teletextRowOf(cue.screenRows, row.number).value_or(row.number);
+            const std::uint64_t place = std::clamp<std::uint64_t>(number, 1, screen) - 1;
             row.number = std::max((place * (kPageRows - 1) + steps / 2) / steps + 1, last + 1);
             // A row without text pushes none down.
             last = row.runs.empty() ? last : row.number;

@@ -25,6 +25,8 @@ TEST(PageRows, AreWhereTheRowsOfAnotherScreenWere) {
         {23, {20, 21}, {10, 11}}, {23, {22, 23}, {10, 11}}, {23, {2, 4}, {1, 2}},
         {23, {1}, {1}},           {23, {0, 12}, {0, 6}},    {23, {21, 22, 23}, {9, 10, 11}},
         {15, {1, 15}, {1, 11}},   {99, {50, 99}, {6, 11}},  {1, {1}, {1}},
+        {25, {21, 23}, {10, 11}}, {25, {1, 2}, {1, 2}},     {25, {24, 25}, {10, 11}},
+        {25, {3, 13}, {1, 6}},
     };
     for (const Case& each : cases) {
         Cue cue;
@@ -39,6 +41,17 @@ TEST(PageRows, AreWhereTheRowsOfAnotherScreenWere) {
             rows.push_back(row.number);
         }
         EXPECT_EQ(rows, each.expected) << each.screen;
+    }
+}
+
+TEST(PageRows, OfAWholeTeletextScreenAreThoseOfThePage) {
+    // Row n of 11 is row 2n of a page, which its screen counts from the header on.
+    for (std::uint64_t number = 1; number <= 11; ++number) {
+        Cue cue;
+        cue.screenRows = 25;
+        cue.rows.push_back(qlxtest::rowOf("a"));
+        cue.rows.back().number = 2 * number + 1;
+        EXPECT_EQ(withPageRows(cue).rows.front().number, number);
     }
 }
 
