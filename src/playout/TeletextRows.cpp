@@ -6,6 +6,8 @@
 #include <qlx/playout/teletext.h>
 #include <qlx/teletext/row_encoder.h>
 
+#include <cstdint>
+#include <limits>
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -145,10 +147,10 @@ private:
         for (std::size_t index = 0; index < _lines.size(); ++index) {
             const std::size_t blank = index == 0 ? 0 : _lines[index].source - _lines[index - 1].source;
             const std::size_t next = free + (blank > 1 ? (blank - 1) * _height : 0);
-            _lines[index].row = std::max<std::size_t>(namedRow(_lines[index]).value_or(next), free);
+            const std::uint64_t wanted = namedRow(_lines[index]).value_or(next);
+            _lines[index].row = std::max(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, last)), free);
             free = _lines[index].row + _height;
         }
-        std::size_t last = _options.isDoubleHeight ? teletext::kLastTallRow : teletext::kLastTextRow;
         for (auto line = _lines.rbegin(); line != _lines.rend(); ++line) {
             line->row = std::min(line->row, last);
             last = line->row - std::min(line->row, _height);
@@ -160,9 +162,10 @@ private:
     void reportMoved() const {
         for (const TextLine& line : _lines) {
             const auto named = namedRow(line);
+        std::size_t last = _options.isDoubleHeight ? teletext::kLastTallRow : teletext::kLastTextRow;
             if (named && *named != line.row && _findings != nullptr) {
                 _findings->add(makeFinding(FindingCode::PlayoutPageRowMoved, Severity::Warning, _options.findingsOffset,
-                                           *named, line.row));
+                                           std::min(*named, kGreatest), line.row));
             }
         }
     }
@@ -177,6 +180,7 @@ private:
             const std::uint64_t distance = upper == 0 || lower == 0 ? rows : lower > upper ? lower - upper : 1;
             _lines[index].distance =
                 before.distance + static_cast<std::size_t>(std::clamp<std::uint64_t>(distance, 1, kTallRows));
+        constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
         }
         if (_lines.back().distance >= _greatest) {
             for (std::size_t index = 0; index < _lines.size(); ++index) {

@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <random>
 #include <string>
@@ -141,6 +143,15 @@ TEST(TeletextCueRows, StandOnTheRowsOfThePageThatTheCueNames) {
                   {broken});
     expectCueRows(screenCueOf(23, {pageRowOf(thirtySix + " y", Alignment::Left, 22)}), {"20,4 " + thirtySix, "22,4 y"},
                   {broken, moved(22, 20)});
+    // Whatever the number is.
+    constexpr std::uint64_t kGreatest = std::numeric_limits<std::uint64_t>::max();
+    const std::string farBelow =
+        "4: text of row 9223372036854775807 of the page stands on row 20: there is no room for "
+        "it on that row";
+    expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, kGreatest), pageRowOf("b", Alignment::Left, 5)}),
+                  {"20,4 a", "22,4 b"}, {farBelow, moved(5, 22)});
+    expectCueRows(screenCueOf(25, {pageRowOf("a", Alignment::Left, kGreatest), pageRowOf("b")}), {"20,4 a", "22,4 b"},
+                  {farBelow});
     // A row without a number stands below the one in front of it, as do rows that have no text.
     expectCueRows(screenCueOf(23, {pageRowOf("a", Alignment::Left, 5), Row(), pageRowOf("b")}), {"5,4 a", "9,4 b"});
 }
