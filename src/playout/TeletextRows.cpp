@@ -1,14 +1,13 @@
 // Cues as rows of a teletext page: which characters stand where.
 #include "base/MakeFinding.h"
-#include "base/OffsetSink.h"
 #include "playout/CueRows.h"
 
 #include <qlx/playout/teletext.h>
 #include <qlx/teletext/row_encoder.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -81,6 +80,25 @@ private:
                                       letter == cells.end() ? Color::White : letter->foreground);
     }
 
+    /// Letters with the marks behind them, and without those that no letter takes: none of them has a cell of its own.
+    void joinMarks(detail::Cells& cells, bool keepsSpaces) const {
+        std::u32string text;
+        for (const screen::Cell& cell : cells) {
+            text += cell.character;
+        }
+        PlacedSink sink(_findings, _options.findingsOffset);
+        // Those of a row that is read from the left to the right stay in their order.
+        detail::Cells joined;
+        for (const teletext::DisplayCell& display : teletext::displayCells(text, {}, &sink)) {
+            joined.push_back(cells[display.source]);
+            joined.back().character = display.character;
+        }
+        detail::trimEnd(joined);
+        const auto first =
+            keepsSpaces ? joined.begin() : std::find_if_not(joined.begin(), joined.end(), detail::isSpace);
+        cells.assign(first, joined.end());
+    }
+
     /// Three points for each character of that look which the set lacks, where the row has room for all of them.
     void spellEllipses(detail::Cells& cells) const {
         constexpr char32_t kEllipsis = U'\u2026';
@@ -106,6 +124,7 @@ private:
     void addRow(std::size_t source) {
         std::size_t bold = 0;
         detail::Cells cells = detail::cellsOf(_cue.rows[source], bold);
+        joinMarks(cells, _cue.rows[source].alignment == subtitles::Alignment::Unchanged);
         spellEllipses(cells);
         if (bold > 0) {
             report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
@@ -143,6 +162,7 @@ private:
         if (!namedRow(_lines.front())) {
             return false;
         }
+        std::size_t last = _options.isDoubleHeight ? teletext::kLastTallRow : teletext::kLastTextRow;
         std::size_t free = 1;
         for (std::size_t index = 0; index < _lines.size(); ++index) {
             const std::size_t blank = index == 0 ? 0 : _lines[index].source - _lines[index - 1].source;
@@ -160,9 +180,9 @@ private:
     }
 
     void reportMoved() const {
+        constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
         for (const TextLine& line : _lines) {
             const auto named = namedRow(line);
-        std::size_t last = _options.isDoubleHeight ? teletext::kLastTallRow : teletext::kLastTextRow;
             if (named && *named != line.row && _findings != nullptr) {
                 _findings->add(makeFinding(FindingCode::PlayoutPageRowMoved, Severity::Warning, _options.findingsOffset,
                                            std::min(*named, kGreatest), line.row));
@@ -180,7 +200,6 @@ private:
             const std::uint64_t distance = upper == 0 || lower == 0 ? rows : lower > upper ? lower - upper : 1;
             _lines[index].distance =
                 before.distance + static_cast<std::size_t>(std::clamp<std::uint64_t>(distance, 1, kTallRows));
-        constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
         }
         if (_lines.back().distance >= _greatest) {
             for (std::size_t index = 0; index < _lines.size(); ++index) {
@@ -235,7 +254,7 @@ private:
         for (const screen::Cell& cell : cells) {
             text += cell.character;
         }
-        OffsetSink sink(_findings, _options.findingsOffset);
+        PlacedSink sink(_findings, _options.findingsOffset);
         detail::Cells result;
         for (const teletext::DisplayCell& display : teletext::displayCells(text, _set, &sink)) {
             result.push_back(cells[display.source]);

@@ -196,6 +196,30 @@ TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {
     expectPageRows(rows, expected, {"4: row 12: 4 characters are left out, the page has no more rows"});
 }
 
+TEST(TeletextCueRows, HaveNoCellsForMarks) {
+    const auto repeated = [](std::string_view text, std::size_t count) {
+        std::string result;
+        for (; count > 0; --count) {
+            result += text;
+        }
+        return result;
+    };
+    // Decomposed letters take a cell each, and no break comes between a letter and its mark.
+    expectPageRows({pageRowOf(repeated("e\u0301", 37))}, {"22,3 " + repeated("\u00E9", 37)});
+    expectPageRows({pageRowOf(repeated("e\u0301", 38))}, {"20,3 " + repeated("\u00E9", 37), "22,4 \u00E9"},
+                   {"4: row 1 is broken behind 37 characters"});
+    // Signs of direction, and points of letters, are none of the characters of a row.
+    const std::string shalom = "\u202B\u05E9\u05B8\u05C1\u05DC\u05D5\u05B9\u05DD \u200F";
+    const auto leftOut = [](const std::string& character) {
+        return "4: character " + character + " is left out: no letter takes it";
+    };
+    expectPageRows({pageRowOf(shalom)}, {"22,4 \u05DD\u05D5\u05DC\u05E9"},
+                   {leftOut("202b"), leftOut("5b8"), leftOut("5c1"), leftOut("5b9"), leftOut("200f")},
+                   {.designation = *qlx::teletext::designationOf("he")});
+    expectPageRows({pageRowOf(std::string(36, 'x') + "\u200E")}, {"22,4 " + std::string(36, 'x')}, {leftOut("200e")});
+    expectPageRows({pageRowOf("\u0301")}, {}, {leftOut("301")});
+}
+
 TEST(TeletextCueRows, SpellEllipsesThatTheSetLacks) {
     const Texts said{"4: character 2026 is shown as 2e"};
     expectPageRows({pageRowOf("Et\u2026 puis\u2026")}, {"22,4 Et... puis..."}, said);
