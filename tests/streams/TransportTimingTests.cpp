@@ -1,4 +1,4 @@
-// What is said of counters and times of transport streams that begin anew.
+// When teletext stands in transport streams, and what is said of counters and times that begin anew.
 #include "TransportLines.h"
 
 #include <qlx/streams/transport_writer.h>
@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <set>
 #include <span>
@@ -43,6 +44,46 @@ StreamBytes timedStream(const TransportWriterOptions& options, std::int64_t firs
     }
     EXPECT_FALSE(writer.finish());
     return std::move(sink.kept);
+}
+
+/// The time of a PES packet (ISO/IEC 13818-1, 2.4.3.7).
+std::int64_t ptsOf(std::span<const std::uint8_t> pes) {
+    return static_cast<std::int64_t>(pes[9] >> 1U & 7U) << 30U | std::int64_t{pes[10]} << 22U |
+           std::int64_t{pes[11] >> 1U} << 15U | std::int64_t{pes[12]} << 7U | std::int64_t{pes[13] >> 1U};
+}
+
+/// How far the times of teletext are ahead of the clock of the packet in which it begins, in milliseconds.
+std::vector<double> leadsOf(const StreamBytes& stream, const TransportWriterOptions& options) {
+    struct Reference {
+        double ticks = 0;  ///< 90 kHz.
+        std::size_t place = 0;
+    };
+    std::optional<Reference> last;
+    std::vector<double> leads;
+    for (std::size_t place = 0; place < stream.size(); place += kPacket) {
+        const auto packet = ts::parsePacket(std::span(stream).subspan(place, kPacket));
+        if (packet->pcr) {
+            last = {static_cast<double>(*packet->pcr) / 300.0, place};
+        }
+        if (packet->pid == options.teletextPid && packet->startsUnit && last) {
+            const double behind = static_cast<double>(place - last->place) * 8 * 90'000 / options.bitrate;
+            leads.push_back((static_cast<double>(ptsOf(packet->payload)) - last->ticks - behind) / 90.0);
+        }
+    }
+    return leads;
+}
+
+TEST(TransportTiming, KeepsTeletextTwoHundredMillisecondsAheadOfTheClock) {
+    for (const std::uint32_t bitrate : {ts::kUsualBitrate, 1'000'000U, 5'000'000U, 50'000'000U}) {
+        const TransportWriterOptions options{.bitrate = bitrate, .serviceName = "One"};
+        const std::vector<double> leads = leadsOf(timedStream(options, 900'000, 200, bitrate, 4), options);
+        ASSERT_EQ(leads.size(), 200U);
+        // It goes out 200 ms ahead in the next packet that is free: a clock reference and the three tables may be due.
+        const double packet = kPacket * 8 * 1000.0 / bitrate;
+        constexpr double kTick = 1.0 / 90;
+        EXPECT_LE(*std::max_element(leads.begin(), leads.end()), 200.0 + kTick) << bitrate;
+        EXPECT_GT(*std::min_element(leads.begin(), leads.end()), 200.0 - 5 * packet - kTick) << bitrate;
+    }
 }
 
 std::vector<FindingCode> codesOf(const StreamBytes& stream, std::size_t& moments) {
