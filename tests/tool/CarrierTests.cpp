@@ -84,6 +84,57 @@ TEST(Carriers, PassOnPacketsAsTheyAre) {
     EXPECT_EQ(converted(json, folder.path("d.mcc"), {"--strict"}).exitCode, 1);
 }
 
+/// The timecodes of an MCC file, each with a space behind.
+std::string timecodesOf(const std::string& mcc) {
+    std::string timecodes;
+    for (const std::string& line : qlxtest::linesOf(mcc)) {
+        const std::size_t tab = line.find('\t');
+        timecodes += tab == std::string::npos ? "" : line.substr(0, tab) + " ";
+    }
+    return timecodes;
+}
+
+// At 59.94 the first four numbers of each minute but every tenth are left out.
+TEST(Carriers, CountDropFramesOf5994InMcc) {
+    const TemporaryFolder folder;
+    const std::string labels = "00:00:59:58 00:00:59:59 00:01:00:04 00:01:00:05 00:09:59:59 00:10:00:00 01:00:00:00 ";
+    std::string text = "File Format=MacCaption_MCC V1.0\n\nTime Code Rate=60DF\n\n";
+    for (std::size_t place = 0; place < labels.size(); place += 12) {
+        text += labels.substr(place, 11) + "\t430201AA\n";
+    }
+    const std::string jsonl = folder.path("a.jsonl");
+    convert(folder.write("in.mcc", text), jsonl);
+    const std::vector<std::string> frames = qlxtest::linesOf(folder.read("a.jsonl"));
+    const std::vector<std::int64_t> numbers{3598, 3599, 3600, 3601, 35963, 35964, 215784};
+    ASSERT_EQ(frames.size(), numbers.size());
+    for (std::size_t index = 0; index < numbers.size(); ++index) {
+        EXPECT_TRUE(frames[index].starts_with("{\"frame\":" + std::to_string(numbers[index]) + ",\"pts\":{\"value\":" +
+                                              std::to_string(numbers[index] * 1001) + ",\"timescale\":60000,"))
+            << frames[index];
+    }
+    for (const std::string version : {"1", "2"}) {
+        convert(jsonl, folder.path("drop.mcc"), {"--mcc-version", version});
+        const std::string written = folder.read("drop.mcc");
+        EXPECT_NE(written.find("\nTime Code Rate=60DF\n"), std::string::npos) << written;
+        std::string timecodes = timecodesOf(written);
+        for (std::size_t place = timecodes.find(".0,9"); place != std::string::npos; place = timecodes.find(".0,9")) {
+            timecodes.erase(place, 4);
+        }
+        EXPECT_EQ(timecodes, labels);
+    }
+    convert(jsonl, folder.path("whole.mcc"), {"--non-drop"});
+    const std::string whole = folder.read("whole.mcc");
+    EXPECT_NE(whole.find("\nTime Code Rate=60\n"), std::string::npos) << whole;
+    EXPECT_EQ(timecodesOf(whole),
+              "00:00:59:58 00:00:59:59 00:01:00:00 00:01:00:01 00:09:59:23 00:09:59:24 00:59:56:24 ");
+    // Cues too: the load of one is sent in the frames in front of its start.
+    const std::string cues = folder.write("in.srt", srt({{"00:01:00,060", "00:01:02,062", "ab"}}));
+    EXPECT_EQ(converted(cues, folder.path("cues.mcc"), {"--to-rate", "59.94", "--channel", "CC1"}).exitCode, 0);
+    const std::string back = qlxtest::converted(folder.path("cues.mcc"), "srt").out;
+    EXPECT_EQ(withoutPlaces(back), "1\n00:01:00,060 --> 00:01:02,062\nab\n\n");
+    EXPECT_NE(timecodesOf(folder.read("cues.mcc")).find(" 00:00:59:59 00:01:00:04 "), std::string::npos);
+}
+
 TEST(Carriers, AreReadByTheCommandsThatReadPackets) {
     const TemporaryFolder folder;
     convert(folder.write("a.scc", kCaptions), folder.path("a.mcc"));

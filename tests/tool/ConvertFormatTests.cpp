@@ -94,6 +94,66 @@ TEST(ConvertFormats, ReadsEventsWithoutAHeadByTheirName) {
     }
 }
 
+/// A cue whose caption takes seven pairs: RCL, ENM and PAC sent twice, and two letters.
+std::string shortCue(std::string_view start, std::string_view end, std::string_view text) {
+    return std::string(start) + " --> " + std::string(end) + "\n{\\an1}" + std::string(text) + "\n\n";
+}
+
+// A caption is shown with the first EOC: it is loaded behind both of the one in front of it, nine pairs earlier.
+TEST(ConvertFormats, LoadsCaptionsOfScenaristFilesInTimeWhereThereIsRoom) {
+    const TemporaryFolder folder;
+    const std::string load = "9420 9420 94ae 94ae 94e0 94e0 ";
+    // 2.002 s is frame 60, 2.3023 s frame 69.
+    const ToolResult inTime = converted(folder.write("in.srt", shortCue("00:00:02,002", "00:00:02,302", "ab") +
+                                                                   shortCue("00:00:02,302", "00:00:03,003", "cd")),
+                                        "scc");
+    EXPECT_EQ(inTime.err, "");
+    const std::string both = "Scenarist_SCC V1.0\n\n00:00:00;00\t" + load + "6162\n\n00:00:02;00\t942f 942f " + load +
+                             "e364 942f 942f\n\n00:00:03;00\t942c 942c\n";
+    EXPECT_EQ(inTime.out.substr(0, both.size()), both);
+    // 2.268 s is frame 68, for which there is one pair too few.
+    const ToolResult late = converted(folder.write("in.srt", shortCue("00:00:02,002", "00:00:02,268", "ab") +
+                                                                 shortCue("00:00:02,268", "00:00:03,003", "cd")),
+                                      "scc");
+    EXPECT_EQ(late.out.substr(0, both.size()), both);
+    EXPECT_NE(late.err.find("cue 2: caption is shown 1 frame late, 1 pair short"), std::string::npos) << late.err;
+}
+
+/// The frame of each EOC, the first one of two, by the timecodes of the lines (29.97, drop-frame, below a minute).
+std::vector<int> framesOfEoc(const std::string& scc) {
+    std::vector<int> frames;
+    int behind = 0;
+    for (const std::string& line : qlxtest::linesOf(scc)) {
+        int seconds = 0;
+        int number = 0;
+        if (std::sscanf(line.c_str(), "00:00:%d;%d\t", &seconds, &number) != 2) {
+            continue;
+        }
+        int frame = seconds * 30 + number;
+        EXPECT_GE(frame, behind) << line;
+        for (std::size_t place = line.find('\t') + 1; place < line.size(); place += 5, ++frame) {
+            if (line.compare(place, 4, "942f") == 0 && (frames.empty() || frames.back() + 1 != frame)) {
+                frames.push_back(frame);
+            }
+        }
+        behind = frame;
+    }
+    return frames;
+}
+
+TEST(ConvertFormats, ShowsCaptionsOfScenaristFilesOnTheFrameOfTheirStart) {
+    const TemporaryFolder folder;
+    // Rows of 32 characters need 16 pairs, and two for their place.
+    const std::string row = "abcdefghij abcdefghij abcdefghij\n";
+    const std::string text = "00:00:02,000 --> 00:00:06,000\n" + row + row + "\n" + "00:00:06,000 --> 00:00:08,500\n" +
+                             row + row + row + row + "\n" + "00:00:09,000 --> 00:00:11,000\na\n\n" +
+                             "00:00:11,000 --> 00:00:12,000\nb\n\n" + "00:00:12,500 --> 00:00:13,000\n" + row + "\n";
+    const ToolResult result = converted(folder.write("in.srt", text), "scc");
+    EXPECT_EQ(result.err, "");
+    // The nearest frame to each start.
+    EXPECT_EQ(framesOfEoc(result.out), (std::vector<int>{60, 180, 270, 330, 375})) << result.out;
+}
+
 TEST(ConvertFormats, PutsCuesInOrderWithinAWindow) {
     const TemporaryFolder folder;
     const auto converting = [&](int cues) {
