@@ -212,10 +212,10 @@ private:
         if (_hasHidden) {
             _report.add(FindingCode::TtmlHidden, Severity::Remark, element);
         }
-        auto shown = shownSpan(context);
+        auto shown = shownSpan(_pieces, context.end);
         if (shown && isKnown) {
-            clipPieces(region->second.times);
-            const auto clipped = shownSpan(context);
+            clipPieces(_pieces, region->second.times.begin, region->second.times.end);
+            const auto clipped = shownSpan(_pieces, context.end);
             if (!clipped) {
                 _report.add(FindingCode::TtmlNeverShown, Severity::Warning, element, milliseconds(shown->first),
                             milliseconds(shown->second.isValid() ? shown->second : shown->first));
@@ -281,38 +281,6 @@ private:
             _report.add(FindingCode::TtmlRegionNone, Severity::Warning, element,
                         static_cast<std::int64_t>(_regions.size()));
         }
-    }
-
-    /// Nothing is seen before its region is there, and behind that.
-    void clipPieces(const ElementTimes& region) {
-        for (TextPiece& piece : _pieces) {
-            piece.begin = isBefore(piece.begin, region.begin) ? region.begin : piece.begin;
-            if (region.end) {
-                limit(piece.end, *region.end);
-            }
-        }
-        std::erase_if(_pieces, [](const TextPiece& piece) { return piece.end && !isBefore(piece.begin, *piece.end); });
-    }
-
-    /// When the text of a paragraph is shown: its end is not valid where nothing says; none where there is no text.
-    [[nodiscard]] std::optional<std::pair<MediaTime, MediaTime>> shownSpan(const Context& context) const {
-        std::optional<MediaTime> begin;
-        std::optional<MediaTime> end;
-        bool isOpen = false;
-        for (const TextPiece& piece : _pieces) {
-            if (!piece.keepsSpace && piece.text.find_first_not_of(" \t\r\n") == std::string_view::npos) {
-                continue;
-            }
-            if (!piece.isBreak) {
-                begin = begin && !isBefore(piece.begin, *begin) ? begin : piece.begin;
-                extend(end, isOpen, piece.end);
-            }
-        }
-        if (!begin) {
-            return std::nullopt;
-        }
-        end = isOpen ? context.end : end;
-        return std::pair(*begin, end.value_or(MediaTime{}));
     }
 
     /// Animations of content are read with what they are in.

@@ -120,6 +120,37 @@ std::vector<MediaTime> momentsOf(std::span<const Animation> animations, const Me
     return moments;
 }
 
+void clipPieces(std::vector<TextPiece>& pieces, const MediaTime& begin, const std::optional<MediaTime>& end) {
+    for (TextPiece& piece : pieces) {
+        piece.begin = isBefore(piece.begin, begin) ? begin : piece.begin;
+        if (end) {
+            limit(piece.end, *end);
+        }
+    }
+    std::erase_if(pieces, [](const TextPiece& piece) { return piece.end && !isBefore(piece.begin, *piece.end); });
+}
+
+std::optional<std::pair<MediaTime, MediaTime>> shownSpan(const std::vector<TextPiece>& pieces,
+                                                         const std::optional<MediaTime>& end) {
+    std::optional<MediaTime> first;
+    std::optional<MediaTime> last;
+    bool isOpen = false;
+    for (const TextPiece& piece : pieces) {
+        if (!piece.keepsSpace && piece.text.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+            continue;
+        }
+        if (!piece.isBreak) {
+            first = first && !isBefore(piece.begin, *first) ? first : piece.begin;
+            extend(last, isOpen, piece.end);
+        }
+    }
+    if (!first) {
+        return std::nullopt;
+    }
+    last = isOpen ? end : last;
+    return std::pair(*first, last.value_or(MediaTime{}));
+}
+
 std::size_t splitByTimes(const std::vector<TextPiece>& pieces, const std::vector<Look>& looks, const MediaTime& begin,
                          const MediaTime& end, std::size_t mostTimes, std::size_t& mostBytes, std::size_t bytesOfCue,
                          const TakeRows& take) {

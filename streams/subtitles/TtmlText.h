@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qlx::streams::detail {
@@ -36,6 +37,15 @@ struct Animation {
 /// The moments from `begin` to `end` at which animations begin or end, in their order; not those two.
 [[nodiscard]] std::vector<MediaTime> momentsOf(std::span<const Animation> animations, const MediaTime& begin,
                                                const std::optional<MediaTime>& end);
+
+/// Nothing is seen before `begin`, and behind `end`, where there is one.
+void clipPieces(std::vector<TextPiece>& pieces, const MediaTime& begin, const std::optional<MediaTime>& end);
+
+/// When pieces are shown. None where there is no text.
+/// @param end Where what has them ends; none: nothing says.
+/// @return Begin and end; the end is not valid where nothing says.
+[[nodiscard]] std::optional<std::pair<MediaTime, MediaTime>> shownSpan(const std::vector<TextPiece>& pieces,
+                                                                       const std::optional<MediaTime>& end);
 
 /// The rows of pieces: white space becomes one space, and none at the ends of rows, where it is not to be kept (TTML2,
 /// 8.1.1, by the rules of XSL).
