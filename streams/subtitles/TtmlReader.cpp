@@ -10,6 +10,9 @@
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <span>
 #include <unordered_map>
 #include <unordered_set>
@@ -35,6 +38,8 @@ struct Context {
     bool isSequence = false;
     bool isNotDisplayed = false;
     std::size_t animations = 0;  ///< Of it and what is around, at the front of all.
+    /// How many of them are of what is around the innermost element that has the style itself: they do not change it.
+    std::array<std::uint8_t, kStyles.size()> passed{};
 };
 
 /// Reads one document.
@@ -110,6 +115,10 @@ private:
             limit(context.end, *times.end);
         }
         _animations.resize(context.animations);
+        for (std::size_t index = 0; index < own.size(); ++index) {
+            context.passed[index] =
+                own[index].data() == nullptr ? context.passed[index] : static_cast<std::uint8_t>(context.animations);
+        }
         for (const pugi::xml_node& inner : element.children()) {
             if (std::string_view(inner.name()).ends_with("set")) {
                 takeAnimation(inner, context);
@@ -121,6 +130,7 @@ private:
     /// `set` (TTML2, 13): its times count from the beginning of what it is in.
     void takeAnimation(const pugi::xml_node& element, Context& context) {
         constexpr std::size_t kMost = 50;
+        static_assert(kMost <= UINT8_MAX);
         const Entered entered(_names, element);
         if (!_names.of(element).is(Namespace::Tt, "set")) {
             return;
@@ -272,7 +282,8 @@ private:
         return last;
     }
 
-    /// Where a document has regions, what is in none of them is not presented (TTML2, [associate region]): it is read all the same.
+    /// Where a document has regions, what is in none of them is not presented (TTML2, [associate region]): it is read all
+    /// the same.
     void sayRegion(const pugi::xml_node& element, const Context& context) {
         if (!context.region.empty()) {
             _report.add(FindingCode::TtmlRegionUnknown, Severity::Warning, element,
@@ -337,13 +348,18 @@ private:
             StyleSet ofSlice = own;
             slice.begin = moments[index];
             slice.end = index + 1 < moments.size() ? std::optional(moments[index + 1]) : context.end;
-            for (const Animation& animation : animations) {
+            for (std::size_t place = 0; place < animations.size(); ++place) {
+                const Animation& animation = animations[place];
                 const bool isOn = !isBefore(slice.begin, animation.begin) &&
                                   (!animation.end || isBefore(slice.begin, *animation.end));
                 if (isOn) {
-                    overlay(slice.styles, animation.styles);
-                    overlay(ofSlice, animation.styles);
-                    applySpan(slice.span, animation.styles);
+                    StyleSet changed = animation.styles;
+                    for (std::size_t style = 0; style < changed.size(); ++style) {
+                        changed[style] = place < context.passed[style] ? std::string_view() : changed[style];
+                    }
+                    overlay(slice.styles, changed);
+                    overlay(ofSlice, changed);
+                    applySpan(slice.span, changed);
                     slice.isNotDisplayed = slice.isNotDisplayed || isNotDisplayed(animation.styles);
                 }
             }

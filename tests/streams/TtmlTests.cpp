@@ -123,6 +123,15 @@ TEST(Ttml, FollowsWhatSetsChange) {
         {"a<set begin='2s' tts:color='red'/><set begin='4s' tts:fontWeight='bold' tts:color='lime'/>",
          "0-2000 a\n2000-4000 {#30}a\n4000-10000 {b#0c}a"},
         {"a<set begin='20s' tts:color='red'/>", "0-10000 a"},
+        // What is within has its own.
+        {"<set begin='2s' tts:color='red'/>a<span tts:color='lime'>b</span>",
+         "0-2000 a{#0c}b\n2000-10000 {#30}a{#0c}b"},
+        {"<set begin='2s' tts:color='red'/>a<span tts:color='lime'>b<set begin='4s' tts:color='yellow'/></span>",
+         "0-2000 a{#0c}b\n2000-4000 {#30}a{#0c}b\n4000-10000 {#30}a{#3c}b"},
+        {"<set end='2s' tts:visibility='hidden'/>a<span tts:visibility='visible'>b</span>", "0-2000 b\n2000-10000 ab"},
+        {"<set end='2s' tts:display='none'/>a<span tts:display='auto'>b</span>", "2000-10000 ab"},
+        {"<set begin='2s' tts:backgroundColor='blue'/>a<span tts:backgroundColor='red'>b</span>",
+         "0-2000 a{on30}b\n2000-10000 {on03}a{on30}b"},
         {"a<set begin='2s' tts:backgroundColor='blue'/>", "0-2000 a\n2000-10000 {on03}a"},
     };
     for (const Case& one : cases) {
