@@ -192,7 +192,7 @@ bool WebVttText::openSpan(std::string_view inside) {
         return false;
     }
     takeClasses(inside.substr(nameSize, blank - nameSize), span);
-    span.annotation = decoded(collapsed(inside.substr(blank)));
+    span.annotation = collapsed(decoded(inside.substr(blank)));
     std::size_t names = span.classes.size() + span.annotation.size();
     for (const Span& open : _open) {
         names += open.classes.size() + open.annotation.size();

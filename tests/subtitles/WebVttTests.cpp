@@ -52,6 +52,7 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"a<c.red\n\n>b", "a", {WebVttTagWrong, WebVttTagUnclosed, WebVttBlockPassed}},
         {"a<c.red\n>b</c>\nc", "a{#30}b|c"},
         {"<v\fMary>a", "{vtt.v=Mary}a"},
+        {"<v A&#32;&#10; &#9;B&#32;>a", "{vtt.v=A B}a"},
         {"<i.loud>a</i>", "{i vtt.c=loud}a"},
         {"<c.red>a</c><c.yellow.bg_blue>b</c>", "{#30}a{#3con03}b"},
         {"<c.lime.loud.x>a</c>", "{#0c vtt.c=loud.x}a"},
