@@ -263,6 +263,23 @@ TEST(TextTracks, AreListedWithoutVideo) {
     EXPECT_EQ(runTool({"scan", file}).exitCode, 1);
 }
 
+TEST(TextTracks, AreSaidNotToBeLookedForInAPipeByAList) {
+    const TemporaryFolder folder;
+    const std::string input = mp4({timedTextTrack({{timedText("x"), 1000}})});
+    constexpr std::string_view kSaid = "text tracks are not looked for: it could not be read again from its beginning";
+    for (const Arguments& more : {Arguments{"--list"}, Arguments{"--list", "--json"}}) {
+        Arguments arguments{"scan", "-", "--from-format", "mov"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        EXPECT_NE(runTool(arguments, {.input = input}).err.find(kSaid), std::string::npos);
+        arguments[1] = folder.write("in.mp4", input);
+        const ToolResult file = runTool(arguments);
+        EXPECT_EQ(file.err.find(kSaid), std::string::npos) << file.err;
+        EXPECT_NE(file.out.find("tx3g"), std::string::npos) << file.out;
+    }
+    // What is no list shows no tracks of any file.
+    EXPECT_EQ(runTool({"scan", "-", "--from-format", "mov"}, {.input = input}).err.find(kSaid), std::string::npos);
+}
+
 TEST(TextTracks, AreReadFromMatroska) {
     const TemporaryFolder folder;
     const std::string file =

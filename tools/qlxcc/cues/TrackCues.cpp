@@ -3,12 +3,15 @@
 #include "io/Errors.h"
 #include "io/StreamBytes.h"
 #include "io/Text.h"
+#include "streams/OpenFrames.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -23,20 +26,6 @@ using streams::TextTrackKind;
 std::string trackInWords(std::size_t index, const TextTrack& track) {
     return std::to_string(index + 1) + " (" + std::string(nameOf(track.kind)) +
            (track.language.empty() ? std::string() : ", " + printable(track.language)) + ")";
-}
-
-std::string tracksInWords(const std::vector<TextTrack>& tracks, std::optional<std::size_t> leftOut) {
-    constexpr std::size_t kNamed = 10;
-    std::string words;
-    std::size_t named = 0;
-    for (std::size_t index = 0; index < tracks.size() && named < kNamed; ++index) {
-        if (index != leftOut) {
-            words += (words.empty() ? "" : ", ") + trackInWords(index, tracks[index]);
-            ++named;
-        }
-    }
-    const std::size_t all = tracks.size() - (leftOut ? 1 : 0);
-    return all > named ? words + " and " + std::to_string(all - named) + " more" : words;
 }
 
 /// The track that is asked for; none where nothing is.
@@ -54,7 +43,7 @@ std::optional<std::size_t> chosenTrack(const std::string& name, const CueRequest
         }
     }
     throw UsageError("--track: " + name + " has no text track " + request.track +
-                     (tracks.empty() ? "" : ", but " + tracksInWords(tracks, std::nullopt)));
+                     (tracks.empty() ? "" : ", but " + tracksInWords(tracks)));
 }
 
 Failure failureOf(const std::string& name, const Finding& error, const std::string& words) {
@@ -89,6 +78,20 @@ private:
 
 }  // namespace
 
+std::string tracksInWords(const std::vector<TextTrack>& tracks, std::optional<std::size_t> leftOut) {
+    constexpr std::size_t kNamed = 10;
+    std::string words;
+    std::size_t named = 0;
+    for (std::size_t index = 0; index < tracks.size() && named < kNamed; ++index) {
+        if (index != leftOut) {
+            words += (words.empty() ? "" : ", ") + trackInWords(index, tracks[index]);
+            ++named;
+        }
+    }
+    const std::size_t all = tracks.size() - (leftOut ? 1 : 0);
+    return all > named ? words + " and " + std::to_string(all - named) + " more" : words;
+}
+
 std::vector<TextTrack> textTracksOf(InputFile& file, InputKind kind) {
     InputBytes bytes(file);
     streams::TextTrackReader reader(bytes, kind);
@@ -98,11 +101,31 @@ std::vector<TextTrack> textTracksOf(InputFile& file, InputKind kind) {
     return error ? std::vector<TextTrack>() : reader.tracks();
 }
 
+bool hasOnlyTextTracks(const std::string& path, InputKind kind) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) {
+        return false;
+    }
+    InputFile file(path);
+    const std::vector<TextTrack> tracks = textTracksOf(file, kind);
+    if (std::none_of(tracks.begin(), tracks.end(),
+                     [](const TextTrack& track) { return track.kind != TextTrackKind::Unreadable; })) {
+        return false;
+    }
+    try {
+        FrameSourceOptions options;
+        options.kind = kind;
+        (void)openFrames(file, options);
+        return false;
+    } catch (const WithoutFrames&) {
+        return true;
+    }
+}
+
 bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
                      const TakeCue& take) {
     if (request.track.empty() && !file.size()) {
-        notes.say("text tracks are not looked for: it could not be read again from its beginning (--track says which)",
-                  false);
+        notes.say(std::string(kTracksNotLookedFor) + " (--track says which)", false);
         return false;
     }
     InputBytes bytes(file);
@@ -116,7 +139,7 @@ bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request,
     const auto chosen = chosenTrack(file.name(), request, tracks);
     if (!chosen) {
         if (!tracks.empty()) {
-            notes.say("text tracks that cannot be read are left out: " + tracksInWords(tracks, std::nullopt), false);
+            notes.say("text tracks that cannot be read are left out: " + tracksInWords(tracks), false);
         }
         (void)file.seek(0);
         return false;

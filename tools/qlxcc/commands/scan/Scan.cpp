@@ -157,8 +157,12 @@ int scan(const ScanOptions& options) {
     const bool takesPackets = writer && !options.listsContents;
     const auto withTeletext = std::make_shared<std::uint64_t>(0);
     auto* const contents = dynamic_cast<ContentListWriter*>(writer.get());
-    if (contents != nullptr && mayHaveTextTracks(*sourceOptions.kind) && source.size()) {
-        contents->name(textTracksOf(source, *sourceOptions.kind));
+    if (contents != nullptr && mayHaveTextTracks(*sourceOptions.kind)) {
+        if (source.size()) {
+            contents->name(textTracksOf(source, *sourceOptions.kind));
+        } else {
+            printNote("warning: " + source.name() + ": " + std::string(kTracksNotLookedFor));
+        }
     }
     std::unique_ptr<FrameInput> reader;
     std::uint64_t problems = 0;
