@@ -280,6 +280,48 @@ TEST(TextTracks, AreSaidNotToBeLookedForInAPipeByAList) {
     EXPECT_EQ(runTool({"scan", "-", "--from-format", "mov"}, {.input = input}).err.find(kSaid), std::string::npos);
 }
 
+// A track that is named, or the only thing there is, becomes packets as play sends it; captions that are there pass.
+TEST(TextTracks, BecomePackets) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.mp4", mp4({timedTextTrack({{timedText("eins"), 1000}}, "deu"),
+                                                         timedTextTrack({{timedText("one"), 1000}}, "eng")}));
+    const auto convertTo = [&](const std::string& from, const std::string& name, Arguments more) {
+        more.insert(more.begin(), {"convert", from, "-o", folder.path(name)});
+        return runTool(more);
+    };
+    const Arguments rate{"--to-rate", "29.97"};
+    for (const auto& [track, text] : {std::pair("2", "one"), std::pair("deu", "eins")}) {
+        ASSERT_EQ(runTool({"play", file, "--mode", "cea608", "--rate", "29.97", "--track", track, "--to-format", "klv",
+                           "-o", folder.path("played.klv")})
+                      .exitCode,
+                  0);
+        const ToolResult made = convertTo(file, "made.klv", {"--to-rate", "29.97", "--track", track});
+        EXPECT_EQ(made.exitCode, 0) << made.err;
+        EXPECT_EQ(folder.read("made.klv"), folder.read("played.klv"));
+        ASSERT_EQ(convertTo(file, "made.scc", {"--track", track}).exitCode, 0);
+        EXPECT_NE(converted(folder.path("made.scc"), "srt").out.find(text), std::string::npos);
+    }
+    const ToolResult first = convertTo(file, "first.klv", rate);
+    EXPECT_EQ(first.exitCode, 0) << first.err;
+    EXPECT_NE(first.err.find("text track 1 (tx3g, deu) is read, and not 2 (tx3g, eng)"), std::string::npos);
+    EXPECT_EQ(folder.read("first.klv"), folder.read("made.klv"));
+    // Beside captions it is left out, unless it is named.
+    const Mp4Track captions{
+        "und", "clcp", box("c608", zeros(6) + number(1, 2)), {{box("cdat", "\x94\x2C\x94\x2C"s), 1000}}};
+    const std::string both =
+        folder.write("both.mp4", mp4({captions, timedTextTrack({{timedText("one"), 1000}}, "eng")}));
+    const ToolResult passed = convertTo(both, "passed.jsonl", {"--from-rate", "29.97"});
+    EXPECT_EQ(passed.exitCode, 0) << passed.err;
+    EXPECT_NE(passed.err.find("left out: text track 1 (tx3g, eng) (--track makes packets of one)"), std::string::npos)
+        << passed.err;
+    EXPECT_NE(folder.read("passed.jsonl").find("fc942cfc942c"), std::string::npos) << folder.read("passed.jsonl");
+    EXPECT_EQ(convertTo(both, "strict.jsonl", {"--from-rate", "29.97", "--strict"}).exitCode, 1);
+    const ToolResult named = convertTo(both, "named.scc", {"--track", "eng"});
+    EXPECT_EQ(named.exitCode, 0) << named.err;
+    EXPECT_NE(converted(folder.path("named.scc"), "srt").out.find("one"), std::string::npos);
+    EXPECT_EQ(convertTo(folder.path("first.klv"), "a.scc", {"--from-rate", "29.97", "--track", "1"}).exitCode, 2);
+}
+
 TEST(TextTracks, AreReadFromMatroska) {
     const TemporaryFolder folder;
     const std::string file =

@@ -4,6 +4,7 @@
 #include "commands/play/Play.h"
 #include "commands/show/Show.h"
 #include "cues/CarriedTable.h"
+#include "cues/TrackCues.h"
 #include "io/Errors.h"
 #include "io/Rates.h"
 #include "io/Times.h"
@@ -207,7 +208,13 @@ int playCues(PlayOptions sent, ConvertOptions options) {
 /// Makes packets: of cues as play does it, of other packets without decoding them.
 int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOptions options, CarrierOptions carrier) {
     const InputKind kind = kindOfInput(options.input);
-    if (hasCues(kind)) {
+    const bool mayBeText = mayHaveTextTracks(kind);
+    if (!raw.track.empty() && !mayBeText) {
+        throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
+    }
+    // Which track it is says that cues are meant; without it captions are, where there are pictures or captions.
+    const bool isText = mayBeText && (!raw.track.empty() || hasOnlyTextTracks(raw.file, kind));
+    if (hasCues(kind) || isText) {
         options.input.source.kind = kind;
         options.input.channel.reset();
         options.input.page.reset();

@@ -1,6 +1,7 @@
 #include "commands/convert/Carriers.h"
 
 #include "commands/convert/TransportFrames.h"
+#include "cues/TrackCues.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
 #include "io/FrameLoop.h"
@@ -79,6 +80,7 @@ public:
         : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
           _frames(options.frames), _leftOut(std::make_shared<LeftOut>(output.name())), _remarks(source),
           _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress) {
+        sayTextTracks();
         FrameSourceOptions opened = options.source;
         opened.kind = _kind;
         _reader = openFrames(source, opened);
@@ -111,7 +113,7 @@ public:
                       " in front of the start");
         }
         _output.commit();
-        const bool isLossy = _before > 0 || _moved > 0 || !_leftOut->isEmpty() || !_notes.isEmpty();
+        const bool isLossy = _hasTracks || _before > 0 || _moved > 0 || !_leftOut->isEmpty() || !_notes.isEmpty();
         const bool hasFailed = _reader->problems() > 0 || (_options.isStrict && isLossy);
         if (hasFailed) {
             printWhyItFails(_source.name(),
@@ -121,6 +123,23 @@ public:
     }
 
 private:
+    /// What a container has beside its captions is left out.
+    void sayTextTracks() {
+        if (!mayHaveTextTracks(_kind)) {
+            return;
+        }
+        if (!_source.size()) {
+            printNote("warning: " + _source.name() + ": " + std::string(kTracksNotLookedFor));
+            return;
+        }
+        const std::vector<streams::TextTrack> tracks = textTracksOf(_source, _kind);
+        _hasTracks = !tracks.empty();
+        if (_hasTracks) {
+            printNote("warning: " + _source.name() + ": left out: text track " + tracksInWords(tracks) +
+                      " (--track makes packets of one)");
+        }
+    }
+
     bool read(Frame& frame) {
         std::vector<FrameProblem> problems;
         const bool hasFrame = _reader->next(frame, problems);
@@ -453,6 +472,7 @@ private:
     std::uint64_t _missing = 0;  ///< Frames between those of the file.
     std::uint64_t _before = 0;   ///< Frames in front of the start.
     std::uint64_t _moved = 0;    ///< Frames earlier than the one before.
+    bool _hasTracks = false;     ///< There are text tracks, which are left out.
 };
 
 }  // namespace
