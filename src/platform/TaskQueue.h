@@ -115,8 +115,8 @@ private:
     struct Lane {
         void work();
         void waitFor(std::unique_lock<std::mutex>& lock, std::uint64_t target);
-        /// Gives the owner in `former` once nothing waits; it is let go without the lock. False when an item has forked,
-        /// and this is the child: there the lane is nobody's any more, and not locked.
+        /// Gives the owner in `former` once nothing waits; it is let go without the lock. False when an item has
+        /// forked, and this is the child: there the lane is nobody's any more, and not locked.
         [[nodiscard]] bool execute(std::unique_lock<std::mutex>& lock, std::uint64_t target,
                                    std::shared_ptr<void>& former);
         [[nodiscard]] bool runUpTo(std::unique_lock<std::mutex>& lock, std::uint64_t target);
@@ -134,6 +134,7 @@ private:
         bool working = false;    ///< The background queue has been asked to call work().
         bool executing = false;  ///< A thread is at the items.
         std::thread::id executor;
+        std::uint64_t upTo = 0;  ///< The last item that it calls.
 
         // Apart from what those who queue use. The items are taken out together, so that the lock is seldom asked for;
         // they are the executor's, and stand in front of the others.
@@ -190,9 +191,9 @@ template <class Item>
 void WorkQueue<Item>::Lane::work() {
     std::shared_ptr<void> former;
     std::unique_lock lock(mutex);
-    while (executing ? accepted - finished.load() > 1 : !isEmpty()) {
+    while (executing ? accepted > upTo : !isEmpty()) {
         if (executing) {
-            // Another thread helps itself to the items, of which more wait: help().
+            // Another thread helps itself to the items, but not to all of them: help().
             progress.wait(lock, [this] { return !executing; });
         } else if (!execute(lock, kNever, former)) {
             return;
@@ -217,6 +218,7 @@ bool WorkQueue<Item>::Lane::execute(std::unique_lock<std::mutex>& lock, std::uin
                                     std::shared_ptr<void>& former) {
     executing = true;
     executor = std::this_thread::get_id();
+    upTo = target;
     if (!runUpTo(lock, target)) {
         return false;
     }

@@ -1,16 +1,21 @@
 #include <QLXClosedCaptionsUtilities/platform/Dispatch.h>
 
+#include "platform/TaskQueue.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
+#include <deque>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 TEST(BackgroundQueue, RunsTasksOnAnotherThread) {
@@ -226,6 +231,51 @@ TEST(SerialQueue, RunsItsTasksOnTheCallerWhenNoThreadComes) {
     queue.runUntilEmpty();
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
     EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+TEST(WorkQueue, CallsWhatComesWhileAHelperIsAtItsLastItem) {
+    // Calls what it is given when it is told to.
+    class HeldQueue : public qlx::BackgroundQueue {
+    public:
+        void async(qlx::Task task) override { _tasks.push_back(std::move(task)); }
+        void run() {
+            for (; !_tasks.empty(); _tasks.pop_front()) {
+                _tasks.front()();
+            }
+        }
+
+    private:
+        std::deque<qlx::Task> _tasks;
+    };
+    for (int round = 0; round < 20; ++round) {
+        HeldQueue background;
+        const qlx::ScopedService<qlx::BackgroundQueue> scope(background);
+        qlx::TaskQueue queue("test.last",
+                             []() -> qlx::BackgroundQueue& { return qlx::services().get<qlx::BackgroundQueue>(); });
+        std::promise<void> begun;
+        std::promise<void> gate;
+        queue.async([&] {
+            begun.set_value();
+            gate.get_future().wait();
+        });
+        std::thread helper([&queue] { queue.help(); });
+        begun.get_future().wait();
+        std::atomic<bool> ran{false};
+        // The helper is done with its item, and finds the queue locked; the next item is none of its.
+        queue.asyncMade(
+            [&](std::deque<qlx::Task>& items) {
+                items.emplace_back([&ran] { ran = true; });
+                gate.set_value();
+                while (queue.finished() == 0) {
+                    std::this_thread::yield();
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            },
+            [] { return std::shared_ptr<void>(); });
+        background.run();
+        helper.join();
+        ASSERT_TRUE(ran) << "round " << round;
+    }
 }
 
 TEST(SerialQueue, RunsTheRestFromOneOfItsOwnTasks) {
