@@ -1,5 +1,5 @@
-// Cues of all kinds as captions of CEA-608 and CEA-708: whatever they are, each packet is whole and reads back, none is on
-// air before its start, all is sent within a bounded time, and no screen shows anything at the end.
+// Cues of all kinds as captions of CEA-608 and CEA-708: whatever they are, each packet is whole and reads back, none is
+// on air before its start, all is sent within a bounded time, and no screen shows anything at the end.
 #include "FuzzCues.h"
 
 #include <qlx/cea608/receiver.h>

@@ -1,5 +1,5 @@
-// Packets of all kinds on rows of all kinds: all of them are written or none, nothing else changes, and they are read back
-// one behind the other.
+// Packets of all kinds on rows of all kinds: all of them are written or none, nothing else changes, and they are read
+// back one behind the other.
 #include <qlx/anc/row.h>
 
 #include "FuzzSupport.h"

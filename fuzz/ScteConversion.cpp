@@ -1,5 +1,5 @@
-// Arbitrary bytes as messages of ANSI/SCTE 104 and as sections of SCTE 35, each turned into the other: what is made can be
-// written and reads back, and what nothing is said of comes back the same.
+// Arbitrary bytes as messages of ANSI/SCTE 104 and as sections of SCTE 35, each turned into the other: what is made can
+// be written and reads back, and what nothing is said of comes back the same.
 #include <qlx/scte/conversion.h>
 
 #include "FuzzSupport.h"

@@ -1,5 +1,5 @@
-// Cues of all kinds as a file of EBU STL: the blocks are whole and counted, and what nothing is said of is read back as the
-// same text.
+// Cues of all kinds as a file of EBU STL: the blocks are whole and counted, and what nothing is said of is read back as
+// the same text.
 #include "FuzzCues.h"
 
 #include <qlx/subtitles/stl_reader.h>

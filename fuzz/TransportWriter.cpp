@@ -1,5 +1,5 @@
-// Anything as sections, PES packets and teletext in a transport stream: every packet is whole and counted, the clock goes
-// forward, and all comes back in its order.
+// Anything as sections, PES packets and teletext in a transport stream: every packet is whole and counted, the clock
+// goes forward, and all comes back in its order.
 #include <qlx/streams/transport_writer.h>
 #include <qlx/streams/ts/multiplexer.h>
 #include <qlx/streams/ts/vbi_reader.h>

@@ -90,8 +90,8 @@ private:
 
         // What threads of their own use is kept apart from it, and from each other.
         static constexpr std::size_t kApart = 64;
-        // Bytes of messages since the start: those let into memory, those gone from it as known here, and those gone. The
-        // thread that logs looks at the last, which another one writes, only where it seems that there is no room.
+        // Bytes of messages since the start: those let into memory, those gone from it as known here, and those gone.
+        // The thread that logs looks at the last, which another one writes, only where it seems that there is no room.
         alignas(kApart) std::atomic<std::size_t> admittedBytes{0};
         std::atomic<std::size_t> knownGoneBytes{0};
         alignas(kApart) std::atomic<std::size_t> goneBytes{0};

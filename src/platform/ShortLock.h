@@ -3,8 +3,8 @@
 
 namespace qlx {
 
-/// Locks `mutex`, a mutex or a lock that has one. Its holder is nearly always done after a short spin, and need not wake
-/// anybody then.
+/// Locks `mutex`, a mutex or a lock that has one. Its holder is nearly always done after a short spin, and need not
+/// wake anybody then.
 template <class Lockable>
 void lockSoon(Lockable& mutex) {
     constexpr int kSpins = 64;

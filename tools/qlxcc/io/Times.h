@@ -56,8 +56,8 @@ struct ShownTime {
 /// Seconds in whole milliseconds, rounded in the same way; at most 1e12 seconds either way.
 [[nodiscard]] MediaTime millisecondsFrom(double seconds) noexcept;
 
-/// Whether a frame's time is at a moment or in front of it, by itself or as it is shown: whoever gives back a time from a
-/// list means the frame that it stands at.
+/// Whether a frame's time is at a moment or in front of it, by itself or as it is shown: whoever gives back a time from
+/// a list means the frame that it stands at.
 /// @param moment In seconds, as TIME on the command line says it.
 [[nodiscard]] bool isReached(double moment, const MediaTime& time) noexcept;
 
@@ -65,7 +65,7 @@ struct ShownTime {
 /// @param moment In seconds, at most kLongestTimeInSeconds.
 [[nodiscard]] std::uint64_t firstFrameFrom(const Rate& rate, double moment) noexcept;
 
-/// `00:00:10,500`: the form of SRT files and of parseTime(); `-00:00:10,500` in front of 0. It is rounded (shownTime()).
+/// `00:00:10,500`: the form of SRT files and of parseTime(); `-00:00:10,500` in front of 0. It is rounded: shownTime().
 [[nodiscard]] std::string timecode(const MediaTime& time);
 
 /// The same in a column of a list, where every time has room for its sign.
