@@ -11,6 +11,7 @@ namespace {
 using qlx::Finding;
 using qlx::FindingCode;
 using qlx::Findings;
+using qlx::PlacedSink;
 using qlx::Result;
 using qlx::Severity;
 
@@ -56,6 +57,19 @@ TEST(Findings, AreKeptUpToALimitAndCountedBehindIt) {
     findings.clear();
     EXPECT_TRUE(findings.empty());
     EXPECT_EQ(findings.rest(), 0U);
+}
+
+TEST(PlacedSink, GivesFindingsThePlaceOfTheirPart) {
+    Findings findings;
+    PlacedSink placed(&findings, 9);
+    const Finding found{FindingCode::CdpTooShort, Severity::Error, 3, 11, 2};
+    placed.add(found);
+    placed.setPlace(13);
+    placed.add(found);
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[0], (Finding{FindingCode::CdpTooShort, Severity::Error, 9, 11, 2}));
+    EXPECT_EQ(findings[1], (Finding{FindingCode::CdpTooShort, Severity::Error, 13, 11, 2}));
+    PlacedSink(nullptr, 9).add(found);
 }
 
 TEST(ResultOf, HoldsAValueOrAFinding) {
