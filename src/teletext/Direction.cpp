@@ -219,9 +219,20 @@ std::vector<DisplayCell> joinMarks(std::u32string_view text, FindingSink* findin
     return cells;
 }
 
-void tellLostOrder(std::span<const DisplayCell> before, std::vector<DisplayCell> shown, FindingSink* findings) {
+/// What receivers draw in place of a letter that the set lacks may be of another direction, or of none.
+void tellLostOrder(std::vector<DisplayCell> before, std::vector<DisplayCell> shown, const CharacterSet& set,
+                   FindingSink* findings) {
+    for (DisplayCell& cell : shown) {
+        const auto own =
+            std::lower_bound(before.begin(), before.end(), cell.source,
+                             [](const DisplayCell& other, std::size_t source) { return other.source < source; });
+        const bool isMirrored = own->character != cell.character;
+        cell.character = encodeCharacter(cell.character, set).shown;
+        own->character = isMirrored ? mirrored(cell.character) : cell.character;
+    }
     turnBack(shown);
-    const auto [there, read] = std::mismatch(before.begin(), before.end(), shown.begin(), shown.end());
+    const auto isSame = [](const DisplayCell& own, const DisplayCell& read) { return own.character == read.character; };
+    const auto [there, read] = std::mismatch(before.begin(), before.end(), shown.begin(), shown.end(), isSame);
     if (there != before.end()) {
         findings->add({FindingCode::TeletextOrderLost, Severity::Warning, there->source, there - before.begin(),
                        static_cast<std::int64_t>(before.size())});
@@ -282,7 +293,7 @@ std::vector<DisplayCell> displayCells(std::u32string_view text, const CharacterS
     const std::vector<DisplayCell> before = findings != nullptr ? cells : std::vector<DisplayCell>();
     turn(cells, isRightToLeft(cells));
     if (findings != nullptr) {
-        tellLostOrder(before, cells, findings);
+        tellLostOrder(before, cells, set, findings);
     }
     return cells;
 }

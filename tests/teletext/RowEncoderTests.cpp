@@ -153,6 +153,12 @@ TEST(TeletextOrder, SaysWhatWillBeReadOtherwise) {
     (void)displayCells(U"abc אבג", setOf("he"), &findings);
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0].code, qlx::FindingCode::TeletextOrderLost);
+    // The Arabic letter that it begins with is a question mark there: the row begins with a Latin word.
+    (void)displayCells(U"ب abc", setOf("he"), &findings);
+    ASSERT_EQ(findings.size(), 2U);
+    EXPECT_EQ(findings[1], (qlx::Finding{qlx::FindingCode::TeletextOrderLost, qlx::Severity::Warning, 0, 0, 5}));
+    (void)displayCells(U"ب אבג", setOf("he"), &findings);
+    EXPECT_EQ(findings.size(), 2U);
 }
 
 TEST(TeletextOrder, EncodesArabicInTheFormsThatTheSetsHave) {
