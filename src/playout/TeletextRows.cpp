@@ -74,7 +74,8 @@ private:
         using screen::Color;
         const auto letter = std::find_if(cells.begin(), cells.end(), [&](const screen::Cell& cell) {
             const bool hasLetter = cell.character != U' ' && cell.character != U'\u00A0';
-            return hasLetter && (isDisplayed || !_set.isRightToLeft() || cell.foreground != Color::White);
+            const bool isWhite = teletext::letterColor(cell.foreground) == Color::White;
+            return hasLetter && (isDisplayed || !_set.isRightToLeft() || !isWhite);
         });
         return teletext::leadingCodes(_options.isDoubleHeight,
                                       letter == cells.end() ? Color::White : letter->foreground);

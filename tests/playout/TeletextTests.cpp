@@ -196,6 +196,22 @@ TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {
     expectPageRows(rows, expected, {"4: row 12: 4 characters are left out, the page has no more rows"});
 }
 
+TEST(TeletextCueRows, LeaveRoomForTheColourThatComesFirstOnTheScreen) {
+    // Black letters are white ones; from the right to the left red ones come first on the screen.
+    Row row = pageRowOf("\u05D0", Alignment::Left, 0, Color::Black);
+    Row red = pageRowOf("", Alignment::Left, 0, Color::Red);
+    for (int letter = 0; letter < 36; ++letter) {
+        red.runs.front().text += "\u05D1";
+    }
+    row.runs.push_back(red.runs.front());
+    std::string first;
+    for (int letter = 0; letter < 35; ++letter) {
+        first += "\u05D1";
+    }
+    expectPageRows({row}, {"20,4 " + first + "\u05D0", "22,4 \u05D1"}, {"4: row 1 is broken behind 36 characters"},
+                   {.designation = *qlx::teletext::designationOf("he")});
+}
+
 TEST(TeletextCueRows, HaveNoCellsForMarks) {
     const auto repeated = [](std::string_view text, std::size_t count) {
         std::string result;
