@@ -254,12 +254,15 @@ TEST_F(LogThreads, NeverWriteALineBehindALaterOne) {
     } counting;
     const qlx::ScopedService<qlx::Clock> scope(counting);
     useDelegate();
-    onAllThreads([this](int) {
-        for (int number = 0; number < kMessages; ++number) {
-            log->writeStringToTechnicalLog_isProblem_logLevel_show("x" + std::to_string(number), false, 2, false);
+    // Few: where the machine is busy a thread that lets others go first is not at work for a long time.
+    constexpr int kFew = 25;
+    onAllThreads([this](int thread) {
+        for (int number = 0; number < kFew; ++number) {
+            log->writeStringToTechnicalLog_isProblem_logLevel_show(messageText(thread, number), false, 2, false);
         }
     });
     const std::string file = sundaysFile();
+    EXPECT_EQ(std::count(file.begin(), file.end(), '\n'), kThreads * kFew);
     std::string last;
     for (std::size_t start = 0; start < file.size(); start = file.find('\n', start) + 1) {
         const std::string stamp = file.substr(start, std::string_view("\t2026-11-15\t00:49:42").size());
