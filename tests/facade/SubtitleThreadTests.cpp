@@ -100,18 +100,19 @@ TEST(AsyncReaders, DeliverAnEmptyArrayWhenMemoryRunsOut) {
         qlx::Data contentsOfFile(const std::string& /*path*/) override { throw std::bad_alloc(); }
     } files;
     const qlx::ScopedService<qlx::FileReader> filesService(files);
+    HeldQueue background;
+    const qlx::ScopedService<qlx::BackgroundQueue> backgroundService(background);
     qlx::MainQueue mainQueue;
-    const qlx::ScopedService<qlx::MainQueue> service(mainQueue);
+    const qlx::ScopedService<qlx::MainQueue> mainService(mainQueue);
     int calls = 0;
     const auto handler = [&](const ReaderResult& records) {
         EXPECT_TRUE(records.empty());
         ++calls;
-        mainQueue.stop();
     };
     readInBackground("a.srt", handler);
-    mainQueue.run();
     QLXSTLFileReader::subtitleRecordsFromSTLFileAtPath_withCompletionHandler("a.stl", handler);
-    mainQueue.run();
+    EXPECT_EQ(background.runAll(), 2U);
+    EXPECT_EQ(mainQueue.drain(), 2U);
     EXPECT_EQ(calls, 2);
 }
 
