@@ -1,5 +1,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Value.h>
 
+#include "Growth.h"
+
 #include <QLXClosedCaptionsUtilities/platform/AttributedString.h>
 
 #include <gtest/gtest.h>
@@ -150,7 +152,7 @@ TEST(AttributedString, JoinsRuns) {
 
 TEST(Dictionary, TakesKeysInAnyOrder) {
     // Falling keys first: each of them in front of all others.
-    constexpr int kKeys = 100'000;
+    constexpr int kKeys = 20'000;
     const auto key = [](int number) {
         const std::string digits = std::to_string(number);
         return std::string(6 - digits.size(), '0') + digits;
@@ -176,6 +178,21 @@ TEST(Dictionary, TakesKeysInAnyOrder) {
     EXPECT_EQ(falling, (qlx::Dictionary{{"a", 1}, {"b", 2}}));
     falling = moved;
     EXPECT_EQ(falling, rising);
+}
+
+TEST(Dictionary, TakesFallingKeysInLinearTime) {
+    std::vector<std::string> keys;
+    for (int number = 16 * 1'000; number > 0; --number) {
+        keys.push_back(std::to_string(100'000 + number));
+    }
+    const double growth = qlxtest::growthOfSixteenTimes(1'000, [&keys](std::size_t count) {
+        qlx::Dictionary falling;
+        for (std::size_t place = 0; place < count; ++place) {
+            falling.set(keys[place], 1);
+        }
+        EXPECT_EQ(falling.size(), count);
+    });
+    EXPECT_LT(growth, qlxtest::kGreatestLinearGrowth);
 }
 
 TEST(Dictionary, StaysSortedWhateverComes) {

@@ -1,4 +1,5 @@
 #include "ExpectedTeletext.h"
+#include "Growth.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitlesPacketizer.h>
 
@@ -117,7 +118,7 @@ TEST(SubtitlesPacketizer, SortsAgainWhenTimesWereChanged) {
 
 TEST(SubtitlesPacketizer, TakesManyRecordsInOrderOneByOne) {
     // Each as a host makes it: its times are set right before it is added. What is in the list is not looked at again.
-    constexpr int kMany = 100'000;
+    constexpr int kMany = 20'000;
     const auto packetizer = makePacketizer();
     Records expected;
     for (int index = 0; index < kMany; ++index) {
@@ -137,6 +138,20 @@ TEST(SubtitlesPacketizer, TakesManyRecordsInOrderOneByOne) {
     packetizer->addSubtitleRecords({});
     std::rotate(expected.begin(), expected.begin() + 1, expected.end() - 2);
     EXPECT_EQ(packetizer->subtitleRecords(), expected);
+}
+
+TEST(SubtitlesPacketizer, TakesRecordsInOrderInLinearTime) {
+    constexpr std::size_t kMany = 500;
+    const double growth = qlxtest::growthOfSixteenTimes(kMany, [](std::size_t count) {
+        const auto packetizer = makePacketizer();
+        for (std::size_t index = 0; index < count; ++index) {
+            const auto record = makeRecord(0, 0);
+            record->setStartTimeInSeconds(static_cast<double>(index));
+            packetizer->addSubtitleRecords({record});
+        }
+        EXPECT_EQ(packetizer->subtitleRecords().size(), count);
+    });
+    EXPECT_LT(growth, qlxtest::kGreatestLinearGrowth);
 }
 
 TEST(SubtitlesPacketizer, SeesTheChangesOfOtherListsRecords) {

@@ -1,5 +1,6 @@
 // Putting the frames of coded streams in order, with their times and captions.
 #include "ExactBuffer.h"
+#include "Growth.h"
 #include "StreamFrames.h"
 #include "streams/FrameOrder.h"
 #include "streams/PictureTimes.h"
@@ -330,7 +331,7 @@ TEST(FrameOrder, ForgetsWhatItDidNotKeep) {
 
 TEST(FrameOrder, JoinsAnyNumberOfSamples) {
     // Each with a packet: as many as are allowed to wait, again and again.
-    constexpr std::size_t kSamples = 200'000;
+    constexpr std::size_t kSamples = 150'000;
     FrameOrder order(1);
     std::size_t packets = 0;
     const auto count = [&] {
@@ -349,6 +350,24 @@ TEST(FrameOrder, JoinsAnyNumberOfSamples) {
     order.finish();
     count();
     EXPECT_EQ(packets, kSamples);
+}
+
+TEST(FrameOrder, JoinsSamplesInLinearTime) {
+    // All of them wait, as the packets of one frame.
+    const double growth = qlxtest::growthOfSixteenTimes(500, [](std::size_t count) {
+        FrameOrder order(1);
+        for (std::size_t index = 0; index < count; ++index) {
+            FrameSample sample;
+            sample.presentation = 0;
+            sample.decoding = 0;
+            sample.frame.packets.emplace_back();
+            order.add(std::move(sample));
+        }
+        order.finish();
+        const std::optional<Frame> frame = order.take();
+        EXPECT_EQ(frame ? frame->packets.size() : 0, count);
+    });
+    EXPECT_LT(growth, qlxtest::kGreatestLinearGrowth);
 }
 
 TEST(FrameOrder, BeginsAnewWhereTheTimesGoBack) {
