@@ -544,6 +544,17 @@ TEST(SCTE35, ScanSaysWhatIsWrongWithSectionsBehindDamagedPackets) {
     const ToolResult ofTable = runTool({"scan", folder.write("c.ts", wrongTable)});
     EXPECT_EQ(ofTable.exitCode, 1);
     EXPECT_NE(ofTable.err.find("PID 0x0000: wrong CRC"), std::string::npos) << ofTable.err;
+    // However many there are: 94 times the 16 values of the counter, behind the first one.
+    std::string tables;
+    for (int number = 1; number <= 94 * 16; ++number) {
+        tables += wrongTable.substr(table, 188);
+        char& counter = tables[tables.size() - 185];
+        counter = static_cast<char>((counter & 0xF0) | ((counter + number) & 0xF));
+    }
+    const ToolResult ofTables = runTool({"scan", folder.write("d.ts", wrongTable.insert(table + 188, tables))});
+    EXPECT_EQ(ofTables.exitCode, 1);
+    EXPECT_NE(ofTables.err.find("qlxcc: 1495 more like \"" + folder.path("d.ts") + ": byte "), std::string::npos)
+        << ofTables.err;
     // More packets than findings are usually kept of, whose counter jumps each time.
     std::string damaged;
     for (int number = 0; number < 1500; ++number) {

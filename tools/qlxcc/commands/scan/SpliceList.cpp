@@ -12,11 +12,13 @@
 
 #include <array>
 #include <cstdlib>
+#include <map>
 #include <optional>
 #include <span>
 #include <string_view>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -67,17 +69,23 @@ public:
     void follow(const streams::SpliceReader& reader) noexcept { _reader = &reader; }
 
     void add(const qlx::Finding& finding) override {
-        if (_reader != nullptr && isOfTables(finding, *_reader)) {
-            _tables.add(finding);
-            return;
+        if (_reader == nullptr || !isOfTables(finding, *_reader)) {
+            say(finding);
+        } else if (++_tableCounts[{finding.code, finding.severity}] <= kKept) {
+            _tables.push_back(finding);
         }
-        say(finding);
     }
 
     /// Says those of tables too, which nobody else has said.
     void sayTables() {
         for (const qlx::Finding& finding : _tables) {
             say(finding);
+        }
+        // The others come behind those of their kind that are shown.
+        for (const auto& [kind, count] : _tableCounts) {
+            for (std::uint64_t number = kKept; number < count; ++number) {
+                say({kind.first, kind.second, 0, 0, 0});
+            }
         }
     }
 
@@ -89,6 +97,9 @@ public:
     }
 
 private:
+    /// Findings of a kind that are kept; fewer are shown.
+    static constexpr std::uint64_t kKept = 100;
+
     void say(const qlx::Finding& finding) {
         const bool isOfOurs =
             isOfPackets(finding) && _reader != nullptr && _reader->reads(static_cast<std::uint16_t>(finding.first));
@@ -108,7 +119,8 @@ private:
     const streams::SpliceReader* _reader = nullptr;
     LimitedMessages _messages;
     RemarkNotes _notes;
-    Findings _tables;
+    std::vector<Finding> _tables;
+    std::map<std::pair<FindingCode, Severity>, std::uint64_t> _tableCounts;
     std::uint64_t _problems = 0;
 };
 
