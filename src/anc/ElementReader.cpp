@@ -317,7 +317,7 @@ void ElementIterator::checkPayload(bool isUsable, bool isCut) const {
         }
     }
     if (const std::size_t count = wordsOfTenBits(); count > 0) {
-        report(FindingCode::AncUserDataOfTenBits, Severity::Remark, _packet._offset, count, 0);
+        report(FindingCode::AncUserDataOfTenBits, Severity::Remark, offset, count, 0);
     }
     checkSpareBits();
     if (_packet._checksum == Status::Wrong) {

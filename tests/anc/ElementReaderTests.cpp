@@ -202,9 +202,9 @@ TEST(AncElementReader, KeepsTenBitsOfData) {
     const auto bytes = fromHex("0001 0009 01 07 0007 0000000c 00000001 5850180c 65a6980c 99c00000");
     Findings findings;
     const auto packets = parseElement(bytes, &findings);
-    // The line number of the packet is at byte 2.
+    // The array is at byte 16.
     EXPECT_EQ(std::vector<Finding>(findings.begin(), findings.end()),
-              just(FindingCode::AncUserDataOfTenBits, Severity::Remark, 2, 1, 0));
+              just(FindingCode::AncUserDataOfTenBits, Severity::Remark, 16, 1, 0));
     ASSERT_EQ(packets.size(), 1U);
     EXPECT_EQ(packets[0].packet, usual());
     EXPECT_EQ(packets[0].words, (std::vector<std::uint16_t>{0x161, 0x101, 0x203, 0x196, 0x269, 0x203, 0x267}));

@@ -258,7 +258,7 @@ TEST(KlvFile, SaysWhichPacketsHaveWordsOfTenBits) {
     const Reading reading = readAll(joined({kAncKeyHex, "1c", element, tenBits}));
     EXPECT_EQ(reading.problems, std::vector<std::string>());
     EXPECT_EQ(reading.remarks,
-              std::vector<std::string>{"frame 0, byte 19: 1 user data word of ten bits: the upper two left out"});
+              std::vector<std::string>{"frame 0, byte 33: 1 user data word of ten bits: the upper two left out"});
     ASSERT_EQ(reading.frames.size(), 1U);
     EXPECT_EQ(reading.frames[0].packets.at(0).userData, (std::vector<std::uint8_t>{1, 7, 3}));
 }
