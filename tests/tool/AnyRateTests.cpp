@@ -362,12 +362,29 @@ TEST(AnyRate, RefusesWhatItCannotUseAndLeavesNoFile) {
         EXPECT_EQ(result.err, "qlxcc: " + folder.path("a.jsonl") + ": " + message + "\n");
         EXPECT_EQ(folder.names(), Arguments{"a.jsonl"});
     };
-    refusal(frameJson(3, {captionJson("00")}),
-            "frame 3, line 9: the CEA-708 packet holds no caption distribution packet (CDP)");
     refusal(frameJson(0, {}, "", R"(,"captions":{"data":"fc94"})"), "frame 0: the captions are no whole triplets");
     refusal(frameJson(0, {}) + frameJson(4'000'000'000, {}),
             "frame 4000000000 behind frame 0: more than an hour is missing");
     refusal(frameJson(0, {}) + frameJson(90'002, {}), "frame 90002 behind frame 0: more than an hour is missing");
+}
+
+// Of a damaged file all else is sent: the pairs in front of a packet that is cut, and those behind it.
+TEST(AnyRate, GoesOnBehindAPacketThatIsCut) {
+    const TemporaryFolder folder;
+    folder.write("a.jsonl", frameJson(0, {captionJson(bareCdp(3, "fc4142fd8080" + repeated("fa0000", 22), 0))}) +
+                                frameJson(1, {captionJson("96690b3f43")}) +
+                                frameJson(2, {captionJson(bareCdp(3, "fc4344fd8080" + repeated("fa0000", 22), 2))}));
+    const ToolResult result = runRate(folder, "a.jsonl", "25", "30", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.jsonl") +
+                              ": frame 1, line 9: caption packet of 5 bytes, 7 are needed\n");
+    // Frame n of the input comes with frame ceil(1.2 n): 0, 2, which has no packet either, and 3.
+    std::vector<std::string> pairs;
+    for (const std::string& line : linesOf(folder.read("b.jsonl"))) {
+        const std::size_t place = line.find("72f4fc");
+        pairs.push_back(place == std::string::npos ? "" : line.substr(place + 6, 4));
+    }
+    EXPECT_EQ(pairs, (std::vector<std::string>{"4142", "8080", "", "4344"}));
 }
 
 TEST(AnyRate, SendsServiceInformationOnceForEachThatCame) {

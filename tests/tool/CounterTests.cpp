@@ -117,13 +117,45 @@ TEST(CaptionCounters, AreToldTenTimes) {
     }
 }
 
+// A packet that is cut, one that announces 24 triplets and has one, one with a wrong checksum, and one of CEA-608 without
+// a pair: none of them ends a command, and what they miss is said.
+TEST(CaptionPackets, AreToldWhereTheyAreDamaged) {
+    const TemporaryFolder folder;
+    std::string wrong = pairCdpHex(3, 24, "8080", 3);
+    wrong.back() = wrong.back() == '0' ? '1' : '0';
+    std::string few = qlxtest::cdpHex(3, "fc8080", 2);
+    few.replace(few.find("72e1"), 4, "72f8");
+    const std::string file =
+        folder.write("a.jsonl", frameLine(0, {{9, pairCdpHex(3, 24, "8080", 0)}}) + frameLine(1, {{9, "96690b3f43"}}) +
+                                    frameLine(2, {{9, few}}) + frameLine(3, {{9, wrong}}) +
+                                    R"({"frame":4,"pts":{"value":4,"timescale":25},"packets":[)" +
+                                    R"({"line":10,"did":97,"sdid":2,"data":"80"}]})" + "\n");
+    const std::string name = "qlxcc: warning: " + file + ": ";
+    for (const Texts& command :
+         {Texts{"show", file, "--all"}, Texts{"convert", file, "-o", folder.path("out.srt"), "--channel", "CC1"},
+          Texts{"extract", file}, Texts{"scan", file, "--list"}}) {
+        const Texts told = linesOf(runTool(command).err);
+        const auto isTold = [&](const std::string& begin, const std::string& end) {
+            return std::any_of(told.begin(), told.end(), [&](const std::string& line) {
+                return line.starts_with(name + begin) && line.find(end) != std::string::npos;
+            });
+        };
+        EXPECT_TRUE(isTold("frame 1, line 9: ", "caption packet of 5 bytes, 7 are needed")) << command[0];
+        EXPECT_TRUE(isTold("frame 2, line 9: ", "24 triplets announced, 1 are there")) << command[0];
+        EXPECT_TRUE(isTold("frame 3, line 9: ", "checksum")) << command[0];
+        EXPECT_TRUE(isTold("frame 4, line 10: ", "CEA-608 packet of 1 byte, a pair needs 3")) << command[0];
+        EXPECT_FALSE(isTold("frame 0", "")) << command[0];
+    }
+}
+
 // cdp_frame_rate 9 is none of the standard's.
 TEST(CaptionCounters, ComeWithRatesThatAreKnown) {
     const TemporaryFolder folder;
     const std::string file = folder.write("a.jsonl", frameLine(0, {{9, pairCdpHex(9, 24, "8080")}}));
     const std::string line = "qlxcc: warning: " + file + ": frame 0, line 9: unknown frame rate code 9";
     for (const Texts& command : {Texts{"show", file, "--all"}, Texts{"show", file, "--all", "--service", "1"},
-                                 Texts{"convert", file, "-o", folder.path("out.srt"), "--channel", "CC1"}}) {
+                                 Texts{"convert", file, "-o", folder.path("out.srt"), "--channel", "CC1"},
+                                 Texts{"extract", file}, Texts{"scan", file, "--list"}}) {
         const Texts told = linesOf(runTool(command).err);
         EXPECT_EQ(std::count(told.begin(), told.end(), line), 1) << command[0];
     }

@@ -1,4 +1,4 @@
-// What is said of the counters of a file's caption packets.
+// What is said of a file's caption packets, and of their counters.
 #pragma once
 
 #include "io/FindingNotes.h"
@@ -16,7 +16,8 @@
 
 namespace qlx::tool {
 
-/// Says where the counters of CDPs jump or stand still, behind what is written of the frames before.
+/// Says where the counters of CDPs jump or stand still, and what else is found in the packets of the frame that it took last,
+/// behind what is written of the frames before.
 class CounterNotes final : public FindingSink {
 public:
     CounterNotes(const InputFile& source, OutputFile& output)
@@ -27,6 +28,7 @@ public:
         _counters.receive(frame, this);
     }
 
+    /// The offset is the line of the packet.
     void add(const Finding& finding) override {
         if (_output.isStandardOutput() && _notes.prints(finding)) {
             _output.flush();

@@ -199,7 +199,7 @@ public:
         CounterNotes counters(_source, _output);
         const std::uint64_t problems = readFrames(_source, *_reader, _output, [&](const Frame& frame) {
             counters.take(frame);
-            write(frame);
+            write(frame, counters);
             ++_units;
             return true;
         });
@@ -211,8 +211,8 @@ public:
     }
 
 private:
-    void write(const Frame& frame) {
-        Data data = captionTriplets(frame);
+    void write(const Frame& frame, FindingSink& findings) {
+        Data data = captionTriplets(frame, &findings);
         _filled += data.empty() ? 0 : 1;
         if (data) {
             data = inFormat(data, _options.format);

@@ -164,13 +164,12 @@ private:
     }
 
     void takeCaptions(std::uint64_t frame, std::uint64_t number, const Packet& packet) {
-        const std::string place = placeOf(frame, packet.line);
-        _notes.setPlace(place);
+        _notes.setPlace(placeOf(frame, packet.line));
         const Result<cc::Cdp> cdp = cc::parseCdp(packet.userData, &_notes);
         if (!cdp) {
-            throw failureIn(_source.name(), place + ": the CEA-708 packet holds no caption distribution packet (CDP)");
-        }
-        if (CaptionStream* const stream = streamAt({true, packet.line, packet.channel})) {
+            // Nothing of it can be sent at another rate.
+            _notes.add(cdp.error());
+        } else if (CaptionStream* const stream = streamAt({true, packet.line, packet.channel})) {
             stream->horizontalOffset = packet.horizontalOffset;
             const std::uint64_t taken = frameOf(*stream, frame, number);
             stream->change.feed(taken, *cdp, &_notes);

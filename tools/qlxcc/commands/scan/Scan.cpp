@@ -17,6 +17,7 @@
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
 
+#include <qlx/streams/captions.h>
 #include <qlx/streams/teletext_packets.h>
 
 #include <cstddef>
@@ -173,6 +174,10 @@ int scan(const ScanOptions& options) {
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {
             *hasFrames = true;
             counters->take(frame);
+            if (contents != nullptr) {
+                // What is left of damaged packets is all that the list has; it says nothing of them itself.
+                (void)streams::captionTriplets(frame, counters.get());
+            }
             *withTeletext += frame.teletext.empty() ? 0 : 1;
             if (takesPackets && !frame.teletext.empty()) {
                 Frame whole = frame;
