@@ -129,7 +129,8 @@ TEST(WorkOfLine21, OfTheWriterIsLinearInExtendedDataAndText) {
         line21::Writer writer(FrameRate::Fps2997);
         std::vector<line21::XdsPacket> packets(8);
         for (line21::XdsPacket& packet : packets) {
-            packet = {.xdsClass = line21::XdsClass::Current, .type = 3};
+            packet.xdsClass = line21::XdsClass::Current;
+            packet.type = 3;
             const std::array<std::uint8_t, 4> name{'N', 'e', 'w', 's'};
             (void)packet.bytes.append(name);
         }
