@@ -12,6 +12,8 @@
 #include "streams/InputKind.h"
 #include "streams/OpenFrames.h"
 #include "streams/PacketNames.h"
+#include "streams/TransportPackets.h"
+#include "streams/TransportRate.h"
 
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/rate.h>
@@ -155,10 +157,8 @@ private:
         return hasFrame;
     }
 
-    /// A transport stream has its teletext in frames of its own, between those of its pictures.
     [[nodiscard]] std::size_t framesThatTellRate() const {
-        constexpr std::size_t kOfTransport = 64;
-        return _kind == InputKind::TransportStream ? kOfTransport : 2;
+        return _kind == InputKind::TransportStream ? kFramesThatTellRate : 2;
     }
 
     [[nodiscard]] bool hasTimecodes() const {
@@ -237,11 +237,7 @@ private:
                 page.type = _options.isHearingImpaired ? streams::ts::TeletextType::HearingImpaired : page.type;
             }
         } else if (_frames.format != FrameFormat::Scc) {
-            constexpr std::uint8_t kGreatestInterlaced = 30;
-            const bool isInterlaced = nominalFramesPerSecond(_to) <= kGreatestInterlaced;
-            streams::TeletextPacketOptions packets;
-            packets.secondLine = isInterlaced ? packets.secondLine : packets.firstLine;
-            _packets.emplace(packets);
+            _packets.emplace(teletextLinesOf(_to));
         }
     }
 

@@ -4,7 +4,6 @@
 #include "io/Frame.h"
 #include "io/FrameSource.h"
 
-#include <qlx/base/frame_rate.h>
 #include <qlx/streams/ts/tables.h>
 
 #include <functional>
@@ -33,10 +32,6 @@ private:
     Give _give;
     std::optional<Frame> _held;
 };
-
-/// The rate of a transport stream by the times of its first frames: that of its pictures; else that of its teletext, which
-/// belongs to 25 or 50 frames a second; none where neither says it.
-[[nodiscard]] std::optional<FrameRate> rateOfTransport(const std::vector<Frame>& first);
 
 /// The teletext pages with text of a file that can be read twice, with their languages, no more than a descriptor has room
 /// for; where it cannot, page 888.
