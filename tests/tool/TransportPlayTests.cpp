@@ -6,7 +6,10 @@
 
 #include <cstdint>
 #include <iterator>
+#include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -174,6 +177,30 @@ TEST(TransportPlay, NamesTheLanguageOfTheMapAndReadsAnotherPid) {
     EXPECT_NE(runTool({"scan", cues, "--format", "jsonl", "--teletext-pid", "300"})
                   .err.find("--teletext-pid is for the format ts"),
               std::string::npos);
+}
+
+TEST(TransportPlay, IsListedOnTheLinesOfItsFrames) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.srt", kTransportCues);
+    const auto linesIn = [](const std::string& json) {
+        constexpr std::string_view kKey = "\"line\":";
+        std::set<int> lines;
+        for (std::size_t place = json.find(kKey); place != std::string::npos; place = json.find(kKey, place + 1)) {
+            lines.insert(std::stoi(json.substr(place + kKey.size(), 5)));
+        }
+        return lines;
+    };
+    for (const auto& [rate, expected] : {std::pair{"25", std::set<int>{12, 575}}, std::pair{"50", std::set<int>{12}}}) {
+        const std::string stream = folder.path(std::string(rate) + ".ts");
+        ASSERT_EQ(runTool(playArguments(cues, rate, {"-o", stream})).exitCode, 0);
+        EXPECT_EQ(linesIn(runTool({"scan", stream, "--json"}).out), expected) << rate;
+        ASSERT_EQ(runTool({"scan", stream, "-o", folder.path("out.klv")}).exitCode, 0);
+        EXPECT_EQ(linesIn(runTool({"scan", folder.path("out.klv"), "--json"}).out), expected) << rate;
+        // What is broken at its end is listed up to there.
+        std::string cut = folder.read(std::string(rate) + ".ts");
+        cut.resize(cut.size() - 100);
+        EXPECT_EQ(linesIn(runTool({"scan", folder.write("cut.ts", cut), "--json"}).out), expected) << rate;
+    }
 }
 
 /// Where packets of teletext begin in a stream.

@@ -16,9 +16,9 @@
 #include "streams/CounterNotes.h"
 #include "streams/Json.h"
 #include "streams/OpenFrames.h"
+#include "streams/TransportPackets.h"
 
 #include <qlx/streams/captions.h>
-#include <qlx/streams/teletext_packets.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -154,8 +154,10 @@ int scan(const ScanOptions& options) {
     const std::unique_ptr<Listing> listing =
         writer ? nullptr : std::make_unique<Listing>(options, source, splices.get(), output);
     FrameWriter& to = listing ? listing->frames() : *writer;
-    streams::TeletextPackets packets;
-    const bool takesPackets = writer && !options.listsContents;
+    std::optional<TransportPackets> packets;
+    if (writer && !options.listsContents && *sourceOptions.kind == InputKind::TransportStream) {
+        packets.emplace(leftOut, [&to](const Frame& frame) { to.write(frame); });
+    }
     const auto withTeletext = std::make_shared<std::uint64_t>(0);
     auto* const contents = dynamic_cast<ContentListWriter*>(writer.get());
     if (contents != nullptr && mayHaveTextTracks(*sourceOptions.kind)) {
@@ -179,17 +181,20 @@ int scan(const ScanOptions& options) {
                 (void)streams::captionTriplets(frame, counters.get());
             }
             *withTeletext += frame.teletext.empty() ? 0 : 1;
-            if (takesPackets && !frame.teletext.empty()) {
-                Frame whole = frame;
-                leftOut->setFrame(whole);
-                packets.put(whole, leftOut.get());
-                to.write(whole);
+            if (packets) {
+                packets->take(frame);
             } else {
                 to.write(frame);
             }
             return true;
         });
+        if (packets) {
+            packets->finish();
+        }
     } catch (const Failure& failure) {
+        if (packets) {
+            packets->finish();
+        }
         if (contents != nullptr && contents->hasTracks() && dynamic_cast<const WithoutFrames*>(&failure) != nullptr) {
             contents->finish();
             output.commit();
