@@ -18,6 +18,12 @@ namespace qlx::streams {
 
 namespace {
 
+/// The line of the picture of 625 that a teletext line is; 0 where the stream does not say it.
+std::uint32_t pictureLineOf(const teletext::SdpLine& line) noexcept {
+    constexpr std::uint32_t kSecondField = 313;
+    return line.line() == 0 ? 0U : line.line() + (line.isOddField() ? 0U : kSecondField);
+}
+
 class TeletextOnAir final : public OnAir {
 public:
     using OnAir::receive;
@@ -38,8 +44,9 @@ public:
             _counters.receive(sdp->counter, told);
             isChanged = _page.receive(*sdp, told) || isChanged;
         }
-        if (!frame.teletext.empty()) {
-            isChanged = _page.receive(std::span(frame.teletext), findings) || isChanged;
+        for (const teletext::SdpLine& line : frame.teletext) {
+            PlacedSink sink(findings, pictureLineOf(line));
+            isChanged = _page.receive(std::span(&line, 1), findings == nullptr ? nullptr : &sink) || isChanged;
         }
         _isCarried = _isCarried || !packets.empty() || !frame.teletext.empty();
         return isChanged;

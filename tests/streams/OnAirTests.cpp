@@ -5,6 +5,8 @@
 #include "TeletextBytes.h"
 
 #include <qlx/streams/on_air.h>
+#include <qlx/teletext/packet.h>
+#include <qlx/teletext/sdp.h>
 
 #include <gtest/gtest.h>
 
@@ -164,6 +166,29 @@ TEST(OnAir, SaysWhenCountersOfPacketsJump) {
     }
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0], (qlx::Finding{qlx::FindingCode::SdpCounterJumped, qlx::Severity::Warning, 12, 4, 3}));
+}
+
+TEST(OnAir, SaysOnWhichLineOfThePictureTeletextIsWrong) {
+    // Page headers of a transport stream, of which one has a wrong bit in its second address byte, and one no line.
+    const auto header = [](unsigned line, bool isOdd, unsigned wrongBits) {
+        qlx::teletext::SdpLine made;
+        EXPECT_TRUE(writePacket(*qlx::teletext::packetOf(qlx::teletext::PageHeader{.page = 0x888}), made.bytes));
+        made.descriptor = qlx::teletext::sdpDescriptor(line, isOdd);
+        made.bytes[4] ^= static_cast<std::uint8_t>(wrongBits);
+        return made;
+    };
+    Frame frame;
+    frame.teletext = {header(7, true, 0), header(8, true, 1), header(22, false, 4), header(0, true, 2)};
+    qlx::Findings findings;
+    EXPECT_TRUE(qlx::streams::teletextOnAir(0x888)->receive(frame, &findings));
+    ASSERT_EQ(findings.size(), 3U);
+    for (const qlx::Finding& finding : findings) {
+        EXPECT_EQ(finding.code, qlx::FindingCode::TeletextByteCorrected);
+    }
+    EXPECT_EQ(findings[0].offset, 8U);
+    // The second field begins with line 313.
+    EXPECT_EQ(findings[1].offset, 335U);
+    EXPECT_EQ(findings[2].offset, 0U);
 }
 
 TEST(OnAir, SaysOnWhichLineAPacketIsWrong) {
