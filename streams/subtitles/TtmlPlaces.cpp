@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -235,6 +236,58 @@ RegionPlace regionFor(const Cue& cue, bool& isLost) {
         place.width -= shift;
     }
     return place;
+}
+
+bool hasUnit(std::string_view value, std::string_view unit) noexcept {
+    constexpr std::string_view kBetween = " \t\r\n,()";
+    while (!value.empty()) {
+        const std::string_view word = value.substr(0, value.find_first_of(kBetween));
+        const std::size_t number = word.find_first_not_of("+-.0123456789");
+        if (number != 0 && number != std::string_view::npos && word.substr(number) == unit) {
+            return true;
+        }
+        value.remove_prefix(std::min(word.size() + 1, value.size()));
+    }
+    return false;
+}
+
+void completePlace(subtitles::Properties& attributes, const ScreenMeasures& measures, bool isEbu) {
+    constexpr std::string_view kOrigin = "tts:origin";
+    constexpr std::string_view kPosition = "tts:position";
+    constexpr std::string_view kExtent = "tts:extent";
+    const auto textOf = [&attributes](std::string_view name) {
+        const std::string* const text = valueOf(attributes, name);
+        return text == nullptr ? std::string_view() : std::string_view(*text);
+    };
+    const auto isSaid = [isEbu](std::string_view text) {
+        constexpr std::string_view kOfEbu[] = {"rw", "rh", "em"};
+        const bool isOther = isEbu && std::any_of(std::begin(kOfEbu), std::end(kOfEbu),
+                                                  [text](std::string_view unit) { return hasUnit(text, unit); });
+        return !text.empty() && text != "auto" && !isOther && !hasUnit(text, "c") && !hasUnit(text, "px");
+    };
+    const RegionTexts texts{textOf(kOrigin), textOf(kPosition), textOf(kExtent), {}};
+    const bool isPlaced = isSaid(texts.origin) || (!isEbu && (texts.origin.empty() || texts.origin == "auto"));
+    const bool isPositioned = texts.position.empty() || (!isEbu && isSaid(texts.position));
+    if (isSaid(texts.extent) && isPlaced && isPositioned) {
+        return;
+    }
+    bool areAllRead = false;
+    RegionPlace place = placeOf(texts, measures, areAllRead).value_or(RegionPlace());
+    // Nothing is wider than the screen.
+    place.width = std::min(place.width, kWhole - std::clamp(place.left, 0.0, kWhole));
+    place.height = std::min(place.height, kWhole - std::clamp(place.top, 0.0, kWhole));
+    for (const std::string_view name : {kOrigin, kPosition, kExtent}) {
+        const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                        [name](const subtitles::Property& property) { return property.name == name; });
+        if (areAllRead && found != attributes.end()) {
+            attributes.erase(found);
+        }
+    }
+    // In the order in which a reader gives them, in front of what is there once more.
+    attributes.insert(attributes.begin(), {{std::string(kExtent), percentages(place.width, place.height)},
+                                           {std::string(kOrigin), percentages(place.left, place.top)}});
+    std::stable_sort(attributes.begin(), attributes.end(),
+                     [](const auto& left, const auto& right) { return left.name < right.name; });
 }
 
 std::string percentages(double first, double second) {

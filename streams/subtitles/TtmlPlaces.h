@@ -50,6 +50,14 @@ void placeRows(subtitles::Cue& cue, const RegionPlace& place);
 /// @param isLost Gets whether it cannot put all of them there.
 [[nodiscard]] RegionPlace regionFor(const subtitles::Cue& cue, bool& isLost);
 
+/// What a profile asks of a region: its extent, and for EBU-TT-D its origin, in units that the profile has (IMSC 1.1, 7.12.8
+/// and 8.4.2; EBU Tech 3380). What cannot be read is the whole screen.
+/// @param attributes Of the region; they stay as they are where that is said.
+void completePlace(subtitles::Properties& attributes, const ScreenMeasures& measures, bool isEbu);
+
+/// Whether a value has lengths of a unit: `10% 2c` has `c`.
+[[nodiscard]] bool hasUnit(std::string_view value, std::string_view unit) noexcept;
+
 /// `10% 83.333%`: what the attributes of a region say.
 [[nodiscard]] std::string percentages(double first, double second);
 

@@ -123,28 +123,19 @@ bool isOfImsc(std::string_view name) {
            std::any_of(kStyles.begin(), kStyles.end(), [name](const StyleName& style) { return style.name == name; });
 }
 
-/// Whether a value has lengths of these units; `c`, `px` and so on stand behind a digit.
-bool hasUnit(std::string_view value, std::string_view unit) {
-    for (std::size_t at = value.find(unit); at != std::string_view::npos; at = value.find(unit, at + 1)) {
-        if (at != 0 && ((value[at - 1] >= '0' && value[at - 1] <= '9') || value[at - 1] == '.')) {
-            return true;
-        }
-    }
-    return false;
-}
-
-/// Whether a profile can say an attribute. Pixels are of a screen that is not written.
+/// Whether a profile can say an attribute. Pixels are of a screen that is not written, and cells are for one attribute alone
+/// (IMSC 1.1, 7.12.8).
 bool isUsable(const Property& attribute, bool isEbu, std::span<const std::string_view> ofEbu) {
     const std::string_view name = attribute.name;
-    if (!isEbu) {
-        return isOfImsc(name) && !hasUnit(attribute.value, "px");
-    }
     const bool isInCells = name == "ebutts:linePadding";
+    if (!isEbu) {
+        return isOfImsc(name) && !hasUnit(attribute.value, "px") && (isInCells || !hasUnit(attribute.value, "c"));
+    }
     const bool isLength = name.starts_with("tts:") && name != "tts:fontFamily";
     return std::find(ofEbu.begin(), ofEbu.end(), name) != ofEbu.end() &&
            (isInCells || !isLength ||
-            !(hasUnit(attribute.value, "c") || hasUnit(attribute.value, "px") || hasUnit(attribute.value, "r") ||
-              hasUnit(attribute.value, "em")));
+            !(hasUnit(attribute.value, "c") || hasUnit(attribute.value, "px") || hasUnit(attribute.value, "rw") ||
+              hasUnit(attribute.value, "rh") || hasUnit(attribute.value, "em")));
 }
 
 /// Appends an attribute that is not there as yet: one stands once in an element.
@@ -449,7 +440,8 @@ std::string TtmlWriter::finish() {
     }
     text += "  </styling>\n  <layout>\n";
     std::int64_t lost = 0;
-    for (const TtmlRegion& region : _file.regions) {
+    for (TtmlRegion& region : _file.regions) {
+        completePlace(region.attributes, {_file.cellColumns, _file.cellRows, std::nullopt, std::nullopt}, isEbu);
         text += "   <region";
         std::string attributes;
         appendAttribute(attributes, "xml:id", region.name);

@@ -223,7 +223,6 @@ TEST(TtmlWriter, WritesOnlyAttributesThatAProfileHas) {
                          {"ttml.tts:lineHeight", "2c"},   {"ttml.tts:border", "none"},
                          {"ttml.tts:wrapOption", "wrap"}, {"ttml.tts:wrapOption", "noWrap"}};
     for (const TtmlProfile profile : {TtmlProfile::Imsc11Text, TtmlProfile::EbuTtD}) {
-        const bool isEbu = profile == TtmlProfile::EbuTtD;
         for (const bool isOfRun : {false, true}) {
             SCOPED_TRACE(isOfRun);
             const std::string text = writtenWith(isOfRun ? Properties{} : any, isOfRun ? any : Properties{}, profile);
@@ -232,9 +231,62 @@ TEST(TtmlWriter, WritesOnlyAttributesThatAProfileHas) {
                 EXPECT_EQ(text.find(part), std::string::npos) << part;
             }
             EXPECT_EQ(countOf(text, "tts:wrapOption=\"wrap\""), 1U);
-            EXPECT_EQ(countOf(text, "tts:lineHeight=\"2c\""), isEbu ? 0U : 1U);
+            EXPECT_EQ(countOf(text, "2c"), 0U);
         }
         EXPECT_EQ(countOf(writtenWith({{"ttml.tts:textAlign", "end"}}, {}, profile), "tts:textAlign"), 1U);
+    }
+}
+
+// IMSC 1.1 asks for an extent (8.4.2) and has no cells here (7.12.8); EBU-TT-D asks for an origin, too, in per cent.
+TEST(TtmlWriter, SaysWhereRegionsAreInTheUnitsOfAProfile) {
+    struct Case {
+        Properties given;
+        std::string imsc;
+        std::string ebu;
+        bool isLost = false;
+    };
+    const Case cases[] = {
+        {{{"tts:origin", "10% 20%"}, {"tts:extent", "30% 40%"}},
+         R"(tts:origin="10% 20%" tts:extent="30% 40%")",
+         R"(tts:origin="10% 20%" tts:extent="30% 40%")"},
+        {{{"tts:extent", "50% 20%"}, {"tts:position", "center"}},
+         R"(tts:extent="50% 20%" tts:position="center")",
+         R"(tts:extent="50% 20%" tts:origin="25% 40%")"},
+        {{{"tts:extent", "16c 3c"}, {"tts:origin", "3.2c 1.5c"}},
+         R"(tts:extent="50% 20%" tts:origin="10% 10%")",
+         R"(tts:extent="50% 20%" tts:origin="10% 10%")"},
+        {{{"tts:extent", "50rw 20rh"}, {"tts:origin", "10rw 10rh"}},
+         R"(tts:extent="50rw 20rh" tts:origin="10rw 10rh")",
+         R"(tts:extent="50% 20%" tts:origin="10% 10%")"},
+        {{{"tts:extent", "50% 20%"}}, R"(tts:extent="50% 20%")", R"(tts:extent="50% 20%" tts:origin="0% 0%")"},
+        {{{"tts:origin", "10% 20%"}},
+         R"(tts:extent="90% 80%" tts:origin="10% 20%")",
+         R"(tts:extent="90% 80%" tts:origin="10% 20%")"},
+        {{{"tts:displayAlign", "after"}},
+         R"(tts:displayAlign="after" tts:extent="100% 100%" tts:origin="0% 0%")",
+         R"(tts:displayAlign="after" tts:extent="100% 100%" tts:origin="0% 0%")"},
+        {{{"tts:extent", "5px 6px"}},
+         R"(tts:extent="100% 100%" tts:origin="0% 0%")",
+         R"(tts:extent="100% 100%" tts:origin="0% 0%")",
+         true},
+    };
+    for (const Case& one : cases) {
+        for (const TtmlProfile profile : {TtmlProfile::Imsc11Text, TtmlProfile::EbuTtD}) {
+            TtmlFile file;
+            file.regions.push_back({"r", one.given});
+            qlx::Findings findings;
+            TtmlWriter writer(file, {.profile = profile}, &findings);
+            EXPECT_NE(writer.finish().find("<region xml:id=\"r\" " +
+                                           (profile == TtmlProfile::EbuTtD ? one.ebu : one.imsc) + "/>"),
+                      std::string::npos)
+                << one.imsc << "\n"
+                << writer.finish();
+            EXPECT_EQ(findings.empty(), !one.isLost) << one.imsc;
+        }
+    }
+    // Letters of colours and fonts are no units.
+    for (const std::string value : {"#00c00c 5%", "rgb(0,1,2) 5%"}) {
+        EXPECT_EQ(countOf(writtenWith({{"ttml.tts:textOutline", value}}, {}, TtmlProfile::Imsc11Text), value), 1U);
     }
 }
 
