@@ -92,6 +92,8 @@ void SubRipMarkup::takeRow(std::string_view text, std::uint64_t line, Cue& cue) 
     _entities = 0;
     cue.rows.emplace_back();
     _isChanged = true;
+    // Braces that nothing ends would each be looked for up to the end.
+    const std::size_t behindBraces = text.size() - (text.find_last_of('}') + 1);
     while (!text.empty()) {
         const std::size_t plain = std::min(text.find_first_of("<{&"), text.size());
         append(text.substr(0, plain), cue);
@@ -100,7 +102,7 @@ void SubRipMarkup::takeRow(std::string_view text, std::uint64_t line, Cue& cue) 
             break;
         }
         std::size_t size = text.front() == '<'   ? takeTag(text, cue)
-                           : text.front() == '{' ? takeCodes(text)
+                           : text.front() == '{' ? (text.size() > behindBraces ? takeCodes(text) : 0)
                                                  : takeEntity(text, cue);
         if (size == 0) {
             append(text.substr(0, 1), cue);
