@@ -449,4 +449,33 @@ TEST(RoundTrip, NeedsRowsThatHoldThePacket) {
     EXPECT_EQ(scanned.out, withoutTimes(played.out));
 }
 
+TEST(ScanTeletext, PrintsPagesAndRows) {
+    const TemporaryFolder folder;
+    const auto line = [](const std::string& data) {
+        return R"({"frame":0,"packets":[{"line":12,"did":67,"sdid":2,"data":")" + data + "\"}]}\n";
+    };
+    const std::string file =
+        folder.write("a.jsonl", line(qlxtest::eraseHex(0)) + line(qlxtest::bonjourHex(1)) + line(qlxtest::closeHex(2)) +
+                                    line(qlxtest::fillingHex(qlxtest::kOddLines, 3)) + line("5115"));
+    const auto listed = [&](const std::string& row) {
+        const std::string start = "       0     12  43/02     OP-47                148  ";
+        const std::string below(17, ' ');
+        return "   frame   line  DID/SDID  name               bytes  data\n" + start + qlxtest::eraseHex(0) + "\n" +
+               below + "page 888, erased, subtitle\n" + start + qlxtest::bonjourHex(1) + "\n" + below +
+               "row 22: " + row + "\n" + start + qlxtest::closeHex(2) + "\n" + below + "page 8F8, subtitle\n" + start +
+               qlxtest::fillingHex(qlxtest::kOddLines, 3) + "\n" +
+               "       0     12  43/02     OP-47                  2  5115\n" + below +
+               "no subtitling data packet\n5 packets in 5 frames\n";
+    };
+    const std::vector<std::string> arguments{"scan", file, "--format", "jsonl"};
+    const ToolResult plain = runTool(arguments);
+    EXPECT_EQ(plain.exitCode, 0) << plain.err;
+    EXPECT_EQ(plain.out, listed("Bonjour"));
+    EXPECT_EQ(qlxtest::withoutReturns(runTool(arguments, {.outputIsTerminal = true}).out),
+              listed("\x1b[0;37;40mBonjour \x1b[0m"));
+    EXPECT_EQ(
+        qlxtest::withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out),
+        listed("Bonjour"));
+}
+
 }  // namespace

@@ -1,4 +1,4 @@
-// qlxcc show: what is on air, decoded from files; and the rows of teletext packets in qlxcc scan.
+// qlxcc show: what is on air, decoded from files.
 #include "AncBytes.h"
 #include "CaptionBytes.h"
 #include "SubtitleFiles.h"
@@ -6,8 +6,6 @@
 #include "ToolRunner.h"
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
 
 namespace {
 
@@ -18,6 +16,7 @@ using qlxtest::runTool;
 using qlxtest::srt;
 using qlxtest::TemporaryFolder;
 using qlxtest::ToolResult;
+using qlxtest::withoutReturns;
 
 const std::string kTwoCues =
     srt({{"00:00:01,000", "00:00:02,000", "Bonjour"}, {"00:00:03,000", "00:00:04,000", "L'été\nà Nîmes"}});
@@ -439,12 +438,6 @@ TEST(Show, WritesAPictureOfOneScreenOnly) {
     EXPECT_EQ(folder.names(), std::vector<std::string>{"a.jsonl"});
 }
 
-/// A terminal's line ends.
-std::string withoutReturns(std::string text) {
-    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-    return text;
-}
-
 TEST(Show, HasColoursOnATerminalOnly) {
     const TemporaryFolder folder;
     const std::string file =
@@ -483,34 +476,6 @@ TEST(Show, CountsAllThatIsWrongInAFrame) {
     const std::string begin = "qlxcc: warning: " + file + ": ";
     EXPECT_EQ(lines[0], begin + "frame 0, line 12: subtitling packet of 2 bytes, 9 are needed");
     EXPECT_EQ(lines[10], begin + "1090 more like \"subtitling packet of 2 bytes, 9 are needed\"");
-}
-
-TEST(ScanTeletext, PrintsPagesAndRows) {
-    const TemporaryFolder folder;
-    const auto line = [](const std::string& data) {
-        return R"({"frame":0,"packets":[{"line":12,"did":67,"sdid":2,"data":")" + data + "\"}]}\n";
-    };
-    const std::string file =
-        folder.write("a.jsonl", line(qlxtest::eraseHex(0)) + line(qlxtest::bonjourHex(1)) + line(qlxtest::closeHex(2)) +
-                                    line(qlxtest::fillingHex(qlxtest::kOddLines, 3)) + line("5115"));
-    const auto listed = [&](const std::string& row) {
-        const std::string start = "       0     12  43/02     OP-47                148  ";
-        const std::string below = spaces(17);
-        return "   frame   line  DID/SDID  name               bytes  data\n" + start + qlxtest::eraseHex(0) + "\n" +
-               below + "page 888, erased, subtitle\n" + start + qlxtest::bonjourHex(1) + "\n" + below +
-               "row 22: " + row + "\n" + start + qlxtest::closeHex(2) + "\n" + below + "page 8F8, subtitle\n" + start +
-               qlxtest::fillingHex(qlxtest::kOddLines, 3) + "\n" +
-               "       0     12  43/02     OP-47                  2  5115\n" + below +
-               "no subtitling data packet\n5 packets in 5 frames\n";
-    };
-    const std::vector<std::string> arguments{"scan", file, "--format", "jsonl"};
-    const ToolResult plain = runTool(arguments);
-    EXPECT_EQ(plain.exitCode, 0) << plain.err;
-    EXPECT_EQ(plain.out, listed("Bonjour"));
-    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true}).out),
-              listed("\x1b[0;37;40mBonjour \x1b[0m"));
-    EXPECT_EQ(withoutReturns(runTool(arguments, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out),
-              listed("Bonjour"));
 }
 
 }  // namespace

@@ -331,6 +331,11 @@ std::vector<std::string> TemporaryFolder::names() const {
     return names;
 }
 
+std::string withoutReturns(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return text;
+}
+
 std::vector<std::string> linesOf(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {

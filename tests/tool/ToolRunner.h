@@ -65,6 +65,9 @@ private:
 /// The lines of a text; what stands behind the last line feed counts when it is not empty.
 [[nodiscard]] std::vector<std::string> linesOf(std::string_view text);
 
+/// What a terminal shows without the carriage returns at the ends of its lines.
+[[nodiscard]] std::string withoutReturns(std::string text);
+
 /// A text of JSON lines with the mark `"schema":"qlxcc/NAME/1"` at the end of its first line.
 [[nodiscard]] std::string withSchema(const std::string& text, const std::string& name = "frames");
 
