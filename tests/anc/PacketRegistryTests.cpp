@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -16,8 +18,6 @@ using Octets = std::vector<std::uint8_t>;
 
 TEST(PacketRegistry, KnowsEachPairOnce) {
     const auto all = registeredPackets();
-    // The 81 of SMPTE's register, four of ARIB STD-B37 and one of ARIB STD-B39.
-    EXPECT_EQ(all.size(), 86U);
     EXPECT_EQ(std::count_if(all.begin(), all.end(), [](const auto& packet) { return packet.isType1(); }), 33);
     for (const RegisteredPacket& packet : all) {
         EXPECT_FALSE(packet.name.empty() || packet.standard.empty());
@@ -26,6 +26,68 @@ TEST(PacketRegistry, KnowsEachPairOnce) {
         ASSERT_TRUE(found);
         EXPECT_EQ(found->id, packet.id);
         EXPECT_TRUE(!packet.isType1() || packet.id.sdid == 0);
+    }
+}
+
+struct Assignment {
+    PacketId id;
+    std::string_view standard;
+};
+
+/// The 81 assignments of SMPTE's register (its state of 2026): 47 pairs of type 2, and 34 DIDs without a second word.
+const std::vector<Assignment> kPairsOfSmpte{
+    {{0x08, 0x08}, "SMPTE ST 353"},    {{0x08, 0x0C}, "SMPTE ST 353"},    {{0x40, 0x01}, "SMPTE ST 305"},
+    {{0x40, 0x02}, "SMPTE ST 348"},    {{0x40, 0x04}, "SMPTE ST 427"},    {{0x40, 0x05}, "SMPTE ST 427"},
+    {{0x40, 0x06}, "SMPTE ST 427"},    {{0x41, 0x01}, "SMPTE ST 352"},    {{0x41, 0x05}, "SMPTE ST 2016-3"},
+    {{0x41, 0x06}, "SMPTE ST 2016-4"}, {{0x41, 0x07}, "SMPTE ST 2010"},   {{0x41, 0x08}, "SMPTE ST 2031"},
+    {{0x41, 0x09}, "SMPTE ST 2056"},   {{0x41, 0x0A}, "SMPTE ST 2068"},   {{0x41, 0x0B}, "SMPTE ST 2064-2"},
+    {{0x41, 0x0C}, "SMPTE ST 2108-1"}, {{0x41, 0x0D}, "SMPTE ST 2108-2"}, {{0x43, 0x01}, "ITU-R BT.1685"},
+    {{0x43, 0x02}, "SMPTE RDD 8"},     {{0x43, 0x03}, "SMPTE RDD 8"},     {{0x43, 0x04}, "ARIB TR-B29"},
+    {{0x43, 0x05}, "SMPTE RDD 18"},    {{0x44, 0x04}, "SMPTE RP 214"},    {{0x44, 0x14}, "SMPTE RP 214"},
+    {{0x44, 0x44}, "SMPTE RP 223"},    {{0x45, 0x01}, "SMPTE ST 2020-1"}, {{0x45, 0x02}, "SMPTE ST 2020-1"},
+    {{0x45, 0x03}, "SMPTE ST 2020-1"}, {{0x45, 0x04}, "SMPTE ST 2020-1"}, {{0x45, 0x05}, "SMPTE ST 2020-1"},
+    {{0x45, 0x06}, "SMPTE ST 2020-1"}, {{0x45, 0x07}, "SMPTE ST 2020-1"}, {{0x45, 0x08}, "SMPTE ST 2020-1"},
+    {{0x45, 0x09}, "SMPTE ST 2020-1"}, {{0x46, 0x01}, "SMPTE ST 2051"},   {{0x50, 0x01}, "SMPTE RDD 8"},
+    {{0x51, 0x01}, "SMPTE RP 215"},    {{0x60, 0x60}, "SMPTE ST 12-2"},   {{0x60, 0x61}, "SMPTE ST 12-3"},
+    {{0x60, 0x62}, "SMPTE ST 2103"},   {{0x61, 0x01}, "SMPTE ST 334-1"},  {{0x61, 0x02}, "SMPTE ST 334-1"},
+    {{0x62, 0x01}, "SMPTE RP 207"},    {{0x62, 0x02}, "SMPTE ST 334-1"},  {{0x62, 0x03}, "SMPTE RP 208"},
+    {{0x64, 0x64}, "SMPTE RP 196"},    {{0x64, 0x7F}, "SMPTE RP 196"},
+};
+
+const std::vector<Assignment> kDidsOfSmpte{
+    {{0x00, 0}, "SMPTE ST 291-1"}, {{0x80, 0}, "SMPTE ST 291-1"}, {{0x84, 0}, "SMPTE ST 291-1"},
+    {{0x88, 0}, "SMPTE ST 291-1"}, {{0xA0, 0}, "SMPTE ST 299-2"}, {{0xA1, 0}, "SMPTE ST 299-2"},
+    {{0xA2, 0}, "SMPTE ST 299-2"}, {{0xA3, 0}, "SMPTE ST 299-2"}, {{0xA4, 0}, "SMPTE ST 299-2"},
+    {{0xA5, 0}, "SMPTE ST 299-2"}, {{0xA6, 0}, "SMPTE ST 299-2"}, {{0xA7, 0}, "SMPTE ST 299-2"},
+    {{0xE0, 0}, "SMPTE ST 299-1"}, {{0xE1, 0}, "SMPTE ST 299-1"}, {{0xE2, 0}, "SMPTE ST 299-1"},
+    {{0xE3, 0}, "SMPTE ST 299-1"}, {{0xE4, 0}, "SMPTE ST 299-1"}, {{0xE5, 0}, "SMPTE ST 299-1"},
+    {{0xE6, 0}, "SMPTE ST 299-1"}, {{0xE7, 0}, "SMPTE ST 299-1"}, {{0xEC, 0}, "SMPTE ST 272"},
+    {{0xED, 0}, "SMPTE ST 272"},   {{0xEE, 0}, "SMPTE ST 272"},   {{0xEF, 0}, "SMPTE ST 272"},
+    {{0xF0, 0}, "SMPTE ST 315"},   {{0xF4, 0}, "SMPTE RP 165"},   {{0xF8, 0}, "SMPTE ST 272"},
+    {{0xF9, 0}, "SMPTE ST 272"},   {{0xFA, 0}, "SMPTE ST 272"},   {{0xFB, 0}, "SMPTE ST 272"},
+    {{0xFC, 0}, "SMPTE ST 272"},   {{0xFD, 0}, "SMPTE ST 272"},   {{0xFE, 0}, "SMPTE ST 272"},
+    {{0xFF, 0}, "SMPTE ST 272"},
+};
+
+const std::vector<Assignment> kPairsOfArib{
+    {{0x5F, 0xDC}, "ARIB STD-B37"}, {{0x5F, 0xDD}, "ARIB STD-B37"}, {{0x5F, 0xDE}, "ARIB STD-B37"},
+    {{0x5F, 0xDF}, "ARIB STD-B37"}, {{0x5F, 0xFE}, "ARIB STD-B39"},
+};
+
+TEST(PacketRegistry, HasTheAssignmentsOfSmpteAndFiveOfArib) {
+    ASSERT_EQ(kPairsOfSmpte.size(), 47U);
+    ASSERT_EQ(kDidsOfSmpte.size(), 34U);
+    std::vector<Assignment> expected;
+    for (const auto* const list : {&kPairsOfSmpte, &kDidsOfSmpte, &kPairsOfArib}) {
+        expected.insert(expected.end(), list->begin(), list->end());
+    }
+    const auto all = registeredPackets();
+    EXPECT_EQ(all.size(), expected.size());
+    for (const Assignment& one : expected) {
+        const auto found =
+            std::find_if(all.begin(), all.end(), [&](const auto& packet) { return packet.id == one.id; });
+        ASSERT_NE(found, all.end()) << int{one.id.did} << ' ' << int{one.id.sdid};
+        EXPECT_EQ(found->standard, one.standard) << int{one.id.did} << ' ' << int{one.id.sdid};
     }
 }
 
