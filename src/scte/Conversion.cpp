@@ -76,13 +76,12 @@ private:
     }
 
     /// Says that there is nothing to add to. What belongs to a skipped operation is skipped too.
-    template <class Value>
-    void leaveAlone() {
+    void leaveAlone(std::uint16_t opId) {
         if (_target == Target::Skipped) {
-            _report.add(FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId);
+            _report.add(FindingCode::ScteSupplementAlone, Severity::Error, _number, opId);
             return;
         }
-        _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, Value::kOpId, 0};
+        _wrong = {FindingCode::ScteSupplementAlone, Severity::Error, _number, opId, 0};
     }
 
     /// The section that is added to; none, and it is said, when there is none.
@@ -90,7 +89,7 @@ private:
     [[nodiscard]] SpliceInfoSection* openSection() {
         SpliceInfoSection* const section = target();
         if (section == nullptr) {
-            leaveAlone<Value>();
+            leaveAlone(Value::kOpId);
         }
         return section;
     }
@@ -161,7 +160,7 @@ private:
         if (_target != Target::Skipped) {
             return false;
         }
-        leaveAlone<Value>();
+        leaveAlone(Value::kOpId);
         return true;
     }
 
@@ -170,11 +169,16 @@ private:
     bool take(const Value&) { return skip(Value::kOpId); }
 
     bool take(const VerbatimOperation& operation) {
-        // One that is known and cut could add to the one before it, or make a section that others add to.
-        const bool isKnown = operation.opId >= InjectSectionDataRequest::kOpId &&
-                             operation.opId <= InsertAudioDescriptorRequest::kOpId &&
-                             operation.opId != ProprietaryCommandRequest::kOpId;
-        return !isKnown && skip(operation.opId);
+        const OperationUsage usage = operationUsage(operation.opId);
+        if (usage == OperationUsage::Supplemental && _target == Target::Skipped) {
+            leaveAlone(operation.opId);
+            return true;
+        }
+        // One that is cut, or whose data are not read, could add to the one before it (another break duration), or make
+        // a section that others add to.
+        const bool counts = usage == OperationUsage::Supplemental ||
+                            (usage == OperationUsage::Normal && operation.opId != ProprietaryCommandRequest::kOpId);
+        return !counts && skip(operation.opId);
     }
 
     bool take(const InjectSectionDataRequest& request) {
@@ -253,7 +257,7 @@ private:
 
     bool take(const ScheduleDefinition& definition) {
         if (!_schedule) {
-            leaveAlone<ScheduleDefinition>();
+            leaveAlone(ScheduleDefinition::kOpId);
             return true;
         }
         if (definition.command != SpliceScheduleCommand::Insert &&
@@ -285,7 +289,7 @@ private:
     bool take(const ScheduleComponentModeRequest& request) {
         auto* const schedule = _target == Target::Schedule ? &std::get<SpliceSchedule>(_schedule->command) : nullptr;
         if (schedule == nullptr || schedule->events.empty()) {
-            leaveAlone<ScheduleComponentModeRequest>();
+            leaveAlone(ScheduleComponentModeRequest::kOpId);
             return true;
         }
         if (isEmpty(request)) {

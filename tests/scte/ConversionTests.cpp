@@ -306,8 +306,8 @@ TEST(Conversion, SkipsAnOperationThatIsNotUnderstood) {
     for (const OperationData& data : strange) {
         const MultipleOperationMessage message =
             messageOf({TimeSignalRequest{1000}, data, InsertTierRequest{1}, InsertAvailDescriptorRequest{{1, 2}},
-                       ComponentModeRequest{{{1, 1}}}, InsertAudioDescriptorRequest{}, SpliceNullRequest{},
-                       InsertTierRequest{2}});
+                       ComponentModeRequest{{{1, 1}}}, InsertAudioDescriptorRequest{}, VerbatimOperation{0x0113, {}},
+                       SpliceNullRequest{}, InsertTierRequest{2}});
         const Converted converted = convert(message);
         SpliceInfoSection signal;
         signal.command = TimeSignal{{kFrame + 90000, 0x7F}};
@@ -321,6 +321,7 @@ TEST(Conversion, SkipsAnOperationThatIsNotUnderstood) {
                       {FindingCode::ScteSupplementAlone, Severity::Error, 3, 0x010A, 0},
                       {FindingCode::ScteSupplementAlone, Severity::Error, 4, 0x0106, 0},
                       {FindingCode::ScteSupplementAlone, Severity::Error, 5, 0x0111, 0},
+                      {FindingCode::ScteSupplementAlone, Severity::Error, 6, 0x0113, 0},
                   }));
     }
     // A schedule goes on behind it.
@@ -402,6 +403,13 @@ TEST(Conversion, SaysWhyThereIsNoSection) {
     EXPECT_EQ(cancelled.sections, std::vector<SpliceInfoSection>{});
     EXPECT_EQ(cancelled.error, Finding{});
     EXPECT_EQ(cancelled.findings, (FindingList{{FindingCode::ScteScheduleCancelled, Severity::Remark, 2, 1, 0}}));
+}
+
+TEST(Conversion, RefusesAnotherBreakDuration) {
+    // insert_alternate_break_duration puts another duration in the place of the splice's own.
+    EXPECT_EQ(
+        convert(messageOf({splice(SpliceInsertType::StartNormal, 4000, 300), VerbatimOperation{0x0113, {0, 1}}})).error,
+        (Finding{FindingCode::ScteMakesNoSection, Severity::Error, 1, 0x0113, 0}));
 }
 
 TEST(Conversion, NamesWhatHasNoSection) {

@@ -54,6 +54,27 @@ const std::vector<OperationCase> kOperations{
      UpdateControlWord{7, {0x0123456789ABCDEF, 1, 0xFEDCBA9876543210}}},
 };
 
+TEST(Scte104, KnowsTheClassOfEachOperation) {
+    using enum OperationUsage;
+    // The Usage column of table 8-3, from opID 0000h on, and of table 8-4, from 0100h on.
+    const std::vector<OperationUsage> single{Basic,   Basic, Basic, Basic, Basic, Unknown, Unknown,
+                                             Basic,   Basic, Basic, Basic, Basic, Basic,   Unknown,
+                                             Unknown, Basic, Basic, Basic, Basic};
+    const std::vector<OperationUsage> multiple{Normal,       Normal,       Normal,       Normal,       Normal,
+                                               Normal,       Supplemental, Supplemental, Supplemental, Supplemental,
+                                               Supplemental, Supplemental, Normal,       Supplemental, Supplemental,
+                                               Supplemental, Supplemental, Supplemental, Control,      Supplemental};
+    for (unsigned opId = 0; opId <= 0xFFFF; ++opId) {
+        OperationUsage expected = opId == 0x0300 || opId == 0x0301 ? Control : Unknown;
+        if (opId < single.size()) {
+            expected = single[opId];
+        } else if (opId >= 0x0100 && opId - 0x0100 < multiple.size()) {
+            expected = multiple[opId - 0x0100];
+        }
+        ASSERT_EQ(operationUsage(static_cast<std::uint16_t>(opId)), expected) << opId;
+    }
+}
+
 TEST(Scte104, ReadsAndWritesEachOperation) {
     for (const OperationCase& one : kOperations) {
         const ExactBuffer bytes(multipleMessage(one.opId, one.digits));

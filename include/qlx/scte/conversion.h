@@ -43,16 +43,15 @@ struct ConversionOptions {
 /// standard has it, unless component mode is in use or the PTS of the splice is given (a Remark says so); an immediate
 /// one has no time.
 ///
-/// Skips proprietary commands, control words and unknown operations, with what adds to them, and a schedule that
-/// another one replaces: each is an Error among the findings (ScteMakesNoSection, ScteSupplementAlone,
-/// ScteScheduleReplaced).
+/// Skips proprietary commands, control and unknown operations, with what adds to them, and a schedule that another one
+/// replaces: each is an Error among the findings (ScteMakesNoSection, ScteSupplementAlone, ScteScheduleReplaced).
 ///
 /// There are no sections, and no error, for a message without operations (ScteMessageEmpty) and for a schedule that is
 /// cancelled (ScteScheduleCancelled). Every section that is given can be written.
 ///
 /// Fails for the whole message when any other operation makes no section or cannot be added to one (ScteMakesNoSection:
-/// encryption, audio descriptors, reserved types, known operations that are cut, a schedule that is not transmitted;
-/// ScteSupplementAlone) or has what its section cannot hold (ScteValueTooLarge, ScteSectionTooLong), and when a time
+/// encryption, audio descriptors, alternate break durations, reserved types, known operations that are cut, a schedule
+/// that is not transmitted; ScteSupplementAlone) or has what its section cannot hold (ScteValueTooLarge, ScteSectionTooLong), and when a time
 /// stamp's moment or a frame rate is needed and not given (ScteMomentMissing, ScteRateMissing). The offset of
 /// every finding is the number of the operation, from 0.
 [[nodiscard]] QLX_EXPORT Result<std::vector<SpliceInfoSection>> sectionsOf(const MultipleOperationMessage& message,

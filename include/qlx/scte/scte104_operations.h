@@ -19,6 +19,30 @@
 
 namespace qlx::scte {
 
+/// The class of an operation: the Usage column of tables 8-3 and 8-4 (ANSI/SCTE 104, 8.3.1).
+enum class OperationUsage : std::uint8_t {
+    Unknown,       ///< Reserved, or defined by users.
+    Basic,         ///< Of a single_operation_message.
+    Normal,        ///< Stands for itself; what follows may add to it.
+    Supplemental,  ///< Adds to the normal operation in front of it.
+    Control,       ///< Stands for itself; nothing adds to it.
+};
+
+/// The class of the operation with an opID, 0000h to FFFFh.
+[[nodiscard]] constexpr OperationUsage operationUsage(std::uint16_t opId) noexcept {
+    if (opId <= 0x0012) {
+        const bool isReserved = opId == 0x0005 || opId == 0x0006 || opId == 0x000D || opId == 0x000E;
+        return isReserved ? OperationUsage::Unknown : OperationUsage::Basic;
+    }
+    if (opId == 0x0112 || opId == 0x0300 || opId == 0x0301) {
+        return OperationUsage::Control;
+    }
+    if (opId < 0x0100 || opId > 0x0113) {
+        return OperationUsage::Unknown;
+    }
+    return opId <= 0x0105 || opId == 0x010C ? OperationUsage::Normal : OperationUsage::Supplemental;
+}
+
 /// splice_insert_type of a splice request (ANSI/SCTE 104, table 9-6). A message can hold other numbers.
 enum class SpliceInsertType : std::uint8_t {
     StartNormal = 1,     ///< Away from the network after the pre-roll.
@@ -329,7 +353,8 @@ struct UpdateControlWord {
     friend bool operator==(const UpdateControlWord&, const UpdateControlWord&) = default;
 };
 
-/// An operation whose opID is not known, or whose data are too short for it: kept as it is.
+/// An operation whose opID is not known, or whose data are too short for it, or not read (0112h,
+/// insert_audio_provisioning, and 0113h, insert_alternate_break_duration): kept as it is.
 struct VerbatimOperation {
     std::uint16_t opId = 0;          ///< opID
     std::vector<std::uint8_t> data;  ///< Its data.
