@@ -15,6 +15,11 @@ namespace qlx::streams {
 
 Data captionTriplets(const Frame& frame, FindingSink* findings) {
     if (!frame.triplets.empty()) {
+        const std::size_t whole = frame.triplets.size() / sizeof(cc::Triplet);
+        if (findings != nullptr && frame.triplets.size() % sizeof(cc::Triplet) != 0) {
+            findings->add({FindingCode::UserDataCut, Severity::Error, 0, static_cast<std::int64_t>(whole + 1),
+                           static_cast<std::int64_t>(whole)});
+        }
         return frame.triplets;
     }
     std::vector<std::uint8_t> bytes;

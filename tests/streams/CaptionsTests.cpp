@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace {
@@ -71,6 +72,19 @@ TEST(Captions, SayWhichPacketsAreTooShortForAPair) {
     EXPECT_EQ(captionTriplets(frame, &findings), (Data{0xFD, 0x15, 0x2C}));
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0], (qlx::Finding{qlx::FindingCode::StreamPairPacketCut, qlx::Severity::Error, 21, 2, 3}));
+}
+
+TEST(Captions, SayThatTheLastTripletIsCut) {
+    Frame frame;
+    qlx::Findings findings;
+    for (const std::size_t bytes : {3U, 4U, 5U, 6U}) {
+        frame.triplets = Data(fromHex(std::string("fc9420fd942c").substr(0, 2 * bytes)));
+        EXPECT_EQ(captionTriplets(frame, &findings), frame.triplets);
+    }
+    ASSERT_EQ(findings.size(), 2U);
+    for (const qlx::Finding& finding : findings) {
+        EXPECT_EQ(finding, (qlx::Finding{qlx::FindingCode::UserDataCut, qlx::Severity::Error, 0, 2, 1}));
+    }
 }
 
 TEST(Captions, SayOnWhichLineAPacketIsWrong) {

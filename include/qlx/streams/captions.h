@@ -24,7 +24,8 @@ namespace qlx::streams {
 /// The cc_data triplets of a frame: those that came with the picture, else those of its first CDP (SMPTE ST 334-2) with
 /// caption data, else the pairs of its CEA-608 packets (SMPTE ST 334-1) as triplets. None without any.
 /// @param findings Gets what is wrong with the CDPs that are looked into, and packets too short for a pair
-///   (StreamPairPacketCut), with the line of the packet as the offset; may be null.
+///   (StreamPairPacketCut), with the line of the packet as the offset; and where the last triplet that came with the picture
+///   is cut (UserDataCut, at 0), which is given as it is; may be null.
 [[nodiscard]] QLX_STREAMS_EXPORT Data captionTriplets(const Frame& frame, FindingSink* findings = nullptr);
 
 /// Follows the counters of a stream's CDPs (cc::CounterCheck), those of each line and channel by themselves. Where frames
