@@ -35,8 +35,8 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
 /// Whether a text may be the value of a setting: what white space cuts or a line of times has may not.
 [[nodiscard]] bool isSettingValue(std::string_view text) noexcept;
 
-/// Appends the settings of a cue whose values may be some, each with a space in front of it: those that are its properties, or else what the
-/// place of its first row is.
+/// Appends the settings of a cue whose values may be some, each with a space in front of it: those that are its
+/// properties, or else what the place of its first row is.
 void appendSettings(const Cue& cue, std::string& text);
 
 }  // namespace qlx::subtitles

@@ -229,7 +229,8 @@ private:
 /// its length is then in doubt, the search goes on inside it, behind its flag, and what is found there is given if its
 /// own checksum is right. The same holds for a packet that the row's end cuts, which is not given. `findings` is told
 /// what is wrong, with the byte offset from the first row's beginning, and that user data words have other upper bits than
-/// parity, which a Packet does not keep (AncUserDataOfTenBits; PacketView::words() gives them); bad input of any kind gives findings, or none.
+/// parity, which a Packet does not keep (AncUserDataOfTenBits; PacketView::words() gives them); bad input of any kind
+/// gives findings, or none.
 [[nodiscard]] inline PacketRange packets(std::span<const std::uint8_t> row, const RowOptions& options = {},
                                          FindingSink* findings = nullptr) noexcept {
     return {row, row.size(), options, findings};

@@ -97,8 +97,9 @@ public:
     /// @param layout How the rows lie.
     RowWriter(ByteSink& sink, RowLayout layout);
 
-    /// Fails when the layout is none (RowLayoutWrong), or a packet has no place: there is no row for its line (RowFileLineMissing), that is too narrow
-    /// (AncPacketDoesNotFit), or has packets of the multiplex beside those of luma or chroma (RowFileChannelsMixed).
+    /// Fails when the layout is none (RowLayoutWrong), or a packet has no place: there is no row for its line
+    /// (RowFileLineMissing), that is too narrow (AncPacketDoesNotFit), or has packets of the multiplex beside those of
+    /// luma or chroma (RowFileChannelsMixed).
     [[nodiscard]] std::optional<Finding> write(const Frame& frame, FindingSink* findings) override;
 
 protected:

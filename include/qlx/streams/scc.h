@@ -56,9 +56,9 @@ private:
 /// Writes a line for each run of successive frames with a pair of the field, with the timecode of the first one and the
 /// pairs as they are, parity included; null pairs are left out.
 ///
-/// Frames count from midnight: the one nearest to their time, where they have one, otherwise their number. What comes too early behind
-/// the pair before it, as the second of two pairs in a frame, goes out with the next frame that is free (SccPairLate); up
-/// to ten seconds of pairs wait.
+/// Frames count from midnight: the one nearest to their time, where they have one, otherwise their number. What comes too
+/// early behind the pair before it, as the second of two pairs in a frame, goes out with the next frame that is free
+/// (SccPairLate); up to ten seconds of pairs wait.
 class QLX_STREAMS_EXPORT SccWriter final : public FrameWriter {
 public:
     /// @param sink Must outlive the writer.

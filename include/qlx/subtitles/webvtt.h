@@ -16,8 +16,8 @@
 // (`<c.red>`, `<c.bg_blue>`); other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs
 // (properties::kWebVttClass and so on) in the order in which they are open, and times within the text are Run::from.
 // Settings are properties of the cue; its region is Cue::region. Alignment and anchor of the rows are those of the
-// settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`); another one
-// is written as a span of its rows, and read as that of its runs.
+// settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`);
+// another one is written as a span of its rows, and read as that of its runs.
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
@@ -71,10 +71,10 @@ struct WebVttFile {
 ///     use(reader.file());
 ///
 /// The text is UTF-8; a byte that is not becomes U+FFFD. A file without its signature is read, and times with a comma or
-/// without all digits are, also those inside of cues, each with a finding. A cue in a region ignores `line`, `size` and `vertical`. What the
-/// standard has its readers pass over is passed over with a finding, whose offset is its line, counted from 1. Reading
-/// takes linear time, and memory for the longest piece, two cues, and a mebibyte of what a file has besides cues, of which
-/// no more is kept (WebVttRestTooLong).
+/// without all digits are, also those inside of cues, each with a finding. A cue in a region ignores `line`, `size` and
+/// `vertical`. What the standard has its readers pass over is passed over with a finding, whose offset is its line,
+/// counted from 1. Reading takes linear time, and memory for the longest piece, two cues, and a mebibyte of what a file
+/// has besides cues, of which no more is kept (WebVttRestTooLong).
 class WebVttReader {
 public:
     /// Reads from the beginning of a file. `findings` may be null, else it must outlive this.

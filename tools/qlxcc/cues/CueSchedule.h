@@ -27,7 +27,8 @@ struct CueCourse {
 /// Writes a line a cue, as it appears: when it is sent, due and on air, and how many frames it is late.
 class CueScheduleWriter final : public FrameWriter {
 public:
-    /// @param cues What becomes of the cues, in the order in which they appear, up to the frame that is written; must outlive this.
+    /// @param cues What becomes of the cues, in the order in which they appear, up to the frame that is written; must
+    /// outlive this.
     CueScheduleWriter(OutputFile& output, const Rate& rate, const std::vector<CueCourse>& cues)
         : _output(output), _rate(rate), _cues(cues) {}
 
