@@ -259,20 +259,9 @@ private:
             return;
         }
         if (isRegion) {
-            takeRegion(block);
+            takeRegionNames(block, _regions);
         }
         _file.blocks.push_back(block);
-    }
-
-    void takeRegion(std::string_view block) {
-        constexpr std::string_view kName = "id:";
-        while (!block.empty()) {
-            const std::size_t size = std::min(block.find_first_of(" \t\f\n"), block.size());
-            if (block.starts_with(kName)) {
-                _regions.emplace(block.substr(kName.size(), size - std::min(size, kName.size())));
-            }
-            block.remove_prefix(std::min(size + 1, block.size()));
-        }
     }
 
     void report(FindingCode code, Severity severity, std::int64_t first = 0, std::int64_t second = 0) {
@@ -339,6 +328,16 @@ WebVttFile readWebVttHead(std::string_view head, FindingSink* findings) {
     reader.finish();
     (void)reader.next();
     return reader.file();
+}
+
+std::set<std::string, std::less<>> regionsOf(const WebVttFile& file) {
+    std::set<std::string, std::less<>> names;
+    for (const std::string_view block : file.blocks) {
+        if (block.starts_with("REGION")) {
+            takeRegionNames(block, names);
+        }
+    }
+    return names;
 }
 
 std::string_view languageOf(const WebVttFile& file) noexcept {

@@ -181,6 +181,17 @@ std::string_view languageOfHead(std::string_view line) noexcept {
     return line.starts_with(kName) ? trimmed(line.substr(kName.size())) : std::string_view();
 }
 
+void takeRegionNames(std::string_view block, std::set<std::string, std::less<>>& names) {
+    constexpr std::string_view kName = "id:";
+    while (!block.empty()) {
+        const std::size_t size = std::min(block.find_first_of(" \t\f\n"), block.size());
+        if (block.starts_with(kName)) {
+            names.emplace(block.substr(kName.size(), size - std::min(size, kName.size())));
+        }
+        block.remove_prefix(std::min(size + 1, block.size()));
+    }
+}
+
 bool isSettingValue(std::string_view text) noexcept {
     return text.find_first_of(" \t\r\n\f") == std::string_view::npos && text.find("-->") == std::string_view::npos;
 }

@@ -32,6 +32,9 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
 /// them; players of streams take it.
 [[nodiscard]] std::string_view languageOfHead(std::string_view line) noexcept;
 
+/// Adds the names that a block of a region says, `id:fred`.
+void takeRegionNames(std::string_view block, std::set<std::string, std::less<>>& names);
+
 /// Whether a text may be the value of a setting: what white space cuts or a line of times has may not.
 [[nodiscard]] bool isSettingValue(std::string_view text) noexcept;
 

@@ -9,6 +9,8 @@
 #include "TtmlTimes.h"
 #include "WebVttHeads.h"
 
+#include <qlx/subtitles/webvtt.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <functional>
@@ -216,7 +218,7 @@ public:
         if (kind == TextTrackKind::Wvtt && !_hasHeads) {
             placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
         }
-        _regions = detail::regionsOf(_tracks[number].header);
+        _regions = subtitles::regionsOf(subtitles::readWebVttHead(_tracks[number].header));
         std::optional<detail::SubStationSamples> events;
         if (kind == TextTrackKind::SubStation) {
             events.emplace(

@@ -3,13 +3,14 @@
 #include "../Boxes.h"
 
 #include <qlx/anc/atom.h>
-#include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
+#include <utility>
 
 namespace qlx::streams::detail {
 
@@ -128,24 +129,6 @@ std::optional<std::vector<std::string>> webVttHeads(ByteSource& source) {
         (void)source.seek(0);
     }
     return hasIndex && !walk.isCut() ? std::optional(std::move(heads)) : std::nullopt;
-}
-
-std::set<std::string, std::less<>> regionsOf(std::string_view head) {
-    constexpr std::string_view kRegion = "REGION";
-    constexpr std::string_view kName = "id:";
-    constexpr std::string_view kBlanks = " \t\n";
-    std::set<std::string, std::less<>> names;
-    const subtitles::WebVttFile file = subtitles::readWebVttHead(head);
-    for (const std::string_view block : file.blocks) {
-        for (std::size_t name = block.starts_with(kRegion) ? block.find(kName) : std::string_view::npos;
-             name != std::string_view::npos; name = block.find(kName, name + 1)) {
-            const std::size_t begin = name + kName.size();
-            if (kBlanks.find(block[name - 1]) != std::string_view::npos) {
-                names.emplace(block.substr(begin, std::min(block.find_first_of(kBlanks, begin), block.size()) - begin));
-            }
-        }
-    }
-    return names;
 }
 
 }  // namespace qlx::streams::detail

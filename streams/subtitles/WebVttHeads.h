@@ -3,11 +3,8 @@
 
 #include <qlx/streams/byte_source.h>
 
-#include <functional>
 #include <optional>
-#include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace qlx::streams::detail {
@@ -17,8 +14,5 @@ namespace qlx::streams::detail {
 /// @param source At its beginning, where it stands afterwards as well; of a pipe the bytes that can be peeked at are read.
 /// @return None where not all tracks could be looked at: their boxes are damaged, or not among those bytes.
 [[nodiscard]] std::optional<std::vector<std::string>> webVttHeads(ByteSource& source);
-
-/// The names of the regions in a head.
-[[nodiscard]] std::set<std::string, std::less<>> regionsOf(std::string_view head);
 
 }  // namespace qlx::streams::detail

@@ -6,6 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <set>
+#include <string>
+
 namespace webvtt_tests {
 namespace {
 
@@ -187,6 +191,15 @@ TEST(WebVtt, KeepsWhatStandsAroundCues) {
     writer.finish(file, text);
     EXPECT_EQ(read(text), result);
     EXPECT_EQ(fileOf(text), file);
+}
+
+TEST(WebVtt, NamesTheRegionsOfAHead) {
+    const WebVttFile file =
+        readWebVttHead("WEBVTT\n\nNOTE id:note\n\nREGION\nid:one lines:3\n\nSTYLE\nid:style\n\n"
+                       "REGION\nwidth:40%\nxid:none\fid:two\tid:three\nid:\n\n00:01.000 --> 00:02.000\nx\n\n"
+                       "REGION\nid:late\n");
+    EXPECT_EQ(regionsOf(file), (std::set<std::string, std::less<>>{"", "one", "three", "two"}));
+    EXPECT_TRUE(regionsOf({}).empty());
 }
 
 TEST(WebVtt, KeepsAMebibyteBesidesCues) {

@@ -26,8 +26,10 @@
 #include <qlx/subtitles/subrip.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -107,6 +109,9 @@ private:
 /// @param head UTF-8, without cues.
 /// @param findings May be null; as those of WebVttReader.
 [[nodiscard]] QLX_EXPORT WebVttFile readWebVttHead(std::string_view head, FindingSink* findings = nullptr);
+
+/// The names of the regions of a file, `id:` in its blocks.
+[[nodiscard]] QLX_EXPORT std::set<std::string, std::less<>> regionsOf(const WebVttFile& file);
 
 /// The language that the head of a file says (`Language: en`), as it says it; empty where it says none.
 [[nodiscard]] QLX_EXPORT std::string_view languageOf(const WebVttFile& file) noexcept;
