@@ -167,6 +167,27 @@ TEST(Splice, SaysNoTimeWithoutAClock) {
     EXPECT_EQ(came.arrivals[0].distance90k(), std::nullopt);
 }
 
+TEST(Splice, TakesTheFirstTimeOfItsComponents) {
+    const auto timeOf = [](const qlx::scte::SpliceInsert& insert) {
+        qlx::scte::SpliceInfoSection section;
+        section.command = insert;
+        section.ptsAdjustment90k = 10;
+        const Came came = read(Made().clock(0).section(sectionBytes(section)).clock(900).bytes());
+        EXPECT_EQ(came.arrivals.size(), 1U);
+        EXPECT_EQ(came.codes, Codes{});
+        return came.arrivals.empty() ? std::nullopt : came.arrivals[0].splice90k();
+    };
+    qlx::scte::SpliceInsert insert;
+    insert.programSplice = false;
+    insert.components = {{1, {}}, {2, {90'000, 0x7F}}, {3, {45'000, 0x7F}}};
+    EXPECT_EQ(timeOf(insert), 90'010U);
+    insert.components = {{1, {}}, {2, {}}};
+    EXPECT_EQ(timeOf(insert), std::nullopt);
+    insert.components = {{1, {90'000, 0x7F}}};
+    insert.immediate = true;
+    EXPECT_EQ(timeOf(insert), std::nullopt);
+}
+
 TEST(Splice, FindsItsStreams) {
     const SpliceBytes section = signalAt(1);
     const Came unregistered = read(Made(false).section(section).bytes());

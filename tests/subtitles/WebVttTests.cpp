@@ -260,6 +260,7 @@ TEST(WebVtt, TakesWhatIsSeenWithFindings) {
         {"00:01.000 --> 00:02.000\na\n", {"a"}, {WebVttSignatureMissing}},
         {"WEBVTT\n00:01.000 --> 00:02.000\na\n", {"a"}, {}},
         {"\xEF\xBB\xBFWEBVTT\r\r00:01.000 --> 00:02.000\ra\r", {"a"}, {}},
+        {"\xEF\xBB\xBFWEBVTT", {}, {}},
         {"WEBVTT\n\n00:00:01,000 --> 0:2.5\na\n", {"a"}, {WebVttTimeUnusual, WebVttTimeUnusual}},
         {"WEBVTT\n\n00:02.000 --> 00:02.000\na\n\n00:03.000 --> 00:04.000\nb", {"b"}, {WebVttEndNotLater}},
         {"WEBVTT\n\nx --> y\na\n\n00:03.000 --> 00:04.000\nb", {"b"}, {WebVttTimingWrong}},

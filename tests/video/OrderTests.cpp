@@ -165,6 +165,38 @@ TEST(PictureOrder, ReadsHighProfileParameters) {
     });
 }
 
+TEST(PictureOrder, ReadsTheParametersBehindScalingLists) {
+    // Rec. ITU-T H.264, 7.3.2.1.1: profile, level, number 0, and what follows the lists as without them.
+    const std::string begin = "01100100 00000000 00011111 1 ";
+    const std::string rest = " 1 1 011 00101 0 010 010 1 1";
+    qlx::video::H264Sequence expected{.number = 0,
+                                      .hasColourPlanes = false,
+                                      .frameNumberBits = 4,
+                                      .orderType = 0,
+                                      .orderBits = 6,
+                                      .hasFramesOnly = true,
+                                      .cycleOffsets{}};
+    const auto parse = [](const std::string& bits) { return qlx::video::parseH264Sequence(fromHex(hexOfBits(bits))); };
+    // 4:2:0 has eight: the first is the usual one, which -8 (000010001) says, the third 16 differences of 0, the seventh
+    // 63 of 0 and one of 1 (010).
+    const std::string eight = "1 000010001 0 1 " + std::string(16, '1') + " 0 0 0 1 " + std::string(63, '1') + " 010 0";
+    const auto sequence = parse(begin + "010 1 1 0 1 " + eight + rest);
+    ASSERT_TRUE(sequence);
+    EXPECT_EQ(*sequence, expected);
+    // 4:4:4 has twelve; the last goes on with 9 from its third on, as 1 and then -9 (000010011) say. In separate planes
+    // there are no colours beside luma.
+    expected.hasColourPlanes = true;
+    expected.hasChroma = false;
+    const auto planes = parse(begin + "00100 1 1 1 0 1 " + std::string(11, '0') + " 1 010 000010011" + rest);
+    ASSERT_TRUE(planes);
+    EXPECT_EQ(*planes, expected);
+    expected.hasColourPlanes = false;
+    expected.hasChroma = true;
+    const auto together = parse(begin + "00100 0 1 1 0 0" + rest);
+    ASSERT_TRUE(together);
+    EXPECT_EQ(*together, expected);
+}
+
 TEST(PictureOrder, RefusesCountersThatAreTooWide) {
     // kParameters with a number of 12 (0001101), 13 (0001110) or FFFFFFFEh (31 zeros, 32 ones) for a counter's bits
     // less 4, where 16 bits are the most: 1 n 1 1 010 0 1 1 1 1 for frames, 1 1 1 n 010 0 1 1 1 1 for the order.
