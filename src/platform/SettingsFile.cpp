@@ -159,7 +159,8 @@ Lines withNewSettings(Lines lines, Lines added) {
         result.push_back(std::move(lines[taken]));
     }
     if (next != added.end() && !result.empty() && !result.back().end.ends_with('\n')) {
-        result.back().end = end;
+        // A carriage return that counts for no part of its text goes on counting for none.
+        result.back().end = result.back().end.empty() ? end : "\r\n";
     }
     result.insert(result.end(), std::make_move_iterator(next), std::make_move_iterator(added.end()));
     return result;

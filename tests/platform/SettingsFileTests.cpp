@@ -79,6 +79,16 @@ TEST_F(SettingsFile, PutsANewLineWhereItBelongs) {
     EXPECT_EQ(qlx::textWithSettings("", settings, {}), "a=1\nc=3\nm=5\nz=9\n");
 }
 
+TEST_F(SettingsFile, KeepsTheCarriageReturnsOfALastLineWithoutAFeed) {
+    // One of them is taken for a part of the end, with a feed behind it and without.
+    const qlx::Dictionary added{{"b", "2"}};
+    const std::string text = "a=1\r\r";
+    EXPECT_EQ(qlx::settingsIn(text), (qlx::Dictionary{{"a", "1\r"}}));
+    const std::string changed = qlx::textWithSettings(text, added, {});
+    EXPECT_EQ(changed, "a=1\r\r\nb=2\n");
+    EXPECT_EQ(qlx::settingsIn(changed), (qlx::Dictionary{{"a", "1\r"}, {"b", "2"}}));
+}
+
 TEST_F(SettingsFile, KeepsALinkAndPermissions) {
     put("real", "level=3\n");
     ASSERT_EQ(chmod((folder / "real").c_str(), 0640), 0);
