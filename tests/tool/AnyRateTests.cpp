@@ -362,7 +362,6 @@ TEST(AnyRate, RefusesWhatItCannotUseAndLeavesNoFile) {
         EXPECT_EQ(result.err, "qlxcc: " + folder.path("a.jsonl") + ": " + message + "\n");
         EXPECT_EQ(folder.names(), Arguments{"a.jsonl"});
     };
-    refusal(frameJson(0, {}, "", R"(,"captions":{"data":"fc94"})"), "frame 0: the captions are no whole triplets");
     refusal(frameJson(0, {}) + frameJson(4'000'000'000, {}),
             "frame 4000000000 behind frame 0: more than an hour is missing");
     refusal(frameJson(0, {}) + frameJson(90'002, {}), "frame 90002 behind frame 0: more than an hour is missing");
@@ -385,6 +384,16 @@ TEST(AnyRate, GoesOnBehindAPacketThatIsCut) {
         pairs.push_back(place == std::string::npos ? "" : line.substr(place + 6, 4));
     }
     EXPECT_EQ(pairs, (std::vector<std::string>{"4142", "8080", "", "4344"}));
+}
+
+TEST(AnyRate, TakesTheWholeTripletsInFrontOfACut) {
+    const TemporaryFolder folder;
+    folder.write("a.jsonl", frameJson(0, {}, "", R"(,"captions":{"data":"fc4142fd80"})"));
+    const ToolResult result = runRate(folder, "a.jsonl", "25", "30", "b.jsonl");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err,
+              "qlxcc: warning: " + folder.path("a.jsonl") + ": frame 0: 2 triplets announced, 1 are there\n");
+    EXPECT_NE(folder.read("b.jsonl").find("fc4142fd8080"), std::string::npos) << folder.read("b.jsonl");
 }
 
 TEST(AnyRate, SendsServiceInformationOnceForEachThatCame) {

@@ -16,6 +16,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/rate.h>
+#include <qlx/streams/captions.h>
 
 #include <algorithm>
 #include <array>
@@ -179,12 +180,9 @@ private:
     }
 
     void takeTriplets(const Frame& frame, std::uint64_t number) {
-        if (frame.triplets.size() % sizeof(cc::Triplet) != 0) {
-            throw failureIn(_source.name(),
-                            "frame " + std::to_string(frame.number) + ": the captions are no whole triplets");
-        }
-        std::vector<cc::Triplet> triplets(frame.triplets.size() / sizeof(cc::Triplet));
-        std::memcpy(triplets.data(), frame.triplets.data(), frame.triplets.size());
+        const Data bytes = streams::captionTriplets(frame, &_notes);
+        std::vector<cc::Triplet> triplets(bytes.size() / sizeof(cc::Triplet));
+        std::memcpy(triplets.data(), bytes.data(), triplets.size() * sizeof(cc::Triplet));
         if (CaptionStream* const stream = streamAt({})) {
             stream->captionPlace = frame.captionPlace;
             const std::uint64_t taken = frameOf(*stream, frame.number, number);
