@@ -281,13 +281,15 @@ bool PageReader::receiveHeader(const Packet& packet, FindingSink* findings, std:
 
 screen::Screen PageReader::screen() const {
     screen::Screen screen = screen::Screen::blank(screen::System::Teletext, kRows, kDataBytes, 0);
-    if (!_isKnown || _header.inhibitsDisplay) {
+    if (!_isKnown) {
         return screen;
     }
     const CharacterSet set = characterSet();
     RowStyle style{set.option, _header.isSubtitle || _header.isNewsflash, false, set.g0};
     const bool showsHeader = !_header.suppressesHeader && !style.showsBoxesOnly;
-    for (std::size_t row = showsHeader ? 0 : 1; row < kRows; ++row) {
+    // The header is none of the rows that C10 is about (EN 300 706, table 2).
+    const std::size_t rows = _header.inhibitsDisplay ? 1 : kRows;
+    for (std::size_t row = showsHeader ? 0 : 1; row < rows; ++row) {
         style.allowsDoubleHeight = row > 0 && row <= kLastDoubleHeightRow;
         if (style.showsBoxesOnly && isBlank(_rows[row])) {
             continue;  // without a box, as the cells are already

@@ -304,6 +304,14 @@ TEST(TeletextPage, ShowsTheHeaderOfAnOrdinaryPage) {
     const Control control{.isSubtitle = false, .c7ToC10 = 0, .c11ToC14 = 0, .magazine = 1};
     (void)page.receive(sdp({header(0x00, control, "P100"), row(1, "Text #", 1)}));
     EXPECT_EQ(linesOf(page.screen()), (Lines{"   0          P100", "   1  Text £"}));
+    // C10 is about the rows below it.
+    Control inhibited = control;
+    inhibited.c7ToC10 = 8;
+    (void)page.receive(sdp({header(0x00, inhibited, "P100")}));
+    EXPECT_EQ(linesOf(page.screen()), Lines{"   0          P100"});
+    inhibited.c7ToC10 = 9;
+    (void)page.receive(sdp({header(0x00, inhibited, "P100")}));
+    EXPECT_EQ(linesOf(page.screen()), Lines{});
 }
 
 TEST(TeletextPage, ReadsPacketsOneByOneAndCountsDamage) {

@@ -112,7 +112,7 @@ struct PageHeader {
     bool suppressesHeader = false;         ///< C7: row 0 is not shown.
     bool isUpdate = false;                 ///< C8: the page has changed.
     bool isInterrupted = false;            ///< C9: not in the order of the pages.
-    bool inhibitsDisplay = false;          ///< C10: nothing is shown.
+    bool inhibitsDisplay = false;          ///< C10: the rows 1 to 24 are not shown.
     bool isSerial = false;                 ///< C11: a header of any magazine ends the page.
     std::uint8_t nationalOption = 0;       ///< C12, C13, C14: 0 to 7, C12 highest.
     std::array<std::uint8_t, kTextBytes> text = spaces();  ///< As sent, with parity.
