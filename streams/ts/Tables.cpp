@@ -277,7 +277,7 @@ namespace {
 /// A text of a descriptor behind its length.
 void addName(std::vector<std::uint8_t>& bytes, std::string_view name) {
     // Both names, the type and the two lengths are at most 255 bytes.
-    constexpr std::size_t kMost = 125;
+    constexpr std::size_t kMost = kMostServiceNameBytes + 1;
     constexpr std::uint8_t kUtf8 = 0x15;
     const bool isAscii = std::all_of(name.begin(), name.end(), [](char one) { return one >= ' ' && one <= '~'; });
     const std::size_t room = isAscii ? kMost : kMost - 1;

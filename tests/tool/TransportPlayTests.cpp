@@ -311,6 +311,8 @@ TEST(TransportPlay, RefusesWhatDoesNotGoTogether) {
          "--to-format ts: PID 0x0100 is reserved, or is there twice"},
         {{"play", cues, "--mode", "teletext", "--rate", "25", "-o", folder.path("a.klv"), "--bitrate", "200000"},
          "--bitrate is for the format ts only"},
+        {{"play", cues, "--mode", "teletext", "--rate", "25", "-o", stream, "--service-name", std::string(125, 'a')},
+         "--service-name: the table has room for 124 bytes, not for 125"},
         {{"play", cues, "--mode", "teletext", "--rate", "25", "-o", stream, "--as-deployed"},
          "--as-deployed is for the formats v210 and klv only"}};
     for (const Refusal& refusal : refusals) {

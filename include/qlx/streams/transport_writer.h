@@ -31,9 +31,10 @@ struct TransportWriterOptions {
     std::uint16_t mapPid = 0x100;               ///< PID of the program's map.
     std::uint16_t teletextPid = 0x101;          ///< PID of the teletext.
     std::uint16_t pcrPid = 0x1F0;               ///< PID of the clock.
-    std::string serviceName{};                  ///< UTF-8; without one there is no service description table.
-    std::string providerName{};                 ///< The same.
-    std::vector<ts::TeletextPage> pages{};      ///< What the teletext descriptor names, at most 51.
+    std::string serviceName{};              ///< UTF-8; without one there is no service description table. Cut behind
+                                            ///< ts::kMostServiceNameBytes.
+    std::string providerName{};             ///< The same.
+    std::vector<ts::TeletextPage> pages{};  ///< What the teletext descriptor names, at most 51.
 };
 
 /// What is wrong with options: TsFrameRateWrong, TsPidWrong for a PID that is reserved, or is there twice, or

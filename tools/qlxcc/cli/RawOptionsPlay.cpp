@@ -8,6 +8,7 @@
 
 #include <qlx/cea608/codes.h>
 #include <qlx/cea608/xds.h>
+#include <qlx/streams/ts/tables.h>
 #include <qlx/teletext/packet.h>
 #include <qlx/teletext/sets.h>
 
@@ -371,6 +372,11 @@ streams::TransportWriterOptions transportOptions(const RawOptions& raw) {
     transport.mapPid = static_cast<std::uint16_t>(raw.mapPid.value_or(transport.mapPid));
     transport.pcrPid = static_cast<std::uint16_t>(raw.pcrPid.value_or(transport.pcrPid));
     transport.serviceName = raw.serviceName.value_or("");
+    if (transport.serviceName.size() > streams::ts::kMostServiceNameBytes) {
+        throw UsageError("--service-name: the table has room for " +
+                         std::to_string(streams::ts::kMostServiceNameBytes) + " bytes, not for " +
+                         std::to_string(transport.serviceName.size()));
+    }
     return transport;
 }
 

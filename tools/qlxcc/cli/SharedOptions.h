@@ -199,7 +199,8 @@ inline constexpr OptionRow kServiceName{
     .kind = ValueKind::Name,
     .field = &RawOptions::serviceName,
     .help = "ts: the service's name",
-    .more = "It is in the service description table, every 2 s; without a name there is none."};
+    .more = "It is in the service description table, every 2 s; without a name there is none. It has at most 124 "
+            "bytes."};
 inline constexpr OptionRow kHearingImpaired{
     .names = "--hearing-impaired",
     .field = &RawOptions::isHearingImpaired,

@@ -172,6 +172,9 @@ inline constexpr std::size_t kMostDescribedPages = 51;
 /// A teletext descriptor; of more than kMostDescribedPages pages the first ones (checkTransport() says it).
 [[nodiscard]] QLX_STREAMS_EXPORT Descriptor teletextDescriptor(std::span<const TeletextPage> pages);
 
+/// Bytes of a name for which a service descriptor has room whatever its characters are.
+inline constexpr std::size_t kMostServiceNameBytes = 124;
+
 /// A service descriptor of a digital television service. Names are UTF-8 and written as such (EN 300 468, annex A:
 /// character code 15h) unless they are ASCII; what is longer than a descriptor is cut between characters.
 [[nodiscard]] QLX_STREAMS_EXPORT Descriptor serviceDescriptor(std::string_view provider, std::string_view name);
