@@ -1,5 +1,5 @@
-// EBU STL files and a converter that is not ours: it reads the texts, times, colours and places that are written, and what
-// it reads of files of others is what convert reads.
+// EBU STL files and a converter that is not ours: it reads the texts, times, colours and places that are written, and
+// what it reads of files of others is what convert reads.
 #include "STLFiles.h"
 #include "ToolRunner.h"
 
@@ -43,7 +43,7 @@ protected:
     TemporaryFolder folder;
 };
 
-/// A cue of a SubRip file: milliseconds, and rows with the looks in front of what has another one than what is before it.
+/// A cue of a SubRip file: milliseconds, and rows with looks in front of what has another one than what is before it.
 struct JudgedCue {
     int start = 0;
     int end = 0;
@@ -246,8 +246,8 @@ STLBlock block(std::uint16_t number, std::uint8_t seconds, std::string_view text
     return result;
 }
 
-/// Blocks as other programs write them: extension blocks, user data, colours inside of rows, accents, and a row on each of
-/// the page, of single or of double height.
+/// Blocks as other programs write them: extension blocks, user data, colours inside of rows, accents, and a row on each
+/// of the page, of single or of double height.
 /// The dollar sign and that of currencies are left out: editions of ISO 6937 have them the other way round.
 std::string foreignStl(bool isTall) {
     const std::string box = isTall ? "\x0D\x0B\x0B" : "\x0B\x0B";

@@ -1,5 +1,5 @@
-// Random cues as teletext pages and back: text, rows, columns, colours and boxes of what fits, of several pages at once, and
-// of anything what findings say of it, and nothing else.
+// Random cues as teletext pages and back: text, rows, columns, colours and boxes of what fits, of several pages at once,
+// and of anything what findings say of it, and nothing else.
 #include "Sanitized.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
@@ -406,8 +406,8 @@ WantedLine withoutMarks(const WantedLine& line, Explanations& said) {
     return joined;
 }
 
-/// Columns of a row of double height: its box begins in three of the 40, and its colour takes one more; from the right to
-/// the left the first letter on the screen may be any.
+/// Columns of a row of double height: its box begins in three of the 40, and its colour takes one more; from the right
+/// to the left the first letter on the screen may be any.
 std::size_t roomOf(const WantedLine& line, bool isRightToLeft) {
     const auto isColored = [](const Wanted& one) {
         return one.letter != U' ' && letterColor(one.color) != Color::White;
@@ -418,7 +418,7 @@ std::size_t roomOf(const WantedLine& line, bool isRightToLeft) {
     return hasCode ? 36 : 37;
 }
 
-/// The characters of a row, of which those that are an ellipsis are three points where the set lacks it and there is room.
+/// The characters of a row; an ellipsis becomes three points where the set lacks it and there is room.
 WantedLine wantedRow(const qlx::subtitles::Row& row, const CharacterSet& set, Explanations& said) {
     WantedLine line;
     for (const qlx::subtitles::Run& run : row.runs) {

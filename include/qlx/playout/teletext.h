@@ -35,8 +35,8 @@ struct TeletextOptions {
 /// The rows of a cue on a page.
 ///
 /// Letters are joined with the marks behind them, and marks that no letter takes, and signs of direction, have no place
-/// (TeletextMarkLeftOut). Rows of text are broken at a space where the page has no room for them (in double height 37 characters, 36 behind a
-/// colour; in single height one more), or behind the last one that has (PlayoutRowBroken). Those that do not fit on the
+/// (TeletextMarkLeftOut). Rows of text are broken at a space where the page has no room for them (in double height 37
+/// characters, 36 behind a colour; in single height one more), or behind the last one that has (PlayoutRowBroken). Those that do not fit on the
 /// page are left out (PlayoutPageFull). An ellipsis (U+2026) that the set lacks becomes three points where its row has room
 /// for them (TeletextCharacterReplaced). Rows stand left, in the middle or right; unchanged ones begin at the left with
 /// their own spaces, and those of a screen of 40 columns in the column that they name. Where the cue names rows of a page

@@ -40,8 +40,8 @@ public:
 
     /// Takes a frame.
     /// @param frame The next one of the stream.
-    /// @param findings Gets what is wrong with the packets that are decoded, with the line of the packet as the offset; of
-    ///   teletext in transport streams its own line, 7 to 22 and 320 to 335. May be null.
+    /// @param findings Gets what is wrong with the packets that are decoded, with the line of the packet as the offset;
+    ///   of teletext in transport streams its own line, 7 to 22 and 320 to 335. May be null.
     /// @return Whether the screen may look different now.
     virtual bool receive(const Frame& frame, FindingSink* findings) = 0;
 

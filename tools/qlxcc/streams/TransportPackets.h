@@ -17,8 +17,8 @@ namespace qlx::tool {
 /// The lines of packets in frames of that rate: progressive ones, which those of more than 30 a second are, have one.
 [[nodiscard]] streams::TeletextPacketOptions teletextLinesOf(FrameRate rate) noexcept;
 
-/// Puts the teletext of a transport stream into packets. Nobody says whether the frames are progressive but their rate: the
-/// first 64 wait until it is known.
+/// Puts the teletext of a transport stream into packets. Nobody says whether the frames are progressive but their rate:
+/// the first 64 wait until it is known.
 class TransportPackets {
 public:
     /// Takes a frame that is whole.

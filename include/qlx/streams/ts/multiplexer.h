@@ -47,9 +47,9 @@ struct MultiplexOptions {
 };
 
 /// Makes the packets one after the other. Times are of presentation, in ticks of 90 kHz: what is added with a time goes out
-/// 200 ms before it by the clock, in the first packet from then on that is free. The clock reference and the tables that
-/// are due go first, four packets at most from kUsualBitrate on, so that it begins less than five packets later (15 ms at
-/// that rate); and what was added before it does. Time goes on with advanceTo().
+/// 200 ms before it by the clock, in the first packet from then on that is free. The clock reference and the tables
+/// that are due go first, four packets at most from kUsualBitrate on, so that it begins less than five packets later
+/// (15 ms at that rate); and what was added before it does. Time goes on with advanceTo().
 class Multiplexer {
 public:
     /// @param options How.
