@@ -175,6 +175,13 @@ TEST(CutContainer, SaysThatTheIndexOfAQuickTimeFileIsMissing) {
     }
 }
 
+/// What is said of the file, and not of the caption packets in it, which have fewer triplets than their rate asks for.
+std::vector<std::string> errorsOf(const ToolResult& result) {
+    std::vector<std::string> lines = linesOf(result.err);
+    std::erase_if(lines, [](const std::string& line) { return line.starts_with("qlxcc: warning: "); });
+    return lines;
+}
+
 TEST(CutContainer, SaysHowMuchOfTheMediaIsThere) {
     const auto sampleOf = [](unsigned counter) { return MovFile::atom("ccdp", cdpHex(3, "fc942cfd8080", counter)); };
     const std::string sample = sampleOf(0);
@@ -190,7 +197,7 @@ TEST(CutContainer, SaysHowMuchOfTheMediaIsThere) {
         const ToolResult result = runTool({"extract", file, "--json"});
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_GE(linesOf(result.out).size(), 2U);
-        const std::vector<std::string> lines = linesOf(result.err);
+        const std::vector<std::string> lines = errorsOf(result);
         // The part of a sample that is there cannot be read either.
         ASSERT_EQ(lines.size(), missing == 5 ? 3U : 1U) << result.err;
         EXPECT_EQ(lines[lines.size() / 2], "qlxcc: " + file + ": byte " + std::to_string(whole.size() - missing) +
@@ -211,13 +218,13 @@ TEST(CutContainer, SaysWhatOfAFragmentIsThere) {
         const std::string file = folder.write("a.mov", cut);
         const ToolResult result = runTool({"extract", file, "--json"});
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(linesOf(result.err).front(), "qlxcc: " + file + ": byte " + std::to_string(cut.size()) +
-                                                   ": the file is cut short: 12 of 108 bytes of the " + words +
-                                                   " are there");
+        EXPECT_EQ(errorsOf(result).at(0), "qlxcc: " + file + ": byte " + std::to_string(cut.size()) +
+                                              ": the file is cut short: 12 of 108 bytes of the " + words +
+                                              " are there");
     }
     // What is no atom is none that is cut short.
     const Bytes more = joined(whole, qlxtest::fromHex("00000fff ffffffff 00000000"));
-    EXPECT_EQ(runTool({"extract", folder.write("b.mov", more), "--json"}).err, "");
+    EXPECT_EQ(errorsOf(runTool({"extract", folder.write("b.mov", more), "--json"})), std::vector<std::string>());
 }
 
 TEST(CutContainer, NeedsTheNameOfAFileWithTheIndexAtItsEnd) {
