@@ -14,6 +14,8 @@ namespace {
 constexpr std::uint64_t kTicksPerMillisecond = 90;
 constexpr std::uint64_t kTicksPerTenth = 9000;
 constexpr std::uint64_t kTicksPerSecond = 90000;
+/// Milliseconds in front of the start of a break (ANSI/SCTE 104 2023, 9.3.1.2).
+constexpr std::uint64_t kLeastPreRoll = 4000;
 
 /// Reads the operations one by one. Each visit gives the finding that ends the conversion, or one without a code.
 class Converter {
@@ -29,6 +31,9 @@ public:
         _base = hasTimeStamp ? _options.timeStampPts90k.value_or(0) : _options.framePts90k;
         if (message.operations.empty()) {
             _report.add(FindingCode::ScteMessageEmpty, Severity::Warning, 0);
+        }
+        if (message.scte35ProtocolVersion != 0) {
+            _report.add(FindingCode::ScteProtocolVersionUnknown, Severity::Warning, 0, message.scte35ProtocolVersion);
         }
         for (const Operation& operation : message.operations) {
             Finding wrong = std::visit(
@@ -96,10 +101,10 @@ private:
 
     /// A normal operation has all its supplements when the next one begins.
     void closeOperation() {
-        if (_immediateType) {
-            _report.add(FindingCode::ScteSpliceIsImmediate, Severity::Remark, _immediateNumber, *_immediateType);
-            _immediateType.reset();
+        if (_unlessComponents.code != FindingCode::None && _report.sink != nullptr) {
+            _report.sink->add(_unlessComponents);
         }
+        _unlessComponents = {};
         _target = Target::None;
     }
 
@@ -198,6 +203,9 @@ private:
         if (!insert.cancel) {
             fillSplice(insert, request);
         }
+        if (request.notAnEntryFlag.value_or(0) != 0) {
+            remark(FindingCode::ScteEntryFlagIgnored, *request.notAnEntryFlag);
+        }
         return true;
     }
 
@@ -210,10 +218,13 @@ private:
         insert.immediate = !isNormal || (request.preRollMilliseconds == 0 && !_options.splicePts90k);
         if (!insert.immediate) {
             insert.time.ticks90k = ticksOf(request.preRollMilliseconds);
+            if (isStart && !_options.splicePts90k && request.preRollMilliseconds < kLeastPreRoll) {
+                sayUnlessComponents(FindingCode::SctePreRollTooShort, Severity::Warning, request.preRollMilliseconds,
+                                    kLeastPreRoll);
+            }
         } else if (isNormal) {
-            // Unless component mode follows, which has pre-rolls of its own.
-            _immediateType = static_cast<std::uint8_t>(request.type);
-            _immediateNumber = _number;
+            sayUnlessComponents(FindingCode::ScteSpliceIsImmediate, Severity::Remark,
+                                static_cast<std::uint8_t>(request.type), 0);
         } else if (request.preRollMilliseconds != 0) {
             remark(FindingCode::SctePreRollIgnored, request.preRollMilliseconds);
         }
@@ -227,6 +238,12 @@ private:
         insert.uniqueProgramId = request.uniqueProgramId;
         insert.availNum = request.availNum;
         insert.availsExpected = request.availsExpected;
+    }
+
+    /// What holds of the pre-roll of a splice, unless component mode follows, which has pre-rolls of its own.
+    void sayUnlessComponents(FindingCode code, Severity severity, std::uint64_t first, std::uint64_t second) {
+        _unlessComponents = {code, severity, _number, static_cast<std::int64_t>(first),
+                             static_cast<std::int64_t>(second)};
     }
 
     bool take(const SpliceNullRequest&) {
@@ -344,8 +361,7 @@ private:
         if (isEmpty(request)) {
             return true;
         }
-        if (_immediateType) {
-            _immediateType.reset();
+        if (std::exchange(_unlessComponents, {}).code == FindingCode::ScteSpliceIsImmediate) {
             insert->immediate = false;
         }
         insert->programSplice = false;
@@ -413,12 +429,17 @@ private:
             }
             std::uint64_t ticks = request.durationSeconds * kTicksPerSecond;
             if (frames != 0) {
+                if (const std::uint64_t nominal = nominalFramesPerSecond(*_options.frameRate); frames >= nominal) {
+                    _report.add(FindingCode::ScteNumberWrong, Severity::Warning, _number, frames, nominal - 1);
+                }
                 // To the nearest tick: two frames of 59.94 are 3003.
                 const MediaTime frame = frameDuration(*_options.frameRate);
                 const auto scale = static_cast<std::uint64_t>(frame.timescale);
                 ticks += (frames * static_cast<std::uint64_t>(frame.value) * kTicksPerSecond + scale / 2) / scale;
             }
             descriptor.duration90k = ticks;
+        } else if (request.durationExtensionFrames != 0) {
+            remark(FindingCode::ScteExtensionFramesIgnored, request.durationExtensionFrames);
         }
         descriptor.upid = {static_cast<UpidType>(request.upidType), request.upid};
         descriptor.typeId = request.typeId;
@@ -452,8 +473,7 @@ private:
     std::optional<SpliceInfoSection> _schedule;  ///< One that is not transmitted yet.
     std::uint64_t _scheduleNumber = 0;
     Target _target = Target::None;
-    std::optional<std::uint8_t> _immediateType;  ///< Of a normal splice that only component mode would give times.
-    std::uint64_t _immediateNumber = 0;          ///< Of its operation.
+    Finding _unlessComponents;  ///< What closeOperation() says of a splice.
 };
 
 }  // namespace

@@ -369,6 +369,11 @@ private:
             const auto scale = static_cast<std::uint64_t>(frame.timescale);
             const std::uint64_t unit = static_cast<std::uint64_t>(frame.value) * kSecond;
             frames = (ticks90k % kSecond * scale + unit / 2) / unit;
+            // The field ends below the frame rate; what is as near to the next second is that second.
+            if (frames == nominalFramesPerSecond(*_options.frameRate)) {
+                frames = 0;
+                ++seconds;
+            }
             kept = seconds * kSecond + (frames * unit + scale / 2) / scale;
         } else {
             seconds = (ticks90k + kSecond / 2) / kSecond;

@@ -405,6 +405,52 @@ TEST(Conversion, SaysWhyThereIsNoSection) {
     EXPECT_EQ(cancelled.findings, (FindingList{{FindingCode::ScteScheduleCancelled, Severity::Remark, 2, 1, 0}}));
 }
 
+TEST(Conversion, SaysThatABreakIsAnnouncedTooLate) {
+    const auto findingsOf = [](SpliceInsertType type, std::uint16_t preRoll, const ConversionOptions& options) {
+        return convert(messageOf({splice(type, preRoll, 0), SpliceNullRequest{}}), options).findings;
+    };
+    const ConversionOptions frame{.framePts90k = kFrame};
+    EXPECT_EQ(findingsOf(SpliceInsertType::StartNormal, 3999, frame),
+              (FindingList{{FindingCode::SctePreRollTooShort, Severity::Warning, 0, 3999, 4000}}));
+    EXPECT_EQ(findingsOf(SpliceInsertType::StartNormal, 4000, frame), FindingList{});
+    EXPECT_EQ(findingsOf(SpliceInsertType::EndNormal, 3999, frame), FindingList{});
+    EXPECT_EQ(findingsOf(SpliceInsertType::StartNormal, 3999, {.splicePts90k = 5}), FindingList{});
+    // The splice's own pre-roll is not used then.
+    EXPECT_EQ(convert(messageOf({splice(SpliceInsertType::StartNormal, 1, 0), ComponentModeRequest{{{0x10, 4000}}}}))
+                  .findings,
+              FindingList{});
+}
+
+TEST(Conversion, SaysWhatNoSectionHasAFieldFor) {
+    SpliceRequest request = splice(SpliceInsertType::StartNormal, 4000, 0);
+    request.notAnEntryFlag = 1;
+    EXPECT_EQ(convert(messageOf({SpliceNullRequest{}, request})).findings,
+              (FindingList{{FindingCode::ScteEntryFlagIgnored, Severity::Remark, 1, 1, 0}}));
+    request.notAnEntryFlag = 0;
+    EXPECT_EQ(convert(messageOf({request})).findings, FindingList{});
+    // Frames without seconds are no duration; beyond the rate they are seconds of their own.
+    InsertSegmentationDescriptorRequest segment;
+    segment.durationExtensionFrames = 25;
+    const Converted none = convert(messageOf({TimeSignalRequest{}, segment}));
+    EXPECT_EQ(none.findings, (FindingList{{FindingCode::ScteExtensionFramesIgnored, Severity::Remark, 1, 25, 0}}));
+    EXPECT_FALSE(std::get<SegmentationDescriptor>(none.sections.at(0).descriptors.at(0).data).duration90k);
+    segment.durationSeconds = 1;
+    const Converted many =
+        convert(messageOf({TimeSignalRequest{}, segment}), {.framePts90k = kFrame, .frameRate = qlx::FrameRate::Fps25});
+    EXPECT_EQ(many.findings, (FindingList{{FindingCode::ScteNumberWrong, Severity::Warning, 1, 25, 24}}));
+    EXPECT_EQ(std::get<SegmentationDescriptor>(many.sections.at(0).descriptors.at(0).data).duration90k, 180000U);
+    segment.durationExtensionFrames = 29;
+    EXPECT_EQ(convert(messageOf({TimeSignalRequest{}, segment}),
+                      {.framePts90k = kFrame, .frameRate = qlx::FrameRate::Fps2997})
+                  .findings,
+              FindingList{});
+    MultipleOperationMessage later = messageOf({SpliceNullRequest{}});
+    later.scte35ProtocolVersion = 1;
+    const Converted converted = convert(later);
+    EXPECT_EQ(converted.sections, std::vector<SpliceInfoSection>{{}});
+    EXPECT_EQ(converted.findings, (FindingList{{FindingCode::ScteProtocolVersionUnknown, Severity::Warning, 0, 1, 0}}));
+}
+
 TEST(Conversion, RefusesAnotherBreakDuration) {
     // insert_alternate_break_duration puts another duration in the place of the splice's own.
     EXPECT_EQ(

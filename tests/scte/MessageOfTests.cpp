@@ -6,6 +6,8 @@
 
 #include "scte/Scte104Layout.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace qlxtest;
@@ -180,6 +182,25 @@ TEST(MessageOf, InsertsWhatItsOperationCannotCarry) {
               std::vector<OperationData>{InjectSectionDataRequest({0, 0xFF, fromHex("4142434401")})});
     EXPECT_EQ(make({sectionOf(BandwidthReservation{})}).operations,
               std::vector<OperationData>{InjectSectionDataRequest({0, 0x07, {}})});
+}
+
+TEST(MessageOf, CountsFewerExtensionFramesThanTheRateHas) {
+    const auto partsOf = [](std::uint64_t ticks90k, qlx::FrameRate rate) {
+        SegmentationDescriptor segmentation;
+        segmentation.duration90k = ticks90k;
+        const Made made = make({sectionOf(SpliceNull{}, {segmentation})}, {.framePts90k = kCarrier, .frameRate = rate});
+        const auto& request = std::get<InsertSegmentationDescriptorRequest>(made.operations.at(1));
+        return std::tuple(request.durationSeconds, request.durationExtensionFrames, made.findings);
+    };
+    const auto rounded = [](std::int64_t from, std::int64_t to) {
+        return FindingList{warning(FindingCode::ScteDurationRounded, from, to)};
+    };
+    // 25 frames of 3600 ticks are the next second.
+    EXPECT_EQ(partsOf(2700000 + 88199, qlx::FrameRate::Fps25), std::tuple(30, 24, rounded(2788199, 2786400)));
+    EXPECT_EQ(partsOf(2700000 + 88200, qlx::FrameRate::Fps25), std::tuple(31, 0, rounded(2788200, 2790000)));
+    // 29 frames of 3003 ticks are 87087; 30 are beyond the second.
+    EXPECT_EQ(partsOf(2700000 + 87087, qlx::FrameRate::Fps2997), std::tuple(30, 29, FindingList{}));
+    EXPECT_EQ(partsOf(2700000 + 89999, qlx::FrameRate::Fps2997), std::tuple(31, 0, rounded(2789999, 2790000)));
 }
 
 /// A message that makes sections from which it can be made again without a loss.

@@ -275,6 +275,9 @@ enum class FindingCode : std::uint32_t {
     SctePreRollRounded,     ///< Ticks from the frame to the splice, ticks of the pre-roll; the same.
     ScteDurationRounded,    ///< Ticks of a break or segment, ticks that are kept; the same.
     ScteNotCarried,         ///< 1: of a section, 2: of its command, 3: of its event or component; the same.
+    SctePreRollTooShort,    ///< Milliseconds of pre-roll in front of a break, the fewest that there should be.
+    ScteExtensionFramesIgnored,  ///< duration_extension_frames of a segment without a duration.
+    ScteEntryFlagIgnored,        ///< not_an_entry_flag, for which SCTE 35 has no field.
 
     // video (ITU-T H.264, ITU-T H.265, ISO/IEC 13818-2); the offset is a byte of the unit, picture or stream
     VideoUnitTooShort = 0x8'0001,  ///< Bytes needed, bytes there.

@@ -41,7 +41,10 @@ struct ConversionOptions {
 /// Times are modulo 2^33: the frame's (or the time stamp's) PTS and 90 ticks for each millisecond of pre-roll. A break
 /// has 9000 ticks for each tenth of a second, at its start only. A normal splice without pre-roll is immediate, as the
 /// standard has it, unless component mode is in use or the PTS of the splice is given (a Remark says so); an immediate
-/// one has no time.
+/// one has no time. The start of a break less than four seconds ahead is told (SctePreRollTooShort), and so are a
+/// not_an_entry_flag (ScteEntryFlagIgnored), extension frames without a duration (ScteExtensionFramesIgnored) or as many
+/// as make a second (ScteNumberWrong), and an SCTE35_protocol_version that is not 0, which sections have all the same
+/// (ScteProtocolVersionUnknown).
 ///
 /// Skips proprietary commands, control and unknown operations, with what adds to them, and a schedule that another one
 /// replaces: each is an Error among the findings (ScteMakesNoSection, ScteSupplementAlone, ScteScheduleReplaced).

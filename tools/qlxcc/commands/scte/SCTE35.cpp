@@ -101,10 +101,17 @@ Data deployedSection(const Scte104Packet& packet, std::uint64_t pts) {
 
 /// What findings of the conversion count: operations, from 0.
 std::string findingInWords(const Scte104Packet& packet, const Finding& finding) {
-    const bool isOfMessage =
-        finding.code == FindingCode::ScteMessageEmpty || finding.code == FindingCode::ScteMomentMissing;
+    const bool isOfMessage = finding.code == FindingCode::ScteMessageEmpty ||
+                             finding.code == FindingCode::ScteMomentMissing ||
+                             finding.code == FindingCode::ScteProtocolVersionUnknown;
     return packet.place + (isOfMessage ? "" : ": operation " + std::to_string(finding.offset + 1)) + ": " +
            finding.text();
+}
+
+/// Whether it is a reason for no section at all.
+bool tellsWhyThereIsNone(const Finding& finding) {
+    return finding.code == FindingCode::ScteMessageEmpty || finding.code == FindingCode::ScteScheduleCancelled ||
+           finding.code == FindingCode::ScteMakesNoSection;
 }
 
 scte::ConversionOptions conversionOf(const Scte35Options& options) {
@@ -182,7 +189,7 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
         throw Failure(findingInWords(packet, sections.error()));
     }
     for (const Finding& finding : losses) {
-        if (sections->empty()) {
+        if (sections->empty() && tellsWhyThereIsNone(finding)) {
             throw Failure(findingInWords(packet, finding));
         }
         printNote((finding.severity == Severity::Remark ? "" : "warning: ") + findingInWords(packet, finding));
