@@ -49,7 +49,7 @@ void expectLinear(const std::function<std::size_t(std::size_t)>& run) {
         const std::uint64_t second = four.*part - two.*part;
         EXPECT_GE(two.*part, one.*part);
         // Some that are taken once more, as rooms grow.
-        EXPECT_LE(second, 2 * first + first / 50 + 8)
+        EXPECT_LE(second, 2 * first + first / 10 + 8)
             << one.*part << ", " << two.*part << ", " << four.*part << " of part " << (part == &Work::steps);
     }
 }

@@ -243,11 +243,11 @@ TEST(CutContainer, NeedsTheNameOfAFileWithTheIndexAtItsEnd) {
     EXPECT_EQ(linesOf(runTool({"extract", file, "--json"}).out).size(), many.size());
     folder.write("b.mov", MovFile::withCaptionTrack(many, true));
     const ToolResult front = runTool({"extract", "-", "--json"}, {.input = folder.read("b.mov")});
-    EXPECT_EQ(front.err, "");
+    EXPECT_EQ(errorsOf(front), std::vector<std::string>());
     EXPECT_EQ(linesOf(front.out).size(), many.size());
     folder.write("c.mov", MovFile::withCaptionTrack({many[0], many[1]}));
     const ToolResult few = runTool({"extract", "-", "--json"}, {.input = folder.read("c.mov")});
-    EXPECT_EQ(few.err, "");
+    EXPECT_EQ(errorsOf(few), std::vector<std::string>());
     EXPECT_EQ(linesOf(few.out).size(), 2U);
 }
 
