@@ -4,6 +4,7 @@
 #include "scte/Scte104Layout.h"
 
 #include <algorithm>
+#include <bitset>
 #include <string_view>
 #include <utility>
 
@@ -92,6 +93,39 @@ void checkNumbers(const InsertTierRequest& value, const Report& report) {
     checkNumber(report, 0, value.tier, 0x0FFF);
 }
 
+/// Says when no 0 ends a name.
+void checkName(const Report& report, std::size_t offset, const SystemName& name) {
+    if (std::find(name.begin(), name.end(), 0) == name.end()) {
+        report.add(FindingCode::ScteNameUnended, Severity::Warning, offset, name.size());
+    }
+}
+
+/// The address and socket in front of a name.
+constexpr std::size_t kAddressBytes = 6;
+
+void checkNumbers(const ConfigRequest& value, const Report& report) {
+    checkNumber(report, kAddressBytes + 1, value.protocolVersion, 0);
+}
+
+void checkNumbers(const ProvisioningRequest& value, const Report& report) {
+    std::size_t offset = 1;
+    for (const ProvisionedService& service : value.services) {
+        checkName(report, offset + kAddressBytes, service.name);
+        offset += kAddressBytes + service.name.size() + 1;
+        for (const ProvisionedPid& pid : service.dpiPids) {
+            checkNumber(report, offset + 2, pid.sharedPid, 1);
+            checkNumber(report, offset + 3, pid.eventIdComplianceFlag, 1);
+            offset += 4;
+        }
+        const InjectorComponentList& list = service.components;
+        offset += service.componentMode == 0 ? 1 : 4 + list.audioComponentTags.size() + list.dataComponentTags.size();
+    }
+}
+
+void checkNumbers(const FaultRequest& value, const Report& report) {
+    checkName(report, kAddressBytes, value.injectorServiceName);
+}
+
 void checkNumbers(const VitcTimeStamp& value, const Report& report) {
     checkNumber(report, 0, value.hours, 23);
     checkNumber(report, 1, value.minutes, 59);
@@ -156,6 +190,23 @@ void readOperation(Data& result, std::vector<std::uint8_t>& trailing, std::uint1
     result.template emplace<VerbatimOperation>(VerbatimOperation{opId, {data.begin(), data.end()}});
 }
 
+/// Only responses have results (ANSI/SCTE 104, 8.2.2.1); AS_alive_request is one of them in table 8-3.
+void checkResult(const SingleOperationMessage& message, std::uint16_t opId, const Report& report) {
+    constexpr std::array<std::uint16_t, 5> kRequests{InitRequest::kOpId, AliveRequest::kOpId, ConfigRequest::kOpId,
+                                                     ProvisioningRequest::kOpId, FaultRequest::kOpId};
+    if (std::find(kRequests.begin(), kRequests.end(), opId) == kRequests.end()) {
+        return;
+    }
+    constexpr std::size_t kResultOffset = 4;
+    const std::array results{message.result, message.resultExtension};
+    for (std::size_t index = 0; index < results.size(); ++index) {
+        if (results[index] != kNoResult) {
+            report.add(FindingCode::ScteResultInRequest, Severity::Warning, kResultOffset + 2 * index, results[index],
+                       kNoResult);
+        }
+    }
+}
+
 template <class Value>
 void readTimeStamp(TimeStamp& timeStamp, FieldReader& reader) {
     walk(reader, timeStamp.emplace<Value>());
@@ -193,6 +244,41 @@ void checkHeader(const MultipleOperationView& view, const Report& report) {
     checkNumber(report, kTimeTypeOffset, timeTypeOf(view.timeStamp), kGreatestTimeType);
     std::visit([&](const auto& timeStamp) { checkNumbers(timeStamp, report.behind(kTimeTypeOffset + 1)); },
                view.timeStamp);
+}
+
+bool isControlWord(std::uint16_t opId) {
+    return opId == DeleteControlWord::kOpId || opId == UpdateControlWord::kOpId;
+}
+
+/// Encryption stands in front of the schedule that it is for, and of that alone (ANSI/SCTE 104, 9.7.1).
+bool isOfSchedule(const OperationView& operation, const std::optional<OperationView>& following) {
+    return operation.opId == EncryptedDpiRequest::kOpId && following &&
+           following->opId == StartScheduleDownloadRequest::kOpId;
+}
+
+/// What may not stand where it does (ANSI/SCTE 104, 8.2.3.1, 8.2.3.4 and 8.3.1). An unknown operation may be any.
+void checkOrder(MultipleOperationView walk, const Report& report) {
+    bool canBeAddedTo = false;
+    std::bitset<256> controlWords;
+    for (auto place = walk.next(); place;) {
+        const auto following = walk.next();
+        const OperationUsage usage = operationUsage(place->opId);
+        if (usage == OperationUsage::Supplemental) {
+            if (!canBeAddedTo && !isOfSchedule(*place, following)) {
+                report.add(FindingCode::ScteSupplementAlone, Severity::Warning, place->offset, place->opId);
+            }
+        } else {
+            canBeAddedTo = usage == OperationUsage::Normal || usage == OperationUsage::Unknown;
+        }
+        if (isControlWord(place->opId) && !place->data.empty()) {
+            const std::uint8_t index = place->data[0];
+            if (controlWords.test(index)) {
+                report.add(FindingCode::ScteControlWordTwice, Severity::Warning, place->offset, index);
+            }
+            controlWords.set(index);
+        }
+        place = following;
+    }
 }
 
 void readOperations(MultipleOperationMessage& message, MultipleOperationView& view, const Report& report) {
@@ -286,6 +372,7 @@ Result<MultipleOperationMessage> parseMultipleOperationMessage(std::span<const s
                    bytes.size());
     }
     detail::checkHeader(*view, report);
+    detail::checkOrder(*view, report);
     detail::readOperations(message, *view, report);
     if (message.operations.size() != view->statedCount) {
         message.statedCount = view->statedCount;
@@ -326,6 +413,7 @@ Result<SingleOperationMessage> parseSingleOperationMessage(std::span<const std::
     }
     constexpr std::size_t kProtocolVersionOffset = 8;
     detail::checkNumber(report, kProtocolVersionOffset, message.protocolVersion, 0);
+    detail::checkResult(message, opId, report);
     detail::readOperation(message.operation, message.trailing, opId, bytes.subspan(detail::kSingleHeaderBytes),
                           report.behind(detail::kSingleHeaderBytes));
     return result;

@@ -13,7 +13,8 @@ using qlx::Severity;
 constexpr auto kRemark = Severity::Remark;
 constexpr auto kWarning = Severity::Warning;
 
-/// The findings of a message that is kept: what is written are the bytes that were read.
+/// The findings of a message that is kept: what is written are the bytes that were read. Most messages here have one
+/// operation; that it has nothing to add to is not said of each.
 FindingList findingsOf(const Bytes& bytes) {
     qlx::Findings findings;
     const auto message = parseMultipleOperationMessage(bytes, &findings);
@@ -21,10 +22,14 @@ FindingList findingsOf(const Bytes& bytes) {
     if (message) {
         EXPECT_EQ(written(*message), bytes);
     }
+    FindingList list;
     for (const Finding& finding : findings) {
         EXPECT_FALSE(finding.text().empty());
+        if (finding.code != FindingCode::ScteSupplementAlone || finding.offset != 12) {
+            list.push_back(finding);
+        }
     }
-    return listOf(findings);
+    return list;
 }
 
 TEST(Scte104Findings, NameWhatIsNoMessage) {
@@ -86,6 +91,82 @@ TEST(Scte104Findings, NameDataThatDoNotFitTheOperation) {
     // Two descriptors announced, the second is cut.
     EXPECT_EQ(findingsOf(multipleMessage(0x0108, "02 00 01 aa 01 02 bb")),
               (FindingList{{FindingCode::ScteOperationTooShort, kWarning, 16, 0x0108, 7}}));
+}
+
+TEST(Scte104Findings, NameWhatAddsToNothing) {
+    const auto orderOf = [](const std::vector<std::uint16_t>& opIds) {
+        Bytes operations;
+        for (const std::uint16_t opId : opIds) {
+            append(operations, operationBytes(opId, ""));
+        }
+        const Bytes bytes = multipleMessage("00", static_cast<std::uint8_t>(opIds.size()), operations);
+        qlx::Findings findings;
+        EXPECT_TRUE(parseMultipleOperationMessage(bytes, &findings));
+        FindingList order;
+        for (const Finding& finding : findings) {
+            if (finding.code == FindingCode::ScteSupplementAlone) {
+                order.push_back(finding);
+            }
+        }
+        return order;
+    };
+    const auto alone = [](std::uint64_t number, std::int64_t opId) {
+        return Finding{FindingCode::ScteSupplementAlone, kWarning, 12 + 4 * number, opId, 0};
+    };
+    // A tier, a time descriptor, and then what they could add to.
+    EXPECT_EQ(orderOf({0x010F, 0x0110, 0x0102}), (FindingList{alone(0, 0x010F), alone(1, 0x0110)}));
+    EXPECT_EQ(orderOf({0x0102, 0x010F, 0x0113, 0x010C, 0x010F}), FindingList{});
+    // Nothing adds to control operations; an unknown one could be normal.
+    EXPECT_EQ(orderOf({0x0102, 0x0112, 0x010F}), FindingList{alone(2, 0x010F)});
+    EXPECT_EQ(orderOf({0xC001, 0x010F}), FindingList{});
+    // Encryption is in front of a schedule, but not in front of a splice.
+    EXPECT_EQ(orderOf({0x0107, 0x0103}), FindingList{});
+    EXPECT_EQ(orderOf({0x0107, 0x0101}), FindingList{alone(0, 0x0107)});
+    EXPECT_EQ(orderOf({0x0107}), FindingList{alone(0, 0x0107)});
+}
+
+TEST(Scte104Findings, NameAControlWordThatIsChangedTwice) {
+    const std::string words = "0000000000000001 0000000000000000 0000000000000000";
+    Bytes operations = operationBytes(0x0301, "07" + words);
+    append(operations, operationBytes(0x0300, "08"));
+    append(operations, operationBytes(0x0300, "07"));
+    // An update has 4 + 25 bytes, a deletion 4 + 1.
+    EXPECT_EQ(findingsOf(multipleMessage("00", 3, operations)),
+              (FindingList{{FindingCode::ScteControlWordTwice, kWarning, 12 + 29 + 5, 7, 0}}));
+}
+
+TEST(Scte104Findings, NameWhatIsWrongInASingleMessage) {
+    const auto findingsOfSingle = [](const Bytes& bytes) {
+        qlx::Findings findings;
+        const auto message = parseSingleOperationMessage(bytes, &findings);
+        EXPECT_TRUE(message);
+        EXPECT_EQ(written(*message), bytes);
+        return listOf(findings);
+    };
+    // Results are for responses: those of general_response and alive_response, not those of alive_request.
+    const auto results = [&](const std::string& opId) {
+        return findingsOfSingle(fromHex(opId + "000d 0064 0001 00 02 03 1234"));
+    };
+    EXPECT_EQ(results("0000"), FindingList{});
+    EXPECT_EQ(results("0004"), FindingList{});
+    EXPECT_EQ(results("0011"), FindingList{});
+    EXPECT_EQ(results("0003"), (FindingList{{FindingCode::ScteResultInRequest, kWarning, 4, 100, 0xFFFF},
+                                            {FindingCode::ScteResultInRequest, kWarning, 6, 1, 0xFFFF}}));
+    EXPECT_EQ(findingsOfSingle(singleMessage(0x0009, "0a000001 1f40 01 01 05 0102 01")),
+              (FindingList{{FindingCode::ScteNumberWrong, kWarning, 13 + 7, 1, 0}}));
+    std::string name;
+    for (int index = 0; index < 32; ++index) {
+        name += "41";
+    }
+    EXPECT_EQ(findingsOfSingle(singleMessage(0x000F, "0a000002 1f40" + name + "0005")),
+              (FindingList{{FindingCode::ScteNameUnended, kWarning, 13 + 6, 32, 0}}));
+    // The first service has 6 + 32 + 1 + 4 + 1 + 3 + 2 bytes behind service_count.
+    const std::string ended = name.substr(2) + "00";
+    EXPECT_EQ(findingsOfSingle(singleMessage(0x000B, "02 0a000001 142f" + ended + "01 0005 02 00 01 10 01 20 01 30" +
+                                                         "0a000001 142f" + name + "02 0005 01 01 0006 00 02 00")),
+              (FindingList{{FindingCode::ScteNumberWrong, kWarning, 13 + 1 + 39 + 2, 2, 1},
+                           {FindingCode::ScteNameUnended, kWarning, 13 + 1 + 49 + 6, 32, 0},
+                           {FindingCode::ScteNumberWrong, kWarning, 13 + 1 + 49 + 39 + 7, 2, 1}}));
 }
 
 TEST(Scte104Findings, RemarkAnUnknownOperation) {

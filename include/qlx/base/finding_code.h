@@ -256,7 +256,7 @@ enum class FindingCode : std::uint32_t {
     ScteSubSegmentsUnexpected,        ///< segmentation_type_id, which has no sub-segments.
     ScteTextWrong,                    ///< Character (Unicode) there, characters that are there.
     ScteMakesNoSection,               ///< opID of what SCTE 35 has no section for; its offset counts operations from 0.
-    ScteSupplementAlone,              ///< opID of what adds to another operation, which is not there; the same.
+    ScteSupplementAlone,              ///< The same of what adds to another one, which is not there (read: a byte).
     ScteMomentMissing,                ///< time_type; the moment of the time stamp in the stream is needed.
     ScteRateMissing,                  ///< duration_extension_frames; the frame rate is needed.
     SctePreRollIgnored,               ///< Milliseconds of pre-roll that an immediate splice has no use for.
@@ -278,6 +278,9 @@ enum class FindingCode : std::uint32_t {
     SctePreRollTooShort,    ///< Milliseconds of pre-roll in front of a break, the fewest that there should be.
     ScteExtensionFramesIgnored,  ///< duration_extension_frames of a segment without a duration.
     ScteEntryFlagIgnored,        ///< not_an_entry_flag, for which SCTE 35 has no field.
+    ScteControlWordTwice,        ///< CW_index that an operation of the message has already; its offset is a byte.
+    ScteResultInRequest,         ///< result or result_extension there, FFFFh.
+    ScteNameUnended,             ///< Bytes of a name, none of which is the 0 that ends it.
 
     // video (ITU-T H.264, ITU-T H.265, ISO/IEC 13818-2); the offset is a byte of the unit, picture or stream
     VideoUnitTooShort = 0x8'0001,  ///< Bytes needed, bytes there.

@@ -1,5 +1,5 @@
-// The messages of ANSI/SCTE 104 (2023; what the 2019 edition has is the same): read from what is seen in the field,
-// written as the standard says.
+// The messages of ANSI/SCTE 104 2023: read from what is seen in the field, written as the standard says. Clauses and
+// tables are those of that edition.
 //
 //     qlx::Findings findings;
 //     const auto message = qlx::scte::parseMultipleOperationMessage(bytes, &findings);
@@ -31,7 +31,7 @@ namespace qlx::scte {
 inline constexpr std::uint16_t kMultipleOperationMark = 0xFFFF;  ///< What a multiple_operation_message begins with.
 inline constexpr std::size_t kGreatestMessageBytes = 65535;      ///< messageSize has 16 bits.
 inline constexpr std::size_t kGreatestOperations = 255;          ///< num_ops has 8 bits.
-inline constexpr std::uint16_t kNoResult = 0xFFFF;               ///< result of what is no response.
+inline constexpr std::uint16_t kNoResult = 0xFFFF;               ///< result and result_extension of a request.
 
 /// A time stamp of time_type 1: a moment.
 struct UtcTimeStamp {
@@ -70,7 +70,7 @@ struct UnknownTimeType {
     friend bool operator==(const UnknownTimeType&, const UnknownTimeType&) = default;
 };
 
-/// When a message is to be carried out. std::monostate, time_type 0: at once.
+/// When a message is to be carried out (ANSI/SCTE 104, 12.5). std::monostate, time_type 0: at once.
 using TimeStamp = std::variant<std::monostate, UtcTimeStamp, VitcTimeStamp, GpiTimeStamp, UnknownTimeType>;
 
 /// What an operation of a multiple_operation_message says.
@@ -182,7 +182,9 @@ private:
 
 /// Reads a multiple_operation_message, from its first byte FFh on. Fails with ScteMessageMarkWrong or ScteMessageCut
 /// when it is none, or ends in its header. What is wrong otherwise is given to `findings`, with its byte offset, and
-/// is kept: what is read is written as the same bytes by writeMessage().
+/// is kept: what is read is written as the same bytes by writeMessage(). That is sizes, numbers that are not defined, and
+/// operations that may not stand where they do: one that adds to another without a normal one in front of it
+/// (ScteSupplementAlone), and a second one for the same control word (ScteControlWordTwice).
 [[nodiscard]] QLX_EXPORT Result<MultipleOperationMessage> parseMultipleOperationMessage(
     std::span<const std::uint8_t> bytes, FindingSink* findings = nullptr);
 

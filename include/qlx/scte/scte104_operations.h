@@ -78,7 +78,7 @@ struct SpliceRequest {
     std::uint8_t availNum = 0;                   ///< avail_num
     std::uint8_t availsExpected = 0;             ///< avails_expected
     std::uint8_t autoReturn = 0;                 ///< auto_return_flag; starts with a duration only.
-    std::optional<std::uint8_t> notAnEntryFlag;  ///< not_an_entry_flag, which editions before 2022 do not have.
+    std::optional<std::uint8_t> notAnEntryFlag;  ///< not_an_entry_flag, which may be absent.
 
     /// Whether all fields are equal.
     friend bool operator==(const SpliceRequest&, const SpliceRequest&) = default;
@@ -146,7 +146,8 @@ struct ComponentModeRequest {
     friend bool operator==(const ComponentModeRequest&, const ComponentModeRequest&) = default;
 };
 
-/// encrypted_DPI_request_data (ANSI/SCTE 104, table 9-8).
+/// encrypted_DPI_request_data (ANSI/SCTE 104, table 9-8). Stands behind the operation that it is for, but in front of a
+/// schedule (9.7.1).
 struct EncryptedDpiRequest {
     /// opID
     static constexpr std::uint16_t kOpId = 0x0107;
@@ -216,20 +217,21 @@ struct InsertSegmentationDescriptorRequest {
     /// opID
     static constexpr std::uint16_t kOpId = 0x010B;
 
-    std::uint32_t eventId = 0;                     ///< segmentation_event_id
-    std::uint8_t cancel = 0;                       ///< segmentation_event_cancel_indicator
-    std::uint16_t durationSeconds = 0;             ///< duration; 0 for none.
-    std::uint8_t upidType = 0;                     ///< segmentation_upid_type
-    std::vector<std::uint8_t> upid;                ///< segmentation_upid, at most 255 bytes.
-    std::uint8_t typeId = 0;                       ///< segmentation_type_id
-    std::uint8_t segmentNum = 0;                   ///< segment_num
-    std::uint8_t segmentsExpected = 0;             ///< segments_expected
-    std::uint8_t durationExtensionFrames = 0;      ///< duration_extension_frames
-    std::uint8_t deliveryNotRestricted = 0;        ///< delivery_not_restricted_flag
-    std::uint8_t webDeliveryAllowed = 0;           ///< web_delivery_allowed_flag
-    std::uint8_t noRegionalBlackout = 0;           ///< no_regional_blackout_flag
-    std::uint8_t archiveAllowed = 0;               ///< archive_allowed_flag
-    std::uint8_t deviceRestrictions = 0;           ///< device_restrictions, 0 to 3.
+    std::uint32_t eventId = 0;          ///< segmentation_event_id
+    std::uint8_t cancel = 0;            ///< segmentation_event_cancel_indicator
+    std::uint16_t durationSeconds = 0;  ///< duration; 0 for none.
+    std::uint8_t upidType = 0;          ///< segmentation_upid_type
+    std::vector<std::uint8_t> upid;     ///< segmentation_upid, at most 255 bytes.
+    std::uint8_t typeId = 0;            ///< segmentation_type_id
+    std::uint8_t segmentNum = 0;        ///< segment_num
+    std::uint8_t segmentsExpected = 0;  ///< segments_expected
+    std::uint8_t durationExtensionFrames =
+        0;                                   ///< duration_extension_frames, below the frame rate; only with a duration.
+    std::uint8_t deliveryNotRestricted = 0;  ///< delivery_not_restricted_flag
+    std::uint8_t webDeliveryAllowed = 0;     ///< web_delivery_allowed_flag
+    std::uint8_t noRegionalBlackout = 0;     ///< no_regional_blackout_flag
+    std::uint8_t archiveAllowed = 0;         ///< archive_allowed_flag
+    std::uint8_t deviceRestrictions = 0;     ///< device_restrictions, 0 to 3.
     std::optional<SubSegmentRequest> subSegments;  ///< May be absent: the operation's length tells.
 
     /// Whether all fields are equal.
@@ -319,7 +321,7 @@ struct InsertTimeDescriptorRequest {
     friend bool operator==(const InsertTimeDescriptorRequest&, const InsertTimeDescriptorRequest&) = default;
 };
 
-/// insert_audio_descriptor (ANSI/SCTE 104, 9.8.11). Its data are kept as they are.
+/// insert_audio_descriptor (ANSI/SCTE 104, 9.8.11). Its fields are not read: the data are kept as they are.
 struct InsertAudioDescriptorRequest {
     /// opID
     static constexpr std::uint16_t kOpId = 0x0111;

@@ -18,10 +18,10 @@
 
 namespace qlx::scte {
 
-/// A string of a fixed size, closed by 0. What stands behind the 0 has no meaning and is kept.
+/// A string of a fixed size, closed by 0 (ANSI/SCTE 104, 8.4). What stands behind the 0 has no meaning and is kept.
 using SystemName = std::array<std::uint8_t, 32>;
 
-/// time of an alive message.
+/// time of an alive message (ANSI/SCTE 104, 12.4).
 struct SystemTime {
     std::uint32_t seconds = 0;       ///< Seconds since 6 January 1980.
     std::uint32_t microseconds = 0;  ///< Microseconds.
@@ -90,7 +90,7 @@ struct InjectResponse {
     friend bool operator==(const InjectResponse&, const InjectResponse&) = default;
 };
 
-/// inject_complete_response_data (ANSI/SCTE 104, table 9-16).
+/// injectcomplete_response_data (ANSI/SCTE 104, table 9-16).
 struct InjectCompleteResponse {
     /// opID
     static constexpr std::uint16_t kOpId = 0x0008;

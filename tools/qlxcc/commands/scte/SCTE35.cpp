@@ -177,6 +177,10 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
         throw failureIn(packet.place, message.error().text());
     }
     for (const Finding& finding : findings) {
+        if (finding.code == FindingCode::ScteSupplementAlone) {
+            // The conversion says it.
+            continue;
+        }
         printNote("warning: " + packet.place + ": byte " + std::to_string(finding.offset + 1) + ": " + finding.text());
     }
     checkTaken(*message, options);
