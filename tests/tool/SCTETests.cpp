@@ -185,8 +185,10 @@ TEST(SCTE104Build, BuildsAgainWhatParseHasPrinted) {
     for (const Arguments& arguments :
          std::vector<Arguments>{kSpliceArguments, kSegmentationArguments, {"splice-null"}, several}) {
         const std::string message = outputOf(build(arguments));
-        const std::string json = outputOf({"scte104", "parse", "-", "--json"}, message);
-        EXPECT_EQ(outputOf(build({"--json-file", "-"}), json), message);
+        // A segmentation alone has nothing to add to, and that is said.
+        const ToolResult parsed = runTool({"scte104", "parse", "-", "--json"}, {.input = message});
+        EXPECT_EQ(parsed.exitCode, 0);
+        EXPECT_EQ(outputOf(build({"--json-file", "-"}), parsed.out), message);
     }
 }
 
@@ -322,16 +324,21 @@ TEST(SCTE104Parse, ShowsTimeStamps) {
 }
 
 TEST(SCTE104Parse, ShowsTheDataOfOperationsWithoutFields) {
-    EXPECT_EQ(outputOf({"scte104", "parse",
-                        "08ffff00000000010000000003"
-                        "01030002aabb"
-                        "0200000"
-                        "0"
-                        "010c0001ff"}),
-              "message 1, AS index 0, DPI PID 0, 3 operations, 28 bytes\n"
-              "  StartScheduleDownloadRequestData: data aabb\n"
-              "  unknown (0x0200)\n"
-              "  ProprietaryCommandRequestData: data ff\n");
+    const ToolResult result = runTool({"scte104", "parse",
+                                       "08ffff00000000010000000003"
+                                       "01030002aabb"
+                                       "0200000"
+                                       "0"
+                                       "010c0001ff"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: the message: byte 3: messageSize 0 in a message of 27 bytes\n"
+                          "qlxcc: warning: the message: byte 17: 2 bytes are too few for operation 103\n"
+                          "qlxcc: warning: the message: byte 23: unknown operation 200 of 0 bytes\n"
+                          "qlxcc: warning: the message: byte 27: 1 bytes are too few for operation 10c\n");
+    EXPECT_EQ(result.out, "message 1, AS index 0, DPI PID 0, 3 operations, 28 bytes\n"
+                          "  StartScheduleDownloadRequestData: data aabb\n"
+                          "  unknown (0x0200)\n"
+                          "  ProprietaryCommandRequestData: data ff\n");
 }
 
 TEST(SCTE104Parse, ReadsFilesOfEveryFormat) {
@@ -396,7 +403,8 @@ TEST(SCTE104Parse, ShowsWhatStandsBeforeABrokenPlace) {
     const ToolResult result = runTool({"scte104", "parse", "08ffff001000000100000000020102000001"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.out, "message 1, AS index 0, DPI PID 0, 2 operations, 18 bytes\n  SpliceNullRequestData\n");
-    EXPECT_EQ(result.err, "qlxcc: the message: byte 17: operation 2 of 2 is missing: the message ends here\n");
+    EXPECT_EQ(result.err, "qlxcc: the message: byte 17: operation 2 of 2 is missing: the message ends here\n"
+                          "qlxcc: warning: the message: byte 3: messageSize 16 in a message of 17 bytes\n");
 }
 
 TEST(SCTE104Parse, SaysWhatAFileLacks) {
@@ -493,6 +501,21 @@ TEST(SCTEUsage, HelpShowsAnExampleOfEachCommand) {
             EXPECT_LE(line.size(), 120U) << line;
         }
     }
+}
+
+TEST(SCTE104Parse, WarnsOfWhatIsWrongInAMessageThatItShows) {
+    // A tier of 13 bits that stands alone in a message of 18 bytes, all a byte later for the payload descriptor.
+    const ToolResult result = runTool({"scte104", "parse", "08ffff000b00020312340000 01010f00021fff"}, {});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, "message 3, AS index 2, DPI PID 4660, 1 operation, 19 bytes\n  InsertTierData: data 1fff\n");
+    EXPECT_EQ(result.err,
+              "qlxcc: warning: the message: byte 3: messageSize 11 in a message of 18 bytes\n"
+              "qlxcc: warning: the message: byte 13: operation 10f adds to another one, which is not there\n"
+              "qlxcc: warning: the message: byte 17: number 8191 is not defined, the greatest is 4095\n");
+    // A request with a result: no descriptor stands in front of it.
+    const ToolResult single = runTool({"scte104", "parse", "0001000d0064ffff000203 1234"}, {});
+    EXPECT_EQ(single.exitCode, 0);
+    EXPECT_EQ(single.err, "qlxcc: warning: the message: byte 4: result 100 in a request, should be 65535\n");
 }
 
 }  // namespace

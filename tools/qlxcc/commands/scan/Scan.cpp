@@ -155,7 +155,7 @@ int scan(const ScanOptions& options) {
         writer ? nullptr : std::make_unique<Listing>(options, source, splices.get(), output);
     FrameWriter& to = listing ? listing->frames() : *writer;
     std::optional<TransportPackets> packets;
-    if (writer && !options.listsContents && *sourceOptions.kind == InputKind::TransportStream) {
+    if (!listing && !options.listsContents && *sourceOptions.kind == InputKind::TransportStream) {
         packets.emplace(leftOut, [&to](const Frame& frame) { to.write(frame); });
     }
     const auto withTeletext = std::make_shared<std::uint64_t>(0);

@@ -10,6 +10,9 @@
 #include "streams/SCTEJson.h"
 #include "streams/SplicePoints.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -19,6 +22,9 @@
 namespace qlx::tool {
 
 namespace {
+
+/// The payload descriptor stands in front of a message that is for packets.
+constexpr std::size_t kDescriptorBytes = 1;
 
 /// A line for the message and an indented one for each operation.
 std::string inWords(const Scte104Packet& packet, const Scte104Message& message) {
@@ -41,11 +47,11 @@ std::string asJson(const Scte104Packet& packet, const scte::Message& message) {
 }
 
 /// A message that stands alone, without a payload descriptor, and is of a single operation: its opID begins with 0.
-std::optional<scte::SingleOperationMessage> singleMessage(const Scte104Packet& packet) {
+std::optional<scte::SingleOperationMessage> singleMessage(const Scte104Packet& packet, Findings& findings) {
     if (packet.frame || packet.data.empty() || packet.data[0] != 0) {
         return std::nullopt;
     }
-    auto message = scte::parseSingleOperationMessage(packet.data);
+    auto message = scte::parseSingleOperationMessage(packet.data, &findings);
     return message ? std::optional(*std::move(message)) : std::nullopt;
 }
 
@@ -53,6 +59,19 @@ std::string inWords(const Scte104Packet& packet, const scte::SingleOperationMess
     return "message " + std::to_string(message.messageNumber) + ", AS index " + std::to_string(message.asIndex) +
            ", DPI PID " + std::to_string(message.dpiPidIndex) + ", result " + std::to_string(message.result) + ", " +
            counted(packet.data.size(), "byte") + "\n  opID " + std::to_string(message.opId()) + " (system)\n";
+}
+
+/// Whether it is among the problems of readScte104(), in other words.
+bool isAmong(const std::vector<Scte104Problem>& problems, const Finding& finding) {
+    constexpr std::size_t kOperationHeaderBytes = 4;
+    const bool isOfData = finding.code == FindingCode::ScteOperationTooShort;
+    if (!isOfData && finding.code != FindingCode::ScteOperationCut &&
+        finding.code != FindingCode::ScteOperationsMissing && finding.code != FindingCode::ScteBytesBehindMessage) {
+        return false;
+    }
+    const std::size_t place = finding.offset + kDescriptorBytes - (isOfData ? kOperationHeaderBytes : 0);
+    return std::any_of(problems.begin(), problems.end(),
+                       [place](const Scte104Problem& problem) { return problem.offset == place; });
 }
 
 /// What follows from the messages of a file together.
@@ -75,21 +94,33 @@ int parseScte104(const Scte104ParseOptions& options) {
     std::uint64_t problems = 0;
     SplicePoints points;
     LimitedMessages messagesSaid;
-    const auto sayKind = [&](const std::string& kind, const std::string& problem) {
-        ++problems;
+    const auto sayInOrder = [&](const std::string& kind, const std::string& text) {
         if (output.isStandardOutput()) {
             // Both are in their order where they go to one place.
             output.flush();
         }
-        messagesSaid.say(kind, problem);
+        messagesSaid.say(kind, text);
+    };
+    const auto sayKind = [&](const std::string& kind, const std::string& problem) {
+        ++problems;
+        sayInOrder(kind, problem);
     };
     const auto say = [&](const FrameProblem& problem) {
         sayKind(std::to_string(static_cast<std::uint32_t>(problem.kind)), problem.text);
     };
+    const auto warn = [&](const Scte104Packet& packet, const Finding& finding, std::size_t inFront) {
+        sayInOrder(std::to_string(static_cast<std::uint32_t>(finding.code)),
+                   "warning: " + packet.place + ": byte " + std::to_string(finding.offset + inFront) + ": " +
+                       finding.text());
+    };
     const auto take = [&](const Scte104Packet& packet) {
         ++messages;
-        if (const auto single = singleMessage(packet)) {
+        Findings findings;
+        if (const auto single = singleMessage(packet, findings)) {
             output.write(options.asJson ? asJson(packet, *single) : inWords(packet, *single));
+            for (const Finding& finding : findings) {
+                warn(packet, finding, 0);
+            }
             return;
         }
         const Scte104Message message = readScte104(packet.data);
@@ -101,13 +132,19 @@ int parseScte104(const Scte104ParseOptions& options) {
             note(*message.refusal);
             return;
         }
-        const auto whole = scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(packet.data).subspan(1));
+        const auto whole =
+            scte::parseMultipleOperationMessage(std::span<const std::uint8_t>(packet.data).subspan(1), &findings);
         output.write(options.asJson && whole ? asJson(packet, *whole) : inWords(packet, message));
         if (whole) {
             points.take(packet.frame ? placeOf(*packet.frame, packet.line) : "the message", *whole);
         }
         for (const Scte104Problem& problem : message.problems) {
             note(problem);
+        }
+        for (const Finding& finding : findings) {
+            if (!isAmong(message.problems, finding)) {
+                warn(packet, finding, kDescriptorBytes);
+            }
         }
     };
     try {
