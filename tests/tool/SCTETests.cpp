@@ -377,7 +377,9 @@ TEST_P(BrokenMessage, GivesOneMessageWithItsByte) {
          std::vector<Arguments>{{"scte104", "parse", GetParam().first}, {"scte35", GetParam().first, "--pts", "0"}}) {
         const ToolResult result = runTool(arguments);
         EXPECT_EQ(result.exitCode, 1);
-        EXPECT_EQ(result.err, "qlxcc: the message: " + GetParam().second + "\n");
+        // What ends early is not as long as it says: that may be told behind it.
+        const std::size_t size = result.err.find("qlxcc: warning: the message: byte 3: messageSize ");
+        EXPECT_EQ(result.err.substr(0, size), "qlxcc: the message: " + GetParam().second + "\n");
     }
 }
 
