@@ -20,7 +20,7 @@ constexpr std::array<std::string_view, 5> kDiskFormats{"STL25.01", "STL30.01", "
 constexpr std::array<std::string_view, 6> kTables{"00", "01", "02", "03", "04", "99"};
 
 /// The rows of a cue that have text, without the white space around it, where a file has codes. A file has one form of a
-/// letter with an accent, which is read as one character, and a space for each tab.
+/// letter with an accent, which is read as one character, and a space for each character of white space.
 std::vector<std::string> textOf(const Cue& cue) {
     constexpr std::string_view kWhiteSpace = " \t\r\n";
     constexpr std::string_view kDecomposed = "e\xCC\x81";
@@ -30,7 +30,8 @@ std::vector<std::string> textOf(const Cue& cue) {
         for (std::size_t place = 0; (place = text.find(kDecomposed)) != std::string::npos;) {
             text.replace(place, kDecomposed.size(), "\xC3\xA9");
         }
-        std::replace(text.begin(), text.end(), '\t', ' ');
+        std::replace_if(
+            text.begin(), text.end(), [=](char one) { return kWhiteSpace.find(one) != std::string_view::npos; }, ' ');
         const std::size_t begin = text.find_first_not_of(kWhiteSpace);
         if (begin != std::string::npos) {
             rows.push_back(text.substr(begin, text.find_last_not_of(kWhiteSpace) + 1 - begin));
