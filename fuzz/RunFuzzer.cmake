@@ -27,7 +27,7 @@ file(COPY ${seeds} DESTINATION "${WORK}/corpus")
 # A single input may take seconds at most, and no allocation more than 256 MiB. What fails is left behind in the working
 # folder.
 execute_process(
-    COMMAND "${FUZZER}" -runs=${RUNS} -seed=1 -timeout=10 -malloc_limit_mb=256 -verbosity=0 ${dictionary} "-artifact_prefix=${WORK}/" "${WORK}/corpus"
+    COMMAND "${FUZZER}" -runs=${RUNS} -seed=1 -timeout=10 -malloc_limit_mb=256 -verbosity=0 -print_funcs=0 ${dictionary} "-artifact_prefix=${WORK}/" "${WORK}/corpus"
     RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "The fuzz target failed (${result}); the input that did it is in ${WORK}")
