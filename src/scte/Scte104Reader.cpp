@@ -372,7 +372,9 @@ Result<MultipleOperationMessage> parseMultipleOperationMessage(std::span<const s
                    bytes.size());
     }
     detail::checkHeader(*view, report);
-    detail::checkOrder(*view, report);
+    if (findings != nullptr) {
+        detail::checkOrder(*view, report);
+    }
     detail::readOperations(message, *view, report);
     if (message.operations.size() != view->statedCount) {
         message.statedCount = view->statedCount;
