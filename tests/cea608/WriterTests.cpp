@@ -232,8 +232,9 @@ TEST(Captions, SendOnlyTheLastOfEqualCodesOnce) {
 }
 
 TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
-    // The EDM at 29 leaves a pair in front of it unused. That of the other channel, in front of what is painted there, comes
-    // as a surprise and makes the caption late: one letter fills the pairs in front of it, one is sent once for the unused pair, and the last one twice.
+    // The EDM at 29 leaves a pair in front of it unused. That of the other channel, in front of what is painted there,
+    // comes as a surprise and makes the caption late: one letter fills the pairs in front of it, one is sent once for
+    // the unused pair, and the last one twice.
     Writer writer(FrameRate::Fps24);
     qlx::Findings findings;
     EXPECT_TRUE(writer.add(captionOf(20, 29, U"Hi"), &findings));

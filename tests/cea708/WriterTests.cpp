@@ -227,8 +227,8 @@ TEST(PaintOnServices, AreWrittenIntoAWindowThatIsShown) {
 }
 
 TEST(PaintOnServices, SayWhenTheirTextIsCompleteTooLate) {
-    // Nine triplets a frame, less the headers of packet and block: 16 bytes. The definition, the colours and 5 letters, 16 letters;
-    // what is more comes in frame 12, in which the caption ends. The mark behind the text may.
+    // Nine triplets a frame, less the headers of packet and block: 16 bytes. The definition, the colours and 5 letters,
+    // 16 letters; what is more comes in frame 12, in which the caption ends. The mark behind the text may.
     const auto findingsOf = [](std::size_t letters, std::uint64_t end) {
         return packetsOf({serviceCaption(10, end, std::u32string(letters, U'x'), 1, PaintOn)}, FrameRate::Fps5994)
             .findings;

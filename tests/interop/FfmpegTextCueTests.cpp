@@ -1,8 +1,8 @@
-// SubRip, WebVTT and SubStation Alpha files as written here, read by demuxers that are not from here: FFmpeg's. And files with what
-// receivers take (both marks of fractions, missing numbers, CR and CRLF), read by both.
+// SubRip, WebVTT and SubStation Alpha files as written here, read by demuxers that are not from here: FFmpeg's. And
+// files with what receivers take (both marks of fractions, missing numbers, CR and CRLF), read by both.
 //
-// Judged are times to the millisecond and the rows of text with their markup. That demuxer takes neither times without a
-// fraction nor an empty row's space apart: these are not asked for.
+// Judged are times to the millisecond and the rows of text with their markup. That demuxer takes neither times without
+// a fraction nor an empty row's space apart: these are not asked for.
 #include <gtest/gtest.h>
 
 #ifdef QLX_HAVE_FFMPEG

@@ -1,4 +1,5 @@
-// The order of presentation of hand-made H.264 pictures, whose counts begin anew in mid-sequence, as FFmpeg's decoder gives it.
+// The order of presentation of hand-made H.264 pictures, whose counts begin anew in mid-sequence, as FFmpeg's decoder
+// gives it.
 #include "ExactBuffer.h"
 #include "ToolRunner.h"
 

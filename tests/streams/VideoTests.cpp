@@ -96,8 +96,8 @@ TEST(VideoCaptions, SayWhatIsWrongWithThem) {
     EXPECT_EQ(findings[0], (qlx::Finding{FindingCode::StreamCaptionsUnused, qlx::Severity::Remark, 103, 1, 0}));
 }
 
-// An SEI unit with nal_ref_idc is read as any other, and pairs of SCTE 20 from another line as those of line 21; each is told
-// once a stream.
+// An SEI unit with nal_ref_idc is read as any other, and pairs of SCTE 20 from another line as those of line 21; each
+// is told once a stream.
 TEST(VideoCaptions, TellOnceWhatIsUsual) {
     qlx::streams::PictureCaptions captions;
     qlx::Findings findings;

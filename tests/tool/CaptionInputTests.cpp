@@ -104,7 +104,8 @@ TEST(CaptionInput, OfAnotherFileIsNoVideo) {
     EXPECT_EQ(runTool({"extract", file, "--codec", "mpeg2"}).exitCode, 0);
 }
 
-// Parameter sets of a stream of H.265 (64 x 64; ITU-T H.265, 7.3.2.2.1), and a slice with captions in a message in front of it and in one behind it.
+// Parameter sets of a stream of H.265 (64 x 64; ITU-T H.265, 7.3.2.2.1), and a slice with captions in a message in
+// front of it and in one behind it.
 TEST(CaptionInput, MayBeInH265) {
     const TemporaryFolder folder;
     const std::string captions("\xB5\0\x31GA94\3\xC1\xFF\xFC\x94\x2C\xFF", 14);
@@ -122,8 +123,8 @@ TEST(CaptionInput, MayBeInH265) {
     EXPECT_NE(runTool({"scan", file}).out.find("fc942cfc942c"), std::string::npos);
 }
 
-// I0 P8 b4 of H.264, each with a pair in front of it: brought to another rate they come in the order of presentation, as
-// they do from the frames that scan writes. An SEI unit with nal_ref_idc is read as any other.
+// I0 P8 b4 of H.264, each with a pair in front of it: brought to another rate they come in the order of presentation,
+// as they do from the frames that scan writes. An SEI unit with nal_ref_idc is read as any other.
 TEST(CaptionInput, ChangesItsRateInTheOrderOfPresentation) {
     const auto message = [](const std::string& pair) {
         return qlxtest::fromHex("000001 66 04 0e b50031 47413934 03 c1 ff fc" + pair + " ff 80 000001");

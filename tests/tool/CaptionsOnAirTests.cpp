@@ -138,8 +138,9 @@ TEST(CaptionsOnAir, AreTheSamePacketsInEveryForm) {
 }
 
 TEST(CaptionsOnAir, AreListedWithTheirTimes) {
-    // EOC of the first cue in frames 50 and 51; it stays, for its own end is behind that. Nine pairs of the second cue in
-    // 52 to 60, EOC in 61 and 62. The last two begin in one frame and are one caption: fourteen pairs up to 76, EOC in 77.
+    // EOC of the first cue in frames 50 and 51; it stays, for its own end is behind that. Nine pairs of the second cue
+    // in 52 to 60, EOC in 61 and 62. The last two begin in one frame and are one caption: fourteen pairs up to 76, EOC
+    // in 77.
     const std::string text = srt({{"00:00:02,000", "00:00:02,500", "Hi"},
                                   {"00:00:02,100", "00:00:04,000", "A"},
                                   {"00:00:03,000", "00:00:04,500", "B"},
@@ -169,8 +170,8 @@ TEST(CaptionsOnAir, AreListedWithTheirTimes) {
 
 TEST(CaptionsOnAir, BeginWithTheFirstFrameThatIsPlayed) {
     const std::string text = srt({{"00:00:01,000", "00:00:09,000", "Hi"}, {"00:00:06,000", "00:00:09,000", "A"}});
-    // At 59.94 frame 300 is the first one at 5 s or later; the cue that is on air then is loaded from there on, 9 pairs in
-    // every second frame, and shown behind them, in frame 318. The next one is loaded behind both of its EOC.
+    // At 59.94 frame 300 is the first one at 5 s or later; the cue that is on air then is loaded from there on, 9 pairs
+    // in every second frame, and shown behind them, in frame 318. The next one is loaded behind both of its EOC.
     const Texts lines = linesOf(played(text, "59.94", {"--from", "5"}).out);
     EXPECT_EQ(lines.at(3), "     1  00:00:05,005  00:00:05,005  00:00:05,305       318    18  Hi");
     EXPECT_EQ(lines.at(4), "     2  00:00:05,372  00:00:06,006  00:00:06,006       360     0  A");
@@ -179,8 +180,9 @@ TEST(CaptionsOnAir, BeginWithTheFirstFrameThatIsPlayed) {
               "fd8080");
 }
 
-// What is shown of cues that overlap is what a player shows that has played the frames in front as well: at 10.5 s nothing, as
-// the second cue has cut the first one and is over; at 22 s both cues of one start, as long as the longer one.
+// What is shown of cues that overlap is what a player shows that has played the frames in front as well: at 10.5 s
+// nothing, as the second cue has cut the first one and is over; at 22 s both cues of one start, as long as the longer
+// one.
 TEST(CaptionsOnAir, BeginAmongOverlappingCuesAsIfAllHadBeenPlayed) {
     const std::string text = srt({{"00:00:01,000", "00:00:19,000", "whole"},
                                   {"00:00:05,000", "00:00:10,000", "short"},
@@ -332,8 +334,8 @@ std::vector<Shown> screensOf(const std::string& json) {
 
 class DemoCaptions : public ::testing::TestWithParam<RateTerms> {};
 
-// All of them, each from the first slot of its field at or after its start on: in the first frame at its start or later, above
-// 30 frames/s at most one later.
+// All of them, each from the first slot of its field at or after its start on: in the first frame at its start or
+// later, above 30 frames/s at most one later.
 TEST_P(DemoCaptions, AreOnAirAsWrittenAndOnTime) {
     const RateTerms& rate = GetParam();
     const TemporaryFolder folder;

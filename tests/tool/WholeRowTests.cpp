@@ -182,7 +182,8 @@ TEST(WholeRows, OfEightBitsAreSearchedInBothChannels) {
     EXPECT_EQ(whole.exitCode, 0);
     EXPECT_EQ(whole.out, list);
     EXPECT_EQ(whole.err, "");
-    // A writer of eight bits leaves the checksum's place blank: a remark. Chroma word 7 is byte 14, luma word 9 byte 19.
+    // A writer of eight bits leaves the checksum's place blank: a remark. Chroma word 7 is byte 14, luma word 9 byte
+    // 19.
     bytes[14] = 0x80;
     bytes[19] = 0x10;
     const std::string file = folder.write("a.2vuy", bytes);
@@ -301,7 +302,8 @@ TEST(WholeRows, AreReadByEveryCommandThatReadsElements) {
     const ToolResult shown =
         runTool({"show", file, "--all", "--lines", "9", "--rate", "25", "--width", "768", "--near-start"});
     EXPECT_EQ(shown.out, "teletext page 888: never anything on air\ncaptions CC1: never anything on air\n");
-    // Rows become elements of twice the rate: two caption packets, AFD twice, one SCTE-104; --near-start finds nothing to put into them.
+    // Rows become elements of twice the rate: two caption packets, AFD twice, one SCTE-104; --near-start finds nothing
+    // to put into them.
     const auto rate = [&](const std::vector<std::string>& more) {
         std::vector<std::string> arguments{"rate",  file,      "--from", "29.97", "--to",
                                            "59.94", "--lines", "9",      "-o",    folder.path("b.klv")};

@@ -67,7 +67,8 @@ struct EncodeOptions {
     bool usesWideCharacters = false;              ///< What G0 to G3 do not have is sent behind P16.
     std::uint8_t window = 0;                      ///< The window that it is written into.
     std::uint64_t findingsOffset = 0;             ///< What findings have as their offset.
-    /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are UTF-16.
+    /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are
+    /// UTF-16.
     std::function<std::optional<std::uint16_t>(char32_t character)> wideCode{};
     /// The window of the lower rows, where they have one of their own; where it is `window`, all rows are in that one.
     std::uint8_t lowerWindow = 3;
@@ -79,12 +80,13 @@ inline constexpr std::size_t kRowsBetweenWindows = 3;
 /// Appends the commands that write a caption: the definition of its window, hidden for pop-on captions, then its text,
 /// and ETX. Those that show, hide or delete windows are not among them: they have times.
 ///
-/// The window of a pop-on or paint-on caption is as large as its text, that of a roll-up one has all columns, and begins
-/// with CR for each row of text. Rows far from one another (kRowsBetweenWindows) are two such windows, so that neither covers
-/// the picture between them, and each stays where it is when a receiver uses another font size: one in the upper half of
-/// the screen is held at its top, one in the lower half at its bottom, each at the side of the caption's anchor. They are
-/// parted at the widest gap, the lowest of equal ones. Where no text is the picture shows. A row that does not fit is moved to the left, and cut
-/// where it has more columns than the screen; rows that do not stand one below the other are moved.
+/// The window of a pop-on or paint-on caption is as large as its text, that of a roll-up one has all columns, and
+/// begins with CR for each row of text. Rows far from one another (kRowsBetweenWindows) are two such windows, so that
+/// neither covers the picture between them, and each stays where it is when a receiver uses another font size: one in
+/// the upper half of the screen is held at its top, one in the lower half at its bottom, each at the side of the
+/// caption's anchor. They are parted at the widest gap, the lowest of equal ones. Where no text is the picture shows. A
+/// row that does not fit is moved to the left, and cut where it has more columns than the screen; rows that do not
+/// stand one below the other are moved.
 /// @param bytes Where they are appended; nothing is when no cell is visible.
 /// @param findings What is not shown as it was asked for; may be null.
 /// @return The windows that it has: bit n for window n; 0 when nothing is appended.

@@ -48,8 +48,8 @@ struct WindowPlace {
 [[nodiscard]] QLX_EXPORT WindowPlace placeOf(const DefineWindow& definition, AspectRatio ratio,
                                              FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
-/// A window, as the commands change it. A default-made one is not defined, and takes nothing. Its room is allocated when it is
-/// defined, and kept.
+/// A window, as the commands change it. A default-made one is not defined, and takes nothing. Its room is allocated
+/// when it is defined, and kept.
 ///
 /// Rows and columns are places of the window, whatever the direction of printing. A character stands at the pen, which
 /// then goes on in that direction.
@@ -75,15 +75,15 @@ public:
     [[nodiscard]] std::size_t rows() const noexcept { return _isDefined ? _definition.rows : 0; }
     /// Columns of the window; the same.
     [[nodiscard]] std::size_t columns() const noexcept { return _isDefined ? _definition.columns : 0; }
-    /// A row as it was written, justified to the left; `index` counts from 0 and is below rows(). Where there is no text
-    /// a cell is not visible.
+    /// A row as it was written, justified to the left; `index` counts from 0 and is below rows(). Where there is no
+    /// text a cell is not visible.
     [[nodiscard]] std::span<const screen::Cell> row(std::size_t index) const noexcept {
         return std::span(_cells).subspan(index * columns(), columns());
     }
 
-    /// DFx. A window that is there already keeps its text, its pen and its attributes, unless a style is named; one that
-    /// is new has the styles 1 where none is named. The size is made to fit the screen. The same definition once more,
-    /// as it is sent for receivers that come later, changes nothing but the visibility.
+    /// DFx. A window that is there already keeps its text, its pen and its attributes, unless a style is named; one
+    /// that is new has the styles 1 where none is named. The size is made to fit the screen. The same definition once
+    /// more, as it is sent for receivers that come later, changes nothing but the visibility.
     QLX_EXPORT void define(const DefineWindow& definition, AspectRatio ratio, FindingSink* findings = nullptr,
                            std::uint64_t offset = 0);
     /// DLW
@@ -96,8 +96,8 @@ public:
     QLX_EXPORT void setPen(const Pen& pen) noexcept;
     /// SPL. A place outside of the window is the last one in it, with a finding.
     QLX_EXPORT void setPenLocation(PenLocation location, FindingSink* findings = nullptr, std::uint64_t offset = 0);
-    /// A character. Where the row has no place left it goes to the next row with its word, if the window wraps words, or
-    /// is left out with a finding.
+    /// A character. Where the row has no place left it goes to the next row with its word, if the window wraps words,
+    /// or is left out with a finding.
     QLX_EXPORT void put(char32_t character, FindingSink* findings = nullptr, std::uint64_t offset = 0);
     /// CLW: takes the text away; the pen stays.
     QLX_EXPORT void erase() noexcept;
@@ -109,8 +109,8 @@ public:
     QLX_EXPORT void horizontalCarriageReturn() noexcept;
     /// FF
     QLX_EXPORT void formFeed() noexcept;
-    /// Something has come that ends a row of text: ETX, CR, any command but SPA, SPC, and SPL in the same row. A further
-    /// character in a row of a visible window that is not justified to the left begins that row anew.
+    /// Something has come that ends a row of text: ETX, CR, any command but SPA, SPC, and SPL in the same row. A
+    /// further character in a row of a visible window that is not justified to the left begins that row anew.
     void completeRow() noexcept {
         if (_row >= 0 && _row < static_cast<int>(kRows)) {
             _completeRows = static_cast<std::uint16_t>(_completeRows | 1U << static_cast<unsigned>(_row));

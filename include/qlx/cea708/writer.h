@@ -33,10 +33,11 @@ class FrameBlocks;
 struct ServiceWriterOptions {
     AspectRatio aspectRatio = AspectRatio::Wide;  ///< Of the picture: it says how many columns there are.
     bool usesWideCharacters = false;              ///< What G0 to G3 do not have is sent behind P16.
-    std::uint32_t clearAfter =
-        4;  ///< Seconds: rows of a roll-up caption whose next one begins later are erased at its end.
+    /// Seconds: rows of a roll-up caption whose next one begins later are erased at its end.
+    std::uint32_t clearAfter = 4;
     std::uint64_t firstFrame = 0;  ///< The number of the frame that next() gives first.
-    /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are UTF-16.
+    /// With usesWideCharacters: the 16-bit code of a character, none for one without. Where it is empty they are
+    /// UTF-16.
     std::function<std::optional<std::uint16_t>(char32_t character)> wideCode{};
 };
 
@@ -62,12 +63,12 @@ struct CaptionEvent {
 /// Takes captions, those of a service in their order, and gives the DTVCC triplets of frame after frame.
 ///
 /// A frame has at most one packet, which ends with it and is as long as it needs to be: at most as many triplets as the
-/// rate has for DTVCC (qlx::cc::slotsOf). No command is cut at the end of a block. No delays are sent, so that the input
-/// buffer of a service, of 128 bytes, holds at most what a frame has.
+/// rate has for DTVCC (qlx::cc::slotsOf). No command is cut at the end of a block. No delays are sent, so that the
+/// input buffer of a service, of 128 bytes, holds at most what a frame has.
 ///
-/// A pop-on caption is loaded while the one before it is shown, as soon as it has been added, into the hidden one of the
-/// windows 0 and 1; lower rows that have a window of their own (encodeCaption()) are in 3 or 4 with it. In its first frame
-/// one block deletes what is shown and shows what is loaded. It fits when its commands and
+/// A pop-on caption is loaded while the one before it is shown, as soon as it has been added, into the hidden one of
+/// the windows 0 and 1; lower rows that have a window of their own (encodeCaption()) are in 3 or 4 with it. In its
+/// first frame one block deletes what is shown and shows what is loaded. It fits when its commands and
 /// that block go into the frames behind the start of the one before it, up to and with its own first one; one that does
 /// not fit is shown as soon as it is loaded, with a finding. Roll-up captions (in window 2) and paint-on captions are
 /// written from their first frame on; of one whose last letters come in the frame of its end, or later, a finding says
@@ -86,8 +87,9 @@ public:
     QLX_EXPORT explicit Writer(FrameRate rate, const ServiceWriterOptions& options = {});
 
     /// Takes a caption.
-    /// @return False, with a finding, when it is left out: nothing of it is visible, its service is none, it does not end
-    /// behind its start, it ends behind kGreatestCaptionFrame, or it does not start behind the start of the caption before it in its service.
+    /// @return False, with a finding, when it is left out: nothing of it is visible, its service is none, it does not
+    /// end behind its start, it ends behind kGreatestCaptionFrame, or it does not start behind the start of the caption
+    /// before it in its service.
     QLX_EXPORT bool add(const Caption& caption, FindingSink* findings = nullptr);
 
     /// The triplets of the next frame, none where nothing is to be sent; valid until the next call.

@@ -88,9 +88,9 @@ struct TripletView {
 struct ReaderOptions {
     /// Longer values are passed over: their triplets are given without them.
     std::uint64_t greatestValue = std::uint64_t{32} * 1024 * 1024;
-    /// Of a stream that can be looked at where it has not been pushed yet, as a file can: copies what is there from byte
-    /// `place` of the stream on into `room`, and gives how many bytes that are; 0 at the end and behind it. It is asked
-    /// where a value that is not kept ends.
+    /// Of a stream that can be looked at where it has not been pushed yet, as a file can: copies what is there from
+    /// byte `place` of the stream on into `room`, and gives how many bytes that are; 0 at the end and behind it. It is
+    /// asked where a value that is not kept ends.
     std::function<std::size_t(std::uint64_t place, std::span<std::uint8_t> room)> lookAhead = nullptr;
     ReadLimits limits{};  ///< Of the stream; the items are triplets.
 };
@@ -118,14 +118,14 @@ inline constexpr std::uint64_t kGreatestAncFrameElement = std::uint64_t{32} * 10
 /// A triplet is given when it is known that another key, or the end of the stream, stands behind it. Where that is not
 /// so its length is in doubt: when a triplet that leads on stands inside it, reading goes on there, and otherwise it is
 /// given as it is. Where no key with a length is, the next one is looked for that leads to another key or to the end.
-/// A value that is longer than is kept is believed when ReaderOptions::lookAhead() shows another key, or the end, behind
-/// it. Otherwise it is looked through while it passes: where a triplet that leads on stands inside it, reading goes on
-/// there. What was skipped is a finding, with its place and size. Reading takes linear time whatever the bytes are, and memory
-/// for two of the longest values that are kept and the longest piece.
+/// A value that is longer than is kept is believed when ReaderOptions::lookAhead() shows another key, or the end,
+/// behind it. Otherwise it is looked through while it passes: where a triplet that leads on stands inside it, reading
+/// goes on there. What was skipped is a finding, with its place and size. Reading takes linear time whatever the bytes
+/// are, and memory for two of the longest values that are kept and the longest piece.
 class Reader {
 public:
-    /// Reads from the beginning of a stream. `findings` is told what is wrong, with the byte offset in the stream; it may
-    /// be null, else it must outlive this.
+    /// Reads from the beginning of a stream. `findings` is told what is wrong, with the byte offset in the stream; it
+    /// may be null, else it must outlive this.
     explicit Reader(const ReaderOptions& options = {}, FindingSink* findings = nullptr)
         : _options(options), _findings(findings), _budget(options.limits) {
         // A triplet's size stays a number.

@@ -1,11 +1,12 @@
-// Cues as broadcasters send them: as captions of CEA-608 (CTA-608-E), of a DTVCC service (CTA-708), or both in one caption
-// distribution packet (SMPTE ST 334-2), with the service information.
+// Cues as broadcasters send them: as captions of CEA-608 (CTA-608-E), of a DTVCC service (CTA-708), or both in one
+// caption distribution packet (SMPTE ST 334-2), with the service information.
 //
 //     qlx::playout::BroadcastPlayout playout(qlx::FrameRate::Fps5994);
 //     const std::array services{qlx::cc::CaptionService::line21(false, {'e', 'n', 'g'}),
 //                               qlx::cc::CaptionService::digital(1, {'e', 'n', 'g'})};
 //     if (const auto count = playout.setServices(services); !count) { report(count.error().text()); }
-//     playout.add(cue, {.line21 = qlx::playout::CaptionOptions{}, .service = qlx::playout::ServiceOptions{}}, &findings);
+//     playout.add(cue, {.line21 = qlx::playout::CaptionOptions{}, .service = qlx::playout::ServiceOptions{}},
+// &findings);
 //     while (!playout.isDone()) {
 //         std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room;
 //         const qlx::Result<std::size_t> size = qlx::cc::writeCdp(playout.next(&findings), room);
@@ -41,9 +42,9 @@ struct ServiceOptions {
     std::uint64_t findingsOffset = 0;                             ///< What findings have as their offset.
 };
 
-/// The caption of a cue in a service. Its text stands where captionOf() has it on the 32 columns of CEA-608, which are in
-/// the middle of the 42 at 16:9; its window is held where the cue's rows are aligned: left, in the middle, right, and at
-/// the top where it is in the upper half of the screen.
+/// The caption of a cue in a service. Its text stands where captionOf() has it on the 32 columns of CEA-608, which are
+/// in the middle of the 42 at 16:9; its window is held where the cue's rows are aligned: left, in the middle, right,
+/// and at the top where it is in the upper half of the screen.
 ///
 /// Fails as captionOf() does.
 [[nodiscard]] QLX_EXPORT Result<cea708::Caption> serviceCaptionOf(const subtitles::Cue& cue, FrameRate rate,
@@ -64,9 +65,9 @@ struct BroadcastOptions {
     cea708::ServiceWriterOptions services{};  ///< CEA-708.
 };
 
-/// Takes cues, those of a channel and those of a service in the order of their starts, and gives the packet of frame after
-/// frame: the pairs of CEA-608 first, then the triplets of DTVCC, then padding up to as many as frames of the rate have
-/// (qlx::cc::slotsOf).
+/// Takes cues, those of a channel and those of a service in the order of their starts, and gives the packet of frame
+/// after frame: the pairs of CEA-608 first, then the triplets of DTVCC, then padding up to as many as frames of the
+/// rate have (qlx::cc::slotsOf).
 ///
 /// The offset of findings is the number of the cue, counted by add() from 0.
 class BroadcastPlayout {
@@ -75,7 +76,8 @@ public:
     explicit BroadcastPlayout(FrameRate rate, const BroadcastOptions& options = {})
         : _rate(rate), _options(options), _line21(rate, options.line21), _services(rate, servicesOf(options)) {}
 
-    /// Takes a cue. The offsets and the aspect ratio of `targets` do not count. What is found while rows are placed is told once.
+    /// Takes a cue. The offsets and the aspect ratio of `targets` do not count. What is found while rows are placed is
+    /// told once.
     /// @return False, with a finding, when it is left out in one of them: its times are none, it has no text, it is
     /// shorter than a frame, or does not start behind the start of the one before it there.
     QLX_EXPORT bool add(const subtitles::Cue& cue, const BroadcastTargets& targets, FindingSink* findings = nullptr);

@@ -36,16 +36,16 @@ struct TeletextOptions {
 ///
 /// Letters are joined with the marks behind them, and marks that no letter takes, and signs of direction, have no place
 /// (TeletextMarkLeftOut). Rows of text are broken at a space where the page has no room for them (in double height 37
-/// characters, 36 behind a colour; in single height one more), or behind the last one that has (PlayoutRowBroken). Those that do not fit on the
-/// page are left out (PlayoutPageFull). An ellipsis (U+2026) that the set lacks becomes three points where its row has room
-/// for them (TeletextCharacterReplaced). Rows stand left, in the middle or right; unchanged ones begin at the left with
-/// their own spaces, and those of a screen of 40 columns in the column that they name. Where the cue names rows of a page
-/// (subtitles::teletextRowOf) they stand exactly there, of whatever height; one whose place another row of the cue takes,
-/// or that has none below it for double height, stands on the nearest that is free (PlayoutPageRowMoved). Other row
-/// numbers, 1 to 11, are every second one of the page's rows, so that row n of the cue is row 2n at
-/// double height; of single height they are spread over the rows 1 to 23 by the last of them, and the rows of a cue keep
-/// their distance from one another. Without numbers the rows end at the bottom, or stand in the middle or at the top as
-/// their place in the cue says. There is no bold (PlayoutBoldLeftOut).
+/// characters, 36 behind a colour; in single height one more), or behind the last one that has (PlayoutRowBroken).
+/// Those that do not fit on the page are left out (PlayoutPageFull). An ellipsis (U+2026) that the set lacks becomes
+/// three points where its row has room for them (TeletextCharacterReplaced). Rows stand left, in the middle or right;
+/// unchanged ones begin at the left with their own spaces, and those of a screen of 40 columns in the column that they
+/// name. Where the cue names rows of a page (subtitles::teletextRowOf) they stand exactly there, of whatever height;
+/// one whose place another row of the cue takes, or that has none below it for double height, stands on the nearest
+/// that is free (PlayoutPageRowMoved). Other row numbers, 1 to 11, are every second one of the page's rows, so that row
+/// n of the cue is row 2n at double height; of single height they are spread over the rows 1 to 23 by the last of them,
+/// and the rows of a cue keep their distance from one another. Without numbers the rows end at the bottom, or stand in
+/// the middle or at the top as their place in the cue says. There is no bold (PlayoutBoldLeftOut).
 [[nodiscard]] QLX_EXPORT std::vector<teletext::PageRow> teletextRowsOf(const subtitles::Cue& cue,
                                                                        const TeletextOptions& options = {},
                                                                        FindingSink* findings = nullptr);
@@ -58,8 +58,8 @@ struct TeletextPlayoutOptions {
     bool isSerial = false;          ///< Pages of all magazines one after the other (C11).
     bool fillsFields = false;       ///< Fields with nothing to send have a packet of filling ones.
     /// Line of the packets of the first field, and of all of progressive frames. 12 and 575 are usual in 1125 lines,
-    /// interlaced; no public rule names a line of progressive pictures, which have the first of them: that is the choice of
-    /// this library. In 625 lines 21 and 334 are.
+    /// interlaced; no public rule names a line of progressive pictures, which have the first of them: that is the
+    /// choice of this library. In 625 lines 21 and 334 are.
     std::uint32_t firstLine = teletext::kFirstSdpLine;
     std::uint32_t secondLine = teletext::kSecondSdpLine;  ///< Line of the packets of the second field.
     std::uint64_t firstFrame = 0;                         ///< The number of the frame that is sent first.
@@ -71,8 +71,8 @@ struct TeletextPlayoutOptions {
 /// teletext::Writer says when its packets go.
 ///
 /// A page shows the rows of all cues that are on air. Those of one that begins later and collides move up to the next
-/// free rows (PlayoutCueMoved), or are left out where there are none (PlayoutCueLeftOut). Subcode and character set of a
-/// page are those of its first cue.
+/// free rows (PlayoutCueMoved), or are left out where there are none (PlayoutCueLeftOut). Subcode and character set of
+/// a page are those of its first cue.
 ///
 /// The offset of findings is the number of the cue, counted by add() from 0. What stands on a page at its end, at its
 /// start or because of an addition is told of the cue that began last.
@@ -90,8 +90,8 @@ public:
     /// The packets of the next frame; often none.
     [[nodiscard]] QLX_EXPORT std::vector<anc::Packet> next(FindingSink* findings = nullptr);
 
-    /// What has become of cues in the frame that next() gave, by their numbers, up to the next call. Where cues begin in
-    /// the same frame of a page, the one that was added last stands for all of them.
+    /// What has become of cues in the frame that next() gave, by their numbers, up to the next call. Where cues begin
+    /// in the same frame of a page, the one that was added last stands for all of them.
     [[nodiscard]] std::span<const teletext::TextEvent> events() const noexcept { return _events; }
 
     /// The number of the next frame.

@@ -42,9 +42,9 @@ struct ConversionOptions {
 /// has 9000 ticks for each tenth of a second, at its start only. A normal splice without pre-roll is immediate, as the
 /// standard has it, unless component mode is in use or the PTS of the splice is given (a Remark says so); an immediate
 /// one has no time. The start of a break less than four seconds ahead is told (SctePreRollTooShort), and so are a
-/// not_an_entry_flag (ScteEntryFlagIgnored), extension frames without a duration (ScteExtensionFramesIgnored) or as many
-/// as make a second (ScteNumberWrong), and an SCTE35_protocol_version that is not 0, which sections have all the same
-/// (ScteProtocolVersionUnknown).
+/// not_an_entry_flag (ScteEntryFlagIgnored), extension frames without a duration (ScteExtensionFramesIgnored) or as
+/// many as make a second (ScteNumberWrong), and an SCTE35_protocol_version that is not 0, which sections have all the
+/// same (ScteProtocolVersionUnknown).
 ///
 /// Skips proprietary commands, control and unknown operations, with what adds to them, and a schedule that another one
 /// replaces: each is an Error among the findings (ScteMakesNoSection, ScteSupplementAlone, ScteScheduleReplaced).
@@ -54,9 +54,9 @@ struct ConversionOptions {
 ///
 /// Fails for the whole message when any other operation makes no section or cannot be added to one (ScteMakesNoSection:
 /// encryption, audio descriptors, alternate break durations, reserved types, known operations that are cut, a schedule
-/// that is not transmitted; ScteSupplementAlone) or has what its section cannot hold (ScteValueTooLarge, ScteSectionTooLong), and when a time
-/// stamp's moment or a frame rate is needed and not given (ScteMomentMissing, ScteRateMissing). The offset of
-/// every finding is the number of the operation, from 0.
+/// that is not transmitted; ScteSupplementAlone) or has what its section cannot hold (ScteValueTooLarge,
+/// ScteSectionTooLong), and when a time stamp's moment or a frame rate is needed and not given (ScteMomentMissing,
+/// ScteRateMissing). The offset of every finding is the number of the operation, from 0.
 [[nodiscard]] QLX_EXPORT Result<std::vector<SpliceInfoSection>> sectionsOf(const MultipleOperationMessage& message,
                                                                            const ConversionOptions& options,
                                                                            FindingSink* findings = nullptr);
@@ -73,9 +73,9 @@ struct MessageOptions {
 /// sectionsOf() makes of it in the same frame. Pre-rolls are pts_time and pts_adjustment less the frame's PTS, modulo
 /// 2^33, in milliseconds; breaks have tenths of a second, segments seconds and frames. What is rounded for that is a
 /// Warning (SctePreRollRounded, ScteDurationRounded), and so is what SCTE 104 has no field for (ScteNotCarried): the
-/// fields of the header but pts_adjustment and tier, reserved bits, a time that is not given. Stuffing, a CRC_32 that is
-/// wrong, a splice_command_length, and cw_index, which means nothing without encryption, are the section's own, and not
-/// said. A splice in the frame itself is immediate
+/// fields of the header but pts_adjustment and tier, reserved bits, a time that is not given. Stuffing, a CRC_32 that
+/// is wrong, a splice_command_length, and cw_index, which means nothing without encryption, are the section's own, and
+/// not said. A splice in the frame itself is immediate
 /// (ScteSpliceIsImmediate), unless it is one of components.
 ///
 /// Commands without an operation of their own (bandwidth reservation, private and unknown ones) are injected as they

@@ -225,13 +225,13 @@ struct InsertSegmentationDescriptorRequest {
     std::uint8_t typeId = 0;            ///< segmentation_type_id
     std::uint8_t segmentNum = 0;        ///< segment_num
     std::uint8_t segmentsExpected = 0;  ///< segments_expected
-    std::uint8_t durationExtensionFrames =
-        0;                                   ///< duration_extension_frames, below the frame rate; only with a duration.
-    std::uint8_t deliveryNotRestricted = 0;  ///< delivery_not_restricted_flag
-    std::uint8_t webDeliveryAllowed = 0;     ///< web_delivery_allowed_flag
-    std::uint8_t noRegionalBlackout = 0;     ///< no_regional_blackout_flag
-    std::uint8_t archiveAllowed = 0;         ///< archive_allowed_flag
-    std::uint8_t deviceRestrictions = 0;     ///< device_restrictions, 0 to 3.
+    /// duration_extension_frames, below the frame rate; only with a duration.
+    std::uint8_t durationExtensionFrames = 0;
+    std::uint8_t deliveryNotRestricted = 0;        ///< delivery_not_restricted_flag
+    std::uint8_t webDeliveryAllowed = 0;           ///< web_delivery_allowed_flag
+    std::uint8_t noRegionalBlackout = 0;           ///< no_regional_blackout_flag
+    std::uint8_t archiveAllowed = 0;               ///< archive_allowed_flag
+    std::uint8_t deviceRestrictions = 0;           ///< device_restrictions, 0 to 3.
     std::optional<SubSegmentRequest> subSegments;  ///< May be absent: the operation's length tells.
 
     /// Whether all fields are equal.

@@ -34,10 +34,10 @@ struct SccOptions {
                                             ///< have a semicolon in front of the frames. A file that is read says it.
 };
 
-/// Reads the frames that carry a pair, a pair a frame, as triplets of the field with the time at the rate. The pairs of a
-/// line that is due before those of the lines before it have all been sent follow them; a remark says so (SccTimecodeEarlier,
-/// SccTimecodeOverlaps), and also where the first byte of a line with wrong parity is (SccParityWrong): pairs are given as
-/// they stand there.
+/// Reads the frames that carry a pair, a pair a frame, as triplets of the field with the time at the rate. The pairs of
+/// a line that is due before those of the lines before it have all been sent follow them; a remark says so
+/// (SccTimecodeEarlier, SccTimecodeOverlaps), and also where the first byte of a line with wrong parity is
+/// (SccParityWrong): pairs are given as they stand there.
 class QLX_STREAMS_EXPORT SccReader final : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.
@@ -56,9 +56,9 @@ private:
 /// Writes a line for each run of successive frames with a pair of the field, with the timecode of the first one and the
 /// pairs as they are, parity included; null pairs are left out.
 ///
-/// Frames count from midnight: the one nearest to their time, where they have one, otherwise their number. What comes too
-/// early behind the pair before it, as the second of two pairs in a frame, goes out with the next frame that is free
-/// (SccPairLate); up to ten seconds of pairs wait.
+/// Frames count from midnight: the one nearest to their time, where they have one, otherwise their number. What comes
+/// too early behind the pair before it, as the second of two pairs in a frame, goes out with the next frame that is
+/// free (SccPairLate); up to ten seconds of pairs wait.
 class QLX_STREAMS_EXPORT SccWriter final : public FrameWriter {
 public:
     /// @param sink Must outlive the writer.
@@ -68,7 +68,8 @@ public:
     /// Fails behind the last frame of a day (SccBehindMidnight), and when too many pairs wait (SccTooManyPairs).
     /// @param frame The next one, not earlier than the one before.
     /// @param findings Gets what has no place in such a file as well: other packets (StreamPacketLeftOut), and triplets
-    ///   of the other field or of a caption service (SccTripletsLeftOut); and what is wrong with CDPs that are left out.
+    ///   of the other field or of a caption service (SccTripletsLeftOut); and what is wrong with CDPs that are left
+    /// out.
     ///   The offset is the packet's place, or that behind the last one for the frame as a whole.
     [[nodiscard]] std::optional<Finding> write(const Frame& frame, FindingSink* findings) override;
 

@@ -1,5 +1,5 @@
-// Splice information in MPEG-2 transport streams (ANSI/SCTE 35, clause 8: streams of type 86h): read with the time at which
-// each section arrives, and written into a stream of its own.
+// Splice information in MPEG-2 transport streams (ANSI/SCTE 35, clause 8: streams of type 86h): read with the time at
+// which each section arrives, and written into a stream of its own.
 //
 //     qlx::streams::SpliceReader reader({}, &findings);
 //     while (more(piece)) {
@@ -43,8 +43,8 @@ struct SpliceArrival {
     std::vector<std::uint8_t> bytes;  ///< As it came.
     scte::SpliceInfoSection section;  ///< What it says.
 
-    /// When it splices: pts_time and pts_adjustment, modulo 2^33; of a splice of components the first that has a time. None
-    /// for an immediate one and for commands without a time.
+    /// When it splices: pts_time and pts_adjustment, modulo 2^33; of a splice of components the first that has a time.
+    /// None for an immediate one and for commands without a time.
     [[nodiscard]] QLX_STREAMS_EXPORT std::optional<std::uint64_t> splice90k() const noexcept;
     /// Ticks of 90 kHz from the arrival to the splice; negative for one that is late. None where either is not known.
     [[nodiscard]] QLX_STREAMS_EXPORT std::optional<std::int64_t> distance90k() const noexcept;
@@ -57,8 +57,8 @@ struct SpliceReaderOptions {
 };
 
 /// Reads the sections of all streams of type 86h, and of the PIDs that it is given. Sections come in their order in the
-/// stream, each as soon as the next time of its program's clock is known: between two of them the time is told by the place
-/// (ISO/IEC 13818-1, 2.4.2.2). It holds the sections that wait for that, 4096 of a program and a MiB
+/// stream, each as soon as the next time of its program's clock is known: between two of them the time is told by the
+/// place (ISO/IEC 13818-1, 2.4.2.2). It holds the sections that wait for that, 4096 of a program and a MiB
 /// of all at most; what is more has the time that the last two tell.
 ///
 /// Findings: those of the packets and tables, TsSectionCrcWrong (the section is left out), those of
@@ -125,8 +125,9 @@ struct SpliceStreamOptions {
 };
 
 /// Writes a stream of 150,400 bit/s with the tables, a clock and the sections, each from its time on if none is in its
-/// way, at most 30 ms late; a section whose time is before that of the section in front of it comes right behind that. TsTableWrong where a
-/// table cannot be made. Sections are told by their lengths: what is no whole section is left out, and said.
+/// way, at most 30 ms late; a section whose time is before that of the section in front of it comes right behind that.
+/// TsTableWrong where a table cannot be made. Sections are told by their lengths: what is no whole section is left out,
+/// and said.
 /// @param take Gets every packet in its order.
 /// @param findings Gets TsSectionCut with the number of the section, from 0, as its offset; may be null.
 /// @return The packets.

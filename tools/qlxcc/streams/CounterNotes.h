@@ -16,8 +16,8 @@
 
 namespace qlx::tool {
 
-/// Says where the counters of CDPs jump or stand still, and what else is found in the packets of the frame that it took last,
-/// behind what is written of the frames before.
+/// Says where the counters of CDPs jump or stand still, and what else is found in the packets of the frame that it took
+/// last, behind what is written of the frames before.
 class CounterNotes final : public FindingSink {
 public:
     CounterNotes(const InputFile& source, OutputFile& output)

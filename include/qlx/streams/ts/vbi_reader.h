@@ -30,8 +30,8 @@ namespace qlx::streams::ts {
 
 /// Which stream is read.
 struct VbiReaderOptions {
-    /// The PID; none for the first one that a program's map says to hold teletext or VBI data, or else, where no map has a
-    /// descriptor of it, or there is no map, for the first one of private PES packets that hold such data.
+    /// The PID; none for the first one that a program's map says to hold teletext or VBI data, or else, where no map
+    /// has a descriptor of it, or there is no map, for the first one of private PES packets that hold such data.
     std::optional<std::uint16_t> pid{};
     ReadLimits limits{};  ///< Of the stream; the items are moments.
 };
@@ -44,18 +44,19 @@ struct VbiMoment {
     VbiPacket vbi;             ///< Its lines.
 };
 
-/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at, and as long as
-/// a program's map is missing 64 PES packets of one that was found by its data: maps that come decide whether they are
-/// given.
+/// Finds the stream and reads it. It holds a few packets and a PES packet for each stream that is looked at, and as
+/// long as a program's map is missing 64 PES packets of one that was found by its data: maps that come decide whether
+/// they are given.
 ///
 /// PES packets without a time have that of the program's clock where they begin.
 ///
 /// Findings: those of PacketReader, of ProgramMap, of PesReader for the stream that is read, and of readVbi();
 /// TsPacketScrambled and TsMorePacketsLeftOut for PES packets too, which are left out; once TsTimeOfClock or, without a
-/// clock, TsTimeMissing (what comes before the first time is left out), TsTimeJumped where a time is before the one in front
-/// of it, TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for each other PID
-/// that is said to hold teletext, TsMapMissing for a stream that is found and that no map names,
-/// TsGuessDropped where maps come later all the same, and none of them has it (nothing more is read of it), LimitOfBytesReached or LimitOfItemsReached.
+/// clock, TsTimeMissing (what comes before the first time is left out), TsTimeJumped where a time is before the one in
+/// front of it, TsDataUnitUnused once for each data_unit_id that is not read, TsTeletextLeftOut (a Remark) once for
+/// each other PID that is said to hold teletext, TsMapMissing for a stream that is found and that no map names,
+/// TsGuessDropped where maps come later all the same, and none of them has it (nothing more is read of it),
+/// LimitOfBytesReached or LimitOfItemsReached.
 class VbiReader {
 public:
     /// @param options Which stream.

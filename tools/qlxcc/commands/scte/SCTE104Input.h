@@ -37,8 +37,10 @@ struct Scte104Packet {
 };
 
 /// Calls `take` with each SCTE-104 packet of the input.
-/// @param say Gets a line, with the name of the file, for what could not be read in a file of frames, as soon as it is known.
-/// @throws Failure when the input cannot be read; UsageError when it is a file of another kind, or has no rows and there
+/// @param say Gets a line, with the name of the file, for what could not be read in a file of frames, as soon as it is
+/// known.
+/// @throws Failure when the input cannot be read; UsageError when it is a file of another kind, or has no rows and
+/// there
 ///   are options for them.
 void readScte104Packets(const Scte104Source& from, const std::function<void(const Scte104Packet&)>& take,
                         const std::function<void(const FrameProblem&)>& say);
