@@ -59,8 +59,8 @@ void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
     }
 }
 
-/// Damage, and what is no control code [(i)(3), (i)(4), (j)]. A first byte of 01 to 0F is passed over alone [(i)(1)]; in
-/// field 2 it is one of extended data.
+/// Damage, and what is no control code [(i), (j)]. A first byte of 01 to 0F is passed over alone [(i)(1)]; in field 2 it
+/// is one of extended data.
 bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     const auto firstCode = static_cast<std::uint8_t>(first & 0x7FU);
     const bool isFirstSound = hasOddParity(first);
@@ -212,7 +212,7 @@ bool Receiver::receiveMiscellaneous(Control control) {
 }
 
 /// Codes that say what the letters behind them are for: RCL and RDC change no memory [(f)(1)(x), C.10], EOC
-/// exchanges both [(f)(2), C.11], TR erases text and begins at the top [7.4].
+/// exchanges both [(f)(2), C.10, C.11], TR erases text and begins at the top [7.4].
 bool Receiver::receiveMode(Control control) {
     _isText = control == Control::TextRestart || control == Control::ResumeTextDisplay;
     if (_isText || _channel.isText) {

@@ -32,15 +32,15 @@ struct ReceiverOptions {
 ///   the standard. Two null pairs do, and any other pair.
 /// - A control code decides which data channel of the field the letters behind it are for: (i)(5).
 /// - A pair whose control code has a parity error in its second byte is ignored: (i)(2); a printing character with one
-///   becomes a solid block, and so does the first byte of a control code, in front of whatever its second one is: (i)(3),
-///   (j). A code without a meaning is passed over, with a finding; of a pair whose first byte is 01 to 0F, which in field 2
+///   becomes a solid block, and so does the first byte of a control code, in front of whatever its second one is: (i), (j).
+///   A code without a meaning is passed over, with a finding; of a pair whose first byte is 01 to 0F, which in field 2
 ///   is one of extended data, that byte alone: (i)(1), (j).
 /// - A preamble places the cursor, (e)(1)(i), a tab offset moves it by at most three columns, (e)(1)(ii), and never beyond
 ///   column 32: C.7, C.13.
 /// - Roll-up: the cursor stays on the base row, (f)(1)(i); a preamble moves the window to its row, (f)(1)(ii), and where
 ///   the window is higher than that, its number of rows counts: C.4; CR moves the rows up, (f)(1)(iii). Fewer rows erase
 ///   the upper ones: (f)(1)(iv). What another style has shown or loaded is erased: (f)(1)(x), C.10.
-/// - Pop-on: letters go to the non-displayed memory, which EOC exchanges with the displayed one: (f)(2), C.11.
+/// - Pop-on: letters go to the non-displayed memory, which EOC exchanges with the displayed one: (f)(2), C.10, C.11.
 /// - Paint-on: letters go to the displayed memory: (f)(3). RCL and RDC leave both memories as they are: (f)(1)(x), C.10.
 /// - EDM and ENM erase their memory in any style, and while text is received; they change no mode: C.16.
 /// - What has no column any more takes the place of the last one, with a finding: (f)(1)(v), (f)(2)(ii), (f)(3)(i).
@@ -48,7 +48,7 @@ struct ReceiverOptions {
 ///   so that an extended character may stand there (C.13 erases column 31). DER erases from the cursor on: (f)(1)(vii),
 ///   (f)(2)(iii), (f)(3)(ii).
 /// - A mid-row code takes a column as a space, (h)(1)(i); a colour ends italics, and italics keep the colour: (h)(1)(ii);
-///   both end flashing. A flash code takes a column as well.
+///   both end flashing: (h)(1)(iii). A flash code takes a column as well.
 /// - An extended character takes the place of the letter in front of it: 6.4.2.
 /// - A background code, and black letters, take the place of the space in front of them: 6.2. Where captures have a
 ///   background code in the first column behind a preamble, and then 32 letters, it takes no column, with a finding.

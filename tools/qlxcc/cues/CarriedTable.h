@@ -2,9 +2,9 @@
 // carry, and what the manual prints.
 //
 // SubRip has no standard: what its receivers read. WebVTT: W3C WebVTT, 4.2.2 (spans), 4.3 (regions), 4.4 (settings), 5
-// (colours of classes). EBU STL: EBU Tech 3264, 5.3 (the codes of a text field, VP, JC). CEA-608: CTA-608-E, 6.2 and 6.4
-// (mid-row codes, background and flash), in 47 CFR 79.101 what receivers show. CEA-708: CTA-708-E, 8.5 (pens and windows),
-// and 47 CFR 79.102. Teletext: ETSI EN 300 706, 12.2 (spacing attributes of level 1). TTML: W3C IMSC 1.1, 6 (what the text
+// (colours of classes). EBU STL: EBU Tech 3264, 5.3 (the codes of a text field, VP, JC). CEA-608: CTA-608-E, 6.2
+// (background, black letters), and 47 CFR 79.101 (h) (mid-row codes, flash). CEA-708: CTA-708-E (pens and windows), and
+// 47 CFR 79.102. Teletext: ETSI EN 300 706, 12.2 (spacing attributes of level 1). TTML: W3C IMSC 1.1, 6 (what the text
 // profile has) and 8.4; EBU Tech 3380, whose text decoration is underline alone, and which has no ruby. JSON says all that
 // a cue has.
 //
