@@ -85,7 +85,7 @@ std::vector<Caption> takeCaptions(qlxfuzz::Input& input) {
     return captions;
 }
 
-/// Each pair of a field has a meaning, and odd parity.
+/// Each pair of a field has a meaning, and odd parity, and each code its repetition, where there are any.
 class FieldChecker {
 public:
     FieldChecker(std::size_t field, bool doublesCodes) : _field(field), _doublesCodes(doublesCodes) {}
@@ -97,9 +97,8 @@ public:
         require(code.kind != CodeKind::Control || code.isOfField2 == (_field == 2));
         const bool isExtended =
             code.kind == CodeKind::Extended || code.kind == CodeKind::Background || code.kind == CodeKind::Foreground;
-        // One that is loaded beside an EDM may be sent once.
         const bool isRepetition = _expected && *_expected == pair;
-        require(!_expected || isRepetition || mayStandAlone(*_expected));
+        require(!_expected || isRepetition);
         require(!isExtended || isRepetition || _isBehindText);
         _isBehindText = code.kind == CodeKind::Text;
         _expected =
@@ -108,12 +107,6 @@ public:
     void finish() const { require(!_expected); }
 
 private:
-    static bool mayStandAlone(const Pair& pair) {
-        const Code code = codeOf(pair.first, pair.second);
-        return code.kind != CodeKind::Control || code.control == Control::ResumeCaptionLoading ||
-               code.control == Control::EraseNonDisplayedMemory;
-    }
-
     std::size_t _field;
     bool _doublesCodes;
     bool _isBehindText = false;

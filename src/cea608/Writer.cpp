@@ -146,7 +146,6 @@ bool Writer::isDone() const noexcept {
 Pair Writer::nextPair(std::size_t field, std::uint64_t slot, FindingSink* findings) {
     Field& sender = _fields[field];
     if (sender.sent == sender.burst.size()) {
-        sender.last = sender.burst.empty() ? sender.last : sender.burst.back();
         sender.burst.clear();
         sender.sent = 0;
         bool isSent = sendDue(field, 0, slot, findings) || sendDue(field, 1, slot, findings);
@@ -228,7 +227,7 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
     return true;
 }
 
-/// Pairs of a channel that stand side by side; false when it has none to send yet.
+/// Pairs of a channel that stand side by side, in front of what is due; false when it has none to send yet.
 bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings) {
     Field& sender = _fields[field];
     Lane& lane = sender.lanes[channel];
@@ -245,33 +244,14 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         ++count;
     }
     const bool isResumed = cue.isBegun && sender.selected != channel;
-    const std::uint64_t begin = slot + (isResumed ? codeLength() : 0);
-    const std::uint64_t due = nextDue(sender, slot);
-    // Pairs that would come too late, below 0 those to spare.
-    const std::int64_t missing =
-        isPopOn ? number(begin + cue.pairs + dueCodes(sender, slot, cue.start)) - number(cue.start) : 0;
-    // Receivers take every other one of equal codes that stand side by side for a repetition, so the last one of them may
-    // be sent once; what is due ends them as well.
-    const Pair code = lane.pairs[count - 1].pair;
-    const bool crosses = begin + count > due;
-    const bool isLastOfEquals = crosses || count == cue.pairs || lane.pairs[count].pair != code;
-    const bool isOnceEnough = isPopOn && count > 1 && lane.pairs[count - 2].pair == code && isLastOfEquals;
-    const bool isLateUnlessFilled = missing <= 0 && missing + number(due - slot) > 0;
-    const bool isSentOnce =
-        isOnceEnough && (crosses ? begin + count - 1 == due && isLateUnlessFilled : cue.unused > 0 && missing > 0);
-    if (crosses && !isSentOnce) {
-        cue.unused += missing <= 0 ? 1 : 0;
+    if (slot + (isResumed ? codeLength() : 0) + count > nextDue(sender, slot)) {
         return true;
     }
-    cue.unused -= isSentOnce && !crosses ? 1 : 0;
     if (isResumed) {
         push(sender, cue.mode);
     }
     for (std::size_t index = 0; index < count; ++index) {
         sender.burst.push_back(lane.pairs.pop().pair);
-    }
-    if (isSentOnce) {
-        sender.burst.pop_back();
     }
     sender.selected = channel;
     cue.pairs -= count;
@@ -335,22 +315,6 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         }
     }
     return due;
-}
-
-/// Slots behind `slot` and in front of `end` that are known to go to codes which have their time.
-std::uint64_t Writer::dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept {
-    std::uint64_t slots = 0;
-    const auto count = [&](std::uint64_t time) { slots += time > slot && time < end ? codeLength() : 0; };
-    for (const Lane& lane : std::span(field.lanes).first(kCaptionLanes)) {
-        const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
-        if (lane.shown && (cue == nullptr || cue->start >= lane.shown->end + codeLength())) {
-            count(lane.shown->end);
-        }
-        if (cue != nullptr && cue->style == CaptionStyle::PopOn && cue->pairs == 0) {
-            count(cue->start);
-        }
-    }
-    return slots;
 }
 
 void Writer::push(Field& field, const Code& code) const {

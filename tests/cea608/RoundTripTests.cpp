@@ -174,13 +174,36 @@ struct Change {
     Screen screen;
 };
 
-/// What a receiver shows of captions of one channel, of which the writer never
-/// knows more than two.
+/// Looks whether each code of a field is sent twice, in pairs of which the second is the next one of the field.
+class Repetitions {
+public:
+    explicit Repetitions(bool areThere) : _areThere(areThere) {}
+
+    void take(const std::optional<Pair>& pair) {
+        if (!pair || !_areThere) {
+            return;
+        }
+        if (_awaited) {
+            EXPECT_EQ(*pair, *_awaited) << "code " << std::hex << int{_awaited->first} << int{_awaited->second}
+                                        << " is sent once";
+            _awaited.reset();
+        } else if ((pair->first & 0x7FU) >= 0x10 && (pair->first & 0x7FU) < 0x20) {
+            _awaited = pair;
+        }
+    }
+
+private:
+    bool _areThere;
+    std::optional<Pair> _awaited;
+};
+
+/// What a receiver shows of captions of one channel, of which the writer never knows more than two.
 std::vector<Change> received(const std::vector<Caption>& captions, FrameRate rate, bool doublesCodes,
                              qlx::Findings& findings, std::size_t* pairsSent = nullptr) {
     const Channel channel = captions.front().channel;
     Writer writer(rate, {.doublesCodes = doublesCodes});
     Receiver receiver(channel);
+    Repetitions repetitions(doublesCodes);
     std::vector<Change> changes;
     std::size_t added = 0;
     while (added < captions.size() || !writer.isDone()) {
@@ -193,6 +216,7 @@ std::vector<Change> received(const std::vector<Caption>& captions, FrameRate rat
         if (pairsSent != nullptr && pair && *pair != kNullPair) {
             ++*pairsSent;
         }
+        repetitions.take(pair);
         if (pair && receiver.receive(pair->first, pair->second)) {
             changes.push_back({frame, receiver.screen()});
         }
@@ -251,34 +275,18 @@ struct Fitting {
     std::size_t pairs = 0;  ///< All that are no nulls.
 };
 
-/// What EDM behind `front` pairs of a load does to it.
-struct Parted {
-    std::size_t unused = 0;      ///< Pairs in front of EDM that no group of pairs which belong together ends at.
-    bool isRepetition = false;   ///< The group is a code and its repetition.
-    bool isFilled = false;       ///< The group without its last pair fills them.
-    bool hasRepetition = false;  ///< It, or what is behind it, has a code that is sent twice.
-};
-
-Parted partedBy(const std::vector<CodePair>& pairs, std::size_t front) {
-    Parted parted;
-    for (std::size_t begin = 0; begin < pairs.size();) {
-        std::size_t end = begin + 1;
-        while (end < pairs.size() && pairs[end].isJoined) {
-            ++end;
-        }
-        const bool isDoubled = end - begin > 1 && pairs[end - 1].pair == pairs[end - 2].pair;
-        if (begin < front && end > front) {
-            parted.unused = front - begin;
-            parted.isRepetition = isDoubled;
-            parted.isFilled = isDoubled && end - begin == parted.unused + 1;
-        }
-        parted.hasRepetition = parted.hasRepetition || (end > front && isDoubled);
-        begin = end;
+/// Pairs in front of an EDM behind `front` pairs of a load, at which no group of pairs that belong together ends: they stay
+/// unused.
+std::size_t unusedBefore(const std::vector<CodePair>& pairs, std::size_t front) {
+    std::size_t begin = 0;
+    for (std::size_t end = 1; end <= pairs.size() && end <= front; ++end) {
+        begin = end == pairs.size() || !pairs[end].isJoined ? end : begin;
     }
-    return parted;
+    return front < pairs.size() ? front - begin : 0;
 }
 
-/// Captions that fit: the pairs behind the EOC of the one before hold the load, and EDM, which may be anywhere among them.
+/// Captions that fit: the pairs behind the EOC of the one before hold the load, EDM, which may be anywhere among them, and
+/// those that EDM leaves unused.
 Fitting fittingCaptions(Random& random, Channel channel, const FieldFrames& frames, bool doublesCodes,
                         std::size_t count) {
     const std::size_t code = doublesCodes ? 2 : 1;
@@ -297,12 +305,9 @@ Fitting fittingCaptions(Random& random, Channel channel, const FieldFrames& fram
         fitting.pairs += pairs.size() + code;
         if (isBehindGap) {
             const std::size_t front = below(random, pairs.size() + spare + 1);
-            const Parted parted = partedBy(pairs, front);
             captions.back().end = frameOf(front);
-            // What no order of the pairs can give: where codes are sent once, a character and its stand-in are not parted.
-            const bool isImpossible = spare < parted.unused && !parted.hasRepetition;
-            spare = isImpossible ? parted.unused : spare;
-            fitting.pairs += code - (spare < parted.unused ? 1 : 0);
+            spare = std::max(spare, unusedBefore(pairs, front));
+            fitting.pairs += code;
         }
         caption.start = std::max<std::uint64_t>(frameOf(pairs.size() + (isBehindGap ? code : 0) + spare), 1);
         if (!captions.empty() && !isBehindGap) {
@@ -334,7 +339,7 @@ TEST_P(RoundTrip, GivesBackWhatFits) {
     const auto changes = received(fitting.captions, frames.rate, doublesCodes, findings, &pairs);
     EXPECT_TRUE(findings.empty()) << findings[0].offset << ": " << findings[0].text();
     expectSame(expectedChanges(fitting.captions, frames, findings), changes);
-    // No code is sent once but for what EDM leaves unused.
+    // No code is sent less often than it should, or more often.
     EXPECT_EQ(pairs, fitting.pairs);
 }
 

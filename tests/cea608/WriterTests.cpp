@@ -153,100 +153,108 @@ TEST(PopOnCaptions, KeepJoinedPairsTogether) {
         << result.pairs;
 }
 
+/// What is sent from the EOC of a first caption on, which is shown from frame 20 to `end` and loaded before, and the
+/// findings of the second one, which is loaded from frame 22 on (21 where codes are sent once).
+Sent sentBehindEdm(std::u32string_view text, std::uint64_t end, std::uint64_t start, bool doublesCodes = true) {
+    Sent result = sentOf({captionOf(20, end, U"Hi"), captionOf(start, 80, text)}, 1, FrameRate::Fps24, doublesCodes);
+    result.pairs = result.pairs.substr(result.pairs.find("20: ") + 4);
+    EXPECT_EQ(result.pairs.substr(result.pairs.size() - (doublesCodes ? 13 : 8)),
+              doublesCodes ? "80: 142c 142c" : "80: 142c");
+    result.pairs.resize(result.pairs.size() - (doublesCodes ? 14 : 9));
+    return result;
+}
+
+Texts lateBy(int pairs) {
+    const std::string number = std::to_string(pairs);
+    return {"1: caption is shown " + number + (pairs == 1 ? " frame" : " frames") + " late, " + number +
+            (pairs == 1 ? " pair" : " pairs") + " short"};
+}
+
+// RCL, ENM and preamble twice, a stand-in with its character twice: nine pairs in groups of 2, 2, 2 and 3, and EDM twice.
+// The eleven pairs of the frames 22 to 32 hold them when EDM stands between groups: behind 0, 2, 4, 6 or 9 pairs of the
+// load. Elsewhere the pairs between the last group that ends in front of EDM and EDM itself stay unused.
 TEST(PopOnCaptions, AreOnTimeWhenTheyFitToThePair) {
-    // Nine pairs and an EDM between frames 22 and 33: where a pair is left in front of EDM, a code is sent once.
-    const auto pairsOf = [](std::uint64_t end) {
-        const Sent result =
-            sentOf({captionOf(20, end, U"Hi"), captionOf(33, 80, U"\u00C0")}, 1, FrameRate::Fps24, true);
-        EXPECT_EQ(result.findings, Texts());
-        return result.pairs.substr(result.pairs.find("20: ") + 4);
-    };
-    EXPECT_EQ(pairsOf(27), "142f 142f 1420 1420 142e 142e 1460 142c 142c 4100 1230 1230\n33: 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(pairsOf(29), "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 4100 1230 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(pairsOf(30), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 142c 142c\n33: 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(pairsOf(31), "142f 142f 1420 1420 142e 142e 1460 1460 4100 1230 1230 142c 142c 142f 142f\n80: 142c 142c");
-    // The same letter twice, with another one between: its codes are not side by side.
-    const Sent twice =
-        sentOf({captionOf(20, 33, U"Hi"), captionOf(36, 80, U"\u00D6b\u00D6")}, 1, FrameRate::Fps24, true);
-    EXPECT_EQ(twice.findings, Texts());
-    EXPECT_EQ(
-        twice.pairs.substr(twice.pairs.find("20: ") + 4),
-        "142f 142f 1420 1420 142e 142e 1460 1460 4f00 1332 1332 624f 1332 142c 142c\n36: 142f 142f\n80: 142c 142c");
+    const std::string begin = "142f 142f 1420 1420 142e 142e";
+    Sent result = sentBehindEdm(U"\u00C0", 28, 33);
+    EXPECT_EQ(result.pairs, begin + " 1460 1460 142c 142c 4100 1230 1230 142f 142f");
+    EXPECT_EQ(result.findings, Texts());
+    result = sentBehindEdm(U"\u00C0", 31, 33);
+    EXPECT_EQ(result.pairs, begin + " 1460 1460 4100 1230 1230 142c 142c 142f 142f");
+    EXPECT_EQ(result.findings, Texts());
+    for (const std::uint64_t end : {22U, 24U, 26U}) {
+        EXPECT_EQ(sentBehindEdm(U"\u00C0", end, 33).findings, Texts()) << end;
+    }
+    // Behind 5 pairs: frame 26 stays unused, 12 pairs are needed. Behind 7: frame 28. Behind 8: 28 and 29.
+    result = sentBehindEdm(U"\u00C0", 27, 33);
+    EXPECT_EQ(result.pairs, begin + "\n27: 142c 142c 1460 1460 4100 1230 1230 142f 142f");
+    EXPECT_EQ(result.findings, lateBy(1));
+    result = sentBehindEdm(U"\u00C0", 29, 33);
+    EXPECT_EQ(result.pairs, begin + " 1460 1460\n29: 142c 142c 4100 1230 1230 142f 142f");
+    EXPECT_EQ(result.findings, lateBy(1));
+    result = sentBehindEdm(U"\u00C0", 30, 33);
+    EXPECT_EQ(result.pairs, begin + " 1460 1460\n30: 142c 142c 4100 1230 1230 142f 142f");
+    EXPECT_EQ(result.findings, lateBy(2));
+    // With as many pairs more they fit.
+    EXPECT_EQ(sentBehindEdm(U"\u00C0", 27, 34).findings, Texts());
+    EXPECT_EQ(sentBehindEdm(U"\u00C0", 29, 34).findings, Texts());
+    EXPECT_EQ(sentBehindEdm(U"\u00C0", 30, 34).findings, lateBy(1));
+    EXPECT_EQ(sentBehindEdm(U"\u00C0", 30, 35).findings, Texts());
+    // Two of them, with a letter between: 12 pairs in groups of 2, 2, 2, 3 and 3, and EDM behind 11 of them.
+    result = sentBehindEdm(U"\u00D6b\u00D6", 33, 36);
+    EXPECT_EQ(result.pairs, begin + " 1460 1460 4f00 1332 1332\n33: 142c 142c 624f 1332 1332 142f 142f");
+    EXPECT_EQ(result.findings, lateBy(2));
 }
 
 // RCL, ENM and the preamble, twice each, then a letter: seven pairs, and EDM twice, are nine. With EDM behind the first
-// pair, no two that belong together fit in front of it: with all of them twice there must be ten, or EDM or EOC beside
-// its pair.
-TEST(PopOnCaptions, HaveAllCodesTwiceWhereTheTimesLetThem) {
-    const auto sentFor = [](std::uint64_t end, std::uint64_t start) {
-        const Sent result = sentOf({captionOf(20, end, U"Hi"), captionOf(start, 80, U"yo")}, 1, FrameRate::Fps24, true);
-        EXPECT_EQ(result.findings, Texts());
-        return result.pairs.substr(result.pairs.find("20: ") + 4);
-    };
-    // The load has the pairs from 22 on.
-    EXPECT_EQ(sentFor(22, 31), "142f 142f 142c 142c 1420 1420 142e 142e 1460 1460 796f 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(sentFor(23, 31), "142f 142f 1420 142c 142c 142e 142e 1460 1460 796f\n31: 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(sentFor(23, 32), "142f 142f\n23: 142c 142c 1420 1420 142e 142e 1460 1460 796f 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(sentFor(24, 31), "142f 142f 1420 1420 142c 142c 142e 142e 1460 1460 796f 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(sentFor(29, 31), "142f 142f 1420 1420 142e 142e 1460 1460 796f 142c 142c 142f 142f\n80: 142c 142c");
+// pair no code and its repetition fit in front of it: that one stays unused, and nine pairs do not hold the load.
+TEST(PopOnCaptions, HaveAllCodesTwiceAlsoWhereThatMakesThemLate) {
+    Sent result = sentBehindEdm(U"yo", 22, 31);
+    EXPECT_EQ(result.pairs, "142f 142f 142c 142c 1420 1420 142e 142e 1460 1460 796f 142f 142f");
+    EXPECT_EQ(result.findings, Texts());
+    result = sentBehindEdm(U"yo", 23, 31);
+    EXPECT_EQ(result.pairs, "142f 142f\n23: 142c 142c 1420 1420 142e 142e 1460 1460 796f 142f 142f");
+    EXPECT_EQ(result.findings, lateBy(1));
+    EXPECT_EQ(sentBehindEdm(U"yo", 23, 32).pairs, result.pairs);
+    EXPECT_EQ(sentBehindEdm(U"yo", 23, 32).findings, Texts());
+    result = sentBehindEdm(U"yo", 29, 31);
+    EXPECT_EQ(result.pairs, "142f 142f 1420 1420 142e 142e 1460 1460 796f 142c 142c 142f 142f");
+    EXPECT_EQ(result.findings, Texts());
+    // Alternating fields: a pair is two frames. Nine pairs of field 1 from frame 44 on, and EDM at 46.
+    result = sentOf({captionOf(40, 46, U"Hi"), captionOf(62, 160, U"yo")}, 1, FrameRate::Fps5994, true);
+    EXPECT_EQ(result.findings, Texts{"1: caption is shown 2 frames late, 1 pair short"});
 }
 
 // RCL, ENM, preamble, stand-in and its character, once each, are five pairs, and EDM is one: six. With EDM behind the
 // fourth nothing can stand in its place.
 TEST(PopOnCaptions, AreAPairLateWhereEdmWouldPartAStandInFromItsCharacter) {
-    const auto sentFor = [](std::u32string_view text, std::uint64_t end, std::uint64_t start) {
-        Sent result = sentOf({captionOf(20, end, U"Hi"), captionOf(start, 80, text)});
-        result.pairs = result.pairs.substr(result.pairs.find("20: ") + 4);
-        return result;
-    };
     for (const std::uint64_t end : {21U, 22U, 23U, 24U, 26U}) {
-        EXPECT_EQ(sentFor(U"\u00C0", end, 27).findings, Texts()) << end;
+        EXPECT_EQ(sentBehindEdm(U"\u00C0", end, 27, false).findings, Texts()) << end;
     }
-    const Sent late = sentFor(U"\u00C0", 25, 27);
-    EXPECT_EQ(late.pairs, "142f 1420 142e 1460\n25: 142c 4100 1230 142f\n80: 142c");
-    EXPECT_EQ(late.findings, Texts{"1: caption is shown 1 frame late, 1 pair short"});
-    EXPECT_EQ(sentFor(U"\u00C0", 25, 28).findings, Texts());
-    // Two notes are four pairs, of which EDM may take the place of one: it tells them apart as well.
-    for (const std::uint64_t end : {21U, 22U, 23U, 24U, 25U, 26U, 27U, 28U}) {
-        EXPECT_EQ(sentFor(U"\u266A\u266A", end, 29).findings, Texts()) << end;
-    }
-    EXPECT_EQ(sentFor(U"\u266A\u266A", 25, 29).pairs, "142f 1420 142e 1460 1137 142c 1137 1137\n29: 142f\n80: 142c");
+    const Sent late = sentBehindEdm(U"\u00C0", 25, 27, false);
+    EXPECT_EQ(late.pairs, "142f 1420 142e 1460\n25: 142c 4100 1230 142f");
+    EXPECT_EQ(late.findings, lateBy(1));
+    EXPECT_EQ(sentBehindEdm(U"\u00C0", 25, 28, false).findings, Texts());
 }
 
-// Of equal codes that stand side by side a receiver takes every other one for a repetition: notes are counted right as
-// long as only the last of them is sent once. EDM ends them as well.
-TEST(Captions, SendOnlyTheLastOfEqualCodesOnce) {
-    const auto sentFor = [](std::u32string_view text, std::uint64_t start) {
-        const Sent result = sentOf({captionOf(20, 29, U"Hi"), captionOf(start, 80, text)}, 1, FrameRate::Fps24, true);
-        EXPECT_EQ(result.findings, Texts());
-        return result.pairs.substr(result.pairs.find("20: ") + 4);
-    };
-    const std::string begin = "142f 142f 1420 1420 142e 142e 1460 1460 ";
-    EXPECT_EQ(sentFor(U"\u266A\u266A", 34), begin + "1137 142c 142c 1137 1137\n34: 142f 142f\n80: 142c 142c");
-    EXPECT_EQ(sentFor(U"\u266A\u266A\u00E0", 36),
-              begin + "1137 142c 142c 1137 1137 1138 1138\n36: 142f 142f\n80: 142c 142c");
-    // A pair of letters in front of the notes, and a stand-in that cannot be filled in: the last note is sent once.
-    EXPECT_EQ(sentFor(U"\u00C0\u266A\u266A", 37),
-              "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 4100 1230 1137 1137 1137 1137 142f 142f\n"
-              "80: 142c 142c");
-}
-
-TEST(Captions, SendACodeOnceForEachPairThatStayedUnusedAlone) {
-    // The EDM at 29 leaves a pair in front of it unused. That of the other channel, in front of what is painted there,
-    // comes as a surprise and makes the caption late: one letter fills the pairs in front of it, one is sent once for
-    // the unused pair, and the last one twice.
-    Writer writer(FrameRate::Fps24);
-    qlx::Findings findings;
-    EXPECT_TRUE(writer.add(captionOf(20, 29, U"Hi"), &findings));
-    EXPECT_TRUE(writer.add(captionOf(14, 200, U"y", kCC2), &findings));
-    EXPECT_TRUE(writer.add(captionOf(40, 80, U"\u00C0\u00C8\u00C2"), &findings));
-    const std::string before = sent(writer, 1, 30, findings);
-    EXPECT_EQ(before.substr(before.find("20: ")), "20: 142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c");
-    EXPECT_TRUE(writer.add(captionOf(35, 100, U"z", kCC2, PaintOn), &findings));
-    EXPECT_EQ(sent(writer, 1, 44, findings),
-              "30: 142c 4100 1230 1c2c 1c2c 1420 1420 4500 1233 4100 1231 1231 142f 142f");
-    ASSERT_EQ(findings.size(), 2U);
-    EXPECT_EQ(findings[1].text(), "caption is shown 2 frames late, 2 pairs short");
+// Of equal codes that stand side by side a receiver takes every other one for a repetition: two notes are four pairs also
+// where codes are sent once. With RCL, ENM, preamble and EDM they are eight, from frame 21 on, and EDM parts no note from
+// its repetition.
+TEST(PopOnCaptions, HaveEqualCharactersTwiceEach) {
+    for (const std::uint64_t end : {21U, 22U, 23U, 24U, 26U, 28U}) {
+        EXPECT_EQ(sentBehindEdm(U"\u266A\u266A", end, 29, false).findings, Texts()) << end;
+    }
+    Sent result = sentBehindEdm(U"\u266A\u266A", 25, 29, false);
+    EXPECT_EQ(result.pairs, "142f 1420 142e 1460\n25: 142c 1137 1137 1137 1137 142f");
+    EXPECT_EQ(result.findings, lateBy(1));
+    EXPECT_EQ(sentBehindEdm(U"\u266A\u266A", 27, 29, false).findings, lateBy(1));
+    // All codes twice: ten pairs in groups of two, EDM behind seven of them, and one pair that stays unused, from 22 on.
+    const std::string expected = "142f 142f 1420 1420 142e 142e 1460 1460\n29: 142c 142c 1137 1137 1137 1137 142f 142f";
+    result = sentBehindEdm(U"\u266A\u266A", 29, 34);
+    EXPECT_EQ(result.pairs, expected);
+    EXPECT_EQ(result.findings, lateBy(1));
+    result = sentBehindEdm(U"\u266A\u266A", 29, 35);
+    EXPECT_EQ(result.pairs, expected);
+    EXPECT_EQ(result.findings, Texts());
 }
 
 TEST(Captions, AreRefusedWhenTheirTimesAreWrong) {

@@ -70,13 +70,10 @@ struct FramePairs {
 /// where the next caption begins before that end: what is shown stays then until the other one takes its place, also when
 /// that is late.
 ///
-/// EDM has its time within the load, which it does not end, and pairs that belong together are not sent across it. Where
-/// no group of them ends in front of it a pair stays unused that was counted: the order of the pairs is fixed, so a load
-/// that fits without a pair to spare can then have its EDM and its EOC on their pairs and all its codes twice only two at
-/// a time. The times are kept: one code is sent once, the one in front of EDM or one behind it, the last one where equal
-/// codes stand side by side. A stand-in and its extended character are two pairs also where codes are sent once: one
-/// that EDM would part stands behind it, the pair in front stays unused, and a load without a pair to spare is one pair
-/// late, with a finding.
+/// EDM has its time within the load, which it does not end. What belongs together, a code and its repetition (CTA-608-E,
+/// D.2: in successive frames), a stand-in and its extended character, is not sent across it: where no such group ends in
+/// front of EDM, pairs stay unused there, which the load needs in addition. One that has no pair to spare does not fit
+/// then.
 ///
 /// Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the next
 /// begins much later. In front of a paint-on caption EDM is always sent; where that one begins as the one before it ends,
@@ -134,7 +131,6 @@ private:
         bool isBegun = false;
         std::uint64_t ownEnd =
             0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
-        std::size_t unused = 0;  ///< Slots in front of a code that was due, for each of which a code is sent once.
     };
 
     /// A channel, or its text.
@@ -155,7 +151,6 @@ private:
         std::array<Lane, kLanes> lanes;
         std::vector<Pair> burst;
         std::size_t sent = 0;           ///< Of `burst`.
-        Pair last;                      ///< The last one of a burst.
         std::size_t selected = kLanes;  ///< The lane whose text may follow without a mode code; kLanes for none.
     };
 
@@ -185,7 +180,6 @@ private:
     [[nodiscard]] std::uint64_t eraseTime(const Lane& lane) const noexcept;
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
-    [[nodiscard]] std::uint64_t dueCodes(const Field& field, std::uint64_t slot, std::uint64_t end) const noexcept;
     void push(Field& field, const Code& code) const;
     void start(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot, FindingSink* findings);
     void end(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings);
