@@ -21,6 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(!pair || qlx::cea608::withOddParity(*pair) ==
                              qlx::cea608::withOddParity(qlx::cea608::Pair{data[index], data[index + 1]}));
         require(!qlx::cea608::nameOfPair(data[index], data[index + 1]).empty());
+        require(!qlx::cea608::nameOfPair(data[index], data[index + 1], 1).empty());
     }
     for (std::size_t number = 0; number < 8; ++number) {
         const auto& channels = number < 4 ? qlx::cea608::kChannels : qlx::cea608::kTextChannels;

@@ -3,6 +3,8 @@
 #include <qlx/base/utf8.h>
 #include <qlx/cea608/codes.h>
 
+#include "cea608/ByteKinds.h"
+
 #include <algorithm>
 
 namespace qlx::cea608 {
@@ -47,6 +49,14 @@ std::string textName(std::uint8_t first, std::uint8_t second) {
     append(name, CharacterSet::Basic, first);
     append(name, CharacterSet::Basic, second);
     return name + "\"";
+}
+
+/// A first byte that has no meaning in field 1, and what stands behind it.
+std::string unknownName(std::uint8_t second) {
+    if (second == 0) {
+        return "unknown code";
+    }
+    return second < kFirstCharacter ? "unknown codes" : "unknown code, " + textName(second, 0);
 }
 
 std::string controlName(const Code& code) {
@@ -96,6 +106,10 @@ std::optional<Channel> channelNamed(std::string_view name) {
 }
 
 std::string nameOfPair(std::uint8_t first, std::uint8_t second) {
+    return nameOfPair(first, second, 2);
+}
+
+std::string nameOfPair(std::uint8_t first, std::uint8_t second, std::uint8_t field) {
     if (first == 0 && second == 0) {
         return "nothing";
     }
@@ -106,7 +120,7 @@ std::string nameOfPair(std::uint8_t first, std::uint8_t second) {
     case CodeKind::Text:
         return textName(first & 0x7FU, second & 0x7FU);
     case CodeKind::ExtendedData:
-        return "extended data services";
+        return field == 1 ? unknownName(second & 0x7FU) : "extended data services";
     case CodeKind::Unknown:
         return (first & 0x7FU) == 0 ? "unknown" : "unknown control code";
     default:

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -252,12 +253,38 @@ TEST(PairNames, FollowTheStandard) {
     }
 }
 
+// Extended data are in field 2 only (CTA-608-E, B.11.5 and E.9). In field 1 a first byte of 01 to 0F is passed over alone,
+// and the second one is read as it would be (47 CFR 15.119 (i)(1)).
+TEST(PairNames, KnowExtendedDataOfFieldTwoOnly) {
+    const std::vector<std::tuple<unsigned, std::string, std::string>> names{
+        {0x0103, "unknown codes", "extended data services"},
+        {0x0141, "unknown code, text \"A\"", "extended data services"},
+        {0x8F1D, "unknown codes", "extended data services"},
+        {0x0F80, "unknown code", "extended data services"},
+        {0x0E7F, "unknown code, text \"\u2588\"", "extended data services"},
+        {0x1003, "unknown control code", "unknown control code"},
+        {0x9420, "resume caption loading", "resume caption loading"},
+        {0x8080, "null", "null"},
+        {0x4801, "text \"H\"", "text \"H\""},
+    };
+    for (const auto& [pair, ofField1, ofField2] : names) {
+        const auto first = static_cast<std::uint8_t>(pair >> 8U);
+        const auto second = static_cast<std::uint8_t>(pair);
+        EXPECT_EQ(nameOfPair(first, second, 1), ofField1) << std::hex << pair;
+        EXPECT_EQ(nameOfPair(first, second, 2), ofField2) << std::hex << pair;
+        EXPECT_EQ(nameOfPair(first, second), ofField2) << std::hex << pair;
+    }
+}
+
 TEST(PairNames, AreThereForEachPair) {
     std::set<std::string> names;
     for (unsigned pair = 0; pair < 0x10000; ++pair) {
         const std::string name =
             nameOfPair(static_cast<std::uint8_t>(pair >> 8U), static_cast<std::uint8_t>(pair & 0xFFU));
         ASSERT_FALSE(name.empty()) << pair;
+        ASSERT_FALSE(
+            nameOfPair(static_cast<std::uint8_t>(pair >> 8U), static_cast<std::uint8_t>(pair & 0xFFU), 1).empty())
+            << pair;
         names.insert(name);
     }
     EXPECT_EQ(names.count("preamble row 11 (channel 2)"), 1U);

@@ -120,7 +120,7 @@ TEST(Line21, ReadsWhatItHasDrawnInEveryFormat) {
                 // The sample's second byte has bit 7 of the null pair in row 2 as well.
                 expected += std::string(8 - number.size(), ' ') + number + "  " +
                             pairText(first, static_cast<std::uint8_t>(second | 0x80U)) + "8000    1  " + pair +
-                            "  parity ok, " + qlx::cea608::nameOfPair(first, second) + "\n" +
+                            "  parity ok, " + qlx::cea608::nameOfPair(first, second, 1) + "\n" +
                             "                      2  8080  parity ok, null\n";
             }
             const ToolResult written = runTool(arguments);
@@ -130,6 +130,24 @@ TEST(Line21, ReadsWhatItHasDrawnInEveryFormat) {
             EXPECT_EQ(read.out, expected);
         }
     }
+}
+
+// Row 1 is field 1, which has no extended data.
+TEST(Line21, NamesNoExtendedDataInFieldOne) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path("a.bgra");
+    const std::vector<std::string> size{"--width", "706", "--height", "5"};
+    std::vector<std::string> arguments{"line21", "write", "-o", file, "--bytes", "01c1"};
+    arguments.insert(arguments.end(), size.begin(), size.end());
+    const ToolResult written = runTool(arguments);
+    ASSERT_EQ(written.exitCode, 0) << written.err;
+    arguments = {"line21", "read", file};
+    arguments.insert(arguments.end(), size.begin(), size.end());
+    const ToolResult read = runTool(arguments);
+    EXPECT_EQ(read.exitCode, 0) << read.err;
+    EXPECT_EQ(read.out, "   frame  sample    row  pair  what\n"
+                        "       0  01c18000    1  01c1  parity ok, unknown code, text \"A\"\n"
+                        "                      2  8080  parity ok, null\n");
 }
 
 TEST(Line21, WritesRawPicturesOfTheirExactSize) {

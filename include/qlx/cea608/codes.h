@@ -79,7 +79,7 @@ enum class CodeKind : std::uint8_t {
     Unknown,       ///< Nothing that the standard names.
     Null,          ///< Two bytes of 0.
     Text,          ///< One or two characters of the basic set.
-    ExtendedData,  ///< 01h to 0Fh: extended data services (XDS).
+    ExtendedData,  ///< 01h to 0Fh: extended data services (XDS) in field 2; in field 1 a first byte without a meaning.
     Control,       ///< Miscellaneous control code.
     Preamble,      ///< Preamble address code (PAC): row, and indent or style.
     MidRow,        ///< Mid-row code: a change of style, shown as a space.
@@ -343,6 +343,11 @@ constexpr std::optional<Pair> controlPair(const Code& code) noexcept {
 
 /// The name of a byte pair, whatever its parity: `null`, `text "ab"`, `end of caption`, `preamble row 15`, and `nothing`
 /// for two bytes of 0 without their parity bits. Codes of the second channel of a field are marked with `(channel 2)`.
+/// @param field 1 or 2. Field 1 has no extended data services (CTA-608-E, B.11.5): a first byte of 01h to 0Fh is passed
+/// over there, and the second one read (47 CFR 15.119 (i)(1)), `unknown code, text "A"`.
+[[nodiscard]] QLX_EXPORT std::string nameOfPair(std::uint8_t first, std::uint8_t second, std::uint8_t field);
+
+/// The same of a pair whose field is not known: what only field 2 gives a meaning has it.
 [[nodiscard]] QLX_EXPORT std::string nameOfPair(std::uint8_t first, std::uint8_t second);
 
 }  // namespace qlx::cea608

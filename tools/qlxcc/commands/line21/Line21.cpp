@@ -238,13 +238,19 @@ private:
         ++_pictures;
     }
 
+    /// The first pair is of field 1, the other of field 2.
+    [[nodiscard]] static std::string nameOf(std::span<const BytePair> pairs, std::size_t index) {
+        const auto& [first, second] = pairs[index];
+        return cea608::nameOfPair(first, second, static_cast<std::uint8_t>(index + 1));
+    }
+
     [[nodiscard]] std::string linesFor(const Data& sample, std::span<const BytePair> pairs) const {
         std::string text = _pictures == 0 ? "   frame  sample    row  pair  what\n" : "";
         for (std::size_t index = 0; index < pairs.size(); ++index) {
             text += index == 0 ? rightAligned(_pictures, kFrameWidth) + "  " + hex(sample)
                                : std::string(kFrameWidth + 2 + 2 * sample.size(), ' ');
             text += rightAligned(index + 1, 5) + "  " + hex(pairs[index]) + "  " + parityText(pairs[index]) + ", " +
-                    cea608::nameOfPair(pairs[index][0], pairs[index][1]) + "\n";
+                    nameOf(pairs, index) + "\n";
         }
         return text;
     }
@@ -256,7 +262,7 @@ private:
             rows.emplace_back(Dictionary{{"row", index + 1},
                                          {"pair", hex(pair)},
                                          {"parityOk", Value(hasOddParity(pair[0]) && hasOddParity(pair[1]))},
-                                         {"name", cea608::nameOfPair(pair[0], pair[1])}});
+                                         {"name", nameOf(pairs, index)}});
         }
         Dictionary object{{"frame", _pictures}, {"sample", hex(sample)}, {"rows", rows}};
         setSchema(object, "qlxcc/line21/1", _pictures == 0);
