@@ -12,6 +12,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -62,8 +63,6 @@ const std::vector<Beginning> kBeginnings{
     {"a.klv", bytes("060e2b34 01020101 ff"), "a KLV file:scan, show, extract, rate, convert and scte104 parse"},
     {"a.png", bytes("89504e47 0d0a1a0a"), "a PNG picture:line21"},
     {"a.ppm", "P6\n2 1\n255\n\xFF\xFF\xFF\xFF\xFF\xFF", "a PPM picture:line21"},
-    {"a.scc", "Scenarist_SCC V1.0\n\n00:00:00:00\t9420\n", "a Scenarist caption file:scan, show and convert"},
-    {"a.json", "Scenarist_SCC V1.0\n", "a Scenarist caption file:scan, show and convert"},
     {"a.jsonl", "{\"frame\":0,\"packets\":[]}\n{\"frame\":1,\"packets\":[]}\n",
      "a file of a JSON line a frame:scan, show, extract, rate and convert"},
     {"a.v210", std::string(640, '\xF0'),
@@ -78,25 +77,35 @@ std::string refusal(const std::string& file, const std::string& words, const std
            words.substr(colon + 1) + " (see qlxcc";
 }
 
+/// What is said of a file that is no subtitle file; where subtitles may be on air in it, also what asks for them.
+std::string noSubtitles(const std::string& words, const std::string& options) {
+    const bool mayHaveThem = words.find("convert") != std::string::npos && words.find("v210") == std::string::npos &&
+                             words.find("2vuy") == std::string::npos;
+    return "which is no subtitle file" + (mayHaveThem ? " unless " + options + " says what is on air" : std::string());
+}
+
+constexpr char kOfSubs[] = "--channel, --service or --page";
+constexpr char kOfPlay[] = "--from-channel, --from-service or --from-page";
+
 TEST(OtherKinds, AreNamedWhereSubtitlesAreRead) {
     for (const Beginning& beginning : kBeginnings) {
         const TemporaryFolder folder;
         const std::string file = folder.write(beginning.name, beginning.content);
-        for (const Arguments& arguments :
-             {Arguments{"subs", file}, playArguments(file, "25", {"-o", folder.path("out.klv")})}) {
+        for (const auto& [arguments, options] :
+             {std::pair(Arguments{"subs", file}, kOfSubs),
+              std::pair(playArguments(file, "25", {"-o", folder.path("out.klv")}), kOfPlay)}) {
             const ToolResult result = runTool(arguments);
             EXPECT_EQ(result.exitCode, 2) << file;
             EXPECT_EQ(result.out, "");
-            EXPECT_TRUE(result.err.starts_with(refusal(file, beginning.words, "which is no subtitle file")))
+            EXPECT_TRUE(result.err.starts_with(refusal(file, beginning.words, noSubtitles(beginning.words, options))))
                 << result.err;
             EXPECT_TRUE(qlxtest::isOneMessage(result.err));
             EXPECT_EQ(folder.names(), Arguments{beginning.name});
         }
     }
     const ToolResult piped = runTool({"subs", "-"}, {.input = transportPackets()});
-    EXPECT_TRUE(piped.err.starts_with(refusal("standard input", "an MPEG-TS file:scan, show, extract, rate and convert",
-                                              "which is no subtitle file")))
-        << piped.err;
+    const std::string words = "an MPEG-TS file:scan, show, extract, rate and convert";
+    EXPECT_TRUE(piped.err.starts_with(refusal("standard input", words, noSubtitles(words, kOfSubs)))) << piped.err;
 }
 
 TEST(OtherKinds, AllHaveACommandThatReadsThem) {
@@ -114,7 +123,7 @@ TEST(OtherKinds, AreNoSubtitlesWithAnEncodingOfTheCallersChoice) {
     const std::string file = folder.write("a.srt", transportPackets());
     const ToolResult result = runTool({"subs", file, "--encoding", "ISO-8859-1"});
     EXPECT_TRUE(result.err.starts_with(
-        refusal(file, "an MPEG-TS file:scan, show, extract, rate and convert", "which is no subtitle file")))
+        refusal(file, "an MPEG-TS file:scan, show, extract, rate and convert", noSubtitles("convert", kOfSubs))))
         << result.err;
 }
 

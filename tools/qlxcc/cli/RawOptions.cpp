@@ -5,6 +5,7 @@
 #include "commands/rate/RateChange.h"
 #include "commands/scan/Scan.h"
 #include "commands/scte/SCTE104Request.h"
+#include "commands/show/Show.h"
 #include "commands/subs/Subs.h"
 #include "cues/Encoding.h"
 #include "io/Errors.h"
@@ -212,6 +213,30 @@ double timeOption(const std::string& option, const std::string& text, const Rate
     }
 }
 
+OnAirChoice onAirChoice(const std::string& channel, const std::optional<std::uint64_t>& service,
+                        const std::string& page, const std::string& rate) {
+    OnAirChoice choice;
+    if (!channel.empty()) {
+        choice.channel = cea608::channelNamed(channel);
+    }
+    if (service) {
+        choice.service = static_cast<std::uint8_t>(*service);
+    }
+    if (!page.empty()) {
+        choice.page = teletextPageNamed(page);
+        if (!choice.page) {
+            throw UsageError("\"" + page + "\" is not a page (100 to 8FF)");
+        }
+    }
+    if ((choice.channel ? 1 : 0) + (choice.service ? 1 : 0) + (choice.page ? 1 : 0) > 1) {
+        throw UsageError("one of a channel, a service and a page is read at a time");
+    }
+    if (!rate.empty()) {
+        choice.rate = rateNamed(rate);
+    }
+    return choice;
+}
+
 Action checkedSubs(const RawOptions& raw) {
     SubsOptions options;
     options.file = raw.file;
@@ -228,6 +253,7 @@ Action checkedSubs(const RawOptions& raw) {
     options.output = raw.output;
     options.asJson = raw.asJson;
     options.fromStart = fromStartOption(raw, raw.rate, "--rate");
+    options.onAir = onAirChoice(raw.channel, raw.service, raw.page, raw.fromRate);
     return [options] { return listSubtitles(options); };
 }
 

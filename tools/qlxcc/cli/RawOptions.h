@@ -21,6 +21,7 @@ struct Rate;
 inline constexpr std::uint64_t kGreatestLine = 65535;
 
 struct FromStart;
+struct OnAirChoice;
 struct PlayOptions;
 
 /// The values of all options. Only one command is given, so what means the same in several of them stands here once.
@@ -79,6 +80,9 @@ struct RawOptions {
     bool isOfChanges = false;
     std::string channel;
     std::string page;
+    std::string fromChannel;                   ///< Of what is read, where the one above is of what is sent.
+    std::string fromPage;                      ///< The same.
+    std::optional<std::uint64_t> fromService;  ///< The same.
     std::optional<std::uint64_t> region;
     std::vector<std::string> files;      ///< Of a command that takes several.
     std::vector<std::string> pages;      ///< The same.
@@ -164,6 +168,12 @@ using Action = std::function<int()>;
 /// What play is to do.
 /// @throws UsageError when options contradict each other.
 [[nodiscard]] PlayOptions playOptions(const RawOptions& raw);
+
+/// What of a file of frames is read as cues.
+/// @param page As viewers call it; empty for none, as is the channel's name and that of the rate.
+/// @throws UsageError when several are given, or the page is none.
+[[nodiscard]] OnAirChoice onAirChoice(const std::string& channel, const std::optional<std::uint64_t>& service,
+                                      const std::string& page, const std::string& rate);
 
 /// What a transport stream is made with, without its rate and pages.
 [[nodiscard]] streams::TransportWriterOptions transportOptions(const RawOptions& raw);

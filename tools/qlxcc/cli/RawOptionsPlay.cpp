@@ -392,6 +392,12 @@ PlayOptions playOptions(const RawOptions& raw) {
         throw UsageError("--from-start and --as-deployed cannot be given together");
     }
     options.fromStart = fromStartOption(raw, raw.rate, "--rate");
+    options.onAir = onAirChoice(raw.fromChannel, raw.fromService, raw.fromPage, raw.fromRate);
+    options.onAir.options = "--from-channel, --from-service or --from-page";
+    if (raw.asDeployed && (options.onAir.isGiven() || options.onAir.rate)) {
+        throw UsageError(std::string(options.onAir.options) + ", and --from-rate, are for what is read without "
+                                                              "--as-deployed");
+    }
     options.mode = raw.mode == "cea608"     ? PlayMode::Cea608
                    : raw.mode == "cea708"   ? PlayMode::Cea708
                    : raw.mode == "captions" ? PlayMode::Captions

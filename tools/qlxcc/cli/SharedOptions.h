@@ -74,9 +74,11 @@ inline constexpr OptionRow kTrack{
             "file says it, such as eng. "
             "Which tracks are not read is said."};
 
-inline constexpr OptionRow kSubtitleFile =
-    fileArgument("FILE", "An SRT, WebVTT, SSA, TTML, EBU STL or JSON file, or a text track (-: standard input)",
-                 "Its content tells which, or else its name; at most 64 MiB. See the formats in qlxcc(1).");
+inline constexpr OptionRow kSubtitleFile = fileArgument(
+    "FILE", "A subtitle file, text track or caption file (-: standard input)",
+    "SRT, WebVTT, SSA, TTML, EBU STL, JSON, MOV, MP4, Matroska, Scenarist or MCC; or any other file of frames "
+    "but v210 and 2vuy rows, with the option that says what is on air. Its content tells which, or else "
+    "its name; a text has at most 64 MiB. See the formats in qlxcc(1).");
 
 /// The region that teletext receivers are made for.
 inline constexpr OptionRow kRegion{
@@ -191,6 +193,39 @@ inline constexpr OptionRow kVideoLine{.names = "--line",
                                       .least = 0,
                                       .greatest = kGreatestLine,
                                       .field = &RawOptions::line};
+
+/// Of what reads what is on air, and of play, which sends it anew.
+[[nodiscard]] constexpr OptionRow readChannel(std::string_view names, std::string RawOptions::*field) {
+    return {.names = names,
+            .value = "CHANNEL",
+            .kind = ValueKind::WordOfAnyCase,
+            .words = kPlayedChannels,
+            .field = field,
+            .help = "Of captions on air in FILE: {}",
+            .more = "Without one those of CC1 are read of Scenarist and MCC files. A Scenarist file has one field, "
+                    "which is that of the channel: CC1, CC2, T1 and T2 are in field 1. "
+                    "v210 and 2vuy rows, of which more has to be said, are for convert."};
+}
+[[nodiscard]] constexpr OptionRow readService(std::string_view names, std::optional<std::uint64_t> RawOptions::*field) {
+    return {.names = names,
+            .value = "N",
+            .kind = ValueKind::Number,
+            .least = 1,
+            .greatest = 63,
+            .field = field,
+            .help = "Of captions on air in FILE: this caption service, 1 to 63"};
+}
+[[nodiscard]] constexpr OptionRow readPage(std::string_view names, std::string RawOptions::*field) {
+    return {.names = names,
+            .value = "PAGE",
+            .kind = ValueKind::Name,
+            .field = field,
+            .help = "Of what is on air in FILE: this teletext page, 100 to 8FF"};
+}
+inline constexpr OptionRow kReadRate =
+    rateOption("--from-rate", {}, &RawOptions::fromRate, "Frames a second of FILE, where it does not say it",
+               "It gives frames without times of their own (klv, h264, mpeg2) theirs, and is what Scenarist timecodes "
+               "count (default: 29.97), and the times of TTML in frames.");
 
 // How a transport stream is made.
 inline constexpr OptionRow kServiceName{

@@ -37,7 +37,8 @@ teletext with --as-deployed, with the first one that is later than its start. A 
 that, while the one before it is shown, and ends when the next one begins. A teletext page shows all cues that are on
 air, and is sent in the character set of --language with packets X/26 over letters that this lacks. Several files are
 several pages: each needs a --page in front of it. EBU STL cues keep their times, so that a programme that begins at
-10:00:00:00 needs --from-start or --from, and the rows that they name. Warnings name what a viewer will not see as it
+10:00:00:00 needs --from-start or --from, and the rows that they name. Captions of a Scenarist or MCC file, and what is on
+air in other files of frames with --from-channel, --from-service or --from-page, are decoded and sent anew. Warnings name what a viewer will not see as it
 is written, ten of a kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334
 with --sd; with captions that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many pairs
 as the rate has: up to 30 frames/s one of each field a frame, above that those of field 1 in even frames and those of
@@ -186,6 +187,10 @@ constexpr OptionRow kPlayOptions[] = {
         "one before it, those of a klv file with padding also behind whole four bytes."),
     kEncoding,
     kTrack,
+    readChannel("--from-channel", &RawOptions::fromChannel),
+    readService("--from-service", &RawOptions::fromService),
+    readPage("--from-page", &RawOptions::fromPage),
+    kReadRate,
     kStlStart,
     {.names = "--no-fill",
      .field = &RawOptions::leavesFramesEmpty,
@@ -205,7 +210,8 @@ constexpr OptionRow kPlayOptions[] = {
 
 constexpr std::string_view kSubsNotes =
     R"(FILE is SRT, WebVTT, SubStation Alpha, TTML, JSON or EBU STL, as its content says, or else its name, of at most
-64 MiB; or a MOV, MP4 or Matroska file with a text track. Each row of a cue gets a line:
+64 MiB; a MOV, MP4 or Matroska file with a text track; a Scenarist or MCC file, whose captions are read as qlxcc convert
+reads them; or another file of frames with --channel, --service or --page. Each row of a cue gets a line:
 number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
 in the same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
 left out, or that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
@@ -214,6 +220,8 @@ Examples:
   qlxcc subs film.stl
   qlxcc subs film.stl --mode cea608 --rate 29.97
   qlxcc subs film.srt --encoding ISO-8859-1 --rate 25
+  qlxcc subs film.scc
+  qlxcc subs film.ts --page 888
   qlxcc subs film.stl --json -o film.json)";
 
 constexpr OptionRow kSubsOptions[] = {
@@ -226,6 +234,10 @@ constexpr OptionRow kSubsOptions[] = {
                "They are those of the nearest frames, at 29.97 and 59.94 in drop-frame counting."),
     kEncoding,
     kTrack,
+    readChannel("--channel", &RawOptions::channel),
+    readService("--service", &RawOptions::service),
+    readPage("--page", &RawOptions::page),
+    kReadRate,
     kStlStart,
     kListOutput,
     asJson("In place of the list a JSON object, which play can read",

@@ -324,9 +324,12 @@ void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, 
     case InputKind::Stl:
         readStlAsCues(file, request, input, notes, take);
         break;
-    default:
+    case InputKind::Json:
         input.format = "JSON";
         readJsonAsCues(file, request, input, notes, take);
+        break;
+    default:
+        readFramesAsCues(file, kind, request, input, notes, take);
     }
 }
 
@@ -355,7 +358,7 @@ CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue
     }
     const bool mayBeText = mayHaveTextTracks(kind) && !request.page && !request.channel && !request.service;
     if (!mayBeText || !readTrackAsCues(file, kind, request, input, notes, take)) {
-        readFramesAsCues(file, kind, request, input, notes, take);
+        readFileOfCues(file, kind, request, input, notes, take);
     }
     return input;
 }

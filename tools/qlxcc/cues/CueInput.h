@@ -71,7 +71,7 @@ using TakeCue = std::function<void(subtitles::Cue cue, const CueInput& input)>;
 /// @throws Failure when the file cannot be read; UsageError when it has no cues, or options do not go with it.
 [[nodiscard]] CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take);
 
-/// The same of a file that is open and of a kind that hasCues().
+/// The same of a file that is open and of this kind: what is on air in it where the kind is none that hasCues().
 /// @param input Has its name.
 void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
                     const TakeCue& take);

@@ -29,15 +29,39 @@ bool looksLikeSRT(std::string_view text) {
     return text.substr(0, kBytesThatTellKind).find(" --> ") != std::string_view::npos;
 }
 
+/// Whether a file has frames whose times and captions are plain without anything more than OnAirChoice. How the rows of a
+/// file lie is not.
+bool hasPlainFrames(InputKind kind) {
+    return !hasCues(kind) && !hasRows(kind) && kind != InputKind::Png && kind != InputKind::Ppm;
+}
+
+/// Caption files, whose first channel is meant where nothing else is said.
+bool isCaptionFile(InputKind kind) {
+    return kind == InputKind::Scc || kind == InputKind::Mcc;
+}
+
+/// What is said of a file of another kind.
+std::string noSubtitles(const SubtitleRequest& request, std::optional<InputKind> kind) {
+    if (!request.readsAll) {
+        return "which the fixed operations do not read as subtitles";
+    }
+    return "which is no subtitle file" + (kind && hasPlainFrames(*kind)
+                                              ? " unless " + std::string(request.onAir.options) + " says what is on air"
+                                              : std::string());
+}
+
 /// Refuses a file of another kind, by its first bytes, or by its name where they do not tell.
-/// @param isEncoded A text in an encoding of the caller's choice, in whose bytes cues cannot be looked for.
-void checkKind(const InputFile& file, std::span<const std::uint8_t> first, bool isEncoded) {
+void checkKind(const InputFile& file, std::span<const std::uint8_t> first, const SubtitleRequest& request) {
+    // A text in an encoding of the caller's choice, in whose bytes cues cannot be looked for.
+    const bool isEncoded = !request.encoding.empty();
     const std::string_view text(reinterpret_cast<const char*>(first.data()), first.size());
     const bool isUTF16 = text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF");
     const bool isList = looksLikeJson(text) && text.find("\"cues\"") != std::string_view::npos;
     const bool isOpaque = (isEncoded || isUTF16) && !inputKindOfBytes(first);
     if (!isOpaque && !isList && !looksLikeSRT(text) && !looksLikeSTL(text)) {
-        refuseOtherKinds(first, file.name(), &hasCues, "which is no subtitle file");
+        const auto told = inputKindOfBytes(first);
+        refuseOtherKinds(first, file.name(), &hasCues,
+                         noSubtitles(request, told ? told : inputKindOfName(file.name())));
     }
 }
 
@@ -56,10 +80,17 @@ class ProblemNotes final : public CueInputNotes {
 public:
     explicit ProblemNotes(Subtitles& subtitles) : _subtitles(subtitles) {}
 
-    void found(const std::string&, const Finding& finding) override {
-        if (finding.severity != Severity::Remark) {
-            _subtitles.problems.add(problemOf(finding));
+    void found(const std::string& place, const Finding& finding) override {
+        if (finding.severity == Severity::Remark) {
+            return;
         }
+        // What is counted otherwise than in lines has its place in words.
+        SubtitleProblem problem = problemOf(finding);
+        if (!place.empty() && place != "line " + std::to_string(finding.offset)) {
+            problem.place = 0;
+            problem.what = place + ": " + problem.what;
+        }
+        _subtitles.problems.add(std::move(problem));
     }
     void say(const std::string& text, bool) override {
         _subtitles.problems.add({0, text, SubtitleProblem::Effect::None});
@@ -79,11 +110,15 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     asked.path = request.path;
     asked.encoding = request.encoding;
     asked.track = request.track;
+    asked.source.rate = request.onAir.rate;
+    asked.channel = request.onAir.channel;
+    asked.service = request.onAir.service;
+    asked.page = request.onAir.page;
     std::uint64_t place = 0;
     const auto takeCue = [&](const subtitles::Cue& cue, const CueInput&) { giveCue(cue, request, take, ++place); };
-    if (mayHaveTextTracks(kind)) {
+    if (mayHaveTextTracks(kind) && !request.onAir.isGiven()) {
         if (!readTrackAsCues(file, kind, asked, input, notes, takeCue)) {
-            throw otherKind(file.name(), kind, "which is no subtitle file");
+            throw otherKind(file.name(), kind, noSubtitles(request, kind));
         }
     } else {
         readFileOfCues(file, kind, asked, input, notes, takeCue);
@@ -95,6 +130,30 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     }
 }
 
+/// What a file is in which subtitles are on air; none for any other.
+std::optional<InputKind> onAirKind(InputFile& file, const SubtitleRequest& request) {
+    const auto told = inputKindOfBytes(file.peek(kBytesThatTellKind));
+    const auto kind = told || !request.onAir.isGiven() ? told : inputKindOfName(file.name());
+    const bool isOnAir = kind && hasPlainFrames(*kind) && (request.onAir.isGiven() || isCaptionFile(*kind));
+    return isOnAir ? kind : std::nullopt;
+}
+
+/// Refuses options for what is on air where there is nothing of the kind.
+void checkOnAir(const SubtitleRequest& request, const InputFile& file, std::optional<InputKind> known,
+                std::optional<InputKind> onAir) {
+    const OnAirChoice& choice = request.onAir;
+    if (choice.isGiven() && !onAir && (!known || hasCues(*known))) {
+        throw UsageError(std::string(choice.options) + " says what is on air: " + file.name() +
+                         " is no file of frames");
+    }
+    if (choice.rate && !onAir && known != InputKind::Ttml && (!known || hasCues(*known))) {
+        throw UsageError("--from-rate is for what is on air, and for TTML: " + file.name() + " is neither");
+    }
+    if (onAir && !request.encoding.empty()) {
+        throw UsageError("--encoding is for texts: " + file.name() + " is none");
+    }
+}
+
 Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     InputFile file(request.path);
     Subtitles subtitles;
@@ -103,10 +162,16 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     const bool isContainer = container && mayHaveTextTracks(*container);
     const auto told = isContainer ? container : textKindOf(file, request.encoding);
     const auto known = told ? told : inputKindOfName(subtitles.name);
-    const bool isOther = known == InputKind::Ttml || (told == InputKind::Vtt && !take.value) || isContainer;
-    if (!request.track.empty() && !isContainer) {
+    const auto onAir = told && !isContainer ? std::nullopt : onAirKind(file, request);
+    checkOnAir(request, file, known, onAir);
+    if (!request.track.empty() && (!isContainer || request.onAir.isGiven())) {
         throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
     }
+    if (request.readsAll && onAir && !request.fromStart.isGiven) {
+        readAsCues(subtitles, file, *onAir, request, take);
+        return subtitles;
+    }
+    const bool isOther = known == InputKind::Ttml || (told == InputKind::Vtt && !take.value) || isContainer;
     if (request.readsAll && isOther && !request.fromStart.isGiven) {
         readAsCues(subtitles, file, *known, request, take);
         return subtitles;
@@ -122,7 +187,7 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     if (request.fromStart.isGiven && !isSTL) {
         throw UsageError("--from-start is for EBU STL here, which " + file.name() + " is not: convert has it for all");
     }
-    checkKind(file, first, !request.encoding.empty());
+    checkKind(file, first, request);
     const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
     const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
     if (kind == InputKind::Stl) {

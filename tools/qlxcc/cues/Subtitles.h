@@ -2,7 +2,9 @@
 #pragma once
 
 #include "cues/CueTimes.h"
+#include "io/Rates.h"
 
+#include <qlx/cea608/codes.h>
 #include <qlx/subtitles/cue.h>
 
 #include <cstdint>
@@ -50,6 +52,19 @@ private:
     std::uint64_t _leftOut = 0;
 };
 
+/// What of a file of frames is read as cues, as CueRequest has it.
+struct OnAirChoice {
+    std::optional<cea608::Channel> channel;
+    std::optional<std::uint8_t> service;
+    std::optional<std::uint16_t> page;
+    std::optional<Rate>
+        rate;  ///< Of frames without times of their own, and of TTML that counts frames without saying it.
+    std::string_view options = "--channel, --service or --page";  ///< What says it on the command line.
+
+    /// Whether anything is chosen.
+    [[nodiscard]] bool isGiven() const { return channel || service || page; }
+};
+
 /// How a file is to be read.
 struct SubtitleRequest {
     std::string path;                   ///< `-`: standard input.
@@ -60,6 +75,7 @@ struct SubtitleRequest {
     std::string track = {};             ///< Of containers, as CueRequest has it.
     bool readsAll = true;               ///< Also formats that the fixed operations have no reader of.
     FromStart fromStart = {};           ///< EBU STL, not as deployed.
+    OnAirChoice onAir = {};             ///< Files of frames; of Scenarist and MCC files also without a choice: CC1.
 };
 
 /// What a file is.
@@ -75,7 +91,9 @@ using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
 using CueValueTaker = std::function<void(const subtitles::Cue&)>;
 
 /// Reads a subtitle file and hands on its cues one by one, so that a long file takes no more memory than its text:
-/// EBU STL, SRT, or JSON, by its content, or else by its name. A JSON file is an array of the dictionaries that
+/// EBU STL, SRT, WebVTT, SubStation Alpha, TTML or JSON, by its content, or else by its name; a text track of a container;
+/// or what is on air in a Scenarist or MCC file, or in any other file of frames but rows, where SubtitleRequest::onAir says
+/// what that is. A JSON file is an array of the dictionaries that
 /// QLXSubtitleRecord reads, or an object with such an array under `cues`.
 ///
 /// In mode 1 the cues of SRT and STL files start early, by an estimate of their pairs; those of a JSON file keep their

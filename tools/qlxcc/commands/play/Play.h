@@ -73,6 +73,7 @@ struct PlayOptions {
     std::string encoding;   ///< Of an SRT or JSON file; empty for UTF-8.
     std::string track;      ///< Of containers, as CueRequest has it.
     FromStart fromStart;    ///< EBU STL, not as deployed.
+    OnAirChoice onAir;      ///< Files of frames, not as deployed.
     PlayMode mode = PlayMode::Teletext;
     Rate rate;
     bool isHD = true;

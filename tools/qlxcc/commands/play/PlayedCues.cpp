@@ -20,7 +20,8 @@ Subtitles PlayedCues::read() {
                          : readCues({.path = _options.subtitles,
                                      .encoding = _options.encoding,
                                      .track = _options.track,
-                                     .fromStart = _options.fromStart},
+                                     .fromStart = _options.fromStart,
+                                     .onAir = _options.onAir},
                                     takeOne);
 }
 

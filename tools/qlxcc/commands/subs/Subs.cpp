@@ -218,7 +218,7 @@ int listSubtitles(const SubsOptions& options) {
         // As captions they are listed as `play --as-deployed` sends them.
         const bool asDeployed = options.mode == kCea608Mode;
         list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed,
-                                   options.track, true, options.fromStart},
+                                   options.track, true, options.fromStart, options.onAir},
                                   [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
         if (output.isStandardOutput()) {

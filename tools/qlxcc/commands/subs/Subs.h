@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cues/CueTimes.h"
+#include "cues/Subtitles.h"
 #include "io/Rates.h"
 
 #include <cstdint>
@@ -20,6 +21,7 @@ struct SubsOptions {
     std::optional<std::string> output;  ///< None or `-`: standard output.
     bool asJson = false;
     FromStart fromStart{};  ///< EBU STL.
+    OnAirChoice onAir{};    ///< Files of frames.
 };
 
 /// Runs the subcommand; the result is the exit code.
