@@ -73,7 +73,8 @@ AppendResult Appender::append(const std::optional<std::string>& path, std::strin
         return AppendResult::Skipped;
     }
     if (!_failures.empty()) {
-        tryOthers(&*path);
+        tryOthers(*path);
+        endOthers(*path);
     }
     std::size_t written = 0;
     int error = 0;
@@ -117,10 +118,16 @@ Appender::Tried Appender::tryWriting(const std::string& path, std::string_view t
 }
 
 void Appender::retry() {
-    tryOthers(nullptr);
+    for (auto next = _failures.begin(); next != _failures.end();) {
+        const auto place = next++;
+        if (place->second.waits()) {
+            tryAgain(place);
+        }
+    }
 }
 
 void Appender::loseText(const std::string& path, int error) {
+    _lastUnopened = path;
     if (_failures.try_emplace(path).second) {
         beginOutage({path, error, 1});
     } else {
@@ -176,31 +183,52 @@ bool Appender::writeWaiting(Failure& failure, OpenFile& file, std::string& rest)
     return rest.empty() && failure.waiting.empty();
 }
 
-/// Tries the files but the one at `path`. One that could not be opened, and gets no further line, has no outage any
-/// more; nor has one for whose lines there was no room, once there is.
-void Appender::tryOthers(const std::string* path) {
-    const auto isOther = [path](const auto& entry) { return path == nullptr || entry.first != *path; };
-    const auto waits = [](const Failure& failure) { return !failure.waiting.empty() || failure.torn != 0; };
-    for (auto next = _failures.begin(); next != _failures.end();) {
-        const auto place = next++;
-        if (!isOther(*place) || !waits(place->second)) {
-            continue;
-        }
-        std::size_t written = 0;
-        int error = 0;
-        if (tryWriting(place->first, {}, written, error) == Tried::TookAll) {
-            end(place);
+/// True when the file takes all that waits for it, which ends its outage.
+bool Appender::tryAgain(Failures::iterator place) {
+    std::size_t written = 0;
+    int error = 0;
+    const bool isOver = tryWriting(place->first, {}, written, error) == Tried::TookAll;
+    if (isOver) {
+        end(place);
+    }
+    return isOver;
+}
+
+/// Goes on with the files behind the one that was tried last, but not with the one at `path`.
+void Appender::tryOthers(const std::string& path) {
+    // Those for which nothing waits have no turn; where there are many, the next text goes on behind them.
+    constexpr int kMostPassed = 16;
+    for (int passed = 0; passed < kMostPassed && hasWaiting() && !_failures.empty();) {
+        auto place = _failures.upper_bound(_lastTried);
+        place = place == _failures.end() ? _failures.begin() : place;
+        _lastTried = place->first;
+        if (place->first == path || !place->second.waits()) {
+            ++passed;
+        } else if (!tryAgain(place)) {
+            return;
         }
     }
-    for (auto next = _failures.begin(); path != nullptr && next != _failures.end();) {
+}
+
+/// One that could not be opened, and gets no further line, has no outage any more; nor has one for whose lines there was
+/// no room, once there is.
+void Appender::endOthers(const std::string& path) {
+    if (hasWaiting()) {
+        const auto place = _lastUnopened == path ? _failures.end() : _failures.find(_lastUnopened);
+        if (place != _failures.end() && !place->second.waits() && !place->second.isWithoutRoom) {
+            end(place);
+        }
+        return;
+    }
+    for (auto next = _failures.begin(); next != _failures.end();) {
         const auto place = next++;
-        if (isOther(*place) && !waits(place->second) && (!place->second.isWithoutRoom || !hasWaiting())) {
+        if (place->first != path) {
             end(place);
         }
     }
 }
 
-void Appender::end(std::map<std::string, Failure>::iterator place) {
+void Appender::end(Failures::iterator place) {
     const std::string path = place->first;
     _failures.erase(place);
     endOutage(path);

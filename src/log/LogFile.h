@@ -33,7 +33,8 @@ public:
     Appender& operator=(const Appender&) = delete;
 
     /// Opens the file, writes `text` with one call (and what the file did not take with further ones, as long as it
-    /// takes any), and closes it. Other files for which something waits are tried as well.
+    /// takes any), and closes it. Before that, other files for which something waits are tried in their turn, up to the
+    /// first one that still does not take all: however many wait, a text costs one attempt in vain.
     AppendResult append(const std::optional<std::string>& path, std::string_view text);
 
     /// Tries every file for which something waits.
@@ -53,17 +54,24 @@ private:
         std::size_t torn = 0;           ///< The bytes that the path's FileTurn had in front of them last time.
         bool isWithoutRoom = false;     ///< A text is lost because too much waits.
         bool hasReported = false;       ///< WaitsFirst has been given.
+
+        [[nodiscard]] bool waits() const noexcept { return !waiting.empty() || torn != 0; }
     };
+    using Failures = std::map<std::string, Failure>;
 
     void loseText(const std::string& path, int error);
     AppendResult keep(const std::string& path, std::string_view rest, bool isTorn, int error);
     Tried tryWriting(const std::string& path, std::string_view text, std::size_t& written, int& error);
     /// True when nothing waits any more.
     bool writeWaiting(Failure& failure, OpenFile& file, std::string& rest);
-    void tryOthers(const std::string* path);
-    void end(std::map<std::string, Failure>::iterator place);
+    bool tryAgain(Failures::iterator place);
+    void tryOthers(const std::string& path);
+    void endOthers(const std::string& path);
+    void end(Failures::iterator place);
 
-    std::map<std::string, Failure> _failures;
+    Failures _failures;
+    std::string _lastTried;                ///< Whose turn it was; the next one's path comes behind it.
+    std::string _lastUnopened;             ///< The path of the last text that was lost with a failed open.
     std::atomic<std::size_t> _waiting{0};  ///< Bytes for all files.
 };
 

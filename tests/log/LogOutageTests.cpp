@@ -78,7 +78,8 @@ protected:
 /// Takes what the test lets it take.
 class NarrowFiles : public qlx::LogFiles {
 public:
-    int openForAppending(const char* /*path*/) override {
+    int openForAppending(const char* path) override {
+        opened.emplace_back(path);
         if (openError != 0) {
             errno = openError;
             return -1;
@@ -99,6 +100,7 @@ public:
     std::size_t room = 0;
     std::string written;
     std::vector<std::size_t> calls;
+    std::vector<std::string> opened;
 };
 
 }  // namespace
@@ -294,6 +296,53 @@ TEST(LogAppender, KeepsTheOrderWithOneCallALine) {
     files.room = 100;
     EXPECT_EQ(appender.append("/b", "l"), Written);
     EXPECT_EQ(files.written, "abcdefghijkl") << "what waits for another file is tried first";
+}
+
+TEST(LogAppender, TriesOneFileInVainForEachText) {
+    NarrowFiles files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
+    qlx::log::Appender appender;
+    constexpr int kFiles = 100;
+    std::vector<std::string> paths;
+    for (int number = 0; number < kFiles; ++number) {
+        paths.push_back("/" + std::to_string(100 + number));
+        appender.append(paths.back(), "x");
+    }
+    EXPECT_EQ(files.opened.size(), 2U * kFiles - 1) << "of the first text there is no other file yet";
+    // Each has its turn once.
+    files.opened.clear();
+    for (int number = 0; number < kFiles; ++number) {
+        appender.append("/z", "y");
+    }
+    std::sort(files.opened.begin(), files.opened.end());
+    std::vector<std::string> expected = paths;
+    expected.insert(expected.end(), kFiles, "/z");
+    EXPECT_EQ(files.opened, expected);
+    // Once they take bytes again they need no turns.
+    files.room = 1000;
+    files.opened.clear();
+    EXPECT_EQ(appender.append("/z", "z"), qlx::log::AppendResult::Written);
+    EXPECT_EQ(files.opened.size(), kFiles + 1U);
+    EXPECT_EQ(files.written, std::string(kFiles, 'x') + std::string(kFiles, 'y') + "z");
+    EXPECT_FALSE(appender.hasWaiting());
+}
+
+TEST(LogAppender, EndsTheOutageOfAFailedOpenBesideFilesThatWait) {
+    NarrowFiles files;
+    const qlx::ScopedService<qlx::LogFiles> scope(files);
+    qlx::log::Appender appender;
+    const auto isOut = [](const std::string& path) {
+        const auto outages = qlx::log::status().underWay;
+        return std::any_of(outages.begin(), outages.end(), [&](const auto& outage) { return outage.path == path; });
+    };
+    appender.append("/waits", "one");
+    files.openError = ENOENT;
+    EXPECT_EQ(appender.append("/missing", "lost"), qlx::log::AppendResult::OpenFailed);
+    EXPECT_EQ(appender.append("/missing", "lost"), qlx::log::AppendResult::OpenFailed);
+    EXPECT_TRUE(isOut("/missing"));
+    EXPECT_EQ(appender.append("/waits", "lost as well"), qlx::log::AppendResult::OpenFailed);
+    EXPECT_FALSE(isOut("/missing")) << "it gets no further line";
+    EXPECT_TRUE(isOut("/waits"));
 }
 
 TEST(LogAppender, KeepsFourMegabytes) {
