@@ -14,13 +14,19 @@ namespace {
 /// Behind these columns only a white preamble brings the cursor without many tab offsets.
 constexpr std::size_t kGreatestTab = 3;
 
-enum RunKind : std::size_t { kColorRun, kItalicsRun, kUnderlineRun, kBackgroundRun, kFlashRun, kOpacityRun, kTextRun };
+enum RunKind : std::size_t {
+    kColorRun,
+    kItalicsRun,
+    kUnderlineRun,
+    kBackgroundRun,
+    kFlashRun,
+    kFlashingBackgroundRun,
+    kOpacityRun,
+    kTextRun
+};
 
-/// The codes that lead from one foreground to another; their number is given back.
-std::size_t foregroundCodes(const Look& from, const Look& to, std::array<Code, 2>& codes) {
-    if (from.foreground == to.foreground && from.isItalic == to.isItalic && from.isUnderlined == to.isUnderlined) {
-        return 0;
-    }
+/// The codes that lead from one colour of letters to another, also to the same; their number is given back.
+std::size_t letterCodes(const Look& from, const Look& to, std::array<Code, kForegroundCodes>& codes) {
     const bool isBlack = to.foreground == screen::Color::Black;
     const Code color{.kind = isBlack ? CodeKind::Foreground : CodeKind::MidRow,
                      .color = to.foreground,
@@ -36,6 +42,21 @@ std::size_t foregroundCodes(const Look& from, const Look& to, std::array<Code, 2
     }
     codes = {color, italics};
     return 2;
+}
+
+/// The codes that lead from one foreground to another; their number is given back. Those of colours and italics end
+/// flashing.
+std::size_t foregroundCodes(const Look& from, const Look& to, std::array<Code, kForegroundCodes>& codes) {
+    const bool changesLetters = !from.hasLettersOf(to) || (from.isFlashing && !to.isFlashing);
+    std::size_t count = changesLetters ? letterCodes(from, to, codes) : 0;
+    if (to.isFlashing && (changesLetters || !from.isFlashing)) {
+        codes[count++] = controlCode(Control::FlashOn);
+    }
+    return count;
+}
+
+bool isFlashing(const screen::Cell& cell) noexcept {
+    return cell.isFlashing || cell.foregroundOpacity == screen::Opacity::Flash;
 }
 
 bool isUnreadable(const Look& look) noexcept {
@@ -60,6 +81,7 @@ void PairBuilder::basic(std::uint8_t code) {
 void PairBuilder::code(Code code, bool isJoined) {
     finishPair();
     code.channel = _channel.channel;
+    code.isOfField2 = code.kind == CodeKind::Control && _channel.field == 2;
     const Pair pair = pairOf(code).value_or(Pair{});
     if (_doublesCodes) {
         _pairs.push_back({pair, isJoined});
@@ -108,6 +130,7 @@ Look RowEncoder::lookAt(std::size_t column) const noexcept {
     look.opacity = from.backgroundOpacity == screen::Opacity::Flash ? screen::Opacity::Solid : from.backgroundOpacity;
     look.isItalic = from.isItalic;
     look.isUnderlined = from.isUnderlined;
+    look.isFlashing = isFlashing(from);
     return look;
 }
 
@@ -210,10 +233,14 @@ RowEncoder::Plan RowEncoder::planOf(const Word& word) const {
             wanted.background = asked.background;
             wanted.opacity = asked.opacity;
         }
-        const auto plan = tryPlan(word, wanted, choice.isExact);
+        // Flashing gives way first. What changes the letters ends it.
         const bool isNothing = !choice.hasForeground && !choice.hasBackground;
-        if (plan && (isNothing || !isUnreadable(wanted) || isUnreadable(asked))) {
-            return *plan;
+        for (const bool flashes : {asked.isFlashing, _look.isFlashing && _look.hasLettersOf(wanted)}) {
+            wanted.isFlashing = flashes;
+            const auto plan = tryPlan(word, wanted, choice.isExact);
+            if (plan && (isNothing || !isUnreadable(wanted) || isUnreadable(asked))) {
+                return *plan;
+            }
         }
     }
     return {};
@@ -314,9 +341,8 @@ void RowEncoder::reportColors(std::size_t column) {
     if (from.backgroundOpacity != screen::Opacity::Transparent) {
         replaced(from.background);
     }
-    const bool hasFlashingText = from.isFlashing || from.foregroundOpacity == screen::Opacity::Flash;
-    if ((from.hasText() && hasFlashingText) || from.backgroundOpacity == screen::Opacity::Flash) {
-        report(kFlashRun, FindingCode::Cea608FlashLeftOut, column);
+    if (from.backgroundOpacity == screen::Opacity::Flash) {
+        report(kFlashingBackgroundRun, FindingCode::Cea608FlashLeftOut, column);
     }
     if (from.hasText() && from.foregroundOpacity >= screen::Opacity::Translucent) {
         report(kOpacityRun, FindingCode::Cea608OpacityLeftOut, column);
@@ -342,6 +368,9 @@ void RowEncoder::reportLetter(std::size_t column, const Look& wanted) {
     }
     if (_look.isUnderlined != wanted.isUnderlined) {
         report(kUnderlineRun, FindingCode::Cea608UnderlineLate, column);
+    }
+    if (_look.isFlashing != wanted.isFlashing) {
+        report(kFlashRun, FindingCode::Cea608FlashLate, column);
     }
     if (!_look.hasBackgroundOf(wanted)) {
         report(kBackgroundRun, FindingCode::Cea608BackgroundLate, column);

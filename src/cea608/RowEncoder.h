@@ -44,6 +44,9 @@ private:
     bool _isHalf = false;  ///< The last pair has room for another character.
 };
 
+/// Most codes from one foreground to another: a colour, italics, flash.
+inline constexpr std::size_t kForegroundCodes = 3;
+
 /// Colours and the like of a character.
 struct Look {
     screen::Color foreground = screen::Color::White;
@@ -51,9 +54,14 @@ struct Look {
     screen::Opacity opacity = screen::Opacity::Solid;
     bool isItalic = false;
     bool isUnderlined = false;
+    bool isFlashing = false;
 
     [[nodiscard]] bool hasBackgroundOf(const Look& other) const noexcept {
         return background == other.background && opacity == other.opacity;
+    }
+    /// Whether the codes of colours, italics and underline say the same.
+    [[nodiscard]] bool hasLettersOf(const Look& other) const noexcept {
+        return foreground == other.foreground && isItalic == other.isItalic && isUnderlined == other.isUnderlined;
     }
 };
 
@@ -68,12 +76,12 @@ public:
 private:
     /// How the spaces in front of a letter become its look.
     struct Plan {
-        Look look;                      ///< What comes of it.
-        std::array<Code, 2> codes{};    ///< Those of the foreground.
-        std::size_t codeCount = 0;      ///< How many there are.
-        std::uint32_t backgrounds = 0;  ///< Bits of the columns whose space is a background code.
-        std::size_t start = 0;          ///< Column of the first space.
-        bool isExact = true;            ///< Each space has its own background, except for the last one.
+        Look look;                                   ///< What comes of it.
+        std::array<Code, kForegroundCodes> codes{};  ///< Those of the foreground.
+        std::size_t codeCount = 0;                   ///< How many there are.
+        std::uint32_t backgrounds = 0;               ///< Bits of the columns whose space is a background code.
+        std::size_t start = 0;                       ///< Column of the first space.
+        bool isExact = true;                         ///< Each space has its own background, except for the last one.
     };
 
     /// Spaces, and the letter behind them.
@@ -113,7 +121,7 @@ private:
     std::uint64_t _offset;
     Piece _piece;
     Look _look;
-    std::array<Run, 7> _runs{};
+    std::array<Run, 8> _runs{};
 };
 
 /// Whether a cell is more than a place through which the picture shows.

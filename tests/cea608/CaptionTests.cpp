@@ -199,8 +199,40 @@ TEST(CaptionFindings, SayWhereAStyleIsLate) {
     result = changed(joined({cellsOf(U"a "), cellsOf(U"b", kOnBlue)}));
     EXPECT_EQ(result.pairs, "1460 6120+1024 6200");
     EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608BackgroundEarly, 15001, 1}}));
-    result = changed(cellsOf(U"a", {.isFlashing = true}));
+    // Flash has no column in front of the first one, and gives way to a colour.
+    const Cell flashing{.isFlashing = true};
+    result = changed(cellsOf(U"a", flashing));
+    EXPECT_EQ(result.pairs, "1460 6100");
+    EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608FlashLate, 15000, 1}}));
+    result = changed(joined({cellsOf(U"a "), cellsOf(U"b", {.foreground = Color::Red, .isFlashing = true})}));
+    EXPECT_EQ(result.pairs, "1460 6100 1128 6200");
+    EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608FlashLate, 15002, 1}}));
+    // Without a space it goes on.
+    result = changed(joined({cellsOf(U" a", flashing), cellsOf(U"b c")}));
+    EXPECT_EQ(result.pairs, "1460 1428 6162 1120 6300");
+    EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608FlashLate, 15002, 1}}));
+    result = changed(cellsOf(U"a", {.backgroundOpacity = Opacity::Flash}));
     EXPECT_EQ(result.findings, (std::vector<Found>{{Cea608FlashLeftOut, 15000, 1}}));
+}
+
+// 47 CFR 15.119 (h): the code (14 28) takes a column, and a colour or italics behind it end flashing.
+TEST(CaptionStyles, FlashFromASpaceOn) {
+    const Cell flashing{.isFlashing = true};
+    Encoded result = changed(cellsOf(U"a", flashing), 4);
+    EXPECT_EQ(result.pairs, "1470 1723 1428 6100");
+    EXPECT_TRUE(result.findings.empty());
+    result = changed(joined({cellsOf(U"a "), cellsOf(U"b", flashing), cellsOf(U" c")}));
+    EXPECT_EQ(result.pairs, "1460 6100 1428 6200 1120 6300");
+    EXPECT_TRUE(result.findings.empty());
+    result = changed(joined({cellsOf(U"a  "), cellsOf(U"b", {.isItalic = true, .isFlashing = true}), cellsOf(U" "),
+                             cellsOf(U"c", {.isItalic = true})}));
+    EXPECT_EQ(result.pairs, "1460 6100 112e 1428 6200 112e 6300");
+    EXPECT_TRUE(result.findings.empty());
+    // A new colour ends it, so that it is asked for anew.
+    result =
+        changed(joined({cellsOf(U" a  ", flashing), cellsOf(U"b", {.foreground = Color::Red, .isFlashing = true})}));
+    EXPECT_EQ(result.pairs, "1460 1428 6100 1128 1428 6200");
+    EXPECT_TRUE(result.findings.empty());
 }
 
 TEST(CaptionFindings, SayWhichLettersAreSolid) {
@@ -211,7 +243,7 @@ TEST(CaptionFindings, SayWhichLettersAreSolid) {
     EXPECT_EQ(result.pairs, "1460 6162 6320 6465");
     EXPECT_EQ(result.findings,
               (std::vector<Found>{
-                  {Cea608OpacityLeftOut, 15001, 2}, {Cea608FlashLeftOut, 15005, 1}, {Cea608OpacityLeftOut, 15004, 1}}));
+                  {Cea608OpacityLeftOut, 15001, 2}, {Cea608FlashLate, 15005, 1}, {Cea608OpacityLeftOut, 15004, 1}}));
 }
 
 TEST(CaptionFindings, SayWhatIsSentAsSpaces) {

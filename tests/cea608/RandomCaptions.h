@@ -72,7 +72,7 @@ inline bool isAsExpected(std::span<const Cell> expected, std::span<const Cell> s
     const bool isSolidSpace = cell.isVisible && !cell.hasText() && cell.background == Color::Black &&
                               cell.backgroundOpacity == Opacity::Solid;
     if (!want.isVisible) {
-        constexpr std::size_t kCodes = 2;
+        constexpr std::size_t kCodes = 3;
         bool isInFrontOfText = false;
         for (std::size_t next = column + 1; next <= column + kCodes && next < expected.size(); ++next) {
             isInFrontOfText = isInFrontOfText || expected[next].isVisible;
@@ -164,13 +164,14 @@ inline std::vector<Cell> fittingText(Random& random, std::size_t column, std::si
             next.isItalic = isTrue(random, 40);
             next.isUnderlined = isTrue(random, 20);
         }
+        next.isFlashing = isTrue(random, 10) ? !look.isFlashing : look.isFlashing;
         if (isTrue(random, 30)) {
             next.backgroundOpacity = static_cast<Opacity>(below(random, 3) == 0 ? 3 : 2 * below(random, 2));
             next.background = next.backgroundOpacity == Opacity::Transparent ? Color::Black : anyColor(random);
         }
-        // A background, a colour, italics. The first space has the new background,
+        // A background, a colour, italics, flash. The first space has the new background,
         // and the last one the new style.
-        for (std::size_t count = 3; count > 0 && cells.size() < room; --count) {
+        for (std::size_t count = 4; count > 0 && cells.size() < room; --count) {
             cells.push_back(space(next));
         }
         if (next.foreground == next.background && next.backgroundOpacity != Opacity::Transparent) {
@@ -206,7 +207,7 @@ inline std::vector<Cell> anyText(Random& random) {
             look.foreground = isTrue(random, 80) ? anyColor(random) : static_cast<Color>(below(random, 64));
             look.isItalic = isTrue(random, 30);
             look.isUnderlined = isTrue(random, 30);
-            look.isFlashing = isTrue(random, 5);
+            look.isFlashing = isTrue(random, 20);
         }
         if (isTrue(random, 8)) {
             look.background = isTrue(random, 80) ? anyColor(random) : static_cast<Color>(below(random, 64));

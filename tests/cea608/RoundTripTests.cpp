@@ -105,8 +105,8 @@ private:
     void showLooks(CaptionRow& row) const {
         for (std::size_t index = 0; index < row.cells.size(); ++index) {
             Cell& cell = row.cells[index];
+            cell.isFlashing = cell.isFlashing != has(FindingCode::Cea608FlashLate, row, index);
             if (has(FindingCode::Cea608FlashLeftOut, row, index)) {
-                cell.isFlashing = false;
                 cell.backgroundOpacity =
                     cell.backgroundOpacity == Opacity::Flash ? Opacity::Solid : cell.backgroundOpacity;
             }

@@ -152,11 +152,12 @@ enum class FindingCode : std::uint32_t {
     Cea608UnderlineLate,    ///< Place, columns whose letters have an underline, or have none, the same.
     Cea608BackgroundLate,   ///< Place, columns with the background of the one before them (black at a beginning).
     Cea608BackgroundEarly,  ///< Place, columns with the background of the one behind them.
-    Cea608FlashLeftOut,     ///< Place, columns that do not flash.
+    Cea608FlashLeftOut,     ///< Place, columns whose background should flash, and does not.
     Cea608ShownLate,        ///< Frames that it is late, pairs that it is short of.
     Cea608EndLate,          ///< Frames that its end is late.
     Cea608OpacityLeftOut,   ///< Place, columns whose letters are solid, and not translucent or transparent.
     Cea608TextLeftOut,      ///< Place, columns that are spaces: second halves of letters, and concealed ones.
+    Cea608FlashLate,        ///< Place, columns whose letters flash, or do not, in spite of what is asked for.
     // cea608, pairs to the screen; the offset is what the caller says
     Cea608ParityWrong = 0x4'0101,  ///< The two bytes as a number, 0.
     Cea608NoParity,                ///< Pairs that have no parity bit (told once), 0.
@@ -212,7 +213,7 @@ enum class FindingCode : std::uint32_t {
     TeletextBoxesJoined,            ///< Row, column of a gap that is too small to show the picture.
     TeletextColorKept,              ///< Row, column where the colour should change, and no space is in front.
     TeletextColorChanged,           ///< Row, letters whose colour became the nearest one.
-    TeletextStyleLeftOut,           ///< Row, cells that ask for what has no form in teletext.
+    TeletextStyleLeftOut,           ///< Row, letters that ask for what has no form in teletext.
     TeletextPageNotCallable,        ///< Page, subcode; left out.
     TeletextTimesWrong,             ///< Frame of its start, frame of its end; left out.
     TeletextPageEmpty,              ///< No numbers; left out.
@@ -220,6 +221,8 @@ enum class FindingCode : std::uint32_t {
     TeletextEraseLate,              ///< Frame of its end, frames behind it.
     TeletextPageLeftOut,            ///< Frame of its start, frame of its end: it was over before it could begin.
     TeletextRepetitionLate,         ///< Page, seconds for which it has not been sent again.
+    TeletextBackgroundKept,  ///< Row, column where the background should change, and too few spaces are in front.
+    TeletextFlashKept,       ///< Row, column where flashing should begin or end, the same.
 
     // scte (ANSI/SCTE 104, ANSI/SCTE 35, SMPTE ST 2010)
     ScteMessageMarkWrong = 0x7'0001,  ///< Word that the message begins with, FFFFh.
