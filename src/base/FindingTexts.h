@@ -576,6 +576,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {TextTrackHeadUnread, "what the track has in front of its cues (STYLE, REGION) cannot be read: its boxes are "
                           "damaged, or too far from the "
                           "beginning of a pipe"},
+    {TextSampleUnitsWrong, "text sample: at its byte {1} UTF-16 makes no character ({2} such place{2s})"},
     {TtmlHidden, "text that is not displayed left out"},
     {TtmlStyleChainTooLong, "style (its name has {1} bytes) is referred to by way of too many others: left out"},
     {TtmlTooManyElements,

@@ -64,37 +64,64 @@ void report(FindingSink& findings, FindingCode code, Severity severity, std::siz
     findings.add({code, severity, 0, static_cast<std::int64_t>(first), 0});
 }
 
-/// The characters of a text: UTF-16 behind a byte order mark, else UTF-8.
-std::u32string charactersOf(std::span<const std::uint8_t> bytes) {
+/// The characters of UTF-16 behind its byte order mark. A half of a pair that stands alone becomes U+FFFD.
+std::u32string charactersOfUtf16(std::span<const std::uint8_t> bytes, bool isBig, FindingSink& findings) {
+    constexpr std::size_t kUnit = 2;
+    constexpr std::size_t kLengthField = 2;
     std::u32string characters;
-    constexpr std::uint8_t kFirst = 0xFE;
-    constexpr std::uint8_t kSecond = 0xFF;
-    const bool isBig = bytes.size() >= 2 && bytes[0] == kFirst && bytes[1] == kSecond;
-    const bool isLittle = bytes.size() >= 2 && bytes[0] == kSecond && bytes[1] == kFirst;
-    if (!isBig && !isLittle) {
-        for (std::string_view text = asText(bytes); !text.empty();) {
-            characters += takeCodePoint(text);
-        }
-        return characters;
-    }
+    std::size_t wrong = 0;
+    std::size_t firstWrong = 0;
+    const auto addWrong = [&](std::size_t place) { firstWrong = wrong++ == 0 ? place : firstWrong; };
+    const auto replace = [&](std::size_t place) {
+        characters += U'\uFFFD';
+        addWrong(place);
+    };
     char32_t high = 0;
-    for (std::size_t place = 2; place + 1 < bytes.size(); place += 2) {
+    std::size_t place = kUnit;
+    for (; place + 1 < bytes.size(); place += kUnit) {
         const std::uint8_t upper = bytes[place + (isBig ? 0 : 1)];
         const char32_t unit = static_cast<char32_t>(upper << 8U | bytes[place + (isBig ? 1 : 0)]);
         const bool isHigh = unit >= 0xD800 && unit < 0xDC00;
         const bool isLow = unit >= 0xDC00 && unit < 0xE000;
-        if (high != 0) {
-            characters += isLow ? 0x10000 + ((high - 0xD800) << 10U) + (unit - 0xDC00) : U'\uFFFD';
-        } else if (isLow) {
-            characters += U'\uFFFD';
-        }
-        if (!isHigh && !isLow) {
-            characters += unit;
+        if (high != 0 && isLow) {
+            characters += 0x10000 + ((high - 0xD800) << 10U) + (unit - 0xDC00);
+        } else {
+            if (high != 0) {
+                replace(place - kUnit);
+            }
+            if (isLow) {
+                replace(place);
+            } else if (!isHigh) {
+                characters += unit;
+            }
         }
         high = isHigh ? unit : 0;
     }
     if (high != 0) {
-        characters += U'\uFFFD';
+        replace(place - kUnit);
+    }
+    if (place < bytes.size()) {
+        addWrong(place);
+    }
+    if (wrong != 0) {
+        findings.add({FindingCode::TextSampleUnitsWrong, Severity::Error, 0,
+                      static_cast<std::int64_t>(kLengthField + firstWrong), static_cast<std::int64_t>(wrong)});
+    }
+    return characters;
+}
+
+/// The characters of a text: UTF-16 behind a byte order mark, else UTF-8.
+std::u32string charactersOf(std::span<const std::uint8_t> bytes, FindingSink& findings) {
+    constexpr std::uint8_t kFirst = 0xFE;
+    constexpr std::uint8_t kSecond = 0xFF;
+    const bool isBig = bytes.size() >= 2 && bytes[0] == kFirst && bytes[1] == kSecond;
+    const bool isLittle = bytes.size() >= 2 && bytes[0] == kSecond && bytes[1] == kFirst;
+    if (isBig || isLittle) {
+        return charactersOfUtf16(bytes, isBig, findings);
+    }
+    std::u32string characters;
+    for (std::string_view text = asText(bytes); !text.empty();) {
+        characters += takeCodePoint(text);
     }
     return characters;
 }
@@ -288,7 +315,7 @@ void readTimedText(std::span<const std::uint8_t> sample, const TimedTextDefaults
     if (size == 0) {
         return;
     }
-    const std::u32string characters = charactersOf(rest.first(size));
+    const std::u32string characters = charactersOf(rest.first(size), findings);
     const TimedTextParts parts = partsOf(rest.subspan(size));
     if (parts.isCut) {
         report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());

@@ -70,6 +70,25 @@ TEST(TextTracks, AreReadFromTimedText) {
     EXPECT_NE(list.out.find("(text track 1 (tx3g, und)): 2 cues, 0 left out"), std::string::npos) << list.out;
 }
 
+TEST(TextTracks, SayWhatOfUtf16MakesNoCharacter) {
+    const TemporaryFolder folder;
+    // A byte behind the last unit; the first half of a pair in front of a letter, and the second one at the end.
+    const std::string file =
+        folder.write("in.mp4", mp4({timedTextTrack({{timedText("\xFE\xFF\x00x\x00"sv), 1000},
+                                                    {timedText("\xFF\xFEx\x00\x3D\xD8y\x00\x00\xDE"sv), 1000},
+                                                    {timedText("\xFE\xFF\x00z\xD8\x3D"sv), 1000}})}));
+    const ToolResult result = converted(file, "srt");
+    EXPECT_EQ(result.exitCode, 1) << result.err;
+    EXPECT_EQ(result.out, "1\n00:00:00,000 --> 00:00:01,000\n{\\an2}x\n\n"
+                          "2\n00:00:01,000 --> 00:00:02,000\n{\\an2}x\uFFFDy\uFFFD\n\n"
+                          "3\n00:00:02,000 --> 00:00:03,000\n{\\an2}z\uFFFD\n\n");
+    for (const std::string_view place :
+         {"6 UTF-16 makes no character (1 such place)", "6 UTF-16 makes no character (2 such places)"}) {
+        const std::string text = "text sample: at its byte " + std::string(place);
+        EXPECT_NE(result.err.find(text), std::string::npos) << result.err;
+    }
+}
+
 TEST(TextTracks, AreReadFromWebVttInBoxes) {
     const TemporaryFolder folder;
     const auto cue = [](const std::string& name, const std::string& settings, const std::string& text) {

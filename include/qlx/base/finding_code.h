@@ -562,7 +562,8 @@ enum class FindingCode : std::uint32_t {
     TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
     TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
     TextTrackUnreadable,          ///< The track, counted from 1.
-    TextTrackHeadUnread,  ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
+    TextTrackHeadUnread,   ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
+    TextSampleUnitsWrong,  ///< Byte of the sample, of how many places where UTF-16 makes no character the first one.
 
     // streams: the index of a container
     MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.

@@ -76,7 +76,7 @@ public:
     /// the documents. Cues of MP4 files that are cut where samples end are joined again. They are numbered from 1.
     ///
     /// Findings have as their offset the first byte of the sample, 0 where that is not known: TextSampleWrong,
-    /// TextSamplePartsLost, TextSampleEndMissing, TextTrackHeadUnread, and those of the formats.
+    /// TextSampleUnitsWrong, TextSamplePartsLost, TextSampleEndMissing, TextTrackHeadUnread, and those of the formats.
     /// @param track Its place among tracks().
     /// @param take Gets the cues, in the order of their samples.
     /// @param findings May be null.
