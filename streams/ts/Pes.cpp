@@ -123,6 +123,10 @@ void PesReader::endPacket() {
 }
 
 void PesReader::take(std::span<const std::uint8_t> bytes) {
+    // Its length stands in front.
+    const std::size_t head = std::min(bytes.size(), kPesStartBytes - std::min(_bytes.size(), kPesStartBytes));
+    _bytes.insert(_bytes.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(head));
+    bytes = bytes.subspan(head);
     if (_bytes.size() + bytes.size() > _options.greatestSize) {
         const std::size_t whole = wholeSize();
         // Behind its end nothing else begins in a packet that says so.

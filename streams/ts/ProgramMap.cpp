@@ -33,13 +33,19 @@ bool ProgramMap::receive(const PacketView& packet) {
     return isChanged;
 }
 
+void ProgramMap::tell(const Finding& finding) {
+    if (_findings != nullptr) {
+        _findings->add(finding);
+    }
+}
+
 bool ProgramMap::takeAssociation(const SectionView& section) {
     if (!section.isCrcRight || section.tableId() != kPatTableId) {
         return false;
     }
     const Result<Pat> table = parsePat(section.bytes, section.offset);
     if (!table) {
-        detail::addFinding(_findings, table.error().code, Severity::Error, section.offset, section.tableId());
+        tell(table.error());
         return false;
     }
     if (!table->header.isCurrent) {
@@ -95,7 +101,7 @@ bool ProgramMap::takeMap(const SectionView& section, std::uint16_t mapPid) {
     }
     const Result<Pmt> table = parsePmt(section.bytes, section.offset);
     if (!table) {
-        detail::addFinding(_findings, table.error().code, Severity::Error, section.offset, section.tableId());
+        tell(table.error());
         return false;
     }
     const bool isKnown = std::any_of(_programs.begin(), _programs.end(), [&](const Program& program) {

@@ -63,6 +63,7 @@ private:
 
     bool takeAssociation(const SectionView& section);
     bool takeMap(const SectionView& section, std::uint16_t mapPid);
+    void tell(const Finding& finding);
     void reportGone(const Pmt& before, const Pmt* now, std::uint64_t offset);
 
     FindingSink* _findings;
