@@ -1,6 +1,7 @@
 #include <qlx/streams/jsonl.h>
 
 #include "JsonFrame.h"
+#include "KeptFailure.h"
 #include "LineReader.h"
 
 #include <string>
@@ -13,14 +14,7 @@ public:
     explicit Lines(ByteSource& source) : _lines(source) {}
 
     Result<bool> next(Frame& frame) {
-        if (_failure) {
-            return *_failure;
-        }
-        const Result<bool> result = read(frame);
-        if (!result) {
-            _failure = result.error();
-        }
-        return result;
+        return detail::readUnlessFailed(_failure, [&] { return read(frame); });
     }
 
 private:

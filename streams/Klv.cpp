@@ -1,6 +1,7 @@
 #include <qlx/streams/klv.h>
 
 #include "BoundedFindings.h"
+#include "KeptFailure.h"
 #include "LeftOut.h"
 
 #include <qlx/anc/element.h>
@@ -170,14 +171,7 @@ Result<bool> KlvReader::read(Frame& frame, FindingSink* findings) {
 }
 
 Result<bool> KlvReader::next(Frame& frame, FindingSink* findings) {
-    if (_failure) {
-        return *_failure;
-    }
-    const Result<bool> result = read(frame, findings);
-    if (!result) {
-        _failure = result.error();
-    }
-    return result;
+    return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
 }
 
 Place KlvReader::placeOf(const Finding& finding) const {

@@ -4,6 +4,7 @@
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/time_code.h>
 
+#include "KeptFailure.h"
 #include "LineReader.h"
 #include "MccBytes.h"
 #include "TimeCodeText.h"
@@ -115,14 +116,7 @@ public:
     [[nodiscard]] const MccHeader& header() const noexcept { return _header; }
 
     Result<bool> next(Frame& frame, FindingSink* findings) {
-        if (_failure) {
-            return *_failure;
-        }
-        const Result<bool> result = read(frame, findings);
-        if (!result) {
-            _failure = result.error();
-        }
-        return result;
+        return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
     }
 
 private:

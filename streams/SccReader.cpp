@@ -2,6 +2,7 @@
 
 #include <qlx/base/parity.h>
 
+#include "KeptFailure.h"
 #include "LineReader.h"
 #include "TimeCodeText.h"
 
@@ -28,14 +29,7 @@ public:
     Lines(ByteSource& source, const SccOptions& options) : _options(options), _lines(source) {}
 
     Result<bool> next(Frame& frame, FindingSink* findings) {
-        if (_failure) {
-            return *_failure;
-        }
-        const Result<bool> result = read(frame, findings);
-        if (!result) {
-            _failure = result.error();
-        }
-        return result;
+        return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
     }
 
 private:
