@@ -75,6 +75,22 @@ expect passes 0
 sources
 expect passes 2
 
+# A header that is found in front of the other one.
+mkdir src/room/room
+sed '$a inline int* nothing() { return 0; }' src/room/Half.h >src/room/room/Half.h
+expect fails 0
+rm -r src/room/room
+expect passes 2
+
+# What has not changed is not even read.
+mkdir "$work/bin"
+printf '%s\n' '#!/bin/sh' 'test "$1" = --version && exec /usr/bin/clang++ "$@"' >"$work/bin/clang++"
+chmod +x "$work/bin/clang++"
+PATH=$work/bin:$PATH expect passes 2
+echo '// A comment.' >>src/room/Half.h
+PATH=$work/bin:$PATH expect passes 0
+sources
+
 # What only cppcheck finds, in one source and from one to the other, of which only one has changed.
 echo 'int last() { const int two[2] = {0, 0}; return two[2]; }' >>src/room/Quarter.cpp
 expect fails 1
