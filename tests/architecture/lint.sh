@@ -84,6 +84,7 @@ expect passes 2
 
 # What has not changed is not even read.
 mkdir "$work/bin"
+# shellcheck disable=SC2016 # For the script itself.
 printf '%s\n' '#!/bin/sh' 'test "$1" = --version && exec /usr/bin/clang++ "$@"' >"$work/bin/clang++"
 chmod +x "$work/bin/clang++"
 PATH=$work/bin:$PATH expect passes 2
