@@ -2,12 +2,16 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/finding.h>
 #include <qlx/screen/screen.h>
 #include <qlx/subtitles/cue.h>
+#include <qlx/teletext/row_encoder.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -49,6 +53,36 @@ inline void trimEnd(Cells& cells) {
         cells.erase(cells.begin(), std::find_if_not(cells.begin(), cells.end(), isSpace));
     }
     return cells;
+}
+
+/// Letters with the marks behind them, and without those that no letter takes and signs of direction
+/// (TeletextMarkLeftOut): none of them has a cell of its own.
+/// @param keepsSpaces Those in front stay.
+inline void joinMarks(Cells& cells, bool keepsSpaces, FindingSink* findings, std::uint64_t offset) {
+    std::u32string text;
+    for (const screen::Cell& cell : cells) {
+        text += cell.character;
+    }
+    PlacedSink sink(findings, offset);
+    // Those of a row that is read from the left to the right stay in their order.
+    Cells joined;
+    for (const teletext::DisplayCell& display : teletext::displayCells(text, {}, &sink)) {
+        joined.push_back(cells[display.source]);
+        joined.back().character = display.character;
+    }
+    trimEnd(joined);
+    const auto first = keepsSpaces ? joined.begin() : std::find_if_not(joined.begin(), joined.end(), isSpace);
+    cells.assign(first, joined.end());
+}
+
+/// The column, from 0 on, of text that has its middle where it is on a screen of other columns.
+/// @param named Its column there, from 1 on.
+/// @param size Of the text.
+[[nodiscard]] inline std::size_t columnLike(std::size_t named, std::size_t size, std::size_t from,
+                                            std::size_t to) noexcept {
+    // In halves of a column, as parts of `from`; half a column more gives the nearest one.
+    const std::size_t middle = (2 * (named - 1) + size) * to + from;
+    return middle > size * from ? std::min((middle - size * from) / (2 * from), to - 1) : 0;
 }
 
 /// Characters that stand on a row by themselves: up to the last space that leaves text in front of it.

@@ -81,23 +81,12 @@ private:
                                       letter == cells.end() ? Color::White : letter->foreground);
     }
 
-    /// Letters with the marks behind them, and without those that no letter takes: none of them has a cell of its own.
-    void joinMarks(detail::Cells& cells, bool keepsSpaces) const {
-        std::u32string text;
-        for (const screen::Cell& cell : cells) {
-            text += cell.character;
-        }
-        PlacedSink sink(_findings, _options.findingsOffset);
-        // Those of a row that is read from the left to the right stay in their order.
-        detail::Cells joined;
-        for (const teletext::DisplayCell& display : teletext::displayCells(text, {}, &sink)) {
-            joined.push_back(cells[display.source]);
-            joined.back().character = display.character;
-        }
-        detail::trimEnd(joined);
-        const auto first =
-            keepsSpaces ? joined.begin() : std::find_if_not(joined.begin(), joined.end(), detail::isSpace);
-        cells.assign(first, joined.end());
+    /// The same with the codes of what is behind the letters and of flashing, where the row has room for them.
+    [[nodiscard]] std::size_t wholeLeadOf(std::span<const screen::Cell> cells) const noexcept {
+        const auto letter =
+            std::find_if(cells.begin(), cells.end(), [](const screen::Cell& cell) { return cell.hasText(); });
+        return letter == cells.end() ? leadOf(cells, true)
+                                     : teletext::leadingCodes(_options.isDoubleHeight, *letter, cells.size());
     }
 
     /// Three points for each character of that look which the set lacks, where the row has room for all of them.
@@ -125,7 +114,8 @@ private:
     void addRow(std::size_t source) {
         std::size_t bold = 0;
         detail::Cells cells = detail::cellsOf(_cue.rows[source], bold);
-        joinMarks(cells, _cue.rows[source].alignment == subtitles::Alignment::Unchanged);
+        detail::joinMarks(cells, _cue.rows[source].alignment == subtitles::Alignment::Unchanged, _findings,
+                          _options.findingsOffset);
         spellEllipses(cells);
         if (bold > 0) {
             report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
@@ -231,7 +221,7 @@ private:
         const std::size_t spaces = line.cells.size() - shown.size();
         row.cells = displayed(shown);
         const std::size_t size = row.cells.size();
-        const std::size_t lead = leadOf(row.cells, true);
+        const std::size_t lead = wholeLeadOf(row.cells);
         const std::size_t left = std::max(lead, kColumns - kUsualColumns - (row.isDoubleHeight ? 0 : 1));
         std::size_t column = left + spaces;
         if (_cue.rows[line.source].alignment == subtitles::Alignment::Center) {
@@ -244,6 +234,9 @@ private:
         if (const std::uint16_t named = _asked.rows[line.source].column;
             line.isFirst && named != 0 && _asked.screenColumns == kColumns) {
             column = std::min<std::size_t>(named - 1U + spaces, kColumns - 1);
+        } else if (line.isFirst && named != 0 && _asked.screenColumns != 0) {
+            const std::size_t alike = detail::columnLike(named, line.cells.size(), _asked.screenColumns, kColumns);
+            column = std::clamp(alike + spaces, lead, std::max(lead, kColumns - size));
         }
         row.column = static_cast<std::uint8_t>(column);
         return row;

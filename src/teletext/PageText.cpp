@@ -7,6 +7,7 @@
 #include <qlx/teletext/row_encoder.h>
 
 #include <algorithm>
+#include <array>
 
 namespace qlx::teletext {
 
@@ -23,13 +24,111 @@ bool hasLetter(const Cell& cell) noexcept {
     return cell.isVisible && cell.character != U' ' && cell.character != U'\u00A0';
 }
 
-/// Whether a cell asks for something that teletext subtitles do not have.
+/// How letters look.
+struct Look {
+    Color foreground = Color::White;
+    Color background = Color::Black;
+    bool isFlashing = false;
+
+    friend bool operator==(const Look&, const Look&) = default;
+};
+
+bool isUnreadable(const Look& look) noexcept {
+    return look.foreground == look.background;
+}
+
+Color basicColor(Color color) noexcept {
+    return screen::kBasicColors[screen::basicIndex(color)];
+}
+
+/// What a letter asks for, as far as there are codes for it: no letter is as what is behind it.
+Look lookOf(const Cell& cell) noexcept {
+    Look look{letterColor(cell.foreground), Color::Black, cell.isFlashing};
+    if (cell.backgroundOpacity == screen::Opacity::Solid && basicColor(cell.background) != look.foreground) {
+        look.background = basicColor(cell.background);
+    }
+    return look;
+}
+
+/// The attributes that lead from one look to another (EN 300 706, 12.2): a background is the colour that letters have
+/// there.
+class LookCodes {
+public:
+    LookCodes(Look from, const Look& to) noexcept {
+        if (from.background != to.background && to.background == Color::Black) {
+            push(codeOf(SpacingAttribute::BlackBackground));
+        } else if (from.background != to.background) {
+            pushColor(from, to.background);
+            push(codeOf(SpacingAttribute::NewBackground));
+        }
+        pushColor(from, to.foreground);
+        if (from.isFlashing != to.isFlashing) {
+            push(codeOf(to.isFlashing ? SpacingAttribute::Flash : SpacingAttribute::Steady));
+        }
+    }
+
+    [[nodiscard]] std::size_t size() const noexcept { return _size; }
+    [[nodiscard]] std::span<const std::uint8_t> items() const noexcept { return std::span(_codes).first(_size); }
+
+private:
+    void push(std::uint8_t code) noexcept { _codes[_size++] = code; }
+    void pushColor(Look& from, Color color) noexcept {
+        if (from.foreground != color) {
+            push(static_cast<std::uint8_t>(codeOf(SpacingAttribute::FirstAlphaColor) + screen::basicIndex(color)));
+            from.foreground = color;
+        }
+    }
+
+    std::array<std::uint8_t, 4> _codes{};
+    std::size_t _size = 0;
+};
+
+/// The best of a look that there is room for: flashing gives way first, then the background, then the colour.
+Look lookWithin(const Look& from, const Look& asked, std::size_t room) noexcept {
+    for (const auto& [hasColor, hasBackground, hasFlash] :
+         {std::array{true, true, true}, std::array{true, true, false}, std::array{true, false, true},
+          std::array{true, false, false}, std::array{false, true, true}, std::array{false, true, false},
+          std::array{false, false, true}}) {
+        const Look look{hasColor ? asked.foreground : from.foreground,
+                        hasBackground ? asked.background : from.background,
+                        hasFlash ? asked.isFlashing : from.isFlashing};
+        if (!isUnreadable(look) && LookCodes(from, look).size() <= room) {
+            return look;
+        }
+    }
+    return from;
+}
+
+/// What of the first letter's look the codes in front of so many cells have room for: its colour in any case.
+Look lookInFront(bool isDoubleHeight, const Look& first, std::size_t size) noexcept {
+    const std::size_t box = leadingCodes(isDoubleHeight, Color::White);
+    const std::size_t free = kDataBytes - std::min(kDataBytes, box + size);
+    return lookWithin({}, first, std::max(free, leadingCodes(isDoubleHeight, first.foreground) - box));
+}
+
+/// Whether a letter asks for something that teletext subtitles do not have.
 bool hasMore(const Cell& cell) noexcept {
-    const Cell plain{.character = cell.character, .foreground = cell.foreground, .isVisible = true};
-    return cell.isVisible && cell != plain && (hasLetter(cell) || cell.background != Color::Black);
+    const Look look = lookOf(cell);
+    Cell plain{.character = cell.character, .foreground = cell.foreground, .isVisible = true};
+    plain.background = look.background == Color::Black ? Color::Black : cell.background;
+    plain.isFlashing = cell.isFlashing;
+    return hasLetter(cell) && cell != plain;
+}
+
+/// Whether a colour of a letter becomes another one.
+bool hasOtherColor(const Cell& cell) noexcept {
+    const bool isBehind = lookOf(cell).background != Color::Black;
+    return letterColor(cell.foreground) != cell.foreground ||
+           (isBehind && basicColor(cell.background) != cell.background);
 }
 
 class RowCoder {
+    struct Kept {
+        std::optional<Color> foreground;
+        std::optional<Color> background;
+        std::optional<bool> isFlashing;
+    };
+
 public:
     RowCoder(const PageRow& row, std::uint8_t designation, FindingSink* findings, std::uint64_t offset) noexcept
         : _row(row), _set(shownSet(designation, designation)), _g0(g0Characters(_set)), _findings(findings),
@@ -49,7 +148,7 @@ public:
             return false;
         }
         const auto letter = std::find_if(_cells.begin(), _cells.end(), hasLetter);
-        _color = letter == _cells.end() ? Color::White : letterColor(letter->foreground);
+        _lead = letter == _cells.end() ? Look{} : lookOf(*letter);
         place(_row.column + static_cast<std::size_t>(first - _row.cells.begin()));
         coded.row = _row.row;
         coded.isDoubleHeight = _row.isDoubleHeight;
@@ -72,7 +171,8 @@ private:
 
     /// Where the text begins, and how much of it has room.
     void place(std::size_t wanted) {
-        const std::size_t lead = leadingCodes(_row.isDoubleHeight, _color);
+        _lead = lookInFront(_row.isDoubleHeight, _lead, _cells.size());
+        const std::size_t lead = leadingCodes(_row.isDoubleHeight, Color::White) + LookCodes({}, _lead).size();
         const std::size_t room = kDataBytes - lead;
         if (_cells.size() > room) {
             report(FindingCode::TeletextRowCut, Severity::Error, _cells.size() - room);
@@ -88,10 +188,11 @@ private:
     }
 
     void writeLead() {
-        std::size_t place = _start - leadingCodes(_row.isDoubleHeight, _color);
-        if (_color != Color::White) {
-            _codes[place++] = colorCode(_color);
-        }
+        const LookCodes codes({}, _lead);
+        std::size_t place = _start - leadingCodes(_row.isDoubleHeight, Color::White) - codes.size();
+        putCodes(place, codes);
+        place += codes.size();
+        _look = _lead;
         if (_row.isDoubleHeight) {
             _codes[place++] = codeOf(SpacingAttribute::DoubleHeight);
         }
@@ -110,8 +211,8 @@ private:
         }
     }
 
-    static std::uint8_t colorCode(Color color) noexcept {
-        return static_cast<std::uint8_t>(codeOf(SpacingAttribute::FirstAlphaColor) + screen::basicIndex(color));
+    void putCodes(std::size_t place, const LookCodes& codes) {
+        std::copy(codes.items().begin(), codes.items().end(), _codes.begin() + static_cast<std::ptrdiff_t>(place));
     }
 
     void writeCells() {
@@ -130,11 +231,18 @@ private:
         if (!hasLetter(cell)) {
             return;
         }
-        const Color color = letterColor(cell.foreground);
-        if (color != _color) {
-            changeColor(index, color);
+        const Look asked = lookOf(cell);
+        const std::size_t room = blanksInFrontOf(index);
+        if (asked != _look && room > 0) {
+            const Look look = lookWithin(_look, asked, room);
+            const LookCodes codes(_look, look);
+            putCodes(_start + index - codes.size(), codes);
+            _look = look;
         }
-        _kept = color == _color ? std::optional<Color>() : color;
+        if (room > 0 || (index > 0 && !hasLetter(_cells[index - 1]))) {
+            _kept = {};
+        }
+        reportKept(_start + index, asked);
         const bool isShown =
             cell.part != screen::CellPart::LowerHalf && cell.side != screen::CellSide::RightHalf && !cell.isConcealed;
         if (isShown) {
@@ -142,13 +250,29 @@ private:
         }
     }
 
-    /// In the place of a space that nothing else has taken.
-    void changeColor(std::size_t index, Color color) {
-        if (index > 0 && _codes[_start + index - 1] == kBlank && !hasLetter(_cells[index - 1])) {
-            _codes[_start + index - 1] = colorCode(color);
-            _color = color;
-        } else if (_kept != color) {
-            report(FindingCode::TeletextColorKept, Severity::Warning, _start + index);
+    /// Spaces that nothing else has taken.
+    [[nodiscard]] std::size_t blanksInFrontOf(std::size_t index) const {
+        std::size_t first = index;
+        while (first > 0 && _codes[_start + first - 1] == kBlank && !hasLetter(_cells[first - 1])) {
+            --first;
+        }
+        return index - first;
+    }
+
+    /// Letters that look as those in front of them, once a word.
+    void reportKept(std::size_t column, const Look& asked) {
+        keep(_kept.foreground, _look.foreground, asked.foreground, FindingCode::TeletextColorKept, column);
+        keep(_kept.background, _look.background, asked.background, FindingCode::TeletextBackgroundKept, column);
+        keep(_kept.isFlashing, _look.isFlashing, asked.isFlashing, FindingCode::TeletextFlashKept, column);
+    }
+
+    template <class Value>
+    void keep(std::optional<Value>& kept, Value shown, Value asked, FindingCode code, std::size_t column) {
+        if (shown == asked) {
+            kept.reset();
+        } else if (kept != asked) {
+            report(code, Severity::Warning, column);
+            kept = asked;
         }
     }
 
@@ -175,17 +299,16 @@ private:
         const auto rest = _cells.subspan(index);
         const auto next = std::find_if(rest.begin(), rest.end(), [](const Cell& cell) { return cell.isVisible; });
         const auto size = static_cast<std::size_t>(next - rest.begin());
-        const bool changesColor = hasLetter(*next) && letterColor(next->foreground) != _color;
-        if (size < kBetweenBoxes + (changesColor ? 1U : 0U)) {
+        const Look look = hasLetter(*next) ? lookOf(*next) : _look;
+        const LookCodes codes(_look, look);
+        if (size < kBetweenBoxes + codes.size()) {
             report(FindingCode::TeletextBoxesJoined, Severity::Warning, _start + index);
             return index + size;
         }
         writeEnd(_start + index);
         const std::size_t begin = _start + index + size - 2;
-        if (changesColor) {
-            _color = letterColor(next->foreground);
-            _codes[begin - 1] = colorCode(_color);
-        }
+        putCodes(begin - codes.size(), codes);
+        _look = look;
         writePair(begin, SpacingAttribute::StartBox);
         return index + size;
     }
@@ -200,8 +323,7 @@ private:
         if (const std::uint64_t cells = count(hasMore); cells != 0) {
             report(FindingCode::TeletextStyleLeftOut, Severity::Remark, cells);
         }
-        const std::uint64_t changed =
-            count([](const Cell& cell) { return hasLetter(cell) && letterColor(cell.foreground) != cell.foreground; });
+        const std::uint64_t changed = count([](const Cell& cell) { return hasLetter(cell) && hasOtherColor(cell); });
         if (changed != 0) {
             report(FindingCode::TeletextColorChanged, Severity::Remark, changed);
         }
@@ -214,13 +336,19 @@ private:
     std::uint64_t _offset;
     std::span<const Cell> _cells;
     std::size_t _start = 0;
-    Color _color = Color::White;
-    std::optional<Color> _kept;  ///< The colour that letters in front of this one should have.
+    Look _lead;  ///< Of the first letter.
+    Look _look;  ///< Of the letters that are being written.
+    Kept _kept;  ///< What letters in front of this one should have, and do not.
     std::span<std::uint8_t> _codes;
     CodedRow* _coded = nullptr;
 };
 
 }  // namespace
+
+std::size_t leadingCodes(bool isDoubleHeight, const screen::Cell& first, std::size_t size) noexcept {
+    return leadingCodes(isDoubleHeight, Color::White) +
+           LookCodes({}, lookInFront(isDoubleHeight, lookOf(first), size)).size();
+}
 
 std::optional<CodedRow> codeRow(const PageRow& row, std::uint8_t designation, FindingSink* findings,
                                 std::uint64_t offset) {

@@ -33,6 +33,7 @@ using qlxtest::below;
 using qlxtest::kCues;
 using qlxtest::kFrames;
 using qlxtest::kSets;
+using qlxtest::Look;
 using qlxtest::Random;
 using qlxtest::seenOf;
 using qlxtest::SeenPage;
@@ -45,6 +46,7 @@ Cue anyCue(Random& random, std::uint64_t frame) {
     Cue cue;
     cue.start = MediaTime::make(static_cast<std::int64_t>(frame), kFrames);
     cue.end = MediaTime::make(static_cast<std::int64_t>(frame + below(random, 60)), kFrames);
+    const bool isStyled = below(random, 4) == 0;
     for (std::size_t rows = below(random, 5); rows > 0; --rows) {
         qlx::subtitles::Row row;
         row.number = below(random, 3) == 0 ? below(random, 14) : 0;
@@ -59,6 +61,10 @@ Cue anyCue(Random& random, std::uint64_t frame) {
             row.runs.push_back({std::move(text), {}});
             row.runs.back().style.isItalic = below(random, 20) == 0;
             row.runs.back().style.foreground = qlx::screen::kBasicColors[below(random, 8)];
+            row.runs.back().style.isFlashing = isStyled && below(random, 3) == 0;
+            if (isStyled && below(random, 3) == 0) {
+                row.runs.back().style.background = qlx::screen::kBasicColors[below(random, 8)];
+            }
         }
         cue.rows.push_back(std::move(row));
     }
@@ -69,8 +75,16 @@ Cue anyCue(Random& random, std::uint64_t frame) {
 struct Wanted {
     char32_t letter = U' ';
     Color color = Color::White;
+    Color background = Color::Black;
+    bool isFlashing = false;
     bool isItalic = false;
 };
+
+/// As it is shown where the row has room: what is behind a letter is not of its colour.
+Look lookOf(const Wanted& wanted) {
+    const Color color = letterColor(wanted.color);
+    return {color, wanted.background == color ? Color::Black : wanted.background, wanted.isFlashing};
+}
 using WantedLine = std::vector<Wanted>;
 
 /// Findings that explain something, each once.
@@ -159,7 +173,8 @@ WantedLine wantedRow(const qlx::subtitles::Row& row, const CharacterSet& set, Ex
     WantedLine line;
     for (const qlx::subtitles::Run& run : row.runs) {
         for (std::string_view rest = run.text; !rest.empty();) {
-            line.push_back({qlx::takeCodePoint(rest), run.style.foreground, run.style.isItalic});
+            line.push_back({qlx::takeCodePoint(rest), run.style.foreground, run.style.background.value_or(Color::Black),
+                            run.style.isFlashing, run.style.isItalic});
         }
     }
     line = withoutMarks(line, said);
@@ -292,8 +307,10 @@ void expectLine(const WantedLine& wanted, std::size_t number, const SeenRow& see
     const auto isBlack = [](const Wanted& one) { return one.color == Color::Black; };
     const auto black = std::count_if(asked.begin(), asked.end(), isBlack);
     EXPECT_TRUE(black == 0 || said.take(qlx::FindingCode::TeletextColorChanged, row, black)) << black;
-    const auto italic = std::count_if(asked.begin(), asked.end(), [](const Wanted& one) { return one.isItalic; });
-    EXPECT_TRUE(italic == 0 || said.take(qlx::FindingCode::TeletextStyleLeftOut, row, italic)) << italic;
+    const auto lost = std::count_if(asked.begin(), asked.end(), [](const Wanted& one) {
+        return one.isItalic || one.background != lookOf(one).background;
+    });
+    EXPECT_TRUE(lost == 0 || said.take(qlx::FindingCode::TeletextStyleLeftOut, row, lost)) << lost;
     const auto isSpace = [](const Wanted& one) { return one.letter == U' '; };
     const auto first = std::find_if_not(wanted.begin(), wanted.end(), isSpace);
     const auto last = std::find_if_not(wanted.rbegin(), wanted.rend(), isSpace).base();
@@ -301,20 +318,29 @@ void expectLine(const WantedLine& wanted, std::size_t number, const SeenRow& see
         std::equal(first, last, seen.text.begin(), seen.text.end(),
                    [&isSpace](const Wanted& one, char32_t character) { return isSpace(one) == (character == U' '); });
     expectLetters(asked, letters, areSpacesThere, isRightToLeft, said);
-    // Where letters stand in another order their colours are not followed.
-    while (isRightToLeft && said.takeOf(qlx::FindingCode::TeletextColorKept, row)) {
-    }
-    for (std::size_t index = 0; index < asked.size() && !isRightToLeft; ++index) {
-        const Color color = letterColor(asked[index].color);
-        const bool isBegun = index == 0 || areFirst[index] || letterColor(asked[index - 1].color) != color;
-        if (seen.colors[index] != color) {
-            // The colour of the letter in front, from one on of which it is said.
-            ASSERT_GT(index, 0U);
-            EXPECT_EQ(seen.colors[index], seen.colors[index - 1]);
-            EXPECT_TRUE(!isBegun ||
-                        said.take(qlx::FindingCode::TeletextColorKept, row, static_cast<std::int64_t>(columns[index])))
-                << "column " << columns[index];
+    constexpr qlx::FindingCode kKept[] = {qlx::FindingCode::TeletextColorKept, qlx::FindingCode::TeletextBackgroundKept,
+                                          qlx::FindingCode::TeletextFlashKept};
+    // Where letters stand in another order their looks are not followed.
+    for (const qlx::FindingCode code : kKept) {
+        while (isRightToLeft && said.takeOf(code, row)) {
         }
+    }
+    // A part of a look is that of the letter in front, from one on of which it is said.
+    const auto expectPart = [&](std::size_t index, qlx::FindingCode code, const auto& partOf) {
+        const auto part = partOf(lookOf(asked[index]));
+        if (partOf(seen.looks[index]) == part) {
+            return;
+        }
+        EXPECT_EQ(partOf(seen.looks[index]), partOf(index == 0 ? Look{} : seen.looks[index - 1]));
+        const bool isBegun = index == 0 || areFirst[index] || partOf(lookOf(asked[index - 1])) != part;
+        EXPECT_TRUE(!isBegun || said.take(code, row, static_cast<std::int64_t>(columns[index])))
+            << "column " << columns[index];
+    };
+    for (std::size_t index = 0; index < asked.size() && !isRightToLeft; ++index) {
+        expectPart(index, kKept[0], [](const Look& look) { return look.color; });
+        expectPart(index, kKept[1], [](const Look& look) { return look.background; });
+        expectPart(index, kKept[2], [](const Look& look) { return look.isFlashing; });
+        EXPECT_NE(seen.looks[index].color, seen.looks[index].background);
     }
 }
 

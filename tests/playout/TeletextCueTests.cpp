@@ -28,6 +28,7 @@ using qlxtest::below;
 using qlxtest::kCues;
 using qlxtest::kFrames;
 using qlxtest::kSets;
+using qlxtest::Look;
 using qlxtest::Random;
 using qlxtest::seenOf;
 using qlxtest::SeenPage;
@@ -110,19 +111,49 @@ Made fittingCue(Random& random, std::uint8_t designation, const Letters& letters
         const std::size_t alignment = below(random, 3);
         row.alignment = alignment == 0 ? Alignment::Left : alignment == 1 ? Alignment::Center : Alignment::Right;
         SeenRow seen;
-        for (const auto& [word, color] : anyWords(random, letters, isRightToLeft)) {
+        const auto words = anyWords(random, letters, isRightToLeft);
+        // What is behind them, and flashing, begins with the row; black is all that one space has room for.
+        std::size_t length = words.size() - 1;
+        for (const auto& [word, color] : words) {
+            length += word.size();
+        }
+        Look look{.color = words.front().second};
+        const bool isShort = length <= 40 - 7;
+        look.background = isShort && below(random, 4) == 0 ? qlx::screen::kBasicColors[below(random, 8)] : Color::Black;
+        look.background = look.background == look.color ? Color::Black : look.background;
+        look.isFlashing = isShort && below(random, 4) == 0;
+        const Look first = look;
+        for (const auto& [word, color] : words) {
+            const bool isSame = color == look.color;
+            look.color = color;
+            if (isSame && !isRightToLeft && !seen.looks.empty() && below(random, 6) == 0) {
+                look.isFlashing = !look.isFlashing;
+            } else if ((isSame && !isRightToLeft && !seen.looks.empty() && below(random, 6) == 0) ||
+                       look.background == color) {
+                // A colour that was behind the letters comes with black in two codes: not here.
+                look.background = isSame ? Color::Black : look.background;
+                look.color = isSame ? color : seen.looks.back().color;
+            }
             std::string text = row.runs.empty() ? "" : " ";
             seen.text += row.runs.empty() ? U"" : U" ";
             for (const char32_t letter : word) {
                 qlx::appendUtf8(text, letter);
                 seen.text += letter;
-                seen.colors.push_back(color);
+                seen.looks.push_back(look);
             }
             row.runs.push_back({std::move(text), {}});
-            row.runs.back().style.foreground = color;
+            row.runs.back().style.foreground = look.color;
+            row.runs.back().style.isFlashing = look.isFlashing;
+            if (look.background != Color::Black) {
+                row.runs.back().style.background = look.background;
+            }
         }
         const std::size_t size = seen.text.size();
-        const std::size_t lead = seen.colors.front() == Color::White ? 3 : 4;
+        // Two codes of the box and one of the height; then those of the looks.
+        const bool isBehind = first.background != Color::Black;
+        const bool isOther = first.color != (isBehind ? first.background : Color::White);
+        const std::size_t lead = 3U + (isBehind ? first.background == Color::White ? 1U : 2U : 0U) +
+                                 (isOther ? 1U : 0U) + (first.isFlashing ? 1U : 0U);
         const std::size_t wanted = alignment == 0 ? 4 : alignment == 1 ? (40 - size) / 2 : 38 - size;
         seen.column = std::max(wanted, lead);
         seen.firstVisible = seen.column - 1;

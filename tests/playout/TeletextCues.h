@@ -26,12 +26,21 @@ inline std::size_t below(Random& random, std::size_t count) {
     return static_cast<std::size_t>(random()) % count;
 }
 
-/// A row as it is to be seen: where its text begins, its letters in reading order, and their colours.
+/// How a letter looks.
+struct Look {
+    qlx::screen::Color color = qlx::screen::Color::White;
+    qlx::screen::Color background = qlx::screen::Color::Black;
+    bool isFlashing = false;
+
+    friend bool operator==(const Look&, const Look&) = default;
+};
+
+/// A row as it is to be seen: where its text begins, its letters in reading order, and their looks.
 struct SeenRow {
     std::size_t column = 0;
     std::u32string text;
-    std::vector<qlx::screen::Color> colors;  ///< Of the letters, from the left to the right; not of spaces.
-    std::size_t firstVisible = 0;            ///< Of the box.
+    std::vector<Look> looks;       ///< Of the letters, from the left to the right; not of spaces.
+    std::size_t firstVisible = 0;  ///< Of the box.
     std::size_t lastVisible = 0;
 
     friend bool operator==(const SeenRow&, const SeenRow&) = default;
@@ -57,7 +66,7 @@ inline SeenPage seenOf(const qlx::teletext::PageReader& page) {
             39 - static_cast<std::size_t>(std::find_if(cells.rbegin(), cells.rend(), isVisible) - cells.rbegin());
         for (const qlx::screen::Cell& cell : cells) {
             if (cell.hasText()) {
-                shown.colors.push_back(cell.foreground);
+                shown.looks.push_back({cell.foreground, cell.background, cell.isFlashing});
             }
         }
         const auto read = qlx::teletext::readingOrder(cells, page.characterSet());

@@ -168,8 +168,22 @@ TEST(TeletextCueRows, StandInTheColumnsThatTheCueNames) {
     expectCueRows(cue(21), {"22,20 text"});
     expectCueRows(cue(40), {"22,39 text"});
     Cue other = cue(21);
+    // Its middle is behind 22 of 32, and so behind 27.5 of 40.
     other.screenColumns = 32;
-    expectCueRows(other, {"22,4 text"});
+    expectCueRows(other, {"22,26 text"});
+    other.rows.front().column = 1;
+    expectCueRows(other, {"22,3 text"});
+}
+
+TEST(TeletextCueRows, BeginBehindTheCodesOfTheirLooks) {
+    Row row = pageRowOf("ab");
+    row.runs.front().style.background = Color::Blue;
+    expectPageRows({row}, {"22,6 ab"});
+    row.runs.front().style.isFlashing = true;
+    expectPageRows({row}, {"22,7 ab"});
+    // Beside 36 letters a row has room for the code of flashing alone.
+    row.runs.front().text = std::string(36, 'x');
+    expectPageRows({row}, {"22,4 " + std::string(36, 'x')});
 }
 
 TEST(TeletextCueRows, BreakWhereThePageHasNoMoreColumns) {

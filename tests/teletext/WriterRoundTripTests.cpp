@@ -40,12 +40,14 @@ std::uint32_t below(Random& random, std::uint32_t count) {
 constexpr std::array<Color, 7> kLetterColors{Color::Red,     Color::Green, Color::Yellow, Color::Blue,
                                              Color::Magenta, Color::Cyan,  Color::White};
 
-/// What is compared of a cell; of a blank one its background.
+/// What is compared of a cell; of a blank one whether it is in a box.
 struct Seen {
     char32_t character = U' ';
     Color color = Color::White;
     CellPart part = CellPart::Whole;
     bool isBoxed = false;
+    Color background = Color::Black;
+    bool isFlashing = false;
 
     friend bool operator==(const Seen&, const Seen&) = default;
 };
@@ -61,8 +63,9 @@ SeenPage seenOf(const qlx::screen::Screen& screen) {
             const Cell& cell = screen.row(row)[column];
             if (cell.isVisible && cell.part != CellPart::LowerHalf) {
                 const bool isLetter = cell.character != U' ';
-                seen[column] = {cell.character, isLetter ? cell.foreground : Color::White,
-                                isLetter ? cell.part : CellPart::Whole, true};
+                seen[column] = {
+                    cell.character, isLetter ? cell.foreground : Color::White, isLetter ? cell.part : CellPart::Whole,
+                    true,           isLetter ? cell.background : Color::Black, isLetter && cell.isFlashing};
                 isVisible = isVisible || isLetter;
             }
         }
@@ -125,7 +128,7 @@ SeenRow seenOf(const PageRow& row) {
         }
         const bool isLetter = cell.character != U' ';
         seen[column] = {cell.character, isLetter ? cell.foreground : Color::White, isLetter ? part : CellPart::Whole,
-                        true};
+                        true,           isLetter ? cell.background : Color::Black, isLetter && cell.isFlashing};
         for (const std::size_t beside : {column - 1, column + 1}) {
             if (beside < kDataBytes) {
                 seen[beside].isBoxed = true;
@@ -303,6 +306,8 @@ PageRow anyRow(Random& random) {
         const std::uint32_t kind = below(random, 60);
         look.foreground = kind < 4 ? static_cast<Color>(below(random, 64)) : look.foreground;
         look.isItalic = kind < 2 ? !look.isItalic : look.isItalic;
+        look.background = below(random, 12) == 0 ? static_cast<Color>(below(random, 64)) : look.background;
+        look.isFlashing = below(random, 15) == 0 ? !look.isFlashing : look.isFlashing;
         look.isVisible = below(random, 12) == 0 ? !look.isVisible : look.isVisible;
         cell = look;
         cell.character = kind < 20 ? U' '
@@ -326,7 +331,7 @@ std::optional<std::pair<std::size_t, SeenRow>> explained(const PageRow& row, con
     shown.cells.assign(first, last.base());
     std::size_t column = row.column + static_cast<std::size_t>(first - row.cells.begin());
     std::map<char32_t, char32_t> letters;
-    std::set<std::size_t> kept;
+    std::set<std::pair<FindingCode, std::size_t>> kept;
     std::set<std::size_t> joined;
     for (const qlx::Finding& finding : findings) {
         const auto second = static_cast<std::size_t>(finding.second);
@@ -344,7 +349,9 @@ std::optional<std::pair<std::size_t, SeenRow>> explained(const PageRow& row, con
             letters[static_cast<char32_t>(finding.first)] = static_cast<char32_t>(finding.second);
             break;
         case FindingCode::TeletextColorKept:
-            kept.insert(second);
+        case FindingCode::TeletextBackgroundKept:
+        case FindingCode::TeletextFlashKept:
+            kept.emplace(finding.code, second);
             break;
         case FindingCode::TeletextBoxesJoined:
             joined.insert(second);
@@ -357,8 +364,9 @@ std::optional<std::pair<std::size_t, SeenRow>> explained(const PageRow& row, con
         }
     }
     shown.column = static_cast<std::uint8_t>(column);
-    std::optional<Color> color;
-    bool keeps = false;
+    // A part of a look that stays does so up to the next space, or to its own letters.
+    std::array<bool, 3> keeps{};
+    Cell before;
     bool joins = false;
     for (std::size_t index = 0; index < shown.cells.size(); ++index) {
         Cell& cell = shown.cells[index];
@@ -368,17 +376,25 @@ std::optional<std::pair<std::size_t, SeenRow>> explained(const PageRow& row, con
             cell.isVisible = joins;
         }
         if (cell.character == U' ') {
-            keeps = false;
+            keeps = {};
             continue;
         }
         const auto letter = letters.find(cell.character);
         cell.character = letter == letters.end() ? cell.character : letter->second;
-        keeps = keeps || kept.count(column + index) != 0;
+        const auto keepsOf = [&](std::size_t part, FindingCode code) {
+            keeps[part] = keeps[part] || kept.count({code, column + index}) != 0;
+            return keeps[part];
+        };
+        // Letters are not black, and nothing of their colour is behind them.
         const std::size_t basic = qlx::screen::basicIndex(cell.foreground);
-        // There is no black, and a colour that stays does so up to the next space, or to its own letters.
         const Color asked = basic == 0 ? Color::White : qlx::screen::kBasicColors[basic];
-        cell.foreground = keeps ? *color : asked;
-        color = cell.foreground;
+        const Color behind = qlx::screen::kBasicColors[qlx::screen::basicIndex(cell.background)];
+        cell.foreground = keepsOf(0, FindingCode::TeletextColorKept) ? before.foreground : asked;
+        cell.background = keepsOf(1, FindingCode::TeletextBackgroundKept) ? before.background
+                          : behind == asked                               ? Color::Black
+                                                                          : behind;
+        cell.isFlashing = keepsOf(2, FindingCode::TeletextFlashKept) ? before.isFlashing : cell.isFlashing;
+        before = cell;
     }
     return std::pair(std::size_t{shown.row}, seenOf(shown));
 }

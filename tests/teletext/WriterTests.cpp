@@ -155,7 +155,8 @@ TEST(TeletextRows, SayWhatHasNoForm) {
     cells[3].background = Color::Blue;
     cells[3].foreground = Color::Black;
     EXPECT_EQ(codesOf({.column = 4, .cells = cells},
-                      {"7: row 22: 3 cells are not italic, underlined, flashing or coloured behind the letters",
+                      {"7: row 22: the background does not change at column 7, there are too few spaces in front",
+                       "7: row 22: 2 letters are not italic or underlined, or have nothing of a colour behind them",
                        "7: row 22: 1 letters have the nearest colour of teletext"}),
               " <0D><0B><0B>ab c<0A><0A>");
     EXPECT_EQ(codesOf({.row = 23, .column = 4, .cells = cellsOf(U"abc")},
@@ -165,6 +166,52 @@ TEST(TeletextRows, SayWhatHasNoForm) {
     EXPECT_EQ(codesOf({.column = 4, .cells = cellsOf(U"\u65E5")},
                       {"7: the character set has no character 65e5, 3f stands in its place"}),
               " <0D><0B><0B>?<0A><0A>");
+}
+
+// EN 300 706, 12.2: 1/D makes the colour of letters that behind them, 1/C makes that black; 0/8 begins flashing, 0/9
+// ends it.
+TEST(TeletextRows, HaveBackgroundsAndFlash) {
+    const auto of = [](std::u32string_view text, Color color, Color background, bool isFlashing = false) {
+        auto cells = cellsOf(text, color);
+        for (Cell& cell : cells) {
+            cell.background = background;
+            cell.isFlashing = isFlashing;
+        }
+        return cells;
+    };
+    const auto white = [&of](std::u32string_view text) { return of(text, Color::White, Color::Black); };
+    EXPECT_EQ(codesOf({.column = 6, .cells = of(U"ab", Color::White, Color::Blue)}),
+              "<04><1D><07><0D><0B><0B>ab<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 6, .cells = of(U"ab", Color::Red, Color::White)}), " <1D><01><0D><0B><0B>ab<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 7, .cells = of(U"ab", Color::White, Color::Cyan, true)}),
+              "<06><1D><07><08><0D><0B><0B>ab<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 4, .cells = of(U"a", Color::White, Color::Black, true) + white(U" b")}),
+              "<08><0D><0B><0B>a<09>b<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 6, .cells = of(U"a", Color::White, Color::Blue) + white(U" b")}),
+              "<04><1D><07><0D><0B><0B>a<1C>b<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 3, .cells = white(U"a   ") + of(U"b", Color::White, Color::Blue)}),
+              "<0D><0B><0B>a<04><1D><07>b<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 3, .cells = white(U"a    ") + of(U"b", Color::White, Color::Black, true)}),
+              "<0D><0B><0B>a   <08>b<0A><0A>");
+    const std::vector<Cell> gap(7);
+    EXPECT_EQ(codesOf({.column = 3, .cells = white(U"a") + gap + of(U"b", Color::White, Color::Blue)}),
+              "<0D><0B><0B>a<0A><0A><04><1D><07><0B><0B>b<0A><0A>");
+    // The colour comes before flashing, and both before what would make letters unreadable.
+    EXPECT_EQ(codesOf({.column = 3, .cells = white(U"a ") + of(U"b", Color::Red, Color::Black, true)},
+                      {"7: row 22: flashing does not begin or end at column 5, there are too few spaces in front"}),
+              "<0D><0B><0B>a<01>b<0A><0A>");
+    EXPECT_EQ(
+        codesOf({.column = 6, .cells = of(U"a ", Color::White, Color::Blue) + of(U"b", Color::Blue, Color::Black)},
+                {"7: row 22: the colour does not change at column 8, there is no space in front"}),
+        "<04><1D><07><0D><0B><0B>a<1C>b<0A><0A>");
+    EXPECT_EQ(codesOf({.column = 4, .cells = of(U"ab", Color::Blue, Color::Blue)},
+                      {"7: row 22: 2 letters are not italic or underlined, or have nothing of a colour behind them"}),
+              "<04><0D><0B><0B>ab<0A><0A>");
+    // A row that is full has its letters.
+    const std::string text(36, 'x');
+    EXPECT_EQ(codesOf({.column = 4, .cells = of(std::u32string(36, U'x'), Color::White, Color::Blue, true)},
+                      {"7: row 22: the background does not change at column 4, there are too few spaces in front"}),
+              "<08><0D><0B><0B>" + text);
 }
 
 TEST(TeletextRows, LetThePictureThroughBetweenBoxes) {

@@ -39,13 +39,15 @@ struct TeletextOptions {
 /// characters, 36 behind a colour; in single height one more), or behind the last one that has (PlayoutRowBroken).
 /// Those that do not fit on the page are left out (PlayoutPageFull). An ellipsis (U+2026) that the set lacks becomes
 /// three points where its row has room for them (TeletextCharacterReplaced). Rows stand left, in the middle or right;
-/// unchanged ones begin at the left with their own spaces, and those of a screen of 40 columns in the column that they
-/// name. Where the cue names rows of a page (subtitles::teletextRowOf) they stand exactly there, of whatever height;
-/// one whose place another row of the cue takes, or that has none below it for double height, stands on the nearest
-/// that is free (PlayoutPageRowMoved). Other row numbers, 1 to 11, are every second one of the page's rows, so that row
-/// n of the cue is row 2n at double height; of single height they are spread over the rows 1 to 23 by the last of them,
-/// and the rows of a cue keep their distance from one another. Without numbers the rows end at the bottom, or stand in
-/// the middle or at the top as their place in the cue says. There is no bold (PlayoutBoldLeftOut).
+/// unchanged ones begin at the left with their own spaces, those of a screen of 40 columns in the column that they
+/// name, and those of another screen with their middle where it is there. Codes of a background and of flashing stand
+/// in front as far as the row has room. Where the cue names rows of a page (subtitles::teletextRowOf) they stand
+/// exactly there, of whatever height; one whose place another row of the cue takes, or that has none below it for
+/// double height, stands on the nearest that is free (PlayoutPageRowMoved). Other row numbers, 1 to 11, are every
+/// second one of the page's rows, so that row n of the cue is row 2n at double height; of single height they are spread
+/// over the rows 1 to 23 by the last of them, and the rows of a cue keep their distance from one another. Without
+/// numbers the rows end at the bottom, or stand in the middle or at the top as their place in the cue says. There is no
+/// bold (PlayoutBoldLeftOut).
 [[nodiscard]] QLX_EXPORT std::vector<teletext::PageRow> teletextRowsOf(const subtitles::Cue& cue,
                                                                        const TeletextOptions& options = {},
                                                                        FindingSink* findings = nullptr);

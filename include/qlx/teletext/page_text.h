@@ -28,8 +28,9 @@ inline constexpr std::uint8_t kLastTextRow = 23;
 /// The last row on which characters of double height begin.
 inline constexpr std::uint8_t kLastTallRow = 22;
 
-/// A row of text. Of a cell its character, its foreground and whether it is visible are used; the picture shows through
-/// cells that are not. The other attributes have no form in teletext subtitles: letters are solid, on black.
+/// A row of text. Of a letter its character, both colours, whether it flashes and whether it is visible are used; the
+/// picture shows through cells that are not. The other attributes have no form in teletext subtitles: letters and what
+/// is behind them are solid. Of a blank cell nothing counts: it is as a letter beside it.
 struct PageRow {
     std::uint8_t row = kLastTallRow;    ///< 1 to 22, of single height 1 to 23.
     std::uint8_t column = 0;            ///< Of the first cell, 0 to 39.
@@ -63,16 +64,26 @@ struct CodedRow {
     return 2U + (isDoubleHeight ? 1U : 0U) + (letterColor(first) == screen::Color::White ? 0U : 1U);
 }
 
+/// The same with the codes of what is behind the first letter, unless that is black, and of flashing, as far as a row of so
+/// many cells has room for them.
+/// @param size Cells of the row.
+[[nodiscard]] QLX_EXPORT std::size_t leadingCodes(bool isDoubleHeight, const screen::Cell& first,
+                                                  std::size_t size) noexcept;
+
 /// The codes of a row. Its text stands in a box that has one blank cell more on each side, where the row has room for
-/// it; cells that are not visible end a box and begin another where there are four of them (five with a change of
-/// colour), and are spaces of the box otherwise. A change of colour takes the place of a space in front of it; between
-/// two letters the old colour stays up to the next space. Characters stand as they are shown: displayCells() gives those
-/// of a text. One that the set lacks is put over its nearest letter by X/26, if that has it (TeletextCharacterReplaced,
-/// TeletextCharacterMissing).
+/// it; cells that are not visible end a box and begin another where there are four of them (and one for each code of a
+/// new look), and are spaces of the box otherwise. Codes stand in front of the box, and then take the places of
+/// spaces: a colour one, a background up to two more (its colour as that of letters, and 1/D; black one, 1/C),
+/// flashing and its end one. Where there are too few flashing gives way first, then the background, then the colour,
+/// and the old look stays up to the next space (TeletextFlashKept, TeletextBackgroundKept, TeletextColorKept); at the
+/// beginning letters are white on black, and do not flash. A background of the letters' own colour is left out.
+/// Characters stand as they are shown: displayCells() gives those of a text. One that the set lacks is put over its
+/// nearest letter by X/26, if that has it (TeletextCharacterReplaced, TeletextCharacterMissing).
 ///
 /// Text that begins in front of the codes that it needs, or would end behind the row, is moved (TeletextRowMoved), and
-/// what still has no room is cut off (TeletextRowCut). Colours that are none of the seven become the nearest
-/// (TeletextColorChanged), and all attributes that have no form are left out (TeletextStyleLeftOut).
+/// what still has no room is cut off (TeletextRowCut). Colours of letters that are none of the seven, and of
+/// backgrounds that are none of the eight, become the nearest (TeletextColorChanged), and all attributes that have no
+/// form are left out (TeletextStyleLeftOut).
 /// @param row What it shows.
 /// @param designation The character set, as in PageText.
 /// @param findings What is not shown as it was asked for; may be null.
