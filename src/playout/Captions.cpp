@@ -29,14 +29,18 @@ constexpr std::uint64_t kMiddlePageRow = 6;
 struct Line {
     Cells cells;
     std::size_t source = 0;    ///< Index of the cue's row.
+    bool isFirst = true;       ///< Of the cue's row.
     std::size_t distance = 0;  ///< Rows below the first one.
     std::size_t row = 0;       ///< Of the screen.
 };
 
 class CaptionMaker {
 public:
-    CaptionMaker(const subtitles::Cue& cue, const CaptionOptions& options, FindingSink* findings) noexcept
-        : _cue(cue), _options(options), _findings(findings) {}
+    /// @param asked The cue.
+    /// @param cue The same, with its rows on the 11 of a page.
+    CaptionMaker(const subtitles::Cue& asked, const subtitles::Cue& cue, const CaptionOptions& options,
+                 FindingSink* findings) noexcept
+        : _asked(asked), _cue(cue), _options(options), _findings(findings) {}
 
     void make(cea608::Caption& caption) {
         for (std::size_t source = 0; source < _cue.rows.size(); ++source) {
@@ -45,12 +49,14 @@ public:
         if (_lines.empty()) {
             return;
         }
-        setDistances();
-        const std::size_t first = firstRow();
-        for (Line& line : _lines) {
-            line.row = first + line.distance;
+        if (!setNamedRows()) {
+            setDistances();
+            const std::size_t first = firstRow();
+            for (Line& line : _lines) {
+                line.row = first + line.distance;
+            }
+            placeBands();
         }
-        placeBands();
         for (Line& line : _lines) {
             caption.rows.push_back({static_cast<std::uint8_t>(line.row), columnOf(line), std::move(line.cells)});
         }
@@ -92,7 +98,9 @@ private:
 
     void addRow(std::size_t source) {
         std::size_t bold = 0;
-        const Cells cells = detail::cellsOf(_cue.rows[source], bold);
+        Cells cells = detail::cellsOf(_cue.rows[source], bold);
+        detail::joinMarks(cells, _cue.rows[source].alignment == subtitles::Alignment::Unchanged, _findings,
+                          _options.findingsOffset);
         if (bold > 0) {
             report(FindingCode::PlayoutBoldLeftOut, Severity::Remark, source, bold);
         }
@@ -109,13 +117,32 @@ private:
                 return;
             }
             if (!kept.empty()) {
-                _lines.push_back({.cells = std::move(kept), .source = source});
+                const bool isFirst = _lines.empty() || _lines.back().source != source;
+                _lines.push_back({.cells = std::move(kept), .source = source, .isFirst = isFirst});
             }
             rest = detail::withoutSpaces(rest);
             if (!rest.empty()) {
                 report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());
             }
         }
+    }
+
+    /// Rows stand on those of captions that the cue names, if there is room for all of them. False where it names none.
+    bool setNamedRows() {
+        if (_asked.screenRows != cea608::kRows) {
+            return false;
+        }
+        std::uint64_t last = 0;
+        for (Line& line : _lines) {
+            const std::uint64_t named = _asked.rows[line.source].number;
+            const std::uint64_t row = line.isFirst ? named : last + 1;
+            if (named == 0 || row <= last || row > cea608::kRows) {
+                return false;
+            }
+            line.row = static_cast<std::size_t>(row);
+            last = row;
+        }
+        return true;
     }
 
     /// Rows of the cue keep theirs, if there is room.
@@ -170,16 +197,37 @@ private:
 
     [[nodiscard]] std::uint8_t columnOf(const Line& line) const noexcept {
         const std::size_t room = cea608::kColumns - line.cells.size();
+        const std::uint16_t named = _asked.rows[line.source].column;
+        if (line.isFirst && named != 0 && _asked.screenColumns != 0) {
+            return static_cast<std::uint8_t>(std::min(namedColumn(named, line.cells.size()), room));
+        }
         switch (_cue.rows[line.source].alignment) {
         case subtitles::Alignment::Center:
             return static_cast<std::uint8_t>(room / 2);
         case subtitles::Alignment::Right:
             return static_cast<std::uint8_t>(room);
+        case subtitles::Alignment::Left:
+            return static_cast<std::uint8_t>(std::min(codesInFrontOf(line.cells.front()), room));
         default:
             return 0;
         }
     }
 
+    /// The columns of wide pictures of CTA-708 have those of captions in their middle.
+    [[nodiscard]] std::size_t namedColumn(std::size_t named, std::size_t size) const noexcept {
+        constexpr std::size_t kWideColumns = 42;
+        constexpr std::size_t kFirst = (kWideColumns - cea608::kColumns) / 2;
+        return _asked.screenColumns != kWideColumns
+                   ? detail::columnLike(named, size, _asked.screenColumns, cea608::kColumns)
+                   : named - std::min(named, kFirst + 1);
+    }
+
+    /// Columns for what a preamble does not say of the first letter.
+    [[nodiscard]] static std::size_t codesInFrontOf(const screen::Cell& cell) noexcept {
+        return (cell.background != screen::Color::Black ? 1U : 0U) + (cell.isFlashing ? 1U : 0U);
+    }
+
+    const subtitles::Cue& _asked;
     const subtitles::Cue& _cue;
     const CaptionOptions& _options;
     FindingSink* _findings;
@@ -202,9 +250,9 @@ Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate, con
     caption.style = options.style;
     caption.rollUpRows = options.rollUpRows;
     if (cue.screenRows == 0) {
-        CaptionMaker(cue, options, findings).make(caption);
+        CaptionMaker(cue, cue, options, findings).make(caption);
     } else {
-        CaptionMaker(subtitles::withPageRows(cue), options, findings).make(caption);
+        CaptionMaker(cue, subtitles::withPageRows(cue), options, findings).make(caption);
     }
     return caption;
 }

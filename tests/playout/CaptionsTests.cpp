@@ -110,6 +110,60 @@ TEST(CueCaptions, StandOnTheRowsOfTheCue) {
     expectRows({rowOf("a"), rowOf(""), rowOf("b")}, {"13,0 a", "15,0 b"});
 }
 
+/// Where the rows of a cue stand that names rows and columns of a screen.
+Texts rowsOnScreen(std::uint16_t screenRows, std::uint16_t screenColumns, std::vector<Row> rows,
+                   const std::vector<std::uint16_t>& columns) {
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        rows[index].column = columns[index];
+    }
+    Cue cue = cueOf(std::move(rows));
+    cue.screenRows = screenRows;
+    cue.screenColumns = screenColumns;
+    qlx::Findings findings;
+    const auto caption = captionOf(cue, FrameRate::Fps25, {}, &findings);
+    EXPECT_TRUE(findings.empty());
+    return caption ? rowsOf(*caption) : Texts();
+}
+
+TEST(CueCaptions, StandWhereTheScreenOfTheCueHasThem) {
+    for (std::uint64_t number = 1; number <= 14; ++number) {
+        EXPECT_EQ(rowsOnScreen(15, 32, {rowOf("a", Alignment::Left, number), rowOf("b", Alignment::Left, number + 1)},
+                               {13, 32}),
+                  (Texts{std::to_string(number) + ",12 a", std::to_string(number + 1) + ",31 b"}));
+    }
+    EXPECT_EQ(rowsOnScreen(15, 32, {rowOf("text", Alignment::Left, 2)}, {32}), Texts{"2,28 text"});
+    // Without a column its alignment counts.
+    EXPECT_EQ(rowsOnScreen(15, 32, {rowOf("text", Alignment::Right, 2)}, {0}), Texts{"2,28 text"});
+    // The middle stays: 20 of 40 columns are 16 of 32, and 8 are 6.4.
+    EXPECT_EQ(rowsOnScreen(0, 40, {rowOf("text"), rowOf("text")}, {19, 7}), (Texts{"14,14 text", "15,4 text"}));
+    // 42 have the 32 in their middle.
+    EXPECT_EQ(rowsOnScreen(0, 42, {rowOf("text"), rowOf("text")}, {18, 2}), (Texts{"14,12 text", "15,0 text"}));
+}
+
+TEST(CueCaptions, HaveAColumnForEachLetterAndNoneForItsMark) {
+    std::string apart;
+    std::string joined;
+    for (int count = 0; count < 32; ++count) {
+        apart += "e\xCC\x81";
+        joined += "\xC3\xA9";
+    }
+    expectRows({rowOf(apart)}, {"15,0 " + joined});
+    // A sign of direction.
+    expectRows({rowOf("a\xE2\x80\x8F"
+                      "b")},
+               {"15,0 ab"}, {"4: character 200f is left out: no letter takes it"});
+}
+
+TEST(CueCaptions, BeginBehindTheCodesThatAPreambleDoesNotHave) {
+    Row row = rowOf("ab");
+    row.runs.front().style.isFlashing = true;
+    expectRows({row}, {"15,1 ab"});
+    row.runs.front().style.background = Color::Blue;
+    expectRows({row}, {"15,2 ab"});
+    row.runs.front().text = std::string(32, 'x');
+    expectRows({row}, {"15,0 " + row.runs.front().text});
+}
+
 TEST(CueCaptions, StandAtThePlaceOfTheCue) {
     const auto at = [](int anchor) {
         std::vector<Row> rows{rowOf("a"), rowOf("b")};

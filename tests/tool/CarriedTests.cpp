@@ -138,7 +138,9 @@ std::optional<double> leftEdgeOf(const Cue& cue) {
         return std::nullopt;
     }
     const std::size_t blanks = row.text().find_first_not_of(' ');
-    return static_cast<double>(row.column - 1 + blanks) / cue.screenColumns;
+    // The 42 columns of a wide picture have those of captions in their middle.
+    const bool isWide = cue.screenColumns == 42;
+    return (static_cast<double>(row.column - 1 + blanks) - (isWide ? 5 : 0)) / (isWide ? 32 : cue.screenColumns);
 }
 
 /// The run with the first letters.

@@ -9,9 +9,9 @@
 // a cue has.
 //
 // A format may be able to say more than what is written of it: style sheets of WebVTT have colours, fonts and strike-out
-// too; captions and teletext have columns; those of CEA-608 (Flash On) and teletext (0/8) also flash; CEA-708 has eight
-// fonts, and marks what names a speaker; TTML has agents, which nobody shows; teletext has backgrounds (1/D) and, at higher
-// levels, looks; EBU STL has cumulative sets for rows that appear later. There is no + where `convert` does not write it.
+// too; EBU STL has columns where nothing aligns its rows (justification code 0), and cumulative sets for rows that appear
+// later; CEA-708 has eight fonts, and marks what names a speaker; TTML has agents, which nobody shows; teletext has looks
+// at higher levels. There is no + where `convert` does not write it.
 #pragma once
 
 #include <array>
@@ -63,14 +63,14 @@ inline constexpr CarriedRow kCarriedTable[] = {
     {CueFeature::Italic,     "italics",                      "+++++-+++"},
     {CueFeature::Underline,  "underline",                    "+++++-+++"},
     {CueFeature::StrikeOut,  "strike-out",                   "+-----+-+"},
-    {CueFeature::Flash,      "flash",                        "--+-+---+"},
+    {CueFeature::Flash,      "flash",                        "--++++--+"},
     {CueFeature::Colors,     "eight colours",                "+++++++++"},
     {CueFeature::MoreColors, "more colours",                 "+---+-+++"},
-    {CueFeature::Background, "background",                   "-++++-+++"},
+    {CueFeature::Background, "background",                   "-++++++++"},
     {CueFeature::Font,       "font",                         "+-----+++"},
     {CueFeature::Rows,       "upper, middle or lower rows",  "+++++++++"},
     {CueFeature::Sides,      "left, centre or right",        "+++++++++"},
-    {CueFeature::Columns,    "columns",                      "-+----+++"},
+    {CueFeature::Columns,    "columns",                      "-+-++++++"},
     {CueFeature::Region,     "region",                       "-+----+++"},
     {CueFeature::Name,       "name of the cue",              "-+----+++"},
     {CueFeature::Language,   "language of the cue",          "-+----+++"},
