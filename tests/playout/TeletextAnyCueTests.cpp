@@ -87,6 +87,16 @@ Look lookOf(const Wanted& wanted) {
 }
 using WantedLine = std::vector<Wanted>;
 
+bool isSpace(const Wanted& one) {
+    return one.letter == U' ';
+}
+
+/// The letters of a line of the page, and which row of the cue they are of, from 0.
+struct WantedText {
+    WantedLine letters;
+    std::size_t source = 0;
+};
+
 /// Findings that explain something, each once.
 class Explanations {
 public:
@@ -178,7 +188,6 @@ WantedLine wantedRow(const qlx::subtitles::Row& row, const CharacterSet& set, Ex
         }
     }
     line = withoutMarks(line, said);
-    const auto isSpace = [](const Wanted& wanted) { return wanted.letter == U' '; };
     line.erase(std::find_if_not(line.rbegin(), line.rend(), isSpace).base(), line.end());
     if (row.alignment != Alignment::Unchanged) {
         line.erase(line.begin(), std::find_if_not(line.begin(), line.end(), isSpace));
@@ -201,8 +210,8 @@ WantedLine wantedRow(const qlx::subtitles::Row& row, const CharacterSet& set, Ex
 }
 
 /// The lines of a page, as findings say that rows are broken and cut.
-std::vector<WantedLine> wantedLines(const Cue& cue, const CharacterSet& set, Explanations& said) {
-    std::vector<WantedLine> lines;
+std::vector<WantedText> wantedLines(const Cue& cue, const CharacterSet& set, Explanations& said) {
+    std::vector<WantedText> lines;
     for (std::size_t index = 0; index < cue.rows.size(); ++index) {
         const auto number = static_cast<std::int64_t>(index + 1);
         WantedLine row = wantedRow(cue.rows[index], set, said);
@@ -216,15 +225,76 @@ std::vector<WantedLine> wantedLines(const Cue& cue, const CharacterSet& set, Exp
         ends.push_back(row.size());
         std::size_t begin = 0;
         for (const std::size_t end : ends) {
-            const WantedLine line(row.begin() + static_cast<std::ptrdiff_t>(begin),
-                                  row.begin() + static_cast<std::ptrdiff_t>(std::min(end, row.size())));
+            WantedLine line(row.begin() + static_cast<std::ptrdiff_t>(begin),
+                            row.begin() + static_cast<std::ptrdiff_t>(std::min(end, row.size())));
             begin = std::min(end, row.size());
-            if (std::any_of(line.begin(), line.end(), [](const auto& one) { return one.letter != U' '; })) {
-                lines.push_back(line);
+            if (!std::all_of(line.begin(), line.end(), isSpace)) {
+                lines.push_back({std::move(line), index});
             }
         }
     }
     return lines;
+}
+
+/// The rows of a page for these lines: row n of the cue is row 2n, and its rows keep their distance from one another, where
+/// no line of them stands between. The last one has its own row, or the last of the page when it has no number, and all
+/// are below the page's first row.
+std::vector<std::size_t> wantedRows(const Cue& cue, const std::vector<WantedText>& lines) {
+    constexpr std::size_t kTallRows = 11;
+    const auto numberOf = [&](const WantedText& line) {
+        return static_cast<std::size_t>(cue.rows[line.source].number);
+    };
+    std::vector<std::size_t> distances{0};
+    for (std::size_t index = 1; index < lines.size(); ++index) {
+        const std::size_t upper = numberOf(lines[index - 1]);
+        const std::size_t lower = numberOf(lines[index]);
+        const bool areNumbered = upper > 0 && lower > 0;
+        // Rows of the cue without text count; what a row is broken into stands below it.
+        const std::size_t between = lines[index].source - lines[index - 1].source;
+        const std::size_t distance = !areNumbered ? between : lower > upper ? lower - upper : 1;
+        distances.push_back(distances.back() + std::max<std::size_t>(distance, 1));
+    }
+    if (distances.back() >= kTallRows) {
+        for (std::size_t index = 0; index < distances.size(); ++index) {
+            distances[index] = index;
+        }
+    }
+    const std::size_t named = numberOf(lines.back());
+    const std::size_t last = std::max(named == 0 ? kTallRows : std::min(named, kTallRows), distances.back() + 1);
+    std::vector<std::size_t> rows;
+    for (const std::size_t distance : distances) {
+        rows.push_back(2 * (last - distances.back() + distance));
+    }
+    return rows;
+}
+
+/// Columns in front of a letter that begins the row: three begin the box and the height, and there are those of its look.
+std::size_t columnsBefore(const Look& look) {
+    const bool isBehind = look.background != Color::Black;
+    const bool hasColor = look.color != (isBehind ? look.background : Color::White);
+    const std::size_t background = !isBehind ? 0U : look.background == Color::White ? 1U : 2U;
+    return 3 + background + (hasColor ? 1U : 0U) + (look.isFlashing ? 1U : 0U);
+}
+
+/// A line stands in the column that its alignment says, and its box around it: from the fourth one on, in the middle of
+/// the 40, or in front of the two that end the box; unchanged ones keep their spaces. In front of it begin the box and
+/// the look of its first letter on the screen.
+void expectColumns(const WantedText& line, Alignment alignment, const SeenRow& seen) {
+    constexpr std::size_t kColumns = 40;
+    const auto first = std::find_if_not(line.letters.begin(), line.letters.end(), isSpace);
+    const auto end = std::find_if_not(line.letters.rbegin(), line.letters.rend(), isSpace).base();
+    const auto size = static_cast<std::size_t>(end - first);
+    const std::size_t spaces =
+        alignment == Alignment::Unchanged ? static_cast<std::size_t>(first - line.letters.begin()) : 0;
+    const std::size_t taken = spaces + size;
+    const std::size_t wanted = alignment == Alignment::Center ? (kColumns - size) / 2
+                               : alignment == Alignment::Right
+                                   ? kColumns - size - std::min<std::size_t>(2, kColumns - size)
+                                   : 4;
+    const std::size_t lead = columnsBefore(seen.looks.front());
+    EXPECT_EQ(seen.column, spaces + std::clamp(wanted, lead, std::max(lead, kColumns - taken)));
+    EXPECT_EQ(seen.firstVisible, seen.column - 1);
+    EXPECT_EQ(seen.lastVisible, std::min(seen.column + size, kColumns - 1));
 }
 
 /// The other one of a pair of brackets.
@@ -311,12 +381,11 @@ void expectLine(const WantedLine& wanted, std::size_t number, const SeenRow& see
         return one.isItalic || one.background != lookOf(one).background;
     });
     EXPECT_TRUE(lost == 0 || said.take(qlx::FindingCode::TeletextStyleLeftOut, row, lost)) << lost;
-    const auto isSpace = [](const Wanted& one) { return one.letter == U' '; };
     const auto first = std::find_if_not(wanted.begin(), wanted.end(), isSpace);
     const auto last = std::find_if_not(wanted.rbegin(), wanted.rend(), isSpace).base();
     const bool areSpacesThere =
         std::equal(first, last, seen.text.begin(), seen.text.end(),
-                   [&isSpace](const Wanted& one, char32_t character) { return isSpace(one) == (character == U' '); });
+                   [](const Wanted& one, char32_t character) { return isSpace(one) == (character == U' '); });
     expectLetters(asked, letters, areSpacesThere, isRightToLeft, said);
     constexpr qlx::FindingCode kKept[] = {qlx::FindingCode::TeletextColorKept, qlx::FindingCode::TeletextBackgroundKept,
                                           qlx::FindingCode::TeletextFlashKept};
@@ -395,7 +464,7 @@ TEST(TeletextCues, AreShownAsTheyAreOrAsFindingsSay) {
             EXPECT_EQ(why.rest(), "");
             continue;
         }
-        std::vector<WantedLine> lines = wantedLines(cue, set, why);
+        const std::vector<WantedText> lines = wantedLines(cue, set, why);
         if (lines.empty()) {
             EXPECT_FALSE(isTaken);
             EXPECT_TRUE(why.take(qlx::FindingCode::TeletextPageEmpty, 0, 0)) << why.rest();
@@ -408,9 +477,13 @@ TEST(TeletextCues, AreShownAsTheyAreOrAsFindingsSay) {
         }
         EXPECT_EQ(shownAt, due);
         ASSERT_EQ(shown.size(), lines.size());
-        auto line = lines.begin();
+        const std::vector<std::size_t> rows = wantedRows(cue, lines);
+        std::size_t index = 0;
         for (const auto& [number, row] : shown) {
-            expectLine(*line++, number, row, set.isRightToLeft(), why);
+            const WantedText& line = lines[index];
+            EXPECT_EQ(number, rows[index++]);
+            expectColumns(line, cue.rows[line.source].alignment, row);
+            expectLine(line.letters, number, row, set.isRightToLeft(), why);
         }
         EXPECT_EQ(why.rest(), "");
     }
