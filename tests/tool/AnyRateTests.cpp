@@ -374,9 +374,13 @@ TEST(AnyRate, GoesOnBehindAPacketThatIsCut) {
                                 frameJson(1, {captionJson("96690b3f43")}) +
                                 frameJson(2, {captionJson(bareCdp(3, "fc4344fd8080" + repeated("fa0000", 22), 2))}));
     const ToolResult result = runRate(folder, "a.jsonl", "25", "30", "b.jsonl");
-    EXPECT_EQ(result.exitCode, 0);
+    // What it held is lost.
+    EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.jsonl") +
                               ": frame 1, line 9: caption packet of 5 bytes, 7 are needed\n");
+    const ToolResult quiet = runRate(folder, "a.jsonl", "25", "30", "b.jsonl", {"--quiet"});
+    EXPECT_EQ(quiet.exitCode, 1);
+    EXPECT_EQ(quiet.err, "qlxcc: " + folder.path("a.jsonl") + ": 1 caption packet left out (said without --quiet)\n");
     // Frame n of the input comes with frame ceil(1.2 n): 0, 2, which has no packet either, and 3.
     std::vector<std::string> pairs;
     for (const std::string& line : linesOf(folder.read("b.jsonl"))) {

@@ -223,7 +223,8 @@ presentation; the result is klv, or what its name says. RATE is 23.976, 24, 25, 
 its rate has; the rest follows, and what is more than two seconds late is counted. Packets of other kinds go to the
 first frame at their time or later, once; AFD, pan-scan, HDR metadata and what else describes a frame are repeated or
 passed over with the frames, and so are time codes where both rates count alike; payload identifiers, which name a
-rate, are left out where it changes. Warnings name the first ten of a kind and count the rest.
+rate, are left out where it changes. Warnings name the first ten of a kind and count the rest. A packet with the
+identifiers of a caption packet that holds none is left out, and makes the exit code 1.
 
 Examples:
   qlxcc rate anc25.klv --from-rate 25 --to-rate 59.94 -o anc60.klv

@@ -7,6 +7,7 @@
 #include "io/InputFile.h"
 #include "io/OutputFile.h"
 #include "io/Progress.h"
+#include "io/Text.h"
 #include "streams/CounterNotes.h"
 #include "streams/InputKind.h"
 #include "streams/OpenFrames.h"
@@ -68,7 +69,7 @@ public:
           _counters(source, output), _packets(_from, _to), _leftOut(output.name()),
           _countsOfDay(options.source.kind == InputKind::Mcc) {}
 
-    /// @return How many problems there were with what was used all the same.
+    /// @return How many problems there were with what was used all the same, and packets that could not be.
     std::uint64_t run() {
         Frame frame;
         while (read(frame)) {
@@ -91,7 +92,10 @@ public:
         }
         _writer->finish();
         _leftOut.say();
-        return _reader->problems();
+        if (_packetsLost > 0) {
+            printWhyItFails(_source.name(), counted(_packetsLost, "caption packet") + " left out");
+        }
+        return _reader->problems() + _packetsLost;
     }
 
 private:
@@ -170,6 +174,7 @@ private:
         if (!cdp) {
             // Nothing of it can be sent at another rate.
             _notes.add(cdp.error());
+            ++_packetsLost;
         } else if (CaptionStream* const stream = streamAt({true, packet.line, packet.channel})) {
             stream->horizontalOffset = packet.horizontalOffset;
             const std::uint64_t taken = frameOf(*stream, frame, number);
@@ -289,6 +294,7 @@ private:
     std::optional<MediaTime> _begin;        ///< The time of frame 0, where the file says times.
     std::uint64_t _framesRead = 0;          ///< Up to the last one; those that the file leaves out count as well.
     std::uint64_t _framesWritten = 0;
+    std::uint64_t _packetsLost = 0;  ///< Caption packets without a CDP.
 };
 
 bool hasPackets(InputKind kind) {
