@@ -79,10 +79,12 @@ public:
     UnitNotes(FindingNotes& notes, OutputFile& output) : _notes(notes), _output(output) {}
 
     void add(const Finding& finding) override {
-        if (_output.isStandardOutput() && _notes.prints(finding)) {
-            _output.flush();
+        if (_notes.prints(finding)) {
+            if (_output.isStandardOutput()) {
+                _output.flush();
+            }
+            _notes.setPlace("byte " + std::to_string(finding.offset));
         }
-        _notes.setPlace("byte " + std::to_string(finding.offset));
         _notes.add(finding);
     }
 
