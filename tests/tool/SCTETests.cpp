@@ -520,4 +520,49 @@ TEST(SCTE104Parse, WarnsOfWhatIsWrongInAMessageThatItShows) {
     EXPECT_EQ(single.err, "qlxcc: warning: the message: byte 4: result 100 in a request, should be 65535\n");
 }
 
+/// A splice request, and five DTMF descriptors for it of 255 small letters each, which DTMF does not have: 1,275 findings,
+/// the first one of byte 37, behind the payload descriptor, the header of 12 bytes, the request of 18 and six more.
+std::string messageOfManyFindings() {
+    std::string message = "08ffff05370000011234000006" + kSplice.substr(26);
+    for (int index = 0; index < 5; ++index) {
+        message += "0109010100ff";
+        for (int letter = 0; letter < 255; ++letter) {
+            message += "78";
+        }
+    }
+    return message;
+}
+
+TEST(SCTE104Parse, CountsTheFindingsThatItDoesNotKeep) {
+    const ToolResult result = runTool({"scte104", "parse", messageOfManyFindings()}, {});
+    EXPECT_EQ(result.exitCode, 0);
+    const auto line = [](int byte) {
+        return "warning: the message: byte " + std::to_string(byte) + ": number 120 is not defined, the greatest is 68";
+    };
+    std::string expected;
+    for (int byte = 37; byte < 47; ++byte) {
+        expected += "qlxcc: " + line(byte) + "\n";
+    }
+    expected += "qlxcc: warning: the message: 275 more findings\n";
+    expected += "qlxcc: 990 more like \"" + line(37) + "\"\n";
+    EXPECT_EQ(result.err, expected);
+}
+
+TEST(SCTE35, CountsTheFindingsThatItDoesNotKeep) {
+    const ToolResult message = runTool({"scte35", messageOfManyFindings(), "--splice-pts", "0"}, {});
+    EXPECT_NE(message.err.find("qlxcc: warning: the message: 275 more findings\n"), std::string::npos)
+        << message.err.substr(0, 300);
+    // A splice null, 1,100 descriptors that are too short for an identifier, and a wrong CRC.
+    std::string section = "fc38a9000000000000"
+                          "00fff000"
+                          "000898";
+    for (int index = 0; index < 1100; ++index) {
+        section += "0000";
+    }
+    section += "00000000";
+    const ToolResult read = runTool({"scte35", "--from-format", "section", section}, {});
+    EXPECT_NE(read.err.find("qlxcc: warning: the section: line 1: 101 more findings\n"), std::string::npos)
+        << read.err.substr(0, 300);
+}
+
 }  // namespace

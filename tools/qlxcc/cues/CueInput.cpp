@@ -20,6 +20,7 @@
 #include <qlx/teletext/page.h>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -269,7 +270,8 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
             throw UsageError("--from-rate is needed: " + file.name() + " does not say the times of its frames");
         }
         input.begin = input.begin ? input.begin : frame.pts;
-        Findings findings;
+        // All of them, of which a frame holds no more than its bytes: each says whether something is missing.
+        Findings findings(std::numeric_limits<std::size_t>::max());
         screens.receive(frame, &findings);
         for (const Finding& finding : findings) {
             notes.found(placeOf(frame.number, finding.offset), finding);

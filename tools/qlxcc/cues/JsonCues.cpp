@@ -2,6 +2,7 @@
 
 #include "cues/SubtitleTimes.h"
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/Text.h"
 #include "streams/Json.h"
 
@@ -181,6 +182,9 @@ std::uint64_t readJsonText(const std::string& name, std::string_view text, const
             if (!cue) {
                 problems.push_back({elements, cue.error().text(), SubtitleProblem::Effect::CueLeftOut});
             }
+        }
+        if (findings.rest() > 0) {
+            problems.push_back({elements, restInWords(findings), SubtitleProblem::Effect::None});
         }
         const bool isCue = hasAll ? cue.hasValue() : !leaveCueOut(problems);
         for (SubtitleProblem& problem : problems) {

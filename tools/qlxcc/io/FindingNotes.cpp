@@ -1,6 +1,7 @@
 #include "io/FindingNotes.h"
 
 #include "io/Errors.h"
+#include "io/Text.h"
 
 namespace qlx::tool {
 
@@ -34,6 +35,16 @@ void FindingNotes::finish() {
                       "\"");
         }
     }
+}
+
+void noteRest(const std::string& place, const Findings& findings) {
+    if (findings.rest() > 0) {
+        printNote("warning: " + place + ": " + restInWords(findings));
+    }
+}
+
+std::string restInWords(const Findings& findings) {
+    return counted(findings.rest(), "more finding");
 }
 
 }  // namespace qlx::tool

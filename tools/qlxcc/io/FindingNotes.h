@@ -49,4 +49,11 @@ private:
     std::map<FindingCode, Kind> _kinds;
 };
 
+/// Says how many findings there were beyond those that are kept; nothing when there were none.
+/// @param place Of all of them: `a.txt: section 3`.
+void noteRest(const std::string& place, const Findings& findings);
+
+/// The same as words: `3 more findings`.
+[[nodiscard]] std::string restInWords(const Findings& findings);
+
 }  // namespace qlx::tool

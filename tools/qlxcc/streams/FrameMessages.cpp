@@ -1,5 +1,7 @@
 #include "streams/FrameMessages.h"
 
+#include "io/FindingNotes.h"
+
 #include <span>
 
 namespace qlx::tool {
@@ -16,6 +18,9 @@ void FrameMessages::read(const Frame& frame, std::vector<FrameProblem>& problems
     _joiner.endFrame(&findings, line);
     for (const qlx::Finding& finding : findings) {
         problems.push_back({placeOf(frame.number, finding.offset) + ": " + finding.text(), finding.code});
+    }
+    if (findings.rest() > 0) {
+        problems.push_back({placeOf(frame.number, line) + ": " + restInWords(findings), FindingCode::None});
     }
 }
 

@@ -1,4 +1,5 @@
 // SCTE-35 sections as XML, both ways.
+#include "io/FindingNotes.h"
 #include "streams/SCTEXmlCommands.h"
 #include "streams/SCTEXmlDescriptors.h"
 
@@ -195,6 +196,9 @@ SpliceInfoSection sectionOfBinary(pugi::xml_node element, std::vector<std::strin
     }
     for (const qlx::Finding& finding : findings) {
         notes.push_back("Binary: byte " + std::to_string(finding.offset) + ": " + finding.text());
+    }
+    if (findings.rest() > 0) {
+        notes.push_back("Binary: " + restInWords(findings));
     }
     return *std::move(section);
 }

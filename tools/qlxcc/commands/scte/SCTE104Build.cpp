@@ -3,6 +3,7 @@
 #include "commands/scte/SCTE104Request.h"
 #include "commands/scte/SCTE35Input.h"
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/Frame.h"
 #include "io/FrameOutput.h"
 #include "io/OutputFile.h"
@@ -50,6 +51,7 @@ scte::Message messageOfSections(const Scte104BuildOptions& options) {
     for (const Finding& finding : findings) {
         printNote("warning: " + inWords(finding));
     }
+    noteRest(*options.sectionFile, findings);
     message->messageNumber = 1;
     return *std::move(message);
 }

@@ -1,6 +1,7 @@
 #include "commands/scte/SCTE104Parse.h"
 
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/Frame.h"
 #include "io/LimitedMessages.h"
 #include "io/OutputFile.h"
@@ -113,6 +114,11 @@ int parseScte104(const Scte104ParseOptions& options) {
                    "warning: " + packet.place + ": byte " + std::to_string(finding.offset + inFront) + ": " +
                        finding.text());
     };
+    const auto warnOfRest = [&](const Scte104Packet& packet, const Findings& findings) {
+        if (findings.rest() > 0) {
+            sayInOrder("rest", "warning: " + packet.place + ": " + restInWords(findings));
+        }
+    };
     const auto take = [&](const Scte104Packet& packet) {
         ++messages;
         Findings findings;
@@ -121,6 +127,7 @@ int parseScte104(const Scte104ParseOptions& options) {
             for (const Finding& finding : findings) {
                 warn(packet, finding, 0);
             }
+            warnOfRest(packet, findings);
             return;
         }
         const Scte104Message message = readScte104(packet.data);
@@ -146,6 +153,7 @@ int parseScte104(const Scte104ParseOptions& options) {
                 warn(packet, finding, kDescriptorBytes);
             }
         }
+        warnOfRest(packet, findings);
     };
     try {
         readScte104Packets(options.source, take, say);

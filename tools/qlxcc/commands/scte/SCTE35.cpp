@@ -4,6 +4,7 @@
 #include "commands/scte/SCTE35Input.h"
 #include "commands/scte/SCTE35Stream.h"
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/OutputFile.h"
 #include "io/Text.h"
 #include "streams/Json.h"
@@ -183,6 +184,7 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
         }
         printNote("warning: " + packet.place + ": byte " + std::to_string(finding.offset + 1) + ": " + finding.text());
     }
+    noteRest(packet.place, findings);
     checkTaken(*message, options);
     if (options.returnsAlone) {
         makeBreaksReturn(*message);
@@ -198,6 +200,7 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
         }
         printNote((finding.severity == Severity::Remark ? "" : "warning: ") + findingInWords(packet, finding));
     }
+    noteRest(packet.place, losses);
     return *sections;
 }
 

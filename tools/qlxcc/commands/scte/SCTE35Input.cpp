@@ -1,6 +1,7 @@
 #include "commands/scte/SCTE35Input.h"
 
 #include "io/Errors.h"
+#include "io/FindingNotes.h"
 #include "io/InputFile.h"
 #include "streams/Json.h"
 #include "streams/SCTEJson.h"
@@ -32,6 +33,7 @@ scte::SpliceInfoSection sectionOf(const std::string& place, std::span<const std:
         printNote((finding.severity == Severity::Remark ? "" : "warning: ") + place + ": byte " +
                   std::to_string(finding.offset) + ": " + finding.text());
     }
+    noteRest(place, findings);
     return *std::move(section);
 }
 
