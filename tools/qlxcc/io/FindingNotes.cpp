@@ -37,7 +37,28 @@ void FindingNotes::finish() {
     }
 }
 
-void noteRest(const std::string& place, const Findings& findings) {
+void noteFindings(const std::string& place, const Findings& findings,
+                  const std::function<std::string(const Finding&)>& inWords) {
+    constexpr std::uint64_t kShown = 10;
+    struct Kind {
+        std::uint64_t count = 0;
+        std::string first;
+    };
+    std::map<FindingCode, Kind> kinds;
+    for (const Finding& finding : findings) {
+        Kind& kind = kinds[finding.code];
+        if (kind.count >= kShown) {
+            ++kind.count;
+        } else if (const std::string note = inWords(finding); !note.empty()) {
+            kind.first = ++kind.count == 1 ? note : kind.first;
+            printNote(note);
+        }
+    }
+    for (const auto& [code, kind] : kinds) {
+        if (kind.count > kShown) {
+            printNote(std::to_string(kind.count - kShown) + " more like \"" + kind.first + "\"");
+        }
+    }
     if (findings.rest() > 0) {
         printNote("warning: " + place + ": " + restInWords(findings));
     }

@@ -6,6 +6,7 @@
 #include <qlx/base/finding.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -49,9 +50,12 @@ private:
     std::map<FindingCode, Kind> _kinds;
 };
 
-/// Says how many findings there were beyond those that are kept; nothing when there were none.
+/// Prints the first ten findings of each kind as notes, how many more of it there were, and how many beyond those that are
+/// kept.
 /// @param place Of all of them: `a.txt: section 3`.
-void noteRest(const std::string& place, const Findings& findings);
+/// @param inWords The note of one of them; empty for one of which nothing is said.
+void noteFindings(const std::string& place, const Findings& findings,
+                  const std::function<std::string(const Finding&)>& inWords);
 
 /// The same as words: `3 more findings`.
 [[nodiscard]] std::string restInWords(const Findings& findings);

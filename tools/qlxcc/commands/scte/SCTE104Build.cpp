@@ -48,10 +48,8 @@ scte::Message messageOfSections(const Scte104BuildOptions& options) {
     if (!message) {
         throw Failure(inWords(message.error()));
     }
-    for (const Finding& finding : findings) {
-        printNote("warning: " + inWords(finding));
-    }
-    noteRest(*options.sectionFile, findings);
+    noteFindings(*options.sectionFile, findings,
+                 [&inWords](const Finding& finding) { return "warning: " + inWords(finding); });
     message->messageNumber = 1;
     return *std::move(message);
 }

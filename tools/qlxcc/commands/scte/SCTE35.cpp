@@ -177,14 +177,13 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
     if (!message) {
         throw failureIn(packet.place, message.error().text());
     }
-    for (const Finding& finding : findings) {
-        if (finding.code == FindingCode::ScteSupplementAlone) {
-            // The conversion says it.
-            continue;
-        }
-        printNote("warning: " + packet.place + ": byte " + std::to_string(finding.offset + 1) + ": " + finding.text());
-    }
-    noteRest(packet.place, findings);
+    noteFindings(packet.place, findings, [&packet](const Finding& finding) {
+        // The conversion says of an operation that stands alone.
+        return finding.code == FindingCode::ScteSupplementAlone
+                   ? std::string()
+                   : "warning: " + packet.place + ": byte " + std::to_string(finding.offset + 1) + ": " +
+                         finding.text();
+    });
     checkTaken(*message, options);
     if (options.returnsAlone) {
         makeBreaksReturn(*message);
@@ -198,9 +197,10 @@ Sections sectionsOf(const Scte104Packet& packet, const Scte35Options& options) {
         if (sections->empty() && tellsWhyThereIsNone(finding)) {
             throw Failure(findingInWords(packet, finding));
         }
-        printNote((finding.severity == Severity::Remark ? "" : "warning: ") + findingInWords(packet, finding));
     }
-    noteRest(packet.place, losses);
+    noteFindings(packet.place, losses, [&packet](const Finding& finding) {
+        return (finding.severity == Severity::Remark ? "" : "warning: ") + findingInWords(packet, finding);
+    });
     return *sections;
 }
 

@@ -29,11 +29,10 @@ scte::SpliceInfoSection sectionOf(const std::string& place, std::span<const std:
     if (!section) {
         throw failureAtByte(place, section.error().offset, section.error().text());
     }
-    for (const Finding& finding : findings) {
-        printNote((finding.severity == Severity::Remark ? "" : "warning: ") + place + ": byte " +
-                  std::to_string(finding.offset) + ": " + finding.text());
-    }
-    noteRest(place, findings);
+    noteFindings(place, findings, [&place](const Finding& finding) {
+        return (finding.severity == Severity::Remark ? "" : "warning: ") + place + ": byte " +
+               std::to_string(finding.offset) + ": " + finding.text();
+    });
     return *std::move(section);
 }
 
