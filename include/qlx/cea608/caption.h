@@ -27,11 +27,11 @@ enum class CaptionStyle : std::uint8_t {
     PaintOn,  ///< Written letter by letter where it stands.
 };
 
-/// A row of a caption. Of a cell its character, both colours, the opacity of its background, its italics, its underline,
-/// whether it flashes and whether it is visible are used; the picture shows through cells that are not. Letters are solid,
-/// and backgrounds do not flash: there is a finding where something else is asked for. Second halves of letters of double width or height, and concealed
-/// letters, are spaces, with a finding. Of a space only the background counts: it has the other
-/// attributes of a character beside it.
+/// A row of a caption. Of a cell its character, both colours, the opacity of its background, its italics, its
+/// underline, whether it flashes and whether it is visible are used; the picture shows through cells that are not.
+/// Letters are solid, and backgrounds do not flash: there is a finding where something else is asked for. Second halves
+/// of letters of double width or height, and concealed letters, are spaces, with a finding. Of a space only the
+/// background counts: it has the other attributes of a character beside it.
 struct CaptionRow {
     std::uint8_t row = kRows;           ///< 1 to 15.
     std::uint8_t column = 0;            ///< Of the first cell, 0 to 31.
@@ -97,9 +97,9 @@ QLX_EXPORT void encodeText(const TextMessage& text, const EncodeOptions& options
 /// then its rows. Those that show a pop-on caption (EOC) and erase it (EDM) are not among them: they have times.
 ///
 /// A change of style takes the place of a space in front of it, or of the columns in front of text that begins behind
-/// the third one. Where there are too few columns flashing gives way first, then italics, the background, and the colour,
-/// and the old style stays up to the next space. Characters of the two extended sets have one of the basic set in front of them
-/// for receivers that do not know them. Rows of more than 32 columns are broken at spaces.
+/// the third one. Where there are too few columns flashing gives way first, then italics, the background, and the
+/// colour, and the old style stays up to the next space. Characters of the two extended sets have one of the basic set
+/// in front of them for receivers that do not know them. Rows of more than 32 columns are broken at spaces.
 /// @param pairs Where they are appended; nothing is when no cell is visible.
 /// @param findings What is not shown as it was asked for; may be null.
 QLX_EXPORT void encodeCaption(const Caption& caption, const EncodeOptions& options, std::vector<CodePair>& pairs,

@@ -34,21 +34,21 @@ struct CaptionOptions {
     std::uint64_t findingsOffset = 0;                          ///< What findings have as their offset.
 };
 
-/// The caption of a cue, shown from the first frame that begins at the cue's start or later to the first one that begins
-/// at its end or later.
+/// The caption of a cue, shown from the first frame that begins at the cue's start or later to the first one that
+/// begins at its end or later.
 ///
 /// Letters are joined with the marks behind them, and marks that no letter takes, and signs of direction, have no place
-/// (TeletextMarkLeftOut). Rows of text are broken at a space where they have more than 32 characters, or behind the 32nd
-/// one (PlayoutRowBroken). The first four are kept (PlayoutRowLeftOut). They stand left, in the middle or right; unchanged
-/// ones begin in the first column with their own spaces, and left ones behind as many columns as the codes of a background
-/// and of flashing take. Where the cue names columns (Cue::screenColumns) they stand in the same one of 32, and with their
-/// middle where it is among others; of the 42 of a wide picture of CTA-708 captions have those in the middle. Where it
-/// names rows of 15 they stand on these, if there is room for all of them. Other row numbers, 1 to 11, which a teletext page has at double height, are spread over
-/// the rows 1 to 15 by the last of them (the first, where that is above the middle), and the rows of a cue keep their
-/// distance from one another; one whose number does not rise stands below the one before it (PlayoutRowMoved). Without
-/// numbers the rows end on row 15, or stand in the middle or at the top as their place in the cue says; where they have
-/// several places, those of each stand together in it, from the top down. Colours, italics,
-/// underlines and flashing are asked for; the writer says what cannot be sent.
+/// (TeletextMarkLeftOut). Rows of text are broken at a space where they have more than 32 characters, or behind the
+/// 32nd one (PlayoutRowBroken). The first four are kept (PlayoutRowLeftOut). They stand left, in the middle or right;
+/// unchanged ones begin in the first column with their own spaces, and left ones behind as many columns as the codes of
+/// a background and of flashing take. Where the cue names columns (Cue::screenColumns) they stand in the same one of
+/// 32, and with their middle where it is among others; of the 42 of a wide picture of CTA-708 captions have those in
+/// the middle. Where it names rows of 15 they stand on these, if there is room for all of them. Other row numbers, 1 to
+/// 11, which a teletext page has at double height, are spread over the rows 1 to 15 by the last of them (the first,
+/// where that is above the middle), and the rows of a cue keep their distance from one another; one whose number does
+/// not rise stands below the one before it (PlayoutRowMoved). Without numbers the rows end on row 15, or stand in the
+/// middle or at the top as their place in the cue says; where they have several places, those of each stand together in
+/// it, from the top down. Colours, italics, underlines and flashing are asked for; the writer says what cannot be sent.
 /// There is no bold (PlayoutBoldLeftOut).
 ///
 /// Fails with PlayoutTimeWrong where start or end is no time, is negative, or has no number of a frame.

@@ -64,8 +64,8 @@ struct CodedRow {
     return 2U + (isDoubleHeight ? 1U : 0U) + (letterColor(first) == screen::Color::White ? 0U : 1U);
 }
 
-/// The same with the codes of what is behind the first letter, unless that is black, and of flashing, as far as a row of so
-/// many cells has room for them.
+/// The same with the codes of what is behind the first letter, unless that is black, and of flashing, as far as a row
+/// of so many cells has room for them.
 /// @param size Cells of the row.
 [[nodiscard]] QLX_EXPORT std::size_t leadingCodes(bool isDoubleHeight, const screen::Cell& first,
                                                   std::size_t size) noexcept;

@@ -37,13 +37,13 @@ teletext with --as-deployed, with the first one that is later than its start. A 
 that, while the one before it is shown, and ends when the next one begins. A teletext page shows all cues that are on
 air, and is sent in the character set of --language with packets X/26 over letters that this lacks. Several files are
 several pages: each needs a --page in front of it. EBU STL cues keep their times, so that a programme that begins at
-10:00:00:00 needs --from-start or --from, and the rows that they name. Captions of a Scenarist or MCC file, and what is on
-air in other files of frames with --from-channel, --from-service or --from-page, are decoded and sent anew. Warnings name what a viewer will not see as it
-is written, ten of a kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and 334
-with --sd; with captions that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many pairs
-as the rate has: up to 30 frames/s one of each field a frame, above that those of field 1 in even frames and those of
-field 2 in odd ones. Behind them stands what a caption service has to send. With --sd its picture is taken as one of
-4:3, otherwise of 16:9.
+10:00:00:00 needs --from-start or --from, and the rows that they name. Captions of a Scenarist or MCC file, and what
+is on air in other files of frames with --from-channel, --from-service or --from-page, are decoded and sent anew.
+Warnings name what a viewer will not see as it is written, ten of a kind. The rows of a v210 file are, in every frame,
+those of the lines 12 and 575, or 21 and 334 with --sd; with captions that of line 9, or of --line. Every frame
+carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of each field a frame, above
+that those of field 1 in even frames and those of field 2 in odd ones. Behind them stands what a caption service has
+to send. With --sd its picture is taken as one of 4:3, otherwise of 16:9.
 
 The times of teletext in a transport stream are 200 ms ahead of its clock. FFmpeg takes what
 is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
@@ -209,12 +209,12 @@ constexpr OptionRow kPlayOptions[] = {
 };
 
 constexpr std::string_view kSubsNotes =
-    R"(FILE is SRT, WebVTT, SubStation Alpha, TTML, JSON or EBU STL, as its content says, or else its name, of at most
-64 MiB; a MOV, MP4 or Matroska file with a text track; a Scenarist or MCC file, whose captions are read as qlxcc convert
-reads them; or another file of frames with --channel, --service or --page. Each row of a cue gets a line:
-number, start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue
-in the same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were
-left out, or that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
+    R"(FILE is SRT, WebVTT, SubStation Alpha, TTML, JSON or EBU STL, as its content says, or else its name, of at most 64
+MiB; a MOV, MP4 or Matroska file with a text track; a Scenarist or MCC file, whose captions are read as qlxcc convert
+reads them; or another file of frames with --channel, --service or --page. Each row of a cue gets a line: number,
+start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue in the
+same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were left out, or
+that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
 
 Examples:
   qlxcc subs film.stl

@@ -29,8 +29,8 @@ bool looksLikeSRT(std::string_view text) {
     return text.substr(0, kBytesThatTellKind).find(" --> ") != std::string_view::npos;
 }
 
-/// Whether a file has frames whose times and captions are plain without anything more than OnAirChoice. How the rows of a
-/// file lie is not.
+/// Whether a file has frames whose times and captions are plain without anything more than OnAirChoice. How the rows of
+/// a file lie is not.
 bool hasPlainFrames(InputKind kind) {
     return !hasCues(kind) && !hasRows(kind) && kind != InputKind::Png && kind != InputKind::Ppm;
 }

@@ -90,11 +90,11 @@ struct Subtitles {
 using CueTaker = std::function<void(std::shared_ptr<QLXSubtitleRecord>)>;
 using CueValueTaker = std::function<void(const subtitles::Cue&)>;
 
-/// Reads a subtitle file and hands on its cues one by one, so that a long file takes no more memory than its text:
-/// EBU STL, SRT, WebVTT, SubStation Alpha, TTML or JSON, by its content, or else by its name; a text track of a container;
-/// or what is on air in a Scenarist or MCC file, or in any other file of frames but rows, where SubtitleRequest::onAir says
-/// what that is. A JSON file is an array of the dictionaries that
-/// QLXSubtitleRecord reads, or an object with such an array under `cues`.
+/// Reads a subtitle file and hands on its cues one by one, so that a long file takes no more memory than its text: EBU
+/// STL, SRT, WebVTT, SubStation Alpha, TTML or JSON, by its content, or else by its name; a text track of a container;
+/// or what is on air in a Scenarist or MCC file, or in any other file of frames but rows, where SubtitleRequest::onAir
+/// says what that is. A JSON file is an array of the dictionaries that QLXSubtitleRecord reads, or an object with such
+/// an array under `cues`.
 ///
 /// In mode 1 the cues of SRT and STL files start early, by an estimate of their pairs; those of a JSON file keep their
 /// times. In mode 2 the cues of an STL file keep their rows where a teletext page has them, else they are placed like
