@@ -5,6 +5,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/times.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -89,10 +90,20 @@ inline constexpr std::uint8_t kGreatestAnchor = 9;
     return band == 1 && side == 1 ? 0 : static_cast<std::uint8_t>(band + side);
 }
 
+/// The place of the first of these characters, from one place on; npos. std::string_view::find_first_of() of libstdc++
+/// makes a call for each character of the text.
+template <char... characters>
+[[nodiscard]] constexpr std::size_t placeOfAny(std::string_view text, std::size_t from = 0) noexcept {
+    while (from < text.size() && ((text[from] != characters) && ...)) {
+        ++from;
+    }
+    return from < text.size() ? from : std::string_view::npos;
+}
+
 /// Appends `more` with a space in place of each line end.
 inline void appendWithoutLineEnds(std::string& text, std::string_view more) {
-    for (std::size_t end = more.find_first_of("\r\n"); end != std::string_view::npos;
-         end = more.find_first_of("\r\n")) {
+    for (std::size_t end = placeOfAny<'\r', '\n'>(more); end != std::string_view::npos;
+         end = placeOfAny<'\r', '\n'>(more)) {
         text += more.substr(0, end);
         text += ' ';
         more.remove_prefix(end + 1);

@@ -66,8 +66,8 @@ bool looksLike(const Run& run, const Run& before) noexcept {
 bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept {
     // A tag has an end.
     const std::size_t last = hasTags ? text.size() : text.find_last_of('>') + 1;
-    for (std::size_t place = text.find_first_of("<{&-"); place != std::string_view::npos;
-         place = text.find_first_of("<{&-", place + 1)) {
+    for (std::size_t place = placeOfAny<'<', '{', '&', '-'>(text); place != std::string_view::npos;
+         place = placeOfAny<'<', '{', '&', '-'>(text, place + 1)) {
         const std::string_view rest = text.substr(place);
         const bool isTag =
             place < last && rest.size() > 1 && rest[0] == '<' &&
@@ -76,7 +76,7 @@ bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept {
             return true;
         }
     }
-    return text == kEmptyRowText || text.find_first_of("\r\n") != std::string_view::npos;
+    return text == kEmptyRowText || placeOfAny<'\r', '\n'>(text) != std::string_view::npos;
 }
 
 void SubRipMarkup::begin() {
@@ -95,7 +95,7 @@ void SubRipMarkup::takeRow(std::string_view text, std::uint64_t line, Cue& cue) 
     // Braces that nothing ends would each be looked for up to the end.
     const std::size_t behindBraces = text.size() - (text.find_last_of('}') + 1);
     while (!text.empty()) {
-        const std::size_t plain = std::min(text.find_first_of("<{&"), text.size());
+        const std::size_t plain = std::min(placeOfAny<'<', '{', '&'>(text), text.size());
         append(text.substr(0, plain), cue);
         text.remove_prefix(plain);
         if (text.empty()) {

@@ -97,7 +97,7 @@ void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
     }
     _isChanged = true;
     while (!text.empty()) {
-        const std::size_t plain = std::min(text.find_first_of("<&"), text.size());
+        const std::size_t plain = std::min(placeOfAny<'<', '&'>(text), text.size());
         append(text.substr(0, plain), cue);
         text.remove_prefix(plain);
         if (text.empty()) {
