@@ -2,9 +2,13 @@
 
 #include "platform/Process.h"
 
-#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <list>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
 
 namespace qlx::log {
@@ -16,12 +20,16 @@ using SharedObserver = std::shared_ptr<const OutageObserver>;
 struct Record {
     /// The lock is held.
     auto find(const std::string& path) {
-        return std::find_if(status.underWay.begin(), status.underWay.end(),
-                            [&path](const Outage& outage) { return outage.path == path; });
+        const auto first = places.lower_bound(path);
+        return first != places.end() && first->first == path ? first : places.end();
     }
 
     std::mutex mutex;
-    Status status;
+    std::uint64_t outages = 0;
+    std::uint64_t linesLost = 0;
+    std::list<Outage> underWay;
+    std::multimap<std::string, std::list<Outage>::iterator>
+        places;  ///< By path; of logs that write to the same, the first that began.
 };
 
 Record& record() {
@@ -53,9 +61,10 @@ void beginOutage(const Outage& outage) {
     {
         Record& mine = record();
         const std::lock_guard lock(mine.mutex);
-        ++mine.status.outages;
-        mine.status.linesLost += outage.linesLost;
-        mine.status.underWay.push_back(outage);
+        ++mine.outages;
+        mine.linesLost += outage.linesLost;
+        mine.underWay.push_back(outage);
+        mine.places.emplace(outage.path, std::prev(mine.underWay.end()));
     }
     tell(OutageEvent::Began, outage);
 }
@@ -63,16 +72,16 @@ void beginOutage(const Outage& outage) {
 void loseLine(const std::string& path) {
     Record& mine = record();
     const std::lock_guard lock(mine.mutex);
-    ++mine.status.linesLost;
-    if (const auto found = mine.find(path); found != mine.status.underWay.end()) {
-        ++found->linesLost;
+    ++mine.linesLost;
+    if (const auto found = mine.find(path); found != mine.places.end()) {
+        ++found->second->linesLost;
     }
 }
 
 void loseLines(std::uint64_t count) {
     Record& mine = record();
     const std::lock_guard lock(mine.mutex);
-    mine.status.linesLost += count;
+    mine.linesLost += count;
 }
 
 void endOutage(const std::string& path) {
@@ -81,11 +90,12 @@ void endOutage(const std::string& path) {
         Record& mine = record();
         const std::lock_guard lock(mine.mutex);
         const auto found = mine.find(path);
-        if (found == mine.status.underWay.end()) {
+        if (found == mine.places.end()) {
             return;
         }
-        outage = std::move(*found);
-        mine.status.underWay.erase(found);
+        outage = std::move(*found->second);
+        mine.underWay.erase(found->second);
+        mine.places.erase(found);
     }
     tell(OutageEvent::Ended, outage);
 }
@@ -93,7 +103,7 @@ void endOutage(const std::string& path) {
 Status status() {
     Record& mine = record();
     const std::lock_guard lock(mine.mutex);
-    return mine.status;
+    return {mine.outages, mine.linesLost, {mine.underWay.begin(), mine.underWay.end()}};
 }
 
 void setOutageObserver(OutageObserver observer) {

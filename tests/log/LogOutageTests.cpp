@@ -1,7 +1,9 @@
 // Files that take a part of a line, or nothing, or never come back: what waits, what is lost, and what the host is told.
+#include "Growth.h"
 #include "LogFixture.h"
 
 #include "log/LogFile.h"
+#include "log/Outages.h"
 
 #include <qlx/log/status.h>
 
@@ -453,4 +455,51 @@ TEST(LogAppender, EndsNoOutageOfALineThatFoundNoRoomWhileOthersWait) {
     files.room = 2 * qlx::log::kMaxWaiting;
     EXPECT_EQ(appender.append("/full c", "taken"), qlx::log::AppendResult::Written);
     EXPECT_FALSE(isOut("/full a") || isOut("/full b") || isOut("/full c"));
+}
+
+TEST(LogOutages, TakeTimeThatGrowsWithTheirNumber) {
+    const qlx::log::Status before = qlx::log::status();
+    constexpr std::size_t kFewest = 250;
+    std::vector<std::string> paths(16 * kFewest);
+    for (std::size_t place = 0; place < paths.size(); ++place) {
+        paths[place] = "/outages/" + std::to_string(place);
+    }
+    std::uint64_t begun = 0;
+    const double growth = qlxtest::growthOfSixteenTimes(kFewest, [&](std::size_t count) {
+        for (std::size_t place = 0; place < count; ++place) {
+            qlx::log::beginOutage({paths[place], ENOSPC, 0});
+        }
+        for (std::size_t place = count; place-- > 0;) {
+            qlx::log::loseLine(paths[place]);
+            qlx::log::loseLine(paths[place]);
+        }
+        EXPECT_EQ(qlx::log::status().underWay.back(), (qlx::log::Outage{paths[count - 1], ENOSPC, 2}));
+        for (std::size_t place = count; place-- > 0;) {
+            qlx::log::endOutage(paths[place]);
+        }
+        begun += count;
+    });
+    EXPECT_LT(growth, qlxtest::kGreatestLinearGrowth);
+    const qlx::log::Status after = qlx::log::status();
+    EXPECT_EQ(after.outages, before.outages + begun);
+    EXPECT_EQ(after.linesLost, before.linesLost + 2 * begun);
+    EXPECT_EQ(after.underWay, before.underWay);
+}
+
+TEST(LogOutages, OfTheSamePathEndOneAfterTheOther) {
+    const auto mine = [] {
+        std::vector<qlx::log::Outage> outages = qlx::log::status().underWay;
+        std::erase_if(outages, [](const qlx::log::Outage& outage) { return outage.path != "/outages/two"; });
+        return outages;
+    };
+    using Outages = std::vector<qlx::log::Outage>;
+    qlx::log::beginOutage({"/outages/two", ENOSPC, 1});
+    qlx::log::beginOutage({"/outages/two", EIO, 0});
+    qlx::log::loseLine("/outages/two");
+    EXPECT_EQ(mine(), (Outages{{"/outages/two", ENOSPC, 2}, {"/outages/two", EIO, 0}}));
+    qlx::log::endOutage("/outages/two");
+    EXPECT_EQ(mine(), (Outages{{"/outages/two", EIO, 0}}));
+    qlx::log::endOutage("/outages/two");
+    EXPECT_TRUE(mine().empty());
+    qlx::log::endOutage("/outages/two");
 }
