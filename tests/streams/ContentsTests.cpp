@@ -2,13 +2,20 @@
 #include "ExactBuffer.h"
 #include "StreamFrames.h"
 
+#include <qlx/cea608/codes.h>
+#include <qlx/cea608/xds.h>
+#include <qlx/playout/teletext.h>
 #include <qlx/streams/contents.h>
+#include <qlx/teletext/enhancement.h>
+#include <qlx/teletext/sets.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -115,6 +122,96 @@ TEST(StreamContents, FollowServicesThroughTheirDelays) {
     EXPECT_EQ(service.captions, 1U);
     EXPECT_EQ(service.firstFrame, 0U);
     EXPECT_EQ(service.lastFrame, 4U);
+}
+
+// Extended data say what is written in CC1: caption services of the current programme.
+TEST(StreamContents, NameTheLanguagesOfCaptionChannels) {
+    using qlx::cea608::XdsLanguage;
+    const std::pair<XdsLanguage, std::string_view> languages[] = {
+        {XdsLanguage::English, "eng"}, {XdsLanguage::Spanish, "spa"}, {XdsLanguage::French, "fre"},
+        {XdsLanguage::German, "ger"},  {XdsLanguage::Italian, "ita"}, {XdsLanguage::Other, ""}};
+    for (const auto& [language, expected] : languages) {
+        qlx::cea608::XdsCaptionServices services;
+        services.services = {{language, qlx::cea608::kCC1}};
+        const auto packet = qlx::cea608::xdsPacket(services);
+        ASSERT_TRUE(packet);
+        std::vector<qlx::cea608::Pair> pairs;
+        qlx::cea608::appendXdsPairs(*packet, pairs);
+        ContentReader reader;
+        std::uint64_t number = 0;
+        for (const qlx::cea608::Pair pair : pairs) {
+            const qlx::cea608::Pair sent = qlx::cea608::withOddParity(pair);
+            Frame frame = frameOf(number++, "");
+            frame.triplets = Data{0xFD, sent.first, sent.second};
+            reader.receive(frame);
+        }
+        for (const std::string_view triplets : {"fc9420", "fc9470", "fcc1c2", "fc942f", "fc8080"}) {
+            reader.receive(frameOf(number++, triplets));
+        }
+        EXPECT_EQ(contentNamed(reader.contents(), "CC1").language, expected);
+    }
+}
+
+/// The language of page 888 with a digit on it, in the character set of a language.
+std::string languageOfPage(std::string_view language, bool isOfMagazine) {
+    const std::uint8_t designation = qlx::teletext::designationOf(language).value();
+    constexpr std::uint8_t kControlBits = 7;
+    qlx::playout::TeletextPlayout playout(qlx::FrameRate::Fps25);
+    qlx::subtitles::Cue cue;
+    cue.start = qlx::MediaTime::make(1, 25);
+    cue.end = qlx::MediaTime::make(9, 25);
+    cue.rows.emplace_back().runs.emplace_back().text = "1";
+    // Receivers of Western Europe take the three bits of the header for themselves, unless they are told a designation.
+    const std::uint8_t sent = isOfMagazine ? static_cast<std::uint8_t>(designation & kControlBits) : designation;
+    EXPECT_TRUE(playout.add(cue, {.page = 0x888, .designation = sent}));
+    ContentReader reader;
+    Frame frame;
+    if (isOfMagazine) {
+        // In front of the first header, and once more while there is a page.
+        const auto packet = qlx::teletext::magazineDesignationPacket(8, designation);
+        const auto bytes = qlx::teletext::writePacket(*packet);
+        qlx::teletext::SdpLine& line = frame.teletext.emplace_back();
+        line.descriptor = 0x87;
+        EXPECT_EQ(bytes->size(), line.bytes.size());
+        std::copy(bytes->begin(), bytes->end(), line.bytes.begin());
+    }
+    reader.receive(frame);
+    while (!playout.isDone()) {
+        frame.packets = playout.next();
+        frame.number = playout.frame();
+        reader.receive(frame);
+    }
+    const auto contents = reader.contents();
+    return contentNamed(contents, "888").language;
+}
+
+TEST(StreamContents, NameTheLanguagesOfTeletextPages) {
+    // Sets that are made for several languages say none.
+    const std::pair<std::string_view, std::string_view> languages[] = {
+        {"en", "eng"}, {"de", "ger"}, {"it", "ita"}, {"fr", "fre"}, {"pl", "pol"}, {"tr", "tur"}, {"et", "est"},
+        {"uk", "ukr"}, {"el", "gre"}, {"ar", "ara"}, {"he", "heb"}, {"sv", ""},    {"ru", ""}};
+    for (const auto& [language, expected] : languages) {
+        EXPECT_EQ(languageOfPage(language, false), expected) << language;
+        EXPECT_EQ(languageOfPage(language, true), expected) << language;
+    }
+    // A program's map says it of a page; what is none of three letters says nothing.
+    ContentReader reader;
+    reader.nameLanguage(0x888, "nor");
+    reader.nameLanguage(0x888, "und");
+    reader.nameLanguage(0x888, "n1r");
+    reader.nameLanguage(0x888, "no");
+    qlx::playout::TeletextPlayout playout(qlx::FrameRate::Fps25);
+    qlx::subtitles::Cue cue;
+    cue.start = qlx::MediaTime::make(1, 25);
+    cue.end = qlx::MediaTime::make(9, 25);
+    cue.rows.emplace_back().runs.emplace_back().text = "1";
+    EXPECT_TRUE(playout.add(cue));
+    while (!playout.isDone()) {
+        Frame frame;
+        frame.packets = playout.next();
+        reader.receive(frame);
+    }
+    EXPECT_EQ(contentNamed(reader.contents(), "888").language, "nor");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "ExactBuffer.h"
 
 #include <qlx/streams/splice.h>
+#include <qlx/streams/ts/section.h>
 #include <qlx/streams/ts/tables.h>
 
 #include <gtest/gtest.h>
@@ -282,6 +283,48 @@ TEST(Splice, HoldsNoMoreThanAMebibyteOfSections) {
     reader.finish();
     drain();
     EXPECT_EQ(given, kSections);
+}
+
+TEST(Splice, HoldsNoMoreThanSomeThousandSmallSections) {
+    constexpr std::size_t kSections = 5000;
+    Made made;
+    made.clock(0).nulls(8).clock(9000);
+    for (std::size_t number = 0; number < kSections; ++number) {
+        made.section(signalAt(number));
+    }
+    SpliceReader reader;
+    reader.push(made.bytes());
+    std::size_t given = 0;
+    const auto drain = [&] {
+        while (const auto arrival = reader.next()) {
+            EXPECT_EQ(arrival->splice90k(), given++);
+        }
+    };
+    drain();
+    EXPECT_GT(given, 4000U);
+    EXPECT_LT(given, kSections);
+    reader.finish();
+    drain();
+    EXPECT_EQ(given, kSections);
+}
+
+TEST(Splice, SaysWhereASectionIsThatCannotBeRead) {
+    // Its CRC is right, but it ends in the midst of its fields.
+    SpliceBytes cut = qlxtest::fromHex("fc 3006 0000");
+    ts::appendSectionCrc(cut);
+    const SpliceBytes stream = Made().clock(0).section(cut).section(signalAt(7)).clock(9000).bytes();
+    Findings findings;
+    SpliceReader reader({}, &findings);
+    reader.push(stream);
+    reader.finish();
+    const auto arrival = reader.next();
+    ASSERT_TRUE(arrival);
+    EXPECT_EQ(arrival->splice90k(), 7U);
+    EXPECT_FALSE(reader.next());
+    // Behind the association, the map and the clock.
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].severity, Severity::Error);
+    EXPECT_EQ(findings[0].offset, 3U * 188U);
 }
 
 TEST(Splice, EndsCalmlyAtEveryLength) {

@@ -10,6 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace ttml_tests {
 namespace {
@@ -401,6 +404,74 @@ TEST(Ttml, GivesRegionsInPixelsAsPartsOfTheScreen) {
                    "tts:extent='1920px 1080px'"));
     ASSERT_EQ(document.file.regions.size(), 1U);
     EXPECT_EQ(document.file.regions[0].attributes, (Properties{{"tts:extent", "50% 50%"}, {"tts:origin", "10% 10%"}}));
+}
+
+TEST(Ttml, TakesPositionsInAnyOfTheirForms) {
+    const auto read = [](const std::string& region) {
+        return readDocument(
+            documentOf(paragraphOf("a<br/>b", "region='r'"), "<layout><region xml:id='r' " + region + "/></layout>"));
+    };
+    // Of an extent of 60% by 40%, 40% by 60% are free: each set names one place, an origin first.
+    const std::vector<std::vector<std::string>> places{
+        {"tts:origin='20% 0%'", "tts:position='top'", "tts:position='center top'", "tts:position='top center'",
+         "tts:position='50% 0%'"},
+        {"tts:origin='40% 60%'", "tts:position='right bottom'", "tts:position='bottom right'",
+         "tts:position='100% 100%'"},
+        {"tts:origin='0% 30%'", "tts:position='left'", "tts:position='left center'", "tts:position='center left'",
+         "tts:position='0% 50%'"},
+        {"tts:origin='20% 30%'", "tts:position='center'", "tts:position='20rw 30rh'"}};
+    for (const std::vector<std::string>& forms : places) {
+        const auto expected = read(forms.front() + " tts:extent='60% 40%'");
+        ASSERT_EQ(expected.cues.size(), 1U);
+        EXPECT_NE(expected.cues[0].rows[0].number, 0U);
+        for (const std::string& form : forms) {
+            SCOPED_TRACE(form);
+            const auto document = read(form + " tts:extent='60% 40%'");
+            ASSERT_EQ(document.cues.size(), 1U);
+            EXPECT_EQ(document.cues[0].rows, expected.cues[0].rows);
+            EXPECT_TRUE(document.codes.empty());
+        }
+    }
+    // Nobody knows where these are: a word too many, one length of two, what is no length, pixels of no screen, too far
+    // away, and an edge that there is not.
+    for (const std::string_view wrong :
+         {"tts:position='left 10% top'", "tts:position=' '", "tts:origin='10%'", "tts:extent='x 10%'",
+          "tts:origin='10px 10px'", "tts:origin='10000000% 0%'", "tts:displayAlign='middle'"}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_EQ(read(std::string(wrong)).codes, std::vector{FindingCode::TtmlValueWrong});
+    }
+}
+
+TEST(Ttml, ReadsTheHeadAndSaysWhatItLeavesOut) {
+    using enum FindingCode;
+    const std::string namespaces = "xmlns:smpte='http://www.smpte-ra.org/schemas/2052-1/2010/smpte-tt' "
+                                   "xmlns:ebuttm='urn:ebu:tt:metadata' xmlns:x='urn:x'";
+    const auto document = readDocument(documentOf(
+        paragraphOf("a", "region='r'"),
+        "<metadata><ttm:title>T</ttm:title><ttm:desc>D</ttm:desc><ttm:copyright>C</ttm:copyright>"
+        "<ebuttm:documentMetadata><ebuttm:conformsToStandard>http://www.w3.org/ns/ttml/profile/imsc1/text"
+        "</ebuttm:conformsToStandard></ebuttm:documentMetadata></metadata>"
+        "<styling><metadata><ttm:desc>E</ttm:desc></metadata><style xml:id='s' tts:fontStyle='italic'/></styling>"
+        "<layout><ttm:copyright>F</ttm:copyright><region xml:id='r' style='s'>text<style tts:color='red'/>"
+        "<metadata><ttm:title>U</ttm:title></metadata><set tts:color='lime'/><smpte:image>AA</smpte:image><x:y/>"
+        "</region></layout>",
+        namespaces));
+    ASSERT_FALSE(document.error);
+    EXPECT_EQ(document.file.title, "U");
+    EXPECT_EQ(document.file.description, "E");
+    EXPECT_EQ(document.file.copyright, "F");
+    EXPECT_EQ(document.file.kind, TtmlKind::Imsc);
+    ASSERT_EQ(document.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(document.cues[0]), "{i#30}a");
+    EXPECT_EQ(document.codes, (std::vector{TtmlAnimationLeftOut, TtmlImageLeftOut, TtmlElementLeftOut}));
+    // Documents of before TTML 1 name their styles without a prefix.
+    const auto old = readDocument(
+        "<tt xmlns='http://www.w3.org/2006/10/ttaf1' xmlns:x='http://www.w3.org/2006/10/ttaf1#styling'><head><styling>"
+        "<style id='s' x:color='red'/></styling></head><body><div><p begin='1s' end='2s' style='s'>a</p></div></body>"
+        "</tt>");
+    ASSERT_EQ(old.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(old.cues[0]), "{#30}a");
+    EXPECT_TRUE(old.codes.empty());
 }
 
 }  // namespace
