@@ -21,4 +21,17 @@ inline constexpr std::uint32_t kWebVttSamples = fourCC("wvtt");  ///< ISO/IEC 14
 inline constexpr std::uint32_t kWebVttHead = fourCC("vttC");     ///< Of a description of such samples.
 inline constexpr std::uint32_t kXmlSamples = fourCC("stpp");
 
+// In samples of timed text (3GPP TS 26.245, 5.17.1).
+inline constexpr std::uint32_t kTextStyles = fourCC("styl");
+inline constexpr std::uint32_t kBlinkingText = fourCC("blnk");
+
+// In samples of WebVTT (ISO/IEC 14496-30).
+inline constexpr std::uint32_t kCue = fourCC("vttc");
+inline constexpr std::uint32_t kNoCue = fourCC("vtte");
+inline constexpr std::uint32_t kCueText = fourCC("payl");
+inline constexpr std::uint32_t kCueName = fourCC("iden");
+inline constexpr std::uint32_t kCueSettings = fourCC("sttg");
+inline constexpr std::uint32_t kCueSource = fourCC("vsid");
+inline constexpr std::uint32_t kCueTime = fourCC("ctim");
+
 }  // namespace qlx::streams::detail::boxes

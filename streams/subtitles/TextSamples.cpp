@@ -1,8 +1,10 @@
 #include "TextSamples.h"
 
+#include "../Boxes.h"
 #include "TtmlTimes.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/anc/atom.h>
 #include <qlx/base/utf8.h>
 #include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/subrip.h>
@@ -41,21 +43,20 @@ std::string_view asText(std::span<const std::uint8_t> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// A part of a sample with a size and a type in front of it.
+/// A part of a sample.
 struct SampleBox {
-    std::string_view type;
+    std::uint32_t type = 0;
     std::span<const std::uint8_t> content;
 };
 
 /// Takes the next box; none at the end, or where no whole one is there.
 std::optional<SampleBox> takeBox(std::span<const std::uint8_t>& bytes) {
-    constexpr std::size_t kHeader = 8;
-    std::span<const std::uint8_t> rest = bytes;
-    const std::size_t size = takeNumber<4>(rest);
-    if (size < kHeader || size > bytes.size()) {
+    const Result<anc::AtomHeader> header = anc::parseAtomHeader(bytes);
+    if (!header || header->size == 0 || header->size > bytes.size()) {
         return std::nullopt;
     }
-    const SampleBox box{asText(rest.first(4)), bytes.subspan(kHeader, size - kHeader)};
+    const auto size = static_cast<std::size_t>(header->size);
+    const SampleBox box{header->type, bytes.first(size).subspan(header->headerBytes)};
     bytes = bytes.subspan(size);
     return box;
 }
@@ -193,14 +194,14 @@ struct TimedTextParts {
 TimedTextParts partsOf(std::span<const std::uint8_t> bytes) {
     TimedTextParts parts;
     while (auto box = takeBox(bytes)) {
-        if (box->type == "styl") {
+        if (box->type == boxes::kTextStyles) {
             constexpr std::size_t kStyle = 12;
             const std::size_t count = takeNumber<2>(box->content);
             parts.isCut = parts.isCut || box->content.size() < count * kStyle;
             for (std::size_t each = 0; each < count && box->content.size() >= kStyle; ++each) {
                 parts.styles.push_back(takeStyle(box->content));
             }
-        } else if (box->type == "blnk") {
+        } else if (box->type == boxes::kBlinkingText) {
             TextRange range;
             range.begin = takeNumber<2>(box->content);
             range.end = takeNumber<2>(box->content);
@@ -407,10 +408,10 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
     std::span<const std::uint8_t> rest = sample;
     std::size_t others = 0;
     while (const auto box = takeBox(rest)) {
-        if (box->type == "vtte") {
+        if (box->type == boxes::kNoCue) {
             continue;
         }
-        if (box->type != "vttc") {
+        if (box->type != boxes::kCue) {
             ++others;
             continue;
         }
@@ -419,13 +420,13 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
         std::string_view name;
         std::string_view settings;
         while (const auto part = takeBox(inner)) {
-            if (part->type == "payl") {
+            if (part->type == boxes::kCueText) {
                 text = asText(part->content);
-            } else if (part->type == "iden") {
+            } else if (part->type == boxes::kCueName) {
                 name = asText(part->content);
-            } else if (part->type == "sttg") {
+            } else if (part->type == boxes::kCueSettings) {
                 settings = asText(part->content);
-            } else if (part->type != "vsid" && part->type != "ctim") {
+            } else if (part->type != boxes::kCueSource && part->type != boxes::kCueTime) {
                 ++others;
             }
         }
