@@ -113,10 +113,7 @@ std::uint64_t readFrames(NamedSource& source, FrameInput& reader, OutputFile& ou
         }
     } catch (const Failure&) {
         (void)findings.finish();
-        if (output.isStandardOutput()) {
-            // What came before the broken place has been found all the same.
-            output.flush();
-        }
+        output.flushWhatCame();
         throw;
     }
     // What only the end shows comes here.

@@ -36,6 +36,13 @@ public:
     /// Hands everything written so far to the system.
     void flush();
 
+    /// For a failure on the way: what came before the broken place has been found all the same, and goes to standard output.
+    void flushWhatCame() {
+        if (_isStandardOutput) {
+            flush();
+        }
+    }
+
     /// Flushes and gives a file its name. Nothing may be written afterwards.
     void commit();
 

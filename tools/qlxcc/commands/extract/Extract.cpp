@@ -311,10 +311,7 @@ int extract(const ExtractOptions& options) {
     try {
         Extraction(settled, source, output).run();
     } catch (const Failure&) {
-        if (output.isStandardOutput()) {
-            // What came before the broken place has been found all the same.
-            output.flush();
-        }
+        output.flushWhatCame();
         throw;
     }
     output.commit();

@@ -307,10 +307,7 @@ int readLine21(const Line21ReadOptions& options) {
     try {
         reading.run(kind);
     } catch (const Failure&) {
-        if (output.isStandardOutput()) {
-            // What came before the broken place has been read all the same.
-            output.flush();
-        }
+        output.flushWhatCame();
         throw;
     }
     output.commit();

@@ -158,10 +158,7 @@ int parseScte104(const Scte104ParseOptions& options) {
     try {
         readScte104Packets(options.source, take, say);
     } catch (const Failure&) {
-        if (output.isStandardOutput()) {
-            // What came before the broken place has been found all the same.
-            output.flush();
-        }
+        output.flushWhatCame();
         messagesSaid.finish();
         throw;
     }

@@ -221,10 +221,7 @@ int listSubtitles(const SubsOptions& options) {
                                    options.track, true, options.fromStart, options.onAir},
                                   [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
-        if (output.isStandardOutput()) {
-            // What came before the broken place has been read all the same.
-            output.flush();
-        }
+        output.flushWhatCame();
         throw;
     }
     output.commit();
