@@ -1,6 +1,7 @@
 # Runs one fuzz target for a fixed number of inputs, from a fixed seed, on a copy of its seed corpus.
 # -DFUZZER=<program> -DRUNS=<count> -DSEEDS=<folder> -DWORK=<folder to use>
 # -DDICTIONARY=<file that need not be there: pieces of which inputs are made>
+# -DPLAIN=<whether inputs are chosen without counting how rare what they reach is>
 
 file(GLOB seeds "${SEEDS}/*")
 if(NOT seeds)
@@ -15,9 +16,12 @@ endforeach()
 if(kept GREATER 204800)
     message(FATAL_ERROR "${kept} bytes in ${SEEDS}; at most 204800 are kept")
 endif()
-set(dictionary "")
+set(options "")
 if(EXISTS "${DICTIONARY}")
-    set(dictionary "-dict=${DICTIONARY}")
+    set(options "-dict=${DICTIONARY}")
+endif()
+if(PLAIN)
+    list(APPEND options -entropic=0)
 endif()
 # What an earlier run has left behind stays.
 file(REMOVE_RECURSE "${WORK}/corpus")
@@ -27,7 +31,7 @@ file(COPY ${seeds} DESTINATION "${WORK}/corpus")
 # A single input may take seconds at most, and no allocation more than 256 MiB. What fails is left behind in the working
 # folder.
 execute_process(
-    COMMAND "${FUZZER}" -runs=${RUNS} -seed=1 -timeout=10 -malloc_limit_mb=256 -verbosity=0 -print_funcs=0 ${dictionary} "-artifact_prefix=${WORK}/" "${WORK}/corpus"
+    COMMAND "${FUZZER}" -runs=${RUNS} -seed=1 -timeout=10 -malloc_limit_mb=256 -verbosity=0 -print_funcs=0 ${options} "-artifact_prefix=${WORK}/" "${WORK}/corpus"
     RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
     message(FATAL_ERROR "The fuzz target failed (${result}); the input that did it is in ${WORK}")
