@@ -13,8 +13,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <ostream>
 #include <random>
 
@@ -159,6 +161,13 @@ std::string movFile() {
     return container("mov");
 }
 
+constexpr const char* kNoFfmpeg = "no FFmpeg to make a file with";
+#ifdef QLX_STREAMS_FFMPEG
+constexpr bool kOpensContainers = true;
+#else
+constexpr bool kOpensContainers = false;
+#endif
+
 /// Commands that stream take time for every byte: their files of zeros are just larger than the memory they may take,
 /// or smaller where that is not measured.
 constexpr std::uint64_t kZerosToStream = qlxtest::countFor(256, 32) * kMegabyte;
@@ -252,9 +261,10 @@ const std::vector<Command> kCommands{
 class BadInput : public ::testing::TestWithParam<Command> {
 protected:
     void SetUp() override {
-        good = GetParam().goodFile();
-        if (good.empty()) {
-            GTEST_SKIP() << "no FFmpeg to make a file with";
+        constexpr std::array kContainers{tsFile, psFile, mxfFile, movFile};
+        if (!kOpensContainers &&
+            std::find(kContainers.begin(), kContainers.end(), GetParam().goodFile) != kContainers.end()) {
+            GTEST_SKIP() << "qlxcc was built without FFmpeg";
         }
         if (GetParam().goodFile == pngPicture) {
             try {
@@ -265,7 +275,15 @@ protected:
         }
     }
 
-    std::string good;  ///< A good file.
+    /// A good file, or nothing where it cannot be made here. Each is made once, for those that need one.
+    [[nodiscard]] static const std::string& good() {
+        static std::map<std::string (*)(), std::string> made;
+        const auto [file, isNew] = made.try_emplace(GetParam().goodFile);
+        if (isNew) {
+            file->second = GetParam().goodFile();
+        }
+        return file->second;
+    }
 
     [[nodiscard]] bool writesFile() const {
         const auto& arguments = GetParam().arguments;
@@ -316,8 +334,11 @@ protected:
 };
 
 TEST_P(BadInput, TakesTheGoodFile) {
+    if (good().empty()) {
+        GTEST_SKIP() << kNoFfmpeg;
+    }
     const TemporaryFolder folder;
-    const ToolResult result = run(folder.write("in", good), folder.path("out"));
+    const ToolResult result = run(folder.write("in", good()), folder.path("out"));
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     EXPECT_NE(writesFile() ? folder.read("out") : result.out, "");
@@ -360,12 +381,15 @@ TEST_P(BadInput, RandomBytes) {
 }
 
 TEST_P(BadInput, TruncatedFile) {
-    ASSERT_GT(good.size(), 8U);
-    const std::size_t size = good.size();
+    if (good().empty()) {
+        GTEST_SKIP() << kNoFfmpeg;
+    }
+    ASSERT_GT(good().size(), 8U);
+    const std::size_t size = good().size();
     for (const std::size_t length :
          {std::size_t{1}, std::size_t{2}, std::size_t{7}, size / 3, size / 2, size - 7, size - 2, size - 1}) {
         SCOPED_TRACE(length);
-        expectCleanEnd(std::string_view(good).substr(0, length));
+        expectCleanEnd(std::string_view(good()).substr(0, length));
     }
 }
 
@@ -385,8 +409,11 @@ TEST_P(BadInput, ZerosNeedLittleMemory) {
 }
 
 TEST_P(BadInput, NoSpaceLeft) {
+    if (good().empty()) {
+        GTEST_SKIP() << kNoFfmpeg;
+    }
     const TemporaryFolder folder;
-    const std::string file = folder.write("in", good);
+    const std::string file = folder.write("in", good());
     const ToolResult result = writesFile() ? run(file, "/dev/full") : run(file, "", {.outputFile = "/dev/full"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err, writesFile() ? "qlxcc: /dev/full: No space left on device\n"
@@ -395,8 +422,11 @@ TEST_P(BadInput, NoSpaceLeft) {
 }
 
 TEST_P(BadInput, ClosedPipe) {
+    if (good().empty()) {
+        GTEST_SKIP() << kNoFfmpeg;
+    }
     const TemporaryFolder folder;
-    const std::string file = folder.write("in", good);
+    const std::string file = folder.write("in", good());
     const ToolResult result = run(file, "-", {.outputIsClosed = true});
     EXPECT_EQ(result.signal, 0);
     EXPECT_EQ(result.exitCode, 0);
