@@ -286,13 +286,12 @@ void expectColumns(const WantedText& line, Alignment alignment, const SeenRow& s
     const auto size = static_cast<std::size_t>(end - first);
     const std::size_t spaces =
         alignment == Alignment::Unchanged ? static_cast<std::size_t>(first - line.letters.begin()) : 0;
-    const std::size_t taken = spaces + size;
+    const std::size_t lead = columnsBefore(seen.looks.front());
     const std::size_t wanted = alignment == Alignment::Center ? (kColumns - size) / 2
                                : alignment == Alignment::Right
                                    ? kColumns - size - std::min<std::size_t>(2, kColumns - size)
-                                   : 4;
-    const std::size_t lead = columnsBefore(seen.looks.front());
-    EXPECT_EQ(seen.column, spaces + std::clamp(wanted, lead, std::max(lead, kColumns - taken)));
+                                   : std::max<std::size_t>(lead, 4) + spaces;
+    EXPECT_EQ(seen.column, std::clamp(wanted, lead, std::max(lead, kColumns - size)));
     EXPECT_EQ(seen.firstVisible, seen.column - 1);
     EXPECT_EQ(seen.lastVisible, std::min(seen.column + size, kColumns - 1));
 }
