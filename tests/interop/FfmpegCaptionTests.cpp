@@ -3,8 +3,8 @@
 // Judged are the frames from which and up to which a caption is shown, and place and text of its rows. That decoder reads
 // the first channel of a field, no text mode and no extended data. Colours and italics are libzvbi's to judge, and
 // backgrounds nobody's. Braces and the backslash are markup in what it gives back, a dash, a bullet and an opening
-// quotation mark are others there, a special character beside its like is one, and the code of black letters takes a
-// column more: these are not asked for.
+// quotation mark are others there, a special character beside its like is one, the code of black letters takes a column
+// more, and that of flashing, a spacing attribute as well (47 CFR 15.119 (h)), none: these are not asked for.
 #include <gtest/gtest.h>
 
 #ifdef QLX_HAVE_FFMPEG
@@ -149,6 +149,7 @@ std::vector<CaptionRow> judgedRows(Random& random) {
             cell.character = isOther || (cell.character != U' ' && cell.character == before) ? U'x' : cell.character;
             before = cell.character;
             cell.foreground = cell.foreground == Color::Black ? Color::Yellow : cell.foreground;
+            cell.isFlashing = false;
         }
     }
     return rows;

@@ -5,8 +5,9 @@
 //     const std::array services{qlx::cc::CaptionService::line21(false, {'e', 'n', 'g'}),
 //                               qlx::cc::CaptionService::digital(1, {'e', 'n', 'g'})};
 //     if (const auto count = playout.setServices(services); !count) { report(count.error().text()); }
-//     playout.add(cue, {.line21 = qlx::playout::CaptionOptions{}, .service = qlx::playout::ServiceOptions{}},
-// &findings);
+//     const qlx::playout::BroadcastTargets targets{.line21 = qlx::playout::CaptionOptions{},
+//                                                  .service = qlx::playout::ServiceOptions{}};
+//     playout.add(cue, targets, &findings);
 //     while (!playout.isDone()) {
 //         std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room;
 //         const qlx::Result<std::size_t> size = qlx::cc::writeCdp(playout.next(&findings), room);
