@@ -85,7 +85,7 @@ std::u32string charactersOfUtf16(std::span<const std::uint8_t> bytes, bool isBig
         const bool isHigh = unit >= 0xD800 && unit < 0xDC00;
         const bool isLow = unit >= 0xDC00 && unit < 0xE000;
         if (high != 0 && isLow) {
-            characters += 0x10000 + ((high - 0xD800) << 10U) + (unit - 0xDC00);
+            characters += static_cast<char32_t>(0x10000 + ((high - 0xD800) << 10U) + (unit - 0xDC00));
         } else {
             if (high != 0) {
                 replace(place - kUnit);
