@@ -4,7 +4,7 @@
 // the first channel of a field, no text mode and no extended data. Colours and italics are libzvbi's to judge, and
 // backgrounds nobody's. Braces and the backslash are markup in what it gives back, a dash, a bullet and an opening
 // quotation mark are others there, a special character beside its like is one, the code of black letters takes a column
-// more, and that of flashing, a spacing attribute as well (47 CFR 15.119 (h)), none: these are not asked for.
+// more, and that of flashing, a spacing attribute as well (47 CFR 79.101 (h)), none: these are not asked for.
 #include <gtest/gtest.h>
 
 #ifdef QLX_HAVE_FFMPEG

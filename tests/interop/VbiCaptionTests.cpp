@@ -1,7 +1,8 @@
 // Captions and texts of all channels as the writer sends them, read by a decoder that is not from here: libzvbi.
 //
 // It is not asked for what it cannot judge: extended sets, which it does not have, background codes, and italics of
-// another colour than white. In field 2 it takes both of a code that is sent twice: those are sent once here, and no
+// another colour than white. Its Flash On takes no column, as a spacing attribute does (47 CFR 79.101 (h)): it gets a space
+// behind each. In field 2 it takes both of a code that is sent twice: those are sent once here, and no
 // special character stands beside its like, which must be sent twice in any case.
 #include <gtest/gtest.h>
 
@@ -19,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -42,6 +44,7 @@ std::string lineOf(std::size_t row, const std::vector<Cell>& cells, std::size_t 
         styles += cell.hasText() ? static_cast<char>('0' + qlx::screen::basicIndex(cell.foreground)) : ' ';
         styles += !cell.hasText() ? "" : cell.isItalic ? "i" : "";
         styles += !cell.hasText() ? "" : cell.isUnderlined ? "u" : "";
+        styles += !cell.hasText() ? "" : cell.isFlashing ? "f" : "";
     }
     const std::size_t end = text.find_last_not_of(' ');
     if (end == std::string::npos) {
@@ -64,23 +67,13 @@ public:
     explicit Judge(Channel channel) : _channel(channel) {}
 
     void take(const FramePairs& pairs) {
-        std::array<vbi_sliced, 2> sliced{};
-        int count = 0;
-        const auto add = [&](const Pair& pair, std::uint32_t service, std::uint32_t line) {
-            vbi_sliced& one = sliced[static_cast<std::size_t>(count++)];
-            one.id = service;
-            one.line = line;
-            one.data[0] = pair.first;
-            one.data[1] = pair.second;
-        };
-        // A field of which a frame has no pair is passed over. Times are those of 29.97 at any rate: others are no line 21.
-        if (pairs.field1) {
-            add(*pairs.field1, VBI_SLICED_CAPTION_525_F1, 21);
+        decode(pairs);
+        const std::optional<Pair>& sent = _channel.field == 1 ? pairs.field1 : pairs.field2;
+        if (sent && isFlashOn(*sent) && (_channel.field == 2 || ++_flashes % 2 == 0)) {
+            FramePairs space;
+            (_channel.field == 1 ? space.field1 : space.field2) = kSpace;
+            decode(space);
         }
-        if (pairs.field2) {
-            add(*pairs.field2, VBI_SLICED_CAPTION_525_F2, 284);
-        }
-        vbi_decode(_decoder.get(), sliced.data(), count, static_cast<double>(_frame++) * 1001 / 30000);
     }
 
     [[nodiscard]] std::string lines() {
@@ -100,6 +93,7 @@ public:
                 cell.foreground = qlx::screen::kBasicColors[from.foreground & 7U];
                 cell.isItalic = from.italic != 0;
                 cell.isUnderlined = from.underline != 0;
+                cell.isFlashing = from.flash != 0;
                 cells.push_back(cell);
             }
             lines += lineOf(static_cast<std::size_t>(row) + 1, cells, 0);
@@ -108,9 +102,37 @@ public:
     }
 
 private:
+    static constexpr Pair kSpace{0x20, 0x80};
+
+    static bool isFlashOn(const Pair& pair) {
+        const Code code = codeOf(pair.first, pair.second);
+        return code.kind == CodeKind::Control && code.control == Control::FlashOn;
+    }
+
+    void decode(const FramePairs& pairs) {
+        std::array<vbi_sliced, 2> sliced{};
+        int count = 0;
+        const auto add = [&](const Pair& pair, std::uint32_t service, std::uint32_t line) {
+            vbi_sliced& one = sliced[static_cast<std::size_t>(count++)];
+            one.id = service;
+            one.line = line;
+            one.data[0] = pair.first;
+            one.data[1] = pair.second;
+        };
+        // A field of which a frame has no pair is passed over. Times are those of 29.97 at any rate: others are no line 21.
+        if (pairs.field1) {
+            add(*pairs.field1, VBI_SLICED_CAPTION_525_F1, 21);
+        }
+        if (pairs.field2) {
+            add(*pairs.field2, VBI_SLICED_CAPTION_525_F2, 284);
+        }
+        vbi_decode(_decoder.get(), sliced.data(), count, static_cast<double>(_frame++) * 1001 / 30000);
+    }
+
     Channel _channel;
     std::unique_ptr<vbi_decoder, DeleteDecoder> _decoder{vbi_decoder_new()};
     std::uint64_t _frame = 0;
+    std::uint64_t _flashes = 0;  ///< Codes of field 1, which are there twice each.
 };
 
 using Random = std::mt19937;
@@ -124,9 +146,11 @@ std::vector<Cell> textOf(Random& random, std::size_t column) {
             look.foreground = qlx::screen::kBasicColors[1 + random() % 7];
             look.isItalic = look.foreground == Color::White && random() % 2 != 0;
             look.isUnderlined = random() % 4 == 0;
+            look.isFlashing = random() % 4 == 0;
         }
-        // A change of style has a space, and the two codes that lead to white italics have two.
-        const std::size_t spaces = cells.empty() && column <= 3 ? 0 : 2;
+        // A change of style has a space, the two codes that lead to white italics have two, and flashing has one more.
+        const std::size_t spaces = cells.empty() && column <= 3 ? 0 : 3;
+        look.isFlashing = look.isFlashing && spaces > 0;
         const std::size_t length = spaces + 1 + random() % 5;
         for (std::size_t index = 0; index < length; ++index) {
             const char32_t letter = kLetters[random() % kLetters.size()];

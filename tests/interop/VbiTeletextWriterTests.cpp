@@ -30,7 +30,8 @@ namespace writer_test {
 
 using namespace qlx::teletext;
 
-/// What is to be seen of a page from a frame on: rows as `22,4,7 ` (row, column, colour) and their letters.
+/// What is to be seen of a page from a frame on: rows as `22 4 7 ` (row, column, colour), their letters, and behind a bar
+/// of each letter the colour behind it and whether it flashes.
 struct Shown {
     std::uint64_t frame = 0;
     std::vector<std::u32string> rows;
@@ -47,6 +48,10 @@ std::u32string placeOf(int row, int column, int color) {
         place += U' ';
     }
     return place;
+}
+
+std::u32string styleOf(int background, bool isFlashing) {
+    return {U'0' + static_cast<char32_t>(background), isFlashing ? U'f' : U' '};
 }
 
 class VbiPages {
@@ -92,6 +97,7 @@ private:
         Shown shown{_frame, {}};
         for (int row = 1; row < page.rows; ++row) {
             std::u32string text;
+            std::u32string styles = U"|";
             std::size_t end = 0;
             for (int column = 0; column < page.columns; ++column) {
                 const vbi_char& cell = page.text[row * page.columns + column];
@@ -100,6 +106,9 @@ private:
                 if (text.empty() && isText) {
                     text = placeOf(row, column, cell.foreground);
                 }
+                if (isText) {
+                    styles += styleOf(cell.background, cell.flash != 0);
+                }
                 if (!text.empty()) {
                     text += cell.opacity == VBI_TRANSPARENT_SPACE ? U' ' : static_cast<char32_t>(cell.unicode);
                     end = isText ? text.size() : end;
@@ -107,7 +116,7 @@ private:
             }
             text.resize(end);
             if (!text.empty()) {
-                shown.rows.push_back(std::move(text));
+                shown.rows.push_back(text + styles);
             }
         }
         _pages.push_back(std::move(shown));
@@ -151,19 +160,29 @@ TEST(VbiTeletextWriter, ShowsTexts) {
             PageText text{.page = 0x777, .start = start, .end = start + 4, .designation = designation};
             Shown shown{start, {}};
             for (std::uint8_t row = 18; row <= 22; row = static_cast<std::uint8_t>(row + 2)) {
-                PageRow line{.row = row, .column = static_cast<std::uint8_t>(4 + below(10))};
+                // Behind three codes of the box and up to four of the look.
+                PageRow line{.row = row, .column = static_cast<std::uint8_t>(7 + below(10))};
                 const std::size_t color = 1 + below(7);
+                const std::size_t background = below(2) == 0 ? 0 : (color + 1 + below(7)) % 8;
+                bool isFlashing = below(3) == 0;
+                std::u32string styles = U"|";
                 std::u32string words;
                 for (std::size_t size = 2 + below(6); size > 0; --size) {
                     words += letters[below(letters.size())];
                 }
                 words.insert(1, U" ");
                 for (const char32_t letter : words) {
-                    line.cells.push_back(
-                        {.character = letter, .foreground = qlx::screen::kBasicColors[color], .isVisible = true});
+                    line.cells.push_back({.character = letter,
+                                          .foreground = qlx::screen::kBasicColors[color],
+                                          .background = qlx::screen::kBasicColors[background],
+                                          .isVisible = true,
+                                          .isFlashing = isFlashing});
+                    // It ends or begins between words.
+                    isFlashing = letter == U' ' && below(2) == 0 ? !isFlashing : isFlashing;
+                    styles += letter == U' ' ? U"" : styleOf(static_cast<int>(background), isFlashing);
                 }
                 qlxtest::drawLetters(words, drawn);
-                shown.rows.push_back(placeOf(row, line.column, static_cast<int>(color)) + words);
+                shown.rows.push_back(placeOf(row, line.column, static_cast<int>(color)) + words + styles);
                 text.rows.push_back(std::move(line));
             }
             ASSERT_TRUE(writer.add(text, &findings));
