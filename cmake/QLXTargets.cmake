@@ -38,12 +38,6 @@ function(qlx_configure_target target)
     if(QLX_SANITIZERS)
         target_link_options(${target} PRIVATE -fsanitize=${QLX_SANITIZERS})
     endif()
-    # Each start of a program that can stand anywhere writes 400,000 addresses of what the sanitizer knows of its variables
-    # and of what is counted: a quarter of the time of a short run.
-    get_target_property(type ${target} TYPE)
-    if(type STREQUAL "EXECUTABLE" AND QLX_SANITIZERS MATCHES "address" AND CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
-        target_link_options(${target} PRIVATE -no-pie)
-    endif()
 endfunction()
 
 include(GenerateExportHeader)
