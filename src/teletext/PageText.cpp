@@ -44,8 +44,9 @@ Color basicColor(Color color) noexcept {
 /// What a letter asks for, as far as there are codes for it: no letter is as what is behind it.
 Look lookOf(const Cell& cell) noexcept {
     Look look{letterColor(cell.foreground), Color::Black, cell.isFlashing};
-    if (cell.backgroundOpacity == screen::Opacity::Solid && basicColor(cell.background) != look.foreground) {
-        look.background = basicColor(cell.background);
+    if (cell.background != Color::Black && cell.backgroundOpacity == screen::Opacity::Solid) {
+        const Color background = basicColor(cell.background);
+        look.background = background == look.foreground ? Color::Black : background;
     }
     return look;
 }
@@ -108,18 +109,19 @@ Look lookInFront(bool isDoubleHeight, const Look& first, std::size_t size) noexc
 
 /// Whether a letter asks for something that teletext subtitles do not have.
 bool hasMore(const Cell& cell) noexcept {
-    const Look look = lookOf(cell);
     Cell plain{.character = cell.character, .foreground = cell.foreground, .isVisible = true};
-    plain.background = look.background == Color::Black ? Color::Black : cell.background;
     plain.isFlashing = cell.isFlashing;
+    if (cell.background != Color::Black && lookOf(cell).background != Color::Black) {
+        plain.background = cell.background;
+    }
     return hasLetter(cell) && cell != plain;
 }
 
 /// Whether a colour of a letter becomes another one.
 bool hasOtherColor(const Cell& cell) noexcept {
-    const bool isBehind = lookOf(cell).background != Color::Black;
+    const Color background = cell.background == Color::Black ? Color::Black : lookOf(cell).background;
     return letterColor(cell.foreground) != cell.foreground ||
-           (isBehind && basicColor(cell.background) != cell.background);
+           (background != Color::Black && background != cell.background);
 }
 
 class RowCoder {
@@ -231,9 +233,22 @@ private:
         if (!hasLetter(cell)) {
             return;
         }
-        const Look asked = lookOf(cell);
+        if (const Look asked = lookOf(cell); asked == _look) {
+            _kept = {};
+        } else {
+            changeLook(index, asked);
+        }
+        const bool isShown =
+            cell.part != screen::CellPart::LowerHalf && cell.side != screen::CellSide::RightHalf && !cell.isConcealed;
+        if (isShown) {
+            writeCharacter(cell.character, _start + index);
+        }
+    }
+
+    /// In the places of the spaces in front, as far as there are any; what has no place is reported.
+    void changeLook(std::size_t index, const Look& asked) {
         const std::size_t room = blanksInFrontOf(index);
-        if (asked != _look && room > 0) {
+        if (room > 0) {
             const Look look = lookWithin(_look, asked, room);
             const LookCodes codes(_look, look);
             putCodes(_start + index - codes.size(), codes);
@@ -243,11 +258,6 @@ private:
             _kept = {};
         }
         reportKept(_start + index, asked);
-        const bool isShown =
-            cell.part != screen::CellPart::LowerHalf && cell.side != screen::CellSide::RightHalf && !cell.isConcealed;
-        if (isShown) {
-            writeCharacter(cell.character, _start + index);
-        }
     }
 
     /// Spaces that nothing else has taken.
