@@ -2,6 +2,7 @@
 
 #include "platform/Process.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -11,6 +12,9 @@ namespace qlx::log {
 
 namespace {
 
+/// A log writes line after line to the same few paths.
+constexpr std::size_t kKeptPaths = 16;
+
 thread_local FileTurn* turnInHand = nullptr;
 
 }  // namespace
@@ -18,21 +22,22 @@ thread_local FileTurn* turnInHand = nullptr;
 struct FileTurn::Path {
     std::mutex mutex;
     std::string rest;
-    std::uint64_t users = 0;  ///< Guarded by the record's lock.
-    std::string name;
+    std::uint64_t users = 0;            ///< Guarded by the record's lock.
+    const std::string* name = nullptr;  ///< Its key.
 };
 
 struct FileTurn::Record {
     Path& pathAt(const std::string& name) {
         const std::lock_guard lock(mutex);
         const auto place = paths.try_emplace(name).first;
-        place->second.name = name;
+        place->second.name = &place->first;
         ++place->second.users;
         return place->second;
     }
 
     std::mutex mutex;
-    std::map<std::string, Path> paths;  ///< Those at which somebody is, or to which something is to be written.
+    /// Those at which somebody is, to which something is to be written, or that are likely to be written to again.
+    std::map<std::string, Path> paths;
 };
 
 FileTurn::Record& FileTurn::record() {
@@ -52,8 +57,8 @@ FileTurn::~FileTurn() {
     }
     _path.mutex.unlock();
     const std::lock_guard lock(_record.mutex);
-    if (--_path.users == 0 && _path.rest.empty()) {
-        _record.paths.erase(_record.paths.find(_path.name));
+    if (--_path.users == 0 && _path.rest.empty() && _record.paths.size() > kKeptPaths) {
+        _record.paths.erase(_record.paths.find(*_path.name));
     }
 }
 

@@ -104,9 +104,9 @@ Appender::Tried Appender::tryWriting(const std::string& path, std::string_view t
         return Tried::NotOpen;
     }
     const auto place = _failures.find(path);
-    Failure none;
-    const bool isFree = writeWaiting(place == _failures.end() ? none : place->second, file, turn.rest());
-    _waiting -= none.torn;  // Another log's.
+    // Another log may have left a rest there.
+    const bool isFree =
+        place == _failures.end() ? writeRest(file, turn.rest()) : writeWaiting(place->second, file, turn.rest());
     if (isFree) {
         written = file.write(text);
         if (written != 0) {
@@ -158,11 +158,15 @@ AppendResult Appender::keep(const std::string& path, std::string_view rest, bool
     return std::exchange(failure.hasReported, true) ? AppendResult::Waits : AppendResult::WaitsFirst;
 }
 
-bool Appender::writeWaiting(Failure& failure, OpenFile& file, std::string& rest) {
+bool Appender::writeRest(OpenFile& file, std::string& rest) {
     if (!rest.empty()) {
         rest.erase(0, file.write(rest));
     }
-    if (rest.empty() && !failure.waiting.empty()) {
+    return rest.empty();
+}
+
+bool Appender::writeWaiting(Failure& failure, OpenFile& file, std::string& rest) {
+    if (writeRest(file, rest) && !failure.waiting.empty()) {
         std::size_t left = file.write(failure.waiting);
         std::size_t gone = 0;
         for (; left != 0 && left >= failure.sizes.front(); failure.sizes.pop_front()) {

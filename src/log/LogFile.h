@@ -62,6 +62,8 @@ private:
     void loseText(const std::string& path, int error);
     AppendResult keep(const std::string& path, std::string_view rest, bool isTorn, int error);
     Tried tryWriting(const std::string& path, std::string_view text, std::size_t& written, int& error);
+    /// True when nothing is left of the line that the file has a part of.
+    static bool writeRest(OpenFile& file, std::string& rest);
     /// True when nothing waits any more.
     bool writeWaiting(Failure& failure, OpenFile& file, std::string& rest);
     bool tryAgain(Failures::iterator place);

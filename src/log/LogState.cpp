@@ -366,18 +366,24 @@ void QLXLogController::State::writeTechnicalLine(Lane& lane, const TechnicalLine
     if (line.level > level()) {
         return;
     }
+    // A host's code may call what is queued behind this line: that finds none.
+    qlx::log::Headings headings = std::exchange(lane.headings, qlx::log::Headings());
+    writeTechnicalLine(lane, line, headings);
+    lane.headings = std::move(headings);
+}
+
+void QLXLogController::State::writeTechnicalLine(Lane& lane, const TechnicalLine& line, qlx::log::Headings& headings) {
     const qlx::LocalTime time = qlx::services().get<qlx::TimeZone>().localTime(line.time);
-    const auto [folder, prefix] = usableFolderAndPrefix();
-    std::optional<std::string> path;
-    if (folder) {
-        path = qlx::log::pathInFolder(*folder, qlx::log::technicalFileName(prefix, time));
+    {
+        const qlx::ForkedValuesLock lock;
+        headings.setPlace(_folder, _prefix);
     }
+    const std::optional<std::string>& path = headings.path(time);
     const qlx::log::RepeatDecision decision = lane.repeats.take(path, line.message);
     if (decision.isRepeat) {
         return;
     }
-    const std::string stamp =
-        qlx::log::technicalStamp(time, qlx::services().get<qlx::WeekdayNames>().name(time.weekday));
+    const std::string& stamp = headings.stamp(time, qlx::services().get<qlx::WeekdayNames>().name(time.weekday));
     if (!path) {
         // Without a folder the former file is ended, and none is started.
         if (decision.repeatCount != 0) {
@@ -394,13 +400,14 @@ void QLXLogController::State::writeTechnicalLine(Lane& lane, const TechnicalLine
     if (&lane != &_lanes.get()) {
         return;  // The host has forked: the line is the parent's.
     }
-    text += qlx::log::messageLine(line.isProblem, stamp, line.message ? *line.message : qlx::log::kNoMessage);
+    text = std::move(text) +
+           qlx::log::messageLine(line.isProblem, stamp, line.message ? *line.message : qlx::log::kNoMessage);
     switch (lane.technicalFiles.append(path, text)) {
     case qlx::log::AppendResult::OpenFailed:
-        reportFailedOpen(*folder, line.show);
+        reportFailedOpen(*headings.folder(), line.show);
         break;
     case qlx::log::AppendResult::WaitsFirst:
-        report(qlx::formatted("Error: Technical log could not be written to '%@'", folder), line.show);
+        report(qlx::formatted("Error: Technical log could not be written to '%@'", headings.folder()), line.show);
         break;
     default:
         break;
@@ -429,7 +436,7 @@ void QLXLogController::State::writeSimpleLine(Lane& lane, const std::string& mes
         return;
     }
     const qlx::LocalTime time = qlx::services().get<qlx::TimeZone>().localTime(qlx::services().get<qlx::Clock>().now());
-    lane.simpleFiles.append(qlx::log::pathInFolder(*folder, qlx::log::simpleFileName(prefix, time, name)),
+    lane.simpleFiles.append(qlx::log::simplePath(*folder, prefix, time, name),
                             qlx::log::simpleLine(qlx::log::simpleStamp(time), message));
 }
 
@@ -480,6 +487,8 @@ void QLXLogController::State::removeOldFiles() {
 
 std::pair<std::optional<std::string>, std::string> QLXLogController::State::usableFolderAndPrefix() const {
     const qlx::ForkedValuesLock lock;
-    const bool isUsable = _folder && !_folder->empty();
-    return {isUsable ? _folder : std::nullopt, _prefix};
+    if (_folder && !_folder->empty()) {
+        return {_folder, _prefix};
+    }
+    return {std::nullopt, _prefix};
 }

@@ -1,6 +1,7 @@
 // The controller's variables and the work on its queues.
 #pragma once
 
+#include "log/Headings.h"
 #include "log/LogFile.h"
 #include "log/LogMessage.h"
 #include "log/RepeatCompression.h"
@@ -98,6 +99,7 @@ private:
 
         // Of the technical log's work
         alignas(kApart) qlx::log::RepeatCompression repeats;
+        qlx::log::Headings headings;
         qlx::log::Appender technicalFiles;
         // Of the simple logs' work
         alignas(kApart) qlx::log::Appender simpleFiles;
@@ -135,6 +137,7 @@ private:
     void keep(const qlx::log::Message& message);
     void notify(const qlx::log::Message& message);
     void writeTechnicalLine(Lane& lane, const TechnicalLine& line);
+    void writeTechnicalLine(Lane& lane, const TechnicalLine& line, qlx::log::Headings& headings);
     [[nodiscard]] std::string headOfNewFile(Lane& lane, const qlx::log::RepeatDecision& decision,
                                             const std::string& stamp);
     void writeSimpleLine(Lane& lane, const std::string& message, const std::string& name);

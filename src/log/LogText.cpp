@@ -2,58 +2,96 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Format.h>
 
+#include <array>
+#include <cstddef>
 #include <initializer_list>
 
 namespace qlx::log {
 
 namespace {
 
-std::string joined(std::initializer_list<std::string_view> parts) {
+/// Room for a date and a time of day with what stands between them.
+constexpr std::size_t kMostDigits = 32;
+
+std::size_t sizeOf(std::initializer_list<std::string_view> parts) {
     std::size_t size = 0;
     for (const std::string_view part : parts) {
         size += part.size();
     }
+    return size;
+}
+
+std::string joined(std::initializer_list<std::string_view> parts) {
     std::string result;
-    result.reserve(size);
+    result.reserve(sizeOf(parts));
     for (const std::string_view part : parts) {
         result += part;
     }
     return result;
 }
 
-/// Two digits; every line has several of them, so the general formatter stays out of it.
-void appendTwoDigits(std::string& text, std::uint32_t number) {
-    text += static_cast<char>('0' + number / 10 % 10);
-    text += static_cast<char>('0' + number % 10);
+/// Numbers of two digits, each with `mark` in front; every line has some of them, so the general formatter stays
+/// out of it.
+template <std::size_t count>
+void appendNumbers(std::string& text, char mark, const std::array<std::uint32_t, count>& numbers) {
+    std::array<char, 3 * count> digits{};
+    for (std::size_t place = 0; place < count; ++place) {
+        digits[3 * place] = mark;
+        digits[3 * place + 1] = static_cast<char>('0' + numbers[place] / 10 % 10);
+        digits[3 * place + 2] = static_cast<char>('0' + numbers[place] % 10);
+    }
+    text.append(digits.data(), digits.size());
 }
 
-std::string clockText(const LocalTime& time) {
-    std::string text;
-    appendTwoDigits(text, time.hour);
-    text += ':';
-    appendTwoDigits(text, time.minute);
-    text += ':';
-    appendTwoDigits(text, time.second);
-    return text;
+/// "2026-11-15"
+void appendDate(std::string& text, const LocalTime& time) {
+    text += std::to_string(time.year);
+    appendNumbers(text, '-', std::array{time.month, time.day});
+}
+
+/// "2026-11-15<TAB>00:49:42<TAB>", with room for `more` bytes behind it.
+std::string stampWithRoom(const LocalTime& time, std::size_t more) {
+    std::string stamp;
+    stamp.reserve(kMostDigits + more);
+    appendDate(stamp, time);
+    appendNumbers(stamp, '\t', std::array{time.hour});
+    appendNumbers(stamp, ':', std::array{time.minute, time.second});
+    stamp += '\t';
+    return stamp;
+}
+
+std::string_view withoutLastSlashes(std::string_view folder) {
+    while (folder.ends_with('/')) {
+        folder.remove_suffix(1);
+    }
+    return folder;
+}
+
+/// The path of the day's file whose name ends in `end`.
+std::string pathOfDay(std::string_view folder, std::string_view prefix, const LocalTime& time,
+                      std::initializer_list<std::string_view> end) {
+    std::string path;
+    path.reserve(folder.size() + prefix.size() + kMostDigits + sizeOf(end));
+    path += withoutLastSlashes(folder);
+    path += '/';
+    path += prefix;
+    appendDate(path, time);
+    for (const std::string_view part : end) {
+        path += part;
+    }
+    return path;
 }
 
 }  // namespace
 
-std::string dateText(const LocalTime& time) {
-    std::string text = std::to_string(time.year);
-    text += '-';
-    appendTwoDigits(text, time.month);
-    text += '-';
-    appendTwoDigits(text, time.day);
-    return text;
-}
-
 std::string technicalStamp(const LocalTime& time, std::string_view weekdayName) {
-    return joined({dateText(time), "\t", clockText(time), "\t", weekdayName});
+    std::string stamp = stampWithRoom(time, weekdayName.size());
+    stamp += weekdayName;
+    return stamp;
 }
 
 std::string simpleStamp(const LocalTime& time) {
-    return joined({dateText(time), "\t", clockText(time), "\t"});
+    return stampWithRoom(time, 0);
 }
 
 std::string messageLine(bool isProblem, std::string_view stamp, std::string_view message) {
@@ -72,19 +110,16 @@ std::string simpleLine(std::string_view stamp, std::string_view message) {
     return joined({stamp, "\t", message, "\n"});
 }
 
-std::string technicalFileName(std::string_view prefix, const LocalTime& time) {
-    return joined({prefix, dateText(time), ".log"});
+std::string technicalPath(std::string_view folder, std::string_view prefix, const LocalTime& time) {
+    return pathOfDay(folder, prefix, time, {".log"});
 }
 
-std::string simpleFileName(std::string_view prefix, const LocalTime& time, std::string_view name) {
-    return joined({prefix, dateText(time), "_", name, ".log"});
+std::string simplePath(std::string_view folder, std::string_view prefix, const LocalTime& time, std::string_view name) {
+    return pathOfDay(folder, prefix, time, {"_", name, ".log"});
 }
 
 std::string pathInFolder(std::string_view folder, std::string_view name) {
-    while (folder.ends_with('/')) {
-        folder.remove_suffix(1);
-    }
-    return joined({folder, "/", name});
+    return joined({withoutLastSlashes(folder), "/", name});
 }
 
 }  // namespace qlx::log

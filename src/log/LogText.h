@@ -9,9 +9,6 @@
 
 namespace qlx::log {
 
-/// "2026-11-15"
-[[nodiscard]] std::string dateText(const LocalTime& time);
-
 /// The stamp of a technical line: "2026-11-15<TAB>00:49:42<TAB>Sunday".
 [[nodiscard]] std::string technicalStamp(const LocalTime& time, std::string_view weekdayName);
 
@@ -30,11 +27,12 @@ namespace qlx::log {
 /// A line of a simple log.
 [[nodiscard]] std::string simpleLine(std::string_view stamp, std::string_view message);
 
-/// "Player 2026-11-15.log" for the prefix "Player ".
-[[nodiscard]] std::string technicalFileName(std::string_view prefix, const LocalTime& time);
+/// The technical log of a day: "/logs/Player 2026-11-15.log" for the folder "/logs" and the prefix "Player ".
+[[nodiscard]] std::string technicalPath(std::string_view folder, std::string_view prefix, const LocalTime& time);
 
-/// "Player 2026-11-15_asrun.log" for the prefix "Player " and the name "asrun".
-[[nodiscard]] std::string simpleFileName(std::string_view prefix, const LocalTime& time, std::string_view name);
+/// A simple log of a day: "/logs/Player 2026-11-15_asrun.log" for the name "asrun".
+[[nodiscard]] std::string simplePath(std::string_view folder, std::string_view prefix, const LocalTime& time,
+                                     std::string_view name);
 
 /// `name` in `folder`, with one slash between them.
 [[nodiscard]] std::string pathInFolder(std::string_view folder, std::string_view name);

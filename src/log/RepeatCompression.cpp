@@ -7,9 +7,8 @@ namespace qlx::log {
 RepeatDecision RepeatCompression::take(const std::optional<std::string>& path,
                                        const std::optional<std::string>& message) {
     RepeatDecision decision;
-    std::optional<std::string> formerPath = lastPath();
-    if (path && path == formerPath) {
-        if (message && message == lastMessage()) {
+    if (path && equals(_lastPath, path)) {
+        if (message && equals(_lastMessage, message)) {
             ++_repeatCount;
             decision.isRepeat = true;
             return decision;
@@ -20,7 +19,7 @@ RepeatDecision RepeatCompression::take(const std::optional<std::string>& path,
     }
     decision.startsFile = true;
     decision.repeatCount = std::exchange(_repeatCount, 0);
-    decision.previousPath = std::move(formerPath);
+    decision.previousPath = lastPath();
     setLastMessage(std::nullopt);
     setLastPath(path);
     return decision;

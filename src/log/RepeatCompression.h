@@ -1,11 +1,11 @@
 // Finds runs of identical messages, and the start of a new file.
 #pragma once
 
-#include <QLXClosedCaptionsUtilities/platform/Guarded.h>
-
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace qlx::log {
 
@@ -26,15 +26,30 @@ public:
     [[nodiscard]] RepeatDecision take(const std::optional<std::string>& path,
                                       const std::optional<std::string>& message);
 
-    [[nodiscard]] std::optional<std::string> lastPath() const { return _guard.load(_lastPath); }
-    void setLastPath(std::optional<std::string> value) { _guard.store(_lastPath, std::move(value)); }
-    [[nodiscard]] std::optional<std::string> lastMessage() const { return _guard.load(_lastMessage); }
-    void setLastMessage(std::optional<std::string> value) { _guard.store(_lastMessage, std::move(value)); }
+    [[nodiscard]] std::optional<std::string> lastPath() const { return load(_lastPath); }
+    void setLastPath(std::optional<std::string> value) { store(_lastPath, std::move(value)); }
+    [[nodiscard]] std::optional<std::string> lastMessage() const { return load(_lastMessage); }
+    void setLastMessage(std::optional<std::string> value) { store(_lastMessage, std::move(value)); }
 
 private:
-    Guarded _guard;
-    std::optional<std::string> _lastPath;
-    std::optional<std::string> _lastMessage;
+    using Text = std::optional<std::string>;
+
+    [[nodiscard]] Text load(const Text& member) const {
+        const std::lock_guard lock(_mutex);
+        return member;
+    }
+    void store(Text& member, Text value) {
+        const std::lock_guard lock(_mutex);
+        member.swap(value);
+    }
+    [[nodiscard]] bool equals(const Text& member, const Text& value) const {
+        const std::lock_guard lock(_mutex);
+        return member == value;
+    }
+
+    mutable std::mutex _mutex;
+    Text _lastPath;
+    Text _lastMessage;
     std::uint64_t _repeatCount = 0;
 };
 

@@ -1,5 +1,7 @@
 #include <QLXClosedCaptionsUtilities/platform/LogFiles.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
@@ -22,6 +24,34 @@ constexpr mode_t kFilePermissions = 0664;
 
 /// What the last write of this thread took: write() itself can only say whether that was all.
 thread_local std::size_t takenByWrite = 0;
+
+/// A regular file that this thread has opened: it is left open without waiting, which means nothing there. Line after line
+/// goes to the same path, and each call of the system is felt.
+struct RegularFile {
+    std::array<char, 1024> path{};  ///< Empty: none.
+    int descriptor = -1;            ///< While it is open.
+};
+thread_local RegularFile regularFile;
+
+/// From here on a write waits.
+void letWritesWait(int descriptor) {
+    fcntl(descriptor, F_SETFL, O_APPEND);
+}
+
+/// For a descriptor that was opened without waiting: only a pipe without a reader was not to be waited for.
+void letWritesWaitUnlessRegular(int descriptor, const char* path) {
+    const std::string_view name(path);
+    RegularFile& known = regularFile;
+    if (name != known.path.data()) {
+        struct stat status {};
+        if (name.size() >= known.path.size() || fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+            letWritesWait(descriptor);
+            return;
+        }
+        *std::copy(name.begin(), name.end(), known.path.begin()) = '\0';
+    }
+    known.descriptor = descriptor;
+}
 
 struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
@@ -75,8 +105,7 @@ int LogFiles::openForAppending(const char* path) {
             descriptor = ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kFilePermissions);
         } while (descriptor < 0 && errno == EINTR);
     } else if (descriptor >= 0) {
-        // Only a pipe without a reader was not to be waited for.
-        fcntl(descriptor, F_SETFL, O_APPEND);
+        letWritesWaitUnlessRegular(descriptor, path);
     }
     return descriptor;
 }
@@ -86,6 +115,12 @@ bool LogFiles::write(int descriptor, std::string_view bytes) {
     do {
         // An interrupted call has written nothing.
         written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EWOULDBLOCK && descriptor == regularFile.descriptor) {
+            // No longer: a pipe has come to stand at the path, and is full.
+            regularFile = RegularFile();
+            letWritesWait(descriptor);
+            errno = EINTR;
+        }
     } while (written < 0 && errno == EINTR);
     takenByWrite = written > 0 ? static_cast<std::size_t>(written) : 0;
     return written == static_cast<ssize_t>(bytes.size());
@@ -97,6 +132,9 @@ std::size_t LogFiles::append(int descriptor, std::string_view bytes) {
 }
 
 void LogFiles::close(int descriptor) {
+    if (descriptor == regularFile.descriptor) {
+        regularFile.descriptor = -1;
+    }
     ::close(descriptor);
 }
 

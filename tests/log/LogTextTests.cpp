@@ -1,3 +1,4 @@
+#include "log/Headings.h"
 #include "log/LogText.h"
 
 #include <gtest/gtest.h>
@@ -40,12 +41,42 @@ TEST(LogText, EndsSimpleLinesWithALineFeed) {
 }
 
 TEST(LogText, NamesFilesByPrefixAndDay) {
-    EXPECT_EQ(qlx::log::technicalFileName("Player ", kTime), "Player 2026-11-15.log");
-    EXPECT_EQ(qlx::log::simpleFileName("Player ", kTime, "asrun"), "Player 2026-11-15_asrun.log");
+    EXPECT_EQ(qlx::log::technicalPath("/logs", "Player ", kTime), "/logs/Player 2026-11-15.log");
+    EXPECT_EQ(qlx::log::simplePath("/logs", "Player ", kTime, "asrun"), "/logs/Player 2026-11-15_asrun.log");
+    EXPECT_EQ(qlx::log::simplePath("/logs//", "", kEarly, "asrun"), "/logs/987-01-02_asrun.log");
 }
 
 TEST(LogText, JoinsFolderAndNameWithOneSlash) {
     EXPECT_EQ(qlx::log::pathInFolder("/logs", "a.log"), "/logs/a.log");
     EXPECT_EQ(qlx::log::pathInFolder("/logs//", "a.log"), "/logs/a.log");
     EXPECT_EQ(qlx::log::pathInFolder("/", "a.log"), "/a.log");
+}
+
+TEST(LogText, MakesHeadingsAnewForWhatHasChanged) {
+    qlx::log::Headings headings;
+    EXPECT_EQ(headings.path(kTime), std::nullopt);
+    headings.setPlace("", "Player ");
+    EXPECT_EQ(headings.folder(), std::nullopt);
+    EXPECT_EQ(headings.path(kTime), std::nullopt);
+
+    headings.setPlace("/logs", "Player ");
+    EXPECT_EQ(headings.folder(), "/logs");
+    EXPECT_EQ(headings.path(kTime), "/logs/Player 2026-11-15.log");
+    headings.setPlace("/logs", "Player ");
+    EXPECT_EQ(headings.path(kTime), "/logs/Player 2026-11-15.log");
+    EXPECT_EQ(headings.path(kEarly), "/logs/Player 987-01-02.log");
+    headings.setPlace("/logs", "Server ");
+    EXPECT_EQ(headings.path(kEarly), "/logs/Server 987-01-02.log");
+    headings.setPlace("/tmp", "Server ");
+    EXPECT_EQ(headings.path(kEarly), "/tmp/Server 987-01-02.log");
+    headings.setPlace(std::nullopt, "Server ");
+    EXPECT_EQ(headings.folder(), std::nullopt);
+    EXPECT_EQ(headings.path(kEarly), std::nullopt);
+
+    for (const std::uint32_t second : {42U, 42U, 43U}) {
+        qlx::LocalTime time = kTime;
+        time.second = second;
+        EXPECT_EQ(headings.stamp(time, "Sunday"), qlx::log::technicalStamp(time, "Sunday"));
+        EXPECT_EQ(headings.stamp(time, "dimanche"), qlx::log::technicalStamp(time, "dimanche"));
+    }
 }

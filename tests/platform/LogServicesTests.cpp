@@ -4,12 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -113,6 +120,39 @@ TEST(LogFiles, SayWhatFails) {
     EXPECT_EQ(files.openForAppending(folder.c_str()), -1);
     EXPECT_FALSE(files.write(-1, "x"));
     EXPECT_TRUE(fs::is_empty(folder));
+}
+
+TEST(LogFiles, WaitForAFullPipeThatHasComeInPlaceOfAFile) {
+    qlx::LogFiles& files = qlx::LogFiles::defaultInstance();
+    const fs::path path = freshFolder("qlx_log_files_pipe") / "a.log";
+    const int regular = files.openForAppending(path.c_str());
+    ASSERT_GT(regular, 0);
+    files.close(regular);
+    fs::remove(path);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    const int descriptor = files.openForAppending(path.c_str());
+    ASSERT_GT(descriptor, 0);
+    const int filler = open(path.c_str(), O_WRONLY | O_NONBLOCK);
+    const std::string page(4096, '.');
+    while (::write(filler, page.data(), page.size()) > 0) {
+    }
+    close(filler);
+    // Nothing is read before the write waits.
+    std::atomic<bool> hasReturned{false};
+    std::thread reading([&] {
+        while ((fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0 && !hasReturned) {
+            std::this_thread::yield();
+        }
+        std::string content(page.size(), ' ');
+        EXPECT_GT(read(reader, content.data(), content.size()), 0);
+    });
+    EXPECT_EQ(files.append(descriptor, "line"), 4U);
+    hasReturned = true;
+    reading.join();
+    files.close(descriptor);
+    close(reader);
 }
 
 TEST(Directories, ListOneLevelWithCreationDates) {
