@@ -405,7 +405,9 @@ void Receiver::drawScreen(screen::Screen& screen) const {
     screen.system = screen::System::Cea708;
     screen.columns = columnsOf(_options.aspectRatio);
     screen.firstRow = 1;
-    screen.cells.assign(kRows * screen.columns, {});
+    // Copied: a screen is drawn for nearly every frame of a roll-up, and each cell by itself takes twice as long.
+    static constexpr std::array<screen::Cell, kRows * kWideColumns> kBlank{};
+    screen.cells.assign(kBlank.begin(), kBlank.begin() + kRows * screen.columns);
     // From the back to the front; of equal ones the lowest number is in front.
     for (int priority = kWindows - 1; priority >= 0; --priority) {
         for (std::size_t number = kWindows; number-- > 0;) {
