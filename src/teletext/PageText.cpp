@@ -51,6 +51,12 @@ Look lookOf(const Cell& cell) noexcept {
     return look;
 }
 
+/// Whether two letters ask for the same.
+bool looksAs(const Cell& one, const Cell& other) noexcept {
+    return one.foreground == other.foreground && one.background == other.background &&
+           one.backgroundOpacity == other.backgroundOpacity && one.isFlashing == other.isFlashing;
+}
+
 /// The attributes that lead from one look to another (EN 300 706, 12.2): a background is the colour that letters have
 /// there.
 class LookCodes {
@@ -233,16 +239,24 @@ private:
         if (!hasLetter(cell)) {
             return;
         }
-        if (const Look asked = lookOf(cell); asked == _look) {
-            _kept = {};
-        } else {
-            changeLook(index, asked);
+        // Letters look as those in front of them, nearly always.
+        if (_alike == nullptr || !looksAs(cell, *_alike)) {
+            takeLook(index, lookOf(cell));
         }
         const bool isShown =
             cell.part != screen::CellPart::LowerHalf && cell.side != screen::CellSide::RightHalf && !cell.isConcealed;
         if (isShown) {
             writeCharacter(cell.character, _start + index);
         }
+    }
+
+    void takeLook(std::size_t index, const Look& asked) {
+        if (asked == _look) {
+            _kept = {};
+        } else {
+            changeLook(index, asked);
+        }
+        _alike = asked == _look ? &_cells[index] : nullptr;
     }
 
     /// In the places of the spaces in front, as far as there are any; what has no place is reported.
@@ -319,6 +333,7 @@ private:
         const std::size_t begin = _start + index + size - 2;
         putCodes(begin - codes.size(), codes);
         _look = look;
+        _alike = nullptr;
         writePair(begin, SpacingAttribute::StartBox);
         return index + size;
     }
@@ -346,9 +361,10 @@ private:
     std::uint64_t _offset;
     std::span<const Cell> _cells;
     std::size_t _start = 0;
-    Look _lead;  ///< Of the first letter.
-    Look _look;  ///< Of the letters that are being written.
-    Kept _kept;  ///< What letters in front of this one should have, and do not.
+    Look _lead;                    ///< Of the first letter.
+    Look _look;                    ///< Of the letters that are being written.
+    const Cell* _alike = nullptr;  ///< A letter that looks as `_look`, if one is known.
+    Kept _kept;                    ///< What letters in front of this one should have, and do not.
     std::span<std::uint8_t> _codes;
     CodedRow* _coded = nullptr;
 };

@@ -15,7 +15,6 @@ using Fit = CellCode::Fit;
 
 constexpr std::uint8_t kQuestionMark = 0x3F;
 constexpr std::uint8_t kCommercialAtCode = 0x2A;  ///< Of a plain letter of X/26.
-constexpr std::uint8_t kLastMark = 15;
 constexpr char32_t kLowerCase = 0x20;
 
 constexpr bool isLetter(char32_t character) {
@@ -145,19 +144,18 @@ private:
     /// A letter of the Latin set, or of the page's, with a mark. A receiver reads letters of the page's where they make
     /// up a character with the mark.
     bool placeMarked(const MarkedLetter& parts, CellCode& cell) const {
-        std::uint8_t mark = 1;
-        while (mark <= kLastMark && markCharacter(mark) != parts.mark) {
-            ++mark;
-        }
+        const std::uint8_t mark = markNumber(parts.mark);
         const bool isLatin = isLetter(parts.letter);
         const std::uint8_t code = isLatin ? static_cast<std::uint8_t>(parts.letter) : g0Code(parts.letter);
         if (code == 0) {
             return false;
         }
-        const char32_t own = composed(_g0[code - std::size_t{kFirstCharacterCode}], parts.mark);
-        if (isLatin && own != U'\0' && own != composed(parts.letter, parts.mark)) {
-            cell.fit = Fit::Replaced;
-            cell.shown = own;
+        if (const char32_t base = _g0[code - std::size_t{kFirstCharacterCode}]; isLatin && base != parts.letter) {
+            const char32_t own = composed(base, parts.mark);
+            if (own != U'\0' && own != composed(parts.letter, parts.mark)) {
+                cell.fit = Fit::Replaced;
+                cell.shown = own;
+            }
         }
         put(static_cast<std::uint8_t>(modeOf(ColumnMode::PlainLetter) + mark), code,
             under(isLatin ? parts.letter : _g0[code - std::size_t{kFirstCharacterCode}]), cell);

@@ -27,6 +27,9 @@ using CodeTable = std::array<CharacterCode, kSetCharacters>;
 /// Of a supplementary set.
 [[nodiscard]] const CodeTable& g2Codes(G2Set set) noexcept;
 
+/// The number of a mark, as markCharacter() takes it; 16 when it has none.
+[[nodiscard]] std::uint8_t markNumber(char32_t mark) noexcept;
+
 /// The lowest code of a character; 0 when the set does not have it.
 [[nodiscard]] inline std::uint8_t codeIn(const CodeTable& codes, char32_t character) noexcept {
     const auto* const place = std::lower_bound(codes.begin(), codes.end(), CharacterCode{character, 0});

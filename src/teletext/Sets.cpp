@@ -283,6 +283,10 @@ const Language* languageNamed(std::string_view code) noexcept {
     return nullptr;
 }
 
+/// Where the marks are in the Latin G2 set, from none on.
+constexpr std::size_t kMarks = 0x40 - kFirstCharacterCode;
+constexpr std::uint8_t kLastMark = 15;
+
 }  // namespace
 
 std::optional<CharacterSet> characterSetOf(std::uint8_t designation) noexcept {
@@ -318,9 +322,12 @@ SetCharacters g2Characters(G2Set set) noexcept {
 }
 
 char32_t markCharacter(std::uint8_t mark) noexcept {
-    constexpr std::size_t kMarks = 0x40 - kFirstCharacterCode;
-    constexpr std::uint8_t kLast = 15;
-    return mark > kLast ? U'\0' : kLatinG2[kMarks + mark];
+    return mark > kLastMark ? U'\0' : kLatinG2[kMarks + mark];
+}
+
+std::uint8_t markNumber(char32_t mark) noexcept {
+    const auto* const first = kLatinG2.begin() + kMarks + 1;
+    return static_cast<std::uint8_t>(std::find(first, first + kLastMark, mark) - first + 1);
 }
 
 char32_t composed(char32_t letter, char32_t mark) noexcept {
