@@ -1,4 +1,5 @@
 #include <qlx/subtitles/colors.h>
+#include <qlx/subtitles/cue.h>
 
 #include "subtitles/TextEditing.h"
 
@@ -255,6 +256,12 @@ std::string hexColorText(std::uint32_t color) {
         text += kDigits[color >> (shift - 4) & 15U];
     }
     return text;
+}
+
+std::uint32_t exactColorOf(const Run& run) {
+    const std::string* const exact = valueOf(run.properties, properties::kColor);
+    const auto bits = exact != nullptr ? colorNamed(*exact) : std::nullopt;
+    return bits && screenColor(*bits) == run.style.foreground ? *bits : bitsOf(run.style.foreground);
 }
 
 }  // namespace qlx::subtitles

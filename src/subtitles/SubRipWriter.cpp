@@ -45,13 +45,6 @@ bool hasColor(const Run& run) noexcept {
     return run.style.foreground != screen::Color::White || valueOf(run.properties, properties::kColor) != nullptr;
 }
 
-/// The colour of a run: the exact one, as long as the style has the one that is nearest to it.
-std::string colorOf(const Run& run) {
-    const std::string* const exact = valueOf(run.properties, properties::kColor);
-    const auto bits = exact != nullptr ? colorNamed(*exact) : std::nullopt;
-    return hexColorText(bits && screenColor(*bits) == run.style.foreground ? *bits : bitsOf(run.style.foreground));
-}
-
 void openTags(const Run& run, std::string& text) {
     if (const std::string* const codes = codesOf(run)) {
         text += "{" + *codes + "}";
@@ -62,7 +55,7 @@ void openTags(const Run& run, std::string& text) {
         text += "<font";
         text += face != nullptr ? " face=\"" + *face + "\"" : "";
         text += size != nullptr ? " size=\"" + *size + "\"" : "";
-        text += hasColor(run) ? " color=\"" + colorOf(run) + "\"" : "";
+        text += hasColor(run) ? " color=\"" + hexColorText(exactColorOf(run)) + "\"" : "";
         text += ">";
     }
     text += run.style.isBold ? "<b>" : "";

@@ -3,6 +3,7 @@
 #include "subtitles/TextEditing.h"
 #include "subtitles/TextLines.h"
 #include "subtitles/TextTime.h"
+#include "subtitles/WebVttColors.h"
 #include "subtitles/WebVttSettings.h"
 #include "subtitles/WebVttText.h"
 
@@ -260,6 +261,10 @@ private:
         }
         if (isRegion) {
             takeRegionNames(block, _regions);
+        } else if (const auto colors = colorsOfWebVttStyle(block); colors && _file.colors.empty()) {
+            _file.colors = *colors;
+            std::sort(_file.colors.begin(), _file.colors.end());
+            return;
         }
         _file.blocks.push_back(block);
     }

@@ -4,8 +4,10 @@
 #include "subtitles/Entities.h"
 #include "subtitles/TextEditing.h"
 #include "subtitles/TextTime.h"
+#include "subtitles/WebVttColors.h"
 
 #include <qlx/base/utf8.h>
+#include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/times.h>
 #include <qlx/subtitles/webvtt.h>
 
@@ -31,15 +33,6 @@ constexpr std::size_t kGreatestNames = 1024;
 
 /// The names of the spans, by Kind.
 constexpr std::string_view kSpanNames[] = {"c", "i", "b", "u", "v", "lang", "ruby", "rt"};
-
-std::optional<screen::Color> colorOfClass(std::string_view name) noexcept {
-    for (const auto& [known, color] : kWebVttColors) {
-        if (known == name) {
-            return color;
-        }
-    }
-    return std::nullopt;
-}
 
 /// `text` without blanks at its ends, and with one space for those within.
 std::string collapsed(std::string_view text) {
@@ -208,7 +201,7 @@ void WebVttText::takeClasses(std::string_view classes, Span& span) {
     while (!classes.empty()) {
         const std::string_view name = takePart(classes, '.');
         const bool isBackground = name.starts_with(kWebVttBackground);
-        const auto color = colorOfClass(isBackground ? name.substr(kWebVttBackground.size()) : name);
+        const auto color = colorOfWebVttClass(isBackground ? name.substr(kWebVttBackground.size()) : name);
         if (color && isBackground) {
             span.background = color;
         } else if (color) {
@@ -251,9 +244,12 @@ void WebVttText::beginRun(Row& row) {
     const auto add = [&run](std::string_view name, const std::string& value) {
         run.properties.push_back({std::string(name), value});
     };
+    std::optional<std::uint32_t> color;
     for (const Span& span : _open) {
-        run.style.foreground = span.foreground.value_or(run.style.foreground);
-        run.style.background = span.background ? span.background : run.style.background;
+        color = span.foreground ? span.foreground : color;
+        if (span.background) {
+            run.style.background = screenColor(*span.background);
+        }
         if (!span.classes.empty()) {
             add(properties::kWebVttClass, span.classes);
         }
@@ -267,6 +263,12 @@ void WebVttText::beginRun(Row& row) {
         run.style.isBold = run.style.isBold || span.kind == Kind::Bold;
         run.style.isItalic = run.style.isItalic || span.kind == Kind::Italic;
         run.style.isUnderlined = run.style.isUnderlined || span.kind == Kind::Underline;
+    }
+    if (color) {
+        run.style.foreground = screenColor(*color);
+        if (bitsOf(run.style.foreground) != *color) {
+            add(properties::kColor, hexColorText(*color));
+        }
     }
     if (!row.runs.empty()) {
         const Run& last = row.runs.back();

@@ -4,29 +4,14 @@
 #include <qlx/base/finding.h>
 #include <qlx/subtitles/cue.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace qlx::subtitles {
-
-/// The classes that name colours (W3C WebVTT, 5.1).
-inline constexpr std::array<std::pair<std::string_view, screen::Color>, 8> kWebVttColors{{
-    {"white", screen::Color::White},
-    {"lime", screen::Color::Green},
-    {"cyan", screen::Color::Cyan},
-    {"red", screen::Color::Red},
-    {"yellow", screen::Color::Yellow},
-    {"magenta", screen::Color::Magenta},
-    {"blue", screen::Color::Blue},
-    {"black", screen::Color::Black},
-}};
-inline constexpr std::string_view kWebVttBackground = "bg_";
 
 /// Makes the runs of a cue's rows. Findings have the row's line.
 class WebVttText {
@@ -50,8 +35,8 @@ private:
         Kind kind = Kind::Class;
         std::string classes;     ///< Without the colours.
         std::string annotation;  ///< Of a voice or language.
-        std::optional<screen::Color> foreground;
-        std::optional<screen::Color> background;
+        std::optional<std::uint32_t> foreground;
+        std::optional<std::uint32_t> background;
     };
 
     [[nodiscard]] std::size_t takeTag(std::string_view text, const Cue& cue);

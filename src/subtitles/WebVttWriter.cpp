@@ -2,11 +2,14 @@
 
 #include "subtitles/CueWriting.h"
 #include "subtitles/TextTime.h"
+#include "subtitles/WebVttColors.h"
 #include "subtitles/WebVttSettings.h"
-#include "subtitles/WebVttText.h"
+
+#include <qlx/subtitles/colors.h>
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 
 namespace qlx::subtitles {
 
@@ -63,6 +66,12 @@ void appendClasses(std::string& tag, std::string_view classes) {
                  [](char character) { return kEndsOfClasses.find(character) == std::string_view::npos; });
 }
 
+/// What the text of a cue stands in.
+struct Surroundings {
+    std::string_view language;              ///< Of the cue, unless it is that of the file.
+    std::span<const std::uint32_t> colors;  ///< That the file defines.
+};
+
 /// Whether a property of a run is written as it is.
 bool isWritten(const Property& property) noexcept {
     const bool isClass = property.name == properties::kWebVttClass;
@@ -71,17 +80,10 @@ bool isWritten(const Property& property) noexcept {
                        [&property](const auto& span) { return span.first == property.name; });
 }
 
-std::string_view classOf(screen::Color color) noexcept {
-    const screen::Color nearest = screen::kBasicColors[screen::basicIndex(color)];
-    const auto* const found = std::find_if(kWebVttColors.begin(), kWebVttColors.end(),
-                                           [nearest](const auto& named) { return named.second == nearest; });
-    return found->first;
-}
-
 /// The spans in which a run stands, from the outermost on.
-/// @param language Of the cue.
-std::vector<OpenSpan> spansOf(const Run& run, std::string_view language) {
+std::vector<OpenSpan> spansOf(const Run& run, const Surroundings& around) {
     std::vector<OpenSpan> spans;
+    const std::string_view language = around.language;
     if (!language.empty() && valueOf(run.properties, properties::kWebVttLanguage) == nullptr) {
         std::string tag = "lang ";
         appendEscaped(tag, language);
@@ -113,11 +115,11 @@ std::vector<OpenSpan> spansOf(const Run& run, std::string_view language) {
         spans.push_back({span->second, std::move(tag)});
     }
     std::string colors;
-    if (run.style.foreground != screen::Color::White) {
-        colors += "." + std::string(classOf(run.style.foreground));
+    if (const std::uint32_t color = exactColorOf(run); color != bitsOf(screen::Color::White)) {
+        colors += "." + webVttClassOf(color, around.colors);
     }
     if (run.style.background) {
-        colors += "." + std::string(kWebVttBackground) + std::string(classOf(*run.style.background));
+        colors += "." + std::string(kWebVttBackground) + webVttClassOf(bitsOf(*run.style.background), around.colors);
     }
     if (!colors.empty()) {
         spans.push_back({"c", "c" + colors});
@@ -135,16 +137,19 @@ bool isPlain(const Run& run) noexcept {
     return run.properties.empty() && run.style == Style{};
 }
 
-/// Whether a colour is one of the eight.
-bool isBasic(const std::optional<screen::Color>& color) noexcept {
-    return !color || screen::kBasicColors[screen::basicIndex(*color)] == *color;
+/// Whether a colour has a class.
+bool hasClass(std::uint32_t color, const Surroundings& around) {
+    return isWebVttColor(color) || std::binary_search(around.colors.begin(), around.colors.end(), color);
 }
 
-void countLosses(const Run& run, RowLosses& losses) {
+void countLosses(const Run& run, const Surroundings& around, RowLosses& losses) {
     losses.styles += run.style.isFlashing ? 1 : 0;
-    losses.colors += isBasic(run.style.foreground) && isBasic(run.style.background) ? 0 : 1;
-    losses.properties += std::count_if(run.properties.begin(), run.properties.end(),
-                                       [](const Property& property) { return !isWritten(property); });
+    const bool hasForeground = hasClass(exactColorOf(run), around);
+    const bool hasBackground = !run.style.background || hasClass(bitsOf(*run.style.background), around);
+    losses.colors += hasForeground && hasBackground ? 0 : 1;
+    losses.properties += std::count_if(run.properties.begin(), run.properties.end(), [](const Property& property) {
+        return property.name != properties::kColor && !isWritten(property);
+    });
 }
 
 /// The times inside of a cue (W3C WebVTT, cue timestamps): within it, each later than the one in front of it.
@@ -175,7 +180,7 @@ private:
 };
 
 /// Appends a row, with the spans closed at its end.
-void appendRow(const Row& row, std::string_view language, InnerTimes& times, RowLosses& losses, std::string& text) {
+void appendRow(const Row& row, const Surroundings& around, InnerTimes& times, RowLosses& losses, std::string& text) {
     const std::size_t begin = text.size();
     std::vector<OpenSpan> open;
     const auto closeDownTo = [&](std::size_t kept) {
@@ -186,9 +191,11 @@ void appendRow(const Row& row, std::string_view language, InnerTimes& times, Row
         }
     };
     for (const Run& run : row.runs) {
-        countLosses(run, losses);
-        std::vector<OpenSpan> spans =
-            isPlain(run) && language.empty() ? std::vector<OpenSpan>() : spansOf(run, language);
+        std::vector<OpenSpan> spans;
+        if (!isPlain(run) || !around.language.empty()) {
+            countLosses(run, around, losses);
+            spans = spansOf(run, around);
+        }
         const auto different = std::mismatch(open.begin(), open.end(), spans.begin(), spans.end());
         closeDownTo(static_cast<std::size_t>(different.first - open.begin()));
         for (auto span = different.second; span != spans.end(); ++span) {
@@ -266,7 +273,26 @@ private:
     std::int64_t _emptyLines = 0;
 };
 
+void addColor(std::uint32_t color, WebVttFile& file) {
+    const auto place = std::lower_bound(file.colors.begin(), file.colors.end(), color);
+    const bool isThere = place != file.colors.end() && *place == color;
+    if (!isWebVttColor(color) && !isThere && file.colors.size() < kMostWebVttColors) {
+        file.colors.insert(place, color);
+    }
+}
+
 }  // namespace
+
+void addColorsOf(const Cue& cue, WebVttFile& file) {
+    for (const Row& row : cue.rows) {
+        for (const Run& run : row.runs) {
+            addColor(exactColorOf(run), file);
+            if (run.style.background) {
+                addColor(bitsOf(*run.style.background), file);
+            }
+        }
+    }
+}
 
 void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
     RestWriter rest(text);
@@ -280,6 +306,9 @@ void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
     text += '\n';
     for (const std::string& block : file.blocks) {
         rest.appendBlock(block);
+    }
+    if (_colors = file.colors; !_colors.empty()) {
+        rest.appendBlock(webVttStyleOf(_colors));
     }
     rest.say({_findings, 0});
 }
@@ -318,11 +347,12 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
     appendTextTime(text, span->end, '.');
     appendSettings(cue, text);
     text += '\n';
+    const Surroundings around{cue.language == _language ? std::string_view() : cue.language, _colors};
     InnerTimes times(*span);
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         RowLosses losses;
-        appendRow(row, cue.language == _language ? std::string_view() : cue.language, times, losses, text);
+        appendRow(row, around, times, losses, text);
         const Row& first = cue.rows.front();
         losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || row.column != first.column ||
                              !isBehind(row, first, static_cast<std::uint64_t>(number));

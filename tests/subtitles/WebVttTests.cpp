@@ -1,4 +1,5 @@
 // WebVTT files: hand-written files, in pieces of any size, and written and read back.
+#include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/webvtt.h>
 
 #include "Sanitized.h"
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <set>
 #include <string>
@@ -336,6 +338,65 @@ TEST(WebVtt, SaysWhatOfTheRestIsWrittenOtherwise) {
         return qlx::Finding{SubtitleRestChanged, qlx::Severity::Warning, cueNumber, arrows, lines};
     };
     EXPECT_EQ(std::vector(findings.begin(), findings.end()), (std::vector{of(0, 3, 1), of(1, 0, 1), of(1, 1, 0)}));
+}
+
+TEST(WebVtt, DefinesTheColorsOfItsFile) {
+    Cue cue = cueOf(1, 1000, 2000, {rowOf("a"), rowOf("b"), rowOf("c")});
+    cue.rows[0].runs[0].style.foreground = qlx::screen::colorOf(3, 2, 0);
+    cue.rows[0].runs[0].properties = {{"color", "#ffa501"}};
+    cue.rows[1].runs[0].style.background = qlx::screen::colorOf(1, 1, 1);
+    cue.rows[2].runs[0].style.foreground = qlx::screen::Color::Red;
+    // Not the colour any more that the style is nearest to.
+    cue.rows[2].runs[0].properties = {{"color", "#00ff00"}};
+    WebVttFile file;
+    addColorsOf(cue, file);
+    addColorsOf(cue, file);
+    EXPECT_EQ(file.colors, (std::vector<std::uint32_t>{0x555555, 0xFFA501}));
+    qlx::Findings findings;
+    WebVttWriter writer(&findings);
+    std::string text;
+    writer.begin(file, text);
+    EXPECT_TRUE(writer.write(cue, text));
+    EXPECT_TRUE(findings.empty());
+    EXPECT_EQ(text, "WEBVTT\n\nSTYLE\n"
+                    "::cue(.rgb555555) {color: #555555}\n::cue(.bg_rgb555555) {background-color: #555555}\n"
+                    "::cue(.rgbffa501) {color: #ffa501}\n::cue(.bg_rgbffa501) {background-color: #ffa501}\n\n"
+                    "1\n00:00:01.000 --> 00:00:02.000\n"
+                    "<c.rgbffa501>a</c>\n<c.bg_rgb555555>b</c>\n<c.red>c</c>\n\n");
+    const CuesRead back = read(text);
+    ASSERT_EQ(back.cues.size(), 1U);
+    EXPECT_EQ(fileOf(text), file);
+    cue.rows[2].runs[0].properties.clear();
+    EXPECT_EQ(back.cues[0], cue);
+}
+
+TEST(WebVtt, DefinesNoMoreColorsThanThereIsRoomFor) {
+    WebVttFile file;
+    for (std::uint32_t color = 0; color < 2 * kMostWebVttColors; ++color) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+        cue.rows[0].runs[0].style.foreground = qlx::screen::Color::Black;
+        cue.rows[0].runs[0].properties = {{"color", qlx::subtitles::hexColorText(color % 32 * 0x100 + color / 32 + 1)}};
+        addColorsOf(cue, file);
+    }
+    EXPECT_EQ(file.colors.size(), kMostWebVttColors);
+    EXPECT_TRUE(std::is_sorted(file.colors.begin(), file.colors.end()));
+}
+
+TEST(WebVtt, KeepsStyleSheetsOfOthersAsTheyAre) {
+    const std::string_view blocks[] = {
+        "STYLE\n::cue(.rgbffa500) {color: #ffa500}",
+        "STYLE\n::cue(.rgbffa500) {color: #ffa501}\n::cue(.bg_rgbffa500) {background-color: #ffa501}",
+        "STYLE\n::cue(.rgbFFA500) {color: #FFA500}\n::cue(.bg_rgbFFA500) {background-color: #FFA500}",
+        "STYLE\n::cue(.rgbffa500) {color: #ffa500}\n::cue(.bg_rgbffa500) {background-color: #ffa500}\n::cue {}",
+        "STYLE\n::cue(.yellow) {color: #ffff00}",
+        "STYLE\n)",
+        "STYLE",
+    };
+    for (const std::string_view block : blocks) {
+        const WebVttFile file = qlx::subtitles::readWebVttHead("WEBVTT\n\n" + std::string(block));
+        EXPECT_TRUE(file.colors.empty()) << block;
+        EXPECT_EQ(file.blocks, std::vector{std::string(block)}) << block;
+    }
 }
 
 TEST(WebVtt, WritesTimesInsideThatAreWithinTheCueAndRise) {

@@ -69,6 +69,52 @@ TEST(Convert, MapsTheTimesOfWebVttToThoseOfAStream) {
     EXPECT_NE(other.err.find("--timestamp-map is for WebVTT only"), std::string::npos);
 }
 
+TEST(Convert, DefinesColorsOfWebVttWhereItIsAskedTo) {
+    const TemporaryFolder folder;
+    const std::string orange = "1\n00:00:01,000 --> 00:00:02,000\n<font color=\"#ffa500\">a</font> <i>b</i>\n\n";
+    const std::string file =
+        folder.write("in.srt", orange + "2\n00:00:02,000 --> 00:00:03,000\n<font color=\"#ff0000\">c</font>\n\n");
+    const ToolResult nearest = converted(file, "vtt", {"--report"});
+    EXPECT_EQ(nearest.out, "WEBVTT\n\n1\n00:00:01.000 --> 00:00:02.000\n<c.yellow>a</c> <i>b</i>\n\n"
+                           "2\n00:00:02.000 --> 00:00:03.000\n<c.red>c</c>\n\n");
+    EXPECT_NE(nearest.err.find("WebVTT does not carry: more colours"), std::string::npos);
+
+    const ToolResult exact = converted(file, "vtt", {"--report", "--style-sheet", "--strict"});
+    EXPECT_EQ(exact.exitCode, 0) << exact.err;
+    EXPECT_EQ(exact.err.find("colour"), std::string::npos) << exact.err;
+    EXPECT_EQ(exact.out, "WEBVTT\n\nSTYLE\n::cue(.rgbffa500) {color: #ffa500}\n"
+                         "::cue(.bg_rgbffa500) {background-color: #ffa500}\n\n"
+                         "1\n00:00:01.000 --> 00:00:02.000\n<c.rgbffa500>a</c> <i>b</i>\n\n"
+                         "2\n00:00:02.000 --> 00:00:03.000\n<c.red>c</c>\n\n");
+    // Read back, the style sheet is no loss, and written again it is the same.
+    const std::string vtt = folder.write("in.vtt", exact.out);
+    const ToolResult back = converted(vtt, "srt", {"--strict"});
+    EXPECT_EQ(back.exitCode, 0) << back.err;
+    EXPECT_EQ(back.out, folder.read("in.srt"));
+    EXPECT_EQ(converted(vtt, "vtt").out, exact.out);
+
+    const ToolResult other = converted(file, "srt", {"--style-sheet"});
+    EXPECT_EQ(other.exitCode, 2);
+    EXPECT_NE(other.err.find("--style-sheet is for WebVTT only"), std::string::npos);
+}
+
+TEST(Convert, LooksForColorsOfWebVttInTheFirstThousandCues) {
+    const TemporaryFolder folder;
+    std::string text;
+    for (int cue = 1; cue <= 1001; ++cue) {
+        const std::string color = cue == 1000 ? "#ffa500" : cue == 1001 ? "#008080" : "#ffffff";
+        const std::string time = "00:" + std::to_string(10 + cue / 60) + ":" + std::to_string(100 + cue % 60).substr(1);
+        text +=
+            std::to_string(cue) + "\n" + time + ",000 --> " + time + ",900\n<font color=\"" + color + "\">a</font>\n\n";
+    }
+    const ToolResult result = converted(folder.write("in.srt", text), "vtt", {"--style-sheet"});
+    EXPECT_NE(result.out.find("::cue(.rgbffa500)"), std::string::npos);
+    EXPECT_NE(result.out.find("<c.rgbffa500>a</c>"), std::string::npos);
+    EXPECT_EQ(result.out.find("rgb008080"), std::string::npos);
+    EXPECT_NE(result.out.find("<c.cyan>a</c>"), std::string::npos);
+    EXPECT_NE(result.err.find("cue 1001"), std::string::npos) << result.err;
+}
+
 TEST(Convert, MakesCuesOfWhatIsOnAirInAllFilesThatAreWritten) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:02,000", "00:00:03,000", "<i>a</i> b"}}));

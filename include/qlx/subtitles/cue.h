@@ -84,6 +84,10 @@ struct Run {
     [[nodiscard]] friend bool operator==(const Run&, const Run&) = default;
 };
 
+/// The 24 bits of the colour of a run's characters: those of properties::kColor, as long as Style::foreground is the one
+/// that is nearest to them, else its own.
+[[nodiscard]] QLX_EXPORT std::uint32_t exactColorOf(const Run& run);
+
 /// A row of a cue. It may have no text, and then keeps a row of the screen free.
 struct Row {
     std::vector<Run> runs;  ///< From left to right.

@@ -12,8 +12,8 @@
 //   00:00:01.000 --> 00:00:02.500 line:0 align:left
 //   <i>Hello</i> <c.yellow.bg_blue>you</c>
 //
-// Of a cue's text the spans `<b>`, `<i>` and `<u>` are in the style of its runs, as are the eight colours of the classes
-// (`<c.red>`, `<c.bg_blue>`); other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs
+// Of a cue's text the spans `<b>`, `<i>` and `<u>` are in the style of its runs, as are the colours of classes: the eight
+// (`<c.red>`, `<c.bg_blue>`), and those whose names are colours (`<c.rgbffa500>`, WebVttFile::colors); other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs
 // (properties::kWebVttClass and so on) in the order in which they are open, and times within the text are Run::from.
 // Settings are properties of the cue; its region is Cue::region. Alignment and anchor of the rows are those of the
 // settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`);
@@ -25,6 +25,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/subrip.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -57,6 +58,9 @@ struct WebVttFile {
     std::vector<std::string> header;  ///< The lines below: `X-TIMESTAMP-MAP=...` (RFC 8216, 3.5), `Language: en`.
     std::vector<std::string> blocks;  ///< In front of the first cue, their lines with LF: `STYLE`, `REGION`, `NOTE`.
     std::vector<std::string> notes;   ///< Behind the last cue.
+    /// Of 24 bits, ascending: those that the writer gives classes of their own (`<c.rgbffa500>`), which a `STYLE` block
+    /// in front of the first cue defines. The reader finds them in such a block, which then is not among the blocks.
+    std::vector<std::uint32_t> colors;
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const WebVttFile&, const WebVttFile&) = default;
@@ -116,10 +120,17 @@ private:
 /// The language that the head of a file says (`Language: en`), as it says it; empty where it says none.
 [[nodiscard]] QLX_EXPORT std::string_view languageOf(const WebVttFile& file) noexcept;
 
+/// Adds the colours of a cue that have no class of the eight to those of the file, as long as these are less than
+/// kMostWebVttColors.
+QLX_EXPORT void addColorsOf(const Cue& cue, WebVttFile& file);
+
+inline constexpr std::size_t kMostWebVttColors = 256;  ///< Colours of a file with classes of their own.
+
 /// Writes cues.
 ///
 /// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out. A cue without settings of its
-/// own gets them from the place of its first row. Colours become the nearest of the eight. What the format cannot say is
+/// own gets them from the place of its first row. Colours that the file does not define become
+/// the nearest of the eight. What the format cannot say is
 /// a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied, SubtitleTimeNegative, SubtitleStylesLost,
 /// SubtitleColorChanged, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost, SubtitleRunTimeLost for a time inside
 /// that is not within the cue or not later than the one in front of it, SubtitleRestChanged).
@@ -139,8 +150,9 @@ public:
 
 private:
     FindingSink* _findings;
-    std::uint64_t _cues = 0;  ///< Given so far.
-    std::string _language;    ///< That the head of the file says.
+    std::uint64_t _cues = 0;             ///< Given so far.
+    std::string _language;               ///< That the head of the file says.
+    std::vector<std::uint32_t> _colors;  ///< That its style sheet defines.
 };
 
 }  // namespace qlx::subtitles

@@ -147,6 +147,13 @@ constexpr OptionRow kConvertOptions[] = {
      .help = "WebVTT: the time 0 of its cues is PTS in the stream, in units of 1/90000 s",
      .more = "It is written as `X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:PTS` in the head (RFC 8216, 3.5), in the "
              "place of one that IN has; without it, that one stays."},
+    {.names = "--style-sheet",
+     .field = &RawOptions::hasStyleSheet,
+     .help = "WebVTT: colours besides the eight have classes that a style sheet defines",
+     .more =
+         "Those of the first 1000 cues stand in a `STYLE` block in front of them, up to 256; without it each colour "
+         "becomes the nearest of the eight. Players read style sheets as the standard has them; FFmpeg 5 finds no "
+         "cue behind one."},
     {.names = "--wrap",
      .value = "COLS",
      .kind = ValueKind::Number,

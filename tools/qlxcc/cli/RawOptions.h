@@ -111,6 +111,7 @@ struct RawOptions {
     std::string scale;
     std::string overlap = "keep";
     std::optional<std::uint64_t> timestampMap;
+    bool hasStyleSheet = false;
     std::optional<std::uint64_t> wrap;
     std::optional<std::uint64_t> wrapRows;
     std::string track;

@@ -299,6 +299,10 @@ Action checkedConvert(const RawOptions& raw) {
     if (raw.timestampMap && format != "vtt") {
         throw UsageError("--timestamp-map is for WebVTT only");
     }
+    options.hasStyleSheet = raw.hasStyleSheet;
+    if (raw.hasStyleSheet && format != "vtt") {
+        throw UsageError("--style-sheet is for WebVTT only");
+    }
     refuseTransportOptions(raw, format == "ts");
     if (raw.isSingleHeight && isOfCues && options.format != CueFormat::Stl) {
         throw UsageError("--single-height is for EBU STL and packets that are written");

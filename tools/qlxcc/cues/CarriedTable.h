@@ -8,10 +8,10 @@
 // profile has) and 8.4; EBU Tech 3380, whose text decoration is underline alone, and which has no ruby. JSON says all that
 // a cue has.
 //
-// A format may be able to say more than what is written of it: style sheets of WebVTT have colours, fonts and strike-out
-// too; EBU STL has columns where nothing aligns its rows (justification code 0), and cumulative sets for rows that appear
-// later; CEA-708 has eight fonts, and marks what names a speaker; TTML has agents, which nobody shows; teletext has looks
-// at higher levels. There is no + where `convert` does not write it.
+// A format may be able to say more than what is written of it: style sheets of WebVTT have fonts and strike-out too, and
+// colours, which `--style-sheet` writes; EBU STL has columns where nothing aligns its rows (justification code 0), and
+// cumulative sets for rows that appear later; CEA-708 has eight fonts, and marks what names a speaker; TTML has agents,
+// which nobody shows; teletext has looks at higher levels. There is no + where `convert` does not write it unasked.
 #pragma once
 
 #include <array>

@@ -127,19 +127,23 @@ public:
           _webVtt(findings), _stl(options.stl, findings), _json(options.isDeployedJson, findings) {}
 
     void write(const subtitles::Cue& cue, const CueInput& input) {
-        _text.clear();
-        begin(input);
-        ++_given;
-        const bool isWritten = _ttml                        ? _ttml->write(cue)
-                               : _format == CueFormat::Srt  ? _subRip.write(cue, _text)
-                               : _format == CueFormat::Vtt  ? writeWebVtt(cue, input)
-                               : _format == CueFormat::Json ? _json.write(cue, _text)
-                                                            : _stl.write(cue, input);
-        _cues += isWritten ? 1 : 0;
-        _output.write(_text);
+        if (!_options.hasStyleSheet || _isBegun) {
+            writeBehindHead(cue, input);
+            return;
+        }
+        // The head of the file says which colours there are.
+        addColorsOf(cue, _head);
+        for (const subtitles::Row& row : cue.rows) {
+            _heldBytes += row.text().size();
+        }
+        _held.push_back(cue);
+        if (_held.size() >= kMostHeld || _heldBytes >= kMostHeldBytes) {
+            writeHeld(input);
+        }
     }
 
     void finish(const CueInput& input) {
+        writeHeld(input);
         _text.clear();
         begin(input);
         if (_format == CueFormat::Vtt) {
@@ -157,6 +161,29 @@ public:
     [[nodiscard]] std::uint64_t cues() const { return _cues; }
 
 private:
+    /// Cues, and bytes of their text, that are looked at for the head of a WebVTT file.
+    static constexpr std::size_t kMostHeld = 1000;
+    static constexpr std::size_t kMostHeldBytes = std::size_t{1} << 20U;
+
+    void writeHeld(const CueInput& input) {
+        for (const subtitles::Cue& cue : std::exchange(_held, {})) {
+            writeBehindHead(cue, input);
+        }
+    }
+
+    void writeBehindHead(const subtitles::Cue& cue, const CueInput& input) {
+        _text.clear();
+        begin(input);
+        ++_given;
+        const bool isWritten = _ttml                        ? _ttml->write(cue)
+                               : _format == CueFormat::Srt  ? _subRip.write(cue, _text)
+                               : _format == CueFormat::Vtt  ? writeWebVtt(cue, input)
+                               : _format == CueFormat::Json ? _json.write(cue, _text)
+                                                            : _stl.write(cue, input);
+        _cues += isWritten ? 1 : 0;
+        _output.write(_text);
+    }
+
     /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there.
     bool writeWebVtt(const subtitles::Cue& cue, const CueInput& input) {
         if (!input.ttml || cue.region.empty()) {
@@ -177,6 +204,9 @@ private:
         }
         if (_format == CueFormat::Vtt) {
             subtitles::WebVttFile file = input.file;
+            file.colors.insert(file.colors.end(), _head.colors.begin(), _head.colors.end());
+            std::sort(file.colors.begin(), file.colors.end());
+            file.colors.erase(std::unique(file.colors.begin(), file.colors.end()), file.colors.end());
             if (input.ttml && !input.ttml->language.empty()) {
                 file.header.push_back("Language: " + input.ttml->language);
             }
@@ -212,6 +242,9 @@ private:
     StlOutput _stl;
     JsonCueWriter _json;
     std::string _text;
+    subtitles::WebVttFile _head;        ///< The colours of those that are held back.
+    std::vector<subtitles::Cue> _held;  ///< Until the head is written.
+    std::size_t _heldBytes = 0;
     bool _isBegun = false;
     std::uint64_t _given = 0;
     std::uint64_t _cues = 0;
@@ -362,7 +395,10 @@ private:
 
     /// Says what the format does not carry of a cue, by the table.
     void reportNotCarried(const subtitles::Cue& cue) {
-        const CueFeatures lost = notCarried(featuresOf(cue, _options.target), _options.target);
+        CueFeatures lost = notCarried(featuresOf(cue, _options.target), _options.target);
+        if (_options.hasStyleSheet) {
+            lost.reset(static_cast<std::size_t>(CueFeature::MoreColors));
+        }
         if (lost.none()) {
             return;
         }

@@ -26,6 +26,7 @@ struct ConvertOptions {
     CueTarget target = CueTarget::SubRip;  ///< The same, or as what cues are sent: what it carries.
     StlOutputOptions stl;
     std::optional<std::uint64_t> timestampMap;  ///< WebVTT: of the time 0 of its cues in a stream, 1/90000 s.
+    bool hasStyleSheet = false;                 ///< WebVTT: which gives colours besides the eight.
     bool isDeployedJson = false;                ///< JSON in the form of the fixed operations.
     std::optional<std::string> language;  ///< Of a TTML file, as in RFC 5646; none: what a TTML file that is read says.
     TimeChange times;
