@@ -371,13 +371,13 @@ void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSam
 }
 
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
-                    bool isRelative, const SampleRegions& regions, const TakeSampleCue& take, FindingSink& findings) {
+                    std::optional<std::int64_t> origin, const SampleRegions& regions, const TakeSampleCue& take,
+                    FindingSink& findings) {
     constexpr std::int32_t kMilliseconds = 1000;
-    const std::int64_t begin =
-        isRelative ? 0 : std::max<std::int64_t>(subtitles::unitsOf(span.begin, kMilliseconds), 0);
-    const std::int64_t end = std::max(subtitles::unitsOf(span.end, kMilliseconds) -
-                                          (isRelative ? subtitles::unitsOf(span.begin, kMilliseconds) : 0),
-                                      begin + 1);
+    const std::int64_t sampleBegin = subtitles::unitsOf(span.begin, kMilliseconds);
+    const std::int64_t sampleEnd = subtitles::unitsOf(span.end, kMilliseconds);
+    const std::int64_t begin = std::max<std::int64_t>(origin.value_or(sampleBegin), 0);
+    const std::int64_t end = std::max(origin ? begin + (sampleEnd - sampleBegin) : sampleEnd, begin + 1);
     std::string file = "WEBVTT\n\n";
     constexpr std::string_view kRegion = "region:";
     if (const std::size_t place = settings.find(kRegion); place != std::string_view::npos) {
@@ -396,11 +396,23 @@ void readWebVttText(std::string_view text, std::string_view name, std::string_vi
         cue.end = span.end;
         for (Row& row : cue.rows) {
             for (Run& run : row.runs) {
-                run.from = isRelative && run.from.isValid() ? add(run.from, span.begin) : run.from;
+                if (origin && run.from.isValid()) {
+                    run.from = add(MediaTime::make(run.from.value - *origin, kMilliseconds), span.begin);
+                }
             }
         }
         take(std::move(cue));
     });
+}
+
+/// The milliseconds of a time as it stands in WebVTT.
+std::optional<std::int64_t> webVttTime(std::string_view text) {
+    constexpr std::int32_t kMilliseconds = 1000;
+    std::optional<std::int64_t> time;
+    Findings findings;
+    readOne<subtitles::WebVttReader>("WEBVTT\n\n" + lineOf(text) + " --> 9999:59:59.999\nx\n\n", findings,
+                                     [&](const Cue& cue) { time = subtitles::unitsOf(cue.start, kMilliseconds); });
+    return findings.empty() ? time : std::nullopt;
 }
 
 void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleRegions& regions,
@@ -419,6 +431,7 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
         std::string_view text;
         std::string_view name;
         std::string_view settings;
+        std::optional<std::int64_t> origin;
         while (const auto part = takeBox(inner)) {
             if (part->type == boxes::kCueText) {
                 text = asText(part->content);
@@ -426,14 +439,19 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
                 name = asText(part->content);
             } else if (part->type == boxes::kCueSettings) {
                 settings = asText(part->content);
-            } else if (part->type != boxes::kCueSource && part->type != boxes::kCueTime) {
+            } else if (part->type == boxes::kCueTime) {
+                origin = webVttTime(asText(part->content));
+                if (!origin) {
+                    report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
+                }
+            } else if (part->type != boxes::kCueSource) {
                 ++others;
             }
         }
         if (!inner.empty()) {
             report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
         }
-        readWebVttText(text, name, settings, span, false, regions, take, findings);
+        readWebVttText(text, name, settings, span, origin, regions, take, findings);
     }
     if (!rest.empty()) {
         report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());

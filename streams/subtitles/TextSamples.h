@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -50,9 +51,10 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
               const TakeSampleCue& take, FindingSink& findings);
 
 /// Reads the text of a WebVTT cue.
-/// @param isRelative Times within the text count from its beginning.
+/// @param origin Milliseconds: what times within the text call its beginning; none: as the track does.
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
-                    bool isRelative, const SampleRegions& regions, const TakeSampleCue& take, FindingSink& findings);
+                    std::optional<std::int64_t> origin, const SampleRegions& regions, const TakeSampleCue& take,
+                    FindingSink& findings);
 
 /// Reads the text of a SubRip cue.
 void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSampleCue& take, FindingSink& findings);

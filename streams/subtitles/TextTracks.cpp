@@ -275,7 +275,7 @@ private:
             detail::readSubRipText(text, span, take, findings);
             break;
         case TextTrackKind::WebVtt:
-            detail::readWebVttText(text, packet.name, packet.settings, span, true, _regions, take, findings);
+            detail::readWebVttText(text, packet.name, packet.settings, span, 0, _regions, take, findings);
             break;
         case TextTrackKind::Stpp:
             takeDocument(packet.bytes, span, take, findings, takeHead);

@@ -112,6 +112,26 @@ TEST(TextTracks, AreReadFromWebVttInBoxes) {
     EXPECT_NE(result.err.find("1 part of a text sample left out"), std::string::npos) << result.err;
 }
 
+TEST(TextTracks, CountTimesInsideOfWebVttCuesAsTheirBoxSays) {
+    const TemporaryFolder folder;
+    const std::string entry = box("wvtt", zeros(6) + number(1, 2) + box("vttC", "WEBVTT"));
+    const auto fileOf = [&](const std::string& time, const std::string& text) {
+        const std::string cue = box("vttc", (time.empty() ? "" : box("ctim", time)) + box("payl", text));
+        return folder.write("in.mp4", mp4({{"eng", "text", entry, {{box("vtte", ""), 500}, {cue, 1000}}}}));
+    };
+    const std::string expected = "WEBVTT\n\n1\n00:00:00.500 --> 00:00:01.500\na<00:00:00.900>b\n\n";
+    const ToolResult own = converted(fileOf("", "a<00:00:00.900>b"), "vtt");
+    EXPECT_EQ(own.out, expected);
+    EXPECT_EQ(own.exitCode, 0) << own.err;
+    const ToolResult counted = converted(fileOf("10:00:00.000", "a<10:00:00.400>b"), "vtt");
+    EXPECT_EQ(counted.out, expected);
+    EXPECT_EQ(counted.exitCode, 0) << counted.err;
+    const ToolResult wrong = converted(fileOf("10 o'clock", "a<00:00:00.900>b"), "vtt");
+    EXPECT_EQ(wrong.out, expected);
+    EXPECT_EQ(wrong.exitCode, 1);
+    EXPECT_NE(wrong.err.find("something of it cannot be read"), std::string::npos) << wrong.err;
+}
+
 TEST(TextTracks, KeepWhatStandsInFrontOfWebVttCues) {
     const TemporaryFolder folder;
     const std::string head =
