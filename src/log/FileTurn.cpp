@@ -35,6 +35,21 @@ struct FileTurn::Record {
         return place->second;
     }
 
+    /// Erases another one at which nobody is, of the first ones, or else this one if nobody is there.
+    void eraseAnIdleOne(const Path& last) {
+        const auto isIdle = [](const Path& path) { return path.users == 0 && path.rest.empty(); };
+        std::size_t looked = 0;
+        for (auto place = paths.begin(); place != paths.end() && looked <= kKeptPaths; ++place, ++looked) {
+            if (&place->second != &last && isIdle(place->second)) {
+                paths.erase(place);
+                return;
+            }
+        }
+        if (isIdle(last)) {
+            paths.erase(paths.find(*last.name));
+        }
+    }
+
     std::mutex mutex;
     /// Those at which somebody is, to which something is to be written, or that are likely to be written to again.
     std::map<std::string, Path> paths;
@@ -57,8 +72,9 @@ FileTurn::~FileTurn() {
     }
     _path.mutex.unlock();
     const std::lock_guard lock(_record.mutex);
-    if (--_path.users == 0 && _path.rest.empty() && _record.paths.size() > kKeptPaths) {
-        _record.paths.erase(_record.paths.find(*_path.name));
+    --_path.users;
+    if (_record.paths.size() > kKeptPaths) {
+        _record.eraseAnIdleOne(_path);
     }
 }
 

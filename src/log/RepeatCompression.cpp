@@ -7,7 +7,7 @@ namespace qlx::log {
 RepeatDecision RepeatCompression::take(const std::optional<std::string>& path,
                                        const std::optional<std::string>& message) {
     RepeatDecision decision;
-    if (path && equals(_lastPath, path)) {
+    if (isLastPath(path, decision.previousPath)) {
         if (message && equals(_lastMessage, message)) {
             ++_repeatCount;
             decision.isRepeat = true;
@@ -19,9 +19,7 @@ RepeatDecision RepeatCompression::take(const std::optional<std::string>& path,
     }
     decision.startsFile = true;
     decision.repeatCount = std::exchange(_repeatCount, 0);
-    decision.previousPath = lastPath();
     setLastMessage(std::nullopt);
-    setLastPath(path);
     return decision;
 }
 

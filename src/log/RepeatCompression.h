@@ -47,6 +47,16 @@ private:
         return member == value;
     }
 
+    /// Whether a path is the last one. Where it is not, it becomes that, and `former` gets the one before.
+    [[nodiscard]] bool isLastPath(const Text& path, Text& former) {
+        const std::lock_guard lock(_mutex);
+        if (path && _lastPath == path) {
+            return true;
+        }
+        former = std::exchange(_lastPath, path);
+        return false;
+    }
+
     mutable std::mutex _mutex;
     Text _lastPath;
     Text _lastMessage;

@@ -14,10 +14,18 @@ namespace qlx::subtitles {
 inline constexpr std::string_view kWebVttBackground = "bg_";
 
 /// The colour of a class, without `bg_`; none for the name of another one.
-[[nodiscard]] std::optional<std::uint32_t> colorOfWebVttClass(std::string_view name) noexcept;
+/// @param defined Those that the file defines, in ascending order.
+[[nodiscard]] std::optional<std::uint32_t> colorOfWebVttClass(std::string_view name,
+                                                              std::span<const std::uint32_t> defined) noexcept;
 
 /// Whether the class of a colour is one that receivers know.
 [[nodiscard]] bool isWebVttColor(std::uint32_t color) noexcept;
+
+/// Whether cues may have a colour behind their characters: those of a screen.
+[[nodiscard]] bool isWebVttBackground(std::uint32_t color) noexcept;
+
+/// The class that the style sheet has for a colour.
+[[nodiscard]] std::string ownWebVttClassOf(std::uint32_t color);
 
 /// The class of a colour: of one that is defined, or else of the nearest that receivers know.
 /// @param defined In ascending order.
@@ -26,7 +34,10 @@ inline constexpr std::string_view kWebVttBackground = "bg_";
 /// A style sheet that defines colours.
 [[nodiscard]] std::string webVttStyleOf(std::span<const std::uint32_t> colors);
 
-/// The colours that a style sheet defines, if it is one of webVttStyleOf(); none else.
-[[nodiscard]] std::optional<std::vector<std::uint32_t>> colorsOfWebVttStyle(std::string_view block);
+/// Adds the colours that a block defines, if it is one of webVttStyleOf(), to others, which are in ascending order.
+void addWebVttColors(std::string_view block, std::vector<std::uint32_t>& colors);
+
+/// Puts colours in ascending order, each once.
+void sortWebVttColors(std::vector<std::uint32_t>& colors);
 
 }  // namespace qlx::subtitles

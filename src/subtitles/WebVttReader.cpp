@@ -3,7 +3,6 @@
 #include "subtitles/TextEditing.h"
 #include "subtitles/TextLines.h"
 #include "subtitles/TextTime.h"
-#include "subtitles/WebVttColors.h"
 #include "subtitles/WebVttSettings.h"
 #include "subtitles/WebVttText.h"
 
@@ -22,6 +21,8 @@ namespace {
 using enum FindingCode;
 
 constexpr std::int32_t kWebVttUnits = 1000;
+/// Bytes of names that a cue may have however short it is, about.
+constexpr std::size_t kLeastNames = 1024;
 constexpr std::string_view kSignature = "WEBVTT";
 constexpr std::string_view kArrowOfTimes = "-->";
 /// Bytes that a file may have besides cues: whoever writes it again keeps them.
@@ -202,13 +203,23 @@ private:
         }
         _bytesOfCue += line.size() + 1;
         if (_lines.isCut() || _bytesOfCue > _options.greatestCue || _cue.rows.size() >= _options.mostLines) {
-            report(WebVttTextTooLong, Severity::Error, static_cast<std::int64_t>(_options.greatestCue),
-                   static_cast<std::int64_t>(_options.mostLines));
-            _isCue = false;
-            _bytesOfCue = 0;
+            leaveCueOut();
             return;
         }
         _text.takeRow(line, _lines.number(), _cue);
+        // Each run has the names that are open: many short ones make much of little.
+        constexpr std::size_t kNamesOfByte = 8;
+        if (_text.bytesOfNames() > kNamesOfByte * (_bytesOfCue + kLeastNames)) {
+            leaveCueOut();
+        }
+    }
+
+    void leaveCueOut() {
+        report(WebVttTextTooLong, Severity::Error, static_cast<std::int64_t>(_options.greatestCue),
+               static_cast<std::int64_t>(_options.mostLines));
+        _isCue = false;
+        _bytesOfCue = 0;
+        _cue = Cue{};
     }
 
     /// Ends what is in hand. Gives whether it is a cue.
@@ -261,10 +272,8 @@ private:
         }
         if (isRegion) {
             takeRegionNames(block, _regions);
-        } else if (const auto colors = colorsOfWebVttStyle(block); colors && _file.colors.empty()) {
-            _file.colors = *colors;
-            std::sort(_file.colors.begin(), _file.colors.end());
-            return;
+        } else {
+            _text.takeColors(block);
         }
         _file.blocks.push_back(block);
     }

@@ -71,6 +71,7 @@ void WebVttText::begin() {
     _from = {};
     _lastTime = -1;
     _isChanged = false;
+    _bytesOfNames = 0;
 }
 
 void WebVttText::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
@@ -197,14 +198,14 @@ bool WebVttText::openSpan(std::string_view inside) {
     return true;
 }
 
-void WebVttText::takeClasses(std::string_view classes, Span& span) {
+void WebVttText::takeClasses(std::string_view classes, Span& span) const {
     while (!classes.empty()) {
         const std::string_view name = takePart(classes, '.');
         const bool isBackground = name.starts_with(kWebVttBackground);
-        const auto color = colorOfWebVttClass(isBackground ? name.substr(kWebVttBackground.size()) : name);
-        if (color && isBackground) {
+        const auto color = colorOfWebVttClass(isBackground ? name.substr(kWebVttBackground.size()) : name, _colors);
+        if (color && isBackground && isWebVttBackground(*color)) {
             span.background = color;
-        } else if (color) {
+        } else if (color && !isBackground) {
             span.foreground = color;
         } else if (!name.empty()) {
             span.classes += (span.classes.empty() ? "" : ".") + std::string(name);
@@ -241,7 +242,8 @@ void WebVttText::append(std::string_view text, Cue& cue) {
 void WebVttText::beginRun(Row& row) {
     Run run;
     run.from = _from;
-    const auto add = [&run](std::string_view name, const std::string& value) {
+    const auto add = [&](std::string_view name, const std::string& value) {
+        _bytesOfNames += value.size();
         run.properties.push_back({std::string(name), value});
     };
     std::optional<std::uint32_t> color;

@@ -1,6 +1,8 @@
 // The text of WebVTT cues: spans, times, entities (W3C WebVTT, 6.4).
 #pragma once
 
+#include "subtitles/WebVttColors.h"
+
 #include <qlx/base/finding.h>
 #include <qlx/subtitles/cue.h>
 
@@ -18,12 +20,18 @@ class WebVttText {
 public:
     explicit WebVttText(FindingSink* findings) noexcept : _findings(findings) {}
 
+    /// Takes the colours that a block in front of the first cue defines.
+    void takeColors(std::string_view block) { addWebVttColors(block, _colors); }
+
     /// Begins a cue.
     void begin();
 
     /// Appends the row of a line to a cue. Spans go on in the next one; so does a tag that the line does not end, and the
     /// row with it: what ends a line is a blank within a tag.
     void takeRow(std::string_view text, std::uint64_t line, Cue& cue);
+
+    /// Bytes of the names of classes, voices and languages that the runs of the cue have.
+    [[nodiscard]] std::size_t bytesOfNames() const noexcept { return _bytesOfNames; }
 
     /// Ends the cue.
     void end(std::uint64_t line, const Cue& cue);
@@ -43,7 +51,7 @@ private:
     [[nodiscard]] bool takeTime(std::string_view inside, const Cue& cue);
     [[nodiscard]] bool openSpan(std::string_view inside);
     [[nodiscard]] bool closeSpan(std::string_view name);
-    static void takeClasses(std::string_view classes, Span& span);
+    void takeClasses(std::string_view classes, Span& span) const;
     void append(std::string_view text, Cue& cue);
     void beginRun(Row& row);
     void report(FindingCode code, Severity severity, std::int64_t first);
@@ -55,6 +63,8 @@ private:
     MediaTime _from;
     std::int64_t _lastTime = -1;
     bool _isChanged = false;
+    std::size_t _bytesOfNames = 0;
+    std::vector<std::uint32_t> _colors;  ///< That the file defines, ascending.
 };
 
 }  // namespace qlx::subtitles

@@ -115,8 +115,9 @@ std::vector<OpenSpan> spansOf(const Run& run, const Surroundings& around) {
         spans.push_back({span->second, std::move(tag)});
     }
     std::string colors;
-    if (const std::uint32_t color = exactColorOf(run); color != bitsOf(screen::Color::White)) {
-        colors += "." + webVttClassOf(color, around.colors);
+    constexpr std::string_view kDefault = "white";
+    if (const std::string name = webVttClassOf(exactColorOf(run), around.colors); name != kDefault) {
+        colors += "." + name;
     }
     if (run.style.background) {
         colors += "." + std::string(kWebVttBackground) + webVttClassOf(bitsOf(*run.style.background), around.colors);
@@ -147,8 +148,10 @@ void countLosses(const Run& run, const Surroundings& around, RowLosses& losses) 
     const bool hasForeground = hasClass(exactColorOf(run), around);
     const bool hasBackground = !run.style.background || hasClass(bitsOf(*run.style.background), around);
     losses.colors += hasForeground && hasBackground ? 0 : 1;
-    losses.properties += std::count_if(run.properties.begin(), run.properties.end(), [](const Property& property) {
-        return property.name != properties::kColor && !isWritten(property);
+    losses.properties += std::count_if(run.properties.begin(), run.properties.end(), [&](const Property& property) {
+        const bool isColor =
+            property.name == properties::kColor && hasForeground && property.value == hexColorText(exactColorOf(run));
+        return !isColor && !isWritten(property);
     });
 }
 
@@ -281,6 +284,23 @@ void addColor(std::uint32_t color, WebVttFile& file) {
     }
 }
 
+/// The colours of a file that its blocks do not define, and whose classes they do not use otherwise.
+/// @param defined Gets those that they define.
+std::vector<std::uint32_t> colorsToDefine(const WebVttFile& file, std::vector<std::uint32_t>& defined) {
+    defined.clear();
+    for (const std::string& block : file.blocks) {
+        addWebVttColors(block, defined);
+    }
+    std::vector<std::uint32_t> colors = file.colors;
+    sortWebVttColors(colors);
+    std::erase_if(colors, [&file](std::uint32_t color) {
+        return std::any_of(file.blocks.begin(), file.blocks.end(), [name = ownWebVttClassOf(color)](const auto& block) {
+            return block.find(name) != std::string::npos;
+        });
+    });
+    return colors;
+}
+
 }  // namespace
 
 void addColorsOf(const Cue& cue, WebVttFile& file) {
@@ -307,8 +327,11 @@ void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
     for (const std::string& block : file.blocks) {
         rest.appendBlock(block);
     }
-    if (_colors = file.colors; !_colors.empty()) {
-        rest.appendBlock(webVttStyleOf(_colors));
+    const std::vector<std::uint32_t> colors = colorsToDefine(file, _colors);
+    if (!colors.empty()) {
+        rest.appendBlock(webVttStyleOf(colors));
+        _colors.insert(_colors.end(), colors.begin(), colors.end());
+        sortWebVttColors(_colors);
     }
     rest.say({_findings, 0});
 }

@@ -346,8 +346,6 @@ TEST(WebVtt, DefinesTheColorsOfItsFile) {
     cue.rows[0].runs[0].properties = {{"color", "#ffa501"}};
     cue.rows[1].runs[0].style.background = qlx::screen::colorOf(1, 1, 1);
     cue.rows[2].runs[0].style.foreground = qlx::screen::Color::Red;
-    // Not the colour any more that the style is nearest to.
-    cue.rows[2].runs[0].properties = {{"color", "#00ff00"}};
     WebVttFile file;
     addColorsOf(cue, file);
     addColorsOf(cue, file);
@@ -360,14 +358,24 @@ TEST(WebVtt, DefinesTheColorsOfItsFile) {
     EXPECT_TRUE(findings.empty());
     EXPECT_EQ(text, "WEBVTT\n\nSTYLE\n"
                     "::cue(.rgb555555) {color: #555555}\n::cue(.bg_rgb555555) {background-color: #555555}\n"
-                    "::cue(.rgbffa501) {color: #ffa501}\n::cue(.bg_rgbffa501) {background-color: #ffa501}\n\n"
+                    "::cue(.rgbffa501) {color: #ffa501}\n\n"
                     "1\n00:00:01.000 --> 00:00:02.000\n"
                     "<c.rgbffa501>a</c>\n<c.bg_rgb555555>b</c>\n<c.red>c</c>\n\n");
     const CuesRead back = read(text);
     ASSERT_EQ(back.cues.size(), 1U);
-    EXPECT_EQ(fileOf(text), file);
-    cue.rows[2].runs[0].properties.clear();
     EXPECT_EQ(back.cues[0], cue);
+    // As a block it is written again, and no colour twice.
+    WebVttFile again = fileOf(text);
+    EXPECT_TRUE(again.colors.empty());
+    ASSERT_EQ(again.blocks.size(), 1U);
+    EXPECT_TRUE(isColorSheet(again.blocks[0]));
+    again.colors = file.colors;
+    WebVttWriter secondWriter(&findings);
+    std::string written;
+    secondWriter.begin(again, written);
+    EXPECT_TRUE(secondWriter.write(back.cues[0], written));
+    EXPECT_EQ(written, text);
+    EXPECT_TRUE(findings.empty());
 }
 
 TEST(WebVtt, DefinesNoMoreColorsThanThereIsRoomFor) {
@@ -382,21 +390,106 @@ TEST(WebVtt, DefinesNoMoreColorsThanThereIsRoomFor) {
     EXPECT_TRUE(std::is_sorted(file.colors.begin(), file.colors.end()));
 }
 
-TEST(WebVtt, KeepsStyleSheetsOfOthersAsTheyAre) {
+TEST(WebVtt, SaysWhatOfAColorIsNotWritten) {
+    using enum FindingCode;
+    const struct {
+        std::string_view value;
+        std::vector<FindingCode> codes;
+    } cases[] = {
+        {"#ffa500", {}},
+        {"#ffa50080", {SubtitlePropertiesLost}},
+        {"orange", {SubtitlePropertiesLost}},
+        {"#00ff00", {SubtitleColorChanged, SubtitlePropertiesLost}},
+        {"?", {SubtitleColorChanged, SubtitlePropertiesLost}},
+    };
+    for (const auto& each : cases) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
+        cue.rows[0].runs[0].style.foreground = qlx::screen::colorOf(3, 2, 0);
+        cue.rows[0].runs[0].properties = {{"color", std::string(each.value)}};
+        WebVttFile file;
+        file.colors = {0xFFA500};
+        qlx::Findings findings;
+        WebVttWriter writer(&findings);
+        std::string text;
+        writer.begin(file, text);
+        EXPECT_TRUE(writer.write(cue, text));
+        std::vector<FindingCode> codes;
+        for (const qlx::Finding& finding : findings) {
+            codes.push_back(finding.code);
+        }
+        EXPECT_EQ(codes, each.codes) << each.value;
+    }
+}
+
+TEST(WebVtt, LeavesStyleSheetsOfOthersAsTheyAre) {
     const std::string_view blocks[] = {
-        "STYLE\n::cue(.rgbffa500) {color: #ffa500}",
-        "STYLE\n::cue(.rgbffa500) {color: #ffa501}\n::cue(.bg_rgbffa500) {background-color: #ffa501}",
-        "STYLE\n::cue(.rgbFFA500) {color: #FFA500}\n::cue(.bg_rgbFFA500) {background-color: #FFA500}",
-        "STYLE\n::cue(.rgbffa500) {color: #ffa500}\n::cue(.bg_rgbffa500) {background-color: #ffa500}\n::cue {}",
+        "STYLE\n::cue(.rgbffa501) {color: #ffa502}",
+        "STYLE\n::cue(.rgbffa501) { color: purple; }",
+        "STYLE\n::cue(.rgbFFA501) {color: #FFA501}",
+        "STYLE\n::cue(.rgbffa501) {color: #ffa501}\n::cue(.bg_rgbffa501) {background-color: #ffa501}",
+        "STYLE\n::cue(.rgbffa501) {color: #ffa501}\n::cue {}",
         "STYLE\n::cue(.yellow) {color: #ffff00}",
         "STYLE\n)",
         "STYLE",
     };
     for (const std::string_view block : blocks) {
-        const WebVttFile file = qlx::subtitles::readWebVttHead("WEBVTT\n\n" + std::string(block));
-        EXPECT_TRUE(file.colors.empty()) << block;
+        const std::string text =
+            "WEBVTT\n\n" + std::string(block) + "\n\n1\n00:00:01.000 --> 00:00:02.000\n<c.rgbffa501>a</c>\n\n";
+        WebVttFile file = fileOf(text);
         EXPECT_EQ(file.blocks, std::vector{std::string(block)}) << block;
+        EXPECT_FALSE(isColorSheet(block));
+        const CuesRead result = read(text);
+        ASSERT_EQ(result.cues.size(), 1U);
+        EXPECT_EQ(rowsInWords(result.cues[0]), "{vtt.c=rgbffa501}a") << block;
+        // What it says of a class holds.
+        file.colors = {0xFFA501};
+        WebVttWriter writer;
+        std::string written;
+        writer.begin(file, written);
+        EXPECT_TRUE(writer.write(result.cues[0], written));
+        EXPECT_EQ(written.find("STYLE", written.find("STYLE") + 1) == std::string::npos,
+                  block.find("rgbffa501") != std::string_view::npos)
+            << block;
     }
+}
+
+TEST(WebVtt, ReadsTheColorsOfSeveralSheets) {
+    const std::string text = "WEBVTT\n\nSTYLE\n::cue(.rgb123456) {color: #123456}\n\n"
+                             "STYLE\n::cue(.rgb555500) {color: #555500}\n"
+                             "::cue(.bg_rgb555500) {background-color: #555500}\n\n"
+                             "1\n00:00:01.000 --> 00:00:02.000\n"
+                             "<c.rgb123456.bg_rgb555500>a</c><c.rgb555500>b</c><c.bg_rgb123456>c</c>\n\n";
+    const CuesRead result = read(text);
+    ASSERT_EQ(result.cues.size(), 1U);
+    const auto& runs = result.cues[0].rows[0].runs;
+    ASSERT_EQ(runs.size(), 3U);
+    EXPECT_EQ(exactColorOf(runs[0]), 0x123456U);
+    EXPECT_EQ(runs[0].style.background, qlx::screen::colorOf(1, 1, 0));
+    EXPECT_EQ(exactColorOf(runs[1]), 0x555500U);
+    // Nothing behind characters has this colour.
+    EXPECT_EQ(runs[2].properties, (Properties{{"vtt.c", "bg_rgb123456"}}));
+    WebVttWriter writer;
+    std::string written;
+    writer.begin(fileOf(text), written);
+    EXPECT_TRUE(writer.write(result.cues[0], written));
+    EXPECT_EQ(written, text);
+}
+
+TEST(WebVtt, LeavesOutCuesWhoseNamesTakeMuchMoreThanTheirText) {
+    const std::string many = "<c." + std::string(1000, 'x') + ">";
+    const auto fileOfRuns = [&](int runs) {
+        std::string text = "WEBVTT\n\n00:01.000 --> 00:02.000\n" + many;
+        for (int run = 0; run < runs; ++run) {
+            text += "<b>a</b>b";
+        }
+        return text + "\n\n00:03.000 --> 00:04.000\nc\n";
+    };
+    EXPECT_EQ(read(fileOfRuns(5)).cues.size(), 2U);
+    const CuesRead result = read(fileOfRuns(500));
+    ASSERT_EQ(result.cues.size(), 1U);
+    EXPECT_EQ(rowsInWords(result.cues[0]), "c");
+    const std::vector<FindingCode> codes = result.codes();
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), FindingCode::WebVttTextTooLong), 1);
 }
 
 TEST(WebVtt, WritesTimesInsideThatAreWithinTheCueAndRise) {

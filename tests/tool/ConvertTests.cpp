@@ -82,8 +82,7 @@ TEST(Convert, DefinesColorsOfWebVttWhereItIsAskedTo) {
     const ToolResult exact = converted(file, "vtt", {"--report", "--style-sheet", "--strict"});
     EXPECT_EQ(exact.exitCode, 0) << exact.err;
     EXPECT_EQ(exact.err.find("colour"), std::string::npos) << exact.err;
-    EXPECT_EQ(exact.out, "WEBVTT\n\nSTYLE\n::cue(.rgbffa500) {color: #ffa500}\n"
-                         "::cue(.bg_rgbffa500) {background-color: #ffa500}\n\n"
+    EXPECT_EQ(exact.out, "WEBVTT\n\nSTYLE\n::cue(.rgbffa500) {color: #ffa500}\n\n"
                          "1\n00:00:01.000 --> 00:00:02.000\n<c.rgbffa500>a</c> <i>b</i>\n\n"
                          "2\n00:00:02.000 --> 00:00:03.000\n<c.red>c</c>\n\n");
     // Read back, the style sheet is no loss, and written again it is the same.
@@ -91,7 +90,13 @@ TEST(Convert, DefinesColorsOfWebVttWhereItIsAskedTo) {
     const ToolResult back = converted(vtt, "srt", {"--strict"});
     EXPECT_EQ(back.exitCode, 0) << back.err;
     EXPECT_EQ(back.out, folder.read("in.srt"));
-    EXPECT_EQ(converted(vtt, "vtt").out, exact.out);
+    const ToolResult again = converted(vtt, "vtt", {"--report", "--strict"});
+    EXPECT_EQ(again.out, exact.out);
+    EXPECT_EQ(again.exitCode, 0) << again.err;
+    EXPECT_EQ(again.err.find("colour"), std::string::npos) << again.err;
+    EXPECT_EQ(converted(vtt, "vtt", {"--style-sheet"}).out, exact.out);
+    const std::string json = folder.write("in.json", converted(vtt, "json").out);
+    EXPECT_EQ(converted(json, "vtt").out, exact.out);
 
     const ToolResult other = converted(file, "srt", {"--style-sheet"});
     EXPECT_EQ(other.exitCode, 2);

@@ -13,8 +13,9 @@
 //   <i>Hello</i> <c.yellow.bg_blue>you</c>
 //
 // Of a cue's text the spans `<b>`, `<i>` and `<u>` are in the style of its runs, as are the colours of classes: the eight
-// (`<c.red>`, `<c.bg_blue>`), and those whose names are colours (`<c.rgbffa500>`, WebVttFile::colors); other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs
-// (properties::kWebVttClass and so on) in the order in which they are open, and times within the text are Run::from.
+// (`<c.red>`, `<c.bg_blue>`), and those that the file defines as the writer does (`<c.rgbffa500>`, isColorSheet());
+// other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs (properties::kWebVttClass and so on) in
+// the order in which they are open, and times within the text are Run::from.
 // Settings are properties of the cue; its region is Cue::region. Alignment and anchor of the rows are those of the
 // settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`);
 // another one is written as a span of its rows, and read as that of its runs.
@@ -58,8 +59,8 @@ struct WebVttFile {
     std::vector<std::string> header;  ///< The lines below: `X-TIMESTAMP-MAP=...` (RFC 8216, 3.5), `Language: en`.
     std::vector<std::string> blocks;  ///< In front of the first cue, their lines with LF: `STYLE`, `REGION`, `NOTE`.
     std::vector<std::string> notes;   ///< Behind the last cue.
-    /// Of 24 bits, ascending: those that the writer gives classes of their own (`<c.rgbffa500>`), which a `STYLE` block
-    /// in front of the first cue defines. The reader finds them in such a block, which then is not among the blocks.
+    /// Of 24 bits: those that the writer gives classes of their own (`<c.rgbffa500>`) besides those that the blocks give
+    /// such. It defines them in a `STYLE` block in front of the first cue. The reader leaves this empty.
     std::vector<std::uint32_t> colors;
 
     /// Whether all fields are equal.
@@ -120,11 +121,15 @@ private:
 /// The language that the head of a file says (`Language: en`), as it says it; empty where it says none.
 [[nodiscard]] QLX_EXPORT std::string_view languageOf(const WebVttFile& file) noexcept;
 
-/// Adds the colours of a cue that have no class of the eight to those of the file, as long as these are less than
+inline constexpr std::size_t kMostWebVttColors = 256;  ///< WebVttFile::colors of addColorsOf().
+
+/// Adds the colours of a cue that are none of the eight to those of the file, as long as there are less than
 /// kMostWebVttColors.
 QLX_EXPORT void addColorsOf(const Cue& cue, WebVttFile& file);
 
-inline constexpr std::size_t kMostWebVttColors = 256;  ///< Colours of a file with classes of their own.
+/// Whether a block is a style sheet as the writer makes it, which does nothing but give colours classes: a reader has
+/// them as colours.
+[[nodiscard]] QLX_EXPORT bool isColorSheet(std::string_view block);
 
 /// Writes cues.
 ///

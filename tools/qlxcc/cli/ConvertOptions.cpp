@@ -161,8 +161,11 @@ constexpr OptionRow kConvertOptions[] = {
      .greatest = 200,
      .field = &RawOptions::wrap,
      .help = "Set cues anew that have rows of more than COLS columns",
-     .more = "Rows become about as wide as each other. Marks take no column, wide characters two; styles stay with "
-             "their characters, and a word that is wider stays whole."},
+     .more =
+         "A `STYLE` block in front of the cues has those of the first 1000 cues (of less where they take more than "
+         "4 MiB), up to 256 of them. Without it each colour becomes the nearest of the eight, unless IN is a WebVTT "
+         "file with such a block, which stays. Players read style sheets as the standard has them; FFmpeg 5 finds "
+         "no cue behind one."},
     {.names = "--wrap-rows",
      .value = "N",
      .kind = ValueKind::Number,

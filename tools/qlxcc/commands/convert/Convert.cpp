@@ -133,9 +133,7 @@ public:
         }
         // The head of the file says which colours there are.
         addColorsOf(cue, _head);
-        for (const subtitles::Row& row : cue.rows) {
-            _heldBytes += row.text().size();
-        }
+        _heldBytes += bytesOf(cue);
         _held.push_back(cue);
         if (_held.size() >= kMostHeld || _heldBytes >= kMostHeldBytes) {
             writeHeld(input);
@@ -161,9 +159,28 @@ public:
     [[nodiscard]] std::uint64_t cues() const { return _cues; }
 
 private:
-    /// Cues, and bytes of their text, that are looked at for the head of a WebVTT file.
+    /// Cues, and bytes that they take, that are looked at for the head of a WebVTT file.
     static constexpr std::size_t kMostHeld = 1000;
-    static constexpr std::size_t kMostHeldBytes = std::size_t{1} << 20U;
+    static constexpr std::size_t kMostHeldBytes = std::size_t{4} << 20U;
+
+    /// What a cue takes in memory, about.
+    static std::size_t bytesOf(const subtitles::Cue& cue) {
+        const auto bytesOfAll = [](const subtitles::Properties& properties) {
+            std::size_t bytes = 0;
+            for (const subtitles::Property& property : properties) {
+                bytes += sizeof(property) + property.value.size();
+            }
+            return bytes;
+        };
+        std::size_t bytes = sizeof(cue) + cue.identifier.size() + bytesOfAll(cue.properties);
+        for (const subtitles::Row& row : cue.rows) {
+            bytes += sizeof(row);
+            for (const subtitles::Run& run : row.runs) {
+                bytes += sizeof(run) + run.text.size() + bytesOfAll(run.properties);
+            }
+        }
+        return bytes;
+    }
 
     void writeHeld(const CueInput& input) {
         for (const subtitles::Cue& cue : std::exchange(_held, {})) {
@@ -204,9 +221,7 @@ private:
         }
         if (_format == CueFormat::Vtt) {
             subtitles::WebVttFile file = input.file;
-            file.colors.insert(file.colors.end(), _head.colors.begin(), _head.colors.end());
-            std::sort(file.colors.begin(), file.colors.end());
-            file.colors.erase(std::unique(file.colors.begin(), file.colors.end()), file.colors.end());
+            file.colors = _head.colors;
             if (input.ttml && !input.ttml->language.empty()) {
                 file.header.push_back("Language: " + input.ttml->language);
             }
@@ -329,7 +344,10 @@ private:
                                              [](const std::string& line) { return line.starts_with("Language:"); });
         const std::size_t lines =
             file.header.size() - static_cast<std::size_t>(languages) + (file.title.empty() ? 0 : 1);
-        const std::size_t blocks = file.blocks.size() + file.notes.size();
+        // Colours are those of the cues.
+        const auto sheets = std::count_if(file.blocks.begin(), file.blocks.end(),
+                                          [](const std::string& block) { return subtitles::isColorSheet(block); });
+        const std::size_t blocks = file.blocks.size() - static_cast<std::size_t>(sheets) + file.notes.size();
         if (lines + blocks != 0) {
             _notes.lose(lines + blocks,
                         std::string("of the file besides cues are lost: ") + counted(lines, "line") + " of the header" +
@@ -396,7 +414,11 @@ private:
     /// Says what the format does not carry of a cue, by the table.
     void reportNotCarried(const subtitles::Cue& cue) {
         CueFeatures lost = notCarried(featuresOf(cue, _options.target), _options.target);
-        if (_options.hasStyleSheet) {
+        // Those that the head does not define are said to have changed.
+        if (_options.format == CueFormat::Vtt &&
+            (_options.hasStyleSheet ||
+             std::any_of(_input->file.blocks.begin(), _input->file.blocks.end(),
+                         [](const std::string& block) { return subtitles::isColorSheet(block); }))) {
             lost.reset(static_cast<std::size_t>(CueFeature::MoreColors));
         }
         if (lost.none()) {
