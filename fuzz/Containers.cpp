@@ -166,8 +166,9 @@ void readTextSample(Input& input) {
         break;
     }
     default:
-        detail::readWebVttText(text, text.substr(0, form), text.substr(text.size() / 2), span, form % 8 == 4, regions,
-                               take, findings);
+        detail::readWebVttText(text, text.substr(0, form), text.substr(text.size() / 2), span,
+                               form % 8 == 4 ? std::optional<std::int64_t>(form * 1000) : std::nullopt, regions, take,
+                               findings);
         break;
     }
 }

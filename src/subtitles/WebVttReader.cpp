@@ -21,8 +21,8 @@ namespace {
 using enum FindingCode;
 
 constexpr std::int32_t kWebVttUnits = 1000;
-/// Bytes of names that a cue may have however short it is, about.
-constexpr std::size_t kLeastNames = 1024;
+/// Bytes of the names of classes, voices and languages that the runs of a cue may have together.
+constexpr std::size_t kMostNames = std::size_t{32} * 1024;
 constexpr std::string_view kSignature = "WEBVTT";
 constexpr std::string_view kArrowOfTimes = "-->";
 /// Bytes that a file may have besides cues: whoever writes it again keeps them.
@@ -208,8 +208,7 @@ private:
         }
         _text.takeRow(line, _lines.number(), _cue);
         // Each run has the names that are open: many short ones make much of little.
-        constexpr std::size_t kNamesOfByte = 8;
-        if (_text.bytesOfNames() > kNamesOfByte * (_bytesOfCue + kLeastNames)) {
+        if (_text.bytesOfNames() > kMostNames) {
             leaveCueOut();
         }
     }
