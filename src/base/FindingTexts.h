@@ -516,7 +516,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {WebVttInnerTimeWrong,
      "the time inside of the cue, {1} ms, is not later than what is in front of it, or not within it"},
     {WebVttBlockPassed, "a block of {1} line{1s} that is no cue is passed over"},
-    {WebVttTextTooLong, "cue of more than {1} bytes or {2} lines"},
+    {WebVttTextTooLong, "cue of more than {1} bytes (of text, or of its classes and voices) or {2} lines"},
     {WebVttRestTooLong, "header, blocks or comments of more than {1} bytes: what is behind them is left out"},
     {WebVttInnerTimeUnusual, "the time inside of the cue has another form than usual: read as {1} ms"},
     {SsaEventsMissing, "no section has events"},

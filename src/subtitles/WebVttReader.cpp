@@ -203,18 +203,18 @@ private:
         }
         _bytesOfCue += line.size() + 1;
         if (_lines.isCut() || _bytesOfCue > _options.greatestCue || _cue.rows.size() >= _options.mostLines) {
-            leaveCueOut();
+            leaveCueOut(_options.greatestCue);
             return;
         }
         _text.takeRow(line, _lines.number(), _cue);
         // Each run has the names that are open: many short ones make much of little.
         if (_text.bytesOfNames() > kMostNames) {
-            leaveCueOut();
+            leaveCueOut(kMostNames);
         }
     }
 
-    void leaveCueOut() {
-        report(WebVttTextTooLong, Severity::Error, static_cast<std::int64_t>(_options.greatestCue),
+    void leaveCueOut(std::size_t greatest) {
+        report(WebVttTextTooLong, Severity::Error, static_cast<std::int64_t>(greatest),
                static_cast<std::int64_t>(_options.mostLines));
         _isCue = false;
         _bytesOfCue = 0;
