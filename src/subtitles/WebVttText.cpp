@@ -12,6 +12,7 @@
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace qlx::subtitles {
 

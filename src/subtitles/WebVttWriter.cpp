@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <iterator>
 #include <span>
+#include <utility>
 
 namespace qlx::subtitles {
 

@@ -217,6 +217,7 @@ TimedTextParts partsOf(std::span<const std::uint8_t> bytes) {
 }
 
 constexpr unsigned kAlphaBits = 8;
+constexpr std::int32_t kWebVttUnits = 1000;  ///< Of a second.
 
 /// The look of characters, and what of it has no field.
 Run runLike(const TimedTextStyle& style, const TimedTextDefaults& defaults) {
@@ -373,9 +374,8 @@ void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSam
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
                     std::optional<std::int64_t> origin, const SampleRegions& regions, const TakeSampleCue& take,
                     FindingSink& findings) {
-    constexpr std::int32_t kMilliseconds = 1000;
-    const std::int64_t sampleBegin = subtitles::unitsOf(span.begin, kMilliseconds);
-    const std::int64_t sampleEnd = subtitles::unitsOf(span.end, kMilliseconds);
+    const std::int64_t sampleBegin = subtitles::unitsOf(span.begin, kWebVttUnits);
+    const std::int64_t sampleEnd = subtitles::unitsOf(span.end, kWebVttUnits);
     const std::int64_t begin = std::max<std::int64_t>(origin.value_or(sampleBegin), 0);
     const std::int64_t end = std::max(origin ? begin + (sampleEnd - sampleBegin) : sampleEnd, begin + 1);
     std::string file = "WEBVTT\n\n";
@@ -396,9 +396,9 @@ void readWebVttText(std::string_view text, std::string_view name, std::string_vi
         cue.end = span.end;
         for (Row& row : cue.rows) {
             for (Run& run : row.runs) {
-                if (origin && run.from.isValid()) {
-                    run.from = add(MediaTime::make(run.from.value - *origin, kMilliseconds), span.begin);
-                }
+                const bool isMoved = origin && run.from.isValid();
+                run.from =
+                    isMoved ? add(MediaTime::make(run.from.value - *origin, kWebVttUnits), span.begin) : run.from;
             }
         }
         take(std::move(cue));
@@ -407,11 +407,10 @@ void readWebVttText(std::string_view text, std::string_view name, std::string_vi
 
 /// The milliseconds of a time as it stands in WebVTT.
 std::optional<std::int64_t> webVttTime(std::string_view text) {
-    constexpr std::int32_t kMilliseconds = 1000;
     std::optional<std::int64_t> time;
     Findings findings;
     readOne<subtitles::WebVttReader>("WEBVTT\n\n" + lineOf(text) + " --> 9999:59:59.999\nx\n\n", findings,
-                                     [&](const Cue& cue) { time = subtitles::unitsOf(cue.start, kMilliseconds); });
+                                     [&](const Cue& cue) { time = subtitles::unitsOf(cue.start, kWebVttUnits); });
     return findings.empty() ? time : std::nullopt;
 }
 
@@ -419,6 +418,7 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
               const TakeSampleCue& take, FindingSink& findings) {
     std::span<const std::uint8_t> rest = sample;
     std::size_t others = 0;
+    bool isWrong = false;
     while (const auto box = takeBox(rest)) {
         if (box->type == boxes::kNoCue) {
             continue;
@@ -441,19 +441,15 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
                 settings = asText(part->content);
             } else if (part->type == boxes::kCueTime) {
                 origin = webVttTime(asText(part->content));
-                if (!origin) {
-                    report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
-                }
+                isWrong = isWrong || !origin;
             } else if (part->type != boxes::kCueSource) {
                 ++others;
             }
         }
-        if (!inner.empty()) {
-            report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
-        }
+        isWrong = isWrong || !inner.empty();
         readWebVttText(text, name, settings, span, origin, regions, take, findings);
     }
-    if (!rest.empty()) {
+    if (isWrong || !rest.empty()) {
         report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
     }
     if (others != 0) {

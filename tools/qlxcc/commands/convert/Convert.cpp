@@ -1,5 +1,6 @@
 #include "commands/convert/Convert.h"
 
+#include "commands/convert/CueFileWriter.h"
 #include "cues/CueFeatures.h"
 #include "cues/JsonCues.h"
 #include "cues/TextPieces.h"
@@ -117,152 +118,6 @@ private:
     std::map<std::uint64_t, Kind> _kinds;
     std::uint64_t _damages = 0;
     std::uint64_t _losses = 0;
-};
-
-/// Writes cues in one of the formats.
-class CueWriter {
-public:
-    CueWriter(const ConvertOptions& options, OutputFile& output, FindingSink* findings)
-        : _options(options), _format(options.format), _output(output), _findings(findings), _subRip(findings),
-          _webVtt(findings), _stl(options.stl, findings), _json(options.isDeployedJson, findings) {}
-
-    void write(const subtitles::Cue& cue, const CueInput& input) {
-        if (!_options.hasStyleSheet || _isBegun) {
-            writeBehindHead(cue, input);
-            return;
-        }
-        // The head of the file says which colours there are.
-        addColorsOf(cue, _head);
-        _heldBytes += bytesOf(cue);
-        _held.push_back(cue);
-        if (_held.size() >= kMostHeld || _heldBytes >= kMostHeldBytes) {
-            writeHeld(input);
-        }
-    }
-
-    void finish(const CueInput& input) {
-        writeHeld(input);
-        _text.clear();
-        begin(input);
-        if (_format == CueFormat::Vtt) {
-            _webVtt.finish(input.file, _text);
-        } else if (_format == CueFormat::Stl) {
-            _text = _stl.finish(input);
-        } else if (_ttml) {
-            _text = _ttml->finish();
-        } else if (_format == CueFormat::Json) {
-            _json.finish(input, _text);
-        }
-        _output.write(_text);
-    }
-
-    [[nodiscard]] std::uint64_t cues() const { return _cues; }
-
-private:
-    /// Cues, and bytes that they take, that are looked at for the head of a WebVTT file.
-    static constexpr std::size_t kMostHeld = 1000;
-    static constexpr std::size_t kMostHeldBytes = std::size_t{4} << 20U;
-
-    /// What a cue takes in memory, about.
-    static std::size_t bytesOf(const subtitles::Cue& cue) {
-        const auto bytesOfAll = [](const subtitles::Properties& properties) {
-            std::size_t bytes = 0;
-            for (const subtitles::Property& property : properties) {
-                bytes += sizeof(property) + property.value.size();
-            }
-            return bytes;
-        };
-        std::size_t bytes = sizeof(cue) + cue.identifier.size() + bytesOfAll(cue.properties);
-        for (const subtitles::Row& row : cue.rows) {
-            bytes += sizeof(row);
-            for (const subtitles::Run& run : row.runs) {
-                bytes += sizeof(run) + run.text.size() + bytesOfAll(run.properties);
-            }
-        }
-        return bytes;
-    }
-
-    void writeHeld(const CueInput& input) {
-        for (const subtitles::Cue& cue : std::exchange(_held, {})) {
-            writeBehindHead(cue, input);
-        }
-    }
-
-    void writeBehindHead(const subtitles::Cue& cue, const CueInput& input) {
-        _text.clear();
-        begin(input);
-        ++_given;
-        const bool isWritten = _ttml                        ? _ttml->write(cue)
-                               : _format == CueFormat::Srt  ? _subRip.write(cue, _text)
-                               : _format == CueFormat::Vtt  ? writeWebVtt(cue, input)
-                               : _format == CueFormat::Json ? _json.write(cue, _text)
-                                                            : _stl.write(cue, input);
-        _cues += isWritten ? 1 : 0;
-        _output.write(_text);
-    }
-
-    /// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there.
-    bool writeWebVtt(const subtitles::Cue& cue, const CueInput& input) {
-        if (!input.ttml || cue.region.empty()) {
-            return _webVtt.write(cue, _text);
-        }
-        subtitles::Cue placed = cue;
-        placed.region.clear();
-        if (_findings != nullptr) {
-            _findings->add({FindingCode::SubtitleNameLost, Severity::Warning, _given,
-                            static_cast<std::int64_t>(cue.region.size())});
-        }
-        return _webVtt.write(placed, _text);
-    }
-
-    void begin(const CueInput& input) {
-        if (std::exchange(_isBegun, true)) {
-            return;
-        }
-        if (_format == CueFormat::Vtt) {
-            subtitles::WebVttFile file = input.file;
-            file.colors = _head.colors;
-            if (input.ttml && !input.ttml->language.empty()) {
-                file.header.push_back("Language: " + input.ttml->language);
-            }
-            if (_options.timestampMap) {
-                file = withTimestampMap(std::move(file), *_options.timestampMap);
-            }
-            _webVtt.begin(file, _text);
-        } else if (_format == CueFormat::Json) {
-            _json.begin(input, _text);
-        } else if (_format == CueFormat::Ttml || _format == CueFormat::EbuTtD) {
-            streams::TtmlFile file = input.ttml.value_or(streams::TtmlFile());
-            file.language = _options.language.value_or(file.language);
-            streams::TtmlWriteOptions options;
-            options.profile = _format == CueFormat::EbuTtD ? streams::TtmlProfile::EbuTtD : options.profile;
-            _ttml.emplace(std::move(file), options, _findings);
-        }
-    }
-
-    /// The same head with another time in a stream (RFC 8216, 3.5).
-    static subtitles::WebVttFile withTimestampMap(subtitles::WebVttFile file, std::uint64_t time) {
-        std::erase_if(file.header, [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
-        file.header.insert(file.header.begin(), "X-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:" + std::to_string(time));
-        return file;
-    }
-
-    const ConvertOptions& _options;
-    CueFormat _format;
-    OutputFile& _output;
-    FindingSink* _findings;
-    std::optional<streams::TtmlWriter> _ttml;
-    subtitles::SubRipWriter _subRip;
-    subtitles::WebVttWriter _webVtt;
-    StlOutput _stl;
-    JsonCueWriter _json;
-    std::string _text;
-    subtitles::WebVttFile _head;        ///< The colours of those that are held back.
-    std::vector<subtitles::Cue> _held;  ///< Until the head is written.
-    std::size_t _heldBytes = 0;
-    bool _isBegun = false;
-    std::uint64_t _given = 0;
-    std::uint64_t _cues = 0;
 };
 
 /// The way of a cue to where it is written.
@@ -508,10 +363,10 @@ InputKind kindOfInput(const CueRequest& request) {
 int convert(const ConvertOptions& options) {
     refuseInputAsOutput(options.input.path, options.output);
     OutputFile output(options.output);
-    std::unique_ptr<CueWriter> writer;
+    std::unique_ptr<CueFileWriter> writer;
     Conversion conversion(options,
                           [&writer](const subtitles::Cue& cue, const CueInput& input) { writer->write(cue, input); });
-    writer = std::make_unique<CueWriter>(options, output, &conversion.notes());
+    writer = std::make_unique<CueFileWriter>(options, output, &conversion.notes());
     sayUnused(options, conversion.notes());
     const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
         conversion.take(std::move(cue), read);
