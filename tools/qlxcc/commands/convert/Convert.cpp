@@ -2,7 +2,6 @@
 
 #include "commands/convert/CueFileWriter.h"
 #include "cues/CueFeatures.h"
-#include "cues/JsonCues.h"
 #include "cues/TextPieces.h"
 #include "cues/Wrapping.h"
 #include "io/Errors.h"
@@ -10,7 +9,6 @@
 #include "io/Text.h"
 #include "io/Times.h"
 
-#include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
