@@ -157,7 +157,7 @@ Host& startHost(int count) {
     };
     qlx::services().set<qlx::LogFiles>(new Gate);
     startHost(kLines);
-    const pid_t child = fork();
+    const pid_t child = qlxtest::forkAtRest();
     if (child == 0) {
         isChild = true;
         std::exit(1);
@@ -202,11 +202,7 @@ Host& startHost(int count) {
 [[noreturn]] void exitFromAChild() {
     startHost(1);
     QLXLogController::sharedLogController()->waitUntilQueuesAreEmpty();
-    // The address sanitizer's allocator has locks, which stay taken in a child where another thread holds one now.
-    while (!qlxtest::areOthersAsleep()) {
-        std::this_thread::yield();
-    }
-    const pid_t child = fork();
+    const pid_t child = qlxtest::forkAtRest();
     if (child == 0) {
         QLXLogController::sharedLogController()->logMessage_level_show("child", 2, false);
         std::exit(0);

@@ -22,8 +22,8 @@ namespace {
 /// The exit code of a child that does `work`, 7 if that went well; -1 if it ended otherwise. It leaves without a leak
 /// check, which misses the threads of the parent.
 template <class Work>
-int codeOfChild(Work work) {
-    const pid_t child = fork();
+int codeOfChild(Work work, pid_t (*makeChild)() = forkAtRest) {
+    const pid_t child = makeChild();
     if (child == 0) {
         _exit(work() ? 7 : 1);
     }
@@ -141,7 +141,7 @@ TEST_F(LogFork, ForksInADisplayMethod) {
         if (info.find("message")->stringValue() != "forks") {
             return;
         }
-        const pid_t child = fork();
+        const pid_t child = forkAtRest();
         isChild = child == 0;
         if (!isChild) {
             int status = 0;
@@ -172,7 +172,7 @@ TEST_F(LogFork, ForksOnTheLogsOwnThread) {
         if (!std::exchange(isFirst, false)) {
             return std::string();
         }
-        const pid_t child = fork();
+        const pid_t child = forkAtRest();
         if (child == 0) {
             return std::string("header of a line that is the parent's");
         }
@@ -237,7 +237,7 @@ TEST(SystemCallLock, IsWaitedForByForksAndHeldForTheTimeZone) {
         EXPECT_TRUE(isFree);
         isRead = true;
     });
-    EXPECT_EQ(codeOfChild([&] { return isFree.load(); }), 7);
+    EXPECT_EQ(codeOfChild([&] { return isFree.load(); }, fork), 7);
     hasForked = true;
     holder.join();
     zone.join();
@@ -252,7 +252,7 @@ TEST(MainQueueFork, LeavesToTheParentWhatItHandsOver) {
     pid_t child = -1;
     queue.setPoster([&](const qlx::Task& task) {
         if (child < 0) {
-            child = fork();
+            child = forkAtRest();
             if (child == 0) {
                 post(4);
             }

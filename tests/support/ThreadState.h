@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -33,6 +34,15 @@ inline bool areOthersAsleep() {
         const long thread = std::stol(entry.path().filename().string());
         return thread == threadNumber() || isAsleep(thread);
     });
+}
+
+/// fork() once all other threads of this process wait for something. The address sanitizer's allocator has locks, which
+/// stay taken in a child where another thread held one.
+inline pid_t forkAtRest() {
+    while (!areOthersAsleep()) {
+        std::this_thread::yield();
+    }
+    return fork();
 }
 
 }  // namespace qlxtest
