@@ -99,8 +99,6 @@ private:
         if (const auto span = qlx::srt::timeSpanFromTimingLine(line)) {
             _span = *span;
             _blockIsValid = _span.end > _span.start;
-            // A file of nothing but short lines: the list of them would take several times its bytes while it grows.
-            _lines.reserve(_blockIsValid ? linesUpToEmptyOne(_rest) : 0);
         }
     }
 
@@ -113,6 +111,11 @@ private:
             inherit(*line, *_lines.back());
         }
         _colorCarries = line->_colorNeedsToBeAppliedToNextLine.load(std::memory_order_relaxed);
+        if (_lines.size() == _lines.capacity()) {
+            // A file of nothing but short lines: the list of them would take several times its bytes while it grows.
+            constexpr std::size_t kUsual = 2;
+            _lines.reserve(_lines.empty() ? kUsual : _lines.size() + 1 + linesUpToEmptyOne(_rest));
+        }
         _lines.push_back(std::move(line));
     }
 

@@ -135,8 +135,7 @@ void takePositioning(MarkedLine& line) {
 }  // namespace
 
 MarkedLine parseMarkup(std::string_view line, WrongValues* wrong) {
-    MarkedLine result;
-    result.text = trimmed(line);
+    MarkedLine result{.text = std::string(trimmed(line))};
     if (result.text.find('<') != kNotFound) {
         result.bold = takeStyle(result.text, "<b>", "</b>");
         result.italic = takeStyle(result.text, "<i>", "</i>");
