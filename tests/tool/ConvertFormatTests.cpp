@@ -1,11 +1,19 @@
 // qlxcc convert: what goes from one format to another, which files it reads by their names, and the order of cues.
 #include "ToolRunner.h"
 
+#include "cues/CueTimes.h"
+
+#include <qlx/subtitles/cue.h>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace convert_format_tests {
@@ -174,6 +182,50 @@ TEST(ConvertFormats, PutsCuesInOrderWithinAWindow) {
     const ToolResult far = converting(2900);
     EXPECT_FALSE(far.out.starts_with("WEBVTT\n\n2901\n"));
     EXPECT_NE(far.err.find("1 cue too far behind cues that begin later to be moved"), std::string::npos) << far.err;
+}
+
+TEST(ConvertFormats, HoldsBackCuesUpToABoundOfBytes) {
+    constexpr std::size_t kText = std::size_t{256} << 10U;
+    std::vector<std::uint64_t> given;
+    std::vector<qlx::tool::CueChange> changes;
+    std::size_t held = 0;
+    std::size_t most = 0;
+    qlx::tool::CueOrder order(
+        qlx::tool::Overlap::Keep,
+        [&](const qlx::subtitles::Cue& cue) {
+            given.push_back(cue.number);
+            held -= kText;
+        },
+        [&changes](const qlx::subtitles::Cue& /*cue*/, qlx::tool::CueChange change) { changes.push_back(change); });
+    const auto push = [&](std::uint64_t number, std::int64_t second) {
+        qlx::subtitles::Cue cue;
+        cue.number = number;
+        cue.start = {second, 1};
+        cue.end = {second + 1, 1};
+        cue.rows.push_back({.runs = {{.text = std::string(kText, 'x'), .style = {}}}});
+        held += kText;
+        order.push(std::move(cue));
+        most = std::max(most, held);
+    };
+    std::vector<std::uint64_t> expected;
+    for (std::uint64_t number = 1; number <= 400; ++number) {
+        push(number, static_cast<std::int64_t>(10 * number));
+        expected.push_back(number);
+    }
+    // Twice as much is held as is left then.
+    EXPECT_LE(most, (std::size_t{32} << 20U) + kText);
+    EXPECT_EQ(changes.size(), 0U);
+    // 16 MiB back, and a hundred cues.
+    push(401, 3785);
+    push(402, 3000);
+    order.finish();
+    expected.insert(expected.begin() + 378, 401);
+    ASSERT_EQ(given.size(), 402U);
+    EXPECT_EQ(std::vector<qlx::tool::CueChange>(
+                  {qlx::tool::CueChange::Moved, qlx::tool::CueChange::Moved, qlx::tool::CueChange::Late}),
+              changes);
+    std::erase(given, 402U);
+    EXPECT_EQ(given, expected);
 }
 
 }  // namespace

@@ -107,6 +107,24 @@ bool roundTimes(FrameRate rate, subtitles::Cue& cue) {
     return true;
 }
 
+std::size_t bytesOf(const subtitles::Cue& cue) {
+    const auto bytesOfAll = [](const subtitles::Properties& properties) {
+        std::size_t bytes = 0;
+        for (const subtitles::Property& property : properties) {
+            bytes += sizeof(property) + property.value.size();
+        }
+        return bytes;
+    };
+    std::size_t bytes = sizeof(cue) + cue.identifier.size() + bytesOfAll(cue.properties);
+    for (const subtitles::Row& row : cue.rows) {
+        bytes += sizeof(row);
+        for (const subtitles::Run& run : row.runs) {
+            bytes += sizeof(run) + run.text.size() + bytesOfAll(run.properties);
+        }
+    }
+    return bytes;
+}
+
 CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed)
     : _overlap(overlap), _take(std::move(take)), _changed(std::move(changed)) {}
 
@@ -117,14 +135,22 @@ void CueOrder::push(subtitles::Cue cue) {
     }
     _isSorted = _isSorted && !isBehindLater;
     _latest = isBehindLater ? _latest : cue.start;
+    _heldBytes += bytesOf(cue);
     _window.push_back(std::move(cue));
-    if (_window.size() > 2 * kWindow) {
-        sort();
-        for (std::size_t index = 0; index < kWindow; ++index) {
-            give(std::move(_window[index]));
-        }
-        _window.erase(_window.begin(), _window.begin() + static_cast<std::ptrdiff_t>(kWindow));
+    if (_window.size() > 2 * kWindow || _heldBytes > 2 * kWindowBytes) {
+        giveFirst();
     }
+}
+
+/// Gives the first ones, until those are left that are held back.
+void CueOrder::giveFirst() {
+    sort();
+    auto cue = _window.begin();
+    while (static_cast<std::size_t>(_window.end() - cue) > kWindow || _heldBytes > kWindowBytes) {
+        _heldBytes -= bytesOf(*cue);
+        give(std::move(*cue++));
+    }
+    _window.erase(_window.begin(), cue);
 }
 
 /// Those that begin together stay in the order in which they came.

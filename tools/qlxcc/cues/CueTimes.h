@@ -4,6 +4,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/subtitles/cue.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -68,11 +69,15 @@ enum class CueChange : std::uint8_t {
 /// Gets what becomes of a cue, with its times as they are then.
 using TakeCueChange = std::function<void(const subtitles::Cue& cue, CueChange change)>;
 
+/// What a cue takes in memory, about.
+[[nodiscard]] std::size_t bytesOf(const subtitles::Cue& cue);
+
 /// Puts cues into the order of their starts and apart from each other.
 class CueOrder {
 public:
-    /// As many cues are held back.
+    /// As many cues are held back, less where they take more than kWindowBytes.
     static constexpr std::size_t kWindow = 1000;
+    static constexpr std::size_t kWindowBytes = std::size_t{16} << 20U;
     /// As many cues are composed into one: what comes of them grows as their square.
     static constexpr std::size_t kMostTogether = 50;
 
@@ -84,6 +89,7 @@ public:
 private:
     void give(subtitles::Cue cue);
     void sort();
+    void giveFirst();
     void addToAir(subtitles::Cue cue);
     void compose(const MediaTime* to);
     void giveOnAir(const MediaTime& to);
@@ -93,6 +99,7 @@ private:
     std::function<void(subtitles::Cue)> _take;
     TakeCueChange _changed;
     std::vector<subtitles::Cue> _window;  ///< Held back.
+    std::size_t _heldBytes = 0;           ///< That they take.
     bool _isSorted = true;                ///< They are in the order of their starts.
     MediaTime _latest;                    ///< Start of theirs.
     std::vector<subtitles::Cue> _onAir;   ///< Compose: not given whole as yet. Cut: the last one.

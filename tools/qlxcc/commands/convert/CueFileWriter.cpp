@@ -11,25 +11,6 @@ namespace {
 constexpr std::size_t kMostHeld = 1000;
 constexpr std::size_t kMostHeldBytes = std::size_t{4} << 20U;
 
-/// What a cue takes in memory, about.
-std::size_t bytesOf(const subtitles::Cue& cue) {
-    const auto bytesOfAll = [](const subtitles::Properties& properties) {
-        std::size_t bytes = 0;
-        for (const subtitles::Property& property : properties) {
-            bytes += sizeof(property) + property.value.size();
-        }
-        return bytes;
-    };
-    std::size_t bytes = sizeof(cue) + cue.identifier.size() + bytesOfAll(cue.properties);
-    for (const subtitles::Row& row : cue.rows) {
-        bytes += sizeof(row);
-        for (const subtitles::Run& run : row.runs) {
-            bytes += sizeof(run) + run.text.size() + bytesOfAll(run.properties);
-        }
-    }
-    return bytes;
-}
-
 /// The same head with another time in a stream (RFC 8216, 3.5).
 subtitles::WebVttFile withTimestampMap(subtitles::WebVttFile file, std::uint64_t time) {
     std::erase_if(file.header, [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
