@@ -182,6 +182,13 @@ struct Command {
     bool isPartial = false;          ///< What can be read is written, also where something cannot (exit code 1).
 };
 
+/// A command that writes what can be read.
+Command partial(Command command) {
+    command.printsAllProblems = true;
+    command.isPartial = true;
+    return command;
+}
+
 /// `convert` of a kind into another one, and what that needs besides.
 Command conversion(const std::string& name, const std::string& from, const std::string& to,
                    const std::vector<std::string>& more, std::string (*goodFile)()) {
@@ -189,9 +196,7 @@ Command conversion(const std::string& name, const std::string& from, const std::
     command.arguments.insert(command.arguments.end(), more.begin(), more.end());
     command.arguments.insert(command.arguments.end(), {"-o", "OUT", "--quiet"});
     command.zeros = kZerosToStream;
-    command.printsAllProblems = true;
-    command.isPartial = true;
-    return command;
+    return partial(std::move(command));
 }
 
 void PrintTo(const Command& command, std::ostream* stream) {
@@ -230,7 +235,7 @@ const std::vector<Command> kCommands{
     {"ExtractH264", {"extract", "IN", "--codec", "h264", "-o", "OUT"}, h264File},
     {"ExtractMpeg2", {"extract", "IN", "--codec", "mpeg2", "--json"}, mpeg2File},
     {"Extract", {"extract", "IN"}, h264File},
-    {"Rate", {"rate", "IN", "--from", "25", "--to", "50", "-o", "OUT"}, klvFile},
+    partial({"Rate", {"rate", "IN", "--from", "25", "--to", "50", "-o", "OUT"}, klvFile}),
     {"Scte104Build", {"scte104", "build", "--json-file", "IN", "--format", "raw", "-o", "OUT"}, operations},
     {"Scte104Parse", {"scte104", "parse", "IN"}, scte104Message, kZerosToRefuse, true},
     {"Scte35", {"scte35", "IN", "--pts", "0", "--format", "raw", "-o", "OUT"}, scte104Message},

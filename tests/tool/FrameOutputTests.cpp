@@ -203,15 +203,61 @@ TEST(FrameOutput, GoesOnBehindWhatIsWrongAndUsed) {
     EXPECT_EQ(changed.exitCode, 1) << changed.err;
     EXPECT_NE(changed.err.find("wrapping type 55"), std::string::npos) << changed.err;
     EXPECT_NE(folder.read("c.jsonl").find("8094ae"), std::string::npos);
-    // Samples of one bit are no packet.
+    // Samples of one bit are no packet: what is left is written, and it is said what is not.
     folder.write("a.klv", qlxtest::joined(
                               {qlxtest::kAncKeyHex, "83000014 0001 0015 01 01", "0001 00000004 00000001 61 02 00 00"}));
-    EXPECT_EQ(runTool({"scan", folder.path("a.klv"), "-o", folder.path("d.jsonl")}).exitCode, 1);
-    EXPECT_FALSE(std::filesystem::exists(folder.path("d.jsonl")));
-    EXPECT_EQ(
-        runTool({"rate", folder.path("a.klv"), "-o", folder.path("d.jsonl"), "--from-rate", "25", "--to-rate", "25"})
-            .exitCode,
-        1);
+    const std::vector<std::string> rates{"--from-rate", "25", "--to-rate", "25"};
+    const auto expectNothing = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"-o", folder.path("d.jsonl")});
+        const ToolResult result = runTool(arguments);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(qlxtest::linesOf(result.err).size(), 1U) << result.err;
+        EXPECT_NE(result.err.find("sample coding 1 "), std::string::npos) << result.err;
+        EXPECT_NE(folder.read("d.jsonl").find("\"packets\":[]"), std::string::npos) << folder.read("d.jsonl");
+    };
+    expectNothing({"scan", folder.path("a.klv")});
+    expectNothing({"rate", folder.path("a.klv"), rates[0], rates[1], rates[2], rates[3]});
+}
+
+TEST(FrameOutput, HasWhatStandsAroundDamage) {
+    const TemporaryFolder folder;
+    const std::string element = "18 0001 0015 01 04 0006 00000008 00000001 61 02 03 8094ae 0000";
+    const auto framesIn = [&](const std::string& name) {
+        return qlxtest::linesOf(runTool({"scan", folder.path(name), "--json"}).out).size();
+    };
+    const auto expectFrames = [&](std::size_t frames, const std::vector<std::string>& words) {
+        for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+                 {"scan"}, {"rate", "--from-rate", "25", "--to-rate", "25"}, {"convert", "--from-rate", "25"}}) {
+            std::vector<std::string> arguments = command;
+            arguments.insert(arguments.end(), {folder.path("a.klv"), "-o", folder.path("b.klv")});
+            const ToolResult result = runTool(arguments);
+            EXPECT_EQ(result.exitCode, 1) << command[0];
+            for (const std::string& word : words) {
+                EXPECT_NE(result.err.find(word), std::string::npos) << command[0] << ": " << result.err;
+            }
+            EXPECT_EQ(framesIn("b.klv"), frames) << command[0];
+            std::filesystem::remove(folder.path("b.klv"));
+        }
+    };
+    // Bytes that are no key stand between two elements.
+    folder.write("a.klv",
+                 qlxtest::joined({qlxtest::kAncKeyHex, element, "160e2b340102", qlxtest::kAncKeyHex, element}));
+    expectFrames(2, {"no key begins with 16", "6 bytes skipped"});
+    // The recording was interrupted.
+    auto cut =
+        qlxtest::joined({qlxtest::kAncKeyHex, element, qlxtest::kAncKeyHex, element, qlxtest::kAncKeyHex, element});
+    cut.resize(cut.size() - 5);
+    folder.write("a.klv", cut);
+    expectFrames(2, {"KLV triplet cut short"});
+    // In the midst of a key, and of the first element, where nothing is left.
+    cut.resize(41 + 41 + 7);
+    folder.write("a.klv", cut);
+    expectFrames(2, {"cut"});
+    cut.resize(30);
+    folder.write("a.klv", cut);
+    const ToolResult nothing = runTool({"scan", folder.path("a.klv"), "-o", folder.path("b.klv")});
+    EXPECT_EQ(nothing.exitCode, 1);
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"a.klv"});
 }
 
 TEST(FrameOutput, HasThePacketsOfRowsWithWrongChecksums) {
@@ -250,11 +296,13 @@ TEST(FrameOutput, HasThePacketsOfRowsWithWrongChecksums) {
     EXPECT_TRUE(isSaid(said[0], 0) && isSaid(said[9], 9)) << changed.err;
     EXPECT_EQ(said[10], "qlxcc: " + file + ": 2 more problems");
     EXPECT_EQ(qlxtest::linesOf(runTool({"scan", folder.path("c.klv"), "--json"}).out).size(), 12U);
-    // What is left out keeps the file from being written, as before.
+    // The last row is cut.
     rows.resize(rows.size() - 1);
     const std::string cut = folder.write("cut.v210", rows);
-    EXPECT_EQ(run({"scan", cut, "-o", folder.path("d.klv")}, kRows).exitCode, 1);
-    EXPECT_FALSE(std::filesystem::exists(folder.path("d.klv")));
+    const ToolResult before = run({"scan", cut, "-o", folder.path("d.klv")}, kRows);
+    EXPECT_EQ(before.exitCode, 1);
+    EXPECT_NE(before.err.find("the last row is cut short"), std::string::npos) << before.err;
+    EXPECT_EQ(qlxtest::linesOf(runTool({"scan", folder.path("d.klv"), "--json"}).out).size(), 11U);
 }
 
 TEST(FrameOutput, KeepsChannelsOnRowsAndSaysWhereItCannot) {

@@ -244,7 +244,11 @@ TEST_F(Output, ListsGoToFilesWhenEverythingCouldBeRead) {
         const ToolResult broken = outputOf(cut, {"-o", list});
         EXPECT_EQ(broken.exitCode, 1);
         EXPECT_EQ(broken.out, "");
-        EXPECT_TRUE(qlxtest::isOneMessage(broken.err)) << broken.err;
+        const auto lines = qlxtest::linesOf(broken.err);
+        ASSERT_EQ(lines.size(), 2U) << broken.err;
+        EXPECT_NE(lines[0].find(": KLV triplet cut short: "), std::string::npos) << broken.err;
+        EXPECT_EQ(lines[1],
+                  "qlxcc: " + cut + ": 1 problem: not every packet could be read; " + list + " is not written");
         EXPECT_EQ(outputOf(cut, {"-o", cut}).err, "qlxcc: " + cut + ": is the input: the result would replace it\n");
         EXPECT_EQ(folder.names(), std::vector<std::string>{});
     }

@@ -248,6 +248,7 @@ TEST(RateAsDeployed, RefusesBrokenInputAndLeavesNoFile) {
         EXPECT_EQ(result.err, "qlxcc: " + folder.path("a.klv") + ": " + message + "\n");
         EXPECT_EQ(folder.names(), std::vector<std::string>{"a.klv"});
     };
+    const std::string notAll = "\nqlxcc: " + folder.path("a.klv") + ": not every packet could be read";
     const std::string good = klvHex({{captionHex(kWholeCdp)}});
     refusal("", "byte 0: the file is empty");
     refusal(good + klvHex({{captionHex("96693f")}}),
@@ -256,8 +257,13 @@ TEST(RateAsDeployed, RefusesBrokenInputAndLeavesNoFile) {
             "frame 1, line 9: the CEA-708 packet holds no caption distribution packet (CDP)");
     refusal(good.substr(0, good.size() - 2), "byte 0: KLV triplet cut short: 123 of 124 bytes of the value");
     // Behind the last frame as well.
-    refusal(good + "ff", "byte " + std::to_string(fromHex(good).size()) + ": no key begins with ff");
-    refusal(klvHex({}) + std::string(kAncKeyHex) + "02" + "0001", "frame 0, byte 19: packet count 1, but 0 are there");
+    const std::string end = "byte " + std::to_string(fromHex(good).size());
+    refusal(good + "ff", end + ": no key begins with ff\nqlxcc: " + folder.path("a.klv") + ": " + end +
+                             ": 1 bytes skipped" + notAll);
+    refusal(good + good.substr(0, good.size() - 2),
+            end + ": KLV triplet cut short: 123 of 124 bytes of the value" + notAll);
+    refusal(klvHex({}) + std::string(kAncKeyHex) + "02" + "0001",
+            "frame 0, byte 19: packet count 1, but 0 are there" + notAll);
 }
 
 TEST(RateAsDeployed, WritesToStandardOutput) {

@@ -174,7 +174,7 @@ TEST(Scan, ReportsAPartialRowBehindWhatItFound) {
     const ToolResult result = runTool({"scan", file, "--width", "48", "--lines", "9,10"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.out, kTitles + "       0      9  61/01     CEA708                 2  9669\n" + kNoCdp +
-                              "       1      9  61/02     CEA608                 1  01\n");
+                              "       1      9  61/02     CEA608                 1  01\n2 packets in 2 frames\n");
     EXPECT_EQ(result.err, "qlxcc: " + file + ": byte 384: the last row is cut short: 1 of 128 bytes\n");
     bytes.pop_back();
     folder.write("a.v210", bytes);
@@ -256,7 +256,8 @@ TEST(Scan, WritesNoFileThatMissesSomething) {
     const std::string cut = folder.write("a.klv", bytes);
     result = runTool({"scan", cut, "-o", list});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.err, "qlxcc: " + cut + ": byte 41: KLV triplet cut short: 23 of 24 bytes of the value\n");
+    EXPECT_EQ(result.err, "qlxcc: " + cut + ": byte 41: KLV triplet cut short: 23 of 24 bytes of the value\nqlxcc: " +
+                              cut + ": 1 problem: not every packet could be read; " + list + " is not written\n");
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.klv", "a.v210"}));
 }
 

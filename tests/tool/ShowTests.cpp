@@ -305,7 +305,10 @@ TEST(Show, ReportsBrokenFiles) {
     EXPECT_TRUE(isOneMessage(result.err)) << result.err;
     const ToolResult behind = runTool({"show", cut, "--rate", "25", "--at", "3"});
     EXPECT_EQ(behind.exitCode, 1);
-    EXPECT_EQ(behind.out, "");
+    EXPECT_TRUE(
+        behind.out.starts_with("teletext page 888 at 00:00:03,000: nothing on air (the last frame is at 00:00:01,"))
+        << behind.out;
+    EXPECT_NE(behind.err.find("cut"), std::string::npos) << behind.err;
     for (const std::string& content : {std::string(), std::string("rubbish\n")}) {
         for (const char* const format : {"klv", "jsonl", "scc"}) {
             const ToolResult bad =

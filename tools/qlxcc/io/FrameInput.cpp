@@ -4,6 +4,16 @@
 
 namespace qlx::tool {
 
+namespace {
+
+/// Whether a file ends in the midst of a frame, as one does whose recording was interrupted.
+bool isCut(FindingCode code) {
+    return code == FindingCode::KlvCut || code == FindingCode::KlvValueCut || code == FindingCode::RowFileRowCut ||
+           code == FindingCode::RowFileFrameCut;
+}
+
+}  // namespace
+
 void FrameInput::setReader(std::unique_ptr<streams::FrameReader> reader, streams::InputKind kind) {
     _reader = std::move(reader);
     _kind = kind;
@@ -61,13 +71,25 @@ void FrameInput::fail(const Finding& why) {
 
 bool FrameInput::next(Frame& frame, std::vector<FrameProblem>& problems) {
     frame.subtitle.reset();
+    if (_isCut) {
+        return false;
+    }
     const Result<bool> hasFrame = _reader->next(frame, &_findings);
     const std::size_t before = problems.size();
     sayFindings(problems);
     _problems += problems.size() - before;
     if (!hasFrame) {
-        fail(hasFrame.error());
+        if (!_hasGivenFrames || !isCut(hasFrame.error().code)) {
+            fail(hasFrame.error());
+        }
+        const Finding& cut = hasFrame.error();
+        problems.push_back({"byte " + std::to_string(cut.offset) + ": " + cut.text(), cut.code});
+        _problems += 1;
+        _losses += 1;
+        _isCut = true;
+        return false;
     }
+    _hasGivenFrames = _hasGivenFrames || *hasFrame;
     return *hasFrame;
 }
 

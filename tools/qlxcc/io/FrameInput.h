@@ -52,8 +52,8 @@ public:
 
     /// Reads the next frame.
     /// @param problems Gets one for everything in the frame that could not be read.
-    /// @return False at the end of the file.
-    /// @throws Failure when the file is broken here; frames before have been given.
+    /// @return False at the end of the file, and in the midst of a frame that its end cuts, which is a problem.
+    /// @throws Failure when the file is broken here, or has no whole frame in front of a cut one.
     bool next(Frame& frame, std::vector<FrameProblem>& problems);
 
     /// What needs a look in the frames given since the last call, though all of it could be read; a line each.
@@ -115,6 +115,8 @@ private:
     streams::InputKind _kind = streams::InputKind::Klv;
     std::uint64_t _problems = 0;
     std::uint64_t _losses = 0;
+    bool _hasGivenFrames = false;
+    bool _isCut = false;
 };
 
 }  // namespace qlx::tool

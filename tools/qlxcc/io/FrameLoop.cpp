@@ -93,7 +93,7 @@ void RemarkNotes::sayHowManyMore() const {
     }
 }
 
-std::uint64_t readFrames(NamedSource& source, FrameInput& reader, OutputFile& output,
+FrameProblems readFrames(NamedSource& source, FrameInput& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take) {
     const bool isTerminal = output.isStandardOutput() && standardOutputIsTerminal();
     Progress progress(source.size(), output.isStandardOutput());
@@ -117,19 +117,15 @@ std::uint64_t readFrames(NamedSource& source, FrameInput& reader, OutputFile& ou
         throw;
     }
     // What only the end shows comes here.
-    return findings.finish();
+    return {findings.finish(), reader.losses()};
 }
 
-bool readWhole(const NamedSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
+bool readNext(const NamedSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress, Frame& frame) {
     std::vector<FrameProblem> problems;
-    const std::uint64_t lossesBefore = reader.losses();
     const bool hasFrame = reader.next(frame, problems);
     if (const std::vector<std::string> news = reader.takeRemarks(); !news.empty()) {
         progress.clear();
         remarks.say(news);
-    }
-    if (reader.losses() > lossesBefore) {
-        throw failureIn(source.name(), problems.front().text);
     }
     if (!problems.empty()) {
         progress.clear();
@@ -141,19 +137,20 @@ bool readWhole(const NamedSource& source, FrameInput& reader, RemarkNotes& remar
     return hasFrame;
 }
 
-int finishFrames(const NamedSource& source, OutputFile& output, std::uint64_t problems, std::string_view what,
+int finishFrames(const NamedSource& source, OutputFile& output, FrameProblems problems, std::string_view what,
                  const std::function<void()>& writeMore) {
-    if (problems == 0 || output.isStandardOutput()) {
+    const bool isWritten = problems.lost == 0 || output.isStandardOutput();
+    if (isWritten) {
         output.commit();
         if (writeMore) {
             writeMore();
         }
     }
-    const std::string notWritten = output.isStandardOutput() ? "" : "; " + output.name() + " is not written";
-    if (problems > 1 || (problems == 1 && !notWritten.empty())) {
-        throw failureIn(source.name(), counted(problems, "problem") + ": " + std::string(what) + notWritten);
+    if (problems.lost > 1 || !isWritten) {
+        const std::string notWritten = isWritten ? "" : "; " + output.name() + " is not written";
+        throw failureIn(source.name(), counted(problems.lost, "problem") + ": " + std::string(what) + notWritten);
     }
-    return problems == 0 ? kExitSuccess : kExitFailure;
+    return problems.all == 0 ? kExitSuccess : kExitFailure;
 }
 
 }  // namespace qlx::tool

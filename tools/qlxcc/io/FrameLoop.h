@@ -16,12 +16,17 @@ namespace qlx::tool {
 
 class Progress;
 
+/// How much of a file of frames is wrong.
+struct FrameProblems {
+    std::uint64_t all = 0;
+    std::uint64_t lost = 0;  ///< Those of them that say that something could not be read.
+};
+
 /// Hands on every frame of a file, with progress on a terminal. The first ten problems of a kind get a line each on
 /// standard error, behind what has been written for the frames before it; the others are counted in the end.
 /// @param take Returns false when it needs no further frame.
-/// @return The number of problems.
 /// @throws Failure when the file is broken; what was found before goes to standard output all the same.
-std::uint64_t readFrames(NamedSource& source, FrameInput& reader, OutputFile& output,
+FrameProblems readFrames(NamedSource& source, FrameInput& reader, OutputFile& output,
                          const std::function<bool(const Frame&)>& take);
 
 /// Says what needs a look in a file: the first ten remarks, and in the end how many more there were.
@@ -43,20 +48,19 @@ private:
     std::uint64_t _problemCount = 0;
 };
 
-/// Reads the next frame of a file that is made into another one: what cannot be read would be missing from that. What is
-/// wrong and was used all the same is said.
+/// Reads the next frame of a file that is made into another one, and says what of it cannot be read, or is wrong.
 /// @return False at the end of the file.
-/// @throws Failure when something of the frame cannot be read.
-[[nodiscard]] bool readWhole(const NamedSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress,
-                             Frame& frame);
+/// @throws Failure as FrameInput::next().
+[[nodiscard]] bool readNext(const NamedSource& source, FrameInput& reader, RemarkNotes& remarks, Progress& progress,
+                            Frame& frame);
 
-/// Ends the output of a file that has been read to its end. With problems standard output has all the rest, but a file
-/// does not appear.
-/// @param what What the problems kept from being done: `not every packet could be read`.
+/// Ends the output of a file that has been read to its end. Where something is lost standard output has all the rest,
+/// but a file does not appear.
+/// @param what What was kept from being done: `not every packet could be read`.
 /// @param writeMore Writes what stands beside the output, when that is complete; may be empty.
 /// @return The exit code.
 /// @throws Failure when there is more to say than the problems' own lines did.
-[[nodiscard]] int finishFrames(const NamedSource& source, OutputFile& output, std::uint64_t problems,
+[[nodiscard]] int finishFrames(const NamedSource& source, OutputFile& output, FrameProblems problems,
                                std::string_view what, const std::function<void()>& writeMore = {});
 
 }  // namespace qlx::tool

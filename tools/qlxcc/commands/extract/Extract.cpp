@@ -196,10 +196,10 @@ public:
         _reader = openFrames(source, sourceOptions);
     }
 
-    /// @return The number of problems that were reported.
-    std::uint64_t run() {
+    /// @return The problems that were reported.
+    FrameProblems run() {
         CounterNotes counters(_source, _output);
-        const std::uint64_t problems = readFrames(_source, *_reader, _output, [&](const Frame& frame) {
+        const FrameProblems problems = readFrames(_source, *_reader, _output, [&](const Frame& frame) {
             counters.take(frame);
             write(frame, counters);
             ++_units;
@@ -300,7 +300,7 @@ int extract(const ExtractOptions& options) {
     InputFile source(options.file);
     OutputFile output(options.output);
     if (const auto kind = frameFileKind(options, source)) {
-        const std::uint64_t problems = FrameExtraction(options, source, *kind, output).run();
+        const FrameProblems problems = FrameExtraction(options, source, *kind, output).run();
         return finishFrames(source, output, problems, "not everything could be read");
     }
     checkRowOptions(InputKind::H264, options.source);

@@ -99,7 +99,7 @@ public:
     }
 
 private:
-    bool read(Frame& frame) { return readWhole(_source, *_reader, _remarks, _progress, frame); }
+    bool read(Frame& frame) { return readNext(_source, *_reader, _remarks, _progress, frame); }
 
     void take(Frame& frame) {
         if (_countsOfDay) {

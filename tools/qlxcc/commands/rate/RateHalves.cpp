@@ -77,7 +77,11 @@ public:
 
 private:
     bool read(Frame& frame) {
-        const bool hasFrame = readWhole(_source, *_reader, _remarks, _progress, frame);
+        const bool hasFrame = readNext(_source, *_reader, _remarks, _progress, frame);
+        if (_reader->losses() > 0) {
+            // Frames belong together in pairs.
+            throw failureIn(_source.name(), "not every packet could be read");
+        }
         if (hasFrame) {
             _leftOut.addWrappings(frame);
         }

@@ -168,7 +168,7 @@ int scan(const ScanOptions& options) {
         }
     }
     std::unique_ptr<FrameInput> reader;
-    std::uint64_t problems = 0;
+    FrameProblems problems;
     const auto hasFrames = std::make_shared<bool>(false);
     const auto counters = std::make_shared<CounterNotes>(source, output);
     try {
@@ -209,9 +209,9 @@ int scan(const ScanOptions& options) {
             throw;
         }
         // A stream with splice information and nothing that has frames.
-        problems = finishLists(listing.get(), splices.get(), output);
+        const std::uint64_t inLists = finishLists(listing.get(), splices.get(), output);
         output.commit();
-        return problems > 0 ? kExitFailure : kExitSuccess;
+        return inLists > 0 ? kExitFailure : kExitSuccess;
     }
     counters->finish();
     if (contents != nullptr) {
@@ -227,11 +227,10 @@ int scan(const ScanOptions& options) {
         // Who has found teletext has said what is wrong with the tables.
         splices->close(*withTeletext == 0);
     }
-    problems += finishLists(listing.get(), splices.get(), output);
-    // A file of frames has all packets in spite of what is wrong with some: the exit code says so.
-    const int code =
-        finishFrames(source, output, frames ? reader->losses() : problems, "not every packet could be read");
-    return problems > 0 ? kExitFailure : code;
+    const std::uint64_t inLists = finishLists(listing.get(), splices.get(), output);
+    // A file of frames has what could be read, and the exit code says that it is not all.
+    problems = {problems.all + inLists, frames ? 0 : problems.lost + inLists};
+    return finishFrames(source, output, problems, "not every packet could be read");
 }
 
 }  // namespace qlx::tool

@@ -169,17 +169,17 @@ public:
         }
     }
 
-    /// @return The number of problems in the file.
-    std::uint64_t run() {
+    /// @return The problems in the file.
+    FrameProblems run() {
         FrameSourceOptions sourceOptions = _options.source;
         sourceOptions.kind = _kind;
         if (_options.channel && _options.channel->field == 2) {
             sourceOptions.field = cc::CcType::Field2;
         }
         const auto reader = openFrames(_source, sourceOptions);
-        std::uint64_t problemCount = 0;
+        FrameProblems problems;
         try {
-            problemCount = readFrames(_source, *reader, _output, [this](const Frame& frame) { return wants(frame); });
+            problems = readFrames(_source, *reader, _output, [this](const Frame& frame) { return wants(frame); });
         } catch (const Failure&) {
             if (!_at && _output.isStandardOutput()) {
                 endBlocks();
@@ -194,7 +194,7 @@ public:
             endBlocks();
             writeNothing();
         }
-        return problemCount;
+        return problems;
     }
 
     /// The screen for the picture; an empty one when nothing is on air.
@@ -442,7 +442,7 @@ int show(const ShowOptions& options) {
     InputFile source(options.file);
     OutputFile output(options.output);
     Show showing(options, source, output);
-    const std::uint64_t problems = showing.run();
+    const FrameProblems problems = showing.run();
     std::function<void()> savePicture;
     if (options.picture) {
         savePicture = [&, picture = screenImage(showing.pictureScreen())] {
