@@ -48,6 +48,8 @@ void checkSection(const Bytes& bytes) {
     const auto written = writeSpliceInfoSection(*section);
     require(written && written->size() <= bytes.size());
     require(std::equal(written->begin(), written->end(), bytes.begin()));
+    // What stands behind a section is said.
+    require(written->size() == bytes.size() || findings.size() > 0);
     const auto back = qlx::scte::parseSpliceInfoSection(*written);
     require(back && *back == *section);
     for (const qlx::Finding& finding : findings) {

@@ -165,6 +165,7 @@ public:
     /// An optional SDP header (lines 10 to 12), one filling packet, and optionally footer and checksum: 45 to 58 bytes.
     /// Called with (header), (neither) and (footer) in this order it makes one whole SDP that sums to 0: the checksum
     /// of a call without header counts the header and the two filling packets that precede it.
+    /// Departs from SMPTE RDD 8 when called otherwise: see docs/COMPATIBILITY.md.
     [[nodiscard]] qlx::Data teletextFillingHeaderForOddField_beginWithPacketHeader_endWithPacketFooter(
         bool oddField, bool beginWithPacketHeader, bool endWithPacketFooter);
 

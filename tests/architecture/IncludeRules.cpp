@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t kMaximumLines = 500;
 constexpr std::string_view kPublicFolder = "include/";
+constexpr std::string_view kCoreFolder = "include/qlx/";
 constexpr std::string_view kSourceFolder = "src/";
 constexpr std::string_view kStreamsFolder = "streams/";
 /// Its parts that are loaded at run time stand on libraries that print and lock.
@@ -74,8 +75,9 @@ constexpr std::string_view kActingRooms[] = {"facade", "log", "platform"};
 
 /// What it takes to do so, or to depend on the process's locale.
 constexpr std::string_view kActingHeaders[] = {
-    "chrono",  "condition_variable", "cstdio",  "filesystem", "fstream", "future", "iostream", "locale", "mutex",
-    "ostream", "shared_mutex",       "sstream", "stop_token", "thread",
+    "barrier", "chrono",    "condition_variable", "csignal", "cstdio",     "ctime",  "filesystem",
+    "fstream", "future",    "iostream",           "istream", "latch",      "locale", "mutex",
+    "ostream", "semaphore", "shared_mutex",       "sstream", "stop_token", "thread",
 };
 
 constexpr std::string_view kVectorHeaders[] = {"immintrin.h", "arm_neon.h"};
@@ -257,7 +259,8 @@ private:
     /// An include of something outside the tree.
     void checkForeign(const std::string& path, const Include& include) {
         if (contains(kStandardHeaders, include.path)) {
-            const bool isPure = (path.starts_with(kSourceFolder) && !contains(kActingRooms, _rooms.roomOf(path))) ||
+            const bool isOfLibrary = path.starts_with(kSourceFolder) || path.starts_with(kCoreFolder);
+            const bool isPure = (isOfLibrary && !contains(kActingRooms, _rooms.roomOf(path))) ||
                                 (path.starts_with(kStreamsFolder) && !path.starts_with(kStreamsModules));
             if (isPure && contains(kActingHeaders, include.path)) {
                 report(path, include.line, "a room of values must not include " + include.path);

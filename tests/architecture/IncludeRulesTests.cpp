@@ -184,6 +184,8 @@ TEST(IncludeRules, FindARoomOfValuesThatActs) {
     const std::vector<SourceFile> tree = {
         {"src/anc/A.cpp", "#include <cstdio>\n#include <iostream>\n#include <thread>\n#include <vector>\n"},
         {"src/log/B.cpp", "#include <cstdio>\n#include <mutex>\n"},
+        {"include/qlx/anc/A.h", "#include <semaphore>\n#include <span>\n"},
+        {"include/qlx/facade/A.h", "#include <mutex>\n"},
         {"src/facade/C.cpp", "#include <mutex>\n"},
         {"src/platform/D.cpp", "#include <iostream>\n"},
     };
@@ -191,6 +193,7 @@ TEST(IncludeRules, FindARoomOfValuesThatActs) {
         "src/anc/A.cpp:1: a room of values must not include cstdio",
         "src/anc/A.cpp:2: a room of values must not include iostream",
         "src/anc/A.cpp:3: a room of values must not include thread",
+        "include/qlx/anc/A.h:1: a room of values must not include semaphore",
     };
     EXPECT_EQ(architecture::violationsIn(rooms, tree), expected);
 }
@@ -354,7 +357,8 @@ TEST(SourceTree, HasTheWalksOfThePage) {
     const std::string root = qlxtest::projectPath("");
     const Rooms rooms(contentOf(root + "tests/architecture/rooms.txt"));
     const std::vector<Step> steps = stepsBelow(contentOf(root + "docs/ARCHITECTURE.md"), "\n## Three walks\n");
-    ASSERT_GE(steps.size(), 10U) << "the walks were not read";
+    // Three walks, and what two of them are in the core.
+    ASSERT_GE(steps.size(), 21U) << "a walk was not read";
     for (const Step& step : steps) {
         EXPECT_TRUE(std::filesystem::is_regular_file(root + step.to)) << step.to;
         EXPECT_TRUE(rooms.mayInclude(rooms.roomOf(step.from), rooms.roomOf(step.to))) << step.from << ", " << step.to;
