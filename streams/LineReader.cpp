@@ -17,8 +17,14 @@ bool LineReader::fill() {
 Result<bool> LineReader::next(std::string& line) {
     line.clear();
     for (;;) {
+        if (_isBehindReturn && _begin < _buffer.size()) {
+            _begin += _buffer[_begin] == '\n' ? 1 : 0;
+            _isBehindReturn = false;
+        }
         const auto begin = _buffer.begin() + static_cast<std::ptrdiff_t>(_begin);
-        const auto end = std::find(begin, _buffer.end(), std::uint8_t{'\n'});
+        const auto end = std::find_if(begin, _buffer.end(), [this](std::uint8_t byte) {
+            return byte == '\n' || (byte == '\r' && _ends == LineEnds::Any);
+        });
         line.append(begin, end);
         if (line.size() > kLongestLine) {
             ++_number;
@@ -26,6 +32,7 @@ Result<bool> LineReader::next(std::string& line) {
         }
         if (end != _buffer.end()) {
             _begin = static_cast<std::size_t>(end - _buffer.begin()) + 1;
+            _isBehindReturn = *end == '\r';
             break;
         }
         if (!fill()) {

@@ -111,7 +111,8 @@ std::optional<FrameRate> rateOfCdp(const anc::PacketContentView& packet) {
 /// The lines of a file.
 class MccReader::Lines {
 public:
-    Lines(ByteSource& source, std::optional<FrameRate> rate) : _source(source), _lines(source), _given(rate) {}
+    Lines(ByteSource& source, std::optional<FrameRate> rate)
+        : _source(source), _lines(source, detail::LineEnds::Any), _given(rate) {}
 
     [[nodiscard]] const MccHeader& header() const noexcept { return _header; }
 
@@ -204,7 +205,7 @@ std::optional<Finding> MccReader::Lines::readHeaderLine(std::string_view line) {
 /// What the first CDP of the beginning says.
 std::optional<FrameRate> MccReader::Lines::rateOfBeginning() const {
     MemorySource source(_beginning);
-    detail::LineReader lines(source);
+    detail::LineReader lines(source, detail::LineEnds::Any);
     std::string line;
     detail::MccBytes bytes;
     for (auto hasLine = lines.next(line); hasLine && *hasLine; hasLine = lines.next(line)) {

@@ -19,14 +19,22 @@ namespace {
 
 constexpr std::string_view kTitle = "Scenarist_SCC V1.0";
 constexpr std::string_view kBlanks = " \t";
-constexpr std::size_t kPairDigits = 4;
+
+/// The two bytes of a pair.
+std::optional<std::uint16_t> pairIn(std::string_view digits) {
+    constexpr std::size_t kPairDigits = 4;
+    std::uint16_t pair = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto [rest, error] = std::from_chars(digits.data(), end, pair, 16);
+    return digits.size() == kPairDigits && error == std::errc{} && rest == end ? std::optional(pair) : std::nullopt;
+}
 
 }  // namespace
 
 /// The lines of a file, and the pairs of the one in hand.
 class SccReader::Lines {
 public:
-    Lines(ByteSource& source, const SccOptions& options) : _options(options), _lines(source) {}
+    Lines(ByteSource& source, const SccOptions& options) : _options(options), _lines(source, detail::LineEnds::Any) {}
 
     Result<bool> next(Frame& frame, FindingSink* findings) {
         return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
@@ -35,7 +43,7 @@ public:
 private:
     Result<bool> read(Frame& frame, FindingSink* findings);
     Result<bool> readTitle();
-    Result<bool> readLine();
+    Result<bool> readLine(FindingSink* findings);
     void place(const detail::TimeCodeText& start);
     void checkParity(std::uint16_t pair, std::size_t begin, FindingSink* findings);
 
@@ -83,8 +91,8 @@ Result<bool> SccReader::Lines::readTitle() {
     return true;
 }
 
-/// Reads the next line with pairs.
-Result<bool> SccReader::Lines::readLine() {
+/// Reads the next line with pairs; one whose place is not known is left out.
+Result<bool> SccReader::Lines::readLine(FindingSink* findings) {
     if (_lines.number() == 0) {
         if (const Result<bool> title = readTitle(); !title) {
             return title;
@@ -103,9 +111,13 @@ Result<bool> SccReader::Lines::readLine() {
         const auto start =
             detail::readTimeCode(std::string_view(_line).substr(begin, _place - begin), _options.rate, std::nullopt);
         if (!start || start->size != _place - begin) {
-            return _options.rate == FrameRate::Fps2997
-                       ? _lines.error(FindingCode::SccTimecodeWrong)
-                       : _lines.error(FindingCode::SccTimecodeOfRateWrong, nominalFramesPerSecond(_options.rate));
+            if (findings != nullptr) {
+                findings->add(
+                    _options.rate == FrameRate::Fps2997
+                        ? _lines.error(FindingCode::SccTimecodeWrong)
+                        : _lines.error(FindingCode::SccTimecodeOfRateWrong, nominalFramesPerSecond(_options.rate)));
+            }
+            continue;
         }
         place(*start);
         return true;
@@ -124,21 +136,28 @@ void SccReader::Lines::checkParity(std::uint16_t pair, std::size_t begin, Findin
 }
 
 Result<bool> SccReader::Lines::read(Frame& frame, FindingSink* findings) {
-    std::size_t begin = _place == std::string::npos ? _place : _line.find_first_not_of(kBlanks, _place);
-    while (begin == std::string::npos) {
-        if (const Result<bool> hasLine = readLine(); !hasLine || !*hasLine) {
-            _place = std::string::npos;
-            return hasLine;
+    std::size_t begin = 0;
+    std::optional<std::uint16_t> read;
+    while (!read) {
+        begin = _place == std::string::npos ? _place : _line.find_first_not_of(kBlanks, _place);
+        while (begin == std::string::npos) {
+            if (const Result<bool> hasLine = readLine(findings); !hasLine || !*hasLine) {
+                _place = std::string::npos;
+                return hasLine;
+            }
+            begin = _line.find_first_not_of(kBlanks, _place);
         }
-        begin = _line.find_first_not_of(kBlanks, _place);
+        _place = std::min(_line.find_first_of(kBlanks, begin), _line.size());
+        read = pairIn(std::string_view(_line).substr(begin, _place - begin));
+        if (!read) {
+            // Those behind it keep their frames.
+            ++_nextFrame;
+            if (findings != nullptr) {
+                findings->add(_lines.error(FindingCode::SccPairWrong, begin + 1));
+            }
+        }
     }
-    const std::size_t end = std::min(_line.find_first_of(kBlanks, begin), _line.size());
-    std::uint16_t pair = 0;
-    const auto [rest, error] = std::from_chars(_line.data() + begin, _line.data() + end, pair, 16);
-    if (end - begin != kPairDigits || error != std::errc{} || rest != _line.data() + end) {
-        return _lines.error(FindingCode::SccPairWrong, begin + 1);
-    }
-    _place = end;
+    const std::uint16_t pair = *read;
     if (_remark && findings != nullptr) {
         findings->add(*_remark);
     }

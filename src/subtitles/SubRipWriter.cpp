@@ -87,7 +87,9 @@ void writeRow(const Row& row, RowLosses& losses, std::string& text) {
         appendWithoutLineEnds(text, run.text);
         closeTags(run, text);
     }
-    if (text.size() == begin) {
+    if (text.find_first_not_of(" \t", begin) == std::string::npos) {
+        // Blanks alone are an empty row for many readers, which ends the cue.
+        text.resize(begin);
         text += kEmptyRowText;
     }
     text += '\n';

@@ -254,6 +254,7 @@ Lines pairsOf(std::string_view text) {
         EXPECT_EQ(frame.captionPlace, qlx::streams::CaptionPlace::Track);
         lines.push_back(std::to_string(frame.number) + ":" + toHex(frame.triplets));
     }
+    lines.insert(lines.end(), reading.problems.begin(), reading.problems.end());
     if (!reading.failure.empty()) {
         lines.push_back(reading.failure);
     }
@@ -344,15 +345,37 @@ TEST(SccFile, GivesWhatIsWholeOfEveryShorterFile) {
 }
 
 TEST(SccFile, GoesOnFailing) {
-    const auto bytes = bytesOf("Scenarist_SCC V1.0\nx\t9420 94ae\n00:00:01:00\t9420\n");
+    const auto bytes = bytesOf("rubbish\n00:00:01:00\t9420\n");
     MemorySource source(bytes);
     SccReader reader(source);
     for (int call = 0; call < 3; ++call) {
         Frame frame;
         const auto more = reader.next(frame, nullptr);
         ASSERT_FALSE(more);
-        EXPECT_EQ(more.error().code, FindingCode::SccTimecodeWrong);
-        EXPECT_EQ(more.error().offset, 2U);
+        EXPECT_EQ(more.error().code, FindingCode::SccTitleMissing);
+        EXPECT_EQ(more.error().offset, 1U);
+    }
+}
+
+TEST(SccFile, GoesOnBehindWhatIsWrong) {
+    // A second that drop-frame counting leaves out, a line that is none, and a pair that is none, whose frame is kept.
+    EXPECT_EQ(pairsOf("Scenarist_SCC V1.0\n00:00:01:00\t9420\n00:01:00;00\t94ae\ngarbage line\n"
+                      "00:00:03:00\t9420 94zz 942f\n"),
+              (Lines{"30:fc9420", "90:fc9420", "92:fc942f",
+                     "line 3: no timecode of 29.97 frames a second at the line's beginning",
+                     "line 4: no timecode of 29.97 frames a second at the line's beginning",
+                     "line 5: a byte pair must be four hexadecimal digits, at character 18"}));
+}
+
+TEST(SccFile, HasLinesThatEndWithCarriageReturns) {
+    EXPECT_EQ(pairsOf("Scenarist_SCC V1.0\r\r00:00:01:00\t9420 94ae\r00:00:02:00\t942f\rx"),
+              (Lines{"30:fc9420", "31:fc94ae", "60:fc942f",
+                     "line 5: no timecode of 29.97 frames a second at the line's beginning"}));
+    // A return and a feed are one end, also where a piece that is read ends between them.
+    for (const std::size_t blanks : {65'515U, 65'516U, 65'517U}) {
+        EXPECT_EQ(pairsOf("Scenarist_SCC V1.0\r\n" + std::string(blanks, ' ') + "\r\n\r\nx"),
+                  Lines{"line 4: no timecode of 29.97 frames a second at the line's beginning"})
+            << blanks;
     }
 }
 

@@ -134,6 +134,14 @@ TEST(MccReading, TakesLinesOfATimecodeAsAFrame) {
     EXPECT_EQ(reading.frames[0], first);
     EXPECT_EQ(reading.frames[1].packets[0].line, 11U);
     EXPECT_EQ(reading.frames[1].packets[1].line, qlx::streams::kUsualMccLine);
+    // Line ends of other systems.
+    for (const char* const end : {"\r", "\r\n"}) {
+        std::string text = head("25") + "00:00:01:00.0,9\t4302Z\n00:00:01:00.1,572\t4105Z\n";
+        for (std::size_t place = 0; (place = text.find('\n', place)) != std::string::npos; place += 2) {
+            text.replace(place, 1, end);
+        }
+        EXPECT_EQ(readMcc(text).frames, std::vector<Frame>{first});
+    }
     // No picture has more.
     std::string many = head("25");
     for (int count = 0; count < 1025; ++count) {

@@ -91,12 +91,12 @@ TEST(SccReading, TakesFieldAndRateOfTheCaller) {
                   MediaTime::make(static_cast<std::int64_t>(one.frame) * duration.value, duration.timescale));
     }
     // Numbers that the rate does not have, or leaves out; a rate that leaves none out.
-    EXPECT_EQ(readScc(kTitle + "00:00:00:25\t9420\n", {.rate = FrameRate::Fps25}).failure,
-              "line 2: no timecode of 25 frames a second at the line's beginning");
-    EXPECT_EQ(readScc(kTitle + "00:01:00;03\t9420\n", {.rate = FrameRate::Fps5994}).failure,
-              "line 2: no timecode of 60 frames a second at the line's beginning");
-    EXPECT_EQ(readScc(kTitle + "00:00:01;00\t9420\n", {.rate = FrameRate::Fps25}).failure,
-              "line 2: no timecode of 25 frames a second at the line's beginning");
+    EXPECT_EQ(readScc(kTitle + "00:00:00:25\t9420\n", {.rate = FrameRate::Fps25}).problems,
+              std::vector<std::string>{"line 2: no timecode of 25 frames a second at the line's beginning"});
+    EXPECT_EQ(readScc(kTitle + "00:01:00;03\t9420\n", {.rate = FrameRate::Fps5994}).problems,
+              std::vector<std::string>{"line 2: no timecode of 60 frames a second at the line's beginning"});
+    EXPECT_EQ(readScc(kTitle + "00:00:01;00\t9420\n", {.rate = FrameRate::Fps25}).problems,
+              std::vector<std::string>{"line 2: no timecode of 25 frames a second at the line's beginning"});
 }
 
 TEST(SccReading, SaysWhereALinesFirstByteWithWrongParityIs) {

@@ -250,6 +250,12 @@ TEST(SubRip, WritesCues) {
     EXPECT_TRUE(findings.empty());
 }
 
+TEST(SubRip, WritesNoRowOfBlanks) {
+    // For many readers it ends the cue.
+    EXPECT_EQ(written(cueOf(1, 1000, 2000, {rowOf("a"), rowOf(" \t"), rowOf(" b")})),
+              "1\n00:00:01,000 --> 00:00:02,000\na\n\u00A0\n b\n\n");
+}
+
 TEST(SubRip, WritesNoPlaceThatIsNone) {
     for (const int anchor : {10, 255}) {
         Cue cue = cueOf(1, 1000, 2000, {rowOf("a")});
