@@ -37,6 +37,14 @@ void requireWritten(const MultipleOperationMessage& message) {
     require(again && *again == *bytes);
 }
 
+std::vector<qlx::Data> bytesOf(const std::vector<SpliceInfoSection>& sections) {
+    std::vector<qlx::Data> bytes;
+    for (const SpliceInfoSection& section : sections) {
+        bytes.push_back(*writeSpliceInfoSection(section));
+    }
+    return bytes;
+}
+
 /// Sections as a message, and that as sections again.
 void roundTrip(const std::vector<SpliceInfoSection>& sections, std::uint64_t frame, bool hasRate, bool areOurs) {
     MessageOptions options{.framePts90k = frame};
@@ -61,7 +69,8 @@ void roundTrip(const std::vector<SpliceInfoSection>& sections, std::uint64_t fra
     }
     std::for_each(again->begin(), again->end(), [](const SpliceInfoSection& section) { requireWritten(section); });
     if (areOurs && findings.empty()) {
-        require(*again == sections);
+        // The same bytes: a descriptor that no operation can say comes back as its image.
+        require(bytesOf(*again) == bytesOf(sections));
     }
 }
 

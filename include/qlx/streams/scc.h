@@ -37,7 +37,9 @@ struct SccOptions {
 /// Reads the frames that carry a pair, a pair a frame, as triplets of the field with the time at the rate. The pairs of
 /// a line that is due before those of the lines before it have all been sent follow them; a remark says so
 /// (SccTimecodeEarlier, SccTimecodeOverlaps), and also where the first byte of a line with wrong parity is
-/// (SccParityWrong): pairs are given as they stand there.
+/// (SccParityWrong): pairs are given as they stand there. A line that begins with no timecode (SccTimecodeWrong,
+/// SccTimecodeOfRateWrong) and a pair that is none (SccPairWrong) are left out with a finding; those behind such a pair
+/// keep their frames. Lines end with a line feed, a carriage return or both.
 class QLX_STREAMS_EXPORT SccReader final : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.
