@@ -66,6 +66,7 @@
 #include <qlx/scte/scte35_text.h>
 #include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/cue.h>
+#include <qlx/subtitles/shown_together.h>
 #include <qlx/subtitles/srt.h>
 #include <qlx/subtitles/ssa.h>
 #include <qlx/subtitles/stl.h>

@@ -24,6 +24,8 @@ using detail::Cells;
 // The rows that a cue's numbers count, and the one in the middle.
 constexpr std::uint64_t kPageRows = 11;
 constexpr std::uint64_t kMiddlePageRow = 6;
+// Rows no further apart than this, one of them free, are those of one text.
+constexpr std::uint64_t kNearRows = 2;
 
 /// A row of the caption.
 struct Line {
@@ -50,11 +52,7 @@ public:
             return;
         }
         if (!setNamedRows()) {
-            setDistances();
-            const std::size_t first = firstRow();
-            for (Line& line : _lines) {
-                line.row = first + line.distance;
-            }
+            placeBlocks();
             placeBands();
         }
         for (Line& line : _lines) {
@@ -145,15 +143,55 @@ private:
         return true;
     }
 
-    /// Rows of the cue keep theirs, if there is room.
-    void setDistances() {
-        for (std::size_t index = 1; index < _lines.size(); ++index) {
-            const Line& before = _lines[index - 1];
-            _lines[index].distance = before.distance + distanceOf(before.source, _lines[index].source);
+    /// Rows that are near to one another go together.
+    void placeBlocks() {
+        for (std::span<Line> rest = _lines; !rest.empty();) {
+            const std::span<Line> block = rest.first(sizeOfBlock(rest));
+            setDistances(block);
+            const std::size_t first = firstRow(block);
+            for (Line& line : block) {
+                line.row = first + line.distance;
+            }
+            rest = rest.subspan(block.size());
         }
-        if (_lines.back().distance >= cea608::kRows) {
-            for (std::size_t index = 0; index < _lines.size(); ++index) {
-                _lines[index].distance = index;
+        keepOrder();
+    }
+
+    [[nodiscard]] std::size_t sizeOfBlock(std::span<const Line> lines) const noexcept {
+        std::size_t size = 1;
+        while (size < lines.size() && !isApart(lines[size - 1], lines[size])) {
+            ++size;
+        }
+        return size;
+    }
+
+    [[nodiscard]] bool isApart(const Line& before, const Line& line) const noexcept {
+        const std::uint64_t upper = _cue.rows[before.source].number;
+        const std::uint64_t lower = _cue.rows[line.source].number;
+        return upper != 0 && lower > upper && lower - upper > kNearRows;
+    }
+
+    /// Each below the one in front of it, and all of them on the screen.
+    void keepOrder() noexcept {
+        for (std::size_t index = 1; index < _lines.size(); ++index) {
+            _lines[index].row = std::max(_lines[index].row, _lines[index - 1].row + 1);
+        }
+        std::size_t lowest = cea608::kRows;
+        for (auto line = _lines.rbegin(); line != _lines.rend(); ++line) {
+            line->row = std::min(line->row, lowest);
+            lowest = line->row - 1;
+        }
+    }
+
+    /// Rows of the cue keep theirs, if there is room.
+    void setDistances(std::span<Line> lines) const {
+        for (std::size_t index = 1; index < lines.size(); ++index) {
+            const Line& before = lines[index - 1];
+            lines[index].distance = before.distance + distanceOf(before.source, lines[index].source);
+        }
+        if (lines.back().distance >= cea608::kRows) {
+            for (std::size_t index = 0; index < lines.size(); ++index) {
+                lines[index].distance = index;
             }
         }
     }
@@ -171,11 +209,11 @@ private:
         return lower > upper ? static_cast<std::size_t>(std::min<std::uint64_t>(lower - upper, cea608::kRows)) : 1;
     }
 
-    [[nodiscard]] std::size_t firstRow() const noexcept {
-        const std::size_t height = _lines.back().distance + 1;
+    [[nodiscard]] std::size_t firstRow(std::span<const Line> lines) const noexcept {
+        const std::size_t height = lines.back().distance + 1;
         const std::size_t lowest = cea608::kRows - height + 1;
-        const subtitles::Row& first = _cue.rows[_lines.front().source];
-        const subtitles::Row& last = _cue.rows[_lines.back().source];
+        const subtitles::Row& first = _cue.rows[lines.front().source];
+        const subtitles::Row& last = _cue.rows[lines.back().source];
         if (last.number != 0 && first.number != 0 && last.number < kMiddlePageRow) {
             return std::min(spread(first.number), lowest);
         }

@@ -97,14 +97,17 @@ TEST(CueCaptions, StandOnTheRowsOfTheCue) {
         expectRows(rows({number}), {std::to_string(expected[number - 1]) + ",0 x"});
     }
     expectRows(rows({10, 11}), {"14,0 x", "15,0 x"});
-    expectRows(rows({8, 11}), {"12,0 x", "15,0 x"});
+    expectRows(rows({9, 11}), {"13,0 x", "15,0 x"});
     expectRows(rows({1, 2}), {"1,0 x", "2,0 x"});
     expectRows(rows({3, 5}), {"4,0 x", "6,0 x"});
-    expectRows(rows({1, 11}), {"5,0 x", "15,0 x"});
+    // Texts in several places stand each in its own.
+    expectRows(rows({8, 11}), {"11,0 x", "15,0 x"});
+    expectRows(rows({1, 11}), {"1,0 x", "15,0 x"});
+    expectRows(rows({2, 3, 10, 11}), {"2,0 x", "3,0 x", "14,0 x", "15,0 x"});
     // Not on the page, and not from the top down.
     expectRows(rows({23}), {"15,0 x"});
     expectRows(rows({11, 10}), {"13,0 x", "14,0 x"}, {"4: row 2 is moved below the one before it, its number is 10"});
-    expectRows(rows({1, 200, 200, 201}), {"12,0 x", "13,0 x", "14,0 x", "15,0 x"},
+    expectRows(rows({1, 200, 200, 201}), {"1,0 x", "13,0 x", "14,0 x", "15,0 x"},
                {"4: row 3 is moved below the one before it, its number is 200"});
     // A row without text keeps its place.
     expectRows({rowOf("a"), rowOf(""), rowOf("b")}, {"13,0 a", "15,0 b"});

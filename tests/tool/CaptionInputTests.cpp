@@ -57,6 +57,29 @@ TEST(CaptionInput, ShowsCuesThatBeginTogetherTogether) {
     }
 }
 
+// Paragraphs of regions that begin at 40 % and at 80 % of the picture, the lower one first.
+TEST(CaptionInput, ShowsCuesThatBeginTogetherFromTheTopDown) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.ttml",
+        "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\"><head><layout>"
+        "<region xml:id=\"a\" tts:origin=\"10% 40%\" tts:extent=\"60% 15%\"/>"
+        "<region xml:id=\"b\" tts:origin=\"10% 80%\" tts:extent=\"60% 15%\"/></layout></head><body><div>"
+        "<p region=\"b\" begin=\"1s\" end=\"2s\">Low</p><p region=\"a\" begin=\"1s\" end=\"2s\">High</p>"
+        "</div></body></tt>");
+    const std::string played = folder.path("out.klv");
+    const ToolResult result = runTool(qlxtest::playArgumentsOfMode("captions", file, "25", {"-o", played}));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    for (const char* const target : {"--channel=CC1", "--service=1"}) {
+        const Texts lines = linesOf(runTool({"show", played, "--rate", "25", target, "--at", "1.5"}).out);
+        ASSERT_EQ(lines.size(), 3U) << target;
+        EXPECT_EQ(lines[1].substr(0, 4), "   7") << lines[1];
+        EXPECT_NE(lines[1].find("High"), std::string::npos) << lines[1];
+        EXPECT_EQ(lines[2].substr(0, 4), "  14") << lines[2];
+        EXPECT_NE(lines[2].find("Low"), std::string::npos) << lines[2];
+    }
+}
+
 // Texts of T2 (data channel 2: 1c2a for TR, 1c2b for RTD, 1cad for CR), each behind the one before it.
 TEST(CaptionInput, MayBecomeTexts) {
     const TemporaryFolder folder;

@@ -44,12 +44,13 @@ struct CaptionOptions {
 /// a background and of flashing take. Where the cue names columns (Cue::screenColumns) they stand in the same one of
 /// 32, and with their middle where it is among others; of the 42 of a wide picture of CTA-708 captions have those in
 /// the middle. Where it names rows of 15 they stand on these, if there is room for all of them. Other row numbers, 1 to
-/// 11, which a teletext page has at double height, are spread over the rows 1 to 15 by the last of them (the first,
-/// where that is above the middle), and the rows of a cue keep their distance from one another; one whose number does
-/// not rise stands below the one before it (PlayoutRowMoved). Without numbers the rows end on row 15, or stand in the
-/// middle or at the top as their place in the cue says; where they have several places, those of each stand together in
-/// it, from the top down. Colours, italics, underlines and flashing are asked for; the writer says what cannot be sent.
-/// There is no bold (PlayoutBoldLeftOut).
+/// 11, which a teletext page has at double height, are spread over the rows 1 to 15: rows with one free row between them
+/// at most keep their distance from one another, and stand by the last of them (the first, where that is above the
+/// middle); one whose number does not rise stands below the one before it (PlayoutRowMoved). Without numbers the rows
+/// end on row 15, or stand in the middle or at the top as their place in the cue says; where they have several places,
+/// those of each stand together in it, from the top down. Colours, italics, underlines and flashing are asked for; the
+/// writer says what cannot be sent. There is no bold (PlayoutBoldLeftOut). Cues that begin together in a channel are one
+/// caption (qlx::subtitles::shownTogether()).
 ///
 /// Fails with PlayoutTimeWrong where start or end is no time, is negative, or has no number of a frame.
 [[nodiscard]] QLX_EXPORT Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate,

@@ -3,9 +3,11 @@
 #include "io/Rates.h"
 
 #include <qlx/base/frame_rate.h>
+#include <qlx/subtitles/shown_together.h>
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <utility>
 
 namespace qlx::tool {
@@ -58,16 +60,13 @@ std::vector<subtitles::Cue> PlayedCues::inOrder(bool overlaps) {
 
 void PlayedCues::joinEqualStarts() {
     std::vector<subtitles::Cue> cues;
-    for (subtitles::Cue& cue : _cues) {
-        const auto due = dueFrame(cue, _options.rate);
-        if (cues.empty() || !due || dueFrame(cues.back(), _options.rate) != due) {
-            cues.push_back(std::move(cue));
-            continue;
-        }
-        ++_joined;
-        subtitles::Cue& first = cues.back();
-        first.end = secondsFrom(first.end) < secondsFrom(cue.end) ? cue.end : first.end;
-        std::move(cue.rows.begin(), cue.rows.end(), std::back_inserter(first.rows));
+    for (auto first = _cues.begin(); first != _cues.end();) {
+        const auto due = dueFrame(*first, _options.rate);
+        const auto isDueLater = [&](const subtitles::Cue& cue) { return !due || dueFrame(cue, _options.rate) != due; };
+        const auto last = std::find_if(std::next(first), _cues.end(), isDueLater);
+        cues.push_back(subtitles::shownTogether(std::span(first, last)));
+        _joined += static_cast<std::uint64_t>(last - first - 1);
+        first = last;
     }
     _cues = std::move(cues);
 }
