@@ -36,9 +36,16 @@ std::optional<std::uint64_t> timeOf(const scte::SpliceCommand& command) noexcept
 }
 
 bool isCueRegistration(const ts::Descriptor& descriptor) {
-    return descriptor.is(ts::DescriptorTag::Registration) && descriptor.bytes.size() >= 4 &&
-           descriptor.bytes[0] == 'C' && descriptor.bytes[1] == 'U' && descriptor.bytes[2] == 'E' &&
-           descriptor.bytes[3] == 'I';
+    // format_identifier (ISO/IEC 13818-1, 2.6.8).
+    std::uint32_t identifier = 0;
+    constexpr std::size_t kIdentifierBytes = sizeof identifier;
+    if (!descriptor.is(ts::DescriptorTag::Registration) || descriptor.bytes.size() < kIdentifierBytes) {
+        return false;
+    }
+    for (std::size_t index = 0; index < kIdentifierBytes; ++index) {
+        identifier = identifier << 8U | descriptor.bytes[index];
+    }
+    return identifier == scte::kCueIdentifier;
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace {
 /// The row of the table that has the packet, which is one of them.
 std::size_t rowOf(PacketId id) noexcept {
     const auto found =
-        std::find_if(kRateUses.begin(), kRateUses.end(), [id](const RateUseOfPacket& row) { return row.id == id; });
+        std::find_if(kRateUses.begin(), kRateUses.end(), [id](const RateUseOfPacket& row) { return row.isOf(id); });
     return static_cast<std::size_t>(found - kRateUses.begin());
 }
 

@@ -102,7 +102,7 @@ constexpr std::array kRegister{
     RegisteredPacket{{0xEE, 0x00}, "Audio control 2", kSdAudio, Horizontal},
     RegisteredPacket{{0xEF, 0x00}, "Audio control 1", kSdAudio, Horizontal},
     RegisteredPacket{{0xF0, 0x00}, "Camera position", "SMPTE ST 315", Either},
-    RegisteredPacket{{0xF4, 0x00}, "Error detection", "SMPTE RP 165", Horizontal},
+    RegisteredPacket{ids::kErrorDetection, "Error detection", "SMPTE RP 165", Horizontal},
     RegisteredPacket{{0xF8, 0x00}, "Audio extension 4", kSdAudio, Horizontal},
     RegisteredPacket{{0xF9, 0x00}, "Audio group 4", kSdAudio, Horizontal},
     RegisteredPacket{{0xFA, 0x00}, "Audio extension 3", kSdAudio, Horizontal},

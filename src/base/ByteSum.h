@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <type_traits>
 
 namespace qlx {
 
 /// All bytes added up, modulo 256.
-[[nodiscard]] inline std::uint8_t byteSum(std::span<const std::uint8_t> bytes) noexcept {
+[[nodiscard]] constexpr std::uint8_t byteSum(std::span<const std::uint8_t> bytes) noexcept {
     // Eight bytes at a time, two into each of four lanes of 16 bits. The lanes are added by a multiplication, in which
     // three of them must have room where one is: 3 x 32 words of 2 x 255 do.
     constexpr std::uint64_t kLanes = 0x00FF00FF00FF00FFU;
@@ -17,7 +18,7 @@ namespace qlx {
     const std::uint8_t* next = bytes.data();
     std::size_t left = bytes.size();
     std::uint64_t total = 0;
-    while (left >= sizeof(std::uint64_t)) {
+    while (!std::is_constant_evaluated() && left >= sizeof(std::uint64_t)) {
         std::uint64_t lanes = 0;
         for (std::size_t words = 0; words < kWordsBetween && left >= sizeof(std::uint64_t); ++words) {
             std::uint64_t word = 0;

@@ -173,6 +173,7 @@ bool RateChange::putSections(Cdp& cdp, FindingSink* findings) {
     while (!_options.everySection && !_sections.empty() && _sections.front().firstFrame <= _next &&
            _sections.front().isLike(sections)) {
         static_cast<void>(_sections.pop());
+        ++_sectionsJoined;
     }
     countLate(sections.inputFrame, sections.id(), findings);
     if (sections.hasServices) {

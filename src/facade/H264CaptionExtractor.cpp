@@ -3,6 +3,8 @@
 #include "base/Bytes.h"
 #include "cc/A53Layout.h"
 
+#include <qlx/video/start_code.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -12,7 +14,6 @@ namespace qlx::h264 {
 namespace {
 
 constexpr std::array<std::uint8_t, 4> kLongStartCode{0x00, 0x00, 0x00, 0x01};
-constexpr std::size_t kStartCodeBytes = 3;
 constexpr std::size_t kLengthBytes = 4;
 
 constexpr std::uint8_t kUnitTypeMask = 0x1F;
@@ -65,10 +66,10 @@ SearchResult searchUnit(Bytes bytes, std::uint64_t unitSize, const videostream::
 /// Linear: units do not overlap, and each is searched once for its end and once for captions.
 Data tripletsBehindStartCodes(Bytes bytes, const videostream::Kernels& kernels) {
     const std::size_t end = bytes.size() - kAnnexBTail;
-    const std::size_t lastStartCode = bytes.size() - kStartCodeBytes + 1;
+    const std::size_t lastStartCode = bytes.size() - video::kStartCodeBytes + 1;
     std::size_t position = 0;
     while ((position = kernels.findStartCode(bytes.data(), position, end)) < end) {
-        const std::size_t header = position + kStartCodeBytes;
+        const std::size_t header = position + video::kStartCodeBytes;
         if (!isSEI(bytes[header])) {
             position = header + 1;
             continue;

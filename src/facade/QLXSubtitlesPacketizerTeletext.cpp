@@ -198,9 +198,9 @@ qlx::Data QLXSubtitlesPacketizer::teletextLineDataWithSubtitleLine(
 }
 
 void QLXSubtitlesPacketizer::appendFooterWithChecksumToPacket(std::vector<std::uint8_t>& packet) {
-    const auto footer = sdp::footer(takePacketCounter());
+    const auto footer = teletext::sdpFooter(takePacketCounter());
     packet.insert(packet.end(), footer.begin(), footer.end());
-    packet.push_back(sdp::checksum(packet));
+    packet.push_back(teletext::sdpChecksum(packet));
 }
 
 std::uint8_t QLXSubtitlesPacketizer::convertedFrenchCharacter(std::uint8_t character) const noexcept {
@@ -259,11 +259,11 @@ qlx::Data QLXSubtitlesPacketizer::packetHeaderDataWithPacketsCount_firstLineNumb
 }
 
 qlx::Data QLXSubtitlesPacketizer::footerDataWithPacketCount(std::uint16_t packetCount) {
-    return dataOf(sdp::footer(packetCount));
+    return dataOf(teletext::sdpFooter(packetCount));
 }
 
 void QLXSubtitlesPacketizer::appendChecksumToMutableData(std::vector<std::uint8_t>& data) {
-    data.push_back(sdp::checksum(data));
+    data.push_back(teletext::sdpChecksum(data));
 }
 
 std::uint8_t QLXSubtitlesPacketizer::hamming84ForByte(std::uint8_t byte) noexcept {

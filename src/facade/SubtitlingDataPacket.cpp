@@ -6,7 +6,6 @@ namespace qlx::facade::sdp {
 
 namespace {
 
-constexpr std::size_t kLengthOffset = 2;
 constexpr std::uint8_t kTestPacketLength = 0x3A;
 
 }  // namespace
@@ -17,9 +16,9 @@ Builder::Builder(std::uint8_t firstLine, bool oddField) noexcept : _block(kFilli
 }
 
 Data Builder::finish(std::uint16_t counter) {
-    const auto bytes = footer(counter);
+    const auto bytes = teletext::sdpFooter(counter);
     std::copy(bytes.begin(), bytes.end(), _block.begin() + kPacketsEnd);
-    _block.back() = checksum(std::span(_block).first<kSize - kChecksumSize>());
+    _block.back() = teletext::sdpChecksum(std::span(_block).first<kSize - kChecksumSize>());
     return Data(_block);
 }
 
@@ -40,7 +39,7 @@ Data testPacket(std::span<const std::uint8_t, teletext::kLineBytes> packet) {
     return Data::make(kTestPacketSize, [packet](std::uint8_t* bytes) {
         const auto start = header(kFirstLine, true);
         auto* const end = std::copy(start.begin(), start.end(), bytes);
-        bytes[kLengthOffset] = kTestPacketLength;
+        bytes[teletext::kSdpLengthOffset] = kTestPacketLength;
         std::copy(packet.begin(), packet.end(), end);
     });
 }

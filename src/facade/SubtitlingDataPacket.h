@@ -2,6 +2,7 @@
 #pragma once
 
 #include "facade/TeletextPacket.h"
+#include "teletext/SdpLayout.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <qlx/teletext/sdp.h>
@@ -30,31 +31,11 @@ inline constexpr std::size_t kTestPacketSize = kHeaderSize + teletext::kLineByte
 /// First VBI line of the page headers and filling packets.
 inline constexpr std::uint8_t kFirstLine = 10;
 
-/// Identifier, length of the whole packet, format code, and descriptors for three lines (two stay unused).
+/// Of a packet with descriptors for three lines; two stay unused.
 constexpr std::array<std::uint8_t, kHeaderSize> header(std::uint8_t firstLine, bool oddField) noexcept {
-    return {teletext::kSdpIdentifier >> 8U,
-            teletext::kSdpIdentifier & 0xFFU,
-            kSize,
-            teletext::kSdpTeletextFormat,
-            teletext::sdpDescriptor(firstLine, oddField),
-            teletext::sdpDescriptor(firstLine + 1U, oddField),
-            teletext::sdpDescriptor(firstLine + 2U, oddField),
-            0,
-            0};
-}
-
-constexpr std::array<std::uint8_t, kFooterSize> footer(std::uint16_t counter) noexcept {
-    return {teletext::kSdpFooterIdentifier, static_cast<std::uint8_t>(counter >> 8U),
-            static_cast<std::uint8_t>(counter & 0xFFU)};
-}
-
-/// The byte that makes the sum of `bytes` and itself 0 modulo 256.
-constexpr std::uint8_t checksum(std::span<const std::uint8_t> bytes) noexcept {
-    unsigned sum = 0;
-    for (const std::uint8_t byte : bytes) {
-        sum += byte;
-    }
-    return static_cast<std::uint8_t>(0U - sum);
+    return teletext::sdpHeader(kSize, {teletext::sdpDescriptor(firstLine, oddField),
+                                       teletext::sdpDescriptor(firstLine + 1U, oddField),
+                                       teletext::sdpDescriptor(firstLine + 2U, oddField)});
 }
 
 using Block = std::array<std::uint8_t, kSize>;
@@ -72,8 +53,8 @@ constexpr Block fillingBlock(bool oddField) noexcept {
     for (std::size_t index = 0; index < kPacketCount; ++index) {
         put(kFillingPacket);
     }
-    put(footer(0));
-    block[position] = checksum(std::span(block).first(position));
+    put(teletext::sdpFooter(0));
+    block[position] = teletext::sdpChecksum(std::span(block).first(position));
     return block;
 }
 

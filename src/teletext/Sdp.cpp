@@ -1,15 +1,9 @@
 // Reads and writes subtitling distribution packets.
-//
-//   0  51 15      identifier
-//   2  length     of the whole packet
-//   3  02         format: teletext
-//   4  5 descriptors, 0 for those that are not used
-//   9  a packet of 45 bytes for each that is
-//      74         footer: counter (2 bytes), checksum (all bytes add up to 0 modulo 256)
 #include <qlx/teletext/sdp.h>
 
 #include "base/ByteSum.h"
 #include "base/Bytes.h"
+#include "teletext/SdpLayout.h"
 
 #include <algorithm>
 
@@ -18,10 +12,6 @@ namespace qlx::teletext {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-constexpr std::size_t kLengthOffset = 2;
-constexpr std::size_t kFormatOffset = 3;
-constexpr std::size_t kDescriptorsOffset = 4;
 
 class Reader {
 public:
@@ -59,8 +49,8 @@ private:
 
     void checkLength() {
         const std::size_t right = sdpSize(_announced);
-        if (_bytes[kLengthOffset] != right) {
-            add(FindingCode::SdpLengthWrong, Severity::Warning, kLengthOffset, _bytes[kLengthOffset], right);
+        if (_bytes[kSdpLengthOffset] != right) {
+            add(FindingCode::SdpLengthWrong, Severity::Warning, kSdpLengthOffset, _bytes[kSdpLengthOffset], right);
         }
     }
 
@@ -68,7 +58,7 @@ private:
         const Bytes all = descriptors();
         for (std::size_t index = 0; index + 1 < all.size(); ++index) {
             if (all[index] == 0 && all[index + 1] != 0) {
-                add(FindingCode::SdpDescriptorUnused, Severity::Warning, kDescriptorsOffset + index, index);
+                add(FindingCode::SdpDescriptorUnused, Severity::Warning, kSdpDescriptorsOffset + index, index);
             }
         }
     }
@@ -95,7 +85,9 @@ private:
         }
     }
 
-    [[nodiscard]] Bytes descriptors() const noexcept { return _bytes.subspan(kDescriptorsOffset, kGreatestSdpLines); }
+    [[nodiscard]] Bytes descriptors() const noexcept {
+        return _bytes.subspan(kSdpDescriptorsOffset, kGreatestSdpLines);
+    }
 
     void add(FindingCode code, Severity severity, std::size_t offset, std::size_t first, std::size_t second = 0) {
         if (_findings != nullptr) {
@@ -115,7 +107,7 @@ private:
 Finding whyNot(const Sdp& sdp) {
     for (std::size_t index = 0; index < sdp.lines.size(); ++index) {
         if (sdp.lines[index].descriptor == 0) {
-            return {FindingCode::SdpDescriptorUnused, Severity::Error, kDescriptorsOffset + index,
+            return {FindingCode::SdpDescriptorUnused, Severity::Error, kSdpDescriptorsOffset + index,
                     static_cast<std::int64_t>(index), 0};
         }
     }
@@ -123,21 +115,17 @@ Finding whyNot(const Sdp& sdp) {
 }
 
 void write(const Sdp& sdp, std::uint8_t* bytes) noexcept {
-    const std::size_t size = sdpSize(sdp.lines.size());
-    storeBig(bytes, kSdpIdentifier);
-    bytes[kLengthOffset] = static_cast<std::uint8_t>(size);
-    bytes[kFormatOffset] = kSdpTeletextFormat;
-    std::uint8_t* descriptor = bytes + kDescriptorsOffset;
-    std::fill_n(descriptor, kGreatestSdpLines, std::uint8_t{0});
-    std::uint8_t* next = bytes + kSdpHeaderBytes;
+    SdpDescriptors descriptors{};
+    std::transform(sdp.lines.begin(), sdp.lines.end(), descriptors.begin(),
+                   [](const SdpLine& line) { return line.descriptor; });
+    const auto header = sdpHeader(sdpSize(sdp.lines.size()), descriptors);
+    std::uint8_t* next = std::copy(header.begin(), header.end(), bytes);
     for (const SdpLine& line : sdp.lines) {
-        *descriptor++ = line.descriptor;
         next = std::copy(line.bytes.begin(), line.bytes.end(), next);
     }
-    *next++ = kSdpFooterIdentifier;
-    storeBig(next, sdp.counter);
-    next += sizeof sdp.counter;
-    *next = static_cast<std::uint8_t>(0U - byteSum({bytes, next}));
+    const auto footer = sdpFooter(sdp.counter);
+    next = std::copy(footer.begin(), footer.end(), next);
+    *next = sdpChecksum({bytes, next});
 }
 
 }  // namespace
@@ -160,8 +148,8 @@ Result<Sdp> parseSdp(Bytes bytes, FindingSink* findings) {
         return Finding{FindingCode::SdpTooShort, Severity::Error, bytes.size(), kSdpHeaderBytes,
                        static_cast<std::int64_t>(bytes.size())};
     }
-    if (bytes[kFormatOffset] != kSdpTeletextFormat) {
-        return Finding{FindingCode::SdpFormatUnknown, Severity::Error, kFormatOffset, bytes[kFormatOffset],
+    if (bytes[kSdpFormatOffset] != kSdpTeletextFormat) {
+        return Finding{FindingCode::SdpFormatUnknown, Severity::Error, kSdpFormatOffset, bytes[kSdpFormatOffset],
                        kSdpTeletextFormat};
     }
     Sdp sdp;

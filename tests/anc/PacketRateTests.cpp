@@ -70,6 +70,11 @@ TEST(PacketRateChange, KnowsWhatDescribesAFrame) {
     for (const PacketId id : {PacketId{0x41, 0x01}, PacketId{0x46, 0x01}, PacketId{0x60, 0x61}}) {
         EXPECT_EQ(qlx::anc::rateUseOf(id), RateUse::EachFrameOfItsRate);
     }
+    // RP 165 checks the picture that it comes with. It is of type 1: the second word counts packets.
+    EXPECT_EQ(qlx::anc::rateUseOf({0xF4, 0x00}), RateUse::EachFrameOfItsRate);
+    EXPECT_EQ(qlx::anc::rateUseOf({0xF4, 0x05}), RateUse::EachFrameOfItsRate);
+    EXPECT_EQ(qlx::anc::rateUseOf({0xF5, 0x00}), RateUse::Once);
+    EXPECT_EQ(qlx::anc::rateUseOf({0x41, 0x02}), RateUse::Once);
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kOp47), RateUse::Once);
     EXPECT_EQ(qlx::anc::rateUseOf(ids::kScte104), RateUse::Once);
     EXPECT_EQ(qlx::anc::rateUseOf({0x41, 0x0B}), RateUse::Once);
@@ -98,6 +103,15 @@ TEST(PacketRateChange, SendsOnceAtItsTimeOrLater) {
     EXPECT_EQ(course.taken(5),
               (Packets{{0, " 67/0 65/10"}, {1, " 67/1 65/11 67/2 65/12"}, {2, " 67/3 65/13 67/4 65/14 67/5 65/15"}}));
     EXPECT_TRUE(course.findings.empty());
+}
+
+TEST(PacketRateChange, DropsTheChecksOfPicturesThatAreOthers) {
+    for (const FrameRate to : {FrameRate::Fps25, FrameRate::Fps50}) {
+        Course course(FrameRate::Fps25, to);
+        course.feed(0, {0xF4, 0x01}, 1);
+        EXPECT_EQ(course.taken(1), to == FrameRate::Fps25 ? Packets({{0, " 244/1"}}) : Packets());
+        EXPECT_EQ(course.findings.size(), to == FrameRate::Fps25 ? 0U : 1U);
+    }
 }
 
 TEST(PacketRateChange, RepeatsWhatDescribesAFrame) {

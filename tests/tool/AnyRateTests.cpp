@@ -420,7 +420,14 @@ TEST(AnyRate, SendsServiceInformationOnceForEachThatCame) {
                             ": frame 3 of the result: sections 73 behind the last frame: 3\n");
     EXPECT_EQ(services("b.jsonl"), std::vector<bool>(6, true));
     // The last one came behind the beginning of frame 2.
-    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "25", "c.jsonl").exitCode, 0);
+    const ToolResult joined = runRate(folder, "a.jsonl", "50", "25", "c.jsonl");
+    EXPECT_EQ(joined.exitCode, 0);
+    // Those of frames 1 and 2 are due in frame 1, those of 3 and 4 in frame 2, and that of 5 behind the end.
+    EXPECT_EQ(joined.err,
+              "qlxcc: warning: " + folder.path("a.jsonl") +
+                  ": frame 3 of the result: sections 73 behind the last frame: 1\nqlxcc: " + folder.path("a.jsonl") +
+                  ": 2 service sections sent with the one before, which says the same (see "
+                  "--every-section)\n");
     EXPECT_EQ(services("c.jsonl"), std::vector<bool>(4, true));
     EXPECT_EQ(runRate(folder, "a.jsonl", "50", "60", "d.jsonl", {"--every-section"}).err, "");
     EXPECT_EQ(services("d.jsonl"), (std::vector<bool>{true, false, true, true, true, true, true, false}));

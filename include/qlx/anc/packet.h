@@ -62,6 +62,7 @@ inline constexpr PacketId kWideScreenSignalling{0x50, 0x01};  ///< Wide-screen s
 inline constexpr PacketId kHighFrameRateTimeCode{0x60, 0x61};  ///< Time code of high frame rates (SMPTE ST 12-3).
 inline constexpr PacketId kTimeCodeOfHanc{0x64, 0x64};         ///< Time code in horizontal data (SMPTE RP 196).
 inline constexpr PacketId kVitcOfHanc{0x64, 0x7F};             ///< VITC in horizontal data (SMPTE RP 196).
+inline constexpr PacketId kErrorDetection{0xF4, 0x00};         ///< Checks of the picture (SMPTE RP 165); of type 1.
 }  // namespace ids
 
 /// What people call packets with these two words (the second one as it stands there, also of type 1): `CEA608`, `CEA708`,

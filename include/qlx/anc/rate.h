@@ -28,18 +28,24 @@ enum class RateUse : std::uint8_t {
     /// The same, and it counts frames: it is dropped where the new rate counts them otherwise (24 to 30, for instance).
     /// Two rates count alike when one is the other, or the double of the other, whose time code counts pairs of frames.
     EachCountedFrame,
-    /// As EachFrame, and it says which rate the frames have: it is dropped where that is another one.
+    /// As EachFrame, and it is right for frames of its rate alone, which it names or checks: it is dropped where that is
+    /// another one.
     EachFrameOfItsRate,
 };
 
 /// A row of the table.
 struct RateUseOfPacket {
-    PacketId id;                  ///< DID and SDID.
+    PacketId id;                  ///< DID and SDID; 0 for the DBN of type 1.
     RateUse use = RateUse::Once;  ///< What becomes of it.
+
+    /// Whether it is that of a packet.
+    [[nodiscard]] constexpr bool isOf(PacketId packet) const noexcept {
+        return id == packet || (id.did == packet.did && isType1(id.did));
+    }
 };
 
 /// The packets that do not go out once, as the register of SMPTE ST 291-1 names them.
-inline constexpr std::array<RateUseOfPacket, 12> kRateUses{{
+inline constexpr std::array<RateUseOfPacket, 13> kRateUses{{
     {ids::kAfdBarData, RateUse::EachFrame},
     {ids::kPanScan, RateUse::EachFrame},
     {ids::kStereoscopic, RateUse::EachFrame},
@@ -52,12 +58,13 @@ inline constexpr std::array<RateUseOfPacket, 12> kRateUses{{
     {ids::kPayloadIdentifier, RateUse::EachFrameOfItsRate},
     {ids::kTwoFrameMarker, RateUse::EachFrameOfItsRate},
     {ids::kHighFrameRateTimeCode, RateUse::EachFrameOfItsRate},
+    {ids::kErrorDetection, RateUse::EachFrameOfItsRate},
 }};
 
 /// What becomes of a packet.
 [[nodiscard]] constexpr RateUse rateUseOf(PacketId id) noexcept {
     for (const RateUseOfPacket& row : kRateUses) {
-        if (row.id == id) {
+        if (row.isOf(id)) {
             return row.use;
         }
     }

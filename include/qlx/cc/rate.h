@@ -116,8 +116,8 @@ struct RateFrame {
 /// without padding in between.
 ///
 /// Service information, and sections that the standard keeps for the future, go out in their order, once for each that
-/// came, those of one packet with a packet; equal ones that wait together go out as one, but for
-/// RateOptions::everySection. The time code is counted on from the first one that came, in the new rate's frames, and
+/// came, those of one packet with a packet; equal ones that wait together go out as one (sectionsJoined()), but
+/// for RateOptions::everySection. The time code is counted on from the first one that came, in the new rate's frames, and
 /// anew after each jump; at 29.97 and 59.94 with dropped numbers, unless the input has one of these rates and does not
 /// drop any, or 23.976, whose labels are right without. An impossible one is left out (RateTimeCodeImpossible).
 ///
@@ -158,6 +158,8 @@ public:
     }
     /// Triplets, and sections of a packet, that were sent after more than two seconds.
     [[nodiscard]] std::uint64_t sentLate() const noexcept { return _sentLate; }
+    /// Sections of packets that went out with those in front of them, which say the same (RateOptions::everySection).
+    [[nodiscard]] std::uint64_t sectionsJoined() const noexcept { return _sectionsJoined; }
 
 private:
     void enterFrame(std::uint64_t& frame, FindingSink* findings);
@@ -191,6 +193,7 @@ private:
     std::size_t _packetMissing = 0;  ///< Triplets that the last DTVCC packet still lacks.
     std::uint64_t _packetInput = 0;  ///< The last frame with triplets of it.
     std::uint64_t _sentLate = 0;
+    std::uint64_t _sectionsJoined = 0;
     bool _isFinished = false;
     bool _saidWaiting = false;
 };

@@ -30,9 +30,6 @@
 
 namespace qlx::streams {
 
-/// format_identifier of programs with splice information (ANSI/SCTE 35, 8.1): "CUEI".
-inline constexpr std::uint32_t kCueRegistration = 0x43554549;
-
 /// A section, and when it came.
 struct SpliceArrival {
     std::uint64_t offset = 0;   ///< Byte of the stream at which its first packet stands.

@@ -92,6 +92,7 @@ public:
         }
         _writer->finish();
         _leftOut.say();
+        saySectionsJoined();
         if (_packetsLost > 0) {
             printWhyItFails(_source.name(), counted(_packetsLost, "caption packet") + " left out");
         }
@@ -229,6 +230,17 @@ private:
         return _framesWritten >= firstFrameAtOrAfter(_from, _framesRead, _to) ||
                !std::all_of(_streams.begin(), _streams.end(),
                             [this](CaptionStream& stream) { return hasNext(stream); });
+    }
+
+    void saySectionsJoined() const {
+        std::uint64_t joined = 0;
+        for (const CaptionStream& stream : _streams) {
+            joined += stream.change.sectionsJoined();
+        }
+        if (joined > 0) {
+            printNote(_source.name() + ": " + counted(joined, "service section") +
+                      " sent with the one before, which says the same (see --every-section)");
+        }
     }
 
     /// Behind the last frame of the input: whether there is a frame to be written. All streams take it.
