@@ -374,6 +374,15 @@ Result<std::size_t> writeCommand(const Command& command, std::span<std::uint8_t>
     return bytes.size();
 }
 
+Result<Data> writeCommand(const Command& command) {
+    std::array<std::uint8_t, kGreatestCommandBytes> room;
+    const Result<std::size_t> size = writeCommand(command, room);
+    if (!size) {
+        return size.error();
+    }
+    return Data(std::span(room).first(*size));
+}
+
 WindowAttributes predefinedWindow(std::uint8_t style) noexcept {
     struct Style {
         Justification justification;

@@ -195,6 +195,13 @@ Result<std::size_t> writePacket(const Packet& packet, std::span<std::uint8_t> ro
     return packet.size();
 }
 
+Data writePacket(const Packet& packet) {
+    return Data::make(packet.size(), [&packet](std::uint8_t* bytes) {
+        // It has the room.
+        static_cast<void>(writePacket(packet, {bytes, packet.size()}));
+    });
+}
+
 Result<std::size_t> writeTriplets(const Packet& packet, std::span<cc::Triplet> room) {
     const std::size_t count = packet.size() / 2;
     if (room.size() < count) {

@@ -29,7 +29,13 @@ using qlxtest::toHex;
 std::string written(const Command& command) {
     std::array<std::uint8_t, kGreatestCommandBytes> room{};
     const auto size = writeCommand(command, room);
-    return size ? toHex(std::span(room).first(*size)) : "";
+    const auto own = writeCommand(command);
+    EXPECT_EQ(size.hasValue(), own.hasValue());
+    if (!size || !own) {
+        return "";
+    }
+    EXPECT_EQ(toHex(*own), toHex(std::span(room).first(*size)));
+    return toHex(*own);
 }
 
 ReservedCommand reserved(const std::string& hex) {
@@ -220,6 +226,7 @@ TEST(CaptionCommands, AreRefusedWhereTheyDoNotFit) {
         std::array<std::uint8_t, 8> room{};
         EXPECT_EQ(writeCommand(command, room).error().code, FindingCode::Cea708ValueTooGreat);
         EXPECT_EQ(room, (std::array<std::uint8_t, 8>{}));
+        EXPECT_EQ(writeCommand(command).error().code, FindingCode::Cea708ValueTooGreat);
     }
     std::array<std::uint8_t, 2> room{};
     EXPECT_EQ(writeCommand(PenColor(), room).error(), (Finding{FindingCode::OutputTooSmall, Severity::Error, 0, 4, 2}));

@@ -49,6 +49,7 @@ std::string written(const Packet& packet) {
     ExactBuffer room = ExactBuffer::filled(packet.size(), 0xAA);
     const auto size = writePacket(packet, room.span());
     EXPECT_TRUE(size && *size == packet.size());
+    EXPECT_EQ(toHex(writePacket(packet)), toHex(room.span()));
     return toHex(room.span());
 }
 

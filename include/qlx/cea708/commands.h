@@ -10,6 +10,7 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/result.h>
 #include <qlx/cea708/characters.h>
@@ -228,6 +229,8 @@ struct SizedCommand {
 /// whose code is none of its set, a Control or WindowsAction that is none, an empty ReservedCommand too), OutputTooSmall
 /// for a room that is smaller; nothing is written then. Allocates nothing.
 [[nodiscard]] QLX_EXPORT Result<std::size_t> writeCommand(const Command& command, std::span<std::uint8_t> room);
+/// The same as a buffer of its own.
+[[nodiscard]] QLX_EXPORT Result<Data> writeCommand(const Command& command);
 
 /// The window attributes of a predefined style, 1 to 7; those of style 1 for any other number.
 [[nodiscard]] QLX_EXPORT WindowAttributes predefinedWindow(std::uint8_t style) noexcept;

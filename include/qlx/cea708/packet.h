@@ -11,6 +11,7 @@
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
+#include <QLXClosedCaptionsUtilities/platform/Data.h>
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/result.h>
 #include <qlx/cc/triplet.h>
@@ -158,6 +159,8 @@ private:
 /// Writes the packet, always an even number of bytes, and gives their number. OutputTooSmall for a room that is smaller;
 /// nothing is written then. Allocates nothing.
 [[nodiscard]] QLX_EXPORT Result<std::size_t> writePacket(const Packet& packet, std::span<std::uint8_t> room);
+/// The same as a buffer of its own.
+[[nodiscard]] QLX_EXPORT Data writePacket(const Packet& packet);
 
 /// Writes the packet as triplets, the first of which is a packet start, and gives their number: at most 64.
 /// OutputTooSmall for a room that is smaller; nothing is written then.
