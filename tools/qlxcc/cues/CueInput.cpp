@@ -362,7 +362,8 @@ void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, 
 }
 
 CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take) {
-    InputFile file(request.path);
+    const auto opened = request.opened ? request.opened : std::make_shared<InputFile>(request.path);
+    InputFile& file = *opened;
     CueInput input;
     input.name = file.name();
     const auto given = request.source.kind;

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -22,6 +23,7 @@ namespace qlx::tool {
 /// How a file is to be read.
 struct CueRequest {
     std::string path;                        ///< `-`: standard input.
+    std::shared_ptr<InputFile> opened{};     ///< It, where it has been opened.
     std::string encoding;                    ///< Of a text; empty: what the file says.
     FrameSourceOptions source;               ///< Its kind, and what is known of its frames.
     std::string track;                       ///< Of text: its number from 1, or its language; empty: the first one.
