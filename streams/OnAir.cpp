@@ -84,8 +84,11 @@ public:
             isChanged = _screen.receive(pair.first, pair.second, findings, captions.line()) || isChanged;
             _isCarried = true;
         }
+        _change = _screen.takeChange();
         return isChanged;
     }
+
+    [[nodiscard]] screen::Change change() const noexcept override { return _change; }
 
     [[nodiscard]] screen::Screen screen() const override { return _screen.screen(); }
     [[nodiscard]] OnAirKind kind() const noexcept override { return OnAirKind::CaptionChannel; }
@@ -96,6 +99,7 @@ private:
     cea608::Receiver _screen;
     CdpCounters _counters;
     detail::FieldGap _gap;
+    screen::Change _change;
     bool _isCarried = false;
 };
 
@@ -120,8 +124,11 @@ public:
                 isChanged = _receiver.receive(packet, findings, captions.line()) || isChanged;
             }
         }
+        _change = _receiver.takeChange();
         return isChanged;
     }
+
+    [[nodiscard]] screen::Change change() const noexcept override { return _change; }
 
     [[nodiscard]] screen::Screen screen() const override { return _receiver.screen(); }
     [[nodiscard]] OnAirKind kind() const noexcept override { return OnAirKind::CaptionService; }
@@ -144,6 +151,7 @@ private:
     cea708::Receiver _receiver;
     CdpCounters _counters;
     detail::DelayClock _clock;
+    screen::Change _change;
     std::array<bool, cea708::kGreatestService + std::size_t{1}> _isThere{};
 };
 

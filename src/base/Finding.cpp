@@ -21,15 +21,16 @@ const detail::FindingText* textOf(std::span<const detail::FindingText> texts, Fi
     return entry == texts.end() ? nullptr : &*entry;
 }
 
-/// Writes the four bytes of a time code; the highest bit is set in drop-frame counting.
-void appendTimeCode(std::string& text, std::int64_t bytes) {
-    constexpr std::int64_t kDropFrame = 0x8000'0000;
+/// Writes the four bytes of a time code.
+/// @param mayDrop Whether the highest bit is set in drop-frame counting, and no part of a number.
+void appendTimeCode(std::string& text, std::int64_t bytes, bool mayDrop) {
+    const std::int64_t dropFrame = mayDrop ? 0x8000'0000 : 0;
     for (int shift = 24; shift >= 0; shift -= 8) {
-        const std::int64_t number = (bytes & ~kDropFrame) >> shift & 0xFF;
+        const std::int64_t number = (bytes & ~dropFrame) >> shift & 0xFF;
         text += number < 10 ? "0" : "";
         text += std::to_string(number);
         if (shift > 0) {
-            text += shift == 8 && (bytes & kDropFrame) != 0 ? ';' : ':';
+            text += shift == 8 && (bytes & dropFrame) != 0 ? ';' : ':';
         }
     }
 }
@@ -63,8 +64,8 @@ void appendNumber(std::string& text, std::int64_t number, char form) {
         text += number == 1 ? "" : "s";
         return;
     }
-    if (form == 't') {
-        appendTimeCode(text, number);
+    if (form == 't' || form == 'b') {
+        appendTimeCode(text, number, form == 't');
         return;
     }
     if (form == 'p') {

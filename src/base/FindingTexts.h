@@ -10,8 +10,9 @@ namespace qlx::detail {
 /// The words of a code.
 struct FindingText {
     FindingCode code;
-    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`, `{1p}`, `{2t}`: in hexadecimal,
-                               ///< without a sign, as a place of a caption, as a time code; `{1s}`: `s` unless it is 1.
+    std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`, `{1p}`, `{2t}`, `{1b}`: in
+        ///< hexadecimal, without a sign, as a place of a caption, as a time code that says whether
+        ///< it drops frames, as one of four bytes; `{1s}`: `s` unless it is 1.
 };
 
 using enum FindingCode;
@@ -439,14 +440,14 @@ inline constexpr FindingText kFindingTexts[] = {
     {StlDiskFormatUnknown, "unknown disk format code {1x}"},
     {StlFieldUnknown, "unknown code {1x} in a field of {2} characters"},
     {StlNumberWrong, "character {1x} in a number of {2} digits"},
-    {StlTimeCodeWrong, "impossible time code {1x} ({2} frames in a second)"},
+    {StlTimeCodeWrong, "impossible time code {1b} ({2} frames in a second)"},
     {StlBlockCountWrong, "{1} blocks announced, {2} are there"},
     {StlBlockCut, "block of {1} bytes, of which {2} are there"},
     {StlExtensionNumberReserved, "reserved extension block number {1x}"},
     {StlStatusUnknown, "unknown cumulative status {1}, the greatest is {2}"},
     {StlJustificationUnknown, "unknown justification code {1}, the greatest is {2}"},
     {StlCommentFlagUnknown, "unknown comment flag {1}, the greatest is {2}"},
-    {StlEndNotLater, "time code out {2x} is not later than time code in {1x}"},
+    {StlEndNotLater, "time code out {2b} is not later than time code in {1b}"},
     {StlTextUnended, "text without an end mark: {1} characters behind its last line break are left out"},
     {StlCodesPassed, "code {1x} is passed over ({2} such codes in the text)"},
     {StlStylesPassed, "italics, underline or box (code {1x}) is passed over ({2} such codes in the text)"},

@@ -235,6 +235,7 @@ bool Receiver::receiveMode(Control control) {
     case Control::EndOfCaption:
         start(Mode::PopOn);
         std::swap(_displayed, _loaded);
+        _change.isReplaced = true;
         return true;
     default:
         return startRollUp(static_cast<std::size_t>(control) - static_cast<std::size_t>(Control::RollUp2) + 2);
@@ -264,6 +265,7 @@ bool Receiver::startRollUp(std::size_t rows) {
     // The rows of a window that is too near to the upper edge move down together [C.4].
     moveWindow(_row);
     for (std::size_t row = 0; row + rows <= _row; ++row) {
+        _change.isReplaced = _change.isReplaced || _displayed[row] != Row{};
         _displayed[row] = {};
     }
     return true;
@@ -276,6 +278,7 @@ bool Receiver::rollUp() {
         _displayed[row] = _displayed[row + 1];
     }
     _displayed[_row] = {};
+    _change.isRolled = true;
     _column = 0;
     _style = {};
     _mayFreeColumn = false;
@@ -288,6 +291,7 @@ bool Receiver::rollText() {
     if (isLast) {
         std::rotate(_displayed.begin(), _displayed.begin() + 1, _displayed.end());
         _displayed.back() = {};
+        _change.isRolled = true;
     } else {
         ++_row;
     }
@@ -309,6 +313,7 @@ void Receiver::moveWindow(std::size_t row) {
         moved[row - line] = _displayed[_row - line];
     }
     _displayed = moved;
+    _change.isRolled = true;
     _row = row;
 }
 
@@ -394,7 +399,7 @@ bool Receiver::put(char32_t character) {
     const std::size_t column = std::min(_column, kColumns - 1);
     currentRow()[column] = cell;
     _column = column + 1;
-    return writesDisplayed();
+    return changeText();
 }
 
 /// A background code behind a preamble gives its column to a row of 32 letters.
@@ -410,6 +415,7 @@ bool Receiver::freeColumn() {
 
 bool Receiver::erase(Memory& memory) {
     memory = {};
+    _change.isReplaced = _change.isReplaced || &memory == &_displayed;
     // The row that is being written keeps its background where the other memory is erased.
     _mayFreeColumn = _mayFreeColumn && &memory != (writesDisplayed() ? &_displayed : &_loaded);
     return &memory == &_displayed;
@@ -421,14 +427,21 @@ bool Receiver::backspace() {
         return false;
     }
     currentRow()[--_column] = {};
-    return writesDisplayed();
+    return changeText();
 }
 
 /// From the cursor on [(f)(1)(vii), (f)(2)(iii), (f)(3)(ii)].
 bool Receiver::deleteToEndOfRow() {
     Row& row = currentRow();
     std::fill(row.begin() + static_cast<std::ptrdiff_t>(std::min(_column, kColumns - 1)), row.end(), screen::Cell{});
-    return writesDisplayed();
+    return changeText();
+}
+
+/// Characters of the current row have changed: whether they are shown.
+bool Receiver::changeText() noexcept {
+    const bool isShown = writesDisplayed();
+    _change.isWritten = _change.isWritten || isShown;
+    return isShown;
 }
 
 /// With a solid space on both sides of what is shown [C.8].

@@ -66,14 +66,19 @@ struct Receiver::Interpreter {
             return;
         }
         change(*window);
+        screen::Change& changed = receiver._change;
         if (control == Control::CarriageReturn) {
-            window->carriageReturn();
+            const bool isScrolled = window->carriageReturn();
+            changed.isRolled = changed.isRolled || (isScrolled && window->isVisible());
         } else if (control == Control::HorizontalCarriageReturn) {
             window->horizontalCarriageReturn();
+            changed.isWritten = changed.isWritten || window->isVisible();
         } else if (control == Control::FormFeed) {
             window->formFeed();
+            changed.isReplaced = changed.isReplaced || window->isVisible();
         } else {
             window->backspace();
+            changed.isWritten = changed.isWritten || window->isVisible();
         }
     }
 
@@ -138,6 +143,7 @@ struct Receiver::Interpreter {
         receiver.completeRow();
         if (Window* const window = receiver.current(0x97, sink)) {
             change(*window);
+            replace(*window);
             window->setAttributes(attributes);
         }
     }
@@ -146,8 +152,15 @@ struct Receiver::Interpreter {
         receiver.completeRow();
         Window& window = receiver._windows[definition.window];
         change(window);
+        const bool isSame = window.isDefined() && window.definition() == definition;
+        if (!isSame) {
+            replace(window);
+        }
         window.define(definition, receiver._options.aspectRatio, sink.findings, sink.offset);
         change(window);
+        if (!isSame) {
+            replace(window);
+        }
         receiver._current = definition.window;
         receiver._wasToldNoWindow = false;
     }
@@ -158,6 +171,10 @@ struct Receiver::Interpreter {
 private:
     void change(const Window& window) const noexcept {
         receiver._isChanged = receiver._isChanged || window.isVisible();
+    }
+
+    void replace(const Window& window) const noexcept {
+        receiver._change.isReplaced = receiver._change.isReplaced || window.isVisible();
     }
 
     void act(WindowsAction action, std::size_t number, Window& window) const {
@@ -183,7 +200,9 @@ private:
             break;
         }
         const bool isCleared = action == WindowsAction::Clear && wasVisible;
-        receiver._isChanged = receiver._isChanged || isCleared || window.isVisible() != wasVisible;
+        const bool isReplaced = isCleared || window.isVisible() != wasVisible;
+        receiver._isChanged = receiver._isChanged || isReplaced;
+        receiver._change.isReplaced = receiver._change.isReplaced || isReplaced;
     }
 };
 
@@ -251,6 +270,7 @@ bool Receiver::reset() noexcept {
 void Receiver::removeWindows() noexcept {
     for (Window& window : _windows) {
         _isChanged = _isChanged || window.isVisible();
+        _change.isReplaced = _change.isReplaced || window.isVisible();
         window.remove();
     }
     _current.reset();
@@ -348,6 +368,7 @@ void Receiver::put(char32_t character, const Sink& sink) {
     }
     Window& window = _windows[*_current];
     _isChanged = _isChanged || window.isVisible();
+    _change.isWritten = _change.isWritten || window.isVisible();
     window.put(character, sink.findings, sink.offset);
 }
 

@@ -351,27 +351,31 @@ void Window::goToStart() noexcept {
 
 /// Rows go where the window scrolls to, and the next one is on the other side; a direction along the rows is taken as the
 /// usual one.
-void Window::carriageReturn() noexcept {
+bool Window::carriageReturn() noexcept {
     if (!_isDefined) {
-        return;
+        return false;
     }
     completeRow();
+    bool isScrolled = false;
     if (printsRows()) {
         const bool isUp = _attributes.scrollDirection != Direction::TopToBottom;
         _row += isUp ? 1 : -1;
-        if (_row < 0 || _row >= static_cast<int>(rows())) {
+        isScrolled = _row < 0 || _row >= static_cast<int>(rows());
+        if (isScrolled) {
             _row = isUp ? static_cast<int>(rows()) - 1 : 0;
             scrollRows(isUp);
         }
     } else {
         const bool isLeft = _attributes.scrollDirection != Direction::LeftToRight;
         _column += isLeft ? 1 : -1;
-        if (_column < 0 || _column >= static_cast<int>(columns())) {
+        isScrolled = _column < 0 || _column >= static_cast<int>(columns());
+        if (isScrolled) {
             _column = isLeft ? static_cast<int>(columns()) - 1 : 0;
             scrollColumns(isLeft);
         }
     }
     goToStartOfRow();
+    return isScrolled;
 }
 
 void Window::scrollRows(bool isUp) noexcept {

@@ -456,7 +456,8 @@ Result<StlView> parseStl(std::span<const std::uint8_t> bytes, FindingSink* findi
         const std::int64_t announced = gsi->blockCount.number();
         const auto there = static_cast<std::int64_t>(view.blocks());
         if (announced != there) {
-            findings->add({StlBlockCountWrong, Severity::Warning, kBlockCountOffset, announced, there});
+            findings->add({StlBlockCountWrong, announced > there ? Severity::Error : Severity::Warning,
+                           kBlockCountOffset, announced, there});
         }
         if (const std::size_t cut = view.behind.size() % kTtiBytes; cut != 0) {
             findings->add({StlBlockCut, Severity::Error, StlView::offsetOf(view.blocks()), std::int64_t{kTtiBytes},

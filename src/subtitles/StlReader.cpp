@@ -51,7 +51,8 @@ Result<StlReader> StlReader::open(std::span<const std::uint8_t> bytes, FindingSi
     const std::int64_t announced = gsi->blockCount.number();
     const auto there = static_cast<std::int64_t>(reader._file.blocks());
     if (announced != there) {
-        reader.say(StlBlockCountWrong, Severity::Warning, kBlockCountOffset, announced, there);
+        reader.say(StlBlockCountWrong, announced > there ? Severity::Error : Severity::Warning, kBlockCountOffset,
+                   announced, there);
     }
     if (const std::size_t cut = reader._file.behind.size() % kTtiBytes; cut != 0) {
         reader.say(StlBlockCut, Severity::Error, StlView::offsetOf(reader._file.blocks()), std::int64_t{kTtiBytes},

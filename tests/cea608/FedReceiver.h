@@ -67,6 +67,7 @@ public:
         return texts;
     }
 
+    [[nodiscard]] screen::Change takeChange() { return _screen.takeChange(); }
     [[nodiscard]] bool wasChanged() const { return _wasChanged; }
     [[nodiscard]] screen::Screen screen() const { return _screen.screen(); }
     [[nodiscard]] Lines lines() const { return qlxtest::linesOf(screen()); }

@@ -158,4 +158,24 @@ TEST(Damage, OfARepetitionIsIgnored) {
     EXPECT_EQ(receiver.lines(), Lines{"  15   ♪a♪♪b♪█8"});
 }
 
+TEST(CaptionReceiver, SaysInWhichWaysTheScreenChanges) {
+    constexpr screen::Change kWritten{.isWritten = true};
+    constexpr screen::Change kRolled{.isRolled = true};
+    constexpr screen::Change kReplaced{.isReplaced = true};
+    FedReceiver receiver;
+    EXPECT_EQ(receiver.resumeLoading().control(0x14, 0x70).text("ab").takeChange(), screen::Change());
+    EXPECT_EQ(receiver.endOfCaption().takeChange(), kReplaced);
+    // Roll-up erases it; then letters, a backspace, CR, a preamble of another row and of the same one, EDM.
+    EXPECT_EQ(receiver.control(0x14, 0x25).takeChange(), kReplaced);
+    EXPECT_EQ(receiver.text("ab").takeChange(), kWritten);
+    EXPECT_EQ(receiver.control(0x14, 0x21).takeChange(), kWritten);
+    EXPECT_EQ(receiver.control(0x14, 0x2D).takeChange(), kRolled);
+    EXPECT_EQ(receiver.control(0x14, 0x50).takeChange(), kRolled);
+    EXPECT_EQ(receiver.control(0x14, 0x50).control(0x14, 0x25).takeChange(), screen::Change());
+    EXPECT_EQ(receiver.text("c").control(0x14, 0x2D).takeChange(),
+              (screen::Change{.isWritten = true, .isRolled = true}));
+    EXPECT_EQ(receiver.control(0x14, 0x2C).takeChange(), kReplaced);
+    EXPECT_EQ(receiver.takeChange(), screen::Change());
+}
+
 }  // namespace

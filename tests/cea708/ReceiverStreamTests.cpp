@@ -248,4 +248,24 @@ TEST(CaptionPackets, AreReadAlikeInWhateverPieces) {
     }
 }
 
+TEST(CaptionServices, SayInWhichWaysTheScreenChanges) {
+    constexpr screen::Change kWritten{.isWritten = true};
+    constexpr screen::Change kReplaced{.isReplaced = true};
+    Fed fed;
+    const auto changeBy = [&fed](const Parts& parts) { return fed.feed(parts).receiver.takeChange(); };
+    EXPECT_EQ(changeBy({kHidden, "'a", "0d", "'b", "0d", "08"}), screen::Change());
+    // DSW; letters; CR below two rows; the same window once more; BS, HCR, FF; a place of its own; DLW.
+    EXPECT_EQ(changeBy({"8901"}), kReplaced);
+    EXPECT_EQ(changeBy({"'c"}), kWritten);
+    EXPECT_EQ(changeBy({"0d"}), (screen::Change{.isRolled = true}));
+    EXPECT_EQ(changeBy({"'c", "0d"}), (screen::Change{.isWritten = true, .isRolled = true}));
+    EXPECT_EQ(changeBy({"'c", "08"}), kWritten);
+    EXPECT_EQ(changeBy({"0e"}), kWritten);
+    EXPECT_EQ(changeBy({"0c"}), kReplaced);
+    EXPECT_EQ(changeBy({"'c", "0d"}), kWritten);
+    EXPECT_EQ(changeBy({kShown}), screen::Change());
+    EXPECT_EQ(changeBy({"98384000011f09"}), kReplaced);
+    EXPECT_EQ(changeBy({"8c01"}), kReplaced);
+}
+
 }  // namespace

@@ -74,15 +74,20 @@ bool hasDecoder() {
     return std::system("command -v ffmpeg >/dev/null 2>&1") == 0;
 }
 
+/// What the decoder makes of an SCC file.
+std::vector<TimedText> decodedScc(const TemporaryFolder& folder, const std::string& path) {
+    const std::string command = "ffmpeg -nostdin -v error -f scc -i '" + path + "' -f srt -y '" + folder.path("b.srt") +
+                                "' >'" + folder.path("log") + "' 2>&1";
+    EXPECT_EQ(std::system(command.c_str()), 0) << folder.read("log");
+    return readSrt(folder.read("b.srt"));
+}
+
 /// Plays an SRT file as SCC and gives what the decoder makes of it.
 std::vector<TimedText> decoded(const std::string& srtPath) {
     const TemporaryFolder folder;
     const ToolResult played = runTool(deployedCaptionArguments(srtPath, "29.97", {"-o", folder.path("a.scc")}));
     EXPECT_EQ(played.exitCode, 0) << played.err;
-    const std::string command = "ffmpeg -nostdin -v error -f scc -i '" + folder.path("a.scc") + "' -f srt -y '" +
-                                folder.path("b.srt") + "' >'" + folder.path("log") + "' 2>&1";
-    EXPECT_EQ(std::system(command.c_str()), 0) << folder.read("log");
-    return readSrt(folder.read("b.srt"));
+    return decodedScc(folder, folder.path("a.scc"));
 }
 
 // The characters that are not where ASCII has them, and those of two bytes (CTA-608). The apostrophe is a typographic
@@ -256,6 +261,46 @@ TEST(CaptionDecoder, SeesTheLimitsOfACaption) {
     ASSERT_EQ(shown.size(), expected.size());
     for (std::size_t index = 0; index < shown.size(); ++index) {
         EXPECT_EQ(shown[index], expected[index]) << texts[index];
+    }
+}
+
+/// The rows of each cue; the decoder writes the columns in front of a row as spaces without a break (`\h`).
+Lines joined(const std::vector<TimedText>& cues) {
+    Lines texts;
+    for (const TimedText& cue : cues) {
+        texts.emplace_back();
+        for (const std::string& line : cue.lines) {
+            texts.back() += plain(std::regex_replace(line, std::regex("\\\\h"), " ")) + "/";
+        }
+    }
+    return texts;
+}
+
+// Rows that roll up in pieces of seconds, and captions that are painted: as many cues, with the same texts.
+TEST(CaptionDecoder, SeesAsManyCuesWhereTextComesInPieces) {
+    if (!hasDecoder()) {
+        GTEST_SKIP() << "ffmpeg is not installed: nothing was decoded";
+    }
+    // "One ", "row ", "Two ", "of them"; CR and a preamble of row 15 in front of each row; EDM.
+    const std::string inPieces = "Scenarist_SCC V1.0\n\n00:00:01:00\t9425 94ad 9470 4f6e e520\n\n"
+                                 "00:00:02:00\tf2ef f720\n\n00:00:05:00\t9425 94ad 9470 54f7 ef20\n\n"
+                                 "00:00:06:00\tefe6 20f4 68e5 6d80\n\n00:00:09:00\t942c\n\n";
+    const TemporaryFolder folder;
+    std::vector<std::string> files{folder.write("pieces.scc", inPieces), folder.path("painted.scc")};
+    const ToolResult painted = runTool(qlxtest::captionArguments(qlxtest::demoSubtitles(), "29.97",
+                                                                 {"--style", "paint-on", "--quiet", "-o", files[1]}));
+    ASSERT_EQ(painted.exitCode, 0) << painted.err;
+    const std::size_t counts[] = {2, 46};
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        const ToolResult read = qlxtest::converted(files[index], "srt", {"--quiet"});
+        EXPECT_EQ(read.exitCode, 0) << read.err;
+        Lines ours = joined(readSrt(read.out));
+        // The decoder has the apostrophe that CTA-608 shows.
+        for (std::string& text : ours) {
+            text = std::regex_replace(text, std::regex("'"), "\u2019");
+        }
+        EXPECT_EQ(ours.size(), counts[index]);
+        EXPECT_EQ(ours, joined(decodedScc(folder, files[index]))) << files[index];
     }
 }
 

@@ -436,7 +436,8 @@ TEST(StlReader, ReadsWhatThereIs) {
         const CuesRead result = read(blocks, {.more = more});
         EXPECT_EQ(result.cues.size(), 2U);
         EXPECT_EQ(result.findings,
-                  (FindingList{{StlBlockCountWrong, qlx::Severity::Warning, kBlockCountOffset, 2 + more, 2}}));
+                  (FindingList{{StlBlockCountWrong, more > 0 ? qlx::Severity::Error : qlx::Severity::Warning,
+                                kBlockCountOffset, 2 + more, 2}}));
     }
     const std::string file = fileOf(blocks);
     const CuesRead cut = readFile(file.substr(0, file.size() - 1));
@@ -449,6 +450,10 @@ TEST(StlReader, ReadsWhatThereIs) {
     const CuesRead times = read({{.text = "a", .in = 3, .out = 3}, {.text = "b", .in = 60, .out = 61}});
     EXPECT_EQ(cuesInWords(times), Words{"60-61 20 b"});
     EXPECT_EQ(times.codes(), (Codes{StlEndNotLater, StlTimeCodeWrong, StlTimeCodeWrong}));
+    EXPECT_EQ(times.findings[0].text(), "time code out 00:00:03:00 is not later than time code in 00:00:03:00");
+    EXPECT_EQ(times.findings[1].text(), "impossible time code 00:00:60:00 (25 frames in a second)");
+    EXPECT_EQ((Finding{StlTimeCodeWrong, qlx::Severity::Warning, 0, 0x980C0519, 25}.text()),
+              "impossible time code 152:12:05:25 (25 frames in a second)");
     struct Rate {
         std::string_view code;
         std::int64_t value;

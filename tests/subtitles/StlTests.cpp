@@ -475,7 +475,7 @@ TEST(StlView, WalksTheBlocksThatAreThere) {
             ASSERT_EQ(part->blocks(), (length - 1024) / 128);
             const bool isCut = (length - 1024) % 128 != 0;
             ASSERT_EQ(findings.size(), isCut ? 2U : 1U);
-            EXPECT_EQ(findings[0], (Finding{FindingCode::StlBlockCountWrong, Severity::Warning, 238, 2,
+            EXPECT_EQ(findings[0], (Finding{FindingCode::StlBlockCountWrong, Severity::Error, 238, 2,
                                             static_cast<std::int64_t>(part->blocks())}));
         }
     }

@@ -247,14 +247,15 @@ TEST(Carriers, HaveTheBytesOfPlayFromSubtitles) {
     EXPECT_EQ(folder.read("c.scc"), folder.read("d.scc"));
     EXPECT_EQ(converted(file, folder.path("e.klv")).exitCode, 2);
     EXPECT_EQ(converted(file, folder.path("e.scc"), {"--page", "801"}).exitCode, 2);
-    // A pipe is read once, also one with a name: to tell its format would take its beginning away.
+    // A pipe is read once, also one with a name: what tells its format is not taken away.
     const std::string out = folder.path("f.klv");
     Arguments named{"convert", "/dev/stdin", "-o", out, "--to-rate", "25"};
-    EXPECT_EQ(runTool(named, {.input = folder.read("a.srt"), .inputRestsAt = 10}).exitCode, 2);
-    named.insert(named.end(), {"--from-format", "srt"});
-    EXPECT_EQ(runTool(named, {.input = folder.read("a.srt"), .inputRestsAt = 10}).exitCode, 0);
     ASSERT_EQ(converted(file, folder.path("g.klv"), {"--to-rate", "25"}).exitCode, 0);
-    EXPECT_EQ(folder.read("f.klv"), folder.read("g.klv"));
+    for (const Arguments& more : {Arguments(), Arguments{"--from-format", "srt"}}) {
+        named.insert(named.end(), more.begin(), more.end());
+        EXPECT_EQ(runTool(named, {.input = folder.read("a.srt"), .inputRestsAt = 10}).exitCode, 0);
+        EXPECT_EQ(folder.read("f.klv"), folder.read("g.klv"));
+    }
 }
 
 TEST(Carriers, KeepTheNumbersOfFramesBetweenWhichAreOthersWithoutPackets) {
@@ -385,6 +386,55 @@ TEST(Carriers, BringCuesBackFromAScenaristFile) {
     // A caption is shown with the frame of its start, and erased with that of its end: those nearest to their times, of
     // which half are a little later than the milliseconds.
     EXPECT_EQ(withoutPlaces(folder.read("b.srt")), given);
+}
+
+TEST(Carriers, SayPacketByPacketWhatIsLostWhereThatIsAskedFor) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.jsonl", twoFrames());
+    const std::string out = folder.path("out.scc");
+    const Arguments toRate{"--to-rate", "25"};
+    const ToolResult counts = converted(file, out, toRate);
+    EXPECT_EQ(counts.err.find("remark: "), std::string::npos) << counts.err;
+    const ToolResult result = converted(file, out, {"--to-rate", "25", "--report"});
+    EXPECT_EQ(result.exitCode, 0);
+    // The counts stay behind them.
+    const std::string name = "qlxcc: remark: " + out + ": ";
+    EXPECT_EQ(result.err, name + "frame 0, line 12: packet with DID 43 and SDID 02 left out\n" + name +
+                              "frame 1, line 13: packet with DID 41 and SDID 07 left out\n" + counts.err);
+    // Fourteen frames with the same are all said.
+    std::string many;
+    for (int frame = 0; frame < 14; ++frame) {
+        many +=
+            R"({"frame":)" + std::to_string(frame) + R"(,"pts":{"value":)" + std::to_string(frame) +
+            R"(,"timescale":25,"seconds":0},"packets":[{"line":12,"did":67,"sdid":2,"type":"OP-47","data":"5115"}]})"
+            "\n";
+    }
+    const ToolResult all = converted(folder.write("many.jsonl", many), out, {"--to-rate", "25", "--report"});
+    for (int frame = 0; frame < 14; ++frame) {
+        EXPECT_NE(all.err.find(name + "frame " + std::to_string(frame) + ", line 12: "), std::string::npos) << all.err;
+    }
+}
+
+TEST(Carriers, AreMadeOfPipesWhoseContentTellsTheFormat) {
+    const TemporaryFolder folder;
+    const std::string cues = srt({{"00:00:01,000", "00:00:02,000", "Hi"}});
+    const std::string frames = twoFrames();
+    for (const auto& [name, content] :
+         {std::pair(std::string("in.srt"), cues), {"in.scc", std::string(kCaptions)}, {"in.jsonl", frames}}) {
+        for (const char* const format : {"klv", "jsonl"}) {
+            const Arguments how{"--to-format", format, "--to-rate", name == "in.jsonl" ? "25" : "29.97"};
+            Arguments piped{"convert", "-", "-o", "-"};
+            piped.insert(piped.end(), how.begin(), how.end());
+            const ToolResult fromPipe = runTool(piped, {.input = content});
+            EXPECT_EQ(fromPipe.exitCode, 0) << name << fromPipe.err;
+            EXPECT_FALSE(fromPipe.out.empty());
+            piped[1] = folder.write(name, content);
+            EXPECT_EQ(runTool(piped).out, fromPipe.out) << name;
+        }
+    }
+    const ToolResult untold = runTool({"convert", "-", "-o", "-", "--to-format", "klv"}, {.input = "rubbish"});
+    EXPECT_EQ(untold.exitCode, 2);
+    EXPECT_NE(untold.err.find("--from-format is needed: "), std::string::npos) << untold.err;
 }
 
 }  // namespace

@@ -158,13 +158,10 @@ TEST(Convert, MakesCuesOfWhatIsOnAirInAllFilesThatAreWritten) {
     }
     EXPECT_EQ(converted(folder.path("a.klv"), "srt", {"--service", "1", "--page", "888"}).exitCode, 2);
     EXPECT_EQ(converted(file, "srt", {"--service", "1"}).exitCode, 2);
-    for (const Arguments& more : {Arguments{"--report"}, Arguments{"--encoding", "UTF-8"}}) {
-        Arguments refused{"convert", folder.path("a.mcc"), "-o", folder.path("b.klv")};
-        refused.insert(refused.end(), more.begin(), more.end());
-        const ToolResult result = runTool(refused);
-        EXPECT_EQ(result.exitCode, 2);
-        EXPECT_NE(result.err.find("are for subtitles"), std::string::npos) << result.err;
-    }
+    const ToolResult refused =
+        runTool({"convert", folder.path("a.mcc"), "-o", folder.path("b.klv"), "--encoding", "UTF-8"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_NE(refused.err.find("--encoding is for subtitles"), std::string::npos) << refused.err;
 }
 
 TEST(Convert, ComposesNoMoreThanFiftyCues) {
@@ -430,6 +427,18 @@ TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
         EXPECT_NE(result.out.find("\n" + std::string(each.row) + "\n\n"), std::string::npos) << each.row << result.out;
         EXPECT_EQ(each.said.empty(), result.err.empty()) << result.err;
         EXPECT_NE(result.err.find(each.said), std::string::npos) << result.err;
+        // The other commands read it alike.
+        Arguments list{"subs", folder.path("in.srt")};
+        Arguments play = qlxtest::playArguments(folder.path("in.srt"), "25");
+        list.insert(list.end(), each.options.begin(), each.options.end());
+        play.insert(play.end(), each.options.begin(), each.options.end());
+        const ToolResult listed = runTool(list);
+        EXPECT_NE(listed.out.find("  " + std::string(each.row) + "\n"), std::string::npos) << listed.out << listed.err;
+        EXPECT_NE(listed.out.find(each.said), std::string::npos) << listed.out;
+        EXPECT_EQ(each.said.empty(), listed.out.find("remark: ") == std::string::npos) << listed.out;
+        const ToolResult played = runTool(play);
+        EXPECT_NE(played.out.find("  " + std::string(each.row) + "\n"), std::string::npos) << played.out << played.err;
+        EXPECT_NE(played.err.find(each.said), std::string::npos) << played.err;
     }
 }
 

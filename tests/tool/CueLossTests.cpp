@@ -185,9 +185,12 @@ TEST(Losses, AreWarningsOfPlay) {
         2U);
 }
 
+/// A cue that is left out.
+const std::string kBackwards = "9\n00:00:09,000 --> 00:00:08,000\nx\n";
+
 TEST(Losses, AreRemarksOfSubsWithAMode) {
     const TemporaryFolder folder;
-    const std::string file = folder.write("in.srt", kLossy + "stray\n");
+    const std::string file = folder.write("in.srt", kLossy + kBackwards);
     const auto plain = linesOf(runTool({"subs", file}).out);
     EXPECT_EQ(plain.back(), file + " (SRT): 3 cues, 1 left out");
     ASSERT_EQ(plain.size(), 9U);
@@ -208,14 +211,16 @@ TEST(Losses, AreRemarksOfSubsWithAMode) {
 
 TEST(Losses, StandInTheJsonOfSubs) {
     const TemporaryFolder folder;
-    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Se\u00F1or"}}) + "stray\n");
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "Se\u00F1or"}}) + kBackwards);
     const std::string json = runTool({"subs", file, "--mode", "teletext", "--json"}).out;
-    EXPECT_NE(json.find("\"leftOut\":1,\n\"problemCount\":2,\n\"problems\":[\n"
-                        R"({"effect":"cue left out","line":5,"what":"cue without a timing line"},)"
-                        "\n"
-                        R"({"cue":1,"effect":"remark","what":")"
-                        "\u00F1 as q\"}]}\n"),
-              std::string::npos)
+    EXPECT_NE(
+        json.find(
+            "\"leftOut\":1,\n\"problemCount\":2,\n\"problems\":[\n"
+            R"({"effect":"cue left out","line":6,"what":"the end, 8000 ms, is not later than the start, 9000 ms"},)"
+            "\n"
+            R"({"cue":1,"effect":"remark","what":")"
+            "\u00F1 as q\"}]}\n"),
+        std::string::npos)
         << json;
     EXPECT_NE(json.find(R"("vertical_position":11)"), std::string::npos) << json;
     const std::string captions = runTool({"subs", file, "--mode", "cea608", "--rate", "25", "--json"}).out;

@@ -344,11 +344,13 @@ TEST(STLSubtitles, CountWhatStandsBehindTheLastBlock) {
 TEST(STLSubtitles, HaveNoEncodingOfTheCallersChoice) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", stl(kEveryKind));
-    const ToolResult result = runTool({"subs", file, "--encoding", "ISO-8859-1"});
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(result.err.find("qlxcc: --encoding is for SRT and JSON files: " + file + " is EBU STL"), 0U)
-        << result.err;
-    EXPECT_TRUE(qlxtest::isOneMessage(result.err));
+    for (const auto& [more, files] : {std::pair("--json", "texts"), std::pair("--as-deployed", "SRT and JSON files")}) {
+        const ToolResult result = runTool({"subs", file, "--encoding", "ISO-8859-1", more});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_EQ(result.err.find("qlxcc: --encoding is for " + std::string(files) + ": " + file + " is EBU STL"), 0U)
+            << result.err;
+        EXPECT_TRUE(qlxtest::isOneMessage(result.err));
+    }
 }
 
 TEST(STLSubtitles, AreReadAcrossManyBlocks) {

@@ -154,5 +154,22 @@ TEST(ConvertStl, SaysWhatOfAFileIsNoCue) {
     }
 }
 
+TEST(ConvertStl, OfFewerBlocksThanAreAnnouncedIsDamaged) {
+    const TemporaryFolder folder;
+    const std::vector<qlxtest::STLCue> blocks{{.start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "a"},
+                                              {.number = 1, .start = {0, 0, 3, 0}, .end = {0, 0, 3, 0}, .text = "b"}};
+    const std::string said = "header byte 238: 6 blocks announced, 1 are there";
+    const ToolResult cut = converted(folder.write("cut.stl", qlxtest::stl({blocks[0]}, 6)), "srt");
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_NE(cut.err.find(said), std::string::npos) << cut.err;
+    // More than are announced are only said.
+    const ToolResult more = converted(folder.write("more.stl", qlxtest::stl({blocks[0], blocks[0]}, 1)), "srt");
+    EXPECT_EQ(more.exitCode, 0);
+    EXPECT_NE(more.err.find("1 blocks announced, 2 are there"), std::string::npos) << more.err;
+    const ToolResult late = converted(folder.write("late.stl", qlxtest::stl(blocks)), "srt");
+    EXPECT_NE(late.err.find("time code out 00:00:03:00 is not later than time code in 00:00:03:00"), std::string::npos)
+        << late.err;
+}
+
 }  // namespace
 }  // namespace stl_convert_tests

@@ -96,7 +96,7 @@ TEST(Subs, CountsTheCuesThatAreLeftOutOfEveryText) {
 TEST(Subs, ListsTheRowsOfCues) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
-    const ToolResult result = runTool({"subs", file});
+    const ToolResult result = runTool({"subs", file, "--as-deployed"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.out, "   cue  start         end           row  color    alignment  text\n"
@@ -131,7 +131,7 @@ TEST(Subs, WritesJsonThatPlayReads) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", kTwoCues + "stray\n");
     const std::string json = folder.path("out.json");
-    const ToolResult result = runTool({"subs", file, "--json", "-o", json});
+    const ToolResult result = runTool({"subs", file, "--as-deployed", "--json", "-o", json});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out + result.err, "");
     EXPECT_EQ(folder.read("out.json"),
@@ -155,9 +155,63 @@ TEST(Subs, WritesJsonThatPlayReads) {
     EXPECT_EQ(played.out, runTool(deployedTeletextArguments(file, "25", {"--format", "jsonl"})).out);
 }
 
+TEST(Subs, ListsWhatBothReadAlikeAsDeployedAndElse) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#ff0000\">Bonjour</font>\noben"},
+                                    {"00:00:03,500", "00:00:04,000", "{\\an1}unten"},
+                                    {"00:00:05,000", "00:00:06,000", "eins\nzwei\ndrei"}}));
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{"--mode", "teletext"}, {"--mode", "cea608", "--rate", "25"}, {"--json"}}) {
+        std::vector<std::string> arguments{"subs", file};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const std::string listed = runTool(arguments).out;
+        EXPECT_NE(listed.find("zwei"), std::string::npos);
+        arguments.emplace_back("--as-deployed");
+        EXPECT_EQ(runTool(arguments).out, listed) << more.front();
+    }
+}
+
+TEST(Subs, ListsAsDeployedOnlyWhatTheFixedOperationsRead) {
+    const TemporaryFolder folder;
+    const std::string vtt = folder.write("in.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\na\n");
+    EXPECT_EQ(runTool({"subs", vtt, "--as-deployed"}).exitCode, 1);
+    const std::string points = folder.write("in.srt", srt({{"00:00:01.000", "00:00:02.000", "a &amp; b"}}));
+    EXPECT_EQ(runTool({"subs", points, "--as-deployed"}).exitCode, 1);
+    EXPECT_NE(runTool({"subs", points}).out.find("  a & b\n"), std::string::npos);
+    const std::string commas = folder.write("b.srt", srt({{"00:00:01,000", "00:00:02,000", "a &amp; b"}}));
+    EXPECT_NE(runTool({"subs", commas, "--as-deployed"}).out.find("  a &amp; b\n"), std::string::npos);
+    for (const std::vector<std::string>& more : {std::vector<std::string>{"--track", "1"},
+                                                 {"--from-start", "auto"},
+                                                 {"--channel", "CC1"},
+                                                 {"--from-rate", "25"}}) {
+        std::vector<std::string> arguments{"subs", commas, "--as-deployed"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        EXPECT_EQ(runTool(arguments).exitCode, 2) << more.front();
+    }
+}
+
+TEST(Subs, SaysThatAFileHasNoText) {
+    const TemporaryFolder folder;
+    for (const std::string& bytes : {std::string("\xEF\xBB\xBF"), std::string("\xFF\xFE"), std::string("\r\n\n")}) {
+        const std::string file = folder.write("in.srt", bytes);
+        const ToolResult listed = runTool({"subs", file});
+        EXPECT_EQ(listed.exitCode, 1);
+        EXPECT_EQ(listed.err, "qlxcc: " + file + ": no cue in the file: the file has no text\n");
+        const ToolResult converted = qlxtest::converted(file, "vtt");
+        EXPECT_EQ(converted.exitCode, 1);
+        EXPECT_NE(converted.err.find("qlxcc: warning: " + file + ": the file has no text\n"), std::string::npos)
+            << converted.err;
+    }
+    const ToolResult head = qlxtest::converted(folder.write("in.vtt", "WEBVTT\n\n"), "srt");
+    EXPECT_EQ(head.exitCode, 0);
+    EXPECT_NE(head.err.find(": the file has no cue\n"), std::string::npos) << head.err;
+}
+
 TEST(Subs, ShowsColoursOnATerminal) {
     const TemporaryFolder folder;
-    const std::string file = folder.write("in.srt", kTwoCues);
+    const std::string file =
+        folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "<font color=\"#ff0000\">Bonjour</font>\noben"}}));
     const std::string row = "     1  00:00:01,000  00:00:02,000   10  red      center     ";
     EXPECT_EQ(linesOf(runTool({"subs", file}, {.outputIsTerminal = true}).out).at(1), row + "\x1b[31mBonjour\x1b[0m\r");
     EXPECT_EQ(linesOf(runTool({"subs", file}, {.outputIsTerminal = true, .environment = {"NO_COLOR=1"}}).out).at(1),
@@ -198,7 +252,8 @@ TEST(Encoding, OfAFileIsNamedByTheCaller) {
 
 TEST(Encoding, NamesTheByteThatItDoesNotHave) {
     const auto refusal = [](const std::string& encoding, std::string_view content) {
-        const ToolResult result = runTool({"subs", "-", "--encoding", encoding}, {.input = std::string(content)});
+        const ToolResult result =
+            runTool({"subs", "-", "--encoding", encoding, "--as-deployed"}, {.input = std::string(content)});
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_EQ(result.out, "");
         return result.err;
@@ -246,7 +301,7 @@ TEST(SubtitleLimits, RefuseALongFileBeforeItIsRead) {
 
 TEST(SubtitleLimits, RefuseTextsThatAreNoCues) {
     const auto refusal = [](const std::string& content) {
-        const ToolResult result = runTool({"subs", "-"}, {.input = content});
+        const ToolResult result = runTool({"subs", "-", "--as-deployed"}, {.input = content});
         EXPECT_EQ(result.exitCode, 1);
         return result.err;
     };
@@ -275,7 +330,7 @@ TEST(SubtitleLimits, KeepTheFirstThousandProblems) {
     for (int index = 0; index < 1003; ++index) {
         content += "stray\n\n";
     }
-    const auto lines = linesOf(runTool({"subs", "-"}, {.input = content}).out);
+    const auto lines = linesOf(runTool({"subs", "-", "--as-deployed"}, {.input = content}).out);
     ASSERT_EQ(lines.size(), 1004U);
     EXPECT_EQ(lines[2], "line 5: cue left out: cue without a timing line");
     EXPECT_EQ(lines[1002], "and 3 more problems");

@@ -20,8 +20,10 @@ using qlxtest::ToolResult;
 using Lines = std::vector<std::string>;
 
 /// The lines of `subs` behind the title: the cues as `start text`, and what was left out.
-Lines listed(const std::string& content) {
-    const ToolResult result = runTool({"subs", "-"}, {.input = content});
+Lines listed(const std::string& content, const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments{"subs", "-"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const ToolResult result = runTool(arguments, {.input = content});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     Lines lines;
     for (const std::string& line : linesOf(result.out)) {
@@ -44,7 +46,8 @@ TEST(SubtitleTimes, LeaveOutTheSRTCuesWhoseTimesAreNone) {
                           {"00:00:01,000", "", "nothing"},
                           {"-00:00:01,000", "00:00:02,000", "negative"},
                           {"00:00:01,000", "00:00:02,000 X1:1,Y2:2", "commas"},
-                          {"00:00:05,000", "00:00:06,000", "last"}})),
+                          {"00:00:05,000", "00:00:06,000", "last"}}),
+                     {"--as-deployed"}),
               (Lines{"00:00:01,000 first", "00:00:03,000 between", "00:00:05,000 last",
                      "line 6: cue left out: the start \"0:00:01.5\" is no time (HH:MM:SS,mmm)",
                      "line 10: cue left out: the start \"00:00:01:00\" is no time (HH:MM:SS,mmm)",
@@ -67,7 +70,8 @@ TEST(SubtitleTimes, KeepTheSRTCuesWhoseTimesAreWrittenInAnotherWay) {
 TEST(SubtitleTimes, SayHowSRTTimesBeyondAClockAreRead) {
     EXPECT_EQ(listed(srt({{"00:75:00,000", "00:76:00,000", "minutes"},
                           {"00:00:01,50", "00:00:60,000", "few"},
-                          {"00:00:01,500000", "00:00:03,000", "many"}})),
+                          {"00:00:01,500000", "00:00:03,000", "many"}}),
+                     {"--as-deployed"}),
               (Lines{"01:15:00,000 minutes", "00:00:01,050 few",
                      "line 2: remark: the start \"00:75:00,000\" is read as 01:15:00,000",
                      "line 2: remark: the end \"00:76:00,000\" is read as 01:16:00,000",
@@ -76,6 +80,18 @@ TEST(SubtitleTimes, SayHowSRTTimesBeyondAClockAreRead) {
                      "line 10: cue left out: the end \"00:00:03,000\" is not later than the start \"00:00:01,500000\" "
                      "(HH:MM:SS,mmm); the start \"00:00:01,500000\" is read as 00:08:21,000",
                      "standard input (SRT): 2 cues, 1 left out"}));
+}
+
+TEST(SubtitleTimes, OfSRTCuesAreReadAsTheyAreSeenInFiles) {
+    EXPECT_EQ(listed(srt({{"0:00:01.5", "0:00:03.5", "point"},
+                          {"00:02,5", "01:39", "short"},
+                          {"abc", "00:00:02,000", "letters"},
+                          {"00:00:06,000", "00:00:05,000", "backwards"},
+                          {"00:75:00,000", "00:76:00,000", "minutes"}})),
+              (Lines{"00:00:01,500 point", "00:00:02,500 short", "01:15:00,000 minutes",
+                     "line 10: cue left out: time 1 of 2 cannot be read",
+                     "line 14: cue left out: the end, 5000 ms, is not later than the start, 6000 ms",
+                     "standard input (SRT): 3 cues, 2 left out"}));
 }
 
 TEST(SubtitleTimes, PlayNoSRTCueFromTheBeginningWhoseStartIsNoTime) {
@@ -200,7 +216,7 @@ TEST(SubtitleTimes, OfManySRTCuesAreAllLeftOut) {
         content += std::to_string(number) + (number % 2 == 0 ? "\n00:00:01,000" : "\n00:00:01.000") +
                    " --> 00:00:02,000\nBonjour " + std::to_string(number) + "\n\n";
     }
-    const Lines lines = linesOf(runTool({"subs", "-"}, {.input = content}).out);
+    const Lines lines = linesOf(runTool({"subs", "-", "--as-deployed"}, {.input = content}).out);
     ASSERT_EQ(lines.size(), 1 + 5000 + 1000 + 2U);
     EXPECT_TRUE(lines[5000].ends_with("Bonjour 9998")) << lines[5000];
     EXPECT_EQ(lines.back(), "standard input (SRT): 5000 cues, 5000 left out");

@@ -15,6 +15,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace qlx::cea608 {
 
@@ -78,6 +79,9 @@ public:
     /// What is shown now: 15 rows, counted from 1, of 34 columns, as text has a solid space on both sides.
     [[nodiscard]] QLX_EXPORT screen::Screen screen() const;
 
+    /// In which ways what is shown may have changed since the last call of this.
+    [[nodiscard]] screen::Change takeChange() noexcept { return std::exchange(_change, {}); }
+
     /// The channel that it was made for.
     [[nodiscard]] Channel channel() const noexcept { return _channel; }
 
@@ -120,6 +124,7 @@ private:
     bool erase(Memory& memory);
     bool backspace();
     bool deleteToEndOfRow();
+    bool changeText() noexcept;
     [[nodiscard]] bool writesDisplayed() const noexcept {
         return _channel.isText || _mode == Mode::PaintOn || _mode == Mode::RollUp;
     }
@@ -147,6 +152,7 @@ private:
     Style _style;
     Memory _displayed{};
     Memory _loaded{};
+    screen::Change _change;
 };
 
 }  // namespace qlx::cea608

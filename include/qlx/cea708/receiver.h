@@ -22,6 +22,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace qlx::cea708 {
 
@@ -83,6 +84,9 @@ public:
     /// The same into a screen that is there already, without an allocation where it has the size.
     QLX_EXPORT void drawScreen(screen::Screen& screen) const;
 
+    /// In which ways what is shown may have changed since the last call of this.
+    [[nodiscard]] screen::Change takeChange() noexcept { return std::exchange(_change, {}); }
+
     /// The service that it was made for.
     [[nodiscard]] std::uint8_t service() const noexcept { return _service; }
     /// A window; `number` is below kWindows.
@@ -114,6 +118,7 @@ private:
     std::optional<std::uint8_t> _current;
     bool _wasToldNoWindow = false;     ///< Once for the characters that stand together.
     bool _isChanged = false;           ///< Since the call began.
+    screen::Change _change;            ///< Since it was taken.
     std::uint16_t _highSurrogate = 0;  ///< 0 where none waits for its other half.
     bool _isDelayed = false;
     std::int64_t _delay = 0;                             ///< Time that is left, below zero for what is over.

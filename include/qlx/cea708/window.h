@@ -103,8 +103,8 @@ public:
     QLX_EXPORT void erase() noexcept;
     /// BS
     QLX_EXPORT void backspace() noexcept;
-    /// CR: to the beginning of the next row; where there is none, the rows are scrolled.
-    QLX_EXPORT void carriageReturn() noexcept;
+    /// CR: to the beginning of the next row; where there is none, the rows are scrolled. Gives whether they were.
+    QLX_EXPORT bool carriageReturn() noexcept;
     /// HCR
     QLX_EXPORT void horizontalCarriageReturn() noexcept;
     /// FF

@@ -174,4 +174,14 @@ struct Screen {
     }
 };
 
+/// In which ways a receiver has changed what is shown.
+struct Change {
+    bool isWritten = false;   ///< Characters came to it, or the last ones were taken back.
+    bool isRolled = false;    ///< Rows were moved as they are, for the next row or to another place.
+    bool isReplaced = false;  ///< Something was erased, or shown that had been prepared.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const Change&, const Change&) noexcept = default;
+};
+
 }  // namespace qlx::screen

@@ -65,6 +65,11 @@ public:
 
     /// The other pages or services that there have been, in the order of their numbers; none of a channel.
     [[nodiscard]] virtual std::vector<std::uint16_t> otherPages() const { return {}; }
+
+    /// In which ways the frame that was taken last has changed what is shown. Of a page all counts as replaced.
+    [[nodiscard]] virtual screen::Change change() const noexcept {
+        return {.isWritten = false, .isRolled = false, .isReplaced = true};
+    }
 };
 
 /// Watches a teletext page.

@@ -17,8 +17,8 @@ constexpr std::string_view kOverlaps[] = {"keep", "compose", "cut"};
 constexpr std::string_view kConvertNotes =
     R"(IN is SRT, WebVTT, SubStation Alpha, EBU STL, TTML (IMSC, EBU-TT-D, SMPTE-TT, DFXP) or JSON, or a file with captions
 or teletext on air: all that show reads. Of what is on air each screen becomes a cue, from the frame that shows it to
-the one that changes it; captions that are painted letter by letter, and rows that roll up, are one cue as long as text
-only comes to them within half a second.
+the one that changes it; captions that are painted letter by letter are one cue as long as text only comes to them
+within half a second, and a row of captions that goes on is, or rolls up, until the next row begins.
 
 Files of frames (klv, v210, jsonl, MCC, Scenarist captions) are made of each other, and of video, containers and 2vuy,
 without decoding anything: packets keep their bytes, captions that are in no packet are put into caption packets by the
@@ -223,7 +223,7 @@ constexpr OptionRow kConvertOptions[] = {
     kPcrPid,
     {.names = "--report",
      .field = &RawOptions::reportsAll,
-     .help = "Say all that is found, changed or lost, cue by cue"},
+     .help = "Say all that is found, changed or lost, cue by cue or packet by packet"},
     {.names = "--strict", .field = &RawOptions::isStrict, .help = "Exit code 1 when something is changed or lost"},
     kRowWidth,
     kLines,

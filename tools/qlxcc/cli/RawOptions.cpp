@@ -254,6 +254,12 @@ Action checkedSubs(const RawOptions& raw) {
     options.asJson = raw.asJson;
     options.fromStart = fromStartOption(raw, raw.rate, "--rate");
     options.onAir = onAirChoice(raw.channel, raw.service, raw.page, raw.fromRate);
+    options.asDeployed = raw.asDeployed;
+    if (raw.asDeployed &&
+        (!raw.track.empty() || !raw.fromStart.empty() || options.onAir.isGiven() || options.onAir.rate)) {
+        throw UsageError("--track, --from-start, --from-rate, " + std::string(options.onAir.options) +
+                         " are for what is read without --as-deployed");
+    }
     return [options] { return listSubtitles(options); };
 }
 

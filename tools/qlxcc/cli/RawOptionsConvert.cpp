@@ -233,9 +233,10 @@ int convertToFrames(const RawOptions& raw, const std::string& format, ConvertOpt
         throw UsageError("--single-height is for subtitles that become packets: those of " + options.input.path +
                          " stay as they are");
     }
-    if (!raw.encoding.empty() || raw.reportsAll) {
-        throw UsageError("--encoding and --report are for subtitles: what packets lose is always said");
+    if (!raw.encoding.empty()) {
+        throw UsageError("--encoding is for subtitles");
     }
+    carrier.opened = options.input.opened;
     carrier.times = options.times;
     settleRows(kind, carrier.source, carrier.frames);
     return convertCarrier(carrier);
@@ -347,6 +348,7 @@ Action checkedConvert(const RawOptions& raw) {
     carrier.isStartTaken = options.isStartTaken;
     carrier.line = static_cast<std::uint32_t>(raw.line.value_or(carrier.line));
     carrier.isStrict = raw.isStrict;
+    carrier.reportsAll = raw.reportsAll;
     carrier.isHearingImpaired = raw.isHearingImpaired;
     return [raw, format, options, carrier] { return convertToFrames(raw, format, options, carrier); };
 }

@@ -21,8 +21,13 @@ constexpr OptionRow kEncoding{.names = "--encoding",
                               .value = "NAME",
                               .kind = ValueKind::Name,
                               .field = &RawOptions::encoding,
-                              .help = "The encoding of an SRT or JSON file, as iconv -l lists them (default: UTF-8)",
-                              .more = "A byte that the encoding does not have is named with its line and offset."};
+                              .help = "The encoding of a text, as iconv -l lists them (default: by its bytes)",
+                              .more =
+                                  "Without this option a byte order mark, an XML declaration, UTF-8 that is right, or "
+                                  "the zero bytes of UTF-16 tell it, then libuchardet, and else it is windows-1252; "
+                                  "what is not UTF-8 is said. A byte that the encoding does not have becomes U+FFFD, "
+                                  "and is named with its offset. With --as-deployed the default is UTF-8, and such a "
+                                  "byte ends the run."};
 
 constexpr std::string_view kPlayNotes =
     R"(Without -o and --to-format the schedule is printed: a line for each cue, with the times at which its first bytes are
@@ -213,8 +218,9 @@ constexpr std::string_view kSubsNotes =
 MiB; a MOV, MP4 or Matroska file with a text track; a Scenarist or MCC file, whose captions are read as qlxcc convert
 reads them; or another file of frames with --channel, --service or --page. Each row of a cue gets a line: number,
 start, end, row on the page, colour, alignment, text. Rows and times are those with which play sends the cue in the
-same MODE with --as-deployed (-: not sent). Behind the cues stand the blocks, lines or elements that were left out, or
-that need a look, and why; with --mode also what a viewer will not see of a cue as it is written.
+same MODE with --as-deployed (-: not sent), which SRT, JSON and EBU STL files are also read as with --as-deployed here.
+Behind the cues stand the blocks, lines or elements that were left out, or that need a look, and why; with --mode also
+what a viewer will not see of a cue as it is written.
 
 Examples:
   qlxcc subs film.stl
@@ -240,6 +246,12 @@ constexpr OptionRow kSubsOptions[] = {
     kReadRate,
     kStlStart,
     kListOutput,
+    {.names = "--as-deployed",
+     .field = &RawOptions::asDeployed,
+     .help = "SRT, JSON and EBU STL as the library's fixed operations read them",
+     .more =
+         "SRT needs numbers, whole times with a comma, and lines that end in LF; entities stay as they stand, and a "
+         "colour is `#RRGGBB`. EBU STL is read block by block, as Latin text."},
     asJson("In place of the list a JSON object, which play can read",
            "It has the `cues` in the form of JSON subtitles (see qlxcc(1)), and `file`, `format`, `cueCount`, "
            "`leftOut`, `problemCount` and `problems`, of which the first thousand are listed, and as many of the "

@@ -56,14 +56,33 @@ std::string formatOf(streams::TtmlKind kind) {
     return "TTML";
 }
 
+/// @throws Failure when a text is longer than is asked for.
+void checkLengthOfText(const InputFile& file, const CueRequest& request, std::uint64_t length) {
+    if (request.longestText && length > *request.longestText) {
+        throwTooLong(file, *request.longestText);
+    }
+}
+
+/// Whether a text has more than blanks and a byte order mark.
+bool hasText(std::string_view text) noexcept {
+    return text.find_first_not_of(" \t\r\n\v\f\xEF\xBB\xBF") != std::string_view::npos;
+}
+
+/// A file without a cue is told from one in which nothing is.
+void sayNoCue(CueInputNotes& notes, bool isBlank) {
+    notes.say(isBlank ? "the file has no text" : "the file has no cue", isBlank);
+}
+
 /// Reads a text in pieces.
 template <class Reader, class Behind>
 void readText(InputFile& file, const CueRequest& request, CueInput& input, CueInputNotes& notes, const TakeCue& take,
               const Behind& behind) {
+    checkLengthOfText(file, request, file.size().value_or(0));
     LineFindings findings(notes);
     Reader reader({}, &findings);
     TextPieces pieces(file, request.encoding, notes);
     Progress progress(file.size(), false);
+    bool isBlank = true;
     const auto takeAll = [&] {
         while (const subtitles::Cue* const cue = reader.next()) {
             if (input.cues++ == 0) {
@@ -73,6 +92,8 @@ void readText(InputFile& file, const CueRequest& request, CueInput& input, CueIn
         }
     };
     while (const auto piece = pieces.next()) {
+        checkLengthOfText(file, request, file.offset());
+        isBlank = isBlank && !hasText(*piece);
         reader.push({reinterpret_cast<const std::uint8_t*>(piece->data()), piece->size()});
         takeAll();
         progress.update(input.cues, file.offset());
@@ -80,19 +101,9 @@ void readText(InputFile& file, const CueRequest& request, CueInput& input, CueIn
     reader.finish();
     takeAll();
     behind(reader);
-}
-
-/// The whole text of a file, in UTF-8.
-std::string readWholeText(InputFile& file, const CueRequest& request, CueInputNotes& notes) {
-    std::string text;
-    TextPieces pieces(file, request.encoding, notes);
-    while (const auto piece = pieces.next()) {
-        if (text.size() + piece->size() > request.longest) {
-            throwTooLong(file, request.longest);
-        }
-        text += *piece;
+    if (input.cues == 0) {
+        sayNoCue(notes, isBlank);
     }
-    return text;
 }
 
 /// Reads a TTML file as a whole.
@@ -122,7 +133,7 @@ void readTtmlAsCues(InputFile& file, const CueRequest& request, CueInput& input,
         throw failureAtLine(file.name(), read.error().offset, read.error().text());
     }
     if (input.cues == 0) {
-        notes.say("the file has no cue", false);
+        sayNoCue(notes, false);
     }
 }
 
@@ -297,6 +308,21 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
 
 }  // namespace
 
+std::string readWholeText(InputFile& file, const CueRequest& request, CueInputNotes& notes) {
+    if (file.size().value_or(0) > request.longest) {
+        throwTooLong(file, request.longest);
+    }
+    std::string text;
+    TextPieces pieces(file, request.encoding, notes);
+    while (const auto piece = pieces.next()) {
+        if (text.size() + piece->size() > request.longest) {
+            throwTooLong(file, request.longest);
+        }
+        text += *piece;
+    }
+    return text;
+}
+
 void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, CueInput& input, CueInputNotes& notes,
                     const TakeCue& take) {
     switch (kind) {
@@ -336,7 +362,8 @@ void readFileOfCues(InputFile& file, InputKind kind, const CueRequest& request, 
 }
 
 CueInput readCues(const CueRequest& request, CueInputNotes& notes, const TakeCue& take) {
-    InputFile file(request.path);
+    const auto opened = request.opened ? request.opened : std::make_shared<InputFile>(request.path);
+    InputFile& file = *opened;
     CueInput input;
     input.name = file.name();
     const auto given = request.source.kind;

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -22,6 +23,7 @@ namespace qlx::tool {
 /// How a file is to be read.
 struct CueRequest {
     std::string path;                        ///< `-`: standard input.
+    std::shared_ptr<InputFile> opened{};     ///< It, where it has been opened.
     std::string encoding;                    ///< Of a text; empty: what the file says.
     FrameSourceOptions source;               ///< Its kind, and what is known of its frames.
     std::string track;                       ///< Of text: its number from 1, or its language; empty: the first one.
@@ -33,6 +35,7 @@ struct CueRequest {
     std::string wideEncoding = "utf-16";     ///< Of the 16-bit characters of a service, one of kWideEncodings.
     bool isDrop = false;                     ///< Time codes of EBU STL and TTML at 29.97 and 59.94 leave numbers out.
     std::size_t longest = kLongestSubtitleFile;  ///< Bytes of a file that is read as a whole.
+    std::optional<std::size_t> longestText{};    ///< Of one that is read in pieces; none: as long as it may be.
 };
 
 /// Gets what is found in a file.
@@ -65,6 +68,10 @@ struct CueInput {
 
 /// Gets the cues; `input` has what stands in front of them.
 using TakeCue = std::function<void(subtitles::Cue cue, const CueInput& input)>;
+
+/// The whole text of a file, in UTF-8: what CueRequest::encoding and the bytes say tells its encoding.
+/// @throws Failure when it is longer than CueRequest::longest.
+[[nodiscard]] std::string readWholeText(InputFile& file, const CueRequest& request, CueInputNotes& notes);
 
 /// Reads all cues of a file, in its order. Memory is bounded but for JSON, TTML and EBU STL files, which
 /// CueRequest::longest bounds.

@@ -6,6 +6,8 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <qlx/facade/cue.h>
 
+#include <algorithm>
+#include <string>
 #include <utility>
 
 namespace qlx::tool {
@@ -29,9 +31,13 @@ void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest
     const std::uint64_t elements = readJsonText(
         subtitles.name, text, {takeCue, [&](SubtitleProblem problem) { subtitles.problems.add(std::move(problem)); }});
     if (subtitles.cues == 0) {
+        const auto& problems = subtitles.problems.first();
+        // In front of them stands what is said of the text as a whole.
+        const auto first = std::find_if(problems.begin(), problems.end(),
+                                        [](const SubtitleProblem& problem) { return problem.place != 0; });
         throw failureIn(subtitles.name, elements == 0 ? "the JSON array is empty"
                                                       : "no valid subtitle in the file: element 1: " +
-                                                            subtitles.problems.first().front().what);
+                                                            (first == problems.end() ? "" : first->what));
     }
 }
 

@@ -4,7 +4,10 @@
 #include <qlx/teletext/page.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -69,6 +72,77 @@ bool isWithin(const Screen& before, const Screen& after) {
     return true;
 }
 
+/// The text of a row, from its first letter to its last.
+std::u32string textOf(std::span<const Cell> cells) {
+    std::u32string text;
+    for (const Cell& cell : cells) {
+        if (cell.hasText() || !text.empty()) {
+            text += cell.hasText() ? cell.shownCharacter() : U' ';
+        }
+    }
+    text.resize(text.find_last_not_of(U' ') + 1);
+    return text;
+}
+
+/// Whether a row goes on: no more than the last letters of it have changed, as where one is taken back, or an extended
+/// character takes the place of another one.
+bool goesOn(const std::u32string& before, const std::u32string& after) {
+    constexpr std::size_t kMostTakenBack = 2;
+    return !before.empty() &&
+           after.starts_with(before.substr(0, before.size() - std::min(before.size(), kMostTakenBack)));
+}
+
+/// Whether the one row that differs goes on.
+bool isRowInHandAlone(const Screen& before, const Screen& after) {
+    if (before.cells.size() != after.cells.size()) {
+        return false;
+    }
+    std::size_t rows = 0;
+    bool isGoingOn = true;
+    for (std::size_t index = 0; index < before.rows(); ++index) {
+        const std::u32string had = textOf(before.row(index));
+        const std::u32string has = textOf(after.row(index));
+        if (had != has) {
+            ++rows;
+            isGoingOn = goesOn(had, has);
+        }
+    }
+    return rows < 2 && isGoingOn;
+}
+
+/// The rows of a screen that have text.
+std::vector<std::size_t> rowsWithText(const Screen& screen) {
+    std::vector<std::size_t> rows;
+    for (std::size_t index = 0; index < screen.rows(); ++index) {
+        if (!textOf(screen.row(index)).empty()) {
+            rows.push_back(index);
+        }
+    }
+    return rows;
+}
+
+/// Takes up what came to the last row in the frame in which it was moved up as well. Gives whether that is all that
+/// happened.
+bool takeUpLastRow(Screen& before, const Screen& after) {
+    const std::vector<std::size_t> had = rowsWithText(before);
+    const std::vector<std::size_t> has = rowsWithText(after);
+    if (had.size() < has.size() || before.columns != after.columns) {
+        return false;
+    }
+    const std::size_t gone = had.size() - has.size();
+    for (std::size_t index = 0; index + 1 < has.size(); ++index) {
+        if (textOf(before.row(had[gone + index])) != textOf(after.row(has[index]))) {
+            return false;
+        }
+    }
+    const bool isGoingOn = goesOn(textOf(before.row(had.back())), textOf(after.row(has.back())));
+    if (isGoingOn) {
+        const auto cells = after.row(has.back());
+        std::copy(cells.begin(), cells.end(), before.row(had.back()).begin());
+    }
+    return isGoingOn;
+}
+
 }  // namespace
 
 subtitles::Cue cueOfScreen(const Screen& screen, const teletext::CharacterSet& set) {
@@ -86,7 +160,8 @@ subtitles::Cue cueOfScreen(const Screen& screen, const teletext::CharacterSet& s
 }
 
 ScreenCues::ScreenCues(std::unique_ptr<streams::OnAir> onAir, std::function<void(subtitles::Cue)> take)
-    : _onAir(std::move(onAir)), _take(std::move(take)), _screen(_onAir->screen()), _set(_onAir->characterSet()) {}
+    : _onAir(std::move(onAir)), _take(std::move(take)), _screen(_onAir->screen()), _shown(_screen),
+      _set(_onAir->characterSet()) {}
 
 void ScreenCues::receive(const Frame& frame, FindingSink* findings) {
     _before = std::exchange(_last, frame.pts);
@@ -94,18 +169,37 @@ void ScreenCues::receive(const Frame& frame, FindingSink* findings) {
         return;
     }
     Screen screen = _onAir->screen();
-    if (screen == _screen) {
+    if (screen != _shown) {
+        _shown = std::move(screen);
+        change(*frame.pts);
+    }
+}
+
+/// The screen shows something else from this time on.
+void ScreenCues::change(const MediaTime& time) {
+    constexpr double kLongestStep = 0.5;
+    const auto isSoonBehind = [&time](const MediaTime& earlier) {
+        return secondsFrom(time) - secondsFrom(earlier) <= kLongestStep;
+    };
+    const screen::Change change = _onAir->change();
+    const bool isRoll = change.isRolled && !change.isReplaced && _screen.hasText() && _shown.hasText();
+    if (isRoll && (!change.isWritten || takeUpLastRow(_screen, _shown))) {
+        _rolled = time;
         return;
     }
-    constexpr double kLongestStep = 0.5;
-    const bool isGrowing = _screen.hasText() && isWithin(_screen, screen) &&
-                           secondsFrom(*frame.pts) - secondsFrom(_changed) <= kLongestStep;
+    const auto rolled = std::exchange(_rolled, std::nullopt);
+    const bool isWriting = change.isWritten && !change.isReplaced;
+    const bool isGrowing =
+        _screen.hasText() && !rolled && !change.isRolled &&
+        ((isWriting && isRowInHandAlone(_screen, _shown)) || (isWithin(_screen, _shown) && isSoonBehind(_changed)));
     if (!isGrowing) {
-        end(*frame.pts);
-        _since = *frame.pts;
+        // The next row is one caption with the carriage return in front of it.
+        const bool isAtRoll = rolled && isWriting && isSoonBehind(*rolled);
+        end(isAtRoll ? *rolled : time);
+        _since = isAtRoll ? *rolled : time;
     }
-    _changed = *frame.pts;
-    _screen = std::move(screen);
+    _changed = time;
+    _screen = _shown;
     _set = _onAir->characterSet();
 }
 

@@ -22,7 +22,10 @@ namespace qlx::tool {
 /// Makes cues of what a page or channel shows.
 ///
 /// Captions that are painted letter by letter, and rows that roll up, change the screen with every pair: as long as text
-/// only comes to what is shown, and not more than half a second passes in between, it is one cue.
+/// only comes to what is shown, and not more than half a second passes in between, it is one cue. Of captions a row that
+/// is being written is one cue with what it is written below however long it takes, also where its last letters are taken
+/// back. What rows that only roll up still show belongs to the cue in front of them: it ends with the next letter, or, where
+/// that comes within half a second, at the carriage return.
 class ScreenCues {
 public:
     ScreenCues(std::unique_ptr<streams::OnAir> onAir, std::function<void(subtitles::Cue)> take);
@@ -36,12 +39,15 @@ public:
     [[nodiscard]] const streams::OnAir& onAir() const { return *_onAir; }
 
 private:
+    void change(const MediaTime& time);
     void end(const MediaTime& time);
 
     std::unique_ptr<streams::OnAir> _onAir;
     std::function<void(subtitles::Cue)> _take;
-    screen::Screen _screen;
-    teletext::CharacterSet _set;  ///< Of the screen.
+    screen::Screen _screen;            ///< Of the cue.
+    screen::Screen _shown;             ///< Of the last frame: rows of the same may have rolled up.
+    teletext::CharacterSet _set;       ///< Of the screen.
+    std::optional<MediaTime> _rolled;  ///< When they did, and nothing has come since.
     MediaTime _since;
     MediaTime _changed;
     std::optional<MediaTime> _last;

@@ -121,18 +121,17 @@ void walk(std::string_view text, CueFindings& findings, const TakeCue& takeCue, 
 
 }  // namespace
 
-void throwNoCue(const Subtitles& subtitles, std::string_view text) {
-    if (text.empty()) {
-        throw failureAtByte(subtitles.name, 0, "the file is empty");
+void throwNoCue(const Subtitles& subtitles) {
+    const auto& problems = subtitles.problems.first();
+    const auto first = std::find_if(problems.begin(), problems.end(),
+                                    [](const SubtitleProblem& problem) { return problem.place != 0; });
+    if (first != problems.end()) {
+        throw failureAtLine(subtitles.name, first->place, "no valid cue in the file: " + first->what);
     }
-    if (text.find('\n') == std::string_view::npos && text.find('\r') != std::string_view::npos) {
-        throw failureAtLine(subtitles.name, 1, "no cue: lines must end in line feeds, these end in carriage returns");
-    }
-    if (subtitles.problems.count() == 0) {
+    if (problems.empty()) {
         throw failureAtLine(subtitles.name, 1, "no cue: the file has no text");
     }
-    const SubtitleProblem& first = subtitles.problems.first().front();
-    throw failureAtLine(subtitles.name, first.place, "no valid cue in the file: " + first.what);
+    throw failureIn(subtitles.name, "no cue in the file: " + problems.back().what);
 }
 
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
@@ -156,9 +155,16 @@ void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest&
         }
     };
     walk(text, findings, takeCue, takeFound);
-    if (subtitles.cues == 0) {
-        throwNoCue(subtitles, text);
+    if (subtitles.cues > 0) {
+        return;
     }
+    if (text.empty()) {
+        throw failureAtByte(subtitles.name, 0, "the file is empty");
+    }
+    if (text.find('\n') == std::string_view::npos && text.find('\r') != std::string_view::npos) {
+        throw failureAtLine(subtitles.name, 1, "no cue: lines must end in line feeds, these end in carriage returns");
+    }
+    throwNoCue(subtitles);
 }
 
 }  // namespace qlx::tool

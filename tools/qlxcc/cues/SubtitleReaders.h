@@ -25,9 +25,8 @@ struct CueTakers {
 
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 
+/// SRT as QLXSRTFileReader reads it.
 void readSRT(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
-/// SRT, WebVTT and SubStation Alpha by the first characters; the records of SRT are those of readSRT().
-void readTextCues(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
 void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take);
 void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);
 
@@ -35,8 +34,8 @@ void readSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest
 /// @param place The number of a record whose cue has none.
 void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const CueTakers& take, std::uint64_t place = 0);
 
-/// @throws Failure: there is no cue in the text.
-[[noreturn]] void throwNoCue(const Subtitles& subtitles, std::string_view text);
+/// @throws Failure: there is no cue in the file, which is not empty. It says what was found in the place of one.
+[[noreturn]] void throwNoCue(const Subtitles& subtitles);
 
 /// EBU STL read whole, unless the request says as deployed.
 void readWholeSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRequest& request, const CueTakers& take);

@@ -42,7 +42,7 @@ bool isCaptionFile(InputKind kind) {
 
 /// What is said of a file of another kind.
 std::string noSubtitles(const SubtitleRequest& request, std::optional<InputKind> kind) {
-    if (!request.readsAll) {
+    if (request.asDeployed) {
         return "which the fixed operations do not read as subtitles";
     }
     return "which is no subtitle file" + (kind && hasPlainFrames(*kind)
@@ -65,14 +65,23 @@ void checkKind(const InputFile& file, std::span<const std::uint8_t> first, const
     }
 }
 
-/// What a file is that is not EBU STL by its content.
-InputKind kindOfText(const std::string& path, std::string_view text) {
+/// What a file is for the fixed operations, where it is not EBU STL by its content.
+InputKind deployedKindOf(const std::string& path, std::string_view text) {
     if (looksLikeJson(text)) {
         return InputKind::Json;
     }
     const std::optional<InputKind> named = inputKindOfName(path);
     const bool isNamed = named == InputKind::Json || named == InputKind::Stl;
     return isNamed && !text.empty() && !looksLikeSRT(text) ? *named : InputKind::Srt;
+}
+
+/// What a text is whose first bytes do not tell it in any encoding.
+InputKind kindOfUntold(std::string_view first, const std::string& name) {
+    if (looksLikeJson(first)) {
+        return InputKind::Json;
+    }
+    const std::optional<InputKind> named = inputKindOfName(name);
+    return named && hasCues(*named) && !looksLikeSRT(first) ? *named : InputKind::Srt;
 }
 
 /// Makes problems of what is found in a file; remarks are none.
@@ -100,12 +109,8 @@ private:
     Subtitles& _subtitles;
 };
 
-/// Reads a file of a kind that the fixed operations have no reader of.
-void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const SubtitleRequest& request,
-                const CueTakers& take) {
-    ProblemNotes notes(subtitles);
-    CueInput input;
-    input.name = subtitles.name;
+/// The same request, of cues as they are.
+CueRequest cueRequestOf(const SubtitleRequest& request) {
     CueRequest asked;
     asked.path = request.path;
     asked.encoding = request.encoding;
@@ -114,6 +119,17 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     asked.channel = request.onAir.channel;
     asked.service = request.onAir.service;
     asked.page = request.onAir.page;
+    asked.longestText = kLongestSubtitleFile;
+    return asked;
+}
+
+/// Reads a file of any kind but JSON and EBU STL.
+void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const SubtitleRequest& request,
+                const CueTakers& take) {
+    ProblemNotes notes(subtitles);
+    CueInput input;
+    input.name = subtitles.name;
+    const CueRequest asked = cueRequestOf(request);
     std::uint64_t place = 0;
     const auto takeCue = [&](const subtitles::Cue& cue, const CueInput&) { giveCue(cue, request, take, ++place); };
     if (mayHaveTextTracks(kind) && !request.onAir.isGiven()) {
@@ -126,8 +142,42 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     subtitles.format = input.format;
     subtitles.cues = input.cues;
     if (subtitles.cues == 0) {
-        throwNoCue(subtitles, " ");
+        throwNoCue(subtitles);
     }
+}
+
+/// Reads a JSON file or a text, or EBU STL.
+void readSubtitleFile(Subtitles& subtitles, InputFile& file, InputKind kind, const SubtitleRequest& request,
+                      const CueTakers& take) {
+    if (file.peek(1).empty()) {
+        throw failureAtByte(file.name(), 0, "the file is empty");
+    }
+    if (kind == InputKind::Stl) {
+        readWholeSTL(subtitles, readWholeFile(file), request, take);
+    } else if (kind == InputKind::Json) {
+        ProblemNotes notes(subtitles);
+        readJson(subtitles, readWholeText(file, cueRequestOf(request), notes), request, take);
+    } else {
+        readAsCues(subtitles, file, kind, request, take);
+    }
+}
+
+/// Reads a file as the fixed operations do: SRT and JSON in UTF-8 or the encoding that is given, EBU STL block by block.
+void readDeployed(Subtitles& subtitles, InputFile& file, const SubtitleRequest& request, const CueTakers& take) {
+    const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
+    const bool isSTL = looksLikeSTL({reinterpret_cast<const char*>(first.data()), first.size()});
+    if (isSTL && !request.encoding.empty()) {
+        throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
+    }
+    checkKind(file, first, request);
+    const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
+    const InputKind kind = isSTL ? InputKind::Stl : deployedKindOf(request.path, text);
+    if (kind == InputKind::Stl) {
+        readSTL(subtitles, text, request, take);
+        return;
+    }
+    checkUTF8(file.name(), text);
+    kind == InputKind::Json ? readJson(subtitles, text, request, take) : readSRT(subtitles, text, request, take);
 }
 
 /// What a file is in which subtitles are on air; none for any other.
@@ -158,48 +208,37 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     InputFile file(request.path);
     Subtitles subtitles;
     subtitles.name = file.name();
-    const auto container = inputKindOfBytes(file.peek(kBytesThatTellKind));
+    if (request.asDeployed) {
+        readDeployed(subtitles, file, request, take);
+        return subtitles;
+    }
+    const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
+    const std::string_view bytes(reinterpret_cast<const char*>(first.data()), first.size());
+    const auto container = inputKindOfBytes(first);
     const bool isContainer = container && mayHaveTextTracks(*container);
-    const auto told = isContainer ? container : textKindOf(file, request.encoding);
+    const auto told = isContainer           ? container
+                      : looksLikeSTL(bytes) ? std::optional(InputKind::Stl)
+                                            : textKindOf(file, request.encoding);
     const auto known = told ? told : inputKindOfName(subtitles.name);
     const auto onAir = told && !isContainer ? std::nullopt : onAirKind(file, request);
     checkOnAir(request, file, known, onAir);
     if (!request.track.empty() && (!isContainer || request.onAir.isGiven())) {
         throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
     }
-    if (request.readsAll && onAir && !request.fromStart.isGiven) {
-        readAsCues(subtitles, file, *onAir, request, take);
-        return subtitles;
-    }
-    const bool isOther = known == InputKind::Ttml || (told == InputKind::Vtt && !take.value) || isContainer;
-    if (request.readsAll && isOther && !request.fromStart.isGiven) {
-        readAsCues(subtitles, file, *known, request, take);
-        return subtitles;
-    }
-    const std::span<const std::uint8_t> first = file.peek(kBytesThatTellKind);
-    const bool isSTL = looksLikeSTL({reinterpret_cast<const char*>(first.data()), first.size()});
-    if (isSTL && !request.encoding.empty()) {
-        throw UsageError("--encoding is for SRT and JSON files: " + file.name() + " is EBU STL");
-    }
-    if (request.fromStart.isGiven && request.asDeployed) {
-        throw UsageError("--from-start is for EBU STL that is read whole, not as deployed");
-    }
-    if (request.fromStart.isGiven && !isSTL) {
+    if (request.fromStart.isGiven && told != InputKind::Stl) {
         throw UsageError("--from-start is for EBU STL here, which " + file.name() + " is not: convert has it for all");
     }
-    checkKind(file, first, request);
-    const std::string text = request.encoding.empty() ? readWholeFile(file) : readEncodedFile(file, request.encoding);
-    const InputKind kind = isSTL ? InputKind::Stl : kindOfText(request.path, text);
-    if (kind == InputKind::Stl) {
-        request.asDeployed ? readSTL(subtitles, text, request, take) : readWholeSTL(subtitles, text, request, take);
+    if (told == InputKind::Stl && !request.encoding.empty()) {
+        throw UsageError("--encoding is for texts: " + file.name() + " is EBU STL");
+    }
+    if (onAir || isContainer) {
+        readAsCues(subtitles, file, onAir ? *onAir : *container, request, take);
         return subtitles;
     }
-    checkUTF8(file.name(), text);
-    if (kind == InputKind::Json) {
-        readJson(subtitles, text, request, take);
-    } else {
-        readTextCues(subtitles, text, request, take);
+    if (!told) {
+        checkKind(file, first, request);
     }
+    readSubtitleFile(subtitles, file, told ? *told : kindOfUntold(bytes, subtitles.name), request, take);
     return subtitles;
 }
 

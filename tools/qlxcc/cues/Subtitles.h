@@ -70,12 +70,11 @@ struct SubtitleRequest {
     std::string path;                   ///< `-`: standard input.
     std::int32_t mode = kTeletextMode;  ///< What the cues are placed for.
     double frameDuration = 0;           ///< Seconds a frame, for mode 1.
-    std::string encoding = {};          ///< Of SRT and JSON files; empty for UTF-8.
-    bool asDeployed = false;            ///< EBU STL as the fixed operations read it.
-    std::string track = {};             ///< Of containers, as CueRequest has it.
-    bool readsAll = true;               ///< Also formats that the fixed operations have no reader of.
-    FromStart fromStart = {};           ///< EBU STL, not as deployed.
-    OnAirChoice onAir = {};             ///< Files of frames; of Scenarist and MCC files also without a choice: CC1.
+    std::string encoding = {};          ///< Of a text; empty: what the file says, as deployed UTF-8.
+    bool asDeployed = false;            ///< As the fixed operations read SRT, JSON and EBU STL, and nothing else.
+    std::string track = {};    ///< Of containers, as CueRequest has it; as deployed not looked at, as the rest.
+    FromStart fromStart = {};  ///< EBU STL.
+    OnAirChoice onAir = {};    ///< Files of frames; of Scenarist and MCC files also without a choice: CC1.
 };
 
 /// What a file is.
@@ -96,12 +95,16 @@ using CueValueTaker = std::function<void(const subtitles::Cue&)>;
 /// says what that is. A JSON file is an array of the dictionaries that QLXSubtitleRecord reads, or an object with such
 /// an array under `cues`.
 ///
-/// In mode 1 the cues of SRT and STL files start early, by an estimate of their pairs; those of a JSON file keep their
-/// times. In mode 2 the cues of an STL file keep their rows where a teletext page has them, else they are placed like
+/// The encoding of a text is what readCues() of CueInput.h finds, and a byte that it does not have becomes U+FFFD, which
+/// is a problem. With SubtitleRequest::asDeployed SRT is read as QLXSRTFileReader does, and a text that is not in its
+/// encoding is refused.
+///
+/// In mode 1 the cues of files other than JSON start early, by an estimate of their pairs; those of a JSON file keep
+/// their times. In mode 2 the cues of an STL file keep their rows where a teletext page has them, else they are placed like
 /// those of an SRT file. EBU STL files are read whole: joined blocks, sets, all character tables; with
 /// SubtitleRequest::asDeployed block by block as Latin text, as the fixed operations do.
 /// @throws Failure when the file cannot be read, is longer than kLongestSubtitleFile, is not in the encoding, or has no
-///   valid cue; UsageError when an encoding is given for an STL file, or the file is of another kind.
+///   valid cue; UsageError when an encoding is given for what is no text, or the file is of another kind.
 [[nodiscard]] Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take);
 
 /// The same of cues as they are, which have the times and places that the file gives them. The mode does not count.

@@ -9,8 +9,10 @@ void FindingNotes::add(const Finding& finding) {
     if (finding.severity == Severity::Remark && !_saysRemarks) {
         return;
     }
+    const bool isRemark = finding.severity == Severity::Remark;
+    _hasFound = _hasFound || !isRemark;
     Kind& kind = _kinds[finding.code];
-    if (++kind.count > kShown) {
+    if (++kind.count > _shown) {
         return;
     }
     const std::string text = finding.text();
@@ -18,20 +20,20 @@ void FindingNotes::add(const Finding& finding) {
         kind.text = text;
     }
     _progress.clear();
-    printNote("warning: " + _name + ": " + _place + ": " + text);
+    printNote((isRemark && _shown > kShown ? "remark: " : "warning: ") + _name + ": " + _place + ": " + text);
 }
 
 bool FindingNotes::prints(const Finding& finding) const {
     const auto kind = _kinds.find(finding.code);
     return (finding.severity != Severity::Remark || _saysRemarks) && !isQuiet() &&
-           (kind == _kinds.end() || kind->second.count < kShown);
+           (kind == _kinds.end() || kind->second.count < _shown);
 }
 
 void FindingNotes::finish() {
     for (const auto& [code, kind] : _kinds) {
-        if (kind.count > kShown) {
+        if (kind.count > _shown) {
             _progress.clear();
-            printNote("warning: " + _name + ": " + std::to_string(kind.count - kShown) + " more like \"" + kind.text +
+            printNote("warning: " + _name + ": " + std::to_string(kind.count - _shown) + " more like \"" + kind.text +
                       "\"");
         }
     }

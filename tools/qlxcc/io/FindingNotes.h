@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <map>
 #include <string>
 #include <utility>
@@ -18,8 +19,10 @@ class FindingNotes final : public FindingSink {
 public:
     /// @param name Of the file.
     /// @param saysRemarks Remarks as well; by default they are passed over.
-    FindingNotes(std::string name, Progress& progress, bool saysRemarks = false)
-        : _name(std::move(name)), _progress(progress), _saysRemarks(saysRemarks) {}
+    /// @param saysAll Not ten of a kind.
+    FindingNotes(std::string name, Progress& progress, bool saysRemarks = false, bool saysAll = false)
+        : _name(std::move(name)), _progress(progress), _saysRemarks(saysRemarks),
+          _shown(saysAll ? std::numeric_limits<std::uint64_t>::max() : kShown) {}
 
     /// Where the next findings are: `frame 3, line 9`.
     void setPlace(std::string place) { _place = std::move(place); }
@@ -30,7 +33,7 @@ public:
     [[nodiscard]] bool prints(const Finding& finding) const;
 
     /// Whether nothing came but what is passed over.
-    [[nodiscard]] bool isEmpty() const noexcept { return _kinds.empty(); }
+    [[nodiscard]] bool isEmpty() const noexcept { return !_hasFound; }
 
     /// Called behind the last one.
     void finish();
@@ -46,6 +49,8 @@ private:
     std::string _name;
     Progress& _progress;
     bool _saysRemarks;
+    std::uint64_t _shown;    ///< Of a kind.
+    bool _hasFound = false;  ///< More than remarks.
     std::string _place;
     std::map<FindingCode, Kind> _kinds;
 };

@@ -70,7 +70,7 @@ private:
 
 void RemarkNotes::say(const std::vector<std::string>& remarks) {
     for (const std::string& remark : remarks) {
-        if (++_count <= kShown) {
+        if (++_count <= _shown) {
             printNote("warning: " + _source.name() + ": " + remark);
         }
     }
@@ -78,18 +78,18 @@ void RemarkNotes::say(const std::vector<std::string>& remarks) {
 
 void RemarkNotes::sayProblems(const std::vector<FrameProblem>& problems) {
     for (const FrameProblem& problem : problems) {
-        if (++_problemCount <= kShown) {
+        if (++_problemCount <= _shown) {
             printMessage(_source.name() + ": " + problem.text);
         }
     }
 }
 
 void RemarkNotes::sayHowManyMore() const {
-    if (_problemCount > kShown) {
-        printMessage(_source.name() + ": " + counted(_problemCount - kShown, "more problem"));
+    if (_problemCount > _shown) {
+        printMessage(_source.name() + ": " + counted(_problemCount - _shown, "more problem"));
     }
-    if (_count > kShown) {
-        printNote("warning: " + _source.name() + ": " + counted(_count - kShown, "more warning"));
+    if (_count > _shown) {
+        printNote("warning: " + _source.name() + ": " + counted(_count - _shown, "more warning"));
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,18 +33,21 @@ FrameProblems readFrames(NamedSource& source, FrameInput& reader, OutputFile& ou
 /// Says what needs a look in a file: the first ten remarks, and in the end how many more there were.
 class RemarkNotes {
 public:
-    explicit RemarkNotes(const NamedSource& source) : _source(source) {}
+    /// @param saysAll Not ten.
+    explicit RemarkNotes(const NamedSource& source, bool saysAll = false)
+        : _source(source), _shown(saysAll ? std::numeric_limits<std::uint64_t>::max() : kShown) {}
 
     void say(const std::vector<std::string>& remarks);
     /// The same of problems, which are said even where only these are wanted.
     void sayProblems(const std::vector<FrameProblem>& problems);
-    [[nodiscard]] bool hasMore() const noexcept { return _count > kShown || _problemCount > kShown; }
+    [[nodiscard]] bool hasMore() const noexcept { return _count > _shown || _problemCount > _shown; }
     void sayHowManyMore() const;
 
 private:
     static constexpr std::uint64_t kShown = 10;
 
     const NamedSource& _source;
+    std::uint64_t _shown;
     std::uint64_t _count = 0;
     std::uint64_t _problemCount = 0;
 };

@@ -40,11 +40,20 @@ Failure failureOf(const Frame& frame, const Finding& why, std::size_t width) {
 
 void LeftOut::add(const Finding& finding) {
     Kind& kind = _kinds[finding.code];
-    if (kind.count++ == 0) {
-        const auto packet = static_cast<std::size_t>(finding.offset);
-        kind.text = finding.text();
-        kind.first = packet < _frame->packets.size() ? placeOf(_frame->number, _frame->packets[packet].line)
-                                                     : "frame " + std::to_string(_frame->number);
+    const bool isFirst = kind.count++ == 0;
+    if (!isFirst && !_saysAll) {
+        return;
+    }
+    const auto packet = static_cast<std::size_t>(finding.offset);
+    const std::string text = finding.text();
+    const std::string place = packet < _frame->packets.size() ? placeOf(_frame->number, _frame->packets[packet].line)
+                                                              : "frame " + std::to_string(_frame->number);
+    if (_saysAll) {
+        printNote("remark: " + _name + ": " + place + ": " + text);
+    }
+    if (isFirst) {
+        kind.text = text;
+        kind.first = place;
     }
 }
 

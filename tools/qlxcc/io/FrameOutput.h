@@ -57,7 +57,8 @@ void settleRows(InputKind input, FrameSourceOptions& source, FrameOutputOptions&
 class LeftOut final : public FindingSink {
 public:
     /// @param name Of the file that is written.
-    explicit LeftOut(std::string name) : _name(std::move(name)) {}
+    /// @param saysAll Each is said with its place as it comes, besides.
+    explicit LeftOut(std::string name, bool saysAll = false) : _name(std::move(name)), _saysAll(saysAll) {}
 
     /// The frame that the next findings are of; must live as long as they come.
     void setFrame(const Frame& frame) noexcept { _frame = &frame; }
@@ -81,6 +82,7 @@ private:
     };
 
     std::string _name;
+    bool _saysAll;
     const Frame* _frame = nullptr;
     std::map<FindingCode, Kind> _kinds;
 };

@@ -80,8 +80,9 @@ class CarrierConversion {
 public:
     CarrierConversion(const CarrierOptions& options, InputFile& source, OutputFile& output)
         : _options(options), _source(source), _output(output), _kind(kindOf(source, options.source.kind)),
-          _frames(options.frames), _leftOut(std::make_shared<LeftOut>(output.name())), _remarks(source),
-          _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress) {
+          _frames(options.frames), _leftOut(std::make_shared<LeftOut>(output.name(), options.reportsAll)),
+          _remarks(source, options.reportsAll), _progress(source.size(), output.isStandardOutput()),
+          _notes(source.name(), _progress, options.reportsAll, options.reportsAll) {
         sayTextTracks();
         FrameSourceOptions opened = options.source;
         opened.kind = _kind;
@@ -275,6 +276,7 @@ private:
         const auto number = numberOf(frame);
         if (!number) {
             ++_before;
+            report(frame, "left out: in front of the start");
             return;
         }
         // Gaps that time codes pretend again and again would fill a file without end.
@@ -289,7 +291,10 @@ private:
             sayLateBeginning(*number);
         }
         // Time does not go back.
-        _moved += *number < _last ? 1 : 0;
+        if (*number < _last) {
+            ++_moved;
+            report(frame, "earlier than the one before, taken as one of its time");
+        }
         frame.number = std::max(*number, _last);
         _last = frame.number;
         if (_rate) {
@@ -299,6 +304,15 @@ private:
             _join->take(frame);
         } else {
             pass(frame);
+        }
+    }
+
+    /// Says what becomes of one frame, where each is to be said.
+    void report(const Frame& frame, std::string_view what) {
+        if (_options.reportsAll) {
+            _progress.clear();
+            printNote("remark: " + _source.name() + ": frame " + std::to_string(frame.number) + ": " +
+                      std::string(what));
         }
     }
 
@@ -475,9 +489,9 @@ private:
 
 int convertCarrier(const CarrierOptions& options) {
     refuseInputAsOutput(options.path, options.output);
-    InputFile source(options.path);
+    const auto source = options.opened ? options.opened : std::make_shared<InputFile>(options.path);
     OutputFile output(options.output);
-    return CarrierConversion(options, source, output).run();
+    return CarrierConversion(options, *source, output).run();
 }
 
 }  // namespace qlx::tool

@@ -4,16 +4,19 @@
 #include "cues/CueTimes.h"
 #include "io/FrameOutput.h"
 #include "io/FrameSource.h"
+#include "io/InputFile.h"
 #include "io/Rates.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
 namespace qlx::tool {
 
 struct CarrierOptions {
-    std::string path;  ///< `-`: standard input.
+    std::string path;                     ///< `-`: standard input.
+    std::shared_ptr<InputFile> opened{};  ///< It, where it has been opened.
     FrameSourceOptions source;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     FrameOutputOptions frames;          ///< What is written, without its rate.
@@ -22,6 +25,7 @@ struct CarrierOptions {
     bool isStartTaken = false;          ///< What is subtracted is the time of the first frame.
     std::uint32_t line = 9;             ///< Of caption packets that are made.
     bool isStrict = false;              ///< What is lost makes the exit code 1.
+    bool reportsAll = false;            ///< All that is found, changed or lost is said, not ten of a kind.
     bool isHearingImpaired = false;     ///< ts: its pages are for the hard of hearing, whatever is read says of them.
 };
 

@@ -345,17 +345,18 @@ Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& 
     return read;
 }
 
-InputKind kindOfInput(const CueRequest& request) {
+InputKind kindOfInput(CueRequest& request) {
     if (request.source.kind) {
         return *request.source.kind;
     }
-    InputFile file(request.path);
-    // It is read a second time, also one that has a name.
+    const auto file = std::make_shared<InputFile>(request.path);
+    // What has been looked at of a pipe, also one that has a name, is there only once.
     std::error_code error;
     if (request.path == "-" || !std::filesystem::is_regular_file(request.path, error)) {
-        throw UsageError("--from-format is needed: a pipe that becomes packets does not tell its format");
+        request.opened = file;
     }
-    return textKindOf(file, request.encoding).value_or(kindOf(file, std::nullopt));
+    const auto kind = textKindOf(*file, request.encoding);
+    return kind ? *kind : kindOf(*file, std::nullopt);
 }
 
 int convert(const ConvertOptions& options) {

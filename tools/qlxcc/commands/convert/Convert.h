@@ -46,9 +46,9 @@ struct ConvertOptions {
 /// @return What the file is; problems are said already.
 [[nodiscard]] Subtitles readConvertedCues(const ConvertOptions& options, const CueValueTaker& take, bool& hasFailed);
 
-/// What a file is by its content or name.
+/// What a file is by its content or name. What is read but once stays open in the request.
 /// @throws UsageError when neither tells it.
-[[nodiscard]] InputKind kindOfInput(const CueRequest& request);
+[[nodiscard]] InputKind kindOfInput(CueRequest& request);
 
 /// Runs the subcommand; the result is the exit code.
 [[nodiscard]] int convert(const ConvertOptions& options);

@@ -162,13 +162,8 @@ public:
         : _options(options),
           _packetizer(QLXSubtitlesPacketizer::initWithSubtitleMode_isHD(modeOf(options), options.isHD)) {
         CueCollector cues(options);
-        _subtitles = readSubtitles({options.subtitles,
-                                    modeOf(options),
-                                    secondsFrom(options.rate.frameDuration()),
-                                    options.encoding,
-                                    options.asDeployed,
-                                    {},
-                                    false},
+        _subtitles = readSubtitles({options.subtitles, modeOf(options), secondsFrom(options.rate.frameDuration()),
+                                    options.encoding, options.asDeployed},
                                    [&](std::shared_ptr<QLXSubtitleRecord> record) { cues.take(std::move(record)); });
         _range = cues.window().frames(_subtitles.name);
         reportProblems(_subtitles);

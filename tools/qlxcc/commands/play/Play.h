@@ -70,7 +70,7 @@ struct TeletextPlayOptions {
 
 struct PlayOptions {
     std::string subtitles;  ///< The file; `-` is standard input.
-    std::string encoding;   ///< Of an SRT or JSON file; empty for UTF-8.
+    std::string encoding;   ///< Of a text; empty: what its bytes say, as deployed UTF-8.
     std::string track;      ///< Of containers, as CueRequest has it.
     FromStart fromStart;    ///< EBU STL, not as deployed.
     OnAirChoice onAir;      ///< Files of frames, not as deployed.

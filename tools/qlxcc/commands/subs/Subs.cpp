@@ -215,10 +215,8 @@ int listSubtitles(const SubsOptions& options) {
     OutputFile output(options.output);
     CueList list(options, output);
     try {
-        // As captions they are listed as `play --as-deployed` sends them.
-        const bool asDeployed = options.mode == kCea608Mode;
-        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding, asDeployed,
-                                   options.track, true, options.fromStart, options.onAir},
+        list.finish(readSubtitles({options.file, options.mode, frameDuration, options.encoding, options.asDeployed,
+                                   options.track, options.fromStart, options.onAir},
                                   [&](const std::shared_ptr<QLXSubtitleRecord>& record) { list.take(record); }));
     } catch (const Failure&) {
         output.flushWhatCame();
