@@ -50,31 +50,6 @@ bool isCaption(const anc::Packet& packet) {
     return packet.id() == anc::ids::kCdp || packet.id() == anc::ids::kCea608;
 }
 
-/// The rate of two frames' times, which may be rounded to their scale; none where several are as near as that.
-std::optional<FrameRate> rateOfTimes(const Frame& firstFrame, const Frame& secondFrame) {
-    const MediaTime& first = *firstFrame.pts;
-    const MediaTime& second = *secondFrame.pts;
-    // A list of frames need not have those without packets.
-    const double frames =
-        secondFrame.number > firstFrame.number ? static_cast<double>(secondFrame.number - firstFrame.number) : 1.0;
-    const double seconds = (secondsFrom(second) - secondsFrom(first)) / frames;
-    const double rounding = 0.501 / std::min(first.timescale, second.timescale) / frames;
-    std::optional<FrameRate> found;
-    bool isOneOfSeveral = false;
-    for (const FrameRate rate : kFrameRates) {
-        const double away = std::abs(secondsFrom(frameDuration(rate)) - seconds);
-        constexpr double kSame = 1e-9;
-        if (away < kSame) {
-            return rate;
-        }
-        if (away <= rounding) {
-            isOneOfSeveral = found.has_value();
-            found = rate;
-        }
-    }
-    return isOneOfSeveral ? std::nullopt : found;
-}
-
 /// The way of frames from the one file to the other.
 class CarrierConversion {
 public:
