@@ -44,12 +44,6 @@ int compared(const MediaTime& left, const MediaTime& right) noexcept {
     return difference < 0 ? -1 : difference > 0 ? 1 : 0;
 }
 
-MediaTime programmeStart(const std::optional<MediaTime>& told, const subtitles::Cue& first) noexcept {
-    constexpr std::int64_t kHour = 3600;
-    const std::int64_t hours = first.start.isValid() ? first.start.value / first.start.timescale / kHour : 0;
-    return told ? *told : MediaTime::make(hours * kHour, 1);
-}
-
 bool changeTimes(const TimeChange& change, subtitles::Cue& cue) {
     const bool isBefore = change.fromStart && compared(cue.start, *change.fromStart) < 0;
     const auto changeTime = [&](MediaTime& time) {

@@ -27,18 +27,6 @@ struct TimeChange {
     [[nodiscard]] bool isNothing() const { return !fromStart && !offset && !toStart && scaleFactor == scaleDivisor; }
 };
 
-/// Where the programme begins in a file, which is subtracted from its times.
-struct FromStart {
-    bool isGiven = false;           ///< Something is said of it.
-    bool isTaken = false;           ///< It is where the file says, as programmeStart() has it.
-    std::optional<MediaTime> time;  ///< It is this; none: nothing is subtracted, or what is taken.
-};
-
-/// Where the programme begins in a file of cues.
-/// @param told What the file says, such as the start of the programme of EBU STL; else it is the whole hour in which the
-/// first cue begins.
-[[nodiscard]] MediaTime programmeStart(const std::optional<MediaTime>& told, const subtitles::Cue& first) noexcept;
-
 /// Changes the times of a cue and of its parts.
 /// @return False when it begins before TimeChange::fromStart, which is not subtracted then.
 bool changeTimes(const TimeChange& change, subtitles::Cue& cue);

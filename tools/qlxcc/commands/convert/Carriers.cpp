@@ -177,10 +177,6 @@ private:
 
     void begin(const std::vector<Frame>& first) {
         settleRate(first);
-        _times = _options.times;
-        if (_options.isStartTaken && !first.empty()) {
-            _times.fromStart = timeOf(first[0]);
-        }
         const FrameRate rate = _rate.value_or(FrameRate::Fps2997);
         _to = _options.toRate ? frameRateOf(*_options.toRate)
                               : (_frames.format == FrameFormat::Scc ? FrameRate::Fps2997 : rate);
@@ -189,11 +185,36 @@ private:
         }
         _frames.scc.rate = _to;
         _frames.mcc.rate = _to;
+        settleStarts(first);
         _makesPackets = _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210 ||
                         _frames.format == FrameFormat::Mcc;
         _changesRate = _frames.format == FrameFormat::Scc && _to != rate;
         beginTeletext();
         _writer = makeFrameWriter(_output, _frames, _leftOut);
+    }
+
+    /// The labels of IN count as it says; so do those of what is written, where it has timecodes.
+    void settleStarts(const std::vector<Frame>& first) {
+        _times = _options.times;
+        const auto counted = countingOf(_reader->counting());
+        if (_options.fromStart.time) {
+            _times.fromStart =
+                qlx::tool::timeOf(*_options.fromStart.time, counted ? counted : countingOfRate(_rate), _source.name());
+        } else if (_options.fromStart.isTaken && !first.empty()) {
+            _times.fromStart = timeOf(first[0]);
+        }
+        if (_options.toStart) {
+            const bool drops = _frames.format == FrameFormat::Scc ? _frames.scc.dropsFrames : _frames.mcc.dropsFrames;
+            const auto written = hasTimecodes() ? LabelCounting{_to, drops && cc::mayDropFrames(_to)}
+                                 : _rate        ? countingOfRate(_to)
+                                                : std::nullopt;
+            _times.toStart = qlx::tool::timeOf(*_options.toStart, written, _output.name());
+        }
+    }
+
+    /// How labels of a file count that has none itself.
+    static std::optional<LabelCounting> countingOfRate(std::optional<FrameRate> rate) {
+        return rate ? std::optional(LabelCounting{*rate}) : std::nullopt;
     }
 
     void beginTeletext() {
