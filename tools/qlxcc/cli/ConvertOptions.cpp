@@ -32,7 +32,8 @@ multiplies, --offset and --to-start are added; they are rounded once, to millise
 timecode counts frames as the file does that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s. Scenarist
 files say it by their separators, MCC in its header, TTML by its frame rate and drop mode, EBU STL has 25 or 30; what
 else is read or written counts as --from-rate and --to-rate say, with --drop, --non-drop or a semicolon in the timecode.
-In EBU STL and in packets times are rounded to frames; the cues of EBU STL that end together become a cumulative set.
+In EBU STL times are rounded to the nearest frames, and its cues that end together become a cumulative set; in packets
+they are those of the frames of `play`. MCC and Scenarist files made of subtitles begin at --to-start.
 
 What is changed or lost is said, ten of a kind and a count. Exit codes: 0 also with losses, 1 when something of IN
 could not be read, or with --strict and a loss; 2 wrong usage.
@@ -130,7 +131,7 @@ constexpr OptionRow kConvertOptions[] = {
         "timecode of --from-start counts, and the times of TTML in frames, where the file does not say it. It does "
         "not change the speed."),
     rateOption("--to-rate", {}, &RawOptions::toRate,
-               "Frames a second of packets made of subtitles; those that EBU STL and, without frames, --to-start count",
+               "Frames a second of packets made of subtitles; those that EBU STL and --to-start count",
                "EBU STL has 25 and 30 (default: those of --from-rate or of an STL file that is read, else 25); with "
                "29.97 the 30 of its time codes are as long as those of 29.97, with --drop as drop-frame ones."),
     textOption("--scale", "A/B", &RawOptions::scale, "Multiply times by A and divide them by B",

@@ -195,6 +195,14 @@ int playCues(PlayOptions sent, ConvertOptions options) {
     const bool hasTimecodes = sent.format == PlayFormat::Scc || sent.format == PlayFormat::Mcc;
     options.written = {*options.frames,
                        hasTimecodes ? std::optional(sent.isDropFrame && hasDropFrame(sent.rate)) : std::nullopt};
+    sent.missingOption = "--from-start";
+    if (hasTimecodes && options.toStart) {
+        // A file with timecodes begins where its programme does.
+        options.toStart->time = timeOf(*options.toStart, options.written, sent.output.value_or("-"));
+        options.firstTime = options.toStart->time;
+        sent.fromSeconds = secondsFrom(*options.firstTime);
+        sent.fromOption = "--to-start";
+    }
     bool hasFailed = false;
     // One file is converted, and to one page.
     sent.cues = [&](const std::string&, const CueValueTaker& take) {

@@ -167,7 +167,7 @@ public:
 
 private:
     /// By CueChange, of some cues.
-    static constexpr std::array<std::string_view, 8> kChanges{
+    static constexpr std::array<std::string_view, 9> kChanges{
         "before the start, which is not subtracted from them",
         "moved in front of cues that begin later",
         "too far behind cues that begin later to be moved",
@@ -176,6 +176,7 @@ private:
         "not composed: 50 others are shown together with each of them",
         "wider or higher than asked for",
         "shorter than a frame, which last one",
+        "in front of the start of what is written, where nothing is",
     };
 
     /// Counts a change, and says it where all are said.
@@ -256,8 +257,11 @@ private:
     }
 
     void write(subtitles::Cue cue) {
-        if (_options.frames && roundTimes(*_options.frames, cue)) {
+        if (_options.frames && putOnFrames(*_options.frames, cue)) {
             say(cue, CueChange::Lengthened);
+        }
+        if (_options.firstTime && compared(cue.start, *_options.firstTime) < 0) {
+            say(cue, CueChange::InFront);
         }
         if (_options.columns &&
             !wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows))) {

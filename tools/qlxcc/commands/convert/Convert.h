@@ -36,6 +36,7 @@ struct ConvertOptions {
     std::optional<LabelCounting> written;  ///< How labels count in what is written, where its format says it.
     std::vector<std::string> unused;       ///< Options that say something of times which nothing has.
     std::optional<FrameRate> frames;       ///< To which times are rounded here; none: whoever writes them does it.
+    std::optional<MediaTime> firstTime;    ///< Of what is written: what is in front of it is left out.
     Overlap overlap = Overlap::Keep;
     std::optional<std::uint64_t> columns;  ///< To which rows are wrapped.
     std::uint64_t rows = 0;                ///< Of a cue that is wrapped; 0: any number.
