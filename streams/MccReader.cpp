@@ -115,6 +115,9 @@ public:
         : _source(source), _lines(source, detail::LineEnds::Any), _given(rate) {}
 
     [[nodiscard]] const MccHeader& header() const noexcept { return _header; }
+    [[nodiscard]] std::optional<cc::TimeCodeCounting> counting() const noexcept {
+        return _hasBegun ? std::optional(cc::TimeCodeCounting{_header.rate, _header.dropsFrames}) : std::nullopt;
+    }
 
     Result<bool> next(Frame& frame, FindingSink* findings) {
         return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
@@ -379,6 +382,10 @@ Result<bool> MccReader::next(Frame& frame, FindingSink* findings) {
 
 const MccHeader& MccReader::header() const noexcept {
     return _lines->header();
+}
+
+std::optional<cc::TimeCodeCounting> MccReader::counting() const {
+    return _lines->counting();
 }
 
 }  // namespace qlx::streams

@@ -29,6 +29,7 @@ public:
 
     [[nodiscard]] PlaceUnit placeUnit() const noexcept override { return _reader->placeUnit(); }
     [[nodiscard]] Place placeOf(const Finding& finding) const override { return _reader->placeOf(finding); }
+    [[nodiscard]] std::optional<cc::TimeCodeCounting> counting() const override { return _reader->counting(); }
     [[nodiscard]] std::vector<std::string> takeLibraryTexts() override { return _reader->takeLibraryTexts(); }
 
 private:

@@ -40,6 +40,9 @@ public:
         return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
     }
 
+    /// By the first line that has its place.
+    [[nodiscard]] const std::optional<cc::TimeCodeCounting>& counting() const noexcept { return _counting; }
+
 private:
     Result<bool> read(Frame& frame, FindingSink* findings);
     Result<bool> readTitle();
@@ -48,6 +51,7 @@ private:
     void checkParity(std::uint16_t pair, std::size_t begin, FindingSink* findings);
 
     SccOptions _options;
+    std::optional<cc::TimeCodeCounting> _counting;
     detail::LineReader _lines;
     std::string _line;
     std::size_t _place =
@@ -64,6 +68,7 @@ private:
 void SccReader::Lines::place(const detail::TimeCodeText& start) {
     _remark.reset();
     _hasToldParity = false;
+    _counting = _counting.value_or(cc::TimeCodeCounting{_options.rate, start.dropsFrames});
     if (start.frame < _nextFrame) {
         const FindingCode code =
             start.frame < _lineFrame ? FindingCode::SccTimecodeEarlier : FindingCode::SccTimecodeOverlaps;
@@ -181,6 +186,10 @@ SccReader::~SccReader() = default;
 
 Result<bool> SccReader::next(Frame& frame, FindingSink* findings) {
     return _lines->next(frame, findings);
+}
+
+std::optional<cc::TimeCodeCounting> SccReader::counting() const {
+    return _lines->counting();
 }
 
 }  // namespace qlx::streams

@@ -178,6 +178,7 @@ void DocumentHead::readParameters(const pugi::xml_node& root, const Attributes& 
     }
     _file.hasFrameRate = hasFrames;
     _file.countsFrames = _times.countsFrames;
+    _file.counting = countingOf(_times);
     // TTML2, 7.2.10: ticks are parts of frames where frames are counted, else seconds.
     if (!hasTicks && hasFrames) {
         _times.tickRate = _times.frameRate * _times.subFrameRate;

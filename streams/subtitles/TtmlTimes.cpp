@@ -211,6 +211,17 @@ std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParamete
     return metricTime(*number, text, parameters);
 }
 
+std::optional<cc::TimeCodeCounting> countingOf(const TimeParameters& parameters) noexcept {
+    const auto rate =
+        frameRateOfDuration(MediaTime::make(parameters.divisor, parameters.frameRate * parameters.multiplier));
+    const bool drops = parameters.dropMode == DropMode::Ntsc;
+    if (!parameters.countsFrames || !rate || parameters.frameRate != nominalFramesPerSecond(*rate) ||
+        parameters.dropMode == DropMode::Pal || (drops && !cc::mayDropFrames(*rate))) {
+        return std::nullopt;
+    }
+    return cc::TimeCodeCounting{*rate, drops};
+}
+
 bool isBefore(const MediaTime& left, const MediaTime& right) noexcept {
     const auto split = [](const MediaTime& time) {
         const bool isBelow = time.value % time.timescale < 0;

@@ -3,6 +3,8 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
+#include <qlx/cc/time_code.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -27,6 +29,9 @@ struct TimeParameters {
 /// `00:00:01.5`, `00:00:01:12`, `00:00:01:12.1`, `1.5s`, `500ms`, `12f`, `2h`, `3m`, `90000t`; none for any other text.
 /// Ten digits of a number and nine of a fraction count.
 [[nodiscard]] std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters);
+
+/// How the labels of a document count, in the terms of time codes; none where it counts none, or otherwise than those.
+[[nodiscard]] std::optional<cc::TimeCodeCounting> countingOf(const TimeParameters& parameters) noexcept;
 
 /// Whether a time is before another one; both are valid.
 [[nodiscard]] bool isBefore(const MediaTime& left, const MediaTime& right) noexcept;

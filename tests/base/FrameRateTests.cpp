@@ -76,4 +76,24 @@ TEST(FrameRate, FindsTheFirstFrameAtOrAfterATime) {
     EXPECT_EQ(firstFrameAtOrAfter(MediaTime(), FrameRate::Fps25), std::nullopt);
 }
 
+TEST(FrameRate, FindsTheNearestFrame) {
+    using qlx::nearestFrame;
+    for (const FrameRate rate : qlx::kFrameRates) {
+        const MediaTime one = qlx::frameDuration(rate);
+        for (const std::int64_t frame : {0LL, 1LL, 2LL, 107'892LL, 5'184'000LL}) {
+            // Of a half of a frame, and of what is a little less or more.
+            const MediaTime half = MediaTime::make((2 * frame + 1) * one.value, 2 * one.timescale);
+            const MediaTime before = MediaTime::make(1000 * half.value - 1, 1000 * half.timescale);
+            const MediaTime exact = MediaTime::make(frame * one.value, one.timescale);
+            EXPECT_EQ(nearestFrame(exact, rate), static_cast<std::uint64_t>(frame));
+            EXPECT_EQ(nearestFrame(half, rate), static_cast<std::uint64_t>(frame + 1));
+            EXPECT_EQ(nearestFrame(before, rate), static_cast<std::uint64_t>(frame));
+        }
+    }
+    EXPECT_EQ(nearestFrame(MediaTime::make(2'000'000'000'000, 1000), FrameRate::Fps60), 120'000'000'000U);
+    EXPECT_EQ(nearestFrame(MediaTime::make(INT64_MAX, 1), FrameRate::Fps60), std::nullopt);
+    EXPECT_EQ(nearestFrame(MediaTime::make(-1, 25), FrameRate::Fps25), std::nullopt);
+    EXPECT_EQ(nearestFrame(MediaTime(), FrameRate::Fps25), std::nullopt);
+}
+
 }  // namespace

@@ -99,6 +99,25 @@ TEST(SccReading, TakesFieldAndRateOfTheCaller) {
               std::vector<std::string>{"line 2: no timecode of 25 frames a second at the line's beginning"});
 }
 
+TEST(SccReading, SaysHowTheFirstTimecodeCounts) {
+    using qlx::cc::TimeCodeCounting;
+    const auto countingOf = [](std::string_view text, FrameRate rate) {
+        qlx::streams::MemorySource source({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+        SccReader reader(source, {.rate = rate});
+        EXPECT_EQ(reader.counting(), std::nullopt);
+        Frame frame;
+        EXPECT_TRUE(reader.next(frame, nullptr));
+        return reader.counting();
+    };
+    EXPECT_EQ(countingOf(kTitle + "\n01:00:00;00\t9420\n01:00:01:00\t9420\n", FrameRate::Fps2997),
+              (TimeCodeCounting{FrameRate::Fps2997, true}));
+    EXPECT_EQ(countingOf(kTitle + "\n01:00:00:00\t9420\n", FrameRate::Fps2997),
+              (TimeCodeCounting{FrameRate::Fps2997, false}));
+    EXPECT_EQ(countingOf(kTitle + "\n01:00:00:00\t9420\n", FrameRate::Fps25),
+              (TimeCodeCounting{FrameRate::Fps25, false}));
+    EXPECT_EQ(countingOf(kTitle, FrameRate::Fps25), std::nullopt);
+}
+
 TEST(SccReading, SaysWhereALinesFirstByteWithWrongParityIs) {
     const auto reading = readScc(kTitle + "00:00:00:00\t9420 1420 94ae 142e\n00:00:01:00\t9420\n00:00:02:00\t942e\n");
     EXPECT_EQ(reading.remarks,

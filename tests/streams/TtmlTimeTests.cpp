@@ -237,6 +237,32 @@ TEST(Ttml, ShowsTextWhileItsRegionIsThere) {
     }
 }
 
+TEST(Ttml, SaysHowLabelsCount) {
+    using qlx::FrameRate;
+    using qlx::cc::TimeCodeCounting;
+    const auto countingOf = [](const std::string& parameters, const qlx::streams::TtmlReadOptions& options = {}) {
+        return readDocument(documentOf("<body><div><p begin='0s' end='1s'>a</p></div></body>", "", parameters), options)
+            .file.counting;
+    };
+    const std::string smpte = "ttp:timeBase='smpte' ";
+    const std::string fractional = "ttp:frameRate='30' ttp:frameRateMultiplier='1000 1001' ";
+    EXPECT_EQ(countingOf(""), std::nullopt);
+    EXPECT_EQ(countingOf(fractional), std::nullopt);
+    EXPECT_EQ(countingOf(smpte), (TimeCodeCounting{FrameRate::Fps30, false}));
+    EXPECT_EQ(countingOf(smpte + fractional), (TimeCodeCounting{FrameRate::Fps2997, false}));
+    EXPECT_EQ(countingOf(smpte + fractional + "ttp:dropMode='dropNTSC'"), (TimeCodeCounting{FrameRate::Fps2997, true}));
+    EXPECT_EQ(countingOf(smpte + "ttp:frameRate='60' ttp:frameRateMultiplier='1000:1001' ttp:dropMode='dropNTSC'"),
+              (TimeCodeCounting{FrameRate::Fps5994, true}));
+    EXPECT_EQ(countingOf(smpte + "ttp:frameRate='25'"), (TimeCodeCounting{FrameRate::Fps25, false}));
+    EXPECT_EQ(countingOf(smpte, {.rate = FrameRate::Fps5994, .isDrop = true}),
+              (TimeCodeCounting{FrameRate::Fps5994, true}));
+    // What time codes do not do.
+    EXPECT_EQ(countingOf(smpte + "ttp:frameRate='30' ttp:dropMode='dropNTSC'"), std::nullopt);
+    EXPECT_EQ(countingOf(smpte + fractional + "ttp:dropMode='dropPAL'"), std::nullopt);
+    EXPECT_EQ(countingOf(smpte + "ttp:frameRate='10'"), std::nullopt);
+    EXPECT_EQ(countingOf(smpte + "ttp:frameRate='60' ttp:frameRateMultiplier='1 2'"), std::nullopt);
+}
+
 TEST(Ttml, CountsFramesAsTheCallerSaysWhereTheDocumentDoesNot) {
     const auto startOf = [](const std::string& parameters, qlx::streams::TtmlReadOptions options) {
         std::optional<TtmlFile> head;

@@ -263,10 +263,15 @@ struct RateTerms {
     bool alternates;  ///< Field 1 has the even frames.
 };
 
-/// The first frame at a time or later that has a pair of the field.
+/// The first frame at a time or later, to the millisecond, that has a pair of the field.
 std::uint64_t slotFrame(std::uint64_t milliseconds, const RateTerms& rate, std::uint64_t field) {
     const std::uint64_t divisor = 1000 * rate.seconds;
-    const std::uint64_t frame = (milliseconds * rate.frames + divisor - 1) / divisor;
+    std::uint64_t frame = (milliseconds * rate.frames + divisor - 1) / divisor;
+    // The one before, if its own time is as many milliseconds, rounded half up.
+    const auto isShownAs = [&](std::uint64_t number) {
+        return (2 * number * divisor + rate.frames) / (2 * rate.frames) == milliseconds;
+    };
+    frame -= frame > 0 && isShownAs(frame - 1) ? 1 : 0;
     return rate.alternates && frame % 2 != field - 1 ? frame + 1 : frame;
 }
 
@@ -335,7 +340,7 @@ std::vector<Shown> screensOf(const std::string& json) {
 class DemoCaptions : public ::testing::TestWithParam<RateTerms> {};
 
 // All of them, each from the first slot of its field at or after its start on: in the first frame at its start or
-// later, above 30 frames/s at most one later.
+// later, to the millisecond that the file states, above 30 frames/s at most one later.
 TEST_P(DemoCaptions, AreOnAirAsWrittenAndOnTime) {
     const RateTerms& rate = GetParam();
     const TemporaryFolder folder;

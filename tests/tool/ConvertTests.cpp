@@ -291,7 +291,7 @@ TEST(Convert, ReportsEachCueThatIsChanged) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:03,000", "00:00:05,000", "one-two-three"},
                                                          {"00:00:01,000", "00:00:04,000", "a"},
-                                                         {"00:00:07,000", "00:00:07,010", "c"}}));
+                                                         {"00:00:07,010", "00:00:07,030", "c"}}));
     const auto reported = [&](const Arguments& more, const std::string& format = "srt") {
         Arguments arguments = more;
         arguments.emplace_back("--report");
@@ -310,7 +310,7 @@ TEST(Convert, ReportsEachCueThatIsChanged) {
     EXPECT_EQ(reported({"--from-start", "00:00:02,000"}),
               "00:00:01,000: before the start, which is not subtracted from them\n");
     EXPECT_EQ(reported({"--to-rate", "25", "--channel", "CC1"}, "klv"),
-              moved + "00:00:07,000: shorter than a frame, which last one\n");
+              moved + "00:00:07,040: shorter than a frame, which last one\n");
     const ToolResult plain = converted(file, "srt", {"--overlap", "cut"});
     EXPECT_EQ(plain.err, "qlxcc: warning: " + file + ": 1 cue moved in front of cues that begin later\n" +
                              "qlxcc: warning: " + file + ": 1 cue cut at the start of the next one\n");

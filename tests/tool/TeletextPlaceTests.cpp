@@ -132,19 +132,14 @@ TEST(TeletextPlaces, FollowTheProgrammeOfStl) {
     };
     for (const Start& each : {Start{"auto", "00:00:10,000"}, Start{"0", "10:00:30,000"},
                               Start{"10:00:25:00", "00:00:05,000"}, Start{"36029", "00:00:01,000"}}) {
-        Arguments list{"subs", cues, "--from-start", each.option};
-        if (each.option.find(':') != std::string::npos) {
-            list.insert(list.end(), {"--rate", "50"});
-        }
+        const Arguments list{"subs", cues, "--from-start", each.option};
         const ToolResult listed = runTool(list);
         EXPECT_EQ(listed.exitCode, 0) << listed.err;
-        if (list.size() == 4) {
-            EXPECT_NE(listed.out.find(each.start), std::string::npos) << listed.out;
-            const bool hasEarly = each.option != "0";
-            EXPECT_EQ(listed.out.find("1 cue before the start, which is not subtracted from them") != std::string::npos,
-                      hasEarly)
-                << listed.out;
-        }
+        EXPECT_NE(listed.out.find(each.start), std::string::npos) << listed.out;
+        const bool hasEarly = each.option != "0";
+        EXPECT_EQ(listed.out.find("1 cue before the start, which is not subtracted from them") != std::string::npos,
+                  hasEarly)
+            << listed.out;
         const ToolResult played = runTool(playArguments(
             cues, "25",
             {"--from-start", each.option, "--duration", "60", "--from", each.option == "0" ? "36000" : "0"}));
@@ -155,7 +150,7 @@ TEST(TeletextPlaces, FollowTheProgrammeOfStl) {
     for (const Arguments& wrong :
          {Arguments{"subs", text, "--from-start", "auto"}, playArguments(text, "25", {"--from-start", "auto"}),
           playArguments(cues, "25", {"--from-start", "auto", "--as-deployed"}),
-          Arguments{"subs", cues, "--from-start", "10:00:00:00"}}) {
+          Arguments{"subs", cues, "--from-start", "10:00:00:25"}}) {
         const ToolResult refused = runTool(wrong);
         EXPECT_EQ(refused.exitCode, 2);
         EXPECT_NE(refused.err.find("--from-start"), std::string::npos) << refused.err;

@@ -107,4 +107,21 @@ inline constexpr std::array<FrameRate, 8> kFrameRates{FrameRate::Fps23976, Frame
     return static_cast<std::uint64_t>(whole * frame.timescale + rest);
 }
 
+/// The frame that begins nearest to a time, counted from 0; of two that are as near the later one. None for what is no
+/// time, is negative, or has no number of a frame.
+///
+///     const auto frame = qlx::nearestFrame(qlx::MediaTime::make(50, 1000), qlx::FrameRate::Fps2997);
+///     // 1, at 33 ms: 2 is at 67 ms
+[[nodiscard]] constexpr std::optional<std::uint64_t> nearestFrame(const MediaTime& time, FrameRate rate) noexcept {
+    const auto next = firstFrameAtOrAfter(time, rate);
+    if (!next || *next == 0) {
+        return next;
+    }
+    // The part of a frame by which the time is behind the one before.
+    const MediaTime frame = frameDuration(rate);
+    const std::int64_t denominator = std::int64_t{time.timescale} * frame.value;
+    const std::int64_t rest = time.value % denominator * frame.timescale % denominator;
+    return rest == 0 || denominator - rest <= rest ? next : std::optional(*next - 1);
+}
+
 }  // namespace qlx

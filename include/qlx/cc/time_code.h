@@ -32,6 +32,15 @@ struct FrameLabel {
 /// What a possible time code shows.
 [[nodiscard]] QLX_EXPORT FrameLabel labelOf(const CdpTimeCode& timeCode, FrameRate rate) noexcept;
 
+/// How the time codes of a file count its frames.
+struct TimeCodeCounting {
+    FrameRate rate = FrameRate::Fps2997;  ///< What they count.
+    bool dropsFrames = false;             ///< With dropped numbers; only where mayDropFrames(rate).
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const TimeCodeCounting&, const TimeCodeCounting&) noexcept = default;
+};
+
 /// Counts the frames of a rate from midnight to midnight, with dropped numbers or without.
 class FrameCount {
 public:
@@ -40,6 +49,10 @@ public:
     /// @param dropsFrames Only where mayDropFrames(rate).
     constexpr FrameCount(FrameRate rate, bool dropsFrames) noexcept
         : _nominal(nominalFramesPerSecond(rate)), _dropped(dropsFrames ? _nominal / 30 * 2 : 0) {}
+
+    /// The same.
+    constexpr explicit FrameCount(const TimeCodeCounting& counting) noexcept
+        : FrameCount(counting.rate, counting.dropsFrames) {}
 
     /// Frames of a day.
     [[nodiscard]] constexpr std::uint32_t ofDay() const noexcept { return 24 * 6 * ofTenMinutes(); }

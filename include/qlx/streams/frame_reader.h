@@ -13,6 +13,7 @@
 
 #include <qlx/base/finding.h>
 #include <qlx/base/result.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/streams/frame.h>
 
 #include <cstdint>
@@ -72,6 +73,9 @@ public:
         }
         return {.frame = {}, .line = finding.offset == 0 ? std::nullopt : std::optional(finding.offset), .byte = {}};
     }
+
+    /// How the file's timecodes count its frames; none where it has none, or the first one has not been read.
+    [[nodiscard]] virtual std::optional<cc::TimeCodeCounting> counting() const { return std::nullopt; }
 
     /// What a library that takes the file apart has said in its own words: a text for each finding that hasLibraryText()
     /// and has been given since the last call, in their order; what ends the reading has its text each time that it is given.

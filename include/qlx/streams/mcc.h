@@ -18,6 +18,7 @@
 #pragma once
 
 #include <qlx/base/frame_rate.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/frame_reader.h>
@@ -63,6 +64,7 @@ public:
     /// Fails with MccTitleMissing, MccRateMissing or MccRateWrong where the header is none, with the line as the offset.
     Result<bool> next(Frame& frame, FindingSink* findings) override;
     [[nodiscard]] PlaceUnit placeUnit() const noexcept override { return PlaceUnit::TextLine; }
+    [[nodiscard]] std::optional<cc::TimeCodeCounting> counting() const override;
 
     /// What stands in front of the packets: as far as has been read, that is whole with the first frame.
     [[nodiscard]] const MccHeader& header() const noexcept;

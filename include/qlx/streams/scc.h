@@ -13,6 +13,7 @@
 #pragma once
 
 #include <qlx/base/frame_rate.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/cc/triplet.h>
 #include <qlx/streams/byte_source.h>
 #include <qlx/streams/export.h>
@@ -49,6 +50,7 @@ public:
 
     Result<bool> next(Frame& frame, FindingSink* findings) override;
     [[nodiscard]] PlaceUnit placeUnit() const noexcept override { return PlaceUnit::TextLine; }
+    [[nodiscard]] std::optional<cc::TimeCodeCounting> counting() const override;
 
 private:
     class Lines;

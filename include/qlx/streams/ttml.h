@@ -21,6 +21,7 @@
 #include <qlx/base/finding.h>
 #include <qlx/base/frame_rate.h>
 #include <qlx/base/result.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/streams/export.h>
 #include <qlx/subtitles/cue.h>
 
@@ -67,6 +68,8 @@ struct TtmlFile {
     std::vector<TtmlRegion> regions;  ///< In their order.
     bool hasFrameRate = false;        ///< `ttp:frameRate` says what frame numbers count.
     bool countsFrames = false;        ///< `ttp:timeBase="smpte"`: times are labels of frames.
+    /// How such labels count; none where they do it at another rate, or drop other numbers, than time codes.
+    std::optional<cc::TimeCodeCounting> counting{};
 
     /// Whether all fields are equal.
     [[nodiscard]] friend bool operator==(const TtmlFile&, const TtmlFile&) = default;

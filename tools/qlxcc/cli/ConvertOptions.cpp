@@ -29,8 +29,11 @@ become such files with the bytes of `play`, with --channel, --service, both, or 
 
 Times are changed in this order: what --from-start says is subtracted (not from cues that begin before it), --scale
 multiplies, --offset and --to-start are added; they are rounded once, to milliseconds, when they are written. A
-timecode counts frames of the file that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s. In EBU STL
-and in packets they are rounded to frames; the cues of EBU STL that end together become a cumulative set.
+timecode counts frames as the file does that it is of: 10:00:00:00 of 29.97 frames/s, non-drop, is at 36036 s. Scenarist
+files say it by their separators, MCC in its header, TTML by its frame rate and drop mode, EBU STL has 25 or 30; what
+else is read or written counts as --from-rate and --to-rate say, with --drop, --non-drop or a semicolon in the timecode.
+In EBU STL times are rounded to the nearest frames, and its cues that end together become a cumulative set; in packets
+they are those of the frames of `play`. MCC and Scenarist files made of subtitles begin at --to-start.
 
 What is changed or lost is said, ten of a kind and a count. Exit codes: 0 also with losses, 1 when something of IN
 could not be read, or with --strict and a loss; 2 wrong usage.
@@ -118,17 +121,17 @@ constexpr OptionRow kConvertOptions[] = {
     kWideCharacters,
     fromStart("Where the programme begins in IN, which is subtracted: TIME, auto or 0",
               "`auto` is the time of the first frame, in EBU STL the start of the programme in its head (TCP), of "
-              "other files "
-              "of cues the whole hour in which the first one begins; "
+              "other files of cues, and of cues read from MCC and Scenarist files, the whole hour in which the first "
+              "one begins: an hour of their timecodes, where they have some. "
               "`0` subtracts nothing, and keeps the tool from saying that the first cue comes late."),
     textOption("--to-start", "TIME", &RawOptions::toStart, "Where the programme begins in the result, which is added"),
     rateOption(
         "--from-rate", {}, &RawOptions::fromRate, "Frames a second of IN",
         "It gives frames without times of their own (v210, 2vuy, klv, h264, mpeg2) theirs, and is what the "
-        "timecode of --from-start counts, and the times of TTML in frames where the file does not say it. It does "
+        "timecode of --from-start counts, and the times of TTML in frames, where the file does not say it. It does "
         "not change the speed."),
     rateOption("--to-rate", {}, &RawOptions::toRate,
-               "Frames a second of packets made of subtitles; those that --to-start and EBU STL count",
+               "Frames a second of packets made of subtitles; those that EBU STL and --to-start count",
                "EBU STL has 25 and 30 (default: those of --from-rate or of an STL file that is read, else 25); with "
                "29.97 the 30 of its time codes are as long as those of 29.97, with --drop as drop-frame ones."),
     textOption("--scale", "A/B", &RawOptions::scale, "Multiply times by A and divide them by B",
@@ -184,7 +187,7 @@ constexpr OptionRow kConvertOptions[] = {
              "start."},
     {.names = "--drop",
      .field = &RawOptions::isDrop,
-     .help = "Timecodes of --from-start and --to-start are drop-frame ones, whatever stands in them",
+     .help = "Timecodes of --from-start and --to-start are drop-frame ones where no file says it",
      .more = "So are those that are written in mcc and scc files at 29.97 and 59.94, also without this option."},
     {.names = "--non-drop",
      .field = &RawOptions::isNonDrop,

@@ -183,22 +183,20 @@ MediaTime exactTime(double seconds) {
     return MediaTime::make(std::llround(seconds * kUnits), kUnits);
 }
 
-MediaTime startTime(const std::string& option, std::string text, const std::string& rate, std::string_view rateOption,
-                    const RawOptions& raw) {
-    const auto named = rate.empty() ? std::nullopt : rateNamed(rate);
-    if (parseFrameTimecode(text) && !named) {
-        throw UsageError(option + ": " + std::string(rateOption) + " is needed, which says how many frames of " + text +
-                         " a second has");
+StartTime startTime(const std::string& option, const std::string& text, const std::string& rate,
+                    std::string_view rateOption, const RawOptions& raw) {
+    StartTime start{.option = option, .text = text, .rateOption = rateOption};
+    if (!parseFrameTimecode(text)) {
+        start.time = exactTime(timeOption(option, text, nullptr));
+        return start;
     }
-    if (parseFrameTimecode(text) && (raw.isDrop || raw.isNonDrop)) {
-        std::replace(text.begin(), text.end(), ';', ':');
-        text[text.rfind(':')] = raw.isDrop ? ';' : ':';
-    }
-    return exactTime(timeOption(option, text, named ? &*named : nullptr));
+    start.rate = rate.empty() ? std::nullopt : rateNamed(rate);
+    start.dropsFrames = raw.isDrop ? std::optional(true) : raw.isNonDrop ? std::optional(false) : std::nullopt;
+    return start;
 }
 
 FromStart fromStartOption(const RawOptions& raw, const std::string& rate, std::string_view rateOption) {
-    FromStart start{.isGiven = !raw.fromStart.empty(), .isTaken = raw.fromStart == "auto", .time = std::nullopt};
+    FromStart start{.isGiven = !raw.fromStart.empty(), .isTaken = raw.fromStart == "auto"};
     if (start.isGiven && !start.isTaken && raw.fromStart != "0") {
         start.time = startTime("--from-start", raw.fromStart, rate, rateOption, raw);
     }

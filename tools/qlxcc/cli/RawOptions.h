@@ -22,6 +22,7 @@ inline constexpr std::uint64_t kGreatestLine = 65535;
 
 struct FromStart;
 struct OnAirChoice;
+struct StartTime;
 struct PlayOptions;
 
 /// The values of all options. Only one command is given, so what means the same in several of them stands here once.
@@ -215,11 +216,14 @@ void refuseTransportOptions(const RawOptions& raw, bool isWritten);
 /// @throws UsageError when it is no time.
 [[nodiscard]] FromStart fromStartOption(const RawOptions& raw, const std::string& rate, std::string_view rateOption);
 
-/// The time of an option's TIME as all rates have it; a timecode counts frames of `rate`, as --drop and --non-drop say.
-/// @throws UsageError that names the options.
-[[nodiscard]] MediaTime startTime(const std::string& option, std::string text, const std::string& rate,
+/// A TIME of --from-start or --to-start, of which a label is counted when it is known what counts it.
+/// @param rate Of its frames, where no file says it; may be empty.
+/// @param rateOption What gives that, for messages.
+/// @throws UsageError when it is no TIME.
+[[nodiscard]] StartTime startTime(const std::string& option, const std::string& text, const std::string& rate,
                                   std::string_view rateOption, const RawOptions& raw);
-/// The same of seconds: frames of 23.976, 29.97 and 59.94 a second are whole numbers of its units.
+
+/// Seconds as all rates have them: frames of 23.976, 29.97 and 59.94 a second are whole numbers of its units.
 [[nodiscard]] MediaTime exactTime(double seconds);
 
 /// The seconds of an option's TIME.

@@ -38,13 +38,10 @@ void takeTimes(const RawOptions& raw, ConvertOptions& options) {
     if (raw.isDrop && raw.isNonDrop) {
         throw UsageError("--drop and --non-drop cannot be given together");
     }
-    const FromStart from = fromStartOption(raw, raw.fromRate, "--from-rate");
-    options.isStartGiven = from.isGiven;
-    options.isStartTaken = from.isTaken;
-    options.times.fromStart = from.time;
+    options.fromStart = fromStartOption(raw, raw.fromRate, "--from-rate");
     if (!raw.toStart.empty()) {
-        options.times.toStart =
-            startTime("--to-start", raw.toStart, raw.toRate.empty() ? raw.fromRate : raw.toRate, "--from-rate", raw);
+        options.toStart =
+            startTime("--to-start", raw.toStart, raw.toRate.empty() ? raw.fromRate : raw.toRate, "--to-rate", raw);
     }
     if (!raw.scale.empty()) {
         takeScale(raw.scale, options.times);
@@ -97,7 +94,6 @@ void takeStl(const RawOptions& raw, ConvertOptions& options) {
     stl.isOpen = raw.isOpen;
     stl.isSingleHeight = raw.isSingleHeight;
     stl.isDrop = raw.isDrop;
-    stl.start = options.times.toStart;
     const std::string& rate = raw.toRate.empty() ? raw.fromRate : raw.toRate;
     stl.rate = rate.empty() ? std::nullopt : rateNamed(rate);
     if (isStl && stl.rate && !isStlRate(*stl.rate)) {
@@ -196,6 +192,17 @@ int playCues(PlayOptions sent, ConvertOptions options) {
     sent.isStrict = options.isStrict;
     sent.reportsAll = options.reportsAll;
     options.frames = frameRateOf(sent.rate);
+    const bool hasTimecodes = sent.format == PlayFormat::Scc || sent.format == PlayFormat::Mcc;
+    options.written = {*options.frames,
+                       hasTimecodes ? std::optional(sent.isDropFrame && hasDropFrame(sent.rate)) : std::nullopt};
+    sent.missingOption = "--from-start";
+    if (hasTimecodes && options.toStart) {
+        // A file with timecodes begins where its programme does.
+        options.toStart->time = timeOf(*options.toStart, options.written, sent.output.value_or("-"));
+        options.firstTime = options.toStart->time;
+        sent.fromSeconds = secondsFrom(*options.firstTime);
+        sent.fromOption = "--to-start";
+    }
     bool hasFailed = false;
     // One file is converted, and to one page.
     sent.cues = [&](const std::string&, const CueValueTaker& take) {
@@ -345,7 +352,8 @@ Action checkedConvert(const RawOptions& raw) {
     carrier.frames = carrierFormat(raw, format);
     carrier.source.field = carrier.frames.scc.field;
     carrier.toRate = raw.toRate.empty() ? std::nullopt : rateNamed(raw.toRate);
-    carrier.isStartTaken = options.isStartTaken;
+    carrier.fromStart = options.fromStart;
+    carrier.toStart = options.toStart;
     carrier.line = static_cast<std::uint32_t>(raw.line.value_or(carrier.line));
     carrier.isStrict = raw.isStrict;
     carrier.reportsAll = raw.reportsAll;

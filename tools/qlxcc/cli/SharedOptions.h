@@ -286,7 +286,8 @@ inline constexpr OptionRow kSingleHeight{.names = "--single-height", .field = &R
 inline constexpr OptionRow kStlStart =
     fromStart("EBU STL: where the programme begins in it, which is subtracted: TIME, auto or 0",
               "`auto` is the start of the programme in the head of the file (TCP), or else the whole hour in which the "
-              "first cue begins. Without this option times stay, and so do those of cues that begin before it.");
+              "first cue begins; a timecode counts the frames of the file. Without this option times stay, and so do "
+              "those of cues that begin before it.");
 
 // How captions are read.
 inline constexpr OptionRow kNoParity{.names = "--no-parity",

@@ -37,18 +37,21 @@ changes, with what the packets of both fields carry ("erase" is a page header th
 behind its rows).
 
 TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of RATE (00:00:10:12, drop-frame
-00:00:10;12). Frame n is at n frame durations, from 0. A cue is due with the first frame at its start or later; of
-teletext with --as-deployed, with the first one that is later than its start. A caption that pops on is sent ahead of
-that, while the one before it is shown, and ends when the next one begins. A teletext page shows all cues that are on
-air, and is sent in the character set of --language with packets X/26 over letters that this lacks. Several files are
-several pages: each needs a --page in front of it. EBU STL cues keep their times, so that a programme that begins at
-10:00:00:00 needs --from-start or --from, and the rows that they name. Captions of a Scenarist or MCC file, and what
-is on air in other files of frames with --from-channel, --from-service or --from-page, are decoded and sent anew.
-Warnings name what a viewer will not see as it is written, ten of a kind. The rows of a v210 file are, in every frame,
-those of the lines 12 and 575, or 21 and 334 with --sd; with captions that of line 9, or of --line. Every frame
-carries a caption packet (CDP) with as many pairs as the rate has: up to 30 frames/s one of each field a frame, above
-that those of field 1 in even frames and those of field 2 in odd ones. Behind them stands what a caption service has
-to send. With --sd its picture is taken as one of 4:3, otherwise of 16:9.
+00:00:10;12). Frame n is at n frame durations, from 0. A cue is due with the first frame at its start or later, and
+ends in the same way; a time that is that of a frame to the millisecond is that frame. One that would be over as it
+begins lasts a frame. Of teletext with --as-deployed a cue is due with the first frame that is later than its start. A
+caption that pops on is sent ahead of that, while the one before it is shown, and ends when the next one begins. A
+Scenarist file begins with the hour of timecodes in which its first caption is shown, or as much earlier as that
+caption's pairs need. A teletext page shows all cues that are on air, and is sent in the character set of --language
+with packets X/26 over letters that this lacks. Several files are several pages: each needs a --page in front of it.
+EBU STL cues keep their times, so that a programme that begins at 10:00:00:00 needs --from-start or --from, and the
+rows that they name. Captions of a Scenarist or MCC file, and what is on air in other files of frames with
+--from-channel, --from-service or --from-page, are decoded and sent anew. Warnings name what a viewer will not see as
+it is written, ten of a kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and
+334 with --sd; with captions that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many
+pairs as the rate has: up to 30 frames/s one of each field a frame, above that those of field 1 in even frames and
+those of field 2 in odd ones. Behind them stands what a caption service has to send. With --sd its picture is taken as
+one of 4:3, otherwise of 16:9.
 
 The times of teletext in a transport stream are 200 ms ahead of its clock. FFmpeg takes what
 is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
@@ -237,7 +240,7 @@ constexpr OptionRow kSubsOptions[] = {
          "--as-deployed` sends them, and --rate is needed."),
     rateOption("--rate", {}, &RawOptions::rate,
                "Show times as timecodes of this many frames a second (cea608 needs it)",
-               "They are those of the nearest frames, at 29.97 and 59.94 in drop-frame counting."),
+               "They are those of the first frames at the times or later, at 29.97 and 59.94 in drop-frame counting."),
     kEncoding,
     kTrack,
     readChannel("--channel", &RawOptions::channel),

@@ -118,6 +118,7 @@ void readTtmlAsCues(InputFile& file, const CueRequest& request, CueInput& input,
     options.takeHead = [&](const streams::TtmlFile& head) {
         input.format = formatOf(head.kind);
         input.ttml = head;
+        input.counting = head.counting;
         if (options.rate && head.countsFrames && head.hasFrameRate) {
             notes.say("--from-rate is without effect: the file says what its frames count", false);
         }
@@ -195,6 +196,9 @@ public:
         }
     }
 
+    /// How they count.
+    [[nodiscard]] cc::TimeCodeCounting counting() const { return {_meant, _dropsFrames}; }
+
     /// The time of a label that the reader took as one of the file's own rate.
     void change(MediaTime& time) const {
         if (_meant == _own) {
@@ -226,6 +230,7 @@ void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, 
     input.format = "EBU STL, " + std::to_string(nominalFramesPerSecond(rate)) + " frames/s";
     input.gsi = reader.gsi();
     const FrameLabels labels(rate, request, notes);
+    input.counting = labels.counting();
     if (const auto start = subtitles::timeCodeOf(reader.gsi().startOfProgramme)) {
         input.begin = start->time(rate);
         labels.change(*input.begin);
@@ -280,7 +285,9 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
         if (!frame.pts) {
             throw UsageError("--from-rate is needed: " + file.name() + " does not say the times of its frames");
         }
-        input.begin = input.begin ? input.begin : frame.pts;
+        // Where a file has timecodes, the programme begins with an hour of theirs, and not with the first caption.
+        input.counting = reader->counting();
+        input.begin = input.begin || input.counting ? input.begin : frame.pts;
         // All of them, of which a frame holds no more than its bytes: each says whether something is missing.
         Findings findings(std::numeric_limits<std::size_t>::max());
         screens.receive(frame, &findings);

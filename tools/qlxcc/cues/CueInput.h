@@ -6,6 +6,7 @@
 #include "streams/InputKind.h"
 
 #include <qlx/base/finding.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/cea608/codes.h>
 #include <qlx/streams/ttml.h>
 #include <qlx/subtitles/cue.h>
@@ -60,10 +61,11 @@ struct CueInput {
     std::string format;          ///< `SRT`, `WebVTT`, `captions CC1`
     subtitles::WebVttFile file;  ///< What it has besides cues; only of WebVTT, and whole at the end.
     std::optional<MediaTime>
-        begin;               ///< The time of the first frame, or where an EBU STL file says that the programme starts.
-    std::uint64_t cues = 0;  ///< That were read.
-    std::optional<subtitles::Gsi> gsi;      ///< The head of an EBU STL file.
-    std::optional<streams::TtmlFile> ttml;  ///< What a TTML file has besides cues.
+        begin;  ///< The time of the first frame, or where an EBU STL file says that the programme starts.
+    std::optional<cc::TimeCodeCounting> counting;  ///< How its timecodes count, where it says so.
+    std::uint64_t cues = 0;                        ///< That were read.
+    std::optional<subtitles::Gsi> gsi;             ///< The head of an EBU STL file.
+    std::optional<streams::TtmlFile> ttml;         ///< What a TTML file has besides cues.
 };
 
 /// Gets the cues; `input` has what stands in front of them.

@@ -1,7 +1,5 @@
 #include "cues/CueTimes.h"
 
-#include <qlx/subtitles/times.h>
-
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -44,12 +42,6 @@ int compared(const MediaTime& left, const MediaTime& right) noexcept {
     return difference < 0 ? -1 : difference > 0 ? 1 : 0;
 }
 
-MediaTime programmeStart(const std::optional<MediaTime>& told, const subtitles::Cue& first) noexcept {
-    constexpr std::int64_t kHour = 3600;
-    const std::int64_t hours = first.start.isValid() ? first.start.value / first.start.timescale / kHour : 0;
-    return told ? *told : MediaTime::make(hours * kHour, 1);
-}
-
 bool changeTimes(const TimeChange& change, subtitles::Cue& cue) {
     const bool isBefore = change.fromStart && compared(cue.start, *change.fromStart) < 0;
     const auto changeTime = [&](MediaTime& time) {
@@ -79,17 +71,26 @@ bool changeTimes(const TimeChange& change, subtitles::Cue& cue) {
     return !isBefore;
 }
 
-bool roundTimes(FrameRate rate, subtitles::Cue& cue) {
+std::optional<std::uint64_t> frameOnAir(const MediaTime& time, FrameRate rate) noexcept {
+    const auto next = firstFrameAtOrAfter(time, rate);
+    const auto nearest = nearestFrame(time, rate);
+    if (!next || nearest == next) {
+        return next;
+    }
+    constexpr double kHalfMillisecond = 0.0005;
+    // Far below it, and far above what a double loses of such times.
+    constexpr double kTolerance = 1e-8;
     const MediaTime duration = frameDuration(rate);
-    const auto nominal = static_cast<std::int32_t>(nominalFramesPerSecond(rate));
+    const double begin = static_cast<double>(*nearest) * static_cast<double>(duration.value) / duration.timescale;
+    return secondsFrom(time) - begin <= kHalfMillisecond + kTolerance ? nearest : next;
+}
+
+bool putOnFrames(FrameRate rate, subtitles::Cue& cue) {
+    const MediaTime duration = frameDuration(rate);
     const auto roundTime = [&](MediaTime& time) {
-        constexpr std::int64_t kGreatest = 1'000'000'000'000'000;
-        if (!time.isValid() || time.value < 0) {
-            return;
-        }
-        const std::int64_t frame = subtitles::unitsOf(isFractional(rate) ? scaled(time, 1000, 1001) : time, nominal);
-        if (frame < kGreatest) {
-            time = MediaTime::make(frame * duration.value, duration.timescale);
+        constexpr std::uint64_t kGreatest = 1'000'000'000'000'000;
+        if (const auto frame = frameOnAir(time, rate); frame && *frame < kGreatest) {
+            time = MediaTime::make(static_cast<std::int64_t>(*frame) * duration.value, duration.timescale);
         }
     };
     const bool isShown = cue.end.isValid() && compared(cue.start, cue.end) < 0;

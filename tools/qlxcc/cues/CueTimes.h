@@ -27,25 +27,17 @@ struct TimeChange {
     [[nodiscard]] bool isNothing() const { return !fromStart && !offset && !toStart && scaleFactor == scaleDivisor; }
 };
 
-/// Where the programme begins in a file, which is subtracted from its times.
-struct FromStart {
-    bool isGiven = false;           ///< Something is said of it.
-    bool isTaken = false;           ///< It is where the file says, as programmeStart() has it.
-    std::optional<MediaTime> time;  ///< It is this; none: nothing is subtracted, or what is taken.
-};
-
-/// Where the programme begins in a file of cues.
-/// @param told What the file says, such as the start of the programme of EBU STL; else it is the whole hour in which the
-/// first cue begins.
-[[nodiscard]] MediaTime programmeStart(const std::optional<MediaTime>& told, const subtitles::Cue& first) noexcept;
-
 /// Changes the times of a cue and of its parts.
 /// @return False when it begins before TimeChange::fromStart, which is not subtracted then.
 bool changeTimes(const TimeChange& change, subtitles::Cue& cue);
 
-/// Puts the times of a cue and of its parts on the nearest frames, a half to the later one, all by the same rule.
+/// The frame with which a time is on air: the one that it is the time of, to the millisecond as which most files state
+/// such times; else the first one behind it, as nothing is shown before its time. None for what is no time of a frame.
+[[nodiscard]] std::optional<std::uint64_t> frameOnAir(const MediaTime& time, FrameRate rate) noexcept;
+
+/// Puts the times of a cue and of its parts on frames, all as frameOnAir() has it: cues that touch go on touching.
 /// @return True when it would be shown no more, and lasts a frame.
-bool roundTimes(FrameRate rate, subtitles::Cue& cue);
+bool putOnFrames(FrameRate rate, subtitles::Cue& cue);
 
 /// What becomes of cues that are shown at the same time.
 enum class Overlap : std::uint8_t {
@@ -64,6 +56,7 @@ enum class CueChange : std::uint8_t {
     Uncomposed,  ///< It stays as it is, as others are shown with it as many as are composed.
     Wide,        ///< It is wider or higher than asked for.
     Lengthened,  ///< It was shorter than a frame.
+    InFront,     ///< It begins in front of what is written.
 };
 
 /// Gets what becomes of a cue, with its times as they are then.

@@ -1,5 +1,7 @@
 #include "cues/StlCues.h"
 
+#include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "cues/SubtitleReaders.h"
 #include "cues/SubtitleTimes.h"
 #include "io/Errors.h"
@@ -156,13 +158,16 @@ void readWholeSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRe
                                 SubtitleProblem::Effect::None});
     }
     TimeChange times;
-    times.fromStart = request.fromStart.time;
+    const LabelCounting own{reader.rate(), false};
+    if (request.fromStart.time) {
+        times.fromStart = timeOf(*request.fromStart.time, own, subtitles.name);
+    }
     std::uint64_t before = 0;
     while (const subtitles::Cue* const cue = reader.next()) {
         problems.tellComments(reader.comments());
         if (++subtitles.cues == 1 && request.fromStart.isTaken) {
             const auto told = subtitles::timeCodeOf(reader.gsi().startOfProgramme);
-            times.fromStart = programmeStart(told ? std::optional(told->time(reader.rate())) : std::nullopt, *cue);
+            times.fromStart = programmeStart(told ? std::optional(told->time(reader.rate())) : std::nullopt, own, *cue);
         }
         subtitles::Cue changed = *cue;
         before += changeTimes(times, changed) ? 0 : 1;

@@ -39,6 +39,12 @@ bool isStlRate(const Rate& rate) noexcept {
     return rate.name == "25" || rate.name == "29.97" || rate.name == "30";
 }
 
+LabelCounting stlCounting(const StlOutputOptions& options, const CueInput& input) noexcept {
+    const FrameRate rate = options.rate ? frameRateOf(*options.rate)
+                                        : (input.gsi ? input.gsi->rate() : std::nullopt).value_or(FrameRate::Fps25);
+    return {rate, options.isDrop && cc::mayDropFrames(rate)};
+}
+
 bool StlOutput::write(subtitles::Cue cue, const CueInput& input) {
     subtitles::StlWriter& writer = this->writer(input);
     relabel(cue.start);
@@ -94,8 +100,8 @@ subtitles::StlWriter& StlOutput::writer(const CueInput& input) {
         gsi.diskFormatCode = _rate->name == "25" ? "STL25.01" : "STL30.01";
     }
     options.isDoubleHeight = !_options.isSingleHeight;
-    if (_options.start) {
-        MediaTime start = *_options.start;
+    if (_start) {
+        MediaTime start = *_start;
         relabel(start);
         const FrameRate rate = gsi.rate().value_or(FrameRate::Fps25);
         const std::int32_t frames = nominalFramesPerSecond(rate);

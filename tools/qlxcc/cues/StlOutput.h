@@ -1,6 +1,7 @@
 // Writing cues as an EBU STL file.
 #pragma once
 
+#include "cues/StartTimes.h"
 #include "io/Rates.h"
 
 #include <qlx/base/finding.h>
@@ -29,16 +30,20 @@ struct StlOutputOptions {
     bool isDrop = false;                   ///< At 29.97 the time codes leave numbers out.
     bool isOpen = false;                   ///< Open subtitling.
     bool isSingleHeight = false;           ///< Rows of teletext.
-    std::optional<MediaTime> start;        ///< Of the programme.
 };
 
 /// Whether a rate is one of those that STL files have.
 [[nodiscard]] bool isStlRate(const Rate& rate) noexcept;
 
+/// How the labels of a file count that is made of such a one.
+[[nodiscard]] LabelCounting stlCounting(const StlOutputOptions& options, const CueInput& input) noexcept;
+
 /// Takes cues, and has the whole file in the end: its head counts them. A file has 12.8 MB at most.
 class StlOutput {
 public:
-    StlOutput(const StlOutputOptions& options, FindingSink* findings) : _options(options), _findings(findings) {}
+    /// @param start Of the programme, known with the first cue; must outlive this, as the options.
+    StlOutput(const StlOutputOptions& options, const std::optional<MediaTime>& start, FindingSink* findings)
+        : _options(options), _start(start), _findings(findings) {}
 
     /// @return False when the cue is left out.
     bool write(subtitles::Cue cue, const CueInput& input);
@@ -52,6 +57,7 @@ private:
     void relabel(MediaTime& time) const;
 
     const StlOutputOptions& _options;
+    const std::optional<MediaTime>& _start;
     FindingSink* _findings;
     std::optional<subtitles::StlWriter> _writer;
     std::optional<Rate> _rate;

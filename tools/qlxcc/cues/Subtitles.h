@@ -1,7 +1,7 @@
 // Reading a subtitle file, and saying what is wrong with it.
 #pragma once
 
-#include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "io/Rates.h"
 
 #include <qlx/cea608/codes.h>

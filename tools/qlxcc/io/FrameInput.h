@@ -7,6 +7,7 @@
 #include "io/StreamBytes.h"
 
 #include <qlx/base/finding.h>
+#include <qlx/cc/time_code.h>
 #include <qlx/streams/frame_reader.h>
 #include <qlx/streams/input_kind.h>
 #include <qlx/streams/ts/tables.h>
@@ -49,6 +50,9 @@ public:
     [[nodiscard]] std::vector<streams::ts::TeletextPage> teletextPages() const {
         return _pages ? _pages() : std::vector<streams::ts::TeletextPage>();
     }
+
+    /// How the file's timecodes count, as far as it has been read; none where it has none.
+    [[nodiscard]] std::optional<cc::TimeCodeCounting> counting() const { return _reader->counting(); }
 
     /// Reads the next frame.
     /// @param problems Gets one for everything in the frame that could not be read.

@@ -80,27 +80,6 @@ std::optional<double> parseSeconds(std::string_view text) noexcept {
 constexpr std::uint32_t kMinutesOfDay = 24 * 60;
 constexpr std::uint64_t kHoursOfDay = 24;
 
-std::uint64_t frameNumber(const std::string& shown, const FrameTimecode& time, const Rate& rate) {
-    const std::uint32_t nominal = nominalFrames(rate);
-    if (time.isDropFrame && !hasDropFrame(rate)) {
-        throw UsageError(shown + " is a drop-frame timecode, which counts frames at 29.97 and 59.94 only");
-    }
-    if (time.frames >= nominal) {
-        throw UsageError(shown + " is no TIME: at " + std::string(rate.name) +
-                         " frames/s the frames of a second are 0 "
-                         "to " +
-                         std::to_string(nominal - 1));
-    }
-    // The library counts the frames of a day.
-    const cc::FrameCount count(frameRateOf(rate), time.isDropFrame);
-    const cc::FrameLabel label{time.minutes % kMinutesOfDay * 60 + time.seconds, time.frames};
-    const std::uint32_t ofDay = count.ofLabel(label);
-    if (cc::labelOf(count.timeCodeOf(ofDay), frameRateOf(rate)).frame != label.frame) {
-        throw UsageError(shown + " is no TIME: drop-frame timecodes leave this number out");
-    }
-    return std::uint64_t{time.minutes / kMinutesOfDay} * count.ofDay() + ofDay;
-}
-
 }  // namespace
 
 std::optional<double> parseTime(std::string_view text) noexcept {
@@ -127,6 +106,28 @@ std::optional<FrameTimecode> parseFrameTimecode(std::string_view text) noexcept 
     return time;
 }
 
+std::uint64_t frameOf(std::string_view text, const FrameTimecode& time, const Rate& rate) {
+    const std::string shown = "\"" + std::string(text) + "\"";
+    const std::uint32_t nominal = nominalFrames(rate);
+    if (time.isDropFrame && !hasDropFrame(rate)) {
+        throw UsageError(shown + " is a drop-frame timecode, which counts frames at 29.97 and 59.94 only");
+    }
+    if (time.frames >= nominal) {
+        throw UsageError(shown + " is no TIME: at " + std::string(rate.name) +
+                         " frames/s the frames of a second are 0 "
+                         "to " +
+                         std::to_string(nominal - 1));
+    }
+    // The library counts the frames of a day.
+    const cc::FrameCount count(frameRateOf(rate), time.isDropFrame);
+    const cc::FrameLabel label{time.minutes % kMinutesOfDay * 60 + time.seconds, time.frames};
+    const std::uint32_t ofDay = count.ofLabel(label);
+    if (cc::labelOf(count.timeCodeOf(ofDay), frameRateOf(rate)).frame != label.frame) {
+        throw UsageError(shown + " is no TIME: drop-frame timecodes leave this number out");
+    }
+    return std::uint64_t{time.minutes / kMinutesOfDay} * count.ofDay() + ofDay;
+}
+
 double timeInSeconds(std::string_view text, const Rate* rate) {
     const std::string shown = "\"" + std::string(text) + "\"";
     std::optional<double> seconds;
@@ -134,7 +135,7 @@ double timeInSeconds(std::string_view text, const Rate* rate) {
         if (rate == nullptr) {
             throw UsageError(shown + " counts frames: --rate is needed, which says how many a second has");
         }
-        seconds = secondsFrom(rate->timeOfFrame(frameNumber(shown, *time, *rate)));
+        seconds = secondsFrom(rate->timeOfFrame(frameOf(text, *time, *rate)));
     } else {
         seconds = parseTime(text);
     }

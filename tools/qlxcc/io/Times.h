@@ -30,6 +30,11 @@ struct FrameTimecode {
 /// None when the text has another form. Whether there is such a frame is the matter of timeInSeconds().
 [[nodiscard]] std::optional<FrameTimecode> parseFrameTimecode(std::string_view text) noexcept;
 
+/// The number of the frame that a timecode names, counted from 0.
+/// @param text The timecode as it was given, for messages.
+/// @throws UsageError where a second of the rate has fewer frames, or the number is left out in drop-frame counting.
+[[nodiscard]] std::uint64_t frameOf(std::string_view text, const FrameTimecode& time, const Rate& rate);
+
 /// The seconds of a TIME in any of its forms; a timecode with frames gives the time of the frame that it names
 /// (SMPTE ST 12-1): those of 29.97 frames a second count 30 of them in a second, so that non-drop-frame ones fall
 /// behind the clock.

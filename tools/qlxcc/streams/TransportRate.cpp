@@ -73,4 +73,28 @@ std::optional<FrameRate> rateOfTransport(const std::vector<Frame>& first) {
     return isBetweenFramesOf25(first) ? FrameRate::Fps50 : FrameRate::Fps25;
 }
 
+std::optional<FrameRate> rateOfTimes(const Frame& firstFrame, const Frame& secondFrame) {
+    const MediaTime& first = *firstFrame.pts;
+    const MediaTime& second = *secondFrame.pts;
+    // A list of frames need not have those without packets.
+    const double frames =
+        secondFrame.number > firstFrame.number ? static_cast<double>(secondFrame.number - firstFrame.number) : 1.0;
+    const double seconds = (secondsFrom(second) - secondsFrom(first)) / frames;
+    const double rounding = 0.501 / std::min(first.timescale, second.timescale) / frames;
+    std::optional<FrameRate> found;
+    bool isOneOfSeveral = false;
+    for (const FrameRate rate : kFrameRates) {
+        const double away = std::abs(secondsFrom(frameDuration(rate)) - seconds);
+        constexpr double kSame = 1e-9;
+        if (away < kSame) {
+            return rate;
+        }
+        if (away <= rounding) {
+            isOneOfSeveral = found.has_value();
+            found = rate;
+        }
+    }
+    return isOneOfSeveral ? std::nullopt : found;
+}
+
 }  // namespace qlx::tool

@@ -1,4 +1,4 @@
-// The frame rate of transport streams, which have teletext in frames of its own.
+// The frame rate of files by the times of their first frames; transport streams have teletext in frames of its own.
 #pragma once
 
 #include "io/Frame.h"
@@ -20,5 +20,8 @@ inline constexpr std::size_t kFramesThatTellRate = 64;
 /// The rate of a transport stream by the times of its first frames: that of its pictures; else that of its teletext, which
 /// belongs to 25 or 50 frames a second; none where neither says it.
 [[nodiscard]] std::optional<FrameRate> rateOfTransport(const std::vector<Frame>& first);
+
+/// The rate of two frames' times, which may be rounded to their scale; none where several are as near as that.
+[[nodiscard]] std::optional<FrameRate> rateOfTimes(const Frame& firstFrame, const Frame& secondFrame);
 
 }  // namespace qlx::tool

@@ -50,31 +50,6 @@ bool isCaption(const anc::Packet& packet) {
     return packet.id() == anc::ids::kCdp || packet.id() == anc::ids::kCea608;
 }
 
-/// The rate of two frames' times, which may be rounded to their scale; none where several are as near as that.
-std::optional<FrameRate> rateOfTimes(const Frame& firstFrame, const Frame& secondFrame) {
-    const MediaTime& first = *firstFrame.pts;
-    const MediaTime& second = *secondFrame.pts;
-    // A list of frames need not have those without packets.
-    const double frames =
-        secondFrame.number > firstFrame.number ? static_cast<double>(secondFrame.number - firstFrame.number) : 1.0;
-    const double seconds = (secondsFrom(second) - secondsFrom(first)) / frames;
-    const double rounding = 0.501 / std::min(first.timescale, second.timescale) / frames;
-    std::optional<FrameRate> found;
-    bool isOneOfSeveral = false;
-    for (const FrameRate rate : kFrameRates) {
-        const double away = std::abs(secondsFrom(frameDuration(rate)) - seconds);
-        constexpr double kSame = 1e-9;
-        if (away < kSame) {
-            return rate;
-        }
-        if (away <= rounding) {
-            isOneOfSeveral = found.has_value();
-            found = rate;
-        }
-    }
-    return isOneOfSeveral ? std::nullopt : found;
-}
-
 /// The way of frames from the one file to the other.
 class CarrierConversion {
 public:
@@ -203,10 +178,6 @@ private:
 
     void begin(const std::vector<Frame>& first) {
         settleRate(first);
-        _times = _options.times;
-        if (_options.isStartTaken && !first.empty()) {
-            _times.fromStart = timeOf(first[0]);
-        }
         const FrameRate rate = _rate.value_or(FrameRate::Fps2997);
         _to = _options.toRate ? frameRateOf(*_options.toRate)
                               : (_frames.format == FrameFormat::Scc ? FrameRate::Fps2997 : rate);
@@ -215,11 +186,36 @@ private:
         }
         _frames.scc.rate = _to;
         _frames.mcc.rate = _to;
+        settleStarts(first);
         _makesPackets = _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210 ||
                         _frames.format == FrameFormat::Mcc;
         _changesRate = _frames.format == FrameFormat::Scc && _to != rate;
         beginTeletext();
         _writer = makeFrameWriter(_output, _frames, _leftOut);
+    }
+
+    /// The labels of IN count as it says; so do those of what is written, where it has timecodes.
+    void settleStarts(const std::vector<Frame>& first) {
+        _times = _options.times;
+        const auto counted = countingOf(_reader->counting());
+        if (_options.fromStart.time) {
+            _times.fromStart =
+                qlx::tool::timeOf(*_options.fromStart.time, counted ? counted : countingOfRate(_rate), _source.name());
+        } else if (_options.fromStart.isTaken && !first.empty()) {
+            _times.fromStart = timeOf(first[0]);
+        }
+        if (_options.toStart) {
+            const bool drops = _frames.format == FrameFormat::Scc ? _frames.scc.dropsFrames : _frames.mcc.dropsFrames;
+            const auto written = hasTimecodes() ? LabelCounting{_to, drops && cc::mayDropFrames(_to)}
+                                 : _rate        ? countingOfRate(_to)
+                                                : std::nullopt;
+            _times.toStart = qlx::tool::timeOf(*_options.toStart, written, _output.name());
+        }
+    }
+
+    /// How labels of a file count that has none itself.
+    static std::optional<LabelCounting> countingOfRate(std::optional<FrameRate> rate) {
+        return rate ? std::optional(LabelCounting{*rate}) : std::nullopt;
     }
 
     void beginTeletext() {

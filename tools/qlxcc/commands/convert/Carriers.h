@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "io/FrameOutput.h"
 #include "io/FrameSource.h"
 #include "io/InputFile.h"
@@ -21,8 +22,9 @@ struct CarrierOptions {
     std::optional<std::string> output;  ///< None or `-`: standard output.
     FrameOutputOptions frames;          ///< What is written, without its rate.
     std::optional<Rate> toRate;         ///< Of what is written; none: that of what is read, in Scenarist files 29.97.
-    TimeChange times;                   ///< Without a scale.
-    bool isStartTaken = false;          ///< What is subtracted is the time of the first frame.
+    TimeChange times;                   ///< Without a scale, and without the starts.
+    FromStart fromStart;                ///< What is taken is the time of the first frame.
+    std::optional<StartTime> toStart;   ///< Becomes TimeChange::toStart.
     std::uint32_t line = 9;             ///< Of caption packets that are made.
     bool isStrict = false;              ///< What is lost makes the exit code 1.
     bool reportsAll = false;            ///< All that is found, changed or lost is said, not ten of a kind.

@@ -131,10 +131,13 @@ public:
 
     ConversionNotes& notes() { return _notes; }
 
+    /// Whole with the first cue.
+    [[nodiscard]] const TimeChange& times() const { return _times; }
+
     void take(subtitles::Cue cue, const CueInput& input) {
         _input = &input;
         if (_cues++ == 0) {
-            begin(cue, input);
+            begin(&cue, input);
         }
         if (!changeTimes(_times, cue)) {
             say(cue, CueChange::Before);
@@ -145,6 +148,9 @@ public:
     /// Gives what is held back.
     void finishCues(const CueInput& input) {
         _input = &input;
+        if (_cues == 0) {
+            begin(nullptr, input);
+        }
         _order.finish();
     }
 
@@ -161,7 +167,7 @@ public:
 
 private:
     /// By CueChange, of some cues.
-    static constexpr std::array<std::string_view, 8> kChanges{
+    static constexpr std::array<std::string_view, 9> kChanges{
         "before the start, which is not subtracted from them",
         "moved in front of cues that begin later",
         "too far behind cues that begin later to be moved",
@@ -170,6 +176,7 @@ private:
         "not composed: 50 others are shown together with each of them",
         "wider or higher than asked for",
         "shorter than a frame, which last one",
+        "in front of the start of what is written, where nothing is",
     };
 
     /// Counts a change, and says it where all are said.
@@ -227,23 +234,34 @@ private:
         }
     }
 
-    /// What is subtracted is known with the first cue.
-    void begin(const subtitles::Cue& cue, const CueInput& input) {
-        if (_options.isStartTaken) {
-            _times.fromStart = programmeStart(input.begin, cue);
+    /// What is subtracted and added is known with the first cue, if there is one.
+    void begin(const subtitles::Cue* first, const CueInput& input) {
+        const std::optional<LabelCounting> own = countingOf(input.counting);
+        if (_options.fromStart.time) {
+            _times.fromStart = timeOf(*_options.fromStart.time, own, input.name);
+        } else if (_options.fromStart.isTaken && first != nullptr) {
+            _times.fromStart = programmeStart(input.begin, own, *first);
+        }
+        if (_options.toStart) {
+            const auto written =
+                _options.format == CueFormat::Stl ? std::optional(stlCounting(_options.stl, input)) : _options.written;
+            _times.toStart = timeOf(*_options.toStart, written, _options.output.value_or("-"));
         }
         constexpr double kMinute = 60.0;
         constexpr double kLate = 59.0 * kMinute;
-        if (!_options.isStartGiven && secondsFrom(cue.start) >= kLate) {
-            _notes.say("the first cue begins at " + timecode(cue.start) +
+        if (!_options.fromStart.isGiven && first != nullptr && secondsFrom(first->start) >= kLate) {
+            _notes.say("the first cue begins at " + timecode(first->start) +
                            ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does",
                        false);
         }
     }
 
     void write(subtitles::Cue cue) {
-        if (_options.frames && roundTimes(*_options.frames, cue)) {
+        if (_options.frames && putOnFrames(*_options.frames, cue)) {
             say(cue, CueChange::Lengthened);
+        }
+        if (_options.firstTime && compared(cue.start, *_options.firstTime) < 0) {
+            say(cue, CueChange::InFront);
         }
         if (_options.columns &&
             !wrap(cue, static_cast<std::size_t>(*_options.columns), static_cast<std::size_t>(_options.rows))) {
@@ -365,7 +383,7 @@ int convert(const ConvertOptions& options) {
     std::unique_ptr<CueFileWriter> writer;
     Conversion conversion(options,
                           [&writer](const subtitles::Cue& cue, const CueInput& input) { writer->write(cue, input); });
-    writer = std::make_unique<CueFileWriter>(options, output, &conversion.notes());
+    writer = std::make_unique<CueFileWriter>(options, conversion.times(), output, &conversion.notes());
     sayUnused(options, conversion.notes());
     const CueInput input = readCues(options.input, conversion.notes(), [&](subtitles::Cue cue, const CueInput& read) {
         conversion.take(std::move(cue), read);

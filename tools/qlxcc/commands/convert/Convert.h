@@ -4,6 +4,7 @@
 #include "cues/CarriedTable.h"
 #include "cues/CueInput.h"
 #include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "cues/StlOutput.h"
 #include "cues/Subtitles.h"
 
@@ -29,11 +30,13 @@ struct ConvertOptions {
     bool hasStyleSheet = false;                 ///< WebVTT: which gives colours besides the eight.
     bool isDeployedJson = false;                ///< JSON in the form of the fixed operations.
     std::optional<std::string> language;  ///< Of a TTML file, as in RFC 5646; none: what a TTML file that is read says.
-    TimeChange times;
-    bool isStartTaken = false;        ///< What is subtracted is where the file begins.
-    bool isStartGiven = false;        ///< Something is said of where the file begins.
-    std::vector<std::string> unused;  ///< Options that say something of times which nothing has.
-    std::optional<FrameRate> frames;  ///< To which times are rounded here; none: whoever writes them does it.
+    TimeChange times;                     ///< Without the starts.
+    FromStart fromStart;                  ///< Becomes TimeChange::fromStart.
+    std::optional<StartTime> toStart;     ///< Becomes TimeChange::toStart.
+    std::optional<LabelCounting> written;  ///< How labels count in what is written, where its format says it.
+    std::vector<std::string> unused;       ///< Options that say something of times which nothing has.
+    std::optional<FrameRate> frames;       ///< To which times are rounded here; none: whoever writes them does it.
+    std::optional<MediaTime> firstTime;    ///< Of what is written: what is in front of it is left out.
     Overlap overlap = Overlap::Keep;
     std::optional<std::uint64_t> columns;  ///< To which rows are wrapped.
     std::uint64_t rows = 0;                ///< Of a cue that is wrapped; 0: any number.

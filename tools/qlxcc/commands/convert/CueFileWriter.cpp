@@ -20,9 +20,10 @@ subtitles::WebVttFile withTimestampMap(subtitles::WebVttFile file, std::uint64_t
 
 }  // namespace
 
-CueFileWriter::CueFileWriter(const ConvertOptions& options, OutputFile& output, FindingSink* findings)
+CueFileWriter::CueFileWriter(const ConvertOptions& options, const TimeChange& times, OutputFile& output,
+                             FindingSink* findings)
     : _options(options), _format(options.format), _output(output), _findings(findings), _subRip(findings),
-      _webVtt(findings), _stl(options.stl, findings), _json(options.isDeployedJson, findings) {}
+      _webVtt(findings), _stl(options.stl, times.toStart, findings), _json(options.isDeployedJson, findings) {}
 
 void CueFileWriter::write(const subtitles::Cue& cue, const CueInput& input) {
     if (!_options.hasStyleSheet || _isBegun) {

@@ -23,7 +23,8 @@ namespace qlx::tool {
 class CueFileWriter {
 public:
     /// All must outlive this; `findings` may be null.
-    CueFileWriter(const ConvertOptions& options, OutputFile& output, FindingSink* findings);
+    /// @param times Of the cues, whole with the first of them.
+    CueFileWriter(const ConvertOptions& options, const TimeChange& times, OutputFile& output, FindingSink* findings);
 
     /// Writes a cue, or keeps it until the head of the file is known.
     void write(const subtitles::Cue& cue, const CueInput& input);

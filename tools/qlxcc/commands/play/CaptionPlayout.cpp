@@ -3,6 +3,7 @@
 #include "commands/play/Playout.h"
 #include "cues/CueNotes.h"
 #include "cues/CueSchedule.h"
+#include "cues/StartTimes.h"
 #include "cues/Subtitles.h"
 #include "cues/WideEncoding.h"
 #include "io/Errors.h"
@@ -14,6 +15,7 @@
 #include <qlx/base/frame_rate.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/playout/broadcast.h>
+#include <qlx/playout/captions.h>
 
 #include <algorithm>
 #include <array>
@@ -31,11 +33,62 @@ namespace qlx::tool {
 
 namespace {
 
+playout::CaptionOptions line21Options(const CaptionPlayOptions& captions) {
+    return {.channel = captions.channel, .style = captions.style, .rollUpRows = captions.rollUpRows};
+}
+
+/// The frames that a caption takes from its first pair to the one that shows it, where nothing else is sent.
+std::uint64_t framesOfLoad(const PlayOptions& options, subtitles::Cue cue) {
+    constexpr std::int64_t kLongerThanAnyLoad = 60;
+    const FrameRate rate = frameRateOf(options.rate);
+    playout::CaptionPlayout trial(rate, options.captions.writer);
+    cue.start = MediaTime::make(0, 1);
+    cue.end = MediaTime::make(kLongerThanAnyLoad, 1);
+    if (!trial.add(cue, line21Options(options.captions))) {
+        return 0;
+    }
+    while (!trial.isDone()) {
+        const std::uint64_t frame = trial.frame();
+        static_cast<void>(trial.next());
+        const auto events = trial.events();
+        if (std::any_of(events.begin(), events.end(),
+                        [](const auto& event) { return event.step == cea608::CaptionStep::Shown; })) {
+            return frame;
+        }
+    }
+    return 0;
+}
+
+/// The first frame of a Scenarist file, which has none between its pairs: of the hour of timecodes in which its first
+/// caption is shown, where the programme begins, or as many in front of that caption as its pairs need.
+std::uint64_t firstFrameOfScc(const PlayOptions& options, const std::vector<subtitles::Cue>& cues) {
+    const auto due = cues.empty() ? std::nullopt : dueFrame(cues.front(), options.rate);
+    if (!due) {
+        return 0;
+    }
+    const FrameRate rate = frameRateOf(options.rate);
+    const MediaTime hour = programmeStart(
+        std::nullopt, LabelCounting{rate, options.isDropFrame && hasDropFrame(options.rate)}, cues.front());
+    const std::uint64_t first = nearestFrame(hour, rate).value_or(0);
+    return first == 0 ? 0 : std::min(first, *due - std::min(*due, framesOfLoad(options, cues.front())));
+}
+
+/// @param cues In the order of their starts.
+FrameRange rangeOf(const PlayOptions& options, const PlayWindow& window, const std::string& name,
+                   const std::vector<subtitles::Cue>& cues) {
+    FrameRange range = window.frames(name);
+    if (options.format == PlayFormat::Scc && range.first == 0 && !options.durationSeconds) {
+        range.first = std::min(range.end, firstFrameOfScc(options, cues));
+    }
+    return range;
+}
+
 class CaptionPlayout final : public Playout {
 public:
-    CaptionPlayout(const PlayOptions& options, PlayedCues cues, const Subtitles& subtitles)
-        : _options(options), _name(subtitles.name), _cueCount(subtitles.cues), _range(cues.window().frames(_name)),
-          _notes(_name, options.mode == PlayMode::Captions),
+    CaptionPlayout(const PlayOptions& options, const PlayedCues& cues, const std::vector<subtitles::Cue>& ordered,
+                   const Subtitles& subtitles)
+        : _options(options), _name(subtitles.name), _cueCount(subtitles.cues),
+          _range(rangeOf(options, cues.window(), _name, ordered)), _notes(_name, options.mode == PlayMode::Captions),
           _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
         if (options.reportsAll) {
             _notes.sayAll();
@@ -43,9 +96,10 @@ public:
         nameServices();
         reportProblems(subtitles);
         cues.window().reportFilling(_name);
-        for (const subtitles::Cue& cue : cues.inOrder(false)) {
+        for (const subtitles::Cue& cue : ordered) {
             add(cue);
         }
+        cues.sayLengthened(_name);
         if (cues.joined() > 0) {
             printNote("warning: " + _name + ": " + counted(cues.joined(), "cue") +
                       " shown together with the one before, which is due in the same frame");
@@ -170,8 +224,7 @@ private:
         _notes.addCue(cue.number);
         playout::BroadcastTargets targets;
         if (hasLine21(_options.mode)) {
-            targets.line21 = playout::CaptionOptions{
-                .channel = captions.channel, .style = captions.style, .rollUpRows = captions.rollUpRows};
+            targets.line21 = line21Options(captions);
         }
         if (hasService(_options.mode)) {
             targets.service = playout::ServiceOptions{.service = captions.service,
@@ -218,7 +271,8 @@ private:
 std::unique_ptr<Playout> makeCaptionPlayout(const PlayOptions& options) {
     PlayedCues cues(options);
     const Subtitles subtitles = cues.read();
-    return std::make_unique<CaptionPlayout>(options, std::move(cues), subtitles);
+    const std::vector<subtitles::Cue> ordered = cues.inOrder(false);
+    return std::make_unique<CaptionPlayout>(options, cues, ordered, subtitles);
 }
 
 }  // namespace qlx::tool

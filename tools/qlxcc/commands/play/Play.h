@@ -17,6 +17,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qlx::tool {
@@ -78,6 +79,8 @@ struct PlayOptions {
     Rate rate;
     bool isHD = true;
     double fromSeconds = 0.0;
+    std::string_view fromOption = "--from";     ///< What says that.
+    std::string_view missingOption = "--from";  ///< What may be missing where cues begin long behind it.
     std::optional<double> durationSeconds;
     std::optional<std::string> output;  ///< None or `-`: standard output.
     PlayFormat format = PlayFormat::Schedule;

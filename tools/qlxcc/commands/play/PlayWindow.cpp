@@ -82,7 +82,8 @@ FrameRange PlayWindow::frames(const std::string& name) const {
     const double end = std::round((_endOfLastCue + kSecondsBehindLastCue) * 1000.0) / 1000.0;
     const FrameRange range{_firstFrame, firstFrameAtOrAfter(_options.rate, end)};
     if (range.first >= range.end) {
-        throw failureIn(name, "nothing to play: the last cue ends at " + lastTimecode + ", before --from");
+        throw failureIn(name, "nothing to play: the last cue ends at " + lastTimecode + ", before " +
+                                  std::string(_options.fromOption));
     }
     return range;
 }
@@ -95,7 +96,8 @@ void PlayWindow::reportFilling(const std::string& name) const {
                                               : "the last one ends at " + timeInWords(_endOfLastCue)));
     } else if (_firstStart - _firstTime > kLongWait) {
         printNote(place + "the first cue begins at " + timeInWords(_firstStart) +
-                  ", more than an hour behind the first frame: is --from missing?");
+                  ", more than an hour behind the first frame: is " + std::string(_options.missingOption) +
+                  " missing?");
     }
 }
 

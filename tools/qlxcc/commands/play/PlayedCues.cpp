@@ -1,6 +1,9 @@
 #include "commands/play/PlayedCues.h"
 
+#include "cues/CueTimes.h"
+#include "io/Errors.h"
 #include "io/Rates.h"
+#include "io/Text.h"
 
 #include <qlx/base/frame_rate.h>
 #include <qlx/subtitles/shown_together.h>
@@ -71,9 +74,18 @@ void PlayedCues::joinEqualStarts() {
     _cues = std::move(cues);
 }
 
-void PlayedCues::take(const subtitles::Cue& cue) {
+void PlayedCues::sayLengthened(const std::string& name) const {
+    if (_lengthened > 0) {
+        printNote("warning: " + name + ": " + counted(_lengthened, "cue") + " shorter than a frame, which " +
+                  (_lengthened == 1 ? "lasts" : "last") + " one");
+    }
+}
+
+/// Its times become those of frames.
+void PlayedCues::take(subtitles::Cue cue) {
     // A caption has four rows: of cues that are over, and begin together, no more than these can have a part in it.
     constexpr std::size_t kMostOver = 64;
+    const bool isLengthened = putOnFrames(frameRateOf(_options.rate), cue);
     const auto due = dueFrame(cue, _options.rate);
     const bool isPlayed = _window.take(secondsFrom(cue.start), secondsFrom(cue.end));
     // What has no duration or no text is never shown, and takes the place of nothing.
@@ -93,10 +105,11 @@ void PlayedCues::take(const subtitles::Cue& cue) {
     if (!isPlayed) {
         return;
     }
+    _lengthened += isLengthened ? 1 : 0;
     for (const subtitles::Row& row : cue.rows) {
         _window.takeRow(row.text().size());
     }
-    _cues.push_back(cue);
+    _cues.push_back(std::move(cue));
 }
 
 }  // namespace qlx::tool

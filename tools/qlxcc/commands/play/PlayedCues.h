@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace qlx::tool {
@@ -35,8 +36,11 @@ public:
     /// How many cues are shown with the one before them.
     [[nodiscard]] std::uint64_t joined() const { return _joined; }
 
+    /// Says how many cues last a frame, as they would be shown no more.
+    void sayLengthened(const std::string& name) const;
+
 private:
-    void take(const subtitles::Cue& cue);
+    void take(subtitles::Cue cue);
 
     /// A caption begins in a frame: cues that are due in the same one are shown together, one below the other.
     void joinEqualStarts();
@@ -48,6 +52,7 @@ private:
         _lastBefore;  ///< Those that began last in front of the first frame, also if they are over.
     std::optional<std::uint64_t> _lastDue;  ///< The frame of these.
     std::uint64_t _joined = 0;
+    std::uint64_t _lengthened = 0;  ///< Of those that are played.
 };
 
 }  // namespace qlx::tool

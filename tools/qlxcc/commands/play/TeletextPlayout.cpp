@@ -74,6 +74,7 @@ struct PlayedPages {
             reportProblems(subtitles);
             window.add(file.window());
             std::vector<subtitles::Cue> played = file.inOrder(true);
+            file.sayLengthened(subtitles.name);
             const std::uint8_t designation =
                 page.designation ? *page.designation : designationFor(played, options.teletext.playout.region);
             for (subtitles::Cue& cue : played) {

@@ -2,6 +2,7 @@
 
 #include "cues/CaptionFrames.h"
 #include "cues/CueLosses.h"
+#include "cues/CueTimes.h"
 #include "cues/SubtitleTimes.h"
 #include "cues/Subtitles.h"
 #include "io/Errors.h"
@@ -13,6 +14,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <qlx/base/frame_rate.h>
 #include <qlx/facade/cue.h>
 #include <qlx/subtitles/value.h>
 
@@ -56,13 +58,15 @@ std::string effectName(SubtitleProblem::Effect effect) {
     return effect == Effect::CueLeftOut ? "cue left out" : effect == Effect::NotASubtitle ? "left out" : "remark";
 }
 
-/// The timecode of the frame nearest to a time.
+/// The timecode of the frame with which a time is on air.
 std::string frameTimecode(double seconds, const Rate& rate) {
     if (!(seconds >= 0.0) || seconds > kLongestTimeInSeconds) {
         return "-";
     }
-    const double frame = std::round(seconds * rate.timescale / static_cast<double>(rate.value));
-    return timecodeOfFrame(static_cast<std::uint64_t>(frame), rate, hasDropFrame(rate));
+    // Of such units a frame of each rate has a whole number.
+    constexpr std::int32_t kUnits = 120'000;
+    const auto frame = frameOnAir(MediaTime::make(std::llround(seconds * kUnits), kUnits), frameRateOf(rate));
+    return timecodeOfFrame(frame.value_or(0), rate, hasDropFrame(rate));
 }
 
 /// Prints cues as they come, and then what was left out.

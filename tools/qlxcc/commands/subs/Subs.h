@@ -1,7 +1,7 @@
 // qlxcc subs: the cues of a subtitle file, and what was left out.
 #pragma once
 
-#include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "cues/Subtitles.h"
 #include "io/Rates.h"
 
