@@ -48,6 +48,11 @@ void takeTimes(const RawOptions& raw, ConvertOptions& options) {
     }
     if (!raw.offset.empty()) {
         const auto rate = raw.fromRate.empty() ? std::nullopt : rateNamed(raw.fromRate);
+        const bool isNegative = raw.offset.starts_with('-');
+        if (!rate && parseFrameTimecode(std::string_view(raw.offset).substr(isNegative ? 1 : 0))) {
+            throw UsageError("--offset: --from-rate is needed, which says how many frames of " + raw.offset +
+                             " a second has");
+        }
         options.times.offset = exactTime(signedTimeInSeconds(raw.offset, rate ? &*rate : nullptr));
     }
 }
