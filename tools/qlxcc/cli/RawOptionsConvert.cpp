@@ -120,7 +120,7 @@ void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues,
     const bool hasTo = parseFrameTimecode(raw.toStart).has_value();
     const bool isStl = options.format == CueFormat::Stl;
     if (isText && !raw.fromRate.empty() && !hasFrom && raw.offset.empty() &&
-        !(raw.toRate.empty() && (hasTo || isStl))) {
+        !(raw.toRate.empty() && ((hasTo && isOfCues) || isStl))) {
         options.unused.emplace_back("--from-rate");
     }
     const bool hasTimecodes = isStl || format == "mcc" || format == "scc";
@@ -201,8 +201,8 @@ int playCues(PlayOptions sent, ConvertOptions options) {
     options.written = {*options.frames,
                        hasTimecodes ? std::optional(sent.isDropFrame && hasDropFrame(sent.rate)) : std::nullopt};
     sent.missingOption = "--from-start";
-    if (hasTimecodes && options.toStart) {
-        // A file with timecodes begins where its programme does.
+    if ((hasTimecodes || sent.format == PlayFormat::Jsonl) && options.toStart) {
+        // A file whose frames have times begins where its programme does.
         options.toStart->time = timeOf(*options.toStart, options.written, sent.output.value_or("-"));
         options.firstTime = options.toStart->time;
         sent.fromSeconds = secondsFrom(*options.firstTime);
