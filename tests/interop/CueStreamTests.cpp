@@ -363,11 +363,14 @@ TEST_P(CueJudges, OfTtconvReadWhatIsWritten) {
     const ReadCues read = readCues(folder.read("b.srt"));
     const ReadCues written = readCues(std::string(kWritten));
     ASSERT_EQ(read.times.size(), written.times.size()) << folder.read("b.srt");
-    // It takes a caption for shown behind the second one of a doubled code, and rounds to milliseconds; the frame that is
-    // nearest to a time is at most half a frame away. The frames of EBU STL are those of the times here.
-    constexpr int kTwoFramesAndAHalf = 84;
+    // It takes a caption for shown behind the second one of a doubled code, and rounds to milliseconds: two frames behind
+    // the first frame of 1001/30 ms that begins at the time or later. The frames of EBU STL are those of the times here.
+    constexpr int kTwoFrames = 67;
     for (std::size_t index = 0; index < read.times.size(); ++index) {
-        EXPECT_NEAR(read.times[index], written.times[index], GetParam() == "scc" ? kTwoFramesAndAHalf : 0);
+        const int frame = (written.times[index] * 30 + 1000) / 1001;
+        const bool isOfFrames = GetParam() == "scc";
+        EXPECT_NEAR(read.times[index], isOfFrames ? (frame * 1001 + 15) / 30 : written.times[index],
+                    isOfFrames ? kTwoFrames : 0);
     }
     EXPECT_EQ(read.rows,
               (std::vector<std::string>{"Hello", "<i>Two</i>", "rows", "<font color=\"#ffff00ff\">Yellow</font>"}))

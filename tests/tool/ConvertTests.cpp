@@ -469,6 +469,9 @@ TEST(Convert, RefusesWhatMakesNoSense) {
         {{"--scale", "0/1"}, "--scale"},
         {{"--drop", "--non-drop"}, "cannot be given together"},
         {{"--from-start", "10:00:00:00"}, "--from-rate is needed"},
+        {{"--to-start", "10:00:00:00"}, "--to-start: --to-rate is needed"},
+        {{"--offset", "00:00:01:00"}, "--offset: --from-rate is needed"},
+        {{"--offset", "-00:00:01:00"}, "--offset: --from-rate is needed"},
         {{"--encoding", "nothing"}, "no encoding"},
         {{"--page", "999"}, "not a page"},
     };

@@ -237,6 +237,10 @@ TEST(OnAirTimes, BeginWithTheProgrammeThatIsWritten) {
         }
     }
     EXPECT_EQ(timecodesOf(converted(file, "scc", {"--to-start", "10:00:00:00"}).out).front(), "10:00:00;00");
+    const ToolResult json = converted(file, "jsonl", {"--to-rate", "25", "--to-start", "10:00:00:00"});
+    EXPECT_TRUE(json.out.starts_with("{\"frame\":900000,\"pts\":{\"value\":900000,\"timescale\":25,"))
+        << json.out.substr(0, 80);
+    EXPECT_EQ(linesOf(json.out).size(), 200U);
     // Without a start it is the hour of the first caption, unless its pairs need more: 15 with two letters.
     const auto shownAt = [&](const char* from, const char* to) {
         return timecodesOf(converted(folder.write("b.srt", srt({{from, to, "{\\an1}ab"}})), "scc", {"--non-drop"}).out);

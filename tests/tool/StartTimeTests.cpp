@@ -285,6 +285,11 @@ TEST(StartTimes, AreLabelsInTheCountingOfWhatIsWritten) {
             EXPECT_EQ(head.out.substr(1024 + 5, 8), each.timeCodes);
         }
     }
+    // They need no rate that is not theirs.
+    EXPECT_EQ(converted(file, "scc", {"--to-start", "10:00:00:00"}).err, "");
+    EXPECT_NE(converted(file, "scc", {"--to-start", "10:00:00:00", "--from-rate", "25"})
+                  .err.find("--from-rate is without effect"),
+              std::string::npos);
     // Files without frames count as --to-rate says, and the label.
     EXPECT_EQ(startOf(converted(file, "srt", {"--to-start", "10:00:00:00", "--to-rate", "29.97"})), "10:00:41,005");
     EXPECT_EQ(startOf(converted(file, "srt", {"--to-start", "10:00:00;00", "--to-rate", "29.97"})), "10:00:04,969");

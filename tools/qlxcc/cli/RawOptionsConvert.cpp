@@ -48,6 +48,11 @@ void takeTimes(const RawOptions& raw, ConvertOptions& options) {
     }
     if (!raw.offset.empty()) {
         const auto rate = raw.fromRate.empty() ? std::nullopt : rateNamed(raw.fromRate);
+        const bool isNegative = raw.offset.starts_with('-');
+        if (!rate && parseFrameTimecode(std::string_view(raw.offset).substr(isNegative ? 1 : 0))) {
+            throw UsageError("--offset: --from-rate is needed, which says how many frames of " + raw.offset +
+                             " a second has");
+        }
         options.times.offset = exactTime(signedTimeInSeconds(raw.offset, rate ? &*rate : nullptr));
     }
 }
@@ -115,7 +120,7 @@ void findUnused(const RawOptions& raw, const std::string& format, bool isOfCues,
     const bool hasTo = parseFrameTimecode(raw.toStart).has_value();
     const bool isStl = options.format == CueFormat::Stl;
     if (isText && !raw.fromRate.empty() && !hasFrom && raw.offset.empty() &&
-        !(raw.toRate.empty() && (hasTo || isStl))) {
+        !(raw.toRate.empty() && ((hasTo && isOfCues) || isStl))) {
         options.unused.emplace_back("--from-rate");
     }
     const bool hasTimecodes = isStl || format == "mcc" || format == "scc";
@@ -196,8 +201,8 @@ int playCues(PlayOptions sent, ConvertOptions options) {
     options.written = {*options.frames,
                        hasTimecodes ? std::optional(sent.isDropFrame && hasDropFrame(sent.rate)) : std::nullopt};
     sent.missingOption = "--from-start";
-    if (hasTimecodes && options.toStart) {
-        // A file with timecodes begins where its programme does.
+    if ((hasTimecodes || sent.format == PlayFormat::Jsonl) && options.toStart) {
+        // A file whose frames have times begins where its programme does.
         options.toStart->time = timeOf(*options.toStart, options.written, sent.output.value_or("-"));
         options.firstTime = options.toStart->time;
         sent.fromSeconds = secondsFrom(*options.firstTime);

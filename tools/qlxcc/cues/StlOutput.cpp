@@ -6,7 +6,6 @@
 #include <qlx/subtitles/times.h>
 
 #include <cstddef>
-#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -20,18 +19,6 @@ using subtitles::StlField;
 // Without a clock, a date that everybody sees through.
 constexpr std::string_view kNoDate = "700101";
 constexpr std::string_view kNoLanguage = "00";
-
-/// The frame of a time at 29.97 a second, to the nearest one.
-std::int64_t frameAt2997(const MediaTime& time) {
-    constexpr std::int64_t kFactor = 30'000;
-    constexpr std::int64_t kDivisor = 1001;
-    if (time.value > std::numeric_limits<std::int64_t>::max() / (2 * kFactor) ||
-        time.timescale > std::numeric_limits<std::int32_t>::max() / 2) {
-        return subtitles::unitsOf(time, 30);
-    }
-    const std::int64_t divisor = time.timescale * kDivisor;
-    return (2 * time.value * kFactor + divisor) / (2 * divisor);
-}
 
 }  // namespace
 
@@ -66,7 +53,8 @@ void StlOutput::relabel(MediaTime& time) const {
     if (!_rate || _rate->name != "29.97" || !time.isValid() || time.value < 0) {
         return;
     }
-    std::int64_t frame = frameAt2997(time);
+    const auto nearest = nearestFrame(time, FrameRate::Fps2997);
+    std::int64_t frame = nearest ? static_cast<std::int64_t>(*nearest) : subtitles::unitsOf(time, kFrames);
     const cc::FrameCount count(FrameRate::Fps2997, true);
     if (_options.isDrop && frame < std::int64_t{count.ofDay()}) {
         const cc::FrameLabel label =
