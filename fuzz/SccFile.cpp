@@ -29,6 +29,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     options.field = (data[0] & 0x80U) != 0 ? qlx::cc::CcType::Field2 : qlx::cc::CcType::Field1;
     options.dropsFrames = (data[0] & 0x40U) != 0;
     const qlxtest::FrameReading reading = readScc({data + 1, data + size}, options);
+    SccOptions untold = options;
+    untold.field.reset();
+    require(readScc({data + 1, data + size}, untold).frames.size() == reading.frames.size());
     std::vector<Frame> frames;
     std::uint64_t next = 0;
     for (const Frame& frame : reading.frames) {

@@ -98,6 +98,8 @@ public:
         takeField(cc::CcType::Field2, captions.triplets(), frame);
         takeServices(captions.triplets(), frame);
         _pages.receive(frame);
+        _last.number = frame.number;
+        _last.pts = frame.pts;
         for (ChannelLife& channel : _channels) {
             channel.life.stay(frame, channel.content);
         }
@@ -109,6 +111,12 @@ public:
                 readLanguages(packet.userData);
             }
         }
+    }
+
+    void finish() {
+        ServiceFlags isChanged{};
+        takePackets(_packets.finish(), isChanged);
+        followServices(isChanged, _last);
     }
 
     [[nodiscard]] std::vector<Content> contents() const {
@@ -145,6 +153,8 @@ public:
     }
 
 private:
+    using ServiceFlags = std::array<bool, cea708::kGreatestService + std::size_t{1}>;
+
     void takeField(cc::CcType field, std::span<const cc::Triplet> triplets, const Frame& frame) {
         const std::uint8_t number = field == cc::CcType::Field1 ? 1 : 2;
         std::array<bool, 2 * cea608::kChannels.size()> isChanged{};
@@ -167,7 +177,7 @@ private:
         for (std::size_t index = 0; index < _channels.size(); ++index) {
             ChannelLife& channel = _channels[index];
             if (isChanged[index]) {
-                channel.life.change(channel.receiver.screen(), frame, channel.content);
+                channel.life.change(channel.receiver.screen(), channel.receiver.takeChange(), frame, channel.content);
             }
         }
     }
@@ -193,25 +203,33 @@ private:
     }
 
     void takeServices(std::span<const cc::Triplet> triplets, const Frame& frame) {
-        std::array<bool, cea708::kGreatestService + std::size_t{1}> isChanged{};
+        ServiceFlags isChanged{};
         for (std::uint64_t left = _clock.ticksBefore(frame); left > 0; --left) {
             for (auto& [number, service] : _services) {
                 isChanged[number] = service.receiver.nextFrame(detail::DelayClock::kTick) || isChanged[number];
             }
         }
         for (const cc::Triplet& triplet : cc::dtvccTriplets(triplets)) {
-            for (const cea708::ReceivedPacket& packet : _packets.receive(triplet)) {
-                for (const cea708::ServiceBlockView block : packet.packet.blocks()) {
-                    (void)_services.try_emplace(block.service, block.service);
-                }
-                for (auto& [number, service] : _services) {
-                    isChanged[number] = service.receiver.receive(packet) || isChanged[number];
-                }
+            takePackets(_packets.receive(triplet), isChanged);
+        }
+        followServices(isChanged, frame);
+    }
+
+    void takePackets(std::span<const cea708::ReceivedPacket> packets, ServiceFlags& isChanged) {
+        for (const cea708::ReceivedPacket& packet : packets) {
+            for (const cea708::ServiceBlockView block : packet.packet.blocks()) {
+                (void)_services.try_emplace(block.service, block.service);
+            }
+            for (auto& [number, service] : _services) {
+                isChanged[number] = service.receiver.receive(packet) || isChanged[number];
             }
         }
+    }
+
+    void followServices(const ServiceFlags& isChanged, const Frame& frame) {
         for (auto& [number, service] : _services) {
             if (isChanged[number]) {
-                service.life.change(service.receiver.screen(), frame, service.content);
+                service.life.change(service.receiver.screen(), service.receiver.takeChange(), frame, service.content);
             }
         }
     }
@@ -251,6 +269,7 @@ private:
     detail::DelayClock _clock;
     std::map<std::uint8_t, ServiceLife> _services;
     detail::PageLives _pages;
+    Frame _last;                                        ///< Number and time of the last one.
     std::map<std::string, std::string> _pageLanguages;  ///< By page, as the program's map names them.
 };
 
@@ -259,6 +278,10 @@ ContentReader::~ContentReader() = default;
 
 void ContentReader::receive(const Frame& frame) {
     _state->receive(frame);
+}
+
+void ContentReader::finish() {
+    _state->finish();
 }
 
 void ContentReader::nameLanguage(std::uint16_t page, std::string_view language) {

@@ -3,6 +3,7 @@
 #include "ts/TransportStream.h"
 
 #include <qlx/klv/keys.h>
+#include <qlx/video/access_unit.h>
 
 #include <algorithm>
 #include <array>
@@ -107,9 +108,8 @@ std::optional<InputKind> kindOfStartCode(std::span<const std::uint8_t> bytes) {
     if (code == 0x00 || code >= 0xB0) {
         return InputKind::Mpeg2;
     }
-    // A video parameter set of H.265, with its layer 0 and temporal number 1.
-    constexpr std::uint8_t kH265First = 0x40;
-    if (code == kH265First && bytes.end() - one > 2 && one[2] == 1) {
+    if (video::codecOfStartCode(bytes.subspan(static_cast<std::size_t>(one - bytes.begin()) + 1)) ==
+        video::Codec::H265) {
         return InputKind::H265;
     }
     // The header of an H.264 NAL unit: a clear bit, two of importance, five of type. Streams begin with a delimiter,

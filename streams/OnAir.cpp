@@ -128,6 +128,18 @@ public:
         return isChanged;
     }
 
+    bool finish(FindingSink* findings) override {
+        bool isChanged = false;
+        for (const cea708::ReceivedPacket& packet : _packets.finish(findings)) {
+            for (const cea708::ServiceBlockView block : packet.packet.blocks()) {
+                _isThere[block.service] = true;
+            }
+            isChanged = _receiver.receive(packet, findings) || isChanged;
+        }
+        _change = _receiver.takeChange();
+        return isChanged;
+    }
+
     [[nodiscard]] screen::Change change() const noexcept override { return _change; }
 
     [[nodiscard]] screen::Screen screen() const override { return _receiver.screen(); }
@@ -167,6 +179,12 @@ std::unique_ptr<OnAir> captionsOnAir(cea608::Channel channel, const cea608::Rece
 
 std::unique_ptr<OnAir> serviceOnAir(std::uint8_t service, const cea708::ReceiverOptions& options) {
     return std::make_unique<ServiceOnAir>(service, options);
+}
+
+bool goesOn(std::u32string_view before, std::u32string_view after) noexcept {
+    constexpr std::size_t kMostTakenBack = 2;
+    return !before.empty() &&
+           after.starts_with(before.substr(0, before.size() - std::min(before.size(), kMostTakenBack)));
 }
 
 }  // namespace qlx::streams

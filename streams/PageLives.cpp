@@ -69,7 +69,7 @@ void PageLives::receive(const Frame& frame) {
     for (auto& [number, page] : _pages) {
         if (page.isChanged) {
             const screen::Screen screen = page.reader.screen();
-            page.life.change(screen, frame, page.content);
+            page.life.change(screen, {.isWritten = false, .isRolled = false, .isReplaced = true}, frame, page.content);
             if (screen.hasText()) {
                 page.content.language = languageOf(page.reader.characterSet());
             }

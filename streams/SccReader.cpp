@@ -29,12 +29,43 @@ std::optional<std::uint16_t> pairIn(std::string_view digits) {
     return digits.size() == kPairDigits && error == std::errc{} && rest == end ? std::optional(pair) : std::nullopt;
 }
 
+/// The field whose codes stand among pairs; none where either may have them.
+std::optional<cc::CcType> toldField(std::string_view pairs) {
+    constexpr unsigned kParityOff = 0x7F;
+    constexpr unsigned kLastOfExtendedData = 0x0F;
+    // RCL to EOC, of either channel of the field.
+    constexpr unsigned kFirstCode = 0x20;
+    constexpr unsigned kLastCode = 0x2F;
+    constexpr unsigned kField1 = 0x14;
+    constexpr unsigned kField2 = 0x15;
+    constexpr unsigned kChannel = 0x08;
+    while (!pairs.empty()) {
+        const std::string_view digits = pairs.substr(0, pairs.find_first_of(kBlanks));
+        pairs.remove_prefix(std::min(digits.size() + 1, pairs.size()));
+        const unsigned pair = pairIn(digits).value_or(0);
+        const unsigned first = pair >> 8U & kParityOff;
+        const unsigned second = pair & kParityOff;
+        const bool isCode = second >= kFirstCode && second <= kLastCode;
+        if (first != 0 && first <= kLastOfExtendedData) {
+            return cc::CcType::Field2;
+        }
+        if (isCode && (first & ~kChannel) == kField1) {
+            return cc::CcType::Field1;
+        }
+        if (isCode && (first & ~kChannel) == kField2) {
+            return cc::CcType::Field2;
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 /// The lines of a file, and the pairs of the one in hand.
 class SccReader::Lines {
 public:
-    Lines(ByteSource& source, const SccOptions& options) : _options(options), _lines(source, detail::LineEnds::Any) {}
+    Lines(ByteSource& source, const SccOptions& options)
+        : _options(options), _field(options.field), _lines(source, detail::LineEnds::Any) {}
 
     Result<bool> next(Frame& frame, FindingSink* findings) {
         return detail::readUnlessFailed(_failure, [&] { return read(frame, findings); });
@@ -51,6 +82,7 @@ private:
     void checkParity(std::uint16_t pair, std::size_t begin, FindingSink* findings);
 
     SccOptions _options;
+    std::optional<cc::CcType> _field;  ///< As soon as it is known.
     std::optional<cc::TimeCodeCounting> _counting;
     detail::LineReader _lines;
     std::string _line;
@@ -125,6 +157,9 @@ Result<bool> SccReader::Lines::readLine(FindingSink* findings) {
             continue;
         }
         place(*start);
+        if (!_field) {
+            _field = toldField(std::string_view(_line).substr(_place));
+        }
         return true;
     }
 }
@@ -168,8 +203,8 @@ Result<bool> SccReader::Lines::read(Frame& frame, FindingSink* findings) {
     }
     _remark.reset();
     checkParity(pair, begin, findings);
-    const cc::Triplet triplet =
-        cc::Triplet::make(_options.field, static_cast<std::uint8_t>(pair >> 8U), static_cast<std::uint8_t>(pair));
+    const cc::Triplet triplet = cc::Triplet::make(
+        _field.value_or(cc::CcType::Field1), static_cast<std::uint8_t>(pair >> 8U), static_cast<std::uint8_t>(pair));
     const std::array<std::uint8_t, sizeof(cc::Triplet)> bytes{triplet.header, triplet.first, triplet.second};
     frame = {};
     frame.number = _nextFrame++;

@@ -67,7 +67,7 @@ void SccWriter::take(const Frame& frame, std::uint64_t number, FindingSink* find
         if (!triplet.valid() || (triplet.is608() && triplet.isNullPair())) {
             continue;
         }
-        if (triplet.type() == _options.field) {
+        if (triplet.type() == _options.field.value_or(cc::CcType::Field1)) {
             _waiting.push_back({number, triplet});
         } else {
             ++others;

@@ -4,9 +4,11 @@
 #include <qlx/screen/screen.h>
 #include <qlx/streams/contents.h>
 #include <qlx/streams/frame.h>
+#include <qlx/streams/on_air.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,13 +19,14 @@ namespace qlx::streams::detail {
 class ScreenLife {
 public:
     /// The screen may look different from this frame on.
-    void change(const screen::Screen& screen, const Frame& frame, Content& content) {
+    /// @param change In which ways.
+    void change(const screen::Screen& screen, const screen::Change& change, const Frame& frame, Content& content) {
         std::vector<std::u32string> rows = textOf(screen);
         const bool isShown = hasText(rows);
         if (_isShown) {
             lastUpTo(frame, content);
         }
-        if (isShown && isAnother(rows)) {
+        if (isShown && isAnother(rows, change.isWritten && !change.isReplaced)) {
             ++content.captions;
         }
         _isShown = isShown;
@@ -45,17 +48,35 @@ public:
     }
 
 private:
-    /// A transport stream has frames only where teletext comes: what was shown stays up to the frame in front of the one
-    /// that changes it, which is one of 25 a second as its system has them.
+    static constexpr std::uint64_t kGreatestGap = 1'000'000'000;
+
+    /// A file may have frames only where something comes: what was shown stays up to the frame in front of the one that
+    /// changes it. A transport stream numbers those of teletext one behind the other: its system has 25 a second.
     static void lastUpTo(const Frame& frame, Content& content) {
-        constexpr std::int32_t kFramesPerSecond = 25;
-        if (frame.teletext.empty() || !frame.pts || !content.last) {
+        if (!content.lastFrame || frame.number <= *content.lastFrame) {
             return;
         }
-        const MediaTime before = add(*frame.pts, MediaTime::make(-1, kFramesPerSecond));
+        const std::uint64_t frames = frame.number - *content.lastFrame;
+        content.lastFrame = frame.number - 1;
+        if (!isUsual(frame.pts) || !isUsual(content.last) || frames > kGreatestGap) {
+            return;
+        }
+        const MediaTime since = add(*frame.pts, MediaTime::make(-content.last->value, content.last->timescale));
+        constexpr std::int32_t kFramesPerSecond = 25;
+        const MediaTime step =
+            frame.teletext.empty()
+                ? MediaTime::make(-(since.value / static_cast<std::int64_t>(frames)), since.timescale)
+                : MediaTime::make(-1, kFramesPerSecond);
+        const MediaTime before = add(*frame.pts, step);
         if (secondsFrom(before) > secondsFrom(*content.last)) {
             content.last = before;
         }
+    }
+
+    /// Numbers that are reckoned with; files may have others.
+    static bool isUsual(const std::optional<MediaTime>& time) noexcept {
+        constexpr std::int64_t kGreatest = std::int64_t{1} << 53U;
+        return time && time->isValid() && time->value > -kGreatest && time->value < kGreatest;
     }
 
     static std::vector<std::u32string> textOf(const screen::Screen& screen) {
@@ -78,12 +99,14 @@ private:
         return false;
     }
 
-    [[nodiscard]] bool isAnother(const std::vector<std::u32string>& rows) const {
+    /// @param isWriting Whether letters have come to what was there.
+    [[nodiscard]] bool isAnother(const std::vector<std::u32string>& rows, bool isWriting) const {
         bool hasNew = !_isShown;
         bool isAllThere = _isShown;
         for (std::size_t row = 0; row < rows.size() && row < _rows.size(); ++row) {
             hasNew = hasNew || (!rows[row].empty() && rows[row] != _rows[row]);
-            isAllThere = isAllThere && rows[row].starts_with(_rows[row]);
+            isAllThere =
+                isAllThere && (rows[row].starts_with(_rows[row]) || (isWriting && goesOn(_rows[row], rows[row])));
         }
         return hasNew && !isAllThere;
     }

@@ -81,7 +81,7 @@ Data PictureCaptions::take(std::span<const std::uint8_t> picture, const video::S
     if (_hasA53 && scte20 && !_told.unused) {
         _told.unused = true;
         if (findings != nullptr) {
-            findings->add({FindingCode::StreamScte20Unused, Severity::Warning, *scte20,
+            findings->add({FindingCode::StreamScte20Unused, Severity::Remark, *scte20,
                            static_cast<std::int64_t>(bytesByScte20.size() / sizeof(cc::Triplet)), 0});
         }
     }

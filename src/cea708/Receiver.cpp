@@ -342,7 +342,8 @@ std::size_t Receiver::interpret(std::span<const std::uint8_t> bytes, const Sink&
         if (sizeOfCommand(rest) > rest.size()) {
             break;
         }
-        const Result<SizedCommand> next = parseCommand(rest, sink.findings, sink.offset);
+        PlacedSink placed(sink.findings, sink.offset);
+        const Result<SizedCommand> next = parseCommand(rest, &placed);
         std::visit(Interpreter{*this, sink}, next->command);
         used += next->size;
     }

@@ -97,10 +97,10 @@ std::optional<std::size_t> AccessUnitReader::nextStartCode() {
 /// Whether the stream is one that is read.
 bool AccessUnitReader::chooseCodec(std::size_t startCode) {
     if (!_codec) {
-        const std::uint8_t code = byteAt(startCode + kStartCodeBytes);
-        _codec = codecOfStartCode(code);
+        const auto behind = std::span<const std::uint8_t>(_bytes).subspan(startCode + kStartCodeBytes);
+        _codec = codecOfStartCode(behind);
         if (!_codec) {
-            fail(FindingCode::VideoSystemStartCode, offsetOf(startCode), code, 0);
+            fail(FindingCode::VideoSystemStartCode, offsetOf(startCode), behind[0], 0);
         }
     }
     return _codec.has_value();

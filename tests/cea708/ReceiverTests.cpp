@@ -229,6 +229,18 @@ TEST(CaptionService, SaysWhatHasNoWindow) {
     EXPECT_EQ(fed.lines(), Lines());
 }
 
+// SPC with bits that are reserved, SPL in a column that no window has: whoever feeds it knows the line, not the byte.
+TEST(CaptionService, FindsAllAtThePlaceOfItsPacket) {
+    qlx::cea708::Receiver receiver;
+    qlx::Findings findings;
+    const std::vector<std::uint8_t> bytes = qlxtest::bytesOf({kShown, "'text", "913f00c0", "92f1c2"});
+    receiver.receive(std::span<const std::uint8_t>(bytes), &findings, 9);
+    ASSERT_GE(findings.size(), 2U);
+    for (const qlx::Finding& finding : findings) {
+        EXPECT_EQ(finding.offset, 9U) << finding.text();
+    }
+}
+
 TEST(CaptionService, ShowsCharactersOfAllSets) {
     Fed fed;
     fed.feed({kShown, "7f", "e9", "1039", "10a0", "1040", "10ff", "18ac00", "18d83d18de00"});

@@ -98,6 +98,42 @@ TEST(StreamContents, CountWhatIsPaintedOnOnce) {
     EXPECT_EQ(text.lastFrame, 8U);
 }
 
+// RDC, row 15, "ae", and the extended character that takes the place of the "e" (12 36); then "AB" behind it. But captions
+// that pop on are others, also where they end otherwise only: "AB", "AC".
+TEST(StreamContents, TakeNoExtendedCharacterForAnotherCaption) {
+    EXPECT_EQ(contentNamed(contentsOf({"fc9429", "fc9470", "fc61e5", "fc92b6", "fcc1c2"}), "CC1").captions, 1U);
+    EXPECT_EQ(contentNamed(contentsOf({"fc9420", "fc9470", "fcc1c2", "fc942f", "fc9420", "fc94ae", "fc9470", "fcc143",
+                                       "fc942f"}),
+                           "CC1")
+                  .captions,
+              2U);
+}
+
+// RCL, row 15, AB, EOC in frame 3, and EDM in frame 50: nothing stands between them in the file.
+TEST(StreamContents, LastUpToTheFrameThatChangesThem) {
+    ContentReader reader;
+    const std::pair<std::uint64_t, std::string_view> frames[] = {
+        {0, "fc9420"}, {1, "fc9470"}, {2, "fcc1c2"}, {3, "fc942f"}, {50, "fc942c"}};
+    for (const auto& [number, triplets] : frames) {
+        reader.receive(frameOf(number, triplets));
+    }
+    const Content channel = contentNamed(reader.contents(), "CC1");
+    EXPECT_EQ(channel.firstFrame, 3U);
+    EXPECT_EQ(channel.lastFrame, 49U);
+    EXPECT_DOUBLE_EQ(qlx::secondsFrom(channel.last.value()), 49 / 25.0);
+}
+
+// Service 2: the packet announces 14 bytes, of which 12 come: DF0 visible with one row of two columns, and "Hi".
+TEST(StreamContents, TakeWhatCameOfAPacketWithoutAnEnd) {
+    ContentReader reader;
+    reader.receive(frameOf(7, "ff0749fe9820fe0000fe0001fe1148fe6900"));
+    EXPECT_TRUE(reader.contents().empty());
+    reader.finish();
+    const Content service = contentNamed(reader.contents(), "2");
+    EXPECT_EQ(service.captions, 1U);
+    EXPECT_EQ(service.firstFrame, 7U);
+}
+
 // Extended data: the programme's name "AB" (01 03 41 42 00 0F checksum), sent twice. The sum of 01 03 41 42 0f is 96h, so
 // that the checksum is 6Ah.
 TEST(StreamContents, CountPacketsOfExtendedData) {

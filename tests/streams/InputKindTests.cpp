@@ -49,6 +49,9 @@ TEST(InputKind, IsToldByTheFirstBytes) {
     EXPECT_EQ(kind(bytesOf("P6\n2 2\n255\n")), InputKind::Ppm);
     EXPECT_EQ(kind(fromHex("00000001 09f0")), InputKind::H264);
     EXPECT_EQ(kind(fromHex("000001 67")), InputKind::H264);
+    EXPECT_EQ(kind(fromHex("00000001 460150 00000001 4001")), InputKind::H265);
+    EXPECT_EQ(kind(fromHex("000001 4e0104")), InputKind::H265);
+    EXPECT_EQ(kind(fromHex("000001 4605 04")), InputKind::H264);
     EXPECT_EQ(kind(fromHex("0000000000000001 06 05")), InputKind::H264);
     EXPECT_EQ(kind(fromHex("000001b3 14")), InputKind::Mpeg2);
     EXPECT_EQ(kind(fromHex("00000100 000f")), InputKind::Mpeg2);

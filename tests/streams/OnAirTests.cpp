@@ -191,6 +191,23 @@ TEST(OnAir, SaysOnWhichLineOfThePictureTeletextIsWrong) {
     EXPECT_EQ(findings[2].offset, 0U);
 }
 
+// A packet of service 1 announces 14 bytes, of which 12 come: DF0 visible with one row of two columns, and "Hi".
+TEST(OnAir, ShowsWhatCameOfAPacketWithoutAnEnd) {
+    const auto service = qlx::streams::serviceOnAir(1);
+    qlx::Findings findings;
+    EXPECT_FALSE(service->receive(withTriplets(0, "ff0729fe9820fe0000fe0001fe1148fe6900"), &findings));
+    EXPECT_FALSE(service->isCarried());
+    EXPECT_TRUE(service->finish(&findings));
+    EXPECT_TRUE(service->isCarried());
+    ASSERT_EQ(shownBy(*service).size(), 1U);
+    EXPECT_NE(shownBy(*service)[0].find("Hi"), std::string::npos);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, qlx::FindingCode::Cea708PacketCut);
+    EXPECT_FALSE(service->finish(&findings));
+    EXPECT_EQ(findings.size(), 1U);
+    EXPECT_FALSE(qlx::streams::captionsOnAir(qlx::cea608::kCC1)->finish(&findings));
+}
+
 TEST(OnAir, SaysOnWhichLineAPacketIsWrong) {
     Frame frame;
     std::vector<std::uint8_t> damaged = fromHex(qlxtest::eraseHex(1));

@@ -150,6 +150,28 @@ TEST(SccWriting, SendsLaterWhatAFrameHasNoPlaceFor) {
     EXPECT_TRUE(full.ends_with("!0 more than 300 pairs wait for a frame to be sent with\n")) << full;
 }
 
+// RCL is 14 20 (9420) in field 1 and 15 20 (1520) in field 2, 1C and 1D for the second channel; extended data (01 to 0F) are
+// in field 2 alone. Preambles, tab offsets and letters may be in either.
+TEST(SccReading, TellsTheFieldByItsCodes) {
+    const auto fieldOf = [](const std::string& lines, std::optional<CcType> asked = std::nullopt) {
+        const auto reading = readScc(kTitle + "\n" + lines, {.field = asked});
+        std::string types;
+        for (const Frame& frame : reading.frames) {
+            types += std::to_string(frame.triplets[0] & 3U);
+        }
+        return types;
+    };
+    EXPECT_EQ(fieldOf("00:00:00;00\t9420 c1c2\n"), "00");
+    EXPECT_EQ(fieldOf("00:00:00;00\t1520 c1c2\n"), "11");
+    EXPECT_EQ(fieldOf("00:00:00;00\t9d20 c1c2\n00:00:02;00\t9420\n"), "111");
+    EXPECT_EQ(fieldOf("00:00:00;00\t1c20\n"), "0");
+    EXPECT_EQ(fieldOf("00:00:00;00\t9470 97a2 c1c2 152f\n"), "1111");
+    EXPECT_EQ(fieldOf("00:00:00;00\t8080 0180 c1c2\n"), "111");
+    EXPECT_EQ(fieldOf("00:00:00;00\t9470 c1c2\n00:00:02;00\t1520\n"), "001");
+    EXPECT_EQ(fieldOf("00:00:00;00\t1520\n", CcType::Field1), "0");
+    EXPECT_EQ(fieldOf("00:00:00;00\t9420\n", CcType::Field2), "1");
+}
+
 TEST(SccWriting, SaysWhatItLeavesOut) {
     Frame frame = frameOf(0, {kOfField2, kResume, kOfService, Triplet::make(CcType::Field1, 0x80, 0x80), Triplet{}});
     frame.packets.push_back({.did = 0x43, .sdid = 0x02, .userData = {0x51}, .line = 12});
@@ -164,14 +186,16 @@ TEST(SccWriting, SaysWhatItLeavesOut) {
 
 TEST(SccWriting, IsReadAgain) {
     std::mt19937 random(15);
-    for (const SccOptions& options : {SccOptions{}, SccOptions{.field = CcType::Field2, .dropsFrames = false},
-                                      SccOptions{.rate = FrameRate::Fps5994}, SccOptions{.rate = FrameRate::Fps24}}) {
+    for (const SccOptions& options :
+         {SccOptions{.field = CcType::Field1}, SccOptions{.field = CcType::Field2, .dropsFrames = false},
+          SccOptions{.rate = FrameRate::Fps5994, .field = CcType::Field1},
+          SccOptions{.rate = FrameRate::Fps24, .field = CcType::Field1}}) {
         std::vector<Frame> frames;
         std::uint64_t number = 0;
         for (int count = 0; count < 5000; ++count) {
             number += random() % 4 == 0 ? 1 + random() % 300 : 1;
             const auto byte = [&random] { return qlx::withOddParity(static_cast<std::uint8_t>(1 + random() % 127)); };
-            frames.push_back(frameOf(number, {Triplet::make(options.field, byte(), byte())}));
+            frames.push_back(frameOf(number, {Triplet::make(*options.field, byte(), byte())}));
         }
         qlxtest::MemorySink sink;
         SccWriter writer(sink, options);

@@ -40,6 +40,19 @@ TEST(CaptionInput, MayBeWebVtt) {
     EXPECT_EQ(playedLine("in.vtt", text), "00:00:00;00\t9420 94ae 9476 97a2 6180 91ae 6280");
 }
 
+// Those of WebVTT need no identifiers.
+TEST(CaptionInput, CountsCuesWithoutNumbers) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\na\n\n00:03.000 --> 00:04.000\nb\n");
+    for (const char* const mode : {"cea608", "teletext"}) {
+        const Texts lines = linesOf(runTool(qlxtest::playArgumentsOfMode(mode, file, "25", {})).out);
+        ASSERT_GE(lines.size(), 2U);
+        EXPECT_TRUE(lines[lines.size() - 2].starts_with("     1 ")) << lines[lines.size() - 2];
+        EXPECT_TRUE(lines.back().starts_with("     2 ")) << lines.back();
+    }
+}
+
 TEST(CaptionInput, ShowsCuesThatBeginTogetherTogether) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "One"},

@@ -101,6 +101,42 @@ TEST(FileContents, AreListed) {
     EXPECT_EQ(runTool({"scan", file, "--list", "--to-format", "klv"}).exitCode, 2);
 }
 
+// A Scenarist file of CC3: RCL and EOC of field 2 are 1520 and 152f.
+TEST(FileContents, KnowTheFieldOfScenaristFiles) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.scc", "Scenarist_SCC V1.0\n\n00:00:01;00\t1520 9470 c8e9 152f\n");
+    const Texts lines = linesOf(runTool({"scan", file, "--list"}).out);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_TRUE(lines[1].starts_with("captions CC3 ")) << lines[1];
+    EXPECT_NE(runTool({"show", file, "--channel", "CC3", "--all"}).out.find("Hi"), std::string::npos);
+    // It goes on having those; another field is what was asked for.
+    const std::string again = folder.path("out.scc");
+    EXPECT_EQ(runTool({"convert", file, "-o", again}).exitCode, 0);
+    EXPECT_NE(folder.read("out.scc").find("1520 9470 c8e9 152f"), std::string::npos) << folder.read("out.scc");
+    EXPECT_EQ(runTool({"convert", file, "--to-format", "klv", "-o", folder.path("out.klv")}).exitCode, 0);
+    EXPECT_EQ(linesOf(runTool({"scan", folder.path("out.klv"), "--list"}).out).at(1).substr(0, 13), "captions CC3 ");
+}
+
+// A packet of service 1 that announces 14 bytes, of which 12 come (DF0 visible, "Hi"), and a programme's name without an
+// end.
+TEST(FileContents, SayWhatHasNoEnd) {
+    const TemporaryFolder folder;
+    const std::string service = writtenFrames(folder, {"ff0729fe9820fe0000fe0001fe1148fe6900"});
+    const ToolResult shown = runTool({"show", service, "--service", "1", "--all"});
+    EXPECT_NE(shown.out.find("Hi"), std::string::npos) << shown.out;
+    EXPECT_NE(shown.err.find("14 bytes"), std::string::npos) << shown.err;
+    const ToolResult cues = runTool({"convert", service, "--service", "1", "--to-format", "vtt", "-o", "-"});
+    EXPECT_NE(cues.out.find("Hi"), std::string::npos) << cues.out;
+    EXPECT_NE(cues.err.find("14 bytes"), std::string::npos) << cues.err;
+    EXPECT_TRUE(linesOf(runTool({"scan", service, "--list"}).out).at(1).starts_with("service 1 "));
+    const std::string name = writtenFrames(folder, {"fd0183", "fdc1c2"});
+    const ToolResult data = runTool({"show", name, "--channel", "XDS", "--all"});
+    EXPECT_NE(data.err.find("has no end"), std::string::npos) << data.err;
+    // Where it is read up to a time, more may come.
+    const ToolResult at = runTool({"show", name, "--channel", "XDS", "--at", "0"});
+    EXPECT_EQ(at.err.find("has no end"), std::string::npos) << at.err;
+}
+
 // TR, "Hi"; resumed captions say nothing of it.
 TEST(FileContents, ShowTexts) {
     const TemporaryFolder folder;

@@ -150,7 +150,7 @@ TEST(ScreenCues, OfServicesArePerRowToo) {
         screens.receive(frame, nullptr);
         ++number;
     }
-    EXPECT_FALSE(screens.finish());
+    EXPECT_FALSE(screens.finish(nullptr));
     // The second row is below the first one, which nothing has moved; the third one comes behind a return.
     EXPECT_EQ(cues, (Lines{"0 2 One row", "2 4 One row / Second row", "4 5 Second row / Third"}));
 }

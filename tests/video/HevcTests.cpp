@@ -277,8 +277,23 @@ TEST(VideoParameters, TellVideoFromOtherFiles) {
     EXPECT_TRUE(has(kSets));
     EXPECT_FALSE(has("00000001 4001 0c 000001 65 88"));
     EXPECT_FALSE(has(""));
-    EXPECT_EQ(qlx::video::codecOfStartCode(0x40), Codec::H265);
-    EXPECT_EQ(qlx::video::codecOfStartCode(0x67), Codec::H264);
+}
+
+TEST(VideoParameters, TellTheCodecByWhatIsBehindTheFirstStartCode) {
+    const auto codecOf = [](const std::string& hex) { return qlx::video::codecOfStartCode(fromHex(hex)); };
+    // Sets of parameters, a message and the three delimiters of H.265.
+    for (const char* const hevc : {"40010c", "4201", "4401", "4e0105", "460110", "460130", "460150"}) {
+        EXPECT_EQ(codecOf(hevc), Codec::H265) << hevc;
+    }
+    // A sequence, a delimiter, and messages of which others refer to one: 46 is the same byte.
+    for (const char* const avc : {"6742", "0910", "0605", "460504", "460107", "4601", "46", "4002", "40", "4e80"}) {
+        EXPECT_EQ(codecOf(avc), Codec::H264) << avc;
+    }
+    EXPECT_EQ(codecOf("b304"), Codec::Mpeg2);
+    EXPECT_EQ(codecOf("0001"), Codec::Mpeg2);
+    for (const char* const other : {"b9", "ba44", "e001", ""}) {
+        EXPECT_EQ(codecOf(other), std::nullopt) << other;
+    }
 }
 
 }  // namespace

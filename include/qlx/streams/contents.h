@@ -48,8 +48,8 @@ struct Content {
     std::optional<std::uint64_t>
         lastFrame;                   ///< The last frame with text on the screen; of extended data, with a packet.
     std::optional<MediaTime> first;  ///< The time of `firstFrame`, where it is known.
-    /// The time of `lastFrame`, the same. Of a transport stream, whose frames of teletext come only where it changes, 1/25 s
-    /// in front of the frame that changes it.
+    /// The time of `lastFrame`, the same. Where frames come only with something new, that is the one in front of the frame
+    /// that changes the screen: of teletext in a transport stream 1/25 s.
     std::optional<MediaTime> last;
 
     /// Whether all fields are equal.
@@ -72,6 +72,9 @@ public:
 
     /// Takes the next frame.
     void receive(const Frame& frame);
+
+    /// The stream is over: what came of a packet of services that has no end is taken.
+    void finish();
 
     /// Says the language of a teletext page, as the teletext descriptor of a program's map names it (ETSI EN 300 468, clause
     /// 6.2.43): it comes before that of the page's character set.

@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qlx::streams {
@@ -47,6 +48,14 @@ public:
 
     /// The same without findings.
     bool receive(const Frame& frame) { return receive(frame, nullptr); }
+
+    /// The stream is over: what has not ended takes effect as far as it came. Of a service a packet that is cut is a
+    /// finding, with no line.
+    /// @return Whether the screen may look different now.
+    virtual bool finish(FindingSink* findings) {
+        static_cast<void>(findings);
+        return false;
+    }
 
     /// What is shown now.
     [[nodiscard]] virtual screen::Screen screen() const = 0;
@@ -91,5 +100,9 @@ public:
 /// @param options How it is read.
 [[nodiscard]] QLX_STREAMS_EXPORT std::unique_ptr<OnAir> serviceOnAir(std::uint8_t service,
                                                                      const cea708::ReceiverOptions& options = {});
+
+/// Whether a row that is being written goes on: no more than its last two letters have changed, as where one is taken
+/// back, or an extended character takes the place of its stand-in.
+[[nodiscard]] QLX_STREAMS_EXPORT bool goesOn(std::u32string_view before, std::u32string_view after) noexcept;
 
 }  // namespace qlx::streams

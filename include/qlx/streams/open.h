@@ -34,7 +34,7 @@ struct OpenOptions {
     ContainerOptions container{};  ///< How a container is read.
     /// MPEG-TS: the PID whose teletext is read; none for the first one that has some.
     std::optional<std::uint16_t> teletextPid{};
-    cc::CcType field = cc::CcType::Field1;  ///< Scenarist captions: the field of their pairs, Field1 or Field2.
+    std::optional<cc::CcType> field{};  ///< Scenarist captions: the field of their pairs, as SccOptions has it.
 };
 
 /// Opens a file for reading its frames: packets, captions that are in no packet, or both.

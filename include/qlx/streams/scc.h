@@ -29,10 +29,12 @@ namespace qlx::streams {
 
 /// What such a file does not say of itself.
 struct SccOptions {
-    FrameRate rate = FrameRate::Fps2997;    ///< The frames that its timecodes count.
-    cc::CcType field = cc::CcType::Field1;  ///< Field1 or Field2: a file has the pairs of one field.
-    bool dropsFrames = true;                ///< Of what is written: timecodes drop numbers where the rate may, and
-                                            ///< have a semicolon in front of the frames. A file that is read says it.
+    FrameRate rate = FrameRate::Fps2997;  ///< The frames that its timecodes count.
+    /// Field1 or Field2: a file has the pairs of one field. None: what is read tells it, by the first line with control
+    /// codes or extended data that only one field has (CTA-608-E, 8.4); where nothing does, and of what is written, Field1.
+    std::optional<cc::CcType> field = std::nullopt;
+    bool dropsFrames = true;  ///< Of what is written: timecodes drop numbers where the rate may, and
+                              ///< have a semicolon in front of the frames. A file that is read says it.
 };
 
 /// Reads the frames that carry a pair, a pair a frame, as triplets of the field with the time at the rate. The pairs of

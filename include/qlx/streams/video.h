@@ -48,7 +48,7 @@ public:
     /// @param picture A coded picture.
     /// @param form What the stream is.
     /// @param offset Of the picture in its stream, for the findings.
-    /// @param findings Gets, once a stream, StreamScte20Unused (a Warning), and the remarks VideoSeiReferenced and
+    /// @param findings Gets, once a stream, the remarks StreamScte20Unused, VideoSeiReferenced and
     ///   VideoScte20OtherLine, beside those of captionTriplets(); may be null.
     [[nodiscard]] Data take(std::span<const std::uint8_t> picture, const video::StreamForm& form,
                             std::uint64_t offset = 0, FindingSink* findings = nullptr);

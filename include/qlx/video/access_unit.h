@@ -22,27 +22,40 @@ struct AccessUnitView {
 
 /// How a stream is cut.
 struct AccessUnitOptions {
-    /// None: the first start code tells H.264, MPEG-2 video, and H.265 that begins with a video parameter set.
+    /// None: what is behind the first start code tells it (codecOfStartCode()).
     std::optional<Codec> codec;
     /// A longer access unit, or as much in front of the first start code, ends the reading: it is something else.
     std::size_t greatest = std::size_t{64} * 1024 * 1024;
     ReadLimits limits{};  ///< Of the stream; the items are access units.
 };
 
-/// The codec of a stream whose first start code has this byte behind it; none for those of a multiplex (ISO/IEC 13818-1).
-[[nodiscard]] constexpr std::optional<Codec> codecOfStartCode(std::uint8_t code) noexcept {
+/// The codec of a stream, by the bytes behind its first start code, three if there are as many; none for those of a
+/// multiplex (ISO/IEC 13818-1), and for no bytes.
+///
+/// H.265 begins with a delimiter, a parameter set or a message of its lowest layer (ITU-T H.265, 7.3.1.2). In H.264 the
+/// same bytes are no first unit, but for the delimiter, which as a message would be one of timing with 16 bytes or more.
+[[nodiscard]] constexpr std::optional<Codec> codecOfStartCode(std::span<const std::uint8_t> bytes) noexcept {
     constexpr std::uint8_t kFirstSystemCode = 0xB9;
     constexpr std::uint8_t kFirstOfMpeg2 = 0x80;
-    if (code >= kFirstSystemCode) {
+    if (bytes.empty() || bytes[0] >= kFirstSystemCode) {
         return std::nullopt;
     }
-    // A video parameter set, with which streams of H.265 begin; in H.264 its type is none.
-    constexpr std::uint8_t kH265First = 0x40;
-    if (code == kH265First) {
-        return Codec::H265;
+    constexpr std::uint8_t kLowestLayer = 0x01;
+    if (bytes.size() > 1 && bytes[1] == kLowestLayer) {
+        constexpr std::uint8_t kVideoParameters = 0x40;
+        constexpr std::uint8_t kSequenceParameters = 0x42;
+        constexpr std::uint8_t kPictureParameters = 0x44;
+        constexpr std::uint8_t kDelimiter = 0x46;
+        constexpr std::uint8_t kMessage = 0x4E;
+        // pic_type, 0 to 2, and the bit that ends it.
+        const bool isPictureType = bytes.size() > 2 && (bytes[2] == 0x10 || bytes[2] == 0x30 || bytes[2] == 0x50);
+        if (bytes[0] == kVideoParameters || bytes[0] == kSequenceParameters || bytes[0] == kPictureParameters ||
+            bytes[0] == kMessage || (bytes[0] == kDelimiter && isPictureType)) {
+            return Codec::H265;
+        }
     }
     // The header of an H.264 NAL unit has its highest bit clear, and type 0 is not used.
-    return code == 0 || code >= kFirstOfMpeg2 ? Codec::Mpeg2 : Codec::H264;
+    return bytes[0] == 0 || bytes[0] >= kFirstOfMpeg2 ? Codec::Mpeg2 : Codec::H264;
 }
 
 /// Whether bytes have what no stream of pictures can be read without: a sequence header of MPEG-2 video (ISO/IEC 13818-2,

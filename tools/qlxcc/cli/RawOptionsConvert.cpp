@@ -152,8 +152,9 @@ FrameOutputOptions carrierFormat(const RawOptions& raw, const std::string& name)
                     : name == "ts"  ? FrameFormat::TransportStream
                                     : frameFormatNamed(name).value_or(FrameFormat::Klv);
     frames.scc.dropsFrames = !raw.isNonDrop;
-    frames.scc.field =
-        !raw.channel.empty() && cea608::channelNamed(raw.channel)->field == 2 ? cc::CcType::Field2 : cc::CcType::Field1;
+    if (!raw.channel.empty()) {
+        frames.scc.field = cea608::channelNamed(raw.channel)->field == 2 ? cc::CcType::Field2 : cc::CcType::Field1;
+    }
     frames.mcc = mccHeader(raw, name == "mcc");
     frames.transport = transportOptions(raw);
     return frames;

@@ -305,7 +305,12 @@ void readFramesAsCues(InputFile& file, InputKind kind, const CueRequest& request
     for (const FrameProblem& problem : problems) {
         notes.say(problem.text, true);
     }
-    if (screens.finish()) {
+    Findings atEnd;
+    const bool isOnAir = screens.finish(&atEnd);
+    for (const Finding& finding : atEnd) {
+        notes.found("the end", finding);
+    }
+    if (isOnAir) {
         notes.say("the last cue is on air up to the end of the file", false);
     }
     if (input.cues == 0) {

@@ -84,14 +84,6 @@ std::u32string textOf(std::span<const Cell> cells) {
     return text;
 }
 
-/// Whether a row goes on: no more than the last letters of it have changed, as where one is taken back, or an extended
-/// character takes the place of another one.
-bool goesOn(const std::u32string& before, const std::u32string& after) {
-    constexpr std::size_t kMostTakenBack = 2;
-    return !before.empty() &&
-           after.starts_with(before.substr(0, before.size() - std::min(before.size(), kMostTakenBack)));
-}
-
 /// Whether the one row that differs goes on.
 bool isRowInHandAlone(const Screen& before, const Screen& after) {
     if (before.cells.size() != after.cells.size()) {
@@ -104,7 +96,7 @@ bool isRowInHandAlone(const Screen& before, const Screen& after) {
         const std::u32string has = textOf(after.row(index));
         if (had != has) {
             ++rows;
-            isGoingOn = goesOn(had, has);
+            isGoingOn = streams::goesOn(had, has);
         }
     }
     return rows < 2 && isGoingOn;
@@ -135,7 +127,7 @@ bool takeUpLastRow(Screen& before, const Screen& after) {
             return false;
         }
     }
-    const bool isGoingOn = goesOn(textOf(before.row(had.back())), textOf(after.row(has.back())));
+    const bool isGoingOn = streams::goesOn(textOf(before.row(had.back())), textOf(after.row(has.back())));
     if (isGoingOn) {
         const auto cells = after.row(has.back());
         std::copy(cells.begin(), cells.end(), before.row(had.back()).begin());
@@ -165,13 +157,16 @@ ScreenCues::ScreenCues(std::unique_ptr<streams::OnAir> onAir, std::function<void
 
 void ScreenCues::receive(const Frame& frame, FindingSink* findings) {
     _before = std::exchange(_last, frame.pts);
-    if (!_onAir->receive(frame, findings)) {
-        return;
+    if (_onAir->receive(frame, findings)) {
+        look(*frame.pts);
     }
+}
+
+void ScreenCues::look(const MediaTime& time) {
     Screen screen = _onAir->screen();
     if (screen != _shown) {
         _shown = std::move(screen);
-        change(*frame.pts);
+        change(time);
     }
 }
 
@@ -203,7 +198,10 @@ void ScreenCues::change(const MediaTime& time) {
     _set = _onAir->characterSet();
 }
 
-bool ScreenCues::finish() {
+bool ScreenCues::finish(FindingSink* findings) {
+    if (_onAir->finish(findings) && _last) {
+        look(*_last);
+    }
     const bool isOnAir = _screen.hasText();
     if (isOnAir) {
         // As long as the frames in front of it.

@@ -34,11 +34,13 @@ public:
     void receive(const Frame& frame, FindingSink* findings);
 
     /// Ends what is shown a frame behind the last one. Gives whether there was anything.
-    bool finish();
+    /// @param findings Gets what has no end; may be null.
+    bool finish(FindingSink* findings);
 
     [[nodiscard]] const streams::OnAir& onAir() const { return *_onAir; }
 
 private:
+    void look(const MediaTime& time);
     void change(const MediaTime& time);
     void end(const MediaTime& time);
 

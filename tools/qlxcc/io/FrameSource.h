@@ -26,8 +26,8 @@ struct FrameSourceOptions {
     std::optional<std::vector<std::uint64_t>> lines;  ///< v210, 2vuy: the line of each row of a frame. None: one, 0.
     bool nearStart = false;                           ///< v210, 2vuy: search as the fixed operation does.
     std::optional<Rate> rate;                         ///< Gives frames without a time of their own one, from 0.
-    cc::CcType field = cc::CcType::Field1;            ///< Scenarist captions: the field of their pairs.
-    std::optional<std::uint16_t> teletextPid;         ///< ts: whose teletext is read. None: the first that has some.
+    std::optional<cc::CcType> field;           ///< Scenarist captions: the field of their pairs. None: they tell it.
+    std::optional<std::uint16_t> teletextPid;  ///< ts: whose teletext is read. None: the first that has some.
 };
 
 /// What a file is: what the options say, or else its content, or else its name.

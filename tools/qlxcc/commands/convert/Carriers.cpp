@@ -185,6 +185,10 @@ private:
             throw UsageError("--to-rate: frames are not changed from one rate to another here: qlxcc rate does it");
         }
         _frames.scc.rate = _to;
+        if (_kind == InputKind::Scc && !_frames.scc.field && !first.empty()) {
+            // Such a file has the pairs of one field, and goes on having those.
+            _frames.scc.field = cc::Triplet{first[0].triplets[0], 0, 0}.type();
+        }
         _frames.mcc.rate = _to;
         settleStarts(first);
         _makesPackets = _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210 ||
@@ -358,7 +362,7 @@ private:
         const Data captions = _changesRate ? streams::captionTriplets(frame, &_notes) : frame.triplets;
         const std::uint64_t fed = frame.number - _changeBase;
         // A Scenarist file has no frames between its pairs: they have captions as well, with nothing in them.
-        const std::array idle{cc::idlePair(_options.source.field)};
+        const std::array idle{cc::idlePair(_options.source.field.value_or(cc::CcType::Field1))};
         while (_kind == InputKind::Scc && _fed < fed) {
             _change->feed(_fed++, idle, &_notes);
             drain();

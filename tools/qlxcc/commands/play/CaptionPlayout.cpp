@@ -242,7 +242,7 @@ private:
 
     void addExtendedData() {
         std::vector<cea608::XdsPacket> packets;
-        _notes.setPlace("extended data");
+        _notes.setPlace("options");
         for (const cea608::XdsValue& value : _options.captions.extendedData) {
             if (const auto packet = cea608::xdsPacket(value, false, &_notes)) {
                 packets.push_back(*packet);

@@ -85,6 +85,9 @@ void PlayedCues::sayLengthened(const std::string& name) const {
 void PlayedCues::take(subtitles::Cue cue) {
     // A caption has four rows: of cues that are over, and begin together, no more than these can have a part in it.
     constexpr std::size_t kMostOver = 64;
+    ++_read;
+    // Of a file without numbers they are counted, as convert and subs do.
+    cue.number = cue.number == 0 ? _read : cue.number;
     const bool isLengthened = putOnFrames(frameRateOf(_options.rate), cue);
     const auto due = dueFrame(cue, _options.rate);
     const bool isPlayed = _window.take(secondsFrom(cue.start), secondsFrom(cue.end));

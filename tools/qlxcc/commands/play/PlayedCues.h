@@ -51,6 +51,7 @@ private:
     std::vector<subtitles::Cue>
         _lastBefore;  ///< Those that began last in front of the first frame, also if they are over.
     std::optional<std::uint64_t> _lastDue;  ///< The frame of these.
+    std::uint64_t _read = 0;                ///< Cues of the file.
     std::uint64_t _joined = 0;
     std::uint64_t _lengthened = 0;  ///< Of those that are played.
 };

@@ -52,6 +52,7 @@ void ContentListWriter::write(const Frame& frame) {
 }
 
 void ContentListWriter::finish() {
+    _reader.finish();
     const std::vector<Content> contents = _reader.contents();
     if (_asJson) {
         writeJson(contents);

@@ -187,6 +187,7 @@ public:
             }
             throw;
         }
+        finishWatched();
         _notes.finish();
         if (_at) {
             writeScreens();
@@ -255,20 +256,43 @@ private:
         }
         for (Watched& watched : _watched) {
             notes.changeReader();
-            if (!watched.onAir->receive(frame, &notes)) {
-                continue;
+            if (watched.onAir->receive(frame, &notes)) {
+                look(watched, frame);
             }
-            screen::Screen screen = watched.onAir->screen();
-            if (screen == watched.screen) {
-                continue;
+        }
+        _lastFrame.number = frame.number;
+        _lastFrame.pts = frame.pts;
+    }
+
+    /// Takes the screen of a frame with which it may have changed.
+    void look(Watched& watched, const Frame& frame) {
+        screen::Screen screen = watched.onAir->screen();
+        if (screen == watched.screen) {
+            return;
+        }
+        if (!_at) {
+            writeBlock(watched, &frame);
+        }
+        watched.screen = std::move(screen);
+        watched.set = watched.onAir->characterSet();
+        watched.since = *frame.pts;
+        watched.sinceFrame = frame.number;
+    }
+
+    /// Says what has no end, where the file is read up to its own.
+    void finishWatched() {
+        if (!_lastFrame.pts || !_isAtEnd) {
+            return;
+        }
+        PlacedNotes notes(_notes, _lastFrame.number);
+        if (_extendedData) {
+            _extendedData->finish(&notes);
+        }
+        for (Watched& watched : _watched) {
+            notes.changeReader();
+            if (watched.onAir->finish(&notes)) {
+                look(watched, _lastFrame);
             }
-            if (!_at) {
-                writeBlock(watched, &frame);
-            }
-            watched.screen = std::move(screen);
-            watched.set = watched.onAir->characterSet();
-            watched.since = *frame.pts;
-            watched.sinceFrame = frame.number;
         }
     }
 
@@ -413,6 +437,7 @@ private:
     std::optional<MediaTime> _firstTime;
     std::optional<MediaTime> _timeBefore;  ///< Of the frame before the last one.
     std::optional<MediaTime> _lastTime;
+    Frame _lastFrame;      ///< Number and time of the last one.
     bool _isAtEnd = true;  ///< The file has been read to its end.
     std::uint64_t _blocks = 0;
     bool _hasJson = false;  ///< A line of JSON has been written.

@@ -29,6 +29,9 @@ public:
     /// What is new with a frame, which has a time.
     [[nodiscard]] std::vector<ExtendedDatum> receive(const Frame& frame, FindingSink* findings);
 
+    /// The stream is over: a packet without an end is a finding.
+    void finish(FindingSink* findings) { _reader.finish(findings); }
+
     /// What was said last, by class and type.
     [[nodiscard]] std::vector<ExtendedDatum> current() const;
 
