@@ -242,6 +242,25 @@ TEST(AnyRate, KeepsCaptionsThatAreInNoPacketAndTheTimeOfTheFirstFrame) {
     EXPECT_EQ(qlxtest::withoutSchema(folder.read("b.jsonl")), expected);
 }
 
+TEST(AnyRate, PutsCaptionsIntoPacketsWhereThereIsNoOtherPlace) {
+    const TemporaryFolder folder;
+    folder.write("a.jsonl", frameJson(0, {}, time(0, 25), R"(,"captions":{"data":"fc942cfd8080ff0102"})"));
+    for (const char* const name : {"b.klv", "b.mcc", "b.v210"}) {
+        const ToolResult result = std::string_view(name) == "b.v210"
+                                      ? runTool({"rate", folder.path("a.jsonl"), "--from-rate", "25", "--to-rate", "50",
+                                                 "--lines", "9", "-o", folder.path(name)})
+                                      : runRate(folder, "a.jsonl", "25", "50", name);
+        EXPECT_EQ(result.err, "") << name;
+        Arguments list{"scan", folder.path(name), "--to-format", "jsonl", "-o", "-"};
+        if (std::string_view(name) == "b.v210") {
+            list.insert(list.end(), {"--lines", "9"});
+        }
+        const std::string frames = runTool(list).out;
+        EXPECT_NE(frames.find(R"("line":9)"), std::string::npos) << name << frames;
+        EXPECT_NE(frames.find("fc942cff0102" + repeated("fa0000", 10)), std::string::npos) << name << frames;
+    }
+}
+
 TEST(AnyRate, SendsWhatIsLateAndSaysHowMuch) {
     const TemporaryFolder folder;
     std::string triplets;

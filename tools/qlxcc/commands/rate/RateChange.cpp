@@ -1,6 +1,7 @@
 #include "commands/rate/RateChange.h"
 
 #include "commands/rate/RateHalves.h"
+#include "cues/CaptionFrames.h"
 #include "io/Errors.h"
 #include "io/FindingNotes.h"
 #include "io/FrameLoop.h"
@@ -67,6 +68,8 @@ public:
           _reader(openFrames(source, options.source)), _writer(makeFrameWriter(output, options.frames)),
           _remarks(source), _progress(source.size(), output.isStandardOutput()), _notes(source.name(), _progress),
           _counters(source, output), _packets(_from, _to), _leftOut(output.name()),
+          _makesPackets(options.frames.format == FrameFormat::Klv || options.frames.format == FrameFormat::V210 ||
+                        options.frames.format == FrameFormat::Mcc),
           _countsOfDay(options.source.kind == InputKind::Mcc) {}
 
     /// @return How many problems there were with what was used all the same, and packets that could not be.
@@ -271,9 +274,9 @@ private:
         ++_framesWritten;
     }
 
-    static void put(const CaptionStream& stream, Frame& frame) {
+    void put(const CaptionStream& stream, Frame& frame) const {
         const cc::Cdp& cdp = stream.next->cdp;
-        if (!stream.place.isInPackets) {
+        if (!stream.place.isInPackets && !_makesPackets) {
             const std::span<const cc::Triplet> triplets = cdp.triplets();
             frame.triplets = Data(reinterpret_cast<const std::uint8_t*>(triplets.data()), triplets.size_bytes());
             frame.captionPlace = stream.captionPlace;
@@ -282,7 +285,9 @@ private:
         std::array<std::uint8_t, cc::kGreatestCdpBytes> room{};
         // A packet that the change gives fits.
         const std::size_t size = *cc::writeCdp(cdp, room);
-        Packet packet = packetOf(anc::ids::kCdp, std::span(room).first(size), stream.place.line);
+        const std::uint32_t line =
+            stream.place.isInPackets ? stream.place.line : static_cast<std::uint32_t>(kCaptionLine);
+        Packet packet = packetOf(anc::ids::kCdp, std::span(room).first(size), line);
         packet.channel = stream.place.channel;
         packet.horizontalOffset = stream.horizontalOffset;
         frame.packets.push_back(std::move(packet));
@@ -301,6 +306,7 @@ private:
     anc::PacketRateChange _packets;
     LeftOut _leftOut;
     std::list<CaptionStream> _streams;
+    bool _makesPackets;                     ///< What is written has no place for captions beside packets.
     bool _countsOfDay;                      ///< The file's frames count from midnight, not from its beginning.
     std::optional<std::uint64_t> _first{};  ///< The number of its first one then.
     std::optional<MediaTime> _begin;        ///< The time of frame 0, where the file says times.
