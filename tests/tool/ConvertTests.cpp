@@ -415,7 +415,9 @@ TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
          {"--encoding", "ISO-8859-1"},
          "\u201C"
          "a",
-         ""},
+         "read as windows-1252, which stands for ISO-8859-1\n"},
+        {head + "\x80\n", {"--encoding", "latin1"}, "\u20AC", "read as windows-1252, which stands for latin1\n"},
+        {head + "\x80\n", {"--encoding", "ISO_8859-1"}, "\u20AC", "windows-1252, which stands for ISO_8859-1\n"},
         {head + "a\x81"
                 "b\n",
          {"--encoding", "windows-1252"},

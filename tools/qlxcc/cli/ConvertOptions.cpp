@@ -93,7 +93,8 @@ constexpr OptionRow kConvertOptions[] = {
         "then the zero bytes of UTF-16, then a guess of libuchardet where the module `qlxcc-encodings` is there; "
         "any other text is windows-1252. What is not UTF-8 is said, and what told it. A byte that the encoding "
         "does not "
-        "have becomes U+FFFD, with its place. What is written is UTF-8."),
+        "have becomes U+FFFD, with its place. `latin1` (ISO-8859-1) is read as windows-1252. What is written is "
+        "UTF-8."),
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,

@@ -22,7 +22,8 @@ constexpr OptionRow kEncoding{.names = "--encoding",
                               .kind = ValueKind::Name,
                               .field = &RawOptions::encoding,
                               .help = "The encoding of an SRT or JSON file, as iconv -l lists them (default: UTF-8)",
-                              .more = "A byte that the encoding does not have is named with its line and offset."};
+                              .more = "A byte that the encoding does not have is named with its line and offset. "
+                                      "`latin1` (ISO-8859-1) is read as windows-1252."};
 
 constexpr std::string_view kPlayNotes =
     R"(Without -o and --to-format the schedule is printed: a line for each cue, with the times at which its first bytes are
