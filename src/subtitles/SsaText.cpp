@@ -1,6 +1,7 @@
 #include "subtitles/SsaText.h"
 
 #include "subtitles/BraceCodes.h"
+#include "subtitles/CueWriting.h"
 #include "subtitles/TextEditing.h"
 
 #include <qlx/base/utf8.h>
@@ -43,14 +44,29 @@ std::optional<double> coordinateOf(std::string_view text) noexcept {
     return isNumber && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
-/// The characters of a row.
-double widthOf(const Row& row) noexcept {
-    std::size_t characters = 0;
-    for (const Run& run : row.runs) {
-        characters += static_cast<std::size_t>(
-            std::count_if(run.text.begin(), run.text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+/// The box of a cue that has a place of its anchor, in per cent: from there on, up to there, or around it. What has columns
+/// begins with the first of them.
+Box boxAt(double x, double y, std::uint8_t anchor, const Cue& cue) {
+    constexpr double kWhole = 100;
+    x = std::clamp(x, 0.0, kWhole);
+    y = std::clamp(y, 0.0, kWhole);
+    const auto around = [](double middle) { return 2 * std::min(middle, kWhole - middle); };
+    Box box;
+    box.edge = anchor > 6 ? BoxEdge::Top : anchor > 3 ? BoxEdge::Middle : BoxEdge::Bottom;
+    box.height = box.edge == BoxEdge::Top ? kWhole - y : box.edge == BoxEdge::Bottom ? y : around(y);
+    box.top = box.edge == BoxEdge::Top ? y : box.edge == BoxEdge::Bottom ? 0 : y - box.height / 2;
+    std::uint16_t column = 0;
+    for (const Row& row : cue.rows) {
+        column = row.column != 0 && (column == 0 || row.column < column) ? row.column : column;
     }
-    return static_cast<double>(characters);
+    if (column != 0) {
+        box.left = (anchor - 1U) % 3U == 0 ? x : (column - 1) * kWhole / cue.screenColumns;
+        box.width = kWhole - box.left;
+    } else {
+        box.width = around(x);
+        box.left = x - box.width / 2;
+    }
+    return box;
 }
 
 }  // namespace
@@ -321,7 +337,7 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         row.number = count <= kRows ? static_cast<std::uint64_t>(number) : 0;
         row.anchor = row.number != 0 ? std::uint8_t{0} : row.anchor;
         if (hasColumns && !row.runs.empty()) {
-            const double width = widthOf(row);
+            const auto width = static_cast<double>(widthOf(row));
             const double x = _position->x * kColumns / screen.width;
             const double begin = std::round(x - width * side / 2.0);
             const double centered = std::round((kColumns - width) / 2.0);
@@ -332,6 +348,9 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
             row.column = static_cast<std::uint16_t>(std::clamp(begin, 0.0, kColumns - 1.0) + 1);
             row.alignment = Alignment::Left;
         }
+    }
+    if (hasColumns) {
+        cue.box = boxAt(100 * _position->x / screen.width, 100 * _position->y / screen.height, anchor, cue);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <qlx/base/finding.h>
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/cue.h>
 
 #include <array>
@@ -127,7 +128,9 @@ inline qlx::subtitles::Cue randomCue(std::mt19937& random, std::uint64_t number,
     const std::int64_t start = static_cast<std::int64_t>(number) * 3000 + below(3000);
     Cue cue = cueOf(number, start, start + 1 + below(5000), {});
     constexpr std::array<std::uint8_t, 7> kVttAnchors{0, 0, 0, 0, 7, 8, 9};
-    const auto anchor = isVtt ? kVttAnchors[random() % 7] : static_cast<std::uint8_t>(random() % 10);
+    // Below in the middle is where receivers put what has no code.
+    constexpr std::array<std::uint8_t, 10> kSubRipAnchors{0, 1, 0, 3, 4, 5, 6, 7, 8, 9};
+    const auto anchor = isVtt ? kVttAnchors[random() % 7] : kSubRipAnchors[random() % 10];
     for (std::size_t rows = random() % 4; rows > 0; --rows) {
         Row row;
         row.anchor = anchor;
@@ -185,6 +188,17 @@ inline qlx::subtitles::Cue randomCue(std::mt19937& random, std::uint64_t number,
     if (isSo()) {
         isVtt ? cue.properties.push_back({"vtt.size", "50%"})
               : cue.properties.push_back({"srt.coordinates", "X1:1 X2:2"});
+        if (isVtt) {
+            // Half of the picture: on the side where the text is, at the upper edge or below in what all receivers show.
+            const Alignment side = cue.rows.empty() ? Alignment::Center : cue.rows.front().alignment;
+            const double left = side == Alignment::Left ? 0 : side == Alignment::Right ? 50 : 25;
+            const bool isAbove = !cue.rows.empty() && anchor != 0;
+            cue.box = isAbove ? Box{left, 0, 50, 100, BoxEdge::Top} : Box{left, 10, 50, 80, BoxEdge::Bottom};
+            placeRows(cue, *cue.box);
+            for (Row& row : cue.rows) {
+                row.anchor = anchor;
+            }
+        }
     }
     return cue;
 }

@@ -362,7 +362,8 @@ TEST(Convert, SaysWhatHasNoEffectAndWhatOfAFileIsLost) {
     // A name that says nothing may be that of timed text that counts frames.
     EXPECT_EQ(converted(folder.write("nameless", kOneCue), "srt", {"--drop"}).err, "");
     const std::string vtt =
-        folder.write("in.vtt", "WEBVTT - title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\nSTYLE\n::cue {}\n\n"
+        folder.write("in.vtt", "WEBVTT - title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\n"
+                               "STYLE\n::cue { opacity: 0.5 }\n\n"
                                "00:01.000 --> 00:02.000\na\n\nNOTE behind\n");
     const ToolResult lost = converted(vtt, "srt", {"--strict"});
     EXPECT_EQ(lost.exitCode, 1);

@@ -151,10 +151,10 @@ constexpr OptionRow kConvertOptions[] = {
     {.names = "--style-sheet",
      .field = &RawOptions::hasStyleSheet,
      .help = "WebVTT: colours besides the eight have classes that a style sheet defines",
-     .more =
-         "Those of the first 1000 cues stand in a `STYLE` block in front of them, up to 256; without it each colour "
-         "becomes the nearest of the eight. Players read style sheets as the standard has them; FFmpeg 5 finds no "
-         "cue behind one."},
+     .more = "A `STYLE` block in front of the cues has those of the first 1000 cues (of less where they take more than "
+             "4 MiB), up to 256 of them. Without it each colour becomes the nearest of the eight, unless style sheets "
+             "of IN define it: those of a WebVTT file stay. Players read style sheets as the standard has them; FFmpeg "
+             "5 finds no cue behind one."},
     {.names = "--wrap",
      .value = "COLS",
      .kind = ValueKind::Number,

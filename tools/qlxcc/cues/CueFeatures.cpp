@@ -30,7 +30,7 @@ CueFeature featureOf(const Property& property) {
         {names::kWebVttVoice, CueFeature::Voices},     {names::kWebVttLanguage, CueFeature::Language},
         {names::kWebVttRuby, CueFeature::Ruby},        {names::kWebVttRubyText, CueFeature::Ruby},
         {names::kWebVttPosition, CueFeature::Columns}, {names::kWebVttLine, CueFeature::Rows},
-        {names::kWebVttAlign, CueFeature::Sides},
+        {names::kWebVttAlign, CueFeature::Sides},      {names::kWebVttSize, CueFeature::Box},
     };
     const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
                                            [&property](const auto& each) { return each.first == property.name; });
@@ -83,6 +83,7 @@ CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
             addRun(run, target, features);
         }
     }
+    set(features, CueFeature::Box, cue.box.has_value());
     set(features, CueFeature::Region, !cue.region.empty());
     const bool isWritten = target == CueTarget::SubRip && isNumber(cue.identifier);
     set(features, CueFeature::Name, !cue.identifier.empty() && !isWritten);

@@ -194,13 +194,19 @@ private:
                                         [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
         // The language is that of the cues.
         const auto languages = std::count_if(file.header.begin(), file.header.end(),
+    /// Whether a block of a WebVTT file says what is not that of the cues, nor of regions that are written.
+    [[nodiscard]] bool isLost(const std::string& block) const {
+        const bool hasRegions = _options.format == CueFormat::Ttml || _options.format == CueFormat::EbuTtD;
+        const bool isRegion = hasRegions && block.starts_with("REGION") && block.find("scroll:up") == std::string::npos;
+        return !isRegion && !subtitles::isAppliedSheet(block);
+    }
+
                                              [](const std::string& line) { return line.starts_with("Language:"); });
         const std::size_t lines =
             file.header.size() - static_cast<std::size_t>(languages) + (file.title.empty() ? 0 : 1);
-        // Colours are those of the cues.
-        const auto sheets = std::count_if(file.blocks.begin(), file.blocks.end(),
-                                          [](const std::string& block) { return subtitles::isColorSheet(block); });
-        const std::size_t blocks = file.blocks.size() - static_cast<std::size_t>(sheets) + file.notes.size();
+        const auto lost = std::count_if(file.blocks.begin(), file.blocks.end(),
+                                        [this](const std::string& block) { return isLost(block); });
+        const std::size_t blocks = static_cast<std::size_t>(lost) + file.notes.size();
         if (lines + blocks != 0) {
             _notes.lose(lines + blocks,
                         std::string("of the file besides cues are lost: ") + counted(lines, "line") + " of the header" +
@@ -271,7 +277,7 @@ private:
         if (_options.format == CueFormat::Vtt &&
             (_options.hasStyleSheet ||
              std::any_of(_input->file.blocks.begin(), _input->file.blocks.end(),
-                         [](const std::string& block) { return subtitles::isColorSheet(block); }))) {
+                         [](const std::string& block) { return block.starts_with("STYLE"); }))) {
             lost.reset(static_cast<std::size_t>(CueFeature::MoreColors));
         }
         if (lost.none()) {

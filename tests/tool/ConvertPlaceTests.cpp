@@ -1,0 +1,157 @@
+// qlxcc convert: where cues stand and how wide they are, from one format to another; style sheets.
+#include "SubtitleFiles.h"
+#include "ToolRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace convert_place_tests {
+namespace {
+
+using qlxtest::converted;
+using qlxtest::srt;
+using qlxtest::TemporaryFolder;
+using qlxtest::ToolResult;
+
+std::string vtt(std::string_view settings, std::string_view text = "a") {
+    return "00:00:01.000 --> 00:00:02.000" + std::string(settings) + "\n" + std::string(text) + "\n\n";
+}
+
+/// The regions of a TTML text and what refers to them, without their names and times.
+std::vector<std::string> attributesOf(std::string_view text, std::string_view element) {
+    std::vector<std::string> all;
+    const std::string start = "<" + std::string(element) + " ";
+    for (std::size_t place = text.find(start); place != std::string_view::npos; place = text.find(start, place + 1)) {
+        const std::string_view tag = text.substr(place, text.find('>', place) - place);
+        all.emplace_back(tag.substr(std::min(tag.find("tts:"), tag.size())));
+    }
+    return all;
+}
+
+TEST(ConvertPlaces, AreBoxesInWebVttAndTimedText) {
+    const TemporaryFolder folder;
+    const struct {
+        std::string_view settings;
+        std::string_view region;
+        std::string_view align;
+        std::string_view back;
+    } cases[] = {
+        {" position:30% size:40% align:left line:20%",
+         R"(tts:displayAlign="before" tts:extent="40% 80%" tts:origin="30% 20%"/)", "left",
+         " line:20% position:30% size:40% align:left"},
+        {" size:80% line:84%,end", R"(tts:displayAlign="after" tts:extent="80% 84%" tts:origin="10% 0%"/)", "center",
+         " line:84%,end size:80%"},
+        {" align:end line:60%,center position:90%",
+         R"(tts:displayAlign="center" tts:extent="90% 80%" tts:origin="0% 20%"/)", "right",
+         " line:60%,center position:90% size:90% align:right"},
+        {" position:25%,line-left size:50%", R"(tts:displayAlign="after" tts:extent="50% 80%" tts:origin="25% 10%"/)",
+         "center", " line:90%,end size:50%"},
+    };
+    for (const auto& each : cases) {
+        const std::string file = folder.write("in.vtt", "WEBVTT\n\n1\n" + vtt(each.settings));
+        const ToolResult result = converted(file, "ttml", {"--strict"});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(attributesOf(result.out, "region"), std::vector<std::string>{std::string(each.region)});
+        EXPECT_NE(result.out.find("tts:textAlign=\"" + std::string(each.align) + "\""), std::string::npos);
+        const ToolResult back = converted(folder.write("out.ttml", result.out), "vtt");
+        EXPECT_EQ(back.out, "WEBVTT\n\n1\n" + vtt(each.back)) << each.settings;
+        // And once more there and back: nothing moves. (A box in WebVTT has no height: it goes up to the other edge.)
+        const ToolResult again = converted(folder.write("again.vtt", back.out), "ttml");
+        EXPECT_EQ(converted(folder.write("again.ttml", again.out), "vtt").out, back.out);
+    }
+}
+
+TEST(ConvertPlaces, OfRegionsOfWebVttAreRegionsOfTimedText) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write(
+        "in.vtt", "WEBVTT\n\nREGION\nid:fred\nwidth:40%\nlines:3\nregionanchor:0%,100%\nviewportanchor:10%,90%\n\n" +
+                      vtt(" region:fred align:left") + vtt(" region:fred align:left position:25%"));
+    const ToolResult result = converted(file, "ttml");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_NE(result.out.find("<region xml:id=\"fred\" tts:displayAlign=\"after\" tts:extent=\"40% 18%\" "
+                              "tts:origin=\"10% 72%\"/>"),
+              std::string::npos)
+        << result.out;
+    // The second one is a quarter of it further on, in a region of its own.
+    EXPECT_NE(result.out.find("tts:extent=\"30% 18%\" tts:origin=\"20% 72%\"/>"), std::string::npos) << result.out;
+    EXPECT_EQ(result.err.find("parts of the file"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("cue 2: a name of 4 bytes is lost"), std::string::npos) << result.err;
+    const std::string scrolled =
+        folder.write("scroll.vtt", "WEBVTT\n\nREGION\nid:fred\nscroll:up\n\n" + vtt(" region:fred align:left"));
+    EXPECT_NE(converted(scrolled, "ttml").err.find("1 block (STYLE, REGION, NOTE)"), std::string::npos);
+}
+
+TEST(ConvertPlaces, AreSaidWhereAFormatHasNoBoxes) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.vtt", "WEBVTT\n\n1\n" + vtt(" size:50% line:10%"));
+    EXPECT_NE(converted(file, "srt", {"--report"}).err.find("SRT does not carry: box"), std::string::npos);
+    EXPECT_EQ(converted(file, "ttml", {"--report"}).err.find("does not carry"), std::string::npos);
+    const std::string tall = folder.write("tall.vtt", "WEBVTT\n\n1\n" + vtt(" vertical:rl line:10%"));
+    EXPECT_NE(converted(tall, "ttml", {"--report"}).err.find("IMSC does not carry: what another format adds"),
+              std::string::npos);
+}
+
+TEST(ConvertPlaces, OfWebVttAreRowsOnAir) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.vtt", "WEBVTT\n\n" + vtt(" line:26% position:30% align:left", "abc"));
+    const ToolResult scc = converted(file, "scc", {"--offset", "2"});
+    ASSERT_EQ(scc.exitCode, 0) << scc.err;
+    // Row 4, column 9: 10 % and 3/15, 8/32 of the inner 80 %. A screen of captions has a column more on each side.
+    const ToolResult back = converted(folder.write("in.scc", scc.out), "json");
+    EXPECT_NE(back.out.find("\"number\":4"), std::string::npos) << back.out;
+    EXPECT_NE(back.out.find("\"column\":10,"), std::string::npos) << back.out;
+}
+
+TEST(ConvertStyles, OfSheetsAreThoseOfOtherFormats) {
+    const TemporaryFolder folder;
+    const std::string sheet = "STYLE\n::cue(.loud) { color: red; font-style: italic; background-color: blue }\n"
+                              "::cue(v[voice=\"Mary\"]) { text-decoration: underline }\n\n";
+    const std::string cues = "1\n" + vtt("", "<c.loud>a</c>b<v.loud Mary>c</v>");
+    const std::string file = folder.write("in.vtt", "WEBVTT\n\n" + sheet + cues);
+    EXPECT_EQ(converted(file, "srt").out, "1\n00:00:01,000 --> 00:00:02,000\n<font color=\"#ff0000\"><i>a</i></font>b"
+                                          "<font color=\"#ff0000\"><i><u>c</u></i></font>\n\n");
+    const std::string ttml = converted(file, "ttml").out;
+    EXPECT_NE(ttml.find("tts:color=\"#ff0000\" tts:backgroundColor=\"#0000ff\" tts:fontStyle=\"italic\""),
+              std::string::npos)
+        << ttml;
+    EXPECT_EQ(converted(file, "srt").err.find("parts of the file"), std::string::npos);
+    // The same format has the sheet again, and its classes.
+    const ToolResult same = converted(file, "vtt", {"--strict"});
+    EXPECT_EQ(same.exitCode, 0) << same.err;
+    EXPECT_EQ(same.out, "WEBVTT\n\n" + sheet + cues);
+    const std::string other =
+        folder.write("other.vtt", "WEBVTT\n\nSTYLE\n::cue(b) { color: red; opacity: 0.5 }\n\n" + cues);
+    EXPECT_NE(converted(other, "srt", {"--report"}).err.find("0 selectors and 1 declaration of a style sheet are kept"),
+              std::string::npos);
+    EXPECT_NE(converted(other, "srt").err.find("1 block (STYLE, REGION, NOTE)"), std::string::npos);
+}
+
+TEST(ConvertPlaces, NeedNoCodeBelowInTheMiddle) {
+    const TemporaryFolder folder;
+    for (const std::string_view code : {"", "{\\an1}", "{\\an3}", "{\\an4}", "{\\an7}", "{\\an8}", "{\\an9}"}) {
+        const std::string text = srt({{"00:00:04,000", "00:00:06,000", std::string(code) + "Good\nmorning"}});
+        const std::string file = folder.write("in.srt", text);
+        const auto backOf = [&](const std::string& format, const std::vector<std::string>& more,
+                                const std::vector<std::string>& behind) {
+            const std::string path = folder.path("on-air." + format);
+            std::vector<std::string> arguments{"convert", file, "-o", path};
+            arguments.insert(arguments.end(), more.begin(), more.end());
+            EXPECT_EQ(qlxtest::runTool(arguments).exitCode, 0);
+            const std::string out = converted(path, "srt", behind).out;
+            const std::size_t end = out.find("\nGood");
+            const std::size_t brace = out.find("{\\an");
+            return brace == std::string::npos ? std::string(end == std::string::npos ? "none" : "")
+                                              : out.substr(brace, 6);
+        };
+        EXPECT_EQ(backOf("scc", {}, {}), code);
+        EXPECT_EQ(backOf("klv", {"--to-rate", "25", "--page", "888"}, {"--from-rate", "25", "--page", "888"}), code);
+    }
+    EXPECT_EQ(converted(folder.write("usual.srt", srt({{"00:00:01,000", "00:00:02,000", "{\\an2}a"}})), "srt").out,
+              "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+}
+
+}  // namespace
+}  // namespace convert_place_tests
