@@ -1,4 +1,4 @@
-// qlxcc convert: where cues stand and how wide they are, from one format to another; style sheets.
+// qlxcc convert: where cues stand and how wide they are, from one format to another; style sheets; rows set anew.
 #include "SubtitleFiles.h"
 #include "ToolRunner.h"
 
@@ -151,6 +151,88 @@ TEST(ConvertPlaces, NeedNoCodeBelowInTheMiddle) {
     }
     EXPECT_EQ(converted(folder.write("usual.srt", srt({{"00:00:01,000", "00:00:02,000", "{\\an2}a"}})), "srt").out,
               "1\n00:00:01,000 --> 00:00:02,000\na\n\n");
+}
+
+TEST(ConvertRows, EndBetweenCharactersOfTextWithoutSpaces) {
+    const TemporaryFolder folder;
+    const struct {
+        std::string_view text;
+        std::vector<std::string> more;
+        std::string_view expected;
+    } cases[] = {
+        // In front of no closing mark, behind no opening one, in front of no small kana nor sign of length.
+        {"今日はとてもいい天気ですね。散歩に行きましょう。",
+         {"--wrap", "26"},
+         "今日はとてもいい天気です\nね。散歩に行きましょう。"},
+        {"彼は「行きます」と言った。", {"--wrap", "14"}, "彼は「行きま\nす」と言った。"},
+        {"アップルパイ", {"--wrap", "8"}, "アップ\nルパイ"},
+        {"コーヒーカップ", {"--wrap", "8"}, "コーヒー\nカップ"},
+        {"这是一个很长的句子，没有空格。", {"--wrap", "16"}, "这是一个很长的句\n子，没有空格。"},
+        {"日本ABCDEFGH放送", {"--wrap", "12"}, "日本ABCDEFGH\n放送"},
+        // Rows that are joined get no space, but between words of others.
+        {"あいう\nえお", {"--wrap", "20", "--wrap-rows", "1"}, "あいうえお"},
+        {"あいう\nab", {"--wrap", "20", "--wrap-rows", "1"}, "あいう ab"},
+        {"ab\ncd", {"--wrap", "20", "--wrap-rows", "1"}, "ab cd"},
+        {"한국어는 띄어쓰기가 있다", {"--wrap", "16"}, "한국어는\n띄어쓰기가 있다"},
+    };
+    for (const auto& each : cases) {
+        const std::string file =
+            folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", std::string(each.text)}}));
+        EXPECT_EQ(converted(file, "srt", each.more).out,
+                  srt({{"00:00:01,000", "00:00:02,000", std::string(each.expected)}}));
+    }
+    // Styles stay with their characters.
+    const std::string styled =
+        folder.write("styled.srt", srt({{"00:00:01,000", "00:00:02,000", "あい<i>うえ</i>おか"}}));
+    EXPECT_EQ(converted(styled, "srt", {"--wrap", "8"}).out,
+              srt({{"00:00:01,000", "00:00:02,000", "あい<i>う</i>\n<i>え</i>おか"}}));
+}
+
+TEST(ConvertRows, OfDialogueStayApart) {
+    const TemporaryFolder folder;
+    const struct {
+        std::string_view text;
+        std::vector<std::string> more;
+        std::string_view expected;
+    } cases[] = {
+        {"- Hello there, how are you today?\n- Fine.", {"--wrap", "20"}, "- Hello there, how\nare you today?\n- Fine."},
+        {"- Yes.\n- No.", {"--wrap", "40", "--wrap-rows", "1"}, "- Yes.\n- No."},
+        {"– Yes.\n– No.", {"--wrap", "40", "--wrap-rows", "1"}, "– Yes.\n– No."},
+        {"— Yes.\n— No.", {"--wrap", "40", "--wrap-rows", "1"}, "— Yes.\n— No."},
+        {"-はい\n-いいえ、ちがいます", {"--wrap", "16"}, "-はい\n-いいえ、\nちがいます"},
+    };
+    for (const auto& each : cases) {
+        const std::string file =
+            folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", std::string(each.text)}}));
+        EXPECT_EQ(converted(file, "srt", each.more).out,
+                  srt({{"00:00:01,000", "00:00:02,000", std::string(each.expected)}}));
+    }
+    const std::string voices =
+        folder.write("in.vtt", "WEBVTT\n\n1\n" + vtt("", "<v Mary>Yes.</v>\n<v Bob>No, I am not sure.</v>"));
+    EXPECT_EQ(converted(voices, "vtt", {"--wrap", "12"}).out,
+              "WEBVTT\n\n1\n" + vtt("", "<v Mary>Yes.</v>\n<v Bob>No, I am</v>\n<v Bob>not sure.</v>"));
+}
+
+TEST(ConvertRows, OfDifferentRegionsAreNotComposed) {
+    const TemporaryFolder folder;
+    const std::string head = "WEBVTT\n\nREGION\nid:r1\n\nREGION\nid:r2\nviewportanchor:0%,30%\n\n";
+    const auto cue = [](std::string_view start, std::string_view end, std::string_view region, std::string_view text) {
+        return "00:00:0" + std::string(start) + "00 --> 00:00:0" + std::string(end) +
+               "00 region:" + std::string(region) + "\n" + std::string(text) + "\n\n";
+    };
+    const std::string file = folder.write("in.vtt", head + cue("1.0", "3.0", "r1", "a") + cue("2.0", "4.0", "r2", "b") +
+                                                        cue("2.5", "4.0", "r1", "c"));
+    const ToolResult result = converted(file, "vtt", {"--overlap", "compose"});
+    EXPECT_EQ(result.out, head + cue("1.0", "2.0", "r1", "a") + cue("2.0", "2.5", "r1", "a") +
+                              cue("2.0", "2.5", "r2", "b") + cue("2.5", "3.0", "r1", "a\nc") +
+                              cue("2.5", "3.0", "r2", "b") + cue("3.0", "4.0", "r2", "b") +
+                              cue("3.0", "4.0", "r1", "c"));
+    EXPECT_EQ(result.err, "qlxcc: warning: " + file + ": 1 cue made of several that are shown together\n");
+    // At the upper edge and below: two places too.
+    const std::string places = folder.write(
+        "in.srt", srt({{"00:00:01,000", "00:00:02,000", "{\\an8}a"}, {"00:00:01,000", "00:00:02,000", "b"}}));
+    EXPECT_EQ(converted(places, "srt", {"--overlap", "compose"}).out,
+              srt({{"00:00:01,000", "00:00:02,000", "{\\an8}a"}, {"00:00:01,000", "00:00:02,000", "b"}}));
 }
 
 }  // namespace

@@ -163,10 +163,9 @@ constexpr OptionRow kConvertOptions[] = {
      .field = &RawOptions::wrap,
      .help = "Set cues anew that have rows of more than COLS columns",
      .more =
-         "A `STYLE` block in front of the cues has those of the first 1000 cues (of less where they take more than "
-         "4 MiB), up to 256 of them. Without it each colour becomes the nearest of the eight, unless IN is a WebVTT "
-         "file with such a block, which stays. Players read style sheets as the standard has them; FFmpeg 5 finds "
-         "no cue behind one."},
+         "Wide characters take two columns. Words stay whole; Chinese and Japanese rows end between characters, not "
+         "in front of closing marks and small kana, nor behind opening marks. Rows that begin with a dash, or that "
+         "another voice says, stay apart."},
     {.names = "--wrap-rows",
      .value = "N",
      .kind = ValueKind::Number,
@@ -181,8 +180,8 @@ constexpr OptionRow kConvertOptions[] = {
      .words = kOverlaps,
      .field = &RawOptions::overlap,
      .help = "Cues that are shown together: {} (default: keep)",
-     .more = "`compose` makes one cue of them for as long as they are, `cut` ends the earlier one at the later one's "
-             "start."},
+     .more = "`compose` makes one cue of them for as long as they are, or, in files of text, one for each region or "
+             "place of the screen; `cut` ends the earlier one at the later one's start."},
     {.names = "--drop",
      .field = &RawOptions::isDrop,
      .help = "Timecodes of --from-start and --to-start are drop-frame ones, whatever stands in them",

@@ -1,5 +1,6 @@
 #include "cues/CueTimes.h"
 
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/times.h>
 
 #include <algorithm>
@@ -30,6 +31,14 @@ MediaTime scaled(MediaTime time, std::int32_t factor, std::int32_t divisor) {
     const long double value = static_cast<long double>(time.value) * factor / divisor;
     constexpr long double kGreatest = static_cast<long double>(kGreatestValue);
     return MediaTime::make(std::llround(std::clamp(value, -kGreatest, kGreatest)), time.timescale);
+}
+
+/// Whether two cues are in the same region, or at the same place of the screen.
+bool isAtSamePlace(const subtitles::Cue& left, const subtitles::Cue& right) {
+    const auto anchorOf = [](const subtitles::Cue& cue) {
+        return cue.rows.empty() ? std::uint8_t{0} : cue.rows.front().anchor;
+    };
+    return left.region == right.region && left.box == right.box && anchorOf(left) == anchorOf(right);
 }
 
 }  // namespace
@@ -125,8 +134,9 @@ std::size_t bytesOf(const subtitles::Cue& cue) {
     return bytes;
 }
 
-CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed)
-    : _overlap(overlap), _take(std::move(take)), _changed(std::move(changed)) {}
+CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed,
+                   ComposedPlaces places)
+    : _overlap(overlap), _places(places), _take(std::move(take)), _changed(std::move(changed)) {}
 
 void CueOrder::push(subtitles::Cue cue) {
     const bool isBehindLater = !_window.empty() && compared(cue.start, _latest) < 0;
@@ -240,17 +250,33 @@ void CueOrder::giveOnAir(const MediaTime& to) {
     if (compared(to, _until) <= 0) {
         return;
     }
-    subtitles::Cue cue = _onAir.front();
-    for (auto other = std::next(_onAir.begin()); other != _onAir.end(); ++other) {
-        cue.rows.insert(cue.rows.end(), other->rows.begin(), other->rows.end());
+    std::vector<subtitles::Cue> given;
+    std::vector<std::size_t> counts;
+    for (const subtitles::Cue& cue : _onAir) {
+        const auto same = std::find_if(given.begin(), given.end(), [&](const subtitles::Cue& other) {
+            return _places == ComposedPlaces::Together || isAtSamePlace(other, cue);
+        });
+        if (same == given.end()) {
+            given.push_back(cue);
+            counts.push_back(1);
+        } else {
+            same->rows.insert(same->rows.end(), cue.rows.begin(), cue.rows.end());
+            ++counts[static_cast<std::size_t>(same - given.begin())];
+        }
     }
-    cue.start = _until;
-    cue.end = to;
-    _until = to;
-    if (_onAir.size() > 1) {
-        _changed(cue, CueChange::Composed);
+    const MediaTime from = std::exchange(_until, to);
+    for (std::size_t index = 0; index < given.size(); ++index) {
+        subtitles::Cue& cue = given[index];
+        cue.start = from;
+        cue.end = to;
+        if (counts[index] > 1) {
+            if (cue.box) {
+                placeRows(cue, *cue.box);
+            }
+            _changed(cue, CueChange::Composed);
+        }
+        giveNumbered(std::move(cue));
     }
-    giveNumbered(std::move(cue));
 }
 
 /// The pieces of a cue count on, and so do those behind them; its name is that of the first piece alone.

@@ -125,9 +125,10 @@ public:
 
     Conversion(const ConvertOptions& options, Give give)
         : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
-          _give(std::move(give)), _order(
-                                      options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); },
-                                      [this](const subtitles::Cue& cue, CueChange change) { say(cue, change); }) {}
+          _give(std::move(give)),
+          _order(
+              options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); },
+              [this](const subtitles::Cue& cue, CueChange change) { say(cue, change); }, placesOf(options)) {}
 
     ConversionNotes& notes() { return _notes; }
 
@@ -172,6 +173,14 @@ private:
         "shorter than a frame, which last one",
     };
 
+    /// Files of text have several cues at a time; a screen has one.
+    static ComposedPlaces placesOf(const ConvertOptions& options) {
+        const bool isText = options.target == CueTarget::SubRip || options.target == CueTarget::WebVtt ||
+                            options.target == CueTarget::Imsc || options.target == CueTarget::EbuTtD ||
+                            options.target == CueTarget::Json;
+        return isText ? ComposedPlaces::Apart : ComposedPlaces::Together;
+    }
+
     /// Counts a change, and says it where all are said.
     void say(const subtitles::Cue& cue, CueChange change) {
         const auto index = static_cast<std::size_t>(change);
@@ -185,6 +194,13 @@ private:
     /// Whether what is written has all that any file has.
     [[nodiscard]] bool keepsAll() const { return _options.format == CueFormat::Json && !_options.isDeployedJson; }
 
+    /// Whether a block of a WebVTT file says what is not that of the cues, nor of regions that are written.
+    [[nodiscard]] bool isLost(const std::string& block) const {
+        const bool hasRegions = _options.format == CueFormat::Ttml || _options.format == CueFormat::EbuTtD;
+        const bool isRegion = hasRegions && block.starts_with("REGION") && block.find("scroll:up") == std::string::npos;
+        return !isRegion && !subtitles::isAppliedSheet(block);
+    }
+
     /// What a WebVTT file has besides cues and another format does not.
     void loseRest(const subtitles::WebVttFile& file) {
         if (_options.format == CueFormat::Vtt || keepsAll()) {
@@ -194,13 +210,6 @@ private:
                                         [](const std::string& line) { return line.starts_with("X-TIMESTAMP-MAP"); });
         // The language is that of the cues.
         const auto languages = std::count_if(file.header.begin(), file.header.end(),
-    /// Whether a block of a WebVTT file says what is not that of the cues, nor of regions that are written.
-    [[nodiscard]] bool isLost(const std::string& block) const {
-        const bool hasRegions = _options.format == CueFormat::Ttml || _options.format == CueFormat::EbuTtD;
-        const bool isRegion = hasRegions && block.starts_with("REGION") && block.find("scroll:up") == std::string::npos;
-        return !isRegion && !subtitles::isAppliedSheet(block);
-    }
-
                                              [](const std::string& line) { return line.starts_with("Language:"); });
         const std::size_t lines =
             file.header.size() - static_cast<std::size_t>(languages) + (file.title.empty() ? 0 : 1);
