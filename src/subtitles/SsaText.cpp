@@ -36,39 +36,6 @@ bool looksAlike(const Run& run, const Run& before) noexcept {
                       run.properties.end());
 }
 
-std::optional<double> coordinateOf(std::string_view text) noexcept {
-    text = trimmed(text);
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-    const bool isNumber = !text.empty() && error == std::errc{} && end == text.data() + text.size();
-    return isNumber && std::isfinite(number) ? std::optional(number) : std::nullopt;
-}
-
-/// The box of a cue that has a place of its anchor, in per cent: from there on, up to there, or around it. What has columns
-/// begins with the first of them.
-Box boxAt(double x, double y, std::uint8_t anchor, const Cue& cue) {
-    constexpr double kWhole = 100;
-    x = std::clamp(x, 0.0, kWhole);
-    y = std::clamp(y, 0.0, kWhole);
-    const auto around = [](double middle) { return 2 * std::min(middle, kWhole - middle); };
-    Box box;
-    box.edge = anchor > 6 ? BoxEdge::Top : anchor > 3 ? BoxEdge::Middle : BoxEdge::Bottom;
-    box.height = box.edge == BoxEdge::Top ? kWhole - y : box.edge == BoxEdge::Bottom ? y : around(y);
-    box.top = box.edge == BoxEdge::Top ? y : box.edge == BoxEdge::Bottom ? 0 : y - box.height / 2;
-    std::uint16_t column = 0;
-    for (const Row& row : cue.rows) {
-        column = row.column != 0 && (column == 0 || row.column < column) ? row.column : column;
-    }
-    if (column != 0) {
-        box.left = (anchor - 1U) % 3U == 0 ? x : (column - 1) * kWhole / cue.screenColumns;
-        box.width = kWhole - box.left;
-    } else {
-        box.width = around(x);
-        box.left = x - box.width / 2;
-    }
-    return box;
-}
-
 }  // namespace
 
 bool SsaText::take(std::string_view text, const SsaStyle& style, const SsaScreen& screen, bool endsSoftly,
@@ -232,18 +199,14 @@ bool SsaText::takePlaceCode(std::string_view code) {
         _anchor = _anchor == 0 ? anchor : _anchor;
         return true;
     }
-    if (!code.starts_with("pos(") || !code.ends_with(')')) {
-        return false;
-    }
-    std::string_view inside = code.substr(4, code.size() - 5);
-    const std::string_view across = takePart(inside, ',');
-    const auto x = coordinateOf(across);
-    const auto y = coordinateOf(inside);
-    if (!x || !y) {
+    const auto position = positionOfCode(code);
+    if (!position) {
         return false;
     }
     if (!_position) {
-        _position = {*x, *y};
+        _position = {position->x, position->y};
+        std::string_view inside = code.substr(4, code.size() - 5);
+        const std::string_view across = takePart(inside, ',');
         _positionText = std::string(trimmed(across)) + "," + std::string(trimmed(inside));
     }
     return true;
@@ -350,7 +313,16 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         }
     }
     if (hasColumns) {
-        cue.box = boxAt(100 * _position->x / screen.width, 100 * _position->y / screen.height, anchor, cue);
+        // What has columns begins with the first of them.
+        std::uint16_t column = 0;
+        for (const Row& row : cue.rows) {
+            column = row.column != 0 && (column == 0 || row.column < column) ? row.column : column;
+        }
+        cue.box = boxAt({100 * _position->x / screen.width, 100 * _position->y / screen.height}, anchor);
+        if (column != 0 && side != 0) {
+            cue.box->left = (column - 1) * 100.0 / kColumns;
+            cue.box->width = 100 - cue.box->left;
+        }
     }
 }
 

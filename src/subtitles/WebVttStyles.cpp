@@ -309,7 +309,8 @@ std::vector<WebVttStyles::Rule> WebVttStyles::rulesOf(std::string_view selector)
         const bool isAny = compound.starts_with('*');
         compound.remove_prefix(isAny ? 1 : 0);
         rule.type = isAny ? std::string() : takeIdentifier(compound);
-        if ((!isAny && rule.type.empty() && compound.empty()) || !takeConditions(compound, rule)) {
+        const bool isEmpty = !isAny && rule.type.empty() && compound.empty();
+        if (isEmpty || rules.size() > kMostRules || !takeConditions(compound, rule)) {
             return {};
         }
         constexpr std::uint32_t kNames = 10'000;

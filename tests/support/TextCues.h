@@ -6,6 +6,7 @@
 #include <qlx/subtitles/box.h>
 #include <qlx/subtitles/cue.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <random>
@@ -184,6 +185,23 @@ inline qlx::subtitles::Cue randomCue(std::mt19937& random, std::uint64_t number,
             }
         }
         cue.rows.push_back(std::move(row));
+    }
+    const bool hasPosition = std::any_of(cue.rows.begin(), cue.rows.end(), [](const Row& row) {
+        return std::any_of(row.runs.begin(), row.runs.end(),
+                           [](const Run& run) { return valueOf(run.properties, "srt.codes") != nullptr; });
+    });
+    if (hasPosition) {
+        // Column 1 and row 2 of 384 by 288: from there on, around it, or up to there.
+        constexpr double kX = 100.0 / 384;
+        constexpr double kY = 200.0 / 288;
+        const int side = anchor == 0 ? 1 : (anchor - 1) % 3;
+        Box box;
+        box.left = side == 0 ? kX : 0;
+        box.width = side == 0 ? 100 - kX : side == 1 ? 2 * kX : kX;
+        box.edge = anchor > 6 ? BoxEdge::Top : anchor > 3 ? BoxEdge::Middle : BoxEdge::Bottom;
+        box.top = anchor > 6 ? kY : 0;
+        box.height = anchor > 6 ? 100 - kY : anchor > 3 ? 2 * kY : kY;
+        cue.box = box;
     }
     if (isSo()) {
         isVtt ? cue.properties.push_back({"vtt.size", "50%"})

@@ -84,6 +84,26 @@ TEST(ConvertPlaces, OfRegionsOfWebVttAreRegionsOfTimedText) {
     EXPECT_NE(converted(scrolled, "ttml").err.find("1 block (STYLE, REGION, NOTE)"), std::string::npos);
 }
 
+TEST(ConvertPlaces, OfSubRipAndSubStationAlphaAreBoxes) {
+    const TemporaryFolder folder;
+    // Of 384 by 288: a quarter of the width, and three quarters of the height.
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "{\\an1\\pos(96,216)}a"},
+                                                         {"00:00:01,000", "00:00:02,000", "{\\pos(96,216)}a"}}));
+    const ToolResult result = converted(file, "vtt");
+    EXPECT_EQ(result.out, "WEBVTT\n\n1\n" + vtt(" line:75%,end position:25% size:75% align:left") + "2\n" +
+                              vtt(" line:75%,end position:25% size:50%"));
+    EXPECT_EQ(attributesOf(converted(file, "ttml").out, "region").at(0),
+              R"(tts:displayAlign="after" tts:extent="75% 75%" tts:origin="25% 0%"/)");
+    const ToolResult same = converted(file, "srt", {"--report"});
+    EXPECT_EQ(same.out, srt({{"00:00:01,000", "00:00:02,000", "{\\an1}{\\pos(96,216)}a"},
+                             {"00:00:01,000", "00:00:02,000", "{\\pos(96,216)}a"}}));
+    EXPECT_EQ(same.err.find("box"), std::string::npos) << same.err;
+    const std::string events = folder.write("in.ass", "[Script Info]\nPlayResX: 640\nPlayResY: 300\n\n[Events]\n"
+                                                      "Format: Start, End, Text\n"
+                                                      "Dialogue: 0:00:01.00,0:00:02.00,{\\an7\\pos(160,75)}a\n");
+    EXPECT_EQ(converted(events, "vtt").out, "WEBVTT\n\n" + vtt(" line:25% position:25% size:75% align:left"));
+}
+
 TEST(ConvertPlaces, AreSaidWhereAFormatHasNoBoxes) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.vtt", "WEBVTT\n\n1\n" + vtt(" size:50% line:10%"));

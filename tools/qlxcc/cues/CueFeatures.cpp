@@ -49,6 +49,16 @@ void addProperties(const subtitles::Properties& properties, CueTarget target, Cu
     }
 }
 
+/// Whether codes of SubRip say the place of a cue, which go with their run.
+bool hasPosition(const subtitles::Cue& cue) {
+    return std::any_of(cue.rows.begin(), cue.rows.end(), [](const Row& row) {
+        return std::any_of(row.runs.begin(), row.runs.end(), [](const Run& run) {
+            const std::string* const codes = valueOf(run.properties, subtitles::properties::kSubRipCodes);
+            return codes != nullptr && codes->find("\\pos(") != std::string::npos;
+        });
+    });
+}
+
 void addRun(const Run& run, CueTarget target, CueFeatures& features) {
     const subtitles::Style& style = run.style;
     set(features, CueFeature::Bold, style.isBold);
@@ -83,7 +93,7 @@ CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
             addRun(run, target, features);
         }
     }
-    set(features, CueFeature::Box, cue.box.has_value());
+    set(features, CueFeature::Box, cue.box && !(target == CueTarget::SubRip && hasPosition(cue)));
     set(features, CueFeature::Region, !cue.region.empty());
     const bool isWritten = target == CueTarget::SubRip && isNumber(cue.identifier);
     set(features, CueFeature::Name, !cue.identifier.empty() && !isWritten);
