@@ -147,7 +147,8 @@ void readTextSample(Input& input) {
     const auto take = [&span](const qlx::subtitles::Cue& cue) {
         require(cue.start == span.begin && cue.end == span.end);
     };
-    const detail::SampleRegions regions{std::string(text.substr(0, form % 8))};
+    const std::string name(text.substr(0, form % 8));
+    const detail::SampleHead regions{"STYLE\n::cue(.a) { color: red }\n\n", {{name, "REGION\nid:" + name + "\n\n"}}};
     switch (form % 5) {
     case 0:
         detail::readTimedText(bytes, detail::timedTextDefaults(bytes), span, take, findings);

@@ -64,6 +64,7 @@
 #include <qlx/scte/scte35_commands.h>
 #include <qlx/scte/scte35_descriptors.h>
 #include <qlx/scte/scte35_text.h>
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/shown_together.h>

@@ -520,6 +520,8 @@ inline constexpr FindingText kFindingTexts[] = {
     {WebVttTextTooLong, "cue of more than {1} bytes (of text, or of its classes and voices) or {2} lines"},
     {WebVttRestTooLong, "header, blocks or comments of more than {1} bytes: what is behind them is left out"},
     {WebVttInnerTimeUnusual, "the time inside of the cue has another form than usual: read as {1} ms"},
+    {WebVttStyleNotApplied,
+     "{1} selector{1s} and {2} declaration{2s} of a style sheet are kept for WebVTT, and not in the style of the text"},
     {SsaEventsMissing, "no section has events"},
     {SsaInfoWrong, "the size of the screen ({1} byte{1s}) is none"},
     {SsaFormatMissing, "no line says the order of the columns: the usual one is taken"},

@@ -1,13 +1,28 @@
 #include "subtitles/BraceCodes.h"
 
+#include "subtitles/TextEditing.h"
+
 #include <qlx/subtitles/colors.h>
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <iterator>
 #include <string>
 
 namespace qlx::subtitles {
+
+namespace {
+
+std::optional<double> coordinateOf(std::string_view text) noexcept {
+    text = trimmed(text);
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+    const bool isNumber = !text.empty() && error == std::errc{} && end == text.data() + text.size();
+    return isNumber && std::isfinite(number) ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
 
 std::string_view takeCodeOf(std::string_view& codes) noexcept {
     std::size_t depth = 0;
@@ -38,6 +53,32 @@ std::optional<std::uint32_t> codeColor(std::string_view text) noexcept {
 std::uint8_t anchorOfOldNumber(unsigned number) noexcept {
     constexpr std::uint8_t kAnchors[] = {0, 1, 2, 3, 0, 7, 8, 9, 0, 4, 5, 6};
     return number < std::size(kAnchors) ? kAnchors[number] : std::uint8_t{0};
+}
+
+std::optional<CodePosition> positionOfCode(std::string_view code) noexcept {
+    constexpr std::string_view kName = "pos(";
+    if (!code.starts_with(kName) || !code.ends_with(')')) {
+        return std::nullopt;
+    }
+    std::string_view inside = code.substr(kName.size(), code.size() - kName.size() - 1);
+    const auto x = coordinateOf(takePart(inside, ','));
+    const auto y = coordinateOf(inside);
+    return x && y ? std::optional(CodePosition{*x, *y}) : std::nullopt;
+}
+
+Box boxAt(CodePosition place, std::uint8_t anchor) noexcept {
+    constexpr double kWhole = 100;
+    const double x = std::clamp(place.x, 0.0, kWhole);
+    const double y = std::clamp(place.y, 0.0, kWhole);
+    const auto around = [](double middle) { return 2 * std::min(middle, kWhole - middle); };
+    const unsigned side = (anchor - 1U) % 3U;
+    Box box;
+    box.edge = anchor > 6 ? BoxEdge::Top : anchor > 3 ? BoxEdge::Middle : BoxEdge::Bottom;
+    box.height = box.edge == BoxEdge::Top ? kWhole - y : box.edge == BoxEdge::Bottom ? y : around(y);
+    box.top = box.edge == BoxEdge::Top ? y : box.edge == BoxEdge::Bottom ? 0 : y - box.height / 2;
+    box.width = side == 0 ? kWhole - x : side == 1 ? around(x) : x;
+    box.left = side == 0 ? x : side == 1 ? x - box.width / 2 : 0;
+    return box;
 }
 
 void setColor(Run& run, std::uint32_t color) {

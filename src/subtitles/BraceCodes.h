@@ -21,6 +21,19 @@ namespace qlx::subtitles {
 /// in the middle; 0 for any other number.
 [[nodiscard]] std::uint8_t anchorOfOldNumber(unsigned number) noexcept;
 
+/// A place, in the units of the screen that it is said of.
+struct CodePosition {
+    double x = 0;
+    double y = 0;
+};
+
+/// The place of `pos(320,200)`; none for any other code.
+[[nodiscard]] std::optional<CodePosition> positionOfCode(std::string_view code) noexcept;
+
+/// The box of what has its anchor, 1 to 9 as on a numeric keypad, at a place in per cent of the screen: from there on, up to
+/// there, or around it.
+[[nodiscard]] Box boxAt(CodePosition place, std::uint8_t anchor) noexcept;
+
 /// Gives a run a colour of 24 bits: the nearest one of a screen, and the exact one as a property where it is another.
 void setColor(Run& run, std::uint32_t color);
 

@@ -6,6 +6,7 @@
 #include <qlx/subtitles/value.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -56,6 +57,22 @@ void setProperties(Dictionary& dictionary, const Properties& properties) {
 
 std::string colorModel(screen::Color color) {
     return hexColorText(bitsOf(color));
+}
+
+constexpr std::array<std::string_view, 3> kEdgeNames{"top", "middle", "bottom"};
+
+/// What a box has, by the keys of its numbers.
+constexpr std::pair<std::string_view, double Box::*> kBoxNumbers[] = {
+    {"left", &Box::left}, {"top", &Box::top}, {"width", &Box::width}, {"height", &Box::height}};
+
+Dictionary boxModel(const Box& box) {
+    Dictionary model;
+    for (const auto& [key, number] : kBoxNumbers) {
+        model.set(key, box.*number);
+    }
+    const auto edge = std::min(static_cast<std::size_t>(box.edge), kEdgeNames.size() - 1);
+    model.set("edge", kEdgeNames[edge]);
+    return model;
 }
 
 bool isMoment(const MediaTime& time) noexcept {
@@ -128,6 +145,8 @@ public:
                 takeText(value, cue.language);
             } else if (key == "region") {
                 takeText(value, cue.region);
+            } else if (key == "box") {
+                takeBox(value, cue.box);
             } else if (key == "properties") {
                 takeProperties(value, cue.properties);
             } else {
@@ -254,6 +273,34 @@ private:
         }
     }
 
+    /// A number that is no part of the picture is none: a box with such a one is left out.
+    void takeBox(const Value& value, std::optional<Box>& to) const {
+        const Dictionary* const model = value.dictionary();
+        if (model == nullptr) {
+            wrong();
+            return;
+        }
+        constexpr double kGreatest = 1e6;
+        Box box;
+        bool isRight = true;
+        for (const auto& [key, content] : *model) {
+            const auto* const number = std::find_if(std::begin(kBoxNumbers), std::end(kBoxNumbers),
+                                                    [name = key](const auto& each) { return each.first == name; });
+            if (number != std::end(kBoxNumbers)) {
+                isRight = isRight && content.isNumber() && std::abs(content.doubleValue()) <= kGreatest;
+                box.*number->second = content.doubleValue();
+            } else if (key == "edge" && content.text() != nullptr) {
+                const auto* const name = std::find(kEdgeNames.begin(), kEdgeNames.end(), *content.text());
+                isRight = isRight && name != kEdgeNames.end();
+                box.edge = static_cast<BoxEdge>(name - kEdgeNames.begin());
+            } else {
+                isRight = isRight && key != "edge";
+                passOver(content);
+            }
+        }
+        isRight ? static_cast<void>(to = box) : wrong();
+    }
+
     void takeRows(const Value& value, Cue& cue) {
         const Array* const rows = value.array();
         if (rows == nullptr) {
@@ -375,6 +422,9 @@ Dictionary modelOf(const Cue& cue) {
     }
     if (isMoment(cue.end)) {
         model.set("end", timeModel(cue.end));
+    }
+    if (cue.box) {
+        model.set("box", boxModel(*cue.box));
     }
     setProperties(model, cue.properties);
     Array rows;

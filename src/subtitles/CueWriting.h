@@ -77,18 +77,24 @@ struct RowLosses {
 /// Row::anchor has the nine places of a numeric keypad; beyond are none.
 inline constexpr std::uint8_t kGreatestAnchor = 9;
 
-/// Where a row stands, as on a numeric keypad: its anchor, or what its row of the screen and its alignment say; 0 for
-/// below, in the middle.
-[[nodiscard]] inline std::uint8_t anchorOf(const Cue& cue, const Row& row) noexcept {
-    if (row.anchor != 0 && row.anchor <= kGreatestAnchor) {
-        return row.anchor;
-    }
-    const std::uint64_t rows = screenRowsOf(cue);
-    // The upper third, the middle, and the rest; what has no row stands below.
-    const std::uint8_t band = row.number == 0 ? 1 : row.number * 3 <= rows ? 7 : row.number * 3 <= rows * 2 ? 4 : 1;
-    const std::uint8_t side = row.alignment == Alignment::Left ? 0 : row.alignment == Alignment::Right ? 2 : 1;
-    return band == 1 && side == 1 ? 0 : static_cast<std::uint8_t>(band + side);
-}
+/// The columns that the text of a row takes, of which each character has one.
+[[nodiscard]] std::size_t widthOf(const Row& row) noexcept;
+
+/// Where the rows of a cue stand, as on a numeric keypad.
+class Anchors {
+public:
+    /// @param cue Must outlive this.
+    explicit Anchors(const Cue& cue) noexcept;
+
+    /// The anchor of a row, or what its row of the screen and its place on that say: that of the third of the screen which
+    /// the middle of all rows with columns is in, or else its alignment. 0 for below, in the middle.
+    [[nodiscard]] std::uint8_t of(const Row& row) const noexcept;
+
+private:
+    std::uint64_t _rows;
+    bool _hasColumns;
+    std::uint8_t _side = 1;  ///< Of all rows with columns: 0 left, 2 right.
+};
 
 /// The place of the first of these characters, from one place on; npos. std::string_view::find_first_of() of libstdc++
 /// makes a call for each character of the text.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -140,6 +141,7 @@ Cue shownTogether(std::span<const Cue> cues) {
         shown.end = laterOf(shown.end, cue.end);
         shown.language = shown.language == cue.language ? shown.language : std::string();
         shown.region = shown.region == cue.region ? shown.region : std::string();
+        shown.box = shown.box == cue.box ? shown.box : std::nullopt;
     }
     if (cues.size() > 1) {
         std::vector<Cue> parts(cues.begin(), cues.end());

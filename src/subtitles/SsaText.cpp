@@ -1,6 +1,7 @@
 #include "subtitles/SsaText.h"
 
 #include "subtitles/BraceCodes.h"
+#include "subtitles/CueWriting.h"
 #include "subtitles/TextEditing.h"
 
 #include <qlx/base/utf8.h>
@@ -33,24 +34,6 @@ bool looksAlike(const Run& run, const Run& before) noexcept {
     return before.style == run.style &&
            std::equal(before.properties.begin(), before.properties.end() - (hasCodes ? 1 : 0), run.properties.begin(),
                       run.properties.end());
-}
-
-std::optional<double> coordinateOf(std::string_view text) noexcept {
-    text = trimmed(text);
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-    const bool isNumber = !text.empty() && error == std::errc{} && end == text.data() + text.size();
-    return isNumber && std::isfinite(number) ? std::optional(number) : std::nullopt;
-}
-
-/// The characters of a row.
-double widthOf(const Row& row) noexcept {
-    std::size_t characters = 0;
-    for (const Run& run : row.runs) {
-        characters += static_cast<std::size_t>(
-            std::count_if(run.text.begin(), run.text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
-    }
-    return static_cast<double>(characters);
 }
 
 }  // namespace
@@ -216,18 +199,14 @@ bool SsaText::takePlaceCode(std::string_view code) {
         _anchor = _anchor == 0 ? anchor : _anchor;
         return true;
     }
-    if (!code.starts_with("pos(") || !code.ends_with(')')) {
-        return false;
-    }
-    std::string_view inside = code.substr(4, code.size() - 5);
-    const std::string_view across = takePart(inside, ',');
-    const auto x = coordinateOf(across);
-    const auto y = coordinateOf(inside);
-    if (!x || !y) {
+    const auto position = positionOfCode(code);
+    if (!position) {
         return false;
     }
     if (!_position) {
-        _position = {*x, *y};
+        _position = {position->x, position->y};
+        std::string_view inside = code.substr(4, code.size() - 5);
+        const std::string_view across = takePart(inside, ',');
         _positionText = std::string(trimmed(across)) + "," + std::string(trimmed(inside));
     }
     return true;
@@ -321,7 +300,7 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         row.number = count <= kRows ? static_cast<std::uint64_t>(number) : 0;
         row.anchor = row.number != 0 ? std::uint8_t{0} : row.anchor;
         if (hasColumns && !row.runs.empty()) {
-            const double width = widthOf(row);
+            const auto width = static_cast<double>(widthOf(row));
             const double x = _position->x * kColumns / screen.width;
             const double begin = std::round(x - width * side / 2.0);
             const double centered = std::round((kColumns - width) / 2.0);
@@ -331,6 +310,18 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
             }
             row.column = static_cast<std::uint16_t>(std::clamp(begin, 0.0, kColumns - 1.0) + 1);
             row.alignment = Alignment::Left;
+        }
+    }
+    if (hasColumns) {
+        // What has columns begins with the first of them.
+        std::uint16_t column = 0;
+        for (const Row& row : cue.rows) {
+            column = row.column != 0 && (column == 0 || row.column < column) ? row.column : column;
+        }
+        cue.box = boxAt({100 * _position->x / screen.width, 100 * _position->y / screen.height}, anchor);
+        if (column != 0 && side != 0) {
+            cue.box->left = (column - 1) * 100.0 / kColumns;
+            cue.box->width = 100 - cue.box->left;
         }
     }
 }

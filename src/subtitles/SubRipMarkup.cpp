@@ -85,6 +85,7 @@ void SubRipMarkup::begin() {
     _kept.clear();
     _isChanged = false;
     _anchor = 0;
+    _position.reset();
 }
 
 void SubRipMarkup::takeRow(std::string_view text, std::uint64_t line, Cue& cue) {
@@ -120,6 +121,14 @@ void SubRipMarkup::end(std::uint64_t line, Cue& cue) {
     _line = line;
     if (!_open.empty()) {
         report(SubRipTagUnclosed, Severity::Remark, static_cast<std::int64_t>(_open.size()));
+    }
+    if (_position) {
+        // What receivers take the screen of such coordinates for.
+        constexpr double kWidth = 384;
+        constexpr double kHeight = 288;
+        constexpr std::uint8_t kBottomCenter = 2;
+        cue.box =
+            boxAt({100 * _position->x / kWidth, 100 * _position->y / kHeight}, _anchor == 0 ? kBottomCenter : _anchor);
     }
     if (_anchor == 0) {
         return;
@@ -283,6 +292,7 @@ void SubRipMarkup::takeCode(std::string_view code) {
     } else if (code == "r") {
         _codes = {};
     } else if (!code.empty()) {
+        _position = _position ? _position : positionOfCode(code);
         _kept += '\\';
         _kept += code;
     }

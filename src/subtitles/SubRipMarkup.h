@@ -1,6 +1,8 @@
 // The markup of the rows of a SubRip cue, over all of them.
 #pragma once
 
+#include "subtitles/BraceCodes.h"
+
 #include <qlx/base/finding.h>
 #include <qlx/subtitles/cue.h>
 
@@ -68,6 +70,7 @@ private:
     std::string _kept;        ///< Codes that stand in front of the next run.
     bool _isChanged = false;  ///< The next text may look otherwise than the text in front of it.
     std::uint8_t _anchor = 0;
+    std::optional<CodePosition> _position;
 };
 
 /// Whether a row of text, written as it stands, is read as something else.

@@ -139,7 +139,8 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
         report.add(SubtitleNameLost, !name->empty() && !isNumber, static_cast<std::int64_t>(name->size()));
     }
     std::int64_t number = 0;
-    const std::uint8_t anchor = cue.rows.empty() ? 0 : anchorOf(cue, cue.rows.front());
+    const Anchors anchors(cue);
+    const std::uint8_t anchor = cue.rows.empty() ? 0 : anchors.of(cue.rows.front());
     if (anchor != 0) {
         text += "{\\an";
         text += static_cast<char>('0' + anchor);
@@ -152,8 +153,7 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
         const std::uint64_t below = cue.rows.size() - static_cast<std::size_t>(number) - 1;
         const bool isUsual =
             row.number == 0 || row.number + below == screenRowsOf(cue) || isTallBottom(cue, row, below);
-        losses.isPlaceLost =
-            row.column != 0 || !isUsual || anchorOf(cue, row) != anchor || row.anchor > kGreatestAnchor;
+        losses.isPlaceLost = row.column != 0 || !isUsual || anchors.of(row) != anchor || row.anchor > kGreatestAnchor;
         losses.say(report, ++number);
     }
     text += '\n';

@@ -8,6 +8,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
+#include <qlx/subtitles/box.h>
 
 #include <algorithm>
 #include <functional>
@@ -169,7 +170,7 @@ private:
         _isCue = true;
         _hasCue = true;
         _cue = Cue{};
-        _text.begin();
+        _text.begin(name);
         _cue.language = _language;
         _cue.start = MediaTime::make(start, kWebVttUnits);
         _cue.end = MediaTime::make(end, kWebVttUnits);
@@ -230,8 +231,13 @@ private:
         if (isReady) {
             _text.end(_lines.number(), _cue);
             for (Row& row : _cue.rows) {
-                row.anchor = _settings.anchor;
                 row.alignment = _settings.alignment;
+            }
+            if (_cue.box) {
+                placeRows(_cue, *_cue.box);
+            }
+            for (Row& row : _cue.rows) {
+                row.anchor = _settings.anchor;
             }
             std::swap(_cue, _ready);
         }
@@ -270,9 +276,12 @@ private:
             return;
         }
         if (isRegion) {
-            takeRegionNames(block, _regions);
+            takeRegion(block, _regions);
         } else {
-            _text.takeColors(block);
+            const WebVttStyles::Rest rest = _text.takeSheet(block);
+            if (rest.selectors + rest.declarations != 0) {
+                report(WebVttStyleNotApplied, Severity::Remark, rest.selectors, rest.declarations);
+            }
         }
         _file.blocks.push_back(block);
     }
@@ -289,7 +298,7 @@ private:
     WebVttText _text;
     WebVttFile _file;
     std::vector<std::string> _notes;  ///< Behind the last cue so far.
-    std::set<std::string, std::less<>> _regions;
+    WebVttRegions _regions;
     std::string _language;  ///< Of the file.
     Part _part = Part::Start;
     Cue _cue;    ///< In hand.
@@ -343,12 +352,20 @@ WebVttFile readWebVttHead(std::string_view head, FindingSink* findings) {
     return reader.file();
 }
 
-std::set<std::string, std::less<>> regionsOf(const WebVttFile& file) {
-    std::set<std::string, std::less<>> names;
+std::map<std::string, Box, std::less<>> regionBoxesOf(const WebVttFile& file) {
+    WebVttRegions regions;
     for (const std::string_view block : file.blocks) {
         if (block.starts_with("REGION")) {
-            takeRegionNames(block, names);
+            takeRegion(block, regions);
         }
+    }
+    return regions;
+}
+
+std::set<std::string, std::less<>> regionsOf(const WebVttFile& file) {
+    std::set<std::string, std::less<>> names;
+    for (const auto& [name, box] : regionBoxesOf(file)) {
+        names.insert(name);
     }
     return names;
 }

@@ -20,18 +20,6 @@ namespace {
 constexpr std::string_view kTopLine = "0";
 constexpr std::string_view kMiddleLine = "50%,center";
 
-/// A number from 0 to 100 and `%`.
-std::optional<double> percentIn(std::string_view text) noexcept {
-    if (!text.ends_with('%')) {
-        return std::nullopt;
-    }
-    text.remove_suffix(1);
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
-    const bool isPercent = error == std::errc{} && end == text.data() + text.size() && value >= 0 && value <= 100;
-    return isPercent ? std::optional(value) : std::nullopt;
-}
-
 std::optional<int> lineIn(std::string_view text) noexcept {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -128,7 +116,18 @@ void appendScreenPlace(const Cue& cue, const Row& row, std::string& text) {
 
 }  // namespace
 
-PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::string, std::less<>>& regions, Cue& cue,
+std::optional<double> percentIn(std::string_view text) noexcept {
+    if (!text.ends_with('%')) {
+        return std::nullopt;
+    }
+    text.remove_suffix(1);
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    const bool isPercent = error == std::errc{} && end == text.data() + text.size() && value >= 0 && value <= 100;
+    return isPercent ? std::optional(value) : std::nullopt;
+}
+
+PlaceOfSettings takeSettings(std::string_view settings, const WebVttRegions& regions, Cue& cue,
                              const std::function<void(FindingCode, std::int64_t)>& report) {
     PlaceOfSettings place;
     std::uint8_t band = 0;
@@ -163,15 +162,21 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
             }
             return isLost;
         });
+        cue.box = boxOfSettings(cue, place.alignment, regions);
         return place;
     }
+    cue.box = boxOfSettings(cue, place.alignment, regions);
     if (band != 0) {
         const std::uint8_t side = place.alignment == Alignment::Left ? 0 : place.alignment == Alignment::Right ? 2 : 1;
         place.anchor = static_cast<std::uint8_t>(band + side);
-        std::erase_if(cue.properties, [](const Property& property) {
+        const auto erased = std::erase_if(cue.properties, [](const Property& property) {
             return property.name == properties::kWebVttLine &&
                    (property.value == kTopLine || property.value == kMiddleLine);
         });
+        // What the anchor says alone is no box.
+        const bool isPlaced = valueOf(cue.properties, properties::kWebVttPosition) != nullptr ||
+                              valueOf(cue.properties, properties::kWebVttSize) != nullptr;
+        cue.box = erased == 0 || isPlaced ? cue.box : std::nullopt;
     }
     return place;
 }
@@ -179,17 +184,6 @@ PlaceOfSettings takeSettings(std::string_view settings, const std::set<std::stri
 std::string_view languageOfHead(std::string_view line) noexcept {
     constexpr std::string_view kName = "Language:";
     return line.starts_with(kName) ? trimmed(line.substr(kName.size())) : std::string_view();
-}
-
-void takeRegionNames(std::string_view block, std::set<std::string, std::less<>>& names) {
-    constexpr std::string_view kName = "id:";
-    while (!block.empty()) {
-        const std::size_t size = std::min(block.find_first_of(" \t\f\n"), block.size());
-        if (block.starts_with(kName)) {
-            names.emplace(block.substr(kName.size(), size - std::min(size, kName.size())));
-        }
-        block.remove_prefix(std::min(size + 1, block.size()));
-    }
 }
 
 bool isSettingValue(std::string_view text) noexcept {
@@ -205,13 +199,21 @@ void appendSettings(const Cue& cue, std::string& text) {
     const bool hasRegion = !cue.region.empty() && isSettingValue(cue.region);
     const Row* const row = cue.rows.empty() ? nullptr : &cue.rows.front();
     const bool isOfScreen = row != nullptr && row->anchor == 0 && row->number != 0;
+    const bool hasPlace = std::any_of(cue.properties.begin(), cue.properties.end(), [](const Property& each) {
+        return (each.name == properties::kWebVttLine || each.name == properties::kWebVttPosition ||
+                each.name == properties::kWebVttSize || each.name == properties::kWebVttVertical) &&
+               isSettingValue(each.value);
+    });
     if (hasRegion) {
         text += " region:" + cue.region;
-    } else if (isOfScreen && property("line") == nullptr) {
+    } else if (cue.box && !hasPlace) {
+        appendBox(*cue.box, row == nullptr ? Alignment::Center : row->alignment, text);
+        return;
+    } else if (isOfScreen && !hasPlace) {
         appendScreenPlace(cue, *row, text);
         return;
     }
-    const std::uint8_t anchor = row == nullptr ? 0 : anchorOf(cue, *row);
+    const std::uint8_t anchor = row == nullptr ? 0 : Anchors(cue).of(*row);
     for (const std::string_view name : kSettingNames) {
         if (const std::string* const value = property(name)) {
             text += " " + std::string(name) + ":" + *value;

@@ -66,8 +66,17 @@ std::string decoded(std::string_view text) {
 
 }  // namespace
 
-void WebVttText::begin() {
+WebVttStyles::Rest WebVttText::takeSheet(std::string_view block) {
+    if (isColorSheet(block)) {
+        addWebVttColors(block, _colors);
+        return {};
+    }
+    return _styles.add(block);
+}
+
+void WebVttText::begin(std::string_view name) {
     _open.clear();
+    _lookOfCue = _styles.lookOf({{}, {}, {}, {}, name});
     _tag.clear();
     _from = {};
     _lastTime = -1;
@@ -186,8 +195,10 @@ bool WebVttText::openSpan(std::string_view inside) {
     if (span.kind == Kind::RubyText && (_open.empty() || _open.back().kind != Kind::Ruby)) {
         return false;
     }
-    takeClasses(inside.substr(nameSize, blank - nameSize), span);
+    const std::string_view classes = inside.substr(nameSize, blank - nameSize);
+    takeClasses(classes, span);
     span.annotation = collapsed(decoded(inside.substr(blank)));
+    span.look = _styles.isEmpty() ? WebVttLook() : lookOf(span, classes);
     std::size_t names = span.classes.size() + span.annotation.size();
     for (const Span& open : _open) {
         names += open.classes.size() + open.annotation.size();
@@ -204,7 +215,9 @@ void WebVttText::takeClasses(std::string_view classes, Span& span) const {
         const std::string_view name = takePart(classes, '.');
         const bool isBackground = name.starts_with(kWebVttBackground);
         const auto color = colorOfWebVttClass(isBackground ? name.substr(kWebVttBackground.size()) : name, _colors);
-        if (color && isBackground && isWebVttBackground(*color)) {
+        if (!name.empty() && _styles.hasClass(name)) {
+            span.classes += (span.classes.empty() ? "" : ".") + std::string(name);
+        } else if (color && isBackground && isWebVttBackground(*color)) {
             span.background = color;
         } else if (color && !isBackground) {
             span.foreground = color;
@@ -212,6 +225,19 @@ void WebVttText::takeClasses(std::string_view classes, Span& span) const {
             span.classes += (span.classes.empty() ? "" : ".") + std::string(name);
         }
     }
+}
+
+WebVttLook WebVttText::lookOf(const Span& span, std::string_view classes) const {
+    WebVttElement element;
+    element.name = kSpanNames[static_cast<std::size_t>(span.kind)];
+    element.classes = classes;
+    element.voice = span.annotation;
+    const auto around =
+        std::find_if(_open.rbegin(), _open.rend(), [](const Span& open) { return open.kind == Kind::Language; });
+    element.language = span.kind == Kind::Language ? std::string_view(span.annotation)
+                       : around == _open.rend()    ? std::string_view()
+                                                   : std::string_view(around->annotation);
+    return _styles.lookOf(element);
 }
 
 bool WebVttText::closeSpan(std::string_view name) {
@@ -248,13 +274,14 @@ void WebVttText::beginRun(Row& row) {
         run.properties.push_back({std::string(name), value});
     };
     std::optional<std::uint32_t> color;
+    _lookOfCue.applyTo(color, run.style);
     for (const Span& span : _open) {
         color = span.foreground ? span.foreground : color;
         if (span.background) {
             run.style.background = screenColor(*span.background);
         }
         if (!span.classes.empty()) {
-            add(properties::kWebVttClass, span.classes);
+            add(span.kind == Kind::Voice ? properties::kWebVttVoiceClass : properties::kWebVttClass, span.classes);
         }
         if (span.kind == Kind::Voice) {
             add(properties::kWebVttVoice, span.annotation);
@@ -266,6 +293,7 @@ void WebVttText::beginRun(Row& row) {
         run.style.isBold = run.style.isBold || span.kind == Kind::Bold;
         run.style.isItalic = run.style.isItalic || span.kind == Kind::Italic;
         run.style.isUnderlined = run.style.isUnderlined || span.kind == Kind::Underline;
+        span.look.applyTo(color, run.style);
     }
     if (color) {
         run.style.foreground = screenColor(*color);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "subtitles/WebVttColors.h"
+#include "subtitles/WebVttStyles.h"
 
 #include <qlx/base/finding.h>
 #include <qlx/subtitles/cue.h>
@@ -20,11 +21,13 @@ class WebVttText {
 public:
     explicit WebVttText(FindingSink* findings) noexcept : _findings(findings) {}
 
-    /// Takes the colours that a block in front of the first cue defines.
-    void takeColors(std::string_view block) { addWebVttColors(block, _colors); }
+    /// Takes a style sheet in front of the first cue.
+    /// @return What of it is not applied.
+    WebVttStyles::Rest takeSheet(std::string_view block);
 
     /// Begins a cue.
-    void begin();
+    /// @param name As the file gives it.
+    void begin(std::string_view name);
 
     /// Appends the row of a line to a cue. Spans go on in the next one; so does a tag that the line does not end, and the
     /// row with it: what ends a line is a blank within a tag.
@@ -45,6 +48,7 @@ private:
         std::string annotation;  ///< Of a voice or language.
         std::optional<std::uint32_t> foreground;
         std::optional<std::uint32_t> background;
+        WebVttLook look;  ///< Of style sheets.
     };
 
     [[nodiscard]] std::size_t takeTag(std::string_view text, const Cue& cue);
@@ -52,6 +56,7 @@ private:
     [[nodiscard]] bool openSpan(std::string_view inside);
     [[nodiscard]] bool closeSpan(std::string_view name);
     void takeClasses(std::string_view classes, Span& span) const;
+    [[nodiscard]] WebVttLook lookOf(const Span& span, std::string_view classes) const;
     void append(std::string_view text, Cue& cue);
     void beginRun(Row& row);
     void report(FindingCode code, Severity severity, std::int64_t first);
@@ -65,6 +70,8 @@ private:
     bool _isChanged = false;
     std::size_t _bytesOfNames = 0;
     std::vector<std::uint32_t> _colors;  ///< That the file defines, ascending.
+    WebVttStyles _styles;
+    WebVttLook _lookOfCue;
 };
 
 }  // namespace qlx::subtitles

@@ -4,12 +4,16 @@
 #include "subtitles/TextTime.h"
 #include "subtitles/WebVttColors.h"
 #include "subtitles/WebVttSettings.h"
+#include "subtitles/WebVttSpans.h"
+#include "subtitles/WebVttStyles.h"
 
 #include <qlx/subtitles/colors.h>
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <span>
+#include <string>
 #include <utility>
 
 namespace qlx::subtitles {
@@ -18,141 +22,21 @@ namespace {
 
 using enum FindingCode;
 
-/// The spans that a property of a run is, and their tags.
-constexpr std::pair<std::string_view, std::string_view> kSpansOfProperties[] = {
-    {properties::kWebVttClass, "c"},   {properties::kWebVttVoice, "v"},     {properties::kWebVttLanguage, "lang"},
-    {properties::kWebVttRuby, "ruby"}, {properties::kWebVttRubyText, "rt"},
-};
-
 constexpr std::string_view kCueProperties[] = {properties::kWebVttNote, properties::kWebVttVertical,
                                                properties::kWebVttLine, properties::kWebVttPosition,
                                                properties::kWebVttSize, properties::kWebVttAlign};
-
-/// A span that is open: its tag's name and all of the tag.
-struct OpenSpan {
-    std::string_view name;
-    std::string tag;
-
-    friend bool operator==(const OpenSpan&, const OpenSpan&) = default;
-};
-
-void appendEscaped(std::string& text, std::string_view more) {
-    for (const char character : more) {
-        switch (character) {
-        case '&':
-            text += "&amp;";
-            break;
-        case '<':
-            text += "&lt;";
-            break;
-        case '>':
-            text += "&gt;";
-            break;
-        case '\r':
-        case '\n':
-            text += ' ';
-            break;
-        default:
-            text += character;
-            break;
-        }
-    }
-}
-
-constexpr std::string_view kEndsOfClasses = "> \t\r\n";
-
-/// Classes stand in a tag as they are; what would end them is left out.
-void appendClasses(std::string& tag, std::string_view classes) {
-    std::copy_if(classes.begin(), classes.end(), std::back_inserter(tag),
-                 [](char character) { return kEndsOfClasses.find(character) == std::string_view::npos; });
-}
-
-/// What the text of a cue stands in.
-struct Surroundings {
-    std::string_view language;              ///< Of the cue, unless it is that of the file.
-    std::span<const std::uint32_t> colors;  ///< That the file defines.
-};
-
-/// Whether a property of a run is written as it is.
-bool isWritten(const Property& property) noexcept {
-    const bool isClass = property.name == properties::kWebVttClass;
-    return property.value.find_first_of(isClass ? kEndsOfClasses : "\r\n") == std::string::npos &&
-           std::any_of(std::begin(kSpansOfProperties), std::end(kSpansOfProperties),
-                       [&property](const auto& span) { return span.first == property.name; });
-}
-
-/// The spans in which a run stands, from the outermost on.
-std::vector<OpenSpan> spansOf(const Run& run, const Surroundings& around) {
-    std::vector<OpenSpan> spans;
-    const std::string_view language = around.language;
-    if (!language.empty() && valueOf(run.properties, properties::kWebVttLanguage) == nullptr) {
-        std::string tag = "lang ";
-        appendEscaped(tag, language);
-        spans.push_back({"lang", std::move(tag)});
-    }
-    for (auto place = run.properties.begin(); place != run.properties.end(); ++place) {
-        const Property& property = *place;
-        const auto* const span = std::find_if(std::begin(kSpansOfProperties), std::end(kSpansOfProperties),
-                                              [&](const auto& known) { return known.first == property.name; });
-        if (span == std::end(kSpansOfProperties)) {
-            continue;
-        }
-        const auto next = std::next(place);
-        if (property.name == properties::kWebVttClass && next != run.properties.end() &&
-            next->name == properties::kWebVttRubyText) {
-            // The text of ruby is none but right within its ruby (W3C WebVTT, 6.4): its tag has its classes.
-            std::string tag = "rt.";
-            appendClasses(tag, property.value);
-            spans.push_back({"rt", std::move(tag)});
-            place = next;
-            continue;
-        }
-        std::string tag(span->second);
-        if (!property.value.empty()) {
-            const bool isClass = property.name == properties::kWebVttClass;
-            tag += isClass ? '.' : ' ';
-            isClass ? appendClasses(tag, property.value) : appendEscaped(tag, property.value);
-        }
-        spans.push_back({span->second, std::move(tag)});
-    }
-    std::string colors;
-    constexpr std::string_view kDefault = "white";
-    if (const std::string name = webVttClassOf(exactColorOf(run), around.colors); name != kDefault) {
-        colors += "." + name;
-    }
-    if (run.style.background) {
-        colors += "." + std::string(kWebVttBackground) + webVttClassOf(bitsOf(*run.style.background), around.colors);
-    }
-    if (!colors.empty()) {
-        spans.push_back({"c", "c" + colors});
-    }
-    for (const auto& [isSo, name] : {std::pair(run.style.isBold, "b"), std::pair(run.style.isItalic, "i"),
-                                     std::pair(run.style.isUnderlined, "u")}) {
-        if (isSo) {
-            spans.push_back({name, name});
-        }
-    }
-    return spans;
-}
 
 bool isPlain(const Run& run) noexcept {
     return run.properties.empty() && run.style == Style{};
 }
 
-/// Whether a colour has a class.
-bool hasClass(std::uint32_t color, const Surroundings& around) {
-    return isWebVttColor(color) || std::binary_search(around.colors.begin(), around.colors.end(), color);
-}
-
-void countLosses(const Run& run, const Surroundings& around, RowLosses& losses) {
-    losses.styles += run.style.isFlashing ? 1 : 0;
-    const bool hasForeground = hasClass(exactColorOf(run), around);
-    const bool hasBackground = !run.style.background || hasClass(bitsOf(*run.style.background), around);
-    losses.colors += hasForeground && hasBackground ? 0 : 1;
+void countLosses(const Run& run, const RunSpans& spans, RowLosses& losses) {
+    losses.styles += run.style.isFlashing || spans.isStyleLost ? 1 : 0;
+    losses.colors += spans.isColorLost ? 1 : 0;
     losses.properties += std::count_if(run.properties.begin(), run.properties.end(), [&](const Property& property) {
-        const bool isColor =
-            property.name == properties::kColor && hasForeground && property.value == hexColorText(exactColorOf(run));
-        return !isColor && !isWritten(property);
+        const bool isColor = property.name == properties::kColor && !spans.isColorLost &&
+                             property.value == hexColorText(exactColorOf(run));
+        return !isColor && !isWrittenAsSpan(property);
     });
 }
 
@@ -195,11 +79,12 @@ void appendRow(const Row& row, const Surroundings& around, InnerTimes& times, Ro
         }
     };
     for (const Run& run : row.runs) {
-        std::vector<OpenSpan> spans;
-        if (!isPlain(run) || !around.language.empty()) {
-            countLosses(run, around, losses);
-            spans = spansOf(run, around);
+        RunSpans found;
+        if (!isPlain(run) || !around.language.empty() || around.styles != nullptr) {
+            found = spansOf(run, around);
+            countLosses(run, found, losses);
         }
+        const std::vector<OpenSpan>& spans = found.spans;
         const auto different = std::mismatch(open.begin(), open.end(), spans.begin(), spans.end());
         closeDownTo(static_cast<std::size_t>(different.first - open.begin()));
         for (auto span = different.second; span != spans.end(); ++span) {
@@ -334,6 +219,13 @@ void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
         _colors.insert(_colors.end(), colors.begin(), colors.end());
         sortWebVttColors(_colors);
     }
+    auto styles = std::make_shared<WebVttStyles>();
+    for (const std::string& block : file.blocks) {
+        if (!isColorSheet(block)) {
+            (void)styles->add(block);
+        }
+    }
+    _styles = styles->isEmpty() ? nullptr : std::move(styles);
     rest.say({_findings, 0});
 }
 
@@ -371,15 +263,19 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
     appendTextTime(text, span->end, '.');
     appendSettings(cue, text);
     text += '\n';
-    const Surroundings around{cue.language == _language ? std::string_view() : cue.language, _colors};
+    const std::string name = !isName || cue.identifier.empty() ? std::to_string(cue.number) : cue.identifier;
+    const Surroundings around{cue.language == _language ? std::string_view() : cue.language, _colors, _styles.get(),
+                              cue.number == 0 && cue.identifier.empty() ? std::string_view() : name};
+    const Anchors anchors(cue);
     InnerTimes times(*span);
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         RowLosses losses;
         appendRow(row, around, times, losses, text);
         const Row& first = cue.rows.front();
-        losses.isPlaceLost = anchorOf(cue, row) != anchorOf(cue, first) || row.column != first.column ||
-                             !isBehind(row, first, static_cast<std::uint64_t>(number));
+        losses.isPlaceLost = cue.box ? row.alignment != first.alignment
+                                     : anchors.of(row) != anchors.of(first) || row.column != first.column ||
+                                           !isBehind(row, first, static_cast<std::uint64_t>(number));
         losses.say(report, ++number);
     }
     text += '\n';

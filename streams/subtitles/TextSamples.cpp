@@ -372,18 +372,18 @@ void readSubRipText(std::string_view text, const SampleSpan& span, const TakeSam
 }
 
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
-                    std::optional<std::int64_t> origin, const SampleRegions& regions, const TakeSampleCue& take,
+                    std::optional<std::int64_t> origin, const SampleHead& head, const TakeSampleCue& take,
                     FindingSink& findings) {
     const std::int64_t sampleBegin = subtitles::unitsOf(span.begin, kWebVttUnits);
     const std::int64_t sampleEnd = subtitles::unitsOf(span.end, kWebVttUnits);
     const std::int64_t begin = std::max<std::int64_t>(origin.value_or(sampleBegin), 0);
     const std::int64_t end = std::max(origin ? begin + (sampleEnd - sampleBegin) : sampleEnd, begin + 1);
-    std::string file = "WEBVTT\n\n";
+    std::string file = "WEBVTT\n\n" + head.sheets;
     constexpr std::string_view kRegion = "region:";
     if (const std::size_t place = settings.find(kRegion); place != std::string_view::npos) {
         const std::string_view behind = settings.substr(place + kRegion.size());
-        const auto region = regions.find(behind.substr(0, behind.find_first_of(" \t\r\n")));
-        file += region == regions.end() ? std::string() : "REGION\nid:" + *region + "\n\n";
+        const auto region = head.regions.find(behind.substr(0, behind.find_first_of(" \t\r\n")));
+        file += region == head.regions.end() ? std::string() : region->second;
     }
     const std::string identifier = lineOf(name);
     if (!identifier.empty() && identifier.find("-->") == std::string::npos) {
@@ -414,7 +414,7 @@ std::optional<std::int64_t> webVttTime(std::string_view text) {
     return findings.empty() ? time : std::nullopt;
 }
 
-void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleRegions& regions,
+void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleHead& head,
               const TakeSampleCue& take, FindingSink& findings) {
     std::span<const std::uint8_t> rest = sample;
     std::size_t others = 0;
@@ -447,7 +447,7 @@ void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, cons
             }
         }
         isWrong = isWrong || !inner.empty();
-        readWebVttText(text, name, settings, span, origin, regions, take, findings);
+        readWebVttText(text, name, settings, span, origin, head, take, findings);
     }
     if (isWrong || !rest.empty()) {
         report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());

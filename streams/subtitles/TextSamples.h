@@ -8,8 +8,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -43,17 +43,25 @@ struct TimedTextDefaults {
 void readTimedText(std::span<const std::uint8_t> sample, const TimedTextDefaults& defaults, const SampleSpan& span,
                    const TakeSampleCue& take, FindingSink& findings);
 
-/// The names of the regions that a track has.
-using SampleRegions = std::set<std::string, std::less<>>;
+/// What stands in front of the cues of a WebVTT track, and holds for each of them: blocks with an empty line behind them.
+struct SampleHead {
+    std::string sheets;
+    std::map<std::string, std::string, std::less<>> regions;  ///< By their names.
+};
+
+/// The head that a header says.
+/// @param findings Gets what of its style sheets is not applied. All of them are not where they have more than 16 KiB: each
+/// sample is read with them.
+[[nodiscard]] SampleHead sampleHeadOf(std::string_view header, FindingSink& findings);
 
 /// Reads a sample of `wvtt` (ISO/IEC 14496-30, 7.5).
-void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleRegions& regions,
+void readWvtt(std::span<const std::uint8_t> sample, const SampleSpan& span, const SampleHead& head,
               const TakeSampleCue& take, FindingSink& findings);
 
 /// Reads the text of a WebVTT cue.
 /// @param origin Milliseconds: what times within the text call its beginning; none: as the track does.
 void readWebVttText(std::string_view text, std::string_view name, std::string_view settings, const SampleSpan& span,
-                    std::optional<std::int64_t> origin, const SampleRegions& regions, const TakeSampleCue& take,
+                    std::optional<std::int64_t> origin, const SampleHead& head, const TakeSampleCue& take,
                     FindingSink& findings);
 
 /// Reads the text of a SubRip cue.

@@ -5,6 +5,7 @@
 #include "../Demuxer.h"
 #include "../Module.h"
 #include "../StreamCheck.h"
+#include "SampleHeads.h"
 #include "TextSamples.h"
 #include "TtmlTimes.h"
 #include "WebVttHeads.h"
@@ -218,7 +219,7 @@ public:
         if (kind == TextTrackKind::Wvtt && !_hasHeads) {
             placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
         }
-        _regions = subtitles::regionsOf(subtitles::readWebVttHead(_tracks[number].header));
+        _head = detail::sampleHeadOf(_tracks[number].header, placed);
         std::optional<detail::SubStationSamples> events;
         if (kind == TextTrackKind::SubStation) {
             events.emplace(
@@ -264,18 +265,19 @@ private:
         joiner.beginSample(span.begin);
         const auto take = [&joiner](subtitles::Cue cue) { joiner.add(std::move(cue)); };
         const std::string_view text(reinterpret_cast<const char*>(packet.bytes.data()), packet.bytes.size());
+        detail::WithoutSheets others(findings);
         switch (kind) {
         case TextTrackKind::TimedText:
             detail::readTimedText(packet.bytes, _defaults, span, take, findings);
             break;
         case TextTrackKind::Wvtt:
-            detail::readWvtt(packet.bytes, span, _regions, take, findings);
+            detail::readWvtt(packet.bytes, span, _head, take, others);
             break;
         case TextTrackKind::SubRip:
             detail::readSubRipText(text, span, take, findings);
             break;
         case TextTrackKind::WebVtt:
-            detail::readWebVttText(text, packet.name, packet.settings, span, 0, _regions, take, findings);
+            detail::readWebVttText(text, packet.name, packet.settings, span, 0, _head, take, others);
             break;
         case TextTrackKind::Stpp:
             takeDocument(packet.bytes, span, take, findings, takeHead);
@@ -338,7 +340,7 @@ private:
     std::vector<TextTrack> _tracks;
     std::vector<std::size_t> _places;  ///< Of the tracks among the streams.
     detail::TimedTextDefaults _defaults;
-    std::set<std::string, std::less<>> _regions;
+    detail::SampleHead _head;
     bool _hasHeads = false;  ///< Of `wvtt` tracks.
     bool _hasHead = false;
     std::string _words;

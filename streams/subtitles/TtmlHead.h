@@ -47,7 +47,7 @@ struct Region {
     SpanState span;          ///< What is seen behind the text, and its lines.
     ElementTimes times;
     bool isNotDisplayed = false;
-    std::optional<RegionPlace> place;
+    std::optional<subtitles::Box> place;
 };
 
 /// Reads it, and keeps what the content needs.

@@ -1,5 +1,8 @@
 #include "TtmlPlaces.h"
 
+#include <qlx/streams/ttml.h>
+#include <qlx/subtitles/box.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -14,16 +17,17 @@ namespace qlx::streams::detail {
 namespace {
 
 using subtitles::Alignment;
+using subtitles::Box;
+using subtitles::BoxEdge;
 using subtitles::Cue;
 using subtitles::Row;
 
-// The grid that rows and columns count: line 21's, in the part of the picture that each receiver shows (CTA-608-E).
-constexpr std::uint16_t kRows = 15;
-constexpr std::uint16_t kColumns = 32;
-constexpr double kMargin = 10;
-constexpr double kInner = 80;
+constexpr double kMargin = subtitles::kSafeBox.left;
+constexpr double kInner = subtitles::kSafeBox.width;
 constexpr std::uint16_t kTeletextRows = 11;
 constexpr double kWhole = 100;
+/// A region that says nothing of its place.
+constexpr subtitles::Box kWholeScreen{0, 0, kWhole, kWhole, subtitles::BoxEdge::Top};
 
 enum class Axis : std::uint8_t { Horizontal, Vertical };
 
@@ -98,7 +102,7 @@ std::optional<double> positionOf(std::string_view word, Axis axis, double extent
 }
 
 /// Both words of `tts:position` (TTML2, 10.2.30); forms of three and four words are not read.
-std::optional<std::array<double, 2>> positionsOf(std::string_view text, const RegionPlace& place,
+std::optional<std::array<double, 2>> positionsOf(std::string_view text, const Box& place,
                                                  const ScreenMeasures& measures) {
     auto words = wordsOf(text);
     if (words.empty() || words.size() > 2) {
@@ -123,20 +127,16 @@ std::uint8_t bandOf(double row, double rows) {
     return row * 3 <= rows ? 7 : row * 3 <= rows * 2 ? 4 : 1;
 }
 
-std::uint8_t sideOf(Alignment alignment) {
-    return alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
-}
-
 }  // namespace
 
-std::optional<RegionPlace> placeOf(const RegionTexts& texts, const ScreenMeasures& measures, bool& areAllRead) {
-    RegionPlace place;
+std::optional<Box> placeOf(const RegionTexts& texts, const ScreenMeasures& measures, bool& areAllRead) {
+    Box place = kWholeScreen;
     areAllRead = true;
     bool isKnown = !texts.origin.empty() || !texts.position.empty() || !texts.extent.empty();
     if (texts.displayAlign == "after") {
-        place.edge = RegionEdge::After;
+        place.edge = BoxEdge::Bottom;
     } else if (texts.displayAlign == "center") {
-        place.edge = RegionEdge::Center;
+        place.edge = BoxEdge::Middle;
     } else if (!texts.displayAlign.empty() && texts.displayAlign != "before" && texts.displayAlign != "justify") {
         areAllRead = false;
     }
@@ -162,46 +162,14 @@ std::optional<RegionPlace> placeOf(const RegionTexts& texts, const ScreenMeasure
     return isKnown ? std::optional(place) : std::nullopt;
 }
 
-void placeRows(Cue& cue, const RegionPlace& place) {
-    const auto count = static_cast<std::int64_t>(cue.rows.size());
-    const auto rowAt = [](double y) { return std::lround((y - kMargin) / kInner * kRows); };
-    const double bottom = place.top + place.height;
-    std::int64_t first = 0;
-    double seen = 0;
-    switch (place.edge) {
-    case RegionEdge::Before:
-        first = rowAt(place.top) + 1;
-        seen = static_cast<double>(first);
-        break;
-    case RegionEdge::Center:
-        seen = ((place.top + bottom) / 2 - kMargin) / kInner * kRows + 0.5;
-        first = std::lround(seen - static_cast<double>(count - 1) / 2);
-        break;
-    case RegionEdge::After:
-        seen = static_cast<double>(rowAt(bottom));
-        first = rowAt(bottom) - count + 1;
-        break;
-    }
-    const bool isOnGrid = count <= kRows;
-    first = std::clamp<std::int64_t>(first, 1, std::max<std::int64_t>(1, kRows - count + 1));
-    const auto column =
-        std::clamp<std::int64_t>(std::lround((place.left - kMargin) / kInner * kColumns) + 1, 1, kColumns);
-    cue.screenRows = isOnGrid ? kRows : 0;
-    bool hasColumns = false;
-    for (Row& row : cue.rows) {
-        row.number = isOnGrid ? static_cast<std::uint64_t>(first++) : 0;
-        row.anchor = static_cast<std::uint8_t>(bandOf(seen, kRows) + sideOf(row.alignment));
-        if (row.alignment == Alignment::Left) {
-            row.column = static_cast<std::uint16_t>(column);
-            hasColumns = true;
-        }
-    }
-    cue.screenColumns = hasColumns ? kColumns : 0;
-}
-
-RegionPlace regionFor(const Cue& cue, bool& isLost) {
-    RegionPlace place{kMargin, kMargin, kInner, kInner, RegionEdge::After};
+Box boxFor(const Cue& cue, bool& isLost) {
     isLost = false;
+    if (cue.box) {
+        isLost = std::any_of(cue.rows.begin(), cue.rows.end(),
+                             [&cue](const Row& row) { return row.alignment != cue.rows.front().alignment; });
+        return *cue.box;
+    }
+    Box place = subtitles::kSafeBox;
     if (cue.rows.empty()) {
         return place;
     }
@@ -214,7 +182,7 @@ RegionPlace regionFor(const Cue& cue, bool& isLost) {
     isLost = !std::all_of(cue.rows.begin(), cue.rows.end(), isLike);
     const std::uint8_t anchor = firstRow.anchor <= 9 ? firstRow.anchor : 0;
     const auto edgeOf = [](std::uint8_t band) {
-        return band >= 7 ? RegionEdge::Before : band >= 4 ? RegionEdge::Center : RegionEdge::After;
+        return band >= 7 ? BoxEdge::Top : band >= 4 ? BoxEdge::Middle : BoxEdge::Bottom;
     };
     place.edge = edgeOf(anchor);
     const double rows = cue.screenRows == 0 ? kTeletextRows : cue.screenRows;
@@ -224,8 +192,8 @@ RegionPlace regionFor(const Cue& cue, bool& isLost) {
         const double top = kMargin + (number - 1) * kInner / rows;
         const double bottom = kMargin + last * kInner / rows;
         place.edge = anchor != 0 ? place.edge : edgeOf(bandOf((number + last) / 2, rows));
-        place.top = place.edge == RegionEdge::After ? kMargin : top;
-        place.height = (place.edge == RegionEdge::Before ? kMargin + kInner : bottom) - place.top;
+        place.top = place.edge == BoxEdge::Bottom ? kMargin : top;
+        place.height = (place.edge == BoxEdge::Top ? kMargin + kInner : bottom) - place.top;
     } else {
         isLost = isLost || firstRow.number != 0;
     }
@@ -272,7 +240,7 @@ void completePlace(subtitles::Properties& attributes, const ScreenMeasures& meas
         return;
     }
     bool areAllRead = false;
-    RegionPlace place = placeOf(texts, measures, areAllRead).value_or(RegionPlace());
+    Box place = placeOf(texts, measures, areAllRead).value_or(kWholeScreen);
     // Nothing is wider than the screen.
     place.width = std::min(place.width, kWhole - std::clamp(place.left, 0.0, kWhole));
     place.height = std::min(place.height, kWhole - std::clamp(place.top, 0.0, kWhole));
@@ -310,3 +278,26 @@ std::string percentages(double first, double second) {
 }
 
 }  // namespace qlx::streams::detail
+
+namespace qlx::streams {
+
+TtmlRegion regionOf(std::string name, const subtitles::Box& box) {
+    constexpr double kWhole = 100;
+    const auto inside = [&](double place) { return std::clamp(place, 0.0, kWhole); };
+    subtitles::Box seen = box;
+    seen.left = inside(box.left);
+    seen.top = inside(box.top);
+    seen.width = inside(box.left + box.width) - seen.left;
+    seen.height = inside(box.top + box.height) - seen.top;
+    seen = seen.width > 0 && seen.height > 0 ? seen : subtitles::kSafeBox;
+    const std::string_view edge = seen.edge == subtitles::BoxEdge::Top      ? "before"
+                                  : seen.edge == subtitles::BoxEdge::Bottom ? "after"
+                                                                            : "center";
+    // In the order in which a reader gives them: writing what has been read changes nothing.
+    return {std::move(name),
+            {{"tts:displayAlign", std::string(edge)},
+             {"tts:extent", detail::percentages(seen.width, seen.height)},
+             {"tts:origin", detail::percentages(seen.left, seen.top)}}};
+}
+
+}  // namespace qlx::streams

@@ -18,18 +18,6 @@ struct ScreenMeasures {
     std::optional<double> height;
 };
 
-/// At which edge of a region the text is.
-enum class RegionEdge : std::uint8_t { Before, Center, After };
-
-/// A region in per cent of the screen.
-struct RegionPlace {
-    double left = 0;
-    double top = 0;
-    double width = 100;
-    double height = 100;
-    RegionEdge edge = RegionEdge::Before;
-};
-
 /// The texts of a region's attributes; empty where there is none.
 struct RegionTexts {
     std::string_view origin;
@@ -40,15 +28,12 @@ struct RegionTexts {
 
 /// The place; none where it is not given, or cannot be known.
 /// @param areAllRead Gets whether each of the texts could be.
-[[nodiscard]] std::optional<RegionPlace> placeOf(const RegionTexts& texts, const ScreenMeasures& measures,
-                                                 bool& areAllRead);
-
-/// Gives the rows their numbers, columns and anchors.
-void placeRows(subtitles::Cue& cue, const RegionPlace& place);
+[[nodiscard]] std::optional<subtitles::Box> placeOf(const RegionTexts& texts, const ScreenMeasures& measures,
+                                                    bool& areAllRead);
 
 /// The region that puts the rows of a cue where they say; at the bottom where they say nothing.
 /// @param isLost Gets whether it cannot put all of them there.
-[[nodiscard]] RegionPlace regionFor(const subtitles::Cue& cue, bool& isLost);
+[[nodiscard]] subtitles::Box boxFor(const subtitles::Cue& cue, bool& isLost);
 
 /// What a profile asks of a region: its extent, and for EBU-TT-D its origin, in units that the profile has (IMSC 1.1, 7.12.8
 /// and 8.4.2; EBU Tech 3380). What cannot be read is the whole screen.

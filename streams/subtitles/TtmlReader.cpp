@@ -6,6 +6,7 @@
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
 #include <qlx/streams/ttml.h>
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/times.h>
 #include <qlx/subtitles/webvtt.h>
 
@@ -271,7 +272,8 @@ private:
                                  row.alignment = alignment;
                              }
                              if (isKnown && region->second.place) {
-                                 placeRows(part, *region->second.place);
+                                 part.box = region->second.place;
+                                 subtitles::placeRows(part, *part.box);
                              }
                              _take(std::move(part));
                          });

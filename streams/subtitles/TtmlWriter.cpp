@@ -236,8 +236,12 @@ const std::string& nameFor(std::map<std::string, std::string>& names, const std:
     return entry->second;
 }
 
-std::string_view edgeName(RegionEdge edge) {
-    return edge == RegionEdge::Before ? "before" : edge == RegionEdge::After ? "after" : "center";
+/// Whether a property is a setting of WebVTT whose place is that of the cue's box or of its rows.
+bool isOfBox(const Cue& cue, const Property& property) {
+    namespace names = subtitles::properties;
+    const bool isOfPlace = property.name == names::kWebVttLine || property.name == names::kWebVttPosition ||
+                           property.name == names::kWebVttSize;
+    return property.name == names::kWebVttAlign || (cue.box && isOfPlace);
 }
 
 }  // namespace
@@ -302,12 +306,10 @@ bool TtmlWriter::write(const Cue& cue) {
     if (isKnown) {
         appendAttribute(_body, "region", cue.region);
     } else {
-        const RegionPlace place = regionFor(cue, isPlaceLost);
         std::string attributes;
-        // In the order in which a reader gives them: writing what has been read changes nothing.
-        appendAttribute(attributes, "tts:displayAlign", edgeName(place.edge));
-        appendAttribute(attributes, "tts:extent", percentages(place.width, place.height));
-        appendAttribute(attributes, "tts:origin", percentages(place.left, place.top));
+        for (const Property& attribute : regionOf({}, boxFor(cue, isPlaceLost)).attributes) {
+            appendAttribute(attributes, attribute.name, attribute.value);
+        }
         appendAttribute(_body, "region", nameFor(_places, attributes, "area", _names, _lastPlace));
     }
     report(FindingCode::SubtitlePlaceLost, isPlaceLost, 0);
@@ -323,6 +325,9 @@ bool TtmlWriter::write(const Cue& cue) {
     std::string own;
     std::int64_t lost = 0;
     for (const Property& property : cue.properties) {
+        if (isOfBox(cue, property)) {
+            continue;
+        }
         std::string_view name = property.name;
         name.remove_prefix(name.starts_with(kOwn) ? kOwn.size() : name.size());
         const bool isUsed = style.find(' ' + std::string(name) + "=\"") == std::string::npos &&

@@ -30,9 +30,9 @@ constexpr std::string_view kPlayed = "1\n00:00:01,001 --> 00:00:02,002\nHello\n\
                                      "3\n00:00:03,003 --> 00:00:04,004\n<font color=\"#ffff00\">Yellow</font>\n\n";
 
 /// The code that ends the italics takes the place of the space; captions have places.
-constexpr std::string_view kExpected = "1\n00:00:01,001 --> 00:00:02,002\n{\\an1}Hello\n\n"
-                                       "2\n00:00:02,002 --> 00:00:03,003\n{\\an1}<i>Two </i>rows\nhere\n\n"
-                                       "3\n00:00:03,003 --> 00:00:04,004\n{\\an1}<font color=\"#ffff00\">Yellow</font>"
+constexpr std::string_view kExpected = "1\n00:00:01,001 --> 00:00:02,002\nHello\n\n"
+                                       "2\n00:00:02,002 --> 00:00:03,003\n<i>Two </i>rows\nhere\n\n"
+                                       "3\n00:00:03,003 --> 00:00:04,004\n<font color=\"#ffff00\">Yellow</font>"
                                        "\n\n";
 
 bool succeeds(const std::string& command) {

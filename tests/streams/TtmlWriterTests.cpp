@@ -11,7 +11,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <random>
+#include <sstream>
+#include <string>
+#include <string_view>
 
 namespace ttml_writer_tests {
 namespace {
@@ -88,6 +92,53 @@ Cue randomCue(std::mt19937& random, std::int64_t start) {
     return cue;
 }
 
+/// What the attributes of a region say.
+std::optional<Box> boxOfRegion(const TtmlFile& file, const std::string& name) {
+    for (const TtmlRegion& region : file.regions) {
+        if (region.name == name) {
+            Box box;
+            std::istringstream extent(*valueOf(region.attributes, "tts:extent"));
+            std::istringstream origin(*valueOf(region.attributes, "tts:origin"));
+            char percent = 0;
+            extent >> box.width >> percent >> box.height;
+            origin >> box.left >> percent >> box.top;
+            const std::string& edge = *valueOf(region.attributes, "tts:displayAlign");
+            box.edge = edge == "before" ? BoxEdge::Top : edge == "after" ? BoxEdge::Bottom : BoxEdge::Middle;
+            return box;
+        }
+    }
+    return std::nullopt;
+}
+
+TEST(TtmlWriter, WritesTheBoxOfACue) {
+    const struct {
+        Box box;
+        std::string_view displayAlign;
+        std::string_view extent;
+        std::string_view origin;
+    } cases[] = {
+        {{30, 20, 40, 80, BoxEdge::Top}, "before", "40% 80%", "30% 20%"},
+        {{0, 0, 100, 84.5, BoxEdge::Bottom}, "after", "100% 84.5%", "0% 0%"},
+        {{10, 25, 33.3336, 50, BoxEdge::Middle}, "center", "33.334% 50%", "10% 25%"},
+        // What is beyond the screen is no part of a region; what is all beyond it is where text usually stands.
+        {{-20, 90, 140, 18, BoxEdge::Bottom}, "after", "100% 10%", "0% 90%"},
+        {{100, 0, 40, 18, BoxEdge::Top}, "after", "80% 80%", "10% 10%"},
+    };
+    for (const auto& each : cases) {
+        TtmlWriter writer;
+        Cue cue = cueOf(0, 1000, 2000, {rowOf("a")});
+        cue.box = each.box;
+        ASSERT_TRUE(writer.write(cue));
+        const auto document = readDocument(writer.finish());
+        ASSERT_EQ(document.file.regions.size(), 1U);
+        const Properties expected{{"tts:displayAlign", std::string(each.displayAlign)},
+                                  {"tts:extent", std::string(each.extent)},
+                                  {"tts:origin", std::string(each.origin)}};
+        EXPECT_EQ(document.file.regions[0].attributes, expected);
+        EXPECT_EQ(document.cues.at(0).box, boxOfRegion(document.file, document.cues[0].region));
+    }
+}
+
 TEST(TtmlWriter, ComesBackAsWritten) {
     for (const TtmlProfile profile : {TtmlProfile::Imsc11Text, TtmlProfile::EbuTtD}) {
         std::mt19937 random(20261122);
@@ -117,6 +168,7 @@ TEST(TtmlWriter, ComesBackAsWritten) {
                 expected.properties = {{"ttml.ebutts:linePadding", "0.5c"}};
             }
             expected.identifier = profile == TtmlProfile::EbuTtD ? "c" + std::to_string(index + 1) : "";
+            expected.box = boxOfRegion(document.file, back.region);
             ASSERT_EQ(unitsOf(back.start, 1000), cues[index].start.value);
             ASSERT_EQ(unitsOf(back.end, 1000), cues[index].end.value);
             ASSERT_EQ(back, expected) << index << ": " << rowsInWords(back) << " for " << rowsInWords(expected);

@@ -34,6 +34,7 @@ TEST(CueModel, IsWhatTheSchemaSays) {
     cue.end = MediaTime::make(75, 30);
     cue.screenRows = 15;
     cue.screenColumns = 32;
+    cue.box = Box{10, 12.5, 80, 60, BoxEdge::Middle};
     cue.properties = {{"vtt.size", "50%"}};
     Row row;
     row.number = 14;
@@ -58,6 +59,7 @@ TEST(CueModel, IsWhatTheSchemaSays) {
         {"end", timeValue(75, 30, 2.5)},
         {"screenRows", 15U},
         {"screenColumns", 32U},
+        {"box", Dictionary{{"left", 10.0}, {"top", 12.5}, {"width", 80.0}, {"height", 60.0}, {"edge", "middle"}}},
         {"properties", Array{Dictionary{{"name", "vtt.size"}, {"value", "50%"}}}},
         {"rows",
          Array{
@@ -104,6 +106,10 @@ public:
         cue.language = text();
         cue.region = text();
         cue.properties = properties();
+        if (flag()) {
+            cue.box = Box{static_cast<double>(below(1000)) / 8, -static_cast<double>(below(100)) / 3,
+                          static_cast<double>(below(100)), 100, static_cast<BoxEdge>(below(3))};
+        }
         for (std::uint64_t rows = below(4); rows > 0; --rows) {
             Row& row = cue.rows.emplace_back();
             row.number = below(3) == 0 ? _random() : below(25);
@@ -186,6 +192,10 @@ TEST(CueModel, SaysWhatItPassesOver) {
         {"a fraction", times({{"screenRows", 1.5}}), at("row 0, run 0", kWrong)},
         {"too great", times({{"screenRows", 65'536}}), at("row 0, run 0", kWrong)},
         {"a text", times({{"id", 1}}), at("row 0, run 0", kWrong)},
+        {"a box", times({{"box", "left"}}), at("row 0, run 0", kWrong)},
+        {"an edge", times({{"box", Dictionary{{"edge", "below"}}}}), at("row 0, run 0", kWrong)},
+        {"a width", times({{"box", Dictionary{{"width", "10%"}}}}), at("row 0, run 0", kWrong)},
+        {"a key of a box", times({{"box", Dictionary{{"right", 1}}}}), at("row 0, run 0", kUnknown)},
         {"rows", times({{"rows", "a"}}), at("row 0, run 0", kWrong)},
         {"a row", times({{"rows", Array{Dictionary{}, 1}}}), at("row 2, run 0", kWrong)},
         {"runs", times({{"rows", Array{Dictionary{{"runs", 1}}}}}), at("row 1, run 0", kWrong)},

@@ -142,6 +142,29 @@ TEST(Ssa, PlacesRowsByCoordinatesAndMargins) {
     }
 }
 
+TEST(Ssa, HasBoxesAtCoordinates) {
+    // The screen is 640 by 300; its 32 columns are 3.125 % wide each.
+    const struct {
+        std::string_view text;
+        std::optional<Box> box;
+    } cases[] = {
+        {"a", std::nullopt},
+        {"{\\an7}a", std::nullopt},
+        {"{\\an7\\pos(160,75)}a", Box{25, 25, 75, 75, BoxEdge::Top}},
+        {"{\\an1\\pos(160,225)}a", Box{25, 0, 75, 75, BoxEdge::Bottom}},
+        {"{\\pos(320,270)}ab", Box{0, 0, 100, 90, BoxEdge::Bottom}},
+        {"{\\an5\\pos(320,75)}ab", Box{0, 0, 100, 50, BoxEdge::Middle}},
+        // Four letters that end at the right edge begin four columns in front of it.
+        {"{\\an3\\pos(640,300)}abcd", Box{87.5, 0, 12.5, 100, BoxEdge::Bottom}},
+        {"{\\an7\\pos(-50,9999)}a", Box{0, 100, 100, 0, BoxEdge::Top}},
+    };
+    for (const auto& each : cases) {
+        const CuesRead result = read(event(each.text, "Default", "0"));
+        ASSERT_EQ(result.cues.size(), 1U) << each.text;
+        EXPECT_EQ(result.cues[0].box, each.box) << each.text;
+    }
+}
+
 TEST(Ssa, ReadsColumnsInAnyOrderAndVersion4) {
     const CuesRead result =
         read("[script info]\nTitle: t\n; one\n!: two\n\n[V4 Styles]\n"

@@ -64,7 +64,7 @@ TEST(WebVtt, ReadsTheSpansOfText) {
         {"<c.lime.loud.x>a</c>", "{#0c vtt.c=loud.x}a"},
         {"<c.red>a<c.white>b</c>c</c>", "{#30}a{}b{#30}c"},
         {"<v Mary &amp; Bob>a", "{vtt.v=Mary & Bob}a"},
-        {"<v.loud Mary>a</v>b", "{vtt.c=loud vtt.v=Mary}a{}b"},
+        {"<v.loud Mary>a</v>b", "{vtt.v.c=loud vtt.v=Mary}a{}b"},
         {"<lang en-GB>a</lang>", "{vtt.lang=en-GB}a"},
         {"<ruby>a<rt>b</rt>c<rt>d</ruby>e", "{vtt.ruby=}a{vtt.ruby= vtt.rt=}b{vtt.ruby=}c{vtt.ruby= vtt.rt=}d{}e"},
         {"a<00:00:01.500>b<00:00:01.750>c", "a{@1500}b{@1750}c"},
@@ -171,10 +171,16 @@ TEST(WebVtt, KeepsWhatStandsAroundCues) {
     first.region = "fred";
     first.language = "en";
     first.properties = {{"vtt.position", "10%"}};
+    // A region of 40 % and three lines of 6 % at the lower left; a cue in its middle moves to the left by 40 % of it.
+    first.box = Box{0, 82, 24, 18, BoxEdge::Bottom};
+    first.screenRows = 15;
+    first.rows[0].number = 15;
+    first.rows[0].runs[0].style.foreground = qlx::screen::Color::Green;
     EXPECT_EQ(result.cues[0], first);
     Cue second = cueOf(2, 2000, 3000, {rowOf("b")});
     second.language = "en";
     second.properties = {{"vtt.note", "NOTE\nbetween"}};
+    second.rows[0].runs[0].style.foreground = qlx::screen::Color::Green;
     EXPECT_EQ(result.cues[1], second);
     const WebVttFile file = fileOf(kWhole);
     EXPECT_EQ(file.title, "- a title");
@@ -422,17 +428,21 @@ TEST(WebVtt, SaysWhatOfAColorIsNotWritten) {
 }
 
 TEST(WebVtt, LeavesStyleSheetsOfOthersAsTheyAre) {
-    const std::string_view blocks[] = {
-        "STYLE\n::cue(.rgbffa501) {color: #ffa502}",
-        "STYLE\n::cue(.rgbffa501) { color: purple; }",
-        "STYLE\n::cue(.rgbFFA501) {color: #FFA501}",
-        "STYLE\n::cue(.rgbffa501) {color: #ffa501}\n::cue(.bg_rgbffa501) {background-color: #ffa501}",
-        "STYLE\n::cue(.rgbffa501) {color: #ffa501}\n::cue {}",
-        "STYLE\n::cue(.yellow) {color: #ffff00}",
-        "STYLE\n)",
-        "STYLE",
+    const struct {
+        std::string_view block;
+        std::string_view expected;
+    } cases[] = {
+        {"STYLE\n::cue(.rgbffa501) {color: #ffa502}", "{#38 vtt.c=rgbffa501 color=#ffa502}a"},
+        {"STYLE\n::cue(.rgbffa501) { color: purple; }", "{#22 vtt.c=rgbffa501 color=#800080}a"},
+        {"STYLE\n::cue(.rgbFFA501) {color: #FFA501}", "{vtt.c=rgbffa501}a"},
+        {"STYLE\n::cue(.rgbffa501) {color: #ffa501}\n::cue(.bg_rgbffa501) {background-color: #ffa501}",
+         "{#38 vtt.c=rgbffa501 color=#ffa501}a"},
+        {"STYLE\n::cue(.rgbffa501) {color: #ffa501}\n::cue {}", "{#38 vtt.c=rgbffa501 color=#ffa501}a"},
+        {"STYLE\n::cue(.yellow) {color: #ffff00}", "{vtt.c=rgbffa501}a"},
+        {"STYLE\n)", "{vtt.c=rgbffa501}a"},
+        {"STYLE", "{vtt.c=rgbffa501}a"},
     };
-    for (const std::string_view block : blocks) {
+    for (const auto& [block, expected] : cases) {
         const std::string text =
             "WEBVTT\n\n" + std::string(block) + "\n\n1\n00:00:01.000 --> 00:00:02.000\n<c.rgbffa501>a</c>\n\n";
         WebVttFile file = fileOf(text);
@@ -440,7 +450,7 @@ TEST(WebVtt, LeavesStyleSheetsOfOthersAsTheyAre) {
         EXPECT_FALSE(isColorSheet(block));
         const CuesRead result = read(text);
         ASSERT_EQ(result.cues.size(), 1U);
-        EXPECT_EQ(rowsInWords(result.cues[0]), "{vtt.c=rgbffa501}a") << block;
+        EXPECT_EQ(rowsInWords(result.cues[0]), expected) << block;
         // What it says of a class holds.
         file.colors = {0xFFA501};
         WebVttWriter writer;
@@ -450,6 +460,7 @@ TEST(WebVtt, LeavesStyleSheetsOfOthersAsTheyAre) {
         EXPECT_EQ(written.find("STYLE", written.find("STYLE") + 1) == std::string::npos,
                   block.find("rgbffa501") != std::string_view::npos)
             << block;
+        EXPECT_NE(written.find("\n<c.rgbffa501>a</c>\n"), std::string::npos) << written;
     }
 }
 

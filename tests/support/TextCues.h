@@ -3,8 +3,10 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 #include <qlx/base/finding.h>
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/cue.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <random>
@@ -127,7 +129,9 @@ inline qlx::subtitles::Cue randomCue(std::mt19937& random, std::uint64_t number,
     const std::int64_t start = static_cast<std::int64_t>(number) * 3000 + below(3000);
     Cue cue = cueOf(number, start, start + 1 + below(5000), {});
     constexpr std::array<std::uint8_t, 7> kVttAnchors{0, 0, 0, 0, 7, 8, 9};
-    const auto anchor = isVtt ? kVttAnchors[random() % 7] : static_cast<std::uint8_t>(random() % 10);
+    // Below in the middle is where receivers put what has no code.
+    constexpr std::array<std::uint8_t, 10> kSubRipAnchors{0, 1, 0, 3, 4, 5, 6, 7, 8, 9};
+    const auto anchor = isVtt ? kVttAnchors[random() % 7] : kSubRipAnchors[random() % 10];
     for (std::size_t rows = random() % 4; rows > 0; --rows) {
         Row row;
         row.anchor = anchor;
@@ -182,9 +186,37 @@ inline qlx::subtitles::Cue randomCue(std::mt19937& random, std::uint64_t number,
         }
         cue.rows.push_back(std::move(row));
     }
+    const bool hasPosition = std::any_of(cue.rows.begin(), cue.rows.end(), [](const Row& row) {
+        return std::any_of(row.runs.begin(), row.runs.end(),
+                           [](const Run& run) { return valueOf(run.properties, "srt.codes") != nullptr; });
+    });
+    if (hasPosition) {
+        // Column 1 and row 2 of 384 by 288: from there on, around it, or up to there.
+        constexpr double kX = 100.0 / 384;
+        constexpr double kY = 200.0 / 288;
+        const int side = anchor == 0 ? 1 : (anchor - 1) % 3;
+        Box box;
+        box.left = side == 0 ? kX : 0;
+        box.width = side == 0 ? 100 - kX : side == 1 ? 2 * kX : kX;
+        box.edge = anchor > 6 ? BoxEdge::Top : anchor > 3 ? BoxEdge::Middle : BoxEdge::Bottom;
+        box.top = anchor > 6 ? kY : 0;
+        box.height = anchor > 6 ? 100 - kY : anchor > 3 ? 2 * kY : kY;
+        cue.box = box;
+    }
     if (isSo()) {
         isVtt ? cue.properties.push_back({"vtt.size", "50%"})
               : cue.properties.push_back({"srt.coordinates", "X1:1 X2:2"});
+        if (isVtt) {
+            // Half of the picture: on the side where the text is, at the upper edge or below in what all receivers show.
+            const Alignment side = cue.rows.empty() ? Alignment::Center : cue.rows.front().alignment;
+            const double left = side == Alignment::Left ? 0 : side == Alignment::Right ? 50 : 25;
+            const bool isAbove = !cue.rows.empty() && anchor != 0;
+            cue.box = isAbove ? Box{left, 0, 50, 100, BoxEdge::Top} : Box{left, 10, 50, 80, BoxEdge::Bottom};
+            placeRows(cue, *cue.box);
+            for (Row& row : cue.rows) {
+                row.anchor = anchor;
+            }
+        }
     }
     return cue;
 }

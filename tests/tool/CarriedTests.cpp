@@ -86,6 +86,9 @@ Cue cueWith(CueFeature feature, CueTarget target) {
         cue.screenRows = 15;
         cue.screenColumns = 32;
         break;
+    case CueFeature::Box:
+        cue.box = qlx::subtitles::Box{20, 30, 40, 50, qlx::subtitles::BoxEdge::Top};
+        break;
     case CueFeature::Region:
         cue.region = "r";
         break;
@@ -201,6 +204,8 @@ bool has(const std::vector<Cue>& cues, CueFeature feature, CueTarget target) {
         return isLeft(cue);
     case CueFeature::Columns:
         return leftEdgeOf(cue) && std::abs(*leftEdgeOf(cue) - kEdge) <= kNear;
+    case CueFeature::Box:
+        return cue.box && cue.box->left == 20 && cue.box->top == 30 && cue.box->width == 40;
     case CueFeature::Region:
         return cue.region == "r";
     case CueFeature::Name:

@@ -359,7 +359,8 @@ TEST(Convert, SaysWhatHasNoEffectAndWhatOfAFileIsLost) {
     // A name that says nothing may be that of timed text that counts frames.
     EXPECT_EQ(converted(folder.write("nameless", kOneCue), "srt", {"--drop"}).err, "");
     const std::string vtt =
-        folder.write("in.vtt", "WEBVTT - title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\nSTYLE\n::cue {}\n\n"
+        folder.write("in.vtt", "WEBVTT - title\nX-TIMESTAMP-MAP=LOCAL:00:00:00.000,MPEGTS:900000\n\n"
+                               "STYLE\n::cue { opacity: 0.5 }\n\n"
                                "00:01.000 --> 00:02.000\na\n\nNOTE behind\n");
     const ToolResult lost = converted(vtt, "srt", {"--strict"});
     EXPECT_EQ(lost.exitCode, 1);
@@ -412,7 +413,9 @@ TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
          {"--encoding", "ISO-8859-1"},
          "\u201C"
          "a",
-         ""},
+         "read as windows-1252, which stands for ISO-8859-1\n"},
+        {head + "\x80\n", {"--encoding", "latin1"}, "\u20AC", "read as windows-1252, which stands for latin1\n"},
+        {head + "\x80\n", {"--encoding", "ISO_8859-1"}, "\u20AC", "windows-1252, which stands for ISO_8859-1\n"},
         {head + "a\x81"
                 "b\n",
          {"--encoding", "windows-1252"},

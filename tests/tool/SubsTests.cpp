@@ -235,6 +235,11 @@ TEST(Encoding, OfAFileIsNamedByTheCaller) {
     const std::string latin = srt({{"00:00:01,000", "00:00:02,000", "d\xE9j\xE0"}});
     EXPECT_EQ(runTool({"subs", "-", "--encoding", "ISO-8859-1"}, {.input = latin}).out, expected);
     EXPECT_EQ(runTool({"subs", "-", "--encoding", "windows-1252"}, {.input = latin}).out, expected);
+    // All names of ISO-8859-1 mean windows-1252, which has a euro sign in the place of a control code.
+    const std::string euro = srt({{"00:00:01,000", "00:00:02,000", "\x80"}});
+    for (const std::string name : {"latin1", "ISO-8859-1", "windows-1252"}) {
+        EXPECT_NE(runTool({"subs", "-", "--encoding", name}, {.input = euro}).out.find("\u20AC\n"), std::string::npos);
+    }
     // UTF-16, little-endian behind its mark.
     std::string wide = "\xFF\xFE";
     for (const char character : latin) {

@@ -240,7 +240,7 @@ TEST(TtmlConvert, MakesBothProfilesOfOtherFormats) {
     EXPECT_NE(ebu.out.find("urn:ebu:tt:distribution"), std::string::npos);
     for (const std::string& each : {text, ebu.out}) {
         EXPECT_EQ(converted(folder.write("back.xml", each), "srt").out,
-                  "1\n00:00:01,000 --> 00:00:02,500\n{\\an2}<i>a & b</i>\n\n");
+                  "1\n00:00:01,000 --> 00:00:02,500\n<i>a & b</i>\n\n");
     }
     EXPECT_EQ(converted(file, "srt", {"--language", "en"}).exitCode, 2);
 }

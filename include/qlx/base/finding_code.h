@@ -430,6 +430,7 @@ enum class FindingCode : std::uint32_t {
     WebVttTextTooLong,                  ///< Greatest size in bytes, most lines.
     WebVttRestTooLong,                  ///< Greatest size in bytes of what is kept besides cues.
     WebVttInnerTimeUnusual,             ///< Milliseconds that it is read as.
+    WebVttStyleNotApplied,              ///< Selectors, declarations of style sheets that no run has in its style.
 
     // subtitles, SubStation Alpha; the offset is the number of a line, counted from 1
     SsaEventsMissing = 0xA'0701,  ///< No numbers; no section has events.

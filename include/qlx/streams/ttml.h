@@ -119,6 +119,10 @@ struct TtmlWriteOptions {
     std::uint8_t linePadding = 50;
 };
 
+/// A region that puts text where a box does: `tts:displayAlign`, `tts:extent`, `tts:origin`. What of the box is beyond the
+/// screen is cut off (IMSC 1.1, 7.12.8); one that is all beyond it becomes subtitles::kSafeBox.
+QLX_STREAMS_EXPORT TtmlRegion regionOf(std::string name, const subtitles::Box& box);
+
 /// Writes cues.
 ///
 ///     qlx::streams::TtmlWriter writer(file, {.profile = qlx::streams::TtmlProfile::EbuTtD}, &findings);
@@ -126,8 +130,8 @@ struct TtmlWriteOptions {
 ///     const std::string text = writer.finish();
 ///
 /// Times are milliseconds of media time, rounded as spanIn() does; a cue that ends before 0 is left out. A cue without a
-/// region of the file gets one that is made of its rows' numbers, columns, anchors and alignment. What a profile cannot
-/// say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied, SubtitleTimeNegative,
+/// region of the file gets one that is its box, or else is made of its rows' numbers, columns, anchors and alignment. What a
+/// profile cannot say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied, SubtitleTimeNegative,
 /// SubtitleStylesLost, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost, TtmlCharacterReplaced).
 class QLX_STREAMS_EXPORT TtmlWriter {
 public:

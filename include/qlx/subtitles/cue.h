@@ -113,6 +113,22 @@ struct Row {
     [[nodiscard]] friend bool operator==(const Row&, const Row&) = default;
 };
 
+/// At which edge of a box its rows are.
+enum class BoxEdge : std::uint8_t { Top, Middle, Bottom };
+
+/// A part of the picture in which rows stand, in per cent of its width and height. Where they stand from left to right in
+/// it is their Row::alignment.
+struct Box {
+    double left = 0;                 ///< Of its left edge.
+    double top = 0;                  ///< Of its upper edge.
+    double width = 100;              ///< Of it.
+    double height = 100;             ///< Of it.
+    BoxEdge edge = BoxEdge::Bottom;  ///< Where the rows begin, or end.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const Box&, const Box&) noexcept = default;
+};
+
 /// A subtitle.
 struct Cue {
     std::uint64_t number = 0;  ///< That the file gives it; it need not be unique.
@@ -128,6 +144,9 @@ struct Cue {
     std::string language{};   ///< Of the text, as in RFC 5646; empty: not known.
     std::string region{};     ///< The name of the region of the screen that it stands in; or empty.
     Properties properties{};  ///< What the file says of it besides.
+    /// Where formats that have boxes (WebVTT, TTML, positions of SubStation Alpha) put it; none: as its rows say. Those
+    /// that count rows go by the rows.
+    std::optional<Box> box{};
 
     /// Whether all fields are equal: the same time in other terms is another value.
     [[nodiscard]] friend bool operator==(const Cue&, const Cue&) = default;

@@ -9,8 +9,8 @@
 namespace qlx::subtitles {
 
 /// Cues that are shown at the same time as one cue, which is what a decoder of captions shows of a channel: from the
-/// start of the first to the last of their ends. It has what else is said of the first; language and region only where
-/// all have the same.
+/// start of the first to the last of their ends. It has what else is said of the first; language, region and box only
+/// where all have the same.
 ///
 /// Its rows stand from the top down, whatever the order of the cues is. Where some of the cues name rows and some do
 /// not, those get the rows of their place (Row::anchor) on the same screen. Cues that name rows of different screens

@@ -47,7 +47,7 @@ inline constexpr std::string_view kSsaStyle = "ssa.style";    ///< Of a cue: its
 inline constexpr std::string_view kSsaLayer = "ssa.layer";    ///< Of a cue: its layer, unless that is 0.
 inline constexpr std::string_view kSsaName = "ssa.name";      ///< Of a cue: who speaks.
 inline constexpr std::string_view kSsaEffect = "ssa.effect";  ///< Of a cue: how it moves.
-/// Of a cue: the coordinates of its place, with a comma, on a screen as large as the file says.
+/// Of a cue: the coordinates of its place, with a comma, on a screen as large as the file says. They are Cue::box too.
 inline constexpr std::string_view kSsaPosition = "ssa.pos";
 /// Of a run: codes in braces in front of it, as they stand there, without the braces: `\fad(200,0)`.
 inline constexpr std::string_view kSsaCodes = "ssa.codes";

@@ -14,7 +14,8 @@
 // - `<b>`, `<i>`, `<u>`, `<s>` and `<font>` with `color`, `face` and `size`, in either case, over parts of rows and over
 //   several rows; colours by name or as `#RRGGBB`, `#RGB`, `rgb(r, g, b)`. `<br>` ends a row.
 // - `{\anN}` and `{\aN}`, which place the cue, and `{\b1}`, `{\i1}`, `{\u1}`, `{\s1}`, `{\c&HBBGGRR&}` and `{\r}`. Other
-//   codes in such braces are kept with the run that they stand in front of (properties::kSubRipCodes).
+//   codes in such braces are kept with the run that they stand in front of (properties::kSubRipCodes); the first place of
+//   `{\pos(x,y)}`, on the screen of 384 by 288 that receivers take for it, is Cue::box besides.
 // - What stands behind the times, such as `X1:100 X2:200 Y1:10 Y2:20` (properties::kSubRipCoordinates).
 // - An empty row inside of a cue, as one of a space without a break (U+00A0).
 //

@@ -79,6 +79,7 @@ inline constexpr std::string_view kCueSchema = "qlxcc/subtitles/1";
 ///
 /// `{ "number": 1, "id": "intro", "language": "en", "region": "r1", "screenRows": 15, "screenColumns": 32,
 /// "start": { "value": 1000, "timescale": 1000, "seconds": 1.0 }, "end": {..},
+/// "box": { "left": 10, "top": 10, "width": 80, "height": 80, "edge": "bottom" },
 /// "properties": [ { "name": "vtt.size", "value": "50%" } ],
 /// "rows": [ { "number": 14, "column": 5, "anchor": 2, "alignment": "center",
 /// "runs": [ { "text": "Hello", "color": "#ffff00", "background": "#0000ff", "bold": true, "italic": true,

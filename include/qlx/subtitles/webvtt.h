@@ -12,12 +12,15 @@
 //   00:00:01.000 --> 00:00:02.500 line:0 align:left
 //   <i>Hello</i> <c.yellow.bg_blue>you</c>
 //
+// Style sheets are applied as far as Style has what they say (isAppliedSheet()), and kept: what a sheet that is written
+// says is not written in the text again.
+//
 // Of a cue's text the spans `<b>`, `<i>` and `<u>` are in the style of its runs, as are the colours of classes: the eight
 // (`<c.red>`, `<c.bg_blue>`), and those that the file defines as the writer does (`<c.rgbffa500>`, isColorSheet());
 // other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs (properties::kWebVttClass and so on) in
 // the order in which they are open, and times within the text are Run::from.
-// Settings are properties of the cue; its region is Cue::region. Alignment and anchor of the rows are those of the
-// settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`);
+// Settings are properties of the cue; its region is Cue::region. What both say of the place is Cue::box besides, which is
+// written where a cue has neither. Alignment and anchor of the rows are those of the settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`);
 // another one is written as a span of its rows, and read as that of its runs.
 #pragma once
 
@@ -29,6 +32,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -42,6 +46,7 @@ namespace qlx::subtitles {
 namespace properties {
 inline constexpr std::string_view kWebVttClass = "vtt.c";            ///< Of a run: other classes, with points between.
 inline constexpr std::string_view kWebVttVoice = "vtt.v";            ///< Of a run: who speaks.
+inline constexpr std::string_view kWebVttVoiceClass = "vtt.v.c";     ///< Of a run: classes of the voice behind it.
 inline constexpr std::string_view kWebVttLanguage = "vtt.lang";      ///< Of a run: its language.
 inline constexpr std::string_view kWebVttRuby = "vtt.ruby";          ///< Of a run: it is ruby, or has such.
 inline constexpr std::string_view kWebVttRubyText = "vtt.rt";        ///< Of a run: it is the text of the ruby.
@@ -118,6 +123,9 @@ private:
 /// The names of the regions of a file, `id:` in its blocks.
 [[nodiscard]] QLX_EXPORT std::set<std::string, std::less<>> regionsOf(const WebVttFile& file);
 
+/// The same with their places in the picture: a line of a region is 6 % of its height (W3C WebVTT, 7.2).
+[[nodiscard]] QLX_EXPORT std::map<std::string, Box, std::less<>> regionBoxesOf(const WebVttFile& file);
+
 /// The language that the head of a file says (`Language: en`), as it says it; empty where it says none.
 [[nodiscard]] QLX_EXPORT std::string_view languageOf(const WebVttFile& file) noexcept;
 
@@ -130,6 +138,12 @@ QLX_EXPORT void addColorsOf(const Cue& cue, WebVttFile& file);
 /// Whether a block is a style sheet as the writer makes it, which does nothing but give colours classes: a reader has
 /// them as colours.
 [[nodiscard]] QLX_EXPORT bool isColorSheet(std::string_view block);
+
+/// Whether a block is a style sheet of which the styles of runs have all: as isColorSheet(), or with rules whose selectors
+/// and declarations the reader applies.
+[[nodiscard]] QLX_EXPORT bool isAppliedSheet(std::string_view block);
+
+class WebVttStyles;
 
 /// Writes cues.
 ///
@@ -155,9 +169,10 @@ public:
 
 private:
     FindingSink* _findings;
-    std::uint64_t _cues = 0;             ///< Given so far.
-    std::string _language;               ///< That the head of the file says.
-    std::vector<std::uint32_t> _colors;  ///< That its style sheet defines.
+    std::uint64_t _cues = 0;                      ///< Given so far.
+    std::string _language;                        ///< That the head of the file says.
+    std::vector<std::uint32_t> _colors;           ///< That its style sheet defines.
+    std::shared_ptr<const WebVttStyles> _styles;  ///< What the others say.
 };
 
 }  // namespace qlx::subtitles

@@ -97,7 +97,8 @@ constexpr OptionRow kConvertOptions[] = {
         "then the zero bytes of UTF-16, then a guess of libuchardet where the module `qlxcc-encodings` is there; "
         "any other text is windows-1252. What is not UTF-8 is said, and what told it. A byte that the encoding "
         "does not "
-        "have becomes U+FFFD, with its place. What is written is UTF-8."),
+        "have becomes U+FFFD, with its place. `latin1` (ISO-8859-1) is read as windows-1252. What is written is "
+        "UTF-8."),
     {.names = "--channel",
      .value = "CHANNEL",
      .kind = ValueKind::WordOfAnyCase,
@@ -154,10 +155,10 @@ constexpr OptionRow kConvertOptions[] = {
     {.names = "--style-sheet",
      .field = &RawOptions::hasStyleSheet,
      .help = "WebVTT: colours besides the eight have classes that a style sheet defines",
-     .more =
-         "Those of the first 1000 cues stand in a `STYLE` block in front of them, up to 256; without it each colour "
-         "becomes the nearest of the eight. Players read style sheets as the standard has them; FFmpeg 5 finds no "
-         "cue behind one."},
+     .more = "A `STYLE` block in front of the cues has those of the first 1000 cues (of less where they take more than "
+             "4 MiB), up to 256 of them. Without it each colour becomes the nearest of the eight, unless style sheets "
+             "of IN define it: those of a WebVTT file stay. Players read style sheets as the standard has them; FFmpeg "
+             "5 finds no cue behind one."},
     {.names = "--wrap",
      .value = "COLS",
      .kind = ValueKind::Number,
@@ -166,10 +167,9 @@ constexpr OptionRow kConvertOptions[] = {
      .field = &RawOptions::wrap,
      .help = "Set cues anew that have rows of more than COLS columns",
      .more =
-         "A `STYLE` block in front of the cues has those of the first 1000 cues (of less where they take more than "
-         "4 MiB), up to 256 of them. Without it each colour becomes the nearest of the eight, unless IN is a WebVTT "
-         "file with such a block, which stays. Players read style sheets as the standard has them; FFmpeg 5 finds "
-         "no cue behind one."},
+         "Wide characters take two columns. Words stay whole; Chinese and Japanese rows end between characters, not "
+         "in front of closing marks and small kana, nor behind opening marks. Rows that begin with a dash, or that "
+         "another voice says, stay apart."},
     {.names = "--wrap-rows",
      .value = "N",
      .kind = ValueKind::Number,
@@ -184,8 +184,8 @@ constexpr OptionRow kConvertOptions[] = {
      .words = kOverlaps,
      .field = &RawOptions::overlap,
      .help = "Cues that are shown together: {} (default: keep)",
-     .more = "`compose` makes one cue of them for as long as they are, `cut` ends the earlier one at the later one's "
-             "start."},
+     .more = "`compose` makes one cue of them for as long as they are, or, in files of text, one for each region or "
+             "place of the screen; `cut` ends the earlier one at the later one's start."},
     {.names = "--drop",
      .field = &RawOptions::isDrop,
      .help = "Timecodes of --from-start and --to-start are drop-frame ones where no file says it",

@@ -27,7 +27,7 @@ constexpr OptionRow kEncoding{.names = "--encoding",
                                   "the zero bytes of UTF-16 tell it, then libuchardet, and else it is windows-1252; "
                                   "what is not UTF-8 is said. A byte that the encoding does not have becomes U+FFFD, "
                                   "and is named with its offset. With --as-deployed the default is UTF-8, and such a "
-                                  "byte ends the run."};
+                                  "byte ends the run. `latin1` (ISO-8859-1) is read as windows-1252."};
 
 constexpr std::string_view kPlayNotes =
     R"(Without -o and --to-format the schedule is printed: a line for each cue, with the times at which its first bytes are

@@ -10,8 +10,9 @@
 //
 // A format may be able to say more than what is written of it: style sheets of WebVTT have fonts and strike-out too, and
 // colours, which `--style-sheet` writes; EBU STL has columns where nothing aligns its rows (justification code 0), and
-// cumulative sets for rows that appear later; CEA-708 has eight fonts, and marks what names a speaker; TTML has agents,
-// which nobody shows; teletext has looks at higher levels. There is no + where `convert` does not write it unasked.
+// cumulative sets for rows that appear later; CEA-708 has windows, whose size is that of their text here, eight fonts, and
+// marks what names a speaker; TTML has agents, which nobody shows; teletext has looks at higher levels. There is no +
+// where `convert` does not write it unasked. A box of WebVTT has an edge and a width, and goes on to the other edge.
 #pragma once
 
 #include <array>
@@ -35,6 +36,7 @@ enum class CueFeature : std::uint8_t {
     Rows,
     Sides,
     Columns,
+    Box,
     Region,
     Name,
     Language,
@@ -71,6 +73,7 @@ inline constexpr CarriedRow kCarriedTable[] = {
     {CueFeature::Rows,       "upper, middle or lower rows",  "+++++++++"},
     {CueFeature::Sides,      "left, centre or right",        "+++++++++"},
     {CueFeature::Columns,    "columns",                      "-+-++++++"},
+    {CueFeature::Box,        "box",                          "-+----+++"},
     {CueFeature::Region,     "region",                       "-+----+++"},
     {CueFeature::Name,       "name of the cue",              "-+----+++"},
     {CueFeature::Language,   "language of the cue",          "-+----+++"},

@@ -30,7 +30,7 @@ CueFeature featureOf(const Property& property) {
         {names::kWebVttVoice, CueFeature::Voices},     {names::kWebVttLanguage, CueFeature::Language},
         {names::kWebVttRuby, CueFeature::Ruby},        {names::kWebVttRubyText, CueFeature::Ruby},
         {names::kWebVttPosition, CueFeature::Columns}, {names::kWebVttLine, CueFeature::Rows},
-        {names::kWebVttAlign, CueFeature::Sides},
+        {names::kWebVttAlign, CueFeature::Sides},      {names::kWebVttSize, CueFeature::Box},
     };
     const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
                                            [&property](const auto& each) { return each.first == property.name; });
@@ -47,6 +47,16 @@ void addProperties(const subtitles::Properties& properties, CueTarget target, Cu
             set(features, featureOf(property), true);
         }
     }
+}
+
+/// Whether codes of SubRip say the place of a cue, which go with their run.
+bool hasPosition(const subtitles::Cue& cue) {
+    return std::any_of(cue.rows.begin(), cue.rows.end(), [](const Row& row) {
+        return std::any_of(row.runs.begin(), row.runs.end(), [](const Run& run) {
+            const std::string* const codes = valueOf(run.properties, subtitles::properties::kSubRipCodes);
+            return codes != nullptr && codes->find("\\pos(") != std::string::npos;
+        });
+    });
 }
 
 void addRun(const Run& run, CueTarget target, CueFeatures& features) {
@@ -83,6 +93,7 @@ CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
             addRun(run, target, features);
         }
     }
+    set(features, CueFeature::Box, cue.box && !(target == CueTarget::SubRip && hasPosition(cue)));
     set(features, CueFeature::Region, !cue.region.empty());
     const bool isWritten = target == CueTarget::SubRip && isNumber(cue.identifier);
     set(features, CueFeature::Name, !cue.identifier.empty() && !isWritten);

@@ -1,5 +1,8 @@
 #include "cues/CueTimes.h"
 
+#include <qlx/subtitles/box.h>
+#include <qlx/subtitles/shown_together.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -28,6 +31,14 @@ MediaTime scaled(MediaTime time, std::int32_t factor, std::int32_t divisor) {
     const long double value = static_cast<long double>(time.value) * factor / divisor;
     constexpr long double kGreatest = static_cast<long double>(kGreatestValue);
     return MediaTime::make(std::llround(std::clamp(value, -kGreatest, kGreatest)), time.timescale);
+}
+
+/// Whether two cues are in the same region, or at the same place of the screen.
+bool isAtSamePlace(const subtitles::Cue& left, const subtitles::Cue& right) {
+    const auto anchorOf = [](const subtitles::Cue& cue) {
+        return cue.rows.empty() ? std::uint8_t{0} : cue.rows.front().anchor;
+    };
+    return left.region == right.region && left.box == right.box && anchorOf(left) == anchorOf(right);
 }
 
 }  // namespace
@@ -126,8 +137,9 @@ std::size_t bytesOf(const subtitles::Cue& cue) {
     return bytes;
 }
 
-CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed)
-    : _overlap(overlap), _take(std::move(take)), _changed(std::move(changed)) {}
+CueOrder::CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed,
+                   ComposedPlaces places)
+    : _overlap(overlap), _places(places), _take(std::move(take)), _changed(std::move(changed)) {}
 
 void CueOrder::push(subtitles::Cue cue) {
     const bool isBehindLater = !_window.empty() && compared(cue.start, _latest) < 0;
@@ -241,17 +253,26 @@ void CueOrder::giveOnAir(const MediaTime& to) {
     if (compared(to, _until) <= 0) {
         return;
     }
-    subtitles::Cue cue = _onAir.front();
-    for (auto other = std::next(_onAir.begin()); other != _onAir.end(); ++other) {
-        cue.rows.insert(cue.rows.end(), other->rows.begin(), other->rows.end());
+    std::vector<std::vector<subtitles::Cue>> places;
+    for (const subtitles::Cue& cue : _onAir) {
+        const auto same = std::find_if(places.begin(), places.end(), [&](const std::vector<subtitles::Cue>& others) {
+            return _places == ComposedPlaces::Together || isAtSamePlace(others.front(), cue);
+        });
+        (same == places.end() ? places.emplace_back() : *same).push_back(cue);
     }
-    cue.start = _until;
-    cue.end = to;
-    _until = to;
-    if (_onAir.size() > 1) {
-        _changed(cue, CueChange::Composed);
+    const MediaTime from = std::exchange(_until, to);
+    for (const std::vector<subtitles::Cue>& together : places) {
+        subtitles::Cue cue = subtitles::shownTogether(together);
+        cue.start = from;
+        cue.end = to;
+        if (together.size() > 1) {
+            if (cue.box) {
+                placeRows(cue, *cue.box);
+            }
+            _changed(cue, CueChange::Composed);
+        }
+        giveNumbered(std::move(cue));
     }
-    giveNumbered(std::move(cue));
 }
 
 /// The pieces of a cue count on, and so do those behind them; its name is that of the first piece alone.

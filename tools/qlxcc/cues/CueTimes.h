@@ -42,9 +42,13 @@ bool putOnFrames(FrameRate rate, subtitles::Cue& cue);
 /// What becomes of cues that are shown at the same time.
 enum class Overlap : std::uint8_t {
     Keep,     ///< They stay as they are.
-    Compose,  ///< They become one cue while both are shown.
+    Compose,  ///< They become one cue while both are shown, or one for each place (ComposedPlaces).
     Cut,      ///< The earlier one ends when the later one begins.
 };
+
+/// Where cues are composed that stand at different places: in one, with rows of all places, as a screen has them; or in
+/// one for each region or place.
+enum class ComposedPlaces : std::uint8_t { Together, Apart };
 
 /// What becomes of a cue on its way.
 enum class CueChange : std::uint8_t {
@@ -74,7 +78,8 @@ public:
     /// As many cues are composed into one: what comes of them grows as their square.
     static constexpr std::size_t kMostTogether = 50;
 
-    CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed);
+    CueOrder(Overlap overlap, std::function<void(subtitles::Cue)> take, TakeCueChange changed,
+             ComposedPlaces places = ComposedPlaces::Together);
 
     void push(subtitles::Cue cue);
     void finish();
@@ -89,6 +94,7 @@ private:
     void giveNumbered(subtitles::Cue cue);
 
     Overlap _overlap;
+    ComposedPlaces _places;
     std::function<void(subtitles::Cue)> _take;
     TakeCueChange _changed;
     std::vector<subtitles::Cue> _window;  ///< Held back.

@@ -131,8 +131,7 @@ private:
     std::uint64_t _offset = 0;
 };
 
-TextDecoder::TextDecoder(const std::string& encoding)
-    : _state(std::make_unique<State>(asciiLowercased(encoding) == "iso-8859-1" ? "windows-1252" : encoding)) {}
+TextDecoder::TextDecoder(const std::string& encoding) : _state(std::make_unique<State>(encodingMeant(encoding))) {}
 TextDecoder::~TextDecoder() = default;
 
 void TextDecoder::take(std::string_view bytes, bool isEnd, std::string& text, const Bad& bad) {
@@ -144,8 +143,17 @@ std::string byteInWords(std::uint8_t byte) {
     return {'0', 'x', kDigits[byte >> 4U], kDigits[byte & 15U]};
 }
 
+std::string encodingMeant(const std::string& name) {
+    constexpr std::string_view kLatin1[] = {"iso-8859-1",      "iso8859-1", "iso88591", "iso_8859-1",  "8859_1",
+                                            "latin1",          "l1",        "latin-1",  "csisolatin1", "iso-ir-100",
+                                            "iso_8859-1:1987", "cp819",     "ibm819"};
+    const std::string lower = asciiLowercased(name);
+    const bool isLatin1 = std::find(std::begin(kLatin1), std::end(kLatin1), lower) != std::end(kLatin1);
+    return isLatin1 ? "windows-1252" : name;
+}
+
 bool isKnownEncoding(const std::string& name) {
-    return Decoder(name).isValid();
+    return Decoder(encodingMeant(name)).isValid();
 }
 
 void throwTooLong(const InputFile& file, std::size_t longest) {
@@ -173,7 +181,7 @@ std::string readWholeFile(InputFile& file, std::size_t longest) {
 
 std::string readEncodedFile(InputFile& file, const std::string& encoding) {
     checkLength(file);
-    Decoder decoder(encoding);
+    Decoder decoder(encodingMeant(encoding));
     std::string text;
     text.reserve(kLongestSubtitleFile + kChunk);
     std::vector<char> buffer(kChunk);

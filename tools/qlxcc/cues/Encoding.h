@@ -16,6 +16,10 @@ namespace qlx::tool {
 /// No subtitle file is longer than this; something else was named by mistake.
 inline constexpr std::size_t kLongestSubtitleFile = std::size_t{64} * 1024 * 1024;
 
+/// The encoding that is read as `name`: windows-1252 for all names of ISO-8859-1 (`latin1`), as texts that are said to be in
+/// it are; it has characters in place of codes that no text has. Any other one is read as it is called.
+[[nodiscard]] std::string encodingMeant(const std::string& name);
+
 /// Whether texts can be read in the encoding called `name` (as iconv -l lists them).
 [[nodiscard]] bool isKnownEncoding(const std::string& name);
 
@@ -38,8 +42,7 @@ public:
     /// Gets the place of a byte that the encoding does not have, counted from 0, and the byte.
     using Bad = std::function<void(std::uint64_t offset, std::uint8_t byte)>;
 
-    /// @param encoding One that is known. ISO-8859-1 is read as windows-1252, which has characters in place of codes
-    ///   that no text has.
+    /// @param encoding One that is known; encodingMeant() it is.
     explicit TextDecoder(const std::string& encoding);
     ~TextDecoder();
     TextDecoder(const TextDecoder&) = delete;

@@ -206,8 +206,11 @@ void TextPieces::setEncoding(const std::string& name, std::string_view why) {
     if (lower == "utf-8" || lower == "utf8") {
         return;
     }
-    if (!why.empty()) {
-        _notes.say("the text is read as " + name + ": " + std::string(why) + " (--encoding says another one)", false);
+    const std::string meant = encodingMeant(name);
+    if (!why.empty() || meant != name) {
+        _notes.say("the text is read as " + meant + (meant == name ? "" : ", which stands for " + name) +
+                       (why.empty() ? "" : ": " + std::string(why) + " (--encoding says another one)"),
+                   false);
     }
     _decoder = std::make_unique<TextDecoder>(name);
 }

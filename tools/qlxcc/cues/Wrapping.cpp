@@ -1,6 +1,11 @@
 #include "cues/Wrapping.h"
 
+#include "cues/RowBreaks.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
+#include <qlx/subtitles/box.h>
+#include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
 #include <string>
@@ -40,54 +45,117 @@ bool isIn(const CharacterRange (&ranges)[N], char32_t character) noexcept {
     });
 }
 
-/// A word and the runs that it is made of.
+/// A word and the runs that it is made of: what stands between two places where a row may end.
 struct Word {
     std::vector<Run> parts;
     std::size_t columns = 0;
+    bool hasSpace = true;    ///< In front of it, unless it begins a row.
+    bool beginsRow = false;  ///< Of its own.
 };
 
 bool hasSpacesOnly(std::string_view text) noexcept {
     return text.find_first_not_of(' ') == std::string_view::npos;
 }
 
-/// The words of all rows. A blank keeps the look of the word in front of it; what the file says of a run without letters
+/// Whether a row has to begin where it does: somebody else speaks.
+bool isOfAnother(const Row& row, const Row& before) {
+    const auto voiceOf = [](const Run& run) {
+        const std::string* const voice = valueOf(run.properties, subtitles::properties::kWebVttVoice);
+        return voice == nullptr ? std::string_view() : std::string_view(*voice);
+    };
+    if (isOfDialogue(row.text())) {
+        return true;
+    }
+    return !row.runs.empty() && !before.runs.empty() && voiceOf(row.runs.front()) != voiceOf(before.runs.back());
+}
+
+/// Takes the words of rows. A blank keeps the look of the word in front of it; what the file says of a run without letters
 /// goes to the word behind it, or else in front.
-std::vector<Word> wordsOf(const subtitles::Cue& cue) {
-    std::vector<Word> words;
-    std::vector<Run> waiting;
-    for (const Row& row : cue.rows) {
-        bool isNew = true;
-        for (const Run& run : row.runs) {
-            std::string_view rest = run.text;
-            if (hasSpacesOnly(rest) && !run.properties.empty()) {
-                waiting.push_back(run);
-                waiting.back().text.clear();
+class WordTaker {
+public:
+    std::vector<Word> take(const subtitles::Cue& cue) {
+        for (const Row& row : cue.rows) {
+            _isNewRow = &row != cue.rows.data();
+            _isOfAnother = _isNewRow && isOfAnother(row, *(&row - 1));
+            for (const Run& run : row.runs) {
+                takeRun(run);
             }
-            while (!rest.empty()) {
-                const std::size_t blank = std::min(rest.find(' '), rest.size());
-                if (blank > 0) {
-                    if (std::exchange(isNew, false)) {
-                        words.emplace_back();
-                    }
-                    for (Run& empty : std::exchange(waiting, {})) {
-                        words.back().parts.push_back(std::move(empty));
-                    }
-                    Run part = run;
-                    part.text = rest.substr(0, blank);
-                    words.back().columns += columnsOf(part.text);
-                    words.back().parts.push_back(std::move(part));
+        }
+        for (Run& empty : _waiting) {
+            if (!_words.empty()) {
+                _words.back().parts.push_back(std::move(empty));
+            }
+        }
+        return std::move(_words);
+    }
+
+private:
+    void takeRun(const Run& run) {
+        if (hasSpacesOnly(run.text) && !run.properties.empty()) {
+            _waiting.push_back(run);
+            _waiting.back().text.clear();
+        }
+        std::string_view rest = run.text;
+        bool isOpen = false;  // The last part of the last word is of this run.
+        while (!rest.empty()) {
+            const std::string_view from = rest;
+            const char32_t character = takeCodePoint(rest);
+            if (character == U' ') {
+                _hasSpace = true;
+                isOpen = false;
+                continue;
+            }
+            if (beginsWord(character)) {
+                Word& word = _words.emplace_back();
+                word.beginsRow = std::exchange(_isOfAnother, false);
+                word.hasSpace = _hasSpace;
+                isOpen = false;
+            }
+            if (!isOpen) {
+                for (Run& empty : std::exchange(_waiting, {})) {
+                    _words.back().parts.push_back(std::move(empty));
                 }
-                isNew = isNew || blank < rest.size();
-                rest.remove_prefix(std::min(blank + 1, rest.size()));
+                _words.back().parts.push_back(run);
+                _words.back().parts.back().text.clear();
+                isOpen = true;
             }
+            _words.back().parts.back().text += from.substr(0, from.size() - rest.size());
+            _hasSpace = false;
+            _last = character;
         }
     }
-    for (Run& empty : waiting) {
-        if (!words.empty()) {
-            words.back().parts.push_back(std::move(empty));
+
+    /// Two rows of text without spaces have none between them.
+    bool beginsWord(char32_t character) {
+        const bool isNewRow = std::exchange(_isNewRow, false);
+        if (isNewRow && !_hasSpace) {
+            _hasSpace = !isIdeographic(_last) || !isIdeographic(character);
         }
+        return _words.empty() || _isOfAnother || _hasSpace || mayEndBetween(_last, character);
     }
-    return words;
+
+    std::vector<Word> _words;
+    std::vector<Run> _waiting;
+    char32_t _last = 0;         ///< Character.
+    bool _hasSpace = false;     ///< Behind it.
+    bool _isNewRow = false;     ///< The next character is the first of its row.
+    bool _isOfAnother = false;  ///< And has to be.
+};
+
+/// The columns of all words.
+void measure(std::vector<Word>& words) {
+    for (Word& word : words) {
+        std::string text;
+        for (const Run& part : word.parts) {
+            text += part.text;
+        }
+        word.columns = columnsOf(text);
+    }
+}
+
+/// Columns that a word takes behind others.
+std::size_t columnsBehind(const Word& word) noexcept {
+    return word.columns + (word.hasSpace ? 1 : 0);
 }
 
 /// The places of the words with which rows of at most `columns` begin.
@@ -95,11 +163,11 @@ std::vector<std::size_t> breaksAt(const std::vector<Word>& words, std::size_t co
     std::vector<std::size_t> breaks;
     std::size_t width = 0;
     for (std::size_t index = 0; index < words.size(); ++index) {
-        if (index == 0 || width + 1 + words[index].columns > columns) {
+        if (index == 0 || words[index].beginsRow || width + columnsBehind(words[index]) > columns) {
             breaks.push_back(index);
             width = words[index].columns;
         } else {
-            width += 1 + words[index].columns;
+            width += columnsBehind(words[index]);
         }
     }
     return breaks;
@@ -139,7 +207,8 @@ bool wrap(subtitles::Cue& cue, std::size_t columns, std::size_t rows) {
     if (!hasTooMany && std::none_of(cue.rows.begin(), cue.rows.end(), isTooWide)) {
         return true;
     }
-    const std::vector<Word> words = wordsOf(cue);
+    std::vector<Word> words = WordTaker().take(cue);
+    measure(words);
     const std::size_t needed = breaksAt(words, columns).size();
     std::size_t least = 0;
     std::size_t most = columns;
@@ -161,7 +230,7 @@ bool wrap(subtitles::Cue& cue, std::size_t columns, std::size_t rows) {
             made.push_back(like);
             // The rows stand where those of before began; what row that is depends on how many there are.
             made.back().number = 0;
-        } else {
+        } else if (words[index].hasSpace) {
             Run blank = made.back().runs.back();
             blank.text = " ";
             append(made.back(), std::move(blank));
@@ -171,6 +240,9 @@ bool wrap(subtitles::Cue& cue, std::size_t columns, std::size_t rows) {
         }
     }
     cue.rows = std::move(made);
+    if (cue.box) {
+        placeRows(cue, *cue.box);
+    }
     return (rows == 0 || cue.rows.size() <= rows) && std::none_of(cue.rows.begin(), cue.rows.end(), isTooWide);
 }
 

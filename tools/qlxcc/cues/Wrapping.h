@@ -17,7 +17,8 @@ namespace qlx::tool {
 
 /// Sets the text of a cue anew when a row is wider than `columns`, or there are more rows than `rows` (0: any number),
 /// in as few rows as it takes, which are of about the same width; styles stay with their characters. A word that is
-/// wider stays whole.
+/// wider stays whole; text without spaces, as Chinese and Japanese have it, ends rows where mayEndBetween() says. Rows that
+/// begin with a dash, or what another voice says, begin rows.
 /// @return Whether it fits now.
 bool wrap(subtitles::Cue& cue, std::size_t columns, std::size_t rows);
 

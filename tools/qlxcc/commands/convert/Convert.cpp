@@ -125,9 +125,10 @@ public:
 
     Conversion(const ConvertOptions& options, Give give)
         : _options(options), _times(options.times), _notes(options.input.path, options.reportsAll),
-          _give(std::move(give)), _order(
-                                      options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); },
-                                      [this](const subtitles::Cue& cue, CueChange change) { say(cue, change); }) {}
+          _give(std::move(give)),
+          _order(
+              options.overlap, [this](subtitles::Cue cue) { write(std::move(cue)); },
+              [this](const subtitles::Cue& cue, CueChange change) { say(cue, change); }, placesOf(options)) {}
 
     ConversionNotes& notes() { return _notes; }
 
@@ -179,6 +180,14 @@ private:
         "in front of the start of what is written, where nothing is",
     };
 
+    /// Files of text have several cues at a time; a screen has one.
+    static ComposedPlaces placesOf(const ConvertOptions& options) {
+        const bool isText = options.target == CueTarget::SubRip || options.target == CueTarget::WebVtt ||
+                            options.target == CueTarget::Imsc || options.target == CueTarget::EbuTtD ||
+                            options.target == CueTarget::Json;
+        return isText ? ComposedPlaces::Apart : ComposedPlaces::Together;
+    }
+
     /// Counts a change, and says it where all are said.
     void say(const subtitles::Cue& cue, CueChange change) {
         const auto index = static_cast<std::size_t>(change);
@@ -192,6 +201,13 @@ private:
     /// Whether what is written has all that any file has.
     [[nodiscard]] bool keepsAll() const { return _options.format == CueFormat::Json && !_options.isDeployedJson; }
 
+    /// Whether a block of a WebVTT file says what is not that of the cues, nor of regions that are written.
+    [[nodiscard]] bool isLost(const std::string& block) const {
+        const bool hasRegions = _options.format == CueFormat::Ttml || _options.format == CueFormat::EbuTtD;
+        const bool isRegion = hasRegions && block.starts_with("REGION") && block.find("scroll:up") == std::string::npos;
+        return !isRegion && !subtitles::isAppliedSheet(block);
+    }
+
     /// What a WebVTT file has besides cues and another format does not.
     void loseRest(const subtitles::WebVttFile& file) {
         if (_options.format == CueFormat::Vtt || keepsAll()) {
@@ -204,10 +220,9 @@ private:
                                              [](const std::string& line) { return line.starts_with("Language:"); });
         const std::size_t lines =
             file.header.size() - static_cast<std::size_t>(languages) + (file.title.empty() ? 0 : 1);
-        // Colours are those of the cues.
-        const auto sheets = std::count_if(file.blocks.begin(), file.blocks.end(),
-                                          [](const std::string& block) { return subtitles::isColorSheet(block); });
-        const std::size_t blocks = file.blocks.size() - static_cast<std::size_t>(sheets) + file.notes.size();
+        const auto lost = std::count_if(file.blocks.begin(), file.blocks.end(),
+                                        [this](const std::string& block) { return isLost(block); });
+        const std::size_t blocks = static_cast<std::size_t>(lost) + file.notes.size();
         if (lines + blocks != 0) {
             _notes.lose(lines + blocks,
                         std::string("of the file besides cues are lost: ") + counted(lines, "line") + " of the header" +
@@ -289,7 +304,7 @@ private:
         if (_options.format == CueFormat::Vtt &&
             (_options.hasStyleSheet ||
              std::any_of(_input->file.blocks.begin(), _input->file.blocks.end(),
-                         [](const std::string& block) { return subtitles::isColorSheet(block); }))) {
+                         [](const std::string& block) { return block.starts_with("STYLE"); }))) {
             lost.reset(static_cast<std::size_t>(CueFeature::MoreColors));
         }
         if (lost.none()) {

@@ -65,7 +65,7 @@ void CueFileWriter::writeBehindHead(const subtitles::Cue& cue, const CueInput& i
     _text.clear();
     begin(input);
     ++_given;
-    const bool isWritten = _ttml                        ? _ttml->write(cue)
+    const bool isWritten = _ttml                        ? writeTtml(cue)
                            : _format == CueFormat::Srt  ? _subRip.write(cue, _text)
                            : _format == CueFormat::Vtt  ? writeWebVtt(cue, input)
                            : _format == CueFormat::Json ? _json.write(cue, _text)
@@ -74,18 +74,27 @@ void CueFileWriter::writeBehindHead(const subtitles::Cue& cue, const CueInput& i
     _output.write(_text);
 }
 
-/// Regions of TTML are not in the head of a WebVTT file: what is in one has its place by its rows there.
+/// Regions of TTML are not in the head of a WebVTT file: what is in one has its box there.
 bool CueFileWriter::writeWebVtt(const subtitles::Cue& cue, const CueInput& input) {
-    if (!input.ttml || cue.region.empty()) {
-        return _webVtt.write(cue, _text);
-    }
+    const bool isElsewhere = input.ttml && !cue.region.empty();
+    return isElsewhere ? _webVtt.write(withoutRegion(cue), _text) : _webVtt.write(cue, _text);
+}
+
+/// A cue that is not where its region of WebVTT is (a position within it) has a box of its own.
+bool CueFileWriter::writeTtml(const subtitles::Cue& cue) {
+    const auto region = _regions.find(cue.region);
+    const bool isElsewhere = region != _regions.end() && cue.box && *cue.box != region->second;
+    return isElsewhere ? _ttml->write(withoutRegion(cue)) : _ttml->write(cue);
+}
+
+subtitles::Cue CueFileWriter::withoutRegion(const subtitles::Cue& cue) const {
     subtitles::Cue placed = cue;
     placed.region.clear();
     if (_findings != nullptr) {
         _findings->add(
             {FindingCode::SubtitleNameLost, Severity::Warning, _given, static_cast<std::int64_t>(cue.region.size())});
     }
-    return _webVtt.write(placed, _text);
+    return placed;
 }
 
 void CueFileWriter::begin(const CueInput& input) {
@@ -107,6 +116,12 @@ void CueFileWriter::begin(const CueInput& input) {
     } else if (_format == CueFormat::Ttml || _format == CueFormat::EbuTtD) {
         streams::TtmlFile file = input.ttml.value_or(streams::TtmlFile());
         file.language = _options.language.value_or(file.language);
+        if (!input.ttml) {
+            _regions = regionBoxesOf(input.file);
+            for (const auto& [name, box] : _regions) {
+                file.regions.push_back(streams::regionOf(name, box));
+            }
+        }
         streams::TtmlWriteOptions options;
         options.profile = _format == CueFormat::EbuTtD ? streams::TtmlProfile::EbuTtD : options.profile;
         _ttml.emplace(std::move(file), options, _findings);

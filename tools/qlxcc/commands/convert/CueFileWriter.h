@@ -13,6 +13,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,6 +41,8 @@ private:
     void writeHeld(const CueInput& input);
     void writeBehindHead(const subtitles::Cue& cue, const CueInput& input);
     [[nodiscard]] bool writeWebVtt(const subtitles::Cue& cue, const CueInput& input);
+    [[nodiscard]] bool writeTtml(const subtitles::Cue& cue);
+    [[nodiscard]] subtitles::Cue withoutRegion(const subtitles::Cue& cue) const;
     void begin(const CueInput& input);
 
     const ConvertOptions& _options;
@@ -46,6 +50,7 @@ private:
     OutputFile& _output;
     FindingSink* _findings;
     std::optional<streams::TtmlWriter> _ttml;
+    std::map<std::string, subtitles::Box, std::less<>> _regions;  ///< Of a WebVTT file, for TTML.
     subtitles::SubRipWriter _subRip;
     subtitles::WebVttWriter _webVtt;
     StlOutput _stl;
