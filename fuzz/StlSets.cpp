@@ -1,6 +1,8 @@
-// Arbitrary bytes as an EBU STL file that is read whole: every cue is in order, and there are no more than blocks.
+// Arbitrary bytes as an EBU STL file that is read whole: every cue is in order, and there are no more than blocks, also
+// with the comments and user data that stand with them.
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/subtitles/stl_reader.h>
+#include <qlx/subtitles/stl_writer.h>
 
 #include "FuzzSupport.h"
 
@@ -11,6 +13,27 @@ using qlxfuzz::require;
 using namespace qlx::subtitles;
 
 namespace {
+
+/// With comments and user data there are the same cues, which can be written.
+void keepBlocks(const std::vector<std::uint8_t>& bytes, std::size_t cues) {
+    auto reader = StlReader::open(bytes, nullptr, {.keepsBlocks = true});
+    require(reader.hasValue());
+    StlWriterOptions options;
+    options.gsi = reader->gsi();
+    StlWriter writer(options);
+    std::vector<std::uint8_t> blocks;
+    std::size_t kept = 0;
+    for (; const Cue* const cue = reader->next(); --cues) {
+        require(cues > 0);
+        for (const Property& property : cue->properties) {
+            kept += property.value.size() / 2 / kTtiBytes;
+        }
+        static_cast<void>(writer.write(*cue, blocks));
+    }
+    require(cues == 0 && kept * kTtiBytes <= bytes.size());
+    static_cast<void>(writer.finish(blocks));
+    require(blocks.size() % kTtiBytes == 0);
+}
 
 void readFile(const std::vector<std::uint8_t>& bytes) {
     qlx::Findings findings;
@@ -34,6 +57,7 @@ void readFile(const std::vector<std::uint8_t>& bytes) {
         require(cue->rows.empty() || (!cue->rows.front().runs.empty() && !cue->rows.back().runs.empty()));
     }
     require(reader->next() == nullptr);
+    keepBlocks(bytes, cues);
     require((cues + reader->comments().size()) * kTtiBytes <= bytes.size());
     // A byte becomes two marked characters at most.
     require(text <= 6 * bytes.size());

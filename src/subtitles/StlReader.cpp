@@ -1,6 +1,9 @@
 #include <qlx/subtitles/stl_reader.h>
 
 #include "subtitles/StlField.h"
+#include "subtitles/StlKept.h"
+
+#include <qlx/subtitles/times.h>
 
 #include <algorithm>
 #include <string>
@@ -35,19 +38,20 @@ bool isShown(const Row& row) noexcept {
 
 }  // namespace
 
-StlReader::StlReader(const StlView& file, FindingSink* findings) noexcept
+StlReader::StlReader(const StlView& file, FindingSink* findings, const StlReadOptions& options) noexcept
     : _file(file), _findings(findings), _rate(file.gsi.rate().value_or(FrameRate::Fps25)),
-      _rows(rowsOfScreen(file.gsi)) {
+      _rows(rowsOfScreen(file.gsi)), _keepsBlocks(options.keepsBlocks) {
     const std::int64_t table = file.gsi.characterTable.number();
     _table = table > 0 && table < kStlTables ? static_cast<std::uint8_t>(table) : std::uint8_t{0};
 }
 
-Result<StlReader> StlReader::open(std::span<const std::uint8_t> bytes, FindingSink* findings) {
+Result<StlReader> StlReader::open(std::span<const std::uint8_t> bytes, FindingSink* findings,
+                                  const StlReadOptions& options) {
     const Result<Gsi> gsi = parseGsi(bytes, findings);
     if (!gsi) {
         return gsi.error();
     }
-    StlReader reader({*gsi, bytes.subspan(kGsiBytes)}, findings);
+    StlReader reader({*gsi, bytes.subspan(kGsiBytes)}, findings, options);
     const std::int64_t announced = gsi->blockCount.number();
     const auto there = static_cast<std::int64_t>(reader._file.blocks());
     if (announced != there) {
@@ -58,18 +62,24 @@ Result<StlReader> StlReader::open(std::span<const std::uint8_t> bytes, FindingSi
         reader.say(StlBlockCut, Severity::Error, StlView::offsetOf(reader._file.blocks()), std::int64_t{kTtiBytes},
                    static_cast<std::int64_t>(cut));
     }
+    reader._behindLast = options.keepsBlocks ? reader._file.blocks() : 0;
+    while (reader._behindLast > 0 && !reader._file.block(reader._behindLast - 1).isSubtitle()) {
+        --reader._behindLast;
+    }
     return reader;
 }
 
 const Cue* StlReader::next() {
     while (_ready.empty() && !_isEnded) {
         if (_next < _file.blocks()) {
-            const std::size_t index = _next++;
-            take(_file.block(index, _findings), StlView::offsetOf(index));
+            takeNext();
         } else {
             _isEnded = true;
             close();
             endSet();
+            for (const Passed& passed : std::exchange(_passed, {})) {
+                sayPassed(passed);
+            }
         }
     }
     if (_ready.empty()) {
@@ -81,9 +91,24 @@ const Cue* StlReader::next() {
     return &_given;
 }
 
+void StlReader::takeNext() {
+    const std::size_t index = _next++;
+    take(_file.block(index, _findings), StlView::offsetOf(index));
+}
+
+std::span<const std::uint8_t> StlReader::bytesAt(std::uint64_t offset) const noexcept {
+    return _file.behind.subspan(static_cast<std::size_t>(offset) - kGsiBytes, kTtiBytes);
+}
+
 void StlReader::take(const Tti& block, std::uint64_t offset) {
     if (block.extensionNumber == Tti::kUserData) {
-        say(StlUserDataPassed, Severity::Remark, offset, block.number);
+        const auto bytes = bytesAt(offset);
+        Passed passed{block, offset, {bytes.begin(), bytes.end()}, {}};
+        if (_keepsBlocks) {
+            _passed.push_back(std::move(passed));
+        } else {
+            sayPassed(passed);
+        }
         return;
     }
     if (_joined && (_joined->first.group != block.group || _joined->first.number != block.number ||
@@ -95,11 +120,15 @@ void StlReader::take(const Tti& block, std::uint64_t offset) {
     } else if (block.extensionNumber != _due && block.extensionNumber <= Tti::kMostExtensions) {
         missing(*_joined, block.extensionNumber);
     }
+    if (_keepsBlocks && block.commentFlag != 0) {
+        const auto bytes = bytesAt(offset);
+        _joined->blocks.insert(_joined->blocks.end(), bytes.begin(), bytes.end());
+    }
     append(block);
 }
 
 void StlReader::begin(const Tti& block, std::uint64_t offset) {
-    _joined = Joined{block, offset, {}};
+    _joined = Joined{block, offset, {}, {}, false};
     _due = 0;
     if (block.extensionNumber != 0 && block.extensionNumber <= Tti::kMostExtensions) {
         missing(*_joined, block.extensionNumber);
@@ -111,7 +140,53 @@ void StlReader::append(const Tti& block) {
     _joined->text.insert(_joined->text.end(), text.begin(), text.end());
     _due = block.extensionNumber + 1U;
     if (block.extensionNumber > Tti::kMostExtensions) {
+        _joined->isWhole = true;
         takeCue(*std::exchange(_joined, std::nullopt));
+    }
+}
+
+/// What stands behind a subtitle and is of it.
+void StlReader::keepBehind(const Tti& first) {
+    const bool isLast = _next >= _behindLast;
+    while (_next < _file.blocks()) {
+        const Tti block = _file.block(_next);
+        const bool isOwn =
+            block.extensionNumber == Tti::kUserData && block.group == first.group && block.number == first.number;
+        if (!isOwn && !isLast) {
+            return;
+        }
+        takeNext();
+    }
+    // A comment whose end is missing.
+    close();
+}
+
+/// Gives a cue the comments and user data that have been met.
+void StlReader::attach(Cue& cue, bool isBehind) {
+    const auto milliseconds = [](const MediaTime& time) {
+        constexpr std::int32_t kUnits = 1000;
+        return unitsOf(time, kUnits);
+    };
+    for (Passed& passed : std::exchange(_passed, {})) {
+        StlKept kept;
+        kept.isComment = passed.first.extensionNumber != Tti::kUserData;
+        kept.isBehind = isBehind;
+        kept.bytes = std::move(passed.blocks);
+        if (kept.isComment) {
+            kept.table = _table;
+            kept.in = milliseconds(passed.comment.start) - milliseconds(cue.start);
+            kept.out = milliseconds(passed.comment.end) - milliseconds(cue.start);
+        }
+        cue.properties.push_back(propertyOf(kept));
+    }
+}
+
+void StlReader::sayPassed(const Passed& passed) const {
+    if (passed.first.extensionNumber == Tti::kUserData) {
+        say(StlUserDataPassed, Severity::Remark, passed.offset, passed.first.number);
+    } else {
+        say(StlComment, Severity::Remark, passed.offset, passed.first.number,
+            std::count_if(passed.comment.rows.begin(), passed.comment.rows.end(), &isShown));
     }
 }
 
@@ -131,10 +206,19 @@ void StlReader::close() {
 void StlReader::takeCue(const Joined& joined) {
     Member member{cueOf(joined), joined.offset, joined.first.timeCodeIn};
     if (joined.first.commentFlag != 0) {
-        say(StlComment, Severity::Remark, joined.offset, joined.first.number,
-            std::count_if(member.cue.rows.begin(), member.cue.rows.end(), &isShown));
-        _comments.push_back(std::move(member.cue));
+        _comments.push_back(member.cue);
+        Passed passed{joined.first, joined.offset, joined.blocks, std::move(member.cue)};
+        if (_keepsBlocks) {
+            _passed.push_back(std::move(passed));
+        } else {
+            sayPassed(passed);
+        }
         return;
+    }
+    attach(member.cue, false);
+    if (_keepsBlocks && joined.isWhole) {
+        keepBehind(joined.first);
+        attach(member.cue, true);
     }
     addToSet(std::move(member), joined.first.status, joined);
 }
@@ -173,6 +257,10 @@ void StlReader::give(Member member, const StlTimeCode& out) {
     member.cue.end = out.time(_rate);
     if (member.cue.end.value <= member.cue.start.value) {
         say(StlEndNotLater, Severity::Error, member.offset + kOutOffset, member.in.number(), out.number());
+        if (!member.cue.properties.empty()) {
+            say(SubtitlePropertiesLost, Severity::Warning, member.offset, 0,
+                static_cast<std::int64_t>(member.cue.properties.size()));
+        }
         return;
     }
     _ready.push_back(std::move(member));

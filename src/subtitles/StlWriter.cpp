@@ -3,9 +3,11 @@
 
 #include "subtitles/CueWriting.h"
 #include "subtitles/StlField.h"
+#include "subtitles/StlKept.h"
 #include "subtitles/StlRowWriter.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -152,8 +154,6 @@ private:
 };
 
 void reportCue(const Cue& cue, const CueReport& report) {
-    const auto properties = static_cast<std::int64_t>(cue.properties.size());
-    report.add(SubtitlePropertiesLost, properties != 0, 0, properties);
     for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
         report.add(SubtitleNameLost, !name->empty(), static_cast<std::int64_t>(name->size()));
     }
@@ -203,7 +203,11 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
             static_cast<std::int64_t>(kMostText));
         held.text.resize(kMostText);
     }
-    const std::uint64_t needed = std::max<std::uint64_t>((held.text.size() + kTtiTextBytes - 1) / kTtiTextBytes, 1);
+    const std::vector<StlKept> kept = keptOf(cue, report);
+    std::uint64_t needed = std::max<std::uint64_t>((held.text.size() + kTtiTextBytes - 1) / kTtiTextBytes, 1);
+    for (const StlKept& each : kept) {
+        needed += each.bytes.size() / kTtiBytes;
+    }
     if (_blocks + needed > kMostBlocks) {
         say(StlTooManyBlocks, Severity::Error, std::int64_t{kMostBlocks});
         return false;
@@ -212,6 +216,9 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
     held.block.number = numberOf(cue);
     held.block.timeCodeIn = timeCodeOfFrame(held.start, _frames);
     held.block.timeCodeOut = timeCodeOfFrame(held.end, _frames);
+    for (const StlKept& each : kept) {
+        appendKept(each, cue.number, held);
+    }
     _first = std::min(_first.value_or(held.start), held.start);
     const bool isOfSet = !_set.empty() && held.end == _set.back().end && held.start >= _set.back().start &&
                          held.start < _set.back().end && _set.size() < kLongestStlSet;
@@ -224,6 +231,49 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
     _shownTo = std::max(_shownTo, held.end);
     _set.push_back(std::move(held));
     return true;
+}
+
+/// The comments and user data of a cue. What text of another table says would be something else.
+std::vector<StlKept> StlWriter::keptOf(const Cue& cue, const CueReport& report) const {
+    std::vector<StlKept> kept;
+    std::int64_t lost = 0;
+    for (const Property& property : cue.properties) {
+        std::optional<StlKept> each = stlKeptOf(property);
+        const bool isReadable =
+            each && (!each->isComment || static_cast<StlTable>(each->table) == stlTableOf(_options.gsi));
+        lost += isReadable ? 0 : 1;
+        if (isReadable) {
+            kept.push_back(std::move(*each));
+        }
+    }
+    report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
+    return kept;
+}
+
+/// Comments move with the cue, and user data of it get its number.
+void StlWriter::appendKept(const StlKept& kept, std::uint64_t number, Held& held) const {
+    constexpr std::int64_t kMilliseconds = 1000;
+    const auto timeCode = [&](std::int64_t milliseconds) {
+        const std::int64_t scaled = milliseconds * _frames;
+        const std::int64_t half = scaled < 0 ? -kMilliseconds / 2 : kMilliseconds / 2;
+        const std::int64_t frame = held.start + (scaled + half) / kMilliseconds;
+        return timeCodeOfFrame(std::clamp<std::int64_t>(frame, 0, kSecondsOfDay * _frames - 1), _frames);
+    };
+    std::vector<std::uint8_t>& blocks = kept.isBehind ? held.behind : held.before;
+    std::span<const std::uint8_t> rest = kept.bytes;
+    for (; !rest.empty(); rest = rest.subspan(kTtiBytes)) {
+        // They are whole.
+        Tti block = *parseTti(rest.first(kTtiBytes));
+        if (kept.isComment) {
+            block.timeCodeIn = timeCode(kept.in);
+            block.timeCodeOut = timeCode(kept.out);
+        } else if (block.number == number) {
+            block.number = held.block.number;
+        }
+        const std::size_t end = blocks.size();
+        blocks.resize(end + kTtiBytes);
+        static_cast<void>(writeTti(block, std::span(blocks).subspan(end)));
+    }
 }
 
 void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) const {
@@ -277,6 +327,7 @@ void StlWriter::flush(std::vector<std::uint8_t>& blocks) {
 
 void StlWriter::append(const Held& held, StlStatus status, std::vector<std::uint8_t>& blocks) {
     ++_subtitles;
+    blocks.insert(blocks.end(), held.before.begin(), held.before.end());
     Tti block = held.block;
     block.status = status;
     std::span<const std::uint8_t> rest = held.text;
@@ -291,9 +342,10 @@ void StlWriter::append(const Held& held, StlStatus status, std::vector<std::uint
         // There is room.
         static_cast<void>(writeTti(block, std::span(blocks).subspan(end)));
         if (rest.empty()) {
-            return;
+            break;
         }
     }
+    blocks.insert(blocks.end(), held.behind.begin(), held.behind.end());
 }
 
 std::uint16_t StlWriter::numberOf(const Cue& cue) {

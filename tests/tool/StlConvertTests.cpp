@@ -171,5 +171,41 @@ TEST(ConvertStl, OfFewerBlocksThanAreAnnouncedIsDamaged) {
         << late.err;
 }
 
+TEST(ConvertStl, KeepsCommentsAndUserDataInTheSameFormatAndJson) {
+    const TemporaryFolder folder;
+    const std::string text = "\x0B\x0B"
+                             "a\x0A\x0A";
+    const std::string content =
+        qlxtest::stl({{.number = 5, .start = {0, 0, 0, 5}, .end = {0, 0, 0, 9}, .text = "who", .comment = 1},
+                      {.number = 1, .start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = text},
+                      {.number = 1, .text = "their own", .extension = '\xFE'}});
+    const std::string file = folder.write("in.stl", content);
+    const std::string json = folder.path("a.json");
+    const auto keep = [](const std::string& in, const std::string& out, const std::string& more) {
+        const ToolResult kept = runTool({"convert", in, "-o", out, "--strict", more});
+        EXPECT_EQ(kept.exitCode, 0) << kept.err;
+    };
+    keep(file, folder.path("a.stl"), "--single-height");
+    keep(file, json, "--report");
+    keep(json, folder.path("b.stl"), "--single-height");
+    EXPECT_EQ(folder.read("b.stl"), folder.read("a.stl"));
+    const auto blocks = [](const std::string& bytes) {
+        return bytes.substr(std::min<std::size_t>(1024, bytes.size()));
+    };
+    const std::string back = blocks(folder.read("a.stl"));
+    const std::string had = blocks(content);
+    ASSERT_EQ(back.size(), had.size());
+    EXPECT_EQ(back.substr(0, 128), had.substr(0, 128));
+    EXPECT_EQ(back.substr(256), had.substr(256));
+    // Other formats lose them: that is said, and counts.
+    for (const std::string& in : {file, json}) {
+        const ToolResult lost = converted(in, "srt", {"--strict"});
+        EXPECT_EQ(lost.exitCode, 1) << lost.err;
+        EXPECT_NE(lost.err.find(in == json ? "lost properties: 2" : "comment left out: who"), std::string::npos)
+            << lost.err;
+    }
+    EXPECT_NE(converted(file, "vtt").err.find("TTI block 3: user data left out"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace stl_convert_tests

@@ -19,9 +19,26 @@
 #include <deque>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace qlx::subtitles {
+
+namespace properties {
+/// Of a cue: a comment (CF) that stands with it, as StlReadOptions::keepsBlocks gives it and StlWriter writes it. `before`
+/// or `behind` the cue's own blocks, the number of its character code table, milliseconds from the cue's start to its
+/// time codes in and out, and its blocks in hexadecimal digits: `before 0 -1200 800 00...`.
+inline constexpr std::string_view kStlComment = "stl.comment";
+/// Of a cue: a block of user data (EBN FEh) that stands with it, in the same way: `behind 00...`.
+inline constexpr std::string_view kStlUserData = "stl.userdata";
+}  // namespace properties
+
+/// How a file is read.
+struct StlReadOptions {
+    /// Comments and user data are kept as properties of cues, and are no findings: user data behind a subtitle that have
+    /// its group and number, and all behind the last subtitle, are of that one, others of the next one.
+    bool keepsBlocks = false;
+};
 
 /// Reads the cues of a file in the order of its blocks. Points into the caller's bytes.
 ///
@@ -52,7 +69,8 @@ public:
     /// Fails with StlTooShort for less than kGsiBytes. What is wrong with the information block, another count of blocks
     /// than is announced (an Error where there are fewer) and a block that is cut are findings. `findings` may be null, else it must outlive this.
     [[nodiscard]] QLX_EXPORT static Result<StlReader> open(std::span<const std::uint8_t> bytes,
-                                                           FindingSink* findings = nullptr);
+                                                           FindingSink* findings = nullptr,
+                                                           const StlReadOptions& options = {});
 
     /// The next cue, valid until the next call; null at the end.
     [[nodiscard]] QLX_EXPORT const Cue* next();
@@ -72,6 +90,15 @@ private:
         Tti first;
         std::uint64_t offset = 0;  ///< In the file.
         std::vector<std::uint8_t> text;
+        std::vector<std::uint8_t> blocks;  ///< Of a comment that is kept.
+        bool isWhole = false;              ///< Its last block has come.
+    };
+    /// A comment or user data that no cue has taken yet.
+    struct Passed {
+        Tti first;
+        std::uint64_t offset = 0;  ///< In the file.
+        std::vector<std::uint8_t> blocks;
+        Cue comment;
     };
     /// A member of a set whose end is not known yet.
     struct Member {
@@ -80,7 +107,7 @@ private:
         StlTimeCode in;
     };
 
-    StlReader(const StlView& file, FindingSink* findings) noexcept;
+    StlReader(const StlView& file, FindingSink* findings, const StlReadOptions& options) noexcept;
 
     void take(const Tti& block, std::uint64_t offset);
     void begin(const Tti& block, std::uint64_t offset);
@@ -88,6 +115,11 @@ private:
     void missing(const Joined& joined, std::int64_t found);
     void close();
     void takeCue(const Joined& joined);
+    void takeNext();
+    void keepBehind(const Tti& first);
+    void attach(Cue& cue, bool isBehind);
+    void sayPassed(const Passed& passed) const;
+    [[nodiscard]] std::span<const std::uint8_t> bytesAt(std::uint64_t offset) const noexcept;
     void addToSet(Member member, StlStatus status, const Joined& joined);
     void endSet();
     void give(Member member, const StlTimeCode& out);
@@ -100,6 +132,9 @@ private:
     FrameRate _rate = FrameRate::Fps25;
     std::uint16_t _rows = 0;  ///< Of the screen.
     std::uint8_t _table = 0;
+    bool _keepsBlocks = false;
+    std::size_t _behindLast = 0;  ///< The block behind the last one of a subtitle, where blocks are kept.
+    std::vector<Passed> _passed;
     std::size_t _next = 0;  ///< Block.
     bool _isEnded = false;
     std::optional<Joined> _joined;

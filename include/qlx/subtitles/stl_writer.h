@@ -33,6 +33,7 @@ namespace qlx::subtitles {
 
 /// Of the library's own.
 class CueReport;
+struct StlKept;
 
 /// How a file is written.
 struct StlWriterOptions {
@@ -63,6 +64,9 @@ struct StlWriterOptions {
 /// lost (SubtitleStylesLost for bold, SubtitleColorChanged for colours that teletext does not have, SubtitlePlaceLost,
 /// SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitleNameLost).
 ///
+/// Comments and user data that a cue has (properties::kStlComment, kStlUserData) are written with it: comments with their
+/// distance in time, and only where the character code table is theirs.
+///
 /// The offset of findings is the cue, counted from 1. What has no finding is read back by StlReader as the same text in
 /// the same rows and looks; the looks of spaces at a change may be others.
 class StlWriter {
@@ -83,11 +87,15 @@ private:
     struct Held {
         Tti block;  ///< All but status, extension number and text.
         std::vector<std::uint8_t> text;
-        std::int64_t start = 0;  ///< Frame.
-        std::int64_t end = 0;    ///< Frame.
+        std::vector<std::uint8_t> before{};  ///< Blocks of comments and user data.
+        std::vector<std::uint8_t> behind{};  ///< The same.
+        std::int64_t start = 0;              ///< Frame.
+        std::int64_t end = 0;                ///< Frame.
     };
 
     void appendRows(const Cue& cue, const CueReport& report, Held& held) const;
+    [[nodiscard]] std::vector<StlKept> keptOf(const Cue& cue, const CueReport& report) const;
+    void appendKept(const StlKept& kept, std::uint64_t number, Held& held) const;
     void flush(std::vector<std::uint8_t>& blocks);
     void append(const Held& held, StlStatus status, std::vector<std::uint8_t>& blocks);
     [[nodiscard]] std::uint16_t numberOf(const Cue& cue);

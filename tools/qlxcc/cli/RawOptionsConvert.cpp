@@ -333,6 +333,8 @@ Action checkedConvert(const RawOptions& raw) {
         throw UsageError("--as-deployed is for JSON that is written");
     }
     options.isStrict = raw.isStrict;
+    options.input.keepsStlBlocks =
+        isOfCues && (options.format == CueFormat::Stl || (options.format == CueFormat::Json && !raw.asDeployed));
     if (isOfCues) {
         const bool isTtml = options.format == CueFormat::Ttml || options.format == CueFormat::EbuTtD;
         const bool hasLanguage = !raw.languages.empty() && options.format != CueFormat::Stl && !isTtml;

@@ -42,6 +42,7 @@ void addProperties(const subtitles::Properties& properties, CueTarget target, Cu
         const bool isOwn =
             (target == CueTarget::WebVtt && property.name.starts_with("vtt.")) ||
             (target == CueTarget::SubRip && property.name.starts_with("srt.")) ||
+            (target == CueTarget::Stl && property.name.starts_with("stl.")) ||
             ((target == CueTarget::Imsc || target == CueTarget::EbuTtD) && property.name.starts_with("ttml."));
         if (!isOwn) {
             set(features, featureOf(property), true);

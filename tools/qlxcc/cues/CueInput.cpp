@@ -170,7 +170,9 @@ public:
 
     void add(const Finding& finding) override {
         const std::uint64_t block = stlBlockAt(finding.offset);
-        if (!isOfBlankField(finding)) {
+        if (finding.code == FindingCode::StlUserDataPassed) {
+            _notes.lose("TTI block " + std::to_string(block) + ": user data left out");
+        } else if (finding.code != FindingCode::StlComment && !isOfBlankField(finding)) {
             _notes.found(block == 0 ? "header byte " + std::to_string(finding.offset)
                                     : "TTI block " + std::to_string(block),
                          finding);
@@ -225,7 +227,7 @@ void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, 
     }
     BlockFindings findings(notes);
     const std::string bytes = readWholeFile(file, request.longest);
-    subtitles::StlReader reader = openStl(file.name(), bytes, &findings);
+    subtitles::StlReader reader = openStl(file.name(), bytes, &findings, {.keepsBlocks = request.keepsStlBlocks});
     const FrameRate rate = reader.rate();
     input.format = "EBU STL, " + std::to_string(nominalFramesPerSecond(rate)) + " frames/s";
     input.gsi = reader.gsi();
@@ -236,20 +238,28 @@ void readStlAsCues(InputFile& file, const CueRequest& request, CueInput& input, 
         labels.change(*input.begin);
     }
     std::size_t comments = 0;
+    // Those that no cue has taken with it are told as well where they are kept: there is no cue.
     const auto tellComments = [&] {
         for (; comments < reader.comments().size(); ++comments) {
-            notes.say("comment left out: " + subtitleText(reader.comments()[comments]), false);
+            notes.lose("comment left out: " + subtitleText(reader.comments()[comments]));
         }
     };
     while (const subtitles::Cue* const cue = reader.next()) {
-        tellComments();
+        if (!request.keepsStlBlocks) {
+            tellComments();
+        }
         ++input.cues;
         subtitles::Cue changed = *cue;
         labels.change(changed.start);
         labels.change(changed.end);
         take(std::move(changed), input);
     }
-    tellComments();
+    if (!request.keepsStlBlocks || input.cues == 0) {
+        tellComments();
+    }
+    if (input.cues == 0) {
+        sayNoCue(notes, false);
+    }
 }
 
 std::unique_ptr<streams::OnAir> onAirOf(const CueRequest& request) {

@@ -34,6 +34,7 @@ struct CueRequest {
     std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
     bool ignoresParity = false;              ///< Parity bits of CEA-608 are not looked at.
     std::string wideEncoding = "utf-16";     ///< Of the 16-bit characters of a service, one of kWideEncodings.
+    bool keepsStlBlocks = false;             ///< EBU STL: comments and user data are properties of cues.
     bool isDrop = false;                     ///< Time codes of EBU STL and TTML at 29.97 and 59.94 leave numbers out.
     std::size_t longest = kLongestSubtitleFile;  ///< Bytes of a file that is read as a whole.
     std::optional<std::size_t> longestText{};    ///< Of one that is read in pieces; none: as long as it may be.
@@ -53,6 +54,9 @@ public:
     /// Something that is no finding of the library.
     /// @param isDamage Whether something is missing because of it.
     virtual void say(const std::string& text, bool isDamage) = 0;
+
+    /// Something that is there, is no cue, and is not carried.
+    virtual void lose(const std::string& text) { say(text, false); }
 };
 
 /// What a file was.

@@ -105,7 +105,8 @@ void giveCue(const subtitles::Cue& cue, const SubtitleRequest& request, const Cu
     take.record(std::move(record));
 }
 
-StlReader openStl(const std::string& name, std::string_view bytes, FindingSink* findings) {
+StlReader openStl(const std::string& name, std::string_view bytes, FindingSink* findings,
+                  const subtitles::StlReadOptions& options) {
     if (bytes.empty()) {
         throw failureAtByte(name, 0, "the file is empty");
     }
@@ -119,7 +120,7 @@ StlReader openStl(const std::string& name, std::string_view bytes, FindingSink* 
                                 "\" and none of STL23.01, STL24.01, STL25.01, STL30.01 and STL50.01");
     }
     Result<StlReader> reader =
-        StlReader::open({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, findings);
+        StlReader::open({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, findings, options);
     if (!reader) {
         throw failureAtByte(name, bytes.size(), "the file ends inside of its header of 1024 bytes");
     }

@@ -11,7 +11,8 @@
 namespace qlx::tool {
 
 /// @throws Failure when it is not EBU STL with a frame rate that is known, or ends inside of its header.
-[[nodiscard]] subtitles::StlReader openStl(const std::string& name, std::string_view bytes, FindingSink* findings);
+[[nodiscard]] subtitles::StlReader openStl(const std::string& name, std::string_view bytes, FindingSink* findings,
+                                           const subtitles::StlReadOptions& options = {});
 
 /// The block of an offset in the file, counted from 1; 0 for the header.
 [[nodiscard]] std::uint64_t stlBlockAt(std::uint64_t offset) noexcept;

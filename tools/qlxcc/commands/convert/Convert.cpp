@@ -46,6 +46,11 @@ public:
         sayOne(kNoCode + (isDamage ? 1 : 0), true, [&] { return _name + ": " + text; });
     }
 
+    void lose(const std::string& text) override {
+        ++_losses;
+        say(text, false);
+    }
+
     /// Of what is written.
     void add(const Finding& finding) override {
         const bool isLoss = finding.severity != Severity::Remark;
