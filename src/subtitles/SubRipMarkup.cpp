@@ -61,6 +61,10 @@ bool looksLike(const Run& run, const Run& before) noexcept {
            std::equal(before.properties.begin(), end, run.properties.begin(), run.properties.end());
 }
 
+bool isEmptyRow(std::string_view text) noexcept {
+    return text == kEmptyRowText || text.find_first_not_of(" \t") == std::string_view::npos;
+}
+
 }  // namespace
 
 bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept {
@@ -140,14 +144,16 @@ void SubRipMarkup::end(std::uint64_t line, Cue& cue) {
     }
 }
 
-/// Codes behind the last text of a row stand in front of a run without text. An empty row is written with a space.
+/// Codes behind the last text of a row stand in front of a run without text. An empty row is written with a space; one of
+/// blanks alone is empty too.
 void SubRipMarkup::finishRow(Cue& cue) {
     Row& row = cue.rows.back();
     if (!_kept.empty()) {
         // Without text there is nothing that could look otherwise.
         row.runs.push_back({{}, {}, {}, {{std::string(properties::kSubRipCodes), std::exchange(_kept, {})}}});
     }
-    if (row.runs.size() == 1 && row.runs.front() == Run{std::string(kEmptyRowText), {}, {}, {}}) {
+    const bool isPlain = row.runs.size() == 1 && row.runs.front() == Run{row.runs.front().text, {}, {}, {}};
+    if (isPlain && isEmptyRow(row.runs.front().text)) {
         row.runs.clear();
     }
 }

@@ -84,6 +84,7 @@ TEST(SubRip, ReadsTheMarkupOfRows) {
         {"{\\an8 a", "{\\an8 a"},
         {"{a}", "{a}"},
         {"a\n\u00A0\nb", "a||b"},
+        {"a\n \t\nb", "a||b"},
         {"a\n\nb", "a||b", {SubRipEmptyRow}},
         {"a\n12", "a|12"},
         {"12\n", "12"},
