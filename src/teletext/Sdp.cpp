@@ -116,8 +116,9 @@ Finding whyNot(const Sdp& sdp) {
 
 void write(const Sdp& sdp, std::uint8_t* bytes) noexcept {
     SdpDescriptors descriptors{};
-    std::transform(sdp.lines.begin(), sdp.lines.end(), descriptors.begin(),
-                   [](const SdpLine& line) { return line.descriptor; });
+    for (std::size_t index = 0; index < sdp.lines.size() && index < descriptors.size(); ++index) {
+        descriptors[index] = sdp.lines[index].descriptor;
+    }
     const auto header = sdpHeader(sdpSize(sdp.lines.size()), descriptors);
     std::uint8_t* next = std::copy(header.begin(), header.end(), bytes);
     for (const SdpLine& line : sdp.lines) {
