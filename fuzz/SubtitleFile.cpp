@@ -1,4 +1,4 @@
-// The tool's readers of subtitle files: they end with a message or give cues; what the reader of JSON gives can be read
+// The tool's readers of whole subtitle files, deployed ones and JSON: they end with a message or give cues; what the reader of JSON gives can be read
 // as subtitles.
 #include "cues/SubtitleReaders.h"
 #include "io/Errors.h"
@@ -46,7 +46,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     (void)qlx::tool::looksLikeJson(text);
     for (const std::int32_t mode : {0, 1, 2}) {
-        readWith(&qlx::tool::readTextCues, text, mode);
+        if (mode != 0) {
+            readWith(&qlx::tool::readSRT, text, mode);
+        }
         readWith(&qlx::tool::readJson, text, mode);
         readWith(&qlx::tool::readSTL, text, mode);
     }
