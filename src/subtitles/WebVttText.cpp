@@ -215,11 +215,11 @@ void WebVttText::takeClasses(std::string_view classes, Span& span) const {
         const std::string_view name = takePart(classes, '.');
         const bool isBackground = name.starts_with(kWebVttBackground);
         const auto color = colorOfWebVttClass(isBackground ? name.substr(kWebVttBackground.size()) : name, _colors);
-        if (!name.empty() && _styles.hasClass(name)) {
-            span.classes += (span.classes.empty() ? "" : ".") + std::string(name);
-        } else if (color && isBackground && isWebVttBackground(*color)) {
+        // A sheet may give the name of a colour another look.
+        const bool isColor = color && !_styles.hasClass(name);
+        if (isColor && isBackground && isWebVttBackground(*color)) {
             span.background = color;
-        } else if (color && !isBackground) {
+        } else if (isColor && !isBackground) {
             span.foreground = color;
         } else if (!name.empty()) {
             span.classes += (span.classes.empty() ? "" : ".") + std::string(name);
