@@ -32,7 +32,8 @@ Anchors::Anchors(const Cue& cue) noexcept : _rows(screenRowsOf(cue)), _hasColumn
 std::uint8_t Anchors::of(const Row& row) const noexcept {
     constexpr std::uint8_t kBottomCenter = 2;
     if (row.anchor != 0 && row.anchor <= kGreatestAnchor) {
-        return row.anchor == kBottomCenter ? std::uint8_t{0} : row.anchor;
+        const bool isPlaced = row.number != 0 || row.column != 0;
+        return row.anchor == kBottomCenter && isPlaced ? std::uint8_t{0} : row.anchor;
     }
     // The upper third, the middle, and the rest; what has no row stands below.
     const std::uint8_t band = row.number == 0 ? 1 : row.number * 3 <= _rows ? 7 : row.number * 3 <= _rows * 2 ? 4 : 1;

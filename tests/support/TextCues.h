@@ -129,9 +129,7 @@ inline qlx::subtitles::Cue randomCue(std::mt19937& random, std::uint64_t number,
     const std::int64_t start = static_cast<std::int64_t>(number) * 3000 + below(3000);
     Cue cue = cueOf(number, start, start + 1 + below(5000), {});
     constexpr std::array<std::uint8_t, 7> kVttAnchors{0, 0, 0, 0, 7, 8, 9};
-    // Below in the middle is where receivers put what has no code.
-    constexpr std::array<std::uint8_t, 10> kSubRipAnchors{0, 1, 0, 3, 4, 5, 6, 7, 8, 9};
-    const auto anchor = isVtt ? kVttAnchors[random() % 7] : kSubRipAnchors[random() % 10];
+    const auto anchor = isVtt ? kVttAnchors[random() % 7] : static_cast<std::uint8_t>(random() % 10);
     for (std::size_t rows = random() % 4; rows > 0; --rows) {
         Row row;
         row.anchor = anchor;

@@ -60,9 +60,9 @@ TEST(TextTracks, AreReadFromTimedText) {
                                                     {timedText("\xFE\xFF\x00x\xD8\x3D\xDE\x00"sv), 750}})}));
     const ToolResult result = converted(file, "srt");
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:03,000\na \u00E9 <font color=\"#ff0000\"><b><i>bc</i></b>"
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:03,000\n{\\an2}a \u00E9 <font color=\"#ff0000\"><b><i>bc</i></b>"
                           "</font>\n<font color=\"#ff0000\"><b><i>d</i></b></font>e f\n\n"
-                          "2\n00:00:03,250 --> 00:00:04,000\nx\U0001F600\n\n")
+                          "2\n00:00:03,250 --> 00:00:04,000\n{\\an2}x\U0001F600\n\n")
         << result.err;
     EXPECT_NE(result.err.find("cue 1: row 2: styles of 1 part"), std::string::npos) << result.err;
     const ToolResult list = runTool({"subs", file});
@@ -79,9 +79,9 @@ TEST(TextTracks, SayWhatOfUtf16MakesNoCharacter) {
                                                     {timedText("\xFE\xFF\x00z\xD8\x3D"sv), 1000}})}));
     const ToolResult result = converted(file, "srt");
     EXPECT_EQ(result.exitCode, 1) << result.err;
-    EXPECT_EQ(result.out, "1\n00:00:00,000 --> 00:00:01,000\nx\n\n"
-                          "2\n00:00:01,000 --> 00:00:02,000\nx\uFFFDy\uFFFD\n\n"
-                          "3\n00:00:02,000 --> 00:00:03,000\nz\uFFFD\n\n");
+    EXPECT_EQ(result.out, "1\n00:00:00,000 --> 00:00:01,000\n{\\an2}x\n\n"
+                          "2\n00:00:01,000 --> 00:00:02,000\n{\\an2}x\uFFFDy\uFFFD\n\n"
+                          "3\n00:00:02,000 --> 00:00:03,000\n{\\an2}z\uFFFD\n\n");
     for (const std::string_view place :
          {"6 UTF-16 makes no character (1 such place)", "6 UTF-16 makes no character (2 such places)"}) {
         const std::string text = "text sample: at its byte " + std::string(place);
