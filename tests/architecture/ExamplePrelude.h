@@ -214,9 +214,16 @@ namespace streams_ttml {
 extern qlx::streams::TtmlFile file;
 extern qlx::subtitles::Cue cue;
 }  // namespace streams_ttml
+namespace subtitles_box {
+extern qlx::subtitles::Cue cue;
+}
 namespace subtitles_cue {
 extern qlx::subtitles::Cue cue;
 }
+namespace subtitles_shown_together {
+extern std::vector<qlx::subtitles::Cue> cues;
+extern qlx::playout::CaptionPlayout playout;
+}  // namespace subtitles_shown_together
 namespace subtitles_stl_writer {
 extern std::vector<qlx::subtitles::Cue> cues;
 }

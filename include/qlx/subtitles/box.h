@@ -1,4 +1,8 @@
 // Boxes of cues as rows and columns of a screen.
+//
+//     if (cue.box) {
+//         qlx::subtitles::placeRows(cue, *cue.box);
+//     }
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>

@@ -1,4 +1,7 @@
 // Cues that are shown at the same time.
+//
+//     // All that begin in a frame; a channel shows one caption at a time.
+//     playout.add(qlx::subtitles::shownTogether(cues));
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
