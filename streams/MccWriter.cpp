@@ -1,5 +1,6 @@
 #include <qlx/streams/mcc.h>
 
+#include <qlx/base/frame_rate.h>
 #include <qlx/cc/time_code.h>
 
 #include "LeftOut.h"
@@ -97,7 +98,7 @@ std::optional<Finding> MccWriter::write(const Frame& frame, FindingSink* finding
         appendHeader();
     }
     const bool hasPlaces = _header.version == 2;
-    const auto ofTime = frame.pts ? detail::nearestFrame(*frame.pts, _header.rate) : std::nullopt;
+    const auto ofTime = frame.pts ? nearestFrame(*frame.pts, _header.rate) : std::nullopt;
     for (std::size_t place = 0; place < frame.packets.size(); ++place) {
         const anc::Packet& packet = frame.packets[place];
         detail::appendTimeCode(_text, ofTime.value_or(frame.number), _header.rate, _header.dropsFrames, ':');

@@ -1,6 +1,7 @@
 #include <qlx/streams/scc.h>
 
 #include <qlx/anc/packet.h>
+#include <qlx/base/frame_rate.h>
 #include <qlx/cc/time_code.h>
 #include <qlx/streams/captions.h>
 
@@ -115,8 +116,7 @@ std::optional<Finding> SccWriter::sendUpTo(std::uint64_t frame, std::uint64_t pl
 
 std::optional<Finding> SccWriter::write(const Frame& frame, FindingSink* findings) {
     const std::uint64_t place = frame.packets.size();
-    const std::optional<std::uint64_t> ofTime =
-        frame.pts ? detail::nearestFrame(*frame.pts, _options.rate) : std::nullopt;
+    const std::optional<std::uint64_t> ofTime = frame.pts ? nearestFrame(*frame.pts, _options.rate) : std::nullopt;
     const std::uint64_t number = ofTime.value_or(frame.number);
     if (auto failure = sendUpTo(number, place)) {
         return failure;

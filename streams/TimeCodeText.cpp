@@ -2,9 +2,7 @@
 
 #include <qlx/cc/time_code.h>
 
-#include <algorithm>
 #include <charconv>
-#include <cmath>
 
 namespace qlx::streams::detail {
 
@@ -77,16 +75,6 @@ void appendTimeCode(std::string& text, std::uint64_t frame, FrameRate rate, bool
     append(label.seconds / kSecondsOfMinute % kSecondsOfMinute, ':');
     append(label.seconds % kSecondsOfMinute, mark);
     append(label.frame, 0);
-}
-
-std::optional<std::uint64_t> nearestFrame(const MediaTime& time, FrameRate rate) noexcept {
-    constexpr double kGreatest = 1e15;
-    const MediaTime duration = frameDuration(rate);
-    const double frame = secondsFrom(time) * duration.timescale / static_cast<double>(duration.value);
-    if (!time.isValid() || !(frame > -0.5) || frame > kGreatest) {
-        return std::nullopt;
-    }
-    return static_cast<std::uint64_t>(std::llround(std::max(frame, 0.0)));
 }
 
 std::int64_t timecodeNumber(std::uint64_t frame, FrameRate rate, bool dropsFrames) noexcept {

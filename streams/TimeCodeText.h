@@ -33,9 +33,6 @@ struct TimeCodeText {
 /// @param mark What stands in front of the frames.
 void appendTimeCode(std::string& text, std::uint64_t frame, FrameRate rate, bool dropsFrames, char mark);
 
-/// The frame that begins nearest to a time, counted from 0; none for what is no time or negative.
-[[nodiscard]] std::optional<std::uint64_t> nearestFrame(const MediaTime& time, FrameRate rate) noexcept;
-
 /// A frame's timecode as a finding has it: four bytes, and 8000'0000h in drop-frame counting.
 [[nodiscard]] std::int64_t timecodeNumber(std::uint64_t frame, FrameRate rate, bool dropsFrames) noexcept;
 

@@ -20,9 +20,15 @@ std::uint8_t sideOf(Alignment alignment) {
     return alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
 }
 
+/// A place in the picture: what is far beyond it, or no number, is at an edge.
+double within(double place) {
+    constexpr double kFar = 1000;
+    return std::isnan(place) ? 0 : std::clamp(place, -kFar, kFar);
+}
+
 /// The row that ends at a height, or in front of the first: 0.
 double rowAt(double y) {
-    return (y - kSafeBox.top) / kSafeBox.height * kGridRows;
+    return (within(y) - kSafeBox.top) / kSafeBox.height * kGridRows;
 }
 
 }  // namespace
@@ -49,7 +55,7 @@ void placeRows(Cue& cue, const Box& box) {
     const bool isOnGrid = count <= kGridRows;
     first = std::clamp<std::int64_t>(first, 1, std::max<std::int64_t>(1, kGridRows - count + 1));
     const auto column = std::clamp<std::int64_t>(
-        std::lround((box.left - kSafeBox.left) / kSafeBox.width * kGridColumns) + 1, 1, kGridColumns);
+        std::lround((within(box.left) - kSafeBox.left) / kSafeBox.width * kGridColumns) + 1, 1, kGridColumns);
     cue.screenRows = isOnGrid ? kGridRows : 0;
     bool hasColumns = false;
     for (Row& row : cue.rows) {

@@ -61,7 +61,7 @@ void useColumns(Cue& cue, std::uint16_t screenColumns) {
     for (Row& row : cue.rows) {
         if (row.column != 0 && cue.screenColumns != 0) {
             const std::uint32_t column = (row.column - std::uint32_t{1}) * screenColumns / cue.screenColumns + 1;
-            row.column = static_cast<std::uint16_t>(column);
+            row.column = static_cast<std::uint16_t>(std::min<std::uint32_t>(column, screenColumns));
         }
     }
     cue.screenColumns = screenColumns;

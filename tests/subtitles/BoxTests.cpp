@@ -5,6 +5,7 @@
 #include <qlx/subtitles/box.h>
 #include <qlx/subtitles/webvtt.h>
 
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -138,6 +139,23 @@ TEST(Box, GivesRowsTheirPlaceOnAScreen) {
     // It ends at 89 %, 14.8 rows down, and begins at 20 %.
     EXPECT_EQ(region->rows.at(1).number, 15U);
     EXPECT_EQ(region->rows.at(1).column, 5);
+}
+
+TEST(Box, GivesRowsAPlaceWhateverItsNumbersAre) {
+    const double beyond = std::numeric_limits<double>::max();
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    for (const BoxEdge edge : {BoxEdge::Top, BoxEdge::Middle, BoxEdge::Bottom}) {
+        for (const double number : {beyond, -beyond, std::numeric_limits<double>::infinity(), none, 1e6}) {
+            Cue cue = cueOf(1, 0, 1000, {rowOf("a"), rowOf("b")});
+            cue.rows[0].alignment = Alignment::Left;
+            placeRows(cue, {number, number, number, number, edge});
+            EXPECT_GE(cue.rows[0].number, 1U);
+            EXPECT_EQ(cue.rows[1].number, cue.rows[0].number + 1);
+            EXPECT_LE(cue.rows[1].number, 15U);
+            EXPECT_GE(cue.rows[0].column, 1U);
+            EXPECT_LE(cue.rows[0].column, 32U);
+        }
+    }
 }
 
 }  // namespace box_tests

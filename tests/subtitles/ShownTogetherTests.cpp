@@ -98,6 +98,8 @@ TEST(ShownTogether, StandOnOneScreen) {
     EXPECT_EQ(shownOf({cueOf({{"a", 1, 0, 1}, {"b", 2, 0, 17}}, 0, 32), cueOf({{"c", 5, 0, 40}, {"d", 6}}, 0, 40)}),
               (Rows{"1,1 a", "2,21 b", "5,40 c", "6 d"}));
     EXPECT_EQ(shownOf({cueOf({{"a", 1}}), cueOf({{"c", 5, 0, 40}}, 0, 40)}), (Rows{"1 a", "5,40 c"}));
+    // A column beyond its screen is at its end.
+    EXPECT_EQ(shownOf({cueOf({{"a", 1, 0, 65535}}, 0, 2), cueOf({{"c", 5, 0, 3}}, 0, 40)}), (Rows{"1,40 a", "5,3 c"}));
 }
 
 TEST(ShownTogether, LastUntilTheLastOfThem) {

@@ -174,13 +174,21 @@ TEST(ConvertPlaces, NeedNoCodeBelowInTheMiddle) {
     EXPECT_EQ(converted(folder.write("usual.srt", usual), "srt").out, usual);
 }
 
+/// A text, options, and the text in the rows that they make of it.
+struct WrapCase {
+    std::string_view text;
+    std::vector<std::string> more;
+    std::string_view expected;
+};
+
+void expectWrapped(const TemporaryFolder& folder, const WrapCase& each) {
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", each.text}}));
+    EXPECT_EQ(converted(file, "srt", each.more).out, srt({{"00:00:01,000", "00:00:02,000", each.expected}}));
+}
+
 TEST(ConvertRows, EndBetweenCharactersOfTextWithoutSpaces) {
     const TemporaryFolder folder;
-    const struct {
-        std::string_view text;
-        std::vector<std::string> more;
-        std::string_view expected;
-    } cases[] = {
+    const WrapCase cases[] = {
         // In front of no closing mark, behind no opening one, in front of no small kana nor sign of length.
         {"今日はとてもいい天気ですね。散歩に行きましょう。",
          {"--wrap", "26"},
@@ -196,11 +204,8 @@ TEST(ConvertRows, EndBetweenCharactersOfTextWithoutSpaces) {
         {"ab\ncd", {"--wrap", "20", "--wrap-rows", "1"}, "ab cd"},
         {"한국어는 띄어쓰기가 있다", {"--wrap", "16"}, "한국어는\n띄어쓰기가 있다"},
     };
-    for (const auto& each : cases) {
-        const std::string file =
-            folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", std::string(each.text)}}));
-        EXPECT_EQ(converted(file, "srt", each.more).out,
-                  srt({{"00:00:01,000", "00:00:02,000", std::string(each.expected)}}));
+    for (const WrapCase& each : cases) {
+        expectWrapped(folder, each);
     }
     // Styles stay with their characters.
     const std::string styled =
@@ -211,22 +216,15 @@ TEST(ConvertRows, EndBetweenCharactersOfTextWithoutSpaces) {
 
 TEST(ConvertRows, OfDialogueStayApart) {
     const TemporaryFolder folder;
-    const struct {
-        std::string_view text;
-        std::vector<std::string> more;
-        std::string_view expected;
-    } cases[] = {
+    const WrapCase cases[] = {
         {"- Hello there, how are you today?\n- Fine.", {"--wrap", "20"}, "- Hello there, how\nare you today?\n- Fine."},
         {"- Yes.\n- No.", {"--wrap", "40", "--wrap-rows", "1"}, "- Yes.\n- No."},
         {"– Yes.\n– No.", {"--wrap", "40", "--wrap-rows", "1"}, "– Yes.\n– No."},
         {"— Yes.\n— No.", {"--wrap", "40", "--wrap-rows", "1"}, "— Yes.\n— No."},
         {"-はい\n-いいえ、ちがいます", {"--wrap", "16"}, "-はい\n-いいえ、\nちがいます"},
     };
-    for (const auto& each : cases) {
-        const std::string file =
-            folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", std::string(each.text)}}));
-        EXPECT_EQ(converted(file, "srt", each.more).out,
-                  srt({{"00:00:01,000", "00:00:02,000", std::string(each.expected)}}));
+    for (const WrapCase& each : cases) {
+        expectWrapped(folder, each);
     }
     const std::string voices =
         folder.write("in.vtt", "WEBVTT\n\n1\n" + vtt("", "<v Mary>Yes.</v>\n<v Bob>No, I am not sure.</v>"));
