@@ -14,11 +14,12 @@
 #include <set>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace qlx::streams::detail {
 
 /// Takes the frames of coded pictures in the order of the stream, and gives them in the order of presentation, counted
-/// anew.
+/// anew. Two field pictures of a frame are one, at the time of the first.
 class PictureOrder {
 public:
     /// As many pictures wait at most.
@@ -27,7 +28,18 @@ public:
     explicit PictureOrder(const video::StreamForm& form) : _order(form) {}
 
     /// @param unit The picture's access unit.
-    void add(std::span<const std::uint8_t> unit, Frame frame) { _order.add(unit, std::move(frame)); }
+    /// @return Whether it is the second field of a frame, whose captions have joined those of the first.
+    bool add(std::span<const std::uint8_t> unit, Frame frame) {
+        return _order.add(unit, std::move(frame), [](Frame& first, const Frame& second) {
+            if (!first.triplets) {
+                first.triplets = second.triplets;
+            } else if (!second.triplets.empty()) {
+                std::vector<std::uint8_t> both(first.triplets.begin(), first.triplets.end());
+                both.insert(both.end(), second.triplets.begin(), second.triplets.end());
+                first.triplets = Data(both);
+            }
+        });
+    }
 
     /// No picture follows.
     void finish() noexcept { _order.finish(); }
@@ -61,11 +73,14 @@ public:
         if (frame.pts && (frame.pts->value > kGreatestTime || frame.pts->value < -kGreatestTime)) {
             frame.pts.reset();
         }
-        _isComplete = _isComplete && frame.pts;
-        if (frame.pts && _isComplete) {
-            _times.insert(frame.pts->value);
+        const std::optional<MediaTime> time = frame.pts;
+        if (_order.add(unit, std::move(frame))) {
+            return;
         }
-        _order.add(unit, std::move(frame));
+        _isComplete = _isComplete && time;
+        if (time && _isComplete) {
+            _times.insert(time->value);
+        }
     }
 
     void finish() noexcept {

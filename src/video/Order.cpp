@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdlib>
 #include <numeric>
+#include <utility>
 
 namespace qlx::video {
 
@@ -122,16 +123,26 @@ std::int64_t PictureCount::temporalPlace(std::int64_t reference) {
 }
 
 std::optional<std::int64_t> PictureCount::mpeg2Place(std::span<const std::uint8_t> unit) {
+    std::optional<std::int64_t> reference;
+    bool begins = false;
     for (const UnitView& part : StartCodeUnits(unit)) {
+        if (reference) {
+            // The coding extension of a picture stands right behind its header (6.2.3).
+            const Result<Mpeg2PictureCoding> coding = parseMpeg2PictureCoding(part.bytes);
+            if (part.bytes[0] == kMpeg2Extension && coding && coding->structure != Mpeg2PictureStructure::Frame) {
+                _field = {coding->structure == Mpeg2PictureStructure::BottomField, *reference, !begins};
+            }
+            break;
+        }
         if (part.bytes[0] == kMpeg2Group) {
             beginAnew();
+            begins = true;
         } else if (part.bytes[0] == kMpeg2Picture) {
-            if (const Result<Mpeg2PictureHeader> header = parseMpeg2Picture(part.bytes)) {
-                return temporalPlace(header->temporalReference);
-            }
+            const Result<Mpeg2PictureHeader> header = parseMpeg2Picture(part.bytes);
+            reference = header ? std::optional<std::int64_t>(header->temporalReference) : std::nullopt;
         }
     }
-    return std::nullopt;
+    return reference ? std::optional(temporalPlace(*reference)) : std::nullopt;
 }
 
 /// The turns that a counter in the headers has passed when its value is `low`: the nearest to the last one.
@@ -184,7 +195,8 @@ std::int64_t PictureCount::turnedCount(const H264Sequence& sequence, const detai
 /// are missing.
 /// @param slice With the NAL unit header.
 std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_t> slice) {
-    if (nalUnitType(slice[0], Codec::H264) == kH264IdrSlice) {
+    const bool isIdr = nalUnitType(slice[0], Codec::H264) == kH264IdrSlice;
+    if (isIdr) {
         beginAnew();
     }
     const auto picture = _pictures.find(detail::pictureOfSlice(slice));
@@ -193,6 +205,9 @@ std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_
         found == _sequences.end() ? std::nullopt : detail::parseH264Slice(slice, found->second, picture->second);
     if (!header) {
         return std::nullopt;
+    }
+    if (header->isField) {
+        _field = {header->isBottom, header->beginsAnew ? 0 : header->frameNumber, !isIdr && !header->beginsAnew};
     }
     std::optional<std::int64_t> count;
     if (header->beginsAnew) {
@@ -312,6 +327,7 @@ std::optional<std::int64_t> PictureCount::h265Place(const Units& units) {
 }
 
 std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {
+    const std::optional<Field> first = std::exchange(_field, std::nullopt);
     std::optional<std::int64_t> place;
     if (_form.codec == Codec::Mpeg2) {
         place = mpeg2Place(unit);
@@ -321,6 +337,11 @@ std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {
     } else {
         place = _form.lengthBytes == 0 ? h265Place(StartCodeUnits(unit))
                                        : h265Place(LengthPrefixedUnits(unit, _form.lengthBytes));
+    }
+    _isSecondField =
+        first && _field && _field->canBeSecond && first->frame == _field->frame && first->isBottom != _field->isBottom;
+    if (_isSecondField) {
+        _field.reset();
     }
     const std::int64_t found = place.value_or(_greatest + 1);
     _greatest = std::max(_greatest, found);

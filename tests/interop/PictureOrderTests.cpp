@@ -1,14 +1,13 @@
 // The order of presentation of hand-made H.264 pictures, whose counts begin anew in mid-sequence, as FFmpeg's decoder
 // gives it.
 #include "ExactBuffer.h"
-#include "ToolRunner.h"
+#include "UnitBits.h"
 
 #include <qlx/video/order.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,65 +15,8 @@
 namespace {
 
 using qlx::video::Codec;
-using qlxtest::TemporaryFolder;
+using qlxtest::UnitBits;
 using Bytes = std::vector<std::uint8_t>;
-
-/// Bits from the highest on.
-class UnitBits {
-public:
-    UnitBits& bits(std::uint32_t value, unsigned count) {
-        while (count-- > 0) {
-            if (_used % 8 == 0) {
-                _bytes.push_back(0);
-            }
-            _bytes.back() = static_cast<std::uint8_t>(_bytes.back() | (value >> count & 1U) << (7 - _used % 8));
-            ++_used;
-        }
-        return *this;
-    }
-
-    /// Exp-Golomb codes without and with sign.
-    UnitBits& ue(std::uint32_t value) {
-        unsigned zeros = 0;
-        while ((value + 1) >> (zeros + 1) != 0) {
-            ++zeros;
-        }
-        return bits(0, zeros).bits(value + 1, zeros + 1);
-    }
-    UnitBits& se(int value) { return ue(static_cast<std::uint32_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
-
-    UnitBits& align() {
-        _used = _bytes.size() * 8;
-        return *this;
-    }
-
-    UnitBits& bytes(std::size_t count, std::uint8_t value) {
-        align();
-        _bytes.insert(_bytes.end(), count, value);
-        _used = _bytes.size() * 8;
-        return *this;
-    }
-
-    /// A NAL unit in a byte stream. Emulation prevention is not needed where no two bytes of 0 follow one another.
-    [[nodiscard]] Bytes unit(std::uint8_t header) {
-        bits(1, 1);
-        Bytes unit{0, 0, 0, 1, header};
-        unsigned zeros = 0;
-        for (const std::uint8_t byte : _bytes) {
-            if (zeros == 2 && byte <= 3) {
-                unit.push_back(3);
-                zeros = 0;
-            }
-            unit.push_back(byte);
-            zeros = byte == 0 ? zeros + 1 : 0;
-        }
-        return unit;
-    }
-
-private:
-    Bytes _bytes;
-    std::size_t _used = 0;
-};
 
 constexpr unsigned kFrameNumberBits = 4;
 constexpr unsigned kOrderBits = 6;
@@ -175,14 +117,8 @@ std::vector<Picture> somePictures(unsigned orderType, unsigned count, unsigned s
 }
 
 /// The marks as FFmpeg shows them.
-std::string shownByFfmpeg(const Bytes& stream) {
-    const TemporaryFolder folder;
-    const std::string file = folder.write("a.h264", stream);
-    const std::string command = "ffmpeg -nostdin -v error -f h264 -i '" + file +
-                                "' -vsync passthrough -f rawvideo -pix_fmt yuv420p -y '" + folder.path("shown") +
-                                "' >'" + folder.path("log") + "' 2>&1";
-    EXPECT_EQ(std::system(command.c_str()), 0) << folder.read("log");
-    const std::string shown = folder.read("shown");
+std::string shownMarks(const Bytes& stream) {
+    const std::string shown = qlxtest::shownByFfmpeg(stream, "h264");
     std::string marks;
     constexpr std::size_t kPictureBytes = 384;
     for (std::size_t place = 0; place + kPictureBytes <= shown.size(); place += kPictureBytes) {
@@ -192,7 +128,7 @@ std::string shownByFfmpeg(const Bytes& stream) {
 }
 
 TEST(PictureOrders, AreThoseOfFfmpegWhereCountsBeginAnew) {
-    if (std::system("ffmpeg -version >/dev/null 2>&1") != 0) {
+    if (!qlxtest::hasFfmpeg()) {
         GTEST_SKIP() << "ffmpeg is not installed: nothing was decoded";
     }
     for (unsigned orderType = 0; orderType <= 2; ++orderType) {
@@ -217,7 +153,7 @@ TEST(PictureOrders, AreThoseOfFfmpegWhereCountsBeginAnew) {
         }
         order.finish();
         take();
-        EXPECT_EQ(shownByFfmpeg(stream), ours) << "type " << orderType;
+        EXPECT_EQ(shownMarks(stream), ours) << "type " << orderType;
     }
 }
 

@@ -154,4 +154,37 @@ TEST(VideoReader, GivesThePicturesInTheOrderOfPresentation) {
     EXPECT_EQ(error, FindingCode::VideoSystemStartCode);
 }
 
+/// A field picture of MPEG-2 (1 top, 2 bottom), with a message or without.
+std::string mpeg2Field(unsigned temporalReference, unsigned structure, const std::string& message) {
+    const Bytes header{static_cast<std::uint8_t>(temporalReference >> 2U),
+                       static_cast<std::uint8_t>((temporalReference & 3U) << 6U | 2U << 3U)};
+    return "00000100" + qlxtest::toHex(header) + "000001b5 8fff f" + std::to_string(structure) + "0080" + message +
+           "00000101 00";
+}
+
+TEST(VideoReader, JoinsTheFieldsOfAFrame) {
+    const std::string first = "000001b2 47413934 03 c1 ff fc942c ff";
+    const std::string second = "000001b2 47413934 03 c1 ff fd8080 ff";
+    const std::string empty = "000001b2 47413934 03 c0 ff ff";
+    const Bytes stream =
+        fromHex(mpeg2Field(0, 1, first) + mpeg2Field(0, 2, second) + mpeg2Field(1, 2, first) + mpeg2Field(1, 1, "") +
+                mpeg2Field(2, 1, "") + mpeg2Field(2, 2, second) + mpeg2Field(3, 1, "") + mpeg2Field(3, 2, empty) +
+                mpeg2Field(4, 1, "") + mpeg2Field(4, 2, "") + mpeg2Field(5, 1, first));
+    const std::vector<Data> expected{
+        Data(fromHex("fc942cfd8080")), Data(fromHex("fc942c")), Data(fromHex("fd8080")), Data(Bytes{}), Data(),
+        Data(fromHex("fc942c"))};
+    qlx::streams::MemorySource source(stream);
+    qlx::streams::VideoReader reader(source, Codec::Mpeg2);
+    qlx::streams::Frame frame;
+    std::vector<Data> found;
+    for (qlx::Result<bool> more = reader.next(frame, nullptr); more && *more; more = reader.next(frame, nullptr)) {
+        EXPECT_EQ(frame.number, found.size());
+        found.push_back(frame.triplets);
+    }
+    EXPECT_EQ(found, expected);
+    ASSERT_EQ(found.size(), 6U);
+    EXPECT_TRUE(found[3]);
+    EXPECT_FALSE(found[4]);
+}
+
 }  // namespace

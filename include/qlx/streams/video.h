@@ -88,7 +88,8 @@ private:
     bool _isAtEnd = false;
 };
 
-/// The pictures of an elementary stream as frames, in the order of presentation, with the captions that they carry.
+/// The pictures of an elementary stream as frames, in the order of presentation, with the captions that they carry. Two
+/// field pictures of H.264 or MPEG-2 video that make a frame are one, with the captions of both; of H.265 each is one.
 class QLX_STREAMS_EXPORT VideoReader final : public FrameReader {
 public:
     /// The same as of VideoUnits.

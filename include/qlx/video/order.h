@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <span>
@@ -39,11 +40,25 @@ public:
     /// @param unit Its access unit.
     [[nodiscard]] QLX_EXPORT std::int64_t placeOf(std::span<const std::uint8_t> unit);
 
+    /// Whether the last picture was a field whose other one may come next.
+    [[nodiscard]] bool isFirstField() const noexcept { return _field.has_value(); }
+    /// Whether the last picture was the second field of the frame that the picture in front of it began: two field pictures
+    /// of opposite parity with one temporal_reference (ISO/IEC 13818-2, 6.1.1.4.1 and 6.3.9), or with one frame_num and
+    /// no new count in the second one (ITU-T H.264, 3.30 and 3.31). Pictures of H.265 are taken as frames.
+    [[nodiscard]] bool isSecondField() const noexcept { return _isSecondField; }
+
     /// Where the places begin of the sequence or group that came last. What stands in front of it is complete, but for
     /// the first pictures of an open group, which have places of their own in it.
     [[nodiscard]] std::int64_t base() const noexcept { return _base; }
 
 private:
+    /// A field picture.
+    struct Field {
+        bool isBottom = false;
+        std::int64_t frame = 0;    ///< temporal_reference or frame_num
+        bool canBeSecond = false;  ///< Nothing begins anew with it.
+    };
+
     [[nodiscard]] std::optional<std::int64_t> mpeg2Place(std::span<const std::uint8_t> unit);
     [[nodiscard]] std::int64_t temporalPlace(std::int64_t reference);
     template <class Units>
@@ -64,16 +79,20 @@ private:
     std::int64_t _high = 0;       ///< What the counter in the headers has passed, in whole turns.
     std::int64_t _low = 0;        ///< Its last value; of H.264's type 1 both are of frame_num.
     bool _isEnded = false;        ///< H.265: an end of sequence was the last unit.
+    std::optional<Field> _field;  ///< The last picture, as long as its other field has not come.
+    bool _isSecondField = false;
     std::map<std::uint32_t, H264Sequence> _sequences;
     std::map<std::uint32_t, H264Picture> _pictures;
     std::map<std::uint32_t, H265Sequence> _h265Sequences;
     std::map<std::uint32_t, H265Picture> _h265Pictures;
 };
 
-/// As many pictures wait at most: H.264 lets 16 frames overtake another, which may be 32 fields.
+/// As many pictures wait at most: H.264 lets 16 frames overtake another, which may be 32 fields. A field whose other one
+/// has not come may wait beside them.
 inline constexpr std::size_t kLongestPictureWait = 33;
 
-/// Takes what belongs to coded pictures in the order of the stream, and gives it in the order of presentation.
+/// Takes what belongs to coded pictures in the order of the stream, and gives it in the order of presentation: picture by
+/// picture, or frame by frame where the caller says how what belongs to two fields is joined.
 template <class Item>
 class PictureOrder {
 public:
@@ -83,14 +102,32 @@ public:
     /// Takes what rides along with the next picture of the stream, whose access unit is looked at, and not kept.
     void add(std::span<const std::uint8_t> unit, Item item) { _waiting.emplace(_count.placeOf(unit), std::move(item)); }
 
+    /// The same, but for the second field of a frame, which becomes part of the first one: join(Item& first, Item second).
+    /// @return Whether it did.
+    template <class Join>
+    bool add(std::span<const std::uint8_t> unit, Item item, const Join& join) {
+        const std::int64_t place = _count.placeOf(unit);
+        if (_first && _count.isSecondField()) {
+            join(std::prev(_waiting.upper_bound(*_first))->second, std::move(item));
+            _first.reset();
+            return true;
+        }
+        _waiting.emplace(place, std::move(item));
+        _first = _count.isFirstField() ? std::optional(place) : std::nullopt;
+        return false;
+    }
+
     /// No picture follows.
     void finish() noexcept { _isFinished = true; }
 
     /// What belongs to the next picture; none as long as that is not known.
     [[nodiscard]] std::optional<Item> take() {
-        const bool isKnown = _isFinished || _waiting.size() > kLongestPictureWait ||
-                             (!_waiting.empty() && _waiting.begin()->first < _count.base());
-        if (_waiting.empty() || !isKnown) {
+        if (_waiting.empty()) {
+            return std::nullopt;
+        }
+        const std::int64_t place = _waiting.begin()->first;
+        const bool isKnown = _waiting.size() > kLongestPictureWait || place < _count.base();
+        if (!_isFinished && (!isKnown || place == _first)) {
             return std::nullopt;
         }
         std::optional<Item> item = std::move(_waiting.begin()->second);
@@ -101,6 +138,7 @@ public:
 private:
     PictureCount _count;
     std::multimap<std::int64_t, Item> _waiting;
+    std::optional<std::int64_t> _first;  ///< The place of a field that waits for its other one, the last one there.
     bool _isFinished = false;
 };
 
