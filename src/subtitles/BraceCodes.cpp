@@ -14,6 +14,11 @@ namespace qlx::subtitles {
 
 namespace {
 
+/// The round brackets that are open behind a character.
+std::size_t depthBehind(char character, std::size_t depth) noexcept {
+    return character == '(' ? depth + 1 : character == ')' && depth > 0 ? depth - 1 : depth;
+}
+
 std::optional<double> coordinateOf(std::string_view text) noexcept {
     text = trimmed(text);
     double number = 0;
@@ -24,12 +29,19 @@ std::optional<double> coordinateOf(std::string_view text) noexcept {
 
 }  // namespace
 
+bool leavesBracketOpen(std::string_view code) noexcept {
+    std::size_t depth = 0;
+    for (const char character : code) {
+        depth = depthBehind(character, depth);
+    }
+    return depth > 0;
+}
+
 std::string_view takeCodeOf(std::string_view& codes) noexcept {
     std::size_t depth = 0;
     std::size_t size = 0;
     for (; size < codes.size() && (codes[size] != '\\' || depth > 0); ++size) {
-        depth += codes[size] == '(' ? 1 : 0;
-        depth -= codes[size] == ')' && depth > 0 ? 1 : 0;
+        depth = depthBehind(codes[size], depth);
     }
     const std::string_view code = codes.substr(0, size);
     codes.remove_prefix(std::min(size + 1, codes.size()));

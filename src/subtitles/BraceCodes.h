@@ -13,6 +13,9 @@ namespace qlx::subtitles {
 /// Takes a code off the front, up to the next one; a backslash in round brackets begins none.
 [[nodiscard]] std::string_view takeCodeOf(std::string_view& codes) noexcept;
 
+/// Whether a code has a round bracket that it does not close, so that it would take in what follows it in its braces.
+[[nodiscard]] bool leavesBracketOpen(std::string_view code) noexcept;
+
 /// The 24 bits (red highest) of `&HBBGGRR&`, what stands in front of the blue ones (`&HAABBGGRR`) aside; none for any other
 /// text.
 [[nodiscard]] std::optional<std::uint32_t> codeColor(std::string_view text) noexcept;

@@ -282,8 +282,7 @@ void SubRipMarkup::takeCode(std::string_view code) {
             value.empty() ? std::nullopt
                           : std::optional(code.front() == 'b' && weight > 1 ? weight >= kHeavy : weight > 0);
         if (code.front() == 'b' && weight > 1) {
-            _kept += '\\';
-            _kept += code;
+            keep(code);
         }
         (code.front() == 'b'   ? _codes.isBold
          : code.front() == 'i' ? _codes.isItalic
@@ -299,9 +298,14 @@ void SubRipMarkup::takeCode(std::string_view code) {
         _codes = {};
     } else if (!code.empty()) {
         _position = _position ? _position : positionOfCode(code);
-        _kept += '\\';
-        _kept += code;
+        keep(code);
     }
+}
+
+void SubRipMarkup::keep(std::string_view code) {
+    _kept += _kept.empty() || !_isKeptOpen ? "\\" : "}{\\";
+    _kept += code;
+    _isKeptOpen = leavesBracketOpen(code);
 }
 
 /// @return Whether it is the place of the cue: the first one counts, and others are kept as they are.

@@ -57,6 +57,7 @@ private:
     void takeCode(std::string_view code);
     [[nodiscard]] bool takeAnchor(std::string_view digits, bool isOld);
     [[nodiscard]] std::size_t takeEntity(std::string_view text, Cue& cue);
+    void keep(std::string_view code);
     void append(std::string_view text, Cue& cue);
     void beginRun(Row& row);
     void finishRow(Cue& cue);
@@ -67,8 +68,9 @@ private:
     std::int64_t _entities = 0;
     std::vector<Tag> _open;
     Codes _codes;
-    std::string _kept;        ///< Codes that stand in front of the next run.
-    bool _isChanged = false;  ///< The next text may look otherwise than the text in front of it.
+    std::string _kept;  ///< Codes that stand in front of the next run, as one or several pairs of braces hold them.
+    bool _isKeptOpen = false;  ///< The last one would take in what follows it.
+    bool _isChanged = false;   ///< The next text may look otherwise than the text in front of it.
     std::uint8_t _anchor = 0;
     std::optional<CodePosition> _position;
 };

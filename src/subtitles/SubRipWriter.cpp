@@ -30,8 +30,14 @@ const std::string* sizeOf(const Run& run) noexcept {
     return writableValue(run, properties::kFontSize, "\"<>\r\n");
 }
 
+/// Codes, those of several pairs of braces with `}{` between them.
 const std::string* codesOf(const Run& run) noexcept {
-    return writableValue(run, properties::kSubRipCodes, "}\r\n");
+    const std::string* const codes = writableValue(run, properties::kSubRipCodes, "\r\n");
+    std::size_t brace = codes == nullptr ? std::string::npos : codes->find('}');
+    while (brace != std::string::npos && codes->compare(brace + 1, 2, "{\\") == 0) {
+        brace = codes->find('}', brace + 1);
+    }
+    return brace == std::string::npos ? codes : nullptr;
 }
 
 bool isWritten(const Run& run, const Property& property) noexcept {

@@ -81,6 +81,9 @@ TEST(SubRip, ReadsTheMarkupOfRows) {
         {"{\\pos(10,20)}a", "{srt.codes=\\pos(10,20)}a"},
         {"{\\an8\\fad(1,2)\\t(0,5,\\fs9)}a", "[8]{srt.codes=\\fad(1,2)\\t(0,5,\\fs9)}a"},
         {"a{\\k20}", "a{srt.codes=\\k20}"},
+        // An open bracket takes in what follows it up to the end of its braces.
+        {"{\\fad(1\\i1}{\\pos(1,2)}a", "{srt.codes=\\fad(1\\i1}{\\pos(1,2)}a"},
+        {"{\\fad(1}{\\i1\\k1}{\\k2}a", "{i srt.codes=\\fad(1}{\\k1\\k2}a"},
         {"{\\an8 a", "{\\an8 a"},
         {"{a}", "{a}"},
         {"a\n\u00A0\nb", "a||b"},
@@ -251,6 +254,14 @@ TEST(SubRip, WritesCues) {
     EXPECT_TRUE(findings.empty());
 }
 
+TEST(SubRip, WritesCodesInTheirBraces) {
+    // The first one would take in the others in one pair of braces.
+    const std::string file = std::string(kHead) + "{\\fad(1}{\\pos(1,2)\\k1}a{\\k2}b\n\n";
+    qlx::Findings findings;
+    EXPECT_EQ(written(read(file).cues.at(0), &findings), file);
+    EXPECT_TRUE(findings.empty());
+}
+
 TEST(SubRip, WritesNoRowOfBlanks) {
     // For many readers it ends the cue.
     EXPECT_EQ(written(cueOf(1, 1000, 2000, {rowOf("a"), rowOf(" \t"), rowOf(" b")})),
@@ -290,7 +301,8 @@ TEST(SubRip, SaysWhatItCannotWrite) {
 
 TEST(SubRip, WritesNoPropertyThatWouldEndItsTagOrRow) {
     const Property cases[] = {
-        {"srt.codes", "\\fad(1,2)}x"},    {"srt.codes", "\\k1\n\n2\n00:00:05,000 --> 00:00:06,000"},
+        {"srt.codes", "\\fad(1,2)}x"},    {"srt.codes", "\\fad(1}{x"},
+        {"srt.codes", "\\fad(1}"},        {"srt.codes", "\\k1\n\n2\n00:00:05,000 --> 00:00:06,000"},
         {"font.face", "A\" color=\"red"}, {"font.face", "A>"},
         {"font.size", "9\r\n"},
     };
