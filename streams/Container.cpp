@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <span>
 #include <string>
@@ -61,12 +60,6 @@ constexpr Finding errorOf(FindingCode code, std::uint64_t offset = 0, std::int64
 /// Where the memory was asked for, as ContainerTooMuchMemory says.
 enum class Stage : std::int64_t { Opening = 1, TellingStreams, Reading };
 
-/// In microseconds; none where they are out of range, which only damage is.
-std::optional<std::int64_t> microseconds(const MediaTime& time) {
-    const MediaTime result = convertScale(time, 1'000'000, RoundingMethod::RoundHalfAwayFromZero);
-    return result.isValid() && std::abs(result.value) <= 1LL << 60U ? std::optional(result.value) : std::nullopt;
-}
-
 }  // namespace
 
 class ContainerReader::Reading {
@@ -109,7 +102,8 @@ private:
     detail::DemuxedPacket _packet;
     std::vector<Track> _tracks;
     std::optional<detail::FrameOrder> _order;
-    std::optional<detail::PictureTimes> _pictures;  ///< Where the times of the first track cannot be relied on.
+    std::optional<detail::FieldFrames> _fields;     ///< Of a first track of pictures.
+    std::optional<detail::PictureTimes> _pictures;  ///< In its place where the track's times cannot be relied on.
     std::optional<Finding> _missingIndex;           ///< What is to be said of it.
     std::optional<detail::MxfFooter> _footer;
     std::optional<Finding> _failure;
@@ -234,6 +228,7 @@ std::optional<Finding> ContainerReader::Reading::chooseTracks() {
         if (codec) {
             const bool hasLengths = *codec != video::Codec::Mpeg2;
             track.form = {*codec, hasLengths ? detail::lengthBytesOf(stream.parameters, *codec) : 0};
+            _fields.emplace(track.form, stream.parameters);
         }
         track.timescale = stream.timescale;
         track.frameDuration = stream.frameDuration;
@@ -293,10 +288,10 @@ void ContainerReader::Reading::take(const Track& track, std::size_t number) {
     sample.tolerance = track.tolerance();
     if (_packet.time) {
         sample.frame.pts = MediaTime::make(*_packet.time, track.timescale);
-        sample.presentation = microseconds(*sample.frame.pts);
+        sample.presentation = detail::microseconds(*sample.frame.pts);
     }
     if (_packet.decodingTime) {
-        sample.decoding = microseconds(MediaTime::make(*_packet.decodingTime, track.timescale));
+        sample.decoding = detail::microseconds(MediaTime::make(*_packet.decodingTime, track.timescale));
     }
     if (_packet.isDamaged) {
         reportDamagedSample();
@@ -307,16 +302,18 @@ void ContainerReader::Reading::take(const Track& track, std::size_t number) {
     if (_pictures && number == 0) {
         _pictures->add(_packet.bytes, std::move(sample.frame));
         passPicturesOn();
-        return;
+    } else if (_fields && number == 0) {
+        _fields->add(_packet.bytes, std::move(sample), *_order);
+    } else {
+        _order->add(std::move(sample));
     }
-    _order->add(std::move(sample));
 }
 
 void ContainerReader::Reading::passPicturesOn() {
     while (std::optional<Frame> frame = _pictures->take()) {
         detail::FrameSample sample;
         if (frame->pts) {
-            sample.presentation = microseconds(*frame->pts);
+            sample.presentation = detail::microseconds(*frame->pts);
             sample.decoding = sample.presentation;
         }
         sample.tolerance = _tracks.front().tolerance();
@@ -434,6 +431,8 @@ Result<bool> ContainerReader::Reading::next(Frame& frame, FindingSink* findings)
             if (_pictures) {
                 _pictures->finish();
                 passPicturesOn();
+            } else if (_fields) {
+                _fields->finish(*_order);
             }
             _order->finish();
         }

@@ -1,6 +1,7 @@
 #include "FrameOrder.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -19,6 +20,11 @@ std::size_t bytesOf(const Frame& frame) {
 }
 
 }  // namespace
+
+std::optional<std::int64_t> microseconds(const MediaTime& time) {
+    const MediaTime result = convertScale(time, 1'000'000, RoundingMethod::RoundHalfAwayFromZero);
+    return result.isValid() && std::abs(result.value) <= 1LL << 60U ? std::optional(result.value) : std::nullopt;
+}
 
 /// Adds what another stream, or another picture of the same one, has for a moment.
 void FrameOrder::join(Moment& moment, FrameSample sample) {

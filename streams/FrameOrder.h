@@ -12,6 +12,9 @@
 
 namespace qlx::streams::detail {
 
+/// A time in microseconds; none where they are out of range, which only damage is.
+[[nodiscard]] std::optional<std::int64_t> microseconds(const MediaTime& time);
+
 /// What one stream has for one moment.
 struct FrameSample {
     std::size_t stream = 0;                    ///< Counted from 0.

@@ -1,6 +1,8 @@
 // The order and times of pictures whose container does not give all of them.
 #pragma once
 
+#include "FieldFrames.h"
+
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
 #include <qlx/streams/frame.h>
@@ -14,7 +16,6 @@
 #include <set>
 #include <span>
 #include <utility>
-#include <vector>
 
 namespace qlx::streams::detail {
 
@@ -30,15 +31,7 @@ public:
     /// @param unit The picture's access unit.
     /// @return Whether it is the second field of a frame, whose captions have joined those of the first.
     bool add(std::span<const std::uint8_t> unit, Frame frame) {
-        return _order.add(unit, std::move(frame), [](Frame& first, const Frame& second) {
-            if (!first.triplets) {
-                first.triplets = second.triplets;
-            } else if (!second.triplets.empty()) {
-                std::vector<std::uint8_t> both(first.triplets.begin(), first.triplets.end());
-                both.insert(both.end(), second.triplets.begin(), second.triplets.end());
-                first.triplets = Data(both);
-            }
-        });
+        return _order.add(unit, std::move(frame), joinSecondField);
     }
 
     /// No picture follows.
@@ -73,13 +66,14 @@ public:
         if (frame.pts && (frame.pts->value > kGreatestTime || frame.pts->value < -kGreatestTime)) {
             frame.pts.reset();
         }
-        const std::optional<MediaTime> time = frame.pts;
+        const bool hasTime = frame.pts.has_value();
+        const std::int64_t time = hasTime ? frame.pts->value : 0;
         if (_order.add(unit, std::move(frame))) {
             return;
         }
-        _isComplete = _isComplete && time;
-        if (time && _isComplete) {
-            _times.insert(time->value);
+        _isComplete = _isComplete && hasTime;
+        if (_isComplete) {
+            _times.insert(time);
         }
     }
 

@@ -125,21 +125,29 @@ std::int64_t PictureCount::temporalPlace(std::int64_t reference) {
 std::optional<std::int64_t> PictureCount::mpeg2Place(std::span<const std::uint8_t> unit) {
     std::optional<std::int64_t> reference;
     bool begins = false;
+    bool isBehindHeader = false;
     for (const UnitView& part : StartCodeUnits(unit)) {
-        if (reference) {
+        const std::uint8_t code = part.bytes[0];
+        if (reference && code == kMpeg2Picture) {
+            // The sample of a container may have both fields.
+            _field.reset();
+        } else if (reference && std::exchange(isBehindHeader, false) && code == kMpeg2Extension) {
             // The coding extension of a picture stands right behind its header (6.2.3).
             const Result<Mpeg2PictureCoding> coding = parseMpeg2PictureCoding(part.bytes);
-            if (part.bytes[0] == kMpeg2Extension && coding && coding->structure != Mpeg2PictureStructure::Frame) {
+            if (coding && coding->structure != Mpeg2PictureStructure::Frame) {
                 _field = {coding->structure == Mpeg2PictureStructure::BottomField, *reference, !begins};
             }
+        }
+        if (reference && !_field) {
             break;
         }
-        if (part.bytes[0] == kMpeg2Group) {
+        if (!reference && code == kMpeg2Group) {
             beginAnew();
             begins = true;
-        } else if (part.bytes[0] == kMpeg2Picture) {
+        } else if (!reference && code == kMpeg2Picture) {
             const Result<Mpeg2PictureHeader> header = parseMpeg2Picture(part.bytes);
             reference = header ? std::optional<std::int64_t>(header->temporalReference) : std::nullopt;
+            isBehindHeader = true;
         }
     }
     return reference ? std::optional(temporalPlace(*reference)) : std::nullopt;
@@ -191,21 +199,33 @@ std::int64_t PictureCount::turnedCount(const H264Sequence& sequence, const detai
     return high + slice.orderLow + std::min<std::int64_t>(slice.deltas[0], 0);
 }
 
+/// The parameters of a slice's sequence; null where they, or those of its picture, are missing.
+/// @param slice With the NAL unit header, as below.
+const H264Sequence* PictureCount::sequenceOf(std::span<const std::uint8_t> slice) const {
+    const auto picture = _pictures.find(detail::pictureOfSlice(slice));
+    const auto found = picture == _pictures.end() ? _sequences.end() : _sequences.find(picture->second.sequence);
+    return found == _sequences.end() ? nullptr : &found->second;
+}
+
+std::optional<detail::H264Slice> PictureCount::headerOf(std::span<const std::uint8_t> slice) const {
+    const H264Sequence* const sequence = sequenceOf(slice);
+    return sequence == nullptr
+               ? std::nullopt
+               : detail::parseH264Slice(slice, *sequence, _pictures.find(detail::pictureOfSlice(slice))->second);
+}
+
 /// A slice's picture order count in its sequence; none where the pictures are presented as they stand, or the parameters
 /// are missing.
-/// @param slice With the NAL unit header.
 std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_t> slice) {
     const bool isIdr = nalUnitType(slice[0], Codec::H264) == kH264IdrSlice;
     if (isIdr) {
         beginAnew();
     }
-    const auto picture = _pictures.find(detail::pictureOfSlice(slice));
-    const auto found = picture == _pictures.end() ? _sequences.end() : _sequences.find(picture->second.sequence);
-    const auto header =
-        found == _sequences.end() ? std::nullopt : detail::parseH264Slice(slice, found->second, picture->second);
+    const std::optional<detail::H264Slice> header = headerOf(slice);
     if (!header) {
         return std::nullopt;
     }
+    const H264Sequence& sequence = *sequenceOf(slice);
     if (header->isField) {
         _field = {header->isBottom, header->beginsAnew ? 0 : header->frameNumber, !isIdr && !header->beginsAnew};
     }
@@ -214,37 +234,83 @@ std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_
         beginAnew();
         count = 0;
         // A bottom field that is the first to be presented leaves the top field behind it.
-        const bool isType0Frame = found->second.orderType == 0 && !header->isField;
+        const bool isType0Frame = sequence.orderType == 0 && !header->isField;
         _low = isType0Frame ? std::max<std::int64_t>(-header->deltas[0], 0) : 0;
-    } else if (found->second.orderType == 0) {
-        count = turnedCount(found->second, *header);
-    } else if (found->second.orderType == 1) {
-        count = cycleCount(found->second, *header);
+    } else if (sequence.orderType == 0) {
+        count = turnedCount(sequence, *header);
+    } else if (sequence.orderType == 1) {
+        count = cycleCount(sequence, *header);
     }
-    if (!count || found->second.orderType > 1) {
+    if (!count || sequence.orderType > 1) {
         return std::nullopt;
     }
     return _base + std::max<std::int64_t>(kLongestLeadOfH264 + *count, 0);
 }
 
-template <class Units>
-std::optional<std::int64_t> PictureCount::h264Place(const Units& units) {
-    for (const UnitView& unit : units) {
-        const unsigned type = unit.bytes.empty() ? 0 : nalUnitType(unit.bytes[0], Codec::H264);
-        if (type == kH264SequenceParameters) {
-            if (const Result<H264Sequence> sequence = parseH264Sequence(unit.bytes.subspan(1))) {
-                _sequences[sequence->number] = *sequence;
-            }
-        } else if (type == kH264PictureParameters) {
-            if (const Result<H264Picture> picture = parseH264Picture(unit.bytes.subspan(1))) {
-                _pictures[picture->number] = *picture;
-            }
-        } else if (type == kH264Slice || type == kH264PartitionA || type == kH264IdrSlice) {
-            // All of them begin with a slice header; partitions B and C do not.
-            return slicePlace(unit.bytes);
+/// Takes a unit, with its header, where it is a parameter set.
+void PictureCount::takeH264Parameters(std::span<const std::uint8_t> unit) {
+    const unsigned type = unit.empty() ? 0 : nalUnitType(unit[0], Codec::H264);
+    if (type == kH264SequenceParameters) {
+        if (const Result<H264Sequence> sequence = parseH264Sequence(unit.subspan(1))) {
+            _sequences[sequence->number] = *sequence;
+        }
+    } else if (type == kH264PictureParameters) {
+        if (const Result<H264Picture> picture = parseH264Picture(unit.subspan(1))) {
+            _pictures[picture->number] = *picture;
         }
     }
-    return std::nullopt;
+}
+
+template <class Units>
+std::optional<std::int64_t> PictureCount::h264Place(const Units& units) {
+    std::optional<std::int64_t> place;
+    bool hasPicture = false;
+    for (const UnitView& unit : units) {
+        const unsigned type = unit.bytes.empty() ? 0 : nalUnitType(unit.bytes[0], Codec::H264);
+        // All of them begin with a slice header; partitions B and C do not.
+        const bool isSlice = type == kH264Slice || type == kH264PartitionA || type == kH264IdrSlice;
+        if (isSlice && hasPicture) {
+            // The sample of a container may have both fields.
+            const std::optional<detail::H264Slice> header = headerOf(unit.bytes);
+            if (header && header->isBottom != _field->isBottom) {
+                _field.reset();
+            }
+        } else if (isSlice) {
+            place = slicePlace(unit.bytes);
+            hasPicture = true;
+        } else if (!hasPicture) {
+            takeH264Parameters(unit.bytes);
+        }
+        if (hasPicture && !_field) {
+            break;
+        }
+    }
+    return place;
+}
+
+void PictureCount::takeConfiguration(std::span<const std::uint8_t> configuration) {
+    if (_form.codec != Codec::H264 || !parseLengthBytes(configuration, Codec::H264)) {
+        return;
+    }
+    constexpr std::size_t kCounts = 5;
+    std::size_t place = kCounts;
+    // First sequence parameter sets, whose number has five bits, then picture parameter sets, each behind its length.
+    for (const unsigned mask : {0x1FU, 0xFFU}) {
+        if (place >= configuration.size()) {
+            return;
+        }
+        for (unsigned rest = configuration[place++] & mask; rest > 0; --rest) {
+            if (configuration.size() - place < 2) {
+                return;
+            }
+            const std::size_t size = configuration[place] << 8U | configuration[place + 1];
+            if (configuration.size() - place - 2 < size) {
+                return;
+            }
+            takeH264Parameters(configuration.subspan(place + 2, size));
+            place += 2 + size;
+        }
+    }
 }
 
 /// The same of H.265 (7.3.6.1 and 8.3.1). An IDR or BLA picture begins a sequence; pictures that lead it are presented in

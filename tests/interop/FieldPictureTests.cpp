@@ -33,6 +33,7 @@ struct Picture {
     unsigned frameNumber = 0;  ///< Of H.264.
     unsigned order = 0;        ///< The low bits of the count, or temporal_reference.
     unsigned mark = 0;
+    bool isSecond = false;  ///< The second field of a frame.
 };
 
 void append(Bytes& bytes, const Bytes& more) {
@@ -53,6 +54,19 @@ Bytes h264Parameters() {
     picture.ue(0).ue(0).bits(0, 2).ue(0).ue(0).ue(0).bits(0, 3).se(0).se(0).se(0).bits(1, 1).bits(0, 2);
     append(bytes, picture.unit(0x68));
     return bytes;
+}
+
+/// The pair of a picture: its mark.
+Bytes tripletOf(unsigned mark) {
+    return {0xFC, 0x80, static_cast<std::uint8_t>(mark)};
+}
+
+/// A message with that pair (Rec. ITU-T T.35, ATSC A/53 part 4), and the end of its unit.
+Bytes captionMessage(unsigned mark) {
+    Bytes unit{0, 0, 0, 1, 6, 4, 14, 0xB5, 0, 0x31, 0x47, 0x41, 0x39, 0x34, 3, 0xC1, 0xFF};
+    append(unit, tripletOf(mark));
+    append(unit, {0xFF, 0x80});
+    return unit;
 }
 
 /// An intra picture whose macroblocks are the bytes themselves, which no filter touches.
@@ -76,6 +90,7 @@ Bytes h264Unit(const Picture& picture) {
         slice.ue(kPcm).bytes(384, static_cast<std::uint8_t>(picture.mark));
     }
     Bytes unit = picture.begins ? h264Parameters() : Bytes{};
+    append(unit, captionMessage(picture.mark));
     append(unit,
            slice.unit(static_cast<std::uint8_t>((picture.isReference ? 0x60U : 0U) | (picture.begins ? 5U : 1U))));
     return unit;
@@ -119,8 +134,8 @@ Bytes mpeg2Unit(const Picture& picture) {
     return unit;
 }
 
-/// Frames, each whole or in two fields, groups of one and up to three that are presented before it.
-std::vector<Picture> somePictures(Codec codec, unsigned seed) {
+/// Frames, each whole or in two fields, groups of one and some that are presented before it.
+std::vector<Picture> somePictures(Codec codec, unsigned seed, unsigned mostBefore = 3) {
     constexpr unsigned kCount = 150;
     std::mt19937 random(seed);
     std::vector<Picture> pictures;
@@ -141,12 +156,13 @@ std::vector<Picture> somePictures(Codec codec, unsigned seed) {
             picture.begins = false;
             picture.order += step - 1;
             picture.mark = mark + 1;
+            picture.isSecond = true;
         }
         pictures.push_back(picture);
     };
     while (pictures.size() < kCount) {
         const bool begins = pictures.empty() || random() % 10 == 0;
-        const unsigned before = begins ? 0 : static_cast<unsigned>(random() % 4);
+        const unsigned before = begins ? 0 : static_cast<unsigned>(random() % (mostBefore + 1));
         frameNumber = begins ? 0 : frameNumber;
         last = begins ? 0 : last + before + 1;
         add(last, begins, true);
@@ -209,6 +225,52 @@ TEST(FieldPictures, AreTheFramesOfFfmpeg) {
         for (unsigned seed = 1; seed <= 3; ++seed) {
             expectSameFrames(codec, seed);
         }
+    }
+}
+
+/// The captions of each frame, as `qlxcc extract` lists them: those of all streams of pictures in files of a container.
+std::vector<std::string> listedCaptions(const std::string& file) {
+    const qlxtest::ToolResult result = qlxtest::runTool({"extract", file, "--json"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    std::vector<std::string> captions;
+    for (const std::string& line : qlxtest::linesOf(result.out)) {
+        const std::string name = "\"data\":\"";
+        const std::size_t place = line.find(name);
+        captions.push_back(
+            place == std::string::npos
+                ? ""
+                : line.substr(place + name.size(), line.find('"', place + name.size()) - place - name.size()));
+    }
+    return captions;
+}
+
+TEST(FieldPictures, AreOneFrameInContainersToo) {
+    if (!qlxtest::hasFfmpeg()) {
+        GTEST_SKIP() << "ffmpeg is not installed: nothing was put into containers";
+    }
+    const qlxtest::TemporaryFolder folder;
+    Bytes stream;
+    std::vector<std::string> expected;
+    std::size_t pictures = 0;
+    for (const Picture& picture : somePictures(Codec::H264, 4, 0)) {
+        append(stream, h264Unit(picture));
+        ++pictures;
+        const std::string caption = qlxtest::toHex(tripletOf(picture.mark));
+        if (picture.isSecond) {
+            expected.back() += caption;
+        } else {
+            expected.push_back(caption);
+        }
+    }
+    const std::string file = folder.write("a.h264", stream);
+    EXPECT_EQ(listedCaptions(file).size(), pictures);
+    // Each picture is a packet with a time of its own.
+    const std::string times = "pts=N*1800+90000:dts=N*1800+90000:time_base=1/90000";
+    for (const char* const name : {"a.ts", "a.mov", "a.mp4", "a.mpg"}) {
+        const std::string command = "ffmpeg -nostdin -v error -f h264 -i '" + file + "' -c copy -bsf:v setts=" + times +
+                                    " -y '" + folder.path(name) + "' >'" + folder.path("log") + "' 2>&1";
+        EXPECT_EQ(std::system(command.c_str()), 0) << folder.read("log");
+        EXPECT_EQ(listedCaptions(folder.path(name)), expected) << name;
     }
 }
 

@@ -1,8 +1,11 @@
 // Frames that are coded as two field pictures.
+#include "ExactBuffer.h"
 #include "PictureUnits.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -143,6 +146,53 @@ TEST(FieldPictures, OfMPEG2StayAloneWhereTheyAreNoPair) {
     EXPECT_EQ(behind("00000100 0010"), apart);
     EXPECT_EQ(behind("00000100 0010 000001b5 7fff f20080"), apart);
     EXPECT_EQ(behind("00000100 0010 00000101 00 000001b5 8fff f20080"), apart);
+}
+
+TEST(FieldPictures, OfOneSampleAreAFrameAlready) {
+    // B frames of H.264 share a number: the fields of two samples are no pair.
+    const std::string top = pictureOf(kOtherHeader, 1, Shape::Top, 2);
+    const std::string bottom = pictureOf(kOtherHeader, 1, Shape::Bottom, 3);
+    EXPECT_EQ(
+        framesOf(Codec::H264,
+                 {{kFieldParameters + pictureOf(kIdrHeader, 0, Shape::Frame, 0), "I"},
+                  {top + bottom, "b"},
+                  {pictureOf(kOtherHeader, 1, Shape::Bottom, 4) + pictureOf(kOtherHeader, 1, Shape::Top, 5), "c"}}),
+        (Names{"I", "b", "c"}));
+    // A field of several slices is one field.
+    EXPECT_EQ(framesOf(Codec::H264, {{kFieldParameters + pictureOf(kIdrHeader, 0, Shape::Frame, 0), "I"},
+                                     {top + top, "b"},
+                                     {bottom + bottom, "c"}}),
+              (Names{"I", "b+c"}));
+    EXPECT_EQ(framesOf(Codec::Mpeg2, {{kGroup + mpeg2Picture(0, 1, 1) + mpeg2Picture(0, 2), "a"},
+                                      {mpeg2Picture(0, 2) + mpeg2Picture(0, 1), "b"}}),
+              (Names{"a", "b"}));
+}
+
+TEST(FieldPictures, AreKnownByTheParametersOfAContainer) {
+    const Bytes sequence = fromHex("67 42001e" + hexOfBits("1 1 1 1 010 0 1 1 0 0 1 0 0 1"));
+    const Bytes picture = fromHex("68" + hexOfBits("1 1 0 0 1 1 1 0 00 1 1 1 0 0 0 1"));
+    const auto setOf = [](const Bytes& unit) {
+        return "00" + qlxtest::toHex(Bytes{static_cast<std::uint8_t>(unit.size())}) + qlxtest::toHex(unit);
+    };
+    // Two sets of sequences, the first of which is cut, and one of pictures.
+    const Bytes whole = fromHex("01 42001e ff e2" + setOf(fromHex("67 42")) + setOf(sequence) + "01" + setOf(picture));
+    const auto isPair = [](std::span<const std::uint8_t> configuration, const qlx::video::StreamForm& form) {
+        qlx::video::PictureCount count(form);
+        count.takeConfiguration(configuration);
+        (void)count.placeOf(fromHex(pictureOf(kIdrHeader, 0, Shape::Top, 0)));
+        const bool isFirst = count.isFirstField();
+        (void)count.placeOf(fromHex(pictureOf(kReferenceHeader, 0, Shape::Bottom, 1)));
+        EXPECT_FALSE(count.isFirstField());
+        return isFirst && count.isSecondField();
+    };
+    EXPECT_TRUE(isPair(whole, {Codec::H264}));
+    EXPECT_FALSE(isPair(whole, {Codec::Mpeg2}));
+    qlxtest::forEachTruncation(whole, [&isPair](const qlxtest::ExactBuffer& part) {
+        EXPECT_FALSE(isPair(part.span(), {Codec::H264})) << part.size();
+    });
+    Bytes other = whole;
+    other.front() = 2;
+    EXPECT_FALSE(isPair(other, {Codec::H264}));
 }
 
 TEST(FieldPictures, WaitForTheirOtherField) {

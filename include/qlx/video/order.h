@@ -36,6 +36,10 @@ public:
     /// Counts the pictures of a stream from its beginning.
     explicit PictureCount(const StreamForm& form) noexcept : _form(form) {}
 
+    /// Takes the parameter sets of a container's record of H.264 (AVCDecoderConfigurationRecord, ISO/IEC 14496-15,
+    /// 5.3.3.1), as far as it is whole; there may be others in front of the pictures. Nothing is taken of other codecs.
+    QLX_EXPORT void takeConfiguration(std::span<const std::uint8_t> configuration);
+
     /// The place of the next picture of the stream.
     /// @param unit Its access unit.
     [[nodiscard]] QLX_EXPORT std::int64_t placeOf(std::span<const std::uint8_t> unit);
@@ -61,11 +65,14 @@ private:
 
     [[nodiscard]] std::optional<std::int64_t> mpeg2Place(std::span<const std::uint8_t> unit);
     [[nodiscard]] std::int64_t temporalPlace(std::int64_t reference);
+    void takeH264Parameters(std::span<const std::uint8_t> unit);
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h264Place(const Units& units);
     [[nodiscard]] std::optional<std::int64_t> cycleCount(const H264Sequence& sequence,
                                                          const detail::H264Slice& slice) noexcept;
     [[nodiscard]] std::int64_t turnedCount(const H264Sequence& sequence, const detail::H264Slice& slice) noexcept;
+    [[nodiscard]] const H264Sequence* sequenceOf(std::span<const std::uint8_t> slice) const;
+    [[nodiscard]] std::optional<detail::H264Slice> headerOf(std::span<const std::uint8_t> slice) const;
     [[nodiscard]] std::optional<std::int64_t> slicePlace(std::span<const std::uint8_t> slice);
     template <class Units>
     [[nodiscard]] std::optional<std::int64_t> h265Place(const Units& units);
