@@ -7,7 +7,7 @@
 #include "Demuxer.h"
 #include "FrameOrder.h"
 #include "Module.h"
-#include "PictureTimes.h"
+#include "PictureStream.h"
 #include "SampleUnits.h"
 #include "StreamCheck.h"
 
@@ -34,7 +34,8 @@ namespace {
 struct Track {
     std::size_t index = 0;  ///< Of the demuxer's streams.
     StreamContent content = StreamContent::Other;
-    video::StreamForm form;  ///< Of a stream of pictures.
+    video::StreamForm form;                   ///< Of a stream of pictures.
+    std::vector<std::uint8_t> configuration;  ///< The same.
     std::int32_t timescale = 1;
     std::int64_t frameDuration = 0;
 
@@ -85,7 +86,6 @@ private:
     void preparePictures();
     bool readPacket();
     void take(const Track& track, std::size_t number);
-    void passPicturesOn();
     void takeSample(const Track& track, Frame& frame);
     void takeAtoms(Frame& frame);
     void takeElement(Frame& frame);
@@ -102,9 +102,8 @@ private:
     detail::DemuxedPacket _packet;
     std::vector<Track> _tracks;
     std::optional<detail::FrameOrder> _order;
-    std::optional<detail::FieldFrames> _fields;     ///< Of a first track of pictures.
-    std::optional<detail::PictureTimes> _pictures;  ///< In its place where the track's times cannot be relied on.
-    std::optional<Finding> _missingIndex;           ///< What is to be said of it.
+    std::optional<detail::PictureStream> _pictures;  ///< Of a first track of pictures.
+    std::optional<Finding> _missingIndex;            ///< What is to be said of it.
     std::optional<detail::MxfFooter> _footer;
     std::optional<Finding> _failure;
     std::optional<std::uint64_t> _lastDamage;  ///< Where the last sample ends that FFmpeg calls damaged.
@@ -153,13 +152,21 @@ std::optional<Finding> ContainerReader::Reading::begin() {
 
 void ContainerReader::Reading::preparePictures() {
     const Track& first = _tracks.front();
-    const bool isUnreliable = _kind == InputKind::Mxf || _kind == InputKind::ProgramStream;
-    if (isUnreliable && codecOf(first.content) && first.form.lengthBytes == 0) {
-        // Without an MXF file's index, which a pipe does not give either, its pictures are edit units from 0 on.
-        const auto firstTime =
-            _kind == InputKind::Mxf ? std::optional(MediaTime::make(0, first.timescale)) : std::nullopt;
-        _pictures.emplace(first.form, first.frameDuration, firstTime);
+    if (!codecOf(first.content)) {
+        return;
     }
+    detail::PictureStreamForm form{first.form, first.configuration, first.timescale, first.frameDuration,
+                                   first.tolerance()};
+    if (first.form.lengthBytes == 0) {
+        form.trust = _kind == InputKind::Mxf || _kind == InputKind::ProgramStream ? detail::PictureTrust::None
+                     : _kind == InputKind::TransportStream                        ? detail::PictureTrust::Told
+                                                                                  : detail::PictureTrust::Whole;
+    }
+    // Without an MXF file's index, which a pipe does not give either, its pictures are edit units from 0 on.
+    if (_kind == InputKind::Mxf) {
+        form.first = MediaTime::make(0, first.timescale);
+    }
+    _pictures.emplace(std::move(form));
 }
 
 /// What ends the reading, each time with its words.
@@ -228,7 +235,7 @@ std::optional<Finding> ContainerReader::Reading::chooseTracks() {
         if (codec) {
             const bool hasLengths = *codec != video::Codec::Mpeg2;
             track.form = {*codec, hasLengths ? detail::lengthBytesOf(stream.parameters, *codec) : 0};
-            _fields.emplace(track.form, stream.parameters);
+            track.configuration = stream.parameters;
         }
         track.timescale = stream.timescale;
         track.frameDuration = stream.frameDuration;
@@ -300,24 +307,8 @@ void ContainerReader::Reading::take(const Track& track, std::size_t number) {
     }
     takeSample(track, sample.frame);
     if (_pictures && number == 0) {
-        _pictures->add(_packet.bytes, std::move(sample.frame));
-        passPicturesOn();
-    } else if (_fields && number == 0) {
-        _fields->add(_packet.bytes, std::move(sample), *_order);
+        _pictures->add(_packet.bytes, std::move(sample), *_order);
     } else {
-        _order->add(std::move(sample));
-    }
-}
-
-void ContainerReader::Reading::passPicturesOn() {
-    while (std::optional<Frame> frame = _pictures->take()) {
-        detail::FrameSample sample;
-        if (frame->pts) {
-            sample.presentation = detail::microseconds(*frame->pts);
-            sample.decoding = sample.presentation;
-        }
-        sample.tolerance = _tracks.front().tolerance();
-        sample.frame = std::move(*frame);
         _order->add(std::move(sample));
     }
 }
@@ -429,10 +420,7 @@ Result<bool> ContainerReader::Reading::next(Frame& frame, FindingSink* findings)
         if (!readPacket()) {
             _isAtEnd = true;
             if (_pictures) {
-                _pictures->finish();
-                passPicturesOn();
-            } else if (_fields) {
-                _fields->finish(*_order);
+                _pictures->finish(*_order);
             }
             _order->finish();
         }

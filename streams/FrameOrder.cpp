@@ -26,6 +26,25 @@ std::optional<std::int64_t> microseconds(const MediaTime& time) {
     return result.isValid() && std::abs(result.value) <= 1LL << 60U ? std::optional(result.value) : std::nullopt;
 }
 
+/// Of the triplets of two streams those of the first one are kept; two samples of one stream follow each other.
+void FrameOrder::takeTriplets(Moment& moment, FrameSample& sample) {
+    Frame& frame = moment.frame;
+    Data& triplets = sample.frame.triplets;
+    if (triplets.empty()) {
+        return;
+    }
+    if (!frame.triplets.empty() && sample.stream == moment.tripletStream) {
+        moment.further.insert(moment.further.end(), triplets.begin(), triplets.end());
+        moment.bytes += triplets.size();
+    } else if (frame.triplets.empty() || sample.stream < moment.tripletStream) {
+        moment.bytes += triplets.size() - frame.triplets.size() - moment.further.size();
+        moment.further.clear();
+        frame.triplets = std::move(triplets);
+        frame.captionPlace = sample.frame.captionPlace;
+        moment.tripletStream = sample.stream;
+    }
+}
+
 /// Adds what another stream, or another picture of the same one, has for a moment.
 void FrameOrder::join(Moment& moment, FrameSample sample) {
     Frame& frame = moment.frame;
@@ -33,20 +52,12 @@ void FrameOrder::join(Moment& moment, FrameSample sample) {
     if (std::find(moment.streams.begin(), moment.streams.end(), sample.stream) == moment.streams.end()) {
         moment.streams.push_back(sample.stream);
     }
-    // Of two sets of triplets one is kept.
     moment.bytes += bytesOf(sample.frame) - sample.frame.triplets.size();
     for (std::size_t place = 0; place < sample.frame.packets.size(); ++place) {
         frame.packets.push_back(std::move(sample.frame.packets[place]));
         frame.wrapLast(sample.frame.wrappingOf(place));
     }
-    if (!sample.frame.triplets.empty()) {
-        if (frame.triplets.empty() || sample.stream < moment.tripletStream) {
-            moment.bytes += sample.frame.triplets.size() - frame.triplets.size();
-            frame.triplets = std::move(sample.frame.triplets);
-            frame.captionPlace = sample.frame.captionPlace;
-            moment.tripletStream = sample.stream;
-        }
-    }
+    takeTriplets(moment, sample);
     if (!frame.pts) {
         frame.pts = sample.frame.pts;
     }
@@ -70,7 +81,7 @@ void FrameOrder::add(FrameSample sample) {
         const std::size_t bytes = bytesOf(sample.frame);
         _waitingBytes += bytes;
         _waiting.emplace(moment,
-                         Moment{std::move(sample.frame), sample.stream, sample.tolerance, {sample.stream}, bytes});
+                         Moment{std::move(sample.frame), sample.stream, {}, sample.tolerance, {sample.stream}, bytes});
     } else {
         _waitingBytes -= place->second.bytes;
         join(place->second, std::move(sample));
@@ -123,7 +134,13 @@ void FrameOrder::release(bool all) {
             break;
         }
         _waitingBytes -= first->second.bytes;
-        _ready.push_back(std::move(first->second.frame));
+        Frame& frame = first->second.frame;
+        if (const std::vector<std::uint8_t>& further = first->second.further; !further.empty()) {
+            std::vector<std::uint8_t> both(frame.triplets.begin(), frame.triplets.end());
+            both.insert(both.end(), further.begin(), further.end());
+            frame.triplets = Data(both);
+        }
+        _ready.push_back(std::move(frame));
         _waiting.erase(first);
     }
 }

@@ -56,10 +56,11 @@ private:
 
     struct Moment {
         Frame frame;
-        std::size_t tripletStream = 0;     ///< Where the frame's triplets come from.
-        std::int64_t tolerance = 0;        ///< The greatest of its samples.
-        std::vector<std::size_t> streams;  ///< Where its samples come from, each once.
-        std::size_t bytes = 0;             ///< Of the frame; thousands of samples may be of one moment.
+        std::size_t tripletStream = 0;      ///< Where the frame's triplets come from.
+        std::vector<std::uint8_t> further;  ///< Triplets of other samples of that stream.
+        std::int64_t tolerance = 0;         ///< The greatest of its samples.
+        std::vector<std::size_t> streams;   ///< Where its samples come from, each once.
+        std::size_t bytes = 0;              ///< Of the frame; thousands of samples may be of one moment.
     };
 
     using Moments = std::map<std::int64_t, Moment>;
@@ -68,6 +69,7 @@ private:
     [[nodiscard]] bool isSettled(std::int64_t presentation, std::int64_t tolerance) const;
     void release(bool all);
     static void join(Moment& moment, FrameSample sample);
+    static void takeTriplets(Moment& moment, FrameSample& sample);
 
     std::vector<Stream> _streams;
     Moments _waiting;

@@ -383,8 +383,9 @@ DemuxStatus FFmpegDemuxer::open() {
     context->pb = _input.get();
     // No picture is decoded: only parsers look at the streams, which takes little memory whatever they hold.
     context->codec_whitelist = av_strdup("none");
-    if (_kind == InputKind::Mxf) {
-        // What has no time in the index has none: FFmpeg would think up one from that of its neighbours in the stream.
+    if (_kind == InputKind::Mxf || _kind == InputKind::TransportStream) {
+        // What has no time in the index, or in front of it, has none: FFmpeg would think up one from that of its
+        // neighbours in the stream.
         context->flags |= AVFMT_FLAG_NOFILLIN;
     }
     if (context->codec_whitelist == nullptr) {

@@ -128,6 +128,42 @@ TEST_P(ContainerStream, GivesBackTheCaptionsOfEveryPictureInOrder) {
 
 INSTANTIATE_TEST_SUITE_P(Formats, ContainerStream, ::testing::Values("mp4", "mov", "ts", "mpg", "mxf", "mkv", "flv"));
 
+/// A transport stream in which two of three packets of pictures have no times (ISO/IEC 13818-1, 2.4.3.6): their fields are
+/// stuffing.
+std::string withFewTimes(std::string stream) {
+    constexpr std::size_t kPacket = 188;
+    const auto byteAt = [&stream](std::size_t place) { return static_cast<unsigned char>(stream[place]); };
+    std::size_t pictures = 0;
+    for (std::size_t packet = 0; packet + kPacket <= stream.size(); packet += kPacket) {
+        const bool hasAdaptation = (byteAt(packet + 3) & 0x20U) != 0;
+        const std::size_t pes = packet + 4 + (hasAdaptation ? byteAt(packet + 4) + std::size_t{1} : 0);
+        const bool isStart = (byteAt(packet + 1) & 0x40U) != 0 && pes + 14 <= packet + kPacket;
+        if (!isStart || stream.compare(pes, 3, std::string("\0\0\1", 3)) != 0 || (byteAt(pes + 3) & 0xF0U) != 0xE0) {
+            continue;
+        }
+        if (pictures++ % 3 != 0) {
+            const std::size_t size = (byteAt(pes + 7) & 0x40U) != 0 ? 10 : (byteAt(pes + 7) & 0x80U) != 0 ? 5 : 0;
+            stream[pes + 7] = static_cast<char>(byteAt(pes + 7) & 0x3FU);
+            std::fill_n(stream.begin() + static_cast<std::ptrdiff_t>(pes) + 9, size, '\xFF');
+        }
+    }
+    EXPECT_EQ(pictures, std::size_t{kPictures});
+    return stream;
+}
+
+TEST(TransportStream, MayHaveTimesOfSomePicturesOnly) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    for (const char* const codec : {"libx264 -x264-params b-adapt=0:bframes=3:keyint=20", "mpeg2video -bf 2 -g 12"}) {
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                        "' -a53cc 1 -c:v " + codec + " -y '" + folder.path("all.ts") + "'");
+        expectNumbers(folder.write("few.ts", withFewTimes(folder.read("all.ts"))));
+    }
+}
+
 TEST(ElementaryStream, GivesBackTheCaptionsOfEveryPicture) {
     if (!hasTools()) {
         GTEST_SKIP() << kNoTools;
