@@ -322,7 +322,7 @@ Action checkedRateChange(const RawOptions& raw) {
     options.frames.form = rowForm(raw.asDeployed, options.frames.format);
     options.source = frameSourceOptions(raw, options.frames.format == FrameFormat::V210);
     options.asDeployed = raw.asDeployed;
-    options.everySection = raw.everySection;
+    options.joinSections = raw.joinSections;
     if (raw.asDeployed && !isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
         throw UsageError("no way from " + raw.fromRate + " to " + raw.toRate +
                          " frames/s with --as-deployed: one rate must be the double of the other (25 and 50, 29.97 and "
