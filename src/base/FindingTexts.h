@@ -63,6 +63,8 @@ inline constexpr FindingText kFindingTexts[] = {
     {CdpCounterUnlikeFooter, "counter {1}, but {2} in the footer"},
     {CdpCounterJumped, "counter {1} where {2} was expected"},
     {CdpCounterStandsStill, "counter {1} once more where {2} was expected (told once)"},
+    {CdpDropFrameUnlikeRate, "time code {1x} says that it drops frames, frame rate code {2} drops none"},
+    {CdpPairsUnlikeRate, "{2} pairs of field {1}, a frame of the rate has fewer"},
     {CdpSectionCut, "section {1x} is cut: {2} bytes are there"},
     {CdpSectionOutOfOrder, "section {1x} behind section {2x}"},
     {CdpSectionRepeated, "section {1x} once more, {2} bytes"},
