@@ -1,5 +1,6 @@
 #include <qlx/base/finding.h>
 
+#include "base/FileFindingTexts.h"
 #include "base/FindingTexts.h"
 
 #include <algorithm>
@@ -110,6 +111,9 @@ std::string Finding::text() const {
     const detail::FindingText* entry = first > kGreatestCcType ? textOf(detail::kSectionTexts, code) : nullptr;
     if (entry == nullptr) {
         entry = textOf(detail::kFindingTexts, code);
+    }
+    if (entry == nullptr) {
+        entry = textOf(detail::kFileFindingTexts, code);
     }
     if (entry == nullptr) {
         return "finding " + std::to_string(static_cast<std::uint32_t>(code));
