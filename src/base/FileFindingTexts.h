@@ -10,7 +10,6 @@ inline constexpr FindingText kFileFindingTexts[] = {
     {StreamReadFailed, "cannot be read (error {1})"},
     {StreamWriteFailed, "cannot be written (error {1})"},
     {StreamLibraryRemark, "damaged, as the library that takes it apart says"},
-    {StreamLibraryRemark, "not everything can be read"},
     {StreamEmpty, "the file is empty"},
     {StreamKindWithoutFrames, "files of this kind have no frames with packets or captions"},
     {StreamMoreFindings, "{1} more finding{1s} in the frame"},

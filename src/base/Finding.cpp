@@ -15,6 +15,20 @@ namespace {
 
 constexpr std::int64_t kGreatestCcType = 3;
 
+/// Whether no code stands twice: the second text would never be shown.
+template <std::size_t Count>
+consteval bool areApart(const detail::FindingText (&texts)[Count]) {
+    for (std::size_t index = 1; index < Count; ++index) {
+        for (std::size_t before = 0; before < index; ++before) {
+            if (texts[before].code == texts[index].code) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(areApart(detail::kFindingTexts) && areApart(detail::kFileFindingTexts));
+
 /// Null where there is none.
 const detail::FindingText* textOf(std::span<const detail::FindingText> texts, FindingCode code) noexcept {
     const auto entry =
