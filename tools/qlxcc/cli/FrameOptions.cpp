@@ -254,9 +254,10 @@ constexpr OptionRow kRateOptions[] = {
     saying(kAsDeployed,
            "One rate must be the double of the other then: to the double each caption packet is split into those of "
            "two frames, and all other packets go to the first of them; back from it two caption packets are joined, a "
-           "missing one counting as empty, and the other packets of both frames are kept, in order. Time code "
-           "sections are left out. A warning names the first caption packet that is marked with another rate, and the "
-           "first one that contradicts itself. Packets are all in luma, those of a row each at the next 32-bit word "
+           "missing one counting as empty, and the other packets of both frames are kept, in order. Time codes, "
+           "service information and what else a packet has besides triplets are left out, which is said. A warning "
+           "names the first caption packet that is marked with another rate, and the first one that contradicts "
+           "itself. Packets are all in luma, those of a row each at the next 32-bit word "
            "of its row behind the one before it; without this option they stand one right behind the other, each in "
            "its channel. Captions that are in no packet are left out, which is said."),
 };

@@ -328,6 +328,10 @@ Action checkedRateChange(const RawOptions& raw) {
                          " frames/s with --as-deployed: one rate must be the double of the other (25 and 50, 29.97 and "
                          "59.94, 30 and 60)");
     }
+    if (raw.asDeployed && raw.joinSections) {
+        throw UsageError(
+            "--join-sections is not for --as-deployed: the fixed operations leave service information out");
+    }
     refuseTerminal(options.output, options.frames.format);
     return [options] { return changeRate(options); };
 }
