@@ -4,6 +4,7 @@
 
 #include "FuzzSupport.h"
 
+#include <algorithm>
 #include <array>
 
 using qlx::FrameRate;
@@ -33,6 +34,9 @@ public:
                 _expected[kindOf(triplet)].push_back({frame * _from, triplet});
             }
         }
+        if (cdp.hasServiceInformation()) {
+            _services.emplace_back(cdp.services().begin(), cdp.services().end());
+        }
         _change.feed(frame, cdp, &_findings);
         drain();
     }
@@ -43,7 +47,7 @@ public:
         for (std::size_t kind = 0; kind < _expected.size(); ++kind) {
             require(_next[kind] == _expected[kind].size());
         }
-        require(_change.waiting() == 0);
+        require(_change.waiting() == 0 && _nextServices == _services.size());
     }
 
 private:
@@ -72,6 +76,11 @@ private:
             require(expected.triplet == triplet && expected.ticks <= frame.number * _to);
         }
         require(dtvcc <= slots.greatestDtvcc);
+        if (frame.cdp.hasServiceInformation()) {
+            require(_nextServices < _services.size() &&
+                    std::ranges::equal(frame.cdp.services(), _services[_nextServices]));
+            ++_nextServices;
+        }
         std::array<std::uint8_t, qlx::cc::kGreatestCdpBytes> room{};
         const auto size = writeCdp(frame.cdp, room);
         require(size.hasValue());
@@ -92,6 +101,8 @@ private:
     qlx::Findings _findings{10};
     std::array<std::vector<Sent>, 3> _expected;
     std::array<std::size_t, 3> _next{};
+    std::vector<std::vector<qlx::cc::CaptionService>> _services;
+    std::size_t _nextServices = 0;
     std::uint64_t _frames = 0;
 };
 

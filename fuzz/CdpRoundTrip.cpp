@@ -14,9 +14,10 @@ namespace {
 
 /// Whether what was found stands as it is in the packet that is written.
 bool isKept(const Finding& finding) {
-    constexpr std::array kKept{FindingCode::CdpReservedBitsWrong, FindingCode::CdpFrameRateUnknown,
-                               FindingCode::CdpCountUnlikeRate, FindingCode::CdpTimeCodeInvalid,
-                               FindingCode::CdpServiceNumberContradicts};
+    constexpr std::array kKept{FindingCode::CdpReservedBitsWrong,        FindingCode::CdpFrameRateUnknown,
+                               FindingCode::CdpCountUnlikeRate,          FindingCode::CdpTimeCodeInvalid,
+                               FindingCode::CdpServiceNumberContradicts, FindingCode::CdpDropFrameUnlikeRate,
+                               FindingCode::CdpPairsUnlikeRate};
     return std::find(kKept.begin(), kKept.end(), finding.code) != kKept.end();
 }
 

@@ -2,6 +2,7 @@
 
 #include "ts/TransportStream.h"
 
+#include <qlx/base/utf8.h>
 #include <qlx/klv/keys.h>
 #include <qlx/video/access_unit.h>
 
@@ -64,7 +65,6 @@ constexpr std::array<std::uint8_t, 8> kPng{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A
 constexpr std::array<std::uint8_t, 4> kEbml{0x1A, 0x45, 0xDF, 0xA3};
 /// The signature and version 1.
 constexpr std::array<std::uint8_t, 4> kFlv{'F', 'L', 'V', 1};
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 
 /// The types of the atoms with which QuickTime and MP4 files begin.
@@ -160,9 +160,7 @@ bool isTtml(std::string_view text) {
 }
 
 std::optional<InputKind> kindOfText(std::string_view text) {
-    if (text.starts_with(kByteOrderMark)) {
-        text.remove_prefix(kByteOrderMark.size());
-    }
+    text = withoutByteOrderMark(text);
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     if (text.starts_with("Scenarist_SCC")) {
         return InputKind::Scc;

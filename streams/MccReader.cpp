@@ -1,6 +1,7 @@
 #include <qlx/streams/mcc.h>
 
 #include <qlx/anc/packet.h>
+#include <qlx/base/utf8.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cc/time_code.h>
 
@@ -169,9 +170,7 @@ Result<bool> MccReader::Lines::readTitle() {
     if (!*hasLine) {
         return _lines.error(FindingCode::StreamEmpty);
     }
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    std::string_view title = _line;
-    title.remove_prefix(title.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
+    const std::string_view title = withoutByteOrderMark(_line);
     const std::string_view version = title.starts_with(kMccTitle) ? title.substr(kMccTitle.size()) : std::string_view();
     if (!version.starts_with("1.") && !version.starts_with("2.")) {
         return _lines.error(FindingCode::MccTitleMissing);

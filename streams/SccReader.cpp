@@ -1,6 +1,7 @@
 #include <qlx/streams/scc.h>
 
 #include <qlx/base/parity.h>
+#include <qlx/base/utf8.h>
 
 #include "KeptFailure.h"
 #include "LineReader.h"
@@ -120,9 +121,7 @@ Result<bool> SccReader::Lines::readTitle() {
     if (!*hasLine) {
         return _lines.error(FindingCode::StreamEmpty);
     }
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    const std::string_view first = _line;
-    if (!first.substr(first.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0).starts_with(kTitle)) {
+    if (!withoutByteOrderMark(_line).starts_with(kTitle)) {
         return _lines.error(FindingCode::SccTitleMissing);
     }
     return true;

@@ -1,5 +1,6 @@
 #include <qlx/base/finding.h>
 
+#include "base/FileFindingTexts.h"
 #include "base/FindingTexts.h"
 
 #include <algorithm>
@@ -13,6 +14,20 @@ namespace qlx {
 namespace {
 
 constexpr std::int64_t kGreatestCcType = 3;
+
+/// Whether no code stands twice: the second text would never be shown.
+template <std::size_t Count>
+consteval bool areApart(const detail::FindingText (&texts)[Count]) {
+    for (std::size_t index = 1; index < Count; ++index) {
+        for (std::size_t before = 0; before < index; ++before) {
+            if (texts[before].code == texts[index].code) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(areApart(detail::kFindingTexts) && areApart(detail::kFileFindingTexts));
 
 /// Null where there is none.
 const detail::FindingText* textOf(std::span<const detail::FindingText> texts, FindingCode code) noexcept {
@@ -110,6 +125,9 @@ std::string Finding::text() const {
     const detail::FindingText* entry = first > kGreatestCcType ? textOf(detail::kSectionTexts, code) : nullptr;
     if (entry == nullptr) {
         entry = textOf(detail::kFindingTexts, code);
+    }
+    if (entry == nullptr) {
+        entry = textOf(detail::kFileFindingTexts, code);
     }
     if (entry == nullptr) {
         return "finding " + std::to_string(static_cast<std::uint32_t>(code));

@@ -37,7 +37,8 @@ private:
     [[nodiscard]] bool isRepeated(std::uint8_t id) const noexcept;
     void readTimeCode(std::size_t offset);
     void readCcData(std::size_t offset, std::size_t size);
-    void checkCcData(std::size_t offset, Bytes triplets);
+    void checkCcData(std::size_t offset);
+    void checkTriplets(std::size_t offset, std::size_t greatestOfField);
     void readServices(std::size_t offset, std::size_t size);
     void checkServices(std::size_t offset);
     void readFuture(std::size_t offset, std::size_t size);
@@ -162,6 +163,24 @@ void CdpReader::readTimeCode(std::size_t offset) {
     checkReserved(offset + 1, bytes[0] | kHoursReserved);
     checkReserved(offset + 2, bytes[1] | kMinutesReserved);
     checkReserved(offset + 4, bytes[3] & ~unsigned{kTimeCodeZeroBit});
+    if (const auto rate = _cdp.frameRate(); rate && _cdp._timeCode->fields().dropFrame && !mayDropFrames(*rate)) {
+        add(FindingCode::CdpDropFrameUnlikeRate, Severity::Warning, offset + 4, loadBig<std::uint32_t>(bytes.data()),
+            _cdp.frameRateCode());
+    }
+}
+
+/// Whether nothing is wrong with triplets, as a rule: the first two may be pairs of CEA-608, and of a field each.
+bool areUsual(std::span<const Triplet> triplets) noexcept {
+    const auto isPair = [](const Triplet& triplet) { return triplet.valid() && triplet.is608(); };
+    // With marker bits, and no valid pair: F8 to FB, FE and FF, as one comparison.
+    const auto isNoPair = [](const Triplet& triplet) {
+        constexpr unsigned kPairOfField1 = 0xFC;
+        return (triplet.header ^ kPairOfField1) - 2U <= 5U;
+    };
+    const auto pairs = triplets.first(std::min<std::size_t>(2, triplets.size()));
+    return std::all_of(triplets.begin() + static_cast<std::ptrdiff_t>(pairs.size()), triplets.end(), isNoPair) &&
+           std::all_of(pairs.begin(), pairs.end(), [](const Triplet& pair) { return pair.hasMarkerBits(); }) &&
+           (pairs.size() < 2 || pairs[0].type() != pairs[1].type() || !isPair(pairs[0]) || !isPair(pairs[1]));
 }
 
 /// `size`: the bytes that are there, at least the head.
@@ -173,26 +192,46 @@ void CdpReader::readCcData(std::size_t offset, std::size_t size) {
     // Counts of 5 bits always fit.
     static_cast<void>(_cdp._triplets.appendBytes(triplets));
     if (_findings != nullptr) {
-        checkCcData(offset, triplets);
+        checkCcData(offset);
     }
 }
 
-void CdpReader::checkCcData(std::size_t offset, Bytes triplets) {
+void CdpReader::checkCcData(std::size_t offset) {
     const std::size_t announced = _bytes[offset + 1] & kCcCountBits;
     const std::size_t count = _cdp._triplets.size();
     checkReserved(offset + 1, _bytes[offset + 1] | kCcDataReservedBits);
     if (announced != count) {
         add(FindingCode::CdpCountWrong, Severity::Warning, offset + 1, announced, count);
     }
-    if (const auto rate = _cdp.frameRate(); rate && slotsOf(*rate).ccCount != announced) {
-        add(FindingCode::CdpCountUnlikeRate, Severity::Warning, offset + 1, announced, slotsOf(*rate).ccCount);
+    std::size_t greatest = kGreatestTriplets;
+    if (const auto rate = _cdp.frameRate()) {
+        greatest = greatestPairsOfField(*rate);
+        if (slotsOf(*rate).ccCount != announced) {
+            add(FindingCode::CdpCountUnlikeRate, Severity::Warning, offset + 1, announced, slotsOf(*rate).ccCount);
+        }
     }
-    if (std::all_of(_cdp._triplets.begin(), _cdp._triplets.end(),
-                    [](const Triplet& triplet) { return triplet.hasMarkerBits(); })) {
-        return;
+    if (!areUsual(_cdp._triplets.items())) {
+        checkTriplets(offset + kSectionHeadBytes, greatest);
     }
-    for (std::size_t first = 0; first < triplets.size(); first += sizeof(Triplet)) {
-        checkReserved(offset + kSectionHeadBytes + first, triplets[first] | Triplet::kMarkerBits);
+}
+
+/// @param offset Of the first one.
+/// @param greatestOfField The most pairs of a field that a frame has. Null pairs are no content and count for none.
+void CdpReader::checkTriplets(std::size_t offset, std::size_t greatestOfField) {
+    const auto isContent = [](const Triplet& triplet) {
+        return triplet.valid() && triplet.is608() && !triplet.isNullPair();
+    };
+    std::array<std::size_t, 2> pairs{};
+    for (const Triplet& triplet : _cdp._triplets) {
+        checkReserved(offset, triplet.header | Triplet::kMarkerBits);
+        const std::size_t field = triplet.header & 1U;
+        pairs[field] += isContent(triplet) ? 1 : 0;
+        if (isContent(triplet) && pairs[field] == greatestOfField + 1) {
+            const auto isOfField = [&](const Triplet& one) { return isContent(one) && one.type() == triplet.type(); };
+            const auto count = std::count_if(_cdp._triplets.begin(), _cdp._triplets.end(), isOfField);
+            add(FindingCode::CdpPairsUnlikeRate, Severity::Warning, offset, field + 1, static_cast<std::size_t>(count));
+        }
+        offset += sizeof(Triplet);
     }
 }
 

@@ -13,8 +13,8 @@ namespace qlx::cc {
 namespace {
 
 using detail::InputFrameState;
+using detail::SectionContents;
 using detail::WaitingField;
-using detail::WaitingSections;
 using detail::WaitingTriplet;
 
 /// A CEA-608 control code: receivers take the second of two as a repetition of the first.
@@ -42,12 +42,12 @@ std::uint64_t slotAtOrAfter(FrameRate rate, CcType field, std::uint64_t frame) n
 
 namespace detail {
 
-bool WaitingSections::isLike(const WaitingSections& other) const noexcept {
+bool SectionContents::isLike(const SectionContents& other) const noexcept {
     return hasServices == other.hasServices && flags == other.flags && services == other.services &&
            future == other.future;
 }
 
-std::uint8_t WaitingSections::id() const noexcept {
+std::uint8_t SectionContents::id() const noexcept {
     return hasServices ? static_cast<std::uint8_t>(CdpSection::ServiceInformation) : future.items().front();
 }
 
@@ -180,15 +180,27 @@ void RateChange::takeSections(std::uint64_t frame, const Cdp& cdp) {
     if (!cdp.hasServiceInformation() && cdp.futureSections().empty()) {
         return;
     }
-    WaitingSections sections;
-    sections.inputFrame = frame;
-    sections.firstFrame = _inputFrames.back().firstFrame;
-    sections.hasServices = cdp.hasServiceInformation();
-    sections.flags = cdp.serviceInformationFlags();
+    SectionContents contents;
+    contents.hasServices = cdp.hasServiceInformation();
+    contents.flags = cdp.serviceInformationFlags();
     // They fit: they come out of lists of the same room.
-    static_cast<void>(sections.services.assign(cdp.services()));
-    static_cast<void>(sections.future.assign(cdp.futureSections().bytes()));
-    _sections.push(sections);
+    static_cast<void>(contents.services.assign(cdp.services()));
+    static_cast<void>(contents.future.assign(cdp.futureSections().bytes()));
+    // Encoders send the same again and again, or the parts of a whole in turn. Neighbours that say the same are found.
+    constexpr std::size_t kLookedAt = 16;
+    std::size_t place = _contents.size();
+    const std::size_t end = place - std::min(place, kLookedAt);
+    while (place > end && !_contents[place - 1].isLike(contents)) {
+        --place;
+    }
+    if (place == end) {
+        place = _contents.size();
+        _contents.push(contents);
+    } else {
+        --place;
+    }
+    ++_contents[place].waiting;
+    _sections.push({frame, _inputFrames.back().firstFrame, _contentsGone + place});
 }
 
 void RateChange::takeTimeCode(std::uint64_t frame, const CdpTimeCode& timeCode, FindingSink* findings) {

@@ -40,6 +40,7 @@ bool RateChange::next(RateFrame& frame, FindingSink* findings) {
 
     std::array<Triplet, kGreatestTriplets> triplets{};
     std::size_t count = 0;
+    const std::size_t waitingBefore = waiting();
     const FrameFields fields = fieldsOfFrame(_options.to, _next);
     if (fields.field1) {
         triplets[count++] = nextPair(CcType::Field1, findings);
@@ -49,9 +50,10 @@ bool RateChange::next(RateFrame& frame, FindingSink* findings) {
     }
     for (std::size_t index = 0; index < *dtvcc; ++index) {
         const WaitingTriplet triplet = _dtvcc.pop();
-        countLate(triplet.inputFrame, static_cast<std::uint8_t>(triplet.triplet.type()), findings);
+        countLate(_lateTriplets, triplet.inputFrame, static_cast<std::uint8_t>(triplet.triplet.type()), findings);
         triplets[count++] = triplet.triplet;
     }
+    _lateTriplets.framesBehindEnd += isBehindEnd() && waiting() < waitingBefore ? 1 : 0;
     static_cast<void>(frame.cdp.setTriplets(std::span(triplets).first(slotsOf(_options.to).ccCount)));
     if (frame.isCarried) {
         const std::uint16_t counter = _counter.value_or(0);
@@ -78,8 +80,8 @@ bool RateChange::isAtEnd(FindingSink* findings) {
         say(static_cast<std::size_t>(CcType::Field2), _fields[1].pairs.size());
         say(static_cast<std::size_t>(CcType::DtvccStart), _dtvcc.size());
         std::array<std::size_t, 256> sections{};
-        for (std::size_t index = 0; index < _sections.size(); ++index) {
-            ++sections[_sections[index].id()];
+        for (std::size_t index = 0; index < _contents.size(); ++index) {
+            sections[_contents[index].id()] += _contents[index].waiting;
         }
         for (std::size_t id = 0; id < sections.size(); ++id) {
             say(id, sections[id]);
@@ -142,24 +144,38 @@ Triplet RateChange::nextPair(CcType type, FindingSink* findings) {
     }
     const WaitingTriplet pair = field.pairs.pop();
     field.lastOutput = _next;
-    countLate(pair.inputFrame, static_cast<std::uint8_t>(type), findings);
+    countLate(_lateTriplets, pair.inputFrame, static_cast<std::uint8_t>(type), findings);
     return pair.triplet;
 }
 
 /// @param what cc_type, or the identifier of a section.
-void RateChange::countLate(std::uint64_t inputFrame, std::uint8_t what, FindingSink* findings) {
+void RateChange::countLate(RateLateness& kind, std::uint64_t inputFrame, std::uint8_t what, FindingSink* findings) {
     constexpr std::uint64_t kSeconds = 2;
     const detail::PartsOfSecond waited = detail::timeBetween(_options.from, inputFrame, _options.to, _next);
     if (waited.parts <= kSeconds * waited.inSecond) {
         return;
     }
-    ++_sentLate;
+    const std::uint64_t milliseconds =
+        waited.parts / waited.inSecond * 1000 + waited.parts % waited.inSecond * 1000 / waited.inSecond;
+    ++kind.count;
+    kind.longestMilliseconds = std::max(kind.longestMilliseconds, milliseconds);
     if (findings != nullptr) {
-        const std::uint64_t milliseconds =
-            waited.parts / waited.inSecond * 1000 + waited.parts % waited.inSecond * 1000 / waited.inSecond;
         findings->add(
             {FindingCode::RateSentLate, Severity::Warning, _next, what, static_cast<std::int64_t>(milliseconds)});
     }
+}
+
+/// What sections say that go out, one of those that wait.
+/// @param which Counted from the first that came.
+detail::SectionContents RateChange::takeContents(std::uint64_t which) {
+    detail::SectionContents& contents = _contents[static_cast<std::size_t>(which - _contentsGone)];
+    --contents.waiting;
+    const detail::SectionContents taken = contents;
+    while (!_contents.empty() && _contents.front().waiting == 0) {
+        static_cast<void>(_contents.pop());
+        ++_contentsGone;
+    }
+    return taken;
 }
 
 /// Whether there were sections.
@@ -167,15 +183,21 @@ bool RateChange::putSections(Cdp& cdp, FindingSink* findings) {
     if (_sections.empty() || _sections.front().firstFrame > _next) {
         return false;
     }
-    const detail::WaitingSections sections = _sections.pop();
+    const detail::WaitingSections due = _sections.pop();
+    const detail::SectionContents sections = takeContents(due.contents);
     // Those right behind that say the same, and could go out now, do so with this one. In front of others they stay: the
     // last one that a receiver gets is the last one that came.
-    while (!_options.everySection && !_sections.empty() && _sections.front().firstFrame <= _next &&
-           _sections.front().isLike(sections)) {
-        static_cast<void>(_sections.pop());
+    const auto isNextAlike = [this, &due] {
+        return !_sections.empty() && _sections.front().firstFrame <= _next &&
+               _sections.front().contents == due.contents;
+    };
+    while (_options.joinSections && isNextAlike()) {
+        static_cast<void>(takeContents(_sections.pop().contents));
         ++_sectionsJoined;
     }
-    countLate(sections.inputFrame, sections.id(), findings);
+    _sectionsAlike += isNextAlike() ? 1 : 0;
+    countLate(_lateSections, due.inputFrame, sections.id(), findings);
+    _lateSections.framesBehindEnd += isBehindEnd() ? 1 : 0;
     if (sections.hasServices) {
         static_cast<void>(cdp.setServices(sections.services.items(), sections.flags));
     }

@@ -19,7 +19,8 @@ bool isPossible(const CdpTimeCode& timeCode, std::optional<FrameRate> rate) noex
     const TimeCodeFields fields = timeCode.fields();
     const std::uint32_t nominal = rate ? nominalFramesPerSecond(*rate) : kGreatestCountedRate;
     const std::uint32_t frames = nominal > kGreatestCountedRate ? nominal / 2 : nominal;
-    const bool isDropped = fields.dropFrame && fields.frames < 2 && fields.seconds == 0 && fields.minutes % 10 != 0;
+    const bool drops = fields.dropFrame && (!rate || mayDropFrames(*rate));
+    const bool isDropped = drops && fields.frames < 2 && fields.seconds == 0 && fields.minutes % 10 != 0;
     return fields.hours < 24 && fields.minutes < 60 && fields.seconds < 60 && fields.frames < frames && !isDropped;
 }
 

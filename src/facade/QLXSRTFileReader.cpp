@@ -9,6 +9,7 @@
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
 #include <QLXClosedCaptionsUtilities/platform/Services.h>
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 #include <exception>
@@ -21,14 +22,11 @@ namespace {
 
 /// The file's bytes as text, without a byte-order mark; none when a byte of it is not UTF-8.
 std::optional<std::string_view> textIn(const qlx::Data& file) {
-    std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
+    const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
     if (qlx::firstInvalidUTF8Byte(text)) {
         return std::nullopt;
     }
-    if (text.starts_with(qlx::srt::kByteOrderMark)) {
-        text.remove_prefix(qlx::srt::kByteOrderMark.size());
-    }
-    return text;
+    return qlx::withoutByteOrderMark(text);
 }
 
 /// The lines up to the next empty one.

@@ -22,7 +22,7 @@ namespace {
 using detail::Cells;
 
 // The rows that a cue's numbers count, and the one in the middle.
-constexpr std::uint64_t kPageRows = 11;
+constexpr std::uint64_t kPageRows = subtitles::kTallTeletextRows;
 constexpr std::uint64_t kMiddlePageRow = 6;
 // Rows no further apart than this, one of them free, are those of one text.
 constexpr std::uint64_t kNearRows = 2;

@@ -16,7 +16,7 @@ namespace qlx::playout {
 namespace {
 
 /// The rows that a cue's numbers count, as many as there are of double height.
-constexpr std::size_t kTallRows = 11;
+constexpr std::size_t kTallRows = subtitles::kTallTeletextRows;
 constexpr std::size_t kColumns = teletext::kDataBytes;
 /// Columns of text that begins at the left, whatever its colour.
 constexpr std::size_t kUsualColumns = 36;

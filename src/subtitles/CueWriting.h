@@ -70,8 +70,7 @@ struct RowLosses {
 
 /// The rows of the screen that a cue's rows are counted in.
 [[nodiscard]] inline std::uint64_t screenRowsOf(const Cue& cue) noexcept {
-    constexpr std::uint64_t kTallRows = 11;
-    return cue.screenRows != 0 ? cue.screenRows : kTallRows;
+    return cue.screenRows != 0 ? cue.screenRows : kTallTeletextRows;
 }
 
 /// Row::anchor has the nine places of a numeric keypad; beyond are none.

@@ -1,12 +1,16 @@
 #include <qlx/subtitles/cue.h>
+#include <qlx/teletext/page_text.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace qlx::subtitles {
 
+static_assert(kTeletextRows == teletext::kLastTextRow && kTeletextScreenRows == teletext::kLastRow + 1 &&
+              kTallTeletextRows == teletext::kLastTallRow / 2);
+
 Cue withPageRows(Cue cue) {
-    constexpr std::uint64_t kPageRows = 11;
+    constexpr std::uint64_t kPageRows = kTallTeletextRows;
     if (cue.screenRows == 0 || cue.screenRows == kPageRows) {
         return cue;
     }

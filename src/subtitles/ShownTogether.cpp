@@ -13,8 +13,6 @@ namespace qlx::subtitles {
 
 namespace {
 
-constexpr std::uint16_t kRowsOfPage = 11;
-
 bool hasText(const Row& row) {
     return std::any_of(row.runs.begin(), row.runs.end(), [](const Run& run) { return !run.text.empty(); });
 }
@@ -27,7 +25,7 @@ std::uint64_t firstNumber(const Cue& cue) {
 }
 
 std::uint16_t rowsOfScreen(const Cue& cue) noexcept {
-    return cue.screenRows == 0 ? kRowsOfPage : cue.screenRows;
+    return cue.screenRows == 0 ? kTallTeletextRows : cue.screenRows;
 }
 
 /// Teletext counts the rows of its pages in single height, and shows text in double height.
@@ -43,7 +41,7 @@ std::uint16_t commonRows(const std::vector<Cue>& cues) {
     const bool isCommon =
         std::all_of(first, cues.end(), [&](const Cue& cue) { return !isNamed(cue) || rowsOfScreen(cue) == rows; });
     const bool needsPlaces = !std::all_of(cues.begin(), cues.end(), isNamed) && isTeletextScreen(rows);
-    return isCommon && !needsPlaces ? rows : kRowsOfPage;
+    return isCommon && !needsPlaces ? rows : kTallTeletextRows;
 }
 
 /// Gives rows without numbers those of their place.
@@ -86,7 +84,7 @@ void useOneScreen(std::vector<Cue>& cues) {
         } else if (rowsOfScreen(cue) != rows) {
             cue = withPageRows(std::move(cue));
         }
-        cue.screenRows = rows == kRowsOfPage ? std::uint16_t{0} : rows;
+        cue.screenRows = rows == kTallTeletextRows ? std::uint16_t{0} : rows;
     }
 }
 

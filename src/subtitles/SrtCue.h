@@ -9,7 +9,6 @@
 
 namespace qlx::srt {
 
-inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 inline constexpr std::string_view kArrow = " --> ";
 
 /// What stands in front of an arrow and behind it.

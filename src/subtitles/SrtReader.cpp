@@ -6,6 +6,7 @@
 #include "subtitles/TextEditing.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 #include <utility>
@@ -151,8 +152,8 @@ const Cue* SrtReader::nextCue() {
 /// @return Whether there is a cue.
 bool SrtReader::takeLine(std::string_view raw, std::size_t bytes) {
     ++_line;
-    if (_line == 1 && raw.starts_with(srt::kByteOrderMark)) {
-        raw.remove_prefix(srt::kByteOrderMark.size());
+    if (_line == 1) {
+        raw = withoutByteOrderMark(raw);
     }
     const std::string_view line = srt::withoutCarriageReturns(raw, _withoutReturns);
     const bool isCut = std::exchange(_isLineCut, false);

@@ -161,8 +161,6 @@ constexpr std::size_t kJustification = 14;
 constexpr std::size_t kCommentFlag = 15;
 constexpr std::size_t kText = 16;
 
-constexpr std::uint8_t kGreatestVerticalPosition = 23;  // of teletext
-constexpr std::uint64_t kGreatestRow = 11;
 constexpr std::uint8_t kGreatestStatus = 3;
 constexpr std::uint8_t kGreatestJustification = 3;
 constexpr std::uint8_t kGreatestCommentFlag = 1;
@@ -301,7 +299,7 @@ private:
     /// The row on the page; 0 when it has none such.
     [[nodiscard]] std::uint64_t rowAt(std::size_t index) const noexcept {
         const std::uint64_t row = stl::firstRow(_tti.verticalPosition) + index;
-        return _tti.verticalPosition <= kGreatestVerticalPosition && row <= kGreatestRow ? row : 0;
+        return _tti.verticalPosition <= kTeletextRows && row <= kTallTeletextRows ? row : 0;
     }
 
     const Tti& _tti;

@@ -110,8 +110,7 @@ private:
         if (const auto named = teletextRowOf(_cue.screenRows, number); named && _screen == kTeletextRows) {
             return std::clamp<std::uint64_t>(*named, 1, kTeletextRows);
         }
-        constexpr std::uint64_t kPageRows = 11;
-        if (rows == kPageRows && _screen == kTeletextRows) {
+        if (rows == kTallTeletextRows && _screen == kTeletextRows) {
             return 2 * std::min(number, rows);
         }
         const std::uint64_t steps = std::max<std::uint64_t>(rows, 2) - 1;

@@ -1,6 +1,6 @@
 #include "subtitles/TextLines.h"
 
-#include "subtitles/SrtCue.h"
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 
@@ -50,8 +50,8 @@ bool TextLines::next(std::string_view& line) {
     line = line.substr(0, _greatest);
     _begin = end + 1;
     _skipsFeed = _buffer[end] == '\r';
-    if (++_number == 1 && line.starts_with(srt::kByteOrderMark)) {
-        line.remove_prefix(srt::kByteOrderMark.size());
+    if (++_number == 1) {
+        line = withoutByteOrderMark(line);
     }
     return true;
 }
@@ -83,8 +83,8 @@ bool TextLines::takeRest(std::string_view& line) {
     _skipsLine = _isCut;
     line = std::string_view(_buffer).substr(_begin, std::min(size, _greatest));
     _begin = _buffer.size();
-    if (++_number == 1 && line.starts_with(srt::kByteOrderMark)) {
-        line.remove_prefix(srt::kByteOrderMark.size());
+    if (++_number == 1) {
+        line = withoutByteOrderMark(line);
     }
     return true;
 }

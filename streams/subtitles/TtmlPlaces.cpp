@@ -24,7 +24,6 @@ using subtitles::Row;
 
 constexpr double kMargin = subtitles::kSafeBox.left;
 constexpr double kInner = subtitles::kSafeBox.width;
-constexpr std::uint16_t kTeletextRows = 11;
 constexpr double kWhole = 100;
 /// A region that says nothing of its place.
 constexpr subtitles::Box kWholeScreen{0, 0, kWhole, kWhole, subtitles::BoxEdge::Top};
@@ -185,7 +184,7 @@ Box boxFor(const Cue& cue, bool& isLost) {
         return band >= 7 ? BoxEdge::Top : band >= 4 ? BoxEdge::Middle : BoxEdge::Bottom;
     };
     place.edge = edgeOf(anchor);
-    const double rows = cue.screenRows == 0 ? kTeletextRows : cue.screenRows;
+    const double rows = cue.screenRows == 0 ? subtitles::kTallTeletextRows : cue.screenRows;
     const auto number = static_cast<double>(std::min<std::uint64_t>(firstRow.number, UINT16_MAX));
     if (firstRow.number != 0 && number <= rows) {
         const double last = std::min(rows, number + static_cast<double>(cue.rows.size() - 1));

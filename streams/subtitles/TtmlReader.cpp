@@ -449,9 +449,7 @@ Result<TtmlFile> readTtml(std::span<const std::uint8_t> text, const std::functio
         return Finding{FindingCode::TtmlTooLong, Severity::Error, 0, static_cast<std::int64_t>(text.size()),
                        static_cast<std::int64_t>(options.greatestFile)};
     }
-    std::string_view shown(reinterpret_cast<const char*>(text.data()), text.size());
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    shown.remove_prefix(shown.starts_with(kMark) ? kMark.size() : 0);
+    std::string_view shown = withoutByteOrderMark({reinterpret_cast<const char*>(text.data()), text.size()});
     std::int64_t count = 0;
     std::string mended;
     const auto firstWrong = firstInvalidUTF8Byte(shown);

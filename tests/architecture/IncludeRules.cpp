@@ -28,9 +28,8 @@ constexpr std::string_view kToolFolder = "tools/qlxcc/";
 constexpr std::string_view kSpanningHeaders[] = {
     "include/QLXClosedCaptionsUtilities/QLXVANCPacket.h",
     "include/QLXClosedCaptionsUtilities/QLXCCUtilities.h",
-    // One enumeration with a block for each room, and its words.
+    // One enumeration with a block for each room.
     "include/qlx/base/finding_code.h",
-    "src/base/FindingTexts.h",
 };
 
 constexpr std::string_view kGeneratedHeaders[] = {

@@ -16,6 +16,14 @@ namespace {
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 
+TEST(Utf8, IsTakenWithoutAByteOrderMark) {
+    EXPECT_EQ(qlx::withoutByteOrderMark("\xEF\xBB\xBFtext"), "text");
+    EXPECT_EQ(qlx::withoutByteOrderMark("\xEF\xBB\xBF\xEF\xBB\xBF"), qlx::kByteOrderMark);
+    EXPECT_EQ(qlx::withoutByteOrderMark("\xEF\xBBtext"), "\xEF\xBBtext");
+    EXPECT_EQ(qlx::withoutByteOrderMark("text\xEF\xBB\xBF"), "text\xEF\xBB\xBF");
+    EXPECT_EQ(qlx::withoutByteOrderMark(""), "");
+}
+
 }  // namespace
 
 TEST(IntegerValue, ReadsTheNumberAtTheStart) {

@@ -265,6 +265,60 @@ TEST(CdpFindings, NameImpossibleTimeCodes) {
     }
 }
 
+TEST(CdpFindings, NameDroppedFramesAtARateThatDropsNone) {
+    struct Case {
+        std::uint8_t code;
+        bool mayDrop;
+    };
+    // 01:01:00;00, which is dropped where frames are.
+    for (const Case& one : {Case{1, false}, Case{2, false}, Case{3, false}, Case{4, true}, Case{5, false},
+                            Case{6, false}, Case{7, true}, Case{8, false}}) {
+        const unsigned rateByte = one.code * 16U + 15U;
+        const Bytes bytes = packetOf("71 c1 81 00 80", {.rateByte = rateByte, .flags = 0x83});
+        const Read result = read(bytes);
+        const Finding dropped{FindingCode::CdpTimeCodeInvalid, kWarning, 8, 0xC181'0080, 0};
+        const Finding unlike{FindingCode::CdpDropFrameUnlikeRate, kWarning, 11, 0xC181'0080, one.code};
+        EXPECT_EQ(result.findings, (FindingList{one.mayDrop ? dropped : unlike})) << int{one.code};
+        EXPECT_EQ(written(*result.cdp), bytes);
+        // 01:01:00;02 is there.
+        EXPECT_EQ(read(packetOf("71 c1 81 00 82", {.rateByte = rateByte, .flags = 0x83})).findings.empty(),
+                  one.mayDrop);
+    }
+    // Nothing is known of the rate.
+    EXPECT_EQ(read(packetOf("71 c1 81 00 82", {.rateByte = 0x9F, .flags = 0x83})).findings,
+              (FindingList{{FindingCode::CdpFrameRateUnknown, kWarning, 3, 9, 0}}));
+    EXPECT_EQ((Finding{FindingCode::CdpDropFrameUnlikeRate, kWarning, 11, 0xC181'0082, 3}).text(),
+              "time code c1810082 says that it drops frames, frame rate code 3 drops none");
+}
+
+TEST(CdpFindings, NameMorePairsOfAFieldThanAFrameHas) {
+    const auto packet = [](unsigned code, const std::string& first) {
+        constexpr std::array<std::size_t, 9> kCounts{0, 25, 25, 24, 20, 20, 12, 10, 10};
+        const std::size_t padding = kCounts.at(code) - first.size() / 6;
+        return packetOf("72" + toHex(Bytes{static_cast<std::uint8_t>(0xE0 | kCounts.at(code))}) + first +
+                            repeatedDigits("fa0000", padding),
+                        {.rateByte = code * 16 + 15});
+    };
+    for (unsigned code = 1; code <= 8; ++code) {
+        const bool isFilm = code <= 2;
+        // One pair of each field, also with null pairs and with some that are not valid.
+        EXPECT_EQ(read(packet(code, "fcc141fdc242")).findings, FindingList{});
+        EXPECT_EQ(read(packet(code, "fcc141fc8080fc0000f8c141fdc242fd8080f9c242")).findings, FindingList{});
+        // At 24 frames a second the 60 fields have two pairs in some frames, and never three.
+        const Finding twoOfField1{FindingCode::CdpPairsUnlikeRate, kWarning, 12, 1, 2};
+        const Finding twoOfField2{FindingCode::CdpPairsUnlikeRate, kWarning, 15, 2, 2};
+        const Bytes ofField1 = packet(code, "fcc141fc4343fdc242");
+        const Bytes ofField2 = packet(code, "fdc141fc4343fdc242");
+        EXPECT_EQ(read(ofField1).findings, isFilm ? FindingList{} : FindingList{twoOfField1}) << code;
+        EXPECT_EQ(read(ofField2).findings, isFilm ? FindingList{} : FindingList{twoOfField2}) << code;
+        EXPECT_EQ(written(*read(ofField2).cdp), ofField2);
+        const Finding threeOfField2{FindingCode::CdpPairsUnlikeRate, kWarning, isFilm ? 18U : 15U, 2, 3};
+        EXPECT_EQ(read(packet(code, "fdc141fc4343fdc242fdc343")).findings, FindingList{threeOfField2}) << code;
+    }
+    EXPECT_EQ((Finding{FindingCode::CdpPairsUnlikeRate, kWarning, 12, 1, 2}).text(),
+              "2 pairs of field 1, a frame of the rate has fewer");
+}
+
 TEST(CdpFindings, NameServicesThatAreNotWhatIsAnnounced) {
     const Bytes right = packetOf(kTenTriplets + kTwoServices, {.flags = 0x77});
     for (const int announced : {0, 1, 3, 15}) {

@@ -235,8 +235,16 @@ public:
         }
         if (below(8) != 0) {
             std::vector<Triplet> triplets(qlx::cc::slotsOf(rate).ccCount);
+            // A frame has no more than one pair of a field, at 24 frames a second two.
+            std::array<std::size_t, 2> places{};
+            places.fill(qlx::nominalFramesPerSecond(rate) == 24 ? 2 : 1);
             for (Triplet& triplet : triplets) {
-                triplet = Triplet::make(static_cast<CcType>(below(4)), byteBelow(256), byteBelow(256), below(2) == 0);
+                const std::size_t type = below(4);
+                const bool isValid = below(2) == 0 && (type > 1 || places[type] > 0);
+                triplet = Triplet::make(static_cast<CcType>(type), byteBelow(256), byteBelow(256), isValid);
+                if (type <= 1 && isValid) {
+                    --places[type];
+                }
             }
             EXPECT_TRUE(cdp.setTriplets(triplets));
         }

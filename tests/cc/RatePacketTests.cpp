@@ -34,8 +34,8 @@ Cdp packetWith(FrameRate rate, const std::optional<TimeCodeFields>& time = std::
 }
 
 std::vector<RateFrame> changed(const std::vector<Cdp>& input, FrameRate from, FrameRate to,
-                               Findings* findings = nullptr, bool everySection = false) {
-    RateChange change({.from = from, .to = to, .everySection = everySection});
+                               Findings* findings = nullptr, bool joinSections = false) {
+    RateChange change({.from = from, .to = to, .joinSections = joinSections});
     std::vector<RateFrame> out;
     RateFrame frame;
     for (std::size_t number = 0; number < input.size(); ++number) {
@@ -225,12 +225,12 @@ TEST(RateChangePacket, HasServiceInformationOnceForEachThatCame) {
     }
 }
 
-TEST(RateChangePacket, SendsEqualServiceInformationAsOftenAsItCameWhenAsked) {
+TEST(RateChangePacket, SendsEqualServiceInformationAsOftenAsItCame) {
     const std::array english{CaptionService::digital(1, {'e', 'n', 'g'})};
     Cdp packet = packetWith(FrameRate::Fps60);
     ASSERT_TRUE(packet.setServices(english));
     Findings findings;
-    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24, &findings, true);
+    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24, &findings);
     // The second has 24 frames; the other 36 sections follow, one with each frame.
     ASSERT_EQ(frames.size(), 60U);
     for (const RateFrame& frame : frames) {
@@ -242,15 +242,88 @@ TEST(RateChangePacket, SendsEqualServiceInformationAsOftenAsItCameWhenAsked) {
               (FindingList{{FindingCode::RateWaitsAtEnd, Severity::Warning, 24, 0x73, 36}}));
 }
 
-TEST(RateChangePacket, KeepsNoQueueOfEqualServiceInformation) {
+TEST(RateChangePacket, JoinsEqualServiceInformationThatWaitsWhenAsked) {
     const std::array english{CaptionService::digital(1, {'e', 'n', 'g'})};
     Cdp packet = packetWith(FrameRate::Fps60);
     ASSERT_TRUE(packet.setServices(english));
-    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24);
+    const auto frames = changed(std::vector<Cdp>(60, packet), FrameRate::Fps60, FrameRate::Fps24, nullptr, true);
     // The last two came behind the beginning of frame 23, which is the last one of the second.
     ASSERT_EQ(frames.size(), 25U);
     for (const RateFrame& frame : frames) {
         EXPECT_TRUE(frame.cdp.hasServiceInformation());
+    }
+}
+
+TEST(RateChangePacket, SumsUpServiceInformationThatIsLate) {
+    const std::array english{CaptionService::digital(1, {'e', 'n', 'g'})};
+    Cdp packet = packetWith(FrameRate::Fps60);
+    ASSERT_TRUE(packet.setServices(english));
+    const auto run = [&packet](bool joinSections) {
+        RateChange change({.from = FrameRate::Fps60, .to = FrameRate::Fps30, .joinSections = joinSections});
+        RateFrame frame;
+        for (std::size_t number = 0; number < 600; ++number) {
+            change.feed(number, packet);
+        }
+        change.finish();
+        std::size_t count = 0;
+        while (change.next(frame)) {
+            count += frame.cdp.hasServiceInformation() ? 1 : 0;
+        }
+        EXPECT_EQ(change.lateTriplets().count, 0U);
+        EXPECT_EQ(change.lateTriplets().framesBehindEnd, 0U);
+        EXPECT_EQ(change.sentLate(), change.lateSections().count);
+        return std::pair(count, change);
+    };
+    // Number k, of k / 60 s, goes out with frame k, of k / 30 s: later than 2 s from number 121 on; the last, 599, is
+    // 599 / 60 s late. The input ends with frame 299.
+    const auto [each, all] = run(false);
+    EXPECT_EQ(each, 600U);
+    EXPECT_EQ(all.lateSections().count, 600U - 121U);
+    EXPECT_EQ(all.lateSections().longestMilliseconds, 9983U);
+    EXPECT_EQ(all.lateSections().framesBehindEnd, 300U);
+    EXPECT_EQ(all.sectionsJoined(), 0U);
+    // All but numbers 0, behind which none is due, and 599.
+    EXPECT_EQ(all.sectionsAlike(), 598U);
+    // Number 0 goes out with frame 0, two with each frame behind it, and number 599 alone.
+    const auto [some, joined] = run(true);
+    EXPECT_EQ(some, 301U);
+    EXPECT_EQ(joined.lateSections().count, 0U);
+    EXPECT_EQ(joined.lateSections().framesBehindEnd, 1U);
+    EXPECT_EQ(joined.sectionsJoined(), 299U);
+    EXPECT_EQ(joined.sectionsAlike(), 0U);
+}
+
+/// More than sixteen different ones that wait, some of them again and again, each with its own place in the order.
+TEST(RateChangePacket, KeepsWhatEachSectionSaysWhileManyWait) {
+    const auto contentsOf = [](std::size_t number) {
+        const std::size_t which = number % 3 == 0 ? 0 : number % 40;
+        return CaptionService::digital(1 + which % 4, {'a', 'a', static_cast<char>('a' + which / 4)});
+    };
+    constexpr std::size_t kCount = 500;
+    for (const FrameRate to : {FrameRate::Fps23976, FrameRate::Fps60}) {
+        RateChange change({.from = FrameRate::Fps50, .to = to});
+        RateFrame frame;
+        std::size_t next = 0;
+        const auto drain = [&] {
+            while (change.next(frame)) {
+                if (frame.cdp.hasServiceInformation()) {
+                    ASSERT_LT(next, kCount);
+                    ASSERT_EQ(frame.cdp.services().size(), 1U);
+                    ASSERT_EQ(frame.cdp.services()[0], contentsOf(next)) << next;
+                    ++next;
+                }
+            }
+        };
+        for (std::size_t number = 0; number < kCount; ++number) {
+            Cdp packet = packetWith(FrameRate::Fps50);
+            const std::array service{contentsOf(number)};
+            ASSERT_TRUE(packet.setServices(service));
+            change.feed(number, packet);
+            drain();
+        }
+        change.finish();
+        drain();
+        EXPECT_EQ(next, kCount);
     }
 }
 

@@ -433,23 +433,48 @@ TEST(AnyRate, SendsServiceInformationOnceForEachThatCame) {
         }
         return carried;
     };
-    const ToolResult each = runRate(folder, "a.jsonl", "50", "25", "b.jsonl", {"--every-section"});
+    const ToolResult each = runRate(folder, "a.jsonl", "50", "25", "b.jsonl");
     EXPECT_EQ(each.exitCode, 0);
     EXPECT_EQ(each.err, "qlxcc: warning: " + folder.path("a.jsonl") +
-                            ": frame 3 of the result: sections 73 behind the last frame: 3\n");
+                            ": frame 3 of the result: sections 73 behind the last frame: 3\nqlxcc: warning: " +
+                            folder.path("a.jsonl") +
+                            ": service sections sent in 3 frames behind the end (--join-sections sends "
+                            "those that wait and say the same once)\n");
     EXPECT_EQ(services("b.jsonl"), std::vector<bool>(6, true));
     // The last one came behind the beginning of frame 2.
-    const ToolResult joined = runRate(folder, "a.jsonl", "50", "25", "c.jsonl");
+    const ToolResult joined = runRate(folder, "a.jsonl", "50", "25", "c.jsonl", {"--join-sections"});
     EXPECT_EQ(joined.exitCode, 0);
     // Those of frames 1 and 2 are due in frame 1, those of 3 and 4 in frame 2, and that of 5 behind the end.
     EXPECT_EQ(joined.err,
               "qlxcc: warning: " + folder.path("a.jsonl") +
                   ": frame 3 of the result: sections 73 behind the last frame: 1\nqlxcc: " + folder.path("a.jsonl") +
-                  ": 2 service sections sent with the one before, which says the same (see "
-                  "--every-section)\n");
+                  ": 2 service sections sent with the one before, which says the same\n");
     EXPECT_EQ(services("c.jsonl"), std::vector<bool>(4, true));
-    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "60", "d.jsonl", {"--every-section"}).err, "");
+    EXPECT_EQ(runRate(folder, "a.jsonl", "50", "60", "d.jsonl").err, "");
     EXPECT_EQ(services("d.jsonl"), (std::vector<bool>{true, false, true, true, true, true, true, false}));
+}
+
+TEST(AnyRate, SumsUpServiceInformationThatIsLate) {
+    const TemporaryFolder folder;
+    std::string in;
+    for (unsigned frame = 0; frame < 150; ++frame) {
+        in += frameJson(frame, {captionJson(bareCdp(7, repeated("fa0000", 10), frame, true))});
+    }
+    folder.write("a.jsonl", in);
+    const ToolResult each = runRate(folder, "a.jsonl", "59.94", "29.97", "b.jsonl");
+    EXPECT_EQ(each.exitCode, 0);
+    std::vector<std::string> lines = linesOf(each.err);
+    // The section of frame k, of k 1001/60000 s, goes out with frame k, at twice that: more than 2 s late from 120 on.
+    ASSERT_EQ(lines.size(), 13U) << each.err;
+    const std::string about = "qlxcc: warning: " + folder.path("a.jsonl") + ": ";
+    EXPECT_EQ(lines[0], about + "frame 75 of the result: sections 73 behind the last frame: 75");
+    EXPECT_EQ(lines[1], about + "frame 120 of the result: section 73 sent 2002 ms behind its time");
+    EXPECT_EQ(lines[10], about + "frame 129 of the result: section 73 sent 2152 ms behind its time");
+    EXPECT_EQ(lines[11], about + "20 more like \"section 73 sent 2002 ms behind its time\"");
+    EXPECT_EQ(lines[12], about + "30 service sections sent more than 2 s late, by up to 2.485 s, the last ones in 75 "
+                                 "frames behind the end (--join-sections sends those that wait and say the same once)");
+    EXPECT_EQ(linesOf(folder.read("b.jsonl")).size(), 150U);
+    EXPECT_EQ(runRate(folder, "a.jsonl", "59.94", "29.97", "b.jsonl", {"--quiet"}).err, "");
 }
 
 TEST(AnyRate, SaysThatManyFramesAreMissing) {

@@ -76,6 +76,11 @@ std::string madeCdp(unsigned rateCode, const std::string& triplets, unsigned cou
     return cdpHex(rateCode, triplets, counter, static_cast<int>(triplets.size() / 2 + 16));
 }
 
+/// What is said of packets with service information.
+std::string withoutServices(const TemporaryFolder& folder, const std::string& count) {
+    return "qlxcc: warning: " + folder.path("a.klv") + ": left out: the service information of " + count + "\n";
+}
+
 // Field 1 and the DTVCC triplets go to the first frame, field 2 to the second; 12 triplets each.
 const std::string kFirstHalf = "fc942cff0102fe0304" + repeated("fa0000", 9);
 const std::string kSecondHalf = "fd152c" + repeated("fa0000", 11);
@@ -85,7 +90,7 @@ TEST(RateAsDeployed, SplitsAFrameInTwo) {
     folder.write("a.klv", fromHex(klvHex({{kAfd, captionHex(kWholeCdp), kOther}, {}})));
     const ToolResult result = runRate(folder, "a.klv", "25", "50", "b.klv");
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.err, withoutServices(folder, "1 caption packet"));
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(hexOf(folder.read("b.klv")), withoutSpaces(klvHex({{kAfd, captionHex(madeCdp(6, kFirstHalf, 0)), kOther},
                                                                  {captionHex(madeCdp(6, kSecondHalf, 1))},
@@ -99,7 +104,7 @@ TEST(RateAsDeployed, JoinsTwoFramesInOne) {
                                           {kOther, captionHex(cdpHex(6, kSecondHalf)), kAfd}})));
     const ToolResult result = runRate(folder, "a.klv", "50", "25", "b.klv");
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.err, withoutServices(folder, "2 caption packets"));
     EXPECT_EQ(
         hexOf(folder.read("b.klv")),
         withoutSpaces(klvHex({{captionHex(madeCdp(3, kWhole + repeated("fa0000", 20), 0)), kAfd, kOther, kAfd}})));
@@ -198,7 +203,8 @@ TEST(RateAsDeployed, WarnsOnceOfPacketsOfAnotherRate) {
     const ToolResult result = runRate(folder, "a.klv", "25", "50", "b.klv");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.klv") +
-                              ": frame 0, line 9: the caption packet is marked as one of 29.97 frames/s\n");
+                              ": frame 0, line 9: the caption packet is marked as one of 29.97 frames/s\n" +
+                              withoutServices(folder, "2 caption packets"));
     EXPECT_EQ(hexOf(folder.read("b.klv")), withoutSpaces(klvHex({{captionHex(madeCdp(6, kFirstHalf, 0))},
                                                                  {captionHex(madeCdp(6, kSecondHalf, 1))},
                                                                  {captionHex(madeCdp(6, kFirstHalf, 2))},
@@ -215,7 +221,25 @@ TEST(RateAsDeployed, WarnsOnceOfPacketsThatContradictThemselves) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "qlxcc: warning: " + folder.path("a.klv") +
                               ": frame 0, line 9: the caption packet contradicts itself: cc_count 23, but 24 are "
-                              "there\n");
+                              "there\n" +
+                              withoutServices(folder, "2 caption packets"));
+}
+
+TEST(RateAsDeployed, SaysWhichSectionsAreLeftOut) {
+    const TemporaryFolder folder;
+    // 25 frames a second: a time code, 24 triplets, a future section.
+    const std::string cdp = "966900 3f c3 0000 71 c1800000 72f8" + kWhole + repeated("fa0000", 20) + "7501aa 740000 00";
+    folder.write("a.klv", fromHex(klvHex({{captionHex(withoutSpaces(cdp))}, {captionHex(withoutSpaces(cdp))}})));
+    const ToolResult result = runRate(folder, "a.klv", "25", "50", "b.klv");
+    EXPECT_EQ(result.exitCode, 0);
+    const std::string about = "qlxcc: warning: " + folder.path("a.klv") + ": left out: ";
+    EXPECT_EQ(result.err, about + "the time code of 2 caption packets\n" + about +
+                              "sections of unknown kinds of 2 caption packets\n");
+    const ToolResult refused = runTool({"rate", folder.path("a.klv"), "--from", "50", "--to", "25", "-o",
+                                        folder.path("c.klv"), "--as-deployed", "--join-sections"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(refused.err, "qlxcc: --join-sections is not for --as-deployed: the fixed operations leave service "
+                           "information out (see qlxcc rate --help)\n");
 }
 
 TEST(RateAsDeployed, SaysThatCaptionsInNoPacketAreLeftOut) {

@@ -99,6 +99,10 @@ enum class FindingCode : std::uint32_t {
     // cc, more of the counters of CDPs
     CdpCounterStandsStill,  ///< Counter there, that expected; told once.
 
+    // cc, more of what contradicts itself in CDPs
+    CdpDropFrameUnlikeRate,  ///< Four bytes of the time code as a number, cdp_frame_rate there.
+    CdpPairsUnlikeRate,      ///< Field, 1 or 2; its pairs with content, of which a frame of the rate has fewer.
+
     // cea708 (CTA-708)
     Cea708DataOutsidePacket = 0x5'0001,  ///< Two bytes as a number, the first of those that stand together.
     Cea708PacketLost,                    ///< Sequence number there, that expected.

@@ -5,8 +5,17 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace qlx {
+
+/// U+FEFF in UTF-8, which files may begin with.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// The text behind a byte order mark in front of it; all of it where there is none.
+[[nodiscard]] constexpr std::string_view withoutByteOrderMark(std::string_view text) noexcept {
+    return text.substr(text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
+}
 
 /// Appends a character in UTF-8; what is no code point becomes U+FFFD.
 inline void appendUtf8(std::string& text, char32_t character) {

@@ -47,20 +47,26 @@ struct WaitingField {
     std::optional<std::uint64_t> lastOutput;  ///< The frame that the last pair went out with.
 };
 
-/// Sections that go out once.
-struct WaitingSections {
-    std::uint64_t inputFrame = 0;                             ///< The frame that they came with.
-    std::uint64_t firstFrame = 0;                             ///< The first frame that they may go out with.
+/// What the sections of a packet say that go out once.
+struct SectionContents {
     bool hasServices = false;                                 ///< Whether there is service information.
     ServiceInformationFlags flags;                            ///< Of the service information.
     BoundedList<CaptionService, kGreatestServices> services;  ///< The same.
     BoundedList<std::uint8_t, kGreatestFutureBytes> future;   ///< Future sections, as they stand on the wire.
+    std::uint64_t waiting = 0;                                ///< How many wait that say this.
 
-    /// Whether both say the same, whenever they may go out.
-    [[nodiscard]] QLX_EXPORT bool isLike(const WaitingSections& other) const noexcept;
+    /// Whether both say the same.
+    [[nodiscard]] QLX_EXPORT bool isLike(const SectionContents& other) const noexcept;
 
     /// The identifier of the first one.
     [[nodiscard]] QLX_EXPORT std::uint8_t id() const noexcept;
+};
+
+/// Sections of a packet that wait.
+struct WaitingSections {
+    std::uint64_t inputFrame = 0;  ///< The frame that they came with.
+    std::uint64_t firstFrame = 0;  ///< The first frame that they may go out with.
+    std::uint64_t contents = 0;    ///< What they say, counted from the first that came.
 };
 
 /// What is known of a frame of the input besides its triplets.
@@ -91,10 +97,17 @@ struct RateOptions {
     FrameRate to = FrameRate::Fps2997;    ///< Of the frames that are given.
     /// Sequence counter of the first packet; none: that of the first packet that comes.
     std::optional<std::uint16_t> firstCounter = std::nullopt;
-    /// Whether service information and sections that the standard keeps for the future each go out, also where several
-    /// that wait one behind the other say the same; else these go out as one. Of input that has them in every packet a
-    /// lower rate, which has fewer packets, then sends the rest behind the end.
-    bool everySection = false;
+    /// Whether service information and sections that the standard keeps for the future go out as one where several that
+    /// wait one behind the other say the same; else each goes out. Of input that has them in every packet a lower rate,
+    /// which has fewer packets, then sends them later and later, and the rest behind the end (lateSections()).
+    bool joinSections = false;
+};
+
+/// What of a kind went out late.
+struct RateLateness {
+    std::uint64_t count = 0;                ///< How many were sent after more than two seconds.
+    std::uint64_t longestMilliseconds = 0;  ///< How long the one of these waited that waited longest.
+    std::uint64_t framesBehindEnd = 0;      ///< Frames with some of the kind behind the end of the input.
 };
 
 /// A frame of the new rate.
@@ -116,17 +129,18 @@ struct RateFrame {
 /// without padding in between.
 ///
 /// Service information, and sections that the standard keeps for the future, go out in their order, once for each that
-/// came, those of one packet with a packet; equal ones that wait together go out as one (sectionsJoined()), but
-/// for RateOptions::everySection. The time code is counted on from the first one that came, in the new rate's frames, and
+/// came, those of one packet with a packet; with RateOptions::joinSections equal ones that wait together go out as one
+/// (sectionsJoined()). The time code is counted on from the first one that came, in the new rate's frames, and
 /// anew after each jump; at 29.97 and 59.94 with dropped numbers, unless the input has one of these rates and does not
 /// drop any, or 23.976, whose labels are right without. An impossible one is left out (RateTimeCodeImpossible).
 ///
 /// Nothing is lost: what waits longer than two seconds is sent nevertheless (RateSentLate, one for each triplet and for
 /// the sections of each packet), and what has no place in front of the input's end goes out behind it (RateWaitsAtEnd).
 /// Of sections both have the identifier of the first one in place of the cc_type. What waits is kept in memory, 24
-/// bytes a triplet and 400 the sections of a packet. Input that keeps to the slots of its own rate makes this grow by
-/// less than 30 triplets a second; a host that has to live with worse for days looks at waiting(). In a steady course
-/// nothing is allocated.
+/// bytes a triplet and as many the sections of a packet, with 400 more where they say what none of the last sixteen
+/// different ones said. Input that keeps to the slots of its own rate makes this grow by less than 30 triplets and 40
+/// sections a second; a host that has to live with worse for days looks at waiting(). In a steady course nothing is
+/// allocated.
 ///
 /// For one thread at a time.
 class RateChange {
@@ -157,9 +171,15 @@ public:
         return _fields[0].pairs.size() + _fields[1].pairs.size() + _dtvcc.size();
     }
     /// Triplets, and sections of a packet, that were sent after more than two seconds.
-    [[nodiscard]] std::uint64_t sentLate() const noexcept { return _sentLate; }
-    /// Sections of packets that went out with those in front of them, which say the same (RateOptions::everySection).
+    [[nodiscard]] std::uint64_t sentLate() const noexcept { return _lateTriplets.count + _lateSections.count; }
+    /// The triplets of these.
+    [[nodiscard]] const RateLateness& lateTriplets() const noexcept { return _lateTriplets; }
+    /// The sections of these, those of a packet as one. RateOptions::joinSections keeps equal ones from being late.
+    [[nodiscard]] const RateLateness& lateSections() const noexcept { return _lateSections; }
+    /// Sections of packets that went out with those in front of them, which say the same (RateOptions::joinSections).
     [[nodiscard]] std::uint64_t sectionsJoined() const noexcept { return _sectionsJoined; }
+    /// Sections of packets that went out for themselves, with others waiting behind them that say the same.
+    [[nodiscard]] std::uint64_t sectionsAlike() const noexcept { return _sectionsAlike; }
 
 private:
     void enterFrame(std::uint64_t& frame, FindingSink* findings);
@@ -172,15 +192,19 @@ private:
     [[nodiscard]] std::optional<std::size_t> dtvccOfFrame() const noexcept;
     [[nodiscard]] bool canFollow(std::size_t start, std::size_t packetTriplets) const noexcept;
     [[nodiscard]] bool isAtEnd(FindingSink* findings);
+    [[nodiscard]] bool isBehindEnd() const noexcept { return _isFinished && _next >= _decided; }
     bool leaveInputFrames();
     [[nodiscard]] Triplet nextPair(CcType field, FindingSink* findings);
-    void countLate(std::uint64_t inputFrame, std::uint8_t what, FindingSink* findings);
+    void countLate(RateLateness& kind, std::uint64_t inputFrame, std::uint8_t what, FindingSink* findings);
+    [[nodiscard]] detail::SectionContents takeContents(std::uint64_t which);
     bool putSections(Cdp& cdp, FindingSink* findings);
 
     RateOptions _options;
     std::array<detail::WaitingField, 2> _fields;
     Ring<detail::WaitingTriplet> _dtvcc;
     Ring<detail::WaitingSections> _sections;
+    Ring<detail::SectionContents> _contents;  ///< What they say, from the first one that waits on.
+    std::uint64_t _contentsGone = 0;          ///< What was said in front of these.
     Ring<detail::InputFrameState> _inputFrames;
     detail::InputFrameState
         _state;  ///< Of the last frame of the input that is not later than the next one to be given.
@@ -192,8 +216,10 @@ private:
     std::uint64_t _decided = 0;      ///< Frames in front of this one depend on nothing to come, but for DTVCC packets.
     std::size_t _packetMissing = 0;  ///< Triplets that the last DTVCC packet still lacks.
     std::uint64_t _packetInput = 0;  ///< The last frame with triplets of it.
-    std::uint64_t _sentLate = 0;
+    RateLateness _lateTriplets;
+    RateLateness _lateSections;
     std::uint64_t _sectionsJoined = 0;
+    std::uint64_t _sectionsAlike = 0;
     bool _isFinished = false;
     bool _saidWaiting = false;
 };

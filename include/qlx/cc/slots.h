@@ -34,6 +34,13 @@ struct Slots {
     return kSlots[static_cast<std::size_t>(rate) - 1];
 }
 
+/// The most pairs of one field that a frame may have. At 23.976 and 24 the three triplets that DTVCC leaves are those of
+/// the fields in turn, so that one has two pairs now and then: 60 fields a second in 24 frames.
+[[nodiscard]] constexpr std::size_t greatestPairsOfField(FrameRate rate) noexcept {
+    const Slots slots = slotsOf(rate);
+    return (slots.ccCount - slots.greatestDtvcc + std::size_t{1}) / 2;
+}
+
 /// The fields of which a frame carries a pair.
 struct FrameFields {
     bool field1 = false;  ///< A pair of field 1.

@@ -20,7 +20,8 @@ namespace qlx::cc {
     return isFractional(rate) && nominalFramesPerSecond(rate) % 30 == 0;
 }
 
-/// Whether all digits are decimal and a time code of the rate has them. Without a rate, that of the greatest count.
+/// Whether all digits are decimal and a time code of the rate has them. Without a rate, that of the greatest count. The
+/// drop-frame flag means nothing at a rate that never drops any.
 [[nodiscard]] QLX_EXPORT bool isPossible(const CdpTimeCode& timeCode, std::optional<FrameRate> rate) noexcept;
 
 /// The number that a time code shows, as if none were dropped: (hours, minutes, seconds) times the rate, and frames.

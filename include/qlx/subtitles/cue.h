@@ -135,8 +135,8 @@ struct Cue {
     MediaTime start;           ///< When it appears.
     MediaTime end;             ///< When it goes.
     std::vector<Row> rows;     ///< From top to bottom.
-    /// The rows of the screen that Row::number counts; 0: the 11 of a teletext page. A page itself has kTeletextRows or,
-    /// counted with its header, kTeletextScreenRows.
+    /// The rows of the screen that Row::number counts; 0: the kTallTeletextRows of a teletext page. A page itself has
+    /// kTeletextRows or, counted with its header, kTeletextScreenRows.
     std::uint16_t screenRows = 0;
     std::uint16_t screenColumns = 0;  ///< The columns that Row::column counts; 0: not known.
     /// A name that the file gives it; of digits only for a number that Cue::number cannot say (`0`, `007`); or empty.
@@ -154,6 +154,8 @@ struct Cue {
 
 /// The rows of a teletext page on which subtitles stand, 1 to 23, as EBU STL counts them.
 inline constexpr std::uint16_t kTeletextRows = 23;
+/// The rows of double height that they make, each on two of these.
+inline constexpr std::uint16_t kTallTeletextRows = 11;
 /// All rows of a teletext page, 0 to 24, as its screen counts them (from 1).
 inline constexpr std::uint16_t kTeletextScreenRows = 25;
 

@@ -37,7 +37,7 @@ inline constexpr std::string_view kRow = "vertical_position";            ///< Ro
 inline constexpr std::array<std::string_view, 4> kAlignmentNames{"unchanged", "left", "center", "right"};
 
 /// The rows that a dictionary places lines on: 1 to this one.
-inline constexpr std::uint64_t kLastValueRow = 11;
+inline constexpr std::uint64_t kLastValueRow = kTallTeletextRows;
 
 /// What of a cue is written.
 struct ValueOptions {

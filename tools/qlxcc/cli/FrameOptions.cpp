@@ -220,11 +220,12 @@ constexpr std::string_view kRateNotes =
     R"(IN has elements, rows or JSON lines, or is video whose pictures have captions, which are taken in the order of
 presentation; the result is klv, or what its name says. RATE is 23.976, 24, 25, 29.97, 30, 50,
 59.94 or 60. Captions keep their time: a frame carries what has come when it begins, in as many pairs and triplets as
-its rate has; the rest follows, and what is more than two seconds late is counted. Packets of other kinds go to the
-first frame at their time or later, once; AFD, pan-scan, HDR metadata and what else describes a frame are repeated or
-passed over with the frames, and so are time codes where both rates count alike; payload identifiers, which name a
-rate, are left out where it changes. Warnings name the first ten of a kind and count the rest. A packet with the
-identifiers of a caption packet that holds none is left out, and makes the exit code 1.
+its rate has; the rest follows, and what is more than two seconds late is counted. Service information goes out once
+for each that came. Packets of other kinds go to the first frame at their time or later, once; AFD, pan-scan, HDR
+metadata and what else describes a frame are repeated or passed over with the frames, and so are time codes where both
+rates count alike; payload identifiers, which name a rate, are left out where it changes. Warnings name the first ten of
+a kind and count the rest. A packet with the identifiers of a caption packet that holds none is left out, and makes the
+exit code 1.
 
 Examples:
   qlxcc rate anc25.klv --from-rate 25 --to-rate 59.94 -o anc60.klv
@@ -245,19 +246,18 @@ constexpr OptionRow kRateOptions[] = {
                      "written. The timecodes of mcc are those of the times of IN, at 29.97 and 59.94 drop-frame ones."),
             kRateWrittenFormats),
     kMccVersion,
-    {.names = "--every-section",
-     .field = &RawOptions::everySection,
-     .help = "Each service information goes out, also where it says the same",
-     .more =
-         "Those that wait together and say the same go out as one otherwise. With it IN that has service "
-         "information in every packet makes a longer result at a lower rate, which has fewer packets: the end of it "
-         "is behind the last frame, which is said."},
+    {.names = "--join-sections",
+     .field = &RawOptions::joinSections,
+     .help = "Service information that waits and says the same goes out as one",
+     .more = "Each that came goes out once otherwise. Where IN has it in every packet, a lower rate, which has fewer "
+             "packets, then sends it later and later, and the rest in packets behind the last frame, which is said."},
     saying(kAsDeployed,
            "One rate must be the double of the other then: to the double each caption packet is split into those of "
            "two frames, and all other packets go to the first of them; back from it two caption packets are joined, a "
-           "missing one counting as empty, and the other packets of both frames are kept, in order. Time code "
-           "sections are left out. A warning names the first caption packet that is marked with another rate, and the "
-           "first one that contradicts itself. Packets are all in luma, those of a row each at the next 32-bit word "
+           "missing one counting as empty, and the other packets of both frames are kept, in order. Time codes, "
+           "service information and what else a packet has besides triplets are left out, which is said. A warning "
+           "names the first caption packet that is marked with another rate, and the first one that contradicts "
+           "itself. Packets are all in luma, those of a row each at the next 32-bit word "
            "of its row behind the one before it; without this option they stand one right behind the other, each in "
            "its channel. Captions that are in no packet are left out, which is said."),
 };

@@ -322,11 +322,15 @@ Action checkedRateChange(const RawOptions& raw) {
     options.frames.form = rowForm(raw.asDeployed, options.frames.format);
     options.source = frameSourceOptions(raw, options.frames.format == FrameFormat::V210);
     options.asDeployed = raw.asDeployed;
-    options.everySection = raw.everySection;
+    options.joinSections = raw.joinSections;
     if (raw.asDeployed && !isDouble(options.from, options.to) && !isDouble(options.to, options.from)) {
         throw UsageError("no way from " + raw.fromRate + " to " + raw.toRate +
                          " frames/s with --as-deployed: one rate must be the double of the other (25 and 50, 29.97 and "
                          "59.94, 30 and 60)");
+    }
+    if (raw.asDeployed && raw.joinSections) {
+        throw UsageError(
+            "--join-sections is not for --as-deployed: the fixed operations leave service information out");
     }
     refuseTerminal(options.output, options.frames.format);
     return [options] { return changeRate(options); };

@@ -42,7 +42,7 @@ struct RawOptions {
     std::optional<std::string> format;  ///< Of what is neither frames that are read nor frames that are written.
     bool asJson = false;
     bool asDeployed = false;
-    bool everySection = false;
+    bool joinSections = false;
     std::string encoding;
 
     // Rates and times.

@@ -32,7 +32,7 @@ constexpr std::size_t kCodeSize = 8;
 
 // The rows of a teletext page that subtitles can stand on; a receiver shows each at double height.
 constexpr std::uint64_t kFirstRow = 1;
-constexpr std::uint64_t kLastRow = 11;
+constexpr std::uint64_t kLastRow = subtitles::kTallTeletextRows;
 
 /// Why a block is no cue; none when it is one.
 std::optional<std::string> notACue(const Tti& block) {

@@ -11,6 +11,7 @@
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
 #include <QLXClosedCaptionsUtilities/QLXSubtitleTextLine.h>
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 #include <iterator>
@@ -22,7 +23,6 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::size_t kKeptProblems = 1000;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// Whether a text has a line like those between the times of SRT cues, near its start.
 bool looksLikeSRT(std::string_view text) {
@@ -306,9 +306,7 @@ std::string problemInWords(const Subtitles& subtitles, const SubtitleProblem& pr
 
 bool looksLikeJson(std::string_view text) noexcept {
     constexpr std::string_view kWhiteSpace = " \t\r\n";
-    if (text.starts_with(kByteOrderMark)) {
-        text.remove_prefix(kByteOrderMark.size());
-    }
+    text = withoutByteOrderMark(text);
     const std::size_t first = text.find_first_not_of(kWhiteSpace);
     if (first == std::string_view::npos) {
         return false;

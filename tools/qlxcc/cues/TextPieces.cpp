@@ -5,6 +5,7 @@
 #include "io/Module.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/base/utf8.h>
 
 #include <algorithm>
 
@@ -64,7 +65,7 @@ std::string guessedEncoding(std::string_view bytes) {
 }  // namespace
 
 std::string_view encodingOf(std::string_view first, bool isWhole) noexcept {
-    if (first.starts_with("\xEF\xBB\xBF")) {
+    if (first.starts_with(kByteOrderMark)) {
         return "UTF-8";
     }
     constexpr std::string_view kLittleEndian("\xFF\xFE\0\0", 4);
@@ -157,7 +158,7 @@ void TextPieces::findEncoding() {
     const auto peeked = _file.peek(kTextPiece);
     const std::string_view first(reinterpret_cast<const char*>(peeked.data()), peeked.size());
     const bool isAll = peeked.size() < kTextPiece;
-    if (isAll || encodingOf(first, isAll) != "UTF-8" || first.starts_with("\xEF\xBB\xBF")) {
+    if (isAll || encodingOf(first, isAll) != "UTF-8" || first.starts_with(kByteOrderMark)) {
         decide(first, isAll);
         return;
     }

@@ -27,16 +27,23 @@ struct Rate {
     }
 };
 
-/// The rates of television and cinema; the fractional ones are the exact 1000/1001 rates that their names round.
+/// A rate of the library by its name.
+[[nodiscard]] constexpr Rate namedRate(std::string_view name, FrameRate rate) noexcept {
+    const MediaTime duration = frameDuration(rate);
+    return {name, duration.value, duration.timescale};
+}
+
+/// The rates of television and cinema, in the order of kFrameRates; the fractional ones are the exact 1000/1001 rates that
+/// their names round.
 inline constexpr std::array<Rate, 8> kRates{{
-    {"23.976", 1001, 24000},
-    {"24", 1, 24},
-    {"25", 1, 25},
-    {"29.97", 1001, 30000},
-    {"30", 1, 30},
-    {"50", 1, 50},
-    {"59.94", 1001, 60000},
-    {"60", 1, 60},
+    namedRate("23.976", FrameRate::Fps23976),
+    namedRate("24", FrameRate::Fps24),
+    namedRate("25", FrameRate::Fps25),
+    namedRate("29.97", FrameRate::Fps2997),
+    namedRate("30", FrameRate::Fps30),
+    namedRate("50", FrameRate::Fps50),
+    namedRate("59.94", FrameRate::Fps5994),
+    namedRate("60", FrameRate::Fps60),
 }};
 
 /// The rate called `name`, which is also known by the quotient of its frames and seconds (30000/1001, 25/1) and, at

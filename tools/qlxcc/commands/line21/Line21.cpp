@@ -20,7 +20,7 @@ namespace qlx::tool {
 namespace {
 
 constexpr std::size_t kFrameWidth = 8;
-constexpr BytePair kNullPair{0x80, 0x80};
+constexpr BytePair kNullPair{cea608::kNullPair.first, cea608::kNullPair.second};
 
 Failure platformFailure(const std::string& name) {
     return failureIn(name, "the picture cannot be converted");

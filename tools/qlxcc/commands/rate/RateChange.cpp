@@ -60,6 +60,12 @@ struct CaptionStream {
     std::uint64_t framesFed = 0;        ///< Frames of the input that it has got, up to the last one.
 };
 
+/// `2.002`
+std::string inSeconds(std::uint64_t milliseconds) {
+    const std::string fraction = std::to_string(1000 + milliseconds % 1000);
+    return std::to_string(milliseconds / 1000) + '.' + fraction.substr(1);
+}
+
 /// Changes the rate of a file's frames.
 class AnyRateChange {
 public:
@@ -95,7 +101,7 @@ public:
         }
         _writer->finish();
         _leftOut.say();
-        saySectionsJoined();
+        sayLateness();
         if (_packetsLost > 0) {
             printWhyItFails(_source.name(), counted(_packetsLost, "caption packet") + " left out");
         }
@@ -212,7 +218,7 @@ private:
             return nullptr;
         }
         return &_streams.emplace_back(place,
-                                      cc::RateOptions{.from = _from, .to = _to, .everySection = _options.everySection});
+                                      cc::RateOptions{.from = _from, .to = _to, .joinSections = _options.joinSections});
     }
 
     /// Whether a stream has the frame that is written next.
@@ -235,15 +241,47 @@ private:
                             [this](CaptionStream& stream) { return hasNext(stream); });
     }
 
-    void saySectionsJoined() const {
+    /// Sums up what went out late, and what was joined so that it did not.
+    void sayLateness() const {
+        cc::RateLateness triplets;
+        cc::RateLateness sections;
         std::uint64_t joined = 0;
+        std::uint64_t alike = 0;
+        const auto add = [](cc::RateLateness& sum, const cc::RateLateness& one) {
+            sum.count += one.count;
+            sum.longestMilliseconds = std::max(sum.longestMilliseconds, one.longestMilliseconds);
+            sum.framesBehindEnd = std::max(sum.framesBehindEnd, one.framesBehindEnd);
+        };
         for (const CaptionStream& stream : _streams) {
+            add(triplets, stream.change.lateTriplets());
+            add(sections, stream.change.lateSections());
             joined += stream.change.sectionsJoined();
+            alike += stream.change.sectionsAlike();
+        }
+        // What goes out behind the end is said on its own.
+        if (triplets.count > 0) {
+            say(triplets, "triplet", "");
+        }
+        if (sections.count > 0 || (alike > 0 && sections.framesBehindEnd > 0)) {
+            say(sections, "service section",
+                alike > 0 ? " (--join-sections sends those that wait and say the same once)" : "");
         }
         if (joined > 0) {
             printNote(_source.name() + ": " + counted(joined, "service section") +
-                      " sent with the one before, which says the same (see --every-section)");
+                      " sent with the one before, which says the same");
         }
+    }
+
+    void say(const cc::RateLateness& kind, std::string_view what, std::string_view hint) const {
+        std::string text = std::string(what) + "s sent";
+        if (kind.count > 0) {
+            text = counted(kind.count, what) + " sent more than 2 s late, by up to " +
+                   inSeconds(kind.longestMilliseconds) + " s" + (kind.framesBehindEnd > 0 ? ", the last ones" : "");
+        }
+        if (kind.framesBehindEnd > 0) {
+            text += " in " + counted(kind.framesBehindEnd, "frame") + " behind the end";
+        }
+        printNote("warning: " + _source.name() + ": " + text + std::string(hint));
     }
 
     /// Behind the last frame of the input: whether there is a frame to be written. All streams take it.

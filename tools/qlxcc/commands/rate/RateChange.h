@@ -16,7 +16,7 @@ struct RateChangeOptions {
     Rate to;
     std::string output;  ///< `-` is standard output.
     FrameOutputOptions frames;
-    bool everySection = false;  ///< See cc::RateOptions.
+    bool joinSections = false;  ///< See cc::RateOptions.
     bool asDeployed = false;    ///< With the fixed operations, which know a rate's double and half only.
 };
 

@@ -3,6 +3,7 @@
 #include "io/Errors.h"
 #include "io/FrameLoop.h"
 #include "io/Progress.h"
+#include "io/Text.h"
 #include "streams/Cdp.h"
 #include "streams/OpenFrames.h"
 #include "streams/PacketNames.h"
@@ -72,6 +73,7 @@ public:
         }
         _writer->finish();
         _leftOut.say();
+        saySectionsLeftOut();
         return _reader->problems();
     }
 
@@ -108,6 +110,9 @@ private:
             printNote("warning: " + _source.name() + ": " + place +
                       ": the caption packet contradicts itself: " + contradiction);
         }
+        _timeCodesLeftOut += cdp->cdp.timeCode() ? 1 : 0;
+        _servicesLeftOut += cdp->cdp.hasServiceInformation() ? 1 : 0;
+        _othersLeftOut += cdp->cdp.futureSections().empty() ? 0 : 1;
         std::vector<std::uint8_t> bytes(data.begin(), data.end());
         // The library expects the triplets at their usual place, without a time code in front of them.
         if (cdp->cdp.timeCode() && bytes[kHeaderSize] == static_cast<std::uint8_t>(cc::CdpSection::TimeCode)) {
@@ -115,6 +120,19 @@ private:
             bytes.erase(timeCode, timeCode + 1 + cc::CdpTimeCode::kBytes);
         }
         return captionSample(bytes, timingOf(frame.number));
+    }
+
+    /// The fixed operations carry triplets alone.
+    void saySectionsLeftOut() const {
+        const auto say = [this](std::uint64_t packets, std::string_view what) {
+            if (packets > 0) {
+                printNote("warning: " + _source.name() + ": left out: " + std::string(what) + " of " +
+                          counted(packets, "caption packet"));
+            }
+        };
+        say(_timeCodesLeftOut, "the time code");
+        say(_servicesLeftOut, "the service information");
+        say(_othersLeftOut, "sections of unknown kinds");
     }
 
     [[nodiscard]] SampleTimingInfo timingOf(std::uint64_t frame) const {
@@ -202,6 +220,9 @@ private:
     Progress _progress;
     LeftOut _leftOut;
     std::uint64_t _framesWritten = 0;
+    std::uint64_t _timeCodesLeftOut = 0;  ///< Caption packets with one.
+    std::uint64_t _servicesLeftOut = 0;
+    std::uint64_t _othersLeftOut = 0;
     bool _hasWarned = false;
     bool _hasWarnedOfCount = false;
 };
