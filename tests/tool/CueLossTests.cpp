@@ -338,14 +338,16 @@ TEST(PlayWarnings, OfAProgrammeThatBeginsLater) {
     const std::string file = folder.write(
         "in.stl", qlxtest::stl({{.start = {1, 0, 1, 0}, .end = {1, 0, 2, 0}, .verticalPosition = 20, .text = "Hi"}}));
     const std::string warning = "qlxcc: warning: " + file + ": ";
-    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "klv", "-o", "/dev/null"})).err,
-              warning + "the first cue begins at 01:00:01,000, more than an hour behind the first frame: is --from "
-                        "missing?\n");
+    const std::string late = warning + "the first cue begins at 01:00:01,000";
+    const std::string asked = late + ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does\n";
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "klv", "-o", "/dev/null"})).err, asked);
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--from-start", "0", "--format", "klv", "-o", "/dev/null"})).err,
+              late + ", more than an hour behind the first frame: is --from missing?\n");
     // An hour is not more than one.
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "1", "--format", "klv", "-o", "/dev/null"})).err, "");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:00:00"})).err, "");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--duration", "5"})).err,
-              warning + "no cue falls into what is played: the next one begins at 01:00:01,000\n");
+              asked + warning + "no cue falls into what is played: the next one begins at 01:00:01,000\n");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:02:00", "--duration", "5"})).err,
               warning + "no cue falls into what is played: the last one ends at 01:00:02,000\n");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:01:24", "--duration", "5"})).err, "");

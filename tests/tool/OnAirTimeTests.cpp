@@ -253,20 +253,31 @@ TEST(OnAirTimes, BeginWithTheProgrammeThatIsWritten) {
     EXPECT_EQ(shownAt("00:00:05,005", "00:00:06,000").front(), "00:00:00:00");
     // Where the start leaves no room it is said.
     const std::string early = folder.write("c.srt", srt({{"00:00:00,100", "00:00:02,000", "{\\an1}ab"}}));
-    const ToolResult late = converted(early, "scc", {"--to-start", "10:00:00:00"});
-    EXPECT_EQ(timecodesOf(late.out).front(), "10:00:00;00");
-    EXPECT_NE(late.err.find("caption is shown 4 frames late, 4 pairs short"), std::string::npos) << late.err;
+    const ToolResult tight = converted(early, "scc", {"--to-start", "10:00:00:00"});
+    EXPECT_EQ(timecodesOf(tight.out).front(), "10:00:00;00");
+    EXPECT_NE(tight.err.find("caption is shown 4 frames late, 4 pairs short"), std::string::npos) << tight.err;
     // And what is in front of it.
     const ToolResult cut = converted(file, "scc", {"--to-start", "10:00:00:00", "--offset", "-6"});
     EXPECT_NE(cut.err.find("1 cue in front of the start of what is written, where nothing is"), std::string::npos)
         << cut.err;
     EXPECT_EQ(converted(file, "scc", {"--to-start", "10:00:00:00", "--offset", "-6", "--strict"}).exitCode, 1);
-    // What may be missing has the name of this command.
-    const ToolResult far = converted(folder.write("d.srt", srt({{"02:00:00,000", "02:00:02,000", "ab"}})), "scc");
-    EXPECT_NE(far.err.find("is --from-start missing?"), std::string::npos) << far.err;
-    const ToolResult played =
-        runTool({"play", folder.path("d.srt"), "--mode", "cea608", "--rate", "29.97", "--to-format", "scc"});
-    EXPECT_NE(played.err.find("is --from missing?"), std::string::npos) << played.err;
+    // What may be missing is said once.
+    const std::string asked = folder.write("d.srt", srt({{"02:00:00,000", "02:00:02,000", "ab"}}));
+    const Arguments play{"play", asked, "--mode", "cea608", "--rate", "29.97", "--to-format", "scc"};
+    const std::string late = asked + ": the first cue begins at 02:00:00,000";
+    for (const ToolResult& far : {converted(asked, "scc"), runTool(play)}) {
+        EXPECT_EQ(far.err, "qlxcc: warning: " + late +
+                               ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does\n");
+    }
+    Arguments kept = play;
+    kept.insert(kept.end(), {"--from-start", "0"});
+    for (const auto& [far, option] : {std::pair(converted(asked, "scc", {"--from-start", "0"}), "--from-start"),
+                                      std::pair(runTool(kept), "--from")}) {
+        // Frame 215,785 is the first one at that time or later.
+        EXPECT_EQ(far.err, "qlxcc: warning: " + asked +
+                               ": the first cue begins at 02:00:00,026, more than an hour behind the first frame: is " +
+                               option + " missing?\n");
+    }
 }
 
 }  // namespace

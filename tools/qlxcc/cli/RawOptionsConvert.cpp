@@ -209,6 +209,7 @@ int playCues(PlayOptions sent, ConvertOptions options) {
         sent.fromSeconds = secondsFrom(*options.firstTime);
         sent.fromOption = "--to-start";
     }
+    sent.fromStart.isGiven = options.fromStart.isGiven;
     bool hasFailed = false;
     // One file is converted, and to one page.
     sent.cues = [&](const std::string&, const CueValueTaker& take) {

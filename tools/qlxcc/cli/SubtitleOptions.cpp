@@ -44,8 +44,8 @@ caption that pops on is sent ahead of that, while the one before it is shown, an
 Scenarist file begins with the hour of timecodes in which its first caption is shown, or as much earlier as that
 caption's pairs need. A teletext page shows all cues that are on air, and is sent in the character set of --language
 with packets X/26 over letters that this lacks. Several files are several pages: each needs a --page in front of it.
-EBU STL cues keep their times, so that a programme that begins at 10:00:00:00 needs --from-start or --from, and the
-rows that they name. Captions of a Scenarist or MCC file, and what is on air in other files of frames with
+Cues keep their times, so that a programme that begins at 10:00:00:00 needs --from-start or --from; those of EBU STL
+keep the rows that they name too. Captions of a Scenarist or MCC file, and what is on air in other files of frames with
 --from-channel, --from-service or --from-page, are decoded and sent anew. Warnings name what a viewer will not see as
 it is written, ten of a kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and
 334 with --sd; with captions that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many
@@ -199,7 +199,7 @@ constexpr OptionRow kPlayOptions[] = {
     readService("--from-service", &RawOptions::fromService),
     readPage("--from-page", &RawOptions::fromPage),
     kReadRate,
-    kStlStart,
+    kFromStart,
     {.names = "--no-fill",
      .field = &RawOptions::leavesFramesEmpty,
      .help = "Captions: frames without any carry no packet",
@@ -247,7 +247,7 @@ constexpr OptionRow kSubsOptions[] = {
     readService("--service", &RawOptions::service),
     readPage("--page", &RawOptions::page),
     kReadRate,
-    kStlStart,
+    kFromStart,
     kListOutput,
     {.names = "--as-deployed",
      .field = &RawOptions::asDeployed,

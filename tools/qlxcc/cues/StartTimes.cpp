@@ -60,4 +60,21 @@ MediaTime programmeStart(const std::optional<MediaTime>& told, const std::option
     return rateOf(own->rate).timeOfFrame(*number - ofDay + hour);
 }
 
+std::optional<MediaTime> subtractedStart(const FromStart& from, const std::string& file,
+                                         const std::optional<MediaTime>& told, const std::optional<LabelCounting>& own,
+                                         const subtitles::Cue* first) {
+    return from.time                          ? std::optional(timeOf(*from.time, own, file))
+           : from.isTaken && first != nullptr ? std::optional(programmeStart(told, own, *first))
+                                              : std::nullopt;
+}
+
+std::string lateStartInWords(const FromStart& from, const subtitles::Cue* first) {
+    constexpr double kMinute = 60.0;
+    constexpr double kLate = 59.0 * kMinute;
+    return !from.isGiven && first != nullptr && secondsFrom(first->start) >= kLate
+               ? "the first cue begins at " + timecode(first->start) +
+                     ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does"
+               : std::string();
+}
+
 }  // namespace qlx::tool

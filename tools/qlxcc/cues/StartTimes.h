@@ -57,4 +57,19 @@ struct FromStart {
 [[nodiscard]] MediaTime programmeStart(const std::optional<MediaTime>& told, const std::optional<LabelCounting>& own,
                                        const subtitles::Cue& first) noexcept;
 
+/// What is subtracted from the times of a file of cues; none: nothing is.
+/// @param file What to call it.
+/// @param told As programmeStart() takes it.
+/// @param own As timeOf() and programmeStart() take it.
+/// @param first Null: the file has no cue.
+/// @throws UsageError as timeOf() does.
+[[nodiscard]] std::optional<MediaTime> subtractedStart(const FromStart& from, const std::string& file,
+                                                       const std::optional<MediaTime>& told,
+                                                       const std::optional<LabelCounting>& own,
+                                                       const subtitles::Cue* first);
+
+/// What to say where the first cue begins as late as where programmes are given the time of day, and nothing is said of
+/// where this one begins; else empty.
+[[nodiscard]] std::string lateStartInWords(const FromStart& from, const subtitles::Cue* first);
+
 }  // namespace qlx::tool

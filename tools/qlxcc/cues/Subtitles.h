@@ -73,7 +73,7 @@ struct SubtitleRequest {
     std::string encoding = {};          ///< Of a text; empty: what the file says, as deployed UTF-8.
     bool asDeployed = false;            ///< As the fixed operations read SRT, JSON and EBU STL, and nothing else.
     std::string track = {};    ///< Of containers, as CueRequest has it; as deployed not looked at, as the rest.
-    FromStart fromStart = {};  ///< EBU STL.
+    FromStart fromStart = {};  ///< Not as deployed.
     OnAirChoice onAir = {};    ///< Files of frames; of Scenarist and MCC files also without a choice: CC1.
 };
 

@@ -257,22 +257,14 @@ private:
     /// What is subtracted and added is known with the first cue, if there is one.
     void begin(const subtitles::Cue* first, const CueInput& input) {
         const std::optional<LabelCounting> own = countingOf(input.counting);
-        if (_options.fromStart.time) {
-            _times.fromStart = timeOf(*_options.fromStart.time, own, input.name);
-        } else if (_options.fromStart.isTaken && first != nullptr) {
-            _times.fromStart = programmeStart(input.begin, own, *first);
-        }
+        _times.fromStart = subtractedStart(_options.fromStart, input.name, input.begin, own, first);
         if (_options.toStart) {
             const auto written =
                 _options.format == CueFormat::Stl ? std::optional(stlCounting(_options.stl, input)) : _options.written;
             _times.toStart = timeOf(*_options.toStart, written, _options.output.value_or("-"));
         }
-        constexpr double kMinute = 60.0;
-        constexpr double kLate = 59.0 * kMinute;
-        if (!_options.fromStart.isGiven && first != nullptr && secondsFrom(first->start) >= kLate) {
-            _notes.say("the first cue begins at " + timecode(first->start) +
-                           ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does",
-                       false);
+        if (const std::string late = lateStartInWords(_options.fromStart, first); !late.empty()) {
+            _notes.say(late, false);
         }
     }
 
