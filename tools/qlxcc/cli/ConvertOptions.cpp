@@ -228,7 +228,7 @@ constexpr OptionRow kConvertOptions[] = {
     {.names = "--report",
      .field = &RawOptions::reportsAll,
      .help = "Say all that is found, changed or lost, cue by cue or packet by packet"},
-    {.names = "--strict", .field = &RawOptions::isStrict, .help = "Exit code 1 when something is changed or lost"},
+    kStrict,
     kRowWidth,
     kLines,
     kRowCount,

@@ -282,6 +282,9 @@ inline constexpr OptionRow kSingleHeight{.names = "--single-height", .field = &R
             .more = more};
 }
 
+inline constexpr OptionRow kStrict{
+    .names = "--strict", .field = &RawOptions::isStrict, .help = "Exit code 1 when something is changed or lost"};
+
 /// Of what lists or plays cues.
 inline constexpr OptionRow kFromStart = fromStart(
     "Where the programme begins in the file, which is subtracted: TIME, auto or 0",

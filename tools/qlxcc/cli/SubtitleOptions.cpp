@@ -56,6 +56,9 @@ one of 4:3, otherwise of 16:9.
 The times of teletext in a transport stream are 200 ms ahead of its clock. FFmpeg takes what
 is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
 
+Exit codes: 0 also with losses, 1 when something of a file could not be read, or with --strict and a loss; 2 wrong
+usage. With --as-deployed 1 is for what stops the run only.
+
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
   qlxcc play film.srt --mode teletext --rate 25 --from 00:10:00,000 --duration 60 -o film.v210
@@ -214,6 +217,7 @@ constexpr OptionRow kPlayOptions[] = {
      .field = &RawOptions::isNonDrop,
      .help = "scc and mcc: non-drop-frame timecodes (default: drop-frame)"},
     kMccVersion,
+    kStrict,
 };
 
 constexpr std::string_view kSubsNotes =

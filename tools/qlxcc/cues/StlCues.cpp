@@ -68,14 +68,14 @@ public:
         _subtitles.problems.add(
             {block,
              (block == 0 ? "header byte " + std::to_string(finding.offset) + ": " : "") + stlFindingInWords(finding),
-             effectOf(finding)});
+             effectOf(finding), finding.code == FindingCode::StlUserDataPassed ? Severity::Warning : finding.severity});
     }
 
     /// Those that have come since.
     void tellComments(const std::vector<subtitles::Cue>& comments) {
         for (; _told < comments.size(); ++_told) {
             _subtitles.problems.add({_commentBlocks.at(_told), "a comment: " + subtitleText(comments[_told]),
-                                     SubtitleProblem::Effect::NotASubtitle});
+                                     SubtitleProblem::Effect::NotASubtitle, Severity::Warning});
         }
     }
 

@@ -102,8 +102,12 @@ public:
         }
         _subtitles.problems.add(std::move(problem));
     }
-    void say(const std::string& text, bool) override {
-        _subtitles.problems.add({0, text, SubtitleProblem::Effect::None});
+    void say(const std::string& text, bool isDamage) override {
+        _subtitles.problems.add(
+            {0, text, SubtitleProblem::Effect::None, isDamage ? Severity::Error : Severity::Remark});
+    }
+    void lose(const std::string& text) override {
+        _subtitles.problems.add({0, text, SubtitleProblem::Effect::None, Severity::Warning});
     }
 
 private:
@@ -271,7 +275,8 @@ SubtitleProblem problemOf(const Finding& finding) {
     const bool isOfCue = std::find(std::begin(kOfCues), std::end(kOfCues), finding.code) != std::end(kOfCues);
     return {finding.offset, finding.text(),
             isOfCue && finding.severity == Severity::Error ? SubtitleProblem::Effect::CueLeftOut
-                                                           : SubtitleProblem::Effect::None};
+                                                           : SubtitleProblem::Effect::None,
+            finding.severity};
 }
 
 void ProgrammeTimes::change(subtitles::Cue& cue, const std::optional<MediaTime>& told,
@@ -288,7 +293,7 @@ void ProgrammeTimes::change(subtitles::Cue& cue, const std::optional<MediaTime>&
 void ProgrammeTimes::finish() {
     if (_before > 0) {
         _subtitles.problems.add({0, counted(_before, "cue") + " before the start, which is not subtracted from them",
-                                 SubtitleProblem::Effect::None});
+                                 SubtitleProblem::Effect::None, Severity::Warning});
     }
 }
 
@@ -309,6 +314,11 @@ void moveAsCaption(QLXSubtitleRecord& record, double frameDuration) {
 void SubtitleProblems::add(SubtitleProblem problem) {
     ++_count;
     _leftOut += problem.effect == SubtitleProblem::Effect::None ? 0 : 1;
+    if (problem.effect == SubtitleProblem::Effect::CueLeftOut || problem.severity == Severity::Error) {
+        ++_damages;
+    } else if (problem.severity == Severity::Warning) {
+        ++_losses;
+    }
     if (_first.size() < kKeptProblems) {
         _first.push_back(std::move(problem));
     }

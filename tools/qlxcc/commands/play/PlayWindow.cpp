@@ -103,11 +103,11 @@ void PlayWindow::reportFilling(const std::string& name) const {
     }
 }
 
-void reportProblems(const Subtitles& subtitles) {
+void reportProblems(const Subtitles& subtitles, bool saysOthers) {
     std::size_t shown = 0;
     std::uint64_t notShown = subtitles.problems.count() - subtitles.problems.first().size();
     for (const SubtitleProblem& problem : subtitles.problems.first()) {
-        if (problem.effect == SubtitleProblem::Effect::NotASubtitle) {
+        if (!saysOthers && problem.effect == SubtitleProblem::Effect::NotASubtitle) {
             continue;
         }
         if (shown == kShownSubtitleProblems) {
