@@ -1,5 +1,6 @@
 #include "commands/convert/Carriers.h"
 
+#include "commands/convert/CarrierTimes.h"
 #include "commands/convert/TransportFrames.h"
 #include "cues/TrackCues.h"
 #include "io/Errors.h"
@@ -170,12 +171,6 @@ private:
         }
     }
 
-    /// The duration of a frame whose time is that many of it: 1001/30000 for a scale of 30000.
-    static MediaTime frameDurationOf(const MediaTime& time) {
-        constexpr std::int64_t kFractional = 1001;
-        return MediaTime::make(time.timescale >= 1000 ? kFractional : 1, time.timescale);
-    }
-
     void begin(const std::vector<Frame>& first) {
         settleRate(first);
         const FrameRate rate = _rate.value_or(FrameRate::Fps2997);
@@ -246,30 +241,21 @@ private:
         if (frame.pts || !_rate) {
             return frame.pts;
         }
-        const MediaTime duration = frameDuration(*_rate);
-        return MediaTime::make(static_cast<std::int64_t>(frame.number) * duration.value, duration.timescale);
+        return pictureTime(frame.number, *_rate);
     }
 
     /// The number of a frame in what is written, whose frames count from its beginning; none in front of that.
     [[nodiscard]] std::optional<std::uint64_t> numberOf(const Frame& frame) const {
-        std::optional<MediaTime> time = timeOf(frame);
+        const std::optional<MediaTime> time = timeOf(frame);
         if (!time || !_rate) {
             return frame.number;
         }
-        const auto minus = [](const MediaTime& value) { return MediaTime::make(-value.value, value.timescale); };
-        time = _times.fromStart ? add(*time, minus(*_times.fromStart)) : *time;
-        time = _times.offset ? add(*time, *_times.offset) : *time;
-        time = _times.toStart ? add(*time, *_times.toStart) : *time;
-        const MediaTime duration = frameDuration(*_rate);
-        const double number = secondsFrom(*time) * duration.timescale / static_cast<double>(duration.value);
+        const double number = framesUpTo(*time, _times, *_rate);
         constexpr double kGreatest = 1e15;  // far from where times of frames have no room
         if (number > kGreatest) {
             throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": its time is too great");
         }
-        // What is half a frame behind one, as is its second field, belongs to it, and not to the next one here and there.
-        constexpr double kHalf = 0.5 + 1e-6;
-        return number > -0.5 ? std::optional(static_cast<std::uint64_t>(std::ceil(std::max(number, kHalf) - kHalf)))
-                             : std::nullopt;
+        return frameAt(number);
     }
 
     void take(Frame& frame) {
@@ -339,11 +325,6 @@ private:
             printNote("warning: " + _source.name() + ": the first frame is " + counted(number, "frame") +
                       " behind the beginning, which are written: --from-start auto leaves them out");
         }
-    }
-
-    static MediaTime pictureTime(std::uint64_t number, FrameRate rate) {
-        const MediaTime duration = frameDuration(rate);
-        return MediaTime::make(static_cast<std::int64_t>(number) * duration.value, duration.timescale);
     }
 
     /// Puts captions that are in no packet into the slots of the rate, or those of all kinds into those of another one.
