@@ -81,6 +81,7 @@ public:
         finish();
         _progress.clear();
         _notes.finish();
+        refuseNothing();
         _remarks.sayHowManyMore();
         _writer->finish();
         if (_moved > 0) {
@@ -102,6 +103,15 @@ public:
     }
 
 private:
+    /// A start behind all frames is none of theirs: where nothing is left there is nothing to write.
+    void refuseNothing() const {
+        if (_before > 0 && !_base) {
+            throw failureIn(_source.name(), "nothing to write: all " + counted(_before, "frame") +
+                                                " are in front of the start" +
+                                                (_lastBefore ? ", the last one at " + timecode(*_lastBefore) : ""));
+        }
+    }
+
     /// What a container has beside its captions is left out.
     void sayTextTracks() {
         if (!mayHaveTextTracks(_kind)) {
@@ -262,6 +272,7 @@ private:
         const auto number = numberOf(frame);
         if (!number) {
             ++_before;
+            _lastBefore = timeOf(frame);
             report(frame, "left out: in front of the start");
             return;
         }
@@ -460,10 +471,11 @@ private:
     std::uint64_t _last = 0;
     std::uint64_t _written = 0;
     std::uint64_t _read = 0;
-    std::uint64_t _missing = 0;  ///< Frames between those of the file.
-    std::uint64_t _before = 0;   ///< Frames in front of the start.
-    std::uint64_t _moved = 0;    ///< Frames earlier than the one before.
-    bool _hasTracks = false;     ///< There are text tracks, which are left out.
+    std::uint64_t _missing = 0;            ///< Frames between those of the file.
+    std::uint64_t _before = 0;             ///< Frames in front of the start.
+    std::optional<MediaTime> _lastBefore;  ///< The time of the last one of them.
+    std::uint64_t _moved = 0;              ///< Frames earlier than the one before.
+    bool _hasTracks = false;               ///< There are text tracks, which are left out.
 };
 
 }  // namespace
