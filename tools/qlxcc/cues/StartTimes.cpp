@@ -42,6 +42,10 @@ MediaTime timeOf(const StartTime& start, const std::optional<LabelCounting>& own
     }
 }
 
+std::string unsaidStartInWords(const StartTime& start) {
+    return "such a file says no times: its first frame is that of " + start.option + " " + start.text;
+}
+
 MediaTime programmeStart(const std::optional<MediaTime>& told, const std::optional<LabelCounting>& own,
                          const subtitles::Cue& first) noexcept {
     constexpr std::uint32_t kHour = 3600;

@@ -25,6 +25,11 @@ struct LabelCounting {
     return own ? std::optional(LabelCounting{own->rate, own->dropsFrames}) : std::nullopt;
 }
 
+/// How labels of a file count that has none itself; none where its rate is not known.
+[[nodiscard]] constexpr std::optional<LabelCounting> countingOf(std::optional<FrameRate> rate) noexcept {
+    return rate ? std::optional(LabelCounting{*rate}) : std::nullopt;
+}
+
 /// Where a programme begins, as an option says it.
 struct StartTime {
     std::string option;                 ///< `--from-start`
@@ -42,6 +47,9 @@ struct StartTime {
 /// @throws UsageError where nothing says how the label counts, or it names no frame.
 [[nodiscard]] MediaTime timeOf(const StartTime& start, const std::optional<LabelCounting>& own,
                                const std::string& file);
+
+/// What to say of a file that begins there, and has no times to say it.
+[[nodiscard]] std::string unsaidStartInWords(const StartTime& start);
 
 /// Where the programme begins in a file, which is subtracted from its times.
 struct FromStart {

@@ -209,22 +209,29 @@ private:
         const auto counted = countingOf(_reader->counting());
         if (_options.fromStart.time) {
             _times.fromStart =
-                qlx::tool::timeOf(*_options.fromStart.time, counted ? counted : countingOfRate(_rate), _source.name());
+                qlx::tool::timeOf(*_options.fromStart.time, counted ? counted : countingOf(_rate), _source.name());
         } else if (_options.fromStart.isTaken && !first.empty()) {
             _times.fromStart = timeOf(first[0]);
         }
         if (_options.toStart) {
             const bool drops = _frames.format == FrameFormat::Scc ? _frames.scc.dropsFrames : _frames.mcc.dropsFrames;
             const auto written = hasTimecodes() ? LabelCounting{_to, drops && cc::mayDropFrames(_to)}
-                                 : _rate        ? countingOfRate(_to)
+                                 : _rate        ? std::optional(LabelCounting{_to})
                                                 : std::nullopt;
             _times.toStart = qlx::tool::timeOf(*_options.toStart, written, _output.name());
+            beginAtStart();
         }
     }
 
-    /// How labels of a file count that has none itself.
-    static std::optional<LabelCounting> countingOfRate(std::optional<FrameRate> rate) {
-        return rate ? std::optional(LabelCounting{*rate}) : std::nullopt;
+    /// What has a frame for each of the picture, and no times, begins where the programme does.
+    void beginAtStart() {
+        if (!hasEveryFrame() || !_rate) {
+            return;
+        }
+        _begin = frameAt(framesUpTo(*_times.toStart, {}, *_rate)).value_or(0);
+        _last = _begin;
+        _written = _begin;
+        printNote("remark: " + _output.name() + ": " + unsaidStartInWords(*_options.toStart));
     }
 
     void beginTeletext() {
@@ -265,7 +272,8 @@ private:
         if (number > kGreatest) {
             throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": its time is too great");
         }
-        return frameAt(number);
+        const auto at = frameAt(number);
+        return at && *at >= _begin ? at : std::nullopt;
     }
 
     void take(Frame& frame) {
@@ -285,7 +293,7 @@ private:
         }
         if (!_base) {
             _base = *number;
-            sayLateBeginning(*number);
+            sayLateBeginning(*number - _begin);
         }
         // Time does not go back.
         if (*number < _last) {
@@ -468,6 +476,7 @@ private:
     std::uint64_t _fed = 0;              ///< Frames that it got.
     std::deque<Frame> _waiting;          ///< Frames whose captions it has not given yet.
     std::optional<std::uint64_t> _base;  ///< The number of the first frame.
+    std::uint64_t _begin = 0;            ///< The number of the first frame that is written, where all of them are.
     std::uint64_t _last = 0;
     std::uint64_t _written = 0;
     std::uint64_t _read = 0;
