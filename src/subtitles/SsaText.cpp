@@ -294,6 +294,12 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         return;
     }
     cue.screenRows = kRows;
+    // Around its place, or in front of it, text has the room up to the edge; what needs more begins with its column.
+    const Box around =
+        _position ? boxAt({100 * _position->x / screen.width, 100 * _position->y / screen.height}, anchor) : Box();
+    const bool isAligned = std::all_of(cue.rows.begin(), cue.rows.end(), [&around](const Row& row) {
+        return static_cast<double>(widthOf(row)) * 100 <= around.width * kColumns;
+    });
     double number = first;
     for (Row& row : cue.rows) {
         number += 1;
@@ -309,7 +315,7 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
                 continue;  // Where the alignment puts it.
             }
             row.column = static_cast<std::uint16_t>(std::clamp(begin, 0.0, kColumns - 1.0) + 1);
-            row.alignment = Alignment::Left;
+            row.alignment = isAligned ? row.alignment : Alignment::Left;
         }
     }
     if (hasColumns) {
@@ -318,8 +324,8 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         for (const Row& row : cue.rows) {
             column = row.column != 0 && (column == 0 || row.column < column) ? row.column : column;
         }
-        cue.box = boxAt({100 * _position->x / screen.width, 100 * _position->y / screen.height}, anchor);
-        if (column != 0 && side != 0) {
+        cue.box = around;
+        if (column != 0 && side != 0 && !isAligned) {
             cue.box->left = (column - 1) * 100.0 / kColumns;
             cue.box->width = 100 - cue.box->left;
         }
