@@ -13,6 +13,23 @@ std::size_t widthOf(const Row& row) noexcept {
     return characters;
 }
 
+bool standsAtSide(const Cue& cue, const Row& row, unsigned side) noexcept {
+    constexpr std::size_t kPageColumns = 40;
+    constexpr std::size_t kMostCodesInFront = 3;  // A colour, double height and the box, or twice the latter.
+    constexpr std::size_t kCodesBehind = 2;
+    if (row.column == 0 || cue.screenColumns == 0) {
+        return row.column == 0;
+    }
+    const bool isPage = cue.screenColumns == kPageColumns;
+    const std::size_t begin = row.column - std::size_t{1};
+    const std::size_t end = begin + widthOf(row);
+    if (side == 1) {
+        return begin + end + 1 >= cue.screenColumns && begin + end <= cue.screenColumns + std::size_t{1};
+    }
+    return side == 0 ? begin <= (isPage ? kMostCodesInFront : 0)
+                     : end + (isPage ? kCodesBehind : 0) >= cue.screenColumns;
+}
+
 Anchors::Anchors(const Cue& cue) noexcept : _rows(screenRowsOf(cue)), _hasColumns(cue.screenColumns != 0) {
     std::size_t left = cue.screenColumns;
     std::size_t right = 0;

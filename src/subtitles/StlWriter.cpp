@@ -160,7 +160,7 @@ void reportCue(const Cue& cue, const CueReport& report) {
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         ++number;
-        report.add(SubtitlePlaceLost, row.column != 0, number);
+        report.add(SubtitlePlaceLost, !standsAtSide(cue, row, sideOf(cue.rows.front().alignment)), number);
         report.add(StlAlignmentsDiffer, row.alignment != cue.rows.front().alignment, number,
                    static_cast<std::int64_t>(row.alignment));
     }
