@@ -192,6 +192,8 @@ TEST(ConvertStl, KeepsCommentsAndUserDataInTheSameFormatAndJson) {
     const auto blocks = [](const std::string& bytes) {
         return bytes.substr(std::min<std::size_t>(1024, bytes.size()));
     };
+    // Three blocks (TNB), of which one is a subtitle (TNS).
+    EXPECT_EQ(folder.read("a.stl").substr(238, 10), "0000300001");
     const std::string back = blocks(folder.read("a.stl"));
     const std::string had = blocks(content);
     ASSERT_EQ(back.size(), had.size());
