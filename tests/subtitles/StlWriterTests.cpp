@@ -278,6 +278,23 @@ TEST(StlWriter, PlacesRows) {
          "a",
          {SubtitlePlaceLost}},
         {{23}, 23, 0, 22, "a", {SubtitlePlaceLost}},
+        // The last rows of a screen of captions are the last pairs of rows of the page; four take more of it.
+        {{15}, 15, 0, 22, "a"},
+        {{14, 15},
+         15,
+         0,
+         20,
+         "a\x8A\x8A"
+         "a"},
+        {{12, 13, 14, 15},
+         15,
+         0,
+         16,
+         "a\x8A\x8A"
+         "a\x8A\x8A"
+         "a\x8A\x8A"
+         "a",
+         {SubtitlePlaceLost}},
         {{1, 15},
          15,
          0,
