@@ -285,6 +285,10 @@ private:
         // The other formats count their cues anew: how a number is written means nothing there.
         const bool keepsNumbers = _options.target == CueTarget::SubRip || _options.target == CueTarget::WebVtt ||
                                   _options.target == CueTarget::Json;
+        // The numbers of EBU STL may count from 0, those of these files count from 1.
+        _countsFromZero = _written == 1 ? _input->gsi && cue.number == 0 : _countsFromZero;
+        cue.number +=
+            _countsFromZero && (_options.target == CueTarget::SubRip || _options.target == CueTarget::WebVtt) ? 1 : 0;
         if (!keepsNumbers && isNumber(cue.identifier)) {
             cue.identifier.clear();
         }
@@ -338,6 +342,7 @@ private:
     const CueInput* _input = nullptr;
     std::uint64_t _cues = 0;
     std::uint64_t _written = 0;
+    bool _countsFromZero = false;                                   ///< The numbers of what is read.
     std::array<std::uint64_t, CueFeatures{}.size()> _notCarried{};  ///< Cues of each feature.
     std::array<std::uint64_t, kChanges.size()> _changes{};
 };
