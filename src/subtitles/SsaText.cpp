@@ -283,9 +283,11 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         const double margin = _own.margin / height;
         first = band == 0 ? kRows - margin - count : margin;
     }
+    // Less than a row aside, as margins usually are, it stands where it would without them.
+    const bool isAside = std::abs(first - usual) >= 1;
     // A row as a screen has them, which all the others still have room below.
     first = std::clamp(std::round(first), 0.0, std::max(0.0, kRows - count));
-    const bool hasRows = count <= kRows && std::abs(first - usual) >= 1;
+    const bool hasRows = count <= kRows && isAside;
     const bool hasColumns = _position.has_value();
     if (hasColumns) {
         cue.properties.push_back({std::string(properties::kSsaPosition), _positionText});

@@ -111,6 +111,9 @@ TEST(Ssa, PlacesRowsByCoordinatesAndMargins) {
         {"a", "Default", "0", 0, 0, 0, Alignment::Center},
         {"a\\Nb", "Raised", "0", 11, 0, 0, Alignment::Center},  // 60 below them: rows 11 and 12 of 15.
         {"a", "Default", "100", 10, 0, 0, Alignment::Center},
+        {"a", "Default", "19", 0, 0, 0, Alignment::Center},  // Less than a row of 20.
+        {"a", "Default", "20", 14, 0, 0, Alignment::Center},
+        {"{\\an7}a", "Default", "19", 0, 0, 7, Alignment::Left},
         {"{\\an7}a", "Default", "40", 3, 0, 0, Alignment::Left},
         {"{\\an5}a", "Default", "100", 0, 0, 5, Alignment::Center},
         {"{\\an7\\pos(0,0)}a", "Default", "0", 1, 1, 0, Alignment::Left},
