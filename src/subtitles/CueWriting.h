@@ -86,7 +86,7 @@ inline constexpr std::uint8_t kGreatestAnchor = 9;
 }
 
 /// Whether a row stands where rows do that are aligned at a side, or has no column. In the middle the column in front of
-/// half of one, or behind it, is the same; a row of teletext has its codes in front of it and behind it.
+/// half of one, or behind it, is the same; at the edges of a page are codes, at those of captions margins.
 [[nodiscard]] bool standsAtSide(const Cue& cue, const Row& row, unsigned side) noexcept;
 
 /// Where the rows of a cue stand, as on a numeric keypad.

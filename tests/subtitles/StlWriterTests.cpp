@@ -67,6 +67,13 @@ TEST(StlWriter, SaysThatAColumnIsLostWhereThePictureChanges) {
                  {Alignment::Left, 40, 5, true},
                  {Alignment::Right, 40, 34},
                  {Alignment::Right, 40, 33, true},
+                 // Captions of line 21 with a solid space around them, and in the middle of a wide screen.
+                 {Alignment::Left, 34, 2},
+                 {Alignment::Left, 34, 3, true},
+                 {Alignment::Right, 34, 29},
+                 {Alignment::Right, 34, 28, true},
+                 {Alignment::Left, 42, 6},
+                 {Alignment::Left, 42, 7, true},
                  // Of a screen whose width nobody says.
                  {Alignment::Left, 0, 1, true}};
     for (const auto& each : cases) {
