@@ -13,6 +13,45 @@ std::size_t widthOf(const Row& row) noexcept {
     return characters;
 }
 
+namespace {
+
+/// Columns at the edges of a screen in which rows that are aligned there have no characters.
+struct Margins {
+    std::size_t left = 0;
+    std::size_t right = 0;
+};
+
+Margins marginsOf(std::uint16_t columns) noexcept {
+    constexpr std::uint16_t kPageColumns = 40;
+    constexpr std::uint16_t kFramedColumns = 34;
+    constexpr std::uint16_t kWideColumns = 42;
+    switch (columns) {
+    case kPageColumns:
+        return {3, 2};  // A colour, double height and the box, or the latter twice; and its end.
+    case kFramedColumns:
+        return {1, 1};  // The solid space around captions of line 21.
+    case kWideColumns:
+        return {5, 5};  // Captions of 32 columns stand in the middle.
+    default:
+        return {};
+    }
+}
+
+}  // namespace
+
+bool standsAtSide(const Cue& cue, const Row& row, unsigned side) noexcept {
+    if (row.column == 0 || cue.screenColumns == 0) {
+        return row.column == 0;
+    }
+    const Margins margins = marginsOf(cue.screenColumns);
+    const std::size_t begin = row.column - std::size_t{1};
+    const std::size_t end = begin + widthOf(row);
+    if (side == 1) {
+        return begin + end + 1 >= cue.screenColumns && begin + end <= cue.screenColumns + std::size_t{1};
+    }
+    return side == 0 ? begin <= margins.left : end + margins.right >= cue.screenColumns;
+}
+
 Anchors::Anchors(const Cue& cue) noexcept : _rows(screenRowsOf(cue)), _hasColumns(cue.screenColumns != 0) {
     std::size_t left = cue.screenColumns;
     std::size_t right = 0;

@@ -79,6 +79,15 @@ inline constexpr std::uint8_t kGreatestAnchor = 9;
 /// The columns that the text of a row takes, of which each character has one.
 [[nodiscard]] std::size_t widthOf(const Row& row) noexcept;
 
+/// The side of the screen that rows are aligned at: 0 left, 1 middle, 2 right.
+[[nodiscard]] constexpr unsigned sideOf(Alignment alignment) noexcept {
+    return alignment == Alignment::Center ? 1 : alignment == Alignment::Right ? 2 : 0;
+}
+
+/// Whether a row stands where rows do that are aligned at a side, or has no column. In the middle the column in front of
+/// half of one, or behind it, is the same; at the edges of a page are codes, at those of captions margins.
+[[nodiscard]] bool standsAtSide(const Cue& cue, const Row& row, unsigned side) noexcept;
+
 /// Where the rows of a cue stand, as on a numeric keypad.
 class Anchors {
 public:

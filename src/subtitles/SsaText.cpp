@@ -283,9 +283,11 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         const double margin = _own.margin / height;
         first = band == 0 ? kRows - margin - count : margin;
     }
+    // Less than a row aside, as margins usually are, it stands where it would without them.
+    const bool isAside = std::abs(first - usual) >= 1;
     // A row as a screen has them, which all the others still have room below.
     first = std::clamp(std::round(first), 0.0, std::max(0.0, kRows - count));
-    const bool hasRows = count <= kRows && std::abs(first - usual) >= 1;
+    const bool hasRows = count <= kRows && isAside;
     const bool hasColumns = _position.has_value();
     if (hasColumns) {
         cue.properties.push_back({std::string(properties::kSsaPosition), _positionText});
@@ -294,6 +296,12 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         return;
     }
     cue.screenRows = kRows;
+    // Around its place, or in front of it, text has the room up to the edge; what needs more begins with its column.
+    const Box around =
+        _position ? boxAt({100 * _position->x / screen.width, 100 * _position->y / screen.height}, anchor) : Box();
+    const bool isAligned = std::all_of(cue.rows.begin(), cue.rows.end(), [&around](const Row& row) {
+        return static_cast<double>(widthOf(row)) * 100 <= around.width * kColumns;
+    });
     double number = first;
     for (Row& row : cue.rows) {
         number += 1;
@@ -309,7 +317,7 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
                 continue;  // Where the alignment puts it.
             }
             row.column = static_cast<std::uint16_t>(std::clamp(begin, 0.0, kColumns - 1.0) + 1);
-            row.alignment = Alignment::Left;
+            row.alignment = isAligned ? row.alignment : Alignment::Left;
         }
     }
     if (hasColumns) {
@@ -318,8 +326,8 @@ void SsaText::place(const SsaScreen& screen, Cue& cue) const {
         for (const Row& row : cue.rows) {
             column = row.column != 0 && (column == 0 || row.column < column) ? row.column : column;
         }
-        cue.box = boxAt({100 * _position->x / screen.width, 100 * _position->y / screen.height}, anchor);
-        if (column != 0 && side != 0) {
+        cue.box = around;
+        if (column != 0 && side != 0 && !isAligned) {
             cue.box->left = (column - 1) * 100.0 / kColumns;
             cue.box->width = 100 - cue.box->left;
         }

@@ -83,11 +83,18 @@ public:
         return _places;
     }
 
-    /// Whether a number of the cue's own is not the place of its row.
+    /// Whether a number of the cue's own is not the place of its row. What is as high on another screen is so within the
+    /// height of a row.
     [[nodiscard]] bool areMoved() const noexcept {
         for (std::size_t index = 0; index < _places.size(); ++index) {
             const std::uint64_t number = _cue.rows[index].number;
-            if (_places[index] != 0 && number != 0 && placeOf(number) != _places[index]) {
+            if (_places[index] == 0 || number == 0) {
+                continue;
+            }
+            const bool isExact = screenRowsOf(_cue) == _screen || teletextRowOf(_cue.screenRows, number);
+            const std::uint64_t place = placeOf(number);
+            const std::uint64_t moved = std::max(place, _places[index]) - std::min(place, _places[index]);
+            if (moved > (isExact ? 0 : _height - 1)) {
                 return true;
             }
         }
@@ -159,7 +166,7 @@ void reportCue(const Cue& cue, const CueReport& report) {
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         ++number;
-        report.add(SubtitlePlaceLost, row.column != 0, number);
+        report.add(SubtitlePlaceLost, !standsAtSide(cue, row, sideOf(cue.rows.front().alignment)), number);
         report.add(StlAlignmentsDiffer, row.alignment != cue.rows.front().alignment, number,
                    static_cast<std::int64_t>(row.alignment));
     }

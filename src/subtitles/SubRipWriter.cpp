@@ -101,10 +101,24 @@ void writeRow(const Row& row, RowLosses& losses, std::string& text) {
     text += '\n';
 }
 
-/// Whether a row of teletext of double height stands at the bottom, with `below` more of them below.
-bool isTallBottom(const Cue& cue, const Row& row, std::uint64_t below) noexcept {
-    constexpr std::uint64_t kLowest = 22;
-    return cue.screenRows == kTeletextRows && row.number + 2 * below == kLowest;
+/// Whether a row stands in the line where receivers put it: below, in the middle or at the top, as the anchor says.
+/// @param index Among those of the cue, from 0.
+bool standsInLine(const Cue& cue, const Row& row, std::uint64_t index, std::uint8_t anchor) noexcept {
+    const std::uint64_t rows = screenRowsOf(cue);
+    // One row of the screen for each of the cue, on pages also two.
+    const auto stands = [&](std::uint64_t height) {
+        const std::uint64_t above = height * index;
+        if (row.number <= above) {
+            return false;
+        }
+        const std::uint64_t first = row.number - above;
+        const std::uint64_t end = first + height * cue.rows.size();
+        // In the middle the room above is that below, or one row more or less.
+        return anchor >= 7   ? first == 1
+               : anchor >= 4 ? first + end + 1 >= rows + 2 && first + end <= rows + 3
+                             : end == rows + 1;
+    };
+    return row.number == 0 || stands(1) || (cue.screenRows == kTeletextRows && stands(2));
 }
 
 }  // namespace
@@ -155,11 +169,9 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
     for (const Row& row : cue.rows) {
         RowLosses losses;
         writeRow(row, losses, text);
-        // Rows that end on the last one stand where receivers put those without a place.
-        const std::uint64_t below = cue.rows.size() - static_cast<std::size_t>(number) - 1;
-        const bool isUsual =
-            row.number == 0 || row.number + below == screenRowsOf(cue) || isTallBottom(cue, row, below);
-        losses.isPlaceLost = row.column != 0 || !isUsual || anchors.of(row) != anchor || row.anchor > kGreatestAnchor;
+        losses.isPlaceLost = anchors.of(row) != anchor || row.anchor > kGreatestAnchor ||
+                             !standsAtSide(cue, row, anchor == 0 ? 1 : (anchor - 1U) % 3U) ||
+                             !standsInLine(cue, row, static_cast<std::uint64_t>(number), anchor);
         losses.say(report, ++number);
     }
     text += '\n';

@@ -178,6 +178,15 @@ std::optional<Box> boxOfSettings(const Cue& cue, Alignment alignment, const WebV
     return box;
 }
 
+void takeRowsBelow(Cue& cue) noexcept {
+    std::string_view setting = textOf(cue, properties::kWebVttLine);
+    const auto line = numberIn<int>(takePart(setting, ','));
+    if (cue.region.empty() && cue.box && line && *line < 0 && cue.rows.size() > 1) {
+        const double below = static_cast<double>(cue.rows.size() - 1) * kLineHeight;
+        cue.box->height = std::min(kWhole, cue.box->height + below);
+    }
+}
+
 void appendBox(const Box& box, Alignment alignment, std::string& text) {
     const double bottom = box.top + box.height;
     appendPercent(text, "line",

@@ -233,6 +233,7 @@ private:
             for (Row& row : _cue.rows) {
                 row.alignment = _settings.alignment;
             }
+            takeRowsBelow(_cue);
             if (_cue.box) {
                 placeRows(_cue, *_cue.box);
             }

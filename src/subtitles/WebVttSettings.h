@@ -46,6 +46,9 @@ void takeRegion(std::string_view block, WebVttRegions& regions);
 /// The box of a cue whose settings are its properties; none where they say nothing of one, or where it is vertical.
 [[nodiscard]] std::optional<Box> boxOfSettings(const Cue& cue, Alignment alignment, const WebVttRegions& regions);
 
+/// A line that is counted from below is that of the first row: the box goes down to the last one, whose rows are known.
+void takeRowsBelow(Cue& cue) noexcept;
+
 /// Appends settings that put a cue where a box is, each with a space in front of it.
 void appendBox(const Box& box, Alignment alignment, std::string& text);
 

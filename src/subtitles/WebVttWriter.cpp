@@ -114,6 +114,13 @@ bool isBehind(const Row& row, const Row& first, std::uint64_t rows) noexcept {
            (row.number >= first.number + rows && row.number <= first.number + kDouble * rows);
 }
 
+/// Whether a row begins where the settings of the first one put it: in its column, or else at the side of its anchor.
+bool isBeside(const Cue& cue, const Row& row, std::uint8_t anchor) noexcept {
+    const Row& first = cue.rows.front();
+    const bool hasColumn = first.anchor == 0 && first.number != 0 && first.column != 0 && cue.screenColumns != 0;
+    return hasColumn ? row.column == first.column : standsAtSide(cue, row, anchor == 0 ? 1 : (anchor - 1U) % 3U);
+}
+
 /// What stands besides cues: with no arrow in it, which would be times, and no empty line, which would end it.
 class RestWriter {
 public:
@@ -274,7 +281,7 @@ bool WebVttWriter::write(const Cue& cue, std::string& text) {
         appendRow(row, around, times, losses, text);
         const Row& first = cue.rows.front();
         losses.isPlaceLost = cue.box ? row.alignment != first.alignment
-                                     : anchors.of(row) != anchors.of(first) || row.column != first.column ||
+                                     : anchors.of(row) != anchors.of(first) || !isBeside(cue, row, anchors.of(first)) ||
                                            !isBehind(row, first, static_cast<std::uint64_t>(number));
         losses.say(report, ++number);
     }

@@ -51,6 +51,17 @@ bool isTransparent(std::string_view color) {
     return takeWord(alpha) == "0";
 }
 
+/// Whether nothing is seen through a colour.
+bool isOpaque(std::string_view color) {
+    constexpr std::size_t kWithAlpha = 9;
+    if (color.starts_with("rgba")) {
+        std::string_view alpha = color.substr(std::min(color.rfind(','), color.size() - 1) + 1);
+        alpha = alpha.substr(0, alpha.find(')'));
+        return takeWord(alpha) == "255";
+    }
+    return color.size() != kWithAlpha || color.front() != '#' || color.ends_with("ff") || color.ends_with("FF");
+}
+
 }  // namespace
 
 std::uint64_t TtmlReport::lineOf(std::size_t byte) {
@@ -202,6 +213,9 @@ Look lookOf(const StyleSet& set, const StyleSet& own, const SpanState& state, Tt
     if (state.background.data() != nullptr) {
         if (const auto color = read(state.background)) {
             look.style.background = subtitles::screenColor(*color);
+            if (!isOpaque(state.background) || subtitles::bitsOf(*look.style.background) != *color) {
+                look.properties.push_back({"ttml.tts:backgroundColor", std::string(state.background)});
+            }
         }
     }
     const std::string_view slant = set[kFontStyle];

@@ -162,7 +162,9 @@ std::optional<MediaTime> clockTime(std::int64_t hours, std::string_view text, co
         return std::nullopt;
     }
     const std::int64_t all = hours * kHour + *minutes * kMinute + *seconds;
-    const bool hasFrames = !text.empty() && text.front() == ':';
+    // Labels that leave numbers out are written with a semicolon as well.
+    const bool mayHaveSemicolon = parameters.countsFrames && parameters.dropMode == DropMode::Ntsc;
+    const bool hasFrames = !text.empty() && (text.front() == ':' || (mayHaveSemicolon && text.front() == ';'));
     Number rest;
     if (hasFrames || (!text.empty() && text.front() == '.')) {
         // A fraction of the seconds, or frames and, behind a point, parts of them.

@@ -27,7 +27,7 @@ struct TimeParameters {
 };
 
 /// `00:00:01.5`, `00:00:01:12`, `00:00:01:12.1`, `1.5s`, `500ms`, `12f`, `2h`, `3m`, `90000t`; none for any other text.
-/// Ten digits of a number and nine of a fraction count.
+/// Of labels that leave numbers out also `00:00:01;12`, as they are written elsewhere. Ten digits of a number and nine of a fraction count.
 [[nodiscard]] std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters);
 
 /// How the labels of a document count, in the terms of time codes; none where it counts none, or otherwise than those.

@@ -28,6 +28,8 @@ using subtitles::Run;
 
 constexpr std::string_view kOwn = "ttml.";
 constexpr std::string_view kDecoration = "tts:textDecoration";
+constexpr std::string_view kBackground = "tts:backgroundColor";
+constexpr std::string_view kOwnBackground = "ttml.tts:backgroundColor";
 /// Of spans of their own.
 constexpr std::string_view kRubyStyle = "tts:ruby";
 constexpr std::int32_t kMilliseconds = 1000;
@@ -160,6 +162,16 @@ const std::string* languageOf(const Run& run) noexcept {
     return valueOf(run.properties, subtitles::properties::kWebVttLanguage);
 }
 
+/// The colour behind a run as it was read, where it is another one than the plain ones, or seen through; null: it is not
+/// that of the run, or EBU-TT-D has it otherwise.
+const std::string* ownBackground(const Run& run, bool isEbu) noexcept {
+    const std::string* const own = valueOf(run.properties, kOwnBackground);
+    const auto color = own != nullptr && run.style.background && (!isEbu || own->starts_with('#'))
+                           ? subtitles::colorNamed(*own)
+                           : std::nullopt;
+    return color && subtitles::screenColor(*color) == *run.style.background ? own : nullptr;
+}
+
 /// The style of a run, and what of it is lost.
 std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     std::string text;
@@ -169,8 +181,11 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
         appendAttribute(text, "tts:color",
                         subtitles::hexColorText(color ? *color : subtitles::bitsOf(run.style.foreground)));
     }
+    const std::string* const background = ownBackground(run, isEbu);
     if (run.style.background) {
-        appendAttribute(text, "tts:backgroundColor", subtitles::hexColorText(subtitles::bitsOf(*run.style.background)));
+        appendAttribute(text, kBackground,
+                        background != nullptr ? *background
+                                              : subtitles::hexColorText(subtitles::bitsOf(*run.style.background)));
     }
     if (run.style.isItalic) {
         appendAttribute(text, "tts:fontStyle", "italic");
@@ -182,7 +197,7 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     bool isStruckOut = false;
     for (const Property& property : run.properties) {
         std::string_view name = property.name;
-        if ((name == subtitles::properties::kColor && color) ||
+        if ((name == subtitles::properties::kColor && color) || (background == &property.value) ||
             (name == subtitles::properties::kWebVttLanguage && languageOf(run) == &property.value)) {
             continue;
         }
@@ -201,7 +216,7 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
         name = isFace ? "tts:fontFamily" : isSize ? "tts:fontSize" : name;
         // A size without a unit is another format's.
         const bool isOther = isSize && !property.value.ends_with('%') && !property.value.ends_with('c');
-        const bool isUsed = !isOther && name != kDecoration && name != kRubyStyle &&
+        const bool isUsed = !isOther && name != kBackground && name != kDecoration && name != kRubyStyle &&
                             isUsable({std::string(name), property.value}, isEbu, kEbuTextStyles) &&
                             appendOnce(text, name, property.value);
         losses.properties += isUsed ? 0 : 1;

@@ -47,6 +47,7 @@ TEST(Ttml, ReadsEachFormOfTime) {
         {frames + "ttp:timeBase=\"smpte\" ttp:dropMode=\"nonDrop\"", "00:10:00:00", 18'000 * 1001, 30'000},
         {frames + "ttp:timeBase=\"smpte\" ttp:dropMode=\"dropNTSC\"", "00:01:00:02", 1800 * 1001, 30'000},
         {frames + "ttp:timeBase=\"smpte\" ttp:dropMode=\"dropNTSC\"", "00:10:00:00", 17'982 * 1001, 30'000},
+        {frames + "ttp:timeBase=\"smpte\" ttp:dropMode=\"dropNTSC\"", "00:01:00;02", 1800 * 1001, 30'000},
         {frames + "ttp:timeBase=\"smpte\" ttp:dropMode=\"dropPAL\"", "00:02:00:04", 3600 * 1001, 30'000},
         {R"(ttp:frameRate="30" ttp:frameRateMultiplier="1000:1001" ttp:timeBase="smpte")", "00:00:01:00", 1001, 1000},
     };
@@ -126,8 +127,9 @@ TEST(Ttml, FollowsWhatSetsChange) {
 }
 
 TEST(Ttml, SaysWhichTimesItCannotRead) {
-    for (const std::string time : {"1", "s", "1x", "1:2:3", "00:60:00", "00:00:61", "00:00:01:30", "00:00:01.", "-1s",
-                                   "1.5t", "1 s", "00:00:01:", "12345678901s", ".5s", "00:00:01.5:3"}) {
+    for (const std::string time :
+         {"1", "s", "1x", "1:2:3", "00:60:00", "00:00:61", "00:00:01:30", "00:00:01.", "-1s", "1.5t", "1 s",
+          "00:00:01:", "12345678901s", ".5s", "00:00:01.5:3", "00:00:01;12", "00;00;01;12"}) {
         SCOPED_TRACE(time);
         const auto document =
             readDocument(documentOf("<body><div>\n<p begin=\"" + time + "\" end=\"2s\">a</p></div></body>"));

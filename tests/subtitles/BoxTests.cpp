@@ -59,7 +59,9 @@ TEST(Box, IsThatOfWebVttSettings) {
         {"line:0 size:50%", Box{25, 0, 50, 100, Top}},
         {"line:2", Box{0, 12, 100, 88, Top}},
         {"line:-1", Box{0, 0, 100, 100, Bottom}},
-        {"line:-3", Box{0, 0, 100, 88, Bottom}},
+        // The first of two rows is on that line (WebVTT, 7.2), the other one below, of lines of 6 %.
+        {"line:-2", Box{0, 0, 100, 100, Bottom}},
+        {"line:-3", Box{0, 0, 100, 94, Bottom}},
         {"line:1000", Box{0, 94, 100, 6, Top}},
         {"vertical:rl line:20%", std::nullopt},
         // A quarter of 40 % to the left of 30 %; half of three lines of 6 % above 80 %.

@@ -111,14 +111,20 @@ TEST(Ssa, PlacesRowsByCoordinatesAndMargins) {
         {"a", "Default", "0", 0, 0, 0, Alignment::Center},
         {"a\\Nb", "Raised", "0", 11, 0, 0, Alignment::Center},  // 60 below them: rows 11 and 12 of 15.
         {"a", "Default", "100", 10, 0, 0, Alignment::Center},
+        {"a", "Default", "19", 0, 0, 0, Alignment::Center},  // Less than a row of 20.
+        {"a", "Default", "20", 14, 0, 0, Alignment::Center},
+        {"{\\an7}a", "Default", "19", 0, 0, 7, Alignment::Left},
         {"{\\an7}a", "Default", "40", 3, 0, 0, Alignment::Left},
         {"{\\an5}a", "Default", "100", 0, 0, 5, Alignment::Center},
         {"{\\an7\\pos(0,0)}a", "Default", "0", 1, 1, 0, Alignment::Left},
         {"{\\an7\\pos(100,40)}a", "Default", "0", 3, 6, 0, Alignment::Left},
         {"{\\pos(320,300)}ab", "Default", "0", 15, 0, 0, Alignment::Center},
         {"{\\pos(320,200)}a\\Nb", "Default", "0", 9, 0, 0, Alignment::Center},
-        {"{\\an5\\pos(100,150)}abcd", "Default", "0", 8, 4, 0, Alignment::Left},
-        {"{\\an3\\pos(640,300)}abcd", "Default", "0", 15, 29, 0, Alignment::Left},
+        {"{\\an5\\pos(100,150)}abcd", "Default", "0", 8, 4, 0, Alignment::Center},
+        {"{\\an3\\pos(640,300)}abcd", "Default", "0", 15, 29, 0, Alignment::Right},
+        // Ten columns have room around the fifth one, eleven have not.
+        {"{\\an5\\pos(100,150)}abcdefghij", "Default", "0", 8, 1, 0, Alignment::Center},
+        {"{\\an5\\pos(100,150)}abcdefghijk", "Default", "0", 8, 1, 0, Alignment::Left},
         {"{\\an7\\pos(-50,9999)}a", "Default", "0", 15, 1, 0, Alignment::Left},
         {"{\\pos(1e9,1)\\pos(x,2)}a", "Default", "0", 0, 0, 0, Alignment::Center},
     };
@@ -154,8 +160,14 @@ TEST(Ssa, HasBoxesAtCoordinates) {
         {"{\\an1\\pos(160,225)}a", Box{25, 0, 75, 75, BoxEdge::Bottom}},
         {"{\\pos(320,270)}ab", Box{0, 0, 100, 90, BoxEdge::Bottom}},
         {"{\\an5\\pos(320,75)}ab", Box{0, 0, 100, 50, BoxEdge::Middle}},
-        // Four letters that end at the right edge begin four columns in front of it.
-        {"{\\an3\\pos(640,300)}abcd", Box{87.5, 0, 12.5, 100, BoxEdge::Bottom}},
+        {"{\\an3\\pos(640,300)}abcd", Box{0, 0, 100, 100, BoxEdge::Bottom}},
+        {"{\\an3\\pos(320,300)}abcd", Box{0, 0, 50, 100, BoxEdge::Bottom}},
+        // Text in the middle has as much room on both sides: 10 % up to the edge.
+        {"{\\pos(64,270)}abcd", Box{0, 0, 20, 90, BoxEdge::Bottom}},
+        {"{\\pos(576,270)}abcd", Box{80, 0, 20, 90, BoxEdge::Bottom}},
+        // Eight letters are wider than that: they begin with the first column, or the 26th, at 78.125 %.
+        {"{\\pos(64,270)}abcdefgh", Box{0, 0, 100, 90, BoxEdge::Bottom}},
+        {"{\\pos(576,270)}abcdefgh", Box{78.125, 0, 21.875, 90, BoxEdge::Bottom}},
         {"{\\an7\\pos(-50,9999)}a", Box{0, 100, 100, 0, BoxEdge::Top}},
     };
     for (const auto& each : cases) {

@@ -53,6 +53,7 @@ struct Written {
     std::string blocks;
     Codes codes;
     std::string blockCount;
+    std::string subtitleCount;
 };
 
 Written write(const std::vector<Cue>& cues, const Gsi& gsi) {
@@ -66,7 +67,10 @@ Written write(const std::vector<Cue>& cues, const Gsi& gsi) {
         EXPECT_TRUE(writer.write(cue, blocks));
     }
     const Gsi written = writer.finish(blocks);
-    Written result{{blocks.begin(), blocks.end()}, {}, std::string(written.blockCount.text())};
+    Written result{{blocks.begin(), blocks.end()},
+                   {},
+                   std::string(written.blockCount.text()),
+                   std::string(written.subtitleCount.text())};
     for (const qlx::Finding& finding : findings) {
         result.codes.push_back(finding.code);
     }
@@ -124,7 +128,10 @@ TEST(StlKept, ComeBackAsTheSameBytes) {
     const Written written = write(kept.cues, kept.gsi);
     EXPECT_EQ(written.blocks, file.substr(kGsiBytes));
     EXPECT_EQ(written.codes, Codes());
+    // Blocks of every kind (EBU Tech 3264, TNB): two subtitles, three of user data for them and one of nobody, and four of
+    // comments. None of the others is a subtitle (TNS).
     EXPECT_EQ(written.blockCount, "00010");
+    EXPECT_EQ(written.subtitleCount, "00002");
 }
 
 TEST(StlKept, AreFindingsWhereNobodyAsksForThem) {

@@ -50,6 +50,42 @@ std::string textOf(const Tti& block) {
     return {block.text.begin(), end};
 }
 
+TEST(StlWriter, SaysThatAColumnIsLostWhereThePictureChanges) {
+    const struct {
+        Alignment alignment;
+        std::uint16_t columns;
+        std::uint16_t column;
+        bool isLost = false;
+    } cases[] = {{Alignment::Left, 32, 1},
+                 {Alignment::Left, 32, 2, true},
+                 {Alignment::Center, 32, 14},
+                 {Alignment::Center, 32, 13, true},
+                 {Alignment::Right, 32, 28},
+                 {Alignment::Right, 32, 14, true},
+                 // On a page a colour, double height and the box may stand in front, and two codes behind.
+                 {Alignment::Left, 40, 4},
+                 {Alignment::Left, 40, 5, true},
+                 {Alignment::Right, 40, 34},
+                 {Alignment::Right, 40, 33, true},
+                 // Captions of line 21 with a solid space around them, and in the middle of a wide screen.
+                 {Alignment::Left, 34, 2},
+                 {Alignment::Left, 34, 3, true},
+                 {Alignment::Right, 34, 29},
+                 {Alignment::Right, 34, 28, true},
+                 {Alignment::Left, 42, 6},
+                 {Alignment::Left, 42, 7, true},
+                 // Of a screen whose width nobody says.
+                 {Alignment::Left, 0, 1, true}};
+    for (const auto& each : cases) {
+        Cue cue = cueOf({runOf("Hello")});
+        cue.rows.front().alignment = each.alignment;
+        cue.rows.front().column = each.column;
+        cue.screenColumns = each.columns;
+        EXPECT_EQ(writeStl({cue}).codes(), each.isLost ? Codes{SubtitlePlaceLost} : Codes{})
+            << each.columns << " " << each.column;
+    }
+}
+
 TEST(StlWriter, WritesBlocks) {
     Cue cue = cueOf({runOf("Hi")}, 3'723'480, 3'725'000);
     cue.number = 300;
@@ -249,6 +285,23 @@ TEST(StlWriter, PlacesRows) {
          "a",
          {SubtitlePlaceLost}},
         {{23}, 23, 0, 22, "a", {SubtitlePlaceLost}},
+        // The last rows of a screen of captions are the last pairs of rows of the page; four take more of it.
+        {{15}, 15, 0, 22, "a"},
+        {{14, 15},
+         15,
+         0,
+         20,
+         "a\x8A\x8A"
+         "a"},
+        {{12, 13, 14, 15},
+         15,
+         0,
+         16,
+         "a\x8A\x8A"
+         "a\x8A\x8A"
+         "a\x8A\x8A"
+         "a",
+         {SubtitlePlaceLost}},
         {{1, 15},
          15,
          0,

@@ -279,6 +279,66 @@ TEST(SubRip, WritesNoPlaceThatIsNone) {
     }
 }
 
+/// A row on a screen of 15 by 32, its text five characters wide.
+struct PlacedRow {
+    std::uint64_t number = 15;
+    std::uint16_t column = 0;
+    std::string_view anchor;  ///< As it is written.
+    bool isLost = false;
+};
+
+TEST(SubRip, SaysThatThePlaceIsLostWhereThePictureChanges) {
+    const PlacedRow cases[] = {
+        // Below, in the middle: 13 or 14 columns in front, and 14 or 13 behind.
+        {15, 0, ""},
+        {15, 14, ""},
+        {15, 15, ""},
+        {15, 13, "", true},
+        {15, 16, "", true},
+        {14, 14, "", true},
+        // At the edges.
+        {15, 1, "{\\an1}"},
+        {15, 2, "{\\an1}", true},
+        {15, 28, "{\\an3}"},
+        {15, 27, "{\\an3}", true},
+        // At the top, and with seven rows above and below.
+        {1, 14, "{\\an8}"},
+        {2, 14, "{\\an8}", true},
+        {8, 1, "{\\an4}"},
+        {7, 1, "{\\an4}", true},
+        {10, 28, "{\\an6}", true},
+    };
+    for (const PlacedRow& place : cases) {
+        SCOPED_TRACE(place.number);
+        SCOPED_TRACE(place.column);
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("Hello")});
+        cue.screenRows = 15;
+        cue.screenColumns = 32;
+        cue.rows[0].number = place.number;
+        cue.rows[0].column = place.column;
+        qlx::Findings findings;
+        EXPECT_EQ(written(cue, &findings),
+                  "1\n00:00:01,000 --> 00:00:02,000\n" + std::string(place.anchor) + "Hello\n\n");
+        EXPECT_EQ(findings.size(), place.isLost ? 1U : 0U);
+        for (const auto& finding : findings) {
+            EXPECT_EQ(finding.code, qlx::FindingCode::SubtitlePlaceLost);
+        }
+    }
+    // Two rows that are in the middle, each of them, on the last rows of a page of double height; and one of them aside.
+    for (const std::uint16_t column : std::initializer_list<std::uint16_t>{19, 18, 16}) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("Hello"), rowOf("you")});
+        cue.screenRows = 23;
+        cue.screenColumns = 40;
+        cue.rows[0].number = 20;
+        cue.rows[0].column = 18;
+        cue.rows[1].number = 22;
+        cue.rows[1].column = static_cast<std::uint16_t>(column + 1);
+        qlx::Findings findings;
+        EXPECT_EQ(written(cue, &findings), "1\n00:00:01,000 --> 00:00:02,000\nHello\nyou\n\n");
+        EXPECT_EQ(findings.size(), column == 16 ? 1U : 0U) << column;
+    }
+}
+
 TEST(SubRip, SaysWhatItCannotWrite) {
     using enum qlx::FindingCode;
     Cue cue = cueOf(1, 1000, 1000, {rowOf("<b>"), rowOf("x")});

@@ -323,6 +323,29 @@ TEST(WebVtt, WritesPlacesOfOtherFormats) {
     EXPECT_EQ(findings[1].first, 2);
 }
 
+TEST(WebVtt, SaysThatAColumnIsLostWhereThePictureChanges) {
+    const struct {
+        std::uint64_t number;
+        std::uint16_t first;   ///< Column of the first row, of five characters.
+        std::uint16_t second;  ///< Of the other one, of three.
+        std::size_t lost = 0;  ///< Rows of which it is said.
+    } cases[] = {{14, 9, 9}, {14, 9, 10, 1}, {14, 0, 0}, {14, 0, 15}, {14, 0, 14, 1}, {0, 14, 15}, {0, 9, 9, 2}};
+    for (const auto& each : cases) {
+        Cue cue = cueOf(1, 1000, 2000, {rowOf("Hello"), rowOf("you")});
+        cue.screenRows = 15;
+        cue.screenColumns = 32;
+        cue.rows[0].column = each.first;
+        cue.rows[1].column = each.second;
+        cue.rows[0].number = each.number;
+        cue.rows[1].number = each.number == 0 ? 0 : each.number + 1;
+        qlx::Findings findings;
+        WebVttWriter writer(&findings);
+        std::string text;
+        EXPECT_TRUE(writer.write(cue, text));
+        EXPECT_EQ(findings.size(), each.lost) << each.number << " " << each.first << " " << each.second << text;
+    }
+}
+
 TEST(WebVtt, SaysWhatOfTheRestIsWrittenOtherwise) {
     WebVttFile file;
     file.title = "a --> b";

@@ -215,9 +215,9 @@ const std::vector<Command> kCommands{
      srtFile},
     {"PlayJson", {"play", "IN", "--mode", "teletext", "--rate", "25"}, jsonSubtitles},
     // It plays what there is of a file that is cut, and says so.
-    {"PlayStl",
-     {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "jsonl", "-o", "OUT", "--quiet"},
-     stlFile},
+    partial({"PlayStl",
+             {"play", "IN", "--mode", "teletext", "--rate", "25", "--format", "jsonl", "-o", "OUT", "--quiet"},
+             stlFile}),
     {"SubsSrt", {"subs", "IN"}, srtFile},
     {"SubsJson", {"subs", "IN", "--json", "-o", "OUT"}, jsonSubtitles},
     {"SubsStl", {"subs", "IN"}, stlFile},

@@ -215,6 +215,30 @@ TEST(Carriers, BeginWhereTheyAreAskedTo) {
     EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 2);
 }
 
+TEST(Carriers, AreNotWrittenWhereTheStartIsBehindAllFrames) {
+    const TemporaryFolder folder;
+    const std::string scc = folder.write("a.scc", "Scenarist_SCC V1.0\n\n01:00:00:00\t9420 942f\n");
+    const std::string json = folder.write("a.jsonl", qlxtest::withSchema(twoFrames()));
+    for (const char* const to : {"b.scc", "b.mcc", "b.klv", "b.jsonl"}) {
+        // Two frames of 1001/30000 s from 3603.6 s on.
+        const ToolResult late = converted(scc, folder.path(to), {"--from-start", "01:00:00:02"});
+        EXPECT_EQ(late.exitCode, 1) << to;
+        EXPECT_EQ(late.err, "qlxcc: " + scc +
+                                ": nothing to write: all 2 frames are in front of the start, the last one at "
+                                "01:00:03,633\n");
+        EXPECT_EQ(converted(scc, folder.path(to), {"--from-start", "auto", "--offset", "-1"}).exitCode, 1) << to;
+        EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.jsonl", "a.scc"}));
+        // One that is left is written.
+        const ToolResult one = converted(scc, folder.path(to), {"--from-start", "01:00:00:01"});
+        EXPECT_EQ(one.exitCode, 0) << one.err;
+        EXPECT_EQ(one.err, "qlxcc: warning: " + scc + ": left out: 1 frame in front of the start\n");
+        std::filesystem::remove(folder.path(to));
+    }
+    const ToolResult out = runTool({"convert", json, "-o", "-", "--to-format", "jsonl", "--from-start", "5"});
+    EXPECT_EQ(out.exitCode, 1);
+    EXPECT_EQ(out.out, "");
+}
+
 TEST(Carriers, HaveTheBytesOfPlayFromSubtitles) {
     const TemporaryFolder folder;
     const std::string file = folder.write(

@@ -333,19 +333,82 @@ TEST(Losses, AreFoundFastWhateverTheCharacters) {
     }
 }
 
+TEST(PlayWarnings, MakeTheRunFailAsThoseOfConvertDo) {
+    const TemporaryFolder folder;
+    const std::string good = qlxtest::srt({{"00:00:01,000", "00:00:02,000", "Hi"}});
+    const qlxtest::STLCue cue{.start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .verticalPosition = 20, .text = "Hi"};
+    const struct {
+        std::string name;
+        std::string text;
+        std::vector<std::string> options;
+        int exitCode = 0;
+        int strictExitCode = 0;
+    } cases[] = {
+        {"good.srt", good, {}, 0, 0},
+        {"time.srt", good + "2\n00:00:0x,000 --> 00:00:04,000\nHo\n", {}, 1, 1},
+        {"end.srt", good + "2\n00:00:05,000 --> 00:00:04,000\nHo\n", {}, 1, 1},
+        {"byte.srt", qlxtest::srt({{"00:00:01,000", "00:00:02,000", "H\xFFi"}}), {"--encoding", "utf-8"}, 0, 1},
+        {"time.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\nHi\n\n00:0x.000 --> 00:04.000\nHo\n", {}, 1, 1},
+        {"element.json",
+         "[{\"start_timecode\":\"00:00:01,000\",\"end_timecode\":\"00:00:02,000\",\"text_lines\":[{\"text\":\"Hi\"}]},"
+         "7]",
+         {},
+         1,
+         1},
+        {"good.stl", qlxtest::stl({cue}), {}, 0, 0},
+        {"cut.stl", qlxtest::stl({cue, cue}, 3), {}, 1, 1},
+        {"comment.stl",
+         qlxtest::stl({cue, {.number = 1, .start = {0, 0, 3, 0}, .end = {0, 0, 4, 0}, .text = "who", .comment = 1}}),
+         {},
+         0,
+         1},
+        {"data.stl", qlxtest::stl({cue, {.number = 0, .text = "own", .extension = '\xFE'}}), {}, 0, 1},
+        {"before.srt", good, {"--from-start", "1.5"}, 0, 1},
+        {"short.srt", qlxtest::srt({{"00:00:01,010", "00:00:01,020", "Hi"}}), {}, 0, 1},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        const std::string file = folder.write(each.name, each.text);
+        const std::string output = folder.path("out.klv");
+        for (const std::vector<std::string>& command :
+             {playArguments(file, "25", {"-o", output}),
+              std::vector<std::string>{"play", file, "--mode", "cea608", "--rate", "25", "-o", output},
+              std::vector<std::string>{"convert", file, "-o", output, "--to-rate", "25"}}) {
+            for (const bool isStrict : {false, true}) {
+                std::vector<std::string> arguments = command;
+                arguments.insert(arguments.end(), each.options.begin(), each.options.end());
+                if (isStrict) {
+                    arguments.emplace_back("--strict");
+                }
+                const int expected = isStrict ? each.strictExitCode : each.exitCode;
+                const ToolResult run = runTool(arguments);
+                EXPECT_EQ(run.exitCode, expected) << arguments.front() << isStrict << run.err;
+                EXPECT_EQ(run.err.empty(), each.strictExitCode == 0) << run.err;
+                // What could be read is written all the same, and why the run fails is said in any case.
+                EXPECT_FALSE(folder.read("out.klv").empty());
+                arguments.emplace_back("--quiet");
+                EXPECT_EQ(runTool(arguments).err.empty(), expected == 0);
+            }
+        }
+    }
+    EXPECT_EQ(runTool(playArguments(folder.path("good.srt"), "25", {"--strict", "--as-deployed"})).exitCode, 2);
+}
+
 TEST(PlayWarnings, OfAProgrammeThatBeginsLater) {
     const TemporaryFolder folder;
     const std::string file = folder.write(
         "in.stl", qlxtest::stl({{.start = {1, 0, 1, 0}, .end = {1, 0, 2, 0}, .verticalPosition = 20, .text = "Hi"}}));
     const std::string warning = "qlxcc: warning: " + file + ": ";
-    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "klv", "-o", "/dev/null"})).err,
-              warning + "the first cue begins at 01:00:01,000, more than an hour behind the first frame: is --from "
-                        "missing?\n");
+    const std::string late = warning + "the first cue begins at 01:00:01,000";
+    const std::string asked = late + ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does\n";
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--format", "klv", "-o", "/dev/null"})).err, asked);
+    EXPECT_EQ(runTool(playArguments(file, "25", {"--from-start", "0", "--format", "klv", "-o", "/dev/null"})).err,
+              late + ", more than an hour behind the first frame: is --from missing?\n");
     // An hour is not more than one.
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "1", "--format", "klv", "-o", "/dev/null"})).err, "");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:00:00"})).err, "");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--duration", "5"})).err,
-              warning + "no cue falls into what is played: the next one begins at 01:00:01,000\n");
+              asked + warning + "no cue falls into what is played: the next one begins at 01:00:01,000\n");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:02:00", "--duration", "5"})).err,
               warning + "no cue falls into what is played: the last one ends at 01:00:02,000\n");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:01:24", "--duration", "5"})).err, "");

@@ -87,10 +87,13 @@ TEST(OnAirSubtitles, OfOtherFilesAreListedWhereItIsSaidWhatIsMeant) {
     refused({"subs", folder.path("page.v210"), "--page", "888", "--from-rate", "25"},
             "rate, convert and scte104 parse");
     refused({"subs", text, "--page", "888"}, "--channel, --service or --page says what is on air: ");
-    refused({"subs", text, "--from-rate", "25"}, "--from-rate is for what is on air, and for TTML");
+    refused({"subs", text, "--from-rate", "25"},
+            "--from-rate is for what is on air, for TTML and for a timecode of --from-start");
     refused({"subs", folder.path("page.ts"), "--page", "888", "--channel", "CC1"}, "at a time");
     refused({"subs", folder.path("page.ts"), "--page", "99"}, "is not a page");
-    refused({"subs", folder.path("page.ts"), "--page", "888", "--from-start", "auto"}, "--from-start is for EBU STL");
+    // The first frame of teletext alone is the one that sends the page, which is shown with the next one.
+    expectHi({"subs", folder.path("page.ts"), "--page", "888", "--from-start", "auto"}, "teletext page 888",
+             "00:00:00,040", "00:00:01,040");
     refused({"subs", folder.path("page.ts"), "--page", "888", "--encoding", "UTF-8"}, "--encoding is for texts");
     refused({"subs", folder.path("page.ts"), "--page", "888", "--track", "1"}, "--track is for text tracks");
 }

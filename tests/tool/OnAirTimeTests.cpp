@@ -222,6 +222,51 @@ TEST(OnAirTimes, LastAFrameWhereTheyWouldBeOverAsTheyBegin) {
     EXPECT_NE(lossy.err.find("1 cue shorter than a frame, which last one"), std::string::npos) << lossy.err;
 }
 
+TEST(OnAirTimes, BeginWithTheProgrammeAlsoWhereNothingSaysIt) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:05,000", "00:00:07,000", "cue"}}));
+    const std::string later = folder.write("later.srt", srt({{"10:00:05,000", "10:00:07,000", "cue"}}));
+    for (const std::string format : {"klv", "v210", "ts"}) {
+        SCOPED_TRACE(format);
+        const bool isTeletext = format == "ts";
+        const std::string made = folder.path("a." + format);
+        const std::string played = folder.path("b." + format);
+        Arguments convert{"convert", file, "-o", made, "--to-rate", "25", "--to-start", "10:00:00:00"};
+        if (isTeletext) {
+            convert.insert(convert.end(), {"--page", "888"});
+        }
+        const ToolResult result = runTool(convert);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, isTeletext ? ""
+                                         : "qlxcc: remark: " + made +
+                                               ": such a file says no times: its first frame is that of --to-start "
+                                               "10:00:00:00\n");
+        ASSERT_EQ(runTool({"play", later, "--rate", "25", "--from", "10:00:00:00", "--mode",
+                           isTeletext ? "teletext" : "cea608", "-o", played})
+                      .exitCode,
+                  0);
+        EXPECT_EQ(folder.read("a." + format), folder.read("b." + format));
+    }
+    // Seven seconds and one behind them, a row of 1920 pixels each.
+    EXPECT_EQ(folder.read("a.v210").size(), std::size_t{200} * 5120);
+    EXPECT_EQ(linesOf(runTool({"scan", folder.path("a.klv"), "--json"}).out).size(), 200U);
+    const ToolResult shown = runTool({"show", folder.path("a.ts"), "--page", "888", "--all"});
+    EXPECT_NE(shown.out.find("10:00:05,000 - 10:00:07,000"), std::string::npos) << shown.out;
+    // Frames that come from other files of frames have the same beginning: two seconds behind it is frame 50.
+    const std::string frames =
+        folder.write("in.jsonl", qlxtest::withSchema(
+                                     "{\"frame\":50,\"pts\":{\"value\":50,\"timescale\":25,\"seconds\":2},\"packets\":"
+                                     "[{\"line\":9,\"did\":67,\"sdid\":2,\"type\":\"OP-47\",\"data\":\"5115\"}]}\n"));
+    for (const std::string start : {"10:00:00:00", "00:00:00:00"}) {
+        const ToolResult passed =
+            runTool({"convert", frames, "-o", folder.path("c.klv"), "--from-rate", "25", "--to-start", start});
+        EXPECT_EQ(passed.exitCode, 0) << passed.err;
+        EXPECT_NE(passed.err.find("its first frame is that of --to-start " + start), std::string::npos) << passed.err;
+        const std::string listed = runTool({"scan", folder.path("c.klv"), "--json"}).out;
+        EXPECT_NE(listed.find("\"frame\":50,"), std::string::npos) << start << listed;
+    }
+}
+
 TEST(OnAirTimes, BeginWithTheProgrammeThatIsWritten) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:05,000", "00:00:07,000", "cue"}}));
@@ -253,20 +298,31 @@ TEST(OnAirTimes, BeginWithTheProgrammeThatIsWritten) {
     EXPECT_EQ(shownAt("00:00:05,005", "00:00:06,000").front(), "00:00:00:00");
     // Where the start leaves no room it is said.
     const std::string early = folder.write("c.srt", srt({{"00:00:00,100", "00:00:02,000", "{\\an1}ab"}}));
-    const ToolResult late = converted(early, "scc", {"--to-start", "10:00:00:00"});
-    EXPECT_EQ(timecodesOf(late.out).front(), "10:00:00;00");
-    EXPECT_NE(late.err.find("caption is shown 4 frames late, 4 pairs short"), std::string::npos) << late.err;
+    const ToolResult tight = converted(early, "scc", {"--to-start", "10:00:00:00"});
+    EXPECT_EQ(timecodesOf(tight.out).front(), "10:00:00;00");
+    EXPECT_NE(tight.err.find("caption is shown 4 frames late, 4 pairs short"), std::string::npos) << tight.err;
     // And what is in front of it.
     const ToolResult cut = converted(file, "scc", {"--to-start", "10:00:00:00", "--offset", "-6"});
     EXPECT_NE(cut.err.find("1 cue in front of the start of what is written, where nothing is"), std::string::npos)
         << cut.err;
     EXPECT_EQ(converted(file, "scc", {"--to-start", "10:00:00:00", "--offset", "-6", "--strict"}).exitCode, 1);
-    // What may be missing has the name of this command.
-    const ToolResult far = converted(folder.write("d.srt", srt({{"02:00:00,000", "02:00:02,000", "ab"}})), "scc");
-    EXPECT_NE(far.err.find("is --from-start missing?"), std::string::npos) << far.err;
-    const ToolResult played =
-        runTool({"play", folder.path("d.srt"), "--mode", "cea608", "--rate", "29.97", "--to-format", "scc"});
-    EXPECT_NE(played.err.find("is --from missing?"), std::string::npos) << played.err;
+    // What may be missing is said once.
+    const std::string asked = folder.write("d.srt", srt({{"02:00:00,000", "02:00:02,000", "ab"}}));
+    const Arguments play{"play", asked, "--mode", "cea608", "--rate", "29.97", "--to-format", "scc"};
+    const std::string late = asked + ": the first cue begins at 02:00:00,000";
+    for (const ToolResult& far : {converted(asked, "scc"), runTool(play)}) {
+        EXPECT_EQ(far.err, "qlxcc: warning: " + late +
+                               ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does\n");
+    }
+    Arguments kept = play;
+    kept.insert(kept.end(), {"--from-start", "0"});
+    for (const auto& [far, option] : {std::pair(converted(asked, "scc", {"--from-start", "0"}), "--from-start"),
+                                      std::pair(runTool(kept), "--from")}) {
+        // Frame 215,785 is the first one at that time or later.
+        EXPECT_EQ(far.err, "qlxcc: warning: " + asked +
+                               ": the first cue begins at 02:00:00,026, more than an hour behind the first frame: is " +
+                               option + " missing?\n");
+    }
 }
 
 }  // namespace

@@ -126,6 +126,8 @@ const std::string kListed =
     "                                     11  white    right      "
     "0123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890123456789012345"
     "6\n"
+    "remark: the first cue begins at 01:00:10,480: --from-start 10:00:00:00 (or auto, or 0) says where the programme "
+    "does\n"
     "TTI block 4: left out: user data\n"
     "TTI block 5: cue left out: the end is not later than the start\n"
     "TTI block 3: left out: a comment: said\n";
@@ -240,7 +242,7 @@ TEST(STLSubtitles, AreRefusedWhereNothingCanBeRead) {
 TEST(STLSubtitles, AreReadAsFarAsTheyGo) {
     const auto listed = [](const std::string& content) {
         const auto lines = linesOf(runTool({"subs", "-"}, {.input = content}).out);
-        return std::pair(lines.back(), lines[lines.size() - 5]);
+        return std::pair(lines.back(), lines[lines.size() - 6]);
     };
     const std::string whole = stl(kEveryKind);
     const std::string all = "standard input (EBU STL, 25 frames/s): 3 cues, 3 left out";

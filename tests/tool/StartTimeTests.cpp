@@ -324,6 +324,86 @@ TEST(StartTimes, GoFromTheCountingOfOneFileToThatOfTheOther) {
     }
 }
 
+/// A file of each format, whose cue begins at 10:01:05 and a second later another one at 09:59.
+struct TimedFile {
+    std::string name;
+    std::string text;
+};
+
+std::vector<TimedFile> timedFiles() {
+    return {
+        {"a.srt", srt({{"10:01:05,000", "10:01:06,000", "Hi"}, {"09:59:00,000", "09:59:01,000", "Hi"}})},
+        {"a.vtt", "WEBVTT\n\n10:01:05.000 --> 10:01:06.000\nHi\n\n09:59:00.000 --> 09:59:01.000\nHi\n"},
+        {"a.ass", "[Script Info]\nScriptType: v4.00+\n\n[Events]\nFormat: Layer, Start, End, Style, Text\n"
+                  "Dialogue: 0,10:01:05.00,10:01:06.00,Default,Hi\nDialogue: 0,09:59:00.00,09:59:01.00,Default,Hi\n"},
+        {"a.ttml",
+         "<tt xmlns=\"http://www.w3.org/ns/ttml\" xml:lang=\"\"><body><div><p begin=\"10:01:05\" end=\"10:01:06\">"
+         "Hi</p><p begin=\"09:59:00\" end=\"09:59:01\">Hi</p></div></body></tt>\n"},
+        {"a.json",
+         "[{\"start_timecode\":\"10:01:05,000\",\"end_timecode\":\"10:01:06,000\",\"text_lines\":[{\"text\":\"Hi\"}]},"
+         "{\"start_timecode\":\"09:59:00,000\",\"end_timecode\":\"09:59:01,000\",\"text_lines\":[{\"text\":\"Hi\"}]}]"},
+        {"a.stl", qlxtest::stl({{.number = 0, .start = {10, 1, 5, 0}, .end = {10, 1, 6, 0}, .text = "Hi"},
+                                {.number = 1, .start = {9, 59, 0, 0}, .end = {9, 59, 1, 0}, .text = "Hi"}})}};
+}
+
+TEST(StartTimes, AreSubtractedInAllFormatsByAllThatReadCues) {
+    const TemporaryFolder folder;
+    const std::string before = ": 1 cue before the start, which is not subtracted from them";
+    for (const TimedFile& each : timedFiles()) {
+        SCOPED_TRACE(each.name);
+        const std::string file = folder.write(each.name, each.text);
+        const struct {
+            std::string start;
+            std::string first;   ///< Of the first cue.
+            std::string second;  ///< Of the other one, at 35,940 s.
+            bool isBefore = true;
+        } cases[] = {{"10:00:58:00", "00:00:07,000", "09:59:00,000"},
+                     {"36000.5", "00:01:04,500", "09:59:00,000"},
+                     {"0", "10:01:05,000", "09:59:00,000", false}};
+        for (const auto& start : cases) {
+            SCOPED_TRACE(start.start);
+            const ToolResult listed = runTool({"subs", file, "--from-start", start.start, "--rate", "25", "--json"});
+            EXPECT_EQ(listed.exitCode, 0) << listed.err;
+            const auto inTimecode = [](const std::string& time) { return "\"start_timecode\":\"" + time + "\""; };
+            EXPECT_NE(listed.out.find(inTimecode(start.first)), std::string::npos) << listed.out;
+            EXPECT_NE(listed.out.find(inTimecode(start.second)), std::string::npos) << listed.out;
+            EXPECT_EQ(listed.out.find(before.substr(2)) != std::string::npos, start.isBefore) << listed.out;
+            EXPECT_EQ(listed.out.find("the first cue begins"), std::string::npos) << listed.out;
+            const std::string rate = each.name == "a.stl" || start.start != "10:00:58:00" ? "" : "25";
+            Arguments convert{"--from-start", start.start};
+            if (!rate.empty()) {
+                convert.insert(convert.end(), {"--from-rate", rate});
+            }
+            EXPECT_NE(converted(file, "srt", convert).out.find(start.first + " --> "), std::string::npos);
+            const ToolResult played = runTool({"play", file, "--mode", "teletext", "--rate", "25", "--from-start",
+                                               start.start, "--from", "1", "--duration", "80"});
+            EXPECT_EQ(played.exitCode, 0) << played.err;
+            EXPECT_EQ(played.err.find(before) != std::string::npos, start.isBefore) << played.err;
+        }
+        const std::string late = "the first cue begins at 10:01:05,000: --from-start 10:00:00:00";
+        EXPECT_NE(runTool({"subs", file}).out.find("remark: " + late), std::string::npos);
+        const ToolResult played = runTool({"play", file, "--mode", "cea608", "--rate", "25", "--duration", "1"});
+        EXPECT_NE(played.err.find("warning: " + file + ": " + late), std::string::npos) << played.err;
+    }
+}
+
+TEST(StartTimes, AreSubtractedFromWhatIsOnAirWhenItIsListedOrPlayed) {
+    const TemporaryFolder folder;
+    const Counting drop{"29.97", 30, true, true};
+    const std::string file = folder.write("in.scc", scc(kShown, drop));
+    for (const Start& start : kStarts) {
+        SCOPED_TRACE(start.text);
+        const std::string expected = timeOf(framesOf(kShown, drop) + 4 - framesOf(start.label, drop), drop);
+        const ToolResult listed = runTool({"subs", file, "--from-start", start.text});
+        EXPECT_NE(listed.out.find("  " + expected + "  "), std::string::npos) << expected << listed.out;
+        // The frames that are sent are those that were read.
+        const ToolResult played = runTool({"play", file, "--mode", "cea608", "--rate", "29.97", "--from-start",
+                                           start.text, "--from", start.text == "0" ? "36000" : "0"});
+        EXPECT_EQ(played.exitCode, 0) << played.err;
+        EXPECT_NE(played.out.find(expected), std::string::npos) << expected << played.out;
+    }
+}
+
 TEST(StartTimes, AreNotSubtractedFromWhatIsInFrontOfThem) {
     const TemporaryFolder folder;
     const Counting nonDrop{"29.97", 30, true, false};

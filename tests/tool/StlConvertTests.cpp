@@ -146,7 +146,12 @@ TEST(ConvertStl, SaysWhatOfAFileIsNoCue) {
                                 {.number = 1, .start = {0, 0, 3, 0}, .end = {0, 0, 4, 0}, .text = "b\xC0"}},
                                5));
     const ToolResult result = converted(file, "srt", {"--report"});
-    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\nhalf\n\n1\n00:00:03,000 --> 00:00:04,000\nb\uFFFD\n\n");
+    EXPECT_EQ(result.out, "1\n00:00:01,000 --> 00:00:02,000\nhalf\n\n2\n00:00:03,000 --> 00:00:04,000\nb\uFFFD\n\n");
+    // Numbers that count from 0 count from 1 there, others stay.
+    EXPECT_NE(converted(file, "vtt").out.find("\n2\n00:00:03.000"), std::string::npos);
+    const std::string fifth = folder.write(
+        "b.stl", qlxtest::stl({{.number = 5, .start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "five"}}));
+    EXPECT_EQ(converted(fifth, "srt").out, "5\n00:00:01,000 --> 00:00:02,000\nfive\n\n");
     EXPECT_EQ(result.exitCode, 1);
     for (const std::string_view said : {"comment left out: who", "TTI block 2: extension block 1 is missing",
                                         "TTI block 3: byte ", "header byte 238: 5 blocks announced, 3 are there"}) {
@@ -192,6 +197,8 @@ TEST(ConvertStl, KeepsCommentsAndUserDataInTheSameFormatAndJson) {
     const auto blocks = [](const std::string& bytes) {
         return bytes.substr(std::min<std::size_t>(1024, bytes.size()));
     };
+    // Three blocks (TNB), of which one is a subtitle (TNS).
+    EXPECT_EQ(folder.read("a.stl").substr(238, 10), "0000300001");
     const std::string back = blocks(folder.read("a.stl"));
     const std::string had = blocks(content);
     ASSERT_EQ(back.size(), had.size());

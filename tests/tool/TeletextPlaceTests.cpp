@@ -148,7 +148,7 @@ TEST(TeletextPlaces, FollowTheProgrammeOfStl) {
     }
     const std::string text = folder.write("in.srt", qlxtest::srt({{"00:00:01,000", "00:00:02,000", "Text"}}));
     for (const Arguments& wrong :
-         {Arguments{"subs", text, "--from-start", "auto"}, playArguments(text, "25", {"--from-start", "auto"}),
+         {Arguments{"subs", text, "--from-start", "10:00:00:00"}, Arguments{"subs", text, "--from-rate", "25"},
           playArguments(cues, "25", {"--from-start", "auto", "--as-deployed"}),
           Arguments{"subs", cues, "--from-start", "10:00:00:25"}}) {
         const ToolResult refused = runTool(wrong);

@@ -213,6 +213,30 @@ TEST(TtmlConvert, WritesTheSameFormatWithoutLoss) {
     EXPECT_EQ(twice.out, once.out);
 }
 
+// As most files of EBU-TT-D have it: black, three quarters of which are seen.
+TEST(TtmlConvert, KeepsColorsBehindTextThatAreSeenThrough) {
+    const TemporaryFolder folder;
+    const auto file = [&folder](const std::string& color) {
+        return folder.write("in.ttml",
+                            "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" "
+                            "xml:lang=\"de\"><body><div><p begin=\"1s\" end=\"2s\"><span tts:backgroundColor=\"" +
+                                color + "\">a</span></p></div></body></tt>\n");
+    };
+    for (const char* const format : {"ttml", "ebu-tt-d"}) {
+        const ToolResult same = converted(file("#000000c2"), format, {"--strict"});
+        EXPECT_EQ(same.exitCode, 0) << same.err;
+        EXPECT_NE(same.out.find("tts:backgroundColor=\"#000000c2\""), std::string::npos) << same.out;
+    }
+    EXPECT_NE(converted(file("rgba(0,0,0,128)"), "ttml").out.find("tts:backgroundColor=\"rgba(0,0,0,128)\""),
+              std::string::npos);
+    // EBU-TT-D has numbers of eight digits alone, others have no such colours.
+    const ToolResult ebu = converted(file("rgba(0,0,0,128)"), "ebu-tt-d");
+    EXPECT_NE(ebu.out.find("tts:backgroundColor=\"#000000\""), std::string::npos) << ebu.out;
+    EXPECT_NE(ebu.err.find("lost properties: 1"), std::string::npos) << ebu.err;
+    EXPECT_NE(converted(file("#000000c2"), "srt").err.find("lost properties: 1"), std::string::npos);
+    EXPECT_EQ(converted(file("#000000ff"), "vtt", {"--strict"}).exitCode, 0);
+}
+
 TEST(TtmlConvert, SaysWhatAnotherFormatLoses) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.ttml", styled());

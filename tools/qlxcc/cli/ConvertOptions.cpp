@@ -33,8 +33,8 @@ timecode counts frames as the file does that it is of: 10:00:00:00 of 29.97 fram
 files say it by their separators, MCC in its header, TTML by its frame rate and drop mode, EBU STL has 25 or 30; what
 else is read or written counts as --from-rate and --to-rate say, with --drop, --non-drop or a semicolon in the timecode.
 In EBU STL times are rounded to the nearest frames, and its cues that end together become a cumulative set; in packets
-they are those of the frames of `play`. MCC, Scenarist and jsonl files made of subtitles begin at
---to-start.
+they are those of the frames of `play`. Files of frames made of subtitles, and all klv and
+v210 files, begin at --to-start; the latter two have no times to say it.
 
 What is changed or lost is said, ten of a kind and a count. Exit codes: 0 also with losses, 1 when something of IN
 could not be read, or with --strict and a loss; 2 wrong usage.
@@ -228,7 +228,7 @@ constexpr OptionRow kConvertOptions[] = {
     {.names = "--report",
      .field = &RawOptions::reportsAll,
      .help = "Say all that is found, changed or lost, cue by cue or packet by packet"},
-    {.names = "--strict", .field = &RawOptions::isStrict, .help = "Exit code 1 when something is changed or lost"},
+    kStrict,
     kRowWidth,
     kLines,
     kRowCount,

@@ -203,6 +203,11 @@ FromStart fromStartOption(const RawOptions& raw, const std::string& rate, std::s
     return start;
 }
 
+FromStart listedFromStart(const RawOptions& raw) {
+    return raw.fromRate.empty() ? fromStartOption(raw, raw.rate, "--rate")
+                                : fromStartOption(raw, raw.fromRate, "--from-rate");
+}
+
 double timeOption(const std::string& option, const std::string& text, const Rate* rate) {
     try {
         return timeInSeconds(text, rate);
@@ -250,7 +255,7 @@ Action checkedSubs(const RawOptions& raw) {
     }
     options.output = raw.output;
     options.asJson = raw.asJson;
-    options.fromStart = fromStartOption(raw, raw.rate, "--rate");
+    options.fromStart = listedFromStart(raw);
     options.onAir = onAirChoice(raw.channel, raw.service, raw.page, raw.fromRate);
     options.asDeployed = raw.asDeployed;
     if (raw.asDeployed &&

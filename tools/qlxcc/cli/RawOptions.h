@@ -216,6 +216,9 @@ void refuseTransportOptions(const RawOptions& raw, bool isWritten);
 /// @throws UsageError when it is no time.
 [[nodiscard]] FromStart fromStartOption(const RawOptions& raw, const std::string& rate, std::string_view rateOption);
 
+/// The same of subs and play, where --rate says what counts that has no rate itself, unless --from-rate does.
+[[nodiscard]] FromStart listedFromStart(const RawOptions& raw);
+
 /// A TIME of --from-start or --to-start, of which a label is counted when it is known what counts it.
 /// @param rate Of its frames, where no file says it; may be empty.
 /// @param rateOption What gives that, for messages.

@@ -202,13 +202,17 @@ int playCues(PlayOptions sent, ConvertOptions options) {
     options.written = {*options.frames,
                        hasTimecodes ? std::optional(sent.isDropFrame && hasDropFrame(sent.rate)) : std::nullopt};
     sent.missingOption = "--from-start";
-    if ((hasTimecodes || sent.format == PlayFormat::Jsonl) && options.toStart) {
-        // A file whose frames have times begins where its programme does.
+    if (options.toStart) {
+        // A file of frames begins where its programme does.
+        if (sent.format == PlayFormat::Klv || sent.format == PlayFormat::V210) {
+            printNote("remark: " + sent.output.value_or("-") + ": " + unsaidStartInWords(*options.toStart));
+        }
         options.toStart->time = timeOf(*options.toStart, options.written, sent.output.value_or("-"));
         options.firstTime = options.toStart->time;
         sent.fromSeconds = secondsFrom(*options.firstTime);
         sent.fromOption = "--to-start";
     }
+    sent.fromStart.isGiven = options.fromStart.isGiven;
     bool hasFailed = false;
     // One file is converted, and to one page.
     sent.cues = [&](const std::string&, const CueValueTaker& take) {

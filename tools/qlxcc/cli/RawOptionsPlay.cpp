@@ -391,7 +391,11 @@ PlayOptions playOptions(const RawOptions& raw) {
     if (!raw.fromStart.empty() && raw.asDeployed) {
         throw UsageError("--from-start and --as-deployed cannot be given together");
     }
-    options.fromStart = fromStartOption(raw, raw.rate, "--rate");
+    options.fromStart = listedFromStart(raw);
+    if (raw.isStrict && raw.asDeployed) {
+        throw UsageError("--strict and --as-deployed cannot be given together");
+    }
+    options.isStrict = raw.isStrict;
     options.onAir = onAirChoice(raw.fromChannel, raw.fromService, raw.fromPage, raw.fromRate);
     options.onAir.options = "--from-channel, --from-service or --from-page";
     if (raw.asDeployed && (options.onAir.isGiven() || options.onAir.rate)) {

@@ -282,12 +282,17 @@ inline constexpr OptionRow kSingleHeight{.names = "--single-height", .field = &R
             .more = more};
 }
 
-/// Of those that read EBU STL with it alone.
-inline constexpr OptionRow kStlStart =
-    fromStart("EBU STL: where the programme begins in it, which is subtracted: TIME, auto or 0",
-              "`auto` is the start of the programme in the head of the file (TCP), or else the whole hour in which the "
-              "first cue begins; a timecode counts the frames of the file. Without this option times stay, and so do "
-              "those of cues that begin before it.");
+inline constexpr OptionRow kStrict{
+    .names = "--strict", .field = &RawOptions::isStrict, .help = "Exit code 1 when something is changed or lost"};
+
+/// Of what lists or plays cues.
+inline constexpr OptionRow kFromStart = fromStart(
+    "Where the programme begins in the file, which is subtracted: TIME, auto or 0",
+    "`auto` is the time of the first frame, in EBU STL the start of the programme in its head (TCP), of other files of "
+    "cues, and of MCC and Scenarist files, the whole hour in which the first cue begins. A timecode counts the frames "
+    "of "
+    "the file, or of --from-rate or --rate where it does not say how they count. Cues that begin before it keep their "
+    "times; `0` subtracts nothing, and keeps the tool from saying that the first cue comes late.");
 
 // How captions are read.
 inline constexpr OptionRow kNoParity{.names = "--no-parity",

@@ -44,8 +44,8 @@ caption that pops on is sent ahead of that, while the one before it is shown, an
 Scenarist file begins with the hour of timecodes in which its first caption is shown, or as much earlier as that
 caption's pairs need. A teletext page shows all cues that are on air, and is sent in the character set of --language
 with packets X/26 over letters that this lacks. Several files are several pages: each needs a --page in front of it.
-EBU STL cues keep their times, so that a programme that begins at 10:00:00:00 needs --from-start or --from, and the
-rows that they name. Captions of a Scenarist or MCC file, and what is on air in other files of frames with
+Cues keep their times, so that a programme that begins at 10:00:00:00 needs --from-start or --from; those of EBU STL
+keep the rows that they name too. Captions of a Scenarist or MCC file, and what is on air in other files of frames with
 --from-channel, --from-service or --from-page, are decoded and sent anew. Warnings name what a viewer will not see as
 it is written, ten of a kind. The rows of a v210 file are, in every frame, those of the lines 12 and 575, or 21 and
 334 with --sd; with captions that of line 9, or of --line. Every frame carries a caption packet (CDP) with as many
@@ -55,6 +55,9 @@ one of 4:3, otherwise of 16:9.
 
 The times of teletext in a transport stream are 200 ms ahead of its clock. FFmpeg takes what
 is more than some 140 ms ahead for a mistake and shows it 60 ms early, unless it is called with -fix_teletext_pts 0.
+
+Exit codes: 0 also with losses, 1 when something of a file could not be read, or with --strict and a loss; 2 wrong
+usage. With --as-deployed 1 is for what stops the run only.
 
 Examples:
   qlxcc play film.srt --mode teletext --rate 25
@@ -199,7 +202,7 @@ constexpr OptionRow kPlayOptions[] = {
     readService("--from-service", &RawOptions::fromService),
     readPage("--from-page", &RawOptions::fromPage),
     kReadRate,
-    kStlStart,
+    kFromStart,
     {.names = "--no-fill",
      .field = &RawOptions::leavesFramesEmpty,
      .help = "Captions: frames without any carry no packet",
@@ -214,6 +217,7 @@ constexpr OptionRow kPlayOptions[] = {
      .field = &RawOptions::isNonDrop,
      .help = "scc and mcc: non-drop-frame timecodes (default: drop-frame)"},
     kMccVersion,
+    kStrict,
 };
 
 constexpr std::string_view kSubsNotes =
@@ -247,7 +251,7 @@ constexpr OptionRow kSubsOptions[] = {
     readService("--service", &RawOptions::service),
     readPage("--page", &RawOptions::page),
     kReadRate,
-    kStlStart,
+    kFromStart,
     kListOutput,
     {.names = "--as-deployed",
      .field = &RawOptions::asDeployed,

@@ -15,8 +15,13 @@ namespace qlx::tool {
 void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest& request, const CueTakers& take) {
     subtitles.format = "JSON";
     subtitles.place = "element";
-    const auto takeCue = [&](const subtitles::Cue& cue, bool hasAll) {
+    ProgrammeTimes times(subtitles, request);
+    const auto takeCue = [&](subtitles::Cue cue, bool hasAll) {
         ++subtitles.cues;
+        // As deployed nothing is asked for, nor said.
+        if (!request.asDeployed) {
+            times.change(cue);
+        }
         if (take.value) {
             take.value(cue);
             return;
@@ -30,6 +35,7 @@ void readJson(Subtitles& subtitles, std::string_view text, const SubtitleRequest
     };
     const std::uint64_t elements = readJsonText(
         subtitles.name, text, {takeCue, [&](SubtitleProblem problem) { subtitles.problems.add(std::move(problem)); }});
+    times.finish();
     if (subtitles.cues == 0) {
         const auto& problems = subtitles.problems.first();
         // In front of them stands what is said of the text as a whole.

@@ -42,6 +42,10 @@ MediaTime timeOf(const StartTime& start, const std::optional<LabelCounting>& own
     }
 }
 
+std::string unsaidStartInWords(const StartTime& start) {
+    return "such a file says no times: its first frame is that of " + start.option + " " + start.text;
+}
+
 MediaTime programmeStart(const std::optional<MediaTime>& told, const std::optional<LabelCounting>& own,
                          const subtitles::Cue& first) noexcept {
     constexpr std::uint32_t kHour = 3600;
@@ -58,6 +62,23 @@ MediaTime programmeStart(const std::optional<MediaTime>& told, const std::option
     const cc::FrameLabel label = cc::labelOf(count.timeCodeOf(ofDay), own->rate);
     const std::uint64_t hour = count.ofLabel({label.seconds / kHour * kHour, 0});
     return rateOf(own->rate).timeOfFrame(*number - ofDay + hour);
+}
+
+std::optional<MediaTime> subtractedStart(const FromStart& from, const std::string& file,
+                                         const std::optional<MediaTime>& told, const std::optional<LabelCounting>& own,
+                                         const subtitles::Cue* first) {
+    return from.time                          ? std::optional(timeOf(*from.time, own, file))
+           : from.isTaken && first != nullptr ? std::optional(programmeStart(told, own, *first))
+                                              : std::nullopt;
+}
+
+std::string lateStartInWords(const FromStart& from, const subtitles::Cue* first) {
+    constexpr double kMinute = 60.0;
+    constexpr double kLate = 59.0 * kMinute;
+    return !from.isGiven && first != nullptr && secondsFrom(first->start) >= kLate
+               ? "the first cue begins at " + timecode(first->start) +
+                     ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does"
+               : std::string();
 }
 
 }  // namespace qlx::tool

@@ -25,6 +25,11 @@ struct LabelCounting {
     return own ? std::optional(LabelCounting{own->rate, own->dropsFrames}) : std::nullopt;
 }
 
+/// How labels of a file count that has none itself; none where its rate is not known.
+[[nodiscard]] constexpr std::optional<LabelCounting> countingOf(std::optional<FrameRate> rate) noexcept {
+    return rate ? std::optional(LabelCounting{*rate}) : std::nullopt;
+}
+
 /// Where a programme begins, as an option says it.
 struct StartTime {
     std::string option;                 ///< `--from-start`
@@ -43,6 +48,9 @@ struct StartTime {
 [[nodiscard]] MediaTime timeOf(const StartTime& start, const std::optional<LabelCounting>& own,
                                const std::string& file);
 
+/// What to say of a file that begins there, and has no times to say it.
+[[nodiscard]] std::string unsaidStartInWords(const StartTime& start);
+
 /// Where the programme begins in a file, which is subtracted from its times.
 struct FromStart {
     bool isGiven = false;             ///< Something is said of it.
@@ -56,5 +64,20 @@ struct FromStart {
 /// @param own How labels count in the file: the hour is one of theirs. None: an hour of 3,600 seconds.
 [[nodiscard]] MediaTime programmeStart(const std::optional<MediaTime>& told, const std::optional<LabelCounting>& own,
                                        const subtitles::Cue& first) noexcept;
+
+/// What is subtracted from the times of a file of cues; none: nothing is.
+/// @param file What to call it.
+/// @param told As programmeStart() takes it.
+/// @param own As timeOf() and programmeStart() take it.
+/// @param first Null: the file has no cue.
+/// @throws UsageError as timeOf() does.
+[[nodiscard]] std::optional<MediaTime> subtractedStart(const FromStart& from, const std::string& file,
+                                                       const std::optional<MediaTime>& told,
+                                                       const std::optional<LabelCounting>& own,
+                                                       const subtitles::Cue* first);
+
+/// What to say where the first cue begins as late as where programmes are given the time of day, and nothing is said of
+/// where this one begins; else empty.
+[[nodiscard]] std::string lateStartInWords(const FromStart& from, const subtitles::Cue* first);
 
 }  // namespace qlx::tool

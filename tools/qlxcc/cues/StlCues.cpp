@@ -1,6 +1,5 @@
 #include "cues/StlCues.h"
 
-#include "cues/CueTimes.h"
 #include "cues/StartTimes.h"
 #include "cues/SubtitleReaders.h"
 #include "cues/SubtitleTimes.h"
@@ -69,14 +68,14 @@ public:
         _subtitles.problems.add(
             {block,
              (block == 0 ? "header byte " + std::to_string(finding.offset) + ": " : "") + stlFindingInWords(finding),
-             effectOf(finding)});
+             effectOf(finding), finding.code == FindingCode::StlUserDataPassed ? Severity::Warning : finding.severity});
     }
 
     /// Those that have come since.
     void tellComments(const std::vector<subtitles::Cue>& comments) {
         for (; _told < comments.size(); ++_told) {
             _subtitles.problems.add({_commentBlocks.at(_told), "a comment: " + subtitleText(comments[_told]),
-                                     SubtitleProblem::Effect::NotASubtitle});
+                                     SubtitleProblem::Effect::NotASubtitle, Severity::Warning});
         }
     }
 
@@ -158,26 +157,18 @@ void readWholeSTL(Subtitles& subtitles, std::string_view bytes, const SubtitleRe
         subtitles.problems.add({0, "the time codes are marked as not intended for use: they are used all the same",
                                 SubtitleProblem::Effect::None});
     }
-    TimeChange times;
     const LabelCounting own{reader.rate(), false};
-    if (request.fromStart.time) {
-        times.fromStart = timeOf(*request.fromStart.time, own, subtitles.name);
-    }
-    std::uint64_t before = 0;
+    const auto start = subtitles::timeCodeOf(reader.gsi().startOfProgramme);
+    const auto told = start ? std::optional(start->time(reader.rate())) : std::nullopt;
+    ProgrammeTimes times(subtitles, request);
     while (const subtitles::Cue* const cue = reader.next()) {
         problems.tellComments(reader.comments());
-        if (++subtitles.cues == 1 && request.fromStart.isTaken) {
-            const auto told = subtitles::timeCodeOf(reader.gsi().startOfProgramme);
-            times.fromStart = programmeStart(told ? std::optional(told->time(reader.rate())) : std::nullopt, own, *cue);
-        }
+        ++subtitles.cues;
         subtitles::Cue changed = *cue;
-        before += changeTimes(times, changed) ? 0 : 1;
+        times.change(changed, told, own);
         giveCue(changed, request, take);
     }
-    if (before > 0) {
-        subtitles.problems.add({0, counted(before, "cue") + " before the start, which is not subtracted from them",
-                                SubtitleProblem::Effect::None});
-    }
+    times.finish();
     problems.tellComments(reader.comments());
     if (subtitles.cues == 0) {
         failWithoutCues(subtitles);

@@ -1,11 +1,14 @@
 // The readers of the single subtitle formats, behind readSubtitles().
 #pragma once
 
+#include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "cues/Subtitles.h"
 
 #include <qlx/base/finding.h>
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace qlx::tool {
@@ -22,6 +25,28 @@ struct CueTakers {
 
 /// A problem of what is found in a text, which is no remark: whether there is one cue less.
 [[nodiscard]] SubtitleProblem problemOf(const Finding& finding);
+
+/// Gives the cues of a file the times that SubtitleRequest::fromStart asks for, in the way of `convert`.
+class ProgrammeTimes {
+public:
+    /// Both must outlive this.
+    ProgrammeTimes(Subtitles& subtitles, const SubtitleRequest& request) : _subtitles(subtitles), _request(request) {}
+
+    /// Changes the next cue.
+    /// @param told As programmeStart() takes it, with the first cue; and so is `own`.
+    void change(subtitles::Cue& cue, const std::optional<MediaTime>& told = {},
+                const std::optional<LabelCounting>& own = {});
+
+    /// Says how many begin before the start; called behind the last one.
+    void finish();
+
+private:
+    Subtitles& _subtitles;
+    const SubtitleRequest& _request;
+    TimeChange _times;
+    std::uint64_t _cues = 0;
+    std::uint64_t _before = 0;
+};
 
 // Each fills `subtitles`, whose name is known, and hands the cues on.
 

@@ -7,6 +7,7 @@
 #include "cues/TrackCues.h"
 #include "io/Errors.h"
 #include "io/InputFile.h"
+#include "io/Text.h"
 #include "streams/InputKind.h"
 
 #include <QLXClosedCaptionsUtilities/QLXSubtitleRecord.h>
@@ -101,8 +102,12 @@ public:
         }
         _subtitles.problems.add(std::move(problem));
     }
-    void say(const std::string& text, bool) override {
-        _subtitles.problems.add({0, text, SubtitleProblem::Effect::None});
+    void say(const std::string& text, bool isDamage) override {
+        _subtitles.problems.add(
+            {0, text, SubtitleProblem::Effect::None, isDamage ? Severity::Error : Severity::Remark});
+    }
+    void lose(const std::string& text) override {
+        _subtitles.problems.add({0, text, SubtitleProblem::Effect::None, Severity::Warning});
     }
 
 private:
@@ -131,7 +136,11 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     input.name = subtitles.name;
     const CueRequest asked = cueRequestOf(request);
     std::uint64_t place = 0;
-    const auto takeCue = [&](const subtitles::Cue& cue, const CueInput&) { giveCue(cue, request, take, ++place); };
+    ProgrammeTimes times(subtitles, request);
+    const auto takeCue = [&](subtitles::Cue cue, const CueInput& read) {
+        times.change(cue, read.begin, countingOf(read.counting));
+        giveCue(cue, request, take, ++place);
+    };
     if (mayHaveTextTracks(kind) && !request.onAir.isGiven()) {
         if (!readTrackAsCues(file, kind, asked, input, notes, takeCue)) {
             throw otherKind(file.name(), kind, noSubtitles(request, kind));
@@ -139,6 +148,7 @@ void readAsCues(Subtitles& subtitles, InputFile& file, InputKind kind, const Sub
     } else {
         readFileOfCues(file, kind, asked, input, notes, takeCue);
     }
+    times.finish();
     subtitles.format = input.format;
     subtitles.cues = input.cues;
     if (subtitles.cues == 0) {
@@ -196,8 +206,10 @@ void checkOnAir(const SubtitleRequest& request, const InputFile& file, std::opti
         throw UsageError(std::string(choice.options) + " says what is on air: " + file.name() +
                          " is no file of frames");
     }
-    if (choice.rate && !onAir && known != InputKind::Ttml && (!known || hasCues(*known))) {
-        throw UsageError("--from-rate is for what is on air, and for TTML: " + file.name() + " is neither");
+    const bool countsStart = request.fromStart.time && !request.fromStart.time->time;
+    if (choice.rate && !onAir && !countsStart && known != InputKind::Ttml && (!known || hasCues(*known))) {
+        throw UsageError("--from-rate is for what is on air, for TTML and for a timecode of --from-start: " +
+                         file.name() + " has no use for it");
     }
     if (onAir && !request.encoding.empty()) {
         throw UsageError("--encoding is for texts: " + file.name() + " is none");
@@ -224,9 +236,6 @@ Subtitles read(const SubtitleRequest& request, const CueTakers& take) {
     checkOnAir(request, file, known, onAir);
     if (!request.track.empty() && (!isContainer || request.onAir.isGiven())) {
         throw UsageError("--track is for text tracks of MOV, MP4 and Matroska files");
-    }
-    if (request.fromStart.isGiven && told != InputKind::Stl) {
-        throw UsageError("--from-start is for EBU STL here, which " + file.name() + " is not: convert has it for all");
     }
     if (told == InputKind::Stl && !request.encoding.empty()) {
         throw UsageError("--encoding is for texts: " + file.name() + " is EBU STL");
@@ -266,7 +275,26 @@ SubtitleProblem problemOf(const Finding& finding) {
     const bool isOfCue = std::find(std::begin(kOfCues), std::end(kOfCues), finding.code) != std::end(kOfCues);
     return {finding.offset, finding.text(),
             isOfCue && finding.severity == Severity::Error ? SubtitleProblem::Effect::CueLeftOut
-                                                           : SubtitleProblem::Effect::None};
+                                                           : SubtitleProblem::Effect::None,
+            finding.severity};
+}
+
+void ProgrammeTimes::change(subtitles::Cue& cue, const std::optional<MediaTime>& told,
+                            const std::optional<LabelCounting>& own) {
+    if (_cues++ == 0) {
+        _times.fromStart = subtractedStart(_request.fromStart, _subtitles.name, told, own, &cue);
+        if (std::string late = lateStartInWords(_request.fromStart, &cue); !late.empty()) {
+            _subtitles.problems.add({0, std::move(late), SubtitleProblem::Effect::None});
+        }
+    }
+    _before += changeTimes(_times, cue) ? 0 : 1;
+}
+
+void ProgrammeTimes::finish() {
+    if (_before > 0) {
+        _subtitles.problems.add({0, counted(_before, "cue") + " before the start, which is not subtracted from them",
+                                 SubtitleProblem::Effect::None, Severity::Warning});
+    }
 }
 
 Subtitles readSubtitles(const SubtitleRequest& request, const CueTaker& take) {
@@ -286,6 +314,11 @@ void moveAsCaption(QLXSubtitleRecord& record, double frameDuration) {
 void SubtitleProblems::add(SubtitleProblem problem) {
     ++_count;
     _leftOut += problem.effect == SubtitleProblem::Effect::None ? 0 : 1;
+    if (problem.effect == SubtitleProblem::Effect::CueLeftOut || problem.severity == Severity::Error) {
+        ++_damages;
+    } else if (problem.severity == Severity::Warning) {
+        ++_losses;
+    }
     if (_first.size() < kKeptProblems) {
         _first.push_back(std::move(problem));
     }

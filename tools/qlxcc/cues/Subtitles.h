@@ -4,6 +4,7 @@
 #include "cues/StartTimes.h"
 #include "io/Rates.h"
 
+#include <qlx/base/finding.h>
 #include <qlx/cea608/codes.h>
 #include <qlx/subtitles/cue.h>
 
@@ -35,6 +36,9 @@ struct SubtitleProblem {
     std::uint64_t place = 0;
     std::string what;
     Effect effect = Effect::CueLeftOut;
+    /// Error: something of the file is missing because of it, as it is of a cue that is left out. Warning: something that
+    /// the file has is lost. Remark: neither.
+    Severity severity = Severity::Remark;
 };
 
 /// What was found in a file; the first thousand are kept, the others counted.
@@ -45,11 +49,15 @@ public:
     [[nodiscard]] const std::vector<SubtitleProblem>& first() const { return _first; }
     [[nodiscard]] std::uint64_t count() const { return _count; }
     [[nodiscard]] std::uint64_t leftOut() const { return _leftOut; }  ///< Those that are not of Effect::None.
+    [[nodiscard]] std::uint64_t damages() const { return _damages; }  ///< As `convert` counts them.
+    [[nodiscard]] std::uint64_t losses() const { return _losses; }    ///< The same.
 
 private:
     std::vector<SubtitleProblem> _first;
     std::uint64_t _count = 0;
     std::uint64_t _leftOut = 0;
+    std::uint64_t _damages = 0;
+    std::uint64_t _losses = 0;
 };
 
 /// What of a file of frames is read as cues, as CueRequest has it.
@@ -73,7 +81,7 @@ struct SubtitleRequest {
     std::string encoding = {};          ///< Of a text; empty: what the file says, as deployed UTF-8.
     bool asDeployed = false;            ///< As the fixed operations read SRT, JSON and EBU STL, and nothing else.
     std::string track = {};    ///< Of containers, as CueRequest has it; as deployed not looked at, as the rest.
-    FromStart fromStart = {};  ///< EBU STL.
+    FromStart fromStart = {};  ///< Not as deployed.
     OnAirChoice onAir = {};    ///< Files of frames; of Scenarist and MCC files also without a choice: CC1.
 };
 

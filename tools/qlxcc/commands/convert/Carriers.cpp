@@ -1,5 +1,6 @@
 #include "commands/convert/Carriers.h"
 
+#include "commands/convert/CarrierTimes.h"
 #include "commands/convert/TransportFrames.h"
 #include "cues/TrackCues.h"
 #include "io/Errors.h"
@@ -80,6 +81,7 @@ public:
         finish();
         _progress.clear();
         _notes.finish();
+        refuseNothing();
         _remarks.sayHowManyMore();
         _writer->finish();
         if (_moved > 0) {
@@ -101,6 +103,15 @@ public:
     }
 
 private:
+    /// A start behind all frames is none of theirs: where nothing is left there is nothing to write.
+    void refuseNothing() const {
+        if (_before > 0 && !_base) {
+            throw failureIn(_source.name(), "nothing to write: all " + counted(_before, "frame") +
+                                                " are in front of the start" +
+                                                (_lastBefore ? ", the last one at " + timecode(*_lastBefore) : ""));
+        }
+    }
+
     /// What a container has beside its captions is left out.
     void sayTextTracks() {
         if (!mayHaveTextTracks(_kind)) {
@@ -170,12 +181,6 @@ private:
         }
     }
 
-    /// The duration of a frame whose time is that many of it: 1001/30000 for a scale of 30000.
-    static MediaTime frameDurationOf(const MediaTime& time) {
-        constexpr std::int64_t kFractional = 1001;
-        return MediaTime::make(time.timescale >= 1000 ? kFractional : 1, time.timescale);
-    }
-
     void begin(const std::vector<Frame>& first) {
         settleRate(first);
         const FrameRate rate = _rate.value_or(FrameRate::Fps2997);
@@ -204,22 +209,29 @@ private:
         const auto counted = countingOf(_reader->counting());
         if (_options.fromStart.time) {
             _times.fromStart =
-                qlx::tool::timeOf(*_options.fromStart.time, counted ? counted : countingOfRate(_rate), _source.name());
+                qlx::tool::timeOf(*_options.fromStart.time, counted ? counted : countingOf(_rate), _source.name());
         } else if (_options.fromStart.isTaken && !first.empty()) {
             _times.fromStart = timeOf(first[0]);
         }
         if (_options.toStart) {
             const bool drops = _frames.format == FrameFormat::Scc ? _frames.scc.dropsFrames : _frames.mcc.dropsFrames;
             const auto written = hasTimecodes() ? LabelCounting{_to, drops && cc::mayDropFrames(_to)}
-                                 : _rate        ? countingOfRate(_to)
+                                 : _rate        ? std::optional(LabelCounting{_to})
                                                 : std::nullopt;
             _times.toStart = qlx::tool::timeOf(*_options.toStart, written, _output.name());
+            beginAtStart();
         }
     }
 
-    /// How labels of a file count that has none itself.
-    static std::optional<LabelCounting> countingOfRate(std::optional<FrameRate> rate) {
-        return rate ? std::optional(LabelCounting{*rate}) : std::nullopt;
+    /// What has a frame for each of the picture, and no times, begins where the programme does.
+    void beginAtStart() {
+        if (!hasEveryFrame() || !_rate) {
+            return;
+        }
+        _begin = frameAt(framesUpTo(*_times.toStart, {}, *_rate)).value_or(0);
+        _last = _begin;
+        _written = _begin;
+        printNote("remark: " + _output.name() + ": " + unsaidStartInWords(*_options.toStart));
     }
 
     void beginTeletext() {
@@ -246,36 +258,29 @@ private:
         if (frame.pts || !_rate) {
             return frame.pts;
         }
-        const MediaTime duration = frameDuration(*_rate);
-        return MediaTime::make(static_cast<std::int64_t>(frame.number) * duration.value, duration.timescale);
+        return pictureTime(frame.number, *_rate);
     }
 
     /// The number of a frame in what is written, whose frames count from its beginning; none in front of that.
     [[nodiscard]] std::optional<std::uint64_t> numberOf(const Frame& frame) const {
-        std::optional<MediaTime> time = timeOf(frame);
+        const std::optional<MediaTime> time = timeOf(frame);
         if (!time || !_rate) {
             return frame.number;
         }
-        const auto minus = [](const MediaTime& value) { return MediaTime::make(-value.value, value.timescale); };
-        time = _times.fromStart ? add(*time, minus(*_times.fromStart)) : *time;
-        time = _times.offset ? add(*time, *_times.offset) : *time;
-        time = _times.toStart ? add(*time, *_times.toStart) : *time;
-        const MediaTime duration = frameDuration(*_rate);
-        const double number = secondsFrom(*time) * duration.timescale / static_cast<double>(duration.value);
+        const double number = framesUpTo(*time, _times, *_rate);
         constexpr double kGreatest = 1e15;  // far from where times of frames have no room
         if (number > kGreatest) {
             throw failureIn(_source.name(), "frame " + std::to_string(frame.number) + ": its time is too great");
         }
-        // What is half a frame behind one, as is its second field, belongs to it, and not to the next one here and there.
-        constexpr double kHalf = 0.5 + 1e-6;
-        return number > -0.5 ? std::optional(static_cast<std::uint64_t>(std::ceil(std::max(number, kHalf) - kHalf)))
-                             : std::nullopt;
+        const auto at = frameAt(number);
+        return at && *at >= _begin ? at : std::nullopt;
     }
 
     void take(Frame& frame) {
         const auto number = numberOf(frame);
         if (!number) {
             ++_before;
+            _lastBefore = timeOf(frame);
             report(frame, "left out: in front of the start");
             return;
         }
@@ -288,7 +293,7 @@ private:
         }
         if (!_base) {
             _base = *number;
-            sayLateBeginning(*number);
+            sayLateBeginning(*number - _begin);
         }
         // Time does not go back.
         if (*number < _last) {
@@ -339,11 +344,6 @@ private:
             printNote("warning: " + _source.name() + ": the first frame is " + counted(number, "frame") +
                       " behind the beginning, which are written: --from-start auto leaves them out");
         }
-    }
-
-    static MediaTime pictureTime(std::uint64_t number, FrameRate rate) {
-        const MediaTime duration = frameDuration(rate);
-        return MediaTime::make(static_cast<std::int64_t>(number) * duration.value, duration.timescale);
     }
 
     /// Puts captions that are in no packet into the slots of the rate, or those of all kinds into those of another one.
@@ -476,13 +476,15 @@ private:
     std::uint64_t _fed = 0;              ///< Frames that it got.
     std::deque<Frame> _waiting;          ///< Frames whose captions it has not given yet.
     std::optional<std::uint64_t> _base;  ///< The number of the first frame.
+    std::uint64_t _begin = 0;            ///< The number of the first frame that is written, where all of them are.
     std::uint64_t _last = 0;
     std::uint64_t _written = 0;
     std::uint64_t _read = 0;
-    std::uint64_t _missing = 0;  ///< Frames between those of the file.
-    std::uint64_t _before = 0;   ///< Frames in front of the start.
-    std::uint64_t _moved = 0;    ///< Frames earlier than the one before.
-    bool _hasTracks = false;     ///< There are text tracks, which are left out.
+    std::uint64_t _missing = 0;            ///< Frames between those of the file.
+    std::uint64_t _before = 0;             ///< Frames in front of the start.
+    std::optional<MediaTime> _lastBefore;  ///< The time of the last one of them.
+    std::uint64_t _moved = 0;              ///< Frames earlier than the one before.
+    bool _hasTracks = false;               ///< There are text tracks, which are left out.
 };
 
 }  // namespace

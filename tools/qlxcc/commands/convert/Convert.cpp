@@ -257,22 +257,14 @@ private:
     /// What is subtracted and added is known with the first cue, if there is one.
     void begin(const subtitles::Cue* first, const CueInput& input) {
         const std::optional<LabelCounting> own = countingOf(input.counting);
-        if (_options.fromStart.time) {
-            _times.fromStart = timeOf(*_options.fromStart.time, own, input.name);
-        } else if (_options.fromStart.isTaken && first != nullptr) {
-            _times.fromStart = programmeStart(input.begin, own, *first);
-        }
+        _times.fromStart = subtractedStart(_options.fromStart, input.name, input.begin, own, first);
         if (_options.toStart) {
             const auto written =
                 _options.format == CueFormat::Stl ? std::optional(stlCounting(_options.stl, input)) : _options.written;
             _times.toStart = timeOf(*_options.toStart, written, _options.output.value_or("-"));
         }
-        constexpr double kMinute = 60.0;
-        constexpr double kLate = 59.0 * kMinute;
-        if (!_options.fromStart.isGiven && first != nullptr && secondsFrom(first->start) >= kLate) {
-            _notes.say("the first cue begins at " + timecode(first->start) +
-                           ": --from-start 10:00:00:00 (or auto, or 0) says where the programme does",
-                       false);
+        if (const std::string late = lateStartInWords(_options.fromStart, first); !late.empty()) {
+            _notes.say(late, false);
         }
     }
 
@@ -293,6 +285,10 @@ private:
         // The other formats count their cues anew: how a number is written means nothing there.
         const bool keepsNumbers = _options.target == CueTarget::SubRip || _options.target == CueTarget::WebVtt ||
                                   _options.target == CueTarget::Json;
+        // The numbers of EBU STL may count from 0, those of these files count from 1.
+        _countsFromZero = _written == 1 ? _input->gsi && cue.number == 0 : _countsFromZero;
+        cue.number +=
+            _countsFromZero && (_options.target == CueTarget::SubRip || _options.target == CueTarget::WebVtt) ? 1 : 0;
         if (!keepsNumbers && isNumber(cue.identifier)) {
             cue.identifier.clear();
         }
@@ -346,6 +342,7 @@ private:
     const CueInput* _input = nullptr;
     std::uint64_t _cues = 0;
     std::uint64_t _written = 0;
+    bool _countsFromZero = false;                                   ///< The numbers of what is read.
     std::array<std::uint64_t, CueFeatures{}.size()> _notCarried{};  ///< Cues of each feature.
     std::array<std::uint64_t, kChanges.size()> _changes{};
 };

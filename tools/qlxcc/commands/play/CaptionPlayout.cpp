@@ -88,13 +88,14 @@ public:
     CaptionPlayout(const PlayOptions& options, const PlayedCues& cues, const std::vector<subtitles::Cue>& ordered,
                    const Subtitles& subtitles)
         : _options(options), _name(subtitles.name), _cueCount(subtitles.cues),
+          _isDamaged(subtitles.problems.damages() > 0), _isLossy(subtitles.problems.losses() > 0 || cues.areChanged()),
           _range(rangeOf(options, cues.window(), _name, ordered)), _notes(_name, options.mode == PlayMode::Captions),
           _playout(frameRateOf(options.rate), writerOptions(options, _range.first)) {
         if (options.reportsAll) {
             _notes.sayAll();
         }
         nameServices();
-        reportProblems(subtitles);
+        reportProblems(subtitles, true);
         cues.window().reportFilling(_name);
         for (const subtitles::Cue& cue : ordered) {
             add(cue);
@@ -111,7 +112,8 @@ public:
     [[nodiscard]] FrameRange range() const override { return _range; }
     [[nodiscard]] std::vector<std::uint64_t> lines() const override { return {_options.captions.line}; }
     [[nodiscard]] bool isDone() const override { return _playout.isDone(); }
-    [[nodiscard]] bool isLossy() const override { return _notes.isLossy(); }
+    [[nodiscard]] bool isDamaged() const override { return _isDamaged; }
+    [[nodiscard]] bool isLossy() const override { return _isLossy || _notes.isLossy(); }
 
     [[nodiscard]] Frame next(std::uint64_t number, const MediaTime& pts) override {
         const cc::Cdp cdp = _playout.next(&_notes);
@@ -260,6 +262,8 @@ private:
     const PlayOptions& _options;
     std::string _name;
     std::uint64_t _cueCount;
+    bool _isDamaged = false;
+    bool _isLossy = false;  ///< Something of the files.
     FrameRange _range;
     CueNotes _notes;
     playout::BroadcastPlayout _playout;

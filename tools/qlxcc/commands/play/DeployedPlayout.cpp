@@ -166,7 +166,7 @@ public:
                                     options.encoding, options.asDeployed},
                                    [&](std::shared_ptr<QLXSubtitleRecord> record) { cues.take(std::move(record)); });
         _range = cues.window().frames(_subtitles.name);
-        reportProblems(_subtitles);
+        reportProblems(_subtitles, false);
         cues.report(_subtitles.name);
         _packetizer->setSubtitleRecords(cues.takeTimeline(modeOf(options)));
     }

@@ -7,6 +7,7 @@
 #include "io/Text.h"
 
 #include <memory>
+#include <string>
 
 namespace qlx::tool {
 
@@ -88,9 +89,12 @@ int play(const PlayOptions& options) {
                   " for cues that are late");
     }
     output.commit();
-    const bool hasFailed = options.isStrict && (playout->isLossy() || !leftOut->isEmpty());
+    const bool isLossy = playout->isLossy() || !leftOut->isEmpty();
+    const bool hasFailed = playout->isDamaged() || (options.isStrict && isLossy);
     if (hasFailed) {
-        printWhyItFails(output.name(), "changes or losses");
+        printWhyItFails(output.name(), std::string(playout->isDamaged() ? "problems" : "") +
+                                           (playout->isDamaged() && isLossy ? ", " : "") +
+                                           (isLossy ? "changes or losses" : ""));
     }
     return hasFailed ? kExitFailure : kExitSuccess;
 }

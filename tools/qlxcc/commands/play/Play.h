@@ -73,7 +73,7 @@ struct PlayOptions {
     std::string subtitles;  ///< The file; `-` is standard input.
     std::string encoding;   ///< Of a text; empty: what its bytes say, as deployed UTF-8.
     std::string track;      ///< Of containers, as CueRequest has it.
-    FromStart fromStart;    ///< EBU STL, not as deployed.
+    FromStart fromStart;    ///< Not as deployed.
     OnAirChoice onAir;      ///< Files of frames, not as deployed.
     PlayMode mode = PlayMode::Teletext;
     Rate rate;

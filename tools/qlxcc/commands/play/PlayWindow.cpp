@@ -90,22 +90,24 @@ FrameRange PlayWindow::frames(const std::string& name) const {
 
 void PlayWindow::reportFilling(const std::string& name) const {
     const std::string place = "warning: " + name + ": ";
+    // Where neither says where the programme begins, the reader of the cues has said that they come late.
+    const bool isSaid = !_options.asDeployed && !_options.fromStart.isGiven && _options.fromSeconds == 0.0;
     if (_playedCues == 0) {
         printNote(place + "no cue falls into what is played: " +
                   (std::isfinite(_firstStart) ? "the next one begins at " + timeInWords(_firstStart)
                                               : "the last one ends at " + timeInWords(_endOfLastCue)));
-    } else if (_firstStart - _firstTime > kLongWait) {
+    } else if (_firstStart - _firstTime > kLongWait && !isSaid) {
         printNote(place + "the first cue begins at " + timeInWords(_firstStart) +
                   ", more than an hour behind the first frame: is " + std::string(_options.missingOption) +
                   " missing?");
     }
 }
 
-void reportProblems(const Subtitles& subtitles) {
+void reportProblems(const Subtitles& subtitles, bool saysOthers) {
     std::size_t shown = 0;
     std::uint64_t notShown = subtitles.problems.count() - subtitles.problems.first().size();
     for (const SubtitleProblem& problem : subtitles.problems.first()) {
-        if (problem.effect == SubtitleProblem::Effect::NotASubtitle) {
+        if (!saysOthers && problem.effect == SubtitleProblem::Effect::NotASubtitle) {
             continue;
         }
         if (shown == kShownSubtitleProblems) {

@@ -57,6 +57,7 @@ private:
 };
 
 /// Says what is wrong with a subtitle file, some of it.
-void reportProblems(const Subtitles& subtitles);
+/// @param saysOthers What is left out and is no cue is said as well.
+void reportProblems(const Subtitles& subtitles, bool saysOthers);
 
 }  // namespace qlx::tool

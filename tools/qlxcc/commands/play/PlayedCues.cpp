@@ -1,6 +1,7 @@
 #include "commands/play/PlayedCues.h"
 
 #include "cues/CueTimes.h"
+#include "cues/StartTimes.h"
 #include "io/Errors.h"
 #include "io/Rates.h"
 #include "io/Text.h"
@@ -21,11 +22,14 @@ std::optional<std::uint64_t> dueFrame(const subtitles::Cue& cue, const Rate& rat
 
 Subtitles PlayedCues::read() {
     const auto takeOne = [this](const subtitles::Cue& cue) { take(cue); };
+    // Whoever says where to begin knows that the cues come late.
+    FromStart fromStart = _options.fromStart;
+    fromStart.isGiven = fromStart.isGiven || _options.fromSeconds > 0.0;
     return _options.cues ? _options.cues(_options.subtitles, takeOne)
                          : readCues({.path = _options.subtitles,
                                      .encoding = _options.encoding,
                                      .track = _options.track,
-                                     .fromStart = _options.fromStart,
+                                     .fromStart = fromStart,
                                      .onAir = _options.onAir},
                                     takeOne);
 }

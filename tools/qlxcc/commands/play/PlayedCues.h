@@ -36,6 +36,9 @@ public:
     /// How many cues are shown with the one before them.
     [[nodiscard]] std::uint64_t joined() const { return _joined; }
 
+    /// Whether cues are shown otherwise than alone and from their start to their end.
+    [[nodiscard]] bool areChanged() const { return _joined > 0 || _lengthened > 0; }
+
     /// Says how many cues last a frame, as they would be shown no more.
     void sayLengthened(const std::string& name) const;
 

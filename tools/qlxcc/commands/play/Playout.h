@@ -40,7 +40,10 @@ public:
     /// What prints the frames as a schedule, behind its titles. It may ask this playout, which must outlive it.
     [[nodiscard]] virtual std::unique_ptr<FrameWriter> makeSchedule(OutputFile& output) = 0;
 
-    /// Whether something of the cues is changed or lost in what is sent.
+    /// Whether something of the files could not be read.
+    [[nodiscard]] virtual bool isDamaged() const { return false; }
+
+    /// Whether something of the files, or of their cues, is changed or lost in what is sent.
     [[nodiscard]] virtual bool isLossy() const { return false; }
 
     /// Says what was found on the way; called once, behind the last frame.

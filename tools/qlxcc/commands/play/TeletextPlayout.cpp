@@ -71,10 +71,12 @@ struct PlayedPages {
             own.subtitles = page.subtitles;
             PlayedCues file(own);
             const Subtitles subtitles = file.read();
-            reportProblems(subtitles);
+            reportProblems(subtitles, true);
             window.add(file.window());
             std::vector<subtitles::Cue> played = file.inOrder(true);
             file.sayLengthened(subtitles.name);
+            isDamaged = isDamaged || subtitles.problems.damages() > 0;
+            isLossy = isLossy || subtitles.problems.losses() > 0 || file.areChanged();
             const std::uint8_t designation =
                 page.designation ? *page.designation : designationFor(played, options.teletext.playout.region);
             for (subtitles::Cue& cue : played) {
@@ -101,13 +103,16 @@ struct PlayedPages {
     std::vector<PlayedCue> cues;  ///< In the order of their starts.
     std::string names;
     std::uint64_t cueCount = 0;  ///< Of the files.
+    bool isDamaged = false;      ///< One of the files.
+    bool isLossy = false;        ///< The same.
 };
 
 class TeletextPlayout final : public Playout {
 public:
     TeletextPlayout(const PlayOptions& options, const PlayedPages& played)
-        : _options(options), _names(played.names), _cueCount(played.cueCount), _range(played.window.frames(_names)),
-          _pages(played.pages), _cuesOfPage(_pages.size()), _notes(_names), _sink(_notes, _courses),
+        : _options(options), _names(played.names), _cueCount(played.cueCount), _isDamaged(played.isDamaged),
+          _isLossy(played.isLossy), _range(played.window.frames(_names)), _pages(played.pages),
+          _cuesOfPage(_pages.size()), _notes(_names), _sink(_notes, _courses),
           _playout(frameRateOf(options.rate), playoutOptions(options, _range.first)) {
         if (options.reportsAll) {
             _notes.sayAll();
@@ -151,7 +156,8 @@ public:
         return schedule;
     }
 
-    [[nodiscard]] bool isLossy() const override { return _notes.isLossy(); }
+    [[nodiscard]] bool isDamaged() const override { return _isDamaged; }
+    [[nodiscard]] bool isLossy() const override { return _isLossy || _notes.isLossy(); }
     void finish() override { _notes.finish(); }
 
 private:
@@ -201,6 +207,8 @@ private:
     const PlayOptions& _options;
     std::string _names;
     std::uint64_t _cueCount;
+    bool _isDamaged = false;
+    bool _isLossy = false;  ///< Something of the files.
     FrameRange _range;
     std::vector<PlayedPage> _pages;
     std::vector<CuesOfPage> _cuesOfPage;  ///< Of each of the pages.

@@ -20,7 +20,7 @@ struct SubsOptions {
     std::optional<Rate> rate;           ///< Times are shown as timecodes of this rate, where it is given.
     std::optional<std::string> output;  ///< None or `-`: standard output.
     bool asJson = false;
-    FromStart fromStart{};    ///< EBU STL.
+    FromStart fromStart{};    ///< Not as deployed.
     OnAirChoice onAir{};      ///< Files of frames.
     bool asDeployed = false;  ///< As the fixed operations read the file.
 };
