@@ -21,12 +21,16 @@ using qlx::FrameRate;
 /// Applies what was found to a caption: what of it must be shown.
 class Applied {
 public:
-    Applied(const Caption& caption, const std::vector<Finding>& findings) : _findings(findings) {
+    Applied(const Caption& caption, const std::vector<Finding>& findings)
+        : _findings(findings), _isRollUp(caption.style == CaptionStyle::RollUp) {
         for (const CaptionRow& row : caption.rows) {
             place(row);
         }
-        for (CaptionRow& row : _rows) {
-            showLooks(row);
+        for (std::size_t index = 0; index < _rows.size(); ++index) {
+            _named = _places[index];
+            showLooks(_rows[index]);
+            // All are written into the lowest row of the window.
+            _rows[index].row = _isRollUp ? _rows.back().row : _rows[index].row;
         }
     }
 
@@ -40,9 +44,9 @@ private:
         return found == _findings.end() ? nullptr : &*found;
     }
 
-    /// Whether a place on the screen is among the columns of a finding.
-    [[nodiscard]] bool has(FindingCode code, const CaptionRow& row, std::size_t index) const {
-        const std::int64_t place = placeOf(row.row, row.column + index);
+    /// Whether a place is among the columns of a finding.
+    [[nodiscard]] bool has(FindingCode code, std::size_t index) const {
+        const std::int64_t place = _named + static_cast<std::int64_t>(index);
         return std::any_of(_findings.begin(), _findings.end(), [&](const Finding& finding) {
             return finding.code == code && place >= finding.first && place < finding.first + finding.second;
         });
@@ -59,7 +63,7 @@ private:
             if (const Finding* const cut = find(FindingCode::Cea608RowCut, place)) {
                 index += static_cast<std::size_t>(cut->second);
             } else if (const Finding* const broken = find(FindingCode::Cea608RowBroken, place)) {
-                push(row.row, first, piece);
+                push(row, first, piece);
                 index += static_cast<std::size_t>(broken->second);
                 first = index;
                 piece.cells.clear();
@@ -67,11 +71,11 @@ private:
                 piece.cells.push_back(replaced(row.cells[index++]));
             }
         }
-        push(row.row, first, piece);
+        push(row, first, piece);
     }
 
-    void push(std::size_t row, std::size_t first, CaptionRow piece) {
-        const std::int64_t place = placeOf(row, first);
+    void push(const CaptionRow& row, std::size_t first, CaptionRow piece) {
+        const std::int64_t place = placeOf(row.row, first);
         if (piece.cells.empty() || find(FindingCode::Cea608RowLeftOut, place) != nullptr) {
             return;
         }
@@ -85,6 +89,7 @@ private:
         if (piece.cells.empty()) {
             return;
         }
+        _places.push_back(_isRollUp ? placeOf(row.row, row.column + first) : placeOf(piece.row, piece.column));
         _rows.push_back(std::move(piece));
     }
 
@@ -102,16 +107,16 @@ private:
         return cell;
     }
 
-    void showLooks(CaptionRow& row) const {
+    void showLooks(CaptionRow& row) {
         for (std::size_t index = 0; index < row.cells.size(); ++index) {
             Cell& cell = row.cells[index];
-            cell.isFlashing = cell.isFlashing != has(FindingCode::Cea608FlashLate, row, index);
-            if (has(FindingCode::Cea608FlashLeftOut, row, index)) {
+            cell.isFlashing = cell.isFlashing != has(FindingCode::Cea608FlashLate, index);
+            if (has(FindingCode::Cea608FlashLeftOut, index)) {
                 cell.backgroundOpacity =
                     cell.backgroundOpacity == Opacity::Flash ? Opacity::Solid : cell.backgroundOpacity;
             }
-            cell.isItalic = cell.isItalic != has(FindingCode::Cea608ItalicsLate, row, index);
-            cell.isUnderlined = cell.isUnderlined != has(FindingCode::Cea608UnderlineLate, row, index);
+            cell.isItalic = cell.isItalic != has(FindingCode::Cea608ItalicsLate, index);
+            cell.isUnderlined = cell.isUnderlined != has(FindingCode::Cea608UnderlineLate, index);
         }
         showEarly(row);
         const Cell first;
@@ -124,12 +129,12 @@ private:
                 foreground = first.foreground;
                 continue;
             }
-            if (has(FindingCode::Cea608BackgroundLate, row, index)) {
+            if (has(FindingCode::Cea608BackgroundLate, index)) {
                 cell.background = before->background;
                 cell.backgroundOpacity = before->backgroundOpacity;
             }
             if (cell.hasText()) {
-                foreground = has(FindingCode::Cea608ColorLate, row, index) ? foreground : cell.foreground;
+                foreground = has(FindingCode::Cea608ColorLate, index) ? foreground : cell.foreground;
                 cell.foreground = foreground;
             }
             before = &cell;
@@ -137,13 +142,14 @@ private:
     }
 
     /// Backgrounds that begin early, also in front of the row.
-    void showEarly(CaptionRow& row) const {
+    void showEarly(CaptionRow& row) {
         if (row.column > 0) {
             --row.column;
+            --_named;
             row.cells.insert(row.cells.begin(), Cell());
         }
         for (std::size_t index = row.cells.size() - 1; index-- > 0;) {
-            if (has(FindingCode::Cea608BackgroundEarly, row, index)) {
+            if (has(FindingCode::Cea608BackgroundEarly, index)) {
                 const bool isAdded = !row.cells[index].isVisible;
                 row.cells[index] = space(row.cells[index + 1]);
                 row.cells[index].character = isAdded ? kMarginSpace : U' ';
@@ -152,7 +158,10 @@ private:
     }
 
     const std::vector<Finding>& _findings;
+    bool _isRollUp;
     std::vector<CaptionRow> _rows;
+    std::vector<std::int64_t> _places;  ///< Of the first cell of each row, as findings name it.
+    std::int64_t _named = 0;            ///< That of the row that is looked at.
 };
 
 /// The frames of a field.
