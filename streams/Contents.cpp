@@ -4,6 +4,7 @@
 #include "PageLives.h"
 #include "ScreenLife.h"
 
+#include <qlx/base/frame_rate.h>
 #include <qlx/cc/cdp.h>
 #include <qlx/cea608/receiver.h>
 #include <qlx/cea608/xds.h>
@@ -13,7 +14,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -100,6 +103,7 @@ public:
         _pages.receive(frame);
         _last.number = frame.number;
         _last.pts = frame.pts;
+        _hasTimes = _hasTimes || frame.pts;
         for (ChannelLife& channel : _channels) {
             channel.life.stay(frame, channel.content);
         }
@@ -108,7 +112,7 @@ public:
         }
         for (const anc::Packet& packet : frame.packets) {
             if (packet.id() == anc::ids::kCdp) {
-                readLanguages(packet.userData);
+                readPacket(packet.userData);
             }
         }
     }
@@ -137,6 +141,12 @@ public:
             const auto named = _pageLanguages.find(page.name);
             page.language = named != _pageLanguages.end() ? named->second : page.language;
             found.push_back(std::move(page));
+        }
+        if (!_hasTimes && _rate && _areRatesAlike) {
+            for (Content& content : found) {
+                content.first = timeOf(content.firstFrame);
+                content.last = timeOf(content.lastFrame);
+            }
         }
         return found;
     }
@@ -234,10 +244,16 @@ private:
         }
     }
 
-    /// The service information of a packet, which names what there is also where it says nothing.
-    void readLanguages(std::span<const std::uint8_t> data) {
+    /// The rate of a packet, and its service information, which names what there is also where it says nothing.
+    void readPacket(std::span<const std::uint8_t> data) {
         const Result<cc::Cdp> cdp = cc::parseCdp(data);
-        if (!cdp || !cdp->hasServiceInformation()) {
+        if (!cdp) {
+            return;
+        }
+        const std::optional<FrameRate> rate = cdp->frameRate();
+        _areRatesAlike = _areRatesAlike && rate && rate == _rate.value_or(*rate);
+        _rate = rate;
+        if (!cdp->hasServiceInformation()) {
             return;
         }
         for (const cc::CaptionService& service : cdp->services()) {
@@ -248,6 +264,15 @@ private:
                 _services.try_emplace(service.number(), service.number()).first->second.content.language = language;
             }
         }
+    }
+
+    /// Frame 0 is at 0 s. None where the time has no number.
+    [[nodiscard]] std::optional<MediaTime> timeOf(const std::optional<std::uint64_t>& frame) const {
+        const MediaTime one = frameDuration(*_rate);
+        if (!frame || *frame > static_cast<std::uint64_t>(INT64_MAX / one.value)) {
+            return std::nullopt;
+        }
+        return MediaTime::make(static_cast<std::int64_t>(*frame) * one.value, one.timescale);
     }
 
     /// The service information knows fields, extended data each channel.
@@ -270,6 +295,9 @@ private:
     std::map<std::uint8_t, ServiceLife> _services;
     detail::PageLives _pages;
     Frame _last;                                        ///< Number and time of the last one.
+    bool _hasTimes = false;                             ///< A frame came with its time.
+    std::optional<FrameRate> _rate;                     ///< That of the last CDP.
+    bool _areRatesAlike = true;                         ///< All of them have one, and the same.
     std::map<std::string, std::string> _pageLanguages;  ///< By page, as the program's map names them.
 };
 

@@ -47,8 +47,14 @@ public:
     [[nodiscard]] std::size_t size() const noexcept { return _count; }
     [[nodiscard]] Piece operator[](std::size_t index) const noexcept {
         const PlacedPiece& piece = _pieces[index];
-        return {std::span(_caption.rows[piece.source].cells).subspan(piece.first, piece.count),
-                static_cast<std::uint8_t>(piece.row), static_cast<std::uint8_t>(piece.column)};
+        const CaptionRow& source = _caption.rows[piece.source];
+        // Roll-up captions have all their text in one row: what is asked for tells the pieces apart.
+        const bool isNamedAsAsked = _caption.style == CaptionStyle::RollUp && !_isText;
+        return {.cells = std::span(source.cells).subspan(piece.first, piece.count),
+                .row = static_cast<std::uint8_t>(piece.row),
+                .column = static_cast<std::uint8_t>(piece.column),
+                .namedRow = isNamedAsAsked ? source.row : piece.row,
+                .namedColumn = isNamedAsAsked ? source.column + piece.first : piece.column};
     }
 
 private:
@@ -201,6 +207,7 @@ void encodeText(const TextMessage& text, const EncodeOptions& options, std::vect
             if (index < pieces.size()) {
                 Piece piece = pieces[index];
                 piece.row = static_cast<std::uint8_t>(line);
+                piece.namedRow = line;
                 encoder.encode(piece);
             }
         }

@@ -389,7 +389,8 @@ void RowEncoder::report(std::size_t run, FindingCode code, std::size_t column) {
 
 void RowEncoder::flush(Run& run) {
     if (run.code != FindingCode::None) {
-        add(run.code, placeOf(_piece.row, run.begin), static_cast<std::int64_t>(run.end - run.begin));
+        const std::size_t column = run.begin + (_piece.namedColumn - _piece.column);
+        add(run.code, placeOf(_piece.namedRow, column), static_cast<std::int64_t>(run.end - run.begin));
     }
     run = {};
 }

@@ -18,6 +18,8 @@ struct Piece {
     std::span<const screen::Cell> cells;  ///< At most kColumns; the first one is visible.
     std::uint8_t row = kRows;             ///< 1 to 15.
     std::uint8_t column = 0;              ///< All cells fit behind it.
+    std::size_t namedRow = kRows;         ///< Where findings say that it stands.
+    std::size_t namedColumn = 0;          ///< The same, not in front of `column`.
 };
 
 /// Puts codes and characters into pairs.

@@ -172,8 +172,10 @@ struct ColumnRun {
 /// Writes commands and text.
 class CommandWriter {
 public:
-    CommandWriter(const EncodeOptions& options, std::vector<std::uint8_t>& bytes, FindingSink* findings)
-        : _options(options), _bytes(bytes), _findings(findings) {}
+    /// `namesAsked`: findings name the row and columns that are asked for.
+    CommandWriter(const EncodeOptions& options, std::vector<std::uint8_t>& bytes, FindingSink* findings,
+                  bool namesAsked)
+        : _options(options), _bytes(bytes), _findings(findings), _namesAsked(namesAsked) {}
 
     void write(const Command& command) {
         std::array<std::uint8_t, kGreatestCommandBytes> room{};
@@ -196,7 +198,7 @@ public:
                     PenLocation{static_cast<std::uint8_t>(windowRow), static_cast<std::uint8_t>(windowColumn + index)});
                 isAtPen = true;
             }
-            writeCell(cell, row.row, row.column + index);
+            writeCell(cell, _namesAsked ? row.askedRow : row.row, (_namesAsked ? row.askedColumn : row.column) + index);
         }
         flush(_styles);
         flush(_texts);
@@ -285,6 +287,7 @@ private:
     const EncodeOptions& _options;
     std::vector<std::uint8_t>& _bytes;
     FindingSink* _findings;
+    bool _namesAsked;
     Pen _pen;
     bool _isPenKnown = false;
     ColumnRun _styles{FindingCode::Cea708StyleReplaced};
@@ -366,7 +369,8 @@ std::uint8_t encodeCaption(const Caption& caption, const EncodeOptions& options,
     const bool hasOther = options.window % kWindows != options.lowerWindow % kWindows;
     const std::size_t upper = isRollUp || !hasOther ? rest.size() : upperRows(rest);
     const bool hasTwo = upper < rest.size();
-    CommandWriter writer(options, bytes, findings);
+    // Roll-up captions have all their text in one row: what is asked for tells the rows apart.
+    CommandWriter writer(options, bytes, findings, isRollUp);
     std::uint8_t windows = 0;
     for (std::uint8_t number = options.window; !rest.empty(); number = options.lowerWindow) {
         const std::span<const PlacedRow> rows = rest.first(windows == 0 ? upper : rest.size());

@@ -200,7 +200,7 @@ inline std::vector<CaptionRow> fittingRows(Random& random) {
 
 inline std::vector<Cell> anyText(Random& random) {
     static const std::u32string kOthers = U"\u2019\u2026Ж€łab  ~~";
-    std::vector<Cell> cells(below(random, 45));
+    std::vector<Cell> cells(below(random, isTrue(random, 10) ? 120 : 45));
     Cell look{.isVisible = true};
     for (Cell& cell : cells) {
         if (isTrue(random, 15)) {
@@ -225,7 +225,7 @@ inline std::vector<Cell> anyText(Random& random) {
 inline std::vector<CaptionRow> anyRows(Random& random) {
     std::vector<CaptionRow> rows;
     std::size_t number = below(random, 15);
-    for (std::size_t count = 1 + below(random, 4); count > 0; --count) {
+    for (std::size_t count = 1 + below(random, isTrue(random, 10) ? 7 : 4); count > 0; --count) {
         rows.push_back(
             {static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(below(random, 36)), anyText(random)});
         number += 1 + below(random, 3);

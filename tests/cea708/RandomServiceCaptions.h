@@ -89,9 +89,10 @@ inline Caption someCaption(Random& random, CaptionStyle style, bool fits, Aspect
     caption.rollUpRows = static_cast<std::uint8_t>(2 + below(random, 3));
     const std::size_t columns = columnsOf(ratio);
     std::size_t row = style == CaptionStyle::RollUp ? 4 + below(random, 12) : (fits ? 1 : 0) + below(random, 12);
-    for (std::size_t count = 1 + below(random, 4); count > 0; --count) {
+    // The screen has 15 rows.
+    for (std::size_t count = 1 + below(random, fits || isTrue(random, 95) ? 4 : 18); count > 0; --count) {
         const auto column = static_cast<std::uint8_t>(below(random, fits ? columns : columns + 5));
-        const std::size_t room = fits ? columns - column : columns + 3;
+        const std::size_t room = fits ? columns - column : isTrue(random, 95) ? columns + 3 : 3 * columns;
         CaptionRow one{static_cast<std::uint8_t>(row), column, someText(random, 1 + below(random, room), fits)};
         one.cells.front().isVisible = one.cells.front().isVisible || fits;
         caption.rows.push_back(std::move(one));

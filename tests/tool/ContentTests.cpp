@@ -88,17 +88,29 @@ TEST(FileContents, AreListed) {
     EXPECT_EQ(list.exitCode, 0) << list.err;
     const Texts lines = linesOf(list.out);
     ASSERT_EQ(lines.size(), 5U) << list.out;
-    // A klv file has no times. At 25 frames/s: on from frames 50, 100 and 175 on, off at 150 and 200.
-    EXPECT_EQ(lines[1], "captions CC1        eng       frame 50        frame 199              3");
-    EXPECT_TRUE(lines[2].starts_with("extended data       -         frame ")) << lines[2];
+    // A klv file has no times, but packets that tell the rate. At 25 frames/s: on from frames 50, 100 and 175 on, off at
+    // 150 and 200.
+    EXPECT_EQ(lines[1], "captions CC1        eng       00:00:02,000    00:00:07,960           3");
+    EXPECT_TRUE(lines[2].starts_with("extended data       -         00:00:0")) << lines[2];
     EXPECT_TRUE(lines[2].ends_with(" (packets)")) << lines[2];
-    EXPECT_EQ(lines[3], "service 1           eng       frame 50        frame 199              3");
+    EXPECT_EQ(lines[3], "service 1           eng       00:00:02,000    00:00:07,960           3");
     EXPECT_EQ(lines[4], "in 225 frames");
     const ToolResult json = runTool({"scan", file, "--list", "--json"});
-    EXPECT_NE(json.out.find(R"("captions":3,"first":null,"firstFrame":50,"kind":"captions","language":"eng")"),
+    EXPECT_NE(json.out.find(
+                  R"("captions":3,"first":{"seconds":2.0,"timescale":25,"value":50},"firstFrame":50,"kind":"captions",)"
+                  R"("language":"eng","last":{"seconds":7.96,"timescale":25,"value":199},"lastFrame":199)"),
               std::string::npos)
         << json.out;
     EXPECT_EQ(runTool({"scan", file, "--list", "--to-format", "klv"}).exitCode, 2);
+    // Packets of another rate behind them: no time is sure.
+    const std::string other = folder.path("other.klv");
+    ASSERT_EQ(runTool({"rate", file, "--from-rate", "25", "--to-rate", "50", "-o", other}).exitCode, 0);
+    const std::string both = folder.write("both.klv", folder.read("out.klv") + folder.read("other.klv"));
+    EXPECT_TRUE(
+        linesOf(runTool({"scan", other, "--list"}).out).at(1).starts_with("captions CC1        eng       00:00:0"));
+    EXPECT_TRUE(linesOf(runTool({"scan", both, "--list"}).out)
+                    .at(1)
+                    .starts_with("captions CC1        eng       frame 50        frame "));
 }
 
 // A Scenarist file of CC3: RCL and EOC of field 2 are 1520 and 152f.

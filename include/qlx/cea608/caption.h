@@ -100,6 +100,9 @@ QLX_EXPORT void encodeText(const TextMessage& text, const EncodeOptions& options
 /// the third one. Where there are too few columns flashing gives way first, then italics, the background, and the
 /// colour, and the old style stays up to the next space. Characters of the two extended sets have one of the basic set
 /// in front of them for receivers that do not know them. Rows of more than 32 columns are broken at spaces.
+///
+/// Findings of styles name columns of the screen; those of roll-up captions, whose text is all written into one row,
+/// name the row that is asked for, and the column that the cell would have in it.
 /// @param pairs Where they are appended; nothing is when no cell is visible.
 /// @param findings What is not shown as it was asked for; may be null.
 QLX_EXPORT void encodeCaption(const Caption& caption, const EncodeOptions& options, std::vector<CodePair>& pairs,

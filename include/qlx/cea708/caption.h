@@ -87,6 +87,9 @@ inline constexpr std::size_t kRowsBetweenWindows = 3;
 /// caption's anchor. They are parted at the widest gap, the lowest of equal ones. Where no text is the picture shows. A
 /// row that does not fit is moved to the left, and cut where it has more columns than the screen; rows that do not
 /// stand one below the other are moved.
+///
+/// Findings of styles name columns of the screen; those of roll-up captions, whose text is all written into one row,
+/// name the row and columns that are asked for.
 /// @param bytes Where they are appended; nothing is when no cell is visible.
 /// @param findings What is not shown as it was asked for; may be null.
 /// @return The windows that it has: bit n for window n; 0 when nothing is appended.

@@ -46,8 +46,10 @@ struct Content {
     std::uint64_t captions = 0;
     std::optional<std::uint64_t> firstFrame;  ///< The frame in which the first of them came; none without any.
     std::optional<std::uint64_t>
-        lastFrame;                   ///< The last frame with text on the screen; of extended data, with a packet.
-    std::optional<MediaTime> first;  ///< The time of `firstFrame`, where it is known.
+        lastFrame;  ///< The last frame with text on the screen; of extended data, with a packet.
+    /// The time of `firstFrame`, where it is known: that which came with the frame, or, where no frame came with one and
+    /// all CDPs name the same rate, counted from frame 0 at 0 s.
+    std::optional<MediaTime> first;
     /// The time of `lastFrame`, the same. Where frames come only with something new, that is the one in front of the frame
     /// that changes the screen: of teletext in a transport stream 1/25 s.
     std::optional<MediaTime> last;

@@ -81,9 +81,12 @@ constexpr OptionRow kScanOptions[] = {
     {.names = "--list",
      .field = &RawOptions::listsContents,
      .help = "List what is in FILE: channels, texts, services, extended data, pages, text tracks",
-     .more = "A line for each, with its language where the stream says it, the times of the first and the last frame "
-             "with text on its screen, and how many captions it has. What rolls up counts row by row; of extended data "
-             "the packets are counted. Text tracks have their number and language: qlxcc convert --track reads them."},
+     .more =
+         "A line for each, with its language where the stream says it, the times of the first and the last frame "
+         "with text on its screen, and how many captions it has. Where frames come without times, those of the rate "
+         "that their CDPs name; the frames' numbers, where these name none, or several. What rolls up counts row "
+         "by row; of extended data the packets are counted. Text tracks have their number and language: qlxcc convert "
+         "--track reads them."},
     kNoParity,
     kWideCharacters,
     asJson(
