@@ -303,7 +303,7 @@ void PictureCount::takeConfiguration(std::span<const std::uint8_t> configuration
             if (configuration.size() - place < 2) {
                 return;
             }
-            const std::size_t size = configuration[place] << 8U | configuration[place + 1];
+            const std::size_t size = std::size_t{configuration[place]} << 8U | configuration[place + 1];
             if (configuration.size() - place - 2 < size) {
                 return;
             }
