@@ -295,7 +295,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {Cea708CommandUnknown, "unknown command {1x} of {2} bytes"},
     {Cea708NumberUndefined, "command {1x}: {2} is not defined"},
     {Cea708ValueTooGreat, "{1} does not fit: at most {2}"},
-    {Cea708CommandsDropped, "{1} bytes of a command are dropped: its rest is lost"},
+    {Cea708CommandsDropped, "{1} byte{1s} of waiting commands are dropped behind a loss"},
     {Cea708CharacterUnknown, "unknown character {1x}"},
     {Cea708NoCurrentWindow, "no window for command or text {1x}"},
     {Cea708WindowUndefined, "window {1} is not defined"},

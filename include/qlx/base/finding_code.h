@@ -114,7 +114,7 @@ enum class FindingCode : std::uint32_t {
     Cea708CommandUnknown,                ///< Code (1000h and the second byte behind EXT1), bytes of it.
     Cea708NumberUndefined,               ///< Code of the command, number there.
     Cea708ValueTooGreat,                 ///< Number given, greatest one.
-    Cea708CommandsDropped,               ///< Bytes of a command whose rest is lost.
+    Cea708CommandsDropped,               ///< Bytes of commands that waited as something was lost.
     Cea708CharacterUnknown,              ///< Code of the character that is shown as an underscore.
     Cea708NoCurrentWindow,               ///< Code of the command, or the first of some characters, that needs one.
     Cea708WindowUndefined,               ///< Window that is to be the current one.
