@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::uint8_t kSolidBlock = 0x7F;
 constexpr std::uint8_t kChannelBit = 0x08;
-constexpr std::uint8_t kPairsWithoutParity = 64;
 
 }  // namespace
 
@@ -25,7 +24,10 @@ bool Receiver::receive(std::uint8_t first, std::uint8_t second, FindingSink* fin
         first = qlx::withOddParity(first & 0x7FU);
         second = qlx::withOddParity(second & 0x7FU);
     } else {
-        checkParity(first, second);
+        _parity.take(first, second);
+        if (_parity.tell()) {
+            report(FindingCode::Cea608NoParity, ParityWatch::kPairs);
+        }
     }
     const bool isChanged = receiveSound(first, second);
     _findings = nullptr;
@@ -40,22 +42,8 @@ void Receiver::report(FindingCode code, std::int64_t first, std::int64_t second)
 
 /// Of a stream that has no parity bits that is said once.
 void Receiver::reportParity(std::uint8_t first, std::uint8_t second) {
-    if (_pairsWithoutParity < kPairsWithoutParity) {
+    if (!_parity.hasNone()) {
         report(FindingCode::Cea608ParityWrong, first << 8U | second);
-    }
-}
-
-/// Null pairs say nothing of it: some streams have parity bits in them alone. One that has parity bits again is looked at
-/// again.
-void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
-    if (((first | second) & 0x7FU) == 0) {
-        return;
-    }
-    if (((first | second) & 0x80U) != 0) {
-        _pairsWithoutParity = 0;
-    } else if (_pairsWithoutParity < kPairsWithoutParity && ++_pairsWithoutParity == kPairsWithoutParity &&
-               !std::exchange(_hasToldOfParity, true)) {
-        report(FindingCode::Cea608NoParity, kPairsWithoutParity);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <qlx/base/finding.h>
 #include <qlx/cea608/codes.h>
+#include <qlx/cea608/parity.h>
 #include <qlx/screen/screen.h>
 
 #include <array>
@@ -115,7 +116,6 @@ private:
     bool startRollUp(std::size_t rows);
     bool rollUp();
     bool rollText();
-    void checkParity(std::uint8_t first, std::uint8_t second);
     void reportParity(std::uint8_t first, std::uint8_t second);
     bool freeColumn();
     void report(FindingCode code, std::int64_t first, std::int64_t second = 0);
@@ -144,8 +144,7 @@ private:
     bool _isExtendedData = false;  ///< Field 2: an XDS packet is open.
     bool _isBehindPreamble = false;
     bool _mayFreeColumn = false;  ///< The first column of the row has a background code that came behind its preamble.
-    std::uint8_t _pairsWithoutParity = 0;
-    bool _hasToldOfParity = false;
+    ParityWatch _parity;
     std::size_t _rollUpRows = 0;
     std::size_t _row;
     std::size_t _column = 0;  ///< kColumns behind the last one: what comes replaces that.
