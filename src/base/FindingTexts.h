@@ -120,6 +120,7 @@ inline constexpr FindingText kFindingTexts[] = {
     {Cea608BegunInside, "text at {1p} begins inside a caption: it is taken as one that is being loaded"},
     {Cea608BackgroundMoved, "background code at {1p} takes no column"},
     {Cea608ColumnFull, "letter at {1p} takes the place of {2x}"},
+    {Cea608TextInFront, "text in front of the first code is passed over (first pair {1x})"},
     {Cea608XdsChecksumWrong, "extended data: checksum {1x}, but {2x} is right"},
     {Cea608XdsDamaged, "extended data: packet {1x} of {2} bytes is damaged"},
     {Cea608XdsTooLong, "extended data: packet {1x} has more than {2} bytes"},

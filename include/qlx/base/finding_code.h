@@ -165,6 +165,7 @@ enum class FindingCode : std::uint32_t {
     Cea608BegunInside,             ///< Place: text without a code in front of it that says how it is shown; 0.
     Cea608BackgroundMoved,         ///< Place of a background code that takes no column, 0.
     Cea608ColumnFull,              ///< Place of a letter, letter that it replaces.
+    Cea608TextInFront,             ///< The two bytes of the first pair as a number (told once), 0.
     // cea608, extended data services; a packet is class and type as one number
     Cea608XdsChecksumWrong = 0x4'0201,  ///< Byte there, byte that is right.
     Cea608XdsDamaged,                   ///< Packet, bytes of it.
