@@ -95,10 +95,10 @@ public:
         _extendedData.name = "XDS";
     }
 
-    void receive(const Frame& frame) {
+    void receive(const Frame& frame, FindingSink* findings) {
         const detail::FrameCaptions captions(frame, nullptr);
-        takeField(cc::CcType::Field1, captions.triplets(), frame);
-        takeField(cc::CcType::Field2, captions.triplets(), frame);
+        takeField(cc::CcType::Field1, captions.triplets(), frame, findings);
+        takeField(cc::CcType::Field2, captions.triplets(), frame, findings);
         takeServices(captions.triplets(), frame);
         _pages.receive(frame);
         _last.number = frame.number;
@@ -165,7 +165,7 @@ public:
 private:
     using ServiceFlags = std::array<bool, cea708::kGreatestService + std::size_t{1}>;
 
-    void takeField(cc::CcType field, std::span<const cc::Triplet> triplets, const Frame& frame) {
+    void takeField(cc::CcType field, std::span<const cc::Triplet> triplets, const Frame& frame, FindingSink* findings) {
         const std::uint8_t number = field == cc::CcType::Field1 ? 1 : 2;
         std::array<bool, 2 * cea608::kChannels.size()> isChanged{};
         for (const cc::Triplet& pair : cc::fieldPairs(triplets, field)) {
@@ -181,7 +181,7 @@ private:
                 isChanged[index] = receiver.receive(pair.first, pair.second) || isChanged[index];
             }
             if (number == 2) {
-                takeExtendedData(pair, frame);
+                takeExtendedData(pair, frame, findings);
             }
         }
         for (std::size_t index = 0; index < _channels.size(); ++index) {
@@ -192,8 +192,8 @@ private:
         }
     }
 
-    void takeExtendedData(const cc::Triplet& pair, const Frame& frame) {
-        const auto packet = _xds.receive(pair.first, pair.second);
+    void takeExtendedData(const cc::Triplet& pair, const Frame& frame, FindingSink* findings) {
+        const auto packet = _xds.receive(pair.first, pair.second, findings);
         if (!packet) {
             return;
         }
@@ -203,7 +203,7 @@ private:
         }
         _extendedData.lastFrame = frame.number;
         _extendedData.last = frame.pts;
-        const cea608::XdsValue value = cea608::xdsValue(*packet);
+        const cea608::XdsValue value = cea608::xdsValue(*packet, findings);
         const auto* const services = std::get_if<cea608::XdsCaptionServices>(&value);
         if (services != nullptr && packet->xdsClass == cea608::XdsClass::Current) {
             for (const auto& service : services->services) {
@@ -304,8 +304,8 @@ private:
 ContentReader::ContentReader(const ContentOptions& options) : _state(std::make_unique<State>(options)) {}
 ContentReader::~ContentReader() = default;
 
-void ContentReader::receive(const Frame& frame) {
-    _state->receive(frame);
+void ContentReader::receive(const Frame& frame, FindingSink* findings) {
+    _state->receive(frame, findings);
 }
 
 void ContentReader::finish() {

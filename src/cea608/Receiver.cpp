@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::uint8_t kSolidBlock = 0x7F;
 constexpr std::uint8_t kChannelBit = 0x08;
-constexpr std::uint8_t kPairsWithoutParity = 64;
 
 }  // namespace
 
@@ -25,37 +24,26 @@ bool Receiver::receive(std::uint8_t first, std::uint8_t second, FindingSink* fin
         first = qlx::withOddParity(first & 0x7FU);
         second = qlx::withOddParity(second & 0x7FU);
     } else {
-        checkParity(first, second);
+        _parity.take(first, second);
+        if (_parity.tell()) {
+            report(FindingCode::Cea608NoParity, ParityWatch::kPairs);
+        }
     }
     const bool isChanged = receiveSound(first, second);
     _findings = nullptr;
     return isChanged;
 }
 
-void Receiver::report(FindingCode code, std::int64_t first, std::int64_t second) {
+void Receiver::report(FindingCode code, std::int64_t first, std::int64_t second, Severity severity) {
     if (_findings != nullptr) {
-        _findings->add({code, Severity::Warning, _place, first, second});
+        _findings->add({code, severity, _place, first, second});
     }
 }
 
 /// Of a stream that has no parity bits that is said once.
 void Receiver::reportParity(std::uint8_t first, std::uint8_t second) {
-    if (_pairsWithoutParity < kPairsWithoutParity) {
+    if (!_parity.hasNone()) {
         report(FindingCode::Cea608ParityWrong, first << 8U | second);
-    }
-}
-
-/// Null pairs say nothing of it: some streams have parity bits in them alone. One that has parity bits again is looked at
-/// again.
-void Receiver::checkParity(std::uint8_t first, std::uint8_t second) {
-    if (((first | second) & 0x7FU) == 0) {
-        return;
-    }
-    if (((first | second) & 0x80U) != 0) {
-        _pairsWithoutParity = 0;
-    } else if (_pairsWithoutParity < kPairsWithoutParity && ++_pairsWithoutParity == kPairsWithoutParity &&
-               !std::exchange(_hasToldOfParity, true)) {
-        report(FindingCode::Cea608NoParity, kPairsWithoutParity);
     }
 }
 
@@ -85,11 +73,12 @@ bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
         _isExtendedData = firstCode != kEndOfExtendedData;
         return false;
     }
+    const auto secondCode = static_cast<std::uint8_t>(second & 0x7FU);
     if (_isExtendedData || !_isSelected || !writes()) {
+        reportTextInFront(first, second);
         return false;
     }
     _isBehindPreamble = false;
-    const auto secondCode = static_cast<std::uint8_t>(second & 0x7FU);
     const bool isSound = (isFirstSound || first == 0) && (hasOddParity(second) || second == 0);
     const auto hasNoMeaning = [](std::uint8_t code) { return code > 0 && code < kFirstCharacter; };
     if (!isSound) {
@@ -100,6 +89,17 @@ bool Receiver::receiveSound(std::uint8_t first, std::uint8_t second) {
     const bool isFirstShown = receiveText(firstCode, isFirstSound || first == 0);
     const bool isSecondShown = receiveText(secondCode, hasOddParity(second) || second == 0);
     return isFirstShown || isSecondShown;
+}
+
+/// Of letters in front of the first code of the field, or of the first one that says what letters of the channel are for,
+/// that is said once.
+void Receiver::reportTextInFront(std::uint8_t first, std::uint8_t second) {
+    const bool isForNothing = !_hasCode || (_isSelected && !_channel.isText && _mode == Mode::None && !_isText);
+    const auto isLetter = [](std::uint8_t byte) { return (byte & 0x7FU) >= kFirstCharacter && hasOddParity(byte); };
+    const bool areLetters = isLetter(first) && (isLetter(second) || (second & 0x7FU) == 0);
+    if (isForNothing && areLetters && !_isExtendedData && !std::exchange(_hasToldOfFront, true)) {
+        report(FindingCode::Cea608TextInFront, first << 8U | second, 0, Severity::Remark);
+    }
 }
 
 /// Null, and codes without a meaning, show nothing; a byte of two zeros carries nothing even without its parity bit. One
@@ -129,6 +129,7 @@ bool Receiver::receiveControl(std::uint8_t first, std::uint8_t second) {
     }
     // Captions of either channel end what extended data stood between them.
     _isExtendedData = false;
+    _hasCode = true;
     _isSelected = isSelected;
     if (pair == _lastControl) {
         _lastControl = {};

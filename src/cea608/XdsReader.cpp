@@ -19,6 +19,9 @@ bool isType(std::uint8_t type) noexcept {
 
 std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t second, FindingSink* findings,
                                             std::uint64_t place) {
+    if (!_options.ignoresParity) {
+        _parity.take(first, second);
+    }
     const auto code = static_cast<std::uint8_t>(first & 0x7FU);
     const bool isFirstSound = _options.ignoresParity || hasOddParity(first) || first == 0;
     const bool isSecondSound = _options.ignoresParity || hasOddParity(second) || second == 0;
@@ -35,8 +38,8 @@ std::optional<XdsPacket> XdsReader::receive(std::uint8_t first, std::uint8_t sec
         _isLost = true;
         if (isSecondSound && isType(second & 0x7FU)) {
             begin(code, second & 0x7FU, findings, place);
-        } else if (findings != nullptr) {
-            findings->add({FindingCode::Cea608XdsDamaged, Severity::Error, place, code << 8U | second, 0});
+        } else {
+            reportLost({FindingCode::Cea608XdsDamaged, Severity::Error, place, code << 8U | second, 0}, findings);
         }
         return std::nullopt;
     }
@@ -60,8 +63,8 @@ void XdsReader::begin(std::uint8_t code, std::uint8_t type, FindingSink* finding
     }
     if (!isStart) {
         _open = found;
-        if (found == kNone && findings != nullptr) {
-            findings->add({FindingCode::Cea608XdsNotBegun, Severity::Error, place, code, type});
+        if (found == kNone) {
+            reportLost({FindingCode::Cea608XdsNotBegun, Severity::Error, place, code, type}, findings);
         }
         return;
     }
@@ -82,10 +85,23 @@ void XdsReader::begin(std::uint8_t code, std::uint8_t type, FindingSink* finding
     _open = found;
 }
 
+/// Of a packet that is lost as a whole or in part; once, that parity bits are missing.
+void XdsReader::reportLost(const Finding& finding, FindingSink* findings) {
+    if (findings == nullptr) {
+        return;
+    }
+    if (!_parity.hasNone()) {
+        findings->add(finding);
+    } else if (_parity.tell()) {
+        findings->add({FindingCode::Cea608NoParity, Severity::Warning, finding.offset, ParityWatch::kPairs, 0});
+    }
+}
+
 void XdsReader::cut(const Begun& begun, FindingSink* findings, std::uint64_t place) {
-    if (begun.isUsed && findings != nullptr) {
-        findings->add({FindingCode::Cea608XdsCut, Severity::Warning, place, nameOfPacket(begun.packet),
-                       static_cast<std::int64_t>(begun.packet.bytes.size())});
+    if (begun.isUsed) {
+        reportLost({FindingCode::Cea608XdsCut, Severity::Warning, place, nameOfPacket(begun.packet),
+                    static_cast<std::int64_t>(begun.packet.bytes.size())},
+                   findings);
     }
 }
 
@@ -116,9 +132,7 @@ void XdsReader::take(std::uint8_t first, std::uint8_t second) {
 std::optional<XdsPacket> XdsReader::end(std::uint8_t checksum, bool isSound, FindingSink* findings,
                                         std::uint64_t place) {
     const auto add = [&](FindingCode code, std::int64_t first, std::int64_t second) {
-        if (findings != nullptr) {
-            findings->add({code, Severity::Error, place, first, second});
-        }
+        reportLost({code, Severity::Error, place, first, second}, findings);
     };
     if (_open == kNone) {
         // Of a packet whose beginning was damaged or is missing that has been said.

@@ -248,11 +248,10 @@ bool Receiver::expectLoss(FindingSink* findings, std::uint64_t offset) {
     const Sink sink{findings, offset};
     _isChanged = false;
     endSurrogate(sink);
-    const std::size_t kept = _isDelayed ? _seen : 0;
-    if (_waitingSize > kept) {
-        sink(FindingCode::Cea708CommandsDropped, Severity::Error, static_cast<std::int64_t>(_waitingSize - kept), 0);
-        _waitingSize = kept;
+    if (_waitingSize > 0) {
+        sink(FindingCode::Cea708CommandsDropped, Severity::Error, static_cast<std::int64_t>(_waitingSize), 0);
     }
+    endWaiting();
     return _isChanged;
 }
 
@@ -260,11 +259,15 @@ bool Receiver::reset() noexcept {
     _isChanged = false;
     removeWindows();
     _highSurrogate = 0;
+    endWaiting();
+    return _isChanged;
+}
+
+void Receiver::endWaiting() noexcept {
     _isDelayed = false;
     _delay = 0;
     _waitingSize = 0;
     _seen = 0;
-    return _isChanged;
 }
 
 void Receiver::removeWindows() noexcept {

@@ -54,8 +54,10 @@ TEST(Stream, MayBeginInsideACaption) {
     FedReceiver receiver;
     receiver.text("lost").control(0x14, 0x60).text("one");
     EXPECT_EQ(receiver.lines(), Lines());
-    EXPECT_EQ(receiver.findings(), Lines{"text at row 15, column 0 begins inside a caption: it is taken as one that is "
-                                         "being loaded"});
+    EXPECT_EQ(receiver.findings(),
+              (Lines{"text in front of the first code is passed over (first pair ecef)",
+                     "text at row 15, column 0 begins inside a caption: it is taken as one that is "
+                     "being loaded"}));
     receiver.endOfCaption();
     EXPECT_EQ(receiver.lines(), Lines{"  15   one"});
     EXPECT_EQ(receiver.findings(), Lines());
@@ -68,6 +70,36 @@ TEST(Stream, MayBeginInsideACaption) {
     FedReceiver other;
     other.control(0x1C, 0x60).text("x").control(0x14, 0x2F);
     EXPECT_EQ(other.lines(), Lines());
+}
+
+TEST(Stream, MayBeginWithTextInFrontOfAnyCode) {
+    // "xxyy" in front of all codes of the field is of no channel: each says so once.
+    const Lines told{"text in front of the first code is passed over (first pair f8f8)"};
+    for (const Channel channel : {kCC1, kCC2, kCC3, kT1}) {
+        FedReceiver receiver(channel);
+        receiver.text("xxyy");
+        EXPECT_EQ(receiver.findings(), told) << nameOf(channel);
+        receiver.text("zz").nulls(3).text("zz");
+        EXPECT_EQ(receiver.findings(), Lines());
+        EXPECT_EQ(receiver.lines(), Lines());
+    }
+    // So is text behind a code that does not say what it is for (ENM), up to one that does.
+    FedReceiver receiver;
+    receiver.control(0x14, 0x2E).text("xx").text("yy");
+    EXPECT_EQ(receiver.findings(), told);
+    receiver.resumeLoading().text("one").endOfCaption();
+    EXPECT_EQ(receiver.lines(), Lines{"  15   one"});
+    EXPECT_EQ(receiver.findings(), Lines());
+    // That of another channel is none of this one's, nor are extended data and damage.
+    FedReceiver other;
+    other.control(0x1C, 0x20).text("xx").control(0x14, 0x20).text("Hi");
+    EXPECT_EQ(other.findings(), Lines());
+    FedReceiver field2(kCC3);
+    field2.pair(odd(0x01), odd(0x03)).text("Film");
+    EXPECT_EQ(field2.findings(), Lines());
+    FedReceiver damaged;
+    damaged.pair(0x78, 0x79);
+    EXPECT_EQ(damaged.findings(), Lines());
 }
 
 TEST(Parity, IsMissedOnce) {

@@ -182,6 +182,45 @@ TEST(XdsPackets, AreReadWithoutParityOnRequest) {
     EXPECT_EQ(read(false), std::nullopt);
 }
 
+TEST(XdsPackets, OfAFieldWithoutParityAreSaidToLackItOnce) {
+    XdsReader reader;
+    qlx::Findings findings;
+    const auto send = [&](bool hasParity) {
+        std::optional<XdsPacket> packet;
+        for (const Pair& pair : pairsOf(kName)) {
+            const Pair sent = hasParity ? withOddParity(pair) : pair;
+            packet = reader.receive(sent.first, sent.second, &findings, 7);
+        }
+        return packet;
+    };
+    // 01h has its odd parity without a bit for it, 03h has not. Four pairs each: the 64th is the last one of the 16th.
+    for (int count = 0; count < 16; ++count) {
+        EXPECT_EQ(send(false), std::nullopt);
+    }
+    ASSERT_EQ(findings.size(), 16U);
+    for (std::size_t index = 0; index < 16; ++index) {
+        EXPECT_EQ(findings[index].text(), "extended data: packet 103 of 0 bytes is damaged");
+    }
+    for (int count = 0; count < 40; ++count) {
+        EXPECT_EQ(send(false), std::nullopt);
+    }
+    ASSERT_EQ(findings.size(), 17U);
+    EXPECT_EQ(findings[16], (qlx::Finding{FindingCode::Cea608NoParity, qlx::Severity::Warning, 7, 64, 0}));
+    // With parity bits it is looked at again, and damage is said.
+    EXPECT_EQ(send(true), kName);
+    EXPECT_EQ(send(false), std::nullopt);
+    EXPECT_EQ(findings.size(), 18U);
+    // A packet without an end is one whose pairs were not read.
+    (void)reader.receive(0x01, 0x01, &findings, 7);
+    for (int count = 0; count < 16; ++count) {
+        (void)send(false);
+        (void)reader.receive(0x01, 0x01, &findings, 7);
+    }
+    const std::size_t before = findings.size();
+    reader.finish(&findings, 7);
+    EXPECT_EQ(findings.size(), before);
+}
+
 TEST(XdsPackets, OfManyKindsAreKeptWhileTheyAreInterrupted) {
     std::vector<Pair> pairs;
     for (std::uint8_t type = 1; type <= 9; ++type) {

@@ -135,15 +135,19 @@ TEST(CaptionPackets, AreReadToScreens) {
     EXPECT_EQ(fed.lines(), Lines{"  14  yesAB"});
     EXPECT_EQ(fed.found(), (std::vector<Finding>{{Cea708PacketLost, Severity::Warning, 3, 3, 2},
                                                  {Cea708CommandsDropped, Severity::Error, 3, 1, 0}}));
-    // Of what waits for a delay, too, only that.
-    EXPECT_FALSE(send(0, {{1, {"8d01", "'C", "98"}}}));
-    EXPECT_FALSE(send(2, {{1, {"'D"}}}));
+    // So is what waits for the end of a delay, which is over: ETX, "C" and the code of a window.
+    EXPECT_FALSE(send(0, {{1, {"8d64", "03", "'C", "98"}}}));
     EXPECT_TRUE(fed.receiver.isDelayed());
-    for (int frame = 0; frame < 6; ++frame) {
-        fed.receiver.nextFrame(FrameRate::Fps5994);
-    }
-    EXPECT_EQ(fed.lines(), Lines{"  14  yesABCD"});
+    EXPECT_TRUE(send(2, {{1, {"'D"}}}));
+    EXPECT_FALSE(fed.receiver.isDelayed());
+    EXPECT_EQ(fed.lines(), Lines{"  14  yesABD"});
     EXPECT_EQ(fed.findings.size(), 4U);
+    EXPECT_EQ(fed.findings[3], (Finding{Cea708CommandsDropped, Severity::Error, 5, 3, 0}));
+    // Where nothing waits, a delay that ends loses nothing.
+    EXPECT_FALSE(send(3, {{1, {"8d64"}}}));
+    EXPECT_TRUE(send(1, {{1, {"'E"}}}));
+    EXPECT_EQ(fed.lines(), Lines{"  14  yesABDE"});
+    EXPECT_EQ(fed.findings.size(), 5U);
 }
 
 TEST(CaptionPackets, EndAPairOfHalvesBehindALoss) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -147,6 +148,44 @@ TEST(FileContents, SayWhatHasNoEnd) {
     // Where it is read up to a time, more may come.
     const ToolResult at = runTool({"show", name, "--channel", "XDS", "--at", "0"});
     EXPECT_EQ(at.err.find("has no end"), std::string::npos) << at.err;
+}
+
+// A programme that starts in minute 61, and a rating of one byte.
+TEST(FileContents, SayWhatExtendedDataAreNoneOfTheirType) {
+    const TemporaryFolder folder;
+    const std::string file =
+        writtenFrames(folder, {"fd0101", "fdfdc1", "fdc1c1", "fd8f2f", "fd0185", "fdc880", "fd8f23"});
+    const ToolResult shown = runTool({"show", file, "--channel", "XDS", "--all"});
+    const Texts lines = linesOf(shown.out);
+    ASSERT_EQ(lines.size(), 2U) << shown.out;
+    EXPECT_NE(lines[0].find("type 01: 7d414141 (none of its type)"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[1].find("type 05: 48 (none of its type)"), std::string::npos) << lines[1];
+    for (const ToolResult& result : {shown, runTool({"scan", file, "--list"})}) {
+        EXPECT_NE(result.err.find("frame 3: extended data: 4 bytes are none of packet 101"), std::string::npos)
+            << result.err;
+        EXPECT_NE(result.err.find("frame 6: extended data: 1 bytes are none of packet 105"), std::string::npos)
+            << result.err;
+    }
+}
+
+TEST(FileContents, SayOnceThatExtendedDataHaveNoParity) {
+    const TemporaryFolder folder;
+    Texts frames;
+    for (int count = 0; count < 40; ++count) {
+        for (const std::string_view pair : {"fd0103", "fd4e65", "fd7773", "fd0f50"}) {
+            frames.emplace_back(pair);
+        }
+    }
+    const std::string file = writtenFrames(folder, frames);
+    for (const Texts& arguments : {Texts{"show", file, "--channel", "XDS", "--all"}, Texts{"scan", file, "--list"}}) {
+        const std::string text = runTool(arguments).err;
+        const std::size_t place = text.find("frame 64: no parity bit in 64 pairs");
+        ASSERT_NE(place, std::string::npos) << text;
+        EXPECT_EQ(text.find("no parity", place + 20), std::string::npos) << text;
+        EXPECT_EQ(text.find("frame 68: "), std::string::npos) << text;
+    }
+    EXPECT_NE(runTool({"show", file, "--channel", "XDS", "--all", "--no-parity"}).out.find("\"News\""),
+              std::string::npos);
 }
 
 // TR, "Hi"; resumed captions say nothing of it.

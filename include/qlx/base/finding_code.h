@@ -118,7 +118,7 @@ enum class FindingCode : std::uint32_t {
     Cea708CommandUnknown,                ///< Code (1000h and the second byte behind EXT1), bytes of it.
     Cea708NumberUndefined,               ///< Code of the command, number there.
     Cea708ValueTooGreat,                 ///< Number given, greatest one.
-    Cea708CommandsDropped,               ///< Bytes of a command whose rest is lost.
+    Cea708CommandsDropped,               ///< Bytes of commands that waited as something was lost.
     Cea708CharacterUnknown,              ///< Code of the character that is shown as an underscore.
     Cea708NoCurrentWindow,               ///< Code of the command, or the first of some characters, that needs one.
     Cea708WindowUndefined,               ///< Window that is to be the current one.
@@ -169,6 +169,7 @@ enum class FindingCode : std::uint32_t {
     Cea608BegunInside,             ///< Place: text without a code in front of it that says how it is shown; 0.
     Cea608BackgroundMoved,         ///< Place of a background code that takes no column, 0.
     Cea608ColumnFull,              ///< Place of a letter, letter that it replaces.
+    Cea608TextInFront,             ///< The two bytes of the first pair as a number (told once), 0.
     // cea608, extended data services; a packet is class and type as one number
     Cea608XdsChecksumWrong = 0x4'0201,  ///< Byte there, byte that is right.
     Cea608XdsDamaged,                   ///< Packet, bytes of it.

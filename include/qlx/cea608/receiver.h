@@ -10,6 +10,7 @@
 #include <QLXClosedCaptionsUtilities/Export.h>
 #include <qlx/base/finding.h>
 #include <qlx/cea608/codes.h>
+#include <qlx/cea608/parity.h>
 #include <qlx/screen/screen.h>
 
 #include <array>
@@ -53,7 +54,8 @@ struct ReceiverOptions {
 /// - An extended character takes the place of the letter in front of it: 6.4.2.
 /// - A background code, and black letters, take the place of the space in front of them: 6.2. Where captures have a
 ///   background code in the first column behind a preamble, and then 32 letters, it takes no column, with a finding.
-/// - Text behind a preamble with which a stream begins is taken as a caption that is being loaded, with a finding.
+/// - Text behind a preamble with which a stream begins is taken as a caption that is being loaded, with a finding. Text in
+///   front of any code is passed over, as it says neither its channel nor what it is for: one finding, a remark.
 /// - Text (T1 to T4) begins at the top with TR, goes on with RTD, and rolls up in 15 rows; of a preamble its indent and
 ///   style count there: 7.4.
 /// - A solid space stands on both sides of what is shown: C.8.
@@ -115,10 +117,10 @@ private:
     bool startRollUp(std::size_t rows);
     bool rollUp();
     bool rollText();
-    void checkParity(std::uint8_t first, std::uint8_t second);
     void reportParity(std::uint8_t first, std::uint8_t second);
     bool freeColumn();
-    void report(FindingCode code, std::int64_t first, std::int64_t second = 0);
+    void reportTextInFront(std::uint8_t first, std::uint8_t second);
+    void report(FindingCode code, std::int64_t first, std::int64_t second = 0, Severity severity = Severity::Warning);
     void moveWindow(std::size_t row);
     bool put(char32_t character);
     bool erase(Memory& memory);
@@ -141,11 +143,12 @@ private:
     Pair _lastControl;             ///< What is expected to come a second time; zeros for nothing.
     bool _isBehindNull = false;    ///< One null pair came behind it.
     bool _isSelected = false;      ///< Characters are for this channel.
+    bool _hasCode = false;         ///< A control code of the field has come.
+    bool _hasToldOfFront = false;  ///< Of text that came before that, or before one that says what it is for.
     bool _isExtendedData = false;  ///< Field 2: an XDS packet is open.
     bool _isBehindPreamble = false;
     bool _mayFreeColumn = false;  ///< The first column of the row has a background code that came behind its preamble.
-    std::uint8_t _pairsWithoutParity = 0;
-    bool _hasToldOfParity = false;
+    ParityWatch _parity;
     std::size_t _rollUpRows = 0;
     std::size_t _row;
     std::size_t _column = 0;  ///< kColumns behind the last one: what comes replaces that.

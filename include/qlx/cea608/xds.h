@@ -12,6 +12,7 @@
 #include <qlx/base/bounded_list.h>
 #include <qlx/base/finding.h>
 #include <qlx/cea608/codes.h>
+#include <qlx/cea608/parity.h>
 
 #include <array>
 #include <cstddef>
@@ -283,6 +284,7 @@ public:
     /// @param first Its first byte.
     /// @param second Its second byte.
     /// @param findings A packet with a wrong checksum or parity, too long, cut, or continued without a beginning; each once.
+    /// Of a field without parity bits (ParityWatch) that is said once, in place of all of these.
     /// @param place The offset of findings.
     /// @return The packet that it ends; none for all other pairs.
     QLX_EXPORT std::optional<XdsPacket> receive(std::uint8_t first, std::uint8_t second,
@@ -308,12 +310,14 @@ private:
         std::uint32_t age = 0;
     };
 
-    static void cut(const Begun& begun, FindingSink* findings, std::uint64_t place);
+    void reportLost(const Finding& finding, FindingSink* findings);
+    void cut(const Begun& begun, FindingSink* findings, std::uint64_t place);
     void begin(std::uint8_t code, std::uint8_t type, FindingSink* findings, std::uint64_t place);
     void take(std::uint8_t first, std::uint8_t second);
     std::optional<XdsPacket> end(std::uint8_t checksum, bool isSound, FindingSink* findings, std::uint64_t place);
 
     XdsReaderOptions _options;
+    ParityWatch _parity;
     std::array<Begun, kKept> _packets{};
     std::size_t _open = kNone;
     std::uint32_t _begun = 0;

@@ -49,8 +49,8 @@ public:
     /// @param options Kept.
     QLX_EXPORT explicit Receiver(std::uint8_t service = 1, const ReceiverOptions& options = {});
 
-    /// Takes the next packet of the channel: its service blocks of this service. Behind a loss a command that is not
-    /// complete is dropped first; windows stay as they are.
+    /// Takes the next packet of the channel: its service blocks of this service. Behind a loss what waits is
+    /// dropped first, as expectLoss() says; windows stay as they are.
     /// @param packet As PacketReader gives it.
     /// @param findings Gets what is wrong; may be null.
     /// @param offset The place of all these findings.
@@ -66,8 +66,9 @@ public:
     /// @return Whether the screen may look different now.
     QLX_EXPORT bool nextFrame(FrameRate rate, FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
-    /// Something is lost: a command that is not complete is dropped, and the first half of a UTF-16 pair whose other half
-    /// has not come is shown as a code that has no character. The windows and a delay stay.
+    /// Something is lost: a delay ends, the commands that wait for its end and one that is not complete are dropped, with a
+    /// finding that counts their bytes, and the first half of a UTF-16 pair whose other half has not come is shown as a
+    /// code that has no character. The windows stay.
     /// @return Whether the screen may look different now.
     QLX_EXPORT bool expectLoss(FindingSink* findings = nullptr, std::uint64_t offset = 0);
 
@@ -101,6 +102,7 @@ private:
     struct Interpreter;
 
     void removeWindows() noexcept;
+    void endWaiting() noexcept;
     std::size_t interpret(std::span<const std::uint8_t> bytes, const Sink& sink);
     std::size_t interpretText(std::span<const std::uint8_t> bytes, const Sink& sink);
     void drain(const Sink& sink);

@@ -12,6 +12,7 @@
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
 
+#include <qlx/base/finding.h>
 #include <qlx/streams/export.h>
 #include <qlx/streams/frame.h>
 
@@ -63,7 +64,7 @@ struct ContentOptions {
     bool ignoresParity = false;  ///< CEA-608: parity bits are not looked at.
 };
 
-/// Finds out what is in a stream. It says nothing of what is wrong: OnAir does.
+/// Finds out what is in a stream. Of what is wrong it says only what extended data have: OnAir says the rest.
 class QLX_STREAMS_EXPORT ContentReader {
 public:
     /// Has seen nothing yet.
@@ -73,7 +74,9 @@ public:
     ~ContentReader();
 
     /// Takes the next frame.
-    void receive(const Frame& frame);
+    /// @param findings Gets what is wrong with packets of extended data: cea608::XdsReader and cea608::xdsValue(); the offset
+    /// is 0.
+    void receive(const Frame& frame, FindingSink* findings = nullptr);
 
     /// The stream is over: what came of a packet of services that has no end is taken.
     void finish();

@@ -149,8 +149,10 @@ constexpr OptionRow kShowOptions[] = {
      .words = kShownChannels,
      .field = &RawOptions::channel,
      .help = "CEA-608: {} (default: CC1)",
-     .more = "Without --page, --channel and --service page 888 and CC1 are shown. T1 to T4 are texts. XDS are the "
-             "extended data: a line for each packet that says something new, or with --at the last of each kind."},
+     .more =
+         "Without --page, --channel and --service page 888 and CC1 are shown. T1 to T4 are texts. XDS are the "
+         "extended data: a line for each packet that says something new, or with --at the last of each kind; one whose "
+         "bytes are none of its type is shown by them, with a warning."},
     helping(kService, "CEA-708: the caption service, 1 to 63"),
     {.names = "--sd",
      .field = &RawOptions::isSD,

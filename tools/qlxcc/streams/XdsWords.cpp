@@ -2,6 +2,8 @@
 
 #include "io/Text.h"
 
+#include <qlx/base/finding.h>
+
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -126,13 +128,15 @@ struct Words {
 std::string xdsInWords(const XdsPacket& packet) {
     constexpr std::array<std::string_view, 7> kClasses{"current",        "future",   "channel",     "miscellaneous",
                                                        "public service", "reserved", "private data"};
-    const std::string text = std::visit(Words{}, xdsValue(packet));
+    Findings findings;
+    const std::string text = std::visit(Words{}, xdsValue(packet, &findings));
     if (!text.empty()) {
         return (packet.xdsClass == XdsClass::Future ? "next " : "") + text;
     }
     const auto index = static_cast<std::size_t>(packet.xdsClass);
     return std::string(index < kClasses.size() ? kClasses[index] : "unknown") + " class, type " +
-           hex(std::array{packet.type}) + ": " + hex(packet.bytes.items());
+           hex(std::array{packet.type}) + ": " + hex(packet.bytes.items()) +
+           (findings.empty() ? "" : " (none of its type)");
 }
 
 }  // namespace qlx::tool

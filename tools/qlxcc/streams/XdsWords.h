@@ -8,7 +8,8 @@
 namespace qlx::tool {
 
 /// `programme name: "Film"`, `rating: TV-14 V`; of a programme that comes later with `next ` in front; of what is not
-/// decoded its class, type and bytes: `reserved class, type 02: 40 41`.
+/// decoded its class, type and bytes: `reserved class, type 02: 4041`; the same, with ` (none of its type)` behind it, of
+/// bytes that do not make a value.
 [[nodiscard]] std::string xdsInWords(const cea608::XdsPacket& packet);
 
 }  // namespace qlx::tool

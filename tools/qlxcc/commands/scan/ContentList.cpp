@@ -48,7 +48,7 @@ std::string placeInWords(const std::optional<std::uint64_t>& frame, const std::o
 
 void ContentListWriter::write(const Frame& frame) {
     ++_frames;
-    _reader.receive(frame);
+    _reader.receive(frame, _findings);
 }
 
 void ContentListWriter::finish() {

@@ -4,6 +4,7 @@
 #include "io/Frame.h"
 #include "io/OutputFile.h"
 
+#include <qlx/base/finding.h>
 #include <qlx/streams/contents.h>
 #include <qlx/streams/text_tracks.h>
 #include <qlx/streams/ts/tables.h>
@@ -20,6 +21,9 @@ class ContentListWriter final : public FrameWriter {
 public:
     ContentListWriter(OutputFile& output, bool asJson, bool ignoresParity)
         : _output(output), _asJson(asJson), _reader({.ignoresParity = ignoresParity}) {}
+
+    /// Before the first frame: who is told what is wrong with extended data; it must outlive the frames.
+    void setFindings(FindingSink* findings) noexcept { _findings = findings; }
 
     /// Before the end: what the file says of its teletext pages.
     void name(const std::vector<streams::ts::TeletextPage>& pages) {
@@ -42,6 +46,7 @@ private:
     OutputFile& _output;
     bool _asJson;
     streams::ContentReader _reader;
+    FindingSink* _findings = nullptr;
     std::vector<streams::TextTrack> _tracks;
     std::uint64_t _frames = 0;
 };

@@ -171,6 +171,9 @@ int scan(const ScanOptions& options) {
     FrameProblems problems;
     const auto hasFrames = std::make_shared<bool>(false);
     const auto counters = std::make_shared<CounterNotes>(source, output);
+    if (contents != nullptr) {
+        contents->setFindings(counters.get());
+    }
     try {
         reader = openFrames(source, sourceOptions);
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {

@@ -18,6 +18,7 @@ std::vector<ExtendedDatum> ExtendedDataReader::receive(const Frame& frame, Findi
         }
         const auto [place, isFirst] = _last.try_emplace({packet->xdsClass, packet->type});
         if (isFirst || place->second.packet != *packet) {
+            (void)cea608::xdsValue(*packet, findings);
             place->second = {*packet, *frame.pts, frame.number};
             changes.push_back(place->second);
         }

@@ -26,7 +26,7 @@ class ExtendedDataReader {
 public:
     explicit ExtendedDataReader(bool ignoresParity) : _reader({.ignoresParity = ignoresParity}) {}
 
-    /// What is new with a frame, which has a time.
+    /// What is new with a frame, which has a time; a packet whose bytes are none of its type is a finding then.
     [[nodiscard]] std::vector<ExtendedDatum> receive(const Frame& frame, FindingSink* findings);
 
     /// The stream is over: a packet without an end is a finding.
