@@ -59,7 +59,6 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
         }
         if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
             lane.shown->ownEnd = std::exchange(lane.shown->end, start);
-            lane.shown->over = lane.shown->over == lane.shown->ownEnd ? start : lane.shown->over;
         }
     }
     lane.hasStarted = true;
@@ -175,7 +174,6 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
             end(field, lane, slot, findings);
             start(field, cue, cue.start, slot, findings);
             lane.shown = lane.cues.pop();
-            lane.shown->over = overTime(*lane.shown, slot);
             return true;
         }
     }
@@ -188,20 +186,9 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
     return true;
 }
 
-/// The slot up to which a caption that is shown from this one on is to be seen: one that has missed its end has its own
-/// length, without what the next one cuts of it.
-std::uint64_t Writer::overTime(const Cue& cue, std::uint64_t slot) noexcept {
-    return slot < cue.end ? cue.end : slot + std::max(cue.end, cue.ownEnd) - cue.start;
-}
-
-/// Whether the next caption begins before what is shown is over, which happens where that one has missed its end.
-bool Writer::isOvertaken(const Lane& lane) noexcept {
-    return !lane.cues.empty() && lane.cues.front().start < lane.shown->over;
-}
-
 /// The slot of the EDM of what is shown. In front of a caption that is painted at once it is over as that one begins.
 std::uint64_t Writer::eraseTime(const Lane& lane) const noexcept {
-    const std::uint64_t time = lane.shown->over;
+    const std::uint64_t time = lane.shown->end;
     const bool isPaintedNext =
         !lane.cues.empty() && lane.cues.front().style == CaptionStyle::PaintOn && !lane.cues.front().isBegun;
     if (!isPaintedNext || lane.cues.front().start >= time + codeLength()) {
@@ -221,7 +208,7 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
     const std::uint64_t atOnce = slot + codeLength() - 1;
     switch (next.style) {
     case CaptionStyle::PopOn: {
-        if (slot < lane.shown->ownEnd || isOvertaken(lane)) {
+        if (slot < lane.shown->ownEnd) {
             return false;
         }
         const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
@@ -232,7 +219,7 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
         if (next.isBegun) {
             return false;
         }
-        return lane.shown->style == CaptionStyle::RollUp ? next.start > lane.shown->over + _clearAfter
+        return lane.shown->style == CaptionStyle::RollUp ? next.start > lane.shown->end + _clearAfter
                                                          : next.start > atOnce;
     case CaptionStyle::PaintOn:
         return !next.isBegun;
@@ -277,7 +264,6 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         end(field, lane, slot, movesUp ? nullptr : findings);
         start(field, cue, cue.start, slot, findings);
         lane.shown = cue;
-        lane.shown->over = overTime(cue, slot);
     }
     cue.isBegun = true;
     if (!isPopOn && cue.pairs == 0) {
@@ -321,9 +307,8 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
-        const bool needsErasure = cue == nullptr || cue->style == CaptionStyle::PaintOn || !isOvertaken(lane);
-        if (lane.shown && !isBeingWritten && needsErasure) {
-            keep(isPopOn ? std::max(lane.shown->over, lane.shown->ownEnd) : eraseTime(lane));
+        if (lane.shown && !isBeingWritten) {
+            keep(isPopOn ? std::max(lane.shown->end, lane.shown->ownEnd) : eraseTime(lane));
         }
         if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {
             keep(cue->start);

@@ -123,7 +123,6 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
         }
         if (lane.shown && (lane.cues.empty() || lane.cues.back().number == lane.shown->number)) {
             lane.shown->ownEnd = std::exchange(lane.shown->end, caption.start);
-            lane.shown->over = lane.shown->over == lane.shown->ownEnd ? caption.start : lane.shown->over;
         }
     }
     lane.hasStarted = true;
@@ -189,7 +188,7 @@ void Writer::sendDue(Lane& lane, detail::FrameBlocks& blocks, FindingSink* findi
             return;
         }
     }
-    if (lane.shown && lane.shown->over <= _frame && isErased(lane) &&
+    if (lane.shown && lane.shown->end <= _frame && isErased(lane) &&
         blocks.put(lane.service, bytesOf(WindowsAction::Delete, lane.shown->windows))) {
         endShown(lane, findings);
     }
@@ -205,13 +204,11 @@ bool Writer::isErased(const Lane& lane) const noexcept {
         // It is what is shown.
         return false;
     }
-    // The next one begins before what has missed its end is over.
-    const bool isOvertaken = next.start < lane.shown->over;
-    if (next.style == CaptionStyle::PopOn && (_frame < lane.shown->ownEnd || isOvertaken)) {
+    if (next.style == CaptionStyle::PopOn && _frame < lane.shown->ownEnd) {
         return false;
     }
     const bool rollsOn = next.style == CaptionStyle::RollUp && lane.shown->style == CaptionStyle::RollUp;
-    return !rollsOn || next.start > lane.shown->over + _clearAfter;
+    return !rollsOn || next.start > lane.shown->end + _clearAfter;
 }
 
 /// As much of the front caption as the frame has room for.
@@ -300,14 +297,7 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea708ShownLate, Severity::Warning, cue.number, number(_frame - cue.start), 0});
     }
     _events.push_back({cue.number, CaptionStep::Shown});
-    // What has missed its end has its own length, without what the next one cuts of it.
-    const std::uint64_t over = _frame < cue.end ? cue.end : _frame + std::max(cue.end, cue.ownEnd) - cue.start;
-    Shown shown{.number = cue.number,
-                .end = cue.end,
-                .style = cue.style,
-                .windows = cue.windows,
-                .ownEnd = cue.ownEnd,
-                .over = over};
+    Shown shown{.number = cue.number, .end = cue.end, .style = cue.style, .windows = cue.windows, .ownEnd = cue.ownEnd};
     std::copy_n(cue.bytes.begin(), kDefinitionBytes, shown.definition.begin());
     lane.shown = shown;
 }
@@ -316,7 +306,7 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
 void Writer::endShown(Lane& lane, FindingSink* findings) {
     const bool isBeforeRollUp = !lane.cues.empty() && lane.cues.front().style == CaptionStyle::RollUp;
     const bool rollsOn = lane.shown->style == CaptionStyle::RollUp && isBeforeRollUp &&
-                         lane.cues.front().start <= lane.shown->over + _clearAfter;
+                         lane.cues.front().start <= lane.shown->end + _clearAfter;
     if (_frame > lane.shown->end && !rollsOn) {
         addTo(findings,
               {FindingCode::Cea708EndLate, Severity::Warning, lane.shown->number, number(_frame - lane.shown->end), 0});

@@ -70,10 +70,6 @@ struct FramePairs {
 /// where the next caption begins before that end: what is shown stays then until the other one takes its place, also when
 /// that is late.
 ///
-/// A caption of any style that is shown only at its end or behind it stays for its own length from then on, so that it
-/// can be read; where the next one starts before that is over, it stays until that one takes its place, also when that is
-/// late, and no EDM is sent in front of a pop-on or roll-up one. How much later than it should it ends is a finding.
-///
 /// EDM has its time within the load, which it does not end. What belongs together, a code and its repetition (CTA-608-E,
 /// D.2: in successive frames), a stand-in and its extended character, is not sent across it: where no such group ends in
 /// front of EDM, pairs stay unused there, which the load needs in addition. One that has no pair to spare does not fit
@@ -135,7 +131,6 @@ private:
         bool isBegun = false;
         std::uint64_t ownEnd =
             0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
-        std::uint64_t over = 0;  ///< Of what is shown: its end, or behind it by its length where it has missed that.
     };
 
     /// A channel, or its text.
@@ -182,8 +177,6 @@ private:
     bool sendDue(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendXds(std::uint64_t slot);
-    [[nodiscard]] static std::uint64_t overTime(const Cue& cue, std::uint64_t slot) noexcept;
-    [[nodiscard]] static bool isOvertaken(const Lane& lane) noexcept;
     [[nodiscard]] std::uint64_t eraseTime(const Lane& lane) const noexcept;
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;

@@ -76,10 +76,6 @@ struct CaptionEvent {
 /// the other one is shown; the rows of a roll-up one only when the next is
 /// none, or begins much later. Another place or number of rows begins with an empty window.
 ///
-/// A caption of any style that is shown only in the frame of its end or behind it stays for its own length from then on,
-/// so that it can be read; where the next one starts before that is over, it stays until that one takes its place, also
-/// when that is late. How much later than it should it ends is a finding.
-///
 /// What is due goes first, then the captions of all services, that with the earliest start in front.
 /// What the writer does not know yet when it is due does not count: a caption is added at the latest before
 /// the end of the one before it, and for it to fit before that one is shown.
@@ -136,7 +132,6 @@ private:
         CaptionStyle style = CaptionStyle::PopOn;
         std::uint8_t windows = 0;
         std::uint64_t ownEnd = 0;
-        std::uint64_t over = 0;  ///< Its end, or behind it by its length where it has missed that.
         std::array<std::uint8_t, kDefinitionBytes> definition{};
     };
 
