@@ -86,6 +86,10 @@ extern qlx::cea608::Pair pair;
 namespace cea608_caption {
 extern std::vector<qlx::screen::Cell> cells;
 }
+namespace cea608_parity {
+extern qlx::cea608::Pair pair;
+void warn(const char* text);
+}  // namespace cea608_parity
 namespace cea608_writer {
 extern qlx::cea608::Caption caption;
 }

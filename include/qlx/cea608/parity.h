@@ -1,4 +1,8 @@
 // Whether the pairs of a field have parity bits (CTA-608-E; 47 CFR 15.119 (i)).
+//
+//     qlx::cea608::ParityWatch parity;
+//     parity.take(pair.first, pair.second);
+//     if (parity.tell()) { warn("no parity bits"); }
 #pragma once
 
 #include <cstdint>

@@ -73,7 +73,8 @@ public:
     ContentReader& operator=(const ContentReader&) = delete;
     ~ContentReader();
 
-    /// Takes the next frame.
+    /// Takes a frame.
+    /// @param frame The next one.
     /// @param findings Gets what is wrong with packets of extended data: cea608::XdsReader and cea608::xdsValue(); the offset
     /// is 0.
     void receive(const Frame& frame, FindingSink* findings = nullptr);
