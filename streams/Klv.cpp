@@ -8,6 +8,7 @@
 #include <qlx/klv/keys.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace qlx::streams {
 
@@ -32,6 +33,13 @@ std::vector<anc::ElementPacket> wrapped(const Frame& frame) {
         packets[place].coding = anc::sampleCoding(frame.packets[place].channel);
     }
     return packets;
+}
+
+/// Whether a content package that had a data element with this number last is over where this key stands.
+bool isBehindPackage(const klv::Key& key, std::uint8_t last) noexcept {
+    const std::optional<klv::ElementKey> element = klv::elementKey(key);
+    const bool goesOn = element && element->item == klv::kDataItem && element->number > last;
+    return (element && !goesOn) || klv::partitionKey(key);
 }
 
 /// Findings of an element whose packets go into a frame.
@@ -127,21 +135,57 @@ std::optional<Finding> KlvReader::report(FindingSink* findings) {
     return cut;
 }
 
+/// Adds the packets of an element of the frame.
+/// @return Whether the frame is whole. Then the triplet may be one of the next frame, which is kept.
+bool KlvReader::take(const klv::TripletView& triplet, Frame& frame, FindingSink* findings) {
+    const klv::Key& key = triplet.header.key;
+    const bool isOfAnc = klv::isAncFrameElement(key);
+    if (_element && isBehindPackage(key, *_element)) {
+        _element.reset();
+        if (isOfAnc) {
+            _next = triplet;
+        }
+        return true;
+    }
+    const std::optional<klv::ElementKey> element = klv::elementKey(key);
+    if (isOfAnc && !_element) {
+        frame = {};
+        frame.number = _frames++;
+        _element = element->number;
+    }
+    if (!_element || !element) {
+        return false;
+    }
+    if (isOfAnc) {
+        readAncFrameElement(triplet.value, _start + triplet.offset + triplet.header.size(), frame, findings);
+    }
+    _element = element->number < element->count ? std::optional(element->number) : std::nullopt;
+    return !_element;
+}
+
+/// What ends the file: a failure, or that nothing is behind. A frame that has begun goes in front of it.
+Result<bool> KlvReader::end(const std::optional<Finding>& failure) {
+    if (_element) {
+        _element.reset();
+        _failure = failure;
+        return true;
+    }
+    if (failure) {
+        return *failure;
+    }
+    return false;
+}
+
 Result<bool> KlvReader::read(Frame& frame, FindingSink* findings) {
     for (;;) {
-        while (const auto triplet = _reader.next()) {
+        while (const auto triplet = _next ? std::exchange(_next, std::nullopt) : _reader.next()) {
             _hasTriplet = true;
             if (const auto cut = report(findings)) {
-                return *cut;
+                return end(cut);
             }
-            if (!klv::isAncFrameElement(triplet->header.key)) {
-                continue;
+            if (take(*triplet, frame, findings)) {
+                return true;
             }
-            frame = {};
-            frame.number = _frames++;
-            const std::uint64_t place = _start + triplet->offset + triplet->header.size();
-            readAncFrameElement(triplet->value, place, frame, findings);
-            return true;
         }
         if (_isAtEnd && _readError && !_hasTriplet) {
             return *_readError;
@@ -152,20 +196,17 @@ Result<bool> KlvReader::read(Frame& frame, FindingSink* findings) {
         // What is known before the first triplet waits for it.
         if (_hasTriplet || _isAtEnd) {
             if (const auto cut = report(findings)) {
-                return *cut;
+                return end(cut);
             }
         }
         if (_isAtEnd) {
-            if (_readError) {
-                return *_readError;
-            }
-            if (_frames == 0) {
-                return Finding{FindingCode::KlvFileFrameMissing, Severity::Error, _source.offset(), 0, 0};
-            }
-            return false;
+            const bool isWithoutFrame = _frames == 0 && !_readError;
+            return end(isWithoutFrame
+                           ? Finding{FindingCode::KlvFileFrameMissing, Severity::Error, _source.offset(), 0, 0}
+                           : _readError);
         }
         if (const auto failure = fill()) {
-            return *failure;
+            return end(failure);
         }
     }
 }

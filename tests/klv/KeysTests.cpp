@@ -42,6 +42,20 @@ TEST(KlvKeys, NameAncFrameElementsOfEveryCountAndNumber) {
     EXPECT_FALSE(isAncFrameElement(Key{}));
 }
 
+TEST(KlvKeys, NameElementsOfTheGenericContainer) {
+    const auto anc = elementKey(ancFrameElementKey(2, 0x7F));
+    EXPECT_EQ(anc, (ElementKey{.item = kDataItem, .count = 2, .type = 2, .number = 0x7F}));
+    // A picture element, and a system metadata pack.
+    const auto picture = elementKey(key("060e2b34 01020101 0d010301 15010501"));
+    EXPECT_EQ(picture, (ElementKey{.item = 0x15, .count = 1, .type = 5, .number = 1}));
+    const auto system = elementKey(key("060e2b34 02050101 0d010301 14020000"));
+    ASSERT_TRUE(system);
+    EXPECT_EQ(system->item, 0x14);
+    EXPECT_FALSE(elementKey(key("060e2b34 02050101 0d010201 01020400")));
+    EXPECT_FALSE(elementKey(key("060e2b35 01020101 0d010301 17010201")));
+    EXPECT_FALSE(elementKey(kFillItemKey));
+}
+
 TEST(KlvKeys, NamePartitionPacks) {
     EXPECT_EQ(partitionKey(key("060e2b34 02050101 0d010201 01020400")),
               (PartitionKey{PartitionKind::Header, PartitionStatus::ClosedComplete}));

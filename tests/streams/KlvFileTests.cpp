@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -111,6 +112,79 @@ TEST(KlvFile, TakesElementsOfEveryTrackCountAndNumber) {
     EXPECT_EQ(reading.failure, "");
     ASSERT_EQ(reading.frames.size(), 1U);
     expectCaption(reading.frames.front(), 0);
+}
+
+/// An element with a packet of a line, the `number`-th of `count` data elements in its content package.
+std::string dataElement(int count, int number, int line) {
+    const std::string digits = std::to_string(line);
+    return "060e2b34 01020101 0d010301 170" + std::to_string(count) + "020" + std::to_string(number) + "18 0001 00" +
+           digits + " 01 04 0006 00000008 00000001 61 02 03 8094ae 0000";
+}
+
+/// The lines of the packets of each frame, as hexadecimal digits.
+std::string linesOf(const Reading& reading) {
+    std::string text;
+    for (const Frame& frame : reading.frames) {
+        EXPECT_EQ(frame.number, static_cast<std::uint64_t>(&frame - reading.frames.data()));
+        text += text.empty() ? "" : ", ";
+        for (const qlx::anc::Packet& packet : frame.packets) {
+            text += &packet == frame.packets.data() ? "" : " ";
+            text += qlxtest::toHex(std::array{static_cast<std::uint8_t>(packet.line)});
+        }
+        text += frame.packets.empty() ? "-" : "";
+    }
+    return text;
+}
+
+TEST(KlvFile, JoinsTheElementsOfAContentPackage) {
+    const auto lines = [](const std::string& digits) {
+        const std::vector<std::uint8_t> bytes = fromHex(digits);
+        const Reading reading = readAll(bytes);
+        EXPECT_EQ(reading.failure, "");
+        EXPECT_TRUE(reading.problems.empty());
+        qlxtest::Pipe pipe(bytes);
+        KlvReader piped(pipe);
+        EXPECT_EQ(qlxtest::readAll(piped).frames, reading.frames);
+        return linesOf(reading);
+    };
+    const auto package = [](int line) { return dataElement(2, 1, line) + dataElement(2, 2, line + 1); };
+    EXPECT_EQ(lines(package(10) + package(12) + package(14)), "10 11, 12 13, 14 15");
+    // One of the two is that of a package each time.
+    EXPECT_EQ(lines(dataElement(2, 1, 10) + dataElement(2, 1, 11) + dataElement(2, 2, 12) + dataElement(2, 2, 13)),
+              "10, 11 12, 13");
+    EXPECT_EQ(lines(dataElement(3, 2, 10) + dataElement(3, 1, 11)), "10, 11");
+    EXPECT_EQ(lines(dataElement(3, 2, 10) + dataElement(3, 2, 11) + dataElement(3, 3, 12)), "10, 11 12");
+    // A data element of another kind between them, and one that ends the item; fill items are of no package.
+    const std::string vbi = "060e2b34 01020101 0d010301 17";
+    EXPECT_EQ(lines(dataElement(3, 1, 10) + vbi + "030102 020000" + dataElement(3, 3, 11) + dataElement(3, 1, 12)),
+              "10 11, 12");
+    EXPECT_EQ(lines(dataElement(3, 1, 10) + vbi + "030103 020000" + dataElement(3, 3, 11)), "10, 11");
+    EXPECT_EQ(lines(dataElement(2, 1, 10) + "060e2b34 01010102 03010210 01000000 00" + dataElement(2, 2, 11)), "10 11");
+    // A picture element, a system metadata pack, a partition pack: what is behind them is of another package.
+    for (const std::string_view other :
+         {"060e2b34 01020101 0d010301 15010501 00", "060e2b34 02050101 0d010301 14020000 00",
+          "060e2b34 02050101 0d010201 01030400 00"}) {
+        EXPECT_EQ(lines(dataElement(2, 1, 10) + std::string(other) + dataElement(2, 2, 11)), "10, 11") << other;
+    }
+}
+
+TEST(KlvFile, GivesAContentPackageInFrontOfWhatEndsTheFile) {
+    const std::string first = dataElement(2, 1, 10);
+    Reading reading = readAll(fromHex(first + "060e2b34"));
+    EXPECT_EQ(linesOf(reading), "10");
+    EXPECT_TRUE(reading.failure.starts_with("byte 41: KLV triplet cut short: ")) << reading.failure;
+    const auto bytes = fromHex(first);
+    qlxtest::FailingSource source{bytes};
+    KlvReader reader(source);
+    reading = qlxtest::readAll(reader);
+    EXPECT_EQ(linesOf(reading), "10");
+    EXPECT_EQ(reading.failure, "byte 41: cannot be read (error 5)");
+    // Findings of both elements have the frame.
+    reading = readAll(
+        fromHex(first + dataElement(2, 1, 11).substr(0, 35) + "01 00" + dataElement(2, 2, 12).substr(0, 35) + "01 00"));
+    EXPECT_EQ(linesOf(reading), "10, -");
+    EXPECT_EQ(reading.problems, (std::vector<std::string>{"frame 1, byte 58: element cut short: 1 of 2 bytes",
+                                                          "frame 1, byte 76: element cut short: 1 of 2 bytes"}));
 }
 
 TEST(KlvFile, KeepsAFrameWithoutPackets) {

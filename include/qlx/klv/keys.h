@@ -38,6 +38,32 @@ inline constexpr std::size_t kRegisterVersionByte = 7;
     return true;
 }
 
+/// The item of a content package whose data elements have ancillary data in them, among others.
+inline constexpr std::uint8_t kDataItem = 0x17;
+
+/// What the key of an element of the generic container (SMPTE ST 379-1) says, in which a content package has what belongs
+/// to a frame.
+struct ElementKey {
+    /// 14h system, 15h picture, 16h sound, 17h data, 18h compound item; of the older 04h to 07h system, picture, sound,
+    /// data. What the others are means something else in keys of system items.
+    std::uint8_t item = kDataItem;
+    std::uint8_t count = 1;   ///< Elements that the item has in each content package.
+    std::uint8_t type = 0;    ///< What the element holds.
+    std::uint8_t number = 1;  ///< Which element of the item it is, the same in all content packages.
+
+    /// Whether all fields are equal.
+    [[nodiscard]] friend constexpr bool operator==(const ElementKey&, const ElementKey&) noexcept = default;
+};
+
+/// What a key of the generic container says; none for any other key.
+[[nodiscard]] constexpr std::optional<ElementKey> elementKey(const Key& key) noexcept {
+    constexpr std::array<std::uint8_t, 4> kGenericContainer{0x0D, 0x01, 0x03, 0x01};
+    if (!beginsLabel(key) || !std::equal(kGenericContainer.begin(), kGenericContainer.end(), key.begin() + 8)) {
+        return std::nullopt;
+    }
+    return ElementKey{.item = key[12], .count = key[13], .type = key[14], .number = key[15]};
+}
+
 /// The key of an ANC frame element (SMPTE ST 436-1) in an essence container: `count` data elements, this is `number`.
 [[nodiscard]] constexpr Key ancFrameElementKey(std::uint8_t count = 1, std::uint8_t number = 1) noexcept {
     return {0x06, 0x0E, 0x2B, 0x34, 0x01, 0x02, 0x01, 0x01, 0x0D, 0x01, 0x03, 0x01, 0x17, count, 0x02, number};

@@ -1,4 +1,4 @@
-// Files of SMPTE ST 336 triplets (key, length, value) that carry SMPTE ST 436-1 ANC frame elements, one a frame.
+// Files of SMPTE ST 336 triplets (key, length, value) that carry SMPTE ST 436-1 ANC frame elements, one a frame or several.
 //
 //     qlx::streams::KlvReader reader(source);
 //     qlx::streams::KlvWriter writer(sink);
@@ -34,9 +34,12 @@ inline constexpr std::size_t kMostElementFindings = 10;
 QLX_STREAMS_EXPORT void readAncFrameElement(std::span<const std::uint8_t> element, std::uint64_t place, Frame& frame,
                                             FindingSink* findings);
 
-/// Reads triplets; the n-th ANC frame element is frame n, triplets with other keys are passed over. Behind damage it
-/// goes on with the next triplet that leads to another one, also at the beginning: what was skipped is a finding. A source
-/// that knows its size is read in longer pieces, and looked at behind values that are not kept.
+/// Reads triplets; the ANC frame elements of the n-th content package that has any are frame n, and triplets with other
+/// keys are passed over. Most files have one in each. A package ends behind the last element of its data item, or where
+/// an element with no greater number (SMPTE ST 379-1), one of another item or a partition stands.
+///
+/// Behind damage it goes on with the next triplet that leads to another one, also at the beginning: what was skipped is
+/// a finding. A source that knows its size is read in longer pieces, and looked at behind values that are not kept.
 class QLX_STREAMS_EXPORT KlvReader final : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.
@@ -53,6 +56,8 @@ private:
     [[nodiscard]] std::optional<Finding> fill();
     [[nodiscard]] std::optional<Finding> otherFile() const;
     [[nodiscard]] std::optional<Finding> report(FindingSink* findings);
+    [[nodiscard]] bool take(const klv::TripletView& triplet, Frame& frame, FindingSink* findings);
+    [[nodiscard]] Result<bool> end(const std::optional<Finding>& failure);
 
     ByteSource& _source;
     std::uint64_t _start;  ///< Where the file begins in it.
@@ -60,6 +65,9 @@ private:
     klv::Reader _reader;
     std::vector<std::uint8_t> _piece;
     std::uint64_t _frames = 0;
+    /// The number of the last data element of the frame that is being read; none between frames.
+    std::optional<std::uint8_t> _element;
+    std::optional<klv::TripletView> _next;  ///< What begins the package behind it.
     bool _hasTriplet = false;
     bool _isAtEnd = false;
     std::optional<Finding> _readError;  ///< What the source failed with: it ends what is there.

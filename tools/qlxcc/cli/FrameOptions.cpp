@@ -12,7 +12,8 @@ constexpr std::string_view kRateChangeFormats[] = {"v210",  "2vuy", "klv", "json
                                                    "mpeg2", "mxf",  "mov", "ts",    "ps",  "mkv",  "flv"};
 
 constexpr std::string_view kScanNotes =
-    R"(v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, one a frame.
+    R"(v210 and 2vuy files hold SDI rows, the same lines in every frame; klv files hold MXF ANC frame elements, those
+of a content package in a frame, mostly one.
 Each packet is listed with frame, line, DID/SDID, name, number of bytes and data; a caption packet (CEA-708) also with
 what it holds, whether its length byte and checksum are those of the standard, and the service blocks and extended
 data that are complete with it; an SCTE-104 packet with its
