@@ -2,6 +2,10 @@
 
 #include "io/Errors.h"
 
+#include <qlx/video/access_unit.h>
+#include <qlx/video/nal.h>
+
+#include <algorithm>
 #include <string>
 
 namespace qlx::tool {
@@ -20,6 +24,34 @@ InputKind kindOf(InputFile& source, std::optional<InputKind> given) {
     }
     throw UsageError("--from-format is needed: neither the content nor the name of " + source.name() +
                      " tells the format");
+}
+
+bool isVideo(InputKind kind) noexcept {
+    return kind == InputKind::H264 || kind == InputKind::Mpeg2 || kind == InputKind::H265;
+}
+
+void checkParameters(InputFile& source, std::string_view option) {
+    constexpr std::size_t kLookedAt = std::size_t{16} * 1024 * 1024;
+    constexpr std::uint8_t kFirstOfSystems = 0xB9;
+    for (std::size_t wanted = streams::kLongestPeek;; wanted = std::min(2 * wanted, kLookedAt)) {
+        const std::span<const std::uint8_t> looked = source.peekFar(wanted);
+        // Where there is no start code at all, or one of a multiplex comes first, the reader says so.
+        const std::size_t value = video::findStartCode(looked) + video::kStartCodeBytes;
+        const bool hasStartCode = value < looked.size();
+        if (hasStartCode && (looked[value] >= kFirstOfSystems || video::hasVideoParameters(looked))) {
+            return;
+        }
+        const bool isAtEnd = looked.size() < wanted;
+        if (isAtEnd || wanted == kLookedAt) {
+            if (!hasStartCode && isAtEnd) {
+                return;
+            }
+            const Finding missing{FindingCode::VideoParametersMissing, Severity::Error, 0,
+                                  static_cast<std::int64_t>(looked.size()), kLookedAt};
+            throw failureAtByte(source.name(), 0,
+                                missing.text() + ": " + std::string(option) + " says that it is video all the same");
+        }
+    }
 }
 
 void checkRowOptions(InputKind kind, const FrameSourceOptions& options) {

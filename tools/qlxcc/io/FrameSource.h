@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace qlx::tool {
@@ -33,6 +34,15 @@ struct FrameSourceOptions {
 /// What a file is: what the options say, or else its content, or else its name.
 /// @throws UsageError when none of them tells; Failure when the file is empty.
 [[nodiscard]] InputKind kindOf(InputFile& source, std::optional<InputKind> given);
+
+/// Whether a file is a stream of coded pictures.
+[[nodiscard]] bool isVideo(InputKind kind) noexcept;
+
+/// Refuses a file that has no parameters of pictures in its first 16 MiB, whatever its name and start codes say: other
+/// files have start codes as well. Of what has none in front of that as many bytes are held.
+/// @param option That says that it is video all the same.
+/// @throws Failure
+void checkParameters(InputFile& source, std::string_view option);
 
 /// @throws UsageError when there are options for rows and a file of this kind has none.
 void checkRowOptions(InputKind kind, const FrameSourceOptions& options);

@@ -244,36 +244,6 @@ bool hasFrames(InputKind kind) {
            kind == InputKind::Mcc;
 }
 
-/// Whether a file is a stream of coded pictures.
-bool isVideo(InputKind kind) {
-    return kind == InputKind::H264 || kind == InputKind::Mpeg2 || kind == InputKind::H265;
-}
-
-/// Refuses a file that has no parameters of pictures in its first 16 MiB, whatever its name and start codes say: other
-/// files have start codes as well. Of what has none in front of that as many bytes are held.
-void checkParameters(InputFile& source) {
-    constexpr std::size_t kLookedAt = std::size_t{16} * 1024 * 1024;
-    constexpr std::uint8_t kFirstOfSystems = 0xB9;
-    for (std::size_t wanted = streams::kLongestPeek;; wanted = std::min(2 * wanted, kLookedAt)) {
-        const std::span<const std::uint8_t> looked = source.peekFar(wanted);
-        // Where there is no start code at all, or one of a multiplex comes first, the reader says so.
-        const std::size_t value = video::findStartCode(looked) + video::kStartCodeBytes;
-        const bool hasStartCode = value < looked.size();
-        if (hasStartCode && (looked[value] >= kFirstOfSystems || video::hasVideoParameters(looked))) {
-            return;
-        }
-        const bool isAtEnd = looked.size() < wanted;
-        if (isAtEnd || wanted == kLookedAt) {
-            if (!hasStartCode && isAtEnd) {
-                return;
-            }
-            const Finding missing{FindingCode::VideoParametersMissing, Severity::Error, 0,
-                                  static_cast<std::int64_t>(looked.size()), kLookedAt};
-            throw failureAtByte(source.name(), 0, missing.text() + ": --codec says that it is video all the same");
-        }
-    }
-}
-
 /// The kind of a file of frames; none for what is to be read as an elementary stream.
 /// @throws UsageError when the file is of a kind that holds no captions.
 std::optional<InputKind> frameFileKind(const ExtractOptions& options, InputFile& source) {
@@ -288,7 +258,7 @@ std::optional<InputKind> frameFileKind(const ExtractOptions& options, InputFile&
         first, source.name(), [](InputKind kind) { return hasFrames(kind) || isVideo(kind); }, "which holds no video");
     const std::optional<InputKind> kind = inputKind(first, source.name());
     if (!kind || isVideo(*kind)) {
-        checkParameters(source);
+        checkParameters(source, "--codec");
     }
     return kind && hasFrames(*kind) ? kind : std::nullopt;
 }
