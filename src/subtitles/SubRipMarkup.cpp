@@ -70,13 +70,13 @@ bool isEmptyRow(std::string_view text) noexcept {
 bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept {
     // A tag has an end.
     const std::size_t last = hasTags ? text.size() : text.find_last_of('>') + 1;
-    for (std::size_t place = placeOfAny<'<', '{', '&', '-'>(text); place != std::string_view::npos;
-         place = placeOfAny<'<', '{', '&', '-'>(text, place + 1)) {
+    for (std::size_t place = placeOfAny<'<', '{', '&'>(text); place != std::string_view::npos;
+         place = placeOfAny<'<', '{', '&'>(text, place + 1)) {
         const std::string_view rest = text.substr(place);
         const bool isTag =
             place < last && rest.size() > 1 && rest[0] == '<' &&
             (rest[1] == '/' || rest[1] == ' ' || rest[1] == '\t' || kLetters.find(rest[1]) != std::string_view::npos);
-        if (isTag || rest.starts_with("{\\") || rest.starts_with("-->") || entityIn(rest)) {
+        if (isTag || rest.starts_with("{\\") || entityIn(rest)) {
             return true;
         }
     }

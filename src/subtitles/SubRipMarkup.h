@@ -75,7 +75,7 @@ private:
     std::optional<CodePosition> _position;
 };
 
-/// Whether a row of text, written as it stands, is read as something else.
+/// Whether text of a row, written as it stands, is read as something else, but for that it has an arrow as times have.
 /// @param hasTags Whether tags stand around it, or other text.
 [[nodiscard]] bool looksLikeSubRipMarkup(std::string_view text, bool hasTags) noexcept;
 

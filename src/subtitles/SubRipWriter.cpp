@@ -93,6 +93,8 @@ void writeRow(const Row& row, RowLosses& losses, std::string& text) {
         appendWithoutLineEnds(text, run.text);
         closeTags(run, text);
     }
+    // One in a code, or of two runs, is one in the row.
+    losses.isAmbiguous = losses.isAmbiguous || text.find("-->", begin) != std::string::npos;
     if (text.find_first_not_of(" \t", begin) == std::string::npos) {
         // Blanks alone are an empty row for many readers, which ends the cue.
         text.resize(begin);

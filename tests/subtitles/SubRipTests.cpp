@@ -388,6 +388,21 @@ TEST(SubRip, SaysWhichTextIsReadAsMarkup) {
     }
 }
 
+TEST(SubRip, SaysThatARowHasAnArrow) {
+    Cue cue = cueOf(1, 0, 1000, {rowOf("00"), rowOf("n")});
+    cue.rows[1].runs[0].properties = {{"srt.codes", "\\a --> 2"}};
+    qlx::Findings findings;
+    EXPECT_EQ(written(cue, &findings), "1\n00:00:00,000 --> 00:00:01,000\n00\n{\\a --> 2}n\n\n");
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::SubtitleTextAmbiguous);
+    findings.clear();
+    cue = cueOf(1, 0, 1000, {rowOf("--")});
+    cue.rows[0].runs.push_back({"> you", {}, {}, {}});
+    EXPECT_EQ(written(cue, &findings), "1\n00:00:00,000 --> 00:00:01,000\n--> you\n\n");
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].code, FindingCode::SubtitleTextAmbiguous);
+}
+
 TEST(SubRip, IsReadBackAsItWasWritten) {
     std::mt19937 random(7);
     std::string text;
