@@ -100,11 +100,33 @@ TEST(InputKind, SaysThatTheCaptionsOfAFileAreInNoPicture) {
     EXPECT_EQ(result.out.find("picture"), std::string::npos) << result.out;
 }
 
+// A name and start codes do not make video of a file: other files have these too.
+TEST(InputKind, RefusesVideoWithoutParametersUnlessItIsSaidToBeVideo) {
+    const TemporaryFolder folder;
+    const Bytes stream = fromHex("000001b8 00000000 00000100 0048 000001b2 47413934 03 c1 ff fc9420 ff 00000101 55");
+    const std::string file = folder.write("a.m2v", stream);
+    const std::vector<std::vector<std::string>> commands{
+        {"scan", file},
+        {"scan", file, "--list"},
+        {"show", file, "--all", "--rate", "25"},
+        {"rate", file, "--from-rate", "25", "--to-rate", "50", "-o", folder.path("a.klv")},
+        {"convert", file, "--from-rate", "25", "-o", folder.path("a.jsonl")}};
+    for (std::vector<std::string> command : commands) {
+        const auto refused = runTool(command);
+        EXPECT_EQ(refused.exitCode, 1) << command[0];
+        EXPECT_EQ(refused.err,
+                  "qlxcc: " + file + ": byte 0: no sequence header and no parameter set of video in the first " +
+                      std::to_string(stream.size()) + " bytes: --from-format says that it is video all the same\n");
+        command.insert(command.end(), {"--from-format", "mpeg2"});
+        EXPECT_EQ(runTool(command).exitCode, 0) << command[0];
+    }
+}
+
 TEST(InputKind, GivesThePicturesOfAnElementaryStreamInOrder) {
     // MPEG-2: I (temporal reference 1), then B (0), each with its own field 1 pair.
     const std::string userData = "000001b2 47413934 03 c1 ff fc";
-    const Bytes stream = fromHex("000001b3 00 000001b8 00000000 00000100 0048" + userData + "9420 ff 00000101 55" +
-                                 "00000100 0018" + userData + "9429 ff 00000101 55");
+    const Bytes stream = fromHex("000001b3 2d01e0 33 ffff e0 000001b8 00000000 00000100 0048" + userData +
+                                 "9420 ff 00000101 55" + "00000100 0018" + userData + "9429 ff 00000101 55");
     const TemporaryFolder folder;
     const auto result = runTool({"scan", folder.write("a.m2v", stream), "--json"});
     EXPECT_EQ(qlxtest::withoutSchema(result.out),

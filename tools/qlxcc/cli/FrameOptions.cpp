@@ -54,7 +54,8 @@ constexpr OptionRow kScanOptions[] = {
     fromFormat(kFrameFormats, "--format", "{}",
                "Else it is told by the content, but rows (`v210`, `2vuy`) by the name alone, as any bytes can be "
                "samples. `mov` is also the form "
-               "of MP4 files."),
+               "of MP4 files. A file that is video by its name or first bytes, but has neither a sequence header nor a "
+               "sequence parameter set in its first 16 MiB, is refused unless this option says that it is."),
     kRowWidth,
     kLines,
     kRowCount,

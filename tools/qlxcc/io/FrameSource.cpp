@@ -17,6 +17,9 @@ InputKind kindOf(InputFile& source, std::optional<InputKind> given) {
     const auto first = source.peek(streams::kBytesThatTellKind);
     const std::optional<InputKind> kind = streams::inputKind(first, source.name());
     if (kind) {
+        if (isVideo(*kind)) {
+            checkParameters(source, "--from-format");
+        }
         return *kind;
     }
     if (first.empty()) {

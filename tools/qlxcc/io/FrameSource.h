@@ -32,7 +32,8 @@ struct FrameSourceOptions {
 };
 
 /// What a file is: what the options say, or else its content, or else its name.
-/// @throws UsageError when none of them tells; Failure when the file is empty.
+/// @throws UsageError when none of them tells; Failure when the file is empty, or as checkParameters() of video that the
+///   options do not say.
 [[nodiscard]] InputKind kindOf(InputFile& source, std::optional<InputKind> given);
 
 /// Whether a file is a stream of coded pictures.

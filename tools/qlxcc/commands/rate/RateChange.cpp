@@ -385,6 +385,9 @@ InputKind kindOfFrames(InputFile& source, const FrameSourceOptions& options, boo
                      withPictures ? "which has no frames with packets or captions"
                                   : "which has no frames with packets");
     const InputKind kind = inputKind(first, source.name()).value_or(InputKind::Klv);
+    if (withPictures && isVideo(kind)) {
+        checkParameters(source, "--from-format");
+    }
     const bool isRead = hasPackets(kind) || (withPictures && hasPictures(kind) && kind != InputKind::Mxf);
     return isRead ? kind : InputKind::Klv;
 }
