@@ -98,7 +98,7 @@ void Receiver::reportTextInFront(std::uint8_t first, std::uint8_t second) {
     const auto isLetter = [](std::uint8_t byte) { return (byte & 0x7FU) >= kFirstCharacter && hasOddParity(byte); };
     const bool areLetters = isLetter(first) && (isLetter(second) || (second & 0x7FU) == 0);
     if (isForNothing && areLetters && !_isExtendedData && !std::exchange(_hasToldOfFront, true)) {
-        report(FindingCode::Cea608TextInFront, first << 8U | second, 0, Severity::Remark);
+        report(FindingCode::Cea608TextInFront, first << 8U | second);
     }
 }
 
