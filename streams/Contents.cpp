@@ -99,7 +99,7 @@ public:
         const detail::FrameCaptions captions(frame, nullptr);
         takeField(cc::CcType::Field1, captions.triplets(), frame, findings);
         takeField(cc::CcType::Field2, captions.triplets(), frame, findings);
-        takeServices(captions.triplets(), frame);
+        takeServices(captions.triplets(), frame, findings);
         _pages.receive(frame);
         _last.number = frame.number;
         _last.pts = frame.pts;
@@ -117,9 +117,10 @@ public:
         }
     }
 
-    void finish() {
+    void finish(FindingSink* findings) {
         ServiceFlags isChanged{};
-        takePackets(_packets.finish(), isChanged);
+        _xds.finish(findings);
+        takePackets(_packets.finish(findings), isChanged);
         followServices(isChanged, _last);
     }
 
@@ -212,7 +213,7 @@ private:
         }
     }
 
-    void takeServices(std::span<const cc::Triplet> triplets, const Frame& frame) {
+    void takeServices(std::span<const cc::Triplet> triplets, const Frame& frame, FindingSink* findings) {
         ServiceFlags isChanged{};
         for (std::uint64_t left = _clock.ticksBefore(frame); left > 0; --left) {
             for (auto& [number, service] : _services) {
@@ -220,7 +221,7 @@ private:
             }
         }
         for (const cc::Triplet& triplet : cc::dtvccTriplets(triplets)) {
-            takePackets(_packets.receive(triplet), isChanged);
+            takePackets(_packets.receive(triplet, findings), isChanged);
         }
         followServices(isChanged, frame);
     }
@@ -308,8 +309,8 @@ void ContentReader::receive(const Frame& frame, FindingSink* findings) {
     _state->receive(frame, findings);
 }
 
-void ContentReader::finish() {
-    _state->finish();
+void ContentReader::finish(FindingSink* findings) {
+    _state->finish(findings);
 }
 
 void ContentReader::nameLanguage(std::uint16_t page, std::string_view language) {

@@ -162,6 +162,33 @@ TEST(ScanCaptions, NeverRefusesAPacket) {
               "\n");
 }
 
+// A name with a wrong checksum and another one without an end; a packet of services that has a byte of a block of two, and
+// one behind a lost one that does not end.
+TEST(ScanCaptions, SaysWhatIsWrongWithExtendedDataAndServices) {
+    std::string frames;
+    int number = 0;
+    for (const std::string_view triplets :
+         {"fd0183ff0121", "fd46e9fe0000", "fdec6dff8321", "fd8f91", "fd0183", "fd46e9"}) {
+        frames += "{\"frame\":" + std::to_string(number++) + R"(,"packets":[],"captions":{"data":")" +
+                  std::string(triplets) + "\"}}\n";
+    }
+    const TemporaryFolder folder;
+    const std::string file = folder.write("a.jsonl", std::string_view(frames));
+    const std::string warning = "qlxcc: warning: " + file + ": frame ";
+    const std::string said = warning + "0: service block of 2 bytes, of which 1 are there\n" +  //
+                             warning + "3: extended data: checksum 11, but 65 is right\n" +     //
+                             warning + "5: extended data: packet 103 of 2 bytes has no end\n" + warning +
+                             "5: packet number 2 where 1 was expected\n" + warning +
+                             "5: packet of 6 bytes, of which 2 are there\n" + warning +
+                             "5: service block of 2 bytes, of which 1 are there\n";
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"scan", file}, std::vector<std::string>{"scan", file, "--list"}}) {
+        const ToolResult result = runTool(command);
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(result.err, said);
+    }
+}
+
 TEST(ScanCaptions, SaysInJsonWhereAPacketContradictsItself) {
     const TemporaryFolder folder;
     // 20 triplets are announced (f4), and one is there; then a section 55 where the flags announce cc_data.

@@ -64,7 +64,8 @@ struct ContentOptions {
     bool ignoresParity = false;  ///< CEA-608: parity bits are not looked at.
 };
 
-/// Finds out what is in a stream. Of what is wrong it says only what extended data have: OnAir says the rest.
+/// Finds out what is in a stream. Of what is wrong it says what extended data and packets of services have: OnAir says the
+/// rest.
 class QLX_STREAMS_EXPORT ContentReader {
 public:
     /// Has seen nothing yet.
@@ -75,12 +76,13 @@ public:
 
     /// Takes a frame.
     /// @param frame The next one.
-    /// @param findings Gets what is wrong with packets of extended data: cea608::XdsReader and cea608::xdsValue(); the offset
-    /// is 0.
+    /// @param findings Gets what is wrong with packets of extended data (cea608::XdsReader and cea608::xdsValue()) and of
+    /// services (cea708::PacketReader); the offset is 0.
     void receive(const Frame& frame, FindingSink* findings = nullptr);
 
     /// The stream is over: what came of a packet of services that has no end is taken.
-    void finish();
+    /// @param findings Gets that packets of services or extended data have no end; the offset is 0.
+    void finish(FindingSink* findings = nullptr);
 
     /// Says the language of a teletext page, as the teletext descriptor of a program's map names it (ETSI EN 300 468, clause
     /// 6.2.43): it comes before that of the page's character set.

@@ -52,7 +52,7 @@ void ContentListWriter::write(const Frame& frame) {
 }
 
 void ContentListWriter::finish() {
-    _reader.finish();
+    _reader.finish(_findings);
     const std::vector<Content> contents = _reader.contents();
     if (_asJson) {
         writeJson(contents);

@@ -49,6 +49,13 @@ public:
         }
     }
 
+    /// Who gets what is wrong with what captions hold. It must outlive this.
+    void setFindings(FindingSink* findings) noexcept {
+        if (_list) {
+            _list->setFindings(findings);
+        }
+    }
+
     [[nodiscard]] FrameWriter& frames() noexcept {
         return _changes ? static_cast<FrameWriter&>(*_changes) : static_cast<FrameWriter&>(*_list);
     }
@@ -174,6 +181,9 @@ int scan(const ScanOptions& options) {
     if (contents != nullptr) {
         contents->setFindings(counters.get());
     }
+    if (listing) {
+        listing->setFindings(counters.get());
+    }
     try {
         reader = openFrames(source, sourceOptions);
         problems = readFrames(source, *reader, output, [&](const Frame& frame) {
@@ -216,7 +226,6 @@ int scan(const ScanOptions& options) {
         output.commit();
         return inLists > 0 ? kExitFailure : kExitSuccess;
     }
-    counters->finish();
     if (contents != nullptr) {
         contents->name(reader->teletextPages());
     }
@@ -231,6 +240,7 @@ int scan(const ScanOptions& options) {
         splices->close(*withTeletext == 0);
     }
     const std::uint64_t inLists = finishLists(listing.get(), splices.get(), output);
+    counters->finish();
     // A file of frames has what could be read, and the exit code says that it is not all.
     problems = {problems.all + inLists, frames ? 0 : problems.lost + inLists};
     return finishFrames(source, output, problems, "not every packet could be read");

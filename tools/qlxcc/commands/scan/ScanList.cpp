@@ -137,17 +137,22 @@ std::vector<std::string> TeletextList::linesOf(std::span<const teletext::SdpLine
 std::vector<std::string> CaptionContents::linesOf(std::span<const cc::Triplet> triplets) {
     std::vector<std::string> lines;
     for (const cc::Triplet& pair : cc::fieldPairs(triplets, cc::CcType::Field2)) {
-        if (const auto packet = _xds.receive(pair.first, pair.second)) {
+        if (const auto packet = _xds.receive(pair.first, pair.second, _findings)) {
             lines.push_back("XDS " + xdsInWords(*packet));
         }
     }
     for (const cc::Triplet& triplet : cc::dtvccTriplets(triplets)) {
-        for (const cea708::ReceivedPacket& packet : _packets.receive(triplet)) {
+        for (const cea708::ReceivedPacket& packet : _packets.receive(triplet, _findings)) {
             const auto blocks = _services.linesOf(packet);
             lines.insert(lines.end(), blocks.begin(), blocks.end());
         }
     }
     return lines;
+}
+
+void CaptionContents::finish() {
+    _xds.finish(_findings);
+    (void)_packets.finish(_findings);
 }
 
 std::vector<std::string> ListWriter::detailsOf(const anc::Packet& packet) {
@@ -229,6 +234,7 @@ void ListWriter::write(const Frame& frame) {
 }
 
 void ListWriter::writeSummary() {
+    _captions.finish();
     _output.write(
         counted(_packets, "packet") + " in " + counted(_frames, "frame") +
         (_pictures > 0 ? ", " + counted(_pictures, "frame") + " with captions in the picture" : std::string()) +

@@ -59,13 +59,20 @@ public:
     CaptionContents(bool ignoresParity, WideCharacters wideCharacters)
         : _xds({.ignoresParity = ignoresParity}), _services(std::move(wideCharacters)) {}
 
+    /// Who gets what is wrong with packets of extended data and of services; the offset is 0.
+    void setFindings(FindingSink* findings) noexcept { _findings = findings; }
+
     /// What is complete with these triplets.
     [[nodiscard]] std::vector<std::string> linesOf(std::span<const cc::Triplet> triplets);
+
+    /// Says of which packets the end is missing.
+    void finish();
 
 private:
     cea608::XdsReader _xds;
     cea708::PacketReader _packets;
     ServiceWords _services;
+    FindingSink* _findings = nullptr;
 };
 
 /// How a list is written.
@@ -84,6 +91,9 @@ public:
     ListWriter(OutputFile& output, ListOptions options)
         : _output(output), _teletext(options.inColours, options.region),
           _captions(options.ignoresParity, std::move(options.wideCharacters)) {}
+
+    /// Who gets what is wrong with what captions hold; the offset is 0. It must outlive this.
+    void setFindings(FindingSink* findings) noexcept { _captions.setFindings(findings); }
 
     void write(const Frame& frame) override;
 
