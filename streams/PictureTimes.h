@@ -34,6 +34,9 @@ public:
         return _order.add(unit, std::move(frame), joinSecondField);
     }
 
+    /// Of the picture that was added last, as video::PictureCount says it.
+    [[nodiscard]] bool lacksParameters() const noexcept { return _order.lacksParameters(); }
+
     /// No picture follows.
     void finish() noexcept { _order.finish(); }
 

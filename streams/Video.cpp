@@ -155,10 +155,12 @@ Result<bool> VideoReader::next(Frame& frame, FindingSink* findings) {
             }
             Frame picture;
             picture.triplets = _captions.take((*unit)->bytes, form, (*unit)->offset, findings);
-            _order->add((*unit)->bytes, std::move(picture));
+            (void)_order->add((*unit)->bytes, std::move(picture));
+            _early.take(_order->lacksParameters(), (*unit)->offset, findings);
             continue;
         }
         _isAtEnd = true;
+        _early.finish(findings);
         if (!unit) {
             _error = unit.error();
         }

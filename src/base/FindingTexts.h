@@ -303,6 +303,8 @@ inline constexpr FindingText kFindingTexts[] = {
     {VideoScte20Cut, "{1} pair{1s} announced, {2} there"},
     {VideoScte20FieldWrong, "pair {1} has field number 0"},
     {VideoScte20OtherLine, "pair {1} has line offset {2}, not 11 for line 21: it is used all the same"},
+    {VideoParametersNotYetThere,
+     "{1} picture{1s} in front of parameter sets: as they stand, not as they are presented"},
     {Line21FormatUnknown, "unknown pixel format {1x}"},
     {Line21RowTooShort, "row of {2} bytes, {1} are needed"},
     {Line21RowTooNarrow, "row of {2} pixels, {1} are needed"},

@@ -222,6 +222,7 @@ std::optional<std::int64_t> PictureCount::slicePlace(std::span<const std::uint8_
         beginAnew();
     }
     const std::optional<detail::H264Slice> header = headerOf(slice);
+    _lacksParameters = sequenceOf(slice) == nullptr;
     if (!header) {
         return std::nullopt;
     }
@@ -339,7 +340,8 @@ std::optional<std::int64_t> PictureCount::h265SlicePlace(std::span<const std::ui
     const auto picture = _h265Pictures.find(reader.number());
     const auto found =
         picture == _h265Pictures.end() ? _h265Sequences.end() : _h265Sequences.find(picture->second.sequence);
-    if (found == _h265Sequences.end()) {
+    _lacksParameters = found == _h265Sequences.end();
+    if (_lacksParameters) {
         return std::nullopt;
     }
     reader.skip(picture->second.extraHeaderBits);
@@ -394,6 +396,7 @@ std::optional<std::int64_t> PictureCount::h265Place(const Units& units) {
 
 std::int64_t PictureCount::placeOf(std::span<const std::uint8_t> unit) {
     const std::optional<Field> first = std::exchange(_field, std::nullopt);
+    _lacksParameters = false;
     std::optional<std::int64_t> place;
     if (_form.codec == Codec::Mpeg2) {
         place = mpeg2Place(unit);

@@ -187,4 +187,38 @@ TEST(VideoReader, JoinsTheFieldsOfAFrame) {
     EXPECT_FALSE(found[4]);
 }
 
+// Two pictures in front of the parameter sets, and one behind them that names others.
+TEST(VideoReader, SaysWhichPicturesHaveNoParameters) {
+    // Baseline profile, counts of 4 bits for frames and order, frames only; an IDR picture with order 0, one with order 4.
+    const std::string parameters = "00000001 67 42001e f4f0 00000001 68 e0";
+    const std::string idr = "000001 65 e108";
+    const std::string next = "000001 41 e090";
+    // The first bit 1, then slice type 0 and picture parameter set 1.
+    const std::string other = "000001 41 d0 1010";
+    const auto read = [](const std::string& hex, Codec codec) {
+        const Bytes stream = fromHex(hex);
+        qlx::streams::MemorySource source(stream);
+        qlx::streams::VideoReader reader(source, codec);
+        qlx::streams::Frame frame;
+        qlx::Findings findings;
+        for (qlx::Result<bool> more = true; more && *more; more = reader.next(frame, &findings)) {
+        }
+        std::vector<std::string> said;
+        for (const qlx::Finding& finding : findings) {
+            said.push_back(std::to_string(finding.offset) + ": " + finding.text());
+        }
+        return said;
+    };
+    const std::string words = " in front of parameter sets: as they stand, not as they are presented";
+    EXPECT_EQ(read(idr + next + parameters + idr + next, Codec::H264),
+              std::vector<std::string>{"0: 2 pictures" + words});
+    const std::string sound = parameters + idr;
+    EXPECT_EQ(read(sound + other, Codec::H264),
+              std::vector<std::string>{std::to_string(fromHex(sound).size()) + ": 1 picture" + words});
+    EXPECT_EQ(read(sound + next, Codec::H264), std::vector<std::string>());
+    EXPECT_EQ(read("00000001 2601 af00 00000001 0201 d000", Codec::H265),
+              std::vector<std::string>{"0: 2 pictures" + words});
+    EXPECT_EQ(read(mpeg2Picture(0, "01"), Codec::Mpeg2), std::vector<std::string>());
+}
+
 }  // namespace

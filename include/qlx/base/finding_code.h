@@ -308,6 +308,7 @@ enum class FindingCode : std::uint32_t {
     VideoScte20Cut,                ///< cc_count, pairs there.
     VideoScte20FieldWrong,         ///< Number of the pair from 0; its field_number is 0.
     VideoScte20OtherLine,          ///< Number of the pair from 0, its line_offset.
+    VideoParametersNotYetThere,    ///< Pictures; the offset is that of the first one.
 
     // klv (SMPTE ST 336)
     KlvKeyWrong = 0x9'0001,  ///< The first four bytes as a number, in place of 060E2B34h.

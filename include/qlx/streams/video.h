@@ -18,6 +18,7 @@
 #include <qlx/streams/frame_reader.h>
 #include <qlx/video/access_unit.h>
 #include <qlx/video/nal.h>
+#include <qlx/video/order.h>
 
 #include <cstdint>
 #include <memory>
@@ -89,7 +90,8 @@ private:
 };
 
 /// The pictures of an elementary stream as frames, in the order of presentation, with the captions that they carry. Two
-/// field pictures of H.264 or MPEG-2 video that make a frame are one, with the captions of both; of H.265 each is one.
+/// field pictures of H.264 or MPEG-2 video that make a frame are one, with the captions of both; of H.265 each is one. Pictures
+/// in front of their parameter sets stand as in the stream, which is said (VideoParametersNotYetThere).
 class QLX_STREAMS_EXPORT VideoReader final : public FrameReader {
 public:
     /// The same as of VideoUnits.
@@ -105,6 +107,7 @@ private:
     VideoUnits _units;
     PictureCaptions _captions;
     std::unique_ptr<Order> _order;
+    video::PicturesWithoutParameters _early;
     std::optional<Finding> _error;  ///< That ended the units; told behind the frames in front of it.
     bool _isAtEnd = false;
 };

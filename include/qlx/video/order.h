@@ -6,6 +6,7 @@
 //     while (auto captions = order.take()) { show(*captions); }
 #pragma once
 
+#include <qlx/base/finding.h>
 #include <qlx/video/h264.h>
 #include <qlx/video/hevc.h>
 #include <qlx/video/nal.h>
@@ -51,6 +52,10 @@ public:
     /// no new count in the second one (ITU-T H.264, 3.30 and 3.31). Pictures of H.265 are taken as frames.
     [[nodiscard]] bool isSecondField() const noexcept { return _isSecondField; }
 
+    /// Whether the last picture stands as in the stream because its parameter sets are missing: it may have to be presented
+    /// elsewhere.
+    [[nodiscard]] bool lacksParameters() const noexcept { return _lacksParameters; }
+
     /// Where the places begin of the sequence or group that came last. What stands in front of it is complete, but for
     /// the first pictures of an open group, which have places of their own in it.
     [[nodiscard]] std::int64_t base() const noexcept { return _base; }
@@ -88,10 +93,39 @@ private:
     bool _isEnded = false;        ///< H.265: an end of sequence was the last unit.
     std::optional<Field> _field;  ///< The last picture, as long as its other field has not come.
     bool _isSecondField = false;
+    bool _lacksParameters = false;
     std::map<std::uint32_t, H264Sequence> _sequences;
     std::map<std::uint32_t, H264Picture> _pictures;
     std::map<std::uint32_t, H265Sequence> _h265Sequences;
     std::map<std::uint32_t, H265Picture> _h265Pictures;
+};
+
+/// Says how many pictures stand as in the stream for want of their parameter sets: those in front of the first ones, where a
+/// recording begins between them.
+class PicturesWithoutParameters {
+public:
+    /// Takes the next picture of the stream.
+    /// @param lacksParameters What PictureCount says of it.
+    /// @param offset Its byte of the stream.
+    /// @param findings Gets VideoParametersNotYetThere, at the first one of those in front of it; may be null.
+    void take(bool lacksParameters, std::uint64_t offset, FindingSink* findings) {
+        if (!lacksParameters) {
+            finish(findings);
+            return;
+        }
+        _first = _count++ == 0 ? offset : _first;
+    }
+
+    /// No picture follows: the same of the last ones.
+    void finish(FindingSink* findings) {
+        if (const std::int64_t count = std::exchange(_count, 0); count > 0 && findings != nullptr) {
+            findings->add({FindingCode::VideoParametersNotYetThere, Severity::Warning, _first, count, 0});
+        }
+    }
+
+private:
+    std::int64_t _count = 0;
+    std::uint64_t _first = 0;
 };
 
 /// As many pictures wait at most: H.264 lets 16 frames overtake another, which may be 32 fields. A field whose other one
@@ -123,6 +157,9 @@ public:
         _first = _count.isFirstField() ? std::optional(place) : std::nullopt;
         return false;
     }
+
+    /// Of the picture that was added last, as PictureCount says it.
+    [[nodiscard]] bool lacksParameters() const noexcept { return _count.lacksParameters(); }
 
     /// No picture follows.
     void finish() noexcept { _isFinished = true; }

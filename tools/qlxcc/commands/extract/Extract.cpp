@@ -114,6 +114,7 @@ public:
         }
         if (_order) {
             _order->finish();
+            _early.finish(&places);
             printOrdered();
         }
         notes.finish();
@@ -150,6 +151,7 @@ private:
             _order.emplace(video::StreamForm{_units.codec(), 0});
         }
         _order->add(unit.bytes, printed);
+        _early.take(_order->lacksParameters(), unit.offset, &notes);
         printOrdered();
     }
 
@@ -181,6 +183,7 @@ private:
     streams::VideoUnits _units;
     streams::PictureCaptions _captions;
     std::optional<video::PictureOrder<Unit>> _order;  ///< Pairs of a field make sense as they are presented.
+    video::PicturesWithoutParameters _early;
     bool _hasTitle = false;
     std::uint64_t _count = 0;
     std::uint64_t _filled = 0;
