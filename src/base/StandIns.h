@@ -1,6 +1,7 @@
 // What is sent in place of characters that a caption system does not have.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string_view>
 
@@ -15,21 +16,41 @@ inline constexpr std::u32string_view kReplacements =
     "1\u00B2"
     "2\u00B3"
     "3"
-    U"\u00C6A\u00E6a\u0152O\u0153o\u00D0D\u00F0d\u00DDY\u00FDy\u0178Y\u00FFy\u1E9ES"
-    U"\u0100A\u0101a\u0102A\u0103a\u0104A\u0105a\u0106C\u0107c\u010CC\u010Dc\u010ED\u010Fd\u0110D\u0111d"
-    U"\u0112E\u0113e\u0118E\u0119e\u011AE\u011Be\u011EG\u011Fg\u012AI\u012Bi\u0130I\u0131i"
-    U"\u0139L\u013Al\u013DL\u013El\u0141L\u0142l\u0143N\u0144n\u0147N\u0148n\u0150O\u0151o"
-    U"\u0154R\u0155r\u0158R\u0159r\u015AS\u015Bs\u015ES\u015Fs\u0160S\u0161s\u0218S\u0219s"
-    U"\u0162T\u0163t\u0164T\u0165t\u021AT\u021Bt\u016AU\u016Bu\u016EU\u016Fu\u0170U\u0171u"
-    U"\u0179Z\u017Az\u017BZ\u017Cz\u017DZ\u017Ez";
+    U"\u00C6A\u00E6a\u00D0D\u00F0d\u00DDY\u00FDy\u00FFy"
+    U"\u018FA\u0259a\u01E4G\u01E5g\u01FCA\u01FDa\u01FEO\u01FFo\u01A0O\u01A1o\u01AFU\u01B0u\u01CDA\u01CEa\u01CFI\u01D0i"
+    U"\u01D1O\u01D2o\u01D3U\u01D4u\u01D5U\u01D6u\u01D7U\u01D8u\u01D9U\u01DAu\u01DBU\u01DCu\u01E6G\u01E7g\u01E8K\u01E9k"
+    U"\u01EAO\u01EBo\u01F8N\u01F9n\u0218S\u0219s\u021AT\u021Bt";
 
 static_assert(kReplacements.size() % 2 == 0);
+
+/// Letters that stand side by side in Unicode, of which each has a letter without a mark in its place.
+struct LetterBlock {
+    char32_t first = 0;
+    std::string_view letters;
+};
+
+/// Latin Extended-A, and Latin Extended Additional but for the letters of Middle Welsh.
+inline constexpr std::array<LetterBlock, 2> kLetterBlocks{{
+    {0x0100, "AaAaAaCcCcCcCcDdDdEeEeEeEeEeGgGgGgGgHhHhIiIiIiIiIiIiJjKkqLlLlLlL"
+             "lLlNnNnNnnNnOoOoOoOoRrRrRrSsSsSsSsTtTtTtUuUuUuUuUuUuWwYyYZzZzZzs"},
+    {0x1E00, "AaBbBbBbCcDdDdDdDdDdEeEeEeEeEeFfGgHhHhHhHhHhIiIiKkKkKkLlLlLlLlMm"
+             "MmMmNnNnNnNnOoOoOoOoPpPpRrRrRrRrSsSsSsSsSsTtTtTtTtUuUuUuUuUuVvVv"
+             "WwWwWwWwWwXxXxYyZzZzZzhtwyasssSdAaAaAaAaAaAaAaAaAaAaAaAaEeEeEeEe"
+             "EeEeEeEeIiIiOoOoOoOoOoOoOoOoOoOoOoOoUuUuUuUuUuUuUuYyYyYyYy"},
+}};
+
+static_assert(kLetterBlocks[0].letters.size() == 0x80 && kLetterBlocks[1].letters.size() == 0xFA);
 
 /// The character that is sent for one that a system does not have.
 [[nodiscard]] constexpr char32_t replacementOf(char32_t character) noexcept {
     for (std::size_t index = 0; index < kReplacements.size(); index += 2) {
         if (kReplacements[index] == character) {
             return kReplacements[index + 1];
+        }
+    }
+    for (const LetterBlock& block : kLetterBlocks) {
+        if (character >= block.first && character - block.first < block.letters.size()) {
+            return static_cast<unsigned char>(block.letters[character - block.first]);
         }
     }
     return U'?';

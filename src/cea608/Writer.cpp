@@ -174,6 +174,7 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
             end(field, lane, slot, findings);
             start(field, cue, cue.start, slot, findings);
             lane.shown = lane.cues.pop();
+            lane.shown->shownAt = slot;
             return true;
         }
     }
@@ -186,9 +187,20 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
     return true;
 }
 
+/// The slot up to which what is shown is to be seen: where it has missed its end it has its own length, without what the
+/// next one cuts of it.
+std::uint64_t Writer::overTime(const Cue& shown) noexcept {
+    return shown.shownAt < shown.end ? shown.end : shown.shownAt + std::max(shown.end, shown.ownEnd) - shown.start;
+}
+
+/// Whether the next caption begins before what is shown is over, which happens where that one has missed its end.
+bool Writer::isOvertaken(const Lane& lane) noexcept {
+    return !lane.cues.empty() && lane.cues.front().start < overTime(*lane.shown);
+}
+
 /// The slot of the EDM of what is shown. In front of a caption that is painted at once it is over as that one begins.
 std::uint64_t Writer::eraseTime(const Lane& lane) const noexcept {
-    const std::uint64_t time = lane.shown->end;
+    const std::uint64_t time = overTime(*lane.shown);
     const bool isPaintedNext =
         !lane.cues.empty() && lane.cues.front().style == CaptionStyle::PaintOn && !lane.cues.front().isBegun;
     if (!isPaintedNext || lane.cues.front().start >= time + codeLength()) {
@@ -208,7 +220,7 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
     const std::uint64_t atOnce = slot + codeLength() - 1;
     switch (next.style) {
     case CaptionStyle::PopOn: {
-        if (slot < lane.shown->ownEnd) {
+        if (slot < lane.shown->ownEnd || isOvertaken(lane)) {
             return false;
         }
         const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
@@ -219,7 +231,7 @@ bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slo
         if (next.isBegun) {
             return false;
         }
-        return lane.shown->style == CaptionStyle::RollUp ? next.start > lane.shown->end + _clearAfter
+        return lane.shown->style == CaptionStyle::RollUp ? next.start > overTime(*lane.shown) + _clearAfter
                                                          : next.start > atOnce;
     case CaptionStyle::PaintOn:
         return !next.isBegun;
@@ -264,6 +276,7 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         end(field, lane, slot, movesUp ? nullptr : findings);
         start(field, cue, cue.start, slot, findings);
         lane.shown = cue;
+        lane.shown->shownAt = slot;
     }
     cue.isBegun = true;
     if (!isPopOn && cue.pairs == 0) {
@@ -307,8 +320,9 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
-        if (lane.shown && !isBeingWritten) {
-            keep(isPopOn ? std::max(lane.shown->end, lane.shown->ownEnd) : eraseTime(lane));
+        const bool needsErasure = cue == nullptr || cue->style == CaptionStyle::PaintOn || !isOvertaken(lane);
+        if (lane.shown && !isBeingWritten && needsErasure) {
+            keep(isPopOn ? std::max(overTime(*lane.shown), lane.shown->ownEnd) : eraseTime(lane));
         }
         if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {
             keep(cue->start);

@@ -188,7 +188,7 @@ void Writer::sendDue(Lane& lane, detail::FrameBlocks& blocks, FindingSink* findi
             return;
         }
     }
-    if (lane.shown && lane.shown->end <= _frame && isErased(lane) &&
+    if (lane.shown && lane.shown->over() <= _frame && isErased(lane) &&
         blocks.put(lane.service, bytesOf(WindowsAction::Delete, lane.shown->windows))) {
         endShown(lane, findings);
     }
@@ -204,11 +204,13 @@ bool Writer::isErased(const Lane& lane) const noexcept {
         // It is what is shown.
         return false;
     }
-    if (next.style == CaptionStyle::PopOn && _frame < lane.shown->ownEnd) {
+    // The next one begins before what has missed its end is over.
+    const bool isOvertaken = next.start < lane.shown->over();
+    if (next.style == CaptionStyle::PopOn && (_frame < lane.shown->ownEnd || isOvertaken)) {
         return false;
     }
     const bool rollsOn = next.style == CaptionStyle::RollUp && lane.shown->style == CaptionStyle::RollUp;
-    return !rollsOn || next.start > lane.shown->end + _clearAfter;
+    return !rollsOn || next.start > lane.shown->over() + _clearAfter;
 }
 
 /// As much of the front caption as the frame has room for.
@@ -297,7 +299,13 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
         addTo(findings, {FindingCode::Cea708ShownLate, Severity::Warning, cue.number, number(_frame - cue.start), 0});
     }
     _events.push_back({cue.number, CaptionStep::Shown});
-    Shown shown{.number = cue.number, .end = cue.end, .style = cue.style, .windows = cue.windows, .ownEnd = cue.ownEnd};
+    Shown shown{.number = cue.number,
+                .start = cue.start,
+                .end = cue.end,
+                .style = cue.style,
+                .windows = cue.windows,
+                .ownEnd = cue.ownEnd,
+                .shownAt = _frame};
     std::copy_n(cue.bytes.begin(), kDefinitionBytes, shown.definition.begin());
     lane.shown = shown;
 }
@@ -306,7 +314,7 @@ void Writer::show(Lane& lane, const Cue& cue, FindingSink* findings) {
 void Writer::endShown(Lane& lane, FindingSink* findings) {
     const bool isBeforeRollUp = !lane.cues.empty() && lane.cues.front().style == CaptionStyle::RollUp;
     const bool rollsOn = lane.shown->style == CaptionStyle::RollUp && isBeforeRollUp &&
-                         lane.cues.front().start <= lane.shown->end + _clearAfter;
+                         lane.cues.front().start <= lane.shown->over() + _clearAfter;
     if (_frame > lane.shown->end && !rollsOn) {
         addTo(findings,
               {FindingCode::Cea708EndLate, Severity::Warning, lane.shown->number, number(_frame - lane.shown->end), 0});

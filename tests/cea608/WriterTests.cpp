@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -115,6 +117,118 @@ TEST(PopOnCaptions, EndLateWhenTheyAreShownLate) {
     const Sent result = sentOf({captionOf(0, 2, std::u32string(28, U'a'))}, 1, FrameRate::Fps2997, true);
     EXPECT_EQ(result.findings,
               (Texts{"0: caption is shown 20 frames late, 20 pairs short", "0: caption ends 20 frames late"}));
+}
+
+std::u32string lettersOf(std::size_t count) {
+    return std::u32string(count, U'a');
+}
+
+/// The frames of a control code, with which of several it is.
+std::string framesOf(const Sent& result, std::string_view code) {
+    std::string text;
+    std::uint64_t frame = 0;
+    std::istringstream words(result.pairs);
+    for (std::string word; words >> word;) {
+        if (word.back() == ':') {
+            frame = std::stoull(word);
+            continue;
+        }
+        text += word == code ? (text.empty() ? "" : " ") + std::to_string(frame) : "";
+        ++frame;
+    }
+    return text;
+}
+
+// 17 pairs, then EOC at frame 17: an end behind that counts from there on, as it did from the start.
+TEST(PopOnCaptions, ThatAreShownBehindTheirEndStayForTheirOwnLength) {
+    const auto alone = [](std::uint64_t end) { return sentOf({captionOf(0, end, lettersOf(28))}); };
+    EXPECT_EQ(framesOf(alone(10), "142f"), "17");
+    EXPECT_EQ(framesOf(alone(10), "142c"), "27");
+    EXPECT_EQ(alone(10).findings,
+              (Texts{"0: caption is shown 17 frames late, 17 pairs short", "0: caption ends 17 frames late"}));
+    EXPECT_EQ(framesOf(alone(17), "142c"), "34");
+    EXPECT_EQ(framesOf(alone(18), "142c"), "18");
+    EXPECT_EQ(alone(18).findings, Texts{"0: caption is shown 17 frames late, 17 pairs short"});
+}
+
+TEST(PopOnCaptions, ThatAreShownBehindTheirEndStayUntilTheNextThatBeginsBeforeTheyAreOver) {
+    const auto both = [](std::uint64_t start, std::size_t letters) {
+        return sentOf({captionOf(0, 10, lettersOf(28)), captionOf(start, 200, lettersOf(letters))});
+    };
+    // Loaded behind the first one's EOC, with its own in frame 35: no EDM stands in the load.
+    Sent result = both(10, 28);
+    EXPECT_EQ(framesOf(result, "142f"), "17 35");
+    EXPECT_EQ(framesOf(result, "142c"), "200");
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption is shown 17 frames late, 17 pairs short", "0: caption ends 25 frames late",
+                     "1: caption is shown 25 frames late, 25 pairs short"}));
+    // The last one that begins before the first one is over, in frame 27, also where it is late.
+    EXPECT_EQ(framesOf(both(26, 28), "142f") + ", " + framesOf(both(26, 28), "142c"), "17 35, 200");
+    EXPECT_EQ(framesOf(both(26, 2), "142f") + ", " + framesOf(both(26, 2), "142c"), "17 26, 200");
+    EXPECT_EQ(framesOf(both(27, 2), "142f") + ", " + framesOf(both(27, 2), "142c"), "17 27, 200");
+    EXPECT_EQ(framesOf(both(27, 28), "142f") + ", " + framesOf(both(27, 28), "142c"), "17 36, 27 200");
+    EXPECT_EQ(framesOf(both(28, 2), "142f") + ", " + framesOf(both(28, 2), "142c"), "17 28, 27 200");
+    // One that is cut counts with its own length, and one that overlaps it takes its place.
+    result = sentOf({captionOf(0, 15, lettersOf(28)), captionOf(8, 200, lettersOf(28))});
+    EXPECT_EQ(framesOf(result, "142f") + ", " + framesOf(result, "142c"), "17 35, 200");
+    // What rolls up takes its place too.
+    result = sentOf({captionOf(0, 10, lettersOf(28)), captionOf(26, 200, U"yo", kCC1, RollUp)});
+    EXPECT_EQ(framesOf(result, "142f") + ", " + framesOf(result, "1425") + ", " + framesOf(result, "142c"),
+              "17, 26, 200");
+    // In front of what is painted EDM is over as that begins.
+    result = sentOf({captionOf(0, 10, lettersOf(28)), captionOf(26, 200, U"yo", kCC1, PaintOn)});
+    EXPECT_EQ(framesOf(result, "142f") + ", " + framesOf(result, "1429") + ", " + framesOf(result, "142c"),
+              "17, 26, 25 200");
+}
+
+// 20 pairs and EOC twice: the load of the second one begins in frame 22. Its second preamble is in the frames 30 and 31, of
+// which the latter is that where the first one is over.
+TEST(PopOnCaptions, LeaveNoPairUnusedForAnErasureThatIsNotSent) {
+    Caption second = captionOf(10, 200, U"aaaa");
+    second.rows.insert(second.rows.begin(), {14, 0, cellsOf(U"aaaa")});
+    const Sent result = sentOf({captionOf(0, 11, lettersOf(28)), second}, 1, FrameRate::Fps2997, true);
+    EXPECT_EQ(framesOf(result, "142f"), "20 21 34 35");
+    EXPECT_EQ(framesOf(result, "142c"), "200 201");
+}
+
+// The first one is shown in frame 17, in time before its end. The second one cuts it to an end in front of that, and is
+// loaded in frames 20 to 55.
+TEST(PopOnCaptions, StayForOneThatCutsThemAlsoWhereThatIsAddedLate) {
+    Writer writer(FrameRate::Fps2997, {.doublesCodes = false});
+    qlx::Findings findings;
+    ASSERT_TRUE(writer.add(captionOf(0, 40, lettersOf(28)), &findings));
+    Sent result{sent(writer, 1, 20, findings), {}};
+    Caption second = captionOf(5, 200, lettersOf(32));
+    second.rows.insert(second.rows.begin(), {14, 0, cellsOf(lettersOf(32))});
+    ASSERT_TRUE(writer.add(second, &findings));
+    result.pairs += "\n" + sent(writer, 1, 300, findings);
+    EXPECT_EQ(framesOf(result, "142f"), "17 56");
+    EXPECT_EQ(framesOf(result, "142c"), "200");
+    ASSERT_EQ(findings.size(), 4U);
+    EXPECT_EQ(findings[2].text(), "caption ends 51 frames late");
+    EXPECT_EQ(findings[3].text(), "caption is shown 51 frames late, 51 pairs short");
+}
+
+TEST(WrittenCaptions, ThatBeginBehindTheirEndStayForTheirOwnLength) {
+    // 19 pairs from frame 10 on: the second one begins in frame 29, and is over nine frames later.
+    Sent result = sentOf({captionOf(10, 11, lettersOf(32), kCC1, RollUp), captionOf(11, 20, U"yo", kCC1, RollUp)});
+    EXPECT_EQ(framesOf(result, "1425") + ", " + framesOf(result, "142c"), "10 29, 38");
+    EXPECT_EQ(result.findings,
+              (Texts{"1: caption is shown 18 frames late, 18 pairs short", "1: caption ends 18 frames late"}));
+    // 18 pairs from frame 10 on, EDM, and RDC in frame 29.
+    result = sentOf({captionOf(10, 11, lettersOf(32), kCC1, PaintOn), captionOf(11, 20, U"yo", kCC1, PaintOn)});
+    EXPECT_EQ(framesOf(result, "1429") + ", " + framesOf(result, "142c"), "10 29, 28 38");
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption ends 17 frames late", "1: caption is shown 18 frames late, 18 pairs short",
+                     "1: caption ends 18 frames late"}));
+    // Rows roll on if the next one begins within four seconds behind the end that counts: frame 158.
+    const auto second = [](std::uint64_t start) {
+        return framesOf(sentOf({captionOf(10, 11, lettersOf(32), kCC1, RollUp), captionOf(11, 20, U"yo", kCC1, RollUp),
+                                captionOf(start, 400, U"Hi", kCC1, RollUp)}),
+                        "142c");
+    };
+    EXPECT_EQ(second(158), "400");
+    EXPECT_EQ(second(159), "38 400");
 }
 
 // What another one cuts stays until that one is there: three frames late, as its four pairs go out behind EOC.

@@ -25,6 +25,7 @@ struct Course {
     std::size_t number = 0;  ///< The caption's.
     std::uint64_t start = 0;
     std::uint64_t end = 0;
+    std::uint64_t length = 0;  ///< From its start to its own end, where the next one begins before that.
     std::uint64_t begun = 0;
     std::uint64_t written = 0;              ///< Its last pair.
     std::optional<std::uint64_t> erased{};  ///< The first pair of EDM.
@@ -74,6 +75,7 @@ private:
             return;
         }
         Course course{.number = number, .start = slotOf(caption.start), .end = slotOf(caption.end)};
+        course.length = course.end - course.start;
         // How many pairs it has, until it is known where they begin.
         course.written = pairs.size();
         if (!_courses.empty() && captions[_courses.back().number].end > caption.start) {
@@ -93,17 +95,18 @@ private:
         course.begun = std::max(course.start, free);
         course.written += course.begun - 1;
         tell(course, FindingCode::Cea608ShownLate, course.start, course.begun);
+        // One that begins only at its end or behind it is to be seen for as long as it should have been.
+        const std::uint64_t over = course.begun < course.end ? course.end : course.begun + course.length;
         const Course* const next = index + 1 < _courses.size() ? &_courses[index + 1] : nullptr;
         if (captions[course.number].style == CaptionStyle::RollUp) {
             // Rows stay for those that come soon.
-            if (next == nullptr || next->start > course.end + _clearAfter) {
-                course.erased = std::max(course.end, course.written + 1);
+            if (next == nullptr || next->start > over + _clearAfter) {
+                course.erased = std::max(over, course.written + 1);
             }
         } else {
-            // It is always erased: as the next one begins, where that follows at once.
-            const bool isAtOnce = next != nullptr && next->start < course.end + _code;
-            course.erased =
-                std::max(isAtOnce ? next->start - std::min(_code, next->start) : course.end, course.written + 1);
+            // It is always erased: as the next one begins, where that follows at once or does not wait for its end.
+            const bool isAtOnce = next != nullptr && next->start < over + _code;
+            course.erased = std::max(isAtOnce ? next->start - std::min(_code, next->start) : over, course.written + 1);
         }
         if (course.erased) {
             tell(course, FindingCode::Cea608EndLate, course.end, *course.erased);

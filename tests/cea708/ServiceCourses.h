@@ -111,6 +111,8 @@ struct Course {
     std::uint64_t end = 0;
     std::uint64_t ownEnd = 0;  ///< Where the next one begins before that.
     std::uint64_t shown = 0;
+    /// Its end; where `shown` is not in front of that, its own length behind `shown`.
+    std::uint64_t over = 0;
     std::uint64_t gone = 0;  ///< It is deleted; or the first row of the next one, for which its rows move up.
     bool rollsOn = false;    ///< The latter.
     std::vector<std::uint8_t> definition{};
@@ -172,7 +174,7 @@ public:
         }
         if (!_courses.empty()) {
             Course& last = _courses.back();
-            deleteAt(last, std::max(last.end, std::max(last.shown, last.sent.back()) + 1));
+            deleteAt(last, std::max(last.over, std::max(last.shown, last.sent.back()) + 1));
         }
         std::sort(_said.begin(), _said.end());
     }
@@ -192,9 +194,18 @@ private:
         tell(course, FindingCode::Cea708EndLate, course.end, frame);
     }
 
+    void showAt(Course& course, std::uint64_t frame) {
+        course.shown = frame;
+        const std::uint64_t length = std::max(course.end, course.ownEnd) - course.start;
+        course.over = frame < course.end ? course.end : frame + length;
+        tell(course, FindingCode::Cea708ShownLate, course.start, frame);
+    }
+
     /// Loaded as soon as the one before it is on the screen, and shown with one block behind all of it.
     void popOn(Course& course, Course* before) {
         bool isShown = before != nullptr;
+        // What has missed its end stays for one that begins before it is over, also when that is late.
+        const bool isDeleted = isShown && course.start >= before->over;
         const auto show = [&]() {
             if (!_room.put(kAction + (isShown ? kAction : 0))) {
                 return false;
@@ -202,8 +213,7 @@ private:
             if (isShown) {
                 deleteAt(*before, _room.frame());
             }
-            course.shown = _room.frame();
-            tell(course, FindingCode::Cea708ShownLate, course.start, course.shown);
+            showAt(course, _room.frame());
             return true;
         };
         // The definition is one of the commands that are loaded.
@@ -218,7 +228,8 @@ private:
                 continue;
             }
             // What is shown is deleted first. It has been shown in this frame where that is the first one.
-            if (!isFirst && isShown && frame >= std::max(before->end, before->ownEnd) && _room.put(kAction)) {
+            if (!isFirst && isShown && isDeleted && frame >= std::max(before->over, before->ownEnd) &&
+                _room.put(kAction)) {
                 deleteAt(*before, frame);
                 isShown = false;
             }
@@ -238,24 +249,23 @@ private:
     void write(Course& course, Course* before) {
         const bool isAfterRollUp = before != nullptr && before->style == CaptionStyle::RollUp;
         const bool rollsOn =
-            isAfterRollUp && course.style == CaptionStyle::RollUp && course.start <= before->end + _clear;
+            isAfterRollUp && course.style == CaptionStyle::RollUp && course.start <= before->over + _clear;
         const bool isSameWindow = isAfterRollUp && course.definition == before->definition;
         bool isShown = before != nullptr;
         for (_room.goTo(course.start);; _room.goTo(_room.frame() + 1)) {
             const std::uint64_t frame = _room.frame();
-            const std::uint64_t over = isShown ? std::max(before->end, before->sent.back() + 1) : 0;
-            if (isShown && !rollsOn && frame >= over) {
-                // In a frame of its own where it is over earlier.
-                EXPECT_TRUE(frame > over || _room.put(kAction));
-                deleteAt(*before, over);
+            const std::uint64_t due = isShown ? std::max(before->over, before->sent.back() + 1) : 0;
+            if (isShown && !rollsOn && frame >= due) {
+                // In a frame of its own where it is due earlier.
+                EXPECT_TRUE(frame > due || _room.put(kAction));
+                deleteAt(*before, due);
                 isShown = false;
             }
             if (_room.put(kDefinition + (isShown && !isSameWindow ? kAction : 0))) {
                 break;
             }
         }
-        course.shown = _room.frame();
-        tell(course, FindingCode::Cea708ShownLate, course.start, course.shown);
+        showAt(course, _room.frame());
         if (isShown) {
             before->rollsOn = isSameWindow;
             before->gone = course.shown;

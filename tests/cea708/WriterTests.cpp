@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -161,6 +162,78 @@ TEST(PopOnServices, StayForALateOneThatCutsThemUpToTheirOwnEnd) {
     EXPECT_EQ(deletion(50), "23:8c018902 0: caption ends 2 frames late, 1: caption is shown 2 frames late");
     EXPECT_EQ(deletion(22).substr(0, 7), "22:8c01");
     EXPECT_EQ(deletion(22).substr(11), " 0: caption ends 1 frame late, 1: caption is shown 2 frames late");
+}
+
+/// A line a packet that shows or deletes windows: its frame, and what it does.
+std::string turnsOf(const SentPackets& sent) {
+    std::string text;
+    std::istringstream lines(sent.packets);
+    for (std::string line; std::getline(lines, line);) {
+        std::string turns;
+        for (const std::string_view turn : {"8c01", "8c02", "8901", "8902"}) {
+            turns += line.find(turn) == std::string::npos ? "" : " " + std::string(turn);
+        }
+        text += turns.empty() ? "" : (text.empty() ? "" : ", ") + line.substr(0, line.find(':') + 1) + turns;
+    }
+    return text;
+}
+
+// 16 bytes a frame from frame 0 on: the window of 37 letters, 49 bytes, is shown in frame 3. Behind that 13 bytes are left
+// there, and 16 in each frame, so that a second one of 37 letters is there in frame 6.
+TEST(PopOnServices, ThatAreShownBehindTheirEndStayForTheirOwnLengthOrTheNextOne) {
+    const auto sentOf = [](std::uint64_t end, std::uint64_t start, std::size_t letters) {
+        std::vector<Caption> captions{serviceCaption(0, end, std::u32string(37, U'a'))};
+        if (letters > 0) {
+            captions.push_back(serviceCaption(start, 60, std::u32string(letters, U'a')));
+        }
+        return packetsOf(captions, FrameRate::Fps5994);
+    };
+    EXPECT_EQ(turnsOf(sentOf(3, 0, 0)), "3: 8901, 6: 8c01");
+    EXPECT_EQ(sentOf(3, 0, 0).findings, (Texts{"0: caption is shown 3 frames late", "0: caption ends 3 frames late"}));
+    EXPECT_EQ(turnsOf(sentOf(4, 0, 0)), "3: 8901, 4: 8c01");
+    // One that begins before frame 5, in which the first one is over, takes its place, also when it is late.
+    EXPECT_EQ(turnsOf(sentOf(2, 2, 37)), "3: 8901, 6: 8c01 8902, 60: 8c02");
+    EXPECT_EQ(sentOf(2, 2, 37).findings, (Texts{"0: caption is shown 3 frames late", "0: caption ends 4 frames late",
+                                                "1: caption is shown 4 frames late"}));
+    EXPECT_EQ(turnsOf(sentOf(2, 4, 37)), "3: 8901, 6: 8c01 8902, 60: 8c02");
+    EXPECT_EQ(turnsOf(sentOf(2, 5, 37)), "3: 8901, 5: 8c01, 6: 8902, 60: 8c02");
+    EXPECT_EQ(turnsOf(sentOf(2, 30, 37)), "3: 8901, 5: 8c01, 30: 8902, 60: 8c02");
+}
+
+// Shown in frame 3, in time before its end. The second one cuts it to an end in front of that, and is loaded in frames 4
+// to 7.
+TEST(PopOnServices, StayForOneThatCutsThemAlsoWhereThatIsAddedLate) {
+    Writer writer(FrameRate::Fps5994);
+    const std::u32string letters(37, U'a');
+    ASSERT_TRUE(writer.add(serviceCaption(0, 6, letters)));
+    std::vector<std::pair<std::uint64_t, CaptionEvent>> events;
+    while (!writer.isDone()) {
+        const std::uint64_t frame = writer.frame();
+        if (frame == 4) {
+            ASSERT_TRUE(writer.add(serviceCaption(1, 60, letters)));
+        }
+        (void)writer.next();
+        for (const CaptionEvent& event : writer.events()) {
+            events.emplace_back(frame, event);
+        }
+    }
+    using enum CaptionStep;
+    EXPECT_EQ(
+        events,
+        (std::vector<std::pair<std::uint64_t, CaptionEvent>>{
+            {0, {0, Begun}}, {3, {0, Shown}}, {4, {1, Begun}}, {7, {0, Ended}}, {7, {1, Shown}}, {60, {1, Ended}}}));
+}
+
+TEST(RollUpServices, ThatBeginBehindTheirEndStayForTheirOwnLength) {
+    // 16 bytes a frame: 37 letters behind the definition, CR, pen and colour end in frame 13, where 6 bytes are left. The
+    // next one is written in frames 14 and 15, and stays for three.
+    const SentPackets sent = packetsOf(
+        {serviceCaption(10, 11, std::u32string(37, U'a'), 1, RollUp), serviceCaption(11, 14, U"yo", 1, RollUp)},
+        FrameRate::Fps5994);
+    EXPECT_EQ(sent.packets.substr(sent.packets.rfind('\n') + 1), "17: 1/8c04");
+    const std::string words = " frames late: it has not been on the screen in time as a whole";
+    EXPECT_EQ(sent.findings, (Texts{"0: text of the caption is complete 3" + words, "1: caption is shown 3 frames late",
+                                    "1: text of the caption is complete 2" + words, "1: caption ends 3 frames late"}));
 }
 
 TEST(Services, SayWhatBecomesOfThem) {

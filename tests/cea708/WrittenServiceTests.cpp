@@ -167,10 +167,10 @@ protected:
     }
 
     /// At any times: some far behind the one before, many too near to it, some not behind it at all.
-    std::vector<Caption> anything(CaptionStyle style) {
+    std::vector<Caption> anything(CaptionStyle style, std::size_t count = kCaptions) {
         std::vector<Caption> captions;
         std::uint64_t start = 0;
-        while (captions.size() < kCaptions) {
+        while (captions.size() < count) {
             Caption caption = someCaption(random, style, isTrue(random, 30), ratio);
             if (style == CaptionStyle::RollUp && !captions.empty() && isTrue(random, 60)) {
                 const Caption& before = captions.back();
@@ -225,6 +225,19 @@ TEST_P(WrittenServices, RollUpAsItIsSaidOfAnything) {
 
 TEST_P(WrittenServices, ArePaintedAsItIsSaidOfAnything) {
     expectAsSaid(anything(CaptionStyle::PaintOn), false);
+}
+
+TEST_P(WrittenServices, MixTheirStylesAsItIsSaidOfAnything) {
+    std::vector<Caption> captions;
+    for (const CaptionStyle style : {CaptionStyle::PopOn, CaptionStyle::RollUp, CaptionStyle::PaintOn}) {
+        for (Caption& caption : anything(style, kCaptions / 3)) {
+            captions.push_back(std::move(caption));
+        }
+    }
+    // In the order of their starts, a third of them of each style; some begin together.
+    std::stable_sort(captions.begin(), captions.end(),
+                     [](const Caption& left, const Caption& right) { return left.start < right.start; });
+    expectAsSaid(captions, false);
 }
 
 /// The first frame that may have all of a caption and what shows it, of all ways to put its commands, none of them cut,

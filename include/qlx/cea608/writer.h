@@ -70,14 +70,19 @@ struct FramePairs {
 /// where the next caption begins before that end: what is shown stays then until the other one takes its place, also when
 /// that is late.
 ///
+/// A caption of any style that is shown only at its end or behind it stays for its own length from then on, so that it
+/// can be read; where the next one starts before that is over, it stays until that one takes its place, also when that is
+/// late, and no EDM is sent in front of a pop-on or roll-up one. That time counts in all that is said of ends here; how
+/// much later than it should the caption ends is a finding.
+///
 /// EDM has its time within the load, which it does not end. What belongs together, a code and its repetition (CTA-608-E,
 /// D.2: in successive frames), a stand-in and its extended character, is not sent across it: where no such group ends in
 /// front of EDM, pairs stay unused there, which the load needs in addition. One that has no pair to spare does not fit
 /// then.
 ///
 /// Roll-up and paint-on captions are written from their start on; a roll-up one is erased at its end only when the next
-/// begins much later. In front of a paint-on caption EDM is always sent; where that one begins as the one before it ends,
-/// or a pair later, EDM is over as it begins, as far as the one before it is written by then.
+/// begins much later. In front of a paint-on caption EDM is always sent; where that one begins before the one before it is
+/// over, as it is, or a pair later, EDM is over as it begins, as far as the one before it is written by then.
 ///
 /// What is due (EOC, EDM) goes first, then captions of the first channel of a field, of the second, then text in the same
 /// order, and in field 2 extended data; what goes on behind something else sends its mode code, a packet its continue
@@ -131,6 +136,7 @@ private:
         bool isBegun = false;
         std::uint64_t ownEnd =
             0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
+        std::uint64_t shownAt = 0;  ///< Of what is shown.
     };
 
     /// A channel, or its text.
@@ -177,6 +183,8 @@ private:
     bool sendDue(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendPairs(std::size_t field, std::size_t channel, std::uint64_t slot, FindingSink* findings);
     bool sendXds(std::uint64_t slot);
+    [[nodiscard]] static std::uint64_t overTime(const Cue& shown) noexcept;
+    [[nodiscard]] static bool isOvertaken(const Lane& lane) noexcept;
     [[nodiscard]] std::uint64_t eraseTime(const Lane& lane) const noexcept;
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;

@@ -15,6 +15,7 @@
 #include <qlx/cea708/caption.h>
 #include <qlx/cea708/packet.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -76,6 +77,11 @@ struct CaptionEvent {
 /// the other one is shown; the rows of a roll-up one only when the next is
 /// none, or begins much later. Another place or number of rows begins with an empty window.
 ///
+/// A caption of any style that is shown only in the frame of its end or behind it stays for its own length from then on,
+/// so that it can be read; where the next one starts before that is over, it stays until that one takes its place, also
+/// when that is late. That time counts in all that is said of ends here; how much later than it should the caption ends is
+/// a finding.
+///
 /// What is due goes first, then the captions of all services, that with the earliest start in front.
 /// What the writer does not know yet when it is due does not count: a caption is added at the latest before
 /// the end of the one before it, and for it to fit before that one is shown.
@@ -128,11 +134,19 @@ private:
     /// What is on the screen.
     struct Shown {
         std::uint64_t number = 0;
+        std::uint64_t start = 0;
         std::uint64_t end = 0;
         CaptionStyle style = CaptionStyle::PopOn;
         std::uint8_t windows = 0;
         std::uint64_t ownEnd = 0;
+        std::uint64_t shownAt = 0;
         std::array<std::uint8_t, kDefinitionBytes> definition{};
+
+        /// The frame up to which it is to be seen: where it has missed its end it has its own length, without what the
+        /// next one cuts of it.
+        [[nodiscard]] std::uint64_t over() const noexcept {
+            return shownAt < end ? end : shownAt + std::max(end, ownEnd) - start;
+        }
     };
 
     struct Lane {

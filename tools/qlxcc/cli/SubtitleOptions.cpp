@@ -40,7 +40,9 @@ TIME is seconds (10.5), HH:MM:SS,mmm (00:00:10,500) or a timecode with frames of
 00:00:10;12). Frame n is at n frame durations, from 0. A cue is due with the first frame at its start or later, and
 ends in the same way; a time that is that of a frame to the millisecond is that frame. One that would be over as it
 begins lasts a frame. Of teletext with --as-deployed a cue is due with the first frame that is later than its start. A
-caption that pops on is sent ahead of that, while the one before it is shown, and ends when the next one begins. A
+caption that pops on is sent ahead of that, while the one before it is shown, and ends when the next one begins. One
+that comes so late that its end has passed stays as long as it should have from then on, or until the next one that
+starts within that time takes its place. A
 Scenarist file begins with the hour of timecodes in which its first caption is shown, or as much earlier as that
 caption's pairs need. A teletext page shows all cues that are on air, and is sent in the character set of --language
 with packets X/26 over letters that this lacks. Several files are several pages: each needs a --page in front of it.
