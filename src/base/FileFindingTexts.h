@@ -269,6 +269,7 @@ inline constexpr FindingText kFileFindingTexts[] = {
     {TtmlTooLong, "{1} bytes, at most {2} are read"},
     {TtmlTextNotUtf8, "{1} byte{1s} that are not UTF-8"},
     {TtmlTimeWrong, "time {1} of 3 (begin, end, dur) cannot be read"},
+    {TtmlTimeMetricMissing, "time {1} of 3 (begin, end, dur) is a number without a metric: read as seconds, {2} ms"},
     {TtmlTimesOfDay, "times of a clock are read as times since midnight"},
     {TtmlEndMissing, "nothing ends the paragraph of {1} ms: it lasts up to {2} ms"},
     {TtmlNeverShown, "paragraph that is never shown: from {1} to {2} ms"},

@@ -2,8 +2,6 @@
 
 #include "subtitles/TextEditing.h"
 
-#include <qlx/subtitles/colors.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -48,7 +46,7 @@ std::string_view takeCodeOf(std::string_view& codes) noexcept {
     return code;
 }
 
-std::optional<std::uint32_t> codeColor(std::string_view text) noexcept {
+std::optional<std::uint32_t> codeNumber(std::string_view text) noexcept {
     if (!text.starts_with("&H") && !text.starts_with("&h")) {
         return std::nullopt;
     }
@@ -59,7 +57,12 @@ std::optional<std::uint32_t> codeColor(std::string_view text) noexcept {
     if (error != std::errc{} || end != text.data() + text.size()) {
         return std::nullopt;
     }
-    return (number & 0xFFU) << 16U | (number & 0xFF00U) | (number >> 16U & 0xFFU);
+    return number;
+}
+
+std::optional<std::uint32_t> codeColor(std::string_view text) noexcept {
+    const auto number = codeNumber(text);
+    return number ? std::optional(colorOfNumber(*number)) : std::nullopt;
 }
 
 std::uint8_t anchorOfOldNumber(unsigned number) noexcept {
@@ -91,13 +94,6 @@ Box boxAt(CodePosition place, std::uint8_t anchor) noexcept {
     box.width = side == 0 ? kWhole - x : side == 1 ? around(x) : x;
     box.left = side == 0 ? x : side == 1 ? x - box.width / 2 : 0;
     return box;
-}
-
-void setColor(Run& run, std::uint32_t color) {
-    run.style.foreground = screenColor(color);
-    if (bitsOf(run.style.foreground) != color) {
-        run.properties.push_back({std::string(properties::kColor), hexColorText(color)});
-    }
 }
 
 }  // namespace qlx::subtitles

@@ -16,6 +16,14 @@ namespace qlx::subtitles {
 /// Whether a code has a round bracket that it does not close, so that it would take in what follows it in its braces.
 [[nodiscard]] bool leavesBracketOpen(std::string_view code) noexcept;
 
+/// The number of `&HAABBGGRR&` with as many digits as it has; none for any other text.
+[[nodiscard]] std::optional<std::uint32_t> codeNumber(std::string_view text) noexcept;
+
+/// The 24 bits (red highest) of such a number, whatever its highest 8 are.
+[[nodiscard]] constexpr std::uint32_t colorOfNumber(std::uint32_t number) noexcept {
+    return (number & 0xFFU) << 16U | (number & 0xFF00U) | (number >> 16U & 0xFFU);
+}
+
 /// The 24 bits (red highest) of `&HBBGGRR&`, what stands in front of the blue ones (`&HAABBGGRR`) aside; none for any other
 /// text.
 [[nodiscard]] std::optional<std::uint32_t> codeColor(std::string_view text) noexcept;
@@ -36,8 +44,5 @@ struct CodePosition {
 /// The box of what has its anchor, 1 to 9 as on a numeric keypad, at a place in per cent of the screen: from there on, up to
 /// there, or around it.
 [[nodiscard]] Box boxAt(CodePosition place, std::uint8_t anchor) noexcept;
-
-/// Gives a run a colour of 24 bits: the nearest one of a screen, and the exact one as a property where it is another.
-void setColor(Run& run, std::uint32_t color);
 
 }  // namespace qlx::subtitles

@@ -216,6 +216,8 @@ std::optional<std::uint32_t> functionColor(std::string_view text) noexcept {
     return color;
 }
 
+constexpr std::uint8_t kAllOfIt = 0xFF;  ///< Alpha: nothing is seen through.
+
 }  // namespace
 
 std::optional<std::uint32_t> colorNamed(std::string_view text) {
@@ -249,11 +251,15 @@ std::uint32_t bitsOf(screen::Color color) noexcept {
     return parts.red * 0x550000U + parts.green * 0x5500U + parts.blue * 0x55U;
 }
 
-std::string hexColorText(std::uint32_t color) {
+std::string hexColorText(std::uint32_t color, std::uint8_t alpha) {
     constexpr std::string_view kDigits = "0123456789abcdef";
     std::string text = "#";
     for (unsigned shift = 24; shift > 0; shift -= 4) {
         text += kDigits[color >> (shift - 4) & 15U];
+    }
+    if (alpha != kAllOfIt) {
+        text += kDigits[alpha >> 4U];
+        text += kDigits[alpha & 15U];
     }
     return text;
 }
@@ -262,6 +268,31 @@ std::uint32_t exactColorOf(const Run& run) {
     const std::string* const exact = valueOf(run.properties, properties::kColor);
     const auto bits = exact != nullptr ? colorNamed(*exact) : std::nullopt;
     return bits && screenColor(*bits) == run.style.foreground ? *bits : bitsOf(run.style.foreground);
+}
+
+void setColor(Run& run, std::uint32_t color) {
+    run.style.foreground = screenColor(color);
+    if (bitsOf(run.style.foreground) != color) {
+        run.properties.push_back({std::string(properties::kColor), hexColorText(color)});
+    }
+}
+
+std::uint8_t alphaOf(const Properties& properties, std::string_view name) noexcept {
+    const std::string* const digits = valueOf(properties, name);
+    if (digits == nullptr || digits->size() != 2) {
+        return kAllOfIt;
+    }
+    std::uint8_t alpha = kAllOfIt;
+    const char* const end = digits->data() + digits->size();
+    const auto [behind, error] = std::from_chars(digits->data(), end, alpha, 16);
+    return error == std::errc{} && behind == end ? alpha : kAllOfIt;
+}
+
+void setAlpha(Properties& properties, std::string_view name, std::uint8_t alpha) {
+    if (alpha != kAllOfIt) {
+        constexpr std::size_t kColorInFront = 7;
+        properties.push_back({std::string(name), hexColorText(0, alpha).substr(kColorInFront)});
+    }
 }
 
 }  // namespace qlx::subtitles

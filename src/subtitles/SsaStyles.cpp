@@ -42,18 +42,18 @@ constexpr std::pair<std::string_view, SsaColumn> kColumnNames[] = {
 
 constexpr std::size_t kMostColumns = 64;
 
-/// A colour: `&HAABBGGRR`, or the same number in decimal digits, which may be that of 32 bits with a sign.
-std::optional<std::uint32_t> colorOf(std::string_view text) noexcept {
-    if (const auto color = codeColor(text)) {
-        return color;
+/// The 32 bits of a colour, alpha highest: `&HAABBGGRR`, or the same number in decimal digits, which may be that of 32 bits
+/// with a sign.
+std::optional<std::uint32_t> numberOf(std::string_view text) noexcept {
+    if (const auto number = codeNumber(text)) {
+        return number;
     }
     std::int64_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (text.empty() || error != std::errc{} || end != text.data() + text.size()) {
         return std::nullopt;
     }
-    const auto bits = static_cast<std::uint32_t>(static_cast<std::uint64_t>(number));
-    return (bits & 0xFFU) << 16U | (bits & 0xFF00U) | (bits >> 16U & 0xFFU);
+    return static_cast<std::uint32_t>(static_cast<std::uint64_t>(number));
 }
 
 }  // namespace
@@ -105,10 +105,15 @@ SsaStyle ssaStyleOf(const SsaFields& fields, bool isPlus, bool& isRight) noexcep
         isRight = isRight && (number || field.empty());
         return number;
     };
-    const auto takeColor = [&](SsaColumn column, std::uint32_t& color) {
-        const auto bits = colorOf(fields[column]);
-        isRight = isRight && (bits || fields[column].empty());
-        color = bits.value_or(color);
+    const auto takeColor = [&](SsaColumn column, std::uint32_t& color, std::uint8_t& alpha) {
+        const auto number = numberOf(fields[column]);
+        isRight = isRight && (number || fields[column].empty());
+        if (number) {
+            // 0 hides all that is behind. Those of v4.00 have none.
+            constexpr unsigned kAlpha = 24;
+            color = colorOfNumber(*number);
+            alpha = isPlus ? static_cast<std::uint8_t>(~(*number >> kAlpha)) : alpha;
+        }
     };
     style.isBold = isSsaBold(numberIn(SsaColumn::Bold).value_or(0));
     style.isItalic = numberIn(SsaColumn::Italic).value_or(0) != 0;
@@ -116,8 +121,8 @@ SsaStyle ssaStyleOf(const SsaFields& fields, bool isPlus, bool& isRight) noexcep
     style.isStruckOut = numberIn(SsaColumn::StrikeOut).value_or(0) != 0;
     constexpr std::int32_t kBox = 3;
     style.isBoxed = numberIn(SsaColumn::BorderStyle).value_or(1) == kBox;
-    takeColor(SsaColumn::Primary, style.color);
-    takeColor(isPlus ? SsaColumn::Outline : SsaColumn::Back, style.box);
+    takeColor(SsaColumn::Primary, style.color, style.alpha);
+    takeColor(isPlus ? SsaColumn::Outline : SsaColumn::Back, style.box, style.boxAlpha);
     if (const auto number = numberIn(SsaColumn::Alignment)) {
         constexpr std::int32_t kLast = 9;
         const std::uint8_t anchor = *number <= 0      ? std::uint8_t{0}

@@ -79,6 +79,8 @@ struct SsaStyle {
     std::uint8_t anchor = 2;          ///< As on a numeric keypad.
     std::uint32_t color = 0xFF'FFFF;  ///< 24 bits, red highest.
     std::uint32_t box = 0;            ///< The same, of the box.
+    std::uint8_t alpha = 0xFF;        ///< How much of the text hides what is behind it.
+    std::uint8_t boxAlpha = 0xFF;     ///< The same, of the box.
     std::int32_t margin = -1;         ///< Of the lower or upper edge of the screen; -1: the usual one.
     std::string_view font{};          ///< What `\fn` says; empty: that of the style.
     std::string_view size{};          ///< What `\fs` says; the same.

@@ -234,8 +234,10 @@ void SsaText::beginRun(Row& row) {
     run.style.isItalic = _current.isItalic;
     run.style.isUnderlined = _current.isUnderlined;
     setColor(run, _current.color);
+    setAlpha(run.properties, properties::kColorAlpha, _current.alpha);
     if (_current.isBoxed) {
         run.style.background = screenColor(_current.box);
+        setAlpha(run.properties, properties::kBackgroundAlpha, _current.boxAlpha);
     }
     if (!_current.font.empty()) {
         run.properties.push_back({std::string(properties::kFontFace), std::string(_current.font)});

@@ -224,14 +224,13 @@ Run runLike(const TimedTextStyle& style, const TimedTextDefaults& defaults) {
     constexpr unsigned kBold = 1;
     constexpr unsigned kItalic = 2;
     constexpr unsigned kUnderlined = 4;
+    namespace names = subtitles::properties;
     Run run;
-    const std::uint32_t color = style.color >> kAlphaBits;
-    run.style.foreground = subtitles::screenColor(color);
-    if (subtitles::bitsOf(run.style.foreground) != color) {
-        run.properties.push_back({std::string(subtitles::properties::kColor), subtitles::hexColorText(color)});
-    }
+    subtitles::setColor(run, style.color >> kAlphaBits);
+    subtitles::setAlpha(run.properties, names::kColorAlpha, static_cast<std::uint8_t>(style.color));
     if ((defaults.background & 0xFFU) != 0) {
         run.style.background = subtitles::screenColor(defaults.background >> kAlphaBits);
+        subtitles::setAlpha(run.properties, names::kBackgroundAlpha, static_cast<std::uint8_t>(defaults.background));
     }
     run.style.isBold = (style.face & kBold) != 0;
     run.style.isItalic = (style.face & kItalic) != 0;

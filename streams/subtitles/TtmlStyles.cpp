@@ -3,6 +3,7 @@
 #include <qlx/subtitles/colors.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 
 namespace qlx::streams::detail {
@@ -36,31 +37,8 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
-/// Whether nothing of a colour is seen.
-bool isTransparent(std::string_view color) {
-    constexpr std::size_t kWithAlpha = 9;
-    if (color == "transparent" || (color.size() == kWithAlpha && color.front() == '#' && color.ends_with("00"))) {
-        return true;
-    }
-    const std::size_t comma = color.rfind(',');
-    if (!color.starts_with("rgba") || comma == std::string_view::npos) {
-        return false;
-    }
-    std::string_view alpha = color.substr(comma + 1);
-    alpha = alpha.substr(0, alpha.find(')'));
-    return takeWord(alpha) == "0";
-}
-
-/// Whether nothing is seen through a colour.
-bool isOpaque(std::string_view color) {
-    constexpr std::size_t kWithAlpha = 9;
-    if (color.starts_with("rgba")) {
-        std::string_view alpha = color.substr(std::min(color.rfind(','), color.size() - 1) + 1);
-        alpha = alpha.substr(0, alpha.find(')'));
-        return takeWord(alpha) == "255";
-    }
-    return color.size() != kWithAlpha || color.front() != '#' || color.ends_with("ff") || color.ends_with("FF");
-}
+constexpr std::uint8_t kOpaque = 0xFF;
+constexpr std::string_view kTransparent = "transparent";
 
 }  // namespace
 
@@ -171,7 +149,7 @@ void TtmlStyles::refer(const pugi::xml_node& element, std::string_view reference
 
 void applySpan(SpanState& state, const StyleSet& own) {
     const std::string_view background = own[kBackground];
-    if (background.data() != nullptr && !isTransparent(background)) {
+    if (background.data() != nullptr && alphaOfColor(background) != 0) {
         state.background = background;
     }
     std::string_view decoration = own[kDecoration];
@@ -201,19 +179,21 @@ Look lookOf(const StyleSet& set, const StyleSet& own, const SpanState& state, Tt
         }
         return color;
     };
-    if (set[kColor].data() != nullptr && !isTransparent(set[kColor])) {
-        if (const auto color = read(set[kColor])) {
+    if (set[kColor].data() != nullptr) {
+        const bool isNone = set[kColor] == kTransparent;
+        if (const auto color = isNone ? std::nullopt : read(set[kColor])) {
             look.style.foreground = subtitles::screenColor(*color);
             if (subtitles::bitsOf(look.style.foreground) != *color) {
                 look.properties.push_back(
                     {std::string(subtitles::properties::kColor), subtitles::hexColorText(*color)});
             }
         }
+        subtitles::setAlpha(look.properties, subtitles::properties::kColorAlpha, alphaOfColor(set[kColor]));
     }
     if (state.background.data() != nullptr) {
         if (const auto color = read(state.background)) {
             look.style.background = subtitles::screenColor(*color);
-            if (!isOpaque(state.background) || subtitles::bitsOf(*look.style.background) != *color) {
+            if (alphaOfColor(state.background) != kOpaque || subtitles::bitsOf(*look.style.background) != *color) {
                 look.properties.push_back({"ttml.tts:backgroundColor", std::string(state.background)});
             }
         }
@@ -261,6 +241,24 @@ subtitles::Alignment alignmentOf(const StyleSet& set) noexcept {
 
 bool isNotDisplayed(const StyleSet& set) noexcept {
     return set[kDisplay] == "none";
+}
+
+std::uint8_t alphaOfColor(std::string_view color) noexcept {
+    constexpr std::size_t kWithAlpha = 9;
+    if (color == kTransparent) {
+        return 0;
+    }
+    std::uint8_t alpha = kOpaque;
+    if (color.starts_with('#') && color.size() == kWithAlpha) {
+        std::from_chars(color.data() + kWithAlpha - 2, color.data() + kWithAlpha, alpha, 16);
+    } else if (const std::size_t comma = color.rfind(',');
+               color.starts_with("rgba") && comma != std::string_view::npos) {
+        std::string_view digits = color.substr(comma + 1);
+        digits = digits.substr(0, digits.find(')'));
+        digits = takeWord(digits);
+        std::from_chars(digits.data(), digits.data() + digits.size(), alpha);
+    }
+    return alpha;
 }
 
 bool isInvisible(const StyleSet& set) noexcept {

@@ -116,6 +116,10 @@ struct Look {
 /// Whether an element itself, and all that is within, is not displayed.
 [[nodiscard]] bool isNotDisplayed(const StyleSet& set) noexcept;
 
+/// The fourth number of a colour, 0 to 255: how much of it hides what is behind; 255 where it has none. `transparent` has
+/// 0.
+[[nodiscard]] std::uint8_t alphaOfColor(std::string_view color) noexcept;
+
 /// Whether text with all that holds for it is not seen.
 [[nodiscard]] bool isInvisible(const StyleSet& set) noexcept;
 

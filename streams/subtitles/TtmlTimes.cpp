@@ -199,10 +199,11 @@ std::optional<MediaTime> clockTime(std::int64_t hours, std::string_view text, co
 
 }  // namespace
 
-std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters) {
+std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters, bool& isBare) {
     const auto number = takeNumber(text);
-    if (!number || text.empty()) {
-        return std::nullopt;
+    isBare = number && text.empty();
+    if (!number || isBare) {
+        return number ? metricTime(*number, "s", parameters) : std::nullopt;
     }
     if (text.front() == ':') {
         constexpr std::int64_t kMostHours = 1'000'000;

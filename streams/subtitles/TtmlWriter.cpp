@@ -1,3 +1,4 @@
+#include "TtmlColors.h"
 #include "TtmlNames.h"
 #include "TtmlPlaces.h"
 #include "TtmlRuby.h"
@@ -29,7 +30,6 @@ using subtitles::Run;
 constexpr std::string_view kOwn = "ttml.";
 constexpr std::string_view kDecoration = "tts:textDecoration";
 constexpr std::string_view kBackground = "tts:backgroundColor";
-constexpr std::string_view kOwnBackground = "ttml.tts:backgroundColor";
 /// Of spans of their own.
 constexpr std::string_view kRubyStyle = "tts:ruby";
 constexpr std::int32_t kMilliseconds = 1000;
@@ -162,30 +162,16 @@ const std::string* languageOf(const Run& run) noexcept {
     return valueOf(run.properties, subtitles::properties::kWebVttLanguage);
 }
 
-/// The colour behind a run as it was read, where it is another one than the plain ones, or seen through; null: it is not
-/// that of the run, or EBU-TT-D has it otherwise.
-const std::string* ownBackground(const Run& run, bool isEbu) noexcept {
-    const std::string* const own = valueOf(run.properties, kOwnBackground);
-    const auto color = own != nullptr && run.style.background && (!isEbu || own->starts_with('#'))
-                           ? subtitles::colorNamed(*own)
-                           : std::nullopt;
-    return color && subtitles::screenColor(*color) == *run.style.background ? own : nullptr;
-}
-
 /// The style of a run, and what of it is lost.
 std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     std::string text;
-    const std::string* const exact = valueOf(run.properties, subtitles::properties::kColor);
-    const auto color = exact == nullptr ? std::nullopt : subtitles::colorNamed(*exact);
-    if (color || run.style.foreground != screen::Color::White) {
-        appendAttribute(text, "tts:color",
-                        subtitles::hexColorText(color ? *color : subtitles::bitsOf(run.style.foreground)));
+    const std::string foreground = colorOf(run);
+    if (!foreground.empty()) {
+        appendAttribute(text, "tts:color", foreground);
     }
-    const std::string* const background = ownBackground(run, isEbu);
+    const std::string* const background = ownBackground(run);
     if (run.style.background) {
-        appendAttribute(text, kBackground,
-                        background != nullptr ? *background
-                                              : subtitles::hexColorText(subtitles::bitsOf(*run.style.background)));
+        appendAttribute(text, kBackground, backgroundOf(run, background, isEbu));
     }
     if (run.style.isItalic) {
         appendAttribute(text, "tts:fontStyle", "italic");
@@ -197,7 +183,7 @@ std::string runStyle(const Run& run, bool isEbu, Losses& losses) {
     bool isStruckOut = false;
     for (const Property& property : run.properties) {
         std::string_view name = property.name;
-        if ((name == subtitles::properties::kColor && color) || (background == &property.value) ||
+        if (isOfColors(run, property, background) ||
             (name == subtitles::properties::kWebVttLanguage && languageOf(run) == &property.value)) {
             continue;
         }

@@ -128,7 +128,7 @@ TEST(Ttml, FollowsWhatSetsChange) {
 
 TEST(Ttml, SaysWhichTimesItCannotRead) {
     for (const std::string time :
-         {"1", "s", "1x", "1:2:3", "00:60:00", "00:00:61", "00:00:01:30", "00:00:01.", "-1s", "1.5t", "1 s",
+         {"", "s", "1x", "1:2:3", "00:60:00", "00:00:61", "00:00:01:30", "00:00:01.", "-1s", "1.5t", "1 s",
           "00:00:01:", "12345678901s", ".5s", "00:00:01.5:3", "00:00:01;12", "00;00;01;12"}) {
         SCOPED_TRACE(time);
         const auto document =
@@ -137,6 +137,19 @@ TEST(Ttml, SaysWhichTimesItCannotRead) {
         EXPECT_EQ(document.findings[0].offset, 2U);
         EXPECT_EQ(cuesInWords(document.cues), "0-2000 a");
     }
+}
+
+TEST(Ttml, TakesNumbersWithoutAMetricForSeconds) {
+    using enum FindingCode;
+    const auto document =
+        readDocument(documentOf("<body><div>\n<p begin='1' end='2.5'>a</p>\n"
+                                "<p begin='3s' dur='00.250'>b</p>\n<p begin='10' end='11s'>c</p></div></body>"));
+    EXPECT_EQ(cuesInWords(document.cues), "1000-2500 a\n3000-3250 b\n10000-11000 c");
+    const std::vector<qlx::Finding> expected{{TtmlTimeMetricMissing, qlx::Severity::Warning, 2, 1, 1000},
+                                             {TtmlTimeMetricMissing, qlx::Severity::Warning, 2, 2, 2500},
+                                             {TtmlTimeMetricMissing, qlx::Severity::Warning, 3, 3, 250},
+                                             {TtmlTimeMetricMissing, qlx::Severity::Warning, 4, 1, 10000}};
+    EXPECT_EQ(document.findings, expected);
 }
 
 TEST(Ttml, AddsUpTheTimesAround) {

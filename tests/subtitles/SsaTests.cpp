@@ -31,6 +31,7 @@ constexpr std::string_view kHead =
     "Style: Yellow,Arial,20,&H0000FFFF,&H000000FF,&H00000000,&H00000000,-1,-1,-1,-1,100,100,0,0,1,2,2,8,10,10,5,1\n"
     "Style: Boxed,Arial,20,&H0000FFFF,&H000000FF,&H00FF0000,&H000000FF,0,0,0,0,100,100,0,0,3,2,2,7,10,10,5,1\n"
     "Style: Raised,Arial,20,&H00FFFFFF,&H000000FF,&H00000000,&H00000000,0,0,0,0,100,100,0,0,1,2,2,2,10,10,60,1\n"
+    "Style: Clear,Arial,20,&H4000FFFF,&H000000FF,&H80FF0000,&H000000FF,0,0,0,0,100,100,0,0,3,2,2,2,10,10,5,1\n"
     "\n[Events]\nFormat: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text\n";
 
 std::string event(std::string_view text, std::string_view style = "Default", std::string_view margin = "0") {
@@ -50,6 +51,7 @@ TEST(Ssa, ReadsTheTextOfEvents) {
     const TextCase cases[] = {
         {"plain, with commas", "plain, with commas"},
         {" a ", " a "},
+        {"a", "{#3con03 color.alpha=bf background.alpha=7f}a", {}, "Clear"},
         {"a\\Nb", "a|b"},
         {"a\\nb", "a b"},
         {"{\\q2}a\\nb", "a|b"},
@@ -215,32 +217,32 @@ TEST(Ssa, ReadsFilesThatDoNotSayTheirColumns) {
 TEST(Ssa, SaysWhatIsNotReadWithItsLine) {
     using enum qlx::FindingCode;
     const std::string text = std::string(kHead) +
-                             "Dialogue: 0,0:00:xx.00,0:00:02.00,Default,,0,0,0,,a\n"            // 15
-                             "Dialogue: 0,0:00:01.00,x,Default,,0,0,0,,a\n"                     // 16
-                             "Dialogue: 0,0:00:01.00\n"                                         // 17
-                             "Dialogue: 0,0:00:03.00,0:00:02.00,Default,,0,0,0,,a\n"            // 18
-                             "Dialogue: 0,0:00:03.00,0:00:03.00,Default,,0,0,0,,b\n"            // 19
-                             "Dialogue: 0,0:00:03.00,0:00:04.00,Default,,0,0,0,,{\\p1}m 0 0\n"  // 20
-                             "Dialogue: 0,0:00:03,0:04.5,Default,,0,0,0,,c\n"                   // 21
-                             "Picture: 0,0:00:03.00,0:00:04.00,Default,,0,0,0,,a.png\n"         // 22
+                             "Dialogue: 0,0:00:xx.00,0:00:02.00,Default,,0,0,0,,a\n"            // 16
+                             "Dialogue: 0,0:00:01.00,x,Default,,0,0,0,,a\n"                     // 17
+                             "Dialogue: 0,0:00:01.00\n"                                         // 18
+                             "Dialogue: 0,0:00:03.00,0:00:02.00,Default,,0,0,0,,a\n"            // 19
+                             "Dialogue: 0,0:00:03.00,0:00:03.00,Default,,0,0,0,,b\n"            // 20
+                             "Dialogue: 0,0:00:03.00,0:00:04.00,Default,,0,0,0,,{\\p1}m 0 0\n"  // 21
+                             "Dialogue: 0,0:00:03,0:04.5,Default,,0,0,0,,c\n"                   // 22
+                             "Picture: 0,0:00:03.00,0:00:04.00,Default,,0,0,0,,a.png\n"         // 23
                              "rubbish\n[Aegisub]\nx: y\n[Fonts]\nfontname: a.ttf\n[!!]\n";
     const CuesRead result = read(text);
     ASSERT_EQ(result.cues.size(), 2U);
     EXPECT_EQ(rowsInWords(result.cues[0]), "b");
     EXPECT_EQ(rowsInWords(result.cues[1]), "c");
     EXPECT_EQ(result.cues[1].end, milliseconds(4500));
-    EXPECT_EQ(result.findings, (std::vector<qlx::Finding>{{SsaTimeWrong, Severity::Error, 15, 1, 0},
-                                                          {SsaTimeWrong, Severity::Error, 16, 2, 0},
-                                                          {SsaEventWrong, Severity::Error, 17, 12, 0},
-                                                          {SsaEndNotLater, Severity::Error, 18, 3000, 2000},
-                                                          {SsaEndNotLater, Severity::Warning, 19, 3000, 3000},
-                                                          {SsaDrawing, Severity::Warning, 20, 5, 0},
-                                                          {SsaEventEmpty, Severity::Remark, 20, 0, 0},
-                                                          {SsaTimeUnusual, Severity::Remark, 21, 1, 3000},
-                                                          {SsaTimeUnusual, Severity::Remark, 21, 2, 4500},
-                                                          {SsaLinesPassed, Severity::Warning, 24, 2, 0},
-                                                          {SsaLinesPassed, Severity::Remark, 26, 1, 0},
-                                                          {SsaLinesPassed, Severity::Warning, 28, 2, 0}}));
+    EXPECT_EQ(result.findings, (std::vector<qlx::Finding>{{SsaTimeWrong, Severity::Error, 16, 1, 0},
+                                                          {SsaTimeWrong, Severity::Error, 17, 2, 0},
+                                                          {SsaEventWrong, Severity::Error, 18, 12, 0},
+                                                          {SsaEndNotLater, Severity::Error, 19, 3000, 2000},
+                                                          {SsaEndNotLater, Severity::Warning, 20, 3000, 3000},
+                                                          {SsaDrawing, Severity::Warning, 21, 5, 0},
+                                                          {SsaEventEmpty, Severity::Remark, 21, 0, 0},
+                                                          {SsaTimeUnusual, Severity::Remark, 22, 1, 3000},
+                                                          {SsaTimeUnusual, Severity::Remark, 22, 2, 4500},
+                                                          {SsaLinesPassed, Severity::Warning, 25, 2, 0},
+                                                          {SsaLinesPassed, Severity::Remark, 27, 1, 0},
+                                                          {SsaLinesPassed, Severity::Warning, 29, 2, 0}}));
     EXPECT_EQ(read("[Script Info]\nPlayResX: 0\n").codes(), (std::vector{SsaInfoWrong, SsaEventsMissing}));
     EXPECT_EQ(read("").codes(), std::vector{SsaEventsMissing});
 }

@@ -66,6 +66,9 @@ Cue cueWith(CueFeature feature, CueTarget target) {
         run.style.foreground = qlx::screen::colorOf(3, 2, 0);
         run.properties = {{"color", std::string(kOrange)}};
         break;
+    case CueFeature::Transparency:
+        run.properties = {{"color.alpha", "40"}};
+        break;
     case CueFeature::Background:
         run.style.background = Color::Blue;
         break;
@@ -194,6 +197,8 @@ bool has(const std::vector<Cue>& cues, CueFeature feature, CueTarget target) {
         return run.style.foreground == Color::Red;
     case CueFeature::MoreColors:
         return run.style.foreground == qlx::screen::colorOf(3, 2, 0);
+    case CueFeature::Transparency:
+        return says(cue, "color.alpha", "40");
     case CueFeature::Background:
         return run.style.background == Color::Blue;
     case CueFeature::Font:

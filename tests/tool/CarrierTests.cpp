@@ -461,5 +461,32 @@ TEST(Carriers, AreMadeOfPipesWhoseContentTellsTheFormat) {
     EXPECT_NE(untold.err.find("--from-format is needed: "), std::string::npos) << untold.err;
 }
 
+// What packets cannot carry has changed as much as what a file of cues cannot.
+TEST(Carriers, CountWhatTheyCannotCarryAsLost) {
+    const TemporaryFolder folder;
+    const std::string plain = folder.write("plain.srt", srt({{"00:00:01,000", "00:00:02,000", "Hello"}}));
+    const std::string bold = folder.write(
+        "bold.srt", srt({{"00:00:01,000", "00:00:02,000", "<b>Hello</b>"}, {"00:00:03,000", "00:00:04,000", "x"}}));
+    const std::string struck = folder.write("struck.srt", srt({{"00:00:01,000", "00:00:02,000", "<s>Hello</s>"}}));
+    const std::pair<Arguments, std::string> carriers[] = {
+        {{"--to-rate", "29.97", "--channel", "CC1"}, "CEA-608"},
+        {{"--to-rate", "29.97", "--service", "1"}, "CEA-708"},
+        {{"--to-rate", "25", "--page", "888"}, "teletext"},
+    };
+    for (const auto& [arguments, name] : carriers) {
+        SCOPED_TRACE(name);
+        Arguments strict = arguments;
+        strict.emplace_back("--strict");
+        EXPECT_EQ(converted(plain, folder.path("a.klv"), strict).exitCode, 0);
+        const ToolResult lossy = converted(bold, folder.path("a.klv"), strict);
+        EXPECT_EQ(lossy.exitCode, 1);
+        EXPECT_NE(lossy.err.find("bold.srt: 1 cue loses what " + name + " does not carry: bold (1 cue)"),
+                  std::string::npos)
+            << lossy.err;
+        EXPECT_EQ(converted(bold, folder.path("a.klv"), arguments).exitCode, 0);
+        EXPECT_EQ(converted(struck, folder.path("a.klv"), strict).exitCode, 1);
+    }
+}
+
 }  // namespace
 }  // namespace carrier_tests

@@ -230,11 +230,41 @@ TEST(TtmlConvert, KeepsColorsBehindTextThatAreSeenThrough) {
     EXPECT_NE(converted(file("rgba(0,0,0,128)"), "ttml").out.find("tts:backgroundColor=\"rgba(0,0,0,128)\""),
               std::string::npos);
     // EBU-TT-D has numbers of eight digits alone, others have no such colours.
-    const ToolResult ebu = converted(file("rgba(0,0,0,128)"), "ebu-tt-d");
-    EXPECT_NE(ebu.out.find("tts:backgroundColor=\"#000000\""), std::string::npos) << ebu.out;
-    EXPECT_NE(ebu.err.find("lost properties: 1"), std::string::npos) << ebu.err;
+    const ToolResult ebu = converted(file("rgba(0,0,0,128)"), "ebu-tt-d", {"--strict"});
+    EXPECT_EQ(ebu.exitCode, 0) << ebu.err;
+    EXPECT_NE(ebu.out.find("tts:backgroundColor=\"#00000080\""), std::string::npos) << ebu.out;
     EXPECT_NE(converted(file("#000000c2"), "srt").err.find("lost properties: 1"), std::string::npos);
     EXPECT_EQ(converted(file("#000000ff"), "vtt", {"--strict"}).exitCode, 0);
+}
+
+TEST(TtmlConvert, KeepsColorsOfTextThatAreSeenThrough) {
+    const TemporaryFolder folder;
+    const auto file = [&folder](const std::string& color) {
+        return folder.write("in.ttml",
+                            "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" "
+                            "xml:lang=\"de\"><body><div><p begin=\"1s\" end=\"2s\"><span tts:color=\"" +
+                                color + "\">a</span></p></div></body></tt>\n");
+    };
+    const std::pair<std::string, std::string> cases[] = {
+        {"#ff000080", "#ff000080"},
+        {"rgba(0, 255, 0, 64)", "#00ff0040"},
+        {"transparent", "#ffffff00"},
+        {"#123456c2", "#123456c2"},
+    };
+    for (const auto& [color, written] : cases) {
+        SCOPED_TRACE(color);
+        for (const char* const format : {"ttml", "ebu-tt-d"}) {
+            const ToolResult same = converted(file(color), format, {"--strict"});
+            EXPECT_EQ(same.exitCode, 0) << same.err;
+            EXPECT_NE(same.out.find("tts:color=\"" + written + "\""), std::string::npos) << same.out;
+        }
+        for (const char* const format : {"srt", "vtt", "stl"}) {
+            const ToolResult other = converted(file(color), format, {"--report"});
+            EXPECT_NE(other.err.find("lost properties: "), std::string::npos) << other.err;
+            EXPECT_NE(other.err.find("transparency"), std::string::npos) << other.err;
+        }
+    }
+    EXPECT_EQ(converted(file("#ff0000ff"), "vtt", {"--strict"}).exitCode, 0);
 }
 
 TEST(TtmlConvert, SaysWhatAnotherFormatLoses) {

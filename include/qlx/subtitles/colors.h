@@ -24,7 +24,7 @@ namespace qlx::subtitles {
 /// The 24 bits of a colour of a screen.
 [[nodiscard]] QLX_EXPORT std::uint32_t bitsOf(screen::Color color) noexcept;
 
-/// `#rrggbb`
-[[nodiscard]] QLX_EXPORT std::string hexColorText(std::uint32_t color);
+/// `#rrggbb`, with `aa` behind it where the alpha is not 255.
+[[nodiscard]] QLX_EXPORT std::string hexColorText(std::uint32_t color, std::uint8_t alpha = 0xFF);
 
 }  // namespace qlx::subtitles

@@ -68,7 +68,11 @@ using Properties = std::vector<Property>;
 namespace properties {
 /// Of a run: the colour of its characters as `#rrggbb`, where Style::foreground is only the one that is nearest to it.
 inline constexpr std::string_view kColor = "color";
-inline constexpr std::string_view kFontFace = "font.face";   ///< Of a run: the name of a font.
+/// Of a run: how much of its characters hides the picture, `00` (they are not seen) to `fe`, two hexadecimal digits; all
+/// without it.
+inline constexpr std::string_view kColorAlpha = "color.alpha";
+inline constexpr std::string_view kBackgroundAlpha = "background.alpha";  ///< The same of Style::background.
+inline constexpr std::string_view kFontFace = "font.face";                ///< Of a run: the name of a font.
 inline constexpr std::string_view kFontSize = "font.size";   ///< Of a run: a size, as the format writes it.
 inline constexpr std::string_view kStruckOut = "strikeout";  ///< Of a run: there is a line through it.
 }  // namespace properties
@@ -87,6 +91,14 @@ struct Run {
 /// The 24 bits of the colour of a run's characters: those of properties::kColor, as long as Style::foreground is the one
 /// that is nearest to them, else its own.
 [[nodiscard]] QLX_EXPORT std::uint32_t exactColorOf(const Run& run);
+/// Gives a run a colour of 24 bits: the nearest one of a screen, and the exact one as a property where it is another.
+QLX_EXPORT void setColor(Run& run, std::uint32_t color);
+
+/// What properties::kColorAlpha or properties::kBackgroundAlpha says, 0 to 255; 255 where nothing does that can be
+/// read.
+[[nodiscard]] QLX_EXPORT std::uint8_t alphaOf(const Properties& properties, std::string_view name) noexcept;
+/// Adds one of them to those of a run, unless it is 255.
+QLX_EXPORT void setAlpha(Properties& properties, std::string_view name, std::uint8_t alpha);
 
 /// A row of a cue. It may have no text, and then keeps a row of the screen free.
 struct Row {

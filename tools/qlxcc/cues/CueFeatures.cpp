@@ -25,12 +25,13 @@ void set(CueFeatures& features, CueFeature feature, bool isThere) {
 CueFeature featureOf(const Property& property) {
     namespace names = subtitles::properties;
     constexpr std::pair<std::string_view, CueFeature> kKnown[] = {
-        {names::kColor, CueFeature::MoreColors},       {names::kFontFace, CueFeature::Font},
-        {names::kFontSize, CueFeature::Font},          {names::kStruckOut, CueFeature::StrikeOut},
-        {names::kWebVttVoice, CueFeature::Voices},     {names::kWebVttLanguage, CueFeature::Language},
-        {names::kWebVttRuby, CueFeature::Ruby},        {names::kWebVttRubyText, CueFeature::Ruby},
-        {names::kWebVttPosition, CueFeature::Columns}, {names::kWebVttLine, CueFeature::Rows},
-        {names::kWebVttAlign, CueFeature::Sides},      {names::kWebVttSize, CueFeature::Box},
+        {names::kColor, CueFeature::MoreColors},        {names::kFontFace, CueFeature::Font},
+        {names::kColorAlpha, CueFeature::Transparency}, {names::kBackgroundAlpha, CueFeature::Transparency},
+        {names::kFontSize, CueFeature::Font},           {names::kStruckOut, CueFeature::StrikeOut},
+        {names::kWebVttVoice, CueFeature::Voices},      {names::kWebVttLanguage, CueFeature::Language},
+        {names::kWebVttRuby, CueFeature::Ruby},         {names::kWebVttRubyText, CueFeature::Ruby},
+        {names::kWebVttPosition, CueFeature::Columns},  {names::kWebVttLine, CueFeature::Rows},
+        {names::kWebVttAlign, CueFeature::Sides},       {names::kWebVttSize, CueFeature::Box},
     };
     const auto* const known = std::find_if(std::begin(kKnown), std::end(kKnown),
                                            [&property](const auto& each) { return each.first == property.name; });

@@ -292,7 +292,7 @@ private:
         if (!keepsNumbers && isNumber(cue.identifier)) {
             cue.identifier.clear();
         }
-        if (_options.reportsAll) {
+        if (_options.reportsAll || _options.frames) {
             reportNotCarried(cue);
         }
         _give(cue, *_input);
@@ -311,7 +311,10 @@ private:
         if (lost.none()) {
             return;
         }
-        _notes.remark(_written, formatName() + " does not carry: " + namesOf(lost));
+        ++_incomplete;
+        if (_options.reportsAll) {
+            _notes.remark(_written, formatName() + " does not carry: " + namesOf(lost));
+        }
         for (std::size_t index = 0; index < lost.size(); ++index) {
             _notCarried[index] += lost.test(index) ? 1 : 0;
         }
@@ -325,7 +328,11 @@ private:
                 counts += (counts.empty() ? "" : ", ") + std::string(row.name) + " (" + counted(count, "cue") + ")";
             }
         }
-        if (!counts.empty()) {
+        if (_options.frames) {
+            // Who writes a file says what of its rows is lost; packets have no such writer.
+            _notes.lose(_incomplete, (_incomplete == 1 ? "loses what " : "lose what ") + formatName() +
+                                         " does not carry: " + counts);
+        } else if (!counts.empty()) {
             printNote("remark: " + printable(_options.input.path) + ": " + formatName() + " does not carry: " + counts);
         }
     }
@@ -342,6 +349,7 @@ private:
     const CueInput* _input = nullptr;
     std::uint64_t _cues = 0;
     std::uint64_t _written = 0;
+    std::uint64_t _incomplete = 0;                                  ///< Cues of which the format does not carry all.
     bool _countsFromZero = false;                                   ///< The numbers of what is read.
     std::array<std::uint64_t, CueFeatures{}.size()> _notCarried{};  ///< Cues of each feature.
     std::array<std::uint64_t, kChanges.size()> _changes{};
