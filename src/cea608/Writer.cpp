@@ -69,7 +69,8 @@ bool Writer::add(const Caption& caption, FindingSink* findings) {
                     .end = slotAtOrAfter(field, caption.end),
                     .pairs = _encoded.size(),
                     .mode = modeCode(caption.channel, caption.style, caption.rollUpRows),
-                    .style = caption.style});
+                    .style = caption.style,
+                    .knownFrom = slotAtOrAfter(field, _frame)});
     for (const CodePair& pair : _encoded) {
         lane.pairs.push(pair);
     }
@@ -172,9 +173,10 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
         if (cue.style == CaptionStyle::PopOn && cue.pairs == 0 && cue.start <= slot) {
             control(Control::EndOfCaption);
             end(field, lane, slot, findings);
-            start(field, cue, cue.start, slot, findings);
+            start(field, lane, cue, slot, findings);
             lane.shown = lane.cues.pop();
             lane.shown->shownAt = slot;
+            lane.freeFrom = slot + sender.burst.size();
             return true;
         }
     }
@@ -274,12 +276,13 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         // The rows of a roll-up caption move up for the next one, whenever that comes.
         const bool movesUp = lane.shown && lane.shown->style == CaptionStyle::RollUp;
         end(field, lane, slot, movesUp ? nullptr : findings);
-        start(field, cue, cue.start, slot, findings);
+        start(field, lane, cue, slot, findings);
         lane.shown = cue;
         lane.shown->shownAt = slot;
     }
     cue.isBegun = true;
     if (!isPopOn && cue.pairs == 0) {
+        lane.freeFrom = slot + sender.burst.size();
         (void)lane.cues.pop();
     }
     return true;
@@ -336,12 +339,15 @@ void Writer::push(Field& field, const Code& code) const {
     field.burst.insert(field.burst.end(), codeLength(), pair);
 }
 
-/// `due`: the first slot that it could have begun at.
-void Writer::start(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot, FindingSink* findings) {
+/// A pop-on caption could be loaded behind the one before it, as soon as it was added: what it lacks there comes behind its
+/// start.
+void Writer::start(std::size_t field, const Lane& lane, const Cue& cue, std::uint64_t slot, FindingSink* findings) {
     _events.push_back({cue.number, CaptionStep::Shown});
-    if (slot > due) {
+    if (slot > cue.start) {
+        const std::uint64_t loadedFrom = cue.style == CaptionStyle::PopOn ? std::max(lane.freeFrom, cue.knownFrom) : 0;
         addTo(findings, {FindingCode::Cea608ShownLate, Severity::Warning, cue.number,
-                         number(frameOfSlot(field, slot) - frameOfSlot(field, cue.start)), number(slot - due)});
+                         number(frameOfSlot(field, slot) - frameOfSlot(field, cue.start)),
+                         number(slot - std::max(cue.start, loadedFrom))});
     }
 }
 

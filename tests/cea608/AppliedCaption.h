@@ -1,6 +1,7 @@
 // What findings say of captions, applied to them.
 #pragma once
 
+#include "CaptionFindings.h"
 #include "RandomCaptions.h"
 
 #include <qlx/base/finding.h>
@@ -37,19 +38,9 @@ public:
     [[nodiscard]] const std::vector<CaptionRow>& rows() const { return _rows; }
 
 private:
-    [[nodiscard]] const Finding* find(FindingCode code, std::int64_t first) const {
-        const auto found = std::find_if(_findings.begin(), _findings.end(), [&](const Finding& finding) {
-            return finding.code == code && finding.first == first;
-        });
-        return found == _findings.end() ? nullptr : &*found;
-    }
-
     /// Whether a place is among the columns of a finding.
     [[nodiscard]] bool has(FindingCode code, std::size_t index) const {
-        const std::int64_t place = _named + static_cast<std::int64_t>(index);
-        return std::any_of(_findings.begin(), _findings.end(), [&](const Finding& finding) {
-            return finding.code == code && place >= finding.first && place < finding.first + finding.second;
-        });
+        return _findings.has(code, _named + static_cast<std::int64_t>(index));
     }
 
     void place(const CaptionRow& row) {
@@ -60,9 +51,9 @@ private:
         CaptionRow piece{row.row, static_cast<std::uint8_t>(row.column + first), {}};
         for (std::size_t index = first; index < row.cells.size();) {
             const std::int64_t place = placeOf(row.row, index);
-            if (const Finding* const cut = find(FindingCode::Cea608RowCut, place)) {
+            if (const Finding* const cut = _findings.find(FindingCode::Cea608RowCut, place)) {
                 index += static_cast<std::size_t>(cut->second);
-            } else if (const Finding* const broken = find(FindingCode::Cea608RowBroken, place)) {
+            } else if (const Finding* const broken = _findings.find(FindingCode::Cea608RowBroken, place)) {
                 push(row, first, piece);
                 index += static_cast<std::size_t>(broken->second);
                 first = index;
@@ -76,10 +67,10 @@ private:
 
     void push(const CaptionRow& row, std::size_t first, CaptionRow piece) {
         const std::int64_t place = placeOf(row.row, first);
-        if (piece.cells.empty() || find(FindingCode::Cea608RowLeftOut, place) != nullptr) {
+        if (piece.cells.empty() || _findings.find(FindingCode::Cea608RowLeftOut, place) != nullptr) {
             return;
         }
-        if (const Finding* const moved = find(FindingCode::Cea608RowMoved, place)) {
+        if (const Finding* const moved = _findings.find(FindingCode::Cea608RowMoved, place)) {
             piece.row = static_cast<std::uint8_t>(moved->second / 1000);
             piece.column = static_cast<std::uint8_t>(moved->second % 1000);
         }
@@ -95,13 +86,14 @@ private:
 
     [[nodiscard]] Cell replaced(Cell cell) const {
         const auto color = [this](Color asked) {
-            const Finding* const found = find(FindingCode::Cea608ColorReplaced, static_cast<std::int64_t>(asked));
+            const Finding* const found =
+                _findings.find(FindingCode::Cea608ColorReplaced, static_cast<std::int64_t>(asked));
             return found != nullptr ? static_cast<Color>(found->second) : asked;
         };
         cell.foreground = color(cell.foreground);
         cell.background = cell.backgroundOpacity == Opacity::Transparent ? Color::Black : color(cell.background);
         if (const Finding* const found =
-                find(FindingCode::Cea608CharacterReplaced, static_cast<std::int64_t>(cell.character))) {
+                _findings.find(FindingCode::Cea608CharacterReplaced, static_cast<std::int64_t>(cell.character))) {
             cell.character = static_cast<char32_t>(found->second);
         }
         return cell;
@@ -157,7 +149,7 @@ private:
         }
     }
 
-    const std::vector<Finding>& _findings;
+    CaptionFindings _findings;
     bool _isRollUp;
     std::vector<CaptionRow> _rows;
     std::vector<std::int64_t> _places;  ///< Of the first cell of each row, as findings name it.

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <map>
@@ -69,6 +70,7 @@ std::vector<Change> received(const std::vector<Caption>& captions, FrameRate rat
 
 /// The slots of a caption that pops on, and of the one behind it; the last ones of none are never.
 struct Turn {
+    std::size_t number = 0;  ///< The caption's.
     std::uint64_t start = 0;
     std::uint64_t ownEnd = 0;
     std::uint64_t shown = 0;
@@ -88,48 +90,97 @@ struct Turn {
     }
 };
 
-/// What must be shown by the standard, the times, and the findings, of which those about ends are to be as they are worked
-/// out here.
-std::vector<Change> expectedChanges(const std::vector<Caption>& captions, const FieldFrames& frames, bool doublesCodes,
-                                    const qlx::Findings& findings) {
-    std::map<std::uint64_t, std::vector<Finding>> ofCaptions;
-    for (const Finding& finding : findings) {
-        ofCaptions[finding.offset].push_back(finding);
+/// Pairs in front of an EDM behind `front` pairs of a load, at which no group of pairs that belong together ends: they stay
+/// unused.
+std::size_t unusedBefore(const std::vector<CodePair>& pairs, std::size_t front) {
+    std::size_t begin = 0;
+    for (std::size_t end = 1; end <= pairs.size() && end <= front; ++end) {
+        begin = end == pairs.size() || !pairs[end].isJoined ? end : begin;
     }
-    const auto amount = [&ofCaptions](std::size_t index, FindingCode code) {
-        std::uint64_t sum = 0;
-        for (const Finding& finding : ofCaptions[index]) {
-            sum += finding.code == code ? static_cast<std::uint64_t>(finding.first) : 0;
+    return front < pairs.size() ? front - begin : 0;
+}
+
+/// What is said of each caption.
+class FindingsOf {
+public:
+    explicit FindingsOf(const qlx::Findings& findings) {
+        for (const Finding& finding : findings) {
+            _ofCaptions[finding.offset].push_back(finding);
         }
-        return sum;
-    };
+    }
+
+    [[nodiscard]] const std::vector<Finding>& all(std::size_t caption) { return _ofCaptions[caption]; }
+    /// The finding of this code, of which there is at most one; zeros where there is none.
+    [[nodiscard]] Finding one(std::size_t caption, FindingCode code) {
+        const std::vector<Finding>& found = all(caption);
+        const auto is = [code](const Finding& finding) { return finding.code == code; };
+        EXPECT_LE(std::count_if(found.begin(), found.end(), is), 1);
+        const auto place = std::find_if(found.begin(), found.end(), is);
+        return place == found.end() ? Finding() : *place;
+    }
+
+private:
+    std::map<std::uint64_t, std::vector<Finding>> _ofCaptions;
+};
+
+/// The turns of all captions of which something is to be seen.
+std::vector<Turn> turnsOf(const std::vector<Caption>& captions, const FieldFrames& frames, bool doublesCodes,
+                          FindingsOf& findings) {
     const auto slotOf = [&frames](std::uint64_t frame) { return frames.atOrAfter(frame) / frames.step(); };
-    const auto frameOf = [&frames](std::uint64_t slot) { return frames.atOrAfter(slot * frames.step()); };
     std::vector<Turn> turns;
-    std::vector<std::size_t> numbers;
     for (std::size_t index = 0; index < captions.size(); ++index) {
         const Caption& caption = captions[index];
-        if (Applied(caption, ofCaptions[index]).rows().empty()) {
-            EXPECT_EQ(ofCaptions[index].back().code, FindingCode::Cea608CaptionEmpty);
+        if (Applied(caption, findings.all(index)).rows().empty()) {
+            EXPECT_EQ(findings.all(index).back().code, FindingCode::Cea608CaptionEmpty);
             continue;
         }
-        Turn turn{.start = slotOf(caption.start), .ownEnd = slotOf(caption.end), .code = doublesCodes ? 2U : 1U};
-        turn.shown = turn.start + amount(index, FindingCode::Cea608ShownLate) / frames.step();
+        Turn turn{.number = index,
+                  .start = slotOf(caption.start),
+                  .ownEnd = slotOf(caption.end),
+                  .code = doublesCodes ? 2U : 1U};
+        const auto late = static_cast<std::uint64_t>(findings.one(index, FindingCode::Cea608ShownLate).first);
+        turn.shown = turn.start + late / frames.step();
         if (!turns.empty()) {
             turns.back().nextStart = turn.start;
             turns.back().nextShown = turn.shown;
         }
         turns.push_back(turn);
-        numbers.push_back(index);
     }
+    return turns;
+}
+
+/// How many pairs a caption lacks between the EOC of the one before it and its own start.
+std::uint64_t lackingPairs(const Turn* before, const Turn& turn, const Caption& caption, bool doublesCodes) {
+    std::vector<CodePair> pairs;
+    encodeCaption(caption, {.doublesCodes = doublesCodes}, pairs);
+    const std::uint64_t free = before != nullptr ? before->shown + before->code : 0;
+    std::uint64_t needed = pairs.size();
+    if (before != nullptr && before->over() < turn.shown) {
+        needed += before->code + unusedBefore(pairs, before->over() - free);
+    }
+    const std::uint64_t there = std::max(turn.start, free) - free;
+    return needed - std::min(there, needed);
+}
+
+/// What must be shown by the standard, the times, and the findings, of which those about ends and about pairs that lack are
+/// to be as they are worked out here.
+std::vector<Change> expectedChanges(const std::vector<Caption>& captions, const FieldFrames& frames, bool doublesCodes,
+                                    const qlx::Findings& found) {
+    FindingsOf findings(found);
+    const auto frameOf = [&frames](std::uint64_t slot) { return frames.atOrAfter(slot * frames.step()); };
+    const std::vector<Turn> turns = turnsOf(captions, frames, doublesCodes, findings);
     std::vector<Change> changes;
     for (std::size_t index = 0; index < turns.size(); ++index) {
         const Turn& turn = turns[index];
-        const std::size_t number = numbers[index];
-        changes.push_back({frameOf(turn.shown), screenOf(Applied(captions[number], ofCaptions[number]).rows())});
+        const Caption& caption = captions[turn.number];
+        changes.push_back({frameOf(turn.shown), screenOf(Applied(caption, findings.all(turn.number)).rows())});
+        EXPECT_EQ(findings.one(turn.number, FindingCode::Cea608ShownLate).second,
+                  lackingPairs(index > 0 ? &turns[index - 1] : nullptr, turn, caption, doublesCodes))
+            << "caption " << turn.number;
         const std::uint64_t over = turn.over();
-        EXPECT_EQ(amount(number, FindingCode::Cea608EndLate), frameOf(over) - frameOf(std::min(over, turn.end())))
-            << "caption " << number;
+        EXPECT_EQ(findings.one(turn.number, FindingCode::Cea608EndLate).first,
+                  frameOf(over) - frameOf(std::min(over, turn.end())))
+            << "caption " << turn.number;
         if (over < turn.nextShown) {
             changes.push_back({frameOf(over), screenOf({})});
         }
@@ -151,16 +202,6 @@ struct Fitting {
     std::vector<Caption> captions;
     std::size_t pairs = 0;  ///< All that are no nulls.
 };
-
-/// Pairs in front of an EDM behind `front` pairs of a load, at which no group of pairs that belong together ends: they stay
-/// unused.
-std::size_t unusedBefore(const std::vector<CodePair>& pairs, std::size_t front) {
-    std::size_t begin = 0;
-    for (std::size_t end = 1; end <= pairs.size() && end <= front; ++end) {
-        begin = end == pairs.size() || !pairs[end].isJoined ? end : begin;
-    }
-    return front < pairs.size() ? front - begin : 0;
-}
 
 /// Captions that fit: the pairs behind the EOC of the one before hold the load, EDM, which may be anywhere among them, and
 /// those that EDM leaves unused.

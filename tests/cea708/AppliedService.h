@@ -1,6 +1,7 @@
 // What findings say of captions of a service, applied to them.
 #pragma once
 
+#include "CaptionFindings.h"
 #include "RandomServiceCaptions.h"
 #include "SentServices.h"
 
@@ -34,35 +35,22 @@ public:
     [[nodiscard]] const std::vector<CaptionRow>& rows() const { return _rows; }
 
 private:
-    [[nodiscard]] const Finding* find(FindingCode code, std::int64_t first) const {
-        const auto found = std::find_if(_findings.begin(), _findings.end(), [&](const Finding& finding) {
-            return finding.code == code && finding.first == first;
-        });
-        return found == _findings.end() ? nullptr : &*found;
-    }
-
-    [[nodiscard]] bool has(FindingCode code, std::int64_t place) const {
-        return std::any_of(_findings.begin(), _findings.end(), [&](const Finding& finding) {
-            return finding.code == code && place >= finding.first && place < finding.first + finding.second;
-        });
-    }
-
     void place(const CaptionRow& row) {
         std::size_t first = 0;
         while (first < row.cells.size() && !row.cells[first].isVisible) {
             ++first;
         }
         const std::int64_t begin = qlx::screen::placeOf(row.row, first);
-        if (first == row.cells.size() || find(FindingCode::Cea708RowLeftOut, begin) != nullptr) {
+        if (first == row.cells.size() || _findings.find(FindingCode::Cea708RowLeftOut, begin) != nullptr) {
             return;
         }
         CaptionRow placed{row.row, static_cast<std::uint8_t>(row.column + first), {}};
-        if (const Finding* const moved = find(FindingCode::Cea708RowMoved, begin)) {
+        if (const Finding* const moved = _findings.find(FindingCode::Cea708RowMoved, begin)) {
             placed.row = static_cast<std::uint8_t>(moved->second / 1000);
             placed.column = static_cast<std::uint8_t>(moved->second % 1000);
         }
         for (std::size_t index = first; index < row.cells.size(); ++index) {
-            if (find(FindingCode::Cea708RowCut, qlx::screen::placeOf(row.row, index)) != nullptr) {
+            if (_findings.find(FindingCode::Cea708RowCut, qlx::screen::placeOf(row.row, index)) != nullptr) {
                 break;
             }
             placed.cells.push_back(shown(row.cells[index], _isRollUp ? row.row : placed.row,
@@ -73,15 +61,15 @@ private:
 
     [[nodiscard]] Cell shown(Cell cell, std::size_t row, std::size_t column) const {
         const std::int64_t place = qlx::screen::placeOf(row, column);
-        if (has(FindingCode::Cea708StyleReplaced, place)) {
+        if (_findings.has(FindingCode::Cea708StyleReplaced, place)) {
             cell.edge = cell.edge > qlx::screen::Edge::RightDropShadow ? qlx::screen::Edge::None : cell.edge;
             cell.foregroundOpacity = cell.isFlashing ? qlx::screen::Opacity::Flash : cell.foregroundOpacity;
         }
-        if (has(FindingCode::Cea708TextLeftOut, place)) {
+        if (_findings.has(FindingCode::Cea708TextLeftOut, place)) {
             cell.character = U' ';
         }
         if (const Finding* const found =
-                find(FindingCode::Cea708CharacterReplaced, static_cast<std::int64_t>(cell.character))) {
+                _findings.find(FindingCode::Cea708CharacterReplaced, static_cast<std::int64_t>(cell.character))) {
             cell.character = static_cast<char32_t>(found->second);
         }
         cell.isConcealed = false;
@@ -89,7 +77,7 @@ private:
         return cell;
     }
 
-    const std::vector<Finding>& _findings;
+    CaptionFindings _findings;
     bool _isRollUp;
     std::vector<CaptionRow> _rows;
 };

@@ -217,6 +217,26 @@ TEST(FileContents, AreReadWithoutParity) {
     EXPECT_EQ(runTool({"convert", file, "--to-format", "vtt", "-o", "-"}).out.find("Hi"), std::string::npos);
 }
 
+// A visible window of one row and eight columns whose fill is translucent and blue (SWA). "H" is translucent on translucent
+// black (SPC), "i" solid on nothing, so that it has the fill behind it. Of CEA-608: "H", then "i" on translucent blue.
+TEST(FileContents, SayWhatThePictureShowsThrough) {
+    const TemporaryFolder folder;
+    const std::string service =
+        writtenFrames(folder, {"ff0c36fe9820fe0000fe0007fe1197fe8300fe0000fe91bffe8000fe4891fe3fc0fe0069"});
+    const std::string shown = runTool({"show", service, "--service", "1", "--at", "0", "--json"}).out;
+    EXPECT_NE(shown.find(R"("runs":[{"background":"black","backgroundOpacity":"translucent","color":"white",)"
+                         R"("colorOpacity":"translucent","text":"H"},{"background":"blue",)"
+                         R"("backgroundOpacity":"translucent","color":"white","text":"i"}])"),
+              std::string::npos)
+        << shown;
+    const std::string channel = writtenFrames(folder, {"fc9429", "fc9470", "fcc820", "fc1025", "fce980"});
+    const std::string captions = runTool({"show", channel, "--channel", "CC1", "--at", "0.16", "--json"}).out;
+    EXPECT_NE(captions.find(R"("runs":[{"background":"black","color":"white","text":"H"},{"background":"blue",)"
+                            R"("backgroundOpacity":"translucent","color":"white","text":" i"}])"),
+              std::string::npos)
+        << captions;
+}
+
 // A packet with one block of service 1: a visible window of one row and eight columns, then P16 B0A1 (EUC-KR: U+AC00).
 TEST(FileContents, ReadCharactersOfSixteenBits) {
     const TemporaryFolder folder;

@@ -70,9 +70,15 @@ std::string withoutMarkup(std::string line) {
     return line;
 }
 
-/// The cues of an SRT text, when and as they are to be shown.
-std::vector<Shown> expectedOf(const std::string& text, const RateTerms& rate, std::uint64_t field) {
-    std::vector<Shown> cues;
+/// A cue of an SRT text.
+struct WrittenCue {
+    std::uint64_t start = 0;  ///< Milliseconds.
+    std::uint64_t end = 0;
+    std::vector<std::string> lines;  ///< With their markup.
+};
+
+std::vector<WrittenCue> writtenCues(const std::string& text) {
+    std::vector<WrittenCue> cues;
     bool isOpen = false;
     for (const std::string& line : linesOf(text)) {
         std::array<unsigned, 8> part{};
@@ -81,11 +87,23 @@ std::vector<Shown> expectedOf(const std::string& text, const RateTerms& rate, st
             const auto time = [&](std::size_t first) {
                 return ((part[first] * 60ULL + part[first + 1]) * 60 + part[first + 2]) * 1000 + part[first + 3];
             };
-            cues.push_back({slotFrame(time(0), rate, field), slotFrame(time(4), rate, field), {}});
+            cues.push_back({time(0), time(4), {}});
             isOpen = true;
         } else if (line.empty()) {
             isOpen = false;
         } else if (isOpen) {
+            cues.back().lines.push_back(line);
+        }
+    }
+    return cues;
+}
+
+/// The cues of an SRT text, when and as they are to be shown.
+std::vector<Shown> expectedOf(const std::string& text, const RateTerms& rate, std::uint64_t field) {
+    std::vector<Shown> cues;
+    for (const WrittenCue& cue : writtenCues(text)) {
+        cues.push_back({slotFrame(cue.start, rate, field), slotFrame(cue.end, rate, field), {}});
+        for (const std::string& line : cue.lines) {
             cues.back().text += (cues.back().text.empty() ? "" : " ") + withoutMarkup(line);
         }
     }
@@ -335,19 +353,9 @@ struct DemoCue {
 
 std::vector<DemoCue> demoCuesOf(const std::string& text, bool isService) {
     std::vector<DemoCue> cues;
-    bool isOpen = false;
-    for (const std::string& line : linesOf(text)) {
-        std::array<unsigned, 8> part{};
-        if (std::sscanf(line.c_str(), "%u:%u:%u,%u --> %u:%u:%u,%u", part.data(), &part[1], &part[2], &part[3],
-                        &part[4], &part[5], &part[6], &part[7]) == 8) {
-            const auto time = [&](std::size_t first) {
-                return ((part[first] * 60ULL + part[first + 1]) * 60 + part[first + 2]) * 1000 + part[first + 3];
-            };
-            cues.push_back({time(0), time(4), false, {}});
-            isOpen = true;
-        } else if (line.empty()) {
-            isOpen = false;
-        } else if (isOpen) {
+    for (const WrittenCue& cue : writtenCues(text)) {
+        cues.push_back({cue.start, cue.end, false, {}});
+        for (const std::string& line : cue.lines) {
             cues.back().isAtTop = cues.back().isAtTop || line.starts_with("{\\an8}");
             addLines(cues.back().lines, line, isService);
         }

@@ -157,7 +157,7 @@ enum class FindingCode : std::uint32_t {
     Cea608BackgroundLate,   ///< Place, columns with the background of the one before them (black at a beginning).
     Cea608BackgroundEarly,  ///< Place, columns with the background of the one behind them.
     Cea608FlashLeftOut,     ///< Place, columns whose background should flash, and does not.
-    Cea608ShownLate,        ///< Frames that it is late, pairs that it is short of.
+    Cea608ShownLate,        ///< Frames that it is late, pairs that its load lacks (cea608::Writer).
     Cea608EndLate,          ///< Frames that its end is late.
     Cea608OpacityLeftOut,   ///< Place, columns whose letters are solid, and not translucent or transparent.
     Cea608TextLeftOut,      ///< Place, columns that are spaces: second halves of letters, and concealed ones.

@@ -66,7 +66,9 @@ struct FramePairs {
 /// A pop-on caption is loaded while the one before it is shown, as soon as it has been added. It fits when the pairs of
 /// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
 /// a gap; then its EOC begins at the first pair of its field at or after its start. A caption that does not fit is shown
-/// as soon as it is loaded, with a finding. EDM stands at the end, and is left out when the next EOC follows at once, and
+/// as soon as it is loaded, with a finding, which says how late it is and how many of those pairs it lacks: where that one
+/// is late itself, or where it was added late, fewer than the pairs from its start on. A roll-up or paint-on caption lacks
+/// all pairs from its start on up to its first one. EDM stands at the end, and is left out when the next EOC follows at once, and
 /// where the next caption begins before that end: what is shown stays then until the other one takes its place, also when
 /// that is late.
 ///
@@ -136,7 +138,8 @@ private:
         bool isBegun = false;
         std::uint64_t ownEnd =
             0;  ///< The end that it had, if the next one cuts it: a pop-on one takes its place up to then.
-        std::uint64_t shownAt = 0;  ///< Of what is shown.
+        std::uint64_t shownAt = 0;    ///< Of what is shown.
+        std::uint64_t knownFrom = 0;  ///< The slot that was the next one as it was added.
     };
 
     /// A channel, or its text.
@@ -146,6 +149,7 @@ private:
         std::optional<Cue> shown;
         std::uint64_t lastStart = 0;  ///< Frame.
         std::uint64_t lastEnd = 0;    ///< The same.
+        std::uint64_t freeFrom = 0;   ///< The slot behind EOC, or the last pair, of the last caption that is there.
         bool hasStarted = false;      ///< A caption was added.
     };
 
@@ -189,7 +193,7 @@ private:
     [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
     void push(Field& field, const Code& code) const;
-    void start(std::size_t field, const Cue& cue, std::uint64_t due, std::uint64_t slot, FindingSink* findings);
+    void start(std::size_t field, const Lane& lane, const Cue& cue, std::uint64_t slot, FindingSink* findings);
     void end(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings);
 
     FrameRate _rate;

@@ -19,8 +19,14 @@ constexpr std::size_t kRowNumberWidth = 4;
 constexpr std::array<std::string_view, 8> kColourNames{"black", "red",     "green", "yellow",
                                                        "blue",  "magenta", "cyan",  "white"};
 
+constexpr std::array<std::string_view, 4> kOpacityNames{"solid", "flash", "translucent", "transparent"};
+
 std::string_view nameOf(screen::Color colour) {
     return kColourNames[screen::basicIndex(colour)];
+}
+
+std::string_view nameOf(screen::Opacity opacity) {
+    return kOpacityNames[static_cast<std::size_t>(opacity)];
 }
 
 char32_t shownIn(const screen::Cell& cell) {
@@ -40,6 +46,11 @@ bool looksAlike(const screen::Cell& left, const screen::Cell& right) {
     other.isConcealed = left.isConcealed;
     other.backgroundOpacity = left.backgroundOpacity;
     return left == other;
+}
+
+/// Whether they are of one run, which says what of it the picture shows through.
+bool isOneRun(const screen::Cell& left, const screen::Cell& right) {
+    return looksAlike(left, right) && (!left.isVisible || left.backgroundOpacity == right.backgroundOpacity);
 }
 
 /// ECMA-48: reset, then what the cell has.
@@ -75,7 +86,7 @@ Array runsOf(std::span<const screen::Cell> cells) {
     for (std::size_t begin = 0; begin < cells.size();) {
         std::size_t end = begin;
         std::string text;
-        for (; end < cells.size() && looksAlike(cells[begin], cells[end]); ++end) {
+        for (; end < cells.size() && isOneRun(cells[begin], cells[end]); ++end) {
             appendUtf8(text, shownIn(cells[end]));
         }
         Dictionary run{{"text", text}};
@@ -83,6 +94,12 @@ Array runsOf(std::span<const screen::Cell> cells) {
         if (cell.isVisible) {
             run.set("color", nameOf(cell.foreground));
             run.set("background", nameOf(cell.background));
+            if (cell.foregroundOpacity >= screen::Opacity::Translucent) {
+                run.set("colorOpacity", nameOf(cell.foregroundOpacity));
+            }
+            if (cell.backgroundOpacity != screen::Opacity::Solid) {
+                run.set("backgroundOpacity", nameOf(cell.backgroundOpacity));
+            }
         }
         for (const auto& [key, isSet] : {std::pair("italic", cell.isItalic), std::pair("underline", cell.isUnderlined),
                                          std::pair("flash", cell.isFlashing)}) {

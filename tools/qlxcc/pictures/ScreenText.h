@@ -22,8 +22,9 @@ namespace qlx::tool {
                                                    const teletext::CharacterSet& set = {});
 
 /// For each row with text `{"row":22,"column":13,"doubleHeight":true,"text":"..","runs":[{"text":"..","color":"white",
-/// "background":"black"}]}`, with `italic`, `underline` and `flash` in the runs that have them. Texts are in the order in
-/// which they are read.
+/// "background":"black"}]}`, with `italic`, `underline` and `flash` in the runs that have them, and `colorOpacity`
+/// (`translucent`, `transparent`) and `backgroundOpacity` (these, or `flash`) in those that are not solid. Texts are in the
+/// order in which they are read.
 [[nodiscard]] Array screenRows(const screen::Screen& screen, const teletext::CharacterSet& set = {});
 
 }  // namespace qlx::tool
