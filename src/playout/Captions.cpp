@@ -252,12 +252,12 @@ private:
     }
 
     /// The columns of wide pictures of CTA-708 have those of captions in their middle.
-    [[nodiscard]] std::size_t namedColumn(std::size_t named, std::size_t size) const noexcept {
+    [[nodiscard]] std::size_t namedColumn(std::uint16_t named, std::size_t size) const noexcept {
         constexpr std::size_t kWideColumns = 42;
         constexpr std::size_t kFirst = (kWideColumns - cea608::kColumns) / 2;
-        return _asked.screenColumns != kWideColumns
-                   ? detail::columnLike(named, size, _asked.screenColumns, cea608::kColumns)
-                   : named - std::min(named, kFirst + 1);
+        const subtitles::ScreenColumn place = subtitles::withoutFrame(named, _asked.screenColumns);
+        return place.columns != kWideColumns ? detail::columnLike(place.column, size, place.columns, cea608::kColumns)
+                                             : named - std::min<std::size_t>(named, kFirst + 1);
     }
 
     /// Columns for what a preamble does not say of the first letter.

@@ -235,7 +235,8 @@ private:
             line.isFirst && named != 0 && _asked.screenColumns == kColumns) {
             column = std::min<std::size_t>(named - 1U + spaces, kColumns - 1);
         } else if (line.isFirst && named != 0 && _asked.screenColumns != 0) {
-            const std::size_t alike = detail::columnLike(named, line.cells.size(), _asked.screenColumns, kColumns);
+            const subtitles::ScreenColumn place = subtitles::withoutFrame(named, _asked.screenColumns);
+            const std::size_t alike = detail::columnLike(place.column, line.cells.size(), place.columns, kColumns);
             column = std::clamp(alike + spaces, lead, std::max(lead, kColumns - size));
         }
         row.column = static_cast<std::uint8_t>(column);

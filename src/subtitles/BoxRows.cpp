@@ -16,7 +16,7 @@ std::uint8_t bandOf(double row) {
     return row * 3 <= kGridRows ? 7 : row * 3 <= kGridRows * 2 ? 4 : 1;
 }
 
-std::uint8_t sideOf(Alignment alignment) {
+std::uint8_t keypadSideOf(Alignment alignment) {
     return alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
 }
 
@@ -60,7 +60,7 @@ void placeRows(Cue& cue, const Box& box) {
     bool hasColumns = false;
     for (Row& row : cue.rows) {
         row.number = isOnGrid ? static_cast<std::uint64_t>(first++) : 0;
-        row.anchor = static_cast<std::uint8_t>(bandOf(seen) + sideOf(row.alignment));
+        row.anchor = static_cast<std::uint8_t>(bandOf(seen) + keypadSideOf(row.alignment));
         if (row.alignment == Alignment::Left) {
             row.column = static_cast<std::uint16_t>(column);
             hasColumns = true;

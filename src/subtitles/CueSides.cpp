@@ -23,7 +23,6 @@ struct Margins {
 
 Margins marginsOf(std::uint16_t columns) noexcept {
     constexpr std::uint16_t kPageColumns = 40;
-    constexpr std::uint16_t kFramedColumns = 34;
     constexpr std::uint16_t kWideColumns = 42;
     switch (columns) {
     case kPageColumns:
@@ -52,6 +51,34 @@ bool standsAtSide(const Cue& cue, const Row& row, unsigned side) noexcept {
     return side == 0 ? begin <= margins.left : end + margins.right >= cue.screenColumns;
 }
 
+std::optional<Alignment> sideOfColumns(const Cue& cue) noexcept {
+    const auto hasColumn = [](const Row& row) { return row.column != 0; };
+    if (cue.screenColumns == 0 || cue.rows.empty() || !std::all_of(cue.rows.begin(), cue.rows.end(), hasColumn)) {
+        return std::nullopt;
+    }
+    for (const Alignment side : {Alignment::Center, Alignment::Left, Alignment::Right}) {
+        const auto isThere = [&cue, side](const Row& row) { return standsAtSide(cue, row, sideOf(side)); };
+        if (std::all_of(cue.rows.begin(), cue.rows.end(), isThere)) {
+            return side;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Cue> alignedAtSide(const Cue& cue) {
+    const auto side = sideOfColumns(cue);
+    const auto isAsFirst = [&cue](const Row& row) { return row.column == cue.rows.front().column; };
+    if (!side || std::all_of(cue.rows.begin(), cue.rows.end(), isAsFirst)) {
+        return std::nullopt;
+    }
+    Cue aligned = cue;
+    for (Row& row : aligned.rows) {
+        row.alignment = *side;
+        row.column = 0;
+    }
+    return aligned;
+}
+
 Anchors::Anchors(const Cue& cue) noexcept : _rows(screenRowsOf(cue)), _hasColumns(cue.screenColumns != 0) {
     std::size_t left = cue.screenColumns;
     std::size_t right = 0;
@@ -61,6 +88,10 @@ Anchors::Anchors(const Cue& cue) noexcept : _rows(screenRowsOf(cue)), _hasColumn
             left = std::min(left, begin);
             right = std::max(right, begin + widthOf(row));
         }
+    }
+    if (const auto side = sideOfColumns(cue)) {
+        _side = static_cast<std::uint8_t>(sideOf(*side));
+        return;
     }
     // Thirds of the screen; the middle is half of the sum.
     const std::size_t middle = (left + right) * 3;

@@ -94,8 +94,8 @@ public:
     /// @param cue Must outlive this.
     explicit Anchors(const Cue& cue) noexcept;
 
-    /// The anchor of a row, or what its row of the screen and its place on that say: that of the third of the screen which
-    /// the middle of all rows with columns is in, or else its alignment. 0 for below, in the middle, where a place says
+    /// The anchor of a row, or what its row of the screen and its place on that say: the side of sideOfColumns(), that of the
+    /// third of the screen which the middle of all rows with columns is in, or else its alignment. 0 for below, in the middle, where a place says
     /// so; an anchor alone was given, and stays.
     [[nodiscard]] std::uint8_t of(const Row& row) const noexcept;
 

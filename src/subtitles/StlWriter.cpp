@@ -159,14 +159,23 @@ private:
     std::vector<std::uint64_t> _places;
 };
 
+/// The justification of all rows: that of the first one, as long as its columns say no other.
+Alignment justificationOf(const Cue& cue) noexcept {
+    const Alignment own = cue.rows.empty() ? Alignment::Center : cue.rows.front().alignment;
+    const bool isThere = std::all_of(cue.rows.begin(), cue.rows.end(),
+                                     [&](const Row& row) { return standsAtSide(cue, row, sideOf(own)); });
+    return isThere ? own : sideOfColumns(cue).value_or(own);
+}
+
 void reportCue(const Cue& cue, const CueReport& report) {
     for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
         report.add(SubtitleNameLost, !name->empty(), static_cast<std::int64_t>(name->size()));
     }
+    const unsigned side = sideOf(justificationOf(cue));
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {
         ++number;
-        report.add(SubtitlePlaceLost, !standsAtSide(cue, row, sideOf(cue.rows.front().alignment)), number);
+        report.add(SubtitlePlaceLost, !standsAtSide(cue, row, side), number);
         report.add(StlAlignmentsDiffer, row.alignment != cue.rows.front().alignment, number,
                    static_cast<std::int64_t>(row.alignment));
     }
@@ -290,6 +299,7 @@ void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) 
     report.add(SubtitlePlaceLost, rows.areMoved(), 0);
     report.add(StlRowOffScreen, rows.offScreen() != 0, static_cast<std::int64_t>(rowsOf(gsi)), rows.offScreen());
     StlRowForm form{stlTableOf(gsi), isOpenSubtitling(gsi), isDouble, gsi.charactersOfRow.number()};
+    const Alignment alignment = justificationOf(cue);
     std::uint64_t first = rowsOf(gsi);
     std::uint64_t place = 0;
     for (std::size_t index = 0; index < places.size(); ++index) {
@@ -301,11 +311,10 @@ void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) 
         first = place == 0 ? places[index] : first;
         place = places[index];
         Row row = cue.rows[index];
-        row.alignment = cue.rows.front().alignment;
+        row.alignment = alignment;
         appendStlRow(row, form, report, static_cast<std::int64_t>(index + 1), held.text);
     }
     held.block.verticalPosition = static_cast<std::uint8_t>(std::min(first, kGreatestPosition));
-    const Alignment alignment = cue.rows.empty() ? Alignment::Center : cue.rows.front().alignment;
     held.block.justification = alignment > Alignment::Right ? Alignment::Center : alignment;
 }
 

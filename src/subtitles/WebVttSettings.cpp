@@ -106,8 +106,9 @@ void appendScreenPlace(const Cue& cue, const Row& row, std::string& text) {
     const std::uint64_t rows = screenRowsOf(cue);
     percent(kEdge + std::min<std::uint64_t>(row.number - 1, rows) * kSafe / rows);
     if (row.column != 0 && cue.screenColumns != 0) {
+        const ScreenColumn place = withoutFrame(row.column, cue.screenColumns);
         text += " position:";
-        percent(kEdge + std::min<std::uint64_t>(row.column - 1U, cue.screenColumns) * kSafe / cue.screenColumns);
+        percent(kEdge + std::min<std::uint64_t>(place.column - 1U, place.columns) * kSafe / place.columns);
         text += ",line-left align:left";
     } else if (row.alignment == Alignment::Left || row.alignment == Alignment::Right) {
         text += row.alignment == Alignment::Left ? " align:left" : " align:right";

@@ -146,6 +146,20 @@ bool isTransparent(std::string_view value) {
     return alpha.find_first_not_of("0.%") == std::string_view::npos;
 }
 
+/// Whether a colour is seen through, which looks cannot have: `rgba(0, 0, 0, 0.8)`, `#00000080`.
+bool isSeenThrough(std::string_view value) {
+    constexpr std::size_t kWithAlpha = 9;
+    if (value.starts_with('#')) {
+        return value.size() == kWithAlpha && !value.ends_with("ff");
+    }
+    const std::size_t comma = value.rfind(',');
+    if (!value.starts_with("rgba(") || comma == std::string_view::npos) {
+        return false;
+    }
+    const std::string_view alpha = trimmed(value.substr(comma + 1), " \t\f\r\n)");
+    return alpha.ends_with('%') ? alpha != "100%" : !alpha.starts_with('1');
+}
+
 bool takeBackground(std::string_view value, WebVttLook& look) {
     const bool isClear = isTransparent(value) || value == "none";
     const auto color = isClear ? std::nullopt : colorNamed(value);
@@ -154,7 +168,7 @@ bool takeBackground(std::string_view value, WebVttLook& look) {
     }
     look.background = color;
     look.isBackgroundClear = isClear;
-    return true;
+    return isClear || !isSeenThrough(value);
 }
 
 bool takeWeight(std::string_view value, WebVttLook& look) {
@@ -173,7 +187,7 @@ bool takeDeclaration(std::string_view name, std::string_view value, WebVttLook& 
     if (name == "color") {
         const auto color = colorNamed(value);
         look.foreground = color ? color : look.foreground;
-        return color.has_value();
+        return color && !isSeenThrough(value);
     }
     if (name == "background-color" || name == "background") {
         return takeBackground(value, look);

@@ -236,7 +236,10 @@ void WebVttWriter::begin(const WebVttFile& file, std::string& text) {
     rest.say({_findings, 0});
 }
 
-bool WebVttWriter::write(const Cue& cue, std::string& text) {
+bool WebVttWriter::write(const Cue& given, std::string& text) {
+    // One position is that of all rows, unless they are aligned.
+    const auto aligned = given.box ? std::nullopt : alignedAtSide(given);
+    const Cue& cue = aligned && aligned->rows.front().alignment != Alignment::Left ? *aligned : given;
     const CueReport report(_findings, ++_cues);
     const auto span = writtenSpan(cue, report);
     if (!span) {

@@ -198,7 +198,8 @@ Box boxFor(const Cue& cue, bool& isLost) {
     }
     if (firstRow.column > 1 && cue.screenColumns >= firstRow.column && firstRow.alignment != Alignment::Right &&
         firstRow.alignment != Alignment::Center) {
-        const double shift = (firstRow.column - 1) * kInner / cue.screenColumns;
+        const subtitles::ScreenColumn at = subtitles::withoutFrame(firstRow.column, cue.screenColumns);
+        const double shift = (at.column - 1) * kInner / at.columns;
         place.left += shift;
         place.width -= shift;
     }

@@ -266,7 +266,10 @@ TtmlWriter::TtmlWriter(TtmlFile file, const TtmlWriteOptions& options, FindingSi
     _file.regions = std::move(named);
 }
 
-bool TtmlWriter::write(const Cue& cue) {
+bool TtmlWriter::write(const Cue& given) {
+    // A region has one left edge: that of all rows, unless they are aligned.
+    const auto aligned = given.box ? std::nullopt : alignedAtSide(given);
+    const Cue& cue = aligned && aligned->rows.front().alignment != Alignment::Left ? *aligned : given;
     ++_cues;
     const bool isEbu = _options.profile == TtmlProfile::EbuTtD;
     const auto report = [&](FindingCode code, bool isThere, std::int64_t first, std::int64_t second = 0) {

@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -65,6 +68,68 @@ TEST(PageRows, WithoutTextPushNoneDown) {
     const Cue placed = withPageRows(cue);
     EXPECT_EQ(placed.rows[0].number, 7U);
     EXPECT_EQ(placed.rows[2].number, 8U);
+}
+
+/// A cue on a screen of so many columns, its rows as their columns and texts.
+Cue cueOn(std::uint16_t columns, const std::vector<std::pair<std::uint16_t, std::string>>& rows) {
+    Cue cue;
+    cue.screenColumns = columns;
+    for (const auto& [column, text] : rows) {
+        cue.rows.push_back(qlxtest::rowOf(text));
+        cue.rows.back().column = column;
+        cue.rows.back().alignment = Alignment::Left;
+    }
+    return cue;
+}
+
+TEST(Sides, AreThoseAtWhichAllRowsStand) {
+    using enum Alignment;
+    const std::string ten(10, 'x');
+    const std::string thirty(30, 'x');
+    const struct {
+        Cue cue;
+        std::optional<Alignment> side;
+    } cases[] = {
+        // (34 - 10) / 2 columns in front, half a column in either way.
+        {cueOn(34, {{13, ten}}), Center},
+        {cueOn(34, {{12, ten}}), std::nullopt},
+        {cueOn(34, {{14, ten}}), std::nullopt},
+        {cueOn(34, {{13, ten + "x"}}), Center},
+        {cueOn(34, {{12, ten + "x"}}), Center},
+        {cueOn(34, {{13, ten}, {3, thirty}}), Center},
+        {cueOn(34, {{2, ten}, {2, thirty}}), Left},
+        {cueOn(34, {{24, ten}, {4, thirty}}), Right},
+        {cueOn(34, {{2, ten}, {24, ten}}), std::nullopt},
+        {cueOn(34, {{13, ten}, {0, ten}}), std::nullopt},
+        {cueOn(0, {{13, ten}}), std::nullopt},
+        {cueOn(32, {}), std::nullopt},
+        {cueOn(32, {{12, ten}, {2, thirty}}), Center},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(&each - cases);
+        EXPECT_EQ(sideOfColumns(each.cue), each.side);
+        const auto aligned = alignedAtSide(each.cue);
+        const bool isOneColumn = each.cue.rows.empty() || each.cue.rows.back().column == each.cue.rows.front().column;
+        ASSERT_EQ(aligned.has_value(), each.side && !isOneColumn);
+        for (std::size_t row = 0; aligned && row < each.cue.rows.size(); ++row) {
+            EXPECT_EQ(aligned->rows[row].alignment, *each.side);
+            EXPECT_EQ(aligned->rows[row].column, 0);
+            EXPECT_EQ(aligned->rows[row].text(), each.cue.rows[row].text());
+        }
+    }
+}
+
+TEST(Sides, OfCaptionsHaveASpaceInFront) {
+    for (std::uint16_t column = 1; column <= 40; ++column) {
+        const ScreenColumn same = withoutFrame(column, 40);
+        EXPECT_EQ(same.column, column);
+        EXPECT_EQ(same.columns, 40);
+    }
+    const std::pair<std::uint16_t, std::uint16_t> framed[] = {{1, 1}, {2, 1}, {3, 2}, {33, 32}, {34, 32}, {99, 32}};
+    for (const auto& [column, expected] : framed) {
+        EXPECT_EQ(withoutFrame(column, 34).column, expected);
+        EXPECT_EQ(withoutFrame(column, 34).columns, 32);
+    }
 }
 
 }  // namespace

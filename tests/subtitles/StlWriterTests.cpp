@@ -61,7 +61,7 @@ TEST(StlWriter, SaysThatAColumnIsLostWhereThePictureChanges) {
                  {Alignment::Center, 32, 14},
                  {Alignment::Center, 32, 13, true},
                  {Alignment::Right, 32, 28},
-                 {Alignment::Right, 32, 14, true},
+                 {Alignment::Right, 32, 13, true},
                  // On a page a colour, double height and the box may stand in front, and two codes behind.
                  {Alignment::Left, 40, 4},
                  {Alignment::Left, 40, 5, true},
@@ -83,6 +83,27 @@ TEST(StlWriter, SaysThatAColumnIsLostWhereThePictureChanges) {
         cue.screenColumns = each.columns;
         EXPECT_EQ(writeStl({cue}).codes(), each.isLost ? Codes{SubtitlePlaceLost} : Codes{})
             << each.columns << " " << each.column;
+    }
+}
+
+// EBU Tech 3264, JC: the columns that a cue of a screen has stand over what it says of its alignment.
+TEST(StlWriter, AlignsRowsAsTheirColumnsStand) {
+    const struct {
+        Alignment alignment;
+        std::uint16_t column;
+        std::uint8_t justification;
+    } cases[] = {{Alignment::Left, 15, 2},    {Alignment::Left, 29, 3},  {Alignment::Left, 2, 1},
+                 {Alignment::Right, 2, 1},    {Alignment::Right, 16, 2}, {Alignment::Center, 29, 3},
+                 {Alignment::Unchanged, 2, 0}};
+    for (const auto& each : cases) {
+        Cue cue = cueOf({runOf("Hello")});
+        cue.rows.front().alignment = each.alignment;
+        cue.rows.front().column = each.column;
+        cue.screenColumns = 34;
+        const StlWritten written = writeStl({cue});
+        constexpr std::size_t kJustification = 14;
+        EXPECT_EQ(written.blocks.at(kJustification), each.justification) << each.column;
+        EXPECT_EQ(written.codes(), Codes{}) << each.column;
     }
 }
 

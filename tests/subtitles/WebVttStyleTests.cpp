@@ -155,6 +155,17 @@ TEST(WebVttStyles, SaysWhichColorsItHasNoClassFor) {
     }
 }
 
+TEST(WebVttStyles, TakesColorsThatHideAllOrNothingBehind) {
+    for (const std::string_view rules :
+         {"::cue(.a) { color: rgba(255, 0, 0, 1); background-color: rgba(0, 0, 255, 100%) }",
+          "::cue(.a) { color: #FF0000FF; background-color: #0000ffff }",
+          "::cue(.a) { color: rgba(255, 0, 0, 1.0); background-color: transparent }"}) {
+        const Read read = readAll(fileWith(rules, "a<c.a>b</c>"));
+        EXPECT_TRUE(read.findings.empty()) << rules;
+        EXPECT_TRUE(isAppliedSheet(read.file.blocks.at(0))) << rules;
+    }
+}
+
 TEST(WebVttStyles, SaysOnceWhatOfASheetIsNotApplied) {
     const struct {
         std::string_view rules;
@@ -174,6 +185,8 @@ TEST(WebVttStyles, SaysOnceWhatOfASheetIsNotApplied) {
         {"::cue(v[title=\"x\"]) { color: red }", 1, 0},
         {"::cue() { color: red }", 1, 0},
         {"::cue(.a) { color: red; x", 0, 1},
+        {"::cue(.a) { color: rgba(255, 0, 0, 0.5); background-color: rgba(0, 0, 0, 80%) }", 0, 2},
+        {"::cue(.a) { color: #ff000080; background: rgba(0, 0, 0, 10%) }", 0, 2},
     };
     for (const auto& each : cases) {
         const Read read = readAll(fileWith(each.rules, "a<c.a>b</c>"));

@@ -453,11 +453,31 @@ TEST(Convert, MakesCuesOfCaptionsOnAir) {
                                                    "00:00:03:00\t942c 942c\n\n");
     const ToolResult result = converted(scc, "vtt");
     EXPECT_EQ(result.exitCode, 0);
-    // A screen has 34 cells a row, of which the first is the solid space of text: 10 % and 5/34 of 80 %.
+    // The 32 columns of captions fill the inner 80 % of the picture: the fifth begins at 10 % and 4/32 of these.
     // EOC is the eighth pair: frame 37 of 1001/30000 s is 1.2346 s; EDM is frame 90, 3.003 s.
-    EXPECT_EQ(result.out,
-              "WEBVTT\n\n1\n00:00:01.235 --> 00:00:03.003 line:79.33% position:21.76%,line-left align:left\n"
-              "Hi\n\n");
+    EXPECT_EQ(result.out, "WEBVTT\n\n1\n00:00:01.235 --> 00:00:03.003 line:79.33% position:20%,line-left align:left\n"
+                          "Hi\n\n");
+}
+
+// Rows at both edges of the screen, in its middle and between, and two of which neither begins where the other one does.
+TEST(Convert, PutsCaptionsBackOnTheirColumns) {
+    const TemporaryFolder folder;
+    const std::string srt =
+        folder.write("in.srt", "1\n00:00:02,000 --> 00:00:04,000\nHello there you\nsecond row is longer\n\n"
+                               "2\n00:00:05,000 --> 00:00:07,000\n{\\an7}Top left\n\n3\n00:00:08,000 --> "
+                               "00:00:10,000\n{\\an3}Right\nmore of it\n\n"
+                               "4\n00:00:11,000 --> 00:00:12,000\n{\\an1}Left\nsome rows of twenty-eight let\n\n"
+                               "5\n00:00:13,000 --> 00:00:14,000\n{\\an5}Mid\n\n");
+    const std::string scc = folder.path("a.scc");
+    ASSERT_EQ(runTool({"convert", srt, "-o", scc, "--channel", "CC1"}).exitCode, 0);
+    for (const std::string name : {"a.srt", "a.vtt", "a.ttml", "a.json", "a.stl"}) {
+        SCOPED_TRACE(name);
+        const ToolResult there = runTool({"convert", scc, "-o", folder.path(name), "--strict", "--report"});
+        EXPECT_EQ(there.exitCode, 0) << there.err;
+        EXPECT_EQ(there.err.find("does not carry"), std::string::npos) << there.err;
+        EXPECT_EQ(runTool({"convert", folder.path(name), "-o", folder.path("b.scc"), "--channel", "CC1"}).exitCode, 0);
+        EXPECT_EQ(folder.read("b.scc"), folder.read("a.scc"));
+    }
 }
 
 TEST(Convert, RefusesWhatMakesNoSense) {

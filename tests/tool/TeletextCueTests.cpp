@@ -77,7 +77,8 @@ struct PlayedText {
 
 // Rows of double height in the middle of 40 columns, the lowest one on row 22 of rows 0 to 24, in the eleven rows of a page
 // the lines 2, 4, ... 22: row 22 is 23/25 down, less one row, of the 80 % in the middle of the picture. The header that
-// loads a page takes the one in front of it away, one frame ahead where they touch.
+// loads a page takes the one in front of it away, one frame ahead where they touch. Two rows that begin in different
+// columns, both in the middle, have the settings of what is centred: none.
 const PlayedText kTexts[] = {
     {"places",
      "1\n00:00:01,000 --> 00:00:02,000\nHello\n\n"
@@ -85,7 +86,7 @@ const PlayedText kTexts[] = {
      "3\n00:00:04,000 --> 00:00:05,000\n{\\an8}Above <font color=\"#00ffff\">it</font>\n\n",
      {},
      "WEBVTT\n\n1\n00:00:01.000 --> 00:00:01.960 line:80.40% position:44%,line-left align:left\nHello\n\n"
-     "2\n00:00:02.000 --> 00:00:03.480 line:74% position:40%,line-left align:left\n<c.yellow>Yellow and</c>\nwhite\n\n"
+     "2\n00:00:02.000 --> 00:00:03.480 line:74%\n<c.yellow>Yellow and</c>\nwhite\n\n"
      "3\n00:00:04.000 --> 00:00:05.000 line:16.40% position:42%,line-left align:left\nAbove <c.cyan>it</c>\n\n"},
     {"hebrew",
      "1\n00:00:01,000 --> 00:00:02,000\n\u05E9\u05DC\u05D5\u05DD (12:30) \u05E2\u05D5\u05DC\u05DD\n\n",

@@ -181,8 +181,35 @@ inline constexpr std::uint16_t kTeletextScreenRows = 25;
     return screenRows == kTeletextRows ? number : number - 1;
 }
 
+/// The columns of captions of line 21 with the solid space at both ends of a row, which receivers show around text
+/// (cea608::Receiver::screen()): the 32 between fill the width that other screens do.
+inline constexpr std::uint16_t kFramedColumns = 34;
+
+/// A column of a screen.
+struct ScreenColumn {
+    std::uint16_t column = 1;   ///< Counted from 1.
+    std::uint16_t columns = 0;  ///< Those of the screen.
+};
+
+/// The same column counted without the spaces at both ends of kFramedColumns; one of another screen as it is.
+[[nodiscard]] constexpr ScreenColumn withoutFrame(std::uint16_t column, std::uint16_t columns) noexcept {
+    constexpr std::uint16_t kWithin = kFramedColumns - 2;
+    if (columns != kFramedColumns) {
+        return {column, columns};
+    }
+    return {static_cast<std::uint16_t>(column < 2 ? 1 : column - 1 < kWithin ? column - 1 : kWithin), kWithin};
+}
+
 /// The same cue with its rows on the 11 of a teletext page: those of another screen (Cue::screenRows) stand as high there,
 /// each below the one in front of it as long as there is room. A cue whose rows are those of a page stays as it is.
 [[nodiscard]] QLX_EXPORT Cue withPageRows(Cue cue);
+
+/// Where the rows of a cue stand by their columns: aligned there they are where they were, in the middle to half a column.
+/// Left, Center or Right; none where a row is elsewhere, or has no column.
+[[nodiscard]] QLX_EXPORT std::optional<Alignment> sideOfColumns(const Cue& cue) noexcept;
+
+/// The same cue with its rows aligned as sideOfColumns() says, and without columns; none where it says none, and where the
+/// rows begin in one column, which says more.
+[[nodiscard]] QLX_EXPORT std::optional<Cue> alignedAtSide(const Cue& cue);
 
 }  // namespace qlx::subtitles

@@ -61,6 +61,14 @@ bool hasPosition(const subtitles::Cue& cue) {
     });
 }
 
+/// Whether a row stands at the side of the screen that is written of it: an anchor of SubRip, or else that of all rows.
+bool isAtSide(const subtitles::Cue& cue, const Row& row, CueTarget target) {
+    constexpr Alignment kSides[] = {Alignment::Left, Alignment::Center, Alignment::Right};
+    const auto side = subtitles::sideOfColumns(cue);
+    const bool hasAnchor = target == CueTarget::SubRip && row.anchor != 0;
+    return side && (!hasAnchor || kSides[(row.anchor - 1U) % std::size(kSides)] == *side);
+}
+
 void addRun(const Run& run, CueTarget target, CueFeatures& features) {
     const subtitles::Style& style = run.style;
     set(features, CueFeature::Bold, style.isBold);
@@ -84,13 +92,15 @@ bool isNumber(std::string_view identifier) noexcept {
 
 CueFeatures featuresOf(const subtitles::Cue& cue, CueTarget target) {
     CueFeatures features;
+    const bool hasSides = target == CueTarget::SubRip || target == CueTarget::Stl;
     for (const Row& row : cue.rows) {
         constexpr std::uint8_t kLastBelow = 3;
         set(features, CueFeature::Rows, row.number != 0 || row.anchor > kLastBelow);
         // A column says it already.
         const bool isAside = row.alignment == Alignment::Left || row.alignment == Alignment::Right;
         set(features, CueFeature::Sides, isAside && row.column == 0);
-        set(features, CueFeature::Columns, row.column != 0);
+        // Where a side of the screen says as much, nothing of a column is lost.
+        set(features, CueFeature::Columns, row.column != 0 && !(hasSides && isAtSide(cue, row, target)));
         for (const Run& run : row.runs) {
             addRun(run, target, features);
         }
