@@ -269,6 +269,8 @@ inline constexpr FindingText kFileFindingTexts[] = {
     {TtmlTooLong, "{1} bytes, at most {2} are read"},
     {TtmlTextNotUtf8, "{1} byte{1s} that are not UTF-8"},
     {TtmlTimeWrong, "time {1} of 3 (begin, end, dur) cannot be read"},
+    {TtmlTimeLabelNone,
+     "time {1} of 3 (begin, end, dur) is a label that drop-frame counting leaves out: read as the next, {2} ms"},
     {TtmlTimeMetricMissing, "time {1} of 3 (begin, end, dur) is a number without a metric: read as seconds, {2} ms"},
     {TtmlTimesOfDay, "times of a clock are read as times since midnight"},
     {TtmlEndMissing, "nothing ends the paragraph of {1} ms: it lasts up to {2} ms"},

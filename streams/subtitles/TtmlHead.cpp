@@ -233,10 +233,12 @@ ElementTimes DocumentHead::timesOf(const pugi::xml_node& element, const Attribut
     constexpr int kEnd = 2;
     constexpr int kDuration = 3;
     const auto timeOf = [&](std::string_view text, int which) {
-        bool isBare = false;
-        const auto time = text.data() == nullptr ? std::nullopt : parseTtmlTime(text, _times, isBare);
-        if (time && isBare) {
-            _report.add(FindingCode::TtmlTimeMetricMissing, Severity::Warning, element, which, milliseconds(*time));
+        TimeOddity oddity{};
+        const auto time = text.data() == nullptr ? std::nullopt : parseTtmlTime(text, _times, oddity);
+        if (time && oddity != TimeOddity::None) {
+            const bool isBare = oddity == TimeOddity::NoMetric;
+            _report.add(isBare ? FindingCode::TtmlTimeMetricMissing : FindingCode::TtmlTimeLabelNone, Severity::Warning,
+                        element, which, milliseconds(*time));
         } else if (!time && text.data() != nullptr) {
             _report.add(FindingCode::TtmlTimeWrong, Severity::Error, element, which,
                         static_cast<std::int64_t>(text.size()));

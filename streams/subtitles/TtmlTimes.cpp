@@ -145,7 +145,19 @@ std::optional<MediaTime> metricTime(const Number& number, std::string_view metri
     return std::nullopt;
 }
 
-std::optional<MediaTime> clockTime(std::int64_t hours, std::string_view text, const TimeParameters& parameters) {
+/// Takes a label for the next one that there is, where it is left out of the numbers of its minute.
+void takeNextLabel(std::int64_t seconds, const TimeParameters& parameters, std::int64_t& frames, TimeOddity& oddity) {
+    const std::int64_t minutes = seconds / kMinute;
+    const std::int64_t left =
+        minutes == 0 ? 0 : numbersLeftOut(minutes, parameters) - numbersLeftOut(minutes - 1, parameters);
+    if (seconds % kMinute == 0 && frames < left) {
+        frames = left;
+        oddity = TimeOddity::NoLabel;
+    }
+}
+
+std::optional<MediaTime> clockTime(std::int64_t hours, std::string_view text, const TimeParameters& parameters,
+                                   TimeOddity& oddity) {
     const auto takeTwo = [&text]() -> std::optional<std::int64_t> {
         if (text.empty() || text.front() != ':') {
             return std::nullopt;
@@ -193,15 +205,17 @@ std::optional<MediaTime> clockTime(std::int64_t hours, std::string_view text, co
     if (!parameters.countsFrames) {
         return sum(sum(MediaTime::make(all, 1), framesAsTime(frames, subFrames, parameters)), part);
     }
+    takeNextLabel(all, parameters, frames, oddity);
     const std::int64_t counted = all * parameters.frameRate + frames - numbersLeftOut(all / kMinute, parameters);
     return sum(framesAsTime(counted, subFrames, parameters), part);
 }
 
 }  // namespace
 
-std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters, bool& isBare) {
+std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters, TimeOddity& oddity) {
     const auto number = takeNumber(text);
-    isBare = number && text.empty();
+    const bool isBare = number && text.empty();
+    oddity = isBare ? TimeOddity::NoMetric : TimeOddity::None;
     if (!number || isBare) {
         return number ? metricTime(*number, "s", parameters) : std::nullopt;
     }
@@ -209,7 +223,7 @@ std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParamete
         constexpr std::int64_t kMostHours = 1'000'000;
         return number->hasFraction || number->digits < 2 || number->whole >= kMostHours
                    ? std::nullopt
-                   : clockTime(number->whole, text, parameters);
+                   : clockTime(number->whole, text, parameters, oddity);
     }
     return metricTime(*number, text, parameters);
 }

@@ -26,12 +26,19 @@ struct TimeParameters {
     std::int32_t tickRate = 1;           ///< Ticks in a second, 1 to 2^31 - 1.
 };
 
+/// What a time has that TTML2 does not say.
+enum class TimeOddity : std::uint8_t {
+    None,
+    NoMetric,  ///< A number alone.
+    NoLabel,   ///< A label that is left out of the counting: it is that of the next frame which has one.
+};
+
 /// `00:00:01.5`, `00:00:01:12`, `00:00:01:12.1`, `1.5s`, `500ms`, `12f`, `2h`, `3m`, `90000t`; none for any other text.
 /// A number alone is of seconds, as in SMIL, where TTML has its times from, and as writers mean it: TTML2, 12.3.1, has none.
-/// @param isBare Whether it is one.
+/// @param oddity Gets what is unusual about it.
 /// Of labels that leave numbers out also `00:00:01;12`, as they are written elsewhere. Ten digits of a number and nine of a fraction count.
 [[nodiscard]] std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters,
-                                                     bool& isBare);
+                                                     TimeOddity& oddity);
 
 /// How the labels of a document count, in the terms of time codes; none where it counts none, or otherwise than those.
 [[nodiscard]] std::optional<cc::TimeCodeCounting> countingOf(const TimeParameters& parameters) noexcept;

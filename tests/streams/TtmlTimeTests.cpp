@@ -152,6 +152,24 @@ TEST(Ttml, TakesNumbersWithoutAMetricForSeconds) {
     EXPECT_EQ(document.findings, expected);
 }
 
+// SMPTE ST 12-1: the first two numbers of each minute are left out, but not of every tenth one.
+TEST(Ttml, TakesLabelsThatAreLeftOutForTheNext) {
+    using enum FindingCode;
+    const std::string body = "<body><div>\n<p begin='00:01:00:00' end='00:01:00:02'>a</p>\n"
+                             "<p begin='00:01:00:01' end='00:01:01:00'>b</p>\n"
+                             "<p begin='00:10:00:00' end='00:10:00:01'>c</p></div></body>";
+    const std::string head = "<tt xmlns='http://www.w3.org/ns/ttml' xmlns:ttp='http://www.w3.org/ns/ttml#parameter' "
+                             "ttp:timeBase='smpte' ttp:frameRate='30' ttp:frameRateMultiplier='1000 1001'";
+    const auto document = readDocument(head + " ttp:dropMode='dropNTSC'>" + body + "</tt>");
+    // Frame 1800 is at 60.06 s, 17982 at 599.9994 s.
+    const std::vector<qlx::Finding> expected{{TtmlTimeLabelNone, qlx::Severity::Warning, 2, 1, 60060},
+                                             {TtmlNeverShown, qlx::Severity::Warning, 2, 60060, 60060},
+                                             {TtmlTimeLabelNone, qlx::Severity::Warning, 3, 1, 60060}};
+    EXPECT_EQ(document.findings, expected);
+    EXPECT_EQ(cuesInWords(document.cues), "60060-60994 b\n599999-600033 c");
+    EXPECT_TRUE(readDocument(head + ">" + body + "</tt>").findings.empty());
+}
+
 TEST(Ttml, AddsUpTheTimesAround) {
     struct Case {
         std::string body;

@@ -10,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -153,6 +155,44 @@ TEST(ScreenCues, OfServicesArePerRowToo) {
     EXPECT_FALSE(screens.finish(nullptr));
     // The second row is below the first one, which nothing has moved; the third one comes behind a return.
     EXPECT_EQ(cues, (Lines{"0 2 One row", "2 4 One row / Second row", "4 5 Second row / Third"}));
+}
+
+TEST(ScreenCues, SayWhatIsSeenThrough) {
+    using namespace qlx::screen;
+    struct Look {
+        Opacity foreground = Opacity::Solid;
+        Opacity background = Opacity::Solid;
+        Color color = Color::Black;
+        qlx::subtitles::Properties expected{};
+    };
+    const Look looks[] = {
+        {},
+        {Opacity::Flash, Opacity::Flash, Color::Blue},
+        {Opacity::Translucent, Opacity::Solid, Color::Blue, {{"color.alpha", "80"}}},
+        {Opacity::Transparent, Opacity::Translucent, Color::Blue, {{"color.alpha", "00"}, {"background.alpha", "80"}}},
+        {Opacity::Solid, Opacity::Translucent, Color::Blue, {{"background.alpha", "80"}}},
+        // Nothing is behind them, or what receivers put there.
+        {Opacity::Solid, Opacity::Transparent, Color::Blue},
+        {Opacity::Solid, Opacity::Translucent, Color::Black},
+    };
+    Screen screen = Screen::blank(System::Cea708, 15, std::size(looks), 1);
+    for (std::size_t index = 0; index < std::size(looks); ++index) {
+        Cell& cell = screen.row(0)[index];
+        cell.character = U'a' + static_cast<char32_t>(index);
+        cell.isVisible = true;
+        cell.foregroundOpacity = looks[index].foreground;
+        cell.backgroundOpacity = looks[index].background;
+        cell.background = looks[index].color;
+    }
+    const qlx::subtitles::Cue cue = qlx::tool::cueOfScreen(screen, {});
+    ASSERT_EQ(cue.rows.size(), 1U);
+    std::size_t index = 0;
+    for (const qlx::subtitles::Run& run : cue.rows[0].runs) {
+        for (std::size_t count = 0; count < run.text.size(); ++count, ++index) {
+            EXPECT_EQ(run.properties, looks[index].expected) << index;
+        }
+    }
+    EXPECT_EQ(index, std::size(looks));
 }
 
 }  // namespace

@@ -657,6 +657,7 @@ enum class FindingCode : std::uint32_t {
     TtmlParagraphTooLong,           ///< Most parts of a paragraph, texts and line ends, that are read.
     TtmlRegionNone,                 ///< How many regions there are, none of which a paragraph is in.
     TtmlTimeMetricMissing,          ///< 1 for begin, 2 for end, 3 for dur; milliseconds: a bare number is of seconds.
+    TtmlTimeLabelNone,              ///< The same, milliseconds: of a label that is left out, the next frame's.
     // streams, TTML that is written; the offset is the cue, counted from 1
     TtmlCharacterReplaced = 0x1F'0441,  ///< Row, its characters that XML has no form for.
 

@@ -36,6 +36,25 @@ subtitles::Style styleOf(const Cell& cell) {
     return style;
 }
 
+/// How much of something hides the picture; what flashes does where it is there.
+std::uint8_t alphaOf(screen::Opacity opacity) {
+    constexpr std::uint8_t kAll = 0xFF;
+    constexpr std::uint8_t kHalf = 0x80;
+    return opacity == screen::Opacity::Transparent   ? std::uint8_t{0}
+           : opacity == screen::Opacity::Translucent ? kHalf
+                                                     : kAll;
+}
+
+/// What the style of a cell does not say.
+subtitles::Properties propertiesOf(const Cell& cell, const subtitles::Style& style) {
+    subtitles::Properties properties;
+    setAlpha(properties, subtitles::properties::kColorAlpha, alphaOf(cell.foregroundOpacity));
+    if (style.background) {
+        setAlpha(properties, subtitles::properties::kBackgroundAlpha, alphaOf(cell.backgroundOpacity));
+    }
+    return properties;
+}
+
 /// The row of cells from the first to the last one with text.
 subtitles::Row rowOf(std::span<const Cell> cells) {
     const auto hasText = [](const Cell& cell) { return cell.hasText(); };
@@ -51,8 +70,10 @@ subtitles::Row rowOf(std::span<const Cell> cells) {
         const subtitles::Style style = styleOf(*cell);
         const bool isBlank = !cell->hasText() && !style.background && !style.isUnderlined;
         // A blank looks like whatever stands in front of it.
-        if (row.runs.empty() || (!isBlank && row.runs.back().style != style)) {
-            row.runs.push_back({{}, style});
+        const subtitles::Run* const before = row.runs.empty() ? nullptr : &row.runs.back();
+        if (subtitles::Properties properties = propertiesOf(*cell, style);
+            before == nullptr || (!isBlank && (before->style != style || before->properties != properties))) {
+            row.runs.push_back({{}, style, {}, std::move(properties)});
         }
         appendUtf8(row.runs.back().text, cell->isVisible ? cell->shownCharacter() : U' ');
     }
