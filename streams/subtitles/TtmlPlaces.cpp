@@ -173,8 +173,13 @@ Box boxFor(const Cue& cue, bool& isLost) {
         return place;
     }
     const Row& firstRow = cue.rows.front();
+    // On pages rows may be two high.
+    const bool isPage = cue.screenRows == subtitles::kTeletextRows || cue.screenRows == subtitles::kTeletextScreenRows;
+    const bool areTall =
+        isPage && cue.rows.size() > 1 && firstRow.number != 0 && cue.rows[1].number == firstRow.number + 2;
+    const std::uint64_t height = areTall ? 2 : 1;
     const auto isLike = [&](const Row& row) {
-        const auto index = static_cast<std::uint64_t>(&row - cue.rows.data());
+        const auto index = static_cast<std::uint64_t>(&row - cue.rows.data()) * height;
         return row.anchor == firstRow.anchor && row.alignment == firstRow.alignment && row.column == firstRow.column &&
                (firstRow.number == 0 ? row.number == 0 : row.number == firstRow.number + index);
     };
@@ -187,7 +192,7 @@ Box boxFor(const Cue& cue, bool& isLost) {
     const double rows = cue.screenRows == 0 ? subtitles::kTallTeletextRows : cue.screenRows;
     const auto number = static_cast<double>(std::min<std::uint64_t>(firstRow.number, UINT16_MAX));
     if (firstRow.number != 0 && number <= rows) {
-        const double last = std::min(rows, number + static_cast<double>(cue.rows.size() - 1));
+        const double last = std::min(rows, number + static_cast<double>(cue.rows.size() * height - 1));
         const double top = kMargin + (number - 1) * kInner / rows;
         const double bottom = kMargin + last * kInner / rows;
         place.edge = anchor != 0 ? place.edge : edgeOf(bandOf((number + last) / 2, rows));

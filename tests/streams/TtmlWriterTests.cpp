@@ -110,6 +110,40 @@ std::optional<Box> boxOfRegion(const TtmlFile& file, const std::string& name) {
     return std::nullopt;
 }
 
+// Rows of double height of a teletext page stand below each other where their numbers are two apart.
+TEST(TtmlWriter, PlacesRowsOfDoubleHeight) {
+    Cue cue;
+    cue.start = milliseconds(0);
+    cue.end = milliseconds(1000);
+    cue.screenRows = 25;
+    for (const std::uint64_t number : {21U, 23U}) {
+        Row row;
+        row.number = number;
+        row.runs.push_back({"a", {}, {}, {}});
+        cue.rows.push_back(row);
+    }
+    const auto written = [](const Cue& one, qlx::Findings& findings) {
+        TtmlWriter writer({}, {}, &findings);
+        EXPECT_TRUE(writer.write(one));
+        return writer.finish();
+    };
+    qlx::Findings findings;
+    // The lower half of the last one is row 24 of 25: 10 % and 24/25 of 80 %.
+    EXPECT_NE(written(cue, findings).find("tts:displayAlign=\"after\" tts:extent=\"80% 76.8%\" tts:origin=\"10% 10%\""),
+              std::string::npos);
+    EXPECT_EQ(findings.size(), 0U);
+    // Of another screen, or with a row between, one of them is not where it was.
+    for (const auto& [rows, number] : {std::pair<std::uint16_t, std::uint64_t>{15, 13}, {25, 24}}) {
+        Cue other = cue;
+        other.screenRows = rows;
+        other.rows[0].number = rows == 15 ? 11 : 21;
+        other.rows[1].number = number;
+        qlx::Findings lost;
+        (void)written(other, lost);
+        EXPECT_EQ(lost.size(), 1U) << rows;
+    }
+}
+
 TEST(TtmlWriter, WritesTheBoxOfACue) {
     const struct {
         Box box;
