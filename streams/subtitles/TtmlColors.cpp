@@ -31,7 +31,7 @@ std::string colorOf(const Run& run) {
     const std::uint8_t alpha = alphaOf(run.properties, names::kColorAlpha);
     return !color && alpha == kAll && run.style.foreground == screen::Color::White
                ? std::string()
-               : subtitles::hexColorText(color ? *color : subtitles::bitsOf(run.style.foreground), alpha);
+               : subtitles::hexColorText(color.value_or(subtitles::bitsOf(run.style.foreground)), alpha);
 }
 
 const std::string* ownBackground(const Run& run) noexcept {
