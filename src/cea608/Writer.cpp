@@ -180,7 +180,7 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
             return true;
         }
     }
-    if (!lane.shown || eraseTime(lane) > slot || !isErased(sender, channel, slot)) {
+    if (!lane.shown || eraseTime(lane) > slot || !isErased(sender, channel, slot, slot)) {
         return false;
     }
     control(Control::EraseDisplayedMemory);
@@ -211,18 +211,18 @@ std::uint64_t Writer::eraseTime(const Lane& lane) const noexcept {
     return std::max<std::uint64_t>(lane.cues.front().start, codeLength()) - codeLength();
 }
 
-/// Whether what is shown needs an EDM at its end. It needs none when what comes next takes its place within the time of
-/// one.
-bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept {
+/// Whether what is shown needs an EDM at `time`, as it looks at `slot`, which is not behind that. It needs none when what
+/// comes next takes its place within the time of one.
+bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slot, std::uint64_t time) const noexcept {
     const Lane& lane = field.lanes[channel];
     if (lane.cues.empty()) {
         return true;
     }
     const Cue& next = lane.cues.front();
-    const std::uint64_t atOnce = slot + codeLength() - 1;
+    const std::uint64_t atOnce = time + codeLength() - 1;
     switch (next.style) {
     case CaptionStyle::PopOn: {
-        if (slot < lane.shown->ownEnd || isOvertaken(lane)) {
+        if (time < lane.shown->ownEnd || isOvertaken(lane)) {
             return false;
         }
         const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
@@ -319,13 +319,15 @@ bool Writer::sendXds(std::uint64_t slot) {
 std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noexcept {
     std::uint64_t due = std::numeric_limits<std::uint64_t>::max();
     const auto keep = [&due, slot](std::uint64_t time) { due = time > slot ? std::min(due, time) : due; };
-    for (const Lane& lane : std::span(field.lanes).first(kCaptionLanes)) {
+    for (std::size_t channel = 0; channel < kCaptionLanes; ++channel) {
+        const Lane& lane = field.lanes[channel];
         const Cue* const cue = lane.cues.empty() ? nullptr : &lane.cues.front();
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
-        const bool isBeingWritten = cue != nullptr && !isPopOn && cue->isBegun;
-        const bool needsErasure = cue == nullptr || cue->style == CaptionStyle::PaintOn || !isOvertaken(lane);
-        if (lane.shown && !isBeingWritten && needsErasure) {
-            keep(isPopOn ? std::max(overTime(*lane.shown), lane.shown->ownEnd) : eraseTime(lane));
+        if (lane.shown) {
+            const std::uint64_t time = isPopOn ? std::max(overTime(*lane.shown), lane.shown->ownEnd) : eraseTime(lane);
+            if (isErased(field, channel, slot, time)) {
+                keep(time);
+            }
         }
         if (cue != nullptr && (isPopOn ? cue->pairs == 0 : !cue->isBegun)) {
             keep(cue->start);

@@ -191,6 +191,28 @@ TEST(PopOnCaptions, LeaveNoPairUnusedForAnErasureThatIsNotSent) {
     EXPECT_EQ(framesOf(result, "142c"), "200 201");
 }
 
+// Seven pairs and EOC twice: the load of the second one begins in frame 9. It is nine pairs, of which the last three belong
+// together, and there are eight in front of frame 17, where the first one ends: EOC follows at once behind the ninth.
+TEST(PopOnCaptions, AreLoadedOverTheEndOfTheOneBeforeWhereTheyFollowItAtOnce) {
+    const Sent result = sentOf({captionOf(0, 17, U"Hi"), captionOf(17, 200, U"\u00C0")}, 1, FrameRate::Fps2997, true);
+    EXPECT_EQ(framesOf(result, "142f"), "7 8 18 19");
+    EXPECT_EQ(framesOf(result, "142c"), "200 201");
+    EXPECT_EQ(result.findings,
+              (Texts{"0: caption is shown 7 frames late, 7 pairs short", "0: caption ends 1 frame late",
+                     "1: caption is shown 1 frame late, 1 pair short"}));
+}
+
+// The row of CC1 ends in frame 10 and stays for the next one. Nine pairs of CC2, in pairs of two and one of three, stand
+// behind its seven.
+TEST(PopOnCaptions, LeaveNoPairUnusedForAnotherChannelThatIsNotErased) {
+    const Sent result = sentOf({captionOf(0, 10, U"Hi", kCC1, RollUp), captionOf(40, 90, U"yo", kCC1, RollUp),
+                                captionOf(16, 200, U"\u00C0", kCC2)},
+                               1, FrameRate::Fps2997, true);
+    EXPECT_EQ(framesOf(result, "1c2f"), "16 17");
+    EXPECT_EQ(framesOf(result, "142c"), "90 91");
+    EXPECT_EQ(result.findings, Texts());
+}
+
 // The first one is shown in frame 17, in time before its end. The second one cuts it to an end in front of that, and is
 // loaded in frames 20 to 55.
 TEST(PopOnCaptions, StayForOneThatCutsThemAlsoWhereThatIsAddedLate) {

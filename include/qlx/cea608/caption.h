@@ -98,9 +98,10 @@ QLX_EXPORT void encodeText(const TextMessage& text, const EncodeOptions& options
 ///
 /// A change of style takes the place of a space in front of it, or of the columns in front of text that begins behind
 /// the third one. Where there are too few columns flashing gives way first, then italics, the background, and the
-/// colour, and the old style stays up to the next space. Text keeps the place that is asked for: what begins
-/// on the columns 0 to 3 has no more than its preamble says, a colour but black, or italics in white. Characters of the two extended sets have one of the basic set
-/// in front of them for receivers that do not know them. Rows of more than 32 columns are broken at spaces.
+/// colour, and the old style stays up to the next space. Text keeps the place that is asked for: what begins on the
+/// columns 0 to 3 has no more than its preamble says, a colour but black, or italics in white. Characters of the two
+/// extended sets have one of the basic set in front of them for receivers that do not know them. Rows of more than 32
+/// columns are broken at spaces.
 ///
 /// Findings of styles name columns of the screen; those of roll-up captions, whose text is all written into one row,
 /// name the row that is asked for, and the column that the cell would have in it.

@@ -65,12 +65,12 @@ struct FramePairs {
 ///
 /// A pop-on caption is loaded while the one before it is shown, as soon as it has been added. It fits when the pairs of
 /// its field behind the EOC of that one and before its own start hold its pairs, and the EDM of that one where there is
-/// a gap; then its EOC begins at the first pair of its field at or after its start. A caption that does not fit is shown
-/// as soon as it is loaded, with a finding, which says how late it is and how many of those pairs it lacks: where that one
-/// is late itself, or where it was added late, fewer than the pairs from its start on. A roll-up or paint-on caption lacks
-/// all pairs from its start on up to its first one. EDM stands at the end, and is left out when the next EOC follows at once, and
-/// where the next caption begins before that end: what is shown stays then until the other one takes its place, also when
-/// that is late.
+/// a gap; then its EOC begins at the first pair of its field at or after its start. A caption that does not fit is
+/// shown as soon as it is loaded, with a finding, which says how late it is and how many of those pairs it lacks: where
+/// that one is late itself, or where it was added late, fewer than the pairs from its start on. A roll-up or paint-on
+/// caption lacks all pairs from its start on up to its first one. EDM stands at the end, and is left out when the next
+/// EOC follows at once, and where the next caption begins before that end: what is shown stays then until the other one
+/// takes its place, also when that is late.
 ///
 /// A caption of any style that is shown only at its end or behind it stays for its own length from then on, so that it
 /// can be read; where the next one starts before that is over, it stays until that one takes its place, also when that is
@@ -190,7 +190,8 @@ private:
     [[nodiscard]] static std::uint64_t overTime(const Cue& shown) noexcept;
     [[nodiscard]] static bool isOvertaken(const Lane& lane) noexcept;
     [[nodiscard]] std::uint64_t eraseTime(const Lane& lane) const noexcept;
-    [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot) const noexcept;
+    [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot,
+                                std::uint64_t time) const noexcept;
     [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
     void push(Field& field, const Code& code) const;
     void start(std::size_t field, const Lane& lane, const Cue& cue, std::uint64_t slot, FindingSink* findings);
