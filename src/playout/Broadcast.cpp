@@ -3,6 +3,8 @@
 #include <qlx/playout/broadcast.h>
 
 #include "base/MakeFinding.h"
+#include "playout/CueRows.h"
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -29,7 +31,8 @@ cea708::AnchorPoint heldAt(const subtitles::Cue& cue, const cea608::Caption& cap
 
 Result<cea708::Caption> serviceCaptionOf(const subtitles::Cue& cue, FrameRate rate, const ServiceOptions& options,
                                          FindingSink* findings) {
-    Result<cea608::Caption> line21 = captionOf(cue, rate, {.findingsOffset = options.findingsOffset}, findings);
+    Result<cea608::Caption> line21 =
+        detail::captionOnScreen(cue, rate, {.findingsOffset = options.findingsOffset}, options.aspectRatio, findings);
     if (!line21) {
         return line21.error();
     }
@@ -41,8 +44,7 @@ Result<cea708::Caption> serviceCaptionOf(const subtitles::Cue& cue, FrameRate ra
     caption.rollUpRows = options.rollUpRows;
     caption.anchor = heldAt(cue, *line21);
     for (cea608::CaptionRow& row : line21->rows) {
-        caption.rows.push_back(
-            {row.row, cea708::columnOfLine21(row.column, options.aspectRatio), std::move(row.cells)});
+        caption.rows.push_back({row.row, row.column, std::move(row.cells)});
     }
     return caption;
 }

@@ -41,8 +41,9 @@ public:
     /// @param asked The cue.
     /// @param cue The same, with its rows on the 11 of a page.
     CaptionMaker(const subtitles::Cue& asked, const subtitles::Cue& cue, const CaptionOptions& options,
-                 FindingSink* findings) noexcept
-        : _asked(asked), _cue(cue), _options(options), _findings(findings) {}
+                 cea708::AspectRatio ratio, FindingSink* findings) noexcept
+        : _asked(asked), _cue(cue), _options(options), _columns(cea708::columnsOf(ratio)),
+          _first(cea708::columnOfLine21(0, ratio)), _findings(findings) {}
 
     void make(cea608::Caption& caption) {
         for (std::size_t source = 0; source < _cue.rows.size(); ++source) {
@@ -234,18 +235,22 @@ private:
     }
 
     [[nodiscard]] std::uint8_t columnOf(const Line& line) const noexcept {
-        const std::size_t room = cea608::kColumns - line.cells.size();
         const std::uint16_t named = _asked.rows[line.source].column;
-        if (line.isFirst && named != 0 && _asked.screenColumns != 0) {
-            return static_cast<std::uint8_t>(std::min(namedColumn(named, line.cells.size()), room));
-        }
+        const bool isNamed = line.isFirst && named != 0 && _asked.screenColumns != 0;
+        return static_cast<std::uint8_t>(isNamed ? namedColumn(named, line.cells.size())
+                                                 : _first + alignedColumn(line));
+    }
+
+    /// Among those of CEA-608.
+    [[nodiscard]] std::size_t alignedColumn(const Line& line) const noexcept {
+        const std::size_t room = cea608::kColumns - line.cells.size();
         switch (_cue.rows[line.source].alignment) {
         case subtitles::Alignment::Center:
-            return static_cast<std::uint8_t>(room / 2);
+            return room / 2;
         case subtitles::Alignment::Right:
-            return static_cast<std::uint8_t>(room);
+            return room;
         case subtitles::Alignment::Left:
-            return static_cast<std::uint8_t>(std::min(codesInFrontOf(line.cells.front()), room));
+            return std::min(codesInFrontOf(line.cells.front()), room);
         default:
             return 0;
         }
@@ -253,11 +258,13 @@ private:
 
     /// The columns of wide pictures of CTA-708 have those of captions in their middle.
     [[nodiscard]] std::size_t namedColumn(std::uint16_t named, std::size_t size) const noexcept {
-        constexpr std::size_t kWideColumns = 42;
-        constexpr std::size_t kFirst = (kWideColumns - cea608::kColumns) / 2;
         const subtitles::ScreenColumn place = subtitles::withoutFrame(named, _asked.screenColumns);
-        return place.columns != kWideColumns ? detail::columnLike(place.column, size, place.columns, cea608::kColumns)
-                                             : named - std::min<std::size_t>(named, kFirst + 1);
+        if (place.columns == cea708::kWideColumns) {
+            const std::size_t left = cea708::columnOfLine21(0) - _first;
+            return std::min(place.column - std::min<std::size_t>(place.column, left + 1), _columns - size);
+        }
+        const std::size_t column = detail::columnLike(place.column, size, place.columns, cea608::kColumns);
+        return _first + std::min(column, cea608::kColumns - size);
     }
 
     /// Columns for what a preamble does not say of the first letter.
@@ -268,14 +275,26 @@ private:
     const subtitles::Cue& _asked;
     const subtitles::Cue& _cue;
     const CaptionOptions& _options;
+    std::size_t _columns;  ///< Of the screen.
+    std::size_t _first;    ///< Of the columns of CEA-608 on it.
     FindingSink* _findings;
     std::vector<Line> _lines;
 };
 
+/// The cue with its columns counted where its box is in a wide picture, if that is all that says where it stands.
+subtitles::Cue withColumnsOf(const subtitles::Cue& cue, cea708::AspectRatio ratio) {
+    subtitles::Cue placed = cue;
+    if (ratio == cea708::AspectRatio::Wide && detail::hasRowsOfBox(cue)) {
+        placeRows(placed, *cue.box, {.columns = cea708::kWideColumns});
+    }
+    return placed;
+}
+
 }  // namespace
 
-Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate, const CaptionOptions& options,
-                                  FindingSink* findings) {
+Result<cea608::Caption> detail::captionOnScreen(const subtitles::Cue& cue, FrameRate rate,
+                                                const CaptionOptions& options, cea708::AspectRatio ratio,
+                                                FindingSink* findings) {
     const auto start = firstFrameAtOrAfter(cue.start, rate);
     const auto end = firstFrameAtOrAfter(cue.end, rate);
     if (!start || !end) {
@@ -287,12 +306,14 @@ Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate, con
     caption.channel = options.channel;
     caption.style = options.style;
     caption.rollUpRows = options.rollUpRows;
-    if (cue.screenRows == 0) {
-        CaptionMaker(cue, cue, options, findings).make(caption);
-    } else {
-        CaptionMaker(cue, subtitles::withPageRows(cue), options, findings).make(caption);
-    }
+    const subtitles::Cue asked = withColumnsOf(cue, ratio);
+    CaptionMaker(asked, subtitles::withPageRows(asked), options, ratio, findings).make(caption);
     return caption;
+}
+
+Result<cea608::Caption> captionOf(const subtitles::Cue& cue, FrameRate rate, const CaptionOptions& options,
+                                  FindingSink* findings) {
+    return detail::captionOnScreen(cue, rate, options, cea708::AspectRatio::Standard, findings);
 }
 
 cc::Cdp cdpOf(const cea608::FramePairs& pairs, FrameRate rate, std::uint16_t counter) noexcept {

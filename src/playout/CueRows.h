@@ -3,7 +3,12 @@
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/finding.h>
+#include <qlx/base/frame_rate.h>
+#include <qlx/base/result.h>
+#include <qlx/cea708/window.h>
+#include <qlx/playout/captions.h>
 #include <qlx/screen/screen.h>
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/cue.h>
 #include <qlx/teletext/row_encoder.h>
 
@@ -18,6 +23,25 @@
 namespace qlx::playout::detail {
 
 using Cells = std::vector<screen::Cell>;
+
+/// Whether its rows say no more of their places than its box does (qlx::subtitles::placeRows()).
+[[nodiscard]] inline bool hasRowsOfBox(const subtitles::Cue& cue) {
+    if (!cue.box) {
+        return false;
+    }
+    subtitles::Cue placed = cue;
+    placeRows(placed, *cue.box);
+    const auto isSame = [](const subtitles::Row& left, const subtitles::Row& right) {
+        return left.number == right.number && left.column == right.column;
+    };
+    return placed.screenRows == cue.screenRows && placed.screenColumns == cue.screenColumns &&
+           std::equal(placed.rows.begin(), placed.rows.end(), cue.rows.begin(), isSame);
+}
+
+/// The caption of a cue as captionOf() makes it, on a screen of 32 columns or on one of 42.
+[[nodiscard]] Result<cea608::Caption> captionOnScreen(const subtitles::Cue& cue, FrameRate rate,
+                                                      const CaptionOptions& options, cea708::AspectRatio ratio,
+                                                      FindingSink* findings);
 
 [[nodiscard]] inline bool isSpace(const screen::Cell& cell) noexcept {
     return cell.character == U' ';

@@ -24,10 +24,11 @@ constexpr std::size_t kUsualColumns = 36;
 /// A row of text, in the order in which it is read.
 struct TextLine {
     detail::Cells cells;
-    std::size_t source = 0;    ///< Index of the cue's row.
-    bool isFirst = true;       ///< Of the cue's row.
-    std::size_t distance = 0;  ///< Rows of text below the first one.
-    std::size_t row = 0;       ///< Of the page.
+    std::size_t source = 0;     ///< Index of the cue's row.
+    bool isFirst = true;        ///< Of the cue's row.
+    std::size_t distance = 0;   ///< Rows of text below the first one.
+    std::size_t row = 0;        ///< Of the page.
+    std::size_t boxColumn = 0;  ///< Of the page, from 1 on, where a box says it; else 0.
 };
 
 class PageMaker {
@@ -49,7 +50,7 @@ public:
         if (_lines.empty()) {
             return rows;
         }
-        if (!setNamedRows()) {
+        if (!setRowsOfBox() && !setNamedRows()) {
             setDistances();
             const std::size_t first = firstRow();
             for (TextLine& line : _lines) {
@@ -139,6 +140,39 @@ private:
                 report(FindingCode::PlayoutRowBroken, Severity::Remark, source, cells.size() - rest.size());
             }
         }
+    }
+
+    /// Rows stand on those of the page that are where the cue's box is; what is broken, and rows without text, are rows of
+    /// it too. False where it has no box, or they have no room.
+    bool setRowsOfBox() {
+        if (!detail::hasRowsOfBox(_asked)) {
+            return false;
+        }
+        subtitles::Cue inBox;
+        std::vector<std::size_t> places;
+        for (std::size_t index = 0; index < _lines.size(); ++index) {
+            const std::size_t source = _lines[index].source;
+            const std::size_t rows = index == 0 ? source + 1 : source - _lines[index - 1].source;
+            inBox.rows.resize(inBox.rows.size() + std::max<std::size_t>(rows, 1));
+            inBox.rows.back().alignment = _cue.rows[source].alignment;
+            places.push_back(inBox.rows.size() - 1);
+        }
+        inBox.rows.resize(inBox.rows.size() + _cue.rows.size() - 1 - _lines.back().source);
+        placeRows(inBox, *_asked.box,
+                  {.rows = subtitles::kTeletextScreenRows,
+                   .columns = kColumns,
+                   .first = 2,  // Behind the header.
+                   .last = teletext::kLastTextRow + 1,
+                   .height = static_cast<std::uint16_t>(_height)});
+        if (inBox.screenRows == 0) {
+            return false;
+        }
+        for (std::size_t index = 0; index < _lines.size(); ++index) {
+            const subtitles::Row& row = inBox.rows[places[index]];
+            _lines[index].row = static_cast<std::size_t>(row.number) - 1;
+            _lines[index].boxColumn = row.column;
+        }
+        return true;
     }
 
     /// The row of the page that the cue names for a line.
@@ -231,8 +265,10 @@ private:
             column = kColumns - size - std::min<std::size_t>(2, kColumns - size);
         }
         column = std::clamp(column, lead, std::max(lead, kColumns - size));
-        if (const std::uint16_t named = _asked.rows[line.source].column;
-            line.isFirst && named != 0 && _asked.screenColumns == kColumns) {
+        if (line.boxColumn != 0) {
+            column = std::clamp(line.boxColumn - 1U + spaces, lead, std::max(lead, kColumns - size));
+        } else if (const std::uint16_t named = _asked.rows[line.source].column;
+                   line.isFirst && named != 0 && _asked.screenColumns == kColumns) {
             column = std::min<std::size_t>(named - 1U + spaces, kColumns - 1);
         } else if (line.isFirst && named != 0 && _asked.screenColumns != 0) {
             const subtitles::ScreenColumn place = subtitles::withoutFrame(named, _asked.screenColumns);

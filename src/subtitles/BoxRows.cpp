@@ -8,12 +8,9 @@ namespace qlx::subtitles {
 
 namespace {
 
-constexpr std::uint16_t kGridRows = 15;
-constexpr std::uint16_t kGridColumns = 32;
-
-/// 1, 4 or 7: the first place on a keypad of the third that a row of the grid is in.
-std::uint8_t bandOf(double row) {
-    return row * 3 <= kGridRows ? 7 : row * 3 <= kGridRows * 2 ? 4 : 1;
+/// 1, 4 or 7: the first place on a keypad of the third that a row is in.
+std::uint8_t bandOf(double row, double rows) {
+    return row * 3 <= rows ? 7 : row * 3 <= rows * 2 ? 4 : 1;
 }
 
 std::uint8_t keypadSideOf(Alignment alignment) {
@@ -27,46 +24,51 @@ double within(double place) {
 }
 
 /// The row that ends at a height, or in front of the first: 0.
-double rowAt(double y) {
-    return (within(y) - kSafeBox.top) / kSafeBox.height * kGridRows;
+double rowAt(double y, double rows) {
+    return (within(y) - kSafeBox.top) / kSafeBox.height * rows;
 }
 
 }  // namespace
 
-void placeRows(Cue& cue, const Box& box) {
-    const auto count = static_cast<std::int64_t>(cue.rows.size());
+void placeRows(Cue& cue, const Box& box, const ScreenGrid& grid) {
+    const auto at = [&grid](double y) { return rowAt(y, grid.rows); };
+    const auto height = std::int64_t{grid.height};
+    const auto size = static_cast<std::int64_t>(cue.rows.size()) * height;
     const double bottom = box.top + box.height;
     std::int64_t first = 0;
     double seen = 0;
     switch (box.edge) {
     case BoxEdge::Top:
-        first = std::lround(rowAt(box.top)) + 1;
+        first = std::lround(at(box.top)) + 1;
         seen = static_cast<double>(first);
         break;
     case BoxEdge::Middle:
-        seen = rowAt((box.top + bottom) / 2) + 0.5;
-        first = std::lround(seen - static_cast<double>(count - 1) / 2);
+        seen = at((box.top + bottom) / 2) + 0.5;
+        first = std::lround(seen - static_cast<double>(size - 1) / 2);
         break;
     case BoxEdge::Bottom:
-        seen = static_cast<double>(std::lround(rowAt(bottom)));
-        first = std::lround(rowAt(bottom)) - count + 1;
+        seen = static_cast<double>(std::lround(at(bottom)));
+        first = std::lround(at(bottom)) - size + 1;
         break;
     }
-    const bool isOnGrid = count <= kGridRows;
-    first = std::clamp<std::int64_t>(first, 1, std::max<std::int64_t>(1, kGridRows - count + 1));
+    const std::int64_t highest = grid.first;
+    const std::int64_t lowest = grid.last - size + 1;
+    const bool isOnGrid = highest <= lowest;
+    first = std::clamp(first, highest, std::max(highest, lowest));
     const auto column = std::clamp<std::int64_t>(
-        std::lround((within(box.left) - kSafeBox.left) / kSafeBox.width * kGridColumns) + 1, 1, kGridColumns);
-    cue.screenRows = isOnGrid ? kGridRows : 0;
+        std::lround((within(box.left) - kSafeBox.left) / kSafeBox.width * grid.columns) + 1, 1, grid.columns);
+    cue.screenRows = isOnGrid ? grid.rows : std::uint16_t{0};
     bool hasColumns = false;
     for (Row& row : cue.rows) {
-        row.number = isOnGrid ? static_cast<std::uint64_t>(first++) : 0;
-        row.anchor = static_cast<std::uint8_t>(bandOf(seen) + keypadSideOf(row.alignment));
+        row.number = isOnGrid ? static_cast<std::uint64_t>(first) : 0;
+        first += height;
+        row.anchor = static_cast<std::uint8_t>(bandOf(seen, grid.rows) + keypadSideOf(row.alignment));
         if (row.alignment == Alignment::Left) {
             row.column = static_cast<std::uint16_t>(column);
             hasColumns = true;
         }
     }
-    cue.screenColumns = hasColumns ? kGridColumns : 0;
+    cue.screenColumns = hasColumns ? grid.columns : std::uint16_t{0};
 }
 
 }  // namespace qlx::subtitles

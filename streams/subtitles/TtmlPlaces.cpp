@@ -161,6 +161,22 @@ std::optional<Box> placeOf(const RegionTexts& texts, const ScreenMeasures& measu
     return isKnown ? std::optional(place) : std::nullopt;
 }
 
+namespace {
+
+/// How many rows one of text takes: on pages two, as is usual there, unless the cue's next row or the end of the page is
+/// nearer.
+std::uint64_t heightOnPage(const Cue& cue) {
+    const auto first = subtitles::teletextRowOf(cue.screenRows, cue.rows.front().number);
+    if (!first) {
+        return 1;
+    }
+    const bool isTall =
+        cue.rows.size() > 1 ? cue.rows[1].number == cue.rows.front().number + 2 : *first < subtitles::kTeletextRows;
+    return isTall ? 2 : 1;
+}
+
+}  // namespace
+
 Box boxFor(const Cue& cue, bool& isLost) {
     isLost = false;
     if (cue.box) {
@@ -173,11 +189,7 @@ Box boxFor(const Cue& cue, bool& isLost) {
         return place;
     }
     const Row& firstRow = cue.rows.front();
-    // On pages rows may be two high.
-    const bool isPage = cue.screenRows == subtitles::kTeletextRows || cue.screenRows == subtitles::kTeletextScreenRows;
-    const bool areTall =
-        isPage && cue.rows.size() > 1 && firstRow.number != 0 && cue.rows[1].number == firstRow.number + 2;
-    const std::uint64_t height = areTall ? 2 : 1;
+    const std::uint64_t height = heightOnPage(cue);
     const auto isLike = [&](const Row& row) {
         const auto index = static_cast<std::uint64_t>(&row - cue.rows.data()) * height;
         return row.anchor == firstRow.anchor && row.alignment == firstRow.alignment && row.column == firstRow.column &&

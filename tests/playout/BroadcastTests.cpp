@@ -7,9 +7,11 @@
 #include <qlx/cc/slots.h>
 #include <qlx/cea608/receiver.h>
 #include <qlx/cea708/receiver.h>
+#include <qlx/subtitles/box.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <optional>
@@ -64,6 +66,53 @@ TEST(ServiceCaptions, StandWhereLine21HasThem) {
     above.rows[0].number = 1;
     EXPECT_EQ(serviceCaptionOf(above, FrameRate::Fps25)->anchor, qlx::cea708::AnchorPoint::UpperCenter);
     EXPECT_FALSE(serviceCaptionOf(Cue{}, FrameRate::Fps25));
+}
+
+/// The columns of a cue's rows on the screen of a service and on that of CEA-608.
+std::vector<unsigned> columnsOn(const Cue& cue, qlx::cea708::AspectRatio ratio) {
+    std::vector<unsigned> columns;
+    const auto service = serviceCaptionOf(cue, FrameRate::Fps25, {.aspectRatio = ratio});
+    const auto line21 = qlx::playout::captionOf(cue, FrameRate::Fps25);
+    EXPECT_TRUE(service && line21);
+    for (const auto& row : service ? service->rows : std::vector<qlx::cea708::CaptionRow>()) {
+        columns.push_back(row.column);
+    }
+    for (const auto& row : line21 ? line21->rows : std::vector<qlx::cea608::CaptionRow>()) {
+        columns.push_back(row.column);
+    }
+    return columns;
+}
+
+TEST(ServiceCaptions, StandInTheColumnsOfAWidePicture) {
+    using enum qlx::cea708::AspectRatio;
+    Cue cue = oneCue({{"text", Alignment::Left}});
+    cue.rows[0].number = 15;
+    cue.screenRows = 15;
+    cue.screenColumns = 42;
+    for (std::uint16_t column = 1; column <= 39; ++column) {
+        cue.rows[0].column = column;
+        const unsigned line21 = column < 6 ? 0U : std::min(column - 6U, 28U);
+        EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{column - 1U, line21}));
+        EXPECT_EQ(columnsOn(cue, Standard), (std::vector<unsigned>{line21, line21}));
+    }
+    cue.rows[0].column = 42;
+    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{38, 28}));
+    // Columns of line 21 are in the middle.
+    cue.screenColumns = 32;
+    cue.rows[0].column = 5;
+    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{9, 4}));
+    EXPECT_EQ(columnsOn(cue, Standard), (std::vector<unsigned>{4, 4}));
+    // A box is somewhere in the picture: half of its width is column 21 of 42 and 16 of 32, a tenth the first one.
+    cue.box = qlx::subtitles::Box{50, 10, 40, 80, qlx::subtitles::BoxEdge::Bottom};
+    placeRows(cue, *cue.box);
+    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{21, 16}));
+    EXPECT_EQ(columnsOn(cue, Standard), (std::vector<unsigned>{16, 16}));
+    cue.box->left = 10;
+    placeRows(cue, *cue.box);
+    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{0, 0}));
+    // Rows that say something else count.
+    cue.rows[0].column = 5;
+    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{9, 4}));
 }
 
 TEST(Broadcasts, SendBothAtEachRate) {

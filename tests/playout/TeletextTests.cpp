@@ -4,6 +4,7 @@
 #include "ScreenLines.h"
 
 #include <qlx/base/utf8.h>
+#include <qlx/subtitles/box.h>
 #include <qlx/teletext/page.h>
 #include <qlx/teletext/row_encoder.h>
 
@@ -173,6 +174,60 @@ TEST(TeletextCueRows, StandInTheColumnsThatTheCueNames) {
     expectCueRows(other, {"22,26 text"});
     other.rows.front().column = 1;
     expectCueRows(other, {"22,3 text"});
+}
+
+/// As readers of formats that have boxes give it.
+Cue boxCueOf(std::vector<Row> rows, const qlx::subtitles::Box& box) {
+    Cue cue = pageCueOf(std::move(rows));
+    cue.box = box;
+    placeRows(cue, box);
+    return cue;
+}
+
+// Row n of the page is n of 25 below the upper edge of the inner 80 %, column n is n of 40 behind the left one.
+TEST(TeletextCueRows, StandOnTheRowsOfThePageThatAreWhereTheBoxIs) {
+    using qlx::subtitles::BoxEdge;
+    const TeletextOptions single{.isDoubleHeight = false};
+    const auto boxAt = [](unsigned row, unsigned column, BoxEdge edge) {
+        const double left = 10 + 2.0 * column;
+        const double y = 10 + 3.2 * row;
+        return edge == BoxEdge::Top ? qlx::subtitles::Box{left, y, 90 - left, 90 - y, edge}
+                                    : qlx::subtitles::Box{left, 10, 90 - left, y - 10, edge};
+    };
+    for (unsigned row = 1; row <= 22; ++row) {
+        const std::string place = std::to_string(row) + "," + std::to_string(row + 3) + " ";
+        expectCueRows(boxCueOf({pageRowOf("x")}, boxAt(row, row + 3, BoxEdge::Top)), {place + "x"});
+        expectCueRows(boxCueOf({pageRowOf("x")}, boxAt(row, row + 3, BoxEdge::Top)), {place + "x"}, {}, single);
+        // The lower edge is that of the second of its two rows.
+        expectCueRows(boxCueOf({pageRowOf("x")}, boxAt(row + 2, row + 3, BoxEdge::Bottom)), {place + "x"});
+        expectCueRows(boxCueOf({pageRowOf("x")}, boxAt(row + 1, row + 3, BoxEdge::Bottom)), {place + "x"}, {}, single);
+    }
+    // Of two rows: those below one another, and with a free one between them.
+    expectCueRows(boxCueOf({pageRowOf("a"), pageRowOf("b")}, boxAt(7, 9, BoxEdge::Top)), {"7,9 a", "9,9 b"});
+    expectCueRows(boxCueOf({pageRowOf("a"), Row(), pageRowOf("b")}, boxAt(7, 9, BoxEdge::Top)), {"7,9 a", "11,9 b"});
+    expectCueRows(boxCueOf({Row(), pageRowOf("a")}, boxAt(7, 9, BoxEdge::Top)), {"9,9 a"});
+    expectCueRows(boxCueOf({pageRowOf("a"), Row()}, boxAt(21, 9, BoxEdge::Bottom)), {"17,9 a"});
+    // The middle of the picture is in the midst of row 12.
+    const qlx::subtitles::Box middle{28, 0, 62, 100, BoxEdge::Middle};
+    expectCueRows(boxCueOf({pageRowOf("a")}, middle), {"12,9 a"}, {}, single);
+    expectCueRows(boxCueOf({pageRowOf("a"), pageRowOf("b"), pageRowOf("c")}, middle), {"11,9 a", "12,9 b", "13,9 c"},
+                  {}, single);
+    // What is broken goes on in its column, and up from a lower edge.
+    const std::string twenty(20, 'x');
+    expectCueRows(boxCueOf({pageRowOf(twenty + " " + twenty)}, boxAt(16, 9, BoxEdge::Bottom)),
+                  {"12,9 " + twenty, "14,9 " + twenty}, {"4: row 1 is broken behind 21 characters"});
+    // Neither the header nor what is below the rows is for text; codes stand in front of it, and it ends with the page.
+    expectCueRows(boxCueOf({pageRowOf("x")}, {0, 0, 100, 100, BoxEdge::Top}), {"1,3 x"});
+    expectCueRows(boxCueOf({pageRowOf("a"), pageRowOf("b")}, {0, 0, 100, 100, BoxEdge::Bottom}), {"20,3 a", "22,3 b"});
+    expectCueRows(boxCueOf({pageRowOf("x")}, {0, 0, 100, 100, BoxEdge::Bottom}), {"23,2 x"}, {}, single);
+    expectCueRows(boxCueOf({pageRowOf("text")}, boxAt(5, 39, BoxEdge::Top)), {"5,36 text"});
+    // Rows that are aligned otherwise have no column of the box.
+    expectCueRows(boxCueOf({pageRowOf("text", Alignment::Center)}, boxAt(5, 12, BoxEdge::Top)), {"5,18 text"});
+    // Rows that say something else count: 24 of 80 are column 11 of 32, whose middle is 10.5 columns behind the edge, and
+    // so 13.125 of 40.
+    Cue other = boxCueOf({pageRowOf("x")}, boxAt(5, 12, BoxEdge::Top));
+    other.rows.front().number = 15;
+    expectCueRows(other, {"22,13 x"});
 }
 
 TEST(TeletextCueRows, BeginBehindTheCodesOfTheirLooks) {

@@ -110,7 +110,8 @@ std::optional<Box> boxOfRegion(const TtmlFile& file, const std::string& name) {
     return std::nullopt;
 }
 
-// Rows of double height of a teletext page stand below each other where their numbers are two apart.
+// Rows of double height of a teletext page stand below each other where their numbers are two apart. One alone is taken
+// for such a row where the page has one more below it.
 TEST(TtmlWriter, PlacesRowsOfDoubleHeight) {
     Cue cue;
     cue.start = milliseconds(0);
@@ -131,6 +132,14 @@ TEST(TtmlWriter, PlacesRowsOfDoubleHeight) {
     // The lower half of the last one is row 24 of 25: 10 % and 24/25 of 80 %.
     EXPECT_NE(written(cue, findings).find("tts:displayAlign=\"after\" tts:extent=\"80% 76.8%\" tts:origin=\"10% 10%\""),
               std::string::npos);
+    EXPECT_EQ(findings.size(), 0U);
+    // Rows 20 and 21 of the page, and its last row, below which there is none.
+    for (const auto& [number, extent] : {std::pair<std::uint64_t, std::string_view>{21, "70.4%"}, {24, "76.8%"}}) {
+        Cue one = cue;
+        one.rows.pop_back();
+        one.rows[0].number = number;
+        EXPECT_NE(written(one, findings).find("tts:extent=\"80% " + std::string(extent)), std::string::npos) << number;
+    }
     EXPECT_EQ(findings.size(), 0U);
     // Of another screen, or with a row between, one of them is not where it was.
     for (const auto& [rows, number] : {std::pair<std::uint16_t, std::uint64_t>{15, 13}, {25, 24}}) {
@@ -255,7 +264,7 @@ TEST(TtmlWriter, SaysWhatAProfileCannotSay) {
          {TtmlCharacterReplaced},
          {TtmlCharacterReplaced}},
         {changed([](Cue& cue) { cue.identifier = "1 a"; }), {SubtitleNameLost}, {SubtitleNameLost}},
-        {changed([](Cue& cue) { cue.region = "r"; }), {SubtitleNameLost}, {SubtitleNameLost}},
+        {changed([](Cue& cue) { cue.region = "r"; }), {SubtitleRegionLost}, {SubtitleRegionLost}},
         {changed([](Cue& cue) {
              cue.properties = {{"ttml.ttm:role", "x"}};
          }),

@@ -81,6 +81,22 @@ TEST(TeletextPlaces, AreTheRowsThatStlNames) {
 #endif
 }
 
+// Rows and columns of a page are places of the picture in text formats, and are the same when they are read.
+TEST(TeletextPlaces, ComeBackFromTextFormats) {
+    const TemporaryFolder folder;
+    const std::string cues = folder.write("in.stl", placedStl());
+    const ToolResult played = runTool(playArguments(cues, "25", {"-o", folder.path("a.klv")}));
+    ASSERT_EQ(played.exitCode, 0) << played.err;
+    for (const std::string format : {"vtt", "ttml"}) {
+        const std::string text = folder.path("b." + format);
+        converted(folder.path("a.klv"), text, {"--page", "888", "--from-rate", "25"});
+        const std::string packets = folder.path(format + ".klv");
+        converted(text, packets, {"--page", "888", "--to-rate", "25"});
+        EXPECT_EQ(scannedRows(packets), (std::vector<std::string>{"3", "19", "21", "22", "1"})) << format;
+        EXPECT_TRUE(folder.read("a.klv").starts_with(folder.read(format + ".klv"))) << format;
+    }
+}
+
 TEST(TeletextPlaces, SayWhichCueHasThePlaceOfAnother) {
     const TemporaryFolder folder;
     const std::string cues = folder.write(
