@@ -35,6 +35,19 @@ private:
     std::uint64_t _cue;
 };
 
+/// Tells which names of a cue are lost where a format has none.
+/// @param hasName Whether it has that of the cue itself.
+inline void sayNamesLost(const Cue& cue, bool hasName, const CueReport& report) {
+    const auto say = [&report](FindingCode code, const std::string& name) {
+        report.add(code, !name.empty(), static_cast<std::int64_t>(name.size()));
+    };
+    if (!hasName) {
+        say(FindingCode::SubtitleNameLost, cue.identifier);
+    }
+    say(FindingCode::SubtitleLanguageLost, cue.language);
+    say(FindingCode::SubtitleRegionLost, cue.region);
+}
+
 /// What of a row a format does not carry.
 struct RowLosses {
     std::int64_t styles = 0;
@@ -94,9 +107,9 @@ public:
     /// @param cue Must outlive this.
     explicit Anchors(const Cue& cue) noexcept;
 
-    /// The anchor of a row, or what its row of the screen and its place on that say: the side of sideOfColumns(), that of the
-    /// third of the screen which the middle of all rows with columns is in, or else its alignment. 0 for below, in the middle, where a place says
-    /// so; an anchor alone was given, and stays.
+    /// The anchor of a row, or what its row of the screen and its place on that say: the side of sideOfColumns(), that
+    /// of the third of the screen which the middle of all rows with columns is in, or else its alignment. 0 for below,
+    /// in the middle, where a place says so; an anchor alone was given, and stays.
     [[nodiscard]] std::uint8_t of(const Row& row) const noexcept;
 
 private:

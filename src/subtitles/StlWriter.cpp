@@ -168,9 +168,7 @@ Alignment justificationOf(const Cue& cue) noexcept {
 }
 
 void reportCue(const Cue& cue, const CueReport& report) {
-    for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
-        report.add(SubtitleNameLost, !name->empty(), static_cast<std::int64_t>(name->size()));
-    }
+    sayNamesLost(cue, false, report);
     const unsigned side = sideOf(justificationOf(cue));
     std::int64_t number = 0;
     for (const Row& row : cue.rows) {

@@ -156,10 +156,7 @@ bool SubRipWriter::write(const Cue& cue, std::string& text) {
     }
     text += '\n';
     report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
-    for (const std::string* const name : {&cue.identifier, &cue.language, &cue.region}) {
-        const bool isNumber = name == &cue.identifier && digits;
-        report.add(SubtitleNameLost, !name->empty() && !isNumber, static_cast<std::int64_t>(name->size()));
-    }
+    sayNamesLost(cue, digits.has_value(), report);
     std::int64_t number = 0;
     const Anchors anchors(cue);
     const std::uint8_t anchor = cue.rows.empty() ? 0 : anchors.of(cue.rows.front());

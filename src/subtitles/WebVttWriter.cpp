@@ -258,7 +258,7 @@ bool WebVttWriter::write(const Cue& given, std::string& text) {
     }
     notes.say(report);
     report.add(SubtitlePropertiesLost, lost != 0, 0, lost);
-    report.add(SubtitleNameLost, !isSettingValue(cue.region), static_cast<std::int64_t>(cue.region.size()));
+    report.add(SubtitleRegionLost, !isSettingValue(cue.region), static_cast<std::int64_t>(cue.region.size()));
     const bool isName = cue.identifier.find("-->") == std::string::npos;
     report.add(SubtitleNameLost, !isName, static_cast<std::int64_t>(cue.identifier.size()));
     if (!cue.identifier.empty() && isName) {

@@ -35,8 +35,9 @@ enum class TimeOddity : std::uint8_t {
 
 /// `00:00:01.5`, `00:00:01:12`, `00:00:01:12.1`, `1.5s`, `500ms`, `12f`, `2h`, `3m`, `90000t`; none for any other text.
 /// A number alone is of seconds, as in SMIL, where TTML has its times from, and as writers mean it: TTML2, 12.3.1, has none.
+/// Of labels that leave numbers out also `00:00:01;12`, as they are written elsewhere. Ten digits of a number and nine of
+/// a fraction count.
 /// @param oddity Gets what is unusual about it.
-/// Of labels that leave numbers out also `00:00:01;12`, as they are written elsewhere. Ten digits of a number and nine of a fraction count.
 [[nodiscard]] std::optional<MediaTime> parseTtmlTime(std::string_view text, const TimeParameters& parameters,
                                                      TimeOddity& oddity);
 

@@ -260,7 +260,7 @@ TtmlWriter::TtmlWriter(TtmlFile file, const TtmlWriteOptions& options, FindingSi
             named.push_back(std::move(region));
         } else if (_findings != nullptr) {
             const auto bytes = static_cast<std::int64_t>(region.name.size());
-            _findings->add({FindingCode::SubtitleNameLost, Severity::Warning, 0, bytes, 0});
+            _findings->add({FindingCode::SubtitleRegionLost, Severity::Warning, 0, bytes, 0});
         }
     }
     _file.regions = std::move(named);
@@ -317,7 +317,7 @@ bool TtmlWriter::write(const Cue& given) {
         appendAttribute(_body, "region", nameFor(_places, attributes, "area", _names, _lastPlace));
     }
     report(FindingCode::SubtitlePlaceLost, isPlaceLost, 0);
-    report(FindingCode::SubtitleNameLost, !isKnown && !cue.region.empty(),
+    report(FindingCode::SubtitleRegionLost, !isKnown && !cue.region.empty(),
            static_cast<std::int64_t>(cue.region.size()));
 
     const Alignment alignment = cue.rows.empty() ? Alignment::Center : cue.rows.front().alignment;

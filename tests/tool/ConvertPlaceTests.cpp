@@ -69,7 +69,7 @@ TEST(ConvertPlaces, OfRegionsOfWebVttAreRegionsOfTimedText) {
     const std::string file = folder.write(
         "in.vtt", "WEBVTT\n\nREGION\nid:fred\nwidth:40%\nlines:3\nregionanchor:0%,100%\nviewportanchor:10%,90%\n\n" +
                       vtt(" region:fred align:left") + vtt(" region:fred align:left position:25%"));
-    const ToolResult result = converted(file, "ttml");
+    const ToolResult result = converted(file, "ttml", {"--report", "--strict"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_NE(result.out.find("<region xml:id=\"fred\" tts:displayAlign=\"after\" tts:extent=\"40% 18%\" "
                               "tts:origin=\"10% 72%\"/>"),
@@ -78,10 +78,33 @@ TEST(ConvertPlaces, OfRegionsOfWebVttAreRegionsOfTimedText) {
     // The second one is a quarter of it further on, in a region of its own.
     EXPECT_NE(result.out.find("tts:extent=\"30% 18%\" tts:origin=\"20% 72%\"/>"), std::string::npos) << result.out;
     EXPECT_EQ(result.err.find("parts of the file"), std::string::npos) << result.err;
-    EXPECT_NE(result.err.find("cue 2: a name of 4 bytes is lost"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("cue 2: the name of a region, of 4 bytes, is lost"), std::string::npos) << result.err;
     const std::string scrolled =
         folder.write("scroll.vtt", "WEBVTT\n\nREGION\nid:fred\nscroll:up\n\n" + vtt(" region:fred align:left"));
     EXPECT_NE(converted(scrolled, "ttml").err.find("1 block (STYLE, REGION, NOTE)"), std::string::npos);
+}
+
+// The place of a region of timed text is that of its cues: only what it says besides is lost.
+TEST(ConvertPlaces, OfRegionsOfTimedTextAreBoxesOfWebVtt) {
+    const TemporaryFolder folder;
+    const auto document = [](std::string_view looks) {
+        return "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" xml:lang=\"\">"
+               "<head><layout><region xml:id=\"low\" tts:origin=\"10% 70%\" tts:extent=\"80% 20%\" "
+               "tts:displayAlign=\"after\" tts:textAlign=\"center\"" +
+               std::string(looks) +
+               "/></layout></head><body region=\"low\"><div><p begin=\"1s\" end=\"2s\">a</p></div></body></tt>\n";
+    };
+    const ToolResult result = converted(folder.write("in.ttml", document("")), "vtt", {"--strict", "--report"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, "WEBVTT\n\n1\n" + vtt(" line:90%,end size:80%"));
+    EXPECT_NE(
+        result.err.find("remark: " + folder.path("in.ttml") + ": cue 1: the name of a region, of 3 bytes, is lost"),
+        std::string::npos)
+        << result.err;
+    const ToolResult colored =
+        converted(folder.write("b.ttml", document(" tts:backgroundColor=\"red\"")), "vtt", {"--strict"});
+    EXPECT_EQ(colored.exitCode, 1);
+    EXPECT_NE(colored.err.find("0 texts (title, description, copyright), 1 region"), std::string::npos) << colored.err;
 }
 
 TEST(ConvertPlaces, OfSubRipAndSubStationAlphaAreBoxes) {
@@ -123,6 +146,24 @@ TEST(ConvertPlaces, OfWebVttAreRowsOnAir) {
     const ToolResult back = converted(folder.write("in.scc", scc.out), "json");
     EXPECT_NE(back.out.find("\"number\":4"), std::string::npos) << back.out;
     EXPECT_NE(back.out.find("\"column\":10,"), std::string::npos) << back.out;
+}
+
+// Columns 1, 6, 13 and 39 of the 42 of a wide picture: 0, 5, 12 and 38 parts of 42 of its inner 80 %.
+TEST(ConvertPlaces, OfWebVttAreColumnsOfWidePicturesInServices) {
+    const TemporaryFolder folder;
+    std::string text = "WEBVTT\n\n";
+    int number = 0;
+    int second = 10;
+    for (const std::string_view position : {"10%", "19.52%", "32.85%", "82.38%"}) {
+        const std::string start = "00:00:" + std::to_string(second++) + ".000";
+        text += std::to_string(++number) + "\n" + start + " --> 00:00:" + std::to_string(second++) +
+                ".000 line:79.33% position:" + std::string(position) + ",line-left align:left\nabc\n\n";
+    }
+    const ToolResult services = converted(folder.write("in.vtt", text), "jsonl", {"--service", "1", "--to-rate", "25"});
+    ASSERT_EQ(services.exitCode, 0) << services.err;
+    const ToolResult back =
+        converted(folder.write("in.jsonl", services.out), "vtt", {"--service", "1", "--from-rate", "25"});
+    EXPECT_EQ(back.out, text) << back.err;
 }
 
 TEST(ConvertStyles, OfSheetsAreThoseOfOtherFormats) {

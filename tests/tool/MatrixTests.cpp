@@ -171,8 +171,8 @@ std::string lettersOf(const Cue& cue) {
 constexpr std::string_view kOfCodes = " columns from row ";
 /// The same of teletext.
 constexpr std::string_view kOfSpaces = " spaces in front";
-/// In those of who writes a file, of a name that has no place there.
-constexpr std::string_view kOfNames = "a name of ";
+/// In those of who writes a file, of a region whose name has no place there.
+constexpr std::string_view kOfRegions = "the name of a region";
 
 /// The lines of a report, by cues.
 std::map<std::uint64_t, std::string> reported(const std::string& text) {
@@ -215,7 +215,7 @@ void compare(const std::vector<Cue>& from, const std::vector<Cue>& to, const Tar
             // not in the head of the file.
             const bool isRegion = row.feature == CueFeature::Region && !target.isSent;
             const bool isSaid = (target.isSent || isRegion) && line != report.end() &&
-                                (line->second.find(isRegion ? kOfNames : kOfCodes) != std::string::npos ||
+                                (line->second.find(isRegion ? kOfRegions : kOfCodes) != std::string::npos ||
                                  (!isRegion && line->second.find(kOfSpaces) != std::string::npos));
             if (isCarried(row, target.target) && !isSaid) {
                 EXPECT_EQ(wanted, got) << "cue " << index + 1 << ": " << row.name;

@@ -179,7 +179,7 @@ TEST(TextTracks, KeepWhatStandsInFrontOfWebVttCues) {
     // The style is one of the text.
     EXPECT_NE(srt.out.find("<font color=\"#00ff00\">a</font>"), std::string::npos) << srt.out;
     // The language is one of the cues.
-    EXPECT_NE(srt.err.find("cue 1: a name of 2 bytes is lost"), std::string::npos) << srt.err;
+    EXPECT_NE(srt.err.find("cue 1: the name of its language, of 2 bytes, is lost"), std::string::npos) << srt.err;
     EXPECT_NE(converted(file, "ttml", {"--track", "3"}).out.find(" xml:lang=\"en\""), std::string::npos);
 }
 

@@ -213,15 +213,18 @@ TEST(TtmlConvert, WritesTheSameFormatWithoutLoss) {
     EXPECT_EQ(twice.out, once.out);
 }
 
+/// A file of one span with a colour.
+std::string coloredText(const TemporaryFolder& folder, const std::string& attribute, const std::string& color) {
+    return folder.write("in.ttml",
+                        "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" "
+                        "xml:lang=\"de\"><body><div><p begin=\"1s\" end=\"2s\"><span tts:" +
+                            attribute + "=\"" + color + "\">a</span></p></div></body></tt>\n");
+}
+
 // As most files of EBU-TT-D have it: black, three quarters of which are seen.
 TEST(TtmlConvert, KeepsColorsBehindTextThatAreSeenThrough) {
     const TemporaryFolder folder;
-    const auto file = [&folder](const std::string& color) {
-        return folder.write("in.ttml",
-                            "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" "
-                            "xml:lang=\"de\"><body><div><p begin=\"1s\" end=\"2s\"><span tts:backgroundColor=\"" +
-                                color + "\">a</span></p></div></body></tt>\n");
-    };
+    const auto file = [&folder](const std::string& color) { return coloredText(folder, "backgroundColor", color); };
     for (const char* const format : {"ttml", "ebu-tt-d"}) {
         const ToolResult same = converted(file("#000000c2"), format, {"--strict"});
         EXPECT_EQ(same.exitCode, 0) << same.err;
@@ -239,12 +242,7 @@ TEST(TtmlConvert, KeepsColorsBehindTextThatAreSeenThrough) {
 
 TEST(TtmlConvert, KeepsColorsOfTextThatAreSeenThrough) {
     const TemporaryFolder folder;
-    const auto file = [&folder](const std::string& color) {
-        return folder.write("in.ttml",
-                            "<tt xmlns=\"http://www.w3.org/ns/ttml\" xmlns:tts=\"http://www.w3.org/ns/ttml#styling\" "
-                            "xml:lang=\"de\"><body><div><p begin=\"1s\" end=\"2s\"><span tts:color=\"" +
-                                color + "\">a</span></p></div></body></tt>\n");
-    };
+    const auto file = [&folder](const std::string& color) { return coloredText(folder, "color", color); };
     const std::pair<std::string, std::string> cases[] = {
         {"#ff000080", "#ff000080"},
         {"rgba(0, 255, 0, 64)", "#00ff0040"},

@@ -408,8 +408,10 @@ enum class FindingCode : std::uint32_t {
     SubtitlePlaceLost,               ///< Row, 0 for the cue.
     SubtitlePropertiesLost,          ///< Row, 0 for the cue; how many.
     SubtitleRunTimeLost,             ///< Row, its runs that appear later than the cue.
-    SubtitleNameLost,                ///< Size of the cue's name, region or language in bytes.
+    SubtitleNameLost,                ///< Size of the cue's name in bytes.
     SubtitleRestChanged,  ///< Arrows of what stands besides cues, empty lines of it that are left out; 0 in front of cues.
+    SubtitleRegionLost,    ///< Size of the name of the cue's region in bytes; of one of the file where the offset is 0.
+    SubtitleLanguageLost,  ///< Size of the name of the cue's language in bytes.
 
     // subtitles, SubRip as its receivers read it; the offset is the number of a line, counted from 1
     SubRipEntities = 0xA'0501,  ///< How many entities of the row are read as characters.
@@ -521,13 +523,14 @@ enum class FindingCode : std::uint32_t {
     MccRateOfCdpOther,           ///< Frames of a second of the first CDP, those that the timecodes count.
     MccRateGivenOther,           ///< Frames of a second that the caller has given, and that are not taken.
     MccTimecodeWrong,            ///< Frames that the timecodes of a second count.
-    MccTimecodeEarlier,   ///< Four bytes of the timecode before as a number, and 8000'0000h in drop-frame counting.
-    MccCharacterWrong,    ///< Character of the line, counted from 1.
-    MccPacketCut,         ///< Bytes there, bytes of the packet.
-    MccChecksumWrong,     ///< Checksum there, checksum of the packet.
-    MccBytesLeft,         ///< Bytes behind the packet.
-    StreamLineLeftOut,    ///< Line number of a packet.
-    StreamPacketLeftOut,  ///< DID, SDID of a packet of which the form carries nothing.
+    MccTimecodeEarlier,      ///< Four bytes of the timecode before as a number, and 8000'0000h in drop-frame counting.
+    MccCharacterWrong,       ///< Character of the line, counted from 1.
+    MccPacketCut,            ///< Bytes there, bytes of the packet.
+    MccChecksumWrong,        ///< Checksum there, checksum of the packet.
+    MccBytesLeft,            ///< Bytes behind the packet.
+    StreamLineLeftOut,       ///< Line number of a packet.
+    StreamPacketLeftOut,     ///< DID, SDID of a packet of which the form carries nothing.
+    KlvFilePackageTooGreat,  ///< Packets of the element, those in front of it in its content package.
 
     // streams: what a form does not carry, though the rest is read or written
     StreamCaptionsLeftOut = 0x1F'0181,  ///< Triplets that are in no packet.

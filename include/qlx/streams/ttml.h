@@ -129,10 +129,11 @@ QLX_STREAMS_EXPORT TtmlRegion regionOf(std::string name, const subtitles::Box& b
 ///     writer.write(cue);
 ///     const std::string text = writer.finish();
 ///
-/// Times are milliseconds of media time, rounded as spanIn() does; a cue that ends before 0 is left out. A cue without a
-/// region of the file gets one that is its box, or else is made of its rows' numbers, columns, anchors and alignment. What a
-/// profile cannot say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied, SubtitleTimeNegative,
-/// SubtitleStylesLost, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost, TtmlCharacterReplaced).
+/// Times are milliseconds of media time, rounded as spanIn() does; a cue that ends before 0 is left out. A cue without
+/// a region of the file gets one that is its box, or else is made of its rows' numbers, columns, anchors and alignment.
+/// What a profile cannot say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied,
+/// SubtitleTimeNegative, SubtitleStylesLost, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost,
+/// SubtitleRegionLost, TtmlCharacterReplaced).
 class QLX_STREAMS_EXPORT TtmlWriter {
 public:
     /// Begins a file. `findings` may be null, else it must outlive this.

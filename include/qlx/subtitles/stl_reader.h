@@ -66,8 +66,9 @@ struct StlReadOptions {
 /// The offset of findings is the block's in the file.
 class StlReader {
 public:
-    /// Fails with StlTooShort for less than kGsiBytes. What is wrong with the information block, another count of blocks
-    /// than is announced (an Error where there are fewer) and a block that is cut are findings. `findings` may be null, else it must outlive this.
+    /// Fails with StlTooShort for less than kGsiBytes. What is wrong with the information block, another count of
+    /// blocks than is announced (an Error where there are fewer) and a block that is cut are findings. `findings` may
+    /// be null, else it must outlive this.
     [[nodiscard]] QLX_EXPORT static Result<StlReader> open(std::span<const std::uint8_t> bytes,
                                                            FindingSink* findings = nullptr,
                                                            const StlReadOptions& options = {});

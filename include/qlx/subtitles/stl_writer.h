@@ -56,13 +56,14 @@ struct StlWriterOptions {
 /// stand in the middle or at the top as their anchor says. All have the alignment of the first one (JC;
 /// StlAlignmentsDiffer). A cue has its own number as long as they ascend (StlNumberChanged).
 ///
-/// Teletext rows have a box. A colour, a background or flashing takes the place of spaces in front of what it changes, and
-/// without such a space a cell of its own (StlColorNoSpace). Italics and underlines are the codes of open subtitling,
-/// where a black background is its box, too; a teletext box is black without one. A character that the table does not
-/// have becomes a plain one (StlCharacterReplaced). Text beyond 112 bytes goes on in extension blocks (EBN), at most
-/// 26992 bytes (StlTextTooLong). A row of more columns than MNC is written as it is (StlRowTooLong). Other things are
-/// lost (SubtitleStylesLost for bold, SubtitleColorChanged for colours that teletext does not have, SubtitlePlaceLost,
-/// SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitleNameLost).
+/// Teletext rows have a box. A colour, a background or flashing takes the place of spaces in front of what it changes,
+/// and without such a space a cell of its own (StlColorNoSpace). Italics and underlines are the codes of open
+/// subtitling, where a black background is its box, too; a teletext box is black without one. A character that the
+/// table does not have becomes a plain one (StlCharacterReplaced). Text beyond 112 bytes goes on in extension blocks
+/// (EBN), at most 26992 bytes (StlTextTooLong). A row of more columns than MNC is written as it is (StlRowTooLong).
+/// Other things are lost (SubtitleStylesLost for bold, SubtitleColorChanged for colours that teletext does not have,
+/// SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitleNameLost, SubtitleRegionLost,
+/// SubtitleLanguageLost).
 ///
 /// Comments and user data that a cue has (properties::kStlComment, kStlUserData) are written with it: comments with their
 /// distance in time, and only where the character code table is theirs.

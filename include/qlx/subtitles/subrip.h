@@ -95,12 +95,12 @@ private:
 
 /// Writes cues.
 ///
-/// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out, one that begins there begins
-/// at 0. A cue without a number gets the one behind that of the cue before it. The first row says where the cue stands.
-/// What the format cannot say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied,
+/// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out, one that begins there
+/// begins at 0. A cue without a number gets the one behind that of the cue before it. The first row says where the cue
+/// stands. What the format cannot say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied,
 /// SubtitleTimeNegative, SubtitleTextAmbiguous, SubtitleStylesLost, SubtitlePlaceLost, SubtitlePropertiesLost,
-/// SubtitleRunTimeLost, SubtitleNameLost). What has no finding is read back by SubRipReader as an equal cue, but for the
-/// terms of its times and for runs that look alike, which become one.
+/// SubtitleRunTimeLost, SubtitleNameLost, SubtitleRegionLost, SubtitleLanguageLost). What has no finding is read back
+/// by SubRipReader as an equal cue, but for the terms of its times and for runs that look alike, which become one.
 class SubRipWriter {
 public:
     /// Begins a file. `findings` may be null, else it must outlive this.

@@ -15,13 +15,14 @@
 // Style sheets are applied as far as Style has what they say (isAppliedSheet()), and kept: what a sheet that is written
 // says is not written in the text again.
 //
-// Of a cue's text the spans `<b>`, `<i>` and `<u>` are in the style of its runs, as are the colours of classes: the eight
-// (`<c.red>`, `<c.bg_blue>`), and those that the file defines as the writer does (`<c.rgbffa500>`, isColorSheet());
-// other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs (properties::kWebVttClass and so on) in
-// the order in which they are open, and times within the text are Run::from.
-// Settings are properties of the cue; its region is Cue::region. What both say of the place is Cue::box besides, which is
-// written where a cue has neither. Alignment and anchor of the rows are those of the settings `align` and `line`. The language of a cue (Cue::language) is that of the file's head (`Language: en`);
-// another one is written as a span of its rows, and read as that of its runs.
+// Of a cue's text the spans `<b>`, `<i>` and `<u>` are in the style of its runs, as are the colours of classes: the
+// eight (`<c.red>`, `<c.bg_blue>`), and those that the file defines as the writer does (`<c.rgbffa500>`,
+// isColorSheet()); other classes, `<v>`, `<lang>`, `<ruby>` and `<rt>` are properties of the runs
+// (properties::kWebVttClass and so on) in the order in which they are open, and times within the text are Run::from.
+// Settings are properties of the cue; its region is Cue::region. What both say of the place is Cue::box besides, which
+// is written where a cue has neither. Alignment and anchor of the rows are those of the settings `align` and `line`.
+// The language of a cue (Cue::language) is that of the file's head (`Language: en`); another one is written as a span
+// of its rows, and read as that of its runs.
 #pragma once
 
 #include <QLXClosedCaptionsUtilities/Export.h>
@@ -147,12 +148,12 @@ class WebVttStyles;
 
 /// Writes cues.
 ///
-/// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out. A cue without settings of its
-/// own gets them from the place of its first row. Colours that the file does not define become
-/// the nearest of the eight. What the format cannot say is
-/// a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied, SubtitleTimeNegative, SubtitleStylesLost,
-/// SubtitleColorChanged, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleNameLost, SubtitleRunTimeLost for a time inside
-/// that is not within the cue or not later than the one in front of it, SubtitleRestChanged).
+/// Times are rounded to milliseconds as spanIn() does; a cue that ends before 0 is left out. A cue without settings of
+/// its own gets them from the place of its first row. Colours that the file does not define become the nearest of the
+/// eight. What the format cannot say is a finding, whose offset is the cue, counted from 1 (SubtitleTimeEmptied,
+/// SubtitleTimeNegative, SubtitleStylesLost, SubtitleColorChanged, SubtitlePlaceLost, SubtitlePropertiesLost,
+/// SubtitleNameLost, SubtitleRegionLost, SubtitleRunTimeLost for a time inside that is not within the cue or not later
+/// than the one in front of it, SubtitleRestChanged).
 class WebVttWriter {
 public:
     /// Begins a file. `findings` may be null, else it must outlive this.

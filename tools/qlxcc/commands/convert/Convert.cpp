@@ -237,6 +237,19 @@ private:
         }
     }
 
+    /// Whether a region of a TTML file says what is neither in its place nor in the looks of its text.
+    [[nodiscard]] bool isLost(const streams::TtmlRegion& region) const {
+        // As a cue is written that has a box.
+        constexpr std::string_view kCarried[] = {"tts:origin",       "tts:extent",        "tts:position",
+                                                 "tts:displayAlign", "tts:textAlign",     "tts:color",
+                                                 "tts:fontStyle",    "tts:fontWeight",    "tts:textDecoration",
+                                                 "tts:overflow",     "tts:showBackground"};
+        return _options.format != CueFormat::Vtt ||
+               std::any_of(region.attributes.begin(), region.attributes.end(), [&](const auto& attribute) {
+                   return std::find(std::begin(kCarried), std::end(kCarried), attribute.name) == std::end(kCarried);
+               });
+    }
+
     /// The same of a TTML file.
     void loseRest(const std::optional<streams::TtmlFile>& file) {
         if (!file || keepsAll() || _options.format == CueFormat::Ttml || _options.format == CueFormat::EbuTtD) {
@@ -246,10 +259,13 @@ private:
         for (const std::string* const text : {&file->title, &file->description, &file->copyright}) {
             texts += text->empty() ? 0 : 1;
         }
-        if (texts + file->regions.size() != 0) {
-            _notes.lose(texts + file->regions.size(),
+        const auto regions = static_cast<std::size_t>(
+            std::count_if(file->regions.begin(), file->regions.end(),
+                          [this](const streams::TtmlRegion& region) { return isLost(region); }));
+        if (texts + regions != 0) {
+            _notes.lose(texts + regions,
                         "of the file besides cues are lost: " + counted(texts, "text") +
-                            " (title, description, copyright), " + counted(file->regions.size(), "region"),
+                            " (title, description, copyright), " + counted(regions, "region"),
                         "part");
         }
     }

@@ -92,7 +92,7 @@ subtitles::Cue CueFileWriter::withoutRegion(const subtitles::Cue& cue) const {
     placed.region.clear();
     if (_findings != nullptr) {
         _findings->add(
-            {FindingCode::SubtitleNameLost, Severity::Warning, _given, static_cast<std::int64_t>(cue.region.size())});
+            {FindingCode::SubtitleRegionLost, Severity::Remark, _given, static_cast<std::int64_t>(cue.region.size())});
     }
     return placed;
 }
