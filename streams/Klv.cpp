@@ -135,6 +135,24 @@ std::optional<Finding> KlvReader::report(FindingSink* findings) {
     return cut;
 }
 
+/// Whether the frame with another element of its content package has no more packets than an element counts: so it can be
+/// written again, and no file makes a frame of itself.
+bool KlvReader::hasRoomFor(const klv::TripletView& triplet, const Frame& frame, FindingSink* findings) const {
+    const std::size_t there = frame.packets.size();
+    std::size_t more = 0;
+    for ([[maybe_unused]] const anc::ElementPacketView& packet : anc::elementPackets(triplet.value)) {
+        ++more;
+    }
+    if (more <= anc::kGreatestElementPackets - there) {
+        return true;
+    }
+    if (findings != nullptr) {
+        findings->add({FindingCode::KlvFilePackageTooGreat, Severity::Warning, _start + triplet.offset,
+                       static_cast<std::int64_t>(more), static_cast<std::int64_t>(there)});
+    }
+    return false;
+}
+
 /// Adds the packets of an element of the frame.
 /// @return Whether the frame is whole. Then the triplet may be one of the next frame, which is kept.
 bool KlvReader::take(const klv::TripletView& triplet, Frame& frame, FindingSink* findings) {
@@ -145,6 +163,11 @@ bool KlvReader::take(const klv::TripletView& triplet, Frame& frame, FindingSink*
         if (isOfAnc) {
             _next = triplet;
         }
+        return true;
+    }
+    if (isOfAnc && _element && !hasRoomFor(triplet, frame, findings)) {
+        _element.reset();
+        _next = triplet;
         return true;
     }
     const std::optional<klv::ElementKey> element = klv::elementKey(key);

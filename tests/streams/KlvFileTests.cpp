@@ -187,6 +187,32 @@ TEST(KlvFile, GivesAContentPackageInFrontOfWhatEndsTheFile) {
                                                           "frame 1, byte 76: element cut short: 1 of 2 bytes"}));
 }
 
+// The elements of one content package have 65,536 packets: a frame has as many as an element can count.
+TEST(KlvFile, EndsAFrameThatAnElementCouldNotCount) {
+    Frame frame;
+    qlxtest::MemorySink sink;
+    std::uint8_t number = 1;
+    std::vector<std::size_t> places;
+    for (const std::size_t count : {30'000U, 30'000U, 5'535U, 1U}) {
+        frame.packets.resize(count);
+        places.push_back(sink.bytes.size());
+        ASSERT_FALSE(KlvWriter(sink).write(frame, nullptr));
+        sink.bytes[places.back() + 13] = 4;
+        sink.bytes[places.back() + 15] = number++;
+    }
+    const Reading reading = readAll(sink.bytes);
+    EXPECT_EQ(reading.failure, "");
+    ASSERT_EQ(reading.frames.size(), 2U);
+    EXPECT_EQ(reading.frames[0].packets.size(), 65'535U);
+    EXPECT_EQ(reading.frames[1].packets.size(), 1U);
+    EXPECT_EQ(reading.problems, std::vector<std::string>{
+                                    "frame 0, byte " + std::to_string(places[3]) +
+                                    ": 1 packet behind 65535 others of the content package are more than a frame has: "
+                                    "another one begins"});
+    qlxtest::MemorySink again;
+    EXPECT_FALSE(KlvWriter(again).write(reading.frames[0], nullptr));
+}
+
 TEST(KlvFile, KeepsAFrameWithoutPackets) {
     const Reading reading = readAll(joined({kAncKeyHex, "02", "0000", kAncKeyHex, "18", kCaptionElementHex}));
     EXPECT_EQ(reading.failure, "");

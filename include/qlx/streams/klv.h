@@ -36,7 +36,8 @@ QLX_STREAMS_EXPORT void readAncFrameElement(std::span<const std::uint8_t> elemen
 
 /// Reads triplets; the ANC frame elements of the n-th content package that has any are frame n, and triplets with other
 /// keys are passed over. Most files have one in each. A package ends behind the last element of its data item, or where
-/// an element with no greater number (SMPTE ST 379-1), one of another item or a partition stands.
+/// an element with no greater number (SMPTE ST 379-1), one of another item or a partition stands. An element with which
+/// the frame would have more packets than an element counts (65,535) begins another one (KlvFilePackageTooGreat).
 ///
 /// Behind damage it goes on with the next triplet that leads to another one, also at the beginning: what was skipped is
 /// a finding. A source that knows its size is read in longer pieces, and looked at behind values that are not kept.
@@ -56,6 +57,7 @@ private:
     [[nodiscard]] std::optional<Finding> fill();
     [[nodiscard]] std::optional<Finding> otherFile() const;
     [[nodiscard]] std::optional<Finding> report(FindingSink* findings);
+    [[nodiscard]] bool hasRoomFor(const klv::TripletView& triplet, const Frame& frame, FindingSink* findings) const;
     [[nodiscard]] bool take(const klv::TripletView& triplet, Frame& frame, FindingSink* findings);
     [[nodiscard]] Result<bool> end(const std::optional<Finding>& failure);
 
