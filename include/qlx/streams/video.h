@@ -90,8 +90,8 @@ private:
 };
 
 /// The pictures of an elementary stream as frames, in the order of presentation, with the captions that they carry. Two
-/// field pictures of H.264 or MPEG-2 video that make a frame are one, with the captions of both; of H.265 each is one. Pictures
-/// in front of their parameter sets stand as in the stream, which is said (VideoParametersNotYetThere).
+/// field pictures of H.264 or MPEG-2 video that make a frame are one, with the captions of both; of H.265 each is one.
+/// Pictures in front of their parameter sets stand as in the stream, which is said (VideoParametersNotYetThere).
 class QLX_STREAMS_EXPORT VideoReader final : public FrameReader {
 public:
     /// The same as of VideoUnits.

@@ -94,8 +94,8 @@ struct PlayOptions {
     CaptionPlayOptions captions;
     TeletextPlayOptions teletext;
     streams::TransportWriterOptions transport;  ///< Transport streams.
-    /// What gives the cues of a file in place of its own reader; may be empty. It is called once for each file that is played,
-    /// with its name: `subtitles`, or those of the pages in their order.
+    /// What gives the cues of a file in place of its own reader; may be empty. It is called once for each file that is
+    /// played, with its name: `subtitles`, or those of the pages in their order.
     std::function<Subtitles(const std::string& file, const CueValueTaker& take)> cues{};
     streams::MccHeader mcc{};  ///< Of what is written as mcc.
 };
