@@ -135,14 +135,11 @@ std::optional<Finding> KlvReader::report(FindingSink* findings) {
     return cut;
 }
 
-/// Whether the frame with another element of its content package has no more packets than an element counts: so it can be
-/// written again, and no file makes a frame of itself.
+/// Whether the frame with another element of its content package has no more packets than an element counts: it can be
+/// written again, and takes no more memory than that.
 bool KlvReader::hasRoomFor(const klv::TripletView& triplet, const Frame& frame, FindingSink* findings) const {
     const std::size_t there = frame.packets.size();
-    std::size_t more = 0;
-    for ([[maybe_unused]] const anc::ElementPacketView& packet : anc::elementPackets(triplet.value)) {
-        ++more;
-    }
+    const auto more = static_cast<std::size_t>(std::ranges::distance(anc::elementPackets(triplet.value)));
     if (more <= anc::kGreatestElementPackets - there) {
         return true;
     }

@@ -66,7 +66,7 @@ inline constexpr FindingText kFileFindingTexts[] = {
     {StreamLineLeftOut, "line number {1} left out"},
     {StreamPacketLeftOut, "packet with DID {1x} and SDID {2x} left out"},
     {KlvFilePackageTooGreat,
-     "{1} packet{1s} behind {2} others of the content package are more than a frame has: another one begins"},
+     "{1} more packet{1s} behind {2} of the content package: too many for a frame, another one begins"},
     {StreamCaptionsLeftOut, "{1} triplet{1s} in no packet left out"},
     {StreamChannelLeftOut, "packet of another channel written as luma"},
     {StreamHorizontalOffsetLeftOut, "horizontal offset {1} left out, the packets in front of it end at {2}"},

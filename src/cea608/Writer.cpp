@@ -180,7 +180,8 @@ bool Writer::sendDue(std::size_t field, std::size_t channel, std::uint64_t slot,
             return true;
         }
     }
-    if (!lane.shown || eraseTime(lane) > slot || !isErased(sender, channel, slot, slot)) {
+    if (!lane.shown || eraseTime(lane) > slot ||
+        !isErased(lane, loadedAt(lane, slot, sender.selected == channel), slot)) {
         return false;
     }
     control(Control::EraseDisplayedMemory);
@@ -211,24 +212,32 @@ std::uint64_t Writer::eraseTime(const Lane& lane) const noexcept {
     return std::max<std::uint64_t>(lane.cues.front().start, codeLength()) - codeLength();
 }
 
-/// Whether what is shown needs an EDM at `time`, as it looks at `slot`, which is not behind that. It needs none when what
-/// comes next takes its place within the time of one.
-bool Writer::isErased(const Field& field, std::size_t channel, std::uint64_t slot, std::uint64_t time) const noexcept {
-    const Lane& lane = field.lanes[channel];
+/// The slot behind the last pair that a channel's next pop-on caption still has to send, where its pairs are sent from
+/// `slot` on.
+/// @param isSelected Whether receivers still listen to the channel then.
+std::uint64_t Writer::loadedAt(const Lane& lane, std::uint64_t slot, bool isSelected) const noexcept {
+    if (lane.cues.empty() || lane.cues.front().pairs == 0) {
+        return slot;
+    }
+    const Cue& next = lane.cues.front();
+    return slot + next.pairs + (next.isBegun && !isSelected ? codeLength() : 0);
+}
+
+/// Whether what is shown needs an EDM at `time`. It needs none when what comes next takes its place within the time of
+/// one.
+/// @param loaded Of the channel's next pop-on caption (loadedAt()).
+bool Writer::isErased(const Lane& lane, std::uint64_t loaded, std::uint64_t time) const noexcept {
     if (lane.cues.empty()) {
         return true;
     }
     const Cue& next = lane.cues.front();
     const std::uint64_t atOnce = time + codeLength() - 1;
     switch (next.style) {
-    case CaptionStyle::PopOn: {
+    case CaptionStyle::PopOn:
         if (time < lane.shown->ownEnd || isOvertaken(lane)) {
             return false;
         }
-        const bool isInterrupted = next.isBegun && next.pairs > 0 && field.selected != channel;
-        const std::uint64_t loaded = slot + next.pairs + (isInterrupted ? codeLength() : 0);
         return std::max(next.start, loaded) > atOnce;
-    }
     case CaptionStyle::RollUp:
         if (next.isBegun) {
             return false;
@@ -258,7 +267,8 @@ bool Writer::sendPairs(std::size_t field, std::size_t channel, std::uint64_t slo
         ++count;
     }
     const bool isResumed = cue.isBegun && sender.selected != channel;
-    if (slot + (isResumed ? codeLength() : 0) + count > nextDue(sender, slot)) {
+    const std::size_t size = count + (isResumed ? codeLength() : 0);
+    if (slot + size > nextDue(sender, channel, slot, size)) {
         return true;
     }
     if (isResumed) {
@@ -316,7 +326,9 @@ bool Writer::sendXds(std::uint64_t slot) {
 }
 
 /// The slot behind `slot` that is kept for a code which has its time.
-std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noexcept {
+/// @param sending The channel that would send `count` pairs from `slot` on: others go on behind them.
+std::uint64_t Writer::nextDue(const Field& field, std::size_t sending, std::uint64_t slot,
+                              std::size_t count) const noexcept {
     std::uint64_t due = std::numeric_limits<std::uint64_t>::max();
     const auto keep = [&due, slot](std::uint64_t time) { due = time > slot ? std::min(due, time) : due; };
     for (std::size_t channel = 0; channel < kCaptionLanes; ++channel) {
@@ -325,7 +337,9 @@ std::uint64_t Writer::nextDue(const Field& field, std::uint64_t slot) const noex
         const bool isPopOn = cue != nullptr && cue->style == CaptionStyle::PopOn;
         if (lane.shown) {
             const std::uint64_t time = isPopOn ? std::max(overTime(*lane.shown), lane.shown->ownEnd) : eraseTime(lane);
-            if (isErased(field, channel, slot, time)) {
+            const std::uint64_t loaded = channel == sending ? loadedAt(lane, slot, field.selected == channel)
+                                                            : loadedAt(lane, slot + count, false);
+            if (isErased(lane, loaded, time)) {
                 keep(time);
             }
         }

@@ -5,6 +5,8 @@
 #include "playout/CueRows.h"
 
 #include <qlx/cc/slots.h>
+#include <qlx/cea708/caption.h>
+#include <qlx/cea708/window.h>
 
 #include <algorithm>
 #include <array>
@@ -236,7 +238,9 @@ private:
 
     [[nodiscard]] std::uint8_t columnOf(const Line& line) const noexcept {
         const std::uint16_t named = _asked.rows[line.source].column;
-        const bool isNamed = line.isFirst && named != 0 && _asked.screenColumns != 0;
+        // What is broken goes on below its beginning where that may be anywhere in a wide picture.
+        const bool isWide = _first != 0 && _asked.screenColumns == cea708::kWideColumns;
+        const bool isNamed = (line.isFirst || isWide) && named != 0 && _asked.screenColumns != 0;
         return static_cast<std::uint8_t>(isNamed ? namedColumn(named, line.cells.size())
                                                  : _first + alignedColumn(line));
     }
@@ -281,13 +285,18 @@ private:
     std::vector<Line> _lines;
 };
 
-/// The cue with its columns counted where its box is in a wide picture, if that is all that says where it stands.
-subtitles::Cue withColumnsOf(const subtitles::Cue& cue, cea708::AspectRatio ratio) {
-    subtitles::Cue placed = cue;
-    if (ratio == cea708::AspectRatio::Wide && detail::hasRowsOfBox(cue)) {
-        placeRows(placed, *cue.box, {.columns = cea708::kWideColumns});
+/// The cue with its columns counted on a wide picture, where its box came from one.
+subtitles::Cue withColumnsOf(subtitles::Cue cue, cea708::AspectRatio ratio) {
+    const subtitles::ScreenGrid wide{.columns = cea708::kWideColumns};
+    if (ratio == cea708::AspectRatio::Wide && detail::isBoxOf(cue, wide)) {
+        subtitles::Cue placed = cue;
+        placeRows(placed, *cue.box, wide);
+        cue.screenColumns = placed.screenColumns;
+        for (std::size_t index = 0; index < cue.rows.size(); ++index) {
+            cue.rows[index].column = placed.rows[index].column;
+        }
     }
-    return placed;
+    return cue;
 }
 
 }  // namespace

@@ -24,12 +24,21 @@ namespace qlx::playout::detail {
 
 using Cells = std::vector<screen::Cell>;
 
-/// Whether its rows say no more of their places than its box does (qlx::subtitles::placeRows()).
-[[nodiscard]] inline bool hasRowsOfBox(const subtitles::Cue& cue) {
+/// Whether a cue has come from a screen by way of a box: its rows say no more of their places than the box does
+/// (qlx::subtitles::placeRows()), which is on that screen and not on that of CEA-608 too.
+[[nodiscard]] inline bool isBoxOf(const subtitles::Cue& cue, const subtitles::ScreenGrid& grid) {
     if (!cue.box) {
         return false;
     }
-    subtitles::Cue placed = cue;
+    const auto isLeft = [](const subtitles::Row& row) { return row.alignment == subtitles::Alignment::Left; };
+    const bool hasColumns = std::any_of(cue.rows.begin(), cue.rows.end(), isLeft);
+    if (!isOnGrid(*cue.box, grid, hasColumns) || isOnGrid(*cue.box, {}, hasColumns)) {
+        return false;
+    }
+    subtitles::Cue placed;
+    for (const subtitles::Row& row : cue.rows) {
+        placed.rows.emplace_back().alignment = row.alignment;
+    }
     placeRows(placed, *cue.box);
     const auto isSame = [](const subtitles::Row& left, const subtitles::Row& right) {
         return left.number == right.number && left.column == right.column;

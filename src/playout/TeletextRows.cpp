@@ -143,9 +143,14 @@ private:
     }
 
     /// Rows stand on those of the page that are where the cue's box is; what is broken, and rows without text, are rows of
-    /// it too. False where it has no box, or they have no room.
+    /// it too. False where the box is not one of a page, or they have no room.
     bool setRowsOfBox() {
-        if (!detail::hasRowsOfBox(_asked)) {
+        const subtitles::ScreenGrid page{.rows = subtitles::kTeletextScreenRows,
+                                         .columns = kColumns,
+                                         .first = 2,  // Behind the header.
+                                         .last = teletext::kLastTextRow + 1,
+                                         .height = static_cast<std::uint16_t>(_height)};
+        if (!detail::isBoxOf(_asked, page)) {
             return false;
         }
         subtitles::Cue inBox;
@@ -158,12 +163,7 @@ private:
             places.push_back(inBox.rows.size() - 1);
         }
         inBox.rows.resize(inBox.rows.size() + _cue.rows.size() - 1 - _lines.back().source);
-        placeRows(inBox, *_asked.box,
-                  {.rows = subtitles::kTeletextScreenRows,
-                   .columns = kColumns,
-                   .first = 2,  // Behind the header.
-                   .last = teletext::kLastTextRow + 1,
-                   .height = static_cast<std::uint16_t>(_height)});
+        placeRows(inBox, *_asked.box, page);
         if (inBox.screenRows == 0) {
             return false;
         }

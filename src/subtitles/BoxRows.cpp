@@ -28,11 +28,16 @@ double rowAt(double y, double rows) {
     return (within(y) - kSafeBox.top) / kSafeBox.height * rows;
 }
 
+/// The column that ends there, or in front of the first: 0.
+double columnAt(double x, double columns) {
+    return (within(x) - kSafeBox.left) / kSafeBox.width * columns;
+}
+
 }  // namespace
 
 void placeRows(Cue& cue, const Box& box, const ScreenGrid& grid) {
     const auto at = [&grid](double y) { return rowAt(y, grid.rows); };
-    const auto height = std::int64_t{grid.height};
+    const auto height = std::max<std::int64_t>(grid.height, 1);
     const auto size = static_cast<std::int64_t>(cue.rows.size()) * height;
     const double bottom = box.top + box.height;
     std::int64_t first = 0;
@@ -55,8 +60,8 @@ void placeRows(Cue& cue, const Box& box, const ScreenGrid& grid) {
     const std::int64_t lowest = grid.last - size + 1;
     const bool isOnGrid = highest <= lowest;
     first = std::clamp(first, highest, std::max(highest, lowest));
-    const auto column = std::clamp<std::int64_t>(
-        std::lround((within(box.left) - kSafeBox.left) / kSafeBox.width * grid.columns) + 1, 1, grid.columns);
+    const auto column = std::clamp<std::int64_t>(std::lround(columnAt(box.left, grid.columns)) + 1, 1,
+                                                 std::max<std::int64_t>(grid.columns, 1));
     cue.screenRows = isOnGrid ? grid.rows : std::uint16_t{0};
     bool hasColumns = false;
     for (Row& row : cue.rows) {
@@ -69,6 +74,19 @@ void placeRows(Cue& cue, const Box& box, const ScreenGrid& grid) {
         }
     }
     cue.screenColumns = hasColumns ? grid.columns : std::uint16_t{0};
+}
+
+bool isOnGrid(const Box& box, const ScreenGrid& grid, bool hasColumns) noexcept {
+    const auto isWhole = [](double number) {
+        constexpr double kNear = 0.02;
+        return std::abs(number - std::round(number)) <= kNear;
+    };
+    const double bottom = box.top + box.height;
+    // The middle of rows is on one or between two.
+    const double row = box.edge == BoxEdge::Top      ? rowAt(box.top, grid.rows)
+                       : box.edge == BoxEdge::Bottom ? rowAt(bottom, grid.rows)
+                                                     : rowAt((box.top + bottom) / 2, grid.rows) * 2;
+    return isWhole(row) && (!hasColumns || isWhole(columnAt(box.left, grid.columns)));
 }
 
 }  // namespace qlx::subtitles

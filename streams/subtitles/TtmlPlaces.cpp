@@ -131,7 +131,9 @@ std::uint8_t bandOf(double row, double rows) {
 std::optional<Box> placeOf(const RegionTexts& texts, const ScreenMeasures& measures, bool& areAllRead) {
     Box place = kWholeScreen;
     areAllRead = true;
-    bool isKnown = !texts.origin.empty() || !texts.position.empty() || !texts.extent.empty();
+    // At its lower edge the whole screen is where text stands that nothing places.
+    const bool isAside = texts.displayAlign == "before" || texts.displayAlign == "center";
+    bool isKnown = isAside || !texts.origin.empty() || !texts.position.empty() || !texts.extent.empty();
     if (texts.displayAlign == "after") {
         place.edge = BoxEdge::Bottom;
     } else if (texts.displayAlign == "center") {

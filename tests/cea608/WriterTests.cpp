@@ -213,6 +213,16 @@ TEST(PopOnCaptions, LeaveNoPairUnusedForAnotherChannelThatIsNotErased) {
     EXPECT_EQ(result.findings, Texts());
 }
 
+// CC2 has nine pairs to load from frame 17 on, where its first one ends: that is erased, and CC1's row, whose code would
+// take that frame, waits.
+TEST(PopOnCaptions, AreErasedInTimeAlsoWhereAnotherChannelBegins) {
+    const Sent result = sentOf(
+        {captionOf(0, 17, U"Hi", kCC2), captionOf(17, 200, U"abcdef", kCC2), captionOf(16, 60, U"yo", kCC1, RollUp)}, 1,
+        FrameRate::Fps2997, true);
+    EXPECT_EQ(framesOf(result, "1c2c"), "17 18 200 201");
+    EXPECT_TRUE(framesOf(result, "1425").starts_with("19 20")) << framesOf(result, "1425");
+}
+
 // The first one is shown in frame 17, in time before its end. The second one cuts it to an end in front of that, and is
 // loaded in frames 20 to 55.
 TEST(PopOnCaptions, StayForOneThatCutsThemAlsoWhereThatIsAddedLate) {

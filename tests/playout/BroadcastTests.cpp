@@ -102,17 +102,36 @@ TEST(ServiceCaptions, StandInTheColumnsOfAWidePicture) {
     cue.rows[0].column = 5;
     EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{9, 4}));
     EXPECT_EQ(columnsOn(cue, Standard), (std::vector<unsigned>{4, 4}));
-    // A box is somewhere in the picture: half of its width is column 21 of 42 and 16 of 32, a tenth the first one.
-    cue.box = qlx::subtitles::Box{50, 10, 40, 80, qlx::subtitles::BoxEdge::Bottom};
+    // Of boxes those that are on columns of 42: 13 of these, and 12 of 32.
+    constexpr double kWidth = 80;
+    cue.box = qlx::subtitles::Box{10 + kWidth * 13 / 42, 10, 40, 80, qlx::subtitles::BoxEdge::Bottom};
     placeRows(cue, *cue.box);
-    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{21, 16}));
-    EXPECT_EQ(columnsOn(cue, Standard), (std::vector<unsigned>{16, 16}));
-    cue.box->left = 10;
-    placeRows(cue, *cue.box);
-    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{0, 0}));
+    EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{13, 10}));
+    EXPECT_EQ(columnsOn(cue, Standard), (std::vector<unsigned>{10, 10}));
+    Cue line21 = cue;
+    line21.box->left = 10 + kWidth * 12 / 32;
+    placeRows(line21, *line21.box);
+    EXPECT_EQ(columnsOn(line21, Wide), (std::vector<unsigned>{17, 12}));
+    // Neither, and both: the left edge.
+    line21.box->left = 20.9;
+    placeRows(line21, *line21.box);
+    EXPECT_EQ(columnsOn(line21, Wide), (std::vector<unsigned>{9, 4}));
+    line21.box->left = 10;
+    placeRows(line21, *line21.box);
+    EXPECT_EQ(columnsOn(line21, Wide), (std::vector<unsigned>{5, 0}));
     // Rows that say something else count.
     cue.rows[0].column = 5;
     EXPECT_EQ(columnsOn(cue, Wide), (std::vector<unsigned>{9, 4}));
+}
+
+// What is broken goes on in the column that is named.
+TEST(ServiceCaptions, BreakRowsInTheColumnsOfAWidePicture) {
+    Cue cue = oneCue({{"This row has more than thirty-two columns in it", Alignment::Left}});
+    cue.rows[0].number = 12;
+    cue.rows[0].column = 2;
+    cue.screenRows = 15;
+    cue.screenColumns = 42;
+    EXPECT_EQ(columnsOn(cue, qlx::cea708::AspectRatio::Wide), (std::vector<unsigned>{1, 1, 0, 0}));
 }
 
 TEST(Broadcasts, SendBothAtEachRate) {

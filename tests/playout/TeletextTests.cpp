@@ -217,17 +217,48 @@ TEST(TeletextCueRows, StandOnTheRowsOfThePageThatAreWhereTheBoxIs) {
     expectCueRows(boxCueOf({pageRowOf(twenty + " " + twenty)}, boxAt(16, 9, BoxEdge::Bottom)),
                   {"12,9 " + twenty, "14,9 " + twenty}, {"4: row 1 is broken behind 21 characters"});
     // Neither the header nor what is below the rows is for text; codes stand in front of it, and it ends with the page.
-    expectCueRows(boxCueOf({pageRowOf("x")}, {0, 0, 100, 100, BoxEdge::Top}), {"1,3 x"});
-    expectCueRows(boxCueOf({pageRowOf("a"), pageRowOf("b")}, {0, 0, 100, 100, BoxEdge::Bottom}), {"20,3 a", "22,3 b"});
-    expectCueRows(boxCueOf({pageRowOf("x")}, {0, 0, 100, 100, BoxEdge::Bottom}), {"23,2 x"}, {}, single);
+    const qlx::subtitles::Box above{2, 0.4, 98, 99.6, BoxEdge::Top};
+    const qlx::subtitles::Box below{2, 0, 98, 96.4, BoxEdge::Bottom};
+    expectCueRows(boxCueOf({pageRowOf("x")}, above), {"1,3 x"});
+    expectCueRows(boxCueOf({pageRowOf("a"), pageRowOf("b")}, below), {"20,3 a", "22,3 b"});
+    expectCueRows(boxCueOf({pageRowOf("x")}, below), {"23,2 x"}, {}, single);
     expectCueRows(boxCueOf({pageRowOf("text")}, boxAt(5, 39, BoxEdge::Top)), {"5,36 text"});
     // Rows that are aligned otherwise have no column of the box.
-    expectCueRows(boxCueOf({pageRowOf("text", Alignment::Center)}, boxAt(5, 12, BoxEdge::Top)), {"5,18 text"});
+    expectCueRows(boxCueOf({pageRowOf("text", Alignment::Center)}, boxAt(6, 12, BoxEdge::Top)), {"6,18 text"});
+    expectCueRows(boxCueOf({pageRowOf("left"), pageRowOf("text", Alignment::Right)}, boxAt(6, 12, BoxEdge::Top)),
+                  {"6,12 left", "8,34 text"});
     // Rows that say something else count: 24 of 80 are column 11 of 32, whose middle is 10.5 columns behind the edge, and
     // so 13.125 of 40.
     Cue other = boxCueOf({pageRowOf("x")}, boxAt(5, 12, BoxEdge::Top));
     other.rows.front().number = 15;
     expectCueRows(other, {"22,13 x"});
+}
+
+// What is placed on the rows of captions, or anywhere, has two rows of the page for each of them, so that neighbours have
+// room below each other.
+TEST(TeletextCueRows, StandOnEverySecondRowWhereTheBoxIsNoneOfAPage) {
+    using qlx::subtitles::Box;
+    using qlx::subtitles::BoxEdge;
+    const auto rowsOf = [](Cue cue, const Box& box) {
+        cue.box = box;
+        placeRows(cue, box);
+        const auto placed = teletextRowsOf(cue);
+        cue.box.reset();
+        EXPECT_EQ(teletextRowsOf(cue), placed) << box.top << " " << box.left;
+        return placed.empty() ? 0U : unsigned{placed.front().row};
+    };
+    for (unsigned number = 0; number < 15; ++number) {
+        const double top = 10 + number * 80.0 / 15;
+        for (const double left : {10.0, 15.0, 32.5, 60.0}) {
+            EXPECT_EQ(rowsOf(pageCueOf({pageRowOf("x")}), {left, top, 90 - left, 90 - top, BoxEdge::Top}) % 2, 0U);
+        }
+        EXPECT_EQ(rowsOf(pageCueOf({pageRowOf("x", Alignment::Center)}), {0, top, 100, 90 - top, BoxEdge::Top}) % 2,
+                  0U);
+    }
+    for (const Box& box : {Box{10, 70, 80, 20, BoxEdge::Top}, Box{25, 0, 50, 85, BoxEdge::Bottom},
+                           Box{12, 13.2, 78, 50, BoxEdge::Middle}, Box{33, 13.2, 50, 50, BoxEdge::Top}}) {
+        EXPECT_EQ(rowsOf(pageCueOf({pageRowOf("x")}), box) % 2, 0U);
+    }
 }
 
 TEST(TeletextCueRows, BeginBehindTheCodesOfTheirLooks) {

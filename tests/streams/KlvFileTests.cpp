@@ -187,28 +187,36 @@ TEST(KlvFile, GivesAContentPackageInFrontOfWhatEndsTheFile) {
                                                           "frame 1, byte 76: element cut short: 1 of 2 bytes"}));
 }
 
-// The elements of one content package have 65,536 packets: a frame has as many as an element can count.
+// The elements of one content package have 65,535 packets and twice as many less one behind them: a frame has as many as an
+// element can count. What is behind the package is of another one.
 TEST(KlvFile, EndsAFrameThatAnElementCouldNotCount) {
     Frame frame;
     qlxtest::MemorySink sink;
     std::uint8_t number = 1;
     std::vector<std::size_t> places;
-    for (const std::size_t count : {30'000U, 30'000U, 5'535U, 1U}) {
+    for (const std::size_t count : {30'000U, 30'000U, 5'535U, 1U, 65'534U, 65'535U, 0U}) {
         frame.packets.resize(count);
         places.push_back(sink.bytes.size());
         ASSERT_FALSE(KlvWriter(sink).write(frame, nullptr));
-        sink.bytes[places.back() + 13] = 4;
+        sink.bytes[places.back() + 13] = 7;
         sink.bytes[places.back() + 15] = number++;
     }
+    frame.packets.resize(2);
+    ASSERT_FALSE(KlvWriter(sink).write(frame, nullptr));
     const Reading reading = readAll(sink.bytes);
     EXPECT_EQ(reading.failure, "");
-    ASSERT_EQ(reading.frames.size(), 2U);
-    EXPECT_EQ(reading.frames[0].packets.size(), 65'535U);
-    EXPECT_EQ(reading.frames[1].packets.size(), 1U);
-    EXPECT_EQ(reading.problems, std::vector<std::string>{
-                                    "frame 0, byte " + std::to_string(places[3]) +
-                                    ": 1 packet behind 65535 others of the content package are more than a frame has: "
-                                    "another one begins"});
+    std::vector<std::size_t> counts;
+    for (const Frame& each : reading.frames) {
+        EXPECT_EQ(each.number, counts.size());
+        counts.push_back(each.packets.size());
+    }
+    EXPECT_EQ(counts, (std::vector<std::size_t>{65'535, 65'535, 65'535, 2}));
+    const auto said = [&places](int frameNumber, std::size_t place, const std::string& packets) {
+        return "frame " + std::to_string(frameNumber) + ", byte " + std::to_string(places[place]) + ": " + packets +
+               " behind 65535 of the content package: too many for a frame, another one begins";
+    };
+    EXPECT_EQ(reading.problems,
+              (std::vector<std::string>{said(0, 3, "1 more packet"), said(1, 5, "65535 more packets")}));
     qlxtest::MemorySink again;
     EXPECT_FALSE(KlvWriter(again).write(reading.frames[0], nullptr));
 }

@@ -202,6 +202,9 @@ TEST(Ttml, PlacesRowsByTheirRegions) {
     };
     const Case cases[] = {
         {"tts:origin='10% 10%' tts:extent='80% 80%' tts:displayAlign='after'", {14, 15}, 1, 1},
+        // Of the whole screen.
+        {"tts:displayAlign='before'", {1, 2}, 7, 1},
+        {"tts:displayAlign='center'", {8, 9}, 4, 1},
         {"tts:origin='10% 10%' tts:extent='80% 80%' tts:displayAlign='after' tts:textAlign='center'",
          {14, 15},
          2,

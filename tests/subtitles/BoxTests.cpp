@@ -143,6 +143,46 @@ TEST(Box, GivesRowsTheirPlaceOnAScreen) {
     EXPECT_EQ(region->rows.at(1).column, 5);
 }
 
+TEST(Box, GivesRowsTheirPlaceOnAScreenOfOtherRows) {
+    // 20 rows of 4 %, of which 3 to 18 have text, and 40 columns of 2 %.
+    const qlx::subtitles::ScreenGrid grid{.rows = 20, .columns = 40, .first = 3, .last = 18, .height = 2};
+    struct Case {
+        Box box;
+        std::vector<std::uint64_t> numbers;
+        bool isOnGrid;
+    };
+    const Case cases[] = {
+        {{20, 26, 50, 64, BoxEdge::Top}, {5, 7}, true},      {{20, 27, 50, 63, BoxEdge::Top}, {5, 7}, false},
+        {{21, 26, 50, 64, BoxEdge::Top}, {5, 7}, false},     {{20, 10, 50, 40, BoxEdge::Bottom}, {7, 9}, true},
+        {{20, 30, 50, 40, BoxEdge::Middle}, {9, 11}, true},  {{20, 10, 50, 80, BoxEdge::Top}, {3, 5}, true},
+        {{20, 10, 50, 80, BoxEdge::Bottom}, {15, 17}, true},
+    };
+    for (const Case& each : cases) {
+        Cue cue = cueOf(1, 0, 1000, {rowOf("a"), rowOf("b")});
+        for (Row& row : cue.rows) {
+            row.alignment = Alignment::Left;
+        }
+        placeRows(cue, each.box, grid);
+        EXPECT_EQ((std::vector{cue.rows[0].number, cue.rows[1].number}), each.numbers) << each.box.top;
+        EXPECT_EQ(cue.screenRows, 20);
+        EXPECT_EQ(cue.screenColumns, 40);
+        EXPECT_NEAR(cue.rows[0].column, 6, 1);
+        EXPECT_EQ(isOnGrid(each.box, grid, true), each.isOnGrid) << each.box.top;
+    }
+    EXPECT_TRUE(isOnGrid({21, 26, 50, 64, BoxEdge::Top}, grid, false));
+    // Eight rows of text have room.
+    std::vector<Row> rows(8, rowOf("a"));
+    Cue full = cueOf(1, 0, 1000, rows);
+    placeRows(full, Box(), grid);
+    EXPECT_EQ(full.rows.front().number, 3U);
+    EXPECT_EQ(full.rows.back().number, 17U);
+    rows.push_back(rowOf("a"));
+    Cue more = cueOf(1, 0, 1000, rows);
+    placeRows(more, Box(), grid);
+    EXPECT_EQ(more.screenRows, 0);
+    EXPECT_EQ(more.rows.front().number, 0U);
+}
+
 TEST(Box, GivesRowsAPlaceWhateverItsNumbersAre) {
     const double beyond = std::numeric_limits<double>::max();
     const double none = std::numeric_limits<double>::quiet_NaN();

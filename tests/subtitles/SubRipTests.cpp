@@ -355,6 +355,18 @@ TEST(SubRip, SaysWhatItCannotWrite) {
     }
     EXPECT_EQ(codes, (std::vector{SubtitleTimeEmptied, SubtitleNameLost, SubtitleTextAmbiguous, SubtitleStylesLost,
                                   SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitlePlaceLost}));
+    cue.language = "fr";
+    cue.region = "low";
+    qlx::Findings names;
+    (void)written(cue, &names);
+    std::vector<std::string> texts;
+    for (const auto& finding : names) {
+        texts.push_back(finding.text());
+    }
+    EXPECT_EQ(
+        (std::vector<std::string>(texts.begin() + 1, texts.begin() + 4)),
+        (std::vector<std::string>{"its name, of 5 bytes, is lost", "the name of its language, of 2 bytes, is lost",
+                                  "the name of a region, of 3 bytes, is lost"}));
     EXPECT_EQ(written(cueOf(1, -2000, -1000, {rowOf("a")})), "");
     EXPECT_EQ(written(cueOf(1, -2000, 1000, {rowOf("a")})), "1\n00:00:00,000 --> 00:00:01,000\na\n\n");
 }

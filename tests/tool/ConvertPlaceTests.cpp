@@ -105,6 +105,14 @@ TEST(ConvertPlaces, OfRegionsOfTimedTextAreBoxesOfWebVtt) {
         converted(folder.write("b.ttml", document(" tts:backgroundColor=\"red\"")), "vtt", {"--strict"});
     EXPECT_EQ(colored.exitCode, 1);
     EXPECT_NE(colored.err.find("0 texts (title, description, copyright), 1 region"), std::string::npos) << colored.err;
+    // A region without a place, of which there is no box.
+    const ToolResult placeless = converted(
+        folder.write("c.ttml", "<tt xmlns=\"http://www.w3.org/ns/ttml\" xml:lang=\"\"><head><layout><region "
+                               "xml:id=\"any\"/></layout></head><body region=\"any\"><div><p begin=\"1s\" end=\"2s\">a"
+                               "</p></div></body></tt>\n"),
+        "vtt", {"--strict"});
+    EXPECT_EQ(placeless.exitCode, 1);
+    EXPECT_NE(placeless.err.find("warning: "), std::string::npos) << placeless.err;
 }
 
 TEST(ConvertPlaces, OfSubRipAndSubStationAlphaAreBoxes) {
@@ -148,13 +156,13 @@ TEST(ConvertPlaces, OfWebVttAreRowsOnAir) {
     EXPECT_NE(back.out.find("\"column\":10,"), std::string::npos) << back.out;
 }
 
-// Columns 1, 6, 13 and 39 of the 42 of a wide picture: 0, 5, 12 and 38 parts of 42 of its inner 80 %.
+// Columns 2, 6, 13 and 39 of the 42 of a wide picture: 1, 5, 12 and 38 parts of 42 of its inner 80 %.
 TEST(ConvertPlaces, OfWebVttAreColumnsOfWidePicturesInServices) {
     const TemporaryFolder folder;
     std::string text = "WEBVTT\n\n";
     int number = 0;
     int second = 10;
-    for (const std::string_view position : {"10%", "19.52%", "32.85%", "82.38%"}) {
+    for (const std::string_view position : {"11.9%", "19.52%", "32.85%", "82.38%"}) {
         const std::string start = "00:00:" + std::to_string(second++) + ".000";
         text += std::to_string(++number) + "\n" + start + " --> 00:00:" + std::to_string(second++) +
                 ".000 line:79.33% position:" + std::string(position) + ",line-left align:left\nabc\n\n";

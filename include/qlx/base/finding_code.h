@@ -410,7 +410,7 @@ enum class FindingCode : std::uint32_t {
     SubtitleRunTimeLost,             ///< Row, its runs that appear later than the cue.
     SubtitleNameLost,                ///< Size of the cue's name in bytes.
     SubtitleRestChanged,  ///< Arrows of what stands besides cues, empty lines of it that are left out; 0 in front of cues.
-    SubtitleRegionLost,    ///< Size of the name of the cue's region in bytes; of one of the file where the offset is 0.
+    SubtitleRegionLost,  ///< Size of the name of the cue's region in bytes; of a region of the file where the offset is 0.
     SubtitleLanguageLost,  ///< Size of the name of the cue's language in bytes.
 
     // subtitles, SubRip as its receivers read it; the offset is the number of a line, counted from 1
@@ -530,7 +530,7 @@ enum class FindingCode : std::uint32_t {
     MccBytesLeft,            ///< Bytes behind the packet.
     StreamLineLeftOut,       ///< Line number of a packet.
     StreamPacketLeftOut,     ///< DID, SDID of a packet of which the form carries nothing.
-    KlvFilePackageTooGreat,  ///< Packets of the element, those in front of it in its content package.
+    KlvFilePackageTooGreat,  ///< Packets of the element, those in front of it in the frame.
 
     // streams: what a form does not carry, though the rest is read or written
     StreamCaptionsLeftOut = 0x1F'0181,  ///< Triplets that are in no packet.

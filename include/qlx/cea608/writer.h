@@ -190,9 +190,10 @@ private:
     [[nodiscard]] static std::uint64_t overTime(const Cue& shown) noexcept;
     [[nodiscard]] static bool isOvertaken(const Lane& lane) noexcept;
     [[nodiscard]] std::uint64_t eraseTime(const Lane& lane) const noexcept;
-    [[nodiscard]] bool isErased(const Field& field, std::size_t channel, std::uint64_t slot,
-                                std::uint64_t time) const noexcept;
-    [[nodiscard]] std::uint64_t nextDue(const Field& field, std::uint64_t slot) const noexcept;
+    [[nodiscard]] std::uint64_t loadedAt(const Lane& lane, std::uint64_t slot, bool isSelected) const noexcept;
+    [[nodiscard]] bool isErased(const Lane& lane, std::uint64_t loaded, std::uint64_t time) const noexcept;
+    [[nodiscard]] std::uint64_t nextDue(const Field& field, std::size_t sending, std::uint64_t slot,
+                                        std::size_t count) const noexcept;
     void push(Field& field, const Code& code) const;
     void start(std::size_t field, const Lane& lane, const Cue& cue, std::uint64_t slot, FindingSink* findings);
     void end(std::size_t field, const Lane& lane, std::uint64_t slot, FindingSink* findings);

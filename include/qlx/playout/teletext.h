@@ -43,12 +43,13 @@ struct TeletextOptions {
 /// name, and those of another screen with their middle where it is there. Codes of a background and of flashing stand
 /// in front as far as the row has room. Where the cue names rows of a page (subtitles::teletextRowOf) they stand
 /// exactly there, of whatever height; one whose place another row of the cue takes, or that has none below it for
-/// double height, stands on the nearest that is free (PlayoutPageRowMoved). Where its rows say no more than its box does
-/// (subtitles::placeRows()) they stand on those of the 25 rows and 40 columns of a page that are nearest to the box, as
-/// far as the codes in front let them. Other row numbers, 1 to 11, are every second one of the page's rows, so that row n
-/// of the cue is row 2n at double height; of single height they are spread over the rows 1 to 23 by the last of them, and
-/// the rows of a cue keep their distance from one another. Without numbers the rows end at the bottom, or stand in the
-/// middle or at the top as their place in the cue says. There is no bold (PlayoutBoldLeftOut).
+/// double height, stands on the nearest that is free (PlayoutPageRowMoved). Where its rows say no more than its box
+/// does, and the box is on the 25 rows and 40 columns of a page and not on those of CEA-608 as well
+/// (subtitles::isOnGrid()), they stand on these, as far as the codes in front let them. Other row numbers, 1 to 11, are
+/// every second one of the page's rows, so that row n of the cue is row 2n at double height; of single height they are
+/// spread over the rows 1 to 23 by the last of them, and the rows of a cue keep their distance from one another.
+/// Without numbers the rows end at the bottom, or stand in the middle or at the top as their place in the cue says.
+/// There is no bold (PlayoutBoldLeftOut).
 [[nodiscard]] QLX_EXPORT std::vector<teletext::PageRow> teletextRowsOf(const subtitles::Cue& cue,
                                                                        const TeletextOptions& options = {},
                                                                        FindingSink* findings = nullptr);

@@ -37,7 +37,8 @@ QLX_STREAMS_EXPORT void readAncFrameElement(std::span<const std::uint8_t> elemen
 /// Reads triplets; the ANC frame elements of the n-th content package that has any are frame n, and triplets with other
 /// keys are passed over. Most files have one in each. A package ends behind the last element of its data item, or where
 /// an element with no greater number (SMPTE ST 379-1), one of another item or a partition stands. An element with which
-/// the frame would have more packets than an element counts (65,535) begins another one (KlvFilePackageTooGreat).
+/// the frame would have more packets than an element counts (65,535) begins another frame (KlvFilePackageTooGreat): the
+/// numbers of those behind it are one greater.
 ///
 /// Behind damage it goes on with the next triplet that leads to another one, also at the beginning: what was skipped is
 /// a finding. A source that knows its size is read in longer pieces, and looked at behind values that are not kept.

@@ -18,15 +18,20 @@ inline constexpr Box kSafeBox{10, 10, 80, 80, BoxEdge::Bottom};
 
 /// Rows and columns of a screen, which fill the inner 80 % of the picture: those of CTA-608-E unless it says others.
 struct ScreenGrid {
-    std::uint16_t rows = 15;     ///< All of them.
-    std::uint16_t columns = 32;  ///< All of them.
-    std::uint16_t first = 1;     ///< The first row on which text stands.
-    std::uint16_t last = 15;     ///< The last one.
-    std::uint16_t height = 1;    ///< How many one of text takes, 1 or more; its number is that of the first of them.
+    std::uint16_t rows = 15;     ///< Of the screen, 1 or more.
+    std::uint16_t columns = 32;  ///< Of the screen, 1 or more.
+    std::uint16_t first = 1;     ///< The first row that has text, counted from 1.
+    std::uint16_t last = 15;     ///< The last one, up to `rows`.
+    std::uint16_t height =
+        1;  ///< Rows of the screen that a row of text takes, 1 or more; it has the number of the first.
 };
 
-/// Gives the rows of a cue the numbers, columns and anchors that put them where a box does on a screen. More rows than it
-/// has get no numbers. Cue::box stays as it is.
+/// Gives the rows of a cue the numbers, columns and anchors that put them where a box does on a screen. They get no
+/// numbers where they are more than fit between its first row and its last one. Cue::box stays as it is.
 QLX_EXPORT void placeRows(Cue& cue, const Box& box, const ScreenGrid& grid = {});
+
+/// Whether rows of a screen are where a box is, and not only near it: to a fiftieth of a row from top to bottom, and of a
+/// column at its left edge where `hasColumns` says that text begins there.
+[[nodiscard]] QLX_EXPORT bool isOnGrid(const Box& box, const ScreenGrid& grid, bool hasColumns) noexcept;
 
 }  // namespace qlx::subtitles

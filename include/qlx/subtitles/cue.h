@@ -157,7 +157,7 @@ struct Cue {
     std::string region{};     ///< The name of the region of the screen that it stands in; or empty.
     Properties properties{};  ///< What the file says of it besides.
     /// Where formats that have boxes (WebVTT, TTML, positions of SubStation Alpha) put it; none: as its rows say. Those
-    /// that count rows go by the rows.
+    /// that count rows go by the rows; teletext and wide captions by the box, where that came from them.
     std::optional<Box> box{};
 
     /// Whether all fields are equal: the same time in other terms is another value.

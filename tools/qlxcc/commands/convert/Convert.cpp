@@ -239,7 +239,8 @@ private:
 
     /// Whether a region of a TTML file says what is neither in its place nor in the looks of its text.
     [[nodiscard]] bool isLost(const streams::TtmlRegion& region) const {
-        // As a cue is written that has a box.
+        // A cue has the place as its box, and the looks of text in its rows. What stands beyond the region is seen, and
+        // it is drawn behind cues alone where it has a colour of its own.
         constexpr std::string_view kCarried[] = {"tts:origin",       "tts:extent",        "tts:position",
                                                  "tts:displayAlign", "tts:textAlign",     "tts:color",
                                                  "tts:fontStyle",    "tts:fontWeight",    "tts:textDecoration",

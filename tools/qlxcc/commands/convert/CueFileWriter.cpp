@@ -91,8 +91,8 @@ subtitles::Cue CueFileWriter::withoutRegion(const subtitles::Cue& cue) const {
     subtitles::Cue placed = cue;
     placed.region.clear();
     if (_findings != nullptr) {
-        _findings->add(
-            {FindingCode::SubtitleRegionLost, Severity::Remark, _given, static_cast<std::int64_t>(cue.region.size())});
+        _findings->add({FindingCode::SubtitleRegionLost, cue.box ? Severity::Remark : Severity::Warning, _given,
+                        static_cast<std::int64_t>(cue.region.size())});
     }
     return placed;
 }
