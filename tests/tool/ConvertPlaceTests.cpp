@@ -162,7 +162,7 @@ TEST(ConvertPlaces, OfWebVttAreColumnsOfWidePicturesInServices) {
     std::string text = "WEBVTT\n\n";
     int number = 0;
     int second = 10;
-    for (const std::string_view position : {"11.9%", "19.52%", "32.85%", "82.38%"}) {
+    for (const std::string_view position : {"11.90%", "19.52%", "32.85%", "82.38%"}) {
         const std::string start = "00:00:" + std::to_string(second++) + ".000";
         text += std::to_string(++number) + "\n" + start + " --> 00:00:" + std::to_string(second++) +
                 ".000 line:79.33% position:" + std::string(position) + ",line-left align:left\nabc\n\n";
