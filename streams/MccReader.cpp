@@ -27,6 +27,9 @@ constexpr std::size_t kHeaderBytes = 3;  ///< DID, SDID and data count.
 /// What stands behind as many is a frame of its own: no frame of a picture has room for more.
 constexpr std::size_t kMostPacketsOfFrame = 1024;
 
+/// As much is read ahead of the first packet to find a CDP: the lines wait in memory.
+constexpr std::size_t kLongestLookAhead = std::size_t{1024} * 1024;
+
 /// The frames that timecodes count, as a header says them.
 struct NamedRate {
     std::string_view name;
@@ -112,8 +115,7 @@ std::optional<FrameRate> rateOfCdp(const anc::PacketContentView& packet) {
 /// The lines of a file.
 class MccReader::Lines {
 public:
-    Lines(ByteSource& source, std::optional<FrameRate> rate)
-        : _source(source), _lines(source, detail::LineEnds::Any), _given(rate) {}
+    Lines(ByteSource& source, std::optional<FrameRate> rate) : _lines(source, detail::LineEnds::Any), _given(rate) {}
 
     [[nodiscard]] const MccHeader& header() const noexcept { return _header; }
     [[nodiscard]] std::optional<cc::TimeCodeCounting> counting() const noexcept {
@@ -126,10 +128,12 @@ public:
 
 private:
     Result<bool> read(Frame& frame, FindingSink* findings);
+    Result<bool> readLine();
     Result<bool> readTitle();
     std::optional<Finding> readHeaderLine(std::string_view line);
     std::optional<Finding> begin(FindingSink* findings);
-    [[nodiscard]] std::optional<FrameRate> rateOfBeginning() const;
+    std::optional<FrameRate> rateAhead();
+    std::optional<FrameRate> rateOfLine(const std::string& line);
     bool readPacket(FindingSink* findings);
     bool takeBytes(anc::PacketContentView& packet, FindingSink* findings);
     [[nodiscard]] std::uint64_t placed(std::uint64_t frame, FindingSink* findings);
@@ -138,17 +142,20 @@ private:
               std::uint64_t second = 0) const {
         if (findings != nullptr) {
             findings->add(
-                {code, severity, _lines.number(), static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});
+                {code, severity, _number, static_cast<std::int64_t>(first), static_cast<std::int64_t>(second)});
         }
     }
+    [[nodiscard]] Finding error(FindingCode code) const { return {code, Severity::Error, _number, 0, 0}; }
 
-    ByteSource& _source;
     detail::LineReader _lines;
     std::optional<FrameRate> _given;
-    std::vector<std::uint8_t> _beginning;  ///< What stands at the beginning of the file, until its rate is known.
+    std::string _ahead;                    ///< Lines that have been looked at and are still to be read.
+    std::size_t _aheadAt = 0;              ///< Where the next one of them begins.
+    std::optional<Finding> _aheadFailure;  ///< What is wrong behind them.
     MccHeader _header;
     const NamedRate* _named = nullptr;
     std::string _line;
+    std::uint64_t _number = 0;  ///< Of the line in hand.
     detail::MccBytes _bytes;
     PacketLine _place;
     anc::PacketContentView _packet;  ///< Of the line in hand; its bytes are in _bytes.
@@ -160,20 +167,39 @@ private:
     std::optional<Finding> _failure;
 };
 
-Result<bool> MccReader::Lines::readTitle() {
-    const auto first = _source.peek(kLongestPeek);
-    _beginning.assign(first.begin(), first.end());
+/// Reads the next line: first those that have been looked at.
+Result<bool> MccReader::Lines::readLine() {
+    if (_aheadAt < _ahead.size()) {
+        const std::size_t end = _ahead.find('\n', _aheadAt);
+        _line.assign(_ahead, _aheadAt, end - _aheadAt);
+        _aheadAt = end + 1;
+        ++_number;
+        return true;
+    }
+    if (!_ahead.empty()) {
+        std::string().swap(_ahead);
+        _aheadAt = 0;
+    }
+    if (_aheadFailure) {
+        return *_aheadFailure;
+    }
     const Result<bool> hasLine = _lines.next(_line);
+    _number = _lines.number();
+    return hasLine;
+}
+
+Result<bool> MccReader::Lines::readTitle() {
+    const Result<bool> hasLine = readLine();
     if (!hasLine) {
         return hasLine;
     }
     if (!*hasLine) {
-        return _lines.error(FindingCode::StreamEmpty);
+        return error(FindingCode::StreamEmpty);
     }
     const std::string_view title = withoutByteOrderMark(_line);
     const std::string_view version = title.starts_with(kMccTitle) ? title.substr(kMccTitle.size()) : std::string_view();
     if (!version.starts_with("1.") && !version.starts_with("2.")) {
-        return _lines.error(FindingCode::MccTitleMissing);
+        return error(FindingCode::MccTitleMissing);
     }
     _header.version = version.front() == '1' ? 1 : 2;
     _hasTitle = true;
@@ -189,7 +215,7 @@ std::optional<Finding> MccReader::Lines::readHeaderLine(std::string_view line) {
         _named = std::find_if(std::begin(kRates), std::end(kRates),
                               [value](const NamedRate& each) { return each.name == value; });
         if (_named == std::end(kRates)) {
-            return _lines.error(FindingCode::MccRateWrong);
+            return error(FindingCode::MccRateWrong);
         }
     }
     const std::pair<std::string_view, std::string&> texts[] = {{"UUID", _header.uuid},
@@ -204,32 +230,40 @@ std::optional<Finding> MccReader::Lines::readHeaderLine(std::string_view line) {
     return std::nullopt;
 }
 
-/// What the first CDP of the beginning says.
-std::optional<FrameRate> MccReader::Lines::rateOfBeginning() const {
-    MemorySource source(_beginning);
-    detail::LineReader lines(source, detail::LineEnds::Any);
-    std::string line;
-    detail::MccBytes bytes;
-    for (auto hasLine = lines.next(line); hasLine && *hasLine; hasLine = lines.next(line)) {
-        const std::size_t tab = line.find('\t');
-        if (tab == std::string::npos || line.starts_with(kComment)) {
-            continue;
-        }
-        detail::readMccBytes(trimmed(std::string_view(line).substr(tab)), bytes);
-        const auto kept = bytes.kept();
-        if (kept.size() > kHeaderBytes) {
-            if (const auto rate = rateOfCdp({kept[0], kept[1], kept.subspan(kHeaderBytes)})) {
-                return rate;
-            }
-        }
+/// What a line says by its CDP, if it has one that is read.
+std::optional<FrameRate> MccReader::Lines::rateOfLine(const std::string& line) {
+    const auto place = packetLine(line, _header);
+    if (!place) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    _place = *place;
+    anc::PacketContentView packet;
+    return takeBytes(packet, nullptr) ? rateOfCdp(packet) : std::nullopt;
+}
+
+/// What the first CDP says, of the line in hand and those behind it.
+std::optional<FrameRate> MccReader::Lines::rateAhead() {
+    std::optional<FrameRate> rate = rateOfLine(_line);
+    std::string line;
+    while (!rate && _ahead.size() < kLongestLookAhead) {
+        const Result<bool> hasLine = _lines.next(line);
+        if (!hasLine) {
+            _aheadFailure = hasLine.error();
+        }
+        if (!hasLine || !*hasLine) {
+            break;
+        }
+        rate = rateOfLine(line);
+        _ahead += line;
+        _ahead += '\n';
+    }
+    return rate;
 }
 
 /// Settles the rate, in front of the first packet.
 std::optional<Finding> MccReader::Lines::begin(FindingSink* findings) {
     if (_named == nullptr) {
-        return _lines.error(FindingCode::MccRateMissing);
+        return error(FindingCode::MccRateMissing);
     }
     _hasBegun = true;
     _header.dropsFrames = _named->dropsFrames;
@@ -237,7 +271,7 @@ std::optional<Finding> MccReader::Lines::begin(FindingSink* findings) {
     const auto isMeant = [this](std::optional<FrameRate> rate) {
         return rate && (rate == _named->rate || rate == _named->other);
     };
-    const std::optional<FrameRate> ofCdp = rateOfBeginning();
+    const std::optional<FrameRate> ofCdp = rateAhead();
     if (ofCdp && !isMeant(ofCdp)) {
         tell(findings, FindingCode::MccRateOfCdpOther, Severity::Warning, nominalFramesPerSecond(*ofCdp),
              nominalFramesPerSecond(_named->rate));
@@ -252,7 +286,6 @@ std::optional<Finding> MccReader::Lines::begin(FindingSink* findings) {
     if (_given && *_given != _header.rate) {
         tell(findings, FindingCode::MccRateGivenOther, Severity::Remark, nominalFramesPerSecond(*_given));
     }
-    std::vector<std::uint8_t>().swap(_beginning);
     return std::nullopt;
 }
 
@@ -345,7 +378,7 @@ Result<bool> MccReader::Lines::read(Frame& frame, FindingSink* findings) {
             _last = _frame;
             _hasPacket = false;
         }
-        const Result<bool> hasLine = _lines.next(_line);
+        const Result<bool> hasLine = readLine();
         if (!hasLine && isBegun) {
             _failure = hasLine.error();  // behind this frame
         }

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <random>
@@ -183,6 +184,39 @@ TEST(MccReading, CountsTimecodesByTheHeaderAndTheFirstCdp) {
     EXPECT_EQ(timeOf("50", "00:00:01:49\t4302Z\n"), "99 99/50");
     EXPECT_EQ(timeOf("30DF", "00:00:01:00\tT04S077F\n"),
               "line 5: the caption packets are of 60 frames a second, the timecodes count 30\n30 30030/30000");
+}
+
+TEST(MccReading, FindsTheFirstCdpBehindABlankAndFarFromTheBeginning) {
+    const auto timeOf = [](const std::string& lines) {
+        const Reading reading = readMcc(head("30") + lines);
+        EXPECT_EQ(reading.remarks, Texts{});
+        EXPECT_EQ(reading.problems, Texts{});
+        std::string text = std::to_string(reading.frames.size());
+        for (const Frame* const frame : {&reading.frames.front(), &reading.frames.back()}) {
+            text += " " + std::to_string(frame->pts->value) + "/" + std::to_string(frame->pts->timescale);
+        }
+        return text;
+    };
+    EXPECT_EQ(timeOf("00:01:00:00 T04S074F\n"), "1 1801800/30000 1801800/30000");
+    EXPECT_EQ(timeOf("00:01:00:00.0,9 T04S074F\n"), "1 1801800/30000 1801800/30000");
+    // Three times as much as a source is looked at in advance, with empty lines and notes.
+    std::string late = "00:01:00:00\t4302Z\n\n// a note\r\n";
+    while (late.size() < 3 * qlx::streams::kLongestPeek) {
+        late += "00:01:00:01\t4302050000000000\n";
+    }
+    const std::string cdp = "00:01:00:02\tT04S074F\n";
+    EXPECT_TRUE(timeOf(late + cdp).ends_with(" 1801800/30000 1803802/30000")) << timeOf(late + cdp);
+    // So does a pipe say it, and one that breaks off says where.
+    const std::string text = head("30") + late + cdp;
+    qlxtest::FailingSource failing({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    MccReader reader(failing);
+    const qlxtest::FrameReading reading = qlxtest::readAll(reader);
+    EXPECT_EQ(reading.frames.front().pts, MediaTime::make(1801800, 30000));
+    EXPECT_TRUE(reading.failure.ends_with("cannot be read (error 5)")) << reading.failure;
+    // Lines keep their numbers.
+    const Reading wrong = readMcc(head("30") + late + "nothing\n" + cdp);
+    const auto line = std::to_string(5 + std::count(late.begin(), late.end(), '\n'));
+    EXPECT_EQ(wrong.problems, Texts{"line " + line + ": no timecode of 30 frames a second with a packet behind it"});
 }
 
 TEST(MccReading, GoesOnBehindMidnightAndNotBack) {
