@@ -110,6 +110,12 @@ std::optional<FrameRate> rateOfCdp(const anc::PacketContentView& packet) {
     return isCdp ? frameRateOfCdpCode(packet.userData[kRateByte] >> 4U) : std::nullopt;
 }
 
+/// A rate as a finding has it: 29970 for 30000/1001.
+std::uint64_t framesOf1000Seconds(FrameRate rate) {
+    const MediaTime duration = frameDuration(rate);
+    return static_cast<std::uint64_t>((std::int64_t{duration.timescale} * 1000 + duration.value / 2) / duration.value);
+}
+
 }  // namespace
 
 /// The lines of a file.
@@ -128,6 +134,7 @@ public:
 
 private:
     Result<bool> read(Frame& frame, FindingSink* findings);
+    void checkRate(FindingSink* findings);
     Result<bool> readLine();
     Result<bool> readTitle();
     std::optional<Finding> readHeaderLine(std::string_view line);
@@ -161,6 +168,7 @@ private:
     anc::PacketContentView _packet;  ///< Of the line in hand; its bytes are in _bytes.
     std::uint64_t _frame = 0;        ///< Of the line in hand.
     bool _hasPacket = false;         ///< The line in hand is not given yet.
+    bool _hasOtherRate = false;      ///< A CDP has said another rate.
     bool _hasTitle = false;
     bool _hasBegun = false;
     std::optional<std::uint64_t> _last;  ///< The frame of the packet before.
@@ -271,20 +279,16 @@ std::optional<Finding> MccReader::Lines::begin(FindingSink* findings) {
     const auto isMeant = [this](std::optional<FrameRate> rate) {
         return rate && (rate == _named->rate || rate == _named->other);
     };
-    const std::optional<FrameRate> ofCdp = rateAhead();
-    if (ofCdp && !isMeant(ofCdp)) {
-        tell(findings, FindingCode::MccRateOfCdpOther, Severity::Warning, nominalFramesPerSecond(*ofCdp),
-             nominalFramesPerSecond(_named->rate));
-    }
+    const std::optional<FrameRate> ofCdp = _named->other ? rateAhead() : std::nullopt;
     if (isMeant(ofCdp)) {
         _header.rate = *ofCdp;
     } else if (isMeant(_given)) {
         _header.rate = *_given;
-    } else if (_named->other) {
+    } else if (_named->other && !ofCdp) {
         tell(findings, FindingCode::MccRateTaken, Severity::Remark, nominalFramesPerSecond(_named->rate));
     }
     if (_given && *_given != _header.rate) {
-        tell(findings, FindingCode::MccRateGivenOther, Severity::Remark, nominalFramesPerSecond(*_given));
+        tell(findings, FindingCode::MccRateGivenOther, Severity::Remark, framesOf1000Seconds(*_given));
     }
     return std::nullopt;
 }
@@ -335,6 +339,15 @@ bool MccReader::Lines::takeBytes(anc::PacketContentView& packet, FindingSink* fi
     return true;
 }
 
+/// Says once where the rate of a CDP is not that of the timecodes.
+void MccReader::Lines::checkRate(FindingSink* findings) {
+    const std::optional<FrameRate> rate = rateOfCdp(_packet);
+    if (rate && *rate != _header.rate && !std::exchange(_hasOtherRate, true)) {
+        tell(findings, FindingCode::MccRateOfCdpOther, Severity::Warning, framesOf1000Seconds(*rate),
+             framesOf1000Seconds(_header.rate));
+    }
+}
+
 /// Reads the line in hand as a packet.
 bool MccReader::Lines::readPacket(FindingSink* findings) {
     const auto place = packetLine(_line, _header);
@@ -346,6 +359,7 @@ bool MccReader::Lines::readPacket(FindingSink* findings) {
     if (!takeBytes(_packet, findings)) {
         return false;
     }
+    checkRate(findings);
     _frame = placed(_place.frame, findings);
     return true;
 }

@@ -73,6 +73,17 @@ void appendUnits(std::string& text, std::int64_t id) {
     }
 }
 
+/// Writes a rate that is given as frames of 1000 seconds: 29970 is 29.97.
+void appendRate(std::string& text, std::int64_t frames) {
+    constexpr std::int64_t kSeconds = 1000;
+    text += std::to_string(frames / kSeconds);
+    if (frames % kSeconds != 0) {
+        std::string parts = std::to_string(kSeconds + frames % kSeconds);
+        parts.front() = '.';
+        text += parts.substr(0, parts.find_last_not_of('0') + 1);
+    }
+}
+
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
 void appendNumber(std::string& text, std::int64_t number, char form) {
     if (form == 's') {
@@ -86,6 +97,10 @@ void appendNumber(std::string& text, std::int64_t number, char form) {
     if (form == 'p') {
         constexpr std::int64_t kColumns = 1000;
         text += "row " + std::to_string(number / kColumns) + ", column " + std::to_string(number % kColumns);
+        return;
+    }
+    if (form == 'r') {
+        appendRate(text, number);
         return;
     }
     if (form == 'v') {

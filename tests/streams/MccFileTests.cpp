@@ -167,15 +167,16 @@ TEST(MccReading, CountsTimecodesByTheHeaderAndTheFirstCdp) {
         return text;
     };
     const std::string taken =
-        "line 5: neither header nor packets say whether 30 frames a second are 1000/1001 of that: "
+        "line 5: neither the header nor the first packets say whether 30 frames a second are 1000/1001 of that: "
         "30 are taken\n";
     EXPECT_EQ(timeOf("30", "00:01:00:00\t4302Z\n"), taken + "1800 1800/30");
     EXPECT_EQ(timeOf("30", "00:01:00:00\t4302Z\n", FrameRate::Fps2997), "1800 1801800/30000");
     EXPECT_EQ(timeOf("30", "00:01:00:00\t4302Z\n", FrameRate::Fps30), "1800 1800/30");
     // A CDP of 29.97 (4) or 30 (5) frames a second says it, whatever the caller does.
     EXPECT_EQ(timeOf("30", "00:01:00:00\tT04S074F\n"), "1800 1801800/30000");
-    EXPECT_EQ(timeOf("30", "00:01:00:00\tT04S075F\n", FrameRate::Fps2997),
-              "line 5: the file says its frame rate: the given one of 30 frames a second is not taken\n1800 1800/30");
+    EXPECT_EQ(
+        timeOf("30", "00:01:00:00\tT04S075F\n", FrameRate::Fps2997),
+        "line 5: the file says its frame rate: the given one of 29.97 frames a second is not taken\n1800 1800/30");
     EXPECT_EQ(timeOf("24", "00:00:01:00\tT04S071F\n"), "24 24024/24000");
     EXPECT_EQ(timeOf("60", "00:00:01:00\tT04S077F\n"), "60 60060/60000");
     EXPECT_EQ(timeOf("60", "00:00:01:00\tT04S078F\n"), "60 60/60");
@@ -183,7 +184,16 @@ TEST(MccReading, CountsTimecodesByTheHeaderAndTheFirstCdp) {
     EXPECT_EQ(timeOf("60DF", "00:01:00:04\t4302Z\n"), "3600 3603600/60000");
     EXPECT_EQ(timeOf("50", "00:00:01:49\t4302Z\n"), "99 99/50");
     EXPECT_EQ(timeOf("30DF", "00:00:01:00\tT04S077F\n"),
-              "line 5: the caption packets are of 60 frames a second, the timecodes count 30\n30 30030/30000");
+              "line 5: a caption packet is of 59.94 frames a second, the timecodes are taken to count 29.97\n"
+              "30 30030/30000");
+    EXPECT_EQ(timeOf("30DF", "00:00:01:00\tT04S075F\n"),
+              "line 5: a caption packet is of 30 frames a second, the timecodes are taken to count 29.97\n"
+              "30 30030/30000");
+    // One that is none of those which the header may mean: nothing else is said of it.
+    EXPECT_EQ(timeOf("24", "00:00:01:00\tT04S074F\n"),
+              "line 5: a caption packet is of 29.97 frames a second, the timecodes are taken to count 24\n24 24/24");
+    EXPECT_EQ(timeOf("25", "00:00:01:00\tT04S071F\n"),
+              "line 5: a caption packet is of 23.976 frames a second, the timecodes are taken to count 25\n25 25/25");
 }
 
 TEST(MccReading, FindsTheFirstCdpBehindABlankAndFarFromTheBeginning) {
@@ -217,6 +227,28 @@ TEST(MccReading, FindsTheFirstCdpBehindABlankAndFarFromTheBeginning) {
     const Reading wrong = readMcc(head("30") + late + "nothing\n" + cdp);
     const auto line = std::to_string(5 + std::count(late.begin(), late.end(), '\n'));
     EXPECT_EQ(wrong.problems, Texts{"line " + line + ": no timecode of 30 frames a second with a packet behind it"});
+}
+
+TEST(MccReading, SaysOnceWhereACdpHasAnotherRate) {
+    const Reading reading = readMcc(head("30") + "00:00:01:00\tT04S074F\n00:00:02:00\tT04S075F\n"
+                                                 "00:00:03:00\tT04S074F\n00:00:04:00\tT04S078F\n");
+    EXPECT_EQ(reading.frames.back().pts, MediaTime::make(120120, 30000));
+    EXPECT_EQ(reading.problems, Texts{"line 6: a caption packet is of 30 frames a second, the timecodes are taken to "
+                                      "count 29.97"});
+    // One that comes too late to be taken.
+    std::string late = head("30");
+    std::size_t lines = 4;
+    for (; late.size() < (1U << 20U) + 1000; ++lines) {
+        late += "00:01:00:01\t430270" + std::string(112, '0') + "\n";
+    }
+    late += "00:01:00:02\tT04S074F\n";
+    const Reading behind = readMcc(late);
+    EXPECT_EQ(behind.frames.back().pts, MediaTime::make(1802, 30));
+    EXPECT_EQ(behind.remarks, Texts{"line 5: neither the header nor the first packets say whether 30 frames a second "
+                                    "are 1000/1001 of that: 30 are taken"});
+    EXPECT_EQ(behind.problems.back(), "line " + std::to_string(lines + 1) +
+                                          ": a caption packet is of 29.97 frames a second, the timecodes are taken to "
+                                          "count 30");
 }
 
 TEST(MccReading, GoesOnBehindMidnightAndNotBack) {

@@ -520,8 +520,8 @@ enum class FindingCode : std::uint32_t {
     MccRateMissing,              ///< No numbers; no header line says what the timecodes count.
     MccRateWrong,                ///< No numbers; what it says is none of those that there are.
     MccRateTaken,                ///< Frames of a second that the timecodes count, and that are taken as they are.
-    MccRateOfCdpOther,           ///< Frames of a second of the first CDP, those that the timecodes count.
-    MccRateGivenOther,           ///< Frames of a second that the caller has given, and that are not taken.
+    MccRateOfCdpOther,           ///< Frames of 1000 s of a CDP (29970), those that timecodes are taken to count.
+    MccRateGivenOther,           ///< Frames of 1000 s that the caller has given, and that are not taken.
     MccTimecodeWrong,            ///< Frames that the timecodes of a second count.
     MccTimecodeEarlier,      ///< Four bytes of the timecode before as a number, and 8000'0000h in drop-frame counting.
     MccCharacterWrong,       ///< Character of the line, counted from 1.
