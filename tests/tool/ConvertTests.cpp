@@ -370,6 +370,16 @@ TEST(Convert, SaysWhatHasNoEffectAndWhatOfAFileIsLost) {
         std::string::npos)
         << lost.err;
     EXPECT_EQ(converted(vtt, "vtt", {"--strict"}).exitCode, 0);
+    // One part, and none of the other kind.
+    for (const auto& [head, words] :
+         {std::pair{"WEBVTT - title\n\n", "1 part of the file besides cues is lost: 1 line of the header\n"},
+          std::pair{"WEBVTT\n\nNOTE here\n\n",
+                    "1 part of the file besides cues is lost: 1 block (STYLE, REGION, NOTE)\n"},
+          std::pair{"WEBVTT\n\nNOTE a\n\nNOTE b\n\n",
+                    "2 parts of the file besides cues are lost: 2 blocks (STYLE, REGION, NOTE)\n"}}) {
+        const std::string one = folder.write("one.vtt", std::string(head) + "00:01.000 --> 00:02.000\na\n");
+        EXPECT_EQ(converted(one, "srt").err, "qlxcc: warning: " + one + ": " + words);
+    }
 }
 
 TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {

@@ -228,13 +228,19 @@ private:
         const auto lost = std::count_if(file.blocks.begin(), file.blocks.end(),
                                         [this](const std::string& block) { return isLost(block); });
         const std::size_t blocks = static_cast<std::size_t>(lost) + file.notes.size();
-        if (lines + blocks != 0) {
-            _notes.lose(lines + blocks,
-                        std::string("of the file besides cues are lost: ") + counted(lines, "line") + " of the header" +
-                            (hasMap ? " (X-TIMESTAMP-MAP, which is not applied)" : "") + ", " +
-                            counted(blocks, "block") + " (STYLE, REGION, NOTE)",
-                        "part");
-        }
+        loseParts(lines, std::string(" of the header") + (hasMap ? " (X-TIMESTAMP-MAP, which is not applied)" : ""),
+                  "line", blocks, " (STYLE, REGION, NOTE)", "block");
+    }
+
+    /// Says which parts of two kinds are lost: nothing of a kind of which there is none.
+    void loseParts(std::size_t first, const std::string& ofFirst, std::string_view firstNoun, std::size_t second,
+                   const std::string& ofSecond, std::string_view secondNoun) {
+        const std::string parts = (first != 0 ? counted(first, firstNoun) + ofFirst : "") +
+                                  (first != 0 && second != 0 ? ", " : "") +
+                                  (second != 0 ? counted(second, secondNoun) + ofSecond : "");
+        _notes.lose(first + second,
+                    "of the file besides cues " + std::string(first + second == 1 ? "is" : "are") + " lost: " + parts,
+                    "part");
     }
 
     /// Whether a region of a TTML file says what is neither in its place nor in the looks of its text.
@@ -263,12 +269,7 @@ private:
         const auto regions = static_cast<std::size_t>(
             std::count_if(file->regions.begin(), file->regions.end(),
                           [this](const streams::TtmlRegion& region) { return isLost(region); }));
-        if (texts + regions != 0) {
-            _notes.lose(texts + regions,
-                        "of the file besides cues are lost: " + counted(texts, "text") +
-                            " (title, description, copyright), " + counted(regions, "region"),
-                        "part");
-        }
+        loseParts(texts, " (title, description, copyright)", "text", regions, "", "region");
     }
 
     /// What is subtracted and added is known with the first cue, if there is one.
