@@ -135,6 +135,37 @@ TEST(Carriers, CountDropFramesOf5994InMcc) {
     EXPECT_NE(timecodesOf(folder.read("cues.mcc")).find(" 00:00:59:59 00:01:00:04 "), std::string::npos);
 }
 
+TEST(Carriers, KeepTheCountingOfTimecodes) {
+    const TemporaryFolder folder;
+    const std::string header = "File Format=MacCaption_MCC V1.0\n\nTime Code Rate=";
+    const std::string line = "01:00:00:00\tT04S074F\n";
+    std::string nonDrop(kCaptions);
+    std::replace(nonDrop.begin(), nonDrop.end(), ';', ':');
+    folder.write("n.mcc", header + "30\n\n" + line);
+    folder.write("d.mcc", header + "30DF\n\n" + line);
+    folder.write("n.scc", nonDrop);
+    folder.write("d.scc", kCaptions);
+    const auto mccOf = [&](const std::string& file, const Arguments& more) {
+        convert(folder.path(file), folder.path("o.mcc"), more);
+        const std::string written = folder.read("o.mcc");
+        const std::size_t rate = written.find("Time Code Rate=") + 15;
+        return written.substr(rate, written.find('\n', rate) - rate) + " " + timecodesOf(written).substr(0, 12);
+    };
+    EXPECT_EQ(mccOf("n.mcc", {}), "30 01:00:00:00 ");
+    EXPECT_EQ(mccOf("d.mcc", {}), "30DF 01:00:00:00 ");
+    EXPECT_EQ(mccOf("n.mcc", {"--drop"}), "30DF 01:00:03:18 ");
+    EXPECT_EQ(mccOf("d.mcc", {"--non-drop"}), "30 00:59:56:12 ");
+    EXPECT_EQ(mccOf("n.scc", {}), "30 00:00:01:00 ");
+    EXPECT_EQ(mccOf("d.scc", {}), "30DF 00:00:01:00 ");
+    const auto sccOf = [&](const std::string& file, const Arguments& more) {
+        convert(folder.path(file), folder.path("o.scc"), more);
+        return folder.read("o.scc");
+    };
+    EXPECT_EQ(sccOf("n.scc", {}), nonDrop);
+    EXPECT_EQ(sccOf("d.scc", {}), kCaptions);
+    EXPECT_EQ(sccOf("n.scc", {"--drop"}), kCaptions);
+}
+
 TEST(Carriers, AreReadByTheCommandsThatReadPackets) {
     const TemporaryFolder folder;
     convert(folder.write("a.scc", kCaptions), folder.path("a.mcc"));

@@ -310,9 +310,7 @@ TEST(StartTimes, GoFromTheCountingOfOneFileToThatOfTheOther) {
             for (const std::string& name : {std::string("in.mcc"), std::string("in.scc")}) {
                 Arguments arguments{"convert",      folder.path(name), "-o",         folder.path("out.scc"),
                                     "--from-start", "10:00:00:00",     "--to-start", "01:00:00:00"};
-                if (!to.dropsFrames) {
-                    arguments.emplace_back("--non-drop");
-                }
+                arguments.emplace_back(to.dropsFrames ? "--drop" : "--non-drop");
                 const ToolResult result = runTool(arguments);
                 EXPECT_EQ(result.exitCode, 0) << result.err;
                 const std::int64_t frames = framesOf(kShown, from) - framesOf(kHour, from) + 4;

@@ -189,7 +189,9 @@ constexpr OptionRow kConvertOptions[] = {
     {.names = "--drop",
      .field = &RawOptions::isDrop,
      .help = "Timecodes of --from-start and --to-start are drop-frame ones where no file says it",
-     .more = "So are those that are written in mcc and scc files at 29.97 and 59.94, also without this option."},
+     .more =
+         "So are those that are written in mcc and scc files at 29.97 and 59.94, also without this option; from one "
+         "such file to another, those that are written count as those that are read."},
     {.names = "--non-drop",
      .field = &RawOptions::isNonDrop,
      .help = "They are non-drop-frame ones, and so are those that are written"},

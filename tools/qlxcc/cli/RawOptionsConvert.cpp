@@ -362,6 +362,7 @@ Action checkedConvert(const RawOptions& raw) {
     carrier.source = options.input.source;
     carrier.output = raw.output;
     carrier.frames = carrierFormat(raw, format);
+    carrier.keepsCounting = !raw.isDrop && !raw.isNonDrop;
     carrier.source.field = carrier.frames.scc.field;
     carrier.toRate = raw.toRate.empty() ? std::nullopt : rateNamed(raw.toRate);
     carrier.fromStart = options.fromStart;

@@ -1,5 +1,7 @@
 #include "commands/convert/CarrierTimes.h"
 
+#include "streams/TransportRate.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -13,6 +15,30 @@ MediaTime frameDurationOf(const MediaTime& time) {
 MediaTime pictureTime(std::uint64_t number, FrameRate rate) {
     const MediaTime duration = frameDuration(rate);
     return MediaTime::make(static_cast<std::int64_t>(number) * duration.value, duration.timescale);
+}
+
+std::optional<FrameRate> rateOfBeginning(InputKind kind, const std::vector<Frame>& first) {
+    if (kind == InputKind::Scc) {
+        return FrameRate::Fps2997;
+    }
+    if (kind == InputKind::TransportStream) {
+        return rateOfTransport(first);
+    }
+    if (first.empty() || !first[0].pts) {
+        return std::nullopt;
+    }
+    // A time of a timecode has the duration of its frames as its scale.
+    const auto own = frameRateOfDuration(frameDurationOf(*first[0].pts));
+    return kind == InputKind::Mcc && own      ? own
+           : first.size() > 1 && first[1].pts ? rateOfTimes(first[0], first[1])
+                                              : std::nullopt;
+}
+
+void keepCounting(const std::optional<cc::TimeCodeCounting>& own, FrameOutputOptions& frames) {
+    if (own && cc::mayDropFrames(own->rate)) {
+        frames.scc.dropsFrames = own->dropsFrames;
+        frames.mcc.dropsFrames = own->dropsFrames;
+    }
 }
 
 double framesUpTo(const MediaTime& time, const TimeChange& change, FrameRate rate) {

@@ -2,11 +2,16 @@
 #pragma once
 
 #include "cues/CueTimes.h"
+#include "io/Frame.h"
+#include "io/FrameOutput.h"
+#include "io/FrameSource.h"
 
 #include <qlx/base/frame_rate.h>
+#include <qlx/cc/time_code.h>
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace qlx::tool {
 
@@ -15,6 +20,13 @@ namespace qlx::tool {
 
 /// The time of a frame, counted from 0.
 [[nodiscard]] MediaTime pictureTime(std::uint64_t number, FrameRate rate);
+
+/// The rate of a file of frames, as its first ones say it; none where they do not.
+[[nodiscard]] std::optional<FrameRate> rateOfBeginning(InputKind kind, const std::vector<Frame>& first);
+
+/// Timecodes that are written count as those that are read, where these say whether numbers are dropped.
+/// @param own How those count; none: there are none.
+void keepCounting(const std::optional<cc::TimeCodeCounting>& own, FrameOutputOptions& frames);
 
 /// How many frames a time is behind the beginning of what is written.
 /// @param change Without a scale.

@@ -158,20 +158,10 @@ private:
     }
 
     void settleRate(const std::vector<Frame>& first) {
-        if (_options.source.rate && _kind != InputKind::Mcc) {
+        const bool isSaid = !_options.source.rate || _kind == InputKind::Mcc;
+        _rate = isSaid ? rateOfBeginning(_kind, first) : std::nullopt;
+        if (!_rate && _options.source.rate) {
             _rate = frameRateOf(*_options.source.rate);
-        } else if (_kind == InputKind::Scc) {
-            _rate = FrameRate::Fps2997;
-        } else if (_kind == InputKind::TransportStream) {
-            _rate = rateOfTransport(first);
-        } else if (!first.empty() && first[0].pts) {
-            // A time of a timecode has the duration of its frames as its scale.
-            const auto own = frameRateOfDuration(frameDurationOf(*first[0].pts));
-            _rate = _kind == InputKind::Mcc && own     ? own
-                    : first.size() > 1 && first[1].pts ? rateOfTimes(first[0], first[1])
-                                                       : std::nullopt;
-            _rate = _rate ? _rate
-                          : (_options.source.rate ? std::optional(frameRateOf(*_options.source.rate)) : std::nullopt);
         }
         const bool isNeeded =
             hasTimecodes() || _frames.format == FrameFormat::TransportStream ||
@@ -195,6 +185,9 @@ private:
             _frames.scc.field = cc::Triplet{first[0].triplets[0], 0, 0}.type();
         }
         _frames.mcc.rate = _to;
+        if (_options.keepsCounting) {
+            keepCounting(_reader->counting(), _frames);
+        }
         settleStarts(first);
         _makesPackets = _frames.format == FrameFormat::Klv || _frames.format == FrameFormat::V210 ||
                         _frames.format == FrameFormat::Mcc;

@@ -25,6 +25,7 @@ struct CarrierOptions {
     TimeChange times;                   ///< Without a scale, and without the starts.
     FromStart fromStart;                ///< What is taken is the time of the first frame.
     std::optional<StartTime> toStart;   ///< Becomes TimeChange::toStart.
+    bool keepsCounting = true;          ///< Timecodes count as those of IN; else, and where it has none, as in frames.
     std::uint32_t line = 9;             ///< Of caption packets that are made.
     bool isStrict = false;              ///< What is lost makes the exit code 1.
     bool reportsAll = false;            ///< All that is found, changed or lost is said, not ten of a kind.
