@@ -166,6 +166,26 @@ TEST(Carriers, KeepTheCountingOfTimecodes) {
     EXPECT_EQ(sccOf("n.scc", {"--drop"}), kCaptions);
 }
 
+TEST(Carriers, SayOnceThatTimecodesBeginAgainBehindMidnight) {
+    const TemporaryFolder folder;
+    const std::string header = "File Format=MacCaption_MCC V1.0\n\nTime Code Rate=25\n\n";
+    const std::string file =
+        folder.write("a.mcc", header + "00:59:59:24\t430201AA\n01:00:00:00\t430201AA\n01:00:00:01\t430201AA\n");
+    const std::string output = folder.path("o.mcc");
+    const Arguments moved{"--to-start", "23:00:00:00"};
+    const ToolResult result = converted(file, output, moved);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.err, "qlxcc: warning: " + output +
+                              ": frame 2160000 is behind midnight: timecodes begin again at 00:00:00:00\n");
+    EXPECT_EQ(timecodesOf(folder.read("o.mcc")), "23:59:59:24 00:00:00:00 00:00:00:01 ");
+    EXPECT_EQ(converted(file, output, {"--to-start", "23:00:00:00", "--strict"}).exitCode, 1);
+    // Timecodes that are not moved go on as they are, and what has no timecodes has no midnight.
+    converted(file, output, moved);
+    convert(output, folder.path("same.mcc"));
+    EXPECT_EQ(timecodesOf(folder.read("same.mcc")), "23:59:59:24 00:00:00:00 00:00:00:01 ");
+    convert(file, folder.path("o.jsonl"), moved);
+}
+
 TEST(Carriers, AreReadByTheCommandsThatReadPackets) {
     const TemporaryFolder folder;
     convert(folder.write("a.scc", kCaptions), folder.path("a.mcc"));

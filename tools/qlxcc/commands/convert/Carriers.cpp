@@ -93,7 +93,8 @@ public:
                       " in front of the start");
         }
         _output.commit();
-        const bool isLossy = _hasTracks || _before > 0 || _moved > 0 || !_leftOut->isEmpty() || !_notes.isEmpty();
+        const bool isLossy =
+            _hasTracks || _before > 0 || _moved > 0 || _isBehindMidnight || !_leftOut->isEmpty() || !_notes.isEmpty();
         const bool hasFailed = _reader->problems() > 0 || (_options.isStrict && isLossy);
         if (hasFailed) {
             printWhyItFails(_source.name(),
@@ -295,6 +296,12 @@ private:
         }
         frame.number = std::max(*number, _last);
         _last = frame.number;
+        if (!_isBehindMidnight && !_times.isNothing() && isBehindMidnight(_last, _frames)) {
+            _isBehindMidnight = true;
+            _progress.clear();
+            printNote("warning: " + _output.name() + ": frame " + std::to_string(_last) +
+                      " is behind midnight: timecodes begin again at 00:00:00:00");
+        }
         if (_rate) {
             frame.pts = pictureTime(frame.number, *_rate);
         }
@@ -477,6 +484,7 @@ private:
     std::uint64_t _before = 0;             ///< Frames in front of the start.
     std::optional<MediaTime> _lastBefore;  ///< The time of the last one of them.
     std::uint64_t _moved = 0;              ///< Frames earlier than the one before.
+    bool _isBehindMidnight = false;        ///< Timecodes have begun again.
     bool _hasTracks = false;               ///< There are text tracks, which are left out.
 };
 
