@@ -12,7 +12,8 @@ struct FindingText {
     FindingCode code;
     std::string_view pattern;  ///< `{1}` and `{2}`: the numbers; `{1x}`, `{2u}`, `{1p}`, `{2t}`, `{1b}`: in
         ///< hexadecimal, without a sign, as a place of a caption, as a time code that says whether
-        ///< it drops frames, as one of four bytes; `{1s}`: `s` unless it is 1.
+        ///< it drops frames, as one of four bytes; `{1r}`: frames of 1000 s as those of one;
+        ///< `{1s}`: `s` unless it is 1.
 };
 
 using enum FindingCode;

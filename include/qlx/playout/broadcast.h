@@ -44,9 +44,9 @@ struct ServiceOptions {
 };
 
 /// The caption of a cue in a service. Its text stands where captionOf() has it on the 32 columns of CEA-608, which are
-/// in the middle of the 42 at 16:9; at 16:9 that of a cue with columns of 42 stands on these, and that of one with a box
-/// (subtitles::placeRows()) on those where its box is. Its window is held where the cue's rows are aligned: left, in the
-/// middle, right, and at the top where it is in the upper half of the screen.
+/// in the middle of the 42 at 16:9; there that of a cue with columns of 42 stands on these, also where a box says them
+/// that is on the 42 and not on the 32 as well (subtitles::isOnGrid()). Its window is held where the cue's rows are
+/// aligned: left, in the middle, right, and at the top where it is in the upper half of the screen.
 ///
 /// Fails as captionOf() does.
 [[nodiscard]] QLX_EXPORT Result<cea708::Caption> serviceCaptionOf(const subtitles::Cue& cue, FrameRate rate,

@@ -55,8 +55,7 @@ struct MccHeader {
 /// meant: the first CDP (SMPTE ST 334-2) says it by its frame rate, else the caller, else it is not; a remark says so
 /// (MccRateTaken). It is looked for in 1 MiB from the first packet on, which is read before the first frame is given: those
 /// lines wait in memory, so that a pipe is read as a file is. The first CDP whose rate is not the one that is taken is a
-/// warning (MccRateOfCdpOther). Lines that cannot be read are left out: a finding says where
-/// and why.
+/// warning (MccRateOfCdpOther). Lines that cannot be read are left out: a finding says where and why.
 class QLX_STREAMS_EXPORT MccReader final : public FrameReader {
 public:
     /// @param source Read from where it stands; must outlive the reader.

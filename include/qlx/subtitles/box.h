@@ -22,8 +22,7 @@ struct ScreenGrid {
     std::uint16_t columns = 32;  ///< Of the screen, 1 or more.
     std::uint16_t first = 1;     ///< The first row that has text, counted from 1.
     std::uint16_t last = 15;     ///< The last one, up to `rows`.
-    std::uint16_t height =
-        1;  ///< Rows of the screen that a row of text takes, 1 or more; it has the number of the first.
+    std::uint16_t height = 1;    ///< Rows that one of text takes, 1 or more: it has the number of the first.
 };
 
 /// Gives the rows of a cue the numbers, columns and anchors that put them where a box does on a screen. They get no
