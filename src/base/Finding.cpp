@@ -84,6 +84,35 @@ void appendRate(std::string& text, std::int64_t frames) {
     }
 }
 
+/// Writes which field of the information block of EBU STL begins at that byte (EBU Tech 3264).
+void appendStlField(std::string& text, std::int64_t place) {
+    switch (place) {
+    case 16:
+        text += "original programme title (OPT)";
+        break;
+    case 48:
+        text += "original episode title (OET)";
+        break;
+    case 208:
+        text += "subtitle list reference code (SLR)";
+        break;
+    case 224:
+        text += "creation date (CD)";
+        break;
+    case 230:
+        text += "revision date (RD)";
+        break;
+    case 274:
+        text += "country of origin (CO)";
+        break;
+    case 277:
+        text += "publisher (PUB)";
+        break;
+    default:
+        text += "field at byte " + std::to_string(place);
+    }
+}
+
 /// Writes a number in place of a placeholder such as `{2x}`, which ends with `form`.
 void appendNumber(std::string& text, std::int64_t number, char form) {
     if (form == 's') {
@@ -113,6 +142,10 @@ void appendNumber(std::string& text, std::int64_t number, char form) {
         for (unsigned shift = 16; shift > 0; shift -= 4) {
             text += kDigits[static_cast<std::size_t>(number >> (shift - 4) & 0xF)];
         }
+        return;
+    }
+    if (form == 'g') {
+        appendStlField(text, number);
         return;
     }
     if (form == 'c') {

@@ -378,7 +378,11 @@ enum class FindingCode : std::uint32_t {
     StlCuesOverlap,        ///< Frame of the start, frame up to which another cue is shown.
     StlNumberChanged,      ///< Number of the cue, the one that is written.
     StlAlignmentsDiffer,   ///< Row, its alignment.
-    StlFieldCut,           ///< Characters of a text, those that have room.
+    StlFieldCut,           ///< First byte of the field in the information block, characters of the text.
+    StlCharacterMissing,   ///< Row, the first character that becomes `?`.
+    StlMarkLeftOut,        ///< Row, the first combining mark that no letter takes.
+    StlFieldCharacterMissing,  ///< First byte of the field, the first character that becomes `?`.
+    StlRowsCovered,            ///< First row of the screen, frame up to which another cue stands there.
 
     // subtitles, dictionaries; the lines are counted from 1
     SubtitleValueNotDictionary = 0xA'0301,  ///< No numbers.
@@ -572,8 +576,10 @@ enum class FindingCode : std::uint32_t {
     TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
     TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
     TextTrackUnreadable,          ///< The track, counted from 1.
-    TextTrackHeadUnread,   ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
-    TextSampleUnitsWrong,  ///< Byte of the sample, of how many places where UTF-16 makes no character the first one.
+    TextTrackHeadUnread,    ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
+    TextSampleUnitsWrong,   ///< Byte of the sample, of how many places where UTF-16 makes no character the first one.
+    TextSampleCuesOutside,  ///< Cues of a document that are not shown while its sample is.
+    TextSamplesEditedOut,   ///< Samples that the edit list of the file leaves out.
 
     // streams: the index of a container
     MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.

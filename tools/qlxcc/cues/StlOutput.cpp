@@ -106,26 +106,26 @@ subtitles::StlWriter& StlOutput::writer(const CueInput& input) {
 }
 
 void StlOutput::setTexts(Gsi& gsi) const {
-    const auto set = [&](auto& field, const std::optional<std::string>& given) {
+    const auto set = [&](auto& field, std::int64_t place, const std::optional<std::string>& given) {
         if (!given) {
             return;
         }
         const std::string text = subtitles::stlInformationText(*given);
         field = std::string_view(text);
-        const std::size_t most = field.characters.size();
-        if (text.size() > most && _findings != nullptr) {
-            _findings->add({FindingCode::StlFieldCut, Severity::Warning, 0, static_cast<std::int64_t>(text.size()),
-                            static_cast<std::int64_t>(most)});
+        if (text.size() > field.characters.size() && _findings != nullptr) {
+            _findings->add(
+                {FindingCode::StlFieldCut, Severity::Warning, 0, place, static_cast<std::int64_t>(text.size())});
         }
     };
     gsi.codePageNumber = "850";
-    set(gsi.originalProgrammeTitle, _options.title);
-    set(gsi.originalEpisodeTitle, _options.episode);
-    set(gsi.publisher, _options.publisher);
-    set(gsi.listReference, _options.reference);
-    set(gsi.countryOfOrigin, _options.country);
-    set(gsi.creationDate, _options.date);
-    set(gsi.revisionDate, _options.date);
+    // Behind each the place of the field in the block.
+    set(gsi.originalProgrammeTitle, 16, _options.title);
+    set(gsi.originalEpisodeTitle, 48, _options.episode);
+    set(gsi.listReference, 208, _options.reference);
+    set(gsi.creationDate, 224, _options.date);
+    set(gsi.revisionDate, 230, _options.date);
+    set(gsi.countryOfOrigin, 274, _options.country);
+    set(gsi.publisher, 277, _options.publisher);
     if (_options.language) {
         gsi.languageCode = subtitles::stlLanguageCode(*_options.language).value_or(kNoLanguage);
     }
