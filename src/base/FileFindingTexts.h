@@ -303,8 +303,9 @@ inline constexpr FindingText kFileFindingTexts[] = {
                           "damaged, or too far from the "
                           "beginning of a pipe"},
     {TextSampleUnitsWrong, "text sample: at its byte {1} UTF-16 makes no character ({2} such place{2s})"},
-    {TextSampleCuesOutside, "{1} cue{1s} of a TTML document outside of the time of its sample left out"},
-    {TextSamplesEditedOut, "{1} text sample{1s} left out by the edit list of the file"},
+    {TextSampleCuesOutside,
+     "{1} cue{1s} of TTML documents outside of the time of their samples left out, the first one from {2} ms"},
+    {TextCuesEditedOut, "{1} cue{1s} left out, which the edit list of the file does not show"},
     {TtmlHidden, "text that is not displayed left out"},
     {TtmlStyleChainTooLong, "style (its name has {1} bytes) is referred to by way of too many others: left out"},
     {TtmlTooManyElements,

@@ -5,10 +5,11 @@
 #include "../Demuxer.h"
 #include "../Module.h"
 #include "../StreamCheck.h"
+#include "CueJoiner.h"
 #include "SampleHeads.h"
+#include "TextBoxes.h"
 #include "TextSamples.h"
 #include "TtmlTimes.h"
-#include "WebVttHeads.h"
 
 #include <qlx/subtitles/webvtt.h>
 
@@ -56,102 +57,6 @@ TextTrackKind textKindOf(StreamContent content) noexcept {
 bool isTextTrack(StreamContent content) noexcept {
     return textKindOf(content) != TextTrackKind::Unreadable || content == StreamContent::OtherText;
 }
-
-/// Joins cues again that samples cut, and numbers them.
-class CueJoiner {
-public:
-    /// @param joins Else cues are numbered only.
-    CueJoiner(const std::function<void(subtitles::Cue)>& take, bool joins) : _take(take), _joins(joins) {}
-
-    /// Ends what does not go on to the next sample.
-    void beginSample(const MediaTime& begin) {
-        if (!_joins || !_begin || !detail::isSameTime(*_begin, begin)) {
-            giveIf([&begin](const subtitles::Cue& cue) { return !detail::isSameTime(cue.end, begin); });
-        }
-        _begin = begin;
-    }
-
-    void add(subtitles::Cue cue) {
-        if (!_joins) {
-            _open.push_back(std::move(cue));
-            return;
-        }
-        Key key{cue.start, textOf(cue)};
-        const auto [first, last] = _places.equal_range(key);
-        const auto same =
-            std::find_if(first, last, [&](const auto& each) { return isSameBut(_open[each.second], cue); });
-        std::size_t place = _open.size();
-        key.end = cue.end;
-        if (same != last) {
-            place = same->second;
-            _places.erase(same);
-            _open[place].end = cue.end;
-        } else {
-            _open.push_back(std::move(cue));
-        }
-        _places.emplace(std::move(key), place);
-    }
-
-    void finish() {
-        giveIf([](const subtitles::Cue&) { return true; });
-    }
-
-private:
-    /// By which an open cue is found: of many, few have the same one.
-    struct Key {
-        MediaTime end;
-        std::string text;
-
-        bool operator<(const Key& other) const {
-            return detail::isBefore(end, other.end) || (!detail::isBefore(other.end, end) && text < other.text);
-        }
-    };
-
-    static std::string textOf(const subtitles::Cue& cue) {
-        std::string text = cue.identifier + cue.region + cue.language;
-        const auto append = [&text](const subtitles::Properties& properties) {
-            for (const subtitles::Property& property : properties) {
-                text += property.name + property.value;
-            }
-        };
-        append(cue.properties);
-        for (const subtitles::Row& row : cue.rows) {
-            for (const subtitles::Run& run : row.runs) {
-                text += run.text;
-                append(run.properties);
-            }
-        }
-        return text;
-    }
-
-    static bool isSameBut(const subtitles::Cue& left, const subtitles::Cue& right) {
-        return left.rows == right.rows && left.identifier == right.identifier && left.language == right.language &&
-               left.region == right.region && left.properties == right.properties;
-    }
-
-    template <class Condition>
-    void giveIf(const Condition& isOver) {
-        std::vector<subtitles::Cue> kept;
-        _places.clear();
-        for (subtitles::Cue& cue : _open) {
-            if (!_joins || isOver(cue)) {
-                cue.number = ++_given;
-                _take(std::move(cue));
-            } else {
-                _places.emplace(Key{cue.end, textOf(cue)}, kept.size());
-                kept.push_back(std::move(cue));
-            }
-        }
-        _open = std::move(kept);
-    }
-
-    const std::function<void(subtitles::Cue)>& _take;
-    bool _joins;
-    std::optional<MediaTime> _begin;
-    std::vector<subtitles::Cue> _open;
-    std::multimap<Key, std::size_t> _places;  ///< Of the open cues.
-    std::uint64_t _given = 0;
-};
 
 }  // namespace
 
@@ -214,7 +119,7 @@ public:
         const TextTrackKind kind = _tracks[number].kind;
         const bool isInParts =
             kind == TextTrackKind::TimedText || kind == TextTrackKind::Wvtt || kind == TextTrackKind::Stpp;
-        CueJoiner joiner(take, isInParts);
+        detail::CueJoiner joiner(take, isInParts);
         PlacedSink placed(findings);
         if (kind == TextTrackKind::Wvtt && !_hasHeads) {
             placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
@@ -247,8 +152,8 @@ public:
 
 private:
     void takeSample(TextTrackKind kind, const detail::DemuxedStream& stream, const detail::DemuxedPacket& packet,
-                    CueJoiner& joiner, FindingSink& findings, const std::function<void(const TtmlFile&)>& takeHead,
-                    detail::SubStationSamples* events) {
+                    detail::CueJoiner& joiner, FindingSink& findings,
+                    const std::function<void(const TtmlFile&)>& takeHead, detail::SubStationSamples* events) {
         if (!packet.time || packet.isDamaged) {
             findings.add(
                 {FindingCode::TextSampleWrong, Severity::Error, 0, static_cast<std::int64_t>(packet.bytes.size()), 0});

@@ -576,10 +576,11 @@ enum class FindingCode : std::uint32_t {
     TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
     TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
     TextTrackUnreadable,          ///< The track, counted from 1.
-    TextTrackHeadUnread,    ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
-    TextSampleUnitsWrong,   ///< Byte of the sample, of how many places where UTF-16 makes no character the first one.
-    TextSampleCuesOutside,  ///< Cues of a document that are not shown while its sample is.
-    TextSamplesEditedOut,   ///< Samples that the edit list of the file leaves out.
+    TextTrackHeadUnread,   ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
+    TextSampleUnitsWrong,  ///< Byte of the sample, of how many places where UTF-16 makes no character the first one.
+    /// Cues of TTML documents that are not shown while their samples are, milliseconds of the first one's start.
+    TextSampleCuesOutside,
+    TextCuesEditedOut,  ///< Cues that the edit list of the file leaves out.
 
     // streams: the index of a container
     MxfFooterMissing = 0x1F'0241,  ///< Byte at which the footer should be; the offset is the file's end.

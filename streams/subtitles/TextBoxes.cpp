@@ -1,4 +1,4 @@
-#include "WebVttHeads.h"
+#include "TextBoxes.h"
 
 #include "../Boxes.h"
 
