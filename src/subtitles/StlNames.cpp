@@ -61,6 +61,16 @@ constexpr std::u32string_view kCodePage850 =
     U"\u00AD\u00B1\u2017\u00BE\u00B6\u00A7\u00F7\u00B8\u00B0\u00A8\u00B7\u00B9\u00B3\u00B2\u25A0\u00A0";
 static_assert(kCodePage850.size() == 128);
 
+/// The byte of a character; none for one that the code page does not have.
+std::optional<char> byteOf850(char32_t character) noexcept {
+    constexpr char32_t kUpperHalf = 0x80;
+    if (character >= U' ' && character < kUpperHalf - 1) {
+        return static_cast<char>(character);
+    }
+    const std::size_t place = kCodePage850.find(character);
+    return place == std::u32string_view::npos ? std::nullopt : std::optional(static_cast<char>(kUpperHalf + place));
+}
+
 }  // namespace
 
 std::optional<std::string_view> stlLanguageCode(std::string_view language) noexcept {
@@ -74,18 +84,20 @@ std::string_view stlTableOfLanguage(std::string_view language) noexcept {
 }
 
 std::string stlInformationText(std::string_view text) {
-    constexpr char32_t kUpperHalf = 0x80;
     std::string result;
     while (!text.empty()) {
-        const char32_t character = takeCodePoint(text);
-        const std::size_t place = kCodePage850.find(character);
-        if (character >= U' ' && character < kUpperHalf - 1) {
-            result += static_cast<char>(character);
-        } else {
-            result += place == std::u32string_view::npos ? '?' : static_cast<char>(kUpperHalf + place);
-        }
+        result += byteOf850(takeCodePoint(text)).value_or('?');
     }
     return result;
+}
+
+std::optional<char32_t> missingInStlInformation(std::string_view text, std::size_t room) noexcept {
+    for (; room > 0 && !text.empty(); --room) {
+        if (const char32_t character = takeCodePoint(text); !byteOf850(character)) {
+            return character;
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace qlx::subtitles

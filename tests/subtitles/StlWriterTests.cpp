@@ -470,6 +470,9 @@ TEST(StlWriter, KnowsLanguagesAndInformationTexts) {
     EXPECT_EQ(stlTableOfLanguage("he"), "04");
     EXPECT_EQ(stlTableOfLanguage("pl"), "00");
     EXPECT_EQ(stlInformationText("A\u00E9\u0416\u00DF\u00A0"), "A\x82?\xE1\xFF");
+    EXPECT_EQ(missingInStlInformation("A\u00E9?\u00DF", 32), std::nullopt);
+    EXPECT_EQ(missingInStlInformation("A\u00E9\u0416\u4E00", 3), U'\u0416');
+    EXPECT_EQ(missingInStlInformation("A\u00E9\u0416", 2), std::nullopt);
 }
 
 }  // namespace

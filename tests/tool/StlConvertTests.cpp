@@ -118,6 +118,29 @@ TEST(ConvertStl, WritesTablesAndLooks) {
     EXPECT_NE(lost.err.find("cue 1: row 1: character "), std::string::npos) << lost.err;
 }
 
+// Findings of offset 0 are of the file, not of a cue.
+TEST(ConvertStl, NamesEachFieldThatIsCutOrLosesCharacters) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "a"}}));
+    const ToolResult result =
+        converted(file, "stl",
+                  {"--title", "\u0416\u4E00 one", "--episode", std::string(40, 'e'), "--publisher",
+                   "\u20AC" + std::string(31, 'p') + "\u0416", "--reference", "caf\u00E9?", "--strict"});
+    EXPECT_EQ(result.exitCode, 1);
+    const std::string front = "warning: " + file + ": ";
+    for (const std::string_view said : {"original programme title (OPT): code page 850 has nothing for character 416 ",
+                                        "original episode title (OET): text of 40 characters is cut\n",
+                                        "publisher (PUB): text of 33 characters is cut\n",
+                                        "publisher (PUB): code page 850 has nothing for character 20ac "}) {
+        EXPECT_NE(result.err.find(front + std::string(said)), std::string::npos) << said << "\n" << result.err;
+    }
+    for (const std::string_view other :
+         {"cue ", "(SLR)", "character 4e00", "(PUB): code page 850 has nothing for character 416"}) {
+        EXPECT_EQ(result.err.find(other), std::string::npos) << other << "\n" << result.err;
+    }
+    EXPECT_EQ(result.out.substr(16, 7), "?? one ");
+}
+
 TEST(ConvertStl, RefusesWhatItHasNoPlaceFor) {
     const TemporaryFolder folder;
     const std::string file = folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "a"}}));

@@ -13,6 +13,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/stl.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,6 +31,11 @@ namespace qlx::subtitles {
 
 /// A text of the information block in code page 850, from UTF-8: a character that it does not have becomes `?`.
 [[nodiscard]] QLX_EXPORT std::string stlInformationText(std::string_view text);
+
+/// The first character of such a text that becomes `?`; none where code page 850 has all of them.
+/// @param room Characters of the field: what stands behind them is not written.
+[[nodiscard]] QLX_EXPORT std::optional<char32_t> missingInStlInformation(std::string_view text,
+                                                                         std::size_t room) noexcept;
 
 /// Of the library's own.
 class CueReport;

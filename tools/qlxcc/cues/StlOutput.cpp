@@ -112,9 +112,17 @@ void StlOutput::setTexts(Gsi& gsi) const {
         }
         const std::string text = subtitles::stlInformationText(*given);
         field = std::string_view(text);
-        if (text.size() > field.characters.size() && _findings != nullptr) {
+        if (_findings == nullptr) {
+            return;
+        }
+        // Of the file, not of a cue.
+        const std::size_t room = field.characters.size();
+        if (text.size() > room) {
             _findings->add(
                 {FindingCode::StlFieldCut, Severity::Warning, 0, place, static_cast<std::int64_t>(text.size())});
+        }
+        if (const auto missing = subtitles::missingInStlInformation(*given, room)) {
+            _findings->add({FindingCode::StlFieldCharacterMissing, Severity::Warning, 0, place, *missing});
         }
     };
     gsi.codePageNumber = "850";

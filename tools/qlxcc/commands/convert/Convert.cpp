@@ -51,14 +51,16 @@ public:
         say(text, false);
     }
 
-    /// Of what is written.
+    /// Of what is written: of a cue, counted from 1, or of the file.
     void add(const Finding& finding) override {
         const bool isLoss = finding.severity != Severity::Remark;
         _losses += isLoss ? 1 : 0;
         // Codes are numbers of 32 bits.
         constexpr std::uint64_t kWritten = std::uint64_t{1} << 32U;
-        sayOne(kWritten + static_cast<std::uint64_t>(finding.code), isLoss,
-               [&] { return _name + ": cue " + std::to_string(finding.offset) + ": " + finding.text(); });
+        sayOne(kWritten + static_cast<std::uint64_t>(finding.code), isLoss, [&] {
+            const std::string place = finding.offset == 0 ? "" : "cue " + std::to_string(finding.offset) + ": ";
+            return _name + ": " + place + finding.text();
+        });
     }
 
     /// What a table says of a cue, which is said of its rows besides.
