@@ -196,7 +196,7 @@ inline constexpr FindingText kFileFindingTexts[] = {
     {StlAlignmentsDiffer, "row {1} has another alignment than the first one ({2})"},
     {StlFieldCut, "{1g}: text of {2} characters is cut"},
     {StlCharacterMissing, "row {1}: the code table has nothing for character {2x} and others like it: they become ?"},
-    {StlMarkLeftOut, "row {1}: combining mark {2x} and others like it are left out"},
+    {StlMarkLeftOut, "row {1}: mark {2x} and others like it are left out: no letter takes them"},
     {StlFieldCharacterMissing, "{1g}: code page 850 has nothing for character {2x} and others like it: they become ?"},
     {StlRowsCovered, "row {1} of the screen is taken to frame {2} by another cue, which is covered"},
     {SubtitleValueNotDictionary, "no dictionary"},

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace qlx::subtitles {
 
@@ -38,8 +39,7 @@ public:
                     ++_spaces;
                     continue;
                 }
-                change(look);
-                put(rest);
+                put(rest, look);
             }
             _losses.properties += static_cast<std::int64_t>(run.properties.size());
             _losses.runTimes += run.from.isValid() ? 1 : 0;
@@ -50,7 +50,13 @@ public:
     void say(const CueReport& report, std::int64_t number) const {
         _losses.say(report, number);
         report.add(StlColorNoSpace, _withoutSpace != 0, number, _withoutSpace);
-        report.add(StlCharacterReplaced, _replaced != 0, number, static_cast<std::int64_t>(_replaced));
+        constexpr std::array<std::pair<FindingCode, StlFit>, 3> kLosses{std::pair(StlCharacterReplaced, StlFit::Plain),
+                                                                        std::pair(StlCharacterMissing, StlFit::Missing),
+                                                                        std::pair(StlMarkLeftOut, StlFit::LeftOut)};
+        for (const auto& [code, fit] : kLosses) {
+            const char32_t first = _firstOf[static_cast<std::size_t>(fit)];
+            report.add(code, first != 0, number, static_cast<std::int64_t>(first));
+        }
         report.add(StlRowTooLong, _form.columns != 0 && _columns > _form.columns, number, _columns);
     }
 
@@ -146,14 +152,17 @@ private:
         _hasText = true;
     }
 
-    void put(std::string_view& rest) {
-        std::string_view first = rest;
-        const char32_t character = takeCodePoint(first);
+    void put(std::string_view& rest, const Look& look) {
+        std::string_view behind = rest;
+        const char32_t character = takeCodePoint(behind);
         const StlBytes bytes = takeStlCharacter(_form.table, rest);
-        _replaced = bytes.isExact || _replaced != 0 ? _replaced : character;
-        for (std::size_t index = 0; index < bytes.size; ++index) {
-            code(bytes.bytes[index]);
+        char32_t& first = _firstOf[static_cast<std::size_t>(bytes.fit)];
+        first = first == 0 ? character : first;
+        if (bytes.size == 0) {
+            return;
         }
+        change(look);
+        _text.insert(_text.end(), bytes.bytes, bytes.bytes + bytes.size);
         ++_columns;
     }
 
@@ -183,7 +192,7 @@ private:
     std::size_t _spaces = 0;  ///< Not written as yet.
     bool _hasText = false;
     std::int64_t _withoutSpace = 0;
-    char32_t _replaced = 0;  ///< The first one.
+    std::array<char32_t, 4> _firstOf{};  ///< The first character of each fit.
     std::int64_t _columns = 0;
 };
 

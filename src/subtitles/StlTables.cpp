@@ -1,5 +1,7 @@
 #include "subtitles/StlTables.h"
 
+#include "teletext/Direction.h"
+
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/base/utf8.h>
 #include <qlx/teletext/characters.h>
@@ -117,7 +119,7 @@ constexpr bool isMark(std::uint8_t byte) noexcept {
     return byte >= kFirstStlMark && byte <= kLastStlMark;
 }
 
-/// Plain characters that stand for others.
+/// Plain characters that stand for others; empty where none do.
 std::string_view plainFor(char32_t character) noexcept {
     switch (character) {
     case 0x00A0:
@@ -146,7 +148,7 @@ std::string_view plainFor(char32_t character) noexcept {
     case 0x2026:
         return "...";
     default:
-        return "?";
+        return {};
     }
 }
 
@@ -199,16 +201,26 @@ StlBytes takeStlCharacter(StlTable table, std::string_view& text) {
             }
         }
     }
+    if (const std::uint8_t one = byteOf(table, teletext::composed(character, follower)); one != 0) {
+        text = behind;
+        return {{one, 0, 0}, 1};
+    }
     if (byte != 0 && !(table == StlTable::Latin && isMark(byte))) {
         return {{byte, 0, 0}, 1};
     }
-    const char32_t letter = teletext::decomposed(character).letter;
-    StlBytes result{{}, 0, false};
-    if (const std::uint8_t plain = byteOf(table, letter); letter != 0 && plain != 0) {
-        result.bytes[result.size++] = plain;
-        return result;
+    if (teletext::isLetterMark(character)) {
+        return {{}, 0, StlFit::LeftOut};
     }
-    for (const char one : plainFor(character)) {
+    const char32_t letter = teletext::decomposed(character).letter;
+    if (const std::uint8_t plain = byteOf(table, letter); letter != 0 && plain != 0) {
+        return {{plain, 0, 0}, 1, StlFit::Plain};
+    }
+    const std::string_view plain = plainFor(character);
+    if (plain.empty()) {
+        return {{'?', 0, 0}, 1, StlFit::Missing};
+    }
+    StlBytes result{{}, 0, StlFit::Plain};
+    for (const char one : plain) {
         result.bytes[result.size++] = static_cast<std::uint8_t>(one);
     }
     return result;

@@ -24,15 +24,22 @@ inline constexpr std::uint8_t kLastStlMark = 0xCF;
 /// A letter with the mark that stands in front of it, in UTF-8.
 void appendMarked(std::string& text, char32_t letter, char32_t mark);
 
+/// How near to a character it is what stands for it.
+enum class StlFit : std::uint8_t {
+    Exact,
+    Plain,    ///< A letter without its mark, or characters that say the same.
+    Missing,  ///< `?`
+    LeftOut,  ///< Nothing: a mark that no letter takes, or a sign of direction.
+};
+
 /// What a character becomes.
 struct StlBytes {
     std::uint8_t bytes[3] = {};  ///< As many as `size` says.
     std::uint8_t size = 0;
-    bool isExact = true;  ///< False: it is another character that stands for it.
+    StlFit fit = StlFit::Exact;
 };
 
-/// Takes a character and the combining mark behind it, if there is one, off a text that is not empty. What the table does
-/// not have becomes a letter without its mark, some plain characters, or `?`.
+/// Takes a character and the combining mark behind it, if there is one that it takes, off a text that is not empty.
 [[nodiscard]] StlBytes takeStlCharacter(StlTable table, std::string_view& text);
 
 }  // namespace qlx::subtitles

@@ -54,17 +54,6 @@ char32_t mirrored(char32_t character) {
     return place == std::u32string_view::npos ? character : kPairs[place ^ 1U];
 }
 
-/// Characters that say how letters are drawn and are nothing themselves: marks, points, signs of direction and joining.
-constexpr bool isMark(char32_t character) {
-    return isIn(character, 0x300, 0x36F) ||
-           (isIn(character, 0x591, 0x5C7) && character != 0x5BE && character != 0x5C0 && character != 0x5C3 &&
-            character != 0x5C6) ||
-           isIn(character, 0x610, 0x61C) || isIn(character, 0x64B, 0x65F) || character == 0x670 ||
-           isIn(character, 0x6D6, 0x6DC) || isIn(character, 0x200B, 0x200F) || isIn(character, 0x202A, 0x202E) ||
-           isIn(character, 0x2066, 0x2069) || isIn(character, 0x20D0, 0x20FF) || isIn(character, 0xFE20, 0xFE2F) ||
-           character == 0xFEFF;
-}
-
 using Cells = std::span<DisplayCell>;
 
 Cells part(Cells cells, std::size_t begin, std::size_t end) {
@@ -204,7 +193,7 @@ std::vector<DisplayCell> joinMarks(std::u32string_view text, FindingSink* findin
     cells.reserve(text.size());
     for (std::size_t place = 0; place < text.size(); ++place) {
         const char32_t character = text[place];
-        if (!isMark(character)) {
+        if (!isLetterMark(character)) {
             cells.push_back({character, place});
             continue;
         }
@@ -248,6 +237,16 @@ void turn(Cells cells, bool isRightToLeft) {
     }
     forEachStretch(cells, Kind::Right, false,
                    [&cells](std::size_t begin, std::size_t end) { turnAround(part(cells, begin, end)); });
+}
+
+bool isLetterMark(char32_t character) noexcept {
+    return isIn(character, 0x300, 0x36F) ||
+           (isIn(character, 0x591, 0x5C7) && character != 0x5BE && character != 0x5C0 && character != 0x5C3 &&
+            character != 0x5C6) ||
+           isIn(character, 0x610, 0x61C) || isIn(character, 0x64B, 0x65F) || character == 0x670 ||
+           isIn(character, 0x6D6, 0x6DC) || isIn(character, 0x200B, 0x200F) || isIn(character, 0x202A, 0x202E) ||
+           isIn(character, 0x2066, 0x2069) || isIn(character, 0x20D0, 0x20FF) || isIn(character, 0xFE20, 0xFE2F) ||
+           character == 0xFEFF;
 }
 
 bool isRightToLeft(std::span<const DisplayCell> cells) noexcept {

@@ -1,4 +1,4 @@
-// The order in which rows of Hebrew and Arabic letters stand on the screen.
+// The order in which rows of Hebrew and Arabic letters stand on the screen, and what has no place there of its own.
 #pragma once
 
 #include <qlx/teletext/row_encoder.h>
@@ -6,6 +6,9 @@
 #include <span>
 
 namespace qlx::teletext {
+
+/// Whether a character says how letters are drawn and is nothing itself: marks, points, signs of direction and joining.
+[[nodiscard]] bool isLetterMark(char32_t character) noexcept;
 
 /// Puts the cells of a row from reading order into display order, or back: doing it twice changes nothing. Runs of Latin
 /// letters and digits keep their order, brackets that turn are mirrored.

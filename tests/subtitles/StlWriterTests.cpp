@@ -229,12 +229,12 @@ TEST(StlWriter, WritesLooksOfRows) {
          "e$\xCF"
          "s\xFB?...",
          true,
-         {StlCharacterReplaced}},
+         {StlCharacterReplaced, StlCharacterMissing}},
         {{runOf("e\u0301\u1EC7\u2014")},
          "\xC2"
          "e?\xD0",
          true,
-         {StlCharacterReplaced}},
+         {StlCharacterMissing}},
         {{runOf(std::string(39, 'a'))}, "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa", true, {StlRowTooLong}},
     };
     for (const TextCase& each : cases) {
@@ -244,6 +244,61 @@ TEST(StlWriter, WritesLooksOfRows) {
         ASSERT_EQ(written.blocks.size(), kTtiBytes);
         EXPECT_EQ(textOf(written.block(0)), each.text);
         EXPECT_EQ(written.codes(), each.findings) << each.text;
+    }
+}
+
+// EBU Tech 3264, CCT: a letter of another alphabet can be read by nobody, unlike one without its mark.
+TEST(StlWriter, TellsPlainCharactersFromMissingOnesAndMarks) {
+    struct Case {
+        std::string_view table;
+        std::string text;
+        std::string_view bytes;
+        std::vector<qlx::Finding> findings{};
+    };
+    const auto said = [](FindingCode code, std::int64_t character) {
+        return qlx::Finding{code, qlx::Severity::Warning, 1, 1, character};
+    };
+    const Case cases[] = {
+        {"00", "\u0391\u03B2c", "??c", {said(StlCharacterMissing, 0x391)}},
+        {"03", "\u0391\u03B2c",
+         "\xC1\xE2"
+         "c"},
+        {"00", "A?", "A?"},
+        {"00", "\u2026\u0416", "...?", {said(StlCharacterReplaced, 0x2026), said(StlCharacterMissing, 0x416)}},
+        // No letter takes them: a dot below, points and a sign of direction in Hebrew.
+        {"00", "x\u0323yz", "xyz", {said(StlMarkLeftOut, 0x323)}},
+        {"00",
+         "e\u0301\u0323",
+         "\xC2"
+         "e",
+         {said(StlMarkLeftOut, 0x323)}},
+        {"00", "a \u0301b", "a b", {said(StlMarkLeftOut, 0x301)}},
+        {"04", "\u05D0\u05B8\u200F\u05EA", "\xE0\xFA", {said(StlMarkLeftOut, 0x5B8)}},
+        {"04", "\u05D0\u0416\u05B8", "\xE0?", {said(StlCharacterMissing, 0x416), said(StlMarkLeftOut, 0x5B8)}},
+        // As one letter the table has it; Arabic has its marks.
+        {"01", "\u0438\u0306", "\xD9"},
+        {"01", "\u0430\u0306", "\xD0", {said(StlMarkLeftOut, 0x306)}},
+        {"02", "\u0628\u064E", "\xC8\xEE"},
+        // Nothing takes no column, and no box.
+        {"00",
+         std::string(38, 'a') + "\u0323",
+         std::string_view("aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"),
+         {said(StlMarkLeftOut, 0x323)}},
+        {"00", "\u0323", "", {said(StlMarkLeftOut, 0x323)}},
+    };
+    for (const Case& each : cases) {
+        for (const bool isOpen : {true, false}) {
+            StlWriterOptions options = isOpen ? openSubtitling() : usualStl();
+            options.gsi.characterTable = each.table;
+            const StlWritten written = writeStl({cueOf({runOf(each.text)})}, options);
+            std::string text = textOf(written.block(0));
+            if (!isOpen && !each.bytes.empty()) {
+                ASSERT_TRUE(text.starts_with("\x0D\x0B\x0B") && text.ends_with("\x0A\x0A")) << each.text;
+                text = text.substr(3, text.size() - 5);
+            }
+            EXPECT_EQ(text, each.bytes) << each.text;
+            EXPECT_EQ(written.findings, each.findings) << each.text;
+        }
     }
 }
 

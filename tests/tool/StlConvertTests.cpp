@@ -115,7 +115,22 @@ TEST(ConvertStl, WritesTablesAndLooks) {
     const ToolResult lost =
         converted(folder.write("in.srt", srt({{"00:00:01,000", "00:00:02,000", "\u4E00"}})), "stl", {"--strict"});
     EXPECT_EQ(lost.exitCode, 1);
-    EXPECT_NE(lost.err.find("cue 1: row 1: character "), std::string::npos) << lost.err;
+    EXPECT_NE(lost.err.find("cue 1: row 1: the code table has nothing for character 4e00 "), std::string::npos)
+        << lost.err;
+    // What helps is said once, and only where it may help.
+    const auto counted = [&](const std::string& text, const Arguments& options) {
+        const std::vector<qlxtest::Cue> cues(20, {"00:00:01,000", "00:00:02,000", text});
+        const std::string err = converted(folder.write("in.srt", srt(cues)), "stl", options).err;
+        std::size_t count = 0;
+        for (std::size_t place = err.find("--table"); place != std::string::npos;
+             place = err.find("--table", place + 1)) {
+            ++count;
+        }
+        return count;
+    };
+    EXPECT_EQ(counted("\u0391\u03B2", {}), 1U);
+    EXPECT_EQ(counted("\u0391\u03B2", {"--table", "03"}), 0U);
+    EXPECT_EQ(counted("\u2026", {}), 0U);
 }
 
 // Findings of offset 0 are of the file, not of a cue.

@@ -55,8 +55,6 @@ public:
     void add(const Finding& finding) override {
         const bool isLoss = finding.severity != Severity::Remark;
         _losses += isLoss ? 1 : 0;
-        // Codes are numbers of 32 bits.
-        constexpr std::uint64_t kWritten = std::uint64_t{1} << 32U;
         sayOne(kWritten + static_cast<std::uint64_t>(finding.code), isLoss, [&] {
             const std::string place = finding.offset == 0 ? "" : "cue " + std::to_string(finding.offset) + ": ";
             return _name + ": " + place + finding.text();
@@ -82,6 +80,9 @@ public:
                 printNote("warning: " + std::to_string(kind.count - kSaid) + " more like \"" + kind.text + "\"");
             }
         }
+        if (_kinds.contains(kWritten + static_cast<std::uint64_t>(FindingCode::StlCharacterMissing))) {
+            printNote("remark: " + printable(_name) + ": another --table may have the characters that became ?");
+        }
     }
 
     void sayWhyItFails() const {
@@ -93,6 +94,8 @@ public:
 
 private:
     static constexpr std::uint64_t kSaid = 10;
+    /// In front of what is found in what is written: codes are numbers of 32 bits.
+    static constexpr std::uint64_t kWritten = std::uint64_t{1} << 32U;
 
     struct Kind {
         std::uint64_t count = 0;
