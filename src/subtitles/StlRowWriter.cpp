@@ -3,6 +3,7 @@
 #include "subtitles/StlField.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
+#include <qlx/teletext/page_text.h>
 
 #include <array>
 #include <string_view>
@@ -70,11 +71,19 @@ private:
     [[nodiscard]] Look lookOf(const Run& run) {
         const Style& style = run.style;
         Look look;
-        look.foreground = static_cast<std::uint8_t>(screen::basicIndex(style.foreground));
-        bool isChanged = screen::kBasicColors[look.foreground] != style.foreground;
+        bool isChanged = false;
         if (style.background) {
             look.background = static_cast<std::uint8_t>(screen::basicIndex(*style.background));
-            isChanged = isChanged || screen::kBasicColors[look.background] != *style.background;
+            isChanged = screen::kBasicColors[look.background] != *style.background;
+        }
+        // Without one there is the box of teletext, or the picture.
+        const bool isOnBlack = style.background ? look.background == 0 : !_form.isOpen;
+        const screen::Color asked = isOnBlack ? teletext::letterColor(style.foreground) : style.foreground;
+        look.foreground = static_cast<std::uint8_t>(screen::basicIndex(asked));
+        isChanged = isChanged || screen::kBasicColors[look.foreground] != style.foreground;
+        // Two that differ become one only where one of them is changed.
+        if (look.background == look.foreground && style.background != style.foreground) {
+            look.background = 0;
         }
         look.isBoxed = _form.isOpen && style.background && look.background == 0;
         look.isFlashing = style.isFlashing;

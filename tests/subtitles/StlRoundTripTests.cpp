@@ -77,6 +77,11 @@ Row randomRow(std::mt19937& random, std::size_t table, bool isOpen, Alignment al
             const Color color = qlx::screen::kBasicColors[1 + random() % 7];
             run.style.background = isOpen && isSo() ? Color::Black : color;
         }
+        // Black letters are seen on another background, or on the picture.
+        const bool isOnBlack = run.style.background ? run.style.background == Color::Black : !isOpen;
+        if (isOnBlack && run.style.foreground == Color::Black) {
+            run.style.foreground = Color::White;
+        }
         run.style.isFlashing = isSo();
         run.style.isItalic = isSo();
         run.style.isUnderlined = isSo();

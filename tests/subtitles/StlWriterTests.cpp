@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -298,6 +299,49 @@ TEST(StlWriter, TellsPlainCharactersFromMissingOnesAndMarks) {
             }
             EXPECT_EQ(text, each.bytes) << each.text;
             EXPECT_EQ(written.findings, each.findings) << each.text;
+        }
+    }
+}
+
+// Black letters on black are seen by nobody. On the picture of open subtitling, and on a background, they are.
+TEST(StlWriter, WritesNoLettersThatAreAsTheirBackground) {
+    using qlx::screen::colorOf;
+    const struct {
+        Color foreground;
+        std::optional<Color> background;
+        std::string_view teletext;  ///< The codes in front.
+        std::string_view open;
+        bool isTeletextChanged = true;
+        bool isOpenChanged = true;
+    } cases[] = {
+        {Color::Black, std::nullopt, "", {"\0", 1}, true, false},
+        // #000010, and #123456 with the parts 0, 1 and 1.
+        {colorOf(0, 0, 1), std::nullopt, "", {"\0", 1}},
+        {colorOf(0, 1, 1), Color::Black, "", "\x84"},
+        {Color::Black, Color::Black, "", "\x84"},
+        {Color::Black, colorOf(1, 0, 0), "", "\x84"},
+        {Color::Black, Color::Yellow, {"\3\x1D\0", 3}, {"\3\x1D\0", 3}, false, false},
+        // Nor are dark red letters on red seen.
+        {colorOf(2, 0, 0), Color::Red, "\1", "\1\x84"},
+        {Color::Red, colorOf(2, 0, 0), "\1", "\1\x84"},
+        {colorOf(0, 0, 1), Color::Yellow, {"\3\x1D\0", 3}, {"\3\x1D\0", 3}},
+    };
+    for (const auto& each : cases) {
+        subtitles::Run run = runOf("a", each.foreground);
+        run.style.background = each.background;
+        const StlWritten open = writeStl({cueOf({run})}, openSubtitling());
+        const std::string inOpen = textOf(open.block(0));
+        EXPECT_EQ(inOpen.substr(0, inOpen.find('a')), each.open);
+        EXPECT_EQ(open.codes(), each.isOpenChanged ? Codes{SubtitleColorChanged} : Codes{});
+        const StlWritten teletext = writeStl({cueOf({run})});
+        EXPECT_EQ(textOf(teletext.block(0)), "\x0D" + std::string(each.teletext) +
+                                                 "\x0B\x0B"
+                                                 "a\x0A\x0A");
+        EXPECT_EQ(teletext.codes(), each.isTeletextChanged ? Codes{SubtitleColorChanged} : Codes{});
+        // As it is read it has a colour that is another one than its background.
+        for (const StlWritten* const written : {&open, &teletext}) {
+            const Style style = readStlBack(*written).front().rows.front().runs.front().style;
+            EXPECT_NE(style.foreground, style.background.value_or(written == &open ? Color::White : Color::Black));
         }
     }
 }

@@ -64,7 +64,9 @@ struct StlWriterOptions {
 ///
 /// Teletext rows have a box. A colour, a background or flashing takes the place of spaces in front of what it changes,
 /// and without such a space a cell of its own (StlColorNoSpace). Italics and underlines are the codes of open
-/// subtitling, where a black background is its box, too; a teletext box is black without one. A character that the
+/// subtitling, where a black background is its box, too; a teletext box is black without one. Letters that would
+/// be black on black are white, and a background that would become the letters' colour is black (SubtitleColorChanged).
+/// A character that the
 /// table does not have becomes a plain one (StlCharacterReplaced), or `?` (StlCharacterMissing); a mark that no letter
 /// takes, and a sign of direction, nothing (StlMarkLeftOut). Text beyond 112 bytes goes on in extension blocks
 /// (EBN), at most 26992 bytes (StlTextTooLong). A row of more columns than MNC is written as it is (StlRowTooLong).
