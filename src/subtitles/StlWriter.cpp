@@ -4,6 +4,7 @@
 #include "subtitles/CueWriting.h"
 #include "subtitles/StlField.h"
 #include "subtitles/StlKept.h"
+#include "subtitles/StlRowPlaces.h"
 #include "subtitles/StlRowWriter.h"
 
 #include <algorithm>
@@ -36,6 +37,10 @@ std::uint64_t rowsOf(const Gsi& gsi) noexcept {
     return isOpenSubtitling(gsi) && rows > 0 ? static_cast<std::uint64_t>(rows) : kTeletextRows;
 }
 
+bool hasDoubleHeight(const StlWriterOptions& options) noexcept {
+    return options.isDoubleHeight && !isOpenSubtitling(options.gsi);
+}
+
 StlTimeCode timeCodeOfFrame(std::int64_t frame, std::int32_t framesPerSecond) noexcept {
     const std::int64_t seconds = frame / framesPerSecond;
     return {static_cast<std::uint8_t>(seconds / 3600), static_cast<std::uint8_t>(seconds / 60 % 60),
@@ -51,113 +56,6 @@ std::string digitsOf(const StlTimeCode& timeCode) {
     }
     return digits;
 }
-
-bool hasLetters(const Row& row) {
-    return std::any_of(row.runs.begin(), row.runs.end(),
-                       [](const Run& run) { return run.text.find_first_not_of(" \t\r\n") != std::string::npos; });
-}
-
-/// Where the rows of a cue stand.
-class RowPlaces {
-public:
-    RowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64_t height)
-        : _cue(cue), _screen(screenRows), _height(height) {}
-
-    /// The rows of the screen of those that have text, ascending; 0 for the others.
-    std::vector<std::uint64_t> make() {
-        const bool areNumbered = std::all_of(_cue.rows.begin(), _cue.rows.end(),
-                                             [](const Row& row) { return row.number != 0 || !hasLetters(row); });
-        std::uint64_t next = 1;
-        for (const Row& row : _cue.rows) {
-            const bool isText = hasLetters(row);
-            if (areNumbered && isText) {
-                next = std::max(next, placeOf(row.number));
-            }
-            _places.push_back(isText ? next : 0);
-            next += isText || !areNumbered ? _height : 0;
-        }
-        if (!areNumbered) {
-            moveDown(next - 1);
-        }
-        moveUp();
-        return _places;
-    }
-
-    /// Whether a number of the cue's own is not the place of its row. What is as high on another screen is so within the
-    /// height of a row.
-    [[nodiscard]] bool areMoved() const noexcept {
-        for (std::size_t index = 0; index < _places.size(); ++index) {
-            const std::uint64_t number = _cue.rows[index].number;
-            if (_places[index] == 0 || number == 0) {
-                continue;
-            }
-            const bool isExact = screenRowsOf(_cue) == _screen || teletextRowOf(_cue.screenRows, number);
-            const std::uint64_t place = placeOf(number);
-            const std::uint64_t moved = std::max(place, _places[index]) - std::min(place, _places[index]);
-            if (moved > (isExact ? 0 : _height - 1)) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    /// Rows that have no room on the screen.
-    [[nodiscard]] std::int64_t offScreen() const noexcept {
-        return std::count_if(_places.begin(), _places.end(),
-                             [this](std::uint64_t place) { return endOf(place) > _screen; });
-    }
-
-private:
-    /// Of a number of the cue's own rows.
-    [[nodiscard]] std::uint64_t placeOf(std::uint64_t number) const noexcept {
-        const std::uint64_t rows = screenRowsOf(_cue);
-        if (rows == _screen) {
-            return std::min(number, rows);
-        }
-        if (const auto named = teletextRowOf(_cue.screenRows, number); named && _screen == kTeletextRows) {
-            return std::clamp<std::uint64_t>(*named, 1, kTeletextRows);
-        }
-        if (rows == kTallTeletextRows && _screen == kTeletextRows) {
-            return 2 * std::min(number, rows);
-        }
-        const std::uint64_t steps = std::max<std::uint64_t>(rows, 2) - 1;
-        return (std::min(number, rows) - 1) * (_screen - 1) / steps + 1;
-    }
-
-    /// The last row of the screen that text takes; 0 for none.
-    [[nodiscard]] std::uint64_t endOf(std::uint64_t place) const noexcept {
-        return place == 0 ? 0 : place + _height - 1;
-    }
-
-    /// As far as there is room above.
-    void moveUp() {
-        std::uint64_t first = 0;
-        std::uint64_t last = 0;
-        for (const std::uint64_t place : _places) {
-            first = first == 0 ? place : first;
-            last = std::max(last, endOf(place));
-        }
-        const std::uint64_t rows = last > _screen ? std::min(last - _screen, first - 1) : 0;
-        for (std::uint64_t& place : _places) {
-            place -= place == 0 ? 0 : rows;
-        }
-    }
-
-    /// To where the anchor of the first row says; there were no numbers.
-    void moveDown(std::uint64_t lowest) {
-        const std::uint8_t anchor = _cue.rows.front().anchor;
-        const std::uint64_t room = lowest < _screen ? _screen - lowest : 0;
-        const std::uint64_t down = anchor >= 7 ? 0 : anchor >= 4 ? room / 2 : room;
-        for (std::uint64_t& place : _places) {
-            place += place == 0 ? 0 : down;
-        }
-    }
-
-    const Cue& _cue;
-    std::uint64_t _screen;
-    std::uint64_t _height;
-    std::vector<std::uint64_t> _places;
-};
 
 /// The justification of all rows: that of the first one, as long as its columns say no other.
 Alignment justificationOf(const Cue& cue) noexcept {
@@ -191,6 +89,7 @@ StlWriter::StlWriter(const StlWriterOptions& options, FindingSink* findings) : _
     if (gsi.characterTable.number() < 0 || gsi.characterTable.number() >= kStlTables) {
         gsi.characterTable = "00";
     }
+    _taken.resize(static_cast<std::size_t>(rowsOf(gsi)) + 1);
 }
 
 bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
@@ -210,7 +109,10 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
     Held held;
     held.start = span.start;
     held.end = span.end;
-    appendRows(cue, report, held);
+    StlRowPlaces rows(cue, rowsOf(_options.gsi), hasDoubleHeight(_options) ? 2 : 1);
+    const StlRowTaken shown{held.start, held.end};
+    place(rows, shown, report);
+    appendRows(cue, rows, report, held);
     if (held.text.size() > kMostText) {
         say(StlTextTooLong, Severity::Error, static_cast<std::int64_t>(held.text.size()),
             static_cast<std::int64_t>(kMostText));
@@ -226,6 +128,7 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
         return false;
     }
     _blocks += needed;
+    rows.take(_taken, shown);
     held.block.number = numberOf(cue);
     held.block.timeCodeIn = timeCodeOfFrame(held.start, _frames);
     held.block.timeCodeOut = timeCodeOfFrame(held.end, _frames);
@@ -289,13 +192,20 @@ void StlWriter::appendKept(const StlKept& kept, std::uint64_t number, Held& held
     }
 }
 
-void StlWriter::appendRows(const Cue& cue, const CueReport& report, Held& held) const {
-    const Gsi& gsi = _options.gsi;
-    const bool isDouble = _options.isDoubleHeight && !isOpenSubtitling(gsi);
-    RowPlaces rows(cue, rowsOf(gsi), isDouble ? 2 : 1);
-    const std::vector<std::uint64_t> places = rows.make();
+/// Finds the rows of a cue that is shown in these frames, and says where they are other ones than they should be.
+void StlWriter::place(StlRowPlaces& rows, const StlRowTaken& shown, const CueReport& report) const {
+    rows.makeRoom(_taken, shown);
+    const std::uint64_t covered = rows.coveredRow(_taken, shown);
+    const auto screen = static_cast<std::int64_t>(rowsOf(_options.gsi));
     report.add(SubtitlePlaceLost, rows.areMoved(), 0);
-    report.add(StlRowOffScreen, rows.offScreen() != 0, static_cast<std::int64_t>(rowsOf(gsi)), rows.offScreen());
+    report.add(StlRowOffScreen, rows.offScreen() != 0, screen, rows.offScreen());
+    report.add(StlRowsCovered, covered != 0, static_cast<std::int64_t>(covered), _taken[covered].to);
+}
+
+void StlWriter::appendRows(const Cue& cue, const StlRowPlaces& rows, const CueReport& report, Held& held) const {
+    const Gsi& gsi = _options.gsi;
+    const bool isDouble = hasDoubleHeight(_options);
+    const std::span<const std::uint64_t> places = rows.rows();
     StlRowForm form{stlTableOf(gsi), isOpenSubtitling(gsi), isDouble, gsi.charactersOfRow.number()};
     const Alignment alignment = justificationOf(cue);
     std::uint64_t first = rowsOf(gsi);

@@ -238,6 +238,18 @@ TEST_F(StlJudge, ReadsTextsTimesColoursAndPlacesThatAreWritten) {
     }
 }
 
+// Each stands above the one that is on the screen already; in a set it has them in one paragraph.
+TEST_F(StlJudge, ReadsCuesThatAreShownTogetherOnRowsOfTheirOwn) {
+    const std::string subRip = "1\n00:00:01,000 --> 00:00:04,000\none\n\n"
+                               "2\n00:00:02,000 --> 00:00:06,000\ntwo\nrows\n\n"
+                               "3\n00:00:05,000 --> 00:00:07,000\nthree\n\n"
+                               "4\n00:00:06,000 --> 00:00:08,000\n{\\an8}four\n\n";
+    const std::string file = folder.path("a.stl");
+    ASSERT_EQ(runTool({"convert", folder.write("in.srt", subRip), "-o", file, "--to-rate", "25"}).exitCode, 0);
+    expectSame(placesOf(judged(file, "ttml")),
+               {{"center", false, 23}, {"center", false, 21}, {"center", false, 23}, {"center", true, 1}});
+}
+
 /// A block of text that begins with a box and has its codes and line ends as they stand.
 STLBlock block(std::uint16_t number, std::uint8_t seconds, std::string_view text) {
     STLBlock result{

@@ -39,7 +39,14 @@ namespace qlx::subtitles {
 
 /// Of the library's own.
 class CueReport;
+class StlRowPlaces;
 struct StlKept;
+
+/// Frames in which text stands on a row of the screen.
+struct StlRowTaken {
+    std::int64_t from = 0;  ///< The first one.
+    std::int64_t to = 0;    ///< Behind the last one.
+};
 
 /// How a file is written.
 struct StlWriterOptions {
@@ -59,19 +66,20 @@ struct StlWriterOptions {
 /// frame are a cumulative set (CS 1 to 3); others that overlap are written as they are (StlCuesOverlap).
 ///
 /// Rows stand where their numbers say (VP), those of another screen as high; without numbers they end at the bottom, or
-/// stand in the middle or at the top as their anchor says. All have the alignment of the first one (JC;
-/// StlAlignmentsDiffer). A cue has its own number as long as they ascend (StlNumberChanged).
+/// stand in the middle or at the top as their anchor says. These go up to the next free rows, or down from the top,
+/// where another cue that is shown at the same time stands already. What has no room, or numbers of its own that are
+/// taken, covers what stands there (StlRowsCovered). All have the alignment of the first one (JC; StlAlignmentsDiffer).
+/// A cue has its own number as long as they ascend (StlNumberChanged).
 ///
 /// Teletext rows have a box. A colour, a background or flashing takes the place of spaces in front of what it changes,
 /// and without such a space a cell of its own (StlColorNoSpace). Italics and underlines are the codes of open
-/// subtitling, where a black background is its box, too; a teletext box is black without one. Letters that would
-/// be black on black are white, and a background that would become the letters' colour is black (SubtitleColorChanged).
-/// A character that the
-/// table does not have becomes a plain one (StlCharacterReplaced), or `?` (StlCharacterMissing); a mark that no letter
-/// takes, and a sign of direction, nothing (StlMarkLeftOut). Text beyond 112 bytes goes on in extension blocks
-/// (EBN), at most 26992 bytes (StlTextTooLong). A row of more columns than MNC is written as it is (StlRowTooLong).
-/// Other things are lost (SubtitleStylesLost for bold, SubtitleColorChanged for colours that teletext does not have,
-/// SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitleNameLost, SubtitleRegionLost,
+/// subtitling, where a black background is its box, too; a teletext box is black without one. Letters that would be
+/// black on black are white, and a background that would become the letters' colour is black (SubtitleColorChanged). A
+/// character that the table does not have becomes a plain one (StlCharacterReplaced), or `?` (StlCharacterMissing); a
+/// mark that no letter takes, and a sign of direction, nothing (StlMarkLeftOut). Text beyond 112 bytes goes on in
+/// extension blocks (EBN), at most 26992 bytes (StlTextTooLong). A row of more columns than MNC is written as it is
+/// (StlRowTooLong). Other things are lost (SubtitleStylesLost for bold, SubtitleColorChanged for colours that teletext
+/// does not have, SubtitlePlaceLost, SubtitlePropertiesLost, SubtitleRunTimeLost, SubtitleNameLost, SubtitleRegionLost,
 /// SubtitleLanguageLost).
 ///
 /// Comments and user data that a cue has (properties::kStlComment, kStlUserData) are written with it: comments with their
@@ -103,7 +111,8 @@ private:
         std::int64_t end = 0;                ///< Frame.
     };
 
-    void appendRows(const Cue& cue, const CueReport& report, Held& held) const;
+    void place(StlRowPlaces& rows, const StlRowTaken& shown, const CueReport& report) const;
+    void appendRows(const Cue& cue, const StlRowPlaces& rows, const CueReport& report, Held& held) const;
     [[nodiscard]] std::vector<StlKept> keptOf(const Cue& cue, const CueReport& report) const;
     void appendKept(const StlKept& kept, std::uint64_t number, Held& held) const;
     void flush(std::vector<std::uint8_t>& blocks);
@@ -116,8 +125,9 @@ private:
     std::int32_t _frames = 25;  ///< Of a second.
     std::uint64_t _cues = 0;    ///< Given so far.
     std::vector<Held> _set;
-    std::int64_t _shownTo = 0;  ///< Frame up to which something is shown of what was written.
-    std::uint64_t _blocks = 0;  ///< With those that are held back.
+    std::vector<StlRowTaken> _taken;  ///< By the row of the screen, from 1 on.
+    std::int64_t _shownTo = 0;        ///< Frame up to which something is shown of what was written.
+    std::uint64_t _blocks = 0;        ///< With those that are held back.
     std::uint64_t _subtitles = 0;
     std::uint32_t _lastNumber = 0;
     std::optional<std::int64_t> _first;  ///< Frame of the first cue.

@@ -1,0 +1,156 @@
+#include "subtitles/StlRowPlaces.h"
+
+#include "subtitles/CueWriting.h"
+
+#include <algorithm>
+#include <string>
+
+namespace qlx::subtitles {
+
+namespace {
+
+bool hasLetters(const Row& row) {
+    return std::any_of(row.runs.begin(), row.runs.end(),
+                       [](const Run& run) { return run.text.find_first_not_of(" \t\r\n") != std::string::npos; });
+}
+
+/// The first of some rows of the screen that is taken while something is shown; 0 for none.
+std::uint64_t firstTaken(std::span<const StlRowTaken> taken, std::uint64_t first, std::uint64_t last,
+                         const StlRowTaken& shown) noexcept {
+    for (std::uint64_t row = first; row <= last && row < taken.size(); ++row) {
+        if (row != 0 && taken[row].from < shown.to && shown.from < taken[row].to) {
+            return row;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+StlRowPlaces::StlRowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64_t height)
+    : _cue(cue), _screen(screenRows), _height(height),
+      _areNumbered(std::all_of(cue.rows.begin(), cue.rows.end(),
+                               [](const Row& row) { return row.number != 0 || !hasLetters(row); })) {
+    std::uint64_t next = 1;
+    for (const Row& row : _cue.rows) {
+        const bool isText = hasLetters(row);
+        if (_areNumbered && isText) {
+            next = std::max(next, placeOf(row.number));
+        }
+        _places.push_back(isText ? next : 0);
+        next += isText || !_areNumbered ? _height : 0;
+    }
+    if (!_areNumbered) {
+        moveDown(next - 1);
+    }
+    moveUp();
+}
+
+void StlRowPlaces::makeRoom(std::span<const StlRowTaken> taken, const StlRowTaken& shown) noexcept {
+    const auto [first, last] = extent();
+    if (_areNumbered || last > _screen) {
+        return;
+    }
+    const bool isAtTop = _cue.rows.front().anchor >= 7;
+    const std::uint64_t room = isAtTop ? _screen - last : first - 1;
+    for (std::uint64_t rows = 0; rows <= room; ++rows) {
+        const auto moved = [&](std::uint64_t row) { return isAtTop ? row + rows : row - rows; };
+        if (firstTaken(taken, moved(first), moved(last), shown) == 0) {
+            for (std::uint64_t& place : _places) {
+                place = place == 0 ? 0 : moved(place);
+            }
+            return;
+        }
+    }
+}
+
+std::uint64_t StlRowPlaces::coveredRow(std::span<const StlRowTaken> taken, const StlRowTaken& shown) const noexcept {
+    for (const std::uint64_t place : _places) {
+        if (const std::uint64_t row = firstTaken(taken, place, endOf(place), shown); row != 0) {
+            return row;
+        }
+    }
+    return 0;
+}
+
+void StlRowPlaces::take(std::span<StlRowTaken> taken, const StlRowTaken& shown) const noexcept {
+    for (const std::uint64_t place : _places) {
+        for (std::uint64_t row = place; row != 0 && row <= endOf(place) && row < taken.size(); ++row) {
+            StlRowTaken& time = taken[row];
+            const bool isTogether = time.from < shown.to && shown.from < time.to;
+            time = isTogether ? StlRowTaken{std::min(time.from, shown.from), std::max(time.to, shown.to)} : shown;
+        }
+    }
+}
+
+bool StlRowPlaces::areMoved() const noexcept {
+    for (std::size_t index = 0; index < _places.size(); ++index) {
+        const std::uint64_t number = _cue.rows[index].number;
+        if (_places[index] == 0 || number == 0) {
+            continue;
+        }
+        const bool isExact = screenRowsOf(_cue) == _screen || teletextRowOf(_cue.screenRows, number);
+        const std::uint64_t place = placeOf(number);
+        const std::uint64_t moved = std::max(place, _places[index]) - std::min(place, _places[index]);
+        if (moved > (isExact ? 0 : _height - 1)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::int64_t StlRowPlaces::offScreen() const noexcept {
+    return std::count_if(_places.begin(), _places.end(),
+                         [this](std::uint64_t place) { return endOf(place) > _screen; });
+}
+
+StlRowPlaces::Extent StlRowPlaces::extent() const noexcept {
+    Extent extent;
+    for (const std::uint64_t place : _places) {
+        extent.first = extent.first == 0 ? place : extent.first;
+        extent.last = std::max(extent.last, endOf(place));
+    }
+    return extent;
+}
+
+/// Of a number of the cue's own rows.
+std::uint64_t StlRowPlaces::placeOf(std::uint64_t number) const noexcept {
+    const std::uint64_t rows = screenRowsOf(_cue);
+    if (rows == _screen) {
+        return std::min(number, rows);
+    }
+    if (const auto named = teletextRowOf(_cue.screenRows, number); named && _screen == kTeletextRows) {
+        return std::clamp<std::uint64_t>(*named, 1, kTeletextRows);
+    }
+    if (rows == kTallTeletextRows && _screen == kTeletextRows) {
+        return 2 * std::min(number, rows);
+    }
+    const std::uint64_t steps = std::max<std::uint64_t>(rows, 2) - 1;
+    return (std::min(number, rows) - 1) * (_screen - 1) / steps + 1;
+}
+
+/// The last row of the screen that text takes; 0 for none.
+std::uint64_t StlRowPlaces::endOf(std::uint64_t place) const noexcept {
+    return place == 0 ? 0 : place + _height - 1;
+}
+
+/// As far as there is room above.
+void StlRowPlaces::moveUp() noexcept {
+    const auto [first, last] = extent();
+    const std::uint64_t rows = last > _screen ? std::min(last - _screen, first - 1) : 0;
+    for (std::uint64_t& place : _places) {
+        place -= place == 0 ? 0 : rows;
+    }
+}
+
+/// To where the anchor of the first row says; there were no numbers.
+void StlRowPlaces::moveDown(std::uint64_t lowest) noexcept {
+    const std::uint8_t anchor = _cue.rows.front().anchor;
+    const std::uint64_t room = lowest < _screen ? _screen - lowest : 0;
+    const std::uint64_t down = anchor >= 7 ? 0 : anchor >= 4 ? room / 2 : room;
+    for (std::uint64_t& place : _places) {
+        place += place == 0 ? 0 : down;
+    }
+}
+
+}  // namespace qlx::subtitles
