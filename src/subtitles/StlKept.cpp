@@ -65,6 +65,18 @@ Property propertyOf(const StlKept& kept) {
     return {std::string(kept.isComment ? properties::kStlComment : properties::kStlUserData), std::move(value)};
 }
 
+Property propertyOfGroup(std::uint8_t group) {
+    return {std::string(properties::kStlGroup), std::to_string(int{group})};
+}
+
+std::optional<std::uint8_t> stlGroupOf(const Property& property) noexcept {
+    std::string_view value = property.value;
+    std::uint8_t group = 0;
+    const bool isGroup = property.name == properties::kStlGroup && takeNumber(value, group) &&
+                         property.value.find(' ') == std::string::npos;
+    return isGroup ? std::optional(group) : std::nullopt;
+}
+
 std::optional<StlKept> stlKeptOf(const Property& property) {
     StlKept kept;
     kept.isComment = property.name == properties::kStlComment;

@@ -1,4 +1,4 @@
-// Blocks of an EBU STL file (EBU Tech 3264) that are no subtitles, as properties of the cue that they stand with.
+// Blocks of an EBU STL file (EBU Tech 3264) that are no subtitles, and the groups of subtitles, as properties of cues.
 #pragma once
 
 #include <qlx/subtitles/cue.h>
@@ -26,5 +26,11 @@ struct StlKept {
 
 /// The same of a property; none for any other one.
 [[nodiscard]] std::optional<StlKept> stlKeptOf(const Property& property);
+
+/// `stl.group` with its number.
+[[nodiscard]] Property propertyOfGroup(std::uint8_t group);
+
+/// The same of a property; none for any other one.
+[[nodiscard]] std::optional<std::uint8_t> stlGroupOf(const Property& property) noexcept;
 
 }  // namespace qlx::subtitles

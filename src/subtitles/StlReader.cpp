@@ -215,6 +215,9 @@ void StlReader::takeCue(const Joined& joined) {
         }
         return;
     }
+    if (_keepsBlocks && joined.first.group != 0) {
+        member.cue.properties.push_back(propertyOfGroup(joined.first.group));
+    }
     attach(member.cue, false);
     if (_keepsBlocks && joined.isWhole) {
         keepBehind(joined.first);

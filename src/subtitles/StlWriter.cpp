@@ -21,7 +21,7 @@ using enum FindingCode;
 constexpr std::uint64_t kMostBlocks = 99'999;
 constexpr std::size_t kMostText = (Tti::kMostExtensions + std::size_t{2}) * kTtiTextBytes;
 constexpr std::uint64_t kGreatestPosition = 99;
-constexpr std::uint32_t kGreatestNumber = 0xFFFF;
+constexpr std::uint16_t kGreatestNumber = 0xFFFF;
 constexpr std::int64_t kSecondsOfDay = std::int64_t{24} * 3600;
 
 StlTable stlTableOf(const Gsi& gsi) noexcept {
@@ -77,6 +77,16 @@ void reportCue(const Cue& cue, const CueReport& report) {
     }
 }
 
+/// The group that a cue asks for.
+std::uint8_t groupOf(const Cue& cue) noexcept {
+    for (const Property& property : cue.properties) {
+        if (const auto group = stlGroupOf(property)) {
+            return *group;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 StlWriter::StlWriter(const StlWriterOptions& options, FindingSink* findings) : _options(options), _findings(findings) {
@@ -129,11 +139,11 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
     }
     _blocks += needed;
     rows.take(_taken, shown);
-    held.block.number = numberOf(cue);
+    name(cue, held.block);
     held.block.timeCodeIn = timeCodeOfFrame(held.start, _frames);
     held.block.timeCodeOut = timeCodeOfFrame(held.end, _frames);
     for (const StlKept& each : kept) {
-        appendKept(each, cue.number, held);
+        appendKept(each, cue, held);
     }
     _first = std::min(_first.value_or(held.start), held.start);
     const bool isOfSet = !_set.empty() && held.end == _set.back().end && held.start >= _set.back().start &&
@@ -153,7 +163,12 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
 std::vector<StlKept> StlWriter::keptOf(const Cue& cue, const CueReport& report) const {
     std::vector<StlKept> kept;
     std::int64_t lost = 0;
+    bool hasGroup = false;
     for (const Property& property : cue.properties) {
+        if (!hasGroup && stlGroupOf(property)) {
+            hasGroup = true;
+            continue;
+        }
         std::optional<StlKept> each = stlKeptOf(property);
         const bool isReadable =
             each && (!each->isComment || static_cast<StlTable>(each->table) == stlTableOf(_options.gsi));
@@ -166,8 +181,8 @@ std::vector<StlKept> StlWriter::keptOf(const Cue& cue, const CueReport& report) 
     return kept;
 }
 
-/// Comments move with the cue, and user data of it get its number.
-void StlWriter::appendKept(const StlKept& kept, std::uint64_t number, Held& held) const {
+/// Comments move with the cue, and user data of it get its group and number.
+void StlWriter::appendKept(const StlKept& kept, const Cue& cue, Held& held) const {
     constexpr std::int64_t kMilliseconds = 1000;
     const auto timeCode = [&](std::int64_t milliseconds) {
         const std::int64_t scaled = milliseconds * _frames;
@@ -183,7 +198,8 @@ void StlWriter::appendKept(const StlKept& kept, std::uint64_t number, Held& held
         if (kept.isComment) {
             block.timeCodeIn = timeCode(kept.in);
             block.timeCodeOut = timeCode(kept.out);
-        } else if (block.number == number) {
+        } else if (block.group == groupOf(cue) && block.number == cue.number) {
+            block.group = held.block.group;
             block.number = held.block.number;
         }
         const std::size_t end = blocks.size();
@@ -232,6 +248,9 @@ Gsi StlWriter::finish(std::vector<std::uint8_t>& blocks) {
     // No more than have room.
     static_cast<void>(gsi.blockCount.setNumber(_blocks));
     static_cast<void>(gsi.subtitleCount.setNumber(_subtitles));
+    const auto groups =
+        std::count_if(_lastNumbers.begin(), _lastNumbers.end(), [](const auto& number) { return number.has_value(); });
+    static_cast<void>(gsi.groupCount.setNumber(std::max<std::uint64_t>(static_cast<std::uint64_t>(groups), 1)));
     gsi.firstCue = std::string_view(digitsOf(timeCodeOfFrame(_first.value_or(0), _frames)));
     return gsi;
 }
@@ -271,15 +290,23 @@ void StlWriter::append(const Held& held, StlStatus status, std::vector<std::uint
     blocks.insert(blocks.end(), held.behind.begin(), held.behind.end());
 }
 
-std::uint16_t StlWriter::numberOf(const Cue& cue) {
-    const bool isUsed = cue.number > _lastNumber || (cue.number == 0 && _subtitles == 0 && _set.empty());
-    const std::uint32_t number = isUsed && cue.number <= kGreatestNumber ? static_cast<std::uint32_t>(cue.number)
-                                                                         : (_lastNumber + 1) & kGreatestNumber;
-    if (number != cue.number) {
-        say(StlNumberChanged, Severity::Remark, static_cast<std::int64_t>(cue.number), number);
+/// Gives a block the group and the number of its cue, or the next number that the group has not had: behind its last
+/// one in the next group.
+void StlWriter::name(const Cue& cue, Tti& block) {
+    const std::uint8_t asked = groupOf(cue);
+    std::size_t group = asked;
+    for (std::size_t full = 0; full < _lastNumbers.size() && _lastNumbers[group] == kGreatestNumber; ++full) {
+        group = (group + 1) % _lastNumbers.size();
     }
-    _lastNumber = number;
-    return static_cast<std::uint16_t>(number);
+    std::optional<std::uint16_t>& last = _lastNumbers[group];
+    const bool isOwn = group == asked && cue.number <= kGreatestNumber && (!last || cue.number > *last);
+    const unsigned first = group == asked ? 1 : 0;
+    last = static_cast<std::uint16_t>(isOwn ? cue.number : last ? *last + 1U : first);
+    if (!isOwn) {
+        say(StlNumberChanged, Severity::Remark, static_cast<std::int64_t>(cue.number), *last);
+    }
+    block.group = static_cast<std::uint8_t>(group);
+    block.number = *last;
 }
 
 void StlWriter::say(FindingCode code, Severity severity, std::int64_t first, std::int64_t second) const {

@@ -10,6 +10,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace stl_kept_tests {
@@ -54,6 +55,7 @@ struct Written {
     Codes codes;
     std::string blockCount;
     std::string subtitleCount;
+    std::string groupCount;
 };
 
 Written write(const std::vector<Cue>& cues, const Gsi& gsi) {
@@ -70,7 +72,8 @@ Written write(const std::vector<Cue>& cues, const Gsi& gsi) {
     Written result{{blocks.begin(), blocks.end()},
                    {},
                    std::string(written.blockCount.text()),
-                   std::string(written.subtitleCount.text())};
+                   std::string(written.subtitleCount.text()),
+                   std::string(written.groupCount.text())};
     for (const qlx::Finding& finding : findings) {
         result.codes.push_back(finding.code);
     }
@@ -132,6 +135,104 @@ TEST(StlKept, ComeBackAsTheSameBytes) {
     // comments. None of the others is a subtitle (TNS).
     EXPECT_EQ(written.blockCount, "00010");
     EXPECT_EQ(written.subtitleCount, "00002");
+}
+
+STLBlock inGroup(std::uint8_t group, STLBlock block) {
+    block.group = group;
+    return block;
+}
+
+// EBU Tech 3264, SGN, SN and TNG.
+TEST(StlKept, GroupsComeBackAndAreCounted) {
+    // Numbers begin again in each; user data have the group of their subtitle.
+    const std::string file = qlxtest::stlFile(
+        {inGroup(0, subtitle(1, 2)), inGroup(0, subtitle(2, 3)), inGroup(3, subtitle(1, 4)),
+         inGroup(3, userData(1, "u1")), inGroup(255, subtitle(0, 5)), inGroup(7, comment(1, 6)),
+         inGroup(3, subtitle(2, 6)), inGroup(0, subtitle(3, 7)), inGroup(1, userData(3, "of nobody"))});
+    Kept kept = read(file);
+    ASSERT_EQ(kept.cues.size(), 6U);
+    EXPECT_TRUE(kept.cues[0].properties.empty());
+    ASSERT_EQ(kept.cues[2].properties.size(), 2U);
+    ASSERT_EQ(kept.cues[3].properties.size(), 1U);
+    EXPECT_EQ(kept.cues[2].properties.front(), (Property{std::string(properties::kStlGroup), "3"}));
+    EXPECT_EQ(kept.cues[3].properties.front(), (Property{std::string(properties::kStlGroup), "255"}));
+    EXPECT_TRUE(read(file, false).cues[2].properties.empty());
+    kept.gsi.groupCount = "017";
+    Written written = write(kept.cues, kept.gsi);
+    EXPECT_EQ(written.blocks, file.substr(kGsiBytes));
+    EXPECT_EQ(written.codes, Codes());
+    // That of the comment is no subtitle's.
+    EXPECT_EQ(written.groupCount, "003");
+    EXPECT_EQ(write({}, kept.gsi).groupCount, "001");
+    // A number that the group has gets the next one, and its user data with it; another group's do not.
+    kept.cues[4].number = 1;
+    kept.cues[5].number = 1;
+    written = write(kept.cues, kept.gsi);
+    EXPECT_EQ(written.codes, (Codes{StlNumberChanged, StlNumberChanged}));
+    EXPECT_EQ(written.blocks, file.substr(kGsiBytes));
+    Cue moved = kept.cues[2];
+    moved.number = 1;
+    written = write({kept.cues[2], moved}, kept.gsi);
+    ASSERT_EQ(written.blocks.size(), 4 * kTtiBytes);
+    EXPECT_EQ(written.blocks.substr(2 * kTtiBytes, 4), std::string("\3\2\0\xFF", 4));
+    EXPECT_EQ(written.blocks.substr(3 * kTtiBytes, 4), std::string("\3\2\0\xFE", 4));
+}
+
+TEST(StlKept, GroupsThatAreNoneAreLost) {
+    Cue cue = read(qlxtest::stlFile({subtitle(1, 2)})).cues.front();
+    for (const char* const value : {"", "x", "256", "-1", "1 ", "+1"}) {
+        cue.properties = {{std::string(properties::kStlGroup), value}};
+        const Written written = write({cue}, Gsi());
+        EXPECT_EQ(written.codes, Codes{SubtitlePropertiesLost}) << value;
+        EXPECT_EQ(written.blocks.front(), '\0') << value;
+    }
+    cue.properties = {{std::string(properties::kStlGroup), "9"}, {std::string(properties::kStlGroup), "8"}};
+    const Written written = write({cue}, Gsi());
+    EXPECT_EQ(written.codes, Codes{SubtitlePropertiesLost});
+    EXPECT_EQ(written.blocks.front(), '\x09');
+}
+
+// A number has 16 bits: what follows is of the next group.
+TEST(StlKept, NumbersGoOnInTheNextGroup) {
+    const Cue cue = read(qlxtest::stlFile({subtitle(1, 2)})).cues.front();
+    const auto named = [](const Written& written, std::size_t index) {
+        const auto byte = [&](std::size_t place) {
+            return static_cast<unsigned>(static_cast<unsigned char>(written.blocks.at(index * kTtiBytes + place)));
+        };
+        return std::pair(byte(0), byte(2) << 8U | byte(1));
+    };
+    std::vector<Cue> cues(65'540, cue);
+    for (std::size_t index = 0; index < cues.size(); ++index) {
+        cues[index].number = index + 1;
+        cues[index].start = qlx::MediaTime::make(static_cast<std::int64_t>(index), 1);
+        cues[index].end = qlx::MediaTime::make(static_cast<std::int64_t>(index) + 1, 1);
+    }
+    const Written written = write(cues, Gsi());
+    EXPECT_EQ(named(written, 0), std::pair(0U, 1U));
+    EXPECT_EQ(named(written, 65'534), std::pair(0U, 65'535U));
+    EXPECT_EQ(named(written, 65'535), std::pair(1U, 0U));
+    EXPECT_EQ(named(written, 65'539), std::pair(1U, 4U));
+    EXPECT_EQ(written.groupCount, "002");
+    EXPECT_EQ(written.codes, Codes(5, StlNumberChanged));
+    // Those of a group that is full go to the next one that is not, and the last one is followed by the first.
+    std::vector<Cue> last(4, cue);
+    for (Cue& each : last) {
+        each.number = 65'535;
+        each.properties = {{std::string(properties::kStlGroup), "255"}};
+    }
+    last[2].properties.clear();
+    const Written around = write(last, Gsi());
+    EXPECT_EQ(named(around, 0), std::pair(255U, 65'535U));
+    EXPECT_EQ(named(around, 1), std::pair(0U, 0U));
+    EXPECT_EQ(named(around, 2), std::pair(0U, 65'535U));
+    EXPECT_EQ(named(around, 3), std::pair(1U, 0U));
+    EXPECT_EQ(around.groupCount, "003");
+    // Where all are full a name is there twice.
+    std::vector<Cue> full(257, last[0]);
+    for (std::size_t index = 0; index < full.size(); ++index) {
+        full[index].properties.front().value = std::to_string(index % 256);
+    }
+    EXPECT_EQ(write(full, Gsi()).groupCount, "256");
 }
 
 TEST(StlKept, AreFindingsWhereNobodyAsksForThem) {

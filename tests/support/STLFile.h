@@ -22,10 +22,11 @@ struct STLBlock {
     std::uint8_t justification = 2;
     std::uint8_t comment = 0;
     std::uint8_t filler = 0x8F;
+    std::uint8_t group = 0;
 
     [[nodiscard]] std::string bytes() const {
         std::vector<std::uint8_t> block(128, filler);
-        block[0] = 0;  // subtitle group
+        block[0] = group;
         block[1] = static_cast<std::uint8_t>(number % 256);
         block[2] = static_cast<std::uint8_t>(number / 256);
         block[3] = extension;

@@ -252,5 +252,30 @@ TEST(ConvertStl, KeepsCommentsAndUserDataInTheSameFormatAndJson) {
     EXPECT_NE(converted(file, "vtt").err.find("TTI block 3: user data left out"), std::string::npos);
 }
 
+TEST(ConvertStl, KeepsGroupsInTheSameFormatAndJson) {
+    const TemporaryFolder folder;
+    std::string content = qlxtest::stl({{.number = 1, .start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "a"},
+                                        {.number = 1, .start = {0, 0, 3, 0}, .end = {0, 0, 4, 0}, .text = "b"}});
+    content[1024 + 128] = 3;
+    const std::string file = folder.write("in.stl", content);
+    const std::string json = folder.path("a.json");
+    const auto groupsOf = [&](const std::string& in) {
+        const std::string stl = folder.path("out.stl");
+        const ToolResult result = runTool({"convert", in, "-o", stl, "--strict", "--report"});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        // TNG and both groups, behind which are the numbers.
+        const std::string bytes = folder.read("out.stl");
+        return bytes.size() == 1280 ? bytes.substr(248, 3) + bytes.substr(1024, 3) + bytes.substr(1152, 3) : bytes;
+    };
+    const std::string expected("002\0\1\0\3\1\0", 9);
+    EXPECT_EQ(groupsOf(file), expected);
+    EXPECT_EQ(runTool({"convert", file, "-o", json, "--strict"}).exitCode, 0);
+    EXPECT_EQ(groupsOf(json), expected);
+    // Other formats have none, and say what they lose of a file that has them.
+    const ToolResult lost = converted(json, "vtt", {"--strict"});
+    EXPECT_EQ(lost.exitCode, 1);
+    EXPECT_NE(lost.err.find("lost properties: 1"), std::string::npos) << lost.err;
+}
+
 }  // namespace
 }  // namespace stl_convert_tests

@@ -31,12 +31,15 @@ namespace properties {
 inline constexpr std::string_view kStlComment = "stl.comment";
 /// Of a cue: a block of user data (EBN FEh) that stands with it, in the same way: `behind 00...`.
 inline constexpr std::string_view kStlUserData = "stl.userdata";
+/// Of a cue: the group that its number counts in (SGN), `1` to `255`; 0 without it. Kept and written as the others.
+inline constexpr std::string_view kStlGroup = "stl.group";
 }  // namespace properties
 
 /// How a file is read.
 struct StlReadOptions {
     /// Comments and user data are kept as properties of cues, and are no findings: user data behind a subtitle that have
-    /// its group and number, and all behind the last subtitle, are of that one, others of the next one.
+    /// its group and number, and all behind the last subtitle, are of that one, others of the next one. Cues have their
+    /// groups as properties, too.
     bool keepsBlocks = false;
 };
 

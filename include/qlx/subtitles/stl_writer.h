@@ -13,6 +13,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/subtitles/stl.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -50,10 +51,11 @@ struct StlRowTaken {
 
 /// How a file is written.
 struct StlWriterOptions {
-    /// All but the counts of blocks and subtitles and the first cue (TNB, TNS, TCF), which the writer knows. The disk
-    /// format code gives the frames of a second: STL24.01, STL25.01, STL30.01 or STL50.01 (any other becomes STL25.01; the
-    /// standard has 25 and 30), the character code table the characters (an unknown one becomes Latin), the display
-    /// standard whether rows are those of teletext or of open subtitling (0), of which MNR says how many there are.
+    /// All but the counts of blocks, subtitles and groups and the first cue (TNB, TNS, TNG, TCF), which the writer
+    /// knows. The disk format code gives the frames of a second: STL24.01, STL25.01, STL30.01 or STL50.01 (any other
+    /// becomes STL25.01; the standard has 25 and 30), the character code table the characters (an unknown one becomes
+    /// Latin), the display standard whether rows are those of teletext or of open subtitling (0), of which MNR says how
+    /// many there are.
     Gsi gsi{};
     /// Teletext: rows are two high, each in a pair of the page's rows.
     bool isDoubleHeight = true;
@@ -69,7 +71,8 @@ struct StlWriterOptions {
 /// stand in the middle or at the top as their anchor says. These go up to the next free rows, or down from the top,
 /// where another cue that is shown at the same time stands already. What has no room, or numbers of its own that are
 /// taken, covers what stands there (StlRowsCovered). All have the alignment of the first one (JC; StlAlignmentsDiffer).
-/// A cue has its own number as long as they ascend (StlNumberChanged).
+/// A cue has its own number as long as those of its group (properties::kStlGroup; 0 without) ascend (StlNumberChanged);
+/// beyond 65535 they go on in the next group.
 ///
 /// Teletext rows have a box. A colour, a background or flashing takes the place of spaces in front of what it changes,
 /// and without such a space a cell of its own (StlColorNoSpace). Italics and underlines are the codes of open
@@ -114,10 +117,10 @@ private:
     void place(StlRowPlaces& rows, const StlRowTaken& shown, const CueReport& report) const;
     void appendRows(const Cue& cue, const StlRowPlaces& rows, const CueReport& report, Held& held) const;
     [[nodiscard]] std::vector<StlKept> keptOf(const Cue& cue, const CueReport& report) const;
-    void appendKept(const StlKept& kept, std::uint64_t number, Held& held) const;
+    void appendKept(const StlKept& kept, const Cue& cue, Held& held) const;
     void flush(std::vector<std::uint8_t>& blocks);
     void append(const Held& held, StlStatus status, std::vector<std::uint8_t>& blocks);
-    [[nodiscard]] std::uint16_t numberOf(const Cue& cue);
+    void name(const Cue& cue, Tti& block);
     void say(FindingCode code, Severity severity, std::int64_t first, std::int64_t second = 0) const;
 
     StlWriterOptions _options;
@@ -129,8 +132,8 @@ private:
     std::int64_t _shownTo = 0;        ///< Frame up to which something is shown of what was written.
     std::uint64_t _blocks = 0;        ///< With those that are held back.
     std::uint64_t _subtitles = 0;
-    std::uint32_t _lastNumber = 0;
-    std::optional<std::int64_t> _first;  ///< Frame of the first cue.
+    std::array<std::optional<std::uint16_t>, 256> _lastNumbers{};  ///< By their group.
+    std::optional<std::int64_t> _first;                            ///< Frame of the first cue.
 };
 
 }  // namespace qlx::subtitles

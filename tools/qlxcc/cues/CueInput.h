@@ -34,7 +34,7 @@ struct CueRequest {
     std::uint8_t region = 0;                 ///< The same: of receivers, as teletextOnAir() takes it.
     bool ignoresParity = false;              ///< Parity bits of CEA-608 are not looked at.
     std::string wideEncoding = "utf-16";     ///< Of the 16-bit characters of a service, one of kWideEncodings.
-    bool keepsStlBlocks = false;             ///< EBU STL: comments and user data are properties of cues.
+    bool keepsStlBlocks = false;             ///< EBU STL: comments, user data and groups are properties of cues.
     bool isDrop = false;                     ///< Time codes of EBU STL and TTML at 29.97 and 59.94 leave numbers out.
     std::size_t longest = kLongestSubtitleFile;  ///< Bytes of a file that is read as a whole.
     std::optional<std::size_t> longestText{};    ///< Of one that is read in pieces; none: as long as it may be.
