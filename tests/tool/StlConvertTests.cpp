@@ -252,6 +252,24 @@ TEST(ConvertStl, KeepsCommentsAndUserDataInTheSameFormatAndJson) {
     EXPECT_NE(converted(file, "vtt").err.find("TTI block 3: user data left out"), std::string::npos);
 }
 
+// EBU Tech 3264, CPN: bytes of texts that are kept are those of the code page that they were written in.
+TEST(ConvertStl, KeepsTheCodePageOfTextsThatItKeeps) {
+    const TemporaryFolder folder;
+    std::string content = qlxtest::stl({{.number = 1, .start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "a"}});
+    // The sign of the cent and o with a stroke, of which 850 has the other one at this byte.
+    content.replace(0, 3, "437");
+    content.replace(16, 4, "5\x9B  ");
+    const std::string file = folder.write("in.stl", content);
+    EXPECT_EQ(converted(file, "stl").out.substr(0, 3), "437");
+    EXPECT_EQ(converted(file, "stl").out.substr(16, 4), "5\x9B  ");
+    EXPECT_EQ(converted(file, "stl", {"--language", "de", "--date", "261124"}).out.substr(0, 3), "437");
+    const std::string titled = converted(file, "stl", {"--title", "\u00F8"}).out;
+    EXPECT_EQ(titled.substr(0, 3), "850");
+    EXPECT_EQ(titled.substr(16, 4), "\x9B   ");
+    content.replace(0, 3, "   ");
+    EXPECT_EQ(converted(folder.write("b.stl", content), "stl").out.substr(0, 3), "850");
+}
+
 TEST(ConvertStl, KeepsGroupsInTheSameFormatAndJson) {
     const TemporaryFolder folder;
     std::string content = qlxtest::stl({{.number = 1, .start = {0, 0, 1, 0}, .end = {0, 0, 2, 0}, .text = "a"},

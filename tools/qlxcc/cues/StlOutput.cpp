@@ -125,7 +125,11 @@ void StlOutput::setTexts(Gsi& gsi) const {
             _findings->add({FindingCode::StlFieldCharacterMissing, Severity::Warning, 0, place, *missing});
         }
     };
-    gsi.codePageNumber = "850";
+    // Texts that are kept stand in the code page of their file; dates and codes are the same in all.
+    const bool hasTexts = _options.title || _options.episode || _options.reference || _options.publisher;
+    if (hasTexts || gsi.codePageNumber.isBlank()) {
+        gsi.codePageNumber = "850";
+    }
     // Behind each the place of the field in the block.
     set(gsi.originalProgrammeTitle, 16, _options.title);
     set(gsi.originalEpisodeTitle, 48, _options.episode);
