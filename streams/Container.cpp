@@ -135,7 +135,7 @@ std::optional<Finding> ContainerReader::Reading::begin() {
         return error;
     }
     _demuxer = takesApart->demuxer(_input, _kind, _options.ownsLibrarySettings);
-    if (const std::optional<Finding> error = obstacle(_demuxer->open(), Stage::Opening)) {
+    if (const std::optional<Finding> error = obstacle(_demuxer->open(detail::PacketTimes::Shown), Stage::Opening)) {
         return error;
     }
     if (const std::optional<Finding> error = obstacle(_demuxer->findStreams(), Stage::TellingStreams)) {

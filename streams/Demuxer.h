@@ -59,6 +59,7 @@ constexpr bool hasFrames(StreamContent content) noexcept {
 }
 
 struct DemuxedStream {
+    std::uint32_t number = 0;  ///< As the container counts them: `track_ID` of an ISO file.
     StreamContent content = StreamContent::Other;
     std::vector<std::uint8_t> parameters;  ///< The decoder's parameters, as the container has them.
     std::int32_t timescale = 1;            ///< Of the times of its packets.
@@ -80,6 +81,12 @@ struct DemuxedPacket {
     std::string_view settings;
 };
 
+/// Which times packets have.
+enum class PacketTimes {
+    Shown,  ///< When they are shown.
+    Media,  ///< Those of the media: the edit lists of ISO files are passed over.
+};
+
 enum class DemuxStatus {
     Done,
     End,          ///< Of the file.
@@ -96,12 +103,15 @@ public:
     virtual ~Demuxer() = default;
 
     /// Reads what is in front of the streams' data.
-    [[nodiscard]] virtual DemuxStatus open() = 0;
+    [[nodiscard]] virtual DemuxStatus open(PacketTimes times) = 0;
 
     /// Reads as much of a file that has been opened as it takes to tell its streams.
     [[nodiscard]] virtual DemuxStatus findStreams() = 0;
 
     [[nodiscard]] virtual std::vector<DemuxedStream> streams() const = 0;
+
+    /// Where the last packet of a stream ends, in 1/timescale, as far as the file has been read; none where it does not say.
+    [[nodiscard]] virtual std::optional<std::int64_t> end(std::size_t stream) const = 0;
 
     /// Leaves a stream out of what is read.
     virtual void discard(std::size_t stream) = 0;

@@ -336,9 +336,13 @@ public:
         }
     }
 
-    DemuxStatus open() override;
+    DemuxStatus open(PacketTimes times) override;
     DemuxStatus findStreams() override;
     [[nodiscard]] std::vector<DemuxedStream> streams() const override;
+    [[nodiscard]] std::optional<std::int64_t> end(std::size_t stream) const override {
+        const AVStream& one = *_format->streams[stream];
+        return scaledTime(one.duration, one.time_base);
+    }
     void discard(std::size_t stream) override { _format->streams[stream]->discard = AVDISCARD_ALL; }
     DemuxStatus read(DemuxedPacket& packet) override;
     [[nodiscard]] std::string errorText() const override;
@@ -347,7 +351,7 @@ public:
     }
 
 private:
-    DemuxStatus end(int error);
+    DemuxStatus statusOf(int error);
     void takeAddition(DemuxedPacket& packet) const;
 
     DemuxerInput& _source;
@@ -360,7 +364,7 @@ private:
     int _error = 0;
 };
 
-DemuxStatus FFmpegDemuxer::end(int error) {
+DemuxStatus FFmpegDemuxer::statusOf(int error) {
     _error = error;
     if (error >= 0) {
         return DemuxStatus::Done;
@@ -371,7 +375,7 @@ DemuxStatus FFmpegDemuxer::end(int error) {
     return error == AVERROR_EOF ? DemuxStatus::End : DemuxStatus::Failed;
 }
 
-DemuxStatus FFmpegDemuxer::open() {
+DemuxStatus FFmpegDemuxer::open(PacketTimes times) {
     const AVInputFormat* const demuxer = av_find_input_format(demuxerOf(_kind));
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {
@@ -388,23 +392,26 @@ DemuxStatus FFmpegDemuxer::open() {
         // neighbours in the stream.
         context->flags |= AVFMT_FLAG_NOFILLIN;
     }
-    if (context->codec_whitelist == nullptr) {
+    AVDictionary* options = nullptr;
+    const bool isMedia = times == PacketTimes::Media && _kind == InputKind::Mov;
+    if (context->codec_whitelist == nullptr || (isMedia && av_dict_set(&options, "ignore_editlist", "1", 0) < 0)) {
         avformat_free_context(context);
         _settings.reset();
         throw std::bad_alloc();
     }
     // Frees the context when it fails.
     const int error =
-        demuxer == nullptr ? AVERROR_DEMUXER_NOT_FOUND : avformat_open_input(&context, "", demuxer, nullptr);
+        demuxer == nullptr ? AVERROR_DEMUXER_NOT_FOUND : avformat_open_input(&context, "", demuxer, &options);
+    av_dict_free(&options);
     _format.reset(context);
     if (!_format) {
         _settings->forgetContext();
     }
-    return end(error);
+    return statusOf(error);
 }
 
 DemuxStatus FFmpegDemuxer::findStreams() {
-    const DemuxStatus status = end(avformat_find_stream_info(_format.get(), nullptr));
+    const DemuxStatus status = statusOf(avformat_find_stream_info(_format.get(), nullptr));
     _settings->limit(greatestPiece(_kind));
     return status;
 }
@@ -413,6 +420,7 @@ std::vector<DemuxedStream> FFmpegDemuxer::streams() const {
     std::vector<DemuxedStream> result;
     for (const AVStream* const stream : std::span(_format->streams, _format->nb_streams)) {
         DemuxedStream one;
+        one.number = static_cast<std::uint32_t>(stream->id);
         one.content = contentOf(*stream);
         const std::span parameters(stream->codecpar->extradata,
                                    static_cast<std::size_t>(std::max(stream->codecpar->extradata_size, 0)));
@@ -451,7 +459,7 @@ DemuxStatus FFmpegDemuxer::read(DemuxedPacket& packet) {
         repeats = _source.offset() == before ? repeats : 0;
     }
     if (error < 0) {
-        return end(error);
+        return statusOf(error);
     }
     const AVRational base = _format->streams[_packet->stream_index]->time_base;
     packet.stream = static_cast<std::size_t>(_packet->stream_index);
@@ -466,7 +474,7 @@ DemuxStatus FFmpegDemuxer::read(DemuxedPacket& packet) {
         takeAddition(packet);
     }
     packet.isDamaged = (_packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
-    return end(0);
+    return statusOf(0);
 }
 
 std::string FFmpegDemuxer::errorText() const {

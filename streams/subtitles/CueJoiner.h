@@ -18,10 +18,11 @@
 
 namespace qlx::streams::detail {
 
-/// Joins cues again that samples cut, and numbers them.
+/// Joins cues again that samples cut.
 class CueJoiner {
 public:
-    /// @param joins Else cues are numbered only.
+    /// @param take Gets them; must outlive this.
+    /// @param joins Else cues stay as they are.
     CueJoiner(const std::function<void(subtitles::Cue)>& take, bool joins) : _take(take), _joins(joins) {}
 
     /// Ends what does not go on to the next sample.
@@ -96,7 +97,6 @@ private:
         _places.clear();
         for (subtitles::Cue& cue : _open) {
             if (!_joins || isOver(cue)) {
-                cue.number = ++_given;
                 _take(std::move(cue));
             } else {
                 _places.emplace(Key{cue.end, textOf(cue)}, kept.size());
@@ -111,7 +111,6 @@ private:
     std::optional<MediaTime> _begin;
     std::vector<subtitles::Cue> _open;
     std::multimap<Key, std::size_t> _places;  ///< Of the open cues.
-    std::uint64_t _given = 0;
 };
 
 }  // namespace qlx::streams::detail

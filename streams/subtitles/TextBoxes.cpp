@@ -1,6 +1,7 @@
 #include "TextBoxes.h"
 
 #include "../Boxes.h"
+#include "BoxNumbers.h"
 
 #include <qlx/anc/atom.h>
 
@@ -51,14 +52,17 @@ public:
         }
     }
 
-    std::string text(const BoxSpan& span) {
-        // The reader of such texts says what is too long.
-        constexpr std::uint64_t kGreatest = std::uint64_t{2} << 20U;
-        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(std::min(span.end - span.begin, kGreatest)));
+    /// As many bytes from the front of what a box holds, or fewer.
+    std::vector<std::uint8_t> bytes(const BoxSpan& span, std::uint64_t most) {
+        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(std::min(span.end - span.begin, most)));
         const std::size_t got = _read(span.begin, bytes);
         _isCut = _isCut || got < bytes.size();
-        return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(got)};
+        bytes.resize(got);
+        return bytes;
     }
+
+    /// What is found does not make sense: nothing of it is taken.
+    void fail() noexcept { _isCut = true; }
 
     /// Goes no further: all that is looked for has been seen.
     void stop() noexcept { _isStopped = true; }
@@ -73,6 +77,9 @@ private:
     bool _isStopped = false;
 };
 
+/// In front of them stands the version of a box (ISO/IEC 14496-12, 4.2).
+constexpr unsigned kFlagBits = 24;
+
 BoxSpan behind(const BoxSpan& span, std::uint64_t bytes) noexcept {
     return {std::min(span.begin + bytes, span.end), span.end};
 }
@@ -82,20 +89,73 @@ std::optional<std::string> headIn(BoxWalk& walk, const BoxSpan& table) {
     // Version, flags and count; what all sample entries begin with.
     constexpr std::uint64_t kCount = 8;
     constexpr std::uint64_t kEntry = 8;
+    // The reader of such texts says what is too long.
+    constexpr std::uint64_t kGreatestText = std::uint64_t{2} << 20U;
     std::optional<std::string> head;
     walk.each(table, boxes::kSampleDescriptions, [&](const BoxSpan& descriptions) {
         walk.each(behind(descriptions, kCount), boxes::kWebVttSamples, [&](const BoxSpan& entry) {
             head = head.value_or(std::string());
-            walk.each(behind(entry, kEntry), boxes::kWebVttHead,
-                      [&](const BoxSpan& text) { head = head->empty() ? walk.text(text) : *head; });
+            walk.each(behind(entry, kEntry), boxes::kWebVttHead, [&](const BoxSpan& span) {
+                const std::vector<std::uint8_t> text = walk.bytes(span, kGreatestText);
+                head = head->empty() ? std::string(text.begin(), text.end()) : *head;
+            });
         });
     });
     return head;
 }
 
+/// The field behind the two times that the heads of movies and tracks begin with.
+std::uint32_t fieldBehindTimes(BoxWalk& walk, const BoxSpan& span) {
+    constexpr std::uint64_t kMost = 24;
+    const std::vector<std::uint8_t> bytes = walk.bytes(span, kMost);
+    std::span<const std::uint8_t> rest = bytes;
+    const bool isLong = takeNumber<std::uint32_t>(rest) >> kFlagBits == 1;
+    for (int time = 0; time < 2; ++time) {
+        (void)(isLong ? takeNumber<std::uint64_t>(rest) : takeNumber<std::uint32_t>(rest));
+    }
+    return takeNumber<std::uint32_t>(rest);
+}
+
+std::vector<Edit> editsIn(BoxWalk& walk, const BoxSpan& span) {
+    constexpr std::size_t kMost = 1000;
+    constexpr std::size_t kHead = 8;
+    constexpr std::size_t kLongestEntry = 20;
+    const std::vector<std::uint8_t> bytes = walk.bytes(span, kHead + kMost * kLongestEntry);
+    std::span<const std::uint8_t> rest = bytes;
+    const bool isLong = takeNumber<std::uint32_t>(rest) >> kFlagBits == 1;
+    const std::size_t count = takeNumber<std::uint32_t>(rest);
+    const std::size_t entry = isLong ? kLongestEntry : 12;
+    if (bytes.size() < kHead || count > kMost || rest.size() < count * entry) {
+        walk.fail();
+        return {};
+    }
+    std::vector<Edit> edits(count);
+    for (Edit& edit : edits) {
+        edit.duration = isLong ? takeNumber<std::uint64_t>(rest) : takeNumber<std::uint32_t>(rest);
+        edit.mediaTime = isLong ? takeNumber<std::int64_t>(rest) : takeNumber<std::int32_t>(rest);
+        edit.isStill = takeNumber<std::uint32_t>(rest) == 0;
+    }
+    return edits;
+}
+
+TrackBoxes trackIn(BoxWalk& walk, const BoxSpan& span) {
+    TrackBoxes track;
+    walk.each(span, boxes::kTrackHead, [&](const BoxSpan& head) { track.number = fieldBehindTimes(walk, head); });
+    walk.each(span, boxes::kTrackEdits, [&](const BoxSpan& edits) {
+        walk.each(edits, boxes::kEditList, [&](const BoxSpan& list) { track.edits = editsIn(walk, list); });
+    });
+    walk.each(span, boxes::kTrackMedia, [&](const BoxSpan& media) {
+        walk.each(media, boxes::kTrackInformation, [&](const BoxSpan& information) {
+            walk.each(information, boxes::kSampleTable,
+                      [&](const BoxSpan& table) { track.webVttHead = headIn(walk, table); });
+        });
+    });
+    return track;
+}
+
 }  // namespace
 
-std::optional<std::vector<std::string>> webVttHeads(ByteSource& source) {
+std::optional<TextBoxes> textBoxesOf(ByteSource& source) {
     const auto size = source.size();
     const std::span<const std::uint8_t> first = size ? std::span<const std::uint8_t>() : source.peek(kLongestPeek);
     BoxWalk walk([&](std::uint64_t place, std::span<std::uint8_t> to) {
@@ -107,28 +167,22 @@ std::optional<std::vector<std::string>> webVttHeads(ByteSource& source) {
         std::copy_n(begin.begin(), count, to.begin());
         return count;
     });
-    std::vector<std::string> heads;
-    bool hasIndex = false;
-    BoxSpan file{0, size.value_or(first.size())};
-    walk.each(file, boxes::kIndex, [&](const BoxSpan& index) {
-        hasIndex = true;
-        walk.each(index, boxes::kTrack, [&](const BoxSpan& track) {
-            walk.each(track, boxes::kTrackMedia, [&](const BoxSpan& media) {
-                walk.each(media, boxes::kTrackInformation, [&](const BoxSpan& information) {
-                    walk.each(information, boxes::kSampleTable, [&](const BoxSpan& table) {
-                        if (auto head = headIn(walk, table)) {
-                            heads.push_back(std::move(*head));
-                        }
-                    });
-                });
-            });
-        });
+    TextBoxes result;
+    std::uint32_t timescale = 0;
+    walk.each({0, size.value_or(first.size())}, boxes::kIndex, [&](const BoxSpan& index) {
+        walk.each(index, boxes::kIndexHead, [&](const BoxSpan& head) { timescale = fieldBehindTimes(walk, head); });
+        walk.each(index, boxes::kTrack, [&](const BoxSpan& track) { result.tracks.push_back(trackIn(walk, track)); });
         walk.stop();
     });
     if (size) {
         (void)source.seek(0);
     }
-    return hasIndex && !walk.isCut() ? std::optional(std::move(heads)) : std::nullopt;
+    constexpr std::uint32_t kGreatest = INT32_MAX;
+    if (walk.isCut() || timescale == 0 || timescale > kGreatest) {
+        return std::nullopt;
+    }
+    result.timescale = static_cast<std::int32_t>(timescale);
+    return result;
 }
 
 }  // namespace qlx::streams::detail

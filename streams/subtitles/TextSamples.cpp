@@ -1,7 +1,9 @@
 #include "TextSamples.h"
 
 #include "../Boxes.h"
+#include "BoxNumbers.h"
 #include "TtmlTimes.h"
+#include "TtmlXml.h"
 
 #include <QLXClosedCaptionsUtilities/platform/Text.h>
 #include <qlx/anc/atom.h>
@@ -23,21 +25,6 @@ namespace {
 using subtitles::Cue;
 using subtitles::Row;
 using subtitles::Run;
-
-/// Takes numbers, the highest byte first, from the front of bytes; 0 where they are too few.
-template <std::size_t Bytes>
-std::uint32_t takeNumber(std::span<const std::uint8_t>& bytes) {
-    std::uint32_t number = 0;
-    if (bytes.size() < Bytes) {
-        bytes = {};
-        return 0;
-    }
-    for (const std::uint8_t byte : bytes.first(Bytes)) {
-        number = number << 8U | byte;
-    }
-    bytes = bytes.subspan(Bytes);
-    return number;
-}
 
 std::string_view asText(std::span<const std::uint8_t> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -111,22 +98,6 @@ std::u32string charactersOfUtf16(std::span<const std::uint8_t> bytes, bool isBig
     return characters;
 }
 
-/// The characters of a text: UTF-16 behind a byte order mark, else UTF-8.
-std::u32string charactersOf(std::span<const std::uint8_t> bytes, FindingSink& findings) {
-    constexpr std::uint8_t kFirst = 0xFE;
-    constexpr std::uint8_t kSecond = 0xFF;
-    const bool isBig = bytes.size() >= 2 && bytes[0] == kFirst && bytes[1] == kSecond;
-    const bool isLittle = bytes.size() >= 2 && bytes[0] == kSecond && bytes[1] == kFirst;
-    if (isBig || isLittle) {
-        return charactersOfUtf16(bytes, isBig, findings);
-    }
-    std::u32string characters;
-    for (std::string_view text = asText(bytes); !text.empty();) {
-        characters += takeCodePoint(text);
-    }
-    return characters;
-}
-
 /// Characters from `begin` on, without `end`.
 struct TextRange {
     std::uint32_t begin = 0;
@@ -144,12 +115,12 @@ struct TimedTextStyle {
 
 TimedTextStyle takeStyle(std::span<const std::uint8_t>& bytes) {
     TimedTextStyle style;
-    style.range.begin = takeNumber<2>(bytes);
-    style.range.end = takeNumber<2>(bytes);
-    style.font = static_cast<std::uint16_t>(takeNumber<2>(bytes));
-    style.face = static_cast<std::uint8_t>(takeNumber<1>(bytes));
-    style.size = static_cast<std::uint8_t>(takeNumber<1>(bytes));
-    style.color = takeNumber<4>(bytes);
+    style.range.begin = takeNumber<std::uint16_t>(bytes);
+    style.range.end = takeNumber<std::uint16_t>(bytes);
+    style.font = takeNumber<std::uint16_t>(bytes);
+    style.face = takeNumber<std::uint8_t>(bytes);
+    style.size = takeNumber<std::uint8_t>(bytes);
+    style.color = takeNumber<std::uint32_t>(bytes);
     return style;
 }
 
@@ -196,15 +167,15 @@ TimedTextParts partsOf(std::span<const std::uint8_t> bytes) {
     while (auto box = takeBox(bytes)) {
         if (box->type == boxes::kTextStyles) {
             constexpr std::size_t kStyle = 12;
-            const std::size_t count = takeNumber<2>(box->content);
+            const std::size_t count = takeNumber<std::uint16_t>(box->content);
             parts.isCut = parts.isCut || box->content.size() < count * kStyle;
             for (std::size_t each = 0; each < count && box->content.size() >= kStyle; ++each) {
                 parts.styles.push_back(takeStyle(box->content));
             }
         } else if (box->type == boxes::kBlinkingText) {
             TextRange range;
-            range.begin = takeNumber<2>(box->content);
-            range.end = takeNumber<2>(box->content);
+            range.begin = takeNumber<std::uint16_t>(box->content);
+            range.end = takeNumber<std::uint16_t>(box->content);
             parts.blinking.push_back(range);
         } else {
             ++parts.others;
@@ -277,18 +248,45 @@ std::string lineOf(std::string_view text) {
 
 }  // namespace
 
+bool hasUtf16Mark(std::span<const std::uint8_t> bytes) noexcept {
+    constexpr std::uint8_t kFirst = 0xFE;
+    constexpr std::uint8_t kSecond = 0xFF;
+    return bytes.size() >= 2 &&
+           ((bytes[0] == kFirst && bytes[1] == kSecond) || (bytes[0] == kSecond && bytes[1] == kFirst));
+}
+
+std::u32string charactersOf(std::span<const std::uint8_t> bytes, FindingSink& findings) {
+    if (hasUtf16Mark(bytes)) {
+        return charactersOfUtf16(bytes, bytes[1] > bytes[0], findings);
+    }
+    std::string_view text = asText(bytes);
+    std::int64_t count = 0;
+    std::string mended;
+    if (const auto wrong = firstInvalidUTF8Byte(text)) {
+        const std::uint8_t byte = bytes[*wrong];
+        mended = repaired(text, count);
+        text = mended;
+        findings.add({FindingCode::SubtitleTextNotUtf8, Severity::Error, 0, byte, count});
+    }
+    std::u32string characters;
+    while (!text.empty()) {
+        characters += takeCodePoint(text);
+    }
+    return characters;
+}
+
 TimedTextDefaults timedTextDefaults(std::span<const std::uint8_t> description) {
     constexpr std::size_t kLeast = 30;
     TimedTextDefaults defaults;
     if (description.size() < kLeast) {
         return defaults;
     }
-    takeNumber<4>(description);  // Display flags
-    const auto horizontal = static_cast<std::int8_t>(takeNumber<1>(description));
-    const auto vertical = static_cast<std::int8_t>(takeNumber<1>(description));
-    defaults.background = takeNumber<4>(description);
-    takeNumber<4>(description);  // The box that the text stands in
-    takeNumber<4>(description);
+    takeNumber<std::uint32_t>(description);  // Display flags
+    const auto horizontal = takeNumber<std::int8_t>(description);
+    const auto vertical = takeNumber<std::int8_t>(description);
+    defaults.background = takeNumber<std::uint32_t>(description);
+    takeNumber<std::uint32_t>(description);  // The box that the text stands in
+    takeNumber<std::uint32_t>(description);
     const TimedTextStyle style = takeStyle(description);
     defaults.font = style.font;
     defaults.face = style.face;
@@ -308,7 +306,7 @@ TimedTextDefaults timedTextDefaults(std::span<const std::uint8_t> description) {
 void readTimedText(std::span<const std::uint8_t> sample, const TimedTextDefaults& defaults, const SampleSpan& span,
                    const TakeSampleCue& take, FindingSink& findings) {
     std::span<const std::uint8_t> rest = sample;
-    const std::size_t size = takeNumber<2>(rest);
+    const std::size_t size = takeNumber<std::uint16_t>(rest);
     if (sample.size() < 2 || size > rest.size()) {
         report(findings, FindingCode::TextSampleWrong, Severity::Error, sample.size());
         return;

@@ -25,6 +25,13 @@ struct SampleSpan {
 
 using TakeSampleCue = std::function<void(subtitles::Cue cue)>;
 
+/// Whether a text begins with the byte order mark of UTF-16.
+[[nodiscard]] bool hasUtf16Mark(std::span<const std::uint8_t> bytes) noexcept;
+
+/// The characters of a text: UTF-16 behind its byte order mark, else UTF-8. What makes no character becomes U+FFFD.
+/// @param findings Gets TextSampleUnitsWrong, SubtitleTextNotUtf8.
+[[nodiscard]] std::u32string charactersOf(std::span<const std::uint8_t> bytes, FindingSink& findings);
+
 /// What the description of a `tx3g` track says of all its samples (3GPP TS 26.245, 5.16).
 struct TimedTextDefaults {
     subtitles::Alignment alignment = subtitles::Alignment::Center;

@@ -6,19 +6,18 @@
 #include "../Module.h"
 #include "../StreamCheck.h"
 #include "CueJoiner.h"
+#include "DocumentSamples.h"
+#include "EditList.h"
 #include "SampleHeads.h"
 #include "TextBoxes.h"
 #include "TextSamples.h"
-#include "TtmlTimes.h"
 
 #include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +26,7 @@ namespace qlx::streams {
 
 using detail::Demuxer;
 using detail::DemuxStatus;
+using detail::PacketTimes;
 using detail::SampleSpan;
 using detail::StreamContent;
 
@@ -58,6 +58,128 @@ bool isTextTrack(StreamContent content) noexcept {
     return textKindOf(content) != TextTrackKind::Unreadable || content == StreamContent::OtherText;
 }
 
+/// Reads the samples of a track.
+class SampleReading {
+public:
+    /// @param stream Must outlive this, as all that follows.
+    SampleReading(const detail::DemuxedStream& stream, const TextTrack& track, detail::CueJoiner& joiner,
+                  PlacedSink& findings, const std::function<void(const TtmlFile&)>& takeHead)
+        : _stream(stream), _kind(track.kind), _joiner(joiner), _findings(findings),
+          _defaults(detail::timedTextDefaults(stream.parameters)), _head(detail::sampleHeadOf(track.header, findings)),
+          _documents(takeHead, findings) {
+        if (_kind == TextTrackKind::SubStation) {
+            const std::vector<std::uint8_t>& head = stream.parameters;
+            _events.emplace(std::string_view(reinterpret_cast<const char*>(head.data()), head.size()), findings);
+        }
+    }
+
+    void take(const detail::DemuxedPacket& packet) {
+        endHeld(packet.time);
+        if (packet.time && !packet.isDamaged && !packet.duration) {
+            _held.emplace(packet);
+            return;
+        }
+        read(packet, packet.duration);
+    }
+
+    /// @param end Of the track; none where nobody knows.
+    void finish(std::optional<std::int64_t> end) {
+        endHeld(end);
+        _findings.setPlace(0);
+        if (_events) {
+            _events->finish();
+        }
+        _documents.finish();
+    }
+
+private:
+    /// A sample that does not say how long it lasts, with what a demuxer lends.
+    class Held {
+    public:
+        explicit Held(const detail::DemuxedPacket& packet)
+            : _packet(packet), _bytes(packet.bytes.begin(), packet.bytes.end()), _name(packet.name),
+              _settings(packet.settings) {}
+
+        [[nodiscard]] detail::DemuxedPacket packet() const {
+            detail::DemuxedPacket packet = _packet;
+            packet.bytes = _bytes;
+            packet.name = _name;
+            packet.settings = _settings;
+            return packet;
+        }
+
+    private:
+        detail::DemuxedPacket _packet;
+        std::vector<std::uint8_t> _bytes;
+        std::string _name;
+        std::string _settings;
+    };
+
+    /// Samples of fragments last up to the next one (ISO/IEC 14496-12, 8.8.12, has it so where there is a gap), and so do
+    /// Matroska's blocks without a duration (RFC 9559, 5.1.3.5.3).
+    void endHeld(std::optional<std::int64_t> end) {
+        if (!_held) {
+            return;
+        }
+        const detail::DemuxedPacket packet = _held->packet();
+        const bool isLater = end && *end > *packet.time;
+        read(packet, isLater ? std::optional(*end - *packet.time) : std::nullopt);
+        _held.reset();
+    }
+
+    void read(const detail::DemuxedPacket& packet, std::optional<std::int64_t> length) {
+        _findings.setPlace(packet.place);
+        if (!packet.time || packet.isDamaged) {
+            _findings.add(
+                {FindingCode::TextSampleWrong, Severity::Error, 0, static_cast<std::int64_t>(packet.bytes.size()), 0});
+            return;
+        }
+        constexpr std::int64_t kOpenSeconds = 5;
+        if (!length) {
+            _findings.add({FindingCode::TextSampleEndMissing, Severity::Warning, 0, 0, 0});
+        }
+        const SampleSpan span{
+            MediaTime::make(*packet.time, _stream.timescale),
+            MediaTime::make(*packet.time + length.value_or(kOpenSeconds * _stream.timescale), _stream.timescale)};
+        _joiner.beginSample(span.begin);
+        const auto take = [this](subtitles::Cue cue) { _joiner.add(std::move(cue)); };
+        const std::string_view text(reinterpret_cast<const char*>(packet.bytes.data()), packet.bytes.size());
+        detail::WithoutSheets others(_findings);
+        switch (_kind) {
+        case TextTrackKind::TimedText:
+            detail::readTimedText(packet.bytes, _defaults, span, take, _findings);
+            break;
+        case TextTrackKind::Wvtt:
+            detail::readWvtt(packet.bytes, span, _head, take, others);
+            break;
+        case TextTrackKind::SubRip:
+            detail::readSubRipText(text, span, take, _findings);
+            break;
+        case TextTrackKind::WebVtt:
+            detail::readWebVttText(text, packet.name, packet.settings, span, 0, _head, take, others);
+            break;
+        case TextTrackKind::Stpp:
+            _documents.read(packet.bytes, span, take);
+            break;
+        case TextTrackKind::SubStation:
+            _events->read(text, span, take);
+            break;
+        case TextTrackKind::Unreadable:
+            break;
+        }
+    }
+
+    const detail::DemuxedStream& _stream;
+    TextTrackKind _kind;
+    detail::CueJoiner& _joiner;
+    PlacedSink& _findings;
+    detail::TimedTextDefaults _defaults;
+    detail::SampleHead _head;
+    detail::DocumentSamples _documents;
+    std::optional<detail::SubStationSamples> _events;
+    std::optional<Held> _held;
+};
+
 }  // namespace
 
 class TextTrackReader::Reading {
@@ -73,32 +195,30 @@ public:
         if (_kind == InputKind::Mov && !_source.size() && detail::isIndexBehindMedia(_source.peek(kLongestPeek))) {
             return Finding{FindingCode::ContainerIndexBehindMedia, Severity::Error, 0, 0, 0};
         }
-        const auto heads = _kind == InputKind::Mov ? detail::webVttHeads(_source) : std::nullopt;
+        const auto boxes = _kind == InputKind::Mov ? detail::textBoxesOf(_source) : std::nullopt;
         _demuxer = takesApart->demuxer(_input, _kind, _isOwner);
-        if (auto error = obstacle(_demuxer->open(), TextStage::Opening)) {
+        if (auto error =
+                obstacle(_demuxer->open(boxes ? PacketTimes::Media : PacketTimes::Shown), TextStage::Opening)) {
             return error;
         }
         if (auto error = obstacle(_demuxer->findStreams(), TextStage::TellingStreams)) {
             return error;
         }
         _streams = _demuxer->streams();
-        const auto inBoxes = static_cast<std::size_t>(
-            std::count_if(_streams.begin(), _streams.end(),
-                          [](const detail::DemuxedStream& stream) { return stream.content == StreamContent::Wvtt; }));
-        _hasHeads = heads && heads->size() == inBoxes;
-        std::size_t head = 0;
         for (std::size_t index = 0; index < _streams.size(); ++index) {
             const detail::DemuxedStream& stream = _streams[index];
-            if (isTextTrack(stream.content)) {
-                TextTrack track{textKindOf(stream.content), stream.language, stream.title, {}};
-                if (track.kind == TextTrackKind::WebVtt) {
-                    track.header.assign(stream.parameters.begin(), stream.parameters.end());
-                } else if (track.kind == TextTrackKind::Wvtt && _hasHeads) {
-                    track.header = (*heads)[head++];
-                }
-                _tracks.push_back(std::move(track));
-                _places.push_back(index);
+            if (!isTextTrack(stream.content)) {
+                continue;
             }
+            TextTrack track{textKindOf(stream.content), stream.language, stream.title, {}};
+            Details details{index, {}, true};
+            if (track.kind == TextTrackKind::WebVtt) {
+                track.header.assign(stream.parameters.begin(), stream.parameters.end());
+            } else if (_kind == InputKind::Mov) {
+                details.hasBoxes = boxes && takeBoxes(*boxes, stream, track, details);
+            }
+            _tracks.push_back(std::move(track));
+            _details.push_back(std::move(details));
         }
         return std::nullopt;
     }
@@ -109,110 +229,92 @@ public:
             return Finding{FindingCode::TextTrackUnreadable, Severity::Error, 0, static_cast<std::int64_t>(number) + 1,
                            0};
         }
+        const Details& details = _details[number];
         for (std::size_t index = 0; index < _streams.size(); ++index) {
-            if (index != _places[number]) {
+            if (index != details.stream) {
                 _demuxer->discard(index);
             }
         }
-        const detail::DemuxedStream& stream = _streams[_places[number]];
-        _defaults = detail::timedTextDefaults(stream.parameters);
+        const detail::DemuxedStream& stream = _streams[details.stream];
         const TextTrackKind kind = _tracks[number].kind;
         const bool isInParts =
             kind == TextTrackKind::TimedText || kind == TextTrackKind::Wvtt || kind == TextTrackKind::Stpp;
-        detail::CueJoiner joiner(take, isInParts);
+        std::uint64_t given = 0;
+        std::int64_t leftOut = 0;
+        const std::function<void(subtitles::Cue)> takeOfMedia = [&](const subtitles::Cue& cue) {
+            const bool isShown = details.edits.apply(cue, [&](subtitles::Cue shown) {
+                shown.number = ++given;
+                take(std::move(shown));
+            });
+            leftOut += isShown ? 0 : 1;
+        };
+        detail::CueJoiner joiner(takeOfMedia, isInParts);
         PlacedSink placed(findings);
-        if (kind == TextTrackKind::Wvtt && !_hasHeads) {
+        if (kind == TextTrackKind::Wvtt && !details.hasBoxes) {
             placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
         }
-        _head = detail::sampleHeadOf(_tracks[number].header, placed);
-        std::optional<detail::SubStationSamples> events;
-        if (kind == TextTrackKind::SubStation) {
-            events.emplace(
-                std::string_view(reinterpret_cast<const char*>(stream.parameters.data()), stream.parameters.size()),
-                placed);
-        }
+        SampleReading samples(stream, _tracks[number], joiner, placed, takeHead);
         detail::DemuxedPacket packet;
         DemuxStatus status = _demuxer->read(packet);
         for (; status == DemuxStatus::Done; status = _demuxer->read(packet)) {
-            if (packet.stream == _places[number]) {
-                placed.setPlace(packet.place);
-                takeSample(kind, stream, packet, joiner, placed, takeHead, events ? &*events : nullptr);
+            if (packet.stream == details.stream) {
+                samples.take(packet);
             }
         }
-        if (events) {
-            placed.setPlace(0);
-            events->finish();
-        }
+        // Of Matroska files it is that of the whole file.
+        samples.finish(_kind == InputKind::Mov ? _demuxer->end(details.stream) : std::nullopt);
         joiner.finish();
-        return status == DemuxStatus::End ? std::nullopt : obstacle(status, TextStage::Reading);
+        placed.setPlace(0);
+        if (leftOut != 0) {
+            placed.add({FindingCode::TextCuesEditedOut, Severity::Warning, 0, leftOut, 0});
+        }
+        if (status != DemuxStatus::End || _source.error()) {
+            return obstacle(status, TextStage::Reading);
+        }
+        sayEnd(findings);
+        return std::nullopt;
     }
 
     [[nodiscard]] const std::vector<TextTrack>& tracks() const noexcept { return _tracks; }
     [[nodiscard]] const std::string& words() const noexcept { return _words; }
 
 private:
-    void takeSample(TextTrackKind kind, const detail::DemuxedStream& stream, const detail::DemuxedPacket& packet,
-                    detail::CueJoiner& joiner, FindingSink& findings,
-                    const std::function<void(const TtmlFile&)>& takeHead, detail::SubStationSamples* events) {
-        if (!packet.time || packet.isDamaged) {
-            findings.add(
-                {FindingCode::TextSampleWrong, Severity::Error, 0, static_cast<std::int64_t>(packet.bytes.size()), 0});
-            return;
+    /// What a track has that is of no concern to who reads it.
+    struct Details {
+        std::size_t stream = 0;  ///< Its place among the streams.
+        detail::EditList edits;
+        bool hasBoxes = false;  ///< What the index says of it could be looked at.
+    };
+
+    /// @return Whether they say something of this track.
+    static bool takeBoxes(const detail::TextBoxes& boxes, const detail::DemuxedStream& stream, TextTrack& track,
+                          Details& details) {
+        const auto found =
+            std::find_if(boxes.tracks.begin(), boxes.tracks.end(),
+                         [&stream](const detail::TrackBoxes& one) { return one.number == stream.number; });
+        if (found == boxes.tracks.end()) {
+            return false;
         }
-        constexpr std::int64_t kOpenSeconds = 5;
-        const std::int64_t length = packet.duration.value_or(0);
-        if (length <= 0) {
-            findings.add({FindingCode::TextSampleEndMissing, Severity::Warning, 0, 0, 0});
-        }
-        const SampleSpan span{
-            MediaTime::make(*packet.time, stream.timescale),
-            MediaTime::make(*packet.time + (length > 0 ? length : kOpenSeconds * stream.timescale), stream.timescale)};
-        joiner.beginSample(span.begin);
-        const auto take = [&joiner](subtitles::Cue cue) { joiner.add(std::move(cue)); };
-        const std::string_view text(reinterpret_cast<const char*>(packet.bytes.data()), packet.bytes.size());
-        detail::WithoutSheets others(findings);
-        switch (kind) {
-        case TextTrackKind::TimedText:
-            detail::readTimedText(packet.bytes, _defaults, span, take, findings);
-            break;
-        case TextTrackKind::Wvtt:
-            detail::readWvtt(packet.bytes, span, _head, take, others);
-            break;
-        case TextTrackKind::SubRip:
-            detail::readSubRipText(text, span, take, findings);
-            break;
-        case TextTrackKind::WebVtt:
-            detail::readWebVttText(text, packet.name, packet.settings, span, 0, _head, take, others);
-            break;
-        case TextTrackKind::Stpp:
-            takeDocument(packet.bytes, span, take, findings, takeHead);
-            break;
-        case TextTrackKind::SubStation:
-            events->read(text, span, take);
-            break;
-        case TextTrackKind::Unreadable:
-            break;
-        }
+        details.edits = detail::EditList(found->edits, boxes.timescale, stream.timescale);
+        track.header = found->webVttHead.value_or(std::string());
+        return true;
     }
 
-    /// What of a document is shown while the sample is (ISO/IEC 14496-30, 5.3).
-    void takeDocument(std::span<const std::uint8_t> bytes, const SampleSpan& span,
-                      const std::function<void(subtitles::Cue)>& take, FindingSink& findings,
-                      const std::function<void(const TtmlFile&)>& takeHead) {
-        TtmlReadOptions options;
-        if (!std::exchange(_hasHead, true) && takeHead) {
-            options.takeHead = takeHead;
+    /// Says what lacks at the end of the file.
+    void sayEnd(FindingSink* findings) {
+        const std::vector<std::string> remarks = _demuxer->takeRemarks();
+        if (findings == nullptr) {
+            return;
         }
-        const auto takeShown = [&](subtitles::Cue cue) {
-            cue.start = detail::isBefore(cue.start, span.begin) ? span.begin : cue.start;
-            cue.end = detail::isBefore(span.end, cue.end) ? span.end : cue.end;
-            if (detail::isBefore(cue.start, cue.end)) {
-                take(std::move(cue));
-            }
-        };
-        if (const auto file = readTtml(bytes, takeShown, options, &findings); !file) {
-            findings.add(file.error());
+        if (const auto ending = _check.wrongEnd(_input.lastBytes())) {
+            findings->add(*ending);
+            return;
         }
+        for (const std::string& remark : remarks) {
+            _words = remark;
+            findings->add({FindingCode::StreamLibraryRemark, Severity::Error, _source.offset(), 0, 0});
+        }
+        _words.clear();
     }
 
     /// Why there may be nothing to read, or no more.
@@ -226,6 +328,9 @@ private:
         if (status == DemuxStatus::OutOfMemory) {
             return Finding{FindingCode::ContainerTooMuchMemory, Severity::Error, 0, static_cast<std::int64_t>(stage),
                            0};
+        }
+        if (const auto missing = _check.missingIndex(); missing && stage != TextStage::Reading) {
+            return missing;
         }
         const std::vector<std::string> remarks = _demuxer->takeRemarks();
         _words = remarks.empty() ? _demuxer->errorText() : remarks.back();
@@ -243,11 +348,7 @@ private:
     std::unique_ptr<Demuxer> _demuxer;
     std::vector<detail::DemuxedStream> _streams;
     std::vector<TextTrack> _tracks;
-    std::vector<std::size_t> _places;  ///< Of the tracks among the streams.
-    detail::TimedTextDefaults _defaults;
-    detail::SampleHead _head;
-    bool _hasHeads = false;  ///< Of `wvtt` tracks.
-    bool _hasHead = false;
+    std::vector<Details> _details;  ///< Of the tracks.
     std::string _words;
 };
 

@@ -237,6 +237,9 @@ private:
             return last;
         }
         auto [begin, end] = *shown;
+        if (!end.isValid() && _options.openEnd && isBefore(begin, *_options.openEnd)) {
+            end = *_options.openEnd;
+        }
         if (!end.isValid()) {
             constexpr std::int64_t kOpenSeconds = 5;
             end = add(begin, MediaTime::make(kOpenSeconds, 1));

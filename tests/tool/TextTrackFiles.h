@@ -40,7 +40,18 @@ struct Mp4Track {
     std::string_view handler;
     std::string entry;  ///< The sample description (ISO/IEC 14496-12, 8.5.2).
     std::vector<Sample> samples;
+    std::string edits{};  ///< Entries of an edit list (8.6.6), each of 12 bytes.
 };
+
+/// An entry of an edit list: a duration in the movie's milliseconds, and when in the media it begins, -1 for nothing.
+inline std::string edit(std::uint32_t milliseconds, std::int32_t mediaTime, std::uint32_t rate = 0x10000) {
+    return number(milliseconds, 4) + number(static_cast<std::uint32_t>(mediaTime), 4) + number(rate, 4);
+}
+
+inline std::string editBox(const std::string& edits) {
+    constexpr std::size_t kEntry = 12;
+    return edits.empty() ? std::string() : box("edts", fullBox("elst", number(edits.size() / kEntry, 4) + edits));
+}
 
 inline std::string mp4Track(const Mp4Track& track, std::size_t id, std::size_t place) {
     std::string times;
@@ -70,7 +81,7 @@ inline std::string mp4Track(const Mp4Track& track, std::size_t id, std::size_t p
                                         box("dinf", fullBox("dref", number(1, 4) + fullBox("url ", ""))) + table));
     return box("trak",
                box("tkhd", number(1, 4) + zeros(8) + number(id, 4) + zeros(4) + number(duration, 4) + zeros(60)) +
-                   media);
+                   editBox(track.edits) + media);
 }
 
 /// A file with these tracks, whose samples stand in front of the index, or behind it.
@@ -102,6 +113,39 @@ inline std::string mp4(const std::vector<Mp4Track>& tracks, bool isIndexInFront 
     }
     const std::string all = index(behind);
     return first + box("mdat", data) + all;
+}
+
+/// A fragment of a file with one track.
+struct Fragment {
+    std::uint64_t begin = 0;  ///< In milliseconds.
+    std::vector<Sample> samples;
+};
+
+/// A file whose index has no samples (8.8), but says of the one track what else there is to say.
+inline std::string fragmentedMp4(Mp4Track track, const std::vector<Fragment>& fragments) {
+    track.samples.clear();
+    const std::string extends = box("mvex", fullBox("trex", number(1, 4) + number(1, 4) + zeros(12)));
+    std::string file = box("ftyp", "iso6" + zeros(4) + "iso6") +
+                       box("moov", fullBox("mvhd", zeros(8) + number(1000, 4) + number(0, 4) + zeros(80)) +
+                                       mp4Track(track, 1, 0) + extends);
+    for (const Fragment& fragment : fragments) {
+        std::string table;
+        std::string data;
+        for (const Sample& sample : fragment.samples) {
+            table += number(sample.milliseconds, 4) + number(sample.bytes.size(), 4);
+            data += sample.bytes;
+        }
+        const auto head = [&](std::size_t offset) {
+            // Samples begin behind the fragment; each has a duration and a size.
+            const std::string run =
+                box("trun", number(0x301, 4) + number(fragment.samples.size(), 4) + number(offset, 4) + table);
+            const std::string track1 =
+                box("tfhd", number(0x20000, 4) + number(1, 4)) + fullBox("tfdt", number(fragment.begin, 4)) + run;
+            return box("moof", fullBox("mfhd", number(1, 4)) + box("traf", track1));
+        };
+        file += head(head(0).size() + 8) + box("mdat", data);
+    }
+    return file;
 }
 
 // Matroska (RFC 9559)

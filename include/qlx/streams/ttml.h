@@ -86,6 +86,9 @@ struct TtmlReadOptions {
     std::optional<FrameRate> rate{};
     /// Of these frames numbers are left out (`dropNTSC`) where neither a frame rate nor `ttp:dropMode` is in the file.
     bool isDrop = false;
+    /// Where what nothing ends does, such as the end of the sample that a document is of; none: five seconds behind its
+    /// beginning, with a finding.
+    std::optional<MediaTime> openEnd{};
     /// Gets what the file has besides cues, in front of the first of them; may be empty.
     std::function<void(const TtmlFile&)> takeHead{};
 };
@@ -96,7 +99,7 @@ struct TtmlReadOptions {
 /// than 32 MiB and nine times the file in memory, and a document type with a part of its own: nothing outside of the file
 /// is ever looked at. Everything else that cannot be used is passed over with a finding, whose offset
 /// is its line, counted from 1. Images and data that are carried along (SMPTE ST 2052-1, 5.5 ff.) are such. A paragraph
-/// that nothing ends lasts five seconds. What a `set` changes (TTML2, 13) is followed, in several cues where need be;
+/// that nothing ends lasts five seconds, or as TtmlReadOptions::openEnd says. What a `set` changes (TTML2, 13) is followed, in several cues where need be;
 /// `animate` is passed over. Where a file has regions, text in none of them is read, and a finding says that receivers do
 /// not show it. Takes time and memory in proportion to the file.
 /// @param text UTF-8, whatever its declaration says; a byte that is not becomes U+FFFD.

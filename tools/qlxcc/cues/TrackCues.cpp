@@ -53,13 +53,19 @@ Failure failureOf(const std::string& name, const Finding& error, const std::stri
 /// Tells notes of findings, with the place of their sample in front of them.
 class SamplePlaces final : public FindingSink {
 public:
-    explicit SamplePlaces(CueInputNotes& notes) : _notes(notes) {}
+    SamplePlaces(const streams::TextTrackReader& reader, CueInputNotes& notes) : _reader(reader), _notes(notes) {}
 
     void add(const Finding& finding) override {
-        _notes.found(finding.offset == 0 ? "text track" : "byte " + std::to_string(finding.offset), finding);
+        const std::string place = finding.offset == 0 ? "text track" : "byte " + std::to_string(finding.offset);
+        if (finding.code == FindingCode::StreamLibraryRemark) {
+            _notes.say(place + ": " + finding.text() + ": " + printable(_reader.libraryText()), true);
+        } else {
+            _notes.found(place, finding);
+        }
     }
 
 private:
+    const streams::TextTrackReader& _reader;
     CueInputNotes& _notes;
 };
 
@@ -157,7 +163,7 @@ bool readTrackAsCues(InputFile& file, InputKind kind, const CueRequest& request,
         input.file = subtitles::readWebVttHead(track.header, &findings);
         language = subtitles::languageOf(input.file);
     }
-    SamplePlaces places(notes);
+    SamplePlaces places(reader, notes);
     const auto failure = reader.read(
         *chosen,
         [&](subtitles::Cue cue) {

@@ -1,0 +1,63 @@
+// The samples of `stpp` tracks as cues (ISO/IEC 14496-30, 5).
+#pragma once
+
+#include "TextSamples.h"
+
+#include <qlx/base/finding.h>
+#include <qlx/streams/ttml.h>
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <set>
+#include <span>
+#include <string>
+
+namespace qlx::streams::detail {
+
+/// Reads a document a sample. Their times count from the beginning of the media; what of them is shown is what is so while
+/// their sample is.
+class DocumentSamples {
+public:
+    /// @param takeHead Gets the head of the first document; may be empty. Must outlive this.
+    /// @param findings Must outlive this.
+    DocumentSamples(const std::function<void(const TtmlFile&)>& takeHead, FindingSink& findings)
+        : _takeHead(takeHead), _findings(findings) {}
+
+    void read(std::span<const std::uint8_t> sample, const SampleSpan& span, const TakeSampleCue& take);
+
+    /// Says what no sample has shown.
+    void finish();
+
+private:
+    /// A cue of a document: others may have it again.
+    struct Name {
+        std::int64_t start = 0;  ///< In milliseconds.
+        std::size_t text = 0;    ///< Which one: a hash of it.
+
+        friend auto operator<=>(const Name&, const Name&) = default;
+    };
+
+    void takeHead(const TtmlFile& head);
+    void takeCue(subtitles::Cue cue, const SampleSpan& span, const TakeSampleCue& take);
+    void addShown(const Name& name);
+    void addOutside(const Name& name);
+
+    const std::function<void(const TtmlFile&)>& _takeHead;
+    FindingSink& _findings;
+    bool _hasHead = false;
+    TtmlFile _first;  ///< The head of the first document.
+    std::set<std::string, std::less<>>
+        _ownRegions;        ///< Of the document in hand: those that the first one has otherwise.
+    std::string _language;  ///< Of the document in hand, where it is not that of the first one.
+    // Of the last cues only: memory does not grow with a file.
+    std::deque<Name> _order;
+    std::set<Name> _shown;
+    std::set<Name> _outside;  ///< In no sample so far.
+    std::int64_t _lost = 0;
+    std::int64_t _firstLost = 0;  ///< In milliseconds.
+};
+
+}  // namespace qlx::streams::detail
