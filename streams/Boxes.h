@@ -20,6 +20,12 @@ inline constexpr std::uint32_t kTrackMedia = fourCC("mdia");
 inline constexpr std::uint32_t kTrackInformation = fourCC("minf");
 inline constexpr std::uint32_t kSampleTable = fourCC("stbl");
 inline constexpr std::uint32_t kSampleDescriptions = fourCC("stsd");
+inline constexpr std::uint32_t kSampleTimes = fourCC("stts");
+inline constexpr std::uint32_t kIndexExtends = fourCC("mvex");
+inline constexpr std::uint32_t kTrackExtends = fourCC("trex");
+inline constexpr std::uint32_t kTrackFragment = fourCC("traf");
+inline constexpr std::uint32_t kTrackFragmentHead = fourCC("tfhd");
+inline constexpr std::uint32_t kTrackRun = fourCC("trun");
 
 inline constexpr std::uint32_t kWebVttSamples = fourCC("wvtt");  ///< ISO/IEC 14496-30.
 inline constexpr std::uint32_t kWebVttHead = fourCC("vttC");     ///< Of a description of such samples.

@@ -299,9 +299,8 @@ inline constexpr FindingText kFileFindingTexts[] = {
     {TextSamplePartsLost, "{1} part{1s} of a text sample left out"},
     {TextSampleEndMissing, "a text sample without an end is taken for one of five seconds"},
     {TextTrackUnreadable, "text track {1} is none that can be read"},
-    {TextTrackHeadUnread, "what the track has in front of its cues (STYLE, REGION) cannot be read: its boxes are "
-                          "damaged, or too far from the "
-                          "beginning of a pipe"},
+    {TextTrackHeadUnread, "what the index says of the track besides its samples (edit list, STYLE, REGION) cannot be "
+                          "read: its boxes are damaged, or too far from the beginning of a pipe"},
     {TextSampleUnitsWrong, "text sample: at its byte {1} UTF-16 makes no character ({2} such place{2s})"},
     {TextSampleCuesOutside,
      "{1} cue{1s} of TTML documents outside of the time of their samples left out, the first one from {2} ms"},

@@ -1,11 +1,13 @@
 #include "DocumentSamples.h"
 
+#include "EditList.h"
 #include "TtmlTimes.h"
 
 #include <qlx/base/utf8.h>
 #include <qlx/subtitles/times.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -53,20 +55,21 @@ void DocumentSamples::read(std::span<const std::uint8_t> sample, const SampleSpa
 
 void DocumentSamples::takeHead(const TtmlFile& head) {
     _ownRegions.clear();
-    _language.clear();
     if (!std::exchange(_hasHead, true)) {
-        _first = head;
+        for (const TtmlRegion& region : head.regions) {
+            _regions.emplace(region.name, region);
+        }
         if (_takeHead) {
             _takeHead(head);
         }
         return;
     }
     for (const TtmlRegion& region : head.regions) {
-        if (std::find(_first.regions.begin(), _first.regions.end(), region) == _first.regions.end()) {
+        const auto first = _regions.find(region.name);
+        if (first == _regions.end() || first->second != region) {
             _ownRegions.insert(region.name);
         }
     }
-    _language = head.language == _first.language ? std::string() : head.language;
 }
 
 void DocumentSamples::takeCue(subtitles::Cue cue, const SampleSpan& span, const TakeSampleCue& take) {
@@ -74,8 +77,8 @@ void DocumentSamples::takeCue(subtitles::Cue cue, const SampleSpan& span, const 
     const Name name{subtitles::unitsOf(cue.start, kMilliseconds), hashOf(cue)};
     cue.start = isBefore(cue.start, span.begin) ? span.begin : cue.start;
     cue.end = isBefore(span.end, cue.end) ? span.end : cue.end;
-    if (!isBefore(cue.start, cue.end)) {
-        addOutside(name);
+    if (!isBefore(cue.start, cue.end) || !fitRuns(cue)) {
+        addOutside(name, isBefore(cue.start, span.end));
         return;
     }
     addShown(name);
@@ -83,7 +86,6 @@ void DocumentSamples::takeCue(subtitles::Cue cue, const SampleSpan& span, const 
     if (_ownRegions.contains(cue.region)) {
         cue.region.clear();
     }
-    cue.language = cue.language.empty() ? _language : cue.language;
     take(std::move(cue));
 }
 
@@ -93,32 +95,28 @@ void DocumentSamples::addShown(const Name& name) {
         _order.push_back(name);
     }
     if (_order.size() > kMostRemembered) {
+        _forgotten = std::max(_forgotten, _order.front().start);
         _shown.erase(_order.front());
         _order.pop_front();
     }
 }
 
-void DocumentSamples::addOutside(const Name& name) {
-    if (_shown.contains(name)) {
+/// @param isPast It was to be shown earlier; else later samples may do so.
+void DocumentSamples::addOutside(const Name& name, bool isPast) {
+    if (_shown.contains(name) || (isPast && name.start <= _forgotten)) {
         return;
     }
     _outside.insert(name);
     if (_outside.size() > kMostRemembered) {
-        const Name& first = *_outside.begin();
-        _firstLost = _lost == 0 ? first.start : std::min(_firstLost, first.start);
-        ++_lost;
-        _outside.erase(_outside.begin());
+        // It comes again where a document is repeated, and where not the others are said.
+        _outside.erase(std::prev(_outside.end()));
     }
 }
 
 void DocumentSamples::finish() {
     if (!_outside.empty()) {
-        const std::int64_t first = _outside.begin()->start;
-        _firstLost = _lost == 0 ? first : std::min(_firstLost, first);
-        _lost += static_cast<std::int64_t>(_outside.size());
-    }
-    if (_lost != 0) {
-        _findings.add({FindingCode::TextSampleCuesOutside, Severity::Warning, 0, _lost, _firstLost});
+        _findings.add({FindingCode::TextSampleCuesOutside, Severity::Warning, 0,
+                       static_cast<std::int64_t>(_outside.size()), _outside.begin()->start});
     }
 }
 

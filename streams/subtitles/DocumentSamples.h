@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
+#include <map>
 #include <set>
 #include <span>
 #include <string>
@@ -43,21 +45,18 @@ private:
     void takeHead(const TtmlFile& head);
     void takeCue(subtitles::Cue cue, const SampleSpan& span, const TakeSampleCue& take);
     void addShown(const Name& name);
-    void addOutside(const Name& name);
+    void addOutside(const Name& name, bool isPast);
 
     const std::function<void(const TtmlFile&)>& _takeHead;
     FindingSink& _findings;
     bool _hasHead = false;
-    TtmlFile _first;  ///< The head of the first document.
-    std::set<std::string, std::less<>>
-        _ownRegions;        ///< Of the document in hand: those that the first one has otherwise.
-    std::string _language;  ///< Of the document in hand, where it is not that of the first one.
+    std::map<std::string, TtmlRegion, std::less<>> _regions;  ///< Of the first document, by their names.
+    std::set<std::string, std::less<>> _ownRegions;  ///< Of the one in hand: those that the first one has otherwise.
     // Of the last cues only: memory does not grow with a file.
     std::deque<Name> _order;
     std::set<Name> _shown;
-    std::set<Name> _outside;  ///< In no sample so far.
-    std::int64_t _lost = 0;
-    std::int64_t _firstLost = 0;  ///< In milliseconds.
+    std::int64_t _forgotten = std::numeric_limits<std::int64_t>::min();  ///< Up to this start cues may have been shown.
+    std::set<Name> _outside;                                             ///< In no sample so far, the next ones.
 };
 
 }  // namespace qlx::streams::detail

@@ -25,6 +25,9 @@ public:
     /// @param mediaScale The same of the media.
     EditList(std::span<const Edit> edits, std::int32_t movieScale, std::int32_t mediaScale);
 
+    /// Whether all of the list is followed, and not times in it that no file has.
+    [[nodiscard]] bool isWhole() const noexcept { return _isWhole; }
+
     /// Gives a cue of the media as often as it is shown. One goes on over edits that are one piece of the media.
     /// @return Whether it is shown at all.
     bool apply(const subtitles::Cue& cue, const TakeSampleCue& take) const;
@@ -34,8 +37,10 @@ private:
     struct Piece {
         MediaTime begin;               ///< In the media.
         std::optional<MediaTime> end;  ///< The same; none: all that there is.
-        /// From there on a time is one behind the piece: the units of the movie may be coarser than those of the media.
+        /// From there on a time is one behind the piece, and up to there one in front of the next: the units of the movie
+        /// may be coarser than those of the media.
         MediaTime behind;
+        MediaTime near;
         MediaTime shift;       ///< From the media to what is shown.
         bool isStill = false;  ///< What is shown at `begin` is shown all the time.
     };
@@ -43,6 +48,11 @@ private:
     void add(const Piece& piece, bool isNext);
 
     std::optional<std::vector<Piece>> _pieces;
+    bool _isWhole = true;
 };
+
+/// Leaves out what of a cue appears when it is over already, and has what appears before its start with it.
+/// @return Whether something is left.
+[[nodiscard]] bool fitRuns(subtitles::Cue& cue);
 
 }  // namespace qlx::streams::detail

@@ -74,16 +74,24 @@ public:
     }
 
     void take(const detail::DemuxedPacket& packet) {
-        endHeld(packet.time);
-        if (packet.time && !packet.isDamaged && !packet.duration) {
-            _held.emplace(packet);
+        const bool isOrdered = packet.time && !packet.isDamaged;
+        if (!isOrdered || (!_held.empty() && *packet.time != _held.back().time()) || _heldBytes > kMostHeld) {
+            endHeld(packet.time);
+        }
+        if (!isOrdered) {
+            read(packet, std::nullopt);
             return;
         }
-        read(packet, packet.duration);
+        _heldBytes += sizeof(Held) + packet.bytes.size() + packet.name.size() + packet.settings.size();
+        _held.emplace_back(packet);
     }
 
+    /// @param lastDuration How long the last sample lasts; none: as the demuxer says.
     /// @param end Of the track; none where nobody knows.
-    void finish(std::optional<std::int64_t> end) {
+    void finish(std::optional<std::int64_t> lastDuration, std::optional<std::int64_t> end) {
+        if (lastDuration && *lastDuration > 0 && !_held.empty()) {
+            _held.back().setDuration(*lastDuration);
+        }
         endHeld(end);
         _findings.setPlace(0);
         if (_events) {
@@ -93,12 +101,16 @@ public:
     }
 
 private:
-    /// A sample that does not say how long it lasts, with what a demuxer lends.
+    /// A sample with what a demuxer lends. Where it does not say how long it lasts, the next one tells.
     class Held {
     public:
         explicit Held(const detail::DemuxedPacket& packet)
             : _packet(packet), _bytes(packet.bytes.begin(), packet.bytes.end()), _name(packet.name),
               _settings(packet.settings) {}
+
+        [[nodiscard]] std::int64_t time() const { return *_packet.time; }
+        [[nodiscard]] std::optional<std::int64_t> duration() const { return _packet.duration; }
+        void setDuration(std::int64_t duration) { _packet.duration = duration; }
 
         [[nodiscard]] detail::DemuxedPacket packet() const {
             detail::DemuxedPacket packet = _packet;
@@ -116,15 +128,16 @@ private:
     };
 
     /// Samples of fragments last up to the next one (ISO/IEC 14496-12, 8.8.12, has it so where there is a gap), and so do
-    /// Matroska's blocks without a duration (RFC 9559, 5.1.3.5.3).
+    /// Matroska's blocks without a duration (RFC 9559, 5.1.3.5.3), of which several may begin together.
     void endHeld(std::optional<std::int64_t> end) {
-        if (!_held) {
-            return;
+        for (const Held& held : _held) {
+            const bool isLater = end && *end > held.time();
+            read(held.packet(), held.duration() ? held.duration()
+                                : isLater       ? std::optional(*end - held.time())
+                                                : std::nullopt);
         }
-        const detail::DemuxedPacket packet = _held->packet();
-        const bool isLater = end && *end > *packet.time;
-        read(packet, isLater ? std::optional(*end - *packet.time) : std::nullopt);
-        _held.reset();
+        _held.clear();
+        _heldBytes = 0;
     }
 
     void read(const detail::DemuxedPacket& packet, std::optional<std::int64_t> length) {
@@ -135,14 +148,15 @@ private:
             return;
         }
         constexpr std::int64_t kOpenSeconds = 5;
-        if (!length) {
-            _findings.add({FindingCode::TextSampleEndMissing, Severity::Warning, 0, 0, 0});
-        }
         const SampleSpan span{
             MediaTime::make(*packet.time, _stream.timescale),
             MediaTime::make(*packet.time + length.value_or(kOpenSeconds * _stream.timescale), _stream.timescale)};
         _joiner.beginSample(span.begin);
-        const auto take = [this](subtitles::Cue cue) { _joiner.add(std::move(cue)); };
+        bool isSeen = false;
+        const auto take = [this, &isSeen](subtitles::Cue cue) {
+            isSeen = true;
+            _joiner.add(std::move(cue));
+        };
         const std::string_view text(reinterpret_cast<const char*>(packet.bytes.data()), packet.bytes.size());
         detail::WithoutSheets others(_findings);
         switch (_kind) {
@@ -167,7 +181,12 @@ private:
         case TextTrackKind::Unreadable:
             break;
         }
+        if (!length && isSeen) {
+            _findings.add({FindingCode::TextSampleEndMissing, Severity::Warning, 0, 0, 0});
+        }
     }
+
+    static constexpr std::size_t kMostHeld = std::size_t{1} << 20U;
 
     const detail::DemuxedStream& _stream;
     TextTrackKind _kind;
@@ -177,7 +196,8 @@ private:
     detail::SampleHead _head;
     detail::DocumentSamples _documents;
     std::optional<detail::SubStationSamples> _events;
-    std::optional<Held> _held;
+    std::vector<Held> _held;     ///< All of one time.
+    std::size_t _heldBytes = 0;  ///< About as many.
 };
 
 }  // namespace
@@ -201,8 +221,12 @@ public:
                 obstacle(_demuxer->open(boxes ? PacketTimes::Media : PacketTimes::Shown), TextStage::Opening)) {
             return error;
         }
-        if (auto error = obstacle(_demuxer->findStreams(), TextStage::TellingStreams)) {
-            return error;
+        // The index says all of the streams; what the library finds out besides has the times of the movie for those of
+        // a track.
+        if (!boxes) {
+            if (auto error = obstacle(_demuxer->findStreams(), TextStage::TellingStreams)) {
+                return error;
+            }
         }
         _streams = _demuxer->streams();
         for (std::size_t index = 0; index < _streams.size(); ++index) {
@@ -211,11 +235,12 @@ public:
                 continue;
             }
             TextTrack track{textKindOf(stream.content), stream.language, stream.title, {}};
-            Details details{index, {}, true};
+            Details details;
+            details.stream = index;
             if (track.kind == TextTrackKind::WebVtt) {
                 track.header.assign(stream.parameters.begin(), stream.parameters.end());
             } else if (_kind == InputKind::Mov) {
-                details.hasBoxes = boxes && takeBoxes(*boxes, stream, track, details);
+                takeBoxes(boxes, index, track, details);
             }
             _tracks.push_back(std::move(track));
             _details.push_back(std::move(details));
@@ -250,7 +275,7 @@ public:
         };
         detail::CueJoiner joiner(takeOfMedia, isInParts);
         PlacedSink placed(findings);
-        if (kind == TextTrackKind::Wvtt && !details.hasBoxes) {
+        if (_kind == InputKind::Mov && !details.hasBoxes) {
             placed.add({FindingCode::TextTrackHeadUnread, Severity::Warning, 0, 0, 0});
         }
         SampleReading samples(stream, _tracks[number], joiner, placed, takeHead);
@@ -261,8 +286,13 @@ public:
                 samples.take(packet);
             }
         }
-        // Of Matroska files it is that of the whole file.
-        samples.finish(_kind == InputKind::Mov ? _demuxer->end(details.stream) : std::nullopt);
+        const std::uint64_t end = _source.offset();
+        if (_kind == InputKind::Mov) {
+            samples.finish(lastDuration(details), _demuxer->end(details.stream));
+        } else {
+            // What the library says is of the whole file.
+            samples.finish(std::nullopt, std::nullopt);
+        }
         joiner.finish();
         placed.setPlace(0);
         if (leftOut != 0) {
@@ -271,7 +301,7 @@ public:
         if (status != DemuxStatus::End || _source.error()) {
             return obstacle(status, TextStage::Reading);
         }
-        sayEnd(findings);
+        sayEnd(end, findings);
         return std::nullopt;
     }
 
@@ -283,25 +313,44 @@ private:
     struct Details {
         std::size_t stream = 0;  ///< Its place among the streams.
         detail::EditList edits;
-        bool hasBoxes = false;  ///< What the index says of it could be looked at.
+        bool hasBoxes = false;                      ///< What the index says of it could be looked at.
+        std::optional<std::uint32_t> lastDuration;  ///< As the index says it.
+        bool hasFragments = false;                  ///< The last sample may be one of another place.
     };
 
-    /// @return Whether they say something of this track.
-    static bool takeBoxes(const detail::TextBoxes& boxes, const detail::DemuxedStream& stream, TextTrack& track,
-                          Details& details) {
-        const auto found =
-            std::find_if(boxes.tracks.begin(), boxes.tracks.end(),
-                         [&stream](const detail::TrackBoxes& one) { return one.number == stream.number; });
-        if (found == boxes.tracks.end()) {
-            return false;
+    /// @param index Of the stream.
+    void takeBoxes(const std::optional<detail::TextBoxes>& boxes, std::size_t index, TextTrack& track,
+                   Details& details) const {
+        if (!boxes) {
+            return;
         }
-        details.edits = detail::EditList(found->edits, boxes.timescale, stream.timescale);
+        const detail::DemuxedStream& stream = _streams[index];
+        // Tracks of the same number, of which there should be none, stand in the same order.
+        const auto isOfNumber = [&stream](const auto& one) { return one.number == stream.number; };
+        auto before =
+            std::count_if(_streams.begin(), _streams.begin() + static_cast<std::ptrdiff_t>(index), isOfNumber);
+        const auto found = std::find_if(boxes->tracks.begin(), boxes->tracks.end(),
+                                        [&](const auto& one) { return isOfNumber(one) && before-- == 0; });
+        if (found == boxes->tracks.end() || !found->isWhole) {
+            return;
+        }
+        details.edits = detail::EditList(found->edits, boxes->timescale, stream.timescale);
+        details.hasBoxes = details.edits.isWhole() && (track.kind != TextTrackKind::Wvtt || found->webVttHead);
+        details.lastDuration = found->lastDuration;
+        details.hasFragments = boxes->hasFragments;
         track.header = found->webVttHead.value_or(std::string());
-        return true;
+    }
+
+    std::optional<std::uint32_t> lastDuration(const Details& details) {
+        if (!details.hasFragments) {
+            return details.lastDuration;
+        }
+        const auto ofFragment = detail::lastFragmentDuration(_source, _streams[details.stream].number);
+        return ofFragment || !_source.size() ? ofFragment : details.lastDuration;
     }
 
     /// Says what lacks at the end of the file.
-    void sayEnd(FindingSink* findings) {
+    void sayEnd(std::uint64_t end, FindingSink* findings) {
         const std::vector<std::string> remarks = _demuxer->takeRemarks();
         if (findings == nullptr) {
             return;
@@ -312,7 +361,7 @@ private:
         }
         for (const std::string& remark : remarks) {
             _words = remark;
-            findings->add({FindingCode::StreamLibraryRemark, Severity::Error, _source.offset(), 0, 0});
+            findings->add({FindingCode::StreamLibraryRemark, Severity::Error, end, 0, 0});
         }
         _words.clear();
     }

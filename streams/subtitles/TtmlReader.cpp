@@ -237,14 +237,14 @@ private:
             return last;
         }
         auto [begin, end] = *shown;
-        if (!end.isValid() && _options.openEnd && isBefore(begin, *_options.openEnd)) {
-            end = *_options.openEnd;
-        }
         if (!end.isValid()) {
             constexpr std::int64_t kOpenSeconds = 5;
-            end = add(begin, MediaTime::make(kOpenSeconds, 1));
-            _report.add(FindingCode::TtmlEndMissing, Severity::Warning, element, milliseconds(begin),
-                        milliseconds(end));
+            const bool isInTime = _options.openEnd && isBefore(begin, *_options.openEnd);
+            end = isInTime ? *_options.openEnd : add(begin, MediaTime::make(kOpenSeconds, 1));
+            if (!_options.openEnd) {
+                _report.add(FindingCode::TtmlEndMissing, Severity::Warning, element, milliseconds(begin),
+                            milliseconds(end));
+            }
         }
         if (!end.isValid() || !isBefore(begin, end)) {
             _report.add(FindingCode::TtmlNeverShown, Severity::Warning, element, milliseconds(begin),

@@ -40,7 +40,7 @@ struct Mp4Track {
     std::string_view handler;
     std::string entry;  ///< The sample description (ISO/IEC 14496-12, 8.5.2).
     std::vector<Sample> samples;
-    std::string edits{};  ///< Entries of an edit list (8.6.6), each of 12 bytes.
+    std::string edits{};  ///< The box of an edit list (8.6.5), if there is one.
 };
 
 /// An entry of an edit list: a duration in the movie's milliseconds, and when in the media it begins, -1 for nothing.
@@ -48,9 +48,16 @@ inline std::string edit(std::uint32_t milliseconds, std::int32_t mediaTime, std:
     return number(milliseconds, 4) + number(static_cast<std::uint32_t>(mediaTime), 4) + number(rate, 4);
 }
 
-inline std::string editBox(const std::string& edits) {
-    constexpr std::size_t kEntry = 12;
-    return edits.empty() ? std::string() : box("edts", fullBox("elst", number(edits.size() / kEntry, 4) + edits));
+/// The same with numbers of 64 bits.
+inline std::string longEdit(std::uint64_t milliseconds, std::int64_t mediaTime) {
+    return number(milliseconds, 8) + number(static_cast<std::uint64_t>(mediaTime), 8) + number(0x10000, 4);
+}
+
+inline std::string editBox(const std::string& edits, unsigned version = 0) {
+    const std::size_t entry = version == 0 ? 12 : 20;
+    return edits.empty()
+               ? std::string()
+               : box("edts", box("elst", number(version, 1) + zeros(3) + number(edits.size() / entry, 4) + edits));
 }
 
 inline std::string mp4Track(const Mp4Track& track, std::size_t id, std::size_t place) {
@@ -81,12 +88,14 @@ inline std::string mp4Track(const Mp4Track& track, std::size_t id, std::size_t p
                                         box("dinf", fullBox("dref", number(1, 4) + fullBox("url ", ""))) + table));
     return box("trak",
                box("tkhd", number(1, 4) + zeros(8) + number(id, 4) + zeros(4) + number(duration, 4) + zeros(60)) +
-                   editBox(track.edits) + media);
+                   track.edits + media);
 }
 
 /// A file with these tracks, whose samples stand in front of the index, or behind it.
 /// @param padding Bytes in front of the tracks in the index.
-inline std::string mp4(const std::vector<Mp4Track>& tracks, bool isIndexInFront = false, std::size_t padding = 0) {
+/// @param scale Units of edit lists in a second.
+inline std::string mp4(const std::vector<Mp4Track>& tracks, bool isIndexInFront = false, std::size_t padding = 0,
+                       std::uint32_t scale = 1000) {
     const std::string first = box("ftyp", "isom" + zeros(4) + "isom");
     std::string data;
     std::uint64_t longest = 0;
@@ -102,7 +111,7 @@ inline std::string mp4(const std::vector<Mp4Track>& tracks, bool isIndexInFront 
             }
             longest = std::max(longest, duration);
         }
-        const std::string header = fullBox("mvhd", zeros(8) + number(1000, 4) + number(longest, 4) + zeros(80));
+        const std::string header = fullBox("mvhd", zeros(8) + number(scale, 4) + number(longest, 4) + zeros(80));
         return box("moov", header + (padding == 0 ? "" : box("free", zeros(padding))) + all);
     };
     const std::size_t behind = first.size() + 8;

@@ -25,7 +25,7 @@ std::string timedText(std::string_view text) {
 
 Mp4Track timedTextTrack(std::vector<Sample> samples, const std::string& edits = {}) {
     // Its description is cut short, which leaves what is usual.
-    return {"und", "sbtl", box("tx3g", zeros(6) + number(1, 2)), std::move(samples), edits};
+    return {"und", "sbtl", box("tx3g", zeros(6) + number(1, 2)), std::move(samples), editBox(edits)};
 }
 
 Mp4Track wvttTrack() {
@@ -34,7 +34,7 @@ Mp4Track wvttTrack() {
 
 Mp4Track documentTrack(std::vector<Sample> samples = {}, const std::string& edits = {}) {
     const std::string entry = box("stpp", zeros(6) + number(1, 2) + "http://www.w3.org/ns/ttml" + zeros(3));
-    return {"und", "subt", entry, std::move(samples), edits};
+    return {"und", "subt", entry, std::move(samples), editBox(edits)};
 }
 
 std::string cueBox(const std::string& text) {
@@ -105,10 +105,12 @@ TEST(TextTrackTimes, OfFragmentsEndWhereTheNextSampleBegins) {
 TEST(TextTrackTimes, OfMatroskaBlocksWithoutADurationEndWhereTheNextBegins) {
     const TemporaryFolder folder;
     const std::string file = folder.write(
-        "in.mkv", matroska({{"S_TEXT/UTF8", "ger"}},
-                           {{1, 1000, 0, "a"}, {1, 2000, 500, "b"}, {1, 4000, 0, "c"}, {1, 20'000, 0, "d"}}));
+        "in.mkv",
+        matroska({{"S_TEXT/UTF8", "ger"}},
+                 {{1, 1000, 0, "a"}, {1, 2000, 500, "b"}, {1, 4000, 0, "c"}, {1, 4000, 0, "d"}, {1, 20'000, 0, "e"}}));
     const ToolResult result = converted(file);
-    EXPECT_EQ(cuesOf(result.out), (Cues{"1000-2000 a", "2000-2500 b", "4000-20000 c", "20000-25000 d"}));
+    EXPECT_EQ(cuesOf(result.out),
+              (Cues{"1000-2000 a", "2000-2500 b", "4000-20000 c", "4000-20000 d", "20000-25000 e"}));
     // The last one alone.
     const std::size_t said = result.err.find("without an end is taken for one of five seconds");
     EXPECT_NE(said, std::string::npos) << result.err;
@@ -138,8 +140,9 @@ TEST(TextTrackTimes, AreThoseOfEditLists) {
         // The same piece again, and a moment that stays.
         {edit(1000, 0) + edit(500, -1) + edit(1000, 0), {"0-1000 a", "1500-2500 a"}, 2},
         {edit(4000, 1500, 0), {"0-4000 b"}, 2},
-        // The units of the movie may be coarser than those of the media: the end is not cut.
-        {edit(2999, 0), {"0-1000 a", "1000-2000 b", "2000-2999 c"}},
+        {edit(2990, 0), {"0-1000 a", "1000-2000 b", "2000-2990 c"}},
+        // Longer than any file, and so to the end.
+        {edit(1000, -1) + edit(0xFFFFFFFF, 0), {"1000-2000 a", "2000-3000 b", "3000-4000 c"}},
         {edit(1000, -1), {}, 3},
     };
     for (const Case& each : cases) {
@@ -150,11 +153,87 @@ TEST(TextTrackTimes, AreThoseOfEditLists) {
         EXPECT_EQ(result.err.find(said) != std::string::npos, each.leftOut != 0) << result.err;
         EXPECT_EQ(result.err.find("which the edit list") != std::string::npos, each.leftOut != 0) << result.err;
     }
+    // The units of the movie are coarser than those of the media: what seems to be cut, or left out, is not.
+    for (const std::string& edits : {edit(2, 0), edit(1, 0) + edit(1, 505), edit(1, 0) + edit(1, 495)}) {
+        const std::string coarse = mp4({timedTextTrack({{timedText("a"), 1005}}, edits)}, false, 0, 2);
+        EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", coarse)).out), (Cues{"0-1005 a"}));
+    }
+    const std::string cut = mp4({timedTextTrack({{timedText("a"), 1015}}, edit(2, 0))}, false, 0, 2);
+    EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", cut)).out), (Cues{"0-1000 a"}));
+    // Each track has its own, in numbers of 64 bits too.
+    const std::string longEdits = editBox(longEdit(700, -1) + longEdit(std::uint64_t{1} << 40U, 1500), 1);
+    Mp4Track second{"eng", "sbtl", box("tx3g", zeros(6) + number(1, 2)), samples, longEdits};
+    const std::string file = folder.write("in.mp4", mp4({timedTextTrack(samples, edit(500, 0)), std::move(second)}));
+    EXPECT_EQ(cuesOf(converted(file).out), (Cues{"0-500 a"}));
+    EXPECT_EQ(cuesOf(runTool({"convert", file, "-o", "-", "--to-format", "srt", "--track", "2"}).out),
+              (Cues{"700-1200 b", "1200-2200 c"}));
     // Of fragments too.
     const std::string fragments = fragmentedMp4(timedTextTrack({}, edit(1000, -1) + edit(0, 500)),
                                                 {{0, samples}, {3000, {{timedText("d"), 700}}}});
     EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", fragments)).out),
               (Cues{"1000-1500 a", "1500-2500 b", "2500-3500 c", "3500-4200 d"}));
+}
+
+TEST(TextTrackTimes, AreThoseOfTheMediaWhereAnEditListCannotBeRead) {
+    const TemporaryFolder folder;
+    const std::vector<Sample> samples{{timedText("a"), 1000}, {timedText("b"), 1000}};
+    std::string many;
+    for (int index = 0; index <= 1000; ++index) {
+        many += edit(1, index);
+    }
+    const std::string cases[] = {editBox(many), editBox(edit(1000, 500, 0x20000)), editBox(edit(1000, -2)),
+                                 editBox(longEdit(1000, 500), 2),
+                                 // More entries than there are.
+                                 box("edts", fullBox("elst", number(2, 4) + edit(1000, 500)))};
+    for (const std::string& edits : cases) {
+        Mp4Track track = timedTextTrack(samples);
+        track.edits = edits;
+        const ToolResult result = converted(folder.write("in.mp4", mp4({track})));
+        EXPECT_EQ(cuesOf(result.out), (Cues{"0-1000 a", "1000-2000 b"}));
+        EXPECT_NE(result.err.find("what the index says of the track besides its samples (edit list, STYLE, REGION) "
+                                  "cannot be read"),
+                  std::string::npos)
+            << result.err;
+    }
+    // Another track is not concerned.
+    Mp4Track broken = timedTextTrack(samples);
+    broken.edits = cases[0];
+    const ToolResult other =
+        runTool({"convert", folder.write("in.mp4", mp4({broken, timedTextTrack(samples, edit(500, 700))})), "-o", "-",
+                 "--to-format", "srt", "--track", "2"});
+    EXPECT_EQ(cuesOf(other.out), (Cues{"0-300 a", "300-500 b"}));
+    EXPECT_EQ(other.err.find("cannot be read"), std::string::npos) << other.err;
+}
+
+TEST(TextTrackTimes, OfTheLastSampleAreItsOwn) {
+    const TemporaryFolder folder;
+    // Other tracks are longer, and so is the whole file.
+    const Mp4Track longer = timedTextTrack({{timedText("x"), 60'000}});
+    EXPECT_EQ(
+        cuesOf(converted(folder.write("in.mp4",
+                                      mp4({timedTextTrack({{timedText("a"), 1000}, {timedText("b"), 2500}}), longer})))
+                   .out),
+        (Cues{"0-1000 a", "1000-3500 b"}));
+    // The track says that it is longer, or shorter.
+    const auto withLength = [](std::string file, std::uint32_t milliseconds) {
+        constexpr std::size_t kDuration = 20;
+        return file.replace(file.find("mdhd") + kDuration, 4, number(milliseconds, 4));
+    };
+    for (const std::uint32_t length : {60'000U, 1500U, 0U}) {
+        const std::string whole = mp4({timedTextTrack({{timedText("a"), 1000}, {timedText("b"), 2500}})});
+        EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", withLength(whole, length))).out),
+                  (Cues{"0-1000 a", "1000-3500 b"}));
+        const std::string parts =
+            fragmentedMp4(timedTextTrack({}),
+                          {{0, {{timedText("a"), 1000}}}, {1000, {{timedText("b"), 400}, {timedText("c"), 700}}}});
+        EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", withLength(parts, length))).out),
+                  (Cues{"0-1000 a", "1000-1400 b", "1400-2100 c"}));
+    }
+    // Nothing is shown that would need an end.
+    const ToolResult empty =
+        converted(folder.write("in.mp4", mp4({timedTextTrack({{timedText("a"), 1000}, {timedText(""), 0}})})));
+    EXPECT_EQ(cuesOf(empty.out), (Cues{"0-1000 a"}));
+    EXPECT_EQ(empty.err, "");
 }
 
 TEST(TextTrackTimes, OfDocumentsCountFromTheBeginningOfTheMedia) {
@@ -167,6 +246,8 @@ TEST(TextTrackTimes, OfDocumentsCountFromTheBeginningOfTheMedia) {
     EXPECT_NE(vtt(edit(2000, -1) + edit(60'000, 0)).find("00:00:03.000 --> 00:00:04.000\na<00:00:03.500>b\n"),
               std::string::npos)
         << vtt(edit(2000, -1) + edit(60'000, 0));
+    // What appears behind a cut does not.
+    EXPECT_NE(vtt(edit(1250, 0)).find("00:00:01.000 --> 00:00:01.250\na\n"), std::string::npos) << vtt(edit(1250, 0));
     EXPECT_NE(vtt(edit(60'000, 9500)).find("00:00:00.500 --> 00:00:01.500\nc\n"), std::string::npos)
         << vtt(edit(60'000, 9500));
 }
@@ -187,6 +268,18 @@ TEST(TextTrackTimes, OfDocumentsAreWithinTheirSamples) {
     const ToolResult again = converts({{all, 2000}, {all, 2000}});
     EXPECT_EQ(cuesOf(again.out), (Cues{"0-1000 a", "1000-3000 b", "3000-4000 c"}));
     EXPECT_EQ(again.err, "");
+    // Of very many too.
+    std::string paragraphs;
+    constexpr int kCues = 10'500;
+    for (int index = 0; index < kCues; ++index) {
+        const std::string begin = std::to_string(index * 10);
+        paragraphs +=
+            "<p begin=\"" + begin + "ms\" end=\"" + std::to_string(index * 10 + 10) + "ms\">" + begin + "</p>";
+    }
+    const std::string longest = document(paragraphs);
+    const ToolResult many = converts({{longest, 50'000}, {longest, 50'000}, {longest, 5000}});
+    EXPECT_EQ(cuesOf(many.out).size(), std::size_t{kCues});
+    EXPECT_EQ(many.err, "");
     // What no sample shows.
     const ToolResult lost = converts({{document("<p begin=\"1s\" end=\"2s\">a</p>"), 2000},
                                       {document("<p begin=\"0s\" end=\"1s\">b</p><p begin=\"4s\">c</p>"), 2000}});

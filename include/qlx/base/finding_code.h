@@ -576,7 +576,7 @@ enum class FindingCode : std::uint32_t {
     TextSamplePartsLost,          ///< How many parts of the sample mean nothing here.
     TextSampleEndMissing,         ///< No numbers; it lasts five seconds.
     TextTrackUnreadable,          ///< The track, counted from 1.
-    TextTrackHeadUnread,   ///< No numbers; styles and regions of a `wvtt` track, behind damage or too far in a pipe.
+    TextTrackHeadUnread,   ///< No numbers; edit list, styles and regions of a track: damaged, or too far in a pipe.
     TextSampleUnitsWrong,  ///< Byte of the sample, of how many places where UTF-16 makes no character the first one.
     /// Cues of TTML documents that are not shown while their samples are, milliseconds of the first one's start.
     TextSampleCuesOutside,

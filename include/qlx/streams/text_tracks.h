@@ -53,7 +53,7 @@ struct TextTrack {
     [[nodiscard]] friend bool operator==(const TextTrack&, const TextTrack&) = default;
 };
 
-/// Reads the text tracks of a container. Memory holds two samples and the cues that go on behind them, never a whole file.
+/// Reads the text tracks of a container. Memory holds some samples and the cues that go on behind them, never a whole file.
 class QLX_STREAMS_EXPORT TextTrackReader {
 public:
     /// @param source At the beginning of the file; must outlive the reader.
@@ -76,18 +76,18 @@ public:
     ///
     /// Their times are those of the samples, of `stpp` also those within the documents, which count from the beginning
     /// of the media. A sample that does not say how long it lasts, as those of fragments, ends where the next one
-    /// begins (ISO/IEC 14496-12, 8.8.12; RFC 9559, 5.1.3.5.3); the last one where the track does, or five seconds later
+    /// begins (ISO/IEC 14496-12, 8.8.12; RFC 9559, 5.1.3.5.3); the last one as its table says, or five seconds later
     /// (TextSampleEndMissing). Then cues of MP4 files that are cut where samples end are joined again, and the edit
     /// list of the track is followed (8.6.6): what it shows twice is given twice, and what it does not show is counted
     /// (TextCuesEditedOut). Where its boxes cannot be read, as those of a pipe behind its first MiB, the library's
-    /// times are taken.
+    /// times are taken, or those of the media (TextTrackHeadUnread).
     ///
     /// Findings have as their offset the first byte of the sample, 0 where that is not known: TextSampleWrong,
     /// TextSampleUnitsWrong, TextSamplePartsLost, TextSampleEndMissing, TextSampleCuesOutside, TextTrackHeadUnread, and
     /// those of the formats. Those of a file that ends too early have the byte at which it does: what ContainerReader
     /// says then, or StreamLibraryRemark, with the words in libraryText() as long as the sink looks at it.
     /// @param track Its place among tracks().
-    /// @param take Gets the cues, in the order of their samples.
+    /// @param take Gets the cues, in the order of their samples: that of times, unless an edit list has another one.
     /// @param findings May be null.
     /// @param takeHead Gets the head of the first document of an `stpp` track, in front of its cues; may be empty.
     ///   Cues of later documents name no regions but those of the first one: what is another region under such a name

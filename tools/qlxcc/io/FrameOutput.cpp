@@ -126,6 +126,12 @@ void FrameFile::finish() {
     }
 }
 
+bool isBehindMidnight(std::uint64_t number, const FrameOutputOptions& frames) {
+    return frames.format == FrameFormat::Mcc &&
+           number >=
+               cc::FrameCount(frames.mcc.rate, frames.mcc.dropsFrames && cc::mayDropFrames(frames.mcc.rate)).ofDay();
+}
+
 std::optional<FrameFormat> frameFormatNamed(std::string_view name) noexcept {
     return name == "v210"    ? std::optional(FrameFormat::V210)
            : name == "klv"   ? std::optional(FrameFormat::Klv)

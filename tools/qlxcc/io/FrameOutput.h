@@ -43,6 +43,10 @@ struct FrameOutputOptions {
     streams::TransportWriterOptions transport{};
 };
 
+/// Whether a frame of an MCC file stands behind the last timecode of a day, where the first one comes again. Scenarist
+/// files end there.
+[[nodiscard]] bool isBehindMidnight(std::uint64_t number, const FrameOutputOptions& frames);
+
 /// The format called `v210`, `klv` or `jsonl`.
 [[nodiscard]] std::optional<FrameFormat> frameFormatNamed(std::string_view name) noexcept;
 

@@ -41,12 +41,6 @@ void keepCounting(const std::optional<cc::TimeCodeCounting>& own, FrameOutputOpt
     }
 }
 
-bool isBehindMidnight(std::uint64_t number, const FrameOutputOptions& frames) {
-    return frames.format == FrameFormat::Mcc &&
-           number >=
-               cc::FrameCount(frames.mcc.rate, frames.mcc.dropsFrames && cc::mayDropFrames(frames.mcc.rate)).ofDay();
-}
-
 double framesUpTo(const MediaTime& time, const TimeChange& change, FrameRate rate) {
     const auto minus = [](const MediaTime& value) { return MediaTime::make(-value.value, value.timescale); };
     MediaTime changed = change.fromStart ? add(time, minus(*change.fromStart)) : time;

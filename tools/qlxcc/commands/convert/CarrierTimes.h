@@ -28,10 +28,6 @@ namespace qlx::tool {
 /// @param own How those count; none: there are none.
 void keepCounting(const std::optional<cc::TimeCodeCounting>& own, FrameOutputOptions& frames);
 
-/// Whether a frame of an MCC file stands behind the last timecode of a day, where the first one comes again. Scenarist
-/// files end there.
-[[nodiscard]] bool isBehindMidnight(std::uint64_t number, const FrameOutputOptions& frames);
-
 /// How many frames a time is behind the beginning of what is written.
 /// @param change Without a scale.
 [[nodiscard]] double framesUpTo(const MediaTime& time, const TimeChange& change, FrameRate rate);
