@@ -283,4 +283,28 @@ TEST(Timecode, CountsOnWithoutDropping) {
     EXPECT_EQ(timecodeAt2997(24 * 108000, false), std::nullopt);
 }
 
+TEST(PlayCaptions, SaysThatTimecodesOfMccBeginAgainBehindMidnight) {
+    const TemporaryFolder folder;
+    const std::string input = folder.write("in.srt", srt({{"23:59:59,000", "24:00:01,000", "Hi"}}));
+    const std::string output = folder.path("o.mcc");
+    const auto play = [&](const std::string& duration, const std::vector<std::string>& more = {}) {
+        std::vector<std::string> arguments{"play",   input,      "--mode", "captions", "--rate",     "25",
+                                           "--from", "23:59:58", "-o",     output,     "--duration", duration};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return runTool(arguments);
+    };
+    const std::string said = output + ": timecodes begin again at 00:00:00:00 behind midnight";
+    const ToolResult within = play("00:00:02");
+    EXPECT_EQ(within.exitCode, 0) << within.err;
+    EXPECT_EQ(within.err.find("midnight"), std::string::npos) << within.err;
+    const ToolResult behind = play("00:00:03");
+    EXPECT_EQ(behind.exitCode, 0) << behind.err;
+    EXPECT_NE(behind.err.find(said), std::string::npos) << behind.err;
+    const std::string written = folder.read("o.mcc");
+    EXPECT_NE(written.find("\n23:59:59:24\t"), std::string::npos);
+    EXPECT_NE(written.find("\n00:00:00:00\t"), std::string::npos);
+    EXPECT_EQ(play("00:00:03", {"--strict"}).exitCode, 1);
+    EXPECT_EQ(play("00:00:03", {"--to-format", "klv"}).err.find("midnight"), std::string::npos);
+}
+
 }  // namespace

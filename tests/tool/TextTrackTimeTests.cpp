@@ -155,8 +155,8 @@ TEST(TextTrackTimes, AreThoseOfEditLists) {
     }
     // The units of the movie are coarser than those of the media: what seems to be cut, or left out, is not.
     for (const std::string& edits : {edit(2, 0), edit(1, 0) + edit(1, 505), edit(1, 0) + edit(1, 495)}) {
-        const std::string coarse = mp4({timedTextTrack({{timedText("a"), 1005}}, edits)}, false, 0, 2);
-        EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", coarse)).out), (Cues{"0-1005 a"}));
+        const std::string coarse = mp4({timedTextTrack({{timedText("a"), 1003}}, edits)}, false, 0, 2);
+        EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", coarse)).out), (Cues{"0-1003 a"}));
     }
     const std::string cut = mp4({timedTextTrack({{timedText("a"), 1015}}, edit(2, 0))}, false, 0, 2);
     EXPECT_EQ(cuesOf(converted(folder.write("in.mp4", cut)).out), (Cues{"0-1000 a"}));

@@ -3,9 +3,11 @@
 #include "commands/play/Playout.h"
 #include "cues/CaptionFrames.h"
 #include "io/Errors.h"
+#include "io/FrameOutput.h"
 #include "io/Progress.h"
 #include "io/Text.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -58,6 +60,19 @@ std::unique_ptr<FrameWriter> makeWriter(const PlayOptions& options, Playout& pla
     return playout.makeSchedule(output);
 }
 
+/// Says where the timecodes of an MCC file begin again.
+/// @return Whether they do.
+bool saysMidnight(const PlayOptions& options, std::uint64_t last, const std::string& name) {
+    FrameOutputOptions frames;
+    frames.format = FrameFormat::Mcc;
+    frames.mcc = options.mcc;
+    if (options.format != PlayFormat::Mcc || !isBehindMidnight(last, frames)) {
+        return false;
+    }
+    printNote("warning: " + name + ": timecodes begin again at 00:00:00:00 behind midnight");
+    return true;
+}
+
 }  // namespace
 
 int play(const PlayOptions& options) {
@@ -88,8 +103,9 @@ int play(const PlayOptions& options) {
         printNote("remark: " + output.name() + ": " + counted(number - range.end, "more frame") +
                   " for cues that are late");
     }
+    const bool isOverMidnight = number > range.first && saysMidnight(options, number - 1, output.name());
     output.commit();
-    const bool isLossy = playout->isLossy() || !leftOut->isEmpty();
+    const bool isLossy = playout->isLossy() || !leftOut->isEmpty() || isOverMidnight;
     const bool hasFailed = playout->isDamaged() || (options.isStrict && isLossy);
     if (hasFailed) {
         printWhyItFails(output.name(), std::string(playout->isDamaged() ? "problems" : "") +
