@@ -14,11 +14,18 @@ bool hasLetters(const Row& row) {
                        [](const Run& run) { return run.text.find_first_not_of(" \t\r\n") != std::string::npos; });
 }
 
+/// Whether two are shown together. That cues touch for a frame or two is no such thing: many files have it everywhere, and
+/// cues shorter than a frame last one.
+bool areTogether(const StlRowTaken& left, const StlRowTaken& right) noexcept {
+    constexpr std::int64_t kTouching = 2;
+    return std::min(left.to, right.to) - std::max(left.from, right.from) > kTouching;
+}
+
 /// The first of some rows of the screen that is taken while something is shown; 0 for none.
 std::uint64_t firstTaken(std::span<const StlRowTaken> taken, std::uint64_t first, std::uint64_t last,
                          const StlRowTaken& shown) noexcept {
     for (std::uint64_t row = first; row <= last && row < taken.size(); ++row) {
-        if (row != 0 && taken[row].from < shown.to && shown.from < taken[row].to) {
+        if (row != 0 && areTogether(taken[row], shown)) {
             return row;
         }
     }
@@ -30,7 +37,9 @@ std::uint64_t firstTaken(std::span<const StlRowTaken> taken, std::uint64_t first
 StlRowPlaces::StlRowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64_t height)
     : _cue(cue), _screen(screenRows), _height(height),
       _areNumbered(std::all_of(cue.rows.begin(), cue.rows.end(),
-                               [](const Row& row) { return row.number != 0 || !hasLetters(row); })) {
+                               [](const Row& row) { return row.number != 0 || !hasLetters(row); })),
+      _isFixed(_areNumbered && (screenRowsOf(cue) == screenRows || screenRowsOf(cue) == kTallTeletextRows ||
+                                teletextRowOf(cue.screenRows, 1))) {
     std::uint64_t next = 1;
     for (const Row& row : _cue.rows) {
         const bool isText = hasLetters(row);
@@ -48,10 +57,10 @@ StlRowPlaces::StlRowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64
 
 void StlRowPlaces::makeRoom(std::span<const StlRowTaken> taken, const StlRowTaken& shown) noexcept {
     const auto [first, last] = extent();
-    if (_areNumbered || last > _screen) {
+    if (_isFixed || first == 0 || last > _screen) {
         return;
     }
-    const bool isAtTop = _cue.rows.front().anchor >= 7;
+    const bool isAtTop = _areNumbered ? first <= _screen / 2 : _cue.rows.front().anchor >= 7;
     const std::uint64_t room = isAtTop ? _screen - last : first - 1;
     for (std::uint64_t rows = 0; rows <= room; ++rows) {
         const auto moved = [&](std::uint64_t row) { return isAtTop ? row + rows : row - rows; };
@@ -74,12 +83,22 @@ std::uint64_t StlRowPlaces::coveredRow(std::span<const StlRowTaken> taken, const
 }
 
 void StlRowPlaces::take(std::span<StlRowTaken> taken, const StlRowTaken& shown) const noexcept {
-    for (const std::uint64_t place : _places) {
-        for (std::uint64_t row = place; row != 0 && row <= endOf(place) && row < taken.size(); ++row) {
+    const auto takeRows = [&](std::uint64_t first, std::uint64_t last) {
+        for (std::uint64_t row = first; row != 0 && row <= last && row < taken.size(); ++row) {
             StlRowTaken& time = taken[row];
             const bool isTogether = time.from < shown.to && shown.from < time.to;
-            time = isTogether ? StlRowTaken{std::min(time.from, shown.from), std::max(time.to, shown.to)} : shown;
+            time = isTogether ? StlRowTaken{std::min(time.from, shown.from), std::max(time.to, shown.to),
+                                            time.isFixed && shown.isFixed}
+                              : shown;
         }
+    };
+    if (!_areNumbered) {
+        // No other cue stands between its rows.
+        takeRows(extent().first, extent().last);
+        return;
+    }
+    for (const std::uint64_t place : _places) {
+        takeRows(place, endOf(place));
     }
 }
 

@@ -22,7 +22,10 @@ public:
     /// The rows of the screen of those that have text, ascending; 0 for the others.
     [[nodiscard]] std::span<const std::uint64_t> rows() const noexcept { return _places; }
 
-    /// Rows without numbers of their own go to the next ones that are free while the cue is shown, if there are such:
+    /// Whether the rows of the screen are those that the cue itself names: they stay.
+    [[nodiscard]] bool isFixed() const noexcept { return _isFixed; }
+
+    /// Rows that are not fixed go to the next ones that are free while the cue is shown, if there are such:
     /// down from the top of the screen, else up.
     /// @param taken By the row of the screen; at 0 is none.
     void makeRoom(std::span<const StlRowTaken> taken, const StlRowTaken& shown) noexcept;
@@ -57,6 +60,7 @@ private:
     std::uint64_t _screen;
     std::uint64_t _height;
     bool _areNumbered;  ///< All rows that have text.
+    bool _isFixed;
     std::vector<std::uint64_t> _places;
 };
 

@@ -120,7 +120,7 @@ bool StlWriter::write(const Cue& cue, std::vector<std::uint8_t>& blocks) {
     held.start = span.start;
     held.end = span.end;
     StlRowPlaces rows(cue, rowsOf(_options.gsi), hasDoubleHeight(_options) ? 2 : 1);
-    const StlRowTaken shown{held.start, held.end};
+    const StlRowTaken shown{held.start, held.end, rows.isFixed()};
     place(rows, shown, report);
     appendRows(cue, rows, report, held);
     if (held.text.size() > kMostText) {
@@ -212,10 +212,15 @@ void StlWriter::appendKept(const StlKept& kept, const Cue& cue, Held& held) cons
 void StlWriter::place(StlRowPlaces& rows, const StlRowTaken& shown, const CueReport& report) const {
     rows.makeRoom(_taken, shown);
     const std::uint64_t covered = rows.coveredRow(_taken, shown);
-    const auto screen = static_cast<std::int64_t>(rowsOf(_options.gsi));
     report.add(SubtitlePlaceLost, rows.areMoved(), 0);
-    report.add(StlRowOffScreen, rows.offScreen() != 0, screen, rows.offScreen());
-    report.add(StlRowsCovered, covered != 0, static_cast<std::int64_t>(covered), _taken[covered].to);
+    const auto places = rows.rows();
+    const auto first = std::find_if(places.begin(), places.end(), [](std::uint64_t place) { return place != 0; });
+    report.add(StlRowOffScreen, rows.offScreen() != 0, first == places.end() ? 0 : static_cast<std::int64_t>(*first),
+               rows.offScreen());
+    // Where both name their rows nobody expects others.
+    const bool isMeant = rows.isFixed() && _taken[covered].isFixed;
+    report.add(StlRowsCovered, covered != 0, static_cast<std::int64_t>(covered), _taken[covered].to,
+               isMeant ? Severity::Remark : Severity::Warning);
 }
 
 void StlWriter::appendRows(const Cue& cue, const StlRowPlaces& rows, const CueReport& report, Held& held) const {

@@ -84,6 +84,11 @@ Finding covered(std::uint64_t cue, std::int64_t row, std::int64_t end) {
     return {StlRowsCovered, qlx::Severity::Warning, cue, row, 25 * end};
 }
 
+/// Both name the row themselves.
+Finding meant(std::uint64_t cue, std::int64_t row, std::int64_t end) {
+    return {StlRowsCovered, qlx::Severity::Remark, cue, row, 25 * end};
+}
+
 TEST(StlTogether, CuesWithoutNumbersStandOnFreeRows) {
     const Case cases[] = {
         // One behind the other, and sets that add up (CS 1 to 3).
@@ -133,7 +138,7 @@ TEST(StlTogether, WhatHasNoRoomCoversAndIsSaid) {
         full,
         // Numbers of their own are not changed.
         {{numbered(1, 3, 11), numbered(1, 3, 10)}, {22, 20}},
-        {{numbered(1, 3, 11), numbered(2, 3, 11)}, {22, 22}, {covered(2, 22, 3)}},
+        {{numbered(1, 3, 11), numbered(2, 3, 11)}, {22, 22}, {meant(2, 22, 3)}},
         {{numbered(1, 3, 11), cueOf(1, 3)}, {22, 20}},
         {{cueOf(1, 3), numbered(1, 3, 11)}, {22, 22}, {covered(2, 22, 3)}},
         {{cueOf(1, 3, 11), cueOf(1, 3)}, {2, 22}, {covered(2, 22, 3)}},
@@ -142,6 +147,55 @@ TEST(StlTogether, WhatHasNoRoomCoversAndIsSaid) {
     for (const Case& each : cases) {
         expectPlaces(each, usualStl());
     }
+}
+
+TEST(StlTogether, RowsOfAnotherScreenGoToFreeOnesToo) {
+    // Of 15 rows: the last, the first, and what is no more than near another one.
+    const auto on15 = [](std::uint64_t row) {
+        Cue cue = numbered(1, 3, row);
+        cue.screenRows = 15;
+        return cue;
+    };
+    const auto positions = [](const std::vector<Cue>& cues) {
+        const StlWritten written = writeStl(cues);
+        std::vector<int> result;
+        for (std::size_t index = 0; index < cues.size(); ++index) {
+            result.push_back(written.block(index).verticalPosition);
+        }
+        return result;
+    };
+    const int low = positions({on15(14)}).front();
+    EXPECT_EQ(positions({on15(14), on15(14)}), (std::vector<int>{low, low - 2}));
+    EXPECT_EQ(positions({on15(2), on15(2)}), (std::vector<int>{2, 4}));
+    const StlWritten moved = writeStl({on15(14), on15(14)});
+    EXPECT_TRUE(std::any_of(moved.findings.begin(), moved.findings.end(), [](const Finding& finding) {
+        return finding.code == qlx::FindingCode::SubtitlePlaceLost && finding.offset == 2;
+    }));
+}
+
+TEST(StlTogether, CuesThatTouchForTwoFramesStayWhereTheyAre) {
+    const auto shown = [](std::int64_t start, std::int64_t end) {
+        Cue cue = cueOf(1, 2);
+        cue.start = qlx::MediaTime::make(start, 25);
+        cue.end = qlx::MediaTime::make(end, 25);
+        return cue;
+    };
+    const struct {
+        std::int64_t start;
+        int position;
+    } cases[] = {{50, 22}, {49, 22}, {48, 22}, {47, 20}};
+    for (const auto& each : cases) {
+        const StlWritten written = writeStl({shown(25, 50), shown(each.start, 75)});
+        EXPECT_EQ(written.block(1).verticalPosition, each.position) << each.start;
+    }
+}
+
+TEST(StlTogether, NoCueStandsBetweenTheRowsOfAnother) {
+    Cue around = cueOf(1, 3, 3);
+    around.rows[1].runs.front().text = " ";
+    const StlWritten written = writeStl({around, cueOf(1, 3)});
+    EXPECT_EQ(written.block(0).verticalPosition, 18);
+    EXPECT_EQ(written.block(1).verticalPosition, 16);
 }
 
 TEST(StlTogether, RandomCuesCoverNothingThatIsNotSaid) {

@@ -263,6 +263,9 @@ TEST(ConvertStl, KeepsTheCodePageOfTextsThatItKeeps) {
     EXPECT_EQ(converted(file, "stl").out.substr(0, 3), "437");
     EXPECT_EQ(converted(file, "stl").out.substr(16, 4), "5\x9B  ");
     EXPECT_EQ(converted(file, "stl", {"--language", "de", "--date", "261124"}).out.substr(0, 3), "437");
+    const std::string published = converted(file, "stl", {"--publisher", "Abc"}).out;
+    EXPECT_EQ(published.substr(0, 3), "437");
+    EXPECT_EQ(published.substr(16, 4), "5\x9B  ");
     const std::string titled = converted(file, "stl", {"--title", "\u00F8"}).out;
     EXPECT_EQ(titled.substr(0, 3), "850");
     EXPECT_EQ(titled.substr(16, 4), "\x9B   ");

@@ -47,6 +47,7 @@ struct StlKept;
 struct StlRowTaken {
     std::int64_t from = 0;  ///< The first one.
     std::int64_t to = 0;    ///< Behind the last one.
+    bool isFixed = false;   ///< It is the row that the cue itself names.
 };
 
 /// How a file is written.
@@ -68,9 +69,10 @@ struct StlWriterOptions {
 /// frame are a cumulative set (CS 1 to 3); others that overlap are written as they are (StlCuesOverlap).
 ///
 /// Rows stand where their numbers say (VP), those of another screen as high; without numbers they end at the bottom, or
-/// stand in the middle or at the top as their anchor says. These go up to the next free rows, or down from the top,
-/// where another cue that is shown at the same time stands already. What has no room, or numbers of its own that are
-/// taken, covers what stands there (StlRowsCovered). All have the alignment of the first one (JC; StlAlignmentsDiffer).
+/// stand in the middle or at the top as their anchor says. These, and those of another screen, go up to the next free
+/// rows, or down from the top, where another cue that is shown at the same time stands already; two frames in which cues
+/// touch do not count. What has no room, or numbers of this screen that are taken, covers what stands there
+/// (StlRowsCovered; a remark where both cues name their rows). All have the alignment of the first one (JC; StlAlignmentsDiffer).
 /// A cue has its own number as long as those of its group (properties::kStlGroup; 0 without) ascend (StlNumberChanged);
 /// beyond 65535 they go on in the next group.
 ///

@@ -125,9 +125,13 @@ void StlOutput::setTexts(Gsi& gsi) const {
             _findings->add({FindingCode::StlFieldCharacterMissing, Severity::Warning, 0, place, *missing});
         }
     };
-    // Texts that are kept stand in the code page of their file; dates and codes are the same in all.
-    const bool hasTexts = _options.title || _options.episode || _options.reference || _options.publisher;
-    if (hasTexts || gsi.codePageNumber.isBlank()) {
+    // Texts that are kept stand in the code page of their file; plain letters are the same in all.
+    const auto isPlain = [](const std::optional<std::string>& text) {
+        return !text || std::all_of(text->begin(), text->end(), [](char letter) { return letter >= ' '; });
+    };
+    const bool arePlain = isPlain(_options.title) && isPlain(_options.episode) && isPlain(_options.reference) &&
+                          isPlain(_options.publisher);
+    if (!arePlain || gsi.codePageNumber.isBlank()) {
         gsi.codePageNumber = "850";
     }
     // Behind each the place of the field in the block.
