@@ -307,7 +307,7 @@ private:
         WrongBytes wrong;
         std::string room;
         std::string result(withoutWrongBytes(text, room, wrong));
-        report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count, wrong.count != 0);
+        report(SubtitleTextNotUtf8, Severity::Error, wrong.first, wrong.count, wrong.count != 0);
         return result;
     }
 

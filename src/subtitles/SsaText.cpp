@@ -55,7 +55,7 @@ bool SsaText::take(std::string_view text, const SsaStyle& style, const SsaScreen
     WrongBytes wrong;
     text = withoutWrongBytes(text, _room, wrong);
     if (wrong.count != 0 && _findings != nullptr) {
-        _findings->add({SubtitleTextNotUtf8, Severity::Warning, line, wrong.first, wrong.count});
+        _findings->add({SubtitleTextNotUtf8, Severity::Error, line, wrong.first, wrong.count});
     }
     cue.rows.emplace_back();
     while (!text.empty() && cue.rows.size() <= mostRows) {

@@ -197,7 +197,7 @@ private:
 
     void reportWrong(const WrongBytes& wrong) {
         if (wrong.count != 0) {
-            report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
+            report(SubtitleTextNotUtf8, Severity::Error, wrong.first, wrong.count);
         }
     }
 

@@ -157,9 +157,8 @@ void takeRegion(std::string_view block, WebVttRegions& regions) {
 }
 
 std::optional<Box> boxOfSettings(const Cue& cue, Alignment alignment, const WebVttRegions& regions) {
-    if (!cue.region.empty()) {
-        const auto region = regions.find(cue.region);
-        return region == regions.end() ? std::nullopt : std::optional(boxInRegion(cue, alignment, region->second));
+    if (const auto region = regions.find(cue.region); region != regions.end()) {
+        return boxInRegion(cue, alignment, region->second);
     }
     const std::string_view line = textOf(cue, properties::kWebVttLine);
     const std::string_view size = textOf(cue, properties::kWebVttSize);

@@ -56,7 +56,7 @@ public:
             WrongBytes wrong;
             const std::string_view valid = withoutWrongBytes(line, _room, wrong);
             if (wrong.count != 0) {
-                report(SubtitleTextNotUtf8, Severity::Warning, wrong.first, wrong.count);
+                report(SubtitleTextNotUtf8, Severity::Error, wrong.first, wrong.count);
             }
             if (takeLine(withoutZeros(valid))) {
                 return &_ready;

@@ -154,7 +154,8 @@ PlaceOfSettings takeSettings(std::string_view settings, const WebVttRegions& reg
             band = name == "line" ? bandOf(value) : band;
         }
     }
-    if (!cue.region.empty()) {
+    // A name that no region has puts the cue in none (WebVTT, 4.4).
+    if (regions.contains(cue.region)) {
         std::erase_if(cue.properties, [&report](const Property& property) {
             const bool isLost = property.name == properties::kWebVttLine || property.name == properties::kWebVttSize ||
                                 property.name == properties::kWebVttVertical;

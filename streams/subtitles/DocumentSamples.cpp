@@ -1,6 +1,5 @@
 #include "DocumentSamples.h"
 
-#include "EditList.h"
 #include "TtmlTimes.h"
 
 #include <qlx/base/utf8.h>
@@ -77,7 +76,7 @@ void DocumentSamples::takeCue(subtitles::Cue cue, const SampleSpan& span, const 
     const Name name{subtitles::unitsOf(cue.start, kMilliseconds), hashOf(cue)};
     cue.start = isBefore(cue.start, span.begin) ? span.begin : cue.start;
     cue.end = isBefore(span.end, cue.end) ? span.end : cue.end;
-    if (!isBefore(cue.start, cue.end) || !fitRuns(cue)) {
+    if (!isBefore(cue.start, cue.end)) {
         addOutside(name, isBefore(cue.start, span.end));
         return;
     }

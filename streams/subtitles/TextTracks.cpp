@@ -266,7 +266,11 @@ public:
             kind == TextTrackKind::TimedText || kind == TextTrackKind::Wvtt || kind == TextTrackKind::Stpp;
         std::uint64_t given = 0;
         std::int64_t leftOut = 0;
-        const std::function<void(subtitles::Cue)> takeOfMedia = [&](const subtitles::Cue& cue) {
+        const std::function<void(subtitles::Cue)> takeOfMedia = [&](subtitles::Cue cue) {
+            // Samples may have cut it in front of what appears late.
+            if (subtitles::Cue fitting = cue; kind == TextTrackKind::Stpp && detail::fitRuns(fitting)) {
+                cue = std::move(fitting);
+            }
             const bool isShown = details.edits.apply(cue, [&](subtitles::Cue shown) {
                 shown.number = ++given;
                 take(std::move(shown));

@@ -248,8 +248,13 @@ TEST(WebVtt, IgnoresSettingsOfPlaceInARegion) {
     using enum qlx::FindingCode;
     const CuesRead result =
         read("WEBVTT\n\nREGION\nid:r\n\n00:01.000 --> 00:02.000 line:0 region:r size:50% vertical:lr\na\n"
-             "\n00:02.000 --> 00:03.000 region:other\nb\n");
+             "\n00:02.000 --> 00:03.000 region:other line:5 size:40%\nb\n");
     ASSERT_EQ(result.cues.size(), 2U);
+    // A name that no region has is none.
+    EXPECT_EQ(result.cues[1].region, "other");
+    EXPECT_EQ(result.cues[1].properties, (Properties{{"vtt.line", "5"}, {"vtt.size", "40%"}}));
+    ASSERT_TRUE(result.cues[1].box);
+    EXPECT_DOUBLE_EQ(result.cues[1].box->width, 40);
     EXPECT_EQ(result.cues[0].region, "r");
     EXPECT_EQ(result.cues[0].properties, Properties());
     EXPECT_EQ(result.cues[0].rows[0].anchor, 0);

@@ -426,6 +426,17 @@ TEST(Convert, TellsTheEncodingOfATextAndSaysIt) {
          "read as windows-1252, which stands for ISO-8859-1\n"},
         {head + "\x80\n", {"--encoding", "latin1"}, "\u20AC", "read as windows-1252, which stands for latin1\n"},
         {head + "\x80\n", {"--encoding", "ISO_8859-1"}, "\u20AC", "windows-1252, which stands for ISO_8859-1\n"},
+        // The first half of a pair alone, and a number that is no character: what is behind them is read.
+        {"\xFF\xFE" + wide(head + "a", false) + std::string("\x01\xD8") + wide("b\n", false),
+         {},
+         "a\uFFFDb",
+         "0x01 is not UTF-16",
+         1},
+        {"\xFE\xFF" + wide(head + "a", true) + std::string("\xDC\x01") + wide("b\n", true),
+         {},
+         "a\uFFFDb",
+         "0xDC is not UTF-16",
+         1},
         {head + "a\x81"
                 "b\n",
          {"--encoding", "windows-1252"},

@@ -347,7 +347,7 @@ TEST(PlayWarnings, MakeTheRunFailAsThoseOfConvertDo) {
         {"good.srt", good, {}, 0, 0},
         {"time.srt", good + "2\n00:00:0x,000 --> 00:00:04,000\nHo\n", {}, 1, 1},
         {"end.srt", good + "2\n00:00:05,000 --> 00:00:04,000\nHo\n", {}, 1, 1},
-        {"byte.srt", qlxtest::srt({{"00:00:01,000", "00:00:02,000", "H\xFFi"}}), {"--encoding", "utf-8"}, 0, 1},
+        {"byte.srt", qlxtest::srt({{"00:00:01,000", "00:00:02,000", "H\xFFi"}}), {"--encoding", "utf-8"}, 1, 1},
         {"time.vtt", "WEBVTT\n\n00:01.000 --> 00:02.000\nHi\n\n00:0x.000 --> 00:04.000\nHo\n", {}, 1, 1},
         {"element.json",
          "[{\"start_timecode\":\"00:00:01,000\",\"end_timecode\":\"00:00:02,000\",\"text_lines\":[{\"text\":\"Hi\"}]},"
@@ -412,6 +412,20 @@ TEST(PlayWarnings, OfAProgrammeThatBeginsLater) {
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:02:00", "--duration", "5"})).err,
               warning + "no cue falls into what is played: the last one ends at 01:00:02,000\n");
     EXPECT_EQ(runTool(playArguments(file, "25", {"--from", "01:00:01:24", "--duration", "5"})).err, "");
+}
+
+// CTA-708-E has 64 colours: another one is not that one any more.
+TEST(CueLosses, OfColoursThatAServiceDoesNotHave) {
+    const TemporaryFolder folder;
+    for (const auto& [color, isKept] : {std::pair("#aa5500", true), std::pair("#808080", false)}) {
+        const std::string text = "<font color=\"" + std::string(color) + "\">a</font>";
+        const std::string file = folder.write("in.srt", qlxtest::srt({{"00:00:01,000", "00:00:02,000", text}}));
+        const ToolResult run = runTool(
+            {"convert", file, "-o", folder.path("out.mcc"), "--service", "1", "--to-rate", "29.97", "--strict"});
+        EXPECT_EQ(run.exitCode, isKept ? 0 : 1) << run.err;
+        EXPECT_EQ(run.err.find("does not carry: what another format adds (1 cue)") != std::string::npos, !isKept)
+            << run.err;
+    }
 }
 
 }  // namespace

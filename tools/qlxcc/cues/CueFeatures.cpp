@@ -46,7 +46,9 @@ void addProperties(const subtitles::Properties& properties, CueTarget target, Cu
             (target == CueTarget::Stl && property.name.starts_with("stl.")) ||
             ((target == CueTarget::Imsc || target == CueTarget::EbuTtD) && property.name.starts_with("ttml."));
         if (!isOwn) {
-            set(features, featureOf(property), true);
+            // What is none of the 64 colours of a service is a colour of this format alone.
+            const bool isFiner = target == CueTarget::Cea708 && property.name == subtitles::properties::kColor;
+            set(features, isFiner ? CueFeature::Others : featureOf(property), true);
         }
     }
 }

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 #include <iconv.h>
@@ -36,6 +37,18 @@ void checkLength(const InputFile& file, std::size_t longest = kLongestSubtitleFi
     if (file.size().value_or(0) > longest) {
         throw tooLong(file.name(), longest);
     }
+}
+
+/// The bytes that the characters of an encoding are made of: behind one that is wrong the next one begins.
+std::size_t unitOf(const std::string& encoding) {
+    const std::string name = asciiLowercased(encoding);
+    const auto isOne = [&name](std::initializer_list<std::string_view> beginnings) {
+        return std::any_of(beginnings.begin(), beginnings.end(),
+                           [&name](std::string_view beginning) { return name.starts_with(beginning); });
+    };
+    return isOne({"utf-32", "utf32", "ucs-4", "ucs4", "wchar_t"})                      ? 4
+           : isOne({"utf-16", "utf16", "ucs-2", "ucs2", "unicode", "iso-10646-ucs-2"}) ? 2
+                                                                                       : 1;
 }
 
 /// A conversion into UTF-8.
@@ -100,7 +113,7 @@ private:
 
 class TextDecoder::State {
 public:
-    explicit State(const std::string& encoding) : _decoder(encoding) {}
+    explicit State(const std::string& encoding) : _decoder(encoding), _unit(unitOf(encoding)) {}
 
     void take(std::string_view bytes, bool isEnd, std::string& text, const Bad& bad) {
         _kept += bytes;
@@ -113,8 +126,9 @@ public:
             if (isBad && !rest.empty()) {
                 bad(_offset, static_cast<std::uint8_t>(rest.front()));
                 text += "\uFFFD";
-                rest.remove_prefix(1);
-                ++_offset;
+                const std::size_t size = std::min(_unit, rest.size());
+                rest.remove_prefix(size);
+                _offset += size;
             } else if (stop != Decoder::Stop::FullOutput) {
                 break;
             }
@@ -127,6 +141,7 @@ public:
 
 private:
     Decoder _decoder;
+    std::size_t _unit;
     std::string _kept;  ///< May be the beginning of a character.
     std::uint64_t _offset = 0;
 };
