@@ -85,6 +85,7 @@ private:
     std::optional<Finding> chooseTracks();
     void preparePictures();
     bool readPacket();
+    void unwrapTimes();
     void take(const Track& track, std::size_t number);
     void takeSample(const Track& track, Frame& frame);
     void takeAtoms(Frame& frame);
@@ -106,6 +107,7 @@ private:
     std::optional<Finding> _missingIndex;            ///< What is to be said of it.
     std::optional<detail::MxfFooter> _footer;
     std::optional<Finding> _failure;
+    std::optional<std::int64_t> _wrap;         ///< Is added to all times; none: there was no packet with one.
     std::optional<std::uint64_t> _lastDamage;  ///< Where the last sample ends that FFmpeg calls damaged.
     detail::ContainerFindings _findings;
     bool _isOpen = false;
@@ -361,6 +363,16 @@ void ContainerReader::Reading::endWith(DemuxStatus status) {
     }
 }
 
+/// Clocks of 33 bits begin again (ISO/IEC 13818-1, 2.4.3.7): shortly in front of that the library begins below 0.
+void ContainerReader::Reading::unwrapTimes() {
+    if (const auto first = _packet.decodingTime ? _packet.decodingTime : _packet.time; first && !_wrap) {
+        _wrap = isMultiplex() && *first < 0 ? std::int64_t{1} << 33U : 0;
+    }
+    for (std::optional<std::int64_t>* const time : {&_packet.time, &_packet.decodingTime}) {
+        *time = *time ? std::optional(**time + _wrap.value_or(0)) : std::nullopt;
+    }
+}
+
 /// Reads the next packet; false at the end.
 bool ContainerReader::Reading::readPacket() {
     const std::uint64_t begin = _source.offset();
@@ -389,6 +401,7 @@ bool ContainerReader::Reading::readPacket() {
     const auto track =
         std::find_if(_tracks.begin(), _tracks.end(), [this](const Track& one) { return one.index == _packet.stream; });
     if (track != _tracks.end()) {
+        unwrapTimes();
         take(*track, static_cast<std::size_t>(track - _tracks.begin()));
     }
     return true;

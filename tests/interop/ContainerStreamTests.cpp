@@ -272,6 +272,37 @@ TEST(ContainerStream, DoesNotDrift) {
     }
 }
 
+// A clock of 33 bits begins again after 95443.7 s (ISO/IEC 13818-1, 2.4.3.7): times go on.
+TEST(ContainerStream, CountsOnWhereTheClockBeginsAgain) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    const auto secondsOf = [&folder](const std::string& offset) {
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                        "' -c:v mpeg2video -bf 2 -output_ts_offset " + offset + " -y '" + folder.path("a.ts") + "'");
+        std::vector<double> seconds;
+        for (const std::string& line : linesOf(runTool({"extract", folder.path("a.ts"), "--json"}).out)) {
+            long long value = 0;
+            long long timescale = 0;
+            const std::string time = line.substr(line.find(R"("pts":)"));
+            EXPECT_EQ(std::sscanf(time.c_str(), R"("pts":{"value":%lld,"timescale":%lld})", &value, &timescale), 2);
+            seconds.push_back(static_cast<double>(value) / static_cast<double>(timescale));
+        }
+        return seconds;
+    };
+    const std::vector<double> usual = secondsOf("10");
+    const std::vector<double> late = secondsOf("95442");
+    ASSERT_EQ(usual.size(), static_cast<std::size_t>(kPictures));
+    ASSERT_EQ(late.size(), usual.size());
+    EXPECT_LT(late.front(), 95443.7);
+    EXPECT_GT(late.back(), 95443.8);
+    for (std::size_t number = 0; number < usual.size(); ++number) {
+        EXPECT_NEAR(late[number] - usual[number], 95432, 2 / 90000.0) << number;
+    }
+}
+
 TEST(ContainerStream, IsReadFromAPipe) {
     if (!hasTools()) {
         GTEST_SKIP() << kNoTools;
