@@ -6,7 +6,6 @@
 #include <qlx/base/finding.h>
 #include <qlx/streams/ttml.h>
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -16,6 +15,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace qlx::streams::detail {
 
@@ -39,7 +39,9 @@ private:
         std::int64_t start = 0;  ///< In milliseconds.
         std::size_t text = 0;    ///< Which one: a hash of it.
 
-        friend auto operator<=>(const Name&, const Name&) = default;
+        friend bool operator<(const Name& left, const Name& right) noexcept {
+            return std::pair(left.start, left.text) < std::pair(right.start, right.text);
+        }
     };
 
     void takeHead(const TtmlFile& head);
