@@ -363,10 +363,10 @@ void ContainerReader::Reading::endWith(DemuxStatus status) {
     }
 }
 
-/// Clocks of 33 bits begin again (ISO/IEC 13818-1, 2.4.3.7): shortly in front of that the library begins below 0.
+/// A clock of 33 bits begins again (ISO/IEC 13818-1, 2.4.3.7): shortly before, the library shows pictures below 0.
 void ContainerReader::Reading::unwrapTimes() {
-    if (const auto first = _packet.decodingTime ? _packet.decodingTime : _packet.time; first && !_wrap) {
-        _wrap = isMultiplex() && *first < 0 ? std::int64_t{1} << 33U : 0;
+    if (_packet.time && !_wrap) {
+        _wrap = _kind == InputKind::TransportStream && *_packet.time < 0 ? std::int64_t{1} << 33U : 0;
     }
     for (std::optional<std::int64_t>* const time : {&_packet.time, &_packet.decodingTime}) {
         *time = *time ? std::optional(**time + _wrap.value_or(0)) : std::nullopt;

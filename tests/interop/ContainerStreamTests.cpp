@@ -6,11 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
+#include <utility>
 
 namespace {
 
@@ -244,6 +247,19 @@ TEST(ContainerStream, GivesBackTheCaptionsOfHevcSamples) {
     }
 }
 
+/// When the frames of a file are shown.
+std::vector<double> secondsOf(const std::string& file) {
+    std::vector<double> seconds;
+    for (const std::string& line : linesOf(runTool({"extract", file, "--json"}).out)) {
+        long long value = 0;
+        long long timescale = 0;
+        const std::string time = line.substr(line.find(R"("pts":)"));
+        EXPECT_EQ(std::sscanf(time.c_str(), R"("pts":{"value":%lld,"timescale":%lld})", &value, &timescale), 2);
+        seconds.push_back(static_cast<double>(value) / static_cast<double>(timescale));
+    }
+    return seconds;
+}
+
 // At 30000/1001 pictures a second picture n is at n durations, whatever the container counts in.
 TEST(ContainerStream, DoesNotDrift) {
     if (!hasTools()) {
@@ -254,16 +270,8 @@ TEST(ContainerStream, DoesNotDrift) {
     for (const char* const name : {"a.ts", "a.mxf", "a.mpg", "a.mp4"}) {
         run(folder, "ffmpeg -nostdin -v error -f mpegvideo -r 30000/1001 -i '" + folder.path("numbered.m2v") +
                         "' -c:v mpeg2video -bf 2 -g 12 -y '" + folder.path(name) + "'");
-        const auto lines = linesOf(runTool({"extract", folder.path(name), "--json"}).out);
-        ASSERT_EQ(lines.size(), static_cast<std::size_t>(kPictures)) << name;
-        std::vector<double> seconds;
-        for (const std::string& line : lines) {
-            long long value = 0;
-            long long timescale = 0;
-            const std::string time = line.substr(line.find(R"("pts":)"));
-            ASSERT_EQ(std::sscanf(time.c_str(), R"("pts":{"value":%lld,"timescale":%lld})", &value, &timescale), 2);
-            seconds.push_back(static_cast<double>(value) / static_cast<double>(timescale));
-        }
+        const std::vector<double> seconds = secondsOf(folder.path(name));
+        ASSERT_EQ(seconds.size(), static_cast<std::size_t>(kPictures)) << name;
         for (int number = 0; number < kPictures; ++number) {
             // A tick of 90 kHz on either side.
             EXPECT_NEAR(seconds[static_cast<std::size_t>(number)] - seconds[0], number * 1001 / 30000.0, 2 / 90000.0)
@@ -279,27 +287,63 @@ TEST(ContainerStream, CountsOnWhereTheClockBeginsAgain) {
     }
     const TemporaryFolder folder;
     writeNumberedPictures(folder);
-    const auto secondsOf = [&folder](const std::string& offset) {
+    const auto secondsFrom = [&folder](const std::string& offset) {
         run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
                         "' -c:v mpeg2video -bf 2 -output_ts_offset " + offset + " -y '" + folder.path("a.ts") + "'");
-        std::vector<double> seconds;
-        for (const std::string& line : linesOf(runTool({"extract", folder.path("a.ts"), "--json"}).out)) {
-            long long value = 0;
-            long long timescale = 0;
-            const std::string time = line.substr(line.find(R"("pts":)"));
-            EXPECT_EQ(std::sscanf(time.c_str(), R"("pts":{"value":%lld,"timescale":%lld})", &value, &timescale), 2);
-            seconds.push_back(static_cast<double>(value) / static_cast<double>(timescale));
-        }
-        return seconds;
+        return secondsOf(folder.path("a.ts"));
     };
-    const std::vector<double> usual = secondsOf("10");
-    const std::vector<double> late = secondsOf("95442");
+    const std::vector<double> usual = secondsFrom("10");
+    const std::vector<double> late = secondsFrom("95442");
     ASSERT_EQ(usual.size(), static_cast<std::size_t>(kPictures));
     ASSERT_EQ(late.size(), usual.size());
     EXPECT_LT(late.front(), 95443.7);
     EXPECT_GT(late.back(), 95443.8);
     for (std::size_t number = 0; number < usual.size(); ++number) {
         EXPECT_NEAR(late[number] - usual[number], 95432, 2 / 90000.0) << number;
+    }
+}
+
+// What is shown from 0 on is decoded before, by times that a file has or FFmpeg thinks up: nothing begins again.
+TEST(ContainerStream, BeginsAtZeroWhereItsPicturesDo) {
+    if (!hasTools()) {
+        GTEST_SKIP() << kNoTools;
+    }
+    const TemporaryFolder folder;
+    writeNumberedPictures(folder);
+    for (const auto& [name, format] : {std::pair("a.ts", "mpegts"), std::pair("a.mpg", "vob")}) {
+        run(folder, "ffmpeg -nostdin -v error -f mpegvideo -framerate 25 -i '" + folder.path("numbered.m2v") +
+                        "' -c:v mpeg2video -bf 2 -f " + format + " -y '" + folder.path(name) + "'");
+        std::string bytes = folder.read(name);
+        const auto at = [&bytes](std::size_t place) {
+            return static_cast<std::uint64_t>(static_cast<std::uint8_t>(bytes[place]));
+        };
+        // The times in the headers of the pictures' packets, in the five bytes of 2.4.3.6, less the first one.
+        std::optional<std::uint64_t> first;
+        const auto move = [&](std::size_t place) {
+            const std::uint64_t time = (at(place) >> 1U & 7U) << 30U | at(place + 1) << 22U |
+                                       at(place + 2) >> 1U << 15U | at(place + 3) << 7U | at(place + 4) >> 1U;
+            first = first.value_or(time);
+            const std::uint64_t moved = (time - *first) & ((std::uint64_t{1} << 33U) - 1);
+            bytes[place] = static_cast<char>((at(place) & 0xF1U) | (moved >> 30U) << 1U);
+            bytes[place + 1] = static_cast<char>(moved >> 22U);
+            bytes[place + 2] = static_cast<char>((moved >> 14U & 0xFEU) | 1U);
+            bytes[place + 3] = static_cast<char>(moved >> 7U);
+            bytes[place + 4] = static_cast<char>((moved << 1U & 0xFEU) | 1U);
+        };
+        for (std::size_t place = bytes.find(std::string("\0\0\1\xE0", 4)); place != std::string::npos;
+             place = bytes.find(std::string("\0\0\1\xE0", 4), place + 1)) {
+            const std::uint64_t times = at(place + 7) >> 6U;
+            if (times >= 2) {
+                move(place + 9);
+            }
+            if (times == 3) {
+                move(place + 14);
+            }
+        }
+        const std::vector<double> seconds = secondsOf(folder.write("zero." + std::string(name).substr(2), bytes));
+        ASSERT_EQ(seconds.size(), static_cast<std::size_t>(kPictures)) << name;
+        EXPECT_NEAR(seconds.front(), 0, 0.05) << name;
+        EXPECT_NEAR(seconds.back() - seconds.front(), (kPictures - 1) / 25.0, 2 / 90000.0) << name;
     }
 }
 
