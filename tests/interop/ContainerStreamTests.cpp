@@ -1,5 +1,6 @@
 // Containers that FFmpeg writes: the captions that were put into numbered pictures come out with the same numbers, in
 // the order of presentation, whatever the codec and the container.
+#include "Encoders.h"
 #include "Sanitized.h"
 #include "ToolRunner.h"
 
@@ -17,6 +18,7 @@
 
 namespace {
 
+using qlxtest::kLibx265;
 using qlxtest::linesOf;
 using qlxtest::runTool;
 using qlxtest::TemporaryFolder;
@@ -218,9 +220,8 @@ TEST(ContainerStream, GivesBackTheCaptionsOfHevcSamples) {
         GTEST_SKIP() << kNoTools;
     }
     const TemporaryFolder folder;
-    run(folder, "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=160x120:r=25:d=2 -c:v libx265 -x265-params "
-                "bframes=0:keyint=12:repeat-headers=1:info=0:log-level=none -f hevc -y '" +
-                    folder.path("plain.265") + "'");
+    run(folder, "ffmpeg -nostdin -v error -f lavfi -i testsrc=s=160x120:r=25:d=2 -c:v " + std::string(kLibx265) +
+                    ":bframes=0:keyint=12:repeat-headers=1:info=0 -f hevc -y '" + folder.path("plain.265") + "'");
     const std::string plain = folder.read("plain.265");
     std::string stream;
     int number = 0;

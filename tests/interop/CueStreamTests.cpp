@@ -1,6 +1,7 @@
 // Captions that are on air in files that FFmpeg writes, as cues: convert gives the text, the looks and the times of what was
 // played, whatever the codec and the container; what FFmpeg itself reads of one of them is the same.
 #include "CarriedCues.h"
+#include "Encoders.h"
 #include "Sanitized.h"
 #include "ToolRunner.h"
 
@@ -19,6 +20,7 @@ namespace cue_stream_tests {
 namespace {
 
 using namespace std::literals;
+using qlxtest::kLibx265;
 using qlxtest::linesOf;
 using qlxtest::runTool;
 using qlxtest::TemporaryFolder;
@@ -157,8 +159,8 @@ TEST_P(CueStream, GivesTheCuesThatWerePlayed) {
     const std::string source = "ffmpeg -nostdin -v error -f mpegvideo -framerate 30000/1001 -i a.m2v -a53cc 1 -c:v ";
     const bool isOfFrames = name.ends_with(".h264") || name.ends_with(".m2v") || name.ends_with(".h265");
     if (codec == "h265") {
-        run("ffmpeg -nostdin -v error -f mpegvideo -framerate 30000/1001 -i a.m2v -c:v libx265 -preset ultrafast "
-            "-x265-params bframes=0:log-level=none -f hevc -y plain.265");
+        run("ffmpeg -nostdin -v error -f mpegvideo -framerate 30000/1001 -i a.m2v -c:v "s + kLibx265 +
+            ":bframes=0 -preset ultrafast -f hevc -y plain.265");
         std::ofstream(folder->path("h265.h265"), std::ios::binary) << h265With(folder->read("plain.265"), data);
         if (!isOfFrames) {
             run("ffmpeg -nostdin -v error -f hevc -framerate 30000/1001 -i h265.h265 -c copy -y " + name);
@@ -206,7 +208,7 @@ protected:
         std::ofstream(folder->path("mpeg2.m2v"), std::ios::binary) << mpeg2With(folder->read("plain.m2v"), data);
         run("ffmpeg -nostdin -v error -f mpegvideo -framerate 30000/1001 -i mpeg2.m2v -a53cc 1 -c:v libx264 -preset "
             "ultrafast -x264-params bframes=0 -f h264 -y h264.h264");
-        run(source + "libx265 -preset ultrafast -x265-params bframes=0:log-level=none -f hevc -y plain.265");
+        run(source + kLibx265 + ":bframes=0 -preset ultrafast -f hevc -y plain.265");
         std::ofstream(folder->path("h265.h265"), std::ios::binary) << h265With(folder->read("plain.265"), data);
         const ToolResult packets = runTool(
             {"play", vtt, "--mode", "cea608", "--rate", "29.97", "--to-format", "klv", "-o", folder->path("all.klv")});
