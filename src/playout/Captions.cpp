@@ -56,7 +56,7 @@ public:
         }
         if (!setNamedRows()) {
             placeBlocks();
-            placeBands();
+            placeAtEdges();
         }
         for (Line& line : _lines) {
             caption.rows.push_back({static_cast<std::uint8_t>(line.row), columnOf(line), std::move(line.cells)});
@@ -64,27 +64,27 @@ public:
     }
 
 private:
-    /// Where rows without numbers stand: 0 at the top, 1 in the middle, 2 at the bottom.
-    [[nodiscard]] std::size_t bandOf(const Line& line) const noexcept {
-        const std::uint8_t anchor = _cue.rows[line.source].anchor;
-        return anchor >= 7 ? 0 : anchor >= 4 ? 1 : 2;
+    [[nodiscard]] subtitles::BoxEdge edgeOf(const Line& line) const noexcept {
+        return subtitles::edgeOf(_cue.rows[line.source].anchor);
     }
 
-    /// Rows of cues that are shown together may ask for several places: those of one place stand side by side in it.
-    void placeBands() {
+    /// Rows of cues that are shown together may stand at several edges: those of one stand side by side at it.
+    void placeAtEdges() {
         const bool hasNumbers = std::any_of(_lines.begin(), _lines.end(),
                                             [this](const Line& line) { return _cue.rows[line.source].number != 0; });
-        const auto isHigher = [this](const Line& left, const Line& right) { return bandOf(left) < bandOf(right); };
+        const auto isHigher = [this](const Line& left, const Line& right) { return edgeOf(left) < edgeOf(right); };
         const auto [highest, lowest] = std::minmax_element(_lines.begin(), _lines.end(), isHigher);
-        if (hasNumbers || bandOf(*highest) == bandOf(*lowest)) {
+        if (hasNumbers || edgeOf(*highest) == edgeOf(*lowest)) {
             return;
         }
         std::stable_sort(_lines.begin(), _lines.end(), isHigher);
         for (auto begin = _lines.begin(); begin != _lines.end();) {
             const auto end = std::upper_bound(begin, _lines.end(), *begin, isHigher);
             const std::size_t last = cea608::kRows - static_cast<std::size_t>(end - begin) + 1;
-            const std::size_t band = bandOf(*begin);
-            std::size_t row = band == 0 ? 1 : band == 1 ? (last + 1) / 2 : last;
+            const subtitles::BoxEdge edge = edgeOf(*begin);
+            std::size_t row = edge == subtitles::BoxEdge::Top      ? 1
+                              : edge == subtitles::BoxEdge::Middle ? (last + 1) / 2
+                                                                   : last;
             for (; begin != end; ++begin) {
                 begin->row = row++;
             }
@@ -224,10 +224,8 @@ private:
             const std::size_t end = spread(last.number);
             return end > height ? end - height + 1 : 1;
         }
-        if (first.anchor >= 7) {
-            return 1;
-        }
-        return first.anchor >= 4 ? (lowest + 1) / 2 : lowest;
+        const subtitles::BoxEdge edge = subtitles::edgeOf(first.anchor);
+        return edge == subtitles::BoxEdge::Top ? 1 : edge == subtitles::BoxEdge::Middle ? (lowest + 1) / 2 : lowest;
     }
 
     /// The row of a number: 1 is 1, 11 is 15.

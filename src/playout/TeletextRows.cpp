@@ -233,6 +233,10 @@ private:
         }
     }
 
+    [[nodiscard]] subtitles::BoxEdge edgeOf(const TextLine& line) const noexcept {
+        return subtitles::edgeOf(_cue.rows[line.source].anchor);
+    }
+
     /// Counted from 0, in rows as high as the text.
     [[nodiscard]] std::size_t firstRow() const noexcept {
         const std::size_t height = _lines.back().distance + 1;
@@ -243,8 +247,8 @@ private:
             const std::size_t end = place * (_greatest - 1) / (kTallRows - 1) + 1;
             return end > height ? end - height : 0;
         }
-        const std::uint8_t anchor = _cue.rows[_lines.front().source].anchor;
-        return anchor >= 7 ? 0 : anchor >= 4 ? (lowest + 1) / 2 : lowest;
+        const subtitles::BoxEdge edge = edgeOf(_lines.front());
+        return edge == subtitles::BoxEdge::Top ? 0 : edge == subtitles::BoxEdge::Middle ? (lowest + 1) / 2 : lowest;
     }
 
     [[nodiscard]] teletext::PageRow rowOf(const TextLine& line) const {

@@ -1,6 +1,7 @@
 #include <qlx/subtitles/shown_together.h>
 
 #include <QLXClosedCaptionsUtilities/platform/MediaTime.h>
+#include <qlx/subtitles/box.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -44,12 +45,17 @@ std::uint16_t commonRows(const std::vector<Cue>& cues) {
     return isCommon && !needsPlaces ? rows : kTallTeletextRows;
 }
 
+/// Where a cue without numbers stands, as its first row with text says.
+BoxEdge edgeOfText(const Cue& cue) {
+    const auto row = std::find_if(cue.rows.begin(), cue.rows.end(), hasText);
+    return row == cue.rows.end() ? BoxEdge::Bottom : edgeOf(row->anchor);
+}
+
 /// Gives rows without numbers those of their place.
 void nameRows(Cue& cue, std::uint16_t screenRows) {
-    const auto row = std::find_if(cue.rows.begin(), cue.rows.end(), hasText);
-    const std::uint8_t anchor = row == cue.rows.end() ? std::uint8_t{0} : row->anchor;
+    const BoxEdge edge = edgeOfText(cue);
     const std::uint64_t free = screenRows - std::min<std::uint64_t>(cue.rows.size(), screenRows);
-    std::uint64_t number = (anchor >= 7 ? 0 : anchor >= 4 ? (free + 1) / 2 : free) + 1;
+    std::uint64_t number = (edge == BoxEdge::Top ? 0 : edge == BoxEdge::Middle ? (free + 1) / 2 : free) + 1;
     for (Row& each : cue.rows) {
         each.number = std::min<std::uint64_t>(number++, screenRows);
     }

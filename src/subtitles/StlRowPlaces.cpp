@@ -2,6 +2,8 @@
 
 #include "subtitles/CueWriting.h"
 
+#include <qlx/subtitles/box.h>
+
 #include <algorithm>
 #include <string>
 
@@ -60,7 +62,7 @@ void StlRowPlaces::makeRoom(std::span<const StlRowTaken> taken, const StlRowTake
     if (_isFixed || first == 0 || last > _screen) {
         return;
     }
-    const bool isAtTop = _areNumbered ? first <= _screen / 2 : _cue.rows.front().anchor >= 7;
+    const bool isAtTop = _areNumbered ? first <= _screen / 2 : edgeOf(_cue.rows.front().anchor) == BoxEdge::Top;
     const std::uint64_t room = isAtTop ? _screen - last : first - 1;
     for (std::uint64_t rows = 0; rows <= room; ++rows) {
         const auto moved = [&](std::uint64_t row) { return isAtTop ? row + rows : row - rows; };
@@ -164,9 +166,9 @@ void StlRowPlaces::moveUp() noexcept {
 
 /// To where the anchor of the first row says; there were no numbers.
 void StlRowPlaces::moveDown(std::uint64_t lowest) noexcept {
-    const std::uint8_t anchor = _cue.rows.front().anchor;
+    const BoxEdge edge = edgeOf(_cue.rows.front().anchor);
     const std::uint64_t room = lowest < _screen ? _screen - lowest : 0;
-    const std::uint64_t down = anchor >= 7 ? 0 : anchor >= 4 ? room / 2 : room;
+    const std::uint64_t down = edge == BoxEdge::Top ? 0 : edge == BoxEdge::Middle ? room / 2 : room;
     for (std::uint64_t& place : _places) {
         place += place == 0 ? 0 : down;
     }

@@ -1,3 +1,4 @@
+#include <qlx/subtitles/box.h>
 #include <qlx/subtitles/colors.h>
 #include <qlx/subtitles/subrip.h>
 #include <qlx/subtitles/times.h>
@@ -116,9 +117,10 @@ bool standsInLine(const Cue& cue, const Row& row, std::uint64_t index, std::uint
         const std::uint64_t first = row.number - above;
         const std::uint64_t end = first + height * cue.rows.size();
         // In the middle the room above is that below, or one row more or less.
-        return anchor >= 7   ? first == 1
-               : anchor >= 4 ? first + end + 1 >= rows + 2 && first + end <= rows + 3
-                             : end == rows + 1;
+        const BoxEdge edge = edgeOf(anchor);
+        return edge == BoxEdge::Top      ? first == 1
+               : edge == BoxEdge::Middle ? first + end + 1 >= rows + 2 && first + end <= rows + 3
+                                         : end == rows + 1;
     };
     return row.number == 0 || stands(1) || (cue.screenRows == kTeletextRows && stands(2));
 }

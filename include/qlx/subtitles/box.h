@@ -16,6 +16,13 @@ namespace qlx::subtitles {
 /// (CTA-608-E: the inner 80 % of width and height).
 inline constexpr Box kSafeBox{10, 10, 80, 80, BoxEdge::Bottom};
 
+/// At which edge of the screen a row stands that has no number: 7 to 9 is at the top, 4 to 6 in the middle, and what says
+/// less at the bottom.
+/// @param anchor Row::anchor.
+[[nodiscard]] constexpr BoxEdge edgeOf(std::uint8_t anchor) noexcept {
+    return anchor >= 7 ? BoxEdge::Top : anchor >= 4 ? BoxEdge::Middle : BoxEdge::Bottom;
+}
+
 /// Rows and columns of a screen, which fill the inner 80 % of the picture: those of CTA-608-E unless it says others.
 struct ScreenGrid {
     std::uint16_t rows = 15;     ///< Of the screen, 1 or more.
