@@ -50,7 +50,7 @@ public:
         if (_lines.empty()) {
             return rows;
         }
-        if (!setRowsOfBox() && !setNamedRows()) {
+        if (!setRowsOfBox() && !setNamedRows() && !setRowsAtEdges()) {
             setDistances();
             const std::size_t first = firstRow();
             for (TextLine& line : _lines) {
@@ -204,6 +204,43 @@ private:
         return true;
     }
 
+    [[nodiscard]] subtitles::BoxEdge edgeOf(const TextLine& line) const noexcept {
+        return subtitles::edgeOf(_cue.rows[line.source].anchor);
+    }
+
+    /// Rows of cues that are shown together may stand at several edges: those of one stand side by side at it. False where
+    /// a row has a number, and where all stand at one.
+    bool setRowsAtEdges() {
+        const bool hasNumbers = std::any_of(
+            _lines.begin(), _lines.end(), [this](const TextLine& line) { return _cue.rows[line.source].number != 0; });
+        const auto isHigher = [this](const TextLine& left, const TextLine& right) {
+            return edgeOf(left) < edgeOf(right);
+        };
+        const auto [highest, lowest] = std::minmax_element(_lines.begin(), _lines.end(), isHigher);
+        if (hasNumbers || edgeOf(*highest) == edgeOf(*lowest)) {
+            return false;
+        }
+        std::stable_sort(_lines.begin(), _lines.end(), isHigher);
+        std::size_t row = 0;
+        for (auto begin = _lines.begin(); begin != _lines.end();) {
+            const auto end = std::upper_bound(begin, _lines.end(), *begin, isHigher);
+            row = std::max(row, rowsAbove(static_cast<std::size_t>(end - begin), edgeOf(*begin)));
+            // As many as there are behind have room below.
+            for (; begin != end; ++begin, ++row) {
+                const auto behind = static_cast<std::size_t>(_lines.end() - begin);
+                row = std::min(row, _greatest - behind);
+                begin->row = row * _height + _height;
+            }
+        }
+        return true;
+    }
+
+    /// Of the page above `height` of them, in rows as high as the text.
+    [[nodiscard]] std::size_t rowsAbove(std::size_t height, subtitles::BoxEdge edge) const noexcept {
+        const std::size_t lowest = _greatest - height;
+        return edge == subtitles::BoxEdge::Top ? 0 : edge == subtitles::BoxEdge::Middle ? (lowest + 1) / 2 : lowest;
+    }
+
     void reportMoved() const {
         constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
         for (const TextLine& line : _lines) {
@@ -233,22 +270,16 @@ private:
         }
     }
 
-    [[nodiscard]] subtitles::BoxEdge edgeOf(const TextLine& line) const noexcept {
-        return subtitles::edgeOf(_cue.rows[line.source].anchor);
-    }
-
     /// Counted from 0, in rows as high as the text.
     [[nodiscard]] std::size_t firstRow() const noexcept {
         const std::size_t height = _lines.back().distance + 1;
-        const std::size_t lowest = _greatest - height;
         const subtitles::Row& last = _cue.rows[_lines.back().source];
         if (last.number != 0) {
             const std::size_t place = static_cast<std::size_t>(std::min<std::uint64_t>(last.number, kTallRows)) - 1;
             const std::size_t end = place * (_greatest - 1) / (kTallRows - 1) + 1;
             return end > height ? end - height : 0;
         }
-        const subtitles::BoxEdge edge = edgeOf(_lines.front());
-        return edge == subtitles::BoxEdge::Top ? 0 : edge == subtitles::BoxEdge::Middle ? (lowest + 1) / 2 : lowest;
+        return rowsAbove(height, edgeOf(_lines.front()));
     }
 
     [[nodiscard]] teletext::PageRow rowOf(const TextLine& line) const {

@@ -125,8 +125,12 @@ std::vector<Row> fromTheTop(std::vector<Cue>& cues) {
                   [](const Row& left, const Row& right) { return left.number < right.number; });
         return rows;
     }
-    std::stable_sort(cues.begin(), cues.end(),
-                     [](const Cue& left, const Cue& right) { return firstNumber(left) < firstNumber(right); });
+    // None has a number, or all have.
+    const auto isHigher = [](const Cue& left, const Cue& right) {
+        const std::uint64_t number = firstNumber(left);
+        return number == 0 ? edgeOfText(left) < edgeOfText(right) : number < firstNumber(right);
+    };
+    std::stable_sort(cues.begin(), cues.end(), isHigher);
     return rowsOf(cues);
 }
 

@@ -16,6 +16,10 @@ bool hasLetters(const Row& row) {
                        [](const Run& run) { return run.text.find_first_not_of(" \t\r\n") != std::string::npos; });
 }
 
+bool isHigher(const Row& left, const Row& right) noexcept {
+    return edgeOf(left.anchor) < edgeOf(right.anchor);
+}
+
 /// Whether two are shown together. That cues touch for a frame or two is no such thing: many files have it everywhere, and
 /// cues shorter than a frame last one.
 bool areTogether(const StlRowTaken& left, const StlRowTaken& right) noexcept {
@@ -40,6 +44,10 @@ StlRowPlaces::StlRowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64
     : _cue(cue), _screen(screenRows), _height(height),
       _areNumbered(std::all_of(cue.rows.begin(), cue.rows.end(),
                                [](const Row& row) { return row.number != 0 || !hasLetters(row); })),
+      _areAtEdges(!cue.rows.empty() &&
+                  std::all_of(cue.rows.begin(), cue.rows.end(), [](const Row& row) { return row.number == 0; }) &&
+                  std::is_sorted(cue.rows.begin(), cue.rows.end(), isHigher) &&
+                  isHigher(cue.rows.front(), cue.rows.back())),
       _isFixed(_areNumbered && (screenRowsOf(cue) == screenRows || screenRowsOf(cue) == kTallTeletextRows ||
                                 teletextRowOf(cue.screenRows, 1))) {
     std::uint64_t next = 1;
@@ -51,7 +59,9 @@ StlRowPlaces::StlRowPlaces(const Cue& cue, std::uint64_t screenRows, std::uint64
         _places.push_back(isText ? next : 0);
         next += isText || !_areNumbered ? _height : 0;
     }
-    if (!_areNumbered) {
+    if (_areAtEdges) {
+        placeAtEdges();
+    } else if (!_areNumbered) {
         moveDown(next - 1);
     }
     moveUp();
@@ -94,7 +104,7 @@ void StlRowPlaces::take(std::span<StlRowTaken> taken, const StlRowTaken& shown) 
                               : shown;
         }
     };
-    if (!_areNumbered) {
+    if (!_areNumbered && !_areAtEdges) {
         // No other cue stands between its rows.
         takeRows(extent().first, extent().last);
         return;
@@ -107,8 +117,12 @@ void StlRowPlaces::take(std::span<StlRowTaken> taken, const StlRowTaken& shown) 
 bool StlRowPlaces::areMoved() const noexcept {
     for (std::size_t index = 0; index < _places.size(); ++index) {
         const std::uint64_t number = _cue.rows[index].number;
-        if (_places[index] == 0 || number == 0) {
+        const bool isAtEdge = _areAtEdges || edgeOf(_cue.rows[index].anchor) == edgeOf(_cue.rows.front().anchor);
+        if (_places[index] == 0 || (number == 0 && isAtEdge)) {
             continue;
+        }
+        if (number == 0) {
+            return true;
         }
         const bool isExact = screenRowsOf(_cue) == _screen || teletextRowOf(_cue.screenRows, number);
         const std::uint64_t place = placeOf(number);
@@ -155,6 +169,13 @@ std::uint64_t StlRowPlaces::endOf(std::uint64_t place) const noexcept {
     return place == 0 ? 0 : place + _height - 1;
 }
 
+/// Rows of the screen that are free above `size` of them.
+std::uint64_t StlRowPlaces::rowsAbove(std::uint64_t size, std::uint8_t anchor) const noexcept {
+    const std::uint64_t room = size < _screen ? _screen - size : 0;
+    const BoxEdge edge = edgeOf(anchor);
+    return edge == BoxEdge::Top ? 0 : edge == BoxEdge::Middle ? room / 2 : room;
+}
+
 /// As far as there is room above.
 void StlRowPlaces::moveUp() noexcept {
     const auto [first, last] = extent();
@@ -166,11 +187,32 @@ void StlRowPlaces::moveUp() noexcept {
 
 /// To where the anchor of the first row says; there were no numbers.
 void StlRowPlaces::moveDown(std::uint64_t lowest) noexcept {
-    const BoxEdge edge = edgeOf(_cue.rows.front().anchor);
-    const std::uint64_t room = lowest < _screen ? _screen - lowest : 0;
-    const std::uint64_t down = edge == BoxEdge::Top ? 0 : edge == BoxEdge::Middle ? room / 2 : room;
+    const std::uint64_t down = rowsAbove(lowest, _cue.rows.front().anchor);
     for (std::uint64_t& place : _places) {
         place += place == 0 ? 0 : down;
+    }
+}
+
+/// Those of each edge in a block, below those of the one in front.
+void StlRowPlaces::placeAtEdges() noexcept {
+    std::uint64_t free = 1;
+    for (auto begin = _cue.rows.begin(); begin != _cue.rows.end();) {
+        const auto end = std::upper_bound(begin, _cue.rows.end(), *begin, isHigher);
+        const std::uint64_t size = static_cast<std::uint64_t>(end - begin) * _height;
+        free = std::max(free, rowsAbove(size, begin->anchor) + 1);
+        for (; begin != end; ++begin) {
+            std::uint64_t& place = _places[static_cast<std::size_t>(begin - _cue.rows.begin())];
+            place = place == 0 ? 0 : free;
+            free += _height;
+        }
+    }
+    // Up again where the last ones stand too low, if there is room.
+    const auto texts = static_cast<std::uint64_t>(_places.size()) -
+                       static_cast<std::uint64_t>(std::count(_places.begin(), _places.end(), 0U));
+    std::uint64_t below = std::max(_screen, texts * _height) + 1;
+    for (auto place = _places.rbegin(); place != _places.rend(); ++place) {
+        *place = std::min(*place, below - _height);
+        below = *place == 0 ? below : *place;
     }
 }
 

@@ -13,7 +13,8 @@ namespace qlx::subtitles {
 /// The places of the rows of a cue.
 class StlRowPlaces {
 public:
-    /// As their numbers say, or where they have none of their own their anchor. They go up as far as they must.
+    /// As their numbers say, or where they have none of their own their anchor: that of the first one for all, unless each
+    /// is as low as the one in front or lower. They go up as far as they must.
     /// @param cue Must outlive this.
     /// @param screenRows Of the screen.
     /// @param height Rows of the screen that one of text takes.
@@ -36,8 +37,8 @@ public:
     /// Takes the rows.
     void take(std::span<StlRowTaken> taken, const StlRowTaken& shown) const noexcept;
 
-    /// Whether a number of the cue's own is not the place of its row. What is as high on another screen is so within the
-    /// height of a row.
+    /// Whether a number of the cue's own, or an anchor, is not the place of its row. What is as high on another screen is so
+    /// within the height of a row.
     [[nodiscard]] bool areMoved() const noexcept;
 
     /// Rows that have no room on the screen.
@@ -53,13 +54,16 @@ private:
     [[nodiscard]] Extent extent() const noexcept;
     [[nodiscard]] std::uint64_t placeOf(std::uint64_t number) const noexcept;
     [[nodiscard]] std::uint64_t endOf(std::uint64_t place) const noexcept;
+    [[nodiscard]] std::uint64_t rowsAbove(std::uint64_t size, std::uint8_t anchor) const noexcept;
     void moveUp() noexcept;
     void moveDown(std::uint64_t lowest) noexcept;
+    void placeAtEdges() noexcept;
 
     const Cue& _cue;
     std::uint64_t _screen;
     std::uint64_t _height;
     bool _areNumbered;  ///< All rows that have text.
+    bool _areAtEdges;  ///< None has a number, and they stand at several edges of the screen, those at the top in front.
     bool _isFixed;
     std::vector<std::uint64_t> _places;
 };

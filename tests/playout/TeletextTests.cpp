@@ -97,7 +97,29 @@ TEST(TeletextCueRows, StandWhereTheCueSays) {
     top.anchor = 8;
     expectPageRows({top}, {"2,4 a"});
     top.anchor = 5;
-    expectPageRows({top, pageRowOf("b")}, {"12,4 a", "14,4 b"});
+    Row below = pageRowOf("b");
+    below.anchor = 6;
+    expectPageRows({top, below}, {"12,4 a", "14,4 b"});
+}
+
+TEST(TeletextCueRows, StandAtSeveralEdgesWhereCuesAreShownTogether) {
+    const auto placed = [](const std::vector<std::uint8_t>& anchors) {
+        std::vector<Row> rows;
+        for (const std::uint8_t anchor : anchors) {
+            rows.push_back(pageRowOf(std::string(1, static_cast<char>('a' + rows.size()))));
+            rows.back().anchor = anchor;
+        }
+        return rows;
+    };
+    expectPageRows(placed({8, 2}), {"2,4 a", "22,4 b"});
+    expectPageRows(placed({0, 9}), {"2,4 b", "22,4 a"});
+    expectPageRows(placed({2, 7, 5, 8, 1}), {"2,4 b", "4,4 d", "12,4 c", "20,4 a", "22,4 e"});
+    expectPageRows(placed({8, 2, 2}), {"1,3 a", "22,3 b", "23,3 c"}, {}, {.isDoubleHeight = false});
+    // Five of eleven in the middle are 4 to 8: those above and below move them.
+    expectPageRows(placed({7, 7, 7, 7, 4, 4, 4, 4, 4, 1}),
+                   {"2,4 a", "4,4 b", "6,4 c", "8,4 d", "10,4 e", "12,4 f", "14,4 g", "16,4 h", "18,4 i", "22,4 j"});
+    expectPageRows(placed({7, 4, 4, 4, 4, 4, 1, 1, 1, 1}),
+                   {"2,4 a", "6,4 b", "8,4 c", "10,4 d", "12,4 e", "14,4 f", "16,4 g", "18,4 h", "20,4 i", "22,4 j"});
 }
 
 /// Rows of a screen of that many.

@@ -86,7 +86,9 @@ TEST(ShownTogether, GiveRowsToThoseThatNameNone) {
     EXPECT_EQ(rows[12], "11 x");
     EXPECT_EQ(rows.back(), "3 named");
     // Each in its own place, as long as none of them names rows.
-    EXPECT_EQ(shownOf({cueOf({{"bottom", 0, 2}}), cueOf({{"top", 0, 8}})}), (Rows{"0 bottom", "0 top"}));
+    EXPECT_EQ(shownOf({cueOf({{"bottom", 0, 2}}), cueOf({{"top", 0, 8}}), cueOf({{"middle", 0, 5}})}),
+              (Rows{"0 top", "0 middle", "0 bottom"}));
+    EXPECT_EQ(shownOf({cueOf({{"a"}}), cueOf({{"top", 0, 9}}), cueOf({{"b", 0, 1}})}), (Rows{"0 top", "0 a", "0 b"}));
 }
 
 TEST(ShownTogether, StandOnOneScreen) {

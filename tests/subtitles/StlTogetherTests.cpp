@@ -115,6 +115,46 @@ TEST(StlTogether, CuesWithoutNumbersStandOnFreeRows) {
     }
 }
 
+/// One whose rows have these anchors.
+Cue atEdges(std::int64_t start, std::int64_t end, const std::vector<std::uint8_t>& anchors) {
+    Cue cue = cueOf(start, end, anchors.size());
+    for (std::size_t row = 0; row < anchors.size(); ++row) {
+        cue.rows[row].anchor = anchors[row];
+    }
+    return cue;
+}
+
+TEST(StlTogether, RowsOfOneCueStandAtSeveralEdges) {
+    const auto expectRows = [](const Cue& cue, const std::vector<std::uint64_t>& expected,
+                               const std::vector<Finding>& findings = {}) {
+        const StlWritten written = writeStl(inOrder({cue}), usualStl());
+        EXPECT_EQ(written.findings, findings);
+        const std::vector<Cue> back = readStlBack(written);
+        ASSERT_EQ(back.size(), 1U);
+        std::vector<std::uint64_t> rows;
+        for (const Row& row : back.front().rows) {
+            if (!row.text().empty()) {
+                rows.push_back(row.number);
+            }
+        }
+        EXPECT_EQ(rows, expected);
+    };
+    // Text of double height on 23 rows: at the bottom is 22, and 11 in the middle.
+    expectRows(atEdges(1, 2, {8, 2}), {1, 22});
+    expectRows(atEdges(1, 2, {9, 7, 5, 0, 1}), {1, 3, 11, 20, 22});
+    expectRows(atEdges(1, 2, {5, 3, 3}), {11, 20, 22});
+    // Six at the top take what the middle would; five at the bottom push up what stands there.
+    expectRows(atEdges(1, 2, {8, 8, 8, 8, 8, 8, 5, 5, 2, 2, 2}), {1, 3, 5, 7, 9, 11, 13, 15, 18, 20, 22});
+    expectRows(atEdges(1, 2, {8, 5, 5, 5, 5, 5, 2, 2, 2, 2, 2}), {1, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22});
+    // Those of a cue stay together where an upper one is below a lower one.
+    expectRows(atEdges(1, 2, {2, 8}), {20, 22}, {{SubtitlePlaceLost, qlx::Severity::Warning, 1, 0}});
+    // Between them another cue has room.
+    const StlWritten written = writeStl(inOrder({atEdges(1, 3, {8, 2}), cueOf(1, 3, 1, 5), cueOf(1, 3)}), usualStl());
+    EXPECT_EQ(written.findings, std::vector<Finding>());
+    EXPECT_EQ(written.block(1).verticalPosition, 11);
+    EXPECT_EQ(written.block(2).verticalPosition, 20);
+}
+
 TEST(StlTogether, RowsHaveTheHeightOfTheirText) {
     StlWriterOptions single = usualStl();
     single.isDoubleHeight = false;

@@ -19,7 +19,8 @@ namespace qlx::subtitles {
 /// not, those get the rows of their place (Row::anchor) on the same screen. Cues that name rows of different screens
 /// (Cue::screenRows) come to the 11 of a page, and columns to the widest of their screens. Where two cues name the same
 /// row, the rows of each cue stay together, the cue whose first row is higher in front: who shows them moves the others
-/// down, and says so. Where none names rows they stand one behind the other, each with its own place.
+/// down, and says so. Where none names rows those at the top are in front and those at the bottom behind, each with its own
+/// place.
 ///
 /// No cues give an empty cue.
 [[nodiscard]] QLX_EXPORT Cue shownTogether(std::span<const Cue> cues);
