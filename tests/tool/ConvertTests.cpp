@@ -337,6 +337,50 @@ TEST(Convert, ComposesCuesThatLastNoTimeAndCountsThePieces) {
     EXPECT_NE(composed.find("\n\ny\n00:00:03.000"), std::string::npos) << composed;
 }
 
+// What stands beside the text is written once, or said to be lost.
+TEST(Convert, ComposesWhatCuesSayBesideTheirText) {
+    const TemporaryFolder folder;
+    const std::string file =
+        folder.write("in.vtt", "WEBVTT\n\nNOTE one\n\nx\n00:01.000 --> 00:04.000\na\n\n"
+                               "NOTE two\n\ny\n00:02.000 --> 00:03.000\nb\n\n00:03.500 --> 00:04.000\nc\n");
+    const ToolResult composed = converted(file, "vtt", {"--overlap", "compose"});
+    EXPECT_EQ(composed.out, "WEBVTT\n\nNOTE one\n\nx\n00:00:01.000 --> 00:00:02.000\na\n\n"
+                            "NOTE two\n\n00:00:02.000 --> 00:00:03.000\na\nb\n\n"
+                            "00:00:03.000 --> 00:00:03.500\na\n\n00:00:03.500 --> 00:00:04.000\na\nc\n\n");
+    EXPECT_EQ(composed.err, "qlxcc: warning: " + file + ": 2 cues made of several that are shown together\n" +
+                                "qlxcc: warning: " + file +
+                                ": 1 cue shown with others, as one of which their name, language, group and settings "
+                                "are lost\n");
+    // The group of the second is that of the first, the group of the third is not.
+    const auto cue = [](int start, int end, int group, const std::string& comment) {
+        const auto time = [](int seconds) { return R"({"value":)" + std::to_string(seconds) + R"(,"timescale":1})"; };
+        return R"({"start":)" + time(start) + R"(,"end":)" + time(end) +
+               R"(,"properties":[{"name":"stl.group","value":")" + std::to_string(group) + R"("})" + comment +
+               R"(],"rows":[{"runs":[{"text":"x"}]}]})";
+    };
+    // A block of comment: 128 bytes, code 01 in the sixteenth.
+    std::string block = "before 0 0 1000 00000000000000000000000000000001";
+    for (int byte = 16; byte < 128; ++byte) {
+        block += byte == 16 ? "43" : "8f";
+    }
+    const std::string comment = R"(,{"name":"stl.comment","value":")" + block + R"("})";
+    const std::string json =
+        folder.write("in.json", R"({"schema":"qlxcc/subtitles/1","cues":[)" + cue(1, 5, 3, "") + "," +
+                                    cue(2, 3, 3, comment) + "," + cue(3, 4, 4, comment) + "]}");
+    const std::string stl = folder.path("out.stl");
+    const ToolResult groups = runTool({"convert", json, "-o", stl, "--overlap", "compose"});
+    EXPECT_EQ(groups.exitCode, 0);
+    EXPECT_NE(groups.err.find(": 1 cue shown with others, as one of"), std::string::npos) << groups.err;
+    // Four pieces of group 3, and two comments.
+    const std::string bytes = folder.read("out.stl");
+    ASSERT_EQ(bytes.size(), 1024U + 6 * 128);
+    std::string kinds;
+    for (std::size_t place = 1024; place < bytes.size(); place += 128) {
+        kinds += bytes[place + 15] == 1 ? "C" : std::to_string(static_cast<int>(bytes[place]));
+    }
+    EXPECT_EQ(kinds, "3C3C33");
+}
+
 TEST(Convert, KeepsCodesOfRunsWithoutLettersWhenItWraps) {
     const TemporaryFolder folder;
     const std::string file = folder.write(

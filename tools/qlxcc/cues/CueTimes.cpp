@@ -2,12 +2,15 @@
 
 #include <qlx/subtitles/box.h>
 #include <qlx/subtitles/shown_together.h>
+#include <qlx/subtitles/stl_reader.h>
+#include <qlx/subtitles/webvtt.h>
 
 #include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace qlx::tool {
@@ -39,6 +42,19 @@ bool isAtSamePlace(const subtitles::Cue& left, const subtitles::Cue& right) {
         return cue.rows.empty() ? std::uint8_t{0} : cue.rows.front().anchor;
     };
     return left.region == right.region && left.box == right.box && anchorOf(left) == anchorOf(right);
+}
+
+/// Whether it stands beside the text of a cue, once: a comment, or data of another kind.
+bool isNote(const subtitles::Property& property) {
+    return property.name == subtitles::properties::kWebVttNote || property.name == subtitles::properties::kStlComment ||
+           property.name == subtitles::properties::kStlUserData;
+}
+
+/// Gives a cue the notes of others too.
+void addNotes(std::span<const subtitles::Cue> others, subtitles::Cue& cue) {
+    for (const subtitles::Cue& other : others) {
+        std::copy_if(other.properties.begin(), other.properties.end(), std::back_inserter(cue.properties), isNote);
+    }
 }
 
 }  // namespace
@@ -183,8 +199,8 @@ void CueOrder::finish() {
     if (_overlap == Overlap::Compose) {
         compose(nullptr);
     } else {
-        for (subtitles::Cue& cue : std::exchange(_onAir, {})) {
-            _take(std::move(cue));
+        for (Shown& last : std::exchange(_onAir, {})) {
+            _take(std::move(last.cue));
         }
     }
 }
@@ -197,7 +213,7 @@ void CueOrder::give(subtitles::Cue cue) {
     if (_overlap == Overlap::Keep) {
         _take(std::move(cue));
     } else if (_overlap == Overlap::Cut) {
-        for (subtitles::Cue& last : _onAir) {
+        for (auto& [last, isSaid] : _onAir) {
             if (compared(last.end, cue.start) > 0) {
                 last.end = cue.start;
                 _changed(last, CueChange::Cut);
@@ -205,7 +221,7 @@ void CueOrder::give(subtitles::Cue cue) {
             _take(std::move(last));
         }
         _onAir.clear();
-        _onAir.push_back(std::move(cue));
+        _onAir.push_back({std::move(cue)});
     } else {
         addToAir(std::move(cue));
     }
@@ -229,7 +245,7 @@ void CueOrder::addToAir(subtitles::Cue cue) {
         _firstEnd = cue.end;
     }
     _firstEnd = compared(cue.end, _firstEnd) < 0 ? cue.end : _firstEnd;
-    _onAir.push_back(std::move(cue));
+    _onAir.push_back({std::move(cue)});
 }
 
 /// Gives what is shown up to a time, or all of it.
@@ -241,11 +257,17 @@ void CueOrder::compose(const MediaTime* to) {
         if (!isWhole) {
             return;
         }
-        std::erase_if(_onAir, [&end](const subtitles::Cue& cue) { return compared(cue.end, end) <= 0; });
-        const auto first = std::min_element(_onAir.begin(), _onAir.end(), [](const auto& left, const auto& right) {
-            return compared(left.end, right.end) < 0;
+        std::erase_if(_onAir, [this, &end](const Shown& shown) {
+            const bool isOver = compared(shown.cue.end, end) <= 0;
+            if (isOver && !shown.isSaid) {
+                _changed(shown.cue, CueChange::Reduced);
+            }
+            return isOver;
         });
-        _firstEnd = first == _onAir.end() ? _firstEnd : first->end;
+        const auto first = std::min_element(_onAir.begin(), _onAir.end(), [](const auto& left, const auto& right) {
+            return compared(left.cue.end, right.cue.end) < 0;
+        });
+        _firstEnd = first == _onAir.end() ? _firstEnd : first->cue.end;
     }
 }
 
@@ -254,11 +276,14 @@ void CueOrder::giveOnAir(const MediaTime& to) {
         return;
     }
     std::vector<std::vector<subtitles::Cue>> places;
-    for (const subtitles::Cue& cue : _onAir) {
-        const auto same = std::find_if(places.begin(), places.end(), [&](const std::vector<subtitles::Cue>& others) {
+    for (auto& [cue, isSaid] : _onAir) {
+        const auto same = std::find_if(places.begin(), places.end(), [&cue = cue, this](const auto& others) {
             return _places == ComposedPlaces::Together || isAtSamePlace(others.front(), cue);
         });
+        isSaid = isSaid || same == places.end() || saysSame(same->front(), cue);
         (same == places.end() ? places.emplace_back() : *same).push_back(cue);
+        // They stand beside its first piece.
+        std::erase_if(cue.properties, isNote);
     }
     const MediaTime from = std::exchange(_until, to);
     for (const std::vector<subtitles::Cue>& together : places) {
@@ -266,6 +291,7 @@ void CueOrder::giveOnAir(const MediaTime& to) {
         cue.start = from;
         cue.end = to;
         if (together.size() > 1) {
+            addNotes(std::span(together).subspan(1), cue);
             if (cue.box) {
                 placeRows(cue, *cue.box);
             }
@@ -273,6 +299,21 @@ void CueOrder::giveOnAir(const MediaTime& to) {
         }
         giveNumbered(std::move(cue));
     }
+}
+
+/// Whether one that is shown with another says no more than that does, but for text and notes: where several places are
+/// one, only the group of EBU STL is written.
+bool CueOrder::saysSame(const subtitles::Cue& first, const subtitles::Cue& cue) const {
+    if (_places == ComposedPlaces::Together) {
+        const std::string* const group = valueOf(cue.properties, subtitles::properties::kStlGroup);
+        const std::string* const ofFirst = valueOf(first.properties, subtitles::properties::kStlGroup);
+        return group == nullptr || (ofFirst != nullptr && *group == *ofFirst);
+    }
+    return cue.identifier.empty() && cue.language == first.language &&
+           std::all_of(cue.properties.begin(), cue.properties.end(), [&first](const subtitles::Property& property) {
+               return isNote(property) ||
+                      std::find(first.properties.begin(), first.properties.end(), property) != first.properties.end();
+           });
 }
 
 /// The pieces of a cue count on, and so do those behind them; its name is that of the first piece alone.

@@ -57,6 +57,7 @@ enum class CueChange : std::uint8_t {
     Late,        ///< The same, too far to be put in front of it.
     Cut,         ///< It ends when another one begins.
     Composed,    ///< It is made of several.
+    Reduced,     ///< It is part of such ones, which have the name, language, group and settings of another one.
     Uncomposed,  ///< It stays as it is, as others are shown with it as many as are composed.
     Wide,        ///< It is wider or higher than asked for.
     Lengthened,  ///< It was shorter than a frame.
@@ -85,12 +86,18 @@ public:
     void finish();
 
 private:
+    struct Shown {
+        subtitles::Cue cue;
+        bool isSaid = false;  ///< Compose: what it says besides its text has been given with it, or with another one.
+    };
+
     void give(subtitles::Cue cue);
     void sort();
     void giveFirst();
     void addToAir(subtitles::Cue cue);
     void compose(const MediaTime* to);
     void giveOnAir(const MediaTime& to);
+    [[nodiscard]] bool saysSame(const subtitles::Cue& first, const subtitles::Cue& cue) const;
     void giveNumbered(subtitles::Cue cue);
 
     Overlap _overlap;
@@ -101,7 +108,7 @@ private:
     std::size_t _heldBytes = 0;           ///< That they take.
     bool _isSorted = true;                ///< They are in the order of their starts.
     MediaTime _latest;                    ///< Start of theirs.
-    std::vector<subtitles::Cue> _onAir;   ///< Compose: not given whole as yet. Cut: the last one.
+    std::vector<Shown> _onAir;            ///< Compose: not given whole as yet. Cut: the last one.
     MediaTime _until;                     ///< Compose: as far as has been given.
     MediaTime _firstEnd;                  ///< Compose: of those on air.
     std::uint64_t _number = 0;            ///< Compose: of the last one that was given.

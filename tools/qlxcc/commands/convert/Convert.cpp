@@ -178,12 +178,13 @@ public:
 
 private:
     /// By CueChange, of some cues.
-    static constexpr std::array<std::string_view, 9> kChanges{
+    static constexpr std::array<std::string_view, 10> kChanges{
         "before the start, which is not subtracted from them",
         "moved in front of cues that begin later",
         "too far behind cues that begin later to be moved",
         "cut at the start of the next one",
         "made of several that are shown together",
+        "shown with others, as one of which their name, language, group and settings are lost",
         "not composed: 50 others are shown together with each of them",
         "wider or higher than asked for",
         "shorter than a frame, which last one",
