@@ -183,8 +183,9 @@ std::unique_ptr<OnAir> serviceOnAir(std::uint8_t service, const cea708::Receiver
 
 bool goesOn(std::u32string_view before, std::u32string_view after) noexcept {
     constexpr std::size_t kMostTakenBack = 2;
-    return !before.empty() &&
-           after.starts_with(before.substr(0, before.size() - std::min(before.size(), kMostTakenBack)));
+    const std::size_t kept = std::max<std::size_t>(before.size(), kMostTakenBack + 1) - kMostTakenBack;
+    // A letter that is alone may be taken back.
+    return before.size() == 1 || (!before.empty() && after.starts_with(before.substr(0, kept)));
 }
 
 }  // namespace qlx::streams

@@ -111,6 +111,19 @@ TEST(ScreenCues, HaveRowsAsTheyStandInTheEnd) {
               "00:00:01,068 00:00:03,036 Yellow;");
 }
 
+// What is painted over a row that was not in hand, or over all of one, is another caption, however short it is.
+TEST(ScreenCues, EndWhereAnotherRowIsPaintedOver) {
+    // Frames of 1001/30000 s: 30 + 6, 60 (the return), 120 + 3 (the first letters that are others).
+    EXPECT_EQ(cuesOf(line("00:00:01:00", {kRollUp, kRollUp, kReturn, kReturn, kRow15, kRow15, letters("ABab")}) +
+                     line("00:00:02:00", {kReturn, kReturn, kRow15, kRow15, letters("CC DD")}) +
+                     line("00:00:04:00", {kDirect, kRow14, letters("ABcdef")}) + line("00:00:06:00", {kErase})),
+              (Lines{"00:00:01,201 00:00:02,002 ABab;", "00:00:02,002 00:00:04,104 ABab; CC DD;",
+                     "00:00:04,104 00:00:06,006 ABcdef; CC DD;"}));
+    EXPECT_EQ(cuesOf(line("00:00:01:00", {kDirect, kRow15, letters("No")}) +
+                     line("00:00:03:00", {kRow15, letters("Go")}) + line("00:00:06:00", {kErase})),
+              (Lines{"00:00:01,068 00:00:03,036 No;", "00:00:03,036 00:00:06,006 Go;"}));
+}
+
 TEST(ScreenCues, ArePaintedRowByRow) {
     EXPECT_EQ(cuesOf(line("00:00:01:00", {kDirect, kRow14, letters("Hel")}) + line("00:00:02:00", {letters("lo")}) +
                      line("00:00:04:00", {kDirect, kRow15, letters("you")}) + line("00:00:06:00", {kErase})),

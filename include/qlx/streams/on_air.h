@@ -102,7 +102,8 @@ public:
                                                                      const cea708::ReceiverOptions& options = {});
 
 /// Whether a row that is being written goes on: no more than its last two letters have changed, as where one is taken
-/// back, or an extended character takes the place of its stand-in.
+/// back, or an extended character takes the place of its stand-in. One of two letters stays; a letter that is alone may
+/// be another.
 [[nodiscard]] QLX_STREAMS_EXPORT bool goesOn(std::u32string_view before, std::u32string_view after) noexcept;
 
 }  // namespace qlx::streams

@@ -105,22 +105,25 @@ std::u32string textOf(std::span<const Cell> cells) {
     return text;
 }
 
-/// Whether the one row that differs goes on.
-bool isRowInHandAlone(const Screen& before, const Screen& after) {
+/// The rows whose text is another one.
+std::vector<std::size_t> changedRows(const Screen& before, const Screen& after) {
+    std::vector<std::size_t> rows;
+    for (std::size_t index = 0; index < std::min(before.rows(), after.rows()); ++index) {
+        if (textOf(before.row(index)) != textOf(after.row(index))) {
+            rows.push_back(index);
+        }
+    }
+    return rows;
+}
+
+/// Whether no row differs but the one in hand, if that is known, and it goes on.
+bool isRowInHandAlone(const Screen& before, const Screen& after, std::optional<std::size_t> inHand) {
     if (before.cells.size() != after.cells.size()) {
         return false;
     }
-    std::size_t rows = 0;
-    bool isGoingOn = true;
-    for (std::size_t index = 0; index < before.rows(); ++index) {
-        const std::u32string had = textOf(before.row(index));
-        const std::u32string has = textOf(after.row(index));
-        if (had != has) {
-            ++rows;
-            isGoingOn = streams::goesOn(had, has);
-        }
-    }
-    return rows < 2 && isGoingOn;
+    const std::vector<std::size_t> rows = changedRows(before, after);
+    return rows.empty() || (rows.size() == 1 && rows.front() == inHand.value_or(rows.front()) &&
+                            streams::goesOn(textOf(before.row(rows.front())), textOf(after.row(rows.front()))));
 }
 
 /// The rows of a screen that have text.
@@ -186,8 +189,10 @@ void ScreenCues::receive(const Frame& frame, FindingSink* findings) {
 void ScreenCues::look(const MediaTime& time) {
     Screen screen = _onAir->screen();
     if (screen != _shown) {
+        const std::vector<std::size_t> changed = changedRows(_shown, screen);
         _shown = std::move(screen);
         change(time);
+        _rowInHand = changed.size() == 1 ? std::optional(changed.front()) : std::nullopt;
     }
 }
 
@@ -205,9 +210,9 @@ void ScreenCues::change(const MediaTime& time) {
     }
     const auto rolled = std::exchange(_rolled, std::nullopt);
     const bool isWriting = change.isWritten && !change.isReplaced;
-    const bool isGrowing =
-        _screen.hasText() && !rolled && !change.isRolled &&
-        ((isWriting && isRowInHandAlone(_screen, _shown)) || (isWithin(_screen, _shown) && isSoonBehind(_changed)));
+    const bool isGrowing = _screen.hasText() && !rolled && !change.isRolled &&
+                           ((isWriting && isRowInHandAlone(_screen, _shown, _rowInHand)) ||
+                            (isWithin(_screen, _shown) && isSoonBehind(_changed)));
     if (!isGrowing) {
         // The next row is one caption with the carriage return in front of it.
         const bool isAtRoll = rolled && isWriting && isSoonBehind(*rolled);

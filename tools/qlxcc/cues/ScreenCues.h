@@ -8,6 +8,7 @@
 #include <qlx/subtitles/cue.h>
 #include <qlx/teletext/sets.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -46,10 +47,11 @@ private:
 
     std::unique_ptr<streams::OnAir> _onAir;
     std::function<void(subtitles::Cue)> _take;
-    screen::Screen _screen;            ///< Of the cue.
-    screen::Screen _shown;             ///< Of the last frame: rows of the same may have rolled up.
-    teletext::CharacterSet _set;       ///< Of the screen.
-    std::optional<MediaTime> _rolled;  ///< When they did, and nothing has come since.
+    screen::Screen _screen;                 ///< Of the cue.
+    screen::Screen _shown;                  ///< Of the last frame: rows of the same may have rolled up.
+    std::optional<std::size_t> _rowInHand;  ///< The one that the last frame changed, where it was one alone.
+    teletext::CharacterSet _set;            ///< Of the screen.
+    std::optional<MediaTime> _rolled;       ///< When they did, and nothing has come since.
     MediaTime _since;
     MediaTime _changed;
     std::optional<MediaTime> _last;
