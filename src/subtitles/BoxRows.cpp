@@ -8,15 +8,6 @@ namespace qlx::subtitles {
 
 namespace {
 
-/// 1, 4 or 7: the first place on a keypad of the third that a row is in.
-std::uint8_t bandOf(double row, double rows) {
-    return row * 3 <= rows ? 7 : row * 3 <= rows * 2 ? 4 : 1;
-}
-
-std::uint8_t keypadSideOf(Alignment alignment) {
-    return alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
-}
-
 /// A place in the picture: what is far beyond it, or no number, is at an edge.
 double within(double place) {
     constexpr double kFar = 1000;
@@ -67,7 +58,7 @@ void placeRows(Cue& cue, const Box& box, const ScreenGrid& grid) {
     for (Row& row : cue.rows) {
         row.number = isOnGrid ? static_cast<std::uint64_t>(first) : 0;
         first += height;
-        row.anchor = static_cast<std::uint8_t>(bandOf(seen, grid.rows) + keypadSideOf(row.alignment));
+        row.anchor = anchorOf(thirdOf(seen, grid.rows), row.alignment);
         if (row.alignment == Alignment::Left) {
             row.column = static_cast<std::uint16_t>(column);
             hasColumns = true;

@@ -1,5 +1,7 @@
 #include "subtitles/CueWriting.h"
 
+#include <qlx/subtitles/box.h>
+
 #include <algorithm>
 
 namespace qlx::subtitles {
@@ -90,13 +92,13 @@ Anchors::Anchors(const Cue& cue) noexcept : _rows(screenRowsOf(cue)), _hasColumn
         }
     }
     if (const auto side = sideOfColumns(cue)) {
-        _side = static_cast<std::uint8_t>(sideOf(*side));
+        _side = *side;
         return;
     }
     // Thirds of the screen; the middle is half of the sum.
     const std::size_t middle = (left + right) * 3;
     const std::size_t columns = cue.screenColumns * std::size_t{2};
-    _side = middle < columns ? 0 : middle > columns * 2 ? 2 : 1;
+    _side = middle < columns ? Alignment::Left : middle > columns * 2 ? Alignment::Right : Alignment::Center;
 }
 
 std::uint8_t Anchors::of(const Row& row) const noexcept {
@@ -105,11 +107,11 @@ std::uint8_t Anchors::of(const Row& row) const noexcept {
         const bool isPlaced = row.number != 0 || row.column != 0;
         return row.anchor == kBottomCenter && isPlaced ? std::uint8_t{0} : row.anchor;
     }
-    // The upper third, the middle, and the rest; what has no row stands below.
-    const std::uint8_t band = row.number == 0 ? 1 : row.number * 3 <= _rows ? 7 : row.number * 3 <= _rows * 2 ? 4 : 1;
-    const std::uint8_t aligned = row.alignment == Alignment::Left ? 0 : row.alignment == Alignment::Right ? 2 : 1;
-    const std::uint8_t side = _hasColumns && row.column != 0 ? _side : aligned;
-    return band == 1 && side == 1 ? std::uint8_t{0} : static_cast<std::uint8_t>(band + side);
+    // What has no row stands below.
+    const BoxEdge edge =
+        row.number == 0 ? BoxEdge::Bottom : thirdOf(static_cast<double>(row.number), static_cast<double>(_rows));
+    const std::uint8_t anchor = anchorOf(edge, _hasColumns && row.column != 0 ? _side : row.alignment);
+    return anchor == kBottomCenter ? std::uint8_t{0} : anchor;
 }
 
 }  // namespace qlx::subtitles

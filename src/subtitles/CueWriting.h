@@ -115,7 +115,7 @@ public:
 private:
     std::uint64_t _rows;
     bool _hasColumns;
-    std::uint8_t _side = 1;  ///< Of all rows with columns: 0 left, 2 right.
+    Alignment _side = Alignment::Center;  ///< Of all rows with columns.
 };
 
 /// The place of the first of these characters, from one place on; npos. std::string_view::find_first_of() of libstdc++

@@ -121,11 +121,6 @@ std::optional<std::array<double, 2>> positionsOf(std::string_view text, const Bo
     return first && second ? std::optional(std::array{*first, *second}) : std::nullopt;
 }
 
-/// 1, 4 or 7: the first place on a keypad of the third that a row of the grid is in.
-std::uint8_t bandOf(double row, double rows) {
-    return row * 3 <= rows ? 7 : row * 3 <= rows * 2 ? 4 : 1;
-}
-
 }  // namespace
 
 std::optional<Box> placeOf(const RegionTexts& texts, const ScreenMeasures& measures, bool& areAllRead) {
@@ -199,17 +194,14 @@ Box boxFor(const Cue& cue, bool& isLost) {
     };
     isLost = !std::all_of(cue.rows.begin(), cue.rows.end(), isLike);
     const std::uint8_t anchor = firstRow.anchor <= 9 ? firstRow.anchor : 0;
-    const auto edgeOf = [](std::uint8_t band) {
-        return band >= 7 ? BoxEdge::Top : band >= 4 ? BoxEdge::Middle : BoxEdge::Bottom;
-    };
-    place.edge = edgeOf(anchor);
+    place.edge = subtitles::edgeOf(anchor);
     const double rows = cue.screenRows == 0 ? subtitles::kTallTeletextRows : cue.screenRows;
     const auto number = static_cast<double>(std::min<std::uint64_t>(firstRow.number, UINT16_MAX));
     if (firstRow.number != 0 && number <= rows) {
         const double last = std::min(rows, number + static_cast<double>(cue.rows.size() * height - 1));
         const double top = kMargin + (number - 1) * kInner / rows;
         const double bottom = kMargin + last * kInner / rows;
-        place.edge = anchor != 0 ? place.edge : edgeOf(bandOf((number + last) / 2, rows));
+        place.edge = anchor != 0 ? place.edge : subtitles::thirdOf((number + last) / 2, rows);
         place.top = place.edge == BoxEdge::Bottom ? kMargin : top;
         place.height = (place.edge == BoxEdge::Top ? kMargin + kInner : bottom) - place.top;
     } else {

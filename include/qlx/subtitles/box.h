@@ -23,6 +23,18 @@ inline constexpr Box kSafeBox{10, 10, 80, 80, BoxEdge::Bottom};
     return anchor >= 7 ? BoxEdge::Top : anchor >= 4 ? BoxEdge::Middle : BoxEdge::Bottom;
 }
 
+/// At which edge of the screen a place is that is counted in its rows: the upper third, the one in the middle, the rest.
+[[nodiscard]] constexpr BoxEdge thirdOf(double row, double rows) noexcept {
+    return row * 3 <= rows ? BoxEdge::Top : row * 3 <= rows * 2 ? BoxEdge::Middle : BoxEdge::Bottom;
+}
+
+/// Row::anchor of such a place, 1 to 9.
+[[nodiscard]] constexpr std::uint8_t anchorOf(BoxEdge edge, Alignment alignment) noexcept {
+    const unsigned first = edge == BoxEdge::Top ? 7 : edge == BoxEdge::Middle ? 4 : 1;
+    const unsigned side = alignment == Alignment::Left ? 0 : alignment == Alignment::Right ? 2 : 1;
+    return static_cast<std::uint8_t>(first + side);
+}
+
 /// Rows and columns of a screen, which fill the inner 80 % of the picture: those of CTA-608-E unless it says others.
 struct ScreenGrid {
     std::uint16_t rows = 15;     ///< Of the screen, 1 or more.
