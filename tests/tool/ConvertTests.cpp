@@ -335,6 +335,14 @@ TEST(Convert, ComposesCuesThatLastNoTimeAndCountsThePieces) {
     EXPECT_NE(composed.find("\n\nx\n00:00:01.000"), std::string::npos) << composed;
     EXPECT_NE(composed.find("\n\n00:00:02.000"), std::string::npos) << composed;
     EXPECT_NE(composed.find("\n\ny\n00:00:03.000"), std::string::npos) << composed;
+    // Also with others between the pieces, and where two cues have one name.
+    const std::string apart = folder.write("apart.vtt", "WEBVTT\n\nx\n00:01.000 --> 00:04.000 line:0\na\n\n"
+                                                        "y\n00:02.000 --> 00:03.000\nb\n\n"
+                                                        "x\n00:05.000 --> 00:06.000\nc\n\n");
+    EXPECT_EQ(converted(apart, "vtt", {"--overlap", "compose"}).out,
+              "WEBVTT\n\nx\n00:00:01.000 --> 00:00:02.000 line:0\na\n\n"
+              "00:00:02.000 --> 00:00:03.000 line:0\na\n\ny\n00:00:02.000 --> 00:00:03.000\nb\n\n"
+              "00:00:03.000 --> 00:00:04.000 line:0\na\n\nx\n00:00:05.000 --> 00:00:06.000\nc\n\n");
 }
 
 // What stands beside the text is written once, or said to be lost.

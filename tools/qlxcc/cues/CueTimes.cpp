@@ -280,10 +280,14 @@ void CueOrder::giveOnAir(const MediaTime& to) {
         const auto same = std::find_if(places.begin(), places.end(), [&cue = cue, this](const auto& others) {
             return _places == ComposedPlaces::Together || isAtSamePlace(others.front(), cue);
         });
-        isSaid = isSaid || same == places.end() || saysSame(same->front(), cue);
-        (same == places.end() ? places.emplace_back() : *same).push_back(cue);
-        // They stand beside its first piece.
+        const bool isFirst = same == places.end();
+        isSaid = isSaid || isFirst || saysSame(same->front(), cue);
+        (isFirst ? places.emplace_back() : *same).push_back(cue);
+        // They stand beside its first piece, and so does its name beside the first one that is not another cue's.
         std::erase_if(cue.properties, isNote);
+        if (isFirst) {
+            cue.identifier.clear();
+        }
     }
     const MediaTime from = std::exchange(_until, to);
     for (const std::vector<subtitles::Cue>& together : places) {
@@ -316,14 +320,11 @@ bool CueOrder::saysSame(const subtitles::Cue& first, const subtitles::Cue& cue) 
            });
 }
 
-/// The pieces of a cue count on, and so do those behind them; its name is that of the first piece alone.
+/// The pieces of a cue count on, and so do those behind them.
 void CueOrder::giveNumbered(subtitles::Cue cue) {
     if (cue.number != 0) {
         _number = cue.number > _number ? cue.number : _number + 1;
         cue.number = _number;
-    }
-    if (!cue.identifier.empty() && cue.identifier == std::exchange(_identifier, cue.identifier)) {
-        cue.identifier.clear();
     }
     _take(std::move(cue));
 }

@@ -112,7 +112,6 @@ private:
     MediaTime _until;                     ///< Compose: as far as has been given.
     MediaTime _firstEnd;                  ///< Compose: of those on air.
     std::uint64_t _number = 0;            ///< Compose: of the last one that was given.
-    std::string _identifier;              ///< Compose: the same.
     std::optional<MediaTime> _lastStart;
 };
 
