@@ -184,8 +184,10 @@ constexpr OptionRow kConvertOptions[] = {
      .words = kOverlaps,
      .field = &RawOptions::overlap,
      .help = "Cues that are shown together: {} (default: keep)",
-     .more = "`compose` makes one cue of them for as long as they are, or, in files of text, one for each region or "
-             "place of the screen; `cut` ends the earlier one at the later one's start."},
+     .more =
+         "`compose` makes one cue of them for as long as they are, or, in files of text, one for each region or "
+         "place of the screen; the name of a cue and the notes in front of it stand with the first piece of it. `cut` "
+         "ends the earlier one at the later one's start."},
     {.names = "--drop",
      .field = &RawOptions::isDrop,
      .help = "Timecodes of --from-start and --to-start are drop-frame ones where no file says it",
